@@ -1,0 +1,54 @@
+# The front door. Each target does its own set-up; `make` alone lists them.
+
+DEMO_DIR ?= /usr/include
+DEMO_ARGS ?=
+
+.DEFAULT_GOAL := help
+.PHONY: help deps demo test sanitize asan tsan headers bench lint format clean
+
+help: ## List the targets
+	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
+
+deps: ## Install the Debian packages that are missing
+	@scripts/deps
+
+define build
+cmake --preset $(1) -Wno-dev >build-$(1).log 2>&1 || { cat build-$(1).log; exit 1; }
+@rm -f build-$(1).log
+cmake --build --preset $(1) $(2)
+endef
+
+demo: deps ## Run the example host on real files (DEMO_DIR, DEMO_ARGS)
+	$(call build,dev,--target filecache)
+	build/dev/bin/filecache $(DEMO_ARGS) $(DEMO_DIR)
+
+test: deps ## Build and run all tests
+	$(call build,dev)
+	ctest --preset dev
+
+asan: deps ## All tests under the address and undefined behaviour sanitizers
+	$(call build,asan)
+	ctest --preset asan
+
+tsan: deps ## All tests under the thread sanitizer
+	$(call build,tsan)
+	ctest --preset tsan
+
+sanitize: asan tsan ## Both sanitizers
+
+headers: deps ## Compile each public header alone
+	$(call build,dev,--target header_check)
+
+bench: deps ## Measure everything and write bench/RESULTS.md
+	$(call build,release)
+	scripts/bench build/release/bench
+
+lint: deps ## Check the format and run clang-tidy
+	$(call build,dev)
+	scripts/lint
+
+format: deps ## Format all sources
+	git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs clang-format -i
+
+clean: ## Remove all builds
+	rm -rf build

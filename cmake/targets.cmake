@@ -1,0 +1,36 @@
+# What our targets have in common.
+
+function(u_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+endfunction()
+
+# A shared library of all sources below this folder. Only the symbols that its
+# version script names leave it.
+function(u_shared_library target)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
+  add_library(${target} SHARED ${sources})
+  u_warnings(${target})
+  set(script ${CMAKE_SOURCE_DIR}/cmake/${target}.map)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${script})
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${script})
+endfunction()
+
+# Compiles each header below a folder alone.
+function(u_header_check target folder library)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  set(sources)
+  foreach(header ${headers})
+    string(REPLACE "/" "_" name ${header})
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/headers/${target}/${name}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${header}\"\n")
+    list(APPEND sources ${source})
+  endforeach()
+  add_library(${target} OBJECT ${sources})
+  target_include_directories(${target} PRIVATE ${folder} ${CMAKE_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE ${library})
+  u_warnings(${target})
+  add_dependencies(header_check ${target})
+endfunction()

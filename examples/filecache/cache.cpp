@@ -1,0 +1,58 @@
+#include "cache.h"
+
+#include <U_Alloc.h>
+
+#include "checksum.h"
+
+void FileCache::Add(const CachedFile& file)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mFiles.push_back(file);
+    mBytesHeld += file.size;
+}
+
+U_u64 FileCache::DropOldest(U_u64 bytes)
+{
+    U_u64 given = 0;
+    CachedFile file;
+    while (given < bytes && TakeOldest(&file))
+    {
+        if (Checksum(file.nameSum, *file.handle, file.size) != file.checksum)
+            ++mMismatches;
+        U_FreeHandle(file.handle);
+        given += file.size;
+    }
+    return given;
+}
+
+int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* flag)
+{
+    FileCache& cache = *static_cast<FileCache*>(refcon);
+    U_u64 given = cache.DropOldest(amountToPurge);
+    ++cache.mPurgeRequests;
+    cache.mBytesPurged += given;
+
+    // Too little is left here, so the recycled pool may have to give.
+    if (given < amountToPurge)
+        *flag = true;
+    if (cache.mConsole.Verbose())
+        cache.mConsole.Tell("asked to purge %llu bytes, gave %llu", amountToPurge, given);
+    return 0;
+}
+
+size_t FileCache::FilesHeld() const
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    return mFiles.size();
+}
+
+bool FileCache::TakeOldest(CachedFile* file)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    if (mFiles.empty())
+        return false;
+    *file = mFiles.front();
+    mFiles.pop_front();
+    mBytesHeld -= file->size;
+    return true;
+}

@@ -1,0 +1,54 @@
+// The memory that reading one file takes.
+
+#ifndef FILECACHE_FILE_BLOCK_H
+#define FILECACHE_FILE_BLOCK_H
+
+#include <cstddef>
+
+#include <U_Types.h>
+
+// A recycled block to read through. Where the library refuses it, a small
+// buffer of the object's own does.
+class ReadBuffer
+{
+public:
+    ReadBuffer();
+    ~ReadBuffer();
+    ReadBuffer(const ReadBuffer&) = delete;
+    ReadBuffer& operator=(const ReadBuffer&) = delete;
+
+    void* Bytes() { return mRecycled ? mRecycled : mSpare; }
+    size_t Size() const;
+
+private:
+    void* mRecycled;
+    unsigned char mSpare[4096];
+};
+
+// A handle that takes a file's bytes in. Once it is refused it stays so.
+class FileBlock
+{
+public:
+    // expectedSize is a guess: the block follows the bytes that come. Beyond
+    // the limit it is refused.
+    FileBlock(U_u64 expectedSize, U_u64 limit);
+    ~FileBlock();
+    FileBlock(const FileBlock&) = delete;
+    FileBlock& operator=(const FileBlock&) = delete;
+
+    void Append(const void* bytes, size_t size);
+
+    // Hands the handle over, cut to its bytes. Null if it was refused.
+    void** Release();
+
+private:
+    void Resize(U_u64 size);
+    void Refuse();
+
+    const U_u64 mLimit;
+    void** mHandle = nullptr;
+    U_u64 mSize = 0; // of the block
+    U_u64 mUsed = 0; // filled so far
+};
+
+#endif

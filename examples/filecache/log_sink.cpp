@@ -1,0 +1,42 @@
+#include "log_sink.h"
+
+#include <control.h>
+
+LogSink::LogSink()
+{
+    platform::SetLogSink([this](int level, const char* category, const char* tag,
+                                const char* text) { Take(level, category, tag, text); });
+}
+
+LogSink::~LogSink()
+{
+    Close();
+}
+
+bool LogSink::Open(const std::string& path)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mFile = std::fopen(path.c_str(), "w");
+    return mFile != nullptr;
+}
+
+bool LogSink::Close()
+{
+    platform::SetLogSink(platform::LogSink());
+    std::lock_guard<std::mutex> lock(mLock);
+    if (!mFile)
+        return true;
+    bool failed = std::ferror(mFile) != 0;
+    failed = std::fclose(mFile) != 0 || failed;
+    mFile = nullptr;
+    return !failed;
+}
+
+void LogSink::Take(int level, const char* category, const char* tag, const char* text)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    ++mLines;
+    if (mFile)
+        std::fprintf(mFile, "%d\t%s\t%s\t%s\n", level, category ? category : "", tag ? tag : "",
+                     text ? text : "");
+}

@@ -1,0 +1,71 @@
+#include "walk.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+class Walker
+{
+public:
+    Walker(const fs::path& top, Console& console) : mTop(top), mConsole(console) {}
+
+    FoundFiles Walk()
+    {
+        // Folders wait on a list instead of on the stack: a tree may be deep.
+        mWaiting.push_back(std::string());
+        while (!mWaiting.empty())
+        {
+            const std::string folder = mWaiting.back();
+            mWaiting.pop_back();
+            WalkOne(folder);
+        }
+        std::sort(mFound.names.begin(), mFound.names.end());
+        return std::move(mFound);
+    }
+
+private:
+    void WalkOne(const std::string& folder)
+    {
+        std::error_code error;
+        fs::directory_iterator entry(mTop / folder, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+        {
+            const std::string leaf = entry->path().filename().string();
+            Sort(*entry, folder.empty() ? leaf : folder + '/' + leaf);
+        }
+        if (error)
+            Unreadable(folder, error);
+    }
+
+    void Sort(const fs::directory_entry& entry, const std::string& name)
+    {
+        std::error_code error;
+        const fs::file_type type = entry.symlink_status(error).type();
+        if (type == fs::file_type::none)
+            Unreadable(name, error);
+        else if (type == fs::file_type::directory)
+            mWaiting.push_back(name);
+        else if (type == fs::file_type::regular)
+            mFound.names.push_back(name);
+    }
+
+    void Unreadable(const std::string& name, const std::error_code& error)
+    {
+        mConsole.Tell("can't read %s: %s", (mTop / name).c_str(), error.message().c_str());
+        ++mFound.unreadable;
+    }
+
+    const fs::path mTop;
+    Console& mConsole;
+    std::vector<std::string> mWaiting;
+    FoundFiles mFound;
+};
+} // namespace
+
+FoundFiles WalkFolder(const std::string& folder, Console& console)
+{
+    return Walker(folder, console).Walk();
+}

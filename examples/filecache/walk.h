@@ -1,0 +1,22 @@
+// The files under a folder.
+
+#ifndef FILECACHE_WALK_H
+#define FILECACHE_WALK_H
+
+#include <string>
+#include <vector>
+
+#include "console.h"
+
+struct FoundFiles
+{
+    std::vector<std::string> names; // relative to the folder, in order
+    size_t unreadable = 0;          // folders and entries that couldn't be looked at
+};
+
+// Walks the folder and all below it. Symbolic links aren't followed, and only
+// regular files are found. What can't be looked at is told, and the walk goes
+// on.
+FoundFiles WalkFolder(const std::string& folder, Console& console);
+
+#endif

@@ -1,0 +1,43 @@
+// Birth, death and run state.
+//
+// A host calls U_Birth once, on the thread that is to be its main and UI
+// thread, before any other service, and U_Death once at the end. Both run with
+// no other thread in the library. Between the two, any thread may call in; a
+// new U_Birth may follow a U_Death.
+
+#ifndef U_LIFECYCLE_H
+#define U_LIFECYCLE_H
+
+#include "U_Types.h"
+
+// What the host's mode is, in values of the host's own; the library only hands
+// the answer on.
+typedef U_i32 (*U_RunModeFunction)();
+
+// Brings the library up. displayName is copied, up to 30 bytes. runMode may be
+// null.
+// Returns 0; 3 for a null name, with nothing done; 4 if the heap or the
+// library's record can't be made; otherwise the code of the step that failed.
+// After a failure the calling thread stays registered as a main thread and the
+// host is expected to end the process.
+U_EXPORT U_Status U_Birth(const char* displayName, U_RunModeFunction runMode);
+
+// Takes the library down and logs what is left in its heap. The calling thread
+// stays registered as a main thread.
+// Returns 0; 2 if the library's record is damaged, 5889 if it doesn't exist:
+// then nothing is torn down.
+U_EXPORT U_Status U_Death();
+
+// Whether the process is dying: a fatal error has been reported, or the
+// library's record is damaged or missing, in which case it also beeps twice.
+// It only asks. Any thread.
+U_EXPORT bool U_Die();
+
+// The result of the run-mode function given to U_Birth, 0 without one. Runs
+// the function on the calling thread.
+U_EXPORT U_i32 U_GetRunMode();
+
+// Makes the system's default sound. Non-zero if it could be made.
+U_EXPORT U_i32 U_Beep();
+
+#endif

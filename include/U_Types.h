@@ -1,0 +1,46 @@
+// Types that every family shares: fixed-width integers, strings, severities,
+// status codes and the export macro.
+
+#ifndef U_TYPES_H
+#define U_TYPES_H
+
+#include <string>
+
+#include <krobase/small_block.h>
+
+#if defined(_WIN32)
+#if defined(U_BUILDING)
+#define U_EXPORT __declspec(dllexport)
+#else
+#define U_EXPORT __declspec(dllimport)
+#endif
+#else
+#define U_EXPORT __attribute__((visibility("default")))
+#endif
+
+typedef int U_i32;
+typedef unsigned int U_u32;
+typedef unsigned short U_u16;
+typedef unsigned char U_u8;
+typedef long long U_i64; // never long, whose width differs between platforms
+typedef unsigned long long U_u64;
+
+// 0 is success. A code that isn't 0 has already been reported, or is meant to
+// be silent; a caller doesn't report it again.
+typedef U_i32 U_Status;
+
+enum : U_Status
+{
+    U_Err_BadParameter = 3,
+    U_Err_OutOfMemory = 4,
+    U_Err_UnknownException = 14
+};
+
+typedef std::basic_string<unsigned short, std::char_traits<unsigned short>,
+                          krobase::utility::SmallBlockAllocator::STLAllocator<unsigned short>>
+    U_UTF16String;
+typedef std::basic_string<unsigned char, std::char_traits<unsigned char>,
+                          krobase::utility::SmallBlockAllocator::STLAllocator<unsigned char>>
+    U_UTF8String;
+
+#endif

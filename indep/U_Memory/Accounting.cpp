@@ -1,0 +1,46 @@
+// Charges for memory that the host allocated elsewhere.
+
+#include <algorithm>
+#include <limits>
+
+#include "U_Alloc.h"
+#include "indep/U_Memory/Memory.h"
+
+namespace
+{
+const U_i64 kMostCharge = std::numeric_limits<U_i32>::max();
+const U_i64 kLeastCharge = std::numeric_limits<U_i32>::min();
+} // namespace
+
+U_Status U_AccountAllocation(U_i32 delta)
+{
+    return MEM_AccountAllocation(delta);
+}
+
+U_Status U_AccountAllocationEx(U_u64 size, bool add)
+{
+    if (!add)
+        return MEM_AccountAllocation(static_cast<U_i32>(0u - static_cast<U_u32>(size)));
+    if (size > static_cast<U_u64>(kMostCharge))
+        return U_Err_BadParameter;
+    return MEM_AccountAllocation(static_cast<U_i32>(size));
+}
+
+// The host services take 32 bits at a time.
+U_Status U_AccountFrameAllocation(U_i64 delta)
+{
+    Up_AddFrameAllocation(delta);
+    U_Status result = 0;
+    do
+    {
+        const U_i64 part = std::min(std::max(delta, kLeastCharge), kMostCharge);
+        result = MEM_AccountAllocation(static_cast<U_i32>(part));
+        delta -= part;
+    } while (delta && !result);
+    return result;
+}
+
+U_Status U_AccountSystemAllocation(U_i64 delta)
+{
+    return MEM_AccountSystemAllocation(delta);
+}

@@ -1,0 +1,134 @@
+#include "U_Alloc.h"
+
+#include "indep/U_Memory/AllocationLoop.h"
+#include "indep/U_Memory/Memory.h"
+
+namespace
+{
+enum Clearing : bool
+{
+    kAsIs = false,
+    kClear = true
+};
+
+void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
+{
+    void** handle = nullptr;
+    auto attempt = [&]() -> void* {
+        handle = MEM_NewHandle(UHeap(), size);
+        return handle ? *handle : nullptr;
+    };
+    Up_AllocateShared({location, opName, size, clearing, false}, attempt);
+    return handle;
+}
+
+void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
+{
+    auto attempt = [=] { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
+    return Up_AllocateShared({location, opName, size, clearing, false}, attempt);
+}
+} // namespace
+
+void** U_AllocateHandle(U_u32 location, const char* opName, U_u64 size)
+{
+    return AllocateHandle(location, opName, size, kAsIs);
+}
+
+void** U_AllocateHandleClear(U_u32 location, const char* opName, U_u64 size)
+{
+    return AllocateHandle(location, opName, size, kClear);
+}
+
+void** U_AllocateHandleQuiet(U_u64 size)
+{
+    return AllocateHandle(0, nullptr, size, kAsIs);
+}
+
+void** U_AllocateHandleClearQuiet(U_u64 size)
+{
+    return AllocateHandle(0, nullptr, size, kClear);
+}
+
+void* U_AllocatePtr(U_u32 location, const char* opName, U_u64 size)
+{
+    return AllocatePtr(location, opName, size, kAsIs);
+}
+
+void* U_AllocatePtrClear(U_u32 location, const char* opName, U_u64 size)
+{
+    return AllocatePtr(location, opName, size, kClear);
+}
+
+void* U_AllocatePtrQuiet(U_u64 size)
+{
+    return AllocatePtr(0, nullptr, size, kAsIs);
+}
+
+void* U_AllocatePtrClearQuiet(U_u64 size)
+{
+    return AllocatePtr(0, nullptr, size, kClear);
+}
+
+U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle)
+{
+    if (!handle || !*handle)
+        return U_Err_BadParameter;
+    void** resized = *handle;
+    auto attempt = [=]() -> void* {
+        return MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? *resized : nullptr;
+    };
+    return Up_AllocateShared({location, opName, newSize, kAsIs, false}, attempt)
+               ? 0
+               : U_Err_OutOfMemory;
+}
+
+U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer)
+{
+    if (!pointer)
+        return U_Err_BadParameter;
+    void* oldBlock = *pointer;
+    auto attempt = [=] { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
+    *pointer = Up_AllocateShared({location, opName, newSize, kAsIs, false}, attempt);
+    return *pointer ? 0 : U_Err_OutOfMemory;
+}
+
+U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer)
+{
+    return U_ResizePtr(0, newSize, nullptr, pointer);
+}
+
+U_Status U_FreeHandle(void** handle)
+{
+    U_CheckHandleFromHeap(handle);
+    MEM_DisposeHandle(UHeap(), handle);
+    return 0;
+}
+
+U_Status U_FreePtr(void* pointer)
+{
+    MEM_DisposePtr(UHeap(), pointer);
+    return 0;
+}
+
+U_Status U_GetHandleSize(void** handle, U_u32* size)
+{
+    U_CheckHandleFromHeap(handle);
+    if (!handle || !size)
+        return U_Err_BadParameter;
+    // No block reaches 2 GiB here, so the narrowing keeps the value.
+    *size = static_cast<U_u32>(MEM_GetHandleSize(UHeap(), handle));
+    return 0;
+}
+
+U_Status U_GetPtrSize(void* pointer, U_u64* size)
+{
+    if (!size)
+        return U_Err_BadParameter;
+    *size = static_cast<U_u32>(MEM_GetPtrSize(UHeap(), pointer));
+    return 0;
+}
+
+U_Status U_CheckHandleFromHeap(void** handle)
+{
+    return MEM_CheckHandleFromHeap(UHeap(), handle);
+}

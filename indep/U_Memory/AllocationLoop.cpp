@@ -1,0 +1,122 @@
+#include "indep/U_Memory/AllocationLoop.h"
+
+#include <cstring>
+
+#include <tolv/memory.h>
+#include <wril/wril.h>
+
+#include "U_Budget.h"
+#include "U_Threads.h"
+#include "indep/U_Memory/Budget.h"
+#include "indep/U_Memory/Memory.h"
+
+namespace
+{
+const char* const kFailedTag = "ALLOC_OP_FAILED";
+
+// The rounds behind a first attempt that failed.
+class Recovery
+{
+public:
+    explicit Recovery(const AllocationRequest& request) : mRequest(request) {}
+
+    void* Run(AllocationAttempt attempt)
+    {
+        void* block = nullptr;
+        U_u16 attempts = 1;
+        MakeRoom();
+        bool progress = true; // the second attempt comes whatever happened to use
+        while (!block && progress)
+        {
+            const U_u64 previous = mMeasure;
+            block = attempt();
+            if (!block)
+                MakeRoom();
+            progress = mMeasure < previous;
+            ++attempts;
+        }
+        WRIL_sprintf(0, "U", "ALLOC_OP_FAILED_RECOVERY_STAT", "success:%s, retries:%d",
+                     block ? "t" : "f", attempts - 1);
+        return block;
+    }
+
+    U_Status MeasureError() const { return mMeasureError; }
+
+private:
+    // The room already free is added, so that the purge frees as much as the
+    // block needs although the budget says it would fit: the attempt has just
+    // shown that it doesn't.
+    void MakeRoom()
+    {
+        LogFailedAttempt();
+        if (U_IsOnMainThread())
+            U_CompactMem();
+        TOLV_SyncMemUsageWithOS();
+        if (!mMeasureError)
+            mMeasureError = U_GetMemoryStat(
+                mRequest.mRecycled ? U_MemStat_RoomForRecycled : U_MemStat_RoomToPrepurge, &mRoom);
+        Up_MakeRoomForBlock(mRoom + mRequest.mSize, mRequest.mRecycled);
+        Measure();
+    }
+
+    // A failed measurement leaves the last one standing, which ends the loop.
+    void Measure()
+    {
+        U_u64 use = 0;
+        if (!mMeasureError)
+            mMeasureError = Up_GetMemoryStat(U_MemStat_InUseLowMemory, &use, !mRequest.mRecycled);
+        if (!mMeasureError)
+            mMeasure = use;
+    }
+
+    void LogFailedAttempt() const
+    {
+        WRIL_sprintf(0, "U", kFailedTag,
+                     "Fragmentation or other resource constraint\treqsize Kb:%d",
+                     static_cast<int>(mRequest.mSize >> 10));
+        if (mRequest.mOpName)
+            WRIL_sprintf(0, "U", kFailedTag, "OpName:%s", mRequest.mOpName);
+    }
+
+    const AllocationRequest& mRequest;
+    U_u64 mRoom = 0;
+    U_u64 mMeasure = 0;
+    U_Status mMeasureError = 0;
+};
+
+void LogUnableToRecover(const AllocationRequest& request)
+{
+    WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
+                 request.mOpName ? request.mOpName : "Unidentified caller.");
+}
+} // namespace
+
+void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt attempt)
+{
+    if (request.mSize > kLargestBlock)
+        return nullptr;
+    bool okay = true;
+    if (Up_OkayToAllocBlock(static_cast<U_i32>(request.mSize), &okay, request.mRecycled))
+        return nullptr;
+    if (!okay)
+    {
+        WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
+                     static_cast<U_i64>(request.mSize));
+        LogUnableToRecover(request);
+        return nullptr;
+    }
+
+    void* block = attempt();
+    U_Status measureError = 0;
+    if (!block)
+    {
+        Recovery recovery(request);
+        block = recovery.Run(attempt);
+        measureError = recovery.MeasureError();
+    }
+    if (!block)
+        LogUnableToRecover(request);
+    else if (request.mClear && !measureError)
+        std::memset(block, 0, static_cast<std::size_t>(request.mSize));
+    return block;
+}

@@ -1,0 +1,43 @@
+// The loop that every allocation runs under.
+
+#ifndef INDEP_U_MEMORY_ALLOCATION_LOOP_H
+#define INDEP_U_MEMORY_ALLOCATION_LOOP_H
+
+#include <type_traits>
+
+#include "U_Types.h"
+
+// One attempt at an allocation: returns the block's first byte, or null. A
+// reference to a callable that outlives it.
+class AllocationAttempt
+{
+public:
+    template <class Callable>
+    AllocationAttempt(Callable& callable)
+        : mCallable(&callable),
+          mCall([](void* target) -> void* { return (*static_cast<Callable*>(target))(); })
+    {
+    }
+
+    void* operator()() const { return mCall(mCallable); }
+
+private:
+    void* mCallable;
+    void* (*mCall)(void*);
+};
+
+struct AllocationRequest
+{
+    U_u32 mLocation;
+    const char* mOpName; // null: a failure isn't for the user
+    U_u64 mSize;         // bytes
+    bool mClear;
+    bool mRecycled; // the block comes out of the recycled pool
+};
+
+// Asks the budget, then attempts, and after a failure makes room and attempts
+// again for as long as use falls. Returns the block, cleared if asked for, or
+// null.
+void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt attempt);
+
+#endif

@@ -1,0 +1,248 @@
+// May a block be allocated, and how room is made for it.
+
+#include "indep/U_Memory/Budget.h"
+
+#include <atomic>
+
+#include <tolv/memory.h>
+#include <wril/wril.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+
+namespace
+{
+const char* const kMakeRoomTag = "MAKE_ROOM_FOR_BLOCK";
+const U_i32 kSmallBlock = 2048;         // bytes; smaller blocks are measured one in
+const U_u32 kSmallBlocksPerCheck = 256; // this many
+const double kPurgeAhead = 0.02;        // of the prepurge limit
+
+std::atomic<U_u32> sPrePurgingDisabled(0);
+std::atomic<U_u32> sSmallBlocks(0);
+
+// Plain values for the host, which sets them once before the allocations that
+// should trigger a purge; atomic, so that an early reader sees none or all.
+std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
+std::atomic<void*> sPurgeRefcon(nullptr);
+
+bool IsUnmeasured(U_i32 size)
+{
+    return size < kSmallBlock &&
+           sSmallBlocks.fetch_add(1, std::memory_order_relaxed) + 1 < kSmallBlocksPerCheck;
+}
+
+struct Measurement
+{
+    U_u64 mUsed = 0;
+    U_u64 mPrepurge = 0;
+    U_u64 mMaximum = 0;
+
+    U_Status Take(bool recycled)
+    {
+        if (U_Status failure = U_GetMemUsageLimits(&mPrepurge, &mMaximum))
+            return failure;
+        return Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !recycled);
+    }
+};
+
+// A block that would pass the prepurge limit: make room, and let the maximum
+// limit decide, since the host may have nothing left to purge.
+U_Status DecideAbovePrepurge(Measurement& now, U_u64 size, bool* okay, bool recycled)
+{
+    const U_u64 wanted = static_cast<U_u64>(static_cast<double>(size) +
+                                            kPurgeAhead * static_cast<double>(now.mPrepurge));
+    WRIL_sprintf(0, "U", "MEM",
+                 "Amount Requested above tracked usage thresh. used:\t%llu\trequest:\t%llu"
+                 "\tthresh:%llu",
+                 now.mUsed, wanted, now.mPrepurge);
+    Up_MakeRoomForBlock(wanted, recycled);
+    if (U_Status failure = now.Take(recycled))
+        return failure;
+    *okay = now.mUsed + size <= now.mMaximum;
+    return 0;
+}
+
+// A recycled block fits beside use without the pool; the pool itself gives way
+// as far as it stands above the limit.
+U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
+{
+    U_u64 total = 0;
+    if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &total, true))
+        return failure;
+    if (total <= now.mPrepurge)
+        return 0;
+    const U_u64 excess = total - now.mPrepurge;
+    WRIL_sprintf(0, "U", "MEM",
+                 "Amount Requested above tracked usage thresh (including recycled). used:\t%llu"
+                 "\trequest:\t%llu\tthresh:%llu, amoutToPurge=%lld",
+                 now.mUsed, size, now.mPrepurge, static_cast<U_i64>(excess));
+    Up_MakeRoomForBlock(size + excess, true);
+    if (U_GetRecycledMemorySize() > excess)
+        U_PurgeRecycledMemory(excess);
+    else
+        Up_MakeRoomForBlock(1, false);
+    return 0;
+}
+
+// One run of making room: rounds of asking the host, for as long as use falls.
+class PurgeRun
+{
+public:
+    PurgeRun(U_PurgeRequestCallback callback, void* refcon, U_u64 request, bool recycled)
+        : mCallback(callback), mRefcon(refcon), mRequest(request), mRecycled(recycled)
+    {
+    }
+
+    U_Status Run()
+    {
+        U_u64 maximum = 0;
+        U_Status failure = U_GetMemUsageLimits(&mPrepurge, &maximum);
+        while (!failure && !mDone)
+            failure = Round();
+        return failure;
+    }
+
+private:
+    U_Status Round()
+    {
+        const U_u64 previous = mUsed;
+        if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !mRecycled))
+            return failure;
+        if (mUsed + mRequest <= mPrepurge)
+        {
+            mDone = true;
+            WRIL_sprintf(0, "U", kMakeRoomTag,
+                         "DONE. Under threshold with inUse=%lld, prepurgelimit=%lld, "
+                         "request=%lld, recycled=%d",
+                         static_cast<U_i64>(mUsed), static_cast<U_i64>(mPrepurge),
+                         static_cast<U_i64>(mRequest), mRecycled);
+            return 0;
+        }
+        const U_u64 amount = mUsed - mPrepurge + mRequest;
+        if (previous == 0 || mUsed < previous)
+            return AskHost(amount);
+        PurgePool(amount);
+        return 0;
+    }
+
+    U_Status AskHost(U_u64 amount)
+    {
+        WRIL_sprintf(0, "U", kMakeRoomTag,
+                     "Issuing Purge Request\tblock_request:\t%llu\tamt_to_purge:\t%lld", mRequest,
+                     static_cast<U_i64>(amount));
+        return mCallback(mRefcon, mRequest, amount, &mFlag);
+    }
+
+    // Use has stalled: the recycled pool is what is left, if the host lets go
+    // of it and it isn't what the block itself comes out of.
+    void PurgePool(U_u64 amount)
+    {
+        if (!mFlag || mRecycled)
+        {
+            mDone = true;
+            WRIL_sprintf(0, "U", kMakeRoomTag,
+                         "DONE. Purge not freeing anything (but maybe recycled memory), "
+                         "recycled=%d",
+                         mRecycled);
+        }
+        else if (U_PurgeRecycledMemory(amount) < amount)
+        {
+            mDone = true;
+            WRIL_Log(0, "U", kMakeRoomTag, "DONE. Purge recycled not freeing anything");
+        }
+    }
+
+    const U_PurgeRequestCallback mCallback;
+    void* const mRefcon;
+    const U_u64 mRequest;
+    const bool mRecycled;
+    U_u64 mPrepurge = 0; // kept for the whole run
+    U_u64 mUsed = 0;
+    bool mFlag = false;
+    bool mDone = false;
+};
+} // namespace
+
+U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
+{
+    *okay = true;
+    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(size))
+        return 0;
+
+    *okay = false;
+    sSmallBlocks.store(0, std::memory_order_relaxed);
+    Measurement now;
+    if (U_Status failure = now.Take(recycled))
+        return failure;
+    const U_u64 wanted = static_cast<U_u64>(size);
+    if (now.mUsed + wanted > now.mPrepurge)
+        return DecideAbovePrepurge(now, wanted, okay, recycled);
+    if (recycled)
+    {
+        if (U_Status failure = ShrinkPoolForRecycled(now, wanted))
+            return failure;
+    }
+    *okay = true;
+    return 0;
+}
+
+U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled)
+{
+    const U_PurgeRequestCallback callback = sPurgeCallback.load(std::memory_order_acquire);
+    void* refcon = sPurgeRefcon.load(std::memory_order_relaxed);
+    TOLV_SyncMemUsageWithOS();
+    if (!callback)
+        return 0;
+    return PurgeRun(callback, refcon, request, recycled).Run();
+}
+
+U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon)
+{
+    sPurgeRefcon.store(refcon, std::memory_order_relaxed);
+    sPurgeCallback.store(callback, std::memory_order_release);
+    return 0;
+}
+
+U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon)
+{
+    if (callback)
+        *callback = sPurgeCallback.load(std::memory_order_acquire);
+    if (refcon)
+        *refcon = sPurgeRefcon.load(std::memory_order_relaxed);
+    return 0;
+}
+
+void Up_ClearPurgeRequestCallback()
+{
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+}
+
+U_Status U_DisableProactivePrePurging()
+{
+    const U_Status result = TOLV_DisableProactivePrePurging();
+    sPrePurgingDisabled.fetch_add(1);
+    return result;
+}
+
+U_Status U_EnableProactivePrePurging()
+{
+    const U_Status result = TOLV_EnableProactivePrePurging();
+    sPrePurgingDisabled.fetch_sub(1);
+    return result;
+}
+
+U_ScDisableProactivePrePurging::U_ScDisableProactivePrePurging()
+{
+    U_DisableProactivePrePurging();
+}
+
+U_ScDisableProactivePrePurging::~U_ScDisableProactivePrePurging()
+{
+    U_EnableProactivePrePurging();
+}
+
+U_ScDisableProactivePrePurging&
+U_ScDisableProactivePrePurging::operator=(const U_ScDisableProactivePrePurging&)
+{
+    return *this;
+}

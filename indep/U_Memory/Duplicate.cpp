@@ -1,0 +1,94 @@
+// Copies of handles, within the library's heap and across to the toolbox.
+
+#include <cstring>
+
+#include <tolv/toolbox.h>
+
+#include "U_Alloc.h"
+#include "indep/U_Memory/Budget.h"
+
+namespace
+{
+const U_u32 kDuplicatePlace = 0x17001C;
+const U_u32 kNoFinerPlace = 0x170000;
+
+void CopyBlock(void** to, void** from, std::size_t size)
+{
+    if (size)
+        std::memcpy(*to, *from, size);
+}
+
+U_u32 ToolboxSize(void** handle)
+{
+    const int size = GetHandleSize(handle);
+    return size > 0 ? static_cast<U_u32>(size) : 0;
+}
+
+void** NewPlatformHandle(U_i32 size)
+{
+    bool okay = false;
+    if (Up_OkayToAllocBlock(size, &okay, false) || !okay)
+        return nullptr;
+    return NewHandle(size);
+}
+} // namespace
+
+U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    U_u32 size = 0;
+    if (U_Status failure = U_GetHandleSize(handle, &size))
+        return failure;
+    *out = U_AllocateHandle(kDuplicatePlace, opName, size);
+    if (!*out)
+        return U_Err_OutOfMemory;
+    CopyBlock(*out, handle, size);
+    return 0;
+}
+
+U_Status U_DuplicateHandleToPlatform(void** handle, const char*, void*** out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    U_u32 size = 0;
+    if (U_Status failure = U_GetHandleSize(handle, &size))
+        return failure;
+    *out = NewPlatformHandle(static_cast<U_i32>(size));
+    if (!*out)
+        return U_Err_OutOfMemory;
+    CopyBlock(*out, handle, size);
+    return 0;
+}
+
+U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName, void*** out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    *out = nullptr;
+    if (!platformHandle)
+        return 0;
+    const U_u32 size = ToolboxSize(platformHandle);
+    *out = U_AllocateHandle(kNoFinerPlace, opName, size);
+    if (*out)
+        CopyBlock(*out, platformHandle, size);
+    return 0;
+}
+
+U_Status U_DetachResource(void** resource, const char* opName, void*** out)
+{
+    if (!out)
+        return 0;
+    *out = nullptr;
+    if (!resource)
+        return U_Err_BadParameter;
+    const U_u32 size = ToolboxSize(resource);
+    void** copy = U_AllocateHandle(0, opName, size);
+    if (!copy)
+        return U_Err_OutOfMemory;
+    CopyBlock(copy, resource, size);
+    DetachResource(resource);
+    DisposeHandle(resource);
+    *out = copy;
+    return ResError();
+}

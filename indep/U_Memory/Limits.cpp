@@ -1,0 +1,128 @@
+// The two limits, settings, and attention to low memory.
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <krobase/debug.h>
+#include <krobase/machine.h>
+#include <tolv/memory.h>
+#include <win32/memory.h>
+#include <wril/wril.h>
+
+#include "U_Budget.h"
+#include "indep/U_Memory/Budget.h"
+
+namespace
+{
+const U_u64 kLeastGap = 0x100000; // bytes between the two limits
+const U_i64 kDefaultFudgeBuffer = 262144000;
+
+U_i64 sFudgeBuffer = kDefaultFudgeBuffer; // bytes; written by birth
+bool sGoDirect = true;                    // told in the log only
+std::atomic<U_u32> sPayAttention(0);
+
+std::string Setting(const char* key, const std::string& defaultText)
+{
+    return krobase::debug::DebugDatabase::Instance().GetEntry(key, defaultText.c_str());
+}
+
+bool FlagSetting(const char* key, bool defaultValue)
+{
+    return Setting(key, defaultValue ? "true" : "false") == "true";
+}
+
+void Lower(U_u64& limit, U_u64 override)
+{
+    if (override && override < limit)
+        limit = override;
+}
+
+// The pair as it is stored: the maximum the larger, the gap kept, and with
+// little memory free a prepurge limit that leaves the fudge buffer.
+struct NormalLimits
+{
+    NormalLimits(U_u64 prepurge, U_u64 maximum) : mMaximum(std::max(prepurge, maximum))
+    {
+        mPrepurge = std::min(prepurge, mMaximum - kLeastGap);
+        U_i64 free = 0;
+        if (!Up_FreeAboveFudgeBuffer(&free))
+            return;
+        U_u64 use = 0;
+        Up_GetMemoryStat(U_MemStat_InUse, &use, true);
+        if (free < static_cast<U_i64>(mPrepurge - use))
+            mPrepurge = use + static_cast<U_u64>(free);
+    }
+
+    U_u64 mMaximum;
+    U_u64 mPrepurge;
+};
+} // namespace
+
+void Up_ReadBudgetSettings()
+{
+    const std::string fudgeBuffer =
+        Setting("MemoryFudgeBuffer2", std::to_string(kDefaultFudgeBuffer));
+    sFudgeBuffer = std::strtoll(fudgeBuffer.c_str(), nullptr, 10);
+    sGoDirect = FlagSetting("MemoryAccountDirect2", true);
+    WRIL_sprintf(0, "U", "Up_InitializeMemorySubsystem", "fudgebuffer=%lld, goDirect=%d",
+                 sFudgeBuffer, sGoDirect);
+}
+
+bool Up_FreeAboveFudgeBuffer(U_i64* bytes)
+{
+    win32::MEMORYSTATUSEX status = {};
+    status.dwLength = sizeof(status);
+    if (sFudgeBuffer == 0 || !U_GetPayAttentionToLowMemory() ||
+        !win32::GlobalMemoryStatusEx(&status))
+        return false;
+    *bytes = static_cast<U_i64>(status.ullAvailPhys) - sFudgeBuffer;
+    return true;
+}
+
+U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum)
+{
+    if (!prepurge || !maximum)
+        return U_Err_BadParameter;
+    *prepurge = 0;
+    *maximum = 0;
+    if (U_Status failure = MEM_GetMemUsageLimits(prepurge, maximum))
+        return failure;
+    U_u64 prepurgeOverride = 0;
+    U_u64 maximumOverride = 0;
+    if (U_Status failure = MEM_GetMemUsageLimitsOverride(&prepurgeOverride, &maximumOverride))
+        return failure;
+    Lower(*prepurge, prepurgeOverride);
+    Lower(*maximum, maximumOverride);
+    if (*prepurge == 0)
+    {
+        const U_u64 physical = krobase::utility::TotalPhysicalMemory();
+        *prepurge = static_cast<U_u64>(0.7 * static_cast<double>(physical));
+        *maximum = physical;
+    }
+    return 0;
+}
+
+U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum)
+{
+    const NormalLimits limits(prepurge, maximum);
+    return MEM_SetMemUsageLimits(limits.mPrepurge, limits.mMaximum);
+}
+
+U_Status U_SetMemUsageLimitsOverride(U_u64 prepurge, U_u64 maximum)
+{
+    const NormalLimits limits(prepurge, maximum);
+    return MEM_SetMemUsageLimitsOverride(limits.mPrepurge, limits.mMaximum);
+}
+
+bool U_GetPayAttentionToLowMemory()
+{
+    return sPayAttention.load() != 0;
+}
+
+void U_SetPayAttentionToLowMemory(bool pay)
+{
+    sPayAttention.store(pay ? 1 : 0);
+}

@@ -1,0 +1,26 @@
+// What the memory subsystem's sources share, and its part in birth and death.
+
+#ifndef INDEP_U_MEMORY_MEMORY_H
+#define INDEP_U_MEMORY_MEMORY_H
+
+#include <tolv/memory.h>
+
+#include "U_Types.h"
+
+const U_u64 kLargestBlock = 0x7FFFFFFF; // bytes; a request must fit a signed 32-bit size
+
+// Makes the heap and charges the application's own footprint. Returns 0, or 4
+// if there is no heap; the rest is done all the same.
+U_Status Up_InitializeMemorySubsystem();
+
+// Reports what is left in the heap, and undoes the above.
+void Up_TerminateMemorySubsystem();
+
+// The library's one heap.
+MEM_HeapRef UHeap();
+
+// Bytes charged by frame and recycled allocations.
+void Up_AddFrameAllocation(U_i64 delta);
+U_i64 Up_FrameAllocation();
+
+#endif

@@ -1,0 +1,85 @@
+// What hosts ask of the budget beside allocation: the purge check, the purge
+// loop and compaction.
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <win32/memory.h>
+#include <wril/wril.h>
+
+#include "U_Budget.h"
+#include "indep/U_Memory/AllocationLoop.h"
+#include "indep/U_Memory/Budget.h"
+
+namespace
+{
+const int kMostPurgeRounds = 3;
+
+boost::mutex sCompactionLock; // one thread compacts at a time
+} // namespace
+
+U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
+{
+    if (!overLimit)
+        return U_Err_BadParameter;
+    *overLimit = true;
+    if (hitLimit)
+        *hitLimit = true;
+
+    U_u64 prepurge = 0;
+    U_u64 maximum = 0;
+    U_u64 used = 0;
+    if (U_Status failure = U_GetMemUsageLimits(&prepurge, &maximum))
+        return failure;
+    if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false))
+        return failure;
+    if (used + needed <= prepurge)
+    {
+        *overLimit = false;
+        if (hitLimit)
+            *hitLimit = false;
+        return 0;
+    }
+
+    WRIL_sprintf(
+        0, "U", "U_CheckRAMPurgeLimit", "hit limit with inUse=%lld, needed=%lld, purgeLimit=%lld",
+        static_cast<U_i64>(used), static_cast<U_i64>(needed), static_cast<U_i64>(prepurge));
+    U_Status failure = 0;
+    for (int round = 0; round < kMostPurgeRounds && *overLimit; ++round)
+    {
+        Up_MakeRoomForBlock(needed + 1, true);
+        if (!failure)
+            failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false);
+        if (!failure && used + needed <= prepurge)
+            *overLimit = false;
+    }
+    return failure;
+}
+
+U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, bool recycled)
+{
+    if (!procedure)
+        return U_Err_BadParameter;
+    U_Status result = U_Err_OutOfMemory;
+    auto attempt = [&]() -> void* {
+        bool okay = false;
+        result = procedure(refcon, &okay);
+        // Any address will do: nothing is cleared.
+        return okay && result == 0 ? &result : nullptr;
+    };
+    Up_AllocateShared({0, nullptr, size, false, recycled}, attempt);
+    return result;
+}
+
+U_Status U_CompactMem()
+{
+    boost::lock_guard<boost::mutex> lock(sCompactionLock);
+    win32::_heapmin();
+    win32::HeapCompact(win32::GetProcessHeap(), 0);
+    return 0;
+}
+
+U_Status U_PurgeHandlesAndCompact()
+{
+    return U_CompactMem();
+}

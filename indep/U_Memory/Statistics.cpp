@@ -1,0 +1,121 @@
+#include <cstdlib>
+
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "indep/U_Memory/Budget.h"
+#include "indep/U_Memory/Memory.h"
+
+namespace
+{
+// The prepurge limit stays lowered until the host sets limits again.
+void LowerLimitIfMemoryIsLow(U_u64 used)
+{
+    U_u64 prepurge = 0;
+    U_u64 maximum = 0;
+    U_i64 free = 0;
+    if (MEM_GetMemUsageLimits(&prepurge, &maximum) || !Up_FreeAboveFudgeBuffer(&free))
+        return;
+    if (free < static_cast<U_i64>(prepurge - used))
+        MEM_SetMemUsageLimits(used + static_cast<U_u64>(free), maximum);
+}
+
+U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)
+{
+    const U_Status failure = TOLV_TotalMemoryUsed(out);
+    if (lowerLimit)
+        LowerLimitIfMemoryIsLow(*out);
+    return failure;
+}
+
+U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
+{
+    const U_Status failure = TotalMemoryUsed(out, lowerLimit);
+    if (!countRecycled)
+        *out -= U_GetRecycledMemorySize();
+    return failure;
+}
+
+U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
+{
+    U_u64 used = 0;
+    if (U_Status failure = InUse(&used, false, countRecycled))
+        return failure;
+    U_u64 prepurge = 0;
+    U_u64 maximum = 0;
+    if (U_Status failure = U_GetMemUsageLimits(&prepurge, &maximum))
+        return failure;
+    const U_u64 limit = underMaximum ? maximum : prepurge;
+    *out = limit > used ? limit - used : 0;
+    return 0;
+}
+
+bool MallocCanGive(std::size_t size)
+{
+    // Volatile, so that the pair isn't optimised away.
+    void* volatile block = std::malloc(size);
+    const bool given = block != nullptr;
+    std::free(block);
+    return given;
+}
+
+U_u64 LargestBlock()
+{
+    std::size_t low = 0;
+    std::size_t high = 0xC0000000;
+    const std::size_t kPrecision = 1024;
+    while (high - low > kPrecision)
+    {
+        const std::size_t middle = low + (high - low) / 2;
+        (MallocCanGive(middle) ? low : high) = middle;
+    }
+    return low;
+}
+
+U_Status InUseByLibrary(U_u64* out)
+{
+    const U_Status failure = TotalMemoryUsed(out, false);
+    const U_u64 pool = U_GetRecycledMemorySize();
+    *out = pool > *out ? 1 : *out - pool;
+    return failure;
+}
+} // namespace
+
+U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled)
+{
+    *out = 0;
+    switch (which)
+    {
+    case U_MemStat_InUse:
+        return InUse(out, false, countRecycled);
+    case U_MemStat_InUseLowMemory:
+        return InUse(out, true, countRecycled);
+    case U_MemStat_RoomToPrepurge:
+        return RoomUnderLimit(out, false, countRecycled);
+    case U_MemStat_RoomToMaximum:
+        return RoomUnderLimit(out, true, countRecycled);
+    case U_MemStat_LargestBlock:
+        *out = LargestBlock();
+        return 0;
+    case U_MemStat_RoomForRecycled:
+        return RoomUnderLimit(out, false, false);
+    case U_MemStat_InUseByLibrary:
+        return InUseByLibrary(out);
+    case U_MemStat_InUseWithoutFrames:
+    {
+        const U_Status failure = InUse(out, true, countRecycled);
+        *out -= static_cast<U_u64>(Up_FrameAllocation());
+        return failure;
+    }
+    default:
+        return 0;
+    }
+}
+
+U_Status U_GetMemoryStat(U_u32 which, U_u64* out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    return Up_GetMemoryStat(which, out, true);
+}

@@ -1,0 +1,71 @@
+#include "indep/frame/Globals.h"
+
+#include <cstring>
+#include <new>
+
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+
+namespace
+{
+const U_Status kDamagedGlobals = 2;
+const U_Status kNoGlobals = 5889;
+
+// Written by birth and death only, with no other thread in the library.
+void** sGlobals = nullptr;
+} // namespace
+
+U_Globals* Globals()
+{
+    return sGlobals ? static_cast<U_Globals*>(*sGlobals) : nullptr;
+}
+
+U_Status Up_MakeGlobals(const char* displayName)
+{
+    boost::recursive_mutex* loggingLock = new (std::nothrow) boost::recursive_mutex;
+    void** handle = loggingLock ? U_AllocateHandleClearQuiet(sizeof(U_Globals)) : nullptr;
+    if (!handle)
+    {
+        delete loggingLock;
+        return U_Err_OutOfMemory;
+    }
+    U_Globals* globals = new (*handle) U_Globals();
+    globals->mMagicHead = kGlobalsMagic;
+    globals->mMagicTail = kGlobalsMagic;
+    std::strncpy(globals->mName, displayName, sizeof(globals->mName) - 1);
+    globals->mName[sizeof(globals->mName) - 1] = 0;
+    globals->mLoggingLock = loggingLock;
+    sGlobals = handle;
+    return 0;
+}
+
+void Up_DestroyGlobals()
+{
+    U_Globals* globals = Globals();
+    if (!globals)
+        return;
+    globals->mMagicHead = 0;
+    globals->mMagicTail = 0;
+    delete globals->mLoggingLock;
+    U_FreeHandle(sGlobals);
+    sGlobals = nullptr;
+}
+
+bool Up_GlobalsAreGood()
+{
+    const U_Globals* globals = Globals();
+    return globals && globals->mMagicHead == kGlobalsMagic && globals->mMagicTail == kGlobalsMagic;
+}
+
+U_Status Up_ValidateGlobals(U_u16)
+{
+    if (Up_GlobalsAreGood())
+        return 0;
+    U_Globals* globals = Globals();
+    if (!globals)
+        return kNoGlobals;
+    globals->mDying = 1;
+    TOLV_QuietMemDialogs();
+    return kDamagedGlobals;
+}

@@ -1,0 +1,50 @@
+// The record of what exists once per process.
+
+#ifndef INDEP_FRAME_GLOBALS_H
+#define INDEP_FRAME_GLOBALS_H
+
+#include <atomic>
+
+#include <boost/thread/recursive_mutex.hpp>
+
+#include "U_Types.h"
+
+const U_u32 kGlobalsMagic = 0x11868;
+const std::size_t kMostLoggingCallbacks = 10;
+
+typedef U_Status (*U_LoggingCallback)(void* refcon, U_u32 location, U_u16 severity,
+                                      const char* text);
+
+// Plain data in a handle of the library's heap. The magic numbers at both ends
+// tell whether somebody wrote over it.
+struct U_Globals
+{
+    U_u32 mMagicHead;
+    std::atomic<U_u32> mDying;            // set by the first fatal error, never set back
+    char mName[31];                       // the host's display name
+    boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
+    U_LoggingCallback mLoggingFuncs[kMostLoggingCallbacks];
+    void* mLoggingRefcons[kMostLoggingCallbacks];
+    std::atomic<U_u32> mErrorCount;
+    std::atomic<U_u32> mPostErrors;
+    U_u32 mMagicTail;
+};
+
+// The record, null while the library isn't alive.
+U_Globals* Globals();
+
+// Makes the record. Returns 0, or 4 with no record.
+U_Status Up_MakeGlobals(const char* displayName);
+
+// Destroys the record if there is one.
+void Up_DestroyGlobals();
+
+// Whether the record exists and is whole.
+bool Up_GlobalsAreGood();
+
+// The first line of an entry point that needs the record. code is the entry
+// point's place in the library. Returns 0, 2 for a damaged record, or 5889 for
+// none.
+U_Status Up_ValidateGlobals(U_u16 code);
+
+#endif

@@ -1,0 +1,30 @@
+// The guard: the try block at the boundary.
+//
+// Inside the library a failure travels as a thrown int that holds the status
+// code, reported by whoever found it. Exceptions of types other than int and
+// std::exception aren't the library's and pass through.
+
+#ifndef INDEP_FRAME_GUARD_H
+#define INDEP_FRAME_GUARD_H
+
+#include "U_Threads.h"
+
+// Runs body and returns 0, or the status code of its failure.
+template <class Body> U_Status Guarded(Body body)
+{
+    try
+    {
+        body();
+        return 0;
+    }
+    catch (int& code)
+    {
+        return code;
+    }
+    catch (std::exception& exception)
+    {
+        return U_TranslateAndReportException(exception);
+    }
+}
+
+#endif

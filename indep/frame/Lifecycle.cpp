@@ -1,0 +1,96 @@
+#include "U_Lifecycle.h"
+
+#include <win32/messages.h>
+#include <wril/wril.h>
+
+#include "U_Threads.h"
+#include "indep/U_Memory/Memory.h"
+#include "indep/frame/Globals.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/Translators.h"
+
+namespace
+{
+const int kLifecycleLevel = 10;
+const unsigned int kSimpleBeep = 0xFFFFFFFFu;
+const U_u16 kDeathPlace = 4;
+
+U_RunModeFunction sRunMode = nullptr; // written by birth and death
+
+typedef U_Status (*BirthStep)(const char* displayName);
+typedef void (*DeathStep)();
+
+// In order. A failure ends birth and undoes nothing.
+const BirthStep kFirstSteps[] = {
+    [](const char*) { return Up_InitializeMemorySubsystem(); },
+    [](const char*) { return Guarded(&Up_MakeTranslatorTable); },
+};
+
+// In order, after the first steps. A failure destroys the record.
+const BirthStep kSubBirths[] = {
+    &Up_MakeGlobals,
+};
+
+const DeathStep kDeathSteps[] = {
+    &Up_DestroyGlobals,
+    &Up_TerminateMemorySubsystem,
+    &Up_FreeTranslatorTable,
+};
+
+template <std::size_t count>
+U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
+{
+    for (BirthStep step : steps)
+    {
+        if (U_Status failure = step(displayName))
+            return failure;
+    }
+    return 0;
+}
+} // namespace
+
+U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
+{
+    if (!displayName)
+        return U_Err_BadParameter;
+    U_RegisterMainThread();
+    sRunMode = runMode;
+    WRIL_Log(kLifecycleLevel, "U", "Birth", "U Birth");
+
+    if (U_Status failure = RunSteps(kFirstSteps, displayName))
+        return failure;
+    U_Status failure = RunSteps(kSubBirths, displayName);
+    if (failure)
+        Up_DestroyGlobals();
+    return failure;
+}
+
+U_Status U_Death()
+{
+    WRIL_Log(kLifecycleLevel, "U", "Death", "U Death");
+    if (U_Status failure = Up_ValidateGlobals(kDeathPlace))
+        return failure;
+    for (DeathStep step : kDeathSteps)
+        step();
+    sRunMode = nullptr;
+    return 0;
+}
+
+bool U_Die()
+{
+    if (Up_GlobalsAreGood())
+        return Globals()->mDying != 0;
+    U_Beep();
+    U_Beep();
+    return true;
+}
+
+U_i32 U_GetRunMode()
+{
+    return sRunMode ? sRunMode() : 0;
+}
+
+U_i32 U_Beep()
+{
+    return win32::MessageBeep(kSimpleBeep);
+}

@@ -1,0 +1,172 @@
+#include "U_Threads.h"
+
+#include <algorithm>
+#include <atomic>
+#include <vector>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/shared_mutex.hpp>
+
+#include <win32/threads.h>
+
+#include "indep/frame/Trace.h"
+
+namespace
+{
+const int kTraceLevel = 6;
+
+// Threads that hold a role, in the order of registration; one that registered
+// twice stands there twice.
+class ThreadList
+{
+public:
+    // Returns how many entries there are now.
+    std::size_t Add(U_u32 threadId)
+    {
+        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        mThreads.push_back(threadId);
+        return mThreads.size();
+    }
+
+    void Remove(U_u32 threadId)
+    {
+        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        const auto found = std::find(mThreads.begin(), mThreads.end(), threadId);
+        if (found != mThreads.end())
+            mThreads.erase(found);
+    }
+
+    bool Holds(U_u32 threadId)
+    {
+        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        return std::find(mThreads.begin(), mThreads.end(), threadId) != mThreads.end();
+    }
+
+private:
+    boost::shared_mutex mLock; // guards mThreads; held for one search or edit
+    std::vector<U_u32> mThreads;
+};
+
+ThreadList sMainThreads;
+ThreadList sRenderThreads;
+std::atomic<U_u32> sUIThread(U_NoThreadID);
+std::atomic<U_u32> sPSLThread(U_NoThreadID);
+std::atomic<U_u32> sPRThread(U_NoThreadID);
+
+// The last step of each change of roles. words are those before and after the
+// thread's id.
+void TraceRole(TraceSite& site, const char* before, const char* after)
+{
+    site.Trace(before, win32::GetCurrentThreadId(), after);
+}
+} // namespace
+
+void U_RegisterMainThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    const U_u32 threadId = win32::GetCurrentThreadId();
+    if (sMainThreads.Add(threadId) == 1)
+        sUIThread = threadId;
+    TraceRole(sTrace, "U_RegisterMainThread registered ", " as a main thread");
+}
+
+void U_DeregisterMainThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sMainThreads.Remove(win32::GetCurrentThreadId());
+    TraceRole(sTrace, "U_RegisterMainThread removed ", " as a main thread");
+}
+
+void U_RegisterRenderThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sRenderThreads.Add(win32::GetCurrentThreadId());
+    TraceRole(sTrace, "U_RegisterRenderThread registered ", " as a render thread");
+}
+
+void U_DeregisterRenderThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sRenderThreads.Remove(win32::GetCurrentThreadId());
+    TraceRole(sTrace, "U_RegisterRenderThread removed ", " as a render thread");
+}
+
+void U_RegisterPSLThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sPSLThread = win32::GetCurrentThreadId();
+    TraceRole(sTrace, "U_RegisterPSLThread registered ", " as the psl thread");
+}
+
+void U_DeregisterPSLThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sPSLThread = U_NoThreadID;
+    TraceRole(sTrace, "U_RegisterPSLThread removed ", " as the psl thread");
+}
+
+void U_RegisterPRThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sPRThread = win32::GetCurrentThreadId();
+    TraceRole(sTrace, "U_RegisterPRThread registered ", " as the pr thread");
+}
+
+void U_DeregisterPRThread()
+{
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sPRThread = U_NoThreadID;
+    TraceRole(sTrace, "U_RegisterPRThread removed ", " as the pr thread");
+}
+
+bool U_IsOnMainThread()
+{
+    return U_IsMainThreadID(win32::GetCurrentThreadId());
+}
+
+bool U_IsMainThreadID(U_u32 threadId)
+{
+    return sMainThreads.Holds(threadId);
+}
+
+bool U_IsOnRenderThread()
+{
+    return U_IsRenderThreadID(win32::GetCurrentThreadId());
+}
+
+bool U_IsRenderThreadID(U_u32 threadId)
+{
+    return sRenderThreads.Holds(threadId);
+}
+
+bool U_IsOnUIThread()
+{
+    return win32::GetCurrentThreadId() == sUIThread;
+}
+
+bool U_IsOnPSLThread()
+{
+    return win32::GetCurrentThreadId() == sPSLThread;
+}
+
+bool U_IsOnPRThread()
+{
+    return win32::GetCurrentThreadId() == sPRThread;
+}
+
+U_u32 U_PSLThreadID()
+{
+    return sPSLThread;
+}
+
+U_u32 U_PRThreadID()
+{
+    return sPRThread;
+}
+
+void U_SetCurrentThreadName(const char* name)
+{
+    const win32::ThreadNameRecord record = {0x1000, name, U_NoThreadID, 0};
+    const unsigned int kArgumentCount = 6; // the record in words of 32 bits
+    win32::RaiseException(win32::kThreadNamingException, 0, kArgumentCount, &record);
+}

@@ -1,0 +1,111 @@
+#include "indep/frame/Translators.h"
+
+#include <map>
+#include <memory>
+#include <new>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#include <boost/core/demangle.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include <win32/atl.h>
+#include <win32/messages.h>
+#include <wril/wril.h>
+
+#include "U_Threads.h"
+
+namespace
+{
+typedef std::map<U_u32, U_ExceptionTranslator> TranslatorTable;
+
+boost::recursive_mutex sTranslatorLock; // guards all three; held while translators run
+std::unique_ptr<TranslatorTable> sTranslators;
+U_u32 sNextTranslatorId = 100;
+
+// Asks the translators, the newest first. A translator may register and
+// unregister while it runs, so each next one is looked up by its id, and runs
+// as a copy.
+bool Translate(std::exception& exception, int& code)
+{
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    U_u32 below = sNextTranslatorId;
+    while (sTranslators)
+    {
+        TranslatorTable::iterator next = sTranslators->lower_bound(below);
+        if (next == sTranslators->begin())
+            return false;
+        --next;
+        below = next->first;
+        const U_ExceptionTranslator translator = next->second;
+        if (translator(&exception, &code))
+            return true;
+    }
+    return false;
+}
+
+bool HasSystemText(int result)
+{
+    unsigned short* text = nullptr;
+    const unsigned int kDefaultLanguage = 0x400;
+    const unsigned int length = win32::FormatMessageW(
+        win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem,
+        nullptr, static_cast<unsigned int>(result), kDefaultLanguage, &text, 0, nullptr);
+    if (text)
+        win32::LocalFree(text);
+    return length != 0;
+}
+} // namespace
+
+void Up_MakeTranslatorTable()
+{
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (!sTranslators)
+        sTranslators = std::make_unique<TranslatorTable>();
+}
+
+void Up_FreeTranslatorTable()
+{
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    sTranslators.reset();
+}
+
+U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
+{
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (!sTranslators || !translator)
+        return 0;
+    const U_u32 id = sNextTranslatorId;
+    sTranslators->emplace(id, std::move(translator));
+    ++sNextTranslatorId;
+    return id;
+}
+
+void U_UnregisterExceptionTranslator(U_u32 id)
+{
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (sTranslators)
+        sTranslators->erase(id);
+}
+
+U_Status U_TranslateAndReportException(std::exception& exception)
+{
+    if (dynamic_cast<std::bad_alloc*>(&exception))
+        return U_Err_OutOfMemory;
+    if (dynamic_cast<std::bad_cast*>(&exception))
+        return U_Err_BadParameter;
+    int code = U_Err_UnknownException;
+    if (Translate(exception, code))
+        return code;
+    WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
+                 boost::core::demangle(typeid(exception).name()).c_str());
+    return U_Err_UnknownException;
+}
+
+void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, int)
+{
+    if (HasSystemText(exception))
+        throw 1;
+}

@@ -1,0 +1,85 @@
+#include "control.h"
+
+#include <krobase/debug.h>
+#include <tolv/profile.h>
+
+#include "krobase/trace_switches.h"
+#include "tolv/profile_switches.h"
+#include "tolv/switches.h"
+#include "win32/posix/switches.h"
+#include "wril/sink.h"
+
+namespace platform
+{
+void ResetAll()
+{
+    krobase::debug::DebugDatabase::Instance().Clear();
+    ClearProfile();
+    SetLogSink(LogSink());
+    SetTrace(nullptr, 0);
+    SetTraceSink(boost::function<void(const char*)>());
+    win32::ResetBeepCount();
+    SetPhysicalMemory(0, 0);
+    tolv::ResetSwitches();
+}
+
+void SetDebugSetting(const char* key, const char* text)
+{
+    krobase::debug::DebugDatabase::Instance().SetEntry(key, text);
+}
+
+void SetProfileInt(const char* key, int value)
+{
+    TOLV_SetProfileInt(key, value);
+}
+
+void ClearProfile()
+{
+    tolv::ClearProfile();
+}
+
+void SetLogSink(const LogSink& sink)
+{
+    wril::SetSink(sink);
+}
+
+void SetTrace(const char* category, int level)
+{
+    krobase::debug::SetTrace(category, level);
+}
+
+void SetTraceSink(const boost::function<void(const char*)>& sink)
+{
+    krobase::debug::SetTraceSink(sink);
+}
+
+unsigned int BeepCount()
+{
+    return win32::BeepCount();
+}
+
+void SetPhysicalMemory(unsigned long long total, unsigned long long available)
+{
+    win32::SetPhysicalMemory(total, available);
+}
+
+void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
+{
+    tolv::SetHeapFailure(shouldFail);
+}
+
+void SetUsageError(short code)
+{
+    tolv::SetUsageError(code);
+}
+
+unsigned int SyncMemUsageCount()
+{
+    return tolv::SyncMemUsageCount();
+}
+
+bool MemDialogsQuieted()
+{
+    return tolv::MemDialogsQuieted();
+}
+} // namespace platform

@@ -1,0 +1,90 @@
+#include "debug.h"
+
+#include <atomic>
+#include <climits>
+#include <cstdio>
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "../switched_function.h"
+#include "trace_switches.h"
+
+namespace krobase
+{
+namespace debug
+{
+namespace
+{
+boost::mutex sTraceLock; // guards sTraceLevels
+std::map<std::string, int> sTraceLevels;
+std::atomic<int> sTraceChanges(0);
+
+platform::SwitchedFunction<void(const char*)> sTraceSink;
+} // namespace
+
+DebugDatabase& DebugDatabase::Instance()
+{
+    static DebugDatabase& instance = *new DebugDatabase; // outlives static destructors
+    return instance;
+}
+
+std::string DebugDatabase::GetEntry(const char* key, const char* defaultText) const
+{
+    boost::lock_guard<boost::mutex> lock(mLock);
+    const auto found = mEntries.find(key);
+    return found != mEntries.end() ? found->second : std::string(defaultText ? defaultText : "");
+}
+
+void DebugDatabase::SetEntry(const char* key, const char* text)
+{
+    boost::lock_guard<boost::mutex> lock(mLock);
+    if (text)
+        mEntries[key] = text;
+    else
+        mEntries.erase(key);
+}
+
+void DebugDatabase::Clear()
+{
+    boost::lock_guard<boost::mutex> lock(mLock);
+    mEntries.clear();
+}
+
+int TraceChangeCount()
+{
+    return sTraceChanges.load(std::memory_order_acquire);
+}
+
+bool TraceEnabled(const char* category, int level, bool askSettings)
+{
+    if (!askSettings)
+        return false;
+    boost::lock_guard<boost::mutex> lock(sTraceLock);
+    const auto found = sTraceLevels.find(category);
+    return found != sTraceLevels.end() && level <= found->second;
+}
+
+void Trace(const char* text)
+{
+    if (const auto sink = sTraceSink.Get())
+        (*sink)(text);
+    else
+        std::fputs(text, stderr);
+}
+
+void SetTrace(const char* category, int level)
+{
+    boost::lock_guard<boost::mutex> lock(sTraceLock);
+    if (category)
+        sTraceLevels[category] = level;
+    else
+        sTraceLevels.clear();
+    sTraceChanges = (sTraceChanges + 1) & INT_MAX;
+}
+
+void SetTraceSink(const boost::function<void(const char*)>& sink)
+{
+    sTraceSink.Set(sink);
+}
+} // namespace debug
+} // namespace krobase

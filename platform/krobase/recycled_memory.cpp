@@ -1,0 +1,179 @@
+#include "recycled_memory.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <new>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "small_block.h"
+
+namespace krobase
+{
+namespace utility
+{
+namespace
+{
+const std::size_t kSmallestClass = 64; // bytes
+const std::size_t kClassesPerDoubling = 8;
+const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
+
+// Blocks that were given back, by size.
+class Pool
+{
+public:
+    static Pool& Instance()
+    {
+        static Pool& instance = *new Pool; // outlives static destructors
+        return instance;
+    }
+
+    // A block for a size class; *size becomes its own size. Null if none fits.
+    void* Take(std::size_t* size)
+    {
+        boost::lock_guard<boost::mutex> lock(mLock);
+        const auto found = mBlocks.lower_bound(*size);
+        if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+            return nullptr;
+        *size = found->first;
+        return Remove(found);
+    }
+
+    void Give(void* block, std::size_t size)
+    {
+        try
+        {
+            boost::lock_guard<boost::mutex> lock(mLock);
+            mBlocks.emplace(size, block);
+            mBytes += size;
+        }
+        catch (const std::exception&)
+        {
+            std::free(block);
+        }
+    }
+
+    unsigned long long Bytes() const
+    {
+        boost::lock_guard<boost::mutex> lock(mLock);
+        return mBytes;
+    }
+
+    // Whole blocks that fit what is wanted, the largest first; what then
+    // remains is smaller than every block left, and is cut off one of them.
+    unsigned long long Purge(unsigned long long bytes)
+    {
+        boost::lock_guard<boost::mutex> lock(mLock);
+        unsigned long long wanted = std::min(bytes, mBytes);
+        const unsigned long long given = wanted;
+        for (auto next = mBlocks.end(); wanted && next != mBlocks.begin();)
+        {
+            --next;
+            if (next->first > wanted)
+                continue;
+            wanted -= next->first;
+            const auto whole = next++;
+            std::free(Remove(whole));
+        }
+        return given - (wanted ? wanted - Cut(static_cast<std::size_t>(wanted)) : 0);
+    }
+
+private:
+    typedef std::multimap<std::size_t, void*> Blocks;
+
+    void* Remove(Blocks::iterator place)
+    {
+        void* block = place->second;
+        mBytes -= place->first;
+        mBlocks.erase(place);
+        return block;
+    }
+
+    // Returns the bytes cut off, 0 if the system won't.
+    std::size_t Cut(std::size_t bytes)
+    {
+        Blocks::node_type node = mBlocks.extract(mBlocks.begin());
+        const std::size_t rest = node.key() - bytes;
+        void* shrunk = std::realloc(node.mapped(), rest);
+        if (shrunk)
+        {
+            node.mapped() = shrunk;
+            node.key() = rest;
+            mBytes -= bytes;
+        }
+        mBlocks.insert(std::move(node));
+        return shrunk ? bytes : 0;
+    }
+
+    mutable boost::mutex mLock; // guards both
+    Blocks mBlocks;
+    unsigned long long mBytes = 0;
+};
+
+// Sizes are rounded up to eight steps a doubling, so that a block fits its
+// neighbours' requests too.
+std::size_t SizeClass(std::size_t size)
+{
+    if (size <= kSmallestClass)
+        return kSmallestClass;
+    std::size_t power = kSmallestClass;
+    while (power < size)
+        power *= 2;
+    const std::size_t step = power / 2 / kClassesPerDoubling;
+    return (size + step - 1) / step * step;
+}
+} // namespace
+
+RecycledMemory::RecycledMemory(int size) : mBlock(nullptr), mBlockSize(0)
+{
+    if (size)
+        Allocate(size);
+}
+
+RecycledMemory::~RecycledMemory()
+{
+    if (mBlock)
+        Pool::Instance().Give(mBlock, mBlockSize);
+}
+
+void RecycledMemory::Allocate(int size)
+{
+    if (mBlock)
+        Pool::Instance().Give(mBlock, mBlockSize);
+    mBlock = nullptr;
+    mBlockSize = 0;
+    if (size < 0)
+        throw std::bad_alloc();
+    std::size_t blockSize = SizeClass(static_cast<std::size_t>(size));
+    void* block = Pool::Instance().Take(&blockSize);
+    if (!block)
+        block = std::malloc(blockSize);
+    if (!block)
+        throw std::bad_alloc();
+    mBlock = block;
+    mBlockSize = blockSize;
+}
+
+void* RecycledMemory::operator new(std::size_t size)
+{
+    return SmallBlockAllocator::Allocate(size);
+}
+
+void RecycledMemory::operator delete(void* object)
+{
+    SmallBlockAllocator::Dispose(object);
+}
+
+unsigned long long MemoryRecycler::GetCurrentPoolSize()
+{
+    return Pool::Instance().Bytes();
+}
+
+unsigned long long MemoryRecycler::PurgeBytes(unsigned long long bytes)
+{
+    return Pool::Instance().Purge(bytes);
+}
+} // namespace utility
+} // namespace krobase

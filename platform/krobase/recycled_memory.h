@@ -1,0 +1,52 @@
+// Blocks that are kept for the next request instead of going back to the
+// system at once. Any thread; one RecycledMemory object is one thread's at a
+// time.
+
+#ifndef KROBASE_RECYCLED_MEMORY_H
+#define KROBASE_RECYCLED_MEMORY_H
+
+#include <cstddef>
+
+#include "../export.h"
+
+namespace krobase
+{
+namespace utility
+{
+// Owns one block, or none. The destructor gives the block to the pool.
+class PLATFORM_EXPORT RecycledMemory
+{
+public:
+    // Allocates size bytes unless size is 0.
+    explicit RecycledMemory(int size);
+    ~RecycledMemory();
+    RecycledMemory(const RecycledMemory&) = delete;
+    RecycledMemory& operator=(const RecycledMemory&) = delete;
+
+    // Gives the object a block of at least size bytes, out of the pool if it
+    // holds one that fits; a block that the object had goes to the pool first.
+    // Throws std::bad_alloc, with no block owned, if there is none or size is
+    // negative.
+    void Allocate(int size);
+
+    static void* operator new(std::size_t size);
+    static void operator delete(void* object);
+
+    void* mBlock;           // null without a block; aligned for any type
+    std::size_t mBlockSize; // bytes, 0 without a block
+};
+
+class PLATFORM_EXPORT MemoryRecycler
+{
+public:
+    // Bytes that the pool holds.
+    static unsigned long long GetCurrentPoolSize();
+
+    // Gives bytes of the pool, or all of it if that is less, back to the
+    // system: whole blocks, and the end of one more. Returns the bytes given.
+    static unsigned long long PurgeBytes(unsigned long long bytes);
+};
+} // namespace utility
+} // namespace krobase
+
+#endif

@@ -1,0 +1,49 @@
+// A function that a switch puts in and takes out while other threads call it.
+
+#ifndef PLATFORM_SWITCHED_FUNCTION_H
+#define PLATFORM_SWITCHED_FUNCTION_H
+
+#include <atomic>
+#include <memory>
+
+#include <boost/function.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+namespace platform
+{
+template <class Signature> class SwitchedFunction
+{
+public:
+    typedef boost::function<Signature> Function;
+
+    void Set(const Function& function)
+    {
+        std::shared_ptr<const Function> fresh;
+        if (function)
+            fresh = std::make_shared<const Function>(function);
+        boost::lock_guard<boost::mutex> lock(mLock);
+        mFunction = fresh;
+        mInstalled = fresh != nullptr;
+    }
+
+    // The function, null if none is installed. It is called through this copy,
+    // with no lock held.
+    std::shared_ptr<const Function> Get() const
+    {
+        if (!mInstalled.load(std::memory_order_relaxed))
+            return nullptr;
+        boost::lock_guard<boost::mutex> lock(mLock);
+        return mFunction;
+    }
+
+    bool Installed() const { return mInstalled.load(std::memory_order_relaxed); }
+
+private:
+    mutable boost::mutex mLock; // guards mFunction
+    std::shared_ptr<const Function> mFunction;
+    std::atomic<bool> mInstalled{false}; // spares callers the lock
+};
+} // namespace platform
+
+#endif

@@ -1,0 +1,192 @@
+#include "memory.h"
+
+#include <cstdlib>
+#include <new>
+#include <vector>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "block.h"
+#include "heap.h"
+#include "names.h"
+#include "switches.h"
+#include "thread_record.h"
+
+using namespace tolv;
+
+namespace
+{
+const int kNoMemory = -108;
+const int kNotThisHeap = -111;
+const unsigned long long kLargestBlock = 0xFFFFFFFFull - sizeof(BlockHeader);
+const std::size_t kMostHeaps = 0xFFFF;
+
+boost::mutex sHeapsLock; // guards the list of heaps
+
+std::vector<MEM_Heap*>& Heaps()
+{
+    static std::vector<MEM_Heap*>& heaps = *new std::vector<MEM_Heap*>;
+    return heaps;
+}
+
+MEM_Heap* TakeEndedHeap()
+{
+    for (MEM_Heap* heap : Heaps())
+    {
+        if (!heap->mEnded.exchange(false))
+            continue;
+        heap->mBaselineBlocks = 0;
+        heap->mBaselineBytes = 0;
+        return heap;
+    }
+    return nullptr;
+}
+
+bool MayHave(unsigned long long size)
+{
+    return size <= kLargestBlock && !FailureInjected(size);
+}
+
+void SetSize(void** slot, unsigned long long size)
+{
+    Slab* slab = SlabOf(slot);
+    Poke(slab->mSizes[SlotIndex(slab, slot)], static_cast<std::uint32_t>(size));
+}
+
+unsigned long long SizeOf(void** slot)
+{
+    Slab* slab = SlabOf(slot);
+    return slab->mSizes[SlotIndex(slab, slot)];
+}
+
+// Every block comes into the world here. Returns its slot.
+void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
+{
+    if (!heap || !MayHave(size))
+        return nullptr;
+    void* memory = std::malloc(static_cast<std::size_t>(size) + sizeof(BlockHeader));
+    if (!memory)
+        return nullptr;
+    void** slot = TakeSlot();
+    if (!slot)
+    {
+        std::free(memory);
+        return nullptr;
+    }
+    BlockHeader* header = static_cast<BlockHeader*>(memory);
+    header->mSlot = slot;
+    header->mName = name ? InternName(name) : 0;
+    Slab* slab = SlabOf(slot);
+    const std::size_t index = SlotIndex(slab, slot);
+    Poke(slab->mSizes[index], static_cast<std::uint32_t>(size));
+    Poke(slab->mHeaps[index], heap->mNumber);
+    Poke(*slot, static_cast<void*>(header + 1));
+    AddUsage(static_cast<long long>(size));
+    return slot;
+}
+
+// False leaves the block as it was.
+bool ResizeBlock(void** slot, unsigned long long size)
+{
+    if (!MayHave(size))
+        return false;
+    const unsigned long long oldSize = SizeOf(slot);
+    void* memory =
+        std::realloc(HeaderOf(*slot), static_cast<std::size_t>(size) + sizeof(BlockHeader));
+    if (!memory)
+        return false;
+    SetSize(slot, size);
+    Poke(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
+    AddUsage(static_cast<long long>(size) - static_cast<long long>(oldSize));
+    return true;
+}
+
+void FreeBlock(void** slot)
+{
+    AddUsage(-static_cast<long long>(SizeOf(slot)));
+    void* memory = HeaderOf(*slot);
+    GiveSlot(slot);
+    std::free(memory);
+}
+} // namespace
+
+MEM_HeapRef MEM_NewHeap()
+{
+    if (FailureInjected(0))
+        return nullptr;
+    boost::lock_guard<boost::mutex> lock(sHeapsLock);
+    if (MEM_Heap* ended = TakeEndedHeap())
+        return ended;
+    std::vector<MEM_Heap*>& heaps = Heaps();
+    if (heaps.size() >= kMostHeaps)
+        return nullptr;
+    try
+    {
+        heaps.reserve(heaps.size() + 1);
+        heaps.push_back(new MEM_Heap(static_cast<std::uint16_t>(heaps.size() + 1)));
+        return heaps.back();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size)
+{
+    return NewBlock(heap, size, nullptr);
+}
+
+int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size)
+{
+    if (!handle || MEM_CheckHandleFromHeap(heap, handle))
+        return kNotThisHeap;
+    return ResizeBlock(handle, size) ? 0 : kNoMemory;
+}
+
+unsigned long long MEM_GetHandleSize(MEM_HeapRef, void** handle)
+{
+    return SlabOfHandle(handle) ? SizeOf(handle) : 0;
+}
+
+void MEM_DisposeHandle(MEM_HeapRef, void** handle)
+{
+    if (SlabOfHandle(handle))
+        FreeBlock(handle);
+}
+
+int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle)
+{
+    if (!handle)
+        return 0;
+    Slab* slab = SlabOfHandle(handle);
+    return heap && slab && slab->mHeaps[SlotIndex(slab, handle)] == heap->mNumber ? 0
+                                                                                  : kNotThisHeap;
+}
+
+void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name, const char*, int)
+{
+    void** slot = NewBlock(heap, size, name);
+    return slot ? *slot : nullptr;
+}
+
+void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size)
+{
+    if (!pointer)
+        return MEM_NewPtrDebug(heap, size, nullptr, nullptr, 0);
+    void** slot = SlotOfBlock(pointer);
+    return slot && ResizeBlock(slot, size) ? *slot : nullptr;
+}
+
+void MEM_DisposePtr(MEM_HeapRef, void* pointer)
+{
+    if (void** slot = SlotOfBlock(pointer))
+        FreeBlock(slot);
+}
+
+unsigned long long MEM_GetPtrSize(MEM_HeapRef, void* pointer)
+{
+    void** slot = SlotOfBlock(pointer);
+    return slot ? SizeOf(slot) : 0;
+}

@@ -1,0 +1,103 @@
+// The heap and the usage figure. Any thread; no operation throws.
+//
+// Each block carries its size, and a pointer its name too. A handle is the
+// address of a master pointer, which stays while the block may move.
+
+#ifndef TOLV_MEMORY_H
+#define TOLV_MEMORY_H
+
+#include "../export.h"
+
+struct MEM_Heap; // opaque, lives as long as the process
+typedef MEM_Heap* MEM_HeapRef;
+
+// Makes a heap; null on failure. One that MEM_DumpLeaks found empty is given
+// out again.
+PLATFORM_EXPORT MEM_HeapRef MEM_NewHeap();
+
+// A new handle, null on failure.
+PLATFORM_EXPORT void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size);
+
+// 0 on success; otherwise the block stays as it was.
+PLATFORM_EXPORT int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size);
+
+// The block's size in bytes, 0 for what is no live handle.
+PLATFORM_EXPORT unsigned long long MEM_GetHandleSize(MEM_HeapRef heap, void** handle);
+
+// Frees a handle of any heap. What is no live handle is left alone.
+PLATFORM_EXPORT void MEM_DisposeHandle(MEM_HeapRef heap, void** handle);
+
+// 0 if the handle is live and the heap's own, or null.
+PLATFORM_EXPORT int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle);
+
+// A new pointer, null on failure. name is copied, up to 63 bytes, and may be
+// null; file and line may be null and 0.
+PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name,
+                                      const char* file, int line);
+
+// The new address, or null with the old block as it was. A null pointer
+// allocates.
+PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size);
+PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
+PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
+
+// Logs, under the tag "MEM_DumpLeaks", a line for each name with blocks left
+// in the heap, then their sum; nothing if there is none. Ends the heap: no
+// other thread may be in it.
+PLATFORM_EXPORT void MEM_DumpLeaks(MEM_HeapRef heap);
+
+// Logs, under the tag "MEM_Report", live blocks and bytes and their change
+// since the baseline, which starts at zero. Both take the heap as it passes
+// by, while other threads go on. Return 0.
+PLATFORM_EXPORT int MEM_Report(MEM_HeapRef heap, int value);
+PLATFORM_EXPORT int MEM_SetBaseline(MEM_HeapRef heap);
+
+// Charge bytes that the heap doesn't hold to the usage figure. Return 0.
+PLATFORM_EXPORT int MEM_AccountAllocation(int delta);
+PLATFORM_EXPORT int MEM_AccountSystemAllocation(long long delta);
+
+// The tracked usage in bytes: live blocks of all heaps plus what was charged.
+PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
+
+// The base limits and the override, in bytes. Return 0, or -50 for a null
+// output.
+PLATFORM_EXPORT int MEM_GetMemUsageLimits(unsigned long long* prepurge,
+                                          unsigned long long* maximum);
+PLATFORM_EXPORT int MEM_SetMemUsageLimits(unsigned long long prepurge, unsigned long long maximum);
+PLATFORM_EXPORT int MEM_GetMemUsageLimitsOverride(unsigned long long* prepurge,
+                                                  unsigned long long* maximum);
+PLATFORM_EXPORT int MEM_SetMemUsageLimitsOverride(unsigned long long prepurge,
+                                                  unsigned long long maximum);
+
+// The three functions that the library above lends to TOLV. Any may be null.
+struct TOLV_U_Callbacks
+{
+    unsigned long long (*bytesInUse)();
+    unsigned long long (*externalBytes)();
+    bool (*isMainThread)();
+};
+
+// Copies the table; three nulls remove it.
+PLATFORM_EXPORT void TOLV_Install_U_Callback(const TOLV_U_Callbacks* callbacks);
+
+// The usage figure in bytes: the installed functions' sum, or the tracked
+// usage without them. Returns 0 or an error.
+PLATFORM_EXPORT short TOLV_TotalMemoryUsed(unsigned long long* out);
+
+// Compares the tracked usage with what the operating system says. The
+// difference is kept as the slop; the usage figure itself stays exact, since
+// the system's counts pages that the budget can't influence.
+PLATFORM_EXPORT void TOLV_SyncMemUsageWithOS();
+
+// Bytes that the process had resident beyond the tracked usage at the last
+// synchronisation, 0 if none.
+PLATFORM_EXPORT short TOLV_GetSlop(unsigned long long* out);
+
+// A nesting count, kept beside the library's own. Return 0.
+PLATFORM_EXPORT int TOLV_DisableProactivePrePurging();
+PLATFORM_EXPORT int TOLV_EnableProactivePrePurging();
+
+// Asks host services to show no memory dialogs from now on.
+PLATFORM_EXPORT void TOLV_QuietMemDialogs();
+
+#endif

@@ -1,0 +1,57 @@
+#include "profile.h"
+
+#include <map>
+#include <string>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "profile_switches.h"
+
+namespace
+{
+const short kBadParameter = -50;
+const short kNotFound = -43;
+
+boost::mutex sLock; // guards sValues
+std::map<std::string, int> sValues;
+} // namespace
+
+short TOLV_GetProfileInt(const char* key, int defaultValue, int* out)
+{
+    const short result = TOLV_GetRequiredProfileInt(key, out);
+    if (result != kNotFound)
+        return result;
+    *out = defaultValue;
+    return 0;
+}
+
+short TOLV_GetRequiredProfileInt(const char* key, int* out)
+{
+    if (!key || !out)
+        return kBadParameter;
+    boost::lock_guard<boost::mutex> lock(sLock);
+    const auto found = sValues.find(key);
+    if (found == sValues.end())
+        return kNotFound;
+    *out = found->second;
+    return 0;
+}
+
+short TOLV_SetProfileInt(const char* key, int value)
+{
+    if (!key)
+        return kBadParameter;
+    boost::lock_guard<boost::mutex> lock(sLock);
+    sValues[key] = value;
+    return 0;
+}
+
+namespace tolv
+{
+void ClearProfile()
+{
+    boost::lock_guard<boost::mutex> lock(sLock);
+    sValues.clear();
+}
+} // namespace tolv

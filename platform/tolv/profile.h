@@ -1,0 +1,18 @@
+// Profile integers: settings that last. Any thread.
+
+#ifndef TOLV_PROFILE_H
+#define TOLV_PROFILE_H
+
+#include "../export.h"
+
+// Stores the value, or the default if there is none. Returns 0, or -50 for a
+// null key or output.
+PLATFORM_EXPORT short TOLV_GetProfileInt(const char* key, int defaultValue, int* out);
+
+// The value, which must be there: -43 if it isn't.
+PLATFORM_EXPORT short TOLV_GetRequiredProfileInt(const char* key, int* out);
+
+// Returns 0, or -50 for a null key.
+PLATFORM_EXPORT short TOLV_SetProfileInt(const char* key, int value);
+
+#endif

@@ -1,0 +1,154 @@
+#include "slots.h"
+
+#include <atomic>
+#include <new>
+#include <vector>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <win32/memory.h>
+
+#include "thread_record.h"
+
+namespace tolv
+{
+namespace
+{
+const std::size_t kChainsPerSlab = kSlotsPerSlab / kChainSlots;
+static_assert(kSlotsPerSlab % kChainSlots == 0, "a slab is cut into whole chains");
+
+boost::mutex sPoolLock; // guards the pool and the growth of slabs
+
+std::vector<SlotChain>& Pool()
+{
+    // Never destroyed: blocks are freed until the process ends.
+    static std::vector<SlotChain>& pool = *new std::vector<SlotChain>;
+    return pool;
+}
+
+std::atomic<Slab*> sFirstSlab(nullptr);
+
+// Which 64 KiB pieces of the address space are slabs: a bit each, in leaves of
+// 4 GiB. It is read without a lock; a bit, once set, stays.
+const unsigned kAddressBits = 48;
+const unsigned kLeafBits = 32;
+const unsigned kSlabBits = 16;
+static_assert(kSlabBytes == std::size_t(1) << kSlabBits, "a bit stands for one slab");
+
+struct Leaf
+{
+    std::atomic<std::uint64_t> mWords[(std::size_t(1) << (kLeafBits - kSlabBits)) / 64];
+};
+std::atomic<Leaf*> sLeaves[std::size_t(1) << (kAddressBits - kLeafBits)];
+
+std::size_t BitOf(std::uintptr_t address)
+{
+    return (address >> kSlabBits) & ((std::size_t(1) << (kLeafBits - kSlabBits)) - 1);
+}
+
+bool EnterInDirectory(Slab* slab)
+{
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(slab);
+    if (address >> kAddressBits)
+        return false;
+    std::atomic<Leaf*>& leaf = sLeaves[address >> kLeafBits];
+    if (!leaf.load(std::memory_order_relaxed))
+    {
+        Leaf* fresh = new (std::nothrow) Leaf();
+        if (!fresh)
+            return false;
+        leaf.store(fresh, std::memory_order_release);
+    }
+    const std::size_t bit = BitOf(address);
+    leaf.load(std::memory_order_relaxed)
+        ->mWords[bit / 64]
+        .fetch_or(std::uint64_t(1) << (bit % 64), std::memory_order_release);
+    return true;
+}
+
+Slab* NewSlab()
+{
+    void* memory = win32::VirtualAlloc(nullptr, kSlabBytes, win32::kMemReserve | win32::kMemCommit,
+                                       win32::kPageReadWrite);
+    if (!memory)
+        return nullptr;
+    Slab* slab = new (memory) Slab;
+    if (EnterInDirectory(slab))
+        return slab;
+    win32::VirtualFree(memory, 0, win32::kMemRelease);
+    return nullptr;
+}
+
+// Cuts a new slab into chains and puts them in the pool.
+bool GrowPool()
+{
+    std::vector<SlotChain>& pool = Pool();
+    try
+    {
+        pool.reserve(pool.size() + kChainsPerSlab);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+    Slab* slab = NewSlab();
+    if (!slab)
+        return false;
+    for (std::size_t first = 0; first < kSlotsPerSlab; first += kChainSlots)
+    {
+        SlotChain chain;
+        for (std::size_t i = kChainSlots; i-- > 0;)
+            Push(chain, &slab->mBlocks[first + i]);
+        pool.push_back(chain);
+    }
+    slab->mNext = sFirstSlab.load(std::memory_order_relaxed);
+    sFirstSlab.store(slab, std::memory_order_release);
+    return true;
+}
+} // namespace
+
+SlotChain TakeChain()
+{
+    boost::lock_guard<boost::mutex> lock(sPoolLock);
+    std::vector<SlotChain>& pool = Pool();
+    if (pool.empty() && !GrowPool())
+        return SlotChain();
+    SlotChain chain = pool.back();
+    pool.pop_back();
+    return chain;
+}
+
+bool GiveChain(const SlotChain& chain)
+{
+    boost::lock_guard<boost::mutex> lock(sPoolLock);
+    try
+    {
+        Pool().push_back(chain);
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+}
+
+Slab* FindSlab(const void* address)
+{
+    const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(address);
+    if (value >> kAddressBits)
+        return nullptr;
+    Leaf* leaf = sLeaves[value >> kLeafBits].load(std::memory_order_acquire);
+    if (!leaf)
+        return nullptr;
+    const std::size_t bit = BitOf(value);
+    if (!(leaf->mWords[bit / 64].load(std::memory_order_acquire) >> (bit % 64) & 1))
+        return nullptr;
+    return reinterpret_cast<Slab*>(value & ~(kSlabBytes - 1));
+}
+
+Slab* FirstSlab()
+{
+    return sFirstSlab.load(std::memory_order_acquire);
+}
+} // namespace tolv

@@ -1,0 +1,73 @@
+#include "toolbox.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+const short kResourceNotFound = -192;
+const short kAddResourceFailed = -194;
+
+thread_local short sResourceError = 0;
+
+// A handle is the address of its master's first member.
+struct Master
+{
+    void* mBlock;
+    int mSize;
+    bool mIsResource;
+};
+
+Master* MasterOf(void** handle)
+{
+    return reinterpret_cast<Master*>(handle);
+}
+} // namespace
+
+void** NewHandle(int size)
+{
+    if (size < 0)
+        return nullptr;
+    void* block = std::malloc(size ? static_cast<std::size_t>(size) : 1);
+    Master* master = block ? new (std::nothrow) Master{block, size, false} : nullptr;
+    if (!master)
+    {
+        std::free(block);
+        return nullptr;
+    }
+    return &master->mBlock;
+}
+
+int GetHandleSize(void** handle)
+{
+    return handle ? MasterOf(handle)->mSize : 0;
+}
+
+void DisposeHandle(void** handle)
+{
+    if (!handle)
+        return;
+    std::free(*handle);
+    delete MasterOf(handle);
+}
+
+void AddResource(void** handle)
+{
+    const bool fits = handle && !MasterOf(handle)->mIsResource;
+    sResourceError = fits ? 0 : kAddResourceFailed;
+    if (fits)
+        MasterOf(handle)->mIsResource = true;
+}
+
+void DetachResource(void** resource)
+{
+    const bool isResource = resource && MasterOf(resource)->mIsResource;
+    sResourceError = isResource ? 0 : kResourceNotFound;
+    if (isResource)
+        MasterOf(resource)->mIsResource = false;
+}
+
+short ResError()
+{
+    return sResourceError;
+}

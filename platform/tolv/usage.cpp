@@ -1,0 +1,171 @@
+#include <atomic>
+
+#include <win32/process.h>
+
+#include "memory.h"
+#include "switches.h"
+#include "thread_record.h"
+
+namespace
+{
+const int kBadParameter = -50;
+
+// Each value stands alone; a pair that is set while another thread reads may
+// be seen half old, as with any two words without a lock.
+struct Limits
+{
+    std::atomic<unsigned long long> mPrepurge{0};
+    std::atomic<unsigned long long> mMaximum{0};
+
+    int Get(unsigned long long* prepurge, unsigned long long* maximum) const
+    {
+        if (!prepurge || !maximum)
+            return kBadParameter;
+        *prepurge = mPrepurge.load(std::memory_order_relaxed);
+        *maximum = mMaximum.load(std::memory_order_relaxed);
+        return 0;
+    }
+
+    int Set(unsigned long long prepurge, unsigned long long maximum)
+    {
+        mPrepurge.store(prepurge, std::memory_order_relaxed);
+        mMaximum.store(maximum, std::memory_order_relaxed);
+        return 0;
+    }
+};
+
+Limits sBase;
+Limits sOverride;
+
+// The library's functions. Installed and removed while no other thread
+// measures.
+std::atomic<unsigned long long (*)()> sBytesInUse(nullptr);
+std::atomic<unsigned long long (*)()> sExternalBytes(nullptr);
+std::atomic<bool (*)()> sIsMainThread(nullptr);
+
+std::atomic<unsigned long long> sSlop(0);
+std::atomic<int> sPrePurgingDisabled(0);
+std::atomic<short> sUsageError(0);
+std::atomic<unsigned int> sSyncCount(0);
+std::atomic<bool> sDialogsQuieted(false);
+} // namespace
+
+int MEM_AccountAllocation(int delta)
+{
+    tolv::AddUsage(delta);
+    return 0;
+}
+
+int MEM_AccountSystemAllocation(long long delta)
+{
+    tolv::AddUsage(delta);
+    return 0;
+}
+
+unsigned long long MEM_GetMemUsage()
+{
+    return tolv::SumUsage();
+}
+
+int MEM_GetMemUsageLimits(unsigned long long* prepurge, unsigned long long* maximum)
+{
+    return sBase.Get(prepurge, maximum);
+}
+
+int MEM_SetMemUsageLimits(unsigned long long prepurge, unsigned long long maximum)
+{
+    return sBase.Set(prepurge, maximum);
+}
+
+int MEM_GetMemUsageLimitsOverride(unsigned long long* prepurge, unsigned long long* maximum)
+{
+    return sOverride.Get(prepurge, maximum);
+}
+
+int MEM_SetMemUsageLimitsOverride(unsigned long long prepurge, unsigned long long maximum)
+{
+    return sOverride.Set(prepurge, maximum);
+}
+
+void TOLV_Install_U_Callback(const TOLV_U_Callbacks* callbacks)
+{
+    if (!callbacks)
+        return;
+    sBytesInUse = callbacks->bytesInUse;
+    sExternalBytes = callbacks->externalBytes;
+    sIsMainThread = callbacks->isMainThread;
+}
+
+short TOLV_TotalMemoryUsed(unsigned long long* out)
+{
+    if (!out)
+        return kBadParameter;
+    const auto bytesInUse = sBytesInUse.load(std::memory_order_acquire);
+    const auto externalBytes = sExternalBytes.load(std::memory_order_acquire);
+    *out = bytesInUse ? bytesInUse() : MEM_GetMemUsage();
+    if (externalBytes)
+        *out += externalBytes();
+    return sUsageError.load(std::memory_order_relaxed);
+}
+
+void TOLV_SyncMemUsageWithOS()
+{
+    sSyncCount.fetch_add(1, std::memory_order_relaxed);
+    win32::PROCESS_MEMORY_COUNTERS counters = {};
+    if (!win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &counters, sizeof(counters)))
+        return;
+    const unsigned long long resident = counters.WorkingSetSize;
+    const unsigned long long tracked = MEM_GetMemUsage();
+    sSlop.store(resident > tracked ? resident - tracked : 0, std::memory_order_relaxed);
+}
+
+short TOLV_GetSlop(unsigned long long* out)
+{
+    if (!out)
+        return kBadParameter;
+    *out = sSlop.load(std::memory_order_relaxed);
+    return 0;
+}
+
+int TOLV_DisableProactivePrePurging()
+{
+    sPrePurgingDisabled.fetch_add(1);
+    return 0;
+}
+
+int TOLV_EnableProactivePrePurging()
+{
+    sPrePurgingDisabled.fetch_sub(1);
+    return 0;
+}
+
+void TOLV_QuietMemDialogs()
+{
+    sDialogsQuieted = true;
+}
+
+namespace tolv
+{
+void SetUsageError(short code)
+{
+    sUsageError = code;
+}
+
+unsigned int SyncMemUsageCount()
+{
+    return sSyncCount.load(std::memory_order_relaxed);
+}
+
+bool MemDialogsQuieted()
+{
+    return sDialogsQuieted;
+}
+
+void ResetSwitches()
+{
+    SetHeapFailure(boost::function<bool(unsigned long long)>());
+    sUsageError = 0;
+    sSyncCount = 0;
+    sDialogsQuieted = false;
+}
+} // namespace tolv

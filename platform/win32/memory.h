@@ -1,0 +1,46 @@
+// Memory, under the operating system's own names.
+
+#ifndef WIN32_MEMORY_H
+#define WIN32_MEMORY_H
+
+#include <cstddef>
+
+#include "../export.h"
+
+namespace win32
+{
+const unsigned int kMemCommit = 0x1000;
+const unsigned int kMemReserve = 0x2000;
+const unsigned int kMemRelease = 0x8000;
+const unsigned int kPageNoAccess = 0x01;
+const unsigned int kPageReadWrite = 0x04;
+
+// Reserves size bytes of address space from a 64 KiB boundary, where the
+// system likes; with kMemCommit too and kPageReadWrite they are zeroed memory.
+// Null on failure. address must be null.
+PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int type,
+                                   unsigned int protection);
+
+// Releases a reservation; size is 0 and type kMemRelease. Non-zero on success.
+PLATFORM_EXPORT int VirtualFree(void* address, std::size_t size, unsigned int type);
+
+// Gives free memory of the runtime back to the system. 0 on success.
+PLATFORM_EXPORT int _heapmin();
+
+// The process's heap, for HeapCompact, which gives its free memory back.
+PLATFORM_EXPORT void* GetProcessHeap();
+PLATFORM_EXPORT std::size_t HeapCompact(void* heap, unsigned int flags);
+
+struct MEMORYSTATUSEX
+{
+    unsigned int dwLength; // to be set to the structure's size
+    unsigned int dwMemoryLoad;
+    unsigned long long ullTotalPhys;
+    unsigned long long ullAvailPhys;
+};
+
+// Fills in the machine's physical memory. 0 on failure.
+PLATFORM_EXPORT int GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+} // namespace win32
+
+#endif

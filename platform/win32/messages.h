@@ -1,0 +1,27 @@
+// System sounds and texts, under the operating system's own names.
+
+#ifndef WIN32_MESSAGES_H
+#define WIN32_MESSAGES_H
+
+#include "../export.h"
+
+namespace win32
+{
+// Makes a sound; 0xFFFFFFFF is the simple one. Non-zero on success.
+PLATFORM_EXPORT int MessageBeep(unsigned int type);
+
+const unsigned int kFormatAllocateBuffer = 0x100;
+const unsigned int kFormatIgnoreInserts = 0x200;
+const unsigned int kFormatFromSystem = 0x1000;
+
+// The system's text for a code, in UTF-16 with a line end. flags is the three
+// above together and *buffer becomes a block that LocalFree frees. Returns the
+// length in units, 0 with *buffer null if the system knows no text.
+PLATFORM_EXPORT unsigned int FormatMessageW(unsigned int flags, const void* source,
+                                            unsigned int code, unsigned int language,
+                                            unsigned short** buffer, unsigned int size,
+                                            void* arguments);
+PLATFORM_EXPORT void* LocalFree(void* block);
+} // namespace win32
+
+#endif

@@ -1,0 +1,147 @@
+#include <win32/memory.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <new>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <malloc.h>
+#include <sys/mman.h>
+
+#include "switches.h"
+
+namespace win32
+{
+namespace
+{
+const std::size_t kGranularity = 0x10000; // bytes; where a reservation may start
+
+std::atomic<unsigned long long> sTotalPhysical(0); // 0: the real figure
+std::atomic<unsigned long long> sAvailablePhysical(0);
+
+boost::mutex sReservationsLock; // guards the reservations
+
+std::map<void*, std::size_t>& Reservations()
+{
+    static auto& reservations = *new std::map<void*, std::size_t>; // outlives static destructors
+    return reservations;
+}
+
+// Maps a little more than asked for and gives back what stands outside the
+// granularity.
+void* MapAligned(std::size_t size, int protection)
+{
+    const std::size_t span = size + kGranularity;
+    if (span < size)
+        return nullptr;
+    void* mapped =
+        mmap(nullptr, span, protection, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapped == MAP_FAILED)
+        return nullptr;
+    char* start = static_cast<char*>(mapped);
+    const std::size_t over = reinterpret_cast<std::uintptr_t>(start) % kGranularity;
+    const std::size_t before = over ? kGranularity - over : 0;
+    if (before)
+        munmap(start, before);
+    munmap(start + before + size, span - before - size);
+    return start + before;
+}
+
+unsigned long long MemInfo(const char* format)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> info(std::fopen("/proc/meminfo", "r"),
+                                                               &std::fclose);
+    unsigned long long kilobytes = 0;
+    char line[128];
+    while (info && std::fgets(line, sizeof(line), info.get()))
+    {
+        if (std::sscanf(line, format, &kilobytes) == 1)
+            return kilobytes << 10;
+    }
+    return 0;
+}
+} // namespace
+
+void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned int protection)
+{
+    const bool commit = (type & kMemCommit) != 0;
+    const std::size_t kPage = 0x1000;
+    if (address || !size || size > SIZE_MAX - kGranularity || !(type & kMemReserve) ||
+        protection != (commit ? kPageReadWrite : kPageNoAccess))
+        return nullptr;
+    const std::size_t whole = (size + kPage - 1) / kPage * kPage;
+    void* start = MapAligned(whole, commit ? PROT_READ | PROT_WRITE : PROT_NONE);
+    if (!start)
+        return nullptr;
+    try
+    {
+        boost::lock_guard<boost::mutex> lock(sReservationsLock);
+        Reservations()[start] = whole;
+        return start;
+    }
+    catch (const std::bad_alloc&)
+    {
+        munmap(start, whole);
+        return nullptr;
+    }
+}
+
+int VirtualFree(void* address, std::size_t size, unsigned int type)
+{
+    if (size || type != kMemRelease)
+        return 0;
+    boost::lock_guard<boost::mutex> lock(sReservationsLock);
+    const auto found = Reservations().find(address);
+    if (found == Reservations().end())
+        return 0;
+    munmap(address, found->second);
+    Reservations().erase(found);
+    return 1;
+}
+
+int _heapmin()
+{
+    malloc_trim(0);
+    return 0;
+}
+
+void* GetProcessHeap()
+{
+    static char sProcessHeap; // the C library's, which has no address of its own
+    return &sProcessHeap;
+}
+
+std::size_t HeapCompact(void* heap, unsigned int)
+{
+    if (heap != GetProcessHeap())
+        return 0;
+    malloc_trim(0);
+    return mallinfo2().fordblks;
+}
+
+int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
+{
+    if (!status || status->dwLength < sizeof(*status))
+        return 0;
+    const unsigned long long total = sTotalPhysical;
+    const unsigned long long available = sAvailablePhysical;
+    status->ullTotalPhys = total ? total : MemInfo("MemTotal: %llu");
+    status->ullAvailPhys = available ? available : MemInfo("MemAvailable: %llu");
+    if (!status->ullTotalPhys)
+        return 0;
+    const unsigned long long free = status->ullAvailPhys * 100 / status->ullTotalPhys;
+    status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
+    return 1;
+}
+
+void SetPhysicalMemory(unsigned long long total, unsigned long long available)
+{
+    sTotalPhysical = total;
+    sAvailablePhysical = available;
+}
+} // namespace win32

@@ -1,0 +1,13 @@
+// The switches of the operating system's operations, for platform/control.h.
+
+#ifndef WIN32_POSIX_SWITCHES_H
+#define WIN32_POSIX_SWITCHES_H
+
+namespace win32
+{
+void SetPhysicalMemory(unsigned long long total, unsigned long long available);
+unsigned int BeepCount();
+void ResetBeepCount();
+} // namespace win32
+
+#endif

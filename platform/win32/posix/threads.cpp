@@ -1,0 +1,59 @@
+#include <win32/threads.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <wril/wril.h>
+
+namespace win32
+{
+namespace
+{
+const std::size_t kLongestThreadName = 15; // bytes, the system's limit
+
+void NameThread(const char* name)
+{
+    char cut[kLongestThreadName + 1] = {};
+    std::size_t length = strnlen(name, kLongestThreadName + 1);
+    if (length > kLongestThreadName)
+    {
+        length = kLongestThreadName;
+        while (length && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
+            --length;
+    }
+    std::memcpy(cut, name, length);
+    pthread_setname_np(pthread_self(), cut);
+}
+} // namespace
+
+unsigned int GetCurrentThreadId()
+{
+    static thread_local const unsigned int sThreadId =
+        static_cast<unsigned int>(syscall(SYS_gettid));
+    return sThreadId;
+}
+
+unsigned int GetCurrentProcessId()
+{
+    return static_cast<unsigned int>(getpid());
+}
+
+void RaiseException(unsigned int code, unsigned int, unsigned int argumentCount,
+                    const void* arguments)
+{
+    if (code != kThreadNamingException)
+    {
+        WRIL_sprintf(0, "win32", "RaiseException", "unhandled exception %08X", code);
+        std::abort();
+    }
+    if (!arguments || argumentCount * sizeof(unsigned int) < sizeof(ThreadNameRecord))
+        return;
+    const ThreadNameRecord* record = static_cast<const ThreadNameRecord*>(arguments);
+    if (record->name)
+        NameThread(record->name);
+}
+} // namespace win32

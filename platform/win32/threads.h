@@ -1,0 +1,31 @@
+// Threads, under the operating system's own names.
+
+#ifndef WIN32_THREADS_H
+#define WIN32_THREADS_H
+
+#include "../export.h"
+
+namespace win32
+{
+PLATFORM_EXPORT unsigned int GetCurrentThreadId();
+PLATFORM_EXPORT unsigned int GetCurrentProcessId();
+
+const unsigned int kThreadNamingException = 0x406D1388u;
+
+// What the thread-naming exception carries.
+struct ThreadNameRecord
+{
+    unsigned int type; // 0x1000
+    const char* name;
+    unsigned int threadId; // 0xFFFFFFFF for the calling thread
+    unsigned int flags;    // 0
+};
+
+// Raises an exception with argumentCount arguments. The thread-naming
+// exception is absorbed at once, after the thread has its name, cut at a
+// character boundary to what the system holds. Any other ends the process.
+PLATFORM_EXPORT void RaiseException(unsigned int code, unsigned int flags,
+                                    unsigned int argumentCount, const void* arguments);
+} // namespace win32
+
+#endif

@@ -1,0 +1,98 @@
+#include "tests/support/BornLibrary.h"
+
+#include <boost/function.hpp>
+
+#include <control.h>
+#include <krobase/recycled_memory.h>
+#include <tolv/memory.h>
+
+#include "U_Budget.h"
+#include "U_Lifecycle.h"
+#include "U_Threads.h"
+
+CapturedLog::CapturedLog()
+{
+    platform::SetLogSink([this](int level, const char* category, const char* tag, const char* text) {
+        std::lock_guard<std::mutex> lock(mLock);
+        mLines.push_back({level, category, tag, text});
+    });
+}
+
+CapturedLog::~CapturedLog()
+{
+    platform::SetLogSink(platform::LogSink());
+}
+
+void CapturedLog::Clear()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mLines.clear();
+}
+
+std::vector<LogLine> CapturedLog::Lines() const
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    return mLines;
+}
+
+std::vector<std::string> CapturedLog::Texts() const
+{
+    std::vector<std::string> texts;
+    for (const LogLine& line : Lines())
+        texts.push_back(line.tag + ": " + line.text);
+    return texts;
+}
+
+std::vector<std::string> CapturedLog::Texts(const std::string& tag) const
+{
+    std::vector<std::string> texts;
+    for (const LogLine& line : Lines())
+    {
+        if (line.tag == tag)
+            texts.push_back(line.text);
+    }
+    return texts;
+}
+
+void PinSwitches()
+{
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    platform::SetUsageError(0);
+    platform::SetPhysicalMemory(kPhysicalMemory, kAvailableMemory);
+    U_SetPayAttentionToLowMemory(false);
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    MEM_SetMemUsageLimits(0, 0);
+    MEM_SetMemUsageLimitsOverride(0, 0);
+    krobase::utility::MemoryRecycler::PurgeBytes(~0ull);
+}
+
+void BornLibrary::SetUp()
+{
+    PinSwitches();
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    mLog.Clear();
+}
+
+void BornLibrary::TearDown()
+{
+    PinSwitches();
+    mLog.Clear();
+    EXPECT_EQ(U_Death(), 0);
+    U_DeregisterMainThread();
+    if (!mExpectLeaks)
+        EXPECT_EQ(mLog.Texts("MEM_DumpLeaks"), std::vector<std::string>());
+    platform::ResetAll();
+}
+
+U_u64 BornLibrary::InUse()
+{
+    U_u64 used = 0;
+    U_GetMemoryStat(U_MemStat_InUse, &used);
+    return used;
+}
+
+void BornLibrary::SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum)
+{
+    const U_u64 used = InUse();
+    MEM_SetMemUsageLimits(used + prepurge, used + maximum);
+}
