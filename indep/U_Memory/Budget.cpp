@@ -18,7 +18,13 @@ const U_u32 kSmallBlocksPerCheck = 256; // this many
 const double kPurgeAhead = 0.02;        // of the prepurge limit
 
 std::atomic<U_u32> sPrePurgingDisabled(0);
-std::atomic<U_u32> sSmallBlocks(0);
+
+// All threads write it, so it has a cache line to itself.
+struct alignas(128) SmallBlockCounter
+{
+    std::atomic<U_u32> mCount{0};
+};
+SmallBlockCounter sSmallBlocks;
 
 // Plain values for the host, which sets them once before the allocations that
 // should trigger a purge; atomic, so that an early reader sees none or all.
@@ -28,7 +34,7 @@ std::atomic<void*> sPurgeRefcon(nullptr);
 bool IsUnmeasured(U_i32 size)
 {
     return size < kSmallBlock &&
-           sSmallBlocks.fetch_add(1, std::memory_order_relaxed) + 1 < kSmallBlocksPerCheck;
+           sSmallBlocks.mCount.fetch_add(1, std::memory_order_relaxed) + 1 < kSmallBlocksPerCheck;
 }
 
 struct Measurement
@@ -170,7 +176,7 @@ U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
         return 0;
 
     *okay = false;
-    sSmallBlocks.store(0, std::memory_order_relaxed);
+    sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
     Measurement now;
     if (U_Status failure = now.Take(recycled))
         return failure;

@@ -8,9 +8,8 @@ namespace utility
 {
 unsigned long long TotalPhysicalMemory()
 {
-    win32::MEMORYSTATUSEX status = {};
-    status.dwLength = sizeof(status);
-    return win32::GlobalMemoryStatusEx(&status) ? status.ullTotalPhys : 0;
+    unsigned long long kilobytes = 0;
+    return win32::GetPhysicallyInstalledSystemMemory(&kilobytes) ? kilobytes << 10 : 0;
 }
 } // namespace utility
 } // namespace krobase

@@ -1,6 +1,7 @@
 #include "recycled_memory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <map>
 #include <new>
@@ -55,18 +56,15 @@ public:
         }
     }
 
-    unsigned long long Bytes() const
-    {
-        boost::lock_guard<boost::mutex> lock(mLock);
-        return mBytes;
-    }
+    // Takes no lock: the budget asks often.
+    unsigned long long Bytes() const { return mBytes.load(std::memory_order_relaxed); }
 
     // Whole blocks that fit what is wanted, the largest first; what then
     // remains is smaller than every block left, and is cut off one of them.
     unsigned long long Purge(unsigned long long bytes)
     {
         boost::lock_guard<boost::mutex> lock(mLock);
-        unsigned long long wanted = std::min(bytes, mBytes);
+        unsigned long long wanted = std::min(bytes, Bytes());
         const unsigned long long given = wanted;
         for (auto next = mBlocks.end(); wanted && next != mBlocks.begin();)
         {
@@ -107,9 +105,9 @@ private:
         return shrunk ? bytes : 0;
     }
 
-    mutable boost::mutex mLock; // guards both
+    boost::mutex mLock; // guards the blocks and changes of their sum
     Blocks mBlocks;
-    unsigned long long mBytes = 0;
+    std::atomic<unsigned long long> mBytes{0};
 };
 
 // Sizes are rounded up to eight steps a doubling, so that a block fits its

@@ -60,29 +60,43 @@ unsigned long long SizeOf(void** slot)
     return slab->mSizes[SlotIndex(slab, slot)];
 }
 
+// A block with a slot that doesn't tell of it yet; null without memory.
+BlockHeader* BlockFromStore(ThreadRecord* record, std::size_t size)
+{
+    void** slot = TakeSlot(record);
+    if (!slot)
+        return nullptr;
+    void* memory = std::malloc(sizeof(BlockHeader) + BlockCache::Capacity(size));
+    if (!memory)
+    {
+        GiveSlot(record, slot);
+        return nullptr;
+    }
+    BlockHeader* header = static_cast<BlockHeader*>(memory);
+    header->mSlot = slot;
+    return header;
+}
+
 // Every block comes into the world here. Returns its slot.
 void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
 {
     if (!heap || !MayHave(size))
         return nullptr;
-    void* memory = std::malloc(static_cast<std::size_t>(size) + sizeof(BlockHeader));
-    if (!memory)
+    ThreadRecord* record = MyRecord();
+    const std::size_t bytes = static_cast<std::size_t>(size);
+    BlockHeader* header = record ? record->mBlocks.Take(bytes) : nullptr;
+    if (!header)
+        header = BlockFromStore(record, bytes);
+    if (!header)
         return nullptr;
-    void** slot = TakeSlot();
-    if (!slot)
-    {
-        std::free(memory);
-        return nullptr;
-    }
-    BlockHeader* header = static_cast<BlockHeader*>(memory);
-    header->mSlot = slot;
     header->mName = name ? InternName(name) : 0;
+    void** slot = header->mSlot;
     Slab* slab = SlabOf(slot);
     const std::size_t index = SlotIndex(slab, slot);
     Poke(slab->mSizes[index], static_cast<std::uint32_t>(size));
     Poke(slab->mHeaps[index], heap->mNumber);
     Poke(*slot, static_cast<void*>(header + 1));
-    AddUsage(static_cast<long long>(size));
+    AddUsage(record, static_cast<long long>(size));
     return slot;
 }
 
@@ -93,21 +107,27 @@ bool ResizeBlock(void** slot, unsigned long long size)
         return false;
     const unsigned long long oldSize = SizeOf(slot);
     void* memory =
-        std::realloc(HeaderOf(*slot), static_cast<std::size_t>(size) + sizeof(BlockHeader));
+        std::realloc(HeaderOf(*slot),
+                     sizeof(BlockHeader) + BlockCache::Capacity(static_cast<std::size_t>(size)));
     if (!memory)
         return false;
     SetSize(slot, size);
     Poke(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
-    AddUsage(static_cast<long long>(size) - static_cast<long long>(oldSize));
+    AddUsage(MyRecord(), static_cast<long long>(size) - static_cast<long long>(oldSize));
     return true;
 }
 
 void FreeBlock(void** slot)
 {
-    AddUsage(-static_cast<long long>(SizeOf(slot)));
-    void* memory = HeaderOf(*slot);
-    GiveSlot(slot);
-    std::free(memory);
+    ThreadRecord* record = MyRecord();
+    const unsigned long long size = SizeOf(slot);
+    BlockHeader* header = HeaderOf(*slot);
+    AddUsage(record, -static_cast<long long>(size));
+    MarkFree(slot);
+    if (record && record->mBlocks.Give(header, static_cast<std::size_t>(size)))
+        return;
+    GiveSlot(record, slot);
+    std::free(header);
 }
 } // namespace
 

@@ -77,6 +77,12 @@ inline bool IsLive(void* slotContent)
     return (reinterpret_cast<std::uintptr_t>(slotContent) & 1) == 0 && slotContent != nullptr;
 }
 
+// Makes a slot tell of no block, while it stays with the block's memory.
+inline void MarkFree(void** slot)
+{
+    Poke(*slot, reinterpret_cast<void*>(std::uintptr_t(1)));
+}
+
 // Pushes a slot on a chain, which makes it free.
 inline void Push(SlotChain& chain, void** slot)
 {

@@ -8,26 +8,18 @@
 
 namespace tolv
 {
+TOLV_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
+std::atomic<long long> sStrayUsage(0);
+
 namespace
 {
-#if defined(__GNUC__)
-// One pointer in the static block: a record is found without a call.
-#define TOLV_STATIC_TLS __attribute__((tls_model("initial-exec")))
-#else
-#define TOLV_STATIC_TLS
-#endif
-TOLV_STATIC_TLS thread_local ThreadRecord* sRecord = nullptr;
-
 boost::mutex sIdleLock; // guards the idle list
 ThreadRecord* sFirstIdle = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
 
-// The share of threads for which no record could be made.
-std::atomic<long long> sStrayUsage(0);
-
 void Retire(ThreadRecord* record)
 {
-    sRecord = nullptr;
+    tRecord = nullptr;
     boost::lock_guard<boost::mutex> lock(sIdleLock);
     record->mNextIdle = sFirstIdle;
     sFirstIdle = record;
@@ -61,31 +53,6 @@ ThreadRecord* NewRecord()
     return record;
 }
 
-ThreadRecord* MakeRecord()
-{
-    ThreadRecord* record = nullptr;
-    try
-    {
-        record = TakeIdle();
-        if (!record)
-            record = NewRecord();
-        Owner().reset(record);
-        return sRecord = record;
-    }
-    catch (const std::exception&)
-    {
-        if (record)
-            Retire(record);
-        return nullptr;
-    }
-}
-
-ThreadRecord* MyRecord()
-{
-    ThreadRecord* record = sRecord;
-    return record ? record : MakeRecord();
-}
-
 bool Refill(ThreadRecord& record)
 {
     if (record.mSpare.mCount)
@@ -107,17 +74,34 @@ void Spill(ThreadRecord& record)
 }
 } // namespace
 
-void** TakeSlot()
+ThreadRecord* MakeRecord()
 {
-    ThreadRecord* record = MyRecord();
+    ThreadRecord* record = nullptr;
+    try
+    {
+        record = TakeIdle();
+        if (!record)
+            record = NewRecord();
+        Owner().reset(record);
+        return tRecord = record;
+    }
+    catch (const std::exception&)
+    {
+        if (record)
+            Retire(record);
+        return nullptr;
+    }
+}
+
+void** TakeSlot(ThreadRecord* record)
+{
     if (!record || (!record->mActive.mCount && !Refill(*record)))
         return nullptr;
     return Pop(record->mActive);
 }
 
-void GiveSlot(void** slot)
+void GiveSlot(ThreadRecord* record, void** slot)
 {
-    ThreadRecord* record = MyRecord();
     if (!record)
     {
         SlotChain single;
@@ -128,18 +112,6 @@ void GiveSlot(void** slot)
     if (record->mActive.mCount >= kChainSlots)
         Spill(*record);
     Push(record->mActive, slot);
-}
-
-void AddUsage(long long bytes)
-{
-    ThreadRecord* record = MyRecord();
-    if (!record)
-    {
-        sStrayUsage.fetch_add(bytes, std::memory_order_relaxed);
-        return;
-    }
-    record->mUsage.store(record->mUsage.load(std::memory_order_relaxed) + bytes,
-                         std::memory_order_relaxed);
 }
 
 unsigned long long SumUsage()

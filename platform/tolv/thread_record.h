@@ -1,4 +1,5 @@
-// What the heap keeps per thread: free slots and a share of the usage figure.
+// What the heap keeps per thread: free slots, small blocks for the next request
+// of their size, and a share of the usage figure.
 //
 // Only its thread writes a record, so that an allocation takes no lock and
 // writes nothing that other threads write. When a thread ends, a later one
@@ -9,11 +10,81 @@
 
 #include <atomic>
 
+#include "block.h"
 #include "slots.h"
+
+#if defined(__GNUC__)
+// One pointer in the static block: a record is found without a call.
+#define TOLV_THREAD_LOCAL __thread __attribute__((tls_model("initial-exec")))
+#else
+#define TOLV_THREAD_LOCAL thread_local
+#endif
 
 namespace tolv
 {
 const std::size_t kChainSlots = 585;
+
+// Small blocks that their thread freed, with their slots, by the size that
+// they can hold. The C library keeps such a cache too, but ends it where our
+// header carries a block of 1 KiB past it. A full cache of all sizes holds
+// 1 MiB.
+class BlockCache
+{
+public:
+#if defined(__SANITIZE_ADDRESS__)
+    // The sanitizer is to see each block come and go.
+    static const std::size_t kLargest = 0;
+#else
+    static const std::size_t kLargest = 2048;
+#endif
+
+    // A block that holds size bytes, null if there is none. Its slot is free.
+    BlockHeader* Take(std::size_t size)
+    {
+        const std::size_t place = Class(size);
+        if (size > kLargest || !mFirst[place])
+            return nullptr;
+        BlockHeader* header = mFirst[place];
+        mFirst[place] = *Next(header);
+        --mCount[place];
+        return header;
+    }
+
+    // False if the block isn't small or there are enough of its size.
+    bool Give(BlockHeader* header, std::size_t size)
+    {
+        const std::size_t place = Class(size);
+        if (size > kLargest || mCount[place] == kMostPerClass)
+            return false;
+        *Next(header) = mFirst[place];
+        mFirst[place] = header;
+        ++mCount[place];
+        return true;
+    }
+
+    // The bytes to allocate for a block of that size: all of its class.
+    static std::size_t Capacity(std::size_t size)
+    {
+        return size && size <= kLargest ? Class(size) * kStep : size < kStep ? kStep : size;
+    }
+
+private:
+    static const std::size_t kStep = 16;
+    static const std::size_t kClasses = kLargest / kStep + 1;
+    static const unsigned char kMostPerClass = 8;
+
+    static std::size_t Class(std::size_t size)
+    {
+        return (size + kStep - 1) / kStep;
+    }
+    static BlockHeader** Next(BlockHeader* header)
+    {
+        return reinterpret_cast<BlockHeader**>(header + 1);
+    }
+
+    BlockHeader* mFirst[kClasses] = {};
+    unsigned char mCount[kClasses] = {};
+};
 
 struct alignas(64) ThreadRecord
 {
@@ -22,17 +93,40 @@ struct alignas(64) ThreadRecord
     SlotChain mSpare;                 // keeps a thread that swings round an edge off the pool
     ThreadRecord* mNext = nullptr;    // the list of all records
     ThreadRecord* mNextIdle = nullptr;
+    BlockCache mBlocks;
 };
 
+extern TOLV_THREAD_LOCAL ThreadRecord* tRecord;
+
+// Makes the calling thread's record; null without memory.
+ThreadRecord* MakeRecord();
+
+// The calling thread's record; null without memory.
+inline ThreadRecord* MyRecord()
+{
+    ThreadRecord* record = tRecord;
+    return record ? record : MakeRecord();
+}
+
 // A free slot, null without memory.
-void** TakeSlot();
+void** TakeSlot(ThreadRecord* record);
 
 // Makes a slot free again. It stays with the calling thread, or goes to the
-// common pool once that has plenty.
-void GiveSlot(void** slot);
+// common pool once that has plenty. A null record gives it to the pool.
+void GiveSlot(ThreadRecord* record, void** slot);
+
+// The share of threads for which no record could be made.
+extern std::atomic<long long> sStrayUsage;
 
 // Adds to the calling thread's share of the usage figure.
-void AddUsage(long long bytes);
+inline void AddUsage(ThreadRecord* record, long long bytes)
+{
+    if (record)
+        record->mUsage.store(record->mUsage.load(std::memory_order_relaxed) + bytes,
+                             std::memory_order_relaxed);
+    else
+        sStrayUsage.fetch_add(bytes, std::memory_order_relaxed);
+}
 
 // The sum of all shares. While other threads allocate and free it is a figure
 // of about now, and never below 0.

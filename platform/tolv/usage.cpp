@@ -52,13 +52,13 @@ std::atomic<bool> sDialogsQuieted(false);
 
 int MEM_AccountAllocation(int delta)
 {
-    tolv::AddUsage(delta);
+    tolv::AddUsage(tolv::MyRecord(), delta);
     return 0;
 }
 
 int MEM_AccountSystemAllocation(long long delta)
 {
-    tolv::AddUsage(delta);
+    tolv::AddUsage(tolv::MyRecord(), delta);
     return 0;
 }
 

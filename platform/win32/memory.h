@@ -39,6 +39,10 @@ struct MEMORYSTATUSEX
     unsigned long long ullAvailPhys;
 };
 
+// The machine's physical memory in units of 1 KiB. 0 on failure. Costs no call
+// to the system but for the first.
+PLATFORM_EXPORT int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes);
+
 // Fills in the machine's physical memory. 0 on failure.
 PLATFORM_EXPORT int GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
 } // namespace win32

@@ -124,16 +124,24 @@ std::size_t HeapCompact(void* heap, unsigned int)
     return mallinfo2().fordblks;
 }
 
+int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes)
+{
+    // It doesn't change while the process runs, and the budget asks often.
+    static const unsigned long long sInstalled = MemInfo("MemTotal: %llu");
+    const unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
+    *kilobytes = (total ? total : sInstalled) >> 10;
+    return *kilobytes != 0;
+}
+
 int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
 {
-    if (!status || status->dwLength < sizeof(*status))
+    unsigned long long kilobytes = 0;
+    if (!status || status->dwLength < sizeof(*status) ||
+        !GetPhysicallyInstalledSystemMemory(&kilobytes))
         return 0;
-    const unsigned long long total = sTotalPhysical;
     const unsigned long long available = sAvailablePhysical;
-    status->ullTotalPhys = total ? total : MemInfo("MemTotal: %llu");
+    status->ullTotalPhys = kilobytes << 10;
     status->ullAvailPhys = available ? available : MemInfo("MemAvailable: %llu");
-    if (!status->ullTotalPhys)
-        return 0;
     const unsigned long long free = status->ullAvailPhys * 100 / status->ullTotalPhys;
     status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
     return 1;
