@@ -12,10 +12,11 @@
 
 CapturedLog::CapturedLog()
 {
-    platform::SetLogSink([this](int level, const char* category, const char* tag, const char* text) {
-        std::lock_guard<std::mutex> lock(mLock);
-        mLines.push_back({level, category, tag, text});
-    });
+    platform::SetLogSink(
+        [this](int level, const char* category, const char* tag, const char* text) {
+            std::lock_guard<std::mutex> lock(mLock);
+            mLines.push_back({level, category, tag, text});
+        });
 }
 
 CapturedLog::~CapturedLog()
@@ -80,7 +81,9 @@ void BornLibrary::TearDown()
     EXPECT_EQ(U_Death(), 0);
     U_DeregisterMainThread();
     if (!mExpectLeaks)
+    {
         EXPECT_EQ(mLog.Texts("MEM_DumpLeaks"), std::vector<std::string>());
+    }
     platform::ResetAll();
 }
 

@@ -1,0 +1,176 @@
+#include "U_Lifecycle.h"
+
+#include <control.h>
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Threads.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+const char kSettingsLine[] = "Up_InitializeMemorySubsystem: fudgebuffer=262144000, goDirect=1";
+
+U_i32 RunModeSeven()
+{
+    return 7;
+}
+
+int NoPurge(void*, U_u64, U_u64, bool*)
+{
+    return 0;
+}
+
+class Lifecycle : public testing::Test
+{
+protected:
+    void SetUp() override { PinSwitches(); }
+    void TearDown() override
+    {
+        while (U_IsOnMainThread())
+            U_DeregisterMainThread();
+        platform::ResetAll();
+    }
+
+    CapturedLog mLog;
+};
+} // namespace
+
+TEST_F(Lifecycle, BirthAndDeathTellTheLogInOrder)
+{
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(mLog.Texts(),
+              (std::vector<std::string>{"Birth: U Birth", kSettingsLine, "Death: U Death"}));
+    EXPECT_EQ(mLog.Lines().front().level, 10);
+    EXPECT_EQ(mLog.Lines().front().category, "U");
+    EXPECT_EQ(mLog.Lines().back().level, 10);
+}
+
+TEST_F(Lifecycle, SettingsAreReadAtBirth)
+{
+    platform::SetDebugSetting("MemoryFudgeBuffer2", "12");
+    platform::SetDebugSetting("MemoryAccountDirect2", "TRUE");
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    EXPECT_EQ(mLog.Texts("Up_InitializeMemorySubsystem"),
+              std::vector<std::string>{"fudgebuffer=12, goDirect=0"});
+    U_Death();
+}
+
+TEST_F(Lifecycle, BirthChargesTheApplicationAndDeathTakesItOff)
+{
+    const U_u64 before = MEM_GetMemUsage();
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    U_u64 presumed = 0;
+    EXPECT_EQ(U_PresumedAppSize(&presumed), 0);
+    EXPECT_EQ(U_PresumedAppSize(nullptr), 0);
+    EXPECT_EQ(presumed, 0x8700000u);
+    EXPECT_GT(MEM_GetMemUsage(), before + presumed); // the library's record
+    EXPECT_LT(MEM_GetMemUsage(), before + presumed + 4096);
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(MEM_GetMemUsage(), before);
+}
+
+TEST_F(Lifecycle, ManyLivesFollowEachOther)
+{
+    const U_u64 before = MEM_GetMemUsage();
+    for (int life = 0; life < 50; ++life)
+    {
+        ASSERT_EQ(U_Birth("Host", nullptr), 0);
+        void** handle = U_AllocateHandleQuiet(100);
+        ASSERT_TRUE(handle);
+        U_FreeHandle(handle);
+        ASSERT_EQ(U_Death(), 0);
+    }
+    EXPECT_EQ(MEM_GetMemUsage(), before);
+    EXPECT_TRUE(mLog.Texts("MEM_DumpLeaks").empty());
+}
+
+TEST_F(Lifecycle, DeathTellsLeaksByName)
+{
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    std::string name = "second";
+    void* first = U_AllocatePtr(0, "first", 10);
+    void* second = U_AllocatePtr(0, name.c_str(), 20);
+    void* third = U_AllocatePtr(0, name.c_str(), 30);
+    name = "gone by then";
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(mLog.Texts("MEM_DumpLeaks"),
+              (std::vector<std::string>{"first: 1 blocks, 10 bytes", "second: 2 blocks, 50 bytes",
+                                        "left in the heap: 3 blocks, 60 bytes"}));
+    for (void* leak : {first, second, third})
+        U_FreePtr(leak);
+}
+
+TEST_F(Lifecycle, DeathWithoutBirthIsRefused)
+{
+    EXPECT_EQ(U_Death(), 5889);
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    EXPECT_EQ(U_Death(), 0);
+    EXPECT_EQ(U_Death(), 5889);
+}
+
+TEST_F(Lifecycle, BirthWithoutANameDoesNothing)
+{
+    EXPECT_EQ(U_Birth(nullptr, nullptr), 3);
+    EXPECT_TRUE(mLog.Texts().empty());
+    EXPECT_FALSE(U_IsOnMainThread());
+}
+
+TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
+{
+    struct Row
+    {
+        const char* what;
+        bool heapToo;
+    };
+    const Row rows[] = {{"heap", true}, {"record", false}};
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        platform::SetHeapFailure([&](unsigned long long size) { return row.heapToo || size != 0; });
+        EXPECT_EQ(U_Birth("Host", &RunModeSeven), 4);
+        EXPECT_TRUE(U_IsOnMainThread());
+        EXPECT_EQ(U_GetRunMode(), 7);
+        EXPECT_EQ(U_Death(), 5889);
+        platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+        EXPECT_EQ(U_Birth("Host", nullptr), 0);
+        EXPECT_EQ(U_Death(), 0);
+    }
+}
+
+TEST_F(Lifecycle, DyingIsAskedWithoutAndWithARecord)
+{
+    EXPECT_TRUE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 2u);
+    ASSERT_EQ(U_Birth("A display name of more than thirty characters", nullptr), 0);
+    EXPECT_FALSE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 2u);
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_TRUE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 4u);
+}
+
+TEST_F(Lifecycle, RunModeLivesFromBirthToDeath)
+{
+    EXPECT_EQ(U_GetRunMode(), 0);
+    ASSERT_EQ(U_Birth("Host", &RunModeSeven), 0);
+    EXPECT_EQ(U_GetRunMode(), 7);
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(U_GetRunMode(), 0);
+}
+
+TEST_F(Lifecycle, DeathForgetsThePurgeCallbackAndKeepsTheMainThread)
+{
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    int refcon = 0;
+    U_SetPurgeRequestCallback(&NoPurge, &refcon);
+    ASSERT_EQ(U_Death(), 0);
+    U_PurgeRequestCallback callback = &NoPurge;
+    void* kept = &refcon;
+    U_GetPurgeRequestCallback(&callback, &kept);
+    EXPECT_EQ(callback, nullptr);
+    EXPECT_EQ(kept, nullptr);
+    EXPECT_TRUE(U_IsOnMainThread());
+}

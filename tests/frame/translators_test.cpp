@@ -1,0 +1,157 @@
+#include <atomic>
+#include <new>
+#include <stdexcept>
+#include <thread>
+#include <typeinfo>
+#include <vector>
+
+#include <win32/atl.h>
+
+#include "U_Lifecycle.h"
+#include "U_Threads.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+class Translators : public BornLibrary
+{
+protected:
+    // A translator that notes that it was asked, and answers.
+    U_u32 Register(int number, bool takes, int code)
+    {
+        return U_RegisterExceptionTranslatorImpl([=](std::exception*, int* out) {
+            mAsked.push_back(number);
+            if (takes && code)
+                *out = code;
+            return takes;
+        });
+    }
+
+    U_Status Translate()
+    {
+        std::runtime_error error("broken");
+        return U_TranslateAndReportException(error);
+    }
+
+    std::vector<int> mAsked;
+};
+} // namespace
+
+TEST_F(Translators, TheNewestIsAskedFirstAndTheFirstToTakeItWins)
+{
+    Register(1, true, 101);
+    const U_u32 second = Register(2, true, 102);
+    Register(3, false, 103);
+    EXPECT_EQ(Translate(), 102);
+    EXPECT_EQ(mAsked, (std::vector<int>{3, 2}));
+    U_UnregisterExceptionTranslator(second);
+    U_UnregisterExceptionTranslator(second);
+    EXPECT_EQ(Translate(), 101);
+    EXPECT_TRUE(mLog.Texts().empty());
+}
+
+TEST_F(Translators, IdsAreNeverGivenAgain)
+{
+    const U_u32 first = Register(1, false, 0);
+    EXPECT_GE(first, 100u);
+    U_UnregisterExceptionTranslator(first);
+    EXPECT_EQ(Register(2, false, 0), first + 1);
+}
+
+TEST_F(Translators, FourteenStandsIfNothingIsStored)
+{
+    Register(1, true, 0);
+    EXPECT_EQ(Translate(), 14);
+    EXPECT_TRUE(mLog.Texts().empty());
+}
+
+TEST_F(Translators, MemoryAndCastsNeverReachThem)
+{
+    Register(1, true, 101);
+    std::bad_alloc noMemory;
+    std::bad_cast badCast;
+    EXPECT_EQ(U_TranslateAndReportException(noMemory), 4);
+    EXPECT_EQ(U_TranslateAndReportException(badCast), 3);
+    EXPECT_TRUE(mAsked.empty());
+}
+
+TEST_F(Translators, WhatNobodyTakesIsLogged)
+{
+    Register(1, false, 0);
+    EXPECT_EQ(Translate(), 14);
+    EXPECT_EQ(mLog.Texts(), std::vector<std::string>{
+                                "UNHANDLED_EXCEPTION: What: broken, type: std::runtime_error"});
+}
+
+TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
+{
+    U_u32 self = 0;
+    self = U_RegisterExceptionTranslatorImpl([&](std::exception* exception, int* out) {
+        U_UnregisterExceptionTranslator(self);
+        Register(2, true, 102);
+        *out = U_TranslateAndReportException(*exception) + 100;
+        return true;
+    });
+    EXPECT_EQ(Translate(), 202);
+    EXPECT_EQ(Translate(), 102);
+}
+
+TEST_F(Translators, RunOneThreadAtATime)
+{
+    std::atomic<int> inside(0);
+    std::atomic<int> most(0);
+    U_RegisterExceptionTranslatorImpl([&](std::exception*, int* out) {
+        const int now = ++inside;
+        if (now > most)
+            most = now;
+        std::this_thread::yield();
+        --inside;
+        *out = 55;
+        return true;
+    });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 500; ++round)
+                EXPECT_EQ(Translate(), 55);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(most, 1);
+}
+
+TEST_F(Translators, GoWithDeath)
+{
+    Register(1, true, 101);
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(Register(2, true, 102), 0u);
+    EXPECT_EQ(Translate(), 14);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    EXPECT_EQ(Translate(), 14);
+    EXPECT_TRUE(mAsked.empty());
+}
+
+TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
+{
+    struct Row
+    {
+        unsigned int result;
+        bool known;
+    };
+    const Row rows[] = {{0x80004005, true}, {0x80070002, true}, {0x8ABCDEF0, false}};
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.result);
+        ATL::CAtlException exception(static_cast<int>(row.result));
+        int thrown = 0;
+        try
+        {
+            TranslateAndThrowATLException(exception, __FILE__, __LINE__);
+        }
+        catch (int code)
+        {
+            thrown = code;
+        }
+        EXPECT_EQ(thrown, row.known ? 1 : 0);
+    }
+}
