@@ -40,6 +40,7 @@ bool Translate(std::exception& exception, int& code)
         --next;
         below = next->first;
         const U_ExceptionTranslator translator = next->second;
+        code = U_Err_UnknownException; // whatever one that didn't take it has stored
         if (translator(&exception, &code))
             return true;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <new>
 
@@ -66,13 +67,13 @@ public:
         boost::lock_guard<boost::mutex> lock(mLock);
         unsigned long long wanted = std::min(bytes, Bytes());
         const unsigned long long given = wanted;
-        for (auto next = mBlocks.end(); wanted && next != mBlocks.begin();)
+        while (wanted)
         {
-            --next;
-            if (next->first > wanted)
-                continue;
-            wanted -= next->first;
-            const auto whole = next++;
+            const auto above = mBlocks.upper_bound(static_cast<std::size_t>(wanted));
+            if (above == mBlocks.begin())
+                break;
+            const auto whole = std::prev(above);
+            wanted -= whole->first;
             std::free(Remove(whole));
         }
         return given - (wanted ? wanted - Cut(static_cast<std::size_t>(wanted)) : 0);

@@ -1,10 +1,12 @@
 #include "wril.h"
 
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "../switched_function.h"
 #include "sink.h"
@@ -13,12 +15,21 @@ namespace
 {
 platform::SwitchedFunction<void(int, const char*, const char*, const char*)> sSink;
 
+// What is no number leaves the level at 0.
+int LevelFromEnvironment()
+{
+    const char* text = std::getenv("U_LOG_LEVEL");
+    if (!text)
+        return 0;
+    char* end = nullptr;
+    const long level = std::strtol(text, &end, 10);
+    const bool isNumber = end != text && !*end && level >= INT_MIN && level <= INT_MAX;
+    return isNumber ? static_cast<int>(level) : 0;
+}
+
 int DefaultLevel()
 {
-    static const int sLevel = [] {
-        const char* text = std::getenv("U_LOG_LEVEL");
-        return text ? static_cast<int>(std::strtol(text, nullptr, 10)) : 0;
-    }();
+    static const int sLevel = LevelFromEnvironment();
     return sLevel;
 }
 
@@ -26,14 +37,36 @@ bool IsWanted(int level)
 {
     return sSink.Installed() || level <= DefaultLevel();
 }
+
+std::string Shown(const char* text)
+{
+    return text ? text : "";
+}
+
+// One call writes the whole line: processes that share stderr don't mix theirs.
+void WriteLine(int level, const char* category, const char* tag, const char* text)
+{
+    try
+    {
+        const std::string line = "[" + std::to_string(level) + "] " + Shown(category) + " " +
+                                 Shown(tag) + ": " + Shown(text) + "\n";
+        std::fwrite(line.data(), 1, line.size(), stderr);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // In pieces is better than not at all.
+        std::fprintf(stderr, "[%d] %s %s: %s\n", level, category ? category : "", tag ? tag : "",
+                     text ? text : "");
+    }
+}
 } // namespace
 
 void WRIL_Log(int level, const char* category, const char* tag, const char* text)
 {
     if (const auto sink = sSink.Get())
         (*sink)(level, category, tag, text);
-    else if (IsWanted(level))
-        std::fprintf(stderr, "[%d] %s %s: %s\n", level, category, tag, text);
+    else if (level <= DefaultLevel())
+        WriteLine(level, category, tag, text);
 }
 
 void WRIL_sprintf(int level, const char* category, const char* tag, const char* format, ...)
@@ -58,7 +91,9 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
             std::vsnprintf(longLine.get(), size, format, again);
     }
     va_end(again);
-    WRIL_Log(level, category, tag, longLine ? longLine.get() : line);
+    // Arguments that can't be formatted leave nothing to read in the buffer.
+    const char* shortLine = length < 0 ? format : line;
+    WRIL_Log(level, category, tag, longLine ? longLine.get() : shortLine);
 }
 
 namespace wril

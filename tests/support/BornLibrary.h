@@ -63,7 +63,6 @@ protected:
     static void SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum);
 
     CapturedLog mLog;
-    bool mExpectLeaks = false;
 };
 
 #endif

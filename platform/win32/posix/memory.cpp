@@ -69,9 +69,9 @@ unsigned long long MemInfo(const char* format)
 
 void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned int protection)
 {
-    const bool commit = (type & kMemCommit) != 0;
+    const bool commit = type == (kMemReserve | kMemCommit);
     const std::size_t kPage = 0x1000;
-    if (address || !size || size > SIZE_MAX - kGranularity || !(type & kMemReserve) ||
+    if (address || !size || size > SIZE_MAX - kGranularity || (!commit && type != kMemReserve) ||
         protection != (commit ? kPageReadWrite : kPageNoAccess))
         return nullptr;
     const std::size_t whole = (size + kPage - 1) / kPage * kPage;

@@ -1,11 +1,11 @@
 #include <win32/messages.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <system_error>
+#include <cstring>
 
 #include <unistd.h>
 
@@ -49,7 +49,8 @@ unsigned int PlainCode(unsigned int code)
     return code >> 16 == 0x8007 ? code & 0xFFFF : code;
 }
 
-std::string SystemText(unsigned int code)
+// ASCII, in whatever locale the host has set; null if there is none.
+const char* SystemText(unsigned int code)
 {
     for (const ResultText& row : kResultTexts)
     {
@@ -60,9 +61,9 @@ std::string SystemText(unsigned int code)
     for (const ErrorNumber& row : kErrorNumbers)
     {
         if (row.mCode == plain)
-            return std::generic_category().message(row.mErrno);
+            return strerrordesc_np(row.mErrno);
     }
-    return std::string();
+    return nullptr;
 }
 } // namespace
 
@@ -80,19 +81,20 @@ unsigned int FormatMessageW(unsigned int flags, const void*, unsigned int code, 
     if (!buffer)
         return 0;
     *buffer = nullptr;
-    const std::string text = SystemText(code);
-    if (flags != (kFormatAllocateBuffer | kFormatIgnoreInserts | kFormatFromSystem) || text.empty())
+    const char* text = SystemText(code);
+    if (flags != (kFormatAllocateBuffer | kFormatIgnoreInserts | kFormatFromSystem) || !text)
         return 0;
-    const std::string line = text + ".\r\n";
+    const char kEnd[] = ".\r\n";
+    const std::size_t textLength = std::strlen(text);
+    const std::size_t length = textLength + sizeof(kEnd) - 1;
     unsigned short* units =
-        static_cast<unsigned short*>(std::malloc((line.size() + 1) * sizeof(unsigned short)));
+        static_cast<unsigned short*>(std::malloc((length + 1) * sizeof(unsigned short)));
     if (!units)
         return 0;
-    // The system's texts are ASCII in the C locale.
-    for (std::size_t i = 0; i <= line.size(); ++i)
-        units[i] = static_cast<unsigned char>(line.c_str()[i]);
+    std::copy(text, text + textLength, units);
+    std::copy(kEnd, kEnd + sizeof(kEnd), units + textLength);
     *buffer = units;
-    return static_cast<unsigned int>(line.size());
+    return static_cast<unsigned int>(length);
 }
 
 void* LocalFree(void* block)

@@ -1,7 +1,9 @@
 #include <win32/threads.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -14,8 +16,19 @@ namespace win32
 namespace
 {
 const std::size_t kLongestThreadName = 15; // bytes, the system's limit
+const unsigned int kCallingThread = 0xFFFFFFFFu;
 
-void NameThread(const char* name)
+// Names another thread of the process, if it still runs.
+void NameOtherThread(unsigned int threadId, const char* name)
+{
+    char path[64];
+    std::snprintf(path, sizeof(path), "/proc/self/task/%u/comm", threadId);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "w"), &std::fclose);
+    if (file)
+        std::fputs(name, file.get());
+}
+
+void NameThread(unsigned int threadId, const char* name)
 {
     char cut[kLongestThreadName + 1] = {};
     std::size_t length = strnlen(name, kLongestThreadName + 1);
@@ -26,7 +39,10 @@ void NameThread(const char* name)
             --length;
     }
     std::memcpy(cut, name, length);
-    pthread_setname_np(pthread_self(), cut);
+    if (threadId == kCallingThread || threadId == GetCurrentThreadId())
+        pthread_setname_np(pthread_self(), cut);
+    else
+        NameOtherThread(threadId, cut);
 }
 } // namespace
 
@@ -54,6 +70,6 @@ void RaiseException(unsigned int code, unsigned int, unsigned int argumentCount,
         return;
     const ThreadNameRecord* record = static_cast<const ThreadNameRecord*>(arguments);
     if (record->name)
-        NameThread(record->name);
+        NameThread(record->threadId, record->name);
 }
 } // namespace win32

@@ -1,0 +1,222 @@
+// Blocks one by one: sizes, copies, resources, recycled pointers, and what is
+// no block of ours.
+
+#include <cstring>
+
+#include <control.h>
+#include <tolv/memory.h>
+#include <tolv/toolbox.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+const char kText[] = "contents of a block";
+
+class Handles : public BornLibrary
+{
+protected:
+    static void** Filled()
+    {
+        void** handle = U_AllocateHandleQuiet(sizeof(kText));
+        std::memcpy(*handle, kText, sizeof(kText));
+        return handle;
+    }
+
+    static void** FilledPlatform()
+    {
+        void** handle = NewHandle(sizeof(kText));
+        std::memcpy(*handle, kText, sizeof(kText));
+        return handle;
+    }
+
+    static void FailAll()
+    {
+        platform::SetHeapFailure([](unsigned long long) { return true; });
+    }
+    static void FailNone()
+    {
+        platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    }
+
+    void** mNone = nullptr;
+};
+} // namespace
+
+TEST_F(Handles, KeepTheirValueAndContentsAcrossResizes)
+{
+    void** handle = Filled();
+    void** const value = handle;
+    for (U_u64 size : {100u, 3000u, 1000000u, 64u, 20u})
+    {
+        SCOPED_TRACE(size);
+        ASSERT_EQ(U_ResizeHandle(1, size, "resize", &handle), 0);
+        EXPECT_EQ(handle, value);
+        EXPECT_STREQ(static_cast<char*>(*handle), kText);
+        U_u32 told = 0;
+        EXPECT_EQ(U_GetHandleSize(handle, &told), 0);
+        EXPECT_EQ(told, size);
+    }
+    U_FreeHandle(handle);
+}
+
+TEST_F(Handles, PointersKeepContentsAcrossResizesToo)
+{
+    void* pointer = nullptr;
+    ASSERT_EQ(U_ResizePtr(1, sizeof(kText), "new", &pointer), 0) << "null allocates";
+    std::memcpy(pointer, kText, sizeof(kText));
+    ASSERT_EQ(U_ResizePtrQuiet(500000, &pointer), 0);
+    EXPECT_STREQ(static_cast<char*>(pointer), kText);
+    U_u64 size = 0;
+    EXPECT_EQ(U_GetPtrSize(pointer, &size), 0);
+    EXPECT_EQ(size, 500000u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pointer) % 16, 0u);
+    U_FreePtr(pointer);
+}
+
+TEST_F(Handles, NullIsAnswered)
+{
+    U_u32 size = 77;
+    U_u64 longSize = 77;
+    EXPECT_EQ(U_GetHandleSize(nullptr, &size), 3);
+    EXPECT_EQ(size, 77u);
+    EXPECT_EQ(U_GetPtrSize(nullptr, &longSize), 0);
+    EXPECT_EQ(longSize, 0u);
+    EXPECT_EQ(U_FreeHandle(nullptr), 0);
+    EXPECT_EQ(U_FreePtr(nullptr), 0);
+    EXPECT_EQ(U_FreeRecycledPtr(nullptr), 0);
+    EXPECT_EQ(U_CheckHandleFromHeap(nullptr), 0);
+    EXPECT_EQ(U_ResizeHandle(1, 5, "none", &mNone), 3);
+    EXPECT_EQ(U_ResizePtr(1, 5, "none", nullptr), 3);
+    void** out = nullptr;
+    EXPECT_EQ(U_DuplicateHandle(nullptr, "none", &out), 3);
+    EXPECT_EQ(U_DuplicateHandleToPlatform(nullptr, "none", &out), 3);
+}
+
+TEST_F(Handles, OfOthersAreToldAndHarmless)
+{
+    const U_u64 used = InUse();
+    MEM_HeapRef otherHeap = MEM_NewHeap();
+    void** ofOther = MEM_NewHandle(otherHeap, 10);
+    void** ofToolbox = NewHandle(10);
+    void** freed = U_AllocateHandleQuiet(10);
+    U_FreeHandle(freed);
+    void* word = nullptr;
+    void** onStack = &word;
+    struct Row
+    {
+        const char* what;
+        void** handle;
+    };
+    for (const Row& row : {Row{"another heap's", ofOther}, Row{"the toolbox's", ofToolbox},
+                           Row{"freed", freed}, Row{"no handle at all", onStack},
+                           Row{"no address", reinterpret_cast<void**>(~std::uintptr_t(7))}})
+    {
+        SCOPED_TRACE(row.what);
+        EXPECT_NE(U_CheckHandleFromHeap(row.handle), 0);
+        void** handle = row.handle;
+        EXPECT_EQ(U_ResizeHandle(1, 5, "foreign", &handle), 4);
+        EXPECT_EQ(handle, row.handle);
+    }
+    EXPECT_EQ(U_FreeHandle(ofToolbox), 0);
+    EXPECT_EQ(GetHandleSize(ofToolbox), 10) << "still there";
+    EXPECT_EQ(U_FreeHandle(ofOther), 0);
+    EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 0u) << "freed in its own heap";
+    MEM_DumpLeaks(otherHeap);
+    DisposeHandle(ofToolbox);
+    EXPECT_EQ(InUse(), used);
+}
+
+TEST_F(Handles, AreDuplicatedBothWays)
+{
+    void** handle = Filled();
+    void** ofToolbox = FilledPlatform();
+    void** copy = nullptr;
+    void** out = nullptr;
+    void** in = nullptr;
+    EXPECT_EQ(U_DuplicateHandle(handle, "copy", &copy), 0);
+    EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 0);
+    EXPECT_EQ(U_DuplicateHandleFromPlatform(ofToolbox, "in", &in), 0);
+    EXPECT_STREQ(static_cast<char*>(*copy), kText);
+    EXPECT_STREQ(static_cast<char*>(*out), kText);
+    EXPECT_STREQ(static_cast<char*>(*in), kText);
+    EXPECT_EQ(GetHandleSize(out), static_cast<int>(sizeof(kText)));
+    EXPECT_NE(copy, handle);
+    EXPECT_EQ(U_CheckHandleFromHeap(in), 0);
+    for (void** each : {handle, copy, in})
+        U_FreeHandle(each);
+    DisposeHandle(out);
+    DisposeHandle(ofToolbox);
+}
+
+TEST_F(Handles, DuplicatesThatCantBeMadeAreNull)
+{
+    void** handle = Filled();
+    void** ofToolbox = FilledPlatform();
+    void** out = handle;
+    FailAll();
+    EXPECT_EQ(U_DuplicateHandle(handle, "copy", &out), 4);
+    EXPECT_EQ(out, nullptr);
+    out = handle;
+    EXPECT_EQ(U_DuplicateHandleFromPlatform(ofToolbox, "in", &out), 0);
+    EXPECT_EQ(out, nullptr);
+    FailNone();
+
+    U_ResizeHandle(1, 5000, "large", &handle); // so that it is measured
+    out = handle;
+    SetLimitsAboveUse(0, 0);
+    EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
+    EXPECT_EQ(out, nullptr);
+    U_FreeHandle(handle);
+    DisposeHandle(ofToolbox);
+}
+
+TEST_F(Handles, AResourceIsMovedOrStays)
+{
+    void** resource = FilledPlatform();
+    AddResource(resource);
+    void** out = resource;
+    FailAll();
+    EXPECT_EQ(U_DetachResource(resource, "resource", &out), 4);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_STREQ(static_cast<char*>(*resource), kText);
+    FailNone();
+    EXPECT_EQ(U_DetachResource(resource, "resource", nullptr), 0);
+    EXPECT_EQ(U_DetachResource(resource, "resource", &out), 0);
+    EXPECT_STREQ(static_cast<char*>(*out), kText);
+    U_FreeHandle(out);
+
+    void** plain = FilledPlatform();
+    EXPECT_EQ(U_DetachResource(plain, "no resource", &out), -192);
+    EXPECT_STREQ(static_cast<char*>(*out), kText);
+    U_FreeHandle(out);
+}
+
+TEST_F(Handles, RecycledPointersComeBackAndBalanceTheirCharge)
+{
+    void* first = U_AllocateRecycledPtr(1, "recycled", 100000);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(U_GetRecycledPtrBaseAddress(first), first);
+    std::memset(first, 1, 100000);
+    U_FreeRecycledPtr(first);
+    const U_u64 pool = U_GetRecycledMemorySize();
+    EXPECT_GE(pool, 100016u);
+
+    U_u64 frames = 0;
+    U_GetMemoryStat(U_MemStat_InUseWithoutFrames, &frames);
+    const U_u64 used = MEM_GetMemUsage();
+    void* again = U_AllocateRecycledPtr(1, "recycled", 99000);
+    EXPECT_EQ(U_GetRecycledMemorySize(), 0u) << "taken from the pool";
+    EXPECT_EQ(MEM_GetMemUsage(), used + pool + 16);
+    U_FreeRecycledPtr(again);
+    U_u64 framesAfter = 0;
+    U_GetMemoryStat(U_MemStat_InUseWithoutFrames, &framesAfter);
+    EXPECT_EQ(MEM_GetMemUsage(), used);
+    EXPECT_EQ(framesAfter, frames);
+
+    EXPECT_EQ(U_PurgeRecycledMemory(1000), 1000u);
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool - 1000);
+    EXPECT_EQ(U_PurgeRecycledMemory(~0ull), pool - 1000);
+}

@@ -1,0 +1,349 @@
+// Making room: the host's callback, the recycled pool, and when it ends.
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <random>
+#include <thread>
+
+#include <control.h>
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+const char kStalled[] = "DONE. Purge not freeing anything (but maybe recycled memory), recycled=";
+const char kPoolStalled[] = "DONE. Purge recycled not freeing anything";
+
+struct Request
+{
+    U_u64 block;
+    U_u64 amount;
+};
+
+class Purge : public BornLibrary
+{
+protected:
+    // What the host does when asked; returns the callback's result.
+    typedef std::function<int(const Request&, bool* flag)> Host;
+
+    void InstallHost(const Host& host)
+    {
+        mHost = host;
+        U_SetPurgeRequestCallback(
+            [](void* refcon, U_u64 block, U_u64 amount, bool* flag) {
+                Purge& self = *static_cast<Purge*>(refcon);
+                self.mRequests.push_back({block, amount});
+                return self.mHost(self.mRequests.back(), flag);
+            },
+            this);
+    }
+
+    void TearDown() override
+    {
+        while (FreeOldest())
+        {
+        }
+        BornLibrary::TearDown();
+    }
+
+    void Hold(int count, U_u64 size)
+    {
+        for (int i = 0; i < count; ++i)
+            mHeld.push_back(U_AllocatePtrQuiet(size));
+    }
+
+    bool FreeOldest()
+    {
+        if (mHeld.empty())
+            return false;
+        U_FreePtr(mHeld.front());
+        mHeld.pop_front();
+        return true;
+    }
+
+    static U_u64 Prepurge()
+    {
+        U_u64 prepurge = 0;
+        U_u64 maximum = 0;
+        U_GetMemUsageLimits(&prepurge, &maximum);
+        return prepurge;
+    }
+
+    std::vector<std::string> Done() const
+    {
+        std::vector<std::string> done;
+        for (const std::string& text : mLog.Texts("MAKE_ROOM_FOR_BLOCK"))
+        {
+            if (text.compare(0, 5, "DONE.") == 0)
+                done.push_back(text);
+        }
+        return done;
+    }
+
+    Host mHost;
+    std::vector<Request> mRequests;
+    std::deque<void*> mHeld;
+};
+} // namespace
+
+TEST_F(Purge, AHostThatFreesNothingIsAskedOnce)
+{
+    InstallHost([](const Request&, bool*) { return 0; });
+    SetLimitsAboveUse(1000, 100 * kMiB);
+    const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Prepurge()));
+    mLog.Clear();
+    void* block = U_AllocatePtrQuiet(5000);
+    EXPECT_TRUE(block) << "within the maximum limit";
+    ASSERT_EQ(mRequests.size(), 1u);
+    EXPECT_EQ(mRequests[0].block, wanted);
+    EXPECT_EQ(mRequests[0].amount, wanted - 1000);
+    EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK"),
+              (std::vector<std::string>{"Issuing Purge Request\tblock_request:\t" +
+                                            std::to_string(wanted) + "\tamt_to_purge:\t" +
+                                            std::to_string(wanted - 1000),
+                                        std::string(kStalled) + "0"}));
+    U_FreePtr(block);
+}
+
+TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
+{
+    Hold(100, kMiB);
+    InstallHost([this](const Request&, bool*) {
+        FreeOldest();
+        return 0;
+    });
+    SetLimitsAboveUse(0, 100 * kMiB);
+    const U_u64 used = InUse();
+    mLog.Clear();
+    void* block = U_AllocatePtrQuiet(5000);
+    ASSERT_TRUE(block);
+    ASSERT_GT(mRequests.size(), 1u);
+    for (std::size_t i = 1; i < mRequests.size(); ++i)
+    {
+        EXPECT_EQ(mRequests[i].block, mRequests[0].block);
+        EXPECT_EQ(mRequests[i].amount, mRequests[i - 1].amount - kMiB);
+    }
+    EXPECT_LE(mRequests.back().amount, kMiB);
+    EXPECT_EQ(Done(), std::vector<std::string>{"DONE. Under threshold with inUse=" +
+                                               std::to_string(used - mRequests.size() * kMiB) +
+                                               ", prepurgelimit=" + std::to_string(used) +
+                                               ", request=" + std::to_string(mRequests[0].block) +
+                                               ", recycled=0"});
+    U_FreePtr(block);
+}
+
+TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
+{
+    struct Row
+    {
+        bool flag;
+        int poolBlocks; // of 4 MiB, to be beside about 2.8 MiB of request
+        bool shrinks;
+        const char* done;
+    };
+    const std::string stalled = std::string(kStalled) + "0";
+    const Row rows[] = {
+        {false, 1, false, stalled.c_str()},
+        {true, 0, false, kPoolStalled},
+        {true, 1, true, "DONE. Under threshold"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.done);
+        U_PurgeRecycledMemory(~0ull);
+        if (row.poolBlocks)
+            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, 4 * kMiB));
+        const U_u64 pool = U_GetRecycledMemorySize();
+        InstallHost([&](const Request&, bool* flag) {
+            EXPECT_FALSE(*flag);
+            *flag = row.flag;
+            return 0;
+        });
+        mRequests.clear();
+        SetLimitsAboveUse(0, 100 * kMiB);
+        mLog.Clear();
+        void* block = U_AllocatePtrQuiet(5000);
+        EXPECT_TRUE(block);
+        EXPECT_EQ(mRequests.size(), 1u);
+        EXPECT_EQ(U_GetRecycledMemorySize(), row.shrinks ? pool - mRequests[0].amount : pool);
+        ASSERT_EQ(Done().size(), 1u);
+        EXPECT_EQ(Done()[0].compare(0, std::string(row.done).size(), row.done), 0) << Done()[0];
+        U_FreePtr(block);
+    }
+}
+
+TEST_F(Purge, AnErrorOfTheHostEndsTheRun)
+{
+    Hold(10, kMiB);
+    InstallHost([this](const Request&, bool*) {
+        FreeOldest();
+        return 7;
+    });
+    SetLimitsAboveUse(0, 5000);
+    mLog.Clear();
+    void* block = U_AllocatePtrQuiet(5000);
+    EXPECT_TRUE(block);
+    EXPECT_EQ(mRequests.size(), 1u);
+    EXPECT_TRUE(Done().empty());
+    U_FreePtr(block);
+}
+
+TEST_F(Purge, AHostMayAllocateWhileItPurges)
+{
+    Hold(10, kMiB);
+    int depth = 0;
+    InstallHost([&](const Request&, bool*) {
+        if (depth == 3)
+            return 0;
+        ++depth;
+        void* inner = U_AllocatePtrQuiet(5000);
+        EXPECT_TRUE(inner);
+        U_FreePtr(inner);
+        --depth;
+        FreeOldest();
+        return 0;
+    });
+    SetLimitsAboveUse(0, 100 * kMiB);
+    void* block = U_AllocatePtrQuiet(5000);
+    EXPECT_TRUE(block);
+    U_FreePtr(block);
+}
+
+TEST_F(Purge, WithoutAHostNothingIsPurged)
+{
+    U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
+    const U_u64 pool = U_GetRecycledMemorySize();
+    SetLimitsAboveUse(0, 100 * kMiB);
+    mLog.Clear();
+    void* block = U_AllocatePtrQuiet(5000);
+    EXPECT_TRUE(block);
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool);
+    EXPECT_TRUE(mLog.Texts("MAKE_ROOM_FOR_BLOCK").empty());
+    U_FreePtr(block);
+}
+
+TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
+{
+    struct Row
+    {
+        U_u64 needed;
+        int frees; // MiB each time the host is asked
+        bool over;
+        bool hit;
+        std::size_t requests;
+    };
+    // Use stands 10 MiB under the limit, and the host holds 20 MiB.
+    const Row rows[] = {
+        {0, 0, false, false, 0},           {10 * kMiB, 0, false, false, 0}, // exactly at the limit
+        {10 * kMiB + 1, 0, true, true, 3}, {10 * kMiB + 1, 1, false, true, 1},
+        {13 * kMiB, 1, false, true, 4}, // the last byte beside takes a round more
+        {40 * kMiB, 1, true, true, 0},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.needed << " " << row.frees);
+        while (FreeOldest())
+        {
+        }
+        Hold(20, kMiB);
+        mRequests.clear();
+        InstallHost([&](const Request&, bool*) {
+            for (int i = 0; i < row.frees; ++i)
+                FreeOldest();
+            return 0;
+        });
+        SetLimitsAboveUse(10 * kMiB, 100 * kMiB);
+        mLog.Clear();
+        bool over = !row.over;
+        bool hit = !row.hit;
+        EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
+        EXPECT_EQ(over, row.over);
+        EXPECT_EQ(hit, row.hit);
+        EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit").size(), row.hit ? 1u : 0u);
+        if (row.requests)
+        {
+            EXPECT_EQ(mRequests.size(), row.requests);
+        }
+    }
+}
+
+TEST_F(Purge, TheCheckStaysOnTheSafeSideOfAnError)
+{
+    MEM_SetMemUsageLimits(kMiB, 2 * kMiB);
+    platform::SetUsageError(-50);
+    bool over = false;
+    bool hit = false;
+    EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 0, &hit), -50);
+    EXPECT_TRUE(over && hit);
+    EXPECT_EQ(U_CheckRAMPurgeLimit(nullptr, 0, nullptr), 3);
+}
+
+TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)
+{
+    const int kThreads = 8;
+    const int kBlocks = 400;
+    const U_u64 kBlock = 64 << 10;
+    struct Cache
+    {
+        std::mutex lock; // guards the blocks
+        std::deque<void*> blocks;
+        std::atomic<U_u64> peak{0};
+
+        bool DropOldest()
+        {
+            void* oldest = nullptr;
+            {
+                std::lock_guard<std::mutex> guard(lock);
+                if (blocks.empty())
+                    return false;
+                oldest = blocks.front();
+                blocks.pop_front();
+            }
+            U_FreePtr(oldest);
+            return true;
+        }
+    } cache;
+    const U_u64 before = InUse();
+    SetLimitsAboveUse(3 * kMiB, 4 * kMiB);
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            static_cast<Cache*>(refcon)->DropOldest();
+            return 0;
+        },
+        &cache);
+    std::vector<std::thread> threads;
+    std::atomic<int> had(0);
+    std::atomic<int> refused(0);
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            std::mt19937 random(static_cast<unsigned>(t));
+            for (int i = 0; i < kBlocks; ++i)
+            {
+                void* block = U_AllocatePtrQuiet(kBlock / 2 + random() % (kBlock / 2));
+                ++(block ? had : refused);
+                const U_u64 used = InUse();
+                U_u64 peak = cache.peak;
+                while (used > peak && !cache.peak.compare_exchange_weak(peak, used))
+                {
+                }
+                if (!block)
+                    continue;
+                std::lock_guard<std::mutex> guard(cache.lock);
+                cache.blocks.push_back(block);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(had + refused, kThreads * kBlocks);
+    EXPECT_GT(had, kThreads * kBlocks / 2);
+    EXPECT_LE(cache.peak, before + 4 * kMiB + kThreads * kBlock);
+    while (cache.DropOldest())
+    {
+    }
+    EXPECT_EQ(InUse(), before);
+}

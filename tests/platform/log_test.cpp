@@ -1,0 +1,135 @@
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <control.h>
+#include <wril/wril.h>
+
+namespace
+{
+class Log : public testing::Test
+{
+protected:
+    // The child of a death test starts afresh: the level is read once.
+    void SetUp() override { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+    void TearDown() override { platform::ResetAll(); }
+};
+
+TEST_F(Log, LinesOfAnyLengthReachTheSinkWhole)
+{
+    std::string seen;
+    platform::SetLogSink([&](int, const char*, const char*, const char* text) { seen = text; });
+    for (const std::size_t length : {0, 510, 511, 512, 513, 100000})
+    {
+        SCOPED_TRACE(length);
+        const std::string text(length, 'x');
+        WRIL_sprintf(9, "category", "tag", "%s!", text.c_str());
+        EXPECT_EQ(seen, text + "!");
+    }
+}
+
+TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
+{
+    struct Row
+    {
+        const char* setting;
+        int highestWritten;
+    };
+    const Row kRows[] = {
+        {"0", 0}, {"2", 2}, {"", 0}, {"loud", 0}, {"2x", 0}, {"4294967298", 0}, {"-1", -1},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.setting);
+        setenv("U_LOG_LEVEL", row.setting, 1);
+        std::string expected;
+        for (int level = 0; level <= row.highestWritten; ++level)
+            expected +=
+                "[" + std::to_string(level) + "] memory budget: at " + std::to_string(level) + "\n";
+        EXPECT_EXIT(
+            {
+                for (int level = 0; level < 4; ++level)
+                    WRIL_sprintf(level, "memory", "budget", "at %d", level);
+                std::_Exit(0);
+            },
+            testing::ExitedWithCode(0), testing::StrEq(expected));
+    }
+    unsetenv("U_LOG_LEVEL");
+}
+
+TEST_F(Log, ALongLineGoesToStderrInOneWrite)
+{
+    // Each write to such a socket is a message of its own.
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const int console = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    const std::string text(20000, 'y');
+    WRIL_Log(0, "memory", nullptr, text.c_str());
+    dup2(console, STDERR_FILENO);
+
+    std::vector<char> message(30000);
+    const ssize_t length = recv(ends[0], message.data(), message.size(), MSG_DONTWAIT);
+    ASSERT_GT(length, 0);
+    EXPECT_EQ(std::string(message.data(), static_cast<std::size_t>(length)),
+              "[0] memory : " + text + "\n");
+    for (const int descriptor : {ends[0], ends[1], console})
+        close(descriptor);
+}
+
+TEST_F(Log, ASinkMayReplaceItselfAndLog)
+{
+    int first = 0;
+    int second = 0;
+    platform::SetLogSink([&](int, const char*, const char*, const char*) {
+        ++first;
+        platform::SetLogSink([&](int, const char*, const char*, const char*) { ++second; });
+        WRIL_Log(0, "category", "tag", "from the sink");
+    });
+    WRIL_Log(0, "category", "tag", "one");
+    WRIL_Log(0, "category", "tag", "two");
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 2);
+}
+
+TEST_F(Log, SinksAreSwappedUnderThreadsThatLog)
+{
+    std::atomic<bool> stop(false);
+    std::atomic<int> wrong(0);
+    std::atomic<unsigned int> seen(0);
+    std::weak_ptr<int> captured;
+    std::vector<std::thread> threads;
+    threads.reserve(3);
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            while (!stop)
+                WRIL_sprintf(9, "category", "tag", "%d", 7);
+        });
+    for (int swap = 0; swap < 2000 || !seen; ++swap)
+    {
+        const auto mine = std::make_shared<int>(7);
+        captured = mine;
+        platform::SetLogSink([&, mine](int, const char*, const char*, const char* text) {
+            ++seen;
+            wrong += std::atoi(text) != *mine;
+        });
+        if (swap % 2)
+            platform::SetLogSink(platform::LogSink());
+    }
+    platform::SetLogSink(platform::LogSink());
+    stop = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_TRUE(captured.expired());
+}
+} // namespace

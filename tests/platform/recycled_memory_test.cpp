@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <cstring>
+#include <list>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <krobase/recycled_memory.h>
+
+using krobase::utility::MemoryRecycler;
+using krobase::utility::RecycledMemory;
+
+namespace
+{
+const unsigned long long kAll = ~0ull;
+const unsigned long long kKiB = 1024;
+
+class Recycler : public testing::Test
+{
+protected:
+    void SetUp() override { MemoryRecycler::PurgeBytes(kAll); }
+    void TearDown() override { MemoryRecycler::PurgeBytes(kAll); }
+
+    // Fills the pool with a block of each size.
+    static void Fill(const std::vector<int>& sizes)
+    {
+        std::list<RecycledMemory> blocks;
+        for (const int size : sizes)
+            blocks.emplace_back(size);
+    }
+};
+
+TEST_F(Recycler, BlocksServeRequestsThatWasteAtMostAQuarter)
+{
+    struct Row
+    {
+        int pooled;
+        int asked;
+        bool reused;
+    };
+    const Row kRows[] = {
+        {100 * kKiB, 100 * kKiB, true},
+        {100 * kKiB, 99 * kKiB, true},
+        {100 * kKiB, 85 * kKiB, true},
+        {100 * kKiB, 60 * kKiB, false},
+        {100 * kKiB, 120 * kKiB, false},
+        {64, 1, true},
+        {65, 64, true},
+        {1 << 20, (1 << 20) + 1, false},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(testing::Message() << row.pooled << " for " << row.asked);
+        MemoryRecycler::PurgeBytes(kAll);
+        Fill({row.pooled});
+        const unsigned long long pool = MemoryRecycler::GetCurrentPoolSize();
+        const RecycledMemory block(row.asked);
+        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), row.reused ? 0 : pool);
+        ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(row.asked));
+        std::memset(block.mBlock, 0xA5, block.mBlockSize);
+    }
+}
+
+TEST_F(Recycler, PurgeGivesExactlyWhatIsAsked)
+{
+    const unsigned long long kFilled = (1024 + 512 + 64) * kKiB;
+    for (const unsigned long long asked :
+         {0ull, 1ull, 64ull * kKiB, 64ull * kKiB + 1, 600ull * kKiB, 1024ull * kKiB, kFilled - 1,
+          kFilled, kFilled + 1, kAll})
+    {
+        SCOPED_TRACE(asked);
+        MemoryRecycler::PurgeBytes(kAll);
+        Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
+        ASSERT_EQ(MemoryRecycler::GetCurrentPoolSize(), kFilled);
+        const unsigned long long given = std::min(asked, kFilled);
+        EXPECT_EQ(MemoryRecycler::PurgeBytes(asked), given);
+        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), kFilled - given);
+        EXPECT_EQ(MemoryRecycler::PurgeBytes(kAll), kFilled - given);
+    }
+}
+
+TEST_F(Recycler, WhatAPurgeLeavesOfABlockIsUsableUnderItsNewSize)
+{
+    Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
+    // The two smaller ones fit as a whole; 24 KiB are cut off the largest.
+    MemoryRecycler::PurgeBytes(600 * kKiB);
+    const RecycledMemory block(900 * kKiB);
+    EXPECT_EQ(block.mBlockSize, 1000u * kKiB);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u);
+    std::memset(block.mBlock, 0xA5, block.mBlockSize);
+}
+
+TEST_F(Recycler, APurgeTakesTheLargestBlockThatFitsFirst)
+{
+    Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
+    MemoryRecycler::PurgeBytes(1024 * kKiB);
+    const RecycledMemory block(512 * kKiB);
+    EXPECT_EQ(block.mBlockSize, 512 * kKiB);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 64 * kKiB);
+}
+
+TEST_F(Recycler, AFailedRequestLeavesNoBlockAndLosesNone)
+{
+    RecycledMemory block(100 * kKiB);
+    const std::size_t size = block.mBlockSize;
+    EXPECT_THROW(block.Allocate(-1), std::bad_alloc);
+    EXPECT_EQ(block.mBlock, nullptr);
+    EXPECT_EQ(block.mBlockSize, 0u);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), size);
+    EXPECT_THROW(RecycledMemory refused(INT_MIN), std::bad_alloc);
+}
+
+TEST_F(Recycler, NoBlockIsTwoThreadsAtOnce)
+{
+    std::atomic<int> damaged(0);
+    std::atomic<int> running(3);
+    std::vector<std::thread> threads;
+    for (int id = 1; id <= 3; ++id)
+        threads.emplace_back([&damaged, &running, id] {
+            unsigned int random = static_cast<unsigned int>(id);
+            for (int round = 0; round < 500; ++round)
+            {
+                random = random * 1664525u + 1013904223u;
+                RecycledMemory block(static_cast<int>(random >> 18) + 1);
+                std::memset(block.mBlock, id, block.mBlockSize);
+                std::this_thread::yield();
+                const unsigned char* bytes = static_cast<unsigned char*>(block.mBlock);
+                damaged += std::count(bytes, bytes + block.mBlockSize, id) !=
+                           static_cast<std::ptrdiff_t>(block.mBlockSize);
+            }
+            --running;
+        });
+    while (running)
+    {
+        MemoryRecycler::PurgeBytes(10000);
+        std::this_thread::yield();
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(damaged, 0);
+    const unsigned long long left = MemoryRecycler::GetCurrentPoolSize();
+    EXPECT_EQ(MemoryRecycler::PurgeBytes(kAll), left);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u);
+}
+} // namespace

@@ -1,0 +1,239 @@
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <control.h>
+#include <win32/memory.h>
+#include <win32/messages.h>
+#include <win32/threads.h>
+
+namespace
+{
+const unsigned int kSystemText =
+    win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem;
+
+std::u16string Format(unsigned int flags, unsigned int code)
+{
+    unsigned short sentinel = 0;
+    unsigned short* buffer = &sentinel;
+    const unsigned int length = win32::FormatMessageW(flags, nullptr, code, 0, &buffer, 0, nullptr);
+    if (!buffer)
+        return length ? u"a length without a text" : u"";
+    std::u16string text(buffer, buffer + length);
+    EXPECT_EQ(buffer[length], 0);
+    EXPECT_EQ(win32::LocalFree(buffer), nullptr);
+    return text;
+}
+
+TEST(Messages, SystemKnowsPlainCodesAndResults)
+{
+    struct Row
+    {
+        unsigned int flags;
+        unsigned int code;
+        const char16_t* text;
+    };
+    const Row kRows[] = {
+        {kSystemText, 0, u"Success.\r\n"},
+        {kSystemText, 5, u"Permission denied.\r\n"},
+        {kSystemText, 0x80070005, u"Permission denied.\r\n"},
+        {kSystemText, 0x8007000E, u"Cannot allocate memory.\r\n"},
+        {kSystemText, 0x80070057, u"Invalid argument.\r\n"},
+        {kSystemText, 0x80004005, u"Unspecified error.\r\n"},
+        {kSystemText, 0x12345678, u""},
+        {kSystemText, 0x8007FFFF, u""},
+        {kSystemText, 0x00070005, u""},
+        {kSystemText & ~win32::kFormatAllocateBuffer, 5, u""},
+        {kSystemText | 0x2000, 5, u""},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(testing::Message() << std::hex << row.flags << " " << row.code);
+        EXPECT_EQ(Format(row.flags, row.code), row.text);
+    }
+}
+
+std::string NameOf(pthread_t thread)
+{
+    char name[16] = "";
+    pthread_getname_np(thread, name, sizeof(name));
+    return name;
+}
+
+void Raise(const char* name, unsigned int threadId, unsigned int argumentCount)
+{
+    const win32::ThreadNameRecord record = {0x1000, name, threadId, 0};
+    win32::RaiseException(win32::kThreadNamingException, 0, argumentCount, &record);
+}
+
+TEST(Win32Threads, NamesAreCutAtACharacter)
+{
+    struct Row
+    {
+        const char* name;
+        const char* shown;
+        unsigned int argumentCount;
+    };
+    const Row kRows[] = {
+        {"Render 1", "Render 1", 6},
+        {"fifteen letters", "fifteen letters", 6},
+        {"sixteen letters!", "sixteen letters", 6},
+        {"fourteen lette\xC3\xA9", "fourteen lette", 6},
+        {"thirteen lett\xC3\xA9!", "thirteen lett\xC3\xA9", 6},
+        {"twelve lette\xF0\x9F\x8E\xAC", "twelve lette", 6},
+        {nullptr, "before", 6},
+        {"truncated", "before", 5},
+    };
+    std::thread([&] {
+        for (const Row& row : kRows)
+        {
+            SCOPED_TRACE(row.shown);
+            Raise("before", ~0u, 6);
+            Raise(row.name, ~0u, row.argumentCount);
+            EXPECT_EQ(NameOf(pthread_self()), row.shown);
+        }
+        win32::RaiseException(win32::kThreadNamingException, 0, 6, nullptr);
+        EXPECT_EQ(NameOf(pthread_self()), "before");
+    }).join();
+}
+
+TEST(Win32Threads, ARecordForAnotherThreadNamesThatOne)
+{
+    std::promise<unsigned int> id;
+    std::promise<void> named;
+    std::thread other([&] {
+        id.set_value(win32::GetCurrentThreadId());
+        named.get_future().wait();
+    });
+    std::thread([&] {
+        Raise("mine", ~0u, 6);
+        Raise("the other's", id.get_future().get(), 6);
+        EXPECT_EQ(NameOf(pthread_self()), "mine");
+    }).join();
+    EXPECT_EQ(NameOf(other.native_handle()), "the other's");
+    named.set_value();
+    other.join();
+}
+
+TEST(Win32Threads, AnyOtherExceptionEndsTheProcess)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(win32::RaiseException(0xC0000005u, 0, 0, nullptr), testing::KilledBySignal(SIGABRT),
+                "C0000005");
+}
+
+// The system's answer to a read, without one of our own that would fault.
+bool IsReadable(const void* address)
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+        return false;
+    const bool readable = write(ends[1], address, 1) == 1;
+    close(ends[0]);
+    close(ends[1]);
+    return readable;
+}
+
+TEST(VirtualMemory, StartsOnTheGranularityAndGoesWhole)
+{
+    const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
+    std::vector<char*> blocks;
+    const std::size_t kSizes[] = {1, 0x1000, 0x1001, 0x10000, 0x12345, 0x300000};
+    for (const std::size_t size : kSizes)
+    {
+        SCOPED_TRACE(size);
+        void* block = win32::VirtualAlloc(nullptr, size, kBoth, win32::kPageReadWrite);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 0x10000, 0u);
+        blocks.push_back(static_cast<char*>(block));
+        EXPECT_EQ(std::count(blocks.back(), blocks.back() + size, 0),
+                  static_cast<std::ptrdiff_t>(size));
+        std::memset(block, 0xA5, size);
+    }
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+    {
+        SCOPED_TRACE(kSizes[i]);
+        EXPECT_FALSE(win32::VirtualFree(blocks[i] + 1, 0, win32::kMemRelease));
+        EXPECT_FALSE(win32::VirtualFree(blocks[i], kSizes[i], win32::kMemRelease));
+        EXPECT_TRUE(win32::VirtualFree(blocks[i], 0, win32::kMemRelease));
+        EXPECT_FALSE(win32::VirtualFree(blocks[i], 0, win32::kMemRelease));
+        EXPECT_FALSE(IsReadable(blocks[i]));
+        EXPECT_FALSE(IsReadable(blocks[i] + kSizes[i] - 1));
+    }
+}
+
+TEST(VirtualMemory, AReservationGivesNoAccess)
+{
+    void* block =
+        win32::VirtualAlloc(nullptr, 1ull << 36, win32::kMemReserve, win32::kPageNoAccess);
+    ASSERT_NE(block, nullptr);
+    EXPECT_FALSE(IsReadable(block));
+    EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
+}
+
+TEST(VirtualMemory, RefusesWhatItCanNotDo)
+{
+    struct Row
+    {
+        void* address;
+        std::size_t size;
+        unsigned int type;
+        unsigned int protection;
+    };
+    char somewhere = 0;
+    const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
+    const Row kRows[] = {
+        {&somewhere, 1, kBoth, win32::kPageReadWrite},
+        {nullptr, 0, kBoth, win32::kPageReadWrite},
+        {nullptr, SIZE_MAX, kBoth, win32::kPageReadWrite},
+        {nullptr, SIZE_MAX - 0x10000, win32::kMemReserve, win32::kPageNoAccess},
+        {nullptr, 1, win32::kMemCommit, win32::kPageReadWrite},
+        {nullptr, 1, kBoth | win32::kMemRelease, win32::kPageReadWrite},
+        {nullptr, 1, kBoth, win32::kPageNoAccess},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(testing::Message() << std::hex << row.size << " " << row.type);
+        EXPECT_EQ(win32::VirtualAlloc(row.address, row.size, row.type, row.protection), nullptr);
+    }
+}
+
+TEST(PhysicalMemory, SetFiguresStandOverTheRealOnes)
+{
+    win32::MEMORYSTATUSEX real = {sizeof(real), 0, 0, 0};
+    ASSERT_TRUE(win32::GlobalMemoryStatusEx(&real));
+    EXPECT_GT(real.ullAvailPhys, 0u);
+    EXPECT_GE(real.ullTotalPhys, real.ullAvailPhys);
+
+    win32::MEMORYSTATUSEX status = {sizeof(status), 0, 0, 0};
+    platform::SetPhysicalMemory(8ull << 30, 2ull << 30);
+    ASSERT_TRUE(win32::GlobalMemoryStatusEx(&status));
+    EXPECT_EQ(status.ullTotalPhys, 8ull << 30);
+    EXPECT_EQ(status.ullAvailPhys, 2ull << 30);
+    EXPECT_EQ(status.dwMemoryLoad, 75u);
+
+    platform::SetPhysicalMemory(0, 1ull << 20);
+    ASSERT_TRUE(win32::GlobalMemoryStatusEx(&status));
+    EXPECT_EQ(status.ullTotalPhys, real.ullTotalPhys);
+    EXPECT_EQ(status.ullAvailPhys, 1ull << 20);
+
+    platform::SetPhysicalMemory(1ull << 20, 1ull << 20);
+    platform::ResetAll();
+    ASSERT_TRUE(win32::GlobalMemoryStatusEx(&status));
+    EXPECT_EQ(status.ullTotalPhys, real.ullTotalPhys);
+    EXPECT_GT(status.ullAvailPhys, 1ull << 20);
+
+    status.dwLength = 0;
+    EXPECT_FALSE(win32::GlobalMemoryStatusEx(&status));
+}
+} // namespace
