@@ -17,6 +17,9 @@ template <class Signature> class SwitchedFunction
 public:
     typedef boost::function<Signature> Function;
 
+    // A switch that is never destroyed: static destructors log too.
+    static SwitchedFunction& Immortal() { return *new SwitchedFunction; }
+
     void Set(const Function& function)
     {
         std::shared_ptr<const Function> fresh;

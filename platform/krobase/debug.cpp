@@ -16,10 +16,11 @@ namespace debug
 namespace
 {
 boost::mutex sTraceLock; // guards sTraceLevels
-std::map<std::string, int> sTraceLevels;
+std::map<std::string, int>& sTraceLevels = *new std::map<std::string, int>;
 std::atomic<int> sTraceChanges(0);
 
-platform::SwitchedFunction<void(const char*)> sTraceSink;
+typedef platform::SwitchedFunction<void(const char*)> Sink;
+Sink& sTraceSink = Sink::Immortal();
 } // namespace
 
 DebugDatabase& DebugDatabase::Instance()

@@ -5,7 +5,8 @@ namespace tolv
 {
 namespace
 {
-platform::SwitchedFunction<bool(unsigned long long)> sShouldFail;
+typedef platform::SwitchedFunction<bool(unsigned long long)> Predicate;
+Predicate& sShouldFail = Predicate::Immortal();
 } // namespace
 
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)

@@ -13,7 +13,8 @@
 
 namespace
 {
-platform::SwitchedFunction<void(int, const char*, const char*, const char*)> sSink;
+typedef platform::SwitchedFunction<void(int, const char*, const char*, const char*)> Sink;
+Sink& sSink = Sink::Immortal();
 
 // What is no number leaves the level at 0.
 int LevelFromEnvironment()
