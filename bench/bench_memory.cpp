@@ -1,0 +1,324 @@
+// The memory spine beside the C library.
+//
+// The floor is what the contract itself costs: malloc and free, and one
+// increment of one counter that all threads share.
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <malloc.h>
+
+#include <benchmark/benchmark.h>
+#include <control.h>
+#include <tolv/memory.h>
+#include <win32/process.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Lifecycle.h"
+
+namespace
+{
+const int kLiveBlocks = 1000000;
+const std::size_t kLiveSize = 64;
+
+alignas(128) std::atomic<unsigned> sSharedCounter(0);
+
+struct Malloc
+{
+    typedef void* Block;
+    static Block Allocate(std::size_t size)
+    {
+        sSharedCounter.fetch_add(1, std::memory_order_relaxed);
+        return std::malloc(size);
+    }
+    static void* Bytes(Block block) { return block; }
+    static void Free(Block block) { std::free(block); }
+};
+
+struct Ptr
+{
+    typedef void* Block;
+    static Block Allocate(std::size_t size) { return U_AllocatePtrQuiet(size); }
+    static void* Bytes(Block block) { return block; }
+    static void Free(Block block) { U_FreePtr(block); }
+};
+
+struct Handle
+{
+    typedef void** Block;
+    static Block Allocate(std::size_t size) { return U_AllocateHandleQuiet(size); }
+    static void* Bytes(Block block) { return *block; }
+    static void Free(Block block) { U_FreeHandle(block); }
+};
+
+// Whether the allocator gives blocks that can be written.
+template <class Allocator> bool Works(std::size_t size)
+{
+    typename Allocator::Block first = Allocator::Allocate(size);
+    typename Allocator::Block second = Allocator::Allocate(size);
+    bool works = first && second && Allocator::Bytes(first) != Allocator::Bytes(second);
+    if (works)
+    {
+        std::memset(Allocator::Bytes(first), 1, size);
+        std::memset(Allocator::Bytes(second), 2, size);
+        works = static_cast<char*>(Allocator::Bytes(first))[size - 1] == 1;
+    }
+    Allocator::Free(first);
+    Allocator::Free(second);
+    return works;
+}
+
+template <class Allocator> void Churn(benchmark::State& state)
+{
+    const std::size_t size = static_cast<std::size_t>(state.range(0));
+    if (!Works<Allocator>(size))
+        state.SkipWithError("no usable block");
+    for (auto _ : state)
+    {
+        typename Allocator::Block block = Allocator::Allocate(size);
+        benchmark::DoNotOptimize(block);
+        Allocator::Free(block);
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+// The same beside a million live blocks, of which one in eight was freed again
+// in random order.
+template <class Allocator> void ChurnAmongLive(benchmark::State& state)
+{
+    std::vector<typename Allocator::Block> live(kLiveBlocks);
+    for (auto& block : live)
+        block = Allocator::Allocate(kLiveSize);
+    std::mt19937 random(1);
+    for (int i = 0; i < kLiveBlocks / 8; ++i)
+    {
+        auto& block = live[random() % live.size()];
+        Allocator::Free(block);
+        block = Allocator::Allocate(kLiveSize);
+    }
+    Churn<Allocator>(state);
+    for (auto& block : live)
+        Allocator::Free(block);
+}
+
+std::size_t Resident()
+{
+    win32::PROCESS_MEMORY_COUNTERS counters = {};
+    win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &counters, sizeof(counters));
+    return counters.WorkingSetSize;
+}
+
+// Resident bytes for each live block. To be run alone: memory that earlier
+// work left to the process isn't counted.
+template <class Allocator> void Overhead(benchmark::State& state)
+{
+    std::vector<typename Allocator::Block> live(kLiveBlocks);
+    for (auto _ : state)
+    {
+        const std::size_t before = Resident();
+        for (auto& block : live)
+        {
+            block = Allocator::Allocate(kLiveSize);
+            std::memset(Allocator::Bytes(block), 1, kLiveSize);
+        }
+        state.counters["bytes_per_block"] = static_cast<double>(Resident() - before) / kLiveBlocks;
+    }
+    for (auto& block : live)
+        Allocator::Free(block);
+}
+
+// What a user would write instead: malloc under a budget with a lock.
+class LockedBudget
+{
+public:
+    void* Allocate(std::size_t size, std::size_t maximum)
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mUsed + size > maximum)
+            return nullptr;
+        void* block = std::malloc(size);
+        if (block)
+            mUsed += malloc_usable_size(block);
+        return block;
+    }
+
+    void Free(void* block)
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mUsed -= malloc_usable_size(block);
+        std::free(block);
+    }
+
+private:
+    std::mutex mLock; // guards mUsed
+    std::size_t mUsed = 0;
+};
+
+// Blocks that all threads hold together; the oldest goes first.
+template <class FreeBlock> class Cache
+{
+public:
+    explicit Cache(FreeBlock freeBlock) : mFree(freeBlock) {}
+
+    void Add(void* block)
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mBlocks.push_back(block);
+    }
+
+    bool DropOldest()
+    {
+        void* oldest = nullptr;
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            if (mBlocks.empty())
+                return false;
+            oldest = mBlocks.front();
+            mBlocks.pop_front();
+        }
+        mFree(oldest);
+        return true;
+    }
+
+private:
+    FreeBlock mFree;
+    std::mutex mLock; // guards mBlocks
+    std::deque<void*> mBlocks;
+};
+
+const std::size_t kStormBudget = 16 << 20;
+const std::size_t kStormBlock = 64 << 10;
+const int kStormBlocks = 2000; // for each thread
+const int kStormThreads = 8;
+
+std::size_t StormSize(std::mt19937& random)
+{
+    return kStormBlock / 2 + random() % (kStormBlock / 2);
+}
+
+template <class Body> void OnStormThreads(Body body)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kStormThreads; ++number)
+        threads.emplace_back([&body, number] {
+            std::mt19937 random(static_cast<unsigned>(number));
+            for (int i = 0; i < kStormBlocks; ++i)
+                body(StormSize(random));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+U_u64 InUse()
+{
+    U_u64 used = 0;
+    U_GetMemoryStat(U_MemStat_InUse, &used);
+    return used;
+}
+
+void RaiseTo(std::atomic<U_u64>& peak, U_u64 value)
+{
+    U_u64 seen = peak;
+    while (value > seen && !peak.compare_exchange_weak(seen, value))
+    {
+    }
+}
+
+typedef Cache<U_Status (*)(void*)> UCache;
+
+int DropOldest(void* refcon, U_u64, U_u64, bool*)
+{
+    static_cast<UCache*>(refcon)->DropOldest();
+    return 0;
+}
+
+// Eight threads allocate against a full budget, and a part is purged each
+// time. Fails if use passes the maximum by more than the blocks in flight, or
+// if anything is lost.
+void PurgeStorm(benchmark::State& state)
+{
+    const U_u64 before = InUse();
+    const U_u64 maximum = before + kStormBudget;
+    UCache cache(&U_FreePtr);
+    U_SetMemUsageLimits(maximum - (4 << 20), maximum);
+    U_SetPurgeRequestCallback(&DropOldest, &cache);
+    std::atomic<U_u64> peak(0);
+    std::atomic<int> refused(0);
+    for (auto _ : state)
+    {
+        OnStormThreads([&](std::size_t size) {
+            void* block = U_AllocatePtrQuiet(size);
+            RaiseTo(peak, InUse());
+            if (block)
+                cache.Add(block);
+            else
+                ++refused;
+        });
+    }
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    while (cache.DropOldest())
+    {
+    }
+    MEM_SetMemUsageLimits(0, 0);
+    if (peak > maximum + kStormThreads * kStormBlock)
+        state.SkipWithError("use passed the maximum by more than the blocks in flight");
+    if (InUse() != before)
+        state.SkipWithError("bytes were lost");
+    state.counters["refused"] = refused.load();
+    state.counters["peak_over_maximum"] =
+        peak > maximum ? static_cast<double>(peak - maximum) : 0.0;
+    state.SetItemsProcessed(state.iterations() * kStormThreads * kStormBlocks);
+}
+
+void PurgeStormAlternative(benchmark::State& state)
+{
+    LockedBudget budget;
+    auto freeBlock = [&](void* block) { budget.Free(block); };
+    Cache<decltype(freeBlock)> cache(freeBlock);
+    for (auto _ : state)
+    {
+        OnStormThreads([&](std::size_t size) {
+            void* block = budget.Allocate(size, kStormBudget);
+            while (!block && cache.DropOldest())
+                block = budget.Allocate(size, kStormBudget);
+            if (block)
+                cache.Add(block);
+        });
+    }
+    while (cache.DropOldest())
+    {
+    }
+    state.SetItemsProcessed(state.iterations() * kStormThreads * kStormBlocks);
+}
+
+#define SIZES Arg(64)->Arg(1024)->Arg(4096)->ThreadRange(1, 2)->UseRealTime()
+BENCHMARK_TEMPLATE(Churn, Malloc)->SIZES;
+BENCHMARK_TEMPLATE(Churn, Ptr)->SIZES;
+BENCHMARK_TEMPLATE(Churn, Handle)->SIZES;
+BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Arg(64)->Arg(1024)->UseRealTime();
+BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Arg(64)->Arg(1024)->UseRealTime();
+BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->Arg(64)->Arg(1024)->UseRealTime();
+BENCHMARK_TEMPLATE(Overhead, Malloc)->Iterations(1);
+BENCHMARK_TEMPLATE(Overhead, Ptr)->Iterations(1);
+BENCHMARK_TEMPLATE(Overhead, Handle)->Iterations(1);
+BENCHMARK(PurgeStorm)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(PurgeStormAlternative)->UseRealTime()->Unit(benchmark::kMillisecond);
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Purges are told in the log at length; here it is dropped.
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
+    if (U_Birth("bench_memory", nullptr) != 0)
+        return 1;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return U_Death();
+}
