@@ -89,6 +89,14 @@ template <class Allocator> void Churn(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 
+// The same while no block counts towards a measurement: what is left is the
+// heap's own path, in which threads share nothing that they write.
+void ChurnUncounted(benchmark::State& state)
+{
+    U_ScDisableProactivePrePurging uncounted;
+    Churn<Ptr>(state);
+}
+
 // The same beside a million live blocks, of which one in eight was freed again
 // in random order.
 template <class Allocator> void ChurnAmongLive(benchmark::State& state)
@@ -302,6 +310,7 @@ void PurgeStormAlternative(benchmark::State& state)
 BENCHMARK_TEMPLATE(Churn, Malloc)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Ptr)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Handle)->SIZES;
+BENCHMARK(ChurnUncounted)->Arg(64)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Arg(64)->Arg(1024)->UseRealTime();
 BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Arg(64)->Arg(1024)->UseRealTime();
 BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->Arg(64)->Arg(1024)->UseRealTime();

@@ -89,6 +89,32 @@ void LogUnableToRecover(const AllocationRequest& request)
     WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
                  request.mOpName ? request.mOpName : "Unidentified caller.");
 }
+
+void ClearBlock(void* block, U_u64 size)
+{
+    std::memset(block, 0, static_cast<std::size_t>(size));
+}
+
+void* Refuse(const AllocationRequest& request)
+{
+    WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
+                 static_cast<U_i64>(request.mSize));
+    LogUnableToRecover(request);
+    return nullptr;
+}
+
+// What follows a first attempt that failed. Kept out of line, so that one that
+// succeeds pays for nothing here.
+[[gnu::noinline]] void* Recover(const AllocationRequest& request, AllocationAttempt attempt)
+{
+    Recovery recovery(request);
+    void* block = recovery.Run(attempt);
+    if (!block)
+        LogUnableToRecover(request);
+    else if (request.mClear && !recovery.MeasureError())
+        ClearBlock(block, request.mSize);
+    return block;
+}
 } // namespace
 
 void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt attempt)
@@ -99,24 +125,11 @@ void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt atte
     if (Up_OkayToAllocBlock(static_cast<U_i32>(request.mSize), &okay, request.mRecycled))
         return nullptr;
     if (!okay)
-    {
-        WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
-                     static_cast<U_i64>(request.mSize));
-        LogUnableToRecover(request);
-        return nullptr;
-    }
-
+        return Refuse(request);
     void* block = attempt();
-    U_Status measureError = 0;
     if (!block)
-    {
-        Recovery recovery(request);
-        block = recovery.Run(attempt);
-        measureError = recovery.MeasureError();
-    }
-    if (!block)
-        LogUnableToRecover(request);
-    else if (request.mClear && !measureError)
-        std::memset(block, 0, static_cast<std::size_t>(request.mSize));
+        return Recover(request, attempt);
+    if (request.mClear)
+        ClearBlock(block, request.mSize);
     return block;
 }

@@ -167,14 +167,10 @@ private:
     bool mFlag = false;
     bool mDone = false;
 };
-} // namespace
 
-U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
+// Kept out of line, so that a block that isn't measured pays for nothing here.
+[[gnu::noinline]] U_Status MeasureAndDecide(U_i32 size, bool* okay, bool recycled)
 {
-    *okay = true;
-    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(size))
-        return 0;
-
     *okay = false;
     sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
     Measurement now;
@@ -190,6 +186,15 @@ U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
     }
     *okay = true;
     return 0;
+}
+} // namespace
+
+U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
+{
+    *okay = true;
+    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(size))
+        return 0;
+    return MeasureAndDecide(size, okay, recycled);
 }
 
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled)
