@@ -10,6 +10,8 @@ function(u_shared_library target)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
+  # Calls from one library to the other go straight to their target.
+  target_compile_options(${target} PRIVATE -fno-plt)
   set(script ${CMAKE_SOURCE_DIR}/cmake/${target}.map)
   target_link_options(${target} PRIVATE -Wl,--version-script=${script})
   set_target_properties(${target} PROPERTIES

@@ -5,6 +5,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
 
 namespace
@@ -197,25 +198,6 @@ TEST_F(Budget, NothingIsMeasuredWhileDisabled)
     EXPECT_FALSE(Had(1000000));
 }
 
-TEST_F(Budget, ThePoolIsRoomForARecycledBlock)
-{
-    FillPool(kMiB);
-    const U_u64 pool = U_GetRecycledMemorySize();
-    // Use without the pool leaves room; with it, use stands 1000 above.
-    const U_u64 used = InUse();
-    MEM_SetMemUsageLimits(used - 1000, used + 100 * kMiB);
-    mLog.Clear();
-    void* block = U_AllocateRecycledPtr(0, nullptr, 4000);
-    ASSERT_TRUE(block);
-    EXPECT_EQ(mLog.Texts("MEM").size(), 1u);
-    EXPECT_NE(mLog.Texts("MEM").front().find("(including recycled). used:\t" +
-                                             std::to_string(used - pool) + "\trequest:\t4000"),
-              std::string::npos);
-    EXPECT_NE(mLog.Texts("MEM").front().find("amoutToPurge=1000"), std::string::npos);
-    EXPECT_EQ(U_GetRecycledMemorySize(), pool - 1000);
-    U_FreeRecycledPtr(block);
-}
-
 TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
 {
     const U_u64 used = InUse();
@@ -258,6 +240,27 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
     }
 }
 
+TEST_F(Budget, TheFudgeBufferIsASettingReadAtBirth)
+{
+    struct Row
+    {
+        const char* setting;
+        U_u64 room; // that low memory leaves, in MiB
+    };
+    for (const Row& row : {Row{"104857600", 300}, Row{"0", 1000}})
+    {
+        SCOPED_TRACE(row.setting);
+        ASSERT_EQ(U_Death(), 0);
+        platform::SetDebugSetting("MemoryFudgeBuffer2", row.setting);
+        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+        U_SetPayAttentionToLowMemory(true);
+        platform::SetPhysicalMemory(kPhysicalMemory, 400 * kMiB);
+        const U_u64 used = InUse();
+        U_SetMemUsageLimits(used + 1000 * kMiB, used + 2000 * kMiB);
+        EXPECT_EQ(Limits().prepurge, used + row.room * kMiB);
+    }
+}
+
 TEST_F(Budget, StatisticsTellUseAndRoom)
 {
     FillPool(kMiB);
@@ -284,6 +287,30 @@ TEST_F(Budget, StatisticsTellUseAndRoom)
     for (U_u32 which : {0u, 1u, 2u, 3u, 5u, 6u, 7u})
         EXPECT_EQ(U_GetMemoryStat(which, &value), -50) << which;
     EXPECT_EQ(U_GetMemoryStat(0, nullptr), 3);
+}
+
+TEST_F(Budget, UseByTheLibraryStopsAboveZero)
+{
+    FillPool(kMiB);
+    const U_u64 pool = U_GetRecycledMemorySize();
+    struct Row
+    {
+        unsigned long long (*bytesInUse)();
+        U_u64 byLibrary;
+    };
+    const Row rows[] = {
+        {[] { return U_GetRecycledMemorySize() + 1000; }, 1000},
+        {[] { return U_GetRecycledMemorySize(); }, 0}, // exactly zero stays
+        {[] { return U_GetRecycledMemorySize() - 1000; }, 1},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.byLibrary);
+        const TOLV_U_Callbacks callbacks = {row.bytesInUse, nullptr, nullptr};
+        TOLV_Install_U_Callback(&callbacks);
+        EXPECT_EQ(Stat(U_MemStat_InUseByLibrary), row.byLibrary);
+    }
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool) << "asking purges nothing";
 }
 
 TEST_F(Budget, AccountingChargesAndChecksItsRange)

@@ -169,6 +169,10 @@ TEST_F(Handles, DuplicatesThatCantBeMadeAreNull)
     SetLimitsAboveUse(0, 0);
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
     EXPECT_EQ(out, nullptr);
+    out = handle;
+    platform::SetUsageError(-108);
+    EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
+    EXPECT_EQ(out, nullptr);
     U_FreeHandle(handle);
     DisposeHandle(ofToolbox);
 }

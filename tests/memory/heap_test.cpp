@@ -162,6 +162,33 @@ TEST_F(Heap, MasterPointersFreedElsewhereAreUsedAgain)
     EXPECT_LT(handles.size(), settled + 5000);
 }
 
+TEST_F(Heap, BlocksOutliveTheirThread)
+{
+    const U_u64 before = InUse();
+    std::vector<Block> blocks;
+    for (int round = 0; round < 20; ++round)
+    {
+        std::thread([&] {
+            for (U_u64 size : {10, 500, 100000})
+            {
+                const unsigned char fill = static_cast<unsigned char>(blocks.size());
+                blocks.push_back({U_AllocateHandleQuiet(size), nullptr, size, fill});
+                blocks.back().Fill();
+            }
+        }).join(); // the next thread may go on with what this one kept
+    }
+    U_u64 bytes = 0;
+    for (const Block& block : blocks)
+    {
+        EXPECT_TRUE(block.IsWhole());
+        bytes += block.size;
+    }
+    EXPECT_EQ(InUse(), before + bytes);
+    for (const Block& block : blocks)
+        block.Free();
+    EXPECT_EQ(InUse(), before);
+}
+
 TEST_F(Heap, NamesAreKeptCutAtACharacter)
 {
     const std::string longName = std::string(62, 'n') + "\xC3\xA9" + "rest";

@@ -1,6 +1,8 @@
 // Making room: the host's callback, the recycled pool, and when it ends.
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -239,10 +241,12 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
     };
     // Use stands 10 MiB under the limit, and the host holds 20 MiB.
     const Row rows[] = {
-        {0, 0, false, false, 0},           {10 * kMiB, 0, false, false, 0}, // exactly at the limit
-        {10 * kMiB + 1, 0, true, true, 3}, {10 * kMiB + 1, 1, false, true, 1},
+        {0, 0, false, false, 0},
+        {10 * kMiB, 0, false, false, 0},   // exactly at the limit
+        {10 * kMiB + 1, 0, true, true, 3}, // three runs, each asks once
+        {10 * kMiB + 1, 1, false, true, 1},
         {13 * kMiB, 1, false, true, 4}, // the last byte beside takes a round more
-        {40 * kMiB, 1, true, true, 0},
+        {40 * kMiB, 1, true, true, 23}, // the first run asks until nothing is left
     };
     for (const Row& row : rows)
     {
@@ -258,29 +262,63 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
             return 0;
         });
         SetLimitsAboveUse(10 * kMiB, 100 * kMiB);
+        const U_u64 used = InUse();
         mLog.Clear();
         bool over = !row.over;
         bool hit = !row.hit;
         EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
         EXPECT_EQ(over, row.over);
         EXPECT_EQ(hit, row.hit);
-        EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit").size(), row.hit ? 1u : 0u);
-        if (row.requests)
-        {
-            EXPECT_EQ(mRequests.size(), row.requests);
-        }
+        EXPECT_EQ(mRequests.size(), row.requests);
+        std::vector<std::string> told;
+        if (row.hit)
+            told.push_back("hit limit with inUse=" + std::to_string(used) +
+                           ", needed=" + std::to_string(row.needed) +
+                           ", purgeLimit=" + std::to_string(Prepurge()));
+        EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), told);
     }
 }
 
 TEST_F(Purge, TheCheckStaysOnTheSafeSideOfAnError)
 {
     MEM_SetMemUsageLimits(kMiB, 2 * kMiB);
-    platform::SetUsageError(-50);
     bool over = false;
+    EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 0, nullptr), 0);
+    EXPECT_TRUE(over);
+    platform::SetUsageError(-50);
+    over = false;
     bool hit = false;
     EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 0, &hit), -50);
     EXPECT_TRUE(over && hit);
     EXPECT_EQ(U_CheckRAMPurgeLimit(nullptr, 0, nullptr), 3);
+}
+
+TEST_F(Purge, SeveralThreadsAreInTheHostAtOnce)
+{
+    struct Meeting
+    {
+        std::mutex lock; // guards the count
+        std::condition_variable arrived;
+        int count = 0;
+    } meeting;
+    const int kThreads = 3;
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            Meeting& all = *static_cast<Meeting*>(refcon);
+            std::unique_lock<std::mutex> guard(all.lock);
+            ++all.count;
+            all.arrived.notify_all();
+            EXPECT_TRUE(all.arrived.wait_for(guard, std::chrono::seconds(60),
+                                             [&] { return all.count >= kThreads; }));
+            return 0;
+        },
+        &meeting);
+    SetLimitsAboveUse(0, 100 * kMiB);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([] { U_FreePtr(U_AllocatePtrQuiet(5000)); });
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 
 #include <control.h>
 
@@ -139,24 +140,99 @@ TEST_F(Retry, EachWayTriesAgainOnceWhateverHappenedToUse)
 
 TEST_F(Retry, GoesOnForAsLongAsUseFalls)
 {
-    std::vector<void*> cache;
-    for (int i = 0; i < 3; ++i)
-        cache.push_back(U_AllocatePtrQuiet(100000));
+    struct Row
+    {
+        int failures;
+        bool had;
+        const char* outcome;
+    };
+    // The host frees a block in each of three rounds, which earns a try each.
+    const Row rows[] = {
+        {2, true, "success:t, retries:2"},
+        {3, true, "success:t, retries:3"},
+        {4, false, "success:f, retries:3"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.failures);
+        std::vector<void*> cache;
+        for (int i = 0; i < 3; ++i)
+            cache.push_back(U_AllocatePtrQuiet(100000));
+        U_SetPurgeRequestCallback(
+            [](void* refcon, U_u64, U_u64, bool*) {
+                auto& blocks = *static_cast<std::vector<void*>*>(refcon);
+                if (blocks.empty())
+                    return 0;
+                U_FreePtr(blocks.back());
+                blocks.pop_back();
+                return 1; // ends the run, so that each round frees one block
+            },
+            &cache);
+        FailNext(row.failures);
+        void* block = U_AllocatePtrQuiet(kSize);
+        EXPECT_EQ(block != nullptr, row.had);
+        EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{row.outcome});
+        U_FreePtr(block);
+        for (void* left : cache)
+            U_FreePtr(left);
+    }
+}
+
+TEST_F(Retry, AFailedTryPurgesTheBlocksSizeOffTodaysUse)
+{
+    struct Asked
+    {
+        std::thread::id thread;
+        U_u64 request;
+        U_u64 amount;
+    };
+    std::vector<Asked> asked;
     U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            auto& blocks = *static_cast<std::vector<void*>*>(refcon);
-            if (blocks.empty())
-                return 0;
-            U_FreePtr(blocks.back());
-            blocks.pop_back();
-            return 1; // ends the run, so that each round frees one block
+        [](void* refcon, U_u64 request, U_u64 amount, bool*) {
+            static_cast<std::vector<Asked>*>(refcon)->push_back(
+                {std::this_thread::get_id(), request, amount});
+            return 0;
         },
-        &cache);
-    FailNext(1000);
+        &asked);
+    U_FreeRecycledPtr(U_AllocateRecycledPtr(1, nullptr, kMiB));
+    SetLimitsAboveUse(10 * kMiB, 20 * kMiB);
+    const auto failing = [](void*, bool*) { return 0; };
+    for (bool recycled : {false, true})
+    {
+        for (bool onMainThread : {true, false})
+        {
+            SCOPED_TRACE(testing::Message() << recycled << onMainThread);
+            asked.clear();
+            std::thread::id failed = std::this_thread::get_id();
+            if (onMainThread)
+                U_PurgeLoop(kSize, failing, nullptr, recycled);
+            else
+                std::thread([&] {
+                    failed = std::this_thread::get_id();
+                    U_PurgeLoop(kSize, failing, nullptr, recycled);
+                }).join();
+            const U_u64 room = 10 * kMiB + (recycled ? U_GetRecycledMemorySize() : 0);
+            ASSERT_EQ(asked.size(), 2u) << "once for each try";
+            for (const Asked& each : asked)
+            {
+                EXPECT_EQ(each.thread, failed);
+                EXPECT_EQ(each.request, room + kSize);
+                EXPECT_EQ(each.amount, kSize);
+            }
+        }
+    }
+}
+
+TEST_F(Retry, UseThatCanNoLongerBeMeasuredEndsTheLoop)
+{
+    mLog.Clear();
+    platform::SetHeapFailure([](unsigned long long) {
+        platform::SetUsageError(-108); // after the budget has said yes
+        return true;
+    });
     EXPECT_EQ(U_AllocatePtrQuiet(kSize), nullptr);
-    // The purge of each round but the last lowered the use.
-    EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{"success:f, retries:3"});
-    EXPECT_TRUE(cache.empty());
+    EXPECT_EQ(mLog.Texts(), (Lines{kFailed, kFailed, kNotRecovered,
+                                   "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Unidentified caller."}));
 }
 
 TEST_F(Retry, SynchronisesWithTheSystemBeforeEachTry)
@@ -224,6 +300,7 @@ TEST_F(Retry, AnErrorOfTheBudgetEndsInSilence)
     platform::SetUsageError(-108);
     mLog.Clear();
     EXPECT_EQ(U_AllocatePtr(1, "block", kSize), nullptr);
+    EXPECT_EQ(U_AllocateRecycledPtr(1, "block", kSize), nullptr);
     EXPECT_EQ(U_ResizeHandle(1, kSize, "block", &mHandle), 4);
     EXPECT_EQ(U_PurgeLoop(kSize, &Procedure, nullptr, false), 4);
     EXPECT_EQ(mLog.Texts(), Lines());
@@ -253,15 +330,19 @@ TEST_F(Retry, ClearBlocksAreZeroAlsoWhenTheirMemoryWasUsed)
 {
     for (U_u64 size : {1, 64, 1000, 3000, 100000})
     {
-        SCOPED_TRACE(size);
-        void* used = U_AllocatePtrQuiet(size);
-        std::memset(used, 0xFF, size);
-        U_FreePtr(used);
-        void** handle = U_AllocateHandleClearQuiet(size);
-        ASSERT_TRUE(handle);
-        const unsigned char* bytes = static_cast<unsigned char*>(*handle);
-        EXPECT_EQ(std::count(bytes, bytes + size, 0), static_cast<std::ptrdiff_t>(size));
-        U_FreeHandle(handle);
+        for (int failures : {0, 1})
+        {
+            SCOPED_TRACE(testing::Message() << size << ", failures: " << failures);
+            void* used = U_AllocatePtrQuiet(size);
+            std::memset(used, 0xFF, size);
+            U_FreePtr(used);
+            FailNext(failures);
+            void** handle = U_AllocateHandleClearQuiet(size);
+            ASSERT_TRUE(handle);
+            const unsigned char* bytes = static_cast<unsigned char*>(*handle);
+            EXPECT_EQ(std::count(bytes, bytes + size, 0), static_cast<std::ptrdiff_t>(size));
+            U_FreeHandle(handle);
+        }
     }
 }
 
