@@ -39,13 +39,16 @@ U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opNa
 U_EXPORT U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer);
 U_EXPORT U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer);
 
-// Frees. Null does nothing. Always 0.
+// Frees. Null does nothing, nor does a handle that isn't live; a pointer must be
+// a live one, here as in the other operations on pointers. Always 0.
 U_EXPORT U_Status U_FreeHandle(void** handle);
 U_EXPORT U_Status U_FreePtr(void* pointer);
 
 // Stores the block's size. Returns 0, or 3 for a null handle or output, with
 // nothing stored.
 U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
+
+// The same for a pointer; a null one has size 0.
 U_EXPORT U_Status U_GetPtrSize(void* pointer, U_u64* size);
 
 // 0 if the handle is a live one of the library's heap, or null; else non-zero.
@@ -72,7 +75,9 @@ U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const cha
 U_EXPORT U_Status U_DetachResource(void** resource, const char* opName, void*** out);
 
 // Recycled pointers: blocks from a pool that keeps what is given back for the
-// next request. Free them with U_FreeRecycledPtr only.
+// next request. Null if the block can't be had; with its header it must fit
+// 0x7FFFFFEF bytes. Free them with U_FreeRecycledPtr only, which does nothing
+// for null and always gives 0.
 U_EXPORT void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size);
 U_EXPORT U_Status U_FreeRecycledPtr(void* pointer);
 

@@ -24,8 +24,9 @@ U_EXPORT U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, voi
 U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon);
 
 // Sets the base limits. The maximum becomes the larger of the two and the
-// prepurge limit stays at least 1 MiB below it. Returns 0, or the host
-// service's error with the old limits in force.
+// prepurge limit stays at least 1 MiB below it, and lower while low memory is
+// paid attention to and there is little. Returns 0, or the host service's error
+// with the old limits in force.
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
 // Sets limits that hold wherever they are lower than the base; 0 is no
@@ -79,7 +80,9 @@ U_EXPORT U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* 
 U_EXPORT U_Status U_CompactMem();
 U_EXPORT U_Status U_PurgeHandlesAndCompact();
 
-// While disabled, which nests, blocks aren't measured against the limits.
+// While disabled, which nests, blocks aren't measured against the limits. Each
+// Enable undoes one Disable and needs one before it. Return 0, or the host
+// service's error.
 U_EXPORT U_Status U_DisableProactivePrePurging();
 U_EXPORT U_Status U_EnableProactivePrePurging();
 

@@ -24,7 +24,8 @@ const U_u32 U_NoThreadID = 0xFFFFFFFFu;
 // Each registers or deregisters the calling thread. A thread may hold a role
 // several times and then deregisters as often. The thread whose registration
 // makes the main list one entry long becomes the UI thread and stays it after
-// it deregisters, until that happens again.
+// it deregisters, until that happens again. Registering for one of these two
+// roles throws std::bad_alloc, with nothing registered, if there is no memory.
 U_EXPORT void U_RegisterMainThread();
 U_EXPORT void U_DeregisterMainThread();
 U_EXPORT void U_RegisterRenderThread();
@@ -59,7 +60,8 @@ U_EXPORT void U_SetCurrentThreadName(const char* name);
 typedef boost::function2<bool, std::exception*, int*> U_ExceptionTranslator;
 
 // Adds a translator; the newest is asked first. Returns its id, which is never
-// given again, or 0 with nothing kept when the library isn't alive.
+// given again, or 0 with nothing kept when the library isn't alive, there is no
+// memory, or the translator is empty.
 // Translators run under the translator lock, one thread at a time. On its own
 // thread a translator may register, unregister and translate. All translators
 // go with U_Death.

@@ -1,6 +1,5 @@
 // Charges for memory that the host allocated elsewhere.
 
-#include <algorithm>
 #include <limits>
 
 #include "U_Alloc.h"
@@ -26,18 +25,12 @@ U_Status U_AccountAllocationEx(U_u64 size, bool add)
     return MEM_AccountAllocation(static_cast<U_i32>(size));
 }
 
-// The host services take 32 bits at a time.
 U_Status U_AccountFrameAllocation(U_i64 delta)
 {
     Up_AddFrameAllocation(delta);
-    U_Status result = 0;
-    do
-    {
-        const U_i64 part = std::min(std::max(delta, kLeastCharge), kMostCharge);
-        result = MEM_AccountAllocation(static_cast<U_i32>(part));
-        delta -= part;
-    } while (delta && !result);
-    return result;
+    if (delta < kLeastCharge || delta > kMostCharge)
+        return MEM_AccountSystemAllocation(delta); // the same figure, in 64 bits
+    return MEM_AccountAllocation(static_cast<U_i32>(delta));
 }
 
 U_Status U_AccountSystemAllocation(U_i64 delta)

@@ -26,8 +26,9 @@ struct alignas(128) SmallBlockCounter
 };
 SmallBlockCounter sSmallBlocks;
 
-// Plain values for the host, which sets them once before the allocations that
-// should trigger a purge; atomic, so that an early reader sees none or all.
+// Two plain values, no pair: a change while other threads allocate may show
+// them the one with the other's refcon. The host sets them once, before the
+// allocations that should trigger a purge.
 std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
 std::atomic<void*> sPurgeRefcon(nullptr);
 
@@ -47,6 +48,11 @@ struct Measurement
     {
         if (U_Status failure = U_GetMemUsageLimits(&mPrepurge, &mMaximum))
             return failure;
+        return TakeUsed(recycled);
+    }
+
+    U_Status TakeUsed(bool recycled)
+    {
         return Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !recycled);
     }
 };
@@ -62,7 +68,7 @@ U_Status DecideAbovePrepurge(Measurement& now, U_u64 size, bool* okay, bool recy
                  "\tthresh:%llu",
                  now.mUsed, wanted, now.mPrepurge);
     Up_MakeRoomForBlock(wanted, recycled);
-    if (U_Status failure = now.Take(recycled))
+    if (U_Status failure = now.TakeUsed(recycled))
         return failure;
     *okay = now.mUsed + size <= now.mMaximum;
     return 0;

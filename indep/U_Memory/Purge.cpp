@@ -15,7 +15,9 @@ namespace
 {
 const int kMostPurgeRounds = 3;
 
-boost::mutex sCompactionLock; // one thread compacts at a time
+// One thread compacts at a time. Never destroyed: threads may still run while
+// the process exits.
+boost::mutex& sCompactionLock = *new boost::mutex;
 } // namespace
 
 U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)

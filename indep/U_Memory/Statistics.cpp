@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 
 #include <tolv/memory.h>
@@ -31,9 +32,12 @@ U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)
 
 U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
 {
+    // Use includes the pool. For a moment a block on its way between the pool
+    // and its user stands in neither figure, and then the subtraction mustn't
+    // wrap.
+    const U_u64 pool = countRecycled ? 0 : U_GetRecycledMemorySize();
     const U_Status failure = TotalMemoryUsed(out, lowerLimit);
-    if (!countRecycled)
-        *out -= U_GetRecycledMemorySize();
+    *out -= std::min(pool, *out);
     return failure;
 }
 

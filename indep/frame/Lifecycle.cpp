@@ -23,7 +23,7 @@ typedef void (*DeathStep)();
 // In order. A failure ends birth and undoes nothing.
 const BirthStep kFirstSteps[] = {
     [](const char*) { return Up_InitializeMemorySubsystem(); },
-    [](const char*) { return Guarded(&Up_MakeTranslatorTable); },
+    [](const char*) { return Up_MakeTranslatorTable(); },
 };
 
 // In order, after the first steps. A failure destroys the record.
@@ -42,8 +42,10 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
 {
     for (BirthStep step : steps)
     {
-        if (U_Status failure = step(displayName))
-            return failure;
+        U_Status failure = 0;
+        const U_Status thrown = Guarded([&] { failure = step(displayName); });
+        if (thrown || failure)
+            return thrown ? thrown : failure;
     }
     return 0;
 }
@@ -53,7 +55,8 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 {
     if (!displayName)
         return U_Err_BadParameter;
-    U_RegisterMainThread();
+    if (U_Status failure = Guarded(&U_RegisterMainThread))
+        return failure;
     sRunMode = runMode;
     WRIL_Log(kLifecycleLevel, "U", "Birth", "U Birth");
 

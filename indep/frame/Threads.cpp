@@ -47,8 +47,9 @@ private:
     std::vector<U_u32> mThreads;
 };
 
-ThreadList sMainThreads;
-ThreadList sRenderThreads;
+// Never destroyed: threads may still ask while the process exits.
+ThreadList& sMainThreads = *new ThreadList;
+ThreadList& sRenderThreads = *new ThreadList;
 std::atomic<U_u32> sUIThread(U_NoThreadID);
 std::atomic<U_u32> sPSLThread(U_NoThreadID);
 std::atomic<U_u32> sPRThread(U_NoThreadID);

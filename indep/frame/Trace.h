@@ -4,6 +4,7 @@
 #define INDEP_FRAME_TRACE_H
 
 #include <atomic>
+#include <locale>
 #include <sstream>
 
 #include <krobase/debug.h>
@@ -19,32 +20,41 @@ public:
     bool Enabled()
     {
         const int changeCount = krobase::debug::TraceChangeCount();
-        if (mChangeCount.load(std::memory_order_acquire) != changeCount)
+        Answer answer = mAnswer.load(std::memory_order_relaxed);
+        if (answer.mChangeCount != changeCount)
         {
-            mEnabled.store(krobase::debug::TraceEnabled(mCategory, mLevel, true),
-                           std::memory_order_relaxed);
-            mChangeCount.store(changeCount, std::memory_order_release);
+            answer = {changeCount, krobase::debug::TraceEnabled(mCategory, mLevel, true)};
+            mAnswer.store(answer, std::memory_order_relaxed);
         }
-        return mEnabled.load(std::memory_order_relaxed);
+        return answer.mEnabled != 0;
     }
 
-    // Writes a line that consists of the parts. Builds no text when off.
+    // Writes a line that consists of the parts. Builds no text when off; without
+    // memory the line is left out.
     template <class... Parts> void Trace(const Parts&... parts)
     {
         if (!Enabled())
             return;
         std::ostringstream line;
+        line.imbue(std::locale::classic());
         line << '<' << krobase::threads::GetCurrentThreadID() << "> <" << mCategory << "> <"
              << mLevel << "> ";
         (line << ... << parts) << "\r\n";
-        krobase::debug::Trace(line.str().c_str());
+        if (line.good())
+            krobase::debug::Trace(line.str().c_str());
     }
 
 private:
+    // One word, so that an answer never stands beside another's count.
+    struct Answer
+    {
+        int mChangeCount;
+        int mEnabled;
+    };
+
     const char* const mCategory;
     const int mLevel;
-    std::atomic<int> mChangeCount{-1};
-    std::atomic<bool> mEnabled{false};
+    std::atomic<Answer> mAnswer{Answer{-1, 0}};
 };
 
 #endif

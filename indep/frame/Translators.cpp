@@ -19,15 +19,17 @@
 
 namespace
 {
-typedef std::map<U_u32, U_ExceptionTranslator> TranslatorTable;
+// Shared, so that one that unregisters itself lives until it returns.
+typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> TranslatorTable;
 
-boost::recursive_mutex sTranslatorLock; // guards all three; held while translators run
-std::unique_ptr<TranslatorTable> sTranslators;
+// Guards the two below; held while translators run. None is ever destroyed:
+// threads may still report while the process exits.
+boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
+std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
 U_u32 sNextTranslatorId = 100;
 
 // Asks the translators, the newest first. A translator may register and
-// unregister while it runs, so each next one is looked up by its id, and runs
-// as a copy.
+// unregister while it runs, so each next one is looked up by its id.
 bool Translate(std::exception& exception, int& code)
 {
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
@@ -39,9 +41,9 @@ bool Translate(std::exception& exception, int& code)
             return false;
         --next;
         below = next->first;
-        const U_ExceptionTranslator translator = next->second;
+        const std::shared_ptr<const U_ExceptionTranslator> translator = next->second;
         code = U_Err_UnknownException; // whatever one that didn't take it has stored
-        if (translator(&exception, &code))
+        if ((*translator)(&exception, &code))
             return true;
     }
     return false;
@@ -60,11 +62,12 @@ bool HasSystemText(int result)
 }
 } // namespace
 
-void Up_MakeTranslatorTable()
+U_Status Up_MakeTranslatorTable()
 {
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators)
         sTranslators = std::make_unique<TranslatorTable>();
+    return 0;
 }
 
 void Up_FreeTranslatorTable()
@@ -78,10 +81,18 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators || !translator)
         return 0;
-    const U_u32 id = sNextTranslatorId;
-    sTranslators->emplace(id, std::move(translator));
-    ++sNextTranslatorId;
-    return id;
+    try
+    {
+        const U_u32 id = sNextTranslatorId;
+        sTranslators->emplace(id,
+                              std::make_shared<const U_ExceptionTranslator>(std::move(translator)));
+        ++sNextTranslatorId;
+        return id;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return 0;
+    }
 }
 
 void U_UnregisterExceptionTranslator(U_u32 id)
@@ -100,8 +111,10 @@ U_Status U_TranslateAndReportException(std::exception& exception)
     int code = U_Err_UnknownException;
     if (Translate(exception, code))
         return code;
+    const char* const rawName = typeid(exception).name();
+    const boost::core::scoped_demangled_name name(rawName);
     WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
-                 boost::core::demangle(typeid(exception).name()).c_str());
+                 name.get() ? name.get() : rawName);
     return U_Err_UnknownException;
 }
 

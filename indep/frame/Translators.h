@@ -3,8 +3,10 @@
 #ifndef INDEP_FRAME_TRANSLATORS_H
 #define INDEP_FRAME_TRANSLATORS_H
 
-// Makes the table, unless there is one. Throws std::bad_alloc.
-void Up_MakeTranslatorTable();
+#include "U_Types.h"
+
+// Makes the table, unless there is one. Returns 0; throws std::bad_alloc.
+U_Status Up_MakeTranslatorTable();
 void Up_FreeTranslatorTable();
 
 #endif

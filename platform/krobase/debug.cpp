@@ -15,7 +15,7 @@ namespace debug
 {
 namespace
 {
-boost::mutex sTraceLock; // guards sTraceLevels
+boost::mutex& sTraceLock = *new boost::mutex; // guards sTraceLevels; both stay for good
 std::map<std::string, int>& sTraceLevels = *new std::map<std::string, int>;
 std::atomic<int> sTraceChanges(0);
 

@@ -18,7 +18,9 @@ namespace utility
 {
 namespace
 {
+const int kLargestBlock = 0x7FFFFFEF;
 const std::size_t kSmallestClass = 64; // bytes
+const std::size_t kLargestClass = 1 << 30;
 const std::size_t kClassesPerDoubling = 8;
 const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
 
@@ -112,11 +114,14 @@ private:
 };
 
 // Sizes are rounded up to eight steps a doubling, so that a block fits its
-// neighbours' requests too.
+// neighbours' requests too. Very large ones stay as they are: users count
+// blocks in signed 32 bits.
 std::size_t SizeClass(std::size_t size)
 {
     if (size <= kSmallestClass)
         return kSmallestClass;
+    if (size > kLargestClass)
+        return size;
     std::size_t power = kSmallestClass;
     while (power < size)
         power *= 2;
@@ -143,7 +148,7 @@ void RecycledMemory::Allocate(int size)
         Pool::Instance().Give(mBlock, mBlockSize);
     mBlock = nullptr;
     mBlockSize = 0;
-    if (size < 0)
+    if (size < 0 || size > kLargestBlock)
         throw std::bad_alloc();
     std::size_t blockSize = SizeClass(static_cast<std::size_t>(size));
     void* block = Pool::Instance().Take(&blockSize);

@@ -26,7 +26,7 @@ public:
     // Gives the object a block of at least size bytes, out of the pool if it
     // holds one that fits; a block that the object had goes to the pool first.
     // Throws std::bad_alloc, with no block owned, if there is none or size is
-    // negative.
+    // negative or above 0x7FFFFFEF.
     void Allocate(int size);
 
     static void* operator new(std::size_t size);

@@ -22,7 +22,7 @@ const int kNotThisHeap = -111;
 const unsigned long long kLargestBlock = 0xFFFFFFFFull - sizeof(BlockHeader);
 const std::size_t kMostHeaps = 0xFFFF;
 
-boost::mutex sHeapsLock; // guards the list of heaps
+boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; both stay for good
 
 std::vector<MEM_Heap*>& Heaps()
 {
@@ -60,13 +60,32 @@ unsigned long long SizeOf(void** slot)
     return slab->mSizes[SlotIndex(slab, slot)];
 }
 
+// Gives the thread's spare blocks back to the C library.
+void EmptyCache(ThreadRecord& record)
+{
+    while (BlockHeader* header = record.mBlocks.TakeAny())
+    {
+        GiveSlot(&record, header->mSlot);
+        std::free(header);
+    }
+}
+
+void* FromStore(ThreadRecord* record, std::size_t bytes)
+{
+    void* memory = std::malloc(bytes);
+    if (memory || !record)
+        return memory;
+    EmptyCache(*record);
+    return std::malloc(bytes);
+}
+
 // A block with a slot that doesn't tell of it yet; null without memory.
 BlockHeader* BlockFromStore(ThreadRecord* record, std::size_t size)
 {
     void** slot = TakeSlot(record);
     if (!slot)
         return nullptr;
-    void* memory = std::malloc(sizeof(BlockHeader) + BlockCache::Capacity(size));
+    void* memory = FromStore(record, sizeof(BlockHeader) + BlockCache::Capacity(size));
     if (!memory)
     {
         GiveSlot(record, slot);

@@ -13,8 +13,9 @@ namespace
 const short kBadParameter = -50;
 const short kNotFound = -43;
 
-boost::mutex sLock; // guards sValues
-std::map<std::string, int> sValues;
+// Never destroyed: static destructors of the host may still ask.
+boost::mutex& sLock = *new boost::mutex; // guards sValues
+std::map<std::string, int>& sValues = *new std::map<std::string, int>;
 } // namespace
 
 short TOLV_GetProfileInt(const char* key, int defaultValue, int* out)

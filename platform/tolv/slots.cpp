@@ -18,11 +18,12 @@ namespace
 const std::size_t kChainsPerSlab = kSlotsPerSlab / kChainSlots;
 static_assert(kSlotsPerSlab % kChainSlots == 0, "a slab is cut into whole chains");
 
-boost::mutex sPoolLock; // guards the pool and the growth of slabs
+// Guards the pool and the growth of slabs. Like the pool it is never destroyed:
+// blocks are freed until the process ends.
+boost::mutex& sPoolLock = *new boost::mutex;
 
 std::vector<SlotChain>& Pool()
 {
-    // Never destroyed: blocks are freed until the process ends.
     static std::vector<SlotChain>& pool = *new std::vector<SlotChain>;
     return pool;
 }

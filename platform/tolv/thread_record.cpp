@@ -13,7 +13,8 @@ std::atomic<long long> sStrayUsage(0);
 
 namespace
 {
-boost::mutex sIdleLock; // guards the idle list
+// Guards the idle list. Never destroyed: threads end until the process does.
+boost::mutex& sIdleLock = *new boost::mutex;
 ThreadRecord* sFirstIdle = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
 

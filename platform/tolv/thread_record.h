@@ -13,6 +13,14 @@
 #include "block.h"
 #include "slots.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define TOLV_WITH_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TOLV_WITH_ADDRESS_SANITIZER
+#endif
+#endif
+
 #if defined(__GNUC__)
 // One pointer in the static block: a record is found without a call.
 #define TOLV_THREAD_LOCAL __thread __attribute__((tls_model("initial-exec")))
@@ -31,7 +39,7 @@ const std::size_t kChainSlots = 585;
 class BlockCache
 {
 public:
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TOLV_WITH_ADDRESS_SANITIZER)
     // The sanitizer is to see each block come and go.
     static const std::size_t kLargest = 0;
 #else
@@ -48,6 +56,17 @@ public:
         mFirst[place] = *Next(header);
         --mCount[place];
         return header;
+    }
+
+    // Any block, null once the cache is empty.
+    BlockHeader* TakeAny()
+    {
+        for (std::size_t place = 0; place < kClasses; ++place)
+        {
+            if (BlockHeader* header = Take(place * kStep))
+                return header;
+        }
+        return nullptr;
     }
 
     // False if the block isn't small or there are enough of its size.

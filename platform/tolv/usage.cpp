@@ -44,7 +44,7 @@ std::atomic<unsigned long long (*)()> sExternalBytes(nullptr);
 std::atomic<bool (*)()> sIsMainThread(nullptr);
 
 std::atomic<unsigned long long> sSlop(0);
-std::atomic<int> sPrePurgingDisabled(0);
+std::atomic<int> sPrePurgingDisabled(0); // this heap never purges by itself: kept, not read
 std::atomic<short> sUsageError(0);
 std::atomic<unsigned int> sSyncCount(0);
 std::atomic<bool> sDialogsQuieted(false);

@@ -3,11 +3,12 @@
 #ifndef WRIL_SINK_H
 #define WRIL_SINK_H
 
-#include "../control.h"
+#include <boost/function.hpp>
 
 namespace wril
 {
-void SetSink(const platform::LogSink& sink);
+void SetSink(const boost::function<void(int level, const char* category, const char* tag,
+                                        const char* text)>& sink);
 } // namespace wril
 
 #endif

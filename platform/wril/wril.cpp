@@ -99,7 +99,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
 
 namespace wril
 {
-void SetSink(const platform::LogSink& sink)
+void SetSink(const Sink::Function& sink)
 {
     sSink.Set(sink);
 }

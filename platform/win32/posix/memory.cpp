@@ -12,6 +12,7 @@
 
 #include <malloc.h>
 #include <sys/mman.h>
+#include <sys/sysinfo.h>
 
 #include "switches.h"
 
@@ -24,7 +25,7 @@ const std::size_t kGranularity = 0x10000; // bytes; where a reservation may star
 std::atomic<unsigned long long> sTotalPhysical(0); // 0: the real figure
 std::atomic<unsigned long long> sAvailablePhysical(0);
 
-boost::mutex sReservationsLock; // guards the reservations
+boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
 
 std::map<void*, std::size_t>& Reservations()
 {
@@ -52,7 +53,19 @@ void* MapAligned(std::size_t size, int protection)
     return start + before;
 }
 
-unsigned long long MemInfo(const char* format)
+// In bytes. It doesn't change while the process runs, and the budget asks often.
+unsigned long long InstalledMemory()
+{
+    static const unsigned long long sInstalled = [] {
+        struct sysinfo info;
+        return sysinfo(&info) == 0 ? static_cast<unsigned long long>(info.totalram) * info.mem_unit
+                                   : 0;
+    }();
+    return sInstalled;
+}
+
+// In bytes, 0 if the system doesn't tell.
+unsigned long long AvailableMemory()
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> info(std::fopen("/proc/meminfo", "r"),
                                                                &std::fclose);
@@ -60,7 +73,7 @@ unsigned long long MemInfo(const char* format)
     char line[128];
     while (info && std::fgets(line, sizeof(line), info.get()))
     {
-        if (std::sscanf(line, format, &kilobytes) == 1)
+        if (std::sscanf(line, "MemAvailable: %llu", &kilobytes) == 1)
             return kilobytes << 10;
     }
     return 0;
@@ -126,10 +139,8 @@ std::size_t HeapCompact(void* heap, unsigned int)
 
 int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes)
 {
-    // It doesn't change while the process runs, and the budget asks often.
-    static const unsigned long long sInstalled = MemInfo("MemTotal: %llu");
     const unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
-    *kilobytes = (total ? total : sInstalled) >> 10;
+    *kilobytes = (total ? total : InstalledMemory()) >> 10;
     return *kilobytes != 0;
 }
 
@@ -139,9 +150,11 @@ int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
     if (!status || status->dwLength < sizeof(*status) ||
         !GetPhysicallyInstalledSystemMemory(&kilobytes))
         return 0;
-    const unsigned long long available = sAvailablePhysical;
+    unsigned long long available = sAvailablePhysical;
+    if (!available && !(available = AvailableMemory()))
+        return 0;
     status->ullTotalPhys = kilobytes << 10;
-    status->ullAvailPhys = available ? available : MemInfo("MemAvailable: %llu");
+    status->ullAvailPhys = available;
     const unsigned long long free = status->ullAvailPhys * 100 / status->ullTotalPhys;
     status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
     return 1;
