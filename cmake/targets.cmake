@@ -4,10 +4,11 @@ function(u_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 endfunction()
 
-# A shared library of all sources below this folder. Only the symbols that its
+# A shared library of all sources below the folders. Only the symbols that its
 # version script names leave it.
 function(u_shared_library target)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
+  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
   # Calls from one library to the other go straight to their target.
@@ -18,6 +19,17 @@ function(u_shared_library target)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${script})
+endfunction()
+
+# A test program of all tests below the folders, against one library.
+function(u_test_program target library)
+  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
+  add_executable(${target} ${sources})
+  u_warnings(${target})
+  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE ${library} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()
 
 # Compiles each header below a folder alone.

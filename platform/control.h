@@ -14,6 +14,13 @@ namespace platform
 // Puts every switch back and sets every count to 0.
 PLATFORM_EXPORT void ResetAll();
 
+// The code page of multibyte text: 932, 936, 949, 950, 1250 to 1258, 10000,
+// 10001, 10007 or 65001. Any other restores the default, 1252.
+PLATFORM_EXPORT void SetActiveCodePage(unsigned int codePage);
+
+// Whether the system's script is a double-byte one; false at the start.
+PLATFORM_EXPORT void SetDoubleByteScript(bool on);
+
 // Debug settings, read through krobase::debug::DebugDatabase. A null text
 // removes the entry.
 PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);

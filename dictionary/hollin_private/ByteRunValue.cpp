@@ -1,0 +1,14 @@
+#include "hollin_private/ByteRunValue.h"
+
+#include <cstring>
+
+namespace hollin_private
+{
+ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length) : mLength(length)
+{
+    if (!length)
+        return;
+    mBytes.reset(new unsigned char[length]);
+    std::memcpy(mBytes.get(), bytes, length);
+}
+} // namespace hollin_private

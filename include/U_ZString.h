@@ -1,0 +1,66 @@
+// ZStrings and the language.
+//
+// A ZString is one literal with a key and the English text, such as
+// "$$$/QX/U/ByteSizeFormat/GigaBytes=GB". To resolve it is to look the key up
+// in the dictionary of the current language, to take the English text (UTF-8)
+// if it isn't there, and to expand the notations of that text: ^ and \ escapes,
+// #{name} and #{U+20AC} characters, and the markers {{*MSWindows*}},
+// {{*COMMENT*}} and {{*CopyYear*}}. A text never fails to resolve: without a
+// default it is empty. Parameters such as ^1, written ^^1, stay for
+// U_SubString.
+//
+// Any thread may resolve, also before birth and after death. The language is
+// chosen on one thread while no other resolves.
+
+#ifndef U_ZSTRING_H
+#define U_ZSTRING_H
+
+#include <cstddef>
+#include <string>
+
+#include "U_Types.h"
+
+// Resolves, in the current language or in English.
+U_EXPORT U_UTF16String U_ZStringToUTF16String(const char* zstring);
+U_EXPORT U_UTF16String U_ZStringToEnglishUTF16String(const char* zstring);
+
+// The same in the active code page. Throw an int as U_UTF16ToMBString does.
+U_EXPORT std::string U_ZStringToMBString(const char* zstring);
+U_EXPORT std::string U_ZStringToEnglishMBString(const char* zstring);
+
+// The same into a buffer of size bytes; a text that is too long is cut at a
+// character. U_ZStringToMBRaw returns 0, or the code of a failure with out
+// untouched, and throws nothing of its own but what converting throws.
+U_EXPORT void U_ZStringToCStr(const char* zstring, unsigned int size, char* out);
+U_EXPORT U_Status U_ZStringToMBRaw(const char* zstring, unsigned int size, char* out);
+
+// Whether text begins with "$$$".
+U_EXPORT bool U_IsZstr(const std::string& text);
+
+// Loads a dictionary, size bytes of binary or text form, over the one in use:
+// keys that both have get the new text. Keys of old binary forms aren't copied,
+// so data must stay as long as the library lives. Returns 0, also for a damaged
+// image, which leaves default texts in force, and without a locale; or the code
+// of a failure.
+U_EXPORT U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size);
+
+// Compressed images aren't supported: always 1.
+U_EXPORT U_Status U_ZStringSetCurrentDictionaryCompressed(void* data, size_t size);
+
+// Chooses English, for good. Always 0.
+U_EXPORT U_Status U_ZStringSetEnglish();
+
+// Whether a language has been chosen.
+U_EXPORT bool U_ZLocaleAlive();
+
+// Makes and destroys the locale object, as birth and death do; a second call
+// does nothing. Always 0.
+U_EXPORT U_Status U_ZLocaleBirth();
+U_EXPORT U_Status U_ZLocaleDeath();
+
+// For close neighbours.
+
+// To the active code page, as U_UTF16ToMBString without exact.
+U_EXPORT std::string Up_HDT_ConvertToMB(const U_UTF16String& text);
+
+#endif

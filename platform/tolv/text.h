@@ -1,0 +1,30 @@
+// Bytes of multibyte text, and facts of the script, with Macintosh numbering.
+// Any thread.
+
+#ifndef TOLV_TEXT_H
+#define TOLV_TEXT_H
+
+#include "../export.h"
+
+// The types of a byte in multibyte text. No character starts at a byte whose
+// type is above 0, and one ends at a byte of type 0 or 1.
+const short kSingleByte = 0;
+const short kFirstByte = -1;
+const short kLastByte = 1;
+const short kMiddleByte = 2; // in a character of three or four bytes
+
+// The type of the byte at an offset, in the active code page. Looks at the
+// bytes up to that one only, so text needs no terminator. A terminator, and a
+// byte that belongs to no character, is a single byte.
+PLATFORM_EXPORT short CharByte(const char* text, int offset);
+
+// The same in a script's own encoding: 0 Roman, 1 Japanese, 2 traditional
+// Chinese, 3 Korean, 7 Cyrillic, 25 simplified Chinese; any other number means
+// the active code page.
+PLATFORM_EXPORT short CharacterByteType(const char* text, int offset, short script);
+
+// Selector 36: not 0 if the system's script is a double-byte one. Any other
+// selector gives 0.
+PLATFORM_EXPORT int GetScriptManagerVariable(short selector);
+
+#endif
