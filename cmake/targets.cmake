@@ -14,7 +14,8 @@ function(u_shared_library target)
   # Calls from one library to the other go straight to their target.
   target_compile_options(${target} PRIVATE -fno-plt)
   set(script ${CMAKE_SOURCE_DIR}/cmake/${target}.map)
-  target_link_options(${target} PRIVATE -Wl,--version-script=${script})
+  # Threads that end call into the library, so it is never unloaded.
+  target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-z,nodelete)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -6,8 +6,9 @@
 // throws, and all may be called on any thread.
 //
 // Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
-// allocation for the user and the log; it is copied, up to 63 bytes. A null
-// opName, like a Quiet variant, keeps a failure from the user.
+// allocation for the user and the log; a pointer keeps a copy of its first 63
+// bytes for the leak report. A null opName, like a Quiet variant, keeps a
+// failure from the user.
 
 #ifndef U_ALLOC_H
 #define U_ALLOC_H
@@ -17,6 +18,9 @@
 // Handles. The handle keeps its value for the block's life; *handle is the
 // block's first byte, aligned for any type, which may move when the handle is
 // resized. The caller owns the block. Null if it can't be had.
+//
+// The Clear variants zero the block, but for one that came only after a retry
+// in which the use of memory couldn't be measured.
 U_EXPORT void** U_AllocateHandle(U_u32 location, const char* opName, U_u64 size);
 U_EXPORT void** U_AllocateHandleClear(U_u32 location, const char* opName, U_u64 size);
 U_EXPORT void** U_AllocateHandleQuiet(U_u64 size);
@@ -44,8 +48,9 @@ U_EXPORT U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer);
 U_EXPORT U_Status U_FreeHandle(void** handle);
 U_EXPORT U_Status U_FreePtr(void* pointer);
 
-// Stores the block's size. Returns 0, or 3 for a null handle or output, with
-// nothing stored.
+// Stores the block's size. With nothing stored returns 3 for a null handle or
+// output, and a negative code for a handle of another heap whose block doesn't
+// fit a signed 32-bit size.
 U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
 
 // The same for a pointer; a null one has size 0.
@@ -70,8 +75,8 @@ U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const cha
 
 // Moves a resource's contents into a new handle, detaches the resource and
 // frees it. Returns 0 or the resource manager's error. If the copy can't be
-// made, *out is null, the resource stays as it was and the result is 4. A null
-// out does nothing.
+// made, *out is null, the resource stays as it was and the result is 4; 3 for a
+// null resource. A null out does nothing.
 U_EXPORT U_Status U_DetachResource(void** resource, const char* opName, void*** out);
 
 // Recycled pointers: blocks from a pool that keeps what is given back for the
@@ -98,7 +103,8 @@ U_EXPORT U_Status U_AccountFrameAllocation(U_i64 delta);
 U_EXPORT U_Status U_AccountSystemAllocation(U_i64 delta);
 
 // add true charges size, which must fit a signed 32-bit value: else 3 with
-// nothing charged. add false takes the low 32 bits of size off.
+// nothing charged. add false takes the low 32 bits of size off, as a signed
+// value.
 U_EXPORT U_Status U_AccountAllocationEx(U_u64 size, bool add);
 
 #endif

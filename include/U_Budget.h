@@ -14,7 +14,7 @@
 // Runs on the thread that needs the memory, with no lock held, so it may be
 // entered by several threads at once and may allocate. Set *flag to let a
 // stalled round go on by shrinking the recycled pool; it starts false and
-// stays as set. A non-zero result ends the round.
+// stays as set. A non-zero result ends the round. It throws nothing.
 typedef int (*U_PurgeRequestCallback)(void* refcon, U_u64 blockRequest, U_u64 amountToPurge,
                                       bool* flag);
 
@@ -24,13 +24,14 @@ U_EXPORT U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, voi
 U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon);
 
 // Sets the base limits. The maximum becomes the larger of the two and the
-// prepurge limit stays at least 1 MiB below it, and lower while low memory is
-// paid attention to and there is little. Returns 0, or the host service's error
-// with the old limits in force.
+// prepurge limit stays at least 1 MiB below it, unless the maximum is smaller
+// than that; it goes lower while low memory is paid attention to and there is
+// little. A prepurge limit of 0 means that none are set. Returns 0, or the host
+// service's error with the old limits in force.
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
-// Sets limits that hold wherever they are lower than the base; 0 is no
-// override.
+// Sets limits, put in order in the same way, that hold wherever they are lower
+// than the base; 0 for both is no override.
 U_EXPORT U_Status U_SetMemUsageLimitsOverride(U_u64 prepurge, U_u64 maximum);
 
 // The limits in force. Before any are set: 70 % of the physical memory, and
@@ -56,7 +57,7 @@ enum : U_u32
 };
 
 // Stores a statistic; an unknown one gives 0. Returns 0, 3 for a null out, or
-// the host service's error.
+// the host service's error, and then *out means nothing.
 U_EXPORT U_Status U_GetMemoryStat(U_u32 which, U_u64* out);
 
 // Asks whether needed bytes more would pass the prepurge limit, and purges to

@@ -18,8 +18,9 @@ typedef U_i32 (*U_RunModeFunction)();
 // null.
 // Returns 0; 3 for a null name, with nothing done; 4 if the heap or the
 // library's record can't be made; otherwise the code of the step that failed.
-// After a failure the calling thread stays registered as a main thread and the
-// host is expected to end the process.
+// After any other failure the calling thread stays registered as a main thread,
+// unless there was no memory even for that, and the host is expected to end the
+// process.
 U_EXPORT U_Status U_Birth(const char* displayName, U_RunModeFunction runMode);
 
 // Takes the library down and logs what is left in its heap. The calling thread

@@ -62,9 +62,9 @@ typedef boost::function2<bool, std::exception*, int*> U_ExceptionTranslator;
 // Adds a translator; the newest is asked first. Returns its id, which is never
 // given again, or 0 with nothing kept when the library isn't alive, there is no
 // memory, or the translator is empty.
-// Translators run under the translator lock, one thread at a time. On its own
-// thread a translator may register, unregister and translate. All translators
-// go with U_Death.
+// Translators run under the translator lock, one thread at a time, and throw
+// nothing. On its own thread a translator may register, unregister and
+// translate. All translators go with U_Death.
 U_EXPORT U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator);
 
 // Removes a translator. An unknown id does nothing.

@@ -1,5 +1,5 @@
-// Types that every family shares: fixed-width integers, strings, severities,
-// status codes and the export macro.
+// Types that every family shares: fixed-width integers, strings, status codes
+// and the export macro.
 
 #ifndef U_TYPES_H
 #define U_TYPES_H

@@ -44,7 +44,8 @@ PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>&
 // MessageBeep calls so far.
 PLATFORM_EXPORT unsigned int BeepCount();
 
-// The machine's physical memory in bytes; 0 restores the real figure.
+// The machine's physical memory in bytes, of which whole KiB count; 0 restores
+// the real figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 
 // Injected heap failures: the predicate sees the size of every MEM_New...,

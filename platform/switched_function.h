@@ -25,9 +25,10 @@ public:
         std::shared_ptr<const Function> fresh;
         if (function)
             fresh = std::make_shared<const Function>(function);
+        // The old one ends after the lock: what it holds may log too.
         boost::lock_guard<boost::mutex> lock(mLock);
-        mFunction = fresh;
-        mInstalled = fresh != nullptr;
+        mFunction.swap(fresh);
+        mInstalled = mFunction != nullptr;
     }
 
     // The function, null if none is installed. It is called through this copy,

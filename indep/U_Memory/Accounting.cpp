@@ -1,8 +1,9 @@
 // Charges for memory that the host allocated elsewhere.
 
+#include "U_Alloc.h"
+
 #include <limits>
 
-#include "U_Alloc.h"
 #include "indep/U_Memory/Memory.h"
 
 namespace

@@ -115,8 +115,10 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
     U_CheckHandleFromHeap(handle);
     if (!handle || !size)
         return U_Err_BadParameter;
-    // No block reaches 2 GiB here, so the narrowing keeps the value.
-    *size = static_cast<U_u32>(MEM_GetHandleSize(UHeap(), handle));
+    const U_i32 narrow = static_cast<U_i32>(MEM_GetHandleSize(UHeap(), handle));
+    if (narrow < 0) // another heap's block of 2 GiB or more
+        return narrow;
+    *size = static_cast<U_u32>(narrow);
     return 0;
 }
 

@@ -20,7 +20,7 @@ class Recovery
 public:
     explicit Recovery(const AllocationRequest& request) : mRequest(request) {}
 
-    void* Run(AllocationAttempt attempt)
+    void* Run(const AllocationAttempt& attempt)
     {
         void* block = nullptr;
         U_u16 attempts = 1;
@@ -55,7 +55,7 @@ private:
         if (!mMeasureError)
             mMeasureError = U_GetMemoryStat(
                 mRequest.mRecycled ? U_MemStat_RoomForRecycled : U_MemStat_RoomToPrepurge, &mRoom);
-        Up_MakeRoomForBlock(mRoom + mRequest.mSize, mRequest.mRecycled);
+        Up_MakeRoomForBlock(Up_AddSizes(mRoom, mRequest.mSize), mRequest.mRecycled);
         Measure();
     }
 
@@ -105,7 +105,7 @@ void* Refuse(const AllocationRequest& request)
 
 // What follows a first attempt that failed. Kept out of line, so that one that
 // succeeds pays for nothing here.
-[[gnu::noinline]] void* Recover(const AllocationRequest& request, AllocationAttempt attempt)
+[[gnu::noinline]] void* Recover(const AllocationRequest& request, const AllocationAttempt& attempt)
 {
     Recovery recovery(request);
     void* block = recovery.Run(attempt);
@@ -117,7 +117,7 @@ void* Refuse(const AllocationRequest& request)
 }
 } // namespace
 
-void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt attempt)
+void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt)
 {
     if (request.mSize > kLargestBlock)
         return nullptr;

@@ -19,6 +19,9 @@ public:
     {
     }
 
+    AllocationAttempt(const AllocationAttempt&) = delete;
+    AllocationAttempt& operator=(const AllocationAttempt&) = delete;
+
     void* operator()() const { return mCall(mCallable); }
 
 private:
@@ -38,6 +41,6 @@ struct AllocationRequest
 // Asks the budget, then attempts, and after a failure makes room and attempts
 // again for as long as use falls. Returns the block, cleared if asked for, or
 // null.
-void* Up_AllocateShared(const AllocationRequest& request, AllocationAttempt attempt);
+void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
 
 #endif

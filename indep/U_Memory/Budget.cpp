@@ -70,7 +70,7 @@ U_Status DecideAbovePrepurge(Measurement& now, U_u64 size, bool* okay, bool recy
     Up_MakeRoomForBlock(wanted, recycled);
     if (U_Status failure = now.TakeUsed(recycled))
         return failure;
-    *okay = now.mUsed + size <= now.mMaximum;
+    *okay = Up_Fits(now.mUsed, size, now.mMaximum);
     return 0;
 }
 
@@ -117,10 +117,12 @@ public:
 private:
     U_Status Round()
     {
+        const bool first = !mMeasured;
         const U_u64 previous = mUsed;
+        mMeasured = true;
         if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !mRecycled))
             return failure;
-        if (mUsed + mRequest <= mPrepurge)
+        if (Up_Fits(mUsed, mRequest, mPrepurge))
         {
             mDone = true;
             WRIL_sprintf(0, "U", kMakeRoomTag,
@@ -130,11 +132,18 @@ private:
                          static_cast<U_i64>(mRequest), mRecycled);
             return 0;
         }
-        const U_u64 amount = mUsed - mPrepurge + mRequest;
-        if (previous == 0 || mUsed < previous)
+        const U_u64 amount = Amount();
+        if (first || mUsed < previous)
             return AskHost(amount);
         PurgePool(amount);
         return 0;
+    }
+
+    // What must go, so that the request fits.
+    U_u64 Amount() const
+    {
+        return mUsed < mPrepurge ? mRequest - (mPrepurge - mUsed)
+                                 : Up_AddSizes(mUsed - mPrepurge, mRequest);
     }
 
     U_Status AskHost(U_u64 amount)
@@ -170,6 +179,7 @@ private:
     const bool mRecycled;
     U_u64 mPrepurge = 0; // kept for the whole run
     U_u64 mUsed = 0;
+    bool mMeasured = false;
     bool mFlag = false;
     bool mDone = false;
 };
@@ -183,7 +193,7 @@ private:
     if (U_Status failure = now.Take(recycled))
         return failure;
     const U_u64 wanted = static_cast<U_u64>(size);
-    if (now.mUsed + wanted > now.mPrepurge)
+    if (!Up_Fits(now.mUsed, wanted, now.mPrepurge))
         return DecideAbovePrepurge(now, wanted, okay, recycled);
     if (recycled)
     {

@@ -22,6 +22,18 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);
 // tell.
 bool Up_FreeAboveFudgeBuffer(U_i64* bytes);
 
+// Whether more bytes fit beside used ones under a limit.
+inline bool Up_Fits(U_u64 used, U_u64 more, U_u64 limit)
+{
+    return used <= limit && more <= limit - used;
+}
+
+// The sum of two sizes, the largest size if there is none as large.
+inline U_u64 Up_AddSizes(U_u64 left, U_u64 right)
+{
+    return left + right < left ? ~U_u64(0) : left + right;
+}
+
 // Reads the budget's settings; "fudgebuffer" and "goDirect" are logged.
 void Up_ReadBudgetSettings();
 

@@ -1,10 +1,11 @@
 // Copies of handles, within the library's heap and across to the toolbox.
 
+#include "U_Alloc.h"
+
 #include <cstring>
 
 #include <tolv/toolbox.h>
 
-#include "U_Alloc.h"
 #include "indep/U_Memory/Budget.h"
 
 namespace

@@ -1,5 +1,7 @@
 // The two limits, settings, and attention to low memory.
 
+#include "U_Budget.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -12,7 +14,6 @@
 #include <win32/memory.h>
 #include <wril/wril.h>
 
-#include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 
 namespace
@@ -78,7 +79,7 @@ bool Up_FreeAboveFudgeBuffer(U_i64* bytes)
     if (sFudgeBuffer == 0 || !U_GetPayAttentionToLowMemory() ||
         !win32::GlobalMemoryStatusEx(&status))
         return false;
-    *bytes = static_cast<U_i64>(status.ullAvailPhys) - sFudgeBuffer;
+    *bytes = static_cast<U_i64>(status.ullAvailPhys - static_cast<U_u64>(sFudgeBuffer));
     return true;
 }
 

@@ -11,7 +11,7 @@ namespace
 {
 const U_i32 kPresumedAppSize = 0x8700000; // bytes
 
-MEM_HeapRef sHeap = nullptr; // written by birth and death
+MEM_HeapRef sHeap = nullptr; // written by birth; stays, so that what is left can be freed
 
 std::atomic<U_i64> sFrameAllocation(0); // bytes
 
@@ -37,7 +37,6 @@ void Up_TerminateMemorySubsystem()
     TOLV_Install_U_Callback(&none);
     if (sHeap)
         MEM_DumpLeaks(sHeap);
-    sHeap = nullptr; // blocks that are left can still be freed
     Up_ClearPurgeRequestCallback();
     MEM_AccountAllocation(-kPresumedAppSize);
 }

@@ -1,13 +1,14 @@
 // What hosts ask of the budget beside allocation: the purge check, the purge
 // loop and compaction.
 
+#include "U_Budget.h"
+
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <win32/memory.h>
 #include <wril/wril.h>
 
-#include "U_Budget.h"
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
 
@@ -35,7 +36,7 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
         return failure;
     if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false))
         return failure;
-    if (used + needed <= prepurge)
+    if (Up_Fits(used, needed, prepurge))
     {
         *overLimit = false;
         if (hitLimit)
@@ -49,10 +50,10 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
     U_Status failure = 0;
     for (int round = 0; round < kMostPurgeRounds && *overLimit; ++round)
     {
-        Up_MakeRoomForBlock(needed + 1, true);
+        Up_MakeRoomForBlock(Up_AddSizes(needed, 1), true);
         if (!failure)
             failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false);
-        if (!failure && used + needed <= prepurge)
+        if (!failure && Up_Fits(used, needed, prepurge))
             *overLimit = false;
     }
     return failure;

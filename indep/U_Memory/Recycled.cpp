@@ -1,10 +1,11 @@
 // Recycled pointers and the pool behind them.
 
+#include "U_Alloc.h"
+
 #include <cstring>
 
 #include <krobase/recycled_memory.h>
 
-#include "U_Alloc.h"
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/frame/Guard.h"

@@ -1,10 +1,10 @@
-#include <algorithm>
+#include "U_Budget.h"
+
 #include <cstdlib>
 
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 
@@ -32,12 +32,11 @@ U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)
 
 U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
 {
-    // Use includes the pool. For a moment a block on its way between the pool
-    // and its user stands in neither figure, and then the subtraction mustn't
-    // wrap.
-    const U_u64 pool = countRecycled ? 0 : U_GetRecycledMemorySize();
+    // The pool is read last: one that another thread purges meanwhile makes use
+    // look larger than it is, never smaller.
     const U_Status failure = TotalMemoryUsed(out, lowerLimit);
-    *out -= std::min(pool, *out);
+    if (!countRecycled)
+        *out -= U_GetRecycledMemorySize();
     return failure;
 }
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <locale>
+#include <new>
 #include <sstream>
 
 #include <krobase/debug.h>
@@ -35,13 +36,20 @@ public:
     {
         if (!Enabled())
             return;
-        std::ostringstream line;
-        line.imbue(std::locale::classic());
-        line << '<' << krobase::threads::GetCurrentThreadID() << "> <" << mCategory << "> <"
-             << mLevel << "> ";
-        (line << ... << parts) << "\r\n";
-        if (line.good())
-            krobase::debug::Trace(line.str().c_str());
+        try
+        {
+            std::ostringstream line;
+            line.imbue(std::locale::classic());
+            line << '<' << krobase::threads::GetCurrentThreadID() << "> <" << mCategory << "> <"
+                 << mLevel << "> ";
+            (line << ... << parts) << "\r\n";
+            if (line.good())
+                krobase::debug::Trace(line.str().c_str());
+        }
+        catch (const std::bad_alloc&)
+        {
+            // A trace is worth no failure of the operation that it tells of.
+        }
     }
 
 private:

@@ -72,8 +72,9 @@ U_Status Up_MakeTranslatorTable()
 
 void Up_FreeTranslatorTable()
 {
+    std::unique_ptr<TranslatorTable> ended; // the host's functions end after the lock
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
-    sTranslators.reset();
+    ended.swap(sTranslators);
 }
 
 U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
@@ -97,9 +98,10 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 
 void U_UnregisterExceptionTranslator(U_u32 id)
 {
+    TranslatorTable::node_type ended; // ends after the lock
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (sTranslators)
-        sTranslators->erase(id);
+        ended = sTranslators->extract(id);
 }
 
 U_Status U_TranslateAndReportException(std::exception& exception)

@@ -32,12 +32,14 @@ DebugDatabase& DebugDatabase::Instance()
 std::string DebugDatabase::GetEntry(const char* key, const char* defaultText) const
 {
     boost::lock_guard<boost::mutex> lock(mLock);
-    const auto found = mEntries.find(key);
+    const auto found = mEntries.find(key ? key : "");
     return found != mEntries.end() ? found->second : std::string(defaultText ? defaultText : "");
 }
 
 void DebugDatabase::SetEntry(const char* key, const char* text)
 {
+    if (!key)
+        return;
     boost::lock_guard<boost::mutex> lock(mLock);
     if (text)
         mEntries[key] = text;

@@ -23,7 +23,7 @@ public:
     // The entry's text, or the default's if there is none.
     std::string GetEntry(const char* key, const char* defaultText) const;
 
-    // Sets an entry; a null text removes it.
+    // Sets an entry; a null text removes it, and a null key does nothing.
     void SetEntry(const char* key, const char* text);
     void Clear();
 

@@ -42,8 +42,8 @@ public:
     // Bytes that the pool holds.
     static unsigned long long GetCurrentPoolSize();
 
-    // Gives bytes of the pool, or all of it if that is less, back to the
-    // system: whole blocks, and the end of one more. Returns the bytes given.
+    // Gives bytes of the pool, or all of it if that is less, back to the C
+    // library: whole blocks, and the end of one more. Returns the bytes given.
     static unsigned long long PurgeBytes(unsigned long long bytes);
 };
 } // namespace utility

@@ -70,13 +70,15 @@ void EmptyCache(ThreadRecord& record)
     }
 }
 
-void* FromStore(ThreadRecord* record, std::size_t bytes)
+// A block of the C library, or one that it moved to; null without memory, with
+// the old one as it was.
+void* FromStore(ThreadRecord* record, void* oldMemory, std::size_t bytes)
 {
-    void* memory = std::malloc(bytes);
+    void* memory = std::realloc(oldMemory, bytes);
     if (memory || !record)
         return memory;
     EmptyCache(*record);
-    return std::malloc(bytes);
+    return std::realloc(oldMemory, bytes);
 }
 
 // A block with a slot that doesn't tell of it yet; null without memory.
@@ -85,7 +87,7 @@ BlockHeader* BlockFromStore(ThreadRecord* record, std::size_t size)
     void** slot = TakeSlot(record);
     if (!slot)
         return nullptr;
-    void* memory = FromStore(record, sizeof(BlockHeader) + BlockCache::Capacity(size));
+    void* memory = FromStore(record, nullptr, sizeof(BlockHeader) + BlockCache::Capacity(size));
     if (!memory)
     {
         GiveSlot(record, slot);
@@ -125,14 +127,14 @@ bool ResizeBlock(void** slot, unsigned long long size)
     if (!MayHave(size))
         return false;
     const unsigned long long oldSize = SizeOf(slot);
-    void* memory =
-        std::realloc(HeaderOf(*slot),
-                     sizeof(BlockHeader) + BlockCache::Capacity(static_cast<std::size_t>(size)));
+    const std::size_t capacity = BlockCache::Capacity(static_cast<std::size_t>(size));
+    ThreadRecord* record = MyRecord();
+    void* memory = FromStore(record, HeaderOf(*slot), sizeof(BlockHeader) + capacity);
     if (!memory)
         return false;
     SetSize(slot, size);
     Poke(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
-    AddUsage(MyRecord(), static_cast<long long>(size) - static_cast<long long>(oldSize));
+    AddUsage(record, static_cast<long long>(size) - static_cast<long long>(oldSize));
     return true;
 }
 

@@ -1,4 +1,4 @@
-// Profile integers: settings that last. Any thread.
+// Profile integers: settings by key, kept for the life of the process. Any thread.
 
 #ifndef TOLV_PROFILE_H
 #define TOLV_PROFILE_H

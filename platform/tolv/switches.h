@@ -3,9 +3,9 @@
 #ifndef TOLV_SWITCHES_H
 #define TOLV_SWITCHES_H
 
-#include <atomic>
-
 #include <boost/function.hpp>
+
+#include "../switched_function.h"
 
 namespace tolv
 {
@@ -17,16 +17,15 @@ bool MemDialogsQuieted();
 // Ends injected failures and sets the counts back; limits stay.
 void ResetSwitches();
 
-// Whether heap failures are injected at all: the one thing that an operation
-// looks at when they aren't.
-extern std::atomic<bool> sFailuresInjected;
+extern platform::SwitchedFunction<bool(unsigned long long)>& sShouldFail;
 
 bool AskPredicate(unsigned long long size);
 
-// Whether an injected failure hits an operation for size bytes.
+// Whether an injected failure hits an operation for size bytes. While none are
+// injected it looks at one flag.
 inline bool FailureInjected(unsigned long long size)
 {
-    return sFailuresInjected.load(std::memory_order_relaxed) && AskPredicate(size);
+    return sShouldFail.Installed() && AskPredicate(size);
 }
 } // namespace tolv
 

@@ -9,7 +9,7 @@
 namespace tolv
 {
 TOLV_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
-std::atomic<long long> sStrayUsage(0);
+std::atomic<unsigned long long> sStrayUsage(0);
 
 namespace
 {
@@ -117,10 +117,10 @@ void GiveSlot(ThreadRecord* record, void** slot)
 
 unsigned long long SumUsage()
 {
-    long long sum = sStrayUsage.load(std::memory_order_relaxed);
+    unsigned long long sum = sStrayUsage.load(std::memory_order_relaxed);
     for (ThreadRecord* record = sFirstRecord.load(std::memory_order_acquire); record;
          record = record->mNext)
         sum += record->mUsage.load(std::memory_order_relaxed);
-    return sum > 0 ? static_cast<unsigned long long>(sum) : 0;
+    return static_cast<long long>(sum) > 0 ? sum : 0;
 }
 } // namespace tolv

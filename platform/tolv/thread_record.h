@@ -107,10 +107,10 @@ private:
 
 struct alignas(64) ThreadRecord
 {
-    std::atomic<long long> mUsage{0}; // bytes; negative where others' blocks were freed
-    SlotChain mActive;                // slots are taken from here and given back to here
-    SlotChain mSpare;                 // keeps a thread that swings round an edge off the pool
-    ThreadRecord* mNext = nullptr;    // the list of all records
+    std::atomic<unsigned long long> mUsage{0}; // bytes
+    SlotChain mActive;                         // slots are taken from here and given back to here
+    SlotChain mSpare;              // keeps a thread that swings round an edge off the pool
+    ThreadRecord* mNext = nullptr; // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
 };
@@ -135,16 +135,19 @@ void** TakeSlot(ThreadRecord* record);
 void GiveSlot(ThreadRecord* record, void** slot);
 
 // The share of threads for which no record could be made.
-extern std::atomic<long long> sStrayUsage;
+extern std::atomic<unsigned long long> sStrayUsage;
 
-// Adds to the calling thread's share of the usage figure.
+// Adds to the calling thread's share of the usage figure. Shares are unsigned,
+// since only their sum has a sign: a thread that frees what others allocated
+// goes below zero.
 inline void AddUsage(ThreadRecord* record, long long bytes)
 {
+    const unsigned long long delta = static_cast<unsigned long long>(bytes);
     if (record)
-        record->mUsage.store(record->mUsage.load(std::memory_order_relaxed) + bytes,
+        record->mUsage.store(record->mUsage.load(std::memory_order_relaxed) + delta,
                              std::memory_order_relaxed);
     else
-        sStrayUsage.fetch_add(bytes, std::memory_order_relaxed);
+        sStrayUsage.fetch_add(delta, std::memory_order_relaxed);
 }
 
 // The sum of all shares. While other threads allocate and free it is a figure

@@ -17,7 +17,7 @@ struct ThreadNameRecord
 {
     unsigned int type; // 0x1000
     const char* name;
-    unsigned int threadId; // 0xFFFFFFFF for the calling thread
+    unsigned int threadId; // 0xFFFFFFFF, the calling thread; others aren't named
     unsigned int flags;    // 0
 };
 

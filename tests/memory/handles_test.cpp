@@ -129,6 +129,24 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
     EXPECT_EQ(InUse(), used);
 }
 
+#if !defined(__SANITIZE_THREAD__) // the sanitizer takes minutes over blocks of gigabytes
+TEST_F(Handles, OfOthersBeyondTheSizeLimitHaveNoSize)
+{
+    MEM_HeapRef otherHeap = MEM_NewHeap();
+    void** large = MEM_NewHandle(otherHeap, 0x90000000);
+    ASSERT_TRUE(large);
+    U_u32 size = 7;
+    EXPECT_LT(U_GetHandleSize(large, &size), 0);
+    EXPECT_EQ(size, 7u);
+    void* untouched = nullptr;
+    void** out = &untouched;
+    EXPECT_LT(U_DuplicateHandle(large, "copy", &out), 0);
+    EXPECT_EQ(out, &untouched);
+    MEM_DisposeHandle(otherHeap, large);
+    MEM_DumpLeaks(otherHeap);
+}
+#endif
+
 TEST_F(Handles, AreDuplicatedBothWays)
 {
     void** handle = Filled();

@@ -14,6 +14,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
 
 namespace
@@ -110,6 +111,18 @@ TEST_F(Purge, AHostThatFreesNothingIsAskedOnce)
                                             std::to_string(wanted - 1000),
                                         std::string(kStalled) + "0"}));
     U_FreePtr(block);
+}
+
+TEST_F(Purge, AHostIsAskedOnceAlsoWhileNothingIsInUse)
+{
+    ASSERT_EQ(U_Death(), 0);
+    InstallHost([](const Request&, bool*) { return 0; });
+    MEM_SetMemUsageLimits(1000, 2000);
+    bool over = false;
+    EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 5000, nullptr), 0);
+    EXPECT_TRUE(over);
+    EXPECT_EQ(mRequests.size(), 3u) << "one a round";
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
 TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
@@ -247,6 +260,7 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
         {10 * kMiB + 1, 1, false, true, 1},
         {13 * kMiB, 1, false, true, 4}, // the last byte beside takes a round more
         {40 * kMiB, 1, true, true, 23}, // the first run asks until nothing is left
+        {~U_u64(0), 0, true, true, 3},  // no sum wraps
     };
     for (const Row& row : rows)
     {
@@ -273,7 +287,7 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
         std::vector<std::string> told;
         if (row.hit)
             told.push_back("hit limit with inUse=" + std::to_string(used) +
-                           ", needed=" + std::to_string(row.needed) +
+                           ", needed=" + std::to_string(static_cast<U_i64>(row.needed)) +
                            ", purgeLimit=" + std::to_string(Prepurge()));
         EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), told);
     }

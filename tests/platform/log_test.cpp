@@ -37,6 +37,21 @@ TEST_F(Log, LinesOfAnyLengthReachTheSinkWhole)
     }
 }
 
+TEST_F(Log, ASinkThatIsReplacedMayLogAtItsEnd)
+{
+    struct Farewell
+    {
+        ~Farewell() { WRIL_Log(0, "category", "tag", "farewell"); }
+    };
+    boost::function<void(int, const char*, const char*, const char*)> first =
+        [last = std::make_shared<Farewell>()](int, const char*, const char*, const char*) {};
+    platform::SetLogSink(first);
+    first.clear();
+    std::string seen;
+    platform::SetLogSink([&](int, const char*, const char*, const char* text) { seen = text; });
+    EXPECT_EQ(seen, "farewell");
+}
+
 TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
 {
     struct Row

@@ -1,9 +1,7 @@
 #include <win32/threads.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -18,17 +16,7 @@ namespace
 const std::size_t kLongestThreadName = 15; // bytes, the system's limit
 const unsigned int kCallingThread = 0xFFFFFFFFu;
 
-// Names another thread of the process, if it still runs.
-void NameOtherThread(unsigned int threadId, const char* name)
-{
-    char path[64];
-    std::snprintf(path, sizeof(path), "/proc/self/task/%u/comm", threadId);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "w"), &std::fclose);
-    if (file)
-        std::fputs(name, file.get());
-}
-
-void NameThread(unsigned int threadId, const char* name)
+void NameCallingThread(const char* name)
 {
     char cut[kLongestThreadName + 1] = {};
     std::size_t length = strnlen(name, kLongestThreadName + 1);
@@ -39,10 +27,7 @@ void NameThread(unsigned int threadId, const char* name)
             --length;
     }
     std::memcpy(cut, name, length);
-    if (threadId == kCallingThread || threadId == GetCurrentThreadId())
-        pthread_setname_np(pthread_self(), cut);
-    else
-        NameOtherThread(threadId, cut);
+    pthread_setname_np(pthread_self(), cut);
 }
 } // namespace
 
@@ -69,7 +54,7 @@ void RaiseException(unsigned int code, unsigned int, unsigned int argumentCount,
     if (!arguments || argumentCount * sizeof(unsigned int) < sizeof(ThreadNameRecord))
         return;
     const ThreadNameRecord* record = static_cast<const ThreadNameRecord*>(arguments);
-    if (record->name)
-        NameThread(record->threadId, record->name);
+    if (record->name && record->threadId == kCallingThread)
+        NameCallingThread(record->name);
 }
 } // namespace win32
