@@ -74,9 +74,10 @@ void EmptyCache(ThreadRecord& record)
 // the old one as it was.
 void* FromStore(ThreadRecord* record, void* oldMemory, std::size_t bytes)
 {
-    void* memory = std::realloc(oldMemory, bytes);
-    if (memory || !record)
+    if (void* memory = std::realloc(oldMemory, bytes))
         return memory;
+    if (!record)
+        return nullptr;
     EmptyCache(*record);
     return std::realloc(oldMemory, bytes);
 }
