@@ -41,6 +41,13 @@ private:
     std::vector<LogLine> mLines;
 };
 
+// The sanitizers take minutes over blocks of gigabytes.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+const bool kHugeBlocksAreSlow = true;
+#else
+const bool kHugeBlocksAreSlow = false;
+#endif
+
 const U_u64 kMiB = 1 << 20;
 const U_u64 kPhysicalMemory = 8192 * kMiB;
 const U_u64 kAvailableMemory = 4096 * kMiB;
