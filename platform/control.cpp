@@ -15,12 +15,24 @@ void ResetAll()
 {
     krobase::debug::DebugDatabase::Instance().Clear();
     ClearProfile();
+    SetActiveCodePage(0);
+    SetDoubleByteScript(false);
     SetLogSink(LogSink());
     SetTrace(nullptr, 0);
     SetTraceSink(boost::function<void(const char*)>());
     win32::ResetBeepCount();
     SetPhysicalMemory(0, 0);
     tolv::ResetSwitches();
+}
+
+void SetActiveCodePage(unsigned int codePage)
+{
+    win32::SetActiveCodePage(codePage);
+}
+
+void SetDoubleByteScript(bool on)
+{
+    tolv::SetDoubleByteScript(on);
 }
 
 void SetDebugSetting(const char* key, const char* text)

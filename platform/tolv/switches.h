@@ -14,6 +14,9 @@ void SetUsageError(short code);
 unsigned int SyncMemUsageCount();
 bool MemDialogsQuieted();
 
+// What GetScriptManagerVariable answers.
+void SetDoubleByteScript(bool on);
+
 // Ends injected failures and sets the counts back; limits stay.
 void ResetSwitches();
 

@@ -3,8 +3,10 @@
 // Counts are signed 32-bit; -1 as a source's count means that it ends with a
 // terminator, which is converted too. A capacity of 0 asks for the count alone.
 // Both conversions return the count written or needed, or 0 with the reason in
-// GetLastError: 87 for a bad argument or an unknown code page, 122 if the
-// destination is too small, 1004 for flags other than 0.
+// GetLastError: 87 for a bad argument, an unknown code page, source and
+// destination that overlap or a count above 2^31 - 1; 122 if the destination is
+// too small, which then holds what characters fit; 1004 for flags other than 0;
+// 8 if the code page's tables, made on its first use, can't be had.
 
 #ifndef WIN32_TEXT_H
 #define WIN32_TEXT_H
@@ -16,6 +18,7 @@ namespace win32
 const unsigned int kCodePageActive = 0; // stands for the active code page
 const unsigned int kCodePageUTF8 = 65001;
 
+const unsigned int kErrorNotEnoughMemory = 8;
 const unsigned int kErrorInvalidParameter = 87;
 const unsigned int kErrorInsufficientBuffer = 122;
 const unsigned int kErrorInvalidFlags = 1004;

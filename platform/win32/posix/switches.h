@@ -5,6 +5,7 @@
 
 namespace win32
 {
+void SetActiveCodePage(unsigned int codePage);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 unsigned int BeepCount();
 void ResetBeepCount();

@@ -1,0 +1,128 @@
+#include "text.h"
+
+#include <atomic>
+
+#include <win32/text.h>
+
+#include "switches.h"
+
+namespace
+{
+const short kSystemScriptIsDoubleByte = 36; // a selector
+
+std::atomic<bool> sDoubleByteScript(false);
+
+struct ScriptEncoding
+{
+    short mScript;
+    unsigned int mCodePage;
+};
+
+const ScriptEncoding kScriptEncodings[] = {
+    {0, 10000}, {1, 10001}, {2, 950}, {3, 949}, {7, 10007}, {25, 936},
+};
+
+unsigned int CodePageOf(short script)
+{
+    for (const ScriptEncoding& row : kScriptEncodings)
+    {
+        if (row.mScript == script)
+            return row.mCodePage;
+    }
+    return win32::GetACP();
+}
+
+unsigned char ByteAt(const char* text, int offset)
+{
+    return static_cast<unsigned char>(text[offset]);
+}
+
+// Bytes of the sequence that a byte leads in UTF-8, 1 if it leads none.
+int SequenceLength(unsigned char byte)
+{
+    if (byte < 0xC2 || byte > 0xF4)
+        return 1;
+    return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+bool IsContinuation(unsigned char byte)
+{
+    return (byte & 0xC0) == 0x80;
+}
+
+// Whether the second byte can stand behind the lead byte: some would make a
+// sequence too long for its character, a surrogate, or no character at all.
+bool IsSecond(unsigned char lead, unsigned char second)
+{
+    if (lead == 0xE0 || lead == 0xF0)
+        return second >= (lead == 0xE0 ? 0xA0 : 0x90);
+    if (lead == 0xED || lead == 0xF4)
+        return second < (lead == 0xED ? 0xA0 : 0x90);
+    return true;
+}
+
+short TypeInUTF8(const char* text, int offset)
+{
+    const unsigned char byte = ByteAt(text, offset);
+    if (!IsContinuation(byte))
+        return SequenceLength(byte) > 1 ? kFirstByte : kSingleByte;
+    int start = offset - 1;
+    while (start > 0 && start > offset - 3 && IsContinuation(ByteAt(text, start)))
+        --start;
+    if (start < 0)
+        return kSingleByte;
+    const unsigned char lead = ByteAt(text, start);
+    const int length = SequenceLength(lead);
+    if (offset - start >= length || !IsSecond(lead, ByteAt(text, start + 1)))
+        return kSingleByte;
+    return offset - start == length - 1 ? kLastByte : kMiddleByte;
+}
+
+// A byte that can't lead ends a character, so the bytes behind the nearest one
+// in front pair up, and what is left over at the offset is its type.
+short TypeInDoubleByte(unsigned int codePage, const char* text, int offset)
+{
+    const unsigned char byte = ByteAt(text, offset);
+    if (!byte)
+        return kSingleByte;
+    int start = offset;
+    while (start > 0 && win32::IsDBCSLeadByteEx(codePage, ByteAt(text, start - 1)))
+        --start;
+    if ((offset - start) % 2)
+        return kLastByte;
+    return win32::IsDBCSLeadByteEx(codePage, byte) ? kFirstByte : kSingleByte;
+}
+
+short TypeIn(unsigned int codePage, const char* text, int offset)
+{
+    if (offset < 0)
+        return kSingleByte;
+    if (codePage == win32::kCodePageUTF8)
+        return TypeInUTF8(text, offset);
+    return TypeInDoubleByte(codePage, text, offset);
+}
+} // namespace
+
+namespace tolv
+{
+void SetDoubleByteScript(bool on)
+{
+    sDoubleByteScript.store(on, std::memory_order_relaxed);
+}
+} // namespace tolv
+
+short CharByte(const char* text, int offset)
+{
+    return TypeIn(win32::GetACP(), text, offset);
+}
+
+short CharacterByteType(const char* text, int offset, short script)
+{
+    return TypeIn(CodePageOf(script), text, offset);
+}
+
+int GetScriptManagerVariable(short selector)
+{
+    return selector == kSystemScriptIsDoubleByte &&
+           sDoubleByteScript.load(std::memory_order_relaxed);
+}
