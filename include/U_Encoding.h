@@ -2,10 +2,13 @@
 // and cuts that keep characters whole.
 //
 // Multibyte text carries U+2206 (increment), which the common code pages lack,
-// as U+00BC, or as U+2020 in code page 1251: a U+00BC of its own comes back as
-// U+2206. A conversion that the system refuses throws its error code as an int
-// (1 if the system gave none); what the target lacks becomes the nearest or the
-// default character. All operations may be called on any thread.
+// as U+00BC, or as U+2020 if the active code page is 1251: a U+00BC of its own
+// comes back as U+2206. Code page 65001 has the character and needs no
+// substitute. What the target of a conversion lacks becomes the nearest or the
+// default character. A conversion that the system refuses throws its error code
+// as an int (1 if the system gave none): 87 for a text that is too long, its
+// result being counted in signed 32 bits, or for an unknown code page.
+// Pointers mustn't be null. All operations may be called on any thread.
 
 #ifndef U_ENCODING_H
 #define U_ENCODING_H
@@ -20,7 +23,8 @@ U_EXPORT U_UTF16String U_MBToUTF16String(const std::string& text);
 U_EXPORT U_UTF16String U_MBToUTF16String(const char* text);
 
 // exact: a character that the code page has no equivalent for, not even a near
-// one, throws the int 10.
+// one, throws the int 10. Code page 65001 has all, apart from half a surrogate
+// pair, which becomes U+FFFD.
 U_EXPORT std::string U_UTF16ToMBString(const U_UTF16String& text, bool exact);
 U_EXPORT std::string U_UTF16ToMBString(const U_u16* text, bool exact);
 
@@ -34,9 +38,9 @@ U_EXPORT U_UTF16String U_AsciiToUTF16String(const char* text);
 // From code page 1252 to the active one.
 U_EXPORT std::string U_ConvertEnglishEncodedTextToCurrentEncoding(const std::string& text);
 
-// From the code page `encoding`, or with isCodePage 0 from a Macintosh text
-// encoding: 0 Roman, 1 Japanese, 7 Cyrillic, 1056, 1280 and 1282 for the code
-// pages 932, 1252 and 1251; any other gives the empty text.
+// From the code page `encoding` (0 for the active one), or with isCodePage 0
+// from a Macintosh text encoding: 0 Roman, 1 Japanese, 7 Cyrillic, 1056, 1280 and
+// 1282 for the code pages 932, 1252 and 1251; any other gives the empty text.
 U_EXPORT U_UTF16String U_ConvertEncodedStringToUnicode(unsigned char isCodePage,
                                                        unsigned int encoding, const char* text);
 
@@ -44,8 +48,8 @@ U_EXPORT U_UTF16String U_ConvertEncodedStringToUnicode(unsigned char isCodePage,
 U_EXPORT unsigned int U_GetPlatformSpecificCurrentTextEncodingForSerialization();
 
 // Whether texts are kept to characters that double-byte scripts have: the
-// system's script is one, and no translation is in use. Kept until the language
-// changes.
+// system's script is one, and no translation is in use. The answer is kept until
+// a language is chosen or the library dies.
 U_EXPORT bool U_DoubleByteSafeMode();
 
 // The type of the byte at an offset, in bytes: 0 for a character of its own, -1
@@ -57,7 +61,8 @@ U_EXPORT int U_CharByte(const char* text, int offset);
 U_EXPORT int U_CharByteFromScript(const char* text, int offset, short script);
 
 // Cut *text to at most count units, or to bytes; a character stays whole or
-// goes, in UTF-8 by its sequence, in UTF-16 by its surrogate pair.
+// goes, in UTF-8 by its sequence, in UTF-16 by its surrogate pair. In UTF-8 that
+// has to be cut what is no character becomes U+FFFD.
 U_EXPORT void U_TruncateStringToNumChars(U_UTF16String* text, unsigned int count);
 U_EXPORT void U_TruncateStringToByteSize(U_UTF16String* text, unsigned int bytes);
 U_EXPORT void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes);
@@ -66,8 +71,9 @@ U_EXPORT void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)
 // A size of 0 writes nothing.
 U_EXPORT void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out);
 
-// Appends the pieces of text between the occurrences of separator, which must
-// not be empty. Empty pieces count: there is always one more than occurrences.
+// Appends the pieces of text between the occurrences of separator. Empty pieces
+// count: there is always one more than occurrences. An empty separator, which a
+// caller shouldn't give, occurs nowhere.
 U_EXPORT void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,
                                  std::vector<U_UTF16String>& parts);
 

@@ -24,21 +24,25 @@ extern "C"
     // Appends src to the text in dst; size is the whole capacity of dst.
     U_EXPORT int U_ConcatString(const char* src, size_t size, char* dst);
 
-    // Cuts text to at most length bytes, without the terminator.
+    // Cuts text to at most length bytes, without the terminator; a negative
+    // length counts as 0.
     U_EXPORT int U_TruncateString(int length, char* text);
 
-    // Stores the offset of the next character behind offset.
+    // Stores the offset of the next character behind the one at offset, or
+    // behind the byte at offset if that begins none.
     U_EXPORT int U_CharNextByte(const char* text, unsigned int offset, unsigned int* next);
 
-    // Change the case in place. Units above 0xFF stay as they are, as in the
-    // runtime's default locale, and so does the length: a result that would be
-    // longer is cut to it. Throw an int as U_UTF16ToMBString does.
+    // Change the case of ASCII letters in place, as the runtime's default locale
+    // does, by way of UTF-16. The terminator stays where it is: a result that
+    // would be longer is cut, behind a shorter one old bytes remain. Throw an int
+    // as U_UTF16ToMBString does.
     U_EXPORT int U_StringToLower(char* text);
     U_EXPORT int U_StringToUpper(char* text);
 
     // The first and the last place of a byte or a text, null if there is none.
-    // The occurrences that U_strrstr chooses from don't overlap: the last "aa"
-    // of "aaa" is at 0.
+    // The byte 0 is found at the terminator. The occurrences that U_strrstr
+    // chooses from don't overlap: the last "aa" of "aaa" is at 0. The empty text
+    // is first at the start and last at the terminator.
     U_EXPORT char* U_strchr(const char* text, int ch);
     U_EXPORT char* U_strrchr(const char* text, int ch);
     U_EXPORT char* U_strstr(const char* text, const char* needle);
@@ -49,13 +53,17 @@ extern "C"
     // digits, their difference is the result.
     U_EXPORT int U_strcmp(const char* a, const char* b);
 
-    // The same without regard to case.
+    // Compares by characters, a single byte without regard to ASCII case, a
+    // longer character by its bytes and behind all single ones.
     U_EXPORT int U_stricmp(const char* a, const char* b);
 
-    // Writes text with certain signs spelled in ASCII ("TM", "(C)", "dgr", "*",
-    // "d"); U_CleanTo7BitOnly also puts replacement, unless it is 0, in the
-    // place of all other characters beyond ASCII. *changed tells whether
-    // anything was replaced. Always 0.
+    // Writes text with the bytes 0x99, 0xA9, 0xB0, 0xB7 and 0xBC spelled in
+    // ASCII: "TM", "(C)", "dgr", "*" and "d". U_CleanTo7BitOnly also puts
+    // replacement in the place of every other character beyond ASCII. With a
+    // replacement of 0, as in U_MakeDBCSSafeStr, such characters stay, and text
+    // is taken as single-byte text that a double-byte system would misread: each
+    // byte counts alone. *changed tells whether anything was replaced. A size of
+    // 0 writes nothing. Always 0.
     U_EXPORT int U_MakeDBCSSafeStr(const char* text, unsigned int size, char* out, bool* changed);
     U_EXPORT int U_CleanTo7BitOnly(const char* text, char replacement, unsigned int size, char* out,
                                    bool* changed);

@@ -1,0 +1,373 @@
+// Conversions between encodings, byte types, and cuts.
+
+#include "U_Encoding.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "tests/support/Text.h"
+
+namespace
+{
+// The int that body throws, 0 if it throws none.
+template <class Body> int Thrown(Body body)
+{
+    try
+    {
+        body();
+        return 0;
+    }
+    catch (int code)
+    {
+        return code;
+    }
+}
+
+// A text of 2 GiB, and its terminator, out of one megabyte that is there
+// again and again.
+class VastText
+{
+public:
+    VastText()
+    {
+        mFile = memfd_create("vast", 0);
+        void* piece = nullptr;
+        if (ftruncate(mFile, kPiece) == 0)
+            piece = mmap(nullptr, kPiece, PROT_WRITE, MAP_SHARED, mFile, 0);
+        std::memset(piece, 'a', kPiece);
+        munmap(piece, kPiece);
+        mText = static_cast<char*>(mmap(nullptr, kSize + kPiece, PROT_READ,
+                                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+        for (std::size_t offset = 0; offset < kSize; offset += kPiece)
+            mmap(mText + offset, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED | MAP_POPULATE, mFile,
+                 0);
+    }
+    ~VastText()
+    {
+        munmap(mText, kSize + kPiece);
+        close(mFile);
+    }
+
+    const char* Text() const { return mText; }
+
+private:
+    static const std::size_t kPiece = 1 << 20;
+    static const std::size_t kSize = std::size_t(1) << 31;
+
+    int mFile;
+    char* mText;
+};
+} // namespace
+
+TEST(Encoding, TextGoesToUTF16AndBackInTheActiveCodePage)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string bytes;
+        std::u16string units;
+    };
+    const Row rows[] = {
+        {1252, "a\xE9\x80", u"a\u00E9\u20AC"},
+        {1252, std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
+        {1251, "\xCF\xF0\xBC", u"\u041F\u0440\u0458"},
+        {932, "\x83\x5C\\\xB1", u"\u30BD\\\uFF71"},
+        {65001, "a\xC3\xA9\xE3\x82\xBD\xF0\x9F\x98\x80", u"a\u00E9\u30BD\U0001F600"},
+        {65001, "\xE3\x82\xBD\xE3\x82\xBD\xE3\x82\xBD", u"\u30BD\u30BD\u30BD"},
+        {1252, "", u""},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.codePage);
+        const ScActiveCodePage active(row.codePage);
+        EXPECT_EQ(U_GetPlatformSpecificCurrentTextEncodingForSerialization(), row.codePage);
+        EXPECT_EQ(U_MBToUTF16String(row.bytes), Units(row.units));
+        EXPECT_EQ(U_MBToUTF16String(row.bytes.c_str()), Units(row.units.c_str()));
+        EXPECT_EQ(U_UTF16ToMBString(Units(row.units), true), row.bytes);
+        EXPECT_EQ(U_UTF16ToMBString(Units(row.units).c_str(), true), row.bytes.c_str());
+    }
+}
+
+TEST(Encoding, TheIncrementTravelsUnderASubstitute)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string bytes;
+        std::u16string back;
+    };
+    const std::u16string sign = u"x\u2206y\u2206";
+    const Row rows[] = {
+        {1252, "x\xBCy\xBC", sign},
+        {1251, "x\x86y\x86", sign},
+        {65001, "x\xE2\x88\x86y\xE2\x88\x86", sign},
+        {932, "x?y?", u"x?y?"}, // that page lacks the substitute as well
+        {1252, "x\xBCy\xBC", sign},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.codePage);
+        const ScActiveCodePage active(row.codePage);
+        EXPECT_EQ(U_UTF16ToMBString(Units(sign), false), row.bytes);
+        EXPECT_EQ(U_MBToUTF16String(row.bytes), Units(row.back));
+    }
+    EXPECT_EQ(U_UTF16ToMBString(Units(sign), true), "x\xBCy\xBC");
+    const ScActiveCodePage active(65001);
+    EXPECT_EQ(U_MBToUTF16String("\xC2\xBC"), Units(u"\u00BC"));
+}
+
+TEST(Encoding, ExactRefusesWhatThePageLacks)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::u16string units;
+        int thrown;
+        std::string inexact;
+    };
+    const Row rows[] = {
+        {1252, u"a\u4E00b", 10, "a?b"},        {1252, u"\u0101", 0, "a"}, // a near one will do
+        {1252, u"\u00E9", 0, "\xE9"},          {1251, u"\u00BC", 10, "?"},
+        {932, u"\u4E00", 0, "\x88\xEA"},       {65001, u"\u4E00", 0, "\xE4\xB8\x80"},
+        {65001, u"\xD800", 0, "\xEF\xBF\xBD"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.inexact);
+        const ScActiveCodePage active(row.codePage);
+        const U_UTF16String units = Units(row.units);
+        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units, true); }), row.thrown);
+        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units.c_str(), true); }), row.thrown);
+        EXPECT_EQ(U_UTF16ToMBString(units, false), row.inexact);
+    }
+}
+
+TEST(Encoding, RefusedConversionsThrowTheSystemsError)
+{
+    EXPECT_EQ(Thrown([] { U_ConvertEncodedStringToUnicode(1, 12345, "a"); }), 87);
+    EXPECT_EQ(U_ConvertEncodedStringToUnicode(1, 12345, ""), Units(u"")); // nobody is asked
+}
+
+#if !defined(__SANITIZE_THREAD__) // which would note every byte of it
+TEST(Encoding, ATextTooLongToBeCountedIsRefused)
+{
+    const VastText vast;
+    EXPECT_EQ(Thrown([&] { U_MBToUTF16String(vast.Text()); }), 87);
+}
+#endif
+
+TEST(Encoding, EncodedTextIsReadByCodePageOrMacintoshEncoding)
+{
+    struct Row
+    {
+        unsigned char isCodePage;
+        unsigned int encoding;
+        const char* bytes;
+        std::u16string units;
+    };
+    const Row rows[] = {
+        {0, 0, "\x8E", u"\u00E9"},
+        {0, 1, "\x83\x5C\xFD", u"\u30BD\u00A9"},
+        {0, 7, "\x80", u"\u0410"},
+        {0, 1056, "\x83\x5C", u"\u30BD"},
+        {0, 1280, "\xE9\xBC", u"\u00E9\u2206"},
+        {0, 1282, "\xCF", u"\u041F"},
+        {0, 2, "a", u""},
+        {0, 1252, "a", u""},
+        {1, 1251, "\xCF", u"\u041F"},
+        {1, 65001, "\xC2\xBC", u"\u00BC"},
+        {1, 0, "\xE9\xBC", u"\u00E9\u2206"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.encoding);
+        EXPECT_EQ(U_ConvertEncodedStringToUnicode(row.isCodePage, row.encoding, row.bytes),
+                  Units(row.units));
+    }
+}
+
+TEST(Encoding, EnglishTextGoesIntoTheActivePage)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* bytes;
+    };
+    for (const Row& row : {Row{1252, "\xE9\x99\xBC"}, Row{932, "e??"}, Row{1251, "e\x99?"},
+                           Row{65001, "\xC3\xA9\xE2\x84\xA2\xE2\x88\x86"}})
+    {
+        SCOPED_TRACE(row.codePage);
+        const ScActiveCodePage active(row.codePage);
+        EXPECT_EQ(U_ConvertEnglishEncodedTextToCurrentEncoding("\xE9\x99\xBC"), row.bytes);
+    }
+}
+
+TEST(Encoding, UTF8IsConvertedWholeAndMended)
+{
+    struct Row
+    {
+        std::string bytes;
+        std::u16string units;
+        std::string back;
+    };
+    const Row rows[] = {
+        {"", u"", ""},
+        {"\xC2\xBC\xE2\x88\x86", u"\u00BC\u2206", "\xC2\xBC\xE2\x88\x86"},
+        {"\xF0\x9F\x98\x80", u"\U0001F600", "\xF0\x9F\x98\x80"},
+        {"a\xFFz", u"a\uFFFDz", "a\xEF\xBF\xBDz"},
+        {"\xE3\x82", u"\uFFFD", "\xEF\xBF\xBD"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.bytes);
+        EXPECT_EQ(U_UTF8To16String(Bytes(row.bytes)), Units(row.units));
+        EXPECT_EQ(U_UTF16To8String(Units(row.units)), Bytes(row.back));
+    }
+    EXPECT_EQ(U_UTF16To8String(Units(u"a\xDC00z")), Bytes("a\xEF\xBF\xBDz"));
+}
+
+TEST(Encoding, AsciiIsWidenedWithItsSign)
+{
+    EXPECT_EQ(U_AsciiToUTF16String("a\x7F\x80\xFF"), Units(u"a\x7F\xFF80\xFFFF"));
+}
+
+TEST(Encoding, ByteTypesTellCharacters)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string text;
+        std::vector<int> types;
+    };
+    const Row rows[] = {
+        {1252, "\x83\x5C", {0, 0, 0}},
+        {932, "a\x83\x5C\x5C\x83\x83\xB1", {0, -1, 1, 0, -1, 1, 0, 0}},
+        {65001, "a\xC3\xA9\xF0\x9F\x98\x80", {0, -1, 1, -1, 2, 2, 1, 0}},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.codePage);
+        const ScActiveCodePage active(row.codePage);
+        std::vector<int> types;
+        for (int offset = 0; offset <= static_cast<int>(row.text.size()); ++offset)
+            types.push_back(U_CharByte(row.text.c_str(), offset));
+        EXPECT_EQ(types, row.types);
+    }
+    EXPECT_EQ(U_CharByteFromScript("\x83\x5C", 1, 0), 0);
+    EXPECT_EQ(U_CharByteFromScript("\x83\x5C", 1, 1), 1);
+}
+
+TEST(Encoding, UTF16IsCutAtCharacters)
+{
+    struct Row
+    {
+        unsigned int count;
+        std::u16string left;
+    };
+    const std::u16string text = u"a\U0001F600b";
+    for (const Row& row : {Row{5, text}, Row{4, text}, Row{3, u"a\U0001F600"}, Row{2, u"a"},
+                           Row{1, u"a"}, Row{0, u""}})
+    {
+        SCOPED_TRACE(row.count);
+        U_UTF16String cut = Units(text);
+        U_TruncateStringToNumChars(&cut, row.count);
+        EXPECT_EQ(cut, Units(row.left));
+        for (unsigned int odd : {0u, 1u})
+        {
+            cut = Units(text);
+            U_TruncateStringToByteSize(&cut, 2 * row.count + odd);
+            EXPECT_EQ(cut, Units(row.left));
+        }
+    }
+}
+
+TEST(Encoding, UTF8IsCutAtCharacters)
+{
+    struct Row
+    {
+        std::string text;
+        unsigned int bytes;
+        std::string left;
+    };
+    const Row rows[] = {
+        {"a\xE3\x82\xBD\xC3\xA9", 7, "a\xE3\x82\xBD\xC3\xA9"},
+        {"a\xE3\x82\xBD\xC3\xA9", 6, "a\xE3\x82\xBD\xC3\xA9"},
+        {"a\xE3\x82\xBD\xC3\xA9", 5, "a\xE3\x82\xBD"},
+        {"a\xE3\x82\xBD\xC3\xA9", 4, "a\xE3\x82\xBD"},
+        {"a\xE3\x82\xBD\xC3\xA9", 3, "a"},
+        {"a\xE3\x82\xBD\xC3\xA9", 1, "a"},
+        {"a\xE3\x82\xBD\xC3\xA9", 0, ""},
+        {"\xF0\x9F\x98\x80", 3, ""},
+        {"a\xFF", 2, "a\xFF"},
+        {"a\xFFzz", 3, "a"}, // the damaged byte becomes a character of three
+        {"a\xFFzzz", 4, "a\xEF\xBF\xBD"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.text << " at " << row.bytes);
+        U_UTF8String text = Bytes(row.text);
+        U_TruncateStringToByteSize(&text, row.bytes);
+        EXPECT_EQ(text, Bytes(row.left));
+    }
+}
+
+TEST(Encoding, UTF8GoesIntoABuffer)
+{
+    struct Row
+    {
+        size_t size;
+        std::string out;
+    };
+    const ScActiveCodePage active(932); // has no say
+    const std::string before = "########";
+    const Row rows[] = {
+        {0, before},
+        {1, std::string("\0#######", 8)},
+        {3, std::string("a\0######", 8)},
+        {4, std::string("a\0######", 8)},
+        {5, std::string("a\xE3\x82\xBD\0###", 8)},
+        {8, std::string("a\xE3\x82\xBD"
+                        "b\0##",
+                        8)},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.size);
+        std::string out = before;
+        U_CopyToUTF8Buf(Units(u"a\u30BDb"), row.size, reinterpret_cast<unsigned char*>(&out[0]));
+        EXPECT_EQ(out, row.out);
+    }
+}
+
+TEST(Encoding, TextIsSplitAtWholeSeparators)
+{
+    struct Row
+    {
+        std::u16string text;
+        std::u16string separator;
+        std::vector<std::u16string> parts;
+    };
+    const Row rows[] = {
+        {u"a,,b", u",", {u"a", u"", u"b"}},
+        {u"a,", u",", {u"a", u""}},
+        {u",a", u",", {u"", u"a"}},
+        {u"abc", u",", {u"abc"}},
+        {u"", u",", {u""}},
+        {u"a---b--", u"--", {u"a", u"-b", u""}},
+        {u"ab", u"", {u"ab"}},
+    };
+    for (const Row& row : rows)
+    {
+        std::vector<U_UTF16String> parts(1, Units(u"kept"));
+        std::vector<U_UTF16String> expected = parts;
+        for (const std::u16string& part : row.parts)
+            expected.push_back(Units(part));
+        U_SplitUTF16String(Units(row.text), Units(row.separator), parts);
+        EXPECT_EQ(parts, expected);
+    }
+}

@@ -1,0 +1,384 @@
+// Zero-terminated multibyte text: copies, cuts, searches, comparisons.
+
+#include "U_String.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Text.h"
+
+namespace
+{
+const char kBefore[] = "############";
+
+// A buffer that was as kBefore and then got a text with its terminator.
+std::string Written(const char* head)
+{
+    std::string whole = kBefore;
+    whole.replace(0, std::strlen(head) + 1, head, std::strlen(head) + 1);
+    return whole;
+}
+
+// The offset of a found place, -1 for none.
+std::ptrdiff_t Offset(const std::string& text, const char* place)
+{
+    return place ? place - text.c_str() : -1;
+}
+} // namespace
+
+TEST(String, CopiesAreCutAtCharacters)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* src;
+        size_t size;
+        const char* out;
+    };
+    const Row rows[] = {
+        {1252, "abc", 4, "abc"},
+        {1252, "abc", 3, "ab"},
+        {1252, "abc", 1, ""},
+        {1252, "abc", 0, nullptr},
+        {1252, "", 1, ""},
+        {1252, "a\x83\x5C", 3, "a\x83"},
+        {932, "a\x83\x5C", 4, "a\x83\x5C"},
+        {932, "a\x83\x5C", 3, "a"},
+        {932, "\x83\x5C", 2, ""},
+        {932, "\x83\x83\x83\x83", 4, "\x83\x83"},
+        {65001, "a\xF0\x9F\x98\x80z", 5, "a"},
+        {65001, "a\xF0\x9F\x98\x80z", 6, "a\xF0\x9F\x98\x80"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.src << " " << row.size);
+        const ScActiveCodePage active(row.codePage);
+        const std::string unended = std::string(row.src) + "more";
+        std::string whole = kBefore;
+        std::string counted = kBefore;
+        EXPECT_EQ(U_CopyString(row.src, row.size, &whole[0]), 0);
+        EXPECT_EQ(U_CopyStringLen(unended.data(), std::strlen(row.src), row.size, &counted[0]), 0);
+        EXPECT_EQ(counted, whole);
+        EXPECT_EQ(whole.substr(row.size), kBefore + row.size) << "written beyond the size";
+        if (row.size)
+        {
+            EXPECT_STREQ(whole.c_str(), row.out);
+        }
+    }
+}
+
+TEST(String, CopiesMayOverlap)
+{
+    char text[] = "0123456789";
+    U_CopyString(text, 8, text + 2);
+    EXPECT_STREQ(text, "010123456");
+    U_CopyString(text + 2, sizeof(text), text);
+    EXPECT_STREQ(text, "0123456");
+    U_u16 units[] = {'a', 'b', 'c', 'd', 0};
+    U_CopyStringW(units, 4, units + 1);
+    EXPECT_EQ(U_UTF16String(units), Units(u"aabc"));
+}
+
+TEST(String, WideCopiesKeepPairsWhole)
+{
+    struct Row
+    {
+        size_t size;
+        std::u16string out;
+    };
+    const U_UTF16String src = Units(u"a\U0001F600b");
+    const Row rows[] = {
+        {6, std::u16string(u"a\U0001F600b\0#", 6)}, {5, std::u16string(u"a\U0001F600b\0#", 6)},
+        {4, std::u16string(u"a\U0001F600\0##", 6)}, {3, std::u16string(u"a\0####", 6)},
+        {1, std::u16string(u"\0#####", 6)},         {0, u"######"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.size);
+        U_UTF16String out = Units(u"######");
+        EXPECT_EQ(U_CopyStringW(src.c_str(), row.size, &out[0]), 0);
+        EXPECT_EQ(out, Units(row.out));
+    }
+}
+
+TEST(String, AppendingStaysInTheBuffer)
+{
+    struct Row
+    {
+        const char* dst;
+        const char* src;
+        size_t size;
+        const char* out;
+    };
+    const Row rows[] = {
+        {"ab", "cd", 5, "abcd"}, {"ab", "cd", 4, "abc"},      {"ab", "cd", 3, "ab"},
+        {"ab", "cd", 2, "ab"},   {"abcd", "e", 2, "abcd"},    {"ab", "cd", 0, "ab"},
+        {"", "cd", 2, "c"},      {"ab", "\x83\x5C", 4, "ab"}, {"ab", "\x83\x5C", 5, "ab\x83\x5C"},
+    };
+    const ScActiveCodePage active(932);
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.dst << " " << row.src << " " << row.size);
+        std::string out = Written(row.dst);
+        EXPECT_EQ(U_ConcatString(row.src, row.size, &out[0]), 0);
+        EXPECT_EQ(out, Written(row.out));
+    }
+}
+
+TEST(String, TruncationAndSteppingKeepCharacters)
+{
+    struct Row
+    {
+        int length;
+        const char* out;
+    };
+    const ScActiveCodePage active(932);
+    for (const Row& row : {Row{9, "a\x83\x5C\xB1"}, Row{4, "a\x83\x5C\xB1"}, Row{3, "a\x83\x5C"},
+                           Row{2, "a"}, Row{1, "a"}, Row{0, ""}, Row{-1, ""}})
+    {
+        SCOPED_TRACE(row.length);
+        char text[] = "a\x83\x5C\xB1";
+        EXPECT_EQ(U_TruncateString(row.length, text), 0);
+        EXPECT_STREQ(text, row.out);
+    }
+
+    std::vector<unsigned int> starts;
+    const char text[] = "a\x83\x5C\xB1\x83\x83";
+    for (unsigned int offset = 0; text[offset]; U_CharNextByte(text, offset, &offset))
+        starts.push_back(offset);
+    EXPECT_EQ(starts, (std::vector<unsigned int>{0, 1, 3, 4}));
+    unsigned int next = 0;
+    EXPECT_EQ(U_CharNextByte(text, 2, &next), 0);
+    EXPECT_EQ(next, 3u);
+}
+
+TEST(String, CaseChangesInAsciiOnly)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string text;
+        std::string lower;
+        std::string upper;
+    };
+    const Row rows[] = {
+        {1252, "aZ\xC9\xE9@[`{", "az\xC9\xE9@[`{", "AZ\xC9\xE9@[`{"},
+        {1252, "X\xBC", "x\xBC", "X\xBC"},
+        {932, "A\x83\x41z", "a\x83\x41z", "A\x83\x41Z"}, // the trail byte is an A
+        {65001, "A\xC3\x89z", "a\xC3\x89z", "A\xC3\x89Z"},
+        {65001,
+         "A\xFF"
+         "zz",
+         "a\xEF\xBF\xBD", "A\xEF\xBF\xBD"}, // cut to the old length
+        {65001,
+         "AB\xFF"
+         "z",
+         "ab\xFF"
+         "z",
+         "AB\xFF"
+         "z"}, // no room for U+FFFD: stale
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.text);
+        const ScActiveCodePage active(row.codePage);
+        std::string text = row.text;
+        EXPECT_EQ(U_StringToLower(&text[0]), 0);
+        EXPECT_EQ(text, row.lower);
+        text = row.text;
+        EXPECT_EQ(U_StringToUpper(&text[0]), 0);
+        EXPECT_EQ(text, row.upper);
+    }
+}
+
+TEST(String, BytesAreFoundOnlyWhereCharactersStart)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string text;
+        char byte;
+        std::ptrdiff_t first;
+        std::ptrdiff_t last;
+    };
+    const Row rows[] = {
+        {1252, "a\\b\\c", '\\', 1, 3},    {1252, "abc", 'x', -1, -1},
+        {1252, "abc", 0, 3, 3},           {1252, "", 'a', -1, -1},
+        {1252, "\x83\\", '\\', 1, 1},     {932, "\x83\\", '\\', -1, -1},
+        {932, "\x83\\\x83\\", 0, 4, 4},   {932, "\x83\\x\\\x83\\", '\\', 3, 3},
+        {932, "\x83\\\\", '\\', 2, 2},    {932, "\x83\x83\x83\x83z", '\x83', 0, 2},
+        {932, "a\x83\x83", '\x83', 1, 1}, {65001, "\xC3\xA9\xA9", '\xA9', 2, 2},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.text);
+        const ScActiveCodePage active(row.codePage);
+        const char* text = row.text.c_str();
+        EXPECT_EQ(Offset(row.text, U_strchr(text, row.byte)), row.first);
+        EXPECT_EQ(Offset(row.text, U_strrchr(text, row.byte)), row.last);
+    }
+}
+
+TEST(String, TextsAreFoundOnlyWhereCharactersStart)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        std::string text;
+        const char* needle;
+        std::ptrdiff_t first;
+        std::ptrdiff_t last;
+    };
+    const Row rows[] = {
+        {1252, "aaa", "aa", 0, 0},
+        {1252, "aaaa", "aa", 0, 2},
+        {1252, "xabyabz", "ab", 1, 4},
+        {1252, "abc", "abcd", -1, -1},
+        {1252, "abc", "", 0, 3},
+        {932, "\x83\\n\\n", "\\n", 3, 3},
+        {932, "\x83\\n\x83\\n", "\\n", -1, -1},
+        {932, "\x83\\\x83\\", "\x83\\", 0, 2},
+        {932, "\\\x83\\", "\\\x83", 0, 0}, // goes on inside a character
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.text);
+        const ScActiveCodePage active(row.codePage);
+        const char* text = row.text.c_str();
+        EXPECT_EQ(Offset(row.text, U_strstr(text, row.needle)), row.first);
+        EXPECT_EQ(Offset(row.text, U_strrstr(text, row.needle)), row.last);
+    }
+}
+
+// A search that asked for the type of each match from the start of the text
+// would take hours.
+TEST(String, SearchingIsLinearInRunsOfLeadBytes)
+{
+    const ScActiveCodePage active(932);
+    const std::string text = std::string(2 << 20, '\x83') + "a";
+    EXPECT_EQ(Offset(text, U_strrchr(text.c_str(), '\x83')), (2 << 20) - 2);
+    EXPECT_EQ(Offset(text, U_strrstr(text.c_str(), "\x83\x83")), (2 << 20) - 2);
+    EXPECT_EQ(U_stricmp(text.c_str(), text.c_str()), 0);
+}
+
+TEST(String, ComparesByFirstByteOrByUnits)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* a;
+        const char* b;
+        int order;
+    };
+    const Row rows[] = {
+        {1252, "", "", 0},
+        {1252, "", "a", -1},
+        {1252, "a", "", 1},
+        {1252, "a", "c", -2}, // the difference
+        {1252, "Z", "A", 25},
+        {1252, "9x", "2", 7},
+        {1252, "a", "B", 1}, // different classes: by units
+        {1252, "a", "Zz", 1},
+        {1252, "1", "a", -1},
+        {1252, "ab", "az", -1}, // the first bytes are equal
+        {1252, "ab", "abc", -1},
+        {1252, "abc", "ab", 1},
+        {1252, "abc", "abc", 0},
+        {1252, "\x80", "\xFF", 1},    // U+20AC and U+00FF
+        {932, "\xB1", "\x81\x40", 1}, // U+FF71 and U+3000
+        {65001, "\xC3\xA9", "z", 1},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.a << " " << row.b);
+        const ScActiveCodePage active(row.codePage);
+        EXPECT_EQ(U_strcmp(row.a, row.b), row.order);
+    }
+}
+
+TEST(String, ComparesWithoutCase)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* a;
+        const char* b;
+        int order;
+    };
+    const Row rows[] = {
+        {1252, "", "", 0},
+        {1252, "", "a", -1},
+        {1252, "aBc", "AbC", 0},
+        {1252, "a", "B", -1},
+        {1252, "Z", "a", 1},
+        {1252, "_", "A", -1}, // letters are folded to lower case
+        {1252, "ab", "ABC", -1},
+        {1252, "\xC9", "\xE9", -1},
+        {932, "\x83\x41", "\x83\x61", -1}, // trail bytes are no letters
+        {932, "A\x83\x41", "a\x83\x41", 0},
+        {932, "\xB1", "\x81\x40", -1}, // a longer character comes later
+        {932, "\x83", "\x83\x41", -1},
+        {65001, "\xC3\xA9", "\xC3\xA8", 1},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.a << " " << row.b);
+        const ScActiveCodePage active(row.codePage);
+        EXPECT_EQ(U_stricmp(row.a, row.b), row.order);
+        EXPECT_EQ(U_stricmp(row.b, row.a), -row.order);
+    }
+}
+
+TEST(String, CleaningSpellsOrReplaces)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* text;
+        char replacement;
+        unsigned int size;
+        const char* out; // null: nothing is written
+        bool changed;
+    };
+    const Row rows[] = {
+        {1252, "plain", '?', 9, "plain", false},
+        {1252, "", '?', 9, "", false},
+        {1252, "\xA9\xE9", '?', 9, "(C)?", true},
+        {1252, "\x99\xB0\xB7\xBC", '?', 9, "TMdgr*d", true},
+        {1252, "\xE9", 0, 9, "\xE9", false},
+        {1252, "\xE9\xA9", 0, 9, "\xE9(C)", true},
+        {1252,
+         "ab\xA9"
+         "d",
+         '?', 5, "ab(C", true},                // cut at the limit
+        {1252, "ab\xA9", '?', 3, "ab", false}, // not reached
+        {1252, "abc", '?', 3, "ab", false},
+        {1252, "abc", '?', 1, "", false},
+        {1252, "\xA9", '?', 0, nullptr, false},
+        {932, "a\x83\x5C\xB1z", '?', 9, "a??z", true},
+        {932, "a\x83\x99z", '?', 9, "a?z", true},
+        {932, "a\x83\x99z", 0, 9, "a\x83TMz", true}, // each byte alone
+        {932, "a\x83\x5C", 0, 3, "a", false},        // no half character
+        {932, "a\x83", '?', 9, "a?", true},
+        {65001, "\xF0\x9F\x98\x80z", '?', 9, "?z", true},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.text << " " << row.size);
+        const ScActiveCodePage active(row.codePage);
+        std::string out = kBefore;
+        bool changed = !row.changed;
+        EXPECT_EQ(U_CleanTo7BitOnly(row.text, row.replacement, row.size, &out[0], &changed), 0);
+        EXPECT_EQ(out, row.out ? Written(row.out) : kBefore);
+        EXPECT_EQ(changed, row.changed);
+        if (row.replacement)
+            continue;
+        out = kBefore;
+        EXPECT_EQ(U_MakeDBCSSafeStr(row.text, row.size, &out[0], &changed), 0);
+        EXPECT_EQ(out, Written(row.out));
+        EXPECT_EQ(changed, row.changed);
+    }
+}

@@ -1,0 +1,79 @@
+// Cuts of UTF-16 and UTF-8 text that keep characters whole.
+
+#include <algorithm>
+#include <limits>
+
+#include <krobase/text.h>
+
+#include "U_Encoding.h"
+#include "U_String.h"
+
+namespace
+{
+bool ContinuesSequence(U_u8 byte)
+{
+    return (byte & 0xC0) == 0x80;
+}
+
+unsigned int ClampedCount(std::size_t count)
+{
+    return static_cast<unsigned int>(
+        std::min<std::size_t>(count, std::numeric_limits<unsigned int>::max()));
+}
+} // namespace
+
+void U_TruncateStringToNumChars(U_UTF16String* text, unsigned int count)
+{
+    *text = krobase::utility::TruncateStringToNumChars(*text, count, false);
+}
+
+void U_TruncateStringToByteSize(U_UTF16String* text, unsigned int bytes)
+{
+    U_TruncateStringToNumChars(text, bytes / sizeof(U_u16));
+}
+
+void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)
+{
+    if (text->size() <= bytes)
+        return;
+    if (bytes == 0)
+    {
+        text->clear();
+        return;
+    }
+    // By way of UTF-16 what is no UTF-8 becomes U+FFFD, so that a cut text
+    // holds nothing but whole characters.
+    U_UTF8String whole = U_UTF16To8String(U_UTF8To16String(*text));
+    std::size_t length = std::min<std::size_t>(bytes, whole.size());
+    while (length > 0 && ContinuesSequence(whole[length]))
+        --length;
+    whole.resize(length);
+    text->swap(whole);
+}
+
+void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out)
+{
+    if (size == 0)
+        return;
+    U_UTF8String bytes = U_UTF16To8String(text);
+    U_TruncateStringToByteSize(&bytes, ClampedCount(size - 1));
+    const int failure = U_CopyString(reinterpret_cast<const char*>(bytes.c_str()), size,
+                                     reinterpret_cast<char*>(out));
+    if (failure)
+        throw failure;
+}
+
+void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,
+                        std::vector<U_UTF16String>& parts)
+{
+    std::size_t start = 0;
+    while (!separator.empty())
+    {
+        const std::size_t end = text.find(separator, start);
+        if (end == U_UTF16String::npos)
+            break;
+        parts.emplace_back(text, start, end - start);
+        start = end + separator.size();
+    }
+    parts.emplace_back(text, start);
+}

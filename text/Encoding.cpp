@@ -1,0 +1,198 @@
+#include "U_Encoding.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include <tolv/text.h>
+#include <win32/text.h>
+
+namespace
+{
+const U_u16 kIncrement = 0x2206;
+const unsigned int kWindowsLatin1 = 1252;
+const unsigned int kWindowsCyrillic = 1251;
+const int kInexact = 10;
+
+[[noreturn]] void ThrowFailure(unsigned int error)
+{
+    throw error ? static_cast<int>(error) : 1;
+}
+
+// The system counts in signed 32 bits.
+int SystemCount(std::size_t count)
+{
+    if (count > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        ThrowFailure(win32::kErrorInvalidParameter);
+    return static_cast<int>(count);
+}
+
+// What stands for U+2206 in multibyte text. Derived at each use, since a host
+// may change the active code page; asking for that is one load.
+U_u16 DeltaSubstitute()
+{
+    return win32::GetACP() == kWindowsCyrillic ? 0x2020 : 0x00BC;
+}
+
+// The most bytes that one unit takes.
+std::size_t BytesPerUnit(unsigned int codePage)
+{
+    return codePage == win32::kCodePageUTF8 ? 3 : 2;
+}
+
+U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t length)
+{
+    U_UTF16String units;
+    if (!length)
+        return units;
+    const int byteCount = SystemCount(length);
+    units.resize(length); // no character has more units than bytes
+    const int count =
+        win32::MultiByteToWideChar(codePage, 0, bytes, byteCount, &units[0], byteCount);
+    if (count == 0)
+        ThrowFailure(win32::GetLastError());
+    units.resize(static_cast<std::size_t>(count));
+    return units;
+}
+
+// usedDefault: null, or set if a character had no equivalent. Not for UTF-8.
+template <class String>
+String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, int* usedDefault)
+{
+    String bytes;
+    if (!length)
+        return bytes;
+    const int unitCount = SystemCount(length);
+    const int capacity = SystemCount(length * BytesPerUnit(codePage));
+    bytes.resize(static_cast<std::size_t>(capacity));
+    const int count = win32::WideCharToMultiByte(codePage, 0, units, unitCount,
+                                                 reinterpret_cast<char*>(&bytes[0]), capacity,
+                                                 nullptr, usedDefault);
+    if (count == 0)
+        ThrowFailure(win32::GetLastError());
+    bytes.resize(static_cast<std::size_t>(count));
+    return bytes;
+}
+
+// To UTF-16, with U+2206 brought back. UTF-8 has that character itself.
+U_UTF16String FromCodePage(unsigned int codePage, const char* bytes, std::size_t length)
+{
+    if (codePage == win32::kCodePageActive)
+        codePage = win32::GetACP();
+    U_UTF16String units = ToUnits(codePage, bytes, length);
+    if (codePage != win32::kCodePageUTF8)
+        std::replace(units.begin(), units.end(), DeltaSubstitute(), kIncrement);
+    return units;
+}
+
+std::string ConvertToActive(unsigned int codePage, const U_u16* units, std::size_t length,
+                            bool exact)
+{
+    int usedDefault = 0;
+    int* const asked = exact && codePage != win32::kCodePageUTF8 ? &usedDefault : nullptr;
+    std::string bytes = ToBytes<std::string>(codePage, units, length, asked);
+    if (usedDefault)
+        throw kInexact;
+    return bytes;
+}
+
+std::string ToActive(const U_u16* units, std::size_t length, bool exact)
+{
+    const unsigned int codePage = win32::GetACP();
+    const U_u16* const end = units + length;
+    if (codePage == win32::kCodePageUTF8 || std::find(units, end, kIncrement) == end)
+        return ConvertToActive(codePage, units, length, exact);
+    U_UTF16String substituted(units, length);
+    std::replace(substituted.begin(), substituted.end(), kIncrement, DeltaSubstitute());
+    return ConvertToActive(codePage, substituted.data(), length, exact);
+}
+
+// 0 for an encoding that isn't known.
+unsigned int CodePageOfMacEncoding(unsigned int encoding)
+{
+    switch (encoding)
+    {
+    case 0:
+        return 10000;
+    case 1:
+        return 10001;
+    case 7:
+        return 10007;
+    case 1056:
+        return 932;
+    case 1280:
+        return kWindowsLatin1;
+    case 1282:
+        return kWindowsCyrillic;
+    default:
+        return 0;
+    }
+}
+} // namespace
+
+U_UTF16String U_MBToUTF16String(const std::string& text)
+{
+    return FromCodePage(win32::kCodePageActive, text.data(), text.size());
+}
+
+U_UTF16String U_MBToUTF16String(const char* text)
+{
+    return FromCodePage(win32::kCodePageActive, text, std::strlen(text));
+}
+
+std::string U_UTF16ToMBString(const U_UTF16String& text, bool exact)
+{
+    return ToActive(text.data(), text.size(), exact);
+}
+
+std::string U_UTF16ToMBString(const U_u16* text, bool exact)
+{
+    return ToActive(text, std::char_traits<U_u16>::length(text), exact);
+}
+
+U_UTF16String U_UTF8To16String(const U_UTF8String& text)
+{
+    return ToUnits(win32::kCodePageUTF8, reinterpret_cast<const char*>(text.data()), text.size());
+}
+
+U_UTF8String U_UTF16To8String(const U_UTF16String& text)
+{
+    return ToBytes<U_UTF8String>(win32::kCodePageUTF8, text.data(), text.size(), nullptr);
+}
+
+U_UTF16String U_AsciiToUTF16String(const char* text)
+{
+    U_UTF16String units(std::strlen(text), 0);
+    std::transform(text, text + units.size(), units.begin(),
+                   [](char byte) { return static_cast<U_u16>(static_cast<signed char>(byte)); });
+    return units;
+}
+
+std::string U_ConvertEnglishEncodedTextToCurrentEncoding(const std::string& text)
+{
+    return U_UTF16ToMBString(FromCodePage(kWindowsLatin1, text.data(), text.size()), false);
+}
+
+U_UTF16String U_ConvertEncodedStringToUnicode(unsigned char isCodePage, unsigned int encoding,
+                                              const char* text)
+{
+    if (isCodePage)
+        return FromCodePage(encoding, text, std::strlen(text));
+    const unsigned int codePage = CodePageOfMacEncoding(encoding);
+    return codePage ? FromCodePage(codePage, text, std::strlen(text)) : U_UTF16String();
+}
+
+unsigned int U_GetPlatformSpecificCurrentTextEncodingForSerialization()
+{
+    return win32::GetACP();
+}
+
+int U_CharByte(const char* text, int offset)
+{
+    return CharByte(text, offset);
+}
+
+int U_CharByteFromScript(const char* text, int offset, short script)
+{
+    return CharacterByteType(text, offset, script);
+}

@@ -1,0 +1,38 @@
+#include "U_String.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "U_Encoding.h"
+#include "text/Characters.h"
+
+namespace
+{
+// Maps the units from first to last by a distance.
+int ShiftLetters(char* text, char first, char last, int distance)
+{
+    U_UTF16String units = U_MBToUTF16String(text);
+    for (U_u16& unit : units)
+    {
+        if (first <= unit && unit <= last)
+            unit = static_cast<U_u16>(unit + distance);
+    }
+    const std::string changed = U_UTF16ToMBString(units, false);
+    // What stands for a byte that is no character may be longer than it.
+    std::size_t length = std::strlen(text);
+    if (changed.size() > length)
+        length = WholeCharacters(changed.data(), length);
+    std::memcpy(text, changed.data(), std::min(length, changed.size()));
+    return 0;
+}
+} // namespace
+
+int U_StringToLower(char* text)
+{
+    return ShiftLetters(text, 'A', 'Z', 'a' - 'A');
+}
+
+int U_StringToUpper(char* text)
+{
+    return ShiftLetters(text, 'a', 'z', 'A' - 'a');
+}
