@@ -12,9 +12,9 @@ namespace hollin
 class VoErrException
 {
 public:
-    static const std::int32_t kBufferTooSmall = 0x42554646;    // "BUFF"
-    static const std::int32_t kBadParameter = 0x5041524D;      // "PARM"
-    static const std::int32_t kConversionRefused = 0x6875683F; // "huh?"
+    static constexpr std::int32_t kBufferTooSmall = 0x42554646;    // "BUFF"
+    static constexpr std::int32_t kBadParameter = 0x5041524D;      // "PARM"
+    static constexpr std::int32_t kConversionRefused = 0x6875683F; // "huh?"
 
     explicit VoErrException(std::int32_t code) : mCode(code) {}
 

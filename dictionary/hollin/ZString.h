@@ -32,6 +32,10 @@ public:
     ZString(const std::uint16_t* units, std::uint32_t count);
     static ZString FromNumber(std::int32_t number);
 
+    // From units as they are stored, at any address. length is in bytes; an odd
+    // last one is left out.
+    static ZString FromStored(const void* bytes, std::uint32_t length);
+
     // The text of a ZString literal in the registered dictionary of a domain.
     static ZString FromDomain(std::uint32_t domain, const char* zstring,
                               TextEncoding encoding = nullptr);

@@ -1,0 +1,25 @@
+// Bytes that somebody else owns: a key, or a text as it is stored, which may
+// stand at an odd address and have an odd length.
+
+#ifndef HOLLIN_PRIVATE_BYTE_RUN_H
+#define HOLLIN_PRIVATE_BYTE_RUN_H
+
+#include <cstdint>
+#include <cstring>
+
+namespace hollin_private
+{
+struct ByteRun
+{
+    const unsigned char* mBytes = nullptr; // may be null if there are none
+    std::uint32_t mLength = 0;
+};
+
+inline bool operator==(const ByteRun& left, const ByteRun& right)
+{
+    return left.mLength == right.mLength &&
+           (left.mLength == 0 || std::memcmp(left.mBytes, right.mBytes, left.mLength) == 0);
+}
+} // namespace hollin_private
+
+#endif
