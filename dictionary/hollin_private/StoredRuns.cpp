@@ -1,0 +1,85 @@
+#include "hollin_private/StoredRuns.h"
+
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+namespace hollin_private
+{
+namespace
+{
+typedef std::unique_ptr<unsigned char[]> OwnedRun;
+
+OwnedRun Copy(const ByteRun& run)
+{
+    if (!run.mLength)
+        return nullptr;
+    OwnedRun copy(new unsigned char[run.mLength]);
+    std::memcpy(copy.get(), run.mBytes, run.mLength);
+    return copy;
+}
+
+template <class Items, class Item> void InsertAt(Items& items, std::size_t index, Item&& item)
+{
+    items.insert(std::next(items.begin(), static_cast<std::ptrdiff_t>(index)),
+                 std::forward<Item>(item));
+}
+
+// Room for one more, growing as push_back does.
+template <class Items> void MakeRoom(Items& items)
+{
+    if (items.size() == items.capacity())
+        items.reserve(items.size() + items.size() / 2 + 4);
+}
+} // namespace
+
+ByteRun StoredRuns::Get(std::size_t index) const
+{
+    if (index >= mLengths.size() || !mLengths[index])
+        return ByteRun();
+    if (index < mPointers.size() && mPointers[index])
+        return ByteRun{mPointers[index].get(), mLengths[index]};
+    return ByteRun{mPool.data() + mOffsets[index], mLengths[index]};
+}
+
+void StoredRuns::Replace(std::size_t index, const ByteRun& run)
+{
+    if (run.mLength > mLengths[index])
+    {
+        OwnedRun copy = Copy(run);
+        mPointers.resize(mLengths.size());
+        mPointers[index] = std::move(copy);
+        if (!mOffsets.empty())
+            mOffsets[index] = 0;
+    }
+    else if (run.mLength)
+    {
+        // The run may be part of this store, and so overlap.
+        const ByteRun old = Get(index);
+        std::memmove(const_cast<unsigned char*>(old.mBytes), run.mBytes, run.mLength);
+    }
+    mLengths[index] = static_cast<std::uint16_t>(run.mLength);
+}
+
+void StoredRuns::Insert(std::size_t index, const ByteRun& run)
+{
+    OwnedRun copy = Copy(run);
+    mPointers.resize(mLengths.size());
+    MakeRoom(mPointers);
+    MakeRoom(mLengths);
+    if (!mOffsets.empty())
+    {
+        MakeRoom(mOffsets);
+        InsertAt(mOffsets, index, 0u);
+    }
+    InsertAt(mLengths, index, static_cast<std::uint16_t>(run.mLength));
+    InsertAt(mPointers, index, std::move(copy));
+}
+
+void StoredRuns::SetApart(std::size_t index)
+{
+    OwnedRun copy = Copy(Get(index));
+    mPointers.resize(mLengths.size());
+    mPointers[index] = std::move(copy);
+}
+} // namespace hollin_private

@@ -1,0 +1,41 @@
+// Keys, values or comments of a block, by index.
+//
+// A run stands in the pool, or apart where a pointer is set: what was added one
+// by one, and what was replaced by something longer.
+
+#ifndef HOLLIN_PRIVATE_STORED_RUNS_H
+#define HOLLIN_PRIVATE_STORED_RUNS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "hollin_private/ByteRun.h"
+#include "hollin_private/Table.h"
+
+namespace hollin_private
+{
+struct StoredRuns
+{
+    Table<std::uint32_t> mOffsets; // into mPool; none if all runs stand apart
+    Table<std::uint16_t> mLengths; // bytes
+    Table<unsigned char> mPool;
+    std::vector<std::unique_ptr<unsigned char[]>> mPointers; // none, or one a run
+
+    std::size_t Size() const { return mLengths.size(); }
+
+    // Empty beyond the end.
+    ByteRun Get(std::size_t index) const;
+
+    // The run is copied. Overwrites in place what isn't shorter. A failed
+    // allocation changes nothing.
+    void Replace(std::size_t index, const ByteRun& run);
+    void Insert(std::size_t index, const ByteRun& run); // index up to Size()
+
+    // Gives the run a place of its own.
+    void SetApart(std::size_t index);
+};
+} // namespace hollin_private
+
+#endif
