@@ -15,6 +15,14 @@ struct ByteRun
     std::uint32_t mLength = 0;
 };
 
+const std::uint32_t kUnitSize = sizeof(std::uint16_t);
+
+// A text as it is stored; length is in bytes.
+inline ByteRun StoredFormOf(const std::uint16_t* units, std::uint32_t length)
+{
+    return ByteRun{reinterpret_cast<const unsigned char*>(units), length};
+}
+
 inline bool operator==(const ByteRun& left, const ByteRun& right)
 {
     return left.mLength == right.mLength &&

@@ -9,6 +9,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "hollin_private/ByteRun.h"
@@ -68,8 +70,12 @@ public:
     const IdBuckets& Buckets() const { return mBuckets; }
 
 private:
+    typedef std::unordered_map<std::string_view, std::uint32_t> KnownKeys;
+
     const FastArrayBlock* BlockOf(std::uint32_t id) const; // null if there is none
+    FastArrayBlock* BlockOf(std::uint32_t id);
     FastArrayBlock& OpenBlock();
+    KnownKeys KeysOfBucket(std::uint32_t bucket) const;
     void MergeKnownKeys(FastArrayBlock& block, const FileBuckets& buckets);
     void AppendIds(const FastArrayBlock& block, const FileBuckets& buckets);
 

@@ -1,7 +1,6 @@
 #include "hollin_private/FastArrayBlock.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace hollin_private
 {
@@ -28,22 +27,24 @@ std::uint32_t FastArrayBlock::CountLive() const
     return mCount - static_cast<std::uint32_t>(removed);
 }
 
+void FastArrayBlock::Append(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
+{
+    // What a failed allocation leaves stands behind mCount, where nobody looks.
+    mKeys.Insert(mCount, key);
+    mValues.Insert(mCount, value);
+    if (comment)
+        SetComment(mCount, *comment);
+    ++mCount;
+}
+
 void FastArrayBlock::SetComment(std::uint32_t slot, const ByteRun& comment)
 {
     const std::size_t index = CommentIndex(*this, slot);
     if (IsCommentOf(*this, index, slot))
         return mComments.Replace(index, comment);
-    const auto place = mCommentIds.insert(
-        std::next(mCommentIds.begin(), static_cast<std::ptrdiff_t>(index)), slot);
-    try
-    {
-        mComments.Insert(index, comment);
-    }
-    catch (...)
-    {
-        mCommentIds.erase(place);
-        throw;
-    }
+    MakeRoom(mCommentIds);
+    mComments.Insert(index, comment);
+    InsertAt(mCommentIds, index, slot);
 }
 
 void FastArrayBlock::Remove(std::uint32_t slot)

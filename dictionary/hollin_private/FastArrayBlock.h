@@ -5,7 +5,7 @@
 // mCommentIds.
 //
 // Who fills in a block answers for it: mKeys (of a block with keys) and mValues
-// have mCount runs, each offset with its length lies in its pool, mCommentIds
+// have at least mCount runs, each offset with its length lies in its pool, mCommentIds
 // ascends, holds slots of the block and has as many items as mComments.
 
 #ifndef HOLLIN_PRIVATE_FAST_ARRAY_BLOCK_H
@@ -33,6 +33,9 @@ struct FastArrayBlock
     // All of a block without keys are live. slot is below mCount.
     bool IsLive(std::uint32_t slot) const { return !mHasKeys || mKeys.mLengths[slot] != 0; }
     std::uint32_t CountLive() const;
+
+    // Appends a slot. comment may be null.
+    void Append(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
 
     // Sets the slot's comment, replacing the one it has.
     void SetComment(std::uint32_t slot, const ByteRun& comment);

@@ -44,14 +44,14 @@ public:
     // walk starts anew.
     void ResetIterator();
     bool Next();
-    const HashItem* IteratorItem() const { return mIterItem; } // null outside a walk
+    const HashItem* IteratorItem() const { return mIterItem; }
 
 private:
     HashItem** FindLink(const HashItem& key);
 
-    std::vector<HashItem*> mBuckets; // empty, or the heads of kBucketCount chains
-    std::uint32_t mIterBucket = 0;
-    const HashItem* mIterItem = nullptr;
+    std::vector<HashItem*> mBuckets;     // empty, or the heads of kBucketCount chains
+    std::uint32_t mIterBucket = 0;       // the bucket of mIterItem
+    const HashItem* mIterItem = nullptr; // null outside a walk
 };
 } // namespace hollin_private
 

@@ -17,8 +17,8 @@
 
 namespace hollin_private
 {
-// Buckets as a file lays them out. Each number is below kBucketCount; mSizes has
-// as many items as mNumbers, and their sum is the size of mIds.
+// Buckets as a file lays them out. Each number is below kBucketCount and comes
+// once; mSizes has as many items as mNumbers, and their sum is the size of mIds.
 struct FileBuckets
 {
     Table<std::uint16_t> mNumbers;

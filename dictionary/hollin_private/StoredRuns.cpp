@@ -1,7 +1,6 @@
 #include "hollin_private/StoredRuns.h"
 
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 namespace hollin_private
@@ -17,19 +16,6 @@ OwnedRun Copy(const ByteRun& run)
     OwnedRun copy(new unsigned char[run.mLength]);
     std::memcpy(copy.get(), run.mBytes, run.mLength);
     return copy;
-}
-
-template <class Items, class Item> void InsertAt(Items& items, std::size_t index, Item&& item)
-{
-    items.insert(std::next(items.begin(), static_cast<std::ptrdiff_t>(index)),
-                 std::forward<Item>(item));
-}
-
-// Room for one more, growing as push_back does.
-template <class Items> void MakeRoom(Items& items)
-{
-    if (items.size() == items.capacity())
-        items.reserve(items.size() + items.size() / 2 + 4);
 }
 } // namespace
 

@@ -28,7 +28,7 @@ struct StoredRuns
     // Empty beyond the end.
     ByteRun Get(std::size_t index) const;
 
-    // The run is copied. Overwrites in place what isn't shorter. A failed
+    // The run is copied. What fits is overwritten in place. A failed
     // allocation changes nothing.
     void Replace(std::size_t index, const ByteRun& run);
     void Insert(std::size_t index, const ByteRun& run); // index up to Size()

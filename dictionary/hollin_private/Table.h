@@ -4,6 +4,8 @@
 #ifndef HOLLIN_PRIVATE_TABLE_H
 #define HOLLIN_PRIVATE_TABLE_H
 
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -35,6 +37,19 @@ public:
 };
 
 template <class T> using Table = std::vector<T, UninitializedAllocator<T>>;
+
+// Room for one more item, which then is inserted without a failure.
+template <class Items> void MakeRoom(Items& items)
+{
+    if (items.size() == items.capacity())
+        items.reserve(items.size() + items.size() / 2 + 4);
+}
+
+template <class Items, class Item> void InsertAt(Items& items, std::size_t index, Item&& item)
+{
+    items.insert(std::next(items.begin(), static_cast<std::ptrdiff_t>(index)),
+                 std::forward<Item>(item));
+}
 } // namespace hollin_private
 
 #endif

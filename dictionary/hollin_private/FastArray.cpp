@@ -1,0 +1,239 @@
+#include "hollin_private/FastArray.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "hollin/Dictionary.h"
+
+namespace hollin_private
+{
+namespace
+{
+using hollin::kLongestRun;
+using hollin::kNoId;
+
+const std::uint32_t kSlotsOfOpenBlock = 100;
+const std::uint32_t kLongestMergedKey = 1023; // longer ones never equal in a merge
+
+bool CanMerge(const ByteRun& key)
+{
+    return key.mLength > 0 && key.mLength <= kLongestMergedKey;
+}
+
+std::string_view ViewOf(const ByteRun& key)
+{
+    return std::string_view(reinterpret_cast<const char*>(key.mBytes), key.mLength);
+}
+
+bool IsUnaligned(const ByteRun& run)
+{
+    return reinterpret_cast<std::uintptr_t>(run.mBytes) % alignof(std::uint16_t) != 0;
+}
+
+// Calls visit(bucket, begin, end) for each bucket, with its slots.
+template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visit& visit)
+{
+    const std::uint32_t* slots = buckets.mIds.data();
+    for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
+    {
+        visit(buckets.mNumbers[i], slots, slots + buckets.mSizes[i]);
+        slots += buckets.mSizes[i];
+    }
+}
+} // namespace
+
+const FastArrayBlock* FastArray::BlockOf(std::uint32_t id) const
+{
+    if (id >= mTotalIds)
+        return nullptr;
+    const auto startsBehind = [](std::uint32_t wanted, const FastArrayBlock& block) {
+        return wanted < block.mBaseId;
+    };
+    return &*std::prev(std::upper_bound(mBlocks.begin(), mBlocks.end(), id, startsBehind));
+}
+
+FastArrayBlock* FastArray::BlockOf(std::uint32_t id)
+{
+    return const_cast<FastArrayBlock*>(static_cast<const FastArray*>(this)->BlockOf(id));
+}
+
+std::uint32_t FastArray::Find(const ByteRun& key) const
+{
+    const FastArrayBlock* block = nullptr;
+    const std::uint16_t* lengths = nullptr;
+    std::uint32_t base = 0;
+    std::uint32_t count = 0;
+    for (std::uint32_t id : mBuckets.Get(HashKey(key, kBucketCount)))
+    {
+        if (id < base || id - base >= count)
+        {
+            block = BlockOf(id);
+            base = block->mBaseId;
+            count = block->mCount;
+            lengths = block->mKeys.mLengths.data();
+        }
+        if (lengths[id - base] == key.mLength && block->mKeys.Get(id - base) == key)
+            return id;
+    }
+    return kNoId;
+}
+
+bool FastArray::IsLive(std::uint32_t id) const
+{
+    const FastArrayBlock* block = BlockOf(id);
+    return block && block->IsLive(id - block->mBaseId);
+}
+
+ByteRun FastArray::Key(std::uint32_t id) const
+{
+    const FastArrayBlock* block = BlockOf(id);
+    return block ? block->mKeys.Get(id - block->mBaseId) : ByteRun();
+}
+
+ByteRun FastArray::Value(std::uint32_t id) const
+{
+    const FastArrayBlock* block = BlockOf(id);
+    if (!block || !block->IsLive(id - block->mBaseId))
+        return ByteRun();
+    return block->mValues.Get(id - block->mBaseId);
+}
+
+ByteRun FastArray::Comment(std::uint32_t id) const
+{
+    const FastArrayBlock* block = BlockOf(id);
+    return block ? block->CommentOf(id - block->mBaseId) : ByteRun();
+}
+
+void FastArray::AlignValue(std::uint32_t id)
+{
+    if (!IsUnaligned(Value(id)))
+        return;
+    FastArrayBlock* block = BlockOf(id);
+    block->mValues.SetApart(id - block->mBaseId);
+}
+
+std::uint32_t FastArray::Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
+{
+    if (std::max({key.mLength, value.mLength, comment ? comment->mLength : 0}) > kLongestRun)
+        return kNoId;
+    const std::uint32_t found = Find(key);
+    if (found != kNoId)
+    {
+        FastArrayBlock* block = BlockOf(found);
+        block->mValues.Replace(found - block->mBaseId, value);
+        if (comment)
+            block->SetComment(found - block->mBaseId, *comment);
+        return found;
+    }
+    if (mTotalIds == kNoId)
+        return kNoId;
+    const std::uint32_t bucket = HashKey(key, kBucketCount);
+    mBuckets.Reserve(bucket, 1);
+    FastArrayBlock& block = OpenBlock();
+    block.Append(key, value, comment);
+    mBuckets.Append(bucket, mTotalIds);
+    if (block.mCount == kSlotsOfOpenBlock)
+        mLastBlockOpen = false;
+    ++mLiveCount;
+    return mTotalIds++;
+}
+
+FastArrayBlock& FastArray::OpenBlock()
+{
+    if (!mLastBlockOpen)
+    {
+        mBlocks.emplace_back();
+        mBlocks.back().mBaseId = mTotalIds;
+        mLastBlockOpen = true;
+    }
+    return mBlocks.back();
+}
+
+std::uint32_t FastArray::Remove(std::uint32_t id)
+{
+    FastArrayBlock* block = BlockOf(id);
+    if (!block || !block->mHasKeys || !block->IsLive(id - block->mBaseId))
+        return kNoId;
+    block->Remove(id - block->mBaseId);
+    --mLiveCount;
+    return id;
+}
+
+bool FastArray::AdoptBlock(FastArrayBlock&& block, FileBuckets&& buckets, std::uint32_t base)
+{
+    const std::uint32_t existing = mTotalIds;
+    if (base && existing && base != existing)
+        return false;
+    if (block.mCount > kNoId - existing)
+        return false;
+    if (!block.mHasKeys)
+        buckets = FileBuckets();
+    block.mBaseId = existing;
+    if (existing && !base)
+        MergeKnownKeys(block, buckets);
+    const std::uint32_t live = block.CountLive();
+    if (!live)
+        return true;
+    MakeRoom(mBlocks);
+    if (existing)
+        AppendIds(block, buckets);
+    else
+        mBuckets.Adopt(std::move(buckets));
+    mTotalIds += block.mCount;
+    mLiveCount += live;
+    mBlocks.push_back(std::move(block));
+    mLastBlockOpen = false; // the identifiers behind it are no longer next
+    return true;
+}
+
+// The keys that a merge can meet, with the lowest identifier of each.
+FastArray::KnownKeys FastArray::KeysOfBucket(std::uint32_t bucket) const
+{
+    const IdBuckets::Ids ids = mBuckets.Get(bucket);
+    KnownKeys known(ids.size());
+    for (std::uint32_t id : ids)
+    {
+        const ByteRun key = Key(id);
+        if (CanMerge(key))
+            known.emplace(ViewOf(key), id);
+    }
+    return known;
+}
+
+void FastArray::MergeKnownKeys(FastArrayBlock& block, const FileBuckets& buckets)
+{
+    ForEachBucket(
+        buckets, [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
+            const KnownKeys known = KeysOfBucket(bucket);
+            for (; slot != end; ++slot)
+            {
+                const ByteRun key = block.mKeys.Get(*slot);
+                const auto found = CanMerge(key) ? known.find(ViewOf(key)) : known.end();
+                if (found == known.end())
+                    continue;
+                FastArrayBlock* old = BlockOf(found->second);
+                old->mValues.Replace(found->second - old->mBaseId, block.mValues.Get(*slot));
+                block.mKeys.mLengths[*slot] = 0;
+                block.mValues.mLengths[*slot] = 0;
+            }
+        });
+}
+
+void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& buckets)
+{
+    // Room for all comes first, so that a failed allocation adds none.
+    ForEachBucket(buckets,
+                  [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
+                      mBuckets.Reserve(bucket, static_cast<std::size_t>(end - slot));
+                  });
+    ForEachBucket(buckets,
+                  [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
+                      for (; slot != end; ++slot)
+                      {
+                          if (block.IsLive(*slot))
+                              mBuckets.Append(bucket, block.mBaseId + *slot);
+                      }
+                  });
+}
+} // namespace hollin_private
