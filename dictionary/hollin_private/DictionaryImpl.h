@@ -16,6 +16,8 @@
 
 namespace hollin_private
 {
+class DictionaryEntry;
+
 class DictionaryImpl
 {
 public:
@@ -31,6 +33,9 @@ public:
     // Shares the store of a flat one; a hash dictionary changes nothing here.
     void ShareFrom(const DictionaryImpl& other);
 
+    // Of the hash store; null if the key isn't there.
+    const DictionaryEntry* FindEntry(const ByteRun& key) const;
+
     // The text of a key in the store in use. False if the key isn't there.
     bool FindText(const ByteRun& key, hollin::ZString* text) const;
 
@@ -40,6 +45,9 @@ public:
     // Adds or replaces, in the store in use; for a hash store a replaced entry
     // goes to the head of its chain. False for a run too long for the store.
     bool Put(const ByteRun& key, const hollin::ZString& value);
+
+    // The key at which the walk stands; empty outside a walk.
+    ByteRun CurrentKey() const;
 
     HashTable mHashTable; // of DictionaryEntry
     boost::intrusive_ptr<FastArray> mFastArray;
@@ -55,6 +63,7 @@ public:
 
 // The dictionary that look-ups fall back on; null if there is none. Not owned.
 const DictionaryImpl* DefaultDictionary();
+void SetDefaultDictionary(const DictionaryImpl* dictionary);
 } // namespace hollin_private
 
 #endif

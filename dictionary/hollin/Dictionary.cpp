@@ -1,0 +1,263 @@
+#include "hollin/Dictionary.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "hollin/VoErrException.h"
+#include "hollin_private/Conversion.h"
+#include "hollin_private/DictionaryEntry.h"
+#include "hollin_private/DictionaryImpl.h"
+#include "hollin_private/Expansion.h"
+#include "hollin_private/ZStringLiteral.h"
+
+namespace hollin
+{
+using hollin_private::ByteRun;
+using hollin_private::DefaultDictionary;
+using hollin_private::DictionaryEntry;
+using hollin_private::DictionaryImpl;
+using hollin_private::FastArray;
+using hollin_private::kUnitSize;
+using hollin_private::ParseZString;
+using hollin_private::StoredFormOf;
+using hollin_private::ZStringLiteral;
+
+namespace
+{
+ZString ExpandDefaultText(const char* text, TextEncoding encoding)
+{
+    const std::size_t length = std::strlen(text);
+    if (length > std::numeric_limits<std::uint32_t>::max())
+        throw VoErrException(VoErrException::kBadParameter);
+    hollin_private::UnitBuffer units =
+        hollin_private::ToUnits(text, static_cast<std::uint32_t>(length), encoding);
+    const std::size_t count = hollin_private::ExpandText(units.data(), units.size());
+    return ZString(units.data(), static_cast<std::uint32_t>(count));
+}
+
+// What a look-up goes on in when a dictionary has nothing; null if there is none.
+const DictionaryImpl* FallbackOf(const DictionaryImpl& dictionary)
+{
+    const DictionaryImpl* fallback = DefaultDictionary();
+    return fallback == &dictionary ? nullptr : fallback;
+}
+
+// The identifier of a literal's key in a flat store, or kNoId.
+std::uint32_t FindId(const DictionaryImpl& dictionary, const char* key)
+{
+    ZStringLiteral literal;
+    if (!dictionary.IsFlat() || !ParseZString(key, &literal))
+        return kNoId;
+    return dictionary.mFastArray->Find(literal.mKey);
+}
+
+int GiveRawString(const std::uint16_t* found, std::uint32_t count, const std::uint16_t** units,
+                  std::uint32_t* length)
+{
+    static const std::uint16_t kEmpty = 0;
+    *units = found ? found : &kEmpty;
+    *length = count;
+    return 1;
+}
+
+typedef std::pair<std::uint32_t, std::unique_ptr<Dictionary>> RegisteredDictionary;
+
+std::vector<RegisteredDictionary>& Registry()
+{
+    static std::vector<RegisteredDictionary> sDictionaryRegistry;
+    return sDictionaryRegistry;
+}
+} // namespace
+
+Dictionary::Dictionary() : Dictionary(false) {}
+
+Dictionary::Dictionary(bool flat) : mImpl(new DictionaryImpl(flat)) {}
+
+Dictionary::Dictionary(const Dictionary& other) : Dictionary()
+{
+    mImpl->ShareFrom(*other.mImpl);
+}
+
+Dictionary& Dictionary::operator=(const Dictionary& other)
+{
+    mImpl->ShareFrom(*other.mImpl);
+    return *this;
+}
+
+Dictionary::~Dictionary() = default;
+
+ZString Dictionary::GetString(const char* keyAndDefault, TextEncoding encoding) const
+{
+    ZStringLiteral literal;
+    if (!ParseZString(keyAndDefault, &literal))
+        return ZString();
+    ZString text;
+    if (mImpl->FindText(literal.mKey, &text))
+        return text;
+    const DictionaryImpl* fallback = FallbackOf(*mImpl);
+    if (fallback && fallback->FindText(literal.mKey, &text))
+        return text;
+    return ExpandDefaultText(literal.mDefaultText, encoding);
+}
+
+ZString Dictionary::GetStringById(std::uint32_t id) const
+{
+    ZString text;
+    if (mImpl->FindTextById(id, &text))
+        return text;
+    if (const DictionaryImpl* fallback = FallbackOf(*mImpl))
+        fallback->FindTextById(id, &text);
+    return text;
+}
+
+bool Dictionary::HasString(const char* key) const
+{
+    if (mImpl->IsFlat())
+        return FindId(*mImpl, key) != kNoId;
+    ZStringLiteral literal;
+    return ParseZString(key, &literal) && mImpl->FindEntry(literal.mKey);
+}
+
+int Dictionary::GetRawString(const char* key, const std::uint16_t** units,
+                             std::uint32_t* length) const
+{
+    if (mImpl->IsFlat())
+        return GetRawStringById(FindId(*mImpl, key), units, length);
+    *units = nullptr;
+    *length = 0;
+    ZStringLiteral literal;
+    if (!ParseZString(key, &literal))
+        return 0;
+    const DictionaryEntry* entry = mImpl->FindEntry(literal.mKey);
+    return entry ? GiveRawString(entry->mValue.Data(), entry->mValue.Length(), units, length) : 0;
+}
+
+int Dictionary::GetRawStringById(std::uint32_t id, const std::uint16_t** units,
+                                 std::uint32_t* length) const
+{
+    *units = nullptr;
+    *length = 0;
+    FastArray& store = *mImpl->mFastArray;
+    if (!mImpl->IsFlat() || !store.IsLive(id))
+        return 0;
+    store.AlignValue(id);
+    const ByteRun value = store.Value(id);
+    return GiveRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
+                         value.mLength / kUnitSize, units, length);
+}
+
+ZString Dictionary::GetComment(const char* key) const
+{
+    return GetCommentById(FindId(*mImpl, key));
+}
+
+ZString Dictionary::GetCommentById(std::uint32_t id) const
+{
+    if (!mImpl->IsFlat())
+        return ZString();
+    const ByteRun comment = mImpl->mFastArray->Comment(id);
+    return ZString::FromStored(comment.mBytes, comment.mLength);
+}
+
+std::uint32_t Dictionary::SetString(const char* key, const std::uint16_t* value,
+                                    std::uint32_t byteLength, const std::uint16_t* comment,
+                                    std::uint32_t commentLength)
+{
+    ZStringLiteral literal;
+    if (!mImpl->IsFlat() || !ParseZString(key, &literal) || (!value && byteLength))
+        return kNoId;
+    const ByteRun storedComment = StoredFormOf(comment, commentLength);
+    return mImpl->mFastArray->Add(literal.mKey, StoredFormOf(value, byteLength),
+                                  comment ? &storedComment : nullptr);
+}
+
+std::uint32_t Dictionary::RemoveString(const char* key)
+{
+    return mImpl->mFastArray->Remove(FindId(*mImpl, key));
+}
+
+ZString Dictionary::GetLanguage() const
+{
+    return mImpl->mLocale ? ZString(mImpl->mLocale->c_str()) : ZString();
+}
+
+void Dictionary::SetLanguage(const char* name)
+{
+    if (mImpl->IsFlat() && name && *name)
+        mImpl->mLocale = name;
+}
+
+void Dictionary::ResetIterator()
+{
+    mImpl->mIterAtStart = true;
+    mImpl->mHashTable.ResetIterator();
+}
+
+bool Dictionary::NextId(std::uint32_t* id)
+{
+    std::uint32_t next = mImpl->mIterAtStart ? 0 : mImpl->mIterId + 1;
+    bool found = false;
+    if (mImpl->IsFlat())
+    {
+        // The first slot is given even if it is removed.
+        const FastArray& store = *mImpl->mFastArray;
+        while (next > 0 && next < store.TotalIds() && !store.IsLive(next))
+            ++next;
+        found = next < store.TotalIds();
+    }
+    else
+        found = mImpl->mHashTable.Next();
+    mImpl->mIterAtStart = !found;
+    if (found)
+        *id = mImpl->mIterId = next;
+    return found;
+}
+
+std::string Dictionary::CurrentKey() const
+{
+    if (!mImpl->IsFlat())
+        return std::string();
+    const ByteRun key = mImpl->CurrentKey();
+    return std::string(reinterpret_cast<const char*>(key.mBytes), key.mLength);
+}
+
+std::uint32_t Dictionary::CurrentKey(char* buffer, std::uint32_t size, bool throwIfShort) const
+{
+    const ByteRun key = mImpl->CurrentKey();
+    if (buffer && size)
+    {
+        const std::uint32_t copied = std::min(key.mLength, size - 1);
+        std::copy_n(key.mBytes, copied, buffer);
+        buffer[copied] = 0;
+        if (copied == key.mLength)
+            return key.mLength;
+    }
+    if (throwIfShort)
+        throw VoErrException(VoErrException::kBufferTooSmall);
+    return key.mLength;
+}
+
+bool Dictionary::IsGood() const
+{
+    return mImpl->mGood;
+}
+
+Dictionary& Dictionary::ForDomain(std::uint32_t domain)
+{
+    std::vector<RegisteredDictionary>& registry = Registry();
+    const auto isDomain = [=](const RegisteredDictionary& entry) { return entry.first == domain; };
+    const auto found = std::find_if(registry.rbegin(), registry.rend(), isDomain);
+    if (found != registry.rend())
+        return *found->second;
+    registry.emplace_back(domain, std::make_unique<Dictionary>());
+    return *registry.back().second;
+}
+
+void Dictionary::SetDefaultDictionary(std::uint32_t domain)
+{
+    hollin_private::SetDefaultDictionary(ForDomain(domain).mImpl.get());
+}
+} // namespace hollin

@@ -1,0 +1,117 @@
+#include "hollin_private/DictionaryImpl.h"
+
+#include <memory>
+
+#include "hollin/Dictionary.h"
+#include "hollin_private/DictionaryEntry.h"
+
+namespace hollin_private
+{
+namespace
+{
+// The version that is written today.
+const std::uint8_t kFlatMajor = 2;
+const std::uint8_t kFlatMinor = 7;
+
+// Read by every look-up; written by one thread while none looks up.
+const DictionaryImpl* sDefaultDictionary = nullptr;
+
+hollin::ZString TextOf(const ByteRun& stored)
+{
+    return hollin::ZString::FromStored(stored.mBytes, stored.mLength);
+}
+} // namespace
+
+DictionaryImpl::DictionaryImpl(bool flat) : mFastArray(new FastArray)
+{
+    if (flat)
+        MakeFlat();
+}
+
+DictionaryImpl::~DictionaryImpl()
+{
+    if (sDefaultDictionary == this)
+        sDefaultDictionary = nullptr;
+}
+
+void DictionaryImpl::MakeFlat()
+{
+    mFormatMajor = kFlatMajor;
+    mFormatMinor = kFlatMinor;
+}
+
+void DictionaryImpl::ShareFrom(const DictionaryImpl& other)
+{
+    if (!other.IsFlat() || &other == this)
+        return;
+    mLocale = other.mLocale;
+    mFastArray = other.mFastArray;
+    mFormatMajor = other.mFormatMajor;
+    mFormatMinor = other.mFormatMinor;
+    mIterAtStart = true;
+}
+
+const DictionaryEntry* DictionaryImpl::FindEntry(const ByteRun& key) const
+{
+    const ByteRunKey wanted(key, ByteRunKey::kBorrow);
+    return static_cast<const DictionaryEntry*>(mHashTable.Find(wanted));
+}
+
+bool DictionaryImpl::FindText(const ByteRun& key, hollin::ZString* text) const
+{
+    if (IsFlat())
+    {
+        const std::uint32_t id = mFastArray->Find(key);
+        if (id == hollin::kNoId)
+            return false;
+        *text = TextOf(mFastArray->Value(id));
+        return true;
+    }
+    const DictionaryEntry* entry = FindEntry(key);
+    if (!entry)
+        return false;
+    *text = entry->mValue;
+    return true;
+}
+
+bool DictionaryImpl::FindTextById(std::uint32_t id, hollin::ZString* text) const
+{
+    if (!IsFlat() || !mFastArray->IsLive(id))
+        return false;
+    *text = TextOf(mFastArray->Value(id));
+    return true;
+}
+
+bool DictionaryImpl::Put(const ByteRun& key, const hollin::ZString& value)
+{
+    if (IsFlat())
+    {
+        const ByteRun stored = StoredFormOf(value.Data(), value.Length() * kUnitSize);
+        return mFastArray->Add(key, stored, nullptr) != hollin::kNoId;
+    }
+    auto entry = std::make_unique<DictionaryEntry>(key, ByteRunKey::kCopy, value);
+    mHashTable.Remove(*entry);
+    mHashTable.Insert(std::move(entry));
+    return true;
+}
+
+ByteRun DictionaryImpl::CurrentKey() const
+{
+    if (mIterAtStart)
+        return ByteRun();
+    if (IsFlat())
+        return mFastArray->Key(mIterId);
+    const auto* entry = static_cast<const DictionaryEntry*>(mHashTable.IteratorItem());
+    return entry ? entry->Key() : ByteRun();
+}
+
+const DictionaryImpl* DefaultDictionary()
+{
+    return sDefaultDictionary;
+}
+
+void SetDefaultDictionary(const DictionaryImpl* dictionary)
+{
+    sDefaultDictionary = dictionary;
+}
+} // namespace hollin_private
