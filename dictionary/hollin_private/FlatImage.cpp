@@ -1,0 +1,179 @@
+#include "hollin_private/FlatImage.h"
+
+#include <algorithm>
+
+#include "hollin_private/KeyHash.h"
+
+namespace hollin_private
+{
+namespace
+{
+// The names of the fields of one kind of runs.
+struct RunFields
+{
+    const char* mOffsets;
+    const char* mLengths;
+    const char* mPool;
+    const char* mPoolSize;
+    bool mUnits; // the runs are UTF-16
+};
+const RunFields kKeyFields = {"key offsets", "key lengths", "key pool", "key pool size", false};
+const RunFields kValueFields = {"value offsets", "value lengths", "value pool", "value pool size",
+                                true};
+const RunFields kCommentFields = {"comment offsets", "comment lengths", "comment pool",
+                                  "comment pool size", true};
+
+const unsigned char kNotKeyed = 'N';
+
+void ReadRunTables(ImageCursor& cursor, std::uint32_t count, const RunFields& fields,
+                   ImageRuns& runs)
+{
+    runs.mOffsets = cursor.ReadTable<std::uint32_t>(count, fields.mOffsets);
+    runs.mLengths = cursor.ReadTable<std::uint16_t>(count, fields.mLengths);
+}
+
+void ReadPoolSize(ImageCursor& cursor, const RunFields& fields, ImageRuns& runs)
+{
+    const std::size_t at = cursor.Offset();
+    runs.mPoolSize = cursor.Read<std::uint32_t>(fields.mPoolSize);
+    if (fields.mUnits && runs.mPoolSize % 2)
+        cursor.Spoil(at, fields.mPoolSize, "it isn't a whole number of units");
+}
+
+// Names the first run that isn't sound. Called once it is known that there is one.
+void SpoilFirstRun(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
+{
+    for (std::size_t i = 0; i < runs.mOffsets.Size(); ++i)
+    {
+        const std::uint64_t offset = runs.mOffsets[i];
+        const std::uint32_t length = runs.mLengths[i];
+        if (offset > runs.mPoolSize)
+            return cursor.Spoil(runs.mOffsets.At(i), fields.mOffsets, "one lies beyond its pool");
+        if (fields.mUnits && offset % 2)
+            return cursor.Spoil(runs.mOffsets.At(i), fields.mOffsets, "one splits a unit");
+        if (offset + length > runs.mPoolSize)
+            return cursor.Spoil(runs.mLengths.At(i), fields.mLengths,
+                                "one reaches beyond its pool");
+        if (fields.mUnits && length % 2)
+            return cursor.Spoil(runs.mLengths.At(i), fields.mLengths, "one splits a unit");
+    }
+}
+
+// One pass without a branch per run: this is on the way of every load.
+void CheckRuns(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
+{
+    std::uint64_t farthest = 0;
+    std::uint32_t bits = 0;
+    const std::size_t count = runs.mOffsets.Size();
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const std::uint32_t offset = runs.mOffsets[i];
+        const std::uint32_t length = runs.mLengths[i];
+        farthest = std::max(farthest, std::uint64_t(offset) + length);
+        bits |= offset | length;
+    }
+    if (farthest > runs.mPoolSize || (fields.mUnits && bits % 2))
+        SpoilFirstRun(cursor, fields, runs);
+}
+
+void CheckBelow(ImageCursor& cursor, const ImageTable<std::uint32_t>& ids, std::uint32_t count,
+                const char* field)
+{
+    std::uint32_t highest = 0;
+    for (std::size_t i = 0; i < ids.Size(); ++i)
+        highest = std::max(highest, ids[i]);
+    if (!ids.Size() || highest < count)
+        return;
+    std::size_t i = 0;
+    while (ids[i] < count)
+        ++i;
+    cursor.Spoil(ids.At(i), field, "one isn't below the count");
+}
+
+template <typename Integer>
+void CheckAscending(ImageCursor& cursor, const ImageTable<Integer>& numbers, const char* field)
+{
+    bool ascending = true;
+    for (std::size_t i = 1; i < numbers.Size(); ++i)
+        ascending &= numbers[i - 1] < numbers[i];
+    for (std::size_t i = 1; !ascending && i < numbers.Size(); ++i)
+    {
+        if (numbers[i] <= numbers[i - 1])
+            return cursor.Spoil(numbers.At(i), field, "they don't ascend");
+    }
+}
+
+void ReadBuckets(ImageCursor& cursor, FlatImage& image)
+{
+    image.mBucketNumbers = cursor.ReadTable<std::uint16_t>(image.mBucketCount, "bucket numbers");
+    image.mBucketSizes = cursor.ReadTable<std::uint32_t>(image.mBucketCount, "bucket sizes");
+    CheckAscending(cursor, image.mBucketNumbers, "bucket numbers");
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
+    {
+        if (image.mBucketNumbers[i] >= kBucketCount)
+            cursor.Spoil(image.mBucketNumbers.At(i), "bucket numbers", "one is above 1020");
+        total += image.mBucketSizes[i];
+    }
+    image.mBucketIds =
+        cursor.ReadTable<std::uint32_t>(static_cast<std::size_t>(total), "bucket identifiers");
+    CheckBelow(cursor, image.mBucketIds, image.mCount, "bucket identifiers");
+}
+
+void ReadComments(ImageCursor& cursor, FlatImage& image)
+{
+    const std::uint32_t count = cursor.Read<std::uint32_t>("comment count");
+    if (!count)
+        return;
+    ReadPoolSize(cursor, kCommentFields, image.mComments);
+    image.mCommentIds = cursor.ReadTable<std::uint32_t>(count, "comment identifiers");
+    ReadRunTables(cursor, count, kCommentFields, image.mComments);
+    image.mComments.mPool = cursor.Take(image.mComments.mPoolSize, kCommentFields.mPool);
+    if (!cursor.Sound())
+        return;
+    CheckBelow(cursor, image.mCommentIds, image.mCount, "comment identifiers");
+    CheckAscending(cursor, image.mCommentIds, "comment identifiers");
+    CheckRuns(cursor, kCommentFields, image.mComments);
+}
+
+void ReadCounts(ImageCursor& cursor, FlatImage& image)
+{
+    image.mBase = cursor.Read<std::uint32_t>("base");
+    image.mKeyed = cursor.Read<unsigned char>("keyed marker") != kNotKeyed;
+    image.mCount = cursor.Read<std::uint32_t>("count");
+    const std::size_t live = cursor.Offset();
+    image.mLive = cursor.Read<std::uint32_t>("live");
+    image.mBucketCount = cursor.Read<std::uint32_t>("buckets");
+    if (image.mLive > image.mCount)
+        cursor.Spoil(live, "live", "it is above the count");
+}
+} // namespace
+
+FlatImage ReadFlatImage(ImageCursor& cursor)
+{
+    FlatImage image;
+    image.mSwap = cursor.Swap();
+    image.mLocale.mLength = cursor.Read<std::uint32_t>("locale length");
+    image.mLocale.mBytes = cursor.Take(image.mLocale.mLength, "locale name");
+    ReadCounts(cursor, image);
+
+    if (image.mKeyed)
+        ReadPoolSize(cursor, kKeyFields, image.mKeys);
+    ReadPoolSize(cursor, kValueFields, image.mValues);
+    if (image.mKeyed)
+        ReadRunTables(cursor, image.mCount, kKeyFields, image.mKeys);
+    ReadRunTables(cursor, image.mCount, kValueFields, image.mValues);
+    if (image.mKeyed)
+        image.mKeys.mPool = cursor.Take(image.mKeys.mPoolSize, kKeyFields.mPool);
+    image.mValues.mPool = cursor.Take(image.mValues.mPoolSize, kValueFields.mPool);
+    if (!cursor.Sound())
+        return image;
+
+    CheckRuns(cursor, kKeyFields, image.mKeys);
+    CheckRuns(cursor, kValueFields, image.mValues);
+    if (image.mKeyed)
+        ReadBuckets(cursor, image);
+    ReadComments(cursor, image);
+    return image;
+}
+} // namespace hollin_private

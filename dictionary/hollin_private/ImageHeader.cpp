@@ -1,0 +1,53 @@
+#include "hollin_private/ImageHeader.h"
+
+namespace hollin_private
+{
+namespace
+{
+// The least that any version needs; shorter images are told apart from those
+// that end in a field of their body.
+const std::size_t kLeastImage = 25;
+
+const std::uint8_t kBigEndianBit = 1;
+const std::uint8_t kLastFlatMinor = 127;
+} // namespace
+
+ImageLayout ImageHeader::Layout() const
+{
+    if (mMajor == kFlatMajor && mMinor <= kLastFlatMinor)
+        return ImageLayout::kFlat;
+    if (mMajor == 1 && mMinor == 5)
+        return ImageLayout::kLengthTable;
+    if (mMajor == 1 && mMinor == 0)
+        return ImageLayout::kEntries;
+    return ImageLayout::kUnknownVersion;
+}
+
+bool IsBinaryImage(const unsigned char* bytes, std::size_t size)
+{
+    return size >= kImageMagicLength && std::memcmp(bytes, kImageMagic, kImageMagicLength) == 0;
+}
+
+ImageHeader ReadImageHeader(ImageCursor& cursor)
+{
+    ImageHeader header;
+    if (cursor.Remaining() < kLeastImage)
+        cursor.Spoil(cursor.Remaining(), "header", "the image ends too early");
+    cursor.Take(kImageMagicLength, "header");
+    header.mMajor = cursor.Read<std::uint8_t>("header");
+    header.mMinor = cursor.Read<std::uint8_t>("header");
+    header.mTextFlag = cursor.Read<std::uint8_t>("header");
+    if (header.Layout() == ImageLayout::kFlat)
+    {
+        if (header.mMinor >= 1)
+            header.mBigEndian = cursor.Read<std::uint8_t>("byte-order byte") & kBigEndianBit;
+        cursor.SetSwap(NeedsSwap(header.mBigEndian));
+    }
+    return header;
+}
+
+bool NeedsSwap(bool bigEndian)
+{
+    return bigEndian != (boost::endian::order::native == boost::endian::order::big);
+}
+} // namespace hollin_private
