@@ -5,6 +5,7 @@
 
 #include "hollin/ZString.h"
 #include "hollin_private/ByteRunKey.h"
+#include "hollin_private/HashTable.h"
 
 namespace hollin_private
 {
@@ -16,8 +17,20 @@ public:
     {
     }
 
+    ByteRun StoredValue() const { return StoredFormOf(mValue.Data(), mValue.Length() * kUnitSize); }
+
     const hollin::ZString mValue;
 };
+
+// Calls visit(bucket, entry) for each entry of a table, chain by chain.
+template <class Visit> void ForEachEntry(const HashTable& table, const Visit& visit)
+{
+    for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
+    {
+        for (const HashItem* item = table.Chain(bucket); item; item = item->mNext)
+            visit(bucket, static_cast<const DictionaryEntry&>(*item));
+    }
+}
 } // namespace hollin_private
 
 #endif

@@ -4,15 +4,12 @@
 
 #include "hollin/Dictionary.h"
 #include "hollin_private/DictionaryEntry.h"
+#include "hollin_private/ImageHeader.h"
 
 namespace hollin_private
 {
 namespace
 {
-// The version that is written today.
-const std::uint8_t kFlatMajor = 2;
-const std::uint8_t kFlatMinor = 7;
-
 // Read by every look-up; written by one thread while none looks up.
 const DictionaryImpl* sDefaultDictionary = nullptr;
 
@@ -82,15 +79,18 @@ bool DictionaryImpl::FindTextById(std::uint32_t id, hollin::ZString* text) const
     return true;
 }
 
-bool DictionaryImpl::Put(const ByteRun& key, const hollin::ZString& value)
+bool DictionaryImpl::Put(const ByteRun& key, const hollin::ZString& value, Search search)
 {
     if (IsFlat())
     {
         const ByteRun stored = StoredFormOf(value.Data(), value.Length() * kUnitSize);
-        return mFastArray->Add(key, stored, nullptr) != hollin::kNoId;
+        const std::uint32_t id = search == kKeyIsNew ? mFastArray->AddNew(key, stored, nullptr)
+                                                     : mFastArray->Add(key, stored, nullptr);
+        return id != hollin::kNoId;
     }
     auto entry = std::make_unique<DictionaryEntry>(key, ByteRunKey::kCopy, value);
-    mHashTable.Remove(*entry);
+    if (search == kSearchKey)
+        mHashTable.Remove(*entry);
     mHashTable.Insert(std::move(entry));
     return true;
 }

@@ -44,7 +44,12 @@ public:
 
     // Adds or replaces, in the store in use; for a hash store a replaced entry
     // goes to the head of its chain. False for a run too long for the store.
-    bool Put(const ByteRun& key, const hollin::ZString& value);
+    enum Search
+    {
+        kSearchKey,
+        kKeyIsNew // the caller knows that the store doesn't have the key
+    };
+    bool Put(const ByteRun& key, const hollin::ZString& value, Search search);
 
     // The key at which the walk stands; empty outside a walk.
     ByteRun CurrentKey() const;

@@ -31,6 +31,11 @@ bool IsUnaligned(const ByteRun& run)
     return reinterpret_cast<std::uintptr_t>(run.mBytes) % alignof(std::uint16_t) != 0;
 }
 
+bool IsTooLong(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
+{
+    return std::max({key.mLength, value.mLength, comment ? comment->mLength : 0}) > kLongestRun;
+}
+
 // Calls visit(bucket, begin, end) for each bucket, with its slots.
 template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visit& visit)
 {
@@ -115,18 +120,21 @@ void FastArray::AlignValue(std::uint32_t id)
 
 std::uint32_t FastArray::Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
 {
-    if (std::max({key.mLength, value.mLength, comment ? comment->mLength : 0}) > kLongestRun)
-        return kNoId;
     const std::uint32_t found = Find(key);
-    if (found != kNoId)
-    {
-        FastArrayBlock* block = BlockOf(found);
-        block->mValues.Replace(found - block->mBaseId, value);
-        if (comment)
-            block->SetComment(found - block->mBaseId, *comment);
-        return found;
-    }
-    if (mTotalIds == kNoId)
+    if (found == kNoId)
+        return AddNew(key, value, comment);
+    if (IsTooLong(key, value, comment))
+        return kNoId;
+    FastArrayBlock* block = BlockOf(found);
+    block->mValues.Replace(found - block->mBaseId, value);
+    if (comment)
+        block->SetComment(found - block->mBaseId, *comment);
+    return found;
+}
+
+std::uint32_t FastArray::AddNew(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
+{
+    if (IsTooLong(key, value, comment) || mTotalIds == kNoId)
         return kNoId;
     const std::uint32_t bucket = HashKey(key, kBucketCount);
     mBuckets.Reserve(bucket, 1);

@@ -52,6 +52,9 @@ public:
     // above hollin::kLongestRun or if no identifier is left.
     std::uint32_t Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
 
+    // The same for a key that isn't there, without a search.
+    std::uint32_t AddNew(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
+
     // Returns id, or hollin::kNoId for what isn't live or has no key.
     std::uint32_t Remove(std::uint32_t id);
 

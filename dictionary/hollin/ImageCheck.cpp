@@ -1,0 +1,196 @@
+#include "hollin/ImageCheck.h"
+
+#include <vector>
+
+#include "hollin/VoErrException.h"
+#include "hollin_private/Conversion.h"
+#include "hollin_private/DictionaryReader.h"
+#include "hollin_private/FlatImage.h"
+#include "hollin_private/KeyHash.h"
+#include "hollin_private/LegacyImage.h"
+#include "hollin_private/TextForm.h"
+
+namespace hollin
+{
+namespace
+{
+using namespace hollin_private;
+
+const char kUnconvertible[] = "the system can't convert it";
+
+void TellDamage(const Damage& damage, ImageReport& report)
+{
+    report.mDamaged = true;
+    report.mOffset = damage.mOffset;
+    report.mField = damage.mField;
+    report.mSentence = "Byte " + std::to_string(damage.mOffset) + ", " + damage.mField + ": " +
+                       damage.mProblem + ".";
+}
+
+void TellTextDamage(std::size_t line, const char* field, const char* problem, ImageReport& report)
+{
+    if (report.mDamaged)
+        return;
+    report.mDamaged = true;
+    report.mLine = line;
+    report.mField = field;
+    report.mSentence = "Line " + std::to_string(line) + ", " + field + ": " + problem + ".";
+}
+
+// Live keys that the file's buckets don't lead to.
+std::uint64_t CountAstray(const FlatImage& image)
+{
+    std::vector<bool> found(image.mKeyed ? image.mCount : 0);
+    std::size_t next = 0;
+    for (std::size_t bucket = 0; bucket < image.mBucketSizes.Size(); ++bucket)
+    {
+        const std::size_t end = next + image.mBucketSizes[bucket];
+        for (; next < end; ++next)
+        {
+            const std::uint32_t id = image.mBucketIds[next];
+            if (HashKey(image.mKeys.At(id), kBucketCount) == image.mBucketNumbers[bucket])
+                found[id] = true;
+        }
+    }
+    std::uint64_t astray = 0;
+    for (std::size_t id = 0; id < found.size(); ++id)
+        astray += !found[id] && image.mKeys.mLengths[id] != 0;
+    return astray;
+}
+
+void CheckFlat(ImageCursor& cursor, ImageReport& report)
+{
+    const FlatImage image = ReadFlatImage(cursor);
+    if (image.mLocale.mBytes)
+        report.mLocale.assign(reinterpret_cast<const char*>(image.mLocale.mBytes),
+                              image.mLocale.mLength);
+    report.mKeyed = image.mKeyed;
+    report.mBase = image.mBase;
+    report.mSlots = image.mCount;
+    report.mLive = image.mLive;
+    report.mBuckets = image.mBucketCount;
+    report.mComments = static_cast<std::uint32_t>(image.mCommentIds.Size());
+    report.mKeyBytes = image.mKeys.mPoolSize;
+    report.mValueBytes = image.mValues.mPoolSize;
+    report.mCommentBytes = image.mComments.mPoolSize;
+    if (cursor.Sound())
+        report.mAstray = CountAstray(image);
+}
+
+// Values in an encoding of their own are converted on loading.
+void CheckConversion(const LegacyEntry& entry, std::uint32_t textFlag, ImageCursor& cursor)
+{
+    if (!textFlag)
+        return;
+    try
+    {
+        ToUnits(reinterpret_cast<const char*>(entry.mValue.mBytes), entry.mValue.mLength,
+                &textFlag);
+    }
+    catch (const VoErrException&)
+    {
+        cursor.Spoil(entry.mValue.mBytes, "value", kUnconvertible);
+    }
+}
+
+void CheckLegacy(ImageCursor& cursor, const ImageHeader& header, ImageReport& report)
+{
+    report.mKeyed = true;
+    const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
+    for (LegacyEntry entry; cursor.Sound() && image->Next(&entry);)
+    {
+        ++report.mSlots;
+        report.mBuckets += entry.mStartsBucket;
+        report.mKeyBytes += entry.mKey.mLength;
+        report.mValueBytes += entry.mValue.mLength;
+        report.mAstray += HashKey(entry.mKey, kBucketCount) != entry.mBucket;
+        CheckConversion(entry, header.mTextFlag, cursor);
+    }
+    report.mLive = report.mSlots;
+}
+
+void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& report)
+{
+    ImageCursor cursor(bytes, size);
+    const ImageHeader header = ReadImageHeader(cursor);
+    report.mForm = ImageReport::kBinary;
+    report.mMajor = header.mMajor;
+    report.mMinor = header.mMinor;
+    report.mTextFlag = header.mTextFlag;
+    report.mBigEndian = header.mBigEndian;
+    switch (header.Layout())
+    {
+    case ImageLayout::kFlat:
+        CheckFlat(cursor, report);
+        break;
+    case ImageLayout::kEntries:
+    case ImageLayout::kLengthTable:
+        CheckLegacy(cursor, header, report);
+        break;
+    case ImageLayout::kUnknownVersion:
+        cursor.Spoil(kImageMagicLength, "version", "it is unknown");
+    }
+    if (!cursor.Sound())
+        TellDamage(cursor.FirstDamage(), report);
+}
+
+ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
+{
+    switch (CodingOfText(bytes, size))
+    {
+    case TextCoding::kUTF16:
+        return ImageReport::kUTF16;
+    case TextCoding::kSwappedUTF16:
+        return ImageReport::kSwappedUTF16;
+    case TextCoding::kMultibyte:
+        break;
+    }
+    return ImageReport::kActiveCodePage;
+}
+
+// False at the end of the text.
+bool CheckNextLine(DictionaryReader& reader, TextEntry& entry, ImageReport& report)
+{
+    try
+    {
+        const std::uint16_t* const line = reader.ReadLine();
+        if (!line)
+            return false;
+        if (!reader.LineLength())
+            return true;
+        ++report.mSlots;
+        if (ParseTextLine(line, reader.LineLength(), &entry))
+            ++report.mLive;
+        else
+            TellTextDamage(reader.LineNumber(), "prefix", "it isn't \"$$$\"", report);
+    }
+    catch (const VoErrException&)
+    {
+        ++report.mSlots;
+        TellTextDamage(reader.LineNumber(), "text", kUnconvertible, report);
+    }
+    return true;
+}
+
+void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report)
+{
+    report.mCoding = CodingOf(bytes, size);
+    const std::unique_ptr<DictionaryReader> reader = DictionaryReader::Make(bytes, size);
+    TextEntry entry;
+    while (CheckNextLine(*reader, entry, report))
+        continue;
+}
+} // namespace
+
+ImageReport CheckImage(const unsigned char* bytes, std::size_t size)
+{
+    ImageReport report;
+    if (!bytes || !size)
+        TellDamage({0, "image", "it is empty"}, report);
+    else if (IsBinaryImage(bytes, size))
+        CheckBinary(bytes, size, report);
+    else
+        CheckText(bytes, size, report);
+    return report;
+}
+} // namespace hollin

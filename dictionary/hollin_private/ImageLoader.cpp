@@ -1,0 +1,196 @@
+#include "hollin_private/ImageLoader.h"
+
+#include <algorithm>
+#include <istream>
+#include <utility>
+
+#include "hollin_private/DictionaryEntry.h"
+#include "hollin_private/FlatImage.h"
+#include "hollin_private/LegacyImage.h"
+#include "hollin_private/TextLoader.h"
+
+namespace hollin_private
+{
+namespace
+{
+const std::size_t kFirstStreamRead = 0x10000;
+
+StoredRuns CopyRuns(const ImageRuns& runs)
+{
+    StoredRuns copy;
+    copy.mOffsets.resize(runs.mOffsets.Size());
+    runs.mOffsets.CopyTo(copy.mOffsets.data());
+    copy.mLengths.resize(runs.mLengths.Size());
+    runs.mLengths.CopyTo(copy.mLengths.data());
+    copy.mPool.resize(runs.mPoolSize);
+    if (runs.mPoolSize)
+        std::memcpy(copy.mPool.data(), runs.mPool, runs.mPoolSize);
+    return copy;
+}
+
+template <typename Integer> Table<Integer> CopyTable(const ImageTable<Integer>& table)
+{
+    Table<Integer> copy(table.Size());
+    table.CopyTo(copy.data());
+    return copy;
+}
+
+void SwapUnits(Table<unsigned char>& pool)
+{
+    for (std::size_t i = 0; i + 1 < pool.size(); i += 2)
+    {
+        const std::uint16_t unit = LoadInteger<std::uint16_t>(&pool[i], true);
+        std::memcpy(&pool[i], &unit, sizeof unit);
+    }
+}
+
+FastArrayBlock CopyBlock(const FlatImage& image)
+{
+    FastArrayBlock block;
+    block.mCount = image.mCount;
+    block.mHasKeys = image.mKeyed;
+    block.mKeys = CopyRuns(image.mKeys);
+    block.mValues = CopyRuns(image.mValues);
+    block.mComments = CopyRuns(image.mComments);
+    block.mCommentIds = CopyTable(image.mCommentIds);
+    if (image.mSwap)
+    {
+        SwapUnits(block.mValues.mPool);
+        SwapUnits(block.mComments.mPool);
+    }
+    return block;
+}
+
+FileBuckets CopyBuckets(const FlatImage& image)
+{
+    return {CopyTable(image.mBucketNumbers), CopyTable(image.mBucketSizes),
+            CopyTable(image.mBucketIds)};
+}
+
+// Nothing of the dictionary changes before the whole image is known to be sound.
+bool LoadFlat(DictionaryImpl& dictionary, ImageCursor& cursor)
+{
+    const FlatImage image = ReadFlatImage(cursor);
+    if (!cursor.Sound())
+        return false;
+    std::string locale(reinterpret_cast<const char*>(image.mLocale.mBytes), image.mLocale.mLength);
+    if (!dictionary.mFastArray->AdoptBlock(CopyBlock(image), CopyBuckets(image), image.mBase))
+        return false;
+    dictionary.mLocale = std::move(locale);
+    dictionary.MakeFlat();
+    return true;
+}
+
+hollin::ZString LegacyValue(const ByteRun& value, std::uint32_t textFlag)
+{
+    if (!textFlag)
+        return hollin::ZString::FromStored(value.mBytes, value.mLength);
+    return hollin::ZString(reinterpret_cast<const char*>(value.mBytes), value.mLength, &textFlag);
+}
+
+// Entries keep the image's order, in front of what the bucket held before.
+bool LoadLegacy(DictionaryImpl& dictionary, ImageCursor& cursor, const ImageHeader& header,
+                bool copyKeys)
+{
+    const auto ownership = copyKeys ? ByteRunKey::kCopy : ByteRunKey::kBorrow;
+    const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
+    HashItem* previous = nullptr;
+    for (LegacyEntry entry; image->Next(&entry);)
+    {
+        auto item = std::make_unique<DictionaryEntry>(entry.mKey, ownership,
+                                                      LegacyValue(entry.mValue, header.mTextFlag));
+        previous = dictionary.mHashTable.InsertBehind(
+            entry.mBucket, entry.mStartsBucket ? nullptr : previous, std::move(item));
+    }
+    return cursor.Sound();
+}
+
+bool LoadBinary(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
+                bool copyKeys)
+{
+    ImageCursor cursor(bytes, size);
+    const ImageHeader header = ReadImageHeader(cursor);
+    if (!cursor.Sound())
+        return false;
+    switch (header.Layout())
+    {
+    case ImageLayout::kFlat:
+        return LoadFlat(dictionary, cursor);
+    case ImageLayout::kEntries:
+    case ImageLayout::kLengthTable:
+        return LoadLegacy(dictionary, cursor, header, copyKeys);
+    case ImageLayout::kUnknownVersion:
+        break;
+    }
+    return false;
+}
+
+void LoadImage(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
+               bool copyKeys, TextSource source)
+{
+    if (size && bytes && !IsBinaryImage(bytes, size))
+        return LoadText(dictionary, bytes, size, source);
+    if (!size || !bytes || !LoadBinary(dictionary, bytes, size, copyKeys))
+        dictionary.mGood = false;
+}
+
+// Keeps a stream from throwing while we read it, as its state tells all.
+class QuietStream
+{
+public:
+    explicit QuietStream(std::istream& stream) : mStream(stream), mMask(stream.exceptions())
+    {
+        mStream.exceptions(std::ios_base::goodbit);
+    }
+    ~QuietStream()
+    {
+        try
+        {
+            mStream.exceptions(mMask); // throws if the state is in the mask by now
+        }
+        catch (const std::ios_base::failure&)
+        {
+        }
+    }
+    QuietStream(const QuietStream&) = delete;
+    QuietStream& operator=(const QuietStream&) = delete;
+
+private:
+    std::istream& mStream;
+    const std::ios_base::iostate mMask;
+};
+
+// False if the stream fails before its end.
+bool ReadToEnd(std::istream& stream, Table<unsigned char>& bytes)
+{
+    std::size_t size = 0;
+    if (!stream.good())
+        return false;
+    while (stream.good())
+    {
+        if (size == bytes.size())
+            bytes.resize(std::max(kFirstStreamRead, 2 * size));
+        stream.read(reinterpret_cast<char*>(bytes.data() + size),
+                    static_cast<std::streamsize>(bytes.size() - size));
+        size += static_cast<std::size_t>(stream.gcount());
+    }
+    bytes.resize(size);
+    return !stream.bad();
+}
+} // namespace
+
+void LoadImageFromMemory(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
+                         bool copyKeys)
+{
+    LoadImage(dictionary, bytes, size, copyKeys, TextSource::kMemory);
+}
+
+void LoadImageFromStream(DictionaryImpl& dictionary, std::istream& stream)
+{
+    const QuietStream quiet(stream);
+    Table<unsigned char> bytes;
+    if (!ReadToEnd(stream, bytes))
+        bytes.clear();
+    LoadImage(dictionary, bytes.data(), bytes.size(), true, TextSource::kStream);
+}
+} // namespace hollin_private

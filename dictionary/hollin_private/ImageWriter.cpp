@@ -1,0 +1,208 @@
+#include "hollin_private/ImageWriter.h"
+
+#include <limits>
+#include <ostream>
+#include <vector>
+
+#include "hollin/Dictionary.h"
+#include "hollin/VoErrException.h"
+#include "hollin_private/DictionaryEntry.h"
+#include "hollin_private/DictionaryReader.h"
+#include "hollin_private/FlatContent.h"
+#include "hollin_private/ImageHeader.h"
+#include "hollin_private/TextForm.h"
+
+namespace hollin_private
+{
+namespace
+{
+const char kDefaultLocale[] = "en_US";
+
+std::uint32_t Checked32(std::uint64_t size)
+{
+    if (size > std::numeric_limits<std::uint32_t>::max())
+        throw hollin::VoErrException(hollin::VoErrException::kBadParameter);
+    return static_cast<std::uint32_t>(size);
+}
+
+std::uint16_t CheckedLength(const ByteRun& run)
+{
+    if (run.mLength > hollin::kLongestRun)
+        throw hollin::VoErrException(hollin::VoErrException::kBadParameter);
+    return static_cast<std::uint16_t>(run.mLength);
+}
+
+std::uint64_t PoolSize(const std::vector<ByteRun>& runs)
+{
+    std::uint64_t size = 0;
+    for (const ByteRun& run : runs)
+        size += run.mLength;
+    return size;
+}
+
+// The bytes of an image as it grows.
+class ImageBuffer
+{
+public:
+    explicit ImageBuffer(bool swap) : mSwap(swap) {}
+
+    const std::vector<unsigned char>& Bytes() const { return mBytes; }
+
+    void AddBytes(const void* bytes, std::size_t size)
+    {
+        const unsigned char* const begin = static_cast<const unsigned char*>(bytes);
+        mBytes.insert(mBytes.end(), begin, begin + size);
+    }
+
+    template <typename Integer> void Add(Integer value)
+    {
+        if (mSwap)
+            value = boost::endian::endian_reverse(value);
+        AddBytes(&value, sizeof value);
+    }
+
+    template <typename Integer> void AddTable(const std::vector<Integer>& table)
+    {
+        for (const Integer value : table)
+            Add(value);
+    }
+
+    // Offsets count from 0, as the pool is packed.
+    void AddRunTables(const std::vector<ByteRun>& runs)
+    {
+        std::uint32_t offset = 0;
+        for (const ByteRun& run : runs)
+        {
+            Add(offset);
+            offset += run.mLength;
+        }
+        for (const ByteRun& run : runs)
+            Add(CheckedLength(run));
+    }
+
+    void AddBytePool(const std::vector<ByteRun>& runs)
+    {
+        for (const ByteRun& run : runs)
+            AddBytes(run.mBytes, run.mLength);
+    }
+
+    void AddUnitPool(const std::vector<ByteRun>& runs)
+    {
+        if (!mSwap)
+            return AddBytePool(runs);
+        for (const ByteRun& run : runs)
+        {
+            for (std::uint32_t i = 0; i < run.mLength; i += 2)
+                Add(LoadInteger<std::uint16_t>(run.mBytes + i, false));
+        }
+    }
+
+private:
+    const bool mSwap;
+    std::vector<unsigned char> mBytes;
+};
+
+// Values are UTF-16 in every case, so the text flag is 0.
+void AddHeader(ImageBuffer& image, bool bigEndian, const std::string& locale)
+{
+    image.AddBytes(kImageMagic, kImageMagicLength);
+    image.Add(kFlatMajor);
+    image.Add(kFlatMinor);
+    image.Add(std::uint8_t(0));
+    image.Add(std::uint8_t(bigEndian));
+    image.Add(Checked32(locale.size()));
+    image.AddBytes(locale.data(), locale.size());
+}
+
+void AddSlotTables(ImageBuffer& image, const FlatContent& content)
+{
+    const std::uint32_t keyPoolSize = Checked32(PoolSize(content.mKeys));
+    const std::uint32_t valuePoolSize = Checked32(PoolSize(content.mValues));
+    if (content.mKeyed)
+        image.Add(keyPoolSize);
+    image.Add(valuePoolSize);
+    image.AddRunTables(content.mKeys);
+    image.AddRunTables(content.mValues);
+    image.AddBytePool(content.mKeys);
+    image.AddUnitPool(content.mValues);
+}
+
+void AddComments(ImageBuffer& image, const FlatContent& content)
+{
+    image.Add(Checked32(content.mComments.size()));
+    if (content.mComments.empty())
+        return;
+    image.Add(Checked32(PoolSize(content.mComments)));
+    image.AddTable(content.mCommentIds);
+    image.AddRunTables(content.mComments);
+    image.AddUnitPool(content.mComments);
+}
+
+void AddBlock(ImageBuffer& image, const FlatContent& content, std::uint32_t base)
+{
+    image.Add(base);
+    image.Add(std::uint8_t(content.mKeyed ? 'Y' : 'N'));
+    image.Add(Checked32(content.mValues.size()));
+    image.Add(content.mLive);
+    image.Add(Checked32(content.mBucketNumbers.size()));
+    AddSlotTables(image, content);
+    if (content.mKeyed)
+    {
+        image.AddTable(content.mBucketNumbers);
+        image.AddTable(content.mBucketSizes);
+        image.AddTable(content.mBucketIds);
+    }
+    AddComments(image, content);
+}
+
+std::size_t WriteAll(const void* bytes, std::size_t size, std::ostream& stream)
+{
+    stream.write(static_cast<const char*>(bytes), static_cast<std::streamsize>(size));
+    return stream ? size : 0;
+}
+
+std::size_t WriteUnits(const std::vector<std::uint16_t>& units, std::ostream& stream)
+{
+    return WriteAll(units.data(), units.size() * sizeof units[0], stream);
+}
+} // namespace
+
+std::size_t WriteImage(const DictionaryImpl& dictionary, const ImageOptions& options,
+                       std::ostream& stream)
+{
+    const bool flat = dictionary.IsFlat();
+    const FlatContent content = flat ? ContentOf(*dictionary.mFastArray, options.mWithoutKeys)
+                                     : ContentOf(dictionary.mHashTable);
+    ImageBuffer image(NeedsSwap(options.mBigEndian));
+    AddHeader(image, options.mBigEndian, dictionary.mLocale.value_or(kDefaultLocale));
+    AddBlock(image, content, flat ? options.mBase : 0);
+    return WriteAll(image.Bytes().data(), image.Bytes().size(), stream);
+}
+
+std::size_t WriteText(const DictionaryImpl& dictionary, std::ostream& stream)
+{
+    std::vector<std::uint16_t> text = {kByteOrderMark};
+    if (!dictionary.IsFlat())
+    {
+        ForEachEntry(dictionary.mHashTable, [&](std::uint32_t, const DictionaryEntry& entry) {
+            AppendTextLine(entry.Key(), entry.StoredValue(), text);
+        });
+        return WriteUnits(text, stream);
+    }
+    for (const FastArrayBlock& block : dictionary.mFastArray->Blocks())
+    {
+        for (std::uint32_t slot = 0; slot < block.mCount; ++slot)
+        {
+            const ByteRun key = block.mKeys.Get(slot);
+            if (key.mLength)
+                AppendTextLine(key, block.mValues.Get(slot), text);
+        }
+    }
+    return WriteUnits(text, stream);
+}
+
+std::size_t WriteByteOrderMark(std::ostream& stream)
+{
+    return WriteUnits({kByteOrderMark}, stream);
+}
+} // namespace hollin_private

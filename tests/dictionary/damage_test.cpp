@@ -1,0 +1,249 @@
+// Damaged images of version 2, and streams that fail: nothing of them is kept.
+
+#include <istream>
+#include <sstream>
+#include <streambuf>
+
+#include <gtest/gtest.h>
+
+#include "tests/dictionary/support/ImageBuilder.h"
+#include "tests/dictionary/support/Loading.h"
+
+using hollin::Dictionary;
+
+namespace
+{
+const std::vector<TestEntry> kDamaged = {
+    {"/shared", u"new", u"note"}, {"/added", u"text", u"other"}, {"/last", u"x", u""}};
+
+FlatOptions DamagedOptions(bool bigEndian, char marker)
+{
+    FlatOptions options;
+    options.bigEndian = bigEndian;
+    options.marker = marker;
+    options.locale = "xx_XX";
+    return options;
+}
+
+// Loads the image over a dictionary, which must not change.
+void ExpectRefused(const std::string& image, Way way)
+{
+    Dictionary dictionary;
+    Load(dictionary, BuildFlat({{"/shared", u"old", u""}, {"/kept", u"k", u""}}).Image());
+    Load(dictionary, image, way);
+    EXPECT_FALSE(dictionary.IsGood());
+    EXPECT_EQ(TextsOf(dictionary),
+              (std::map<std::string, std::u16string>{{"/shared", u"old"}, {"/kept", u"k"}}));
+    EXPECT_EQ(LocaleOf(dictionary), "en_US");
+    EXPECT_EQ(TextById(dictionary, 2), u"(none)");
+    Load(dictionary, BuildFlat({{"/next", u"n", u""}}).Image());
+    EXPECT_EQ(TextById(dictionary, 2), u"n"); // no identifier was spent
+    EXPECT_FALSE(dictionary.IsGood());
+
+    Dictionary hash; // which stays one
+    Load(hash, "a=1");
+    Load(hash, image, way);
+    EXPECT_FALSE(hash.IsGood());
+    EXPECT_EQ(TextOf(hash, "a"), u"1");
+}
+
+// A source that gives so many bytes and then fails.
+class FailingBuffer : public std::streambuf
+{
+public:
+    explicit FailingBuffer(const std::string& bytes) : mBytes(bytes)
+    {
+        setg(mBytes.data(), mBytes.data(), mBytes.data() + mBytes.size());
+    }
+
+protected:
+    int_type underflow() override { throw std::runtime_error("the device is gone"); }
+
+private:
+    std::string mBytes;
+};
+
+// One that only reads on, byte by byte.
+class PipeBuffer : public std::streambuf
+{
+public:
+    explicit PipeBuffer(const std::string& bytes) : mBytes(bytes) {}
+
+protected:
+    int_type underflow() override
+    {
+        if (mNext == mBytes.size())
+            return traits_type::eof();
+        mByte = mBytes[mNext++];
+        setg(&mByte, &mByte, &mByte + 1);
+        return traits_type::to_int_type(mByte);
+    }
+
+private:
+    std::string mBytes;
+    std::size_t mNext = 0;
+    char mByte = 0;
+};
+} // namespace
+
+TEST(Damage, EveryTruncationIsRefusedAndItsFieldNamed)
+{
+    for (const char marker : {'Y', 'N'})
+    {
+        for (const bool bigEndian : {false, true})
+        {
+            const ImageBuilder whole = BuildFlat(kDamaged, DamagedOptions(bigEndian, marker));
+            for (std::size_t size = 21; size < whole.Image().size(); ++size)
+            {
+                SCOPED_TRACE(testing::Message() << marker << " cut at " << size);
+                const std::string image = whole.Image().substr(0, size);
+                ExpectRefused(image, kWays[size % 2]);
+                const hollin::ImageReport report = Check(image);
+                EXPECT_EQ(report.mField, size < 25 ? "header" : whole.FieldAt(size));
+                EXPECT_LE(report.mOffset, size);
+            }
+        }
+    }
+}
+
+TEST(Damage, EachFieldIsCheckedAndNamed)
+{
+    struct Row
+    {
+        const char* patched;
+        std::size_t item; // of so many bytes each
+        std::size_t width;
+        std::uint64_t value;
+        const char* named;
+        const char* problem;
+    };
+    const char kShort[] = "the image ends too early";
+    const char kBeyond[] = "one lies beyond its pool";
+    const char kReaches[] = "one reaches beyond its pool";
+    const char kSplit[] = "one splits a unit";
+    const char kNotBelow[] = "one isn't below the count";
+    const Row rows[] = {
+        {"locale length", 0, 4, 0xFFFFFFFF, "locale name", kShort},
+        {"count", 0, 4, 0xFFFFFFFF, "key offsets", kShort},
+        {"count", 0, 4, 0x40000000, "key offsets", kShort}, // times 4 is 2^32
+        {"count", 0, 4, 2, "live", "it is above the count"},
+        {"live", 0, 4, 4, "live", "it is above the count"},
+        {"buckets", 0, 4, 0xFFFFFFFF, "bucket numbers", kShort},
+        {"key pool size", 0, 4, 0xFFFFFFFF, "key pool", kShort},
+        {"key pool size", 0, 4, 17, "key lengths", kReaches},
+        {"value pool size", 0, 4, 0xFFFFFFFE, "value pool", kShort},
+        {"value pool size", 0, 4, 15, "value pool size", "it isn't a whole number of units"},
+        {"key offsets", 1, 4, 19, "key offsets", kBeyond},
+        {"key offsets", 1, 4, 14, "key lengths", kReaches},
+        {"key offsets", 2, 4, 0xFFFFFFFF, "key offsets", kBeyond},
+        {"key lengths", 2, 2, 6, "key lengths", kReaches},
+        {"key lengths", 0, 2, 0xFFFF, "key lengths", kReaches},
+        {"value offsets", 0, 4, 1, "value offsets", kSplit},
+        {"value offsets", 2, 4, 18, "value offsets", kBeyond},
+        {"value offsets", 2, 4, 0xFFFFFFFE, "value offsets", kBeyond},
+        {"value lengths", 1, 2, 7, "value lengths", kSplit},
+        {"value lengths", 2, 2, 4, "value lengths", kReaches},
+        {"bucket numbers", 2, 2, 1021, "bucket numbers", "one is above 1020"},
+        {"bucket numbers", 0, 2, 1020, "bucket numbers", "they don't ascend"},
+        {"bucket sizes", 0, 4, 0xFFFFFFFF, "bucket identifiers", kShort},
+        {"bucket identifiers", 1, 4, 3, "bucket identifiers", kNotBelow},
+        {"bucket identifiers", 0, 4, 0xFFFFFFFF, "bucket identifiers", kNotBelow},
+        {"comment count", 0, 4, 0xFFFFFFFF, "comment identifiers", kShort},
+        {"comment pool size", 0, 4, 0xFFFFFFFE, "comment pool", kShort},
+        {"comment pool size", 0, 4, 17, "comment pool size", "it isn't a whole number of units"},
+        {"comment pool size", 0, 4, 16, "comment lengths", kReaches},
+        {"comment identifiers", 1, 4, 3, "comment identifiers", kNotBelow},
+        {"comment identifiers", 1, 4, 0, "comment identifiers", "they don't ascend"},
+        {"comment offsets", 1, 4, 20, "comment offsets", kBeyond},
+        {"comment offsets", 0, 4, 3, "comment offsets", kSplit},
+        {"comment lengths", 0, 2, 20, "comment lengths", kReaches},
+        {"comment lengths", 1, 2, 9, "comment lengths", kSplit},
+    };
+    for (const bool bigEndian : {false, true})
+    {
+        const ImageBuilder whole = BuildFlat(kDamaged, DamagedOptions(bigEndian, 'Y'));
+        for (const Row& row : rows)
+        {
+            SCOPED_TRACE(testing::Message() << row.patched << "[" << row.item << "] = " << row.value
+                                            << " big-endian " << bigEndian);
+            const std::size_t at = whole.Offset(row.patched) + row.item * row.width;
+            const std::string image = whole.With(at, row.value, row.width);
+            for (const Way way : kWays)
+                ExpectRefused(image, way);
+            const hollin::ImageReport report = Check(image);
+            EXPECT_TRUE(report.mDamaged);
+            EXPECT_EQ(report.mField, row.named);
+            EXPECT_EQ(report.mSentence, "Byte " + std::to_string(report.mOffset) + ", " +
+                                            row.named + ": " + row.problem + ".");
+        }
+    }
+}
+
+TEST(Damage, EmptyAndMissingImagesAreRefused)
+{
+    Dictionary dictionary;
+    dictionary.LoadFromMemory(nullptr, 100, true);
+    EXPECT_FALSE(dictionary.IsGood());
+    const unsigned char byte = 'a';
+    for (const std::int32_t size : {0, -1})
+    {
+        Dictionary other;
+        other.LoadFromMemory(&byte, size, true);
+        EXPECT_FALSE(other.IsGood());
+        EXPECT_FALSE(other.HasString("a"));
+    }
+    EXPECT_EQ(hollin::CheckImage(nullptr, 0).mField, "image");
+    ExpectRefused("", Way::kStream);
+}
+
+TEST(DamagedStream, ThatFailsGivesNothing)
+{
+    const std::string image = BuildFlat(kDamaged).Image();
+    for (const auto mask : {std::ios_base::goodbit, std::ios_base::badbit,
+                            std::ios_base::badbit | std::ios_base::failbit})
+    {
+        for (const std::string& bytes : {image, image.substr(0, 40), std::string("a=1\nb=2\n")})
+        {
+            FailingBuffer buffer(bytes);
+            std::istream stream(&buffer);
+            stream.exceptions(mask);
+            Dictionary dictionary;
+            dictionary.LoadFromStream(stream);
+            EXPECT_FALSE(dictionary.IsGood());
+            EXPECT_TRUE(KeysOf(dictionary).empty());
+            EXPECT_EQ(stream.exceptions(), mask);
+        }
+    }
+    std::istringstream failed(image);
+    failed.setstate(std::ios_base::failbit);
+    Dictionary dictionary;
+    dictionary.LoadFromStream(failed);
+    EXPECT_FALSE(dictionary.IsGood());
+}
+
+TEST(DamagedStream, ThatThrowsAtItsEndIsReadAsAnyOther)
+{
+    std::istringstream stream("in front" + BuildFlat(kDamaged).Image());
+    stream.seekg(8);
+    stream.exceptions(std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit);
+    Dictionary dictionary;
+    dictionary.LoadFromStream(stream);
+    EXPECT_TRUE(dictionary.IsGood());
+    EXPECT_EQ(TextOf(dictionary, "/added"), u"text");
+    EXPECT_TRUE(stream.eof());
+    EXPECT_FALSE(stream.bad());
+}
+
+TEST(DamagedStream, NeedNotSeek)
+{
+    for (const std::string& image :
+         {BuildFlat(kDamaged).Image(), BuildEntries(kDamaged).Image(), TextImage(u"/added=text")})
+    {
+        PipeBuffer buffer(image);
+        std::istream stream(&buffer);
+        Dictionary dictionary;
+        dictionary.LoadFromStream(stream);
+        EXPECT_TRUE(dictionary.IsGood());
+        EXPECT_EQ(TextOf(dictionary, "/added"), u"text");
+    }
+}

@@ -1,0 +1,259 @@
+#include "tests/dictionary/support/ImageBuilder.h"
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+
+namespace
+{
+typedef std::map<std::uint32_t, std::vector<std::size_t>> Buckets; // to indices of entries
+
+Buckets BucketsOf(const std::vector<TestEntry>& entries)
+{
+    Buckets buckets;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        if (!entries[i].key.empty())
+            buckets[BucketOf(entries[i].key)].push_back(i);
+    }
+    return buckets;
+}
+
+void AddHeader(ImageBuilder& image, std::uint32_t major, std::uint32_t minor, std::uint32_t flag)
+{
+    image.Field("header").Bytes("ZString Binary Format").U8(major).U8(minor).U8(flag);
+}
+
+template <class SizeOf>
+void AddRunTables(ImageBuilder& image, const std::string& kind, std::size_t count,
+                  const SizeOf& sizeOf)
+{
+    std::size_t offset = 0;
+    image.Field(kind + " offsets");
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        image.U32(offset);
+        offset += sizeOf(i);
+    }
+    image.Field(kind + " lengths");
+    for (std::size_t i = 0; i < count; ++i)
+        image.U16(sizeOf(i));
+}
+
+void AddBuckets(ImageBuilder& image, const Buckets& buckets)
+{
+    image.Field("bucket numbers");
+    for (const auto& bucket : buckets)
+        image.U16(bucket.first);
+    image.Field("bucket sizes");
+    for (const auto& bucket : buckets)
+        image.U32(bucket.second.size());
+    image.Field("bucket identifiers");
+    for (const auto& bucket : buckets)
+    {
+        for (const std::size_t id : bucket.second)
+            image.U32(id);
+    }
+}
+
+void AddComments(ImageBuilder& image, const std::vector<TestEntry>& entries)
+{
+    std::vector<std::size_t> ids;
+    std::size_t poolSize = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        if (entries[i].comment.empty())
+            continue;
+        ids.push_back(i);
+        poolSize += 2 * entries[i].comment.size();
+    }
+    image.Field("comment count").U32(ids.size());
+    if (ids.empty())
+        return;
+    image.Field("comment pool size").U32(poolSize);
+    image.Field("comment identifiers");
+    for (const std::size_t id : ids)
+        image.U32(id);
+    AddRunTables(image, "comment", ids.size(),
+                 [&](std::size_t i) { return 2 * entries[ids[i]].comment.size(); });
+    image.Field("comment pool");
+    for (const std::size_t id : ids)
+        image.Units(entries[id].comment);
+}
+
+std::string LegacyValue(const TestEntry& entry, std::uint8_t textFlag)
+{
+    if (textFlag == 0)
+        return ImageBuilder().Units(entry.value).Image();
+    std::string bytes;
+    for (const char16_t unit : entry.value)
+        bytes.push_back(static_cast<char>(unit));
+    return bytes;
+}
+} // namespace
+
+ImageBuilder& ImageBuilder::Field(const std::string& name)
+{
+    mFields.emplace_back(name, mImage.size());
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Bytes(const std::string& bytes)
+{
+    mImage += bytes;
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Units(const std::u16string& units)
+{
+    for (const char16_t unit : units)
+        U16(unit);
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Integer(std::uint64_t value, std::size_t width)
+{
+    const std::size_t offset = mImage.size();
+    mImage.resize(offset + width);
+    Store(mImage, offset, value, width);
+    return *this;
+}
+
+void ImageBuilder::Store(std::string& image, std::size_t offset, std::uint64_t value,
+                         std::size_t width) const
+{
+    for (std::size_t i = 0; i < width; ++i)
+    {
+        const std::size_t byte = mBigEndian ? width - 1 - i : i;
+        image.at(offset + byte) = static_cast<char>(value >> (8 * i));
+    }
+}
+
+std::size_t ImageBuilder::Offset(const std::string& field) const
+{
+    for (const auto& known : mFields)
+    {
+        if (known.first == field)
+            return known.second;
+    }
+    throw std::logic_error("the image has no field " + field);
+}
+
+std::string ImageBuilder::FieldAt(std::size_t offset) const
+{
+    std::string field;
+    for (const auto& known : mFields)
+    {
+        if (known.second <= offset)
+            field = known.first;
+    }
+    return field;
+}
+
+std::string ImageBuilder::With(std::size_t offset, std::uint64_t value, std::size_t width) const
+{
+    std::string image = mImage;
+    Store(image, offset, value, width);
+    return image;
+}
+
+std::uint32_t BucketOf(const std::string& key)
+{
+    const std::size_t step = std::max<std::size_t>(key.size() / 5, 1);
+    std::uint32_t hash = 0;
+    for (std::size_t i = 0; i < key.size(); i += step)
+        hash = ((hash << 5) + static_cast<unsigned char>(key[i])) % 1021;
+    return hash;
+}
+
+ImageBuilder BuildFlat(const std::vector<TestEntry>& entries, const FlatOptions& options)
+{
+    const bool keyed = options.marker != 'N';
+    const std::size_t count = entries.size();
+    const Buckets buckets = BucketsOf(entries);
+    std::string keys;
+    std::u16string values;
+    std::size_t live = 0;
+    for (const TestEntry& entry : entries)
+    {
+        keys += entry.key;
+        values += entry.value;
+        live += !keyed || !entry.key.empty();
+    }
+
+    ImageBuilder image(options.bigEndian);
+    AddHeader(image, 2, options.minor, 0);
+    if (options.minor >= 1)
+        image.Field("byte-order byte").U8(options.bigEndian);
+    image.Field("locale length").U32(options.locale.size());
+    image.Field("locale name").Bytes(options.locale);
+    image.Field("base").U32(options.base);
+    image.Field("keyed marker").U8(static_cast<unsigned char>(options.marker));
+    image.Field("count").U32(count).Field("live").U32(live).Field("buckets");
+    image.U32(keyed ? buckets.size() : 0);
+    if (keyed)
+        image.Field("key pool size").U32(keys.size());
+    image.Field("value pool size").U32(2 * values.size());
+    if (keyed)
+        AddRunTables(image, "key", count, [&](std::size_t i) { return entries[i].key.size(); });
+    AddRunTables(image, "value", count, [&](std::size_t i) { return 2 * entries[i].value.size(); });
+    if (keyed)
+        image.Field("key pool").Bytes(keys);
+    image.Field("value pool").Units(values);
+    if (keyed)
+        AddBuckets(image, buckets);
+    AddComments(image, entries);
+    return image;
+}
+
+ImageBuilder BuildEntries(const std::vector<TestEntry>& entries, std::uint8_t textFlag)
+{
+    const Buckets buckets = BucketsOf(entries);
+    ImageBuilder data;
+    ImageBuilder image;
+    AddHeader(image, 1, 0, textFlag);
+    image.Field("record count").U16(buckets.size() + 1).Field("records");
+    for (const auto& bucket : buckets)
+    {
+        image.U16(bucket.first).U32(data.Image().size());
+        for (const std::size_t i : bucket.second)
+        {
+            const std::string value = LegacyValue(entries[i], textFlag);
+            data.U32(entries[i].key.size()).Bytes(entries[i].key);
+            data.U32(value.size()).Bytes(value);
+        }
+    }
+    image.U16(0xFFFF).U32(data.Image().size()).Field("data").Bytes(data.Image());
+    return image;
+}
+
+ImageBuilder BuildLengthTable(const std::vector<TestEntry>& entries, std::uint8_t textFlag)
+{
+    const Buckets buckets = BucketsOf(entries);
+    std::size_t end = 0;
+    std::string data;
+    ImageBuilder image;
+    ImageBuilder lengths;
+    AddHeader(image, 1, 5, textFlag);
+    image.Field("bucket count").U32(buckets.size()).Field("bucket ends");
+    for (const auto& bucket : buckets)
+    {
+        image.U32(end += 2 * bucket.second.size());
+        for (const std::size_t i : bucket.second)
+        {
+            const std::string value = LegacyValue(entries[i], textFlag);
+            lengths.U32(entries[i].key.size()).U32(value.size());
+            data += entries[i].key + value;
+        }
+    }
+    image.Field("lengths").Bytes(lengths.Image()).Field("bucket numbers");
+    for (const auto& bucket : buckets)
+        image.U16(bucket.first);
+    image.Field("data").Bytes(data);
+    return image;
+}
+
+std::string TextImage(const std::u16string& text, bool bigEndian)
+{
+    return ImageBuilder(bigEndian).Units(u"\xFEFF" + text).Image();
+}

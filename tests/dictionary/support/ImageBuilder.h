@@ -1,0 +1,74 @@
+// Dictionary images put together field by field, apart from the library's own
+// writer, so that tests can spoil any of them.
+
+#ifndef TESTS_DICTIONARY_IMAGE_BUILDER_H
+#define TESTS_DICTIONARY_IMAGE_BUILDER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct TestEntry
+{
+    std::string key; // empty for a removed slot
+    std::u16string value;
+    std::u16string comment;
+};
+
+// An image, and where its fields are.
+class ImageBuilder
+{
+public:
+    explicit ImageBuilder(bool bigEndian = false) : mBigEndian(bigEndian) {}
+
+    // The bytes that follow belong to a field of that name.
+    ImageBuilder& Field(const std::string& name);
+    ImageBuilder& Bytes(const std::string& bytes);
+    ImageBuilder& Units(const std::u16string& units);
+    ImageBuilder& U8(std::uint32_t value) { return Integer(value, 1); }
+    ImageBuilder& U16(std::size_t value) { return Integer(value, 2); }
+    ImageBuilder& U32(std::size_t value) { return Integer(value, 4); }
+
+    const std::string& Image() const { return mImage; }
+    std::size_t Offset(const std::string& field) const;
+
+    // The field that a byte belongs to.
+    std::string FieldAt(std::size_t offset) const;
+
+    // The image with a run of bytes overwritten by an integer of width bytes.
+    std::string With(std::size_t offset, std::uint64_t value, std::size_t width) const;
+
+private:
+    ImageBuilder& Integer(std::uint64_t value, std::size_t width);
+    void Store(std::string& image, std::size_t offset, std::uint64_t value,
+               std::size_t width) const;
+
+    bool mBigEndian;
+    std::string mImage;
+    std::vector<std::pair<std::string, std::size_t>> mFields;
+};
+
+// The bucket of a key, as files have it.
+std::uint32_t BucketOf(const std::string& key);
+
+struct FlatOptions
+{
+    std::uint8_t minor = 7;
+    bool bigEndian = false;
+    std::string locale = "en_US";
+    std::uint32_t base = 0;
+    char marker = 'Y'; // 'N' leaves the keys out
+};
+ImageBuilder BuildFlat(const std::vector<TestEntry>& entries, const FlatOptions& options = {});
+
+// Version 1.0 and 1.5. Values are UTF-16 if the flag is 0, and else the low
+// bytes of their units.
+ImageBuilder BuildEntries(const std::vector<TestEntry>& entries, std::uint8_t textFlag = 0);
+ImageBuilder BuildLengthTable(const std::vector<TestEntry>& entries, std::uint8_t textFlag = 0);
+
+// A text in UTF-16, with a byte-order mark.
+std::string TextImage(const std::u16string& text, bool bigEndian = false);
+
+#endif

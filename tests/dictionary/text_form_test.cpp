@@ -1,0 +1,210 @@
+// The text form: lines, their notations and encodings.
+
+#include <gtest/gtest.h>
+
+#include <control.h>
+
+#include <hollin/ConversionHooks.h>
+#include <hollin/VoErrException.h>
+
+#include "tests/dictionary/support/ImageBuilder.h"
+#include "tests/dictionary/support/Loading.h"
+
+using hollin::Dictionary;
+
+namespace
+{
+typedef std::map<std::string, std::u16string> Texts;
+
+Texts LoadedTexts(const std::string& image, Way way = Way::kMemory)
+{
+    Dictionary dictionary;
+    Load(dictionary, image, way);
+    EXPECT_TRUE(dictionary.IsGood());
+    return TextsOf(dictionary);
+}
+
+class TextForm : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        platform::ResetAll();
+        hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr);
+    }
+};
+} // namespace
+
+TEST_F(TextForm, LineHoldsAKeyAndAValue)
+{
+    struct Row
+    {
+        std::u16string line;
+        std::string key;
+        std::u16string value;
+    };
+    const Row rows[] = {
+        {uR"(key=value)", "key", u"value"},
+        {uR"($$$/a/b=value)", "/a/b", u"value"},
+        {uR"("$$$/U/Demo=first\nsecond ^1 #{mdash}")", "/U/Demo", u"first\nsecond ^1 \x2014"},
+        {uR"(key)", "key", u""},
+        {uR"(key=)", "key", u""},
+        {uR"(=value)", "", u"value"},
+        {uR"($$$=value)", "", u"value"},
+        {uR"(key=a=b)", "key", u"a=b"},
+        {uR"( key = value )", " key ", u" value "},
+        {uR"("key=value" trailing words)", "key", u"value"},
+        {uR"(words in front "key=value")", "key", u"value"},
+        {uR"("key=value)", "key", u"value"},
+        {uR"(key="value)", "value", u""}, // what is in front of the quote goes
+        {uR"("key=a \"quoted\" word" end)", "key", u"a \"quoted\" word"},
+        {uR"(key=say \"so\")", "key", u"say \"so\""},
+        {uR"("")", "", u""},
+        {uR"(\"key=value)", "\\\"key", u"value"},
+        {uR"(key=100^ ^^1 ^C)", "key", u"100^ ^1 \xA9"},
+        {uR"($$$$=x)", "$", u"x"},
+        {uR"(" $$=x")", " $$", u"x"}, // only a first dollar sign makes a prefix
+        {u"k\x141y=v", "kAy", u"v"},  // the low bytes
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.key);
+        for (const Way way : kWays)
+            EXPECT_EQ(LoadedTexts(TextImage(row.line), way), (Texts{{row.key, row.value}}));
+    }
+}
+
+TEST_F(TextForm, EveryLineEndEndsALine)
+{
+    const Texts both = {{"a", u"1"}, {"b", u"2"}};
+    for (const char16_t* end : {u"\n", u"\r", u"\r\n", u"\n\n\r\r", u"\x2028", u"\x2029"})
+    {
+        for (const bool bigEndian : {false, true})
+            EXPECT_EQ(LoadedTexts(TextImage(u"a=1" + std::u16string(end) + u"b=2", bigEndian)),
+                      both);
+    }
+    for (const char* end : {"\n", "\r", "\r\n", "\n\r\r"})
+        EXPECT_EQ(LoadedTexts("a=1" + std::string(end) + "b=2"), both);
+}
+
+TEST_F(TextForm, NulEndsALineAndAtItsStartTheText)
+{
+    using namespace std::string_literals;
+    const Texts expected = {{"a", u"1"}, {"b", u"2"}};
+    EXPECT_EQ(LoadedTexts("a=1\0b=2\0\0c=3"s), expected);
+    EXPECT_EQ(LoadedTexts("a=1\nb=2\n\0c=3"s), expected);
+    for (const bool bigEndian : {false, true})
+        EXPECT_EQ(LoadedTexts(TextImage(u"a=1\0b=2\0\0c=3"s, bigEndian)), expected);
+}
+
+TEST_F(TextForm, EncodingsGiveTheSameTexts)
+{
+    const Texts expected = {{"/e", u"\xE9t\xE9"}};
+    for (const Way way : kWays)
+    {
+        EXPECT_EQ(LoadedTexts(TextImage(u"\"/e=\xE9t\xE9\"\r\n", false), way), expected);
+        EXPECT_EQ(LoadedTexts(TextImage(u"\"/e=\xE9t\xE9\"\r\n", true), way), expected);
+        EXPECT_EQ(LoadedTexts("\"/e=\xE9t\xE9\"\r\n", way), expected);
+    }
+    platform::SetActiveCodePage(932);
+    EXPECT_EQ(LoadedTexts("/j=\x83\x5C\x8E\x9F"), (Texts{{"/j", u"\x30BD\x6B21"}}));
+    platform::SetActiveCodePage(65001);
+    EXPECT_EQ(LoadedTexts("/u=\xE2\x80\xA8."), (Texts{{"/u", u"\x2028."}})); // no line end here
+}
+
+TEST_F(TextForm, LineOfOnlyAMarkIsPassedOverInAStream)
+{
+    const std::string image = TextImage(u"\xFEFF\r\na=1\n\xFEFF\n");
+    EXPECT_EQ(LoadedTexts(image, Way::kStream), (Texts{{"a", u"1"}}));
+    EXPECT_EQ(LoadedTexts(image, Way::kMemory), (Texts{{"a", u"1"}, {"\xFF", u""}}));
+}
+
+TEST_F(TextForm, LineWithADamagedPrefixIsLeftOut)
+{
+    for (const char* line : {"$", "$$", "$/a=x", "$$/a=x", "\"$$/a=x\""})
+    {
+        SCOPED_TRACE(line);
+        const std::string image = "a=1\r\n" + std::string(line) + "\r\nb=2\n";
+        for (const Way way : kWays)
+        {
+            Dictionary dictionary;
+            Load(dictionary, image, way);
+            EXPECT_FALSE(dictionary.IsGood());
+            EXPECT_EQ(TextsOf(dictionary), (Texts{{"a", u"1"}, {"b", u"2"}}));
+        }
+        const hollin::ImageReport report = Check(image);
+        EXPECT_EQ(report.mLine, 2u);
+        EXPECT_EQ(report.mSentence, "Line 2, prefix: it isn't \"$$$\".");
+    }
+}
+
+TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
+{
+    EXPECT_EQ(LoadedTexts("a=1\nb=2\na=3\n"), (Texts{{"a", u"3"}, {"b", u"2"}}));
+    Dictionary flat(true);
+    Load(flat, "a=1\nb=2\na=three\n");
+    EXPECT_EQ(TextsOf(flat), (Texts{{"a", u"three"}, {"b", u"2"}}));
+}
+
+TEST_F(TextForm, FlatStoreLeavesOutRunsThatAreTooLong)
+{
+    struct Row
+    {
+        std::size_t keyLength;
+        std::size_t units;
+        bool fits;
+    };
+    const Row rows[] = {{65535, 1, true}, {65536, 1, false}, {1, 32767, true}, {1, 32768, false}};
+    for (const Row& row : rows)
+    {
+        const std::string line =
+            std::string(row.keyLength, 'k') + "=" + std::string(row.units, 'v') + "\n";
+        Dictionary flat(true);
+        Load(flat, line + "b=2");
+        EXPECT_EQ(flat.IsGood(), row.fits);
+        EXPECT_EQ(KeysOf(flat).size(), row.fits ? 2u : 1u);
+        EXPECT_EQ(TextOf(flat, "b"), u"2");
+
+        Dictionary hash;
+        Load(hash, line);
+        EXPECT_TRUE(hash.IsGood());
+        EXPECT_EQ(TextOf(hash, std::string(row.keyLength, 'k')).size(), row.units);
+    }
+}
+
+TEST_F(TextForm, LongLinesTakeTimeInProportion)
+{
+    const std::size_t units = 5000000;
+    const std::string bytes(2 * units, 'x');
+    EXPECT_EQ(LoadedTexts("a=" + bytes)["a"].size(), 2 * units);
+    EXPECT_EQ(LoadedTexts(TextImage(u"a=" + std::u16string(units, u'x')))["a"].size(), units);
+    EXPECT_EQ(LoadedTexts(TextImage(u"a=" + std::u16string(units, u'^')))["a"].size(), units / 2);
+    EXPECT_EQ(LoadedTexts(std::string(2 * units, '\n') + "a=1"), (Texts{{"a", u"1"}}));
+    EXPECT_EQ(LoadedTexts(std::string(2 * units, '"') + "\na=1"), (Texts{{"", u""}, {"a", u"1"}}));
+}
+
+TEST_F(TextForm, LineThatCannotBeConvertedLeavesTheLoad)
+{
+    hollin::SetConversionHooks(
+        [](const char* bytes, std::uint32_t length, std::uint32_t* count, hollin::TextEncoding) {
+            *count = length;
+            return *bytes == 'b' ? 77 : 0;
+        },
+        nullptr, nullptr, nullptr);
+    const std::string image = "a=1\nb=2\nc=3\n";
+    Dictionary dictionary;
+    try
+    {
+        Load(dictionary, image);
+        ADD_FAILURE() << "the load went on";
+    }
+    catch (const hollin::VoErrException& failure)
+    {
+        EXPECT_EQ(failure.mCode, 77);
+    }
+    EXPECT_EQ(TextsOf(dictionary), (Texts{{"a", u"1"}}));
+    const hollin::ImageReport report = Check(image);
+    EXPECT_EQ(report.mLine, 2u);
+    EXPECT_EQ(report.mSlots, 3u);
+    EXPECT_EQ(report.mLive, 2u);
+}
