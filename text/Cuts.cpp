@@ -29,7 +29,7 @@ void U_TruncateStringToNumChars(U_UTF16String* text, unsigned int count)
 
 void U_TruncateStringToByteSize(U_UTF16String* text, unsigned int bytes)
 {
-    U_TruncateStringToNumChars(text, bytes / sizeof(U_u16));
+    U_TruncateStringToNumChars(text, bytes / 2);
 }
 
 void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)

@@ -19,10 +19,9 @@ int ShiftLetters(char* text, char first, char last, int distance)
     }
     const std::string changed = U_UTF16ToMBString(units, false);
     // What stands for a byte that is no character may be longer than it.
-    std::size_t length = std::strlen(text);
-    if (changed.size() > length)
-        length = WholeCharacters(changed.data(), length);
-    std::memcpy(text, changed.data(), std::min(length, changed.size()));
+    std::size_t count = std::strlen(text);
+    count = changed.size() > count ? WholeCharacters(changed.data(), count) : changed.size();
+    std::copy_n(changed.data(), count, text);
     return 0;
 }
 } // namespace
