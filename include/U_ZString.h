@@ -30,7 +30,8 @@ U_EXPORT std::string U_ZStringToEnglishMBString(const char* zstring);
 
 // The same into a buffer of size bytes; a text that is too long is cut at a
 // character. U_ZStringToMBRaw returns 0, or the code of a failure with out
-// untouched, and throws nothing of its own but what converting throws.
+// untouched. A hollin::VoErrException, thrown if the system refuses to convert
+// a default text, passes through all of these.
 U_EXPORT void U_ZStringToCStr(const char* zstring, unsigned int size, char* out);
 U_EXPORT U_Status U_ZStringToMBRaw(const char* zstring, unsigned int size, char* out);
 
@@ -40,8 +41,8 @@ U_EXPORT bool U_IsZstr(const std::string& text);
 // Loads a dictionary, size bytes of binary or text form, over the one in use:
 // keys that both have get the new text. Keys of old binary forms aren't copied,
 // so data must stay as long as the library lives. Returns 0, also for a damaged
-// image, which leaves default texts in force, and without a locale; or the code
-// of a failure.
+// image (none, or one of 2 GiB and more, counts as one), which leaves default
+// texts in force, and without a locale; or the code of a failure.
 U_EXPORT U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size);
 
 // Compressed images aren't supported: always 1.
@@ -62,5 +63,9 @@ U_EXPORT U_Status U_ZLocaleDeath();
 
 // To the active code page, as U_UTF16ToMBString without exact.
 U_EXPORT std::string Up_HDT_ConvertToMB(const U_UTF16String& text);
+
+// For debugging: whether zstring begins as one, with "$". Logs one that doesn't
+// under the tag "Invalid ZString". False, without a line, for null.
+U_EXPORT bool Up_IsValidZString(const char* zstring);
 
 #endif

@@ -4,6 +4,7 @@
 #include <wril/wril.h>
 
 #include "U_Threads.h"
+#include "U_ZString.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
@@ -29,9 +30,11 @@ const BirthStep kFirstSteps[] = {
 // In order, after the first steps. A failure destroys the record.
 const BirthStep kSubBirths[] = {
     &Up_MakeGlobals,
+    [](const char*) { return U_ZLocaleBirth(); },
 };
 
 const DeathStep kDeathSteps[] = {
+    [] { U_ZLocaleDeath(); },
     &Up_DestroyGlobals,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,

@@ -1,0 +1,28 @@
+// The locale: the dictionaries that ZStrings are resolved with.
+
+#ifndef TEXT_ZLOCALE_H
+#define TEXT_ZLOCALE_H
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include "hollin/Dictionary.h"
+
+struct U_ZLocale
+{
+    U_ZLocale();
+
+    boost::shared_ptr<hollin::Dictionary> mCurrent; // the current language
+    boost::shared_ptr<hollin::Dictionary> mEnglish; // stays empty: the texts carry their English
+    bool mAlive;                                    // a language has been chosen
+    bool mEnglishMode;                              // it is English; never set back
+
+    // Held while a text is looked up in either dictionary. The fields above
+    // change only while no other thread resolves.
+    boost::recursive_mutex mLock;
+};
+
+// Null before birth and after death.
+U_ZLocale* ZLocale();
+
+#endif
