@@ -5,9 +5,9 @@
 // the one that can be changed. Loading a file of version 2 makes a dictionary
 // flat, for good; entries that the hash store had are then out of reach.
 //
-// One dictionary is used by one thread at a time: a look-up writes scratch
-// fields, and counts aren't atomic. An allocation that fails throws
-// std::bad_alloc.
+// One dictionary, with its copies and the texts that came from it, is used by
+// one thread at a time: counts aren't atomic. The same holds for the default
+// dictionary and the registry. An allocation that fails throws std::bad_alloc.
 
 #ifndef HOLLIN_DICTIONARY_H
 #define HOLLIN_DICTIONARY_H
@@ -46,13 +46,14 @@ public:
 
     // Look-up. key is a ZString literal, of which the part between "$$$" and
     // "=" counts. GetString falls back on the default dictionary and then on
-    // the literal's own text, expanded; the rest on nothing.
+    // the literal's own text, expanded; GetStringById on the default
+    // dictionary; the rest on nothing.
     ZString GetString(const char* keyAndDefault, TextEncoding encoding = nullptr) const;
     ZString GetStringById(std::uint32_t id) const;
     bool HasString(const char* key) const; // not in the default dictionary
 
-    // Point into the store, until it changes, without a copy. 1 if found, else
-    // 0 with null. *length is in units.
+    // Point into the store, until it changes, without a copy; the text isn't
+    // terminated. 1 if found, else 0 with null. *length is in units.
     int GetRawString(const char* key, const std::uint16_t** units, std::uint32_t* length) const;
     int GetRawStringById(std::uint32_t id, const std::uint16_t** units,
                          std::uint32_t* length) const;
@@ -77,7 +78,8 @@ public:
     void SetLanguage(const char* name);
 
     // Walks the entries. NextId is false at the end, and the next walk starts
-    // anew. In a hash store there are no identifiers: *id counts from 0.
+    // anew. The first slot of a flat store is given even if it was removed; its
+    // key is empty then. In a hash store there are no identifiers: *id counts from 0.
     void ResetIterator();
     bool NextId(std::uint32_t* id);
     std::string CurrentKey() const; // flat stores only; empty otherwise

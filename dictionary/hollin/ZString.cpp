@@ -129,7 +129,7 @@ void ZString::ToMultibyte(char* bytes, std::uint32_t size, bool throwIfShort,
     bool fits = false;
     if (size)
     {
-        bytes[0] = 0; // what is left if the system refuses
+        bytes[0] = bytes[size - 1] = 0; // what is left if a hook refuses
         const std::uint32_t written =
             hollin_private::ToBytes(Data(), Length(), bytes, size - 1, encoding, &fits);
         bytes[written] = 0;

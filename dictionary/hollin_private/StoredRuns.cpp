@@ -19,13 +19,18 @@ OwnedRun Copy(const ByteRun& run)
 }
 } // namespace
 
+unsigned char* StoredRuns::Place(std::size_t index)
+{
+    if (index < mPointers.size() && mPointers[index])
+        return mPointers[index].get();
+    return mPool.data() + mOffsets[index];
+}
+
 ByteRun StoredRuns::Get(std::size_t index) const
 {
     if (index >= mLengths.size() || !mLengths[index])
         return ByteRun();
-    if (index < mPointers.size() && mPointers[index])
-        return ByteRun{mPointers[index].get(), mLengths[index]};
-    return ByteRun{mPool.data() + mOffsets[index], mLengths[index]};
+    return ByteRun{const_cast<StoredRuns*>(this)->Place(index), mLengths[index]};
 }
 
 void StoredRuns::Replace(std::size_t index, const ByteRun& run)
@@ -41,8 +46,7 @@ void StoredRuns::Replace(std::size_t index, const ByteRun& run)
     else if (run.mLength)
     {
         // The run may be part of this store, and so overlap.
-        const ByteRun old = Get(index);
-        std::memmove(const_cast<unsigned char*>(old.mBytes), run.mBytes, run.mLength);
+        std::memmove(Place(index), run.mBytes, run.mLength);
     }
     mLengths[index] = static_cast<std::uint16_t>(run.mLength);
 }

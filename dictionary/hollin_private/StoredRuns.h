@@ -16,8 +16,9 @@
 
 namespace hollin_private
 {
-struct StoredRuns
+class StoredRuns
 {
+public:
     Table<std::uint32_t> mOffsets; // into mPool; none if all runs stand apart
     Table<std::uint16_t> mLengths; // bytes
     Table<unsigned char> mPool;
@@ -35,6 +36,9 @@ struct StoredRuns
 
     // Gives the run a place of its own.
     void SetApart(std::size_t index);
+
+private:
+    unsigned char* Place(std::size_t index); // of a run that isn't empty
 };
 } // namespace hollin_private
 

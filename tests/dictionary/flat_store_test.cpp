@@ -107,7 +107,7 @@ TEST_F(FlatStore, AReplacedValueIsTheLast)
         const std::uint32_t id = Find(key);
         for (const std::string value : {"same", "ab", "abcdef", "", "abcdefghij", "abc", "abcde"})
         {
-            SCOPED_TRACE(key + " " + value);
+            SCOPED_TRACE(testing::Message() << key << " " << value);
             EXPECT_EQ(Add(key, value), id);
             EXPECT_EQ(Get(key), value);
         }

@@ -169,10 +169,10 @@ TEST(ByteRunKey, OwnsItsBytesOnlyIfAsked)
     std::string bytes = "key";
     const ByteRunKey borrowed(ToRun(bytes), ByteRunKey::kBorrow);
     const ByteRunKey owned(ToRun(bytes), ByteRunKey::kCopy);
-    const ByteRunKey copy(borrowed);
+    const auto copy = std::make_unique<ByteRunKey>(borrowed);
     EXPECT_TRUE(borrowed.Equals(owned));
     bytes = "kez";
     EXPECT_FALSE(borrowed.Equals(owned));
-    EXPECT_TRUE(copy.Equals(owned));
+    EXPECT_TRUE(copy->Equals(owned));
     EXPECT_EQ(ByteRunKey(ToRun(""), ByteRunKey::kCopy).Key().mBytes, nullptr);
 }

@@ -1,0 +1,248 @@
+// Texts from and to bytes, and the hooks that all conversions go through.
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <control.h>
+#include <hollin/Dictionary.h>
+#include <hollin/VoErrException.h>
+
+#include "tests/dictionary/Texts.h"
+
+using hollin::TextEncoding;
+using hollin::VoErrException;
+using hollin::ZString;
+
+namespace
+{
+const std::uint32_t kOther = 9;
+
+std::int32_t sFailure = 0;
+TextEncoding sEncoding = nullptr;
+
+// Hooks that turn a byte into the unit above it, and back.
+std::int32_t CountUnits(const char*, std::uint32_t length, std::uint32_t* count,
+                        TextEncoding encoding)
+{
+    sEncoding = encoding;
+    *count = length;
+    return 0;
+}
+
+std::int32_t ToUnits(const char* bytes, std::uint32_t length, std::uint16_t* units, std::uint32_t,
+                     TextEncoding)
+{
+    std::transform(bytes, bytes + length, units,
+                   [](char byte) { return static_cast<std::uint16_t>(byte + 1); });
+    return sFailure;
+}
+
+std::int32_t CountBytes(const std::uint16_t*, std::uint32_t length, std::uint32_t* count,
+                        TextEncoding)
+{
+    *count = length + 100;
+    return sFailure;
+}
+
+std::int32_t ToBytes(const std::uint16_t* units, std::uint32_t length, char* bytes,
+                     std::uint32_t capacity, std::uint32_t* outLength, TextEncoding)
+{
+    *outLength = std::min(length, capacity);
+    std::transform(units, units + *outLength, bytes,
+                   [](std::uint16_t unit) { return static_cast<char>(unit - 1); });
+    return sFailure;
+}
+
+std::int32_t CompareLengths(const std::uint16_t*, std::uint32_t left, const std::uint16_t*,
+                            std::uint32_t right)
+{
+    return static_cast<std::int32_t>(left) - static_cast<std::int32_t>(right);
+}
+
+class Conversion : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        sFailure = 0;
+        sEncoding = nullptr;
+        hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr);
+        hollin::SetCompareHook(nullptr);
+        hollin::SetDefaultEncoding(nullptr);
+        platform::ResetAll();
+    }
+
+    // The bytes that fit into size, and whether that is the whole text.
+    struct Cut
+    {
+        std::string bytes;
+        bool fits;
+    };
+
+    static Cut ToMultibyte(const ZString& text, std::uint32_t size, TextEncoding encoding)
+    {
+        std::string buffer(size + 1, '#');
+        bool fits = true;
+        text.ToMultibyte(&buffer[0], size, false, encoding);
+        EXPECT_EQ(buffer[size], '#') << "beyond the buffer";
+        const Cut cut = {buffer.c_str(), true};
+        try
+        {
+            text.ToMultibyte(&buffer[0], size, true, encoding);
+        }
+        catch (const VoErrException& failure)
+        {
+            EXPECT_EQ(failure.mCode, VoErrException::kBufferTooSmall);
+            fits = false;
+        }
+        EXPECT_EQ(std::string(buffer.c_str()), cut.bytes);
+        return Cut{cut.bytes, fits};
+    }
+
+    static std::string ToPascal(const ZString& text, std::uint32_t size)
+    {
+        std::string buffer(size + 1, '#');
+        text.ToPascal(reinterpret_cast<unsigned char*>(&buffer[0]), size, false);
+        EXPECT_EQ(buffer[size], '#') << "beyond the buffer";
+        return buffer.substr(1, static_cast<unsigned char>(buffer[0]));
+    }
+
+    template <class Body> static std::int32_t CodeThrownBy(const Body& body)
+    {
+        try
+        {
+            body();
+        }
+        catch (const VoErrException& failure)
+        {
+            return failure.mCode;
+        }
+        return 0;
+    }
+};
+} // namespace
+
+TEST_F(Conversion, BytesAreReadInTheirEncoding)
+{
+    EXPECT_EQ(ToText(ZString("\xE9\x80")), u"\u00E9\u20AC");
+    EXPECT_EQ(ToText(ZString("\xE9", &kOther)), u"\u00E9");
+    EXPECT_EQ(ToText(ZString("\xC3\xA9", &hollin::kEncodingUTF8)), u"\u00E9");
+    hollin::SetDefaultEncoding(&hollin::kEncodingUTF8);
+    EXPECT_EQ(ToText(ZString("\xC3\xA9")), u"\u00E9");
+    EXPECT_EQ(ToText(ZString("\xE9", &kOther)), u"\u00E9") << "only null is replaced";
+    const std::string large(100000, 'x');
+    EXPECT_EQ(ToText(ZString(large.c_str())), std::u16string(100000, u'x'));
+}
+
+TEST_F(Conversion, ATextIsCutBetweenCharacters)
+{
+    struct CutRow
+    {
+        unsigned int codePage;
+        std::uint32_t size;
+        TextEncoding encoding;
+        std::u16string text;
+        std::string bytes;
+        bool fits;
+    };
+    const TextEncoding utf8 = &hollin::kEncodingUTF8;
+    const CutRow rows[] = {
+        {1252, 3, nullptr, u"a\u00E9", "a\xE9", true},
+        {1252, 2, nullptr, u"a\u00E9", "a", false},
+        {1252, 1, nullptr, u"a", "", false},
+        {1252, 1, nullptr, u"", "", true},
+        {932, 6, nullptr, u"a\u3042\u3044", "a\x82\xA0\x82\xA2", true},
+        {932, 5, nullptr, u"a\u3042\u3044", "a\x82\xA0", false},
+        {932, 4, nullptr, u"a\u3042\u3044", "a\x82\xA0", false},
+        {932, 3, nullptr, u"a\u3042\u3044", "a", false},
+        {932, 8, utf8, u"a\u3042\u3044", "a\xE3\x81\x82\xE3\x81\x84", true},
+        {932, 7, utf8, u"a\u3042\u3044", "a\xE3\x81\x82", false},
+        {932, 4, utf8, u"a\u3042\u3044", "a", false},
+        {1252, 4, utf8, u"\U0001F600", "", false},
+        {1252, 5, utf8, u"\U0001F600", "\xF0\x9F\x98\x80", true},
+        {65001, 6, nullptr, u"a\u3042\u3044", "a\xE3\x81\x82", false},
+    };
+    for (const CutRow& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.size);
+        platform::SetActiveCodePage(row.codePage);
+        const ZString text = ToZString(row.text);
+        const Cut cut = ToMultibyte(text, row.size, row.encoding);
+        EXPECT_EQ(cut.bytes, row.bytes);
+        EXPECT_EQ(cut.fits, row.fits);
+        EXPECT_EQ(text.MultibyteLength(row.encoding) <= row.size, row.fits);
+    }
+    const ZString text = ToZString(u"a");
+    EXPECT_NO_THROW(text.ToMultibyte(std::string("b").data(), 0, false));
+    EXPECT_EQ(CodeThrownBy([&] { text.ToMultibyte(nullptr, 9, false); }),
+              VoErrException::kBufferTooSmall);
+}
+
+TEST_F(Conversion, PascalTextsHoldUpTo255Bytes)
+{
+    EXPECT_EQ(ToPascal(ToZString(u"text"), 5), "text");
+    EXPECT_EQ(ToPascal(ToZString(u"text"), 4), "tex");
+    EXPECT_EQ(ToPascal(ToZString(u"text"), 1), "");
+    EXPECT_EQ(ToPascal(ZString(), 1), "");
+    platform::SetActiveCodePage(932);
+    const std::u16string text(150, u'\u3042');
+    EXPECT_EQ(ToPascal(ToZString(text), 1000).size(), 254u);
+    unsigned char bytes[300];
+    EXPECT_EQ(CodeThrownBy([&] { ToZString(text).ToPascal(bytes, 300, true); }),
+              VoErrException::kBufferTooSmall);
+    EXPECT_EQ(CodeThrownBy([&] { ToZString(text).ToPascal(nullptr, 300, false); }),
+              VoErrException::kBufferTooSmall);
+}
+
+TEST_F(Conversion, ReplacedHooksConvert)
+{
+    EXPECT_TRUE(hollin::ConversionHooksAreDefault());
+    hollin::SetConversionHooks(CountUnits, ToUnits, CountBytes, ToBytes);
+    EXPECT_FALSE(hollin::ConversionHooksAreDefault());
+    EXPECT_EQ(ToText(ZString("abc", &kOther)), u"bcd");
+    EXPECT_EQ(sEncoding, &kOther);
+    hollin::SetDefaultEncoding(&kOther);
+    sEncoding = nullptr;
+    EXPECT_EQ(ToText(hollin::Dictionary().GetString("$$$/a=ab")), u"bc");
+    EXPECT_EQ(sEncoding, &kOther);
+    EXPECT_EQ(ToMultibyte(ToZString(u"bcd"), 4, nullptr).bytes, "abc");
+    EXPECT_EQ(ToZString(u"bcd").MultibyteLength(), 103u);
+
+    hollin::SetConversionHooks(nullptr, ToUnits, nullptr, nullptr);
+    EXPECT_FALSE(hollin::ConversionHooksAreDefault());
+    EXPECT_EQ(ToText(ZString("abc")), u"bcd");
+    EXPECT_EQ(ToZString(u"bcd").MultibyteLength(), 4u);
+    hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(hollin::ConversionHooksAreDefault());
+    EXPECT_EQ(ToText(ZString("abc")), u"abc");
+}
+
+TEST_F(Conversion, WhatAHookRefusesIsThrown)
+{
+    hollin::SetConversionHooks(CountUnits, ToUnits, CountBytes, ToBytes);
+    sFailure = 4711;
+    const ZString text = ToZString(u"bcd");
+    std::string bytes(11, '#');
+    EXPECT_EQ(CodeThrownBy([] { ZString("abc"); }), 4711);
+    EXPECT_EQ(CodeThrownBy([] { hollin::Dictionary().GetString("/a=b"); }), 4711);
+    EXPECT_EQ(CodeThrownBy([&] { text.MultibyteLength(); }), 4711);
+    EXPECT_EQ(CodeThrownBy([&] { text.ToMultibyte(&bytes[0], 10, false); }), 4711);
+    EXPECT_LT(std::strlen(bytes.c_str()), 10u) << "terminated all the same";
+    EXPECT_NO_THROW(ZString(""));
+    sFailure = VoErrException::kBufferTooSmall;
+    EXPECT_EQ(CodeThrownBy([] { ZString("abc"); }), VoErrException::kBufferTooSmall);
+    EXPECT_EQ(CodeThrownBy([&] { text.ToMultibyte(&bytes[0], 10, false); }), 0);
+    EXPECT_STREQ(bytes.c_str(), "abc");
+}
+
+TEST_F(Conversion, TheCompareHookDecides)
+{
+    hollin::SetCompareHook(CompareLengths);
+    EXPECT_EQ(ToZString(u"abc"), ToZString(u"xyz"));
+    EXPECT_LT(ToZString(u"z"), ToZString(u"ab"));
+    hollin::SetCompareHook(nullptr);
+    EXPECT_NE(ToZString(u"abc"), ToZString(u"xyz"));
+}

@@ -1,0 +1,296 @@
+// Dictionaries: looking up, changing, copying, walking, and the registry.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <hollin/Dictionary.h>
+#include <hollin/VoErrException.h>
+#include <hollin_private/DictionaryImpl.h>
+
+#include "tests/dictionary/Texts.h"
+
+using hollin::Dictionary;
+using hollin::kNoId;
+using hollin::ZString;
+
+namespace
+{
+const std::uint32_t* const kUTF8 = &hollin::kEncodingUTF8;
+
+std::uint32_t Set(Dictionary& dictionary, const char* key, const std::u16string& value)
+{
+    return dictionary.SetString(key, reinterpret_cast<const std::uint16_t*>(value.data()),
+                                static_cast<std::uint32_t>(value.size() * 2));
+}
+
+std::uint32_t Set(Dictionary& dictionary, const char* key, const std::u16string& value,
+                  const std::u16string& comment)
+{
+    return dictionary.SetString(key, reinterpret_cast<const std::uint16_t*>(value.data()),
+                                static_cast<std::uint32_t>(value.size() * 2),
+                                reinterpret_cast<const std::uint16_t*>(comment.data()),
+                                static_cast<std::uint32_t>(comment.size() * 2));
+}
+
+std::u16string Get(const Dictionary& dictionary, const char* key)
+{
+    return ToText(dictionary.GetString(key, kUTF8));
+}
+
+// "none" if it isn't found.
+std::u16string GetRaw(const Dictionary& dictionary, const char* key)
+{
+    const std::uint16_t* units = nullptr;
+    std::uint32_t length = 1;
+    if (!dictionary.GetRawString(key, &units, &length))
+        return units || length ? u"not cleared" : u"none";
+    return std::u16string(units, units + length);
+}
+
+std::vector<std::string> Walk(Dictionary& dictionary)
+{
+    std::vector<std::string> keys;
+    std::uint32_t id = 0;
+    while (dictionary.NextId(&id))
+        keys.push_back(std::to_string(id) + dictionary.CurrentKey());
+    return keys;
+}
+
+// Leaves no default dictionary behind.
+class Fallback : public testing::Test
+{
+protected:
+    void TearDown() override { hollin_private::SetDefaultDictionary(nullptr); }
+};
+} // namespace
+
+TEST(Dictionary, AnEmptyOneGivesDefaultTexts)
+{
+    struct Lookup
+    {
+        const char* zstring;
+        std::u16string text;
+    };
+    const Lookup lookups[] = {
+        {nullptr, u""},
+        {"", u""},
+        {"$$$/a=b", u"b"},
+        {"$$$/a", u""},
+        {"$$$/a=", u""},
+        {"$$$=b", u"b"},
+        {"$$$", u""},
+        {"=", u""},
+        {"a=b", u"b"},
+        {"abc", u""},
+        {"$$$/a=x=y", u"x=y"},
+        {"$$$/a=$=y", u"$=y"},
+        {"$$/a=b", u""},
+        {"$a=b", u""},
+        {"$", u""},
+        {"$$$$/a=b", u"b"},
+        {"$$$/a=^^1 and ^1", u"^1 and ^1"},
+        {"$$$/a=100^", u"100^"},
+        {"$$$/a=#{endl}", u"\r\n"},
+        {"$$$/a=\xC3\xA9#{e9}", u"\u00E9\u00E9"},
+    };
+    for (const bool flat : {false, true})
+    {
+        const Dictionary dictionary(flat);
+        for (const Lookup& lookup : lookups)
+            EXPECT_EQ(Get(dictionary, lookup.zstring), lookup.text)
+                << (lookup.zstring ? lookup.zstring : "null");
+        EXPECT_FALSE(dictionary.HasString("$$$/a=b"));
+        EXPECT_EQ(GetRaw(dictionary, "$$$/a=b"), u"none");
+    }
+    EXPECT_EQ(ToText(Dictionary().GetString("/a=\xE9")), u"\u00E9") << "the active code page";
+}
+
+TEST(Dictionary, StoredTextsAreGivenAsTheyAre)
+{
+    Dictionary flat(true);
+    EXPECT_EQ(Set(flat, "$$$/a=ignored", u"^^1 #{e9}"), 0u);
+    EXPECT_EQ(Set(flat, "/empty", u""), 1u);
+    EXPECT_EQ(Get(flat, "$$$/a=default"), u"^^1 #{e9}");
+    EXPECT_EQ(Get(flat, "/a=default"), u"^^1 #{e9}");
+    EXPECT_EQ(Get(flat, "$$$/empty=default"), u"");
+    EXPECT_EQ(Get(flat, "$$$/A=default"), u"default");
+    EXPECT_EQ(GetRaw(flat, "$$$/a"), u"^^1 #{e9}");
+    EXPECT_EQ(GetRaw(flat, "$$$/empty"), u"");
+    EXPECT_TRUE(flat.HasString("/empty=x"));
+    EXPECT_FALSE(flat.HasString("$/empty"));
+    EXPECT_EQ(ToText(flat.GetStringById(0)), u"^^1 #{e9}");
+    EXPECT_EQ(ToText(flat.GetStringById(2)), u"");
+
+    hollin_private::DictionaryImpl hash(false);
+    ZString text;
+    EXPECT_TRUE(hash.Put(ToRun("/a"), ToZString(u"^^1")));
+    EXPECT_TRUE(hash.Put(ToRun("/a"), ToZString(u"^^2")));
+    EXPECT_TRUE(hash.FindText(ToRun("/a"), &text));
+    EXPECT_EQ(ToText(text), u"^^2");
+    EXPECT_FALSE(hash.FindTextById(0, &text));
+    hash.mHashTable.Remove(*hash.mHashTable.Chain(580));
+    EXPECT_FALSE(hash.FindText(ToRun("/a"), &text)) << "the first entry had been replaced";
+}
+
+TEST(Dictionary, OnlyAFlatOneIsChanged)
+{
+    Dictionary hash;
+    EXPECT_EQ(Set(hash, "/a", u"1"), kNoId);
+    EXPECT_EQ(hash.RemoveString("/a"), kNoId);
+    EXPECT_EQ(hash.CurrentKey(), "");
+    hash.SetLanguage("de_DE");
+    EXPECT_EQ(ToText(hash.GetLanguage()), u"");
+
+    Dictionary flat(true);
+    EXPECT_EQ(Set(flat, "$/a", u"1"), kNoId);
+    EXPECT_EQ(Set(flat, nullptr, u"1"), kNoId);
+    EXPECT_EQ(flat.SetString("/a", nullptr, 2), kNoId);
+    EXPECT_EQ(Set(flat, "/a", u"1", u"note"), 0u);
+    EXPECT_EQ(ToText(flat.GetComment("$$$/a=x")), u"note");
+    EXPECT_EQ(ToText(flat.GetComment("$$$/b=x")), u"");
+    EXPECT_EQ(flat.RemoveString("$$$/a=x"), 0u);
+    EXPECT_EQ(flat.RemoveString("$$$/a=x"), kNoId);
+    EXPECT_EQ(Get(flat, "/a=x"), u"x");
+    const std::uint16_t* units = nullptr;
+    std::uint32_t length = 0;
+    EXPECT_EQ(flat.GetRawStringById(0, &units, &length), 0);
+    flat.SetLanguage("de_DE");
+    flat.SetLanguage("");
+    flat.SetLanguage(nullptr);
+    EXPECT_EQ(ToText(flat.GetLanguage()), u"de_DE");
+}
+
+TEST(Dictionary, OddValuesAreGivenInWholeUnits)
+{
+    Dictionary flat(true);
+    const std::u16string text = u"ab";
+    EXPECT_EQ(flat.SetString("/a", reinterpret_cast<const std::uint16_t*>(text.data()), 3), 0u);
+    EXPECT_EQ(Get(flat, "/a"), u"a");
+    EXPECT_EQ(GetRaw(flat, "/a"), u"a");
+}
+
+TEST(Dictionary, RawTextsAreAligned)
+{
+    // The second value of the file stands at an odd address.
+    hollin_private::DictionaryImpl impl(true);
+    FileBlock file({{"odd", "xyz"}, {"text", std::string("a\0b\0", 4)}});
+    hollin_private::FastArray& store = *impl.mFastArray;
+    ASSERT_TRUE(store.AdoptBlock(std::move(file.mBlock), std::move(file.mBuckets), 0));
+    ZString text;
+    EXPECT_TRUE(impl.FindText(ToRun("text"), &text));
+    EXPECT_EQ(ToText(text), u"ab");
+    for (std::uint32_t id : {0u, 1u})
+    {
+        store.AlignValue(id);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(store.Value(id).mBytes) % 2, 0u);
+    }
+    EXPECT_EQ(ToBytes(store.Value(0)), "xyz");
+    EXPECT_EQ(ToBytes(store.Value(1)), std::string("a\0b\0", 4));
+}
+
+TEST(Dictionary, CopiesShareAFlatStore)
+{
+    Dictionary flat(true);
+    flat.SetLanguage("de_DE");
+    Set(flat, "/a", u"1");
+    Dictionary copy(flat);
+    Dictionary assigned;
+    assigned = flat;
+    Set(flat, "/a", u"2");
+    Set(copy, "/b", u"3");
+    EXPECT_EQ(Get(copy, "/a") + Get(assigned, "/a") + Get(assigned, "/b"), u"223");
+    EXPECT_EQ(ToText(assigned.GetLanguage()), u"de_DE");
+    assigned = Dictionary();
+    EXPECT_EQ(Get(assigned, "/a"), u"2") << "of a hash dictionary nothing is copied";
+    copy = Dictionary(true);
+    EXPECT_EQ(Get(copy, "/a=gone"), u"gone");
+    EXPECT_EQ(Get(flat, "/a"), u"2");
+}
+
+TEST(Dictionary, AWalkGivesEachEntry)
+{
+    Dictionary flat(true);
+    std::uint32_t id = 77;
+    EXPECT_FALSE(flat.NextId(&id));
+    EXPECT_EQ(id, 77u);
+    for (const char* key : {"/a", "/b", "/c", "/d"})
+        Set(flat, key, u"text");
+    flat.RemoveString("/b");
+    flat.RemoveString("/c");
+    EXPECT_EQ(Walk(flat), (std::vector<std::string>{"0/a", "3/d"}));
+    EXPECT_EQ(flat.CurrentKey(), "");
+    ASSERT_TRUE(flat.NextId(&id));
+    flat.ResetIterator();
+    flat.RemoveString("/a");
+    EXPECT_EQ(Walk(flat), (std::vector<std::string>{"0", "3/d"})) << "the first comes unseen";
+}
+
+TEST(Dictionary, TheCurrentKeyIsCopied)
+{
+    Dictionary flat(true);
+    Set(flat, "/key", u"text");
+    std::uint32_t id = 0;
+    ASSERT_TRUE(flat.NextId(&id));
+    struct Copy
+    {
+        std::uint32_t size;
+        const char* copied;
+        bool fits;
+    };
+    for (const Copy& copy : {Copy{5, "/key", true}, Copy{4, "/ke", false}, Copy{1, "", false}})
+    {
+        char buffer[] = "########";
+        EXPECT_EQ(flat.CurrentKey(buffer, copy.size, false), 4u);
+        EXPECT_STREQ(buffer, copy.copied);
+        EXPECT_EQ(buffer[copy.size], '#');
+        if (copy.fits)
+            EXPECT_NO_THROW(flat.CurrentKey(buffer, copy.size, true));
+        else
+            EXPECT_THROW(flat.CurrentKey(buffer, copy.size, true), hollin::VoErrException);
+    }
+    EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
+}
+
+TEST_F(Fallback, TheDefaultDictionaryIsAskedNext)
+{
+    Dictionary& registered = Dictionary::ForDomain(1);
+    EXPECT_EQ(&Dictionary::ForDomain(1), &registered);
+    EXPECT_NE(&Dictionary::ForDomain(2), &registered);
+    registered = Dictionary(true);
+    Set(registered, "/a", u"registered a");
+    Set(registered, "/b", u"registered b");
+    Set(registered, "/c", u"");
+    EXPECT_EQ(ToText(ZString::FromDomain(1, "$$$/a=default")), u"registered a");
+    EXPECT_EQ(ToText(ZString::FromDomain(2, "$$$/a=default")), u"default");
+
+    Dictionary flat(true);
+    Set(flat, "/a", u"own a");
+    EXPECT_EQ(Get(flat, "/b=default"), u"default");
+    Dictionary::SetDefaultDictionary(1);
+    EXPECT_EQ(Get(flat, "/a=default"), u"own a");
+    EXPECT_EQ(Get(flat, "/b=default"), u"registered b");
+    EXPECT_EQ(Get(flat, "/c=default"), u"");
+    EXPECT_EQ(Get(flat, "/d=default"), u"default");
+    EXPECT_EQ(Get(registered, "/d=default"), u"default");
+    EXPECT_EQ(ToText(flat.GetStringById(0)), u"own a");
+    EXPECT_EQ(ToText(flat.GetStringById(1)), u"registered b");
+    EXPECT_EQ(ToText(Dictionary().GetStringById(1)), u"registered b");
+    EXPECT_FALSE(flat.HasString("/b"));
+    EXPECT_EQ(GetRaw(flat, "/b"), u"none");
+    EXPECT_EQ(ToText(ZString::FromDomain(2, "$$$/a=default")), u"registered a");
+}
+
+TEST_F(Fallback, ADefaultDictionaryThatGoesIsForgotten)
+{
+    {
+        hollin_private::DictionaryImpl shortLived(false);
+        shortLived.Put(ToRun("/a"), ToZString(u"1"));
+        hollin_private::SetDefaultDictionary(&shortLived);
+        EXPECT_EQ(Get(Dictionary(), "/a"), u"1");
+        hollin_private::DictionaryImpl another(false);
+    }
+    EXPECT_EQ(hollin_private::DefaultDictionary(), nullptr);
+    EXPECT_EQ(Get(Dictionary(), "/a=2"), u"2");
+}
