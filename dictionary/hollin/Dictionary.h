@@ -97,7 +97,10 @@ public:
     // the system can't convert throws a VoErrException.
     void LoadFromMemory(const unsigned char* bytes, std::int32_t size, bool copyKeys);
 
-    // The same from the stream's position to its end; keys are copied.
+    // The same from the stream's position to its end, which is read first; keys
+    // are copied. The stream need not seek. One that fails counts as damaged and
+    // gives nothing; what it would throw stays inside, as its state tells it. In
+    // a text, a line of nothing but a byte-order mark is passed over.
     void LoadFromStream(std::istream& stream);
 
     // False once any load has met damage.
@@ -112,14 +115,21 @@ public:
     };
 
     // Writes a version 2.7 image, or the text form in UTF-16 of this machine.
-    // byteOrder 0 writes the other byte order. base is the first identifier of
-    // a file that continues another, else 0. Returns the bytes written, 0 if
-    // that failed; a run too long for the form throws "PARM" before anything is
-    // written. The text form doesn't protect a caret, a backslash or "#{" in a
-    // value: those change when they are read back.
+    // Texts are UTF-16 in both, so encoding plays no part. byteOrder 0 writes an
+    // image of the other byte order. base is the first identifier of a file that
+    // continues another, else 0; a hash store writes 0.
+    //
+    // All is written at once; the stream need not seek. Returns the bytes
+    // written, 0 if that failed. A flat store tells of an exception on standard
+    // error and returns 0; a hash store lets it pass, and throws "PARM" for a run
+    // above kLongestRun before anything is written.
+    //
+    // The text form doesn't protect a caret, a backslash or "#{" in a value:
+    // those change when they are read back. Entries with an empty key are left
+    // out of a flat store's text, and can't be found in an image.
     std::size_t Serialize(std::ostream& stream, SerializeMode mode, TextEncoding encoding,
-                          int byteOrder, std::uint32_t base);
-    std::size_t Serialize(std::ostream& stream, bool binary, TextEncoding encoding);
+                          int byteOrder, std::uint32_t base) const;
+    std::size_t Serialize(std::ostream& stream, bool binary, TextEncoding encoding) const;
 
     // Registered dictionaries, by domain; made empty on first use and destroyed
     // at the end of the process. The reference holds until then.

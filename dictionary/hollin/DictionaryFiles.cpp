@@ -43,7 +43,7 @@ void Dictionary::LoadFromStream(std::istream& stream)
 }
 
 std::size_t Dictionary::Serialize(std::ostream& stream, SerializeMode mode, TextEncoding,
-                                  int byteOrder, std::uint32_t base)
+                                  int byteOrder, std::uint32_t base) const
 {
     hollin_private::ImageOptions options;
     options.mBigEndian = hollin_private::NeedsSwap(byteOrder == 0);
@@ -62,7 +62,7 @@ std::size_t Dictionary::Serialize(std::ostream& stream, SerializeMode mode, Text
     }
 }
 
-std::size_t Dictionary::Serialize(std::ostream& stream, bool binary, TextEncoding encoding)
+std::size_t Dictionary::Serialize(std::ostream& stream, bool binary, TextEncoding encoding) const
 {
     return Serialize(stream, binary ? kBinary : kText, encoding, 1, 0);
 }

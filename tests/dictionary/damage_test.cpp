@@ -1,6 +1,7 @@
 // Damaged images of version 2, and streams that fail: nothing of them is kept.
 
 #include <istream>
+#include <random>
 #include <sstream>
 #include <streambuf>
 
@@ -177,6 +178,41 @@ TEST(Damage, EachFieldIsCheckedAndNamed)
                                             row.named + ": " + row.problem + ".");
         }
     }
+}
+
+// Whatever an image holds, the check and the loads agree on it, and what was
+// loaded can be used.
+TEST(Damage, CheckAgreesWithTheLoadsOnSpoiltImages)
+{
+    std::mt19937 random(77);
+    FlatOptions keyless;
+    keyless.marker = 'N';
+    const std::string images[] = {BuildFlat(kDamaged).Image(), BuildFlat(kDamaged, keyless).Image(),
+                                  BuildEntries(kDamaged).Image(),
+                                  BuildLengthTable(kDamaged).Image()};
+    int damaged = 0;
+    for (int round = 0; round < 4000; ++round)
+    {
+        std::string image = images[round % 4];
+        for (std::size_t spoilt = 1 + random() % 3; spoilt > 0; --spoilt)
+        {
+            const std::size_t at = 24 + random() % (image.size() - 24);
+            image[at] =
+                random() % 2 ? static_cast<char>(random() % 8) : static_cast<char>(random());
+        }
+        SCOPED_TRACE(round);
+        Dictionary dictionary;
+        Load(dictionary, image, kWays[round % 8 / 4]);
+        const hollin::ImageReport report = Check(image);
+        EXPECT_EQ(report.mDamaged, !dictionary.IsGood()) << report.mSentence;
+        damaged += report.mDamaged;
+        TextsOf(dictionary);
+        for (std::uint32_t id = 0; id < 4; ++id)
+            dictionary.GetCommentById(id);
+        EXPECT_FALSE(Check(Saved(dictionary)).mDamaged);
+    }
+    EXPECT_GT(damaged, 400);
+    EXPECT_LT(damaged, 3600);
 }
 
 TEST(Damage, EmptyAndMissingImagesAreRefused)

@@ -89,7 +89,7 @@ std::u16string Wide(const hollin::ZString& text)
     return Wide(text.Data(), text.Length());
 }
 
-std::string Saved(hollin::Dictionary& dictionary, hollin::Dictionary::SerializeMode mode,
+std::string Saved(const hollin::Dictionary& dictionary, hollin::Dictionary::SerializeMode mode,
                   bool bigEndian, std::uint32_t base)
 {
     const std::uint16_t one = 1;

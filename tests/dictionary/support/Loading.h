@@ -35,7 +35,7 @@ std::vector<std::string> KeysOf(hollin::Dictionary& dictionary);
 std::map<std::string, std::u16string> TextsOf(hollin::Dictionary& dictionary);
 
 std::u16string Wide(const hollin::ZString& text);
-std::string Saved(hollin::Dictionary& dictionary,
+std::string Saved(const hollin::Dictionary& dictionary,
                   hollin::Dictionary::SerializeMode mode = hollin::Dictionary::kBinary,
                   bool bigEndian = false, std::uint32_t base = 0);
 
