@@ -4,6 +4,8 @@
 
 #include <win32/text.h>
 
+#include "../code_units.h"
+
 namespace krobase
 {
 namespace utility
@@ -12,21 +14,11 @@ namespace
 {
 const std::size_t kPiece = 1u << 28; // units whose UTF-8 the system can count
 
-bool IsHighSurrogate(unsigned short unit)
-{
-    return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsLowSurrogate(unsigned short unit)
-{
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 // Whether a cut at the place would part the halves of a pair.
 bool IsInsidePair(const UTF16String& text, std::size_t place)
 {
-    return place > 0 && place < text.size() && IsHighSurrogate(text[place - 1]) &&
-           IsLowSurrogate(text[place]);
+    return place > 0 && place < text.size() && platform::IsHighSurrogate(text[place - 1]) &&
+           platform::IsLowSurrogate(text[place]);
 }
 
 // Units of the first count characters.

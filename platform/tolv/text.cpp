@@ -4,7 +4,10 @@
 
 #include <win32/text.h>
 
+#include "../code_units.h"
 #include "switches.h"
+
+using namespace platform;
 
 namespace
 {
@@ -37,43 +40,19 @@ unsigned char ByteAt(const char* text, int offset)
     return static_cast<unsigned char>(text[offset]);
 }
 
-// Bytes of the sequence that a byte leads in UTF-8, 1 if it leads none.
-int SequenceLength(unsigned char byte)
-{
-    if (byte < 0xC2 || byte > 0xF4)
-        return 1;
-    return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
-}
-
-bool IsContinuation(unsigned char byte)
-{
-    return (byte & 0xC0) == 0x80;
-}
-
-// Whether the second byte can stand behind the lead byte: some would make a
-// sequence too long for its character, a surrogate, or no character at all.
-bool IsSecond(unsigned char lead, unsigned char second)
-{
-    if (lead == 0xE0 || lead == 0xF0)
-        return second >= (lead == 0xE0 ? 0xA0 : 0x90);
-    if (lead == 0xED || lead == 0xF4)
-        return second < (lead == 0xED ? 0xA0 : 0x90);
-    return true;
-}
-
 short TypeInUTF8(const char* text, int offset)
 {
     const unsigned char byte = ByteAt(text, offset);
-    if (!IsContinuation(byte))
-        return SequenceLength(byte) > 1 ? kFirstByte : kSingleByte;
+    if (!IsUTF8Continuation(byte))
+        return UTF8Length(byte) > 1 ? kFirstByte : kSingleByte;
     int start = offset - 1;
-    while (start > 0 && start > offset - 3 && IsContinuation(ByteAt(text, start)))
+    while (start > 0 && start > offset - 3 && IsUTF8Continuation(ByteAt(text, start)))
         --start;
     if (start < 0)
         return kSingleByte;
     const unsigned char lead = ByteAt(text, start);
-    const int length = SequenceLength(lead);
-    if (offset - start >= length || !IsSecond(lead, ByteAt(text, start + 1)))
+    const int length = UTF8Length(lead);
+    if (offset - start >= length || !IsUTF8Second(lead, ByteAt(text, start + 1)))
         return kSingleByte;
     return offset - start == length - 1 ? kLastByte : kMiddleByte;
 }

@@ -11,31 +11,32 @@ struct PageDecoder
     static const std::size_t kMost = 1;
 
     template <class Output>
-    const Byte* Run(const Byte* next, const Byte* stop, const Byte* end, Output& output) const
+    Cursor<Byte, Output> Run(Cursor<Byte, Output> at, const Byte* stop, const Byte* end) const
     {
-        while (next < stop)
+        const CodePage& page = mPage;
+        const bool isAscii = page.mIsAscii;
+        while (at.mNext < stop)
         {
-            if (*next < 0x80 && mPage.mIsAscii)
-                next = PutAscii(next, stop, output);
-            else if (mPage.mIsLead[*next])
-                next = PutPair(next, end, output);
+            if (*at.mNext < 0x80 && isAscii)
+                at = PutAscii(at, stop);
+            else if (page.mIsLead[*at.mNext])
+                at = PutPair(at, end);
             else
-                output.Put(mPage.mSingles[*next++]);
+                at.mOutput.Put(page.mSingles[*at.mNext++]);
         }
-        return next;
+        return at;
     }
 
     // A lead byte takes any second byte with it but a terminator.
     template <class Output>
-    const Byte* PutPair(const Byte* next, const Byte* end, Output& output) const
+    Cursor<Byte, Output> PutPair(Cursor<Byte, Output> at, const Byte* end) const
     {
-        if (end - next < 2 || !next[1])
-        {
-            output.Put(mPage.mDefaultUnit);
-            return next + 1;
-        }
-        output.Put(mPage.mPairs[next[0] - 0x80][next[1]]);
-        return next + 2;
+        const Byte lead = *at.mNext++;
+        if (at.mNext == end || !*at.mNext)
+            at.mOutput.Put(mPage.mDefaultUnit);
+        else
+            at.mOutput.Put(mPage.mPairs[lead - 0x80][*at.mNext++]);
+        return at;
     }
 
     const CodePage& mPage;
@@ -48,29 +49,31 @@ struct PageEncoder
     static const std::size_t kMost = 2;
 
     template <class Output>
-    const Unit* Run(const Unit* next, const Unit* stop, const Unit*, Output& output)
+    Cursor<Unit, Output> Run(Cursor<Unit, Output> at, const Unit* stop, const Unit*) const
     {
-        while (next < stop)
+        const CodePage& page = mPage;
+        const bool isAscii = page.mIsAscii;
+        while (at.mNext < stop)
         {
-            if (*next < 0x80 && mPage.mIsAscii)
-                next = PutAscii(next, stop, output);
-            else
-                PutUnit(*next++, output);
+            const Unit unit = *at.mNext;
+            if (unit < 0x80 && isAscii)
+            {
+                at = PutAscii(at, stop);
+                continue;
+            }
+            ++at.mNext;
+            const Unit bytes = page.mBytes[unit] || !unit ? page.mBytes[unit] : Default();
+            if (bytes > 0xFF)
+                at.mOutput.Put(static_cast<Byte>(bytes >> 8));
+            at.mOutput.Put(static_cast<Byte>(bytes));
         }
-        return next;
+        return at;
     }
 
-    template <class Output> void PutUnit(Unit unit, Output& output)
+    Unit Default() const
     {
-        Unit bytes = mPage.mBytes[unit];
-        if (!bytes && unit)
-        {
-            bytes = mFallback.mBytes;
-            mFallback.mUsed = true;
-        }
-        if (bytes > 0xFF)
-            output.Put(static_cast<Byte>(bytes >> 8));
-        output.Put(static_cast<Byte>(bytes));
+        mFallback.mUsed = true;
+        return mFallback.mBytes;
     }
 
     const CodePage& mPage;
@@ -94,14 +97,14 @@ std::size_t FromPage(const CodePage& page, const Byte* bytes, std::size_t length
 std::size_t CountToPage(const CodePage& page, const Unit* units, std::size_t length,
                         DefaultCharacter& fallback)
 {
-    PageEncoder encoder = {page, fallback};
+    const PageEncoder encoder = {page, fallback};
     return Count(encoder, units, length);
 }
 
 std::size_t ToPage(const CodePage& page, const Unit* units, std::size_t length, Byte* bytes,
                    std::size_t capacity, DefaultCharacter& fallback)
 {
-    PageEncoder encoder = {page, fallback};
+    const PageEncoder encoder = {page, fallback};
     return Fill(encoder, units, length, bytes, capacity);
 }
 } // namespace win32

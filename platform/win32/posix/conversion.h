@@ -15,7 +15,8 @@ typedef unsigned char Byte;
 typedef unsigned short Unit; // of UTF-16
 
 const std::size_t kTooSmall = SIZE_MAX; // in place of a count
-const std::size_t kBlock = 16;          // characters of a run looked at together
+const std::size_t kBlock = 16;          // characters of a long run moved together
+const bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
 
 // Takes what a conversion gives. It doesn't look for the end.
 template <class Target> struct Store
@@ -23,11 +24,14 @@ template <class Target> struct Store
     Target* mNext;
 
     void Put(Target value) { *mNext++ = value; }
-    template <class Source> void PutBlock(const Source* block)
+
+    // Puts a piece's first count characters, and scribbles over the places of
+    // the others: a loop that always runs the same way is far faster.
+    template <std::size_t kSize, class Source> void PutHead(const Source* piece, std::size_t count)
     {
-        for (std::size_t i = 0; i < kBlock; ++i)
-            mNext[i] = static_cast<Target>(block[i]);
-        mNext += kBlock;
+        for (std::size_t i = 0; i < kSize; ++i)
+            mNext[i] = static_cast<Target>(piece[i]);
+        mNext += count;
     }
 };
 
@@ -37,86 +41,132 @@ template <class Target> struct Tally
     std::size_t mCount;
 
     void Put(Target) { ++mCount; }
-    template <class Source> void PutBlock(const Source*) { mCount += kBlock; }
+    template <std::size_t kSize, class Source> void PutHead(const Source*, std::size_t count)
+    {
+        mCount += count;
+    }
 };
 
-inline bool IsAsciiBlock(const Byte* block)
+// A machine word's worth of characters.
+template <class Source> struct Word
 {
-    std::uint64_t words[2];
-    std::memcpy(words, block, sizeof(words));
-    return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
-}
+    static const std::size_t kSize = sizeof(std::uint64_t) / sizeof(Source);
 
-inline bool IsAsciiBlock(const Unit* block)
-{
-    std::uint64_t words[4];
-    std::memcpy(words, block, sizeof(words));
-    return ((words[0] | words[1] | words[2] | words[3]) & 0xFF80FF80FF80FF80u) == 0;
-}
-
-// Puts the ASCII characters at the head of [next, stop), and returns their end.
-template <class Source, class Output>
-const Source* PutAscii(const Source* next, const Source* stop, Output& output)
-{
-    while (static_cast<std::size_t>(stop - next) >= kBlock && IsAsciiBlock(next))
+    // The bits that make characters other than ASCII.
+    static std::uint64_t HighBits(const Source* next)
     {
-        output.PutBlock(next);
-        next += kBlock;
+        const std::uint64_t kMask = sizeof(Source) == 1 ? 0x8080808080808080u : 0xFF80FF80FF80FF80u;
+        std::uint64_t word;
+        std::memcpy(&word, next, sizeof(word));
+        return word & kMask;
     }
-    while (next != stop && *next < 0x80)
-        output.Put(static_cast<Byte>(*next++));
-    return next;
+
+    // ASCII characters in front of the first other one.
+    static std::size_t AsciiHead(std::uint64_t highBits)
+    {
+        const int zeros = kLittleEndian ? __builtin_ctzll(highBits) : __builtin_clzll(highBits);
+        return static_cast<std::size_t>(zeros) / (8 * sizeof(Source));
+    }
+};
+
+template <class Source> bool IsAsciiBlock(const Source* block)
+{
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < kBlock; i += Word<Source>::kSize)
+        bits |= Word<Source>::HighBits(block + i);
+    return bits == 0;
+}
+
+// How far a conversion has come. It goes from function to function by value,
+// so that it stays in registers.
+template <class Source, class Output> struct Cursor
+{
+    const Source* mNext;
+    Output mOutput;
+};
+
+// Converts the ASCII characters in front of the first other one or stop. Three
+// sources give at least one target, so while enough of them are left, later
+// characters take all the places that have been scribbled over.
+template <class Source, class Output>
+Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
+{
+    const std::size_t kWord = Word<Source>::kSize;
+    while (static_cast<std::size_t>(stop - at.mNext) >= kBlock + 3 * kWord)
+    {
+        if (IsAsciiBlock(at.mNext))
+        {
+            at.mOutput.template PutHead<kBlock>(at.mNext, kBlock);
+            at.mNext += kBlock;
+            continue;
+        }
+        std::uint64_t highBits;
+        while ((highBits = Word<Source>::HighBits(at.mNext)) == 0)
+        {
+            at.mOutput.template PutHead<kWord>(at.mNext, kWord);
+            at.mNext += kWord;
+        }
+        const std::size_t count = Word<Source>::AsciiHead(highBits);
+        at.mOutput.template PutHead<kWord>(at.mNext, count);
+        at.mNext += count;
+        return at;
+    }
+    while (at.mNext != stop && *at.mNext < 0x80)
+        at.mOutput.Put(static_cast<Byte>(*at.mNext++));
+    return at;
 }
 
 // A converter has the types Source and Target; kMost, the most targets a source
 // gives; and
 //
-//     const Source* Run(const Source* next, const Source* stop,
-//                       const Source* end, Output& output)
+//     Cursor<Source, Output> Run(Cursor<Source, Output> at,
+//                                const Source* stop, const Source* end)
 //
-// which puts the characters that start in [next, stop) and returns the end of
-// the last one. A character may go on behind stop, but not behind end, and
-// then gives at most one target more than the sources in front of stop allow.
+// which converts the characters that start in front of stop. The last one may
+// go on behind it, but not behind end, and then gives at most one target more
+// than the sources in front of stop allow.
 
 // The count of targets that a text gives.
 template <class Converter>
-std::size_t Count(Converter& converter, const typename Converter::Source* next, std::size_t length)
+std::size_t Count(const Converter& converter, const typename Converter::Source* next,
+                  std::size_t length)
 {
-    Tally<typename Converter::Target> tally = {0};
-    converter.Run(next, next + length, next + length, tally);
-    return tally.mCount;
+    typedef Tally<typename Converter::Target> Output;
+    const Cursor<typename Converter::Source, Output> start = {next, {0}};
+    return converter.Run(start, next + length, next + length).mOutput.mCount;
 }
 
 // Converts a text; returns the count written, or kTooSmall with the characters
 // that fit written. While the room is sure to be enough for a piece of the
 // text, nothing asks again for each character.
 template <class Converter>
-std::size_t Fill(Converter& converter, const typename Converter::Source* next, std::size_t length,
-                 typename Converter::Target* targets, std::size_t capacity)
+std::size_t Fill(const Converter& converter, const typename Converter::Source* next,
+                 std::size_t length, typename Converter::Target* targets, std::size_t capacity)
 {
     typedef typename Converter::Target Target;
+    typedef Cursor<typename Converter::Source, Store<Target>> Place;
     const typename Converter::Source* const end = next + length;
     Target* const last = targets + capacity;
-    Store<Target> store = {targets};
-    while (next != end)
+    Place at = {next, {targets}};
+    while (at.mNext != end)
     {
-        const std::size_t room = static_cast<std::size_t>(last - store.mNext);
+        const std::size_t room = static_cast<std::size_t>(last - at.mOutput.mNext);
         const std::size_t sure = room ? (room - 1) / Converter::kMost : 0;
         if (sure)
         {
-            const std::size_t left = static_cast<std::size_t>(end - next);
-            next = converter.Run(next, next + std::min(sure, left), end, store);
+            const std::size_t left = static_cast<std::size_t>(end - at.mNext);
+            at = converter.Run(at, at.mNext + std::min(sure, left), end);
             continue;
         }
         Target character[2 * Converter::kMost];
-        Store<Target> aside = {character};
-        next = converter.Run(next, next + 1, end, aside);
-        const std::size_t count = static_cast<std::size_t>(aside.mNext - character);
+        const Place aside = converter.Run(Place{at.mNext, {character}}, at.mNext + 1, end);
+        const std::size_t count = static_cast<std::size_t>(aside.mOutput.mNext - character);
         if (count > room)
             return kTooSmall;
-        store.mNext = std::copy(character, aside.mNext, store.mNext);
+        at.mNext = aside.mNext;
+        at.mOutput.mNext = std::copy(character, character + count, at.mOutput.mNext);
     }
-    return static_cast<std::size_t>(store.mNext - targets);
+    return static_cast<std::size_t>(at.mOutput.mNext - targets);
 }
 } // namespace win32
 

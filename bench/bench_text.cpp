@@ -1,0 +1,240 @@
+// Conversions of text beside ICU and the C library.
+//
+// All convert the same text of about 64 KiB into a buffer that is surely large
+// enough.
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <iconv.h>
+
+#include <benchmark/benchmark.h>
+#include <unicode/ustring.h>
+#include <win32/text.h>
+
+namespace
+{
+const int kUnits = 32 * 1024; // of a text in UTF-16
+
+typedef std::vector<unsigned short> Units;
+typedef std::vector<char> Bytes;
+
+// Each gives the count that it wrote, 0 for a failure.
+typedef int (*Decoder)(const Bytes& bytes, Units& units);
+typedef int (*Encoder)(const Units& units, Bytes& bytes);
+
+template <class Text> int Count(const Text& text)
+{
+    return static_cast<int>(text.size());
+}
+
+template <unsigned int codePage> int Ours(const Bytes& bytes, Units& units)
+{
+    return win32::MultiByteToWideChar(codePage, 0, bytes.data(), Count(bytes), units.data(),
+                                      Count(units));
+}
+
+template <unsigned int codePage> int Ours(const Units& units, Bytes& bytes)
+{
+    return win32::WideCharToMultiByte(codePage, 0, units.data(), Count(units), bytes.data(),
+                                      Count(bytes), nullptr, nullptr);
+}
+
+template <unsigned int codePage> int OurCount(const Bytes& bytes, Units&)
+{
+    return win32::MultiByteToWideChar(codePage, 0, bytes.data(), Count(bytes), nullptr, 0);
+}
+
+template <unsigned int codePage> int OurCount(const Units& units, Bytes&)
+{
+    return win32::WideCharToMultiByte(codePage, 0, units.data(), Count(units), nullptr, 0, nullptr,
+                                      nullptr);
+}
+
+int ICU(const Bytes& bytes, Units& units)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    int count = 0;
+    u_strFromUTF8(reinterpret_cast<UChar*>(units.data()), Count(units), &count, bytes.data(),
+                  Count(bytes), &error);
+    return U_SUCCESS(error) ? count : 0;
+}
+
+int ICU(const Units& units, Bytes& bytes)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    int count = 0;
+    u_strToUTF8(bytes.data(), Count(bytes), &count, reinterpret_cast<const UChar*>(units.data()),
+                Count(units), &error);
+    return U_SUCCESS(error) ? count : 0;
+}
+
+// One of the C library's converters, kept open, and reset for each text.
+class Iconv
+{
+public:
+    Iconv(const char* to, const char* from) : mConverter(iconv_open(to, from)) {}
+    ~Iconv() { iconv_close(mConverter); }
+    Iconv(const Iconv&) = delete;
+    Iconv& operator=(const Iconv&) = delete;
+
+    template <class Source, class Target> int Convert(const Source& source, Target& target)
+    {
+        char* next = const_cast<char*>(reinterpret_cast<const char*>(source.data()));
+        std::size_t left = source.size() * sizeof(source[0]);
+        char* out = reinterpret_cast<char*>(target.data());
+        const std::size_t room = target.size() * sizeof(target[0]);
+        std::size_t unused = room;
+        iconv(mConverter, nullptr, nullptr, nullptr, nullptr);
+        if (iconv(mConverter, &next, &left, &out, &unused) == static_cast<std::size_t>(-1))
+            return 0;
+        return static_cast<int>((room - unused) / sizeof(target[0]));
+    }
+
+private:
+    iconv_t mConverter;
+};
+
+template <unsigned int codePage> const std::string kName = "CP" + std::to_string(codePage);
+
+template <unsigned int codePage> int CLibrary(const Bytes& bytes, Units& units)
+{
+    static Iconv sConverter("UTF-16LE", kName<codePage>.c_str());
+    return sConverter.Convert(bytes, units);
+}
+
+template <unsigned int codePage> int CLibrary(const Units& units, Bytes& bytes)
+{
+    static Iconv sConverter(kName<codePage>.c_str(), "UTF-16LE");
+    return sConverter.Convert(units, bytes);
+}
+
+// Words of characters out of an alphabet, a few to dozens, mixed by weight.
+struct Script
+{
+    std::u16string mAlphabet;
+    unsigned int mLongestWord;
+    unsigned int mWeight;
+};
+
+Units Mix(const std::vector<Script>& scripts)
+{
+    std::mt19937 random(1);
+    std::vector<const Script*> choices;
+    for (const Script& script : scripts)
+        choices.insert(choices.end(), script.mWeight, &script);
+    Units units;
+    while (units.size() < static_cast<std::size_t>(kUnits))
+    {
+        const Script& script = *choices[random() % choices.size()];
+        for (std::size_t left = 1 + random() % script.mLongestWord; left > 0; --left)
+            units.push_back(script.mAlphabet[random() % script.mAlphabet.size()]);
+        units.push_back(script.mAlphabet[0]);
+    }
+    return units;
+}
+
+const char16_t kLetters[] = u" eeeeeeaaaaaannnnnnttttttiiiiiooooosssrrrhhhlllddccuummffpgwybvk,.";
+
+const Script kWords = {kLetters, 12, 4};
+
+Units Ascii()
+{
+    return Mix({kWords});
+}
+
+// Some five accented letters and a typographic sign in a hundred characters.
+Units Latin()
+{
+    return Mix(
+        {kWords,
+         {std::u16string(kLetters) + u"\u00E9\u00E8\u00E0\u00FC\u00F6\u00DF\u00E7\u00F1", 12, 4},
+         {u" \u2019\u201C\u20AC", 1, 1}});
+}
+
+// Kana and ideographs, and a word in Latin letters now and then.
+Units Japanese()
+{
+    std::u16string kana = u"\u3001\u3002";
+    for (char16_t unit = 0x3041; unit < 0x3094; ++unit)
+        kana += unit;
+    const char16_t* kIdeographs = u"\u65E5\u672C\u8A9E\u6587\u5B57\u753B\u50CF\u5199\u771F\u52D5"
+                                  u"\u97F3\u58F0\u7DE8\u96C6\u8272\u5F69\u8ABF\u6574\u4FDD\u5B58";
+    return Mix({{kana, 12, 4}, {kIdeographs, 4, 4}, {kLetters, 8, 1}});
+}
+
+Units Russian()
+{
+    std::u16string letters = u" ";
+    for (char16_t unit = 0x430; unit < 0x450; ++unit)
+        letters += unit;
+    return Mix({{letters, 12, 8}, {kLetters, 8, 1}});
+}
+
+// The text in a code page, by our own conversion: the peers check it.
+template <unsigned int codePage> Bytes Encoded(const Units& units)
+{
+    Bytes bytes(units.size() * 3);
+    bytes.resize(static_cast<std::size_t>(Ours<codePage>(units, bytes)));
+    return bytes;
+}
+
+template <class Source, class Target>
+void Run(benchmark::State& state, int (*convert)(const Source&, Target&), const Source& source,
+         const Target& expected, bool countOnly)
+{
+    Target target(kUnits * 4);
+    const int count = convert(source, target);
+    if (count != Count(expected) ||
+        (!countOnly && !std::equal(expected.begin(), expected.end(), target.begin())))
+        state.SkipWithError("converted otherwise");
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(convert(source, target));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() *
+                            static_cast<std::int64_t>(source.size() * sizeof(source[0])));
+}
+
+// Registers a text's conversion from a code page and to it: ours, its peer, and
+// our counting of what it would give.
+template <unsigned int codePage>
+void Register(const std::string& name, Units (*text)(), Decoder peerDecoder, Encoder peerEncoder)
+{
+    const auto decode = [text](benchmark::State& state, Decoder decoder, bool countOnly) {
+        const Units units = text();
+        Run(state, decoder, Encoded<codePage>(units), units, countOnly);
+    };
+    const auto encode = [text](benchmark::State& state, Encoder encoder, bool countOnly) {
+        const Units units = text();
+        Run(state, encoder, units, Encoded<codePage>(units), countOnly);
+    };
+    const auto add = [&name](const char* what, auto run, auto convert, bool countOnly) {
+        benchmark::RegisterBenchmark((name + what).c_str(), run, convert, countOnly);
+    };
+    add("/decode/ours", decode, Decoder(Ours<codePage>), false);
+    add("/decode/peer", decode, peerDecoder, false);
+    add("/decode/count", decode, Decoder(OurCount<codePage>), true);
+    add("/encode/ours", encode, Encoder(Ours<codePage>), false);
+    add("/encode/peer", encode, peerEncoder, false);
+    add("/encode/count", encode, Encoder(OurCount<codePage>), true);
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Register<65001>("UTF-8/ASCII", Ascii, ICU, ICU);
+    Register<65001>("UTF-8/Latin", Latin, ICU, ICU);
+    Register<65001>("UTF-8/Japanese", Japanese, ICU, ICU);
+    Register<65001>("UTF-8/Russian", Russian, ICU, ICU);
+    Register<1252>("1252/ASCII", Ascii, CLibrary<1252>, CLibrary<1252>);
+    Register<1252>("1252/Latin", Latin, CLibrary<1252>, CLibrary<1252>);
+    Register<932>("932/Japanese", Japanese, CLibrary<932>, CLibrary<932>);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,44 @@
+// What single units and bytes of Unicode text tell. Any thread.
+
+#ifndef PLATFORM_CODE_UNITS_H
+#define PLATFORM_CODE_UNITS_H
+
+namespace platform
+{
+inline bool IsHighSurrogate(unsigned int unit)
+{
+    return (unit & 0xFC00) == 0xD800;
+}
+
+inline bool IsLowSurrogate(unsigned int unit)
+{
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+// Bytes of the UTF-8 sequence that a byte begins, 1 if it is ASCII or begins
+// none.
+inline int UTF8Length(unsigned char lead)
+{
+    if (lead < 0xC2 || lead > 0xF4)
+        return 1;
+    return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+inline bool IsUTF8Continuation(unsigned char byte)
+{
+    return (byte & 0xC0) == 0x80;
+}
+
+// Whether a byte can come second in the sequence: neither an overlong one nor a
+// surrogate nor more than U+10FFFF.
+inline bool IsUTF8Second(unsigned char lead, unsigned char second)
+{
+    if (lead == 0xE0 || lead == 0xF0)
+        return second >= (lead == 0xE0 ? 0xA0 : 0x90) && second < 0xC0;
+    if (lead == 0xED || lead == 0xF4)
+        return second >= 0x80 && second < (lead == 0xED ? 0xA0 : 0x90);
+    return IsUTF8Continuation(second);
+}
+} // namespace platform
+
+#endif
