@@ -57,6 +57,11 @@ short TypeInUTF8(const char* text, int offset)
     return offset - start == length - 1 ? kLastByte : kMiddleByte;
 }
 
+bool IsLead(unsigned int codePage, unsigned char byte)
+{
+    return byte >= 0x80 && win32::IsDBCSLeadByteEx(codePage, byte);
+}
+
 // A byte that can't lead ends a character, so the bytes behind the nearest one
 // in front pair up, and what is left over at the offset is its type.
 short TypeInDoubleByte(unsigned int codePage, const char* text, int offset)
@@ -65,11 +70,11 @@ short TypeInDoubleByte(unsigned int codePage, const char* text, int offset)
     if (!byte)
         return kSingleByte;
     int start = offset;
-    while (start > 0 && win32::IsDBCSLeadByteEx(codePage, ByteAt(text, start - 1)))
+    while (start > 0 && IsLead(codePage, ByteAt(text, start - 1)))
         --start;
     if ((offset - start) % 2)
         return kLastByte;
-    return win32::IsDBCSLeadByteEx(codePage, byte) ? kFirstByte : kSingleByte;
+    return IsLead(codePage, byte) ? kFirstByte : kSingleByte;
 }
 
 short TypeIn(unsigned int codePage, const char* text, int offset)

@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <iterator>
-#include <memory>
-#include <new>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>

@@ -1,14 +1,12 @@
 #include "code_page_builder.h"
 
-#include <iterator>
 #include <memory>
 #include <new>
 
-#include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
-#include <unicode/unorm2.h>
-#include <unicode/utf16.h>
+
+#include "best_fit.h"
 
 namespace win32
 {
@@ -59,22 +57,6 @@ const Assignment kAssignments[] = {
     {kMacJapanese, 0x8191, 0x00A2}, // cent
     {kMacJapanese, 0x8192, 0x00A3}, // pound
     {kMacJapanese, 0x81CA, 0x00AC}, // not
-};
-
-// The nearest character of what has no decomposition.
-struct Twin
-{
-    Unit mUnit;
-    Unit mTwin;
-};
-
-const Twin kTwins[] = {
-    {0x00D8, 'O'}, {0x00F8, 'o'}, {0x0110, 'D'},  {0x0111, 'd'}, {0x0126, 'H'},  {0x0127, 'h'},
-    {0x0131, 'i'}, {0x0141, 'L'}, {0x0142, 'l'},  {0x0166, 'T'}, {0x0167, 't'},  {0x0180, 'b'},
-    {0x0192, 'f'}, {0x2010, '-'}, {0x2013, '-'},  {0x2014, '-'}, {0x2018, '\''}, {0x2019, '\''},
-    {0x201C, '"'}, {0x201D, '"'}, {0x2032, '\''}, {0x2033, '"'}, {0x2035, '`'},  {0x2039, '<'},
-    {0x203A, '>'}, {0x2044, '/'}, {0x2212, '-'},  {0x2215, '/'}, {0x2216, '\\'}, {0x2217, '*'},
-    {0x2223, '|'}, {0x2236, ':'}, {0x223C, '~'},
 };
 
 struct CloseConverter
@@ -218,43 +200,16 @@ private:
             mPage.mBytes[unit] = bytes;
     }
 
-    // The nearest character that the page has, for want of the operating
-    // system's own list: the head of the decomposition, as long as nothing but
-    // marks is lost, a step at a time, so that as few as can be are. A space
-    // that carries marks stands for them and is no fit.
+    // Beyond the converter's own fallbacks, which are the fullwidth forms for
+    // the most part, the nearest simpler character that the page has.
     Unit BestFit(Unit unit) const
     {
-        while ((unit = Simpler(unit)) != 0)
+        while ((unit = SimplerUnit(unit)) != 0)
         {
             if (mPage.mBytes[unit])
                 return mPage.mBytes[unit];
         }
         return 0;
-    }
-
-    static Unit Simpler(Unit unit)
-    {
-        for (const Twin& row : kTwins)
-        {
-            if (row.mUnit == unit)
-                return row.mTwin;
-        }
-        UErrorCode error = U_ZERO_ERROR;
-        const UNormalizer2* normalizer = unorm2_getNFKCInstance(&error);
-        UChar parts[32];
-        const int32_t count =
-            U_SUCCESS(error)
-                ? unorm2_getRawDecomposition(normalizer, unit, parts,
-                                             static_cast<int32_t>(std::size(parts)), &error)
-                : -1;
-        if (U_FAILURE(error) || count < 1 || (count > 1 && parts[0] == ' '))
-            return 0;
-        for (int32_t i = 1; i < count; ++i)
-        {
-            if (!(U_MASK(u_charType(parts[i])) & U_GC_M_MASK))
-                return 0;
-        }
-        return parts[0];
     }
 
     void SetDefaults()

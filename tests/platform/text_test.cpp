@@ -1,0 +1,512 @@
+#include <algorithm>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <control.h>
+#include <win32/text.h>
+
+namespace
+{
+const unsigned int kTabledPages[] = {932,  936,  949,  950,  1250, 1251,  1252,  1253,
+                                     1254, 1255, 1256, 1257, 1258, 10000, 10001, 10007};
+
+const unsigned short* Units(const std::u16string& text)
+{
+    return reinterpret_cast<const unsigned short*>(text.data());
+}
+
+unsigned short* Units(std::u16string& text)
+{
+    return reinterpret_cast<unsigned short*>(&text[0]);
+}
+
+// The text, whose count must come out the same with the room that it needs and
+// with none at all.
+std::u16string Decode(unsigned int codePage, const std::string& bytes)
+{
+    const int size = static_cast<int>(bytes.size());
+    std::u16string units(bytes.size(), u'#');
+    const int count = win32::MultiByteToWideChar(codePage, 0, bytes.data(), size, Units(units),
+                                                 static_cast<int>(units.size()));
+    EXPECT_EQ(win32::MultiByteToWideChar(codePage, 0, bytes.data(), size, nullptr, 0), count);
+    units.resize(static_cast<std::size_t>(count));
+    return units;
+}
+
+std::string Encode(unsigned int codePage, const std::u16string& units,
+                   const char* defaultCharacter = nullptr, int* usedDefault = nullptr)
+{
+    const int size = static_cast<int>(units.size());
+    std::string bytes(units.size() * 3, '#');
+    const int count =
+        win32::WideCharToMultiByte(codePage, 0, Units(units), size, &bytes[0],
+                                   static_cast<int>(bytes.size()), defaultCharacter, usedDefault);
+    EXPECT_EQ(win32::WideCharToMultiByte(codePage, 0, Units(units), size, nullptr, 0,
+                                         defaultCharacter, nullptr),
+              count);
+    bytes.resize(static_cast<std::size_t>(count));
+    return bytes;
+}
+
+struct PageRow
+{
+    unsigned int codePage;
+    std::string bytes;
+    std::u16string units;
+};
+
+TEST(CodePages, CharactersGoBothWays)
+{
+    const PageRow kRows[] = {
+        {932, "a\\~\x1A\x1C\x7F", u"a\\~\x1A\x1C\x7F"},
+        {932, "\x82\xA0\x93\xFA\x95\\\xB1", u"\u3042\u65E5\u8868\uFF71"},
+        {932, "\x81\x60\x81\x7C\x87\x40\xF0\x40", u"\uFF5E\uFF0D\u2460\uE000"},
+        {932, "\x80\xA0\xFD\xFE\xFF", u"\u0080\u00A0\uF8F1\uF8F2\uF8F3"},
+        {936, "\x80\xC4\xE3\x81\x40\xFF", u"\u20AC\u4F60\u4E02\uF8F5"},
+        {949, "\xB0\xA2\x81\x41", u"\uAC01\uAC02"},
+        {950, "\xA7\x41\xB3\x5C\xFA\x40", u"\u4F60\u8A31\uE000"},
+        {1250, "\xA3\xB3\x80", u"\u0141\u0142\u20AC"},
+        {1251, "\xCF\xF0\x98", u"\u041F\u0440\u0098"},
+        {1252, "\x80\x99\xE9\x81\x8D\x9D", u"\u20AC\u2122\u00E9\u0081\u008D\u009D"},
+        {1253, "\xE1\xD2\xFF", u"\u03B1\uF8FA\uF8FB"},
+        {1254, "\xD0\xFE", u"\u011E\u015F"},
+        {1255, "\xF9\xCA\xD9", u"\u05E9\u05BA\uF88D"},
+        {1256, "\xC7\x9D", u"\u0627\u200C"},
+        {1257, "\xE0\xA1\xA5", u"\u0105\uF8FC\uF8FD"},
+        {1258, "\xD0\xFE\xEC", u"\u0110\u20AB\u0301"},
+        {10000, "\x8E\xC6\xF0\xDB", u"\u00E9\u2206\uF8FF\u20AC"},
+        {10001, "\\\x80\x82\xA0\xA0\xFD\xFE\xFF", u"\u00A5\\\u3042\u00A0\u00A9\u2122\u2026"},
+        {10001, "\x81\x60\x81\x7C\x81\x91", u"\u301C\u2212\u00A2"},
+        {10007, "\x80\xDF\xFF", u"\u0410\u044F\u20AC"},
+        {65001, "a\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"a\u0080\u07FF\u0800\uFFFF"},
+        {65001, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF"},
+    };
+    for (const PageRow& row : kRows)
+    {
+        SCOPED_TRACE(row.codePage);
+        EXPECT_EQ(Decode(row.codePage, row.bytes), row.units);
+        EXPECT_EQ(Encode(row.codePage, row.units), row.bytes);
+    }
+}
+
+TEST(CodePages, BytesThatAreNoCharacterGiveTheDefault)
+{
+    const PageRow kRows[] = {
+        {932, "\x81\x30z", u"\u30FBz"},
+        {932, "\x85\x40\x81", u"\u30FB\u30FB"},
+        {932, std::string("\x81\0a", 3), std::u16string(u"\u30FB\0a", 3)},
+        {10001, "\x87\x40z", u"\u30FBz"},
+        {936, "\x81\x20\xFE\x39z\x81", u"??z?"},
+        {949, "\xFE\x30z", u"?z"},
+        {950, "\x81\x20z", u"?z"},
+    };
+    for (const PageRow& row : kRows)
+    {
+        SCOPED_TRACE(row.codePage);
+        EXPECT_EQ(Decode(row.codePage, row.bytes), row.units);
+    }
+}
+
+TEST(CodePages, EverySingleByteComesBack)
+{
+    for (const unsigned int codePage : kTabledPages)
+    {
+        SCOPED_TRACE(codePage);
+        std::string bytes;
+        for (int byte = 0; byte < 0x100; ++byte)
+        {
+            if (!win32::IsDBCSLeadByteEx(codePage, static_cast<unsigned char>(byte)))
+                bytes += static_cast<char>(byte);
+        }
+        int usedDefault = -1;
+        EXPECT_EQ(Encode(codePage, Decode(codePage, bytes), nullptr, &usedDefault), bytes);
+        EXPECT_EQ(usedDefault, 0);
+    }
+}
+
+// A fit must be a character of the page itself, in the page's own bytes.
+TEST(CodePages, WhatEncodesWithoutTheDefaultIsACharacter)
+{
+    for (const unsigned int codePage : kTabledPages)
+    {
+        SCOPED_TRACE(codePage);
+        for (unsigned int unit = 0; unit < 0x10000; ++unit)
+        {
+            int usedDefault = 0;
+            const std::u16string text(1, static_cast<char16_t>(unit));
+            const std::string bytes = Encode(codePage, text, nullptr, &usedDefault);
+            if (usedDefault)
+                continue;
+            const std::u16string fit = Decode(codePage, bytes);
+            ASSERT_EQ(fit.size(), 1u) << std::hex << unit;
+            ASSERT_EQ(Encode(codePage, fit), bytes) << std::hex << unit;
+        }
+    }
+}
+
+TEST(CodePages, MissingCharactersFitAsWellAsTheyCan)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char16_t* units;
+        const char* bytes; // null: the default character
+    };
+    const Row kRows[] = {
+        {1252, u"\u0100\u0142\u0110", "AlD"},
+        {1252, u"\u1EBF", "\xEA"}, // one mark goes, the other stays
+        {1258, u"\u1EBF", "\xEA"},
+        {1252, u"\uFF21\uFF0F", "A/"},
+        {1252, u"\u2010\u2011\u2212\u2032\u3000", "---' "},
+        {1252, u"\u2460\u212B", "1\xC5"},
+        {1251, u"\u00E9", "e"},
+        {932, u"\u00E9\u00A5", "e\\"},
+        {1252, u"\u2260", nullptr}, // no equals sign
+        {1252, u"\u02DB\uFB01\u2206\u65E5\uFFFD", nullptr},
+        {949, u"\uD7B0", nullptr},
+        {1252, u"\U0001D400", nullptr},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(testing::Message() << row.codePage << " " << std::hex << int(row.units[0]));
+        const std::u16string units = row.units;
+        int usedDefault = -1;
+        const std::string bytes = Encode(row.codePage, units, nullptr, &usedDefault);
+        EXPECT_EQ(bytes, row.bytes ? std::string(row.bytes) : std::string(units.size(), '?'));
+        EXPECT_EQ(usedDefault, row.bytes ? 0 : 1);
+    }
+}
+
+TEST(CodePages, TheDefaultCharacterIsTheCallers)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* defaultCharacter;
+        std::u16string units;
+        std::string bytes;
+        int usedDefault;
+    };
+    const Row kRows[] = {
+        {1252, "*", u"a\u65E5b\xD83C\xDFACz", "a*b**z", 1},
+        {1252, "\x81\x40", u"\u65E5", "\x81", 1}, // no page with lead bytes
+        {932, "\x81\x40", u"a\u0E01b\xD83C",
+         "a\x81\x40"
+         "b\x81\x40",
+         1},
+        {932, "\x81", u"\u0E01", "\x81", 1},
+        {1252, "*", u"plain", "plain", 0},
+        {1252, "*", std::u16string(u"\0", 1), std::string("\0", 1), 0},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.bytes);
+        int usedDefault = -1;
+        EXPECT_EQ(Encode(row.codePage, row.units, row.defaultCharacter, &usedDefault), row.bytes);
+        EXPECT_EQ(usedDefault, row.usedDefault);
+    }
+}
+
+TEST(CodePages, LeadBytesByPage)
+{
+    struct Row
+    {
+        unsigned int codePage;
+        const char* leads;
+        const char* others;
+    };
+    const Row kRows[] = {
+        {932, "\x81\x9F\xE0\xFC", "A\x80\xA0\xDF\xFD\xFF"},
+        {10001, "\x81\x9F\xE0\xFC", "A\x80\xA0\xDF\xFD\xFF"},
+        {936, "\x81\xA0\xFE", "A\x80\xFF"},
+        {949, "\x81\xA0\xFE", "A\x80\xFF"},
+        {950, "\x81\xA0\xFE", "A\x80\xFF"},
+        {1252, "", "\x81\xE0"},
+        {65001, "", "\xC3\xE0"},
+        {437, "", "\x81\xE0"},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.codePage);
+        for (const char* lead = row.leads; *lead; ++lead)
+            EXPECT_TRUE(win32::IsDBCSLeadByteEx(row.codePage, static_cast<unsigned char>(*lead)));
+        for (const char* other = row.others; *other; ++other)
+            EXPECT_FALSE(win32::IsDBCSLeadByteEx(row.codePage, static_cast<unsigned char>(*other)));
+    }
+}
+
+TEST(CodePages, TheActiveOneIsTheHosts)
+{
+    platform::SetActiveCodePage(932);
+    EXPECT_EQ(win32::GetACP(), 932u);
+    EXPECT_EQ(Decode(win32::kCodePageActive, "\x82\xA0"), u"\u3042");
+    EXPECT_EQ(Encode(win32::kCodePageActive, u"\u3042"), "\x82\xA0");
+    EXPECT_TRUE(win32::IsDBCSLeadByteEx(win32::kCodePageActive, 0x82));
+    platform::SetActiveCodePage(65001);
+    EXPECT_EQ(Decode(win32::kCodePageActive, "\xC3\xA9"), u"\u00E9");
+    platform::SetActiveCodePage(437);
+    EXPECT_EQ(win32::GetACP(), 1252u);
+    platform::SetActiveCodePage(950);
+    platform::ResetAll();
+    EXPECT_EQ(win32::GetACP(), 1252u);
+    EXPECT_EQ(Encode(win32::kCodePageActive, u"\u00E9"), "\xE9");
+}
+
+TEST(CodePages, ThreadsMayMeetAtTheFirstUse)
+{
+    std::vector<std::thread> threads;
+    std::vector<std::u16string> texts(4);
+    for (std::u16string& text : texts)
+    {
+        threads.emplace_back([&text] {
+            for (const unsigned int codePage : kTabledPages)
+                text += Decode(codePage, "a\xC4\xE3z");
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::u16string& text : texts)
+        EXPECT_EQ(text, texts[0]);
+    EXPECT_EQ(texts[0].substr(3, 3), u"a\u4F60z");
+}
+
+TEST(UTF8, IllFormedBytesAreReplaced)
+{
+    struct Row
+    {
+        const char* bytes;
+        const char16_t* units;
+    };
+    const Row kRows[] = {
+        {"\x80", u"\uFFFD"},
+        {"\xC0\x80", u"\uFFFD\uFFFD"},
+        {"\xC1\xBF", u"\uFFFD\uFFFD"},
+        {"\xC3", u"\uFFFD"},
+        {"\xC3z", u"\uFFFDz"},
+        {"\xC3\xC3\xA9", u"\uFFFD\u00E9"},
+        {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},
+        {"\xE0\x9F\xBFz", u"\uFFFD\uFFFD\uFFFDz"},
+        {"\xE2\x82", u"\uFFFD"},
+        {"\xE2\x82z", u"\uFFFDz"},
+        {"\xE2z", u"\uFFFDz"},
+        {"\xED\xA0\x80\xED\xB0\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xED\x9F\xBF\xEE\x80\x80", u"\uD7FF\uE000"},
+        {"\xF0\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xF0\x9F\x8E", u"\uFFFD"},
+        {"\xF0\x9F\x8Ez", u"\uFFFDz"},
+        {"\xF0\x9Fz", u"\uFFFDz"},
+        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xF5\x80\xFF", u"\uFFFD\uFFFD\uFFFD"},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(testing::PrintToString(row.bytes));
+        EXPECT_EQ(Decode(65001, row.bytes), row.units);
+        // Behind other text and in front of it the runs take other ways.
+        const std::string letters(60, 'x');
+        const std::u16string wide(60, u'x');
+        EXPECT_EQ(Decode(65001, letters + row.bytes + letters), wide + row.units + wide);
+    }
+}
+
+TEST(UTF8, HalvesOfSurrogatePairsAreReplaced)
+{
+    const std::string replaced = "\xEF\xBF\xBD";
+    EXPECT_EQ(Encode(65001, u"\xD83C"), replaced);
+    EXPECT_EQ(Encode(65001, u"\xDFACz"), replaced + "z");
+    EXPECT_EQ(Encode(65001, u"a\xD83Cz"), "a" + replaced + "z");
+    EXPECT_EQ(Encode(65001, u"\xD83C\xD83C\xDFAC"), replaced + "\xF0\x9F\x8E\xAC");
+    EXPECT_EQ(Encode(65001, u"\xDFAC\xD83C"), replaced + replaced);
+    EXPECT_EQ(Encode(65001, u"\u3042\xD83C\u3042\u3042"),
+              "\xE3\x81\x82" + replaced + "\xE3\x81\x82\xE3\x81\x82");
+}
+
+// Texts of a few to some hundred characters, out of pieces whose conversion is
+// known: no way through the runs may convert otherwise than another.
+struct Piece
+{
+    std::string bytes;
+    std::u16string units;
+};
+
+Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
+{
+    Piece text;
+    const std::size_t favourite = random() % pieces.size();
+    const std::size_t length = 1 + random() % 100;
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        const Piece& piece = pieces[random() % 4 ? favourite : random() % pieces.size()];
+        text.bytes += piece.bytes;
+        text.units += piece.units;
+    }
+    return text;
+}
+
+// With the capacity cut everywhere: nothing is written behind it, and what is
+// converted is the head of the whole.
+void ExpectBoundaries(unsigned int codePage, const Piece& text)
+{
+    const int byteCount = static_cast<int>(text.bytes.size());
+    const int unitCount = static_cast<int>(text.units.size());
+    for (int capacity = 1; capacity <= unitCount + 1; ++capacity)
+    {
+        std::u16string units(text.units.size() + 2, u'\uAAAA');
+        win32::SetLastError(0);
+        const int count = win32::MultiByteToWideChar(codePage, 0, text.bytes.data(), byteCount,
+                                                     Units(units), capacity);
+        ASSERT_EQ(count, capacity < unitCount ? 0 : unitCount);
+        ASSERT_EQ(win32::GetLastError(), capacity < unitCount ? 122u : 0u);
+        const std::size_t fits = static_cast<std::size_t>(std::min(capacity, unitCount));
+        // The last place may be too small for a pair.
+        ASSERT_EQ(units.compare(0, fits - 1, text.units, 0, fits - 1), 0);
+        ASSERT_EQ(units.find_first_not_of(u'\uAAAA', fits), std::u16string::npos);
+    }
+    for (int capacity = 1; capacity <= byteCount + 1; ++capacity)
+    {
+        std::string bytes(text.bytes.size() + 2, '#');
+        win32::SetLastError(0);
+        const int count = win32::WideCharToMultiByte(codePage, 0, Units(text.units), unitCount,
+                                                     &bytes[0], capacity, nullptr, nullptr);
+        ASSERT_EQ(count, capacity < byteCount ? 0 : byteCount);
+        ASSERT_EQ(win32::GetLastError(), capacity < byteCount ? 122u : 0u);
+        const std::size_t fits = static_cast<std::size_t>(std::min(capacity, byteCount));
+        const std::size_t sure = fits < 3 ? 0 : fits - 3;
+        ASSERT_EQ(bytes.compare(0, sure, text.bytes, 0, sure), 0);
+        ASSERT_EQ(bytes.find_first_not_of('#', fits), std::string::npos);
+    }
+}
+
+TEST(Conversions, AllLengthsAndCapacities)
+{
+    const std::pair<unsigned int, std::vector<Piece>> kTexts[] = {
+        {65001,
+         {{"a", u"a"},
+          {"a long run of seventeen", u"a long run of seventeen"},
+          {"\xC3\xA9", u"\u00E9"},
+          {"\xD0\x96 ", u"\u0416 "},
+          {"\xE3\x81\x82", u"\u3042"},
+          {"\xE3\x81\x82\xE6\x97\xA5", u"\u3042\u65E5"},
+          {"\xF0\x9F\x8E\xAC", u"\U0001F3AC"}}},
+        {1252,
+         {{"a", u"a"},
+          {"a long run of seventeen", u"a long run of seventeen"},
+          {"\x80", u"\u20AC"}}},
+        {932,
+         {{"a", u"a"},
+          {"a long run of seventeen", u"a long run of seventeen"},
+          {"\xB1", u"\uFF71"},
+          {"\x95\\", u"\u8868"}}},
+        {10001,
+         {{"a\x80", u"a\\"},
+          {"a long run of seventeen", u"a long run of seventeen"},
+          {"\x82\xA0", u"\u3042"}}},
+    };
+    std::mt19937 random(1);
+    for (const auto& texts : kTexts)
+    {
+        SCOPED_TRACE(texts.first);
+        for (int round = 0; round < 60 && !testing::Test::HasFatalFailure(); ++round)
+        {
+            const Piece text = RandomText(texts.second, random);
+            ASSERT_EQ(Decode(texts.first, text.bytes), text.units);
+            ASSERT_EQ(Encode(texts.first, text.units), text.bytes);
+            ExpectBoundaries(texts.first, text);
+        }
+    }
+}
+
+TEST(Conversions, ATerminatorMayStandForTheCount)
+{
+    unsigned short units[8] = {9, 9, 9, 9, 9, 9, 9, 9};
+    EXPECT_EQ(win32::MultiByteToWideChar(932, 0, "a\x82\xA0", -1, units, 8), 3);
+    EXPECT_EQ(units[1], 0x3042);
+    EXPECT_EQ(units[2], 0);
+    EXPECT_EQ(units[3], 9);
+    EXPECT_EQ(win32::MultiByteToWideChar(65001, 0, "", -1, nullptr, 0), 1);
+    char bytes[8] = "#######";
+    EXPECT_EQ(win32::WideCharToMultiByte(65001, 0, units, -1, bytes, 8, nullptr, nullptr), 5);
+    EXPECT_EQ(std::string(bytes, 6), std::string("a\xE3\x81\x82\0#", 6));
+    EXPECT_EQ(win32::WideCharToMultiByte(1252, 0, units, -1, nullptr, 0, nullptr, nullptr), 3);
+}
+
+TEST(Conversions, BadArgumentsAreToldApart)
+{
+    const char* const bytes = "text";
+    const unsigned short units[] = {'t', 0};
+    unsigned short toUnits[8] = {};
+    char toBytes[8] = {};
+    char* const inside = reinterpret_cast<char*>(toUnits) + 1;
+    int used = 0;
+    struct Row
+    {
+        int result;
+        unsigned int error;
+    };
+    // The braces run the calls in order, and each leaves its error behind.
+    const auto decode = [](unsigned int page, unsigned int flags, const char* from, int count,
+                           unsigned short* to, int capacity) {
+        win32::SetLastError(0);
+        const int result = win32::MultiByteToWideChar(page, flags, from, count, to, capacity);
+        return Row{result, win32::GetLastError()};
+    };
+    const auto encode = [](unsigned int page, unsigned int flags, const unsigned short* from,
+                           int count, char* to, int capacity, const char* wanted, int* flag) {
+        win32::SetLastError(0);
+        const int result =
+            win32::WideCharToMultiByte(page, flags, from, count, to, capacity, wanted, flag);
+        return Row{result, win32::GetLastError()};
+    };
+    const std::pair<Row, unsigned int> kRows[] = {
+        {decode(437, 0, bytes, 4, toUnits, 8), 87},
+        {decode(1252, 0, nullptr, 4, toUnits, 8), 87},
+        {decode(1252, 0, bytes, 0, toUnits, 8), 87},
+        {decode(1252, 0, bytes, -2, toUnits, 8), 87},
+        {decode(1252, 0, bytes, 4, nullptr, 8), 87},
+        {decode(1252, 0, bytes, 4, toUnits, -1), 87},
+        {decode(1252, 8, bytes, 4, toUnits, 8), 1004},
+        {decode(65001, 8, bytes, 4, toUnits, 8), 1004},
+        {decode(1252, 0, bytes, 4, toUnits, 3), 122},
+        {decode(1252, 0, inside, 4, toUnits, 8), 87},
+        {decode(1252, 0, inside - 1, 1, toUnits, 1), 87},
+        {encode(437, 0, units, 1, toBytes, 8, nullptr, nullptr), 87},
+        {encode(1252, 0, nullptr, 1, toBytes, 8, nullptr, nullptr), 87},
+        {encode(1252, 0, units, 0, toBytes, 8, nullptr, nullptr), 87},
+        {encode(1252, 0, units, -2, toBytes, 8, nullptr, nullptr), 87},
+        {encode(1252, 0, units, 1, nullptr, 8, nullptr, nullptr), 87},
+        {encode(1252, 0, units, 1, toBytes, -1, nullptr, nullptr), 87},
+        {encode(1252, 0x400, units, 1, toBytes, 8, nullptr, nullptr), 1004},
+        {encode(65001, 0, units, 1, toBytes, 8, "?", nullptr), 87},
+        {encode(65001, 0, units, 1, toBytes, 8, nullptr, &used), 87},
+        {encode(1252, 0, units, 2, toBytes, 1, nullptr, nullptr), 122},
+        {encode(1252, 0, toUnits, 4, inside, 8, nullptr, nullptr), 87},
+    };
+    for (const auto& row : kRows)
+    {
+        SCOPED_TRACE(&row - kRows);
+        EXPECT_EQ(row.first.result, 0);
+        EXPECT_EQ(row.first.error, row.second);
+    }
+    // Neighbours don't overlap.
+    EXPECT_EQ(decode(1252, 0, inside - 1, 2, toUnits + 1, 2).result, 2);
+}
+
+TEST(Conversions, TheLastErrorIsTheThreadsAndStays)
+{
+    win32::SetLastError(5);
+    EXPECT_EQ(Decode(1252, "a"), u"a");
+    EXPECT_EQ(win32::GetLastError(), 5u);
+    std::thread([] {
+        EXPECT_EQ(win32::GetLastError(), 0u);
+        win32::MultiByteToWideChar(437, 0, "a", 1, nullptr, 0);
+        EXPECT_EQ(win32::GetLastError(), 87u);
+    }).join();
+    EXPECT_EQ(win32::GetLastError(), 5u);
+}
+} // namespace
