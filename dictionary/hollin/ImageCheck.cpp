@@ -1,14 +1,15 @@
 #include "hollin/ImageCheck.h"
 
+#include <algorithm>
 #include <vector>
 
+#include "hollin/TextLines.h"
 #include "hollin/VoErrException.h"
 #include "hollin_private/Conversion.h"
 #include "hollin_private/DictionaryReader.h"
 #include "hollin_private/FlatImage.h"
 #include "hollin_private/KeyHash.h"
 #include "hollin_private/LegacyImage.h"
-#include "hollin_private/TextForm.h"
 
 namespace hollin
 {
@@ -16,25 +17,18 @@ namespace
 {
 using namespace hollin_private;
 
-const char kUnconvertible[] = "the system can't convert it";
+void Tell(const std::string& place, const char* field, const char* problem, ImageReport& report)
+{
+    report.mDamaged = true;
+    report.mField = field;
+    report.mProblem = problem;
+    report.mSentence = place + ", " + field + ": " + problem + ".";
+}
 
 void TellDamage(const Damage& damage, ImageReport& report)
 {
-    report.mDamaged = true;
     report.mOffset = damage.mOffset;
-    report.mField = damage.mField;
-    report.mSentence = "Byte " + std::to_string(damage.mOffset) + ", " + damage.mField + ": " +
-                       damage.mProblem + ".";
-}
-
-void TellTextDamage(std::size_t line, const char* field, const char* problem, ImageReport& report)
-{
-    if (report.mDamaged)
-        return;
-    report.mDamaged = true;
-    report.mLine = line;
-    report.mField = field;
-    report.mSentence = "Line " + std::to_string(line) + ", " + field + ": " + problem + ".";
+    Tell("Byte " + std::to_string(damage.mOffset), damage.mField, damage.mProblem, report);
 }
 
 // Live keys that the file's buckets don't lead to.
@@ -70,9 +64,12 @@ void CheckFlat(ImageCursor& cursor, ImageReport& report)
     report.mLive = image.mLive;
     report.mBuckets = image.mBucketCount;
     report.mComments = static_cast<std::uint32_t>(image.mCommentIds.Size());
+    report.mLoneCommentId = report.mComments == 1 ? image.mCommentIds[0] : 0;
     report.mKeyBytes = image.mKeys.mPoolSize;
     report.mValueBytes = image.mValues.mPoolSize;
     report.mCommentBytes = image.mComments.mPoolSize;
+    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
+        report.mLongestBucket = std::max(report.mLongestBucket, image.mBucketSizes[i]);
     if (cursor.Sound())
         report.mAstray = CountAstray(image);
 }
@@ -89,7 +86,7 @@ void CheckConversion(const LegacyEntry& entry, std::uint32_t textFlag, ImageCurs
     }
     catch (const VoErrException&)
     {
-        cursor.Spoil(entry.mValue.mBytes, "value", kUnconvertible);
+        cursor.Spoil(entry.mValue.mBytes, "value", "the system can't convert it");
     }
 }
 
@@ -97,10 +94,13 @@ void CheckLegacy(ImageCursor& cursor, const ImageHeader& header, ImageReport& re
 {
     report.mKeyed = true;
     const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
+    std::uint32_t inBucket = 0;
     for (LegacyEntry entry; cursor.Sound() && image->Next(&entry);)
     {
         ++report.mSlots;
         report.mBuckets += entry.mStartsBucket;
+        inBucket = entry.mStartsBucket ? 1 : inBucket + 1;
+        report.mLongestBucket = std::max(report.mLongestBucket, inBucket);
         report.mKeyBytes += entry.mKey.mLength;
         report.mValueBytes += entry.mValue.mLength;
         report.mAstray += HashKey(entry.mKey, kBucketCount) != entry.mBucket;
@@ -148,37 +148,19 @@ ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
     return ImageReport::kActiveCodePage;
 }
 
-// False at the end of the text.
-bool CheckNextLine(DictionaryReader& reader, TextEntry& entry, ImageReport& report)
-{
-    try
-    {
-        const std::uint16_t* const line = reader.ReadLine();
-        if (!line)
-            return false;
-        if (!reader.LineLength())
-            return true;
-        ++report.mSlots;
-        if (ParseTextLine(line, reader.LineLength(), &entry))
-            ++report.mLive;
-        else
-            TellTextDamage(reader.LineNumber(), "prefix", "it isn't \"$$$\"", report);
-    }
-    catch (const VoErrException&)
-    {
-        ++report.mSlots;
-        TellTextDamage(reader.LineNumber(), "text", kUnconvertible, report);
-    }
-    return true;
-}
-
 void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report)
 {
     report.mCoding = CodingOf(bytes, size);
-    const std::unique_ptr<DictionaryReader> reader = DictionaryReader::Make(bytes, size);
-    TextEntry entry;
-    while (CheckNextLine(*reader, entry, report))
-        continue;
+    TextLines lines(bytes, size);
+    for (TextLine line; lines.Next(&line);)
+    {
+        ++report.mSlots;
+        report.mLive += !line.mProblem;
+        if (!line.mProblem || report.mDamaged)
+            continue;
+        report.mLine = line.mNumber;
+        Tell("Line " + std::to_string(line.mNumber), line.mField, line.mProblem, report);
+    }
 }
 } // namespace
 

@@ -44,9 +44,11 @@ struct ImageReport
     bool mKeyed = false;
     std::uint32_t mBase = 0; // not 0 if it continues another file
     std::string mLocale;
-    std::uint32_t mBuckets = 0; // those that aren't empty
+    std::uint32_t mBuckets = 0;       // those that aren't empty
+    std::uint32_t mLongestBucket = 0; // in entries
     std::uint32_t mComments = 0;
-    std::uint64_t mKeyBytes = 0; // sizes of the pools; of version 1, of all keys
+    std::uint32_t mLoneCommentId = 0; // of one comment, whose it is: a dictionary gives it for all
+    std::uint64_t mKeyBytes = 0;      // sizes of the pools; of version 1, of all keys
     std::uint64_t mValueBytes = 0;
     std::uint64_t mCommentBytes = 0;
 
@@ -59,7 +61,8 @@ struct ImageReport
     std::uint64_t mOffset = 0; // of an image: where, in bytes
     std::uint64_t mLine = 0;   // of a text: where, from 1
     std::string mField;        // what is damaged, as in "value offsets"
-    std::string mSentence;     // what is wrong, in English, with the place
+    std::string mProblem;      // what is wrong with it, a clause in English
+    std::string mSentence;     // both, with the place
 };
 
 // size is in bytes; bytes may be null if it is 0. An empty image is damaged, as

@@ -71,6 +71,7 @@ bool ParseTextLine(const std::uint16_t* line, std::size_t length, TextEntry* ent
         units.mBegin += kPrefixLength;
     }
     const std::uint16_t* const separator = std::find(units.mBegin, units.mEnd, '=');
+    entry->mWrittenKey = units.mBegin;
     entry->mKey.resize(static_cast<std::size_t>(separator - units.mBegin));
     std::transform(units.mBegin, separator, entry->mKey.begin(),
                    [](std::uint16_t unit) { return static_cast<unsigned char>(unit); });

@@ -11,11 +11,16 @@
 
 namespace hollin_private
 {
+// The most that a text's 32-bit length in bytes can tell, in units. Loads leave
+// out the line of a longer key or value.
+const std::size_t kLongestText = 0x7FFFFFFF;
+
 // What a line holds: a key of one byte per unit, and a value in the notations of
 // text files, not expanded.
 struct TextEntry
 {
     std::vector<unsigned char> mKey;
+    const std::uint16_t* mWrittenKey = nullptr; // the key in the line, unit for byte
     std::vector<std::uint16_t> mValue;
 };
 

@@ -13,9 +13,6 @@ namespace hollin_private
 {
 namespace
 {
-// The most that a text's 32-bit length in bytes can tell, in units.
-const std::size_t kLongestText = 0x7FFFFFFF;
-
 // Tells which keys are surely new to a dictionary, since a search for each line
 // of a long text would walk chains that grow with it.
 class KnownKeys
