@@ -54,6 +54,18 @@ std::uint32_t FindId(const DictionaryImpl& dictionary, const char* key)
     return dictionary.mFastArray->Find(literal.mKey);
 }
 
+typedef std::uint32_t (FastArray::*Adder)(const ByteRun&, const ByteRun&, const ByteRun*);
+
+// Adds to a flat store under a literal's key. Returns the identifier, or kNoId.
+std::uint32_t AddTo(const DictionaryImpl& dictionary, Adder add, const char* key,
+                    const ByteRun& value, const ByteRun* comment)
+{
+    ZStringLiteral literal;
+    if (!dictionary.IsFlat() || !ParseZString(key, &literal) || (!value.mBytes && value.mLength))
+        return kNoId;
+    return ((*dictionary.mFastArray).*add)(literal.mKey, value, comment);
+}
+
 int GiveRawString(const std::uint16_t* found, std::uint32_t count, const std::uint16_t** units,
                   std::uint32_t* length)
 {
@@ -166,12 +178,18 @@ std::uint32_t Dictionary::SetString(const char* key, const std::uint16_t* value,
                                     std::uint32_t byteLength, const std::uint16_t* comment,
                                     std::uint32_t commentLength)
 {
-    ZStringLiteral literal;
-    if (!mImpl->IsFlat() || !ParseZString(key, &literal) || (!value && byteLength))
-        return kNoId;
     const ByteRun storedComment = StoredFormOf(comment, commentLength);
-    return mImpl->mFastArray->Add(literal.mKey, StoredFormOf(value, byteLength),
-                                  comment ? &storedComment : nullptr);
+    return AddTo(*mImpl, &FastArray::Add, key, StoredFormOf(value, byteLength),
+                 comment ? &storedComment : nullptr);
+}
+
+std::uint32_t Dictionary::AddString(const char* key, const std::uint16_t* value,
+                                    std::uint32_t byteLength, const std::uint16_t* comment,
+                                    std::uint32_t commentLength)
+{
+    const ByteRun storedComment = StoredFormOf(comment, commentLength);
+    return AddTo(*mImpl, &FastArray::AddNew, key, StoredFormOf(value, byteLength),
+                 comment ? &storedComment : nullptr);
 }
 
 std::uint32_t Dictionary::RemoveString(const char* key)

@@ -69,6 +69,12 @@ public:
                             const std::uint16_t* comment = nullptr,
                             std::uint32_t commentLength = 0);
 
+    // The same for a key that isn't there, which the caller answers for: without
+    // a search, so that very many entries are added in little time.
+    std::uint32_t AddString(const char* key, const std::uint16_t* value, std::uint32_t byteLength,
+                            const std::uint16_t* comment = nullptr,
+                            std::uint32_t commentLength = 0);
+
     // Returns the identifier that the entry had, or kNoId.
     std::uint32_t RemoveString(const char* key);
 
