@@ -1,0 +1,86 @@
+"""What people are told of files, sound and damaged."""
+
+import subprocess
+import unittest
+
+from images import flat, legacy
+from program import ENTRIES, TEXT, ZDICT, Case
+
+
+class Damage(Case):
+    IMAGES = [flat([("/a", "bc", "note"), ("/d", "e", "other")], big=True),
+              legacy([("/a", "b"), ("/c", "d")], 0), legacy([("/a", "b"), ("/c", "d")], 5)]
+
+    def test_every_truncation_is_told(self):
+        for image in self.IMAGES[:1]:
+            for size in range(21, len(image), 3):
+                result = self.run_tool("check", "-", stdin=image[:size], status=1)
+                self.assertRegex(result.out.decode(), r"^standard input: damaged at byte \d+ in "
+                                 r"[a-z ]+: the image ends too early\n$")
+                for command in "dump", "stats", "merge":
+                    out = self.run_tool(command, "-", stdin=image[:size], status=1).out
+                    self.assertEqual(out, b"")
+
+    def test_no_flipped_byte_does_harm(self):
+        for image in self.IMAGES:
+            names = []
+            for at in range(len(image)):
+                flipped = bytearray(image)
+                flipped[at] ^= 0x81
+                names.append(self.file(f"flipped{at:03}", flipped))
+            told = self.run_tool("check", *names, status=1).out.decode()
+            for name in names:
+                self.assertIn(f"{name}: ", told)
+            for name in names[::5]:
+                dump = subprocess.run([ZDICT, "dump", name], capture_output=True, timeout=60)
+                self.assertIn(dump.returncode, (0, 1, 2), (name, dump.stderr))
+                if f"{name}: damaged" in told:
+                    self.assertEqual((dump.returncode, dump.stdout), (1, b""), name)
+
+    def test_check_names_what_is_wrong_of_each_file(self):
+        sound, empty = self.file("sound", flat(ENTRIES)), self.file("empty", "")
+        offset = bytearray(flat([("/a", "b")]))
+        offset[65] = 1
+        text = self.file("text", "a=1\n$b=2\n=3\na=2\n")
+        astray = bytearray(flat([("/a", "b"), ("/b", "c")]))
+        astray[-4 - 8 - 8 - 2] ^= 3
+        result = self.run_tool("check", sound, self.file("offset", offset), text, empty,
+                               self.file("astray", astray), self.file("good", TEXT), status=1)
+        self.assertEqual(result.out.decode().replace(self.folder + "/", "").splitlines(), [
+            "sound: fine, version 2.7, 9 texts",
+            "offset: damaged at byte 65 in value offsets: one splits a unit",
+            'text: damaged at line 2: prefix: it isn\'t "$$$"',
+            "text: damaged at line 3: the key is empty",
+            'text: line 4: it replaces the text of "a" in line 1',
+            "empty: damaged at byte 0 in image: it is empty",
+            "astray: no look-up finds 1 of its 2 texts: keys in the wrong bucket",
+            "good: fine, text, 1 text"])
+        self.run_tool("check", sound, status=0)
+        self.run_tool("check", sound, self.path("missing"), empty, status=2)
+
+
+class Stats(Case):
+    def table(self, content, *options):
+        out = self.run_tool("stats", *options, "-", stdin=content).out.decode()
+        return {row[:16].strip(): row[16:].strip() for row in out.splitlines()}
+
+    def test_figures(self):
+        entries = [("a.b.c.d.e.", "1234", "note"), ("a-b-c-d-e-", "5"), ("/a", "")]
+        expected = {"form": "image", "version": "2.7", "byte order": "big-endian",
+                    "locale": "ja_JP", "keyed": "yes", "base": "9", "slots": "3", "live": "3",
+                    "buckets used": "2 of 1021", "longest bucket": "2", "comments": "1",
+                    "key bytes": "22", "value bytes": "10", "comment bytes": "8",
+                    "bytes a text": "3.3"}
+        table = self.table(flat(entries, big=True, locale="ja_JP", base=9))
+        self.assertLessEqual(expected.items(), table.items())
+        table = self.table(legacy([("/a", "bcd")], 5))
+        self.assertLessEqual({"version": "1.5", "live": "1", "key bytes": "2", "value bytes": "6",
+                              "buckets used": "1 of 1021"}.items(), table.items())
+        table = self.table("a=1\na=23\n/b=é".encode("utf-8"))
+        self.assertLessEqual({"form": "text", "encoding": "code page 65001", "lines": "3",
+                              "texts": "2", "value bytes": "6", "bytes a text": "3.0"}.items(),
+                             table.items())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,109 @@
+"""From texts to images."""
+
+import unittest
+
+from images import flat
+from program import IMAGE, TEXT, Case
+
+
+class Compile(Case):
+    def test_bytes_are_those_of_the_format(self):
+        self.assertEqual(self.compiled(TEXT), IMAGE[False])
+        self.assertEqual(self.compiled(TEXT, "--big-endian"), IMAGE[True])
+        self.assertEqual(flat([("/a", "b")]), IMAGE[False])  # what other tests stand on
+
+    def test_options_reach_the_image(self):
+        text = "/a=b\n/c=d ^C\n"
+        entries = [("/a", "b"), ("/c", "d ©")]
+        for option, expected in [
+                ((), {}), (("--locale", "ja_JP"), {"locale": "ja_JP"}),
+                (("--locale=de_DE@x",), {"locale": "de_DE@x"}), (("--no-keys",), {"keyed": False}),
+                (("--base", "4294967293"), {"base": 4294967293}),
+                (("--big-endian", "--no-keys", "--base=7"), {"big": True, "keyed": False, "base": 7})]:
+            self.assertEqual(self.compiled(text, *option), flat(entries, **expected), option)
+
+    def test_encodings(self):
+        line = '"$$$/a=日本語 é"\n"$$$/b=^1"\n'
+        expected = flat([("/a", "日本語 é"), ("/b", "^1")])
+        for coding, mark in [("utf-8", b""), ("utf-8", b"\xEF\xBB\xBF"), ("utf-16-le", b"\xFF\xFE"),
+                             ("utf-16-be", b"\xFE\xFF")]:
+            for ending in "\n", "\r\n", "\r":
+                text = mark + line.replace("\n", ending).encode(coding)
+                self.assertEqual(self.compiled(text), expected)
+                self.assertEqual(self.compiled(text, "--code-page", "65001"), expected)
+        self.assertEqual(self.compiled(mark + line.encode(coding), "--code-page", "932"), expected)
+        self.assertEqual(self.compiled("/a=日本".encode("cp932"), "--code-page", "932"),
+                         flat([("/a", "日本")]))
+        self.assertEqual(self.compiled("/a=Größe €".encode("cp1252"), "--code-page=1252"),
+                         flat([("/a", "Größe €")]))
+
+    def test_later_texts_win(self):
+        first = self.file("first.txt", "/a=1\n/b=2\n/c=3\n")
+        second = self.file("second.txt", "/d=4\n/b=zwei\n/a=1\n")
+        result = self.run_tool("compile", "--verbose", "-o", self.path("out"), first, second)
+        self.assertEqual(self.content("out"),
+                         flat([("/a", "1"), ("/b", "zwei"), ("/c", "3"), ("/d", "4")]))
+        self.assertEqual(result.err.splitlines(),
+                         [f"zdict: {first}: 3 texts, 0 in place of earlier ones",
+                          f"zdict: {second}: 3 texts, 2 in place of earlier ones",
+                          "zdict: 4 texts in the image"])
+
+    def test_doubtful_lines_are_told(self):
+        result = self.run_tool("compile", "-", stdin=b"/a=1\n/b=2\n\n/a=3\n/a=4\n# remark")
+        self.assertEqual(result.out, flat([("/a", "4"), ("/b", "2"), ("# remark", "")]))
+        self.assertEqual(result.err.splitlines(),
+                         ['zdict: standard input: line 4: it replaces the text of "/a" in line 1',
+                          'zdict: standard input: line 5: it replaces the text of "/a" in line 4',
+                          'zdict: standard input: line 6: without a "=", all of it is a key'])
+
+    def test_bad_lines_are_named_and_nothing_is_written(self):
+        long = "x" * 32768
+        bad = {"$a=b": 'prefix: it isn\'t "$$$"', '"$$b=c"': 'prefix: it isn\'t "$$$"',
+               "=b": "the key is empty", '"$$$"': "the key is empty", "Ťa=b": "the key isn't ASCII",
+               "über=b": "the key isn't ASCII", "/a=" + long: "the text is longer than 32767 char",
+               long + long + "=": "the key is longer than 65535 bytes"}
+        fine = self.file("fine.txt", TEXT)
+        text = self.file("bad.txt", "\n".join(f"/{n}=x\n{line}" for n, line in enumerate(bad)))
+        self.file("out", "before")
+        result = self.run_tool("compile", "-o", self.path("out"), text, fine, text, status=1)
+        told = [f"zdict: {text}: line {2 * n + 2}: {what}" for n, what in enumerate(bad.values())]
+        lines = result.err.splitlines()
+        self.assertEqual(len(lines), 2 * len(told) + 1)
+        for line, start in zip(lines, told + told):
+            self.assertTrue(line.startswith(start), line)
+        self.assertEqual(lines[-1], "zdict: nothing is written")
+        self.assertEqual(self.content("out"), b"before")
+        self.assertEqual(self.compiled("$a=b", status=1), b"")
+
+    def test_texts_that_lose_characters_are_refused(self):
+        for text, what in [
+                (b"/a=1\n/b=\xE9\n", "line 2: it isn't UTF-8 (see --code-page)"),
+                (b"\xEF\xBB\xBF/a=1\r\n\r\n/b=\xC3", "line 3: it isn't UTF-8 (see --code-page)"),
+                (b"/a=\xED\xA0\x80", "line 1: it isn't UTF-8 (see --code-page)"),
+                ("/a=1\n".encode("utf-16-le"),
+                 "line 1: it holds a NUL (UTF-16 without a byte-order mark?)"),
+                (b"/a=1\r/b=2\0\n/c=3", "line 2: it holds a NUL (UTF-16 without a byte-order mark?)"),
+                ("\ufeff/a=1\u2028\0/b=2".encode("utf-16-be"), "line 2: it holds a NUL"),
+                ("\ufeff/a=1\r\n/b=2".encode("utf-16-le")[:-1],
+                 "line 2: the text ends inside a character")]:
+            result = self.run_tool("compile", "-", stdin=text, status=1)
+            self.assertIn(f"zdict: standard input: {what}\n", result.err)
+            self.assertEqual(result.out, b"")
+            checked = self.run_tool("check", "-", stdin=text, status=1)
+            self.assertEqual(checked.out.decode(), f"standard input: damaged at {what}\n")
+
+    def test_an_image_is_no_text(self):
+        result = self.run_tool("compile", "-", stdin=IMAGE[False], status=2)
+        self.assertIn("it is an image, not a text (see merge)", result.err)
+        self.run_tool("compile", "-", stdin=b"\xEF\xBB\xBF" + IMAGE[False], status=1)
+        self.run_tool("compile", "-", stdin=b"", status=1)
+        self.assertEqual(self.compiled("\n"), flat([], keyed=False))
+        self.assertEqual(self.dumped(flat([], keyed=False)), b"")
+
+    def test_a_base_leaves_room(self):
+        result = self.run_tool("compile", "--base", "4294967295", "-", stdin=b"a=1", status=2)
+        self.assertIn("no identifiers for 1 text", result.err)
+
+
+if __name__ == "__main__":
+    unittest.main()

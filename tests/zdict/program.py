@@ -1,0 +1,85 @@
+"""Runs the dictionary tool, which the environment's ZDICT names, on files made here."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+ZDICT = os.environ["ZDICT"]
+
+TEXT = '"$$$/a=b"\n'
+
+# What the text above makes, byte for byte; the numbers are in both byte orders.
+IMAGE = {
+    False: bytes.fromhex(
+        "5A537472696E672042696E61727920466F726D6174"  # ZString Binary Format
+        "02 07 00 00  05000000  656E5F5553"  # version, locale
+        "00000000 59  01000000 01000000 01000000"  # base, keyed, count, live, buckets
+        "02000000 02000000"  # pools
+        "00000000 0200  00000000 0200"  # the key's offset and length, the text's
+        "2F61  6200"
+        "4402 01000000 00000000"  # bucket 580, its size, the slot
+        "00000000"),  # no comments
+    True: bytes.fromhex(
+        "5A537472696E672042696E61727920466F726D6174"
+        "02 07 00 01  00000005  656E5F5553"
+        "00000000 59  00000001 00000001 00000001"
+        "00000002 00000002"
+        "00000000 0002  00000000 0002"
+        "2F61  0062"
+        "0244 00000001 00000000"
+        "00000000"),
+}
+
+ENTRIES = [("/menu/file", "Datei"), ("/menu/edit", "Bearbeiten ^1"), ("/empty", ""),
+           ("/path", "C:\\neu^^1 #{41}"), ("/mixed", 'Zeile 1\r\n\t"Zeile" \U0001F600\u2028'),
+           ("/half", "\ud83d"), ("plain key", "日本語"), ("$dollar", "x"), ('q\\"', "y")]
+
+
+class Result:
+    def __init__(self, done):
+        self.status = done.returncode
+        self.out = done.stdout
+        self.err = done.stderr.decode()
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def file(self, name, content):
+        if isinstance(content, str):
+            content = content.encode()
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
+    def content(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def run_tool(self, *arguments, status=0, stdin=b"", **more):
+        done = subprocess.run([ZDICT, *arguments], input=stdin, stderr=subprocess.PIPE,
+                              stdout=more.pop("stdout", subprocess.PIPE), timeout=60, **more)
+        result = Result(done)
+        self.assertEqual(result.status, status, f"{arguments}: {result.err}")
+        return result
+
+    def compiled(self, text, *options, status=0):
+        if isinstance(text, str):
+            text = text.encode()
+        return self.run_tool("compile", *options, "-", stdin=text, status=status).out
+
+    def dumped(self, image, *options):
+        return self.run_tool("dump", *options, "-", stdin=image).out
+
+    def texts(self, image):
+        """Of an image, by key."""
+        lines = self.dumped(image, "--no-comments").decode().splitlines()
+        return dict(re.fullmatch(r'"\$\$\$(.*?)=(.*)"', line).groups() for line in lines)

@@ -1,0 +1,132 @@
+"""Files, streams, the command line and the manual page."""
+
+import os
+import pty
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import unittest
+
+from images import flat
+from program import ENTRIES, IMAGE, TEXT, ZDICT, Case
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+
+class Files(Case):
+    def test_an_output_file_is_whole_or_as_it_was(self):
+        self.file("out", "before")
+        os.chmod(self.path("out"), 0o640)
+        os.symlink("out", self.path("link"))
+        text = self.file("text", TEXT)
+
+        def small_files():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (50, 50))
+
+        result = self.run_tool("compile", "-o", self.path("out"), text, status=2,
+                               preexec_fn=small_files)
+        self.assertIn("out: can't be written: File too large", result.err)
+        self.assertEqual(self.content("out"), b"before")
+        self.run_tool("compile", "-o", self.path("link"), text)
+        self.assertEqual(self.content("out"), IMAGE[False])
+        self.assertTrue(os.path.islink(self.path("link")))
+        self.assertEqual(os.stat(self.path("out")).st_mode & 0o777, 0o640)
+        self.run_tool("compile", "-o", self.path("new"), text, umask=0o027)
+        self.assertEqual(os.stat(self.path("new")).st_mode & 0o777, 0o640)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["link", "new", "out", "text"])
+
+        self.run_tool("merge", "-o", self.path("new"), self.path("new"), text)  # onto itself
+        self.assertEqual(self.content("new"), IMAGE[False])
+
+    def test_what_cannot_be_written_is_told(self):
+        os.symlink("nowhere", self.path("dangling"))
+        for target in self.folder, self.path("none/out"), self.path("dangling"), "/dev/full":
+            result = self.run_tool("compile", "-o", target, "-", stdin=TEXT.encode(), status=2)
+            self.assertIn(f"zdict: {target}: can't be written: ", result.err)
+        image = self.file("image", IMAGE[False])
+        with open("/dev/full", "wb") as full:
+            for arguments in (["compile", self.file("t", TEXT)], ["dump", image], ["stats", image],
+                              ["get", image, "/a"], ["check", image], ["--help"]):
+                result = self.run_tool(*arguments, status=2, stdout=full)
+                self.assertIn("standard output: can't be written: No space", result.err)
+        self.run_tool("compile", "-o", "/dev/null", "-", stdin=TEXT.encode())
+
+    def test_an_image_is_not_written_to_a_terminal(self):
+        leader, follower = pty.openpty()
+        result = self.run_tool("compile", "-", stdin=TEXT.encode(), stdout=follower, status=2)
+        self.assertIn("it is a terminal (see -o)", result.err)
+        os.close(leader)
+        os.close(follower)
+
+    def test_what_cannot_be_read_is_told(self):
+        large = self.file("large", "")
+        os.truncate(large, 1 << 31)
+        for name, what in [(self.path("missing"), "No such file or directory"),
+                           (self.folder, "Is a directory"), (large, "it is 2 GiB or larger"), ("",
+                           "No such file or directory")]:
+            for command in "check", "dump", "stats", "merge", "compile":
+                result = self.run_tool(command, name, status=2)
+                self.assertIn(f"{what}\n", result.err)
+                self.assertEqual(result.out, b"")
+        result = self.run_tool("merge", "-", "-", stdin=IMAGE[False], status=2)
+        self.assertIn("standard input: can't be read twice", result.err)
+
+    def test_pipes(self):
+        pipe = f"'{ZDICT}' dump - | '{ZDICT}' compile - | '{ZDICT}' merge -- - | cat"
+        done = subprocess.run(["sh", "-c", pipe], input=flat(sorted(ENTRIES)), capture_output=True,
+                              timeout=60, check=True)
+        self.assertEqual(done.stdout, flat(sorted(ENTRIES)))
+
+    def test_names_do_not_steer_the_terminal(self):
+        result = self.run_tool("check", "\x1b[31m", status=2)
+        self.assertEqual(result.err, "zdict: ?[31m: can't be read: No such file or directory\n")
+
+
+class Usage(Case):
+    def test_wrong_usage(self):
+        for arguments, what in [
+                ([], "a command is missing (see zdict --help)"),
+                (["Compile"], "there is no command 'Compile' (see zdict --help)"),
+                (["compile"], "compile needs TEXT... (see zdict compile --help)"),
+                (["get", "a"], "get needs FILE KEY"),
+                (["dump", "a", "b"], "dump takes FILE only, not 'b' too"),
+                (["dump", "--base", "1", "a"], "unknown option '--base' (see zdict dump --help)"),
+                (["check", "-v"], "unknown option '-v'"),
+                (["compile", "a", "-o"], "-o needs a value"),
+                (["compile", "a", "-o", ""], "-o needs a file name"),
+                (["compile", "--big-endian=yes", "a"], "--big-endian takes no value"),
+                (["compile", "--locale", "de DE", "a"], "the locale 'de DE' isn't a name"),
+                (["compile", "--locale=", "a"], "the locale '' isn't a name"),
+                *((["compile", "--base", base, "a"], f"the base '{base}' isn't a number from 0 to")
+                  for base in ("-1", "4294967296", "1x", "", " 1", "0x10")),
+                *((["check", "--code-page", page, "a"], f"the code page '{page}' isn't 932, ")
+                  for page in ("0", "437", "65001x", "", "99999999999"))]:
+            result = self.run_tool(*arguments, status=2)
+            self.assertIn(what, result.err)
+            self.assertEqual(result.out, b"")
+
+    def test_help_and_manual_name_everything(self):
+        help_text = self.run_tool("--help").out.decode()
+        commands = re.findall(r"^  ([a-z]+) ", help_text, re.M)
+        self.assertEqual(len(commands), 6)
+        page = os.path.join(HERE, "../../tools/zdict/zdict.1")
+        with open(page, encoding="utf-8") as file:
+            manual = file.read().replace("\\-", "-")
+        for command in commands:
+            own = self.run_tool(command, "--help").out.decode()
+            self.assertTrue(own.startswith(f"Usage: zdict {command} "))
+            self.assertLessEqual(max(map(len, (help_text + own).splitlines())), 80)
+            for option in re.findall(r"^  (-+[a-z0-9-]+)", own, re.M) + [command]:
+                self.assertIn(option, manual)
+        if shutil.which("man"):
+            done = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", page],
+                                  capture_output=True, timeout=60, check=True,
+                                  env={**os.environ, "MANWIDTH": "80", "LC_ALL": "C.UTF-8"})
+            self.assertEqual(done.stderr.decode(), "")
+
+
+if __name__ == "__main__":
+    unittest.main()

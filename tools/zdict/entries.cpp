@@ -1,0 +1,117 @@
+#include "entries.h"
+
+#include <unordered_set>
+#include <utility>
+
+#include <control.h>
+#include <hollin/Dictionary.h>
+
+#include "messages.h"
+#include "text_source.h"
+
+namespace
+{
+// The key at which a walk stands, in either store.
+std::string CurrentKey(const hollin::Dictionary& dictionary)
+{
+    std::string key(dictionary.CurrentKey(nullptr, 0, false) + std::size_t(1), '\0');
+    dictionary.CurrentKey(key.data(), static_cast<std::uint32_t>(key.size()), true);
+    key.pop_back();
+    return key;
+}
+
+// A look-up takes a literal of the source code, which can't name every key.
+void RequireLookUp(const std::string& key, const InputFile& file)
+{
+    if (key.find_first_of(std::string("=\0", 2)) == std::string::npos)
+        return;
+    throw Failure{kFaulty, file.mName,
+                  "the key " + Quoted(key) + " can't be looked up: it holds a \"=\" or a NUL"};
+}
+
+Entry EntryAt(const hollin::Dictionary& dictionary, std::uint32_t id, const std::string& key,
+              const hollin::ImageReport& report)
+{
+    Entry entry = {key, hollin::ZString(), hollin::ZString()};
+    if (report.mMajor < 2)
+        entry.mText = dictionary.GetString(("$$$" + key).c_str());
+    else
+        entry.mText = dictionary.GetStringById(id);
+    if (report.mComments > 1 || id == report.mLoneCommentId)
+        entry.mComment = dictionary.GetCommentById(id);
+    return entry;
+}
+
+Entries ReadImage(const InputFile& file, const hollin::ImageReport& report)
+{
+    hollin::Dictionary dictionary;
+    dictionary.LoadFromMemory(file.mBytes.data(), static_cast<std::int32_t>(file.mBytes.size()),
+                              false);
+    Entries entries;
+    std::unordered_set<std::string> keys;
+    for (std::uint32_t id = 0; dictionary.NextId(&id);)
+    {
+        const std::string key = CurrentKey(dictionary);
+        if (key.empty() && report.mMajor >= 2)
+            continue; // a removed slot
+        RequireLookUp(key, file);
+        if (keys.insert(key).second)
+            entries.push_back(EntryAt(dictionary, id, key, report));
+        else
+            Tell(file.mName, "the key " + Quoted(key) + " is in it twice; the first one counts");
+    }
+    return entries;
+}
+
+void TellOfLines(const InputFile& file, const std::vector<LineNote>& notes)
+{
+    for (const LineNote& note : notes)
+        Tell(file.mName, "line " + std::to_string(note.mLine) + ": " + note.mWhat);
+}
+
+Entries ReadTextEntries(const InputFile& file, const Options& options)
+{
+    TextContent content = ReadText(file, options);
+    TellOfLines(file, content.mProblems);
+    if (!content.mProblems.empty())
+        throw Failure{kFaulty, file.mName, std::string()};
+    TellOfLines(file, content.mDoubts);
+    return std::move(content.mEntries);
+}
+} // namespace
+
+hollin::ImageReport CheckFile(const InputFile& file, const Options& options)
+{
+    const TextBytes text(file, options);
+    platform::SetActiveCodePage(text.mCodePage);
+    hollin::ImageReport report = hollin::CheckImage(text.mBytes, text.mSize);
+    if (text.mBytes != file.mBytes.data())
+        report.mForm = hollin::ImageReport::kText; // no image has a byte-order mark in front
+    return report;
+}
+
+bool IsText(const InputFile& file, const hollin::ImageReport& report)
+{
+    return report.mForm == hollin::ImageReport::kText && !file.mBytes.empty();
+}
+
+std::string DamageOf(const hollin::ImageReport& report)
+{
+    return "damaged at byte " + std::to_string(report.mOffset) + " in " + report.mField + ": " +
+           report.mProblem;
+}
+
+Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report,
+                    const Options& options)
+{
+    if (IsText(file, report))
+        return ReadTextEntries(file, options);
+    if (report.mDamaged)
+        throw Failure{kFaulty, file.mName, DamageOf(report)};
+    if (!report.mKeyed && report.mLive)
+        throw Failure{kFaulty, file.mName, "it has no keys"};
+    if (report.mTextFlag > hollin::kEncodingUTF8 && !options.mCodePageGiven)
+        throw Failure{kUnusable, file.mName,
+                      "it doesn't say which code page its texts are in (see --code-page)"};
+    return ReadImage(file, report);
+}

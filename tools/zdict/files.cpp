@@ -1,0 +1,201 @@
+#include "files.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "messages.h"
+
+const char* const kStandardStream = "-";
+
+namespace
+{
+const std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
+const std::size_t kFirstRead = 1 << 16;
+const char kTooLarge[] = "it is 2 GiB or larger";
+const mode_t kPermissions = 0777;
+
+// A file descriptor that is closed at the end of its scope.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) : mDescriptor(descriptor) {}
+    ~Descriptor() { Close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int Get() const { return mDescriptor; }
+
+    // False if what was written may not be there. stdin and stdout stay open.
+    bool Close()
+    {
+        const int descriptor = mDescriptor;
+        mDescriptor = -1;
+        return descriptor <= STDERR_FILENO || close(descriptor) == 0;
+    }
+
+private:
+    int mDescriptor;
+};
+
+[[noreturn]] void FailToRead(const std::string& name, const char* why)
+{
+    throw Failure{kUnusable, name, std::string("can't be read: ") + why};
+}
+
+[[noreturn]] void FailToWrite(const std::string& name, const char* why)
+{
+    throw Failure{kUnusable, name, std::string("can't be written: ") + why};
+}
+
+// Opens an input, whose name for people is set.
+int Open(const std::string& name, InputFile* file)
+{
+    static bool sStdinRead = false; // one thread
+    file->mName = name;
+    if (name != kStandardStream)
+        return open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    file->mName = "standard input";
+    if (sStdinRead)
+        throw Failure{kUnusable, file->mName, "can't be read twice"};
+    sStdinRead = true;
+    return STDIN_FILENO;
+}
+
+void ReadToEnd(int descriptor, InputFile* file)
+{
+    std::size_t size = 0;
+    while (size <= kLargestFile)
+    {
+        if (size == file->mBytes.size())
+            file->mBytes.resize(std::min(std::max(2 * size, kFirstRead), kLargestFile + 1));
+        const ssize_t got =
+            read(descriptor, file->mBytes.data() + size, file->mBytes.size() - size);
+        if (got < 0 && errno != EINTR)
+            FailToRead(file->mName, std::strerror(errno));
+        if (got == 0)
+            return file->mBytes.resize(size);
+        size += got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+    FailToRead(file->mName, kTooLarge);
+}
+
+void WriteAll(int descriptor, const std::string& bytes, const std::string& name)
+{
+    for (std::size_t done = 0; done < bytes.size();)
+    {
+        const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
+        if (written < 0 && errno != EINTR)
+            FailToWrite(name, std::strerror(errno));
+        done += written > 0 ? static_cast<std::size_t>(written) : 0;
+    }
+}
+
+void WriteInPlace(int descriptor, const std::string& bytes, const std::string& name)
+{
+    Descriptor file(descriptor);
+    if (descriptor < 0)
+        FailToWrite(name, std::strerror(errno));
+    WriteAll(file.Get(), bytes, name);
+    if (!file.Close())
+        FailToWrite(name, std::strerror(errno));
+}
+
+// A file beside another one, under a name of its own until it takes the other's.
+class FileBeside
+{
+public:
+    explicit FileBeside(const std::string& name)
+        : mPath(name + ".XXXXXX"), mFile(mkostemp(mPath.data(), O_CLOEXEC))
+    {
+        if (mFile.Get() < 0)
+            FailToWrite(name, std::strerror(errno));
+    }
+    ~FileBeside()
+    {
+        if (!mPath.empty())
+            unlink(mPath.c_str());
+    }
+    FileBeside(const FileBeside&) = delete;
+    FileBeside& operator=(const FileBeside&) = delete;
+
+    void Write(const std::string& bytes, mode_t permissions, const std::string& name)
+    {
+        WriteAll(mFile.Get(), bytes, name);
+        if (fchmod(mFile.Get(), permissions) != 0 || fsync(mFile.Get()) != 0 || !mFile.Close() ||
+            rename(mPath.c_str(), name.c_str()) != 0)
+            FailToWrite(name, std::strerror(errno));
+        mPath.clear();
+    }
+
+private:
+    std::string mPath;
+    Descriptor mFile;
+};
+
+mode_t NewFilePermissions()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+// What a chain of links leads to: the file is replaced, not the link to it.
+std::string Resolved(const std::string& name)
+{
+    char* const path = realpath(name.c_str(), nullptr);
+    if (!path)
+        FailToWrite(name, std::strerror(errno));
+    std::string resolved = path;
+    std::free(path);
+    return resolved;
+}
+
+void WriteToStdout(const std::string& bytes, Content content)
+{
+    const char* const name = "standard output";
+    if (content == Content::kBinary && isatty(STDOUT_FILENO))
+        FailToWrite(name, "it is a terminal (see -o)");
+    WriteInPlace(STDOUT_FILENO, bytes, name);
+}
+} // namespace
+
+InputFile ReadFile(const std::string& name)
+{
+    InputFile file;
+    const Descriptor input(Open(name, &file));
+    struct stat state = {};
+    if (input.Get() < 0 || fstat(input.Get(), &state) != 0)
+        FailToRead(file.mName, std::strerror(errno));
+    if (S_ISREG(state.st_mode))
+    {
+        const auto size = static_cast<std::size_t>(state.st_size);
+        if (size > kLargestFile)
+            FailToRead(file.mName, kTooLarge);
+        file.mBytes.resize(size + 1); // the one byte more meets the end at once
+    }
+    ReadToEnd(input.Get(), &file);
+    return file;
+}
+
+void WriteFile(const std::string& name, const std::string& bytes, Content content)
+{
+    if (name == kStandardStream)
+        return WriteToStdout(bytes, content);
+    struct stat state = {};
+    const bool there = lstat(name.c_str(), &state) == 0;
+    if (there && S_ISLNK(state.st_mode))
+        return WriteFile(Resolved(name), bytes, content);
+    if (there && !S_ISREG(state.st_mode))
+        return WriteInPlace(open(name.c_str(), O_WRONLY | O_CLOEXEC), bytes, name);
+    FileBeside(name).Write(bytes, there ? state.st_mode & kPermissions : NewFilePermissions(),
+                           name);
+}

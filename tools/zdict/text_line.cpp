@@ -1,0 +1,131 @@
+#include "text_line.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace
+{
+bool IsHighSurrogate(unsigned int unit)
+{
+    return (unit & 0xFC00) == 0xD800;
+}
+
+bool IsLowSurrogate(unsigned int unit)
+{
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+// What a line can't hold, what an editor may take for a line end, and what is
+// invisible or no character at all.
+bool IsUnfitForFiles(unsigned int unit)
+{
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x2028 || unit == 0x2029 ||
+           unit == 0xFEFF || unit == 0xFFFE || unit == 0xFFFF;
+}
+
+// The letter that follows a backslash in place of a unit; 0 if it has none.
+char EscapeOf(unsigned int unit)
+{
+    switch (unit)
+    {
+    case '\n':
+        return 'n';
+    case '\r':
+        return 'r';
+    case '\t':
+        return 't';
+    case '"':
+        return '"';
+    }
+    return 0;
+}
+
+// next is the unit behind it, 0 at the end.
+bool BeginsNotation(unsigned int unit, unsigned int next)
+{
+    switch (unit)
+    {
+    case '\\': // at the end, it would also hide the closing quote
+        return true;
+    case '^':
+        return next < '0' || next > '9';
+    case '#':
+        return next == '{';
+    }
+    return false;
+}
+
+void AppendASCII(const std::string& text, Units* line)
+{
+    line->insert(line->end(), text.begin(), text.end());
+}
+
+void AppendNumber(unsigned int unit, Units* line)
+{
+    const char* const digits = "0123456789ABCDEF";
+    std::string number;
+    do
+    {
+        number.insert(number.begin(), digits[unit % 16]);
+        unit /= 16;
+    } while (unit);
+    AppendASCII("#{" + number + "}", line);
+}
+
+// Returns how many units it took: two for a pair of surrogates, else one.
+std::size_t AppendCharacter(const std::uint16_t* units, const std::uint16_t* end, Units* line)
+{
+    const std::uint16_t unit = units[0];
+    const std::uint16_t next = end - units > 1 ? units[1] : std::uint16_t(0);
+    if (IsHighSurrogate(unit) && IsLowSurrogate(next))
+    {
+        line->insert(line->end(), units, units + 2);
+        return 2;
+    }
+    if (const char escape = EscapeOf(unit))
+        AppendASCII({'\\', escape}, line);
+    else if (IsUnfitForFiles(unit) || BeginsNotation(unit, next) || IsHighSurrogate(unit) ||
+             IsLowSurrogate(unit))
+        AppendNumber(unit, line);
+    else
+        line->push_back(unit);
+    return 1;
+}
+
+// A reader takes a double quote for the end of the entry, but for one that
+// follows a backslash.
+bool HoldsClosingQuote(const std::string& key)
+{
+    for (std::size_t i = 0; i < key.size(); ++i)
+    {
+        if (key[i] == '"' && (i == 0 || key[i - 1] != '\\'))
+            return true;
+    }
+    return false;
+}
+} // namespace
+
+const char* KeyProblem(const std::string& key)
+{
+    const auto isASCII = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    if (key.empty())
+        return "is empty";
+    if (!std::all_of(key.begin(), key.end(), isASCII))
+        return "isn't ASCII";
+    if (key.find_first_of(std::string("\n\r\0", 3)) != std::string::npos)
+        return "holds a line end or a NUL";
+    if (key.find('=') != std::string::npos)
+        return "holds a \"=\"";
+    if (HoldsClosingQuote(key))
+        return "holds a double quote";
+    return nullptr;
+}
+
+void AppendLine(const std::string& key, const hollin::ZString& text, Units* line)
+{
+    AppendASCII("\"$$$" + key + "=", line);
+    const std::uint16_t* const end = text.Data() + text.Length();
+    for (const std::uint16_t* units = text.Data(); units != end;)
+        units += AppendCharacter(units, end, line);
+    AppendASCII("\"\n", line);
+}
