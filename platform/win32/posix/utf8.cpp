@@ -153,7 +153,8 @@ struct UTF8Encoder
     template <class Output>
     static Cursor<Unit, Output> PutTwos(Cursor<Unit, Output> at, const Unit* stop)
     {
-        for (; kLittleEndian && stop - at.mNext >= 2 && *at.mNext < 0x800; ++at.mNext)
+        const Unit* const last = stop - 1;
+        for (; kLittleEndian && at.mNext < last && *at.mNext < 0x800; ++at.mNext)
         {
             const unsigned int unit = *at.mNext;
             const unsigned int bytes = 0x80C0 | unit >> 6 | (unit & 0x3F) << 8;
