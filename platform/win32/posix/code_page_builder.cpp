@@ -196,7 +196,8 @@ private:
     void EncodeUnit(Unit unit)
     {
         const Unit bytes = unit < 0x80 ? unit : Encode(mConverter, unit);
-        if (bytes && UnitOf(bytes))
+        const bool isCharacter = bytes <= 0xFF || mPage.mIsLead[bytes >> 8];
+        if (isCharacter && UnitOf(bytes))
             mPage.mBytes[unit] = bytes;
     }
 
