@@ -1,7 +1,6 @@
 #include "text/Markers.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 namespace
@@ -25,7 +24,9 @@ std::size_t Find(const U_UTF16String& text, std::string_view marker, std::size_t
 // times faster than that a run of units isn't.
 bool MayHoldMarker(const U_UTF16String& text)
 {
-    return std::memchr(text.data(), kOpening[0], text.size() * sizeof(U_u16)) != nullptr;
+    const std::string_view bytes(reinterpret_cast<const char*>(text.data()),
+                                 text.size() * sizeof(U_u16));
+    return bytes.find(kOpening[0]) != std::string_view::npos;
 }
 
 U_UTF16String WithBuildYear(const U_UTF16String& text, std::size_t firstMarker)

@@ -21,7 +21,8 @@ U_UTF16String LookUp(const hollin::Dictionary& dictionary, const char* zstring)
     if (dictionary.GetRawString(zstring, &units, &length))
         return U_UTF16String(units, length);
     const hollin::ZString text = dictionary.GetString(zstring, &hollin::kEncodingUTF8);
-    return U_UTF16String(text.Data(), text.Length());
+    // The empty text has no units to point at.
+    return text.Length() ? U_UTF16String(text.Data(), text.Length()) : U_UTF16String();
 }
 
 U_UTF16String ResolveWith(const hollin::Dictionary& dictionary, const char* zstring)

@@ -136,7 +136,7 @@ TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
         EXPECT_EQ(U_GetRunMode(), 7);
         EXPECT_EQ(U_Death(), 5889);
         U_ZStringSetEnglish();
-        EXPECT_FALSE(U_ZLocaleAlive()); // a locale comes after the record
+        EXPECT_FALSE(U_ZLocaleAlive());    // a locale comes after the record
         MEM_AccountAllocation(-0x8700000); // a failed birth leaves its charge
         platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
         EXPECT_EQ(U_Birth("Host", nullptr), 0);
