@@ -49,7 +49,7 @@ public:
         kSearchKey,
         kKeyIsNew // the caller knows that the store doesn't have the key
     };
-    bool Put(const ByteRun& key, const hollin::ZString& value, Search search);
+    bool Put(const ByteRun& key, const hollin::ZString& value, Search search = kSearchKey);
 
     // The key at which the walk stands; empty outside a walk.
     ByteRun CurrentKey() const;
