@@ -7,7 +7,8 @@
 //
 // One dictionary, with its copies and the texts that came from it, is used by
 // one thread at a time: counts aren't atomic. The same holds for the default
-// dictionary and the registry. An allocation that fails throws std::bad_alloc.
+// dictionary, which every look-up may reach, and for the registry. An allocation that fails throws
+// std::bad_alloc.
 
 #ifndef HOLLIN_DICTIONARY_H
 #define HOLLIN_DICTIONARY_H

@@ -19,20 +19,6 @@ OwnedRun Copy(const ByteRun& run)
 }
 } // namespace
 
-unsigned char* StoredRuns::Place(std::size_t index)
-{
-    if (index < mPointers.size() && mPointers[index])
-        return mPointers[index].get();
-    return mPool.data() + mOffsets[index];
-}
-
-ByteRun StoredRuns::Get(std::size_t index) const
-{
-    if (index >= mLengths.size() || !mLengths[index])
-        return ByteRun();
-    return ByteRun{const_cast<StoredRuns*>(this)->Place(index), mLengths[index]};
-}
-
 void StoredRuns::Replace(std::size_t index, const ByteRun& run)
 {
     if (run.mLength > mLengths[index])
@@ -46,7 +32,7 @@ void StoredRuns::Replace(std::size_t index, const ByteRun& run)
     else if (run.mLength)
     {
         // The run may be part of this store, and so overlap.
-        std::memmove(Place(index), run.mBytes, run.mLength);
+        std::memmove(const_cast<unsigned char*>(Place(index)), run.mBytes, run.mLength);
     }
     mLengths[index] = static_cast<std::uint16_t>(run.mLength);
 }

@@ -27,7 +27,12 @@ public:
     std::size_t Size() const { return mLengths.size(); }
 
     // Empty beyond the end.
-    ByteRun Get(std::size_t index) const;
+    ByteRun Get(std::size_t index) const
+    {
+        if (index >= mLengths.size() || !mLengths[index])
+            return ByteRun();
+        return ByteRun{Place(index), mLengths[index]};
+    }
 
     // The run is copied. What fits is overwritten in place. A failed
     // allocation changes nothing.
@@ -38,7 +43,13 @@ public:
     void SetApart(std::size_t index);
 
 private:
-    unsigned char* Place(std::size_t index); // of a run that isn't empty
+    // Of a run that isn't empty.
+    const unsigned char* Place(std::size_t index) const
+    {
+        if (index < mPointers.size() && mPointers[index])
+            return mPointers[index].get();
+        return mPool.data() + mOffsets[index];
+    }
 };
 } // namespace hollin_private
 

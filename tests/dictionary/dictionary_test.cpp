@@ -1,6 +1,7 @@
 // Dictionaries: looking up, changing, copying, walking, and the registry.
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -251,6 +252,26 @@ TEST(Dictionary, TheCurrentKeyIsCopied)
             EXPECT_THROW(flat.CurrentKey(buffer, copy.size, true), hollin::VoErrException);
     }
     EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
+}
+
+TEST(Dictionary, ThreadsMayEachHaveTheirOwn)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+    {
+        threads.emplace_back([] {
+            for (int round = 0; round < 1000; ++round)
+            {
+                Dictionary flat(true);
+                Set(flat, "/a", u"text");
+                Set(flat, "/empty", u"");
+                ASSERT_EQ(Get(flat, "/a") + Get(flat, "/empty=x") + Get(Dictionary(), "/b=y"),
+                          u"texty");
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 TEST_F(Fallback, TheDefaultDictionaryIsAskedNext)
