@@ -37,10 +37,12 @@ template <typename Integer> Table<Integer> CopyTable(const ImageTable<Integer>& 
 
 void SwapUnits(Table<unsigned char>& pool)
 {
-    for (std::size_t i = 0; i + 1 < pool.size(); i += 2)
+    unsigned char* const bytes = pool.data(); // bytes may alias anything, even the table
+    const std::size_t size = pool.size();
+    for (std::size_t i = 0; i + 1 < size; i += 2)
     {
-        const std::uint16_t unit = LoadInteger<std::uint16_t>(&pool[i], true);
-        std::memcpy(&pool[i], &unit, sizeof unit);
+        const std::uint16_t unit = LoadInteger<std::uint16_t>(bytes + i, true);
+        std::memcpy(bytes + i, &unit, sizeof unit);
     }
 }
 
