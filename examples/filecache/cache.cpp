@@ -3,6 +3,7 @@
 #include <U_Alloc.h>
 
 #include "checksum.h"
+#include "texts.h"
 
 void FileCache::Add(const CachedFile& file)
 {
@@ -36,7 +37,8 @@ int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* fl
     if (given < amountToPurge)
         *flag = true;
     if (cache.mConsole.Verbose())
-        cache.mConsole.Tell("asked to purge %llu bytes, gave %llu", amountToPurge, given);
+        cache.mConsole.Tell(Text({"$$$/QX/FileCache/Told/Purged=asked to purge ^^1 bytes, gave ^^2",
+                                  {std::to_string(amountToPurge), std::to_string(given)}}));
     return 0;
 }
 

@@ -1,16 +1,15 @@
 #include "console.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "texts.h"
+
 namespace
 {
-const size_t kLongestLine = 8192; // a path at its longest, and the words round it
-
 size_t TerminalWidth()
 {
     winsize size = {};
@@ -20,14 +19,11 @@ size_t TerminalWidth()
 }
 
 // A file's name may hold bytes that would steer the terminal.
-void HideControlBytes(char* text)
+std::string HideControlBytes(std::string text)
 {
-    for (; *text; ++text)
-    {
-        unsigned char byte = static_cast<unsigned char>(*text);
-        if (byte < ' ' || byte == 127)
-            *text = '?';
-    }
+    const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 127; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
 }
 } // namespace
 
@@ -38,34 +34,22 @@ Console::~Console()
     EndProgress();
 }
 
-void Console::Tell(const char* format, ...)
+void Console::Tell(const std::string& text)
 {
-    char line[kLongestLine];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    HideControlBytes(line);
-
+    const std::string line = HideControlBytes(text);
     std::lock_guard<std::mutex> lock(mLock);
     EraseProgress();
-    std::fprintf(stderr, "filecache: %s\n", line);
+    std::fprintf(stderr, "filecache: %s\n", line.c_str());
 }
 
-void Console::ShowProgress(const char* format, ...)
+void Console::ShowProgress(const std::string& text)
 {
     if (!mTerminal)
         return;
-    char line[256];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-
     // The last column stays free: some terminals wrap when it is written.
-    line[std::min(sizeof line, TerminalWidth()) - 1] = '\0';
+    const std::string line = CutToWidth(HideControlBytes(text), TerminalWidth() - 1);
     std::lock_guard<std::mutex> lock(mLock);
-    std::fprintf(stderr, "\r%s\033[K", line);
+    std::fprintf(stderr, "\r%s\033[K", line.c_str());
     std::fflush(stderr);
     mProgressShown = true;
 }

@@ -5,6 +5,7 @@
 #define FILECACHE_CONSOLE_H
 
 #include <mutex>
+#include <string>
 
 class Console
 {
@@ -16,12 +17,12 @@ public:
 
     bool Verbose() const { return mVerbose; }
 
-    // Writes a message, as for printf, on a line of its own.
-    void Tell(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    // Writes a text on a line of its own.
+    void Tell(const std::string& text);
 
     // Rewrites the progress line, cut to the terminal's width. Does nothing
     // where stderr is no terminal.
-    void ShowProgress(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void ShowProgress(const std::string& text);
 
     // Takes the progress line away.
     void EndProgress();

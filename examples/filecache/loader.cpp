@@ -14,6 +14,7 @@
 
 #include "checksum.h"
 #include "file_block.h"
+#include "texts.h"
 
 namespace fs = std::filesystem;
 
@@ -38,7 +39,8 @@ bool Loader::Run(unsigned int threads)
         catch (const std::system_error& error)
         {
             // Those that run already take its share over.
-            mConsole.Tell("can't start thread %u: %s", number, error.what());
+            mConsole.Tell(Text({"$$$/QX/FileCache/Error/NoThread=can't start thread ^^1: ^^2",
+                                {std::to_string(number), error.what()}}));
             mFailed = true;
             std::lock_guard<std::mutex> lock(mLock);
             --mRunning;
@@ -60,7 +62,8 @@ void Loader::RunThread(unsigned int number)
     }
     catch (std::exception& error)
     {
-        mConsole.Tell("loader %u ends: %s", number, error.what());
+        mConsole.Tell(Text({"$$$/QX/FileCache/Error/LoaderEnds=loader ^^1 ends: ^^2",
+                            {std::to_string(number), error.what()}}));
         U_TranslateAndReportException(error);
         mFailed = true;
     }
@@ -87,7 +90,7 @@ void Loader::LoadFile(const std::string& name)
                                                          std::fclose);
     if (!file)
     {
-        mConsole.Tell("can't read %s: %s", path.c_str(), std::strerror(errno));
+        mConsole.Tell(Text(CantRead(path, std::strerror(errno))));
         ++mFigures.unreadable;
         return;
     }
@@ -108,7 +111,7 @@ void Loader::LoadFile(const std::string& name)
     }
     if (std::ferror(file.get()))
     {
-        mConsole.Tell("can't read %s: %s", path.c_str(), std::strerror(errno));
+        mConsole.Tell(Text(CantRead(path, std::strerror(errno))));
         ++mFigures.unreadable;
         return;
     }
@@ -122,7 +125,8 @@ void Loader::LoadFile(const std::string& name)
     {
         ++mFigures.refusals;
         if (mConsole.Verbose())
-            mConsole.Tell("refused: %s, %llu bytes", path.c_str(), size);
+            mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",
+                                {path, std::to_string(size)}}));
     }
 }
 
@@ -142,9 +146,12 @@ void Loader::WaitForThreads()
     std::unique_lock<std::mutex> lock(mLock);
     while (!mThreadEnded.wait_for(lock, kRedraw, [this] { return mRunning == 0; }))
     {
-        U_u64 done = mFigures.files + mFigures.unreadable;
-        U_u64 bytes = mFigures.bytes;
-        mConsole.ShowProgress("%llu of %zu files, %llu MiB read, %llu MiB held", done,
-                              mNames.size(), bytes >> 20, mCache.BytesHeld() >> 20);
+        const U_u64 done = mFigures.files + mFigures.unreadable;
+        const U_u64 bytes = mFigures.bytes;
+        mConsole.ShowProgress(
+            Text({"$$$/QX/FileCache/Progress="
+                  "files: ^^1 of ^^2, ^^3 MiB read, ^^4 MiB held",
+                  {std::to_string(done), std::to_string(mNames.size()), std::to_string(bytes >> 20),
+                   std::to_string(mCache.BytesHeld() >> 20)}}));
     }
 }

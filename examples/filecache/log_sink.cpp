@@ -1,5 +1,8 @@
 #include "log_sink.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include <control.h>
 
 LogSink::LogSink()
@@ -13,11 +16,11 @@ LogSink::~LogSink()
     Close();
 }
 
-bool LogSink::Open(const std::string& path)
+Message LogSink::Open(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mLock);
     mFile = std::fopen(path.c_str(), "w");
-    return mFile != nullptr;
+    return mFile ? Message() : CantWrite(path, std::strerror(errno));
 }
 
 bool LogSink::Close()

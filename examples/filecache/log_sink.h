@@ -9,6 +9,8 @@
 
 #include <U_Types.h>
 
+#include "texts.h"
+
 class LogSink
 {
 public:
@@ -17,8 +19,8 @@ public:
     LogSink(const LogSink&) = delete;
     LogSink& operator=(const LogSink&) = delete;
 
-    // Opens the file for the lines to come. False, with errno set, if it can't.
-    bool Open(const std::string& path);
+    // Opens the file for the lines to come. Returns what is wrong with it.
+    Message Open(const std::string& path);
 
     // Stops taking lines, and closes the file. False if not all could be
     // written. May be called twice.

@@ -12,12 +12,17 @@
 #include <U_Budget.h>
 #include <U_Lifecycle.h>
 #include <U_Threads.h>
+#include <control.h>
 
 #include "cache.h"
 #include "console.h"
+#include "dictionary_file.h"
 #include "loader.h"
 #include "log_sink.h"
 #include "options.h"
+#include "summary.h"
+#include "table.h"
+#include "texts.h"
 #include "walk.h"
 
 namespace fs = std::filesystem;
@@ -32,19 +37,21 @@ enum ExitStatus
 };
 
 const U_u64 kMiB = 1 << 20;
+const unsigned int kUTF8CodePage = 65001;
 
-// What is wrong with the folder, empty if nothing is.
-std::string CheckFolder(const std::string& folder)
+// What is wrong with the folder.
+Message CheckFolder(const std::string& folder)
 {
     std::error_code error;
     const fs::file_status status = fs::status(folder, error);
     if (status.type() == fs::file_type::not_found)
-        return "there is no folder '" + folder + "'";
+        return {"$$$/QX/FileCache/Wrong/NoFolder=there is no folder '^^1'", {folder}};
     if (status.type() == fs::file_type::none)
-        return "can't look at '" + folder + "': " + error.message();
+        return {"$$$/QX/FileCache/Wrong/UnknownFolder=can't look at '^^1': ^^2",
+                {folder, error.message()}};
     if (status.type() != fs::file_type::directory)
-        return "'" + folder + "' isn't a folder";
-    return std::string();
+        return {"$$$/QX/FileCache/Wrong/NotAFolder='^^1' isn't a folder", {folder}};
+    return Message();
 }
 
 // The files' budget comes on top of the application's own footprint, which the
@@ -57,42 +64,9 @@ U_Status SetLimits(U_u64 budget)
     return U_SetMemUsageLimits(maximum - std::max(kMiB, budget / 8), maximum);
 }
 
-void PrintCount(const char* name, U_u64 count)
-{
-    std::printf("%-16s %12llu\n", name, count);
-}
-
-void PrintBytes(const char* name, U_u64 bytes)
-{
-    std::printf("%-16s %12llu  %9.1f MiB\n", name, bytes,
-                static_cast<double>(bytes) / static_cast<double>(kMiB));
-}
-
-void PrintMemory(const LoadFigures& figures, const FileCache& cache)
-{
-    U_u64 prepurge = 0;
-    U_u64 maximum = 0;
-    U_GetMemUsageLimits(&prepurge, &maximum);
-    PrintCount("files held", cache.FilesHeld());
-    PrintBytes("bytes held", cache.BytesHeld());
-    PrintBytes("peak use", figures.peakUse);
-    PrintBytes("prepurge limit", prepurge);
-    PrintBytes("maximum limit", maximum);
-    PrintCount("purge requests", cache.PurgeRequests());
-    PrintBytes("bytes purged", cache.BytesPurged());
-    PrintBytes("recycled pool", U_GetRecycledMemorySize());
-}
-
-void PrintSpeed(U_u64 bytes, double seconds)
-{
-    double megabytes = static_cast<double>(bytes) / 1e6;
-    std::printf("%-16s %12.3f s\n", "time", seconds);
-    std::printf("%-16s %12.1f MB/s\n", "speed", seconds > 0 ? megabytes / seconds : 0.0);
-}
-
-// Loads the folder's files and prints what came of it. False if something
-// couldn't be read or didn't match.
-bool LoadFolder(const Options& options, Console& console)
+// Loads the folder's files and adds what came of it to the table. False if
+// something couldn't be read or didn't match.
+bool LoadFolder(const Options& options, Console& console, Table* table)
 {
     const auto start = std::chrono::steady_clock::now();
     const FoundFiles found = WalkFolder(options.folder, console);
@@ -106,79 +80,121 @@ bool LoadFolder(const Options& options, Console& console)
     const LoadFigures& figures = loader.Figures();
     const U_u64 unreadable = found.unreadable + figures.unreadable;
     console.EndProgress();
-    PrintCount("files read", figures.files);
-    PrintBytes("bytes read", figures.bytes);
-    PrintMemory(figures, cache);
-    PrintCount("refusals", figures.refusals);
-    PrintCount("unreadable", unreadable);
-    std::printf("%-16s %016llx\n", "checksum", figures.checksum.load());
-    PrintSpeed(figures.bytes, time.count());
+    AddLoad(figures, cache, unreadable, time.count(), table);
 
     // What was dropped on the way has been checked; this checks the rest.
     cache.DropOldest(~U_u64(0));
     if (cache.Mismatches() > 0)
-        console.Tell("%llu files changed while they were held", cache.Mismatches());
+        console.Tell(Text({"$$$/QX/FileCache/Error/Mismatches="
+                           "files that changed while they were held: ^^1",
+                           {std::to_string(cache.Mismatches())}}));
     return ran && unreadable == 0 && cache.Mismatches() == 0;
 }
 
-// Runs the program inside the library's life.
-bool Run(const Options& options, Console& console)
+// What stands ready before the library's birth, and what is wrong with it. That
+// is told after birth: only then are there translated texts.
+struct Preparation
 {
-    if (U_Status status = U_Birth("File cache", nullptr))
-    {
-        console.Tell("the library can't start: error %d", status);
-        return false;
-    }
-    bool fine = false;
-    if (U_Status status = SetLimits(options.budget))
-        console.Tell("can't set the memory limits: error %d", status);
-    else
-        fine = LoadFolder(options, console);
-    if (U_Status status = U_Death())
-    {
-        console.Tell("the library can't end: error %d", status);
-        fine = false;
-    }
-    U_DeregisterMainThread();
-    return fine;
+    Options options;
+    DictionaryFile dictionary;
+    LogSink log;
+    Message wrongUsage; // of the command line, or the folder
+    Message badFile;    // the dictionary or the log
+};
+
+void Prepare(int argc, char** argv, Preparation* ready)
+{
+    const Options& options = ready->options;
+    ready->wrongUsage = ParseOptions(argc, argv, &ready->options);
+    if (!options.dictionary.empty())
+        ready->badFile = ready->dictionary.Read(options.dictionary);
+    if (ready->wrongUsage || ready->badFile || options.help)
+        return;
+    ready->wrongUsage = CheckFolder(options.folder);
+    if (!ready->wrongUsage && !options.logFile.empty())
+        ready->badFile = ready->log.Open(options.logFile);
 }
+
+// Does what the command line asks for, in the library's life.
+ExitStatus Run(Preparation& ready, Console& console, Table* table)
+{
+    if (U_Status status = ready.dictionary.Use())
+    {
+        console.Tell(Text({"$$$/QX/FileCache/Error/NoDictionary="
+                           "can't use the dictionary ^^1: error ^^2",
+                           {ready.options.dictionary, std::to_string(status)}}));
+        return kFailed;
+    }
+    if (ready.badFile)
+        console.Tell(Text(ready.badFile));
+    if (ready.wrongUsage)
+        console.Tell(
+            Text({"$$$/QX/FileCache/Wrong/SeeHelp=^^1 (see --help)", {Text(ready.wrongUsage)}}));
+    if (ready.badFile || ready.wrongUsage)
+        return kWrongUsage;
+    if (ready.options.help)
+    {
+        PrintUsage();
+        return kFine;
+    }
+    if (U_Status status = SetLimits(ready.options.budget))
+    {
+        console.Tell(Text({"$$$/QX/FileCache/Error/NoLimits="
+                           "can't set the memory limits: error ^^1",
+                           {std::to_string(status)}}));
+        return kFailed;
+    }
+    return LoadFolder(ready.options, console, table) ? kFine : kFailed;
+}
+
+// Texts for what comes after the library's death, which takes the dictionary
+// along.
+struct LastTexts
+{
+    std::string noDeath = Text("$$$/QX/FileCache/Error/NoDeath=the library can't end: error ^^1");
+    std::string lostLog = Text("$$$/QX/FileCache/Error/LostLog=can't write all of ^^1");
+    std::string lostOutput = Text("$$$/QX/FileCache/Error/LostOutput=can't write the output: ^^1");
+    std::string logLines = Text("$$$/QX/FileCache/Figure/LogLines=log lines");
+};
 } // namespace
 
 int main(int argc, char** argv)
 {
-    Options options;
-    std::string wrong = ParseOptions(argc, argv, &options);
-    Console console(options.verbose);
-    if (wrong.empty() && options.help)
+    // Dictionaries in the text form are read as their translators write them.
+    platform::SetActiveCodePage(kUTF8CodePage);
+    Preparation ready;
+    Prepare(argc, argv, &ready);
+    Console console(ready.options.verbose);
+    if (U_Status error = U_Birth("File cache", nullptr))
     {
-        std::fputs(kUsage, stdout);
-        return kFine;
+        console.Tell(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
+                           {std::to_string(error)}}));
+        return kFailed;
     }
-    if (wrong.empty())
-        wrong = CheckFolder(options.folder);
-    if (!wrong.empty())
+    Table table;
+    ExitStatus status = Run(ready, console, &table);
+    const LastTexts texts;
+    if (U_Status error = U_Death())
     {
-        console.Tell("%s (see --help)", wrong.c_str());
-        return kWrongUsage;
+        console.Tell(Fill(texts.noDeath, {std::to_string(error)}));
+        status = kFailed;
     }
+    U_DeregisterMainThread();
 
-    LogSink log;
-    if (!options.logFile.empty() && !log.Open(options.logFile))
+    if (!ready.log.Close())
     {
-        console.Tell("can't write %s: %s", options.logFile.c_str(), std::strerror(errno));
-        return kWrongUsage;
+        console.Tell(Fill(texts.lostLog, {ready.options.logFile}));
+        status = kFailed;
     }
-    bool fine = Run(options, console);
-    if (!log.Close())
+    if (!table.Empty())
     {
-        console.Tell("can't write %s", options.logFile.c_str());
-        fine = false;
+        table.AddCount(texts.logLines, ready.log.Lines());
+        table.Print();
     }
-    PrintCount("log lines", log.Lines());
     if (std::fflush(stdout) != 0)
     {
-        console.Tell("can't write the figures: %s", std::strerror(errno));
-        fine = false;
+        console.Tell(Fill(texts.lostOutput, {std::strerror(errno)}));
+        status = kFailed;
     }
-    return fine ? kFine : kFailed;
+    return status;
 }

@@ -1,24 +1,32 @@
 #include "options.h"
 
+#include <cstdio>
 #include <limits>
-
-const char* const kUsage =
-    "Usage: filecache [options] [FOLDER]\n"
-    "\n"
-    "Loads every file under FOLDER (/usr/include) into memory under a budget, drops\n"
-    "the oldest when the library asks for memory back, and tells what it did.\n"
-    "Symbolic links aren't followed.\n"
-    "\n"
-    "  --budget SIZE   bytes for the files, at least 2M; suffix K, M or G (16M)\n"
-    "  --threads N     threads that load, 1 to 256 (4)\n"
-    "  --log FILE      write the library's log lines to FILE\n"
-    "  --verbose       tell of each purge request and each refused file\n"
-    "  --help          show this text\n"
-    "\n"
-    "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage.\n";
 
 namespace
 {
+const char* const kUsage[] = {
+    "$$$/QX/FileCache/Usage/Synopsis=Usage: filecache [options] [FOLDER]\n\n",
+    "$$$/QX/FileCache/Usage/Purpose="
+    "Loads every file under FOLDER (/usr/include) into memory under a budget, drops\n"
+    "the oldest when the library asks for memory back, and tells what it did.\n"
+    "Symbolic links aren't followed.\n\n",
+    "$$$/QX/FileCache/Usage/Budget="
+    "  --budget SIZE      bytes for the files, at least 2M; suffix K, M or G (16M)\n",
+    "$$$/QX/FileCache/Usage/Threads="
+    "  --threads N        threads that load, 1 to 256 (4)\n",
+    "$$$/QX/FileCache/Usage/Dictionary="
+    "  --dictionary FILE  take the texts shown from the dictionary FILE\n",
+    "$$$/QX/FileCache/Usage/Log="
+    "  --log FILE         write the library's log lines to FILE\n",
+    "$$$/QX/FileCache/Usage/Verbose="
+    "  --verbose          tell of each purge request and each refused file\n",
+    "$$$/QX/FileCache/Usage/Help="
+    "  --help             show this text\n\n",
+    "$$$/QX/FileCache/Usage/Status="
+    "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage.\n",
+};
+
 const U_u64 kSmallestBudget = 2 << 20;
 const U_u64 kLargestBudget = U_u64(1) << 62; // leaves room for the application's own size
 const U_u64 kMostThreads = 256;
@@ -60,60 +68,69 @@ int SuffixShift(const char* suffix)
     return -1;
 }
 
-std::string ParseBudget(const char* text, U_u64* budget)
+Message ParseBudget(const char* text, U_u64* budget)
 {
-    const std::string quoted = "'" + std::string(text) + "'";
     U_u64 number = 0;
     const char* suffix = ParseDigits(text, &number);
     int shift = suffix ? SuffixShift(suffix) : -1;
     if (shift < 0)
-        return "the budget " + quoted + " isn't a size such as 512K, 16M or 1G";
+        return {"$$$/QX/FileCache/Wrong/BudgetNoSize="
+                "the budget '^^1' isn't a size such as 512K, 16M or 1G",
+                {text}};
     if (number > (kLargestBudget >> shift))
-        return "the budget " + quoted + " is too large";
+        return {"$$$/QX/FileCache/Wrong/BudgetTooLarge=the budget '^^1' is too large", {text}};
     *budget = number << shift;
     if (*budget < kSmallestBudget)
-        return "the budget " + quoted + " is below 2M";
-    return std::string();
+        return {"$$$/QX/FileCache/Wrong/BudgetTooSmall=the budget '^^1' is below 2M", {text}};
+    return Message();
 }
 
-std::string ParseThreads(const char* text, unsigned int* threads)
+Message ParseThreads(const char* text, unsigned int* threads)
 {
     U_u64 number = 0;
     const char* rest = ParseDigits(text, &number);
     if (!rest || *rest || number < 1 || number > kMostThreads)
-        return "the number of threads '" + std::string(text) + "' isn't 1 to 256";
+        return {"$$$/QX/FileCache/Wrong/Threads=the number of threads '^^1' isn't 1 to 256",
+                {text}};
     *threads = static_cast<unsigned int>(number);
-    return std::string();
+    return Message();
 }
 
-// Options that take a value.
-std::string ParseValue(const std::string& name, const char* value, Options* options)
+bool TakesValue(const std::string& name)
+{
+    return name == "--budget" || name == "--threads" || name == "--log" || name == "--dictionary";
+}
+
+Message ParseValue(const std::string& name, const char* value, Options* options)
 {
     if (!value)
-        return name + " needs a value";
+        return {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {name}};
     if (name == "--budget")
         return ParseBudget(value, &options->budget);
     if (name == "--threads")
         return ParseThreads(value, &options->threads);
     if (!*value)
-        return "--log needs a file name";
-    options->logFile = value;
-    return std::string();
+        return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
+    (name == "--log" ? options->logFile : options->dictionary) = value;
+    return Message();
 }
 } // namespace
 
-std::string ParseOptions(int argc, char** argv, Options* options)
+Message ParseOptions(int argc, char** argv, Options* options)
 {
+    Message firstWrong;
     bool folderGiven = false;
     bool onlyNames = false; // after --
     for (int at = 1; at < argc; ++at)
     {
         const std::string argument = argv[at];
-        std::string wrong;
+        Message wrong;
         if (onlyNames || argument[0] != '-')
         {
             if (folderGiven)
-                wrong = "only one folder can be given, not '" + argument + "' too";
+                wrong = {"$$$/QX/FileCache/Wrong/SecondFolder="
+                         "only one folder can be given, not '^^1' too",
+                         {argument}};
             folderGiven = true;
             options->folder = argument;
         }
@@ -123,17 +140,23 @@ std::string ParseOptions(int argc, char** argv, Options* options)
             options->help = true;
         else if (argument == "--verbose")
             options->verbose = true;
-        else if (argument == "--budget" || argument == "--threads" || argument == "--log")
+        else if (TakesValue(argument))
         {
             // The list of arguments ends with a null, which tells of a missing value.
             ++at;
             wrong = ParseValue(argument, argv[at], options);
         }
         else
-            wrong = "unknown option '" + argument + "'";
+            wrong = {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {argument}};
 
-        if (!wrong.empty())
-            return wrong;
+        if (!firstWrong)
+            firstWrong = wrong;
     }
-    return std::string();
+    return firstWrong;
+}
+
+void PrintUsage()
+{
+    for (const char* text : kUsage)
+        std::fputs(Text(text).c_str(), stdout);
 }

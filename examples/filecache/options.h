@@ -7,19 +7,23 @@
 
 #include <U_Types.h>
 
+#include "texts.h"
+
 struct Options
 {
     std::string folder = "/usr/include";
     U_u64 budget = 16 << 20; // bytes
     unsigned int threads = 4;
-    std::string logFile; // empty: log lines are only counted
+    std::string logFile;    // empty: log lines are only counted
+    std::string dictionary; // empty: texts are shown in English
     bool verbose = false;
     bool help = false;
 };
 
-extern const char* const kUsage;
+// Reads all of the command line. Returns the first thing that is wrong with it.
+Message ParseOptions(int argc, char** argv, Options* options);
 
-// Returns what is wrong with the command line, empty if nothing is.
-std::string ParseOptions(int argc, char** argv, Options* options);
+// Tells on stdout what the program takes.
+void PrintUsage();
 
 #endif

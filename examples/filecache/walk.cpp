@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "texts.h"
+
 namespace fs = std::filesystem;
 
 namespace
@@ -34,7 +36,7 @@ private:
         for (; !error && entry != fs::directory_iterator(); entry.increment(error))
         {
             const std::string leaf = entry->path().filename().string();
-            Sort(*entry, folder.empty() ? leaf : folder + '/' + leaf);
+            Sort(*entry, (fs::path(folder) / leaf).string());
         }
         if (error)
             Unreadable(folder, error);
@@ -54,7 +56,7 @@ private:
 
     void Unreadable(const std::string& name, const std::error_code& error)
     {
-        mConsole.Tell("can't read %s: %s", (mTop / name).c_str(), error.message().c_str());
+        mConsole.Tell(Text(CantRead((mTop / name).string(), error.message())));
         ++mFound.unreadable;
     }
 

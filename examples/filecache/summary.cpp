@@ -1,0 +1,48 @@
+#include "summary.h"
+
+#include <U_Alloc.h>
+#include <U_Budget.h>
+
+#include "texts.h"
+
+namespace
+{
+void AddMemory(const LoadFigures& figures, const FileCache& cache, Table* table)
+{
+    U_u64 prepurge = 0;
+    U_u64 maximum = 0;
+    U_GetMemUsageLimits(&prepurge, &maximum);
+    table->AddCount(Text("$$$/QX/FileCache/Figure/FilesHeld=files held"), cache.FilesHeld());
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/BytesHeld=bytes held"), cache.BytesHeld());
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/PeakUse=peak use"), figures.peakUse);
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/PrepurgeLimit=prepurge limit"), prepurge);
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/MaximumLimit=maximum limit"), maximum);
+    table->AddCount(Text("$$$/QX/FileCache/Figure/PurgeRequests=purge requests"),
+                    cache.PurgeRequests());
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/BytesPurged=bytes purged"), cache.BytesPurged());
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/RecycledPool=recycled pool"),
+                    U_GetRecycledMemorySize());
+}
+
+void AddSpeed(U_u64 bytes, double seconds, Table* table)
+{
+    const double megabytes = static_cast<double>(bytes) / 1e6;
+    table->AddMeasure(Text("$$$/QX/FileCache/Figure/Time=time"), seconds, 3,
+                      Text("$$$/QX/FileCache/Unit/Seconds=s"));
+    table->AddMeasure(Text("$$$/QX/FileCache/Figure/Speed=speed"),
+                      seconds > 0 ? megabytes / seconds : 0.0, 1,
+                      Text("$$$/QX/FileCache/Unit/MBPerSecond=MB/s"));
+}
+} // namespace
+
+void AddLoad(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable, double seconds,
+             Table* table)
+{
+    table->AddCount(Text("$$$/QX/FileCache/Figure/FilesRead=files read"), figures.files);
+    table->AddBytes(Text("$$$/QX/FileCache/Figure/BytesRead=bytes read"), figures.bytes);
+    AddMemory(figures, cache, table);
+    table->AddCount(Text("$$$/QX/FileCache/Figure/Refusals=refusals"), figures.refusals);
+    table->AddCount(Text("$$$/QX/FileCache/Figure/Unreadable=unreadable"), unreadable);
+    table->AddChecksum(Text("$$$/QX/FileCache/Figure/Checksum=checksum"), figures.checksum);
+    AddSpeed(figures.bytes, seconds, table);
+}

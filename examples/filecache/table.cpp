@@ -1,0 +1,55 @@
+#include "table.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "texts.h"
+
+namespace
+{
+const size_t kLeastLabelWidth = 16;
+const double kMiB = 1 << 20;
+
+// A figure as for printf.
+template <typename... Numbers> std::string Format(const char* format, Numbers... numbers)
+{
+    char figure[64];
+    std::snprintf(figure, sizeof figure, format, numbers...);
+    return figure;
+}
+} // namespace
+
+void Table::AddCount(const std::string& label, U_u64 count)
+{
+    mRows.push_back({label, Format("%12llu", count)});
+}
+
+void Table::AddBytes(const std::string& label, U_u64 bytes)
+{
+    mRows.push_back({label, Format("%12llu  %9.1f ", bytes, static_cast<double>(bytes) / kMiB) +
+                                Text("$$$/QX/FileCache/Unit/MiB=MiB")});
+}
+
+void Table::AddChecksum(const std::string& label, U_u64 checksum)
+{
+    mRows.push_back({label, Format("%016llx", checksum)});
+}
+
+void Table::AddMeasure(const std::string& label, double number, int decimals,
+                       const std::string& unit)
+{
+    mRows.push_back({label, Format("%12.*f ", decimals, number) + unit});
+}
+
+void Table::Print() const
+{
+    size_t width = kLeastLabelWidth;
+    for (const Row& row : mRows)
+        width = std::max(width, DisplayWidth(row.label));
+    for (const Row& row : mRows)
+    {
+        // printf counts bytes where a terminal counts columns.
+        const std::string padding(width - DisplayWidth(row.label), ' ');
+        std::printf("%s%s %s\n", row.label.c_str(), padding.c_str(), row.figure.c_str());
+    }
+}

@@ -1,0 +1,65 @@
+#include "examples/filecache/texts.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+using testing::Eq;
+
+TEST(HostTexts, ValuesAreFilledInOnePass)
+{
+    struct Row
+    {
+        const char* text;
+        std::vector<std::string> values;
+        const char* expected;
+    };
+    const Row kRows[] = {
+        {"^1 and ^2", {"one", "two"}, "one and two"},
+        {"^2 before ^1", {"one", "two"}, "two before one"},
+        {"^1^1", {"x"}, "xx"},
+        {"^1, ^2", {"^2^1^", "two"}, "^2^1^, two"},
+        {"^1 and ^2", {"one"}, "one and ^2"},
+        {"^0 ^a ^^1 ^", {"one"}, "^0 ^a ^one ^"},
+        {"", {"one"}, ""},
+        {"^9", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "9"},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.text);
+        EXPECT_THAT(Fill(row.text, row.values), Eq(row.expected));
+    }
+}
+
+TEST(HostTexts, WidthsAndCutsFollowTheColumnsOfATerminal)
+{
+    struct Row
+    {
+        const char* text;
+        size_t width;
+        size_t columns;
+        const char* cut;
+    };
+    const Row kRows[] = {
+        {"", 0, 5, ""},
+        {"files", 5, 5, "files"},
+        {"files", 5, 4, "file"},
+        {"files", 5, 0, ""},
+        {"höchster", 8, 2, "hö"},
+        {"読み込み", 8, 8, "読み込み"},
+        {"読み込み", 8, 5, "読み"},
+        {"ｱﾌﾟﾘ", 4, 3, "ｱﾌﾟ"},         // half-width kana
+        {"（２）", 6, 4, "（２"},      // full-width forms
+        {"e\u0301a", 2, 1, "e\u0301"}, // a combining accent stays with its letter
+        {"𠮷a", 3, 2, "𠮷"},           // a pair of units
+        {"a𠮷", 3, 2, "a"},
+        {"한글", 4, 3, "한"},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.text);
+        EXPECT_THAT(DisplayWidth(row.text), Eq(row.width));
+        EXPECT_THAT(CutToWidth(row.text, row.columns), Eq(row.cut));
+    }
+}
+} // namespace
