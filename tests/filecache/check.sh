@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Runs the example host on folders made here, and compares what it tells with
-# what find and wc say. Usage: check.sh BINARY
+# what find and wc say. Usage: check.sh BINARY DICTIONARY_FOLDER
 set -u
 export LC_ALL=C
 binary=$(realpath "$1")
+german=$(realpath "$2")/filecache_de.zdict
+japanese=$(realpath "$2")/filecache_ja.zdict
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -188,6 +190,90 @@ done
 run --help
 expect_status "help" 0
 grep -q '^Usage: filecache' "$work/out" || fail "no help"
+
+# A translation shows everywhere, and its figures stand below each other in the
+# columns of a terminal, where some characters take two.
+translated()
+{
+    grep -qF -- "$2" "$work/out" "$work/err" || fail "$1: no '$2' in $(cat "$work/out" "$work/err")"
+}
+
+labels()
+{
+    sed 's/  .*//' "$work/out" | sort
+}
+
+check_table()
+{
+    local common
+    common=$(labels | comm -12 - "$work/english")
+    [ -z "$common" ] || fail "$1: labels in English: $common"
+    python3 - "$work/out" <<'END' || fail "$1: the figures aren't aligned: $(cat "$work/out")"
+import re, sys, unicodedata
+def width(text):
+    return sum(2 if unicodedata.east_asian_width(c) in "WF" else 1 for c in text)
+rows = [line for line in open(sys.argv[1], encoding="utf-8") if not re.search("[0-9a-f]{16}", line)]
+ends = {width(re.match(r".*?\S +[0-9.]+(?= |$)", row)[0]) for row in rows}
+sys.exit(len(rows) < 15 or len(ends) != 1)
+END
+}
+
+run "$work/none"
+labels >"$work/english"
+run --dictionary "$german" --verbose --budget 2M --threads 1 "$files"
+expect_status "German" 0
+expect "German" "gelesene Dateien" "$count"
+expect "German" "gelesene Bytes" "$bytes"
+expect "German" "Ablehnungen" 2
+[ -n "$(figure Protokollzeilen)" ] || fail "German: no count of log lines"
+translated "German" "zur Freigabe von "
+translated "German" "abgelehnt: $files/beyond 1, 3000000 Byte"
+check_table "German"
+
+run "$files" --dictionary "$japanese"
+expect_status "Japanese" 0
+expect "Japanese" "読み込みファイル数" "$count"
+expect "Japanese" "読み込みバイト数" "$bytes"
+[ -n "$(figure ログの行数)" ] || fail "Japanese: no count of log lines"
+check_table "Japanese"
+
+wrong "unbekannte Option „--colour“ (siehe --help)" --colour --dictionary "$german"
+wrong "フォルダー「$work/missing」はありません" --dictionary "$japanese" "$work/missing"
+run --dictionary "$german" --help
+expect_status "German help" 0
+translated "German help" "Aufruf: filecache"
+run --dictionary "$german" "$work/deep"
+expect_status "German, unreadable" 1
+translated "German, unreadable" "kann nicht gelesen werden: File name too long"
+
+# The text form does as well, in UTF-8 and in UTF-16.
+printf '"$$$/QX/FileCache/Figure/FilesRead=Dateien, ^1"\r\n' >"$work/texts"
+printf '\377\376' >"$work/wide texts"
+iconv -f UTF-8 -t UTF-16LE "$work/texts" >>"$work/wide texts"
+for texts in "$work/texts" "$work/wide texts"; do
+    run --dictionary "$texts" "$work/none"
+    expect "text form" "Dateien, ^1" 0
+    expect "text form" "bytes read" 0
+done
+
+# What looks like a place in a file's name is none, and control characters of a
+# name don't reach the terminal.
+wrong "can't write $work/missing/^2^1: No such" --log "$work/missing/^2^1" "$files"
+wrong "there is no folder '$work/a?b'" "$work/$(printf 'a\033b')"
+
+# A dictionary that doesn't serve.
+: >"$work/empty"
+head -c 1000 "$german" >"$work/cut"
+sed 's/^ZString Binary Format./ZString Binary Format\x09/' "$german" >"$work/new version"
+truncate -s 65M "$work/huge"
+wrong "can't read $work/missing: No such file" --dictionary "$work/missing" "$files"
+wrong "can't read $work/none: Is a directory" --dictionary "$work/none" --help
+wrong "the dictionary $work/huge is too large" --dictionary "$work/huge" "$files"
+for damaged in empty cut "new version"; do
+    wrong "the dictionary $work/$damaged is damaged: " --dictionary "$work/$damaged" "$files"
+done
+wrong "--dictionary needs a value" --dictionary
+wrong "--dictionary needs a file name" --dictionary "" "$files"
 
 [ "$failures" = 0 ] && echo "all fine: $count files, $bytes bytes"
 [ "$failures" = 0 ]

@@ -1,0 +1,54 @@
+# Compiles the texts of a program into a dictionary.
+#
+#   u_add_dictionary(<target> OUTPUT <file> LOCALE <name> TEXTS <file>...)
+#
+# Adds a target, built with all others, that writes the dictionary and writes it
+# anew when a text or the tool changes. A program that loads it names the target
+# in add_dependencies.
+#
+#   OUTPUT  the dictionary, relative to the current binary folder
+#   LOCALE  what the dictionary says it is for, as in de_DE
+#   TEXTS   files with lines such as "$$$/App/Greeting=Guten Tag, ^1", in UTF-8,
+#           relative to the current source folder; of several texts for a key,
+#           the last one counts
+#
+# The tool is the target zdict in U's own build, and U::zdict where U is
+# installed, which find_package(U) brings.
+
+function(u_add_dictionary target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "OUTPUT;LOCALE" "TEXTS")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "u_add_dictionary(${target}): unknown ${arg_UNPARSED_ARGUMENTS}")
+  endif()
+  foreach(argument OUTPUT LOCALE TEXTS)
+    if(NOT arg_${argument})
+      message(FATAL_ERROR "u_add_dictionary(${target}): ${argument} is missing")
+    endif()
+  endforeach()
+
+  if(TARGET zdict)
+    set(tool zdict)
+  elseif(TARGET U::zdict)
+    set(tool U::zdict)
+  else()
+    message(FATAL_ERROR "u_add_dictionary(${target}): there is no zdict; call find_package(U) first")
+  endif()
+
+  cmake_path(ABSOLUTE_PATH arg_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR} NORMALIZE
+    OUTPUT_VARIABLE output)
+  cmake_path(GET output PARENT_PATH folder)
+  cmake_path(GET output FILENAME name)
+  set(texts)
+  foreach(text ${arg_TEXTS})
+    cmake_path(ABSOLUTE_PATH text BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
+    list(APPEND texts ${text})
+  endforeach()
+
+  add_custom_command(OUTPUT ${output}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+    COMMAND ${tool} compile -o ${output} --locale ${arg_LOCALE} ${texts}
+    DEPENDS ${texts} $<TARGET_FILE:${tool}>
+    COMMENT "Compiling the dictionary ${name}"
+    VERBATIM)
+  add_custom_target(${target} ALL DEPENDS ${output})
+endfunction()
