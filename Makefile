@@ -2,9 +2,10 @@
 
 DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
+FUZZ_SECONDS ?= 600
 
 .DEFAULT_GOAL := help
-.PHONY: help deps demo test sanitize asan tsan headers bench lint format clean
+.PHONY: help deps demo test sanitize asan tsan headers bench fuzz lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
@@ -40,8 +41,14 @@ headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)
 
 bench: deps ## Measure everything and write bench/RESULTS.md
+	@scripts/deps gettext icu-devtools
 	$(call build,release)
 	scripts/bench build/release/bench
+
+fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
+	@scripts/deps clang libclang-rt-14-dev
+	$(call build,fuzz,--target fuzz)
+	scripts/fuzz --seconds $(FUZZ_SECONDS)
 
 lint: deps ## Check the format and run clang-tidy
 	$(call build,dev)

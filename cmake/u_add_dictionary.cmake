@@ -12,8 +12,8 @@
 #           relative to the current source folder; of several texts for a key,
 #           the last one counts
 #
-# The tool is the target zdict in U's own build, and U::zdict where U is
-# installed, which find_package(U) brings.
+# The tool is the target zdict in U's own build, and elsewhere the program that
+# the project imports as U::zdict.
 
 function(u_add_dictionary target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "OUTPUT;LOCALE" "TEXTS")
@@ -31,7 +31,7 @@ function(u_add_dictionary target)
   elseif(TARGET U::zdict)
     set(tool U::zdict)
   else()
-    message(FATAL_ERROR "u_add_dictionary(${target}): there is no zdict; call find_package(U) first")
+    message(FATAL_ERROR "u_add_dictionary(${target}): there is no zdict; import it as U::zdict first")
   endif()
 
   cmake_path(ABSOLUTE_PATH arg_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR} NORMALIZE

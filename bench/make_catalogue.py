@@ -1,0 +1,53 @@
+#!/usr/bin/env python3
+"""Writes one catalogue of translated texts in three forms.
+
+Usage: make_catalogue.py FOLDER
+
+texts.txt is for zdict, catalogue.po for msgfmt and root.txt for genrb. The
+texts come from a fixed seed: 20,000 keys of names as people give them, and German texts of
+two to nine words.
+"""
+
+import pathlib
+import random
+import sys
+
+KEYS = 20000
+WORDS = """die Datei konnte nicht geöffnet werden bitte prüfen Sie Größe Höhe und
+Länge des Fensters Übergang Bild Ton Spur löschen ändern für alle Ebenen""".split()
+
+
+NAMES = """Effects Blur Radius Label Sequence Track Audio Gain Export Preset Codec
+Bitrate Timeline Marker Color Curve Import Folder Project Panel Window Menu
+Workspace Title Caption Proxy Render Queue Transition Opacity Mask Feather Key
+Frame Rate Field Order Channel Mixer Meter Warning Error Retry Cancel Rename""".split()
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    draw = random.Random(1)
+    keys = set()
+    while len(keys) < KEYS:
+        keys.add("/QX/" + "/".join(draw.choices(NAMES, k=draw.randint(2, 5))))
+    entries = [
+        (key, " ".join(draw.choices(WORDS, k=draw.randint(2, 9)))) for key in sorted(keys)
+    ]
+    (folder / "texts.txt").write_text(
+        "".join(f'"$$${key}={text}"\n' for key, text in entries),
+        encoding="utf-8",
+    )
+    (folder / "catalogue.po").write_text(
+        'msgid ""\nmsgstr "Content-Type: text/plain; charset=UTF-8\\n"\n\n'
+        + "".join(f'msgid "{key}"\nmsgstr "{text}"\n\n' for key, text in entries),
+        encoding="utf-8",
+    )
+    (folder / "root.txt").write_text(
+        "root:table(nofallback) {\n"
+        + "".join(f'"{key}" {{ "{text}" }}\n' for key, text in entries)
+        + "}\n",
+        encoding="utf-8",
+    )
+
+
+if __name__ == "__main__":
+    main()
