@@ -30,8 +30,9 @@ U_EXPORT std::string U_ZStringToEnglishMBString(const char* zstring);
 
 // The same into a buffer of size bytes; a text that is too long is cut at a
 // character. U_ZStringToMBRaw returns 0, or the code of a failure with out
-// untouched. A hollin::VoErrException, thrown if the system refuses to convert
-// a default text, passes through all of these.
+// untouched. If the system refuses to convert a default text, which takes one
+// beyond 2 GiB, an exception that derives from nothing passes through all of
+// these.
 U_EXPORT void U_ZStringToCStr(const char* zstring, unsigned int size, char* out);
 U_EXPORT U_Status U_ZStringToMBRaw(const char* zstring, unsigned int size, char* out);
 
@@ -40,9 +41,11 @@ U_EXPORT bool U_IsZstr(const std::string& text);
 
 // Loads a dictionary, size bytes of binary or text form, over the one in use:
 // keys that both have get the new text. Keys of old binary forms aren't copied,
-// so data must stay as long as the library lives. Returns 0, also for a damaged
-// image (none, or one of 2 GiB and more, counts as one), which leaves default
-// texts in force, and without a locale; or the code of a failure.
+// so data must stay as long as the library lives. Returns 0, also without a
+// locale, and for a damaged image (none, or one of 2 GiB and more, counts as
+// one), which leaves the texts in force as they are; or the code of a failure.
+// Text in the active code page that the system refuses to convert throws as
+// above.
 U_EXPORT U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size);
 
 // Compressed images aren't supported: always 1.
@@ -55,7 +58,7 @@ U_EXPORT U_Status U_ZStringSetEnglish();
 U_EXPORT bool U_ZLocaleAlive();
 
 // Makes and destroys the locale object, as birth and death do; a second call
-// does nothing. Always 0.
+// does nothing. Always 0; without memory the first throws std::bad_alloc.
 U_EXPORT U_Status U_ZLocaleBirth();
 U_EXPORT U_Status U_ZLocaleDeath();
 
