@@ -9,6 +9,7 @@
 #include <string>
 
 #include <hollin/Dictionary.h>
+#include <hollin/VoErrException.h>
 
 // Ends the run, so that the fuzzer keeps the input.
 inline void Require(bool holds)
