@@ -16,6 +16,7 @@ void ResetAll()
     krobase::debug::DebugDatabase::Instance().Clear();
     ClearProfile();
     SetActiveCodePage(0);
+    SetUserLocale(nullptr);
     SetDoubleByteScript(false);
     SetLogSink(LogSink());
     SetTrace(nullptr, 0);
@@ -28,6 +29,11 @@ void ResetAll()
 void SetActiveCodePage(unsigned int codePage)
 {
     win32::SetActiveCodePage(codePage);
+}
+
+void SetUserLocale(const char* localeId)
+{
+    win32::SetUserLocale(localeId);
 }
 
 void SetDoubleByteScript(bool on)

@@ -18,6 +18,10 @@ PLATFORM_EXPORT void ResetAll();
 // 10001, 10007 or 65001. Any other restores the default, 1252.
 PLATFORM_EXPORT void SetActiveCodePage(unsigned int codePage);
 
+// The user's locale, by an id such as "de_DE". A null or unknown one restores the
+// default, "en_US".
+PLATFORM_EXPORT void SetUserLocale(const char* localeId);
+
 // Whether the system's script is a double-byte one; false at the start.
 PLATFORM_EXPORT void SetDoubleByteScript(bool on);
 

@@ -9,6 +9,7 @@
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Translators.h"
+#include "text/FormatNum.h"
 
 namespace
 {
@@ -31,6 +32,7 @@ const BirthStep kFirstSteps[] = {
 const BirthStep kSubBirths[] = {
     &Up_MakeGlobals,
     [](const char*) { return U_ZLocaleBirth(); },
+    [](const char*) { return Up_ReadNumberSeparators(); },
 };
 
 const DeathStep kDeathSteps[] = {

@@ -6,6 +6,7 @@
 namespace win32
 {
 void SetActiveCodePage(unsigned int codePage);
+void SetUserLocale(const char* localeId);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 unsigned int BeepCount();
 void ResetBeepCount();

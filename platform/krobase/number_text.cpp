@@ -1,0 +1,214 @@
+// Numbers read, and their marks.
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include <win32/locale.h>
+
+#include "format.h"
+
+namespace krobase
+{
+namespace utility
+{
+namespace
+{
+const char kWhiteSpace[] = " \t\n\v\f\r";
+const char kNumberCharacters[] = "0123456789+-.eE";
+
+// Whether a unit is one of a text's characters.
+bool IsOneOf(unsigned int unit, const char* characters)
+{
+    for (; *characters; ++characters)
+    {
+        if (unit == static_cast<unsigned char>(*characters))
+            return true;
+    }
+    return false;
+}
+
+bool IsDigit(unsigned int unit)
+{
+    return unit >= '0' && unit <= '9';
+}
+
+struct Marks
+{
+    unsigned short mDecimal;
+    unsigned short mThousands;
+};
+
+const Marks kPlainMarks = {'.', ','};
+
+// The locale's mark, if it is one unit long.
+unsigned short UserMark(unsigned int item, unsigned short usual)
+{
+    const int kRoom = 16;
+    unsigned short text[kRoom];
+    return win32::GetLocaleInfoW(win32::kLocaleUserDefault, item, text, kRoom) == 2 ? text[0]
+                                                                                    : usual;
+}
+
+Marks UserMarks()
+{
+    return {UserMark(win32::kLocaleDecimalMark, kPlainMarks.mDecimal),
+            UserMark(win32::kLocaleThousandsMark, kPlainMarks.mThousands)};
+}
+
+unsigned short Exchanged(unsigned short unit, const Marks& from, const Marks& to)
+{
+    if (unit == from.mDecimal)
+        return to.mDecimal;
+    return unit == from.mThousands ? to.mThousands : unit;
+}
+
+void Exchange(UTF16String& text, const Marks& from, const Marks& to)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [&](unsigned short unit) { return Exchanged(unit, from, to); });
+}
+
+bool Exchange(char* text, const Marks& from, const Marks& to)
+{
+    for (const char* at = text; *at; ++at)
+    {
+        const unsigned char byte = static_cast<unsigned char>(*at);
+        if (byte >= 0x80 || Exchanged(byte, from, to) >= 0x80)
+            return false;
+    }
+    for (; *text; ++text)
+        *text = static_cast<char>(Exchanged(static_cast<unsigned char>(*text), from, to));
+    return true;
+}
+
+// Whether a number out of double's range is too large, and not too small: it is
+// digits with or without ".", and perhaps an exponent.
+bool IsTooLarge(const char* first, const char* last)
+{
+    const char* const mark = std::find_if(first, last, [](char c) { return c == 'e' || c == 'E'; });
+    const char* const point = std::find(first, mark, '.');
+    const char* const digit = std::find_if(first, mark, [](char c) { return c > '0' && c <= '9'; });
+    // The power of ten, or of its neighbour, that the first digit stands for.
+    const long long power = digit < point ? point - digit : point + 1 - digit;
+    long long exponent = 0;
+    const char* const exponentText = mark + (mark != last) + (mark != last && mark[1] == '+');
+    if (std::from_chars(exponentText, last, exponent).ec == std::errc::result_out_of_range)
+        return *exponentText != '-';
+    return exponent > -power;
+}
+
+// Reads a number that begins at first. Returns its end, first if there is none.
+const char* ReadAt(const char* first, const char* last, double* target)
+{
+    double value = 0;
+    const std::from_chars_result result = std::from_chars(first, last, value);
+    if (result.ec == std::errc::invalid_argument)
+        return first;
+    if (result.ec == std::errc::result_out_of_range)
+    {
+        const bool isNegative = *first == '-';
+        value = IsTooLarge(first + isNegative, result.ptr) ? HUGE_VAL : 0;
+        value = isNegative ? -value : value;
+    }
+    *target = value;
+    return result.ptr;
+}
+
+// Behind white space and a "+".
+const char* NumberStart(const char* first, const char* last)
+{
+    while (first != last && IsOneOf(static_cast<unsigned char>(*first), kWhiteSpace))
+        ++first;
+    if (last - first >= 2 && *first == '+' && first[1] != '-')
+        ++first;
+    return first;
+}
+
+// The nearest integer towards zero that has the value.
+long long Clamped(double value)
+{
+    typedef std::numeric_limits<long long> Limits;
+    if (value >= -static_cast<double>(Limits::min()))
+        return Limits::max();
+    return value <= static_cast<double>(Limits::min()) ? Limits::min()
+                                                       : static_cast<long long>(value);
+}
+
+// What of a text can be a number, as narrow text with the mark ".".
+std::string NumberHead(const UTF16String& text, unsigned int flags)
+{
+    const bool isMarked = !(flags & kReadNoLocaleMarks);
+    const Marks marks = isMarked ? UserMarks() : kPlainMarks;
+    std::string head;
+    std::size_t place = 0;
+    while (place < text.size() && IsOneOf(text[place], kWhiteSpace))
+        ++place;
+    bool inInteger = isMarked;
+    for (; place < text.size(); ++place)
+    {
+        const unsigned short unit = Exchanged(text[place], marks, kPlainMarks);
+        const bool isThousandsMark = inInteger && unit == ',' && !head.empty() &&
+                                     IsDigit(static_cast<unsigned char>(head.back()));
+        if (isThousandsMark)
+            continue;
+        if (!IsOneOf(unit, kNumberCharacters))
+            break;
+        inInteger = inInteger && unit != '.';
+        head += static_cast<char>(unit);
+    }
+    return head;
+}
+} // namespace
+
+void InternationalizeNum(UTF16String& text)
+{
+    Exchange(text, kPlainMarks, UserMarks());
+}
+
+void DeInternationalizeNum(UTF16String& text)
+{
+    Exchange(text, UserMarks(), kPlainMarks);
+}
+
+bool InternationalizeNum(char* text)
+{
+    return Exchange(text, kPlainMarks, UserMarks());
+}
+
+bool DeInternationalizeNum(char* text)
+{
+    return Exchange(text, UserMarks(), kPlainMarks);
+}
+
+bool ReadNumber(const char* first, const char* last, double* target)
+{
+    const char* const start = NumberStart(first, last);
+    return ReadAt(start, last, target) != start;
+}
+
+void StringToNumber(double& target, const UTF16String& text, unsigned int flags)
+{
+    const std::string head = NumberHead(text, flags);
+    ReadNumber(head.data(), head.data() + head.size(), &target);
+}
+
+void StringToNumber(long long& target, const UTF16String& text, unsigned int flags)
+{
+    const std::string head = NumberHead(text, flags);
+    const char* const last = head.data() + head.size();
+    const char* const start = NumberStart(head.data(), last);
+    double number = 0;
+    const char* const end = ReadAt(start, last, &number);
+    if (end == start)
+        return;
+    // Digits alone are read exactly, where a double would round them.
+    long long whole = 0;
+    const std::from_chars_result digits = std::from_chars(start, end, whole);
+    const bool hasExponent = std::any_of(start, end, [](char c) { return c == 'e' || c == 'E'; });
+    target = digits.ec == std::errc() && !hasExponent ? whole : Clamped(number);
+}
+} // namespace utility
+} // namespace krobase

@@ -1,0 +1,322 @@
+// Numbers and messages as text, and the user's locale.
+
+#include <krobase/format.h>
+
+#include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <control.h>
+#include <win32/locale.h>
+#include <win32/text.h>
+
+#include "tests/support/Text.h"
+
+using namespace krobase::utility;
+
+namespace
+{
+const double kInfinity = std::numeric_limits<double>::infinity();
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+class Format : public testing::Test
+{
+protected:
+    void TearDown() override { platform::ResetAll(); }
+};
+
+// The text that GetLocaleInfoA stores, terminator included.
+std::string LocaleText(unsigned int item)
+{
+    char buffer[16];
+    const int count =
+        win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, buffer, sizeof(buffer));
+    EXPECT_EQ(win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, nullptr, 0), count);
+    return std::string(buffer, static_cast<std::size_t>(count));
+}
+
+UTF16String Wide(const std::string& text)
+{
+    return UTF16String(text.begin(), text.end());
+}
+} // namespace
+
+TEST_F(Format, StringsGoIntoTheirPlaces)
+{
+    struct Row
+    {
+        std::u16string text;
+        std::u16string filled;
+    };
+    const Row rows[] = {
+        {u"", u""},
+        {u"@0", u"@1"}, // what is put in isn't looked at again
+        {u"@1@0@1", u"one@1one"},
+        {u"a@b @@2 @", u"a@b @ @"},
+        {u"x@9y", u"xnine @0y"},
+        {u"user@host", u"user@host"},
+        {u"@10", u"one0"},
+    };
+    for (const Row& row : rows)
+    {
+        EXPECT_EQ(ReplaceInString(Units(row.text), Units(u"@1"), Units(u"one"), Units(u""), {}, {},
+                                  {}, {}, {}, {}, Units(u"nine @0")),
+                  Units(row.filled));
+    }
+    EXPECT_EQ(ReplaceInString(Units(u"IssueNumber=@0)"), Units(u"7")), Units(u"IssueNumber=7)"));
+}
+
+TEST_F(Format, NumbersAreWritten)
+{
+    struct Row
+    {
+        double value;
+        std::size_t integerDigits;
+        std::size_t decimals;
+        unsigned int flags;
+        int most;
+        std::u16string text;
+    };
+    const Row rows[] = {
+        // What the library asks for.
+        {2.04, 1, 1, 0, 31, u"2.0"},
+        {1023.9996, 1, 3, 0, 31, u"1024.000"},
+        {12, 8, 0, 1, 31, u"00000012"},
+        {3, 1, 9, 5, 31, u"3"},
+        {-2.7, 1, 9, 5, 31, u"-2.7"},
+        {0.1 + 0.2, 1, 9, 5, 31, u"0.3"},
+        {1e22, 1, 9, 5, 31, u"10000000000000000000000"},
+        {-1e21, 1, 9, 5, 31, u"-1000000000000000000000"},
+        // Too long to be written out.
+        {1.25e40, 1, 9, 5, 31, u"1.25e+40"},
+        {-1.23456789012345678e300, 1, 0, 1, 31, u"-1.2345678901234568e+300"},
+        {1.23456789e300, 1, 0, 1, 9, u"1.23e+300"},
+        {1.9e300, 1, 0, 1, 6, u"2e+300"},
+        {1.9e300, 1, 0, 1, 5, u""},
+        {1.5, 1, 2, 1, 3, u""},
+        {1.5, 1, 2, 5, 3, u"1.5"},
+        {1.5, 1, 0, 1, 0, u""},
+        {-1.5, 1, 0, 1, -1, u""},
+        // The pad gives way.
+        {-5, 9, 1, 1, 6, u"-005.0"},
+        {1234, 9, 0, 9, 9, u"0,001,234"},
+        {1234, 9, 0, 9, 8, u"001,234"},
+        // Nothing is too long for the caller's wish.
+        {1, 3, 1u << 31, 4, 1 << 30, u"001"},
+        {kInfinity, 5, 2, 63, 31, u"+inf"},
+        {-kInfinity, 5, 2, 0, 31, u"-inf"},
+        {kNaN, 5, 2, 63, 31, u"nan"},
+        {-kNaN, 5, 2, 0, 31, u"nan"},
+        {-0.0, 1, 1, 16, 31, u"+0.0"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.value << " in " << row.most);
+        EXPECT_EQ(NumberToString(row.value, row.integerDigits, row.decimals, row.flags, row.most),
+                  Units(row.text));
+    }
+    EXPECT_EQ(NumberToString(1e308, 1, 0, 9, 1000).size(), 309u + 102u);
+
+    platform::SetUserLocale("de_DE");
+    EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1.234.567,2"));
+    EXPECT_EQ(NumberToString(1234567.25, 1, 1, 9, 31), Units(u"1,234,567.2"));
+}
+
+TEST_F(Format, NumbersAreRead)
+{
+    struct Row
+    {
+        std::string text;
+        long long whole;
+        double number;
+    };
+    const long long kMost = std::numeric_limits<long long>::max();
+    const long long kLeast = std::numeric_limits<long long>::min();
+    const Row rows[] = {
+        {"12abc", 12, 12},
+        {" \t\r\n-7", -7, -7},
+        {"+5", 5, 5},
+        {"2.7", 2, 2.7},
+        {"-2.7", -2, -2.7},
+        {"-.5", 0, -.5},
+        {"1e5", 100000, 1e5}, // a number may have an exponent and no mark
+        {"-1.5E+3x", -1500, -1500},
+        {"25e-1", 2, 2.5},
+        {"1e", 1, 1},
+        {"1-2,3", 1, 1},
+        {"1,234", 1, 1}, // nothing marks thousands
+        {"007", 7, 7},
+        {"9007199254740993.9", 9007199254740993, 9007199254740993.9},
+        {"9223372036854775807", kMost, 9223372036854775807.},
+        {"9223372036854775808", kMost, 9223372036854775808.},
+        {"-99999999999999999999", kLeast, -1e20},
+        {"1e999", kMost, kInfinity},
+        {"-1e99999999999999999999", kLeast, -kInfinity},
+        {"1e-999", 0, 0},
+        {"1e-99999999999999999999", 0, 0},
+        {"0." + std::string(400, '0') + "1e10", 0, 0},
+        {std::string(400, '9') + "e-10", kMost, kInfinity},
+        {std::string(400, '9') + "e-395", 100000, 1e5},
+    };
+    for (const Row& row : rows)
+    {
+        long long whole = -1;
+        double number = -1;
+        StringToNumber(whole, Wide(row.text), kReadNoLocaleMarks);
+        StringToNumber(number, Wide(row.text), kReadNoLocaleMarks);
+        EXPECT_EQ(number, row.number) << row.text;
+        EXPECT_EQ(whole, row.whole) << row.text;
+    }
+    for (const char* none : {"", " ", "nonsense", "nan", "inf", "-", "+-5", ".", "e5", ",5", "- 5"})
+    {
+        long long whole = -1;
+        double number = -1;
+        StringToNumber(whole, Wide(none), kReadNoLocaleMarks);
+        StringToNumber(number, Wide(none), kReadNoLocaleMarks);
+        EXPECT_EQ(whole, -1) << none;
+        EXPECT_EQ(number, -1) << none;
+    }
+}
+
+TEST_F(Format, NumbersAreReadWithTheUsersMarks)
+{
+    struct Row
+    {
+        const char* locale;
+        unsigned int flags;
+        std::u16string text;
+        double number;
+    };
+    const Row rows[] = {
+        {"en_US", 0, u"1,234,567.5", 1234567.5},
+        {"en_US", 0, u"1,2,3.4,5", 123.4},
+        {"en_US", 0, u"12, 13", 12},
+        {"de_DE", 0, u"-1.234.567,5", -1234567.5},
+        {"de_DE", kReadNoLocaleMarks, u"1.5", 1.5},
+        {"de_DE", kReadNoLocaleMarks, u"1,5", 1},
+        {"fr_FR", 0, u"1\u00A0234\u00A0567,5", 1234567.5},
+        {"de_CH", 0, u"1\u2019234.5", 1234.5},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.locale);
+        platform::SetUserLocale(row.locale);
+        double number = 0;
+        StringToNumber(number, Units(row.text), row.flags);
+        EXPECT_EQ(number, row.number);
+        long long whole = 0;
+        StringToNumber(whole, Units(row.text), row.flags);
+        EXPECT_EQ(whole, static_cast<long long>(row.number));
+    }
+}
+
+TEST_F(Format, MarksAreThoseOfTheUsersLocale)
+{
+    struct Row
+    {
+        const char* locale;
+        unsigned int codePage;
+        std::string decimal;
+        std::string thousands;
+        std::u16string number;
+    };
+    const std::string kNone(1, '\0');
+    const Row rows[] = {
+        {nullptr, 1252, "." + kNone, "," + kNone, u"1,234.5"},
+        {"de_DE", 1252, "," + kNone, "." + kNone, u"1.234,5"},
+        {"en_US", 1252, "." + kNone, "," + kNone, u"1,234.5"},
+        {"fr_FR", 1252, "," + kNone, "\xA0" + kNone, u"1\u00A0234,5"},
+        {"fr_FR", 65001, "," + kNone, "\xC2\xA0" + kNone, u"1\u00A0234,5"},
+        {"fr_CA.UTF-8", 1252, "," + kNone, "\xA0" + kNone, u"1\u00A0234,5"},
+        {"de_CH", 1252, "." + kNone, "\x92" + kNone, u"1\u2019234.5"},
+        {"fa_IR", 65001, "." + kNone, "," + kNone, u"1,234.5"}, // with the digits of ASCII
+        {"xx_YY", 1252, "." + kNone, "," + kNone, u"1,234.5"},
+        {"de_DE", 1252, "," + kNone, "." + kNone, u"1.234,5"},
+        {"", 1252, "." + kNone, "," + kNone, u"1,234.5"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.locale ? row.locale : "none");
+        const ScActiveCodePage active(row.codePage);
+        platform::SetUserLocale(row.locale);
+        EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), row.decimal);
+        EXPECT_EQ(LocaleText(win32::kLocaleThousandsMark), row.thousands);
+        UTF16String number = Units(u"1,234.5");
+        InternationalizeNum(number);
+        EXPECT_EQ(number, Units(row.number));
+        DeInternationalizeNum(number);
+        EXPECT_EQ(number, Units(u"1,234.5"));
+    }
+    platform::SetUserLocale("de_DE");
+    platform::ResetAll();
+    EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), "." + kNone);
+}
+
+TEST_F(Format, NarrowMarksAreExchangedIfAllIsASCII)
+{
+    struct Row
+    {
+        const char* locale;
+        const char* text;
+        bool done;
+        const char* marked;
+    };
+    const Row rows[] = {
+        {"de_DE", "1,234.5", true, "1.234,5"},
+        {"fr_FR", "1234.5", true, "1234,5"},
+        {"fr_FR", "1,234.5", false, "1,234.5"},
+        {"de_DE", "1.5 \xE9", false, "1.5 \xE9"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.text);
+        platform::SetUserLocale(row.locale);
+        std::string text = row.text;
+        EXPECT_EQ(InternationalizeNum(&text[0]), row.done);
+        EXPECT_EQ(text, row.marked);
+        if (row.done)
+        {
+            EXPECT_TRUE(DeInternationalizeNum(&text[0]));
+            EXPECT_EQ(text, row.text);
+        }
+    }
+}
+
+TEST_F(Format, LocaleInfoRefusesWhatItDoesntKnow)
+{
+    struct Row
+    {
+        unsigned int locale;
+        unsigned int item;
+        bool hasBuffer;
+        int size;
+        unsigned int error;
+    };
+    const unsigned int kUser = win32::kLocaleUserDefault;
+    const Row rows[] = {
+        {kUser, 14, true, 1, win32::kErrorInsufficientBuffer},
+        {kUser, 14, true, -1, win32::kErrorInvalidParameter},
+        {kUser, 14, false, 2, win32::kErrorInvalidParameter},
+        {kUser, 13, true, 16, win32::kErrorInvalidFlags},
+        {1033, 14, true, 16, win32::kErrorInvalidParameter},
+        {kUser, 14, true, 2, 0},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << row.locale << " " << row.item << " " << row.size);
+        char bytes[16] = "#";
+        unsigned short units[16] = {};
+        const int expected = row.error ? 0 : 2;
+        win32::SetLastError(0);
+        EXPECT_EQ(
+            win32::GetLocaleInfoA(row.locale, row.item, row.hasBuffer ? bytes : nullptr, row.size),
+            expected);
+        EXPECT_EQ(win32::GetLastError(), row.error);
+        win32::SetLastError(0);
+        EXPECT_EQ(
+            win32::GetLocaleInfoW(row.locale, row.item, row.hasBuffer ? units : nullptr, row.size),
+            expected);
+        EXPECT_EQ(win32::GetLastError(), row.error);
+    }
+}

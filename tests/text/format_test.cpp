@@ -1,0 +1,555 @@
+// Messages with places for values, and numbers as text.
+
+#include "U_Format.h"
+
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+#include <control.h>
+
+#include "U_Encoding.h"
+#include "U_Lifecycle.h"
+#include "U_ZString.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/DictionaryImage.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+const double kInfinity = std::numeric_limits<double>::infinity();
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+typedef BornLibrary SubString;
+typedef BornLibrary Numbers;
+
+// Fills a message by all three operations, which must agree.
+template <class... Arguments> std::string Filled(const char* format, const Arguments&... arguments)
+{
+    const U_UTF16String wide = U_MBToUTF16String(format);
+    char narrow[1024];
+    EXPECT_EQ(U_SubString(narrow, sizeof(narrow), format, arguments...), 0);
+    U_UTF16String out = Units(u"before");
+    EXPECT_EQ(U_SubString(out, wide, arguments...), 0);
+    EXPECT_EQ(out, U_MBToUTF16String(narrow));
+    EXPECT_EQ(U_SubString16(wide, arguments...), out);
+    return narrow;
+}
+
+// The code that all three operations give, which leave their results behind.
+template <class... Arguments> int Refused(const char* format, const Arguments&... arguments)
+{
+    const U_UTF16String wide = U_MBToUTF16String(format);
+    U_UTF16String out = Units(u"before");
+    const int code = U_SubString(out, wide, arguments...);
+    EXPECT_EQ(out, Units(u"before"));
+    for (unsigned int size : {0u, 1u, 100u})
+    {
+        char narrow[] = "before";
+        EXPECT_EQ(U_SubString(narrow, size, format, arguments...), code);
+        EXPECT_STREQ(narrow, "");
+    }
+    try
+    {
+        U_SubString16(wide, arguments...);
+        ADD_FAILURE() << "nothing thrown";
+    }
+    catch (int thrown)
+    {
+        EXPECT_EQ(thrown, code);
+    }
+    return code;
+}
+
+// U_FormatNum into a buffer of 32 bytes that is watched over.
+std::string FormatNum(double value, unsigned int flags, int integerDigits, unsigned int decimals)
+{
+    char buffer[32 + 8];
+    std::memset(buffer, 'Z', sizeof(buffer));
+    EXPECT_EQ(U_FormatNum(value, flags, integerDigits, decimals, buffer), 0);
+    EXPECT_EQ(std::string(buffer + 32, 8), "ZZZZZZZZ");
+    EXPECT_NE(std::memchr(buffer, 0, 32), nullptr);
+    return buffer;
+}
+
+std::string Printed(const char* format, double value, int precision)
+{
+    char text[512];
+    std::snprintf(text, sizeof(text), format, precision, value);
+    return text;
+}
+
+struct Row
+{
+    std::string text;
+    std::string expected;
+};
+
+template <std::size_t count> void ExpectAll(const Row (&rows)[count])
+{
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+        EXPECT_EQ(row.text, row.expected);
+    }
+}
+} // namespace
+
+TEST_F(SubString, ArgumentsFillTheirPlaces)
+{
+    const char* const kNone = nullptr;
+    const Row rows[] = {
+        {Filled("^2 before ^1", "a", "b"), "b before a"},
+        {Filled("^1 ^1", "a"), "a ^1"}, // a digit is filled once
+        {Filled("^1 ^1", "a", "b"), "a ^1"},
+        {Filled("^2 alone", "a"), "^2 alone"},
+        {Filled("^1 ^3", "a", "b", "c"), "a ^3"},
+        {Filled("^1, ^2, ^3", "a", "b"), "a, b, ^3"},
+        {Filled("^1"), "^1"},
+        {Filled("", "a"), ""},
+        {Filled("^", "a"), "^"},
+        {Filled("^L", 1), "^L"},
+        {Filled("^0 ^a ^l1 ^LL1", "a"), "^0 ^a ^l1 ^LL1"},
+        {Filled("^^1 100^", "a"), "^a 100^"},
+        {Filled("^12", "a"), "a2"},
+        {Filled("^9^8^7^6^5^4^3^2^1", "1", "2", "3", "4", "5", "6", "7", "8", "9"), "987654321"},
+        {Filled("nothing", kNone, 5), "nothing"}, // arguments that no place takes
+        // Forms of one digit, in their order.
+        {Filled("^L1 ^1", "a"), "^L1 a"},
+        {Filled("^B1 ^F1 ^L1", 5), "^B1 ^F1 5"},
+        {Filled("^B1 ^F1", 5), "^B1 5"},
+        // Values that look like places.
+        {Filled("^1 ^2", "x^2y", "z"), "xzy ^2"},
+        {Filled("^1 ^3", "^2", "z"), "^2 ^3"},
+        {Filled("^1 ^L2", "^2", 7), "^2 7"},
+        {Filled("^2 ^1", "^1", "b"), "b ^1"},
+        {Filled("^1 ^L2", "^L2", 7), "7 ^L2"},
+        {Filled("text too long for ^L1-byte buffer ('^2').", 512u, "abc"),
+         "text too long for 512-byte buffer ('abc')."},
+    };
+    ExpectAll(rows);
+}
+
+TEST_F(SubString, NumbersFillPlacesOfEitherWidth)
+{
+    const Row rows[] = {
+        {Filled("^L1", 5), "5"},
+        {Filled("^L1", std::numeric_limits<int>::min()), "-2147483648"},
+        {Filled("^L1", 0xFFFFFFFFu), "-1"}, // as "%i" prints it
+        {Filled("^B1", 0xFFFFFFFFu), "4294967295"},
+        {Filled("^L1", short(-3)), "-3"},
+        {Filled("^L1", true), "1"},
+        {Filled("^L1", -5L), "-5"},
+        {Filled("^B1", U_i64(1) << 40), "1099511627776"},
+        {Filled("^L1", U_i64(1) << 40), "1099511627776"},
+        {Filled("^B1", -7), "-7"},
+        {Filled("^B1", ~U_u64(0)), "-1"},
+        {Filled("^B1", std::numeric_limits<U_i64>::min()), "-9223372036854775808"},
+        {Filled("^F1", 0.5), "0.5"},
+        {Filled("^F1", 2.0), "2"},
+        {Filled("^F1", 2.5f), "2.5"},
+        {Filled("^F1", 2), "2"},
+        {Filled("^F1", U_i64(1) << 40), "1099511627776"},
+        {Filled("^F1", kNaN), "nan"},
+    };
+    ExpectAll(rows);
+}
+
+TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
+{
+    const Row rows[] = {
+        {Filled("^F1@3.1@", 2.5), "002.5"},
+        {Filled("^F1@2.0@", 5.0), "05"},
+        {Filled("^F1@1.3zs@", 1234.5), "1,234.5"},
+        {Filled("^F1@.3z@", 1.23456), "1.23"},
+        {Filled("^F1@3@!", 2.5), "002.50!"},
+        {Filled("^F1@3.@", 2.5), "002.50"},
+        {Filled("^F1@@", 0.5), "0.50"},
+        {Filled("^F1@z5.1@", 0.5), "0.5"},
+        {Filled("^F1@5.1 @", 2.5), "    2.5"},
+        {Filled("^F1@1.0+@ ^F2@1.0p@ ^F3@1.0n@", 5, 6, 7), "+5  6 7"},
+        {Filled("^F1@1.1qxz@", 2.0), "2"}, // letters that mean nothing
+        {Filled("^F1@1. 3@", 2.5), "2.500"},
+        {Filled("^F1@1.-3@", 2.4), "2"},
+        {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
+        {Filled("^F1@", 0.5), "0.50"},
+        {Filled("^F1 @3.1@", 0.5), "0.5 @3.1@"},
+        {Filled("^F1@1.0@@1.0@", 2.5), "2@1.0@"},
+        {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},
+        {Filled("^F1@1.99999999999999999999@", 1.5), "1.500000e+00"},
+        {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
+    };
+    ExpectAll(rows);
+}
+
+TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
+{
+    const char* const kNone = nullptr;
+    const U_u16* const kNoUnits = nullptr;
+    EXPECT_EQ(Refused("^1", 5), 3);
+    EXPECT_EQ(Refused("^1", 0.5), 3);
+    EXPECT_EQ(Refused("^L1", "a"), 3);
+    EXPECT_EQ(Refused("^L1", 0.5), 3);
+    EXPECT_EQ(Refused("^B1", 0.5), 3);
+    EXPECT_EQ(Refused("^F1", "a"), 3);
+    EXPECT_EQ(Refused("^1 ^2", "a", kNone), 3);
+    EXPECT_EQ(Refused("^1 ^2", "a", kNoUnits), 3);
+    char out[] = "before";
+    EXPECT_EQ(U_SubString(out, 7, nullptr, "a"), 3);
+    EXPECT_STREQ(out, "");
+    EXPECT_EQ(U_SubString(static_cast<char*>(nullptr), 7, "a"), 3);
+}
+
+TEST_F(SubString, WideTextStaysWhole)
+{
+    const U_UTF16String value = Units(u"\u4E00\u2206");
+    U_UTF16String out = Units(u"^1 \U0001F600 ^2");
+    // The result may be one of the texts it is made of.
+    EXPECT_EQ(U_SubString(out, out, value.c_str(), out.c_str()), 0);
+    EXPECT_EQ(out, Units(u"\u4E00\u2206 \U0001F600 ^1 \U0001F600 ^2"));
+    EXPECT_EQ(U_SubString16(Units(u"^1\u4E00"), "\xE9\xBC"), Units(u"\u00E9\u2206\u4E00"));
+    char narrow[] = "x^1";
+    EXPECT_EQ(U_SubString(narrow, sizeof(narrow), narrow, value.c_str()), 0);
+    EXPECT_STREQ(narrow, "x?\xBC");
+}
+
+TEST_F(SubString, BuffersTakeWholeCharacters)
+{
+    struct Cut
+    {
+        unsigned int codePage;
+        unsigned int size;
+        std::string value;
+        std::size_t length;
+    };
+    const std::string kKana = "\x83\x5C";
+    const std::string kManyBytes(1021, 'a');
+    const Cut cuts[] = {
+        {1252, 0, kManyBytes + "bcdef", 1023},
+        {1252, 2000, kManyBytes + "bcdef", 1023},
+        {1252, 1024, kManyBytes + "bcdef", 1023},
+        {1252, 1023, kManyBytes + "bcdef", 1022},
+        {1252, 3, "abc", 2},
+        {1252, 1, "abc", 0},
+        {932, 0, kManyBytes + "b" + kKana, 1022},
+        {932, 0, kManyBytes + kKana + kKana, 1023},
+        {932, 4, "a" + kKana + kKana, 3},
+        {932, 5, "a" + kKana + kKana, 3},
+        {65001, 5, "a\xE3\x82\xBD\xE3\x82\xBD", 4},
+        {65001, 4, "a\xE3\x82\xBD\xE3\x82\xBD", 1},
+    };
+    for (const Cut& cut : cuts)
+    {
+        SCOPED_TRACE(testing::Message() << cut.codePage << " at " << cut.size);
+        const ScActiveCodePage active(cut.codePage);
+        char out[2048];
+        std::memset(out, 'Z', sizeof(out));
+        EXPECT_EQ(U_SubString(out, cut.size, "^1", cut.value.c_str()), 0);
+        EXPECT_EQ(out, cut.value.substr(0, cut.length));
+        EXPECT_EQ(out[cut.size ? cut.size : 1024], 'Z');
+    }
+}
+
+TEST_F(Numbers, OptionsTellHowANumberIsWritten)
+{
+    const Row rows[] = {
+        {FormatNum(1234.5, 0, 1, 2), "1234.50"},
+        {FormatNum(5, 0, 2, 0), "05"},
+        {FormatNum(5, 2, 3, 1), "  5.0"},
+        {FormatNum(-5, 2, 3, 0), "-  5"},
+        {FormatNum(5, 2 | 8, 6, 0), "   ,  5"}, // the pad is grouped too
+        {FormatNum(5, 8, 7, 0), "0,000,005"},
+        {FormatNum(123456, 8, 1, 1), "123,456.0"},
+        {FormatNum(999, 8, 1, 0), "999"},
+        {FormatNum(1200, 4, 1, 0), "1200"}, // zeros of no fraction
+        {FormatNum(1200.5, 4, 1, 3), "1200.5"},
+        {FormatNum(1200, 4, 1, 3), "1200"},
+        {FormatNum(7, 16 | 32, 1, 0), "+7"},
+        {FormatNum(7, 32, 1, 0), " 7"},
+        {FormatNum(-7, 16 | 32, 1, 0), "-7"},
+        {FormatNum(-0.0, 0, 1, 2), "0.00"},
+        {FormatNum(-0.0, 16, 1, 0), "+0"},
+        {FormatNum(-0.001, 0, 1, 2), "-0.00"},
+        {FormatNum(0.125, 0, 1, 2), "0.12"},
+        {FormatNum(9.999, 0, 1, 2), "10.00"},
+        {FormatNum(5, 0, -3, 1), "5.0"},
+        // From 23 characters on.
+        {FormatNum(1e30, 0, 1, 2), "1.000000e+30"},
+        {FormatNum(1e30, 4 | 8, 40, 2), "1.000000e+30"},
+        {FormatNum(-1e308, 16, 1, 0), "-1.000000e+308"},
+        {FormatNum(1e21, 0, 1, 0), "1000000000000000000000"},
+        {FormatNum(1e22, 0, 1, 0), "1.000000e+22"},
+        {FormatNum(1.5, 0, 1, 20), "1.50000000000000000000"},
+        {FormatNum(1.5, 0, 1, 21), "1.500000e+00"},
+        {FormatNum(12345678901234, 4, 1, 9), "1.234568e+13"},
+        // What no 32 bytes hold.
+        {FormatNum(-1e21, 8, 1, 0), "-1,000,000,000,000,000,000,000"},
+        {FormatNum(5, 0, 400, 2), std::string(27, '0') + "5.00"},
+        {FormatNum(-5, 8, 400, 0), "-00,000,000,000,000,000,000,005"},
+        {FormatNum(1.5, 0, std::numeric_limits<int>::max(), ~0u), "1.500000e+00"},
+        {FormatNum(kInfinity, 2, 9, 2), "inf"},
+        {FormatNum(-kInfinity, 8, 9, 2), "-inf"},
+        {FormatNum(kNaN, 16, 9, 2), "nan"},
+    };
+    ExpectAll(rows);
+    EXPECT_EQ(U_FormatNum(1, 0, 1, 1, nullptr), 3);
+}
+
+TEST_F(Numbers, DigitsAreThoseOfTheCLibrary)
+{
+    std::mt19937_64 random(7);
+    for (int round = 0; round < 20000; ++round)
+    {
+        const U_u64 bits = random();
+        double value;
+        std::memcpy(&value, &bits, sizeof(value));
+        if (round % 2) // most bit patterns are far too large or small
+            value = static_cast<double>(static_cast<U_i64>(bits) >> (bits % 60)) / 1024;
+        if (value != value)
+            continue;
+        const unsigned int decimals = static_cast<unsigned int>(random() % 12);
+        std::string expected = Printed("%1.*f", value, static_cast<int>(decimals));
+        const std::size_t sign = value < 0;
+        if (expected.size() - sign >= 23)
+            expected = Printed("%.*e", value, 6);
+        ASSERT_EQ(FormatNum(value, 0, 1, decimals), expected);
+    }
+}
+
+TEST_F(Numbers, MarksAreTheUsers)
+{
+    platform::SetUserLocale("de_DE");
+    const Row german[] = {
+        {FormatNum(1234567.25, 8, 1, 2), "1.234.567,25"},
+        {FormatNum(1234567.25, 1 | 8, 1, 2), "1,234,567.25"},
+        {FormatNum(1e30, 0, 1, 0), "1,000000e+30"},
+        {Filled("^F1@1.1s@ ^F2@1.1n@", 1234.5, 0.5), "1.234,5 0.5"},
+    };
+    ExpectAll(german);
+
+    platform::SetUserLocale("fr_FR");
+    const Row french[] = {
+        {FormatNum(1234567.25, 8, 1, 2), "1\xA0"
+                                         "234\xA0"
+                                         "567,25"},
+        {FormatNum(-1e21, 8, 1, 0), "-1\xA0"
+                                    "000\xA0"
+                                    "000\xA0"
+                                    "000\xA0"
+                                    "000\xA0"
+                                    "000\xA0"
+                                    "000\xA0"
+                                    "000"},
+        {Filled("^F1@1.1s@", 1234.5), "1\xA0"
+                                      "234,5"},
+    };
+    ExpectAll(french);
+
+    const ScActiveCodePage active(65001);
+    const Row wide[] = {
+        {FormatNum(1234.5, 8, 1, 1), "1\xC2\xA0"
+                                     "234,5"},
+        {FormatNum(1e21, 8, 1, 0), "1,000000e+21"}, // 36 bytes otherwise
+        {Filled("^F1@1.1s@", 1234.5), "1\xC2\xA0"
+                                      "234,5"},
+    };
+    ExpectAll(wide);
+}
+
+TEST_F(Numbers, BirthReadsTheMarks)
+{
+    struct Life
+    {
+        const char* locale;
+        unsigned int codePage;
+        char decimal;
+        char thousands;
+    };
+    const Life lives[] = {
+        {"de_DE", 1252, ',', '.'},
+        {"fr_FR", 1252, ',', '\xA0'},
+        {"fr_FR", 65001, ',', ','}, // two bytes aren't one mark
+        {"en_US", 1252, '.', ','},
+    };
+    for (const Life& life : lives)
+    {
+        SCOPED_TRACE(life.locale);
+        ASSERT_EQ(U_Death(), 0);
+        const ScActiveCodePage active(life.codePage);
+        platform::SetUserLocale(life.locale);
+        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+        platform::SetUserLocale(nullptr);
+        EXPECT_EQ(U_DecimalChar(), life.decimal);
+        EXPECT_EQ(U_ThousandsChar(), life.thousands);
+    }
+}
+
+TEST_F(Numbers, MarksAreExchangedInPlace)
+{
+    struct Exchange
+    {
+        unsigned int codePage;
+        std::string plain;
+        std::string marked;
+    };
+    const Exchange exchanges[] = {
+        {1252, "", ""},
+        {1252, "1,234.5 GB",
+         "1\xA0"
+         "234,5 GB"},
+        {1252, "1.5 \xE9", "1,5 \xE9"},
+        {932, "1.5 \x83\x5C", "1,5 \x83\x5C"},
+        {65001, "1,234.5",
+         "1\xC2\xA0"
+         "234,5"},
+    };
+    platform::SetUserLocale("fr_FR");
+    for (const Exchange& exchange : exchanges)
+    {
+        SCOPED_TRACE(exchange.plain);
+        const ScActiveCodePage active(exchange.codePage);
+        std::string text = exchange.plain;
+        text.resize(256);
+        EXPECT_EQ(U_InternationalizeNum(&text[0]), 0);
+        EXPECT_EQ(text.c_str(), exchange.marked);
+        EXPECT_EQ(U_DeInternationalizeNum(&text[0]), 0);
+        EXPECT_EQ(text.c_str(), exchange.plain);
+    }
+    EXPECT_EQ(U_InternationalizeNum(nullptr), 3);
+    EXPECT_EQ(U_DeInternationalizeNum(nullptr), 3);
+}
+
+TEST_F(Numbers, ExchangedTextIsCutAtACharacter)
+{
+    struct Cut
+    {
+        unsigned int codePage;
+        std::string text;
+        std::string left;
+    };
+    const std::string kLong(254, '1');
+    const Cut cuts[] = {
+        {1252, kLong + "23", kLong + "2"},
+        {932, kLong + "\x83\x5C", kLong},
+        {65001, kLong + ",", kLong}, // whose mark is two bytes
+        {65001, kLong + "2", kLong + "2"},
+    };
+    platform::SetUserLocale("fr_FR");
+    for (const Cut& cut : cuts)
+    {
+        SCOPED_TRACE(cut.codePage);
+        const ScActiveCodePage active(cut.codePage);
+        std::vector<char> text(cut.text.begin(), cut.text.end());
+        text.resize(text.size() + 1);
+        EXPECT_EQ(U_InternationalizeNum(text.data()), 0);
+        EXPECT_EQ(std::string(text.data()), cut.left);
+    }
+}
+
+TEST_F(Numbers, NumbersAreScanned)
+{
+    struct Scan
+    {
+        const char* locale;
+        char flags;
+        std::string text;
+        double number;
+    };
+    const Scan scans[] = {
+        {"en_US", 0, " 12.5 GB", 12.5},
+        {"en_US", 0, "1,234.5", 1}, // marks of thousands end a number
+        {"en_US", 0, "", 0},
+        {"en_US", 0, "none", 0},
+        {"en_US", 0, "-1e400", -kInfinity},
+        {"en_US", 1, "+.5", .5},
+        {"de_DE", 0, "1,5", 1.5},
+        {"de_DE", 1, "1,5", 1},
+        {"de_DE", 1, "1.5", 1.5},
+        {"de_DE", 0, "1.5", 1},
+        {"de_DE", 3, "1.5", 1.5},
+        {"de_DE", 2, "1,5", 1.5},
+        {"en_US", 0, std::string(30, ' ') + "12", 1}, // 31 bytes are read
+        {"en_US", 1, std::string(30, ' ') + "12", 12},
+    };
+    for (const Scan& scan : scans)
+    {
+        SCOPED_TRACE(scan.text);
+        platform::SetUserLocale(scan.locale);
+        std::string text = scan.text;
+        double number = -1;
+        EXPECT_EQ(U_ScanNum(&text[0], scan.flags, &number), 0);
+        EXPECT_EQ(number, scan.number);
+        EXPECT_EQ(text, scan.text);
+    }
+    char text[] = "1";
+    double number = -1;
+    EXPECT_EQ(U_ScanNum(nullptr, 0, &number), 3);
+    EXPECT_EQ(U_ScanNum(text, 0, nullptr), 3);
+}
+
+TEST_F(Numbers, HexadecimalDigitsHaveValues)
+{
+    const std::string kDigits = "0123456789abcdefABCDEF";
+    for (int c = -128; c < 128; ++c)
+    {
+        const std::size_t place = kDigits.find(static_cast<char>(c));
+        const bool isDigit = place != std::string::npos;
+        unsigned char value = 99;
+        unsigned char valid = 99;
+        EXPECT_EQ(U_HexChar2Nibble(static_cast<char>(c), &value, &valid), 0);
+        EXPECT_EQ(valid, isDigit ? 1 : 0) << c;
+        EXPECT_EQ(value, !isDigit ? 0 : place < 16 ? place : place - 6) << c;
+    }
+    EXPECT_EQ(U_HexChar2Nibble('a', nullptr, nullptr), 0);
+}
+
+TEST_F(Numbers, SizesAreForPeople)
+{
+    struct Size
+    {
+        U_u64 size;
+        const char* text;
+    };
+    const U_u64 kGiB = 1 << 30;
+    const Size sizes[] = {
+        {0, "0 KB"},
+        {1, "1 bytes"},
+        {12, "12 bytes"},
+        {1023, "1023 bytes"},
+        {1024, "1 KB"},
+        {1023999, "999 KB"},
+        {1048575, "1023 KB"},
+        {1048576, "1.0 MB"},
+        {kMiB * 3 / 2, "1.5 MB"},
+        {100 * kMiB - 1, "100.0 MB"},
+        {104857600, "100 MB"},
+        {kGiB - 1, "1023 MB"},
+        {1073741824, "1.0 GB"},
+        {kGiB * 3 / 2, "1.5 GB"},
+        {107374182400, "100 GB"},
+        {123 * kGiB + 1, "123 GB"},
+        {~U_u64(0), "17179869183 GB"},
+    };
+    for (const Size& row : sizes)
+    {
+        char out[256];
+        EXPECT_EQ(U_LongFormatBytes(row.size, out), out);
+        EXPECT_STREQ(out, row.text) << row.size;
+        EXPECT_EQ(U_LongFormatBytes(row.size), U_AsciiToUTF16String(row.text));
+    }
+    platform::SetUserLocale("de_DE");
+    EXPECT_EQ(U_LongFormatBytes(kMiB * 3 / 2), Units(u"1,5 MB"));
+    EXPECT_EQ(U_LongFormatBytes(1, nullptr), nullptr);
+}
+
+TEST_F(Numbers, UnitsAreTranslated)
+{
+    const std::u16string kLong(300, u'x');
+    DictionaryImage image = BinaryImage(
+        {{"/QX/U/ByteSizeFormat/Bytes", u"octets"}, {"/QX/U/ByteSizeFormat/MegaBytes", kLong}});
+    ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
+    EXPECT_EQ(U_LongFormatBytes(12), Units(u"12 octets"));
+    EXPECT_EQ(U_LongFormatBytes(kMiB), Units(u"1.0 " + kLong.substr(0, 251)));
+}
