@@ -14,8 +14,8 @@
 // the answer on.
 typedef U_i32 (*U_RunModeFunction)();
 
-// Brings the library up. displayName is copied, up to 30 bytes. runMode may be
-// null.
+// Brings the library up. displayName is copied, up to 30 bytes, cut at a
+// character. runMode may be null.
 // Returns 0; 3 for a null name, with nothing done; 4 if the heap or the
 // library's record can't be made; otherwise the code of the step that failed.
 // After any other failure the calling thread stays registered as a main thread,

@@ -1,11 +1,11 @@
 #include "indep/frame/Globals.h"
 
-#include <cstring>
 #include <new>
 
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
+#include "U_String.h"
 
 namespace
 {
@@ -33,8 +33,7 @@ U_Status Up_MakeGlobals(const char* displayName)
     U_Globals* globals = new (*handle) U_Globals();
     globals->mMagicHead = kGlobalsMagic;
     globals->mMagicTail = kGlobalsMagic;
-    std::strncpy(globals->mName, displayName, sizeof(globals->mName) - 1);
-    globals->mName[sizeof(globals->mName) - 1] = 0;
+    U_CopyString(displayName, sizeof(globals->mName), globals->mName);
     globals->mLoggingLock = loggingLock;
     sGlobals = handle;
     return 0;

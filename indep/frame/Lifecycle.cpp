@@ -10,6 +10,7 @@
 #include "indep/frame/Guard.h"
 #include "indep/frame/Translators.h"
 #include "text/FormatNum.h"
+#include "text/LStrList.h"
 
 namespace
 {
@@ -31,12 +32,15 @@ const BirthStep kFirstSteps[] = {
 // In order, after the first steps. A failure destroys the record.
 const BirthStep kSubBirths[] = {
     &Up_MakeGlobals,
+    [](const char*) { return U_ZBirthLStrCacheList(); },
     [](const char*) { return U_ZLocaleBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
 };
 
 const DeathStep kDeathSteps[] = {
+    [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },
+    // What the steps above may need goes last.
     &Up_DestroyGlobals,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,

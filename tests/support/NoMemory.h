@@ -1,0 +1,30 @@
+// Tests of what is left to do when the process has no memory.
+
+#ifndef TESTS_SUPPORT_NOMEMORY_H
+#define TESTS_SUPPORT_NOMEMORY_H
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's own memory can't be limited"
+#else
+#define SKIP_UNDER_SANITIZERS() ((void)0)
+#endif
+
+// Takes all memory that the process can get, until the scope ends. For the
+// child process of a death test.
+class ScNoMemory
+{
+public:
+    ScNoMemory();
+    ~ScNoMemory();
+    ScNoMemory(const ScNoMemory&) = delete;
+    ScNoMemory& operator=(const ScNoMemory&) = delete;
+
+private:
+    struct Block
+    {
+        Block* next;
+    };
+    Block* mBlocks = nullptr;
+};
+
+#endif

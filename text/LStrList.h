@@ -1,0 +1,21 @@
+// The list of tables that are cleaned when the library dies.
+
+#ifndef TEXT_LSTRLIST_H
+#define TEXT_LSTRLIST_H
+
+#include "U_LStr.h"
+
+// Makes and destroys the list, as birth and death do. Making it again does
+// nothing. Death cleans the listed tables; one that is no longer valid stops
+// that and gives 3: its module is gone, and so may others be.
+U_Status U_ZBirthLStrCacheList();
+U_Status U_ZDeathLStrCacheList();
+
+// Lists a table once, unless it is a heap copy or there is no list. Throws
+// std::bad_alloc. Any thread.
+void ListLStrCache(U_LStrCache& table);
+
+// Takes a table off the list, if it is in it. Any thread.
+void UnlistLStrCache(U_LStrCache& table);
+
+#endif
