@@ -36,6 +36,19 @@ enum : U_Status
     U_Err_UnknownException = 14
 };
 
+// How grave a report is, one bit each: masks choose among them.
+enum : U_u16
+{
+    U_Sev_MESSAGE = 1, // shown as it is
+    U_Sev_INFO = 2,
+    U_Sev_WARNING = 4,
+    U_Sev_PROBLEM = 8,
+    U_Sev_FATAL = 16,  // the process is dying from then on
+    U_Sev_DETAIL = 32, // belongs to another report and isn't counted
+    U_Sev_DEBUG = 64,
+    U_Sev_LEAK = 128
+};
+
 typedef std::basic_string<unsigned short, std::char_traits<unsigned short>,
                           krobase::utility::SmallBlockAllocator::STLAllocator<unsigned short>>
     U_UTF16String;

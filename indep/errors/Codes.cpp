@@ -1,0 +1,105 @@
+// Status codes and system codes in words.
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "U_Report.h"
+#include "U_String.h"
+#include "indep/errors/Strings.h"
+
+namespace
+{
+// Indices of texts.
+const U_u32 kNoText = 0;
+const U_u32 kSeparator = 106;
+const U_u32 kTextAndReason = 107;
+const U_u32 kTextReasonAndCode = 108;
+const U_u32 kTextAndCode = 109;
+
+// By status code, from 0 on. 1 is what needs no further word.
+const U_u32 kStatusTexts[] = {40, kNoText, 41, 42, 33, 43, 44, 45, 46, 47, 48, 49, 50};
+
+struct SystemText
+{
+    U_i32 mCode;
+    U_u32 mIndex;
+};
+
+const SystemText kSystemTexts[] = {
+    {-33, 15},   {-34, 16},   {-35, 17},   {-36, 18},    {-37, 19},   {-38, 20},   {-39, 21},
+    {-42, 22},   {-43, 23},   {-44, 24},   {-45, 25},    {-46, 26},   {-47, 27},   {-48, 28},
+    {-49, 29},   {-50, 70},   {-51, 30},   {-54, 31},    {-61, 32},   {-108, 33},  {-111, 67},
+    {-120, 34},  {-124, 35},  {-154, 36},  {-155, 37},   {-192, 71},  {-203, 38},  {-2003, 72},
+    {-2004, 73}, {-2007, 74}, {-2008, 75}, {-2010, 76},  {-2014, 77}, {-2015, 78}, {-2020, 79},
+    {-2028, 80}, {-2048, 81}, {-2050, 82}, {-2110, 118}, {-2801, 83}, {-2802, 84}, {-2804, 85},
+    {-2805, 86}, {-2813, 87}, {-2814, 88}, {-5000, 89},  {-5551, 39}, {-8961, 95}, {-8967, 96},
+    {-8969, 97}, {-8970, 98}, {-8971, 99}, {-8972, 100},
+};
+
+// Whole families, for the codes that have no text of their own. Both ends
+// belong to a family.
+struct SystemFamily
+{
+    U_i32 mLowest;
+    U_i32 mHighest;
+    U_u32 mIndex;
+};
+
+const SystemFamily kSystemFamilies[] = {
+    {-2058, -2000, 90},  {-2899, -2800, 91},  {-8976, -8960, 101},
+    {-9408, -9400, 102}, {-9999, -9994, 103},
+};
+
+U_u32 IndexOfStatus(U_u32 code)
+{
+    return code < std::size(kStatusTexts) ? kStatusTexts[code] : kNoText;
+}
+
+U_u32 IndexOfSystemCode(U_i32 code)
+{
+    for (const SystemText& text : kSystemTexts)
+    {
+        if (text.mCode == code)
+            return text.mIndex;
+    }
+    for (const SystemFamily& family : kSystemFamilies)
+    {
+        if (family.mLowest <= code && code <= family.mHighest)
+            return family.mIndex;
+    }
+    return kNoText;
+}
+
+void CutFullStop(char* text)
+{
+    const std::size_t length = std::strlen(text);
+    if (length && text[length - 1] == '.')
+        text[length - 1] = 0;
+}
+} // namespace
+
+void Up_NuloEnglishError(U_u32 code)
+{
+    char* const text = Up_GetThreadLoggingBuffer();
+    CutFullStop(text);
+    // The message ends in a full stop, which the reason may bring, too.
+    char reason[U_ReportTextSize];
+    U_CopyString(Up_String(IndexOfStatus(code)), sizeof(reason), reason);
+    CutFullStop(reason);
+    const char* const separator = *reason && *text ? Up_String(kSeparator) : "";
+    if (!*reason)
+        std::snprintf(reason, sizeof(reason), " (%x)", code);
+    Up_FormatString(text, U_ReportTextSize, kTextAndReason, text, separator, reason);
+}
+
+void Up_SysEnglishError(U_i32 code)
+{
+    char* const text = Up_GetThreadLoggingBuffer();
+    CutFullStop(text);
+    const char* const reason = Up_String(IndexOfSystemCode(code));
+    if (*reason)
+        Up_FormatString(text, U_ReportTextSize, kTextReasonAndCode, text, reason, code);
+    else
+        Up_FormatString(text, U_ReportTextSize, kTextAndCode, text, code);
+}

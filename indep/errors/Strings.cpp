@@ -1,0 +1,136 @@
+#include "indep/errors/Strings.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <string_view>
+
+#include "U_LStr.h"
+#include "U_Report.h"
+#include "U_String.h"
+
+namespace
+{
+struct Notation
+{
+    std::string_view mWritten;
+    std::string_view mPlain;
+};
+
+constexpr Notation kNotations[] = {
+    {"#{rsquo}", "'"},  {"#{ldquo}", "\""}, {"#{rdquo}", "\""},
+    {"#{mdash}", "--"}, {"#{endl}", "\n"},  {"^^", "^"},
+};
+
+// A text with its notations written out in ASCII, which makes none longer.
+template <std::size_t size> struct PlainText
+{
+    constexpr explicit PlainText(const char (&text)[size])
+    {
+        std::string_view rest(text, size - 1);
+        std::size_t length = 0;
+        while (!rest.empty())
+        {
+            Notation next = {rest.substr(0, 1), rest.substr(0, 1)};
+            for (const Notation& notation : kNotations)
+            {
+                if (rest.substr(0, notation.mWritten.size()) == notation.mWritten)
+                    next = notation;
+            }
+            for (char plain : next.mPlain)
+                mText[length++] = plain;
+            rest.remove_prefix(next.mWritten.size());
+        }
+    }
+
+    char mText[size] = {};
+};
+
+enum Position
+{
+#define ROW(number, text) kPosition##number,
+#include "indep/errors/Strings.inc"
+#undef ROW
+    kLastRow
+};
+
+// The number is the one in the key, by which translations find their row.
+#define ROW(number, text)                                                                          \
+    static_assert(kPosition##number == 1##number - 10000, "the row stands elsewhere");             \
+    constexpr PlainText kPlain##number(text);
+#include "indep/errors/Strings.inc"
+#undef ROW
+
+// Nobody reads the texts of the last row: whoever does faults at once.
+char* const kNeverRead = reinterpret_cast<char*>(UINTPTR_MAX);
+
+char sName[] = "UOverride";
+
+// Nobody writes to a text of a table.
+U_LStrRow sRows[] = {
+#define ROW(number, text)                                                                          \
+    {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
+     const_cast<char*>(kPlain##number.mText), 0},
+#include "indep/errors/Strings.inc"
+#undef ROW
+    {nullptr, kNeverRead, kNeverRead, 0},
+};
+
+U_LStrCache sStrings = {sName, kLastRow + 1, sRows, 0};
+
+const char kLonePercent = '%';
+
+// The letter of the next field of a format, 0 if there is none; format moves
+// behind it.
+char NextField(const char*& format)
+{
+    while (*format)
+    {
+        if (*format++ != '%')
+            continue;
+        if (!*format)
+            return kLonePercent;
+        const char letter = *format++;
+        if (letter != '%')
+            return letter;
+    }
+    return 0;
+}
+
+// Whether both take the same values.
+bool HaveSameFields(const char* format, const char* other)
+{
+    char letter = 0;
+    do
+    {
+        letter = NextField(format);
+        if (letter != NextField(other))
+            return false;
+    } while (letter);
+    return true;
+}
+
+const char* FormatOf(U_u32 index)
+{
+    const char* const format = Up_String(index);
+    const char* const english = sRows[index].mEnglish;
+    return HaveSameFields(format, english) ? format : english;
+}
+} // namespace
+
+char* Up_String(U_u32 index)
+{
+    return const_cast<char*>(U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, nullptr));
+}
+
+void Up_FormatString(char* out, std::size_t size, U_u32 index, ...)
+{
+    // The byte more tells whether the text has to be cut.
+    char text[U_ReportTextSize + 1];
+    std::va_list values;
+    va_start(values, index);
+    std::vsnprintf(text, sizeof(text), FormatOf(index), values);
+    va_end(values);
+    U_CopyString(text, std::min(size, U_ReportTextSize), out);
+}

@@ -1,0 +1,17 @@
+// Messages made of the library's own texts, for the report path.
+
+#ifndef INDEP_ERRORS_STRINGS_H
+#define INDEP_ERRORS_STRINGS_H
+
+#include <cstddef>
+
+#include "U_Types.h"
+
+// Formats Up_String(index) with its %s and %d fields filled in, as printf does,
+// into a buffer of size bytes, at most U_ReportTextSize of them; cut at a
+// character. The values may stand in the buffer themselves. A translation whose
+// fields aren't those of the English text is passed over for that. Allocates
+// nothing once the text has been resolved: it serves where memory is out.
+void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
+
+#endif
