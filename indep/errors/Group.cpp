@@ -1,0 +1,112 @@
+#include "U_Group.h"
+
+#include <krobase/format.h>
+
+#include "U_ZString.h"
+#include "indep/errors/Group.h"
+
+namespace
+{
+const size_t kNowhere = U_UTF16String::npos;
+const char kGroupTag[] = "$$$/private/QX/U/GroupTag=Grouped_Message_";
+const char kScoper[] = "$$$/private/QX/U/GroupTagScoper={@0}";
+const char kSeparator[] = "$$$/private/QX/U/GroupTagSeparator=|||";
+const char kTypeSeparator[] = "$$$/private/QX/U/TypeOfErrorSeparator=###";
+const char kDefaultCountLabel[] = "$$$/QX/U/DisplayPostedErrors/Errors=Errors:";
+
+// Where a marker first stands. An empty one stands nowhere.
+size_t Find(const U_UTF16String& text, const U_UTF16String& marker, size_t from = 0)
+{
+    return marker.empty() ? kNowhere : text.find(marker, from);
+}
+
+// A text and what stands behind the first separator in it.
+struct Halves
+{
+    Halves(const U_UTF16String& text, const char* separator)
+    {
+        const U_UTF16String mark = U_ZStringToUTF16String(separator);
+        const size_t at = Find(text, mark);
+        mFound = at != kNowhere;
+        mFirst = text.substr(0, at);
+        if (mFound)
+            mSecond = text.substr(at + mark.size());
+    }
+
+    bool mFound;
+    U_UTF16String mFirst; // all of the text without a separator
+    U_UTF16String mSecond;
+};
+
+void Give(const U_UTF16String& text, U_UTF16String* output)
+{
+    if (output)
+        *output = text;
+}
+} // namespace
+
+U_UTF16String U_FormUniqueGroupErrorMessageIdentifier(const U_UTF16String& manyHeading,
+                                                      const U_UTF16String& countLabel,
+                                                      const U_UTF16String& oneHeading)
+{
+    return manyHeading + U_ZStringToUTF16String(kSeparator) + oneHeading +
+           U_ZStringToUTF16String(kTypeSeparator) + countLabel;
+}
+
+U_UTF16String U_GroupErrorMessage(const U_UTF16String& message, const U_UTF16String& identifier)
+{
+    return U_ZStringToUTF16String(kGroupTag) +
+           krobase::utility::ReplaceInString(U_ZStringToUTF16String(kScoper), identifier) + message;
+}
+
+void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16String& identifier,
+                                                      U_UTF16String* manyHeading,
+                                                      U_UTF16String* countLabel,
+                                                      U_UTF16String* oneHeading)
+{
+    // Taken apart before anything is given out: an output may be the identifier.
+    const Halves parts(identifier, kTypeSeparator);
+    const Halves headings(parts.mFirst, kSeparator);
+    Give(headings.mFirst, manyHeading);
+    Give(parts.mFound ? parts.mSecond : U_ZStringToUTF16String(kDefaultCountLabel), countLabel);
+    Give(headings.mFound ? headings.mSecond : headings.mFirst, oneHeading);
+}
+
+U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* key)
+{
+    size_t tag = 0;
+    if (!key || !Up_HasGroupTag(text, &tag))
+        return text;
+    const size_t brace = text.find('{', tag);
+    const size_t close = text.find('}', tag);
+    if (brace == kNowhere || close == kNowhere || close < brace)
+        return text;
+
+    const size_t open = brace + 1;
+    U_UTF16String front = text.substr(0, tag == 0 ? 0 : tag - 1); // without its blank
+    front.push_back(' ');
+    U_UTF16String result = text.substr(close + 1); // key may be the text
+
+    // A separator outside the braces is none of the identifier's.
+    const U_UTF16String separator = U_ZStringToUTF16String(kSeparator);
+    const size_t at = Find(text, separator, open);
+    if (at == kNowhere || at + separator.size() > close)
+        *key = front + text.substr(open, close - open);
+    else
+    {
+        const size_t second = at + separator.size();
+        *key =
+            front + text.substr(open, second - open) + front + text.substr(second, close - second);
+    }
+    return result;
+}
+
+bool Up_HasGroupTag(const U_UTF16String& text, size_t* position)
+{
+    const size_t at = Find(text, U_ZStringToUTF16String(kGroupTag));
+    if (at == kNowhere)
+        return false;
+    if (position)
+        *position = at;
+    return true;
+}

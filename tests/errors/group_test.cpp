@@ -1,0 +1,121 @@
+#include "U_Group.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "U_ZString.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/DictionaryImage.h"
+#include "tests/support/Text.h"
+
+TEST(Group, AnIdentifierHoldsItsThreePartsAndStandsBeforeTheMessage)
+{
+    const U_UTF16String identifier = U_FormUniqueGroupErrorMessageIdentifier(
+        Units(u"Files failed"), Units(u"@0 files:"), Units(u"One file failed"));
+    EXPECT_EQ(identifier, Units(u"Files failed|||One file failed###@0 files:"));
+    EXPECT_EQ(U_GroupErrorMessage(Units(u"a.txt"), identifier),
+              Units(u"Grouped_Message_{Files failed|||One file failed###@0 files:}a.txt"));
+    EXPECT_EQ(U_GroupErrorMessage(Units(u""), Units(u"@1@0")), Units(u"Grouped_Message_{@1@0}"));
+}
+
+TEST(Group, AnIdentifierIsTakenApartAlsoWithoutItsSeparators)
+{
+    struct Row
+    {
+        const char16_t* identifier;
+        const char16_t* many;
+        const char16_t* label;
+        const char16_t* one;
+    };
+    const Row rows[] = {
+        {u"Many|||One###@0 files:", u"Many", u"@0 files:", u"One"},
+        {u"Many|||One", u"Many", u"Errors:", u"One"},
+        {u"Both###Label", u"Both", u"Label", u"Both"},
+        {u"Both", u"Both", u"Errors:", u"Both"},
+        {u"", u"", u"Errors:", u""},
+        {u"|||###", u"", u"", u""},
+        {u"Both###La|||bel", u"Both", u"La|||bel", u"Both"},
+        {u"a|||b|||c###d###e", u"a", u"d###e", u"b|||c"},
+        {u"a||b##c", u"a||b##c", u"Errors:", u"a||b##c"},
+    };
+    for (const Row& row : rows)
+    {
+        const U_UTF16String identifier = Units(row.identifier);
+        SCOPED_TRACE(std::string(identifier.begin(), identifier.end()));
+        U_UTF16String many = identifier; // an output may be the identifier itself
+        U_UTF16String label;
+        U_UTF16String one;
+        U_ExtractSingularPluralFromUniqueGroupIdentifier(many, &many, &label, &one);
+        EXPECT_EQ(many, Units(row.many));
+        EXPECT_EQ(label, Units(row.label));
+        EXPECT_EQ(one, Units(row.one));
+        U_ExtractSingularPluralFromUniqueGroupIdentifier(identifier, nullptr, nullptr, nullptr);
+    }
+}
+
+TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
+{
+    struct Row
+    {
+        const char16_t* text;
+        const char16_t* message;
+        const char16_t* key; // "untouched" for a text that isn't grouped
+    };
+    const Row rows[] = {
+        {u"Host error: Grouped_Message_{Files failed|||One file failed###@0 files:}a.txt", u"a.txt",
+         u"Host error: Files failed|||Host error: One file failed###@0 files:"},
+        {u"Grouped_Message_{a|||b###c}message", u"message", u" a||| b###c"},
+        {u"Host: Grouped_Message_{a###c}", u"", u"Host: a###c"},
+        {u"Host: Grouped_Message_{}m", u"m", u"Host: "},
+
+        // Not grouped, or only half.
+        {u"Host error: a.txt", u"Host error: a.txt", u"untouched"},
+        {u"", u"", u"untouched"},
+        {u"Grouped_Message_", u"Grouped_Message_", u"untouched"},
+        {u"Grouped_Message_{a|||b###c", u"Grouped_Message_{a|||b###c", u"untouched"},
+        {u"Grouped_Message_a}b", u"Grouped_Message_a}b", u"untouched"},
+        {u"Grouped_Message_}{b", u"Grouped_Message_}{b", u"untouched"},
+        {u"{a}Grouped_Message_b", u"{a}Grouped_Message_b", u"untouched"},
+
+        // The separator counts inside the braces alone, and the first of each brace.
+        {u"A|||B: Grouped_Message_{a|||b}m", u"m", u"A|||B: a|||A|||B: b"},
+        {u"A|||B: Grouped_Message_{a}m", u"m", u"A|||B: a"},
+        {u"H: Grouped_Message_{a}m|||n", u"m|||n", u"H: a"},
+        {u"H: Grouped_Message_{a|}||m", u"||m", u"H: a|"},
+        {u"H: Grouped_Message_{a|||}m", u"m", u"H: a|||H: "},
+        {u"H: Grouped_Message_{a}b}m", u"b}m", u"H: a"},
+    };
+    for (const Row& row : rows)
+    {
+        const U_UTF16String text = Units(row.text);
+        SCOPED_TRACE(std::string(text.begin(), text.end()));
+        U_UTF16String key = Units(u"untouched");
+        EXPECT_EQ(U_StripGroupedErrorMessage(text, &key), Units(row.message));
+        EXPECT_EQ(key, Units(row.key));
+        EXPECT_EQ(U_StripGroupedErrorMessage(text, nullptr), text);
+    }
+}
+
+class TranslatedGroup : public BornLibrary
+{
+protected:
+    // The library may point into it until it dies.
+    DictionaryImage mImage = BinaryImage({
+        {"/QX/U/DisplayPostedErrors/Errors", u"Fehler:"},
+        {"/private/QX/U/GroupTagSeparator", u"|"},
+        {"/private/QX/U/TypeOfErrorSeparator", u""},
+    });
+};
+
+TEST_F(TranslatedGroup, TheLabelIsTranslatedAndAnEmptyMarkerIsFoundNowhere)
+{
+    ASSERT_EQ(U_ZStringSetCurrentDictionary(mImage.units.data(), mImage.size), 0);
+    U_UTF16String many;
+    U_UTF16String label;
+    U_UTF16String one;
+    U_ExtractSingularPluralFromUniqueGroupIdentifier(Units(u"M|O###L"), &many, &label, &one);
+    EXPECT_EQ(many, Units(u"M"));
+    EXPECT_EQ(one, Units(u"O###L"));
+    EXPECT_EQ(label, Units(u"Fehler:"));
+}
