@@ -12,6 +12,10 @@ namespace
 const U_Status kDamagedGlobals = 2;
 const U_Status kNoGlobals = 5889;
 
+// All reports are shown and logged, except that severities 32 and 64 aren't
+// shown and 64 isn't logged.
+const U_u32 kInteractAtBirth = 0xFFBFFF9F;
+
 // Written by birth and death only, with no other thread in the library.
 void** sGlobals = nullptr;
 } // namespace
@@ -36,6 +40,7 @@ U_Status Up_MakeGlobals(const char* displayName)
     U_CopyString(displayName, sizeof(globals->mName), globals->mName);
     globals->mLoggingLock = loggingLock;
     sGlobals = handle;
+    Up_SetInteract(kInteractAtBirth);
     return 0;
 }
 

@@ -7,13 +7,11 @@
 
 #include <boost/thread/recursive_mutex.hpp>
 
+#include "U_Interact.h"
 #include "U_Types.h"
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;
-
-typedef U_Status (*U_LoggingCallback)(void* refcon, U_u32 location, U_u16 severity,
-                                      const char* text);
 
 // Plain data in a handle of the library's heap. The magic numbers at both ends
 // tell whether somebody wrote over it.
@@ -33,7 +31,8 @@ struct U_Globals
 // The record, null while the library isn't alive.
 U_Globals* Globals();
 
-// Makes the record. Returns 0, or 4 with no record.
+// Makes the record and turns the reports on. Returns 0, or 4 with no record;
+// throws std::bad_alloc, with a record.
 U_Status Up_MakeGlobals(const char* displayName);
 
 // Destroys the record if there is one.

@@ -1,0 +1,71 @@
+#include <list>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "U_Interact.h"
+
+namespace
+{
+typedef boost::lock_guard<boost::mutex> InteractLock;
+
+const U_u32 kBaseId = 0xFFFFFFFF;
+
+struct Entry
+{
+    U_u32 mId;
+    U_u32 mMask;
+};
+
+struct Interaction
+{
+    boost::mutex mLock;        // guards the rest
+    std::list<Entry> mEntries; // the mask in force in front
+    U_u32 mNextTemporaryId = 1;
+};
+
+// Never destroyed: threads may report until the process is gone.
+Interaction& TheInteraction()
+{
+    static Interaction* const sInteraction = new Interaction;
+    return *sInteraction;
+}
+} // namespace
+
+U_u32 Up_GetInteract()
+{
+    Interaction& interaction = TheInteraction();
+    InteractLock lock(interaction.mLock);
+    return interaction.mEntries.empty() ? 0 : interaction.mEntries.front().mMask;
+}
+
+void Up_SetInteract(U_u32 mask)
+{
+    Interaction& interaction = TheInteraction();
+    std::list<Entry> entries{{kBaseId, mask}}; // without memory the old ones stay
+    InteractLock lock(interaction.mLock);
+    interaction.mEntries.swap(entries);
+}
+
+U_u32 Up_SetInteractTemp(U_u32 mask)
+{
+    Interaction& interaction = TheInteraction();
+    std::list<Entry> entry{{0, mask}};
+    InteractLock lock(interaction.mLock);
+    entry.front().mId = interaction.mNextTemporaryId++;
+    interaction.mEntries.splice(interaction.mEntries.begin(), entry);
+    return interaction.mEntries.front().mId;
+}
+
+void Up_SetInteractTempComplete(U_u32 id)
+{
+    Interaction& interaction = TheInteraction();
+    InteractLock lock(interaction.mLock);
+    for (auto entry = interaction.mEntries.begin(); entry != interaction.mEntries.end(); ++entry)
+    {
+        if (entry->mId != id)
+            continue;
+        interaction.mEntries.erase(entry);
+        return;
+    }
+}

@@ -1,0 +1,66 @@
+#include "indep/errors/LoggingCallbacks.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "U_Interact.h"
+#include "indep/frame/Globals.h"
+
+namespace
+{
+typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
+
+const U_u16 kAddPlace = 21;
+const U_u16 kRemovePlace = 22;
+
+// Both words are null in a free slot.
+bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
+                  void* refcon)
+{
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        if (globals->mLoggingFuncs[slot] != oldCallback ||
+            globals->mLoggingRefcons[slot] != oldRefcon)
+            continue;
+        globals->mLoggingFuncs[slot] = callback;
+        globals->mLoggingRefcons[slot] = refcon;
+        return true;
+    }
+    return false;
+}
+} // namespace
+
+U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return U_Err_BadParameter;
+    if (U_Status damaged = Up_ValidateGlobals(kAddPlace))
+        return damaged;
+    return ReplaceFirst(nullptr, nullptr, callback, refcon) ? 0 : U_Err_BadParameter;
+}
+
+U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return U_Err_BadParameter;
+    if (U_Status damaged = Up_ValidateGlobals(kRemovePlace))
+        return damaged;
+    return ReplaceFirst(callback, refcon, nullptr, nullptr) ? 0 : U_Err_BadParameter;
+}
+
+U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
+{
+    if (!Up_GlobalsAreGood())
+        return 0;
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    U_Status answer = 0;
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        // Read one by one: a callback may change the slots behind its own.
+        if (U_LoggingCallback callback = globals->mLoggingFuncs[slot])
+            answer = callback(globals->mLoggingRefcons[slot], location, severity, text);
+    }
+    return answer;
+}

@@ -1,0 +1,53 @@
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include <win32/network.h>
+
+#include "U_Interact.h"
+#include "indep/errors/LoggingCallbacks.h"
+#include "indep/frame/Globals.h"
+
+namespace
+{
+const U_u16 kGetNamePlace = 9;
+const U_u16 kGetHowManyErrorsPlace = 12;
+const U_u16 kSetHowManyErrorsPlace = 29;
+} // namespace
+
+U_Status U_GetName(char* out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    if (U_Status damaged = Up_ValidateGlobals(kGetNamePlace))
+        return damaged;
+    const char* const name = Globals()->mName;
+    std::memcpy(out, name, std::strlen(name) + 1);
+    return 0;
+}
+
+U_Status U_GetHowManyErrors(U_u32* out)
+{
+    if (!out)
+        return U_Err_BadParameter;
+    if (U_Status damaged = Up_ValidateGlobals(kGetHowManyErrorsPlace))
+        return damaged;
+    *out = Globals()->mErrorCount;
+    return 0;
+}
+
+U_Status Up_SetHowManyErrors(U_u32 count)
+{
+    if (U_Status damaged = Up_ValidateGlobals(kSetHowManyErrorsPlace))
+        return damaged;
+    Globals()->mErrorCount.exchange(count);
+    return 0;
+}
+
+U_i32 U_GetComputerName(U_u32 size, char* out)
+{
+    if (out && size > 0)
+        *out = 0;
+    const U_u32 most = std::numeric_limits<int>::max();
+    return win32::gethostname(out, static_cast<int>(std::min(size, most)));
+}
