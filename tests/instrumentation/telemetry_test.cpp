@@ -1,0 +1,239 @@
+#include "U_Telemetry.h"
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <boost/smart_ptr/make_shared.hpp>
+
+#include <gtest/gtest.h>
+
+#include "U_ZString.h"
+#include "tests/support/Text.h"
+
+namespace telemetry = U::telemetry;
+using krobase::utility::Guid;
+
+namespace
+{
+typedef std::vector<std::string> Calls;
+
+std::string Narrow(const U_UTF8String& text)
+{
+    return std::string(text.begin(), text.end());
+}
+
+class RecordingGroup : public krobase::config::UsageLoggerGroup
+{
+public:
+    explicit RecordingGroup(Calls& calls) : mCalls(calls) {}
+    void Add(const char* name, const U_UTF8String& value) override
+    {
+        mCalls.push_back(std::string("Add ") + name + "=" + Narrow(value));
+    }
+
+private:
+    Calls& mCalls;
+};
+
+// Writes down each call with all it was given.
+class RecordingProvider : public telemetry::U_TelemetryProvider
+{
+public:
+    bool IsLogging() override
+    {
+        mCalls.push_back("IsLogging");
+        return mLogging;
+    }
+
+    void LogEvent(const char* category, const char* event, const unsigned short* text,
+                  Guid guid) override
+    {
+        const U_UTF16String units(text);
+        mCalls.push_back(std::string("LogEvent ") + category + " " + event + " " +
+                         std::string(units.begin(), units.end()) + Digits(guid));
+    }
+
+    void LogEventWithCount(const std::string& first, const std::string& second,
+                           const std::string& third, int count, Guid guid) override
+    {
+        mCalls.push_back("LogEventWithCount " + first + " " + second + " " + third + " " +
+                         std::to_string(count) + Digits(guid));
+    }
+
+    void IncrementEventCount(const std::string& first, const std::string& second,
+                             const std::string& third) override
+    {
+        mCalls.push_back("IncrementEventCount " + first + " " + second + " " + third);
+    }
+
+    void ClearEventCount(const std::string& first, const std::string& second,
+                         const std::string& third) override
+    {
+        mCalls.push_back("ClearEventCount " + first + " " + second + " " + third);
+    }
+
+    void LogEventsWithCount() override { mCalls.push_back("LogEventsWithCount"); }
+
+    boost::shared_ptr<krobase::config::UsageLoggerGroup> NewDataGroup(const char* product,
+                                                                      const char* event,
+                                                                      const char* subcategory,
+                                                                      Guid guid) override
+    {
+        mCalls.push_back(std::string("NewDataGroup ") + product + " " + event + " " + subcategory +
+                         Digits(guid));
+        return mGroup;
+    }
+
+    void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& group,
+                    const char* name, const U_UTF8String& value) override
+    {
+        mCalls.push_back(std::string("AddToGroup ") + (group ? "group " : "null ") + name + "=" +
+                         Narrow(value));
+    }
+
+    bool mLogging = true;
+    Calls mCalls;
+    boost::shared_ptr<RecordingGroup> mGroup = boost::make_shared<RecordingGroup>(mCalls);
+
+private:
+    // The first and the last byte, as that is where a wrong copy shows.
+    static std::string Digits(const Guid& guid)
+    {
+        return " " + std::to_string(guid.mBytes[0]) + "-" + std::to_string(guid.mBytes[15]);
+    }
+};
+
+// One call of each operation.
+boost::shared_ptr<krobase::config::UsageLoggerGroup> CallAll(bool* logging)
+{
+    Guid guid;
+    guid.mBytes[0] = 1;
+    guid.mBytes[15] = 2;
+    *logging = telemetry::IsLogging();
+    telemetry::LogEvent("category", "event", Units(u"text").c_str(), guid);
+    telemetry::LogEventWithCount("a", "b", "c", -3, guid);
+    telemetry::IncrementEventCount("d", "e", "f");
+    telemetry::ClearEventCount("g", "h", "i");
+    telemetry::LogEventsWithCount();
+    const auto group = telemetry::NewDataGroup("product", "event", "part", guid);
+    telemetry::AddToGroup(group, "name", Bytes("value"));
+    telemetry::AddToGroup(nullptr, "name", Bytes(""));
+    return group;
+}
+
+class Telemetry : public testing::Test
+{
+protected:
+    void TearDown() override { telemetry::RegisterTelemetryProvider(nullptr); }
+};
+} // namespace
+
+TEST_F(Telemetry, EveryCallReachesTheProviderWithItsArguments)
+{
+    const Calls expected = {
+        "IsLogging",
+        "LogEvent category event text 1-2",
+        "LogEventWithCount a b c -3 1-2",
+        "IncrementEventCount d e f",
+        "ClearEventCount g h i",
+        "LogEventsWithCount",
+        "NewDataGroup product event part 1-2",
+        "AddToGroup group name=value",
+        "AddToGroup null name=",
+    };
+    RecordingProvider provider;
+    telemetry::RegisterTelemetryProvider(&provider);
+    bool logging = false;
+    EXPECT_EQ(CallAll(&logging), provider.mGroup);
+    EXPECT_TRUE(logging);
+    EXPECT_EQ(provider.mCalls, expected);
+
+    // A later provider takes the place of the first.
+    RecordingProvider second;
+    second.mLogging = false;
+    telemetry::RegisterTelemetryProvider(&second);
+    EXPECT_EQ(CallAll(&logging), second.mGroup);
+    EXPECT_FALSE(logging);
+    EXPECT_EQ(second.mCalls, expected);
+    EXPECT_EQ(provider.mCalls.size(), expected.size());
+}
+
+TEST_F(Telemetry, WithoutAProviderNothingHappens)
+{
+    RecordingProvider provider;
+    telemetry::RegisterTelemetryProvider(&provider);
+    telemetry::RegisterTelemetryProvider(nullptr);
+    bool logging = true;
+    EXPECT_EQ(CallAll(&logging), nullptr);
+    EXPECT_FALSE(logging);
+    Up_HDT_ReportPluginErrorTelemetry(Units(u"plugin"), 1);
+    EXPECT_EQ(provider.mCalls, Calls());
+}
+
+TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
+{
+    RecordingProvider provider;
+    telemetry::RegisterTelemetryProvider(&provider);
+    Up_HDT_ReportPluginErrorTelemetry(Units(u"Gl\u00FChen"), 42);
+    Up_HDT_ReportPluginErrorTelemetry(Units(u""), 0xFFFFFFFF);
+    provider.mGroup.reset(); // telemetry is off
+    Up_HDT_ReportPluginErrorTelemetry(Units(u"other"), 1);
+    EXPECT_EQ(provider.mCalls, (Calls{
+                                   "NewDataGroup qx plugin_error plugin_error 0-0",
+                                   "Add match_name=Gl\xC3\xBChen",
+                                   "Add version=00000042",
+                                   "NewDataGroup qx plugin_error plugin_error 0-0",
+                                   "Add match_name=",
+                                   "Add version=4294967295",
+                                   "NewDataGroup qx plugin_error plugin_error 0-0",
+                               }));
+}
+
+TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
+{
+    struct Row
+    {
+        const char16_t* text;
+        const char16_t* stripped;
+    };
+    const Row rows[] = {
+        {u"", u""},
+        {u"no quotes", u"no quotes"},
+        {u"say \"hi\"", u"say \"\""},
+        {u"a \"b\" c \"d\" e", u"a \"\" e"},
+        {u"\"\"", u"\"\""},
+        {u"it's what's left", u"it''s left"},
+        {u"don't", u"don''t"}, // one quote is both its ends
+        {u"\"", u"\"\""},
+        {u"open \u201Cname\u201D, \u2018x\u2019.", u"open \u201C\u201D, \u2018\u2019."},
+        {u"\u201Ca \u201Cb\u201D c\u201D", u"\u201C\u201D"},
+        {u"only \u201Cleft", u"only \u201Cleft"},
+        {u"only right\u201D", u"only right\u201D"},
+        {u"a\u201Db\u201Cc", u"a\u201Db\u201C\u201Db\u201Cc"}, // the right one first
+        {u"x \"it's\" y's z", u"x \"\" y''s z"}, // in turn: the first ' is gone by then
+        {u"'a' \"b 'c' d\" 'e'", u"''"},
+    };
+    for (const Row& row : rows)
+    {
+        const U_UTF16String text = Units(row.text);
+        SCOPED_TRACE(testing::PrintToString(std::u16string(row.text)));
+        EXPECT_EQ(telemetry::StripQuotedContents(text), Units(row.stripped));
+    }
+}
+
+TEST_F(Telemetry, ThreadsStripAndTellAtOnce)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number)
+        threads.emplace_back([] {
+            for (int round = 0; round < 200; ++round)
+            {
+                EXPECT_EQ(telemetry::StripQuotedContents(Units(u"\u201Cx\u201D")),
+                          Units(u"\u201C\u201D"));
+                EXPECT_FALSE(telemetry::IsLogging());
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
