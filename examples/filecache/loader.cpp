@@ -13,6 +13,7 @@
 #include <U_Threads.h>
 
 #include "checksum.h"
+#include "events.h"
 #include "file_block.h"
 #include "texts.h"
 
@@ -124,6 +125,7 @@ void Loader::LoadFile(const std::string& name)
     else
     {
         ++mFigures.refusals;
+        TellRefusal();
         if (mConsole.Verbose())
             mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",
                                 {path, std::to_string(size)}}));

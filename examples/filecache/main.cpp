@@ -17,11 +17,13 @@
 #include "cache.h"
 #include "console.h"
 #include "dictionary_file.h"
+#include "events.h"
 #include "loader.h"
 #include "log_sink.h"
 #include "options.h"
 #include "summary.h"
 #include "table.h"
+#include "telemetry.h"
 #include "texts.h"
 #include "walk.h"
 
@@ -68,6 +70,7 @@ U_Status SetLimits(U_u64 budget)
 // something couldn't be read or didn't match.
 bool LoadFolder(const Options& options, Console& console, Table* table)
 {
+    TellStart(options);
     const auto start = std::chrono::steady_clock::now();
     const FoundFiles found = WalkFolder(options.folder, console);
     FileCache cache(console);
@@ -81,6 +84,7 @@ bool LoadFolder(const Options& options, Console& console, Table* table)
     const U_u64 unreadable = found.unreadable + figures.unreadable;
     console.EndProgress();
     AddLoad(figures, cache, unreadable, time.count(), table);
+    TellFinish(figures, cache, unreadable);
 
     // What was dropped on the way has been checked; this checks the rest.
     cache.DropOldest(~U_u64(0));
@@ -98,8 +102,9 @@ struct Preparation
     Options options;
     DictionaryFile dictionary;
     LogSink log;
+    TelemetryFile telemetry;
     Message wrongUsage; // of the command line, or the folder
-    Message badFile;    // the dictionary or the log
+    Message badFile;    // the dictionary, the log or the telemetry
 };
 
 void Prepare(int argc, char** argv, Preparation* ready)
@@ -113,6 +118,8 @@ void Prepare(int argc, char** argv, Preparation* ready)
     ready->wrongUsage = CheckFolder(options.folder);
     if (!ready->wrongUsage && !options.logFile.empty())
         ready->badFile = ready->log.Open(options.logFile);
+    if (!ready->wrongUsage && !ready->badFile && !options.telemetryFile.empty())
+        ready->badFile = ready->telemetry.Open(options.telemetryFile);
 }
 
 // Does what the command line asks for, in the library's life.
@@ -152,7 +159,7 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
 struct LastTexts
 {
     std::string noDeath = Text("$$$/QX/FileCache/Error/NoDeath=the library can't end: error ^^1");
-    std::string lostLog = Text("$$$/QX/FileCache/Error/LostLog=can't write all of ^^1");
+    std::string lostFile = Text("$$$/QX/FileCache/Error/LostFile=can't write all of ^^1");
     std::string lostOutput = Text("$$$/QX/FileCache/Error/LostOutput=can't write the output: ^^1");
     std::string logLines = Text("$$$/QX/FileCache/Figure/LogLines=log lines");
 };
@@ -183,7 +190,12 @@ int main(int argc, char** argv)
 
     if (!ready.log.Close())
     {
-        console.Tell(Fill(texts.lostLog, {ready.options.logFile}));
+        console.Tell(Fill(texts.lostFile, {ready.options.logFile}));
+        status = kFailed;
+    }
+    if (!ready.telemetry.Close())
+    {
+        console.Tell(Fill(texts.lostFile, {ready.options.telemetryFile}));
         status = kFailed;
     }
     if (!table.Empty())

@@ -19,6 +19,8 @@ const char* const kUsage[] = {
     "  --dictionary FILE  take the texts shown from the dictionary FILE\n",
     "$$$/QX/FileCache/Usage/Log="
     "  --log FILE         write the library's log lines to FILE\n",
+    "$$$/QX/FileCache/Usage/Telemetry="
+    "  --telemetry FILE   write figures of the run to FILE, as lines of JSON\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Help="
@@ -98,7 +100,8 @@ Message ParseThreads(const char* text, unsigned int* threads)
 
 bool TakesValue(const std::string& name)
 {
-    return name == "--budget" || name == "--threads" || name == "--log" || name == "--dictionary";
+    return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
+           name == "--dictionary";
 }
 
 Message ParseValue(const std::string& name, const char* value, Options* options)
@@ -111,7 +114,12 @@ Message ParseValue(const std::string& name, const char* value, Options* options)
         return ParseThreads(value, &options->threads);
     if (!*value)
         return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
-    (name == "--log" ? options->logFile : options->dictionary) = value;
+    if (name == "--log")
+        options->logFile = value;
+    else if (name == "--telemetry")
+        options->telemetryFile = value;
+    else
+        options->dictionary = value;
     return Message();
 }
 } // namespace

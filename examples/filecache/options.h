@@ -14,8 +14,9 @@ struct Options
     std::string folder = "/usr/include";
     U_u64 budget = 16 << 20; // bytes
     unsigned int threads = 4;
-    std::string logFile;    // empty: log lines are only counted
-    std::string dictionary; // empty: texts are shown in English
+    std::string logFile;       // empty: log lines are only counted
+    std::string telemetryFile; // empty: nothing is told
+    std::string dictionary;    // empty: texts are shown in English
     bool verbose = false;
     bool help = false;
 };

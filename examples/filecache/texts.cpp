@@ -5,17 +5,6 @@
 
 namespace
 {
-std::string ToUTF8(const U_UTF16String& text)
-{
-    const U_UTF8String bytes = U_UTF16To8String(text);
-    return std::string(bytes.begin(), bytes.end());
-}
-
-U_UTF16String ToUTF16(const std::string& text)
-{
-    return U_UTF8To16String(U_UTF8String(text.begin(), text.end()));
-}
-
 struct WidthRange
 {
     U_u16 first;
@@ -52,6 +41,17 @@ size_t UnitWidth(U_u16 unit)
     return 1;
 }
 } // namespace
+
+std::string ToUTF8(const U_UTF16String& text)
+{
+    const U_UTF8String bytes = U_UTF16To8String(text);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+U_UTF16String ToUTF16(const std::string& text)
+{
+    return U_UTF8To16String(U_UTF8String(text.begin(), text.end()));
+}
 
 std::string Text(const Message& message)
 {

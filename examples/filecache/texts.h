@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include <U_Types.h>
+
 // What there is to tell, before its text is looked up: much of what goes wrong
 // is found before a dictionary is in use.
 struct Message
@@ -35,6 +37,10 @@ std::string Text(const Message& message);
 // Puts the values into their places. Places without a value stay, as does what
 // looks like a place inside a value.
 std::string Fill(const std::string& text, const std::vector<std::string>& values);
+
+// What can't be converted becomes U+FFFD.
+std::string ToUTF8(const U_UTF16String& text);
+U_UTF16String ToUTF16(const std::string& text);
 
 // Columns that the text takes on a terminal.
 size_t DisplayWidth(const std::string& text);

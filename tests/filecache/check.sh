@@ -129,6 +129,21 @@ grep -q 'Issuing Purge Request' "$work/log" || fail "no purge request in the log
 grep -q 'refused: .*/beyond 1, 3000000 bytes' "$work/err" || fail "no word of a refused file"
 grep -q 'asked to purge' "$work/err" || fail "no word of a purge request"
 
+# Telemetry: each line is an object, and the figures are those that are shown.
+run --threads 1 --budget 2M --telemetry "$work/telemetry" "$files"
+expect_status "telemetry" 0
+python3 - "$work/telemetry" "$count" "$bytes" "$(figure "bytes purged")" <<'END' ||
+import json, sys
+path, files, size, purged = sys.argv[1:]
+lines = [json.loads(line) for line in open(path, encoding="utf-8")]
+assert [line["kind"] for line in lines] == ["event", "count", "group"], lines
+assert lines[0]["text"] == "threads 1, budget 2097152", lines[0]
+assert (lines[1]["part"], lines[1]["count"]) == ("refused", 2), lines[1]
+data = lines[2]["data"]
+assert (data["files"], data["bytes"], data["bytes_purged"]) == (files, size, purged), data
+END
+    fail "telemetry: $(cat "$work/telemetry")"
+
 # Paths longer than the system takes can't be read, whoever runs this.
 long=$(printf 'n%.0s' $(seq 1 200))
 cp -r "$work/none" "$work/deep"
@@ -154,6 +169,9 @@ if [ -w /dev/full ]; then
     [ $? = 1 ] || fail "lost output isn't noticed"
     run --log /dev/full --budget 2M "$files"
     expect_status "lost log" 1
+    run --telemetry /dev/full "$files"
+    expect_status "lost telemetry" 1
+    grep -q "can't write all of /dev/full" "$work/err" || fail "no word of lost telemetry"
 fi
 
 # Wrong usage: status 2, a message that says what is wrong, and no figures.
@@ -174,6 +192,8 @@ wrong "unknown option '--colour'" --colour "$files"
 wrong "unknown option '-v'" -v
 wrong "needs a value" --budget
 wrong "can't write" --log "$work/missing/log" "$files"
+wrong "can't write" --telemetry "$work/missing/telemetry" "$files"
+wrong "--telemetry needs a file name" --telemetry "" "$files"
 for budget in 0 1M 2097151; do
     wrong "is below 2M" --budget "$budget" "$files"
 done

@@ -1,0 +1,67 @@
+// Takes what is told to telemetry and writes it to a file, one JSON object a
+// line.
+
+#ifndef FILECACHE_TELEMETRY_H
+#define FILECACHE_TELEMETRY_H
+
+#include <array>
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <U_Telemetry.h>
+
+#include "texts.h"
+
+// An event is a line of its own, a group a line when its last owner lets go of
+// it. Counted events are kept until LogEventsWithCount, which writes a line for
+// each and starts again from none. Any thread; groups too. Strings are UTF-8,
+// and what isn't becomes U+FFFD.
+class TelemetryFile : public U::telemetry::U_TelemetryProvider
+{
+public:
+    TelemetryFile() = default;
+    ~TelemetryFile() override;
+    TelemetryFile(const TelemetryFile&) = delete;
+    TelemetryFile& operator=(const TelemetryFile&) = delete;
+
+    // Opens the file and becomes the library's provider. Returns what is wrong
+    // with the file.
+    Message Open(const std::string& path);
+
+    // Ends being the provider, and closes the file. False if not all could be
+    // written. All groups are gone by then. May be called twice.
+    bool Close();
+
+    bool IsLogging() override;
+    void LogEvent(const char* category, const char* event, const unsigned short* text,
+                  krobase::utility::Guid guid) override;
+    void LogEventWithCount(const std::string& category, const std::string& event,
+                           const std::string& part, int count,
+                           krobase::utility::Guid guid) override;
+    void IncrementEventCount(const std::string& category, const std::string& event,
+                             const std::string& part) override;
+    void ClearEventCount(const std::string& category, const std::string& event,
+                         const std::string& part) override;
+    void LogEventsWithCount() override;
+    boost::shared_ptr<krobase::config::UsageLoggerGroup>
+    NewDataGroup(const char* product, const char* event, const char* subcategory,
+                 krobase::utility::Guid guid) override;
+    void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& group,
+                    const char* name, const U_UTF8String& value) override;
+
+private:
+    class Group;
+    typedef std::array<std::string, 3> EventName; // category, event, part
+
+    void WriteLine(const std::string& json);
+    void LoseLine();
+
+    std::mutex mLock; // guards the rest
+    std::FILE* mFile = nullptr;
+    bool mLost = false;
+    std::map<EventName, int> mCounts;
+};
+
+#endif
