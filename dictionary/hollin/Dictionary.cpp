@@ -274,8 +274,10 @@ Dictionary& Dictionary::ForDomain(std::uint32_t domain)
     return *registry.back().second;
 }
 
-void Dictionary::SetDefaultDictionary(std::uint32_t domain)
+Dictionary& Dictionary::SetDefaultDictionary(std::uint32_t domain)
 {
-    hollin_private::SetDefaultDictionary(ForDomain(domain).mImpl.get());
+    Dictionary& dictionary = ForDomain(domain);
+    hollin_private::SetDefaultDictionary(dictionary.mImpl.get());
+    return dictionary;
 }
 } // namespace hollin

@@ -7,8 +7,8 @@
 //
 // One dictionary, with its copies and the texts that came from it, is used by
 // one thread at a time: counts aren't atomic. The same holds for the default
-// dictionary, which every look-up may reach, and for the registry. An allocation that fails throws
-// std::bad_alloc.
+// dictionary, which every look-up may reach, and for the registry. An allocation
+// that fails throws std::bad_alloc.
 
 #ifndef HOLLIN_DICTIONARY_H
 #define HOLLIN_DICTIONARY_H
@@ -106,8 +106,9 @@ public:
 
     // The same from the stream's position to its end, which is read first; keys
     // are copied. The stream need not seek. One that fails counts as damaged and
-    // gives nothing; what it would throw stays inside, as its state tells it. In
-    // a text, a line of nothing but a byte-order mark is passed over.
+    // gives nothing, and so does one that has nothing left, as an empty image
+    // does; what it would throw stays inside, as its state tells it. In a text, a
+    // line of nothing but a byte-order mark is passed over.
     void LoadFromStream(std::istream& stream);
 
     // False once any load has met damage.
@@ -142,8 +143,9 @@ public:
     // at the end of the process. The reference holds until then.
     static Dictionary& ForDomain(std::uint32_t domain);
 
-    // The dictionary that GetString falls back on, from the registry.
-    static void SetDefaultDictionary(std::uint32_t domain);
+    // Makes the registered dictionary of a domain the one that look-ups fall back
+    // on, and returns it.
+    static Dictionary& SetDefaultDictionary(std::uint32_t domain);
 
 private:
     std::unique_ptr<hollin_private::DictionaryImpl> mImpl;

@@ -1,7 +1,9 @@
 // Looks an image over without loading it: what it holds, and where it is damaged.
 //
-// It finds damaged what Dictionary's loads do, and nothing else. Any thread may
-// call it.
+// It finds damaged what loads into an empty hash dictionary do. What depends on
+// the dictionary only a load can tell: a line too long for a flat store, and a
+// base that doesn't fit what is there. A line of nothing but a byte-order mark
+// counts as an entry, as in a load from memory. Any thread may call it.
 
 #ifndef HOLLIN_IMAGE_CHECK_H
 #define HOLLIN_IMAGE_CHECK_H

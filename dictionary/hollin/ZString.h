@@ -46,7 +46,8 @@ public:
     // Not terminated; null for the empty text.
     const std::uint16_t* Data() const;
 
-    // Copies at most size - 1 units and a terminator. Throws "BUFF" if the text
+    // Copies at most size - 1 units and a terminator. A cut leaves no half of a
+    // surrogate pair behind, so that it may copy one unit less. Throws "BUFF" if the text
     // didn't fit and throwIfShort is set.
     void CopyTo(std::uint16_t* units, std::uint32_t size, bool throwIfShort) const;
 
@@ -62,15 +63,16 @@ public:
     // Negative, 0 or positive, by the compare hook.
     std::int32_t Compare(const ZString& other) const;
 
-    // The parameter ^n, n from 0 to 9.
-    bool HasParameter(int n) const;
+    // How many times the parameter ^n stands in the text, n from 0 to 9; and all
+    // of them replaced.
+    unsigned int HasParameter(int n) const;
     void ReplaceParameter(int n, const ZString& text);
 
     // Replaces the placeholder <param name="NAME"/> that is the occurrence-th
     // of its name, from 1 on. False if there is none.
     bool ReplaceXMLParameter(const char* name, const ZString& text, int occurrence);
 
-    // An optional sign, then decimal digits of any script. False if some other
+    // An optional "+" or "-", then decimal digits of any script. False if some other
     // character stands among them, which is skipped.
     bool ToInteger(std::int32_t* out) const;
 

@@ -81,8 +81,8 @@ bool ZString::ToInteger(std::int32_t* out) const
 {
     const std::uint16_t* units = Data();
     const std::uint16_t* const end = units + Length();
-    const bool isNegative = units != end && IsMinus(*units);
-    if (isNegative || (units != end && IsPlus(*units)))
+    const bool isNegative = units != end && *units == '-';
+    if (isNegative || (units != end && *units == '+'))
         ++units;
     bool areDigits = true;
     std::uint32_t number = 0;

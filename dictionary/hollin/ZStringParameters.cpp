@@ -66,17 +66,18 @@ private:
 };
 } // namespace
 
-bool ZString::HasParameter(int n) const
+unsigned int ZString::HasParameter(int n) const
 {
     if (n < 0 || n > 9)
-        return false;
+        return 0;
+    unsigned int count = 0;
     const std::uint16_t* units = Data();
     for (std::uint32_t i = 1; i < Length(); ++i)
     {
         if (units[i - 1] == '^' && units[i] == '0' + n)
-            return true;
+            ++count;
     }
-    return false;
+    return count;
 }
 
 void ZString::ReplaceParameter(int n, const ZString& text)

@@ -80,7 +80,10 @@ const std::uint16_t* UnicodeReader::ReadLine()
         ended = ReadUnit(&unit);
     }
     if (ended && mLine.empty())
+    {
+        mCursor = mEnd;
         return nullptr;
+    }
     CountLine(mLine.empty(), unit);
     mLine.push_back(0);
     return mLine.data();

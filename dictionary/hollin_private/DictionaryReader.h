@@ -32,8 +32,8 @@ public:
     static std::unique_ptr<DictionaryReader> Make(const unsigned char* bytes, std::size_t size);
 
     // The next line, zero-terminated and without its end, valid until the next
-    // call. Null at the end of the text, and at a line that begins with a NUL,
-    // which ends the text. Throws a VoErrException if the system can't convert
+    // call. Null at the end of the text, and from a line on that begins with a
+    // NUL, which ends the text. Throws a VoErrException if the system can't convert
     // the line; the next call gives the line behind it.
     virtual const std::uint16_t* ReadLine() = 0;
 

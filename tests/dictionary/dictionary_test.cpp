@@ -289,7 +289,7 @@ TEST_F(Fallback, TheDefaultDictionaryIsAskedNext)
     Dictionary flat(true);
     Set(flat, "/a", u"own a");
     EXPECT_EQ(Get(flat, "/b=default"), u"default");
-    Dictionary::SetDefaultDictionary(1);
+    EXPECT_EQ(&Dictionary::SetDefaultDictionary(1), &registered);
     EXPECT_EQ(Get(flat, "/a=default"), u"own a");
     EXPECT_EQ(Get(flat, "/b=default"), u"registered b");
     EXPECT_EQ(Get(flat, "/c=default"), u"");

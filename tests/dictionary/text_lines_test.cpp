@@ -65,6 +65,21 @@ TEST(TextLines, GoOnBehindALineThatCannotBeConverted)
               (std::vector<std::string>{"1 a=1", "2 text: the system can't convert it", "3 c=3"}));
 }
 
+TEST(TextLines, StayAtTheirEnd)
+{
+    using namespace std::string_literals;
+    for (const std::string& text :
+         {"a=1\n\0b=2\n"s, TextImage(u"a=1\n\0b=2\n"s), TextImage(u"a=1\n\0b=2\n"s, true), "a=1"s})
+    {
+        const std::vector<unsigned char> bytes(text.begin(), text.end());
+        hollin::TextLines lines(bytes.data(), bytes.size());
+        hollin::TextLine line;
+        EXPECT_TRUE(lines.Next(&line));
+        for (int call = 0; call < 3; ++call)
+            EXPECT_FALSE(lines.Next(&line)) << line.mKey;
+    }
+}
+
 TEST(ImageReport, TellsTheLongestBucketAndALoneComment)
 {
     // The first three share a bucket: only every second byte counts.
