@@ -1,7 +1,5 @@
 #include "hollin_private/DictionaryImpl.h"
 
-#include <memory>
-
 #include "hollin/Dictionary.h"
 #include "hollin_private/DictionaryEntry.h"
 #include "hollin_private/ImageHeader.h"
@@ -76,22 +74,6 @@ bool DictionaryImpl::FindTextById(std::uint32_t id, hollin::ZString* text) const
     if (!IsFlat() || !mFastArray->IsLive(id))
         return false;
     *text = TextOf(mFastArray->Value(id));
-    return true;
-}
-
-bool DictionaryImpl::Put(const ByteRun& key, const hollin::ZString& value, Search search)
-{
-    if (IsFlat())
-    {
-        const ByteRun stored = StoredFormOf(value.Data(), value.Length() * kUnitSize);
-        const std::uint32_t id = search == kKeyIsNew ? mFastArray->AddNew(key, stored, nullptr)
-                                                     : mFastArray->Add(key, stored, nullptr);
-        return id != hollin::kNoId;
-    }
-    auto entry = std::make_unique<DictionaryEntry>(key, ByteRunKey::kCopy, value);
-    if (search == kSearchKey)
-        mHashTable.Remove(*entry);
-    mHashTable.Insert(std::move(entry));
     return true;
 }
 

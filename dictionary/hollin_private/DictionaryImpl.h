@@ -42,15 +42,6 @@ public:
     // Of a flat store. False for what isn't there, and for a hash store.
     bool FindTextById(std::uint32_t id, hollin::ZString* text) const;
 
-    // Adds or replaces, in the store in use; for a hash store a replaced entry
-    // goes to the head of its chain. False for a run too long for the store.
-    enum Search
-    {
-        kSearchKey,
-        kKeyIsNew // the caller knows that the store doesn't have the key
-    };
-    bool Put(const ByteRun& key, const hollin::ZString& value, Search search = kSearchKey);
-
     // The key at which the walk stands; empty outside a walk.
     ByteRun CurrentKey() const;
 

@@ -31,9 +31,9 @@ bool IsUnaligned(const ByteRun& run)
     return reinterpret_cast<std::uintptr_t>(run.mBytes) % alignof(std::uint16_t) != 0;
 }
 
-bool IsTooLong(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
+bool IsTooLong(const ByteRun& value, const ByteRun* comment)
 {
-    return std::max({key.mLength, value.mLength, comment ? comment->mLength : 0}) > kLongestRun;
+    return std::max(value.mLength, comment ? comment->mLength : 0) > kLongestRun;
 }
 
 // Calls visit(bucket, begin, end) for each bucket, with its slots.
@@ -121,20 +121,23 @@ void FastArray::AlignValue(std::uint32_t id)
 std::uint32_t FastArray::Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
 {
     const std::uint32_t found = Find(key);
-    if (found == kNoId)
-        return AddNew(key, value, comment);
-    if (IsTooLong(key, value, comment))
+    return found == kNoId ? AddNew(key, value, comment) : Replace(found, value, comment);
+}
+
+std::uint32_t FastArray::Replace(std::uint32_t id, const ByteRun& value, const ByteRun* comment)
+{
+    if (IsTooLong(value, comment))
         return kNoId;
-    FastArrayBlock* block = BlockOf(found);
-    block->mValues.Replace(found - block->mBaseId, value);
+    FastArrayBlock* block = BlockOf(id);
+    block->mValues.Replace(id - block->mBaseId, value);
     if (comment)
-        block->SetComment(found - block->mBaseId, *comment);
-    return found;
+        block->SetComment(id - block->mBaseId, *comment);
+    return id;
 }
 
 std::uint32_t FastArray::AddNew(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
 {
-    if (IsTooLong(key, value, comment) || mTotalIds == kNoId)
+    if (key.mLength > kLongestRun || IsTooLong(value, comment) || mTotalIds == kNoId)
         return kNoId;
     const std::uint32_t bucket = HashKey(key, kBucketCount);
     mBuckets.Reserve(bucket, 1);

@@ -55,6 +55,9 @@ public:
     // The same for a key that isn't there, without a search.
     std::uint32_t AddNew(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
 
+    // The same for an identifier below TotalIds().
+    std::uint32_t Replace(std::uint32_t id, const ByteRun& value, const ByteRun* comment);
+
     // Returns id, or hollin::kNoId for what isn't live or has no key.
     std::uint32_t Remove(std::uint32_t id);
 

@@ -16,21 +16,12 @@ HashTable::~HashTable()
     }
 }
 
-// The link to the item that equals the key; null if there is none.
-HashItem** HashTable::FindLink(const HashItem& key)
-{
-    if (mBuckets.empty())
-        return nullptr;
-    HashItem** link = &mBuckets[key.Hash(kBucketCount)];
-    while (*link && !key.Equals(**link))
-        link = &(*link)->mNext;
-    return *link ? link : nullptr;
-}
-
 const HashItem* HashTable::Find(const HashItem& key) const
 {
-    HashItem** link = const_cast<HashTable*>(this)->FindLink(key);
-    return link ? *link : nullptr;
+    const HashItem* item = Chain(key.Hash(kBucketCount));
+    while (item && !key.Equals(*item))
+        item = item->mNext;
+    return item;
 }
 
 void HashTable::Insert(std::unique_ptr<HashItem> item)
@@ -50,17 +41,28 @@ HashItem* HashTable::InsertBehind(std::uint32_t bucket, HashItem* previous,
     return link;
 }
 
-std::unique_ptr<HashItem> HashTable::Remove(const HashItem& key)
+void HashTable::Remove(const std::unordered_set<const HashItem*>& items)
 {
-    HashItem** link = FindLink(key);
-    if (!link)
-        return nullptr;
-    std::unique_ptr<HashItem> item(*link);
-    if (mIterItem == item.get())
-        ResetIterator();
-    *link = item->mNext;
-    item->mNext = nullptr;
-    return item;
+    if (items.empty())
+        return;
+    if (mIterItem && items.count(mIterItem))
+    {
+        mIterItem = nullptr;
+        mIterItemRemoved = true;
+    }
+    for (HashItem*& head : mBuckets)
+    {
+        for (HashItem** link = &head; *link;)
+        {
+            if (!items.count(*link))
+            {
+                link = &(*link)->mNext;
+                continue;
+            }
+            const std::unique_ptr<HashItem> item(*link);
+            *link = item->mNext;
+        }
+    }
 }
 
 const HashItem* HashTable::Chain(std::uint32_t bucket) const
@@ -71,10 +73,16 @@ const HashItem* HashTable::Chain(std::uint32_t bucket) const
 void HashTable::ResetIterator()
 {
     mIterItem = nullptr;
+    mIterItemRemoved = false;
 }
 
 bool HashTable::Next()
 {
+    if (mIterItemRemoved)
+    {
+        ResetIterator();
+        return false;
+    }
     if (mIterItem && mIterItem->mNext)
     {
         mIterItem = mIterItem->mNext;

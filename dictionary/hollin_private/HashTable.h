@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "hollin_private/HashItem.h"
@@ -33,9 +34,9 @@ public:
     HashItem* InsertBehind(std::uint32_t bucket, HashItem* previous,
                            std::unique_ptr<HashItem> item);
 
-    // Takes the item that Find gives out of the table; null if there is none. A
-    // walk that stands at it starts anew.
-    std::unique_ptr<HashItem> Remove(const HashItem& key);
+    // Deletes items of the table, in one pass over all of it. A walk that stands
+    // at one of them is at its end.
+    void Remove(const std::unordered_set<const HashItem*>& items);
 
     // The head of a chain, which mNext links; null if it is empty.
     const HashItem* Chain(std::uint32_t bucket) const;
@@ -47,11 +48,10 @@ public:
     const HashItem* IteratorItem() const { return mIterItem; }
 
 private:
-    HashItem** FindLink(const HashItem& key);
-
     std::vector<HashItem*> mBuckets;     // empty, or the heads of kBucketCount chains
     std::uint32_t mIterBucket = 0;       // the bucket of mIterItem
     const HashItem* mIterItem = nullptr; // null outside a walk
+    bool mIterItemRemoved = false;       // the walk's, which Next ends
 };
 } // namespace hollin_private
 

@@ -1,5 +1,6 @@
 // Dictionaries: looking up, changing, copying, walking, and the registry.
 
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -8,6 +9,7 @@
 
 #include <hollin/Dictionary.h>
 #include <hollin/VoErrException.h>
+#include <hollin_private/DictionaryEntry.h>
 #include <hollin_private/DictionaryImpl.h>
 
 #include "tests/dictionary/Texts.h"
@@ -57,6 +59,14 @@ std::vector<std::string> Walk(Dictionary& dictionary)
     while (dictionary.NextId(&id))
         keys.push_back(std::to_string(id) + dictionary.CurrentKey());
     return keys;
+}
+
+// Into the hash store.
+void Insert(hollin_private::DictionaryImpl& dictionary, const std::string& key,
+            const std::u16string& text)
+{
+    dictionary.mHashTable.Insert(std::make_unique<hollin_private::DictionaryEntry>(
+        ToRun(key), hollin_private::ByteRunKey::kCopy, ToZString(text)));
 }
 
 // Leaves no default dictionary behind.
@@ -126,13 +136,12 @@ TEST(Dictionary, StoredTextsAreGivenAsTheyAre)
 
     hollin_private::DictionaryImpl hash(false);
     ZString text;
-    EXPECT_TRUE(hash.Put(ToRun("/a"), ToZString(u"^^1")));
-    EXPECT_TRUE(hash.Put(ToRun("/a"), ToZString(u"^^2")));
+    Insert(hash, "/a", u"^^2");
     EXPECT_TRUE(hash.FindText(ToRun("/a"), &text));
     EXPECT_EQ(ToText(text), u"^^2");
     EXPECT_FALSE(hash.FindTextById(0, &text));
-    hash.mHashTable.Remove(*hash.mHashTable.Chain(580));
-    EXPECT_FALSE(hash.FindText(ToRun("/a"), &text)) << "the first entry had been replaced";
+    hash.mHashTable.Remove({hash.mHashTable.Chain(580)});
+    EXPECT_FALSE(hash.FindText(ToRun("/a"), &text));
 }
 
 TEST(Dictionary, OnlyAFlatOneIsChanged)
@@ -307,7 +316,7 @@ TEST_F(Fallback, ADefaultDictionaryThatGoesIsForgotten)
 {
     {
         hollin_private::DictionaryImpl shortLived(false);
-        shortLived.Put(ToRun("/a"), ToZString(u"1"));
+        Insert(shortLived, "/a", u"1");
         hollin_private::SetDefaultDictionary(&shortLived);
         EXPECT_EQ(Get(Dictionary(), "/a"), u"1");
         hollin_private::DictionaryImpl another(false);

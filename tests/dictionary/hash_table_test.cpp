@@ -34,9 +34,9 @@ std::u16string Find(const HashTable& table, const std::string& key)
 
 std::u16string Remove(HashTable& table, const std::string& key)
 {
-    const std::unique_ptr<hollin_private::HashItem> removed =
-        table.Remove(ByteRunKey(ToRun(key), ByteRunKey::kBorrow));
-    return removed ? ToText(static_cast<DictionaryEntry&>(*removed).mValue) : u"none";
+    const std::u16string found = Find(table, key);
+    table.Remove({table.Find(ByteRunKey(ToRun(key), ByteRunKey::kBorrow))});
+    return found;
 }
 
 std::u16string Walk(HashTable& table)
@@ -154,13 +154,15 @@ TEST(HashTable, AWalkVisitsEachItemAndStartsAnew)
     EXPECT_EQ(visits, expected);
 }
 
-TEST(HashTable, AWalkSurvivesTheRemovalOfItsItem)
+TEST(HashTable, AWalkEndsAtTheRemovalOfItsItem)
 {
     HashTable table;
     table.Insert(Entry("a", u"1"));
     table.Insert(Entry("b", u"2"));
     ASSERT_TRUE(table.Next());
     EXPECT_EQ(Remove(table, "a"), u"1");
+    EXPECT_EQ(table.IteratorItem(), nullptr);
+    EXPECT_FALSE(table.Next());
     EXPECT_EQ(Walk(table), u"2");
 }
 

@@ -146,6 +146,64 @@ TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
     EXPECT_EQ(TextsOf(flat), (Texts{{"a", u"three"}, {"b", u"2"}}));
 }
 
+TEST_F(TextForm, OneEntryOfAKeyIsReplaced)
+{
+    // Both entries of an old image stand in the chain; the text's takes the place
+    // of the first one, for each line anew.
+    Dictionary dictionary;
+    Load(dictionary, BuildEntries({{"a", u"1", u""}, {"b", u"2", u""}, {"a", u"3", u""}}).Image());
+    Load(dictionary, "a=4\na=5\nc=6\nb=7\na=8\n");
+    EXPECT_EQ(KeysOf(dictionary), (std::vector<std::string>{"a", "a", "b", "c"}));
+    EXPECT_EQ(TextsOf(dictionary), (Texts{{"a", u"8"}, {"b", u"7"}, {"c", u"6"}}));
+}
+
+TEST_F(TextForm, AWalkWithTextsLoadedInBetweenEnds)
+{
+    for (const bool flat : {false, true})
+    {
+        Dictionary dictionary(flat);
+        Load(dictionary, "a=1\nb=2\nc=3\n");
+        std::uint32_t id = 0;
+        int steps = 0;
+        while (dictionary.NextId(&id) && ++steps < 10)
+            Load(dictionary, "a=4\nb=5\nc=6\n");
+        EXPECT_LE(steps, 3);
+        EXPECT_EQ(TextsOf(dictionary), (Texts{{"a", u"4"}, {"b", u"5"}, {"c", u"6"}}));
+    }
+}
+
+TEST_F(TextForm, EmptyKeysOfAFlatStoreShareAPlace)
+{
+    Dictionary flat(true);
+    Load(flat, "=1\na=2\n=3\n");
+    EXPECT_EQ(KeysOf(flat), (std::vector<std::string>{"", "a"}));
+}
+
+// All keys are in one bucket, so that searches would walk them all.
+TEST_F(TextForm, KeysThatCollideTakeTimeInProportion)
+{
+    const int keys = 60000;
+    std::string text;
+    for (int i = 0; i < keys; ++i)
+    {
+        std::string key = "................................";
+        for (int bit = 0; bit < 16; ++bit)
+            key[static_cast<std::size_t>(bit + bit / 5 + 1)] = i >> bit & 1 ? '1' : '0';
+        text += key + "=x\n";
+    }
+    for (const bool flat : {false, true})
+    {
+        Dictionary dictionary(flat);
+        for (int load = 0; load < 3; ++load)
+            Load(dictionary, text + text);
+        std::uint32_t id = 0;
+        int walked = 0;
+        while (dictionary.NextId(&id))
+            ++walked;
+        EXPECT_EQ(walked, keys);
+    }
+}
+
 TEST_F(TextForm, FlatStoreLeavesOutRunsThatAreTooLong)
 {
     struct Row
