@@ -152,11 +152,10 @@ int Dictionary::GetRawStringById(std::uint32_t id, const std::uint16_t** units,
 {
     *units = nullptr;
     *length = 0;
-    FastArray& store = *mImpl->mFastArray;
+    const FastArray& store = *mImpl->mFastArray;
     if (!mImpl->IsFlat() || !store.IsLive(id))
         return 0;
-    store.AlignValue(id);
-    const ByteRun value = store.Value(id);
+    const ByteRun value = store.Value(id); // at an even address: images are checked for that
     return GiveRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
                          value.mLength / kUnitSize, units, length);
 }

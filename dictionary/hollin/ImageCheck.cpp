@@ -70,8 +70,10 @@ void CheckFlat(ImageCursor& cursor, ImageReport& report)
     report.mCommentBytes = image.mComments.mPoolSize;
     for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
         report.mLongestBucket = std::max(report.mLongestBucket, image.mBucketSizes[i]);
-    if (cursor.Sound())
-        report.mAstray = CountAstray(image);
+    if (!cursor.Sound())
+        return;
+    report.mAstray = CountAstray(image);
+    report.mTrailing = cursor.Remaining();
 }
 
 // Values in an encoding of their own are converted on loading.

@@ -25,7 +25,8 @@ struct ImageReport
     Form mForm = kText;
 
     // Of a text its lines that aren't empty, of an image its entries. Slots count
-    // removed entries too, and lines that can't be read.
+    // removed entries too, and lines that can't be read. Live entries are counted,
+    // whatever the image tells.
     std::uint64_t mSlots = 0;
     std::uint64_t mLive = 0;
 
@@ -57,6 +58,9 @@ struct ImageReport
     // Entries that no look-up finds, as their key is in a bucket that isn't its
     // own, or in none. That is no damage.
     std::uint64_t mAstray = 0;
+
+    // Of version 2, the bytes behind the end of what it holds. No damage either.
+    std::uint64_t mTrailing = 0;
 
     // The first damage
     bool mDamaged = false;

@@ -26,11 +26,6 @@ std::string_view ViewOf(const ByteRun& key)
     return std::string_view(reinterpret_cast<const char*>(key.mBytes), key.mLength);
 }
 
-bool IsUnaligned(const ByteRun& run)
-{
-    return reinterpret_cast<std::uintptr_t>(run.mBytes) % alignof(std::uint16_t) != 0;
-}
-
 bool IsTooLong(const ByteRun& value, const ByteRun* comment)
 {
     return std::max(value.mLength, comment ? comment->mLength : 0) > kLongestRun;
@@ -108,14 +103,6 @@ ByteRun FastArray::Comment(std::uint32_t id) const
 {
     const FastArrayBlock* block = BlockOf(id);
     return block ? block->CommentOf(id - block->mBaseId) : ByteRun();
-}
-
-void FastArray::AlignValue(std::uint32_t id)
-{
-    if (!IsUnaligned(Value(id)))
-        return;
-    FastArrayBlock* block = BlockOf(id);
-    block->mValues.SetApart(id - block->mBaseId);
 }
 
 std::uint32_t FastArray::Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
@@ -198,7 +185,7 @@ bool FastArray::AdoptBlock(FastArrayBlock&& block, FileBuckets&& buckets, std::u
     return true;
 }
 
-// The keys that a merge can meet, with the lowest identifier of each.
+// The keys that a merge can meet; of equal ones the first in the bucket.
 FastArray::KnownKeys FastArray::KeysOfBucket(std::uint32_t bucket) const
 {
     const IdBuckets::Ids ids = mBuckets.Get(bucket);
@@ -212,23 +199,38 @@ FastArray::KnownKeys FastArray::KeysOfBucket(std::uint32_t bucket) const
     return known;
 }
 
-void FastArray::MergeKnownKeys(FastArrayBlock& block, const FileBuckets& buckets)
+// Lets the slot's value replace that of a key that is known, and removes the
+// slot. False if the key isn't known.
+bool FastArray::MergeSlot(FastArrayBlock& block, std::uint32_t slot, const KnownKeys& known)
 {
-    ForEachBucket(
-        buckets, [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
-            const KnownKeys known = KeysOfBucket(bucket);
-            for (; slot != end; ++slot)
-            {
-                const ByteRun key = block.mKeys.Get(*slot);
-                const auto found = CanMerge(key) ? known.find(ViewOf(key)) : known.end();
-                if (found == known.end())
-                    continue;
-                FastArrayBlock* old = BlockOf(found->second);
-                old->mValues.Replace(found->second - old->mBaseId, block.mValues.Get(*slot));
-                block.mKeys.mLengths[*slot] = 0;
-                block.mValues.mLengths[*slot] = 0;
-            }
-        });
+    const ByteRun key = block.mKeys.Get(slot);
+    const auto found = CanMerge(key) ? known.find(ViewOf(key)) : known.end();
+    if (found == known.end())
+        return false;
+    FastArrayBlock* old = BlockOf(found->second);
+    old->mValues.Replace(found->second - old->mBaseId, block.mValues.Get(slot));
+    block.mKeys.mLengths[slot] = 0;
+    block.mValues.mLengths[slot] = 0;
+    return true;
+}
+
+// What is merged goes out of the buckets.
+void FastArray::MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets)
+{
+    std::uint32_t* kept = buckets.mIds.data();
+    const std::uint32_t* slot = kept;
+    for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
+    {
+        const KnownKeys known = KeysOfBucket(buckets.mNumbers[i]);
+        const std::uint32_t* const begin = kept;
+        for (const std::uint32_t* const end = slot + buckets.mSizes[i]; slot != end; ++slot)
+        {
+            if (!MergeSlot(block, *slot, known))
+                *kept++ = *slot;
+        }
+        buckets.mSizes[i] = static_cast<std::uint32_t>(kept - begin);
+    }
+    buckets.mIds.resize(static_cast<std::size_t>(kept - buckets.mIds.data()));
 }
 
 void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& buckets)
@@ -241,10 +243,7 @@ void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& bucket
     ForEachBucket(buckets,
                   [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
                       for (; slot != end; ++slot)
-                      {
-                          if (block.IsLive(*slot))
-                              mBuckets.Append(bucket, block.mBaseId + *slot);
-                      }
+                          mBuckets.Append(bucket, block.mBaseId + *slot);
                   });
 }
 } // namespace hollin_private

@@ -27,9 +27,10 @@ public:
     FastArray(const FastArray&) = delete;
     FastArray& operator=(const FastArray&) = delete;
 
-    // The identifier of a key, the lowest if several have it; hollin::kNoId if
-    // there is none. An empty key finds the first slot of its bucket that is
-    // removed or has an empty key.
+    // The identifier of a key, the first in the order of its bucket if several
+    // have it: the lowest of those added one by one, but a file lists its own in
+    // any order. hollin::kNoId if there is none. An empty key finds the first slot of its bucket
+    // that is removed or has an empty key.
     std::uint32_t Find(const ByteRun& key) const;
 
     // Below TotalIds() and not removed.
@@ -42,10 +43,6 @@ public:
 
     // A block with a single comment gives it for each of its slots.
     ByteRun Comment(std::uint32_t id) const;
-
-    // Moves a value that stands at an odd address, so that it can be read as
-    // units where it is.
-    void AlignValue(std::uint32_t id);
 
     // Adds the entry, or replaces the value, and the comment if one is given.
     // Returns its identifier, or hollin::kNoId, with nothing changed, for a run
@@ -82,7 +79,8 @@ private:
     FastArrayBlock* BlockOf(std::uint32_t id);
     FastArrayBlock& OpenBlock();
     KnownKeys KeysOfBucket(std::uint32_t bucket) const;
-    void MergeKnownKeys(FastArrayBlock& block, const FileBuckets& buckets);
+    bool MergeSlot(FastArrayBlock& block, std::uint32_t slot, const KnownKeys& known);
+    void MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets);
     void AppendIds(const FastArrayBlock& block, const FileBuckets& buckets);
 
     std::vector<FastArrayBlock> mBlocks; // mBaseId ascends

@@ -10,6 +10,15 @@ const std::size_t kLeastImage = 25;
 
 const std::uint8_t kBigEndianBit = 1;
 const std::uint8_t kLastFlatMinor = 127;
+
+bool ReadByteOrder(ImageCursor& cursor)
+{
+    const std::size_t at = cursor.Offset();
+    const std::uint8_t order = cursor.Read<std::uint8_t>("byte-order byte");
+    if (order & ~kBigEndianBit)
+        cursor.Spoil(at, "byte-order byte", "it is neither 0 nor 1");
+    return order & kBigEndianBit;
+}
 } // namespace
 
 ImageLayout ImageHeader::Layout() const
@@ -40,7 +49,7 @@ ImageHeader ReadImageHeader(ImageCursor& cursor)
     if (header.Layout() == ImageLayout::kFlat)
     {
         if (header.mMinor >= 1)
-            header.mBigEndian = cursor.Read<std::uint8_t>("byte-order byte") & kBigEndianBit;
+            header.mBigEndian = ReadByteOrder(cursor);
         cursor.SetSwap(NeedsSwap(header.mBigEndian));
     }
     return header;

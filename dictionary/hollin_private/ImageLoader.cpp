@@ -15,6 +15,16 @@ namespace
 {
 const std::size_t kFirstStreamRead = 0x10000;
 
+// Writers lay runs out one behind the other. Others may let texts share bytes,
+// which is taken to be so unless it is plain that none do.
+bool MaySharePool(const StoredRuns& runs)
+{
+    bool apart = true;
+    for (std::size_t i = 1; i < runs.Size(); ++i)
+        apart &= runs.mOffsets[i] >= std::uint64_t(runs.mOffsets[i - 1]) + runs.mLengths[i - 1];
+    return !apart;
+}
+
 StoredRuns CopyRuns(const ImageRuns& runs)
 {
     StoredRuns copy;
@@ -25,6 +35,7 @@ StoredRuns CopyRuns(const ImageRuns& runs)
     copy.mPool.resize(runs.mPoolSize);
     if (runs.mPoolSize)
         std::memcpy(copy.mPool.data(), runs.mPool, runs.mPoolSize);
+    copy.mSharesPool = MaySharePool(copy);
     return copy;
 }
 

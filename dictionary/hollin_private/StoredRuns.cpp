@@ -21,7 +21,8 @@ OwnedRun Copy(const ByteRun& run)
 
 void StoredRuns::Replace(std::size_t index, const ByteRun& run)
 {
-    if (run.mLength > mLengths[index])
+    const bool isShared = mSharesPool && !StandsApart(index);
+    if (run.mLength > mLengths[index] || (run.mLength && isShared))
     {
         OwnedRun copy = Copy(run);
         mPointers.resize(mLengths.size());
@@ -50,12 +51,5 @@ void StoredRuns::Insert(std::size_t index, const ByteRun& run)
     }
     InsertAt(mLengths, index, static_cast<std::uint16_t>(run.mLength));
     InsertAt(mPointers, index, std::move(copy));
-}
-
-void StoredRuns::SetApart(std::size_t index)
-{
-    OwnedRun copy = Copy(Get(index));
-    mPointers.resize(mLengths.size());
-    mPointers[index] = std::move(copy);
 }
 } // namespace hollin_private

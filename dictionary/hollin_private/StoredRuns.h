@@ -24,6 +24,9 @@ public:
     Table<unsigned char> mPool;
     std::vector<std::unique_ptr<unsigned char[]>> mPointers; // none, or one a run
 
+    // Set if runs of the pool may share bytes; none is overwritten there then.
+    bool mSharesPool = false;
+
     std::size_t Size() const { return mLengths.size(); }
 
     // Empty beyond the end.
@@ -34,19 +37,21 @@ public:
         return ByteRun{Place(index), mLengths[index]};
     }
 
-    // The run is copied. What fits is overwritten in place. A failed
-    // allocation changes nothing.
+    // The run is copied. What fits is overwritten in place if the place is its
+    // own. A failed allocation changes nothing.
     void Replace(std::size_t index, const ByteRun& run);
     void Insert(std::size_t index, const ByteRun& run); // index up to Size()
 
-    // Gives the run a place of its own.
-    void SetApart(std::size_t index);
-
 private:
+    bool StandsApart(std::size_t index) const
+    {
+        return index < mPointers.size() && mPointers[index];
+    }
+
     // Of a run that isn't empty.
     const unsigned char* Place(std::size_t index) const
     {
-        if (index < mPointers.size() && mPointers[index])
+        if (StandsApart(index))
             return mPointers[index].get();
         return mPool.data() + mOffsets[index];
     }

@@ -181,25 +181,6 @@ TEST(Dictionary, OddValuesAreGivenInWholeUnits)
     EXPECT_EQ(GetRaw(flat, "/a"), u"a");
 }
 
-TEST(Dictionary, RawTextsAreAligned)
-{
-    // The second value of the file stands at an odd address.
-    hollin_private::DictionaryImpl impl(true);
-    FileBlock file({{"odd", "xyz"}, {"text", std::string("a\0b\0", 4)}});
-    hollin_private::FastArray& store = *impl.mFastArray;
-    ASSERT_TRUE(store.AdoptBlock(std::move(file.mBlock), std::move(file.mBuckets), 0));
-    ZString text;
-    EXPECT_TRUE(impl.FindText(ToRun("text"), &text));
-    EXPECT_EQ(ToText(text), u"ab");
-    for (std::uint32_t id : {0u, 1u})
-    {
-        store.AlignValue(id);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(store.Value(id).mBytes) % 2, 0u);
-    }
-    EXPECT_EQ(ToBytes(store.Value(0)), "xyz");
-    EXPECT_EQ(ToBytes(store.Value(1)), std::string("a\0b\0", 4));
-}
-
 TEST(Dictionary, CopiesShareAFlatStore)
 {
     Dictionary flat(true);

@@ -245,6 +245,25 @@ TEST_F(FlatStore, AFileLoadedAgainIsDropped)
     EXPECT_EQ(Get("c"), "3");
 }
 
+TEST_F(FlatStore, IdentifiersOfRemovedSlotsStayInTheirBucket)
+{
+    ASSERT_TRUE(Adopt({{"a", "1"}, {"b", "2"}}));
+    const std::string zero(1, '\0'); // which shares the bucket of removed slots here
+    ASSERT_TRUE(Adopt({{"", ""}, {"a", "3"}, {zero, "4"}, {"", ""}}));
+    const hollin_private::IdBuckets::Ids ids = mStore.Buckets().Get(0);
+    EXPECT_EQ(std::vector<std::uint32_t>(ids.begin(), ids.end()),
+              (std::vector<std::uint32_t>{2, 4, 5}));
+    EXPECT_EQ(mStore.Buckets().Get(97).size(), 1u) << "a, which was merged";
+    EXPECT_EQ(Find(""), 2u);
+    EXPECT_EQ(ToBytes(mStore.Value(2)), "");
+    EXPECT_EQ(Get(zero), "4");
+    EXPECT_EQ(Get("a"), "3");
+    // A continuation's, too.
+    ASSERT_TRUE(Adopt({{"", ""}, {"c", "5"}}, 6));
+    EXPECT_EQ(mStore.Buckets().Get(0).size(), 4u);
+    EXPECT_EQ(Get("c"), "5");
+}
+
 TEST_F(FlatStore, ARemovedEntryMatchesNothingInAMerge)
 {
     ASSERT_TRUE(Adopt({{"a", "1"}, {"b", "2"}}));

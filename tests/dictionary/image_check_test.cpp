@@ -55,6 +55,34 @@ TEST(ImageCheck, TellsWhatAnOldImageHolds)
     }
 }
 
+TEST(ImageCheck, CountsWhatIsLive)
+{
+    FlatOptions keyless;
+    keyless.marker = 'N';
+    const ImageBuilder images[] = {BuildFlat(kEntries), BuildFlat(kEntries, keyless)};
+    EXPECT_EQ(Check(images[0].With(images[0].Offset("live"), 3, 4)).mLive, 2u);
+    for (const std::uint32_t told : {0u, 1u, 3u})
+    {
+        const ImageReport report = Check(images[1].With(images[1].Offset("live"), told, 4));
+        EXPECT_FALSE(report.mDamaged) << report.mSentence;
+        EXPECT_EQ(report.mLive, 3u);
+    }
+    // An empty key is an entry to whoever writes it, and a removed slot in the file.
+    hollin::Dictionary dictionary;
+    Load(dictionary, "=1\na=2\n");
+    const ImageReport report = Check(Saved(dictionary));
+    EXPECT_FALSE(report.mDamaged) << report.mSentence;
+    EXPECT_EQ(report.mLive, 1u);
+}
+
+TEST(ImageCheck, CountsBytesBehindTheEnd)
+{
+    const std::string image = BuildFlat(kEntries).Image();
+    EXPECT_EQ(Check(image).mTrailing, 0u);
+    EXPECT_EQ(Check(image + "twelve bytes").mTrailing, 12u);
+    EXPECT_FALSE(Check(image + "x").mDamaged);
+}
+
 TEST(ImageCheck, CountsKeysThatNoLookUpFinds)
 {
     const ImageBuilder flat = BuildFlat(kEntries);

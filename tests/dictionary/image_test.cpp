@@ -166,6 +166,28 @@ TEST(FlatLayers, KeysOfOneBucketAreToldApart)
     EXPECT_EQ(TextOf(dictionary, two), u"2");
 }
 
+TEST(FlatLayers, TextsThatShareBytesChangeApart)
+{
+    const ImageBuilder whole = BuildFlat({{"/a", u"text", u"note"}, {"/b", u"text", u"note"}});
+    std::string image = whole.With(whole.Offset("value offsets") + 4, 0, 4);
+    for (int i = 0; i < 4; ++i) // the second comment is the first one's bytes
+        image[whole.Offset("comment offsets") + 4 + static_cast<std::size_t>(i)] = 0;
+    for (const std::u16string text : {u"shor", u"s", u"longer"})
+    {
+        Dictionary dictionary;
+        Load(dictionary, image);
+        Load(dictionary, BuildFlat({{"/a", text, u""}}).Image());
+        const std::u16string comment = u"memo";
+        const auto* units = reinterpret_cast<const std::uint16_t*>(comment.data());
+        const std::uint16_t kX = 'x';
+        EXPECT_EQ(TextOf(dictionary, "/a"), text);
+        EXPECT_EQ(TextOf(dictionary, "/b"), u"text");
+        dictionary.SetString("/a", &kX, 2, units, 8);
+        EXPECT_EQ(TextOf(dictionary, "/a") + TextOf(dictionary, "/b"), u"xtext");
+        EXPECT_EQ(CommentOf(dictionary, "/a") + CommentOf(dictionary, "/b"), u"memonote");
+    }
+}
+
 TEST(FlatLayers, LongKeysAreNotMerged)
 {
     const std::string merged(1023, 'k');

@@ -92,7 +92,7 @@ TEST(Writer, LeavesKeysOutOnRequest)
     EXPECT_FALSE(report.mDamaged) << report.mSentence;
     EXPECT_FALSE(report.mKeyed);
     EXPECT_EQ(report.mSlots, 4u);
-    EXPECT_EQ(report.mLive, 3u);
+    EXPECT_EQ(report.mLive, 4u);
     Dictionary again;
     Load(again, image);
     EXPECT_EQ(TextById(again, 0), u"eins");
