@@ -125,6 +125,11 @@ ZString Dictionary::GetStringById(std::uint32_t id) const
     return text;
 }
 
+std::uint32_t Dictionary::GetId(const char* key) const
+{
+    return FindId(*mImpl, key);
+}
+
 bool Dictionary::HasString(const char* key) const
 {
     if (mImpl->IsFlat())
@@ -255,6 +260,11 @@ std::uint32_t Dictionary::CurrentKey(char* buffer, std::uint32_t size, bool thro
     if (throwIfShort)
         throw VoErrException(VoErrException::kBufferTooSmall);
     return key.mLength;
+}
+
+ZString Dictionary::CurrentText() const
+{
+    return mImpl->CurrentText();
 }
 
 bool Dictionary::IsGood() const

@@ -53,6 +53,9 @@ public:
     ZString GetStringById(std::uint32_t id) const;
     bool HasString(const char* key) const; // not in the default dictionary
 
+    // The identifier of a key in a flat store; kNoId if there is none.
+    std::uint32_t GetId(const char* key) const;
+
     // Point into the store, until it changes, without a copy; the text isn't
     // terminated. 1 if found, else 0 with null. *length is in units.
     int GetRawString(const char* key, const std::uint16_t** units, std::uint32_t* length) const;
@@ -91,6 +94,7 @@ public:
     void ResetIterator();
     bool NextId(std::uint32_t* id);
     std::string CurrentKey() const; // flat stores only; empty otherwise
+    ZString CurrentText() const;    // either store; empty outside a walk
 
     // Into a buffer of size bytes, terminated, cut if it is too short; throws
     // "BUFF" then if throwIfShort is set. Returns the key's length in bytes.

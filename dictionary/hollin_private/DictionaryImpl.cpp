@@ -87,6 +87,16 @@ ByteRun DictionaryImpl::CurrentKey() const
     return entry ? entry->Key() : ByteRun();
 }
 
+hollin::ZString DictionaryImpl::CurrentText() const
+{
+    if (mIterAtStart)
+        return hollin::ZString();
+    if (IsFlat())
+        return TextOf(mFastArray->Value(mIterId));
+    const auto* entry = static_cast<const DictionaryEntry*>(mHashTable.IteratorItem());
+    return entry ? entry->mValue : hollin::ZString();
+}
+
 const DictionaryImpl* DefaultDictionary()
 {
     return sDefaultDictionary;

@@ -42,8 +42,9 @@ public:
     // Of a flat store. False for what isn't there, and for a hash store.
     bool FindTextById(std::uint32_t id, hollin::ZString* text) const;
 
-    // The key at which the walk stands; empty outside a walk.
+    // What the walk stands at; empty outside a walk.
     ByteRun CurrentKey() const;
+    hollin::ZString CurrentText() const;
 
     HashTable mHashTable; // of DictionaryEntry
     boost::intrusive_ptr<FastArray> mFastArray;

@@ -218,6 +218,28 @@ TEST(Dictionary, AWalkGivesEachEntry)
     EXPECT_EQ(Walk(flat), (std::vector<std::string>{"0", "3/d"})) << "the first comes unseen";
 }
 
+TEST(Dictionary, AWalkGivesTextsAndIdentifiers)
+{
+    for (const bool isFlat : {false, true})
+    {
+        Dictionary dictionary(isFlat);
+        const std::string text = "/a=1\n/b=2\n";
+        dictionary.LoadFromMemory(reinterpret_cast<const unsigned char*>(text.data()),
+                                  static_cast<std::int32_t>(text.size()), true);
+        EXPECT_EQ(ToText(dictionary.CurrentText()), u"");
+        std::uint32_t id = 0;
+        for (const char16_t* walked : {u"1", u"2"})
+        {
+            ASSERT_TRUE(dictionary.NextId(&id));
+            EXPECT_EQ(ToText(dictionary.CurrentText()), walked);
+        }
+        EXPECT_FALSE(dictionary.NextId(&id));
+        EXPECT_EQ(ToText(dictionary.CurrentText()), u"");
+        EXPECT_EQ(dictionary.GetId("$$$/b=x"), isFlat ? 1u : kNoId);
+        EXPECT_EQ(dictionary.GetId("/c"), kNoId);
+    }
+}
+
 TEST(Dictionary, TheCurrentKeyIsCopied)
 {
     Dictionary flat(true);

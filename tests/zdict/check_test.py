@@ -45,7 +45,8 @@ class Damage(Case):
         astray = bytearray(flat([("/a", "b"), ("/b", "c")]))
         astray[-4 - 8 - 8 - 2] ^= 3
         result = self.run_tool("check", sound, self.file("offset", offset), text, empty,
-                               self.file("astray", astray), self.file("good", TEXT), status=1)
+                               self.file("astray", astray), self.file("good", TEXT),
+                               self.file("longer", flat(ENTRIES) + b"twelve bytes"), status=1)
         self.assertEqual(result.out.decode().replace(self.folder + "/", "").splitlines(), [
             "sound: fine, version 2.7, 9 texts",
             "offset: damaged at byte 65 in value offsets: one splits a unit",
@@ -54,7 +55,8 @@ class Damage(Case):
             'text: line 4: it replaces the text of "a" in line 1',
             "empty: damaged at byte 0 in image: it is empty",
             "astray: no look-up finds 1 of its 2 texts: keys in the wrong bucket",
-            "good: fine, text, 1 text"])
+            "good: fine, text, 1 text",
+            "longer: fine, version 2.7, 9 texts, 12 bytes behind its end"])
         self.run_tool("check", sound, status=0)
         self.run_tool("check", sound, self.path("missing"), empty, status=2)
 

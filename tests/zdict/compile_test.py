@@ -96,9 +96,16 @@ class Compile(Case):
         result = self.run_tool("compile", "-", stdin=IMAGE[False], status=2)
         self.assertIn("it is an image, not a text (see merge)", result.err)
         self.run_tool("compile", "-", stdin=b"\xEF\xBB\xBF" + IMAGE[False], status=1)
-        self.run_tool("compile", "-", stdin=b"", status=1)
-        self.assertEqual(self.compiled("\n"), flat([], keyed=False))
-        self.assertEqual(self.dumped(flat([], keyed=False)), b"")
+
+    def test_no_entries_go_both_ways(self):
+        empty = flat([], keyed=False)
+        self.assertEqual(self.compiled("\n"), empty)
+        self.assertEqual(self.dumped(empty), b"")
+        self.assertEqual(self.compiled(""), empty)
+        self.assertEqual(self.run_tool("merge", self.file("a", flat([("/a", "b")])),
+                                       self.file("none", "")).out, flat([("/a", "b")]))
+        for command in "dump", "stats", "check":
+            self.run_tool(command, "-", status=1)
 
     def test_a_base_leaves_room(self):
         result = self.run_tool("compile", "--base", "4294967295", "-", stdin=b"a=1", status=2)

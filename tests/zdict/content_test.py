@@ -62,12 +62,27 @@ class Dump(Case):
         image[lengths:lengths + 2] = b"\0\0"
         self.assertEqual(self.texts(bytes(image)), {"/b": "2"})
 
-    def test_the_first_of_two_equal_keys_counts(self):
+    def test_of_two_equal_keys_the_one_looked_up_counts(self):
         for image in (flat([("/a", "1"), ("/a", "2")]), legacy([("/a", "1"), ("/a", "2")], 0),
                       legacy([("/a", "1"), ("/a", "2")], 5)):
             result = self.run_tool("dump", "-", stdin=image)
             self.assertEqual(result.out, b'"$$$/a=1"\n')
-            self.assertIn('the key "/a" is in it twice; the first one counts', result.err)
+            self.assertIn('the key "/a" is in it twice; what a look-up finds counts', result.err)
+        # In another order than that of the identifiers, and with a lone comment.
+        for comments in ("note", ""), ("", "note"), ("one", "two"):
+            entries = [("/a", str(n), note) if note else ("/a", str(n))
+                       for n, note in enumerate(comments)]
+            image = bytearray(flat(entries))
+            ids = image.index(bytes([0x44, 2, 2, 0, 0, 0])) + 6
+            image[ids:ids + 8] = bytes([1, 0, 0, 0, 0, 0, 0, 0])
+            self.assertEqual(self.run_tool("get", "-", "/a", stdin=bytes(image)).out, b"1\n")
+            merged = self.run_tool("merge", "-", stdin=bytes(image)).out
+            self.assertEqual(merged, flat(entries[1:]))
+
+    def test_texts_that_no_look_up_finds_are_shown(self):
+        image = bytearray(legacy([("/a", "1")], 0))
+        image[26:28] = bytes([3, 0])  # another bucket than the key's
+        self.assertEqual(self.dumped(bytes(image)), b'"$$$/a=1"\n')
 
 
 class Get(Case):

@@ -11,6 +11,12 @@ std::string VersionOf(const hollin::ImageReport& report)
     return "version " + std::to_string(report.mMajor) + "." + std::to_string(report.mMinor);
 }
 
+// What loads pass over, which may come of files put together.
+std::string TrailingOf(const hollin::ImageReport& report)
+{
+    return report.mTrailing ? ", " + Counted(report.mTrailing, "byte") + " behind its end" : "";
+}
+
 void Print(const std::string& file, const std::string& what)
 {
     std::printf("%s: %s\n", Printable(file).c_str(), what.c_str());
@@ -38,7 +44,8 @@ Status CheckImageFile(const InputFile& file, const hollin::ImageReport& report)
         Print(file.mName, "no look-up finds " + std::to_string(report.mAstray) + " of its " +
                               Counted(report.mLive, "text") + ": keys in the wrong bucket");
     else
-        Print(file.mName, "fine, " + VersionOf(report) + ", " + Counted(report.mLive, "text"));
+        Print(file.mName, "fine, " + VersionOf(report) + ", " + Counted(report.mLive, "text") +
+                              TrailingOf(report));
     return report.mDamaged || report.mAstray ? kFaulty : kFine;
 }
 

@@ -1,6 +1,6 @@
 #include "entries.h"
 
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 
 #include <control.h>
@@ -29,17 +29,23 @@ void RequireLookUp(const std::string& key, const InputFile& file)
                   "the key " + Quoted(key) + " can't be looked up: it holds a \"=\" or a NUL"};
 }
 
-Entry EntryAt(const hollin::Dictionary& dictionary, std::uint32_t id, const std::string& key,
-              const hollin::ImageReport& report)
+// A lone comment is given for every entry, but is one entry's.
+hollin::ZString CommentOf(const hollin::Dictionary& dictionary, std::uint32_t id,
+                          const hollin::ImageReport& report)
 {
-    Entry entry = {key, hollin::ZString(), hollin::ZString()};
-    if (report.mMajor < 2)
-        entry.mText = dictionary.GetString(("$$$" + key).c_str());
-    else
-        entry.mText = dictionary.GetStringById(id);
-    if (report.mComments > 1 || id == report.mLoneCommentId)
-        entry.mComment = dictionary.GetCommentById(id);
-    return entry;
+    const bool isItsOwn = report.mComments > 1 || id == report.mLoneCommentId;
+    return isItsOwn ? dictionary.GetCommentById(id) : hollin::ZString();
+}
+
+// Gives an entry whose key comes again what a look-up finds. Keys that no look-up
+// finds keep the first.
+void LookUp(const hollin::Dictionary& dictionary, const hollin::ImageReport& report, Entry* entry)
+{
+    const std::string literal = "$$$" + entry->mKey;
+    if (!dictionary.HasString(literal.c_str()))
+        return;
+    entry->mText = dictionary.GetString(literal.c_str());
+    entry->mComment = CommentOf(dictionary, dictionary.GetId(literal.c_str()), report);
 }
 
 Entries ReadImage(const InputFile& file, const hollin::ImageReport& report)
@@ -48,17 +54,21 @@ Entries ReadImage(const InputFile& file, const hollin::ImageReport& report)
     dictionary.LoadFromMemory(file.mBytes.data(), static_cast<std::int32_t>(file.mBytes.size()),
                               false);
     Entries entries;
-    std::unordered_set<std::string> keys;
+    std::unordered_map<std::string, std::size_t> places; // of keys in the entries
     for (std::uint32_t id = 0; dictionary.NextId(&id);)
     {
         const std::string key = CurrentKey(dictionary);
         if (key.empty() && report.mMajor >= 2)
             continue; // a removed slot
         RequireLookUp(key, file);
-        if (keys.insert(key).second)
-            entries.push_back(EntryAt(dictionary, id, key, report));
-        else
-            Tell(file.mName, "the key " + Quoted(key) + " is in it twice; the first one counts");
+        const auto place = places.emplace(key, entries.size());
+        if (place.second)
+        {
+            entries.push_back({key, dictionary.CurrentText(), CommentOf(dictionary, id, report)});
+            continue;
+        }
+        Tell(file.mName, "the key " + Quoted(key) + " is in it twice; what a look-up finds counts");
+        LookUp(dictionary, report, &entries[place.first->second]);
     }
     return entries;
 }
@@ -108,7 +118,7 @@ Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report,
         return ReadTextEntries(file, options);
     if (report.mDamaged)
         throw Failure{kFaulty, file.mName, DamageOf(report)};
-    if (!report.mKeyed && report.mLive)
+    if (!report.mKeyed && report.mSlots)
         throw Failure{kFaulty, file.mName, "it has no keys"};
     if (report.mTextFlag > hollin::kEncodingUTF8 && !options.mCodePageGiven)
         throw Failure{kUnusable, file.mName,

@@ -27,7 +27,8 @@ typedef std::vector<Entry> Entries;
 // the one of the options.
 hollin::ImageReport CheckFile(const InputFile& file, const Options& options);
 
-// An empty file is no text but a damaged image.
+// An empty file is no text but a damaged image, other than among the layers of
+// an image to be made.
 bool IsText(const InputFile& file, const hollin::ImageReport& report);
 
 // report is of the same file. Throws a Failure, people having been told of each bad line, if the

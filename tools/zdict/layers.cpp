@@ -51,7 +51,9 @@ Status AddFile(const std::string& name, const Options& options, Inputs inputs, L
         const hollin::ImageReport report = CheckFile(file, options);
         if (inputs == Inputs::kTexts && report.mForm == hollin::ImageReport::kBinary)
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
-        const Entries entries = ReadEntries(file, report, options);
+        // A text of no entries, such as an image without any is dumped to.
+        const Entries entries =
+            file.mBytes.empty() ? Entries() : ReadEntries(file, report, options);
         const std::size_t replaced = layers->Add(entries, file.mName);
         layers->SetLocale(report.mLocale);
         if (options.mVerbose)
