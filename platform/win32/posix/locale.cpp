@@ -17,8 +17,9 @@ namespace
 const unsigned short kNoBreakSpace = 0xA0;
 const unsigned short kNarrowNoBreakSpace = 0x202F;
 
-// 0 stands for a mark that isn't one UTF-16 unit long.
-struct NumberMarks
+// 0 stands for a mark that isn't one UTF-16 unit long. Aligned as one word, so that
+// each compiler loads both at once.
+struct alignas(4) NumberMarks
 {
     unsigned short mDecimal;
     unsigned short mThousands;
