@@ -131,8 +131,8 @@ public:
     {
         UErrorCode error = U_ZERO_ERROR;
         std::int32_t length = 0;
-        const UChar* text = ures_getStringByKey(
-            mBundle, CatalogueKeys().mBare[number].c_str(), &length, &error);
+        const UChar* text =
+            ures_getStringByKey(mBundle, CatalogueKeys().mBare[number].c_str(), &length, &error);
         return std::u16string(text, static_cast<std::size_t>(length));
     }
 
@@ -179,8 +179,8 @@ const std::string& Image()
         std::mt19937 draw(1);
         for (int number = 0; number < kImageKeys; ++number)
         {
-            const std::string key = "/QX/Module" + std::to_string(draw() % 97) + "/Item" +
-                                    std::to_string(number);
+            const std::string key =
+                "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
             std::vector<std::uint16_t> value(10 + draw() % 50);
             for (std::uint16_t& unit : value)
                 unit = static_cast<std::uint16_t>('a' + draw() % 26);

@@ -149,13 +149,13 @@ private:
         const char bytes[] = {static_cast<char>(byte), 0};
         mPage.mIsLead[byte] = IsLeadByte(mSource.mLeadBytes, byte);
         if (mPage.mIsLead[byte])
+        {
             DecodePairs(byte);
-        else if (byte < 0x80)
-            mPage.mSingles[byte] = byte;
-        else if (const Unit unit = Decode(mConverter, bytes, 1))
-            mPage.mSingles[byte] = unit;
-        else if (byte < 0xA0)
-            mPage.mSingles[byte] = byte;
+            return;
+        }
+        const Unit unit = byte < 0x80 ? byte : Decode(mConverter, bytes, 1);
+        if (unit || byte < 0xA0)
+            mPage.mSingles[byte] = unit ? unit : byte;
     }
 
     void DecodePairs(Byte lead)
