@@ -3,6 +3,8 @@
 #ifndef PLATFORM_CODE_UNITS_H
 #define PLATFORM_CODE_UNITS_H
 
+#include <cstddef>
+
 namespace platform
 {
 inline bool IsHighSurrogate(unsigned int unit)
@@ -27,6 +29,17 @@ inline int UTF8Length(unsigned char lead)
 inline bool IsUTF8Continuation(unsigned char byte)
 {
     return (byte & 0xC0) == 0x80;
+}
+
+// The length of UTF-8 text that is cut behind a character to at most limit
+// bytes.
+inline std::size_t CutUTF8(const char* text, std::size_t length, std::size_t limit)
+{
+    if (length <= limit)
+        return length;
+    while (limit && IsUTF8Continuation(static_cast<unsigned char>(text[limit])))
+        --limit;
+    return limit;
 }
 
 // Whether a byte can come second in the sequence: neither an overlong one nor a

@@ -4,6 +4,7 @@
 #include <tolv/profile.h>
 
 #include "krobase/trace_switches.h"
+#include "kroview/switches.h"
 #include "tolv/profile_switches.h"
 #include "tolv/switches.h"
 #include "win32/posix/switches.h"
@@ -21,6 +22,11 @@ void ResetAll()
     SetLogSink(LogSink());
     SetTrace(nullptr, 0);
     SetTraceSink(boost::function<void(const char*)>());
+    SetDebugStringSink(boost::function<void(const char*)>());
+    SetAlertPresenter(AlertPresenter());
+    SetModifierKeys(0);
+    kroview::EmptyClipboard();
+    kroview::ForgetInputCapture();
     win32::ResetBeepCount();
     SetPhysicalMemory(0, 0);
     tolv::ResetSwitches();
@@ -69,6 +75,21 @@ void SetTrace(const char* category, int level)
 void SetTraceSink(const boost::function<void(const char*)>& sink)
 {
     krobase::debug::SetTraceSink(sink);
+}
+
+void SetDebugStringSink(const boost::function<void(const char*)>& sink)
+{
+    win32::SetDebugStringSink(sink);
+}
+
+void SetModifierKeys(unsigned int mask)
+{
+    tolv::SetModifierKeys(mask);
+}
+
+krobase::utility::UTF16String ClipboardText()
+{
+    return kroview::ClipboardText();
 }
 
 unsigned int BeepCount()

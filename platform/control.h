@@ -8,6 +8,7 @@
 #include <boost/function.hpp>
 
 #include "export.h"
+#include "krobase/text.h"
 
 namespace platform
 {
@@ -44,6 +45,47 @@ PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 // sink restores the default, stderr.
 PLATFORM_EXPORT void SetTrace(const char* category, int level);
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
+
+// The text of every OutputDebugStringA, on the thread that calls it, with no
+// lock held. An empty sink restores the default, stderr.
+PLATFORM_EXPORT void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
+
+// A developer's answer to an assertion.
+enum AssertAnswer
+{
+    kAnswerGoOn,
+    kAnswerBreak,     // break into the debugger
+    kAnswerGoOnAlways // go on, and don't ask for this assertion again
+};
+
+// What a message box shows. An alert with an answer is an assertion; any other
+// has one button, OK.
+struct Alert
+{
+    bool throughHost; // through kroview's Messagebox, not through MessageBoxW
+    bool hasTitle;
+    krobase::utility::UTF16String title; // empty if there is none
+    krobase::utility::UTF16String text;
+    unsigned int flags;   // of MessageBoxW; 0 through the host
+    int icon;             // of Messagebox; 0 through MessageBoxW
+    float sizeHint;       // of Messagebox: 0, or the width that suits the text
+    AssertAnswer* answer; // kAnswerGoOn until the presenter sets it; null if none is asked for
+};
+
+// Shows each alert, on the thread that calls the box and with no lock held, and
+// returns when the user has dismissed it. What it throws reaches the caller of
+// the box. An empty one restores the default, which writes the alert to stderr
+// and returns; an assertion it answers with kAnswerBreak if a debugger is
+// attached. alert/layout.h has what presenters need.
+typedef boost::function<void(const Alert&)> AlertPresenter;
+PLATFORM_EXPORT void SetAlertPresenter(const AlertPresenter& presenter);
+
+// The modifier keys that are down, as GetCurrentKeyModifiers gives them; 0 at
+// the start. Who sees the keyboard tells them here.
+PLATFORM_EXPORT void SetModifierKeys(unsigned int mask);
+
+// The text that was put on the clipboard last; empty at the start.
+PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();
 
 // MessageBeep calls so far.
 PLATFORM_EXPORT unsigned int BeepCount();

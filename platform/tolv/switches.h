@@ -17,6 +17,9 @@ bool MemDialogsQuieted();
 // What GetScriptManagerVariable answers.
 void SetDoubleByteScript(bool on);
 
+// What GetCurrentKeyModifiers answers.
+void SetModifierKeys(unsigned int mask);
+
 // Ends injected failures and sets the counts back; limits stay.
 void ResetSwitches();
 

@@ -1,4 +1,4 @@
-// System sounds and texts, under the operating system's own names.
+// System sounds, texts and message boxes, under the operating system's own names.
 
 #ifndef WIN32_MESSAGES_H
 #define WIN32_MESSAGES_H
@@ -9,6 +9,20 @@ namespace win32
 {
 // Makes a sound; 0xFFFFFFFF is the simple one. Non-zero on success.
 PLATFORM_EXPORT int MessageBeep(unsigned int type);
+
+const unsigned int kBoxIconError = 0x10;
+const unsigned int kBoxIconQuestion = 0x20;
+const unsigned int kBoxIconWarning = 0x30;
+const unsigned int kBoxIconNote = 0x40;
+const unsigned int kBoxTaskModal = 0x2000;
+const unsigned int kBoxTopmost = 0x40000;
+
+// Shows a message box with an OK button through the host's presenter of alerts
+// and returns 1 when it has been dismissed. Texts end with a terminator; a null
+// one is empty, and without a title the presenter is told so. flags are those
+// above. Throws what the presenter throws.
+PLATFORM_EXPORT int MessageBoxW(void* window, const unsigned short* text,
+                                const unsigned short* title, unsigned int flags);
 
 const unsigned int kFormatAllocateBuffer = 0x100;
 const unsigned int kFormatIgnoreInserts = 0x200;

@@ -3,11 +3,14 @@
 #ifndef WIN32_POSIX_SWITCHES_H
 #define WIN32_POSIX_SWITCHES_H
 
+#include <boost/function.hpp>
+
 namespace win32
 {
 void SetActiveCodePage(unsigned int codePage);
 void SetUserLocale(const char* localeId);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
+void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 unsigned int BeepCount();
 void ResetBeepCount();
 } // namespace win32

@@ -9,6 +9,8 @@
 
 #include <wril/wril.h>
 
+#include "../../code_units.h"
+
 namespace win32
 {
 namespace
@@ -19,13 +21,8 @@ const unsigned int kCallingThread = 0xFFFFFFFFu;
 void NameCallingThread(const char* name)
 {
     char cut[kLongestThreadName + 1] = {};
-    std::size_t length = strnlen(name, kLongestThreadName + 1);
-    if (length > kLongestThreadName)
-    {
-        length = kLongestThreadName;
-        while (length && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
-            --length;
-    }
+    const std::size_t known = strnlen(name, kLongestThreadName + 1);
+    const std::size_t length = platform::CutUTF8(name, known, kLongestThreadName);
     std::memcpy(cut, name, length);
     pthread_setname_np(pthread_self(), cut);
 }

@@ -1,0 +1,178 @@
+#include "layout.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include <unicode/brkiter.h>
+
+#include <win32/messages.h>
+
+#include "../code_units.h"
+
+namespace platform
+{
+namespace
+{
+typedef krobase::utility::UTF16String UTF16String;
+using kroview::dialogs::messagebox::Icon;
+
+// Longer ones are broken anyhow: places in them are 32-bit.
+const std::size_t kLongestParagraph = 1 << 20;
+
+const unsigned int kBoxIconMask = 0xF0;
+
+Icon IconOfFlags(unsigned int flags)
+{
+    using namespace kroview::dialogs::messagebox;
+    switch (flags & kBoxIconMask)
+    {
+    case win32::kBoxIconError:
+        return kIconError;
+    case win32::kBoxIconQuestion:
+        return kIconQuestion;
+    case win32::kBoxIconWarning:
+        return kIconWarning;
+    case win32::kBoxIconNote:
+        return kIconNote;
+    default:
+        return kIconNone;
+    }
+}
+
+Icon KnownIcon(int icon)
+{
+    using namespace kroview::dialogs::messagebox;
+    return icon >= kIconError && icon <= kIconNote ? static_cast<Icon>(icon) : kIconNone;
+}
+
+bool IsLineEnd(unsigned short unit)
+{
+    return unit == '\n' || unit == '\r';
+}
+
+// Units of the line end at the place, 0 if there is none.
+std::size_t LineEndLength(const UTF16String& text, std::size_t place)
+{
+    if (place == text.size() || !IsLineEnd(text[place]))
+        return 0;
+    const bool isPair = text[place] == '\r' && place + 1 < text.size() && text[place + 1] == '\n';
+    return isPair ? 2 : 1;
+}
+
+bool IsControl(unsigned short unit)
+{
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+class ParagraphWrapper
+{
+public:
+    ParagraphWrapper(const LineFits& fits, std::vector<UTF16String>& lines)
+        : mFits(fits), mLines(lines), mWords(Breaks(&icu::BreakIterator::createLineInstance)),
+          mCharacters(Breaks(&icu::BreakIterator::createCharacterInstance))
+    {
+    }
+
+    void Wrap(const UTF16String& paragraph)
+    {
+        mText = paragraph;
+        std::replace_if(mText.begin(), mText.end(), IsControl, ' ');
+        const icu::UnicodeString text(mText.data(), static_cast<int>(mText.size()));
+        mWords->setText(text);
+        mCharacters->setText(text);
+        int start = 0;
+        int fitting = 0; // the last break before which the line fits
+        mWords->first();
+        for (int next = mWords->next(); next != icu::BreakIterator::DONE; next = mWords->next())
+        {
+            while (!mFits(Line(start, next)))
+            {
+                if (fitting == start)
+                    fitting = CutWord(start, next);
+                // What doesn't fit although it can't be cut stands as it is.
+                if (fitting == next)
+                    break;
+                mLines.push_back(Line(start, fitting));
+                start = fitting;
+            }
+            fitting = next;
+        }
+        mLines.push_back(Line(start, static_cast<int>(mText.size())));
+    }
+
+private:
+    typedef icu::BreakIterator* (*Factory)(const icu::Locale&, UErrorCode&);
+
+    static std::unique_ptr<icu::BreakIterator> Breaks(Factory make)
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::BreakIterator> breaks(make(icu::Locale::getRoot(), status));
+        if (U_FAILURE(status))
+            throw std::bad_alloc();
+        return breaks;
+    }
+
+    UTF16String Line(int start, int end) const
+    {
+        while (end > start && mText[static_cast<std::size_t>(end) - 1] == ' ')
+            --end;
+        return mText.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start));
+    }
+
+    // Where to cut a word that has no room: behind the last character that has,
+    // at least one.
+    int CutWord(int start, int end) const
+    {
+        int cut = std::min(mCharacters->following(start), end);
+        while (cut < end)
+        {
+            const int further = std::min(mCharacters->following(cut), end);
+            if (!mFits(Line(start, further)))
+                break;
+            cut = further;
+        }
+        return cut;
+    }
+
+    const LineFits& mFits;
+    std::vector<UTF16String>& mLines;
+    const std::unique_ptr<icu::BreakIterator> mWords;
+    const std::unique_ptr<icu::BreakIterator> mCharacters;
+    UTF16String mText;
+};
+
+// The place behind the paragraph that begins at start, without its line end.
+std::size_t ParagraphEnd(const UTF16String& text, std::size_t start)
+{
+    const std::size_t limit =
+        text.size() - start > kLongestParagraph ? start + kLongestParagraph : text.size();
+    const auto end = std::find_if(text.begin() + static_cast<std::ptrdiff_t>(start),
+                                  text.begin() + static_cast<std::ptrdiff_t>(limit), IsLineEnd);
+    const std::size_t place = static_cast<std::size_t>(end - text.begin());
+    const bool insidePair = place == limit && place < text.size() &&
+                            IsHighSurrogate(text[place - 1]) && IsLowSurrogate(text[place]);
+    return insidePair ? place - 1 : place;
+}
+} // namespace
+
+Icon IconOf(const Alert& alert)
+{
+    return alert.throughHost ? KnownIcon(alert.icon) : IconOfFlags(alert.flags);
+}
+
+std::vector<UTF16String> WrapText(const UTF16String& text, const LineFits& fits)
+{
+    std::vector<UTF16String> lines;
+    ParagraphWrapper wrapper(fits, lines);
+    for (std::size_t start = 0; start < text.size();)
+    {
+        const std::size_t end = ParagraphEnd(text, start);
+        wrapper.Wrap(text.substr(start, end - start));
+        start = end + LineEndLength(text, end);
+    }
+    while (!lines.empty() && lines.back().empty())
+        lines.pop_back();
+    return lines;
+}
+} // namespace platform

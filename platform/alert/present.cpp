@@ -1,0 +1,26 @@
+#include "present.h"
+
+#include "../switched_function.h"
+#include "console.h"
+
+namespace platform
+{
+namespace
+{
+typedef SwitchedFunction<void(const Alert&)> Presenter;
+Presenter& sPresenter = Presenter::Immortal();
+} // namespace
+
+void Present(const Alert& alert)
+{
+    if (const auto presenter = sPresenter.Get())
+        (*presenter)(alert);
+    else
+        PresentOnConsole(alert);
+}
+
+void SetAlertPresenter(const AlertPresenter& presenter)
+{
+    sPresenter.Set(presenter);
+}
+} // namespace platform

@@ -1,0 +1,20 @@
+// The clipboard. Any thread.
+
+#ifndef KROVIEW_DATATRANSFER_H
+#define KROVIEW_DATATRANSFER_H
+
+#include <krobase/text.h>
+
+#include "../export.h"
+
+namespace kroview
+{
+namespace datatransfer
+{
+// Puts text in the place of what is on the clipboard. The clipboard is the
+// process's own; platform::ClipboardText reads it.
+PLATFORM_EXPORT void NewClipboardSendData(const krobase::utility::UTF16String& text);
+} // namespace datatransfer
+} // namespace kroview
+
+#endif

@@ -1,0 +1,80 @@
+#include "ui.h"
+
+#include <atomic>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "switches.h"
+
+namespace kroview
+{
+namespace pencart
+{
+SupplierInterface::~SupplierInterface() = default;
+} // namespace pencart
+
+namespace ui
+{
+namespace
+{
+std::atomic<UI_NodeManager*> sManager(nullptr);
+
+struct Capture
+{
+    bool mIsHeld = false;
+    UI_NodeManager::CaptureEnd mOnEnd;
+};
+
+boost::mutex& sCaptureLock = *new boost::mutex; // guards sCapture; both stay for good
+Capture& sCapture = *new Capture;
+
+// Puts a capture in the place of the one that is given back.
+Capture ExchangeCapture(Capture capture)
+{
+    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    std::swap(capture, sCapture);
+    return capture;
+}
+
+void Tell(const Capture& ended, bool cancelled)
+{
+    if (ended.mOnEnd)
+        ended.mOnEnd(cancelled);
+}
+} // namespace
+
+UI_Node::~UI_Node() = default;
+
+UI_NodeManager* UI_NodeManager::Get(bool onlyIfMade)
+{
+    if (!onlyIfMade)
+    {
+        static UI_NodeManager& manager = *new UI_NodeManager;
+        sManager = &manager;
+    }
+    return sManager;
+}
+
+void UI_NodeManager::BeginInputCapture(const CaptureEnd& onEnd)
+{
+    Tell(ExchangeCapture({true, onEnd}), true);
+}
+
+void UI_NodeManager::EndInputCapture(bool cancelled)
+{
+    Tell(ExchangeCapture({}), cancelled);
+}
+
+bool UI_NodeManager::HasInputCapture() const
+{
+    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    return sCapture.mIsHeld;
+}
+} // namespace ui
+
+void ForgetInputCapture()
+{
+    ui::ExchangeCapture({});
+}
+} // namespace kroview

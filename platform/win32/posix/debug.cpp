@@ -1,0 +1,43 @@
+#include <win32/debug.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "../../switched_function.h"
+#include "status_figures.h"
+#include "switches.h"
+
+namespace win32
+{
+namespace
+{
+typedef platform::SwitchedFunction<void(const char*)> Sink;
+Sink& sSink = Sink::Immortal();
+} // namespace
+
+int IsDebuggerPresent()
+{
+    StatusFigure tracer = {"TracerPid:", 0};
+    return ReadStatusFigures(&tracer, 1) && tracer.mValue != 0;
+}
+
+void DebugBreak()
+{
+    std::raise(SIGTRAP);
+}
+
+void OutputDebugStringA(const char* text)
+{
+    if (!text)
+        return;
+    if (const auto sink = sSink.Get())
+        (*sink)(text);
+    else
+        std::fputs(text, stderr);
+}
+
+void SetDebugStringSink(const Sink::Function& sink)
+{
+    sSink.Set(sink);
+}
+} // namespace win32
