@@ -1,4 +1,12 @@
-// Errors: their codes in words, and what a thread last reported.
+// Errors: their way to the user and the log, their codes in words, and what a
+// thread last reported.
+//
+// A report is a text with a severity and a location code (the module in the high
+// half, a place in it in the low half; 0 for none). It is logged, handed to the
+// logging callbacks and counted as the interaction mask says (U_Interact.h), and
+// then shown at once, or posted (U_Posted.h) if it comes from another thread than
+// the UI thread, belongs to a group, or alerts are held back. A thread that
+// reports while it is reporting is ignored.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that
@@ -10,6 +18,10 @@
 
 #include <stddef.h>
 
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
+#include <kroview/ui.h>
+
 #include "U_Types.h"
 
 // The size in bytes of the text of a report, with its terminator.
@@ -20,7 +32,50 @@ const size_t U_ReportTextSize = 512;
 // system code. Each may be null. Always 0.
 U_EXPORT U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error);
 
+// Reports a text. What a logging callback throws passes through, and so does its
+// code, as an int; the report ends there and isn't shown. On the UI thread it may
+// return only when the user has dismissed the alert.
+U_EXPORT void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text);
+
+// Posts a text for the user, without log, callbacks and counts. Never throws an
+// int or a std::exception.
+U_EXPORT void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text);
+
+// Forgets which message was shown last: other threads may post it again.
+U_EXPORT void U_ClearLastReportedError();
+
+// Says where alerts are shown: both are needed for the host's own message box,
+// else the system's serves. The library keeps a reference on the node until other
+// values come; it doesn't own the supplier. For the UI thread, once the host's
+// interface exists; birth and death clear both.
+U_EXPORT void U_SetPencartValuesForUErrors(kroview::pencart::SupplierInterface* supplier,
+                                           boost::intrusive_ptr<kroview::ui::UI_Node> node);
+
 // For close neighbours.
+
+// What the operation above has stored.
+U_EXPORT extern kroview::pencart::SupplierInterface* Up_DrawSupplierP0;
+U_EXPORT extern boost::intrusive_ptr<kroview::ui::UI_Node> Up_TopLevelWindowP0;
+
+// The report proper, without the thread logging buffer. grouped says that the
+// text belongs to a group. Throws as U_ReportError does.
+U_EXPORT void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped);
+
+// Reports the text in the thread logging buffer. Returns 0, or the code of the
+// callback or failure that ended the report.
+U_EXPORT U_Status Up_ReportError(U_u32 location, U_u16 severity);
+
+// Puts a text into that buffer, cut at a character if need be, and reports it.
+// Returns what Up_ReportError does.
+U_EXPORT U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text);
+
+// The same with the meaning of a status or system code behind the text. Nothing
+// happens for the code 0. The code is the result, and the thread's last error
+// also after the report.
+U_EXPORT U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 code,
+                                         const char* text);
+U_EXPORT U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code,
+                                        const char* text);
 
 // A text of the library's own in the current language, or in English while none
 // has been chosen; "[?]" for an unknown index. It stays until the library dies

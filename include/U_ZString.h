@@ -67,6 +67,9 @@ U_EXPORT U_Status U_ZLocaleDeath();
 // To the active code page, as U_UTF16ToMBString without exact.
 U_EXPORT std::string Up_HDT_ConvertToMB(const U_UTF16String& text);
 
+// Reports a text without a location, as U_ReportError does.
+U_EXPORT void Up_HDT_ReportErr(unsigned short severity, const U_UTF16String& text);
+
 // Tells telemetry, if there is any, of a plug-in that is missing or doesn't
 // load: its match name, and its version as eight digits or more.
 U_EXPORT void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName,

@@ -7,15 +7,31 @@
 #include <tolv/text.h>
 #include <win32/text.h>
 
+#include "U_Report.h"
+#include "U_ZString.h"
+#include "indep/frame/ThreadPiece.h"
+
 namespace
 {
 const U_u16 kIncrement = 0x2206;
 const unsigned int kWindowsLatin1 = 1252;
 const unsigned int kWindowsCyrillic = 1251;
 const int kInexact = 10;
+const U_u32 kConversionPlace = 0x17002E;
+const char kFailed[] =
+    "$$$/QX/U/error_bad_unicode_conversion=could not convert Unicode characters.";
 
-[[noreturn]] void ThrowFailure(unsigned int error)
+struct InConversionReport
 {
+    int mEntered;
+};
+
+// The report's own text is converted, too: a failure there is silent.
+[[noreturn]] void ReportAndThrow(unsigned int error)
+{
+    const ScEntered<InConversionReport> entered;
+    if (entered.IsFirst())
+        U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
     throw error ? static_cast<int>(error) : 1;
 }
 
@@ -23,7 +39,7 @@ const int kInexact = 10;
 int SystemCount(std::size_t count)
 {
     if (count > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        ThrowFailure(win32::kErrorInvalidParameter);
+        ReportAndThrow(win32::kErrorInvalidParameter);
     return static_cast<int>(count);
 }
 
@@ -50,7 +66,7 @@ U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t leng
     const int count =
         win32::MultiByteToWideChar(codePage, 0, bytes, byteCount, &units[0], byteCount);
     if (count == 0)
-        ThrowFailure(win32::GetLastError());
+        ReportAndThrow(win32::GetLastError());
     units.resize(static_cast<std::size_t>(count));
     return units;
 }
@@ -69,7 +85,7 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
                                                  reinterpret_cast<char*>(&bytes[0]), capacity,
                                                  nullptr, usedDefault);
     if (count == 0)
-        ThrowFailure(win32::GetLastError());
+        ReportAndThrow(win32::GetLastError());
     bytes.resize(static_cast<std::size_t>(count));
     return bytes;
 }
@@ -92,7 +108,7 @@ std::string ConvertToActive(unsigned int codePage, const U_u16* units, std::size
     int* const asked = exact && codePage != win32::kCodePageUTF8 ? &usedDefault : nullptr;
     std::string bytes = ToBytes<std::string>(codePage, units, length, asked);
     if (usedDefault)
-        throw kInexact;
+        ReportAndThrow(kInexact);
     return bytes;
 }
 

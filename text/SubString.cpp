@@ -8,6 +8,7 @@
 
 #include "U_Encoding.h"
 #include "U_Format.h"
+#include "U_Report.h"
 #include "U_String.h"
 #include "indep/frame/Guard.h"
 #include "text/FormatNum.h"
@@ -16,6 +17,7 @@ namespace
 {
 const std::size_t kMostBytes = 1023; // of a message in a buffer
 const std::size_t kNowhere = U_UTF16String::npos;
+const U_u32 kNumberPlace = 0x17001B;
 
 // The forms of a place, in the order in which they are looked for.
 enum Form
@@ -123,7 +125,14 @@ void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
     next = at;
 }
 
-// Letters that aren't options ask for nothing.
+void ReportUnknownLetter(U_u16 letter)
+{
+    const U_UTF16String text =
+        U_AsciiToUTF16String("unknown format char '") + letter + U_AsciiToUTF16String("'");
+    Up_ReportErrString(kNumberPlace, U_Sev_WARNING, U_UTF16ToMBString(text, false).c_str());
+}
+
+// A letter that is no option is reported and asks for nothing.
 unsigned int OptionOf(U_u16 letter)
 {
     using namespace krobase::utility;
@@ -142,12 +151,19 @@ unsigned int OptionOf(U_u16 letter)
     case 'p':
         return kNumberSpace;
     default:
+        ReportUnknownLetter(letter);
         return 0;
     }
 }
 
+bool IsPartOfNumber(U_u16 unit)
+{
+    return (unit >= '0' && unit <= '9') || unit == '.';
+}
+
 // The specification that begins at start, or what holds without one. A "@" that
-// no second one follows is taken out, and asks for a number without options.
+// no second one follows is reported and taken out, and asks for a number without
+// options.
 Specification ReadSpecification(const U_UTF16String& work, std::size_t start)
 {
     Specification specification = {krobase::utility::kNumberStripZeros, 1, 2, 0};
@@ -157,7 +173,10 @@ Specification ReadSpecification(const U_UTF16String& work, std::size_t start)
     specification.mLength = 1;
     const std::size_t second = work.find('@', start + 1);
     if (second == kNowhere)
+    {
+        Up_ReportErrString(kNumberPlace, U_Sev_WARNING, "missing 2nd '@' in format string");
         return specification;
+    }
 
     specification.mLength = second + 1 - start;
     const U_u16* const first = work.data() + start + 1;
@@ -170,7 +189,10 @@ Specification ReadSpecification(const U_UTF16String& work, std::size_t start)
             ScanInteger(++next, end, &specification.mDecimals);
     }
     for (const U_u16* letter = first; letter != end; ++letter)
-        specification.mFlags |= OptionOf(*letter);
+    {
+        if (!IsPartOfNumber(*letter))
+            specification.mFlags |= OptionOf(*letter);
+    }
     return specification;
 }
 

@@ -109,28 +109,3 @@ U_Status U_FreePtr(void* pointer)
     MEM_DisposePtr(UHeap(), pointer);
     return 0;
 }
-
-U_Status U_GetHandleSize(void** handle, U_u32* size)
-{
-    U_CheckHandleFromHeap(handle);
-    if (!handle || !size)
-        return U_Err_BadParameter;
-    const U_i32 narrow = static_cast<U_i32>(MEM_GetHandleSize(UHeap(), handle));
-    if (narrow < 0) // another heap's block of 2 GiB or more
-        return narrow;
-    *size = static_cast<U_u32>(narrow);
-    return 0;
-}
-
-U_Status U_GetPtrSize(void* pointer, U_u64* size)
-{
-    if (!size)
-        return U_Err_BadParameter;
-    *size = static_cast<U_u32>(MEM_GetPtrSize(UHeap(), pointer));
-    return 0;
-}
-
-U_Status U_CheckHandleFromHeap(void** handle)
-{
-    return MEM_CheckHandleFromHeap(UHeap(), handle);
-}

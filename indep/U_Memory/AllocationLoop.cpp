@@ -7,6 +7,7 @@
 
 #include "U_Budget.h"
 #include "U_Threads.h"
+#include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 
@@ -84,10 +85,13 @@ private:
     U_Status mMeasureError = 0;
 };
 
-void LogUnableToRecover(const AllocationRequest& request)
+// okay: the budget had allowed the block.
+void TellUnableToRecover(const AllocationRequest& request, bool okay)
 {
     WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
                  request.mOpName ? request.mOpName : "Unidentified caller.");
+    if (request.mOpName)
+        Up_ReportAllocFailure(request.mLocation, request.mSize, request.mOpName, okay);
 }
 
 void ClearBlock(void* block, U_u64 size)
@@ -99,7 +103,15 @@ void* Refuse(const AllocationRequest& request)
 {
     WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
                  static_cast<U_i64>(request.mSize));
-    LogUnableToRecover(request);
+    TellUnableToRecover(request, false);
+    return nullptr;
+}
+
+// Outside the loop: no block can be so large.
+[[gnu::cold]] void* RefuseSize(const AllocationRequest& request)
+{
+    if (request.mOpName)
+        Up_ReportAllocFailure(request.mLocation, request.mSize, nullptr, false);
     return nullptr;
 }
 
@@ -110,7 +122,7 @@ void* Refuse(const AllocationRequest& request)
     Recovery recovery(request);
     void* block = recovery.Run(attempt);
     if (!block)
-        LogUnableToRecover(request);
+        TellUnableToRecover(request, true);
     else if (request.mClear && !recovery.MeasureError())
         ClearBlock(block, request.mSize);
     return block;
@@ -120,7 +132,7 @@ void* Refuse(const AllocationRequest& request)
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt)
 {
     if (request.mSize > kLargestBlock)
-        return nullptr;
+        return RefuseSize(request);
     bool okay = true;
     if (Up_OkayToAllocBlock(static_cast<U_i32>(request.mSize), &okay, request.mRecycled))
         return nullptr;

@@ -32,7 +32,7 @@ private:
 struct AllocationRequest
 {
     U_u32 mLocation;
-    const char* mOpName; // null: a failure isn't for the user
+    const char* mOpName; // null: a failure isn't told to the user
     U_u64 mSize;         // bytes
     bool mClear;
     bool mRecycled; // the block comes out of the recycled pool
@@ -40,7 +40,7 @@ struct AllocationRequest
 
 // Asks the budget, then attempts, and after a failure makes room and attempts
 // again for as long as use falls. Returns the block, cleared if asked for, or
-// null.
+// null after a report.
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
 
 #endif

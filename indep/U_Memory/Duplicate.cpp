@@ -6,6 +6,7 @@
 
 #include <tolv/toolbox.h>
 
+#include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 
 namespace
@@ -25,12 +26,15 @@ U_u32 ToolboxSize(void** handle)
     return size > 0 ? static_cast<U_u32>(size) : 0;
 }
 
-void** NewPlatformHandle(U_i32 size)
+void** NewPlatformHandle(U_i32 size, const char* opName)
 {
     bool okay = false;
-    if (Up_OkayToAllocBlock(size, &okay, false) || !okay)
+    if (Up_OkayToAllocBlock(size, &okay, false))
         return nullptr;
-    return NewHandle(size);
+    void** handle = okay ? NewHandle(size) : nullptr;
+    if (!handle && opName)
+        Up_ReportAllocFailure(kNoFinerPlace, static_cast<U_u64>(size), opName, okay);
+    return handle;
 }
 } // namespace
 
@@ -48,14 +52,14 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
     return 0;
 }
 
-U_Status U_DuplicateHandleToPlatform(void** handle, const char*, void*** out)
+U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out)
 {
     if (!out)
         return U_Err_BadParameter;
     U_u32 size = 0;
     if (U_Status failure = U_GetHandleSize(handle, &size))
         return failure;
-    *out = NewPlatformHandle(static_cast<U_i32>(size));
+    *out = NewPlatformHandle(static_cast<U_i32>(size), opName);
     if (!*out)
         return U_Err_OutOfMemory;
     CopyBlock(*out, handle, size);

@@ -71,35 +71,47 @@ U_u32 IndexOfSystemCode(U_i32 code)
     return kNoText;
 }
 
-void CutFullStop(char* text)
+const char* ReasonOf(U_u32 index)
 {
-    const std::size_t length = std::strlen(text);
-    if (length && text[length - 1] == '.')
-        text[length - 1] = 0;
+    return index == kNoText ? "" : Up_StringOrEnglish(index);
 }
+
+// A copy without its full stop: a text that can't be looked up is reported, and
+// that report takes the buffer.
+struct Message
+{
+    explicit Message(const char* text)
+    {
+        U_CopyString(text, sizeof(mText), mText);
+        const std::size_t length = std::strlen(mText);
+        if (length && mText[length - 1] == '.')
+            mText[length - 1] = 0;
+    }
+
+    char mText[U_ReportTextSize];
+};
 } // namespace
 
 void Up_NuloEnglishError(U_u32 code)
 {
-    char* const text = Up_GetThreadLoggingBuffer();
-    CutFullStop(text);
+    char* const buffer = Up_GetThreadLoggingBuffer();
+    const Message text(buffer);
     // The message ends in a full stop, which the reason may bring, too.
-    char reason[U_ReportTextSize];
-    U_CopyString(Up_String(IndexOfStatus(code)), sizeof(reason), reason);
-    CutFullStop(reason);
-    const char* const separator = *reason && *text ? Up_String(kSeparator) : "";
-    if (!*reason)
-        std::snprintf(reason, sizeof(reason), " (%x)", code);
-    Up_FormatString(text, U_ReportTextSize, kTextAndReason, text, separator, reason);
+    Message reason(ReasonOf(IndexOfStatus(code)));
+    const char* const separator =
+        *reason.mText && *text.mText ? Up_StringOrEnglish(kSeparator) : "";
+    if (!*reason.mText)
+        std::snprintf(reason.mText, sizeof(reason.mText), " (%x)", code);
+    Up_FormatString(buffer, U_ReportTextSize, kTextAndReason, text.mText, separator, reason.mText);
 }
 
 void Up_SysEnglishError(U_i32 code)
 {
-    char* const text = Up_GetThreadLoggingBuffer();
-    CutFullStop(text);
-    const char* const reason = Up_String(IndexOfSystemCode(code));
+    char* const buffer = Up_GetThreadLoggingBuffer();
+    const Message text(buffer);
+    const char* const reason = ReasonOf(IndexOfSystemCode(code));
     if (*reason)
-        Up_FormatString(text, U_ReportTextSize, kTextReasonAndCode, text, reason, code);
+        Up_FormatString(buffer, U_ReportTextSize, kTextReasonAndCode, text.mText, reason, code);
     else
-        Up_FormatString(text, U_ReportTextSize, kTextAndCode, text, code);
+        Up_FormatString(buffer, U_ReportTextSize, kTextAndCode, text.mText, code);
 }

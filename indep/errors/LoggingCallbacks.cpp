@@ -2,6 +2,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include "U_Assert.h"
 #include "U_Interact.h"
 #include "indep/frame/Globals.h"
 
@@ -11,6 +12,13 @@ typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
 
 const U_u16 kAddPlace = 21;
 const U_u16 kRemovePlace = 22;
+const U_u32 kModule = 0x170000; // of location codes
+
+U_Status Refuse(U_u16 place, int line, const char* why)
+{
+    U_ReportFailedVerification(kModule | place, line, nullptr, why);
+    return U_Err_BadParameter;
+}
 
 // Both words are null in a free slot.
 bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
@@ -34,19 +42,23 @@ bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallb
 U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return U_Err_BadParameter;
+        return Refuse(kAddPlace, 95, "logging_func can not be NULL");
     if (U_Status damaged = Up_ValidateGlobals(kAddPlace))
         return damaged;
-    return ReplaceFirst(nullptr, nullptr, callback, refcon) ? 0 : U_Err_BadParameter;
+    if (!ReplaceFirst(nullptr, nullptr, callback, refcon))
+        return Refuse(kAddPlace, 114, "can not add any more logging_funcs");
+    return 0;
 }
 
 U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return U_Err_BadParameter;
+        return Refuse(kRemovePlace, 134, "logging_func can not be NULL");
     if (U_Status damaged = Up_ValidateGlobals(kRemovePlace))
         return damaged;
-    return ReplaceFirst(callback, refcon, nullptr, nullptr) ? 0 : U_Err_BadParameter;
+    if (!ReplaceFirst(callback, refcon, nullptr, nullptr))
+        return Refuse(kRemovePlace, 154, "can not find logging_func/refcon pair to remove");
+    return 0;
 }
 
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)

@@ -1,6 +1,7 @@
 #include "indep/errors/Strings.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -113,9 +114,17 @@ bool HaveSameFields(const char* format, const char* other)
 
 const char* FormatOf(U_u32 index)
 {
-    const char* const format = Up_String(index);
+    const char* const format = Up_StringOrEnglish(index);
     const char* const english = sRows[index].mEnglish;
     return HaveSameFields(format, english) ? format : english;
+}
+
+void FormatCut(char* out, std::size_t size, const char* format, std::va_list values)
+{
+    // The byte more tells whether the text has to be cut.
+    char text[U_ReportTextSize + 1];
+    std::vsnprintf(text, sizeof(text), format, values);
+    U_CopyString(text, std::min(size, U_ReportTextSize), out);
 }
 } // namespace
 
@@ -124,13 +133,32 @@ char* Up_String(U_u32 index)
     return const_cast<char*>(U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, nullptr));
 }
 
+const char* Up_StringOrEnglish(U_u32 index)
+{
+    assert(index < kLastRow);
+    int error = 0;
+    const char* const text = U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, &error);
+    return error ? sRows[index].mEnglish : text;
+}
+
+const char* Up_ZStringOf(U_u32 index)
+{
+    assert(index < kLastRow);
+    return sRows[index].mZString;
+}
+
 void Up_FormatString(char* out, std::size_t size, U_u32 index, ...)
 {
-    // The byte more tells whether the text has to be cut.
-    char text[U_ReportTextSize + 1];
     std::va_list values;
     va_start(values, index);
-    std::vsnprintf(text, sizeof(text), FormatOf(index), values);
+    FormatCut(out, size, FormatOf(index), values);
     va_end(values);
-    U_CopyString(text, std::min(size, U_ReportTextSize), out);
+}
+
+void Up_FormatText(char* out, std::size_t size, const char* format, ...)
+{
+    std::va_list values;
+    va_start(values, format);
+    FormatCut(out, size, format, values);
+    va_end(values);
 }

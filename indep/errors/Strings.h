@@ -14,4 +14,17 @@
 // nothing once the text has been resolved: it serves where memory is out.
 void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
 
+// The same with a format that isn't one of the texts.
+#if defined(__GNUC__)
+__attribute__((format(printf, 3, 4)))
+#endif
+void Up_FormatText(char* out, std::size_t size, const char* format, ...);
+
+// A text in the current language, or in English if it can't be looked up, as
+// without memory. index must be known.
+const char* Up_StringOrEnglish(U_u32 index);
+
+// The ZString of a text, for those who want it in UTF-16. index must be known.
+const char* Up_ZStringOf(U_u32 index);
+
 #endif

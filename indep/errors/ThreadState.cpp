@@ -1,13 +1,8 @@
 #include "indep/errors/ThreadState.h"
 
-#include <exception>
-#include <memory>
-#include <new>
-
-#include <boost/thread/tss.hpp>
-
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -18,47 +13,16 @@ struct LoggingBuffer
 
 LoggingBuffer sEmergencyBuffer = {};
 
-// Never destroyed: threads may report until the process ends.
-template <class Piece> boost::thread_specific_ptr<Piece>& ThreadPiece()
-{
-    static boost::thread_specific_ptr<Piece>& piece = *new boost::thread_specific_ptr<Piece>;
-    return piece;
-}
-
-// Zeroed if new. Null without memory.
-template <class Piece> Piece* MakeThreadPiece()
-{
-    try
-    {
-        boost::thread_specific_ptr<Piece>& slot = ThreadPiece<Piece>();
-        if (Piece* present = slot.get())
-            return present;
-        auto piece = std::make_unique<Piece>();
-        slot.reset(piece.get()); // needs memory itself
-        return piece.release();
-    }
-    catch (const std::exception&)
-    {
-        return nullptr; // a report goes on without what it would remember
-    }
-}
-
-// Null if the thread has none.
-template <class Piece> const Piece* FindThreadPiece()
-{
-    return ThreadPiece<Piece>().get();
-}
-
 template <class Field> Field LastErrorField(Field Up_LastErrorState::*field)
 {
-    const Up_LastErrorState* const state = FindThreadPiece<Up_LastErrorState>();
+    const Up_LastErrorState* const state = ThreadPiece<Up_LastErrorState>::Find();
     return state ? state->*field : Field();
 }
 } // namespace
 
 Up_LastErrorState* Up_MakeLastErrorState()
 {
-    return MakeThreadPiece<Up_LastErrorState>();
+    return ThreadPiece<Up_LastErrorState>::Make();
 }
 
 U_u32 Up_GetThreadLastError()
@@ -85,16 +49,22 @@ U_u32 Up_SetThreadLastError(U_u32 code)
 
 char* Up_GetThreadLoggingBuffer()
 {
-    LoggingBuffer* const buffer = MakeThreadPiece<LoggingBuffer>();
+    LoggingBuffer* const buffer = ThreadPiece<LoggingBuffer>::Make();
     return buffer ? buffer->mText : sEmergencyBuffer.mText;
+}
+
+char* Up_FindThreadLoggingBuffer()
+{
+    LoggingBuffer* const buffer = ThreadPiece<LoggingBuffer>::Find();
+    return buffer ? buffer->mText : nullptr;
 }
 
 U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error)
 {
     if (text)
     {
-        const LoggingBuffer* const buffer = FindThreadPiece<LoggingBuffer>();
-        U_CopyString(buffer ? buffer->mText : "", U_ReportTextSize, text);
+        const char* const latest = Up_FindThreadLoggingBuffer();
+        U_CopyString(latest ? latest : "", U_ReportTextSize, text);
     }
     if (severity)
         *severity = Up_GetThreadLastSeverity();

@@ -16,4 +16,7 @@ struct Up_LastErrorState
 // memory. It goes when the thread ends.
 Up_LastErrorState* Up_MakeLastErrorState();
 
+// The thread logging buffer, null if the thread has none.
+char* Up_FindThreadLoggingBuffer();
+
 #endif

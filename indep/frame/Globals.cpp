@@ -5,12 +5,18 @@
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
+#include "U_Report.h"
 #include "U_String.h"
 
 namespace
 {
+const U_u32 kModule = 0x170000; // of location codes
 const U_Status kDamagedGlobals = 2;
 const U_Status kNoGlobals = 5889;
+
+// Indices of texts.
+const U_u32 kNoGlobalsText = 9;
+const U_u32 kDamagedGlobalsText = 11;
 
 // All reports are shown and logged, except that severities 32 and 64 aren't
 // shown and 64 isn't logged.
@@ -62,14 +68,24 @@ bool Up_GlobalsAreGood()
     return globals && globals->mMagicHead == kGlobalsMagic && globals->mMagicTail == kGlobalsMagic;
 }
 
-U_Status Up_ValidateGlobals(U_u16)
+void Up_MarkDying()
+{
+    if (U_Globals* globals = Globals())
+        globals->mDying = 1;
+    TOLV_QuietMemDialogs();
+}
+
+U_Status Up_ValidateGlobals(U_u16 code)
 {
     if (Up_GlobalsAreGood())
         return 0;
-    U_Globals* globals = Globals();
-    if (!globals)
+    const U_u32 location = kModule | code;
+    if (!Globals())
+    {
+        Up_ReportErrString(location, U_Sev_FATAL, Up_String(kNoGlobalsText));
         return kNoGlobals;
-    globals->mDying = 1;
-    TOLV_QuietMemDialogs();
+    }
+    Up_ReportErrString(location, U_Sev_FATAL, Up_String(kDamagedGlobalsText));
+    Up_MarkDying();
     return kDamagedGlobals;
 }

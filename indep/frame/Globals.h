@@ -41,9 +41,13 @@ void Up_DestroyGlobals();
 // Whether the record exists and is whole.
 bool Up_GlobalsAreGood();
 
+// Notes that the process is dying, if there is a record to note it in, and ends
+// the host services' own memory dialogs.
+void Up_MarkDying();
+
 // The first line of an entry point that needs the record. code is the entry
-// point's place in the library. Returns 0, 2 for a damaged record, or 5889 for
-// none.
+// point's place in the library. Returns 0; or, after a fatal report, 2 for a
+// damaged record, or 5889 for none.
 U_Status Up_ValidateGlobals(U_u16 code);
 
 #endif

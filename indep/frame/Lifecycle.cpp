@@ -3,9 +3,13 @@
 #include <win32/messages.h>
 #include <wril/wril.h>
 
+#include "U_Posted.h"
+#include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Errors.h"
+#include "indep/errors/Strings.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Translators.h"
@@ -16,7 +20,12 @@ namespace
 {
 const int kLifecycleLevel = 10;
 const unsigned int kSimpleBeep = 0xFFFFFFFFu;
+const U_u32 kBirthPlace = 0x170003;
 const U_u16 kDeathPlace = 4;
+
+// Indices of texts.
+const U_u32 kCannotContinue = 3;
+const U_u32 kOutOfMemoryInBirth = 12;
 
 U_RunModeFunction sRunMode = nullptr; // written by birth and death
 
@@ -34,16 +43,19 @@ const BirthStep kSubBirths[] = {
     &Up_MakeGlobals,
     [](const char*) { return U_ZBirthLStrCacheList(); },
     [](const char*) { return U_ZLocaleBirth(); },
+    [](const char*) { return Up_ErrorsBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
 };
 
 const DeathStep kDeathSteps[] = {
+    &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },
     // What the steps above may need goes last.
     &Up_DestroyGlobals,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,
+    &Up_ErrorsDeath,
 };
 
 template <std::size_t count>
@@ -58,6 +70,15 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
     }
     return 0;
 }
+
+// The text is the same whichever step failed.
+void ReportFailedBirth(const char* displayName)
+{
+    char text[256];
+    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName, Up_String(kCannotContinue),
+                  Up_String(kOutOfMemoryInBirth));
+    Up_ReportErrString(kBirthPlace, U_Sev_FATAL, text);
+}
 } // namespace
 
 U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
@@ -67,20 +88,26 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
     if (U_Status failure = Guarded(&U_RegisterMainThread))
         return failure;
     sRunMode = runMode;
+    U_SetPencartValuesForUErrors(nullptr, nullptr);
     WRIL_Log(kLifecycleLevel, "U", "Birth", "U Birth");
 
     if (U_Status failure = RunSteps(kFirstSteps, displayName))
         return failure;
-    U_Status failure = RunSteps(kSubBirths, displayName);
+    const U_Status failure = RunSteps(kSubBirths, displayName);
     if (failure)
+    {
+        ReportFailedBirth(displayName);
         Up_DestroyGlobals();
+    }
     return failure;
 }
 
 U_Status U_Death()
 {
     WRIL_Log(kLifecycleLevel, "U", "Death", "U Death");
-    if (U_Status failure = Up_ValidateGlobals(kDeathPlace))
+    const U_Status failure = Up_ValidateGlobals(kDeathPlace);
+    U_SetPencartValuesForUErrors(nullptr, nullptr);
+    if (failure)
         return failure;
     for (DeathStep step : kDeathSteps)
         step();

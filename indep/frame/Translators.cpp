@@ -15,6 +15,7 @@
 #include <win32/messages.h>
 #include <wril/wril.h>
 
+#include "U_Report.h"
 #include "U_Threads.h"
 
 namespace
@@ -49,16 +50,17 @@ bool Translate(std::exception& exception, int& code)
     return false;
 }
 
-bool HasSystemText(int result)
+// Empty if the system knows no text.
+U_UTF16String SystemText(int result)
 {
-    unsigned short* text = nullptr;
+    unsigned short* buffer = nullptr;
     const unsigned int kDefaultLanguage = 0x400;
     const unsigned int length = win32::FormatMessageW(
         win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem,
-        nullptr, static_cast<unsigned int>(result), kDefaultLanguage, &text, 0, nullptr);
-    if (text)
-        win32::LocalFree(text);
-    return length != 0;
+        nullptr, static_cast<unsigned int>(result), kDefaultLanguage, &buffer, 0, nullptr);
+    const std::unique_ptr<unsigned short, void* (*)(void*)> owned(
+        buffer, [](void* block) { return win32::LocalFree(block); });
+    return U_UTF16String(buffer, length);
 }
 } // namespace
 
@@ -109,7 +111,10 @@ U_Status U_TranslateAndReportException(std::exception& exception)
     if (dynamic_cast<std::bad_alloc*>(&exception))
         return U_Err_OutOfMemory;
     if (dynamic_cast<std::bad_cast*>(&exception))
+    {
+        Up_ReportErrString(0, U_Sev_PROBLEM, "Unexpected data type");
         return U_Err_BadParameter;
+    }
     int code = U_Err_UnknownException;
     if (Translate(exception, code))
         return code;
@@ -117,11 +122,15 @@ U_Status U_TranslateAndReportException(std::exception& exception)
     const boost::core::scoped_demangled_name name(rawName);
     WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
                  name.get() ? name.get() : rawName);
+    Up_ReportErrString(0, U_Sev_WARNING, "Unknown Exception.");
     return U_Err_UnknownException;
 }
 
 void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, int)
 {
-    if (HasSystemText(exception))
-        throw 1;
+    const U_UTF16String text = SystemText(exception);
+    if (text.empty())
+        return;
+    U_ReportError(0, U_Sev_WARNING, text);
+    throw 1;
 }

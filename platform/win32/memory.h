@@ -45,6 +45,10 @@ PLATFORM_EXPORT int GetPhysicallyInstalledSystemMemory(unsigned long long* kilob
 
 // Fills in the machine's physical memory. 0 on failure.
 PLATFORM_EXPORT int GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+
+// Whether the process can't read size bytes from the address on, by then: for
+// diagnosis of a pointer that may be anything.
+PLATFORM_EXPORT int IsBadReadPtr(const void* address, std::size_t size);
 } // namespace win32
 
 #endif

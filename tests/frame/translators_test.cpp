@@ -79,8 +79,9 @@ TEST_F(Translators, WhatNobodyTakesIsLogged)
 {
     Register(1, false, 0);
     EXPECT_EQ(Translate(), 14);
-    EXPECT_EQ(mLog.Texts(), std::vector<std::string>{
-                                "UNHANDLED_EXCEPTION: What: broken, type: std::runtime_error"});
+    EXPECT_EQ(mLog.Texts(), (std::vector<std::string>{
+                                "UNHANDLED_EXCEPTION: What: broken, type: std::runtime_error",
+                                "U_Sev_WARNING: Test Host warning: Unknown Exception.\t"}));
 }
 
 TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "U_Types.h"
+#include "tests/support/Alerts.h"
 
 struct LogLine
 {
@@ -70,6 +71,7 @@ protected:
     static void SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum);
 
     CapturedLog mLog;
+    CapturedAlerts mAlerts;
 };
 
 #endif

@@ -1,5 +1,6 @@
 #include <win32/memory.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
@@ -13,6 +14,8 @@
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/sysinfo.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include "switches.h"
 
@@ -164,5 +167,23 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available)
 {
     sTotalPhysical = total;
     sAvailablePhysical = available;
+}
+
+int IsBadReadPtr(const void* address, std::size_t size)
+{
+    // The kernel reads it for us, and says so where it can't.
+    char scratch[256];
+    const char* next = static_cast<const char*>(address);
+    while (size > 0)
+    {
+        const std::size_t piece = std::min(size, sizeof(scratch));
+        const iovec to = {scratch, piece};
+        const iovec from = {const_cast<char*>(next), piece};
+        if (process_vm_readv(getpid(), &to, 1, &from, 1, 0) != static_cast<ssize_t>(piece))
+            return 1;
+        next += piece;
+        size -= piece;
+    }
+    return 0;
 }
 } // namespace win32

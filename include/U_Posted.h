@@ -1,0 +1,64 @@
+// Errors that wait, and stretches without any.
+//
+// Posted: a message that can't be shown at once waits in a list of the whole
+// process until U_DisplayPostedErrors shows it. Quiet: a thread drops its own
+// reports. Deferred: a stretch of code keeps its errors to itself and reports
+// the last of them at its end, or none. Any thread, unless told otherwise.
+
+#ifndef U_POSTED_H
+#define U_POSTED_H
+
+#include "U_Types.h"
+
+// While increments outnumber decrements, reports on the UI thread are posted
+// like those of other threads. Before birth and after death they do nothing.
+U_EXPORT void U_IncrementPostErrors();
+U_EXPORT void U_DecrementPostErrors();
+
+// Shows what has been posted so far, each message once and in order, with the
+// messages of a group (U_Group.h) as one alert behind the others. Returns when
+// the user has dismissed the last; meanwhile others may post. For the UI thread,
+// though nothing here insists. Death shows what is left.
+// A message that even the system's message box can't show is passed over; if an
+// exception that is neither an int nor a std::exception comes out of the box, the
+// messages behind it stay posted and it passes through.
+U_EXPORT void U_DisplayPostedErrors();
+
+// Enters a level of quiet mode, in which the calling thread's reports, fatal
+// ones apart, are neither counted nor shown; keepLogging false keeps them from
+// the log and the callbacks, too, also in the levels inside. The second leaves
+// the innermost level. Both return 0; 3, reported, while the library isn't alive
+// or, for the second, outside all levels; 4 without memory.
+U_EXPORT U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging);
+U_EXPORT U_Status U_EndQuietErrorsOnCurrentThread();
+
+// A stretch of deferred reporting. The caller owns it and hands it back to the
+// end.
+struct U_DeferredState
+{
+    U_u32 mSavedInteract = 0; // the interaction mask at the start
+    U_u32 mTempId = 0;        // of the mask of the stretch; 0 without one
+    U_u32 mErrorCount = 0;
+    char* mSavedMessage = nullptr; // the thread logging buffer at the start, or null; owned
+};
+
+// Starts a stretch in which only severities of mask (U_Interact.h) are told of,
+// on all threads. Stretches nest; each start needs its end. Returns 0; 2 or 5889
+// as U_GetHowManyErrors does; 4 without memory for the mask; after these the
+// stretch hides nothing and still needs its end. 3, reported, for a null state.
+U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
+
+// Ends it. report false forgets its errors: their count and the thread's text
+// are again what they were. report true repeats the thread's latest report if
+// errors have been counted since the start; it is shown as before the start, and
+// logged unless it was. fallbackText, if not null, serves where the thread has
+// no text; where it has no report at all, the errors having been other threads',
+// the repeat is fatal. async posts the repeat and leaves it out of the log, the
+// counts and the callbacks. Returns 0; 4 without memory; the code of a failed
+// conversion; 3, reported, for a null state.
+U_EXPORT U_Status U_DeferredReportingEnd(bool report, const char* fallbackText,
+                                         U_DeferredState* state);
+U_EXPORT U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,
+                                              U_DeferredState* state);
+
+#endif

@@ -1,0 +1,84 @@
+#include "indep/U_Memory/AllocFailure.h"
+
+#include <string>
+
+#include <krobase/format.h>
+#include <krobase/machine.h>
+#include <wril/wril.h>
+
+#include "U_Budget.h"
+#include "U_Encoding.h"
+#include "U_Report.h"
+#include "U_ZString.h"
+#include "indep/U_Memory/Memory.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ThreadPiece.h"
+
+namespace
+{
+struct InAllocReport
+{
+    int mEntered;
+};
+
+// Where docs/help/memory.md is published, to which the messages send the user.
+#define HELP_PAGE "https://u.example/help/memory"
+
+// A message with @0 for the size in its unit and @1 for the operation.
+struct Message
+{
+    const char* mText;
+    double mUnit; // bytes
+    std::size_t mDecimals;
+};
+
+const Message kLimitReached = {
+    "$$$/QX/U/MemoryLimitReached=Memory allocation of @0 GB exceeds internal limits. Decrease the "
+    "memory requirements for the rendering of this frame. (12802@1). For help, see " HELP_PAGE ".",
+    1024.0 * 1024 * 1024, 1};
+
+const Message kCannotAllocate = {
+    "$$$/QX/U/CannotAllocateEnoughMemory=Unable to allocate @0 MB of memory. Either decrease the "
+    "memory requirements for the rendering of this frame, or install more RAM. (12803@1). For "
+    "help, see " HELP_PAGE ".",
+    1024.0 * 1024, 3};
+
+void LogFragmentation(U_u64 size)
+{
+    U_u64 largest = 0;
+    U_u64 used = 0;
+    U_GetMemoryStat(U_MemStat_LargestBlock, &largest);
+    U_GetMemoryStat(U_MemStat_InUse, &used);
+    const U_u64 installed = krobase::utility::TotalPhysicalMemory();
+    WRIL_sprintf(0, "U", "POSS_FRAGMENTATION",
+                 "maxblock:%llu request:%llu installed:%llu used:%llu", largest, size, installed,
+                 used);
+}
+
+U_UTF16String SentenceFor(U_u64 size, const char* what)
+{
+    using namespace krobase::utility;
+    const int kLongest = 31;
+    const U_UTF16String suffix =
+        what ? U_MBToUTF16String(std::string(" / ") + what) : U_UTF16String();
+    const Message& message = size > kLargestBlock ? kLimitReached : kCannotAllocate;
+    const U_UTF16String number = NumberToString(static_cast<double>(size) / message.mUnit, 1,
+                                                message.mDecimals, 0, kLongest);
+    return ReplaceInString(U_ZStringToUTF16String(message.mText), number, suffix);
+}
+} // namespace
+
+void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
+{
+    const ScEntered<InAllocReport> entered;
+    if (!entered.IsFirst())
+    {
+        WRIL_Log(0, "U", "Up_ReportAllocFailure", "Recurse");
+        return;
+    }
+    Guarded([&] {
+        if (possibleFragmentation)
+            LogFragmentation(size);
+        U_ReportError(location, U_Sev_INFO, SentenceFor(size, what));
+    });
+}

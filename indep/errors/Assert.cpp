@@ -1,0 +1,91 @@
+#include "U_Assert.h"
+
+#include <cstdio>
+#include <utility>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <krobase/debugger.h>
+#include <win32/debug.h>
+
+#include "U_Format.h"
+#include "U_Report.h"
+#include "indep/errors/Strings.h"
+
+namespace
+{
+const U_u32 kFailedInternally = 110;
+const U_u32 kFailedWithDetail = 111;
+
+struct Injection
+{
+    U_RandErrFilter mFilter = nullptr;
+    U_u32 mValue = 0;
+};
+
+// Never destroyed, as threads may ask until the process is gone.
+boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
+Injection sInjection;
+} // namespace
+
+U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool* flag)
+{
+    bool answer = false;
+    if (krobase::debug::BreakAfterAssertDialog(answer, expression, "", file, line,
+                                               "Up_AssertImpl") &&
+        krobase::debug::IsDebuggerAttached())
+        krobase::debug::BreakIntoDebugger();
+    if (flag)
+        *flag = answer;
+    return 0;
+}
+
+U_Status Up_AssertFailed(const char* expression, const char* file, int line)
+{
+    Up_SetThreadLastError(0);
+    Up_FormatText(Up_GetThreadLoggingBuffer(), U_ReportTextSize,
+                  "assertion failed\n%s\nline: %d of file: %s.", expression, line, file);
+    Up_ReportError(0, U_Sev_PROBLEM);
+    return 0;
+}
+
+U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
+                                    const char* message)
+{
+    char number[16];
+    if (!message)
+    {
+        std::snprintf(number, sizeof(number), "%d", line);
+        message = number;
+    }
+    char text[U_ReportTextSize];
+    if (detail)
+        U_SubString(text, sizeof(text), Up_String(kFailedWithDetail), detail, message);
+    else
+        U_SubString(text, sizeof(text), Up_String(kFailedInternally), message);
+    return Up_ReportErrString(location, U_Sev_PROBLEM, text);
+}
+
+U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)
+{
+    boost::lock_guard<boost::mutex> lock(sInjectionLock);
+    sInjection = {filter, value};
+    return 0;
+}
+
+bool U_RandErr(U_u32 first, U_u32 second)
+{
+    Injection injection;
+    {
+        boost::lock_guard<boost::mutex> lock(sInjectionLock);
+        injection = sInjection;
+    }
+    return injection.mFilter && injection.mFilter(first, second, injection.mValue);
+}
+
+void Up_DebugCStr(const char* text)
+{
+    win32::OutputDebugStringA(text);
+    win32::OutputDebugStringA("\n");
+}

@@ -1,0 +1,159 @@
+#include "indep/errors/PostedErrors.h"
+
+#include <iterator>
+#include <optional>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "U_Threads.h"
+#include "indep/errors/Coalesce.h"
+#include "indep/errors/Show.h"
+#include "indep/frame/Globals.h"
+#include "indep/frame/Guard.h"
+
+namespace
+{
+typedef boost::lock_guard<boost::mutex> PostedLock;
+
+const float kGroupedSizeHint = 600;
+
+struct Reported
+{
+    U_u32 mLocation = 0;
+    U_u16 mSeverity = U_Sev_MESSAGE;
+    U_UTF16String mText;
+};
+
+// Never destroyed: threads may report until the process is gone. The lock is
+// held to compare, append and move only.
+struct Posted
+{
+    boost::mutex mLock;                  // guards the rest
+    std::optional<PostedErrors> mErrors; // from birth to death
+    Reported mLastReported;
+};
+
+Posted& ThePosted()
+{
+    static Posted* const sPosted = new Posted;
+    return *sPosted;
+}
+
+bool IsLastReported(const Reported& last, const Up_PostedError& error)
+{
+    return last.mLocation == error.mLocation && last.mSeverity == error.mSeverity &&
+           last.mText == error.mText;
+}
+
+PostedErrors TakePosted()
+{
+    PostedErrors taken;
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    if (posted.mErrors)
+        taken.swap(*posted.mErrors);
+    return taken;
+}
+
+// In front of what has been posted meanwhile.
+void PutBack(PostedErrors::iterator first, PostedErrors::iterator last)
+{
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    if (posted.mErrors)
+        posted.mErrors->insert(posted.mErrors->begin(), std::make_move_iterator(first),
+                               std::make_move_iterator(last));
+}
+
+void ShowInOrder(PostedErrors& errors)
+{
+    for (auto error = errors.begin(); error != errors.end(); ++error)
+    {
+        try
+        {
+            // One that can't be shown mustn't keep the others from the user.
+            Guarded([&] {
+                Up_ShowMessage(error->mLocation, error->mSeverity, error->mText,
+                               error->mCoalesced ? kGroupedSizeHint : 0);
+            });
+        }
+        catch (...)
+        {
+            PutBack(error + 1, errors.end());
+            throw;
+        }
+    }
+}
+
+void AddToPostCount(U_u32 delta)
+{
+    if (U_Globals* globals = Globals())
+        globals->mPostErrors.fetch_add(delta);
+}
+} // namespace
+
+void MakePostedErrors()
+{
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    if (!posted.mErrors)
+        posted.mErrors.emplace();
+}
+
+void FreePostedErrors()
+{
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    posted.mErrors.reset();
+}
+
+U_Status Up_PostError(U_u32 location, U_u16 severity, const U_UTF16String& text)
+{
+    return Guarded([&] {
+        Up_PostedError error = {text, severity, location, false};
+        const bool isOnUIThread = U_IsOnUIThread();
+        Posted& posted = ThePosted();
+        PostedLock lock(posted.mLock);
+        if (!posted.mErrors)
+            throw U_Status(U_Err_BadParameter);
+        if (isOnUIThread || !IsLastReported(posted.mLastReported, error))
+            posted.mErrors->push_back(std::move(error));
+    });
+}
+
+void RememberLastReported(U_u32 location, U_u16 severity, const U_UTF16String& text)
+{
+    Reported reported = {location, severity, text};
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    std::swap(posted.mLastReported, reported);
+}
+
+void U_ClearLastReportedError()
+{
+    Reported none;
+    Posted& posted = ThePosted();
+    PostedLock lock(posted.mLock);
+    std::swap(posted.mLastReported, none);
+}
+
+void U_IncrementPostErrors()
+{
+    AddToPostCount(1);
+}
+
+void U_DecrementPostErrors()
+{
+    AddToPostCount(-1u);
+}
+
+void U_DisplayPostedErrors()
+{
+    PostedErrors errors = TakePosted();
+    // Without memory for that, messages are shown one by one, as posted.
+    Guarded([&] { Coalesce(errors); });
+    ShowInOrder(errors);
+}

@@ -1,0 +1,158 @@
+#include "indep/errors/QuietStack.h"
+
+#include <memory>
+
+#include <win32/threads.h>
+
+#include "U_Assert.h"
+#include "U_Posted.h"
+#include "indep/frame/Guard.h"
+
+namespace
+{
+// Written by birth and death only, with no other thread in the library.
+std::unique_ptr<PerThreadQuietStack> sQuietStack;
+
+const int kStartLine = 1192;
+const int kEndLine = 1219;
+const int kUnbalancedLine = 1222;
+
+[[noreturn]] void ThrowFailedVerification(int line, const char* message)
+{
+    U_ReportFailedVerification(0, line, nullptr, message);
+    throw U_Status(U_Err_BadParameter);
+}
+
+PerThreadQuietStack& QuietStackFor(int line)
+{
+    if (!sQuietStack)
+        ThrowFailedVerification(line, "Per thread quiet data not set up yet!");
+    return *sQuietStack;
+}
+} // namespace
+
+PerThreadQuietStack::~PerThreadQuietStack()
+{
+    for (Block* block = mFirst.mNext; block;)
+    {
+        const std::unique_ptr<Block> ended(block);
+        block = ended->mNext;
+    }
+}
+
+// Of threads that chain a block at once, the losers take the winner's.
+PerThreadQuietStack::Block& PerThreadQuietStack::NextOf(Block& block)
+{
+    Block* next = block.mNext;
+    if (next)
+        return *next;
+    auto made = std::make_unique<Block>();
+    return block.mNext.compare_exchange_strong(next, made.get()) ? *made.release() : *next;
+}
+
+PerThreadQuietStack::Slot& PerThreadQuietStack::SlotAt(U_u32 index)
+{
+    Block* block = &mFirst;
+    for (; index >= block->mSlots.size(); index -= static_cast<U_u32>(block->mSlots.size()))
+        block = &NextOf(*block);
+    return block->mSlots[index];
+}
+
+PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
+{
+    U_u32 left = mCount;
+    for (Block* block = &mFirst; block && left; block = block->mNext)
+    {
+        for (Slot& slot : block->mSlots)
+        {
+            if (slot.mKey == threadId)
+                return &slot;
+            if (--left == 0)
+                return nullptr;
+        }
+    }
+    return nullptr;
+}
+
+PerThreadQuietStack::Slot& PerThreadQuietStack::FindOrClaim(U_u32 threadId)
+{
+    if (Slot* mine = Find(threadId))
+        return *mine;
+    // A slot that was handed out and isn't taken yet is anybody's.
+    const U_u32 count = mCount;
+    for (U_u32 index = 0; index < count; ++index)
+    {
+        Slot& slot = SlotAt(index);
+        U_u64 nobody = 0;
+        if (slot.mKey.compare_exchange_strong(nobody, threadId))
+            return slot;
+    }
+    for (;;)
+    {
+        Slot& slot = SlotAt(mCount.fetch_add(1));
+        U_u64 nobody = 0;
+        if (slot.mKey.compare_exchange_strong(nobody, threadId))
+            return slot;
+    }
+}
+
+void PerThreadQuietStack::Push(U_u32 threadId, bool logs)
+{
+    Slot& slot = FindOrClaim(threadId);
+    if (!slot.mLevels)
+        slot.mLevels.emplace();
+    slot.mLevels->push_back(logs && (slot.mLevels->empty() || slot.mLevels->back()));
+    slot.mKey = threadId; // a later thread of this id sees the level
+}
+
+bool PerThreadQuietStack::Pop(U_u32 threadId)
+{
+    Slot* const slot = Find(threadId);
+    if (!slot || !slot->mLevels || slot->mLevels->empty())
+        return false;
+    slot->mLevels->pop_back();
+    slot->mKey = threadId;
+    return true;
+}
+
+std::optional<bool> PerThreadQuietStack::Top(U_u32 threadId)
+{
+    const Slot* const slot = Find(threadId);
+    if (!slot || !slot->mLevels || slot->mLevels->empty())
+        return std::nullopt;
+    return slot->mLevels->back();
+}
+
+void MakeQuietStack()
+{
+    if (!sQuietStack)
+        sQuietStack = std::make_unique<PerThreadQuietStack>();
+}
+
+void FreeQuietStack()
+{
+    sQuietStack.reset();
+}
+
+bool Up_IsQuiet(bool forLogging)
+{
+    if (!sQuietStack)
+        return false;
+    const std::optional<bool> logs = sQuietStack->Top(win32::GetCurrentThreadId());
+    return logs && !(forLogging && *logs);
+}
+
+U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging)
+{
+    return Guarded(
+        [&] { QuietStackFor(kStartLine).Push(win32::GetCurrentThreadId(), keepLogging); });
+}
+
+U_Status U_EndQuietErrorsOnCurrentThread()
+{
+    return Guarded([&] {
+        if (!QuietStackFor(kEndLine).Pop(win32::GetCurrentThreadId()))
+            ThrowFailedVerification(kUnbalancedLine,
+                                    "Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
+    });
+}

@@ -1,0 +1,203 @@
+// The report path: every report of the library and of the modules above it.
+
+#include "U_Report.h"
+
+#include <wril/wril.h>
+
+#include "U_Encoding.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_String.h"
+#include "U_Threads.h"
+#include "indep/errors/Compose.h"
+#include "indep/errors/Group.h"
+#include "indep/errors/LoggingCallbacks.h"
+#include "indep/errors/PostedErrors.h"
+#include "indep/errors/QuietStack.h"
+#include "indep/errors/Severity.h"
+#include "indep/errors/Show.h"
+#include "indep/errors/StackCrawl.h"
+#include "indep/errors/ThreadState.h"
+#include "indep/frame/Globals.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ThreadPiece.h"
+
+namespace
+{
+struct InReport
+{
+    int mEntered;
+};
+
+bool IsOn(U_u16 severity)
+{
+    return Up_GetInteract() & severity;
+}
+
+bool IsLoggingOn(U_u16 severity)
+{
+    return Up_GetInteract() >> 16 & severity;
+}
+
+void PutIntoLoggingBuffer(const char* text)
+{
+    U_CopyString(text, U_ReportTextSize, Up_GetThreadLoggingBuffer());
+}
+
+// One report on its way through the stations.
+class Report
+{
+public:
+    Report(U_u32 location, U_u16 severity, const U_UTF16String& text)
+        : mLocation(location), mSeverity(severity), mText(severity, text)
+    {
+    }
+
+    void Log();
+    void CallBack();
+    void Display(bool grouped);
+    U_Status Post() { return Up_PostError(mLocation, mSeverity, mText.Get()); }
+
+private:
+    bool MayShowNow(bool grouped) const;
+
+    const U_u32 mLocation;
+    const U_u16 mSeverity;
+    ComposedText mText;
+};
+
+// A log that fails doesn't stop the report.
+void Report::Log()
+{
+    const SeverityTraits& traits = TraitsOf(mSeverity);
+    if (!traits.mLogTag || !(IsOn(mSeverity) || IsLoggingOn(mSeverity)))
+        return;
+    Guarded([&] {
+        const LocationText location(mLocation);
+        const U_UTF8String text = U_UTF16To8String(mText.Get());
+        WRIL_sprintf(0, "U", traits.mLogTag, "%s\t%s", reinterpret_cast<const char*>(text.c_str()),
+                     location.mText);
+    });
+    if (traits.mLogsStack)
+        LogStackCrawl();
+}
+
+// A callback's code ends the report.
+void Report::CallBack()
+{
+    if (!IsLoggingOn(mSeverity))
+        return;
+    char text[U_ReportTextSize];
+    // What can't be converted leaves the caller's text.
+    U_CopyString(Up_GetThreadLoggingBuffer(), sizeof(text), text);
+    Guarded(
+        [&] { U_CopyString(U_UTF16ToMBString(mText.Get(), false).c_str(), sizeof(text), text); });
+    if (const U_Status code = Up_CallLoggingCallbacks(mLocation, text, mSeverity))
+        throw code;
+}
+
+bool Report::MayShowNow(bool grouped) const
+{
+    const U_Globals* const globals = Globals();
+    return U_IsOnUIThread() && !(globals && globals->mPostErrors) && !grouped;
+}
+
+void Report::Display(bool grouped)
+{
+    if (Up_LastErrorState* state = Up_MakeLastErrorState())
+    {
+        state->mLastSeverity = mSeverity;
+        state->mLastLocation = mLocation;
+    }
+    U_Globals* const globals = Globals();
+    if (globals && mSeverity != U_Sev_DETAIL)
+        ++globals->mErrorCount;
+    if (!IsOn(mSeverity))
+        return;
+    if (mSeverity == U_Sev_LEAK && U_Die())
+        return;
+    if (!MayShowNow(grouped))
+    {
+        Post();
+        return;
+    }
+    U_DisplayPostedErrors();
+    Up_ShowMessage(mLocation, mSeverity, mText.Get(), 0);
+}
+} // namespace
+
+void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
+{
+    Up_SetThreadLastError(0);
+    const bool isFatal = severity == U_Sev_FATAL;
+    const bool mayDisplay = isFatal || !Up_IsQuiet(false);
+    const bool mayLog = isFatal || !Up_IsQuiet(true);
+    const ScEntered<InReport> inReport;
+    if (!inReport.IsFirst())
+        return;
+    if (isFatal)
+        Up_MarkDying();
+
+    Report report(location, severity, text);
+    if (mayLog)
+    {
+        report.Log();
+        report.CallBack();
+    }
+    if (mayDisplay)
+        report.Display(grouped);
+}
+
+void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
+{
+    PutIntoLoggingBuffer("");
+    Guarded([&] { PutIntoLoggingBuffer(U_UTF16ToMBString(text, false).c_str()); });
+    Up_Report16(location, severity, text, Up_HasGroupTag(text));
+}
+
+void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
+{
+    Guarded([&] {
+        if (!IsOn(severity) || (severity != U_Sev_FATAL && Up_IsQuiet(false)))
+            return;
+        Report(location, severity, text).Post();
+    });
+}
+
+U_Status Up_ReportError(U_u32 location, U_u16 severity)
+{
+    return Guarded([&] {
+        const U_UTF16String text = U_MBToUTF16String(Up_GetThreadLoggingBuffer());
+        Up_Report16(location, severity, text, Up_HasGroupTag(text));
+    });
+}
+
+U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text)
+{
+    Up_SetThreadLastError(0);
+    PutIntoLoggingBuffer(text);
+    return Up_ReportError(location, severity);
+}
+
+U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 code, const char* text)
+{
+    Up_SetThreadLastError(code);
+    if (!code)
+        return 0;
+    PutIntoLoggingBuffer(text);
+    Up_NuloEnglishError(code);
+    Up_ReportError(location, severity);
+    return static_cast<U_Status>(Up_SetThreadLastError(code));
+}
+
+U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code, const char* text)
+{
+    Up_SetThreadLastError(static_cast<U_u32>(code));
+    if (!code)
+        return 0;
+    PutIntoLoggingBuffer(text);
+    Up_SysEnglishError(code);
+    Up_ReportError(location, severity);
+    return static_cast<U_Status>(Up_SetThreadLastError(static_cast<U_u32>(code)));
+}

@@ -1,0 +1,81 @@
+// What each thread keeps for itself.
+
+#ifndef INDEP_FRAME_THREADPIECE_H
+#define INDEP_FRAME_THREADPIECE_H
+
+#include <exception>
+#include <memory>
+#include <new>
+
+#include <boost/thread/tss.hpp>
+
+// The calling thread's piece of one type; it goes when the thread ends. The
+// slots themselves are never destroyed: threads may report until the process
+// is gone.
+template <class Piece> class ThreadPiece
+{
+public:
+    // Null if the thread has none.
+    static Piece* Find() { return Slot().get(); }
+
+    // Zeroed if new. Null without memory: a report goes on without what it
+    // would remember.
+    static Piece* Make()
+    {
+        try
+        {
+            if (Piece* present = Find())
+                return present;
+            auto piece = std::make_unique<Piece>();
+            Slot().reset(piece.get()); // needs memory itself
+            return piece.release();
+        }
+        catch (const std::exception&)
+        {
+            return nullptr;
+        }
+    }
+
+private:
+    typedef boost::thread_specific_ptr<Piece> SlotType;
+
+    // In storage of its own, so that asking takes no memory.
+    static SlotType& Slot()
+    {
+        alignas(SlotType) static unsigned char storage[sizeof(SlotType)];
+        static SlotType& slot = *new (storage) SlotType;
+        return slot;
+    }
+};
+
+// Marks a stretch that a thread isn't to enter a second time. Flag is a type of
+// the stretch's own that holds an int mEntered.
+template <class Flag> class ScEntered
+{
+public:
+    ScEntered() : mFlag(ThreadPiece<Flag>::Make())
+    {
+        if (!mFlag)
+            return;
+        mBefore = mFlag->mEntered;
+        mFlag->mEntered = 1;
+    }
+
+    ~ScEntered()
+    {
+        if (mFlag)
+            mFlag->mEntered = mBefore;
+    }
+
+    ScEntered(const ScEntered&) = delete;
+    ScEntered& operator=(const ScEntered&) = delete;
+
+    // False inside another stretch of the thread, and if the flag can't be made.
+    bool IsFirst() const { return mFlag && !mBefore; }
+
+private:
+    Flag* const mFlag;
+    int mBefore = 0;
+};
+
+#endif
