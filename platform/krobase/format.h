@@ -38,22 +38,23 @@ enum NumberReadFlags : unsigned int
     kReadNoLocaleMarks = 2 // "." is the decimal mark, and nothing marks thousands
 };
 
+const int kLongestNumber = 511; // characters
+
 // A number as text: its integer part padded to integerDigits digits, and a
 // fraction of as many decimals. maxLength is the longest text; of more than
 // kLongestNumber it counts as that. The pad goes as far as it has room. A number
 // that is too long itself is written with an exponent, with as many digits as
 // tell it from its neighbours, or as there is room for; the text is empty if
 // not even one digit has room. Infinities are "inf", what is no number "nan".
-const int kLongestNumber = 511;
 PLATFORM_EXPORT UTF16String NumberToString(double value, std::size_t integerDigits,
                                            std::size_t decimals, unsigned int flags, int maxLength);
 
 // Read the number at the head of a text, behind white space: a sign, digits with
 // a decimal mark, an exponent. Unless told otherwise the marks are the user's,
-// and marks of thousands in the integer part are passed over. What follows the
-// number has no say. An integer loses its fraction and is held to the range of
-// its type; a double becomes infinite or zero. Without a number the target stays
-// as it is.
+// and marks of thousands in the integer part are passed over; a "." or "," that
+// is neither ends the number. What follows the number has no say. An integer loses its fraction and
+// is held to the range of its type; a double becomes infinite or zero. Without a number the target
+// stays as it is.
 PLATFORM_EXPORT void StringToNumber(long long& target, const UTF16String& text, unsigned int flags);
 PLATFORM_EXPORT void StringToNumber(double& target, const UTF16String& text, unsigned int flags);
 

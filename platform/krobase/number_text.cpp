@@ -17,7 +17,7 @@ namespace utility
 namespace
 {
 const char kWhiteSpace[] = " \t\n\v\f\r";
-const char kNumberCharacters[] = "0123456789+-.eE";
+const char kNumberCharacters[] = "0123456789+-eE"; // and the decimal mark
 
 // Whether a unit is one of a text's characters.
 bool IsOneOf(unsigned int unit, const char* characters)
@@ -41,7 +41,8 @@ struct Marks
     unsigned short mThousands;
 };
 
-const Marks kPlainMarks = {'.', ','};
+const char kPlainDecimal = '.';
+const Marks kPlainMarks = {kPlainDecimal, ','};
 
 // The locale's mark, if it is one unit long.
 unsigned short UserMark(unsigned int item, unsigned short usual)
@@ -149,15 +150,16 @@ std::string NumberHead(const UTF16String& text, unsigned int flags)
     bool inInteger = isMarked;
     for (; place < text.size(); ++place)
     {
-        const unsigned short unit = Exchanged(text[place], marks, kPlainMarks);
-        const bool isThousandsMark = inInteger && unit == ',' && !head.empty() &&
+        const unsigned short unit = text[place];
+        const bool isDecimalMark = unit == marks.mDecimal;
+        const bool isThousandsMark = !isDecimalMark && unit == marks.mThousands && !head.empty() &&
                                      IsDigit(static_cast<unsigned char>(head.back()));
-        if (isThousandsMark)
+        if (inInteger && isThousandsMark)
             continue;
-        if (!IsOneOf(unit, kNumberCharacters))
+        if (!isDecimalMark && !IsOneOf(unit, kNumberCharacters))
             break;
-        inInteger = inInteger && unit != '.';
-        head += static_cast<char>(unit);
+        inInteger = inInteger && !isDecimalMark && unit != 'e' && unit != 'E';
+        head += isDecimalMark ? kPlainDecimal : static_cast<char>(unit);
     }
     return head;
 }

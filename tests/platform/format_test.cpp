@@ -192,11 +192,14 @@ TEST_F(Format, NumbersAreReadWithTheUsersMarks)
         {"en_US", 0, u"1,234,567.5", 1234567.5},
         {"en_US", 0, u"1,2,3.4,5", 123.4},
         {"en_US", 0, u"12, 13", 12},
+        {"en_US", 0, u"1,0e3,4", 1e4}, // an exponent has none
         {"de_DE", 0, u"-1.234.567,5", -1234567.5},
         {"de_DE", kReadNoLocaleMarks, u"1.5", 1.5},
         {"de_DE", kReadNoLocaleMarks, u"1,5", 1},
         {"fr_FR", 0, u"1\u00A0234\u00A0567,5", 1234567.5},
+        {"fr_FR", 0, u"1.5", 1}, // a mark, but not this user's
         {"de_CH", 0, u"1\u2019234.5", 1234.5},
+        {"de_CH", 0, u"1,5", 1},
     };
     for (const Row& row : rows)
     {
