@@ -6,10 +6,11 @@
 //   ^1   a string
 //   ^L1  an integer; one of 32 bits as "%i" prints it
 //   ^B1  an integer of 64 bits
-//   ^F1  a number, without trailing zeros and with at most two decimals; or as
-//        the text between two "@" behind it tells: "^F1@2.3zs@" asks for two
-//        digits in front of the decimal mark at least (1), three decimals (2),
-//        and options by the letters below
+//   ^F1  a number or an integer, without trailing zeros and with at most two
+//        decimals; or as the text between two "@" behind it tells: "^F1@2.3zs@"
+//        asks for two digits in front of the decimal mark at least (1), three
+//        decimals (2), and options by the letters below; with marks of several
+//        bytes it may come out longer than by U_FormatNum
 //
 // A digit is filled at its first place only. A digit that no place has, or no
 // argument, ends the work: later places stay as they are. A value that holds
@@ -27,8 +28,8 @@
 //   p       32   a space in front of a number that isn't negative
 //
 // Multibyte text is in the active code page. Text for a fixed buffer is cut at a
-// character, which is no error. A null pointer is a bad parameter (3). All
-// operations may be called on any thread.
+// character, which is no error. A null pointer is a bad parameter (3) unless told
+// otherwise. All operations may be called on any thread.
 
 #ifndef U_FORMAT_H
 #define U_FORMAT_H
@@ -79,7 +80,7 @@ private:
 // Fill format into out with count arguments; the operations below make them of
 // what they are given. A string may be multibyte or UTF-16 in either form. Return
 // 0; 3 for an argument of another kind than its place, such as a number for a
-// string; or the code of a failed conversion. The first then leaves out
+// string; or the code of a failure. The first then leaves out
 // untouched, the second makes it empty, whatever its size. The second writes at
 // most 1,023 bytes and a terminator, and no more than size bytes unless that is 0.
 U_EXPORT U_Status Up_SubString(U_UTF16String& out, const U_UTF16String& format,
@@ -132,13 +133,15 @@ U_UTF16String U_SubString16(const U_UTF16String& format, const Arguments&... arg
 // Writes a number into out, 32 bytes: at least integerDigits digits in front of
 // the decimal mark, as far as they have room, and so many decimals. If digits and
 // decimals are 23 characters or more, or marks of several bytes leave no room,
-// the number is written as "%e" does and options z and s do nothing.
+// the number is written as "%e" does and options z and s do nothing. Infinities
+// are "inf" and what is no number "nan", never padded. Returns 0, 3 for a null
+// out, or the code of a failed conversion with out untouched.
 U_EXPORT int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned int decimals,
                          char* out);
 
-// Reads a number as atof does, but never by the C library's locale: with bit 0 of
-// flags set with the mark ".", else the first 31 bytes with the user's marks. No
-// mark of thousands is passed over. Without a number *out is 0. Returns 0, or the
+// Reads a decimal number as atof does, but never by the C library's locale: with
+// bit 0 of flags set with the mark ".", else the first 31 bytes with the user's
+// marks. No mark of thousands is passed over. Without a number *out is 0. Returns 0, or the
 // code of a failed conversion with *out untouched.
 U_EXPORT int U_ScanNum(char* text, char flags, double* out);
 
@@ -157,9 +160,9 @@ U_EXPORT char U_ThousandsChar();
 // pointer may be null. Always 0.
 U_EXPORT int U_HexChar2Nibble(char c, unsigned char* value, unsigned char* valid);
 
-// A size in bytes for people: "12 bytes", "1.5 MB". It is rounded down, never
-// into the next unit. out has room for 256 bytes and is the result. Throw an int
-// as U_UTF16ToMBString does.
+// A size in bytes for people: "12 bytes", "1.5 MB". Whole units are rounded down,
+// tenths to the nearest; never into the next unit. out has room for 256 bytes and
+// is the result; a null out does nothing. Throw an int as U_UTF16ToMBString does.
 U_EXPORT char* U_LongFormatBytes(unsigned long long size, char* out);
 U_EXPORT U_UTF16String U_LongFormatBytes(unsigned long long size);
 

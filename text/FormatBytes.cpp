@@ -61,7 +61,8 @@ char* U_LongFormatBytes(unsigned long long size, char* out)
     const std::string amount =
         isWhole ? std::to_string(size / unit.mBytes) : Tenths(size / unit.mPart);
     U_CopyString((amount + ' ' + U_ZStringToMBString(unit.mName)).c_str(), kRoom, out);
-    U_InternationalizeNum(out);
+    if (const int failure = U_InternationalizeNum(out))
+        throw failure;
     return out;
 }
 

@@ -11,19 +11,15 @@ namespace
 const int kExponentDecimals = 6; // of "%e"
 const std::size_t kMarkedRoom = 256;
 
-// Writes the number with the user's marks if that fits. Returns 0 or a code.
+// Writes the number with the user's marks into kMarkedRoom bytes. Returns 0 or a
+// code.
 int FormatMarked(double value, unsigned int flags, int integerDigits, unsigned int decimals,
-                 std::size_t mostPlain, char* out, bool* fits)
+                 std::size_t mostPlain, char* marked)
 {
-    char marked[kMarkedRoom];
     marked[FormatUnmarked(value, flags, integerDigits, decimals, mostPlain, marked)] = 0;
-    if (!(flags & krobase::utility::kNumberNoLocaleMarks))
-    {
-        if (const int failure = U_InternationalizeNum(marked))
-            return failure;
-    }
-    *fits = std::strlen(marked) <= kLongestNum;
-    return U_CopyString(marked, kLongestNum + 1, out);
+    if (flags & krobase::utility::kNumberNoLocaleMarks)
+        return 0;
+    return U_InternationalizeNum(marked);
 }
 } // namespace
 
@@ -41,11 +37,20 @@ int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned in
 {
     if (!out)
         return U_Err_BadParameter;
-    bool fits = false;
-    int failure = FormatMarked(value, flags, integerDigits, decimals, kMostPlainNum, out, &fits);
-    // Marks of several bytes can make a long number longer than out. A number
-    // that has lost its last digits would be another one.
-    if (!failure && !fits)
-        failure = FormatMarked(value, flags, integerDigits, decimals, 0, out, &fits);
-    return failure;
+    char marked[kMarkedRoom];
+    std::size_t mostPlain = kMostPlainNum;
+    int failure = FormatMarked(value, flags, integerDigits, decimals, mostPlain, marked);
+    // Marks of several bytes can make a number longer than out. The pad gives way
+    // first, then plain notation: a number that has lost its last digits would be
+    // another one.
+    int digits = std::min(integerDigits, static_cast<int>(kLongestNum));
+    while (!failure && std::strlen(marked) > kLongestNum)
+    {
+        if (digits > 0)
+            --digits;
+        else
+            mostPlain = 0;
+        failure = FormatMarked(value, flags, digits, decimals, mostPlain, marked);
+    }
+    return failure ? failure : U_CopyString(marked, kLongestNum + 1, out);
 }

@@ -74,6 +74,11 @@ std::string FormatNum(double value, unsigned int flags, int integerDigits, unsig
     return buffer;
 }
 
+std::string Repeated(const std::string& text, int count)
+{
+    return count ? text + Repeated(text, count - 1) : "";
+}
+
 std::string Printed(const char* format, double value, int precision)
 {
     char text[512];
@@ -352,6 +357,12 @@ TEST_F(Numbers, MarksAreTheUsers)
         {FormatNum(1234.5, 8, 1, 1), "1\xC2\xA0"
                                      "234,5"},
         {FormatNum(1e21, 8, 1, 0), "1,000000e+21"}, // 36 bytes otherwise
+        {FormatNum(5, 8, 20, 0), "0" +
+                                     Repeated("\xC2\xA0"
+                                              "000",
+                                              5) +
+                                     "\xC2\xA0"
+                                     "005"}, // the pad is cut instead
         {Filled("^F1@1.1s@", 1234.5), "1\xC2\xA0"
                                       "234,5"},
     };
