@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
@@ -23,6 +24,14 @@ struct Interaction
     std::list<Entry> mEntries; // the mask in force in front
     U_u32 mNextTemporaryId = 1;
 };
+
+// Ids come again after 2^32 uses, but never 0, nor the one that is not temporary.
+U_u32 NextTemporaryId(Interaction& interaction)
+{
+    while (interaction.mNextTemporaryId == 0 || interaction.mNextTemporaryId == kBaseId)
+        ++interaction.mNextTemporaryId;
+    return interaction.mNextTemporaryId++;
+}
 
 // Never destroyed: threads may report until the process is gone.
 Interaction& TheInteraction()
@@ -52,7 +61,7 @@ U_u32 Up_SetInteractTemp(U_u32 mask)
     Interaction& interaction = TheInteraction();
     std::list<Entry> entry{{0, mask}};
     InteractLock lock(interaction.mLock);
-    entry.front().mId = interaction.mNextTemporaryId++;
+    entry.front().mId = NextTemporaryId(interaction);
     interaction.mEntries.splice(interaction.mEntries.begin(), entry);
     return interaction.mEntries.front().mId;
 }
@@ -61,11 +70,9 @@ void Up_SetInteractTempComplete(U_u32 id)
 {
     Interaction& interaction = TheInteraction();
     InteractLock lock(interaction.mLock);
-    for (auto entry = interaction.mEntries.begin(); entry != interaction.mEntries.end(); ++entry)
-    {
-        if (entry->mId != id)
-            continue;
+    const auto entry =
+        std::find_if(interaction.mEntries.begin(), interaction.mEntries.end(),
+                     [id](const Entry& candidate) { return candidate.mId == id && id != kBaseId; });
+    if (entry != interaction.mEntries.end())
         interaction.mEntries.erase(entry);
-        return;
-    }
 }

@@ -21,8 +21,10 @@ U_Status U_GetName(char* out)
         return U_Err_BadParameter;
     if (U_Status damaged = Up_ValidateGlobals(kGetNamePlace))
         return damaged;
-    const char* const name = Globals()->mName;
-    std::memcpy(out, name, std::strlen(name) + 1);
+    const auto& name = Globals()->mName;
+    const std::size_t length = strnlen(name, sizeof(name) - 1); // somebody may write over it
+    std::memcpy(out, name, length);
+    out[length] = 0;
     return 0;
 }
 

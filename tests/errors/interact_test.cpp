@@ -1,10 +1,13 @@
 #include "U_Interact.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -12,14 +15,13 @@
 #include "U_Lifecycle.h"
 #include "indep/errors/LoggingCallbacks.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
 
 namespace
 {
 const U_u32 kMaskAtBirth = 0xFFBFFF9F;
 
-class Interact : public BornLibrary
-{
-};
+typedef BornLibrary Interact;
 } // namespace
 
 TEST_F(Interact, BirthSetsTheMaskAndDropsTemporaryOnes)
@@ -68,19 +70,34 @@ TEST_F(Interact, ANewBaseMaskVoidsTemporaryOnes)
 {
     const U_u32 id = Up_SetInteractTemp(5);
     Up_SetInteract(6);
-    EXPECT_EQ(Up_GetInteract(), 6u);
-    Up_SetInteractTempComplete(id);
-    Up_SetInteractTempComplete(id + 1000);
-    EXPECT_EQ(Up_GetInteract(), 6u);
+    for (U_u32 none : {id, id + 1000, 0u, 0xFFFFFFFF}) // the last is the base's own
+    {
+        Up_SetInteractTempComplete(none);
+        EXPECT_EQ(Up_GetInteract(), 6u);
+    }
+
+    // Nothing tells but the memory that they would take.
+    const size_t kRounds = 10000;
+    const size_t before = mallinfo2().uordblks;
+    for (size_t round = 0; round < kRounds; ++round)
+    {
+        Up_SetInteractTemp(5);
+        Up_SetInteract(6);
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + kRounds);
 }
 
 TEST_F(Interact, ThreadsNarrowTheMaskAtOnce)
 {
-    const auto narrow = [] {
-        for (U_u32 round = 0; round < 2000; ++round)
+    std::atomic<int> running(0);
+    const auto narrow = [&running] {
+        ++running;
+        while (running < 2)
+            std::this_thread::yield();
+        for (int round = 0; round < 100000; ++round)
         {
-            const U_u32 id = Up_SetInteractTemp(round);
-            Up_GetInteract();
+            const U_u32 id = Up_SetInteractTemp(5);
+            EXPECT_EQ(Up_GetInteract(), 5u); // the other's is the same
             Up_SetInteractTempComplete(id);
         }
     };
@@ -88,6 +105,12 @@ TEST_F(Interact, ThreadsNarrowTheMaskAtOnce)
     narrow();
     other.join();
     EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
+}
+
+TEST(InteractDeathTest, ThereIsNoMaskBeforeTheFirstBirth)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(Up_GetInteract() == 0 ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Interact, TheNameIsCutAndErrorsAreCounted)
@@ -112,6 +135,12 @@ TEST_F(Interact, TheNameIsCutAndErrorsAreCounted)
     EXPECT_EQ(errors, 5u);
     EXPECT_EQ(U_GetName(nullptr), 3);
     EXPECT_EQ(U_GetHowManyErrors(nullptr), 3);
+
+    ASSERT_EQ(U_Death(), 0);
+    const ScActiveCodePage japanese(932);
+    ASSERT_EQ(U_Birth("123456789 123456789 123456789\x83\x5C", nullptr), 0);
+    EXPECT_EQ(U_GetName(name), 0);
+    EXPECT_STREQ(name, "123456789 123456789 123456789");
 }
 
 TEST(ComputerName, IsTerminatedInWhateverRoom)
