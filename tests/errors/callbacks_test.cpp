@@ -4,6 +4,8 @@
 #include <future>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <boost/function.hpp>
 
@@ -12,6 +14,7 @@
 #include "U_Lifecycle.h"
 #include "indep/errors/LoggingCallbacks.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DamagedRecord.h"
 
 namespace
 {
@@ -156,34 +159,58 @@ TEST_F(Callbacks, AnExceptionPassesAndFreesTheLock)
     mA.action = [] { throw std::runtime_error("callback"); };
     EXPECT_THROW(Call(), std::runtime_error);
 
-    // Another thread gets at the table.
-    const auto onOtherThread = std::async(std::launch::async, [&] { return Remove(mA); });
-    ASSERT_EQ(onOtherThread.wait_for(std::chrono::minutes(1)), std::future_status::ready);
+    // Another thread gets at the table. It isn't waited for if it doesn't.
+    std::packaged_task<U_Status()> remove([&] { return Remove(mA); });
+    const std::future<U_Status> removed = remove.get_future();
+    std::thread(std::move(remove)).detach();
+    ASSERT_EQ(removed.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(Calls(), "b");
 }
 
 TEST_F(Callbacks, OtherThreadsWaitWhileACallbackRuns)
 {
-    std::promise<void> running;
-    std::promise<void> leave;
-    mA.action = [&] {
-        running.set_value();
-        leave.get_future().wait();
-        sCalls += '.';
-    };
     ASSERT_EQ(Add(mA), 0);
-    sCalls.clear();
-    std::future<U_Status> report = std::async(std::launch::async, &Call);
-    running.get_future().wait();
-    std::future<U_Status> added = std::async(std::launch::async, [&] {
-        const U_Status status = Add(mB);
-        sCalls += '!';
-        return status;
-    });
-    leave.set_value();
-    EXPECT_EQ(report.get(), 0);
-    EXPECT_EQ(added.get(), 0);
-    EXPECT_EQ(sCalls, "a.!");
+    const auto callsWhile = [&](U_Status (*change)(Listener&)) {
+        std::promise<void> begun;
+        std::future<U_Status> changed;
+        mA.action = [&] {
+            changed = std::async(std::launch::async, [&] {
+                begun.set_value();
+                return change(mB);
+            });
+            begun.get_future().wait();
+            EXPECT_EQ(changed.wait_for(std::chrono::milliseconds(100)),
+                      std::future_status::timeout);
+        };
+        const std::string calls = Calls();
+        EXPECT_EQ(changed.get(), 0);
+        mA.action.clear();
+        return calls;
+    };
+    EXPECT_EQ(callsWhile(&Add), "a");
+    EXPECT_EQ(callsWhile(&Remove), "ab");
+    EXPECT_EQ(Calls(), "a");
+}
+
+TEST_F(Callbacks, ADamagedRecordRefusesAllAndCallsNobody)
+{
+    ASSERT_EQ(Add(mA), 0);
+    const std::vector<U_u32*> magic = FindMagicNumbers();
+    ASSERT_EQ(magic.size(), 2u);
+    {
+        const ScDamagedRecord damaged(magic[1]);
+        char name[31] = "before";
+        U_u32 errors = 77;
+        EXPECT_EQ(Add(mB), 2);
+        EXPECT_EQ(Remove(mA), 2);
+        EXPECT_EQ(U_GetName(name), 2);
+        EXPECT_EQ(U_GetHowManyErrors(&errors), 2);
+        EXPECT_EQ(Up_SetHowManyErrors(5), 2);
+        EXPECT_STREQ(name, "before");
+        EXPECT_EQ(errors, 77u);
+        EXPECT_EQ(Calls(), "");
+    }
+    EXPECT_EQ(Calls(), "a");
 }
 
 TEST_F(Callbacks, EndWithTheLibrary)

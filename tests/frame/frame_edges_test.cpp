@@ -1,7 +1,6 @@
 // Damage, many lives, and what translators may get wrong.
 
 #include <any>
-#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -19,11 +18,11 @@
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DamagedRecord.h"
 
 namespace
 {
 const U_Status kDamaged = 2;
-const U_u32 kMagic = 0x11868; // at both ends of the library's record
 
 U_i32 RunModeSeven()
 {
@@ -35,33 +34,6 @@ unsigned int BeepsOfDie(bool expected)
     const unsigned int before = platform::BeepCount();
     EXPECT_EQ(U_Die(), expected);
     return platform::BeepCount() - before;
-}
-
-// The places of the magic numbers in the library's record: the live handle
-// near a new one whose block starts with the number. Empty if there is none.
-std::vector<U_u32*> FindMagicNumbers()
-{
-    const std::uintptr_t kNeighbourhood = 0x10000; // handles stand together in pieces of this size
-    void** fresh = U_AllocateHandleQuiet(16);
-    void** first =
-        reinterpret_cast<void**>(reinterpret_cast<std::uintptr_t>(fresh) & ~(kNeighbourhood - 1));
-    U_FreeHandle(fresh);
-    std::vector<U_u32*> numbers;
-    for (void** handle = first; handle < first + kNeighbourhood / sizeof(void*); ++handle)
-    {
-        U_u32 size = 0;
-        if (U_CheckHandleFromHeap(handle) || U_GetHandleSize(handle, &size) || size < sizeof(U_u32))
-            continue;
-        U_u32* words = static_cast<U_u32*>(*handle);
-        if (words[0] != kMagic)
-            continue;
-        for (U_u32* word = words; word < words + size / sizeof(U_u32); ++word)
-        {
-            if (*word == kMagic)
-                numbers.push_back(word);
-        }
-    }
-    return numbers;
 }
 
 class Lives : public testing::Test
@@ -121,18 +93,19 @@ TEST_F(Lives, DeathLeavesADamagedLibraryInPlace)
         void** handle = U_AllocateHandle(0, "block", 100);
         const unsigned long long used = MEM_GetMemUsage();
 
-        *magic[end] ^= 1;
-        EXPECT_EQ(BeepsOfDie(true), 2u);
-        EXPECT_FALSE(platform::MemDialogsQuieted());
-        EXPECT_EQ(U_Death(), kDamaged);
-        EXPECT_EQ(U_Death(), kDamaged);
-        EXPECT_TRUE(platform::MemDialogsQuieted());
-        EXPECT_EQ(MEM_GetMemUsage(), used);
-        EXPECT_EQ(U_GetRunMode(), 7);
-        EXPECT_EQ(U_CheckHandleFromHeap(handle), 0);
+        {
+            const ScDamagedRecord damaged(magic[end]);
+            EXPECT_EQ(BeepsOfDie(true), 2u);
+            EXPECT_FALSE(platform::MemDialogsQuieted());
+            EXPECT_EQ(U_Death(), kDamaged);
+            EXPECT_EQ(U_Death(), kDamaged);
+            EXPECT_TRUE(platform::MemDialogsQuieted());
+            EXPECT_EQ(MEM_GetMemUsage(), used);
+            EXPECT_EQ(U_GetRunMode(), 7);
+            EXPECT_EQ(U_CheckHandleFromHeap(handle), 0);
+        }
 
         // Once dying, always dying; the next life starts anew.
-        *magic[end] = kMagic;
         EXPECT_EQ(BeepsOfDie(true), 0u);
         U_FreeHandle(handle);
         EXPECT_EQ(U_Death(), 0);

@@ -1,0 +1,33 @@
+#include "tests/support/DamagedRecord.h"
+
+#include <cstdint>
+
+#include "U_Alloc.h"
+#include "indep/frame/Globals.h"
+
+// The record is the live handle, near a new one, whose block starts with the
+// number.
+std::vector<U_u32*> FindMagicNumbers()
+{
+    const std::uintptr_t kNeighbourhood = 0x10000; // handles stand together in pieces of this size
+    void** fresh = U_AllocateHandleQuiet(16);
+    void** first =
+        reinterpret_cast<void**>(reinterpret_cast<std::uintptr_t>(fresh) & ~(kNeighbourhood - 1));
+    U_FreeHandle(fresh);
+    std::vector<U_u32*> numbers;
+    for (void** handle = first; handle < first + kNeighbourhood / sizeof(void*); ++handle)
+    {
+        U_u32 size = 0;
+        if (U_CheckHandleFromHeap(handle) || U_GetHandleSize(handle, &size) || size < sizeof(U_u32))
+            continue;
+        U_u32* words = static_cast<U_u32*>(*handle);
+        if (words[0] != kGlobalsMagic)
+            continue;
+        for (U_u32* word = words; word < words + size / sizeof(U_u32); ++word)
+        {
+            if (*word == kGlobalsMagic)
+                numbers.push_back(word);
+        }
+    }
+    return numbers;
+}
