@@ -3,8 +3,10 @@
 // When an operation fails for many items, the user is to see one alert and not
 // one an item. The caller makes an identifier for the operation and puts it on
 // each item's message; messages of one identifier are shown as one numbered
-// list. Identifiers hold no "{", "}", "|||" or "###" of their own, as those
-// divide their parts. Any thread.
+// list. The parts of an identifier must not hold "{", "}", "|||" or "###", which
+// divide it: the first "}" would cut it short. Nor may the host's name hold
+// "|||" or "###", as it stands in front of each heading when a group is shown.
+// Any thread.
 
 #ifndef U_GROUP_H
 #define U_GROUP_H
@@ -32,8 +34,9 @@ U_EXPORT void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16Stri
 // The message of a text without the identifier that was put on it, and without
 // what stands in front of that. *key becomes what messages of one group have in
 // common: the identifier, with what stands in front of it and a blank before
-// each heading. Without an identifier, or with one whose braces aren't both
-// there, the text comes back as it is and *key stays; so it does for a null key.
+// each heading. Without an identifier, or with one whose braces aren't there in
+// this order, the text comes back as it is and *key stays; so it does for a null
+// key. key may be the text.
 U_EXPORT U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* key);
 
 #endif

@@ -26,7 +26,9 @@ enum : U_u32
 // Flags of a row. Owned texts are from malloc.
 enum : U_u32
 {
-    U_LStrRow_Literal = 1, // mLocal is the text itself, in any language
+    // mLocal is the text itself, in any language. Once looked up it belongs to
+    // the table, and goes when the library dies.
+    U_LStrRow_Literal = 1,
     U_LStrRow_OwnsZString = 2,
     U_LStrRow_OwnsLocal = 4,
     U_LStrRow_OwnsEnglish = 8
@@ -58,15 +60,18 @@ U_EXPORT U_Status U_ZGetLengthLStrCache(U_LStrCache* table, int* length);
 // has been chosen yet. "[?]" for an index out of range and for a row without a
 // text; *error is 0 then. "[?]" with the code in *error for a table that isn't
 // valid and for a text that can't be resolved or stored; the next lookup tries
-// again. error may be null. The text belongs to the table.
+// again. A text with a code is good, but its table couldn't be listed. error may
+// be null. The text belongs to the table. Exceptions that derive from nothing
+// pass through as U_ZString.h tells.
 U_EXPORT const char* U_ZLookupLStrCache(U_LStrCache* table, int index, unsigned short english,
                                         int* error);
 
 // Replaces *table by a heap copy with no row resolved, which its owner gives to
-// U_ZUnregisterLStrCache. Texts that lookups made in the old table are freed;
-// it leaves the list of tables, and one that was a heap copy itself goes
-// altogether. Returns 0, or the code of a failure with *table as it was. A null
-// argument does nothing.
+// U_ZUnregisterLStrCache. English texts that the table came with aren't copied.
+// What the old table owns is freed, so its rows may be empty afterwards; it
+// leaves the list of tables, and one that was a heap copy itself goes altogether.
+// Returns 0, or the code of a failure with *table as it was. A null argument does
+// nothing.
 U_EXPORT U_Status U_ZRegisterLStrCache(U_LStrCache** table);
 
 // Frees a heap copy with its texts and nulls *table. Returns 0, or 3 for any

@@ -94,15 +94,43 @@ TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
         EXPECT_EQ(U_StripGroupedErrorMessage(text, &key), Units(row.message));
         EXPECT_EQ(key, Units(row.key));
         EXPECT_EQ(U_StripGroupedErrorMessage(text, nullptr), text);
+
+        U_UTF16String both = text;
+        EXPECT_EQ(U_StripGroupedErrorMessage(both, &both), Units(row.message));
+        EXPECT_EQ(both, key == Units(u"untouched") ? text : key);
     }
+}
+
+TEST(Group, AKeyIsTakenApartAsAnIdentifierIs)
+{
+    const U_UTF16String identifier =
+        U_FormUniqueGroupErrorMessageIdentifier(Units(u"Many"), Units(u"@0 files:"), Units(u"One"));
+    U_UTF16String key;
+    U_StripGroupedErrorMessage(
+        Units(u"Host error: ") + U_GroupErrorMessage(Units(u"a.txt"), identifier), &key);
+    U_UTF16String many;
+    U_UTF16String label;
+    U_UTF16String one;
+    U_ExtractSingularPluralFromUniqueGroupIdentifier(key, &many, &label, &one);
+    EXPECT_EQ(many, Units(u"Host error: Many"));
+    EXPECT_EQ(label, Units(u"@0 files:"));
+    EXPECT_EQ(one, Units(u"Host error: One"));
 }
 
 class TranslatedGroup : public BornLibrary
 {
 protected:
+    void SetUp() override
+    {
+        BornLibrary::SetUp();
+        ASSERT_EQ(U_ZStringSetCurrentDictionary(mImage.units.data(), mImage.size), 0);
+    }
+
     // The library may point into it until it dies.
     DictionaryImage mImage = BinaryImage({
         {"/QX/U/DisplayPostedErrors/Errors", u"Fehler:"},
+        {"/private/QX/U/GroupTag", u"Gruppe"},
+        {"/private/QX/U/GroupTagScoper", u"({@0})"},
         {"/private/QX/U/GroupTagSeparator", u"|"},
         {"/private/QX/U/TypeOfErrorSeparator", u""},
     });
@@ -110,7 +138,6 @@ protected:
 
 TEST_F(TranslatedGroup, TheLabelIsTranslatedAndAnEmptyMarkerIsFoundNowhere)
 {
-    ASSERT_EQ(U_ZStringSetCurrentDictionary(mImage.units.data(), mImage.size), 0);
     U_UTF16String many;
     U_UTF16String label;
     U_UTF16String one;
@@ -118,4 +145,13 @@ TEST_F(TranslatedGroup, TheLabelIsTranslatedAndAnEmptyMarkerIsFoundNowhere)
     EXPECT_EQ(many, Units(u"M"));
     EXPECT_EQ(one, Units(u"O###L"));
     EXPECT_EQ(label, Units(u"Fehler:"));
+}
+
+TEST_F(TranslatedGroup, GroupingAndStrippingUseTheTranslatedMarkers)
+{
+    const U_UTF16String text = U_GroupErrorMessage(Units(u"m"), Units(u"a|b"));
+    EXPECT_EQ(text, Units(u"Gruppe({a|b})m"));
+    U_UTF16String key;
+    EXPECT_EQ(U_StripGroupedErrorMessage(text, &key), Units(u")m"));
+    EXPECT_EQ(key, Units(u" a| b"));
 }
