@@ -1,10 +1,10 @@
 // Telemetry.
 //
 // The library collects none itself. A host that has a place for it installs one
-// provider, and every operation here hands its arguments on to it; without a
-// provider they do nothing. So code can tell of use and errors without knowing
-// whether anybody listens. Any thread may call, so a provider copes with all of
-// them at once.
+// provider, and every operation here but StripQuotedContents hands its arguments
+// on to it; without a provider they do nothing. So code can tell of use and errors
+// without knowing whether anybody listens. Any thread may call, so a provider
+// copes with all of them at once.
 
 #ifndef U_TELEMETRY_H
 #define U_TELEMETRY_H
@@ -46,6 +46,7 @@ struct U_EXPORT U_TelemetryProvider
     virtual boost::shared_ptr<krobase::config::UsageLoggerGroup>
     NewDataGroup(const char* product, const char* event, const char* subcategory,
                  krobase::utility::Guid guid) = 0;
+    // group is what NewDataGroup gave, null too.
     virtual void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& group,
                             const char* name, const U_UTF8String& value) = 0;
 };
@@ -75,9 +76,10 @@ U_EXPORT void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGro
 
 // The text without what a user may have written into it: for each kind of quote
 // in turn, all between the first left and the last right one goes, also what
-// stands between two quoted pieces. The quotes stay. The kinds are ", ', the
-// typographic double and the typographic single ones, in the language of the
-// first call.
+// stands between two quoted pieces. The quotes stay. A quote without its partner
+// takes nothing out; what stands around it may then appear twice. The kinds are
+// ", ', the typographic double and the typographic single ones, in the language
+// of the first call; one that a translation leaves empty isn't looked for.
 U_EXPORT U_UTF16String StripQuotedContents(const U_UTF16String& text);
 } // namespace telemetry
 } // namespace U

@@ -40,11 +40,12 @@ std::vector<Delimiters> ResolveDelimiters()
     return delimiters;
 }
 
-// Resolved by the first thread that asks, while others wait.
+// Resolved by the first thread that asks, while others wait. Never destroyed:
+// threads may report until the process is gone.
 const std::vector<Delimiters>& QuoteDelimiters()
 {
-    static const std::vector<Delimiters> sQuoteDelimiters = ResolveDelimiters();
-    return sQuoteDelimiters;
+    static const auto* const sQuoteDelimiters = new std::vector<Delimiters>(ResolveDelimiters());
+    return *sQuoteDelimiters;
 }
 
 void StripBetween(const Delimiters& delimiters, U_UTF16String* text)

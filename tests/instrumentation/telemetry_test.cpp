@@ -1,5 +1,6 @@
 #include "U_Telemetry.h"
 
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "U_ZString.h"
+#include "tests/support/DictionaryImage.h"
 #include "tests/support/Text.h"
 
 namespace telemetry = U::telemetry;
@@ -222,18 +224,41 @@ TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
     }
 }
 
-TEST_F(Telemetry, ThreadsStripAndTellAtOnce)
+TEST(StripQuotedContents, ThreadsMayBeTheFirstToStrip)
 {
     std::vector<std::thread> threads;
     for (int number = 0; number < 4; ++number)
         threads.emplace_back([] {
             for (int round = 0; round < 200; ++round)
-            {
                 EXPECT_EQ(telemetry::StripQuotedContents(Units(u"\u201Cx\u201D")),
                           Units(u"\u201C\u201D"));
-                EXPECT_FALSE(telemetry::IsLogging());
-            }
         });
     for (std::thread& thread : threads)
         thread.join();
+}
+
+TEST(StripQuotedContentsDeathTest, QuotesAreThoseOfTheFirstLanguageAskedFor)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto strip = [](const char16_t* left, const char16_t* text) {
+        // Never freed: the library may point into it.
+        auto& image = *new DictionaryImage(BinaryImage({
+            {"/U/StripQuotedContents/Entry1Left", left},
+            {"/U/StripQuotedContents/Entry1Right", u">>"},
+            {"/U/StripQuotedContents/Entry2Left", u""},
+        }));
+        U_ZStringSetCurrentDictionary(image.units.data(), image.size);
+        return telemetry::StripQuotedContents(Units(text));
+    };
+    const auto stripTwice = [&] {
+        U_ZLocaleBirth();
+        const U_UTF16String expected = Units(u"it's \"a\" <<>> isn't it");
+        for (const char16_t* left : {u"<<", u"i"})
+        {
+            if (strip(left, u"it's \"a\" <<b>> isn't it") != expected)
+                return 1;
+        }
+        return 0;
+    };
+    EXPECT_EXIT(std::_Exit(stripTwice()), testing::ExitedWithCode(0), "");
 }
