@@ -172,16 +172,16 @@ int main(int argc, char** argv)
     Preparation ready;
     Prepare(argc, argv, &ready);
     Console console(ready.options.verbose);
-    if (U_Status error = U_Birth("File cache", nullptr))
-    {
+    Table table;
+    ExitStatus status = kFailed;
+    U_Status error = U_Birth("File cache", nullptr);
+    if (error)
         console.Tell(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
                            {std::to_string(error)}}));
-        return kFailed;
-    }
-    Table table;
-    ExitStatus status = Run(ready, console, &table);
+    else
+        status = Run(ready, console, &table);
     const LastTexts texts;
-    if (U_Status error = U_Death())
+    if (!error && (error = U_Death()) != 0)
     {
         console.Tell(Fill(texts.noDeath, {std::to_string(error)}));
         status = kFailed;

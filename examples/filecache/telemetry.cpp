@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include <boost/json.hpp>
@@ -149,7 +150,9 @@ void TelemetryFile::IncrementEventCount(const std::string& category, const std::
                                         const std::string& part)
 {
     std::lock_guard<std::mutex> lock(mLock);
-    ++mCounts[{category, event, part}];
+    int& count = mCounts[{category, event, part}];
+    if (count < std::numeric_limits<int>::max())
+        ++count;
 }
 
 void TelemetryFile::ClearEventCount(const std::string& category, const std::string& event,
@@ -167,7 +170,16 @@ void TelemetryFile::LogEventsWithCount()
         counts.swap(mCounts);
     }
     for (const auto& [name, count] : counts)
-        LogEventWithCount(name[0], name[1], name[2], count, Guid());
+    {
+        try
+        {
+            LogEventWithCount(name[0], name[1], name[2], count, Guid());
+        }
+        catch (const std::exception&)
+        {
+            LoseLine(); // the others are written all the same
+        }
+    }
 }
 
 boost::shared_ptr<UsageLoggerGroup> TelemetryFile::NewDataGroup(const char* product,

@@ -15,9 +15,9 @@
 #include "texts.h"
 
 // An event is a line of its own, a group a line when its last owner lets go of
-// it. Counted events are kept until LogEventsWithCount, which writes a line for
-// each and starts again from none. Any thread; groups too. Strings are UTF-8,
-// and what isn't becomes U+FFFD.
+// it. Counted events are kept, up to the largest int, until LogEventsWithCount,
+// which writes a line for each and starts again from none. Any thread; groups too. Strings are
+// UTF-8, and what isn't becomes U+FFFD.
 class TelemetryFile : public U::telemetry::U_TelemetryProvider
 {
 public:
