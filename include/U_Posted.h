@@ -19,9 +19,9 @@ U_EXPORT void U_DecrementPostErrors();
 // messages of a group (U_Group.h) as one alert behind the others. Returns when
 // the user has dismissed the last; meanwhile others may post. For the UI thread,
 // though nothing here insists. Death shows what is left.
-// A message that even the system's message box can't show is passed over; if an
-// exception that is neither an int nor a std::exception comes out of the box, the
-// messages behind it stay posted and it passes through.
+// A message that even the system's message box can't show stays posted. What is
+// neither an int nor a std::exception passes through, with what has not been shown
+// still posted.
 U_EXPORT void U_DisplayPostedErrors();
 
 // Enters a level of quiet mode, in which the calling thread's reports, fatal

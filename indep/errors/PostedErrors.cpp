@@ -59,34 +59,58 @@ PostedErrors TakePosted()
 }
 
 // In front of what has been posted meanwhile.
-void PutBack(PostedErrors::iterator first, PostedErrors::iterator last)
+void PutBack(PostedErrors& errors)
 {
     Posted& posted = ThePosted();
     PostedLock lock(posted.mLock);
-    if (posted.mErrors)
-        posted.mErrors->insert(posted.mErrors->begin(), std::make_move_iterator(first),
-                               std::make_move_iterator(last));
+    if (!posted.mErrors)
+        return;
+    if (posted.mErrors->empty())
+        posted.mErrors->swap(errors);
+    else
+        posted.mErrors->insert(posted.mErrors->begin(), std::make_move_iterator(errors.begin()),
+                               std::make_move_iterator(errors.end()));
 }
 
-void ShowInOrder(PostedErrors& errors)
+// Messages on their way to the user. Those that couldn't be shown are posted
+// again at the end, whatever that is.
+class Showing
 {
-    for (auto error = errors.begin(); error != errors.end(); ++error)
+public:
+    explicit Showing(PostedErrors& errors) : mErrors(errors) {}
+
+    ~Showing()
     {
-        try
+        mErrors.erase(mErrors.begin() + mFailed, mErrors.begin() + mNext);
+        Guarded([&] { PutBack(mErrors); });
+    }
+
+    Showing(const Showing&) = delete;
+    Showing& operator=(const Showing&) = delete;
+
+    void ShowInOrder()
+    {
+        const auto count = static_cast<std::ptrdiff_t>(mErrors.size());
+        for (; mNext < count; ++mNext)
         {
             // One that can't be shown mustn't keep the others from the user.
-            Guarded([&] {
-                Up_ShowMessage(error->mLocation, error->mSeverity, error->mText,
-                               error->mCoalesced ? kGroupedSizeHint : 0);
-            });
-        }
-        catch (...)
-        {
-            PutBack(error + 1, errors.end());
-            throw;
+            const Up_PostedError& error = mErrors[static_cast<std::size_t>(mNext)];
+            if (Guarded([&] { Show(error); }))
+                mErrors[static_cast<std::size_t>(mFailed++)] = error;
         }
     }
-}
+
+private:
+    static void Show(const Up_PostedError& error)
+    {
+        Up_ShowMessage(error.mLocation, error.mSeverity, error.mText,
+                       error.mCoalesced ? kGroupedSizeHint : 0);
+    }
+
+    PostedErrors& mErrors;
+    std::ptrdiff_t mNext = 0;
+    std::ptrdiff_t mFailed = 0; // those that failed stand in front
+};
 
 void AddToPostCount(U_u32 delta)
 {
@@ -155,5 +179,5 @@ void U_DisplayPostedErrors()
     PostedErrors errors = TakePosted();
     // Without memory for that, messages are shown one by one, as posted.
     Guarded([&] { Coalesce(errors); });
-    ShowInOrder(errors);
+    Showing(errors).ShowInOrder();
 }

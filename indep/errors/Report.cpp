@@ -45,6 +45,14 @@ void PutIntoLoggingBuffer(const char* text)
     U_CopyString(text, U_ReportTextSize, Up_GetThreadLoggingBuffer());
 }
 
+// Without memory to tell, a text is on its own.
+bool IsGrouped(const U_UTF16String& text)
+{
+    bool grouped = false;
+    Guarded([&] { grouped = Up_HasGroupTag(text); });
+    return grouped;
+}
+
 // One report on its way through the stations.
 class Report
 {
@@ -61,6 +69,7 @@ public:
 
 private:
     bool MayShowNow(bool grouped) const;
+    void ShowNow();
 
     const U_u32 mLocation;
     const U_u16 mSeverity;
@@ -122,8 +131,26 @@ void Report::Display(bool grouped)
         Post();
         return;
     }
-    U_DisplayPostedErrors();
-    Up_ShowMessage(mLocation, mSeverity, mText.Get(), 0);
+    try
+    {
+        ShowNow();
+    }
+    catch (...)
+    {
+        Post();
+        throw;
+    }
+}
+
+// Behind what waits. What can't be shown waits, too.
+void Report::ShowNow()
+{
+    const U_Status failure = Guarded([&] {
+        U_DisplayPostedErrors();
+        Up_ShowMessage(mLocation, mSeverity, mText.Get(), 0);
+    });
+    if (failure)
+        Post();
 }
 } // namespace
 
@@ -153,7 +180,7 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     PutIntoLoggingBuffer("");
     Guarded([&] { PutIntoLoggingBuffer(U_UTF16ToMBString(text, false).c_str()); });
-    Up_Report16(location, severity, text, Up_HasGroupTag(text));
+    Up_Report16(location, severity, text, IsGrouped(text));
 }
 
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
@@ -169,7 +196,7 @@ U_Status Up_ReportError(U_u32 location, U_u16 severity)
 {
     return Guarded([&] {
         const U_UTF16String text = U_MBToUTF16String(Up_GetThreadLoggingBuffer());
-        Up_Report16(location, severity, text, Up_HasGroupTag(text));
+        Up_Report16(location, severity, text, IsGrouped(text));
     });
 }
 

@@ -1,6 +1,6 @@
 #include "small_block.h"
 
-#include <cstdlib>
+#include <new>
 
 namespace krobase
 {
@@ -8,15 +8,12 @@ namespace utility
 {
 void* SmallBlockAllocator::Allocate(std::size_t size)
 {
-    // The C library keeps small blocks per thread.
-    if (void* block = std::malloc(size ? size : 1))
-        return block;
-    throw std::bad_alloc();
+    return ::operator new(size); // the C library below keeps small blocks per thread
 }
 
 void SmallBlockAllocator::Dispose(void* block)
 {
-    std::free(block);
+    ::operator delete(block);
 }
 } // namespace utility
 } // namespace krobase

@@ -235,8 +235,8 @@ TEST_F(Report, ProblemsAndFatalErrorsLogTheStack)
 
 TEST_F(Report, ATranslationOrdersNameAndWord)
 {
-    DictionaryImage image = BinaryImage({{"/QX/U/qx_err_msg_order", u"@1, sagt @0"},
-                                         {"/QX/UOverride/LStr/0002", u"Fehler"}});
+    DictionaryImage image = BinaryImage(
+        {{"/QX/U/qx_err_msg_order", u"@1, sagt @0"}, {"/QX/UOverride/LStr/0002", u"Fehler"}});
     ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
     U_ReportError(0, U_Sev_PROBLEM, Units(u"Text"));
     EXPECT_EQ(mHeard.mTexts, Texts{"Fehler, sagt Test Host: Text"});

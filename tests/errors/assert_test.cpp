@@ -1,0 +1,87 @@
+#include <control.h>
+
+#include "U_Assert.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+typedef std::vector<std::string> Texts;
+
+class Assert : public BornLibrary
+{
+};
+} // namespace
+
+TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
+{
+    const struct
+    {
+        const char* detail;
+        const char* message;
+        const char* text;
+    } kFailures[] = {
+        {nullptr, nullptr, "internal verification failure, sorry! {68}"},
+        {nullptr, "no handle", "internal verification failure, sorry! {no handle}"},
+        {"index < count", nullptr, "Verification failure: index < count {68}"},
+        {"index < count", "too far", "Verification failure: index < count {too far}"},
+    };
+    for (const auto& failure : kFailures)
+    {
+        EXPECT_EQ(U_ReportFailedVerification(0x170001, 68, failure.detail, failure.message), 0);
+        EXPECT_STREQ(Up_GetThreadLoggingBuffer(), failure.text);
+    }
+    EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
+    U_StartQuietErrorsOnCurrentThread(false);
+    U_ReportFailedVerification(0, 1, nullptr, nullptr);
+    U_EndQuietErrorsOnCurrentThread();
+    EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
+}
+
+TEST_F(Assert, AFailedAssertionIsAProblemCutToItsBuffer)
+{
+    EXPECT_EQ(Up_AssertFailed("a == b", "file.cpp", 12), 0);
+    EXPECT_EQ(mAlerts.Texts(),
+              Texts{"Test Host error: assertion failed\na == b\nline: 12 of file: file.cpp.\n\n"});
+    EXPECT_EQ(Up_AssertFailed(std::string(600, 'x').c_str(), "file.cpp", 12), 0);
+    EXPECT_EQ(std::string(Up_GetThreadLoggingBuffer()).size(), 511u);
+}
+
+TEST_F(Assert, TheDialogsAnswerComesBack)
+{
+    bool flag = true;
+    mAlerts.mWhileUp = [](const platform::Alert& alert) { *alert.answer = platform::kAnswerGoOn; };
+    EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, &flag), 0);
+    EXPECT_FALSE(flag);
+    mAlerts.mWhileUp = [](const platform::Alert& alert) {
+        *alert.answer = platform::kAnswerGoOnAlways;
+    };
+    EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, &flag), 0);
+    EXPECT_TRUE(flag);
+    mAlerts.mWhileUp = [](const platform::Alert& alert) { *alert.answer = platform::kAnswerBreak; };
+    EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, &flag), 0); // no debugger: goes on
+    EXPECT_FALSE(flag);
+}
+
+TEST_F(Assert, AFilterInjectsErrors)
+{
+    EXPECT_FALSE(U_RandErr(1, 2));
+    const U_RandErrFilter filter = [](U_u32 first, U_u32 second, U_u32 value) {
+        U_SetRandErrFilter(nullptr, 0); // no lock is held
+        return first == 1 && second == 2 && value == 3;
+    };
+    EXPECT_EQ(U_SetRandErrFilter(filter, 3), 0);
+    EXPECT_TRUE(U_RandErr(1, 2));
+    EXPECT_FALSE(U_RandErr(1, 2));
+    U_SetRandErrFilter(filter, 3);
+    EXPECT_FALSE(U_RandErr(2, 1));
+}
+
+TEST_F(Assert, TheDebuggersLineComesInTwoPieces)
+{
+    Texts pieces;
+    platform::SetDebugStringSink([&](const char* text) { pieces.push_back(text); });
+    Up_DebugCStr("text");
+    EXPECT_EQ(pieces, (Texts{"text", "\n"}));
+}

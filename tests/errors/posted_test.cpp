@@ -1,0 +1,367 @@
+// Errors that wait: the posted list, groups, quiet mode and deferred stretches.
+
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include <boost/thread/barrier.hpp>
+
+#include <control.h>
+
+#include "U_Group.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+typedef std::vector<std::string> Texts;
+
+const U_u32 kLocation = 0x120034;
+
+class Posted : public BornLibrary
+{
+protected:
+    static void FromWorker(U_u16 severity, const std::u16string& text, U_u32 location = 0)
+    {
+        std::thread([&] { U_ReportError(location, severity, Units(text)); }).join();
+    }
+
+    static void Grouped(U_u16 severity, const U_UTF16String& identifier, const char16_t* text)
+    {
+        U_ReportError(kLocation, severity, U_GroupErrorMessage(Units(text), identifier));
+    }
+
+    Texts Displayed()
+    {
+        mAlerts.Clear();
+        U_DisplayPostedErrors();
+        return mAlerts.Texts();
+    }
+
+    static U_u32 Count()
+    {
+        U_u32 count = 0;
+        U_GetHowManyErrors(&count);
+        return count;
+    }
+
+    const U_UTF16String mFiles = U_FormUniqueGroupErrorMessageIdentifier(
+        Units(u"Files can't be read:"), Units(u"@0 files:"), Units(u"A file can't be read:"));
+};
+} // namespace
+
+TEST_F(Posted, WhatIsShownFiltersOtherThreadsUntilItIsCleared)
+{
+    FromWorker(U_Sev_INFO, u"same");
+    FromWorker(U_Sev_INFO, u"same");
+    EXPECT_EQ(Displayed(), Texts(2, "Test Host: same\n\n"));
+
+    FromWorker(U_Sev_INFO, u"same");
+    EXPECT_EQ(Displayed(), Texts());
+    FromWorker(U_Sev_INFO, u"same", kLocation);
+    FromWorker(U_Sev_MESSAGE, u"Test Host: same");
+    EXPECT_EQ(Displayed().size(), 2u);
+
+    FromWorker(U_Sev_MESSAGE, u"Test Host: same");
+    EXPECT_EQ(Displayed(), Texts());
+    U_IncrementPostErrors(); // the UI thread's own aren't filtered
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"Test Host: same"));
+    U_DecrementPostErrors();
+    EXPECT_EQ(Displayed().size(), 1u);
+    U_ClearLastReportedError();
+    FromWorker(U_Sev_MESSAGE, u"Test Host: same");
+    EXPECT_EQ(Displayed().size(), 1u);
+}
+
+TEST_F(Posted, WhatWaitsIsShownBeforeAMessageOfTheUIThread)
+{
+    FromWorker(U_Sev_MESSAGE, u"first");
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"second"));
+    EXPECT_EQ(mAlerts.Texts(), (Texts{"first", "second"}));
+}
+
+TEST_F(Posted, WhatIsPostedDuringAnAlertWaitsForTheNextDisplay)
+{
+    FromWorker(U_Sev_MESSAGE, u"first");
+    mAlerts.mWhileUp = [](const platform::Alert&) {
+        std::thread([] { U_ReportError(0, U_Sev_MESSAGE, Units(u"meanwhile")); }).join();
+    };
+    EXPECT_EQ(Displayed(), Texts{"first"});
+    mAlerts.mWhileUp = nullptr;
+    EXPECT_EQ(Displayed(), Texts{"meanwhile"});
+}
+
+TEST_F(Posted, DeathShowsWhatIsLeft)
+{
+    FromWorker(U_Sev_MESSAGE, u"left");
+    EXPECT_EQ(U_Death(), 0);
+    EXPECT_EQ(mAlerts.Texts(), Texts{"left"});
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+}
+
+TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
+{
+    FromWorker(U_Sev_MESSAGE, u"first");
+    FromWorker(U_Sev_MESSAGE, u"second");
+    mAlerts.mWhileUp = [](const platform::Alert& alert) {
+        if (Narrow(alert.text) == "first")
+            throw 5;
+    };
+    EXPECT_EQ(Displayed(), (Texts{"first", "second"}));
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"third"));
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::string("unknown"); };
+    EXPECT_THROW(U_DisplayPostedErrors(), std::string);
+    EXPECT_THROW(U_ReportError(0, U_Sev_MESSAGE, Units(u"fourth")), std::string);
+    mAlerts.mWhileUp = nullptr;
+    EXPECT_EQ(Displayed(), (Texts{"first", "fourth"}));
+    EXPECT_EQ(Displayed(), Texts());
+}
+
+TEST_F(Posted, AGroupIsOneNumberedAlertBehindTheOthers)
+{
+    Grouped(U_Sev_INFO, mFiles, u"first");
+    FromWorker(U_Sev_MESSAGE, u"alone");
+    Grouped(U_Sev_INFO, mFiles, u"second");
+    Grouped(U_Sev_INFO, mFiles, u"third");
+    FromWorker(U_Sev_MESSAGE, u"also alone");
+    EXPECT_EQ(Displayed(), (Texts{"alone", "also alone",
+                                  "Test Host: Files can't be read:\r\n\r\n3 files:\r\n\r\n"
+                                  "1)   first\r\n\r\n2)   second\r\n\r\n3)   third\n\n"}));
+    EXPECT_EQ(mAlerts.All()[0].sizeHint, 0);
+    EXPECT_EQ(Displayed(), Texts());
+}
+
+TEST_F(Posted, AGroupOfOneKeepsItsSeverityAndItsLocation)
+{
+    Grouped(U_Sev_PROBLEM, mFiles, u"only");
+    EXPECT_EQ(Displayed(),
+              Texts{"Test Host error: A file can't be read:\r\n\r\nonly\n\n( 18 :: 52 )"});
+    EXPECT_EQ(mAlerts.All()[0].flags & 0xFF, 0x10u);
+}
+
+TEST_F(Posted, GroupsMeetByPrefixAndRiseToTheGravestOrdinarySeverity)
+{
+    Up_SetInteract(0xFFFFFFFF);
+    const struct
+    {
+        std::vector<U_u16> severities;
+        std::vector<unsigned int> icons; // of the alerts, in order
+    } kGroups[] = {
+        {{U_Sev_WARNING, U_Sev_LEAK}, {0x30}},          // the same word
+        {{U_Sev_LEAK, U_Sev_LEAK}, {0x00}},             // a leak doesn't count
+        {{U_Sev_PROBLEM, U_Sev_WARNING}, {0x10, 0x30}}, // two words, two groups
+        {{U_Sev_PROBLEM, U_Sev_PROBLEM}, {0x10}},
+    };
+    for (const auto& group : kGroups)
+    {
+        for (U_u16 severity : group.severities)
+            Grouped(severity, mFiles, u"text");
+        Displayed();
+        std::vector<unsigned int> icons;
+        for (const platform::Alert& alert : mAlerts.All())
+            icons.push_back(alert.flags & 0xFF);
+        EXPECT_EQ(icons, group.icons);
+    }
+}
+
+TEST_F(Posted, ALabelWithoutANumberGetsOneAndABrokenTagIsNoGroup)
+{
+    const U_UTF16String plain =
+        U_FormUniqueGroupErrorMessageIdentifier(Units(u"Many"), Units(u"Errors:"), Units(u"One"));
+    Grouped(U_Sev_INFO, plain, u"a");
+    Grouped(U_Sev_INFO, plain, u"b");
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"Grouped_Message_ without braces"));
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"Grouped_Message_ neither"));
+    EXPECT_EQ(Displayed(),
+              (Texts{"Grouped_Message_ without braces", "Grouped_Message_ neither",
+                     "Test Host: Many\r\n\r\n2 Errors:\r\n\r\n1)   a\r\n\r\n2)   b\n\n"}));
+}
+
+TEST_F(Posted, EightThreadsPostWhileTheUIThreadDisplays)
+{
+    const int kThreads = 8;
+    const int kMessages = kHugeBlocksAreSlow ? 1000 : 12500;
+    Up_SetInteract(U_Sev_MESSAGE);
+    std::atomic<int> running{kThreads};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread)
+    {
+        threads.emplace_back([&running, thread] {
+            for (int i = 0; i < kMessages; ++i)
+            {
+                const std::string text = std::to_string(thread) + "/" + std::to_string(i);
+                U_ReportError(0, U_Sev_MESSAGE, U_UTF16String(text.begin(), text.end()));
+            }
+            --running;
+        });
+    }
+    while (running > 0)
+        U_DisplayPostedErrors();
+    for (std::thread& thread : threads)
+        thread.join();
+    U_DisplayPostedErrors();
+
+    const Texts shown = mAlerts.Texts();
+    EXPECT_EQ(shown.size(), static_cast<std::size_t>(kThreads * kMessages));
+    EXPECT_EQ(std::set<std::string>(shown.begin(), shown.end()).size(), shown.size());
+    EXPECT_EQ(Count(), static_cast<U_u32>(kThreads * kMessages));
+}
+
+TEST_F(Posted, QuietLevelsNest)
+{
+    // Each row enters levels, which keep the log or don't, and then leaves them
+    // one by one; logs tells whether a report is logged by then, innermost first.
+    const struct
+    {
+        std::vector<bool> levels;
+        std::vector<bool> logs;
+    } kNests[] = {
+        {{true}, {true}},
+        {{false}, {false}},
+        {{false, true}, {false, false}}, // logging stays off
+        {{true, false}, {false, true}},
+        {{true, false, true}, {false, false, true}},
+    };
+    for (const auto& nest : kNests)
+    {
+        for (bool level : nest.levels)
+            EXPECT_EQ(U_StartQuietErrorsOnCurrentThread(level), 0);
+        for (bool logs : nest.logs)
+        {
+            mLog.Clear();
+            U_ReportError(0, U_Sev_WARNING, Units(u"text"));
+            EXPECT_EQ(mLog.Texts().size(), logs);
+            EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 0);
+        }
+        EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
+        mAlerts.Clear();
+    }
+    EXPECT_TRUE(mAlerts.All().empty());
+}
+
+TEST_F(Posted, QuietModeIsOneThreadsAndUnbalancedEndsAreReported)
+{
+    U_StartQuietErrorsOnCurrentThread(false);
+    FromWorker(U_Sev_MESSAGE, u"heard");
+    EXPECT_EQ(Displayed(), Texts{"heard"});
+    U_EndQuietErrorsOnCurrentThread();
+
+    EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
+              Texts{"Test Host error: internal verification failure, sorry! "
+                    "{Unbalanced U_EndQuietErrorsOnCurrentThread() (2)}\t"});
+    EXPECT_EQ(U_Death(), 0);
+    mAlerts.Clear();
+    EXPECT_EQ(U_StartQuietErrorsOnCurrentThread(false), 3);
+    EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
+    EXPECT_EQ(mAlerts.Texts(), Texts(2, "internal verification failure, sorry! "
+                                        "{Per thread quiet data not set up yet!}\n\n"));
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+}
+
+TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)
+{
+    const unsigned int kThreads = 300; // more than a block of the table holds
+    boost::barrier allIn(kThreads);
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (unsigned int thread = 0; thread < kThreads; ++thread)
+    {
+        threads.emplace_back([&, thread] {
+            const bool keepLogging = thread % 2 == 0;
+            failures += U_StartQuietErrorsOnCurrentThread(keepLogging) != 0;
+            failures += U_StartQuietErrorsOnCurrentThread(true) != 0;
+            allIn.wait();
+            Up_ReportErrString(0, U_Sev_WARNING, keepLogging ? "logged" : "silent");
+            failures += U_EndQuietErrorsOnCurrentThread() != 0;
+            failures += U_EndQuietErrorsOnCurrentThread() != 0;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(mLog.Texts(), Texts(kThreads / 2, "U_Sev_WARNING: Test Host warning: logged\t"));
+    EXPECT_EQ(Displayed(), Texts());
+}
+
+TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
+{
+    U_ReportError(0, U_Sev_INFO, Units(u"before"));
+    const U_u32 before = Count();
+    const U_u32 mask = Up_GetInteract();
+    mAlerts.Clear();
+
+    U_DeferredState state;
+    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+    U_ReportError(kLocation, U_Sev_WARNING, Units(u"forgotten"));
+    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
+    EXPECT_EQ(Count(), before);
+    EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+    EXPECT_EQ(Up_GetInteract(), mask);
+    EXPECT_EQ(state.mSavedMessage, nullptr);
+
+    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+    EXPECT_EQ(U_DeferredReportingEnd(true, "nothing happened", &state), 0);
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+
+    mLog.Clear();
+    ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0); // logged, not shown
+    U_ReportError(kLocation, U_Sev_WARNING, Units(u"repeated"));
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+    EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: repeated\n\n( 18 :: 52 )"});
+    EXPECT_EQ(Count(), before + 2);
+    EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), 2u); // the display bit logs once more
+    EXPECT_EQ(Up_GetInteract(), mask);
+}
+
+TEST_F(Posted, ADeferredStretchMayRepeatAsynchronously)
+{
+    U_DeferredState state;
+    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+    U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
+    EXPECT_EQ(U_DeferredReportingEndAsync(true, true, nullptr, &state), 0);
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(Displayed(), Texts{"Test Host warning: text\n\n( 18 :: 52 )"});
+}
+
+TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
+{
+    const struct
+    {
+        const char* fallback;
+        const char* text;
+    } kEnds[] = {
+        {"can't render", "can't render"},
+        {nullptr, "missing deferred error information."},
+    };
+    for (const auto& end : kEnds)
+    {
+        std::thread([&] {
+            U_DeferredState state;
+            ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+            FromWorker(U_Sev_WARNING, u"unseen");
+            EXPECT_EQ(U_DeferredReportingEnd(true, end.fallback, &state), 0);
+        }).join();
+        EXPECT_EQ(Displayed(),
+                  Texts{std::string("Test Host can\xE2\x80\x99t continue: ") + end.text + "\n\n"});
+    }
+}
+
+TEST_F(Posted, ADeferredStretchOutsideALifeHidesNothing)
+{
+    EXPECT_EQ(U_Death(), 0);
+    U_DeferredState state;
+    EXPECT_EQ(U_DeferredReportingStart(0, &state), 5889);
+    EXPECT_EQ(state.mTempId, 0u);
+    EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
+    EXPECT_EQ(U_DeferredReportingStart(0, nullptr), 3);
+    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, nullptr), 3);
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+}

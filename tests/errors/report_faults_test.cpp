@@ -1,0 +1,214 @@
+// What reports do when memory is out, also within themselves, and the road of
+// one request from an allocation to the user.
+
+#include <thread>
+
+#include <control.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Group.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "U_Threads.h"
+#include "U_ZString.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/DictionaryImage.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+typedef std::vector<std::string> Texts;
+
+const U_u32 kLocation = 0x120034;
+
+class ReportFaults : public BornLibrary
+{
+protected:
+    void SetUp() override
+    {
+        BornLibrary::SetUp();
+        // Alerts are counted only: a presenter has no memory either.
+        platform::SetAlertPresenter([this](const platform::Alert&) { ++mShown; });
+        platform::SetLogSink([](int, const char*, const char*, const char*) {});
+        U_ReportError(0, U_Sev_PROBLEM, Units(u"the first one makes what stays"));
+        mShown = 0;
+    }
+
+    int mShown = 0;
+};
+
+class AllocFailure : public BornLibrary
+{
+protected:
+    void SetUp() override
+    {
+        BornLibrary::SetUp();
+        SetLimitsAboveUse(0, 2 * kMiB);
+    }
+};
+} // namespace
+
+TEST_F(ReportFaults, OnTheUIThreadAnErrorIsShownWhicheverAllocationFails)
+{
+    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
+    const long points = FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); },
+                                    [&](long nth) {
+                                        U_DisplayPostedErrors(); // one that failed was posted
+                                        EXPECT_EQ(mShown, 1) << nth;
+                                        mShown = 0;
+                                    });
+    EXPECT_GT(points, 10);
+}
+
+TEST_F(ReportFaults, GroupedErrorsAreShownWhicheverAllocationFailsWhileTheyAre)
+{
+    const U_UTF16String identifier = U_FormUniqueGroupErrorMessageIdentifier(
+        Units(u"Many files can't be read"), Units(u"Errors:"), Units(u"A file can't be read"));
+    const U_UTF16String text = U_GroupErrorMessage(Units(u"a file with a long name"), identifier);
+    const auto postTwo = [&] {
+        mShown = 0;
+        U_ReportError(kLocation, U_Sev_PROBLEM, text);
+        U_ReportError(kLocation, U_Sev_PROBLEM, text);
+    };
+    postTwo();
+    const long points = FailEachNew([] { U_DisplayPostedErrors(); },
+                                    [&](long nth) {
+                                        U_DisplayPostedErrors();
+                                        EXPECT_TRUE(mShown == 1 || mShown == 2) << nth;
+                                        postTwo();
+                                    });
+    EXPECT_GT(points, 10);
+    U_DisplayPostedErrors();
+}
+
+TEST_F(ReportFaults, HeldBackAnErrorIsPostedOnceOrDropped)
+{
+    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
+    int dropped = 0;
+    U_IncrementPostErrors();
+    FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); },
+                [&](long nth) {
+                    U_DisplayPostedErrors();
+                    EXPECT_LE(mShown, 1) << nth;
+                    dropped += mShown == 0;
+                    mShown = 0;
+                });
+    U_DecrementPostErrors();
+    EXPECT_LE(dropped, 3); // the entry and its place on the list
+}
+
+TEST_F(ReportFaults, AnAllocationThatFailsIsReportedWhicheverAllocationFails)
+{
+    const long points =
+        FailEachNew([&] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); },
+                    [&](long nth) {
+                        U_DisplayPostedErrors();
+            EXPECT_LE(mShown, 1) << nth;
+                        mShown = 0;
+                    });
+    EXPECT_GT(points, 10);
+    U_AllocatePtr(kLocation, "disk cache", 0x80000000);
+    EXPECT_EQ(mShown, 1);
+}
+
+TEST_F(AllocFailure, TheSentenceNamesTheSizeAndTheOperation)
+{
+    const std::string kRest =
+        " MB of memory. Either decrease the memory requirements for the rendering of this frame, "
+        "or install more RAM. (12803";
+    const std::string kHelp = "). For help, see https://u.example/help/memory.\n\n";
+    const std::string kLimit =
+        " GB exceeds internal limits. Decrease the memory requirements for the rendering of this "
+        "frame. (12802";
+    const struct
+    {
+        U_u64 size;
+        const char* what;
+        std::string text;
+    } kFailures[] = {
+        {3 * kMiB, "disk cache", "Unable to allocate 3.000" + kRest + " / disk cache"},
+        {3 * kMiB + kMiB / 4, "", "Unable to allocate 3.250" + kRest + " / "},
+        {0x7FFFFFFF, "x", "Unable to allocate 2048.000" + kRest + " / x"},
+        {0x80000000, "not told", "Memory allocation of 2.0" + kLimit},
+        {~U_u64(0), "not told", "Memory allocation of 17179869184.0" + kLimit},
+    };
+    for (const auto& failure : kFailures)
+    {
+        mAlerts.Clear();
+        EXPECT_EQ(U_AllocateHandle(0, failure.what, failure.size), nullptr);
+        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + failure.text + kHelp});
+    }
+    mAlerts.Clear();
+    EXPECT_EQ(U_AllocateHandle(0, nullptr, 3 * kMiB), nullptr);
+    EXPECT_EQ(U_AllocatePtrQuiet(0x80000000), nullptr);
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+}
+
+TEST_F(AllocFailure, AFailureInsideItsReportOnlyLeavesALine)
+{
+    mAlerts.mWhileUp = [](const platform::Alert&) {
+        EXPECT_EQ(U_AllocateHandle(0, "inner", 3 * kMiB), nullptr);
+    };
+    U_AllocateHandle(0, "outer", 3 * kMiB);
+    EXPECT_EQ(mLog.Texts("Up_ReportAllocFailure"), Texts{"Recurse"});
+    EXPECT_EQ(mAlerts.All().size(), 1u);
+    mAlerts.mWhileUp = nullptr;
+    U_AllocateHandle(0, "next", 3 * kMiB);
+    EXPECT_EQ(mAlerts.All().size(), 2u);
+}
+
+// A render thread asks for a block that the heap refuses for good, the host
+// purges until nothing is left to purge, and the sentence reaches the user on
+// the UI thread in their language, before a group of other errors.
+TEST_F(AllocFailure, TheRoadOfOneRequest)
+{
+    platform::SetUserLocale("de_DE");
+    DictionaryImage german =
+        BinaryImage({{"/QX/U/CannotAllocateEnoughMemory", u"@0 MB fehlen (12803@1)."},
+                     {"/QX/U/DisplayPostedErrors/TwoNewlines", u"\n"}});
+    ASSERT_EQ(U_ZStringSetCurrentDictionary(german.units.data(), german.size), 0);
+    const U_UTF16String files = U_FormUniqueGroupErrorMessageIdentifier(
+        Units(u"Dateien"), Units(u"@0 Fehler:"), Units(u"Datei"));
+
+    U_SetPurgeRequestCallback([](void*, U_u64, U_u64, bool*) { return 0; }, nullptr);
+    platform::SetHeapFailure([](unsigned long long size) { return size == kMiB; });
+    const std::string used = std::to_string(InUse());
+    mLog.Clear();
+
+    std::thread([&] {
+        U_RegisterRenderThread();
+        U_ReportError(1, U_Sev_MESSAGE, U_GroupErrorMessage(Units(u"a.txt"), files));
+        EXPECT_EQ(U_AllocateHandle(kLocation, "frame", kMiB), nullptr);
+        U_ReportError(1, U_Sev_MESSAGE, U_GroupErrorMessage(Units(u"b.txt"), files));
+        U_DeregisterRenderThread();
+    }).join();
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+
+    const std::string kStalled = "MAKE_ROOM_FOR_BLOCK: DONE. Purge not freeing anything (but maybe "
+                                 "recycled memory), recycled=0";
+    const std::string kAsked = "MAKE_ROOM_FOR_BLOCK: Issuing Purge Request\tblock_request:\t1048576"
+                               "\tamt_to_purge:\t1048576";
+    const std::string kFailed =
+        "ALLOC_OP_FAILED: Fragmentation or other resource constraint\treqsize Kb:1024";
+    Texts lines = mLog.Texts();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back().compare(0, 28, "POSS_FRAGMENTATION: maxblock"), 0) << lines.back();
+    lines.pop_back();
+    EXPECT_EQ(lines, (Texts{"MEM: Amount Requested above tracked usage thresh. used:\t" + used +
+                                "\trequest:\t3879735\tthresh:" + used,
+                            "MAKE_ROOM_FOR_BLOCK: Issuing Purge Request\tblock_request:\t3879735"
+                            "\tamt_to_purge:\t3879735",
+                            kStalled, kFailed, "ALLOC_OP_FAILED: OpName:frame", kAsked, kStalled,
+                            kFailed, "ALLOC_OP_FAILED: OpName:frame", kAsked, kStalled,
+                            "ALLOC_OP_FAILED_RECOVERY_STAT: success:f, retries:1",
+                            "ALLOC_FAILED_UNABLE_TO_RECOVER: what:frame"}));
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+    U_DisplayPostedErrors();
+    EXPECT_EQ(mAlerts.Texts(), (Texts{"Test Host: 1,000 MB fehlen (12803 / frame).\n\n( 18 :: 52 )",
+                                      " Dateien\n2 Fehler:\n1)   a.txt\n2)   b.txt"}));
+}

@@ -1,0 +1,61 @@
+#include "tests/support/FailingNew.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+thread_local long sLeft = 0; // until one fails; 0: none does, negative: one has
+
+void* Allocate(std::size_t size)
+{
+    if (sLeft > 0 && --sLeft == 0)
+    {
+        sLeft = -1;
+        return nullptr;
+    }
+    return std::malloc(size ? size : 1);
+}
+} // namespace
+
+ScFailingNew::ScFailingNew(long nth)
+{
+    sLeft = nth;
+}
+
+ScFailingNew::~ScFailingNew()
+{
+    sLeft = 0;
+}
+
+bool ScFailingNew::HasFailed() const
+{
+    return sLeft < 0;
+}
+
+void* operator new(std::size_t size)
+{
+    if (void* block = Allocate(size))
+        return block;
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return Allocate(size);
+}
+
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    std::free(block);
+}
