@@ -109,8 +109,14 @@ struct Preparation
 
 void Prepare(int argc, char** argv, Preparation* ready)
 {
-    const Options& options = ready->options;
-    ready->wrongUsage = ParseOptions(argc, argv, &ready->options);
+    Options& options = ready->options;
+    ready->wrongUsage = ParseOptions(argc, argv, &options);
+    if (options.language)
+    {
+        platform::SetUserLocale(options.language->locale);
+        if (options.dictionary.empty())
+            options.dictionary = ShippedDictionary(*options.language);
+    }
     if (!options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);
     if (ready->wrongUsage || ready->badFile || options.help)

@@ -15,6 +15,8 @@ const char* const kUsage[] = {
     "  --budget SIZE      bytes for the files, at least 2M; suffix K, M or G (16M)\n",
     "$$$/QX/FileCache/Usage/Threads="
     "  --threads N        threads that load, 1 to 256 (4)\n",
+    "$$$/QX/FileCache/Usage/Language="
+    "  --language LANG    show texts in this language: de, en or ja (en)\n",
     "$$$/QX/FileCache/Usage/Dictionary="
     "  --dictionary FILE  take the texts shown from the dictionary FILE\n",
     "$$$/QX/FileCache/Usage/Log="
@@ -98,10 +100,19 @@ Message ParseThreads(const char* text, unsigned int* threads)
     return Message();
 }
 
+Message ParseLanguage(const char* text, const Language** language)
+{
+    const Language* const found = FindLanguage(text);
+    if (!found)
+        return {"$$$/QX/FileCache/Wrong/Language=the language '^^1' isn't de, en or ja", {text}};
+    *language = found;
+    return Message();
+}
+
 bool TakesValue(const std::string& name)
 {
     return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
-           name == "--dictionary";
+           name == "--dictionary" || name == "--language";
 }
 
 Message ParseValue(const std::string& name, const char* value, Options* options)
@@ -112,6 +123,8 @@ Message ParseValue(const std::string& name, const char* value, Options* options)
         return ParseBudget(value, &options->budget);
     if (name == "--threads")
         return ParseThreads(value, &options->threads);
+    if (name == "--language")
+        return ParseLanguage(value, &options->language);
     if (!*value)
         return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
     if (name == "--log")
@@ -160,6 +173,9 @@ Message ParseOptions(int argc, char** argv, Options* options)
         if (!firstWrong)
             firstWrong = wrong;
     }
+    if (!firstWrong && options->language && !options->dictionary.empty())
+        return "$$$/QX/FileCache/Wrong/TwoDictionaries="
+               "--language and --dictionary can't be given together";
     return firstWrong;
 }
 

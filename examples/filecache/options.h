@@ -7,6 +7,7 @@
 
 #include <U_Types.h>
 
+#include "language.h"
 #include "texts.h"
 
 struct Options
@@ -17,6 +18,9 @@ struct Options
     std::string logFile;       // empty: log lines are only counted
     std::string telemetryFile; // empty: nothing is told
     std::string dictionary;    // empty: texts are shown in English
+
+    // The language whose dictionary serves instead; null if none was chosen.
+    const Language* language = nullptr;
     bool verbose = false;
     bool help = false;
 };

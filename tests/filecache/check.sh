@@ -266,6 +266,17 @@ run --dictionary "$german" "$work/deep"
 expect_status "German, unreadable" 1
 translated "German, unreadable" "kann nicht gelesen werden: File name too long"
 
+# Dictionaries are found from where the program stands.
+mkdir -p "$work/installed/bin" "$work/installed/share/u"
+cp "$binary" "$work/installed/bin"
+cp "$german" "$work/installed/share/u"
+binary=$work/installed/bin/filecache
+run --language de --help
+translated "installed" "Aufruf: filecache"
+wrong "can't read $work/installed/share/u/filecache_ja.zdict: No such file" --language ja --help
+wrong "the language 'fr' isn't de, en or ja" --language fr "$files"
+wrong "können nicht zusammen angegeben" --language en --dictionary "$german" "$files"
+
 # The text form does as well, in UTF-8 and in UTF-16.
 printf '"$$$/QX/FileCache/Figure/FilesRead=Dateien, ^1"\r\n' >"$work/texts"
 printf '\377\376' >"$work/wide texts"
