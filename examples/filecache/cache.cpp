@@ -5,6 +5,22 @@
 #include "checksum.h"
 #include "texts.h"
 
+namespace
+{
+thread_local bool sKeepsFiles = false;
+const int kTurnedDown = 1; // ends the library's asking
+} // namespace
+
+KeepFiles::KeepFiles(bool keep)
+{
+    sKeepsFiles = keep;
+}
+
+KeepFiles::~KeepFiles()
+{
+    sKeepsFiles = false;
+}
+
 void FileCache::Add(const CachedFile& file)
 {
     std::lock_guard<std::mutex> lock(mLock);
@@ -29,17 +45,17 @@ U_u64 FileCache::DropOldest(U_u64 bytes)
 int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* flag)
 {
     FileCache& cache = *static_cast<FileCache*>(refcon);
-    U_u64 given = cache.DropOldest(amountToPurge);
+    U_u64 given = sKeepsFiles ? 0 : cache.DropOldest(amountToPurge);
     ++cache.mPurgeRequests;
     cache.mBytesPurged += given;
 
     // Too little is left here, so the recycled pool may have to give.
-    if (given < amountToPurge)
+    if (!sKeepsFiles && given < amountToPurge)
         *flag = true;
     if (cache.mConsole.Verbose())
         cache.mConsole.Tell(Text({"$$$/QX/FileCache/Told/Purged=asked to purge ^^1 bytes, gave ^^2",
                                   {std::to_string(amountToPurge), std::to_string(given)}}));
-    return 0;
+    return sKeepsFiles ? kTurnedDown : 0;
 }
 
 size_t FileCache::FilesHeld() const

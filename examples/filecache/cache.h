@@ -2,6 +2,10 @@
 //
 // The cache answers the library's purge requests. Any thread; its lock is held
 // only while the list changes, never while a block is allocated or freed.
+//
+// A block that is larger than the whole budget is refused whatever gives way for
+// it. Who asks for one anyway, so that the library tells the user, keeps the files
+// in the cache with a KeepFiles.
 
 #ifndef FILECACHE_CACHE_H
 #define FILECACHE_CACHE_H
@@ -20,6 +24,16 @@ struct CachedFile
     size_t size;    // how many there are
     U_u64 nameSum;  // the checksum of the name alone
     U_u64 checksum; // of the name and the bytes, as they were read
+};
+
+// Turns the purge requests of its thread down while it lives, if keep is true.
+class KeepFiles
+{
+public:
+    explicit KeepFiles(bool keep);
+    ~KeepFiles();
+    KeepFiles(const KeepFiles&) = delete;
+    KeepFiles& operator=(const KeepFiles&) = delete;
 };
 
 class FileCache

@@ -1,6 +1,5 @@
 #include "console.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include <sys/ioctl.h>
@@ -16,14 +15,6 @@ size_t TerminalWidth()
     if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
         return 80;
     return size.ws_col;
-}
-
-// A file's name may hold bytes that would steer the terminal.
-std::string HideControlBytes(std::string text)
-{
-    const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 127; };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
-    return text;
 }
 } // namespace
 

@@ -1,4 +1,5 @@
-// What the program tells to telemetry: figures, and no name of a user's file.
+// What the program tells to telemetry: figures, and no name of a user's file. The
+// library adds the errors that it shows, in the words that the user sees.
 
 #ifndef FILECACHE_EVENTS_H
 #define FILECACHE_EVENTS_H

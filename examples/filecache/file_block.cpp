@@ -4,6 +4,8 @@
 
 #include <U_Alloc.h>
 
+#include "cache.h"
+
 namespace
 {
 const size_t kChunk = 64 << 10;
@@ -17,7 +19,8 @@ enum : U_u32
 };
 } // namespace
 
-ReadBuffer::ReadBuffer() : mRecycled(U_AllocateRecycledPtr(kLocationRead, "Read a file", kChunk)) {}
+// Without a name: a refusal costs time only, so the user needn't hear of it.
+ReadBuffer::ReadBuffer() : mRecycled(U_AllocateRecycledPtr(kLocationRead, nullptr, kChunk)) {}
 
 ReadBuffer::~ReadBuffer()
 {
@@ -29,12 +32,11 @@ size_t ReadBuffer::Size() const
     return mRecycled ? kChunk : sizeof mSpare;
 }
 
-FileBlock::FileBlock(U_u64 expectedSize, U_u64 limit) : mLimit(limit)
+FileBlock::FileBlock(U_u64 expectedSize, U_u64 budget, const char* opName)
+    : mBudget(budget), mOpName(opName), mSize(expectedSize)
 {
-    if (expectedSize > mLimit)
-        return;
-    mHandle = U_AllocateHandle(kLocationHold, "Hold a file", expectedSize);
-    mSize = expectedSize;
+    const KeepFiles keep(expectedSize > mBudget);
+    mHandle = U_AllocateHandle(kLocationHold, mOpName, expectedSize);
 }
 
 FileBlock::~FileBlock()
@@ -46,7 +48,7 @@ void FileBlock::Append(const void* bytes, size_t size)
 {
     if (mHandle && size > mSize - mUsed)
         Resize(mUsed + size);
-    if (!mHandle)
+    if (IsRefused())
         return;
     std::memcpy(static_cast<char*>(*mHandle) + mUsed, bytes, size);
     mUsed += size;
@@ -63,14 +65,12 @@ void** FileBlock::Release()
 
 void FileBlock::Resize(U_u64 size)
 {
-    if (size > mLimit || U_ResizeHandle(kLocationResize, size, "Hold a file", &mHandle) != 0)
-        Refuse();
-    else
+    const KeepFiles keep(size > mBudget);
+    if (U_ResizeHandle(kLocationResize, size, mOpName, &mHandle) == 0)
+    {
         mSize = size;
-}
-
-void FileBlock::Refuse()
-{
+        return;
+    }
     U_FreeHandle(mHandle);
     mHandle = nullptr;
 }

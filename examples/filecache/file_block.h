@@ -29,23 +29,26 @@ private:
 class FileBlock
 {
 public:
-    // expectedSize is a guess: the block follows the bytes that come. Beyond
-    // the limit it is refused.
-    FileBlock(U_u64 expectedSize, U_u64 limit);
+    // expectedSize is a guess: the block follows the bytes that come. A size
+    // beyond the budget is refused without a purge. opName, which isn't copied,
+    // tells the user of a refusal; null keeps it from the user.
+    FileBlock(U_u64 expectedSize, U_u64 budget, const char* opName);
     ~FileBlock();
     FileBlock(const FileBlock&) = delete;
     FileBlock& operator=(const FileBlock&) = delete;
 
     void Append(const void* bytes, size_t size);
 
+    bool IsRefused() const { return !mHandle; }
+
     // Hands the handle over, cut to its bytes. Null if it was refused.
     void** Release();
 
 private:
     void Resize(U_u64 size);
-    void Refuse();
 
-    const U_u64 mLimit;
+    const U_u64 mBudget;
+    const char* const mOpName;
     void** mHandle = nullptr;
     U_u64 mSize = 0; // of the block
     U_u64 mUsed = 0; // filled so far

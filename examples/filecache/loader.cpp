@@ -10,14 +10,36 @@
 #include <thread>
 
 #include <U_Budget.h>
+#include <U_Report.h>
 #include <U_Threads.h>
 
 #include "checksum.h"
 #include "events.h"
 #include "file_block.h"
 #include "texts.h"
+#include "unreadable.h"
 
 namespace fs = std::filesystem;
+
+namespace
+{
+// Reads the file's bytes, to its end or until the block is refused if that is all
+// that matters. Returns 0, or the system's error.
+int Read(std::FILE* file, bool untilRefused, FileBlock* block, CachedFile* entry)
+{
+    std::setvbuf(file, nullptr, _IONBF, 0); // the read buffer is all it takes
+    ReadBuffer buffer;
+    while (size_t got = std::fread(buffer.Bytes(), 1, buffer.Size(), file))
+    {
+        entry->checksum = Checksum(entry->checksum, buffer.Bytes(), got);
+        entry->size += got;
+        block->Append(buffer.Bytes(), got);
+        if (untilRefused && block->IsRefused())
+            return 0;
+    }
+    return std::ferror(file) ? errno : 0;
+}
+} // namespace
 
 Loader::Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
                FileCache& cache, Console& console)
@@ -63,9 +85,9 @@ void Loader::RunThread(unsigned int number)
     }
     catch (std::exception& error)
     {
-        mConsole.Tell(Text({"$$$/QX/FileCache/Error/LoaderEnds=loader ^^1 ends: ^^2",
-                            {std::to_string(number), error.what()}}));
-        U_TranslateAndReportException(error);
+        U_ReportError(0, U_Sev_PROBLEM,
+                      ToUTF16(Text({"$$$/QX/FileCache/Error/LoaderEnds=loader ^^1 ends: ^^2",
+                                    {std::to_string(number), error.what()}})));
         mFailed = true;
     }
     U_DeregisterRenderThread();
@@ -86,50 +108,76 @@ void Loader::LoadFiles()
 
 void Loader::LoadFile(const std::string& name)
 {
+    {
+        const std::shared_lock<std::shared_mutex> besideOthers(mTurn);
+        if (TryFile(name, false))
+            return;
+    }
+    const std::unique_lock<std::shared_mutex> alone(mTurn);
+    TryFile(name, true);
+}
+
+bool Loader::TryFile(const std::string& name, bool alone)
+{
     const std::string path = (fs::path(mFolder) / name).string();
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                          std::fclose);
     if (!file)
     {
-        mConsole.Tell(Text(CantRead(path, std::strerror(errno))));
-        ++mFigures.unreadable;
-        return;
+        Unreadable(path, errno);
+        return true;
     }
-    std::setvbuf(file.get(), nullptr, _IONBF, 0); // the read buffer below is all it takes
 
     std::error_code noSize;
-    const U_u64 expected = fs::file_size(path, noSize);
-    FileBlock block(noSize ? 0 : expected, mBudget);
-    ReadBuffer buffer;
+    const U_u64 found = fs::file_size(path, noSize);
+    const U_u64 expected = noSize ? 0 : found;
+    const bool fits = expected <= mBudget;
+    const bool mayWait = fits && !alone;
+    const std::string opName = mayWait ? std::string() : OperationName(path, !fits);
+    FileBlock block(expected, mBudget, opName.empty() ? nullptr : opName.c_str());
     const U_u64 nameSum = Checksum(kChecksumStart, name.c_str(), name.size() + 1);
-    U_u64 sum = nameSum;
-    U_u64 size = 0;
-    while (size_t got = std::fread(buffer.Bytes(), 1, buffer.Size(), file.get()))
+    CachedFile entry = {nullptr, 0, nameSum, nameSum};
+    if (const int error = Read(file.get(), mayWait, &block, &entry))
     {
-        sum = Checksum(sum, buffer.Bytes(), got);
-        block.Append(buffer.Bytes(), got);
-        size += got;
+        Unreadable(path, error);
+        return true;
     }
-    if (std::ferror(file.get()))
-    {
-        mConsole.Tell(Text(CantRead(path, std::strerror(errno))));
-        ++mFigures.unreadable;
-        return;
-    }
+    entry.handle = block.Release();
+    if (!entry.handle && mayWait)
+        return false;
 
     ++mFigures.files;
-    mFigures.bytes += size;
-    mFigures.checksum += sum;
-    if (void** handle = block.Release())
-        mCache.Add({handle, static_cast<size_t>(size), nameSum, sum});
+    mFigures.bytes += entry.size;
+    mFigures.checksum += entry.checksum;
+    if (entry.handle)
+        mCache.Add(entry);
     else
-    {
-        ++mFigures.refusals;
-        TellRefusal();
-        if (mConsole.Verbose())
-            mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",
-                                {path, std::to_string(size)}}));
-    }
+        Refused(path, entry.size);
+    return true;
+}
+
+void Loader::Unreadable(const std::string& path, int error)
+{
+    ReportUnreadable(path, std::strerror(error));
+    ++mFigures.unreadable;
+}
+
+std::string Loader::OperationName(const std::string& path, bool refusalIsCertain)
+{
+    const bool told = refusalIsCertain ? mRefusalTold.exchange(true) : mRefusalTold.load();
+    if (told)
+        return std::string();
+    return HideControlBytes(Text({"$$$/QX/FileCache/Operation/Hold=hold ^^1", {path}}));
+}
+
+void Loader::Refused(const std::string& path, U_u64 size)
+{
+    mRefusalTold = true;
+    ++mFigures.refusals;
+    TellRefusal();
+    if (mConsole.Verbose())
+        mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",
+                            {path, std::to_string(size)}}));
 }
 
 void Loader::SampleUse()

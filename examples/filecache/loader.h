@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,9 @@ struct LoadFigures
 class Loader
 {
 public:
-    // Files larger than the budget aren't offered to the cache: asking for so
-    // much would empty it for nothing.
+    // The first file that the budget can't hold is told to the user in the
+    // library's words: it is reason enough for a larger budget. The figures
+    // count the others.
     Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
            FileCache& cache, Console& console);
 
@@ -42,6 +44,17 @@ private:
     void RunThread(unsigned int number);
     void LoadFiles();
     void LoadFile(const std::string& name);
+
+    // False if the file was refused beside others, which take memory of their
+    // own while they are read. Alone, a refusal says that the budget can't hold
+    // it.
+    bool TryFile(const std::string& name, bool alone);
+    void Unreadable(const std::string& path, int error);
+    void Refused(const std::string& path, U_u64 size);
+
+    // The name under which a refusal is told; empty if one has been.
+    std::string OperationName(const std::string& path, bool refusalIsCertain);
+
     void SampleUse();
     void WaitForThreads();
 
@@ -53,6 +66,8 @@ private:
     LoadFigures mFigures;
 
     std::atomic<size_t> mNext{0}; // the first name that no thread has taken
+    std::atomic<bool> mRefusalTold{false};
+    std::shared_mutex mTurn; // shared while a file is loaded beside others
     std::atomic<bool> mFailed{false};
     std::mutex mLock; // guards mRunning
     std::condition_variable mThreadEnded;

@@ -11,6 +11,7 @@
 #include <U_Alloc.h>
 #include <U_Budget.h>
 #include <U_Lifecycle.h>
+#include <U_Posted.h>
 #include <U_Threads.h>
 #include <control.h>
 
@@ -72,7 +73,7 @@ bool LoadFolder(const Options& options, Console& console, Table* table)
 {
     TellStart(options);
     const auto start = std::chrono::steady_clock::now();
-    const FoundFiles found = WalkFolder(options.folder, console);
+    const FoundFiles found = WalkFolder(options.folder);
     FileCache cache(console);
     U_SetPurgeRequestCallback(&FileCache::OnPurgeRequest, &cache);
     Loader loader(options.folder, found.names, options.budget, cache, console);
@@ -92,6 +93,7 @@ bool LoadFolder(const Options& options, Console& console, Table* table)
         console.Tell(Text({"$$$/QX/FileCache/Error/Mismatches="
                            "files that changed while they were held: ^^1",
                            {std::to_string(cache.Mismatches())}}));
+    U_DisplayPostedErrors(); // what the loaders and the walk couldn't show themselves
     return ran && unreadable == 0 && cache.Mismatches() == 0;
 }
 

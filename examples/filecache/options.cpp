@@ -22,7 +22,7 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/Log="
     "  --log FILE         write the library's log lines to FILE\n",
     "$$$/QX/FileCache/Usage/Telemetry="
-    "  --telemetry FILE   write figures of the run to FILE, as lines of JSON\n",
+    "  --telemetry FILE   write figures and errors of the run to FILE as JSON lines\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Help="

@@ -1,5 +1,7 @@
 #include "texts.h"
 
+#include <algorithm>
+
 #include <U_Encoding.h>
 #include <U_ZString.h>
 
@@ -75,6 +77,13 @@ std::string Fill(const std::string& text, const std::vector<std::string>& values
             filled += text[at];
     }
     return filled;
+}
+
+std::string HideControlBytes(std::string text)
+{
+    const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 127; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
 }
 
 size_t DisplayWidth(const std::string& text)

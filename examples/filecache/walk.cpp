@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "texts.h"
+#include "unreadable.h"
 
 namespace fs = std::filesystem;
 
@@ -12,7 +12,7 @@ namespace
 class Walker
 {
 public:
-    Walker(const fs::path& top, Console& console) : mTop(top), mConsole(console) {}
+    explicit Walker(const fs::path& top) : mTop(top) {}
 
     FoundFiles Walk()
     {
@@ -56,18 +56,17 @@ private:
 
     void Unreadable(const std::string& name, const std::error_code& error)
     {
-        mConsole.Tell(Text(CantRead((mTop / name).string(), error.message())));
+        ReportUnreadable((mTop / name).string(), error.message());
         ++mFound.unreadable;
     }
 
     const fs::path mTop;
-    Console& mConsole;
     std::vector<std::string> mWaiting;
     FoundFiles mFound;
 };
 } // namespace
 
-FoundFiles WalkFolder(const std::string& folder, Console& console)
+FoundFiles WalkFolder(const std::string& folder)
 {
-    return Walker(folder, console).Walk();
+    return Walker(folder).Walk();
 }

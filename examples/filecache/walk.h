@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "console.h"
-
 struct FoundFiles
 {
     std::vector<std::string> names; // relative to the folder, in order
@@ -15,8 +13,8 @@ struct FoundFiles
 };
 
 // Walks the folder and all below it. Symbolic links aren't followed, and only
-// regular files are found. What can't be looked at is told, and the walk goes
+// regular files are found. What can't be looked at is reported, and the walk goes
 // on.
-FoundFiles WalkFolder(const std::string& folder, Console& console);
+FoundFiles WalkFolder(const std::string& folder);
 
 #endif

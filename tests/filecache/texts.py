@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """Holds the translations of the example host against its sources: each has
-every text and no other, with the same places and the same option names.
+every text, with the same places, addresses and option names. Beyond these they
+have texts of the library, all of them the same ones.
 
-Usage: texts.py SOURCE_FOLDER TRANSLATION..."""
+Usage: texts.py SOURCE_FOLDER LIBRARY_FOLDER TRANSLATION..."""
 import pathlib
 import re
 import sys
 
+DEFINE = re.compile(r'#define (\w+) ("[^"]*")\n')
+ROW = re.compile(r'ROW\((\d+), "(.*)"\)')  # of the library's table of texts
 # A literal, and the ones behind it that the compiler joins to it.
 LITERALS = re.compile(r'"\$\$\$(?:[^"\\]|\\.)*"(?:\s*"(?:[^"\\]|\\.)*")*')
 LINE = re.compile(r'"\$\$\$([^=]+)=((?:[^"\\]|\\.)*)"')
@@ -26,8 +29,12 @@ def add(texts, where, key, text):
 
 def source_texts(folder):
     texts = {}
-    for path in sorted(folder.glob("*.cpp")):
+    for path in sorted([*folder.rglob("*.cpp"), *folder.rglob("*.inc")]):
         source = path.read_text(encoding="utf-8")
+        for name, literal in DEFINE.findall(source):
+            source = source.replace(f" {name} ", f" {literal} ")
+        for number, text in ROW.findall(source):
+            add(texts, path.name, f"/QX/UOverride/LStr/{number}", text)
         for literals in LITERALS.findall(source):
             key, _, text = re.sub(r'"\s*"', "", literals)[4:-1].partition("=")
             add(texts, path.name, key, text)
@@ -48,19 +55,23 @@ def translated_texts(path):
 
 
 def marks(text):
-    """What a translation has to keep: places, written ^1 or ^^1, and options."""
-    return sorted(set(re.findall(r"\^[1-9]|--[a-z]+", text)))
+    """What a translation has to keep: places, of which ^1 may be written ^^1,
+    options and addresses."""
+    return sorted(set(re.findall(r"\^[1-9]|@[0-9]|%[a-z]|--[a-z]+|https:\S*\w", text)))
 
 
-folder, *translations = map(pathlib.Path, sys.argv[1:])
+folder, library, *translations = map(pathlib.Path, sys.argv[1:])
 english = source_texts(folder)
+library_texts = source_texts(library)
 if not english or not translations:
     fail("nothing to compare")
 for key, text in english.items():
     if not text:
         fail(f"{key} has no English text")
-for path in translations:
-    translated = translated_texts(path)
+translated_by_path = {path: translated_texts(path) for path in translations}
+for translated in translated_by_path.values():
+    english |= {key: library_texts[key] for key in library_texts.keys() & translated.keys()}
+for path, translated in translated_by_path.items():
     for key in sorted(english.keys() - translated.keys()):
         fail(f"{path.name}: {key} is missing")
     for key in sorted(translated.keys() - english.keys()):
