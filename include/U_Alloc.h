@@ -7,8 +7,8 @@
 //
 // Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
 // allocation for the user and the log; a pointer keeps a copy of its first 63
-// bytes for the leak report. A null opName, like a Quiet variant, keeps a
-// failure from the user.
+// bytes for the leak report. Failures are reported to the user with the size and
+// the name; a null opName, like a Quiet variant, keeps them to the log.
 
 #ifndef U_ALLOC_H
 #define U_ALLOC_H
@@ -43,20 +43,21 @@ U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opNa
 U_EXPORT U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer);
 U_EXPORT U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer);
 
-// Frees. Null does nothing, nor does a handle that isn't live; a pointer must be
-// a live one, here as in the other operations on pointers. Always 0.
+// Frees. Null does nothing; a handle that isn't live is reported and left alone; a
+// pointer must be a live one, here as in the other operations on pointers. Always 0.
 U_EXPORT U_Status U_FreeHandle(void** handle);
 U_EXPORT U_Status U_FreePtr(void* pointer);
 
-// Stores the block's size. With nothing stored returns 3 for a null handle or
-// output, and a negative code for a handle of another heap whose block doesn't
-// fit a signed 32-bit size.
+// Stores the block's size. With nothing stored reports and returns 3 for a null
+// handle or output, and a negative code for a handle of another heap whose block
+// doesn't fit a signed 32-bit size.
 U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
 
 // The same for a pointer; a null one has size 0.
 U_EXPORT U_Status U_GetPtrSize(void* pointer, U_u64* size);
 
-// 0 if the handle is a live one of the library's heap, or null; else non-zero.
+// 0 if the handle is a live one of the library's heap, or null; else non-zero, with
+// a report.
 U_EXPORT U_Status U_CheckHandleFromHeap(void** handle);
 
 // Makes a new handle with the same contents and stores it in *out. Returns 0,

@@ -5,9 +5,9 @@
 // as U+00BC, or as U+2020 if the active code page is 1251: a U+00BC of its own
 // comes back as U+2206. Code page 65001 has the character and needs no
 // substitute. What the target of a conversion lacks becomes the nearest or the
-// default character. A conversion that the system refuses throws its error code
-// as an int (1 if the system gave none): 87 for a text that is too long, its
-// result being counted in signed 32 bits, or for an unknown code page.
+// default character. A conversion that the system refuses is reported and throws
+// its error code as an int (1 if the system gave none): 87 for a text that is too
+// long, its result being counted in signed 32 bits, or for an unknown code page.
 // Pointers mustn't be null. All operations may be called on any thread.
 
 #ifndef U_ENCODING_H

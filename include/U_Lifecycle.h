@@ -20,13 +20,13 @@ typedef U_i32 (*U_RunModeFunction)();
 // library's record can't be made; otherwise the code of the step that failed.
 // After any other failure the calling thread stays registered as a main thread,
 // unless there was no memory even for that, and the host is expected to end the
-// process.
+// process; a failure after the heap was made has been reported as fatal.
 U_EXPORT U_Status U_Birth(const char* displayName, U_RunModeFunction runMode);
 
-// Takes the library down and logs what is left in its heap. The calling thread
-// stays registered as a main thread.
-// Returns 0; 2 if the library's record is damaged, 5889 if it doesn't exist:
-// then nothing is torn down.
+// Shows the errors that are still posted, takes the library down and logs what is
+// left in its heap. The calling thread stays registered as a main thread.
+// Returns 0; 2 if the library's record is damaged, 5889 if it doesn't exist: then
+// that is reported as fatal and nothing is torn down.
 U_EXPORT U_Status U_Death();
 
 // Whether the process is dying: a fatal error has been reported, or the

@@ -4,6 +4,9 @@
 // process until U_DisplayPostedErrors shows it. Quiet: a thread drops its own
 // reports. Deferred: a stretch of code keeps its errors to itself and reports
 // the last of them at its end, or none. Any thread, unless told otherwise.
+//
+// A message that is already shown isn't posted again by another thread than the
+// UI thread, until U_ClearLastReportedError (U_Report.h).
 
 #ifndef U_POSTED_H
 #define U_POSTED_H
@@ -11,14 +14,16 @@
 #include "U_Types.h"
 
 // While increments outnumber decrements, reports on the UI thread are posted
-// like those of other threads. Before birth and after death they do nothing.
+// like those of other threads. A decrement too many, and both before birth and
+// after death, do nothing.
 U_EXPORT void U_IncrementPostErrors();
 U_EXPORT void U_DecrementPostErrors();
 
 // Shows what has been posted so far, each message once and in order, with the
 // messages of a group (U_Group.h) as one alert behind the others. Returns when
-// the user has dismissed the last; meanwhile others may post. For the UI thread,
-// though nothing here insists. Death shows what is left.
+// the user has dismissed the last; meanwhile others may post. For the UI thread;
+// nothing here insists, but then U_SetPencartValuesForUErrors mustn't run at the
+// same time. Death shows what is left.
 // A message that even the system's message box can't show stays posted. What is
 // neither an int nor a std::exception passes through, with what has not been shown
 // still posted.
@@ -48,14 +53,15 @@ struct U_DeferredState
 // stretch hides nothing and still needs its end. 3, reported, for a null state.
 U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 
-// Ends it. report false forgets its errors: their count and the thread's text
-// are again what they were. report true repeats the thread's latest report if
-// errors have been counted since the start; it is shown as before the start, and
-// logged unless it was. fallbackText, if not null, serves where the thread has
-// no text; where it has no report at all, the errors having been other threads',
-// the repeat is fatal. async posts the repeat and leaves it out of the log, the
-// counts and the callbacks. Returns 0; 4 without memory; the code of a failed
-// conversion; 3, reported, for a null state.
+// Ends it. report false forgets its errors: their count is again what it was, and
+// so is the thread's text if it had one. report true repeats the thread's latest
+// report if errors have been counted since the start, on whatever thread; it is
+// shown as before the start, and the log and the callbacks hear it unless they did.
+// fallbackText, if not null, serves where the thread has no text. A thread without
+// any report repeats that text as a fatal error: the errors were other threads' and
+// must not be lost. async posts the repeat and leaves it out of the log, the counts
+// and the callbacks. Returns 0; 4 without memory; the code of a failed conversion;
+// 3, reported, for a null state.
 U_EXPORT U_Status U_DeferredReportingEnd(bool report, const char* fallbackText,
                                          U_DeferredState* state);
 U_EXPORT U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,

@@ -6,7 +6,9 @@
 // logging callbacks and counted as the interaction mask says (U_Interact.h), and
 // then shown at once, or posted (U_Posted.h) if it comes from another thread than
 // the UI thread, belongs to a group, or alerts are held back. A thread that
-// reports while it is reporting is ignored.
+// reports while it is reporting, say in a logging callback, is ignored without a
+// trace. A message that can't be shown is posted; what is neither an int nor a
+// std::exception passes out of a report from whatever it calls.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that
@@ -46,8 +48,8 @@ U_EXPORT void U_ClearLastReportedError();
 
 // Says where alerts are shown: both are needed for the host's own message box,
 // else the system's serves. The library keeps a reference on the node until other
-// values come; it doesn't own the supplier. For the UI thread, once the host's
-// interface exists; birth and death clear both.
+// values come, or until it is unloaded; it doesn't own the supplier. For the UI thread, once the
+// host's interface exists; birth and death clear both.
 U_EXPORT void U_SetPencartValuesForUErrors(kroview::pencart::SupplierInterface* supplier,
                                            boost::intrusive_ptr<kroview::ui::UI_Node> node);
 
@@ -65,12 +67,13 @@ U_EXPORT void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& t
 // callback or failure that ended the report.
 U_EXPORT U_Status Up_ReportError(U_u32 location, U_u16 severity);
 
-// Puts a text into that buffer, cut at a character if need be, and reports it.
-// Returns what Up_ReportError does.
+// Puts a text, null for an empty one, into that buffer, cut at a character if need be, and reports
+// it. Returns what Up_ReportError does.
 U_EXPORT U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text);
 
-// The same with the meaning of a status or system code behind the text. Nothing
-// happens for the code 0. The code is the result, and the thread's last error
+// The same with the meaning of a status code, which shows in hexadecimal if it has
+// none, or of a system code, which always shows, in decimal. For the code 0 only the
+// thread's last error is set. The code is the result, and the thread's last error
 // also after the report.
 U_EXPORT U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 code,
                                          const char* text);

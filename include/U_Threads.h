@@ -62,21 +62,24 @@ typedef boost::function2<bool, std::exception*, int*> U_ExceptionTranslator;
 // Adds a translator; the newest is asked first. Returns its id, which is never
 // given again, or 0 with nothing kept when the library isn't alive, there is no
 // memory, or the translator is empty.
-// Translators run under the translator lock, one thread at a time, and throw
-// nothing. On its own thread a translator may register, unregister and
-// translate. All translators go with U_Death.
+// Translators run under the translator lock, one thread at a time. An int that one
+// throws, as a report inside it may, is its code; one that throws a std::exception
+// counts as not having recognised anything. While one waits for another thread, or
+// for the user in an alert, no other thread gets past an exception: a translator and
+// a logging callback (U_Interact.h) that wait for each other's threads stop both. On its own thread
+// a translator may register, unregister and translate. All translators go with U_Death.
 U_EXPORT U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator);
 
 // Removes a translator. An unknown id does nothing.
 U_EXPORT void U_UnregisterExceptionTranslator(U_u32 id);
 
 // Turns an exception that reached the boundary into a status code: 4 for
-// std::bad_alloc, 3 for std::bad_cast, else what a translator says. One that
-// no translator recognises is logged and gives 14.
+// std::bad_alloc, 3 for std::bad_cast, which is reported, else what a translator
+// says. One that no translator recognises is logged and reported, and gives 14.
 U_EXPORT U_Status U_TranslateAndReportException(std::exception& exception);
 
-// Throws the int 1 if the system has a text for the exception's result code,
-// else returns. The last two arguments aren't used.
+// Reports the system's text for the exception's result code and throws the int 1;
+// returns if there is no text. The last two arguments aren't used.
 U_EXPORT void TranslateAndThrowATLException(ATL::CAtlException& exception, const char* file,
                                             int line);
 

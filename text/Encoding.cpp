@@ -9,6 +9,7 @@
 
 #include "U_Report.h"
 #include "U_ZString.h"
+#include "indep/frame/Guard.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace
@@ -31,7 +32,9 @@ struct InConversionReport
 {
     const ScEntered<InConversionReport> entered;
     if (entered.IsFirst())
-        U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
+        Guarded([] {
+            U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
+        });
     throw error ? static_cast<int>(error) : 1;
 }
 

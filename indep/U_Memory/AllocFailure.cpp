@@ -66,19 +66,28 @@ U_UTF16String SentenceFor(U_u64 size, const char* what)
                                                 message.mDecimals, 0, kLongest);
     return ReplaceInString(U_ZStringToUTF16String(message.mText), number, suffix);
 }
+void Report(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
+{
+    if (possibleFragmentation)
+        LogFragmentation(size);
+    U_ReportError(location, U_Sev_INFO, SentenceFor(size, what));
+}
 } // namespace
 
 void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
 {
     const ScEntered<InAllocReport> entered;
-    if (!entered.IsFirst())
+    try
     {
-        WRIL_Log(0, "U", "Up_ReportAllocFailure", "Recurse");
-        return;
+        Guarded([&] {
+            if (entered.IsFirst())
+                Report(location, size, what, possibleFragmentation);
+            else
+                WRIL_Log(0, "U", "Up_ReportAllocFailure", "Recurse");
+        });
     }
-    Guarded([&] {
-        if (possibleFragmentation)
-            LogFragmentation(size);
-        U_ReportError(location, U_Sev_INFO, SentenceFor(size, what));
-    });
+    catch (...)
+    {
+        // An allocation fails without an exception, whatever a callback throws.
+    }
 }

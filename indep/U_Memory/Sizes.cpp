@@ -12,6 +12,7 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Strings.h"
 
 namespace
 {
@@ -46,13 +47,13 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
     if (!handle || !size)
     {
         Up_ReportNuloErrString(kSizePlace, U_Sev_PROBLEM, U_Err_BadParameter,
-                               Up_String(kGettingSize));
+                               Up_StringOrEnglish(kGettingSize));
         return U_Err_BadParameter;
     }
     const U_i32 narrow = NarrowSize(MEM_GetHandleSize(UHeap(), handle));
     if (narrow < 0)
     {
-        Up_ReportSyserrString(kSizePlace, U_Sev_PROBLEM, narrow, Up_String(kGettingSize));
+        Up_ReportSyserrString(kSizePlace, U_Sev_PROBLEM, narrow, Up_StringOrEnglish(kGettingSize));
         return narrow;
     }
     *size = static_cast<U_u32>(narrow);

@@ -8,9 +8,9 @@
 #include <win32/messages.h>
 
 #include "U_Encoding.h"
-#include "U_Interact.h"
 #include "U_Report.h"
 #include "U_ZString.h"
+#include "indep/errors/Compose.h"
 #include "indep/errors/Severity.h"
 #include "indep/frame/Guard.h"
 
@@ -30,28 +30,23 @@ U_UTF16String WithLocation(const U_UTF16String& text, U_u16 severity, const char
     return text + U_AsciiToUTF16String("\n\n") + U_MBToUTF16String(location);
 }
 
-struct HostName
+// Where the host's box is shown, as it was when the alert began.
+struct HostUI
 {
-    HostName() : mIsKnown(U_GetName(mText) == 0) {}
-
-    char mText[31];
-    const bool mIsKnown;
+    kroview::pencart::SupplierInterface* mSupplier = Up_DrawSupplierP0;
+    boost::intrusive_ptr<kroview::ui::UI_Node> mNode = Up_TopLevelWindowP0;
 };
 
-bool HasHostBox()
-{
-    return Up_DrawSupplierP0 && Up_TopLevelWindowP0;
-}
-
 // Returns 0, or why the box couldn't be shown.
-U_Status ShowHostBox(const U_UTF16String& text, const HostName& name, int icon, float sizeHint)
+U_Status ShowHostBox(const HostUI& host, const U_UTF16String& text, const HostName& name, int icon,
+                     float sizeHint)
 {
     using namespace kroview::dialogs::messagebox;
     return Guarded([&] {
         win32::ReleaseCapture();
         const U_UTF16String title =
             name.mIsKnown ? U_MBToUTF16String(name.mText) : U_ZStringToUTF16String(kDefaultTitle);
-        Messagebox(Up_DrawSupplierP0, title, text, kKindAlert, kButtonOK, icon, Up_TopLevelWindowP0,
+        Messagebox(host.mSupplier, title, text, kKindAlert, kButtonOK, icon, host.mNode,
                    MessageHandler(), sizeHint, kNoHint);
     });
 }
@@ -75,7 +70,9 @@ void CopyToClipboard(const U_UTF16String& text)
 void ShowBox(const U_UTF16String& text, const SeverityTraits& traits, float sizeHint)
 {
     const HostName name;
-    if (!HasHostBox() || ShowHostBox(text, name, traits.mHostIcon, sizeHint))
+    const HostUI host;
+    const bool hasBox = host.mSupplier && host.mNode;
+    if (!hasBox || ShowHostBox(host, text, name, traits.mHostIcon, sizeHint))
         ShowSystemBox(text, name, traits.mBoxIcon);
     if (GetCurrentKeyModifiers() & kShiftKey)
         Guarded([&] { CopyToClipboard(text); });

@@ -11,7 +11,9 @@
 
 #include "U_Format.h"
 #include "U_Report.h"
+#include "U_String.h"
 #include "indep/errors/Strings.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {
@@ -32,9 +34,12 @@ Injection sInjection;
 U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool* flag)
 {
     bool answer = false;
-    if (krobase::debug::BreakAfterAssertDialog(answer, expression, "", file, line,
-                                               "Up_AssertImpl") &&
-        krobase::debug::IsDebuggerAttached())
+    bool breaks = false;
+    Guarded([&] {
+        breaks = krobase::debug::BreakAfterAssertDialog(answer, expression, "", file, line,
+                                                        "Up_AssertImpl");
+    });
+    if (breaks && krobase::debug::IsDebuggerAttached())
         krobase::debug::BreakIntoDebugger();
     if (flag)
         *flag = answer;
@@ -43,10 +48,10 @@ U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool*
 
 U_Status Up_AssertFailed(const char* expression, const char* file, int line)
 {
-    Up_SetThreadLastError(0);
-    Up_FormatText(Up_GetThreadLoggingBuffer(), U_ReportTextSize,
-                  "assertion failed\n%s\nline: %d of file: %s.", expression, line, file);
-    Up_ReportError(0, U_Sev_PROBLEM);
+    char text[U_ReportTextSize];
+    Up_FormatText(text, sizeof(text), "assertion failed\n%s\nline: %d of file: %s.",
+                  expression ? expression : "", line, file ? file : "");
+    Up_ReportErrString(0, U_Sev_PROBLEM, text);
     return 0;
 }
 
@@ -60,10 +65,12 @@ U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail
         message = number;
     }
     char text[U_ReportTextSize];
-    if (detail)
-        U_SubString(text, sizeof(text), Up_String(kFailedWithDetail), detail, message);
-    else
-        U_SubString(text, sizeof(text), Up_String(kFailedInternally), message);
+    const U_Status failure =
+        detail ? U_SubString(text, sizeof(text), Up_StringOrEnglish(kFailedWithDetail), detail,
+                             message)
+               : U_SubString(text, sizeof(text), Up_StringOrEnglish(kFailedInternally), message);
+    if (failure)
+        U_CopyString(message, sizeof(text), text);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
 }
 

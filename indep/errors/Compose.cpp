@@ -5,10 +5,11 @@
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
-#include "U_Interact.h"
+#include "U_String.h"
 #include "U_ZString.h"
 #include "indep/errors/Severity.h"
 #include "indep/errors/Strings.h"
+#include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 
 namespace
@@ -17,22 +18,18 @@ const U_u32 kLocationFormat = 105;
 const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
 const char kColon[] = "$$$/QX/EGG/LStr/0975=:";
 
-U_UTF16String HostName()
-{
-    char name[31];
-    if (const U_Status failure = U_GetName(name))
-        throw failure;
-    return U_MBToUTF16String(name);
-}
-
-// A translation may put the word in front of the name.
+// A translation may put the word in front of the name. Without a name there is no
+// prefix.
 void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
 {
+    const HostName name;
+    if (!name.mIsKnown)
+        return;
     U_UTF16String word;
     if (traits.mPrefix == Prefix::word)
         word = U_ZStringToUTF16String(Up_ZStringOf(traits.mWord));
     const U_UTF16String order = U_ZStringToUTF16String(kOrder);
-    prefix += krobase::utility::ReplaceInString(order, HostName(), word);
+    prefix += krobase::utility::ReplaceInString(order, U_MBToUTF16String(name.mText), word);
     prefix += U_ZStringToUTF16String(kColon);
     prefix.push_back(' ');
 }
@@ -66,6 +63,11 @@ const U_UTF16String& ComposedText::Get()
         return mText;
     }
     return *mComposed;
+}
+
+HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
+{
+    U_CopyString(mIsKnown ? Globals()->mName : "", sizeof(mText), mText);
 }
 
 LocationText::LocationText(U_u32 location)

@@ -25,6 +25,16 @@ private:
     std::optional<U_UTF16String> mComposed;
 };
 
+// The host's name, for people. Unlike U_GetName it says nothing of a record that
+// is missing or damaged: the report at hand is about that, or comes after it.
+struct HostName
+{
+    HostName();
+
+    bool mIsKnown;
+    char mText[31]; // empty if it isn't
+};
+
 // A location code for people: module and place. Empty for no location.
 struct LocationText
 {

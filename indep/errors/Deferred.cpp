@@ -9,6 +9,7 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/errors/LoggingCallbacks.h"
+#include "indep/errors/Repeat.h"
 #include "indep/errors/ThreadState.h"
 #include "indep/frame/Guard.h"
 
@@ -41,15 +42,18 @@ void Forget(const U_DeferredState& state)
         U_CopyString(state.mSavedMessage, U_ReportTextSize, buffer);
 }
 
-// For the repeat of a report: shows as before the stretch, and logs only what
-// the stretch kept from the log.
+// For the repeat of a report: shows as before the stretch, and calls back only
+// what the stretch kept from the callbacks. Without memory the mask of the stretch
+// stays in force.
 class ScRepeatMask
 {
 public:
-    explicit ScRepeatMask(U_u32 maskBefore)
-        : mId(Up_SetInteractTemp((maskBefore & kDisplayBits) |
-                                 (maskBefore & kLogBits & ~Up_GetInteract())))
+    ScRepeatMask(U_u32 maskBefore, U_u32 maskOfStretch)
     {
+        Guarded([&] {
+            mId = Up_SetInteractTemp((maskBefore & kDisplayBits) |
+                                     (maskBefore & kLogBits & ~maskOfStretch));
+        });
     }
 
     ~ScRepeatMask() { Up_SetInteractTempComplete(mId); }
@@ -57,24 +61,33 @@ public:
     ScRepeatMask& operator=(const ScRepeatMask&) = delete;
 
 private:
-    const U_u32 mId;
+    U_u32 mId = 0;
 };
 
 void RepeatLatest(bool async, const char* fallbackText, const U_DeferredState& state)
 {
-    const ScRepeatMask mask(state.mSavedInteract);
+    const U_u32 maskOfStretch = Up_GetInteract();
+    const ScRepeatMask mask(state.mSavedInteract, maskOfStretch);
     char text[U_ReportTextSize];
     U_u16 severity = 0;
     U_u32 location = 0;
     U_GetLastError(text, &severity, &location, nullptr);
     if (!severity)
-        severity = U_Sev_FATAL; // the errors were other threads'
+    {
+        // The errors were other threads': what text there is isn't theirs.
+        severity = U_Sev_FATAL;
+        *text = 0;
+    }
     if (!*text)
         U_CopyString(fallbackText ? fallbackText : kNoText, sizeof(text), text);
     if (async)
+    {
         U_AsyncReport(location, severity, U_MBToUTF16String(text));
-    else
-        Up_ReportErrString(location, severity, text);
+        return;
+    }
+    Up_SetThreadLastError(0);
+    U_CopyString(text, sizeof(text), Up_GetThreadLoggingBuffer());
+    Up_RepeatReport(location, severity, (maskOfStretch | maskOfStretch >> 16) & severity);
 }
 
 U_Status RefuseNull(const void* argument)
@@ -116,7 +129,7 @@ U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallba
         U_u32 count = state->mErrorCount;
         if (!report)
             Forget(*state);
-        else if (U_GetHowManyErrors(&count) == 0 && count != state->mErrorCount)
+        else if (state->mTempId && U_GetHowManyErrors(&count) == 0 && count != state->mErrorCount)
             RepeatLatest(async, fallbackText, *state);
     });
     Up_SetInteractTempComplete(state->mTempId);

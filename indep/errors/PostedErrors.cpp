@@ -1,6 +1,6 @@
 #include "indep/errors/PostedErrors.h"
 
-#include <iterator>
+#include <atomic>
 #include <optional>
 
 #include <boost/thread/lock_guard.hpp>
@@ -63,17 +63,12 @@ void PutBack(PostedErrors& errors)
 {
     Posted& posted = ThePosted();
     PostedLock lock(posted.mLock);
-    if (!posted.mErrors)
-        return;
-    if (posted.mErrors->empty())
-        posted.mErrors->swap(errors);
-    else
-        posted.mErrors->insert(posted.mErrors->begin(), std::make_move_iterator(errors.begin()),
-                               std::make_move_iterator(errors.end()));
+    if (posted.mErrors)
+        posted.mErrors->splice(posted.mErrors->begin(), errors);
 }
 
-// Messages on their way to the user. Those that couldn't be shown are posted
-// again at the end, whatever that is.
+// Messages on their way to the user. What hasn't been shown is posted again at the
+// end, whatever that is.
 class Showing
 {
 public:
@@ -81,8 +76,8 @@ public:
 
     ~Showing()
     {
-        mErrors.erase(mErrors.begin() + mFailed, mErrors.begin() + mNext);
-        Guarded([&] { PutBack(mErrors); });
+        mErrors.splice(mErrors.begin(), mFailed);
+        PutBack(mErrors);
     }
 
     Showing(const Showing&) = delete;
@@ -90,13 +85,13 @@ public:
 
     void ShowInOrder()
     {
-        const auto count = static_cast<std::ptrdiff_t>(mErrors.size());
-        for (; mNext < count; ++mNext)
+        while (!mErrors.empty())
         {
             // One that can't be shown mustn't keep the others from the user.
-            const Up_PostedError& error = mErrors[static_cast<std::size_t>(mNext)];
-            if (Guarded([&] { Show(error); }))
-                mErrors[static_cast<std::size_t>(mFailed++)] = error;
+            if (Guarded([&] { Show(mErrors.front()); }))
+                mFailed.splice(mFailed.end(), mErrors, mErrors.begin());
+            else
+                mErrors.pop_front();
         }
     }
 
@@ -108,15 +103,8 @@ private:
     }
 
     PostedErrors& mErrors;
-    std::ptrdiff_t mNext = 0;
-    std::ptrdiff_t mFailed = 0; // those that failed stand in front
+    PostedErrors mFailed;
 };
-
-void AddToPostCount(U_u32 delta)
-{
-    if (U_Globals* globals = Globals())
-        globals->mPostErrors.fetch_add(delta);
-}
 } // namespace
 
 void MakePostedErrors()
@@ -137,14 +125,14 @@ void FreePostedErrors()
 U_Status Up_PostError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     return Guarded([&] {
-        Up_PostedError error = {text, severity, location, false};
+        PostedErrors error = {{text, severity, location, false}};
         const bool isOnUIThread = U_IsOnUIThread();
         Posted& posted = ThePosted();
         PostedLock lock(posted.mLock);
         if (!posted.mErrors)
             throw U_Status(U_Err_BadParameter);
-        if (isOnUIThread || !IsLastReported(posted.mLastReported, error))
-            posted.mErrors->push_back(std::move(error));
+        if (isOnUIThread || !IsLastReported(posted.mLastReported, error.front()))
+            posted.mErrors->splice(posted.mErrors->end(), error);
     });
 }
 
@@ -166,12 +154,20 @@ void U_ClearLastReportedError()
 
 void U_IncrementPostErrors()
 {
-    AddToPostCount(1);
+    if (Up_GlobalsAreGood())
+        Globals()->mPostErrors.fetch_add(1);
 }
 
 void U_DecrementPostErrors()
 {
-    AddToPostCount(-1u);
+    if (!Up_GlobalsAreGood())
+        return;
+    // One too many mustn't hold alerts back for ever.
+    std::atomic<U_u32>& count = Globals()->mPostErrors;
+    U_u32 before = count;
+    while (before && !count.compare_exchange_weak(before, before - 1))
+    {
+    }
 }
 
 void U_DisplayPostedErrors()

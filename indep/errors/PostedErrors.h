@@ -3,7 +3,7 @@
 #ifndef INDEP_ERRORS_POSTEDERRORS_H
 #define INDEP_ERRORS_POSTEDERRORS_H
 
-#include <vector>
+#include <list>
 
 #include "U_Types.h"
 
@@ -15,7 +15,9 @@ struct Up_PostedError
     bool mCoalesced; // made of grouped messages when they are shown
 };
 
-typedef std::vector<Up_PostedError> PostedErrors;
+// A list, so that no memory is asked for with its lock held: who is asked when there
+// is none may report.
+typedef std::list<Up_PostedError> PostedErrors;
 
 // For birth and death.
 void MakePostedErrors();

@@ -10,8 +10,9 @@
 
 namespace
 {
-// Written by birth and death only, with no other thread in the library.
-std::unique_ptr<PerThreadQuietStack> sQuietStack;
+// Written by birth and death only, with no other thread in the library. A process
+// that ends without death leaves it to its threads.
+PerThreadQuietStack* sQuietStack = nullptr;
 
 const int kStartLine = 1192;
 const int kEndLine = 1219;
@@ -126,12 +127,13 @@ std::optional<bool> PerThreadQuietStack::Top(U_u32 threadId)
 void MakeQuietStack()
 {
     if (!sQuietStack)
-        sQuietStack = std::make_unique<PerThreadQuietStack>();
+        sQuietStack = new PerThreadQuietStack;
 }
 
 void FreeQuietStack()
 {
-    sQuietStack.reset();
+    delete sQuietStack;
+    sQuietStack = nullptr;
 }
 
 bool Up_IsQuiet(bool forLogging)

@@ -15,6 +15,7 @@
 #include "indep/errors/LoggingCallbacks.h"
 #include "indep/errors/PostedErrors.h"
 #include "indep/errors/QuietStack.h"
+#include "indep/errors/Repeat.h"
 #include "indep/errors/Severity.h"
 #include "indep/errors/Show.h"
 #include "indep/errors/StackCrawl.h"
@@ -40,9 +41,16 @@ bool IsLoggingOn(U_u16 severity)
     return Up_GetInteract() >> 16 & severity;
 }
 
+// Within a report the thread's text and last error are those of that report.
+bool IsReporting()
+{
+    const InReport* const flag = ThreadPiece<InReport>::Find();
+    return flag && flag->mEntered;
+}
+
 void PutIntoLoggingBuffer(const char* text)
 {
-    U_CopyString(text, U_ReportTextSize, Up_GetThreadLoggingBuffer());
+    U_CopyString(text ? text : "", U_ReportTextSize, Up_GetThreadLoggingBuffer());
 }
 
 // Without memory to tell, a text is on its own.
@@ -98,8 +106,7 @@ void Report::CallBack()
     if (!IsLoggingOn(mSeverity))
         return;
     char text[U_ReportTextSize];
-    // What can't be converted leaves the caller's text.
-    U_CopyString(Up_GetThreadLoggingBuffer(), sizeof(text), text);
+    *text = 0;
     Guarded(
         [&] { U_CopyString(U_UTF16ToMBString(mText.Get(), false).c_str(), sizeof(text), text); });
     if (const U_Status code = Up_CallLoggingCallbacks(mLocation, text, mSeverity))
@@ -108,8 +115,8 @@ void Report::CallBack()
 
 bool Report::MayShowNow(bool grouped) const
 {
-    const U_Globals* const globals = Globals();
-    return U_IsOnUIThread() && !(globals && globals->mPostErrors) && !grouped;
+    const bool heldBack = Up_GlobalsAreGood() && Globals()->mPostErrors;
+    return U_IsOnUIThread() && !heldBack && !grouped;
 }
 
 void Report::Display(bool grouped)
@@ -119,18 +126,14 @@ void Report::Display(bool grouped)
         state->mLastSeverity = mSeverity;
         state->mLastLocation = mLocation;
     }
-    U_Globals* const globals = Globals();
-    if (globals && mSeverity != U_Sev_DETAIL)
-        ++globals->mErrorCount;
+    if (mSeverity != U_Sev_DETAIL && Up_GlobalsAreGood())
+        ++Globals()->mErrorCount;
     if (!IsOn(mSeverity))
         return;
     if (mSeverity == U_Sev_LEAK && U_Die())
         return;
-    if (!MayShowNow(grouped))
-    {
-        Post();
+    if (!MayShowNow(grouped) && (Post() == 0 || !U_IsOnUIThread()))
         return;
-    }
     try
     {
         ShowNow();
@@ -152,9 +155,14 @@ void Report::ShowNow()
     if (failure)
         Post();
 }
-} // namespace
+enum LogLine
+{
+    kLogLine,
+    kNoLogLine // it has been written already
+};
 
-void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
+void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped,
+                LogLine line)
 {
     Up_SetThreadLastError(0);
     const bool isFatal = severity == U_Sev_FATAL;
@@ -167,17 +175,49 @@ void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool
         Up_MarkDying();
 
     Report report(location, severity, text);
-    if (mayLog)
-    {
+    if (mayLog && line == kLogLine)
         report.Log();
+    if (mayLog)
         report.CallBack();
-    }
     if (mayDisplay)
         report.Display(grouped);
 }
 
+U_Status SendBuffer(U_u32 location, U_u16 severity, LogLine line)
+{
+    return Guarded([&] {
+        const U_UTF16String text = U_MBToUTF16String(Up_GetThreadLoggingBuffer());
+        SendReport(location, severity, text, IsGrouped(text), line);
+    });
+}
+
+// append puts the code's meaning behind the text.
+template <class Append>
+U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* text, Append append)
+{
+    const U_Status status = static_cast<U_Status>(code);
+    if (IsReporting())
+        return status;
+    Up_SetThreadLastError(code);
+    if (!code)
+        return 0;
+    PutIntoLoggingBuffer(text);
+    append();
+    Up_ReportError(location, severity);
+    Up_SetThreadLastError(code);
+    return status;
+}
+} // namespace
+
+void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
+{
+    SendReport(location, severity, text, grouped, kLogLine);
+}
+
 void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
+    if (IsReporting())
+        return;
     PutIntoLoggingBuffer("");
     Guarded([&] { PutIntoLoggingBuffer(U_UTF16ToMBString(text, false).c_str()); });
     Up_Report16(location, severity, text, IsGrouped(text));
@@ -194,14 +234,18 @@ void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
 
 U_Status Up_ReportError(U_u32 location, U_u16 severity)
 {
-    return Guarded([&] {
-        const U_UTF16String text = U_MBToUTF16String(Up_GetThreadLoggingBuffer());
-        Up_Report16(location, severity, text, IsGrouped(text));
-    });
+    return SendBuffer(location, severity, kLogLine);
+}
+
+U_Status Up_RepeatReport(U_u32 location, U_u16 severity, bool isLogged)
+{
+    return SendBuffer(location, severity, isLogged ? kNoLogLine : kLogLine);
 }
 
 U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text)
 {
+    if (IsReporting())
+        return 0;
     Up_SetThreadLastError(0);
     PutIntoLoggingBuffer(text);
     return Up_ReportError(location, severity);
@@ -209,22 +253,11 @@ U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text)
 
 U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 code, const char* text)
 {
-    Up_SetThreadLastError(code);
-    if (!code)
-        return 0;
-    PutIntoLoggingBuffer(text);
-    Up_NuloEnglishError(code);
-    Up_ReportError(location, severity);
-    return static_cast<U_Status>(Up_SetThreadLastError(code));
+    return ReportWithCode(location, severity, code, text, [&] { Up_NuloEnglishError(code); });
 }
 
 U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code, const char* text)
 {
-    Up_SetThreadLastError(static_cast<U_u32>(code));
-    if (!code)
-        return 0;
-    PutIntoLoggingBuffer(text);
-    Up_SysEnglishError(code);
-    Up_ReportError(location, severity);
-    return static_cast<U_Status>(Up_SetThreadLastError(static_cast<U_u32>(code)));
+    return ReportWithCode(location, severity, static_cast<U_u32>(code), text,
+                          [&] { Up_SysEnglishError(code); });
 }

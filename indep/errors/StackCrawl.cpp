@@ -6,8 +6,6 @@
 #include <krobase/stack_trace.h>
 #include <wril/wril.h>
 
-#include "indep/frame/Guard.h"
-
 namespace
 {
 const std::size_t kMostFrames = 50;
@@ -32,7 +30,8 @@ std::string LineOf(void* frame)
 
 void LogStackCrawl()
 {
-    Guarded([] {
+    try
+    {
         void* frames[kMostFrames];
         const std::size_t count =
             krobase::debug::GenerateStackTrace(frames, kMostFrames, kOwnFrames);
@@ -40,5 +39,9 @@ void LogStackCrawl()
         for (std::size_t i = 0; i < count; ++i)
             lines += LineOf(frames[i]);
         WRIL_Log(0, "ReportError", "StackCrawl", lines.c_str());
-    });
+    }
+    catch (...)
+    {
+        // A report goes on without its crawl.
+    }
 }

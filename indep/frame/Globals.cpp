@@ -7,6 +7,7 @@
 #include "U_Alloc.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Strings.h"
 
 namespace
 {
@@ -82,10 +83,10 @@ U_Status Up_ValidateGlobals(U_u16 code)
     const U_u32 location = kModule | code;
     if (!Globals())
     {
-        Up_ReportErrString(location, U_Sev_FATAL, Up_String(kNoGlobalsText));
+        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kNoGlobalsText));
         return kNoGlobals;
     }
-    Up_ReportErrString(location, U_Sev_FATAL, Up_String(kDamagedGlobalsText));
+    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kDamagedGlobalsText));
     Up_MarkDying();
     return kDamagedGlobals;
 }

@@ -75,8 +75,8 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
 void ReportFailedBirth(const char* displayName)
 {
     char text[256];
-    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName, Up_String(kCannotContinue),
-                  Up_String(kOutOfMemoryInBirth));
+    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName, Up_StringOrEnglish(kCannotContinue),
+                  Up_StringOrEnglish(kOutOfMemoryInBirth));
     Up_ReportErrString(kBirthPlace, U_Sev_FATAL, text);
 }
 } // namespace

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <vector>
+#include <list>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
@@ -23,8 +23,9 @@ public:
     // Returns how many entries there are now.
     std::size_t Add(U_u32 threadId)
     {
+        std::list<U_u32> entry{threadId}; // before the lock: without memory others may ask
         boost::lock_guard<boost::shared_mutex> lock(mLock);
-        mThreads.push_back(threadId);
+        mThreads.splice(mThreads.end(), entry);
         return mThreads.size();
     }
 
@@ -44,7 +45,7 @@ public:
 
 private:
     boost::shared_mutex mLock; // guards mThreads; held for one search or edit
-    std::vector<U_u32> mThreads;
+    std::list<U_u32> mThreads;
 };
 
 // Never destroyed: threads may still ask while the process exits.

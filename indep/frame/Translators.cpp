@@ -17,6 +17,8 @@
 
 #include "U_Report.h"
 #include "U_Threads.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -28,6 +30,25 @@ typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> Translator
 boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
 std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
 U_u32 sNextTranslatorId = 100;
+
+// A report inside a translator may throw a callback's code, which stands for the
+// translator's own then.
+bool Takes(const U_ExceptionTranslator& translator, std::exception& exception, int* code)
+{
+    try
+    {
+        return translator(&exception, code);
+    }
+    catch (int& thrown)
+    {
+        *code = thrown;
+        return true;
+    }
+    catch (std::exception&)
+    {
+        return false;
+    }
+}
 
 // Asks the translators, the newest first. A translator may register and
 // unregister while it runs, so each next one is looked up by its id.
@@ -44,10 +65,39 @@ bool Translate(std::exception& exception, int& code)
         below = next->first;
         const std::shared_ptr<const U_ExceptionTranslator> translator = next->second;
         code = U_Err_UnknownException; // whatever one that didn't take it has stored
-        if ((*translator)(&exception, &code))
+        if (Takes(*translator, exception, &code))
             return true;
     }
     return false;
+}
+
+struct InTranslation
+{
+    int mEntered;
+};
+
+// What a callback or a presenter throws comes back here from its own report, and
+// isn't reported once more.
+void ReportOnce(U_u16 severity, const char* text)
+{
+    const ScEntered<InTranslation> entered;
+    if (entered.IsFirst())
+        Up_ReportErrString(0, severity, text);
+}
+
+void LogUnknown(const std::exception& exception)
+{
+    const char* const rawName = typeid(exception).name();
+    const boost::core::scoped_demangled_name name(rawName);
+    try
+    {
+        WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
+                     name.get() ? name.get() : rawName);
+    }
+    catch (...)
+    {
+        // A log that fails mustn't take the place of the exception.
+    }
 }
 
 // Empty if the system knows no text.
@@ -112,17 +162,14 @@ U_Status U_TranslateAndReportException(std::exception& exception)
         return U_Err_OutOfMemory;
     if (dynamic_cast<std::bad_cast*>(&exception))
     {
-        Up_ReportErrString(0, U_Sev_PROBLEM, "Unexpected data type");
+        ReportOnce(U_Sev_PROBLEM, "Unexpected data type");
         return U_Err_BadParameter;
     }
     int code = U_Err_UnknownException;
     if (Translate(exception, code))
         return code;
-    const char* const rawName = typeid(exception).name();
-    const boost::core::scoped_demangled_name name(rawName);
-    WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
-                 name.get() ? name.get() : rawName);
-    Up_ReportErrString(0, U_Sev_WARNING, "Unknown Exception.");
+    LogUnknown(exception);
+    ReportOnce(U_Sev_WARNING, "Unknown Exception.");
     return U_Err_UnknownException;
 }
 
@@ -131,6 +178,6 @@ void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, i
     const U_UTF16String text = SystemText(exception);
     if (text.empty())
         return;
-    U_ReportError(0, U_Sev_WARNING, text);
+    Guarded([&] { U_ReportError(0, U_Sev_WARNING, text); });
     throw 1;
 }

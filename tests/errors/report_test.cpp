@@ -229,7 +229,7 @@ TEST_F(Report, ProblemsAndFatalErrorsLogTheStack)
     U_ReportError(0, U_Sev_PROBLEM, Units(u"b"));
     ASSERT_EQ(mLog.Texts("StackCrawl").size(), 1u);
     const std::string crawl = mLog.Texts("StackCrawl").front();
-    EXPECT_NE(crawl.find("Up_Report16"), std::string::npos) << crawl;
+    EXPECT_NE(crawl.find("LogTheStack_Test"), std::string::npos) << crawl;
     EXPECT_NE(crawl.find("  (Line: "), std::string::npos) << crawl;
 }
 
@@ -300,15 +300,24 @@ TEST_F(Report, ACallbacksCodeEndsTheReport)
 
 TEST_F(Report, WhateverACallbackThrowsTheNextReportGoesItsWay)
 {
-    const std::function<void()> kThrows[] = {
-        [] { throw 5; },
-        [] { throw std::runtime_error("broken"); },
-        [] { throw std::string("broken"); },
-    };
-    for (const auto& action : kThrows)
+    const struct
     {
-        mHeard.mAction = action;
+        std::function<void()> action;
+        U_Status status; // of the guarded form; 0 if it lets it pass
+    } kThrows[] = {
+        {[] { throw 5; }, 5},
+        {[] { throw std::runtime_error("broken"); }, 14},
+        {[] { throw std::bad_cast(); }, 3},
+        {[] { throw std::string("broken"); }, 0},
+    };
+    for (const auto& one : kThrows)
+    {
+        mHeard.mAction = one.action;
         EXPECT_ANY_THROW(U_ReportError(0, U_Sev_PROBLEM, Units(u"first")));
+        if (one.status)
+            EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), one.status);
+        else
+            EXPECT_THROW(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), std::string);
         mHeard.mAction = nullptr;
         mAlerts.Clear();
         U_ReportError(0, U_Sev_PROBLEM, Units(u"second"));
@@ -316,23 +325,44 @@ TEST_F(Report, WhateverACallbackThrowsTheNextReportGoesItsWay)
     }
 }
 
-TEST_F(Report, AReportInsideAReportIsDropped)
+TEST_F(Report, APresenterThatAlwaysThrowsEndsTheReport)
 {
-    mHeard.mAction = [] { Up_ReportErrString(0, U_Sev_FATAL, "inner"); };
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::runtime_error("no screen"); };
+    EXPECT_EQ(Up_ReportErrString(0, U_Sev_WARNING, "text"), 0);
+    EXPECT_LE(mAlerts.All().size(), 2u);
+    mAlerts.mWhileUp = nullptr;
+    mAlerts.Clear();
+    U_DisplayPostedErrors(); // neither is lost
+    EXPECT_EQ(mAlerts.Texts().front(), "Test Host warning: text\n\n");
+}
+
+TEST_F(Report, AReportInsideAReportLeavesNoTrace)
+{
+    mHeard.mAction = [] {
+        Up_ReportErrString(0, U_Sev_FATAL, "inner");
+        U_ReportError(0, U_Sev_FATAL, Units(u"inner"));
+        EXPECT_EQ(Up_ReportNuloErrString(0, U_Sev_FATAL, 4, "inner"), 4);
+    };
     U_ReportError(0, U_Sev_WARNING, Units(u"outer"));
     EXPECT_EQ(Logged(), Texts{"U_Sev_WARNING: Test Host warning: outer\t"});
     EXPECT_EQ(mHeard.mTexts, Texts{"Test Host warning: outer"});
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: outer\n\n"});
+    EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "outer");
     EXPECT_FALSE(U_Die());
 }
 
 TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)
 {
-    platform::SetLogSink([](int, const char*, const char*, const char*) { throw 9; });
-    EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "text"), 0);
+    const std::function<void()> kThrows[] = {[] { throw 9; },
+                                             [] { throw std::runtime_error("disk full"); }};
+    for (const auto& fail : kThrows)
+    {
+        platform::SetLogSink([&](int, const char*, const char*, const char*) { fail(); });
+        EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "text"), 0);
+    }
     platform::SetLogSink(platform::LogSink());
-    EXPECT_EQ(mHeard.mTexts.size(), 1u);
-    EXPECT_EQ(mAlerts.All().size(), 1u);
+    EXPECT_EQ(mHeard.mTexts.size(), 2u);
+    EXPECT_EQ(mAlerts.All().size(), 2u);
 }
 
 TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
@@ -416,6 +446,7 @@ TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
     U_AsyncReport(0, U_Sev_WARNING, Units(u"posted nowhere"));
     U_DisplayPostedErrors();
     U_IncrementPostErrors();
+    EXPECT_EQ(mAlerts.Texts().size(), 1u);
     mAlerts.Clear();
     char name[31];
     EXPECT_EQ(U_GetName(name), 5889);

@@ -84,6 +84,16 @@ TEST_F(Translators, WhatNobodyTakesIsLogged)
                                 "U_Sev_WARNING: Test Host warning: Unknown Exception.\t"}));
 }
 
+TEST_F(Translators, WhatOneThrowsStandsForItsCodeOrIsPassedOver)
+{
+    Register(1, true, 100);
+    U_RegisterExceptionTranslatorImpl(
+        [](std::exception*, int*) -> bool { throw std::runtime_error("inside"); });
+    EXPECT_EQ(Translate(), 100);
+    U_RegisterExceptionTranslatorImpl([](std::exception*, int*) -> bool { throw 77; });
+    EXPECT_EQ(Translate(), 77);
+}
+
 TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
 {
     U_u32 self = 0;
