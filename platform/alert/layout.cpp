@@ -20,6 +20,10 @@ using kroview::dialogs::messagebox::Icon;
 // Longer ones are broken anyhow: places in them are 32-bit.
 const std::size_t kLongestParagraph = 1 << 20;
 
+// Units of a word that are measured at once: to measure all that is left of a
+// long word for each line of it would take quadratic time.
+const int kLongestPiece = 256;
+
 const unsigned int kBoxIconMask = 0xF0;
 
 Icon IconOfFlags(unsigned int flags)
@@ -83,9 +87,11 @@ public:
         mCharacters->setText(text);
         int start = 0;
         int fitting = 0; // the last break before which the line fits
-        mWords->first();
-        for (int next = mWords->next(); next != icu::BreakIterator::DONE; next = mWords->next())
+        const int end = static_cast<int>(mText.size());
+        for (int next = 0; next < end;)
         {
+            const int word = mWords->following(next);
+            next = MeasuredEnd(next, word);
             while (!mFits(Line(start, next)))
             {
                 if (fitting == start)
@@ -94,11 +100,12 @@ public:
                 if (fitting == next)
                     break;
                 mLines.push_back(Line(start, fitting));
-                start = fitting;
+                start = fitting = SkipSpaces(fitting, next);
             }
-            fitting = next;
+            if (next == word)
+                fitting = next;
         }
-        mLines.push_back(Line(start, static_cast<int>(mText.size())));
+        mLines.push_back(Line(start, end));
     }
 
 private:
@@ -113,11 +120,27 @@ private:
         return breaks;
     }
 
+    // The end of the word that begins at start, or of a piece of a long one.
+    int MeasuredEnd(int start, int word) const
+    {
+        if (word - start <= kLongestPiece)
+            return word;
+        const int end = mCharacters->preceding(start + kLongestPiece + 1);
+        return end > start ? end : word;
+    }
+
     UTF16String Line(int start, int end) const
     {
         while (end > start && mText[static_cast<std::size_t>(end) - 1] == ' ')
             --end;
         return mText.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start));
+    }
+
+    int SkipSpaces(int start, int end) const
+    {
+        while (start < end && mText[static_cast<std::size_t>(start)] == ' ')
+            ++start;
+        return start;
     }
 
     // Where to cut a word that has no room: behind the last character that has,

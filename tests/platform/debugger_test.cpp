@@ -1,0 +1,141 @@
+#include <csignal>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <control.h>
+#include <krobase/debugger.h>
+#include <win32/debug.h>
+
+#include "tests/support/Text.h"
+
+namespace
+{
+class Debugger : public testing::Test
+{
+protected:
+    void TearDown() override { platform::ResetAll(); }
+};
+
+TEST_F(Debugger, AnAssertionAsksTheDeveloper)
+{
+    struct Row
+    {
+        platform::AssertAnswer answer;
+        bool shouldBreak;
+        bool ignoreAlways;
+    };
+    const Row kRows[] = {
+        {platform::kAnswerGoOn, false, false},
+        {platform::kAnswerBreak, true, false},
+        {platform::kAnswerGoOnAlways, false, true},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.answer);
+        platform::SetAlertPresenter([&](const platform::Alert& alert) {
+            EXPECT_FALSE(alert.throughHost);
+            ASSERT_NE(alert.answer, nullptr);
+            EXPECT_EQ(*alert.answer, platform::kAnswerGoOn);
+            *alert.answer = row.answer;
+        });
+        bool ignoreAlways = false;
+        EXPECT_EQ(krobase::debug::BreakAfterAssertDialog(ignoreAlways, "a < b", "", "file.cpp", 7,
+                                                         "Sort"),
+                  row.shouldBreak);
+        EXPECT_EQ(ignoreAlways, row.ignoreAlways);
+    }
+}
+
+TEST_F(Debugger, AnAssertionSaysWhatFailedAndWhere)
+{
+    struct Row
+    {
+        const char* expression;
+        const char* message;
+        const char* file;
+        const char* function;
+        const char16_t* text;
+    };
+    const Row kRows[] = {
+        {"a < b", "", "größe.cpp", "Sort", u"a < b\n\nline 7 of größe.cpp\nin Sort"},
+        {"a", "told", "f", "g", u"a\ntold\n\nline 7 of f\nin g"},
+        {nullptr, nullptr, nullptr, nullptr, u"\n\nline 7"},
+        {"\xFF", "", "f", "", u"\uFFFD\n\nline 7 of f"},
+    };
+    U_UTF16String text;
+    platform::SetAlertPresenter([&](const platform::Alert& alert) { text = alert.text; });
+    for (const Row& row : kRows)
+    {
+        bool ignoreAlways = true;
+        krobase::debug::BreakAfterAssertDialog(ignoreAlways, row.expression, row.message, row.file,
+                                               7, row.function);
+        EXPECT_EQ(text, Units(row.text));
+        EXPECT_TRUE(ignoreAlways); // a flag that is set stays
+    }
+}
+
+// Runs in a child that this process traces.
+int AskUnderATracer()
+{
+    raise(SIGSTOP); // until the tracer is there
+    testing::internal::CaptureStderr();
+    bool ignoreAlways = false;
+    const bool shouldBreak =
+        krobase::debug::BreakAfterAssertDialog(ignoreAlways, "a < b", "", "f", 7, "g");
+    testing::internal::GetCapturedStderr();
+    if (!shouldBreak || ignoreAlways || !krobase::debug::IsDebuggerAttached())
+        return 1;
+    krobase::debug::BreakIntoDebugger();
+    return 2;
+}
+
+TEST_F(Debugger, WithOneAttachedAnUnseenAssertionBreaksIntoIt)
+{
+    EXPECT_FALSE(krobase::debug::IsDebuggerAttached());
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0)
+        _exit(AskUnderATracer());
+
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, WUNTRACED), child);
+    if (ptrace(PTRACE_SEIZE, child, nullptr, nullptr) != 0)
+    {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        GTEST_SKIP() << "this system lets no process trace another";
+    }
+    kill(child, SIGCONT);
+    std::string stops;
+    while (waitpid(child, &status, 0) == child && WIFSTOPPED(status))
+    {
+        if (WSTOPSIG(status) == SIGTRAP && status >> 16 == 0)
+            stops += "break ";
+        ptrace(PTRACE_CONT, child, nullptr, nullptr);
+    }
+    EXPECT_EQ(stops, "break ");
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+}
+
+TEST_F(Debugger, DebugStringsGoToTheSinkOrToStderr)
+{
+    std::string seen;
+    platform::SetDebugStringSink([&](const char* text) { seen += text; });
+    win32::OutputDebugStringA("one");
+    win32::OutputDebugStringA(nullptr);
+    win32::OutputDebugStringA("\n");
+    EXPECT_EQ(seen, "one\n");
+
+    platform::ResetAll();
+    testing::internal::CaptureStderr();
+    win32::OutputDebugStringA("100% two");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "100% two");
+    EXPECT_EQ(seen, "one\n");
+}
+} // namespace
