@@ -4,14 +4,21 @@ DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
 FUZZ_SECONDS ?= 600
 
+# For the window of alerts and its test, which go without where these can't be had.
+WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
+    fonts-vlgothic xvfb xdotool x11-apps
+
 .DEFAULT_GOAL := help
-.PHONY: help deps demo test sanitize asan tsan headers bench fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan headers bench fuzz lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
 
 deps: ## Install the Debian packages that are missing
 	@scripts/deps
+
+window-deps: deps
+	-@scripts/deps $(WINDOW_PACKAGES)
 
 define build
 cmake --preset $(1) -Wno-dev >build-$(1).log 2>&1 || { cat build-$(1).log; exit 1; }
@@ -23,15 +30,15 @@ demo: deps ## Run the example host on real files (DEMO_DIR, DEMO_ARGS)
 	$(call build,dev,--target filecache)
 	build/dev/bin/filecache $(DEMO_ARGS) $(DEMO_DIR)
 
-test: deps ## Build and run all tests
+test: window-deps ## Build and run all tests
 	$(call build,dev)
 	ctest --preset dev
 
-asan: deps ## All tests under the address and undefined behaviour sanitizers
+asan: window-deps ## All tests under the address and undefined behaviour sanitizers
 	$(call build,asan)
 	ctest --preset asan
 
-tsan: deps ## All tests under the thread sanitizer
+tsan: window-deps ## All tests under the thread sanitizer
 	$(call build,tsan)
 	ctest --preset tsan
 
@@ -50,7 +57,7 @@ fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	$(call build,fuzz,--target fuzz)
 	scripts/fuzz --seconds $(FUZZ_SECONDS)
 
-lint: deps ## Check the format and run clang-tidy
+lint: window-deps ## Check the format and run clang-tidy
 	$(call build,dev)
 	scripts/lint
 

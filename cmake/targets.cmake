@@ -33,9 +33,13 @@ function(u_test_program target library)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()
 
-# Compiles each header below a folder alone.
+# Compiles each header below a folder alone, apart from those whose path there
+# matches an expression that may follow.
 function(u_header_check target folder library)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  if(ARGN)
+    list(FILTER headers EXCLUDE REGEX ${ARGN})
+  endif()
   set(sources)
   foreach(header ${headers})
     string(REPLACE "/" "_" name ${header})

@@ -1,0 +1,269 @@
+#include "window.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <vector>
+
+#include <tolv/keyboard.h>
+#include <win32/messages.h>
+
+#include "sdl.h"
+#include "sheet.h"
+
+namespace platform
+{
+namespace
+{
+typedef std::optional<AssertAnswer> Dismissal;
+
+const Uint32 kPollInterval = 10; // milliseconds
+const int kWheelLines = 3;
+const int kAllLines = std::numeric_limits<int>::max() / 2;
+
+// Events that aren't the alert's own: all but input go back into the queue when
+// it is gone.
+class ScOtherEvents
+{
+public:
+    ScOtherEvents() = default;
+    ~ScOtherEvents()
+    {
+        SDL_PeepEvents(mEvents.data(), static_cast<int>(mEvents.size()), SDL_ADDEVENT, 0, 0);
+    }
+    ScOtherEvents(const ScOtherEvents&) = delete;
+    ScOtherEvents& operator=(const ScOtherEvents&) = delete;
+
+    void Keep(const SDL_Event& event)
+    {
+        const bool isInput = event.type >= SDL_KEYDOWN && event.type < SDL_JOYAXISMOTION;
+        if (!isInput)
+            mEvents.push_back(event);
+    }
+
+private:
+    std::vector<SDL_Event> mEvents;
+};
+
+// The window that the event is for, 0 if it is for none.
+Uint32 WindowOf(const SDL_Event& event)
+{
+    switch (event.type)
+    {
+    case SDL_WINDOWEVENT:
+        return event.window.windowID;
+    case SDL_KEYDOWN:
+    case SDL_KEYUP:
+        return event.key.windowID;
+    case SDL_MOUSEMOTION:
+        return event.motion.windowID;
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP:
+        return event.button.windowID;
+    case SDL_MOUSEWHEEL:
+        return event.wheel.windowID;
+    default:
+        return 0;
+    }
+}
+
+unsigned int ModifierMask(int keys)
+{
+    struct Row
+    {
+        int mKeys;
+        unsigned int mModifier;
+    };
+    const Row kRows[] = {
+        {KMOD_GUI, kModifierCommand}, {KMOD_SHIFT, kModifierShift},  {KMOD_CAPS, kModifierCapsLock},
+        {KMOD_ALT, kModifierOption},  {KMOD_CTRL, kModifierControl},
+    };
+    unsigned int mask = 0;
+    for (const Row& row : kRows)
+    {
+        if (keys & row.mKeys)
+            mask |= row.mModifier;
+    }
+    return mask;
+}
+
+std::string Title(const Alert& alert)
+{
+    const krobase::utility::UTF8String bytes = krobase::utility::UTF16to8(alert.title);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+// What of the screen is left for the sheet beside the window's frame.
+SDL_Point Room()
+{
+    SDL_Rect screen = {};
+    if (SDL_GetDisplayUsableBounds(0, &screen) != 0)
+        ThrowSDLError("no screen");
+    return {screen.w / 10 * 9, screen.h / 10 * 9};
+}
+
+class AlertWindow
+{
+public:
+    explicit AlertWindow(const Alert& alert) : mSheet(alert, Room().x, Room().y)
+    {
+        const Uint32 flags = alert.flags & win32::kBoxTopmost ? SDL_WINDOW_ALWAYS_ON_TOP : 0;
+        mWindow =
+            Owned(SDL_CreateWindow(Title(alert).c_str(), SDL_WINDOWPOS_CENTERED,
+                                   SDL_WINDOWPOS_CENTERED, mSheet.Width(), mSheet.Height(), flags),
+                  "no window");
+    }
+
+    AssertAnswer Run()
+    {
+        SDL_RaiseWindow(mWindow.get());
+        SDL_SetWindowInputFocus(mWindow.get());
+        Show();
+        ScOtherEvents others;
+        for (;;)
+        {
+            SDL_Event event;
+            while (SDL_PollEvent(&event))
+            {
+                if (const Dismissal dismissal = Handle(event, others))
+                    return *dismissal;
+            }
+            // SDL_WaitEvent wakes itself by a message to the window over another
+            // connection. If that comes when the window is gone, the process ends.
+            SDL_Delay(kPollInterval);
+        }
+    }
+
+    // The modifier keys that were down when the alert was dismissed.
+    unsigned int ModifierKeys() const { return ModifierMask(mModifiers); }
+
+private:
+    void Show()
+    {
+        SDL_Surface* const surface = SDL_GetWindowSurface(mWindow.get());
+        if (!surface)
+            ThrowSDLError("no picture");
+        const SDLOwner<SDL_Surface> drawn = mSheet.Draw();
+        SDL_BlitSurface(drawn.get(), nullptr, surface, nullptr);
+        SDL_UpdateWindowSurface(mWindow.get());
+    }
+
+    Dismissal Handle(const SDL_Event& event, ScOtherEvents& others)
+    {
+        if (WindowOf(event) == SDL_GetWindowID(mWindow.get()))
+            return HandleOwn(event);
+        others.Keep(event);
+        // Who ends the program ends the alert.
+        return event.type == SDL_QUIT ? Dismissal(kAnswerGoOn) : std::nullopt;
+    }
+
+    Dismissal HandleOwn(const SDL_Event& event)
+    {
+        switch (event.type)
+        {
+        case SDL_WINDOWEVENT:
+            return HandleWindow(event.window);
+        case SDL_KEYDOWN:
+        case SDL_KEYUP:
+            mModifiers = event.key.keysym.mod;
+            return event.type == SDL_KEYDOWN ? HandleKey(event.key.keysym) : std::nullopt;
+        case SDL_MOUSEBUTTONDOWN:
+            mIsPressed = event.button.button == SDL_BUTTON_LEFT &&
+                         mSheet.FocusAt(event.button.x, event.button.y);
+            Show();
+            return std::nullopt;
+        case SDL_MOUSEBUTTONUP:
+            return HandleRelease(event.button);
+        case SDL_MOUSEWHEEL:
+            ScrollBy(-kWheelLines * event.wheel.y);
+            return std::nullopt;
+        default:
+            return std::nullopt;
+        }
+    }
+
+    Dismissal HandleWindow(const SDL_WindowEvent& event)
+    {
+        if (event.event == SDL_WINDOWEVENT_CLOSE)
+            return kAnswerGoOn;
+        if (event.event == SDL_WINDOWEVENT_EXPOSED || event.event == SDL_WINDOWEVENT_SIZE_CHANGED)
+            Show();
+        return std::nullopt;
+    }
+
+    // A click is one button's if it ends on the one on which it began.
+    Dismissal HandleRelease(const SDL_MouseButtonEvent& event)
+    {
+        if (event.button != SDL_BUTTON_LEFT || !mIsPressed)
+            return std::nullopt;
+        mIsPressed = false;
+        const AssertAnswer pressed = mSheet.Focused();
+        if (mSheet.FocusAt(event.x, event.y) && mSheet.Focused() == pressed)
+            return pressed;
+        Show();
+        return std::nullopt;
+    }
+
+    Dismissal HandleKey(const SDL_Keysym& key)
+    {
+        switch (key.sym)
+        {
+        case SDLK_RETURN:
+        case SDLK_KP_ENTER:
+        case SDLK_SPACE:
+            return mSheet.Focused();
+        case SDLK_ESCAPE:
+            return kAnswerGoOn;
+        case SDLK_TAB:
+            MoveFocusBy(key.mod & KMOD_SHIFT ? -1 : 1);
+            break;
+        case SDLK_LEFT:
+        case SDLK_RIGHT:
+            MoveFocusBy(key.sym == SDLK_LEFT ? -1 : 1);
+            break;
+        case SDLK_UP:
+        case SDLK_DOWN:
+            ScrollBy(key.sym == SDLK_UP ? -1 : 1);
+            break;
+        case SDLK_PAGEUP:
+        case SDLK_PAGEDOWN:
+            ScrollBy(mSheet.LinesShown() * (key.sym == SDLK_PAGEUP ? -1 : 1));
+            break;
+        case SDLK_HOME:
+        case SDLK_END:
+            ScrollBy(key.sym == SDLK_HOME ? -kAllLines : kAllLines);
+            break;
+        default:
+            break;
+        }
+        return std::nullopt;
+    }
+
+    void MoveFocusBy(int step)
+    {
+        mSheet.MoveFocus(step);
+        Show();
+    }
+
+    void ScrollBy(int lines)
+    {
+        mSheet.Scroll(lines);
+        Show();
+    }
+
+    Sheet mSheet;
+    SDLOwner<SDL_Window> mWindow;
+    // As of the event that is handled: SDL's own are those of the last in its queue.
+    int mModifiers = SDL_GetModState();
+    bool mIsPressed = false; // the mouse button, since it went down on one of ours
+};
+} // namespace
+
+AssertAnswer ShowWindow(const Alert& alert)
+{
+    AlertWindow window(alert);
+    const AssertAnswer answer = window.Run();
+    SetModifierKeys(window.ModifierKeys());
+    return answer;
+}
+} // namespace platform
