@@ -1,0 +1,104 @@
+// Reports.
+//
+// The floor is the resolution of one of the texts that a report is made of: what
+// a report costs beyond its own texts is the road itself.
+
+#include <benchmark/benchmark.h>
+
+#include <control.h>
+
+#include "U_Encoding.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "U_ZString.h"
+
+namespace
+{
+const U_u32 kLocation = 0x120034;
+const int kBatch = 2000; // messages between two displays
+
+class Library
+{
+public:
+    Library()
+    {
+        platform::SetLogSink([](int, const char*, const char*, const char*) {});
+        platform::SetAlertPresenter([](const platform::Alert&) {});
+        U_Birth("bench_report", nullptr);
+        U_ZStringSetEnglish();
+        U_IncrementPostErrors();
+    }
+
+    ~Library()
+    {
+        U_Death();
+        platform::ResetAll();
+    }
+
+    const U_UTF16String mText = U_AsciiToUTF16String("The file hill.tif can't be read.");
+};
+
+void Resolution(benchmark::State& state)
+{
+    const Library library;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(U_ZStringToUTF16String("$$$/QX/U/qx_err_msg_order=@0@1"));
+}
+
+void Unwanted(benchmark::State& state)
+{
+    const Library library;
+    Up_SetInteract(0);
+    for (auto _ : state)
+        U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+}
+
+void Post(benchmark::State& state, U_u16 severity, U_u32 mask)
+{
+    const Library library;
+    Up_SetInteract(mask);
+    int posted = 0;
+    for (auto _ : state)
+    {
+        U_ReportError(kLocation, severity, library.mText);
+        if (++posted % kBatch)
+            continue;
+        state.PauseTiming();
+        U_DisplayPostedErrors();
+        state.ResumeTiming();
+    }
+}
+
+void Posted(benchmark::State& state)
+{
+    Post(state, U_Sev_INFO, 0xFFFFFFFF);
+}
+
+void PostedWithLogLine(benchmark::State& state)
+{
+    Post(state, U_Sev_WARNING, 0xFFFFFFFF);
+}
+
+// Each thread posts as many messages.
+void PostedByThreads(benchmark::State& state)
+{
+    static Library* sLibrary;
+    if (state.thread_index() == 0)
+        sLibrary = new Library;
+    for (auto _ : state)
+        U_ReportError(kLocation, U_Sev_INFO, sLibrary->mText);
+    if (state.thread_index() == 0)
+        delete sLibrary;
+}
+} // namespace
+
+BENCHMARK(Resolution);
+BENCHMARK(Unwanted);
+BENCHMARK(Posted);
+BENCHMARK(PostedWithLogLine);
+BENCHMARK(PostedByThreads)->Threads(1)->Iterations(50000)->UseRealTime();
+BENCHMARK(PostedByThreads)->Threads(2)->Iterations(50000)->UseRealTime();
+
+BENCHMARK_MAIN();
