@@ -5,6 +5,7 @@
 
 #include "U_Format.h"
 #include "U_String.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -36,7 +37,7 @@ int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned in
                 char* out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_FormatNum: no buffer");
     char marked[kMarkedRoom];
     std::size_t mostPlain = kMostPlainNum;
     int failure = FormatMarked(value, flags, integerDigits, decimals, mostPlain, marked);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "U_ZString.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "text/LStrList.h"
 #include "text/LStrTable.h"
@@ -151,17 +152,18 @@ U_Status U_ZGetLengthLStrCache(U_LStrCache* table, int* length)
     if (!length)
         return 0;
     if (!IsValidLStrCache(table))
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ZGetLengthLStrCache: not a table");
     *length = table->mCount - 1;
     return 0;
 }
 
 const char* U_ZLookupLStrCache(U_LStrCache* table, int index, unsigned short english, int* error)
 {
-    const bool valid = IsValidLStrCache(table);
+    const U_Status failure =
+        IsValidLStrCache(table) ? 0 : RefuseArgument("U_ZLookupLStrCache: not a table");
     if (error)
-        *error = valid ? 0 : U_Err_BadParameter;
-    if (!valid || index < 0 || index >= table->mCount - 1)
+        *error = failure;
+    if (failure || index < 0 || index >= table->mCount - 1)
         return kNoText;
     U_LStrRow& row = table->mRows[index];
     const bool useEnglish = english || !U_ZLocaleAlive();
@@ -175,7 +177,7 @@ U_Status U_ZRegisterLStrCache(U_LStrCache** table)
     if (!table)
         return 0;
     if (!IsValidLStrCache(*table))
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ZRegisterLStrCache: not a table");
     return Guarded([&] {
         U_LStrCache* const old = *table;
         *table = CopyTable(*old).release();
@@ -195,7 +197,7 @@ U_Status U_ZUnregisterLStrCache(U_LStrCache** table)
     if (!table)
         return 0;
     if (!IsValidLStrCache(*table) || !((*table)->mFlags & U_LStrCache_HeapCopy))
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ZUnregisterLStrCache: not a registered table");
     FreeTable()(*table);
     *table = nullptr;
     return 0;

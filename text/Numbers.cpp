@@ -8,6 +8,7 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_String.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "text/FormatNum.h"
 
@@ -34,7 +35,7 @@ char Separator(unsigned int item, char usual)
 int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_UTF16String&))
 {
     if (!text)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_InternationalizeNum, U_DeInternationalizeNum: no number");
     if (exchangeASCII(text))
         return U_TruncateString(kExchangeRoom - 1, text);
     return Guarded([&] {
@@ -77,7 +78,7 @@ int U_DeInternationalizeNum(char* text)
 int U_ScanNum(char* text, char flags, double* out)
 {
     if (!text || !out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ScanNum: no text, or no place for the number");
     char plain[kExchangeRoom];
     const char* number = text;
     if (!(static_cast<unsigned char>(flags) & kScanPlain))

@@ -10,6 +10,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "text/FormatNum.h"
 
@@ -198,7 +199,7 @@ Specification ReadSpecification(const U_UTF16String& work, std::size_t start)
 
 [[noreturn]] void ThrowWrongKind()
 {
-    throw static_cast<int>(U_Err_BadParameter);
+    throw RefuseArgument("U_SubString: an argument doesn't suit its place");
 }
 
 void FillString(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
@@ -283,7 +284,7 @@ U_Status Up_SubString(char* out, unsigned int size, const char* format,
                       const U_FormatArgument* arguments, std::size_t count)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_SubString: no buffer");
     const U_Status failure = Guarded([&] {
         if (!format)
             ThrowWrongKind();

@@ -2,6 +2,7 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -72,7 +73,7 @@ void* U_AllocatePtrClearQuiet(U_u64 size)
 U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle)
 {
     if (!handle || !*handle)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ResizeHandle: no handle");
     void** resized = *handle;
     auto attempt = [=]() -> void* {
         return MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? *resized : nullptr;
@@ -85,7 +86,7 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
 U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer)
 {
     if (!pointer)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_ResizePtr: no pointer to a pointer");
     void* oldBlock = *pointer;
     auto attempt = [=] { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
     *pointer = Up_AllocateShared({location, opName, newSize, kAsIs, false}, attempt);

@@ -8,6 +8,7 @@
 
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -41,7 +42,7 @@ void** NewPlatformHandle(U_i32 size, const char* opName)
 U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_DuplicateHandle: no place for the copy");
     U_u32 size = 0;
     if (U_Status failure = U_GetHandleSize(handle, &size))
         return failure;
@@ -55,7 +56,7 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_DuplicateHandleToPlatform: no place for the copy");
     U_u32 size = 0;
     if (U_Status failure = U_GetHandleSize(handle, &size))
         return failure;
@@ -69,7 +70,7 @@ U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** 
 U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName, void*** out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_DuplicateHandleFromPlatform: no place for the copy");
     *out = nullptr;
     if (!platformHandle)
         return 0;
@@ -86,7 +87,7 @@ U_Status U_DetachResource(void** resource, const char* opName, void*** out)
         return 0;
     *out = nullptr;
     if (!resource)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_DetachResource: no resource");
     const U_u32 size = ToolboxSize(resource);
     void** copy = U_AllocateHandle(0, opName, size);
     if (!copy)

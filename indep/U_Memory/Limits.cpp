@@ -15,6 +15,7 @@
 #include <wril/wril.h>
 
 #include "indep/U_Memory/Budget.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -86,7 +87,7 @@ bool Up_FreeAboveFudgeBuffer(U_i64* bytes)
 U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum)
 {
     if (!prepurge || !maximum)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_GetMemUsageLimits: no place for a limit");
     *prepurge = 0;
     *maximum = 0;
     if (U_Status failure = MEM_GetMemUsageLimits(prepurge, maximum))

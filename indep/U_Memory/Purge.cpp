@@ -11,6 +11,7 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -24,7 +25,7 @@ boost::mutex& sCompactionLock = *new boost::mutex;
 U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
 {
     if (!overLimit)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_CheckRAMPurgeLimit: no place for the answer");
     *overLimit = true;
     if (hitLimit)
         *hitLimit = true;
@@ -62,7 +63,7 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
 U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, bool recycled)
 {
     if (!procedure)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_PurgeLoop: no procedure");
     U_Status result = U_Err_OutOfMemory;
     auto attempt = [&]() -> void* {
         bool okay = false;

@@ -12,6 +12,7 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 
 namespace
@@ -63,7 +64,7 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
 U_Status U_GetPtrSize(void* pointer, U_u64* size)
 {
     if (!size)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_GetPtrSize: no place for the size");
     *size = static_cast<U_u32>(MEM_GetPtrSize(UHeap(), pointer));
     return 0;
 }

@@ -7,6 +7,7 @@
 #include "U_Alloc.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -119,6 +120,6 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled)
 U_Status U_GetMemoryStat(U_u32 which, U_u64* out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_GetMemoryStat: no place for the figure");
     return Up_GetMemoryStat(which, out, true);
 }

@@ -12,6 +12,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Guard.h"
 
@@ -72,6 +73,12 @@ U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail
     if (failure)
         U_CopyString(message, sizeof(text), text);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
+}
+
+U_Status RefuseArgument(const char* why, U_u32 location)
+{
+    U_ReportFailedVerification(location, 0, nullptr, why);
+    return U_Err_BadParameter;
 }
 
 U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)

@@ -3,12 +3,12 @@
 #include "U_Posted.h"
 
 #include "U_Alloc.h"
-#include "U_Assert.h"
 #include "U_Encoding.h"
 #include "U_Interact.h"
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/errors/LoggingCallbacks.h"
+#include "indep/errors/Refuse.h"
 #include "indep/errors/Repeat.h"
 #include "indep/errors/ThreadState.h"
 #include "indep/frame/Guard.h"
@@ -19,6 +19,7 @@ namespace
 {
 const U_u32 kDisplayBits = 0x0000FFFF;
 const U_u32 kLogBits = 0xFFFF0000;
+const char kNoState[] = "deferred state can not be NULL";
 const char kNoText[] = "missing deferred error information.";
 
 // Null without memory, or if the thread has no message.
@@ -89,20 +90,12 @@ void RepeatLatest(bool async, const char* fallbackText, const U_DeferredState& s
     U_CopyString(text, sizeof(text), Up_GetThreadLoggingBuffer());
     Up_RepeatReport(location, severity, (maskOfStretch | maskOfStretch >> 16) & severity);
 }
-
-U_Status RefuseNull(const void* argument)
-{
-    if (argument)
-        return 0;
-    U_ReportFailedVerification(0, 0, nullptr, "deferred state can not be NULL");
-    return U_Err_BadParameter;
-}
 } // namespace
 
 U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state)
 {
-    if (U_Status failure = RefuseNull(state))
-        return failure;
+    if (!state)
+        return RefuseArgument(kNoState);
     *state = U_DeferredState();
     const U_Status failure = U_GetHowManyErrors(&state->mErrorCount);
     const U_Status unmasked = Guarded([&] {
@@ -123,8 +116,8 @@ U_Status U_DeferredReportingEnd(bool report, const char* fallbackText, U_Deferre
 U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,
                                      U_DeferredState* state)
 {
-    if (U_Status failure = RefuseNull(state))
-        return failure;
+    if (!state)
+        return RefuseArgument(kNoState);
     const U_Status result = Guarded([&] {
         U_u32 count = state->mErrorCount;
         if (!report)

@@ -6,6 +6,7 @@
 
 #include "U_Interact.h"
 #include "indep/errors/LoggingCallbacks.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
 
 namespace
@@ -18,7 +19,7 @@ const U_u16 kSetHowManyErrorsPlace = 29;
 U_Status U_GetName(char* out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_GetName: no place for the answer");
     if (U_Status damaged = Up_ValidateGlobals(kGetNamePlace))
         return damaged;
     const auto& name = Globals()->mName;
@@ -31,7 +32,7 @@ U_Status U_GetName(char* out)
 U_Status U_GetHowManyErrors(U_u32* out)
 {
     if (!out)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_GetHowManyErrors: no place for the answer");
     if (U_Status damaged = Up_ValidateGlobals(kGetHowManyErrorsPlace))
         return damaged;
     *out = Globals()->mErrorCount;

@@ -9,6 +9,7 @@
 #include "U_ZString.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Errors.h"
+#include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
@@ -84,7 +85,7 @@ void ReportFailedBirth(const char* displayName)
 U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 {
     if (!displayName)
-        return U_Err_BadParameter;
+        return RefuseArgument("U_Birth: no display name");
     if (U_Status failure = Guarded(&U_RegisterMainThread))
         return failure;
     sRunMode = runMode;
