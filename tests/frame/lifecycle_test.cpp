@@ -115,7 +115,7 @@ TEST_F(Lifecycle, DeathWithoutBirthIsRefused)
 TEST_F(Lifecycle, BirthWithoutANameDoesNothing)
 {
     EXPECT_EQ(U_Birth(nullptr, nullptr), 3);
-    EXPECT_TRUE(mLog.Texts().empty());
+    EXPECT_TRUE(mLog.Texts("Birth").empty());
     EXPECT_FALSE(U_IsOnMainThread());
 }
 
