@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <hollin/Dictionary.h>
+#include <hollin/VoErrException.h>
 #include <hollin/ZString.h>
 #include <hollin_private/ByteRun.h>
 #include <hollin_private/FastArrayBlock.h>
@@ -20,6 +22,31 @@ inline hollin::ZString ToZString(const std::u16string& text)
 inline std::u16string ToText(const hollin::ZString& text)
 {
     return std::u16string(text.Data(), text.Data() + text.Length());
+}
+
+// Sets a text, and a comment if one is given.
+inline std::uint32_t Set(hollin::Dictionary& dictionary, const char* key,
+                         const std::u16string& text, const char16_t* comment = nullptr)
+{
+    const auto* units = reinterpret_cast<const std::uint16_t*>(text.data());
+    const std::size_t length = comment ? std::u16string(comment).size() : 0;
+    return dictionary.SetString(key, units, static_cast<std::uint32_t>(2 * text.size()),
+                                reinterpret_cast<const std::uint16_t*>(comment),
+                                static_cast<std::uint32_t>(2 * length));
+}
+
+// The code of what is thrown, 0 for nothing.
+template <class Body> std::int32_t CodeThrownBy(const Body& body)
+{
+    try
+    {
+        body();
+    }
+    catch (const hollin::VoErrException& failure)
+    {
+        return failure.mCode;
+    }
+    return 0;
 }
 
 // The runs point into their arguments.

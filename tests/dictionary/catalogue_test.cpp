@@ -20,8 +20,6 @@ using hollin::Dictionary;
 
 namespace
 {
-typedef std::map<std::string, std::u16string> Texts;
-
 // A compiled catalogue: behind a header two tables, of the originals and of
 // their translations, each row a length and an offset.
 class Catalogue
@@ -90,7 +88,7 @@ protected:
         EXPECT_GE(mTexts.size(), 5000u);
         Read("/usr/share/locale/ja/LC_MESSAGES/iso_639-3.mo", "/ja");
         for (const auto& text : mTexts)
-            mEntries.push_back({text.first, text.second, u""});
+            mEntries.push_back({text.first, text.second});
     }
     void TearDown() override { platform::ResetAll(); }
 
@@ -127,14 +125,12 @@ protected:
         EXPECT_EQ(report.mAstray, 0u);
         for (const Way way : kWays)
         {
-            Dictionary dictionary;
-            Load(dictionary, image, way);
-            EXPECT_TRUE(dictionary.IsGood());
+            Loaded dictionary(image, way);
             EXPECT_TRUE(TextsOf(dictionary) == mTexts); // too many to print
         }
     }
 
-    Texts mTexts;
+    KeyedTexts mTexts;
     std::vector<TestEntry> mEntries;
 };
 } // namespace
@@ -143,8 +139,7 @@ TEST_F(LanguageNames, StayInImagesOfBothByteOrders)
 {
     for (const bool bigEndian : {false, true})
     {
-        Dictionary dictionary = Made();
-        const std::string image = Saved(dictionary, Dictionary::kBinary, bigEndian);
+        const std::string image = Saved(Made(), Dictionary::kBinary, bigEndian);
         ExpectTexts(image);
         EXPECT_TRUE(image == BuildFlat(mEntries, {7, bigEndian, "de_DE", 0, 'Y'}).Image());
     }
@@ -154,10 +149,7 @@ TEST_F(LanguageNames, AreFoundByIdentifierWithoutKeys)
 {
     for (const bool bigEndian : {false, true})
     {
-        Dictionary made = Made();
-        Dictionary dictionary;
-        Load(dictionary, Saved(made, Dictionary::kBinaryWithoutKeys, bigEndian));
-        EXPECT_TRUE(dictionary.IsGood());
+        const Loaded dictionary(Saved(Made(), Dictionary::kBinaryWithoutKeys, bigEndian));
         std::uint32_t id = 0;
         for (const auto& text : mTexts)
             ASSERT_EQ(TextById(dictionary, id++), text.second);
@@ -170,9 +162,7 @@ TEST_F(LanguageNames, StayInImagesOfVersion1)
     for (const ImageBuilder& image : {BuildEntries(mEntries), BuildLengthTable(mEntries)})
     {
         ExpectTexts(image.Image());
-        Dictionary dictionary;
-        Load(dictionary, image.Image());
-        ExpectTexts(Saved(dictionary));
+        ExpectTexts(Saved(Loaded(image.Image())));
     }
 }
 
@@ -180,12 +170,9 @@ TEST_F(LanguageNames, StayInTheLibrarysOwnTextForm)
 {
     for (const auto& text : mTexts) // which the form as such doesn't protect
         ASSERT_EQ(text.second.find_first_of(u"^\\#"), std::u16string::npos);
-    Dictionary flat = Made();
-    const std::string text = Saved(flat, Dictionary::kText);
+    const std::string text = Saved(Made(), Dictionary::kText);
     ExpectTexts(text);
-    Dictionary hash;
-    Load(hash, text);
-    ExpectTexts(Saved(hash, Dictionary::kText));
+    ExpectTexts(Saved(Loaded(text), Dictionary::kText));
 }
 
 TEST_F(LanguageNames, StayInTextsOfEveryEncoding)

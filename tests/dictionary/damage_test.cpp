@@ -15,34 +15,22 @@ using hollin::Dictionary;
 namespace
 {
 const std::vector<TestEntry> kDamaged = {
-    {"/shared", u"new", u"note"}, {"/added", u"text", u"other"}, {"/last", u"x", u""}};
-
-FlatOptions DamagedOptions(bool bigEndian, char marker)
-{
-    FlatOptions options;
-    options.bigEndian = bigEndian;
-    options.marker = marker;
-    options.locale = "xx_XX";
-    return options;
-}
+    {"/shared", u"new", u"note"}, {"/added", u"text", u"other"}, {"/last", u"x"}};
 
 // Loads the image over a dictionary, which must not change.
 void ExpectRefused(const std::string& image, Way way)
 {
-    Dictionary dictionary;
-    Load(dictionary, BuildFlat({{"/shared", u"old", u""}, {"/kept", u"k", u""}}).Image());
+    Loaded dictionary(BuildFlat({{"/shared", u"old"}, {"/kept", u"k"}}).Image());
     Load(dictionary, image, way);
     EXPECT_FALSE(dictionary.IsGood());
-    EXPECT_EQ(TextsOf(dictionary),
-              (std::map<std::string, std::u16string>{{"/shared", u"old"}, {"/kept", u"k"}}));
+    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/shared", u"old"}, {"/kept", u"k"}}));
     EXPECT_EQ(LocaleOf(dictionary), "en_US");
     EXPECT_EQ(TextById(dictionary, 2), u"(none)");
-    Load(dictionary, BuildFlat({{"/next", u"n", u""}}).Image());
+    Load(dictionary, BuildFlat({{"/next", u"n"}}).Image());
     EXPECT_EQ(TextById(dictionary, 2), u"n"); // no identifier was spent
     EXPECT_FALSE(dictionary.IsGood());
 
-    Dictionary hash; // which stays one
-    Load(hash, "a=1");
+    Loaded hash("a=1"); // which stays one
     Load(hash, image, way);
     EXPECT_FALSE(hash.IsGood());
     EXPECT_EQ(TextOf(hash, "a"), u"1");
@@ -93,7 +81,7 @@ TEST(Damage, EveryTruncationIsRefusedAndItsFieldNamed)
     {
         for (const bool bigEndian : {false, true})
         {
-            const ImageBuilder whole = BuildFlat(kDamaged, DamagedOptions(bigEndian, marker));
+            const ImageBuilder whole = BuildFlat(kDamaged, {7, bigEndian, "xx_XX", 0, marker});
             for (std::size_t size = 21; size < whole.Image().size(); ++size)
             {
                 SCOPED_TRACE(testing::Message() << marker << " cut at " << size);
@@ -109,9 +97,9 @@ TEST(Damage, EveryTruncationIsRefusedAndItsFieldNamed)
 
 TEST(Damage, EachFieldIsCheckedAndNamed)
 {
-    struct Row
+    struct Patch
     {
-        const char* patched;
+        const char* field;
         std::size_t item; // of so many bytes each
         std::size_t width;
         std::uint64_t value;
@@ -123,7 +111,7 @@ TEST(Damage, EachFieldIsCheckedAndNamed)
     const char kReaches[] = "one reaches beyond its pool";
     const char kSplit[] = "one splits a unit";
     const char kNotBelow[] = "one isn't below the count";
-    const Row rows[] = {
+    const Patch patches[] = {
         {"locale length", 0, 4, 0xFFFFFFFF, "locale name", kShort},
         {"count", 0, 4, 0xFFFFFFFF, "key offsets", kShort},
         {"count", 0, 4, 0x40000000, "key offsets", kShort}, // times 4 is 2^32
@@ -165,20 +153,19 @@ TEST(Damage, EachFieldIsCheckedAndNamed)
     };
     for (const bool bigEndian : {false, true})
     {
-        const ImageBuilder whole = BuildFlat(kDamaged, DamagedOptions(bigEndian, 'Y'));
-        for (const Row& row : rows)
+        const ImageBuilder whole = BuildFlat(kDamaged, {7, bigEndian, "xx_XX", 0, 'Y'});
+        for (const auto& [field, item, width, value, named, problem] : patches)
         {
-            SCOPED_TRACE(testing::Message() << row.patched << "[" << row.item << "] = " << row.value
-                                            << " big-endian " << bigEndian);
-            const std::size_t at = whole.Offset(row.patched) + row.item * row.width;
-            const std::string image = whole.With(at, row.value, row.width);
+            SCOPED_TRACE(testing::Message() << field << "[" << item << "] = " << value);
+            const std::size_t at = whole.Offset(field) + item * width;
+            const std::string image = whole.With(at, value, width);
             for (const Way way : kWays)
                 ExpectRefused(image, way);
             const hollin::ImageReport report = Check(image);
             EXPECT_TRUE(report.mDamaged);
-            EXPECT_EQ(report.mField, row.named);
-            EXPECT_EQ(report.mSentence, "Byte " + std::to_string(report.mOffset) + ", " +
-                                            row.named + ": " + row.problem + ".");
+            EXPECT_EQ(report.mField, named);
+            EXPECT_EQ(report.mSentence, "Byte " + std::to_string(report.mOffset) + ", " + named +
+                                            ": " + problem + ".");
         }
     }
 }
@@ -188,11 +175,9 @@ TEST(Damage, EachFieldIsCheckedAndNamed)
 TEST(Damage, CheckAgreesWithTheLoadsOnSpoiltImages)
 {
     std::mt19937 random(77);
-    FlatOptions keyless;
-    keyless.marker = 'N';
-    const std::string images[] = {BuildFlat(kDamaged).Image(), BuildFlat(kDamaged, keyless).Image(),
-                                  BuildEntries(kDamaged).Image(),
-                                  BuildLengthTable(kDamaged).Image()};
+    const std::string images[] = {
+        BuildFlat(kDamaged).Image(), BuildFlat(kDamaged, kKeyless).Image(),
+        BuildEntries(kDamaged).Image(), BuildLengthTable(kDamaged).Image()};
     int damaged = 0;
     for (int round = 0; round < 4000; ++round)
     {

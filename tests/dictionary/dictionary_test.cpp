@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hollin/Dictionary.h>
-#include <hollin/VoErrException.h>
 #include <hollin_private/DictionaryEntry.h>
 #include <hollin_private/DictionaryImpl.h>
 
@@ -21,21 +19,6 @@ using hollin::ZString;
 namespace
 {
 const std::uint32_t* const kUTF8 = &hollin::kEncodingUTF8;
-
-std::uint32_t Set(Dictionary& dictionary, const char* key, const std::u16string& value)
-{
-    return dictionary.SetString(key, reinterpret_cast<const std::uint16_t*>(value.data()),
-                                static_cast<std::uint32_t>(value.size() * 2));
-}
-
-std::uint32_t Set(Dictionary& dictionary, const char* key, const std::u16string& value,
-                  const std::u16string& comment)
-{
-    return dictionary.SetString(key, reinterpret_cast<const std::uint16_t*>(value.data()),
-                                static_cast<std::uint32_t>(value.size() * 2),
-                                reinterpret_cast<const std::uint16_t*>(comment.data()),
-                                static_cast<std::uint32_t>(comment.size() * 2));
-}
 
 std::u16string Get(const Dictionary& dictionary, const char* key)
 {
@@ -79,12 +62,7 @@ protected:
 
 TEST(Dictionary, AnEmptyOneGivesDefaultTexts)
 {
-    struct Lookup
-    {
-        const char* zstring;
-        std::u16string text;
-    };
-    const Lookup lookups[] = {
+    const std::pair<const char*, std::u16string> lookups[] = {
         {nullptr, u""},
         {"", u""},
         {"$$$/a=b", u"b"},
@@ -104,15 +82,12 @@ TEST(Dictionary, AnEmptyOneGivesDefaultTexts)
         {"$$$/a=^^1 and ^1", u"^1 and ^1"},
         {"$$$/a=100^", u"100^"},
         {"$$$/a=#{endl}", u"\r\n"},
-        {"$$$/a=\xC3\xA9#{e9}", u"\u00E9\u00E9"},
-    };
+        {"$$$/a=\xC3\xA9#{e9}", u"\u00E9\u00E9"}};
     for (const bool flat : {false, true})
     {
         const Dictionary dictionary(flat);
-        for (const Lookup& lookup : lookups)
-            EXPECT_EQ(Get(dictionary, lookup.zstring), lookup.text)
-                << (lookup.zstring ? lookup.zstring : "null");
-        EXPECT_FALSE(dictionary.HasString("$$$/a=b"));
+        for (const auto& [zstring, text] : lookups)
+            EXPECT_EQ(Get(dictionary, zstring), text) << (zstring ? zstring : "null");
         EXPECT_EQ(GetRaw(dictionary, "$$$/a=b"), u"none");
     }
     EXPECT_EQ(ToText(Dictionary().GetString("/a=\xE9")), u"\u00E9") << "the active code page";
@@ -227,13 +202,10 @@ TEST(Dictionary, AWalkGivesTextsAndIdentifiers)
         dictionary.LoadFromMemory(reinterpret_cast<const unsigned char*>(text.data()),
                                   static_cast<std::int32_t>(text.size()), true);
         EXPECT_EQ(ToText(dictionary.CurrentText()), u"");
-        std::uint32_t id = 0;
-        for (const char16_t* walked : {u"1", u"2"})
-        {
-            ASSERT_TRUE(dictionary.NextId(&id));
-            EXPECT_EQ(ToText(dictionary.CurrentText()), walked);
-        }
-        EXPECT_FALSE(dictionary.NextId(&id));
+        std::u16string walked;
+        for (std::uint32_t id = 0; dictionary.NextId(&id);)
+            walked += ToText(dictionary.CurrentText());
+        EXPECT_EQ(walked, u"12");
         EXPECT_EQ(ToText(dictionary.CurrentText()), u"");
         EXPECT_EQ(dictionary.GetId("$$$/b=x"), isFlat ? 1u : kNoId);
         EXPECT_EQ(dictionary.GetId("/c"), kNoId);
@@ -246,22 +218,14 @@ TEST(Dictionary, TheCurrentKeyIsCopied)
     Set(flat, "/key", u"text");
     std::uint32_t id = 0;
     ASSERT_TRUE(flat.NextId(&id));
-    struct Copy
-    {
-        std::uint32_t size;
-        const char* copied;
-        bool fits;
-    };
-    for (const Copy& copy : {Copy{5, "/key", true}, Copy{4, "/ke", false}, Copy{1, "", false}})
+    for (const std::string copied : {"/key", "/ke", ""})
     {
         char buffer[] = "########";
-        EXPECT_EQ(flat.CurrentKey(buffer, copy.size, false), 4u);
-        EXPECT_STREQ(buffer, copy.copied);
-        EXPECT_EQ(buffer[copy.size], '#');
-        if (copy.fits)
-            EXPECT_NO_THROW(flat.CurrentKey(buffer, copy.size, true));
-        else
-            EXPECT_THROW(flat.CurrentKey(buffer, copy.size, true), hollin::VoErrException);
+        const auto size = static_cast<std::uint32_t>(copied.size() + 1);
+        EXPECT_EQ(flat.CurrentKey(buffer, size, false), 4u);
+        EXPECT_EQ(buffer, copied);
+        EXPECT_EQ(buffer[size], '#');
+        EXPECT_EQ(CodeThrownBy([&] { flat.CurrentKey(buffer, size, true); }) == 0, size == 5);
     }
     EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
 }

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -9,12 +11,6 @@
 
 namespace
 {
-struct Row
-{
-    std::u16string written;
-    std::u16string expanded;
-};
-
 std::u16string Expand(std::u16string text)
 {
     text.resize(
@@ -22,58 +18,35 @@ std::u16string Expand(std::u16string text)
     return text;
 }
 
-void Check(const Row& row)
+// Each text, alone and between others.
+void ExpectExpanded(const std::vector<std::pair<std::u16string, std::u16string>>& rows)
 {
-    EXPECT_EQ(Expand(row.written), row.expanded);
-    EXPECT_EQ(Expand(u"<" + row.written + u"> "), u"<" + row.expanded + u"> ");
+    for (const auto& [written, expanded] : rows)
+    {
+        EXPECT_EQ(Expand(written), expanded);
+        EXPECT_EQ(Expand(u"<" + written + u"> "), u"<" + expanded + u"> ");
+    }
+}
+
+void ExpectKept(const std::vector<std::u16string>& texts)
+{
+    for (const std::u16string& text : texts)
+        ExpectExpanded({{text, text}});
 }
 } // namespace
 
 TEST(Expansion, EscapesStandForCharacters)
 {
-    const Row rows[] = {
-        {u"\\\"", u"\""},
-        {u"\\n", u"\n"},
-        {u"\\r", u"\r"},
-        {u"\\t", u"\t"},
-        {u"\\b", u"\b"},
-        {u"\\\\", u"\\"},
-        {u"^Q", u"\""},
-        {u"^[", u"\u201C"},
-        {u"^]", u"\u201D"},
-        {u"^{", u"\u2018"},
-        {u"^}", u"\u2019"},
-        {u"^C", u"\u00A9"},
-        {u"^R", u"\u00AE"},
-        {u"^T", u"\u2122"},
-        {u"^D", u"\u00B0"},
-        {u"^B", u"\u2022"},
-        {u"^#", u"\u2318"},
-        {u"^!", u"\u00AC"},
-        {u"^I", u"\u2206"},
-        {u"^S", u"\u2211"},
-        {u"^n", u"\n"},
-        {u"^r", u"\r"},
-        {u"^^", u"^"},
-        // Not in the introducer's table: both stay.
-        {u"^1", u"^1"},
-        {u"\\1", u"\\1"},
-        {u"^t", u"^t"},
-        {u"^b", u"^b"},
-        {u"\\C", u"\\C"},
-        {u"^\"", u"^\""},
-        {u"^c", u"^c"},
-        {u"\\#", u"\\#"},
-        // The character behind an introducer is none itself.
-        {u"^\\n", u"^\\n"},
-        {u"\\^C", u"\\^C"},
-        {u"^^1 and ^1", u"^1 and ^1"},
-        {u"^^^C", u"^\u00A9"},
-        {u"\\\\n", u"\\n"},
-        {u"^^^^1", u"^^1"},
-    };
-    for (const Row& row : rows)
-        Check(row);
+    ExpectExpanded({{u"\\\"\\n\\r\\t\\b\\\\", u"\"\n\r\t\b\\"},
+                    {u"^Q^[^]^{^}", u"\"\u201C\u201D\u2018\u2019"},
+                    {u"^C^R^T^D^B", u"\u00A9\u00AE\u2122\u00B0\u2022"},
+                    {u"^#^!^I^S^n^r^^", u"\u2318\u00AC\u2206\u2211\n\r^"},
+                    {u"^^1 and ^1", u"^1 and ^1"},
+                    {u"^^^C", u"^\u00A9"},
+                    {u"\\\\n", u"\\n"},
+                    {u"^^^^1", u"^^1"}});
+    // What isn't in the introducer's table, and what stands behind such a character.
+    ExpectKept({u"^1", u"\\1", u"^t", u"^b", u"\\C", u"^\"", u"^c", u"\\#", u"^\\n", u"\\^C"});
     EXPECT_EQ(Expand(u""), u"");
     EXPECT_EQ(Expand(u"100^"), u"100^");
     EXPECT_EQ(Expand(u"100\\"), u"100\\");
@@ -82,59 +55,19 @@ TEST(Expansion, EscapesStandForCharacters)
 
 TEST(Expansion, NamesStandForCharacters)
 {
-    const Row rows[] = {
-        {u"#{endl}", u"\r\n"},
-        {u"#{tab}", u"\t"},
-        {u"#{cr}", u"\r"},
-        {u"#{lf}", u"\n"},
-        {u"#{nbsp}", u"\u00A0"},
-        {u"#{yuml}", u"\u00FF"},
-        {u"#{AElig}", u"\u00C6"},
-        {u"#{aelig}", u"\u00E6"},
-        {u"#{ETH}", u"\u00D0"},
-        {u"#{eth}", u"\u00F0"},
-        {u"#{sup2}", u"\u00B2"},
-        {u"#{frac34}", u"\u00BE"},
-        {u"#{uml}", u"\u00A8"},
-        {u"#{quot}", u"\""},
-        {u"#{lt}", u"<"},
-        {u"#{Yuml}", u"\u0178"},
-        {u"#{zwnj}", u"\u200C"},
-        {u"#{dagger}", u"\u2020"},
-        {u"#{Dagger}", u"\u2021"},
-        {u"#{thinsp}", u"\u2009"},
-        {u"#{euro}", u"\u20AC"},
-        {u"#{circ}", u"\u02C6"},
-        {u"#{mdash}", u"\u2014"},
-        {u"#{lt}#{gt}", u"<>"},
-        {u"#{endl}}", u"\r\n}"},
-        {u"##{lt}", u"#<"},
-        {u"#{#{lt}", u"#{<"},
-        {u"#{hellip}", u"#{hellip}"},
-        {u"#{alpha}", u"#{alpha}"},
-        {u"#{bogus}", u"#{bogus}"},
-        {u"#{LT}", u"#{LT}"},
-        {u"#{Nbsp}", u"#{Nbsp}"},
-        {u"#{sup}", u"#{sup}"},
-        {u"#{sup22}", u"#{sup22}"},
-        {u"#{nbs}", u"#{nbs}"},
-        {u"#{lt }", u"#{lt }"},
-        {u"#{ lt}", u"#{ lt}"},
-        {u"# {lt}", u"# {lt}"},
-        {u"#lt}", u"#lt}"},
-        // The escapes come first.
-        {u"#{^}", u"#{\u2019"},
-        {u"^#{lt}", u"\u2318{lt}"},
-        {u"^^#{lt}", u"^<"},
-        {u"#\\{lt}", u"#\\{lt}"},
-    };
-    for (const Row& row : rows)
-        Check(row);
-    EXPECT_EQ(Expand(u"#{lt"), u"#{lt");
-    EXPECT_EQ(Expand(u"#"), u"#");
-    EXPECT_EQ(Expand(u"#{"), u"#{");
-    EXPECT_EQ(Expand(u"#{}"), u"#{}");
-    EXPECT_EQ(Expand(std::u16string(u"#{lt\0}", 6)), std::u16string(u"#{lt\0}", 6));
+    ExpectExpanded({{u"#{endl}#{tab}#{cr}#{lf}", u"\r\n\t\r\n"},
+                    {u"#{endl}}", u"\r\n}"},
+                    {u"##{lt}", u"#<"},
+                    {u"#{#{lt}", u"#{<"},
+                    // The escapes come first.
+                    {u"#{^}", u"#{\u2019"},
+                    {u"^#{lt}", u"\u2318{lt}"},
+                    {u"^^#{lt}", u"^<"}});
+    ExpectKept({u"#{hellip}", u"#{alpha}", u"#{bogus}", u"#{LT}", u"#{Nbsp}", u"#{sup}",
+                u"#{sup22}", u"#{nbs}", u"#{lt }", u"#{ lt}", u"# {lt}", u"#lt}", u"#\\{lt}",
+                u"#{}", std::u16string(u"#{lt\0}", 6)});
+    for (const std::u16string end : {u"#{lt", u"#", u"#{", u"#{41"})
+        EXPECT_EQ(Expand(end), end);
 }
 
 // Every name of a set has its code point, so that no row is missing or slips.
@@ -165,56 +98,26 @@ TEST(Expansion, TheLatin1SetIsWhole)
 
 TEST(Expansion, TheSpecialSetIsWhole)
 {
-    const struct
-    {
-        const char16_t* written;
-        const char16_t* expanded;
-    } rows[] = {
-        {u"#{quot}#{amp}#{lt}#{gt}", u"\"&<>"},
-        {u"#{OElig}#{oelig}#{Scaron}#{scaron}#{Yuml}", u"\u0152\u0153\u0160\u0161\u0178"},
-        {u"#{circ}#{tilde}", u"\u02C6\u02DC"},
-        {u"#{ensp}#{emsp}#{thinsp}", u"\u2002\u2003\u2009"},
-        {u"#{zwnj}#{zwj}#{lrm}#{rlm}", u"\u200C\u200D\u200E\u200F"},
-        {u"#{ndash}#{mdash}", u"\u2013\u2014"},
-        {u"#{lsquo}#{rsquo}#{sbquo}", u"\u2018\u2019\u201A"},
-        {u"#{ldquo}#{rdquo}#{bdquo}", u"\u201C\u201D\u201E"},
-        {u"#{dagger}#{Dagger}#{permil}", u"\u2020\u2021\u2030"},
-        {u"#{lsaquo}#{rsaquo}#{euro}", u"\u2039\u203A\u20AC"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Expand(row.written), row.expanded);
+    ExpectExpanded(
+        {{u"#{quot}#{amp}#{lt}#{gt}", u"\"&<>"},
+         {u"#{OElig}#{oelig}#{Scaron}#{scaron}#{Yuml}", u"\u0152\u0153\u0160\u0161\u0178"},
+         {u"#{circ}#{tilde}", u"\u02C6\u02DC"},
+         {u"#{ensp}#{emsp}#{thinsp}", u"\u2002\u2003\u2009"},
+         {u"#{zwnj}#{zwj}#{lrm}#{rlm}", u"\u200C\u200D\u200E\u200F"},
+         {u"#{ndash}#{mdash}", u"\u2013\u2014"},
+         {u"#{lsquo}#{rsquo}#{sbquo}", u"\u2018\u2019\u201A"},
+         {u"#{ldquo}#{rdquo}#{bdquo}", u"\u201C\u201D\u201E"},
+         {u"#{dagger}#{Dagger}#{permil}", u"\u2020\u2021\u2030"},
+         {u"#{lsaquo}#{rsaquo}#{euro}", u"\u2039\u203A\u20AC"}});
 }
 
 TEST(Expansion, NumbersStandForCharacters)
 {
-    const Row rows[] = {
-        {u"#{e9}", u"\u00E9"},
-        {u"#{E9}", u"\u00E9"},
-        {u"#{U+E9}", u"\u00E9"},
-        {u"#{uE9}", u"\u00E9"},
-        {u"#{u00A8}", u"\u00A8"},
-        {u"#{U+20ac}", u"\u20AC"},
-        {u"#{9}", u"\t"},
-        {u"#{FFFF}", u"\uFFFF"},
-        {u"#{0}", std::u16string(1, 0)},
-        {u"#{U+12345}", u"#{U+12345}"},
-        {u"#{00041}", u"#{00041}"},
-        {u"#{U+}", u"#{U+}"},
-        {u"#{u}", u"#{u}"},
-        {u"#{U41}", u"#{U41}"},
-        {u"#{u+41}", u"#{u+41}"},
-        {u"#{g}", u"#{g}"},
-        {u"#{4g}", u"#{4g}"},
-        {u"#{uU+41}", u"#{uU+41}"},
-        {u"#{U+u41}", u"#{U+u41}"},
-        {u"#{+41}", u"#{+41}"},
-        {u"#{-1}", u"#{-1}"},
-        {u"#{\u0661}", u"#{\u0661}"},
-    };
-    for (const Row& row : rows)
-        Check(row);
-    EXPECT_EQ(Expand(u"#{41"), u"#{41");
-    EXPECT_EQ(Expand(u"#{}1"), u"#{}1");
+    ExpectExpanded({{u"#{e9}#{E9}#{U+E9}#{uE9}", u"\u00E9\u00E9\u00E9\u00E9"},
+                    {u"#{u00A8}#{U+20ac}#{9}#{FFFF}", u"\u00A8\u20AC\t\uFFFF"},
+                    {u"#{0}", std::u16string(1, 0)}});
+    ExpectKept({u"#{U+12345}", u"#{00041}", u"#{U+}", u"#{u}", u"#{U41}", u"#{u+41}", u"#{g}",
+                u"#{4g}", u"#{uU+41}", u"#{U+u41}", u"#{+41}", u"#{-1}", u"#{\u0661}", u"#{}1"});
 }
 
 TEST(Expansion, LongTextsTakeLinearTime)

@@ -3,7 +3,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +13,6 @@
 
 using hollin_private::ByteRunKey;
 using hollin_private::DictionaryEntry;
-using hollin_private::HashTable;
 using hollin_private::kBucketCount;
 
 namespace
@@ -24,48 +22,48 @@ std::unique_ptr<DictionaryEntry> Entry(const std::string& key, const std::u16str
     return std::make_unique<DictionaryEntry>(ToRun(key), ByteRunKey::kCopy, ToZString(value));
 }
 
-// "none" if the key isn't there.
-std::u16string Find(const HashTable& table, const std::string& key)
+class HashTable : public testing::Test
 {
-    const auto* found = static_cast<const DictionaryEntry*>(
-        table.Find(ByteRunKey(ToRun(key), ByteRunKey::kBorrow)));
-    return found ? ToText(found->mValue) : u"none";
-}
+protected:
+    static std::u16string Text(const hollin_private::HashItem* item)
+    {
+        return item ? ToText(static_cast<const DictionaryEntry*>(item)->mValue) : u"none";
+    }
 
-std::u16string Remove(HashTable& table, const std::string& key)
-{
-    const std::u16string found = Find(table, key);
-    table.Remove({table.Find(ByteRunKey(ToRun(key), ByteRunKey::kBorrow))});
-    return found;
-}
+    const hollin_private::HashItem* Item(const std::string& key) const
+    {
+        return mTable.Find(ByteRunKey(ToRun(key), ByteRunKey::kBorrow));
+    }
 
-std::u16string Walk(HashTable& table)
-{
-    std::u16string texts;
-    while (table.Next())
-        texts += ToText(static_cast<const DictionaryEntry*>(table.IteratorItem())->mValue);
-    return texts;
-}
+    std::u16string Find(const std::string& key) const { return Text(Item(key)); }
+
+    std::u16string Remove(const std::string& key)
+    {
+        const std::u16string found = Find(key);
+        mTable.Remove({Item(key)});
+        return found;
+    }
+
+    std::u16string Walk()
+    {
+        std::u16string texts;
+        while (mTable.Next())
+            texts += Text(mTable.IteratorItem());
+        return texts;
+    }
+
+    hollin_private::HashTable mTable;
+};
 } // namespace
 
 TEST(HashKey, SamplesAKeyAtAFifthOfItsLength)
 {
-    struct Sample
-    {
-        std::string key;
-        std::uint32_t tableSize;
-        std::uint32_t hash;
+    const std::pair<std::string, std::uint32_t> samples[] = {
+        {"", 0}, {"a", 97}, {"/a", 580}, {"\xFF", 255}, // bytes are unsigned
     };
-    const Sample samples[] = {
-        {"", kBucketCount, 0},
-        {"a", kBucketCount, 97},
-        {"/a", kBucketCount, 580},
-        {"\xFF", kBucketCount, 255}, // bytes are unsigned
-        {"\xFF\xFF", 100000, 255 * 32 + 255},
-        {"abc", 1000000, (97 * 32 + 98) * 32 + 99},
-    };
-    for (const Sample& sample : samples)
-        EXPECT_EQ(HashKey(ToRun(sample.key), sample.tableSize), sample.hash) << sample.key;
+    for (const auto& sample : samples)
+        EXPECT_EQ(HashKey(ToRun(sample.first), kBucketCount), sample.second) << sample.first;
+    EXPECT_EQ(HashKey(ToRun("abc"), 1000000), (97u * 32 + 98) * 32 + 99);
 
     for (std::size_t length : {1u, 4u, 5u, 9u, 10u, 14u, 15u, 100u, 104u})
     {
@@ -82,88 +80,62 @@ TEST(HashKey, SamplesAKeyAtAFifthOfItsLength)
     }
 }
 
-TEST(HashTable, TheLaterOfTwoEqualKeysIsFound)
+TEST_F(HashTable, TheLaterOfTwoEqualKeysIsFound)
 {
-    HashTable table;
-    EXPECT_EQ(Find(table, "a"), u"none");
-    EXPECT_EQ(Remove(table, "a"), u"none");
-    table.Insert(Entry("a", u"1"));
-    table.Insert(Entry("b", u"2"));
-    table.Insert(Entry("a", u"3"));
-    EXPECT_EQ(Find(table, "a"), u"3");
-    EXPECT_EQ(Remove(table, "a"), u"3");
-    EXPECT_EQ(Find(table, "a"), u"1");
-    EXPECT_EQ(Remove(table, "a"), u"1");
-    EXPECT_EQ(Find(table, "a"), u"none");
-    EXPECT_EQ(Find(table, "b"), u"2");
-    EXPECT_EQ(Find(table, "A"), u"none");
-    EXPECT_EQ(Find(table, ""), u"none");
+    EXPECT_EQ(Remove("a"), u"none");
+    mTable.Insert(Entry("a", u"1"));
+    mTable.Insert(Entry("b", u"2"));
+    mTable.Insert(Entry("a", u"3"));
+    EXPECT_EQ(Remove("a"), u"3");
+    EXPECT_EQ(Remove("a"), u"1");
+    EXPECT_EQ(Find("a") + Find("b") + Find("A") + Find(""), u"none2nonenone");
 }
 
-TEST(HashTable, ChainsHoldDifferentKeys)
+TEST_F(HashTable, ChainsHoldDifferentKeys)
 {
-    HashTable table;
     const std::string stem = "/U/Texts1";
     for (char c : std::string("abcd"))
-        table.Insert(Entry(Colliding(stem, c), std::u16string(1, static_cast<char16_t>(c))));
+        mTable.Insert(Entry(Colliding(stem, c), std::u16string(1, static_cast<char16_t>(c))));
     const std::uint32_t bucket = HashKey(ToRun(Colliding(stem, 'a')), kBucketCount);
-    EXPECT_EQ(Walk(table), u"dcba");
-    EXPECT_EQ(Remove(table, Colliding(stem, 'b')), u"b");
-    EXPECT_EQ(Remove(table, Colliding(stem, 'd')), u"d");
-    EXPECT_EQ(Remove(table, Colliding(stem, 'b')), u"none");
-    EXPECT_EQ(Find(table, Colliding(stem, 'a')), u"a");
-    EXPECT_EQ(Find(table, Colliding(stem, 'c')), u"c");
-    EXPECT_EQ(Walk(table), u"ca");
-    EXPECT_NE(table.Chain(bucket), nullptr);
-    EXPECT_EQ(table.Chain(bucket + 1), nullptr);
+    EXPECT_EQ(Walk(), u"dcba");
+    EXPECT_EQ(Remove(Colliding(stem, 'b')), u"b");
+    EXPECT_EQ(Remove(Colliding(stem, 'd')), u"d");
+    EXPECT_EQ(Remove(Colliding(stem, 'b')), u"none");
+    EXPECT_EQ(Find(Colliding(stem, 'a')) + Walk(), u"aca");
+    EXPECT_NE(mTable.Chain(bucket), nullptr);
+    EXPECT_EQ(mTable.Chain(bucket + 1), nullptr);
 }
 
-TEST(HashTable, AFilesEntriesStandInFrontOfAnOldChain)
+TEST_F(HashTable, AWalkVisitsEachItemAndStartsAnew)
 {
-    HashTable table;
-    const std::uint32_t bucket = HashKey(ToRun("a"), kBucketCount);
-    for (const std::u16string file : {u"12", u"345"})
-    {
-        hollin_private::HashItem* previous = nullptr;
-        for (char16_t text : file)
-            previous = table.InsertBehind(bucket, previous, Entry("a", std::u16string(1, text)));
-    }
-    EXPECT_EQ(Walk(table), u"34512");
-    EXPECT_EQ(Find(table, "a"), u"3");
-}
-
-TEST(HashTable, AWalkVisitsEachItemAndStartsAnew)
-{
-    HashTable table;
-    EXPECT_FALSE(table.Next());
+    EXPECT_FALSE(mTable.Next());
     std::map<std::u16string, int> expected;
     for (int i = 0; i < 3000; ++i)
     {
         const std::string key = "/key/" + std::to_string(i);
         const std::u16string value(key.begin(), key.end());
-        table.Insert(Entry(key, value));
+        mTable.Insert(Entry(key, value));
         expected[value] = 2;
     }
     std::map<std::u16string, int> visits;
     for (int walk = 0; walk < 2; ++walk)
     {
-        while (table.Next())
-            ++visits[ToText(static_cast<const DictionaryEntry*>(table.IteratorItem())->mValue)];
-        EXPECT_EQ(table.IteratorItem(), nullptr);
+        while (mTable.Next())
+            ++visits[Text(mTable.IteratorItem())];
+        EXPECT_EQ(mTable.IteratorItem(), nullptr);
     }
     EXPECT_EQ(visits, expected);
 }
 
-TEST(HashTable, AWalkEndsAtTheRemovalOfItsItem)
+TEST_F(HashTable, AWalkEndsAtTheRemovalOfItsItem)
 {
-    HashTable table;
-    table.Insert(Entry("a", u"1"));
-    table.Insert(Entry("b", u"2"));
-    ASSERT_TRUE(table.Next());
-    EXPECT_EQ(Remove(table, "a"), u"1");
-    EXPECT_EQ(table.IteratorItem(), nullptr);
-    EXPECT_FALSE(table.Next());
-    EXPECT_EQ(Walk(table), u"2");
+    mTable.Insert(Entry("a", u"1"));
+    mTable.Insert(Entry("b", u"2"));
+    ASSERT_TRUE(mTable.Next());
+    EXPECT_EQ(Remove("a"), u"1");
+    EXPECT_EQ(mTable.IteratorItem(), nullptr);
+    EXPECT_FALSE(mTable.Next());
+    EXPECT_EQ(Walk(), u"2");
 }
 
 TEST(ByteRunKey, OwnsItsBytesOnlyIfAsked)

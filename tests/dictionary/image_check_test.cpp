@@ -10,17 +10,12 @@ using hollin::ImageReport;
 namespace
 {
 const std::vector<TestEntry> kEntries = {
-    {"/a", u"eins", u"note"}, {"", u"", u""}, {"/bc", u"zwei", u"more"}};
+    {"/a", u"eins", u"note"}, {"", u""}, {"/bc", u"zwei", u"more"}};
 } // namespace
 
 TEST(ImageCheck, TellsWhatAFlatImageHolds)
 {
-    FlatOptions options;
-    options.minor = 3;
-    options.bigEndian = true;
-    options.locale = "de_DE";
-    options.base = 12;
-    const ImageReport report = Check(BuildFlat(kEntries, options).Image());
+    const ImageReport report = Check(BuildFlat(kEntries, {3, true, "de_DE", 12, 'Y'}).Image());
     EXPECT_FALSE(report.mDamaged) << report.mSentence;
     EXPECT_EQ(report.mForm, ImageReport::kBinary);
     EXPECT_EQ(report.mMajor, 2);
@@ -40,7 +35,7 @@ TEST(ImageCheck, TellsWhatAFlatImageHolds)
 
 TEST(ImageCheck, TellsWhatAnOldImageHolds)
 {
-    const std::vector<TestEntry> entries = {{"/a", u"eins", u""}, {"/bc", u"zwei", u""}};
+    const std::vector<TestEntry> entries = {{"/a", u"eins"}, {"/bc", u"zwei"}};
     for (const ImageBuilder& image : {BuildEntries(entries, 1), BuildLengthTable(entries, 1)})
     {
         const ImageReport report = Check(image.Image());
@@ -57,20 +52,17 @@ TEST(ImageCheck, TellsWhatAnOldImageHolds)
 
 TEST(ImageCheck, CountsWhatIsLive)
 {
-    FlatOptions keyless;
-    keyless.marker = 'N';
-    const ImageBuilder images[] = {BuildFlat(kEntries), BuildFlat(kEntries, keyless)};
-    EXPECT_EQ(Check(images[0].With(images[0].Offset("live"), 3, 4)).mLive, 2u);
+    const ImageBuilder keyed = BuildFlat(kEntries);
+    const ImageBuilder keyless = BuildFlat(kEntries, kKeyless);
+    EXPECT_EQ(Check(keyed.With(keyed.Offset("live"), 3, 4)).mLive, 2u);
     for (const std::uint32_t told : {0u, 1u, 3u})
     {
-        const ImageReport report = Check(images[1].With(images[1].Offset("live"), told, 4));
+        const ImageReport report = Check(keyless.With(keyless.Offset("live"), told, 4));
         EXPECT_FALSE(report.mDamaged) << report.mSentence;
         EXPECT_EQ(report.mLive, 3u);
     }
     // An empty key is an entry to whoever writes it, and a removed slot in the file.
-    hollin::Dictionary dictionary;
-    Load(dictionary, "=1\na=2\n");
-    const ImageReport report = Check(Saved(dictionary));
+    const ImageReport report = Check(Saved(Loaded("=1\na=2\n")));
     EXPECT_FALSE(report.mDamaged) << report.mSentence;
     EXPECT_EQ(report.mLive, 1u);
 }
@@ -96,9 +88,7 @@ TEST(ImageCheck, CountsKeysThatNoLookUpFinds)
         const ImageReport report = Check(image);
         EXPECT_FALSE(report.mDamaged) << report.mSentence;
         EXPECT_EQ(report.mAstray, 1u);
-        hollin::Dictionary dictionary;
-        Load(dictionary, image);
-        EXPECT_TRUE(dictionary.IsGood());
+        const Loaded dictionary(image);
         EXPECT_EQ(TextOf(dictionary, "/a"), u"(none)");
         EXPECT_EQ(TextOf(dictionary, "/bc"), u"zwei");
     }
@@ -106,27 +96,21 @@ TEST(ImageCheck, CountsKeysThatNoLookUpFinds)
 
 TEST(ImageCheck, CountsLinesAsEditorsDo)
 {
-    struct Row
-    {
-        std::u16string text;
-        std::uint64_t line;
-    };
-    const Row rows[] = {
+    const std::pair<std::u16string, std::uint64_t> rows[] = {
         {u"$=x", 1},         {u"a=1\n$=x", 2},    {u"a=1\r\n\r\nb=2\r\n$=x\r\n", 4},
         {u"\n\n\r\r$=x", 5}, {u"\r\n\n\r$=x", 4},
     };
-    for (const Row& row : rows)
+    for (const auto& [text, line] : rows)
     {
-        const std::string bytes(row.text.begin(), row.text.end());
-        const ImageReport reports[] = {Check(bytes), Check(TextImage(row.text)),
-                                       Check(TextImage(row.text, true))};
+        const ImageReport reports[] = {Check(std::string(text.begin(), text.end())),
+                                       Check(TextImage(text)), Check(TextImage(text, true))};
         EXPECT_EQ(reports[0].mCoding, ImageReport::kActiveCodePage);
         EXPECT_NE(reports[1].mCoding, reports[2].mCoding);
         for (const ImageReport& report : reports)
         {
             EXPECT_EQ(report.mForm, ImageReport::kText);
             EXPECT_EQ(report.mField, "prefix");
-            EXPECT_EQ(report.mLine, row.line);
+            EXPECT_EQ(report.mLine, line);
         }
     }
     EXPECT_EQ(Check(TextImage(u"a=1\x2028\x2029$=x")).mLine, 3u);

@@ -1,6 +1,7 @@
 // Images of version 2: reading them, and laying one over another.
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -14,8 +15,8 @@ namespace
 {
 const std::vector<TestEntry> kEntries = {
     {"/app/title", u"Titel", u"menu bar"},
-    {"", u"", u""}, // removed
-    {"/app/empty", u"", u""},
+    {"", u""}, // removed
+    {"/app/empty", u""},
     {"/app/greek", u"\x394\xD83D\xDE00", u"a letter"},
 };
 
@@ -39,11 +40,9 @@ TEST(FlatImage, SmallestExampleIsReadAndWrittenToTheByte)
     };
     const std::string image(bytes, bytes + sizeof bytes);
     ASSERT_EQ(image.size(), 89u);
-    ASSERT_EQ(BuildFlat({{"/a", u"b", u""}}).Image(), image);
+    ASSERT_EQ(BuildFlat({{"/a", u"b"}}).Image(), image);
 
-    Dictionary dictionary;
-    Load(dictionary, image);
-    EXPECT_TRUE(dictionary.IsGood());
+    const Loaded dictionary(image);
     EXPECT_EQ(TextOf(dictionary, "/a=default"), u"b");
     EXPECT_EQ(LocaleOf(dictionary), "en_US");
     EXPECT_EQ(Saved(dictionary), image);
@@ -51,65 +50,37 @@ TEST(FlatImage, SmallestExampleIsReadAndWrittenToTheByte)
 
 TEST(FlatImage, EveryMinorVersionAndByteOrderGivesTheSameTexts)
 {
-    for (const int minor : {0, 1, 5, 7, 127})
+    for (const int version : {0, 1, 5, 7, 127, -1, -7, -127}) // the latter big-endian
     {
-        for (const bool bigEndian : {false, true})
+        for (const Way way : kWays)
         {
-            if (minor == 0 && bigEndian)
-                continue; // nothing tells of the order
-            for (const Way way : kWays)
-            {
-                SCOPED_TRACE(testing::Message() << "2." << minor << " big-endian " << bigEndian
-                                                << " way " << int(way));
-                FlatOptions options;
-                options.minor = static_cast<std::uint8_t>(minor);
-                options.bigEndian = bigEndian;
-                options.locale = "el_GR";
-                Dictionary dictionary;
-                Load(dictionary, BuildFlat(kEntries, options).Image(), way);
-                EXPECT_TRUE(dictionary.IsGood());
-                EXPECT_EQ(LocaleOf(dictionary), "el_GR");
-                EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
-                EXPECT_EQ(TextOf(dictionary, "/app/empty"), u"");
-                EXPECT_EQ(TextOf(dictionary, "/app/greek"), u"\x394\xD83D\xDE00");
-                EXPECT_EQ(TextById(dictionary, 3), u"\x394\xD83D\xDE00");
-                EXPECT_EQ(TextById(dictionary, 1), u"(none)");
-                EXPECT_EQ(CommentOf(dictionary, "/app/greek"), u"a letter");
-                EXPECT_EQ(CommentOf(dictionary, "/app/empty"), u"");
-            }
+            SCOPED_TRACE(testing::Message() << "2." << version << " way " << int(way));
+            const auto minor = static_cast<std::uint8_t>(std::abs(version));
+            const FlatOptions options = {minor, version < 0, "el_GR", 0, 'Y'};
+            const Loaded dictionary(BuildFlat(kEntries, options).Image(), way);
+            EXPECT_EQ(LocaleOf(dictionary), "el_GR");
+            EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
+            EXPECT_EQ(TextOf(dictionary, "/app/empty"), u"");
+            EXPECT_EQ(TextOf(dictionary, "/app/greek"), u"\x394\xD83D\xDE00");
+            EXPECT_EQ(TextById(dictionary, 3), u"\x394\xD83D\xDE00");
+            EXPECT_EQ(TextById(dictionary, 1), u"(none)");
+            EXPECT_EQ(CommentOf(dictionary, "/app/greek"), u"a letter");
+            EXPECT_EQ(CommentOf(dictionary, "/app/empty"), u"");
         }
     }
 }
 
-TEST(FlatImage, WithoutKeysIsReadByIdentifier)
-{
-    FlatOptions options;
-    options.marker = 'N';
-    Dictionary dictionary;
-    LoadEntries(dictionary, kEntries, options);
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextById(dictionary, 0), u"Titel");
-    EXPECT_EQ(TextById(dictionary, 1), u""); // nothing marks it as removed
-    EXPECT_EQ(TextById(dictionary, 4), u"(none)");
-    EXPECT_FALSE(dictionary.HasString("/app/title"));
-}
-
 TEST(FlatImage, AnyOtherMarkerCountsAsKeyed)
 {
-    FlatOptions options;
-    options.marker = 'n';
-    Dictionary dictionary;
-    LoadEntries(dictionary, kEntries, options);
+    const Loaded dictionary(BuildFlat(kEntries, {7, false, "en_US", 0, 'n'}).Image());
     EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
 }
 
 TEST(FlatImage, LocaleIsReplacedAndMayBeEmpty)
 {
     Dictionary dictionary;
-    FlatOptions options;
-    LoadEntries(dictionary, {{"/a", u"1", u""}}, options);
-    options.locale = "";
-    LoadEntries(dictionary, {{"/b", u"2", u""}}, options);
+    LoadEntries(dictionary, {{"/a", u"1"}});
+    LoadEntries(dictionary, {{"/b", u"2"}}, {7, false, "", 0, 'Y'});
     EXPECT_TRUE(dictionary.IsGood());
     EXPECT_EQ(LocaleOf(dictionary), "");
 }
@@ -118,40 +89,10 @@ TEST(FlatImage, WithoutEntriesAddsNothing)
 {
     Dictionary dictionary;
     LoadEntries(dictionary, {});
+    LoadEntries(dictionary, {{"", u""}}); // removed ones alone
+    LoadEntries(dictionary, {{"/a", u"1"}});
     EXPECT_TRUE(dictionary.IsGood());
-    LoadEntries(dictionary, {{"", u"", u""}}); // removed ones alone
-    LoadEntries(dictionary, {{"/a", u"1", u""}});
     EXPECT_EQ(TextById(dictionary, 0), u"1");
-}
-
-TEST(FlatLayers, SecondImageReplacesSharedTextsAndAddsTheRest)
-{
-    Dictionary dictionary;
-    LoadEntries(dictionary, {{"/shared", u"old", u"kept"}, {"/first", u"1", u""}});
-    LoadEntries(dictionary, {{"/shared", u"a longer text", u""}, {"/second", u"2", u""}});
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextOf(dictionary, "/shared"), u"a longer text");
-    EXPECT_EQ(TextOf(dictionary, "/first"), u"1");
-    EXPECT_EQ(TextOf(dictionary, "/second"), u"2");
-    EXPECT_EQ(TextById(dictionary, 0), u"a longer text"); // in its old place
-    EXPECT_EQ(TextById(dictionary, 2), u"(none)");        // the slot it came in
-    EXPECT_EQ(TextById(dictionary, 3), u"2");
-    EXPECT_EQ(CommentOf(dictionary, "/shared"), u"kept");
-
-    // The identifiers grew by the whole second image.
-    LoadEntries(dictionary, {{"/third", u"3", u""}});
-    EXPECT_EQ(TextById(dictionary, 4), u"3");
-}
-
-TEST(FlatLayers, SameImageTwiceKeepsOneBlock)
-{
-    Dictionary dictionary;
-    LoadEntries(dictionary, kEntries);
-    LoadEntries(dictionary, kEntries);
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
-    LoadEntries(dictionary, {{"/new", u"n", u""}});
-    EXPECT_EQ(TextById(dictionary, 4), u"n"); // directly behind the first block
 }
 
 TEST(FlatLayers, KeysOfOneBucketAreToldApart)
@@ -160,8 +101,8 @@ TEST(FlatLayers, KeysOfOneBucketAreToldApart)
     const std::string two = "a1bbbbbbbb";
     ASSERT_EQ(BucketOf(one), BucketOf(two));
     Dictionary dictionary;
-    LoadEntries(dictionary, {{one, u"1", u""}});
-    LoadEntries(dictionary, {{two, u"2", u""}, {one, u"1 again", u""}});
+    LoadEntries(dictionary, {{one, u"1"}});
+    LoadEntries(dictionary, {{two, u"2"}, {one, u"1 again"}});
     EXPECT_EQ(TextOf(dictionary, one), u"1 again");
     EXPECT_EQ(TextOf(dictionary, two), u"2");
 }
@@ -174,71 +115,43 @@ TEST(FlatLayers, TextsThatShareBytesChangeApart)
         image[whole.Offset("comment offsets") + 4 + static_cast<std::size_t>(i)] = 0;
     for (const std::u16string text : {u"shor", u"s", u"longer"})
     {
-        Dictionary dictionary;
-        Load(dictionary, image);
-        Load(dictionary, BuildFlat({{"/a", text, u""}}).Image());
-        const std::u16string comment = u"memo";
-        const auto* units = reinterpret_cast<const std::uint16_t*>(comment.data());
-        const std::uint16_t kX = 'x';
+        Loaded dictionary(image);
+        LoadEntries(dictionary, {{"/a", text}});
         EXPECT_EQ(TextOf(dictionary, "/a"), text);
         EXPECT_EQ(TextOf(dictionary, "/b"), u"text");
-        dictionary.SetString("/a", &kX, 2, units, 8);
+        Set(dictionary, "/a", u"x", u"memo");
         EXPECT_EQ(TextOf(dictionary, "/a") + TextOf(dictionary, "/b"), u"xtext");
         EXPECT_EQ(CommentOf(dictionary, "/a") + CommentOf(dictionary, "/b"), u"memonote");
     }
 }
 
-TEST(FlatLayers, LongKeysAreNotMerged)
-{
-    const std::string merged(1023, 'k');
-    const std::string apart(1024, 'k');
-    const std::vector<TestEntry> first = {{merged, u"old", u""}, {apart, u"old", u""}};
-    const std::vector<TestEntry> second = {{merged, u"new", u""}, {apart, u"new", u""}};
-    Dictionary dictionary;
-    LoadEntries(dictionary, first);
-    LoadEntries(dictionary, second);
-    EXPECT_EQ(TextOf(dictionary, merged), u"new");
-    EXPECT_EQ(TextOf(dictionary, apart), u"old"); // found first
-    EXPECT_EQ(TextById(dictionary, 3), u"new");
-}
-
 TEST(FlatLayers, ContinuationFollowsWithoutMerging)
 {
-    FlatOptions continued;
-    continued.base = 2;
+    const FlatOptions continued = {7, false, "de_DE", 2, 'Y'};
     Dictionary dictionary;
-    LoadEntries(dictionary, {{"/a", u"1", u""}, {"/b", u"2", u""}});
-    LoadEntries(dictionary, {{"/c", u"3", u"third"}, {"/a", u"4", u""}}, continued);
+    LoadEntries(dictionary, {{"/a", u"1"}, {"/b", u"2"}});
+    LoadEntries(dictionary, {{"/c", u"3", u"third"}, {"/a", u"4"}}, continued);
     EXPECT_TRUE(dictionary.IsGood());
     EXPECT_EQ(TextById(dictionary, 2), u"3");
     EXPECT_EQ(TextOf(dictionary, "/c"), u"3");
     EXPECT_EQ(TextOf(dictionary, "/a"), u"1"); // the earlier identifier is found first
     EXPECT_EQ(TextById(dictionary, 3), u"4");
     EXPECT_EQ(CommentOf(dictionary, "/c"), u"third");
-}
 
-TEST(FlatLayers, ContinuationOfAnotherDictionaryIsRefused)
-{
-    FlatOptions continued;
-    continued.base = 3;
-    continued.locale = "de_DE";
-    Dictionary dictionary;
-    LoadEntries(dictionary, {{"/a", u"1", u""}, {"/b", u"2", u""}});
-    LoadEntries(dictionary, {{"/c", u"3", u""}}, continued);
+    LoadEntries(dictionary, {{"/d", u"5"}, {"/a", u"6"}}, {7, false, "xx", 2, 'Y'}); // of another
     EXPECT_FALSE(dictionary.IsGood());
-    EXPECT_FALSE(dictionary.HasString("/c"));
-    EXPECT_EQ(LocaleOf(dictionary), "en_US");
+    EXPECT_FALSE(dictionary.HasString("/d"));
+    EXPECT_EQ(TextOf(dictionary, "/a"), u"1");
+    EXPECT_EQ(LocaleOf(dictionary), "de_DE");
 
-    Dictionary empty; // which any file may start
-    LoadEntries(empty, {{"/c", u"3", u""}}, continued);
-    EXPECT_TRUE(empty.IsGood());
-    EXPECT_EQ(TextById(empty, 0), u"3");
+    const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // which any file may be
+    EXPECT_EQ(TextById(first, 0), u"3");
 }
 
 TEST(UnknownVersion, ChangesNothingButTheFlag)
 {
-    const ImageBuilder known = BuildFlat({{"/a", u"new", u""}});
-    for (const unsigned version : {0x0280u, 0x0300u, 0x0101u, 0x0000u})
+    const ImageBuilder known = BuildFlat({{"/a", u"new"}});
+    for (const unsigned int version : {0x0280u, 0x0300u, 0x0101u, 0x0000u})
     {
         SCOPED_TRACE(version);
         std::string image = known.Image();
@@ -247,7 +160,7 @@ TEST(UnknownVersion, ChangesNothingButTheFlag)
         for (const Way way : kWays)
         {
             Dictionary dictionary;
-            LoadEntries(dictionary, {{"/a", u"old", u""}});
+            LoadEntries(dictionary, {{"/a", u"old"}});
             Load(dictionary, image, way);
             EXPECT_FALSE(dictionary.IsGood());
             EXPECT_EQ(TextOf(dictionary, "/a"), u"old");
@@ -264,7 +177,7 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
     for (int round = 0; round < 60; ++round)
     {
         SCOPED_TRACE(round);
-        std::map<std::string, std::u16string> texts;
+        KeyedTexts texts;
         for (std::size_t i = below(300); i > 0; --i)
         {
             std::string key(1 + below(40), '\0');
@@ -281,26 +194,21 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
             entries.push_back({text.first, text.second, below(5) ? u"" : text.second});
         std::shuffle(entries.begin(), entries.end(), random);
 
-        FlatOptions options;
-        options.minor = static_cast<std::uint8_t>(1 + below(127));
-        options.bigEndian = below(2);
+        const auto minor = static_cast<std::uint8_t>(1 + below(127));
+        const FlatOptions options = {minor, below(2) == 1, "en_US", 0, 'Y'};
         const ImageBuilder images[] = {BuildFlat(entries, options), BuildLengthTable(entries),
                                        BuildEntries(entries)};
         for (const ImageBuilder& image : images)
         {
             SCOPED_TRACE(&image - images);
-            Dictionary dictionary;
-            Load(dictionary, image.Image(), kWays[below(2)]);
-            EXPECT_TRUE(dictionary.IsGood());
+            Loaded dictionary(image.Image(), kWays[below(2)]);
             EXPECT_EQ(TextsOf(dictionary), texts);
             const hollin::ImageReport report = Check(image.Image());
             EXPECT_FALSE(report.mDamaged) << report.mSentence;
             EXPECT_EQ(report.mLive, texts.size());
             EXPECT_EQ(report.mAstray, 0u);
 
-            Dictionary again; // through our own writer
-            Load(again, Saved(dictionary, Dictionary::kBinary, below(2)));
-            EXPECT_TRUE(again.IsGood());
+            Loaded again(Saved(dictionary, Dictionary::kBinary, below(2))); // our own writer's
             EXPECT_EQ(TextsOf(again), texts);
         }
     }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hollin/ConversionHooks.h>
 #include <hollin/TextLines.h>
 
 #include "tests/dictionary/support/ImageBuilder.h"
@@ -18,7 +17,7 @@ std::string Told(const hollin::TextLine& line)
     if (line.mProblem)
         return number + line.mField + ": " + line.mProblem;
     std::string text = line.mHasEquals ? "=" : "";
-    for (const char16_t unit : Wide(line.mText))
+    for (const char16_t unit : ToText(line.mText))
         text.push_back(static_cast<char>(unit));
     return number + line.mKey + (line.mKeyIsASCII ? "" : "!") + text;
 }
@@ -53,15 +52,8 @@ TEST(TextLines, TellKeysThatLoseTheirCharacters)
 
 TEST(TextLines, GoOnBehindALineThatCannotBeConverted)
 {
-    hollin::SetConversionHooks(
-        [](const char* bytes, std::uint32_t length, std::uint32_t* count, hollin::TextEncoding) {
-            *count = length;
-            return bytes[0] == 'b' ? 7 : 0;
-        },
-        nullptr, nullptr, nullptr);
-    const std::vector<std::string> lines = LinesOf("a=1\nb=2\nc=3");
-    hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(lines,
+    const ScRefusedConversion refused;
+    EXPECT_EQ(LinesOf("a=1\nb=z\nc=3"),
               (std::vector<std::string>{"1 a=1", "2 text: the system can't convert it", "3 c=3"}));
 }
 
@@ -83,10 +75,8 @@ TEST(TextLines, StayAtTheirEnd)
 TEST(ImageReport, TellsTheLongestBucketAndALoneComment)
 {
     // The first three share a bucket: only every second byte counts.
-    const std::vector<TestEntry> entries = {{"a.b.c.d.e.", u"1", u""},
-                                            {"a-b-c-d-e-", u"2", u""},
-                                            {"a+b+c+d+e+", u"3", u"note"},
-                                            {"other", u"4", u""}};
+    const std::vector<TestEntry> entries = {
+        {"a.b.c.d.e.", u"1"}, {"a-b-c-d-e-", u"2"}, {"a+b+c+d+e+", u"3", u"note"}, {"other", u"4"}};
     for (const ImageBuilder& image :
          {BuildFlat(entries), BuildEntries(entries), BuildLengthTable(entries)})
     {

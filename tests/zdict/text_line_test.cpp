@@ -1,6 +1,7 @@
 // The lines that dump writes bring back what they were made of.
 
 #include <algorithm>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -58,12 +59,7 @@ void ExpectBroughtBack(const std::vector<std::u16string>& texts)
 
 TEST(TextLine, ProtectsWhatReadersChangeAndNothingElse)
 {
-    struct Case
-    {
-        std::u16string text;
-        std::u16string written;
-    };
-    const Case cases[] = {
+    const std::pair<std::u16string, std::u16string> cases[] = {
         {u"Seite ^1 von ^2: #3 {4} (5 % @0)", u"Seite ^1 von ^2: #3 {4} (5 % @0)"},
         {u"50^", u"50#{5E}"},
         {u"^C ^^1", u"#{5E}C #{5E}^1"},
@@ -76,8 +72,8 @@ TEST(TextLine, ProtectsWhatReadersChangeAndNothingElse)
         {u"\U0001F600 \u65E5\u672C\u00A0\u00E9", u"\U0001F600 \u65E5\u672C\u00A0\u00E9"},
         {u"", u""},
     };
-    for (const Case& row : cases)
-        EXPECT_EQ(Written(row.text), row.written);
+    for (const auto& [text, written] : cases)
+        EXPECT_EQ(Written(text), written);
 
     std::u16string halves = u"\U0001F600";
     std::swap(halves[0], halves[1]);

@@ -14,7 +14,7 @@ struct TestEntry
 {
     std::string key; // empty for a removed slot
     std::u16string value;
-    std::u16string comment;
+    std::u16string comment = {};
 };
 
 // An image, and where its fields are.
@@ -61,6 +61,7 @@ struct FlatOptions
     std::uint32_t base = 0;
     char marker = 'Y'; // 'N' leaves the keys out
 };
+const FlatOptions kKeyless = {7, false, "en_US", 0, 'N'};
 ImageBuilder BuildFlat(const std::vector<TestEntry>& entries, const FlatOptions& options = {});
 
 // Version 1.0 and 1.5. Values are UTF-16 if the flag is 0, and else the low

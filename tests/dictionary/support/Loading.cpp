@@ -1,9 +1,11 @@
 #include "tests/dictionary/support/Loading.h"
 
-#include <memory>
+#include <cstring>
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include <hollin/ConversionHooks.h>
 
 namespace
 {
@@ -23,6 +25,12 @@ void Load(hollin::Dictionary& dictionary, const std::string& image, Way way)
     }
     const std::vector<unsigned char> bytes(image.begin(), image.end());
     dictionary.LoadFromMemory(bytes.data(), static_cast<std::int32_t>(bytes.size()), true);
+}
+
+Loaded::Loaded(const std::string& image, Way way)
+{
+    Load(*this, image, way);
+    EXPECT_TRUE(IsGood());
 }
 
 hollin::ImageReport Check(const std::string& image)
@@ -51,13 +59,13 @@ std::u16string TextById(const hollin::Dictionary& dictionary, std::uint32_t id)
 
 std::u16string CommentOf(const hollin::Dictionary& dictionary, const std::string& key)
 {
-    return Wide(dictionary.GetComment(key.c_str()));
+    return ToText(dictionary.GetComment(key.c_str()));
 }
 
 std::string LocaleOf(const hollin::Dictionary& dictionary)
 {
     std::string name;
-    for (const char16_t unit : Wide(dictionary.GetLanguage()))
+    for (const char16_t unit : ToText(dictionary.GetLanguage()))
         name.push_back(static_cast<char>(unit));
     return name;
 }
@@ -76,17 +84,12 @@ std::vector<std::string> KeysOf(hollin::Dictionary& dictionary)
     return keys;
 }
 
-std::map<std::string, std::u16string> TextsOf(hollin::Dictionary& dictionary)
+KeyedTexts TextsOf(hollin::Dictionary& dictionary)
 {
-    std::map<std::string, std::u16string> texts;
+    KeyedTexts texts;
     for (const std::string& key : KeysOf(dictionary))
         texts[key] = TextOf(dictionary, key);
     return texts;
-}
-
-std::u16string Wide(const hollin::ZString& text)
-{
-    return Wide(text.Data(), text.Length());
 }
 
 std::string Saved(const hollin::Dictionary& dictionary, hollin::Dictionary::SerializeMode mode,
@@ -98,4 +101,19 @@ std::string Saved(const hollin::Dictionary& dictionary, hollin::Dictionary::Seri
     const std::size_t written = dictionary.Serialize(stream, mode, nullptr, native, base);
     EXPECT_EQ(written, stream.str().size());
     return stream.str();
+}
+
+ScRefusedConversion::ScRefusedConversion()
+{
+    hollin::SetConversionHooks(
+        [](const char* bytes, std::uint32_t length, std::uint32_t* count, hollin::TextEncoding) {
+            *count = length;
+            return std::memchr(bytes, 'z', length) ? kCode : 0;
+        },
+        nullptr, nullptr, nullptr);
+}
+
+ScRefusedConversion::~ScRefusedConversion()
+{
+    hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr);
 }

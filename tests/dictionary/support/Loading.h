@@ -11,6 +11,10 @@
 #include <hollin/Dictionary.h>
 #include <hollin/ImageCheck.h>
 
+#include "tests/dictionary/Texts.h"
+
+typedef std::map<std::string, std::u16string> KeyedTexts;
+
 enum class Way
 {
     kMemory,
@@ -22,6 +26,13 @@ const Way kWays[] = {Way::kMemory, Way::kStream};
 // beyond it. Keys are copied.
 void Load(hollin::Dictionary& dictionary, const std::string& image, Way way = Way::kMemory);
 
+// A dictionary of one image, which is sound.
+class Loaded : public hollin::Dictionary
+{
+public:
+    explicit Loaded(const std::string& image, Way way = Way::kMemory);
+};
+
 hollin::ImageReport Check(const std::string& image);
 
 // "(none)" if the dictionary doesn't have the key, which is without a prefix.
@@ -32,11 +43,20 @@ std::string LocaleOf(const hollin::Dictionary& dictionary);
 
 // Keys in the order of a walk, and their texts.
 std::vector<std::string> KeysOf(hollin::Dictionary& dictionary);
-std::map<std::string, std::u16string> TextsOf(hollin::Dictionary& dictionary);
+KeyedTexts TextsOf(hollin::Dictionary& dictionary);
 
-std::u16string Wide(const hollin::ZString& text);
 std::string Saved(const hollin::Dictionary& dictionary,
                   hollin::Dictionary::SerializeMode mode = hollin::Dictionary::kBinary,
                   bool bigEndian = false, std::uint32_t base = 0);
+
+// Bytes with a "z" can't be converted, until the scope ends.
+class ScRefusedConversion
+{
+public:
+    static constexpr std::int32_t kCode = 1234; // of what is thrown
+
+    ScRefusedConversion();
+    ~ScRefusedConversion();
+};
 
 #endif
