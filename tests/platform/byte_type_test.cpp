@@ -1,4 +1,6 @@
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -33,13 +35,7 @@ template <class Ask> std::string TypesOf(const std::string& text, Ask ask)
 
 TEST_F(ByteTypes, FollowTheActiveCodePage)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string text;
-        const char* types;
-    };
-    const Row kRows[] = {
+    const std::tuple<unsigned int, std::string, const char*> kRows[] = {
         {1252, "a\x81\xE0\xFFz", "sssss"},
         {932, "a\x95\\b", "sfls"},
         {932, "\x95\x95\x95\x95\x95\\", "flflfl"},
@@ -55,38 +51,31 @@ TEST_F(ByteTypes, FollowTheActiveCodePage)
         {65001, "\xC3\xA9\xA9\xE2\x82\xAC\x80", "flsfmls"},
         {65001, "\xF0\x9F\x8E\xAC\x80\x80\x80", "fmmlsss"},
         {65001, "\xE0\x80\x80\xED\xA0\x80\xF0\x8F\x80\xF4\x90\x80", "fssfssfssfss"},
-        {65001,
-         "\xE2"
-         "a\x82\x82",
-         "fsss"},
+        {65001, "\342a\x82\x82", "fsss"},
         {65001, std::string("\xE2\0\x82", 3), "fss"},
     };
-    for (const Row& row : kRows)
+    for (const auto& [codePage, text, types] : kRows)
     {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        platform::SetActiveCodePage(row.codePage);
-        EXPECT_EQ(TypesOf(row.text, CharByte), row.types);
+        SCOPED_TRACE(testing::PrintToString(text));
+        platform::SetActiveCodePage(codePage);
+        EXPECT_EQ(TypesOf(text, CharByte), types);
     }
     EXPECT_EQ(CharByte("a", -1), kSingleByte);
 }
 
 TEST_F(ByteTypes, FollowTheScript)
 {
-    struct Row
-    {
-        short script;
-        const char* types; // of 0x81 0x80 0xA0 0x80
-    };
-    const Row kRows[] = {{0, "ssss"}, {1, "flss"},  {2, "flfl"},  {3, "flfl"},
-                         {7, "ssss"}, {25, "flfl"}, {99, "ssss"}, {-1, "ssss"}};
+    const std::pair<short, const char*> kRows[] = {{0, "ssss"},  {1, "flss"}, {2, "flfl"},
+                                                   {3, "flfl"},  {7, "ssss"}, {25, "flfl"},
+                                                   {99, "ssss"}, {-1, "ssss"}};
     const std::string text = "\x81\x80\xA0\x80";
-    for (const Row& row : kRows)
+    for (const auto& [script, types] : kRows)
     {
-        SCOPED_TRACE(row.script);
+        SCOPED_TRACE(script);
         EXPECT_EQ(
             TypesOf(text, [&](const char* bytes,
-                              int offset) { return CharacterByteType(bytes, offset, row.script); }),
-            row.types);
+                              int offset) { return CharacterByteType(bytes, offset, script); }),
+            types);
     }
     platform::SetActiveCodePage(932);
     EXPECT_EQ(CharacterByteType("\x81", 0, 99), kFirstByte);

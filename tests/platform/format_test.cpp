@@ -2,8 +2,11 @@
 
 #include <krobase/format.h>
 
+#include <cstring>
 #include <limits>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -26,14 +29,15 @@ protected:
     void TearDown() override { platform::ResetAll(); }
 };
 
-// The text that GetLocaleInfoA stores, terminator included.
+// The text that GetLocaleInfoA stores.
 std::string LocaleText(unsigned int item)
 {
     char buffer[16];
     const int count =
         win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, buffer, sizeof(buffer));
     EXPECT_EQ(win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, nullptr, 0), count);
-    return std::string(buffer, static_cast<std::size_t>(count));
+    EXPECT_EQ(std::strlen(buffer) + 1, static_cast<std::size_t>(count));
+    return buffer;
 }
 
 UTF16String Wide(const std::string& text)
@@ -44,12 +48,7 @@ UTF16String Wide(const std::string& text)
 
 TEST_F(Format, StringsGoIntoTheirPlaces)
 {
-    struct Row
-    {
-        std::u16string text;
-        std::u16string filled;
-    };
-    const Row rows[] = {
+    const std::pair<std::u16string, std::u16string> rows[] = {
         {u"", u""},
         {u"@0", u"@1"}, // what is put in isn't looked at again
         {u"@1@0@1", u"one@1one"},
@@ -58,27 +57,18 @@ TEST_F(Format, StringsGoIntoTheirPlaces)
         {u"user@host", u"user@host"},
         {u"@10", u"one0"},
     };
-    for (const Row& row : rows)
+    for (const auto& [text, filled] : rows)
     {
-        EXPECT_EQ(ReplaceInString(Units(row.text), Units(u"@1"), Units(u"one"), Units(u""), {}, {},
-                                  {}, {}, {}, {}, Units(u"nine @0")),
-                  Units(row.filled));
+        EXPECT_EQ(ReplaceInString(Units(text), Units(u"@1"), Units(u"one"), Units(u""), {}, {}, {},
+                                  {}, {}, {}, Units(u"nine @0")),
+                  Units(filled));
     }
     EXPECT_EQ(ReplaceInString(Units(u"IssueNumber=@0)"), Units(u"7")), Units(u"IssueNumber=7)"));
 }
 
 TEST_F(Format, NumbersAreWritten)
 {
-    struct Row
-    {
-        double value;
-        std::size_t integerDigits;
-        std::size_t decimals;
-        unsigned int flags;
-        int most;
-        std::u16string text;
-    };
-    const Row rows[] = {
+    const std::tuple<double, std::size_t, std::size_t, unsigned int, int, std::u16string> rows[] = {
         // What the library asks for.
         {2.04, 1, 1, 0, 31, u"2.0"},
         {1023.9996, 1, 3, 0, 31, u"1024.000"},
@@ -110,12 +100,9 @@ TEST_F(Format, NumbersAreWritten)
         {-kNaN, 5, 2, 0, 31, u"nan"},
         {-0.0, 1, 1, 16, 31, u"+0.0"},
     };
-    for (const Row& row : rows)
-    {
-        SCOPED_TRACE(testing::Message() << row.value << " in " << row.most);
-        EXPECT_EQ(NumberToString(row.value, row.integerDigits, row.decimals, row.flags, row.most),
-                  Units(row.text));
-    }
+    for (const auto& [value, integerDigits, decimals, flags, most, text] : rows)
+        EXPECT_EQ(NumberToString(value, integerDigits, decimals, flags, most), Units(text))
+            << value << " in " << most;
     EXPECT_EQ(NumberToString(1e308, 1, 0, 9, 1000).size(), 309u + 102u);
 
     platform::SetUserLocale("de_DE");
@@ -125,15 +112,9 @@ TEST_F(Format, NumbersAreWritten)
 
 TEST_F(Format, NumbersAreRead)
 {
-    struct Row
-    {
-        std::string text;
-        long long whole;
-        double number;
-    };
     const long long kMost = std::numeric_limits<long long>::max();
     const long long kLeast = std::numeric_limits<long long>::min();
-    const Row rows[] = {
+    const std::tuple<std::string, long long, double> rows[] = {
         {"12abc", 12, 12},
         {" \t\r\n-7", -7, -7},
         {"+5", 5, 5},
@@ -159,36 +140,23 @@ TEST_F(Format, NumbersAreRead)
         {std::string(400, '9') + "e-10", kMost, kInfinity},
         {std::string(400, '9') + "e-395", 100000, 1e5},
     };
-    for (const Row& row : rows)
-    {
+    const auto expectRead = [](const std::string& text, long long expected, double number) {
         long long whole = -1;
-        double number = -1;
-        StringToNumber(whole, Wide(row.text), kReadNoLocaleMarks);
-        StringToNumber(number, Wide(row.text), kReadNoLocaleMarks);
-        EXPECT_EQ(number, row.number) << row.text;
-        EXPECT_EQ(whole, row.whole) << row.text;
-    }
+        double read = -1;
+        StringToNumber(whole, Wide(text), kReadNoLocaleMarks);
+        StringToNumber(read, Wide(text), kReadNoLocaleMarks);
+        EXPECT_EQ(read, number) << text;
+        EXPECT_EQ(whole, expected) << text;
+    };
+    for (const auto& [text, whole, number] : rows)
+        expectRead(text, whole, number);
     for (const char* none : {"", " ", "nonsense", "nan", "inf", "-", "+-5", ".", "e5", ",5", "- 5"})
-    {
-        long long whole = -1;
-        double number = -1;
-        StringToNumber(whole, Wide(none), kReadNoLocaleMarks);
-        StringToNumber(number, Wide(none), kReadNoLocaleMarks);
-        EXPECT_EQ(whole, -1) << none;
-        EXPECT_EQ(number, -1) << none;
-    }
+        expectRead(none, -1, -1);
 }
 
 TEST_F(Format, NumbersAreReadWithTheUsersMarks)
 {
-    struct Row
-    {
-        const char* locale;
-        unsigned int flags;
-        std::u16string text;
-        double number;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, unsigned int, std::u16string, double> rows[] = {
         {"en_US", 0, u"1,234,567.5", 1234567.5},
         {"en_US", 0, u"1,2,3.4,5", 123.4},
         {"en_US", 0, u"12, 13", 12},
@@ -201,103 +169,79 @@ TEST_F(Format, NumbersAreReadWithTheUsersMarks)
         {"de_CH", 0, u"1\u2019234.5", 1234.5},
         {"de_CH", 0, u"1,5", 1},
     };
-    for (const Row& row : rows)
+    for (const auto& [locale, flags, text, expected] : rows)
     {
-        SCOPED_TRACE(row.locale);
-        platform::SetUserLocale(row.locale);
+        SCOPED_TRACE(locale);
+        platform::SetUserLocale(locale);
         double number = 0;
-        StringToNumber(number, Units(row.text), row.flags);
-        EXPECT_EQ(number, row.number);
+        StringToNumber(number, Units(text), flags);
+        EXPECT_EQ(number, expected);
         long long whole = 0;
-        StringToNumber(whole, Units(row.text), row.flags);
-        EXPECT_EQ(whole, static_cast<long long>(row.number));
+        StringToNumber(whole, Units(text), flags);
+        EXPECT_EQ(whole, static_cast<long long>(expected));
     }
 }
 
 TEST_F(Format, MarksAreThoseOfTheUsersLocale)
 {
-    struct Row
-    {
-        const char* locale;
-        unsigned int codePage;
-        std::string decimal;
-        std::string thousands;
-        std::u16string number;
+    typedef std::tuple<const char*, unsigned int, const char*, const char*, std::u16string> Marks;
+    const Marks rows[] = {
+        {nullptr, 1252, ".", ",", u"1,234.5"},
+        {"de_DE", 1252, ",", ".", u"1.234,5"},
+        {"en_US", 1252, ".", ",", u"1,234.5"},
+        {"fr_FR", 1252, ",", "\xA0", u"1\u00A0234,5"},
+        {"fr_FR", 65001, ",", "\xC2\xA0", u"1\u00A0234,5"},
+        {"fr_CA.UTF-8", 1252, ",", "\xA0", u"1\u00A0234,5"},
+        {"de_CH", 1252, ".", "\x92", u"1\u2019234.5"},
+        {"fa_IR", 65001, ".", ",", u"1,234.5"}, // with the digits of ASCII
+        {"xx_YY", 1252, ".", ",", u"1,234.5"},
+        {"de_DE", 1252, ",", ".", u"1.234,5"},
+        {"", 1252, ".", ",", u"1,234.5"},
     };
-    const std::string kNone(1, '\0');
-    const Row rows[] = {
-        {nullptr, 1252, "." + kNone, "," + kNone, u"1,234.5"},
-        {"de_DE", 1252, "," + kNone, "." + kNone, u"1.234,5"},
-        {"en_US", 1252, "." + kNone, "," + kNone, u"1,234.5"},
-        {"fr_FR", 1252, "," + kNone, "\xA0" + kNone, u"1\u00A0234,5"},
-        {"fr_FR", 65001, "," + kNone, "\xC2\xA0" + kNone, u"1\u00A0234,5"},
-        {"fr_CA.UTF-8", 1252, "," + kNone, "\xA0" + kNone, u"1\u00A0234,5"},
-        {"de_CH", 1252, "." + kNone, "\x92" + kNone, u"1\u2019234.5"},
-        {"fa_IR", 65001, "." + kNone, "," + kNone, u"1,234.5"}, // with the digits of ASCII
-        {"xx_YY", 1252, "." + kNone, "," + kNone, u"1,234.5"},
-        {"de_DE", 1252, "," + kNone, "." + kNone, u"1.234,5"},
-        {"", 1252, "." + kNone, "," + kNone, u"1,234.5"},
-    };
-    for (const Row& row : rows)
+    for (const auto& [locale, codePage, decimal, thousands, marked] : rows)
     {
-        SCOPED_TRACE(row.locale ? row.locale : "none");
-        const ScActiveCodePage active(row.codePage);
-        platform::SetUserLocale(row.locale);
-        EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), row.decimal);
-        EXPECT_EQ(LocaleText(win32::kLocaleThousandsMark), row.thousands);
+        SCOPED_TRACE(locale ? locale : "none");
+        const ScActiveCodePage active(codePage);
+        platform::SetUserLocale(locale);
+        EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), decimal);
+        EXPECT_EQ(LocaleText(win32::kLocaleThousandsMark), thousands);
         UTF16String number = Units(u"1,234.5");
         InternationalizeNum(number);
-        EXPECT_EQ(number, Units(row.number));
+        EXPECT_EQ(number, Units(marked));
         DeInternationalizeNum(number);
         EXPECT_EQ(number, Units(u"1,234.5"));
     }
     platform::SetUserLocale("de_DE");
     platform::ResetAll();
-    EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), "." + kNone);
+    EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), ".");
 }
 
 TEST_F(Format, NarrowMarksAreExchangedIfAllIsASCII)
 {
-    struct Row
-    {
-        const char* locale;
-        const char* text;
-        bool done;
-        const char* marked;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, bool, std::string> rows[] = {
         {"de_DE", "1,234.5", true, "1.234,5"},
         {"fr_FR", "1234.5", true, "1234,5"},
         {"fr_FR", "1,234.5", false, "1,234.5"},
         {"de_DE", "1.5 \xE9", false, "1.5 \xE9"},
     };
-    for (const Row& row : rows)
+    for (const auto& [locale, plain, done, marked] : rows)
     {
-        SCOPED_TRACE(row.text);
-        platform::SetUserLocale(row.locale);
-        std::string text = row.text;
-        EXPECT_EQ(InternationalizeNum(&text[0]), row.done);
-        EXPECT_EQ(text, row.marked);
-        if (row.done)
+        platform::SetUserLocale(locale);
+        std::string text = plain;
+        EXPECT_EQ(InternationalizeNum(&text[0]), done);
+        EXPECT_EQ(text, marked);
+        if (done)
         {
             EXPECT_TRUE(DeInternationalizeNum(&text[0]));
-            EXPECT_EQ(text, row.text);
+            EXPECT_EQ(text, plain);
         }
     }
 }
 
 TEST_F(Format, LocaleInfoRefusesWhatItDoesntKnow)
 {
-    struct Row
-    {
-        unsigned int locale;
-        unsigned int item;
-        bool hasBuffer;
-        int size;
-        unsigned int error;
-    };
     const unsigned int kUser = win32::kLocaleUserDefault;
-    const Row rows[] = {
+    const std::tuple<unsigned int, unsigned int, bool, int, unsigned int> rows[] = {
         {kUser, 14, true, 1, win32::kErrorInsufficientBuffer},
         {kUser, 14, true, -1, win32::kErrorInvalidParameter},
         {kUser, 14, false, 2, win32::kErrorInvalidParameter},
@@ -305,21 +249,18 @@ TEST_F(Format, LocaleInfoRefusesWhatItDoesntKnow)
         {1033, 14, true, 16, win32::kErrorInvalidParameter},
         {kUser, 14, true, 2, 0},
     };
-    for (const Row& row : rows)
+    for (const auto& [locale, item, hasBuffer, size, error] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.locale << " " << row.item << " " << row.size);
+        SCOPED_TRACE(testing::Message() << locale << " " << item << " " << size);
         char bytes[16] = "#";
         unsigned short units[16] = {};
-        const int expected = row.error ? 0 : 2;
         win32::SetLastError(0);
-        EXPECT_EQ(
-            win32::GetLocaleInfoA(row.locale, row.item, row.hasBuffer ? bytes : nullptr, row.size),
-            expected);
-        EXPECT_EQ(win32::GetLastError(), row.error);
+        EXPECT_EQ(win32::GetLocaleInfoA(locale, item, hasBuffer ? bytes : nullptr, size),
+                  error ? 0 : 2);
+        EXPECT_EQ(win32::GetLastError(), error);
         win32::SetLastError(0);
-        EXPECT_EQ(
-            win32::GetLocaleInfoW(row.locale, row.item, row.hasBuffer ? units : nullptr, row.size),
-            expected);
-        EXPECT_EQ(win32::GetLastError(), row.error);
+        EXPECT_EQ(win32::GetLocaleInfoW(locale, item, hasBuffer ? units : nullptr, size),
+                  error ? 0 : 2);
+        EXPECT_EQ(win32::GetLastError(), error);
     }
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -54,20 +55,15 @@ TEST_F(Log, ASinkThatIsReplacedMayLogAtItsEnd)
 
 TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
 {
-    struct Row
-    {
-        const char* setting;
-        int highestWritten;
-    };
-    const Row kRows[] = {
+    const std::pair<const char*, int> kRows[] = {
         {"0", 0}, {"2", 2}, {"", 0}, {"loud", 0}, {"2x", 0}, {"4294967298", 0}, {"-1", -1},
     };
-    for (const Row& row : kRows)
+    for (const auto& [setting, highestWritten] : kRows)
     {
-        SCOPED_TRACE(row.setting);
-        setenv("U_LOG_LEVEL", row.setting, 1);
+        SCOPED_TRACE(setting);
+        setenv("U_LOG_LEVEL", setting, 1);
         std::string expected;
-        for (int level = 0; level <= row.highestWritten; ++level)
+        for (int level = 0; level <= highestWritten; ++level)
             expected +=
                 "[" + std::to_string(level) + "] memory budget: at " + std::to_string(level) + "\n";
         EXPECT_EXIT(

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <future>
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -53,12 +55,8 @@ std::string Encode(unsigned int codePage, const std::u16string& units,
     return bytes;
 }
 
-struct PageRow
-{
-    unsigned int codePage;
-    std::string bytes;
-    std::u16string units;
-};
+// A text in a code page and in UTF-16.
+typedef std::tuple<unsigned int, std::string, std::u16string> PageRow;
 
 TEST(CodePages, CharactersGoBothWays)
 {
@@ -86,11 +84,10 @@ TEST(CodePages, CharactersGoBothWays)
         {65001, "a\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"a\u0080\u07FF\u0800\uFFFF"},
         {65001, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF"},
     };
-    for (const PageRow& row : kRows)
+    for (const auto& [codePage, bytes, units] : kRows)
     {
-        SCOPED_TRACE(row.codePage);
-        EXPECT_EQ(Decode(row.codePage, row.bytes), row.units);
-        EXPECT_EQ(Encode(row.codePage, row.units), row.bytes);
+        EXPECT_EQ(Decode(codePage, bytes), units) << codePage;
+        EXPECT_EQ(Encode(codePage, units), bytes) << codePage;
     }
 }
 
@@ -105,11 +102,8 @@ TEST(CodePages, BytesThatAreNoCharacterGiveTheDefault)
         {949, "\xFE\x30z", u"?z"},
         {950, "\x81\x20z", u"?z"},
     };
-    for (const PageRow& row : kRows)
-    {
-        SCOPED_TRACE(row.codePage);
-        EXPECT_EQ(Decode(row.codePage, row.bytes), row.units);
-    }
+    for (const auto& [codePage, bytes, units] : kRows)
+        EXPECT_EQ(Decode(codePage, bytes), units) << codePage;
 }
 
 TEST(CodePages, EverySingleByteComesBack)
@@ -151,13 +145,8 @@ TEST(CodePages, WhatEncodesWithoutTheDefaultIsACharacter)
 
 TEST(CodePages, MissingCharactersFitAsWellAsTheyCan)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char16_t* units;
-        const char* bytes; // null: the default character
-    };
-    const Row kRows[] = {
+    // Null bytes stand for the default character.
+    const std::tuple<unsigned int, std::u16string, const char*> kRows[] = {
         {1252, u"\u0100\u0142\u0110", "AlD"},
         {1252, u"\u1EBF", "\xEA"}, // one mark goes, the other stays
         {1258, u"\u1EBF", "\xEA"},
@@ -171,56 +160,37 @@ TEST(CodePages, MissingCharactersFitAsWellAsTheyCan)
         {949, u"\uD7B0", nullptr},
         {1252, u"\U0001D400", nullptr},
     };
-    for (const Row& row : kRows)
+    for (const auto& [codePage, units, fit] : kRows)
     {
-        SCOPED_TRACE(testing::Message() << row.codePage << " " << std::hex << int(row.units[0]));
-        const std::u16string units = row.units;
+        SCOPED_TRACE(testing::Message() << codePage << " " << std::hex << int(units[0]));
         int usedDefault = -1;
-        const std::string bytes = Encode(row.codePage, units, nullptr, &usedDefault);
-        EXPECT_EQ(bytes, row.bytes ? std::string(row.bytes) : std::string(units.size(), '?'));
-        EXPECT_EQ(usedDefault, row.bytes ? 0 : 1);
+        EXPECT_EQ(Encode(codePage, units, nullptr, &usedDefault),
+                  fit ? fit : std::string(units.size(), '?'));
+        EXPECT_EQ(usedDefault, fit ? 0 : 1);
     }
 }
 
 TEST(CodePages, TheDefaultCharacterIsTheCallers)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* defaultCharacter;
-        std::u16string units;
-        std::string bytes;
-        int usedDefault;
-    };
-    const Row kRows[] = {
+    const std::tuple<unsigned int, const char*, std::u16string, std::string, int> kRows[] = {
         {1252, "*", u"a\u65E5b\xD83C\xDFACz", "a*b**z", 1},
         {1252, "\x81\x40", u"\u65E5", "\x81", 1}, // no page with lead bytes
-        {932, "\x81\x40", u"a\u0E01b\xD83C",
-         "a\x81\x40"
-         "b\x81\x40",
-         1},
+        {932, "\x81\x40", u"a\u0E01z\xD83C", "a\x81\x40z\x81\x40", 1},
         {932, "\x81", u"\u0E01", "\x81", 1},
         {1252, "*", u"plain", "plain", 0},
         {1252, "*", std::u16string(u"\0", 1), std::string("\0", 1), 0},
     };
-    for (const Row& row : kRows)
+    for (const auto& [codePage, defaultCharacter, units, bytes, isUsed] : kRows)
     {
-        SCOPED_TRACE(row.bytes);
         int usedDefault = -1;
-        EXPECT_EQ(Encode(row.codePage, row.units, row.defaultCharacter, &usedDefault), row.bytes);
-        EXPECT_EQ(usedDefault, row.usedDefault);
+        EXPECT_EQ(Encode(codePage, units, defaultCharacter, &usedDefault), bytes);
+        EXPECT_EQ(usedDefault, isUsed) << bytes;
     }
 }
 
 TEST(CodePages, LeadBytesByPage)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* leads;
-        const char* others;
-    };
-    const Row kRows[] = {
+    const std::tuple<unsigned int, const char*, const char*> kRows[] = {
         {932, "\x81\x9F\xE0\xFC", "A\x80\xA0\xDF\xFD\xFF"},
         {10001, "\x81\x9F\xE0\xFC", "A\x80\xA0\xDF\xFD\xFF"},
         {936, "\x81\xA0\xFE", "A\x80\xFF"},
@@ -230,13 +200,13 @@ TEST(CodePages, LeadBytesByPage)
         {65001, "", "\xC3\xE0"},
         {437, "", "\x81\xE0"},
     };
-    for (const Row& row : kRows)
+    for (const auto& [codePage, leads, others] : kRows)
     {
-        SCOPED_TRACE(row.codePage);
-        for (const char* lead = row.leads; *lead; ++lead)
-            EXPECT_TRUE(win32::IsDBCSLeadByteEx(row.codePage, static_cast<unsigned char>(*lead)));
-        for (const char* other = row.others; *other; ++other)
-            EXPECT_FALSE(win32::IsDBCSLeadByteEx(row.codePage, static_cast<unsigned char>(*other)));
+        SCOPED_TRACE(codePage);
+        for (const char lead : std::string(leads))
+            EXPECT_TRUE(win32::IsDBCSLeadByteEx(codePage, static_cast<unsigned char>(lead)));
+        for (const char other : std::string(others))
+            EXPECT_FALSE(win32::IsDBCSLeadByteEx(codePage, static_cast<unsigned char>(other)));
     }
 }
 
@@ -259,60 +229,47 @@ TEST(CodePages, TheActiveOneIsTheHosts)
 
 TEST(CodePages, ThreadsMayMeetAtTheFirstUse)
 {
-    std::vector<std::thread> threads;
-    std::vector<std::u16string> texts(4);
-    for (std::u16string& text : texts)
-    {
-        threads.emplace_back([&text] {
-            for (const unsigned int codePage : kTabledPages)
-                text += Decode(codePage, "a\xC4\xE3z");
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const std::u16string& text : texts)
-        EXPECT_EQ(text, texts[0]);
-    EXPECT_EQ(texts[0].substr(3, 3), u"a\u4F60z");
+    const auto decodeAll = [] {
+        std::u16string text;
+        for (const unsigned int codePage : kTabledPages)
+            text += Decode(codePage, "a\xC4\xE3z");
+        return text;
+    };
+    std::vector<std::future<std::u16string>> texts(4);
+    for (auto& text : texts)
+        text = std::async(std::launch::async, decodeAll);
+    const std::u16string expected = texts[0].get();
+    for (std::size_t i = 1; i < texts.size(); ++i)
+        EXPECT_EQ(texts[i].get(), expected);
+    EXPECT_EQ(expected.substr(3, 3), u"a\u4F60z");
 }
 
 TEST(UTF8, IllFormedBytesAreReplaced)
 {
-    struct Row
-    {
-        const char* bytes;
-        const char16_t* units;
+    // By the number of characters that replace them.
+    const std::vector<std::string> kBytes[] = {
+        {},
+        {"\x80", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F", "\xF0\x9F\x8E"},
+        {"\xC0\x80", "\xC1\xBF"},
+        {"\xE0\x80\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xB0\x80", "\xF5\x80\xFF"},
+        {"\xF0\x80\x80\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80"},
     };
-    const Row kRows[] = {
-        {"\x80", u"\uFFFD"},
-        {"\xC0\x80", u"\uFFFD\uFFFD"},
-        {"\xC1\xBF", u"\uFFFD\uFFFD"},
-        {"\xC3", u"\uFFFD"},
-        {"\xC3z", u"\uFFFDz"},
-        {"\xC3\xC3\xA9", u"\uFFFD\u00E9"},
-        {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},
-        {"\xE0\x9F\xBFz", u"\uFFFD\uFFFD\uFFFDz"},
-        {"\xE2\x82", u"\uFFFD"},
-        {"\xE2\x82z", u"\uFFFDz"},
-        {"\xE2z", u"\uFFFDz"},
-        {"\xED\xA0\x80\xED\xB0\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"\xED\x9F\xBF\xEE\x80\x80", u"\uD7FF\uE000"},
-        {"\xF0\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"\xF0\x9F\x8E", u"\uFFFD"},
-        {"\xF0\x9F\x8Ez", u"\uFFFDz"},
-        {"\xF0\x9Fz", u"\uFFFDz"},
-        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"\xF5\x80\xFF", u"\uFFFD\uFFFD\uFFFD"},
-    };
-    for (const Row& row : kRows)
+    // Behind other text and in front of it the runs take other ways.
+    const std::string letters(60, 'x');
+    const std::u16string wide(60, u'x');
+    for (std::size_t count = 1; count < std::size(kBytes); ++count)
     {
-        SCOPED_TRACE(testing::PrintToString(row.bytes));
-        EXPECT_EQ(Decode(65001, row.bytes), row.units);
-        // Behind other text and in front of it the runs take other ways.
-        const std::string letters(60, 'x');
-        const std::u16string wide(60, u'x');
-        EXPECT_EQ(Decode(65001, letters + row.bytes + letters), wide + row.units + wide);
+        const std::u16string replaced(count, u'\uFFFD');
+        for (const std::string& bytes : kBytes[count])
+        {
+            SCOPED_TRACE(testing::PrintToString(bytes));
+            EXPECT_EQ(Decode(65001, bytes), replaced);
+            EXPECT_EQ(Decode(65001, bytes + "z"), replaced + u"z");
+            EXPECT_EQ(Decode(65001, bytes + "\xC3\xA9"), replaced + u"\u00E9");
+            EXPECT_EQ(Decode(65001, letters + bytes + letters), wide + replaced + wide);
+        }
     }
+    EXPECT_EQ(Decode(65001, "\xED\x9F\xBF\xEE\x80\x80"), u"\uD7FF\uE000");
 }
 
 TEST(UTF8, HalvesOfSurrogatePairsAreReplaced)
@@ -349,64 +306,57 @@ Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
     return text;
 }
 
-// With the capacity cut everywhere: nothing is written behind it, and what is
-// converted is the head of the whole.
+// Converts with the capacity cut everywhere: nothing is written behind it, and
+// what is converted is the head of the whole. A character of so many places may
+// be lost at the end.
+template <class Text, class Convert>
+void ExpectBoundaries(const Text& whole, std::size_t places, const Convert& convert)
+{
+    const typename Text::value_type kUntouched = '#';
+    const int count = static_cast<int>(whole.size());
+    for (int capacity = 1; capacity <= count + 1; ++capacity)
+    {
+        Text text(whole.size() + 2, kUntouched);
+        win32::SetLastError(0);
+        ASSERT_EQ(convert(text, capacity), capacity < count ? 0 : count);
+        ASSERT_EQ(win32::GetLastError(), capacity < count ? 122u : 0u);
+        const std::size_t fits = static_cast<std::size_t>(std::min(capacity, count));
+        const std::size_t sure = fits < places ? 0 : fits - places;
+        ASSERT_EQ(text.compare(0, sure, whole, 0, sure), 0);
+        ASSERT_EQ(text.find_first_not_of(kUntouched, fits), Text::npos);
+    }
+}
+
 void ExpectBoundaries(unsigned int codePage, const Piece& text)
 {
-    const int byteCount = static_cast<int>(text.bytes.size());
-    const int unitCount = static_cast<int>(text.units.size());
-    for (int capacity = 1; capacity <= unitCount + 1; ++capacity)
-    {
-        std::u16string units(text.units.size() + 2, u'\uAAAA');
-        win32::SetLastError(0);
-        const int count = win32::MultiByteToWideChar(codePage, 0, text.bytes.data(), byteCount,
-                                                     Units(units), capacity);
-        ASSERT_EQ(count, capacity < unitCount ? 0 : unitCount);
-        ASSERT_EQ(win32::GetLastError(), capacity < unitCount ? 122u : 0u);
-        const std::size_t fits = static_cast<std::size_t>(std::min(capacity, unitCount));
-        // The last place may be too small for a pair.
-        ASSERT_EQ(units.compare(0, fits - 1, text.units, 0, fits - 1), 0);
-        ASSERT_EQ(units.find_first_not_of(u'\uAAAA', fits), std::u16string::npos);
-    }
-    for (int capacity = 1; capacity <= byteCount + 1; ++capacity)
-    {
-        std::string bytes(text.bytes.size() + 2, '#');
-        win32::SetLastError(0);
-        const int count = win32::WideCharToMultiByte(codePage, 0, Units(text.units), unitCount,
-                                                     &bytes[0], capacity, nullptr, nullptr);
-        ASSERT_EQ(count, capacity < byteCount ? 0 : byteCount);
-        ASSERT_EQ(win32::GetLastError(), capacity < byteCount ? 122u : 0u);
-        const std::size_t fits = static_cast<std::size_t>(std::min(capacity, byteCount));
-        const std::size_t sure = fits < 3 ? 0 : fits - 3;
-        ASSERT_EQ(bytes.compare(0, sure, text.bytes, 0, sure), 0);
-        ASSERT_EQ(bytes.find_first_not_of('#', fits), std::string::npos);
-    }
+    ExpectBoundaries(text.units, 1, [&](std::u16string& units, int capacity) {
+        return win32::MultiByteToWideChar(codePage, 0, text.bytes.data(),
+                                          static_cast<int>(text.bytes.size()), Units(units),
+                                          capacity);
+    });
+    ExpectBoundaries(text.bytes, 3, [&](std::string& bytes, int capacity) {
+        return win32::WideCharToMultiByte(codePage, 0, Units(text.units),
+                                          static_cast<int>(text.units.size()), &bytes[0], capacity,
+                                          nullptr, nullptr);
+    });
 }
 
 TEST(Conversions, AllLengthsAndCapacities)
 {
+    const Piece a = {"a", u"a"};
+    const Piece run = {"a long run of seventeen", u"a long run of seventeen"};
     const std::pair<unsigned int, std::vector<Piece>> kTexts[] = {
         {65001,
-         {{"a", u"a"},
-          {"a long run of seventeen", u"a long run of seventeen"},
+         {a,
+          run,
           {"\xC3\xA9", u"\u00E9"},
           {"\xD0\x96 ", u"\u0416 "},
           {"\xE3\x81\x82", u"\u3042"},
           {"\xE3\x81\x82\xE6\x97\xA5", u"\u3042\u65E5"},
           {"\xF0\x9F\x8E\xAC", u"\U0001F3AC"}}},
-        {1252,
-         {{"a", u"a"},
-          {"a long run of seventeen", u"a long run of seventeen"},
-          {"\x80", u"\u20AC"}}},
-        {932,
-         {{"a", u"a"},
-          {"a long run of seventeen", u"a long run of seventeen"},
-          {"\xB1", u"\uFF71"},
-          {"\x95\\", u"\u8868"}}},
-        {10001,
-         {{"a\x80", u"a\\"},
-          {"a long run of seventeen", u"a long run of seventeen"},
-          {"\x82\xA0", u"\u3042"}}},
+        {1252, {a, run, {"\x80", u"\u20AC"}}},
+        {932, {a, run, {"\xB1", u"\uFF71"}, {"\x95\\", u"\u8868"}}},
+        {10001, {run, {"a\x80", u"a\\"}, {"\x82\xA0", u"\u3042"}}},
     };
     std::mt19937 random(1);
     for (const auto& texts : kTexts)
@@ -444,26 +394,21 @@ TEST(Conversions, BadArgumentsAreToldApart)
     char toBytes[8] = {};
     char* const inside = reinterpret_cast<char*>(toUnits) + 1;
     int used = 0;
-    struct Row
-    {
-        int result;
-        unsigned int error;
-    };
-    // The braces run the calls in order, and each leaves its error behind.
+    // The error of a call that gives nothing.
     const auto decode = [](unsigned int page, unsigned int flags, const char* from, int count,
                            unsigned short* to, int capacity) {
         win32::SetLastError(0);
-        const int result = win32::MultiByteToWideChar(page, flags, from, count, to, capacity);
-        return Row{result, win32::GetLastError()};
+        EXPECT_EQ(win32::MultiByteToWideChar(page, flags, from, count, to, capacity), 0);
+        return win32::GetLastError();
     };
     const auto encode = [](unsigned int page, unsigned int flags, const unsigned short* from,
                            int count, char* to, int capacity, const char* wanted, int* flag) {
         win32::SetLastError(0);
-        const int result =
-            win32::WideCharToMultiByte(page, flags, from, count, to, capacity, wanted, flag);
-        return Row{result, win32::GetLastError()};
+        EXPECT_EQ(win32::WideCharToMultiByte(page, flags, from, count, to, capacity, wanted, flag),
+                  0);
+        return win32::GetLastError();
     };
-    const std::pair<Row, unsigned int> kRows[] = {
+    const std::pair<unsigned int, unsigned int> kErrors[] = {
         {decode(437, 0, bytes, 4, toUnits, 8), 87},
         {decode(1252, 0, nullptr, 4, toUnits, 8), 87},
         {decode(1252, 0, bytes, 0, toUnits, 8), 87},
@@ -487,14 +432,10 @@ TEST(Conversions, BadArgumentsAreToldApart)
         {encode(1252, 0, units, 2, toBytes, 1, nullptr, nullptr), 122},
         {encode(1252, 0, toUnits, 4, inside, 8, nullptr, nullptr), 87},
     };
-    for (const auto& row : kRows)
-    {
-        SCOPED_TRACE(&row - kRows);
-        EXPECT_EQ(row.first.result, 0);
-        EXPECT_EQ(row.first.error, row.second);
-    }
+    for (const auto& error : kErrors)
+        EXPECT_EQ(error.first, error.second) << "row " << &error - kErrors;
     // Neighbours don't overlap.
-    EXPECT_EQ(decode(1252, 0, inside - 1, 2, toUnits + 1, 2).result, 2);
+    EXPECT_EQ(win32::MultiByteToWideChar(1252, 0, inside - 1, 2, toUnits + 1, 2), 2);
 }
 
 TEST(Conversions, TheLastErrorIsTheThreadsAndStays)

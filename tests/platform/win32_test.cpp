@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -36,13 +37,7 @@ std::u16string Format(unsigned int flags, unsigned int code)
 
 TEST(Messages, SystemKnowsPlainCodesAndResults)
 {
-    struct Row
-    {
-        unsigned int flags;
-        unsigned int code;
-        const char16_t* text;
-    };
-    const Row kRows[] = {
+    const std::tuple<unsigned int, unsigned int, const char16_t*> kRows[] = {
         {kSystemText, 0, u"Success.\r\n"},
         {kSystemText, 5, u"Permission denied.\r\n"},
         {kSystemText, 0x80070005, u"Permission denied.\r\n"},
@@ -55,10 +50,10 @@ TEST(Messages, SystemKnowsPlainCodesAndResults)
         {kSystemText & ~win32::kFormatAllocateBuffer, 5, u""},
         {kSystemText | 0x2000, 5, u""},
     };
-    for (const Row& row : kRows)
+    for (const auto& [flags, code, text] : kRows)
     {
-        SCOPED_TRACE(testing::Message() << std::hex << row.flags << " " << row.code);
-        EXPECT_EQ(Format(row.flags, row.code), row.text);
+        SCOPED_TRACE(testing::Message() << std::hex << flags << " " << code);
+        EXPECT_EQ(Format(flags, code), text);
     }
 }
 
@@ -77,13 +72,7 @@ void Raise(const char* name, unsigned int threadId, unsigned int argumentCount)
 
 TEST(Win32Threads, NamesAreCutAtACharacter)
 {
-    struct Row
-    {
-        const char* name;
-        const char* shown;
-        unsigned int argumentCount;
-    };
-    const Row kRows[] = {
+    const std::tuple<const char*, const char*, unsigned int> kRows[] = {
         {"Render 1", "Render 1", 6},
         {"fifteen letters", "fifteen letters", 6},
         {"sixteen letters!", "sixteen letters", 6},
@@ -94,12 +83,12 @@ TEST(Win32Threads, NamesAreCutAtACharacter)
         {"truncated", "before", 5},
     };
     std::thread([&] {
-        for (const Row& row : kRows)
+        for (const auto& [name, shown, argumentCount] : kRows)
         {
-            SCOPED_TRACE(row.shown);
+            SCOPED_TRACE(shown);
             Raise("before", ~0u, 6);
-            Raise(row.name, ~0u, row.argumentCount);
-            EXPECT_EQ(NameOf(pthread_self()), row.shown);
+            Raise(name, ~0u, argumentCount);
+            EXPECT_EQ(NameOf(pthread_self()), shown);
         }
         win32::RaiseException(win32::kThreadNamingException, 0, 6, nullptr);
         Raise("another's", win32::GetCurrentThreadId() + 1, 6);
@@ -165,16 +154,9 @@ TEST(VirtualMemory, AReservationGivesNoAccess)
 
 TEST(VirtualMemory, RefusesWhatItCanNotDo)
 {
-    struct Row
-    {
-        void* address;
-        std::size_t size;
-        unsigned int type;
-        unsigned int protection;
-    };
     char somewhere = 0;
     const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
-    const Row kRows[] = {
+    const std::tuple<void*, std::size_t, unsigned int, unsigned int> kRows[] = {
         {&somewhere, 1, kBoth, win32::kPageReadWrite},
         {nullptr, 0, kBoth, win32::kPageReadWrite},
         {nullptr, SIZE_MAX, kBoth, win32::kPageReadWrite},
@@ -183,10 +165,10 @@ TEST(VirtualMemory, RefusesWhatItCanNotDo)
         {nullptr, 1, kBoth | win32::kMemRelease, win32::kPageReadWrite},
         {nullptr, 1, kBoth, win32::kPageNoAccess},
     };
-    for (const Row& row : kRows)
+    for (const auto& [address, size, type, protection] : kRows)
     {
-        SCOPED_TRACE(testing::Message() << std::hex << row.size << " " << row.type);
-        EXPECT_EQ(win32::VirtualAlloc(row.address, row.size, row.type, row.protection), nullptr);
+        SCOPED_TRACE(testing::Message() << std::hex << size << " " << type);
+        EXPECT_EQ(win32::VirtualAlloc(address, size, type, protection), nullptr);
     }
 }
 
