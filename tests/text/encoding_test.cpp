@@ -4,6 +4,8 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -67,13 +69,7 @@ private:
 
 TEST(Encoding, TextGoesToUTF16AndBackInTheActiveCodePage)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string bytes;
-        std::u16string units;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::string, std::u16string> rows[] = {
         {1252, "a\xE9\x80", u"a\u00E9\u20AC"},
         {1252, std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
         {1251, "\xCF\xF0\xBC", u"\u041F\u0440\u0458"},
@@ -82,40 +78,34 @@ TEST(Encoding, TextGoesToUTF16AndBackInTheActiveCodePage)
         {65001, "\xE3\x82\xBD\xE3\x82\xBD\xE3\x82\xBD", u"\u30BD\u30BD\u30BD"},
         {1252, "", u""},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, bytes, units] : rows)
     {
-        SCOPED_TRACE(row.codePage);
-        const ScActiveCodePage active(row.codePage);
-        EXPECT_EQ(U_GetPlatformSpecificCurrentTextEncodingForSerialization(), row.codePage);
-        EXPECT_EQ(U_MBToUTF16String(row.bytes), Units(row.units));
-        EXPECT_EQ(U_MBToUTF16String(row.bytes.c_str()), Units(row.units.c_str()));
-        EXPECT_EQ(U_UTF16ToMBString(Units(row.units), true), row.bytes);
-        EXPECT_EQ(U_UTF16ToMBString(Units(row.units).c_str(), true), row.bytes.c_str());
+        SCOPED_TRACE(codePage);
+        const ScActiveCodePage active(codePage);
+        EXPECT_EQ(U_GetPlatformSpecificCurrentTextEncodingForSerialization(), codePage);
+        EXPECT_EQ(U_MBToUTF16String(bytes), Units(units));
+        EXPECT_EQ(U_MBToUTF16String(bytes.c_str()), Units(units.c_str()));
+        EXPECT_EQ(U_UTF16ToMBString(Units(units), true), bytes);
+        EXPECT_EQ(U_UTF16ToMBString(Units(units).c_str(), true), bytes.c_str());
     }
 }
 
 TEST(Encoding, TheIncrementTravelsUnderASubstitute)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string bytes;
-        std::u16string back;
-    };
     const std::u16string sign = u"x\u2206y\u2206";
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::string, std::u16string> rows[] = {
         {1252, "x\xBCy\xBC", sign},
         {1251, "x\x86y\x86", sign},
         {65001, "x\xE2\x88\x86y\xE2\x88\x86", sign},
         {932, "x?y?", u"x?y?"}, // that page lacks the substitute as well
         {1252, "x\xBCy\xBC", sign},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, bytes, back] : rows)
     {
-        SCOPED_TRACE(row.codePage);
-        const ScActiveCodePage active(row.codePage);
-        EXPECT_EQ(U_UTF16ToMBString(Units(sign), false), row.bytes);
-        EXPECT_EQ(U_MBToUTF16String(row.bytes), Units(row.back));
+        SCOPED_TRACE(codePage);
+        const ScActiveCodePage active(codePage);
+        EXPECT_EQ(U_UTF16ToMBString(Units(sign), false), bytes);
+        EXPECT_EQ(U_MBToUTF16String(bytes), Units(back));
     }
     EXPECT_EQ(U_UTF16ToMBString(Units(sign), true), "x\xBCy\xBC");
     const ScActiveCodePage active(65001);
@@ -124,27 +114,20 @@ TEST(Encoding, TheIncrementTravelsUnderASubstitute)
 
 TEST(Encoding, ExactRefusesWhatThePageLacks)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::u16string units;
-        int thrown;
-        std::string inexact;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::u16string, int, std::string> rows[] = {
         {1252, u"a\u4E00b", 10, "a?b"},        {1252, u"\u0101", 0, "a"}, // a near one will do
         {1252, u"\u00E9", 0, "\xE9"},          {1251, u"\u00BC", 10, "?"},
         {932, u"\u4E00", 0, "\x88\xEA"},       {65001, u"\u4E00", 0, "\xE4\xB8\x80"},
         {65001, u"\xD800", 0, "\xEF\xBF\xBD"},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, wide, thrown, inexact] : rows)
     {
-        SCOPED_TRACE(row.inexact);
-        const ScActiveCodePage active(row.codePage);
-        const U_UTF16String units = Units(row.units);
-        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units, true); }), row.thrown);
-        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units.c_str(), true); }), row.thrown);
-        EXPECT_EQ(U_UTF16ToMBString(units, false), row.inexact);
+        SCOPED_TRACE(inexact);
+        const ScActiveCodePage active(codePage);
+        const U_UTF16String units = Units(wide);
+        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units, true); }), thrown);
+        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units.c_str(), true); }), thrown);
+        EXPECT_EQ(U_UTF16ToMBString(units, false), inexact);
     }
 }
 
@@ -164,14 +147,7 @@ TEST(Encoding, ATextTooLongToBeCountedIsRefused)
 
 TEST(Encoding, EncodedTextIsReadByCodePageOrMacintoshEncoding)
 {
-    struct Row
-    {
-        unsigned char isCodePage;
-        unsigned int encoding;
-        const char* bytes;
-        std::u16string units;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned char, unsigned int, const char*, std::u16string> rows[] = {
         {0, 0, "\x8E", u"\u00E9"},
         {0, 1, "\x83\x5C\xFD", u"\u30BD\u00A9"},
         {0, 7, "\x80", u"\u0410"},
@@ -184,50 +160,41 @@ TEST(Encoding, EncodedTextIsReadByCodePageOrMacintoshEncoding)
         {1, 65001, "\xC2\xBC", u"\u00BC"},
         {1, 0, "\xE9\xBC", u"\u00E9\u2206"},
     };
-    for (const Row& row : rows)
+    for (const auto& [isCodePage, encoding, bytes, units] : rows)
     {
-        SCOPED_TRACE(row.encoding);
-        EXPECT_EQ(U_ConvertEncodedStringToUnicode(row.isCodePage, row.encoding, row.bytes),
-                  Units(row.units));
+        SCOPED_TRACE(encoding);
+        EXPECT_EQ(U_ConvertEncodedStringToUnicode(isCodePage, encoding, bytes), Units(units));
     }
 }
 
 TEST(Encoding, EnglishTextGoesIntoTheActivePage)
 {
-    struct Row
+    const std::pair<unsigned int, const char*> rows[] = {
+        {1252, "\xE9\x99\xBC"},
+        {932, "e??"},
+        {1251, "e\x99?"},
+        {65001, "\xC3\xA9\xE2\x84\xA2\xE2\x88\x86"}};
+    for (const auto& [codePage, bytes] : rows)
     {
-        unsigned int codePage;
-        const char* bytes;
-    };
-    for (const Row& row : {Row{1252, "\xE9\x99\xBC"}, Row{932, "e??"}, Row{1251, "e\x99?"},
-                           Row{65001, "\xC3\xA9\xE2\x84\xA2\xE2\x88\x86"}})
-    {
-        SCOPED_TRACE(row.codePage);
-        const ScActiveCodePage active(row.codePage);
-        EXPECT_EQ(U_ConvertEnglishEncodedTextToCurrentEncoding("\xE9\x99\xBC"), row.bytes);
+        const ScActiveCodePage active(codePage);
+        EXPECT_EQ(U_ConvertEnglishEncodedTextToCurrentEncoding("\xE9\x99\xBC"), bytes);
     }
 }
 
 TEST(Encoding, UTF8IsConvertedWholeAndMended)
 {
-    struct Row
-    {
-        std::string bytes;
-        std::u16string units;
-        std::string back;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, std::u16string, std::string> rows[] = {
         {"", u"", ""},
         {"\xC2\xBC\xE2\x88\x86", u"\u00BC\u2206", "\xC2\xBC\xE2\x88\x86"},
         {"\xF0\x9F\x98\x80", u"\U0001F600", "\xF0\x9F\x98\x80"},
         {"a\xFFz", u"a\uFFFDz", "a\xEF\xBF\xBDz"},
         {"\xE3\x82", u"\uFFFD", "\xEF\xBF\xBD"},
     };
-    for (const Row& row : rows)
+    for (const auto& [bytes, units, back] : rows)
     {
-        SCOPED_TRACE(row.bytes);
-        EXPECT_EQ(U_UTF8To16String(Bytes(row.bytes)), Units(row.units));
-        EXPECT_EQ(U_UTF16To8String(Units(row.units)), Bytes(row.back));
+        SCOPED_TRACE(bytes);
+        EXPECT_EQ(U_UTF8To16String(Bytes(bytes)), Units(units));
+        EXPECT_EQ(U_UTF16To8String(Units(units)), Bytes(back));
     }
     EXPECT_EQ(U_UTF16To8String(Units(u"a\xDC00z")), Bytes("a\xEF\xBF\xBDz"));
 }
@@ -239,25 +206,19 @@ TEST(Encoding, AsciiIsWidenedWithItsSign)
 
 TEST(Encoding, ByteTypesTellCharacters)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string text;
-        std::vector<int> types;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::string, std::vector<int>> rows[] = {
         {1252, "\x83\x5C", {0, 0, 0}},
         {932, "a\x83\x5C\x5C\x83\x83\xB1", {0, -1, 1, 0, -1, 1, 0, 0}},
         {65001, "a\xC3\xA9\xF0\x9F\x98\x80", {0, -1, 1, -1, 2, 2, 1, 0}},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, text, expected] : rows)
     {
-        SCOPED_TRACE(row.codePage);
-        const ScActiveCodePage active(row.codePage);
+        SCOPED_TRACE(codePage);
+        const ScActiveCodePage active(codePage);
         std::vector<int> types;
-        for (int offset = 0; offset <= static_cast<int>(row.text.size()); ++offset)
-            types.push_back(U_CharByte(row.text.c_str(), offset));
-        EXPECT_EQ(types, row.types);
+        for (int offset = 0; offset <= static_cast<int>(text.size()); ++offset)
+            types.push_back(U_CharByte(text.c_str(), offset));
+        EXPECT_EQ(types, expected);
     }
     EXPECT_EQ(U_CharByteFromScript("\x83\x5C", 1, 0), 0);
     EXPECT_EQ(U_CharByteFromScript("\x83\x5C", 1, 1), 1);
@@ -265,37 +226,26 @@ TEST(Encoding, ByteTypesTellCharacters)
 
 TEST(Encoding, UTF16IsCutAtCharacters)
 {
-    struct Row
-    {
-        unsigned int count;
-        std::u16string left;
-    };
     const std::u16string text = u"a\U0001F600b";
-    for (const Row& row : {Row{5, text}, Row{4, text}, Row{3, u"a\U0001F600"}, Row{2, u"a"},
-                           Row{1, u"a"}, Row{0, u""}})
+    const std::u16string left[] = {u"", u"a", u"a", u"a\U0001F600", text, text}; // by the count
+    for (unsigned int count = 0; count < std::size(left); ++count)
     {
-        SCOPED_TRACE(row.count);
+        SCOPED_TRACE(count);
         U_UTF16String cut = Units(text);
-        U_TruncateStringToNumChars(&cut, row.count);
-        EXPECT_EQ(cut, Units(row.left));
+        U_TruncateStringToNumChars(&cut, count);
+        EXPECT_EQ(cut, Units(left[count]));
         for (unsigned int odd : {0u, 1u})
         {
             cut = Units(text);
-            U_TruncateStringToByteSize(&cut, 2 * row.count + odd);
-            EXPECT_EQ(cut, Units(row.left));
+            U_TruncateStringToByteSize(&cut, 2 * count + odd);
+            EXPECT_EQ(cut, Units(left[count]));
         }
     }
 }
 
 TEST(Encoding, UTF8IsCutAtCharacters)
 {
-    struct Row
-    {
-        std::string text;
-        unsigned int bytes;
-        std::string left;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, unsigned int, std::string> rows[] = {
         {"a\xE3\x82\xBD\xC3\xA9", 7, "a\xE3\x82\xBD\xC3\xA9"},
         {"a\xE3\x82\xBD\xC3\xA9", 6, "a\xE3\x82\xBD\xC3\xA9"},
         {"a\xE3\x82\xBD\xC3\xA9", 5, "a\xE3\x82\xBD"},
@@ -308,40 +258,33 @@ TEST(Encoding, UTF8IsCutAtCharacters)
         {"a\xFFzz", 3, "a"}, // the damaged byte becomes a character of three
         {"a\xFFzzz", 4, "a\xEF\xBF\xBD"},
     };
-    for (const Row& row : rows)
+    for (const auto& [given, bytes, left] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.text << " at " << row.bytes);
-        U_UTF8String text = Bytes(row.text);
-        U_TruncateStringToByteSize(&text, row.bytes);
-        EXPECT_EQ(text, Bytes(row.left));
+        SCOPED_TRACE(testing::Message() << given << " at " << bytes);
+        U_UTF8String text = Bytes(given);
+        U_TruncateStringToByteSize(&text, bytes);
+        EXPECT_EQ(text, Bytes(left));
     }
 }
 
 TEST(Encoding, UTF8GoesIntoABuffer)
 {
-    struct Row
-    {
-        size_t size;
-        std::string out;
-    };
     const ScActiveCodePage active(932); // has no say
     const std::string before = "########";
-    const Row rows[] = {
+    const std::pair<size_t, std::string> rows[] = {
         {0, before},
         {1, std::string("\0#######", 8)},
         {3, std::string("a\0######", 8)},
         {4, std::string("a\0######", 8)},
         {5, std::string("a\xE3\x82\xBD\0###", 8)},
-        {8, std::string("a\xE3\x82\xBD"
-                        "b\0##",
-                        8)},
+        {8, std::string("a\xE3\x82\275b\0##", 8)},
     };
-    for (const Row& row : rows)
+    for (const auto& [size, expected] : rows)
     {
-        SCOPED_TRACE(row.size);
+        SCOPED_TRACE(size);
         std::string out = before;
-        U_CopyToUTF8Buf(Units(u"a\u30BDb"), row.size, reinterpret_cast<unsigned char*>(&out[0]));
-        EXPECT_EQ(out, row.out);
+        U_CopyToUTF8Buf(Units(u"a\u30BDb"), size, reinterpret_cast<unsigned char*>(&out[0]));
+        EXPECT_EQ(out, expected);
     }
 }
 

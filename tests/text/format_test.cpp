@@ -7,6 +7,9 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include <control.h>
 
@@ -74,11 +77,6 @@ std::string FormatNum(double value, unsigned int flags, int integerDigits, unsig
     return buffer;
 }
 
-std::string Repeated(const std::string& text, int count)
-{
-    return count ? text + Repeated(text, count - 1) : "";
-}
-
 std::string Printed(const char* format, double value, int precision)
 {
     char text[512];
@@ -86,26 +84,19 @@ std::string Printed(const char* format, double value, int precision)
     return text;
 }
 
-struct Row
+// Each text, and what it should be.
+void ExpectAll(const std::vector<std::pair<std::string, std::string>>& rows)
 {
-    std::string text;
-    std::string expected;
-};
-
-template <std::size_t count> void ExpectAll(const Row (&rows)[count])
-{
-    for (const Row& row : rows)
-    {
-        SCOPED_TRACE(testing::Message() << "row " << &row - rows);
-        EXPECT_EQ(row.text, row.expected);
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(row.first, row.second) << "row " << &row - rows.data();
 }
+
 } // namespace
 
 TEST_F(SubString, ArgumentsFillTheirPlaces)
 {
     const char* const kNone = nullptr;
-    const Row rows[] = {
+    ExpectAll({
         {Filled("^2 before ^1", "a", "b"), "b before a"},
         {Filled("^1 ^1", "a"), "a ^1"}, // a digit is filled once
         {Filled("^1 ^1", "a", "b"), "a ^1"},
@@ -133,13 +124,12 @@ TEST_F(SubString, ArgumentsFillTheirPlaces)
         {Filled("^1 ^L2", "^L2", 7), "7 ^L2"},
         {Filled("text too long for ^L1-byte buffer ('^2').", 512u, "abc"),
          "text too long for 512-byte buffer ('abc')."},
-    };
-    ExpectAll(rows);
+    });
 }
 
 TEST_F(SubString, NumbersFillPlacesOfEitherWidth)
 {
-    const Row rows[] = {
+    ExpectAll({
         {Filled("^L1", 5), "5"},
         {Filled("^L1", std::numeric_limits<int>::min()), "-2147483648"},
         {Filled("^L1", 0xFFFFFFFFu), "-1"}, // as "%i" prints it
@@ -158,13 +148,12 @@ TEST_F(SubString, NumbersFillPlacesOfEitherWidth)
         {Filled("^F1", 2), "2"},
         {Filled("^F1", U_i64(1) << 40), "1099511627776"},
         {Filled("^F1", kNaN), "nan"},
-    };
-    ExpectAll(rows);
+    });
 }
 
 TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
 {
-    const Row rows[] = {
+    ExpectAll({
         {Filled("^F1@3.1@", 2.5), "002.5"},
         {Filled("^F1@2.0@", 5.0), "05"},
         {Filled("^F1@1.3zs@", 1234.5), "1,234.5"},
@@ -185,8 +174,7 @@ TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
         {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},
         {Filled("^F1@1.99999999999999999999@", 1.5), "1.500000e+00"},
         {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
-    };
-    ExpectAll(rows);
+    });
 }
 
 TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
@@ -222,16 +210,9 @@ TEST_F(SubString, WideTextStaysWhole)
 
 TEST_F(SubString, BuffersTakeWholeCharacters)
 {
-    struct Cut
-    {
-        unsigned int codePage;
-        unsigned int size;
-        std::string value;
-        std::size_t length;
-    };
     const std::string kKana = "\x83\x5C";
     const std::string kManyBytes(1021, 'a');
-    const Cut cuts[] = {
+    const std::tuple<unsigned int, unsigned int, std::string, std::size_t> cuts[] = {
         {1252, 0, kManyBytes + "bcdef", 1023},
         {1252, 2000, kManyBytes + "bcdef", 1023},
         {1252, 1024, kManyBytes + "bcdef", 1023},
@@ -245,21 +226,21 @@ TEST_F(SubString, BuffersTakeWholeCharacters)
         {65001, 5, "a\xE3\x82\xBD\xE3\x82\xBD", 4},
         {65001, 4, "a\xE3\x82\xBD\xE3\x82\xBD", 1},
     };
-    for (const Cut& cut : cuts)
+    for (const auto& [codePage, size, value, length] : cuts)
     {
-        SCOPED_TRACE(testing::Message() << cut.codePage << " at " << cut.size);
-        const ScActiveCodePage active(cut.codePage);
+        SCOPED_TRACE(testing::Message() << codePage << " at " << size);
+        const ScActiveCodePage active(codePage);
         char out[2048];
         std::memset(out, 'Z', sizeof(out));
-        EXPECT_EQ(U_SubString(out, cut.size, "^1", cut.value.c_str()), 0);
-        EXPECT_EQ(out, cut.value.substr(0, cut.length));
-        EXPECT_EQ(out[cut.size ? cut.size : 1024], 'Z');
+        EXPECT_EQ(U_SubString(out, size, "^1", value.c_str()), 0);
+        EXPECT_EQ(out, value.substr(0, length));
+        EXPECT_EQ(out[size ? size : 1024], 'Z');
     }
 }
 
 TEST_F(Numbers, OptionsTellHowANumberIsWritten)
 {
-    const Row rows[] = {
+    ExpectAll({
         {FormatNum(1234.5, 0, 1, 2), "1234.50"},
         {FormatNum(5, 0, 2, 0), "05"},
         {FormatNum(5, 2, 3, 1), "  5.0"},
@@ -297,8 +278,7 @@ TEST_F(Numbers, OptionsTellHowANumberIsWritten)
         {FormatNum(kInfinity, 2, 9, 2), "inf"},
         {FormatNum(-kInfinity, 8, 9, 2), "-inf"},
         {FormatNum(kNaN, 16, 9, 2), "nan"},
-    };
-    ExpectAll(rows);
+    });
     EXPECT_EQ(U_FormatNum(1, 0, 1, 1, nullptr), 3);
 }
 
@@ -326,107 +306,70 @@ TEST_F(Numbers, DigitsAreThoseOfTheCLibrary)
 TEST_F(Numbers, MarksAreTheUsers)
 {
     platform::SetUserLocale("de_DE");
-    const Row german[] = {
+    ExpectAll({
         {FormatNum(1234567.25, 8, 1, 2), "1.234.567,25"},
         {FormatNum(1234567.25, 1 | 8, 1, 2), "1,234,567.25"},
         {FormatNum(1e30, 0, 1, 0), "1,000000e+30"},
         {Filled("^F1@1.1s@ ^F2@1.1n@", 1234.5, 0.5), "1.234,5 0.5"},
-    };
-    ExpectAll(german);
+    });
 
-    platform::SetUserLocale("fr_FR");
-    const Row french[] = {
-        {FormatNum(1234567.25, 8, 1, 2), "1\xA0"
-                                         "234\xA0"
-                                         "567,25"},
-        {FormatNum(-1e21, 8, 1, 0), "-1\xA0"
-                                    "000\xA0"
-                                    "000\xA0"
-                                    "000\xA0"
-                                    "000\xA0"
-                                    "000\xA0"
-                                    "000\xA0"
-                                    "000"},
-        {Filled("^F1@1.1s@", 1234.5), "1\xA0"
-                                      "234,5"},
-    };
-    ExpectAll(french);
+    platform::SetUserLocale("fr_FR"); // whose mark is written in octal, as digits follow it
+    ExpectAll({
+        {FormatNum(1234567.25, 8, 1, 2), "1\240234\240567,25"},
+        {FormatNum(-1e21, 8, 1, 0), "-1\240000\240000\240000\240000\240000\240000\240000"},
+        {Filled("^F1@1.1s@", 1234.5), "1\240234,5"},
+    });
 
     const ScActiveCodePage active(65001);
-    const Row wide[] = {
-        {FormatNum(1234.5, 8, 1, 1), "1\xC2\xA0"
-                                     "234,5"},
+    ExpectAll({
+        {FormatNum(1234.5, 8, 1, 1), "1\302\240234,5"},
         {FormatNum(1e21, 8, 1, 0), "1,000000e+21"}, // 36 bytes otherwise
-        {FormatNum(5, 8, 20, 0), "0" +
-                                     Repeated("\xC2\xA0"
-                                              "000",
-                                              5) +
-                                     "\xC2\xA0"
-                                     "005"}, // the pad is cut instead
-        {Filled("^F1@1.1s@", 1234.5), "1\xC2\xA0"
-                                      "234,5"},
-    };
-    ExpectAll(wide);
+        {FormatNum(5, 8, 20, 0),
+         "0\302\240000\302\240000\302\240000\302\240000\302\240000\302\240005"}, // the pad is cut
+        {Filled("^F1@1.1s@", 1234.5), "1\302\240234,5"},
+    });
 }
 
 TEST_F(Numbers, BirthReadsTheMarks)
 {
-    struct Life
-    {
-        const char* locale;
-        unsigned int codePage;
-        char decimal;
-        char thousands;
-    };
-    const Life lives[] = {
+    const std::tuple<const char*, unsigned int, char, char> lives[] = {
         {"de_DE", 1252, ',', '.'},
         {"fr_FR", 1252, ',', '\xA0'},
         {"fr_FR", 65001, ',', ','}, // two bytes aren't one mark
         {"en_US", 1252, '.', ','},
     };
-    for (const Life& life : lives)
+    for (const auto& [locale, codePage, decimal, thousands] : lives)
     {
-        SCOPED_TRACE(life.locale);
+        SCOPED_TRACE(locale);
         ASSERT_EQ(U_Death(), 0);
-        const ScActiveCodePage active(life.codePage);
-        platform::SetUserLocale(life.locale);
+        const ScActiveCodePage active(codePage);
+        platform::SetUserLocale(locale);
         ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
         platform::SetUserLocale(nullptr);
-        EXPECT_EQ(U_DecimalChar(), life.decimal);
-        EXPECT_EQ(U_ThousandsChar(), life.thousands);
+        EXPECT_EQ(U_DecimalChar(), decimal);
+        EXPECT_EQ(U_ThousandsChar(), thousands);
     }
 }
 
 TEST_F(Numbers, MarksAreExchangedInPlace)
 {
-    struct Exchange
-    {
-        unsigned int codePage;
-        std::string plain;
-        std::string marked;
-    };
-    const Exchange exchanges[] = {
+    const std::tuple<unsigned int, std::string, std::string> exchanges[] = {
         {1252, "", ""},
-        {1252, "1,234.5 GB",
-         "1\xA0"
-         "234,5 GB"},
+        {1252, "1,234.5 GB", "1\240234,5 GB"},
         {1252, "1.5 \xE9", "1,5 \xE9"},
         {932, "1.5 \x83\x5C", "1,5 \x83\x5C"},
-        {65001, "1,234.5",
-         "1\xC2\xA0"
-         "234,5"},
+        {65001, "1,234.5", "1\302\240234,5"},
     };
     platform::SetUserLocale("fr_FR");
-    for (const Exchange& exchange : exchanges)
+    for (const auto& [codePage, plain, marked] : exchanges)
     {
-        SCOPED_TRACE(exchange.plain);
-        const ScActiveCodePage active(exchange.codePage);
-        std::string text = exchange.plain;
+        const ScActiveCodePage active(codePage);
+        std::string text = plain;
         text.resize(256);
         EXPECT_EQ(U_InternationalizeNum(&text[0]), 0);
-        EXPECT_EQ(text.c_str(), exchange.marked);
+        EXPECT_EQ(text.c_str(), marked);
         EXPECT_EQ(U_DeInternationalizeNum(&text[0]), 0);
-        EXPECT_EQ(text.c_str(), exchange.plain);
+        EXPECT_EQ(text.c_str(), plain);
     }
     EXPECT_EQ(U_InternationalizeNum(nullptr), 3);
     EXPECT_EQ(U_DeInternationalizeNum(nullptr), 3);
@@ -434,41 +377,26 @@ TEST_F(Numbers, MarksAreExchangedInPlace)
 
 TEST_F(Numbers, ExchangedTextIsCutAtACharacter)
 {
-    struct Cut
-    {
-        unsigned int codePage;
-        std::string text;
-        std::string left;
-    };
     const std::string kLong(254, '1');
-    const Cut cuts[] = {
+    const std::tuple<unsigned int, std::string, std::string> cuts[] = {
         {1252, kLong + "23", kLong + "2"},
         {932, kLong + "\x83\x5C", kLong},
         {65001, kLong + ",", kLong}, // whose mark is two bytes
         {65001, kLong + "2", kLong + "2"},
     };
     platform::SetUserLocale("fr_FR");
-    for (const Cut& cut : cuts)
+    for (const auto& [codePage, whole, left] : cuts)
     {
-        SCOPED_TRACE(cut.codePage);
-        const ScActiveCodePage active(cut.codePage);
-        std::vector<char> text(cut.text.begin(), cut.text.end());
-        text.resize(text.size() + 1);
-        EXPECT_EQ(U_InternationalizeNum(text.data()), 0);
-        EXPECT_EQ(std::string(text.data()), cut.left);
+        const ScActiveCodePage active(codePage);
+        std::string text = whole;
+        EXPECT_EQ(U_InternationalizeNum(&text[0]), 0);
+        EXPECT_EQ(text.c_str(), left) << codePage;
     }
 }
 
 TEST_F(Numbers, NumbersAreScanned)
 {
-    struct Scan
-    {
-        const char* locale;
-        char flags;
-        std::string text;
-        double number;
-    };
-    const Scan scans[] = {
+    const std::tuple<const char*, char, std::string, double> scans[] = {
         {"en_US", 0, " 12.5 GB", 12.5},
         {"en_US", 0, "1,234.5", 1}, // marks of thousands end a number
         {"en_US", 0, "", 0},
@@ -484,15 +412,15 @@ TEST_F(Numbers, NumbersAreScanned)
         {"en_US", 0, std::string(30, ' ') + "12", 1}, // 31 bytes are read
         {"en_US", 1, std::string(30, ' ') + "12", 12},
     };
-    for (const Scan& scan : scans)
+    for (const auto& [locale, flags, whole, scanned] : scans)
     {
-        SCOPED_TRACE(scan.text);
-        platform::SetUserLocale(scan.locale);
-        std::string text = scan.text;
+        SCOPED_TRACE(whole);
+        platform::SetUserLocale(locale);
+        std::string text = whole;
         double number = -1;
-        EXPECT_EQ(U_ScanNum(&text[0], scan.flags, &number), 0);
-        EXPECT_EQ(number, scan.number);
-        EXPECT_EQ(text, scan.text);
+        EXPECT_EQ(U_ScanNum(&text[0], flags, &number), 0);
+        EXPECT_EQ(number, scanned);
+        EXPECT_EQ(text, whole);
     }
     char text[] = "1";
     double number = -1;
@@ -518,13 +446,8 @@ TEST_F(Numbers, HexadecimalDigitsHaveValues)
 
 TEST_F(Numbers, SizesAreForPeople)
 {
-    struct Size
-    {
-        U_u64 size;
-        const char* text;
-    };
     const U_u64 kGiB = 1 << 30;
-    const Size sizes[] = {
+    const std::pair<U_u64, const char*> sizes[] = {
         {0, "0 KB"},
         {1, "1 bytes"},
         {12, "12 bytes"},
@@ -543,12 +466,12 @@ TEST_F(Numbers, SizesAreForPeople)
         {123 * kGiB + 1, "123 GB"},
         {~U_u64(0), "17179869183 GB"},
     };
-    for (const Size& row : sizes)
+    for (const auto& [size, text] : sizes)
     {
         char out[256];
-        EXPECT_EQ(U_LongFormatBytes(row.size, out), out);
-        EXPECT_STREQ(out, row.text) << row.size;
-        EXPECT_EQ(U_LongFormatBytes(row.size), U_AsciiToUTF16String(row.text));
+        EXPECT_EQ(U_LongFormatBytes(size, out), out);
+        EXPECT_STREQ(out, text);
+        EXPECT_EQ(U_LongFormatBytes(size), U_AsciiToUTF16String(text));
     }
     platform::SetUserLocale("de_DE");
     EXPECT_EQ(U_LongFormatBytes(kMiB * 3 / 2), Units(u"1,5 MB"));

@@ -4,6 +4,8 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -31,14 +33,7 @@ std::ptrdiff_t Offset(const std::string& text, const char* place)
 
 TEST(String, CopiesAreCutAtCharacters)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* src;
-        size_t size;
-        const char* out;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, const char*, size_t, const char*> rows[] = {
         {1252, "abc", 4, "abc"},
         {1252, "abc", 3, "ab"},
         {1252, "abc", 1, ""},
@@ -52,20 +47,20 @@ TEST(String, CopiesAreCutAtCharacters)
         {65001, "a\xF0\x9F\x98\x80z", 5, "a"},
         {65001, "a\xF0\x9F\x98\x80z", 6, "a\xF0\x9F\x98\x80"},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, src, size, out] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.src << " " << row.size);
-        const ScActiveCodePage active(row.codePage);
-        const std::string unended = std::string(row.src) + "more";
+        SCOPED_TRACE(testing::Message() << codePage << " " << src << " " << size);
+        const ScActiveCodePage active(codePage);
+        const std::string unended = std::string(src) + "more";
         std::string whole = kBefore;
         std::string counted = kBefore;
-        EXPECT_EQ(U_CopyString(row.src, row.size, &whole[0]), 0);
-        EXPECT_EQ(U_CopyStringLen(unended.data(), std::strlen(row.src), row.size, &counted[0]), 0);
+        EXPECT_EQ(U_CopyString(src, size, &whole[0]), 0);
+        EXPECT_EQ(U_CopyStringLen(unended.data(), std::strlen(src), size, &counted[0]), 0);
         EXPECT_EQ(counted, whole);
-        EXPECT_EQ(whole.substr(row.size), kBefore + row.size) << "written beyond the size";
-        if (row.size)
+        EXPECT_EQ(whole.substr(size), kBefore + size) << "written beyond the size";
+        if (size)
         {
-            EXPECT_STREQ(whole.c_str(), row.out);
+            EXPECT_STREQ(whole.c_str(), out);
         }
     }
 }
@@ -84,65 +79,53 @@ TEST(String, CopiesMayOverlap)
 
 TEST(String, WideCopiesKeepPairsWhole)
 {
-    struct Row
-    {
-        size_t size;
-        std::u16string out;
-    };
     const U_UTF16String src = Units(u"a\U0001F600b");
-    const Row rows[] = {
+    const std::pair<size_t, std::u16string> rows[] = {
         {6, std::u16string(u"a\U0001F600b\0#", 6)}, {5, std::u16string(u"a\U0001F600b\0#", 6)},
         {4, std::u16string(u"a\U0001F600\0##", 6)}, {3, std::u16string(u"a\0####", 6)},
         {1, std::u16string(u"\0#####", 6)},         {0, u"######"},
     };
-    for (const Row& row : rows)
+    for (const auto& [size, expected] : rows)
     {
-        SCOPED_TRACE(row.size);
+        SCOPED_TRACE(size);
         U_UTF16String out = Units(u"######");
-        EXPECT_EQ(U_CopyStringW(src.c_str(), row.size, &out[0]), 0);
-        EXPECT_EQ(out, Units(row.out));
+        EXPECT_EQ(U_CopyStringW(src.c_str(), size, &out[0]), 0);
+        EXPECT_EQ(out, Units(expected));
     }
 }
 
 TEST(String, AppendingStaysInTheBuffer)
 {
-    struct Row
-    {
-        const char* dst;
-        const char* src;
-        size_t size;
-        const char* out;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, const char*, size_t, const char*> rows[] = {
         {"ab", "cd", 5, "abcd"}, {"ab", "cd", 4, "abc"},      {"ab", "cd", 3, "ab"},
         {"ab", "cd", 2, "ab"},   {"abcd", "e", 2, "abcd"},    {"ab", "cd", 0, "ab"},
         {"", "cd", 2, "c"},      {"ab", "\x83\x5C", 4, "ab"}, {"ab", "\x83\x5C", 5, "ab\x83\x5C"},
     };
     const ScActiveCodePage active(932);
-    for (const Row& row : rows)
+    for (const auto& [dst, src, size, expected] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.dst << " " << row.src << " " << row.size);
-        std::string out = Written(row.dst);
-        EXPECT_EQ(U_ConcatString(row.src, row.size, &out[0]), 0);
-        EXPECT_EQ(out, Written(row.out));
+        SCOPED_TRACE(testing::Message() << dst << " " << src << " " << size);
+        std::string out = Written(dst);
+        EXPECT_EQ(U_ConcatString(src, size, &out[0]), 0);
+        EXPECT_EQ(out, Written(expected));
     }
 }
 
 TEST(String, TruncationAndSteppingKeepCharacters)
 {
-    struct Row
-    {
-        int length;
-        const char* out;
-    };
     const ScActiveCodePage active(932);
-    for (const Row& row : {Row{9, "a\x83\x5C\xB1"}, Row{4, "a\x83\x5C\xB1"}, Row{3, "a\x83\x5C"},
-                           Row{2, "a"}, Row{1, "a"}, Row{0, ""}, Row{-1, ""}})
+    const std::pair<int, const char*> rows[] = {{9, "a\x83\x5C\xB1"},
+                                                {4, "a\x83\x5C\xB1"},
+                                                {3, "a\x83\x5C"},
+                                                {2, "a"},
+                                                {1, "a"},
+                                                {0, ""},
+                                                {-1, ""}};
+    for (const auto& [length, left] : rows)
     {
-        SCOPED_TRACE(row.length);
         char text[] = "a\x83\x5C\xB1";
-        EXPECT_EQ(U_TruncateString(row.length, text), 0);
-        EXPECT_STREQ(text, row.out);
+        EXPECT_EQ(U_TruncateString(length, text), 0);
+        EXPECT_STREQ(text, left) << length;
     }
 
     std::vector<unsigned int> starts;
@@ -157,14 +140,7 @@ TEST(String, TruncationAndSteppingKeepCharacters)
 
 TEST(String, CaseChangesInAsciiOnly)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string text;
-        std::string lower;
-        std::string upper;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::string, std::string, std::string> rows[] = {
         {1252, "aZ\xC9\xE9@[`{", "az\xC9\xE9@[`{", "AZ\xC9\xE9@[`{"},
         {1252, "X\xBC", "x\xBC", "X\xBC"},
         {932, "A\x83\x41z", "a\x83\x41z", "A\x83\x41Z"}, // the trail byte is an A
@@ -181,30 +157,22 @@ TEST(String, CaseChangesInAsciiOnly)
          "AB\xFF"
          "z"}, // no room for U+FFFD: stale
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, given, lower, upper] : rows)
     {
-        SCOPED_TRACE(row.text);
-        const ScActiveCodePage active(row.codePage);
-        std::string text = row.text;
+        SCOPED_TRACE(given);
+        const ScActiveCodePage active(codePage);
+        std::string text = given;
         EXPECT_EQ(U_StringToLower(&text[0]), 0);
-        EXPECT_EQ(text, row.lower);
-        text = row.text;
+        EXPECT_EQ(text, lower);
+        text = given;
         EXPECT_EQ(U_StringToUpper(&text[0]), 0);
-        EXPECT_EQ(text, row.upper);
+        EXPECT_EQ(text, upper);
     }
 }
 
 TEST(String, BytesAreFoundOnlyWhereCharactersStart)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string text;
-        char byte;
-        std::ptrdiff_t first;
-        std::ptrdiff_t last;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, std::string, char, std::ptrdiff_t, std::ptrdiff_t> rows[] = {
         {1252, "a\\b\\c", '\\', 1, 3},    {1252, "abc", 'x', -1, -1},
         {1252, "abc", 0, 3, 3},           {1252, "", 'a', -1, -1},
         {1252, "\x83\\", '\\', 1, 1},     {932, "\x83\\", '\\', -1, -1},
@@ -212,26 +180,19 @@ TEST(String, BytesAreFoundOnlyWhereCharactersStart)
         {932, "\x83\\\\", '\\', 2, 2},    {932, "\x83\x83\x83\x83z", '\x83', 0, 2},
         {932, "a\x83\x83", '\x83', 1, 1}, {65001, "\xC3\xA9\xA9", '\xA9', 2, 2},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, given, byte, first, last] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.text);
-        const ScActiveCodePage active(row.codePage);
-        const char* text = row.text.c_str();
-        EXPECT_EQ(Offset(row.text, U_strchr(text, row.byte)), row.first);
-        EXPECT_EQ(Offset(row.text, U_strrchr(text, row.byte)), row.last);
+        SCOPED_TRACE(testing::Message() << codePage << " " << given);
+        const ScActiveCodePage active(codePage);
+        const char* text = given.c_str();
+        EXPECT_EQ(Offset(given, U_strchr(text, byte)), first);
+        EXPECT_EQ(Offset(given, U_strrchr(text, byte)), last);
     }
 }
 
 TEST(String, TextsAreFoundOnlyWhereCharactersStart)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        std::string text;
-        const char* needle;
-        std::ptrdiff_t first;
-        std::ptrdiff_t last;
-    };
+    typedef std::tuple<unsigned int, std::string, const char*, std::ptrdiff_t, std::ptrdiff_t> Row;
     const Row rows[] = {
         {1252, "aaa", "aa", 0, 0},
         {1252, "aaaa", "aa", 0, 2},
@@ -243,13 +204,13 @@ TEST(String, TextsAreFoundOnlyWhereCharactersStart)
         {932, "\x83\\\x83\\", "\x83\\", 0, 2},
         {932, "\\\x83\\", "\\\x83", 0, 0}, // goes on inside a character
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, given, needle, first, last] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.codePage << " " << row.text);
-        const ScActiveCodePage active(row.codePage);
-        const char* text = row.text.c_str();
-        EXPECT_EQ(Offset(row.text, U_strstr(text, row.needle)), row.first);
-        EXPECT_EQ(Offset(row.text, U_strrstr(text, row.needle)), row.last);
+        SCOPED_TRACE(testing::Message() << codePage << " " << given);
+        const ScActiveCodePage active(codePage);
+        const char* text = given.c_str();
+        EXPECT_EQ(Offset(given, U_strstr(text, needle)), first);
+        EXPECT_EQ(Offset(given, U_strrstr(text, needle)), last);
     }
 }
 
@@ -265,14 +226,7 @@ TEST(String, SearchingIsLinearInRunsOfLeadBytes)
 
 TEST(String, ComparesByFirstByteOrByUnits)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* a;
-        const char* b;
-        int order;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, const char*, const char*, int> rows[] = {
         {1252, "", "", 0},
         {1252, "", "a", -1},
         {1252, "a", "", 1},
@@ -290,24 +244,17 @@ TEST(String, ComparesByFirstByteOrByUnits)
         {932, "\xB1", "\x81\x40", 1}, // U+FF71 and U+3000
         {65001, "\xC3\xA9", "z", 1},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, a, b, order] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.a << " " << row.b);
-        const ScActiveCodePage active(row.codePage);
-        EXPECT_EQ(U_strcmp(row.a, row.b), row.order);
+        SCOPED_TRACE(testing::Message() << a << " " << b);
+        const ScActiveCodePage active(codePage);
+        EXPECT_EQ(U_strcmp(a, b), order);
     }
 }
 
 TEST(String, ComparesWithoutCase)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* a;
-        const char* b;
-        int order;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned int, const char*, const char*, int> rows[] = {
         {1252, "", "", 0},
         {1252, "", "a", -1},
         {1252, "aBc", "AbC", 0},
@@ -322,38 +269,27 @@ TEST(String, ComparesWithoutCase)
         {932, "\x83", "\x83\x41", -1},
         {65001, "\xC3\xA9", "\xC3\xA8", 1},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, a, b, order] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.a << " " << row.b);
-        const ScActiveCodePage active(row.codePage);
-        EXPECT_EQ(U_stricmp(row.a, row.b), row.order);
-        EXPECT_EQ(U_stricmp(row.b, row.a), -row.order);
+        SCOPED_TRACE(testing::Message() << a << " " << b);
+        const ScActiveCodePage active(codePage);
+        EXPECT_EQ(U_stricmp(a, b), order);
+        EXPECT_EQ(U_stricmp(b, a), -order);
     }
 }
 
 TEST(String, CleaningSpellsOrReplaces)
 {
-    struct Row
-    {
-        unsigned int codePage;
-        const char* text;
-        char replacement;
-        unsigned int size;
-        const char* out; // null: nothing is written
-        bool changed;
-    };
-    const Row rows[] = {
+    // Nothing is written where the text is null.
+    const std::tuple<unsigned int, const char*, char, unsigned int, const char*, bool> rows[] = {
         {1252, "plain", '?', 9, "plain", false},
         {1252, "", '?', 9, "", false},
         {1252, "\xA9\xE9", '?', 9, "(C)?", true},
         {1252, "\x99\xB0\xB7\xBC", '?', 9, "TMdgr*d", true},
         {1252, "\xE9", 0, 9, "\xE9", false},
         {1252, "\xE9\xA9", 0, 9, "\xE9(C)", true},
-        {1252,
-         "ab\xA9"
-         "d",
-         '?', 5, "ab(C", true},                // cut at the limit
-        {1252, "ab\xA9", '?', 3, "ab", false}, // not reached
+        {1252, "ab\251d", '?', 5, "ab(C", true}, // cut at the limit
+        {1252, "ab\xA9", '?', 3, "ab", false},   // not reached
         {1252, "abc", '?', 3, "ab", false},
         {1252, "abc", '?', 1, "", false},
         {1252, "\xA9", '?', 0, nullptr, false},
@@ -364,20 +300,20 @@ TEST(String, CleaningSpellsOrReplaces)
         {932, "a\x83", '?', 9, "a?", true},
         {65001, "\xF0\x9F\x98\x80z", '?', 9, "?z", true},
     };
-    for (const Row& row : rows)
+    for (const auto& [codePage, text, replacement, size, expected, isChanged] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.text << " " << row.size);
-        const ScActiveCodePage active(row.codePage);
+        SCOPED_TRACE(testing::Message() << text << " " << size);
+        const ScActiveCodePage active(codePage);
         std::string out = kBefore;
-        bool changed = !row.changed;
-        EXPECT_EQ(U_CleanTo7BitOnly(row.text, row.replacement, row.size, &out[0], &changed), 0);
-        EXPECT_EQ(out, row.out ? Written(row.out) : kBefore);
-        EXPECT_EQ(changed, row.changed);
-        if (row.replacement)
+        bool changed = !isChanged;
+        EXPECT_EQ(U_CleanTo7BitOnly(text, replacement, size, &out[0], &changed), 0);
+        EXPECT_EQ(out, expected ? Written(expected) : kBefore);
+        EXPECT_EQ(changed, isChanged);
+        if (replacement)
             continue;
         out = kBefore;
-        EXPECT_EQ(U_MakeDBCSSafeStr(row.text, row.size, &out[0], &changed), 0);
-        EXPECT_EQ(out, Written(row.out));
-        EXPECT_EQ(changed, row.changed);
+        EXPECT_EQ(U_MakeDBCSSafeStr(text, size, &out[0], &changed), 0);
+        EXPECT_EQ(out, Written(expected));
+        EXPECT_EQ(changed, isChanged);
     }
 }

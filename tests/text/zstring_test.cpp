@@ -3,6 +3,8 @@
 #include "U_ZString.h"
 
 #include <thread>
+#include <tuple>
+#include <utility>
 
 #include <control.h>
 
@@ -212,63 +214,45 @@ TEST_F(ZString, MultibyteTextIsInTheActiveCodePage)
     EXPECT_EQ(U_ZStringToEnglishMBString("$$$/hello=H#{eacute}"), "H\xE9");
     EXPECT_EQ(Up_HDT_ConvertToMB(Units(u"\u2206\u4E00")), "\xBC?");
 
-    struct Row
-    {
-        unsigned int size;
-        std::string out;
-    };
     const ScActiveCodePage active(932);
     const std::string before = "######";
-    for (const Row& row :
-         {Row{0, before}, Row{1, std::string("\0#####", 6)}, Row{3, std::string("a\0####", 6)},
-          Row{4, std::string("a\x83\x5C\0##", 6)},
-          Row{6, std::string("a\x83\x5C"
-                             "b\0#",
-                             6)}})
+    const std::pair<unsigned int, const char*> rows[] = {
+        {0, "######"}, {1, ""}, {3, "a"}, {4, "a\x83\x5C"}, {6, "a\203\134b"}};
+    for (const auto& [size, out] : rows)
     {
-        SCOPED_TRACE(row.size);
+        SCOPED_TRACE(size);
         std::string text = before;
-        U_ZStringToCStr("=a\xE3\x82\xBD"
-                        "b",
-                        row.size, &text[0]);
-        EXPECT_STREQ(text.c_str(), row.out.c_str());
+        U_ZStringToCStr("=a\343\202\275b", size, &text[0]);
+        EXPECT_STREQ(text.c_str(), out);
+        EXPECT_EQ(text.substr(size), before.substr(size)) << "written beyond the size";
         std::string raw = before;
-        EXPECT_EQ(U_ZStringToMBRaw("=a\xE3\x82\xBD"
-                                   "b",
-                                   row.size, &raw[0]),
-                  0);
+        EXPECT_EQ(U_ZStringToMBRaw("=a\343\202\275b", size, &raw[0]), 0);
         EXPECT_EQ(raw, text);
     }
 }
 
 TEST_F(ZString, DoubleByteSafeTextHasNoIncrement)
 {
-    struct Row
-    {
-        const char* language;
-        bool safe;
-        std::u16string text;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, bool, std::u16string> rows[] = {
         {"none", true, u"\u0394x\u0394"},
         {"German", false, u"\u2206x\u2206"}, // it knows its own characters
         {"English", true, u"\u0394x\u0394"},
     };
-    for (const Row& row : rows)
+    for (const auto& [language, safe, text] : rows)
     {
-        SCOPED_TRACE(row.language);
+        SCOPED_TRACE(language);
         U_ZLocaleDeath();
         U_ZLocaleBirth();
         platform::SetDoubleByteScript(true);
-        if (*row.language == 'G')
+        if (*language == 'G')
             Load(mGerman);
-        if (*row.language == 'E')
+        if (*language == 'E')
             U_ZStringSetEnglish();
-        EXPECT_EQ(U_ZStringToUTF16String("=^Ix^I"), Units(row.text));
-        EXPECT_EQ(U_DoubleByteSafeMode(), row.safe);
+        EXPECT_EQ(U_ZStringToUTF16String("=^Ix^I"), Units(text));
+        EXPECT_EQ(U_DoubleByteSafeMode(), safe);
 
         platform::SetDoubleByteScript(false);
-        EXPECT_EQ(U_DoubleByteSafeMode(), row.safe) << "the answer is kept";
+        EXPECT_EQ(U_DoubleByteSafeMode(), safe) << "the answer is kept";
         ASSERT_EQ(U_ZStringSetEnglish(), 0);
         EXPECT_FALSE(U_DoubleByteSafeMode()) << "until a language is chosen";
         EXPECT_EQ(U_ZStringToUTF16String("=^Ix^I"), Units(u"\u2206x\u2206"));
