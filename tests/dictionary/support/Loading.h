@@ -57,6 +57,8 @@ public:
 
     ScRefusedConversion();
     ~ScRefusedConversion();
+    ScRefusedConversion(const ScRefusedConversion&) = delete;
+    ScRefusedConversion& operator=(const ScRefusedConversion&) = delete;
 };
 
 #endif
