@@ -141,6 +141,9 @@ TEST(Dictionary, OnlyAFlatOneIsChanged)
     const std::uint16_t* units = nullptr;
     std::uint32_t length = 0;
     EXPECT_EQ(flat.GetRawStringById(0, &units, &length), 0);
+    const std::uint16_t note[] = {'n', 'o', 't', 'e'};
+    EXPECT_EQ(flat.AddString("/b", note, 2, note, 8), 1u);
+    EXPECT_EQ(Get(flat, "/b") + ToText(flat.GetComment("/b")), u"nnote");
     flat.SetLanguage("de_DE");
     flat.SetLanguage("");
     flat.SetLanguage(nullptr);
