@@ -4,17 +4,17 @@
 #include <stdexcept>
 #include <thread>
 
-#include <boost/bind/bind.hpp>
-
 #include <control.h>
 #include <kroview/ui.h>
 
-#include "U_Encoding.h"
+#include "U_Alloc.h"
+#include "U_Budget.h"
 #include "U_Group.h"
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
@@ -349,6 +349,39 @@ TEST_F(Report, AReportInsideAReportLeavesNoTrace)
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: outer\n\n"});
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "outer");
     EXPECT_FALSE(U_Die());
+}
+
+TEST_F(Report, MayBeMadeInsideWhatTheLibraryCalls)
+{
+    const auto report = [] { U_ReportError(0, U_Sev_MESSAGE, Units(u"inside")); };
+    const U_u32 translator =
+        U_RegisterExceptionTranslatorImpl([&](std::exception*, int* code) -> bool {
+            report();
+            *code = 50;
+            return true;
+        });
+    std::runtime_error exception("broken");
+    EXPECT_EQ(U_TranslateAndReportException(exception), 50);
+    U_UnregisterExceptionTranslator(translator);
+    EXPECT_EQ(mAlerts.Texts(), Texts{"inside"});
+
+    mAlerts.Clear();
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            (*static_cast<decltype(report)*>(refcon))();
+            return 0;
+        },
+        const_cast<void*>(static_cast<const void*>(&report)));
+    SetLimitsAboveUse(0, 64 * kMiB);
+    void* block = U_AllocatePtrQuiet(kMiB);
+    EXPECT_NE(block, nullptr);
+    U_FreePtr(block);
+    EXPECT_EQ(mAlerts.Texts(), Texts{"inside"});
+
+    mAlerts.Clear();
+    mAlerts.mWhileUp = [&](const platform::Alert&) { report(); }; // within a report: ignored
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"outside"));
+    EXPECT_EQ(mAlerts.Texts(), Texts{"outside"});
 }
 
 TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)

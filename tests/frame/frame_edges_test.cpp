@@ -86,6 +86,7 @@ TEST_F(Lives, DeathLeavesADamagedLibraryInPlace)
         SCOPED_TRACE(end ? "tail" : "head");
         platform::ResetAll();
         CapturedLog log;
+        CapturedAlerts alerts;
         ASSERT_EQ(U_Birth("Test Host", &RunModeSeven), 0);
         EXPECT_EQ(BeepsOfDie(false), 0u);
         const std::vector<U_u32*> magic = FindMagicNumbers();
@@ -98,6 +99,8 @@ TEST_F(Lives, DeathLeavesADamagedLibraryInPlace)
             EXPECT_EQ(BeepsOfDie(true), 2u);
             EXPECT_FALSE(platform::MemDialogsQuieted());
             EXPECT_EQ(U_Death(), kDamaged);
+            EXPECT_EQ(alerts.Texts(),
+                      std::vector<std::string>{"Internal structures damaged.\n\n( 23 :: 4 )"});
             EXPECT_EQ(U_Death(), kDamaged);
             EXPECT_TRUE(platform::MemDialogsQuieted());
             EXPECT_EQ(MEM_GetMemUsage(), used);

@@ -3,12 +3,14 @@
 #include <cstdint>
 
 #include "U_Alloc.h"
+#include "U_Posted.h"
 #include "indep/frame/Globals.h"
 
 // The record is the live handle, near a new one, whose block starts with the
 // number.
 std::vector<U_u32*> FindMagicNumbers()
 {
+    U_StartQuietErrorsOnCurrentThread(false); // most of what is tried is no handle
     const std::uintptr_t kNeighbourhood = 0x10000; // handles stand together in pieces of this size
     void** fresh = U_AllocateHandleQuiet(16);
     void** first =
@@ -29,5 +31,6 @@ std::vector<U_u32*> FindMagicNumbers()
                 numbers.push_back(word);
         }
     }
+    U_EndQuietErrorsOnCurrentThread();
     return numbers;
 }
