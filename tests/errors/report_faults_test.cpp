@@ -107,7 +107,7 @@ TEST_F(ReportFaults, AnAllocationThatFailsIsReportedWhicheverAllocationFails)
         FailEachNew([&] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); },
                     [&](long nth) {
                         U_DisplayPostedErrors();
-            EXPECT_LE(mShown, 1) << nth;
+                        EXPECT_LE(mShown, 1) << nth;
                         mShown = 0;
                     });
     EXPECT_GT(points, 10);
