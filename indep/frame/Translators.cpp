@@ -110,7 +110,7 @@ U_UTF16String SystemText(int result)
         nullptr, static_cast<unsigned int>(result), kDefaultLanguage, &buffer, 0, nullptr);
     const std::unique_ptr<unsigned short, void* (*)(void*)> owned(
         buffer, [](void* block) { return win32::LocalFree(block); });
-    return U_UTF16String(buffer, length);
+    return buffer ? U_UTF16String(buffer, length) : U_UTF16String();
 }
 } // namespace
 
