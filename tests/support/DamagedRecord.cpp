@@ -10,7 +10,7 @@
 // number.
 std::vector<U_u32*> FindMagicNumbers()
 {
-    U_StartQuietErrorsOnCurrentThread(false); // most of what is tried is no handle
+    U_StartQuietErrorsOnCurrentThread(false);      // most of what is tried is no handle
     const std::uintptr_t kNeighbourhood = 0x10000; // handles stand together in pieces of this size
     void** fresh = U_AllocateHandleQuiet(16);
     void** first =
