@@ -49,7 +49,7 @@ headers: deps ## Compile each public header alone
 
 bench: deps ## Measure everything and write bench/RESULTS.md
 	@scripts/deps gettext icu-devtools
-	$(call build,release)
+	$(call build,release,--target bench)
 	scripts/bench build/release/bench
 
 fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md

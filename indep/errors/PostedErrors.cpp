@@ -77,7 +77,14 @@ public:
     ~Showing()
     {
         mErrors.splice(mErrors.begin(), mFailed);
-        PutBack(mErrors);
+        try
+        {
+            PutBack(mErrors);
+        }
+        catch (...)
+        {
+            // Only a lock that is broken refuses; then there is nowhere to post.
+        }
     }
 
     Showing(const Showing&) = delete;

@@ -10,18 +10,18 @@ const U_u32 kInvalidSeverity = 51;
 const U_u32 kDebugInfo = 92;
 
 const SeverityTraits kTraits[] = {
-    {U_Sev_MESSAGE, Prefix::none, 0, nullptr, false, nullptr, 0x00, 0},
-    {U_Sev_INFO, Prefix::name, 0, nullptr, false, nullptr, 0x40, 4},
-    {U_Sev_WARNING, Prefix::word, kWarning, "U_Sev_WARNING", false, "Warning", 0x30, 2},
-    {U_Sev_PROBLEM, Prefix::word, kError, "U_Sev_PROBLEM", true, "Problem", 0x10, 1},
-    {U_Sev_FATAL, Prefix::word, kCannotContinue, "U_Sev_FATAL", true, "Fatal", 0x40, 4},
-    {U_Sev_DETAIL, Prefix::indent, 0, nullptr, false, nullptr, 0x40, 4},
-    {U_Sev_DEBUG, Prefix::word, kDebugInfo, nullptr, false, nullptr, 0x40, 4},
-    {U_Sev_LEAK, Prefix::word, kWarning, nullptr, false, "Leak", 0x40, 4},
+    {U_Sev_MESSAGE, false, Prefix::none, 0, 0x00, 0, nullptr, nullptr},
+    {U_Sev_INFO, false, Prefix::name, 0, 0x40, 4, nullptr, nullptr},
+    {U_Sev_WARNING, false, Prefix::word, kWarning, 0x30, 2, "U_Sev_WARNING", "Warning"},
+    {U_Sev_PROBLEM, true, Prefix::word, kError, 0x10, 1, "U_Sev_PROBLEM", "Problem"},
+    {U_Sev_FATAL, true, Prefix::word, kCannotContinue, 0x40, 4, "U_Sev_FATAL", "Fatal"},
+    {U_Sev_DETAIL, false, Prefix::indent, 0, 0x40, 4, nullptr, nullptr},
+    {U_Sev_DEBUG, false, Prefix::word, kDebugInfo, 0x40, 4, nullptr, nullptr},
+    {U_Sev_LEAK, false, Prefix::word, kWarning, 0x40, 4, nullptr, "Leak"},
 };
 
 const SeverityTraits kInvalid = {
-    0, Prefix::word, kInvalidSeverity, nullptr, false, nullptr, 0x40, 4,
+    0, false, Prefix::word, kInvalidSeverity, 0x40, 4, nullptr, nullptr,
 };
 } // namespace
 

@@ -16,13 +16,13 @@ enum class Prefix
 struct SeverityTraits
 {
     U_u16 mSeverity;
+    bool mLogsStack; // a stack crawl follows the line in the log
     Prefix mPrefix;
     U_u32 mWord;                // index of the severity's word
-    const char* mLogTag;        // null: no line in the log
-    bool mLogsStack;            // a stack crawl follows that line
-    const char* mTelemetryWord; // null: no telemetry
     unsigned int mBoxIcon;      // flag of the system's message box
     int mHostIcon;              // icon of the host's
+    const char* mLogTag;        // null: no line in the log
+    const char* mTelemetryWord; // null: no telemetry
 };
 
 // The traits of what is no severity are those of an invalid one.
