@@ -115,7 +115,8 @@ void DrawIcon(SDL_Surface* target, int left, int top, int size, Icon icon)
     const float pixelSize = 2.0f / static_cast<float>(size);
     for (int y = 0; y < size; ++y)
     {
-        Uint8* const row = static_cast<Uint8*>(target->pixels) + (top + y) * target->pitch;
+        Uint8* const row = static_cast<Uint8*>(target->pixels) +
+                           static_cast<std::ptrdiff_t>(top + y) * target->pitch;
         Uint32* const pixels = reinterpret_cast<Uint32*>(row) + left;
         for (int x = 0; x < size; ++x)
         {

@@ -204,7 +204,8 @@ void Sheet::DrawTexts(SDL_Surface* canvas) const
                            mHeading[static_cast<std::size_t>(i)], kInk);
     for (int i = 0; i < mLinesShown; ++i)
         mTextFonts.Draw(canvas, TextLeft(), TextTop() + i * mTextFonts.LineHeight(),
-                        mLines[static_cast<std::size_t>(mFirstLine + i)], kInk);
+                        mLines[static_cast<std::size_t>(mFirstLine) + static_cast<std::size_t>(i)],
+                        kInk);
 }
 
 void Sheet::DrawScrollBar(SDL_Surface* canvas) const
