@@ -19,6 +19,9 @@ int Messagebox(pencart::SupplierInterface* supplier, const krobase::utility::UTF
         throw std::invalid_argument("a message box needs the host's supplier and node");
     if (kind != kKindAlert || button != kButtonOK)
         throw std::invalid_argument("a message box is an alert with an OK button");
+    // The host may let go of its window while the box is up.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const boost::intrusive_ptr<ui::UI_Node> held = node;
     platform::Alert alert = {};
     alert.throughHost = true;
     alert.hasTitle = true;

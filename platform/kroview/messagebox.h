@@ -35,7 +35,7 @@ typedef boost::function<void(unsigned int message)> MessageHandler;
 
 // Shows an alert with an OK button through the host's presenter of alerts, waits
 // until it is dismissed, and returns the button. The node is the window to
-// which the box belongs and is the caller's to hold. widthHint is 0, or the width
+// which the box belongs and is held for so long. widthHint is 0, or the width
 // in points that suits the text; heightHint is 0. Throws std::invalid_argument
 // for a null supplier or node, another kind or another button, and what the
 // presenter throws.
