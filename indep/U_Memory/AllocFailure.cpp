@@ -66,6 +66,7 @@ U_UTF16String SentenceFor(U_u64 size, const char* what)
                                                 message.mDecimals, 0, kLongest);
     return ReplaceInString(U_ZStringToUTF16String(message.mText), number, suffix);
 }
+
 void Report(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
 {
     if (possibleFragmentation)

@@ -9,11 +9,11 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/errors/Refuse.h"
+#include "indep/frame/Globals.h"
 
 namespace
 {
-const U_u32 kDuplicatePlace = 0x17001C;
-const U_u32 kNoFinerPlace = 0x170000;
+const U_u32 kDuplicatePlace = kModule | 0x1C;
 
 void CopyBlock(void** to, void** from, std::size_t size)
 {
@@ -34,7 +34,7 @@ void** NewPlatformHandle(U_i32 size, const char* opName)
         return nullptr;
     void** handle = okay ? NewHandle(size) : nullptr;
     if (!handle && opName)
-        Up_ReportAllocFailure(kNoFinerPlace, static_cast<U_u64>(size), opName, okay);
+        Up_ReportAllocFailure(kModule, static_cast<U_u64>(size), opName, okay);
     return handle;
 }
 } // namespace
@@ -75,7 +75,7 @@ U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName
     if (!platformHandle)
         return 0;
     const U_u32 size = ToolboxSize(platformHandle);
-    *out = U_AllocateHandle(kNoFinerPlace, opName, size);
+    *out = U_AllocateHandle(kModule, opName, size);
     if (*out)
         CopyBlock(*out, platformHandle, size);
     return 0;

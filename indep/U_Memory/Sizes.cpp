@@ -35,6 +35,7 @@ U_i32 NarrowSize(U_u64 size)
         return std::numeric_limits<U_i32>::min();
     }
 }
+
 // What is no handle may point anywhere.
 void* BlockOf(void** handle)
 {

@@ -2,8 +2,8 @@
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "U_Assert.h"
 #include "U_Interact.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
 
 namespace
@@ -12,13 +12,6 @@ typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
 
 const U_u16 kAddPlace = 21;
 const U_u16 kRemovePlace = 22;
-const U_u32 kModule = 0x170000; // of location codes
-
-U_Status Refuse(U_u16 place, int line, const char* why)
-{
-    U_ReportFailedVerification(kModule | place, line, nullptr, why);
-    return U_Err_BadParameter;
-}
 
 // Both words are null in a free slot.
 bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
@@ -42,22 +35,23 @@ bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallb
 U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return Refuse(kAddPlace, 95, "logging_func can not be NULL");
+        return RefuseArgument("logging_func can not be NULL", kModule | kAddPlace);
     if (U_Status damaged = Up_ValidateGlobals(kAddPlace))
         return damaged;
     if (!ReplaceFirst(nullptr, nullptr, callback, refcon))
-        return Refuse(kAddPlace, 114, "can not add any more logging_funcs");
+        return RefuseArgument("can not add any more logging_funcs", kModule | kAddPlace);
     return 0;
 }
 
 U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return Refuse(kRemovePlace, 134, "logging_func can not be NULL");
+        return RefuseArgument("logging_func can not be NULL", kModule | kRemovePlace);
     if (U_Status damaged = Up_ValidateGlobals(kRemovePlace))
         return damaged;
     if (!ReplaceFirst(callback, refcon, nullptr, nullptr))
-        return Refuse(kRemovePlace, 154, "can not find logging_func/refcon pair to remove");
+        return RefuseArgument("can not find logging_func/refcon pair to remove",
+                              kModule | kRemovePlace);
     return 0;
 }
 

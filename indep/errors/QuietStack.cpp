@@ -4,8 +4,8 @@
 
 #include <win32/threads.h>
 
-#include "U_Assert.h"
 #include "U_Posted.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 
 namespace
@@ -14,20 +14,10 @@ namespace
 // that ends without death leaves it to its threads.
 PerThreadQuietStack* sQuietStack = nullptr;
 
-const int kStartLine = 1192;
-const int kEndLine = 1219;
-const int kUnbalancedLine = 1222;
-
-[[noreturn]] void ThrowFailedVerification(int line, const char* message)
-{
-    U_ReportFailedVerification(0, line, nullptr, message);
-    throw U_Status(U_Err_BadParameter);
-}
-
-PerThreadQuietStack& QuietStackFor(int line)
+PerThreadQuietStack& TheQuietStack()
 {
     if (!sQuietStack)
-        ThrowFailedVerification(line, "Per thread quiet data not set up yet!");
+        throw RefuseArgument("Per thread quiet data not set up yet!");
     return *sQuietStack;
 }
 } // namespace
@@ -146,15 +136,13 @@ bool Up_IsQuiet(bool forLogging)
 
 U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging)
 {
-    return Guarded(
-        [&] { QuietStackFor(kStartLine).Push(win32::GetCurrentThreadId(), keepLogging); });
+    return Guarded([&] { TheQuietStack().Push(win32::GetCurrentThreadId(), keepLogging); });
 }
 
 U_Status U_EndQuietErrorsOnCurrentThread()
 {
     return Guarded([&] {
-        if (!QuietStackFor(kEndLine).Pop(win32::GetCurrentThreadId()))
-            ThrowFailedVerification(kUnbalancedLine,
-                                    "Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
+        if (!TheQuietStack().Pop(win32::GetCurrentThreadId()))
+            throw RefuseArgument("Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
     });
 }

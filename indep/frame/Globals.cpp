@@ -11,7 +11,6 @@
 
 namespace
 {
-const U_u32 kModule = 0x170000; // of location codes
 const U_Status kDamagedGlobals = 2;
 const U_Status kNoGlobals = 5889;
 
