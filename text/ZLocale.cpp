@@ -28,9 +28,13 @@ enum class DoubleByteSafe
 };
 std::atomic<DoubleByteSafe> sDoubleByteSafe(DoubleByteSafe::unknown);
 
-void ForgetDoubleByteSafe()
+std::atomic<U_u32> sGeneration(0);
+
+// The last step of each change, for what has been derived from the locale before.
+void NoteChange()
 {
     sDoubleByteSafe.store(DoubleByteSafe::unknown, std::memory_order_relaxed);
+    sGeneration.fetch_add(1, std::memory_order_release);
 }
 
 bool IsDoubleByteSafe()
@@ -61,10 +65,17 @@ U_ZLocale* ZLocale()
     return sZLocale;
 }
 
+U_u32 ZLocaleGeneration()
+{
+    return sGeneration.load(std::memory_order_acquire);
+}
+
 U_Status U_ZLocaleBirth()
 {
-    if (!sZLocale)
-        sZLocale = new U_ZLocale;
+    if (sZLocale)
+        return 0;
+    sZLocale = new U_ZLocale;
+    NoteChange();
     return 0;
 }
 
@@ -72,7 +83,7 @@ U_Status U_ZLocaleDeath()
 {
     delete sZLocale;
     sZLocale = nullptr;
-    ForgetDoubleByteSafe();
+    NoteChange();
     return 0;
 }
 
@@ -83,14 +94,15 @@ bool U_ZLocaleAlive()
 
 U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size)
 {
-    return Guarded([&] {
-        if (!sZLocale)
-            return;
+    if (!sZLocale)
+        return 0;
+    const U_Status failure = Guarded([&] {
         sZLocale->mCurrent->LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
                                            ImageSize(size), false);
         sZLocale->mAlive = true;
-        ForgetDoubleByteSafe();
     });
+    NoteChange(); // a load that failed may have emptied the dictionary
+    return failure;
 }
 
 U_Status U_ZStringSetCurrentDictionaryCompressed(void*, size_t)
@@ -104,7 +116,7 @@ U_Status U_ZStringSetEnglish()
         return 0;
     sZLocale->mAlive = true;
     sZLocale->mEnglishMode = true;
-    ForgetDoubleByteSafe();
+    NoteChange();
     return 0;
 }
 

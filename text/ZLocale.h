@@ -6,6 +6,7 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include "U_Types.h"
 #include "hollin/Dictionary.h"
 
 struct U_ZLocale
@@ -24,5 +25,9 @@ struct U_ZLocale
 
 // Null before birth and after death.
 U_ZLocale* ZLocale();
+
+// Changes whenever a text may resolve to another one: at birth and death, and with
+// each choice of a language. Any thread.
+U_u32 ZLocaleGeneration();
 
 #endif

@@ -6,11 +6,11 @@
 
 #include "U_Encoding.h"
 #include "U_String.h"
-#include "U_ZString.h"
 #include "indep/errors/Severity.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
+#include "text/KeptText.h"
 
 namespace
 {
@@ -27,10 +27,10 @@ void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
         return;
     U_UTF16String word;
     if (traits.mPrefix == Prefix::word)
-        word = U_ZStringToUTF16String(Up_ZStringOf(traits.mWord));
-    const U_UTF16String order = U_ZStringToUTF16String(kOrder);
+        word = KeptText(Up_ZStringOf(traits.mWord));
+    const U_UTF16String order = KeptText(kOrder);
     prefix += krobase::utility::ReplaceInString(order, U_MBToUTF16String(name.mText), word);
-    prefix += U_ZStringToUTF16String(kColon);
+    prefix += KeptText(kColon);
     prefix.push_back(' ');
 }
 

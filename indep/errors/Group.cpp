@@ -4,6 +4,7 @@
 
 #include "U_ZString.h"
 #include "indep/errors/Group.h"
+#include "text/KeptText.h"
 
 namespace
 {
@@ -103,7 +104,7 @@ U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16Strin
 
 bool Up_HasGroupTag(const U_UTF16String& text, size_t* position)
 {
-    const size_t at = Find(text, U_ZStringToUTF16String(kGroupTag));
+    const size_t at = Find(text, KeptText(kGroupTag));
     if (at == kNowhere)
         return false;
     if (position)

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
@@ -23,7 +24,18 @@ struct Interaction
     boost::mutex mLock;        // guards the rest
     std::list<Entry> mEntries; // the mask in force in front
     U_u32 mNextTemporaryId = 1;
+
+    // The mask in force once more, which each report reads several times.
+    // Written with the lock held.
+    std::atomic<U_u32> mInForce{0};
 };
+
+// The last step of each change, with the lock held.
+void PutInForce(Interaction& interaction)
+{
+    const std::list<Entry>& entries = interaction.mEntries;
+    interaction.mInForce.store(entries.empty() ? 0 : entries.front().mMask);
+}
 
 // Ids come again after 2^32 uses, but never 0, nor the one that is not temporary.
 U_u32 NextTemporaryId(Interaction& interaction)
@@ -43,9 +55,7 @@ Interaction& TheInteraction()
 
 U_u32 Up_GetInteract()
 {
-    Interaction& interaction = TheInteraction();
-    InteractLock lock(interaction.mLock);
-    return interaction.mEntries.empty() ? 0 : interaction.mEntries.front().mMask;
+    return TheInteraction().mInForce;
 }
 
 void Up_SetInteract(U_u32 mask)
@@ -54,6 +64,7 @@ void Up_SetInteract(U_u32 mask)
     std::list<Entry> entries{{kBaseId, mask}}; // without memory the old ones stay
     InteractLock lock(interaction.mLock);
     interaction.mEntries.swap(entries);
+    PutInForce(interaction);
 }
 
 U_u32 Up_SetInteractTemp(U_u32 mask)
@@ -63,6 +74,7 @@ U_u32 Up_SetInteractTemp(U_u32 mask)
     InteractLock lock(interaction.mLock);
     entry.front().mId = NextTemporaryId(interaction);
     interaction.mEntries.splice(interaction.mEntries.begin(), entry);
+    PutInForce(interaction);
     return interaction.mEntries.front().mId;
 }
 
@@ -73,6 +85,8 @@ void Up_SetInteractTempComplete(U_u32 id)
     const auto entry =
         std::find_if(interaction.mEntries.begin(), interaction.mEntries.end(),
                      [id](const Entry& candidate) { return candidate.mId == id && id != kBaseId; });
-    if (entry != interaction.mEntries.end())
-        interaction.mEntries.erase(entry);
+    if (entry == interaction.mEntries.end())
+        return;
+    interaction.mEntries.erase(entry);
+    PutInForce(interaction);
 }

@@ -1,5 +1,8 @@
 #include "indep/errors/LoggingCallbacks.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <boost/thread/lock_guard.hpp>
 
 #include "U_Interact.h"
@@ -30,6 +33,14 @@ bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallb
     }
     return false;
 }
+
+// Told without the lock, for which threads that report would queue up in vain.
+bool HasCallbacks(const U_Globals& globals)
+{
+    const auto& callbacks = globals.mLoggingFuncs;
+    return std::any_of(std::begin(callbacks), std::end(callbacks),
+                       [](const auto& callback) { return callback.load() != nullptr; });
+}
 } // namespace
 
 U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
@@ -57,7 +68,7 @@ U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
 
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
 {
-    if (!Up_GlobalsAreGood())
+    if (!Up_GlobalsAreGood() || !HasCallbacks(*Globals()))
         return 0;
     U_Globals* globals = Globals();
     CallbackLock lock(*globals->mLoggingLock);

@@ -24,7 +24,7 @@ struct U_Globals
     std::atomic<U_u32> mDying;            // set by the first fatal error, never set back
     char mName[31];                       // the host's display name
     boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
-    U_LoggingCallback mLoggingFuncs[kMostLoggingCallbacks];
+    std::atomic<U_LoggingCallback> mLoggingFuncs[kMostLoggingCallbacks];
     void* mLoggingRefcons[kMostLoggingCallbacks];
     std::atomic<U_u32> mErrorCount;
     std::atomic<U_u32> mPostErrors;

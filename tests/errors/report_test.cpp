@@ -237,9 +237,13 @@ TEST_F(Report, ATranslationOrdersNameAndWord)
 {
     DictionaryImage image = BinaryImage(
         {{"/QX/U/qx_err_msg_order", u"@1, sagt @0"}, {"/QX/UOverride/LStr/0002", u"Fehler"}});
+    U_ReportError(0, U_Sev_PROBLEM, Units(u"Text")); // what the thread keeps must give way
     ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
     U_ReportError(0, U_Sev_PROBLEM, Units(u"Text"));
-    EXPECT_EQ(mHeard.mTexts, Texts{"Fehler, sagt Test Host: Text"});
+    ASSERT_EQ(U_ZStringSetEnglish(), 0);
+    U_ReportError(0, U_Sev_PROBLEM, Units(u"Text"));
+    EXPECT_EQ(mHeard.mTexts, (Texts{"Test Host error: Text", "Fehler, sagt Test Host: Text",
+                                    "Test Host error: Text"}));
 }
 
 TEST_F(Report, LongTextsAreCutAtACharacterOnlyWhereABufferHoldsThem)

@@ -1,0 +1,57 @@
+#include "text/KeptText.h"
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+#include "indep/frame/ThreadPiece.h"
+#include "text/Resolve.h"
+#include "text/ZLocale.h"
+
+namespace
+{
+struct Kept
+{
+    const char* mZString;
+    U_UTF16String mText;
+};
+
+struct KeptTexts
+{
+    U_u32 mGeneration; // of the locale that all of them come from
+    std::vector<Kept> mTexts;
+};
+
+const Kept* Find(const std::vector<Kept>& texts, const char* zstring)
+{
+    const auto found = std::find_if(texts.begin(), texts.end(), [zstring](const Kept& kept) {
+        return kept.mZString == zstring;
+    });
+    return found == texts.end() ? nullptr : &*found;
+}
+} // namespace
+
+U_UTF16String KeptText(const char* zstring)
+{
+    KeptTexts* const kept = ThreadPiece<KeptTexts>::Make();
+    if (!kept)
+        return ResolveZString(zstring, false);
+    const U_u32 generation = ZLocaleGeneration();
+    if (kept->mGeneration != generation)
+    {
+        kept->mTexts.clear();
+        kept->mGeneration = generation;
+    }
+    if (const Kept* known = Find(kept->mTexts, zstring))
+        return known->mText;
+    U_UTF16String text = ResolveZString(zstring, false);
+    try
+    {
+        kept->mTexts.push_back({zstring, text});
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The next look-up tries again.
+    }
+    return text;
+}
