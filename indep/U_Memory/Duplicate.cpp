@@ -2,24 +2,17 @@
 
 #include "U_Alloc.h"
 
-#include <cstring>
-
 #include <tolv/toolbox.h>
 
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/U_Memory/Memory.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
 
 namespace
 {
 const U_u32 kDuplicatePlace = kModule | 0x1C;
-
-void CopyBlock(void** to, void** from, std::size_t size)
-{
-    if (size)
-        std::memcpy(*to, *from, size);
-}
 
 U_u32 ToolboxSize(void** handle)
 {
@@ -49,7 +42,7 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
     *out = U_AllocateHandle(kDuplicatePlace, opName, size);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyBlock(*out, handle, size);
+    CopyBytes(**out, *handle, size);
     return 0;
 }
 
@@ -63,7 +56,7 @@ U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** 
     *out = NewPlatformHandle(static_cast<U_i32>(size), opName);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyBlock(*out, handle, size);
+    CopyBytes(**out, *handle, size);
     return 0;
 }
 
@@ -77,7 +70,7 @@ U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName
     const U_u32 size = ToolboxSize(platformHandle);
     *out = U_AllocateHandle(kModule, opName, size);
     if (*out)
-        CopyBlock(*out, platformHandle, size);
+        CopyBytes(**out, *platformHandle, size);
     return 0;
 }
 
@@ -92,7 +85,7 @@ U_Status U_DetachResource(void** resource, const char* opName, void*** out)
     void** copy = U_AllocateHandle(0, opName, size);
     if (!copy)
         return U_Err_OutOfMemory;
-    CopyBlock(copy, resource, size);
+    CopyBytes(*copy, *resource, size);
     DetachResource(resource);
     DisposeHandle(resource);
     *out = copy;

@@ -3,6 +3,8 @@
 #ifndef INDEP_U_MEMORY_MEMORY_H
 #define INDEP_U_MEMORY_MEMORY_H
 
+#include <cstring>
+
 #include <tolv/memory.h>
 
 #include "U_Types.h"
@@ -18,6 +20,13 @@ void Up_TerminateMemorySubsystem();
 
 // The library's one heap.
 MEM_HeapRef UHeap();
+
+// Copies a block's bytes. An empty block may have no address.
+inline void CopyBytes(void* to, const void* from, std::size_t size)
+{
+    if (size)
+        std::memcpy(to, from, size);
+}
 
 // Bytes charged by frame and recycled allocations.
 void Up_AddFrameAllocation(U_i64 delta);

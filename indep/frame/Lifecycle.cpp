@@ -7,6 +7,7 @@
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
+#include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Errors.h"
 #include "indep/errors/Refuse.h"
@@ -44,11 +45,13 @@ const BirthStep kSubBirths[] = {
     &Up_MakeGlobals,
     [](const char*) { return U_ZBirthLStrCacheList(); },
     [](const char*) { return U_ZLocaleBirth(); },
+    [](const char*) { return Up_HogBirth(); },
     [](const char*) { return Up_ErrorsBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
 };
 
 const DeathStep kDeathSteps[] = {
+    [] { Up_TerminateHogs(); },
     &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },

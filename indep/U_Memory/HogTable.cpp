@@ -1,0 +1,259 @@
+#include "indep/U_Memory/HogTable.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <iterator>
+#include <new>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <wril/wril.h>
+
+#include "U_Alloc.h"
+#include "U_Hog.h"
+#include "U_Report.h"
+#include "U_String.h"
+#include "indep/errors/Refuse.h"
+#include "indep/errors/Strings.h"
+#include "indep/frame/Globals.h"
+
+namespace
+{
+typedef boost::lock_guard<boost::recursive_mutex> HogLock;
+
+const U_u32 kTableMagic = 72017;
+const U_u32 kSlotsAtOnce = 10;
+const U_Status kBadHog = 2;
+const int kLifecycleLevel = 10;
+
+const U_u32 kBirthPlace = kModule | 0x1F;
+const U_u32 kRegisterPlace = kModule | 0x20;
+const U_u32 kLeakPlace = kModule | 0x26;
+const U_u32 kStatsPlace = kModule | 0x27;
+
+// Indices of texts.
+const U_u32 kTableName = 113;
+const U_u32 kHogName = 114;
+const U_u32 kBadHogText = 115;
+
+const char* const kNotReported[] = {"OMF", "PNGIO", "TIFFIO", "WAV"};
+
+struct HogSlot
+{
+    U_u32 mLiveHandles;
+    U_u32 mLiveBytes; // without headers
+    void** mName;     // a handle of the name's text; owned
+};
+
+struct HogTable
+{
+    U_u32 mMagic;              // for whoever looks at a memory dump
+    std::atomic<U_u32> mCount; // grows only
+    U_u32 mCapacity;           // slots that there is room for
+    void** mSlots;             // a handle of the slots; owned
+    bool mGrows;
+};
+
+// Guards the slots and the table's growth and end. Recursive: growing may ask the
+// host to purge, and report, which may come back here. Stays for good.
+boost::recursive_mutex& sLock = *new boost::recursive_mutex;
+
+// A handle of the table. Written by birth and death only, with no other thread in
+// the library.
+void** sTable = nullptr;
+
+std::atomic<bool> sReportsLeaks(false);
+
+HogTable* Table()
+{
+    return sTable ? static_cast<HogTable*>(*sTable) : nullptr;
+}
+
+// With the lock held: they may move when it isn't.
+HogSlot* Slots(const HogTable& table)
+{
+    return static_cast<HogSlot*>(*table.mSlots);
+}
+
+U_u64 SizeOfSlots(U_u32 count)
+{
+    return count * U_u64(sizeof(HogSlot));
+}
+
+void** CopyOfName(const char* name)
+{
+    const std::size_t size = std::strlen(name) + 1;
+    void** const copy = U_AllocateHandle(kRegisterPlace, Up_StringOrEnglish(kHogName), size);
+    if (copy)
+        std::memcpy(*copy, name, size);
+    return copy;
+}
+
+// With the lock held. A host that is asked to purge for the table can't register
+// a hog at that moment: room for it is what is being made.
+U_Status MakeRoom(HogTable& table)
+{
+    if (table.mCount < table.mCapacity)
+        return 0;
+    if (table.mGrows)
+        return U_Err_OutOfMemory;
+    table.mGrows = true;
+    const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
+    const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
+                                            Up_StringOrEnglish(kTableName), &table.mSlots);
+    table.mGrows = false;
+    if (!failure)
+        table.mCapacity = capacity;
+    return failure;
+}
+
+// The text of the leak report. What doesn't fit is cut off at a character.
+class LeakText
+{
+public:
+    void Add(const HogSlot& slot)
+    {
+        char bytes[64];
+        Up_FormatText(bytes, sizeof(bytes), ": %1u bytes leaked\r", slot.mLiveBytes);
+        Append(static_cast<const char*>(*slot.mName));
+        Append(bytes);
+        mLeaked = true;
+    }
+
+    bool HasLeaks() const { return mLeaked; }
+    const char* Get() const { return mText; }
+
+private:
+    void Append(const char* text)
+    {
+        const std::size_t length = std::strlen(mText);
+        U_CopyString(text, sizeof(mText) - length, mText + length);
+    }
+
+    char mText[1024] = "Tracked Memory leaks detected\r";
+    bool mLeaked = false;
+};
+
+bool IsLeak(const HogSlot& slot)
+{
+    const char* const name = static_cast<const char*>(*slot.mName);
+    return slot.mLiveHandles &&
+           std::none_of(std::begin(kNotReported), std::end(kNotReported),
+                        [name](const char* part) { return std::strstr(name, part) != nullptr; });
+}
+
+void FreeTable()
+{
+    HogTable& table = *Table();
+    HogSlot* const slots = Slots(table);
+    for (U_u32 index = 0; index < table.mCount; ++index)
+        U_FreeHandle(slots[index].mName);
+    U_FreeHandle(table.mSlots);
+    U_FreeHandle(sTable);
+    sTable = nullptr;
+}
+} // namespace
+
+U_Status Up_HogBirth()
+{
+    WRIL_Log(kLifecycleLevel, "U", "Birth", "U Hog Birth");
+    const char* const name = Up_StringOrEnglish(kTableName);
+    void** const table = U_AllocateHandleClear(kBirthPlace, name, sizeof(HogTable));
+    if (!table)
+        return U_Err_OutOfMemory;
+    void** const slots = U_AllocateHandleClear(kBirthPlace, name, SizeOfSlots(kSlotsAtOnce));
+    if (!slots)
+    {
+        U_FreeHandle(table);
+        return U_Err_OutOfMemory;
+    }
+    new (*table) HogTable{kTableMagic, {0}, kSlotsAtOnce, slots, false};
+    sTable = table;
+    return 0;
+}
+
+U_Status Up_TerminateHogs()
+{
+    HogLock lock(sLock);
+    if (!sTable)
+        return 0;
+    LeakText leaks;
+    const HogTable& table = *Table();
+    for (U_u32 index = 0; sReportsLeaks && index < table.mCount; ++index)
+    {
+        const HogSlot& slot = Slots(table)[index];
+        if (IsLeak(slot))
+            leaks.Add(slot);
+    }
+    FreeTable();
+    if (!leaks.HasLeaks())
+        return 0;
+    Up_ReportErrString(kLeakPlace, U_Sev_LEAK, leaks.Get());
+    WRIL_Log(0, "U", "Up_TerminateHogs", leaks.Get());
+    return 0;
+}
+
+bool IsHog(U_u32 index)
+{
+    const HogTable* const table = Table();
+    return table && index < table->mCount;
+}
+
+void CountHog(U_u32 index, U_u32 handles, U_u32 bytes)
+{
+    HogLock lock(sLock);
+    HogSlot& slot = Slots(*Table())[index];
+    slot.mLiveHandles += handles;
+    slot.mLiveBytes += bytes;
+}
+
+U_Status RefuseHog(U_u32 location)
+{
+    Up_ReportErrString(location, U_Sev_PROBLEM, Up_StringOrEnglish(kBadHogText));
+    return kBadHog;
+}
+
+U_Status U_RegisterHog(const char* name, U_u32* id)
+{
+    if (!name || !id)
+        return RefuseArgument("U_RegisterHog: no name, or no place for the identifier");
+    HogTable* const table = Table();
+    if (!table)
+        return RefuseArgument("U_RegisterHog: the library isn't alive");
+    void** const copy = CopyOfName(name);
+    if (!copy)
+        return U_Err_OutOfMemory;
+    HogLock lock(sLock);
+    const U_Status failure = MakeRoom(*table);
+    if (failure)
+    {
+        U_FreeHandle(copy);
+        return failure;
+    }
+    const U_u32 index = table->mCount;
+    Slots(*table)[index] = {0, 0, copy};
+    table->mCount = index + 1; // from here on other threads find it
+    *id = HogIndexOrId(index);
+    return 0;
+}
+
+U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes)
+{
+    if (!liveHandles || !liveBytes)
+        return RefuseArgument("U_GetHogStats: no place for the answers");
+    const U_u32 index = HogIndexOrId(id);
+    if (!IsHog(index))
+        return RefuseHog(kStatsPlace);
+    HogLock lock(sLock);
+    const HogSlot& slot = Slots(*Table())[index];
+    *liveHandles = slot.mLiveHandles;
+    *liveBytes = slot.mLiveBytes;
+    return 0;
+}
+
+U_Status U_SetHogReportingOn(bool on)
+{
+    sReportsLeaks = on;
+    return 0;
+}

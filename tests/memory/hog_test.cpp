@@ -1,0 +1,324 @@
+// Hogs: their counts, what is refused, and the report of what is left at death.
+
+#include <cstring>
+#include <thread>
+
+#include <control.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Hog.h"
+#include "U_Lifecycle.h"
+#include "tests/support/BornLibrary.h"
+
+namespace
+{
+typedef std::vector<std::string> Texts;
+
+const U_u32 kFirstId = 0x31415926;
+const U_u32 kLocation = 0x120034;
+const char kBadHog[] = "U_Sev_PROBLEM: Test Host error: bad tracked memory ID\t";
+
+struct Stats
+{
+    U_u32 mHandles = 99;
+    U_u32 mBytes = 99;
+    bool operator==(const Stats& other) const
+    {
+        return mHandles == other.mHandles && mBytes == other.mBytes;
+    }
+};
+
+void PrintTo(const Stats& stats, std::ostream* out)
+{
+    *out << stats.mHandles << " handles, " << stats.mBytes << " bytes";
+}
+
+class Hogs : public BornLibrary
+{
+protected:
+    void SetUp() override
+    {
+        BornLibrary::SetUp();
+        ASSERT_EQ(U_RegisterHog("test", &mId), 0);
+        ASSERT_EQ(mId, kFirstId);
+    }
+
+    void** New(U_u64 size, U_u32 flags = 0)
+    {
+        void** handle = nullptr;
+        EXPECT_EQ(U_NewHogHandle(mId, kLocation, "a hog", size, flags, &handle), 0);
+        return handle;
+    }
+
+    Stats Count()
+    {
+        Stats stats;
+        EXPECT_EQ(U_GetHogStats(mId, &stats.mHandles, &stats.mBytes), 0);
+        return stats;
+    }
+
+    // Dies with one handle left of each hog, and frees it afterwards.
+    Texts LeakLinesOf(const Texts& names)
+    {
+        std::vector<void**> left;
+        for (const std::string& name : names)
+        {
+            EXPECT_EQ(U_RegisterHog(name.c_str(), &mId), 0);
+            left.push_back(New(10 + left.size()));
+        }
+        U_Death();
+        for (void** handle : left)
+            U_FreeHandle(handle);
+        const Texts lines = mLog.Texts("Up_TerminateHogs");
+        U_Birth("Test Host", nullptr);
+        return lines;
+    }
+
+    U_u32 mId = 0;
+};
+} // namespace
+
+TEST_F(Hogs, CountHandlesAndTheirData)
+{
+    void** a = New(100);
+    void** b = New(50);
+    EXPECT_EQ(Count(), (Stats{2, 150}));
+    EXPECT_EQ(U_ResizeHogHandle(0, "resize", 10, a), 0);
+    EXPECT_EQ(Count(), (Stats{2, 60}));
+    EXPECT_EQ(U_ResizeHogHandle(0, "resize", 0, a), 0);
+    EXPECT_EQ(U_ResizeHogHandle(0, "resize", 5000, b), 0);
+    EXPECT_EQ(Count(), (Stats{2, 5000}));
+    EXPECT_EQ(U_FreeHogHandle(a), 0);
+    EXPECT_EQ(U_FreeHogHandle(b), 0);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+TEST_F(Hogs, KeepTheirHeaderToThemselves)
+{
+    void** handle = New(100, U_Hog_Clear);
+    U_u64 size = 0;
+    U_u32 blockSize = 0;
+    EXPECT_EQ(U_GetHogHandleSize(handle, &size), 0);
+    EXPECT_EQ(U_GetHandleSize(handle, &blockSize), 0);
+    EXPECT_EQ(size, 100u);
+    EXPECT_EQ(blockSize, 116u);
+
+    void* data = nullptr;
+    ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % 16, 0u);
+    const char zeros[100] = {};
+    EXPECT_EQ(std::memcmp(data, zeros, sizeof(zeros)), 0);
+    std::memset(data, 0xEE, 100);
+    EXPECT_EQ(U_UnlockHogHandle(handle), 0);
+    EXPECT_EQ(Count(), (Stats{1, 100}));
+    EXPECT_EQ(U_FreeHogHandle(handle), 0);
+}
+
+TEST_F(Hogs, LockedOnesAreNotResized)
+{
+    void** handle = New(100);
+    void* data = nullptr;
+    EXPECT_EQ(U_UnlockHogHandle(handle), 0) << "one unlock too many counts for nothing";
+    EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(U_UnlockHogHandle(handle), 0);
+    EXPECT_EQ(U_ResizeHogHandle(kLocation, "resize", 10, handle), 1);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
+              Texts{"Test Host error: Cannot resize a locked handle.\t( 23 :: 37 )"});
+    EXPECT_EQ(U_UnlockHogHandle(handle), 0);
+    EXPECT_EQ(U_ResizeHogHandle(kLocation, "resize", 10, handle), 0);
+    EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(U_FreeHogHandle(handle), 0) << "freeing takes no notice of locks";
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+TEST_F(Hogs, RegisterInRowsOfTenAndKeepTheirCounts)
+{
+    void** handle = New(7);
+    for (U_u32 index = 1; index < 32; ++index)
+    {
+        U_u32 id = 0;
+        ASSERT_EQ(U_RegisterHog("test", &id), 0) << "a name may come again";
+        EXPECT_EQ(id, index ^ kFirstId);
+        Stats stats;
+        EXPECT_EQ(U_GetHogStats(id, &stats.mHandles, &stats.mBytes), 0);
+        EXPECT_EQ(stats, (Stats{0, 0}));
+    }
+    EXPECT_EQ(Count(), (Stats{1, 7}));
+    U_FreeHogHandle(handle);
+}
+
+TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
+{
+    void* none = nullptr;
+    void** stranger = U_AllocateHandleClearQuiet(64);
+    static_cast<U_u32*>(*stranger)[1] = 1; // the hog behind the last
+    void** tooSmall = U_AllocateHandleClearQuiet(8);
+    void* data = &data;
+    void** out = stranger;
+    U_u64 size = 99;
+    Stats stats;
+    const struct
+    {
+        const char* mWhere;
+        U_Status mResult;
+    } kRows[] = {
+        {"( 18 :: 52 )", U_NewHogHandle(0, kLocation, "new", 10, 0, &out)},
+        {"( 18 :: 52 )", U_NewHogHandle(1 ^ kFirstId, kLocation, "new", 10, 0, &out)},
+        {"( 23 :: 33 )", U_FreeHogHandle(nullptr)},
+        {"( 23 :: 33 )", U_FreeHogHandle(&none)},
+        {"( 23 :: 33 )", U_FreeHogHandle(stranger)},
+        {"( 23 :: 34 )", U_LockHogHandle(stranger, &data)},
+        {"( 23 :: 35 )", U_UnlockHogHandle(stranger)},
+        {"( 23 :: 36 )", U_GetHogHandleSize(stranger, &size)},
+        {"( 23 :: 36 )", U_GetHogHandleSize(tooSmall, &size)},
+        {"( 23 :: 37 )", U_ResizeHogHandle(0, "resize", 10, stranger)},
+        {"( 23 :: 39 )", U_GetHogStats(1, &stats.mHandles, &stats.mBytes)},
+    };
+    const Texts lines = mLog.Texts("U_Sev_PROBLEM");
+    ASSERT_EQ(lines.size(), std::size(kRows));
+    for (std::size_t row = 0; row < std::size(kRows); ++row)
+    {
+        EXPECT_EQ(kRows[row].mResult, 2) << row;
+        EXPECT_EQ("U_Sev_PROBLEM: " + lines[row], kBadHog + std::string(kRows[row].mWhere)) << row;
+    }
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(data, nullptr);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(stats, Stats()) << "nothing is stored";
+    U_FreeHandle(stranger);
+    U_FreeHandle(tooSmall);
+}
+
+TEST_F(Hogs, ConvertFromAndToPlainHandles)
+{
+    void** plain = U_AllocateHandleQuiet(6);
+    std::memcpy(*plain, "hello", 6);
+    void** hog = nullptr;
+    ASSERT_EQ(U_NewHogHandleFromHandle(mId, plain, &hog), 0);
+    EXPECT_EQ(Count(), (Stats{1, 6}));
+    void** back = nullptr;
+    ASSERT_EQ(U_NewHandleFromHogHandle(hog, &back), 0);
+    U_u32 size = 0;
+    EXPECT_EQ(U_GetHandleSize(back, &size), 0);
+    EXPECT_EQ(size, 6u);
+    EXPECT_STREQ(static_cast<char*>(*back), "hello");
+    EXPECT_EQ(U_ResizeHogHandle(0, "unlocked again", 7, hog), 0);
+
+    void** empty = nullptr;
+    EXPECT_EQ(U_NewHandleFromHogHandle(plain, &empty), 2) << "no hog handle";
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(U_GetHandleSize(empty, &size), 0);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(U_NewHandleFromHogHandle(nullptr, &empty), 3);
+    void** untold = plain;
+    EXPECT_EQ(U_NewHogHandleFromHandle(0, plain, &untold), 2);
+    EXPECT_EQ(untold, nullptr);
+    for (void** handle : {plain, back, empty})
+        U_FreeHandle(handle);
+    U_FreeHogHandle(hog);
+}
+
+TEST_F(Hogs, WithoutMemoryNothingChanges)
+{
+    void** handle = New(100);
+    for (U_u32 index = 1; index < 10; ++index)
+        U_RegisterHog("fills the table", &mId);
+    U_u32 id = 7;
+    void** out = handle;
+    platform::SetHeapFailure([](unsigned long long) { return true; });
+    mLog.Clear();
+    EXPECT_EQ(U_RegisterHog("one more", &id), 4);
+    EXPECT_EQ(U_NewHogHandle(kFirstId, 0, "quiet", 10, U_Hog_Quiet, &out), 4);
+    EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1000, handle), 4);
+    EXPECT_EQ(out, nullptr);
+    out = handle;
+    EXPECT_EQ(U_NewHandleFromHogHandle(handle, &out), 4);
+    EXPECT_EQ(out, nullptr);
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    EXPECT_EQ(id, 7u);
+    for (U_u64 size : {U_u64(0x7FFFFFFF), U_u64(0xFFFFFFF0), U_u64(0x100000064), ~U_u64(0)})
+    {
+        EXPECT_EQ(U_NewHogHandle(kFirstId, 0, nullptr, size, U_Hog_Quiet, &out), 4) << size;
+        EXPECT_EQ(U_ResizeHogHandle(0, nullptr, size, handle), 4) << size;
+    }
+    mId = kFirstId;
+    EXPECT_EQ(Count(), (Stats{1, 100}));
+    U_FreeHogHandle(handle);
+    EXPECT_EQ(U_RegisterHog("one more", &id), 0);
+    EXPECT_EQ(id, 10 ^ kFirstId) << "the failed one took no slot";
+}
+
+// A purge request that growth makes runs with the table locked for other threads.
+TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
+{
+    struct Host
+    {
+        void** mBig;
+
+        static int Purge(void* refcon, U_u64, U_u64, bool*)
+        {
+            Host& host = *static_cast<Host*>(refcon);
+            U_u32 nested = 0;
+            EXPECT_EQ(U_RegisterHog("nested", &nested), 4) << "that is what there is no room for";
+            EXPECT_EQ(U_FreeHogHandle(host.mBig), 0);
+            platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+            return 0;
+        }
+    } host{New(100000)};
+    for (U_u32 index = 1; index < 10; ++index)
+        U_RegisterHog("fills the table", &mId);
+    U_SetPurgeRequestCallback(&Host::Purge, &host);
+    platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+    U_u32 id = 0;
+    EXPECT_EQ(U_RegisterHog("eleventh", &id), 0);
+    EXPECT_EQ(id, 10 ^ kFirstId);
+    mId = kFirstId;
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+TEST_F(Hogs, DeathNamesThoseWithHandlesLeft)
+{
+    EXPECT_EQ(LeakLinesOf({"silent"}), Texts()) << "reporting is off";
+    U_SetHogReportingOn(true);
+    mAlerts.Clear();
+    EXPECT_EQ(LeakLinesOf({"images", "the TIFFIO writer", "sounds", "WAV"}),
+              Texts{"Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
+                    "sounds: 12 bytes leaked\r"});
+    ASSERT_EQ(mAlerts.All().size(), 1u);
+    mLog.Clear();
+    const Texts lines = LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never told"});
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].size(), 1023u);
+    U_SetHogReportingOn(false);
+}
+
+TEST_F(Hogs, CountRightAcrossThreads)
+{
+    const std::size_t kThreads = 8;
+    std::vector<void**> kept[kThreads];
+    std::vector<std::thread> threads;
+    for (std::vector<void**>& mine : kept)
+        threads.emplace_back([this, &mine] {
+            for (U_u64 round = 0; round < 200; ++round)
+            {
+                U_u32 own = 0;
+                EXPECT_EQ(round % 20 ? 0 : U_RegisterHog("own", &own), 0);
+                void** handle = New(round);
+                EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 3, handle), 0);
+                mine.push_back(handle);
+                if (round % 2 == 0)
+                    continue;
+                EXPECT_EQ(U_FreeHogHandle(handle), 0);
+                mine.pop_back();
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(Count(), (Stats{800, 2400}));
+    for (const std::vector<void**>& mine : kept)
+        for (void** handle : mine)
+            U_FreeHogHandle(handle);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
