@@ -3,13 +3,14 @@
 DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
 FUZZ_SECONDS ?= 600
+PREFIX ?= /usr/local
 
 # For the window of alerts and its test, which go without where these can't be had.
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan headers bench fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan install package headers bench fuzz lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
@@ -43,6 +44,14 @@ tsan: window-deps ## All tests under the thread sanitizer
 	ctest --preset tsan
 
 sanitize: asan tsan ## Both sanitizers
+
+install: deps ## Install the release build (PREFIX, DESTDIR)
+	$(call build,release)
+	cmake --install build/release --prefix $(PREFIX)
+
+package: deps ## Make the Debian package, in build/release
+	$(call build,release)
+	cd build/release && cpack -G DEB
 
 headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)

@@ -1,0 +1,74 @@
+# What `make install` puts where, and the Debian package of the same.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(libraries U Uplatform)
+if(TARGET Ualert_sdl)
+  list(APPEND libraries Ualert_sdl)
+endif()
+set(programs zdict filecache)
+
+# A folder of its own, since some of the headers' names are common words.
+set(headers ${CMAKE_INSTALL_INCLUDEDIR}/u)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/U)
+set_target_properties(zdict PROPERTIES EXPORT_NAME zdict)
+
+install(TARGETS ${libraries} EXPORT UTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${headers})
+install(TARGETS ${programs} EXPORT UTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# An installed tree may be moved as a whole.
+file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(${programs} PROPERTIES INSTALL_RPATH $ORIGIN/${to_libraries})
+set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
+
+install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
+# The parts of the platform that hosts include; what its sources share stays here.
+install(FILES platform/control.h platform/export.h DESTINATION ${headers})
+foreach(folder krobase kroview tolv win32 wril)
+  install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
+    PATTERN *.h
+    PATTERN posix EXCLUDE
+    PATTERN *switches.h EXCLUDE)
+endforeach()
+if(TARGET Ualert_sdl)
+  install(FILES platform/alert_sdl/presenter.h DESTINATION ${headers}/alert_sdl)
+endif()
+
+install(DIRECTORY ${CMAKE_BINARY_DIR}/share/u DESTINATION ${CMAKE_INSTALL_DATADIR}
+  FILES_MATCHING PATTERN *.zdict)
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+
+# For find_package(U).
+install(EXPORT UTargets NAMESPACE U:: DESTINATION ${package_folder})
+configure_package_config_file(cmake/UConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/UConfig.cmake
+  INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/UConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/UConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/UConfigVersion.cmake
+  cmake/u_add_dictionary.cmake
+  DESTINATION ${package_folder})
+
+# For pkg-config. The prefix is told from where the file lies.
+file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/u.pc.in ${CMAKE_CURRENT_BINARY_DIR}/u.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/u.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME libu)
+set(CPACK_PACKAGE_VENDOR "the U developers")
+set(CPACK_PACKAGE_CONTACT "the U developers <u@u.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media application")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+# For those who compile against it.
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost1.81-dev, libboost-thread1.81-dev")
+include(CPack)

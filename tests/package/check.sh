@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs a build, moves it, and builds and runs a host against it: with
+# find_package, and with pkg-config. Then makes the Debian package, installs it
+# into an empty root, and runs the example host from there.
+#   check.sh BUILD_FOLDER CXX_COMPILER
+set -euo pipefail
+build=$1
+compiler=$2
+here=$(cd "$(dirname "$0")" && pwd)
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+expect_greeting() {
+    local told
+    told=$("$@" 2>/dev/null)
+    [ "$told" = "Guten Tag" ] || { echo "$* told: $told" >&2; exit 1; }
+}
+
+DESTDIR=$folder/stage cmake --install "$build" --prefix /opt/u >"$folder/install.log"
+mv "$folder/stage/opt/u" "$folder/u"
+u=$folder/u
+
+cmake -S "$here" -B "$folder/host" -DCMAKE_PREFIX_PATH="$u" -DCMAKE_CXX_COMPILER="$compiler" \
+    >"$folder/configure.log"
+cmake --build "$folder/host" >"$folder/build.log" || { cat "$folder/build.log"; exit 1; }
+expect_greeting "$folder/host/host" "$folder/host/host_de.zdict"
+
+libraries=$(dirname "$(find "$u" -name libU.so)")
+read -ra flags < <(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs u)
+"$compiler" -std=c++17 "$here/host.cpp" "${flags[@]}" -Wl,-rpath,"$libraries" -o "$folder/plain"
+expect_greeting "$folder/plain" "$folder/host/host_de.zdict"
+
+# Every installed header compiles with nothing but what is installed.
+while IFS= read -r header; do
+    printf '#include <%s>\n' "${header#"$u/include/u/"}"
+done < <(find "$u/include/u" -name '*.h') >"$folder/all.cpp"
+"$compiler" -std=c++17 -fsyntax-only "$folder/all.cpp" "${flags[@]}"
+
+(cd "$folder" && cpack -G DEB --config "$build/CPackConfig.cmake" >cpack.log 2>&1) ||
+    { cat "$folder/cpack.log"; exit 1; }
+package=$(ls "$folder"/*.deb)
+root=$folder/root
+mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info"
+touch "$root/var/lib/dpkg/status"
+# Unpacked only: to configure it, dpkg would want a whole system there, with the
+# packages that this one depends on. The run takes those from the machine.
+fakeroot dpkg --root="$root" --force-not-root --log=/dev/null --unpack "$package" \
+    >"$folder/dpkg.log" 2>&1 || { cat "$folder/dpkg.log"; exit 1; }
+mkdir "$folder/files"
+echo "a line" >"$folder/files/a.txt"
+env -i "$root/usr/bin/filecache" --language de "$folder/files" >"$folder/told" 2>&1 &&
+    grep -Eq 'gelesene Dateien +1$' "$folder/told" || { cat "$folder/told"; exit 1; }
+ldd "$root/usr/bin/filecache" | grep -q "libU.so.1 => $root/usr/" ||
+    { echo "the example host doesn't run on the installed library"; exit 1; }
