@@ -2,6 +2,7 @@
 
 #include <krobase/debug.h>
 #include <tolv/profile.h>
+#include <win32/message_queue.h>
 
 #include "krobase/trace_switches.h"
 #include "kroview/switches.h"
@@ -28,6 +29,7 @@ void ResetAll()
     kroview::EmptyClipboard();
     kroview::ForgetInputCapture();
     win32::ResetBeepCount();
+    SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
     SetPhysicalMemory(0, 0);
     tolv::ResetSwitches();
 }
@@ -95,6 +97,23 @@ krobase::utility::UTF16String ClipboardText()
 unsigned int BeepCount()
 {
     return win32::BeepCount();
+}
+
+bool PostThreadMessage(unsigned int threadId, unsigned int message, unsigned long long wParam,
+                       long long lParam)
+{
+    return win32::PostThreadMessageW(threadId, message, wParam, lParam) != 0;
+}
+
+void SetWindowProcedure(
+    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure)
+{
+    win32::SetWindowProcedure(procedure);
+}
+
+unsigned int FlushEventsCount()
+{
+    return tolv::FlushEventsCount();
 }
 
 void SetPhysicalMemory(unsigned long long total, unsigned long long available)

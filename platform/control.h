@@ -90,6 +90,21 @@ PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();
 // MessageBeep calls so far.
 PLATFORM_EXPORT unsigned int BeepCount();
 
+// Posts a message to a thread's own queue. False if the thread has none: it has one
+// from its first look into it (PeekMessageW, and so the abort check) until it ends,
+// and the calling thread always has. Not for signal handlers.
+PLATFORM_EXPORT bool PostThreadMessage(unsigned int threadId, unsigned int message,
+                                       unsigned long long wParam, long long lParam);
+
+// Takes the messages that belong to no window, when they are dispatched, on the
+// thread that dispatches them. It may throw. An empty one drops them again.
+PLATFORM_EXPORT void SetWindowProcedure(
+    const boost::function<void(unsigned int message, unsigned long long wParam, long long lParam)>&
+        procedure);
+
+// FlushEvents calls so far.
+PLATFORM_EXPORT unsigned int FlushEventsCount();
+
 // The machine's physical memory in bytes, of which whole KiB count; 0 restores
 // the real figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);

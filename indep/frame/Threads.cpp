@@ -7,6 +7,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
+#include <krobase/threads.h>
 #include <win32/threads.h>
 
 #include "indep/frame/Trace.h"
@@ -168,7 +169,5 @@ U_u32 U_PRThreadID()
 
 void U_SetCurrentThreadName(const char* name)
 {
-    const win32::ThreadNameRecord record = {0x1000, name, U_NoThreadID, 0};
-    const unsigned int kArgumentCount = 6; // the record in words of 32 bits
-    win32::RaiseException(win32::kThreadNamingException, 0, kArgumentCount, &record);
+    krobase::threads::SetCurrentThreadName(name);
 }

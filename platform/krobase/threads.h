@@ -11,6 +11,10 @@ namespace threads
 {
 PLATFORM_EXPORT unsigned int GetCurrentThreadID();
 PLATFORM_EXPORT unsigned int GetCurrentProcessID();
+
+// Names the calling thread for debuggers and process viewers. The platform may
+// cut the name short.
+PLATFORM_EXPORT void SetCurrentThreadName(const char* name);
 } // namespace threads
 } // namespace krobase
 

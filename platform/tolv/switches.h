@@ -14,6 +14,10 @@ void SetUsageError(short code);
 unsigned int SyncMemUsageCount();
 bool MemDialogsQuieted();
 
+// FlushEvents calls so far.
+unsigned int FlushEventsCount();
+void ResetFlushEventsCount();
+
 // What GetScriptManagerVariable answers.
 void SetDoubleByteScript(bool on);
 

@@ -167,5 +167,6 @@ void ResetSwitches()
     sUsageError = 0;
     sSyncCount = 0;
     sDialogsQuieted = false;
+    ResetFlushEventsCount();
 }
 } // namespace tolv

@@ -10,6 +10,19 @@ namespace win32
 PLATFORM_EXPORT unsigned int GetCurrentThreadId();
 PLATFORM_EXPORT unsigned int GetCurrentProcessId();
 
+// Stands for the calling thread.
+PLATFORM_EXPORT void* GetCurrentThread();
+
+const int kThreadPriorityIdle = -15;
+const int kThreadPriorityLowest = -2;
+const int kThreadPriorityNormal = 0; // that of the process's first thread
+const int kThreadPriorityHighest = 2;
+const int kThreadPriorityTimeCritical = 15;
+
+// Sets the priority of the calling thread, the only one it knows. 0 if the
+// system refuses, as it may to raise one.
+PLATFORM_EXPORT int SetThreadPriority(void* thread, int priority);
+
 const unsigned int kThreadNamingException = 0x406D1388u;
 
 // What the thread-naming exception carries.

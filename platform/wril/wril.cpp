@@ -97,6 +97,11 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
     WRIL_Log(level, category, tag, longLine ? longLine.get() : shortLine);
 }
 
+std::string WRIL_convertMesg(const char* where, const char* text)
+{
+    return Shown(where) + ": " + Shown(text);
+}
+
 namespace wril
 {
 void SetSink(const Sink::Function& sink)

@@ -4,6 +4,8 @@
 #ifndef WRIL_WRIL_H
 #define WRIL_WRIL_H
 
+#include <string>
+
 #include "../export.h"
 
 PLATFORM_EXPORT void WRIL_Log(int level, const char* category, const char* tag, const char* text);
@@ -14,5 +16,8 @@ __attribute__((format(printf, 4, 5)))
 #endif
 PLATFORM_EXPORT void
 WRIL_sprintf(int level, const char* category, const char* tag, const char* format, ...);
+
+// The text of one message and where it comes from, as lines show it.
+PLATFORM_EXPORT std::string WRIL_convertMesg(const char* where, const char* text);
 
 #endif

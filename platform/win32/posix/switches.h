@@ -13,6 +13,8 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 unsigned int BeepCount();
 void ResetBeepCount();
+void SetWindowProcedure(
+    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure);
 } // namespace win32
 
 #endif

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -26,6 +27,16 @@ void NameCallingThread(const char* name)
     std::memcpy(cut, name, length);
     pthread_setname_np(pthread_self(), cut);
 }
+
+// How far a priority lies from the process's niceness.
+int NicenessOf(int priority)
+{
+    const int kStep = 5;
+    const int kFarthest = 19;
+    if (priority <= kThreadPriorityIdle || priority >= kThreadPriorityTimeCritical)
+        return priority < 0 ? kFarthest : -kFarthest;
+    return -kStep * priority;
+}
 } // namespace
 
 unsigned int GetCurrentThreadId()
@@ -38,6 +49,19 @@ unsigned int GetCurrentThreadId()
 unsigned int GetCurrentProcessId()
 {
     return static_cast<unsigned int>(getpid());
+}
+
+void* GetCurrentThread()
+{
+    return reinterpret_cast<void*>(~std::size_t(1));
+}
+
+int SetThreadPriority(void* thread, int priority)
+{
+    if (thread != GetCurrentThread())
+        return 0;
+    const int niceness = getpriority(PRIO_PROCESS, GetCurrentProcessId()) + NicenessOf(priority);
+    return setpriority(PRIO_PROCESS, GetCurrentThreadId(), niceness) == 0;
 }
 
 void RaiseException(unsigned int code, unsigned int, unsigned int argumentCount,

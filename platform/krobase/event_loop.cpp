@@ -1,0 +1,168 @@
+#include <chrono>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <stdexcept>
+
+#include <boost/make_shared.hpp>
+
+#include <win32/message_queue.h>
+#include <win32/threads.h>
+
+#include "executor.h"
+
+namespace krobase
+{
+namespace threads
+{
+namespace
+{
+typedef boost::function<void()> Function;
+typedef std::lock_guard<std::mutex> Lock;
+typedef std::chrono::steady_clock Clock;
+
+// The functions of one adaptor. A message to the window stands for each that may
+// run, a timer of the window for each that is delayed.
+class Loop : private boost::noncopyable
+{
+public:
+    explicit Loop(void* window) : mWindow(window) {}
+
+    void Post(const Function& function)
+    {
+        Lock lock(mLock);
+        mReady.push_back(function);
+        if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
+            return;
+        mReady.pop_back();
+        throw std::runtime_error("the thread of the event loop has ended");
+    }
+
+    void RunNext()
+    {
+        Function next;
+        {
+            Lock lock(mLock);
+            if (mReady.empty())
+                return;
+            next.swap(mReady.front());
+            mReady.pop_front();
+        }
+        next();
+    }
+
+    // The rest runs on the loop's thread alone.
+
+    void Delay(const Function& function, Clock::time_point due)
+    {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(due - Clock::now());
+        const unsigned int interval =
+            left.count() > 0 ? static_cast<unsigned int>(left.count()) : 0;
+        const unsigned long long timer = ++mLastTimer;
+        mDelayed.emplace(timer, function);
+        if (win32::SetTimer(mWindow, timer, interval, nullptr))
+            return;
+        mDelayed.erase(timer);
+        throw std::bad_alloc();
+    }
+
+    void RunDelayed(unsigned long long timer)
+    {
+        const auto node = mDelayed.extract(timer);
+        win32::KillTimer(mWindow, timer);
+        if (node)
+            node.mapped()();
+    }
+
+private:
+    void* const mWindow;
+    std::mutex mLock; // guards mReady
+    std::deque<Function> mReady;
+    std::map<unsigned long long, Function> mDelayed;
+    unsigned long long mLastTimer = 0;
+};
+
+// Guards the loops by window. Neither is ever destroyed.
+std::mutex& sLoopsLock = *new std::mutex;
+std::map<void*, std::weak_ptr<Loop>>& sLoops = *new std::map<void*, std::weak_ptr<Loop>>;
+
+std::shared_ptr<Loop> FindLoop(void* window)
+{
+    Lock lock(sLoopsLock);
+    const auto found = sLoops.find(window);
+    return found != sLoops.end() ? found->second.lock() : nullptr;
+}
+
+long long LoopProcedure(void* window, unsigned int message, unsigned long long wParam, long long)
+{
+    const std::shared_ptr<Loop> loop = FindLoop(window);
+    if (message == win32::kWmClose)
+        win32::DestroyWindow(window);
+    else if (loop && message == win32::kWmUser)
+        loop->RunNext();
+    else if (loop && message == win32::kWmTimer)
+        loop->RunDelayed(wParam);
+    return 0;
+}
+
+void* MakeWindow()
+{
+    const unsigned short kClassName[] = {'E', 'v', 'e', 'n', 't', 'L', 'o', 'o', 'p', 0};
+    const win32::WNDCLASSW windowClass = {&LoopProcedure, kClassName};
+    win32::RegisterClassW(&windowClass); // once; later ones find the name taken
+    void* const window =
+        win32::CreateWindowExW(0, kClassName, kClassName, 0, 0, 0, 0, 0, win32::MessageOnlyParent(),
+                               nullptr, nullptr, nullptr);
+    if (!window)
+        throw std::bad_alloc();
+    return window;
+}
+
+class EventLoopAdaptor : public AsyncEventLoopAdaptor
+{
+public:
+    EventLoopAdaptor() : mWindow(MakeWindow()), mLoop(std::make_shared<Loop>(mWindow))
+    {
+        Lock lock(sLoopsLock);
+        sLoops[mWindow] = mLoop;
+    }
+
+    ~EventLoopAdaptor() override
+    {
+        {
+            Lock lock(sLoopsLock);
+            sLoops.erase(mWindow);
+        }
+        // Only its own thread may destroy a window.
+        win32::PostMessageW(mWindow, win32::kWmClose, 0, 0);
+    }
+
+    bool IsExecutorThread() const override { return win32::GetCurrentThreadId() == mThreadId; }
+
+    void Post(const Function& function, int delay) override
+    {
+        if (delay <= 0)
+            return mLoop->Post(function);
+        // Run by the loop, which therefore lives then.
+        Loop* const loop = mLoop.get();
+        const auto due = Clock::now() + std::chrono::milliseconds(delay);
+        mLoop->Post([loop, function, due] { loop->Delay(function, due); });
+    }
+
+private:
+    const unsigned int mThreadId = win32::GetCurrentThreadId();
+    void* const mWindow;
+    const std::shared_ptr<Loop> mLoop;
+};
+} // namespace
+
+AsyncEventLoopAdaptor::~AsyncEventLoopAdaptor() = default;
+
+boost::shared_ptr<AsyncEventLoopAdaptor> CreateAsyncEventLoopAdaptor()
+{
+    return boost::make_shared<EventLoopAdaptor>();
+}
+} // namespace threads
+} // namespace krobase

@@ -1,0 +1,68 @@
+#include "immutable_string.h"
+
+#include <string_view>
+#include <unordered_map>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/weak_ptr.hpp>
+
+namespace krobase
+{
+namespace utility
+{
+namespace
+{
+typedef boost::shared_ptr<const std::string> SharedText;
+typedef std::unordered_map<std::string_view, boost::weak_ptr<const std::string>> TextTable;
+
+// Guards the table of living texts, whose keys are views of them. Neither is
+// ever destroyed: static strings end late.
+boost::mutex& sTextLock = *new boost::mutex;
+TextTable& sTexts = *new TextTable;
+
+void Forget(const std::string* text)
+{
+    {
+        boost::lock_guard<boost::mutex> lock(sTextLock);
+        const auto found = sTexts.find(*text);
+        // A successor of the same text may stand there already.
+        if (found != sTexts.end() && found->second.expired())
+            sTexts.erase(found);
+    }
+    delete text;
+}
+
+SharedText Find(std::string_view text)
+{
+    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const auto found = sTexts.find(text);
+    return found != sTexts.end() ? found->second.lock() : SharedText();
+}
+
+// Enters the candidate, unless another thread has entered the same text. The
+// caller holds the candidate past the lock, which its end takes too.
+SharedText Enter(const SharedText& candidate)
+{
+    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const auto found = sTexts.find(*candidate);
+    if (found != sTexts.end())
+    {
+        if (SharedText living = found->second.lock())
+            return living;
+        sTexts.erase(found); // its key is a view of a text that is about to go
+    }
+    sTexts.emplace(*candidate, candidate);
+    return candidate;
+}
+} // namespace
+
+ImmutableString::ImmutableString(const char* text) : mText(Find(text ? text : ""))
+{
+    if (mText)
+        return;
+    const SharedText candidate(new std::string(text ? text : ""), &Forget);
+    mText = Enter(candidate);
+}
+} // namespace utility
+} // namespace krobase

@@ -1,0 +1,102 @@
+#include "work_queue.h"
+
+#include <exception>
+
+#include <wril/wril.h>
+
+namespace krobase
+{
+namespace threads
+{
+namespace
+{
+thread_local const WorkQueue* tRunning = nullptr;
+
+void RunGuarded(const WorkQueue::Function& function)
+{
+    try
+    {
+        function();
+    }
+    catch (const std::exception& exception)
+    {
+        WRIL_sprintf(0, "krobase", "EXECUTOR", "A posted function threw: %s", exception.what());
+    }
+    catch (...)
+    {
+        WRIL_Log(0, "krobase", "EXECUTOR", "A posted function threw an exception of its own.");
+    }
+}
+} // namespace
+
+void WorkQueue::Post(const Function& function, int delay)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    if (delay > 0)
+        mDelayed.emplace(Clock::now() + std::chrono::milliseconds(delay), function);
+    else
+        mReady.push_back(function);
+    mChanged.notify_one();
+}
+
+void WorkQueue::Run()
+{
+    tRunning = this;
+    Function next;
+    std::unique_lock<std::mutex> lock(mLock);
+    while (TakeNext(lock, next))
+    {
+        lock.unlock();
+        RunGuarded(next);
+        next.clear(); // what it owns may post again as it ends
+        lock.lock();
+    }
+    tRunning = nullptr;
+}
+
+void WorkQueue::Close()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mClosed = true;
+    mChanged.notify_all();
+}
+
+bool WorkQueue::RunsHere() const
+{
+    return tRunning == this;
+}
+
+bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Function& next)
+{
+    while (!TakeDue(next))
+    {
+        if (mClosed)
+            return false;
+        if (mDelayed.empty())
+        {
+            mChanged.wait(lock);
+            continue;
+        }
+        const Clock::time_point due = mDelayed.begin()->first;
+        mChanged.wait_until(lock, due);
+    }
+    return true;
+}
+
+bool WorkQueue::TakeDue(Function& next)
+{
+    const auto first = mDelayed.begin();
+    if (first != mDelayed.end() && first->first <= Clock::now())
+    {
+        next.swap(first->second);
+        mDelayed.erase(first);
+        return true;
+    }
+    if (mReady.empty())
+        return false;
+    next.swap(mReady.front());
+    mReady.pop_front();
+    return true;
+}
+} // namespace threads
+} // namespace krobase

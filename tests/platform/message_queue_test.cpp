@@ -1,0 +1,183 @@
+#include <win32/message_queue.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <control.h>
+#include <krobase/gate.h>
+#include <tolv/keyboard.h>
+#include <win32/threads.h>
+
+using krobase::threads::Gate;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using win32::MSG;
+
+namespace
+{
+const int kGenerous = 60000; // milliseconds
+
+const unsigned short kClassName[] = {'T', 'e', 's', 't', 0};
+
+thread_local std::vector<std::string> tDispatched;
+
+long long Record(void*, unsigned int message, unsigned long long wParam, long long lParam)
+{
+    tDispatched.push_back(std::to_string(message) + " " + std::to_string(wParam) + " " +
+                          std::to_string(lParam));
+    return 7;
+}
+
+void* MakeWindow(void* parent = win32::MessageOnlyParent())
+{
+    const win32::WNDCLASSW windowClass = {&Record, kClassName};
+    win32::RegisterClassW(&windowClass);
+    return win32::CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, parent, nullptr, nullptr,
+                                  nullptr);
+}
+
+void Post(unsigned int message, unsigned long long wParam = 0)
+{
+    EXPECT_TRUE(win32::PostThreadMessageW(win32::GetCurrentThreadId(), message, wParam, 0));
+}
+
+// The numbers of what is queued in the range, in order.
+std::vector<unsigned int> TakeAll(unsigned int minimum = 0, unsigned int maximum = 0,
+                                  void* window = nullptr)
+{
+    std::vector<unsigned int> numbers;
+    MSG message;
+    while (win32::PeekMessageW(&message, window, minimum, maximum, win32::kPeekRemove))
+        numbers.push_back(message.message);
+    return numbers;
+}
+
+// Each test has a thread of its own, and so a queue.
+template <class Body> void OnFreshThread(Body body)
+{
+    std::thread(body).join();
+}
+
+TEST(MessageQueues, RangesAndWindowsAreTakenInTheOrderOfPosting)
+{
+    OnFreshThread([] {
+        void* const window = MakeWindow();
+        MSG message = {};
+        EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        for (unsigned int number : {5u, 300u, 256u, 265u, 266u})
+            Post(number);
+        EXPECT_TRUE(win32::PostMessageW(window, 260, 1, -1));
+        EXPECT_TRUE(win32::PeekMessageW(&message, nullptr, 256, 265, win32::kPeekNoRemove));
+        EXPECT_EQ(message.message, 256u);
+        EXPECT_THAT(TakeAll(0, 0, window), ElementsAre(260u));
+        EXPECT_THAT(TakeAll(256, 265), ElementsAre(256u, 265u));
+        EXPECT_THAT(TakeAll(), ElementsAre(5u, 300u, 266u));
+    });
+}
+
+TEST(MessageQueues, OnlyThreadsThatLookHaveOne)
+{
+    Gate asked(false);
+    Gate looked(false);
+    Gate posted(false);
+    unsigned int threadId = 0;
+    std::thread looker([&] {
+        threadId = win32::GetCurrentThreadId();
+        asked.Open();
+        EXPECT_TRUE(posted.PassThrough(kGenerous));
+        EXPECT_THAT(TakeAll(), IsEmpty());
+        looked.Open();
+        MSG message;
+        EXPECT_GT(win32::GetMessageW(&message, nullptr, 0, 0), 0) << "it waits";
+        EXPECT_EQ(message.message, 1234u);
+        EXPECT_EQ(win32::GetMessageW(&message, nullptr, 0, 0), 0);
+    });
+    ASSERT_TRUE(asked.PassThrough(kGenerous));
+    EXPECT_FALSE(platform::PostThreadMessage(threadId, 1, 0, 0));
+    posted.Open();
+    ASSERT_TRUE(looked.PassThrough(kGenerous));
+    EXPECT_TRUE(platform::PostThreadMessage(threadId, 1234, 0, 0));
+    EXPECT_TRUE(platform::PostThreadMessage(threadId, win32::kWmQuit, 0, 0));
+    looker.join();
+    EXPECT_FALSE(platform::PostThreadMessage(threadId, 1, 0, 0)) << "it went with its thread";
+}
+
+TEST(MessageQueues, WindowsGetTheirMessagesUntilTheyEnd)
+{
+    void* window = nullptr;
+    OnFreshThread([&] {
+        window = MakeWindow();
+        MSG message;
+        EXPECT_TRUE(win32::PostMessageW(window, 1024, 2, -3));
+        ASSERT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        EXPECT_EQ(win32::DispatchMessageW(&message), 7);
+        EXPECT_THAT(tDispatched, ElementsAre("1024 2 -3"));
+
+        win32::PostMessageW(window, 1024, 0, 0);
+        Post(1025);
+        EXPECT_NE(win32::SetTimer(window, 4, 10, nullptr), 0u);
+        OnFreshThread([&] {
+            EXPECT_FALSE(win32::DestroyWindow(window)) << "it is another thread's";
+            EXPECT_EQ(win32::SetTimer(window, 1, 10, nullptr), 0u);
+        });
+        EXPECT_TRUE(win32::DestroyWindow(window));
+        EXPECT_FALSE(win32::DestroyWindow(window));
+        EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0));
+        EXPECT_EQ(win32::DispatchMessageW(&message), 0);
+        EXPECT_FALSE(win32::KillTimer(window, 4));
+        EXPECT_THAT(TakeAll(), ElementsAre(1025u));
+        window = MakeWindow();
+        EXPECT_EQ(MakeWindow(nullptr), nullptr) << "none that could be seen";
+    });
+    EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0)) << "it ended with its thread";
+}
+
+TEST(MessageQueues, TimersComeAgainAndNeverPileUp)
+{
+    OnFreshThread([] {
+        void* const window = MakeWindow();
+        EXPECT_EQ(win32::SetTimer(window, 9, 1000000, nullptr), 9u);
+        EXPECT_EQ(win32::SetTimer(window, 9, 20, nullptr), 9u) << "the same, sooner";
+        const unsigned long long thread = win32::SetTimer(nullptr, 0, 1000000, nullptr);
+        EXPECT_NE(thread, 0u);
+        MSG message;
+        for (int i = 0; i < 2; ++i)
+        {
+            ASSERT_GT(win32::GetMessageW(&message, nullptr, 0, 0), 0);
+            EXPECT_EQ(message.hwnd, window);
+            EXPECT_EQ(message.message, win32::kWmTimer);
+            EXPECT_EQ(message.wParam, 9u);
+        }
+        void* const slower = MakeWindow();
+        win32::SetTimer(slower, 1, 100, nullptr);
+        ASSERT_GT(win32::GetMessageW(&message, slower, 0, 0), 0); // several are due by now
+        EXPECT_TRUE(win32::KillTimer(slower, 1));
+        Post(win32::kWmTimer, 77);
+        EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, 1, 0x112, win32::kPeekRemove));
+        EXPECT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        EXPECT_EQ(message.wParam, 77u) << "what was posted comes first";
+        EXPECT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        EXPECT_EQ(message.wParam, 9u);
+        EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        EXPECT_TRUE(win32::KillTimer(window, 9));
+        EXPECT_TRUE(win32::KillTimer(nullptr, thread));
+        EXPECT_FALSE(win32::KillTimer(nullptr, thread));
+    });
+}
+
+TEST(MessageQueues, FlushingDiscardsKeysUpToTheStop)
+{
+    OnFreshThread([] {
+        for (unsigned int number : {256u, 1024u, 258u, 257u, 256u})
+            Post(number);
+        FlushEvents(kKeyDownEvent, kKeyUpEvent);
+        EXPECT_THAT(TakeAll(), ElementsAre(1024u, 257u, 256u));
+    });
+    EXPECT_EQ(platform::FlushEventsCount(), 1u);
+    platform::ResetAll();
+    EXPECT_EQ(platform::FlushEventsCount(), 0u);
+}
+} // namespace
