@@ -1,0 +1,167 @@
+#include "U_Context.h"
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/shared_lock_guard.hpp>
+#include <boost/thread/shared_mutex.hpp>
+
+#include <win32/threads.h>
+
+#include "U_Threads.h"
+#include "indep/contexts/ThreadSlot.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/Trace.h"
+
+using krobase::utility::ImmutableString;
+
+template class boost::enable_shared_from_this<U_Context>;
+
+namespace
+{
+const int kNoState = 1; // thrown
+
+// Guards S_states_factory. Never destroyed, as the factories aren't: threads may
+// make contexts while the process exits.
+boost::shared_mutex& sStatesLock = *new boost::shared_mutex;
+
+void Tell(const boost::shared_ptr<U_State>& state, void (U_State::*hook)())
+{
+    if (state)
+        (state.get()->*hook)();
+}
+} // namespace
+
+std::atomic<U_i64> U_Context::S_ctxt_id(0);
+U_Context::StateFactories& U_Context::S_states_factory = *new StateFactories;
+
+U_State::U_State(U_Context* context) : mContext(context) {}
+
+U_State::~U_State() = default;
+
+boost::shared_ptr<U_Context> U_Context::MakeNewContext()
+{
+    return boost::shared_ptr<U_Context>(new U_Context);
+}
+
+U_Context::U_Context() : mContextID(++S_ctxt_id), mThreadID(U_NoThreadID)
+{
+    const boost::shared_lock_guard<boost::shared_mutex> lock(sStatesLock);
+    for (const StateFactories::value_type& factory : S_states_factory)
+        mStates.emplace(factory.first, factory.second(this));
+}
+
+U_Context::U_Context(const U_Context& other)
+    : boost::enable_shared_from_this<U_Context>(other), mStates(other.mStates),
+      mActiveCount(other.mActiveCount.load()), mContextID(other.mContextID),
+      mThreadID(other.GetThreadID())
+{
+}
+
+U_Context& U_Context::operator=(const U_Context& other)
+{
+    if (this == &other)
+        return *this;
+    mStates = other.mStates;
+    mActiveCount = other.mActiveCount.load();
+    mContextID = other.mContextID;
+    mThreadID = other.GetThreadID();
+    return *this;
+}
+
+U_Context::~U_Context()
+{
+    if (!IsActive())
+        return;
+    for (const States::value_type& state : mStates)
+        Guarded([&] { Tell(state.second, &U_State::OnDeactivate); });
+    DetachContextTLS("~U_Context", mContextID);
+}
+
+boost::shared_ptr<U_Context> U_Context::GetCurrent()
+{
+    static TraceSite sTrace(kContextTrace, 1);
+    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
+    if (!slot)
+    {
+        sTrace.Trace("Damnit");
+        FailCheck(__LINE__, "no current context");
+    }
+    boost::shared_ptr<U_Context> context = slot->lock();
+    if (!context)
+        FailCheck(__LINE__, "current context is gone");
+    return context;
+}
+
+bool U_Context::HasCurrent()
+{
+    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
+    return slot && !slot->expired();
+}
+
+void U_Context::RegisterState(const ImmutableString& key, const U_StateFactory& factory)
+{
+    const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+    S_states_factory.emplace(key, factory);
+}
+
+void U_Context::UnregisterState(const ImmutableString& key)
+{
+    const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+    S_states_factory.erase(key);
+}
+
+boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& key)
+{
+    const auto found = mStates.find(key);
+    if (found == mStates.end())
+        throw kNoState;
+    return found->second;
+}
+
+void U_Context::TellStates(void (U_State::*hook)())
+{
+    for (const States::value_type& entry : mStates)
+    {
+        const boost::shared_ptr<U_State> state = entry.second; // lives through its call
+        Tell(state, hook);
+    }
+}
+
+void U_Context::Activate()
+{
+    const U_u32 threadId = win32::GetCurrentThreadId();
+    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
+    {
+        const boost::shared_ptr<U_Context> current = slot->lock();
+        if (!current)
+            FailCheck(__LINE__, "current context is gone");
+        if (current->mContextID != mContextID)
+            FailCheck(__LINE__, "another context is already active");
+        if (GetThreadID() != threadId)
+            FailCheck(__LINE__, "context already active in another thread");
+    }
+    else
+    {
+        AttachContextTLS(shared_from_this());
+        mThreadID.store(threadId, std::memory_order_relaxed);
+    }
+    // The count is raised only after the states have been told: one that asks
+    // doesn't see its context as active yet, and one that throws undoes nothing.
+    if (!IsActive())
+        TellStates(&U_State::OnActivate);
+    ++mActiveCount;
+}
+
+void U_Context::Deactivate()
+{
+    const U_i64 count = --mActiveCount;
+    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
+    {
+        const boost::shared_ptr<U_Context> current = slot->lock();
+        if (current.get() != this || GetThreadID() != win32::GetCurrentThreadId())
+            return;
+    }
+    if (count != 0)
+        return;
+    TellStates(&U_State::OnDeactivate);
+    DetachContextTLS("Deactivate", mContextID);
+}

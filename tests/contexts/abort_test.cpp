@@ -1,0 +1,177 @@
+#include "U_Abort.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include <control.h>
+#include <win32/message_queue.h>
+
+#include "tests/contexts/States.h"
+#include "tests/support/NoMemory.h"
+
+namespace
+{
+struct Kind
+{
+    char letter;
+    unsigned int message;
+    unsigned long long wParam;
+};
+
+const Kind kKinds[] = {
+    {'u', 0x400, 0},  // a user function
+    {'U', 0x401, 0},  // another module's message
+    {'x', 0x400, 27}, // a user function whose parameter looks like Escape
+    {'t', 0x113, 1},  // a timer
+    {'k', 0x100, 65}, // a key
+    {'e', 0x100, 27}, // Escape down
+    {'E', 0x101, 27}, // Escape up
+    {'c', 0x102, 27}, // its character
+    {'l', 0x109, 27}, // the last of the keyboard's range
+    {'p', 0x00F, 0},  // paint
+    {'m', 0x201, 27}, // a mouse button
+};
+
+void Post(const std::string& letters)
+{
+    for (char letter : letters)
+    {
+        const Kind* kind = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                        [=](const Kind& each) { return each.letter == letter; });
+        EXPECT_TRUE(platform::PostThreadMessage(ThisThread(), kind->message, kind->wParam, 0));
+    }
+}
+
+char LetterOf(unsigned int message, unsigned long long wParam)
+{
+    for (const Kind& kind : kKinds)
+    {
+        if (kind.message == message && kind.wParam == wParam)
+            return kind.letter;
+    }
+    return '?';
+}
+
+std::string TakeRest()
+{
+    std::string letters;
+    win32::MSG message;
+    while (win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove))
+        letters += LetterOf(message.message, message.wParam);
+    return letters;
+}
+
+class AbortCheck : public Contexts
+{
+protected:
+    void SetUp() override
+    {
+        Contexts::SetUp();
+        TakeRest();
+        platform::SetWindowProcedure(
+            [this](unsigned int message, unsigned long long wParam, long long) {
+                mDispatched += LetterOf(message, wParam);
+                if (mWhenDispatched)
+                    mWhenDispatched(mDispatched.back());
+            });
+    }
+
+    void TearDown() override
+    {
+        TakeRest();
+        Contexts::TearDown();
+    }
+
+    std::string Dispatched() { return std::exchange(mDispatched, {}); }
+
+    std::function<void(char)> mWhenDispatched;
+    std::string mDispatched;
+};
+
+TEST_F(AbortCheck, ClassesOfMessagesAreTakenInTheirOrder)
+{
+    struct Row
+    {
+        const char* posted;
+        const char* dispatched;
+        bool aborts;
+        const char* left;
+    };
+    const Row rows[] = {
+        {"", "", false, ""},
+        {"tu", "ut", false, ""},
+        {"ktuktu", "uuttkk", false, ""},
+        {"eE", "eE", true, ""},
+        {"kEk", "kEk", true, ""},
+        {"c", "c", true, ""},
+        {"l", "l", true, ""},
+        {"x", "x", false, ""},
+        {"pm", "", false, "pm"},
+        {"pemUtuk", "utek", true, "pmU"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.posted);
+        const unsigned int flushes = platform::FlushEventsCount();
+        Post(row.posted);
+        EXPECT_EQ(U_NOUIThrottler().ThrottleAndCheckAbort(), row.aborts);
+        EXPECT_EQ(Dispatched(), row.dispatched);
+        EXPECT_EQ(platform::FlushEventsCount() - flushes, row.aborts ? 1u : 0u);
+        EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines()) << "it isn't remembered";
+        EXPECT_EQ(TakeRest(), row.left);
+    }
+}
+
+TEST_F(AbortCheck, WhatDispatchingPostsWaitsUnlessItsPassIsOn)
+{
+    Post("tuk");
+    bool first = true;
+    mWhenDispatched = [&](char letter) {
+        if (letter == 'u' && std::exchange(first, false))
+            Post("u");
+        if (letter == 't')
+            Post("uk");
+    };
+    EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines());
+    EXPECT_EQ(Dispatched(), "uutkk");
+    EXPECT_EQ(TakeRest(), "u");
+}
+
+TEST_F(AbortCheck, AnExceptionPassesThroughAndLeavesTheRestQueued)
+{
+    Post("uute");
+    mWhenDispatched = [](char) { throw std::runtime_error("from a window procedure"); };
+    EXPECT_THROW(U_Context::CheckAbortAndFlushCompletionRoutines(), std::runtime_error);
+    EXPECT_EQ(Dispatched(), "u");
+    EXPECT_EQ(TakeRest(), "ute");
+}
+
+TEST_F(AbortCheck, EachMessageIsTraced)
+{
+    StartTraces("Idle", 10);
+    Post("kut");
+    U_Context::CheckAbortAndFlushCompletionRoutines();
+    const std::string start =
+        "<" + std::to_string(ThisThread()) +
+        "> <Idle> <10> U_Context::CheckAbortAndFlushCompletionRoutines: processing ";
+    EXPECT_THAT(Traces(), testing::ElementsAre(start + "user-func found in queue\r\n",
+                                               start + "timer found in queue\r\n",
+                                               start + "keyboard-event found in queue\r\n"));
+}
+
+TEST_F(AbortCheck, AnEmptyQueueCostsNoMemory)
+{
+    SKIP_UNDER_SANITIZERS();
+    EXPECT_EXIT(
+        {
+            U_Context::CheckAbortAndFlushCompletionRoutines();
+            const ScNoMemory none;
+            std::_Exit(U_Context::CheckAbortAndFlushCompletionRoutines() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+} // namespace

@@ -1,0 +1,295 @@
+#include "U_Context.h"
+
+#include <algorithm>
+#include <functional>
+
+#include <gmock/gmock.h>
+
+#include <control.h>
+
+#include "U_Threads.h"
+#include "tests/contexts/States.h"
+
+using krobase::utility::ImmutableString;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+const char kNone[] = "no current context";
+const char kGone[] = "current context is gone";
+const char kAnother[] = "another context is already active";
+const char kElsewhere[] = "context already active in another thread";
+
+// Leaves the calling thread with a context that has ended, on another one.
+void LoseContext()
+{
+    ContextPtr context = U_Context::MakeNewContext();
+    Neighbour::Raise(*context);
+    OnFreshThread([&] { context.reset(); });
+}
+} // namespace
+
+TEST_F(Contexts, EachOperationMeetsEachConditionOfTheSlot)
+{
+    enum Condition
+    {
+        kEmpty,
+        kHoldsThis,
+        kHoldsAnother,
+        kHoldsGone,
+        kConditions
+    };
+    struct Row
+    {
+        const char* operation;
+        std::function<void(const ContextPtr&)> run;
+        const char* failures[kConditions];
+    };
+    const Row rows[] = {
+        {"GetCurrent", [](const ContextPtr&) { U_Context::GetCurrent(); }, {kNone, "", "", kGone}},
+        {"setter", [](const ContextPtr&) { U_ContextSetter setter; }, {kNone, "", "", kGone}},
+        {"setter of null",
+         [](const ContextPtr&) { U_ContextSetter setter(nullptr); },
+         {kNone, "", "", kGone}},
+        {"setter of this",
+         [](const ContextPtr& context) { U_ContextSetter setter(context); },
+         {"", "", kAnother, kGone}},
+        {"weak setter of this",
+         [](const ContextPtr& context) { U_WeakContextSetter setter(context); },
+         {"", "", "", kGone}},
+        {"weak setter of null",
+         [](const ContextPtr&) { U_WeakContextSetter setter(nullptr); },
+         {"", "", "", ""}},
+        {"Deactivate of a third",
+         [](const ContextPtr&) { Neighbour::Lower(*U_Context::MakeNewContext()); },
+         {"", "", "", ""}},
+    };
+    for (const Row& row : rows)
+    {
+        for (int condition = 0; condition < kConditions; ++condition)
+        {
+            SCOPED_TRACE(row.operation + std::string(" / ") + std::to_string(condition));
+            OnFreshThread([&] {
+                const ContextPtr context = U_Context::MakeNewContext();
+                const ContextPtr another = U_Context::MakeNewContext();
+                if (condition == kHoldsThis)
+                    Neighbour::Raise(*context);
+                if (condition == kHoldsAnother)
+                    Neighbour::Raise(*another);
+                if (condition == kHoldsGone)
+                    LoseContext();
+                const bool had = condition == kHoldsThis || condition == kHoldsAnother;
+                EXPECT_EQ(U_Context::HasCurrent(), had);
+
+                const std::string failure = row.failures[condition];
+                EXPECT_EQ(CodeThrown([&] { row.run(context); }), failure.empty() ? 0 : 3);
+                EXPECT_EQ(FailedChecks(), failure.empty() ? Lines{} : Lines{failure});
+                EXPECT_EQ(U_Context::HasCurrent(), had);
+                EXPECT_EQ(context->IsActive(), condition == kHoldsThis);
+                EXPECT_EQ(another->IsActive(), condition == kHoldsAnother);
+            });
+        }
+    }
+}
+
+TEST_F(Contexts, NestedSettersTellTheStatesOnceOnEachSide)
+{
+    Register("a");
+    Register("b");
+    const ContextPtr context = U_Context::MakeNewContext();
+    EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+    {
+        const U_ContextSetter outer(context);
+        EXPECT_THAT(Told(), testing::UnorderedElementsAre("on a", "on b"));
+        {
+            const U_ContextSetter inner;
+            const U_ContextSetter innermost(nullptr);
+            const U_WeakContextSetter weak(context);
+            EXPECT_EQ(innermost->GetContextID(), context->GetContextID());
+            EXPECT_EQ(U_Context::GetCurrent(), context);
+        }
+        EXPECT_TRUE(context->IsActive());
+        EXPECT_THAT(Told(), IsEmpty());
+    }
+    EXPECT_THAT(Told(), testing::UnorderedElementsAre("off a", "off b"));
+    EXPECT_FALSE(U_Context::HasCurrent());
+    EXPECT_EQ(context->GetThreadID(), ThisThread()) << "it names the last thread";
+    OnFreshThread([&] {
+        const U_WeakContextSetter weak(context);
+        EXPECT_EQ(context->GetThreadID(), ThisThread());
+    });
+    EXPECT_EQ(Told().size(), 4u);
+}
+
+TEST_F(Contexts, AContextThatEndsWhileActiveTellsItsStatesAndFreesItsThread)
+{
+    Register("a");
+    {
+        ContextPtr context = U_Context::MakeNewContext();
+        const U_WeakContextSetter weak(context);
+        context.reset();
+        EXPECT_THAT(Told(), ElementsAre("on a", "off a while active"));
+        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0);
+    }
+    Told();
+    OnFreshThread([&] { LoseContext(); });
+    EXPECT_THAT(Told(), ElementsAre("on a", "off a while active"));
+}
+
+TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
+{
+    Register("a");
+    const ContextPtr context = U_Context::MakeNewContext();
+    OnFreshThread([&] {
+        Neighbour::Raise(*context);
+        OnFreshThread([&] {
+            Neighbour::Raise(*context);
+            EXPECT_EQ(context->GetThreadID(), ThisThread());
+        });
+        EXPECT_EQ(CodeThrown([] { U_ContextSetter setter; }), 3);
+        EXPECT_THAT(FailedChecks(), ElementsAre(kElsewhere));
+
+        // It isn't this thread's any more, which only takes back.
+        Neighbour::Lower(*context);
+        EXPECT_TRUE(context->IsActive());
+        Neighbour::Lower(*context);
+        EXPECT_FALSE(context->IsActive());
+        EXPECT_TRUE(U_Context::HasCurrent());
+    });
+    EXPECT_THAT(Told(), ElementsAre("on a"));
+    OnFreshThread([&] {
+        Neighbour::Raise(*context);
+        OnFreshThread([&] { Neighbour::Lower(*context); });
+        EXPECT_THAT(Told(), ElementsAre("on a", "off a")) << "the last one, wherever it is";
+    });
+}
+
+TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)
+{
+    const Lines keys = {"a", "b", "c"};
+    for (const std::string& key : keys)
+        Register(key.c_str());
+    for (const std::string& thrower : keys)
+    {
+        SCOPED_TRACE(thrower);
+        OnFreshThread([&] {
+            const ContextPtr context = U_Context::MakeNewContext();
+            LoggedState& state = LoggedState::Of(*context, thrower.c_str());
+            state.mThrows = true;
+            EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 9);
+            const Lines told = Told();
+            EXPECT_EQ(told.back(), "on " + thrower);
+            EXPECT_FALSE(context->IsActive());
+            EXPECT_EQ(U_Context::GetCurrent(), context) << "it stays the thread's";
+
+            state.mThrows = false;
+            Neighbour::Raise(*context);
+            const Lines order = Told();
+            EXPECT_EQ(order.size(), keys.size()) << "all are told anew";
+            EXPECT_TRUE(std::equal(told.begin(), told.end(), order.begin()));
+
+            state.mThrows = true;
+            EXPECT_EQ(CodeThrown([&] { Neighbour::Lower(*context); }), 9);
+            EXPECT_EQ(Told().size(), told.size());
+            EXPECT_FALSE(context->IsActive());
+            state.mThrows = false;
+            {
+                const U_ContextSetter again(nullptr);
+                Told();
+                state.mThrows = true;
+            }
+            EXPECT_EQ(Told().size(), told.size()) << "a setter's end throws nothing";
+            state.mThrows = false;
+            Neighbour::Raise(*context);
+            state.mThrows = true;
+            Told();
+        });
+        EXPECT_EQ(Told().size(), keys.size()) << "its end tells all, whoever throws";
+    }
+}
+
+TEST_F(Contexts, AFactoryThatThrowsLeavesNothingBehind)
+{
+    struct NotANumber
+    {
+    };
+    const U_StateFactory failures[] = {
+        [](U_Context*) -> boost::shared_ptr<U_State> { throw 5; },
+        [](U_Context*) -> boost::shared_ptr<U_State> { throw NotANumber(); },
+        U_StateFactory(),
+    };
+    for (const U_StateFactory& failure : failures)
+    {
+        Register("a");
+        Register("failing", failure);
+        Register("z"); // so that states are made before it, wherever its key stands
+        Register("y");
+        EXPECT_ANY_THROW(U_Context::MakeNewContext());
+        EXPECT_EQ(LoggedState::sLiving, 0);
+        OnFreshThread([this] { Unregister(); }); // would wait forever for a lock left behind
+        EXPECT_NO_THROW(U_Context::MakeNewContext());
+    }
+}
+
+TEST_F(Contexts, RegistrationsCountForContextsMadeAfterThem)
+{
+    const ContextPtr before = U_Context::MakeNewContext();
+    Register("a");
+    Register("null", [](U_Context*) { return boost::shared_ptr<U_State>(); });
+    Register("a", [](U_Context*) -> boost::shared_ptr<U_State> { throw 5; }); // the first stays
+    const ContextPtr context = U_Context::MakeNewContext();
+    Unregister();
+    U_Context::UnregisterState(ImmutableString("a"));
+    const ContextPtr after = U_Context::MakeNewContext();
+
+    EXPECT_EQ(CodeThrown([&] { Neighbour::Find(*before, "a"); }), 1);
+    EXPECT_EQ(CodeThrown([&] { Neighbour::Find(*after, "a"); }), 1);
+    EXPECT_THAT(FailedChecks(), IsEmpty());
+    EXPECT_EQ(&LoggedState::Of(*context, "a").Owner(), context.get());
+    EXPECT_EQ(Neighbour::Find(*context, "null"), nullptr);
+    EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 0);
+    EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+}
+
+TEST_F(Contexts, ACopySharesTheStatesAndIsNobodys)
+{
+    Register("a");
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    U_Context copy(*context);
+    EXPECT_EQ(&LoggedState::Of(copy, "a"), &LoggedState::Of(*context, "a"));
+    EXPECT_EQ(copy.GetContextID(), context->GetContextID());
+    EXPECT_EQ(copy.GetThreadID(), ThisThread());
+    EXPECT_TRUE(copy.IsActive());
+
+    const ContextPtr assigned = U_Context::MakeNewContext();
+    *assigned = copy;
+    *assigned = *assigned;
+    EXPECT_EQ(&LoggedState::Of(*assigned, "a"), &LoggedState::Of(copy, "a"));
+    EXPECT_EQ(assigned->shared_from_this(), assigned);
+    Neighbour::Lower(*assigned); // or its end would tell the shared state
+    OnFreshThread([&] { EXPECT_THROW(Neighbour::Raise(copy), boost::bad_weak_ptr); });
+    OnFreshThread([&] { Neighbour::Lower(copy); });
+    EXPECT_THAT(Told(), ElementsAre("on a", "off a while active")); // as its owner still is
+}
+
+TEST_F(Contexts, ChangesOfTheSlotAreTraced)
+{
+    StartTraces("U_Context", 6);
+    const ContextPtr context = U_Context::MakeNewContext();
+    const std::string id = std::to_string(context->GetContextID());
+    const std::string start = "<" + std::to_string(ThisThread()) + "> <U_Context> ";
+    {
+        const U_ContextSetter setter(context);
+    }
+    CodeThrown([] { U_Context::GetCurrent(); });
+    EXPECT_THAT(Traces(),
+                ElementsAre(start + "<6> sThreadContext unset -1 from AttachContextTLS\r\n",
+                            start + "<6> sThreadContext set " + id + "\r\n",
+                            start + "<6> sThreadContext unset " + id + " from Deactivate\r\n",
+                            start + "<1> Damnit\r\n"));
+    platform::SetTrace(nullptr, 0);
+    CodeThrown([] { U_Context::GetCurrent(); });
+    EXPECT_THAT(Traces(), IsEmpty());
+}
