@@ -85,21 +85,6 @@ void ReportOnce(U_u16 severity, const char* text)
         Up_ReportErrString(0, severity, text);
 }
 
-void LogUnknown(const std::exception& exception)
-{
-    const char* const rawName = typeid(exception).name();
-    const boost::core::scoped_demangled_name name(rawName);
-    try
-    {
-        WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", exception.what(),
-                     name.get() ? name.get() : rawName);
-    }
-    catch (...)
-    {
-        // A log that fails mustn't take the place of the exception.
-    }
-}
-
 // Empty if the system knows no text.
 U_UTF16String SystemText(int result)
 {
@@ -127,6 +112,20 @@ void Up_FreeTranslatorTable()
     std::unique_ptr<TranslatorTable> ended; // the host's functions end after the lock
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     ended.swap(sTranslators);
+}
+
+U_Status Up_ReportUnknownException(const char* what, const char* type)
+{
+    try
+    {
+        WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", what, type);
+    }
+    catch (...)
+    {
+        // A log that fails mustn't take the place of the exception.
+    }
+    ReportOnce(U_Sev_WARNING, "Unknown Exception.");
+    return U_Err_UnknownException;
 }
 
 U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
@@ -168,9 +167,9 @@ U_Status U_TranslateAndReportException(std::exception& exception)
     int code = U_Err_UnknownException;
     if (Translate(exception, code))
         return code;
-    LogUnknown(exception);
-    ReportOnce(U_Sev_WARNING, "Unknown Exception.");
-    return U_Err_UnknownException;
+    const char* const rawName = typeid(exception).name();
+    const boost::core::scoped_demangled_name name(rawName);
+    return Up_ReportUnknownException(exception.what(), name.get() ? name.get() : rawName);
 }
 
 void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, int)

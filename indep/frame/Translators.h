@@ -9,4 +9,7 @@
 U_Status Up_MakeTranslatorTable();
 void Up_FreeTranslatorTable();
 
+// Tells of an exception that nobody recognises. Returns 14.
+U_Status Up_ReportUnknownException(const char* what, const char* type);
+
 #endif

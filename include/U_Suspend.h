@@ -1,0 +1,105 @@
+// Suspend and resume: one call on another thread, within the same task.
+//
+// Some work must run on a particular thread and yet belongs to the task that
+// asks for it. A suspend object takes the current context off its thread, a call
+// runs a function on an executor's thread with that context current there, and
+// the end of the object puts the context back. The states of the context aren't
+// told of any of this.
+//
+//     const boost::shared_ptr<U_SuspendContext> suspended =
+//         U_SuspendContext::NewSuspendContext();
+//     const int code = suspended->CallOnThreadedExecutor(executor, &Decode);
+//
+// At each moment one thread has the context: the caller's until the object has
+// been made, the executor's while it runs the function, and the caller's again
+// when the object ends.
+
+#ifndef U_SUSPEND_H
+#define U_SUSPEND_H
+
+#include <boost/function.hpp>
+#include <boost/noncopyable.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include <krobase/atomic.h>
+#include <krobase/executor.h>
+#include <krobase/gate.h>
+
+#include "U_Context.h"
+
+// The result of a call that was given up.
+const U_Status U_Err_SuspendTerminated = 517;
+
+// One suspension, to be made, used and ended on the same thread.
+class U_EXPORT U_SuspendContext : private boost::noncopyable
+{
+public:
+    // Takes the current context off the calling thread. Without one the object is
+    // good too, and the function runs without a context. Throws 3, after a report,
+    // for a context that isn't active, and std::bad_alloc; the context is as it was
+    // then.
+    static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
+
+    // Puts the context back, in all cases but one: when a call has been given up
+    // while its function was running, it waits up to a second for the function to
+    // end. One that takes longer keeps the context, and the thread goes on without:
+    // no two threads ever have it. Its setters may end as usual; whoever takes the
+    // last activation back tells the states.
+    virtual ~U_SuspendContext();
+
+    // Runs the function on the executor's thread and returns its result when it has
+    // ended: what it returns, or the int that it throws; for a std::exception the
+    // code that U_TranslateAndReportException gives, and 14 for anything else. If
+    // that code is 0, so is the result.
+    // On the executor's own thread the function runs at once; what it throws passes
+    // through then.
+    // Once all calls have been given up the result is 517, within some 50
+    // milliseconds: a function that hasn't begun by then never runs, and one that
+    // has goes on alone, so it must own what it uses. If the thread of an event loop
+    // ends first, only that ends the call.
+    // Throws 3, after a report, for a null executor and for a second call on another
+    // thread; and what the executor throws when it can't take the function.
+    int CallOnThreadedExecutor(
+        const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
+        const boost::function<int()>& function);
+    int CallOnEventLoopAdaptorExecutor(
+        const boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor>& executor,
+        const boost::function<int()>& function);
+
+    // Gives up all calls that wait, and all to come, for good: the host is going
+    // down. Any thread.
+    static void TerminateAndFailAllSuspendedContexts();
+
+protected:
+    U_SuspendContext();
+
+    // What the executor's thread does: runs the function within the context, stores
+    // the result and opens the gate.
+    static void ExecuteStatic(const boost::function<int()>& function,
+                              const boost::shared_ptr<krobase::threads::OpenOnceGate>& gate,
+                              const boost::shared_ptr<U_Context>& context,
+                              boost::shared_ptr<int>& result);
+
+    static krobase::threads::AtomicWrapper<bool> S_terminated;
+
+private:
+    class PostedCall;
+    class U_ResumeContext;
+
+    int Call(const boost::shared_ptr<krobase::threads::AsyncExecutor>& executor,
+             const boost::function<int()>& function);
+    int WaitForResult() const;
+    static int RunWithin(const boost::shared_ptr<U_Context>& context,
+                         const boost::function<int()>& function);
+    bool IsContextFree() const;
+    void TakeOff();
+    void PutBack();
+
+    boost::shared_ptr<U_Context> mContext; // null if the thread had none
+    U_u32 mSavedThreadID;
+    boost::shared_ptr<krobase::threads::OpenOnceGate> inGate; // closed until the function has ended
+    boost::shared_ptr<int> mResult;
+    boost::shared_ptr<PostedCall> mPosted; // null before the call
+};
+
+#endif

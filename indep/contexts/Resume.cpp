@@ -1,0 +1,41 @@
+#include "indep/contexts/Resume.h"
+
+#include <win32/threads.h>
+
+#include "U_Threads.h"
+#include "indep/contexts/ThreadSlot.h"
+#include "indep/frame/Guard.h"
+
+U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Context>& context)
+    : mContext(context)
+{
+    if (!context)
+        FailCheck(__LINE__, "resumed context is null");
+    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
+        mPrevious = slot->lock();
+    context->mThreadID.store(win32::GetCurrentThreadId(), std::memory_order_relaxed);
+    try
+    {
+        AttachContextTLS(context);
+        context->Activate();
+    }
+    catch (...)
+    {
+        LetGo();
+        throw;
+    }
+}
+
+U_SuspendContext::U_ResumeContext::~U_ResumeContext()
+{
+    Guarded([&] { mContext->Deactivate(); });
+    LetGo();
+}
+
+void U_SuspendContext::U_ResumeContext::LetGo()
+{
+    // Unless another thread has taken it over meanwhile.
+    U_u32 own = win32::GetCurrentThreadId();
+    mContext->mThreadID.compare_exchange_strong(own, U_NoThreadID, std::memory_order_relaxed);
+    DetachContextTLS("~U_ResumeContext", kAnyContext);
+}

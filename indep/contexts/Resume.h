@@ -1,0 +1,76 @@
+// How a suspended context passes between two threads.
+
+#ifndef INDEP_CONTEXTS_RESUME_H
+#define INDEP_CONTEXTS_RESUME_H
+
+#include <atomic>
+
+#include "U_Suspend.h"
+
+// A function on its way to an executor's thread, and who may have the context for
+// it: whoever comes first, that thread or the caller that has given up.
+class U_SuspendContext::PostedCall : private boost::noncopyable
+{
+public:
+    PostedCall(const boost::function<int()>& function,
+               const boost::shared_ptr<krobase::threads::OpenOnceGate>& gate,
+               const boost::shared_ptr<U_Context>& context, const boost::shared_ptr<int>& result)
+        : mFunction(function), mGate(gate), mContext(context), mResult(result)
+    {
+    }
+
+    // For the executor's thread. Touches nothing if the caller came first.
+    void Run()
+    {
+        if (!Decide(kEntered))
+            return;
+        ExecuteStatic(mFunction, mGate, mContext, mResult);
+        mHolder.store(kLeft);
+    }
+
+    // For the caller. True if the function hasn't begun, and then it never will.
+    bool TakeBack() { return Decide(kTakenBack); }
+
+    // Whether the executor's thread is done with the context.
+    bool HasLeft() const { return mHolder.load() == kLeft; }
+
+private:
+    enum Holder
+    {
+        kUndecided,
+        kEntered,
+        kLeft,
+        kTakenBack
+    };
+
+    bool Decide(Holder holder)
+    {
+        Holder expected = kUndecided;
+        return mHolder.compare_exchange_strong(expected, holder);
+    }
+
+    std::atomic<Holder> mHolder{kUndecided};
+    const boost::function<int()> mFunction;
+    const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
+    const boost::shared_ptr<U_Context> mContext;
+    boost::shared_ptr<int> mResult;
+};
+
+// A suspended context is current on the calling thread until the scope ends. What
+// was current there before is kept alive, and isn't current after.
+class U_SuspendContext::U_ResumeContext : private boost::noncopyable
+{
+public:
+    // Throws 3, after a report, for null, and what U_Context::Activate throws; then
+    // the context is suspended as before and the thread has none.
+    explicit U_ResumeContext(const boost::shared_ptr<U_Context>& context);
+    virtual ~U_ResumeContext();
+
+private:
+    void LetGo();
+
+    const boost::shared_ptr<U_Context> mContext;
+    boost::shared_ptr<U_Context> mPrevious; // null if there was none
+};
+
+#endif

@@ -1,0 +1,175 @@
+#include "U_Suspend.h"
+
+#include <boost/make_shared.hpp>
+
+#include "U_Threads.h"
+#include "indep/contexts/Resume.h"
+#include "indep/contexts/ThreadSlot.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/Trace.h"
+#include "indep/frame/Translators.h"
+
+using krobase::threads::AsyncEventLoopAdaptor;
+using krobase::threads::AsyncExecutor;
+using krobase::threads::AsyncThreadedExecutor;
+using krobase::threads::OpenOnceGate;
+
+namespace
+{
+const int kPoll = 50;          // milliseconds between two looks at whether to give up
+const int kLongestWait = 1000; // milliseconds for a function that was given up to end
+
+U_i64 ShownID(const boost::shared_ptr<U_Context>& context)
+{
+    return context ? context->GetContextID() : -1;
+}
+
+// The code of whatever a body throws, or 0: the caller waits for an answer.
+template <class Body> U_Status CodeOf(Body body)
+{
+    try
+    {
+        return Guarded(body);
+    }
+    catch (...)
+    {
+        Guarded([] { Up_ReportUnknownException("", "not a std::exception"); });
+        return U_Err_UnknownException;
+    }
+}
+} // namespace
+
+krobase::threads::AtomicWrapper<bool> U_SuspendContext::S_terminated(false);
+
+boost::shared_ptr<U_SuspendContext> U_SuspendContext::NewSuspendContext()
+{
+    return boost::shared_ptr<U_SuspendContext>(new U_SuspendContext);
+}
+
+U_SuspendContext::U_SuspendContext()
+    : mSavedThreadID(U_NoThreadID), inGate(boost::make_shared<OpenOnceGate>()),
+      mResult(boost::make_shared<int>(0))
+{
+    if (!U_Context::HasCurrent())
+        return;
+    mContext = U_Context::GetCurrent();
+    if (!mContext)
+        FailCheck(__LINE__, "suspended context is null");
+    if (!mContext->IsActive())
+        FailCheck(__LINE__, "suspended context not active");
+    mSavedThreadID = mContext->GetThreadID();
+    TakeOff();
+}
+
+U_SuspendContext::~U_SuspendContext()
+{
+    static TraceSite sTrace(kContextTrace, kContextTraceLevel);
+    if (mContext && IsContextFree())
+        Guarded([&] { PutBack(); });
+    sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
+}
+
+int U_SuspendContext::CallOnThreadedExecutor(
+    const boost::shared_ptr<AsyncThreadedExecutor>& executor,
+    const boost::function<int()>& function)
+{
+    return Call(executor, function);
+}
+
+int U_SuspendContext::CallOnEventLoopAdaptorExecutor(
+    const boost::shared_ptr<AsyncEventLoopAdaptor>& executor,
+    const boost::function<int()>& function)
+{
+    return Call(executor, function);
+}
+
+void U_SuspendContext::TerminateAndFailAllSuspendedContexts()
+{
+    S_terminated.CompareExchange(false, true);
+}
+
+int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
+                           const boost::function<int()>& function)
+{
+    if (!executor)
+        FailCheck(__LINE__, "executor is null");
+    if (executor->IsExecutorThread())
+    {
+        if (mContext)
+            PutBack();
+        return function();
+    }
+    if (mPosted && S_terminated.Get())
+        return U_Err_SuspendTerminated;
+    if (mPosted)
+        FailCheck(__LINE__, "suspended context already used");
+
+    if (mContext && mContext->GetThreadID() != U_NoThreadID)
+        TakeOff(); // again: a call on this thread has put it back
+    const boost::shared_ptr<PostedCall> call =
+        boost::make_shared<PostedCall>(function, inGate, mContext, mResult);
+    executor->Post([call] { call->Run(); }, 0);
+    mPosted = call;
+    return WaitForResult();
+}
+
+int U_SuspendContext::WaitForResult() const
+{
+    for (;;)
+    {
+        if (S_terminated.Get())
+            return U_Err_SuspendTerminated;
+        if (inGate->PassThrough(kPoll))
+            return *mResult;
+    }
+}
+
+// Whether nobody else has the context any more, nor ever will.
+bool U_SuspendContext::IsContextFree() const
+{
+    if (!mPosted || mPosted->TakeBack())
+        return true;
+    // The gate stays closed if the function began too late to run.
+    for (int waited = 0; waited < kLongestWait; waited += kPoll)
+    {
+        if (mPosted->HasLeft() || inGate->PassThrough(kPoll))
+            return true;
+    }
+    return false;
+}
+
+void U_SuspendContext::TakeOff()
+{
+    mContext->mThreadID.store(U_NoThreadID, std::memory_order_relaxed);
+    DetachContextTLS("U_SuspendContext", mContext->GetContextID());
+}
+
+void U_SuspendContext::PutBack()
+{
+    mContext->mThreadID.store(mSavedThreadID, std::memory_order_relaxed);
+    AttachContextTLS(mContext);
+}
+
+int U_SuspendContext::RunWithin(const boost::shared_ptr<U_Context>& context,
+                                const boost::function<int()>& function)
+{
+    if (!context)
+        return function();
+    const U_ResumeContext resumed(context);
+    return function();
+}
+
+void U_SuspendContext::ExecuteStatic(const boost::function<int()>& function,
+                                     const boost::shared_ptr<OpenOnceGate>& gate,
+                                     const boost::shared_ptr<U_Context>& context,
+                                     boost::shared_ptr<int>& result)
+{
+    static TraceSite sTrace(kContextTrace, kContextTraceLevel);
+    if (S_terminated.Get())
+        return;
+    *result = 0;
+    if (const U_Status code = CodeOf([&] { *result = RunWithin(context, function); }))
+        *result = code;
+    sTrace.Trace("inGate opened for ", ShownID(context));
+    gate->Open();
+}
