@@ -34,17 +34,19 @@ const U_Status U_Err_SuspendTerminated = 517;
 class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
-    // Takes the current context off the calling thread. Without one the object is
+    // Takes the current context off the calling thread; activate it nowhere until
+    // the object has put it back. Without one the object is
     // good too, and the function runs without a context. Throws 3, after a report,
     // for a context that isn't active, and std::bad_alloc; the context is as it was
     // then.
     static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
 
-    // Puts the context back, in all cases but one: when a call has been given up
-    // while its function was running, it waits up to a second for the function to
-    // end. One that takes longer keeps the context, and the thread goes on without:
-    // no two threads ever have it. Its setters may end as usual; whoever takes the
-    // last activation back tells the states.
+    // Puts the context back, which needs no memory, in all cases but one: when a
+    // call has been given up while its function was running, it waits up to a second
+    // for the function to end. One that takes longer keeps the context, and the
+    // thread goes on without, as do all that lent the context on to it: no two
+    // threads ever have it. Their setters may end as usual; whoever takes the last
+    // activation back tells the states.
     virtual ~U_SuspendContext();
 
     // Runs the function on the executor's thread and returns its result when it has
@@ -55,10 +57,12 @@ public:
     // through then.
     // Once all calls have been given up the result is 517, within some 50
     // milliseconds: a function that hasn't begun by then never runs, and one that
-    // has goes on alone, so it must own what it uses. If the thread of an event loop
+    // has goes on alone, so it must own what it uses, and the last owner of the
+    // context may let go on the executor's thread. If the thread of an event loop
     // ends first, only that ends the call.
-    // Throws 3, after a report, for a null executor and for a second call on another
-    // thread; and what the executor throws when it can't take the function.
+    // Throws 3, after a report, for a null executor, for a second call on another
+    // thread, and when a function that was given up keeps the context; and what the executor throws
+    // when it can't take the function.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);
@@ -89,9 +93,10 @@ private:
     int Call(const boost::shared_ptr<krobase::threads::AsyncExecutor>& executor,
              const boost::function<int()>& function);
     int WaitForResult() const;
-    static int RunWithin(const boost::shared_ptr<U_Context>& context,
-                         const boost::function<int()>& function);
+    static void RunWithin(const boost::shared_ptr<U_Context>& context,
+                          const boost::function<int()>& function, int& result);
     bool IsContextFree() const;
+    void RequireContext() const;
     void TakeOff();
     void PutBack();
 
@@ -100,6 +105,7 @@ private:
     boost::shared_ptr<krobase::threads::OpenOnceGate> inGate; // closed until the function has ended
     boost::shared_ptr<int> mResult;
     boost::shared_ptr<PostedCall> mPosted; // null before the call
+    bool mRanHere = false;                 // a call on this thread has put the context back
 };
 
 #endif

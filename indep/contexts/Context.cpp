@@ -72,7 +72,7 @@ U_Context::~U_Context()
     if (!IsActive())
         return;
     for (const States::value_type& state : mStates)
-        Guarded([&] { Tell(state.second, &U_State::OnDeactivate); });
+        Contained([&] { Tell(state.second, &U_State::OnDeactivate); });
     DetachContextTLS("~U_Context", mContextID);
 }
 

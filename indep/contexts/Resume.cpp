@@ -28,7 +28,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
 
 U_SuspendContext::U_ResumeContext::~U_ResumeContext()
 {
-    Guarded([&] { mContext->Deactivate(); });
+    Contained([&] { mContext->Deactivate(); });
     LetGo();
 }
 

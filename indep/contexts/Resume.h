@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "U_Suspend.h"
+#include "indep/contexts/ThreadSlot.h"
 
 // A function on its way to an executor's thread, and who may have the context for
 // it: whoever comes first, that thread or the caller that has given up.
@@ -24,7 +25,7 @@ public:
     {
         if (!Decide(kEntered))
             return;
-        ExecuteStatic(mFunction, mGate, mContext, mResult);
+        ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
         mHolder.store(kLeft);
     }
 
@@ -33,6 +34,11 @@ public:
 
     // Whether the executor's thread is done with the context.
     bool HasLeft() const { return mHolder.load() == kLeft; }
+
+    // Whether it was without the context when the function ended: a suspension of
+    // the function's own was given up and the context has stayed elsewhere. Known
+    // once the gate is open.
+    bool HasLost() const { return mLost.load(); }
 
 private:
     enum Holder
@@ -49,7 +55,21 @@ private:
         return mHolder.compare_exchange_strong(expected, holder);
     }
 
+    int RunFunction()
+    {
+        const ScLook look{*this};
+        return mFunction();
+    }
+
+    // However the function ends.
+    struct ScLook
+    {
+        ~ScLook() { mCall.mLost = mCall.mContext && !IsCurrentHere(mCall.mContext); }
+        PostedCall& mCall;
+    };
+
     std::atomic<Holder> mHolder{kUndecided};
+    std::atomic<bool> mLost{false};
     const boost::function<int()> mFunction;
     const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
     const boost::shared_ptr<U_Context> mContext;

@@ -7,7 +7,6 @@
 #include "indep/contexts/ThreadSlot.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
-#include "indep/frame/Translators.h"
 
 using krobase::threads::AsyncEventLoopAdaptor;
 using krobase::threads::AsyncExecutor;
@@ -24,19 +23,12 @@ U_i64 ShownID(const boost::shared_ptr<U_Context>& context)
     return context ? context->GetContextID() : -1;
 }
 
-// The code of whatever a body throws, or 0: the caller waits for an answer.
-template <class Body> U_Status CodeOf(Body body)
+// Opens a gate whatever comes: the caller waits for it.
+struct ScOpening
 {
-    try
-    {
-        return Guarded(body);
-    }
-    catch (...)
-    {
-        Guarded([] { Up_ReportUnknownException("", "not a std::exception"); });
-        return U_Err_UnknownException;
-    }
-}
+    ~ScOpening() { mGate.Open(); }
+    OpenOnceGate& mGate;
+};
 } // namespace
 
 krobase::threads::AtomicWrapper<bool> U_SuspendContext::S_terminated(false);
@@ -65,7 +57,7 @@ U_SuspendContext::~U_SuspendContext()
 {
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     if (mContext && IsContextFree())
-        Guarded([&] { PutBack(); });
+        Contained([&] { PutBack(); });
     sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
 }
 
@@ -96,7 +88,11 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
     if (executor->IsExecutorThread())
     {
         if (mContext)
+        {
+            RequireContext();
             PutBack();
+            mRanHere = true;
+        }
         return function();
     }
     if (mPosted && S_terminated.Get())
@@ -104,8 +100,12 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
     if (mPosted)
         FailCheck(__LINE__, "suspended context already used");
 
-    if (mContext && mContext->GetThreadID() != U_NoThreadID)
-        TakeOff(); // again: a call on this thread has put it back
+    if (mRanHere)
+    {
+        RequireContext();
+        TakeOff(); // again
+        mRanHere = false;
+    }
     const boost::shared_ptr<PostedCall> call =
         boost::make_shared<PostedCall>(function, inGate, mContext, mResult);
     executor->Post([call] { call->Run(); }, 0);
@@ -127,15 +127,23 @@ int U_SuspendContext::WaitForResult() const
 // Whether nobody else has the context any more, nor ever will.
 bool U_SuspendContext::IsContextFree() const
 {
+    if (mRanHere)
+        return IsCurrentHere(mContext);
     if (!mPosted || mPosted->TakeBack())
         return true;
     // The gate stays closed if the function began too late to run.
     for (int waited = 0; waited < kLongestWait; waited += kPoll)
     {
         if (mPosted->HasLeft() || inGate->PassThrough(kPoll))
-            return true;
+            return !mPosted->HasLost();
     }
     return false;
+}
+
+void U_SuspendContext::RequireContext() const
+{
+    if (!IsContextFree())
+        FailCheck(__LINE__, "suspended context active in another thread");
 }
 
 void U_SuspendContext::TakeOff()
@@ -150,13 +158,16 @@ void U_SuspendContext::PutBack()
     AttachContextTLS(mContext);
 }
 
-int U_SuspendContext::RunWithin(const boost::shared_ptr<U_Context>& context,
-                                const boost::function<int()>& function)
+void U_SuspendContext::RunWithin(const boost::shared_ptr<U_Context>& context,
+                                 const boost::function<int()>& function, int& result)
 {
     if (!context)
-        return function();
+    {
+        result = function();
+        return;
+    }
     const U_ResumeContext resumed(context);
-    return function();
+    result = function();
 }
 
 void U_SuspendContext::ExecuteStatic(const boost::function<int()>& function,
@@ -167,9 +178,9 @@ void U_SuspendContext::ExecuteStatic(const boost::function<int()>& function,
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     if (S_terminated.Get())
         return;
+    const ScOpening opening{*gate};
     *result = 0;
-    if (const U_Status code = CodeOf([&] { *result = RunWithin(context, function); }))
+    if (const U_Status code = Contained([&] { RunWithin(context, function, *result); }))
         *result = code;
     sTrace.Trace("inGate opened for ", ShownID(context));
-    gate->Open();
 }

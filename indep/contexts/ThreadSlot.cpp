@@ -10,15 +10,29 @@
 
 namespace
 {
-typedef boost::thread_specific_ptr<boost::weak_ptr<U_Context>> ContextSlot;
+// Stays with its thread once made, so that a context comes back to where it has been
+// without any need of memory.
+struct ContextSlot
+{
+    boost::weak_ptr<U_Context> mContext;
+    bool mIsSet; // if not, empty
+};
 
 // Never destroyed: threads end until the process does.
-ContextSlot& sThreadContext = *new ContextSlot;
+boost::thread_specific_ptr<ContextSlot>& sThreadContext =
+    *new boost::thread_specific_ptr<ContextSlot>;
 } // namespace
 
 const boost::weak_ptr<U_Context>* ThreadSlot()
 {
-    return sThreadContext.get();
+    const ContextSlot* const slot = sThreadContext.get();
+    return slot && slot->mIsSet ? &slot->mContext : nullptr;
+}
+
+bool IsCurrentHere(const boost::shared_ptr<U_Context>& context)
+{
+    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
+    return slot && slot->lock() == context;
 }
 
 void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
@@ -26,9 +40,13 @@ void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     DetachContextTLS("AttachContextTLS", kAnyContext);
     sTrace.Trace("sThreadContext set ", context->GetContextID());
-    auto held = std::make_unique<boost::weak_ptr<U_Context>>(context);
-    sThreadContext.reset(held.get()); // needs memory itself
-    held.release();
+    if (!sThreadContext.get())
+    {
+        auto made = std::make_unique<ContextSlot>();
+        sThreadContext.reset(made.get()); // needs memory itself
+        made.release();
+    }
+    *sThreadContext = {context, true};
 }
 
 void DetachContextTLS(const char* reason, U_i64 contextId)
@@ -41,7 +59,7 @@ void DetachContextTLS(const char* reason, U_i64 contextId)
         return;
     sTrace.Trace("sThreadContext unset ", contextId, " from ", reason);
     if (slot)
-        sThreadContext.reset();
+        *sThreadContext = {};
 }
 
 void FailCheck(int line, const char* message)

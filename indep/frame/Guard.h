@@ -8,6 +8,7 @@
 #define INDEP_FRAME_GUARD_H
 
 #include "U_Threads.h"
+#include "indep/frame/Translators.h"
 
 // Runs body and returns 0, or the status code of its failure.
 template <class Body> U_Status Guarded(Body body)
@@ -24,6 +25,20 @@ template <class Body> U_Status Guarded(Body body)
     catch (std::exception& exception)
     {
         return U_TranslateAndReportException(exception);
+    }
+}
+
+// The same where nothing may pass: an exception of any other type is reported too
+// and gives 14.
+template <class Body> U_Status Contained(Body body) noexcept
+{
+    try
+    {
+        return Guarded(body);
+    }
+    catch (...)
+    {
+        return Up_ReportUnknownException("", "not a std::exception");
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <locale>
-#include <new>
 #include <sstream>
 
 #include <krobase/debug.h>
@@ -30,8 +29,8 @@ public:
         return answer.mEnabled != 0;
     }
 
-    // Writes a line that consists of the parts. Builds no text when off; without
-    // memory the line is left out.
+    // Writes a line that consists of the parts. Builds no text when off; a line that
+    // fails is left out.
     template <class... Parts> void Trace(const Parts&... parts)
     {
         if (!Enabled())
@@ -46,7 +45,7 @@ public:
             if (line.good())
                 krobase::debug::Trace(line.str().c_str());
         }
-        catch (const std::bad_alloc&)
+        catch (...)
         {
             // A trace is worth no failure of the operation that it tells of.
         }

@@ -5,6 +5,7 @@
 #include <new>
 #include <stdexcept>
 
+#include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
 #include <control.h>
@@ -389,6 +390,101 @@ TEST_F(Suspend, AFunctionThatIsStuckKeepsTheContextForItself)
     EXPECT_NE(executorThread, ThisThread());
     EXPECT_FALSE(context->IsActive());
     EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+}
+
+// Nobody on the way back has the context while a function further on keeps it.
+TEST_F(Suspend, ALoanThatIsLostFurtherOnIsLostToAllWhoLent)
+{
+    for (const bool lenderRunsHere : {false, true})
+    {
+        SCOPED_TRACE(lenderRunsHere);
+        const ExecutorPtr other = MakeExecutor();
+        const ContextPtr context = U_Context::MakeNewContext();
+        LongFunction stuck;
+        const auto lendOn = [&] { return SuspendedCall(other, stuck.Function()); };
+        std::thread terminator([&] {
+            stuck.AwaitStart();
+            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+        });
+        const auto lend = [&] {
+            const U_ContextSetter setter(context);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, lendOn), 517);
+            if (!lenderRunsHere)
+                Drain(mExecutor); // the function in between has ended
+            suspended.reset();
+            EXPECT_FALSE(U_Context::HasCurrent());
+            EXPECT_NE(context->GetThreadID(), ThisThread());
+        };
+        if (lenderRunsHere)
+        {
+            mExecutor->Post(lend, 0);
+            Drain(mExecutor);
+        }
+        else
+        {
+            lend();
+        }
+        terminator.join();
+        stuck.LetEnd();
+        Drain(other);
+        EXPECT_FALSE(context->IsActive());
+        Revive();
+    }
+}
+
+TEST_F(Suspend, ACallHereDoesNotTakeTheContextFromAFunctionThatKeepsIt)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const ExecutorPtr other = MakeExecutor();
+    LongFunction stuck;
+    std::thread terminator([&] {
+        stuck.AwaitStart();
+        U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+    });
+    mExecutor->Post(
+        [&] {
+            const U_ContextSetter setter(context);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(other, stuck.Function()), 517);
+            const auto here = [&] {
+                suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; });
+            };
+            EXPECT_EQ(CodeThrown(here), 3);
+            EXPECT_THAT(FailedChecks(), ElementsAre("suspended context active in another thread"));
+            EXPECT_FALSE(U_Context::HasCurrent());
+            stuck.LetEnd();
+            Drain(other);
+            EXPECT_EQ(CodeThrown(here), 0);
+            ExpectBack(context);
+            suspended.reset();
+            ExpectBack(context);
+        },
+        0);
+    Drain(mExecutor);
+    terminator.join();
+    EXPECT_FALSE(context->IsActive());
+}
+
+TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
+{
+    struct Refusing : U_Context
+    {
+        void Activate() override
+        {
+            if (!mMayActivate)
+                throw 3;
+            U_Context::Activate();
+        }
+        bool mMayActivate = true;
+    };
+    const auto context = boost::make_shared<Refusing>();
+    const U_ContextSetter setter(context);
+    context->mMayActivate = false;
+    EXPECT_EQ(SuspendedCall(mExecutor, [] { return 1; }), 3);
+    EXPECT_EQ(SuspendedCall(mExecutor, [] { return 1; }), 3) << "it isn't lost there";
+    context->mMayActivate = true;
+    ExpectBack(context);
 }
 
 // Whatever the moment of the termination, one thread at a time has the context:
