@@ -56,8 +56,8 @@ protected:
 };
 
 // Makes the state of a context that is being built. It may throw; then there is
-// no context. It registers and unregisters nothing. A null state stands under its
-// key and is told nothing.
+// no context. It registers and unregisters nothing and makes no context. A null
+// state stands under its key and is told nothing.
 typedef boost::function<boost::shared_ptr<U_State>(U_Context*)> U_StateFactory;
 
 class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context>
@@ -116,9 +116,9 @@ protected:
 
     // Makes the context current on the calling thread, or once more so. Throws 3,
     // with nothing changed, if the thread's context has ended, is another one, or
-    // belongs to another thread by now; boost::bad_weak_ptr for a context that no
-    // shared_ptr owns; and what a state throws: then the activation doesn't count,
-    // and the context stays the thread's.
+    // belongs to another thread by now; std::bad_alloc, with nothing changed either;
+    // boost::bad_weak_ptr for a context that no shared_ptr owns; and what a state
+    // throws: then the activation doesn't count, and the context stays the thread's.
     virtual void Activate();
 
     // Takes one activation back. The last one on the context's thread tells the

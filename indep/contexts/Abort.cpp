@@ -1,5 +1,7 @@
 #include "U_Abort.h"
 
+#include <ostream>
+
 #include <tolv/keyboard.h>
 #include <win32/message_queue.h>
 #include <wril/wril.h>
@@ -18,10 +20,20 @@ bool TakeMessage(win32::MSG& message, unsigned int minimum, unsigned int maximum
     return win32::PeekMessageW(&message, nullptr, minimum, maximum, win32::kPeekRemove) != 0;
 }
 
+// Made into text only for a trace that is on.
+struct Told
+{
+    const char* mWhat;
+};
+
+std::ostream& operator<<(std::ostream& line, const Told& told)
+{
+    return line << WRIL_convertMesg("U_Context::CheckAbortAndFlushCompletionRoutines", told.mWhat);
+}
+
 void Process(const win32::MSG& message, TraceSite& site, const char* what)
 {
-    if (site.Enabled())
-        site.Trace(WRIL_convertMesg("U_Context::CheckAbortAndFlushCompletionRoutines", what));
+    site.Trace(Told{what});
     win32::TranslateMessage(&message);
     win32::DispatchMessageW(&message);
 }

@@ -38,8 +38,16 @@ template <class Body> U_Status Contained(Body body) noexcept
     }
     catch (...)
     {
-        return Up_ReportUnknownException("", "not a std::exception");
     }
+    try
+    {
+        Up_ReportUnknownException("", "not a std::exception");
+    }
+    catch (...)
+    {
+        // What a callback throws out of the report doesn't stand for the failure.
+    }
+    return U_Err_UnknownException;
 }
 
 #endif

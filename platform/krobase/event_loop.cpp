@@ -57,7 +57,7 @@ public:
 
     void Delay(const Function& function, Clock::time_point due)
     {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(due - Clock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
         const unsigned int interval =
             left.count() > 0 ? static_cast<unsigned int>(left.count()) : 0;
         const unsigned long long timer = ++mLastTimer;
@@ -120,26 +120,40 @@ void* MakeWindow()
     return window;
 }
 
+// Ends with its thread, whose id may come again. Null until it is asked for.
+thread_local std::shared_ptr<const int> tThread;
+
+std::weak_ptr<const int> ThisThread()
+{
+    if (!tThread)
+        tThread = std::make_shared<const int>(0);
+    return tThread;
+}
+
 class EventLoopAdaptor : public AsyncEventLoopAdaptor
 {
 public:
-    EventLoopAdaptor() : mWindow(MakeWindow()), mLoop(std::make_shared<Loop>(mWindow))
+    EventLoopAdaptor()
     {
         Lock lock(sLoopsLock);
-        sLoops[mWindow] = mLoop;
+        sLoops[mWindow.get()] = mLoop;
     }
 
     ~EventLoopAdaptor() override
     {
         {
             Lock lock(sLoopsLock);
-            sLoops.erase(mWindow);
+            sLoops.erase(mWindow.get());
         }
         // Only its own thread may destroy a window.
-        win32::PostMessageW(mWindow, win32::kWmClose, 0, 0);
+        if (!IsExecutorThread())
+            win32::PostMessageW(mWindow.release(), win32::kWmClose, 0, 0);
     }
 
-    bool IsExecutorThread() const override { return win32::GetCurrentThreadId() == mThreadId; }
+    bool IsExecutorThread() const override
+    {
+        return !mThread.expired() && mThread.lock() == tThread;
+    }
 
     void Post(const Function& function, int delay) override
     {
@@ -152,9 +166,10 @@ public:
     }
 
 private:
-    const unsigned int mThreadId = win32::GetCurrentThreadId();
-    void* const mWindow;
-    const std::shared_ptr<Loop> mLoop;
+    const std::weak_ptr<const int> mThread = ThisThread();
+    std::unique_ptr<void, void (*)(void*)> mWindow{
+        MakeWindow(), [](void* window) { win32::DestroyWindow(window); }};
+    const std::shared_ptr<Loop> mLoop = std::make_shared<Loop>(mWindow.get());
 };
 } // namespace
 

@@ -80,6 +80,9 @@ bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Function& next)
         const Clock::time_point due = mDelayed.begin()->first;
         mChanged.wait_until(lock, due);
     }
+    // One call that wakes this thread may have stood for more than one function.
+    if (!mReady.empty() || !mDelayed.empty())
+        mChanged.notify_one();
     return true;
 }
 

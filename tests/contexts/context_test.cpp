@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
 #include <control.h>
@@ -206,6 +207,31 @@ TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)
             Told();
         });
         EXPECT_EQ(Told().size(), keys.size()) << "its end tells all, whoever throws";
+    }
+}
+
+TEST_F(Contexts, WhateverAStateThrowsOutOfAnEndGoesNoFurther)
+{
+    struct Odd : LoggedState
+    {
+        using LoggedState::LoggedState;
+        void OnDeactivate() override { throw "odd"; }
+    };
+    Register("a", [](U_Context* context) { return boost::make_shared<Odd>(context, "a"); });
+    const std::function<void(ContextPtr&)> ends[] = {
+        [](ContextPtr& context) { U_ContextSetter setter(context); },
+        [](ContextPtr& context) { U_WeakContextSetter setter(context); },
+        [](ContextPtr& context) {
+            Neighbour::Raise(*context);
+            context.reset();
+        },
+    };
+    for (const auto& end : ends)
+    {
+        ContextPtr context = U_Context::MakeNewContext();
+        const std::size_t told = mLog.Texts("UNHANDLED_EXCEPTION").size();
+        OnFreshThread([&] { end(context); });
+        EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size(), told + 1);
     }
 }
 

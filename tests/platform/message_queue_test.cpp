@@ -140,7 +140,7 @@ TEST(MessageQueues, TimersComeAgainAndNeverPileUp)
     OnFreshThread([] {
         void* const window = MakeWindow();
         EXPECT_EQ(win32::SetTimer(window, 9, 1000000, nullptr), 9u);
-        EXPECT_EQ(win32::SetTimer(window, 9, 20, nullptr), 9u) << "the same, sooner";
+        EXPECT_EQ(win32::SetTimer(window, 9, 300, nullptr), 9u) << "the same, sooner";
         const unsigned long long thread = win32::SetTimer(nullptr, 0, 1000000, nullptr);
         EXPECT_NE(thread, 0u);
         MSG message;
@@ -152,7 +152,7 @@ TEST(MessageQueues, TimersComeAgainAndNeverPileUp)
             EXPECT_EQ(message.wParam, 9u);
         }
         void* const slower = MakeWindow();
-        win32::SetTimer(slower, 1, 100, nullptr);
+        win32::SetTimer(slower, 1, 700, nullptr);
         ASSERT_GT(win32::GetMessageW(&message, slower, 0, 0), 0); // several are due by now
         EXPECT_TRUE(win32::KillTimer(slower, 1));
         Post(win32::kWmTimer, 77);
