@@ -34,6 +34,8 @@ const Kind kKinds[] = {
     {'l', 0x109, 27}, // the last of the keyboard's range
     {'p', 0x00F, 0},  // paint
     {'m', 0x201, 27}, // a mouse button
+    {'<', 0x0FF, 27}, // on either side of the keyboard's range
+    {'>', 0x10A, 27},
 };
 
 void Post(const std::string& letters)
@@ -110,7 +112,7 @@ TEST_F(AbortCheck, ClassesOfMessagesAreTakenInTheirOrder)
         {"c", "c", true, ""},
         {"l", "l", true, ""},
         {"x", "x", false, ""},
-        {"pm", "", false, "pm"},
+        {"pm<>", "", false, "pm<>"},
         {"pemUtuk", "utek", true, "pmU"},
     };
     for (const Row& row : rows)

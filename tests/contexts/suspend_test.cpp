@@ -498,6 +498,13 @@ TEST_F(Suspend, TerminationAtAnyMomentNeverSharesTheContext)
         const ContextPtr context = U_Context::MakeNewContext();
         const U_ContextSetter setter(context);
         int& touched = LoggedState::Of(*context, "a").mTouched;
+        std::atomic<int> holders(0);
+        const auto touch = [&touched, &holders] {
+            EXPECT_EQ(++holders, 1);
+            std::this_thread::yield();
+            --holders;
+            return ++touched;
+        };
         std::thread terminator([round] {
             for (int i = 0; i < (round % 50) * 20; ++i)
                 std::this_thread::yield();
@@ -506,13 +513,13 @@ TEST_F(Suspend, TerminationAtAnyMomentNeverSharesTheContext)
         for (int call = 0; call < 4; ++call)
         {
             // The inner one is given up while the context is lent on.
-            SuspendedCall(mExecutor, [&touched, other] {
-                ++touched;
-                SuspendedCall(other, [&touched] { return ++touched; });
-                return ++touched;
+            SuspendedCall(mExecutor, [touch, other] {
+                touch();
+                SuspendedCall(other, touch);
+                return touch();
             });
             ExpectBack(context);
-            ++touched;
+            touch();
         }
         terminator.join();
         Drain(mExecutor);
