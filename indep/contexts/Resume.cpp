@@ -6,6 +6,14 @@
 #include "indep/contexts/ThreadSlot.h"
 #include "indep/frame/Guard.h"
 
+void U_SuspendContext::PostedCall::Run()
+{
+    if (!Decide(kEntered))
+        return;
+    ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
+    mHolder.store(kLeft);
+}
+
 U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Context>& context)
     : mContext(context)
 {

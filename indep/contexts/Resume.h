@@ -21,13 +21,7 @@ public:
     }
 
     // For the executor's thread. Touches nothing if the caller came first.
-    void Run()
-    {
-        if (!Decide(kEntered))
-            return;
-        ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
-        mHolder.store(kLeft);
-    }
+    void Run();
 
     // For the caller. True if the function hasn't begun, and then it never will.
     bool TakeBack() { return Decide(kTakenBack); }
