@@ -35,34 +35,34 @@ class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
     // Takes the current context off the calling thread; activate it nowhere until
-    // the object has put it back. Without one the object is
-    // good too, and the function runs without a context. Throws 3, after a report,
-    // for a context that isn't active, and std::bad_alloc; the context is as it was
-    // then.
+    // the object has put it back. On a thread without one the object serves too, and
+    // the function runs without a context of the caller's. Throws 3, after a report,
+    // for a context that isn't active, or std::bad_alloc; the context is left as it
+    // was then.
     static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
 
-    // Puts the context back, which needs no memory, in all cases but one: when a
-    // call has been given up while its function was running, it waits up to a second
-    // for the function to end. One that takes longer keeps the context, and the
-    // thread goes on without, as do all that lent the context on to it: no two
-    // threads ever have it. Their setters may end as usual; whoever takes the last
-    // activation back tells the states.
+    // Puts the context back, which needs no memory. When a call has been given up
+    // while its function was running, this first waits up to a second for the
+    // function to end. A function that takes longer keeps the context, and the
+    // calling thread goes on without one, as does each thread that lent the context
+    // on the way there: no two threads ever have it. Their setters may end as usual;
+    // whoever takes the last activation back tells the states.
     virtual ~U_SuspendContext();
 
     // Runs the function on the executor's thread and returns its result when it has
     // ended: what it returns, or the int that it throws; for a std::exception the
     // code that U_TranslateAndReportException gives, and 14 for anything else. If
     // that code is 0, so is the result.
-    // On the executor's own thread the function runs at once; what it throws passes
-    // through then.
+    // On the executor's own thread the function runs at once, and what it throws
+    // passes through.
     // Once all calls have been given up the result is 517, within some 50
-    // milliseconds: a function that hasn't begun by then never runs, and one that
-    // has goes on alone, so it must own what it uses, and the last owner of the
-    // context may let go on the executor's thread. If the thread of an event loop
-    // ends first, only that ends the call.
+    // milliseconds: a function that hasn't begun by then never runs. One that has
+    // begun goes on alone, so it must own what it uses, and the context may end on
+    // the executor's thread. An event loop whose thread ends before the function has
+    // run leaves its caller waiting until all calls are given up.
     // Throws 3, after a report, for a null executor, for a second call on another
-    // thread, and when a function that was given up keeps the context; and what the executor throws
-    // when it can't take the function.
+    // thread, and when a function that was given up keeps the context; and what the
+    // executor throws when it can't take the function.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);

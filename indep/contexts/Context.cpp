@@ -8,6 +8,7 @@
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
 
@@ -83,11 +84,11 @@ boost::shared_ptr<U_Context> U_Context::GetCurrent()
     if (!slot)
     {
         sTrace.Trace("Damnit");
-        FailCheck(__LINE__, "no current context");
+        throw RefuseArgument("no current context");
     }
     boost::shared_ptr<U_Context> context = slot->lock();
     if (!context)
-        FailCheck(__LINE__, "current context is gone");
+        throw RefuseArgument("current context is gone");
     return context;
 }
 
@@ -133,11 +134,11 @@ void U_Context::Activate()
     {
         const boost::shared_ptr<U_Context> current = slot->lock();
         if (!current)
-            FailCheck(__LINE__, "current context is gone");
+            throw RefuseArgument("current context is gone");
         if (current->mContextID != mContextID)
-            FailCheck(__LINE__, "another context is already active");
+            throw RefuseArgument("another context is already active");
         if (GetThreadID() != threadId)
-            FailCheck(__LINE__, "context already active in another thread");
+            throw RefuseArgument("context already active in another thread");
     }
     else
     {

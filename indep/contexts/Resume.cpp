@@ -4,6 +4,7 @@
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 
 void U_SuspendContext::PostedCall::Run()
@@ -18,7 +19,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     : mContext(context)
 {
     if (!context)
-        FailCheck(__LINE__, "resumed context is null");
+        throw RefuseArgument("resumed context is null");
     if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
         mPrevious = slot->lock();
     context->mThreadID.store(win32::GetCurrentThreadId(), std::memory_order_relaxed);

@@ -5,6 +5,7 @@
 #include "U_Threads.h"
 #include "indep/contexts/Resume.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
 
@@ -46,9 +47,9 @@ U_SuspendContext::U_SuspendContext()
         return;
     mContext = U_Context::GetCurrent();
     if (!mContext)
-        FailCheck(__LINE__, "suspended context is null");
+        throw RefuseArgument("suspended context is null");
     if (!mContext->IsActive())
-        FailCheck(__LINE__, "suspended context not active");
+        throw RefuseArgument("suspended context not active");
     mSavedThreadID = mContext->GetThreadID();
     TakeOff();
 }
@@ -84,7 +85,7 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
                            const boost::function<int()>& function)
 {
     if (!executor)
-        FailCheck(__LINE__, "executor is null");
+        throw RefuseArgument("executor is null");
     if (executor->IsExecutorThread())
     {
         if (mContext)
@@ -98,7 +99,7 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
     if (mPosted && S_terminated.Get())
         return U_Err_SuspendTerminated;
     if (mPosted)
-        FailCheck(__LINE__, "suspended context already used");
+        throw RefuseArgument("suspended context already used");
 
     if (mRanHere)
     {
@@ -143,7 +144,7 @@ bool U_SuspendContext::IsContextFree() const
 void U_SuspendContext::RequireContext() const
 {
     if (!IsContextFree())
-        FailCheck(__LINE__, "suspended context active in another thread");
+        throw RefuseArgument("suspended context active in another thread");
 }
 
 void U_SuspendContext::TakeOff()

@@ -4,8 +4,6 @@
 
 #include <boost/thread/tss.hpp>
 
-#include "U_Assert.h"
-#include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
 
 namespace
@@ -44,7 +42,7 @@ void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
     {
         auto made = std::make_unique<ContextSlot>();
         sThreadContext.reset(made.get()); // needs memory itself
-        made.release();
+        static_cast<void>(made.release());
     }
     *sThreadContext = {context, true};
 }
@@ -60,10 +58,4 @@ void DetachContextTLS(const char* reason, U_i64 contextId)
     sTrace.Trace("sThreadContext unset ", contextId, " from ", reason);
     if (slot)
         *sThreadContext = {};
-}
-
-void FailCheck(int line, const char* message)
-{
-    Guarded([&] { U_ReportFailedVerification(0, line, nullptr, message); });
-    throw static_cast<int>(U_Err_BadParameter);
 }

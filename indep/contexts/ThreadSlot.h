@@ -27,7 +27,4 @@ void AttachContextTLS(const boost::shared_ptr<U_Context>& context);
 // Clears the slot if it holds the context of that id or one that has ended.
 void DetachContextTLS(const char* reason, U_i64 contextId);
 
-// Reports the failed check of a line and throws 3, whatever comes of the report.
-[[noreturn]] void FailCheck(int line, const char* message);
-
 #endif
