@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 
@@ -30,13 +31,17 @@ class Loop : private boost::noncopyable
 public:
     explicit Loop(void* window) : mWindow(window) {}
 
-    void Post(const Function& function)
+    // By value: what the function owns is neither copied nor ended under the lock.
+    void Post(Function function)
     {
         Lock lock(mLock);
-        mReady.push_back(function);
+        mReady.push_back(std::move(function));
         if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
             return;
+        function.swap(mReady.back());
         mReady.pop_back();
+        if (win32::IsWindow(mWindow))
+            throw std::bad_alloc();
         throw std::runtime_error("the thread of the event loop has ended");
     }
 
@@ -146,14 +151,11 @@ public:
             sLoops.erase(mWindow.get());
         }
         // Only its own thread may destroy a window.
-        if (!IsExecutorThread())
+        if (!IsOwnThread())
             win32::PostMessageW(mWindow.release(), win32::kWmClose, 0, 0);
     }
 
-    bool IsExecutorThread() const override
-    {
-        return !mThread.expired() && mThread.lock() == tThread;
-    }
+    bool IsExecutorThread() const override { return IsOwnThread(); }
 
     void Post(const Function& function, int delay) override
     {
@@ -166,6 +168,8 @@ public:
     }
 
 private:
+    bool IsOwnThread() const { return !mThread.expired() && mThread.lock() == tThread; }
+
     const std::weak_ptr<const int> mThread = ThisThread();
     std::unique_ptr<void, void (*)(void*)> mWindow{
         MakeWindow(), [](void* window) { win32::DestroyWindow(window); }};

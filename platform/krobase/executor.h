@@ -30,8 +30,8 @@ public:
     virtual ~AsyncExecutor();
 };
 
-// An executor with threads of its own. An exception out of a function is logged
-// and goes no further.
+// An executor with threads of its own. An exception out of a function that is
+// posted, or that a thread runs first or last, is logged and goes no further.
 // With its last owner it runs what is due, drops what is delayed, and waits for
 // its threads, but for the one that this happens on.
 class PLATFORM_EXPORT AsyncThreadedExecutor : public AsyncExecutor

@@ -46,10 +46,10 @@ void RunThread(const ThreadSetUp& setUp, const std::shared_ptr<WorkQueue>& queue
     if (setUp.mPriority != win32::kThreadPriorityNormal)
         win32::SetThreadPriority(win32::GetCurrentThread(), setUp.mPriority);
     if (setUp.mAtStart)
-        setUp.mAtStart();
+        RunContained(setUp.mAtStart);
     queue->Run();
     if (setUp.mAtEnd)
-        setUp.mAtEnd();
+        RunContained(setUp.mAtEnd);
 }
 
 class ThreadedExecutor : public AsyncThreadedExecutor

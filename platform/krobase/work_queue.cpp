@@ -1,6 +1,7 @@
 #include "work_queue.h"
 
 #include <exception>
+#include <utility>
 
 #include <wril/wril.h>
 
@@ -12,7 +13,20 @@ namespace
 {
 thread_local const WorkQueue* tRunning = nullptr;
 
-void RunGuarded(const WorkQueue::Function& function)
+// A log that fails mustn't end the thread either.
+void TellThrown(const char* what)
+{
+    try
+    {
+        WRIL_sprintf(0, "krobase", "EXECUTOR", "A function of an executor threw: %s", what);
+    }
+    catch (...)
+    {
+    }
+}
+} // namespace
+
+void RunContained(const boost::function<void()>& function)
 {
     try
     {
@@ -20,22 +34,21 @@ void RunGuarded(const WorkQueue::Function& function)
     }
     catch (const std::exception& exception)
     {
-        WRIL_sprintf(0, "krobase", "EXECUTOR", "A posted function threw: %s", exception.what());
+        TellThrown(exception.what());
     }
     catch (...)
     {
-        WRIL_Log(0, "krobase", "EXECUTOR", "A posted function threw an exception of its own.");
+        TellThrown("not a std::exception");
     }
 }
-} // namespace
 
-void WorkQueue::Post(const Function& function, int delay)
+void WorkQueue::Post(Function function, int delay)
 {
     std::lock_guard<std::mutex> lock(mLock);
     if (delay > 0)
-        mDelayed.emplace(Clock::now() + std::chrono::milliseconds(delay), function);
+        mDelayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(function));
     else
-        mReady.push_back(function);
+        mReady.push_back(std::move(function));
     mChanged.notify_one();
 }
 
@@ -47,7 +60,7 @@ void WorkQueue::Run()
     while (TakeNext(lock, next))
     {
         lock.unlock();
-        RunGuarded(next);
+        RunContained(next);
         next.clear(); // what it owns may post again as it ends
         lock.lock();
     }

@@ -16,12 +16,16 @@ namespace krobase
 {
 namespace threads
 {
+// What the function throws is logged and goes no further.
+void RunContained(const boost::function<void()>& function);
+
 class WorkQueue : private boost::noncopyable
 {
 public:
     typedef boost::function<void()> Function;
 
-    void Post(const Function& function, int delay);
+    // By value: what the function owns is copied before the lock is taken.
+    void Post(Function function, int delay);
 
     // Runs functions on the calling thread until the queue is closed and nothing
     // is due.

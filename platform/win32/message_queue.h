@@ -98,6 +98,9 @@ PLATFORM_EXPORT void* CreateWindowExW(unsigned int extendedStyle, const unsigned
                                       int y, int width, int height, void* parent, void* menu,
                                       void* instance, void* parameter);
 
+// Non-zero for a window that hasn't ended, of whichever thread.
+PLATFORM_EXPORT int IsWindow(void* window);
+
 // Ends a window of the calling thread, with its messages and timers; a thread's
 // windows end with it. 0 if it has no such window.
 PLATFORM_EXPORT int DestroyWindow(void* window);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -11,11 +12,13 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
+#include <control.h>
 #include <krobase/gate.h>
 #include <krobase/threads.h>
 #include <win32/message_queue.h>
 
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 
 using krobase::threads::AsyncEventLoopAdaptor;
 using krobase::threads::AsyncThreadedExecutor;
@@ -34,6 +37,14 @@ boost::shared_ptr<AsyncThreadedExecutor> MakeExecutor(int threadCount)
 {
     return CreateAsyncThreadedExecutor("test", threadCount, krobase::threads::kThreadPriorityNormal,
                                        {}, {});
+}
+
+// Dispatches what is queued.
+void Pump()
+{
+    win32::MSG message;
+    while (win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove))
+        win32::DispatchMessageW(&message);
 }
 
 TEST(ThreadedExecutors, FunctionsRunInOrderAndDelayedOnesWhenDue)
@@ -76,22 +87,58 @@ TEST(ThreadedExecutors, TheEndRunsWhatIsDueAndDropsTheRest)
 
 TEST(ThreadedExecutors, TheLastOwnerMayBeAPostedFunction)
 {
+    // Kept by the threads, one of which is nobody's to wait for.
+    struct Ends
+    {
+        std::atomic<int> mCount{0};
+        Gate mAll{false};
+    };
+    const auto ends = std::make_shared<Ends>();
+    std::atomic<int> runs(0);
     Gate isLast(false);
-    Gate ended(false);
-    auto executor = MakeExecutor(2);
+    auto executor =
+        CreateAsyncThreadedExecutor("test", 2, krobase::threads::kThreadPriorityNormal, {}, [ends] {
+            if (++ends->mCount == 2)
+                ends->mAll.Open();
+        });
     {
         AsyncThreadedExecutor& posting = *executor;
         auto last = std::make_shared<boost::shared_ptr<AsyncThreadedExecutor>>();
         last->swap(executor);
         posting.Post(
-            [last, &isLast, &ended] {
+            [last, &isLast, &runs] {
                 isLast.PassThrough(kGenerous);
-                (*last)->Post([&ended] { ended.Open(); }, 0);
+                (*last)->Post([&runs] { ++runs; }, 0);
             },
             0);
     }
     isLast.Open();
-    EXPECT_TRUE(ended.PassThrough(kGenerous));
+    ASSERT_TRUE(ends->mAll.PassThrough(kGenerous));
+    EXPECT_EQ(runs, 1);
+}
+
+// Neither of two that wait for each other may be left to the thread that runs the
+// other.
+TEST(ThreadedExecutors, WhatIsDueAtOnceIsSharedAmongTheThreads)
+{
+    auto executor = MakeExecutor(2);
+    for (int round = 0; round < 100; ++round)
+    {
+        Gate gates[2] = {Gate(false), Gate(false)};
+        Gate passed[2] = {Gate(false), Gate(false)};
+        for (int i = 0; i < 2; ++i)
+        {
+            executor->Post(
+                [&, i] {
+                    gates[i].Open();
+                    EXPECT_TRUE(gates[1 - i].PassThrough(kGenerous));
+                    passed[i].Open();
+                },
+                (round + i) % 3);
+        }
+        for (Gate& gate : passed)
+            ASSERT_TRUE(gate.PassThrough(2 * kGenerous));
+    }
 }
 
 TEST(ThreadedExecutors, ThreadsAreSetUpAsAsked)
@@ -103,7 +150,15 @@ TEST(ThreadedExecutors, ThreadsAreSetUpAsAsked)
     attributes.set_stack_size(1 << 20);
     auto executor = CreateAsyncThreadedExecutor(
         "a name that is rather long", 2, krobase::threads::kThreadPriorityLowest,
-        [&] { ++started; }, [&] { ++ended; }, attributes);
+        [&] {
+            ++started;
+            throw std::runtime_error("odd");
+        },
+        [&] {
+            ++ended;
+            throw "odd";
+        },
+        attributes);
     EXPECT_FALSE(executor->IsExecutorThread());
     // Each waits for the other: two threads share the functions.
     Gate gates[2] = {Gate(false), Gate(false)};
@@ -130,8 +185,21 @@ TEST(ThreadedExecutors, ThreadsAreSetUpAsAsked)
     executor.reset();
     EXPECT_EQ(started, 2);
     EXPECT_EQ(ended, 2);
-    EXPECT_EQ(log.Texts("EXECUTOR").size(), 2u) << "what functions throw goes no further";
+    EXPECT_EQ(log.Texts("EXECUTOR").size(), 6u) << "what functions throw goes no further";
     EXPECT_THROW(MakeExecutor(0), std::invalid_argument);
+}
+
+TEST(ThreadedExecutors, ALogThatFailsEndsNoThread)
+{
+    platform::SetLogSink([](int, const char*, const char*, const char*) { throw "no log"; });
+    Gate done(false);
+    auto executor = MakeExecutor(1);
+    executor->Post([] { throw std::runtime_error("odd"); }, 0);
+    executor->Post([] { throw 1; }, 0);
+    executor->Post([&] { done.Open(); }, 0);
+    EXPECT_TRUE(done.PassThrough(kGenerous));
+    executor.reset();
+    platform::ResetAll();
 }
 
 TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
@@ -158,8 +226,13 @@ TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
     });
     ASSERT_TRUE(ready.PassThrough(kGenerous));
     EXPECT_FALSE(adaptor->IsExecutorThread());
-    const unsigned int kQuit = win32::kWmQuit;
-    adaptor->Post([&] { win32::PostThreadMessageW(GetCurrentThreadID(), kQuit, 0, 0); }, 500);
+    const auto posted = std::chrono::steady_clock::now();
+    adaptor->Post(
+        [&] {
+            EXPECT_GE(std::chrono::steady_clock::now() - posted, std::chrono::milliseconds(500));
+            win32::PostThreadMessageW(GetCurrentThreadID(), win32::kWmQuit, 0, 0);
+        },
+        500);
     adaptor->Post([&] { order.push_back(1); }, 0);
     adaptor->Post([] { throw 2; }, 0); // reaches whoever dispatches
     adaptor->Post([&] { order.push_back(3); }, 0);
@@ -171,24 +244,45 @@ TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
         std::thread([&] { EXPECT_FALSE(adaptor->IsExecutorThread()); }).join();
 }
 
+TEST(EventLoopAdaptors, WithoutMemoryNothingIsPosted)
+{
+    int runs = 0;
+    auto adaptor = CreateAsyncEventLoopAdaptor();
+    int posted = 0;
+    // Queues get memory for several messages at once.
+    for (int i = 0; i < 100; ++i)
+    {
+        FailEachNew(
+            [&] {
+                try
+                {
+                    adaptor->Post([&] { ++runs; }, 0);
+                    ++posted;
+                }
+                catch (const std::bad_alloc&)
+                {
+                }
+            },
+            [](long) {});
+    }
+    Pump();
+    EXPECT_EQ(runs, posted);
+    EXPECT_GE(posted, 100);
+}
+
 TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
 {
     const auto owned = std::make_shared<int>(0);
     auto ending = CreateAsyncEventLoopAdaptor();
     auto other = CreateAsyncEventLoopAdaptor();
-    const auto pump = [] {
-        win32::MSG message;
-        while (win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove))
-            win32::DispatchMessageW(&message);
-    };
     ending->Post([owned] { *owned += 1; }, kNotSoon);
     ending->Post([owned] { *owned += 10; }, 0);
-    pump();
+    Pump();
     ending->Post([owned] { *owned += 100; }, 0);
     other->Post([owned] { *owned += 1000; }, 0);
     std::thread([&] { ending.reset(); }).join();
     EXPECT_EQ(owned.use_count(), 2) << "the other's is left";
-    pump();
+    Pump();
     EXPECT_EQ(*owned, 1010);
     EXPECT_EQ(owned.use_count(), 1);
 }

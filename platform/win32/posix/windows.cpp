@@ -128,6 +128,12 @@ void* CreateWindowExW(unsigned int, const unsigned short* className, const unsig
     }
 }
 
+int IsWindow(void* handle)
+{
+    Window window = {};
+    return FindWindow(handle, window);
+}
+
 int DestroyWindow(void* handle)
 {
     if (!IsOwnWindow(handle))
