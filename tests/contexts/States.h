@@ -6,13 +6,13 @@
 
 #include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <krobase/threads.h>
 
 #include "U_Context.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FreshThread.h"
 
 typedef boost::shared_ptr<U_Context> ContextPtr;
 typedef std::vector<std::string> Lines;
@@ -20,11 +20,6 @@ typedef std::vector<std::string> Lines;
 inline U_u32 ThisThread()
 {
     return krobase::threads::GetCurrentThreadID();
-}
-
-template <class Body> void OnFreshThread(Body body)
-{
-    std::thread(body).join();
 }
 
 // The int that the body throws, 0 for none.

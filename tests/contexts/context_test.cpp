@@ -62,9 +62,6 @@ TEST_F(Contexts, EachOperationMeetsEachConditionOfTheSlot)
         {"weak setter of null",
          [](const ContextPtr&) { U_WeakContextSetter setter(nullptr); },
          {"", "", "", ""}},
-        {"Deactivate of a third",
-         [](const ContextPtr&) { Neighbour::Lower(*U_Context::MakeNewContext()); },
-         {"", "", "", ""}},
     };
     for (const Row& row : rows)
     {
@@ -164,6 +161,30 @@ TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
         OnFreshThread([&] { Neighbour::Lower(*context); });
         EXPECT_THAT(Told(), ElementsAre("on a", "off a")) << "the last one, wherever it is";
     });
+}
+
+TEST_F(Contexts, BesideAnotherContextADeactivationIsOnlyCounted)
+{
+    Register("a");
+    const ContextPtr another = U_Context::MakeNewContext();
+    for (const bool isGone : {false, true})
+    {
+        SCOPED_TRACE(isGone);
+        const ContextPtr context = U_Context::MakeNewContext();
+        OnFreshThread([&] { Neighbour::Raise(*context); });
+        OnFreshThread([&] {
+            if (isGone)
+                LoseContext();
+            else
+                Neighbour::Raise(*another);
+            Told();
+            Neighbour::Lower(*context);
+            EXPECT_FALSE(context->IsActive());
+            EXPECT_THAT(Told(), IsEmpty());
+            EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 3)
+                << "the thread's slot is as it was";
+        });
+    }
 }
 
 TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)

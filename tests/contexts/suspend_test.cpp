@@ -1,7 +1,5 @@
-#include "U_Suspend.h"
+#include "tests/contexts/Suspensions.h"
 
-#include <functional>
-#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -11,94 +9,9 @@
 #include <control.h>
 
 #include "U_Threads.h"
-#include "tests/contexts/States.h"
+#include "tests/support/FailingNew.h"
 
-using krobase::threads::AsyncThreadedExecutor;
-using krobase::threads::Gate;
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-namespace
-{
-typedef boost::shared_ptr<U_SuspendContext> SuspendPtr;
-typedef boost::shared_ptr<AsyncThreadedExecutor> ExecutorPtr;
-
-const int kGenerous = 60000; // milliseconds
-
-ExecutorPtr MakeExecutor()
-{
-    return krobase::threads::CreateAsyncThreadedExecutor(
-        "test", 1, krobase::threads::kThreadPriorityNormal, {}, {});
-}
-
-// Waits until the executor has run all that was posted before.
-void Drain(const ExecutorPtr& executor)
-{
-    const auto done = std::make_shared<Gate>(false);
-    executor->Post([done] { done->Open(); }, 0);
-    ASSERT_TRUE(done->PassThrough(kGenerous));
-}
-
-int SuspendedCall(const ExecutorPtr& executor, const boost::function<int()>& function)
-{
-    return U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor, function);
-}
-
-class Suspend : public Contexts
-{
-protected:
-    void TearDown() override
-    {
-        mExecutor.reset();
-        Revive();
-        Contexts::TearDown();
-    }
-
-    // Takes a termination back, which only tests can.
-    static void Revive() { Reviver::Revive(); }
-
-    // Expects the context to be back with this thread, whole.
-    static void ExpectBack(const ContextPtr& context)
-    {
-        EXPECT_EQ(U_Context::GetCurrent(), context);
-        EXPECT_EQ(context->GetThreadID(), ThisThread());
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter nested; }), 0);
-    }
-
-    ExecutorPtr mExecutor = MakeExecutor();
-
-private:
-    struct Reviver : U_SuspendContext
-    {
-        static void Revive() { S_terminated.CompareExchange(true, false); }
-    };
-};
-
-// A function that runs until it is told to end.
-class LongFunction
-{
-public:
-    boost::function<int()> Function()
-    {
-        return [this] {
-            mStarted.Open();
-            EXPECT_TRUE(mMayEnd.PassThrough(kGenerous));
-            if (mAtEnd)
-                mAtEnd();
-            return 5;
-        };
-    }
-
-    void AwaitStart() { ASSERT_TRUE(mStarted.PassThrough(kGenerous)); }
-    void LetEnd() { mMayEnd.Open(); }
-
-    std::function<void()> mAtEnd;
-
-private:
-    Gate mStarted{false};
-    Gate mMayEnd{false};
-};
-} // namespace
 
 TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
 {
@@ -215,6 +128,13 @@ TEST_F(Suspend, WithoutAContextTheFunctionRunsWithTheExecutorsOwn)
     mExecutor->Post([&] { Neighbour::Raise(*own); }, 0);
     EXPECT_EQ(SuspendedCall(mExecutor, [&] { return U_Context::GetCurrent() == own ? 1 : 2; }), 1);
     mExecutor->Post([&] { Neighbour::Lower(*own); }, 0);
+    mExecutor->Post(
+        [&] {
+            const auto here = [] { return U_Context::HasCurrent() ? 1 : 2; };
+            EXPECT_EQ(SuspendedCall(mExecutor, here), 2);
+            EXPECT_FALSE(U_Context::HasCurrent());
+        },
+        0);
     Drain(mExecutor);
 }
 
@@ -237,6 +157,38 @@ TEST_F(Suspend, WhatWasCurrentOnTheExecutorLivesThroughTheCallAndIsCurrentNoMore
     Drain(mExecutor);
     EXPECT_TRUE(watched.expired());
     EXPECT_EQ(SuspendedCall(mExecutor, [] { return U_Context::HasCurrent() ? 1 : 2; }), 2);
+}
+
+TEST_F(Suspend, TheContextComesBackWithoutMemory)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    const long allocations = FailEachNew(
+        [] {
+            SuspendPtr suspended;
+            try
+            {
+                suspended = U_SuspendContext::NewSuspendContext();
+            }
+            catch (const std::bad_alloc&)
+            {
+            }
+            EXPECT_EQ(U_Context::HasCurrent(), !suspended);
+        },
+        [&](long) { ExpectBack(context); });
+    EXPECT_GT(allocations, 0);
+    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+    EXPECT_EQ(FailEachNew([&] { suspended.reset(); }, [&](long) { ExpectBack(context); }), 0);
+}
+
+TEST_F(Suspend, ATraceThatFailsHoldsNobodyUp)
+{
+    StartTraces("U_Context", 6);
+    platform::SetTraceSink([](const char*) { throw "odd"; });
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    EXPECT_EQ(SuspendedCall(mExecutor, [] { return 6; }), 6);
+    ExpectBack(context);
 }
 
 TEST_F(Suspend, WrongUsesAreToldAndChangeNothing)
@@ -304,168 +256,6 @@ TEST_F(Suspend, AContextMayEndWhileItIsSuspended)
     });
 }
 
-TEST_F(Suspend, AFunctionThatHasNotBegunNeverRuns)
-{
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
-    std::atomic<int> runs(0);
-    const auto run = [&runs] { return ++runs; };
-    for (const bool callerLeavesFirst : {false, true})
-    {
-        LongFunction before;
-        mExecutor->Post(before.Function(), 0);
-        std::thread terminator([&] {
-            before.AwaitStart();
-            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-        });
-        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
-        terminator.join();
-        if (callerLeavesFirst)
-        {
-            suspended.reset();
-            Revive(); // even so it doesn't run: nobody waits for it any more
-        }
-        before.LetEnd();
-        Drain(mExecutor);
-        suspended.reset();
-        ExpectBack(context);
-        EXPECT_EQ(runs, 0);
-        Revive();
-    }
-}
-
-TEST_F(Suspend, AFunctionThatEndsSoonGivesTheContextBack)
-{
-    Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
-    LongFunction function;
-    function.mAtEnd = [&] { ++LoggedState::Of(*context, "a").mTouched; };
-    std::thread terminator([&] {
-        function.AwaitStart();
-        U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-    });
-    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function.Function()), 517);
-    terminator.join();
-    EXPECT_NE(context->GetThreadID(), U_NoThreadID) << "it is the executor's still";
-    std::thread ender([&] { function.LetEnd(); });
-    suspended.reset();
-    ExpectBack(context);
-    EXPECT_EQ(LoggedState::Of(*context, "a").mTouched, 2);
-    ender.join();
-    EXPECT_THAT(Told(), ElementsAre("on a"));
-}
-
-TEST_F(Suspend, AFunctionThatIsStuckKeepsTheContextForItself)
-{
-    Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    LongFunction function;
-    U_u32 executorThread = 0;
-    function.mAtEnd = [&] {
-        ExpectBack(context);
-        executorThread = ThisThread();
-    };
-    {
-        const U_ContextSetter setter(context);
-        std::thread terminator([&] {
-            function.AwaitStart();
-            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-        });
-        EXPECT_EQ(SuspendedCall(mExecutor, function.Function()), 517);
-        terminator.join();
-        EXPECT_FALSE(U_Context::HasCurrent());
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
-            << "the thread is free for another";
-    }
-    EXPECT_TRUE(context->IsActive());
-    const Lines before = Told();
-    function.LetEnd();
-    Drain(mExecutor);
-    EXPECT_EQ(before.size(), 3u) << "those of this context and the next; not told off here";
-    EXPECT_THAT(Told(), ElementsAre("off a")) << "the last one out tells the states";
-    EXPECT_NE(executorThread, ThisThread());
-    EXPECT_FALSE(context->IsActive());
-    EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
-}
-
-// Nobody on the way back has the context while a function further on keeps it.
-TEST_F(Suspend, ALoanThatIsLostFurtherOnIsLostToAllWhoLent)
-{
-    for (const bool lenderRunsHere : {false, true})
-    {
-        SCOPED_TRACE(lenderRunsHere);
-        const ExecutorPtr other = MakeExecutor();
-        const ContextPtr context = U_Context::MakeNewContext();
-        LongFunction stuck;
-        const auto lendOn = [&] { return SuspendedCall(other, stuck.Function()); };
-        std::thread terminator([&] {
-            stuck.AwaitStart();
-            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-        });
-        const auto lend = [&] {
-            const U_ContextSetter setter(context);
-            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-            EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, lendOn), 517);
-            if (!lenderRunsHere)
-                Drain(mExecutor); // the function in between has ended
-            suspended.reset();
-            EXPECT_FALSE(U_Context::HasCurrent());
-            EXPECT_NE(context->GetThreadID(), ThisThread());
-        };
-        if (lenderRunsHere)
-        {
-            mExecutor->Post(lend, 0);
-            Drain(mExecutor);
-        }
-        else
-        {
-            lend();
-        }
-        terminator.join();
-        stuck.LetEnd();
-        Drain(other);
-        EXPECT_FALSE(context->IsActive());
-        Revive();
-    }
-}
-
-TEST_F(Suspend, ACallHereDoesNotTakeTheContextFromAFunctionThatKeepsIt)
-{
-    const ContextPtr context = U_Context::MakeNewContext();
-    const ExecutorPtr other = MakeExecutor();
-    LongFunction stuck;
-    std::thread terminator([&] {
-        stuck.AwaitStart();
-        U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-    });
-    mExecutor->Post(
-        [&] {
-            const U_ContextSetter setter(context);
-            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-            EXPECT_EQ(suspended->CallOnThreadedExecutor(other, stuck.Function()), 517);
-            const auto here = [&] {
-                suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; });
-            };
-            EXPECT_EQ(CodeThrown(here), 3);
-            EXPECT_THAT(FailedChecks(), ElementsAre("suspended context active in another thread"));
-            EXPECT_FALSE(U_Context::HasCurrent());
-            stuck.LetEnd();
-            Drain(other);
-            EXPECT_EQ(CodeThrown(here), 0);
-            ExpectBack(context);
-            suspended.reset();
-            ExpectBack(context);
-        },
-        0);
-    Drain(mExecutor);
-    terminator.join();
-    EXPECT_FALSE(context->IsActive());
-}
-
 TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
 {
     struct Refusing : U_Context
@@ -485,47 +275,6 @@ TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
     EXPECT_EQ(SuspendedCall(mExecutor, [] { return 1; }), 3) << "it isn't lost there";
     context->mMayActivate = true;
     ExpectBack(context);
-}
-
-// Whatever the moment of the termination, one thread at a time has the context:
-// its state is counted up without a lock.
-TEST_F(Suspend, TerminationAtAnyMomentNeverSharesTheContext)
-{
-    Register("a");
-    const ExecutorPtr other = MakeExecutor();
-    for (int round = 0; round < 300; ++round)
-    {
-        const ContextPtr context = U_Context::MakeNewContext();
-        const U_ContextSetter setter(context);
-        int& touched = LoggedState::Of(*context, "a").mTouched;
-        std::atomic<int> holders(0);
-        const auto touch = [&touched, &holders] {
-            EXPECT_EQ(++holders, 1);
-            std::this_thread::yield();
-            --holders;
-            return ++touched;
-        };
-        std::thread terminator([round] {
-            for (int i = 0; i < (round % 50) * 20; ++i)
-                std::this_thread::yield();
-            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-        });
-        for (int call = 0; call < 4; ++call)
-        {
-            // The inner one is given up while the context is lent on.
-            SuspendedCall(mExecutor, [touch, other] {
-                touch();
-                SuspendedCall(other, touch);
-                return touch();
-            });
-            ExpectBack(context);
-            touch();
-        }
-        terminator.join();
-        Drain(mExecutor);
-        Drain(other);
-        Revive();
-    }
 }
 
 TEST_F(Suspend, ManyCallsOverSeveralExecutorsKeepEachContextWhole)

@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "U_Report.h"
 #include "U_String.h"
+#include "tests/support/FreshThread.h"
 #include "tests/support/NoMemory.h"
 
 namespace
@@ -23,11 +23,6 @@ struct LastError
     U_u32 location = 99;
     U_u32 error = 99;
 };
-
-template <class Body> void OnAFreshThread(Body body)
-{
-    std::thread(body).join();
-}
 
 void ExpectNothingReported()
 {
@@ -58,7 +53,7 @@ int FailuresWithoutMemory()
 
 TEST(ThreadState, IsEmptyUntilAThreadReports)
 {
-    OnAFreshThread([] {
+    OnFreshThread([] {
         ExpectNothingReported();
         EXPECT_EQ(Up_GetThreadLastError(), 0u);
         EXPECT_EQ(Up_GetThreadLastSeverity(), 0);
@@ -69,11 +64,11 @@ TEST(ThreadState, IsEmptyUntilAThreadReports)
 
 TEST(ThreadState, IsEachThreadsOwn)
 {
-    OnAFreshThread([] {
+    OnFreshThread([] {
         char* const buffer = Up_GetThreadLoggingBuffer();
         U_CopyString("reading", U_ReportTextSize, buffer);
         EXPECT_EQ(Up_SetThreadLastError(5889), 5889u);
-        OnAFreshThread([=] {
+        OnFreshThread([=] {
             ExpectNothingReported();
             EXPECT_NE(Up_GetThreadLoggingBuffer(), buffer);
             Up_SetThreadLastError(3);
@@ -90,7 +85,7 @@ TEST(ThreadState, IsEachThreadsOwn)
 
 TEST(ThreadState, EachPlaceOfTheLastErrorMayBeLeftOut)
 {
-    OnAFreshThread([] {
+    OnFreshThread([] {
         Up_SetThreadLastError(7);
         EXPECT_EQ(U_GetLastError(nullptr, nullptr, nullptr, nullptr), 0);
         U_u32 error = 0;
@@ -101,7 +96,7 @@ TEST(ThreadState, EachPlaceOfTheLastErrorMayBeLeftOut)
 
 TEST(ThreadState, AFullBufferIsToldWhole)
 {
-    OnAFreshThread([] {
+    OnFreshThread([] {
         const std::string full(U_ReportTextSize - 1, 'x');
         std::memcpy(Up_GetThreadLoggingBuffer(), full.c_str(), U_ReportTextSize);
         EXPECT_EQ(LastError().text, full);

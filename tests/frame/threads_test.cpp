@@ -1,7 +1,6 @@
 #include "U_Threads.h"
 
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -9,13 +8,10 @@
 #include <control.h>
 #include <krobase/threads.h>
 
+#include "tests/support/FreshThread.h"
+
 namespace
 {
-template <class Body> void OnAnotherThread(Body body)
-{
-    std::thread(body).join();
-}
-
 class Threads : public testing::Test
 {
 protected:
@@ -44,7 +40,7 @@ TEST_F(Threads, TheFirstMainThreadIsTheUIThread)
 {
     U_RegisterMainThread();
     EXPECT_TRUE(U_IsOnUIThread());
-    OnAnotherThread([] {
+    OnFreshThread([] {
         U_RegisterMainThread();
         EXPECT_TRUE(U_IsOnMainThread());
         EXPECT_FALSE(U_IsOnUIThread());
@@ -53,7 +49,7 @@ TEST_F(Threads, TheFirstMainThreadIsTheUIThread)
     U_DeregisterMainThread();
     EXPECT_FALSE(U_IsOnMainThread());
     EXPECT_TRUE(U_IsOnUIThread()) << "it stays until another takes over";
-    OnAnotherThread([] {
+    OnFreshThread([] {
         U_RegisterMainThread();
         EXPECT_TRUE(U_IsOnUIThread());
         U_DeregisterMainThread();
@@ -72,7 +68,7 @@ TEST_F(Threads, ListedRolesNestAndSingleRolesAreOverwritten)
         SCOPED_TRACE(role.name);
         role.deregisterThread(); // not in the list: nothing happens
         role.registerThread();
-        OnAnotherThread([&] {
+        OnFreshThread([&] {
             EXPECT_FALSE(role.isOn());
             role.deregisterThread();
         });
@@ -92,13 +88,13 @@ TEST_F(Threads, ListedRolesNestAndSingleRolesAreOverwritten)
         SCOPED_TRACE(role.name);
         role.registerThread();
         EXPECT_TRUE(role.isOn());
-        OnAnotherThread([&] {
+        OnFreshThread([&] {
             EXPECT_FALSE(role.isOn());
             role.registerThread();
             EXPECT_TRUE(role.isOn());
         });
         EXPECT_FALSE(role.isOn());
-        OnAnotherThread(role.deregisterThread);
+        OnFreshThread(role.deregisterThread);
         EXPECT_FALSE(role.isOn());
     }
     EXPECT_EQ(U_PSLThreadID(), U_NoThreadID);
@@ -112,7 +108,7 @@ TEST_F(Threads, IdsAnswerForOtherThreads)
     U_RegisterPSLThread();
     U_RegisterPRThread();
     const U_u32 id = krobase::threads::GetCurrentThreadID();
-    OnAnotherThread([=] {
+    OnFreshThread([=] {
         EXPECT_TRUE(U_IsMainThreadID(id));
         EXPECT_TRUE(U_IsRenderThreadID(id));
         EXPECT_EQ(U_PSLThreadID(), id);
@@ -171,7 +167,7 @@ TEST_F(Threads, AThreadGetsItsNameCutAtACharacter)
         {"Fourteen bytes\xC3\xA9", "Fourteen bytes"},
         {"", ""},
     };
-    OnAnotherThread([&] {
+    OnFreshThread([&] {
         for (const Row& row : rows)
         {
             U_SetCurrentThreadName(row.name);

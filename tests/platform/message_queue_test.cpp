@@ -11,6 +11,8 @@
 #include <tolv/keyboard.h>
 #include <win32/threads.h>
 
+#include "tests/support/FreshThread.h"
+
 using krobase::threads::Gate;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -56,10 +58,6 @@ std::vector<unsigned int> TakeAll(unsigned int minimum = 0, unsigned int maximum
 }
 
 // Each test has a thread of its own, and so a queue.
-template <class Body> void OnFreshThread(Body body)
-{
-    std::thread(body).join();
-}
 
 TEST(MessageQueues, RangesAndWindowsAreTakenInTheOrderOfPosting)
 {

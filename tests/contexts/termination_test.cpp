@@ -1,0 +1,214 @@
+#include "tests/contexts/Suspensions.h"
+
+#include <gmock/gmock.h>
+
+#include "U_Threads.h"
+
+using testing::ElementsAre;
+
+namespace
+{
+class Termination : public Suspend
+{
+protected:
+    // Gives all calls up once the function has begun.
+    static std::thread TerminateOnceBegun(LongFunction& function)
+    {
+        return std::thread([&function] {
+            function.AwaitStart();
+            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+        });
+    }
+};
+} // namespace
+
+TEST_F(Termination, AFunctionThatHasNotBegunNeverRuns)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    std::atomic<int> runs(0);
+    const auto run = [&runs] { return ++runs; };
+    for (const bool callerLeavesFirst : {false, true})
+    {
+        LongFunction before;
+        mExecutor->Post(before.Function(), 0);
+        std::thread terminator = TerminateOnceBegun(before);
+        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
+        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
+        terminator.join();
+        if (callerLeavesFirst)
+        {
+            suspended.reset();
+            Revive(); // even so it doesn't run: nobody waits for it any more
+        }
+        before.LetEnd();
+        Drain(mExecutor);
+        suspended.reset();
+        ExpectBack(context);
+        EXPECT_EQ(runs, 0);
+        Revive();
+    }
+}
+
+TEST_F(Termination, AFunctionThatEndsSoonGivesTheContextBack)
+{
+    Register("a");
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    LongFunction function;
+    function.mAtEnd = [&] { ++LoggedState::Of(*context, "a").mTouched; };
+    std::thread terminator = TerminateOnceBegun(function);
+    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function.Function()), 517);
+    terminator.join();
+    EXPECT_NE(context->GetThreadID(), U_NoThreadID) << "it is the executor's still";
+    // Late enough for an end that doesn't wait to come first.
+    const ExecutorPtr ender = MakeExecutor();
+    ender->Post([&] { function.LetEnd(); }, 300);
+    suspended.reset();
+    EXPECT_EQ(LoggedState::Of(*context, "a").mTouched, 2);
+    ExpectBack(context);
+    Drain(ender);
+    EXPECT_THAT(Told(), ElementsAre("on a"));
+}
+
+TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
+{
+    Register("a");
+    const ContextPtr context = U_Context::MakeNewContext();
+    LongFunction function;
+    U_u32 executorThread = 0;
+    function.mAtEnd = [&] {
+        ExpectBack(context);
+        executorThread = ThisThread();
+        LoggedState::Of(*context, "a").mThrows = true; // when it is told off there
+    };
+    {
+        const U_ContextSetter setter(context);
+        std::thread terminator = TerminateOnceBegun(function);
+        EXPECT_EQ(SuspendedCall(mExecutor, function.Function()), 517);
+        terminator.join();
+        EXPECT_FALSE(U_Context::HasCurrent());
+        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
+            << "the thread is free for another";
+    }
+    EXPECT_TRUE(context->IsActive());
+    const Lines before = Told();
+    function.LetEnd();
+    Drain(mExecutor);
+    EXPECT_EQ(before.size(), 3u) << "those of this context and the next; not told off here";
+    EXPECT_THAT(Told(), ElementsAre("off a")) << "the last one out tells the states";
+    EXPECT_NE(executorThread, ThisThread());
+    EXPECT_FALSE(context->IsActive());
+    EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+}
+
+// Nobody on the way back has the context while a function further on keeps it.
+TEST_F(Termination, ALoanThatIsLostFurtherOnIsLostToAllWhoLent)
+{
+    for (const bool lenderRunsHere : {false, true})
+    {
+        SCOPED_TRACE(lenderRunsHere);
+        const ExecutorPtr other = MakeExecutor();
+        const ContextPtr context = U_Context::MakeNewContext();
+        LongFunction stuck;
+        const auto lendOn = [&] { return SuspendedCall(other, stuck.Function()); };
+        std::thread terminator = TerminateOnceBegun(stuck);
+        const auto lend = [&] {
+            const U_ContextSetter setter(context);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, lendOn), 517);
+            if (!lenderRunsHere)
+                Drain(mExecutor); // the function in between has ended
+            suspended.reset();
+            EXPECT_FALSE(U_Context::HasCurrent());
+            EXPECT_NE(context->GetThreadID(), ThisThread());
+        };
+        if (lenderRunsHere)
+        {
+            mExecutor->Post(lend, 0);
+            Drain(mExecutor);
+        }
+        else
+        {
+            lend();
+        }
+        terminator.join();
+        stuck.LetEnd();
+        Drain(other);
+        EXPECT_FALSE(context->IsActive());
+        Revive();
+    }
+}
+
+TEST_F(Termination, ACallHereDoesNotTakeTheContextFromAFunctionThatKeepsIt)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const ExecutorPtr other = MakeExecutor();
+    LongFunction stuck;
+    std::thread terminator = TerminateOnceBegun(stuck);
+    mExecutor->Post(
+        [&] {
+            const U_ContextSetter setter(context);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(other, stuck.Function()), 517);
+            const auto here = [&] {
+                suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; });
+            };
+            EXPECT_EQ(CodeThrown(here), 3);
+            EXPECT_THAT(FailedChecks(), ElementsAre("suspended context active in another thread"));
+            EXPECT_FALSE(U_Context::HasCurrent());
+            stuck.LetEnd();
+            Drain(other);
+            EXPECT_EQ(CodeThrown(here), 0);
+            ExpectBack(context);
+            suspended.reset();
+            ExpectBack(context);
+        },
+        0);
+    Drain(mExecutor);
+    terminator.join();
+    EXPECT_FALSE(context->IsActive());
+}
+
+// Whatever the moment of the termination, one thread at a time has the context:
+// its state is counted up without a lock.
+TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
+{
+    Register("a");
+    const ExecutorPtr other = MakeExecutor();
+    for (int round = 0; round < 300; ++round)
+    {
+        const ContextPtr context = U_Context::MakeNewContext();
+        const U_ContextSetter setter(context);
+        int& touched = LoggedState::Of(*context, "a").mTouched;
+        std::atomic<int> holders(0);
+        const auto touch = [&touched, &holders] {
+            EXPECT_EQ(++holders, 1);
+            std::this_thread::yield();
+            --holders;
+            return ++touched;
+        };
+        std::thread terminator([round] {
+            for (int i = 0; i < (round % 50) * 20; ++i)
+                std::this_thread::yield();
+            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+        });
+        for (int call = 0; call < 4; ++call)
+        {
+            // The inner one is given up while the context is lent on.
+            SuspendedCall(mExecutor, [touch, other] {
+                touch();
+                SuspendedCall(other, touch);
+                return touch();
+            });
+            ExpectBack(context);
+            touch();
+        }
+        terminator.join();
+        Drain(mExecutor);
+        Drain(other);
+        Revive();
+    }
+}
