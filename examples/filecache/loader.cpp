@@ -2,57 +2,42 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 
+#include <boost/make_shared.hpp>
+
 #include <U_Budget.h>
 #include <U_Report.h>
+#include <U_Suspend.h>
 #include <U_Threads.h>
 
-#include "checksum.h"
 #include "events.h"
-#include "file_block.h"
 #include "texts.h"
 #include "unreadable.h"
 
 namespace fs = std::filesystem;
 
-namespace
-{
-// Reads the file's bytes, to its end or until the block is refused if that is all
-// that matters. Returns 0, or the system's error.
-int Read(std::FILE* file, bool untilRefused, FileBlock* block, CachedFile* entry)
-{
-    std::setvbuf(file, nullptr, _IONBF, 0); // the read buffer is all it takes
-    ReadBuffer buffer;
-    while (size_t got = std::fread(buffer.Bytes(), 1, buffer.Size(), file))
-    {
-        entry->checksum = Checksum(entry->checksum, buffer.Bytes(), got);
-        entry->size += got;
-        block->Append(buffer.Bytes(), got);
-        if (untilRefused && block->IsRefused())
-            return 0;
-    }
-    return std::ferror(file) ? errno : 0;
-}
-} // namespace
-
 Loader::Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
-               FileCache& cache, Console& console)
-    : mFolder(folder), mNames(names), mBudget(budget), mCache(cache), mConsole(console)
+               FileCache& cache, Console& console, U_UIThrottler& throttler)
+    : mFolder(folder), mNames(names), mBudget(budget), mCache(cache), mConsole(console),
+      mThrottler(throttler)
 {
 }
 
 bool Loader::Run(unsigned int threads)
 {
+    SampleUse(); // there may be no files
+    if (!MakeDecoders(threads))
+        return false;
+    mStopping = mThrottler.ThrottleAndCheckAbort();
     std::vector<std::thread> started;
     started.reserve(threads);
     mRunning = threads;
-    SampleUse(); // there may be no files
     for (unsigned int number = 1; number <= threads; ++number)
     {
         try
@@ -72,7 +57,25 @@ bool Loader::Run(unsigned int threads)
     WaitForThreads();
     for (std::thread& thread : started)
         thread.join();
+    mDecoders.reset();
     return !mFailed;
+}
+
+bool Loader::MakeDecoders(unsigned int threads)
+{
+    try
+    {
+        mDecoders = krobase::threads::CreateAsyncThreadedExecutor(
+            "Decoder", static_cast<int>(threads), krobase::threads::kThreadPriorityNormal,
+            &U_RegisterRenderThread, &U_DeregisterRenderThread);
+        return true;
+    }
+    catch (const std::exception& error)
+    {
+        mConsole.Tell(Text(
+            {"$$$/QX/FileCache/Error/NoDecoders=can't start the decoders: ^^1", {error.what()}}));
+        return false;
+    }
 }
 
 void Loader::RunThread(unsigned int number)
@@ -99,7 +102,7 @@ void Loader::RunThread(unsigned int number)
 
 void Loader::LoadFiles()
 {
-    for (size_t at = mNext++; at < mNames.size(); at = mNext++)
+    for (size_t at = mNext++; at < mNames.size() && !mStopping; at = mNext++)
     {
         LoadFile(mNames[at]);
         SampleUse();
@@ -108,6 +111,7 @@ void Loader::LoadFiles()
 
 void Loader::LoadFile(const std::string& name)
 {
+    const U_ContextSetter task(boost::make_shared<FileTask>());
     {
         const std::shared_lock<std::shared_mutex> besideOthers(mTurn);
         if (TryFile(name, false))
@@ -135,25 +139,53 @@ bool Loader::TryFile(const std::string& name, bool alone)
     const bool mayWait = fits && !alone;
     const std::string opName = mayWait ? std::string() : OperationName(path, !fits);
     FileBlock block(expected, mBudget, opName.empty() ? nullptr : opName.c_str());
-    const U_u64 nameSum = Checksum(kChecksumStart, name.c_str(), name.size() + 1);
-    CachedFile entry = {nullptr, 0, nameSum, nameSum};
-    if (const int error = Read(file.get(), mayWait, &block, &entry))
+    DecodedFile& decoded = FileTask::CurrentFile();
+    decoded.Begin(name);
+    if (const int error = Read(file.get(), mayWait, &block))
     {
         Unreadable(path, error);
         return true;
     }
+    if (mStopping)
+        return true;
+    CachedFile entry = decoded.Entry();
     entry.handle = block.Release();
     if (!entry.handle && mayWait)
         return false;
 
-    ++mFigures.files;
-    mFigures.bytes += entry.size;
-    mFigures.checksum += entry.checksum;
+    decoded.End();
     if (entry.handle)
         mCache.Add(entry);
     else
         Refused(path, entry.size);
     return true;
+}
+
+int Loader::Read(std::FILE* file, bool untilRefused, FileBlock* block)
+{
+    std::setvbuf(file, nullptr, _IONBF, 0); // the read buffer is all it takes
+    ReadBuffer buffer;
+    while (!mStopping && !(untilRefused && block->IsRefused()))
+    {
+        const size_t got = std::fread(buffer.Bytes(), 1, buffer.Size(), file);
+        if (got == 0)
+            return std::ferror(file) ? errno : 0;
+        DecodeElsewhere(buffer.Bytes(), got);
+        block->Append(buffer.Bytes(), got);
+    }
+    return 0;
+}
+
+// The task goes along to the decoder's thread and back.
+void Loader::DecodeElsewhere(const void* bytes, size_t size)
+{
+    const auto suspended = U_SuspendContext::NewSuspendContext();
+    const int code = suspended->CallOnThreadedExecutor(mDecoders, [=] {
+        FileTask::CurrentFile().Decode(bytes, size);
+        return 0;
+    });
+    if (code != 0)
+        throw std::runtime_error("decoding, error " + std::to_string(code));
 }
 
 void Loader::Unreadable(const std::string& path, int error)
@@ -196,6 +228,8 @@ void Loader::WaitForThreads()
     std::unique_lock<std::mutex> lock(mLock);
     while (!mThreadEnded.wait_for(lock, kRedraw, [this] { return mRunning == 0; }))
     {
+        if (mThrottler.ThrottleAndCheckAbort())
+            mStopping = true;
         const U_u64 done = mFigures.files + mFigures.unreadable;
         const U_u64 bytes = mFigures.bytes;
         mConsole.ShowProgress(

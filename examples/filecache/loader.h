@@ -1,46 +1,45 @@
-// Loads files into the cache on render threads.
+// Loads files into the cache on render threads, and has decoders of its own look
+// into them.
 
 #ifndef FILECACHE_LOADER_H
 #define FILECACHE_LOADER_H
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdio>
 #include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <vector>
 
+#include <U_Abort.h>
 #include <U_Types.h>
+#include <krobase/executor.h>
 
 #include "cache.h"
 #include "console.h"
-
-struct LoadFigures
-{
-    std::atomic<U_u64> files{0};      // read to their end
-    std::atomic<U_u64> bytes{0};      // of those
-    std::atomic<U_u64> checksum{0};   // sum over those, the same in any order
-    std::atomic<U_u64> refusals{0};   // read, but couldn't be held
-    std::atomic<U_u64> unreadable{0}; // failed to open or to be read
-    std::atomic<U_u64> peakUse{0};    // the library's usage figure at its highest
-};
+#include "figures.h"
+#include "file_block.h"
+#include "file_task.h"
 
 class Loader
 {
 public:
     // The first file that the budget can't hold is told to the user in the
     // library's words: it is reason enough for a larger budget. The figures
-    // count the others.
+    // count the others. The throttler is asked on the thread of Run alone.
     Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
-           FileCache& cache, Console& console);
+           FileCache& cache, Console& console, U_UIThrottler& throttler);
 
-    // Loads all files and returns when that is done. False if an error ended a
-    // thread early; it has been told.
+    // Loads all files, or until the throttler tells to stop: a file that isn't read
+    // to its end by then is let go. Returns when that is done. False if an error
+    // ended a thread early; it has been told.
     bool Run(unsigned int threads);
 
     const LoadFigures& Figures() const { return mFigures; }
 
 private:
+    bool MakeDecoders(unsigned int threads);
     void RunThread(unsigned int number);
     void LoadFiles();
     void LoadFile(const std::string& name);
@@ -49,6 +48,11 @@ private:
     // own while they are read. Alone, a refusal says that the budget can't hold
     // it.
     bool TryFile(const std::string& name, bool alone);
+
+    // Reads and decodes the file, to its end or until the block is refused if that
+    // is all that matters. Returns 0, or the system's error.
+    int Read(std::FILE* file, bool untilRefused, FileBlock* block);
+    void DecodeElsewhere(const void* bytes, size_t size);
     void Unreadable(const std::string& path, int error);
     void Refused(const std::string& path, U_u64 size);
 
@@ -63,12 +67,16 @@ private:
     const U_u64 mBudget;
     FileCache& mCache;
     Console& mConsole;
+    U_UIThrottler& mThrottler;
     LoadFigures mFigures;
+    const FileTasks mTasks{mFigures};
+    boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> mDecoders; // while it runs
 
     std::atomic<size_t> mNext{0}; // the first name that no thread has taken
     std::atomic<bool> mRefusalTold{false};
     std::shared_mutex mTurn; // shared while a file is loaded beside others
     std::atomic<bool> mFailed{false};
+    std::atomic<bool> mStopping{false};
     std::mutex mLock; // guards mRunning
     std::condition_variable mThreadEnded;
     unsigned int mRunning = 0;

@@ -22,6 +22,7 @@
 #include "loader.h"
 #include "log_sink.h"
 #include "options.h"
+#include "stop.h"
 #include "summary.h"
 #include "table.h"
 #include "telemetry.h"
@@ -36,7 +37,8 @@ enum ExitStatus
 {
     kFine = 0,
     kFailed = 1,
-    kWrongUsage = 2
+    kWrongUsage = 2,
+    kStopped = 3
 };
 
 const U_u64 kMiB = 1 << 20;
@@ -67,16 +69,16 @@ U_Status SetLimits(U_u64 budget)
     return U_SetMemUsageLimits(maximum - std::max(kMiB, budget / 8), maximum);
 }
 
-// Loads the folder's files and adds what came of it to the table. False if
-// something couldn't be read or didn't match.
-bool LoadFolder(const Options& options, Console& console, Table* table)
+// Loads the folder's files and adds what came of it to the table.
+ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
 {
     TellStart(options);
     const auto start = std::chrono::steady_clock::now();
-    const FoundFiles found = WalkFolder(options.folder);
+    StopCheck stop;
+    const FoundFiles found = WalkFolder(options.folder, stop);
     FileCache cache(console);
     U_SetPurgeRequestCallback(&FileCache::OnPurgeRequest, &cache);
-    Loader loader(options.folder, found.names, options.budget, cache, console);
+    Loader loader(options.folder, found.names, options.budget, cache, console, stop);
     const bool ran = loader.Run(options.threads);
     U_SetPurgeRequestCallback(nullptr, nullptr); // the cache ends before the library does
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -94,7 +96,13 @@ bool LoadFolder(const Options& options, Console& console, Table* table)
                            "files that changed while they were held: ^^1",
                            {std::to_string(cache.Mismatches())}}));
     U_DisplayPostedErrors(); // what the loaders and the walk couldn't show themselves
-    return ran && unreadable == 0 && cache.Mismatches() == 0;
+    if (stop.HasStopped())
+    {
+        console.Tell(Text("$$$/QX/FileCache/Told/Stopped="
+                          "stopped; the figures are of what was read to its end"));
+        return kStopped;
+    }
+    return ran && unreadable == 0 && cache.Mismatches() == 0 ? kFine : kFailed;
 }
 
 // What stands ready before the library's birth, and what is wrong with it. That
@@ -159,7 +167,7 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
                            {std::to_string(status)}}));
         return kFailed;
     }
-    return LoadFolder(ready.options, console, table) ? kFine : kFailed;
+    return LoadFolder(ready.options, console, table);
 }
 
 // Texts for what comes after the library's death, which takes the dictionary
@@ -179,6 +187,7 @@ int main(int argc, char** argv)
     platform::SetActiveCodePage(kUTF8CodePage);
     Preparation ready;
     Prepare(argc, argv, &ready);
+    const StopKeys stopKeys; // until the end: a stop that comes late changes nothing
     Console console(ready.options.verbose);
     Table table;
     ExitStatus status = kFailed;

@@ -28,7 +28,8 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/Help="
     "  --help             show this text\n\n",
     "$$$/QX/FileCache/Usage/Status="
-    "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage.\n",
+    "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage,\n"
+    "3 stopped with Escape or Ctrl-C.\n",
 };
 
 const U_u64 kSmallestBudget = 2 << 20;

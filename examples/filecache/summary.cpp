@@ -40,6 +40,7 @@ void AddLoad(const LoadFigures& figures, const FileCache& cache, U_u64 unreadabl
 {
     table->AddCount(Text("$$$/QX/FileCache/Figure/FilesRead=files read"), figures.files);
     table->AddBytes(Text("$$$/QX/FileCache/Figure/BytesRead=bytes read"), figures.bytes);
+    table->AddCount(Text("$$$/QX/FileCache/Figure/LinesRead=lines read"), figures.lines);
     AddMemory(figures, cache, table);
     table->AddCount(Text("$$$/QX/FileCache/Figure/Refusals=refusals"), figures.refusals);
     table->AddCount(Text("$$$/QX/FileCache/Figure/Unreadable=unreadable"), unreadable);

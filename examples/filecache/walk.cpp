@@ -12,13 +12,13 @@ namespace
 class Walker
 {
 public:
-    explicit Walker(const fs::path& top) : mTop(top) {}
+    Walker(const fs::path& top, U_UIThrottler& throttler) : mTop(top), mThrottler(throttler) {}
 
     FoundFiles Walk()
     {
         // Folders wait on a list instead of on the stack: a tree may be deep.
         mWaiting.push_back(std::string());
-        while (!mWaiting.empty())
+        while (!mWaiting.empty() && !mThrottler.ThrottleAndCheckAbort())
         {
             const std::string folder = mWaiting.back();
             mWaiting.pop_back();
@@ -37,6 +37,8 @@ private:
         {
             const std::string leaf = entry->path().filename().string();
             Sort(*entry, (fs::path(folder) / leaf).string());
+            if (mThrottler.ThrottleAndCheckAbort())
+                return;
         }
         if (error)
             Unreadable(folder, error);
@@ -61,12 +63,13 @@ private:
     }
 
     const fs::path mTop;
+    U_UIThrottler& mThrottler;
     std::vector<std::string> mWaiting;
     FoundFiles mFound;
 };
 } // namespace
 
-FoundFiles WalkFolder(const std::string& folder)
+FoundFiles WalkFolder(const std::string& folder, U_UIThrottler& throttler)
 {
-    return Walker(folder).Walk();
+    return Walker(folder, throttler).Walk();
 }

@@ -6,15 +6,17 @@
 #include <string>
 #include <vector>
 
+#include <U_Abort.h>
+
 struct FoundFiles
 {
     std::vector<std::string> names; // relative to the folder, in order
     size_t unreadable = 0;          // folders and entries that couldn't be looked at
 };
 
-// Walks the folder and all below it. Symbolic links aren't followed, and only
-// regular files are found. What can't be looked at is reported, and the walk goes
-// on.
-FoundFiles WalkFolder(const std::string& folder);
+// Walks the folder and all below it, until the throttler tells to stop. Symbolic
+// links aren't followed, and only regular files are found. What can't be looked at
+// is reported, and the walk goes on.
+FoundFiles WalkFolder(const std::string& folder, U_UIThrottler& throttler);
 
 #endif

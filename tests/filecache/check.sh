@@ -83,6 +83,7 @@ run --threads 1 --budget 1G "$files"
 expect_status "everything fits" 0
 expect "everything fits" "files held" "$count"
 expect "everything fits" "bytes held" "$bytes"
+expect "everything fits" "lines read" "$(find "$files" -type f -exec cat {} + | tr -cd '\n' | wc -c)"
 expect "everything fits" "purge requests" 0
 checksum=$(figure checksum)
 [ ${#checksum} = 16 ] || fail "no checksum: '$checksum'"

@@ -1,0 +1,100 @@
+#!/usr/bin/env python3
+"""Stops the example host while it reads a file that would take it minutes, and
+expects its figures of what it has read until then. Usage: stop.py BINARY"""
+import contextlib
+import os
+import pty
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+binary = os.path.abspath(sys.argv[1])
+GENEROUS = 100  # seconds
+SMALL_FILES = 200
+ENDLESS = 1 << 40  # bytes, none of them on the disk
+failures = 0
+
+
+def fail(message):
+    global failures
+    failures += 1
+    print("FAILED:", message)
+
+
+def make_files(folder):
+    os.makedirs(f"{folder}/a")
+    for number in range(SMALL_FILES):
+        with open(f"{folder}/a/{number}", "w", encoding="ascii") as file:
+            file.write("line\n" * number)
+    with open(f"{folder}/z", "wb") as file:
+        file.truncate(ENDLESS)
+
+
+def await_reading(process, path):
+    """Waits until the process has the file open."""
+    end = time.monotonic() + GENEROUS
+    while time.monotonic() < end and process.poll() is None:
+        with contextlib.suppress(OSError):
+            folder = f"/proc/{process.pid}/fd"
+            if path in (os.readlink(f"{folder}/{number}") for number in os.listdir(folder)):
+                return
+        time.sleep(0.01)
+    raise RuntimeError("the big file isn't read")
+
+
+def run(name, files, work, stop, stdin=subprocess.DEVNULL, **start):
+    log = f"{work}/log"
+    command = [binary, "--threads", "1", "--log", log, files]
+    with subprocess.Popen(command, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          text=True, **start) as process:
+        try:
+            await_reading(process, f"{files}/z")
+            stop(process)
+            out, err = process.communicate(timeout=GENEROUS)
+        except (RuntimeError, subprocess.TimeoutExpired) as error:
+            process.kill()
+            fail(f"{name}: {error}, {process.communicate()}")
+            return
+    figures = dict(re.findall(r"^(\w[\w ]*?)  +(\w+)", out, re.MULTILINE))
+    # One thread reads the files in order, and the last one not to its end.
+    expected = {"files read": SMALL_FILES, "files held": SMALL_FILES,
+                "lines read": SMALL_FILES * (SMALL_FILES - 1) // 2, "unreadable": 0}
+    for label, figure in expected.items():
+        if figures.get(label) != str(figure):
+            fail(f"{name}: '{label}' is {figures.get(label)}, not {figure}, in {out}")
+    if process.returncode != 3:
+        fail(f"{name}: status {process.returncode}, not 3")
+    if "filecache: stopped" not in err:
+        fail(f"{name}: told {err}")
+    with open(log, encoding="utf-8", errors="replace") as lines:
+        if "MEM_DumpLeaks" in lines.read():
+            fail(f"{name}: blocks were leaked")
+
+
+def run_on_terminal(name, files, work, keys):
+    keyboard, terminal = pty.openpty()
+
+    def take_terminal():
+        os.setsid()
+        os.close(os.open(os.ttyname(0), os.O_RDWR))  # the first one opened controls
+
+    try:
+        run(name, files, work, lambda process: os.write(keyboard, keys), terminal,
+            preexec_fn=take_terminal)
+    finally:
+        os.close(keyboard)
+        os.close(terminal)
+
+
+with tempfile.TemporaryDirectory() as work_folder:
+    files_folder = os.path.realpath(work_folder) + "/files"
+    make_files(files_folder)
+    run("SIGINT", files_folder, work_folder, lambda process: process.send_signal(signal.SIGINT))
+    run_on_terminal("Ctrl-C", files_folder, work_folder, b"\x03")
+    run_on_terminal("Escape", files_folder, work_folder, b"\x1b")
+
+print(f"{failures} failures")
+sys.exit(failures != 0)
