@@ -178,7 +178,7 @@ TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
 {
     Register("a");
     const ExecutorPtr other = MakeExecutor();
-    for (int round = 0; round < 300; ++round)
+    for (int round = 0; round < 100; ++round)
     {
         const ContextPtr context = U_Context::MakeNewContext();
         const U_ContextSetter setter(context);
