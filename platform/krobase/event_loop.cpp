@@ -5,7 +5,6 @@
 #include <mutex>
 #include <new>
 #include <stdexcept>
-#include <utility>
 
 #include <boost/make_shared.hpp>
 
@@ -35,7 +34,8 @@ public:
     void Post(Function function)
     {
         Lock lock(mLock);
-        mReady.push_back(std::move(function));
+        mReady.emplace_back();
+        mReady.back().swap(function);
         if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
             return;
         function.swap(mReady.back());

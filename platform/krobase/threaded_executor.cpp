@@ -57,15 +57,13 @@ class ThreadedExecutor : public AsyncThreadedExecutor
 public:
     ~ThreadedExecutor() override
     {
-        const boost::this_thread::disable_interruption uninterrupted;
-        mQueue->Close();
-        for (boost::thread& thread : mThreads)
+        try
         {
-            // The queue lives on with a thread that lets go of its own executor.
-            if (thread.get_id() == boost::this_thread::get_id())
-                thread.detach();
-            else
-                thread.join();
+            End();
+        }
+        catch (...)
+        {
+            // A thread that can't be waited for is left to itself, with the queue.
         }
     }
 
@@ -86,6 +84,20 @@ public:
     void Post(const Function& function, int delay) override { mQueue->Post(function, delay); }
 
 private:
+    void End()
+    {
+        const boost::this_thread::disable_interruption uninterrupted;
+        mQueue->Close();
+        for (boost::thread& thread : mThreads)
+        {
+            // The queue lives on with a thread that lets go of its own executor.
+            if (thread.get_id() == boost::this_thread::get_id())
+                thread.detach();
+            else
+                thread.join();
+        }
+    }
+
     const std::shared_ptr<WorkQueue> mQueue = std::make_shared<WorkQueue>();
     std::vector<boost::thread> mThreads;
 };
