@@ -1,6 +1,6 @@
 #include "cache.h"
 
-#include <U_Alloc.h>
+#include <U_Hog.h>
 
 #include "checksum.h"
 #include "texts.h"
@@ -21,6 +21,13 @@ KeepFiles::~KeepFiles()
     sKeepsFiles = false;
 }
 
+FileCache::FileCache(Console& console) : mConsole(console)
+{
+    // Without memory for it the files are refused, which is told.
+    U_RegisterHog("cached files", &mHog);
+    U_SetHogReportingOn(true);
+}
+
 void FileCache::Add(const CachedFile& file)
 {
     std::lock_guard<std::mutex> lock(mLock);
@@ -34,9 +41,11 @@ U_u64 FileCache::DropOldest(U_u64 bytes)
     CachedFile file;
     while (given < bytes && TakeOldest(&file))
     {
-        if (Checksum(file.nameSum, *file.handle, file.size) != file.checksum)
+        void* data = nullptr;
+        if (U_LockHogHandle(file.handle, &data) != 0 ||
+            Checksum(file.nameSum, data, file.size) != file.checksum)
             ++mMismatches;
-        U_FreeHandle(file.handle);
+        U_FreeHogHandle(file.handle);
         given += file.size;
     }
     return given;

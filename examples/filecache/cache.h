@@ -20,7 +20,7 @@
 
 struct CachedFile
 {
-    void** handle;  // the file's bytes
+    void** handle;  // a hog handle of the file's bytes
     size_t size;    // how many there are
     U_u64 nameSum;  // the checksum of the name alone
     U_u64 checksum; // of the name and the bytes, as they were read
@@ -39,10 +39,14 @@ public:
 class FileCache
 {
 public:
-    explicit FileCache(Console& console) : mConsole(console) {}
+    explicit FileCache(Console& console);
     ~FileCache() { DropOldest(~U_u64(0)); }
     FileCache(const FileCache&) = delete;
     FileCache& operator=(const FileCache&) = delete;
+
+    // The hog that its files are counted under, to be named if some are left at the
+    // library's death.
+    U_u32 Hog() const { return mHog; }
 
     // Takes the handle over.
     void Add(const CachedFile& file);
@@ -66,6 +70,7 @@ private:
     bool TakeOldest(CachedFile* file);
 
     Console& mConsole;
+    U_u32 mHog = 0;
     mutable std::mutex mLock; // guards mFiles
     std::deque<CachedFile> mFiles;
     std::atomic<U_u64> mBytesHeld{0};

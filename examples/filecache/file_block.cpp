@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include <U_Alloc.h>
+#include <U_Hog.h>
 
 #include "cache.h"
 
@@ -32,16 +33,16 @@ size_t ReadBuffer::Size() const
     return mRecycled ? kChunk : sizeof mSpare;
 }
 
-FileBlock::FileBlock(U_u64 expectedSize, U_u64 budget, const char* opName)
+FileBlock::FileBlock(U_u32 hog, U_u64 expectedSize, U_u64 budget, const char* opName)
     : mBudget(budget), mOpName(opName), mSize(expectedSize)
 {
     const KeepFiles keep(expectedSize > mBudget);
-    mHandle = U_AllocateHandle(kLocationHold, mOpName, expectedSize);
+    U_NewHogHandle(hog, kLocationHold, mOpName, expectedSize, 0, &mHandle);
 }
 
 FileBlock::~FileBlock()
 {
-    U_FreeHandle(mHandle);
+    Free();
 }
 
 void FileBlock::Append(const void* bytes, size_t size)
@@ -50,7 +51,11 @@ void FileBlock::Append(const void* bytes, size_t size)
         Resize(mUsed + size);
     if (IsRefused())
         return;
-    std::memcpy(static_cast<char*>(*mHandle) + mUsed, bytes, size);
+    void* data = nullptr;
+    if (U_LockHogHandle(mHandle, &data) != 0)
+        return;
+    std::memcpy(static_cast<char*>(data) + mUsed, bytes, size);
+    U_UnlockHogHandle(mHandle);
     mUsed += size;
 }
 
@@ -66,11 +71,17 @@ void** FileBlock::Release()
 void FileBlock::Resize(U_u64 size)
 {
     const KeepFiles keep(size > mBudget);
-    if (U_ResizeHandle(kLocationResize, size, mOpName, &mHandle) == 0)
+    if (U_ResizeHogHandle(kLocationResize, mOpName, size, mHandle) == 0)
     {
         mSize = size;
         return;
     }
-    U_FreeHandle(mHandle);
+    Free();
+}
+
+void FileBlock::Free()
+{
+    if (mHandle)
+        U_FreeHogHandle(mHandle);
     mHandle = nullptr;
 }

@@ -25,14 +25,14 @@ private:
     unsigned char mSpare[4096];
 };
 
-// A handle that takes a file's bytes in. Once it is refused it stays so.
+// A hog handle that takes a file's bytes in. Once it is refused it stays so.
 class FileBlock
 {
 public:
     // expectedSize is a guess: the block follows the bytes that come. A size
     // beyond the budget is refused without a purge. opName, which isn't copied,
     // tells the user of a refusal; null keeps it from the user.
-    FileBlock(U_u64 expectedSize, U_u64 budget, const char* opName);
+    FileBlock(U_u32 hog, U_u64 expectedSize, U_u64 budget, const char* opName);
     ~FileBlock();
     FileBlock(const FileBlock&) = delete;
     FileBlock& operator=(const FileBlock&) = delete;
@@ -41,11 +41,13 @@ public:
 
     bool IsRefused() const { return !mHandle; }
 
-    // Hands the handle over, cut to its bytes. Null if it was refused.
+    // Hands the hog handle over, cut to its bytes. Null if it was refused.
     void** Release();
 
 private:
     void Resize(U_u64 size);
+
+    void Free();
 
     const U_u64 mBudget;
     const char* const mOpName;

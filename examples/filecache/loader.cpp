@@ -138,7 +138,7 @@ bool Loader::TryFile(const std::string& name, bool alone)
     const bool fits = expected <= mBudget;
     const bool mayWait = fits && !alone;
     const std::string opName = mayWait ? std::string() : OperationName(path, !fits);
-    FileBlock block(expected, mBudget, opName.empty() ? nullptr : opName.c_str());
+    FileBlock block(mCache.Hog(), expected, mBudget, opName.empty() ? nullptr : opName.c_str());
     DecodedFile& decoded = FileTask::CurrentFile();
     decoded.Begin(name);
     if (const int error = Read(file.get(), mayWait, &block))
