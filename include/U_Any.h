@@ -1,0 +1,119 @@
+// The variant, in which loosely typed data moves: any value can be asked for as
+// an integer, a double, a bool, a string or JSON text.
+//
+// A value is held with a tag that says what kind it is. A tag that isn't decided
+// yet is inferred by the first question, also of a const object; apart from that
+// objects are as safe as plain values.
+//
+// A question that the held type doesn't answer throws boost::bad_any_cast and
+// leaves the object as it was. Narrow text is multibyte text in the active code
+// page, and its conversions fail as those of U_Encoding.h do.
+
+#ifndef U_ANY_H
+#define U_ANY_H
+
+#include <string>
+
+#include <boost/any.hpp>
+#include <boost/optional/optional.hpp>
+#include <boost/property_tree/ptree_fwd.hpp>
+
+#include "U_Types.h"
+
+class U_EXPORT U_Any
+{
+public:
+    enum TypeEnum : U_i32
+    {
+        kType_None = 0, // a type that the library doesn't know, or no value
+        kType_Null = 1, // not decided yet, or a void*
+        kType_Bool = 2,
+        kType_Int = 3,
+        kType_Double = 4,
+        kType_Enum = 5, // converts like an integer; no constructor here gives it
+        kType_String = 6,
+        kType_MBString = 7,
+        kType_Tree = 8
+    };
+
+    // An int of 0 that isn't decided yet, which inference takes for a bool.
+    U_Any();
+
+    U_Any(bool value);
+    U_Any(int value);
+    U_Any(U_i64 value);
+    U_Any(double value);
+    U_Any(const char* text); // narrow, not null
+    U_Any(const std::string& text);
+    U_Any(const U_UTF16String& text);
+
+    // Copies a value of any type and infers its kind from the type: bool and int
+    // are booleans, the other integers up to 64 bits integers, float and double
+    // doubles; strings are strings, whatever they read as.
+    U_Any(const boost::any& value);
+
+    U_Any(const U_Any& other) = default;
+    U_Any& operator=(const U_Any& other) = default;
+
+    TypeEnum GetType() const;
+
+    // As an integer. A double is cut toward zero and held to the range, what is
+    // no number gives 0. Of text "TRUE" and "true" are 1, "FALSE" and "false" 0,
+    // and any other is read as a number, as far as it is one. Held unsigned
+    // integers throw.
+    U_i64 GetAs_int() const;
+    U_i64 GetAs_Enum() const;
+    bool GetAs_bool() const;
+
+    // A held float throws.
+    double GetAs_double() const;
+
+    // As text: "true" and "false", decimal digits, a double with at least one
+    // decimal, "<tree>" for a tree; empty if there is no value.
+    U_UTF16String GetAs_Str() const;
+    std::string GetAs_MBStr() const;
+
+    // As a JSON value: a literal for text, "null" for a void*. Empty for a tree,
+    // which U_AnyTreeWrapper writes, and for a type that isn't known.
+    U_UTF16String GetAs_JSON() const;
+
+    // Whether it is a number, or text of digits, "-", "." and "," alone, in
+    // whatever order.
+    bool IsNumeric() const;
+
+    // Takes the text of a JSON string literal. Throws boost::bad_any_cast, with
+    // the object as it was, if json is anything else.
+    void SetFrom_JSON(const U_UTF16String& json);
+
+private:
+    friend class U_AnyTreeWrapper;
+
+    TypeEnum InferredType() const;
+
+    boost::any mValue;
+    mutable TypeEnum mType;
+};
+
+// How property trees put and get boost::any: a U_Any comes out as it is, inside
+// a boost::any, and anything goes in.
+struct U_EXPORT U_AnyTranslator
+{
+    typedef U_Any internal_type;
+    typedef boost::any external_type;
+
+    boost::optional<boost::any> get_value(const U_Any& value);
+    boost::optional<U_Any> put_value(const boost::any& value);
+};
+
+namespace boost
+{
+namespace property_tree
+{
+template <> struct translator_between<U_Any, boost::any>
+{
+    typedef U_AnyTranslator type;
+};
+} // namespace property_tree
+} // namespace boost
+
+#endif

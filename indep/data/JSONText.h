@@ -1,0 +1,15 @@
+// Texts as JSON literals, for the variant and for trees of it.
+
+#ifndef INDEP_DATA_JSON_TEXT_H
+#define INDEP_DATA_JSON_TEXT_H
+
+#include "U_Types.h"
+
+// The text that a JSON string literal stands for. Throws boost::bad_any_cast if
+// there is any other text from first to last.
+U_UTF16String ReadJSONString(const U_u16* first, const U_u16* last);
+
+// Appends the literal of a text. Half of a surrogate pair becomes U+FFFD.
+void AppendJSONString(const U_UTF16String& text, U_UTF16String* json);
+
+#endif
