@@ -13,6 +13,7 @@
 #define U_ANY_H
 
 #include <string>
+#include <utility>
 
 #include <boost/any.hpp>
 #include <boost/optional/optional.hpp>
@@ -46,6 +47,7 @@ public:
     U_Any(const char* text); // narrow, not null
     U_Any(const std::string& text);
     U_Any(const U_UTF16String& text);
+    U_Any(U_UTF16String&& text);
 
     // Copies a value of any type and infers its kind from the type: bool and int
     // are booleans, the other integers up to 64 bits integers, float and double
@@ -54,6 +56,19 @@ public:
 
     U_Any(const U_Any& other) = default;
     U_Any& operator=(const U_Any& other) = default;
+
+    // Leave other without a value.
+    U_Any(U_Any&& other) noexcept : mValue(std::move(other.mValue)), mType(other.mType)
+    {
+        other.mType = kType_None;
+    }
+    U_Any& operator=(U_Any&& other) noexcept
+    {
+        U_Any taken(std::move(other));
+        mValue.swap(taken.mValue);
+        mType = taken.mType;
+        return *this;
+    }
 
     TypeEnum GetType() const;
 
@@ -87,7 +102,9 @@ public:
 
 private:
     friend class U_AnyTreeWrapper;
+    friend class Up_JSONWriter;
 
+    void AppendJSON(U_UTF16String* json) const;
     TypeEnum InferredType() const;
 
     boost::any mValue;

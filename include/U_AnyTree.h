@@ -1,3 +1,11 @@
+// Trees of variants: settings and messages, with JSON text in and out.
+//
+// JSON objects are nodes whose children have the members' names as keys, arrays
+// nodes whose children all have the empty key. A node for an object or an array
+// is of the kind tree; strings, doubles (numbers with a "."), integers and bools
+// are values of those kinds, and null is no node at all. A tree and its wrappers
+// belong to one thread at a time.
+
 #ifndef U_ANYTREE_H
 #define U_ANYTREE_H
 
@@ -11,5 +19,102 @@
 // Each node has a value and children in order, each under a key; several may
 // have the same key.
 typedef boost::property_tree::basic_ptree<U_UTF16String, U_Any, std::less<U_UTF16String>> U_AnyTree;
+
+// The deepest nesting of brackets that JSON text may have.
+const unsigned int U_MostJSONDepth = 1000;
+
+// A view of a tree, which it doesn't own and which must outlive it. To be copied
+// freely. A key names a direct child and isn't a path, unless told otherwise.
+class U_EXPORT U_AnyTreeWrapper
+{
+public:
+    // The operations that aren't const change the tree.
+    explicit U_AnyTreeWrapper(const U_AnyTree& tree);
+
+    // Whether there are no children, whatever the node's own value.
+    bool empty() const;
+    bool exists(const U_UTF16String& key) const;
+
+    // Whether all children have the empty key, as those of an array do; so a
+    // tree without children is one.
+    bool is_array() const;
+
+    // Removes all children with the key, if there are any.
+    void erase(const U_UTF16String& key);
+
+    // The node's own value.
+    U_Any& get_self();
+    const U_Any& get_self() const;
+    void put_self(const U_Any& value);
+
+    // The value of the node at a path of keys between dots. Throws
+    // boost::property_tree::ptree_bad_path if there is none.
+    U_Any& get_child_any(const U_UTF16String& path);
+    const U_Any& get_child_any(const U_UTF16String& path) const;
+
+    // The child with the key, the first of several. Throws boost::bad_any_cast
+    // if there is none.
+    U_AnyTreeWrapper get_child_tree(const U_UTF16String& key);
+    const U_AnyTreeWrapper get_child_tree(const U_UTF16String& key) const;
+
+    // Append a child, whether the key is there or not: a copy of a tree, of the
+    // kind tree from then on, or a value.
+    void push_back(const U_UTF16String& key, const U_AnyTree& tree);
+    void push_back(const U_UTF16String& key, const U_Any& value);
+
+    // Append an element to an array.
+    void put(const U_AnyTree& tree);
+    void put(const U_Any& value);
+
+    // Put a tree in the place of all children with the key; it goes to the end.
+    // Narrow keys are ASCII.
+    void put(const U_UTF16String& key, const U_AnyTree& tree);
+    void put(const char* key, const U_AnyTree& tree);
+
+    // Give the first child with the key a value; it keeps its place and its
+    // children. A new key goes to the end. A key with a dot in it goes there in
+    // any case, in the place of all children with it, and the empty key stands
+    // for the node itself.
+    void put(const U_UTF16String& key, const U_Any& value);
+    void put(const char* key, const U_Any& value);
+
+    // The tree for people: a line for each node, "key: value", a tab before it
+    // for each level.
+    U_UTF16String GetAs_Str() const;
+
+    // The children as JSON, without white space. The outermost level is written
+    // in braces even if it is an array, a tree without children as null.
+    U_UTF16String GetAs_JSON() const;
+
+    // Adds what a JSON text tells to the tree; empty text adds nothing. A nested
+    // value replaces all members of its name, a plain one the first one's value.
+    //
+    // Reads forgivingly: the first character counts as the opening brace,
+    // whatever it is, so an array adds its elements if those are objects or
+    // arrays; a value that begins with t, f or n is true, false or null; any
+    // other word is a number, as far as it reads as one. What a level can't make
+    // sense of ends it, and so does the end of the text.
+    //
+    // Throws, with what was read before still in the tree: boost::bad_any_cast
+    // for a key or a string that is no JSON literal, and
+    // boost::property_tree::ptree_error for a text nested deeper than
+    // U_MostJSONDepth.
+    void SetFrom_JSON(const U_UTF16String& json);
+
+    // A tree that has the values of the direct children, as text, for paths of
+    // keys between dots, and their keys as values. The later of equal values
+    // counts.
+    U_AnyTree CreateReverseMapping() const;
+
+private:
+    friend class Up_JSONReader;
+
+    U_AnyTree& FindChild(const U_UTF16String& key) const;
+    U_AnyTree& Append(const U_UTF16String& key);
+    void AppendTree(const U_UTF16String& key, U_AnyTree& tree);
+    void PutValue(const U_UTF16String& key, U_Any value);
+
+    U_AnyTree* mTree;
+};
 
 #endif

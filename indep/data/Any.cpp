@@ -1,10 +1,11 @@
 #include "U_Any.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <typeinfo>
+#include <utility>
 
 #include <krobase/format.h>
 
@@ -13,11 +14,9 @@
 #include "indep/data/JSONText.h"
 
 using krobase::utility::NumberToString;
-using krobase::utility::StringToNumber;
 
 namespace
 {
-const unsigned int kReadFlags = krobase::utility::kReadNoLocaleMarks;
 const unsigned int kWriteFlags =
     krobase::utility::kNumberNoLocaleMarks | krobase::utility::kNumberStripZeros;
 const std::size_t kDecimals = 9;
@@ -77,30 +76,7 @@ U_i64 HeldBool(const boost::any& value)
     return held ? *held : boost::any_cast<const int&>(value);
 }
 
-template <std::size_t size> bool Reads(const U_UTF16String& text, const char (&word)[size])
-{
-    return std::equal(text.begin(), text.end(), word, word + size - 1);
-}
-
-U_i64 IntegerInText(const U_UTF16String& text)
-{
-    if (Reads(text, "TRUE") || Reads(text, "true"))
-        return 1;
-    if (Reads(text, "FALSE") || Reads(text, "false"))
-        return 0;
-    U_i64 value = 0;
-    StringToNumber(value, text, kReadFlags);
-    return value;
-}
-
-double DoubleInText(const U_UTF16String& text)
-{
-    double value = 0;
-    StringToNumber(value, text, kReadFlags);
-    return value;
-}
-
-U_UTF16String Widened(const std::string& ascii)
+U_UTF16String Widened(std::string_view ascii)
 {
     return U_UTF16String(ascii.begin(), ascii.end());
 }
@@ -110,7 +86,7 @@ U_UTF16String DoubleAsText(double value)
 {
     U_UTF16String text = NumberToString(value, 1, kDecimals, kWriteFlags, kLongestDouble);
     if (std::floor(value) == value) // never of what is no number
-        text += Widened(".0");
+        AppendASCII(".0", &text);
     return text;
 }
 } // namespace
@@ -123,6 +99,7 @@ U_Any::U_Any(double value) : mValue(value), mType(kType_Double) {}
 U_Any::U_Any(const char* text) : mValue(std::string(text)), mType(kType_MBString) {}
 U_Any::U_Any(const std::string& text) : mValue(text), mType(kType_MBString) {}
 U_Any::U_Any(const U_UTF16String& text) : mValue(text), mType(kType_String) {}
+U_Any::U_Any(U_UTF16String&& text) : mValue(std::move(text)), mType(kType_String) {}
 U_Any::U_Any(const boost::any& value) : mValue(value), mType(InferredType()) {}
 
 U_Any::TypeEnum U_Any::InferredType() const
@@ -218,24 +195,36 @@ std::string U_Any::GetAs_MBStr() const
 
 U_UTF16String U_Any::GetAs_JSON() const
 {
+    U_UTF16String json;
+    AppendJSON(&json);
+    return json;
+}
+
+void U_Any::AppendJSON(U_UTF16String* json) const
+{
     switch (GetType())
     {
     case kType_Null:
-        return Widened("null");
+        AppendASCII("null", json);
+        break;
     case kType_Bool:
+        AppendASCII(GetAs_bool() ? "true" : "false", json);
+        break;
     case kType_Int:
-    case kType_Double:
     case kType_Enum:
-        return GetAs_Str();
+        AppendASCII(std::to_string(GetAs_int()), json);
+        break;
+    case kType_Double:
+        *json += GetAs_Str();
+        break;
     case kType_String:
+        AppendJSONString(boost::any_cast<const U_UTF16String&>(mValue), json);
+        break;
     case kType_MBString:
-    {
-        U_UTF16String json;
-        AppendJSONString(GetAs_Str(), &json);
-        return json;
-    }
+        AppendJSONString(GetAs_Str(), json);
+        break;
     default:
-        return U_UTF16String();
+        break;
     }
 }
 

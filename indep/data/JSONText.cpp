@@ -1,46 +1,96 @@
 #include "indep/data/JSONText.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <boost/any.hpp>
 
+#include <krobase/format.h>
 #include <krobase/json.h>
 
 #include "U_Encoding.h"
 
 namespace
 {
+const unsigned int kReadFlags = krobase::utility::kReadNoLocaleMarks;
 const U_u16 kQuote = '"';
 
-// Whether text is the same inside a literal as outside. Most text is, which
-// saves it the way through UTF-8.
-bool IsPlain(const U_u16* first, const U_u16* last)
+// Whether a unit is the same inside a literal as outside.
+inline bool IsPlain(U_u16 unit)
 {
-    return std::all_of(first, last, [](U_u16 unit) {
-        const bool isSurrogate = (unit & 0xF800) == 0xD800;
-        return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
-    });
+    const bool isSurrogate = (unit & 0xF800) == 0xD800;
+    return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
 }
 
-// Between the quotes, if they are there and what is between is plain.
-bool IsPlainLiteral(const U_u16* first, const U_u16* last)
+// The unit that an escape of one character stands for, 0 if it is none.
+U_u16 Unescaped(U_u16 escape)
 {
-    return last - first >= 2 && *first == kQuote && last[-1] == kQuote &&
-           IsPlain(first + 1, last - 1);
+    static const char kEscapes[] = "\"\\/bfnrt";
+    static const char kUnits[] = "\"\\/\b\f\n\r\t";
+    const char* const found =
+        escape < 0x80 ? std::strchr(kEscapes, static_cast<char>(escape)) : nullptr;
+    return found ? static_cast<U_u16>(kUnits[found - kEscapes]) : U_u16(0);
+}
+
+// Reads a literal of plain units and short escapes, which most are: that saves
+// them the way through UTF-8. False for any other text.
+bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text)
+{
+    if (last - first < 2 || *first != kQuote || last[-1] != kQuote)
+        return false;
+    --last;
+    for (const U_u16* at = first + 1; at != last;)
+    {
+        const U_u16* const end =
+            std::find_if_not(at, last, [](U_u16 unit) { return IsPlain(unit); });
+        text->append(at, end);
+        if (end == last)
+            break;
+        const U_u16 unit = *end == '\\' && end + 1 != last ? Unescaped(end[1]) : U_u16(0);
+        if (!unit)
+            return false;
+        text->push_back(unit);
+        at = end + 2;
+    }
+    return true;
+}
+
+template <std::size_t size> bool Reads(const U_UTF16String& text, const char (&word)[size])
+{
+    return std::equal(text.begin(), text.end(), word, word + size - 1);
 }
 } // namespace
 
+U_i64 IntegerInText(const U_UTF16String& text)
+{
+    if (Reads(text, "TRUE") || Reads(text, "true"))
+        return 1;
+    if (Reads(text, "FALSE") || Reads(text, "false"))
+        return 0;
+    U_i64 value = 0;
+    krobase::utility::StringToNumber(value, text, kReadFlags);
+    return value;
+}
+
+double DoubleInText(const U_UTF16String& text)
+{
+    double value = 0;
+    krobase::utility::StringToNumber(value, text, kReadFlags);
+    return value;
+}
+
 U_UTF16String ReadJSONString(const U_u16* first, const U_u16* last)
 {
-    if (IsPlainLiteral(first, last))
-        return U_UTF16String(first + 1, last - 1);
+    U_UTF16String text;
+    if (ReadShortLiteral(first, last, &text))
+        return text;
     const auto parsed = krobase::serialization::JSONParse(U_UTF16String(first, last));
     return U_UTF8To16String(boost::any_cast<const U_UTF8String&>(*parsed));
 }
 
 void AppendJSONString(const U_UTF16String& text, U_UTF16String* json)
 {
-    if (!IsPlain(text.data(), text.data() + text.size()))
+    if (!std::all_of(text.begin(), text.end(), &IsPlain))
     {
         *json += krobase::serialization::GetJSONString(U_UTF16To8String(text), false);
         return;

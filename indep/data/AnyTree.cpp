@@ -1,0 +1,183 @@
+#include "U_AnyTree.h"
+
+#include <iterator>
+#include <tuple>
+#include <utility>
+
+#include "U_Encoding.h"
+#include "indep/data/JSONReader.h"
+#include "indep/data/JSONText.h"
+
+namespace
+{
+const U_UTF16String& ElementKey()
+{
+    static const U_UTF16String& sElementKey = *new U_UTF16String; // outlives static destructors
+    return sElementKey;
+}
+} // namespace
+
+U_AnyTreeWrapper::U_AnyTreeWrapper(const U_AnyTree& tree) : mTree(const_cast<U_AnyTree*>(&tree)) {}
+
+bool U_AnyTreeWrapper::empty() const
+{
+    return mTree->empty();
+}
+
+bool U_AnyTreeWrapper::exists(const U_UTF16String& key) const
+{
+    return mTree->find(key) != mTree->not_found();
+}
+
+bool U_AnyTreeWrapper::is_array() const
+{
+    // The empty key is the least, so all have it if the greatest is it.
+    return mTree->empty() || std::prev(mTree->not_found())->first.empty();
+}
+
+void U_AnyTreeWrapper::erase(const U_UTF16String& key)
+{
+    mTree->erase(key);
+}
+
+U_Any& U_AnyTreeWrapper::get_self()
+{
+    return mTree->data();
+}
+
+const U_Any& U_AnyTreeWrapper::get_self() const
+{
+    return mTree->data();
+}
+
+void U_AnyTreeWrapper::put_self(const U_Any& value)
+{
+    mTree->data() = value;
+}
+
+U_Any& U_AnyTreeWrapper::get_child_any(const U_UTF16String& path)
+{
+    return mTree->get_child(U_AnyTree::path_type(path)).data();
+}
+
+const U_Any& U_AnyTreeWrapper::get_child_any(const U_UTF16String& path) const
+{
+    return mTree->get_child(U_AnyTree::path_type(path)).data();
+}
+
+U_AnyTree& U_AnyTreeWrapper::FindChild(const U_UTF16String& key) const
+{
+    const auto found = mTree->find(key);
+    if (found == mTree->not_found())
+        boost::throw_exception(boost::bad_any_cast());
+    return found->second;
+}
+
+U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key)
+{
+    return U_AnyTreeWrapper(FindChild(key));
+}
+
+const U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key) const
+{
+    return U_AnyTreeWrapper(FindChild(key));
+}
+
+// Appends a node without a value, which costs it no allocation.
+U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
+{
+    static const U_Any& sNothing = *new U_Any(boost::any()); // outlives static destructors
+    const U_AnyTree::value_type node(std::piecewise_construct, std::forward_as_tuple(key),
+                                     std::forward_as_tuple(sNothing));
+    return mTree->push_back(node)->second;
+}
+
+// Appends what is a tree from then on, and takes it out of the argument.
+void U_AnyTreeWrapper::AppendTree(const U_UTF16String& key, U_AnyTree& tree)
+{
+    Append(key).swap(tree);
+    mTree->back().second.data().mType = U_Any::kType_Tree;
+}
+
+void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any value)
+{
+    if (key.empty())
+    {
+        mTree->data() = std::move(value);
+        return;
+    }
+    const auto found = mTree->find(key);
+    if (found == mTree->not_found())
+    {
+        Append(key).data() = std::move(value);
+        return;
+    }
+    if (key.find('.') == U_UTF16String::npos)
+    {
+        found->second.data() = std::move(value);
+        return;
+    }
+    const U_UTF16String name(key); // the key may be the child's own
+    mTree->erase(name);
+    Append(name).data() = std::move(value);
+}
+
+void U_AnyTreeWrapper::push_back(const U_UTF16String& key, const U_AnyTree& tree)
+{
+    U_AnyTree copy(tree);
+    AppendTree(key, copy);
+}
+
+void U_AnyTreeWrapper::push_back(const U_UTF16String& key, const U_Any& value)
+{
+    U_Any copy(value);
+    Append(key).data() = std::move(copy);
+}
+
+void U_AnyTreeWrapper::put(const U_AnyTree& tree)
+{
+    push_back(ElementKey(), tree);
+}
+
+void U_AnyTreeWrapper::put(const U_Any& value)
+{
+    push_back(ElementKey(), value);
+}
+
+void U_AnyTreeWrapper::put(const U_UTF16String& key, const U_AnyTree& tree)
+{
+    // Both may belong to what is erased.
+    const U_UTF16String name(key);
+    U_AnyTree copy(tree);
+    erase(name);
+    AppendTree(name, copy);
+}
+
+void U_AnyTreeWrapper::put(const char* key, const U_AnyTree& tree)
+{
+    put(U_AsciiToUTF16String(key), tree);
+}
+
+void U_AnyTreeWrapper::put(const U_UTF16String& key, const U_Any& value)
+{
+    PutValue(key, value);
+}
+
+void U_AnyTreeWrapper::put(const char* key, const U_Any& value)
+{
+    put(U_AsciiToUTF16String(key), value);
+}
+
+void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF16String& json)
+{
+    if (!json.empty())
+        Up_JSONReader(json).ReadLevel(*this, false);
+}
+
+U_AnyTree U_AnyTreeWrapper::CreateReverseMapping() const
+{
+    U_AnyTree mapping;
+    for (const auto& [key, child] : *mTree)
+        mapping.put(U_AnyTree::path_type(child.data().GetAs_Str()), U_Any(key));
+    return mapping;
+}

@@ -1,0 +1,179 @@
+#include "indep/data/JSONReader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "indep/data/JSONText.h"
+
+namespace
+{
+bool IsBlank(U_u16 unit)
+{
+    return unit == '\t' || unit == '\n' || unit == '\r' || unit == ' ';
+}
+
+// Behind the closing quote of a text that begins with one.
+const U_u16* EndOfQuoted(const U_u16* at, const U_u16* end)
+{
+    for (++at; at != end; ++at)
+    {
+        if (*at == '"')
+            return at + 1;
+        if (*at == '\\' && at + 1 != end)
+            ++at; // escapes what follows
+    }
+    return end;
+}
+} // namespace
+
+Up_JSONReader::Up_JSONReader(const U_UTF16String& json)
+    : mNext(json.data()), mEnd(json.data() + json.size())
+{
+}
+
+void Up_JSONReader::ReadLevel(U_AnyTreeWrapper tree, bool asArray)
+{
+    ++mNext; // taken for the bracket, whatever it is
+    while (ReadMember(tree, asArray))
+    {
+    }
+}
+
+// Returns whether the level goes on.
+bool Up_JSONReader::ReadMember(U_AnyTreeWrapper tree, bool asArray)
+{
+    SkipBlanks();
+    if (mNext == mEnd)
+        return false;
+    U_UTF16String key;
+    if (!IsAtBracket()) // which begins no key
+    {
+        const Range text = TakeKey();
+        const bool isNamed = text.mFirst != text.mLast;
+        if (!isNamed && !asArray)
+        {
+            SkipBrace();
+            return false;
+        }
+        if (isNamed)
+            key = ReadJSONString(text.mFirst, text.mLast);
+        if (isNamed && key.empty())
+            return false;
+        SkipBlanks();
+    }
+    if (!IsAtBracket())
+        return ReadPlain(tree, key, asArray);
+    ReadNested(tree, key);
+    return true;
+}
+
+void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key)
+{
+    if (mDepth == U_MostJSONDepth)
+        boost::throw_exception(
+            boost::property_tree::ptree_error("JSON text is nested more than 1000 levels deep"));
+    static_assert(U_MostJSONDepth == 1000, "the text above tells it");
+    ++mDepth;
+    U_AnyTree nested;
+    ReadLevel(U_AnyTreeWrapper(nested), IsAt('['));
+    --mDepth;
+    if (!key.empty())
+        tree.erase(key);
+    tree.AppendTree(key, nested);
+}
+
+// Reads a value without brackets. Returns whether the level goes on behind it.
+bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, bool asArray)
+{
+    const Range text = {mNext, mTokenEnd.FindFrom(EndOfHead(), mEnd)};
+    mNext = text.mLast;
+    const bool isLast = IsAt(']') || IsAt('}');
+    if (mNext != mEnd)
+        ++mNext;
+    SkipOne(',');
+
+    if (text.mFirst != text.mLast && *text.mFirst != 'n')
+    {
+        U_Any value = ValueOf(text);
+        if (asArray)
+            tree.Append(U_UTF16String()).data() = std::move(value);
+        else
+            tree.PutValue(key, std::move(value));
+    }
+    return !isLast;
+}
+
+// Of a text that isn't empty.
+U_Any Up_JSONReader::ValueOf(const Range& text)
+{
+    const U_u16 first = *text.mFirst;
+    if (first == 't' || first == 'f')
+        return first == 't';
+    if (first == '"')
+    {
+        const Range literal = Trimmed(text);
+        return ReadJSONString(literal.mFirst, literal.mLast);
+    }
+    const U_UTF16String word(text.mFirst, text.mLast);
+    const bool isDouble = word.find('.') != U_UTF16String::npos;
+    return isDouble ? U_Any(DoubleInText(word)) : U_Any(IntegerInText(word));
+}
+
+// Takes what stands before a colon, and the colon, without the blanks around. It
+// is empty if there is no colon in the next token.
+Up_JSONReader::Range Up_JSONReader::TakeKey()
+{
+    const Place colon = mKeyEnd.FindFrom(EndOfHead(), mEnd);
+    if (colon == mEnd || *colon != ':')
+        return {mNext, mNext};
+    const Range key = {mNext, colon};
+    mNext = colon + 1;
+    return Trimmed(key);
+}
+
+// Behind the quoted text that stands next, if one does. Levels that end look at
+// the same place one after the other, so it is looked for once.
+Up_JSONReader::Place Up_JSONReader::EndOfHead()
+{
+    if (!IsAt('"'))
+        return mNext;
+    if (mHead.mFirst != mNext)
+        mHead = {mNext, EndOfQuoted(mNext, mEnd)};
+    return mHead.mLast;
+}
+
+void Up_JSONReader::SkipBlanks()
+{
+    mNext = std::find_if_not(mNext, mEnd, &IsBlank);
+}
+
+// The end of an object.
+void Up_JSONReader::SkipBrace()
+{
+    if (!IsAt('}'))
+        return;
+    ++mNext;
+    SkipOne(',');
+}
+
+void Up_JSONReader::SkipOne(U_u16 unit)
+{
+    if (IsAt(unit))
+        ++mNext;
+}
+
+Up_JSONReader::Range Up_JSONReader::Trimmed(Range text)
+{
+    text.mFirst = std::find_if_not(text.mFirst, text.mLast, &IsBlank);
+    while (text.mLast != text.mFirst && IsBlank(text.mLast[-1]))
+        --text.mLast;
+    return text;
+}
+
+Up_JSONReader::Place Up_JSONReader::Mark::FindFrom(Place from, Place end)
+{
+    if (!mFound || mFound < from)
+        mFound = std::find_first_of(from, end, mCharacters, mCharacters + std::strlen(mCharacters));
+    return mFound;
+}

@@ -1,0 +1,319 @@
+// Trees as JSON and back.
+
+#include "U_AnyTree.h"
+
+#include <random>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "tests/data/Trees.h"
+
+namespace
+{
+U_UTF16String Repeated(std::u16string_view piece, std::size_t count)
+{
+    U_UTF16String text;
+    for (; count; --count)
+        text.append(piece.begin(), piece.end());
+    return text;
+}
+
+struct Row
+{
+    std::u16string_view json;
+    const char* tree;
+    const char* written; // null: as it was read
+};
+
+void Check(const Row& row)
+{
+    const U_UTF16String json = Units(row.json);
+    SCOPED_TRACE(std::string(json.begin(), json.end()));
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    wrapper.SetFrom_JSON(json);
+    EXPECT_EQ(Describe(tree), row.tree);
+    const std::string written = row.written ? row.written : std::string(json.begin(), json.end());
+    EXPECT_EQ(wrapper.GetAs_JSON(), U_UTF16String(written.begin(), written.end()));
+}
+
+// A random tree of what comes back from JSON as it was written.
+class RandomTree
+{
+public:
+    explicit RandomTree(unsigned int seed) : mRandom(seed) {}
+
+    U_AnyTree Object(int depth)
+    {
+        U_AnyTree tree;
+        U_AnyTreeWrapper wrapper(tree);
+        for (std::size_t count = Below(4) + 1; count; --count)
+        {
+            const U_UTF16String key = Text(1);
+            if (wrapper.exists(key))
+                continue; // a value put there would hide the children
+            if (depth && Below(3) == 0)
+                wrapper.put(key, Below(2) ? Object(depth - 1) : Array(depth - 1));
+            else
+                wrapper.put(key, Value());
+        }
+        return tree;
+    }
+
+private:
+    std::size_t Below(std::size_t limit) { return mRandom() % limit; }
+
+    U_AnyTree Array(int depth)
+    {
+        U_AnyTree tree;
+        U_AnyTreeWrapper wrapper(tree);
+        for (std::size_t count = Below(4) + 1; count; --count)
+        {
+            if (depth && Below(3) == 0)
+                wrapper.put(Below(2) ? Object(depth - 1) : Array(depth - 1));
+            else
+                wrapper.put(Value());
+        }
+        return tree;
+    }
+
+    // Often of characters that mean something in JSON.
+    U_UTF16String Text(std::size_t least)
+    {
+        const std::u16string_view kCharacters = u"{}[]:,\"\\.\ttfn01 -/\u0001\u007F\u00E9\u65E5";
+        U_UTF16String text;
+        for (std::size_t count = Below(6) + least; count; --count)
+            text.push_back(kCharacters[Below(kCharacters.size())]);
+        if (Below(4) == 0)
+            text += Units(u"\U0001F600");
+        return text;
+    }
+
+    U_Any Value()
+    {
+        switch (Below(4))
+        {
+        case 0:
+            return Below(2) == 1;
+        case 1:
+            return static_cast<U_i64>(mRandom()) >> Below(64);
+        case 2:
+            return (static_cast<double>(Below(2000001)) - 1e6) / 8;
+        default:
+            return Text(0);
+        }
+    }
+
+    std::mt19937_64 mRandom;
+};
+} // namespace
+
+TEST(JSON, ReadsAndWritesEachForm)
+{
+    const Row rows[] = {
+        {u"{\"a\":1,\"b\":[1,2,\"x\"],\"c\":{\"d\":true},\"e\":2.5,\"f\":\"g\"}",
+         "a:i1 b:t(:i1 :i2 :sx) c:t(d:btrue) e:d2.5 f:sg", nullptr},
+        {u"{\"a\":{\"b\":{\"c\":1}},\"d\":2}", "a:t(b:t(c:i1)) d:i2", nullptr},
+        {u"{\"a\":[[1,[2]],[{\"b\":3}],4]}", "a:t(:t(:i1 :t(:i2)) :t(:t(b:i3)) :i4)", nullptr},
+        {u"{\"a\":\"{[:,]}\",\"b\":[\"c:d\",\"e,f\"]}", "a:s{[:,]} b:t(:sc:d :se,f)", nullptr},
+        {u"{\"a\\\\\":\"b\\\\\",\"c\\\"\":\"\\\\\\\"d\"}", "a\\:sb\\ c\":s\\\"d", nullptr},
+        {u"{}", "", nullptr},
+        {u"", "", "{}"},
+        {u"{\"a\":-9223372036854775808,\"b\":1e3,\"c\":1.5e3}",
+         "a:i-9223372036854775808 b:i1000 c:d1500.0",
+         "{\"a\":-9223372036854775808,\"b\":1000,\"c\":1500.0}"},
+        {u"{\t\"a\" :\r\n[ 1 ,2\n] }", "a:t(:i1 :i2)", "{\"a\":[1,2]}"},
+        {u"{ \"a\" : \"x\" , \"b\" : true }", "a:sx b:btrue", "{\"a\":\"x\",\"b\":true}"},
+    };
+    for (const Row& row : rows)
+        Check(row);
+}
+
+TEST(JSON, NullIsNoNodeAndAnEmptyTreeIsNull)
+{
+    const Row rows[] = {
+        {u"{\"a\":null}", "", "{}"},
+        {u"{\"a\":[1,null,2]}", "a:t(:i1 :i2)", "{\"a\":[1,2]}"},
+        {u"{\"a\":{}}", "a:t()", "{\"a\":null}"},
+        {u"{\"a\":[],\"b\":1}", "a:t() b:i1", "{\"a\":null,\"b\":1}"},
+    };
+    for (const Row& row : rows)
+        Check(row);
+}
+
+TEST(JSON, LastOfTwoMembersCounts)
+{
+    const Row rows[] = {
+        {u"{\"a\":1,\"b\":0,\"a\":2}", "a:i2 b:i0", "{\"a\":2,\"b\":0}"},
+        {u"{\"a\":1,\"b\":0,\"a\":{\"x\":1}}", "b:i0 a:t(x:i1)", "{\"b\":0,\"a\":{\"x\":1}}"},
+        {u"{\"a\":{\"x\":1},\"a\":3}", "a:i3(x:i1)", "{\"a\":3}"},
+        {u"{\"a.b\":1,\"c\":2,\"a.b\":3}", "c:i2 a.b:i3", "{\"c\":2,\"a.b\":3}"},
+    };
+    for (const Row& row : rows)
+        Check(row);
+}
+
+TEST(JSON, ReadsForgivingly)
+{
+    const Row rows[] = {
+        // The first character is taken for the brace.
+        {u"[{\"a\":1},{\"b\":2}]", ":t(a:i1) :t(b:i2)", "{{\"a\":1},{\"b\":2}}"},
+        {u"[[1],[2]]", ":t(:i1) :t(:i2)", "{[1],[2]}"},
+        {u"[1,2]", "", "{}"},
+        {u" {\"a\":1}", ":t(a:i1)", "{{\"a\":1}}"},
+        {u"x\"a\":1", "a:i1", "{\"a\":1}"},
+        // Words.
+        {u"{\"a\":12abc,\"b\":nonsense,\"c\":fish,\"d\":tuna,\"e\":word,\"f\":1.5.2}",
+         "a:i12 c:bfalse d:btrue e:i0 f:d1.5",
+         "{\"a\":12,\"c\":false,\"d\":true,\"e\":0,\"f\":1.5}"},
+        {u"{\"a\":TRUE,\"b\":False,\"c\":+7,\"d\":.5}", "a:i1 b:i0 c:i7 d:d0.5",
+         "{\"a\":1,\"b\":0,\"c\":7,\"d\":0.5}"},
+        // Commas too many, and brackets of the wrong kind.
+        {u"{\"a\":1,,\"b\":2}", "a:i1 b:i2", "{\"a\":1,\"b\":2}"},
+        {u"{\"a\":[1,,2,],\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
+        {u"{\"a\":[1,2},\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
+        {u"{\"a\":{\"b\":1],\"c\":2}", "a:t(b:i1) c:i2", "{\"a\":{\"b\":1},\"c\":2}"},
+        // A name in an array counts for what is nested only.
+        {u"{\"a\":[\"k\":1,\"k\":{\"b\":2}]}", "a:t(:i1 k:t(b:i2))", "{\"a\":{1,\"k\":{\"b\":2}}}"},
+        // What makes no sense ends its level.
+        {u"{\"a\":{\"b\":1} ,\"c\":2}", "a:t(b:i1)", "{\"a\":{\"b\":1}}"},
+        {u"{\"a\":1,\"\":2,\"c\":3}", "a:i1", "{\"a\":1}"},
+        {u"{\"a\":1,:2,\"c\":3}", "a:i1", "{\"a\":1}"},
+        {u"{\"a\":1}, \"b\":2", "a:i1", "{\"a\":1}"},
+    };
+    for (const Row& row : rows)
+        Check(row);
+}
+
+TEST(JSON, AddsToWhatTheTreeHolds)
+{
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    wrapper.SetFrom_JSON(Units(u"{\"a\":1,\"b\":2}"));
+    wrapper.SetFrom_JSON(Units(u"{\"b\":3,\"c\":{}}"));
+    EXPECT_EQ(Describe(tree), "a:i1 b:i3 c:t()");
+}
+
+TEST(JSON, WritesValuesThatNeverCameFromJSON)
+{
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    tree.data() = U_Any("the root's own value");
+    wrapper.put("narrow", "caf\xE9");
+    wrapper.put("untold", U_Any());
+    wrapper.put("void", U_Any(boost::any(static_cast<void*>(nullptr))));
+    wrapper.put("held tree", U_Any(boost::any(U_AnyTree())));
+    wrapper.put("whole", 3.0);
+    EXPECT_EQ(wrapper.GetAs_JSON(),
+              Units(u"{\"narrow\":\"caf\u00E9\",\"untold\":false,\"void\":null,"
+                    u"\"held tree\":null,\"whole\":3.0}"));
+}
+
+TEST(JSON, WhatWasReadStaysWhenALiteralIsBad)
+{
+    const struct
+    {
+        std::u16string_view json;
+        const char* tree;
+    } rows[] = {
+        {u"{\"a\":1,b:2}", "a:i1"},
+        {u"{\"a\":1,\"b\":\"\\x\"}", "a:i1"},
+        {u"{\"a\":1,\"b\":\"x\" y,\"c\":2}", "a:i1"},
+        {u"{\"a\":1,\"\\ud83d\":2}", "a:i1"},
+        {u"{\"a\":{\"x\":0},\"a\":{\"y\":1,\"z\":\"\\u00\"}}", "a:t(x:i0)"},
+        {u"{\"a\":1,\"b\":\"never closed", "a:i1"},
+        {u"{\"a\":1,\"b\":\"ends in \\", "a:i1"},
+    };
+    for (const auto& row : rows)
+    {
+        U_AnyTree tree;
+        EXPECT_THROW(U_AnyTreeWrapper(tree).SetFrom_JSON(Units(row.json)), boost::bad_any_cast);
+        EXPECT_EQ(Describe(tree), row.tree);
+    }
+}
+
+TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
+{
+    const std::u16string_view json = u"{\"a\":12,\"b\":[1,[\"x\",{\"y\":\"\\u00e9\"}]],\"c\":{"
+                                     u"\"d\":true},\"e\":2.5,\"f\":null,\"g\":\"h\"}";
+    EXPECT_EQ(Describe(TreeOf(json)),
+              "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue) e:d2.5 g:sh");
+    const struct
+    {
+        std::u16string_view follows; // behind the member
+        const char* tree;
+    } members[] = {
+        {u",\"b\"", "a:i12"},
+        {u",\"c\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9)))"},
+        {u",\"e\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue)"},
+        {u",\"f\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue) e:d2.5"},
+    };
+    for (std::size_t length = 0; length <= json.size(); ++length)
+    {
+        SCOPED_TRACE(length);
+        U_AnyTree tree;
+        try
+        {
+            U_AnyTreeWrapper(tree).SetFrom_JSON(Units(json.substr(0, length)));
+        }
+        catch (const boost::bad_any_cast&)
+        {
+            // A literal that was cut.
+        }
+        for (const auto& member : members)
+        {
+            const bool isWhole = json.find(member.follows) <= length;
+            EXPECT_TRUE(!isWhole || Describe(tree).find(member.tree) == 0) << member.tree;
+        }
+    }
+}
+
+TEST(JSON, NestingHasALimit)
+{
+    const std::u16string_view openings[] = {u"[", u"{\"a\":", u"{", u"{\"a\":["};
+    const std::size_t levels[] = {1, 1, 1, 2};
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        SCOPED_TRACE(i);
+        U_AnyTree tree;
+        U_AnyTreeWrapper wrapper(tree);
+        wrapper.SetFrom_JSON(Repeated(openings[i], U_MostJSONDepth / levels[i]));
+        EXPECT_EQ(tree.size(), 1u);
+        U_AnyTree tooDeep;
+        EXPECT_THROW(U_AnyTreeWrapper(tooDeep).SetFrom_JSON(
+                         Repeated(openings[i], U_MostJSONDepth / levels[i] + 1)),
+                     boost::property_tree::ptree_error);
+        EXPECT_THROW(U_AnyTreeWrapper(tooDeep).SetFrom_JSON(Repeated(openings[i], 100000)),
+                     boost::property_tree::ptree_error);
+        EXPECT_TRUE(tooDeep.empty());
+    }
+}
+
+TEST(JSON, TakesOddCharactersAndLongNumbers)
+{
+    U_UTF16String json = Units(u"{\"a\":1,\"b\":?7,\"c\":2}");
+    json[json.find('?')] = 0;
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    wrapper.SetFrom_JSON(json);
+    EXPECT_EQ(Describe(tree), "a:i1 b:i0 c:i2");
+
+    const U_UTF16String digits(10000, '9');
+    wrapper.SetFrom_JSON(Units(u"{\"a\":") + digits + Units(u",\"b\":0.") + digits + Units(u"}"));
+    EXPECT_EQ(Describe(tree), "a:i9223372036854775807 b:d1.0 c:i2");
+}
+
+TEST(JSON, WhatWasWrittenIsReadBack)
+{
+    for (unsigned int seed = 0; seed < 2000; ++seed)
+    {
+        const U_AnyTree tree = RandomTree(seed).Object(4);
+        const U_UTF16String json = U_AnyTreeWrapper(tree).GetAs_JSON();
+        U_AnyTree again;
+        U_AnyTreeWrapper(again).SetFrom_JSON(json);
+        ASSERT_EQ(U_AnyTreeWrapper(again).GetAs_JSON(), json) << seed;
+        ASSERT_EQ(Describe(again), Describe(tree)) << seed;
+    }
+}
