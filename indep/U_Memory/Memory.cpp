@@ -4,6 +4,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_MemServices.h"
 #include "U_Threads.h"
 #include "indep/U_Memory/Budget.h"
 
@@ -19,13 +20,18 @@ U_u64 BytesInUse()
 {
     return MEM_GetMemUsage() + U_GetRecycledMemorySize();
 }
+
+U_u64 BytesOfManagers()
+{
+    return U_GetSizeOfExternalMemoryManagers();
+}
 } // namespace
 
 U_Status Up_InitializeMemorySubsystem()
 {
     sHeap = MEM_NewHeap();
     MEM_AccountAllocation(kPresumedAppSize);
-    const TOLV_U_Callbacks callbacks = {&BytesInUse, nullptr, &U_IsOnMainThread};
+    const TOLV_U_Callbacks callbacks = {&BytesInUse, &BytesOfManagers, &U_IsOnMainThread};
     TOLV_Install_U_Callback(&callbacks);
     Up_ReadBudgetSettings();
     return sHeap ? 0 : U_Err_OutOfMemory;

@@ -5,6 +5,7 @@
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
+#include "U_MemServices.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Refuse.h"
@@ -77,11 +78,17 @@ U_u64 LargestBlock()
     return low;
 }
 
+// 1 where the difference would be negative.
+U_u64 Less(U_u64 value, U_u64 part)
+{
+    return part > value ? 1 : value - part;
+}
+
 U_Status InUseByLibrary(U_u64* out)
 {
     const U_Status failure = TotalMemoryUsed(out, false);
-    const U_u64 pool = U_GetRecycledMemorySize();
-    *out = pool > *out ? 1 : *out - pool;
+    *out = Less(*out, U_GetRecycledMemorySize());
+    *out = Less(*out, U_GetSizeOfExternalMemoryManagers());
     return failure;
 }
 } // namespace

@@ -9,7 +9,7 @@ namespace krobase
 {
 namespace utility
 {
-// All zero unless said otherwise.
+// All zero unless said otherwise. Ordered byte by byte.
 struct Guid
 {
     std::array<unsigned char, 16> mBytes = {};
@@ -25,6 +25,10 @@ inline bool operator!=(const Guid& left, const Guid& right)
     return !(left == right);
 }
 
+inline bool operator<(const Guid& left, const Guid& right)
+{
+    return left.mBytes < right.mBytes;
+}
 } // namespace utility
 } // namespace krobase
 

@@ -1,0 +1,90 @@
+// Smaller services around the budget: objects that live in the library's heap,
+// memory that the host holds elsewhere, and the system's figures. Sizes are in
+// bytes. All operations may be called on any thread.
+
+#ifndef U_MEMSERVICES_H
+#define U_MEMSERVICES_H
+
+#include <cstddef>
+
+#include <boost/function.hpp>
+
+#include <krobase/guid.h>
+
+#include "U_Types.h"
+
+// Gives the classes that derive from it allocation under the budget of
+// U_Budget.h. It holds nothing itself.
+class U_EXPORT U_MemTrackedObject
+{
+public:
+    // Throw std::bad_alloc if the memory can't be had, which the user hears under
+    // the opName; without one under the name "U_MemTrackedObject".
+    static void* operator new(std::size_t size);
+    static void* operator new[](std::size_t size);
+    static void* operator new(std::size_t size, U_u32 location, const char* opName);
+    static void* operator new[](std::size_t size, U_u32 location, const char* opName);
+
+    static void operator delete(void* object) noexcept;
+    static void operator delete[](void* objects) noexcept;
+    static void operator delete(void* object, U_u32 location, const char* opName) noexcept;
+    static void operator delete[](void* objects, U_u32 location, const char* opName) noexcept;
+
+    // Construction in place.
+    static void* operator new(std::size_t size, void* place) noexcept;
+    static void operator delete(void* object, void* place) noexcept;
+
+    // A block for other purposes, zeroed if clear, to be given back with
+    // TrackedDelete. Throws as the operators do.
+    static void* TrackedNew(std::size_t size, bool clear);
+    static void TrackedDelete(void* block) noexcept;
+};
+
+// An external manager is a piece of the host that holds memory which the library
+// doesn't allocate. Its function tells how much it holds, and that counts as use.
+// The function runs on any thread that measures use, with no lock held, once more
+// perhaps while it is being uninstalled. It may install and uninstall, and
+// allocates nothing that would be measured in turn. An empty function makes every
+// measurement throw boost::bad_function_call.
+
+// Adds a manager; one that is already there under the id keeps its function.
+U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
+                                             const boost::function<size_t()>& size);
+
+// Removes it; an unknown id does nothing.
+U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
+
+// What all managers hold now. Asks them in the order of their ids.
+U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
+
+// The figures of the memory log, in the order of its columns. Counts are since
+// the process or the machine began; what the system doesn't tell is 0.
+struct U_MemoryStats
+{
+    U_u64 mFaults;
+    U_u64 mPageins;
+    U_u64 mResident;
+    U_u64 mVirtual;
+    U_u64 mCalcMem; // tracked use of the heaps
+    U_u64 mCalcU;   // use as the budget sees it, managers included
+    U_u64 mCalc;    // for the memory log to fill in
+    U_u64 mSlop;    // resident beyond the tracked use, at the last comparison
+    U_u64 mGlobFree;
+    U_u64 mGlobActive;
+    U_u64 mGlobInactive;
+    U_u64 mGlobWired;
+    U_u64 mGlobFaults;
+    U_u64 mGlobPageins;
+    U_u64 mGlobPageouts;
+};
+
+// Fills in the record. Returns 0, 1 if the system's figures couldn't be had,
+// with the other ones in place, or 3 for a null record.
+U_EXPORT int U_GetSystemMemoryStats(U_MemoryStats* stats);
+
+// Logs what the library's heap holds, and how that has changed since the
+// baseline; value shows in the line. Return what the host services do.
+U_EXPORT int U_MEM_Report(int value);
+U_EXPORT int U_MEM_SetBaseline();
+
+#endif
