@@ -9,6 +9,7 @@
 #include "U_ZString.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/data/XMLEscapes.h"
 #include "indep/errors/Errors.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
@@ -48,6 +49,7 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return Up_HogBirth(); },
     [](const char*) { return Up_ErrorsBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
+    [](const char*) { return Up_MakeXMLEscapes(); },
 };
 
 const DeathStep kDeathSteps[] = {

@@ -1,0 +1,188 @@
+#include "indep/data/XMLEscapes.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <byte_finder.h>
+#include <krobase/format.h>
+
+#include "U_Encoding.h"
+#include "U_Report.h"
+#include "U_XML.h"
+#include "U_ZString.h"
+
+namespace
+{
+const U_u32 kNoFinerPlace = 0x170000;
+const std::size_t kNowhere = std::string_view::npos;
+
+typedef std::pair<char, std::string_view> Escape; // character, entity
+
+class EscapeTable
+{
+public:
+    explicit EscapeTable(std::vector<Escape> escapes)
+        : mEscapes(std::move(escapes)), mFinder(MarksOf(mEscapes))
+    {
+        for (const Escape& escape : mEscapes)
+            mEntities[static_cast<U_u8>(escape.first)] = escape.second;
+    }
+
+    // Empty for a character that stays as it is, or is illegal.
+    std::string_view EntityOf(U_u8 character) const { return mEntities[character]; }
+
+    // Null for what is none of the entities.
+    const Escape* Find(std::string_view entity) const
+    {
+        const auto found =
+            std::find_if(mEscapes.begin(), mEscapes.end(),
+                         [=](const Escape& escape) { return escape.second == entity; });
+        return found == mEscapes.end() ? nullptr : &*found;
+    }
+
+    // The first character that doesn't go over as it is.
+    const U_u8* FindSpecial(const U_u8* at, const U_u8* end) const { return mFinder.Find(at, end); }
+
+private:
+    // Those that aren't control characters.
+    static std::string MarksOf(const std::vector<Escape>& escapes)
+    {
+        std::string marks;
+        for (const Escape& escape : escapes)
+        {
+            if (escape.first >= ' ')
+                marks += escape.first;
+        }
+        return marks;
+    }
+
+    std::vector<Escape> mEscapes;
+    platform::ByteFinder mFinder;
+    std::array<std::string_view, 256> mEntities;
+};
+
+std::vector<Escape> BodyEscapes()
+{
+    return {{'\t', "&#x9;"}, {'\n', "&#xA;"}, {'\r', "&#xD;"},
+            {'&', "&amp;"},  {'<', "&lt;"},   {'>', "&gt;"}};
+}
+
+std::vector<Escape> AttributeEscapes()
+{
+    std::vector<Escape> escapes = BodyEscapes();
+    escapes.emplace_back('"', "&quot;");
+    escapes.emplace_back('\'', "&apos;");
+    return escapes;
+}
+
+// Birth fills the tables, a use before birth does too. They outlive static
+// destructors.
+const EscapeTable& BodyTable()
+{
+    static const EscapeTable& sBodyTable = *new EscapeTable(BodyEscapes());
+    return sBodyTable;
+}
+
+const EscapeTable& AttributeTable()
+{
+    static const EscapeTable& sAttributeTable = *new EscapeTable(AttributeEscapes());
+    return sAttributeTable;
+}
+
+void ReportIllegal(U_u8 character, const U_UTF8String& text)
+{
+    const std::size_t kHead = 1024; // bytes, more than the units shown can take
+    const unsigned int kShown = 128;
+    U_UTF16String head = U_UTF8To16String(text.substr(0, kHead));
+    U_TruncateStringToNumChars(&head, kShown);
+    const U_UTF16String report = krobase::utility::ReplaceInString(
+        U_ZStringToUTF16String("$$$/QX/U/IllegalXML=Illegal XML character \"@0\" in string \"@1\""),
+        U_UTF16String(1, character), head);
+    Up_ReportErrString(kNoFinerPlace, U_Sev_PROBLEM, U_UTF16ToMBString(report, false).c_str());
+}
+
+U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool reportIllegal,
+                     bool throwOnIllegal)
+{
+    // A piece is copied while the search has it at hand.
+    const std::ptrdiff_t kPiece = 4096;
+    U_UTF8String result;
+    result.reserve(text.size());
+    const U_u8* const end = text.data() + text.size();
+    for (const U_u8* at = text.data(); at != end;)
+    {
+        const U_u8* const stop = at + std::min(kPiece, end - at);
+        const U_u8* const special = table.FindSpecial(at, stop);
+        result.append(at, special);
+        at = special;
+        if (special == stop)
+            continue;
+        const std::string_view entity = table.EntityOf(*special);
+        result.append(entity.begin(), entity.end());
+        const bool isIllegal = entity.empty() && *special != 0;
+        if (isIllegal && (reportIllegal || throwOnIllegal))
+            ReportIllegal(*special, text);
+        if (isIllegal && throwOnIllegal)
+            throw 1;
+        ++at;
+    }
+    return result;
+}
+
+U_UTF8String Unescaped(const U_UTF8String& text, const EscapeTable& table)
+{
+    const std::string_view source(reinterpret_cast<const char*>(text.data()), text.size());
+    U_UTF8String result;
+    result.reserve(text.size());
+    std::size_t done = 0;
+    std::size_t from = 0; // where the next "&" is looked for
+    for (;;)
+    {
+        const std::size_t open = source.find('&', from);
+        const std::size_t close = open == kNowhere ? kNowhere : source.find(';', open);
+        if (close == kNowhere)
+            break;
+        from = close;
+        if (const Escape* escape = table.Find(source.substr(open, close + 1 - open)))
+        {
+            result.append(text, done, open - done);
+            result.push_back(static_cast<U_u8>(escape->first));
+            done = from = close + 1;
+        }
+    }
+    return result.append(text, done, kNowhere);
+}
+} // namespace
+
+U_Status Up_MakeXMLEscapes()
+{
+    BodyTable();
+    AttributeTable();
+    return 0;
+}
+
+U_UTF8String U_EscapeAttributeValueToSafeXML(const U_UTF8String& text, bool reportIllegal,
+                                             bool throwOnIllegal)
+{
+    return Escaped(text, AttributeTable(), reportIllegal, throwOnIllegal);
+}
+
+U_UTF8String U_EscapeBodyTextToSafeXML(const U_UTF8String& text, bool reportIllegal,
+                                       bool throwOnIllegal)
+{
+    return Escaped(text, BodyTable(), reportIllegal, throwOnIllegal);
+}
+
+U_UTF8String U_UnEscapeXMLAttributeValue(const U_UTF8String& text)
+{
+    return Unescaped(text, AttributeTable());
+}
+
+U_UTF8String U_UnEscapeXMLBodyText(const U_UTF8String& text)
+{
+    return Unescaped(text, BodyTable());
+}

@@ -1,0 +1,282 @@
+// Escaping, and binary data as text.
+
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "U_Posted.h"
+#include "U_XML.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/Text.h"
+
+using namespace std::string_view_literals;
+
+namespace
+{
+class XMLEscapes : public BornLibrary
+{
+protected:
+    static U_UTF8String Body(const U_UTF8String& text)
+    {
+        return U_EscapeBodyTextToSafeXML(text, false, false);
+    }
+    static U_UTF8String Attribute(const U_UTF8String& text)
+    {
+        return U_EscapeAttributeValueToSafeXML(text, false, false);
+    }
+
+    static std::vector<U_u8> Decoded(const U_UTF8String& text)
+    {
+        U_ScAutoArray<unsigned char> data;
+        U_UTF8StringToBinaryData(text, &data);
+        return std::vector<U_u8>(data.Get(), data.Get() + data.Count());
+    }
+};
+
+typedef XMLEscapes BinaryText;
+} // namespace
+
+TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
+{
+    const struct
+    {
+        int byte;
+        const char* body;
+        const char* attribute;
+    } entities[] = {
+        {9, "&#x9;", "&#x9;"},   {10, "&#xA;", "&#xA;"}, {13, "&#xD;", "&#xD;"},
+        {'&', "&amp;", "&amp;"}, {'<', "&lt;", "&lt;"},  {'>', "&gt;", "&gt;"},
+        {'"', "\"", "&quot;"},   {'\'', "'", "&apos;"},
+    };
+    for (int byte = 0; byte < 256; ++byte)
+    {
+        // Early, and behind a run that is searched in pieces.
+        for (std::size_t run : {1u, 5000u})
+        {
+            const U_UTF8String before(run, 'x');
+            const U_UTF8String text = before + static_cast<U_u8>(byte) + Bytes("y");
+            U_UTF8String kept =
+                byte < 32 ? U_UTF8String() : U_UTF8String(1, static_cast<U_u8>(byte));
+            U_UTF8String body = kept;
+            U_UTF8String attribute = kept;
+            for (const auto& entity : entities)
+            {
+                if (entity.byte == byte)
+                {
+                    body = Bytes(entity.body);
+                    attribute = Bytes(entity.attribute);
+                }
+            }
+            ASSERT_EQ(Body(text), before + body + Bytes("y")) << byte;
+            ASSERT_EQ(Attribute(text), before + attribute + Bytes("y")) << byte;
+        }
+    }
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(XMLEscapes, TextComesBackButForIllegalCharacters)
+{
+    std::mt19937 random(1);
+    const std::string_view kCharacters = "&<>\"';\t\n\r #xAa9mplgtquo\xC3\xA9"sv;
+    for (int round = 0; round < 3000; ++round)
+    {
+        U_UTF8String text;
+        for (auto count = random() % 300; count; --count)
+            text.push_back(static_cast<U_u8>(kCharacters[random() % kCharacters.size()]));
+        ASSERT_EQ(U_UnEscapeXMLBodyText(Body(text)), text);
+        ASSERT_EQ(U_UnEscapeXMLAttributeValue(Attribute(text)), text);
+    }
+}
+
+TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUndone)
+{
+    const struct
+    {
+        std::string_view text;
+        std::string_view body;
+        std::string_view attribute;
+    } rows[] = {
+        {"", "", ""},
+        {"&amp;amp;", "&amp;", "&amp;"},
+        {"&amp;lt;&lt;", "&lt;<", "&lt;<"},
+        {"a & b; &lt;", "a & b; <", "a & b; <"},
+        {"&&lt;&lt;", "&&lt;<", "&&lt;<"}, // an unknown entity goes up to the first ";"
+        {"&quot;&apos;", "&quot;&apos;", "\"'"},
+        {"&#x9;&#xA;&#xD;", "\t\n\r", "\t\n\r"},
+        {"&#10;&#xa;&AMP;&#x09;", "&#10;&#xa;&AMP;&#x09;", "&#10;&#xa;&AMP;&#x09;"},
+        {"x&amp", "x&amp", "x&amp"},
+        {"&", "&", "&"},
+        {";&;", ";&;", ";&;"},
+        {"\0&gt;\0"sv, "\0>\0"sv, "\0>\0"sv},
+        {"caf\xC3\xA9&\xFF;&gt;", "caf\xC3\xA9&\xFF;>", "caf\xC3\xA9&\xFF;>"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(U_UnEscapeXMLBodyText(Bytes(row.text)), Bytes(row.body));
+        EXPECT_EQ(U_UnEscapeXMLAttributeValue(Bytes(row.text)), Bytes(row.attribute));
+    }
+    // Many, without and with an end.
+    const U_UTF8String open(200000, '&');
+    EXPECT_EQ(U_UnEscapeXMLBodyText(open), open);
+    EXPECT_EQ(U_UnEscapeXMLBodyText(open + Bytes(";")), open + Bytes(";"));
+}
+
+TEST_F(XMLEscapes, IllegalCharactersAreReportedOneByOne)
+{
+    const U_UTF8String text = Bytes("caf\xC3\xA9\x01 <\x1F\0\x0B"sv);
+    EXPECT_EQ(U_EscapeBodyTextToSafeXML(text, true, false), Bytes("caf\xC3\xA9 &lt;"));
+    const std::vector<std::string> alerts = mAlerts.Texts();
+    ASSERT_EQ(alerts.size(), 3u);
+    // A NUL ends what a report shows.
+    const char* const kCharacters[] = {"\x01", "\x1F", "\x0B"};
+    for (std::size_t i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(alerts[i], "Test Host error: Illegal XML character \"" +
+                                 std::string(kCharacters[i]) +
+                                 "\" in string \"caf\xC3\xA9\x01 <\x1F\n\n( 23 :: 0 )");
+    }
+}
+
+TEST_F(XMLEscapes, LongTextIsCutInTheReportAtACharacter)
+{
+    ScActiveCodePage utf8(65001);
+    std::string pairs;
+    for (int i = 0; i < 63; ++i)
+        pairs += "\xF0\x9F\x98\x80"; // two units each, which 128 and the \x02 leave half of
+    U_EscapeBodyTextToSafeXML(Bytes("\x02" + pairs + pairs + pairs + pairs + pairs), true, false);
+    EXPECT_EQ(mAlerts.Texts(),
+              std::vector<std::string>{"Test Host error: Illegal XML character \"\x02\" in string "
+                                       "\"\x02" +
+                                       pairs + "\"\n\n( 23 :: 0 )"});
+}
+
+TEST_F(XMLEscapes, FirstIllegalCharacterEndsItIfAskedFor)
+{
+    for (bool reports : {false, true})
+    {
+        mAlerts.Clear();
+        EXPECT_THROW(U_EscapeAttributeValueToSafeXML(Bytes("a\x01\x02"), reports, true), int);
+        EXPECT_EQ(mAlerts.Texts().size(), 1u);
+    }
+    try
+    {
+        U_EscapeBodyTextToSafeXML(Bytes("\x1F"), false, true);
+        ADD_FAILURE();
+    }
+    catch (int code)
+    {
+        EXPECT_EQ(code, 1);
+    }
+    EXPECT_EQ(U_EscapeBodyTextToSafeXML(Bytes("a\0b"sv), true, true), Bytes("ab"));
+}
+
+TEST_F(BinaryText, BytesBecomePairsOfDigitsAndComeBack)
+{
+    const U_u8 two[] = {1, 171};
+    EXPECT_EQ(U_BinaryDataToUTF8String(2, two), Bytes("01ab"));
+    std::vector<U_u8> all;
+    for (int byte = 0; byte < 256; ++byte)
+        all.push_back(static_cast<U_u8>(byte));
+    const U_UTF8String text = U_BinaryDataToUTF8String(256, all.data());
+    EXPECT_EQ(text.size(), 512u);
+    EXPECT_EQ(Decoded(text), all);
+    EXPECT_EQ(U_BinaryDataToUTF8String(0, two), U_UTF8String());
+    EXPECT_EQ(U_BinaryDataToUTF8String(2, nullptr), U_UTF8String());
+    EXPECT_EQ(U_BinaryDataToUTF8String(-1, two), U_UTF8String());
+}
+
+TEST_F(BinaryText, OddTextIsReadAsFarAsItHasPairs)
+{
+    const struct
+    {
+        std::string_view text;
+        std::vector<U_u8> bytes;
+    } rows[] = {
+        {"1", {}},
+        {"123", {0x12}},
+        {"AB", {0}},
+        {"aBBa", {0xA0, 0x0A}},
+        {"g1\xFF"
+         "2",
+         {1, 2}},
+        {"12\0"
+         "0ff"sv,
+         {0x12, 0, 0}}, // ends at the NUL
+        {"1\0"
+         "ff"sv,
+         {0x10, 0xFF}},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(Decoded(Bytes(row.text)), row.bytes);
+    }
+}
+
+TEST_F(BinaryText, ArrayIsReplacedAndCharged)
+{
+    const U_u64 before = InUse();
+    {
+        U_ScAutoArray<unsigned char> data;
+        U_UTF8StringToBinaryData(U_UTF8String(20000, '1'), &data);
+        EXPECT_EQ(InUse(), before + 10000);
+        U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
+        EXPECT_EQ(InUse(), before + 2);
+        U_UTF8StringToBinaryData(U_UTF8String(), &data);
+        ASSERT_EQ(data.Count(), 2);
+        EXPECT_EQ(data.Get()[1], 0x0B);
+    }
+    EXPECT_EQ(InUse(), before);
+}
+
+TEST_F(BinaryText, RefusedMemoryLeavesTheArrayAndIsntReported)
+{
+    U_ScAutoArray<unsigned char> data;
+    U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
+    SetLimitsAboveUse(0, kMiB);
+    int thrown = 0;
+    try
+    {
+        U_UTF8StringToBinaryData(U_UTF8String(4 * kMiB, '1'), &data);
+    }
+    catch (int code)
+    {
+        thrown = code;
+    }
+    EXPECT_EQ(thrown, 4);
+    ASSERT_EQ(data.Count(), 2);
+    EXPECT_EQ(data.Get()[0], 0x0A);
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(BinaryText, FailedAttemptsLeaveNothingBehind)
+{
+    const U_UTF8String text(2000, '1');
+    U_ScAutoArray<unsigned char> data;
+    int code = 0;
+    const long points = FailEachNew(
+        [&] {
+            code = 0;
+            try
+            {
+                U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
+                U_UTF8StringToBinaryData(text, &data);
+            }
+            catch (int thrown)
+            {
+                code = thrown;
+            }
+        },
+        [&](long point) {
+            SCOPED_TRACE(point);
+            EXPECT_TRUE(code == 0 || code == 4) << code;
+            EXPECT_TRUE(code == 4 || data.Count() == 1000) << data.Count();
+            EXPECT_TRUE(mAlerts.Texts().empty());
+            EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3); // no level is left open
+            mAlerts.Clear();
+        });
+    EXPECT_GT(points, 0);
+}
