@@ -1,0 +1,163 @@
+#include "U_XMP.h"
+
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <boost/property_tree/xml_parser.hpp>
+#include <gtest/gtest.h>
+
+namespace
+{
+const char kDublinCore[] = "http://purl.org/dc/elements/1.1/";
+
+// A metadata object of the test's own, whose references must all be back at the
+// end.
+class XMP : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        EXPECT_EQ(References(), 1u);
+        zelboxmp::Ordinal6(mMetadata);
+        EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore);
+    }
+
+    unsigned int References() const { return zelboxmp::ReferenceCount(mMetadata); }
+
+    const unsigned int mLiveBefore = zelboxmp::LiveMetadata();
+    __XMPMeta__* const mMetadata = zelboxmp::NewMetadata();
+};
+} // namespace
+
+TEST_F(XMP, EachReferenceIsGivenBack)
+{
+    U_XMPMetaRef first(mMetadata);
+    EXPECT_EQ(References(), 2u);
+    {
+        U_XMPMetaRef second(first);
+        const U_XMPMetaRef& itself = second;
+        second = itself;
+        EXPECT_EQ(References(), 3u);
+        second = first; // holds the same already
+        EXPECT_EQ(References(), 3u);
+        EXPECT_EQ(second.Get(), mMetadata);
+        EXPECT_EQ(static_cast<__XMPMeta__*>(itself), mMetadata);
+    }
+    EXPECT_EQ(References(), 2u);
+    first = U_XMPMetaRef(nullptr);
+    EXPECT_EQ(References(), 1u);
+    EXPECT_EQ(first.Get(), nullptr);
+}
+
+TEST_F(XMP, AssignmentLetsTheOldObjectGo)
+{
+    __XMPMeta__* const other = zelboxmp::NewMetadata();
+    U_XMPMetaRef holder(other);
+    zelboxmp::Ordinal6(other); // the holder's is the last one
+    EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 2);
+    holder = U_XMPMetaRef(mMetadata);
+    EXPECT_EQ(References(), 2u);
+    EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 1);
+}
+
+TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
+{
+    const std::string title = "Tom & \"Jerry\" <1>\t\r\n caf\xC3\xA9 \xF0\x9F\x98\x80";
+    zelboxmp::SetProperty(mMetadata, kDublinCore, "title", "old");
+    zelboxmp::SetProperty(mMetadata, kDublinCore, "title", title);
+    zelboxmp::SetProperty(mMetadata, kDublinCore, "format", "");
+    zelboxmp::SetProperty(mMetadata, "http://example.com/\"&\"/", "_a-1.b", "x");
+    std::string packet = "old";
+    U_XMPMetaRef(mMetadata).Serialize(&packet);
+    EXPECT_EQ(packet.find("<?xpacket begin=\"\xEF\xBB\xBF\"?>"), 0u);
+    EXPECT_EQ(packet.find('\n'), std::string::npos);
+
+    // Read by another reader.
+    std::istringstream stream(packet);
+    boost::property_tree::ptree tree;
+    boost::property_tree::read_xml(stream, tree);
+    const auto& description = tree.get_child("rdf:RDF").get_child("rdf:Description");
+    const auto& attributes = description.get_child("<xmlattr>");
+    EXPECT_EQ(attributes.get<std::string>("rdf:about"), "");
+    EXPECT_EQ(attributes.get_child("xmlns:ns1").data(), "http://example.com/\"&\"/");
+    EXPECT_EQ(attributes.get_child("xmlns:ns2").data(), kDublinCore);
+    EXPECT_EQ(description.get_child("ns2:title").data(), title);
+    EXPECT_EQ(description.get_child("ns2:format").data(), "");
+    EXPECT_EQ(description.find("ns1:_a-1.b")->second.data(), "x");
+}
+
+TEST_F(XMP, NoMetadataIsAnEmptyText)
+{
+    std::string packet = "old";
+    U_XMPMetaRef(nullptr).Serialize(&packet);
+    EXPECT_EQ(packet, "");
+}
+
+TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
+{
+    const struct
+    {
+        const char* space;
+        const char* name;
+        const char* value;
+        int code;
+        const char* message;
+    } rows[] = {
+        {"", "title", "x", 2, "A property's name can't stand in XML"},
+        {kDublinCore, "", "x", 2, "A property's name can't stand in XML"},
+        {kDublinCore, "1st", "x", 2, "A property's name can't stand in XML"},
+        {kDublinCore, "a b", "x", 2, "A property's name can't stand in XML"},
+        {kDublinCore, "title", "\x01", 3, "A property holds a character that can't stand in XML"},
+        {kDublinCore, "title", "cut \xC3", 3,
+         "A property holds a character that can't stand in XML"},
+        {kDublinCore, "title", "half \xED\xA0\x80", 3,
+         "A property holds a character that can't stand in XML"},
+        {kDublinCore, "title", "\xEF\xBF\xBE", 3,
+         "A property holds a character that can't stand in XML"},
+        {"caf\xE9", "title", "x", 3, "A property holds a character that can't stand in XML"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.value);
+        __XMPMeta__* const metadata = zelboxmp::NewMetadata();
+        zelboxmp::SetProperty(metadata, row.space, row.name, row.value);
+        const U_XMPMetaRef reference(metadata);
+        std::string packet = "old";
+        try
+        {
+            reference.Serialize(&packet);
+            ADD_FAILURE();
+        }
+        catch (const XMP_Error& error)
+        {
+            EXPECT_EQ(error.code, row.code);
+            EXPECT_STREQ(error.message, row.message);
+            EXPECT_FALSE(error.flag);
+        }
+        EXPECT_EQ(packet, "old");
+        EXPECT_EQ(zelboxmp::ReferenceCount(metadata), 2u);
+        zelboxmp::Ordinal6(metadata);
+    }
+}
+
+TEST_F(XMP, ThreadsShareAnObject)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i)
+    {
+        threads.emplace_back([this, reference = U_XMPMetaRef(mMetadata), i] {
+            std::string packet;
+            for (int round = 0; round < 500; ++round)
+            {
+                U_XMPMetaRef copy(reference);
+                zelboxmp::SetProperty(copy, kDublinCore, "p" + std::to_string(i), "x");
+                copy.Serialize(&packet);
+                copy = U_XMPMetaRef(mMetadata);
+            }
+            EXPECT_NE(packet.find("p" + std::to_string(i) + ">x<"), std::string::npos);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
