@@ -1,0 +1,255 @@
+// Trees as JSON, escaping, and binary text.
+//
+// Trees stand beside boost's property tree of strings, escaping beside a bare copy
+// of the text, which is its floor, and binary text beside the loop of the C library's
+// calls that a user would write.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <boost/property_tree/json_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+
+#include "U_AnyTree.h"
+#include "U_Encoding.h"
+#include "U_Lifecycle.h"
+#include "U_XML.h"
+
+namespace
+{
+const std::size_t kMB = 1000000;
+
+// A settings document of about size bytes: objects of a few values each, in
+// arrays of a hundred.
+std::string MakeDocument(std::size_t size)
+{
+    std::string json = "{";
+    std::size_t number = 0;
+    while (json.size() < size)
+    {
+        json += json.size() > 1 ? "," : "";
+        json += "\"group" + std::to_string(number) + "\":[";
+        for (int i = 0; i < 100; ++i, ++number)
+        {
+            const std::string digits = std::to_string(number * 7919);
+            json += i ? "," : "";
+            json += "{\"name\":\"Setting number " + digits + "\",\"count\":" + digits +
+                    ",\"scale\":" + std::to_string(number % 100) +
+                    ".25,\"on\":" + (number % 2 ? "true" : "false") +
+                    ",\"path\":\"C:\\\\media\\\\clip" + digits + ".mov\"}";
+        }
+        json += "]";
+    }
+    return json + "}";
+}
+
+const std::string& Document(std::size_t size)
+{
+    static const std::string sOne = MakeDocument(kMB);
+    static const std::string sTen = MakeDocument(10 * kMB);
+    return size == kMB ? sOne : sTen;
+}
+
+// From and to the bytes of a file, UTF-8.
+struct Ours
+{
+    typedef U_UTF8String Bytes;
+    typedef U_AnyTree Tree;
+
+    static void Read(const Bytes& bytes, Tree* tree)
+    {
+        U_AnyTreeWrapper(*tree).SetFrom_JSON(U_UTF8To16String(bytes));
+    }
+    static Bytes Write(const Tree& tree)
+    {
+        return U_UTF16To8String(U_AnyTreeWrapper(tree).GetAs_JSON());
+    }
+};
+
+// Boost's own reader and writer, of trees of strings.
+struct Peer
+{
+    typedef std::string Bytes;
+    typedef boost::property_tree::ptree Tree;
+
+    static void Read(const Bytes& bytes, Tree* tree)
+    {
+        std::istringstream stream(bytes);
+        boost::property_tree::read_json(stream, *tree);
+    }
+    static Bytes Write(const Tree& tree)
+    {
+        std::ostringstream stream;
+        boost::property_tree::write_json(stream, tree, false);
+        return stream.str();
+    }
+};
+
+template <class Way> typename Way::Bytes DocumentFor(const benchmark::State& state)
+{
+    const std::string& text = Document(static_cast<std::size_t>(state.range(0)) * kMB);
+    return typename Way::Bytes(text.begin(), text.end());
+}
+
+// Both do their work once before it is measured: the first time also clears up
+// what others have left in the heap.
+
+template <class Way> void Read(benchmark::State& state)
+{
+    const typename Way::Bytes document = DocumentFor<Way>(state);
+    const auto readOnce = [&] {
+        typename Way::Tree tree;
+        Way::Read(document, &tree);
+        benchmark::DoNotOptimize(tree.size());
+    };
+    readOnce();
+    for (auto _ : state)
+        readOnce();
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
+}
+
+// Whether a tree that is read from what was written is written the same.
+template <class Way> bool IsReadBack(const typename Way::Bytes& written)
+{
+    typename Way::Tree tree;
+    Way::Read(written, &tree);
+    return !tree.empty() && Way::Write(tree) == written;
+}
+
+template <class Way> void Write(benchmark::State& state)
+{
+    typename Way::Tree tree;
+    Way::Read(DocumentFor<Way>(state), &tree);
+    if (!IsReadBack<Way>(Way::Write(tree)))
+        state.SkipWithError("not what was written");
+    const std::size_t size = Way::Write(tree).size();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Way::Write(tree).data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+}
+
+const std::size_t kTextSize = 1 << 20; // bytes, also of binary data
+
+// Sentences, with nothing in them to escape.
+U_UTF8String MakePlainText()
+{
+    const std::string sentence = "The clip was moved to another bin, and its marks went along. ";
+    U_UTF8String text;
+    while (text.size() < kTextSize)
+        text.append(sentence.begin(), sentence.end());
+    return text;
+}
+
+void EscapePlain(benchmark::State& state)
+{
+    const U_UTF8String text = MakePlainText();
+    if (U_EscapeAttributeValueToSafeXML(text, false, false) != text)
+        state.SkipWithError("plain text changed");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(U_EscapeAttributeValueToSafeXML(text, false, false).data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+void CopyPlain(benchmark::State& state)
+{
+    const U_UTF8String text = MakePlainText();
+    std::vector<U_u8> copy(text.size());
+    for (auto _ : state)
+    {
+        std::memcpy(copy.data(), text.data(), text.size());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+std::vector<U_u8> MakeBytes()
+{
+    std::mt19937 random(1);
+    std::vector<U_u8> bytes(kTextSize);
+    for (U_u8& byte : bytes)
+        byte = static_cast<U_u8>(random());
+    return bytes;
+}
+
+void Encode(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data()).data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+
+void EncodeByPrintf(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    std::string text(2 * bytes.size() + 1, 0);
+    for (auto _ : state)
+    {
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            std::snprintf(&text[2 * i], 3, "%02x", bytes[i]);
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+
+void Decode(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    const U_UTF8String text =
+        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
+    U_ScAutoArray<unsigned char> decoded;
+    for (auto _ : state)
+        U_UTF8StringToBinaryData(text, &decoded);
+    if (!std::equal(bytes.begin(), bytes.end(), decoded.Get(), decoded.Get() + decoded.Count()))
+        state.SkipWithError("not what was encoded");
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+
+void DecodeByScanf(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    const U_UTF8String text =
+        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
+    std::vector<U_u8> decoded(bytes.size());
+    for (auto _ : state)
+    {
+        for (std::size_t i = 0; i < decoded.size(); ++i)
+        {
+            const char pair[] = {static_cast<char>(text[2 * i]), static_cast<char>(text[2 * i + 1]),
+                                 0};
+            unsigned int value = 0;
+            std::sscanf(pair, "%2x", &value);
+            decoded[i] = static_cast<U_u8>(value);
+        }
+        benchmark::DoNotOptimize(decoded.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+} // namespace
+
+BENCHMARK(Read<Ours>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(Read<Peer>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(Write<Ours>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(Write<Peer>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(EscapePlain);
+BENCHMARK(CopyPlain);
+BENCHMARK(Encode);
+BENCHMARK(EncodeByPrintf);
+BENCHMARK(Decode);
+BENCHMARK(DecodeByScanf);
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv) || U_Birth("bench_data", nullptr) != 0)
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return U_Death() == 0 ? 0 : 1;
+}
