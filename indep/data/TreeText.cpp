@@ -9,12 +9,6 @@
 class Up_JSONWriter
 {
 public:
-    explicit Up_JSONWriter(const U_AnyTree& tree)
-    {
-        const std::size_t size = LikelySize(tree);
-        mJSON.reserve(size + size / 4);
-    }
-
     U_UTF16String& WriteTree(const U_AnyTree& tree, char open, char close)
     {
         mJSON.push_back(static_cast<U_u16>(open));
@@ -48,27 +42,6 @@ private:
             WriteTree(node, '{', '}');
     }
 
-    // In units, about, told by the first children of each level: a text that grows
-    // on its way is moved again and again.
-    static std::size_t LikelySize(const U_AnyTree& tree)
-    {
-        const std::size_t kSample = 8;
-        const std::size_t kMarks = 4;  // quotes, colon and comma
-        const std::size_t kNumber = 8; // or brackets, or a word
-        if (tree.empty())
-            return kNumber;
-        std::size_t size = 0;
-        std::size_t seen = 0;
-        for (const auto& [key, child] : tree)
-        {
-            const auto* const text = boost::any_cast<U_UTF16String>(&child.data().mValue);
-            size += key.size() + kMarks + (text ? text->size() : LikelySize(child));
-            if (++seen == kSample)
-                break;
-        }
-        return kNumber + size * tree.size() / seen;
-    }
-
     U_UTF16String mJSON;
 };
 
@@ -90,7 +63,7 @@ void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
 
 U_UTF16String U_AnyTreeWrapper::GetAs_JSON() const
 {
-    return std::move(Up_JSONWriter(*mTree).WriteTree(*mTree, '{', '}'));
+    return std::move(Up_JSONWriter().WriteTree(*mTree, '{', '}'));
 }
 
 U_UTF16String U_AnyTreeWrapper::GetAs_Str() const

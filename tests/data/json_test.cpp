@@ -211,6 +211,35 @@ TEST(JSON, WritesValuesThatNeverCameFromJSON)
                     u"\"held tree\":null,\"whole\":3.0}"));
 }
 
+TEST(JSON, TextOfASkewedTreeTakesNoMoreMemoryThanItNeeds)
+{
+    U_AnyTree flat;
+    U_AnyTreeWrapper(flat).put("long", U_UTF16String(1000000, 'x'));
+    for (int i = 0; i < 10000; ++i)
+        U_AnyTreeWrapper(flat).push_back(Units(u"n"), 7);
+    const U_UTF16String flatText = U_AnyTreeWrapper(flat).GetAs_JSON();
+    EXPECT_EQ(flatText, Units(u"{\"long\":\"") + U_UTF16String(1000000, 'x') + Units(u"\"") +
+                            Repeated(u",\"n\":7", 10000) + Units(u"}"));
+    EXPECT_LE(flatText.capacity(), 4 * flatText.size());
+
+    // The first child of each level is large, the others are small.
+    U_AnyTree skewed;
+    U_UTF16String expected = Units(u"null");
+    for (int level = 0; level < 5; ++level)
+    {
+        U_AnyTree above;
+        U_AnyTreeWrapper(above).put(skewed);
+        for (int i = 0; i < 1000; ++i)
+            U_AnyTreeWrapper(above).put(1);
+        skewed.swap(above);
+        expected = Units(level == 4 ? u"{" : u"[") + expected + Repeated(u",1", 1000) +
+                   Units(level == 4 ? u"}" : u"]");
+    }
+    const U_UTF16String skewedText = U_AnyTreeWrapper(skewed).GetAs_JSON();
+    EXPECT_EQ(skewedText, expected);
+    EXPECT_LE(skewedText.capacity(), 4 * skewedText.size());
+}
+
 TEST(JSON, WhatWasReadStaysWhenALiteralIsBad)
 {
     const struct
