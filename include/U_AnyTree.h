@@ -103,7 +103,9 @@ public:
 
     // A tree that has the values of the direct children, as text, for paths of
     // keys between dots, and their keys as values. The later of equal values
-    // counts.
+    // counts. A dot at either end, or beside another, bounds an empty key; the
+    // empty text stands for the tree itself. Throws
+    // boost::property_tree::ptree_error for more than U_MostJSONDepth keys.
     U_AnyTree CreateReverseMapping() const;
 
 private:

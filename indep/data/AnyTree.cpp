@@ -1,5 +1,6 @@
 #include "U_AnyTree.h"
 
+#include <algorithm>
 #include <iterator>
 #include <tuple>
 #include <utility>
@@ -14,6 +15,29 @@ const U_UTF16String& ElementKey()
 {
     static const U_UTF16String& sElementKey = *new U_UTF16String; // outlives static destructors
     return sElementKey;
+}
+
+// The node at a path of keys between dots, made if it isn't there. The empty path
+// is the tree itself. Walked here, since boost's own put recurses once a key and
+// asserts at a dot that ends a path.
+U_AnyTree& NodeAt(const U_UTF16String& path, U_AnyTree& tree)
+{
+    if (std::count(path.begin(), path.end(), '.') >= std::ptrdiff_t(U_MostJSONDepth))
+        boost::throw_exception(boost::property_tree::ptree_error("A path has more than 1000 keys"));
+    static_assert(U_MostJSONDepth == 1000, "the text above tells it");
+    U_AnyTree* node = &tree;
+    for (std::size_t from = 0; !path.empty();)
+    {
+        const std::size_t dot = path.find('.', from);
+        const U_UTF16String key(path, from, dot - from);
+        const auto found = node->find(key);
+        node = found != node->not_found() ? &found->second
+                                          : &node->push_back({key, U_AnyTree()})->second;
+        if (dot == U_UTF16String::npos)
+            break;
+        from = dot + 1;
+    }
+    return *node;
 }
 } // namespace
 
@@ -178,6 +202,6 @@ U_AnyTree U_AnyTreeWrapper::CreateReverseMapping() const
 {
     U_AnyTree mapping;
     for (const auto& [key, child] : *mTree)
-        mapping.put(U_AnyTree::path_type(child.data().GetAs_Str()), U_Any(key));
+        NodeAt(child.data().GetAs_Str(), mapping).data() = U_Any(key);
     return mapping;
 }

@@ -111,3 +111,18 @@ TEST_F(AnyTree, ReverseMappingTakesValuesForPaths)
     EXPECT_EQ(Describe(mapping), "x:bfalse(y:sone) 1:sthree <tree>:sfour");
     EXPECT_EQ(mapping.data().GetAs_MBStr(), "none");
 }
+
+TEST_F(AnyTree, ReverseMappingTakesDotsAnywhere)
+{
+    mWrapper.SetFrom_JSON(Units(u"{\"1\":\"x.\",\"2\":\".\",\"3\":\"a..b\",\"4\":\".y\"}"));
+    EXPECT_EQ(Describe(mWrapper.CreateReverseMapping()),
+              "x:bfalse(:s1) :bfalse(:s2 y:s4) a:bfalse(:bfalse(b:s3))");
+
+    mWrapper.put("1", U_UTF16String(U_MostJSONDepth - 1, '.'));
+    EXPECT_EQ(mWrapper.CreateReverseMapping().size(), 2u);
+    for (const std::size_t dots : {std::size_t(U_MostJSONDepth), std::size_t(100000)})
+    {
+        mWrapper.put("1", U_UTF16String(dots, '.'));
+        EXPECT_THROW(mWrapper.CreateReverseMapping(), boost::property_tree::ptree_error);
+    }
+}
