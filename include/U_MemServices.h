@@ -42,16 +42,20 @@ public:
 
 // An external manager is a piece of the host that holds memory which the library
 // doesn't allocate. Its function tells how much it holds, and that counts as use.
-// The function runs on any thread that measures use, with no lock held, once more
-// perhaps while it is being uninstalled. It may install and uninstall, and
-// allocates nothing that would be measured in turn. An empty function makes every
-// measurement throw boost::bad_function_call.
+// The function runs on any thread that measures use, with no lock held, so one
+// object may be called by several threads at once, and once more perhaps while or
+// after it is uninstalled: it goes with the last measurement that asks it, on that
+// thread. It may install and uninstall, and allocates nothing that would be
+// measured in turn. An empty function makes every measurement throw
+// boost::bad_function_call.
 
-// Adds a manager; one that is already there under the id keeps its function.
+// Adds a manager, with a copy of the function; one that is already there under the
+// id keeps its own. Throws std::bad_alloc, or what the copy throws, and then adds
+// nothing.
 U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
                                              const boost::function<size_t()>& size);
 
-// Removes it; an unknown id does nothing.
+// Removes it; an unknown id does nothing. Needs no memory.
 U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
 
 // What all managers hold now. Asks them in the order of their ids.

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <map>
 
+#include <boost/container/small_vector.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
@@ -20,35 +21,30 @@ using krobase::utility::Guid;
 
 namespace
 {
-typedef std::map<Guid, boost::function<size_t()>> Managers;
-typedef boost::shared_ptr<const Managers> Snapshot;
+typedef boost::function<size_t()> Measure;
 
-// Never destroyed: threads may measure until the process ends. The table isn't
-// changed but replaced, so that a measurement takes it as it is and allocates
-// nothing.
+// The functions are shared, so that none is copied or destroyed under the lock:
+// what they hold may call in here.
+typedef std::map<Guid, boost::shared_ptr<const Measure>> Managers;
+
+// Never destroyed: threads may measure until the process ends.
 boost::mutex& sManagersLock = *new boost::mutex; // guards the table
-Snapshot& sManagers = *new Snapshot(boost::make_shared<Managers>());
+Managers& sManagers = *new Managers;
 
 // Whether there are any. Mostly there are none, and every larger block asks.
 std::atomic<bool> sHasManagers(false);
 
+// All of a moment, in the order of their ids. A measurement may run because
+// memory is short, so that as many as a host has are taken without allocating.
+typedef boost::container::small_vector<boost::shared_ptr<const Measure>, 16> Snapshot;
+
 Snapshot CurrentManagers()
 {
+    Snapshot managers;
     boost::lock_guard<boost::mutex> lock(sManagersLock);
-    return sManagers;
-}
-
-// Replaces the table by one that change has worked on. The old one goes without
-// the lock, since what its functions hold may call in here.
-template <class Change> void ChangeManagers(Change change)
-{
-    Snapshot old;
-    boost::lock_guard<boost::mutex> lock(sManagersLock);
-    const auto changed = boost::make_shared<Managers>(*sManagers);
-    change(*changed);
-    old = sManagers;
-    sManagers = changed;
-    sHasManagers.store(!changed->empty(), std::memory_order_release);
+    for (const auto& manager : sManagers)
+        managers.push_back(manager.second);
+    return managers;
 }
 
 bool TakeSystemFigures(U_MemoryStats* stats)
@@ -63,24 +59,30 @@ bool TakeSystemFigures(U_MemoryStats* stats)
 }
 } // namespace
 
-void U_InstallExternalMemoryManager(const Guid& id, const boost::function<size_t()>& size)
+void U_InstallExternalMemoryManager(const Guid& id, const Measure& size)
 {
-    ChangeManagers([&](Managers& managers) { managers.emplace(id, size); });
+    Managers installed;
+    installed.emplace(id, boost::make_shared<const Measure>(size));
+    boost::lock_guard<boost::mutex> lock(sManagersLock);
+    sManagers.merge(installed); // leaves one that is there already
+    sHasManagers.store(true, std::memory_order_release);
 }
 
 void U_UnInstallExternalMemoryManager(const Guid& id)
 {
-    ChangeManagers([&](Managers& managers) { managers.erase(id); });
+    Managers::node_type uninstalled; // goes without the lock
+    boost::lock_guard<boost::mutex> lock(sManagersLock);
+    uninstalled = sManagers.extract(id);
+    sHasManagers.store(!sManagers.empty(), std::memory_order_release);
 }
 
 size_t U_GetSizeOfExternalMemoryManagers()
 {
     if (!sHasManagers.load(std::memory_order_acquire))
         return 0;
-    const Snapshot managers = CurrentManagers();
     size_t sum = 0;
-    for (const auto& manager : *managers)
-        sum += manager.second();
+    for (const auto& measure : CurrentManagers())
+        sum += (*measure)();
     return sum;
 }
 

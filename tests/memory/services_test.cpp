@@ -202,17 +202,40 @@ TEST_F(MemServices, ManagersMayChangeTheTableWhileTheyAreAsked)
     EXPECT_EQ(asked, "1231");
 }
 
-TEST_F(MemServices, FunctionMayCallInWhenItGoes)
+TEST_F(MemServices, FunctionMayCallInWhenItIsCopiedAndGoes)
 {
     struct Caller
     {
+        Caller() = default;
+        Caller(const Caller&) { U_UnInstallExternalMemoryManager(Id(9)); }
         ~Caller() { U_UnInstallExternalMemoryManager(Id(5)); }
+        size_t operator()() const { return 1; }
     };
+    U_InstallExternalMemoryManager(Id(1), Caller());
+    U_InstallExternalMemoryManager(Id(1), Caller()); // goes at once
     Install(5, 5);
-    U_InstallExternalMemoryManager(
-        Id(1), [caller = std::make_shared<Caller>()]() -> size_t { return caller ? 1 : 0; });
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 6u);
     U_UnInstallExternalMemoryManager(Id(1));
+    EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 0u);
+}
+
+TEST_F(MemServices, FunctionThatCantBeCopiedIsNotInstalled)
+{
+    struct Uncopied
+    {
+        explicit Uncopied(bool* refuses) : mRefuses(refuses) {}
+        Uncopied(const Uncopied& other) : mRefuses(other.mRefuses)
+        {
+            if (*mRefuses)
+                throw 7;
+        }
+        size_t operator()() const { return 1; }
+        bool* mRefuses;
+    };
+    bool refuses = false;
+    const boost::function<size_t()> function{Uncopied(&refuses)};
+    refuses = true;
+    EXPECT_THROW(U_InstallExternalMemoryManager(Id(1), function), int);
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 0u);
 }
 
