@@ -194,8 +194,9 @@ void U_AnyTreeWrapper::put(const char* key, const U_Any& value)
 
 void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF16String& json)
 {
-    if (!json.empty())
-        Up_JSONReader(json).ReadLevel(*this, false);
+    const U_UTF16String text(json); // a key of what is replaced, perhaps
+    if (!text.empty())
+        Up_JSONReader(text).ReadLevel(*this, false);
 }
 
 U_AnyTree U_AnyTreeWrapper::CreateReverseMapping() const

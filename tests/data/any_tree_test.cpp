@@ -73,6 +73,11 @@ TEST_F(AnyTree, PutTakesWhatBelongsToTheChildThatGoes)
     EXPECT_EQ(Describe(mTree), "a:t(c:i1) d.e:i5");
     mWrapper.push_back(Units(u"self"), mTree);
     EXPECT_EQ(Describe(mTree), "a:t(c:i1) d.e:i5 self:t(a:t(c:i1) d.e:i5)");
+    mTree.clear();
+    mWrapper.put("a", U_AnyTree());
+    mWrapper.get_child_tree(Units(u"a")).put("{\"a\":{\"text\":\"goes\"},\"c\":2}", 1);
+    mWrapper.SetFrom_JSON(mTree.front().second.front().first);
+    EXPECT_EQ(Describe(mTree), "a:t(text:sgoes) c:i2");
 }
 
 TEST_F(AnyTree, ChildrenAreReachedByKeyOrPath)
