@@ -55,8 +55,20 @@ void ReportMissing(const U_UTF8String& element, const U_UTF8String& attribute)
 U_XML_Element::U_XML_Element() : mType(kInvalidType) {}
 U_XML_Element::U_XML_Element(const U_UTF8String& name, int type) : mName(name), mType(type) {}
 U_XML_Element::U_XML_Element(const U_XML_Element&) = default;
-U_XML_Element& U_XML_Element::operator=(const U_XML_Element&) = default;
 U_XML_Element::~U_XML_Element() = default;
+
+U_XML_Element& U_XML_Element::operator=(const U_XML_Element& other)
+{
+    // Copied first, so that an assignment that finds no memory changes nothing.
+    U_XML_Element copy(other);
+    mAttributes.swap(copy.mAttributes);
+    mName.swap(copy.mName);
+    mBodyText.swap(copy.mBodyText);
+    mCDataSection.swap(copy.mCDataSection);
+    mNamespace.swap(copy.mNamespace);
+    mType = copy.mType;
+    return *this;
+}
 
 bool U_XML_Element::IsValid() const
 {
@@ -115,7 +127,7 @@ U_XML_Element::Attributes::const_iterator U_XML_Element::GetAttrsEnd() const
 
 void U_XML_Element::SetAttribute(const U_UTF8String& name, const U_UTF8String& value)
 {
-    mAttributes[name] = value;
+    mAttributes.insert_or_assign(name, value);
 }
 
 void U_XML_Element::SetAttribute(const char* name, const U_UTF8String& value)

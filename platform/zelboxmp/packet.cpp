@@ -15,6 +15,14 @@ const char kHead[] = "<?xpacket begin=\"\xEF\xBB\xBF\"?>"
                      "<rdf:Description rdf:about=\"\"";
 const char kTail[] = "</rdf:Description></rdf:RDF><?xpacket end=\"r\"?>";
 
+// Whether a prefix may be declared for it. XML keeps two namespaces for prefixes
+// of its own.
+bool IsDeclarable(std::string_view space)
+{
+    return !space.empty() && space != "http://www.w3.org/XML/1998/namespace" &&
+           space != "http://www.w3.org/2000/xmlns/";
+}
+
 bool IsNameStart(char c)
 {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
@@ -99,7 +107,7 @@ std::string MakePacket(const Properties& properties)
     std::size_t number = 0;
     for (const auto& space : properties)
     {
-        if (space.first.empty())
+        if (!IsDeclarable(space.first))
             throw kErrorBadName;
         packet += " xmlns:" + PrefixOf(++number) + "=\"";
         AppendEscaped(space.first, &packet);

@@ -63,7 +63,12 @@ void SetProperty(__XMPMeta__* metadata, const std::string& namespaceName, const 
                  const std::string& value)
 {
     const std::lock_guard<std::mutex> lock(metadata->mLock);
-    metadata->mProperties[namespaceName][name] = value;
+    Properties& properties = metadata->mProperties;
+    const auto space = properties.find(namespaceName);
+    if (space != properties.end())
+        space->second.insert_or_assign(name, value);
+    else
+        properties.insert({namespaceName, {{name, value}}}); // never without a property
 }
 
 unsigned int ReferenceCount(__XMPMeta__* metadata)

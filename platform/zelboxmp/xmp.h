@@ -26,7 +26,8 @@ struct Result
 enum ErrorCode : unsigned int
 {
     kErrorBadSettings = 1,  // settings of the packet that this toolkit doesn't know
-    kErrorBadName = 2,      // a property's name isn't one of XML, or has no namespace
+    kErrorBadName = 2,      // a property's name isn't one of XML, or its namespace is empty
+                            // or reserved for "xml" or "xmlns"
     kErrorBadCharacter = 3, // not UTF-8, or a character that XML can't carry
     kErrorNoMemory = 4,
     kErrorTooLong = 5 // for a length of 32 bits
@@ -37,7 +38,7 @@ enum ErrorCode : unsigned int
 PLATFORM_EXPORT __XMPMeta__* NewMetadata();
 
 // Sets a property or replaces it. Texts are UTF-8; they are looked at when the
-// packet is written. Throws std::bad_alloc.
+// packet is written. Throws std::bad_alloc, and the object stays as it was.
 PLATFORM_EXPORT void SetProperty(__XMPMeta__* metadata, const std::string& namespaceName,
                                  const std::string& name, const std::string& value);
 

@@ -105,6 +105,9 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
         const char* message;
     } rows[] = {
         {"", "title", "x", 2, "A property's name can't stand in XML"},
+        {"http://www.w3.org/XML/1998/namespace", "lang", "x", 2,
+         "A property's name can't stand in XML"},
+        {"http://www.w3.org/2000/xmlns/", "dc", "x", 2, "A property's name can't stand in XML"},
         {kDublinCore, "", "x", 2, "A property's name can't stand in XML"},
         {kDublinCore, "1st", "x", 2, "A property's name can't stand in XML"},
         {kDublinCore, "a b", "x", 2, "A property's name can't stand in XML"},

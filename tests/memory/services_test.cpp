@@ -14,6 +14,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 
 namespace
 {
@@ -152,10 +153,12 @@ TEST_F(MemServices, ManagersCountAsUseButNotAsTheLibrarysOwn)
     Install(3, 19 * kMiB);
     EXPECT_EQ(U_AllocatePtrQuiet(2 * kMiB), nullptr);
 
+    const ScFailingNew failing(1); // none of these allocates
     U_UnInstallExternalMemoryManager(Id(3));
     U_UnInstallExternalMemoryManager(Id(1));
     U_UnInstallExternalMemoryManager(Id(9));
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 2000u);
+    EXPECT_FALSE(failing.HasFailed());
 }
 
 TEST_F(MemServices, UseByTheLibraryStopsAboveZeroUnderManagers)
