@@ -142,6 +142,8 @@ TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)
         bool truth = row.decimal == 0;
         EXPECT_TRUE(element.GetAttributeValueBool("n", &truth, false));
         EXPECT_EQ(truth, row.decimal != 0);
+        EXPECT_TRUE(element.GetAttributeValueBool("n", &truth, true));
+        EXPECT_EQ(truth, row.hex != 0);
     }
     EXPECT_TRUE(mAlerts.Texts().empty());
 }

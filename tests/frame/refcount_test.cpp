@@ -204,5 +204,9 @@ TEST_F(RefCount, CountBelongsToItsObject)
     EXPECT_FALSE(count.Decrement());
     EXPECT_TRUE(count.Decrement());
     EXPECT_TRUE(copy.Decrement());
+    EXPECT_TRUE(copy.Decrement()); // below none is none left too
+    EXPECT_TRUE(copy.IsUnreferenced());
+    EXPECT_FALSE(copy.IsUniquelyReferenced());
+    copy.Increment();
     ExpectNoReport();
 }
