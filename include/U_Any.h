@@ -2,8 +2,9 @@
 // an integer, a double, a bool, a string or JSON text.
 //
 // A value is held with a tag that says what kind it is. A tag that isn't decided
-// yet is inferred by the first question, also of a const object; apart from that
-// objects are as safe as plain values.
+// yet is inferred by the first question, also of a const object: threads may ask
+// one object at once only when that is past. Apart from that objects are as safe
+// as plain values.
 //
 // A question that the held type doesn't answer throws boost::bad_any_cast and
 // leaves the object as it was. Narrow text is multibyte text in the active code
@@ -78,18 +79,21 @@ public:
     // integers throw.
     U_i64 GetAs_int() const;
     U_i64 GetAs_Enum() const;
-    bool GetAs_bool() const;
+    bool GetAs_bool() const; // whether the integer isn't 0, so 0.5 is false
 
     // A held float throws.
     double GetAs_double() const;
 
-    // As text: "true" and "false", decimal digits, a double with at least one
-    // decimal, "<tree>" for a tree; empty if there is no value.
+    // As text: "true" and "false", decimal digits, a whole double with ".0", any
+    // other with up to 9 decimals, "<tree>" for a tree; empty if there is no value.
     U_UTF16String GetAs_Str() const;
     std::string GetAs_MBStr() const;
 
     // As a JSON value: a literal for text, "null" for a void*. Empty for a tree,
-    // which U_AnyTreeWrapper writes, and for a type that isn't known.
+    // which U_AnyTreeWrapper writes, and for a type that isn't known. A double is
+    // written as its text, which is no JSON if it is infinite, no number or too
+    // long for plain digits ("inf.0", "nan", "1e+40.0"); half of a surrogate pair
+    // becomes U+FFFD.
     U_UTF16String GetAs_JSON() const;
 
     // Whether it is a number, or text of digits, "-", "." and "," alone, in
@@ -111,8 +115,9 @@ private:
     mutable TypeEnum mType;
 };
 
-// How property trees put and get boost::any: a U_Any comes out as it is, inside
-// a boost::any, and anything goes in.
+// How property trees put and get boost::any. Getting gives a boost::any that holds
+// the U_Any itself, not its value; putting makes a U_Any of what the boost::any
+// holds, with the kind inferred, so what was got becomes a value of no kind.
 struct U_EXPORT U_AnyTranslator
 {
     typedef U_Any internal_type;

@@ -4,7 +4,8 @@
 // nodes whose children all have the empty key. A node for an object or an array
 // is of the kind tree; strings, doubles (numbers with a "."), integers and bools
 // are values of those kinds, and null is no node at all. A tree and its wrappers
-// belong to one thread at a time.
+// belong to one thread at a time, also for reading: a question may decide a
+// value's kind.
 
 #ifndef U_ANYTREE_H
 #define U_ANYTREE_H
@@ -20,7 +21,9 @@
 // have the same key.
 typedef boost::property_tree::basic_ptree<U_UTF16String, U_Any, std::less<U_UTF16String>> U_AnyTree;
 
-// The deepest nesting of brackets that JSON text may have.
+// The deepest nesting of brackets that JSON text may have. A tree that is built
+// deeper is its owner's affair: it is written, but the text isn't read back, and
+// writing, copying and destroying it take stack for each level.
 const unsigned int U_MostJSONDepth = 1000;
 
 // A view of a tree, which it doesn't own and which must outlive it. To be copied
@@ -79,15 +82,17 @@ public:
     void put(const char* key, const U_Any& value);
 
     // The tree for people: a line for each node, "key: value", a tab before it
-    // for each level.
+    // for each level. Throws as the values' conversions do.
     U_UTF16String GetAs_Str() const;
 
     // The children as JSON, without white space. The outermost level is written
-    // in braces even if it is an array, a tree without children as null.
+    // in braces even if it is an array, a nested tree without children as null. The
+    // text is no JSON where U_Any::GetAs_JSON gives none: such a double, and a value
+    // of no kind, which leaves its place empty. Throws as the values' conversions do.
     U_UTF16String GetAs_JSON() const;
 
-    // Adds what a JSON text tells to the tree; empty text adds nothing. A nested
-    // value replaces all members of its name, a plain one the first one's value.
+    // Adds what a JSON text, which may belong to the tree, tells to it; empty text adds nothing. A
+    // nested value replaces all members of its name; a plain one is put there as put does.
     //
     // Reads forgivingly: the first character counts as the opening brace,
     // whatever it is, so an array adds its elements if those are objects or

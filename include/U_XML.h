@@ -1,7 +1,7 @@
 // XML elements, escaping, and binary data as text. The library reads and writes
 // no XML itself: a host's readers and writers fill the elements and call the
-// functions. All text is UTF-8. The functions may be called on any thread, an
-// element by one thread at a time.
+// functions. All text is UTF-8. No pointer may be null unless told otherwise. The
+// functions may be called on any thread, an element by one thread at a time.
 
 #ifndef U_XML_H
 #define U_XML_H
@@ -93,7 +93,8 @@ template <class T> class U_ScAutoArray
 public:
     U_ScAutoArray() = default;
 
-    // Takes over an array of count elements that was allocated with new[].
+    // Takes over an array of count elements, 0 or more, that was allocated with
+    // new[], or null with a count of 0.
     U_ScAutoArray(T* array, int count) : mArray(array), mCount(count)
     {
         U_AccountAllocationEx(static_cast<U_u64>(count), true);
@@ -120,7 +121,8 @@ private:
     int mCount = 0;
 };
 
-// Two lower-case hexadecimal digits for each of size bytes. Empty for null data.
+// Two lower-case hexadecimal digits for each of size bytes. Empty for null data and
+// for a size of 0 or less.
 U_EXPORT U_UTF8String U_BinaryDataToUTF8String(int size, const void* data);
 
 // Replaces the contents of *data by the bytes that pairs of digits stand for; an
