@@ -16,8 +16,13 @@ const std::ptrdiff_t kBlock = 128;
 // vectors of.
 inline Byte Matches(Byte byte, const Marks& marks)
 {
-    return static_cast<Byte>((byte < 0x20) | (byte == marks[0]) | (byte == marks[1]) |
-                             (byte == marks[2]) | (byte == marks[3]) | (byte == marks[4]));
+    int found = byte < 0x20;
+    found |= byte == marks[0];
+    found |= byte == marks[1];
+    found |= byte == marks[2];
+    found |= byte == marks[3];
+    found |= byte == marks[4];
+    return static_cast<Byte>(found);
 }
 
 // Behind the blocks that have none of the bytes.
