@@ -4,19 +4,13 @@
 #define FUZZ_LOAD_H
 
 #include <cstdint>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
 #include <hollin/Dictionary.h>
 #include <hollin/VoErrException.h>
 
-// Ends the run, so that the fuzzer keeps the input.
-inline void Require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+#include "require.h"
 
 // Visits all that was loaded, and writes it: whatever a damaged image left must
 // be sound.

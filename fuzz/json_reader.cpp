@@ -1,0 +1,82 @@
+// The JSON reader, over units as they come and over UTF-8 text. A tree of which
+// all can be written is written the same after it was read back.
+
+#include <cstdint>
+#include <cstring>
+
+#include "U_AnyTree.h"
+#include "U_Encoding.h"
+#include "require.h"
+
+namespace
+{
+// The tree of what was read before a literal or the depth ended it.
+U_AnyTree Read(const U_UTF16String& json)
+{
+    U_AnyTree tree;
+    try
+    {
+        U_AnyTreeWrapper(tree).SetFrom_JSON(json);
+    }
+    catch (const boost::bad_any_cast&)
+    {
+    }
+    catch (const boost::property_tree::ptree_error&)
+    {
+    }
+    return tree;
+}
+
+// What else a tree is asked for. Paths have a limit, too.
+void Use(const U_AnyTree& tree)
+{
+    U_AnyTreeWrapper(tree).GetAs_Str();
+    try
+    {
+        U_AnyTreeWrapper(tree).CreateReverseMapping();
+    }
+    catch (const boost::property_tree::ptree_error&)
+    {
+    }
+}
+
+U_UTF16String Written(const U_AnyTree& tree)
+{
+    return U_AnyTreeWrapper(tree).GetAs_JSON();
+}
+
+// Whether JSON has room for all of it: no empty trees, no elements among members,
+// no infinite numbers.
+bool IsWritable(const U_AnyTree& tree)
+{
+    const U_UTF16String kInfinite = {'i', 'n', 'f'};
+    for (const auto& [key, child] : tree)
+    {
+        const bool isTree = child.data().GetType() == U_Any::kType_Tree;
+        if (key.empty() != tree.front().first.empty() || (isTree && child.empty()) ||
+            (isTree && !IsWritable(child)))
+            return false;
+        if (child.data().GetType() == U_Any::kType_Double &&
+            child.data().GetAs_Str().find(kInfinite) != U_UTF16String::npos)
+            return false;
+    }
+    return true;
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    U_UTF16String units(size / 2, 0);
+    if (!units.empty())
+        std::memcpy(&units[0], data, units.size() * 2);
+    const U_AnyTree odd = Read(units);
+    Written(odd);
+    Use(odd);
+
+    const U_AnyTree tree = Read(U_UTF8To16String(U_UTF8String(data, data + size)));
+    Use(tree);
+    const U_UTF16String written = Written(tree);
+    if (IsWritable(tree))
+        Require(Written(Read(written)) == written);
+    return 0;
+}
