@@ -18,14 +18,13 @@
 
 #include "events.h"
 #include "texts.h"
-#include "unreadable.h"
 
 namespace fs = std::filesystem;
 
 Loader::Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
-               FileCache& cache, Console& console, U_UIThrottler& throttler)
-    : mFolder(folder), mNames(names), mBudget(budget), mCache(cache), mConsole(console),
-      mThrottler(throttler)
+               FileCache& cache, Losses& losses, Console& console, U_UIThrottler& throttler)
+    : mFolder(folder), mNames(names), mBudget(budget), mCache(cache), mLosses(losses),
+      mConsole(console), mThrottler(throttler)
 {
 }
 
@@ -190,7 +189,7 @@ void Loader::DecodeElsewhere(const void* bytes, size_t size)
 
 void Loader::Unreadable(const std::string& path, int error)
 {
-    ReportUnreadable(path, std::strerror(error));
+    mLosses.AddUnreadable(path, std::strerror(error));
     ++mFigures.unreadable;
 }
 
@@ -206,6 +205,7 @@ void Loader::Refused(const std::string& path, U_u64 size)
 {
     mRefusalTold = true;
     ++mFigures.refusals;
+    mLosses.AddRefused(path, size);
     TellRefusal();
     if (mConsole.Verbose())
         mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",

@@ -21,6 +21,7 @@
 #include "figures.h"
 #include "file_block.h"
 #include "file_task.h"
+#include "losses.h"
 
 class Loader
 {
@@ -29,7 +30,7 @@ public:
     // library's words: it is reason enough for a larger budget. The figures
     // count the others. The throttler is asked on the thread of Run alone.
     Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
-           FileCache& cache, Console& console, U_UIThrottler& throttler);
+           FileCache& cache, Losses& losses, Console& console, U_UIThrottler& throttler);
 
     // Loads all files, or until the throttler tells to stop: a file that isn't read
     // to its end by then is let go. Returns when that is done. False if an error
@@ -66,6 +67,7 @@ private:
     const std::vector<std::string>& mNames;
     const U_u64 mBudget;
     FileCache& mCache;
+    Losses& mLosses;
     Console& mConsole;
     U_UIThrottler& mThrottler;
     LoadFigures mFigures;

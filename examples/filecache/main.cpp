@@ -21,7 +21,9 @@
 #include "events.h"
 #include "loader.h"
 #include "log_sink.h"
+#include "losses.h"
 #include "options.h"
+#include "report.h"
 #include "stop.h"
 #include "summary.h"
 #include "table.h"
@@ -69,16 +71,29 @@ U_Status SetLimits(U_u64 budget)
     return U_SetMemUsageLimits(maximum - std::max(kMiB, budget / 8), maximum);
 }
 
+// Writes the report that is asked for. It lacks the count of log lines, which come
+// until the library's end. False if it can't be written.
+bool TellReport(const Options& options, const Table& table, const Losses& losses, Console& console)
+{
+    if (options.reportFile.empty())
+        return true;
+    const Message wrong = WriteReport(options.reportFile, options.folder, table, losses);
+    if (wrong)
+        console.Tell(Text(wrong));
+    return !wrong;
+}
+
 // Loads the folder's files and adds what came of it to the table.
 ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
 {
     TellStart(options);
     const auto start = std::chrono::steady_clock::now();
     StopCheck stop;
-    const FoundFiles found = WalkFolder(options.folder, stop);
+    Losses losses;
+    const FoundFiles found = WalkFolder(options.folder, losses, stop);
     FileCache cache(console);
     U_SetPurgeRequestCallback(&FileCache::OnPurgeRequest, &cache);
-    Loader loader(options.folder, found.names, options.budget, cache, console, stop);
+    Loader loader(options.folder, found.names, options.budget, cache, losses, console, stop);
     const bool ran = loader.Run(options.threads);
     U_SetPurgeRequestCallback(nullptr, nullptr); // the cache ends before the library does
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -96,13 +111,15 @@ ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
                            "files that changed while they were held: ^^1",
                            {std::to_string(cache.Mismatches())}}));
     U_DisplayPostedErrors(); // what the loaders and the walk couldn't show themselves
+    const bool isReported = TellReport(options, *table, losses, console);
     if (stop.HasStopped())
     {
         console.Tell(Text("$$$/QX/FileCache/Told/Stopped="
                           "stopped; the figures are of what was read to its end"));
         return kStopped;
     }
-    return ran && unreadable == 0 && cache.Mismatches() == 0 ? kFine : kFailed;
+    const bool isFine = ran && isReported && unreadable == 0 && cache.Mismatches() == 0;
+    return isFine ? kFine : kFailed;
 }
 
 // What stands ready before the library's birth, and what is wrong with it. That
@@ -217,7 +234,7 @@ int main(int argc, char** argv)
     }
     if (!table.Empty())
     {
-        table.AddCount(texts.logLines, ready.log.Lines());
+        table.AddCount("log_lines", texts.logLines, ready.log.Lines());
         table.Print();
     }
     if (std::fflush(stdout) != 0)

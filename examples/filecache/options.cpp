@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <limits>
 
+#include "report.h"
+
 namespace
 {
 const char* const kUsage[] = {
@@ -23,6 +25,9 @@ const char* const kUsage[] = {
     "  --log FILE         write the library's log lines to FILE\n",
     "$$$/QX/FileCache/Usage/Telemetry="
     "  --telemetry FILE   write figures and errors of the run to FILE as JSON lines\n",
+    "$$$/QX/FileCache/Usage/Report="
+    "  --report FILE      write the figures, and what was unreadable or refused, to\n"
+    "                     FILE: a .json or an .xml\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Help="
@@ -110,10 +115,20 @@ Message ParseLanguage(const char* text, const Language** language)
     return Message();
 }
 
+Message ParseReport(const char* path, std::string* file)
+{
+    if (!HasReportEnding(path))
+        return {"$$$/QX/FileCache/Wrong/ReportEnding="
+                "the report '^^1' ends neither in .json nor in .xml",
+                {path}};
+    *file = path;
+    return Message();
+}
+
 bool TakesValue(const std::string& name)
 {
     return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
-           name == "--dictionary" || name == "--language";
+           name == "--report" || name == "--dictionary" || name == "--language";
 }
 
 Message ParseValue(const std::string& name, const char* value, Options* options)
@@ -132,6 +147,8 @@ Message ParseValue(const std::string& name, const char* value, Options* options)
         options->logFile = value;
     else if (name == "--telemetry")
         options->telemetryFile = value;
+    else if (name == "--report")
+        return ParseReport(value, &options->reportFile);
     else
         options->dictionary = value;
     return Message();

@@ -17,6 +17,7 @@ struct Options
     unsigned int threads = 4;
     std::string logFile;       // empty: log lines are only counted
     std::string telemetryFile; // empty: nothing is told
+    std::string reportFile;    // empty: none is written
     std::string dictionary;    // empty: texts are shown in English
 
     // The language whose dictionary serves instead; null if none was chosen.

@@ -19,26 +19,29 @@ template <typename... Numbers> std::string Format(const char* format, Numbers...
 }
 } // namespace
 
-void Table::AddCount(const std::string& label, U_u64 count)
+void Table::AddCount(const char* name, const std::string& label, U_u64 count)
 {
-    mRows.push_back({label, Format("%12llu", count)});
+    mRows.push_back({name, label, Format("%12llu", count), U_Any(static_cast<U_i64>(count))});
 }
 
-void Table::AddBytes(const std::string& label, U_u64 bytes)
+void Table::AddBytes(const char* name, const std::string& label, U_u64 bytes)
 {
-    mRows.push_back({label, Format("%12llu  %9.1f ", bytes, static_cast<double>(bytes) / kMiB) +
-                                Text("$$$/QX/FileCache/Unit/MiB=MiB")});
+    mRows.push_back({name, label,
+                     Format("%12llu  %9.1f ", bytes, static_cast<double>(bytes) / kMiB) +
+                         Text("$$$/QX/FileCache/Unit/MiB=MiB"),
+                     U_Any(static_cast<U_i64>(bytes))});
 }
 
-void Table::AddChecksum(const std::string& label, U_u64 checksum)
+void Table::AddChecksum(const char* name, const std::string& label, U_u64 checksum)
 {
-    mRows.push_back({label, Format("%016llx", checksum)});
+    const std::string digits = Format("%016llx", checksum);
+    mRows.push_back({name, label, digits, U_Any(digits)});
 }
 
-void Table::AddMeasure(const std::string& label, double number, int decimals,
+void Table::AddMeasure(const char* name, const std::string& label, double number, int decimals,
                        const std::string& unit)
 {
-    mRows.push_back({label, Format("%12.*f ", decimals, number) + unit});
+    mRows.push_back({name, label, Format("%12.*f ", decimals, number) + unit, U_Any(number)});
 }
 
 void Table::Print() const

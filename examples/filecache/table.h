@@ -6,29 +6,36 @@
 #include <string>
 #include <vector>
 
+#include <U_Any.h>
 #include <U_Types.h>
 
 // Rows of a label and a figure. The figures stand below each other, however
-// wide the labels are in the language shown.
+// wide the labels are in the language shown. A row's name is for programs and the
+// same in all languages.
 class Table
 {
 public:
-    void AddCount(const std::string& label, U_u64 count);
-    void AddBytes(const std::string& label, U_u64 bytes); // in MiB too
-    void AddChecksum(const std::string& label, U_u64 checksum);
-    void AddMeasure(const std::string& label, double number, int decimals, const std::string& unit);
+    struct Row
+    {
+        std::string name;
+        std::string label;
+        std::string figure; // as it is shown
+        U_Any value;
+    };
+
+    void AddCount(const char* name, const std::string& label, U_u64 count);
+    void AddBytes(const char* name, const std::string& label, U_u64 bytes); // in MiB too
+    void AddChecksum(const char* name, const std::string& label, U_u64 checksum);
+    void AddMeasure(const char* name, const std::string& label, double number, int decimals,
+                    const std::string& unit);
 
     bool Empty() const { return mRows.empty(); }
+    const std::vector<Row>& Rows() const { return mRows; }
 
     // Writes the rows to stdout.
     void Print() const;
 
 private:
-    struct Row
-    {
-        std::string label;
-        std::string figure;
-    };
     std::vector<Row> mRows;
 };
 

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "unreadable.h"
-
 namespace fs = std::filesystem;
 
 namespace
@@ -12,7 +10,10 @@ namespace
 class Walker
 {
 public:
-    Walker(const fs::path& top, U_UIThrottler& throttler) : mTop(top), mThrottler(throttler) {}
+    Walker(const fs::path& top, Losses& losses, U_UIThrottler& throttler)
+        : mTop(top), mLosses(losses), mThrottler(throttler)
+    {
+    }
 
     FoundFiles Walk()
     {
@@ -58,18 +59,19 @@ private:
 
     void Unreadable(const std::string& name, const std::error_code& error)
     {
-        ReportUnreadable((mTop / name).string(), error.message());
+        mLosses.AddUnreadable((mTop / name).string(), error.message());
         ++mFound.unreadable;
     }
 
     const fs::path mTop;
+    Losses& mLosses;
     U_UIThrottler& mThrottler;
     std::vector<std::string> mWaiting;
     FoundFiles mFound;
 };
 } // namespace
 
-FoundFiles WalkFolder(const std::string& folder, U_UIThrottler& throttler)
+FoundFiles WalkFolder(const std::string& folder, Losses& losses, U_UIThrottler& throttler)
 {
-    return Walker(folder, throttler).Walk();
+    return Walker(folder, losses, throttler).Walk();
 }

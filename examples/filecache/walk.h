@@ -8,6 +8,8 @@
 
 #include <U_Abort.h>
 
+#include "losses.h"
+
 struct FoundFiles
 {
     std::vector<std::string> names; // relative to the folder, in order
@@ -16,7 +18,7 @@ struct FoundFiles
 
 // Walks the folder and all below it, until the throttler tells to stop. Symbolic
 // links aren't followed, and only regular files are found. What can't be looked at
-// is reported, and the walk goes on.
-FoundFiles WalkFolder(const std::string& folder, U_UIThrottler& throttler);
+// goes to the losses, and the walk goes on.
+FoundFiles WalkFolder(const std::string& folder, Losses& losses, U_UIThrottler& throttler);
 
 #endif
