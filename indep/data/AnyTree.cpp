@@ -107,13 +107,14 @@ const U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key
     return U_AnyTreeWrapper(FindChild(key));
 }
 
-// Appends a node without a value, which costs it no allocation.
+// Appends a node without a value, which costs it no allocation. A range of what
+// nodes are made from makes its node in place, where push_back would copy one.
 U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
 {
     static const U_Any& sNothing = *new U_Any(boost::any()); // outlives static destructors
-    const U_AnyTree::value_type node(std::piecewise_construct, std::forward_as_tuple(key),
-                                     std::forward_as_tuple(sNothing));
-    return mTree->push_back(node)->second;
+    const std::pair<const U_UTF16String&, const U_Any&> node(key, sNothing);
+    mTree->insert(mTree->end(), &node, &node + 1);
+    return mTree->back().second;
 }
 
 // Appends what is a tree from then on, and takes it out of the argument.
@@ -194,9 +195,12 @@ void U_AnyTreeWrapper::put(const char* key, const U_Any& value)
 
 void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF16String& json)
 {
-    const U_UTF16String text(json); // a key of what is replaced, perhaps
-    if (!text.empty())
-        Up_JSONReader(text).ReadLevel(*this, false);
+    if (json.empty())
+        return;
+    // The text may be a key or a value of a child that is replaced, so it is read
+    // from a copy; a tree that has no children yet is spared that.
+    const U_UTF16String copy = mTree->empty() ? U_UTF16String() : json;
+    Up_JSONReader(copy.empty() ? json : copy).ReadLevel(*this, false);
 }
 
 U_AnyTree U_AnyTreeWrapper::CreateReverseMapping() const

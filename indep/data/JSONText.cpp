@@ -39,6 +39,7 @@ bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text
     if (last - first < 2 || *first != kQuote || last[-1] != kQuote)
         return false;
     --last;
+    text->reserve(static_cast<std::size_t>(last - first));
     for (const U_u16* at = first + 1; at != last;)
     {
         const U_u16* const end =
