@@ -1,11 +1,13 @@
 // Escaping, and binary data as text.
 
+#include <new>
 #include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "U_Posted.h"
+#include "U_Report.h"
 #include "U_XML.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
@@ -279,4 +281,24 @@ TEST_F(BinaryText, FailedAttemptsLeaveNothingBehind)
             mAlerts.Clear();
         });
     EXPECT_GT(points, 0);
+}
+
+TEST_F(BinaryText, WhatANewHandlerReportsMeanwhileIsQuiet)
+{
+    static int sReports = 0;
+    const auto report = [] {
+        ++sReports;
+        U_ReportError(0, U_Sev_PROBLEM, Units(u"making room"));
+    };
+    const U_UTF8String text = Bytes("0a0b");
+    U_ScAutoArray<unsigned char> data;
+    U_UTF8StringToBinaryData(text, &data); // the thread's levels take memory once
+    const std::new_handler before = std::set_new_handler(report);
+    const long points = FailEachNew([&] { U_UTF8StringToBinaryData(text, &data); }, [](long) {});
+    EXPECT_EQ(points, 1);
+    EXPECT_EQ(sReports, 1);
+    EXPECT_TRUE(mAlerts.Texts().empty());
+    report(); // which is shown otherwise
+    std::set_new_handler(before);
+    EXPECT_EQ(mAlerts.Texts().size(), 1u);
 }

@@ -1,11 +1,14 @@
 #include "U_XMP.h"
 
+#include <new>
 #include <sstream>
 #include <thread>
 #include <vector>
 
 #include <boost/property_tree/xml_parser.hpp>
 #include <gtest/gtest.h>
+
+#include "tests/support/FailingNew.h"
 
 namespace
 {
@@ -85,6 +88,29 @@ TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
     EXPECT_EQ(description.get_child("ns2:title").data(), title);
     EXPECT_EQ(description.get_child("ns2:format").data(), "");
     EXPECT_EQ(description.find("ns1:_a-1.b")->second.data(), "x");
+}
+
+TEST_F(XMP, ObjectStaysWhileItIsWrittenThoughItsHolderGoes)
+{
+    static U_XMPMetaRef* sHolder = nullptr; // has the last reference
+    static unsigned int sLive = 0;          // after that is gone
+    __XMPMeta__* const metadata = zelboxmp::NewMetadata();
+    zelboxmp::SetProperty(metadata, kDublinCore, "title", "kept");
+    sHolder = new U_XMPMetaRef(metadata);
+    zelboxmp::Ordinal6(metadata);
+    std::string packet;
+    {
+        const ScFailingNew failing(1); // in the toolkit
+        std::set_new_handler([] {
+            std::set_new_handler(nullptr);
+            delete sHolder;
+            sLive = zelboxmp::LiveMetadata();
+        });
+        sHolder->Serialize(&packet);
+    }
+    EXPECT_EQ(sLive, mLiveBefore + 2);
+    EXPECT_NE(packet.find(">kept<"), std::string::npos);
+    EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 1);
 }
 
 TEST_F(XMP, NoMetadataIsAnEmptyText)

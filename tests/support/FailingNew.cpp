@@ -7,7 +7,7 @@ namespace
 {
 thread_local long sLeft = 0; // until one fails; 0: none does, negative: one has
 
-void* Allocate(std::size_t size)
+void* AllocateOnce(std::size_t size)
 {
     if (sLeft > 0 && --sLeft == 0)
     {
@@ -15,6 +15,18 @@ void* Allocate(std::size_t size)
         return nullptr;
     }
     return std::malloc(size ? size : 1);
+}
+
+// As the language has it, a new handler is called and then it is tried again.
+void* Allocate(std::size_t size)
+{
+    void* block = AllocateOnce(size);
+    while (!block && std::get_new_handler())
+    {
+        std::get_new_handler()();
+        block = AllocateOnce(size);
+    }
+    return block;
 }
 } // namespace
 

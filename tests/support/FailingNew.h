@@ -4,7 +4,8 @@
 #define TESTS_SUPPORT_FAILINGNEW_H
 
 // Makes the nth operator new from now on throw std::bad_alloc, counted from 1,
-// until the scope ends.
+// until the scope ends. A new handler is called first, and then it succeeds: so a
+// test can do something in the middle of a call.
 class ScFailingNew
 {
 public:

@@ -1,0 +1,11 @@
+// Lines with "error:" mustn't compile, for the reason they tell.
+
+#include "U_XMP.h"
+
+void FromOutside(U_XMPMetaRef& reference, __XMPMeta__* metadata)
+{
+    U_XMPMetaRef none;               // error: private
+    reference.ResetXMPRef(metadata); // error: private
+    (void)reference.mRef;            // error: private
+    reference = U_XMPMetaRef(metadata);
+}
