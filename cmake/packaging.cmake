@@ -26,10 +26,11 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The parts of the platform that hosts include; what its sources share stays here.
 install(FILES platform/control.h platform/export.h DESTINATION ${headers})
-foreach(folder krobase kroview tolv win32 wril)
+foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h
     PATTERN posix EXCLUDE
+    PATTERN packet.h EXCLUDE
     PATTERN *switches.h EXCLUDE)
 endforeach()
 if(TARGET Ualert_sdl)

@@ -142,7 +142,9 @@ void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any value)
         found->second.data() = std::move(value);
         return;
     }
-    const U_UTF16String name(key); // the key may be the child's own
+    // The key may be the child's own.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const U_UTF16String name(key);
     mTree->erase(name);
     Append(name).data() = std::move(value);
 }
@@ -172,6 +174,7 @@ void U_AnyTreeWrapper::put(const U_Any& value)
 void U_AnyTreeWrapper::put(const U_UTF16String& key, const U_AnyTree& tree)
 {
     // Both may belong to what is erased.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const U_UTF16String name(key);
     U_AnyTree copy(tree);
     erase(name);

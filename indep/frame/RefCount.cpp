@@ -80,6 +80,8 @@ U_RCPtrBase::~U_RCPtrBase()
     ClearBase();
 }
 
+// ResetBase leaves an object alone that stays.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 void U_RCPtrBase::operator=(const U_RCPtrBase& other)
 {
     ResetBase(other);

@@ -36,7 +36,7 @@ utility::UTF16String ToUnits(const std::string& bytes)
 
 boost::shared_ptr<boost::any> JSONParse(const utility::UTF16String& text)
 {
-    const auto result = boost::make_shared<boost::any>();
+    auto result = boost::make_shared<boost::any>();
     const utility::UTF8String bytes = utility::UTF16to8(text);
     boost::json::error_code error;
     const boost::json::value value = boost::json::parse(AsChars(bytes), error);
