@@ -14,7 +14,8 @@ bool HasReportEnding(const std::string& path);
 
 // Writes a report on the folder to the path, in UTF-8. What isn't UTF-8 in the
 // names of files becomes U+FFFD, and in XML what that can't carry, too. Returns
-// what is wrong with the file.
+// what is wrong with the file. Of a run that was stopped it has what was read to its
+// end; that it was is told by the program's status.
 //
 // JSON: {"folder":"F","figures":{"files_read":7,...},
 //        "unreadable":[{"path":"P","reason":"R"},...],
