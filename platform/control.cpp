@@ -4,6 +4,7 @@
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
 
+#include "krobase/clock_switch.h"
 #include "krobase/trace_switches.h"
 #include "kroview/switches.h"
 #include "tolv/profile_switches.h"
@@ -31,6 +32,8 @@ void ResetAll()
     win32::ResetBeepCount();
     SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
     SetPhysicalMemory(0, 0);
+    SetTickClock(boost::function<unsigned long long()>());
+    SetWallClock(boost::function<long long()>());
     tolv::ResetSwitches();
 }
 
@@ -119,6 +122,16 @@ unsigned int FlushEventsCount()
 void SetPhysicalMemory(unsigned long long total, unsigned long long available)
 {
     win32::SetPhysicalMemory(total, available);
+}
+
+void SetTickClock(const boost::function<unsigned long long()>& nanoseconds)
+{
+    krobase::utility::SetTickClock(nanoseconds);
+}
+
+void SetWallClock(const boost::function<long long()>& milliseconds)
+{
+    win32::SetWallClock(milliseconds);
 }
 
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)

@@ -109,6 +109,12 @@ PLATFORM_EXPORT unsigned int FlushEventsCount();
 // the real figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 
+// The clocks: what krobase::utility::HighPrecisionTime counts, in nanoseconds, and
+// the time of day, in milliseconds since 1970, UTC. An empty one restores the real
+// clock.
+PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& nanoseconds);
+PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& milliseconds);
+
 // Injected heap failures: the predicate sees the size of every MEM_New...,
 // MEM_Resize... and MEM_Set...Size, on the calling thread with no lock held;
 // true makes the operation fail. An empty one ends it.

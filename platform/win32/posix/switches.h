@@ -11,6 +11,7 @@ void SetActiveCodePage(unsigned int codePage);
 void SetUserLocale(const char* localeId);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
+void SetWallClock(const boost::function<long long()>& milliseconds);
 unsigned int BeepCount();
 void ResetBeepCount();
 void SetWindowProcedure(

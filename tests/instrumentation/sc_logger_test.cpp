@@ -1,0 +1,190 @@
+// Scoped loggers, compiled into the test: the library keeps them to itself.
+
+#include "indep/instrumentation/ScLogger.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <control.h>
+#include <krobase/threads.h>
+
+#include "tests/support/TimeZone.h"
+
+namespace
+{
+bool sOpenFailsWithoutReason = false;
+
+const long long kNow = 1613016306007; // 11 February 2021, 04:05:06.007 UTC
+const char kStamp[] = "02/10/2021 23:05:06.007 ";
+
+class ScLogger : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::remove(mPath.c_str());
+        platform::SetTickClock([this] { return mTicks; });
+        platform::SetWallClock([] { return kNow; });
+    }
+    void TearDown() override
+    {
+        std::remove(mPath.c_str());
+        platform::ResetAll();
+    }
+
+    std::string Written() const
+    {
+        std::ifstream file(mPath);
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+
+    // What a line of the calling thread begins with.
+    static std::string Prefix()
+    {
+        char ids[64];
+        std::snprintf(ids, sizeof(ids), "[%d:%x] ", static_cast<int>(getpid()),
+                      krobase::threads::GetCurrentThreadID());
+        return std::string(ids) + kStamp;
+    }
+
+    const std::string mPath = testing::TempDir() + "sc_logger_" + std::to_string(getpid());
+    const ScTimeZone mZone{"EST5"};
+    unsigned long long mTicks = 0; // nanoseconds
+};
+
+class PlainLogger : public U_ScGlobalLogger
+{
+public:
+    explicit PlainLogger(const char* pathname) : U_ScGlobalLogger(pathname) { stampLines = false; }
+};
+
+int ThrownFor(const std::string& path)
+{
+    try
+    {
+        errno = EPERM; // of an earlier failure
+        U_ScGlobalLogger logger(path.c_str());
+        return 0;
+    }
+    catch (int code)
+    {
+        return code;
+    }
+}
+} // namespace
+
+// The linker gives the loggers this one for theirs.
+extern "C" std::FILE* __real_fopen(const char* path, const char* mode);
+extern "C" std::FILE* __wrap_fopen(const char* path, const char* mode);
+extern "C" std::FILE* __wrap_fopen(const char* path, const char* mode)
+{
+    return sOpenFailsWithoutReason ? nullptr : __real_fopen(path, mode);
+}
+
+TEST_F(ScLogger, EachSpanIsAppendedWithItsLength)
+{
+    struct Row
+    {
+        unsigned long long start, end;
+        const char* delta;
+    };
+    const Row rows[] = {
+        {1000, 1500001000, "1.500"},
+        {5000000000, 3500000000, "1.500"}, // a clock that runs backwards
+        {7, 499999, "0.000"},
+        {0, 1ull << 63, "9223372036.855"},
+    };
+    std::string expected = "old\n";
+    std::ofstream(mPath) << expected;
+    for (const Row& row : rows)
+    {
+        mTicks = row.start;
+        {
+            U_ScGlobalLogger logger(mPath.c_str());
+            mTicks = row.end;
+        }
+        expected +=
+            Prefix() + " * log start\n" + Prefix() + " * log end: delta=" + row.delta + "\n";
+        EXPECT_EQ(Written(), expected);
+    }
+}
+
+TEST_F(ScLogger, LinesAreInTheFileWhenTheirCallReturns)
+{
+    U_ScGlobalLogger logger(mPath.c_str());
+    std::string expected = Prefix() + " * log start\n";
+    EXPECT_EQ(Written(), expected);
+
+    const std::string longer(100000, 'x');
+    logger.Printf("\t%llu\t%s", ~0ull, longer.c_str());
+    expected += Prefix() + "\t18446744073709551615\t" + longer + "\n";
+    EXPECT_EQ(Written(), expected);
+
+    std::thread([&] {
+        logger.Printf("%s", "");
+        expected += Prefix() + "\n";
+    }).join();
+    EXPECT_EQ(Written(), expected);
+}
+
+TEST_F(ScLogger, WithoutStampsLinesAreTheirTextAlone)
+{
+    const std::string start = Prefix() + " * log start\n"; // stamped until told otherwise
+    {
+        PlainLogger logger(mPath.c_str());
+        logger.Printf("%d%%", 7);
+    }
+    EXPECT_EQ(Written(), start + "7%\n * log end: delta=0.000\n");
+}
+
+TEST_F(ScLogger, AFileThatCannotBeOpenedThrowsTheReason)
+{
+    EXPECT_EQ(ThrownFor(mPath + "/missing/file"), ENOENT);
+    EXPECT_EQ(ThrownFor(testing::TempDir()), EISDIR);
+    sOpenFailsWithoutReason = true;
+    EXPECT_EQ(ThrownFor(mPath), 0);
+    {
+        U_ScGlobalLogger logger(mPath.c_str());
+        logger.Printf("nowhere");
+    }
+    sOpenFailsWithoutReason = false;
+    EXPECT_EQ(Written(), "");
+}
+
+TEST_F(ScLogger, AFullDiskLosesLinesButTheNextOneIsWhole)
+{
+    U_ScGlobalLogger nothing("/dev/full");
+    for (int line = 0; line < 1000; ++line)
+        nothing.Printf("line %d", line);
+
+    const auto fillAndGoOn = [this] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        PlainLogger logger(mPath.c_str());
+        rlimit limit;
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlim_t unlimited = limit.rlim_cur;
+        limit.rlim_cur = Written().size() + 10;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        for (int line = 1; line <= 4; ++line)
+            logger.Printf("line %d", line);
+        limit.rlim_cur = unlimited;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        logger.Printf("line 5");
+        logger.Printf("line 6");
+        const std::string written = Written();
+        std::fputs(written.substr(written.find("start\n")).c_str(), stderr);
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(fillAndGoOn(), testing::ExitedWithCode(0),
+                "^start\nline 1\nlin\nline 5\nline 6\n$");
+}
