@@ -34,6 +34,7 @@ void ResetAll()
     SetPhysicalMemory(0, 0);
     SetTickClock(boost::function<unsigned long long()>());
     SetWallClock(boost::function<long long()>());
+    SetMissingFunction(nullptr);
     tolv::ResetSwitches();
 }
 
@@ -132,6 +133,11 @@ void SetTickClock(const boost::function<unsigned long long()>& nanoseconds)
 void SetWallClock(const boost::function<long long()>& milliseconds)
 {
     win32::SetWallClock(milliseconds);
+}
+
+void SetMissingFunction(const char* name)
+{
+    win32::SetMissingFunction(name);
 }
 
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)

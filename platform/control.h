@@ -115,6 +115,10 @@ PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long l
 PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& nanoseconds);
 PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& milliseconds);
 
+// One of the operating system's functions of dates that it lacks: GetProcAddress
+// doesn't find it and a call fails. Null for none.
+PLATFORM_EXPORT void SetMissingFunction(const char* name);
+
 // Injected heap failures: the predicate sees the size of every MEM_New...,
 // MEM_Resize... and MEM_Set...Size, on the calling thread with no lock held;
 // true makes the operation fail. An empty one ends it.

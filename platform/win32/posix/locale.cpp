@@ -1,14 +1,17 @@
 #include <win32/locale.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
 
 #include <unicode/uloc.h>
 #include <unicode/unum.h>
 #include <win32/text.h>
 
 #include "switches.h"
+#include "user_locale.h"
 
 namespace win32
 {
@@ -27,8 +30,21 @@ struct alignas(4) NumberMarks
 
 const NumberMarks kAmericanMarks = {'.', ','};
 
-// Kept instead of the locale, so that asking for them is one load.
+// Kept beside the locale, so that asking for them is one load.
 std::atomic<NumberMarks> sMarks(kAmericanMarks);
+
+struct UserLocale
+{
+    boost::mutex mLock; // guards mId
+    std::string mId = "en_US";
+};
+
+// Never destroyed: threads may ask until the process is gone.
+UserLocale& TheUserLocale()
+{
+    static UserLocale* const sUserLocale = new UserLocale;
+    return *sUserLocale;
+}
 
 // ICU has the narrow no-break space for some languages. No code page has that
 // one, and the system's own data has the plain one instead.
@@ -76,12 +92,6 @@ NumberMarks MarksOf(const char* localeId)
             Mark(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL)};
 }
 
-int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
-}
-
 // The item's text, of one unit or none.
 struct ItemText
 {
@@ -105,8 +115,16 @@ unsigned int FindItem(unsigned int locale, unsigned int item, ItemText* text)
 
 void SetUserLocale(const char* localeId)
 {
-    sMarks.store(localeId && IsKnownLanguage(localeId) ? MarksOf(localeId) : kAmericanMarks,
-                 std::memory_order_relaxed);
+    const char* const id = localeId && IsKnownLanguage(localeId) ? localeId : "en_US";
+    sMarks.store(MarksOf(id), std::memory_order_relaxed);
+    boost::lock_guard<boost::mutex> lock(TheUserLocale().mLock);
+    TheUserLocale().mId = id;
+}
+
+std::string UserLocaleId()
+{
+    boost::lock_guard<boost::mutex> lock(TheUserLocale().mLock);
+    return TheUserLocale().mId;
 }
 
 int GetLocaleInfoW(unsigned int locale, unsigned int item, unsigned short* buffer, int size)
@@ -114,14 +132,7 @@ int GetLocaleInfoW(unsigned int locale, unsigned int item, unsigned short* buffe
     ItemText text;
     if (const unsigned int error = FindItem(locale, item, &text))
         return Fail(error);
-    if (size < 0 || (size > 0 && !buffer))
-        return Fail(kErrorInvalidParameter);
-    if (size == 0)
-        return text.Size();
-    if (size < text.Size())
-        return Fail(kErrorInsufficientBuffer);
-    std::copy_n(text.mUnits, text.Size(), buffer);
-    return text.Size();
+    return StoreUnits(text.mUnits, text.Size(), buffer, size);
 }
 
 int GetLocaleInfoA(unsigned int locale, unsigned int item, char* buffer, int size)

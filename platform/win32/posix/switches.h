@@ -12,6 +12,7 @@ void SetUserLocale(const char* localeId);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 void SetWallClock(const boost::function<long long()>& milliseconds);
+void SetMissingFunction(const char* name);
 unsigned int BeepCount();
 void ResetBeepCount();
 void SetWindowProcedure(

@@ -1,0 +1,152 @@
+#include "date_pictures.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace win32
+{
+namespace
+{
+const char16_t kQuote = u'\'';
+
+// A run of one letter that stands for a part of the date, or literal text.
+struct Piece
+{
+    char16_t mLetter; // 0 for literal text
+    std::size_t mCount;
+    std::u16string mText;
+};
+
+bool IsLetter(char16_t unit)
+{
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+}
+
+bool IsPictureLetter(char16_t unit)
+{
+    return std::u16string_view(u"dMyYg").find(unit) != std::u16string_view::npos;
+}
+
+// Takes pieces one by one; literal text that meets becomes one piece.
+class Pieces
+{
+public:
+    void AddLetter(char16_t letter)
+    {
+        if (mPieces.empty() || mPieces.back().mLetter != letter)
+            mPieces.push_back({letter, 0, {}});
+        ++mPieces.back().mCount;
+    }
+
+    void AddText(char16_t unit)
+    {
+        if (mPieces.empty() || mPieces.back().mLetter)
+            mPieces.push_back({0, 0, {}});
+        mPieces.back().mText += unit;
+    }
+
+    std::vector<Piece> mPieces;
+};
+
+// Both notations quote alike: text between quotes, and two quotes for one.
+std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t))
+{
+    Pieces pieces;
+    bool quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        const char16_t unit = text[i];
+        if (unit != kQuote)
+        {
+            if (!quoted && isField(unit))
+                pieces.AddLetter(unit);
+            else
+                pieces.AddText(unit);
+        }
+        else if (i + 1 < text.size() && text[i + 1] == kQuote)
+        {
+            pieces.AddText(kQuote);
+            ++i;
+        }
+        else
+        {
+            quoted = !quoted;
+        }
+    }
+    return pieces.mPieces;
+}
+
+std::u16string Quoted(const std::u16string& text)
+{
+    const auto isSpecial = [](char16_t unit) { return unit == kQuote || IsLetter(unit); };
+    if (std::none_of(text.begin(), text.end(), isSpecial))
+        return text;
+    std::u16string quoted(1, kQuote);
+    for (char16_t unit : text)
+        quoted.append(unit == kQuote ? 2 : 1, unit);
+    return quoted + kQuote;
+}
+
+std::u16string PictureField(const Piece& piece)
+{
+    switch (piece.mLetter)
+    {
+    case u'd':
+        return std::u16string(std::min<std::size_t>(piece.mCount, 2), u'd');
+    case u'E':
+    case u'c':
+        return piece.mCount == 4 ? u"dddd" : u"ddd";
+    case u'M':
+    case u'L':
+        return std::u16string(std::min<std::size_t>(piece.mCount, 4), u'M');
+    case u'y':
+        return piece.mCount == 2 ? u"yy" : u"yyyy";
+    case u'G':
+        return u"gg";
+    default:
+        return {};
+    }
+}
+
+bool IsDayNumber(const Piece& piece)
+{
+    return piece.mLetter == u'd' && piece.mCount <= 2;
+}
+
+std::u16string PatternField(const Piece& piece, bool hasDayNumber)
+{
+    const std::size_t count = std::min<std::size_t>(piece.mCount, 4);
+    switch (piece.mLetter)
+    {
+    case u'd':
+        if (IsDayNumber(piece))
+            return std::u16string(count, u'd');
+        return std::u16string(count, u'c'); // a picture has one form of a day's name
+    case u'M': // "1 May" and "May" alone take different forms in some languages
+        return std::u16string(count, hasDayNumber || count < 3 ? u'M' : u'L');
+    case u'g':
+        return u"G";
+    default:
+        return piece.mCount == 2 ? u"yy" : u"y";
+    }
+}
+} // namespace
+
+std::u16string PictureOf(std::u16string_view pattern)
+{
+    std::u16string picture;
+    for (const Piece& piece : Split(pattern, &IsLetter))
+        picture += piece.mLetter ? PictureField(piece) : Quoted(piece.mText);
+    return picture;
+}
+
+std::u16string PatternOf(std::u16string_view picture)
+{
+    const std::vector<Piece> pieces = Split(picture, &IsPictureLetter);
+    const bool hasDayNumber = std::any_of(pieces.begin(), pieces.end(), &IsDayNumber);
+    std::u16string pattern;
+    for (const Piece& piece : pieces)
+        pattern += piece.mLetter ? PatternField(piece, hasDayNumber) : Quoted(piece.mText);
+    return pattern;
+}
+} // namespace win32
