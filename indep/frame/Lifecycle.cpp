@@ -16,6 +16,7 @@
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Translators.h"
+#include "text/Date.h"
 #include "text/FormatNum.h"
 #include "text/LStrList.h"
 
@@ -47,6 +48,7 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return U_ZBirthLStrCacheList(); },
     [](const char*) { return U_ZLocaleBirth(); },
     [](const char*) { return Up_HogBirth(); },
+    [](const char*) { return Up_DateBirth(); },
     [](const char*) { return Up_ErrorsBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
     [](const char*) { return Up_MakeXMLEscapes(); },

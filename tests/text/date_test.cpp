@@ -1,0 +1,260 @@
+// Dates, second counts and the zone.
+
+#include "U_Date.h"
+
+#include <stdexcept>
+#include <string>
+
+#include <boost/date_time/posix_time/posix_time.hpp>
+
+#include <control.h>
+
+#include "U_Lifecycle.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
+#include "tests/support/TimeZone.h"
+
+namespace
+{
+using boost::posix_time::ptime;
+using boost::posix_time::time_from_string;
+
+typedef BornLibrary Dates;
+
+const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
+const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
+
+std::string Shown(U_u32 seconds, int type, int display, bool showSeconds = true)
+{
+    return Narrow(U_SecondsToDateTimeString(seconds, static_cast<U_DateType>(type),
+                                            static_cast<U_DateTimeDisplay>(display), showSeconds));
+}
+
+// Of a time in UTC.
+void SetNow(const char* time)
+{
+    const long long milliseconds =
+        (time_from_string(time) - ptime(boost::gregorian::date(1970, 1, 1))).total_milliseconds();
+    platform::SetWallClock([milliseconds] { return milliseconds; });
+}
+} // namespace
+
+TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
+{
+    struct Row
+    {
+        const char *locale, *shortDate, *longDate, *abbreviated, *time, *timeWithoutSeconds;
+    };
+    const Row rows[] = {
+        {"en_US", "12/3/2025", "Wednesday, December 3, 2025", "Wed, Dec 3, 2025", "3:02:01 PM",
+         "3:02 PM"},
+        {"de_DE", "03.12.2025", "Mittwoch, 3. Dezember 2025", "Mi, 3. Dez. 2025", "15:02:01",
+         "15:02"},
+        {"ja_JP", "2025/12/03", "2025年12月3日水曜日", "2025年12月3日水", "15:02:01", "15:02"},
+        {"ar_EG", "٣\u200f/١٢\u200f/٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥",
+         "٣:٠٢:٠١ م", "٣:٠٢ م"},
+        {"es_ES", "3/12/2025", "miércoles, 3 de diciembre de 2025", "mié, 3 de dic de 2025",
+         "15:02:01", "15:02"},
+        {"th_TH", "3/12/2568", "วันพุธที่ 3 ธันวาคม พ.ศ. 2568", "พ.ที่ 3 ธ.ค. พ.ศ. 2568", "15:02:01",
+         "15:02"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.locale);
+        platform::SetUserLocale(row.locale);
+        const std::string dates[] = {row.shortDate, row.longDate, row.abbreviated, row.shortDate};
+        for (int type = 0; type < 4; ++type)
+        {
+            EXPECT_EQ(Shown(kAfternoon, type, U_DateTimeDisplay_Date), dates[type]);
+            EXPECT_EQ(Shown(kAfternoon, type, U_DateTimeDisplay_DateAndTime),
+                      dates[type] + ", " + row.time);
+        }
+        EXPECT_EQ(Shown(kAfternoon, -1, -1), row.shortDate);
+        EXPECT_EQ(Shown(kAfternoon, 0, U_DateTimeDisplay_Time), row.time);
+        EXPECT_EQ(Shown(kAfternoon, 0, 3, false), row.timeWithoutSeconds);
+    }
+}
+
+TEST_F(Dates, TheWholeRangeIsShownAsItStands)
+{
+    struct Row
+    {
+        U_u32 seconds;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {0, "Fri, Jan 1, 1904, 12:00:00 AM"},
+        {2082844799, "Wed, Dec 31, 1969, 11:59:59 PM"},
+        {0x7FFFFFFF, "Wed, Jan 19, 1972, 3:14:07 AM"},
+        {3824193600, "Fri, Mar 7, 2025, 12:00:00 PM"},
+        {4230328447, "Tue, Jan 19, 2038, 3:14:07 AM"},
+        {4230328448, "Fri, Dec 13, 1901, 8:45:52 PM"},
+        {0xFFFFFFFF, "Thu, Dec 31, 1903, 11:59:59 PM"},
+    };
+    const ScTimeZone zone(kNewYork); // has no say
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(row.seconds, U_DateType_Abbreviated, U_DateTimeDisplay_DateAndTime),
+                  row.expected);
+}
+
+TEST_F(Dates, WhatTheSystemLacksIsLeftOut)
+{
+    struct Row
+    {
+        const char *missing, *expected;
+    };
+    const Row rows[] = {
+        {"EnumDateFormatsExEx", "Mi, Dez. 3, 2025, 15:02:01"},
+        {"GetDateFormatW", "15:02:01"},
+        {"GetTimeFormatW", "Mi, 3. Dez. 2025"},
+        {nullptr, "Mi, 3. Dez. 2025, 15:02:01"},
+    };
+    platform::SetUserLocale("de_DE");
+    // Found at birth, or missing by then.
+    for (const bool bornWithout : {false, true})
+    {
+        for (const Row& row : rows)
+        {
+            platform::SetMissingFunction(row.missing);
+            if (bornWithout)
+            {
+                ASSERT_EQ(U_Death(), 0);
+                ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+                if (row.missing == rows[0].missing)
+                    platform::SetMissingFunction(nullptr); // too late
+            }
+            EXPECT_EQ(Shown(kAfternoon, U_DateType_Abbreviated, U_DateTimeDisplay_DateAndTime),
+                      row.expected);
+        }
+    }
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(Dates, SecondCountsStandForTimesBothWays)
+{
+    struct Row
+    {
+        U_u32 seconds;
+        const char* time;
+    };
+    const Row rows[] = {
+        {0, "1904-01-01 00:00:00"},          {2082844800, "1970-01-01 00:00:00"},
+        {0x7FFFFFFF, "1972-01-19 03:14:07"}, {0x80000000, "1972-01-19 03:14:08"},
+        {0xFFFFFFFF, "2040-02-06 06:28:15"},
+    };
+    const ScTimeZone zone(kNewYork);
+    for (const U_SecondsType type : {U_SecondsType_AsIs, static_cast<U_SecondsType>(-1)})
+    {
+        for (const Row& row : rows)
+        {
+            const ptime time = time_from_string(row.time);
+            EXPECT_EQ(U_SecondsToPtime(row.seconds, type), time);
+            EXPECT_EQ(U_PtimeToSeconds(time, type), row.seconds);
+            EXPECT_EQ(U_PtimeToSeconds(time + boost::posix_time::microseconds(999999), type),
+                      row.seconds);
+        }
+        EXPECT_EQ(U_PtimeToSeconds(time_from_string("1903-12-31 23:59:58.5"), type), 0xFFFFFFFF);
+        EXPECT_EQ(U_PtimeToSeconds(time_from_string("2040-02-06 06:28:16"), type), 0u);
+    }
+}
+
+TEST_F(Dates, LocalCountsTakeTheOffsetOfTheDateAndGiveBackTodays)
+{
+    struct Row
+    {
+        const char *utc, *local;
+    };
+    const Row toLocal[] = {
+        {"2021-07-01 12:00:00", "2021-07-01 08:00:00"},
+        {"2021-01-01 12:00:00", "2021-01-01 07:00:00"},
+        {"1970-01-01 00:00:00", "1969-12-31 19:00:00"},
+        {"1969-12-31 23:59:59", "1969-12-31 23:59:59"}, // isn't converted
+    };
+    const ScTimeZone zone(kNewYork);
+    for (const Row& row : toLocal)
+        EXPECT_EQ(U_PtimeToSeconds(time_from_string(row.utc), U_SecondsType_Local),
+                  U_PtimeToSeconds(time_from_string(row.local), U_SecondsType_AsIs));
+
+    const U_u32 seconds =
+        U_PtimeToSeconds(time_from_string("2021-07-01 08:00:00"), U_SecondsType_AsIs);
+    SetNow("2026-07-15 09:00:00");
+    EXPECT_EQ(U_SecondsToPtime(seconds, U_SecondsType_Local),
+              time_from_string("2021-07-01 12:00:00"));
+    SetNow("2026-01-15 09:00:00");
+    EXPECT_EQ(U_SecondsToPtime(seconds, U_SecondsType_Local),
+              time_from_string("2021-07-01 13:00:00"));
+    EXPECT_EQ(U_SecondsToPtime(0xFFFFFFFF, U_SecondsType_Local),
+              time_from_string("2040-02-06 11:28:15"));
+}
+
+TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
+{
+    struct Row
+    {
+        const char *zone, *now, *expected;
+    };
+    const Row rows[] = {
+        {"ZZZ11", "2026-01-15 05:00:00", "-11"},
+        {"ZZZ10", "2026-01-15 12:00:00", "-10"},
+        {"ZZZ9", "2026-01-15 12:00:00", "-09"},
+        {"ZZZ8", "2026-01-15 02:00:00", "PST"},
+        {"ZZZ7", "2026-01-15 12:00:00", "MST"},
+        {"ZZZ6", "2026-01-15 12:00:00", "CST"},
+        {kNewYork, "2026-01-15 04:59:00", "EST"},
+        {kNewYork, "2026-07-15 04:30:00", "EST"},
+        {kNewYork, "2026-07-15 12:00:00", "EST"},
+        {"ZZZ4", "2026-01-15 12:00:00", "-04"},
+        {"ZZZ1", "2026-01-15 00:30:00", "-01"},
+        {"ZZZ0", "2026-01-15 12:00:00", "GMT"},
+        {"ZZZ-1", "2026-01-15 23:30:00", "+01"},
+        {"ZZZ-11", "2026-01-15 12:00:00", "+11"},
+        {"ZZZ-12", "2026-01-15 13:00:00", "+12"},
+        {"ZZZ-13", "2026-01-15 12:00:00", "-11"},
+        {"ZZZ12", "2026-01-15 20:00:00", "+12"},
+        {"ZZZ-14", "2026-01-15 05:00:00", "-10"},
+        {"<+0530>-5:30", "2026-01-15 04:29:59", "+05"},
+        {"<+0530>-5:30", "2026-01-15 04:30:00", "+06"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.zone) + " at " + row.now);
+        const ScTimeZone zone(row.zone);
+        SetNow(row.now);
+        std::tm local = {};
+        std::string name;
+        EXPECT_EQ(U_DateTimeZoneNow(&local, name), 0);
+        EXPECT_EQ(name, row.expected);
+    }
+
+    const ScTimeZone zone(kNewYork);
+    SetNow("2026-07-15 03:05:06");
+    std::tm local = {};
+    std::string name;
+    ASSERT_EQ(U_DateTimeZoneNow(&local, name), 0);
+    EXPECT_EQ(boost::posix_time::ptime_from_tm(local), time_from_string("2026-07-14 23:05:06"));
+    EXPECT_GT(local.tm_isdst, 0);
+    EXPECT_EQ(local.tm_wday, 2);
+}
+
+TEST_F(Dates, ABrokenClockIsAnErrorWhereTheTimeIsNeeded)
+{
+    platform::SetWallClock([] { return -1ll; });
+    std::tm local = {};
+    local.tm_year = 7;
+    std::string name = "before";
+    EXPECT_EQ(U_DateTimeZoneNow(&local, name), 14);
+    EXPECT_EQ(local.tm_year, 7);
+    EXPECT_EQ(name, "before");
+    EXPECT_EQ(mAlerts.Texts().size(), 1u);
+    EXPECT_EQ(U_DateTimeZoneNow(nullptr, name), 3);
+    try
+    {
+        U_SecondsToPtime(0, U_SecondsType_Local);
+        ADD_FAILURE() << "nothing thrown";
+    }
+    catch (const std::runtime_error& error)
+    {
+        EXPECT_STREQ(error.what(), "could not convert calendar time to UTC time");
+    }
+    EXPECT_EQ(U_SecondsToPtime(0, U_SecondsType_AsIs), time_from_string("1904-01-01 00:00:00"));
+}

@@ -1,0 +1,103 @@
+// Second counts, the time now and its zone.
+
+#include <cassert>
+#include <stdexcept>
+
+#include <boost/date_time/c_local_time_adjustor.hpp>
+#include <boost/date_time/posix_time/conversion.hpp>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <win32/wall_clock.h>
+
+#include "U_Date.h"
+#include "indep/errors/Refuse.h"
+#include "indep/frame/Guard.h"
+
+using boost::posix_time::ptime;
+
+namespace
+{
+typedef boost::date_time::c_local_adjustor<ptime> LocalTime;
+
+const U_i64 kMicroseconds = 1000000; // a second
+const U_u32 kLargestStep = 0x7FFFFFFF;
+
+const int kFirstZone = -11;
+const int kLastZone = 12;
+const char* const kZones[] = {"-11", "-10", "-09", "PST", "MST", "CST", "EST", "-04",
+                              "-03", "-02", "-01", "GMT", "+01", "+02", "+03", "+04",
+                              "+05", "+06", "+07", "+08", "+09", "+10", "+11", "+12"};
+
+ptime Start()
+{
+    return ptime(boost::gregorian::date(1904, 1, 1));
+}
+
+// A broken-down time that the system may have refused to give.
+const std::tm& Converted(const std::tm* record)
+{
+    if (!record)
+        throw std::runtime_error("could not convert calendar time to UTC time");
+    return *record;
+}
+
+// Local minus UTC.
+boost::posix_time::time_duration OffsetOfToday()
+{
+    const long long now = win32::_time64(nullptr);
+    const ptime utc = boost::posix_time::ptime_from_tm(Converted(win32::_gmtime64(&now)));
+    return LocalTime::utc_to_local(utc) - utc;
+}
+
+const char* ZoneName(int offset)
+{
+    if (offset < kFirstZone)
+        offset += 24;
+    if (offset > kLastZone)
+        offset -= 24;
+    assert(offset >= kFirstZone && offset <= kLastZone);
+    return kZones[offset - kFirstZone];
+}
+} // namespace
+
+U_Status U_DateTimeZoneNow(std::tm* out, std::string& zone)
+{
+    if (!out)
+        return RefuseArgument("U_DateTimeZoneNow: no place for the time");
+    return Guarded([&] {
+        const long long now = win32::_time64(nullptr);
+        const int utcHour = Converted(win32::_gmtime64(&now)).tm_hour;
+        const std::tm local = Converted(win32::_localtime64(&now));
+        zone = ZoneName(local.tm_hour - (local.tm_isdst > 0 ? 1 : 0) - utcHour);
+        *out = local;
+    });
+}
+
+U_u32 U_PtimeToSeconds(const ptime& time, U_SecondsType type)
+{
+    ptime moment = time;
+    if (type == U_SecondsType_Local)
+    {
+        try
+        {
+            moment = LocalTime::utc_to_local(time);
+        }
+        catch (const std::out_of_range&) // before 1970
+        {
+        }
+    }
+    return static_cast<U_u32>((moment - Start()).total_microseconds() / kMicroseconds);
+}
+
+ptime U_SecondsToPtime(U_u32 seconds, U_SecondsType type)
+{
+    ptime time = Start();
+    if (type == U_SecondsType_Local)
+        time -= OffsetOfToday();
+    if (seconds > kLargestStep)
+    {
+        time += boost::posix_time::seconds(kLargestStep);
+        seconds -= kLargestStep;
+    }
+    return time + boost::posix_time::seconds(seconds);
+}

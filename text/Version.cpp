@@ -1,0 +1,111 @@
+// Version words as text.
+
+#include <cstdio>
+
+#include "U_Date.h"
+#include "U_Encoding.h"
+#include "U_String.h"
+#include "U_ZString.h"
+#include "indep/errors/Refuse.h"
+#include "indep/errors/Strings.h"
+
+namespace
+{
+const char kDebugSuffix[] = "$$$/private/QXDebugVersionSuffix=^I";
+const U_u32 kDebugBuild = 1u << 31;
+const U_u32 kNoStageLetter = 3;
+const char kStageLetter = 'x';
+
+// Indices of texts.
+const U_u32 kWindows = 57;
+const U_u32 kUnknown = 65;
+
+// Sizes of texts in bytes.
+const std::size_t kVersionSize = 256;
+const std::size_t kSuffixSize = 16;
+const std::size_t kNameSize = 200;
+
+U_u32 Field(U_u32 version, int firstBit, int bits)
+{
+    return version >> firstBit & ((1u << bits) - 1);
+}
+
+// A ZString, null for none.
+const char* ArchitectureOf(U_u32 version)
+{
+    switch (Field(version, 22, 4))
+    {
+    case 0:
+        return nullptr;
+    case 3:
+        return Up_ZStringOf(kWindows);
+    case 10:
+        return "$$$/QX/U/ARCH/MacintoshPPC=Macintosh PPC";
+    case 11:
+        return "$$$/QX/U/ARCH/MacintoshIntel=Macintosh Intel";
+    case 12:
+        return "$$$/QX/U/ARCH/Windows64=Windows 64";
+    case 13:
+        return "$$$/QX/U/ARCH/Macintosh64=Macintosh 64";
+    default:
+        return Up_ZStringOf(kUnknown);
+    }
+}
+
+// The numbers of a version, such as "9.0.1x5".
+struct Numbers
+{
+    explicit Numbers(U_u32 version)
+    {
+        int length = Append(0, "%u.%u", Field(version, 26, 4) << 3 | Field(version, 19, 3),
+                            Field(version, 15, 4));
+        if (const U_u32 bugFix = Field(version, 11, 4))
+            length = Append(length, ".%u", bugFix);
+        if (Field(version, 9, 2) != kNoStageLetter)
+            Append(length, "%c%u", kStageLetter, Field(version, 0, 9));
+    }
+
+    template <class... Values> int Append(int length, const char* format, Values... values)
+    {
+        return length + std::snprintf(mText + length, sizeof(mText) - static_cast<size_t>(length),
+                                      format, values...);
+    }
+
+    char mText[32];
+};
+
+bool ShowsDebugSuffix(U_u32 version, bool noDebugSuffix)
+{
+    return (version & kDebugBuild) && !noDebugSuffix;
+}
+} // namespace
+
+U_UTF16String U_UTF16Version(U_u32 version, bool noDebugSuffix)
+{
+    U_UTF16String text = U_AsciiToUTF16String(Numbers(version).mText);
+    if (ShowsDebugSuffix(version, noDebugSuffix))
+        text += U_ZStringToUTF16String(kDebugSuffix);
+    const char* const architecture = ArchitectureOf(version);
+    const U_UTF16String name =
+        architecture ? U_ZStringToUTF16String(architecture) : U_UTF16String();
+    return name.empty() ? text : text + U_u16(' ') + name;
+}
+
+U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out)
+{
+    if (!out)
+        return RefuseArgument("U_AsciiVersion: no buffer");
+    char suffix[kSuffixSize] = "";
+    U_Status failure = 0;
+    if (ShowsDebugSuffix(version, noDebugSuffix))
+        failure = U_ZStringToMBRaw(kDebugSuffix, sizeof(suffix), suffix);
+    char name[kNameSize] = "";
+    U_Status noName = 0;
+    if (const char* const architecture = ArchitectureOf(version))
+        noName = U_ZStringToMBRaw(architecture, sizeof(name), name);
+
+    const Numbers numbers(version);
+    const char* const form = *name ? "%s%s (%s)" : "%s%s";
+    std::snprintf(out, kVersionSize, form, numbers.mText, suffix, name);
+    return failure ? failure : noName;
+}
