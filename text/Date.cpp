@@ -72,7 +72,7 @@ U_UTF16String DateText(const win32::SYSTEMTIME& time, U_DateType type)
         flags = win32::kDateShortDate;
     if (type == U_DateType_Long)
         flags = win32::kDateLongDate;
-    Picture picture;
+    Picture picture = {};
     const bool abbreviated = type == U_DateType_Abbreviated;
     if (abbreviated)
         FindAbbreviated(&picture);
