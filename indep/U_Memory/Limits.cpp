@@ -15,6 +15,7 @@
 #include <wril/wril.h>
 
 #include "indep/U_Memory/Budget.h"
+#include "indep/U_Memory/MemoryLog.h"
 #include "indep/errors/Refuse.h"
 
 namespace
@@ -69,6 +70,8 @@ void Up_ReadBudgetSettings()
         Setting("MemoryFudgeBuffer2", std::to_string(kDefaultFudgeBuffer));
     sFudgeBuffer = std::strtoll(fudgeBuffer.c_str(), nullptr, 10);
     sGoDirect = FlagSetting("MemoryAccountDirect2", true);
+    if (FlagSetting("MemoryYoYoLog", false))
+        Up_StartMemoryLog();
     WRIL_sprintf(0, "U", "Up_InitializeMemorySubsystem", "fudgebuffer=%lld, goDirect=%d",
                  sFudgeBuffer, sGoDirect);
 }

@@ -1,0 +1,112 @@
+#include "indep/U_Memory/MemoryLog.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include <boost/function.hpp>
+#include <krobase/debug.h>
+#include <krobase/executor.h>
+#include <krobase/text.h>
+#include <krobase/threads.h>
+
+#include "U_Budget.h"
+#include "U_Encoding.h"
+#include "U_MemServices.h"
+#include "indep/frame/Guard.h"
+#include "indep/instrumentation/ScLogger.h"
+
+namespace
+{
+using namespace krobase::threads;
+
+const char kHeader[] =
+    "\tvirtual\tdelta_virtual\tcalc_mem\tdiff_mem\tcalc_u\tdiff_u\tslop\tdeltaslop\tcalc\tdiff_calc"
+    "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
+    "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
+
+// The log thread's, once it runs. The logger is never destroyed: each line has been
+// flushed, and the end of the process closes the file.
+U_ScGlobalLogger* sLogger = nullptr;
+U_MemoryStats sPrevious = {};
+int sInterval = 1000; // milliseconds
+
+// Ends the thread with the process.
+boost::shared_ptr<AsyncThreadedExecutor> sExecutor;
+
+// An interval of 0 would keep the thread from ever ending.
+int ReadInterval()
+{
+    const std::string text = krobase::debug::DebugDatabase::Instance().GetEntry(
+        "MemoryYoYoLogInterval", std::to_string(sInterval).c_str());
+    const long most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::strtol(text.c_str(), nullptr, 10), 1L, most));
+}
+
+U_UTF8String PathOfLog()
+{
+    const std::string path = "/bc_memory." + std::to_string(GetCurrentProcessID()) + ".log";
+    return krobase::utility::UTF16to8(U_AsciiToUTF16String(path.c_str()));
+}
+
+U_i64 Difference(U_u64 now, U_u64 before)
+{
+    return static_cast<U_i64>(now - before);
+}
+
+void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
+{
+    const U_MemoryStats& before = sPrevious;
+    sLogger->Printf(
+        "\t%llu\t%lld\t%llu\t%lld\t%llu\t%lld\t%lld\t%lld\t%llu\t%lld\t%llu\t%lld"
+        "\t%llu\t%llu\t%lld\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu",
+        now.mVirtual, Difference(now.mVirtual, before.mVirtual), now.mCalcMem,
+        Difference(now.mCalcMem, now.mVirtual), now.mCalcU, Difference(now.mCalcU, now.mVirtual),
+        static_cast<U_i64>(now.mSlop), Difference(now.mSlop, before.mSlop), now.mCalc,
+        static_cast<U_i64>(now.mCalc), // not a difference, whatever the column says
+        now.mResident, Difference(now.mResident, before.mResident), now.mPageins, now.mFaults,
+        Difference(now.mFaults, before.mFaults), prepurge, maximum, now.mGlobFree, now.mGlobActive,
+        now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts);
+}
+
+void Up_ScheduleMemoryRow();
+
+void Up_LogMemoryRow()
+{
+    // A host's function that throws costs one row.
+    Guarded([] {
+        U_u64 prepurge = 0;
+        U_u64 maximum = 0;
+        U_GetMemUsageLimits(&prepurge, &maximum);
+        U_MemoryStats now = {};
+        U_GetSystemMemoryStats(&now); // what couldn't be had shows as 0
+        now.mCalc = now.mVirtual;
+        WriteRow(now, prepurge, maximum);
+        sPrevious = now;
+    });
+    Up_ScheduleMemoryRow();
+}
+
+void Up_ScheduleMemoryRow()
+{
+    sExecutor->Post(boost::function<void()>(&Up_LogMemoryRow), sInterval);
+}
+} // namespace
+
+void Up_StartMemoryLog()
+{
+    if (sExecutor)
+        return;
+    sInterval = ReadInterval();
+    const U_UTF8String path = PathOfLog();
+    auto logger = std::make_unique<U_ScGlobalLogger>(reinterpret_cast<const char*>(path.c_str()));
+    logger->Printf("%s", kHeader);
+    const boost::function<void()> nothing;
+    const auto executor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1,
+                                                      kThreadPriorityNormal, nothing, nothing);
+    sLogger = logger.release();
+    sExecutor = executor;
+    Up_ScheduleMemoryRow();
+}
