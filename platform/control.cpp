@@ -1,5 +1,7 @@
 #include "control.h"
 
+#include <cstring>
+
 #include <krobase/debug.h>
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
@@ -31,6 +33,9 @@ void ResetAll()
     kroview::ForgetInputCapture();
     win32::ResetBeepCount();
     SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
+    win32::ResetPerformanceCounter();
+    SetProcessorFolder(nullptr);
+    SetNames(nullptr, nullptr);
     SetPhysicalMemory(0, 0);
     SetTickClock(boost::function<unsigned long long()>());
     SetWallClock(boost::function<long long()>());
@@ -60,7 +65,9 @@ void SetDebugSetting(const char* key, const char* text)
 
 void SetProfileInt(const char* key, int value)
 {
-    TOLV_SetProfileInt(key, value);
+    if (key)
+        TOLV_SetProfileInt(krobase::utility::UTF16String(key, key + std::strlen(key)).c_str(),
+                           value);
 }
 
 void ClearProfile()
@@ -138,6 +145,21 @@ void SetWallClock(const boost::function<long long()>& milliseconds)
 void SetMissingFunction(const char* name)
 {
     win32::SetMissingFunction(name);
+}
+
+void SetPerformanceCounter(long long countsPerSecond, bool works)
+{
+    win32::SetPerformanceCounter(countsPerSecond, works);
+}
+
+void SetProcessorFolder(const char* folder)
+{
+    win32::SetProcessorFolder(folder);
+}
+
+void SetNames(const char* machine, const char* user)
+{
+    win32::SetNames(machine, user);
 }
 
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)

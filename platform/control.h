@@ -30,7 +30,7 @@ PLATFORM_EXPORT void SetDoubleByteScript(bool on);
 // removes the entry.
 PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);
 
-// Profile integers, read and written through TOLV.
+// Profile integers, read and written through TOLV. The key is ASCII.
 PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
 PLATFORM_EXPORT void ClearProfile();
 
@@ -118,6 +118,18 @@ PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& millisecon
 // One of the operating system's functions of dates that it lacks: GetProcAddress
 // doesn't find it and a call fails. Null for none.
 PLATFORM_EXPORT void SetMissingFunction(const char* name);
+
+// The performance counter: its counts per second, 0 or less for a machine without
+// one, and whether it can be read. 1,000,000,000 and true at the start; counts are
+// always nanoseconds.
+PLATFORM_EXPORT void SetPerformanceCounter(long long countsPerSecond, bool works);
+
+// Where the system tells of the processors' cores; null restores its own folder.
+PLATFORM_EXPORT void SetProcessorFolder(const char* folder);
+
+// The machine's and the user's name in UTF-8, empty for none; null restores the
+// real one.
+PLATFORM_EXPORT void SetNames(const char* machine, const char* user);
 
 // Injected heap failures: the predicate sees the size of every MEM_New...,
 // MEM_Resize... and MEM_Set...Size, on the calling thread with no lock held;

@@ -15,6 +15,7 @@
 #include "indep/errors/Strings.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Machine.h"
 #include "indep/frame/Translators.h"
 #include "text/Date.h"
 #include "text/FormatNum.h"
@@ -38,6 +39,10 @@ typedef void (*DeathStep)();
 
 // In order. A failure ends birth and undoes nothing.
 const BirthStep kFirstSteps[] = {
+    [](const char*) {
+        Up_DetectCPU();
+        return U_Status(0);
+    },
     [](const char*) { return Up_InitializeMemorySubsystem(); },
     [](const char*) { return Up_MakeTranslatorTable(); },
 };
@@ -49,6 +54,10 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return U_ZLocaleBirth(); },
     [](const char*) { return Up_HogBirth(); },
     [](const char*) { return Up_DateBirth(); },
+    [](const char*) {
+        Up_InitTiming();
+        return U_Status(0);
+    },
     [](const char*) { return Up_ErrorsBirth(); },
     [](const char*) { return Up_ReadNumberSeparators(); },
     [](const char*) { return Up_MakeXMLEscapes(); },

@@ -1,11 +1,11 @@
 #include "profile.h"
 
 #include <map>
-#include <string>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../krobase/text.h"
 #include "profile_switches.h"
 
 namespace
@@ -13,12 +13,14 @@ namespace
 const short kBadParameter = -50;
 const short kNotFound = -43;
 
+typedef krobase::utility::UTF16String Key;
+
 // Never destroyed: static destructors of the host may still ask.
 boost::mutex& sLock = *new boost::mutex; // guards sValues
-std::map<std::string, int>& sValues = *new std::map<std::string, int>;
+std::map<Key, int>& sValues = *new std::map<Key, int>;
 } // namespace
 
-short TOLV_GetProfileInt(const char* key, int defaultValue, int* out)
+short TOLV_GetProfileInt(const unsigned short* key, int defaultValue, int* out)
 {
     const short result = TOLV_GetRequiredProfileInt(key, out);
     if (result != kNotFound)
@@ -27,7 +29,7 @@ short TOLV_GetProfileInt(const char* key, int defaultValue, int* out)
     return 0;
 }
 
-short TOLV_GetRequiredProfileInt(const char* key, int* out)
+short TOLV_GetRequiredProfileInt(const unsigned short* key, int* out)
 {
     if (!key || !out)
         return kBadParameter;
@@ -39,7 +41,7 @@ short TOLV_GetRequiredProfileInt(const char* key, int* out)
     return 0;
 }
 
-short TOLV_SetProfileInt(const char* key, int value)
+short TOLV_SetProfileInt(const unsigned short* key, int value)
 {
     if (!key)
         return kBadParameter;

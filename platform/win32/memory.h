@@ -12,16 +12,21 @@ namespace win32
 const unsigned int kMemCommit = 0x1000;
 const unsigned int kMemReserve = 0x2000;
 const unsigned int kMemRelease = 0x8000;
+const unsigned int kMemTopDown = 0x100000;
 const unsigned int kPageNoAccess = 0x01;
 const unsigned int kPageReadWrite = 0x04;
 
 // Reserves size bytes of address space from a 64 KiB boundary, where the
-// system likes; with kMemCommit too and kPageReadWrite they are zeroed memory.
-// Null on failure. address must be null.
+// system likes. type is kMemReserve, with kMemCommit and kMemTopDown or without;
+// protection is kPageNoAccess, or kPageReadWrite for what is committed: zeroed
+// memory. Null on failure, with the reason in GetLastError: 87 for other arguments,
+// 8 if there is no such range. address must be null.
 PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int type,
                                    unsigned int protection);
 
-// Releases a reservation; size is 0 and type kMemRelease. Non-zero on success.
+// Releases a reservation; size is 0 and type kMemRelease. Non-zero on success; 0
+// with the reason in GetLastError: 87 for other arguments, 487 for an address at
+// which none begins.
 PLATFORM_EXPORT int VirtualFree(void* address, std::size_t size, unsigned int type);
 
 // Gives free memory of the runtime back to the system. 0 on success.

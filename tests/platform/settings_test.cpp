@@ -13,6 +13,8 @@ using krobase::debug::DebugDatabase;
 
 namespace
 {
+const unsigned short kKey[] = {'k', 'e', 'y', 0};
+
 class Settings : public testing::Test
 {
 protected:
@@ -36,7 +38,7 @@ TEST_F(Settings, ResetAllPutsEverySettingBack)
     krobase::debug::Trace("");
     int value = 0;
     EXPECT_EQ(DebugDatabase::Instance().GetEntry("key", "default"), "default");
-    EXPECT_EQ(TOLV_GetRequiredProfileInt("key", &value), -43);
+    EXPECT_EQ(TOLV_GetRequiredProfileInt(kKey, &value), -43);
     EXPECT_FALSE(krobase::debug::TraceEnabled("memory", 0, true));
     EXPECT_NE(krobase::debug::TraceChangeCount(), changes);
     EXPECT_EQ(platform::BeepCount(), 0u);
@@ -55,16 +57,16 @@ TEST_F(Settings, TracesAreOnUpToALevelPerCategory)
 TEST_F(Settings, AMissingProfileIntegerIsToldFromItsDefault)
 {
     int value = 1;
-    EXPECT_EQ(TOLV_GetRequiredProfileInt("key", &value), -43);
+    EXPECT_EQ(TOLV_GetRequiredProfileInt(kKey, &value), -43);
     EXPECT_EQ(value, 1);
-    EXPECT_EQ(TOLV_GetProfileInt("key", 7, &value), 0);
+    EXPECT_EQ(TOLV_GetProfileInt(kKey, 7, &value), 0);
     EXPECT_EQ(value, 7);
-    EXPECT_EQ(TOLV_GetRequiredProfileInt("key", &value), -43);
-    EXPECT_EQ(TOLV_SetProfileInt("key", 9), 0);
-    EXPECT_EQ(TOLV_GetProfileInt("key", 7, &value), 0);
+    EXPECT_EQ(TOLV_GetRequiredProfileInt(kKey, &value), -43);
+    EXPECT_EQ(TOLV_SetProfileInt(kKey, 9), 0);
+    EXPECT_EQ(TOLV_GetProfileInt(kKey, 7, &value), 0);
     EXPECT_EQ(value, 9);
     EXPECT_EQ(TOLV_GetProfileInt(nullptr, 7, &value), -50);
-    EXPECT_EQ(TOLV_GetRequiredProfileInt("key", nullptr), -50);
+    EXPECT_EQ(TOLV_GetRequiredProfileInt(kKey, nullptr), -50);
     EXPECT_EQ(TOLV_SetProfileInt(nullptr, 7), -50);
 }
 

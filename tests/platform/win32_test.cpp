@@ -163,7 +163,7 @@ TEST(VirtualMemory, RefusesWhatItCanNotDo)
         {nullptr, SIZE_MAX - 0x10000, win32::kMemReserve, win32::kPageNoAccess},
         {nullptr, 1, win32::kMemCommit, win32::kPageReadWrite},
         {nullptr, 1, kBoth | win32::kMemRelease, win32::kPageReadWrite},
-        {nullptr, 1, kBoth, win32::kPageNoAccess},
+        {nullptr, 1, win32::kMemReserve, win32::kPageReadWrite},
     };
     for (const auto& [address, size, type, protection] : kRows)
     {

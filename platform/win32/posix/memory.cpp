@@ -17,12 +17,15 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <win32/text.h>
+
 #include "switches.h"
 
 namespace win32
 {
 namespace
 {
+const unsigned int kErrorInvalidAddress = 487;
 const std::size_t kGranularity = 0x10000; // bytes; where a reservation may start
 
 std::atomic<unsigned long long> sTotalPhysical(0); // 0: the real figure
@@ -56,6 +59,12 @@ void* MapAligned(std::size_t size, int protection)
     return start + before;
 }
 
+void* Fail(unsigned int error)
+{
+    SetLastError(error);
+    return nullptr;
+}
+
 // In bytes. It doesn't change while the process runs, and the budget asks often.
 unsigned long long InstalledMemory()
 {
@@ -85,15 +94,18 @@ unsigned long long AvailableMemory()
 
 void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned int protection)
 {
-    const bool commit = type == (kMemReserve | kMemCommit);
+    const bool access = protection == kPageReadWrite;
     const std::size_t kPage = 0x1000;
-    if (address || !size || size > SIZE_MAX - kGranularity || (!commit && type != kMemReserve) ||
-        protection != (commit ? kPageReadWrite : kPageNoAccess))
-        return nullptr;
+    if (address || !size || (type & kMemReserve) == 0 ||
+        (type & ~(kMemReserve | kMemCommit | kMemTopDown)) != 0 ||
+        (access ? (type & kMemCommit) == 0 : protection != kPageNoAccess))
+        return Fail(kErrorInvalidParameter);
+    if (size > SIZE_MAX - kGranularity)
+        return Fail(kErrorNotEnoughMemory);
     const std::size_t whole = (size + kPage - 1) / kPage * kPage;
-    void* start = MapAligned(whole, commit ? PROT_READ | PROT_WRITE : PROT_NONE);
+    void* start = MapAligned(whole, access ? PROT_READ | PROT_WRITE : PROT_NONE);
     if (!start)
-        return nullptr;
+        return Fail(kErrorNotEnoughMemory);
     try
     {
         boost::lock_guard<boost::mutex> lock(sReservationsLock);
@@ -103,18 +115,24 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
     catch (const std::bad_alloc&)
     {
         munmap(start, whole);
-        return nullptr;
+        return Fail(kErrorNotEnoughMemory);
     }
 }
 
 int VirtualFree(void* address, std::size_t size, unsigned int type)
 {
     if (size || type != kMemRelease)
+    {
+        SetLastError(kErrorInvalidParameter);
         return 0;
+    }
     boost::lock_guard<boost::mutex> lock(sReservationsLock);
     const auto found = Reservations().find(address);
     if (found == Reservations().end())
+    {
+        SetLastError(kErrorInvalidAddress);
         return 0;
+    }
     munmap(address, found->second);
     Reservations().erase(found);
     return 1;

@@ -13,6 +13,10 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 void SetWallClock(const boost::function<long long()>& milliseconds);
 void SetMissingFunction(const char* name);
+void SetPerformanceCounter(long long frequency, bool works);
+void ResetPerformanceCounter();
+void SetProcessorFolder(const char* folder);
+void SetNames(const char* machine, const char* user);
 unsigned int BeepCount();
 void ResetBeepCount();
 void SetWindowProcedure(

@@ -1,0 +1,20 @@
+// UTF-16 texts that are written in the source.
+
+#ifndef INDEP_FRAME_UNITS_H
+#define INDEP_FRAME_UNITS_H
+
+#include <cstddef>
+
+// A literal u"..." in the library's own unit type, with its terminator.
+template <std::size_t size> struct Units
+{
+    constexpr Units(const char16_t (&literal)[size]) // NOLINT: reads as the literal
+    {
+        for (std::size_t i = 0; i < size; ++i)
+            mUnits[i] = static_cast<unsigned short>(literal[i]);
+    }
+
+    unsigned short mUnits[size] = {};
+};
+
+#endif

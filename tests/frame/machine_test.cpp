@@ -1,0 +1,421 @@
+// Processor data, clocks, the thread count, byte order, fills, pointers as numbers,
+// names.
+
+#include "U_Machine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <boost/numeric/conversion/cast.hpp>
+
+#include <gmock/gmock.h>
+
+#include <pwd.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <control.h>
+#include <tolv/keyboard.h>
+
+#include "U_Lifecycle.h"
+#include "U_Threads.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+namespace fs = std::filesystem;
+
+class Machine : public BornLibrary
+{
+};
+
+// A folder in the form in which the system tells of its processors.
+class ProcessorFolder
+{
+public:
+    ProcessorFolder()
+    {
+        std::string pattern = (fs::temp_directory_path() / "processors-XXXXXX").string();
+        mPath = mkdtemp(pattern.data());
+    }
+    ~ProcessorFolder() { fs::remove_all(mPath); }
+    ProcessorFolder(const ProcessorFolder&) = delete;
+    ProcessorFolder& operator=(const ProcessorFolder&) = delete;
+
+    const fs::path& Path() const { return mPath; }
+
+    void Write(const std::string& online, const std::vector<std::string>& siblings)
+    {
+        std::ofstream(mPath / "online") << online << '\n';
+        for (std::size_t cpu = 0; cpu < siblings.size(); ++cpu)
+        {
+            const fs::path topology = mPath / ("cpu" + std::to_string(cpu)) / "topology";
+            fs::create_directories(topology);
+            if (!siblings[cpu].empty())
+                std::ofstream(topology / "thread_siblings_list") << siblings[cpu] << '\n';
+        }
+    }
+
+private:
+    fs::path mPath;
+};
+
+// "processor n is a thread of the core of n and n + distance" for 2 * distance of them.
+std::vector<std::string> Pairs(int distance)
+{
+    std::vector<std::string> siblings;
+    for (int cpu = 0; cpu < 2 * distance; ++cpu)
+        siblings.push_back(std::to_string(cpu % distance) + "," +
+                           std::to_string(cpu % distance + distance));
+    return siblings;
+}
+
+void Rebirth()
+{
+    ASSERT_EQ(U_Death(), 0);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    U_DeregisterMainThread();
+}
+
+double Seconds()
+{
+    double seconds = -1;
+    EXPECT_EQ(U_SecondsSinceBoot(&seconds), 0);
+    return seconds;
+}
+
+double SystemSeconds()
+{
+    timespec now;
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// Whether all of a few readings are whole milliseconds.
+bool ReadsTicks()
+{
+    for (int reading = 0; reading < 20; ++reading)
+    {
+        const double milliseconds = Seconds() * 1000;
+        if (std::abs(milliseconds - std::round(milliseconds)) > 1e-4)
+            return false;
+    }
+    return true;
+}
+
+struct ClockRow
+{
+    const char* what;
+    int useTicks;
+    long long frequency;
+    bool works;
+    bool ticks;
+    double speed; // of the clock against the system's
+};
+
+// Runs in a process without a birth so far. True if the clock is the row's.
+bool ChoosesClock(const ClockRow& row)
+{
+    if (!ReadsTicks()) // before birth
+        return false;
+    platform::SetProfileInt("UseAltPreviewTimingMode", row.useTicks);
+    platform::SetPerformanceCounter(row.frequency, row.works);
+    U_Birth("Test Host", nullptr);
+    const double wrong = std::abs(Seconds() - SystemSeconds() * row.speed);
+    const bool chosen = ReadsTicks() == row.ticks && wrong < 1;
+    // The choice stays, whatever the next birth finds.
+    U_Death();
+    platform::SetProfileInt("UseAltPreviewTimingMode", !row.useTicks);
+    platform::SetPerformanceCounter(row.frequency, true);
+    U_Birth("Test Host", nullptr);
+    return chosen && ReadsTicks() == (row.ticks && row.works);
+}
+} // namespace
+
+TEST_F(Machine, ProcessorFlagsAreThoseThatTheSystemLists)
+{
+    std::ifstream info("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(info, line) && line.rfind("flags", 0) != 0)
+        continue;
+    std::istringstream words(line);
+    std::vector<std::string> flags;
+    for (std::string word; words >> word;)
+        flags.push_back(word);
+    const std::pair<U_u32, const char*> rows[] = {
+        {U_G_CPU_DataP->SSE, "sse"},       {U_G_CPU_DataP->SSE2, "sse2"},
+        {U_G_CPU_DataP->SSE3, "pni"},      {U_G_CPU_DataP->SSSE, "ssse3"},
+        {U_G_CPU_DataP->SSE4_1, "sse4_1"}, {U_G_CPU_DataP->SSE4_2, "sse4_2"},
+    };
+    for (const auto& [flag, word] : rows)
+        EXPECT_EQ(flag, std::count(flags.begin(), flags.end(), word)) << word;
+    EXPECT_EQ(U_G_CPU_DataP->MMX, 1u);
+}
+
+TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
+{
+    struct Row
+    {
+        const char* what;
+        std::string online;
+        std::vector<std::string> siblings;
+        U_u32 physical;
+        U_u32 logical;
+    };
+    std::vector<std::string> withoutOne = Pairs(4);
+    withoutOne[3].clear();
+    const Row rows[] = {
+        {"two cores", "0-1", {"0", "1"}, 2, 2},
+        {"pairs of threads", "0-7", Pairs(4), 4, 8},
+        {"neighbours", "0-3", {"0-1", "0-1", "2-3", "2-3"}, 2, 4},
+        {"large and small cores", "0-3", {"0-1", "0-1", "2", "3"}, 3, 4},
+        {"more than a mask holds", "0-191", Pairs(96), 96, 192},
+        {"some switched off", "0,2-3", {"0", "1", "2", "3"}, 3, 3},
+        {"no list", "", {}, 1, 1},
+        {"no list of a core", "0-7", withoutOne, 1, 1},
+        {"a core without its processor", "0-1", {"0", "0"}, 1, 1},
+        {"words", "all of them", {"0"}, 1, 1},
+        {"an endless list", "0-4294967295", {"0"}, 1, 1},
+        {"siblings that can't be", "0", {"0-99999999"}, 1, 1},
+        {"a range backwards", "7-0", {"0"}, 1, 1},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        ProcessorFolder folder;
+        folder.Write(row.online, row.siblings);
+        platform::SetProcessorFolder(folder.Path().c_str());
+        mLog.Clear();
+        Rebirth();
+        EXPECT_EQ(U_G_CPU_DataP->PhysicalCores, row.physical);
+        EXPECT_EQ(U_G_CPU_DataP->LogicalCores, row.logical);
+        std::ostringstream counts;
+        counts << "LogicalCores:" << row.logical << ", PhysicalCores:" << row.physical
+               << ", MMX:1, SSE:";
+        EXPECT_THAT(mLog.Texts("CPU Data"),
+                    testing::ElementsAre(testing::StartsWith(counts.str())));
+    }
+}
+
+// A clock is chosen once in a process, so each row has one of its own.
+TEST(ClockDeathTest, TheFirstBirthChoosesTheClock)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const ClockRow rows[] = {
+        {"counter", 0, 1000000000, true, false, 1},
+        {"counter with another frequency", 0, 500000000, true, false, 2},
+        {"profile", 1, 1000000000, true, true, 1},
+        {"profile, another value", -7, 1000000000, true, true, 1},
+        {"no counter", 0, -1, true, true, 1},
+        {"a counter that stands", 0, 0, true, true, 1},
+        {"a counter that can't be read for now", 0, 1000000000, false, true, 1},
+    };
+    for (const ClockRow& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        EXPECT_EXIT(std::_Exit(ChoosesClock(row) ? 0 : 1), testing::ExitedWithCode(0), "");
+    }
+}
+
+TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)
+{
+    U_u64 start = 0;
+    const double before = Seconds();
+    EXPECT_EQ(U_MillisecondsSinceBoot(&start), 0);
+    EXPECT_GE(start, static_cast<U_u64>(before * 1000));
+    EXPECT_LE(start, static_cast<U_u64>(Seconds() * 1000));
+    EXPECT_EQ(U_Delay(0), 0);
+    EXPECT_EQ(U_Delay(30), 0);
+    U_u64 end = 0;
+    U_MillisecondsSinceBoot(&end);
+    EXPECT_GE(end, start + 30);
+}
+
+TEST_F(Machine, TheThreadCountIsTheHostsUnlessNegative)
+{
+    const U_i32 machine = static_cast<U_i32>(std::thread::hardware_concurrency());
+    const std::pair<U_i32, U_i32> rows[] = {
+        {4, 4}, {-1, machine}, {0, 0}, {std::numeric_limits<U_i32>::min(), machine}, {-1, machine}};
+    U_i32 count = 0;
+    EXPECT_EQ(U_GetNumThreads(&count), 0);
+    EXPECT_EQ(count, machine);
+    for (const auto& [set, got] : rows)
+    {
+        EXPECT_EQ(U_SetNumThreads(set), 0);
+        EXPECT_EQ(U_GetNumThreads(&count), 0);
+        EXPECT_EQ(count, got) << set;
+    }
+}
+
+TEST_F(Machine, ANullAnswerIsRefused)
+{
+    EXPECT_EQ(U_SecondsSinceBoot(nullptr), 3);
+    EXPECT_EQ(U_MillisecondsSinceBoot(nullptr), 3);
+    EXPECT_EQ(U_GetNumThreads(nullptr), 3);
+}
+
+TEST_F(Machine, AllKeysOfTheMaskMustBeDown)
+{
+    struct Row
+    {
+        unsigned int down;
+        U_u32 mask;
+        bool expected;
+    };
+    const Row rows[] = {
+        {0, 0, true},
+        {kModifierShift, 0, true},
+        {kModifierShift, kModifierShift, true},
+        {kModifierShift, kModifierShift | kModifierOption, false},
+        {kModifierShift | kModifierOption | kModifierControl, kModifierShift | kModifierOption,
+         true},
+        {0, kModifierCommand, false},
+    };
+    for (const Row& row : rows)
+    {
+        platform::SetModifierKeys(row.down);
+        EXPECT_EQ(U_ModKeyDown(row.mask), row.expected) << row.down << " " << row.mask;
+    }
+}
+
+TEST_F(Machine, SwapsReverseTheBytes)
+{
+    EXPECT_EQ(U_ShortSwap(0x1280), 0x8012);
+    EXPECT_EQ(U_LongSwap(0x12345680u), 0x80563412u);
+    EXPECT_EQ(U_LLongSwap(0x123456789ABCDEF0ull), 0xF0DEBC9A78563412ull);
+
+    // A signalling number must come through as it is.
+    const U_u32 shortBits = 0x0000A07Fu;
+    const U_u64 longBits = 0x010000000000F47Full;
+    float shortNumber;
+    double longNumber;
+    std::memcpy(&shortNumber, &shortBits, sizeof(shortBits));
+    std::memcpy(&longNumber, &longBits, sizeof(longBits));
+    U_FpShortSwap(&shortNumber);
+    U_FpLongSwap(&longNumber);
+    const U_u32 swappedShort = 0x7FA00000u;
+    const U_u64 swappedLong = 0x7FF4000000000001ull;
+    EXPECT_EQ(std::memcmp(&shortNumber, &swappedShort, 4), 0);
+    EXPECT_EQ(std::memcmp(&longNumber, &swappedLong, 8), 0);
+}
+
+TEST_F(Machine, FillsWriteTheirBytesAndNoOthers)
+{
+    const U_i32 counts[] = {std::numeric_limits<U_i32>::min(),
+                            -1,
+                            0,
+                            1,
+                            2,
+                            3,
+                            4,
+                            5,
+                            7,
+                            8,
+                            9,
+                            15,
+                            16,
+                            17,
+                            31,
+                            32,
+                            33,
+                            63,
+                            64,
+                            65,
+                            100};
+    for (const std::size_t width : {2u, 4u})
+    {
+        for (std::size_t offset = 0; offset < 17; ++offset)
+        {
+            for (const U_i32 count : counts)
+            {
+                std::vector<unsigned char> got(480, 0xEE);
+                std::vector<unsigned char> expected = got;
+                const U_u32 value = width == 2 ? 0x1234 : 0x12345678;
+                for (U_i32 i = 0; i < count; ++i)
+                    std::memcpy(&expected[offset + static_cast<std::size_t>(i) * width], &value,
+                                width);
+                if (width == 2)
+                    Up_Memset16(0x1234, count, &got[offset]);
+                else
+                    Up_Memset32(0x12345678, count, &got[offset]);
+                ASSERT_EQ(got, expected) << width << " " << offset << " " << count;
+            }
+        }
+    }
+}
+
+TEST_F(Machine, PointersThatDontFitAreRefused)
+{
+    const U_u32 fitting[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+    for (U_u32 number : fitting)
+        EXPECT_EQ(U_PointerToInt32(U_Int32ToPointer(number)), number);
+    const std::pair<intptr_t, bool> wide[] = {{0x100000000, false},
+                                              {std::numeric_limits<intptr_t>::max(), false},
+                                              {std::numeric_limits<intptr_t>::min(), true},
+                                              {-1, true}};
+    for (const auto& [number, negative] : wide)
+    {
+        SCOPED_TRACE(number);
+        void* const pointer = U_IntPtrToPointer(number);
+        EXPECT_EQ(U_PointerToIntPtr(pointer), number);
+        std::string caught;
+        try
+        {
+            U_PointerToInt32(pointer);
+        }
+        catch (const boost::numeric::negative_overflow& overflow)
+        {
+            caught = std::string("negative ") + overflow.what();
+        }
+        catch (const boost::numeric::positive_overflow& overflow)
+        {
+            caught = std::string("positive ") + overflow.what();
+        }
+        EXPECT_EQ(caught, negative ? "negative bad cast" : "positive bad cast");
+    }
+}
+
+TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
+{
+    struct Row
+    {
+        std::string machine;
+        std::string user;
+        std::string expectedMachine;
+        std::string expectedUser;
+    };
+    const std::string clef = "\xF0\x9D\x84\x9E"; // two units
+    const std::string x30(30, 'x');
+    const Row rows[] = {
+        {"render7", "anna", "render7", "anna"},
+        {"render7.farm.example", "r\xC3\xA9mi", "render7", "r\xC3\xA9mi"},
+        {x30 + "1", std::string(256, 'u'), x30 + "1", std::string(256, 'u')},
+        {x30 + "12", std::string(257, 'u'), x30 + "1", ""},
+        {x30 + clef, clef, x30, clef},
+        {"", "", "", ""},
+        {".example", "\xFF", "", "\xEF\xBF\xBD"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.machine + " " + row.user);
+        platform::SetNames(row.machine.c_str(), row.user.c_str());
+        EXPECT_EQ(Narrow(U_GetMachineName()), row.expectedMachine);
+        EXPECT_EQ(Narrow(U_GetUsername()), row.expectedUser);
+    }
+    platform::SetNames(nullptr, nullptr);
+    char host[256] = {};
+    gethostname(host, sizeof(host) - 1);
+    EXPECT_EQ(Narrow(U_GetMachineName()), std::string(host).substr(0, std::string(host).find('.')));
+    const passwd* const user = getpwuid(geteuid());
+    EXPECT_EQ(Narrow(U_GetUsername()), user ? user->pw_name : "");
+}
