@@ -13,6 +13,7 @@
 #include "indep/errors/Errors.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
+#include "indep/frame/Fatal.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Machine.h"
@@ -44,6 +45,11 @@ const BirthStep kFirstSteps[] = {
         return U_Status(0);
     },
     [](const char*) { return Up_InitializeMemorySubsystem(); },
+    [](const char*) {
+        Up_InstallCrashHandlers(true);
+        Up_InstallTerminateHandler(true);
+        return U_Status(0);
+    },
     [](const char*) { return Up_MakeTranslatorTable(); },
 };
 
@@ -55,6 +61,10 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return Up_HogBirth(); },
     [](const char*) { return Up_DateBirth(); },
     [](const char*) {
+        Up_InstallNewHandler(true);
+        return U_Status(0);
+    },
+    [](const char*) {
         Up_InitTiming();
         return U_Status(0);
     },
@@ -63,13 +73,22 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return Up_MakeXMLEscapes(); },
 };
 
+// With the record goes the handler of a failed operator new, which reports.
+void DestroyRecord()
+{
+    Up_DestroyGlobals();
+    Up_InstallNewHandler(false);
+}
+
 const DeathStep kDeathSteps[] = {
+    [] { Up_InstallTerminateHandler(false); },
+    [] { Up_InstallCrashHandlers(false); },
     [] { Up_TerminateHogs(); },
     &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },
     // What the steps above may need goes last.
-    &Up_DestroyGlobals,
+    &DestroyRecord,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,
     &Up_ErrorsDeath,
@@ -114,7 +133,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
     if (failure)
     {
         ReportFailedBirth(displayName);
-        Up_DestroyGlobals();
+        DestroyRecord();
     }
     return failure;
 }

@@ -10,6 +10,7 @@
 #include <krobase/threads.h>
 #include <win32/threads.h>
 
+#include "indep/frame/Fatal.h"
 #include "indep/frame/Trace.h"
 
 namespace
@@ -70,6 +71,7 @@ void U_RegisterMainThread()
     const U_u32 threadId = win32::GetCurrentThreadId();
     if (sMainThreads.Add(threadId) == 1)
         sUIThread = threadId;
+    Up_PrepareThreadForOverflow();
     TraceRole(sTrace, "U_RegisterMainThread registered ", " as a main thread");
 }
 
@@ -84,6 +86,7 @@ void U_RegisterRenderThread()
 {
     static TraceSite sTrace("U_THREADS", kTraceLevel);
     sRenderThreads.Add(win32::GetCurrentThreadId());
+    Up_PrepareThreadForOverflow();
     TraceRole(sTrace, "U_RegisterRenderThread registered ", " as a render thread");
 }
 
@@ -98,6 +101,7 @@ void U_RegisterPSLThread()
 {
     static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPSLThread = win32::GetCurrentThreadId();
+    Up_PrepareThreadForOverflow();
     TraceRole(sTrace, "U_RegisterPSLThread registered ", " as the psl thread");
 }
 
@@ -112,6 +116,7 @@ void U_RegisterPRThread()
 {
     static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPRThread = win32::GetCurrentThreadId();
+    Up_PrepareThreadForOverflow();
     TraceRole(sTrace, "U_RegisterPRThread registered ", " as the pr thread");
 }
 

@@ -1,4 +1,4 @@
-// The C runtime, under its own names.
+// The C runtime, under its own names. Any thread.
 
 #ifndef WIN32_RUNTIME_H
 #define WIN32_RUNTIME_H
@@ -27,6 +27,31 @@ const unsigned int kEMOverflow = 0x4;
 const unsigned int kEMZeroDivide = 0x8;
 const unsigned int kEMInvalid = 0x10;
 const unsigned int kEMDenormal = 0x80000;
+
+// Called when operator new finds no memory, with the bytes asked for; 0 if the program
+// has an operator new of its own, which doesn't tell. Non-zero to try again, 0 to have
+// std::bad_alloc thrown; may throw that itself. Any thread.
+typedef int (*NewHandler)(std::size_t size);
+
+// Replaces the handler and returns the one before; null for none. Meanwhile it stands
+// in the place of the standard library's new handler, which null brings back.
+PLATFORM_EXPORT NewHandler _set_new_handler(NewHandler handler);
+
+// Called when the runtime is given an argument that it can't serve. Texts may be null.
+typedef void (*InvalidParameterHandler)(const unsigned short* expression,
+                                        const unsigned short* function, const unsigned short* file,
+                                        unsigned int line, std::uintptr_t reserved);
+
+// Replaces the handler and returns the one before; null for none.
+PLATFORM_EXPORT InvalidParameterHandler
+_set_invalid_parameter_handler(InvalidParameterHandler handler);
+PLATFORM_EXPORT InvalidParameterHandler _get_invalid_parameter_handler();
+
+// Tells of such an argument: calls the handler, and returns if that does. Without a
+// handler the process ends, in a way that the system writes a crash log of.
+PLATFORM_EXPORT void _invalid_parameter(const unsigned short* expression,
+                                        const unsigned short* function, const unsigned short* file,
+                                        unsigned int line, std::uintptr_t reserved);
 
 // Sets the fields in mask of the calling thread's control word and returns the
 // word. Other bits of both are ignored. Where the processor can't tell operands from

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
-#include <string>
 
 #include "../switched_function.h"
 #include "sink.h"
@@ -39,26 +38,34 @@ bool IsWanted(int level)
     return sSink.Installed() || level <= DefaultLevel();
 }
 
-std::string Shown(const char* text)
+const char* Shown(const char* text)
 {
     return text ? text : "";
 }
 
-// One call writes the whole line: processes that share stderr don't mix theirs.
+// One call writes the whole line: processes that share stderr don't mix theirs. A
+// line of usual length takes no memory, since it may be a dying process's last.
 void WriteLine(int level, const char* category, const char* tag, const char* text)
 {
-    try
+    const char kForm[] = "[%d] %s %s: %s\n";
+    category = Shown(category);
+    tag = Shown(tag);
+    text = Shown(text);
+    char usual[1024];
+    const int formatted = std::snprintf(usual, sizeof(usual), kForm, level, category, tag, text);
+    if (formatted < 0)
+        return;
+    const std::size_t length = static_cast<std::size_t>(formatted);
+    if (length < sizeof(usual))
     {
-        const std::string line = "[" + std::to_string(level) + "] " + Shown(category) + " " +
-                                 Shown(tag) + ": " + Shown(text) + "\n";
-        std::fwrite(line.data(), 1, line.size(), stderr);
+        std::fwrite(usual, 1, length, stderr);
+        return;
     }
-    catch (const std::bad_alloc&)
-    {
-        // In pieces is better than not at all.
-        std::fprintf(stderr, "[%d] %s %s: %s\n", level, category ? category : "", tag ? tag : "",
-                     text ? text : "");
-    }
+    const std::unique_ptr<char[]> whole(new (std::nothrow) char[length + 1]);
+    if (whole && std::snprintf(whole.get(), length + 1, kForm, level, category, tag, text) > 0)
+        std::fwrite(whole.get(), 1, length, stderr);
+    else // in pieces is better than not at all
+        std::fprintf(stderr, kForm, level, category, tag, text);
 }
 } // namespace
 

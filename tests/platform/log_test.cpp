@@ -15,6 +15,8 @@
 #include <control.h>
 #include <wril/wril.h>
 
+#include "tests/support/FailingNew.h"
+
 namespace
 {
 class Log : public testing::Test
@@ -75,6 +77,21 @@ TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
             testing::ExitedWithCode(0), testing::StrEq(expected));
     }
     unsetenv("U_LOG_LEVEL");
+}
+
+TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
+{
+    testing::internal::CaptureStderr();
+    WRIL_Log(0, "memory", "budget", "before"); // makes what is made once
+    bool failed = false;
+    {
+        const ScFailingNew failing(1);
+        WRIL_Log(0, "memory", "budget", "the last");
+        failed = failing.HasFailed();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[0] memory budget: before\n[0] memory budget: the last\n");
+    EXPECT_FALSE(failed);
 }
 
 TEST_F(Log, ALongLineGoesToStderrInOneWrite)

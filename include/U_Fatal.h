@@ -1,0 +1,71 @@
+// The last call: what the host does when the process is about to die of something
+// that no status code can carry.
+//
+// Between birth and death, a hardware exception that nobody handles (an access to
+// memory that isn't there, a stack overflow, an illegal instruction, an arithmetic
+// exception), a call of std::terminate (as by an exception that nobody catches, or a
+// call of a pure virtual function) and an invalid parameter given to the runtime end in
+// a call of the host's handler, on the thread that failed and with no lock held.
+// Several threads may fail at once. A thread makes the call once, whatever goes wrong
+// in the handler or behind it, until a local handler is set on it.
+//
+// A handler need not return. When it does, or throws, which is as much, the process
+// ends in the system's own way, with a core or crash log as the system is set up. In a
+// handler little works for sure: the heap may be damaged, and a lock may be held by
+// the code that failed. It may have no more than 256 KiB of stack. A handler that fails
+// itself ends the process at once.
+//
+// A stack overflow needs a stack to handle it on. The threads of a role (U_Threads.h) and
+// those that set a local handler have one; on others it ends the process without a
+// call.
+//
+// Handlers can be set before birth and outlive death. Any thread.
+
+#ifndef U_FATAL_H
+#define U_FATAL_H
+
+#include "U_Types.h"
+
+typedef void (*U_FatalHandler)(void* refcon);
+
+// The handler of the process; null for none. Either output may be null.
+U_EXPORT void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
+                                                                  void* refcon);
+U_EXPORT void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler,
+                                                                  void** refcon);
+
+// The handler of the calling thread, in the place of the process's; null for none.
+// Either output may be null. Setting throws std::bad_alloc, with nothing changed, if
+// there is no memory.
+U_EXPORT void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
+                                                                 void* refcon);
+U_EXPORT void U_GetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler,
+                                                                 void** refcon);
+
+// The handler that would be called on the calling thread, with its refcon; null for
+// none. Either output may be null.
+U_EXPORT void U_GetUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon);
+
+// Another local handler in a scope. Throws as setting one does.
+class U_EXPORT U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler
+{
+public:
+    U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, void* refcon);
+    ~U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler();
+    U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler(
+        const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler&) = delete;
+
+    // Takes over what the other is to restore.
+    U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler&
+    operator=(const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler& other);
+
+    // The local handler from before; null if there was none.
+    U_FatalHandler GetPreviousExceptionFunc() const;
+    void* GetPreviousExceptionRefcon() const;
+
+private:
+    U_FatalHandler mPreviousFunc;
+    void* mPreviousRefcon;
+};
+
+#endif

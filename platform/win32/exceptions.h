@@ -1,0 +1,30 @@
+// Hardware exceptions that nobody handles, under the operating system's own names.
+
+#ifndef WIN32_EXCEPTIONS_H
+#define WIN32_EXCEPTIONS_H
+
+#include "../export.h"
+
+namespace win32
+{
+struct EXCEPTION_POINTERS; // of no use to U
+
+// Called on the failing thread: after an access to memory that isn't there or isn't
+// allowed, a stack overflow, an arithmetic exception, an illegal instruction. Once
+// it returns, whatever it returns, the exception goes to whoever handled it before
+// the filter came, and that is the system as a rule: it ends the process. An exception on
+// the same thread meanwhile goes to the system at once.
+typedef int (*TopLevelExceptionFilter)(EXCEPTION_POINTERS* exception);
+
+// Replaces the process's filter and returns the one before; null for none. Any thread.
+PLATFORM_EXPORT TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter);
+
+// Keeps a stack for the filter at hand for the calling thread, for when its own has
+// overflowed: *size bytes, which become those that it had before, 0 if none. At most
+// 256 KiB; filters always get as much. Until the thread ends. Non-zero on success; 0
+// if there is no memory. A thread without it whose stack overflows ends the process
+// past the filter.
+PLATFORM_EXPORT int SetThreadStackGuarantee(unsigned int* size);
+} // namespace win32
+
+#endif

@@ -1,0 +1,73 @@
+// The new handler that is told a size. The standard library's isn't, so this library
+// has the operator new that knows; the standard library's other forms end in these.
+
+#include <win32/runtime.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+namespace win32
+{
+namespace
+{
+std::atomic<NewHandler> sHandler(nullptr);
+
+boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
+std::new_handler sStandardBefore = nullptr;
+
+thread_local std::size_t sSize = 0; // that the thread's operator new has failed on
+
+// Stands in the standard library's place.
+void CallHandler()
+{
+    const NewHandler handler = sHandler;
+    const std::size_t size = sSize;
+    sSize = 0;
+    if (!handler || !handler(size))
+        throw std::bad_alloc();
+}
+
+template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allocate)
+{
+    for (;;)
+    {
+        if (void* block = allocate())
+            return block;
+        const std::new_handler handler = std::get_new_handler();
+        if (!handler)
+            throw std::bad_alloc();
+        sSize = size;
+        handler();
+    }
+}
+} // namespace
+
+NewHandler _set_new_handler(NewHandler handler)
+{
+    boost::lock_guard<boost::mutex> lock(sLock);
+    const NewHandler before = sHandler.exchange(handler);
+    if (handler && !before)
+        sStandardBefore = std::set_new_handler(&CallHandler);
+    else if (!handler && before && std::get_new_handler() == &CallHandler)
+        std::set_new_handler(sStandardBefore);
+    return before;
+}
+} // namespace win32
+
+PLATFORM_EXPORT void* operator new(std::size_t size)
+{
+    return win32::AllocateOrHandle(size, [size] { return std::malloc(size ? size : 1); });
+}
+
+PLATFORM_EXPORT void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    // The size must be a multiple of the alignment.
+    const std::size_t unit = static_cast<std::size_t>(alignment);
+    const std::size_t whole = size ? (size + unit - 1) / unit * unit : unit;
+    return win32::AllocateOrHandle(
+        size, [=] { return whole < size ? nullptr : std::aligned_alloc(unit, whole); });
+}

@@ -1,0 +1,109 @@
+#include "tests/crash/Child.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <win32/threads.h>
+
+namespace
+{
+const int kLimit = 60; // seconds
+
+// What body doesn't catch, nobody does.
+[[noreturn]] void RunChild(const std::function<void()>& body, int out) noexcept
+{
+    dup2(out, STDERR_FILENO);
+    const rlimit noCore = {0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+        std::signal(signal, SIG_DFL);
+    body();
+    std::_Exit(0);
+}
+
+// Reads until the process has closed its end, told of its last words, or used up the time.
+// Returns whether it has closed.
+bool Listen(int in, const std::string& lastWords, std::string* told)
+{
+    const std::time_t end = std::time(nullptr) + kLimit;
+    pollfd wait = {in, POLLIN, 0};
+    char piece[4096];
+    while (std::time(nullptr) < end)
+    {
+        if (poll(&wait, 1, 1000) <= 0)
+            continue;
+        const ssize_t length = read(in, piece, sizeof(piece));
+        if (length <= 0)
+            return true;
+        told->append(piece, static_cast<std::size_t>(length));
+        if (!lastWords.empty() && told->find(lastWords) != std::string::npos)
+            return false;
+    }
+    return false;
+}
+} // namespace
+
+bool Death::BySignal(int signal) const
+{
+    return WIFSIGNALED(status) && WTERMSIG(status) == signal;
+}
+
+bool Death::WithCode(int code) const
+{
+    return WIFEXITED(status) && WEXITSTATUS(status) == code;
+}
+
+long Death::Count(const std::string& text) const
+{
+    long count = 0;
+    for (std::size_t at = told.find(text); at != std::string::npos; at = told.find(text, at + 1))
+        ++count;
+    return count;
+}
+
+std::string Death::Line(const std::string& beginning) const
+{
+    const std::size_t start = ("\n" + told).find("\n" + beginning);
+    return start == std::string::npos ? "" : told.substr(start, told.find('\n', start) - start);
+}
+
+Death RunToDeath(const std::function<void()>& body, const std::string& lastWords)
+{
+    Death death = {-1, ""};
+    int ends[2];
+    if (pipe(ends) != 0)
+        return death;
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        close(ends[0]);
+        RunChild(body, ends[1]);
+    }
+    close(ends[1]);
+    if (child > 0)
+    {
+        if (!Listen(ends[0], lastWords, &death.told))
+            kill(child, SIGKILL);
+        waitpid(child, &death.status, 0);
+    }
+    close(ends[0]);
+    return death;
+}
+
+void Tell(const char* text, bool withThread)
+{
+    char line[256];
+    const int length =
+        withThread ? std::snprintf(line, sizeof(line), "%s %u\n", text, win32::GetCurrentThreadId())
+                   : std::snprintf(line, sizeof(line), "%s\n", text);
+    if (write(STDERR_FILENO, line, static_cast<std::size_t>(length)) != length)
+        std::_Exit(99);
+}

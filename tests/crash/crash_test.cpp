@@ -1,0 +1,455 @@
+// The last call, as a parent sees it.
+
+#include <atomic>
+#include <csetjmp>
+#include <csignal>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <control.h>
+#include <win32/runtime.h>
+
+#include "U_Fatal.h"
+#include "U_Lifecycle.h"
+#include "U_Telemetry.h"
+#include "U_Threads.h"
+#include "tests/crash/Child.h"
+#include "tests/crash/Crashes.h"
+
+namespace
+{
+const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
+
+void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on")
+{
+    U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(handler, const_cast<char*>(refcon));
+}
+
+void TellOfCall(void* refcon)
+{
+    Tell(static_cast<const char*>(refcon), true);
+}
+
+typedef void (*Action)();
+
+// Fails as asked on the calling thread, or on a thread that has a role.
+void Fail(Action crash, bool onThread)
+{
+    if (!onThread)
+    {
+        Tell("failing on", true);
+        crash();
+        return;
+    }
+    std::thread([=] {
+        U_RegisterRenderThread();
+        Fail(crash, false);
+    }).join();
+}
+
+// The rest of a line that begins so.
+std::string Rest(const Death& death, const std::string& beginning)
+{
+    const std::string line = death.Line(beginning);
+    return line.empty() ? "none" : line.substr(beginning.size());
+}
+
+struct CrashRow
+{
+    const char* what;
+    Action crash;
+    bool onThread;
+    int signal;
+};
+
+const CrashRow kCrashes[] = {
+    {"null write", &WriteToNull, false, SIGSEGV},
+    {"null write on a thread", &WriteToNull, true, SIGSEGV},
+    {"stack overflow", &OverflowStack, false, SIGSEGV},
+    {"stack overflow on a thread", &OverflowStack, true, SIGSEGV},
+    {"illegal instruction", &RunIllegalInstruction, false, SIGILL},
+    {"division by zero", &DivideByZero, true, SIGFPE},
+    {"bus error", &ReadBeyondFile, false, SIGBUS},
+    {"signal from elsewhere", &SendSegmentationFault, false, SIGSEGV},
+    {"exception", &ThrowException, false, SIGABRT},
+    {"exception on a thread", &ThrowException, true, SIGABRT},
+    {"terminate", &Terminate, false, SIGABRT},
+    {"pure virtual call", &CallPureVirtual, false, SIGABRT},
+    {"invalid parameter", &GiveInvalidParameter, false, SIGABRT},
+    {"invalid parameter on a thread", &GiveInvalidParameter, true, SIGABRT},
+};
+
+// What a handler does wrong, and where that leads.
+struct HandlerRow
+{
+    const char* what;
+    U_FatalHandler handler;
+    Action crash;
+    int signal;
+    long lastLines;
+};
+
+void FailsAlike(void* refcon)
+{
+    TellOfCall(refcon);
+    WriteToNull();
+}
+
+void FailsOtherwise(void* refcon)
+{
+    TellOfCall(refcon);
+    DivideByZero();
+}
+
+void OverflowsToo(void* refcon)
+{
+    TellOfCall(refcon);
+    OverflowStack();
+}
+
+void ThrowsAnException(void* refcon)
+{
+    TellOfCall(refcon);
+    throw std::runtime_error("from the handler");
+}
+
+void ThrowsANumber(void* refcon)
+{
+    TellOfCall(refcon);
+    throw 5;
+}
+
+void CallsTerminate(void* refcon)
+{
+    TellOfCall(refcon);
+    std::terminate();
+}
+
+void GivesInvalidParameter(void* refcon)
+{
+    TellOfCall(refcon);
+    GiveInvalidParameter();
+}
+
+const HandlerRow kHandlers[] = {
+    {"fails alike", &FailsAlike, &WriteToNull, SIGSEGV, 0},
+    {"fails alike after an overflow", &FailsAlike, &OverflowStack, SIGSEGV, 0},
+    {"overflows too", &OverflowsToo, &OverflowStack, SIGSEGV, 0},
+    {"fails otherwise", &FailsOtherwise, &WriteToNull, SIGFPE, 0},
+    {"fails in terminate", &FailsAlike, &Terminate, SIGSEGV, 1},
+    {"fails after an invalid parameter", &FailsAlike, &GiveInvalidParameter, SIGSEGV, 0},
+    {"throws", &ThrowsAnException, &WriteToNull, SIGSEGV, 1},
+    {"throws after an overflow", &ThrowsANumber, &OverflowStack, SIGSEGV, 1},
+    {"throws in terminate", &ThrowsANumber, &Terminate, SIGABRT, 1},
+    {"throws after an invalid parameter", &ThrowsAnException, &GiveInvalidParameter, SIGABRT, 1},
+    {"terminates", &CallsTerminate, &WriteToNull, SIGABRT, 1},
+    {"terminates in terminate", &CallsTerminate, &Terminate, SIGABRT, 1},
+    {"gives an invalid parameter", &GivesInvalidParameter, &WriteToNull, SIGABRT, 1},
+};
+
+void WaitForAll(std::atomic<int>& count, int all)
+{
+    ++count;
+    while (count < all)
+        std::this_thread::yield();
+}
+
+sigjmp_buf sBack;
+
+void Birth()
+{
+    if (U_Birth("Test Host", nullptr) != 0)
+        std::_Exit(98);
+}
+} // namespace
+
+TEST(Crash, MakesTheLastCallOnceAndEndsInTheSystemsWay)
+{
+    enum
+    {
+        kGlobal,
+        kLocal,
+        kNone
+    };
+    for (const CrashRow& row : kCrashes)
+    {
+        for (int registered : {kGlobal, kLocal, kNone})
+        {
+            SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(registered));
+            const Death death = RunToDeath([&] {
+                Birth();
+                if (registered != kNone)
+                    SetGlobal(&TellOfCall, "handler on");
+                if (registered != kLocal)
+                    Fail(row.crash, row.onThread);
+                static const Action sCrash = row.crash;
+                SetGlobal(&TellOfCall, "wrong handler");
+                Fail(
+                    [] {
+                        U_SetLocalUnhandledExceptionOrHardwareErrorHandler(
+                            &TellOfCall, const_cast<char*>("handler on"));
+                        sCrash();
+                    },
+                    row.onThread);
+            });
+            SCOPED_TRACE(death.told);
+            EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
+            EXPECT_EQ(death.Count("handler on"), registered == kNone ? 0 : 1);
+            EXPECT_EQ(death.Count("wrong"), 0);
+            EXPECT_EQ(death.Count(kLastLine), 1);
+            if (registered == kNone)
+                continue;
+            EXPECT_EQ(Rest(death, "handler on"), Rest(death, "failing on"));
+            EXPECT_LT(death.told.find("handler on"), death.told.find(kLastLine));
+        }
+    }
+}
+
+TEST(Crash, EndsWhateverItsHandlerDoes)
+{
+    for (const HandlerRow& row : kHandlers)
+    {
+        SCOPED_TRACE(row.what);
+        const Death death = RunToDeath([&] {
+            Birth();
+            SetGlobal(row.handler);
+            Fail(row.crash, false);
+        });
+        SCOPED_TRACE(death.told);
+        EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
+        EXPECT_EQ(death.Count("handler on"), 1);
+        EXPECT_EQ(death.Count(kLastLine), row.lastLines);
+    }
+}
+
+TEST(Crash, AHandlerThatNeverReturnsHoldsUpNobodyElse)
+{
+    for (Action crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
+    {
+        const Death death = RunToDeath(
+            [&] {
+                static std::atomic<bool> sStands(false);
+                Birth();
+                SetGlobal([](void* refcon) {
+                    TellOfCall(refcon);
+                    sStands = true;
+                    for (;;)
+                        pause();
+                });
+                std::thread(crash).detach();
+                while (!sStands)
+                    std::this_thread::yield();
+                SetGlobal(&TellOfCall);
+                U_RegisterRenderThread();
+                U_DeregisterRenderThread();
+                Tell("the others go on");
+                for (;;)
+                    pause();
+            },
+            "the others go on");
+        SCOPED_TRACE(death.told);
+        EXPECT_TRUE(death.BySignal(SIGKILL)) << death.status;
+        EXPECT_EQ(death.Count("handler on"), 1);
+        EXPECT_EQ(death.Count("the others go on"), 1);
+        EXPECT_EQ(death.Count(kLastLine), 0);
+    }
+}
+
+TEST(Crash, TwoThreadsAtOnceMakeACallEach)
+{
+    for (const auto& [crash, signal] :
+         {std::pair<Action, int>(&WriteToNull, SIGSEGV), {&Terminate, SIGABRT}})
+    {
+        const Death death = RunToDeath([crash = crash] {
+            static std::atomic<int> sReady(0);
+            static std::atomic<int> sInside(0);
+            Birth();
+            SetGlobal([](void* refcon) {
+                TellOfCall(refcon);
+                WaitForAll(sInside, 2); // neither waits for the other's end
+            });
+            auto fail = [crash] {
+                WaitForAll(sReady, 2);
+                Fail(crash, false);
+            };
+            std::thread other(fail);
+            fail();
+            other.join();
+        });
+        SCOPED_TRACE(death.told);
+        EXPECT_TRUE(death.BySignal(signal)) << death.status;
+        EXPECT_EQ(death.Count("handler on"), 2);
+        const std::string first = Rest(death, "handler on");
+        EXPECT_EQ(death.Count("handler on" + first + "\n"), 1);
+        EXPECT_GE(death.Count(kLastLine), 1);
+    }
+}
+
+TEST(Crash, AHandlerMayJumpOutAndANewOneIsCalledAgain)
+{
+    const Death death = RunToDeath([] {
+        Birth();
+        for (volatile int round = 0; round < 3; ++round)
+        {
+            const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler handler(
+                [](void*) {
+                    Tell("saved");
+                    siglongjmp(sBack, 1);
+                },
+                nullptr);
+            if (sigsetjmp(sBack, 1) == 0)
+                WriteToNull();
+        }
+        std::_Exit(7);
+    });
+    EXPECT_TRUE(death.WithCode(7)) << death.told;
+    EXPECT_EQ(death.Count("saved"), 3);
+}
+
+TEST(Crash, GoesOnToWhoHandledItBeforeBirth)
+{
+    struct Row
+    {
+        const char* what;
+        bool dead; // before the crash
+        Action crash;
+        long lastLines;
+    };
+    const Row rows[] = {
+        {"signal", false, &WriteToNull, 1},
+        {"signal after death", true, &WriteToNull, 0},
+        {"terminate", false, &Terminate, 1},
+        {"terminate after death", true, &Terminate, 0},
+        {"invalid parameter", false, &GiveInvalidParameter, 1},
+        {"invalid parameter after death", true, &GiveInvalidParameter, 0},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const Death death = RunToDeath([&] {
+            std::signal(SIGSEGV, [](int) { std::_Exit(9); });
+            std::set_terminate([] { std::_Exit(9); });
+            win32::_set_invalid_parameter_handler(
+                [](const unsigned short* expression, const unsigned short* function,
+                   const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                    std::_Exit(expression[0] == 't' && function[0] == 'e' && file[0] == 'x' &&
+                                       line == 17 && reserved == 42
+                                   ? 9
+                                   : 8);
+                });
+            platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
+            U_Birth("Test Host", nullptr); // fails, and leaves its handlers
+            platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+            Birth();
+            SetGlobal(&TellOfCall);
+            if (row.dead)
+                U_Death();
+            Fail(row.crash, false);
+        });
+        SCOPED_TRACE(death.told);
+        EXPECT_TRUE(death.WithCode(9)) << death.status;
+        EXPECT_EQ(death.Count("handler on"), row.lastLines);
+        EXPECT_EQ(death.Count(kLastLine), row.lastLines);
+    }
+}
+
+TEST(Crash, OfABirthThatFailedMakesTheCall)
+{
+    const Death death = RunToDeath([] {
+        platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
+        U_Birth("Test Host", nullptr);
+        SetGlobal(&TellOfCall);
+        Fail(&WriteToNull, false);
+    });
+    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told;
+    EXPECT_EQ(death.Count("handler on"), 1);
+}
+
+TEST(Crash, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
+{
+    const Death death = RunToDeath([] {
+        win32::_set_invalid_parameter_handler([](const unsigned short*, const unsigned short*,
+                                                 const unsigned short*, unsigned int,
+                                                 std::uintptr_t) {
+            Tell("previous");
+            if (U_IsOnRenderThread())
+                WriteToNull();
+        });
+        Birth();
+        SetGlobal(&TellOfCall);
+        U_RegisterRenderThread();
+        Fail(&GiveInvalidParameter, false);
+    });
+    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told; // the filter is gone
+    EXPECT_EQ(death.Count("handler on"), 1);
+
+    const Death logged = RunToDeath([] {
+        Birth();
+        Fail(&GiveInvalidParameter, false);
+    });
+    const std::string tag = "[0] U QX_invalid_parameter_handler: ";
+    EXPECT_EQ(Rest(logged, tag),
+              "Intentionally passing an invalid param to the runtime to get a crashlog.");
+    EXPECT_EQ(logged.Count(tag), 1); // what nobody should see isn't seen
+    EXPECT_LT(logged.told.find(kLastLine), logged.told.find(tag));
+}
+
+TEST(Crash, IsToldToTelemetryFirst)
+{
+    struct Provider : U::telemetry::U_TelemetryProvider
+    {
+        bool IsLogging() override { return true; }
+        void LogEvent(const char* category, const char* event, const unsigned short* text,
+                      krobase::utility::Guid guid) override
+        {
+            std::string line = std::string("event ") + category + " " + event + " ";
+            while (*text)
+                line += static_cast<char>(*text++);
+            Tell((line + (guid == krobase::utility::Guid() ? " zero" : " other")).c_str());
+            throw std::runtime_error("from the provider");
+        }
+        void LogEventWithCount(const std::string&, const std::string&, const std::string&, int,
+                               krobase::utility::Guid) override
+        {
+        }
+        void IncrementEventCount(const std::string&, const std::string&,
+                                 const std::string&) override
+        {
+        }
+        void ClearEventCount(const std::string&, const std::string&, const std::string&) override {}
+        void LogEventsWithCount() override {}
+        boost::shared_ptr<krobase::config::UsageLoggerGroup>
+        NewDataGroup(const char*, const char*, const char*, krobase::utility::Guid) override
+        {
+            return {};
+        }
+        void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>&, const char*,
+                        const U_UTF8String&) override
+        {
+        }
+    };
+    for (const auto& [crash, events] :
+         {std::pair<Action, long>(&WriteToNull, 1), {&Terminate, 0}, {&GiveInvalidParameter, 0}})
+    {
+        const Death death = RunToDeath([crash = crash] {
+            static Provider sProvider;
+            Birth();
+            U::telemetry::RegisterTelemetryProvider(&sProvider);
+            SetGlobal(&TellOfCall);
+            Fail(crash, false);
+        });
+        SCOPED_TRACE(death.told);
+        EXPECT_EQ(death.Count("event Stage CrashHandler InvokingCrashHandler zero\n"), events);
+        EXPECT_EQ(death.Count("handler on"), 1);
+        if (events)
+        {
+            EXPECT_LT(death.told.find("event"), death.told.find("handler on"));
+        }
+    }
+}
