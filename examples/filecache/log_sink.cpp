@@ -20,6 +20,8 @@ Message LogSink::Open(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mLock);
     mFile = std::fopen(path.c_str(), "w");
+    if (mFile)
+        std::setvbuf(mFile, nullptr, _IOLBF, BUFSIZ); // a crash loses no line
     return mFile ? Message() : CantWrite(path, std::strerror(errno));
 }
 

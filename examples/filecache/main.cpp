@@ -17,6 +17,7 @@
 
 #include "cache.h"
 #include "console.h"
+#include "crashes.h"
 #include "dictionary_file.h"
 #include "events.h"
 #include "loader.h"
@@ -184,6 +185,9 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
                            {std::to_string(status)}}));
         return kFailed;
     }
+    PrepareLastCall();
+    if (ready.options.crash)
+        ready.options.crash();
     return LoadFolder(ready.options, console, table);
 }
 

@@ -30,6 +30,9 @@ const char* const kUsage[] = {
     "                     FILE: a .json or an .xml\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
+    "$$$/QX/FileCache/Usage/Crash="
+    "  --crash KIND       die to see the last call: of null, overflow, illegal, division,\n"
+    "                     exception, terminate, pure, parameter or memory\n",
     "$$$/QX/FileCache/Usage/Help="
     "  --help             show this text\n\n",
     "$$$/QX/FileCache/Usage/Status="
@@ -125,10 +128,19 @@ Message ParseReport(const char* path, std::string* file)
     return Message();
 }
 
+Message ParseCrash(const char* text, Crash* crash)
+{
+    *crash = FindCrash(text);
+    if (!*crash)
+        return {"$$$/QX/FileCache/Wrong/Crash=there is no crash '^^1'", {text}};
+    return Message();
+}
+
 bool TakesValue(const std::string& name)
 {
     return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
-           name == "--report" || name == "--dictionary" || name == "--language";
+           name == "--report" || name == "--dictionary" || name == "--language" ||
+           name == "--crash";
 }
 
 Message ParseValue(const std::string& name, const char* value, Options* options)
@@ -141,6 +153,8 @@ Message ParseValue(const std::string& name, const char* value, Options* options)
         return ParseThreads(value, &options->threads);
     if (name == "--language")
         return ParseLanguage(value, &options->language);
+    if (name == "--crash")
+        return ParseCrash(value, &options->crash);
     if (!*value)
         return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
     if (name == "--log")

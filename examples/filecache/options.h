@@ -7,6 +7,7 @@
 
 #include <U_Types.h>
 
+#include "crashes.h"
 #include "language.h"
 #include "texts.h"
 
@@ -22,6 +23,9 @@ struct Options
 
     // The language whose dictionary serves instead; null if none was chosen.
     const Language* language = nullptr;
+
+    // How to die instead of loading files; null: not at all.
+    Crash crash = nullptr;
     bool verbose = false;
     bool help = false;
 };

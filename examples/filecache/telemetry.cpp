@@ -106,6 +106,7 @@ Message TelemetryFile::Open(const std::string& path)
         mFile = std::fopen(path.c_str(), "w");
         if (!mFile)
             return CantWrite(path, std::strerror(errno));
+        std::setvbuf(mFile, nullptr, _IOLBF, BUFSIZ); // a crash loses no line
     }
     U::telemetry::RegisterTelemetryProvider(this);
     return Message();

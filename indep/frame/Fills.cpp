@@ -8,35 +8,49 @@
 
 namespace
 {
+// Stores so many bytes of the pattern at both ends, which may overlap: the bytes between
+// are a whole number of values, and so both hold whole ones. Each memcpy is one
+// unaligned store.
+template <std::size_t width>
+void StoreEnds(const unsigned char* pattern, unsigned char* start, unsigned char* end)
+{
+    std::memcpy(start, pattern, width);
+    std::memcpy(end - width, pattern, width);
+}
+
 const std::size_t kPiece = 16; // bytes that the processor stores at once
 
-// Unaligned stores; each memcpy is one instruction.
 template <class Value> void Fill(Value value, U_i32 count, void* destination)
 {
-    unsigned char* next = static_cast<unsigned char*>(destination);
     if (count <= 0)
         return;
+    U_u64 values = value;
+    for (std::size_t bits = 8 * sizeof(value); bits < 64; bits *= 2)
+        values |= values << bits;
+    unsigned char pattern[kPiece];
+    std::memcpy(pattern, &values, sizeof(values));
+    std::memcpy(pattern + sizeof(values), &values, sizeof(values));
+
+    unsigned char* next = static_cast<unsigned char*>(destination);
     const std::size_t size = static_cast<std::size_t>(count) * sizeof(value);
     unsigned char* const end = next + size;
+    if (size < 4)
+        std::memcpy(next, pattern, sizeof(U_u16));
+    else if (size < 8)
+        StoreEnds<4>(pattern, next, end);
+    else if (size < kPiece)
+        StoreEnds<8>(pattern, next, end);
     if (size < kPiece)
-    {
-        for (; next != end; next += sizeof(value))
-            std::memcpy(next, &value, sizeof(value));
         return;
-    }
 
-    unsigned char piece[kPiece];
-    for (std::size_t i = 0; i < kPiece; i += sizeof(value))
-        std::memcpy(piece + i, &value, sizeof(value));
     for (std::size_t left = size / (4 * kPiece); left > 0; --left, next += 4 * kPiece)
     {
         for (std::size_t i = 0; i < 4; ++i)
-            std::memcpy(next + i * kPiece, piece, kPiece);
+            std::memcpy(next + i * kPiece, pattern, kPiece);
     }
     for (; next + kPiece <= end; next += kPiece)
-        std::memcpy(next, piece, kPiece);
-    // The last piece may overlap the one before: both hold whole values.
-    std::memcpy(end - kPiece, piece, kPiece);
+        std::memcpy(next, pattern, kPiece);
+    std::memcpy(end - kPiece, pattern, kPiece);
 }
 
 template <class Bits, class Number> void SwapInPlace(Bits (*swap)(Bits), Number* number)

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csetjmp>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <control.h>
@@ -19,8 +21,8 @@
 #include "U_Lifecycle.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
+#include "examples/filecache/crashes.h"
 #include "tests/crash/Child.h"
-#include "tests/crash/Crashes.h"
 
 namespace
 {
@@ -36,10 +38,8 @@ void TellOfCall(void* refcon)
     Tell(static_cast<const char*>(refcon), true);
 }
 
-typedef void (*Action)();
-
 // Fails as asked on the calling thread, or on a thread that has a role.
-void Fail(Action crash, bool onThread)
+void Fail(Crash crash, bool onThread)
 {
     if (!onThread)
     {
@@ -60,10 +60,24 @@ std::string Rest(const Death& death, const std::string& beginning)
     return line.empty() ? "none" : line.substr(beginning.size());
 }
 
+// Behind the end of a file that is mapped.
+__attribute__((noinline, no_sanitize_address, no_sanitize_thread)) void ReadBeyondFile()
+{
+    std::FILE* const empty = std::tmpfile();
+    const volatile char* const mapped = static_cast<const volatile char*>(
+        mmap(nullptr, 1, PROT_READ, MAP_SHARED, fileno(empty), 0));
+    std::_Exit(*mapped);
+}
+
+void SendSegmentationFault()
+{
+    kill(getpid(), SIGSEGV);
+}
+
 struct CrashRow
 {
     const char* what;
-    Action crash;
+    Crash crash;
     bool onThread;
     int signal;
 };
@@ -90,7 +104,7 @@ struct HandlerRow
 {
     const char* what;
     U_FatalHandler handler;
-    Action crash;
+    Crash crash;
     int signal;
     long lastLines;
 };
@@ -169,7 +183,7 @@ void Birth()
 }
 } // namespace
 
-TEST(Crash, MakesTheLastCallOnceAndEndsInTheSystemsWay)
+TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
 {
     enum
     {
@@ -188,7 +202,7 @@ TEST(Crash, MakesTheLastCallOnceAndEndsInTheSystemsWay)
                     SetGlobal(&TellOfCall, "handler on");
                 if (registered != kLocal)
                     Fail(row.crash, row.onThread);
-                static const Action sCrash = row.crash;
+                static const Crash sCrash = row.crash;
                 SetGlobal(&TellOfCall, "wrong handler");
                 Fail(
                     [] {
@@ -211,7 +225,7 @@ TEST(Crash, MakesTheLastCallOnceAndEndsInTheSystemsWay)
     }
 }
 
-TEST(Crash, EndsWhateverItsHandlerDoes)
+TEST(Crashes, EndsWhateverItsHandlerDoes)
 {
     for (const HandlerRow& row : kHandlers)
     {
@@ -228,9 +242,9 @@ TEST(Crash, EndsWhateverItsHandlerDoes)
     }
 }
 
-TEST(Crash, AHandlerThatNeverReturnsHoldsUpNobodyElse)
+TEST(Crashes, AHandlerThatNeverReturnsHoldsUpNobodyElse)
 {
-    for (Action crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
+    for (Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
     {
         const Death death = RunToDeath(
             [&] {
@@ -261,10 +275,10 @@ TEST(Crash, AHandlerThatNeverReturnsHoldsUpNobodyElse)
     }
 }
 
-TEST(Crash, TwoThreadsAtOnceMakeACallEach)
+TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
 {
     for (const auto& [crash, signal] :
-         {std::pair<Action, int>(&WriteToNull, SIGSEGV), {&Terminate, SIGABRT}})
+         {std::pair<Crash, int>(&WriteToNull, SIGSEGV), {&Terminate, SIGABRT}})
     {
         const Death death = RunToDeath([crash = crash] {
             static std::atomic<int> sReady(0);
@@ -291,7 +305,7 @@ TEST(Crash, TwoThreadsAtOnceMakeACallEach)
     }
 }
 
-TEST(Crash, AHandlerMayJumpOutAndANewOneIsCalledAgain)
+TEST(Crashes, AHandlerMayJumpOutAndANewOneIsCalledAgain)
 {
     const Death death = RunToDeath([] {
         Birth();
@@ -312,13 +326,13 @@ TEST(Crash, AHandlerMayJumpOutAndANewOneIsCalledAgain)
     EXPECT_EQ(death.Count("saved"), 3);
 }
 
-TEST(Crash, GoesOnToWhoHandledItBeforeBirth)
+TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
 {
     struct Row
     {
         const char* what;
         bool dead; // before the crash
-        Action crash;
+        Crash crash;
         long lastLines;
     };
     const Row rows[] = {
@@ -359,7 +373,7 @@ TEST(Crash, GoesOnToWhoHandledItBeforeBirth)
     }
 }
 
-TEST(Crash, OfABirthThatFailedMakesTheCall)
+TEST(Crashes, OfABirthThatFailedMakesTheCall)
 {
     const Death death = RunToDeath([] {
         platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
@@ -371,7 +385,7 @@ TEST(Crash, OfABirthThatFailedMakesTheCall)
     EXPECT_EQ(death.Count("handler on"), 1);
 }
 
-TEST(Crash, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
+TEST(Crashes, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
 {
     const Death death = RunToDeath([] {
         win32::_set_invalid_parameter_handler([](const unsigned short*, const unsigned short*,
@@ -400,7 +414,7 @@ TEST(Crash, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
     EXPECT_LT(logged.told.find(kLastLine), logged.told.find(tag));
 }
 
-TEST(Crash, IsToldToTelemetryFirst)
+TEST(Crashes, IsToldToTelemetryFirst)
 {
     struct Provider : U::telemetry::U_TelemetryProvider
     {
@@ -435,7 +449,7 @@ TEST(Crash, IsToldToTelemetryFirst)
         }
     };
     for (const auto& [crash, events] :
-         {std::pair<Action, long>(&WriteToNull, 1), {&Terminate, 0}, {&GiveInvalidParameter, 0}})
+         {std::pair<Crash, long>(&WriteToNull, 1), {&Terminate, 0}, {&GiveInvalidParameter, 0}})
     {
         const Death death = RunToDeath([crash = crash] {
             static Provider sProvider;

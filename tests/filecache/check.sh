@@ -258,6 +258,30 @@ for threads in 0 -1 257 four 4x "" 18446744073709551617; do
     wrong "isn't 1 to 256" --threads "$threads" "$files"
 done
 
+# A crash ends in the system's way, after the last call and with its line in the log.
+# A sanitizer is kept from taking the signals; its operator new calls no handler, and so
+# it doesn't die of that as we do.
+crashes="null:11 overflow:11 illegal:4 division:8 exception:6 terminate:6 pure:6 parameter:6"
+grep -qE '__(asan|tsan)_init' "$binary" || crashes+=" memory:6"
+system_signals=handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0
+for row in $crashes; do
+    IFS=: read -r kind signal <<<"$row"
+    (
+        ulimit -c 0
+        export ASAN_OPTIONS=${ASAN_OPTIONS:-}:$system_signals TSAN_OPTIONS=${TSAN_OPTIONS:-}:$system_signals
+        run --crash "$kind" --log "$work/log" "$work/none"
+        exit "$status"
+    ) 2>/dev/null
+    status=$?
+    expect_status "crash $kind" $((128 + signal))
+    [ "$(grep -c 'has failed and ends' "$work/err")" = 1 ] || fail "crash $kind: $(cat "$work/err")"
+    grep -q 'Returned from app registered handler' "$work/log" || fail "crash $kind: no log line"
+done
+[ "$kind" != memory ] || grep -q 'Out of memory. (2147483647K requested)' "$work/err" ||
+    fail "no word of memory: $(cat "$work/err")"
+wrong "there is no crash 'stack'" --crash stack
+wrong "--crash needs a value" --crash
+
 run --help
 expect_status "help" 0
 grep -q '^Usage: filecache' "$work/out" || fail "no help"

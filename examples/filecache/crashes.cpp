@@ -1,15 +1,15 @@
-#include "tests/crash/Crashes.h"
+#include "crashes.h"
 
 #include <climits>
-#include <csignal>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <stdexcept>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
+#include <U_Fatal.h>
 #include <win32/runtime.h>
+
+#include "texts.h"
 
 // The sanitizers would find these before the processor does.
 #define UNCHECKED                                                                                  \
@@ -49,6 +49,31 @@ UNCHECKED int Recurse(int depth)
     return depth == sDeepest ? 0 : Recurse(depth + 1) + frame[0];
 }
 
+const struct
+{
+    const char* name;
+    Crash crash;
+} kCrashes[] = {
+    {"null", &WriteToNull},
+    {"overflow", &OverflowStack},
+    {"illegal", &RunIllegalInstruction},
+    {"division", &DivideByZero},
+    {"exception", &ThrowException},
+    {"terminate", &Terminate},
+    {"pure", &CallPureVirtual},
+    {"parameter", &GiveInvalidParameter},
+    {"memory", &RunOutOfMemory},
+};
+
+// Looked up in good time: what a dying process can still do is uncertain.
+char sLastWords[512];
+
+// stderr has no buffer, so this takes no memory.
+void SayLastWords(void* words)
+{
+    std::fputs(static_cast<const char*>(words), stderr);
+}
+
 const unsigned short kText[] = {'t', 'e', 'x', 't', 0};
 } // namespace
 
@@ -72,19 +97,6 @@ UNCHECKED void DivideByZero()
     sDeepest = sDeepest / sZero;
 }
 
-UNCHECKED void ReadBeyondFile()
-{
-    std::FILE* const empty = std::tmpfile();
-    volatile char* const mapped =
-        static_cast<volatile char*>(mmap(nullptr, 1, PROT_READ, MAP_SHARED, fileno(empty), 0));
-    sZero = *mapped;
-}
-
-void SendSegmentationFault()
-{
-    kill(getpid(), SIGSEGV);
-}
-
 void ThrowException()
 {
     throw std::runtime_error("nobody catches this");
@@ -103,4 +115,29 @@ void CallPureVirtual()
 void GiveInvalidParameter()
 {
     win32::_invalid_parameter(kText, kText + 1, kText + 2, 17, 42);
+}
+
+void RunOutOfMemory()
+{
+    volatile std::size_t size = std::size_t(1) << 46;
+    ::operator delete(::operator new(size));
+}
+
+Crash FindCrash(const std::string& name)
+{
+    for (const auto& row : kCrashes)
+    {
+        if (name == row.name)
+            return row.crash;
+    }
+    return nullptr;
+}
+
+void PrepareLastCall()
+{
+    std::snprintf(sLastWords, sizeof(sLastWords), "%s\n",
+                  Text("$$$/QX/FileCache/Told/LastCall="
+                       "the file cache has failed and ends; no file has been changed")
+                      .c_str());
+    U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(&SayLastWords, sLastWords);
 }
