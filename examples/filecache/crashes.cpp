@@ -26,7 +26,7 @@ public:
     virtual void Pure() = 0;
 
 private:
-    static __attribute__((noipa)) void CallIt(Base* object) { object->Pure(); }
+    static __attribute__((noipa)) void CallIt(Base* object) { object->Pure(); } // NOLINT: so meant
 };
 
 class Derived : public Base

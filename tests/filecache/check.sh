@@ -268,7 +268,7 @@ for row in $crashes; do
     IFS=: read -r kind signal <<<"$row"
     (
         ulimit -c 0
-        export ASAN_OPTIONS=${ASAN_OPTIONS:-}:$system_signals TSAN_OPTIONS=${TSAN_OPTIONS:-}:$system_signals
+        export ASAN_OPTIONS=${ASAN_OPTIONS:-}:$system_signals TSAN_OPTIONS=${TSAN_OPTIONS:-}:$system_signals:report_signal_unsafe=0
         run --crash "$kind" --log "$work/log" "$work/none"
         exit "$status"
     ) 2>/dev/null

@@ -1,12 +1,18 @@
 #include "U_Lifecycle.h"
 
+#include <exception>
+#include <new>
+#include <thread>
+
 #include <gmock/gmock.h>
 
 #include <control.h>
 #include <tolv/memory.h>
+#include <win32/runtime.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
@@ -157,6 +163,27 @@ TEST_F(Lifecycle, DyingIsAskedWithoutAndWithARecord)
     ASSERT_EQ(U_Death(), 0);
     EXPECT_TRUE(U_Die());
     EXPECT_EQ(platform::BeepCount(), 4u);
+}
+
+TEST_F(Lifecycle, HandlersEndAroundThePostedErrorsOfDeath)
+{
+    const std::terminate_handler terminate = std::get_terminate();
+    const std::new_handler newHandler = std::get_new_handler();
+    int seen = 0;
+    CapturedAlerts alerts;
+    alerts.mWhileUp = [&](const platform::Alert&) {
+        ++seen;
+        EXPECT_EQ(std::get_terminate(), terminate);
+        EXPECT_EQ(win32::_get_invalid_parameter_handler(), nullptr);
+        EXPECT_NE(std::get_new_handler(), newHandler); // it goes with the record
+    };
+    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    EXPECT_NE(std::get_terminate(), terminate);
+    EXPECT_NE(win32::_get_invalid_parameter_handler(), nullptr);
+    std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "posted"); }).join();
+    ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(seen, 1);
+    EXPECT_EQ(std::get_new_handler(), newHandler);
 }
 
 TEST_F(Lifecycle, RunModeLivesFromBirthToDeath)

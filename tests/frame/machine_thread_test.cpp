@@ -79,8 +79,11 @@ Arithmetic Calculate()
 
 const int kFrame = 4096;
 
+// Frames on the stack itself, wherever a sanitizer would put their contents.
+#define REAL_FRAME __attribute__((noinline, no_sanitize_address))
+
 // The depth seen from so many frames further in.
-__attribute__((noinline)) size_t DepthBelow(int frames)
+REAL_FRAME size_t DepthBelow(int frames)
 {
     volatile char frame[kFrame];
     frame[0] = 0;
@@ -88,7 +91,7 @@ __attribute__((noinline)) size_t DepthBelow(int frames)
     return depth + static_cast<size_t>(frame[0]); // no tail call
 }
 
-__attribute__((noinline)) int MarkBelow(int frames)
+REAL_FRAME int MarkBelow(int frames)
 {
     volatile char frame[kFrame];
     frame[0] = 0;
