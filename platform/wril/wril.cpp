@@ -106,7 +106,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
 
 std::string WRIL_convertMesg(const char* where, const char* text)
 {
-    return Shown(where) + ": " + Shown(text);
+    return std::string(Shown(where)) + ": " + Shown(text);
 }
 
 namespace wril
