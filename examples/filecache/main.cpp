@@ -14,6 +14,7 @@
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <control.h>
+#include <krobase/debug.h>
 
 #include "cache.h"
 #include "console.h"
@@ -135,6 +136,14 @@ struct Preparation
     Message badFile;    // the dictionary, the log or the telemetry
 };
 
+// The library reads its settings as it is born.
+void AskForMemoryLog(unsigned int interval)
+{
+    krobase::debug::DebugDatabase& settings = krobase::debug::DebugDatabase::Instance();
+    settings.SetEntry("MemoryYoYoLog", "true");
+    settings.SetEntry("MemoryYoYoLogInterval", std::to_string(interval).c_str());
+}
+
 void Prepare(int argc, char** argv, Preparation* ready)
 {
     Options& options = ready->options;
@@ -154,6 +163,8 @@ void Prepare(int argc, char** argv, Preparation* ready)
         ready->badFile = ready->log.Open(options.logFile);
     if (!ready->wrongUsage && !ready->badFile && !options.telemetryFile.empty())
         ready->badFile = ready->telemetry.Open(options.telemetryFile);
+    if (!ready->wrongUsage && !ready->badFile && options.memoryLog)
+        AskForMemoryLog(options.memoryLog);
 }
 
 // Does what the command line asks for, in the library's life.

@@ -28,6 +28,9 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/Report="
     "  --report FILE      write the figures, and what was unreadable or refused, to\n"
     "                     FILE: a .json or an .xml\n",
+    "$$$/QX/FileCache/Usage/MemoryLog="
+    "  --memory-log MS    write a row of memory figures every MS milliseconds, to\n"
+    "                     /bc_memory.PROCESS.log\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Crash="
@@ -43,6 +46,7 @@ const char* const kUsage[] = {
 const U_u64 kSmallestBudget = 2 << 20;
 const U_u64 kLargestBudget = U_u64(1) << 62; // leaves room for the application's own size
 const U_u64 kMostThreads = 256;
+const U_u64 kLongestInterval = 3600000; // milliseconds
 
 // Reads the digits at the start of text, as the largest number if they make a
 // larger one. Returns what follows them, null if there are none.
@@ -98,14 +102,31 @@ Message ParseBudget(const char* text, U_u64* budget)
     return Message();
 }
 
-Message ParseThreads(const char* text, unsigned int* threads)
+// A number from 1 to most; false for all else.
+bool ParseCount(const char* text, U_u64 most, unsigned int* count)
 {
     U_u64 number = 0;
     const char* rest = ParseDigits(text, &number);
-    if (!rest || *rest || number < 1 || number > kMostThreads)
+    if (!rest || *rest || number < 1 || number > most)
+        return false;
+    *count = static_cast<unsigned int>(number);
+    return true;
+}
+
+Message ParseThreads(const char* text, unsigned int* threads)
+{
+    if (!ParseCount(text, kMostThreads, threads))
         return {"$$$/QX/FileCache/Wrong/Threads=the number of threads '^^1' isn't 1 to 256",
                 {text}};
-    *threads = static_cast<unsigned int>(number);
+    return Message();
+}
+
+Message ParseMemoryLog(const char* text, unsigned int* interval)
+{
+    if (!ParseCount(text, kLongestInterval, interval))
+        return {"$$$/QX/FileCache/Wrong/MemoryLog="
+                "the interval '^^1' isn't 1 to 3600000 milliseconds",
+                {text}};
     return Message();
 }
 
@@ -140,7 +161,7 @@ bool TakesValue(const std::string& name)
 {
     return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
            name == "--report" || name == "--dictionary" || name == "--language" ||
-           name == "--crash";
+           name == "--crash" || name == "--memory-log";
 }
 
 Message ParseValue(const std::string& name, const char* value, Options* options)
@@ -153,6 +174,8 @@ Message ParseValue(const std::string& name, const char* value, Options* options)
         return ParseThreads(value, &options->threads);
     if (name == "--language")
         return ParseLanguage(value, &options->language);
+    if (name == "--memory-log")
+        return ParseMemoryLog(value, &options->memoryLog);
     if (name == "--crash")
         return ParseCrash(value, &options->crash);
     if (!*value)

@@ -26,6 +26,7 @@ struct Options
 
     // How to die instead of loading files; null: not at all.
     Crash crash = nullptr;
+    unsigned int memoryLog = 0; // milliseconds between two rows; 0: no log
     bool verbose = false;
     bool help = false;
 };
