@@ -31,13 +31,17 @@ protected:
     void SetUp() override
     {
         BornLibrary::SetUp();
-        // Alerts are counted only: a presenter has no memory either.
-        platform::SetAlertPresenter([this](const platform::Alert&) { ++mShown; });
+        // Alerts are counted only: a presenter has no memory either. That memory ran
+        // out is told on top of them.
+        platform::SetAlertPresenter([this](const platform::Alert& alert) {
+            mShown += alert.text.find(mOutOfMemory) == U_UTF16String::npos;
+        });
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
         U_ReportError(0, U_Sev_PROBLEM, Units(u"the first one makes what stays"));
         mShown = 0;
     }
 
+    const U_UTF16String mOutOfMemory = Units(u"Out of memory. (");
     int mShown = 0;
 };
 
