@@ -10,7 +10,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan install package headers bench fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan install package headers bench coverage fuzz lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
@@ -60,6 +60,12 @@ bench: deps ## Measure everything and write bench/RESULTS.md
 	@scripts/deps gettext icu-devtools
 	$(call build,release,--target bench)
 	scripts/bench build/release/bench
+
+coverage: window-deps ## Line and branch coverage of the library
+	@scripts/deps gcovr
+	$(call build,coverage)
+	ctest --preset coverage
+	scripts/coverage build/coverage
 
 fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	@scripts/deps clang libclang-rt-14-dev

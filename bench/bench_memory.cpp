@@ -21,6 +21,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Hog.h"
 #include "U_Lifecycle.h"
 
 namespace
@@ -56,6 +57,34 @@ struct Handle
     static Block Allocate(std::size_t size) { return U_AllocateHandleQuiet(size); }
     static void* Bytes(Block block) { return *block; }
     static void Free(Block block) { U_FreeHandle(block); }
+};
+
+struct HogHandle
+{
+    typedef void** Block;
+    static Block Allocate(std::size_t size)
+    {
+        static const U_u32 sId = Register();
+        Block block = nullptr;
+        U_NewHogHandle(sId, 0, nullptr, size, U_Hog_Quiet, &block);
+        return block;
+    }
+    static void* Bytes(Block block)
+    {
+        void* data = nullptr;
+        U_LockHogHandle(block, &data);
+        U_UnlockHogHandle(block);
+        return data;
+    }
+    static void Free(Block block) { U_FreeHogHandle(block); }
+
+private:
+    static U_u32 Register()
+    {
+        U_u32 id = 0;
+        U_RegisterHog("bench", &id);
+        return id;
+    }
 };
 
 // Whether the allocator gives blocks that can be written.
@@ -310,6 +339,7 @@ void PurgeStormAlternative(benchmark::State& state)
 BENCHMARK_TEMPLATE(Churn, Malloc)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Ptr)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Handle)->SIZES;
+BENCHMARK_TEMPLATE(Churn, HogHandle)->SIZES;
 BENCHMARK(ChurnUncounted)->Arg(64)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Arg(64)->Arg(1024)->UseRealTime();
 BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Arg(64)->Arg(1024)->UseRealTime();
