@@ -35,9 +35,9 @@ protected:
     {
         BornLibrary::SetUp();
         getrlimit(RLIMIT_AS, &mBefore);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         rlimit limit = mBefore;
         limit.rlim_cur = kTooMuch / 2;
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         setrlimit(RLIMIT_AS, &limit);
 #endif
     }

@@ -83,10 +83,11 @@ int ThrownFor(const std::string& path)
 }
 } // namespace
 
-// The linker gives the loggers this one for theirs.
+// The linker gives the loggers this one for theirs, and the runtime of a sanitizer, too.
 extern "C" std::FILE* __real_fopen(const char* path, const char* mode);
 extern "C" std::FILE* __wrap_fopen(const char* path, const char* mode);
-extern "C" std::FILE* __wrap_fopen(const char* path, const char* mode)
+extern "C" __attribute__((visibility("default"))) std::FILE* __wrap_fopen(const char* path,
+                                                                          const char* mode)
 {
     return sOpenFailsWithoutReason ? nullptr : __real_fopen(path, mode);
 }
