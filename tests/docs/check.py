@@ -14,6 +14,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")
 FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include", f"-I{ROOT}/platform"]
 
@@ -48,7 +49,8 @@ def check_program(place, code, build, compiler, folder):
 
 
 def dead_links(document):
-    for link in LINK.finditer(document.read_text(encoding="utf-8")):
+    text = CODE.sub("", document.read_text(encoding="utf-8"))
+    for link in LINK.finditer(text):
         target = link[1] or link[2]
         if not (document.parent / target).exists():
             yield f"{document.relative_to(ROOT)}: there is no {target}"
