@@ -10,7 +10,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan install package headers bench coverage fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan install package headers docs bench coverage fuzz lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
@@ -55,6 +55,11 @@ package: deps ## Make the Debian package, in build/release
 
 headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)
+
+docs: ## Make the reference of the public headers, in build/docs/html
+	@scripts/deps doxygen
+	@mkdir -p build/docs
+	doxygen docs/Doxyfile
 
 bench: deps ## Measure everything and write bench/RESULTS.md
 	@scripts/deps gettext icu-devtools
