@@ -100,14 +100,21 @@ bool U_Context::HasCurrent()
 
 void U_Context::RegisterState(const ImmutableString& key, const U_StateFactory& factory)
 {
-    const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
-    S_states_factory.emplace(key, factory);
+    // What the factory owns is copied and ended without the lock.
+    StateFactories made;
+    made.emplace(key, factory);
+    const auto refused = [&made] {
+        const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+        return S_states_factory.insert(made.extract(made.begin()));
+    }();
 }
 
 void U_Context::UnregisterState(const ImmutableString& key)
 {
-    const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
-    S_states_factory.erase(key);
+    const auto removed = [&key] {
+        const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+        return S_states_factory.extract(key);
+    }();
 }
 
 boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& key)

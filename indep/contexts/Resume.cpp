@@ -12,7 +12,25 @@ void U_SuspendContext::PostedCall::Run()
     if (!Decide(kEntered))
         return;
     ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
+    // The caller waits for this: the context mustn't end here because its last owner
+    // there was quicker.
+    mContext.reset();
     mHolder.store(kLeft);
+}
+
+bool U_SuspendContext::PostedCall::TakeBack()
+{
+    if (!Decide(kTakenBack))
+        return false;
+    // The closure may lie in the executor's queue for long.
+    mContext.reset();
+    mFunction.clear();
+    return true;
+}
+
+bool U_SuspendContext::PostedCall::IsHeldHere(const U_Context& context)
+{
+    return context.GetThreadID() == win32::GetCurrentThreadId();
 }
 
 U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Context>& context)

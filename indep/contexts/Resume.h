@@ -23,8 +23,9 @@ public:
     // For the executor's thread. Touches nothing if the caller came first.
     void Run();
 
-    // For the caller. True if the function hasn't begun, and then it never will.
-    bool TakeBack() { return Decide(kTakenBack); }
+    // For the caller. True if the function hasn't begun; then it never will, and nobody
+    // holds the context for it.
+    bool TakeBack();
 
     // Whether the executor's thread is done with the context.
     bool HasLeft() const { return mHolder.load() == kLeft; }
@@ -55,18 +56,21 @@ private:
         return mFunction();
     }
 
-    // However the function ends.
+    // However the function ends. The slot tells nothing: other calls that the function
+    // has let in may have emptied it.
     struct ScLook
     {
-        ~ScLook() { mCall.mLost = mCall.mContext && !IsCurrentHere(mCall.mContext); }
+        ~ScLook() { mCall.mLost = mCall.mContext && !IsHeldHere(*mCall.mContext); }
         PostedCall& mCall;
     };
 
+    static bool IsHeldHere(const U_Context& context);
+
     std::atomic<Holder> mHolder{kUndecided};
     std::atomic<bool> mLost{false};
-    const boost::function<int()> mFunction;
+    boost::function<int()> mFunction;
     const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
-    const boost::shared_ptr<U_Context> mContext;
+    boost::shared_ptr<U_Context> mContext; // until it is left or taken back
     boost::shared_ptr<int> mResult;
 };
 

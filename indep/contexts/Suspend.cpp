@@ -1,5 +1,8 @@
 #include "U_Suspend.h"
 
+#include <chrono>
+#include <thread>
+
 #include <boost/make_shared.hpp>
 
 #include "U_Threads.h"
@@ -109,8 +112,17 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
     }
     const boost::shared_ptr<PostedCall> call =
         boost::make_shared<PostedCall>(function, inGate, mContext, mResult);
-    executor->Post([call] { call->Run(); }, 0);
-    mPosted = call;
+    mPosted = call; // before it is queued: it may begin, whatever else Post does
+    try
+    {
+        executor->Post([call] { call->Run(); }, 0);
+    }
+    catch (...)
+    {
+        if (call->TakeBack())
+            mPosted.reset();
+        throw;
+    }
     return WaitForResult();
 }
 
@@ -129,16 +141,18 @@ int U_SuspendContext::WaitForResult() const
 bool U_SuspendContext::IsContextFree() const
 {
     if (mRanHere)
-        return IsCurrentHere(mContext);
+        return mContext->GetThreadID() == mSavedThreadID;
     if (!mPosted || mPosted->TakeBack())
         return true;
-    // The gate stays closed if the function began too late to run.
-    for (int waited = 0; waited < kLongestWait; waited += kPoll)
+    // The gate opens just before that, and stays closed if the function began too late
+    // to run.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLongestWait);
+    while (!mPosted->HasLeft() && std::chrono::steady_clock::now() < end)
     {
-        if (mPosted->HasLeft() || inGate->PassThrough(kPoll))
-            return !mPosted->HasLost();
+        if (inGate->PassThrough(kPoll))
+            std::this_thread::yield();
     }
-    return false;
+    return mPosted->HasLeft() && !mPosted->HasLost();
 }
 
 void U_SuspendContext::RequireContext() const

@@ -1,5 +1,6 @@
 #include <chrono>
-#include <deque>
+#include <iterator>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@ namespace
 typedef boost::function<void()> Function;
 typedef std::lock_guard<std::mutex> Lock;
 typedef std::chrono::steady_clock Clock;
+typedef std::map<unsigned long long, Function> Delayed; // by timer
 
 // The functions of one adaptor. A message to the window stands for each that may
 // run, a timer of the window for each that is delayed.
@@ -30,16 +32,15 @@ class Loop : private boost::noncopyable
 public:
     explicit Loop(void* window) : mWindow(window) {}
 
-    // By value: what the function owns is neither copied nor ended under the lock.
-    void Post(Function function)
+    // What the function owns is neither copied nor ended under the lock.
+    void Post(const Function& function)
     {
+        std::list<Function> posted{function};
         Lock lock(mLock);
-        mReady.emplace_back();
-        mReady.back().swap(function);
+        mReady.splice(mReady.end(), posted);
         if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
             return;
-        function.swap(mReady.back());
-        mReady.pop_back();
+        posted.splice(posted.end(), mReady, std::prev(mReady.end()));
         if (win32::IsWindow(mWindow))
             throw std::bad_alloc();
         throw std::runtime_error("the thread of the event loop has ended");
@@ -47,30 +48,31 @@ public:
 
     void RunNext()
     {
-        Function next;
+        std::list<Function> next;
         {
             Lock lock(mLock);
             if (mReady.empty())
                 return;
-            next.swap(mReady.front());
-            mReady.pop_front();
+            next.splice(next.end(), mReady, mReady.begin());
         }
-        next();
+        next.front()();
     }
 
     // The rest runs on the loop's thread alone.
 
-    void Delay(const Function& function, Clock::time_point due)
+    // Takes the one function over, with its node: nothing is left to fail here. If the
+    // system gives no timer it runs now, which is better than never.
+    void Delay(Delayed& delayed, Clock::time_point due)
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
         const unsigned int interval =
             left.count() > 0 ? static_cast<unsigned int>(left.count()) : 0;
         const unsigned long long timer = ++mLastTimer;
-        mDelayed.emplace(timer, function);
-        if (win32::SetTimer(mWindow, timer, interval, nullptr))
-            return;
-        mDelayed.erase(timer);
-        throw std::bad_alloc();
+        auto node = delayed.extract(delayed.begin());
+        node.key() = timer;
+        mDelayed.insert(std::move(node));
+        if (!win32::SetTimer(mWindow, timer, interval, nullptr))
+            RunDelayed(timer);
     }
 
     void RunDelayed(unsigned long long timer)
@@ -84,8 +86,8 @@ public:
 private:
     void* const mWindow;
     std::mutex mLock; // guards mReady
-    std::deque<Function> mReady;
-    std::map<unsigned long long, Function> mDelayed;
+    std::list<Function> mReady;
+    Delayed mDelayed;
     unsigned long long mLastTimer = 0;
 };
 
@@ -164,7 +166,9 @@ public:
         // Run by the loop, which therefore lives then.
         Loop* const loop = mLoop.get();
         const auto due = Clock::now() + std::chrono::milliseconds(delay);
-        mLoop->Post([loop, function, due] { loop->Delay(function, due); });
+        const auto delayed = std::make_shared<Delayed>();
+        delayed->emplace(0, function);
+        mLoop->Post([loop, delayed, due] { loop->Delay(*delayed, due); });
     }
 
 private:

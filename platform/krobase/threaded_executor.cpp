@@ -45,11 +45,7 @@ void RunThread(const ThreadSetUp& setUp, const std::shared_ptr<WorkQueue>& queue
     SetCurrentThreadName(setUp.mName.c_str());
     if (setUp.mPriority != win32::kThreadPriorityNormal)
         win32::SetThreadPriority(win32::GetCurrentThread(), setUp.mPriority);
-    if (setUp.mAtStart)
-        RunContained(setUp.mAtStart);
-    queue->Run();
-    if (setUp.mAtEnd)
-        RunContained(setUp.mAtEnd);
+    queue->Run(setUp.mAtStart, setUp.mAtEnd);
 }
 
 class ThreadedExecutor : public AsyncThreadedExecutor
@@ -74,8 +70,9 @@ public:
         for (int i = 0; i < threadCount; ++i)
         {
             const std::shared_ptr<WorkQueue> queue = mQueue;
-            boost::thread::attributes ownAttributes = attributes;
-            mThreads.emplace_back(ownAttributes, [setUp, queue] { RunThread(setUp, queue); });
+            // They are only read there, and a copy would share what they own.
+            mThreads.emplace_back(const_cast<boost::thread::attributes&>(attributes),
+                                  [setUp, queue] { RunThread(setUp, queue); });
         }
     }
 

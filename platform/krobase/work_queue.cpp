@@ -42,29 +42,43 @@ void RunContained(const boost::function<void()>& function)
     }
 }
 
-void WorkQueue::Post(Function function, int delay)
+void WorkQueue::Post(const Function& function, int delay)
 {
+    Functions ready{function};
+    std::multimap<Clock::time_point, Functions> delayed;
+    if (delay > 0)
+        delayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(ready));
+
     std::lock_guard<std::mutex> lock(mLock);
     if (delay > 0)
-        mDelayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(function));
+        mDelayed.insert(delayed.extract(delayed.begin()));
     else
-        mReady.push_back(std::move(function));
+        mReady.splice(mReady.end(), ready);
     mChanged.notify_one();
 }
 
-void WorkQueue::Run()
+void WorkQueue::Run(const Function& atStart, const Function& atEnd)
 {
     tRunning = this;
-    Function next;
+    if (atStart)
+        RunContained(atStart);
+    RunFunctions();
+    if (atEnd)
+        RunContained(atEnd);
+    tRunning = nullptr;
+}
+
+void WorkQueue::RunFunctions()
+{
+    Functions next;
     std::unique_lock<std::mutex> lock(mLock);
     while (TakeNext(lock, next))
     {
         lock.unlock();
-        RunContained(next);
+        RunContained(next.front());
         next.clear(); // what it owns may post again as it ends
         lock.lock();
     }
-    tRunning = nullptr;
 }
 
 void WorkQueue::Close()
@@ -79,7 +93,7 @@ bool WorkQueue::RunsHere() const
     return tRunning == this;
 }
 
-bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Function& next)
+bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Functions& next)
 {
     while (!TakeDue(next))
     {
@@ -99,19 +113,18 @@ bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Function& next)
     return true;
 }
 
-bool WorkQueue::TakeDue(Function& next)
+bool WorkQueue::TakeDue(Functions& next)
 {
     const auto first = mDelayed.begin();
     if (first != mDelayed.end() && first->first <= Clock::now())
     {
-        next.swap(first->second);
+        next.splice(next.end(), first->second);
         mDelayed.erase(first);
         return true;
     }
     if (mReady.empty())
         return false;
-    next.swap(mReady.front());
-    mReady.pop_front();
+    next.splice(next.end(), mReady, mReady.begin());
     return true;
 }
 } // namespace threads

@@ -5,7 +5,7 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <map>
 #include <mutex>
 
@@ -24,12 +24,11 @@ class WorkQueue : private boost::noncopyable
 public:
     typedef boost::function<void()> Function;
 
-    // By value: what the function owns is copied before the lock is taken.
-    void Post(Function function, int delay);
+    void Post(const Function& function, int delay);
 
     // Runs functions on the calling thread until the queue is closed and nothing
-    // is due.
-    void Run();
+    // is due; before them atStart and behind them atEnd, unless those are empty.
+    void Run(const Function& atStart, const Function& atEnd);
 
     void Close();
 
@@ -39,14 +38,20 @@ public:
 private:
     typedef std::chrono::steady_clock Clock;
 
+    // Functions move in nodes of their own: copied before the lock is taken, and ended
+    // after it.
+    typedef std::list<Function> Functions;
+
+    void RunFunctions();
+
     // Waits for a function that is due. False if the queue is closed and none is.
-    bool TakeNext(std::unique_lock<std::mutex>& lock, Function& next);
-    bool TakeDue(Function& next);
+    bool TakeNext(std::unique_lock<std::mutex>& lock, Functions& next);
+    bool TakeDue(Functions& next);
 
     std::mutex mLock; // guards all below
     std::condition_variable mChanged;
-    std::deque<Function> mReady;
-    std::multimap<Clock::time_point, Function> mDelayed;
+    Functions mReady;
+    std::multimap<Clock::time_point, Functions> mDelayed; // one each
     bool mClosed = false;
 };
 } // namespace threads
