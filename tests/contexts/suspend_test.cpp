@@ -334,3 +334,68 @@ TEST_F(Suspend, AnEventLoopRunsTheFunctionWhenItPumps)
     EXPECT_EQ(result, 8);
     EXPECT_EQ(call([] { return 1; }), 1) << "at once on the loop's own thread";
 }
+
+// A function may pump messages, and so let another task's call run inside its own.
+TEST_F(Suspend, AnotherCallInsideTheFunctionTakesNoContextAway)
+{
+    const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
+    const auto pump = [] { U_Context::CheckAbortAndFlushCompletionRoutines(); };
+    for (const bool here : {false, true})
+    {
+        SCOPED_TRACE(here ? "the thread's own call" : "a posted call");
+        std::atomic<bool> inside(false);
+        std::thread other;
+        const auto letOtherIn = [&] {
+            other = std::thread([&] {
+                const U_ContextSetter task(U_Context::MakeNewContext());
+                const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+                suspended->CallOnEventLoopAdaptorExecutor(loop, [&] {
+                    inside = true;
+                    return 0;
+                });
+            });
+            while (!inside)
+                pump();
+            return 1;
+        };
+        const auto call = [&] {
+            const ContextPtr context = U_Context::MakeNewContext();
+            const U_ContextSetter task(context);
+            {
+                const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+                EXPECT_EQ(suspended->CallOnEventLoopAdaptorExecutor(loop, letOtherIn), 1);
+            }
+            ExpectBack(context);
+        };
+        if (here)
+            call();
+        else
+        {
+            std::atomic<bool> done(false);
+            std::thread caller([&] {
+                call();
+                done = true;
+            });
+            while (!done)
+                pump();
+            caller.join();
+        }
+        // The other call waits for its answer until it is given.
+        other.join();
+    }
+}
+
+TEST_F(Suspend, AContextNeverEndsOnTheThreadThatRanACall)
+{
+    for (int round = 0; round < 200; ++round)
+    {
+        ContextPtr context = U_Context::MakeNewContext();
+        const boost::weak_ptr<U_Context> watched = context;
+        {
+            const U_ContextSetter task(context);
+            EXPECT_EQ(SuspendedCall(mExecutor, [] { return 0; }), 0);
+        }
+        context.reset();
+        ASSERT_TRUE(watched.expired()) << round; // nobody else has it, or ends it
+    }
+}

@@ -189,6 +189,36 @@ TEST(ThreadedExecutors, ThreadsAreSetUpAsAsked)
     EXPECT_THROW(MakeExecutor(0), std::invalid_argument);
 }
 
+TEST(ThreadedExecutors, AttributesServeAllThreads)
+{
+    boost::thread::attributes attributes;
+    cpu_set_t all;
+    CPU_ZERO(&all);
+    ASSERT_EQ(sched_getaffinity(0, sizeof(all), &all), 0);
+    ASSERT_EQ(pthread_attr_setaffinity_np(attributes.native_handle(), sizeof(all), &all), 0);
+    for (int round = 0; round < 3; ++round)
+        CreateAsyncThreadedExecutor("attributes", 2, krobase::threads::kThreadPriorityNormal, {},
+                                    {}, attributes);
+}
+
+TEST(ThreadedExecutors, WhatRunsFirstAndLastIsOnTheExecutorsThreadToo)
+{
+    boost::shared_ptr<AsyncThreadedExecutor> executor;
+    AsyncThreadedExecutor* asked = nullptr;
+    Gate made(false);
+    std::atomic<int> onThread(0);
+    const auto ask = [&] {
+        EXPECT_TRUE(made.PassThrough(60000));
+        onThread += asked->IsExecutorThread();
+    };
+    executor =
+        CreateAsyncThreadedExecutor("ends", 1, krobase::threads::kThreadPriorityNormal, ask, ask);
+    asked = executor.get();
+    made.Open();
+    executor.reset();
+    EXPECT_EQ(onThread, 2);
+}
+
 TEST(ThreadedExecutors, ALogThatFailsEndsNoThread)
 {
     platform::SetLogSink([](int, const char*, const char*, const char*) { throw "no log"; });
