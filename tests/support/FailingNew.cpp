@@ -54,7 +54,14 @@ void* operator new(std::size_t size)
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    return Allocate(size);
+    try
+    {
+        return Allocate(size);
+    }
+    catch (...)
+    {
+        return nullptr; // a new handler says by throwing that there is no more
+    }
 }
 
 void operator delete(void* block) noexcept

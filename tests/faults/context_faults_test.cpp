@@ -1,0 +1,184 @@
+// Contexts, suspensions, roles and handlers, while allocations fail.
+
+#include <new>
+
+#include <boost/make_shared.hpp>
+
+#include "U_Context.h"
+#include "U_Fatal.h"
+#include "U_Machine.h"
+#include "U_Suspend.h"
+#include "U_Threads.h"
+#include "tests/contexts/Suspensions.h"
+#include "tests/faults/Faults.h"
+
+using krobase::utility::ImmutableString;
+
+namespace
+{
+class CountingState : public U_State
+{
+public:
+    explicit CountingState(U_Context* context) : U_State(context) { ++sLiving; }
+    ~CountingState() override { --sLiving; }
+    ImmutableString GetKey() const override { return ImmutableString("faults.counting"); }
+    void OnActivate() override { ++mActivations; }
+    void OnDeactivate() override { --mActivations; }
+
+    int mActivations = 0;
+    static std::atomic<int> sLiving;
+};
+
+std::atomic<int> CountingState::sLiving{0};
+
+boost::shared_ptr<U_State> MakeCounting(U_Context* context)
+{
+    return boost::make_shared<CountingState>(context);
+}
+
+int Activations(U_Context& context)
+{
+    return static_cast<CountingState&>(*Neighbour::Find(context, "faults.counting")).mActivations;
+}
+
+class ContextFaults : public Faults
+{
+protected:
+    void SetUp() override
+    {
+        Faults::SetUp();
+        U_Context::RegisterState(mKey, &MakeCounting);
+    }
+
+    void TearDown() override
+    {
+        U_Context::UnregisterState(mKey);
+        EXPECT_EQ(CountingState::sLiving, 0);
+        Faults::TearDown();
+    }
+
+    const ImmutableString mKey{"faults.counting"};
+};
+} // namespace
+
+TEST_F(ContextFaults, Contexts)
+{
+    const ImmutableString key("a key of its own, longer than a string object");
+    const ContextPtr context = U_Context::MakeNewContext();
+    const auto registerState = [&] {
+        U_Context::RegisterState(key, &MakeCounting);
+        const ContextPtr made = U_Context::MakeNewContext();
+        const bool right = Neighbour::Find(*made, key.Text()) != nullptr;
+        U_Context::UnregisterState(key);
+        return RightIf(right);
+    };
+    const auto activate = [&] {
+        try
+        {
+            const U_ContextSetter setter(context);
+            const U_ContextSetter nested;
+            if (Activations(*context) != 1)
+                return kWrong;
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (U_Context::HasCurrent() || context->IsActive())
+                return kWrong;
+            throw;
+        }
+        return RightIf(!U_Context::HasCurrent() && !context->IsActive());
+    };
+    const auto activateWeakly = [&] {
+        const U_WeakContextSetter setter(context);
+        return RightIf(U_Context::GetCurrent() == context);
+    };
+    Walk({{"U_Context::RegisterState", kBadAlloc, registerState},
+          {"U_Context::MakeNewContext", kBadAlloc,
+           [] { return RightIf(U_Context::MakeNewContext()->GetContextID() > 0); }},
+          {"U_ContextSetter", kBadAlloc, activate},
+          {"U_WeakContextSetter", kBadAlloc, activateWeakly},
+          {"U_Context::CheckAbortAndFlushCompletionRoutines", kBadAlloc,
+           [] { return RightIf(!U_Context::CheckAbortAndFlushCompletionRoutines()); }}});
+    EXPECT_FALSE(context->IsActive());
+}
+
+TEST_F(ContextFaults, Suspensions)
+{
+    const ExecutorPtr executor = MakeExecutor();
+    const auto suspendedCall = [&] {
+        const ContextPtr context = U_Context::MakeNewContext();
+        const U_ContextSetter setter(context);
+        int result = 0;
+        try
+        {
+            result = SuspendedCall(executor, [context] {
+                return U_Context::GetCurrent() == context ? Activations(*context) + 41 : 0;
+            });
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (U_Context::GetCurrent() != context || Activations(*context) != 1)
+                return kWrong;
+            throw;
+        }
+        return RightIf(result == 42 && U_Context::GetCurrent() == context);
+    };
+    Walk({{"U_SuspendContext", kBadAlloc, suspendedCall}});
+    Drain(executor);
+}
+
+TEST_F(ContextFaults, Threads)
+{
+    const auto mainRole = [] {
+        const bool before = U_IsOnMainThread();
+        try
+        {
+            U_RegisterMainThread();
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (U_IsOnMainThread() != before)
+                return kWrong;
+            throw;
+        }
+        const bool right = U_IsOnMainThread();
+        U_DeregisterMainThread();
+        return RightIf(right && U_IsOnMainThread() == before);
+    };
+    const auto renderRole = [] {
+        try
+        {
+            U_RegisterRenderThread();
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (U_IsOnRenderThread())
+                return kWrong;
+            throw;
+        }
+        const bool right = U_IsOnRenderThread();
+        U_DeregisterRenderThread();
+        return RightIf(right && !U_IsOnRenderThread());
+    };
+    static int sRefcon = 0;
+    const auto handler = [](void*) {};
+    const auto localHandler = [&] {
+        U_FatalHandler found = nullptr;
+        void* refcon = nullptr;
+        {
+            const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler set(handler, &sRefcon);
+            U_GetLocalUnhandledExceptionOrHardwareErrorHandler(&found, &refcon);
+        }
+        U_FatalHandler left = nullptr;
+        U_GetLocalUnhandledExceptionOrHardwareErrorHandler(&left, nullptr);
+        return RightIf(found == handler && refcon == &sRefcon && !left);
+    };
+    const auto callStack = [] {
+        U_InitializeCallStackMonitoring();
+        return RightIf(U_IsCallStackMonitoringInitialized(), kLess);
+    };
+    Walk({{"U_RegisterMainThread", kBadAlloc, mainRole},
+          {"U_RegisterRenderThread", kBadAlloc, renderRole},
+          {"a local handler", kBadAlloc, localHandler},
+          {"U_InitializeCallStackMonitoring", kLess, callStack}});
+}

@@ -1,0 +1,279 @@
+// Texts, formats, dates and groups, while allocations fail.
+
+#include <cstring>
+#include <new>
+
+#include <control.h>
+
+#include "U_Date.h"
+#include "U_Encoding.h"
+#include "U_Format.h"
+#include "U_Group.h"
+#include "U_LStr.h"
+#include "U_Machine.h"
+#include "U_String.h"
+#include "U_Telemetry.h"
+#include "U_ZString.h"
+#include "tests/faults/Faults.h"
+#include "tests/support/DictionaryImage.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+typedef Faults TextFaults;
+
+// Too long to stand inside a string object.
+const char kNarrow[] = "a text of some forty characters: caf\xE9, \xFC";
+const std::u16string_view kWide = u"a text of some forty characters: caf\u00E9, \u00FC";
+const char kZString[] = "$$$/faults/text=a default that is too long for a string object";
+const char kResolved[] = "a default that is too long for a string object";
+
+bool Is(const std::string& text, const char* expected)
+{
+    return std::strcmp(text.c_str(), expected) == 0;
+}
+
+bool IsAscii(const U_UTF16String& text, const char* expected)
+{
+    return text.size() == std::strlen(expected) && std::equal(text.begin(), text.end(), expected);
+}
+
+// A row's text in a buffer that held "before".
+template <class Body> Outcome InBuffer(const char* expected, Body body)
+{
+    char text[256] = "before";
+    const U_Status code = body(text);
+    return OfCode(code, std::strcmp(text, expected) == 0,
+                  !*text || std::strcmp(text, "before") == 0);
+}
+} // namespace
+
+TEST_F(TextFaults, Conversions)
+{
+    const std::string narrow = kNarrow;
+    const U_UTF16String wide = Units(kWide);
+    const U_UTF16String separator = Units(u" ");
+    const U_UTF8String utf8 = U_UTF16To8String(wide);
+    Walk({
+        {"U_MBToUTF16String", kBadAlloc,
+         [&] { return RightIf(U_MBToUTF16String(narrow) == wide); }},
+        {"U_UTF16ToMBString", kBadAlloc,
+         [&] { return RightIf(U_UTF16ToMBString(wide, true) == narrow); }},
+        {"U_UTF8To16String", kBadAlloc, [&] { return RightIf(U_UTF8To16String(utf8) == wide); }},
+        {"U_UTF16To8String", kBadAlloc, [&] { return RightIf(U_UTF16To8String(wide) == utf8); }},
+        {"U_AsciiToUTF16String", kBadAlloc,
+         [&] { return RightIf(IsAscii(U_AsciiToUTF16String(kResolved), kResolved)); }},
+        {"U_ConvertEnglishEncodedTextToCurrentEncoding", kBadAlloc,
+         [&] { return RightIf(U_ConvertEnglishEncodedTextToCurrentEncoding(narrow) == narrow); }},
+        {"U_ConvertEncodedStringToUnicode", kBadAlloc,
+         [&] { return RightIf(U_ConvertEncodedStringToUnicode(1, 1252, kNarrow) == wide); }},
+        {"U_TruncateStringToByteSize", kBadAlloc,
+         [&] {
+             U_UTF8String text = utf8;
+             U_TruncateStringToByteSize(&text, 37);
+             return RightIf(text.size() == 36); // without half of an e with an accent
+         }},
+        {"U_SplitUTF16String", kBadAlloc,
+         [&] {
+             std::vector<U_UTF16String> parts;
+             U_SplitUTF16String(wide, separator, parts);
+             return RightIf(parts.size() == 8 && IsAscii(parts[2], "of"));
+         }},
+        {"U_CopyToUTF8Buf", kBadAlloc,
+         [&] {
+             unsigned char out[100];
+             U_CopyToUTF8Buf(wide, sizeof(out), out);
+             return RightIf(std::equal(utf8.begin(), utf8.end(), out));
+         }},
+        {"U_GetMachineName", kBadAlloc | kLess,
+         [] { return RightIf(!U_GetMachineName().empty(), kLess); }},
+        {"U_GetUsername", kBadAlloc | kLess,
+         [] { return RightIf(!U_GetUsername().empty(), kLess); }},
+        {"StripQuotedContents", kBadAlloc,
+         [] {
+             const U_UTF16String text = U_AsciiToUTF16String("cannot open \"/a/long/path/to/it\"");
+             return RightIf(IsAscii(U::telemetry::StripQuotedContents(text), "cannot open \"\""));
+         }},
+    });
+}
+
+TEST_F(TextFaults, Buffers)
+{
+    const auto copyC = [](char* text) { return U_CopyString(kNarrow, 100, text); };
+    Walk({
+        {"U_CopyString", kCode4, [&] { return InBuffer(kNarrow, copyC); }},
+        {"U_StringToUpper", kThrown4 | kBadAlloc,
+         [] {
+             char text[] = "a lower-case text of more than fifteen";
+             U_StringToUpper(text);
+             return RightIf(std::strcmp(text, "A LOWER-CASE TEXT OF MORE THAN FIFTEEN") == 0);
+         }},
+        {"U_strcmp", kBadAlloc | kThrown4,
+         [] { return RightIf(U_strcmp(kNarrow, kResolved) > 0); }},
+        {"U_stricmp", kBadAlloc | kThrown4,
+         [] { return RightIf(U_stricmp("A TEXT OF SOME LENGTH", "a text of some length") == 0); }},
+        {"U_strrstr", kBadAlloc | kThrown4,
+         [] { return RightIf(*U_strrstr("a text in a long text", "text") == 't'); }},
+        {"U_MakeDBCSSafeStr", kCode4,
+         [] {
+             return InBuffer("a text (C)", [](char* text) {
+                 bool changed = false;
+                 return U_MakeDBCSSafeStr("a text \xA9", 100, text, &changed);
+             });
+         }},
+        {"U_CopyCtoPString", kCode4,
+         [] {
+             unsigned char text[100] = {};
+             const U_Status code = U_CopyCtoPString(kNarrow, sizeof(text), text);
+             return OfCode(code, *text == std::strlen(kNarrow), *text == 0);
+         }},
+        {"U_AsciiVersion", kCode4 | kLess,
+         [] {
+             char text[256] = "";
+             const U_Status code = U_AsciiVersion(0x04080600, false, text);
+             return code == U_Err_OutOfMemory ? kCode4 : RightIf(code == 0 && *text);
+         }},
+        {"U_ZStringToMBRaw", kCode4,
+         [] {
+             return InBuffer(kResolved,
+                             [](char* text) { return U_ZStringToMBRaw(kZString, 256, text); });
+         }},
+        {"U_ZStringToCStr", kBadAlloc,
+         [] {
+             return InBuffer(kResolved, [](char* text) {
+                 U_ZStringToCStr(kZString, 256, text);
+                 return 0;
+             });
+         }},
+        {"U_FormatNum", kCode4,
+         [] {
+             return InBuffer("1,234.50",
+                             [](char* text) { return U_FormatNum(1234.5, 8, 1, 2, text); });
+         }},
+        {"U_ScanNum", kCode4,
+         [] {
+             char text[] = "1234.5";
+             double number = 7;
+             const int code = U_ScanNum(text, 0, &number);
+             return OfCode(code, number == 1234.5, number == 7);
+         }},
+        {"U_InternationalizeNum", kCode4,
+         [] {
+             char text[256] = "1.5";
+             const int code = U_InternationalizeNum(text);
+             return OfCode(code, std::strcmp(text, "1.5") == 0);
+         }},
+        {"U_SubString into a buffer", kCode4,
+         [] {
+             return InBuffer("7 of 1.5 of a text of a length that matters", [](char* text) {
+                 return U_SubString(text, 256, "^L1 of ^F2 of ^3", 7, 1.5,
+                                    "a text of a length that matters");
+             });
+         }},
+        {"U_LongFormatBytes into a buffer", kBadAlloc | kThrown4,
+         [] {
+             char text[256];
+             return RightIf(Is(U_LongFormatBytes(3 << 20, text), "3.0 MB"));
+         }},
+    });
+}
+
+TEST_F(TextFaults, TextsOfTheirOwn)
+{
+    const U_UTF16String heading = Units(u"Several files can't be read");
+    const U_UTF16String label = Units(u"@0 errors in all of these files:");
+    const U_UTF16String message = Units(u"a file with a long name");
+    const U_UTF16String format = Units(u"^L1 messages of a length that matters, ^2");
+    const U_UTF16String identifier =
+        U_FormUniqueGroupErrorMessageIdentifier(heading, label, heading);
+    const U_UTF16String version = U_UTF16Version(0x04080600, false);
+    const U_UTF16String grouped = U_GroupErrorMessage(message, identifier);
+    Walk({
+        {"U_ZStringToUTF16String", kBadAlloc,
+         [] { return RightIf(IsAscii(U_ZStringToUTF16String(kZString), kResolved)); }},
+        {"U_ZStringToEnglishUTF16String", kBadAlloc,
+         [] { return RightIf(IsAscii(U_ZStringToEnglishUTF16String(kZString), kResolved)); }},
+        {"U_ZStringToMBString", kBadAlloc,
+         [] { return RightIf(Is(U_ZStringToMBString(kZString), kResolved)); }},
+        {"U_SubString", kCode4,
+         [&] {
+             U_UTF16String out;
+             const U_Status code = U_SubString(out, format, 3, "text");
+             return OfCode(code, IsAscii(out, "3 messages of a length that matters, text"),
+                           out.empty());
+         }},
+        {"U_SubString16", kThrown4 | kBadAlloc,
+         [&] { return RightIf(U_SubString16(format, 3, "text").size() == 41); }},
+        {"U_LongFormatBytes", kBadAlloc | kThrown4,
+         [] { return RightIf(IsAscii(U_LongFormatBytes(12), "12 bytes")); }},
+        {"U_SecondsToDateTimeString", kBadAlloc | kThrown4,
+         [] {
+             return RightIf(IsAscii(U_SecondsToDateTimeString(0xC0000000, U_DateType_Short,
+                                                              U_DateTimeDisplay_Date, false),
+                                    "1/27/2006"));
+         }},
+        {"U_UTF16Version", kBadAlloc | kThrown4,
+         [&] { return RightIf(U_UTF16Version(0x04080600, false) == version); }},
+        {"U_FormUniqueGroupErrorMessageIdentifier", kBadAlloc,
+         [&] {
+             return RightIf(U_FormUniqueGroupErrorMessageIdentifier(heading, label, heading) ==
+                            identifier);
+         }},
+        {"U_GroupErrorMessage", kBadAlloc,
+         [&] { return RightIf(U_GroupErrorMessage(message, identifier) == grouped); }},
+        {"U_StripGroupedErrorMessage", kBadAlloc,
+         [&] {
+             U_UTF16String key;
+             const bool isStripped = U_StripGroupedErrorMessage(grouped, &key) == message;
+             return RightIf(isStripped && key.size() == identifier.size() + 2); // two blanks
+         }},
+        {"U_ExtractSingularPluralFromUniqueGroupIdentifier", kBadAlloc,
+         [&] {
+             U_UTF16String parts[3];
+             U_ExtractSingularPluralFromUniqueGroupIdentifier(identifier, &parts[0], &parts[1],
+                                                              &parts[2]);
+             return RightIf(parts[0] == heading && parts[1] == label && parts[2] == heading);
+         }},
+    });
+}
+
+TEST_F(TextFaults, LStrTables)
+{
+    static char sZString[] = "$$$/faults/row=the text of a row that is looked up";
+    static char sName[] = "Faults";
+    const auto makeTable = [](U_LStrRow* rows) {
+        rows[0] = {sZString, nullptr, nullptr, 0};
+        rows[1] = U_LStrRow();
+        return U_LStrCache{sName, 2, rows, 0};
+    };
+    const auto lookUp = [&] {
+        U_LStrRow rows[2];
+        U_LStrCache module = makeTable(rows);
+        U_LStrCache* table = &module;
+        if (const U_Status failure = U_ZRegisterLStrCache(&table))
+            return OfCode(failure, false, table == &module);
+        int error = 0;
+        const bool right = std::strcmp(U_ZLookupLStrCache(table, 0, 0, &error), sZString + 15) == 0;
+        const Outcome outcome = OfCode(error, right);
+        return U_ZUnregisterLStrCache(&table) ? kWrong : outcome;
+    };
+    Walk({{"U_ZLookupLStrCache", kCode4, lookUp}});
+}
+
+TEST_F(TextFaults, Languages)
+{
+    DictionaryImage german = BinaryImage({{"/faults/text", u"ein Text, der lang genug ist"},
+                                          {"/faults/other", u"noch ein Text von solcher Länge"}});
+    DictionaryImage lines = TextImage(u"\"$$$/faults/line=eine Zeile mit einem langen Text\"\r\n");
+    const auto load = [](DictionaryImage& image, const char* zstring, const char* expected) {
+        const U_Status code = U_ZStringSetCurrentDictionary(image.units.data(), image.size);
+        return code == U_Err_OutOfMemory
+                   ? kCode4
+                   : RightIf(code == 0 && IsAscii(U_ZStringToUTF16String(zstring), expected));
+    };
+    Walk({{"U_ZStringSetCurrentDictionary", kCode4 | kBadAlloc,
+           [&] { return load(german, kZString, "ein Text, der lang genug ist"); }, true},
+          {"U_ZStringSetCurrentDictionary of lines", kCode4 | kBadAlloc,
+           [&] { return load(lines, "$$$/faults/line=x", "eine Zeile mit einem langen Text"); },
+           true}});
+}
