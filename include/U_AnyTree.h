@@ -60,6 +60,9 @@ public:
     U_AnyTreeWrapper get_child_tree(const U_UTF16String& key);
     const U_AnyTreeWrapper get_child_tree(const U_UTF16String& key) const;
 
+    // The changes that follow throw std::bad_alloc if there is no memory, with the tree
+    // as it was.
+
     // Append a child, whether the key is there or not: a copy of a tree, of the
     // kind tree from then on, or a value.
     void push_back(const U_UTF16String& key, const U_AnyTree& tree);
@@ -119,6 +122,7 @@ private:
     U_AnyTree& FindChild(const U_UTF16String& key) const;
     U_AnyTree& Append(const U_UTF16String& key);
     void AppendTree(const U_UTF16String& key, U_AnyTree& tree);
+    void EraseNamesakesOfLast();
     void PutValue(const U_UTF16String& key, U_Any value);
 
     U_AnyTree* mTree;

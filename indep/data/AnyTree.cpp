@@ -124,6 +124,17 @@ void U_AnyTreeWrapper::AppendTree(const U_UTF16String& key, U_AnyTree& tree)
     mTree->back().second.data().mType = U_Any::kType_Tree;
 }
 
+// Erases the other children with the last one's key. A child that is to be replaced
+// goes only when the new one is there: it stays if there is no memory, and the new
+// one's key and value may come from it.
+void U_AnyTreeWrapper::EraseNamesakesOfLast()
+{
+    const auto last = std::prev(mTree->end());
+    for (auto first = mTree->to_iterator(mTree->find(last->first)); first != last;
+         first = mTree->to_iterator(mTree->find(last->first)))
+        mTree->erase(first);
+}
+
 void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any value)
 {
     if (key.empty())
@@ -142,11 +153,8 @@ void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any value)
         found->second.data() = std::move(value);
         return;
     }
-    // The key may be the child's own.
-    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
-    const U_UTF16String name(key);
-    mTree->erase(name);
-    Append(name).data() = std::move(value);
+    Append(key).data() = std::move(value);
+    EraseNamesakesOfLast();
 }
 
 void U_AnyTreeWrapper::push_back(const U_UTF16String& key, const U_AnyTree& tree)
@@ -173,12 +181,8 @@ void U_AnyTreeWrapper::put(const U_Any& value)
 
 void U_AnyTreeWrapper::put(const U_UTF16String& key, const U_AnyTree& tree)
 {
-    // Both may belong to what is erased.
-    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
-    const U_UTF16String name(key);
-    U_AnyTree copy(tree);
-    erase(name);
-    AppendTree(name, copy);
+    push_back(key, tree);
+    EraseNamesakesOfLast();
 }
 
 void U_AnyTreeWrapper::put(const char* key, const U_AnyTree& tree)

@@ -78,9 +78,9 @@ void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key)
     U_AnyTree nested;
     ReadLevel(U_AnyTreeWrapper(nested), IsAt('['));
     --mDepth;
-    if (!key.empty())
-        tree.erase(key);
     tree.AppendTree(key, nested);
+    if (!key.empty())
+        tree.EraseNamesakesOfLast();
 }
 
 // Reads a value without brackets. Returns whether the level goes on behind it.
