@@ -57,6 +57,8 @@ protected:
     // another. Behind each point the operation must succeed again.
     void Walk(std::initializer_list<Operation> operations);
 
+    std::atomic<long> mNewPoints{0}; // walked so far
+
 private:
     static void Silence();
 
@@ -66,7 +68,6 @@ private:
 
     U_u64 mUsed = 0; // before the operation
     std::atomic<long> mHeapPoints{0};
-    std::atomic<long> mNewPoints{0};
 };
 
 #endif

@@ -1,0 +1,209 @@
+// Reports, and what holds them back, while allocations fail.
+
+#include <new>
+#include <stdexcept>
+#include <thread>
+
+#include <control.h>
+
+#include "U_Assert.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "U_Threads.h"
+#include "tests/faults/Faults.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+const U_u32 kLocation = 0x120034;
+const char kText[] = "a report that is too long for a string object";
+
+class ErrorFaults : public Faults
+{
+protected:
+    void SetUp() override
+    {
+        Faults::SetUp();
+        platform::SetAlertPresenter([this](const platform::Alert& alert) {
+            mShown += alert.text.find(mText) != U_UTF16String::npos;
+        });
+    }
+
+    // Shows first what an alert that failed has left posted.
+    void BeginAnew()
+    {
+        U_DisplayPostedErrors();
+        U_ClearLastReportedError();
+        mShown = 0;
+    }
+
+    // Runs a report and shows what it has posted: it must reach the user once. Only
+    // where it has to be posted can it be lost.
+    Outcome Shown(const std::function<Outcome()>& report)
+    {
+        BeginAnew();
+        const Outcome outcome = report();
+        U_DisplayPostedErrors();
+        if (outcome != kRight || mShown == 1)
+            return outcome;
+        return mShown == 0 && !U_IsOnUIThread() ? kLess : kWrong;
+    }
+
+    static U_u32 Count()
+    {
+        U_u32 count = 0;
+        U_GetHowManyErrors(&count);
+        return count;
+    }
+
+    const U_UTF16String mText = U_AsciiToUTF16String(kText);
+    std::atomic<int> mShown{0};
+};
+} // namespace
+
+TEST_F(ErrorFaults, Reports)
+{
+    const auto done = [](const auto& body) {
+        body();
+        return kRight;
+    };
+    const auto report = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, mText); };
+    const auto verification = [] {
+        return OfCode(U_ReportFailedVerification(kLocation, 1, nullptr, kText), true);
+    };
+    Walk({
+        {"U_ReportError", kLess, [&] { return Shown([&] { return done(report); }); }},
+        {"U_ReportError of a message", kLess,
+         [&] {
+             return Shown([&] {
+                 U_ReportError(0, U_Sev_MESSAGE, mText);
+                 return kRight;
+             });
+         }},
+        {"U_AsyncReport", kRight | kLess,
+         [&] {
+             BeginAnew();
+             U_AsyncReport(kLocation, U_Sev_PROBLEM, mText);
+             U_DisplayPostedErrors();
+             return mShown < 2 ? RightIf(mShown == 1, kLess) : kWrong;
+         }},
+        {"Up_ReportErrString", kLess | kCode4,
+         [&] {
+             return Shown(
+                 [] { return OfCode(Up_ReportErrString(kLocation, U_Sev_PROBLEM, kText), true); });
+         }},
+        {"Up_ReportNuloErrString", kLess,
+         [&] {
+             BeginAnew();
+             const U_Status code = Up_ReportNuloErrString(kLocation, U_Sev_PROBLEM, 3, kText);
+             const bool isRight = code == 3 && Up_GetThreadLastError() == 3;
+             U_DisplayPostedErrors();
+             return isRight ? RightIf(mShown == 1, kLess) : kWrong;
+         }},
+        {"U_ReportFailedVerification", kLess | kCode4, [&] { return Shown(verification); }},
+        {"Up_AssertFailed", kRight,
+         [] { return RightIf(Up_AssertFailed("a == b", "some/file.cpp", 12) == 0); }},
+        {"Up_AssertImpl", kRight,
+         [] {
+             bool flag = false;
+             return RightIf(Up_AssertImpl("a == b", "some/file.cpp", 12, &flag) == 0);
+         }},
+    });
+}
+
+TEST_F(ErrorFaults, Masks)
+{
+    const auto temporary = [] {
+        const U_u32 before = Up_GetInteract();
+        U_u32 id = 0;
+        try
+        {
+            id = Up_SetInteractTemp(0xFFFF0000);
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (Up_GetInteract() != before)
+                return kWrong;
+            throw;
+        }
+        const bool isSet = Up_GetInteract() == 0xFFFF0000;
+        Up_SetInteractTempComplete(id);
+        return RightIf(isSet && Up_GetInteract() == before);
+    };
+    const auto quiet = [] {
+        const U_Status code = U_StartQuietErrorsOnCurrentThread(false);
+        const bool isOpen = U_EndQuietErrorsOnCurrentThread() == 0;
+        return OfCode(code, isOpen, !isOpen);
+    };
+    Walk({{"Up_SetInteract", kBadAlloc,
+           [] {
+               Up_SetInteract(Up_GetInteract());
+               return kRight;
+           }},
+          {"Up_SetInteractTemp", kBadAlloc, temporary},
+          {"U_StartQuietErrorsOnCurrentThread", kCode4, quiet}});
+}
+
+TEST_F(ErrorFaults, DeferredStretches)
+{
+    // The error is another one than the alert of memory running out.
+    const auto stretch = [&](bool repeats) {
+        const U_u32 mask = Up_GetInteract();
+        const U_u32 count = Count();
+        BeginAnew();
+        U_DeferredState state;
+        const U_Status started = U_DeferredReportingStart(0xFFFF0000, &state);
+        U_ReportError(kLocation, U_Sev_PROBLEM, mText);
+        const U_Status ended = U_DeferredReportingEnd(repeats, nullptr, &state);
+        U_DisplayPostedErrors();
+        const bool isBack = Up_GetInteract() == mask && !state.mSavedMessage;
+        if (!isBack || mShown > (started ? 2 : 1))
+            return kWrong;
+        if (started || ended)
+            return OfCode(started ? started : ended, false);
+        if (!repeats)
+            return RightIf(Count() == count && mShown == 0, kLess);
+        return RightIf(mShown == 1, kLess);
+    };
+    Walk({{"a stretch that is forgotten", kCode4 | kLess, [&] { return stretch(false); }},
+          {"a stretch whose error is repeated", kCode4 | kLess, [&] { return stretch(true); }}});
+}
+
+TEST_F(ErrorFaults, Exceptions)
+{
+    std::runtime_error error("an exception with a text of some length");
+    const auto translator = [&] {
+        const U_u32 id = U_RegisterExceptionTranslatorImpl([](std::exception*, int* code) {
+            *code = 99;
+            return true;
+        });
+        if (!id)
+            return kNull;
+        const U_Status code = U_TranslateAndReportException(error);
+        U_UnregisterExceptionTranslator(id);
+        return RightIf(code == 99 && U_TranslateAndReportException(error) == 14);
+    };
+    Walk({{"U_TranslateAndReportException", kRight,
+           [&] { return RightIf(U_TranslateAndReportException(error) == 14); }},
+          {"U_RegisterExceptionTranslatorImpl", kNull, translator}});
+}
+
+TEST_F(ErrorFaults, DeathTakesTheLibraryDownWithoutMemory)
+{
+    bool failed = true;
+    for (long nth = 1; failed; ++nth)
+    {
+        ASSERT_LT(nth, 1000);
+        std::thread([&] { U_ReportError(kLocation, U_Sev_PROBLEM, mText); }).join();
+        {
+            const ScFailingNew failing(nth);
+            EXPECT_EQ(U_Death(), 0) << nth;
+            failed = failing.HasFailed();
+        }
+        mNewPoints += failed;
+        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    }
+}
