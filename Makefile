@@ -3,6 +3,8 @@
 DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
 FUZZ_SECONDS ?= 600
+SOAK_SECONDS ?= 600
+SOAK_TSAN_SECONDS ?= 180
 PREFIX ?= /usr/local
 
 # For the window of alerts and its test, which go without where these can't be had.
@@ -76,6 +78,12 @@ fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	@scripts/deps clang libclang-rt-14-dev
 	$(call build,fuzz,--target fuzz)
 	scripts/fuzz --seconds $(FUZZ_SECONDS)
+
+soak: deps ## Do everything at once for SOAK_SECONDS, then SOAK_TSAN_SECONDS under tsan
+	$(call build,dev,--target soak)
+	build/dev/bin/soak $(SOAK_SECONDS)
+	$(call build,tsan,--target soak)
+	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 build/tsan/bin/soak $(SOAK_TSAN_SECONDS)
 
 lint: window-deps ## Check the format and run clang-tidy
 	$(call build,dev)

@@ -1,0 +1,92 @@
+// What the parts of the soak share: eight threads that do everything at once, and
+// one that shows what they post.
+
+#ifndef TESTS_SOAK_SOAK_H
+#define TESTS_SOAK_SOAK_H
+
+#include <atomic>
+#include <random>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include <krobase/executor.h>
+
+#include "U_Types.h"
+
+const int kThreads = 8;
+
+// Counts a violation and tells the first ones, unless holds. Any thread.
+bool Check(bool holds, const char* what);
+long Violations();
+
+// Counts an allocation that was refused, as the limits may make it.
+void Refused();
+
+// One of the threads.
+struct Worker
+{
+    explicit Worker(int theNumber, U_u64 theSeed)
+        : number(theNumber), seed(theSeed), random(theSeed)
+    {
+    }
+
+    // From 0 to below count.
+    U_u32 Below(U_u32 count) { return static_cast<U_u32>(random() % count); }
+
+    const int number;
+    const U_u64 seed;
+    std::mt19937_64 random;
+    U_u32 hog = 0;
+};
+
+// A job does one thing and checks it.
+struct Job
+{
+    const char* name;
+    void (*run)(Worker&);
+    std::atomic<long> runs;
+};
+
+extern Job gJobs[];
+extern const int gJobCount;
+
+// memory_jobs.cpp
+void Blocks(Worker& worker);
+void Recycled(Worker& worker);
+void Hogs(Worker& worker);
+void Caching(Worker& worker);
+void Accounting(Worker& worker);
+void StartMemory(); // limits that make the purge callback run
+void EndMemory();   // gives back what is cached
+long Purges();
+
+// text_jobs.cpp
+void ZStrings(Worker& worker);
+void LStrs(Worker& worker);
+void Formats(Worker& worker);
+void Trees(Worker& worker);
+void Escapes(Worker& worker);
+void Telemetry(Worker& worker);
+void StartTelemetry();
+void EndTelemetry(); // checks that all events came
+
+// error_jobs.cpp
+void Posts(Worker& worker);
+void Grouped(Worker& worker);
+void Quiet(Worker& worker);
+void Deferred(Worker& worker);
+void Callbacks(Worker& worker);
+void Translators(Worker& worker);
+void StartErrors();
+void EndErrors(); // checks that each posted message was shown
+long Posted();
+long Shown();
+
+// context_jobs.cpp
+void Suspensions(Worker& worker);
+void MainLoopCalls(Worker& worker);
+void StartContexts(); // on the thread that pumps its messages
+void EndContexts();
+
+#endif

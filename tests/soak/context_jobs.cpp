@@ -1,0 +1,105 @@
+#include <string>
+
+#include <boost/make_shared.hpp>
+
+#include "U_Context.h"
+#include "U_Suspend.h"
+#include "tests/soak/Soak.h"
+
+namespace
+{
+using krobase::utility::ImmutableString;
+typedef boost::shared_ptr<U_Context> ContextPtr;
+
+const int kExecutors = 3;
+
+// What a context carries across its suspensions; no lock guards it.
+class Value : public U_State
+{
+public:
+    explicit Value(U_Context* context) : U_State(context) { ++sLiving; }
+    ~Value() override { --sLiving; }
+    ImmutableString GetKey() const override { return Key(); }
+    void OnActivate() override { ++mTold; }
+    void OnDeactivate() override { --mTold; }
+
+    static ImmutableString Key() { return ImmutableString("soak.value"); }
+    static boost::shared_ptr<U_State> Make(U_Context* context)
+    {
+        return boost::make_shared<Value>(context);
+    }
+
+    U_u64 mValue = 0;
+    int mTold = 0;
+    static std::atomic<long> sLiving;
+};
+
+std::atomic<long> Value::sLiving{0};
+
+struct Neighbour : U_Context
+{
+    static Value& Of(U_Context& context)
+    {
+        return static_cast<Value&>(*(context.*&Neighbour::GetState)(Value::Key()));
+    }
+};
+
+boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> sExecutors[kExecutors];
+boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor> sMainLoop;
+
+// Suspends a context over calls, each of which sees and changes its state.
+template <class Call> void Suspend(Worker& worker, Call call)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    {
+        const U_ContextSetter setter(context);
+        Value& value = Neighbour::Of(*context);
+        const U_u64 before = value.mValue = worker.random();
+        const int result = call(boost::function<int()>([context, before] {
+            Check(U_Context::GetCurrent() == context, "the context on the other side");
+            Value& there = Neighbour::Of(*context);
+            Check(there.mValue == before && there.mTold == 1, "its state on the other side");
+            ++there.mValue;
+            return 42;
+        }));
+        Check(result == 42, "the result of a suspended call");
+        Check(U_Context::GetCurrent() == context, "the context back");
+        Check(value.mValue == before + 1 && value.mTold == 1, "its state back");
+    }
+    Check(!U_Context::HasCurrent() && Neighbour::Of(*context).mTold == 0, "a context put down");
+}
+} // namespace
+
+void Suspensions(Worker& worker)
+{
+    const auto executor = sExecutors[worker.Below(kExecutors)];
+    Suspend(worker, [&](const boost::function<int()>& function) {
+        return U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor, function);
+    });
+}
+
+void MainLoopCalls(Worker& worker)
+{
+    Suspend(worker, [](const boost::function<int()>& function) {
+        return U_SuspendContext::NewSuspendContext()->CallOnEventLoopAdaptorExecutor(sMainLoop,
+                                                                                     function);
+    });
+}
+
+void StartContexts()
+{
+    U_Context::RegisterState(Value::Key(), &Value::Make);
+    for (auto& executor : sExecutors)
+        executor = krobase::threads::CreateAsyncThreadedExecutor(
+            "soak", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+    sMainLoop = krobase::threads::CreateAsyncEventLoopAdaptor();
+}
+
+void EndContexts()
+{
+    for (auto& executor : sExecutors)
+        executor.reset();
+    sMainLoop.reset();
+    U_Context::UnregisterState(Value::Key());
+    Check(Value::sLiving == 0, "no context left");
+}

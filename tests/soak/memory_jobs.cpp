@@ -1,0 +1,164 @@
+#include <cstring>
+#include <mutex>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Hog.h"
+#include "U_MemServices.h"
+#include "tests/soak/Soak.h"
+
+namespace
+{
+const U_u64 kPrepurge = 16 << 20;
+const U_u64 kMaximum = 64 << 20;
+const U_u64 kCached = 64 << 10; // bytes of a block that is kept until a purge
+
+std::mutex sCacheLock; // guards sCache
+std::vector<void**> sCache;
+std::atomic<long> sPurges{0};
+
+void** TakeCached()
+{
+    const std::lock_guard<std::mutex> lock(sCacheLock);
+    if (sCache.empty())
+        return nullptr;
+    void** const handle = sCache.back();
+    sCache.pop_back();
+    return handle;
+}
+
+int Purge(void*, U_u64, U_u64 amountToPurge, bool*)
+{
+    ++sPurges;
+    for (U_u64 freed = 0; freed < amountToPurge; freed += kCached)
+    {
+        void** const handle = TakeCached();
+        if (!handle)
+            break;
+        U_FreeHandle(handle);
+    }
+    return 0;
+}
+
+bool IsFilled(const void* data, int byte, std::size_t size)
+{
+    const unsigned char* const bytes = static_cast<const unsigned char*>(data);
+    for (std::size_t index = 0; index < size; ++index)
+    {
+        if (bytes[index] != byte)
+            return false;
+    }
+    return true;
+}
+} // namespace
+
+void StartMemory()
+{
+    U_u64 used = 0;
+    U_GetMemoryStat(U_MemStat_InUse, &used);
+    U_SetMemUsageLimits(used + kPrepurge, used + kMaximum);
+    U_SetPurgeRequestCallback(&Purge, nullptr);
+}
+
+void EndMemory()
+{
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    while (void** const handle = TakeCached())
+        U_FreeHandle(handle);
+    U_PurgeRecycledMemory(~U_u64(0));
+}
+
+long Purges()
+{
+    return sPurges;
+}
+
+void Blocks(Worker& worker)
+{
+    const U_u32 size = 1 + worker.Below(20000);
+    const U_u32 larger = size + worker.Below(20000);
+    void** handle = U_AllocateHandleClearQuiet(size);
+    if (!handle)
+        return Refused();
+    Check(IsFilled(*handle, 0, size), "a cleared handle");
+    std::memset(*handle, worker.number, size);
+    if (U_ResizeHandle(0, larger, nullptr, &handle))
+        Refused();
+    Check(IsFilled(*handle, worker.number, size), "a resized handle");
+    void** copy = nullptr;
+    if (U_DuplicateHandle(handle, nullptr, &copy))
+        Refused();
+    else
+        Check(IsFilled(*copy, worker.number, size), "a duplicate");
+    U_FreeHandle(copy);
+    U_FreeHandle(handle);
+    void* const old = U_AllocatePtr(1, "soak", size);
+    if (!old)
+        return Refused();
+    std::memset(old, worker.number, size);
+    void* pointer = old;
+    if (U_ResizePtrQuiet(larger, &pointer))
+        Refused();
+    else
+        Check(IsFilled(pointer, worker.number, size), "a resized pointer");
+    U_FreePtr(pointer ? pointer : old);
+}
+
+void Recycled(Worker& worker)
+{
+    const U_u32 size = 1 + worker.Below(8000);
+    void* const pointer = U_AllocateRecycledPtr(0, nullptr, size);
+    if (!pointer)
+        return Refused();
+    std::memset(pointer, worker.number, size);
+    if (worker.Below(100) == 0)
+        U_PurgeRecycledMemory(100000);
+    Check(IsFilled(pointer, worker.number, size), "a recycled pointer");
+    U_FreeRecycledPtr(pointer);
+}
+
+void Hogs(Worker& worker)
+{
+    const U_u32 size = 1 + worker.Below(5000);
+    void** handle = nullptr;
+    if (U_NewHogHandle(worker.hog, 0, nullptr, size, U_Hog_Clear | U_Hog_Quiet, &handle))
+        return Refused();
+    void* data = nullptr;
+    U_LockHogHandle(handle, &data);
+    Check(IsFilled(data, 0, size), "a cleared hog");
+    std::memset(data, worker.number, size);
+    U_UnlockHogHandle(handle);
+    if (U_ResizeHogHandle(0, nullptr, 2 * size, handle))
+        Refused();
+    U_LockHogHandle(handle, &data);
+    Check(IsFilled(data, worker.number, size), "a resized hog");
+    U_u32 handles = 0;
+    U_u32 bytes = 0;
+    U_GetHogStats(worker.hog, &handles, &bytes);
+    Check(handles == 1 && (bytes == size || bytes == 2 * size), "a hog's count");
+    U_FreeHogHandle(handle);
+}
+
+void Caching(Worker& worker)
+{
+    void** const handle = U_AllocateHandle(0, nullptr, kCached);
+    if (!handle)
+        return Refused();
+    std::memset(*handle, worker.number, kCached);
+    const std::lock_guard<std::mutex> lock(sCacheLock);
+    sCache.push_back(handle);
+}
+
+void Accounting(Worker& worker)
+{
+    krobase::utility::Guid id;
+    id.mBytes[0] = static_cast<unsigned char>(1 + worker.number);
+    const U_u32 size = worker.Below(100000);
+    U_InstallExternalMemoryManager(id, [size] { return std::size_t(size); });
+    Check(U_GetSizeOfExternalMemoryManagers() >= size, "an external manager");
+    U_AccountAllocation(static_cast<U_i32>(size));
+    bool overLimit = false;
+    U_CheckRAMPurgeLimit(&overLimit, size, nullptr);
+    U_AccountAllocation(-static_cast<U_i32>(size));
+    U_UnInstallExternalMemoryManager(id);
+}

@@ -1,0 +1,227 @@
+// Eight threads that do everything at once for a while, and a main thread that
+// shows what they post.
+//
+//     soak [SECONDS [SEED]]
+//
+// Ends with 1 if anything was lost, wrong or leaked.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <control.h>
+
+#include "U_Budget.h"
+#include "U_Context.h"
+#include "U_Hog.h"
+#include "U_Lifecycle.h"
+#include "U_MemServices.h"
+#include "U_Posted.h"
+#include "tests/soak/Soak.h"
+
+Job gJobs[] = {
+    {"blocks", &Blocks, {}},
+    {"recycled", &Recycled, {}},
+    {"hogs", &Hogs, {}},
+    {"caching", &Caching, {}},
+    {"accounting", &Accounting, {}},
+    {"zstrings", &ZStrings, {}},
+    {"lstrs", &LStrs, {}},
+    {"formats", &Formats, {}},
+    {"trees", &Trees, {}},
+    {"escapes", &Escapes, {}},
+    {"telemetry", &Telemetry, {}},
+    {"posts", &Posts, {}},
+    {"grouped", &Grouped, {}},
+    {"quiet", &Quiet, {}},
+    {"deferred", &Deferred, {}},
+    {"callbacks", &Callbacks, {}},
+    {"translators", &Translators, {}},
+    {"suspensions", &Suspensions, {}},
+    {"main loop calls", &MainLoopCalls, {}},
+};
+const int gJobCount = sizeof(gJobs) / sizeof(gJobs[0]);
+
+namespace
+{
+typedef std::chrono::steady_clock Clock;
+typedef std::chrono::duration<double> Seconds;
+
+const double kRowSeconds = 10;
+const double kWarmUpSeconds = 30; // or a third of the run
+const int kToldViolations = 20;
+
+// What the resident size may grow by after the warm-up. The sanitizer's own tables
+// grow with what has ever been touched.
+#if defined(__SANITIZE_THREAD__)
+const U_u64 kMostGrowth = U_u64(192) << 20;
+#else
+const U_u64 kMostGrowth = U_u64(24) << 20;
+#endif
+
+std::atomic<long> sViolations{0};
+std::atomic<long> sRefusals{0};
+std::atomic<bool> sEnds{false};
+std::atomic<int> sRunning{0};
+std::atomic<long> sLeakLines{0};
+
+void Work(Worker& worker)
+{
+    while (!sEnds)
+    {
+        Job& job = gJobs[worker.Below(static_cast<U_u32>(gJobCount))];
+        try
+        {
+            job.run(worker);
+        }
+        catch (const std::bad_alloc&)
+        {
+            Refused();
+        }
+        catch (...)
+        {
+            Check(false, job.name);
+        }
+        ++job.runs;
+    }
+    --sRunning;
+}
+
+long Operations()
+{
+    long sum = 0;
+    for (const Job& job : gJobs)
+        sum += job.runs;
+    return sum;
+}
+
+U_u64 InUse()
+{
+    U_u64 used = 0;
+    U_GetMemoryStat(U_MemStat_InUse, &used);
+    return used;
+}
+
+U_u64 Resident()
+{
+    U_MemoryStats stats = {};
+    U_GetSystemMemoryStats(&stats);
+    return stats.mResident;
+}
+
+double Since(Clock::time_point start)
+{
+    return Seconds(Clock::now() - start).count();
+}
+
+void PrintRow(Clock::time_point start)
+{
+    std::printf("%7.1f %12ld %9ld %9ld %10ld %10llu %12llu\n", Since(start), Operations(), Posted(),
+                Shown(), Purges(), InUse() >> 10, Resident() >> 10);
+    std::fflush(stdout);
+}
+
+// Shows and pumps until all threads have ended. Returns the resident size at the end
+// of the warm-up.
+U_u64 Pump(double seconds)
+{
+    const Clock::time_point start = Clock::now();
+    const double warmUp = std::min(kWarmUpSeconds, seconds / 3);
+    double nextRow = 0;
+    U_u64 warm = 0;
+    std::printf("%7s %12s %9s %9s %10s %10s %12s\n", "seconds", "operations", "posted", "shown",
+                "purges", "use KiB", "resident KiB");
+    while (sRunning)
+    {
+        U_DisplayPostedErrors();
+        U_Context::CheckAbortAndFlushCompletionRoutines();
+        if (Since(start) >= nextRow)
+        {
+            PrintRow(start);
+            nextRow += kRowSeconds;
+        }
+        if (!warm && Since(start) >= warmUp)
+            warm = Resident();
+        sEnds = Since(start) >= seconds;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    U_DisplayPostedErrors();
+    PrintRow(start);
+    return warm;
+}
+
+void Run(double seconds, U_u64 seed)
+{
+    StartTelemetry();
+    StartErrors();
+    StartContexts();
+    std::vector<Worker> workers;
+    for (int number = 0; number < kThreads; ++number)
+    {
+        workers.emplace_back(number, seed + static_cast<U_u64>(number));
+        Check(U_RegisterHog("soak", &workers.back().hog) == 0, "a hog");
+    }
+    const U_u64 used = InUse();
+    StartMemory();
+    std::vector<std::thread> threads;
+    sRunning = kThreads;
+    for (Worker& worker : workers)
+        threads.emplace_back(&Work, std::ref(worker));
+    const U_u64 warm = Pump(seconds);
+    for (std::thread& thread : threads)
+        thread.join();
+
+    const U_u64 resident = Resident();
+    EndMemory();
+    EndContexts();
+    EndErrors();
+    EndTelemetry();
+    Check(!U_Die(), "no fatal report");
+    Check(Purges() > 0, "at least one purge");
+    Check(InUse() == used, "use back where it was");
+    Check(resident <= warm + kMostGrowth, "a resident size that stays");
+    std::printf("use before and after: %llu and %llu bytes; resident after the warm-up and at the "
+                "end: %llu and %llu KiB\n",
+                used, InUse(), warm >> 10, resident >> 10);
+    for (const Worker& worker : workers)
+        std::printf("thread %d: seed %llu\n", worker.number, worker.seed);
+}
+} // namespace
+
+bool Check(bool holds, const char* what)
+{
+    if (!holds && sViolations++ < kToldViolations)
+        std::fprintf(stderr, "VIOLATED: %s\n", what);
+    return holds;
+}
+
+void Refused()
+{
+    ++sRefusals;
+}
+
+int main(int argc, char** argv)
+{
+    const double seconds = argc > 1 ? std::atof(argv[1]) : 10;
+    const U_u64 seed = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 20240601;
+    if (!(seconds > 0))
+    {
+        std::fprintf(stderr, "usage: soak [SECONDS [SEED]]\n");
+        return 2;
+    }
+    platform::SetLogSink([](int, const char*, const char* tag, const char*) {
+        sLeakLines += std::strcmp(tag, "MEM_DumpLeaks") == 0;
+    });
+    if (U_Birth("Soak", nullptr))
+        return 1;
+    Run(seconds, seed);
+    Check(U_Death() == 0, "death");
+    Check(sLeakLines == 0, "no leak at death");
+    for (const Job& job : gJobs)
+        std::printf("%-16s %10ld\n", job.name, job.runs.load());
+    std::printf("refused allocations: %ld; violations: %ld\n", sRefusals.load(),
+                sViolations.load());
+    return sViolations ? 1 : 0;
+}
