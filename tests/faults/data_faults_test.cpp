@@ -85,6 +85,7 @@ TEST_F(DataFaults, Trees)
     const U_AnyTreeWrapper wrapper(tree);
     // A change of a copy, which is either as it was or changed.
     const auto change = [&](auto body, std::size_t size) {
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         U_AnyTree copy(tree);
         U_AnyTreeWrapper changed(copy);
         try

@@ -119,7 +119,7 @@ void Recycled(Worker& worker)
 
 void Hogs(Worker& worker)
 {
-    const U_u32 size = 1 + worker.Below(5000);
+    const U_u64 size = 1 + worker.Below(5000);
     void** handle = nullptr;
     if (U_NewHogHandle(worker.hog, 0, nullptr, size, U_Hog_Clear | U_Hog_Quiet, &handle))
         return Refused();

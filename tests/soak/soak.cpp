@@ -5,6 +5,7 @@
 //
 // Ends with 1 if anything was lost, wrong or leaked.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -158,6 +159,7 @@ void Run(double seconds, U_u64 seed)
     StartErrors();
     StartContexts();
     std::vector<Worker> workers;
+    workers.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number)
     {
         workers.emplace_back(number, seed + static_cast<U_u64>(number));
@@ -166,6 +168,7 @@ void Run(double seconds, U_u64 seed)
     const U_u64 used = InUse();
     StartMemory();
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     sRunning = kThreads;
     for (Worker& worker : workers)
         threads.emplace_back(&Work, std::ref(worker));
