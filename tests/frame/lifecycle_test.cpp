@@ -50,9 +50,9 @@ TEST_F(Lifecycle, BirthAndDeathTellTheLogInOrder)
 {
     ASSERT_EQ(U_Birth("Host", nullptr), 0);
     ASSERT_EQ(U_Death(), 0);
-    EXPECT_THAT(mLog.Texts(), testing::ElementsAre("Birth: U Birth", testing::StartsWith("CPU Data"),
-                                                   kSettingsLine, "Birth: U Hog Birth",
-                                                   "Death: U Death"));
+    EXPECT_THAT(mLog.Texts(),
+                testing::ElementsAre("Birth: U Birth", testing::StartsWith("CPU Data"),
+                                     kSettingsLine, "Birth: U Hog Birth", "Death: U Death"));
     EXPECT_EQ(mLog.Lines().front().level, 10);
     EXPECT_EQ(mLog.Lines().front().category, "U");
     EXPECT_EQ(mLog.Lines().back().level, 10);
