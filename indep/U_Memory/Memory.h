@@ -24,7 +24,7 @@ MEM_HeapRef UHeap();
 // Copies a block's bytes. An empty block may have no address.
 inline void CopyBytes(void* to, const void* from, std::size_t size)
 {
-    if (size)
+    if (to && from)
         std::memcpy(to, from, size);
 }
 
