@@ -19,7 +19,8 @@ class U_EXPORT U_MemTrackedObject
 {
 public:
     // Throw std::bad_alloc if the memory can't be had, which the user hears under
-    // the opName; without one under the name "U_MemTrackedObject".
+    // the opName; without one under the name "U_MemTrackedObject". A null opName
+    // keeps the user out of it.
     static void* operator new(std::size_t size);
     static void* operator new[](std::size_t size);
     static void* operator new(std::size_t size, U_u32 location, const char* opName);
@@ -45,9 +46,10 @@ public:
 // The function runs on any thread that measures use, with no lock held, so one
 // object may be called by several threads at once, and once more perhaps while or
 // after it is uninstalled: it goes with the last measurement that asks it, on that
-// thread. It may install and uninstall, and allocates nothing that would be
-// measured in turn. An empty function makes every measurement throw
-// boost::bad_function_call.
+// thread. It may install and uninstall, allocates nothing that would be measured
+// in turn, and throws nothing, since an allocation may be what measures: an empty
+// function makes every measurement throw boost::bad_function_call. Managers stay
+// until they are uninstalled, also over the library's death.
 
 // Adds a manager, with a copy of the function; one that is already there under the
 // id keeps its own. Throws std::bad_alloc, or what the copy throws, and then adds

@@ -7,6 +7,7 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <tolv/memory.h>
@@ -38,10 +39,18 @@ std::atomic<bool> sHasManagers(false);
 // memory is short, so that as many as a host has are taken without allocating.
 typedef boost::container::small_vector<boost::shared_ptr<const Measure>, 16> Snapshot;
 
+// Asks for memory only without the lock: that may measure in turn.
 Snapshot CurrentManagers()
 {
     Snapshot managers;
-    boost::lock_guard<boost::mutex> lock(sManagersLock);
+    boost::unique_lock<boost::mutex> lock(sManagersLock);
+    while (sManagers.size() > managers.capacity())
+    {
+        const std::size_t room = sManagers.size();
+        lock.unlock();
+        managers.reserve(room);
+        lock.lock();
+    }
     for (const auto& manager : sManagers)
         managers.push_back(manager.second);
     return managers;

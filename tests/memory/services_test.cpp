@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -240,6 +241,25 @@ TEST_F(MemServices, FunctionThatCantBeCopiedIsNotInstalled)
     refuses = true;
     EXPECT_THROW(U_InstallExternalMemoryManager(Id(1), function), int);
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 0u);
+}
+
+TEST_F(MemServices, ManyManagersNeedMemoryWithoutTheLock)
+{
+    const unsigned char kMany = 40; // more than a measurement has room for at first
+    for (unsigned char number = 0; number < kMany; ++number)
+        Install(number, 1);
+    // A measurement while the other one is being given its memory.
+    static size_t sInner = 0;
+    const std::new_handler before =
+        std::set_new_handler([] { sInner = U_GetSizeOfExternalMemoryManagers(); });
+    {
+        const ScFailingNew failing(1);
+        EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), size_t(kMany));
+    }
+    std::set_new_handler(before);
+    EXPECT_EQ(sInner, size_t(kMany));
+    for (unsigned char number = 0; number < kMany; ++number)
+        U_UnInstallExternalMemoryManager(Id(number));
 }
 
 TEST_F(MemServices, EmptyManagerMakesMeasurementsThrow)
