@@ -86,6 +86,8 @@ public:
 
     // As text: "true" and "false", decimal digits, a whole double with ".0", any
     // other with up to 9 decimals, "<tree>" for a tree; empty if there is no value.
+    // What 9 decimals can't tell from a whole number goes without any ("1", "-0"),
+    // and reads as an integer.
     U_UTF16String GetAs_Str() const;
     std::string GetAs_MBStr() const;
 

@@ -50,8 +50,8 @@ public:
     const U_Any& get_self() const;
     void put_self(const U_Any& value);
 
-    // The value of the node at a path of keys between dots. Throws
-    // boost::property_tree::ptree_bad_path if there is none.
+    // The value of the node at a path of keys between dots; a dot that ends the
+    // path is ignored. Throws boost::property_tree::ptree_bad_path if there is none.
     U_Any& get_child_any(const U_UTF16String& path);
     const U_Any& get_child_any(const U_UTF16String& path) const;
 

@@ -114,9 +114,12 @@ U_Any::TypeEnum U_Any::InferredType() const
 
 U_Any::TypeEnum U_Any::GetType() const
 {
-    if (mType == kType_Null)
-        mType = InferredType();
-    return mType;
+    if (mType != kType_Null)
+        return mType;
+    const TypeEnum inferred = InferredType();
+    if (inferred != kType_Null) // threads may ask for the kind of a void* at once
+        mType = inferred;
+    return inferred;
 }
 
 U_i64 U_Any::GetAs_int() const

@@ -277,6 +277,21 @@ TEST(Any, EachUnitSurvivesJSONButHalvesOfPairs)
     }
 }
 
+TEST(Any, IsLeftWithoutAValueByAMove)
+{
+    U_Any text(Units(u"text"));
+    U_Any moved(std::move(text));
+    U_Any assigned(7);
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.GetAs_Str(), Units(u"text"));
+    for (const U_Any* left : {&text, &moved})
+    {
+        EXPECT_EQ(left->GetType(), U_Any::kType_None);
+        EXPECT_EQ(left->GetAs_Str(), U_UTF16String());
+        EXPECT_EQ(left->GetAs_int(), 0);
+    }
+}
+
 TEST(Any, TranslatorPutsAnythingAndGetsTheWholeVariant)
 {
     U_AnyTree tree;

@@ -102,6 +102,17 @@ TEST_F(AnyTree, ChildrenAreReachedByKeyOrPath)
     }
 }
 
+TEST_F(AnyTree, ValueThatIsNoTextLeavesTheTreeAsItWas)
+{
+    mWrapper.SetFrom_JSON(Units(u"{\"a\":{\"b\":1}}"));
+    mWrapper.put("c", U_Any(boost::any(7u))); // an integer by kind that isn't held as one
+    EXPECT_THROW(mWrapper.GetAs_JSON(), boost::bad_any_cast);
+    EXPECT_THROW(mWrapper.GetAs_Str(), boost::bad_any_cast);
+    EXPECT_THROW(mWrapper.CreateReverseMapping(), boost::bad_any_cast);
+    mWrapper.erase(Units(u"c"));
+    EXPECT_EQ(Describe(mTree), "a:t(b:i1)");
+}
+
 TEST_F(AnyTree, DumpForPeopleIndentsByTabs)
 {
     mWrapper.SetFrom_JSON(Units(u"{\"a\":{\"b\":[1,\"x\"]},\"c\":2.0}"));
