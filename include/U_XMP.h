@@ -10,7 +10,7 @@
 #include "U_Types.h"
 
 // What failed operations throw. The message is the toolkit's own and stays.
-struct XMP_Error
+struct U_EXPORT XMP_Error
 {
     U_i32 code;
     const char* message;
