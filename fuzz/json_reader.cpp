@@ -1,6 +1,7 @@
 // The JSON reader, over units as they come and over UTF-8 text. A tree of which
 // all can be written is written the same after it was read back.
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -45,11 +46,16 @@ U_UTF16String Written(const U_AnyTree& tree)
     return U_AnyTreeWrapper(tree).GetAs_JSON();
 }
 
+// Infinite ones are no JSON, and one that rounds to "-0" is read as the integer 0.
+bool IsWritable(double value)
+{
+    return std::isfinite(value) && (value >= 0 || U_Any(value).GetAs_Str().size() > 2);
+}
+
 // Whether JSON has room for all of it: no empty trees, no elements among members,
-// no infinite numbers.
+// no odd numbers.
 bool IsWritable(const U_AnyTree& tree)
 {
-    const U_UTF16String kInfinite = {'i', 'n', 'f'};
     for (const auto& [key, child] : tree)
     {
         const bool isTree = child.data().GetType() == U_Any::kType_Tree;
@@ -57,7 +63,7 @@ bool IsWritable(const U_AnyTree& tree)
             (isTree && !IsWritable(child)))
             return false;
         if (child.data().GetType() == U_Any::kType_Double &&
-            child.data().GetAs_Str().find(kInfinite) != U_UTF16String::npos)
+            !IsWritable(child.data().GetAs_double()))
             return false;
     }
     return true;
