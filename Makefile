@@ -63,10 +63,11 @@ docs: ## Make the reference of the public headers, in build/docs/html
 	@mkdir -p build/docs
 	doxygen docs/Doxyfile
 
-bench: deps ## Measure everything and write bench/RESULTS.md
-	@scripts/deps gettext icu-devtools
+bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
+	@scripts/deps gettext icu-devtools gnuplot-nox
 	$(call build,release,--target bench)
 	scripts/bench build/release/bench
+	scripts/plots build/release/bench
 
 coverage: window-deps ## Line and branch coverage of the library
 	@scripts/deps gcovr

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <random>
 #include <sstream>
 #include <string>
@@ -23,7 +24,7 @@
 
 namespace
 {
-const std::size_t kMB = 1000000;
+const std::size_t kKB = 1000;
 
 // A settings document of about size bytes: objects of a few values each, in
 // arrays of a hundred.
@@ -51,9 +52,11 @@ std::string MakeDocument(std::size_t size)
 
 const std::string& Document(std::size_t size)
 {
-    static const std::string sOne = MakeDocument(kMB);
-    static const std::string sTen = MakeDocument(10 * kMB);
-    return size == kMB ? sOne : sTen;
+    static std::map<std::size_t, std::string> sDocuments;
+    std::string& document = sDocuments[size];
+    if (document.empty())
+        document = MakeDocument(size);
+    return document;
 }
 
 // From and to the bytes of a file, UTF-8.
@@ -93,7 +96,7 @@ struct Peer
 
 template <class Way> typename Way::Bytes DocumentFor(const benchmark::State& state)
 {
-    const std::string& text = Document(static_cast<std::size_t>(state.range(0)) * kMB);
+    const std::string& text = Document(static_cast<std::size_t>(state.range(0)) * kKB);
     return typename Way::Bytes(text.begin(), text.end());
 }
 
@@ -234,16 +237,24 @@ void DecodeByScanf(benchmark::State& state)
 }
 } // namespace
 
-BENCHMARK(Read<Ours>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(Read<Peer>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(Write<Ours>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(Write<Peer>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+#define SIZES Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond) // KB
+BENCHMARK(Read<Ours>)->SIZES;
+BENCHMARK(Read<Peer>)->SIZES;
+BENCHMARK(Write<Ours>)->SIZES;
+BENCHMARK(Write<Peer>)->SIZES;
 BENCHMARK(EscapePlain);
 BENCHMARK(CopyPlain);
 BENCHMARK(Encode);
 BENCHMARK(EncodeByPrintf);
 BENCHMARK(Decode);
 BENCHMARK(DecodeByScanf);
+
+// For the plots.
+#define GROWING Arg(20)->Arg(100)->Arg(1000)->Arg(5000)->Arg(20000)
+BENCHMARK(Read<Ours>)->Name("Growth/json/read")->GROWING;
+BENCHMARK(Read<Peer>)->Name("Growth/json/read by boost")->GROWING;
+BENCHMARK(Write<Ours>)->Name("Growth/json/write")->GROWING;
+BENCHMARK(Write<Peer>)->Name("Growth/json/write by boost")->GROWING;
 
 int main(int argc, char** argv)
 {

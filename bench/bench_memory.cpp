@@ -26,7 +26,7 @@
 
 namespace
 {
-const int kLiveBlocks = 1000000;
+const std::size_t kLiveBlocks = 1000000;
 const std::size_t kLiveSize = 64;
 
 alignas(128) std::atomic<unsigned> sSharedCounter(0);
@@ -126,15 +126,15 @@ void ChurnUncounted(benchmark::State& state)
     Churn<Ptr>(state);
 }
 
-// The same beside a million live blocks, of which one in eight was freed again
-// in random order.
+// The same beside as many live blocks as the second argument says, of which one in
+// eight was freed again in random order.
 template <class Allocator> void ChurnAmongLive(benchmark::State& state)
 {
-    std::vector<typename Allocator::Block> live(kLiveBlocks);
+    std::vector<typename Allocator::Block> live(static_cast<std::size_t>(state.range(1)));
     for (auto& block : live)
         block = Allocator::Allocate(kLiveSize);
     std::mt19937 random(1);
-    for (int i = 0; i < kLiveBlocks / 8; ++i)
+    for (std::size_t i = 0; i < live.size() / 8; ++i)
     {
         auto& block = live[random() % live.size()];
         Allocator::Free(block);
@@ -165,7 +165,8 @@ template <class Allocator> void Overhead(benchmark::State& state)
             block = Allocator::Allocate(kLiveSize);
             std::memset(Allocator::Bytes(block), 1, kLiveSize);
         }
-        state.counters["bytes_per_block"] = static_cast<double>(Resident() - before) / kLiveBlocks;
+        state.counters["bytes_per_block"] =
+            static_cast<double>(Resident() - before) / static_cast<double>(kLiveBlocks);
     }
     for (auto& block : live)
         Allocator::Free(block);
@@ -341,14 +342,25 @@ BENCHMARK_TEMPLATE(Churn, Ptr)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Handle)->SIZES;
 BENCHMARK_TEMPLATE(Churn, HogHandle)->SIZES;
 BENCHMARK(ChurnUncounted)->Arg(64)->ThreadRange(1, 2)->UseRealTime();
-BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Arg(64)->Arg(1024)->UseRealTime();
-BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Arg(64)->Arg(1024)->UseRealTime();
-BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->Arg(64)->Arg(1024)->UseRealTime();
+#define LIVE ArgsProduct({{64, 1024}, {kLiveBlocks}})->UseRealTime()
+BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->LIVE;
+BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->LIVE;
+BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->LIVE;
 BENCHMARK_TEMPLATE(Overhead, Malloc)->Iterations(1);
 BENCHMARK_TEMPLATE(Overhead, Ptr)->Iterations(1);
 BENCHMARK_TEMPLATE(Overhead, Handle)->Iterations(1);
 BENCHMARK(PurgeStorm)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(PurgeStormAlternative)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+// For the plots.
+#define GROWING_LIVE ArgsProduct({{64}, {100, 1000, 10000, 100000, kLiveBlocks}})->UseRealTime()
+BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Name("Growth/live/malloc")->GROWING_LIVE;
+BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Name("Growth/live/pointer")->GROWING_LIVE;
+BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->Name("Growth/live/handle")->GROWING_LIVE;
+#define GROWING_THREADS Arg(1024)->ThreadRange(1, 8)->UseRealTime()
+BENCHMARK_TEMPLATE(Churn, Malloc)->Name("Growth/threads/malloc")->GROWING_THREADS;
+BENCHMARK_TEMPLATE(Churn, Ptr)->Name("Growth/threads/pointer")->GROWING_THREADS;
+BENCHMARK_TEMPLATE(Churn, Handle)->Name("Growth/threads/handle")->GROWING_THREADS;
 } // namespace
 
 int main(int argc, char** argv)

@@ -128,4 +128,12 @@ BENCHMARK(PostedWithLogLine);
 BENCHMARK(PostedByThreads)->Arg(1)->Iterations(200)->UseManualTime();
 BENCHMARK(PostedByThreads)->Arg(2)->Iterations(200)->UseManualTime();
 
+// For the plot.
+BENCHMARK(PostedByThreads)
+    ->Name("Growth/posting/posted report")
+    ->RangeMultiplier(2)
+    ->Range(1, 8)
+    ->Iterations(100)
+    ->UseManualTime();
+
 BENCHMARK_MAIN();

@@ -13,6 +13,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include <libintl.h>
@@ -169,28 +170,44 @@ BENCHMARK_TEMPLATE(LookUp, Ours);
 BENCHMARK_TEMPLATE(LookUp, Gettext);
 BENCHMARK_TEMPLATE(LookUp, ResourceBundle);
 
-const int kImageKeys = 100000;
+const std::size_t kImageKeys = 100000;
 
-// An image of 100,000 keys, as a build would make it.
+struct Entry
+{
+    std::string mKey;
+    U_UTF16String mText;
+};
+
+std::vector<Entry> MakeEntries(std::size_t count)
+{
+    std::vector<Entry> entries(count);
+    std::mt19937 draw(1);
+    for (std::size_t number = 0; number < count; ++number)
+    {
+        Entry& entry = entries[number];
+        entry.mKey = "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
+        entry.mText.resize(10 + draw() % 50);
+        for (U_u16& unit : entry.mText)
+            unit = static_cast<U_u16>('a' + draw() % 26);
+    }
+    return entries;
+}
+
+// An image as a build would make it.
+std::string MakeImage(const std::vector<Entry>& entries)
+{
+    hollin::Dictionary dictionary(true);
+    for (const Entry& entry : entries)
+        dictionary.SetString(entry.mKey.c_str(), entry.mText.data(),
+                             static_cast<std::uint32_t>(entry.mText.size() * 2));
+    std::ostringstream image;
+    dictionary.Serialize(image, hollin::Dictionary::kBinary, nullptr, 1, 0);
+    return image.str();
+}
+
 const std::string& Image()
 {
-    static const std::string sImage = [] {
-        hollin::Dictionary dictionary(true);
-        std::mt19937 draw(1);
-        for (int number = 0; number < kImageKeys; ++number)
-        {
-            const std::string key =
-                "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
-            std::vector<std::uint16_t> value(10 + draw() % 50);
-            for (std::uint16_t& unit : value)
-                unit = static_cast<std::uint16_t>('a' + draw() % 26);
-            dictionary.SetString(key.c_str(), value.data(),
-                                 static_cast<std::uint32_t>(value.size() * 2));
-        }
-        std::ostringstream image;
-        dictionary.Serialize(image, hollin::Dictionary::kBinary, nullptr, 1, 0);
-        return image.str();
-    }();
+    static const std::string sImage = MakeImage(MakeEntries(kImageKeys));
     return sImage;
 }
 
@@ -260,4 +277,66 @@ void Memory_Image(benchmark::State& state)
     state.counters["bytes"] = static_cast<double>(Image().size());
 }
 BENCHMARK(Memory_Image)->Iterations(1);
+
+// For the plot: texts by key among as many as the argument says, in random order.
+// The peer is a hash table without locale, lock or expansion.
+
+struct LoadedLibrary
+{
+    explicit LoadedLibrary(const std::vector<Entry>& entries) : mImage(MakeImage(entries))
+    {
+        U_Birth("bench_text", nullptr);
+        U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&mImage[0]), mImage.size());
+        for (const Entry& entry : entries)
+            mZStrings.push_back("$$$" + entry.mKey + "=");
+    }
+    ~LoadedLibrary() { U_Death(); }
+
+    U_UTF16String Text(std::size_t number) const
+    {
+        return U_ZStringToUTF16String(mZStrings[number].c_str());
+    }
+
+    std::string mImage; // outlives the library
+    std::vector<std::string> mZStrings;
+};
+
+struct HashTable
+{
+    explicit HashTable(const std::vector<Entry>& entries)
+    {
+        for (const Entry& entry : entries)
+        {
+            mTexts.emplace(entry.mKey, entry.mText);
+            mKeys.push_back(entry.mKey);
+        }
+    }
+
+    U_UTF16String Text(std::size_t number) const { return mTexts.find(mKeys[number])->second; }
+
+    std::unordered_map<std::string, U_UTF16String> mTexts;
+    std::vector<std::string> mKeys;
+};
+
+template <class Way> void LookUpAmong(benchmark::State& state)
+{
+    std::vector<Entry> entries = MakeEntries(static_cast<std::size_t>(state.range(0)));
+    std::shuffle(entries.begin(), entries.end(), std::mt19937(2));
+    const Way way(entries);
+    for (std::size_t number = 0; number < entries.size(); ++number)
+    {
+        if (way.Text(number) != entries[number].mText)
+            Fail("another text");
+    }
+    std::size_t number = 0;
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(way.Text(number));
+        number = number + 1 < entries.size() ? number + 1 : 0;
+    }
+}
+
+#define GROWING RangeMultiplier(10)->Range(100, 1000000)
+BENCHMARK_TEMPLATE(LookUpAmong, LoadedLibrary)->Name("Growth/look-up/dictionary")->GROWING;
+BENCHMARK_TEMPLATE(LookUpAmong, HashTable)->Name("Growth/look-up/bare hash table")->GROWING;
 } // namespace
