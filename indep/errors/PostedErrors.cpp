@@ -3,7 +3,7 @@
 #include <atomic>
 #include <optional>
 
-#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include "U_Posted.h"
@@ -16,8 +16,7 @@
 
 namespace
 {
-typedef boost::lock_guard<boost::mutex> PostedLock;
-
+const int kLooks = 100;
 const float kGroupedSizeHint = 600;
 
 struct Reported
@@ -41,6 +40,24 @@ Posted& ThePosted()
     static Posted* const sPosted = new Posted;
     return *sPosted;
 }
+
+// Looks for a while before it sleeps: the list is held for less than a sleep takes.
+class PostedLock
+{
+public:
+    explicit PostedLock(boost::mutex& mutex) : mLock(mutex, boost::defer_lock)
+    {
+        for (int look = 0; look < kLooks; ++look)
+        {
+            if (mLock.try_lock())
+                return;
+        }
+        mLock.lock();
+    }
+
+private:
+    boost::unique_lock<boost::mutex> mLock;
+};
 
 bool IsLastReported(const Reported& last, const Up_PostedError& error)
 {

@@ -15,6 +15,7 @@ const U_u32 kModule = 0x170000;
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;
+const std::size_t kCacheLine = 64; // bytes
 
 // Plain data in a handle of the library's heap. The magic numbers at both ends
 // tell whether somebody wrote over it.
@@ -26,7 +27,9 @@ struct U_Globals
     boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
     std::atomic<U_LoggingCallback> mLoggingFuncs[kMostLoggingCallbacks];
     void* mLoggingRefcons[kMostLoggingCallbacks];
+    char mApart[kCacheLine]; // each report writes the count; all read what stands around it
     std::atomic<U_u32> mErrorCount;
+    char mApartToo[kCacheLine];
     std::atomic<U_u32> mPostErrors;
     U_u32 mMagicTail;
 };
