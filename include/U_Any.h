@@ -103,7 +103,8 @@ public:
     bool IsNumeric() const;
 
     // Takes the text of a JSON string literal. Throws boost::bad_any_cast, with
-    // the object as it was, if json is anything else.
+    // the object as it was, if json is anything else, or escapes half of a surrogate
+    // pair; half of one that stands there as it is becomes U+FFFD.
     void SetFrom_JSON(const U_UTF16String& json);
 
 private:

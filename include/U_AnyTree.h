@@ -104,15 +104,16 @@ public:
     // sense of ends it, and so does the end of the text.
     //
     // Throws, with what was read before still in the tree: boost::bad_any_cast
-    // for a key or a string that is no JSON literal, and
+    // for a key or a string that is no JSON literal or escapes half of a surrogate
+    // pair, and
     // boost::property_tree::ptree_error for a text nested deeper than
     // U_MostJSONDepth.
     void SetFrom_JSON(const U_UTF16String& json);
 
     // A tree that has the values of the direct children, as text, for paths of
     // keys between dots, and their keys as values. The later of equal values
-    // counts. A dot at either end, or beside another, bounds an empty key; the
-    // empty text stands for the tree itself. Throws
+    // counts. A dot at the start, or behind another, bounds an empty key, one at the
+    // end is ignored; the empty text stands for the tree itself. Throws
     // boost::property_tree::ptree_error for more than U_MostJSONDepth keys.
     U_AnyTree CreateReverseMapping() const;
 

@@ -18,6 +18,10 @@
 class U_EXPORT U_MemTrackedObject
 {
 public:
+    U_MemTrackedObject() = default;
+    U_MemTrackedObject(const U_MemTrackedObject&) = default;
+    U_MemTrackedObject& operator=(const U_MemTrackedObject&);
+
     // Throw std::bad_alloc if the memory can't be had, which the user hears under
     // the opName; without one under the name "U_MemTrackedObject". A null opName
     // keeps the user out of it.
@@ -43,10 +47,11 @@ public:
 
 // An external manager is a piece of the host that holds memory which the library
 // doesn't allocate. Its function tells how much it holds, and that counts as use.
-// The function runs on any thread that measures use, with no lock held, so one
-// object may be called by several threads at once, and once more perhaps while or
-// after it is uninstalled: it goes with the last measurement that asks it, on that
-// thread. It may install and uninstall, allocates nothing that would be measured
+// The function runs on any thread that measures use, with no lock held but, while a
+// hog is registered, that of the hogs. One object may be called by several threads at
+// once, and keeps its state from one measurement to the next; it is called once more
+// perhaps while or after it is uninstalled: it goes with the last measurement that
+// asks it, on that thread. It may install and uninstall, allocates nothing that would be measured
 // in turn, and throws nothing, since an allocation may be what measures: an empty
 // function makes every measurement throw boost::bad_function_call. Managers stay
 // until they are uninstalled, also over the library's death.

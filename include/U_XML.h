@@ -53,7 +53,7 @@ public:
 
     // Store an attribute's value and tell whether there is one; if not they store
     // the empty text, 0 or false, and with reportMissing report a problem first,
-    // which throws as U_ReportError does. A number is read as far as the text is
+    // which throws as U_ReportError does, with the value as it was. A number is read as far as the text is
     // one, 0 if it begins none, and held to the range of what it is stored in; a
     // bool is a number that isn't 0.
     bool GetAttributeValue(const U_UTF8String& name, U_UTF8String* value, bool reportMissing) const;
@@ -129,7 +129,8 @@ U_EXPORT U_UTF8String U_BinaryDataToUTF8String(int size, const void* data);
 // empty text changes nothing. A character that is no lower-case digit counts as
 // 0, a single digit at the end is left out. A NUL where a pair begins ends the
 // text: the bytes behind are 0. Throws the int 4 if there is no memory, with
-// *data as it was, also for text of 4 GiB and more.
+// *data as it was, also for text of 4 GiB and more. The user hears nothing of that
+// while the library is alive.
 U_EXPORT void U_UTF8StringToBinaryData(const U_UTF8String& text,
                                        U_ScAutoArray<unsigned char>* data);
 

@@ -3,11 +3,10 @@
 #include <atomic>
 #include <map>
 
-#include <boost/container/small_vector.hpp>
+#include <boost/container/static_vector.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <tolv/memory.h>
@@ -35,25 +34,19 @@ Managers& sManagers = *new Managers;
 // Whether there are any. Mostly there are none, and every larger block asks.
 std::atomic<bool> sHasManagers(false);
 
-// All of a moment, in the order of their ids. A measurement may run because
-// memory is short, so that as many as a host has are taken without allocating.
-typedef boost::container::small_vector<boost::shared_ptr<const Measure>, 16> Snapshot;
+// A measurement may run because memory is short, so it allocates nothing: it takes
+// the managers a few at a time, mostly all at once.
+const std::size_t kAtOnce = 16;
+typedef boost::container::static_vector<Managers::value_type, kAtOnce> Snapshot;
 
-// Asks for memory only without the lock: that may measure in turn.
-Snapshot CurrentManagers()
+// Takes the next ones behind the id, or the first ones, in the order of their ids.
+void TakeManagers(const Guid* behind, Snapshot* managers)
 {
-    Snapshot managers;
-    boost::unique_lock<boost::mutex> lock(sManagersLock);
-    while (sManagers.size() > managers.capacity())
-    {
-        const std::size_t room = sManagers.size();
-        lock.unlock();
-        managers.reserve(room);
-        lock.lock();
-    }
-    for (const auto& manager : sManagers)
-        managers.push_back(manager.second);
-    return managers;
+    managers->clear();
+    boost::lock_guard<boost::mutex> lock(sManagersLock);
+    auto next = behind ? sManagers.upper_bound(*behind) : sManagers.begin();
+    for (; next != sManagers.end() && managers->size() < kAtOnce; ++next)
+        managers->push_back(*next);
 }
 
 bool TakeSystemFigures(U_MemoryStats* stats)
@@ -90,9 +83,17 @@ size_t U_GetSizeOfExternalMemoryManagers()
     if (!sHasManagers.load(std::memory_order_acquire))
         return 0;
     size_t sum = 0;
-    for (const auto& measure : CurrentManagers())
-        sum += (*measure)();
-    return sum;
+    Snapshot managers;
+    TakeManagers(nullptr, &managers);
+    for (;;)
+    {
+        for (const auto& manager : managers)
+            sum += (*manager.second)();
+        if (managers.size() < kAtOnce)
+            return sum;
+        const Guid last = managers.back().first;
+        TakeManagers(&last, &managers);
+    }
 }
 
 int U_GetSystemMemoryStats(U_MemoryStats* stats)

@@ -15,6 +15,8 @@ public:
 };
 } // namespace
 
+U_MemTrackedObject& U_MemTrackedObject::operator=(const U_MemTrackedObject&) = default;
+
 void* U_MemTrackedObject::operator new(std::size_t size, U_u32 location, const char* opName)
 {
     if (void* block = U_AllocatePtr(location, opName, size))

@@ -18,15 +18,16 @@ const U_UTF16String& ElementKey()
 }
 
 // The node at a path of keys between dots, made if it isn't there. The empty path
-// is the tree itself. Walked here, since boost's own put recurses once a key and
-// asserts at a dot that ends a path.
+// is the tree itself, and a dot that ends a path is ignored, as boost's get_child
+// does. Walked here, since boost's own put recurses once a key and asserts at such a
+// dot.
 U_AnyTree& NodeAt(const U_UTF16String& path, U_AnyTree& tree)
 {
     if (std::count(path.begin(), path.end(), '.') >= std::ptrdiff_t(U_MostJSONDepth))
         boost::throw_exception(boost::property_tree::ptree_error("A path has more than 1000 keys"));
     static_assert(U_MostJSONDepth == 1000, "the text above tells it");
     U_AnyTree* node = &tree;
-    for (std::size_t from = 0; !path.empty();)
+    for (std::size_t from = 0; from < path.size();)
     {
         const std::size_t dot = path.find('.', from);
         const U_UTF16String key(path, from, dot - from);

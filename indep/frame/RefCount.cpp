@@ -2,6 +2,7 @@
 
 #include "U_Assert.h"
 #include "U_Report.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {
@@ -23,8 +24,11 @@ U_ReferenceCount& U_ReferenceCount::operator=(const U_ReferenceCount&)
 
 U_ReferenceCount::~U_ReferenceCount()
 {
-    if (mCount != 0)
+    if (mCount == 0)
+        return;
+    Contained([] {
         U_ReportFailedVerification(0, kCountLine, nullptr, "Warning: Reference count not zero.");
+    });
 }
 
 void U_ReferenceCount::Increment() const

@@ -137,6 +137,7 @@ TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)
         int value = 77;
         EXPECT_TRUE(element.GetAttributeValueLong("n", &value, false, true));
         EXPECT_EQ(value, row.decimal);
+        value = 77;
         EXPECT_TRUE(element.GetAttributeValueLong("n", &value, true, true));
         EXPECT_EQ(value, row.hex);
         bool truth = row.decimal == 0;

@@ -2,6 +2,7 @@
 """Stops the example host while it reads a file that would take it minutes, and
 expects its figures of what it has read until then. Usage: stop.py BINARY"""
 import contextlib
+import json
 import os
 import pty
 import re
@@ -47,7 +48,8 @@ def await_reading(process, path):
 
 def run(name, files, work, stop, stdin=subprocess.DEVNULL, **start):
     log = f"{work}/log"
-    command = [binary, "--threads", "1", "--log", log, files]
+    report = f"{work}/report.json"
+    command = [binary, "--threads", "1", "--log", log, "--report", report, files]
     with subprocess.Popen(command, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           text=True, **start) as process:
         try:
@@ -65,6 +67,9 @@ def run(name, files, work, stop, stdin=subprocess.DEVNULL, **start):
     for label, figure in expected.items():
         if figures.get(label) != str(figure):
             fail(f"{name}: '{label}' is {figures.get(label)}, not {figure}, in {out}")
+    with open(report, encoding="utf-8") as file:
+        if json.load(file)["figures"]["files_read"] != SMALL_FILES:
+            fail(f"{name}: the report has other figures")
     if process.returncode != 3:
         fail(f"{name}: status {process.returncode}, not 3")
     if "filecache: stopped" not in err:
