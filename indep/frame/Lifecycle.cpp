@@ -59,11 +59,11 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return U_ZBirthLStrCacheList(); },
     [](const char*) { return U_ZLocaleBirth(); },
     [](const char*) { return Up_HogBirth(); },
-    [](const char*) { return Up_DateBirth(); },
     [](const char*) {
         Up_InstallNewHandler(true);
         return U_Status(0);
     },
+    [](const char*) { return Up_DateBirth(); },
     [](const char*) {
         Up_InitTiming();
         return U_Status(0);
