@@ -17,10 +17,12 @@ typedef U_i32 (*U_RunModeFunction)();
 // Brings the library up. displayName is copied, up to 30 bytes, cut at a
 // character. runMode may be null.
 // Returns 0; 3 for a null name, with nothing done; 4 if the heap or the
-// library's record can't be made; otherwise the code of the step that failed.
-// After any other failure the calling thread stays registered as a main thread,
+// library's record can't be made; the system's errno if the memory log is on (the
+// debug setting "MemoryYoYoLog") and its file can't be opened; otherwise the code of
+// the step that failed.
+// After any failure but 3 the calling thread stays registered as a main thread,
 // unless there was no memory even for that, and the host is expected to end the
-// process; a failure after the heap was made has been reported as fatal.
+// process. From the making of the record on, a failure has been reported as fatal.
 U_EXPORT U_Status U_Birth(const char* displayName, U_RunModeFunction runMode);
 
 // Shows the errors that are still posted, takes the library down and logs what is
