@@ -7,6 +7,8 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <quiet_new.h>
+
 #include "indep/frame/Guard.h"
 #include "text/LStrTable.h"
 
@@ -35,7 +37,7 @@ void CleanListed(U_LStrCache* table)
 U_Status U_ZBirthLStrCacheList()
 {
     return Guarded([] {
-        boost::lock_guard<boost::mutex> lock(sListLock);
+        const platform::ScQuietLock<boost::mutex> lock(sListLock);
         if (sLStrCacheList)
             return;
         auto list = std::make_unique<TableList>();
@@ -59,7 +61,7 @@ void ListLStrCache(U_LStrCache& table)
     const U_u32 kDone = U_LStrCache_HeapCopy | U_LStrCache_Listed;
     if (LoadField(table.mFlags) & kDone)
         return;
-    boost::lock_guard<boost::mutex> lock(sListLock);
+    const platform::ScQuietLock<boost::mutex> lock(sListLock);
     if (!sLStrCacheList || (LoadField(table.mFlags) & kDone)) // another thread was first
         return;
     sLStrCacheList->push_back(&table);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <boost/thread/lock_guard.hpp>
+#include <quiet_new.h>
 
 #include "U_Encoding.h"
 #include "text/Markers.h"
@@ -43,6 +43,6 @@ U_UTF16String ResolveZString(const char* zstring, bool forceEnglish)
     if (!locale)
         return ResolveWith(hollin::Dictionary(), zstring);
     const bool english = forceEnglish || (locale->mAlive && locale->mEnglishMode);
-    boost::lock_guard<boost::recursive_mutex> lock(locale->mLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(locale->mLock);
     return ResolveWith(english ? *locale->mEnglish : *locale->mCurrent, zstring);
 }

@@ -6,8 +6,8 @@
 #include <iterator>
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <quiet_new.h>
 #include <wril/wril.h>
 
 #include "U_Alloc.h"
@@ -20,7 +20,7 @@
 
 namespace
 {
-typedef boost::lock_guard<boost::recursive_mutex> HogLock;
+typedef platform::ScQuietLock<boost::recursive_mutex> HogLock;
 
 const U_u32 kTableMagic = 72017;
 const U_u32 kSlotsAtOnce = 10;

@@ -4,6 +4,7 @@
 #include <boost/thread/shared_lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
+#include <quiet_new.h>
 #include <win32/threads.h>
 
 #include "U_Threads.h"
@@ -45,6 +46,7 @@ boost::shared_ptr<U_Context> U_Context::MakeNewContext()
 
 U_Context::U_Context() : mContextID(++S_ctxt_id), mThreadID(U_NoThreadID)
 {
+    const platform::ScQuietNew quiet; // under the lock
     const boost::shared_lock_guard<boost::shared_mutex> lock(sStatesLock);
     for (const StateFactories::value_type& factory : S_states_factory)
         mStates.emplace(factory.first, factory.second(this));

@@ -5,6 +5,8 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <quiet_new.h>
+
 #include "U_Interact.h"
 
 namespace
@@ -48,8 +50,8 @@ U_u32 NextTemporaryId(Interaction& interaction)
 // Never destroyed: threads may report until the process is gone.
 Interaction& TheInteraction()
 {
-    static Interaction* const sInteraction = new Interaction;
-    return *sInteraction;
+    static Interaction& sInteraction = platform::NewImmortal<Interaction>();
+    return sInteraction;
 }
 } // namespace
 

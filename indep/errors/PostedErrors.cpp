@@ -6,6 +6,8 @@
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <quiet_new.h>
+
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
@@ -37,8 +39,8 @@ struct Posted
 
 Posted& ThePosted()
 {
-    static Posted* const sPosted = new Posted;
-    return *sPosted;
+    static Posted& sPosted = platform::NewImmortal<Posted>();
+    return sPosted;
 }
 
 // Looks for a while before it sleeps: the list is held for less than a sleep takes.

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include <boost/core/demangle.hpp>
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <quiet_new.h>
 #include <win32/atl.h>
 #include <win32/messages.h>
 #include <wril/wril.h>
@@ -54,7 +54,7 @@ bool Takes(const U_ExceptionTranslator& translator, std::exception& exception, i
 // unregister while it runs, so each next one is looked up by its id.
 bool Translate(std::exception& exception, int& code)
 {
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     U_u32 below = sNextTranslatorId;
     while (sTranslators)
     {
@@ -101,7 +101,7 @@ U_UTF16String SystemText(int result)
 
 U_Status Up_MakeTranslatorTable()
 {
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators)
         sTranslators = std::make_unique<TranslatorTable>();
     return 0;
@@ -110,7 +110,7 @@ U_Status Up_MakeTranslatorTable()
 void Up_FreeTranslatorTable()
 {
     std::unique_ptr<TranslatorTable> ended; // the host's functions end after the lock
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     ended.swap(sTranslators);
 }
 
@@ -130,7 +130,7 @@ U_Status Up_ReportUnknownException(const char* what, const char* type)
 
 U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 {
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators || !translator)
         return 0;
     try
@@ -150,7 +150,7 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 void U_UnregisterExceptionTranslator(U_u32 id)
 {
     TranslatorTable::node_type ended; // ends after the lock
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     if (sTranslators)
         ended = sTranslators->extract(id);
 }

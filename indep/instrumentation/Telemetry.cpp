@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include <quiet_new.h>
+
 #include "U_ZString.h"
 
 namespace U
@@ -44,7 +46,10 @@ std::vector<Delimiters> ResolveDelimiters()
 // threads may report until the process is gone.
 const std::vector<Delimiters>& QuoteDelimiters()
 {
-    static const auto* const sQuoteDelimiters = new std::vector<Delimiters>(ResolveDelimiters());
+    static const auto* const sQuoteDelimiters = [] {
+        const platform::ScQuietNew quiet; // while others wait
+        return new std::vector<Delimiters>(ResolveDelimiters());
+    }();
     return *sQuoteDelimiters;
 }
 

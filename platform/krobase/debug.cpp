@@ -4,8 +4,7 @@
 #include <climits>
 #include <cstdio>
 
-#include <boost/thread/lock_guard.hpp>
-
+#include "../quiet_new.h"
 #include "../switched_function.h"
 #include "trace_switches.h"
 
@@ -31,7 +30,7 @@ DebugDatabase& DebugDatabase::Instance()
 
 std::string DebugDatabase::GetEntry(const char* key, const char* defaultText) const
 {
-    boost::lock_guard<boost::mutex> lock(mLock);
+    const platform::ScQuietLock<boost::mutex> lock(mLock);
     const auto found = mEntries.find(key ? key : "");
     return found != mEntries.end() ? found->second : std::string(defaultText ? defaultText : "");
 }
@@ -40,7 +39,7 @@ void DebugDatabase::SetEntry(const char* key, const char* text)
 {
     if (!key)
         return;
-    boost::lock_guard<boost::mutex> lock(mLock);
+    const platform::ScQuietLock<boost::mutex> lock(mLock);
     if (text)
         mEntries[key] = text;
     else
@@ -49,7 +48,7 @@ void DebugDatabase::SetEntry(const char* key, const char* text)
 
 void DebugDatabase::Clear()
 {
-    boost::lock_guard<boost::mutex> lock(mLock);
+    const platform::ScQuietLock<boost::mutex> lock(mLock);
     mEntries.clear();
 }
 
@@ -62,7 +61,7 @@ bool TraceEnabled(const char* category, int level, bool askSettings)
 {
     if (!askSettings)
         return false;
-    boost::lock_guard<boost::mutex> lock(sTraceLock);
+    const platform::ScQuietLock<boost::mutex> lock(sTraceLock);
     const auto found = sTraceLevels.find(category);
     return found != sTraceLevels.end() && level <= found->second;
 }
@@ -77,7 +76,7 @@ void Trace(const char* text)
 
 void SetTrace(const char* category, int level)
 {
-    boost::lock_guard<boost::mutex> lock(sTraceLock);
+    const platform::ScQuietLock<boost::mutex> lock(sTraceLock);
     if (category)
         sTraceLevels[category] = level;
     else

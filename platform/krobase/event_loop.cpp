@@ -12,6 +12,7 @@
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 
+#include "../quiet_new.h"
 #include "executor.h"
 
 namespace krobase
@@ -21,7 +22,7 @@ namespace threads
 namespace
 {
 typedef boost::function<void()> Function;
-typedef std::lock_guard<std::mutex> Lock;
+typedef platform::ScQuietLock<std::mutex> Lock;
 typedef std::chrono::steady_clock Clock;
 typedef std::map<unsigned long long, Function> Delayed; // by timer
 

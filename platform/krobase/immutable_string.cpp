@@ -3,9 +3,10 @@
 #include <string_view>
 #include <unordered_map>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
+
+#include "../quiet_new.h"
 
 namespace krobase
 {
@@ -24,7 +25,7 @@ TextTable& sTexts = *new TextTable;
 void Forget(const std::string* text)
 {
     {
-        boost::lock_guard<boost::mutex> lock(sTextLock);
+        const platform::ScQuietLock<boost::mutex> lock(sTextLock);
         const auto found = sTexts.find(*text);
         // A successor of the same text may stand there already.
         if (found != sTexts.end() && found->second.expired())
@@ -35,7 +36,7 @@ void Forget(const std::string* text)
 
 SharedText Find(std::string_view text)
 {
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScQuietLock<boost::mutex> lock(sTextLock);
     const auto found = sTexts.find(text);
     return found != sTexts.end() ? found->second.lock() : SharedText();
 }
@@ -44,7 +45,7 @@ SharedText Find(std::string_view text)
 // caller holds the candidate past the lock, which its end takes too.
 SharedText Enter(const SharedText& candidate)
 {
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScQuietLock<boost::mutex> lock(sTextLock);
     const auto found = sTexts.find(*candidate);
     if (found != sTexts.end())
     {

@@ -10,6 +10,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../quiet_new.h"
 #include "small_block.h"
 
 namespace krobase
@@ -30,7 +31,7 @@ class Pool
 public:
     static Pool& Instance()
     {
-        static Pool& instance = *new Pool; // outlives static destructors
+        static Pool& instance = platform::NewImmortal<Pool>(); // outlives static destructors
         return instance;
     }
 
@@ -49,7 +50,7 @@ public:
     {
         try
         {
-            boost::lock_guard<boost::mutex> lock(mLock);
+            const platform::ScQuietLock<boost::mutex> lock(mLock);
             mBlocks.emplace(size, block);
             mBytes += size;
         }

@@ -12,10 +12,10 @@
 #define BOOST_STACKTRACE_BACKTRACE_FORCE_STATIC
 #include <boost/stacktrace/frame.hpp>
 #include <boost/stacktrace/safe_dump_to.hpp>
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include "../code_units.h"
+#include "../quiet_new.h"
 
 namespace krobase
 {
@@ -35,7 +35,7 @@ template <class LookUp> auto OfCall(void* frame, LookUp lookUp)
         return Result();
     try
     {
-        boost::lock_guard<boost::mutex> lock(sLookUpLock);
+        const platform::ScQuietLock<boost::mutex> lock(sLookUpLock);
         return lookUp(boost::stacktrace::frame(static_cast<const char*>(frame) - 1));
     }
     catch (const std::exception&)

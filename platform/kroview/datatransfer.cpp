@@ -1,8 +1,8 @@
 #include "datatransfer.h"
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../quiet_new.h"
 #include "switches.h"
 
 namespace kroview
@@ -20,14 +20,14 @@ namespace datatransfer
 void NewClipboardSendData(const UTF16String& text)
 {
     UTF16String fresh = text;
-    boost::lock_guard<boost::mutex> lock(sClipboardLock);
+    const platform::ScQuietLock<boost::mutex> lock(sClipboardLock);
     sClipboard.swap(fresh);
 }
 } // namespace datatransfer
 
 UTF16String ClipboardText()
 {
-    boost::lock_guard<boost::mutex> lock(sClipboardLock);
+    const platform::ScQuietLock<boost::mutex> lock(sClipboardLock);
     return sClipboard;
 }
 

@@ -5,6 +5,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../quiet_new.h"
 #include "switches.h"
 
 namespace kroview
@@ -50,6 +51,7 @@ UI_NodeManager* UI_NodeManager::Get(bool onlyIfMade)
 {
     if (!onlyIfMade)
     {
+        const platform::ScQuietNew quiet; // others wait for the first as for a lock
         static UI_NodeManager& manager = *new UI_NodeManager;
         sManager = &manager;
     }

@@ -4,9 +4,9 @@
 #include <new>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../quiet_new.h"
 #include "block.h"
 #include "heap.h"
 #include "names.h"
@@ -157,7 +157,7 @@ MEM_HeapRef MEM_NewHeap()
 {
     if (FailureInjected(0))
         return nullptr;
-    boost::lock_guard<boost::mutex> lock(sHeapsLock);
+    const platform::ScQuietLock<boost::mutex> lock(sHeapsLock);
     if (MEM_Heap* ended = TakeEndedHeap())
         return ended;
     std::vector<MEM_Heap*>& heaps = Heaps();

@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include "../krobase/text.h"
+#include "../quiet_new.h"
 #include "profile_switches.h"
 
 namespace
@@ -33,7 +33,7 @@ short TOLV_GetRequiredProfileInt(const unsigned short* key, int* out)
 {
     if (!key || !out)
         return kBadParameter;
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
     const auto found = sValues.find(key);
     if (found == sValues.end())
         return kNotFound;
@@ -45,7 +45,7 @@ short TOLV_SetProfileInt(const unsigned short* key, int value)
 {
     if (!key)
         return kBadParameter;
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
     sValues[key] = value;
     return 0;
 }
@@ -54,7 +54,7 @@ namespace tolv
 {
 void ClearProfile()
 {
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
     sValues.clear();
 }
 } // namespace tolv

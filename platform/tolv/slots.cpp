@@ -4,11 +4,11 @@
 #include <new>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <win32/memory.h>
 
+#include "../quiet_new.h"
 #include "thread_record.h"
 
 namespace tolv
@@ -111,7 +111,7 @@ bool GrowPool()
 
 SlotChain TakeChain()
 {
-    boost::lock_guard<boost::mutex> lock(sPoolLock);
+    const platform::ScQuietLock<boost::mutex> lock(sPoolLock);
     std::vector<SlotChain>& pool = Pool();
     if (pool.empty() && !GrowPool())
         return SlotChain();
@@ -122,7 +122,7 @@ SlotChain TakeChain()
 
 bool GiveChain(const SlotChain& chain)
 {
-    boost::lock_guard<boost::mutex> lock(sPoolLock);
+    const platform::ScQuietLock<boost::mutex> lock(sPoolLock);
     try
     {
         Pool().push_back(chain);

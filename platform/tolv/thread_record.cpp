@@ -6,6 +6,8 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/tss.hpp>
 
+#include "../quiet_new.h"
+
 namespace tolv
 {
 TOLV_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
@@ -77,6 +79,7 @@ void Spill(ThreadRecord& record)
 
 ThreadRecord* MakeRecord()
 {
+    const platform::ScQuietNew quiet; // blocks that are asked for quietly need one, too
     ThreadRecord* record = nullptr;
     try
     {

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "../quiet_new.h"
+
 namespace
 {
 const short kResourceNotFound = -192;
@@ -28,6 +30,7 @@ void** NewHandle(int size)
 {
     if (size < 0)
         return nullptr;
+    const platform::ScQuietNew quiet; // the caller has the null
     void* block = std::malloc(size ? static_cast<std::size_t>(size) : 1);
     Master* master = block ? new (std::nothrow) Master{block, size, false} : nullptr;
     if (!master)

@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "../quiet_new.h"
 #include "../switched_function.h"
 #include "sink.h"
 
@@ -61,6 +62,7 @@ void WriteLine(int level, const char* category, const char* tag, const char* tex
         std::fwrite(usual, 1, length, stderr);
         return;
     }
+    const platform::ScQuietNew quiet; // who logs may hold a lock
     const std::unique_ptr<char[]> whole(new (std::nothrow) char[length + 1]);
     if (whole && std::snprintf(whole.get(), length + 1, kForm, level, category, tag, text) > 0)
         std::fwrite(whole.get(), 1, length, stderr);
@@ -94,6 +96,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
     {
         // Without memory the line is written cut.
         const std::size_t size = static_cast<std::size_t>(length) + 1;
+        const platform::ScQuietNew quiet;
         longLine.reset(new (std::nothrow) char[size]);
         if (longLine)
             std::vsnprintf(longLine.get(), size, format, again);

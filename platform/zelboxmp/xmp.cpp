@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 
+#include "../quiet_new.h"
 #include "packet.h"
 
 using namespace zelboxmp;
@@ -45,7 +46,7 @@ bool IsEmpty(const char* text)
 
 std::string PacketOf(__XMPMeta__& metadata)
 {
-    const std::lock_guard<std::mutex> lock(metadata.mLock);
+    const platform::ScQuietLock<std::mutex> lock(metadata.mLock);
     return MakePacket(metadata.mProperties);
 }
 } // namespace
@@ -62,7 +63,7 @@ __XMPMeta__* NewMetadata()
 void SetProperty(__XMPMeta__* metadata, const std::string& namespaceName, const std::string& name,
                  const std::string& value)
 {
-    const std::lock_guard<std::mutex> lock(metadata->mLock);
+    const platform::ScQuietLock<std::mutex> lock(metadata->mLock);
     Properties& properties = metadata->mProperties;
     const auto space = properties.find(namespaceName);
     if (space != properties.end())

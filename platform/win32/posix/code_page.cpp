@@ -3,9 +3,9 @@
 #include <atomic>
 #include <iterator>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../../quiet_new.h"
 #include "code_page_builder.h"
 
 namespace win32
@@ -67,7 +67,7 @@ const CodePage* FindCodePage(unsigned int codePage)
     std::atomic<const CodePage*>& built = sBuilt[source - kPages];
     if (const CodePage* page = built.load(std::memory_order_acquire))
         return page;
-    boost::lock_guard<boost::mutex> lock(sBuildLock);
+    const platform::ScQuietLock<boost::mutex> lock(sBuildLock);
     if (const CodePage* page = built.load(std::memory_order_relaxed))
         return page;
     const CodePage* page = BuildCodePage(*source);

@@ -3,13 +3,13 @@
 #include <atomic>
 #include <cstring>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <unicode/uloc.h>
 #include <unicode/unum.h>
 #include <win32/text.h>
 
+#include "../../quiet_new.h"
 #include "switches.h"
 #include "user_locale.h"
 
@@ -42,8 +42,8 @@ struct UserLocale
 // Never destroyed: threads may ask until the process is gone.
 UserLocale& TheUserLocale()
 {
-    static UserLocale* const sUserLocale = new UserLocale;
-    return *sUserLocale;
+    static UserLocale& sUserLocale = platform::NewImmortal<UserLocale>();
+    return sUserLocale;
 }
 
 // ICU has the narrow no-break space for some languages. No code page has that
@@ -117,13 +117,13 @@ void SetUserLocale(const char* localeId)
 {
     const char* const id = localeId && IsKnownLanguage(localeId) ? localeId : "en_US";
     sMarks.store(MarksOf(id), std::memory_order_relaxed);
-    boost::lock_guard<boost::mutex> lock(TheUserLocale().mLock);
+    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
     TheUserLocale().mId = id;
 }
 
 std::string UserLocaleId()
 {
-    boost::lock_guard<boost::mutex> lock(TheUserLocale().mLock);
+    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
     return TheUserLocale().mId;
 }
 

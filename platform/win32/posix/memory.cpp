@@ -19,6 +19,7 @@
 
 #include <win32/text.h>
 
+#include "../../quiet_new.h"
 #include "switches.h"
 
 namespace win32
@@ -108,7 +109,7 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
         return Fail(kErrorNotEnoughMemory);
     try
     {
-        boost::lock_guard<boost::mutex> lock(sReservationsLock);
+        const platform::ScQuietLock<boost::mutex> lock(sReservationsLock);
         Reservations()[start] = whole;
         return start;
     }

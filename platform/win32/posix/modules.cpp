@@ -5,12 +5,12 @@
 
 #include <strings.h>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <win32/dates.h>
 #include <win32/modules.h>
 
+#include "../../quiet_new.h"
 #include "switches.h"
 
 namespace win32
@@ -26,8 +26,8 @@ struct Missing
 // Never destroyed: static destructors may ask.
 Missing& TheMissing()
 {
-    static Missing* const sMissing = new Missing;
-    return *sMissing;
+    static Missing& sMissing = platform::NewImmortal<Missing>();
+    return sMissing;
 }
 
 char sKernel; // its address stands for the module
@@ -35,13 +35,13 @@ char sKernel; // its address stands for the module
 
 bool IsMissing(const char* function)
 {
-    boost::lock_guard<boost::mutex> lock(TheMissing().mLock);
+    const platform::ScQuietLock<boost::mutex> lock(TheMissing().mLock);
     return TheMissing().mFunction == function;
 }
 
 void SetMissingFunction(const char* name)
 {
-    boost::lock_guard<boost::mutex> lock(TheMissing().mLock);
+    const platform::ScQuietLock<boost::mutex> lock(TheMissing().mLock);
     TheMissing().mFunction = name ? name : "";
 }
 

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <limits.h>
@@ -16,6 +15,7 @@
 #include <win32/network.h>
 #include <win32/text.h>
 
+#include "../../quiet_new.h"
 #include "switches.h"
 
 namespace win32
@@ -72,7 +72,7 @@ std::string UserName()
 std::string Known(const SaidName& said, std::string (*ask)())
 {
     {
-        boost::lock_guard<boost::mutex> lock(sLock);
+        const platform::ScQuietLock<boost::mutex> lock(sLock);
         if (said.mSaid)
             return said.mName;
     }
@@ -104,7 +104,7 @@ int Store(const Name& found, unsigned int tooSmall, bool countsTerminator, unsig
 
 void Say(SaidName& said, const char* name)
 {
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
     said.mSaid = name != nullptr;
     said.mName = name ? name : "";
 }

@@ -10,6 +10,8 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../../quiet_new.h"
+
 namespace win32
 {
 namespace
@@ -20,11 +22,12 @@ boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never
 std::new_handler sStandardBefore = nullptr;
 
 thread_local std::size_t sSize = 0; // that the thread's operator new has failed on
+thread_local int sQuiet = 0;        // how many of the thread's stretches keep silent
 
 // Stands in the standard library's place.
 void CallHandler()
 {
-    const NewHandler handler = sHandler;
+    const NewHandler handler = sQuiet ? nullptr : sHandler.load();
     const std::size_t size = sSize;
     sSize = 0;
     if (!handler || !handler(size))
@@ -57,6 +60,19 @@ NewHandler _set_new_handler(NewHandler handler)
     return before;
 }
 } // namespace win32
+
+namespace platform
+{
+ScQuietNew::ScQuietNew()
+{
+    ++win32::sQuiet;
+}
+
+ScQuietNew::~ScQuietNew()
+{
+    --win32::sQuiet;
+}
+} // namespace platform
 
 PLATFORM_EXPORT void* operator new(std::size_t size)
 {

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -15,6 +14,7 @@
 
 #include <win32/text.h>
 
+#include "../../quiet_new.h"
 #include "switches.h"
 
 namespace win32
@@ -30,7 +30,7 @@ std::string& sFolder = *new std::string("/sys/devices/system/cpu");
 
 std::string Folder()
 {
-    boost::lock_guard<boost::mutex> lock(sFolderLock);
+    const platform::ScQuietLock<boost::mutex> lock(sFolderLock);
     return sFolder;
 }
 
@@ -153,7 +153,7 @@ int GetLogicalProcessorInformation(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer,
 
 void SetProcessorFolder(const char* folder)
 {
-    boost::lock_guard<boost::mutex> lock(sFolderLock);
+    const platform::ScQuietLock<boost::mutex> lock(sFolderLock);
     sFolder = folder ? folder : "/sys/devices/system/cpu";
 }
 } // namespace win32

@@ -9,13 +9,14 @@
 
 #include <win32/threads.h>
 
+#include "../../quiet_new.h"
 #include "windows.h"
 
 namespace win32
 {
 namespace
 {
-typedef std::lock_guard<std::mutex> Lock;
+typedef platform::ScQuietLock<std::mutex> Lock;
 
 // Guards the queues by thread. Neither is ever destroyed: threads end until the
 // process does.
@@ -40,8 +41,7 @@ void EndQueue(ThreadQueue*)
 
 boost::thread_specific_ptr<ThreadQueue>& Ender()
 {
-    static boost::thread_specific_ptr<ThreadQueue>& ender =
-        *new boost::thread_specific_ptr<ThreadQueue>(&EndQueue);
+    static auto& ender = platform::NewImmortal<boost::thread_specific_ptr<ThreadQueue>>(&EndQueue);
     return ender;
 }
 

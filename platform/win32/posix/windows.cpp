@@ -11,6 +11,7 @@
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 
+#include "../../quiet_new.h"
 #include "../../switched_function.h"
 #include "switches.h"
 #include "thread_queue.h"
@@ -19,7 +20,7 @@ namespace win32
 {
 namespace
 {
-typedef std::lock_guard<std::mutex> Lock;
+typedef platform::ScQuietLock<std::mutex> Lock;
 typedef std::basic_string<unsigned short> ClassName;
 
 struct Window

@@ -1,0 +1,47 @@
+// Stretches in which no handler hears of an operator new that fails.
+
+#ifndef PLATFORM_QUIET_NEW_H
+#define PLATFORM_QUIET_NEW_H
+
+#include <mutex>
+
+#include "export.h"
+
+namespace platform
+{
+// While one stands, an operator new that fails on its thread calls no handler of
+// win32::_set_new_handler: std::bad_alloc comes at once. For stretches that hold a lock,
+// since a handler may show an alert, which runs anything for as long as the user lets it
+// stand, and for those that promise to fail in silence. They nest.
+class PLATFORM_EXPORT ScQuietNew
+{
+public:
+    ScQuietNew();
+    ~ScQuietNew();
+    ScQuietNew(const ScQuietNew&) = delete;
+    ScQuietNew& operator=(const ScQuietNew&) = delete;
+};
+
+// Holds a lock under which memory is allocated.
+template <class Mutex> class ScQuietLock
+{
+public:
+    explicit ScQuietLock(Mutex& mutex) : mLock(mutex) {}
+    ScQuietLock(const ScQuietLock&) = delete;
+    ScQuietLock& operator=(const ScQuietLock&) = delete;
+
+private:
+    const ScQuietNew mQuiet; // until the lock is free
+    const std::lock_guard<Mutex> mLock;
+};
+
+// An object that is never destroyed, for the first use of a static: other threads wait
+// for that as for a lock.
+template <class Object, class... Values> Object& NewImmortal(const Values&... values)
+{
+    const ScQuietNew quiet;
+    return *new Object(values...);
+}
+} // namespace platform
+
+#endif
