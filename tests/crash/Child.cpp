@@ -12,6 +12,8 @@
 
 #include <win32/threads.h>
 
+#include "U_Lifecycle.h"
+
 // A handler here may do what is unsafe in a signal handler: it is the host's last call,
 // and the process dies anyway.
 extern "C" const char* __tsan_default_options();
@@ -114,4 +116,25 @@ void Tell(const char* text, bool withThread)
                    : std::snprintf(line, sizeof(line), "%s\n", text);
     if (write(STDERR_FILENO, line, static_cast<std::size_t>(length)) != length)
         std::_Exit(99);
+}
+
+void Birth()
+{
+    if (U_Birth("Test Host", nullptr) != 0)
+        std::_Exit(98);
+}
+
+void TellOfCall(void* refcon)
+{
+    Tell(static_cast<const char*>(refcon), true);
+}
+
+void SetGlobal(U_FatalHandler handler, const char* refcon)
+{
+    U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(handler, const_cast<char*>(refcon));
+}
+
+void SendSegmentationFault()
+{
+    kill(getpid(), SIGSEGV);
 }

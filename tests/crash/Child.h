@@ -6,6 +6,8 @@
 #include <functional>
 #include <string>
 
+#include "U_Fatal.h"
+
 // How a process ended, and what it wrote to stderr.
 struct Death
 {
@@ -28,5 +30,18 @@ Death RunToDeath(const std::function<void()>& body, const std::string& lastWords
 // Writes a line to stderr in one call, also where nothing else works: text, and the
 // thread's id if asked for.
 void Tell(const char* text, bool withThread = false);
+
+// What the library writes when the last call is over.
+const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
+
+// Ends the process with 98 if there is no birth.
+void Birth();
+
+// A handler that tells of its call and of the thread, and how it becomes the process's.
+void TellOfCall(void* refcon);
+void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on");
+
+// To the process, as another one does.
+void SendSegmentationFault();
 
 #endif

@@ -26,18 +26,6 @@
 
 namespace
 {
-const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
-
-void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on")
-{
-    U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(handler, const_cast<char*>(refcon));
-}
-
-void TellOfCall(void* refcon)
-{
-    Tell(static_cast<const char*>(refcon), true);
-}
-
 // Fails as asked on the calling thread, or on a thread that has a role.
 void Fail(Crash crash, bool onThread)
 {
@@ -67,11 +55,6 @@ __attribute__((noinline, no_sanitize_address, no_sanitize_thread)) void ReadBeyo
     const volatile char* const mapped = static_cast<const volatile char*>(
         mmap(nullptr, 1, PROT_READ, MAP_SHARED, fileno(empty), 0));
     std::_Exit(*mapped);
-}
-
-void SendSegmentationFault()
-{
-    kill(getpid(), SIGSEGV);
 }
 
 struct CrashRow
@@ -175,12 +158,6 @@ void WaitForAll(std::atomic<int>& count, int all)
 }
 
 sigjmp_buf sBack;
-
-void Birth()
-{
-    if (U_Birth("Test Host", nullptr) != 0)
-        std::_Exit(98);
-}
 } // namespace
 
 TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
