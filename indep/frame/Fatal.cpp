@@ -21,8 +21,6 @@ struct HardwareExceptionHandler
     void* mRefcon;
 };
 
-const unsigned int kOverflowStack = 256 << 10; // bytes
-
 // Held only to read or write the handler. Neither is ever destroyed: threads may
 // fail until the process is gone.
 boost::recursive_mutex& sGlobalLock = *new boost::recursive_mutex;
@@ -86,7 +84,7 @@ void Up_CallHandler() noexcept
 
 void Up_PrepareThreadForOverflow()
 {
-    unsigned int size = kOverflowStack;
+    unsigned int size = win32::kLargestStackGuarantee;
     win32::SetThreadStackGuarantee(&size);
 }
 

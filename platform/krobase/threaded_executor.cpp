@@ -5,6 +5,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <win32/exceptions.h>
 #include <win32/threads.h>
 
 #include "executor.h"
@@ -43,6 +44,8 @@ int SystemPriority(ThreadPriority priority)
 void RunThread(const ThreadSetUp& setUp, const std::shared_ptr<WorkQueue>& queue)
 {
     SetCurrentThreadName(setUp.mName.c_str());
+    unsigned int stack = win32::kLargestStackGuarantee;
+    win32::SetThreadStackGuarantee(&stack); // without memory the thread goes without
     if (setUp.mPriority != win32::kThreadPriorityNormal)
         win32::SetThreadPriority(win32::GetCurrentThread(), setUp.mPriority);
     queue->Run(setUp.mAtStart, setUp.mAtEnd);

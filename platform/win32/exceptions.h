@@ -22,9 +22,11 @@ typedef int (*TopLevelExceptionFilter)(EXCEPTION_POINTERS* exception);
 // Replaces the process's filter and returns the one before; null for none. Any thread.
 PLATFORM_EXPORT TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter);
 
+const unsigned int kLargestStackGuarantee = 256 << 10; // bytes
+
 // Keeps a stack for the filter at hand for the calling thread, for when its own has
 // overflowed: *size bytes, which become those that it had before, 0 if none. At most
-// 256 KiB; filters always get as much. Until the thread ends. Non-zero on success; 0
+// kLargestStackGuarantee; filters always get as much. Until the thread ends. Non-zero on success; 0
 // if there is no memory. A thread without it whose stack overflows ends the process
 // past the filter.
 PLATFORM_EXPORT int SetThreadStackGuarantee(unsigned int* size);

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <control.h>
+#include <krobase/executor.h>
 #include <win32/runtime.h>
 
 #include "U_Fatal.h"
@@ -26,19 +27,29 @@
 
 namespace
 {
-// Fails as asked on the calling thread, or on a thread that has a role.
-void Fail(Crash crash, bool onThread)
+enum Place
 {
-    if (!onThread)
-    {
+    kHere,
+    kOnThread, // that has a role
+    kOnExecutor
+};
+
+void Fail(Crash crash, Place place = kHere)
+{
+    using namespace krobase::threads;
+    const auto fail = [crash] {
         Tell("failing on", true);
         crash();
-        return;
-    }
-    std::thread([=] {
-        U_RegisterRenderThread();
-        Fail(crash, false);
-    }).join();
+    };
+    if (place == kHere)
+        fail();
+    else if (place == kOnThread)
+        std::thread([=] {
+            U_RegisterRenderThread();
+            fail();
+        }).join();
+    else
+        CreateAsyncThreadedExecutor("fails", 1, kThreadPriorityNormal, {}, {})->Post(fail, 0);
 }
 
 // The rest of a line that begins so.
@@ -61,25 +72,26 @@ struct CrashRow
 {
     const char* what;
     Crash crash;
-    bool onThread;
+    Place place;
     int signal;
 };
 
 const CrashRow kCrashes[] = {
-    {"null write", &WriteToNull, false, SIGSEGV},
-    {"null write on a thread", &WriteToNull, true, SIGSEGV},
-    {"stack overflow", &OverflowStack, false, SIGSEGV},
-    {"stack overflow on a thread", &OverflowStack, true, SIGSEGV},
-    {"illegal instruction", &RunIllegalInstruction, false, SIGILL},
-    {"division by zero", &DivideByZero, true, SIGFPE},
-    {"bus error", &ReadBeyondFile, false, SIGBUS},
-    {"signal from elsewhere", &SendSegmentationFault, false, SIGSEGV},
-    {"exception", &ThrowException, false, SIGABRT},
-    {"exception on a thread", &ThrowException, true, SIGABRT},
-    {"terminate", &Terminate, false, SIGABRT},
-    {"pure virtual call", &CallPureVirtual, false, SIGABRT},
-    {"invalid parameter", &GiveInvalidParameter, false, SIGABRT},
-    {"invalid parameter on a thread", &GiveInvalidParameter, true, SIGABRT},
+    {"null write", &WriteToNull, kHere, SIGSEGV},
+    {"null write on a thread", &WriteToNull, kOnThread, SIGSEGV},
+    {"stack overflow", &OverflowStack, kHere, SIGSEGV},
+    {"stack overflow on a thread", &OverflowStack, kOnThread, SIGSEGV},
+    {"stack overflow on an executor", &OverflowStack, kOnExecutor, SIGSEGV},
+    {"illegal instruction", &RunIllegalInstruction, kHere, SIGILL},
+    {"division by zero", &DivideByZero, kOnThread, SIGFPE},
+    {"bus error", &ReadBeyondFile, kOnExecutor, SIGBUS},
+    {"signal from elsewhere", &SendSegmentationFault, kHere, SIGSEGV},
+    {"exception", &ThrowException, kHere, SIGABRT},
+    {"exception on a thread", &ThrowException, kOnThread, SIGABRT},
+    {"terminate", &Terminate, kHere, SIGABRT},
+    {"pure virtual call", &CallPureVirtual, kHere, SIGABRT},
+    {"invalid parameter", &GiveInvalidParameter, kHere, SIGABRT},
+    {"invalid parameter on a thread", &GiveInvalidParameter, kOnThread, SIGABRT},
 };
 
 // What a handler does wrong, and where that leads.
@@ -178,7 +190,7 @@ TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
                 if (registered != kNone)
                     SetGlobal(&TellOfCall, "handler on");
                 if (registered != kLocal)
-                    Fail(row.crash, row.onThread);
+                    Fail(row.crash, row.place);
                 static const Crash sCrash = row.crash;
                 SetGlobal(&TellOfCall, "wrong handler");
                 Fail(
@@ -187,7 +199,7 @@ TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
                             &TellOfCall, const_cast<char*>("handler on"));
                         sCrash();
                     },
-                    row.onThread);
+                    row.place);
             });
             SCOPED_TRACE(death.told);
             EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
@@ -210,7 +222,7 @@ TEST(Crashes, EndsWhateverItsHandlerDoes)
         const Death death = RunToDeath([&] {
             Birth();
             SetGlobal(row.handler);
-            Fail(row.crash, false);
+            Fail(row.crash);
         });
         SCOPED_TRACE(death.told);
         EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
@@ -267,7 +279,7 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
             });
             auto fail = [crash] {
                 WaitForAll(sReady, 2);
-                Fail(crash, false);
+                Fail(crash);
             };
             std::thread other(fail);
             fail();
@@ -341,7 +353,7 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
             SetGlobal(&TellOfCall);
             if (row.dead)
                 U_Death();
-            Fail(row.crash, false);
+            Fail(row.crash);
         });
         SCOPED_TRACE(death.told);
         EXPECT_TRUE(death.WithCode(9)) << death.status;
@@ -356,7 +368,7 @@ TEST(Crashes, OfABirthThatFailedMakesTheCall)
         platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
         U_Birth("Test Host", nullptr);
         SetGlobal(&TellOfCall);
-        Fail(&WriteToNull, false);
+        Fail(&WriteToNull);
     });
     EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told;
     EXPECT_EQ(death.Count("handler on"), 1);
@@ -375,14 +387,14 @@ TEST(Crashes, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
         Birth();
         SetGlobal(&TellOfCall);
         U_RegisterRenderThread();
-        Fail(&GiveInvalidParameter, false);
+        Fail(&GiveInvalidParameter);
     });
     EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told; // the filter is gone
     EXPECT_EQ(death.Count("handler on"), 1);
 
     const Death logged = RunToDeath([] {
         Birth();
-        Fail(&GiveInvalidParameter, false);
+        Fail(&GiveInvalidParameter);
     });
     const std::string tag = "[0] U QX_invalid_parameter_handler: ";
     EXPECT_EQ(Rest(logged, tag),
@@ -433,7 +445,7 @@ TEST(Crashes, IsToldToTelemetryFirst)
             Birth();
             U::telemetry::RegisterTelemetryProvider(&sProvider);
             SetGlobal(&TellOfCall);
-            Fail(crash, false);
+            Fail(crash);
         });
         SCOPED_TRACE(death.told);
         EXPECT_EQ(death.Count("event Stage CrashHandler InvokingCrashHandler zero\n"), events);

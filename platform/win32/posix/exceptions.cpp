@@ -156,7 +156,7 @@ TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filt
 int SetThreadStackGuarantee(unsigned int* size)
 {
     std::size_t before = 0;
-    if (!size || *size > kSignalStackSize || !ProvideSignalStack(&before))
+    if (!size || *size > kLargestStackGuarantee || !ProvideSignalStack(&before))
         return 0;
     *size = static_cast<unsigned int>(before);
     return 1;

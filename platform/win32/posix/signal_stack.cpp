@@ -22,7 +22,7 @@ public:
         // Whoever has replaced it since may put it back later, so it stays mapped.
         if (current.ss_sp != mStart + mPage || sigaltstack(&mBefore, nullptr) != 0)
             return;
-        munmap(mStart, mPage + kSignalStackSize);
+        munmap(mStart, mPage + kLargestStackGuarantee);
     }
 
     bool Install(const stack_t& before)
@@ -30,17 +30,17 @@ public:
         if (mStart)
             return true; // the host has put one of its own in the place of this
         mPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        void* const mapped = mmap(nullptr, mPage + kSignalStackSize, PROT_READ | PROT_WRITE,
+        void* const mapped = mmap(nullptr, mPage + kLargestStackGuarantee, PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0);
         if (mapped == MAP_FAILED)
             return false;
         char* const start = static_cast<char*>(mapped);
         stack_t fresh = {};
         fresh.ss_sp = start + mPage;
-        fresh.ss_size = kSignalStackSize;
+        fresh.ss_size = kLargestStackGuarantee;
         if (mprotect(start, mPage, PROT_NONE) != 0 || sigaltstack(&fresh, nullptr) != 0)
         {
-            munmap(start, mPage + kSignalStackSize);
+            munmap(start, mPage + kLargestStackGuarantee);
             return false;
         }
         mStart = start;
@@ -63,6 +63,6 @@ bool ProvideSignalStack(std::size_t* before)
     if (sigaltstack(nullptr, &current) != 0)
         return false;
     *before = current.ss_flags & SS_DISABLE ? 0 : current.ss_size;
-    return *before >= kSignalStackSize || sStack.Install(current);
+    return *before >= kLargestStackGuarantee || sStack.Install(current);
 }
 } // namespace win32

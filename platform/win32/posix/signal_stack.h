@@ -5,12 +5,12 @@
 
 #include <cstddef>
 
+#include <win32/exceptions.h>
+
 namespace win32
 {
-const std::size_t kSignalStackSize = 256 << 10; // bytes
-
-// Gives the calling thread a signal stack until it ends, unless it has one of that
-// size. *before becomes the size of the one that it had. False without memory.
+// Gives the calling thread a signal stack of kLargestStackGuarantee until it ends, unless
+// it has one of that size. *before becomes the size of the one that it had. False without memory.
 bool ProvideSignalStack(std::size_t* before);
 } // namespace win32
 
