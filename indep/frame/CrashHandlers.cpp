@@ -103,15 +103,26 @@ public:
     ScReportsMemory& operator=(const ScReportsMemory&) = delete;
 };
 
+void ReportMemory(std::size_t size)
+{
+    const ScReportsMemory reports;
+    Up_SetThreadLastError(0);
+    Up_FormatString(Up_GetThreadLoggingBuffer(), U_ReportTextSize, kOutOfMemoryText,
+                    Kilobytes(size));
+    Up_ReportError(kOutOfMemoryPlace, U_Sev_INFO);
+}
+
 int OnOutOfMemory(std::size_t size)
 {
-    if (!sReportsMemory && U_IsOnMainThread())
+    try
     {
-        const ScReportsMemory reports;
-        Up_SetThreadLastError(0);
-        Up_FormatString(Up_GetThreadLoggingBuffer(), U_ReportTextSize, kOutOfMemoryText,
-                        Kilobytes(size));
-        Up_ReportError(kOutOfMemoryPlace, U_Sev_INFO);
+        if (!sReportsMemory && U_IsOnMainThread())
+            ReportMemory(size);
+    }
+    catch (...)
+    {
+        // Whatever a callback or a presenter throws: the allocation fails as it would
+        // without.
     }
     throw BadAllocation();
 }

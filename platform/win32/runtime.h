@@ -29,9 +29,9 @@ const unsigned int kEMInvalid = 0x10;
 const unsigned int kEMDenormal = 0x80000;
 
 // Called when operator new finds no memory, with the bytes asked for; 0 if the program
-// has an operator new of its own, which doesn't tell. Non-zero to try again, 0 to have
-// std::bad_alloc thrown; may throw that itself. Any thread, but none that holds a lock of
-// this library or of U.
+// has an operator new of its own, which doesn't tell. Non-zero to try again, up to 10000
+// times for one block; 0 to have std::bad_alloc thrown, which stands for whatever the
+// handler throws, too. Any thread, but none that holds a lock of this library or of U.
 typedef int (*NewHandler)(std::size_t size);
 
 // Replaces the handler and returns the one before; null for none. Meanwhile it stands

@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 
 #include <control.h>
+#include <win32/runtime.h>
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"
@@ -148,6 +149,40 @@ TEST_F(OutOfMemory, IsReportedOnceIfTheReportRunsOutToo)
     EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
     EXPECT_EQ(nested, 1);
     EXPECT_EQ(mAlerts.Texts().size(), 1u);
+}
+
+// Whatever goes wrong on the way: no other exception, and an end.
+TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
+{
+    SKIP_WITHOUT_NEW();
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw "no std::exception"; };
+    EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
+    EXPECT_EQ(::operator new(kTooMuch, std::nothrow), nullptr);
+    EXPECT_EQ(mAlerts.Texts().size(), 2u);
+    mAlerts.mWhileUp = nullptr;
+
+    static int sCalls = 0;
+    struct Row
+    {
+        const char* what;
+        win32::NewHandler handler;
+        int calls;
+    };
+    const Row rows[] = {
+        {"gives up", [](std::size_t) { return ++sCalls, 0; }, 1},
+        {"throws a number", [](std::size_t) -> int { throw ++sCalls; }, 1},
+        {"promises for ever", [](std::size_t) { return ++sCalls; }, 10000},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        sCalls = 0;
+        const win32::NewHandler before = win32::_set_new_handler(row.handler);
+        EXPECT_NE(Caught([] { return ::operator new(kTooMuch); }), "");
+        EXPECT_EQ(sCalls, row.calls);
+        EXPECT_EQ(::operator new(kTooMuch, std::nothrow), nullptr);
+        win32::_set_new_handler(before);
+    }
 }
 
 // As from a host's own operator new.

@@ -16,6 +16,8 @@ namespace win32
 {
 namespace
 {
+const int kMostCalls = 10000; // for one block: a handler may promise more than it can do
+
 std::atomic<NewHandler> sHandler(nullptr);
 
 boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
@@ -30,22 +32,36 @@ void CallHandler()
     const NewHandler handler = sQuiet ? nullptr : sHandler.load();
     const std::size_t size = sSize;
     sSize = 0;
-    if (!handler || !handler(size))
-        throw std::bad_alloc();
+    try
+    {
+        if (handler && handler(size))
+            return;
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        // Callers of operator new expect no other exception.
+    }
+    throw std::bad_alloc();
 }
 
 template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allocate)
 {
-    for (;;)
+    for (int calls = 0; calls < kMostCalls;)
     {
         if (void* block = allocate())
             return block;
         const std::new_handler handler = std::get_new_handler();
         if (!handler)
-            throw std::bad_alloc();
+            break;
+        calls += handler == &CallHandler;
         sSize = size;
         handler();
     }
+    throw std::bad_alloc();
 }
 } // namespace
 
