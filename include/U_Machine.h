@@ -78,7 +78,8 @@ U_EXPORT U_u32 U_PointerToInt32(void* pointer);
 // there is none) writes the defaults of all three integers to the profile first,
 // and otherwise "ControlFPMaskKey64_2" (50856735) says which fields of the control
 // word change and "ControlFPValuesKey64_2" (0x8001F) to what. Flushing, and no
-// exception for inexact results, are always among the values.
+// exception for inexact results, are always among the values. Without memory the profile
+// stays as it is.
 U_EXPORT void U_InitFPControl();
 
 // Restores on the calling thread what the last U_InitFPControl of the process has

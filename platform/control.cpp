@@ -1,6 +1,7 @@
 #include "control.h"
 
 #include <cstring>
+#include <new>
 
 #include <krobase/debug.h>
 #include <tolv/profile.h>
@@ -65,9 +66,11 @@ void SetDebugSetting(const char* key, const char* text)
 
 void SetProfileInt(const char* key, int value)
 {
-    if (key)
-        TOLV_SetProfileInt(krobase::utility::UTF16String(key, key + std::strlen(key)).c_str(),
-                           value);
+    if (!key)
+        return;
+    const krobase::utility::UTF16String units(key, key + std::strlen(key));
+    if (TOLV_SetProfileInt(units.c_str(), value) != 0)
+        throw std::bad_alloc();
 }
 
 void ClearProfile()

@@ -39,12 +39,16 @@ void U_InitFPControl()
         TOLV_SetProfileInt(kMaskKey.mUnits, static_cast<int>(kAllFields));
         TOLV_SetProfileInt(kValuesKey.mUnits, static_cast<int>(win32::kMcwEM));
     }
-    sUse = use;
     if (!use)
+    {
+        sUse = 0;
         return;
+    }
     const U_u32 mask = static_cast<U_u32>(ProfileInt(kMaskKey.mUnits, kAllFields));
     const U_u32 values = static_cast<U_u32>(ProfileInt(kValuesKey.mUnits, win32::kMcwEM));
+    // In this order: another thread may end the control at any time.
     sSaved = win32::_controlfp(0, 0);
+    sUse = use;
     win32::_controlfp(values | kAlways, mask);
 }
 

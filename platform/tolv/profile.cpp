@@ -1,7 +1,11 @@
 #include "profile.h"
 
+#include <functional>
 #include <map>
+#include <new>
+#include <string_view>
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include "../krobase/text.h"
@@ -12,12 +16,14 @@ namespace
 {
 const short kBadParameter = -50;
 const short kNotFound = -43;
+const short kNoMemory = -108;
 
 typedef krobase::utility::UTF16String Key;
+typedef std::basic_string_view<unsigned short> KeyView; // asking takes no memory
 
 // Never destroyed: static destructors of the host may still ask.
 boost::mutex& sLock = *new boost::mutex; // guards sValues
-std::map<Key, int>& sValues = *new std::map<Key, int>;
+std::map<Key, int, std::less<>>& sValues = *new std::map<Key, int, std::less<>>;
 } // namespace
 
 short TOLV_GetProfileInt(const unsigned short* key, int defaultValue, int* out)
@@ -33,8 +39,8 @@ short TOLV_GetRequiredProfileInt(const unsigned short* key, int* out)
 {
     if (!key || !out)
         return kBadParameter;
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
-    const auto found = sValues.find(key);
+    const boost::lock_guard<boost::mutex> lock(sLock);
+    const auto found = sValues.find(KeyView(key));
     if (found == sValues.end())
         return kNotFound;
     *out = found->second;
@@ -45,16 +51,23 @@ short TOLV_SetProfileInt(const unsigned short* key, int value)
 {
     if (!key)
         return kBadParameter;
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
-    sValues[key] = value;
-    return 0;
+    try
+    {
+        const platform::ScQuietLock<boost::mutex> lock(sLock);
+        sValues[key] = value;
+        return 0;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return kNoMemory;
+    }
 }
 
 namespace tolv
 {
 void ClearProfile()
 {
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    const boost::lock_guard<boost::mutex> lock(sLock);
     sValues.clear();
 }
 } // namespace tolv

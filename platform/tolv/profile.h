@@ -13,7 +13,7 @@ PLATFORM_EXPORT short TOLV_GetProfileInt(const unsigned short* key, int defaultV
 // The value, which must be there: -43 if it isn't.
 PLATFORM_EXPORT short TOLV_GetRequiredProfileInt(const unsigned short* key, int* out);
 
-// Returns 0, or -50 for a null key.
+// Returns 0, -50 for a null key, or -108 without memory, with nothing changed.
 PLATFORM_EXPORT short TOLV_SetProfileInt(const unsigned short* key, int value);
 
 #endif

@@ -21,6 +21,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/NoMemory.h"
 #include "tests/support/Text.h"
 
@@ -176,6 +177,21 @@ TEST_F(FPControl, TheProfileDecides)
         U_TerminateFPControl();
         EXPECT_EQ(Word(), mWord);
     }
+}
+
+TEST_F(FPControl, AppliesTheDefaultsWithoutMemoryToWriteThem)
+{
+    FailEachNew(
+        [&] {
+            platform::ClearProfile();
+            U_InitFPControl();
+            EXPECT_EQ(Word(), 0x108001Fu);
+        },
+        [&](long) {
+            U_TerminateFPControl();
+            EXPECT_EQ(Word(), mWord);
+        });
+    EXPECT_TRUE(mAlerts.Texts().empty());
 }
 
 TEST_F(FPControl, EndingTwiceRestoresOnce)
