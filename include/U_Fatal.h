@@ -9,8 +9,9 @@
 // Several threads may fail at once. A thread makes the call once, whatever goes wrong
 // in the handler or behind it, until a local handler is set on it.
 //
-// A handler need not return. When it does, or throws, which is as much, the process
-// ends in the system's own way, with a core or crash log as the system is set up. In a
+// A handler need not return. When it does, or throws, which is as much, it is the turn of
+// whoever handled the failure before birth, and as a rule the process ends in the
+// system's own way, with a core or crash log as the system is set up. In a
 // handler little works for sure: the heap may be damaged, and a lock may be held by
 // the code that failed. It may have no more than 256 KiB of stack. A handler that fails
 // itself ends the process at once.

@@ -26,7 +26,7 @@ PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int
 
 // Releases a reservation; size is 0 and type kMemRelease. Non-zero on success; 0
 // with the reason in GetLastError: 87 for other arguments, 487 for an address at
-// which none begins.
+// which none begins, 8 if the system has too many ranges to release one.
 PLATFORM_EXPORT int VirtualFree(void* address, std::size_t size, unsigned int type);
 
 // Gives free memory of the runtime back to the system. 0 on success.

@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -10,12 +13,16 @@
 #include <gtest/gtest.h>
 
 #include <pthread.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <control.h>
 #include <win32/memory.h>
 #include <win32/messages.h>
+#include <win32/text.h>
 #include <win32/threads.h>
+
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -150,6 +157,51 @@ TEST(VirtualMemory, AReservationGivesNoAccess)
     ASSERT_NE(block, nullptr);
     EXPECT_FALSE(IsReadable(block));
     EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
+}
+
+// Takes ranges until the system has no more to give. Returns the last few.
+std::array<void*, 8> TakeAllRanges(std::size_t page)
+{
+    std::array<void*, 8> last = {};
+    for (std::size_t i = 0;; ++i)
+    {
+        const int protection = i % 2 ? PROT_READ : PROT_NONE; // neighbours alike would be one
+        void* const range = mmap(nullptr, page, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (range == MAP_FAILED)
+            return last;
+        last[i % last.size()] = range;
+    }
+}
+
+// A range whose neighbours are like it can only be cut out of what has become one.
+bool IsKeptUntilThereIsRoom()
+{
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t size = 1 << 20;
+    char* const block = static_cast<char*>(
+        win32::VirtualAlloc(nullptr, size, win32::kMemReserve, win32::kPageNoAccess));
+    for (char* neighbour : {block - page, block + size})
+    {
+        const int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE;
+        if (mmap(neighbour, page, PROT_NONE, flags, -1, 0) != neighbour)
+            return false;
+    }
+    const auto last = TakeAllRanges(page);
+    const bool isKept =
+        !win32::VirtualFree(block, 0, win32::kMemRelease) && win32::GetLastError() == 8;
+    for (void* range : last)
+        munmap(range, page);
+    return isKept && win32::VirtualFree(block, 0, win32::kMemRelease);
+}
+
+TEST(VirtualMemoryDeathTest, WhatTheSystemCanNotReleaseStays)
+{
+    SKIP_UNDER_SANITIZERS();
+    long most = 0;
+    std::ifstream("/proc/sys/vm/max_map_count") >> most;
+    if (most <= 0 || most > 1 << 17)
+        GTEST_SKIP() << "too many ranges to take them all: " << most;
+    EXPECT_EXIT(std::_Exit(IsKeptUntilThereIsRoom() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(VirtualMemory, RefusesWhatItCanNotDo)

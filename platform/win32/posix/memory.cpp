@@ -134,7 +134,11 @@ int VirtualFree(void* address, std::size_t size, unsigned int type)
         SetLastError(kErrorInvalidAddress);
         return 0;
     }
-    munmap(address, found->second);
+    if (munmap(address, found->second) != 0)
+    {
+        SetLastError(kErrorNotEnoughMemory); // for the pieces that the rest falls into
+        return 0;
+    }
     Reservations().erase(found);
     return 1;
 }
