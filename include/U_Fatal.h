@@ -17,9 +17,9 @@
 // itself ends the process at once.
 //
 // A stack overflow needs a stack to handle it on. The threads of a role (U_Threads.h),
-// those of executors and those that set a local handler have one; on others it ends the
-// process without a call. So does a hardware exception on a thread that blocks its
-// signal.
+// those of threaded executors and those that set a local handler have one; on others it
+// ends the process without a call. So does a hardware exception on a thread that blocks
+// its signal.
 //
 // Handlers can be set before birth and outlive death. Any thread.
 

@@ -24,20 +24,20 @@ std::atomic<TopLevelExceptionFilter> sFilter(nullptr);
 // their turn.
 struct Signal
 {
-    int mNumber;
     struct sigaction mBefore; // what comes next when the handler below is in place
     struct sigaction mBelow;  // what comes next for whoever stands in its place and calls it
-    bool mIsCovered;          // somebody else stood in its place when it was to be taken down
+    int mNumber;
+    bool mIsCovered; // somebody else stood in its place when it was to be taken down
 };
 
 // Written under the lock, and only while the handler isn't in place: that reads them
 // without. The lock is never destroyed.
 boost::mutex& sLock = *new boost::mutex;
 Signal sSignals[] = {
-    {SIGSEGV, {}, {}, false},
-    {SIGBUS, {}, {}, false},
-    {SIGFPE, {}, {}, false},
-    {SIGILL, {}, {}, false},
+    {{}, {}, SIGSEGV, false},
+    {{}, {}, SIGBUS, false},
+    {{}, {}, SIGFPE, false},
+    {{}, {}, SIGILL, false},
 };
 
 // The thread's filter has run, and who comes next may call the handler again for the
