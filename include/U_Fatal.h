@@ -22,6 +22,12 @@
 // its signal.
 //
 // Handlers can be set before birth and outlive death. Any thread.
+//
+// An operator new that fails ends in std::bad_alloc. From birth to death the library's new
+// handler stands in the place of the host's: on a main thread it reports "Out of memory."
+// with the size, at U_Sev_INFO, first. Within a report, under one of the library's locks
+// and where a call promises to fail quietly, nothing is told: an alert there would hold up
+// others.
 
 #ifndef U_FATAL_H
 #define U_FATAL_H
