@@ -79,8 +79,10 @@ U_EXPORT void U_UnregisterExceptionTranslator(U_u32 id);
 // says. One that no translator recognises is logged and reported, and gives 14.
 U_EXPORT U_Status U_TranslateAndReportException(std::exception& exception);
 
-// Reports the system's text for the exception's result code and throws the int 1;
-// returns if there is no text. The last two arguments aren't used.
+// Reports the system's text for the exception's result code as a warning and throws
+// the int 1; returns if there is no text. What the report throws, such as the code of
+// a logging callback (U_Report.h), takes the place of the 1. The last two arguments
+// aren't used.
 U_EXPORT void TranslateAndThrowATLException(ATL::CAtlException& exception, const char* file,
                                             int line);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <boost/core/demangle.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <quiet_new.h>
@@ -17,7 +18,6 @@
 
 #include "U_Report.h"
 #include "U_Threads.h"
-#include "indep/frame/Guard.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace
@@ -30,6 +30,24 @@ typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> Translator
 boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
 std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
 U_u32 sNextTranslatorId = 100;
+
+// An entry of the table that has no id yet; none if there is nothing to call or no
+// memory.
+TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
+{
+    if (!translator)
+        return {};
+    try
+    {
+        TranslatorTable single;
+        single.emplace(0, std::make_shared<const U_ExceptionTranslator>(std::move(translator)));
+        return single.extract(single.begin());
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {};
+    }
+}
 
 // A report inside a translator may throw a callback's code, which stands for the
 // translator's own then.
@@ -101,9 +119,10 @@ U_UTF16String SystemText(int result)
 
 U_Status Up_MakeTranslatorTable()
 {
-    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    auto table = std::make_unique<TranslatorTable>(); // before the lock
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators)
-        sTranslators = std::make_unique<TranslatorTable>();
+        sTranslators.swap(table);
     return 0;
 }
 
@@ -130,21 +149,14 @@ U_Status Up_ReportUnknownException(const char* what, const char* type)
 
 U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 {
-    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
-    if (!sTranslators || !translator)
+    // Before the lock: without memory others may have an exception to translate.
+    TranslatorTable::node_type entry = EntryFor(std::move(translator));
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (!sTranslators || !entry)
         return 0;
-    try
-    {
-        const U_u32 id = sNextTranslatorId;
-        sTranslators->emplace(id,
-                              std::make_shared<const U_ExceptionTranslator>(std::move(translator)));
-        ++sNextTranslatorId;
-        return id;
-    }
-    catch (const std::bad_alloc&)
-    {
-        return 0;
-    }
+    entry.key() = sNextTranslatorId;
+    sTranslators->insert(std::move(entry));
+    return sNextTranslatorId++;
 }
 
 void U_UnregisterExceptionTranslator(U_u32 id)
@@ -177,6 +189,6 @@ void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, i
     const U_UTF16String text = SystemText(exception);
     if (text.empty())
         return;
-    Guarded([&] { U_ReportError(0, U_Sev_WARNING, text); });
+    U_ReportError(0, U_Sev_WARNING, text);
     throw 1;
 }

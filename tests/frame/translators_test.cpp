@@ -1,4 +1,6 @@
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <new>
 #include <stdexcept>
 #include <thread>
@@ -7,12 +9,32 @@
 
 #include <win32/atl.h>
 
+#include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 
 namespace
 {
+std::atomic<int> sTranslatedWithoutMemory(0);
+
+// Stands for what a host does when memory runs out: here another thread has an
+// exception to translate, and isn't kept waiting.
+void TranslateElsewhere()
+{
+    std::set_new_handler(nullptr);
+    std::packaged_task<U_Status()> task([] {
+        std::runtime_error error("elsewhere");
+        return U_TranslateAndReportException(error);
+    });
+    std::future<U_Status> code = task.get_future();
+    std::thread other(std::move(task));
+    sTranslatedWithoutMemory +=
+        code.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
+    other.detach();
+}
+
 class Translators : public BornLibrary
 {
 protected:
@@ -58,6 +80,23 @@ TEST_F(Translators, IdsAreNeverGivenAgain)
     EXPECT_EQ(Register(2, false, 0), first + 1);
 }
 
+TEST_F(Translators, RegisteringWithoutMemoryKeepsNobodyWaiting)
+{
+    const std::new_handler before = std::get_new_handler();
+    int failed = 0;
+    FailEachNew(
+        [&] {
+            std::set_new_handler(&TranslateElsewhere);
+            EXPECT_NE(Register(1, true, 101), 0u);
+        },
+        [&](long) {
+            failed += std::get_new_handler() == nullptr;
+            std::set_new_handler(before);
+        });
+    EXPECT_GT(failed, 1);
+    EXPECT_EQ(sTranslatedWithoutMemory.exchange(0), failed);
+}
+
 TEST_F(Translators, FourteenStandsIfNothingIsStored)
 {
     Register(1, true, 0);
@@ -73,6 +112,8 @@ TEST_F(Translators, MemoryAndCastsNeverReachThem)
     EXPECT_EQ(U_TranslateAndReportException(noMemory), 4);
     EXPECT_EQ(U_TranslateAndReportException(badCast), 3);
     EXPECT_TRUE(mAsked.empty());
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
+              std::vector<std::string>{"Test Host error: Unexpected data type\t"});
 }
 
 TEST_F(Translators, WhatNobodyTakesIsLogged)
@@ -147,12 +188,23 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
     struct Row
     {
         unsigned int result;
-        bool known;
+        const char* text; // null if the system knows none
+        U_Status callback;
+        int thrown;
     };
-    const Row rows[] = {{0x80004005, true}, {0x80070002, true}, {0x8ABCDEF0, false}};
+    const Row rows[] = {{0x80004005, "Unspecified error", 0, 1},
+                        {0x80070002, "No such file or directory", 0, 1},
+                        {0x80070002, "No such file or directory", 55, 55},
+                        {0x8ABCDEF0, nullptr, 0, 0}};
+    U_Status answer = 0;
+    U_AddLoggingCallback(
+        [](void* refcon, U_u32, U_u16, const char*) { return *static_cast<U_Status*>(refcon); },
+        &answer);
     for (const Row& row : rows)
     {
-        SCOPED_TRACE(row.result);
+        SCOPED_TRACE(testing::Message() << row.result << " " << row.callback);
+        answer = row.callback;
+        mLog.Clear();
         ATL::CAtlException exception(static_cast<int>(row.result));
         int thrown = 0;
         try
@@ -163,6 +215,11 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
         {
             thrown = code;
         }
-        EXPECT_EQ(thrown, row.known ? 1 : 0);
+        EXPECT_EQ(thrown, row.thrown);
+        std::vector<std::string> told;
+        if (row.text)
+            told.push_back(std::string("U_Sev_WARNING: Test Host warning: ") + row.text +
+                           ".\r\n\t");
+        EXPECT_EQ(mLog.Texts(), told);
     }
 }
