@@ -23,10 +23,15 @@ typedef U_i32 (*U_RunModeFunction)();
 // After any failure but 3 the calling thread stays registered as a main thread,
 // unless there was no memory even for that, and the host is expected to end the
 // process. From the making of the record on, a failure has been reported as fatal.
+// A log sink's std::exception fails the step that logs, with 14; the first line, "U
+// Birth", may fail. What is neither an int nor a std::exception passes out of the
+// steps, with what was made left in place.
 U_EXPORT U_Status U_Birth(const char* displayName, U_RunModeFunction runMode);
 
 // Shows the errors that are still posted, takes the library down and logs what is
-// left in its heap. The calling thread stays registered as a main thread.
+// left in its heap. The calling thread stays registered as a main thread. Whatever a
+// log sink or an alert presenter throws meanwhile, of any type, ends one step only,
+// and the library is taken down all the same.
 // Returns 0; 2 if the library's record is damaged, 5889 if it doesn't exist: then
 // that is reported as fatal and nothing is torn down.
 U_EXPORT U_Status U_Death();

@@ -7,6 +7,7 @@
 #include "U_MemServices.h"
 #include "U_Threads.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {
@@ -41,8 +42,8 @@ void Up_TerminateMemorySubsystem()
 {
     const TOLV_U_Callbacks none = {nullptr, nullptr, nullptr};
     TOLV_Install_U_Callback(&none);
-    if (sHeap)
-        MEM_DumpLeaks(sHeap);
+    // A log that fails mustn't keep the rest from being undone.
+    Contained([] { MEM_DumpLeaks(sHeap); });
     Up_ClearPurgeRequestCallback();
     MEM_AccountAllocation(-kPresumedAppSize);
 }

@@ -73,6 +73,19 @@ const BirthStep kSubBirths[] = {
     [](const char*) { return Up_MakeXMLEscapes(); },
 };
 
+// A line that fails ends neither birth nor death.
+void Tell(const char* tag, const char* text)
+{
+    try
+    {
+        WRIL_Log(kLifecycleLevel, "U", tag, text);
+    }
+    catch (...)
+    {
+        // The log is the host's, and so is its failure.
+    }
+}
+
 // With the record goes the handler of a failed operator new, which reports.
 void DestroyRecord()
 {
@@ -125,14 +138,14 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
         return failure;
     sRunMode = runMode;
     U_SetPencartValuesForUErrors(nullptr, nullptr);
-    WRIL_Log(kLifecycleLevel, "U", "Birth", "U Birth");
+    Tell("Birth", "U Birth");
 
     if (U_Status failure = RunSteps(kFirstSteps, displayName))
         return failure;
     const U_Status failure = RunSteps(kSubBirths, displayName);
     if (failure)
     {
-        ReportFailedBirth(displayName);
+        Contained([&] { ReportFailedBirth(displayName); });
         DestroyRecord();
     }
     return failure;
@@ -140,13 +153,13 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 
 U_Status U_Death()
 {
-    WRIL_Log(kLifecycleLevel, "U", "Death", "U Death");
+    Tell("Death", "U Death");
     const U_Status failure = Up_ValidateGlobals(kDeathPlace);
     U_SetPencartValuesForUErrors(nullptr, nullptr);
     if (failure)
         return failure;
     for (DeathStep step : kDeathSteps)
-        step();
+        Contained(step);
     sRunMode = nullptr;
     return 0;
 }
