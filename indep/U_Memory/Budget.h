@@ -22,6 +22,11 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);
 // tell.
 bool Up_FreeAboveFudgeBuffer(U_i64* bytes);
 
+// The prepurge limit that leaves the fudge buffer, free being what the function above
+// tells: prepurge itself, or as much less as it takes. At least 1, since 0 reads as
+// never set; what was never set stays so.
+U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free);
+
 // Whether more bytes fit beside used ones under a limit.
 inline bool Up_Fits(U_u64 used, U_u64 more, U_u64 limit)
 {

@@ -14,6 +14,13 @@ namespace
 {
 const U_u32 kDuplicatePlace = kModule | 0x1C;
 
+// What has no bytes may be no handle at all, and isn't read then.
+void CopyContents(void** to, void** from, U_u32 size)
+{
+    if (size)
+        CopyBytes(*to, *from, size);
+}
+
 U_u32 ToolboxSize(void** handle)
 {
     const int size = GetHandleSize(handle);
@@ -42,7 +49,7 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
     *out = U_AllocateHandle(kDuplicatePlace, opName, size);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyBytes(**out, *handle, size);
+    CopyContents(*out, handle, size);
     return 0;
 }
 
@@ -56,7 +63,7 @@ U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** 
     *out = NewPlatformHandle(static_cast<U_i32>(size), opName);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyBytes(**out, *handle, size);
+    CopyContents(*out, handle, size);
     return 0;
 }
 
@@ -70,7 +77,7 @@ U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName
     const U_u32 size = ToolboxSize(platformHandle);
     *out = U_AllocateHandle(kModule, opName, size);
     if (*out)
-        CopyBytes(**out, *platformHandle, size);
+        CopyContents(*out, platformHandle, size);
     return 0;
 }
 
@@ -85,7 +92,7 @@ U_Status U_DetachResource(void** resource, const char* opName, void*** out)
     void** copy = U_AllocateHandle(0, opName, size);
     if (!copy)
         return U_Err_OutOfMemory;
-    CopyBytes(*copy, *resource, size);
+    CopyContents(copy, resource, size);
     DetachResource(resource);
     DisposeHandle(resource);
     *out = copy;

@@ -55,8 +55,7 @@ struct NormalLimits
             return;
         U_u64 use = 0;
         Up_GetMemoryStat(U_MemStat_InUse, &use, true);
-        if (free < static_cast<U_i64>(mPrepurge - use))
-            mPrepurge = use + static_cast<U_u64>(free);
+        mPrepurge = Up_LoweredPrepurge(mPrepurge, use, free);
     }
 
     U_u64 mMaximum;
@@ -85,6 +84,14 @@ bool Up_FreeAboveFudgeBuffer(U_i64* bytes)
         return false;
     *bytes = static_cast<U_i64>(status.ullAvailPhys - static_cast<U_u64>(sFudgeBuffer));
     return true;
+}
+
+U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free)
+{
+    if (prepurge == 0 || free >= static_cast<U_i64>(prepurge - used))
+        return prepurge;
+    const U_i64 lowered = static_cast<U_i64>(used) + free;
+    return lowered > 0 ? static_cast<U_u64>(lowered) : 1;
 }
 
 U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum)

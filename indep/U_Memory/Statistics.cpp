@@ -20,8 +20,9 @@ void LowerLimitIfMemoryIsLow(U_u64 used)
     U_i64 free = 0;
     if (MEM_GetMemUsageLimits(&prepurge, &maximum) || !Up_FreeAboveFudgeBuffer(&free))
         return;
-    if (free < static_cast<U_i64>(prepurge - used))
-        MEM_SetMemUsageLimits(used + static_cast<U_u64>(free), maximum);
+    const U_u64 lowered = Up_LoweredPrepurge(prepurge, used, free);
+    if (lowered != prepurge)
+        MEM_SetMemUsageLimits(lowered, maximum);
 }
 
 U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)

@@ -1,6 +1,9 @@
 // The limits, the decision about a block, and the statistics.
 
+#include <cstdlib>
 #include <limits>
+
+#include <gmock/gmock.h>
 
 #include <control.h>
 #include <tolv/memory.h>
@@ -9,6 +12,7 @@
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -50,6 +54,13 @@ protected:
         const bool measured = !mLog.Texts("MEM").empty();
         mLog.Clear();
         return measured;
+    }
+
+    static bool MallocGives(U_u64 size)
+    {
+        void* volatile block = std::malloc(size); // or the pair is optimised away
+        std::free(block);
+        return block != nullptr;
     }
 
     // Fills the pool with bytes of blocks given back.
@@ -97,19 +108,24 @@ TEST_F(Budget, OverridesHoldWhereTheyAreLower)
 {
     struct Row
     {
+        Pair base;
         Pair override;
         Pair effective;
     };
+    const Pair base = {200, 400};
+    const Pair machine = {7 * 8192 / 10, 8192};
     const Row rows[] = {
-        {{0, 0}, {200, 400}},   {{100, 300}, {100, 300}}, {{100, 0}, {100, 400}},
-        {{0, 300}, {200, 300}}, {{201, 401}, {200, 400}}, {{300, 300}, {200, 300}},
+        {base, {0, 0}, {200, 400}},     {base, {100, 300}, {100, 300}},
+        {base, {100, 0}, {100, 400}},   {base, {0, 300}, {200, 300}},
+        {base, {201, 401}, {200, 400}}, {base, {300, 300}, {200, 300}},
+        {{0, 0}, {100, 300}, machine}, // there is nothing to be lower than
     };
     for (const Row& row : rows)
     {
         SCOPED_TRACE(testing::Message() << row.override.prepurge << " " << row.override.maximum);
-        MEM_SetMemUsageLimits(200 * kMiB, 400 * kMiB);
+        MEM_SetMemUsageLimits(row.base.prepurge * kMiB, row.base.maximum * kMiB);
         MEM_SetMemUsageLimitsOverride(row.override.prepurge * kMiB, row.override.maximum * kMiB);
-        EXPECT_EQ(Limits().prepurge, row.effective.prepurge * kMiB);
+        EXPECT_EQ(Limits().prepurge / kMiB, row.effective.prepurge);
         EXPECT_EQ(Limits().maximum, row.effective.maximum * kMiB);
     }
 }
@@ -216,6 +232,9 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
         {true, fudge + 1000 * kMiB, asked},
         {true, fudge + 100 * kMiB, used + 100 * kMiB},
         {true, fudge - 10 * kMiB, used - 10 * kMiB},
+        {true, fudge - used + 2, 2},
+        {true, fudge - used, 1}, // 0 would be read as never set
+        {true, 1, 1},
     };
     for (const Row& row : rows)
     {
@@ -239,6 +258,18 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
         EXPECT_EQ(Limits().maximum, asked + 500 * kMiB);
         platform::SetPhysicalMemory(kPhysicalMemory, kAvailableMemory);
         EXPECT_EQ(Limits().prepurge, row.prepurge) << "it stays lowered";
+    }
+
+    // What was never set has no limit to be lowered, and refuses nothing.
+    platform::SetPhysicalMemory(kPhysicalMemory, 1);
+    for (int setting = 0; setting < 2; ++setting)
+    {
+        MEM_SetMemUsageLimits(0, 0);
+        if (setting)
+            U_SetMemUsageLimits(0, 0);
+        EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
+        EXPECT_EQ(Limits().maximum, kPhysicalMemory);
+        EXPECT_TRUE(Had(100000));
     }
 }
 
@@ -295,8 +326,19 @@ TEST_F(Budget, TheLargestBlockIsWhatMallocGives)
 {
     if (kHugeBlocksAreSlow)
         GTEST_SKIP();
-    EXPECT_GT(Stat(U_MemStat_LargestBlock), kMiB);
-    EXPECT_LE(Stat(U_MemStat_LargestBlock), 0xC0000000);
+    U_u64 largest = 0;
+    bool gives = false;
+    bool givesMore = true;
+    {
+        const ScAddressSpaceLimit limited(300 * kMiB);
+        largest = Stat(U_MemStat_LargestBlock);
+        gives = MallocGives(largest);
+        givesMore = MallocGives(largest + 1024);
+    }
+    EXPECT_TRUE(gives) << largest;
+    EXPECT_FALSE(givesMore) << largest;
+    EXPECT_LT(Stat(U_MemStat_LargestBlock), 0xC0000000) << "where malloc gives more";
+    EXPECT_GT(Stat(U_MemStat_LargestBlock), largest);
 }
 
 TEST_F(Budget, UseByTheLibraryStopsAboveZero)
@@ -338,7 +380,9 @@ TEST_F(Budget, AccountingChargesAndChecksItsRange)
     EXPECT_EQ(InUse(), used);
     EXPECT_EQ(U_AccountAllocationEx(0x7FFFFFFF, true), 0);
     EXPECT_EQ(InUse(), used + 0x7FFFFFFF);
+    EXPECT_TRUE(mAlerts.Texts().empty());
     EXPECT_EQ(U_AccountAllocationEx(0x80000000, true), 3);
+    EXPECT_THAT(mAlerts.Texts(), testing::ElementsAre(testing::HasSubstr("U_AccountAllocationEx")));
     EXPECT_EQ(InUse(), used + 0x7FFFFFFF);
     EXPECT_EQ(U_AccountAllocationEx(0x17FFFFFFF, false), 0) << "the low 32 bits";
     EXPECT_EQ(InUse(), used);

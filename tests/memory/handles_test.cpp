@@ -1,7 +1,10 @@
 // Blocks one by one: sizes, copies, resources, recycled pointers, and what is
 // no block of ours.
 
+#include <cstdio>
 #include <cstring>
+
+#include <gmock/gmock.h>
 
 #include <control.h>
 #include <tolv/memory.h>
@@ -9,6 +12,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 
 namespace
@@ -39,6 +43,14 @@ protected:
     static void FailNone()
     {
         platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    }
+
+    // Where the last report came from.
+    static U_u32 LastLocation()
+    {
+        U_u32 location = 0;
+        U_GetLastError(nullptr, nullptr, &location, nullptr);
+        return location;
     }
 
     void** mNone = nullptr;
@@ -80,7 +92,10 @@ TEST_F(Handles, NullIsAnswered)
 {
     U_u32 size = 77;
     U_u64 longSize = 77;
+    const std::vector<std::string> kNoSize = {
+        "Test Host error: getting size of handle -- a bad parameter was passed.\n\n( 23 :: 23 )"};
     EXPECT_EQ(U_GetHandleSize(nullptr, &size), 3);
+    EXPECT_EQ(mAlerts.Texts(), kNoSize);
     EXPECT_EQ(size, 77u);
     EXPECT_EQ(U_GetPtrSize(nullptr, &longSize), 0);
     EXPECT_EQ(longSize, 0u);
@@ -92,7 +107,9 @@ TEST_F(Handles, NullIsAnswered)
     EXPECT_EQ(U_ResizePtr(1, 5, "none", nullptr), 3);
     void** out = nullptr;
     EXPECT_EQ(U_DuplicateHandle(nullptr, "none", &out), 3);
+    mAlerts.Clear();
     EXPECT_EQ(U_DuplicateHandleToPlatform(nullptr, "none", &out), 3);
+    EXPECT_EQ(mAlerts.Texts(), kNoSize);
 }
 
 TEST_F(Handles, OfOthersAreToldAndHarmless)
@@ -109,20 +126,42 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
     {
         const char* what;
         void** handle;
+        U_u32 size; // of what is copied
     };
-    for (const Row& row : {Row{"another heap's", ofOther}, Row{"the toolbox's", ofToolbox},
-                           Row{"freed", freed}, Row{"no handle at all", onStack},
-                           Row{"no address", reinterpret_cast<void**>(~std::uintptr_t(7))}})
+    for (const Row& row : {Row{"another heap's", ofOther, 10}, Row{"the toolbox's", ofToolbox, 0},
+                           Row{"freed", freed, 0}, Row{"no handle at all", onStack, 0},
+                           Row{"no address", reinterpret_cast<void**>(~std::uintptr_t(7)), 0}})
     {
         SCOPED_TRACE(row.what);
         EXPECT_NE(U_CheckHandleFromHeap(row.handle), 0);
         void** handle = row.handle;
         EXPECT_EQ(U_ResizeHandle(1, 5, "foreign", &handle), 4);
         EXPECT_EQ(handle, row.handle);
+
+        U_u32 size = 77;
+        void** copy = nullptr;
+        EXPECT_EQ(U_DuplicateHandle(row.handle, "copy", &copy), 0);
+        EXPECT_EQ(U_GetHandleSize(copy, &size), 0);
+        EXPECT_EQ(size, row.size);
+        U_FreeHandle(copy);
+        EXPECT_EQ(U_DuplicateHandleToPlatform(row.handle, "copy", &copy), 0);
+        EXPECT_EQ(GetHandleSize(copy), static_cast<int>(row.size));
+        DisposeHandle(copy);
     }
     EXPECT_EQ(U_FreeHandle(ofToolbox), 0);
     EXPECT_EQ(GetHandleSize(ofToolbox), 10) << "still there";
+
+    char told[200];
+    std::snprintf(told, sizeof(told),
+                  "Test Host error: assertion failed\nHandle is not from U heap. MP:%p P:%p\n"
+                  "line: 2033 of file: ..\\indep\\U_Memory.\n\n",
+                  static_cast<void*>(ofOther), *ofOther);
+    mAlerts.Clear();
+    mAlerts.mWhileUp = [&](const platform::Alert&) {
+        EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 10u) << "told before it is freed";
+    };
     EXPECT_EQ(U_FreeHandle(ofOther), 0);
+    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{told});
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 0u) << "freed in its own heap";
     MEM_DumpLeaks(otherHeap);
     DisposeHandle(ofToolbox);
@@ -139,6 +178,12 @@ TEST_F(Handles, OfOthersBeyondTheSizeLimitHaveNoSize)
     U_u32 size = 7;
     EXPECT_LT(U_GetHandleSize(large, &size), 0);
     EXPECT_EQ(size, 7u);
+    EXPECT_THAT(mAlerts.Texts(),
+                testing::ElementsAre(
+                    testing::HasSubstr("Handle is not from U heap."),
+                    "Test Host error: internal verification failure, sorry! "
+                    "{bad numeric conversion: positive overflow}\n\n( 23 :: 23 )",
+                    "Test Host error: getting size of handle (-2147483648).\n\n( 23 :: 23 )"));
     void* untouched = nullptr;
     void** out = &untouched;
     EXPECT_LT(U_DuplicateHandle(large, "copy", &out), 0);
@@ -177,16 +222,20 @@ TEST_F(Handles, DuplicatesThatCantBeMadeAreNull)
     FailAll();
     EXPECT_EQ(U_DuplicateHandle(handle, "copy", &out), 4);
     EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(LastLocation(), 0x17001Cu);
     out = handle;
     EXPECT_EQ(U_DuplicateHandleFromPlatform(ofToolbox, "in", &out), 0);
     EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(LastLocation(), 0x170000u);
     FailNone();
 
     U_ResizeHandle(1, 5000, "large", &handle); // so that it is measured
     out = handle;
     SetLimitsAboveUse(0, 0);
+    EXPECT_EQ(U_GetHandleSize(nullptr, nullptr), 3); // another location
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
     EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(LastLocation(), 0x170000u);
     out = handle;
     platform::SetUsageError(-108);
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
@@ -201,8 +250,10 @@ TEST_F(Handles, AResourceIsMovedOrStays)
     AddResource(resource);
     void** out = resource;
     FailAll();
+    EXPECT_EQ(U_GetHandleSize(nullptr, nullptr), 3); // another location
     EXPECT_EQ(U_DetachResource(resource, "resource", &out), 4);
     EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(LastLocation(), 0u);
     EXPECT_STREQ(static_cast<char*>(*resource), kText);
     FailNone();
     EXPECT_EQ(U_DetachResource(resource, "resource", nullptr), 0);

@@ -22,12 +22,25 @@ rlim_t AddressSpace()
 }
 } // namespace
 
-ScNoMemory::ScNoMemory()
+ScAddressSpaceLimit::ScAddressSpaceLimit(unsigned long long room)
 {
     rlimit limit = {};
     getrlimit(RLIMIT_AS, &limit);
-    limit.rlim_cur = AddressSpace() + kRoom;
+    mBefore = limit.rlim_cur;
+    limit.rlim_cur = AddressSpace() + room;
     setrlimit(RLIMIT_AS, &limit);
+}
+
+ScAddressSpaceLimit::~ScAddressSpaceLimit()
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_AS, &limit);
+    limit.rlim_cur = mBefore;
+    setrlimit(RLIMIT_AS, &limit);
+}
+
+ScNoMemory::ScNoMemory() : mLimit(kRoom)
+{
     for (std::size_t size = kRoom; size >= sizeof(Block); size /= 2)
     {
         while (void* taken = std::malloc(size))

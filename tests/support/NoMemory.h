@@ -9,6 +9,20 @@
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 
+// Lets the process map no more than room bytes beyond what it has, until the scope
+// ends.
+class ScAddressSpaceLimit
+{
+public:
+    explicit ScAddressSpaceLimit(unsigned long long room);
+    ~ScAddressSpaceLimit();
+    ScAddressSpaceLimit(const ScAddressSpaceLimit&) = delete;
+    ScAddressSpaceLimit& operator=(const ScAddressSpaceLimit&) = delete;
+
+private:
+    unsigned long long mBefore;
+};
+
 // Takes all memory that the process can get, until the scope ends. For the
 // child process of a death test.
 class ScNoMemory
@@ -24,6 +38,7 @@ private:
     {
         Block* next;
     };
+    const ScAddressSpaceLimit mLimit;
     Block* mBlocks = nullptr;
 };
 
