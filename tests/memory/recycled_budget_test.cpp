@@ -118,3 +118,69 @@ TEST_F(RecycledBudget, TheHostsLeaveToShrinkThePoolLastsForTheRun)
               "DONE. Purge recycled not freeing anything");
     U_FreePtr(block);
 }
+
+TEST_F(RecycledBudget, TheCheckLeavesThePoolOut)
+{
+    struct Row
+    {
+        U_u64 needed;
+        bool frees;
+        bool over;
+        bool hit;
+    };
+    // Use without the pool stands 1000 bytes under the limit.
+    for (const Row& row : {Row{1000, false, false, false}, Row{1001, false, true, true},
+                           Row{1001, true, false, true}})
+    {
+        SCOPED_TRACE(testing::Message() << row.needed << row.frees);
+        void* held = U_AllocatePtrQuiet(5000);
+        void* none = nullptr;
+        U_SetPurgeRequestCallback(
+            [](void* refcon, U_u64, U_u64, bool*) {
+                void*& block = *static_cast<void**>(refcon);
+                U_FreePtr(block);
+                block = nullptr;
+                return 0;
+            },
+            row.frees ? &held : &none);
+        SetPrepurgeBelowUse(mPool - 1000);
+        bool over = !row.over;
+        bool hit = !row.hit;
+        EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
+        EXPECT_EQ(over, row.over);
+        EXPECT_EQ(hit, row.hit);
+        U_FreePtr(held);
+    }
+}
+
+TEST_F(RecycledBudget, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
+{
+    struct Row
+    {
+        U_u64 size;
+        bool recycled;
+        bool had;
+    };
+    for (const Row& row : {Row{4000, true, true}, Row{4001, true, false}, Row{4000, false, false}})
+    {
+        SCOPED_TRACE(testing::Message() << row.size << row.recycled);
+        U_u64 asked = 0;
+        U_SetPurgeRequestCallback(
+            [](void* refcon, U_u64, U_u64 amount, bool*) {
+                *static_cast<U_u64*>(refcon) = amount;
+                return 0;
+            },
+            &asked);
+        const U_u64 pool = U_GetRecycledMemorySize();
+        const U_u64 withoutPool = InUse() - pool;
+        MEM_SetMemUsageLimits(withoutPool, withoutPool + 4000);
+        void* const recycled = row.recycled ? U_AllocateRecycledPtr(0, nullptr, row.size) : nullptr;
+        void* const plain = row.recycled ? nullptr : U_AllocatePtrQuiet(row.size);
+        EXPECT_EQ(recycled || plain, row.had);
+        const U_u64 wanted = static_cast<U_u64>(static_cast<double>(row.size) +
+                                                0.02 * static_cast<double>(withoutPool));
+        EXPECT_EQ(asked, wanted + (row.recycled ? 0 : pool));
+        U_FreeRecycledPtr(recycled);
+        U_FreePtr(plain);
+    }
+}
