@@ -8,7 +8,10 @@
 // Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
 // allocation for the user and the log; a pointer keeps a copy of its first 63
 // bytes for the leak report. Failures are reported to the user with the size and
-// the name; a null opName, like a Quiet variant, keeps them to the log.
+// the name; a null opName, like a Quiet variant, keeps them to the log. Two kinds are
+// told otherwise: a size above the largest is reported without the name, and leaves
+// no line in the log if opName is null; and where the use of memory can't be measured,
+// the block is refused with neither report nor line.
 
 #ifndef U_ALLOC_H
 #define U_ALLOC_H
@@ -44,13 +47,16 @@ U_EXPORT U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName,
 U_EXPORT U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer);
 
 // Frees. Null does nothing; a handle that isn't live is reported and left alone; a
-// pointer must be a live one, here as in the other operations on pointers. Always 0.
+// live one of another heap is reported and freed there. A pointer must be a live one,
+// here as in the other operations on pointers. Always 0.
 U_EXPORT U_Status U_FreeHandle(void** handle);
 U_EXPORT U_Status U_FreePtr(void* pointer);
 
-// Stores the block's size. With nothing stored reports and returns 3 for a null
-// handle or output, and a negative code for a handle of another heap whose block
-// doesn't fit a signed 32-bit size.
+// Stores the block's size. A handle that isn't a live one of the library's heap is
+// reported first: one of another heap then gives its size, one that isn't live 0.
+// With nothing stored reports and returns 3 for a null handle or output, and a
+// negative code for a handle of another heap whose block doesn't fit a signed 32-bit
+// size.
 U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
 
 // The same for a pointer; a null one has size 0.
@@ -61,7 +67,8 @@ U_EXPORT U_Status U_GetPtrSize(void* pointer, U_u64* size);
 U_EXPORT U_Status U_CheckHandleFromHeap(void** handle);
 
 // Makes a new handle with the same contents and stores it in *out. Returns 0,
-// 4 with *out null, or the error of U_GetHandleSize with *out untouched.
+// 4 with *out null, or the error of U_GetHandleSize with *out untouched. The copy of
+// what isn't a live handle is empty.
 U_EXPORT U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out);
 
 // The same, with a handle of the host services' toolbox as the copy: to be
@@ -75,9 +82,10 @@ U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const cha
                                                 void*** out);
 
 // Moves a resource's contents into a new handle, detaches the resource and
-// frees it. Returns 0 or the resource manager's error. If the copy can't be
-// made, *out is null, the resource stays as it was and the result is 4; 3 for a
-// null resource. A null out does nothing.
+// frees it. Returns 0 or the resource manager's error, after which *out holds the
+// copy and the source is freed all the same. If the copy can't be made, *out is null,
+// the resource stays as it was and the result is 4; 3 for a null resource. A null out
+// does nothing.
 U_EXPORT U_Status U_DetachResource(void** resource, const char* opName, void*** out);
 
 // Recycled pointers: blocks from a pool that keeps what is given back for the
@@ -103,9 +111,9 @@ U_EXPORT U_Status U_AccountAllocation(U_i32 delta);
 U_EXPORT U_Status U_AccountFrameAllocation(U_i64 delta);
 U_EXPORT U_Status U_AccountSystemAllocation(U_i64 delta);
 
-// add true charges size, which must fit a signed 32-bit value: else 3 with
-// nothing charged. add false takes the low 32 bits of size off, as a signed
-// value.
+// add true charges size, which must fit a signed 32-bit value: else reports and
+// returns 3 with nothing charged. add false takes the low 32 bits of size off, as a
+// signed value.
 U_EXPORT U_Status U_AccountAllocationEx(U_u64 size, bool add);
 
 #endif
