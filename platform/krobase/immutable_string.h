@@ -23,7 +23,8 @@ public:
     // Copies the text; null stands for the empty one. Throws std::bad_alloc.
     explicit ImmutableString(const char* text);
 
-    const char* Text() const { return mText->c_str(); }
+    // The empty text if the object has been moved from, which equals no text then.
+    const char* Text() const { return mText ? mText->c_str() : ""; }
 
     friend bool operator==(const ImmutableString& left, const ImmutableString& right)
     {

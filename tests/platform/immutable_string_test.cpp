@@ -2,6 +2,7 @@
 
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -25,6 +26,12 @@ TEST(ImmutableStrings, EqualTextsAreOne)
     EXPECT_NE(first < other, other < first);
     EXPECT_FALSE(first < second || second < first);
     EXPECT_EQ(ImmutableString(nullptr), ImmutableString(""));
+
+    ImmutableString source("moved on");
+    const ImmutableString& left = source;
+    const ImmutableString moved = std::move(source);
+    EXPECT_STREQ(moved.Text(), "moved on");
+    EXPECT_STREQ(left.Text(), "");
 }
 
 TEST(ImmutableStrings, ThreadsAgreeWhileTextsComeAndGo)
