@@ -64,9 +64,9 @@ PLATFORM_EXPORT int PostMessageW(void* window, unsigned int message, unsigned lo
 
 // Sets a timer of the calling thread: from then on a kWmTimer message is due
 // every interval milliseconds, at least 10, with the timer's id. A window's timer
-// has the id given and replaces the one of that id; without a window the id is a
-// new one. There are no timer procedures: procedure is null. Returns the id, 0 on
-// failure.
+// has the id given and replaces the one of that id. Without a window the timer
+// replaces the thread's own of that id, and has a new id if there is none. There
+// are no timer procedures: procedure is null. Returns the id, 0 on failure.
 PLATFORM_EXPORT unsigned long long SetTimer(void* window, unsigned long long id,
                                             unsigned int interval, void* procedure);
 // Non-zero if there was such a timer. A message that was taken stays taken.

@@ -141,6 +141,7 @@ TEST(MessageQueues, TimersComeAgainAndNeverPileUp)
         EXPECT_EQ(win32::SetTimer(window, 9, 300, nullptr), 9u) << "the same, sooner";
         const unsigned long long thread = win32::SetTimer(nullptr, 0, 1000000, nullptr);
         EXPECT_NE(thread, 0u);
+        EXPECT_EQ(win32::SetTimer(nullptr, thread, 2000000, nullptr), thread) << "the same, later";
         MSG message;
         for (int i = 0; i < 2; ++i)
         {
