@@ -27,12 +27,6 @@ const boost::weak_ptr<U_Context>* ThreadSlot()
     return slot && slot->mIsSet ? &slot->mContext : nullptr;
 }
 
-bool IsCurrentHere(const boost::shared_ptr<U_Context>& context)
-{
-    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
-    return slot && slot->lock() == context;
-}
-
 void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
 {
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);

@@ -17,9 +17,6 @@ const U_i64 kAnyContext = -1;
 // What the calling thread's slot holds, which may have ended; null if it is empty.
 const boost::weak_ptr<U_Context>* ThreadSlot();
 
-// Whether that is this context.
-bool IsCurrentHere(const boost::shared_ptr<U_Context>& context);
-
 // Makes the context the calling thread's, in the place of whatever was. Throws
 // std::bad_alloc with the slot empty, and only on a thread that never had one.
 void AttachContextTLS(const boost::shared_ptr<U_Context>& context);
