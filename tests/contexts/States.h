@@ -17,6 +17,8 @@
 typedef boost::shared_ptr<U_Context> ContextPtr;
 typedef std::vector<std::string> Lines;
 
+const int kGenerous = 60000; // milliseconds
+
 inline U_u32 ThisThread()
 {
     return krobase::threads::GetCurrentThreadID();

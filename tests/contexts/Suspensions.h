@@ -16,8 +16,6 @@
 typedef boost::shared_ptr<U_SuspendContext> SuspendPtr;
 typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
 
-const int kGenerous = 60000; // milliseconds
-
 inline ExecutorPtr MakeExecutor()
 {
     return krobase::threads::CreateAsyncThreadedExecutor(

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <control.h>
+#include <krobase/gate.h>
 
 #include "U_Threads.h"
 #include "tests/contexts/States.h"
@@ -279,6 +280,25 @@ TEST_F(Contexts, AFactoryThatThrowsLeavesNothingBehind)
     }
 }
 
+TEST_F(Contexts, ContextsAreBuiltInParallelAndEachHasAnIdOfItsOwn)
+{
+    krobase::threads::Gate bothAreThere(false);
+    std::atomic<int> there(0);
+    Register("a", [&](U_Context*) {
+        if (++there == 2)
+            bothAreThere.Open();
+        EXPECT_TRUE(bothAreThere.PassThrough(kGenerous));
+        return boost::shared_ptr<U_State>();
+    });
+    U_i64 other = 0;
+    std::thread builder([&] { other = U_Context::MakeNewContext()->GetContextID(); });
+    const U_i64 own = U_Context::MakeNewContext()->GetContextID();
+    builder.join();
+    const U_i64 next = U_Context::MakeNewContext()->GetContextID();
+    EXPECT_NE(own, other);
+    EXPECT_EQ(next, std::max(own, other) + 1);
+}
+
 TEST_F(Contexts, RegistrationsCountForContextsMadeAfterThem)
 {
     const ContextPtr before = U_Context::MakeNewContext();
@@ -319,6 +339,12 @@ TEST_F(Contexts, ACopySharesTheStatesAndIsNobodys)
     OnFreshThread([&] { EXPECT_THROW(Neighbour::Raise(copy), boost::bad_weak_ptr); });
     OnFreshThread([&] { Neighbour::Lower(copy); });
     EXPECT_THAT(Told(), ElementsAre("on a", "off a while active")); // as its owner still is
+    {
+        const U_Context active(*context);
+        EXPECT_TRUE(U_Context::HasCurrent());
+    }
+    EXPECT_THAT(Told(), ElementsAre("off a while active"));
+    EXPECT_FALSE(U_Context::HasCurrent()) << "the same id is taken for the same context";
 }
 
 TEST_F(Contexts, ChangesOfTheSlotAreTraced)
