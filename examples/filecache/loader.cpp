@@ -1,7 +1,6 @@
 #include "loader.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -53,7 +52,7 @@ bool Loader::Run(unsigned int threads)
             --mRunning;
         }
     }
-    WaitForThreads();
+    ShowProgressUntilDone();
     for (std::thread& thread : started)
         thread.join();
     mDecoders.reset();
@@ -85,18 +84,27 @@ void Loader::RunThread(unsigned int number)
     {
         LoadFiles();
     }
-    catch (std::exception& error)
+    catch (const std::exception& error)
     {
-        U_ReportError(0, U_Sev_PROBLEM,
-                      ToUTF16(Text({"$$$/QX/FileCache/Error/LoaderEnds=loader ^^1 ends: ^^2",
-                                    {std::to_string(number), error.what()}})));
-        mFailed = true;
+        TellEarlyEnd(number, error.what());
+    }
+    catch (int code) // as the library throws it
+    {
+        TellEarlyEnd(number, "error " + std::to_string(code));
     }
     U_DeregisterRenderThread();
 
     std::lock_guard<std::mutex> lock(mLock);
     --mRunning;
     mThreadEnded.notify_one();
+}
+
+void Loader::TellEarlyEnd(unsigned int number, const std::string& why)
+{
+    mFailed = true;
+    U_ReportError(0, U_Sev_PROBLEM,
+                  ToUTF16(Text({"$$$/QX/FileCache/Error/LoaderEnds=loader ^^1 ends: ^^2",
+                                {std::to_string(number), why}})));
 }
 
 void Loader::LoadFiles()
@@ -222,11 +230,17 @@ void Loader::SampleUse()
     }
 }
 
-void Loader::WaitForThreads()
+bool Loader::WaitForThreads(std::chrono::milliseconds longest)
+{
+    std::unique_lock<std::mutex> lock(mLock);
+    return mThreadEnded.wait_for(lock, longest, [this] { return mRunning == 0; });
+}
+
+// What the throttler runs is the host's: the loaders' lock isn't held meanwhile.
+void Loader::ShowProgressUntilDone()
 {
     const std::chrono::milliseconds kRedraw(100);
-    std::unique_lock<std::mutex> lock(mLock);
-    while (!mThreadEnded.wait_for(lock, kRedraw, [this] { return mRunning == 0; }))
+    while (!WaitForThreads(kRedraw))
     {
         if (mThrottler.ThrottleAndCheckAbort())
             mStopping = true;

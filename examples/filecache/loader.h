@@ -5,6 +5,7 @@
 #define FILECACHE_LOADER_H
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
@@ -42,6 +43,7 @@ public:
 private:
     bool MakeDecoders(unsigned int threads);
     void RunThread(unsigned int number);
+    void TellEarlyEnd(unsigned int number, const std::string& why);
     void LoadFiles();
     void LoadFile(const std::string& name);
 
@@ -61,7 +63,8 @@ private:
     std::string OperationName(const std::string& path, bool refusalIsCertain);
 
     void SampleUse();
-    void WaitForThreads();
+    bool WaitForThreads(std::chrono::milliseconds longest);
+    void ShowProgressUntilDone();
 
     const std::string& mFolder;
     const std::vector<std::string>& mNames;
