@@ -30,7 +30,9 @@
 // The result of a call that was given up.
 const U_Status U_Err_SuspendTerminated = 517;
 
-// One suspension, to be made, used and ended on the same thread.
+// One suspension, to be made, used and ended on the same thread, and to be ended
+// before the setter is under which it was made: the context would come back to a
+// thread that has no activation of it left, and stay.
 class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
@@ -47,22 +49,29 @@ public:
     // calling thread goes on without one, as does each thread that lent the context
     // on the way there: no two threads ever have it. Their setters may end as usual;
     // whoever takes the last activation back tells the states.
+    // An object that ends on another thread puts nothing back.
     virtual ~U_SuspendContext();
 
     // Runs the function on the executor's thread and returns its result when it has
     // ended: what it returns, or the int that it throws; for a std::exception the
     // code that U_TranslateAndReportException gives, and 14 for anything else. If
     // that code is 0, so is the result.
+    // The call's copy of the function, with what it owns, ends when the function has, or
+    // once it never will run, and before the caller goes on that waits for it.
     // On the executor's own thread the function runs at once, and what it throws
     // passes through.
+    // Only the first function for another thread is waited for. That of a later call
+    // is queued too, but the call returns at once, with the result of the first; the
+    // next call and the end of the object wait until it has ended, or its executor
+    // has dropped it.
     // Once all calls have been given up the result is 517, within some 50
     // milliseconds: a function that hasn't begun by then never runs. One that has
     // begun goes on alone, so it must own what it uses, and the context may end on
     // the executor's thread. An event loop whose thread ends before the function has
     // run leaves its caller waiting until all calls are given up.
-    // Throws 3, after a report, for a null executor, for a second call on another
-    // thread, and when a function that was given up keeps the context; and what the
-    // executor throws when it can't take the function.
+    // Throws 3, after a report, for a null executor, and on the executor's own thread
+    // when a function that was given up keeps the context; std::bad_alloc; and what
+    // the executor throws when it can't take the function.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);
@@ -92,7 +101,11 @@ private:
 
     int Call(const boost::shared_ptr<krobase::threads::AsyncExecutor>& executor,
              const boost::function<int()>& function);
-    int WaitForResult() const;
+    int CallHere(const boost::function<int()>& function);
+    int CallThere(krobase::threads::AsyncExecutor& executor,
+                  const boost::function<int()>& function);
+    int WaitForResult(PostedCall& call) const;
+    void AwaitLatest() const;
     static void RunWithin(const boost::shared_ptr<U_Context>& context,
                           const boost::function<int()>& function, int& result);
     bool IsContextFree() const;
@@ -102,10 +115,12 @@ private:
 
     boost::shared_ptr<U_Context> mContext; // null if the thread had none
     U_u32 mSavedThreadID;
-    boost::shared_ptr<krobase::threads::OpenOnceGate> inGate; // closed until the function has ended
+    // Of the first posted call: closed until its function has ended.
+    boost::shared_ptr<krobase::threads::OpenOnceGate> inGate;
     boost::shared_ptr<int> mResult;
-    boost::shared_ptr<PostedCall> mPosted; // null before the call
+    boost::shared_ptr<PostedCall> mPosted; // the latest, null before the first
     bool mRanHere = false;                 // a call on this thread has put the context back
+    const U_u32 mOwnThreadID;              // of whoever made the object
 };
 
 #endif

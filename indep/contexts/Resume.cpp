@@ -15,17 +15,36 @@ void U_SuspendContext::PostedCall::Run()
     // The caller waits for this: the context mustn't end here because its last owner
     // there was quicker.
     mContext.reset();
-    mHolder.store(kLeft);
+    mLeft.Open();
+    // It is still there if it was too late to run. The caller doesn't wait for what it
+    // owns, the last of the suspension perhaps.
+    mFunction.clear();
 }
 
 bool U_SuspendContext::PostedCall::TakeBack()
 {
     if (!Decide(kTakenBack))
-        return false;
+        return mHolder.load() == kTakenBack;
     // The closure may lie in the executor's queue for long.
     mContext.reset();
     mFunction.clear();
     return true;
+}
+
+bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
+{
+    // With the gate open the context has left, however long the thread is held up there.
+    return (mLeft.PassThrough(timeout) || HasEnded(0)) && !mLost.load();
+}
+
+int U_SuspendContext::PostedCall::RunFunction()
+{
+    const ScLook look{*this};
+    // Ends before the gate opens: the caller's share in what the function owns is the
+    // last, and if that is the suspension, it doesn't own itself through this call.
+    boost::function<int()> function;
+    function.swap(mFunction);
+    return function();
 }
 
 bool U_SuspendContext::PostedCall::IsHeldHere(const U_Context& context)
@@ -33,11 +52,37 @@ bool U_SuspendContext::PostedCall::IsHeldHere(const U_Context& context)
     return context.GetThreadID() == win32::GetCurrentThreadId();
 }
 
+// One more activation of an active context: it stays active whatever others take back
+// meanwhile.
+class U_SuspendContext::U_ResumeContext::ScKeptActive : private boost::noncopyable
+{
+public:
+    explicit ScKeptActive(U_Context& context) : mContext(context)
+    {
+        U_i64 count = context.mActiveCount.load();
+        while (count > 0 && !mIsKept)
+            mIsKept = context.mActiveCount.compare_exchange_weak(count, count + 1);
+    }
+
+    ~ScKeptActive()
+    {
+        if (mIsKept)
+            Contained([this] { mContext.U_Context::Deactivate(); });
+    }
+
+private:
+    U_Context& mContext;
+    bool mIsKept = false;
+};
+
 U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Context>& context)
     : mContext(context)
 {
     if (!context)
         throw RefuseArgument("resumed context is null");
+    // A trace may take longer than a caller that has given up waits. Its setters mustn't
+    // tell the states while this thread becomes theirs.
+    const ScKeptActive kept(*context);
     if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
         mPrevious = slot->lock();
     context->mThreadID.store(win32::GetCurrentThreadId(), std::memory_order_relaxed);

@@ -27,20 +27,20 @@ public:
     // holds the context for it.
     bool TakeBack();
 
-    // Whether the executor's thread is done with the context.
-    bool HasLeft() const { return mHolder.load() == kLeft; }
+    // Waits up to timeout milliseconds for the function to end. It doesn't if it began
+    // too late to run.
+    bool HasEnded(int timeout) const { return mGate->PassThrough(timeout); }
 
-    // Whether it was without the context when the function ended: a suspension of
-    // the function's own was given up and the context has stayed elsewhere. Known
-    // once the gate is open.
-    bool HasLost() const { return mLost.load(); }
+    // Waits as long for the executor's thread to be done with the context. False also
+    // if it was without the context when the function ended: a suspension of the
+    // function's own was given up and the context has stayed elsewhere.
+    bool HasGivenBack(int timeout) const;
 
 private:
     enum Holder
     {
         kUndecided,
         kEntered,
-        kLeft,
         kTakenBack
     };
 
@@ -50,11 +50,7 @@ private:
         return mHolder.compare_exchange_strong(expected, holder);
     }
 
-    int RunFunction()
-    {
-        const ScLook look{*this};
-        return mFunction();
-    }
+    int RunFunction();
 
     // However the function ends. The slot tells nothing: other calls that the function
     // has let in may have emptied it.
@@ -68,7 +64,8 @@ private:
 
     std::atomic<Holder> mHolder{kUndecided};
     std::atomic<bool> mLost{false};
-    boost::function<int()> mFunction;
+    krobase::threads::Gate mLeft{false}; // open once the executor's thread holds no context
+    boost::function<int()> mFunction;    // until it runs or is known never to
     const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
     boost::shared_ptr<U_Context> mContext; // until it is left or taken back
     boost::shared_ptr<int> mResult;
@@ -85,6 +82,8 @@ public:
     virtual ~U_ResumeContext();
 
 private:
+    class ScKeptActive;
+
     void LetGo();
 
     const boost::shared_ptr<U_Context> mContext;

@@ -1,9 +1,8 @@
 #include "U_Suspend.h"
 
-#include <chrono>
-#include <thread>
-
 #include <boost/make_shared.hpp>
+
+#include <win32/threads.h>
 
 #include "U_Threads.h"
 #include "indep/contexts/Resume.h"
@@ -44,7 +43,7 @@ boost::shared_ptr<U_SuspendContext> U_SuspendContext::NewSuspendContext()
 
 U_SuspendContext::U_SuspendContext()
     : mSavedThreadID(U_NoThreadID), inGate(boost::make_shared<OpenOnceGate>()),
-      mResult(boost::make_shared<int>(0))
+      mResult(boost::make_shared<int>(0)), mOwnThreadID(win32::GetCurrentThreadId())
 {
     if (!U_Context::HasCurrent())
         return;
@@ -60,8 +59,12 @@ U_SuspendContext::U_SuspendContext()
 U_SuspendContext::~U_SuspendContext()
 {
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
-    if (mContext && IsContextFree())
-        Contained([&] { PutBack(); });
+    if (win32::GetCurrentThreadId() == mOwnThreadID)
+    {
+        AwaitLatest();
+        if (mContext && IsContextFree())
+            Contained([&] { PutBack(); });
+    }
     sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
 }
 
@@ -89,51 +92,73 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
 {
     if (!executor)
         throw RefuseArgument("executor is null");
-    if (executor->IsExecutorThread())
-    {
-        if (mContext)
-        {
-            RequireContext();
-            PutBack();
-            mRanHere = true;
-        }
-        return function();
-    }
-    if (mPosted && S_terminated.Get())
-        return U_Err_SuspendTerminated;
-    if (mPosted)
-        throw RefuseArgument("suspended context already used");
+    AwaitLatest();
+    return executor->IsExecutorThread() ? CallHere(function) : CallThere(*executor, function);
+}
 
-    if (mRanHere)
+int U_SuspendContext::CallHere(const boost::function<int()>& function)
+{
+    if (mContext)
     {
         RequireContext();
-        TakeOff(); // again
-        mRanHere = false;
+        PutBack();
+        mRanHere = true;
     }
-    const boost::shared_ptr<PostedCall> call =
-        boost::make_shared<PostedCall>(function, inGate, mContext, mResult);
-    mPosted = call; // before it is queued: it may begin, whatever else Post does
+    return function();
+}
+
+int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<int()>& function)
+{
+    // Too late to run. It is queued all the same, without the context: a function that
+    // was given up may have that.
+    const bool isTooLate = S_terminated.Get();
+    if (mContext && !isTooLate)
+        RequireContext();
+    // A later call writes nothing that this thread reads on its way past the open gate.
+    const boost::shared_ptr<PostedCall> earlier = mPosted;
+    const boost::shared_ptr<PostedCall> call = boost::make_shared<PostedCall>(
+        function, earlier ? boost::make_shared<OpenOnceGate>() : inGate,
+        isTooLate ? nullptr : mContext, earlier ? boost::make_shared<int>(0) : mResult);
+    if (!isTooLate)
+    {
+        if (mRanHere)
+            TakeOff(); // again
+        mRanHere = false;
+        mPosted = call; // before it is queued: it may begin, whatever else Post does
+    }
     try
     {
-        executor->Post([call] { call->Run(); }, 0);
+        executor.Post([call] { call->Run(); }, 0);
     }
     catch (...)
     {
         if (call->TakeBack())
-            mPosted.reset();
+            mPosted = earlier;
         throw;
     }
-    return WaitForResult();
+    return WaitForResult(*call);
 }
 
-int U_SuspendContext::WaitForResult() const
+int U_SuspendContext::WaitForResult(PostedCall& call) const
 {
     for (;;)
     {
         if (S_terminated.Get())
+        {
+            call.TakeBack();
             return U_Err_SuspendTerminated;
+        }
         if (inGate->PassThrough(kPoll))
             return *mResult;
+    }
+}
+
+// Until the latest function has ended, which may be one that its call didn't wait for;
+// until its executor has dropped it, or all calls are given up.
+void U_SuspendContext::AwaitLatest() const
+{
+    while (mPosted && !mPosted.unique() && !S_terminated.Get() && !mPosted->HasEnded(kPoll))
+    {
     }
 }
 
@@ -142,17 +167,7 @@ bool U_SuspendContext::IsContextFree() const
 {
     if (mRanHere)
         return mContext->GetThreadID() == mSavedThreadID;
-    if (!mPosted || mPosted->TakeBack())
-        return true;
-    // The gate opens just before that, and stays closed if the function began too late
-    // to run.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLongestWait);
-    while (!mPosted->HasLeft() && std::chrono::steady_clock::now() < end)
-    {
-        if (inGate->PassThrough(kPoll))
-            std::this_thread::yield();
-    }
-    return mPosted->HasLeft() && !mPosted->HasLost();
+    return !mPosted || mPosted->TakeBack() || mPosted->HasGivenBack(kLongestWait);
 }
 
 void U_SuspendContext::RequireContext() const

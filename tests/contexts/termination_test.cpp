@@ -1,6 +1,10 @@
 #include "tests/contexts/Suspensions.h"
 
+#include <cstring>
+
 #include <gmock/gmock.h>
+
+#include <control.h>
 
 #include "U_Threads.h"
 
@@ -73,35 +77,60 @@ TEST_F(Termination, AFunctionThatEndsSoonGivesTheContextBack)
     EXPECT_THAT(Told(), ElementsAre("on a"));
 }
 
+// In itself, or before it on its way into the context.
 TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
 {
     Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    LongFunction function;
-    U_u32 executorThread = 0;
-    function.mAtEnd = [&] {
-        ExpectBack(context);
-        executorThread = ThisThread();
-        LoggedState::Of(*context, "a").mThrows = true; // when it is told off there
-    };
+    for (const bool isOnItsWay : {false, true})
     {
-        const U_ContextSetter setter(context);
-        std::thread terminator = TerminateOnceBegun(function);
-        EXPECT_EQ(SuspendedCall(mExecutor, function.Function()), 517);
-        terminator.join();
-        EXPECT_FALSE(U_Context::HasCurrent());
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
-            << "the thread is free for another";
+        SCOPED_TRACE(isOnItsWay);
+        const ContextPtr context = U_Context::MakeNewContext();
+        const U_u32 caller = ThisThread();
+        LongFunction stuck;
+        U_u32 executorThread = 0;
+        const auto end = [&] {
+            ExpectBack(context);
+            executorThread = ThisThread();
+            LoggedState::Of(*context, "a").mThrows = true; // when it is told off there
+        };
+        boost::function<int()> function = stuck.Function();
+        if (isOnItsWay)
+        {
+            StartTraces("U_Context", 6);
+            platform::SetTraceSink([&](const char* line) {
+                if (ThisThread() != caller && std::strstr(line, "sThreadContext set"))
+                    stuck.Function()();
+            });
+            function = [end] {
+                end();
+                return 5;
+            };
+        }
+        else
+        {
+            stuck.mAtEnd = end;
+        }
+        {
+            const U_ContextSetter setter(context);
+            std::thread terminator = TerminateOnceBegun(stuck);
+            EXPECT_EQ(SuspendedCall(mExecutor, function), 517);
+            terminator.join();
+            EXPECT_FALSE(U_Context::HasCurrent());
+            EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
+                << "the thread is free for another";
+        }
+        EXPECT_TRUE(context->IsActive());
+        const Lines before = Told();
+        stuck.LetEnd();
+        Drain(mExecutor);
+        EXPECT_EQ(before.size(), 3u) << "those of this context and the next; not told off here";
+        EXPECT_THAT(Told(), ElementsAre("off a")) << "the last one out tells the states";
+        EXPECT_NE(executorThread, caller);
+        EXPECT_FALSE(context->IsActive());
+        EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+        Revive();
+        platform::SetTrace(nullptr, 0);
     }
-    EXPECT_TRUE(context->IsActive());
-    const Lines before = Told();
-    function.LetEnd();
-    Drain(mExecutor);
-    EXPECT_EQ(before.size(), 3u) << "those of this context and the next; not told off here";
-    EXPECT_THAT(Told(), ElementsAre("off a")) << "the last one out tells the states";
-    EXPECT_NE(executorThread, ThisThread());
-    EXPECT_FALSE(context->IsActive());
-    EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
 }
 
 // Nobody on the way back has the context while a function further on keeps it.

@@ -111,9 +111,13 @@ TEST_F(ContextFaults, Suspensions)
         int result = 0;
         try
         {
-            result = SuspendedCall(executor, [context] {
+            const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            const auto look = [context] {
                 return U_Context::GetCurrent() == context ? Activations(*context) + 41 : 0;
-            });
+            };
+            result = suspended->CallOnThreadedExecutor(executor, look);
+            if (suspended->CallOnThreadedExecutor(executor, [] { return 7; }) != result)
+                return kWrong;
         }
         catch (const std::bad_alloc&)
         {

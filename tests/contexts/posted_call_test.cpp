@@ -1,0 +1,198 @@
+// What becomes of a function on its way to an executor's thread and back.
+
+#include "tests/contexts/Suspensions.h"
+
+#include <new>
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+
+#include "U_Threads.h"
+
+using testing::ElementsAre;
+
+namespace
+{
+// What is posted runs, or is dropped, when the test says so.
+class HeldExecutor : public krobase::threads::AsyncThreadedExecutor
+{
+public:
+    bool IsExecutorThread() const override { return false; }
+
+    void Post(const boost::function<void()>& function, int delay) override
+    {
+        EXPECT_EQ(delay, 0);
+        mHeld.push_back(function);
+        ++mPosted;
+        if (mWhenPosted)
+            mWhenPosted();
+    }
+
+    void RunAll()
+    {
+        OnFreshThread([this] {
+            for (const boost::function<void()>& function : std::exchange(mHeld, {}))
+                function();
+        });
+    }
+
+    void Drop() { mHeld.clear(); }
+
+    std::function<void()> mWhenPosted;
+    int mPosted = 0;
+
+private:
+    std::vector<boost::function<void()>> mHeld;
+};
+
+class PostedCalls : public Suspend
+{
+protected:
+    const boost::shared_ptr<HeldExecutor> mHeld = boost::make_shared<HeldExecutor>();
+};
+} // namespace
+
+TEST_F(PostedCalls, ASlowFunctionsResultIsWaitedFor)
+{
+    const ExecutorPtr ender = MakeExecutor();
+    LongFunction function;
+    ender->Post([&] { function.LetEnd(); }, 150); // several looks at the gate
+    EXPECT_EQ(SuspendedCall(mExecutor, function.Function()), 5);
+}
+
+TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
+{
+    Register("a");
+    const ExecutorPtr ender = MakeExecutor();
+    const ExecutorPtr other = MakeExecutor();
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+    int ended = 0;
+    const auto endLate = [&](LongFunction& function) {
+        function.mAtEnd = [&] {
+            ExpectBack(context);
+            ++ended;
+        };
+        ender->Post([&function] { function.LetEnd(); }, 150);
+        return function.Function();
+    };
+    LongFunction second;
+    LongFunction third;
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; }), 1);
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, endLate(second)), 1);
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(other, endLate(third)), 1);
+    EXPECT_EQ(ended, 1);
+    suspended.reset();
+    EXPECT_EQ(ended, 2);
+    ExpectBack(context);
+    Drain(ender);
+    EXPECT_THAT(Told(), ElementsAre("on a"));
+}
+
+TEST_F(PostedCalls, ALaterOneThatIsDroppedHoldsNobodyUp)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; }), 1);
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, [] { return 2; }), 1);
+    mHeld->Drop();
+    suspended.reset();
+    ExpectBack(context);
+}
+
+TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
+{
+    const auto terminate = [] { U_SuspendContext::TerminateAndFailAllSuspendedContexts(); };
+    struct Row
+    {
+        const char* name;
+        bool isTooLate;
+        std::function<void()> whenPosted;
+        int result;
+        int runs;
+    };
+    const Row rows[] = {
+        {"it runs", false, [this] { mHeld->RunAll(); }, 7, 1},
+        {"it never begins", false, terminate, 517, 0},
+        {"it begins too late", false,
+         [&] {
+             terminate();
+             mHeld->RunAll();
+         },
+         517, 0},
+        {"it is queued too late", true, {}, 517, 0},
+    };
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    int posted = 0;
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.name);
+        int runs = 0;
+        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+        boost::shared_ptr<int> owned = boost::make_shared<int>(7);
+        const boost::weak_ptr<U_SuspendContext> suspension = suspended;
+        const boost::weak_ptr<int> watched = owned;
+        if (row.isTooLate)
+            terminate();
+        mHeld->mWhenPosted = row.whenPosted;
+        {
+            const boost::function<int()> function = [&runs, suspended, owned] {
+                ++runs;
+                return *owned;
+            };
+            owned.reset();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.result);
+        }
+        EXPECT_EQ(mHeld->mPosted, ++posted) << "whatever comes of it";
+        EXPECT_TRUE(watched.expired());
+        Revive();
+        mHeld->RunAll();
+        EXPECT_EQ(runs, row.runs);
+        suspended.reset();
+        EXPECT_TRUE(suspension.expired());
+        ExpectBack(context);
+    }
+}
+
+// A caller that is told of a failure can call again, and is waited for as at first.
+TEST_F(PostedCalls, AnExecutorThatThrowsKeepsNoContext)
+{
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    for (const bool runs : {false, true})
+    {
+        SCOPED_TRACE(runs);
+        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+        mHeld->mWhenPosted = [&] {
+            if (runs)
+                mHeld->RunAll();
+            throw std::bad_alloc();
+        };
+        EXPECT_THROW(suspended->CallOnThreadedExecutor(mHeld, [] { return 1; }), std::bad_alloc);
+        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 2; }), runs ? 1 : 2);
+        EXPECT_THROW(suspended->CallOnThreadedExecutor(mHeld, [] { return 3; }), std::bad_alloc);
+        suspended.reset();
+        ExpectBack(context);
+        mHeld->Drop();
+    }
+}
+
+TEST_F(PostedCalls, ASuspensionThatEndsElsewherePutsNothingBack)
+{
+    Register("a");
+    const ContextPtr context = U_Context::MakeNewContext();
+    {
+        const U_ContextSetter setter(context);
+        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+        OnFreshThread([&] {
+            suspended.reset();
+            EXPECT_FALSE(U_Context::HasCurrent());
+        });
+        EXPECT_FALSE(U_Context::HasCurrent());
+        EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+    }
+    EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+}
