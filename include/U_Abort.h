@@ -18,7 +18,8 @@ public:
 };
 
 // Without a limit: each call is one
-// U_Context::CheckAbortAndFlushCompletionRoutines.
+// U_Context::CheckAbortAndFlushCompletionRoutines (U_Context.h), which discards what
+// keys have come meanwhile, up to the next key-up, when it tells of an abort.
 class U_EXPORT U_NOUIThrottler : public U_UIThrottler
 {
 public:

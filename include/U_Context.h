@@ -45,9 +45,11 @@ protected:
 
 public:
     // Called when the context becomes current on the calling thread, and when it
-    // ceases to be. With a suspended context neither is called. OnActivate may
-    // throw; what OnDeactivate throws out of a setter's or a context's end is
-    // reported and goes no further.
+    // ceases to be. With a suspended context neither is called. In both IsActive is
+    // false, unless the context ends, and the context mustn't be activated.
+    // OnActivate may throw. What OnDeactivate throws out of a setter's or a context's
+    // end goes no further: an exception is reported there, an int is dropped, since
+    // who throws one has reported it.
     virtual void OnActivate() = 0;
     virtual void OnDeactivate() = 0;
 
@@ -76,10 +78,15 @@ public:
     static bool HasCurrent();
 
     // Runs what is queued for the calling thread: user functions, then timers,
-    // then keys. True if the Escape key was among them; what is left of the keys
-    // is discarded then. For inner loops: with nothing queued it allocates
-    // nothing. What a window procedure throws passes through, and leaves the rest
-    // queued. It needs no current context.
+    // then keys. True if the Escape key was among them; of the keys that have come
+    // meanwhile, those up to the next key-up are discarded then. For inner loops:
+    // with nothing queued it allocates nothing, but for a thread's first call, which
+    // makes its queue. Each of the three runs until there is none left: a window
+    // procedure that always posts the next message, or takes longer than its timer's
+    // interval, keeps the call from returning. What a window procedure throws passes
+    // through, and leaves the rest queued. One that makes the same call runs what is
+    // queued, and of the two the call that has taken the key tells. It needs no
+    // current context.
     static bool CheckAbortAndFlushCompletionRoutines();
 
     // Adds the factory of a key for all contexts made from now on. A key that is
@@ -91,11 +98,15 @@ public:
     static void UnregisterState(const krobase::utility::ImmutableString& key);
 
     // A copy shares the states and has the id, the thread and the count of
-    // activations of the original, but isn't current anywhere.
+    // activations of the original, but isn't current anywhere. So a copy of an active
+    // context is active: its end tells the shared states, and ends the original's
+    // being current on the thread where that happens, since the two have one id.
     U_Context(const U_Context& other);
     U_Context& operator=(const U_Context& other);
 
-    // A context that ends while it is active tells its states.
+    // A context that ends while it is active tells its states, each whatever the
+    // others throw, on the thread that lets go of it last. IsActive is still true then,
+    // but GetCurrent throws 3 and shared_from_this boost::bad_weak_ptr.
     virtual ~U_Context();
 
     bool IsActive() const { return mActiveCount.load() > 0; }
@@ -122,7 +133,10 @@ protected:
     virtual void Activate();
 
     // Takes one activation back. The last one on the context's thread tells the
-    // states and ends its being current. Throws what a state throws, at once.
+    // states and ends its being current. Throws what a state throws, at once: then the
+    // activation is taken back and the context isn't active, the states after that one
+    // aren't told, and the context stays the thread's until a later activation of it
+    // ends cleanly.
     virtual void Deactivate();
 
     // The state of a key; throws 1 if the context has none.

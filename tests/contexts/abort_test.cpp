@@ -4,6 +4,7 @@
 #include <functional>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -141,6 +142,25 @@ TEST_F(AbortCheck, WhatDispatchingPostsWaitsUnlessItsPassIsOn)
     EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines());
     EXPECT_EQ(Dispatched(), "uutkk");
     EXPECT_EQ(TakeRest(), "u");
+}
+
+// Each call tells of the keys that it has taken itself.
+TEST_F(AbortCheck, AWindowProcedureMayCheckToo)
+{
+    for (const bool innerTakesIt : {true, false})
+    {
+        SCOPED_TRACE(innerTakesIt);
+        Post(innerTakesIt ? "uute" : "ek");
+        bool isInner = false;
+        bool inner = false;
+        mWhenDispatched = [&](char) {
+            if (!std::exchange(isInner, true))
+                inner = U_Context::CheckAbortAndFlushCompletionRoutines();
+        };
+        EXPECT_EQ(U_Context::CheckAbortAndFlushCompletionRoutines(), !innerTakesIt);
+        EXPECT_EQ(inner, innerTakesIt);
+        EXPECT_EQ(Dispatched(), innerTakesIt ? "uute" : "ek");
+    }
 }
 
 TEST_F(AbortCheck, AnExceptionPassesThroughAndLeavesTheRestQueued)
