@@ -109,16 +109,16 @@ int U_SuspendContext::CallHere(const boost::function<int()>& function)
 
 int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<int()>& function)
 {
-    // Too late to run. It is queued all the same, without the context: a function that
-    // was given up may have that.
+    // Too late to run. It is queued all the same, but doesn't stand for where the context
+    // is: a function that was given up may have that.
     const bool isTooLate = S_terminated.Get();
     if (mContext && !isTooLate)
         RequireContext();
     // A later call writes nothing that this thread reads on its way past the open gate.
     const boost::shared_ptr<PostedCall> earlier = mPosted;
     const boost::shared_ptr<PostedCall> call = boost::make_shared<PostedCall>(
-        function, earlier ? boost::make_shared<OpenOnceGate>() : inGate,
-        isTooLate ? nullptr : mContext, earlier ? boost::make_shared<int>(0) : mResult);
+        function, earlier ? boost::make_shared<OpenOnceGate>() : inGate, mContext,
+        earlier ? boost::make_shared<int>(0) : mResult);
     if (!isTooLate)
     {
         if (mRanHere)

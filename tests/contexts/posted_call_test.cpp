@@ -69,19 +69,21 @@ TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
     const U_ContextSetter setter(context);
     SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
     int ended = 0;
-    const auto endLate = [&](LongFunction& function) {
-        function.mAtEnd = [&] {
-            ExpectBack(context);
-            ++ended;
-        };
-        ender->Post([&function] { function.LetEnd(); }, 150);
-        return function.Function();
+    const auto function = [&] {
+        ExpectBack(context);
+        return ++ended;
     };
-    LongFunction second;
-    LongFunction third;
-    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; }), 1);
-    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, endLate(second)), 1);
-    EXPECT_EQ(suspended->CallOnThreadedExecutor(other, endLate(third)), 1);
+    LongFunction before[2];
+    const auto callBehind = [&](LongFunction& first, const ExecutorPtr& executor) {
+        executor->Post(first.Function(), 0);
+        const int result = suspended->CallOnThreadedExecutor(executor, function);
+        ender->Post([&first] { first.LetEnd(); }, 150);
+        return result;
+    };
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 7; }), 7);
+    EXPECT_EQ(callBehind(before[0], mExecutor), 7);
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(callBehind(before[1], other), 7);
     EXPECT_EQ(ended, 1);
     suspended.reset();
     EXPECT_EQ(ended, 2);
@@ -132,22 +134,28 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
         SCOPED_TRACE(row.name);
         int runs = 0;
         SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        boost::shared_ptr<int> owned = boost::make_shared<int>(7);
         const boost::weak_ptr<U_SuspendContext> suspension = suspended;
-        const boost::weak_ptr<int> watched = owned;
+        bool hasEndedWithin = false;
+        boost::shared_ptr<void> owned(nullptr, [&hasEndedWithin](void*) {
+            hasEndedWithin = U_Context::HasCurrent(); // and so before the caller could know
+        });
+        const boost::weak_ptr<void> watched = owned;
+        boost::function<int()> function = [&runs, suspended, owned] {
+            ++runs;
+            return 7;
+        };
+        owned.reset();
         if (row.isTooLate)
             terminate();
-        mHeld->mWhenPosted = row.whenPosted;
-        {
-            const boost::function<int()> function = [&runs, suspended, owned] {
-                ++runs;
-                return *owned;
-            };
-            owned.reset();
-            EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.result);
-        }
+        mHeld->mWhenPosted = [&] {
+            function.clear();
+            if (row.whenPosted)
+                row.whenPosted();
+        };
+        EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.result);
         EXPECT_EQ(mHeld->mPosted, ++posted) << "whatever comes of it";
         EXPECT_TRUE(watched.expired());
+        EXPECT_EQ(hasEndedWithin, row.runs != 0);
         Revive();
         mHeld->RunAll();
         EXPECT_EQ(runs, row.runs);

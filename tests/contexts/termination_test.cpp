@@ -113,7 +113,10 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
         {
             const U_ContextSetter setter(context);
             std::thread terminator = TerminateOnceBegun(stuck);
-            EXPECT_EQ(SuspendedCall(mExecutor, function), 517);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function), 517);
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(MakeExecutor(), [] { return 1; }), 517);
+            suspended.reset();
             terminator.join();
             EXPECT_FALSE(U_Context::HasCurrent());
             EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
