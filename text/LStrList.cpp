@@ -1,26 +1,23 @@
 #include "text/LStrList.h"
 
 #include <algorithm>
+#include <list>
 #include <memory>
-#include <vector>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
-
-#include <quiet_new.h>
 
 #include "indep/frame/Guard.h"
 #include "text/LStrTable.h"
 
 namespace
 {
-typedef std::vector<U_LStrCache*> TableList;
+typedef std::list<U_LStrCache*> TableList;
 
-const std::size_t kFirstRoom = 1000; // tables
-
-// Guards the list and the flag in each table that says that it is in it. Null
-// before birth and after death. Neither is ever destroyed: threads may still
-// look texts up while the process exits.
+// Guards the list and the flag in each table that says that it is in it. Nothing
+// is allocated under it: a new that fails may run a handler that looks texts up
+// itself. The list is null before birth and after death. Neither is ever
+// destroyed: threads may still look texts up while the process exits.
 boost::mutex& sListLock = *new boost::mutex;
 std::unique_ptr<TableList>& sLStrCacheList = *new std::unique_ptr<TableList>;
 
@@ -37,12 +34,10 @@ void CleanListed(U_LStrCache* table)
 U_Status U_ZBirthLStrCacheList()
 {
     return Guarded([] {
-        const platform::ScQuietLock<boost::mutex> lock(sListLock);
-        if (sLStrCacheList)
-            return;
         auto list = std::make_unique<TableList>();
-        list->reserve(kFirstRoom);
-        sLStrCacheList = std::move(list);
+        boost::lock_guard<boost::mutex> lock(sListLock);
+        if (!sLStrCacheList)
+            sLStrCacheList = std::move(list);
     });
 }
 
@@ -61,10 +56,11 @@ void ListLStrCache(U_LStrCache& table)
     const U_u32 kDone = U_LStrCache_HeapCopy | U_LStrCache_Listed;
     if (LoadField(table.mFlags) & kDone)
         return;
-    const platform::ScQuietLock<boost::mutex> lock(sListLock);
+    TableList entry(1, &table);
+    boost::lock_guard<boost::mutex> lock(sListLock);
     if (!sLStrCacheList || (LoadField(table.mFlags) & kDone)) // another thread was first
         return;
-    sLStrCacheList->push_back(&table);
+    sLStrCacheList->splice(sLStrCacheList->end(), entry);
     AddFlags(table.mFlags, U_LStrCache_Listed);
 }
 
@@ -72,7 +68,6 @@ void UnlistLStrCache(U_LStrCache& table)
 {
     boost::lock_guard<boost::mutex> lock(sListLock);
     if (sLStrCacheList)
-        sLStrCacheList->erase(std::remove(sLStrCacheList->begin(), sLStrCacheList->end(), &table),
-                              sLStrCacheList->end());
+        sLStrCacheList->remove(&table);
     RemoveFlags(table.mFlags, U_LStrCache_Listed);
 }

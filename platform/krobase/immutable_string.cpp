@@ -1,12 +1,11 @@
 #include "immutable_string.h"
 
+#include <map>
 #include <string_view>
-#include <unordered_map>
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
-
-#include "../quiet_new.h"
 
 namespace krobase
 {
@@ -15,17 +14,18 @@ namespace utility
 namespace
 {
 typedef boost::shared_ptr<const std::string> SharedText;
-typedef std::unordered_map<std::string_view, boost::weak_ptr<const std::string>> TextTable;
+typedef std::map<std::string_view, boost::weak_ptr<const std::string>> TextTable;
 
-// Guards the table of living texts, whose keys are views of them. Neither is
-// ever destroyed: static strings end late.
+// Guards the table of living texts, whose keys are views of them. Nothing is
+// allocated under it: a new that fails may run a handler that makes texts
+// itself. Neither is ever destroyed: static strings end late.
 boost::mutex& sTextLock = *new boost::mutex;
 TextTable& sTexts = *new TextTable;
 
 void Forget(const std::string* text)
 {
     {
-        const platform::ScQuietLock<boost::mutex> lock(sTextLock);
+        boost::lock_guard<boost::mutex> lock(sTextLock);
         const auto found = sTexts.find(*text);
         // A successor of the same text may stand there already.
         if (found != sTexts.end() && found->second.expired())
@@ -36,7 +36,7 @@ void Forget(const std::string* text)
 
 SharedText Find(std::string_view text)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sTextLock);
+    boost::lock_guard<boost::mutex> lock(sTextLock);
     const auto found = sTexts.find(text);
     return found != sTexts.end() ? found->second.lock() : SharedText();
 }
@@ -45,7 +45,9 @@ SharedText Find(std::string_view text)
 // caller holds the candidate past the lock, which its end takes too.
 SharedText Enter(const SharedText& candidate)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sTextLock);
+    TextTable entry;
+    entry.emplace(*candidate, candidate);
+    boost::lock_guard<boost::mutex> lock(sTextLock);
     const auto found = sTexts.find(*candidate);
     if (found != sTexts.end())
     {
@@ -53,7 +55,7 @@ SharedText Enter(const SharedText& candidate)
             return living;
         sTexts.erase(found); // its key is a view of a text that is about to go
     }
-    sTexts.emplace(*candidate, candidate);
+    sTexts.merge(entry);
     return candidate;
 }
 } // namespace

@@ -1,11 +1,15 @@
 #include <krobase/immutable_string.h>
 
+#include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/FailingNew.h"
 
 using krobase::utility::ImmutableString;
 
@@ -32,6 +36,22 @@ TEST(ImmutableStrings, EqualTextsAreOne)
     const ImmutableString moved = std::move(source);
     EXPECT_STREQ(moved.Text(), "moved on");
     EXPECT_STREQ(left.Text(), "");
+}
+
+TEST(ImmutableStrings, ANewHandlerMayMakeTheSameText)
+{
+    static const char* const kText = "a text that is too long to stand inside a string object";
+    static std::unique_ptr<const ImmutableString> sHandlers;
+    const std::new_handler before =
+        std::set_new_handler([] { sHandlers = std::make_unique<const ImmutableString>(kText); });
+    const long points = FailEachNew(
+        [&] {
+            const ImmutableString made(kText);
+            EXPECT_TRUE(!sHandlers || *sHandlers == made);
+        },
+        [](long) { sHandlers.reset(); });
+    std::set_new_handler(before);
+    EXPECT_GE(points, 3); // the text, its count and its place in the table
 }
 
 TEST(ImmutableStrings, ThreadsAgreeWhileTextsComeAndGo)

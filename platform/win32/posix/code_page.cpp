@@ -3,9 +3,6 @@
 #include <atomic>
 #include <iterator>
 
-#include <boost/thread/mutex.hpp>
-
-#include "../../quiet_new.h"
 #include "code_page_builder.h"
 
 namespace win32
@@ -34,7 +31,6 @@ const PageSource kPages[] = {
     {10007, "macos-7_3-10.2", LeadBytes::kNone, '?'},
 };
 
-boost::mutex& sBuildLock = *new boost::mutex; // held while a page is made; stays for good
 std::atomic<const CodePage*> sBuilt[std::size(kPages)];
 
 const PageSource* FindSource(unsigned int codePage)
@@ -67,11 +63,15 @@ const CodePage* FindCodePage(unsigned int codePage)
     std::atomic<const CodePage*>& built = sBuilt[source - kPages];
     if (const CodePage* page = built.load(std::memory_order_acquire))
         return page;
-    const platform::ScQuietLock<boost::mutex> lock(sBuildLock);
-    if (const CodePage* page = built.load(std::memory_order_relaxed))
-        return page;
-    const CodePage* page = BuildCodePage(*source);
-    built.store(page, std::memory_order_release);
-    return page;
+    // No lock is held: a new that fails in here may run a handler that converts
+    // text itself. Of several makers the first one's page stays.
+    std::unique_ptr<const CodePage> page = BuildCodePage(*source);
+    const CodePage* present = nullptr;
+    if (!page)
+        return built.load(std::memory_order_acquire);
+    if (!built.compare_exchange_strong(present, page.get(), std::memory_order_acq_rel,
+                                       std::memory_order_acquire))
+        return present;
+    return page.release();
 }
 } // namespace win32

@@ -1,6 +1,6 @@
 // The code pages with one or two bytes a character, as tables. They are made
 // out of ICU's converters when a page is first asked for, stay for good, and
-// are read without a lock.
+// are made and read without a lock.
 
 #ifndef WIN32_POSIX_CODE_PAGE_H
 #define WIN32_POSIX_CODE_PAGE_H

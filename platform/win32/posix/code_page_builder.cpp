@@ -238,7 +238,7 @@ private:
 };
 } // namespace
 
-const CodePage* BuildCodePage(const PageSource& source)
+std::unique_ptr<const CodePage> BuildCodePage(const PageSource& source)
 {
     const Converter converter = OpenConverter(source.mConverter);
     std::unique_ptr<CodePage> page(new (std::nothrow) CodePage);
@@ -251,6 +251,6 @@ const CodePage* BuildCodePage(const PageSource& source)
             return nullptr;
     }
     Builder(source, converter.get(), *page).Build();
-    return page.release();
+    return page;
 }
 } // namespace win32

@@ -3,6 +3,8 @@
 #ifndef WIN32_POSIX_CODE_PAGE_BUILDER_H
 #define WIN32_POSIX_CODE_PAGE_BUILDER_H
 
+#include <memory>
+
 #include "code_page.h"
 
 namespace win32
@@ -37,8 +39,8 @@ struct PageSource
     Unit mDefaultUnit; // for a sequence of bytes that is no character
 };
 
-// The caller owns the page. Null without memory, or without ICU's data.
-const CodePage* BuildCodePage(const PageSource& source);
+// Null without memory, or without ICU's data.
+std::unique_ptr<const CodePage> BuildCodePage(const PageSource& source);
 } // namespace win32
 
 #endif
