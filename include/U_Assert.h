@@ -8,7 +8,8 @@
 
 // Reports a run-time check that failed as a problem: what was checked (detail,
 // may be null), and the message, or the line if that is null. What happens next
-// is the caller's business; it mostly returns or throws 3. Returns what
+// is the caller's business; it mostly returns or throws 3. A translation that
+// can't take the message is passed over for the English text. Returns what
 // Up_ReportErrString does.
 U_EXPORT U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
                                              const char* message);

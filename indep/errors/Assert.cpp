@@ -15,6 +15,7 @@
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -30,6 +31,42 @@ struct Injection
 // Never destroyed, as threads may ask until the process is gone.
 boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
 Injection sInjection;
+
+struct InFilling
+{
+    int mEntered;
+};
+
+// Filling a message is itself verified: a translation whose places don't take
+// strings fails there.
+bool IsFilling()
+{
+    const InFilling* const flag = ThreadPiece<InFilling>::Find();
+    return flag && flag->mEntered;
+}
+
+typedef char VerificationText[U_ReportTextSize];
+
+U_Status Fill(VerificationText& text, const char* format, const char* detail, const char* message)
+{
+    return detail ? U_SubString(text, sizeof(text), format, detail, message)
+                  : U_SubString(text, sizeof(text), format, message);
+}
+
+// In English if the translation takes other values, or without memory to tell
+// that it does; the bare message if that can't be filled either.
+void FillVerification(VerificationText& text, const char* detail, const char* message)
+{
+    const U_u32 index = detail ? kFailedWithDetail : kFailedInternally;
+    const ScEntered<InFilling> entered;
+    U_Status failure = U_Err_BadParameter;
+    if (entered.IsFirst())
+        failure = Fill(text, Up_StringOrEnglish(index), detail, message);
+    if (failure == U_Err_BadParameter)
+        failure = Fill(text, Up_EnglishString(index), detail, message);
+    if (failure)
+        U_CopyString(message, sizeof(text), text);
+}
 } // namespace
 
 U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool* flag)
@@ -59,19 +96,16 @@ U_Status Up_AssertFailed(const char* expression, const char* file, int line)
 U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
                                     const char* message)
 {
+    if (IsFilling())
+        return 0;
     char number[16];
     if (!message)
     {
         std::snprintf(number, sizeof(number), "%d", line);
         message = number;
     }
-    char text[U_ReportTextSize];
-    const U_Status failure =
-        detail ? U_SubString(text, sizeof(text), Up_StringOrEnglish(kFailedWithDetail), detail,
-                             message)
-               : U_SubString(text, sizeof(text), Up_StringOrEnglish(kFailedInternally), message);
-    if (failure)
-        U_CopyString(message, sizeof(text), text);
+    VerificationText text;
+    FillVerification(text, detail, message);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
 }
 

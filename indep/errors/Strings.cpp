@@ -115,7 +115,7 @@ bool HaveSameFields(const char* format, const char* other)
 const char* FormatOf(U_u32 index)
 {
     const char* const format = Up_StringOrEnglish(index);
-    const char* const english = sRows[index].mEnglish;
+    const char* const english = Up_EnglishString(index);
     return HaveSameFields(format, english) ? format : english;
 }
 
@@ -138,7 +138,13 @@ const char* Up_StringOrEnglish(U_u32 index)
     assert(index < kLastRow);
     int error = 0;
     const char* const text = U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, &error);
-    return error ? sRows[index].mEnglish : text;
+    return error ? Up_EnglishString(index) : text;
+}
+
+const char* Up_EnglishString(U_u32 index)
+{
+    assert(index < kLastRow);
+    return sRows[index].mEnglish;
 }
 
 const char* Up_ZStringOf(U_u32 index)

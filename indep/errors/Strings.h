@@ -24,6 +24,9 @@ void Up_FormatText(char* out, std::size_t size, const char* format, ...);
 // without memory. index must be known.
 const char* Up_StringOrEnglish(U_u32 index);
 
+// The plain English text. index must be known.
+const char* Up_EnglishString(U_u32 index);
+
 // The ZString of a text, for those who want it in UTF-16. index must be known.
 const char* Up_ZStringOf(U_u32 index);
 

@@ -1,9 +1,12 @@
 #include <control.h>
 
 #include "U_Assert.h"
+#include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DictionaryImage.h"
 
 namespace
 {
@@ -37,6 +40,34 @@ TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
     U_ReportFailedVerification(0, 1, nullptr, nullptr);
     U_EndQuietErrorsOnCurrentThread();
     EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
+}
+
+TEST_F(Assert, ATranslationThatTakesNoTextGivesWayToEnglish)
+{
+    const struct
+    {
+        std::u16string place;
+        const char* text;
+    } kRows[] = {
+        {u"^^1", "kaputt {68}"},
+        {u"^^L1", "internal verification failure, sorry! {68}"},
+        {u"^^B1", "internal verification failure, sorry! {68}"},
+        {u"^^F1@1.1@", "internal verification failure, sorry! {68}"},
+    };
+    for (const auto& row : kRows)
+    {
+        DictionaryImage image = TextImage(u"\"$$$/QX/UOverride/LStr/0110=kaputt {" + row.place +
+                                          u"}\"\r\n\"$$$/QX/UOverride/LStr/0111=^^L2 ^^1\"\r\n");
+        ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
+        mAlerts.Clear();
+        EXPECT_EQ(U_ReportFailedVerification(0x170001, 68, nullptr, nullptr), 0);
+        EXPECT_EQ(mAlerts.Texts(),
+                  Texts{std::string("Test Host error: ") + row.text + "\n\n( 23 :: 1 )"});
+        U_ReportFailedVerification(0, 68, "index < count", nullptr);
+        EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "Verification failure: index < count {68}");
+        ASSERT_EQ(U_Death(), 0);
+        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    }
 }
 
 TEST_F(Assert, AFailedAssertionIsAProblemCutToItsBuffer)
