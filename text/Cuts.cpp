@@ -1,6 +1,7 @@
 // Cuts of UTF-16 and UTF-8 text that keep characters whole.
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include <krobase/text.h>
@@ -66,14 +67,18 @@ void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out)
 void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,
                         std::vector<U_UTF16String>& parts)
 {
+    // Appended at the end, since the text may be one of the parts.
+    std::vector<U_UTF16String> found;
     std::size_t start = 0;
     while (!separator.empty())
     {
         const std::size_t end = text.find(separator, start);
         if (end == U_UTF16String::npos)
             break;
-        parts.emplace_back(text, start, end - start);
+        found.emplace_back(text, start, end - start);
         start = end + separator.size();
     }
-    parts.emplace_back(text, start);
+    found.emplace_back(text, start);
+    parts.insert(parts.end(), std::make_move_iterator(found.begin()),
+                 std::make_move_iterator(found.end()));
 }

@@ -108,12 +108,18 @@ struct Specification
     std::size_t mLength; // in the text
 };
 
+// What "%d" passes over.
+bool IsWhiteSpace(U_u16 unit)
+{
+    return unit == ' ' || (unit >= '\t' && unit <= '\r');
+}
+
 // Reads an integer as "%d" does, and moves on behind it; one too large for any
 // number's text is held to that. Without digits *value stays as it is.
 void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
 {
     const int kMost = 1000;
-    const U_u16* at = std::find_if(next, end, [](U_u16 unit) { return unit != ' '; });
+    const U_u16* at = std::find_if_not(next, end, &IsWhiteSpace);
     const bool isNegative = at != end && *at == '-';
     if (at != end && (*at == '-' || *at == '+'))
         ++at;

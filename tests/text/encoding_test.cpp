@@ -2,7 +2,9 @@
 
 #include "U_Encoding.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -12,7 +14,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -65,6 +69,30 @@ private:
     int mFile;
     char* mText;
 };
+
+// How often the text of a page came out wrong while its tables were made with
+// each allocation failing in turn; 100 if none failed.
+template <class Convert> int FailuresWhileAPageIsMade(Convert convert)
+{
+    int failures = 0;
+    bool right = false;
+    int code = 0;
+    const auto run = [&] {
+        try
+        {
+            code = Thrown([&] { right = convert(); });
+        }
+        catch (const std::bad_alloc&)
+        {
+            code = 8;
+        }
+    };
+    const long points = FailEachNew(run, [&](long) { failures += code ? code != 8 : !right; });
+    return points > 0 ? failures + (code != 0) : 100;
+}
+
+typedef BornLibrary RefusedConversion;
+typedef BornLibrary PageDeathTest;
 } // namespace
 
 TEST(Encoding, TextGoesToUTF16AndBackInTheActiveCodePage)
@@ -135,6 +163,45 @@ TEST(Encoding, RefusedConversionsThrowTheSystemsError)
 {
     EXPECT_EQ(Thrown([] { U_ConvertEncodedStringToUnicode(1, 12345, "a"); }), 87);
     EXPECT_EQ(U_ConvertEncodedStringToUnicode(1, 12345, ""), Units(u"")); // nobody is asked
+}
+
+TEST_F(RefusedConversion, IsReportedAsAProblem)
+{
+    const auto refuse = [] { U_ConvertEncodedStringToUnicode(1, 12345, "a"); };
+    const U_UTF16String inexact = Units(u"\u4E00");
+    const auto loseSigns = [&] { U_UTF16ToMBString(inexact, true); };
+    const std::string told =
+        "Test Host error: could not convert Unicode characters.\n\n( 23 :: 46 )";
+    EXPECT_EQ(Thrown(refuse), 87);
+    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>(1, told));
+    EXPECT_EQ(Thrown(loseSigns), 10);
+    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>(2, told));
+
+    // What comes of the report has no say.
+    const U_LoggingCallback answersACode = [](void*, U_u32, U_u16, const char*) { return 5; };
+    ASSERT_EQ(U_AddLoggingCallback(answersACode, nullptr), 0);
+    EXPECT_EQ(Thrown(refuse), 87);
+    EXPECT_EQ(Thrown(loseSigns), 10);
+    ASSERT_EQ(U_RemoveLoggingCallback(answersACode, nullptr), 0);
+}
+
+// In a process in which the pages haven't been made before. Its out-of-memory
+// handler converts text, too.
+TEST_F(PageDeathTest, IsMadeWhicheverAllocationFails)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            alarm(60);
+            int failures = FailuresWhileAPageIsMade([] {
+                return U_ConvertEncodedStringToUnicode(1, 1253, "\xE1") == Units(u"\u03B1");
+            });
+            const ScActiveCodePage active(932);
+            failures += FailuresWhileAPageIsMade(
+                [] { return U_MBToUTF16String("\x83\x5C") == Units(u"\u30BD"); });
+            std::_Exit(failures);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Encoding, ATextTooLongToBeCountedIsRefused)
@@ -286,6 +353,17 @@ TEST(Encoding, UTF8GoesIntoABuffer)
         U_CopyToUTF8Buf(Units(u"a\u30BDb"), size, reinterpret_cast<unsigned char*>(&out[0]));
         EXPECT_EQ(out, expected);
     }
+}
+
+TEST(Encoding, APartMayBeSplit)
+{
+    std::vector<U_UTF16String> parts(1, Units(u"a text of several long words, and a separator"));
+    parts.push_back(Units(u" "));
+    parts.shrink_to_fit();
+    U_SplitUTF16String(parts[0], parts[1], parts);
+    ASSERT_EQ(parts.size(), 11u);
+    EXPECT_EQ(parts[2], Units(u"a"));
+    EXPECT_EQ(parts[10], Units(u"separator"));
 }
 
 TEST(Encoding, TextIsSplitAtWholeSeparators)

@@ -166,6 +166,7 @@ TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
         {Filled("^F1@1.0+@ ^F2@1.0p@ ^F3@1.0n@", 5, 6, 7), "+5  6 7"},
         {Filled("^F1@1.1qxz@", 2.0), "2"}, // letters that mean nothing
         {Filled("^F1@1. 3@", 2.5), "2.500"},
+        {Filled("^F1@1.\t\n\v\f\r3@", 2.5), "2.500"},
         {Filled("^F1@1.-3@", 2.4), "2"},
         {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
         {Filled("^F1@", 0.5), "0.50"},
@@ -175,6 +176,28 @@ TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
         {Filled("^F1@1.99999999999999999999@", 1.5), "1.500000e+00"},
         {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
     });
+}
+
+TEST_F(SubString, WhatASpecificationGetsWrongIsAWarning)
+{
+    const std::pair<const char*, std::vector<std::string>> rows[] = {
+        {"^F1@1.1nz+@", {}},
+        {"^F1@bad", {"missing 2nd '@' in format string"}},
+        {"^F1@1.1qxz@", {"unknown format char 'q'", "unknown format char 'x'"}},
+        {"^F1@1.\t3@", {"unknown format char '\t'"}},
+        {"^F1@\xE9@", {"unknown format char '\xC3\xA9'"}},
+    };
+    for (const auto& [format, warnings] : rows)
+    {
+        SCOPED_TRACE(format);
+        mAlerts.Clear();
+        char out[100];
+        EXPECT_EQ(U_SubString(out, sizeof(out), format, 2.5), 0);
+        std::vector<std::string> expected;
+        for (const std::string& warning : warnings)
+            expected.push_back("Test Host warning: " + warning + "\n\n( 23 :: 27 )");
+        EXPECT_EQ(mAlerts.Texts(), expected);
+    }
 }
 
 TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
