@@ -4,10 +4,18 @@
 // Multibyte text carries U+2206 (increment), which the common code pages lack,
 // as U+00BC, or as U+2020 if the active code page is 1251: a U+00BC of its own
 // comes back as U+2206. Code page 65001 has the character and needs no
-// substitute. What the target of a conversion lacks becomes the nearest or the
-// default character. A conversion that the system refuses is reported and throws
-// its error code as an int (1 if the system gave none): 87 for a text that is too
-// long, its result being counted in signed 32 bits, or for an unknown code page.
+// substitute. The substitute goes by the code page that is active at the time:
+// text kept over a change of it may come back with another sign for U+2206.
+//
+// What the target of a conversion lacks becomes the nearest or the default
+// character. A conversion that the system refuses throws its error code as an int
+// (1 if the system gave none): 87 for a text that is too long, its result being
+// counted in signed 32 bits, or for an unknown code page; 8 if there is no memory
+// for the tables of a code page that is used for the first time. It is reported
+// first, as a problem at 0x17002E, but for one inside the report of another and
+// one on a thread that has no memory left to mark that. A result that there is no
+// memory for throws std::bad_alloc.
+//
 // Pointers mustn't be null. All operations may be called on any thread.
 
 #ifndef U_ENCODING_H
@@ -49,7 +57,8 @@ U_EXPORT unsigned int U_GetPlatformSpecificCurrentTextEncodingForSerialization()
 
 // Whether texts are kept to characters that double-byte scripts have: the
 // system's script is one, and no translation is in use. The answer is kept until
-// a language is chosen or the library dies.
+// the library is born or dies, a dictionary is loaded, also in vain, or English
+// is chosen.
 U_EXPORT bool U_DoubleByteSafeMode();
 
 // The type of the byte at an offset, in bytes: 0 for a character of its own, -1
@@ -71,8 +80,9 @@ U_EXPORT void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)
 // A size of 0 writes nothing.
 U_EXPORT void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out);
 
-// Appends the pieces of text between the occurrences of separator. Empty pieces
-// count: there is always one more than occurrences. An empty separator, which a
+// Appends the pieces of text between the occurrences of separator, both of which
+// may be among the parts. Empty pieces count: there is always one more than
+// occurrences. An empty separator, which a
 // caller shouldn't give, occurs nowhere.
 U_EXPORT void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,
                                  std::vector<U_UTF16String>& parts);

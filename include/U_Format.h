@@ -12,6 +12,12 @@
 //        decimals (2), and options by the letters below; with marks of several
 //        bytes it may come out longer than by U_FormatNum
 //
+// What begins with no digit between the "@" asks for options alone: ".3" says
+// nothing. An "@" that no second one follows is dropped, and the number is
+// written with two decimals and no options. That, and each letter that is no
+// option, is reported as a warning at 0x17001B from inside the call, so logging
+// callbacks and an alert may run in it.
+//
 // A digit is filled at its first place only. A digit that no place has, or no
 // argument, ends the work: later places stay as they are. A value that holds
 // "^2" is itself filled if the message has "^2" too. A message that is a ZString
@@ -77,7 +83,8 @@ private:
     static const Kind kLong = sizeof(long) == sizeof(int) ? kInt32 : kInt64;
 };
 
-// Fill format into out with count arguments; the operations below make them of
+// Fill format into out with count arguments. These two are what the library
+// exports; the operations below are templates over them that make the array of
 // what they are given. A string may be multibyte or UTF-16 in either form. Return
 // 0; 3 for an argument of another kind than its place, such as a number for a
 // string; or the code of a failure. The first then leaves out

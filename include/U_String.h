@@ -48,13 +48,14 @@ extern "C"
     U_EXPORT char* U_strstr(const char* text, const char* needle);
     U_EXPORT char* U_strrstr(const char* text, const char* needle);
 
-    // Negative, 0 or positive. Compares as UTF-16, unit by unit. If the first
-    // bytes differ and both are upper-case ASCII letters, lower-case ones or
-    // digits, their difference is the result.
+    // Negative, 0 or positive. Compares as UTF-16, unit by unit, and throws what
+    // U_MBToUTF16String does. If the first bytes differ and both are upper-case
+    // ASCII letters, lower-case ones or digits, their difference is the result.
     U_EXPORT int U_strcmp(const char* a, const char* b);
 
     // Compares by characters, a single byte without regard to ASCII case, a
-    // longer character by its bytes and behind all single ones.
+    // longer character by its bytes and behind all single ones. Letters beyond
+    // ASCII, full-width ones too, differ by their case.
     U_EXPORT int U_stricmp(const char* a, const char* b);
 
     // Writes text with the bytes 0x99, 0xA9, 0xB0, 0xB7 and 0xBC spelled in
