@@ -26,7 +26,7 @@ struct ImageReport
 
     // Of a text its lines that aren't empty, of an image its entries. Slots count
     // removed entries too, and lines that can't be read. Live entries are counted,
-    // whatever the image tells.
+    // whatever the image tells, which is no damage; without keys it alone knows.
     std::uint64_t mSlots = 0;
     std::uint64_t mLive = 0;
 

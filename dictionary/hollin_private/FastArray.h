@@ -61,7 +61,9 @@ public:
     // Takes over a block that a file holds. The identifiers in buckets are slots
     // of the block. base is the file's: where it is 0 and entries are there
     // already, the values of keys that are there too replace theirs, and those
-    // slots are removed from the block. A block without live slots is dropped.
+    // slots are removed from the block. Slots that the file has removed aren't
+    // merged: they have no key. A block without live slots is dropped; of one
+    // without keys the file tells how many live.
     // False if the file continues another store than this, or if identifiers
     // run out; nothing is changed then.
     bool AdoptBlock(FastArrayBlock&& block, FileBuckets&& buckets, std::uint32_t base);

@@ -22,7 +22,7 @@ bool IsCommentOf(const FastArrayBlock& block, std::size_t index, std::uint32_t s
 std::uint32_t FastArrayBlock::CountLive() const
 {
     if (!mHasKeys)
-        return mCount;
+        return mToldLive;
     const auto removed = std::count(mKeys.mLengths.begin(), mKeys.mLengths.end(), 0);
     return mCount - static_cast<std::uint32_t>(removed);
 }

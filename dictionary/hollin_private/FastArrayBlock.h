@@ -24,6 +24,7 @@ struct FastArrayBlock
     std::uint32_t mCount = 0;  // slots, removed ones too
     std::uint32_t mBaseId = 0; // identifier of slot 0; set by the store
     bool mHasKeys = true;
+    std::uint32_t mToldLive = 0; // of a block without keys, which has no mark for removed slots
 
     StoredRuns mKeys; // a length of 0 marks a removed slot
     StoredRuns mValues;

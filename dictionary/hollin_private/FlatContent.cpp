@@ -31,7 +31,6 @@ void AddSlots(const FastArrayBlock& block, FlatContent& content)
     {
         const ByteRun key = block.mKeys.Get(slot);
         const bool live = content.mKeyed ? key.mLength != 0 : block.IsLive(slot);
-        content.mLive += live;
         content.mValues.push_back(live ? WholeUnits(block.mValues.Get(slot)) : ByteRun());
         if (content.mKeyed)
             content.mKeys.push_back(key);
@@ -68,6 +67,7 @@ FlatContent ContentOf(const FastArray& store, bool withoutKeys)
 {
     FlatContent content;
     content.mKeyed = false;
+    content.mLive = store.LiveCount();
     for (const FastArrayBlock& block : store.Blocks())
         content.mKeyed |= block.mHasKeys && !withoutKeys;
     for (const FastArrayBlock& block : store.Blocks())

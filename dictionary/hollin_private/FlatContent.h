@@ -16,7 +16,7 @@ namespace hollin_private
 struct FlatContent
 {
     bool mKeyed = true;
-    std::uint32_t mLive = 0;
+    std::uint32_t mLive = 0;    // entries with an empty key count, too
     std::vector<ByteRun> mKeys; // one a slot, as the values; none without keys
     std::vector<ByteRun> mValues;
 

@@ -136,32 +136,23 @@ void ReadComments(ImageCursor& cursor, FlatImage& image)
     CheckRuns(cursor, kCommentFields, image.mComments);
 }
 
-// Returns where the number of live slots stands.
-std::size_t ReadCounts(ImageCursor& cursor, FlatImage& image)
+void ReadCounts(ImageCursor& cursor, FlatImage& image)
 {
     image.mBase = cursor.Read<std::uint32_t>("base");
     image.mKeyed = cursor.Read<unsigned char>("keyed marker") != kNotKeyed;
     image.mCount = cursor.Read<std::uint32_t>("count");
-    const std::size_t liveAt = cursor.Offset();
     image.mLive = cursor.Read<std::uint32_t>("live");
     image.mBucketCount = cursor.Read<std::uint32_t>("buckets");
-    if (image.mLive > image.mCount)
-        cursor.Spoil(liveAt, "live", "it is above the count");
-    return liveAt;
 }
 
-// Counts the slots in use: by their keys, or all of an image without any. What
-// the image tells may be more, as writers count entries with an empty key, too.
-void CountLive(ImageCursor& cursor, std::size_t liveAt, FlatImage& image)
+// Counts the slots in use by their keys. Without any there is nothing but what the
+// image tells. A number that is wrong is no damage, as nothing is found by it, and
+// writers count entries with an empty key, too.
+void CountLive(FlatImage& image)
 {
-    const std::uint32_t told = image.mLive;
-    image.mLive = image.mCount;
-    if (!image.mKeyed)
-        return;
+    image.mLive = image.mKeyed ? image.mCount : std::min(image.mLive, image.mCount);
     for (std::size_t slot = 0; slot < image.mKeys.mLengths.Size(); ++slot)
         image.mLive -= image.mKeys.mLengths[slot] == 0;
-    if (told < image.mLive)
-        cursor.Spoil(liveAt, "live", "it is below the number of keys");
 }
 } // namespace
 
@@ -171,7 +162,7 @@ FlatImage ReadFlatImage(ImageCursor& cursor)
     image.mSwap = cursor.Swap();
     image.mLocale.mLength = cursor.Read<std::uint32_t>("locale length");
     image.mLocale.mBytes = cursor.Take(image.mLocale.mLength, "locale name");
-    const std::size_t liveAt = ReadCounts(cursor, image);
+    ReadCounts(cursor, image);
 
     if (image.mKeyed)
         ReadPoolSize(cursor, kKeyFields, image.mKeys);
@@ -185,7 +176,7 @@ FlatImage ReadFlatImage(ImageCursor& cursor)
     if (!cursor.Sound())
         return image;
 
-    CountLive(cursor, liveAt, image);
+    CountLive(image);
     CheckRuns(cursor, kKeyFields, image.mKeys);
     CheckRuns(cursor, kValueFields, image.mValues);
     if (image.mKeyed)

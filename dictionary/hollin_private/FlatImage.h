@@ -30,7 +30,7 @@ struct FlatImage
     std::uint32_t mBase = 0;
     bool mKeyed = false;
     std::uint32_t mCount = 0;
-    std::uint32_t mLive = 0; // counted, not what the image tells
+    std::uint32_t mLive = 0; // counted; told by an image without keys
     std::uint32_t mBucketCount = 0;
     ImageRuns mKeys; // of a keyed image, as the buckets
     ImageRuns mValues;

@@ -62,6 +62,7 @@ FastArrayBlock CopyBlock(const FlatImage& image)
     FastArrayBlock block;
     block.mCount = image.mCount;
     block.mHasKeys = image.mKeyed;
+    block.mToldLive = image.mKeyed ? 0 : image.mLive;
     block.mKeys = CopyRuns(image.mKeys);
     block.mValues = CopyRuns(image.mValues);
     block.mComments = CopyRuns(image.mComments);

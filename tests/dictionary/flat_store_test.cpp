@@ -289,6 +289,7 @@ TEST_F(FlatStore, ValuesWithoutKeysGoByIdentifier)
     Add("a", "1");
     FileBlock file({{"a", "2"}, {"b", "3"}});
     file.mBlock.mHasKeys = false;
+    file.mBlock.mToldLive = 2;
     file.mBlock.mKeys = hollin_private::StoredRuns();
     ASSERT_TRUE(AdoptFile(std::move(file), 1));
     EXPECT_EQ(Value(1) + Value(2), "23");

@@ -1,5 +1,7 @@
 // What the check tells of images that are sound, and of lines.
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "tests/dictionary/support/ImageBuilder.h"
@@ -54,17 +56,28 @@ TEST(ImageCheck, CountsWhatIsLive)
 {
     const ImageBuilder keyed = BuildFlat(kEntries);
     const ImageBuilder keyless = BuildFlat(kEntries, kKeyless);
-    EXPECT_EQ(Check(keyed.With(keyed.Offset("live"), 3, 4)).mLive, 2u);
-    for (const std::uint32_t told : {0u, 1u, 3u})
+    for (const std::uint32_t told : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu})
     {
-        const ImageReport report = Check(keyless.With(keyless.Offset("live"), told, 4));
-        EXPECT_FALSE(report.mDamaged) << report.mSentence;
-        EXPECT_EQ(report.mLive, 3u);
+        SCOPED_TRACE(told);
+        const std::string images[] = {keyed.With(keyed.Offset("live"), told, 4),
+                                      keyless.With(keyless.Offset("live"), told, 4)};
+        for (const std::string& image : images)
+            EXPECT_FALSE(Check(image).mDamaged) << Check(image).mSentence;
+        EXPECT_EQ(Check(images[0]).mLive, 2u);
+        EXPECT_EQ(TextOf(Loaded(images[0]), "/bc"), u"zwei");
+        EXPECT_EQ(Check(images[1]).mLive, std::min(told, 3u)); // nothing else tells
+        EXPECT_EQ(TextById(Loaded(images[1]), 2), told ? u"zwei" : u"(none)");
     }
     // An empty key is an entry to whoever writes it, and a removed slot in the file.
-    const ImageReport report = Check(Saved(Loaded("=1\na=2\n")));
-    EXPECT_FALSE(report.mDamaged) << report.mSentence;
-    EXPECT_EQ(report.mLive, 1u);
+    hollin::Dictionary flat(true);
+    Load(flat, "=1\na=2\n");
+    for (const std::string& image : {Saved(Loaded("=1\na=2\n")), Saved(flat)})
+    {
+        const ImageReport report = Check(image);
+        EXPECT_FALSE(report.mDamaged) << report.mSentence;
+        EXPECT_EQ(report.mLive, 1u);
+        EXPECT_EQ(image[43], 2); // told
+    }
 }
 
 TEST(ImageCheck, CountsBytesBehindTheEnd)

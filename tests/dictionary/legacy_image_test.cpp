@@ -133,6 +133,18 @@ TEST_P(LegacyImage, EveryTruncationIsFound)
     }
 }
 
+TEST_P(LegacyImage, HasNoPlaceInAFlatStore)
+{
+    Loaded dictionary(Image({{"/a", u"old"}, {"/b", u"old"}}));
+    Load(dictionary, BuildFlat({{"/a", u"flat"}}).Image());
+    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"flat"}}));
+    Load(dictionary, Image({{"/a", u"later"}, {"/c", u"later"}}));
+    EXPECT_TRUE(dictionary.IsGood());
+    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"flat"}}));
+    Load(dictionary, TextImage(u"/a=text\n/c=text"));
+    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"text"}, {"/c", u"text"}}));
+}
+
 TEST(LegacyDamage, IsFoundAndNamed)
 {
     const std::vector<TestEntry> entries = {{"/a", u"1"}, {"/b", u"2"}};
