@@ -107,8 +107,9 @@ std::uint32_t WholeCharacters(const char* bytes, std::uint32_t capacity, unsigne
     return size;
 }
 
-// What the system leaves in a destination that is too small isn't told, so the
-// whole text is converted and its start taken.
+// The system fills a destination that is too small with whole characters, but
+// doesn't tell how far, so the whole text is converted and its start taken. 0 if
+// it can't be.
 std::uint32_t ToBytesThatFit(const std::uint16_t* units, int length, char* bytes,
                              std::uint32_t capacity, unsigned int codePage)
 {
@@ -117,7 +118,10 @@ std::uint32_t ToBytesThatFit(const std::uint16_t* units, int length, char* bytes
     if (needed <= ToInt(capacity))
         return 0;
     const std::unique_ptr<char[]> whole(new char[static_cast<std::size_t>(needed)]);
-    win32::WideCharToMultiByte(codePage, 0, units, length, whole.get(), needed, nullptr, nullptr);
+    const int written = win32::WideCharToMultiByte(codePage, 0, units, length, whole.get(), needed,
+                                                   nullptr, nullptr);
+    if (written <= ToInt(capacity))
+        return 0;
     const std::uint32_t size = WholeCharacters(whole.get(), capacity, codePage);
     std::memcpy(bytes, whole.get(), size);
     return size;

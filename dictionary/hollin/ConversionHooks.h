@@ -28,8 +28,8 @@ typedef std::int32_t (*ToUnitsHook)(const char* bytes, std::uint32_t length, std
 typedef std::int32_t (*CountBytesHook)(const std::uint16_t* units, std::uint32_t length,
                                        std::uint32_t* count, TextEncoding encoding);
 
-// A destination that is too small is filled with whole characters, *outLength
-// is their size, and the result is "BUFF".
+// A destination that is too small is filled with whole characters, as the
+// encoding asked for has them, *outLength is their size, and the result is "BUFF".
 typedef std::int32_t (*ToBytesHook)(const std::uint16_t* units, std::uint32_t length, char* bytes,
                                     std::uint32_t capacity, std::uint32_t* outLength,
                                     TextEncoding encoding);

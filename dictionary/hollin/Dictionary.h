@@ -3,7 +3,8 @@
 // It keeps its entries in one of two stores. A hash store suits a text file and
 // old binary files; a flat store holds whole files as they are laid out, and is
 // the one that can be changed. Loading a file of version 2 makes a dictionary
-// flat, for good; entries that the hash store had are then out of reach.
+// flat, for good; entries that the hash store had are then out of reach, as are
+// those of a file of version 1 that is loaded later. Text goes into either store.
 //
 // One dictionary, with its copies and the texts that came from it, is used by
 // one thread at a time: counts aren't atomic. The same holds for the default
@@ -107,6 +108,12 @@ public:
     // with a damaged prefix, or too long for the store, is left out and clears
     // IsGood too. An unknown version changes nothing and clears IsGood. Text that
     // the system can't convert throws a VoErrException.
+    //
+    // Damage of an image is also a table or a run that reaches beyond its end or its
+    // pool, half a unit, an identifier that isn't below the count, a bucket above
+    // 1020, buckets or comments that don't ascend, a byte-order byte other than 0
+    // and 1, and a base that continues another store. A wrong number of live slots
+    // is none.
     void LoadFromMemory(const unsigned char* bytes, std::int32_t size, bool copyKeys);
 
     // The same from the stream's position to its end, which is read first; keys
