@@ -41,11 +41,18 @@ U_EXPORT bool U_IsZstr(const std::string& text);
 
 // Loads a dictionary, size bytes of binary or text form, over the one in use:
 // keys that both have get the new text. Keys of old binary forms aren't copied,
-// so data must stay as long as the library lives. Returns 0, also without a
-// locale, and for a damaged image (none, or one of 2 GiB and more, counts as
-// one), which leaves the texts in force as they are; or the code of a failure.
-// Text in the active code page that the system refuses to convert throws as
-// above.
+// so data must stay as long as the library lives. Forms don't mix freely: an image
+// of version 2 hides all texts of other forms from before, for good, and one of
+// version 1 behind it has no effect. Text goes over either.
+//
+// Returns 0, also without a locale, and for a damaged image (none, or one of 2 GiB
+// and more, counts as one). That is a choice of language all the same. Of version 2
+// nothing of it is taken, of version 1 what stands in front of the damage, of text
+// all but the damaged lines.
+//
+// Returns the code of a failure if memory runs out: what had been replaced or
+// added by then stays, and no language has been chosen by it. So does text in the
+// active code page that the system refuses to convert, which throws as above.
 U_EXPORT U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size);
 
 // Compressed images aren't supported: always 1.

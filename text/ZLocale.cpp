@@ -37,6 +37,16 @@ void NoteChange()
     sGeneration.fetch_add(1, std::memory_order_release);
 }
 
+// A load that fails, by whatever exception, may have changed texts, too.
+class ScChange
+{
+public:
+    ScChange() = default;
+    ~ScChange() { NoteChange(); }
+    ScChange(const ScChange&) = delete;
+    ScChange& operator=(const ScChange&) = delete;
+};
+
 bool IsDoubleByteSafe()
 {
     // A translation knows its own characters.
@@ -96,13 +106,12 @@ U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size)
 {
     if (!sZLocale)
         return 0;
-    const U_Status failure = Guarded([&] {
+    const ScChange change;
+    return Guarded([&] {
         sZLocale->mCurrent->LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
                                            ImageSize(size), false);
         sZLocale->mAlive = true;
     });
-    NoteChange(); // a load that failed may have emptied the dictionary
-    return failure;
 }
 
 U_Status U_ZStringSetCurrentDictionaryCompressed(void*, size_t)

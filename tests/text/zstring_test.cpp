@@ -2,6 +2,7 @@
 
 #include "U_ZString.h"
 
+#include <cstdlib>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -58,6 +60,40 @@ protected:
                                            {"/marked", u"mac{{*MSWindows*}}win{{*COMMENT*}}note"},
                                            {"/delta", u"x\u2206"}});
 };
+
+typedef ZString ZStringDeathTest;
+
+// Loads text in a code page for whose tables there is no memory, on a thread where
+// that isn't reported. Each allocation fails under another page, as the report of
+// an earlier one has made its page.
+bool AFailedLoadIsNoChoice()
+{
+    char line[] = "/hello=x";
+    bool isThrown = false;
+    bool isForgotten = false;
+    std::thread([&] {
+        long nth = 0;
+        for (unsigned int codePage : {932u, 936u, 949u, 950u, 1250u, 1251u, 1253u, 1254u, 1255u})
+        {
+            const ScActiveCodePage active(codePage);
+            platform::SetDoubleByteScript(false);
+            U_DoubleByteSafeMode(); // known from now on
+            platform::SetDoubleByteScript(true);
+            try
+            {
+                const ScFailingNew failing(++nth);
+                U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(line), sizeof line - 1);
+            }
+            catch (...)
+            {
+                isThrown = true;
+                break;
+            }
+        }
+        isForgotten = U_DoubleByteSafeMode();
+    }).join();
+    return isThrown && isForgotten && !U_ZLocaleAlive();
+}
 } // namespace
 
 TEST_F(ZString, TheTextBehindTheKeyIsTheDefault)
@@ -141,6 +177,25 @@ TEST_F(ZString, ADictionaryMayBeText)
     EXPECT_EQ(U_ZStringToUTF16String("$$$/other=Other"), Units(u"Other"));
 }
 
+TEST_F(ZString, ABinaryDictionaryHidesTextFromBefore)
+{
+    DictionaryImage text = TextImage(u"/hello=Hej\n/other=Andet\n");
+    for (DictionaryImage* image : {&text, &mGerman})
+        ASSERT_EQ(Load(*image), 0);
+    EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Guten Tag"));
+    EXPECT_EQ(U_ZStringToUTF16String("$$$/other=Other"), Units(u"Other"));
+    ASSERT_EQ(Load(text), 0);
+    EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hej"));
+    EXPECT_EQ(U_ZStringToUTF16String("$$$/other=Other"), Units(u"Andet"));
+    EXPECT_EQ(U_ZStringToUTF16String("$$$/marked=Marked"), Units(u"win"));
+}
+
+TEST_F(ZStringDeathTest, ALoadThatThrowsChoosesNoLanguage)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // no code page has been made there
+    EXPECT_EXIT(std::_Exit(AFailedLoadIsNoChoice() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(ZString, ALanguageIsChosenByADictionaryOrEnglish)
 {
     EXPECT_FALSE(U_ZLocaleAlive());
@@ -213,6 +268,8 @@ TEST_F(ZString, MultibyteTextIsInTheActiveCodePage)
     EXPECT_EQ(U_ZStringToMBString("=#{eacute}"), "\xE9");
     EXPECT_EQ(U_ZStringToEnglishMBString("$$$/hello=H#{eacute}"), "H\xE9");
     EXPECT_EQ(Up_HDT_ConvertToMB(Units(u"\u2206\u4E00")), "\xBC?");
+    Up_HDT_ReportErr(U_Sev_PROBLEM, Units(u"\u2206"));
+    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{"Test Host error: \xE2\x88\x86\n\n"});
 
     const ScActiveCodePage active(932);
     const std::string before = "######";
