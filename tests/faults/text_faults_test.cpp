@@ -1,6 +1,7 @@
 // Texts, formats, dates and groups, while allocations fail.
 
 #include <cstring>
+#include <deque>
 #include <new>
 
 #include <control.h>
@@ -10,12 +11,14 @@
 #include "U_Format.h"
 #include "U_Group.h"
 #include "U_LStr.h"
+#include "U_Lifecycle.h"
 #include "U_Machine.h"
 #include "U_String.h"
 #include "U_Telemetry.h"
 #include "U_ZString.h"
 #include "tests/faults/Faults.h"
 #include "tests/support/DictionaryImage.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -258,6 +261,39 @@ TEST_F(TextFaults, LStrTables)
         return U_ZUnregisterLStrCache(&table) ? kWrong : outcome;
     };
     Walk({{"U_ZLookupLStrCache", kCode4, lookUp}});
+}
+
+// A new handler runs in the middle of a lookup, and looks another table up.
+TEST_F(TextFaults, LookupsInANewHandler)
+{
+    static char sZString[] = "$$$/faults/row=the text of a row that is looked up";
+    struct Table : U_LStrCache
+    {
+        Table() : U_LStrCache{nullptr, 2, rows, 0} {}
+        const char* LookUp() { return U_ZLookupLStrCache(this, 0, 0, nullptr); }
+        U_LStrRow rows[2] = {{sZString, nullptr, nullptr, 0}, {}};
+    };
+    static Table* sOther = nullptr;
+    std::deque<Table> tables(2); // which the list keeps the addresses of
+    sOther = &tables[1];
+    const std::new_handler before = std::set_new_handler([] { sOther->LookUp(); });
+    const long points = FailEachNew([&] { tables[tables.size() - 2].LookUp(); },
+                                    [&](long) {
+                                        sOther->LookUp();
+                                        tables.emplace_back();
+                                        sOther = &tables.emplace_back();
+                                    });
+    std::set_new_handler(before);
+    EXPECT_GT(points, 1); // the text and the place on the list
+    for (Table& table : tables)
+    {
+        EXPECT_STREQ(table.LookUp(), sZString + 15);
+        EXPECT_EQ(table.mFlags, U_LStrCache_Listed);
+    }
+    ASSERT_EQ(U_Death(), 0);
+    for (const Table& table : tables)
+        EXPECT_EQ(table.rows[0].mEnglish, nullptr);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
 TEST_F(TextFaults, Languages)

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,7 +14,6 @@
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
-#include "tests/support/FailingNew.h"
 #include "tests/support/NoMemory.h"
 
 namespace
@@ -276,33 +274,6 @@ TEST_F(LStr, ManyTablesAreCleaned)
         tables.push_back(&Add({ZStringRow(kHello)}));
         LookUp(*tables.back(), 0);
     }
-    LiveAnew();
-    for (const ModuleTable* table : tables)
-        EXPECT_EQ(table->rows[0].mEnglish, nullptr);
-}
-
-TEST_F(LStr, ANewHandlerMayLookTextsUpItself)
-{
-    static ModuleTable* sOther = nullptr; // that the handler looks up
-    std::vector<ModuleTable*> tables;
-    const auto makeTwo = [&] {
-        tables.push_back(&Add({ZStringRow(kHello)}));
-        sOther = &Add({ZStringRow(kHello)});
-        tables.push_back(sOther);
-    };
-    makeTwo();
-    const std::new_handler before = std::set_new_handler([] { LookUp(*sOther, 0); });
-    const long points = FailEachNew([&] { LookUp(*tables[tables.size() - 2], 0); },
-                                    [&](long) {
-                                        LookUp(*sOther, 0);
-                                        makeTwo();
-                                    });
-    std::set_new_handler(before);
-    EXPECT_GT(points, 1); // the text and the place on the list
-    LookUp(*sOther, 0);
-    LookUp(*tables[tables.size() - 2], 0);
-    for (const ModuleTable* table : tables)
-        EXPECT_EQ(table->mFlags, U_LStrCache_Listed);
     LiveAnew();
     for (const ModuleTable* table : tables)
         EXPECT_EQ(table->rows[0].mEnglish, nullptr);
