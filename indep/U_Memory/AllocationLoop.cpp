@@ -10,6 +10,7 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/frame/LogSafely.h"
 
 namespace
 {
@@ -36,8 +37,10 @@ public:
             progress = mMeasure < previous;
             ++attempts;
         }
-        WRIL_sprintf(0, "U", "ALLOC_OP_FAILED_RECOVERY_STAT", "success:%s, retries:%d",
-                     block ? "t" : "f", attempts - 1);
+        LogSafely([&] {
+            WRIL_sprintf(0, "U", "ALLOC_OP_FAILED_RECOVERY_STAT", "success:%s, retries:%d",
+                         block ? "t" : "f", attempts - 1);
+        });
         return block;
     }
 
@@ -72,11 +75,13 @@ private:
 
     void LogFailedAttempt() const
     {
-        WRIL_sprintf(0, "U", kFailedTag,
-                     "Fragmentation or other resource constraint\treqsize Kb:%d",
-                     static_cast<int>(mRequest.mSize >> 10));
+        LogSafely([&] {
+            WRIL_sprintf(0, "U", kFailedTag,
+                         "Fragmentation or other resource constraint\treqsize Kb:%d",
+                         static_cast<int>(mRequest.mSize >> 10));
+        });
         if (mRequest.mOpName)
-            WRIL_sprintf(0, "U", kFailedTag, "OpName:%s", mRequest.mOpName);
+            LogSafely([&] { WRIL_sprintf(0, "U", kFailedTag, "OpName:%s", mRequest.mOpName); });
     }
 
     const AllocationRequest& mRequest;
@@ -88,8 +93,10 @@ private:
 // okay: the budget had allowed the block.
 void TellUnableToRecover(const AllocationRequest& request, bool okay)
 {
-    WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
-                 request.mOpName ? request.mOpName : "Unidentified caller.");
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
+                     request.mOpName ? request.mOpName : "Unidentified caller.");
+    });
     if (request.mOpName)
         Up_ReportAllocFailure(request.mLocation, request.mSize, request.mOpName, okay);
 }
@@ -101,8 +108,10 @@ void ClearBlock(void* block, U_u64 size)
 
 void* Refuse(const AllocationRequest& request)
 {
-    WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
-                 static_cast<U_i64>(request.mSize));
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
+                     static_cast<U_i64>(request.mSize));
+    });
     TellUnableToRecover(request, false);
     return nullptr;
 }

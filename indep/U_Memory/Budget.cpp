@@ -9,6 +9,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "indep/frame/LogSafely.h"
 
 namespace
 {
@@ -63,10 +64,12 @@ U_Status DecideAbovePrepurge(Measurement& now, U_u64 size, bool* okay, bool recy
 {
     const U_u64 wanted = static_cast<U_u64>(static_cast<double>(size) +
                                             kPurgeAhead * static_cast<double>(now.mPrepurge));
-    WRIL_sprintf(0, "U", "MEM",
-                 "Amount Requested above tracked usage thresh. used:\t%llu\trequest:\t%llu"
-                 "\tthresh:%llu",
-                 now.mUsed, wanted, now.mPrepurge);
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "MEM",
+                     "Amount Requested above tracked usage thresh. used:\t%llu\trequest:\t%llu"
+                     "\tthresh:%llu",
+                     now.mUsed, wanted, now.mPrepurge);
+    });
     Up_MakeRoomForBlock(wanted, recycled);
     if (U_Status failure = now.TakeUsed(recycled))
         return failure;
@@ -84,10 +87,12 @@ U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
     if (total <= now.mPrepurge)
         return 0;
     const U_u64 excess = total - now.mPrepurge;
-    WRIL_sprintf(0, "U", "MEM",
-                 "Amount Requested above tracked usage thresh (including recycled). used:\t%llu"
-                 "\trequest:\t%llu\tthresh:%llu, amoutToPurge=%lld",
-                 now.mUsed, size, now.mPrepurge, static_cast<U_i64>(excess));
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "MEM",
+                     "Amount Requested above tracked usage thresh (including recycled). used:\t%llu"
+                     "\trequest:\t%llu\tthresh:%llu, amoutToPurge=%lld",
+                     now.mUsed, size, now.mPrepurge, static_cast<U_i64>(excess));
+    });
     Up_MakeRoomForBlock(size + excess, true);
     if (U_GetRecycledMemorySize() > excess)
         U_PurgeRecycledMemory(excess);
@@ -125,11 +130,13 @@ private:
         if (Up_Fits(mUsed, mRequest, mPrepurge))
         {
             mDone = true;
-            WRIL_sprintf(0, "U", kMakeRoomTag,
-                         "DONE. Under threshold with inUse=%lld, prepurgelimit=%lld, "
-                         "request=%lld, recycled=%d",
-                         static_cast<U_i64>(mUsed), static_cast<U_i64>(mPrepurge),
-                         static_cast<U_i64>(mRequest), mRecycled);
+            LogSafely([&] {
+                WRIL_sprintf(0, "U", kMakeRoomTag,
+                             "DONE. Under threshold with inUse=%lld, prepurgelimit=%lld, "
+                             "request=%lld, recycled=%d",
+                             static_cast<U_i64>(mUsed), static_cast<U_i64>(mPrepurge),
+                             static_cast<U_i64>(mRequest), mRecycled);
+            });
             return 0;
         }
         const U_u64 amount = Amount();
@@ -148,9 +155,11 @@ private:
 
     U_Status AskHost(U_u64 amount)
     {
-        WRIL_sprintf(0, "U", kMakeRoomTag,
-                     "Issuing Purge Request\tblock_request:\t%llu\tamt_to_purge:\t%lld", mRequest,
-                     static_cast<U_i64>(amount));
+        LogSafely([&] {
+            WRIL_sprintf(0, "U", kMakeRoomTag,
+                         "Issuing Purge Request\tblock_request:\t%llu\tamt_to_purge:\t%lld",
+                         mRequest, static_cast<U_i64>(amount));
+        });
         return mCallback(mRefcon, mRequest, amount, &mFlag);
     }
 
@@ -161,15 +170,19 @@ private:
         if (!mFlag || mRecycled)
         {
             mDone = true;
-            WRIL_sprintf(0, "U", kMakeRoomTag,
-                         "DONE. Purge not freeing anything (but maybe recycled memory), "
-                         "recycled=%d",
-                         mRecycled);
+            LogSafely([&] {
+                WRIL_sprintf(0, "U", kMakeRoomTag,
+                             "DONE. Purge not freeing anything (but maybe recycled memory), "
+                             "recycled=%d",
+                             mRecycled);
+            });
         }
         else if (U_PurgeRecycledMemory(amount) < amount)
         {
             mDone = true;
-            WRIL_Log(0, "U", kMakeRoomTag, "DONE. Purge recycled not freeing anything");
+            LogSafely([&] {
+                WRIL_Log(0, "U", kMakeRoomTag, "DONE. Purge recycled not freeing anything");
+            });
         }
     }
 

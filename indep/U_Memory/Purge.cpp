@@ -12,6 +12,7 @@
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/errors/Refuse.h"
+#include "indep/frame/LogSafely.h"
 
 namespace
 {
@@ -45,9 +46,12 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
         return 0;
     }
 
-    WRIL_sprintf(
-        0, "U", "U_CheckRAMPurgeLimit", "hit limit with inUse=%lld, needed=%lld, purgeLimit=%lld",
-        static_cast<U_i64>(used), static_cast<U_i64>(needed), static_cast<U_i64>(prepurge));
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "U_CheckRAMPurgeLimit",
+                     "hit limit with inUse=%lld, needed=%lld, purgeLimit=%lld",
+                     static_cast<U_i64>(used), static_cast<U_i64>(needed),
+                     static_cast<U_i64>(prepurge));
+    });
     U_Status failure = 0;
     for (int round = 0; round < kMostPurgeRounds && *overLimit; ++round)
     {

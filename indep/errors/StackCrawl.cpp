@@ -6,6 +6,8 @@
 #include <krobase/stack_trace.h>
 #include <wril/wril.h>
 
+#include "indep/frame/LogSafely.h"
+
 namespace
 {
 const std::size_t kMostFrames = 50;
@@ -30,8 +32,7 @@ std::string LineOf(void* frame)
 
 void LogStackCrawl()
 {
-    try
-    {
+    LogSafely([] {
         void* frames[kMostFrames];
         const std::size_t count =
             krobase::debug::GenerateStackTrace(frames, kMostFrames, kOwnFrames);
@@ -39,9 +40,5 @@ void LogStackCrawl()
         for (std::size_t i = 0; i < count; ++i)
             lines += LineOf(frames[i]);
         WRIL_Log(0, "ReportError", "StackCrawl", lines.c_str());
-    }
-    catch (...)
-    {
-        // A report goes on without its crawl.
-    }
+    });
 }

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <stdexcept>
+#include <string>
 #include <thread>
 
 #include <control.h>
@@ -145,6 +148,37 @@ TEST_F(Retry, EachWayTriesAgainOnceWhateverHappenedToUse)
             EXPECT_TRUE(mLog.Lines().empty() || mLog.Lines().front().level == 0);
         }
     }
+}
+
+TEST_F(Retry, ALogThatThrowsChangesNothing)
+{
+    U_ResizePtrQuiet(kSize, &mPointer); // some ways leave both so
+    U_ResizeHandle(1, kSize, nullptr, &mHandle);
+    const U_u64 used = InUse();
+    const std::function<void()> kThrows[] = {[] { throw 9; },
+                                             [] { throw std::runtime_error("disk full"); },
+                                             [] { throw std::string("nobody's"); }};
+    for (const auto& fail : kThrows)
+    {
+        platform::SetLogSink([&](int, const char*, const char*, const char*) { fail(); });
+        for (const Way& way : kWays)
+        {
+            for (int failures : {1, 2})
+            {
+                FailNext(failures);
+                EXPECT_EQ(way.ask(mPointer, mHandle), failures < 2) << way.what;
+            }
+        }
+        U_SetPurgeRequestCallback([](void*, U_u64, U_u64, bool*) { return 0; }, nullptr);
+        SetLimitsAboveUse(0, 0); // the budget refuses, in more lines
+        EXPECT_EQ(U_AllocatePtr(1, "Test block", kSize), nullptr);
+        bool over = false;
+        EXPECT_EQ(U_CheckRAMPurgeLimit(&over, kMiB, nullptr), 0);
+        EXPECT_TRUE(over);
+        PinSwitches();
+    }
+    platform::SetLogSink(platform::LogSink());
+    EXPECT_EQ(InUse(), used);
 }
 
 TEST_F(Retry, GoesOnForAsLongAsUseFalls)
