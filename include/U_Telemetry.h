@@ -5,6 +5,14 @@
 // on to it; without a provider they do nothing. So code can tell of use and errors
 // without knowing whether anybody listens. Any thread may call, so a provider
 // copes with all of them at once.
+//
+// Of itself the library tells three things, with Guids of zeros: each warning,
+// problem, fatal error and leak that is shown makes a group ("Qx", "error", "error")
+// with "severity", "localizedMsg", and for a message with a group's identifier
+// (U_Group.h) "errDetail"; a plug-in that is missing a group ("qx", "plugin_error",
+// "plugin_error"), to which "match_name" and "version" are added directly; and the
+// event ("Stage", "CrashHandler", "InvokingCrashHandler") a crash, on the thread that
+// crashed and in whatever state that left the process.
 
 #ifndef U_TELEMETRY_H
 #define U_TELEMETRY_H
@@ -79,7 +87,8 @@ U_EXPORT void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGro
 // stands between two quoted pieces. The quotes stay. A quote without its partner
 // takes nothing out; what stands around it may then appear twice. The kinds are
 // ", ', the typographic double and the typographic single ones, in the language
-// of the first call; one that a translation leaves empty isn't looked for.
+// of the first call; a kind of which a translation leaves a quote empty is looked for
+// as in English. Throws std::bad_alloc.
 U_EXPORT U_UTF16String StripQuotedContents(const U_UTF16String& text);
 } // namespace telemetry
 } // namespace U

@@ -1,10 +1,11 @@
 #include "U_Telemetry.h"
 
+#include <algorithm>
 #include <atomic>
+#include <iterator>
+#include <memory>
 #include <utility>
 #include <vector>
-
-#include <quiet_new.h>
 
 #include "U_ZString.h"
 
@@ -25,41 +26,63 @@ U_TelemetryProvider* Provider()
     return sProvider.load(std::memory_order_acquire);
 }
 
-std::vector<Delimiters> ResolveDelimiters()
+// One kind of quote: its delimiters as ZStrings, and in English.
+struct Quote
 {
-    const char* const kEntries[][2] = {
-        {"$$$/U/StripQuotedContents/Entry1Left=#{quot}",
-         "$$$/U/StripQuotedContents/Entry1Right=#{quot}"},
-        {"$$$/U/StripQuotedContents/Entry2Left='", "$$$/U/StripQuotedContents/Entry2Right='"},
-        {"$$$/U/StripQuotedContents/Entry3Left=#{ldquo}",
-         "$$$/U/StripQuotedContents/Entry3Right=#{rdquo}"},
-        {"$$$/U/StripQuotedContents/Entry4Left=#{lsquo}",
-         "$$$/U/StripQuotedContents/Entry4Right=#{rsquo}"},
-    };
-    std::vector<Delimiters> delimiters;
-    for (const auto& entry : kEntries)
-        delimiters.emplace_back(U_ZStringToUTF16String(entry[0]), U_ZStringToUTF16String(entry[1]));
+    const char* mLeft;
+    const char* mRight;
+    U_u16 mEnglishLeft;
+    U_u16 mEnglishRight;
+};
+
+const Quote kQuotes[] = {
+    {"$$$/U/StripQuotedContents/Entry1Left=#{quot}",
+     "$$$/U/StripQuotedContents/Entry1Right=#{quot}", '"', '"'},
+    {"$$$/U/StripQuotedContents/Entry2Left='", "$$$/U/StripQuotedContents/Entry2Right='", '\'',
+     '\''},
+    {"$$$/U/StripQuotedContents/Entry3Left=#{ldquo}",
+     "$$$/U/StripQuotedContents/Entry3Right=#{rdquo}", 0x201C, 0x201D},
+    {"$$$/U/StripQuotedContents/Entry4Left=#{lsquo}",
+     "$$$/U/StripQuotedContents/Entry4Right=#{rsquo}", 0x2018, 0x2019},
+};
+
+// An empty delimiter would be found everywhere, and none at all would let the user's
+// text out.
+Delimiters Resolve(const Quote& quote)
+{
+    Delimiters delimiters(U_ZStringToUTF16String(quote.mLeft),
+                          U_ZStringToUTF16String(quote.mRight));
+    if (delimiters.first.empty() || delimiters.second.empty())
+    {
+        delimiters.first.assign(1, quote.mEnglishLeft);
+        delimiters.second.assign(1, quote.mEnglishRight);
+    }
     return delimiters;
 }
 
-// Resolved by the first thread that asks, while others wait. Never destroyed:
-// threads may report until the process is gone.
-const std::vector<Delimiters>& QuoteDelimiters()
+typedef std::vector<Delimiters> QuoteDelimiters;
+
+// Null until the first call. Never destroyed: threads may strip until the process is
+// gone.
+std::atomic<const QuoteDelimiters*> sQuoteDelimiters(nullptr);
+
+// Resolved without a lock, since to resolve may be to report: of threads that do so
+// at once, the losers take the winner's.
+const QuoteDelimiters& TheQuoteDelimiters()
 {
-    static const auto* const sQuoteDelimiters = [] {
-        const platform::ScQuietNew quiet; // while others wait
-        return new std::vector<Delimiters>(ResolveDelimiters());
-    }();
-    return *sQuoteDelimiters;
+    const QuoteDelimiters* present = sQuoteDelimiters;
+    if (present)
+        return *present;
+    auto made = std::make_unique<QuoteDelimiters>();
+    std::transform(std::begin(kQuotes), std::end(kQuotes), std::back_inserter(*made), &Resolve);
+    return sQuoteDelimiters.compare_exchange_strong(present, made.get()) ? *made.release()
+                                                                         : *present;
 }
 
 void StripBetween(const Delimiters& delimiters, U_UTF16String* text)
 {
     const U_UTF16String& left = delimiters.first;
     const U_UTF16String& right = delimiters.second;
-    // A language that leaves a delimiter empty doesn't use this kind of quote.
-    if (left.empty() || right.empty())
-        return;
     const size_t open = text->find(left);
     const size_t close = text->rfind(right);
     if (open == U_UTF16String::npos || close == U_UTF16String::npos)
@@ -138,7 +161,7 @@ void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& grou
 U_UTF16String StripQuotedContents(const U_UTF16String& text)
 {
     U_UTF16String result = text;
-    for (const Delimiters& delimiters : QuoteDelimiters())
+    for (const Delimiters& delimiters : TheQuoteDelimiters())
         StripBetween(delimiters, &result);
     return result;
 }

@@ -1,6 +1,7 @@
 #include "U_Telemetry.h"
 
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -9,7 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include "U_Interact.h"
+#include "U_Report.h"
 #include "U_ZString.h"
+#include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/Text.h"
 
@@ -129,6 +133,16 @@ class Telemetry : public testing::Test
 protected:
     void TearDown() override { telemetry::RegisterTelemetryProvider(nullptr); }
 };
+
+class TelemetryOfErrors : public BornLibrary
+{
+protected:
+    void TearDown() override
+    {
+        telemetry::RegisterTelemetryProvider(nullptr);
+        BornLibrary::TearDown();
+    }
+};
 } // namespace
 
 TEST_F(Telemetry, EveryCallReachesTheProviderWithItsArguments)
@@ -192,6 +206,51 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
                                }));
 }
 
+TEST_F(TelemetryOfErrors, TellsOfShownMessagesThatHaveAWord)
+{
+    const char16_t kTagged[] = u"Grouped_Message_{Many|||One###Files:}a.txt";
+    const struct
+    {
+        U_u16 severity;
+        const char16_t* text;
+        Calls values; // what is added to the group; none: there is no group
+    } kShown[] = {
+        {U_Sev_MESSAGE, u"text", {}},
+        {U_Sev_INFO, u"text", {}},
+        {U_Sev_WARNING,
+         u"\u00E4",
+         {"severity=Warning", "localizedMsg=Test Host warning: \xC3\xA4"}},
+        {U_Sev_WARNING, kTagged, {"severity=Warning", "localizedMsg=One", "errDetail=a.txt"}},
+        {U_Sev_PROBLEM, u"text", {"severity=Problem", "localizedMsg=Test Host error: text"}},
+        {U_Sev_DETAIL, u"text", {}},
+        {U_Sev_DEBUG, u"text", {}},
+        {5, u"text", {}},
+        {U_Sev_LEAK, u"text", {"severity=Leak", "localizedMsg=Test Host warning: text"}},
+        {U_Sev_FATAL,
+         u"text",
+         {"severity=Fatal", "localizedMsg=Test Host can\xE2\x80\x99t continue: text"}},
+    };
+    Up_SetInteract(0xFFFFFFFF);
+    RecordingProvider provider;
+    telemetry::RegisterTelemetryProvider(&provider);
+    for (const auto& row : kShown)
+    {
+        Calls expected;
+        for (const std::string& value : row.values)
+            expected.push_back("AddToGroup group " + value);
+        if (!expected.empty())
+            expected.insert(expected.begin(), "NewDataGroup Qx error error 0-0");
+        provider.mCalls.clear();
+        Up_Report16(0, row.severity, Units(row.text), false);
+        EXPECT_EQ(provider.mCalls, expected);
+    }
+    EXPECT_EQ(mAlerts.All().size(), std::size(kShown));
+    Up_SetInteract(0xFFFF0000);
+    provider.mCalls.clear();
+    Up_Report16(0, U_Sev_WARNING, Units(u"not shown"), false);
+    EXPECT_EQ(provider.mCalls, Calls());
+}
+
 TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
 {
     struct Row
@@ -252,10 +311,10 @@ TEST(StripQuotedContentsDeathTest, QuotesAreThoseOfTheFirstLanguageAskedFor)
     };
     const auto stripTwice = [&] {
         U_ZLocaleBirth();
-        const U_UTF16String expected = Units(u"it's \"a\" <<>> isn't it");
+        const U_UTF16String expected = Units(u"it''s \"a\" <<>>");
         for (const char16_t* left : {u"<<", u"i"})
         {
-            if (strip(left, u"it's \"a\" <<b>> isn't it") != expected)
+            if (strip(left, u"it's \"a\" <<b>>") != expected)
                 return 1;
         }
         return 0;
