@@ -14,6 +14,8 @@ namespace
 // that ends without death leaves it to its threads.
 PerThreadQuietStack* sQuietStack = nullptr;
 
+std::atomic<U_u64> sTables(0); // made so far
+
 PerThreadQuietStack& TheQuietStack()
 {
     if (!sQuietStack)
@@ -21,6 +23,10 @@ PerThreadQuietStack& TheQuietStack()
     return *sQuietStack;
 }
 } // namespace
+
+thread_local PerThreadQuietStack::Found PerThreadQuietStack::sFound = {0, nullptr};
+
+PerThreadQuietStack::PerThreadQuietStack() : mSerial(++sTables) {}
 
 PerThreadQuietStack::~PerThreadQuietStack()
 {
@@ -49,7 +55,7 @@ PerThreadQuietStack::Slot& PerThreadQuietStack::SlotAt(U_u32 index)
     return block->mSlots[index];
 }
 
-PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
+PerThreadQuietStack::Slot* PerThreadQuietStack::Search(U_u32 threadId)
 {
     U_u32 left = mCount;
     for (Block* block = &mFirst; block && left; block = block->mNext)
@@ -65,10 +71,16 @@ PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
     return nullptr;
 }
 
-PerThreadQuietStack::Slot& PerThreadQuietStack::FindOrClaim(U_u32 threadId)
+// A slot becomes a thread's by its own doing only.
+PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
 {
-    if (Slot* mine = Find(threadId))
-        return *mine;
+    if (sFound.mTable != mSerial)
+        sFound = {mSerial, Search(threadId)};
+    return sFound.mSlot;
+}
+
+PerThreadQuietStack::Slot& PerThreadQuietStack::Claim(U_u32 threadId)
+{
     // A slot that was handed out and isn't taken yet is anybody's.
     const U_u32 count = mCount;
     for (U_u32 index = 0; index < count; ++index)
@@ -89,7 +101,9 @@ PerThreadQuietStack::Slot& PerThreadQuietStack::FindOrClaim(U_u32 threadId)
 
 void PerThreadQuietStack::Push(U_u32 threadId, bool logs)
 {
-    Slot& slot = FindOrClaim(threadId);
+    Slot* const mine = Find(threadId);
+    Slot& slot = mine ? *mine : Claim(threadId);
+    sFound.mSlot = &slot;
     if (!slot.mLevels)
         slot.mLevels.emplace();
     slot.mLevels->push_back(logs && (slot.mLevels->empty() || slot.mLevels->back()));

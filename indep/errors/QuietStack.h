@@ -17,7 +17,7 @@
 class PerThreadQuietStack
 {
 public:
-    PerThreadQuietStack() = default;
+    PerThreadQuietStack();
     ~PerThreadQuietStack();
     PerThreadQuietStack(const PerThreadQuietStack&) = delete;
     PerThreadQuietStack& operator=(const PerThreadQuietStack&) = delete;
@@ -46,11 +46,23 @@ private:
         std::atomic<Block*> mNext{nullptr};
     };
 
+    // What a thread has found out about its slot, null if it has none, so that its
+    // reports needn't search the table: that is as long as there were threads.
+    struct Found
+    {
+        U_u64 mTable; // the serial number of the table
+        Slot* mSlot;
+    };
+
     static Block& NextOf(Block& block);
     Slot& SlotAt(U_u32 index);
+    Slot* Search(U_u32 threadId);
     Slot* Find(U_u32 threadId);
-    Slot& FindOrClaim(U_u32 threadId);
+    Slot& Claim(U_u32 threadId);
 
+    static thread_local Found sFound;
+
+    const U_u64 mSerial;          // no other table of the process has it
     std::atomic<U_u32> mCount{0}; // slots handed out
     Block mFirst;
 };
