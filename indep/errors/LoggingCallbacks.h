@@ -1,5 +1,4 @@
 // What the report path needs of the logging callbacks and the error count.
-// Exported so that it can be called without a report.
 
 #ifndef INDEP_ERRORS_LOGGINGCALLBACKS_H
 #define INDEP_ERRORS_LOGGINGCALLBACKS_H
@@ -9,9 +8,9 @@
 // Calls every callback, in the order of the slots. Returns the answer of the
 // last one; 0 without one, or without a good record, whose functions can't be
 // trusted. What a callback throws passes through.
-U_EXPORT U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity);
+U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity);
 
 // Returns 0, 2 for a damaged record, or 5889 for none.
-U_EXPORT U_Status Up_SetHowManyErrors(U_u32 count);
+U_Status Up_SetHowManyErrors(U_u32 count);
 
 #endif
