@@ -6,7 +6,10 @@
 // list. The parts of an identifier must not hold "{", "}", "|||" or "###", which
 // divide it: the first "}" would cut it short. Nor may the host's name hold
 // "|||" or "###", as it stands in front of each heading when a group is shown.
-// Any thread.
+// These marks are texts, too: where a translation has another one, what follows it
+// is taken from behind the whole of it, and one that it leaves empty is found nowhere.
+// Any thread. Without memory all of these throw std::bad_alloc, with some of their
+// outputs set, maybe.
 
 #ifndef U_GROUP_H
 #define U_GROUP_H
@@ -36,7 +39,7 @@ U_EXPORT void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16Stri
 // common: the identifier, with what stands in front of it and a blank before
 // each heading. Without an identifier, or with one whose braces aren't there in
 // this order, the text comes back as it is and *key stays; so it does for a null
-// key. key may be the text.
+// key. A "|||" outside the braces doesn't count. key may be the text.
 U_EXPORT U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* key);
 
 #endif

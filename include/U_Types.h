@@ -29,11 +29,24 @@ typedef unsigned long long U_u64;
 // be silent; a caller doesn't report it again.
 typedef U_i32 U_Status;
 
+// The library itself gives 1 to 4, 14 and 5889; the others are for the modules above
+// it. Up_NuloEnglishError (U_Report.h) has texts for 0 and 2 to 12.
 enum : U_Status
 {
-    U_Err_BadParameter = 3,
-    U_Err_OutOfMemory = 4,
-    U_Err_UnknownException = 14
+    U_Err_AlreadyTold = 1,        // the user has seen what failed: no further word
+    U_Err_DamagedGlobals = 2,     // somebody wrote over the library's record
+    U_Err_BadParameter = 3,       // or a verification that failed
+    U_Err_OutOfMemory = 4,        // also where a limit of the budget refuses
+    U_Err_Unimplemented = 5,      // nobody has written that yet
+    U_Err_BadResource = 6,        // one is missing or damaged
+    U_Err_HeaderOutOfDate = 7,    // the head of some data is of an older form
+    U_Err_UnsupportedHere = 8,    // the environment can't do that
+    U_Err_UnsupportedVersion = 9, // a document's, that is
+    U_Err_OutOfRange = 10,        // an internal value is
+    U_Err_BadDeath = 11,          // multiple or corrupted
+    U_Err_MultipleBirths = 12,    // while the library is alive
+    U_Err_UnknownException = 14,  // one that no translator knows
+    U_Err_NoGlobals = 5889        // the library isn't alive
 };
 
 // How grave a report is, one bit each: masks choose among them.

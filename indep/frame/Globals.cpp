@@ -11,9 +11,6 @@
 
 namespace
 {
-const U_Status kDamagedGlobals = 2;
-const U_Status kNoGlobals = 5889;
-
 // Indices of texts.
 const U_u32 kNoGlobalsText = 9;
 const U_u32 kDamagedGlobalsText = 11;
@@ -83,9 +80,9 @@ U_Status Up_ValidateGlobals(U_u16 code)
     if (!Globals())
     {
         Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kNoGlobalsText));
-        return kNoGlobals;
+        return U_Err_NoGlobals;
     }
     Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kDamagedGlobalsText));
     Up_MarkDying();
-    return kDamagedGlobals;
+    return U_Err_DamagedGlobals;
 }
