@@ -17,6 +17,7 @@
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DamagedRecord.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/Text.h"
 
@@ -44,6 +45,10 @@ U_Status Listen(void* refcon, U_u32, U_u16, const char* text)
         heard.mAction();
     return heard.mAnswer;
 }
+
+class Supplier : public kroview::pencart::SupplierInterface
+{
+};
 
 class Report : public BornLibrary
 {
@@ -191,9 +196,7 @@ TEST_F(Report, EverySeverityHasItsText)
         {5, "Test Hostinvalid severity code: text\n\n( 18 :: 52 )", 0x40, 4},
         {U_Sev_FATAL, "Test Host can\xE2\x80\x99t continue: text\n\n( 18 :: 52 )", 0x40, 4},
     };
-    class Supplier : public kroview::pencart::SupplierInterface
-    {
-    } supplier;
+    Supplier supplier;
     Up_SetInteract(kAll);
     for (const auto& one : kTexts)
     {
@@ -220,17 +223,6 @@ TEST_F(Report, ALocationOfNoneLeavesItsPlacesEmpty)
     U_ReportError(0, U_Sev_PROBLEM, Units(u"disk is full"));
     EXPECT_EQ(Logged(), Texts{"U_Sev_PROBLEM: Test Host error: disk is full\t"});
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: disk is full\n\n"});
-}
-
-TEST_F(Report, ProblemsAndFatalErrorsLogTheStack)
-{
-    U_ReportError(0, U_Sev_WARNING, Units(u"a"));
-    EXPECT_TRUE(mLog.Texts("StackCrawl").empty());
-    U_ReportError(0, U_Sev_PROBLEM, Units(u"b"));
-    ASSERT_EQ(mLog.Texts("StackCrawl").size(), 1u);
-    const std::string crawl = mLog.Texts("StackCrawl").front();
-    EXPECT_NE(crawl.find("LogTheStack_Test"), std::string::npos) << crawl;
-    EXPECT_NE(crawl.find("  (Line: "), std::string::npos) << crawl;
 }
 
 TEST_F(Report, ATranslationOrdersNameAndWord)
@@ -404,9 +396,7 @@ TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)
 
 TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
 {
-    class Supplier : public kroview::pencart::SupplierInterface
-    {
-    } supplier;
+    Supplier supplier;
     U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
     const struct
     {
@@ -427,6 +417,18 @@ TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
         U_ReportError(0, U_Sev_WARNING, Units(u"text"));
         EXPECT_EQ(mAlerts.All().size(), failure.boxes);
     }
+}
+
+TEST_F(Report, WithoutAHostsNameTheBoxesHaveTheirOwnTitles)
+{
+    Supplier supplier;
+    const ScDamagedRecord damaged(FindMagicNumbers().at(0));
+    U_ReportError(0, U_Sev_WARNING, Units(u"first"));
+    U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
+    U_ReportError(0, U_Sev_WARNING, Units(u"second"));
+    EXPECT_EQ(mAlerts.Texts(), (Texts{"first\n\n", "second\n\n"}));
+    EXPECT_FALSE(mAlerts.All()[0].hasTitle);
+    EXPECT_EQ(Narrow(mAlerts.All()[1].title), "Quillon");
 }
 
 TEST_F(Report, AnAlertEndsTheInputCaptureAndCopiesWithShift)

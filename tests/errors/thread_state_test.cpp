@@ -37,6 +37,7 @@ int FailuresWithoutMemory()
 {
     int failures = 0;
     char* shared = nullptr;
+    const LastError reader; // makes no buffer, or the next line but one finds it
     {
         const ScNoMemory noMemory;
         shared = Up_GetThreadLoggingBuffer();
