@@ -63,7 +63,8 @@ U_EXPORT void Up_SetInteract(U_u32 mask);
 U_EXPORT U_u32 Up_SetInteractTemp(U_u32 mask);
 
 // Takes a temporary mask away again, in whatever order; the mask in front of
-// the rest is in force then. An unknown id does nothing.
+// the rest is in force then. An unknown id does nothing, and the base mask can't be
+// taken away.
 U_EXPORT void Up_SetInteractTempComplete(U_u32 id);
 
 #endif

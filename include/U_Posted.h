@@ -14,8 +14,8 @@
 #include "U_Types.h"
 
 // While increments outnumber decrements, reports on the UI thread are posted
-// like those of other threads. A decrement too many, and both before birth and
-// after death, do nothing.
+// like those of other threads. A decrement too many takes the effect from the next
+// increment. Before birth and after death both do nothing.
 U_EXPORT void U_IncrementPostErrors();
 U_EXPORT void U_DecrementPostErrors();
 
@@ -24,9 +24,10 @@ U_EXPORT void U_DecrementPostErrors();
 // the user has dismissed the last; meanwhile others may post. For the UI thread;
 // nothing here insists, but then U_SetPencartValuesForUErrors mustn't run at the
 // same time. Death shows what is left.
-// A message that even the system's message box can't show stays posted. What is
-// neither an int nor a std::exception passes through, with what has not been shown
-// still posted.
+// A message that even the system's message box can't show stays posted, and why isn't
+// told. What is neither an int nor a std::exception passes through, with what has not
+// been shown still posted. Without the memory to put groups together their messages are
+// shown one by one as they were posted, with their identifiers.
 U_EXPORT void U_DisplayPostedErrors();
 
 // Enters a level of quiet mode, in which the calling thread's reports, fatal
@@ -59,9 +60,13 @@ U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 // shown as before the start, and the log and the callbacks hear it unless they did.
 // fallbackText, if not null, serves where the thread has no text. A thread without
 // any report repeats that text as a fatal error: the errors were other threads' and
-// must not be lost. async posts the repeat and leaves it out of the log, the counts
-// and the callbacks. Returns 0; 4 without memory; the code of a failed conversion;
-// 3, reported, for a null state.
+// must not be lost. The log hears of fallbackText in any case, the callbacks only if
+// the stretch kept its severity from them. async posts the repeat and leaves it out of
+// the log, the counts and the callbacks. Without memory for a mask of its own the
+// repeat is made behind the stretch, and the callbacks hear it once more. What is
+// neither an int nor a std::exception passes through, behind the end of the stretch.
+// Returns 0; 3, reported, for a null state; with async also 4 without memory or the
+// code of a failed conversion, and nothing is posted then.
 U_EXPORT U_Status U_DeferredReportingEnd(bool report, const char* fallbackText,
                                          U_DeferredState* state);
 U_EXPORT U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,

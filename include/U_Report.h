@@ -2,13 +2,16 @@
 // thread last reported.
 //
 // A report is a text with a severity and a location code (the module in the high
-// half, a place in it in the low half; 0 for none). It is logged, handed to the
-// logging callbacks and counted as the interaction mask says (U_Interact.h), and
-// then shown at once, or posted (U_Posted.h) if it comes from another thread than
-// the UI thread, belongs to a group, or alerts are held back. A thread that
-// reports while it is reporting, say in a logging callback, is ignored without a
-// trace. A message that can't be shown is posted; what is neither an int nor a
-// std::exception passes out of a report from whatever it calls.
+// half, a place in it in the low half; 0 for none). It is logged and handed to the
+// logging callbacks as the interaction mask says (U_Interact.h); it is counted
+// whatever the mask says, unless it is a detail or the thread is in quiet mode; and
+// then, if the mask says so, it is shown at once, or posted (U_Posted.h) if it comes
+// from another thread than the UI thread, belongs to a group, or alerts are held
+// back. A thread that reports while it is reporting, say in a logging callback, is
+// ignored without a trace. A message that can't be shown is posted. One that can't be
+// posted, for want of memory or outside the library's life, doesn't reach the user,
+// and nobody is told. What is neither an int nor a std::exception passes out of a
+// report from whatever it calls.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that
@@ -39,8 +42,11 @@ U_EXPORT U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U
 // return only when the user has dismissed the alert.
 U_EXPORT void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text);
 
-// Posts a text for the user, without log, callbacks and counts. Never throws an
-// int or a std::exception.
+// Posts a text for the user, without log, callbacks and counts. It is dropped without
+// a word if the mask doesn't show its severity, in quiet mode unless it is fatal,
+// while the very same message is the last that was shown (not on the UI thread), and
+// for want of memory or outside the library's life. Never throws an int or a
+// std::exception.
 U_EXPORT void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text);
 
 // Forgets which message was shown last: other threads may post it again.
@@ -81,13 +87,15 @@ U_EXPORT U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 co
                                         const char* text);
 
 // A text of the library's own in the current language, or in English while none
-// has been chosen; "[?]" for an unknown index. It stays until the library dies
+// has been chosen; "[?]" for an unknown index, and for a text that can't be looked
+// up for want of memory. It stays until the library dies
 // and isn't to be written to.
 U_EXPORT char* Up_String(U_u32 index);
 
 // Appends the meaning of a status code or of a system code to the text in the
 // thread logging buffer, in the place of a full stop. A code without a text
-// appears as a number. What doesn't fit is cut at a character.
+// appears as a number. The meaning of a status code gives up its own full stop, too:
+// the message ends in one. What doesn't fit is cut at a character.
 U_EXPORT void Up_NuloEnglishError(U_u32 code);
 U_EXPORT void Up_SysEnglishError(U_i32 code);
 

@@ -48,8 +48,8 @@ void LogFragmentation(U_u64 size)
     U_u64 largest = 0;
     U_u64 used = 0;
     U_GetMemoryStat(U_MemStat_LargestBlock, &largest);
-    U_GetMemoryStat(U_MemStat_InUse, &used);
     const U_u64 installed = krobase::utility::TotalPhysicalMemory();
+    U_GetMemoryStat(U_MemStat_InUse, &used);
     WRIL_sprintf(0, "U", "POSS_FRAGMENTATION",
                  "maxblock:%llu request:%llu installed:%llu used:%llu", largest, size, installed,
                  used);

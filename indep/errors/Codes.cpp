@@ -1,4 +1,4 @@
-// Status codes and system codes in words.
+#include "indep/errors/Codes.h"
 
 #include <cstdio>
 #include <cstring>
@@ -92,26 +92,34 @@ struct Message
 };
 } // namespace
 
-void Up_NuloEnglishError(U_u32 code)
+void AppendStatusText(U_u32 code, char* buffer)
 {
-    char* const buffer = Up_GetThreadLoggingBuffer();
     const Message text(buffer);
+    const char* const known = ReasonOf(IndexOfStatus(code));
     // The message ends in a full stop, which the reason may bring, too.
-    Message reason(ReasonOf(IndexOfStatus(code)));
-    const char* const separator =
-        *reason.mText && *text.mText ? Up_StringOrEnglish(kSeparator) : "";
-    if (!*reason.mText)
+    Message reason(known);
+    if (!*known)
         std::snprintf(reason.mText, sizeof(reason.mText), " (%x)", code);
+    const char* const separator = *known && *text.mText ? Up_StringOrEnglish(kSeparator) : "";
     Up_FormatString(buffer, U_ReportTextSize, kTextAndReason, text.mText, separator, reason.mText);
 }
 
-void Up_SysEnglishError(U_i32 code)
+void AppendSystemText(U_i32 code, char* buffer)
 {
-    char* const buffer = Up_GetThreadLoggingBuffer();
     const Message text(buffer);
     const char* const reason = ReasonOf(IndexOfSystemCode(code));
     if (*reason)
         Up_FormatString(buffer, U_ReportTextSize, kTextReasonAndCode, text.mText, reason, code);
     else
         Up_FormatString(buffer, U_ReportTextSize, kTextAndCode, text.mText, code);
+}
+
+void Up_NuloEnglishError(U_u32 code)
+{
+    AppendStatusText(code, Up_GetThreadLoggingBuffer());
+}
+
+void Up_SysEnglishError(U_i32 code)
+{
+    AppendSystemText(code, Up_GetThreadLoggingBuffer());
 }

@@ -1,5 +1,6 @@
 #include "indep/errors/Compose.h"
 
+#include <cstring>
 #include <new>
 
 #include <krobase/format.h>
@@ -67,7 +68,8 @@ const U_UTF16String& ComposedText::Get()
 
 HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
 {
-    U_CopyString(mIsKnown ? Globals()->mName : "", sizeof(mText), mText);
+    const char* const name = mIsKnown ? Globals()->mName : "";
+    U_CopyStringLen(name, strnlen(name, sizeof(mText)), sizeof(mText), mText);
 }
 
 LocationText::LocationText(U_u32 location)

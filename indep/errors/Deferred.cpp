@@ -44,17 +44,19 @@ void Forget(const U_DeferredState& state)
 }
 
 // For the repeat of a report: shows as before the stretch, and calls back only
-// what the stretch kept from the callbacks. Without memory the mask of the stretch
-// stays in force.
+// what the stretch kept from the callbacks.
 class ScRepeatMask
 {
 public:
-    ScRepeatMask(U_u32 maskBefore, U_u32 maskOfStretch)
+    ScRepeatMask(const U_DeferredState& state, U_u32 maskOfStretch)
     {
-        Guarded([&] {
-            mId = Up_SetInteractTemp((maskBefore & kDisplayBits) |
-                                     (maskBefore & kLogBits & ~maskOfStretch));
+        const U_Status failure = Guarded([&] {
+            mId = Up_SetInteractTemp((state.mSavedInteract & kDisplayBits) |
+                                     (state.mSavedInteract & kLogBits & ~maskOfStretch));
         });
+        // Without memory the stretch ends before the repeat, which its mask would hide.
+        if (failure)
+            Up_SetInteractTempComplete(state.mTempId);
     }
 
     ~ScRepeatMask() { Up_SetInteractTempComplete(mId); }
@@ -65,31 +67,59 @@ private:
     U_u32 mId = 0;
 };
 
+// What a stretch reports at its end.
+struct Latest
+{
+    explicit Latest(const char* fallbackText)
+    {
+        U_GetLastError(mText, &mSeverity, &mLocation, nullptr);
+        mIsOwn = mSeverity && *mText;
+        if (!mSeverity)
+            mSeverity = U_Sev_FATAL; // what text there is isn't that of the others' errors
+        if (!mIsOwn)
+            U_CopyString(fallbackText ? fallbackText : kNoText, sizeof(mText), mText);
+    }
+
+    char mText[U_ReportTextSize];
+    U_u16 mSeverity = 0;
+    U_u32 mLocation = 0;
+    bool mIsOwn; // the thread has reported it
+};
+
 void RepeatLatest(bool async, const char* fallbackText, const U_DeferredState& state)
 {
     const U_u32 maskOfStretch = Up_GetInteract();
-    const ScRepeatMask mask(state.mSavedInteract, maskOfStretch);
-    char text[U_ReportTextSize];
-    U_u16 severity = 0;
-    U_u32 location = 0;
-    U_GetLastError(text, &severity, &location, nullptr);
-    if (!severity)
-    {
-        // The errors were other threads': what text there is isn't theirs.
-        severity = U_Sev_FATAL;
-        *text = 0;
-    }
-    if (!*text)
-        U_CopyString(fallbackText ? fallbackText : kNoText, sizeof(text), text);
+    const Latest latest(fallbackText); // before memory runs out, which is a report, too
+    const ScRepeatMask mask(state, maskOfStretch);
     if (async)
     {
-        U_AsyncReport(location, severity, U_MBToUTF16String(text));
+        U_AsyncReport(latest.mLocation, latest.mSeverity, U_MBToUTF16String(latest.mText));
         return;
     }
-    Up_SetThreadLastError(0);
-    U_CopyString(text, sizeof(text), Up_GetThreadLoggingBuffer());
-    Up_RepeatReport(location, severity, (maskOfStretch | maskOfStretch >> 16) & severity);
+    const bool isLogged =
+        latest.mIsOwn && ((maskOfStretch | maskOfStretch >> 16) & latest.mSeverity);
+    Up_RepeatReport(latest.mLocation, latest.mSeverity, latest.mText, isLogged);
 }
+
+// The last steps of a stretch, whatever passes out of the repeat.
+class ScLastSteps
+{
+public:
+    explicit ScLastSteps(U_DeferredState& state) : mState(state) {}
+
+    ~ScLastSteps()
+    {
+        Up_SetInteractTempComplete(mState.mTempId);
+        U_FreePtr(mState.mSavedMessage);
+        mState.mSavedMessage = nullptr;
+    }
+
+    ScLastSteps(const ScLastSteps&) = delete;
+    ScLastSteps& operator=(const ScLastSteps&) = delete;
+
+private:
+    U_DeferredState& mState;
+};
 } // namespace
 
 U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state)
@@ -118,15 +148,12 @@ U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallba
 {
     if (!state)
         return RefuseArgument(kNoState);
-    const U_Status result = Guarded([&] {
+    const ScLastSteps lastSteps(*state);
+    return Guarded([&] {
         U_u32 count = state->mErrorCount;
         if (!report)
             Forget(*state);
         else if (state->mTempId && U_GetHowManyErrors(&count) == 0 && count != state->mErrorCount)
             RepeatLatest(async, fallbackText, *state);
     });
-    Up_SetInteractTempComplete(state->mTempId);
-    U_FreePtr(state->mSavedMessage);
-    state->mSavedMessage = nullptr;
-    return result;
 }

@@ -1,5 +1,9 @@
 #include "U_Group.h"
 
+#include <algorithm>
+#include <cstring>
+#include <exception>
+
 #include <krobase/format.h>
 
 #include "U_ZString.h"
@@ -19,6 +23,22 @@ const char kDefaultCountLabel[] = "$$$/QX/U/DisplayPostedErrors/Errors=Errors:";
 size_t Find(const U_UTF16String& text, const U_UTF16String& marker, size_t from = 0)
 {
     return marker.empty() ? kNowhere : text.find(marker, from);
+}
+
+// Without memory for the tag of the language the English one is looked for: a text
+// with a tag isn't for the user's eyes.
+size_t FindGroupTag(const U_UTF16String& text)
+{
+    try
+    {
+        return Find(text, KeptText(kGroupTag));
+    }
+    catch (const std::exception&)
+    {
+        const char* const tag = std::strchr(kGroupTag, '=') + 1;
+        const auto at = std::search(text.begin(), text.end(), tag, tag + std::strlen(tag));
+        return at == text.end() ? kNowhere : static_cast<size_t>(at - text.begin());
+    }
 }
 
 // A text and what stands behind the first separator in it.
@@ -104,7 +124,7 @@ U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16Strin
 
 bool Up_HasGroupTag(const U_UTF16String& text, size_t* position)
 {
-    const size_t at = Find(text, KeptText(kGroupTag));
+    const size_t at = FindGroupTag(text);
     if (at == kNowhere)
         return false;
     if (position)

@@ -5,9 +5,8 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <quiet_new.h>
-
 #include "U_Interact.h"
+#include "indep/frame/Immortal.h"
 
 namespace
 {
@@ -47,11 +46,9 @@ U_u32 NextTemporaryId(Interaction& interaction)
     return interaction.mNextTemporaryId++;
 }
 
-// Never destroyed: threads may report until the process is gone.
 Interaction& TheInteraction()
 {
-    static Interaction& sInteraction = platform::NewImmortal<Interaction>();
-    return sInteraction;
+    return Immortal<Interaction>();
 }
 } // namespace
 

@@ -1,12 +1,10 @@
 #include "indep/errors/PostedErrors.h"
 
-#include <atomic>
+#include <exception>
 #include <optional>
 
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
-
-#include <quiet_new.h>
 
 #include "U_Posted.h"
 #include "U_Report.h"
@@ -15,6 +13,7 @@
 #include "indep/errors/Show.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Immortal.h"
 
 namespace
 {
@@ -28,8 +27,7 @@ struct Reported
     U_UTF16String mText;
 };
 
-// Never destroyed: threads may report until the process is gone. The lock is
-// held to compare, append and move only.
+// The lock is held to compare, append and move only.
 struct Posted
 {
     boost::mutex mLock;                  // guards the rest
@@ -39,8 +37,7 @@ struct Posted
 
 Posted& ThePosted()
 {
-    static Posted& sPosted = platform::NewImmortal<Posted>();
-    return sPosted;
+    return Immortal<Posted>();
 }
 
 // Looks for a while before it sleeps: the list is held for less than a sleep takes.
@@ -114,18 +111,32 @@ public:
         while (!mErrors.empty())
         {
             // One that can't be shown mustn't keep the others from the user.
-            if (Guarded([&] { Show(mErrors.front()); }))
-                mFailed.splice(mFailed.end(), mErrors, mErrors.begin());
-            else
+            if (IsShown(mErrors.front()))
                 mErrors.pop_front();
+            else
+                mFailed.splice(mFailed.end(), mErrors, mErrors.begin());
         }
     }
 
 private:
-    static void Show(const Up_PostedError& error)
+    // Why it isn't shown is reported by nobody: as long as nothing can be shown, each
+    // try would post one message more for each that waits.
+    static bool IsShown(const Up_PostedError& error)
     {
-        Up_ShowMessage(error.mLocation, error.mSeverity, error.mText,
-                       error.mCoalesced ? kGroupedSizeHint : 0);
+        try
+        {
+            Up_ShowMessage(error.mLocation, error.mSeverity, error.mText,
+                           error.mCoalesced ? kGroupedSizeHint : 0);
+            return true;
+        }
+        catch (int)
+        {
+            return false;
+        }
+        catch (const std::exception&)
+        {
+            return false;
+        }
     }
 
     PostedErrors& mErrors;
@@ -186,14 +197,8 @@ void U_IncrementPostErrors()
 
 void U_DecrementPostErrors()
 {
-    if (!Up_GlobalsAreGood())
-        return;
-    // One too many mustn't hold alerts back for ever.
-    std::atomic<U_u32>& count = Globals()->mPostErrors;
-    U_u32 before = count;
-    while (before && !count.compare_exchange_weak(before, before - 1))
-    {
-    }
+    if (Up_GlobalsAreGood())
+        Globals()->mPostErrors.fetch_sub(1);
 }
 
 void U_DisplayPostedErrors()

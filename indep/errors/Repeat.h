@@ -5,7 +5,7 @@
 
 #include "U_Types.h"
 
-// As Up_ReportError. isLogged says that the log has had its line already.
-U_Status Up_RepeatReport(U_u32 location, U_u16 severity, bool isLogged);
+// As Up_ReportErrString. isLogged says that the log has had its line already.
+U_Status Up_RepeatReport(U_u32 location, U_u16 severity, const char* text, bool isLogged);
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "U_Encoding.h"
 #include "U_String.h"
+#include "indep/errors/Codes.h"
 #include "indep/errors/Group.h"
 #include "indep/errors/QuietStack.h"
 #include "indep/errors/Repeat.h"
@@ -26,17 +27,13 @@ bool IsReporting()
     return flag && flag->mEntered;
 }
 
-void PutIntoLoggingBuffer(const char* text)
+// Returns the thread logging buffer, which the report goes on with: asked for once
+// more, it may be another one, when there is memory again.
+char* PutIntoLoggingBuffer(const char* text)
 {
-    U_CopyString(text ? text : "", U_ReportTextSize, Up_GetThreadLoggingBuffer());
-}
-
-// Without memory to tell, a text is on its own.
-bool IsGrouped(const U_UTF16String& text)
-{
-    bool grouped = false;
-    Guarded([&] { grouped = Up_HasGroupTag(text); });
-    return grouped;
+    char* const buffer = Up_GetThreadLoggingBuffer();
+    U_CopyString(text ? text : "", U_ReportTextSize, buffer);
+    return buffer;
 }
 
 enum LogLine
@@ -67,15 +64,23 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
         report.Display(grouped);
 }
 
-U_Status SendBuffer(U_u32 location, U_u16 severity, LogLine line)
+U_Status SendBuffer(U_u32 location, U_u16 severity, const char* buffer, LogLine line)
 {
     return Guarded([&] {
-        const U_UTF16String text = U_MBToUTF16String(Up_GetThreadLoggingBuffer());
-        SendReport(location, severity, text, IsGrouped(text), line);
+        const U_UTF16String text = U_MBToUTF16String(buffer);
+        SendReport(location, severity, text, Up_HasGroupTag(text), line);
     });
 }
 
-// append puts the code's meaning behind the text.
+U_Status SendText(U_u32 location, U_u16 severity, const char* text, LogLine line)
+{
+    if (IsReporting())
+        return 0;
+    Up_SetThreadLastError(0);
+    return SendBuffer(location, severity, PutIntoLoggingBuffer(text), line);
+}
+
+// append puts the code's meaning behind the text in the buffer it is given.
 template <class Append>
 U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* text, Append append)
 {
@@ -85,9 +90,9 @@ U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* 
     Up_SetThreadLastError(code);
     if (!code)
         return 0;
-    PutIntoLoggingBuffer(text);
-    append();
-    Up_ReportError(location, severity);
+    char* const buffer = PutIntoLoggingBuffer(text);
+    append(buffer);
+    SendBuffer(location, severity, buffer, kLogLine);
     Up_SetThreadLastError(code);
     return status;
 }
@@ -102,9 +107,10 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     if (IsReporting())
         return;
-    PutIntoLoggingBuffer("");
-    Guarded([&] { PutIntoLoggingBuffer(U_UTF16ToMBString(text, false).c_str()); });
-    Up_Report16(location, severity, text, IsGrouped(text));
+    char* const buffer = PutIntoLoggingBuffer("");
+    Guarded(
+        [&] { U_CopyString(U_UTF16ToMBString(text, false).c_str(), U_ReportTextSize, buffer); });
+    Up_Report16(location, severity, text, Up_HasGroupTag(text));
 }
 
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
@@ -118,30 +124,27 @@ void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
 
 U_Status Up_ReportError(U_u32 location, U_u16 severity)
 {
-    return SendBuffer(location, severity, kLogLine);
+    return SendBuffer(location, severity, Up_GetThreadLoggingBuffer(), kLogLine);
 }
 
-U_Status Up_RepeatReport(U_u32 location, U_u16 severity, bool isLogged)
+U_Status Up_RepeatReport(U_u32 location, U_u16 severity, const char* text, bool isLogged)
 {
-    return SendBuffer(location, severity, isLogged ? kNoLogLine : kLogLine);
+    return SendText(location, severity, text, isLogged ? kNoLogLine : kLogLine);
 }
 
 U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text)
 {
-    if (IsReporting())
-        return 0;
-    Up_SetThreadLastError(0);
-    PutIntoLoggingBuffer(text);
-    return Up_ReportError(location, severity);
+    return SendText(location, severity, text, kLogLine);
 }
 
 U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 code, const char* text)
 {
-    return ReportWithCode(location, severity, code, text, [&] { Up_NuloEnglishError(code); });
+    return ReportWithCode(location, severity, code, text,
+                          [&](char* buffer) { AppendStatusText(code, buffer); });
 }
 
 U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code, const char* text)
 {
     return ReportWithCode(location, severity, static_cast<U_u32>(code), text,
-                          [&] { Up_SysEnglishError(code); });
+                          [&](char* buffer) { AppendSystemText(code, buffer); });
 }

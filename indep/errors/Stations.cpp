@@ -70,7 +70,7 @@ void Report::CallBack()
 
 bool Report::MayShowNow(bool grouped) const
 {
-    const bool heldBack = Up_GlobalsAreGood() && Globals()->mPostErrors;
+    const bool heldBack = Up_GlobalsAreGood() && static_cast<U_i32>(Globals()->mPostErrors) > 0;
     return U_IsOnUIThread() && !heldBack && !grouped;
 }
 
@@ -87,8 +87,11 @@ void Report::Display(bool grouped)
         return;
     if (mSeverity == U_Sev_LEAK && U_Die())
         return;
-    if (!MayShowNow(grouped) && (Post() == 0 || !U_IsOnUIThread()))
+    if (!MayShowNow(grouped))
+    {
+        Post();
         return;
+    }
     try
     {
         ShowNow();

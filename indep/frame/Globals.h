@@ -30,7 +30,7 @@ struct U_Globals
     char mApart[kCacheLine]; // each report writes the count; all read what stands around it
     std::atomic<U_u32> mErrorCount;
     char mApartToo[kCacheLine];
-    std::atomic<U_u32> mPostErrors;
+    std::atomic<U_u32> mPostErrors; // read as signed: decrements may come first
     U_u32 mMagicTail;
 };
 

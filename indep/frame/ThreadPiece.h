@@ -5,13 +5,12 @@
 
 #include <exception>
 #include <memory>
-#include <new>
 
 #include <boost/thread/tss.hpp>
 
-// The calling thread's piece of one type; it goes when the thread ends. The
-// slots themselves are never destroyed: threads may report until the process
-// is gone.
+#include "indep/frame/Immortal.h"
+
+// The calling thread's piece of one type; it goes when the thread ends.
 template <class Piece> class ThreadPiece
 {
 public:
@@ -32,20 +31,14 @@ public:
         }
         catch (const std::exception&)
         {
-            return nullptr;
+            return Find(); // whoever was told of the failure may have made it
         }
     }
 
 private:
     typedef boost::thread_specific_ptr<Piece> SlotType;
 
-    // In storage of its own, so that asking takes no memory.
-    static SlotType& Slot()
-    {
-        alignas(SlotType) static unsigned char storage[sizeof(SlotType)];
-        static SlotType& slot = *new (storage) SlotType;
-        return slot;
-    }
+    static SlotType& Slot() { return Immortal<SlotType>(); }
 };
 
 // Marks a stretch that a thread isn't to enter a second time. Flag is a type of

@@ -246,6 +246,12 @@ TEST_F(Codes, TranslationsMayRewordAMessage)
     EXPECT_EQ(WithSystemCode("a.", -1), "Fehler bei a: -1");
 }
 
+TEST_F(Codes, AReasonOfAFullStopIsAReason)
+{
+    Translate({{kOutOfMemory, u"."}});
+    EXPECT_EQ(WithStatus("a", 4), "a \x97 .");
+}
+
 TEST_F(Codes, ATranslationWithOtherFieldsIsPassedOver)
 {
     const char* const kFormats[] = {"",        "%s",       "%s%s",    "%s%s%s%s",

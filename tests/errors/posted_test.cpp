@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <set>
+#include <stdexcept>
 #include <thread>
 
 #include <boost/thread/barrier.hpp>
@@ -21,6 +22,18 @@ namespace
 typedef std::vector<std::string> Texts;
 
 const U_u32 kLocation = 0x120034;
+const U_u32 kLogOnly = 0xFFFF0000;
+
+U_Status CountCall(void* refcon, U_u32, U_u16, const char*)
+{
+    ++*static_cast<int*>(refcon);
+    return 0;
+}
+
+U_Status ThrowForeign(void*, U_u32, U_u16, const char*)
+{
+    throw std::string("nobody's");
+}
 
 class Posted : public BornLibrary
 {
@@ -119,6 +132,42 @@ TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
     mAlerts.mWhileUp = nullptr;
     EXPECT_EQ(Displayed(), (Texts{"first", "fourth"}));
     EXPECT_EQ(Displayed(), Texts());
+}
+
+TEST_F(Posted, WhatCannotBeShownIsNotMultiplied)
+{
+    const Texts kWaiting = {"first", "second", "third"};
+    for (const char16_t* text : {u"first", u"second", u"third"})
+        FromWorker(U_Sev_MESSAGE, text);
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::runtime_error("no screen"); };
+    for (int round = 0; round < 5; ++round)
+        EXPECT_EQ(Displayed(), kWaiting);
+    mAlerts.mWhileUp = nullptr;
+    EXPECT_EQ(Displayed(), kWaiting);
+}
+
+TEST_F(Posted, DecrementsMayComeFirst)
+{
+    U_DecrementPostErrors();
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"after a decrement"));
+    U_IncrementPostErrors();
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"even"));
+    EXPECT_EQ(mAlerts.Texts(), (Texts{"after a decrement", "even"}));
+    U_IncrementPostErrors();
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"held back"));
+    EXPECT_EQ(mAlerts.Texts().size(), 2u);
+    U_DecrementPostErrors();
+    EXPECT_EQ(Displayed(), Texts{"held back"});
+}
+
+TEST_F(Posted, TheTagInABufferAndTheFlagOfAReportPost)
+{
+    Up_ReportErrString(0, U_Sev_MESSAGE, "Grouped_Message_{Many|||One}a");
+    Up_Report16(0, U_Sev_MESSAGE, Units(u"flagged"), true);
+    EXPECT_EQ(mAlerts.Texts(), Texts());
+    EXPECT_EQ(Displayed(), (Texts{"flagged", " One\r\n\r\na"}));
+    Up_Report16(0, U_Sev_MESSAGE, Units(u"Grouped_Message_{One}b"), false);
+    EXPECT_EQ(mAlerts.Texts().back(), "Grouped_Message_{One}b");
 }
 
 TEST_F(Posted, AGroupIsOneNumberedAlertBehindTheOthers)
@@ -310,7 +359,7 @@ TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
     EXPECT_EQ(mAlerts.Texts(), Texts());
 
     mLog.Clear();
-    ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0); // logged, not shown
+    ASSERT_EQ(U_DeferredReportingStart(kLogOnly, &state), 0);
     U_ReportError(kLocation, U_Sev_WARNING, Units(u"repeated"));
     EXPECT_EQ(mAlerts.Texts(), Texts());
     EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
@@ -318,6 +367,35 @@ TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
     EXPECT_EQ(Count(), before + 2);
     EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), 1u);
     EXPECT_EQ(Up_GetInteract(), mask);
+}
+
+TEST_F(Posted, CallbacksHearOfADeferredErrorOnce)
+{
+    int heard = 0;
+    ASSERT_EQ(U_AddLoggingCallback(&CountCall, &heard), 0);
+    for (U_u32 mask : {kLogOnly, 0u})
+    {
+        heard = 0;
+        U_DeferredState state;
+        ASSERT_EQ(U_DeferredReportingStart(mask, &state), 0);
+        U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
+        EXPECT_EQ(heard, mask == kLogOnly);
+        EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
+        EXPECT_EQ(heard, 1);
+    }
+}
+
+TEST_F(Posted, WhateverPassesOutOfARepeatTheStretchEnds)
+{
+    U_ReportError(0, U_Sev_INFO, Units(u"before")); // makes a message to be saved
+    const U_u32 mask = Up_GetInteract();
+    U_DeferredState state;
+    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+    U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
+    ASSERT_EQ(U_AddLoggingCallback(&ThrowForeign, nullptr), 0);
+    EXPECT_THROW(U_DeferredReportingEnd(true, nullptr, &state), std::string);
+    EXPECT_EQ(Up_GetInteract(), mask);
+    EXPECT_EQ(state.mSavedMessage, nullptr);
 }
 
 TEST_F(Posted, ADeferredStretchMayRepeatAsynchronously)
@@ -335,22 +413,26 @@ TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
 {
     const struct
     {
+        U_u32 mask;
         const char* fallback;
         const char* text;
     } kEnds[] = {
-        {"can't render", "can't render"},
-        {nullptr, "missing deferred error information."},
+        {0, "can't render", "can't render"},
+        {0, nullptr, "missing deferred error information."},
+        {kLogOnly, "can't save", "can't save"}, // the warning was logged, this wasn't
     };
     for (const auto& end : kEnds)
     {
         std::thread([&] {
             U_DeferredState state;
-            ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+            ASSERT_EQ(U_DeferredReportingStart(end.mask, &state), 0);
             FromWorker(U_Sev_WARNING, u"unseen");
             EXPECT_EQ(U_DeferredReportingEnd(true, end.fallback, &state), 0);
         }).join();
-        EXPECT_EQ(Displayed(),
-                  Texts{std::string("Test Host can\xE2\x80\x99t continue: ") + end.text + "\n\n"});
+        const std::string text = std::string("Test Host can\xE2\x80\x99t continue: ") + end.text;
+        EXPECT_EQ(Displayed(), Texts{text + "\n\n"});
+        EXPECT_EQ(mLog.Texts("U_Sev_FATAL"), Texts{text + "\t"});
+        mLog.Clear();
     }
 }
 

@@ -1,6 +1,11 @@
 // What reports do when memory is out, also within themselves, and the road of
 // one request from an allocation to the user.
 
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <stdexcept>
+#include <string>
 #include <thread>
 
 #include <control.h>
@@ -17,6 +22,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/FreshThread.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -89,20 +95,97 @@ TEST_F(ReportFaults, GroupedErrorsAreShownWhicheverAllocationFailsWhileTheyAre)
     U_DisplayPostedErrors();
 }
 
-TEST_F(ReportFaults, HeldBackAnErrorIsPostedOnceOrDropped)
+TEST_F(ReportFaults, HeldBackOrOfAGroupAnErrorIsPostedOnceOrDropped)
 {
     const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
-    int dropped = 0;
-    U_IncrementPostErrors();
-    FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); },
-                [&](long nth) {
-                    U_DisplayPostedErrors();
-                    EXPECT_LE(mShown, 1) << nth;
-                    dropped += mShown == 0;
-                    mShown = 0;
-                });
-    U_DecrementPostErrors();
-    EXPECT_LE(dropped, 3); // the entry and its place on the list
+    const U_UTF16String grouped = U_GroupErrorMessage(text, Units(u"Files can't be read"));
+    for (const U_UTF16String& posted : {text, grouped})
+    {
+        int dropped = 0;
+        if (posted == text)
+            U_IncrementPostErrors();
+        FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, posted); },
+                    [&](long nth) {
+                        EXPECT_EQ(mShown, 0) << nth; // none was shown at once
+                        U_DisplayPostedErrors();
+                        EXPECT_LE(mShown, 1) << nth;
+                        dropped += mShown == 0;
+                        mShown = 0;
+                    });
+        if (posted == text)
+            U_DecrementPostErrors();
+        EXPECT_LE(dropped, 3); // the entry and its place on the list
+    }
+}
+
+TEST_F(ReportFaults, ADeferredErrorIsRepeatedWhicheverAllocationFails)
+{
+    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
+    const U_u32 mask = Up_GetInteract();
+    U_DeferredState state;
+    const auto deferOne = [&] {
+        mShown = 0;
+        ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
+        U_ReportError(kLocation, U_Sev_PROBLEM, text);
+    };
+    deferOne();
+    int lost = 0;
+    const long points =
+        FailEachNew([&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); },
+                    [&](long nth) {
+                        EXPECT_EQ(Up_GetInteract(), mask) << nth;
+                        U_DisplayPostedErrors();
+                        EXPECT_LE(mShown, 1) << nth;
+                        lost += mShown == 0;
+                        deferOne();
+                    });
+    EXPECT_GT(points, 10);
+    EXPECT_LE(lost, 1); // the text, which comes from a buffer
+    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
+}
+
+// What a thread keeps is made on its first report, on a main thread also by the report
+// that memory has run out.
+TEST_F(ReportFaults, AThreadsFirstTextIsToldWholeWhicheverAllocationFails)
+{
+    static int whole;
+    static int outOfMemory;
+    static int others;
+    const U_LoggingCallback listen = [](void*, U_u32, U_u16, const char* text) {
+        if (std::strstr(text, "what the caller did -- a bad parameter was passed."))
+            ++whole;
+        else if (std::strstr(text, "Out of memory. ("))
+            ++outOfMemory;
+        else
+            others += *text != 0; // empty without memory to convert it
+        return 0;
+    };
+    ASSERT_EQ(U_AddLoggingCallback(listen, nullptr), 0);
+    for (bool isMain : {false, true})
+    {
+        bool failed = true;
+        for (long nth = 1; failed; ++nth)
+        {
+            SCOPED_TRACE(nth);
+            whole = outOfMemory = others = 0;
+            OnFreshThread([&] {
+                if (isMain)
+                    U_RegisterMainThread();
+                {
+                    const ScFailingNew failing(nth);
+                    Up_ReportNuloErrString(0, U_Sev_WARNING, 3, "what the caller did.");
+                    failed = failing.HasFailed();
+                }
+                if (isMain)
+                    U_DeregisterMainThread();
+            });
+            EXPECT_LE(whole, 1);
+            EXPECT_LE(outOfMemory, isMain);
+            EXPECT_EQ(others, 0);
+        }
+        EXPECT_EQ(whole, 1);
+    }
+    U_DisplayPostedErrors();
 }
 
 TEST_F(ReportFaults, AnAllocationThatFailsIsReportedWhicheverAllocationFails)
@@ -165,6 +248,30 @@ TEST_F(AllocFailure, AFailureInsideItsReportOnlyLeavesALine)
     EXPECT_EQ(mAlerts.All().size(), 2u);
 }
 
+TEST_F(AllocFailure, WhateverACallbackDoesTheAllocationJustFails)
+{
+    static std::function<U_Status()> answer;
+    ASSERT_EQ(
+        U_AddLoggingCallback([](void*, U_u32, U_u16, const char*) { return answer(); }, nullptr),
+        0);
+    const std::function<U_Status()> kAnswers[] = {
+        [] { return 5; },
+        []() -> U_Status { throw 5; },
+        []() -> U_Status { throw std::runtime_error("broken"); },
+        []() -> U_Status { throw std::string("nobody's"); },
+    };
+    for (const auto& one : kAnswers)
+    {
+        answer = one;
+        EXPECT_EQ(U_AllocatePtr(0, "frame", 3 * kMiB), nullptr);
+        answer = [] { return 0; };
+        mAlerts.Clear();
+        EXPECT_EQ(U_AllocatePtr(0, "next", 3 * kMiB), nullptr);
+        EXPECT_EQ(mAlerts.All().size(), 1u); // as any other
+    }
+    EXPECT_EQ(mLog.Texts("POSS_FRAGMENTATION"), Texts()); // it was the budget that refused
+}
+
 // A render thread asks for a block that the heap refuses for good, the host
 // purges until nothing is left to purge, and the sentence reaches the user on
 // the UI thread in their language, before a group of other errors.
@@ -202,7 +309,12 @@ TEST_F(AllocFailure, TheRoadOfOneRequest)
         "ALLOC_OP_FAILED: Fragmentation or other resource constraint\treqsize Kb:1024";
     Texts lines = mLog.Texts();
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.back().compare(0, 28, "POSS_FRAGMENTATION: maxblock"), 0) << lines.back();
+    unsigned long long largest = 0;
+    EXPECT_EQ(std::sscanf(lines.back().c_str(), "POSS_FRAGMENTATION: maxblock:%llu", &largest), 1);
+    EXPECT_GT(largest, kMiB);
+    EXPECT_EQ(lines.back(), "POSS_FRAGMENTATION: maxblock:" + std::to_string(largest) +
+                                " request:1048576 installed:" + std::to_string(kPhysicalMemory) +
+                                " used:" + used);
     lines.pop_back();
     EXPECT_EQ(lines, (Texts{"MEM: Amount Requested above tracked usage thresh. used:\t" + used +
                                 "\trequest:\t" + wanted + "\tthresh:" + used,
