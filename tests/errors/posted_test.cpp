@@ -303,6 +303,7 @@ TEST_F(Posted, QuietModeIsOneThreadsAndUnbalancedEndsAreReported)
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               Texts{"Test Host error: internal verification failure, sorry! "
                     "{Unbalanced U_EndQuietErrorsOnCurrentThread() (2)}\t"});
+    U_StartQuietErrorsOnCurrentThread(false); // goes with this life
     EXPECT_EQ(U_Death(), 0);
     mAlerts.Clear();
     EXPECT_EQ(U_StartQuietErrorsOnCurrentThread(false), 3);
@@ -310,6 +311,7 @@ TEST_F(Posted, QuietModeIsOneThreadsAndUnbalancedEndsAreReported)
     EXPECT_EQ(mAlerts.Texts(), Texts(2, "internal verification failure, sorry! "
                                         "{Per thread quiet data not set up yet!}\n\n"));
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+    EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
 }
 
 TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)

@@ -148,42 +148,75 @@ TEST_F(ReportFaults, ADeferredErrorIsRepeatedWhicheverAllocationFails)
 // that memory has run out.
 TEST_F(ReportFaults, AThreadsFirstTextIsToldWholeWhicheverAllocationFails)
 {
+    struct Row
+    {
+        void (*report)();
+        bool isOnMainThread;
+        const char* text;
+    };
+    const auto report = [] { Up_ReportErrString(0, U_Sev_WARNING, "what the caller did."); };
+    const auto reportCode = [] { Up_ReportNuloErrString(0, U_Sev_WARNING, 3, "the caller did."); };
+    const char kWithCode[] = "the caller did -- a bad parameter was passed.";
+    static const char* text;
     static int whole;
     static int outOfMemory;
     static int others;
-    const U_LoggingCallback listen = [](void*, U_u32, U_u16, const char* text) {
-        if (std::strstr(text, "what the caller did -- a bad parameter was passed."))
+    const U_LoggingCallback listen = [](void*, U_u32, U_u16, const char* heard) {
+        if (std::strstr(heard, text))
             ++whole;
-        else if (std::strstr(text, "Out of memory. ("))
+        else if (std::strstr(heard, "Out of memory. ("))
             ++outOfMemory;
         else
-            others += *text != 0; // empty without memory to convert it
+            others += *heard != 0; // empty without memory to convert it
         return 0;
     };
     ASSERT_EQ(U_AddLoggingCallback(listen, nullptr), 0);
-    for (bool isMain : {false, true})
+    for (const Row& row :
+         {Row{report, false, "what the caller did."}, Row{report, true, "what the caller did."},
+          Row{reportCode, false, kWithCode}, Row{reportCode, true, kWithCode}})
     {
+        text = row.text;
         bool failed = true;
         for (long nth = 1; failed; ++nth)
         {
             SCOPED_TRACE(nth);
             whole = outOfMemory = others = 0;
             OnFreshThread([&] {
-                if (isMain)
+                if (row.isOnMainThread)
                     U_RegisterMainThread();
                 {
                     const ScFailingNew failing(nth);
-                    Up_ReportNuloErrString(0, U_Sev_WARNING, 3, "what the caller did.");
+                    row.report();
                     failed = failing.HasFailed();
                 }
-                if (isMain)
+                if (row.isOnMainThread)
                     U_DeregisterMainThread();
             });
             EXPECT_LE(whole, 1);
-            EXPECT_LE(outOfMemory, isMain);
+            EXPECT_LE(outOfMemory, row.isOnMainThread);
             EXPECT_EQ(others, 0);
         }
         EXPECT_EQ(whole, 1);
+    }
+    U_DisplayPostedErrors();
+}
+
+TEST_F(ReportFaults, AMainThreadHasOneBufferWhicheverAllocationFails)
+{
+    bool failed = true;
+    for (long nth = 1; failed; ++nth)
+    {
+        OnFreshThread([&] {
+            U_RegisterMainThread();
+            const char* buffer = nullptr;
+            {
+                const ScFailingNew failing(nth);
+                buffer = Up_GetThreadLoggingBuffer(); // the failure's own report makes it first
+                failed = failing.HasFailed();
+            }
+            EXPECT_EQ(buffer, Up_GetThreadLoggingBuffer()) << nth;
+            U_DeregisterMainThread();
+        });
     }
     U_DisplayPostedErrors();
 }
