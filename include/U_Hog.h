@@ -8,9 +8,10 @@
 //
 // All operations may be called on any thread between birth and death; one handle
 // is used by one thread at a time. Sizes are in bytes. An identifier that isn't
-// registered, and a handle that is null or no hog handle, are reported as "bad
-// tracked memory ID" and give 2; a null address for an answer gives 3, with a
-// report.
+// registered, and a handle that is null, isn't live, has no room for the header, or
+// whose header tells no registered hog, are reported as "bad tracked memory ID" and
+// give 2. A plain handle whose first bytes happen to tell one, as 16 zeros do, can't
+// be told from a hog handle. A null address for an answer gives 3, with a report.
 
 #ifndef U_HOG_H
 #define U_HOG_H

@@ -34,14 +34,17 @@ static_assert(sizeof(HogHeader) == 16, "sizes count on it");
 
 HogHeader* HeaderOf(void** handle)
 {
-    return handle ? static_cast<HogHeader*>(*handle) : nullptr;
+    return static_cast<HogHeader*>(*handle);
 }
 
-// The hog that the handle counts for; kNoHog if it tells none.
+// The hog that the handle counts for; kNoHog if it tells none. What isn't live, or has
+// no room for the header, isn't read.
 U_u32 HogOf(void** handle)
 {
-    const HogHeader* const header = HeaderOf(handle);
-    return header && IsHog(header->mHogIndex) ? header->mHogIndex : kNoHog;
+    if (MEM_GetHandleSize(UHeap(), handle) < sizeof(HogHeader))
+        return kNoHog;
+    const U_u32 index = HeaderOf(handle)->mHogIndex;
+    return IsHog(index) ? index : kNoHog;
 }
 
 void* DataOf(void** handle)
@@ -56,14 +59,12 @@ U_u64 BlockSize(U_u64 dataSize)
     return dataSize > kLargestBlock ? dataSize : dataSize + sizeof(HogHeader);
 }
 
-// A block without room for the header is a plain handle's.
-U_Status GetDataSize(U_u32 place, void** handle, U_u32* size)
+// Of a handle that tells a hog.
+U_Status GetDataSize(void** handle, U_u32* size)
 {
     U_u32 blockSize = 0;
     if (U_Status failure = U_GetHandleSize(handle, &blockSize))
         return failure;
-    if (blockSize < sizeof(HogHeader))
-        return RefuseHog(place);
     *size = blockSize - static_cast<U_u32>(sizeof(HogHeader));
     return 0;
 }
@@ -102,7 +103,7 @@ U_Status U_FreeHogHandle(void** handle)
     if (index == kNoHog)
         return RefuseHog(kFreePlace);
     U_u32 size = 0;
-    const U_Status failure = GetDataSize(kFreePlace, handle, &size);
+    const U_Status failure = GetDataSize(handle, &size);
     if (!failure)
         CountHog(index, ~0u, 0 - size);
     U_FreeHandle(handle);
@@ -120,7 +121,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         return kLockedHog;
     }
     U_u32 oldSize = 0;
-    if (U_Status failure = GetDataSize(kResizePlace, handle, &oldSize))
+    if (U_Status failure = GetDataSize(handle, &oldSize))
         return failure;
     if (U_Status failure = U_ResizeHandle(location, BlockSize(newSize), opName, &handle))
         return failure;
@@ -158,7 +159,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
     if (HogOf(handle) == kNoHog)
         return RefuseHog(kSizePlace);
     U_u32 dataSize = 0;
-    const U_Status failure = GetDataSize(kSizePlace, handle, &dataSize);
+    const U_Status failure = GetDataSize(handle, &dataSize);
     *size = dataSize;
     return failure;
 }

@@ -17,7 +17,7 @@ typedef std::vector<std::string> Texts;
 
 const U_u32 kFirstId = 0x31415926;
 const U_u32 kLocation = 0x120034;
-const char kBadHog[] = "U_Sev_PROBLEM: Test Host error: bad tracked memory ID\t";
+const char kBadHog[] = "Test Host error: bad tracked memory ID\t";
 
 struct Stats
 {
@@ -32,6 +32,22 @@ struct Stats
 void PrintTo(const Stats& stats, std::ostream* out)
 {
     *out << stats.mHandles << " handles, " << stats.mBytes << " bytes";
+}
+
+U_Status LockInVain(void** handle)
+{
+    void* data = &data;
+    const U_Status refused = U_LockHogHandle(handle, &data);
+    EXPECT_EQ(data, nullptr);
+    return refused;
+}
+
+U_Status AskSizeInVain(void** handle)
+{
+    U_u64 size = 99;
+    const U_Status refused = U_GetHogHandleSize(handle, &size);
+    EXPECT_EQ(size, 0u);
+    return refused;
 }
 
 class Hogs : public BornLibrary
@@ -151,13 +167,8 @@ TEST_F(Hogs, RegisterInRowsOfTenAndKeepTheirCounts)
 
 TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
 {
-    void* none = nullptr;
-    void** stranger = U_AllocateHandleClearQuiet(64);
-    static_cast<U_u32*>(*stranger)[1] = 1; // the hog behind the last
-    void** tooSmall = U_AllocateHandleClearQuiet(8);
-    void* data = &data;
-    void** out = stranger;
-    U_u64 size = 99;
+    void** out = U_AllocateHandleQuiet(1);
+    void** const untouched = out;
     Stats stats;
     const struct
     {
@@ -166,14 +177,6 @@ TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
     } kRows[] = {
         {"( 18 :: 52 )", U_NewHogHandle(0, kLocation, "new", 10, 0, &out)},
         {"( 18 :: 52 )", U_NewHogHandle(1 ^ kFirstId, kLocation, "new", 10, 0, &out)},
-        {"( 23 :: 33 )", U_FreeHogHandle(nullptr)},
-        {"( 23 :: 33 )", U_FreeHogHandle(&none)},
-        {"( 23 :: 33 )", U_FreeHogHandle(stranger)},
-        {"( 23 :: 34 )", U_LockHogHandle(stranger, &data)},
-        {"( 23 :: 35 )", U_UnlockHogHandle(stranger)},
-        {"( 23 :: 36 )", U_GetHogHandleSize(stranger, &size)},
-        {"( 23 :: 36 )", U_GetHogHandleSize(tooSmall, &size)},
-        {"( 23 :: 37 )", U_ResizeHogHandle(0, "resize", 10, stranger)},
         {"( 23 :: 39 )", U_GetHogStats(1, &stats.mHandles, &stats.mBytes)},
     };
     const Texts lines = mLog.Texts("U_Sev_PROBLEM");
@@ -181,14 +184,58 @@ TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
     for (std::size_t row = 0; row < std::size(kRows); ++row)
     {
         EXPECT_EQ(kRows[row].mResult, 2) << row;
-        EXPECT_EQ("U_Sev_PROBLEM: " + lines[row], kBadHog + std::string(kRows[row].mWhere)) << row;
+        EXPECT_EQ(lines[row], kBadHog + std::string(kRows[row].mWhere)) << row;
     }
     EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(data, nullptr);
-    EXPECT_EQ(size, 0u);
     EXPECT_EQ(stats, Stats()) << "nothing is stored";
-    U_FreeHandle(stranger);
-    U_FreeHandle(tooSmall);
+    U_FreeHandle(untouched);
+}
+
+// Also those whose bytes tell of the first hog, but in no live block with a header.
+TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
+{
+    void* none = nullptr;
+    U_u64 header[2] = {};
+    void* local = header;
+    void** stranger = U_AllocateHandleClearQuiet(64);
+    static_cast<U_u32*>(*stranger)[1] = 1; // the hog behind the last
+    void** empty = U_AllocateHandleClearQuiet(0);
+    void** half = U_AllocateHandleClearQuiet(8);
+    void** almost = U_AllocateHandleClearQuiet(15);
+    void** gone = New(100);
+    EXPECT_EQ(U_FreeHogHandle(gone), 0);
+    char* const inside = reinterpret_cast<char*>(stranger) + 1;
+
+    const struct
+    {
+        const char* mWhere;
+        U_Status (*mCall)(void**);
+    } kCalls[] = {
+        {"( 23 :: 33 )", &U_FreeHogHandle},
+        {"( 23 :: 34 )", &LockInVain},
+        {"( 23 :: 35 )", &U_UnlockHogHandle},
+        {"( 23 :: 36 )", &AskSizeInVain},
+        {"( 23 :: 37 )", [](void** handle) { return U_ResizeHogHandle(0, "to", 10, handle); }},
+    };
+    void** const kHandles[] = {nullptr,  &none, &local,
+                               stranger, empty, half,
+                               almost,   gone,  reinterpret_cast<void**>(inside)};
+    for (const auto& call : kCalls)
+    {
+        for (std::size_t index = 0; index < std::size(kHandles); ++index)
+        {
+            SCOPED_TRACE(call.mWhere + (" of handle " + std::to_string(index)));
+            mLog.Clear();
+            EXPECT_EQ(call.mCall(kHandles[index]), 2);
+            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(call.mWhere)});
+        }
+    }
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    for (void** handle : {stranger, empty, half, almost})
+    {
+        EXPECT_EQ(U_CheckHandleFromHeap(handle), 0) << "it lives on";
+        U_FreeHandle(handle);
+    }
 }
 
 TEST_F(Hogs, ConvertFromAndToPlainHandles)
