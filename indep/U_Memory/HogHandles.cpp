@@ -3,6 +3,7 @@
 #include <new>
 
 #include "U_Alloc.h"
+#include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
@@ -21,7 +22,8 @@ const U_u32 kUnlockPlace = kModule | 0x23;
 const U_u32 kSizePlace = kModule | 0x24;
 const U_u32 kResizePlace = kModule | 0x25;
 
-const U_u32 kLockedText = 116;
+const U_u32 kLockedText = 116; // index of a text
+const int kConvertLine = 525;  // told when there is no hog handle to convert
 const char kConversion[] = "conversion handle";
 
 // In front of the data, and keeps them aligned for any type.
@@ -166,8 +168,13 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
 
 U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
 {
-    if (!hogHandle || !out)
-        return RefuseArgument("U_NewHandleFromHogHandle: no handle, or no place for the copy");
+    if (!out)
+        return RefuseArgument("U_NewHandleFromHogHandle: no place for the copy");
+    if (!hogHandle)
+    {
+        U_ReportFailedVerification(0, kConvertLine, nullptr, nullptr);
+        return U_Err_BadParameter;
+    }
     U_u64 size = 0;
     const U_Status failure = U_GetHogHandleSize(hogHandle, &size);
     *out = U_AllocateHandle(0, kConversion, size);

@@ -258,7 +258,12 @@ TEST_F(Hogs, ConvertFromAndToPlainHandles)
     ASSERT_NE(empty, nullptr);
     EXPECT_EQ(U_GetHandleSize(empty, &size), 0);
     EXPECT_EQ(size, 0u);
+    mLog.Clear();
+    void** const before = empty;
     EXPECT_EQ(U_NewHandleFromHogHandle(nullptr, &empty), 3);
+    EXPECT_EQ(empty, before);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
+              Texts{"Test Host error: internal verification failure, sorry! {525}\t"});
     void** untold = plain;
     EXPECT_EQ(U_NewHogHandleFromHandle(0, plain, &untold), 2);
     EXPECT_EQ(untold, nullptr);
