@@ -108,6 +108,18 @@ U_Status MakeRoom(HogTable& table)
     return failure;
 }
 
+// Takes the lock, and after a success owns the name.
+U_Status AddSlot(HogTable& table, void** name, U_u32* index)
+{
+    HogLock lock(sLock);
+    if (U_Status failure = MakeRoom(table))
+        return failure;
+    *index = table.mCount;
+    Slots(table)[*index] = {0, 0, name};
+    table.mCount = *index + 1; // from here on other threads find it
+    return 0;
+}
+
 // The text of the leak report. What doesn't fit is cut off at a character.
 class LeakText
 {
@@ -224,16 +236,12 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
     void** const copy = CopyOfName(name);
     if (!copy)
         return U_Err_OutOfMemory;
-    HogLock lock(sLock);
-    const U_Status failure = MakeRoom(*table);
-    if (failure)
+    U_u32 index = 0;
+    if (U_Status failure = AddSlot(*table, copy, &index))
     {
-        U_FreeHandle(copy);
+        U_FreeHandle(copy); // it may report, which isn't to hold up other threads
         return failure;
     }
-    const U_u32 index = table->mCount;
-    Slots(*table)[index] = {0, 0, copy};
-    table->mCount = index + 1; // from here on other threads find it
     *id = HogIndexOrId(index);
     return 0;
 }
