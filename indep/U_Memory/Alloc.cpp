@@ -6,23 +6,6 @@
 
 namespace
 {
-enum Clearing : bool
-{
-    kAsIs = false,
-    kClear = true
-};
-
-void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
-{
-    void** handle = nullptr;
-    auto attempt = [&]() -> void* {
-        handle = MEM_NewHandle(UHeap(), size);
-        return handle ? *handle : nullptr;
-    };
-    Up_AllocateShared({location, opName, size, clearing, false}, attempt);
-    return handle;
-}
-
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     auto attempt = [=] { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };

@@ -5,7 +5,10 @@
 
 #include <type_traits>
 
+#include <tolv/memory.h>
+
 #include "U_Types.h"
+#include "indep/U_Memory/Memory.h"
 
 // One attempt at an allocation: returns the block's first byte, or null. A
 // reference to a callable that outlives it.
@@ -42,5 +45,23 @@ struct AllocationRequest
 // again for as long as use falls. Returns the block, cleared if asked for, or
 // null after a report.
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
+
+enum Clearing : bool
+{
+    kAsIs = false,
+    kClear = true
+};
+
+// A handle of the library's heap, null after a report.
+inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
+{
+    void** handle = nullptr;
+    auto attempt = [&]() -> void* {
+        handle = MEM_NewHandle(UHeap(), size);
+        return handle ? *handle : nullptr;
+    };
+    Up_AllocateShared({location, opName, size, clearing, false}, attempt);
+    return handle;
+}
 
 #endif

@@ -5,6 +5,7 @@
 #include "U_Alloc.h"
 #include "U_Assert.h"
 #include "U_Report.h"
+#include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Refuse.h"
@@ -13,7 +14,6 @@
 
 namespace
 {
-const U_u32 kNoHog = 0xFFFFFFFF;
 const U_Status kLockedHog = 1;
 
 const U_u32 kFreePlace = kModule | 0x21;
@@ -31,27 +31,23 @@ struct alignas(16) HogHeader
 {
     U_i32 mLockCount;
     U_u32 mHogIndex;
+    void** mHandle; // the handle itself, if the block was made as a hog's: then its heap is known
 };
 static_assert(sizeof(HogHeader) == 16, "sizes count on it");
 
-HogHeader* HeaderOf(void** handle)
+// The header of a handle that tells a hog, null if it tells none. What isn't live, or
+// has no room for the header, isn't read.
+HogHeader* FindHeader(void** handle, U_u64 blockSize)
 {
-    return static_cast<HogHeader*>(*handle);
+    if (blockSize < sizeof(HogHeader))
+        return nullptr;
+    HogHeader* const header = static_cast<HogHeader*>(*handle);
+    return IsHog(header->mHogIndex) ? header : nullptr;
 }
 
-// The hog that the handle counts for; kNoHog if it tells none. What isn't live, or has
-// no room for the header, isn't read.
-U_u32 HogOf(void** handle)
+HogHeader* FindHeader(void** handle)
 {
-    if (MEM_GetHandleSize(UHeap(), handle) < sizeof(HogHeader))
-        return kNoHog;
-    const U_u32 index = HeaderOf(handle)->mHogIndex;
-    return IsHog(index) ? index : kNoHog;
-}
-
-void* DataOf(void** handle)
-{
-    return HeaderOf(handle) + 1;
+    return FindHeader(handle, MEM_GetHandleSize(UHeap(), handle));
 }
 
 // The size of a block for that much data; more than any block can have if there is
@@ -71,14 +67,17 @@ U_Status GetDataSize(void** handle, U_u32* size)
     return 0;
 }
 
-void** AllocateBlock(U_u32 location, const char* opName, U_u64 size, U_u32 flags)
+// Frees a handle that tells a hog but wasn't made as one, as a copy of one; it may even
+// be another heap's.
+[[gnu::noinline]] U_Status FreeUnmarked(void** handle, U_u32 index)
 {
-    if (flags & U_Hog_Quiet)
-        return flags & U_Hog_Clear ? U_AllocateHandleClearQuiet(size) : U_AllocateHandleQuiet(size);
-    return flags & U_Hog_Clear ? U_AllocateHandleClear(location, opName, size)
-                               : U_AllocateHandle(location, opName, size);
+    U_u32 size = 0;
+    const U_Status failure = GetDataSize(handle, &size);
+    if (!failure)
+        CountGone(index, 1, size);
+    U_FreeHandle(handle);
+    return failure;
 }
-
 } // namespace
 
 U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size, U_u32 flags,
@@ -86,38 +85,42 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
 {
     if (!out)
         return RefuseArgument("U_NewHogHandle: no place for the handle");
-    *out = nullptr;
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
+    {
+        *out = nullptr;
         return RefuseHog(location);
-    void** const handle = AllocateBlock(location, opName, BlockSize(size), flags);
+    }
+    *out = AllocateHandle(location, flags & U_Hog_Quiet ? nullptr : opName, BlockSize(size),
+                          Clearing((flags & U_Hog_Clear) != 0));
+    void** const handle = *out;
     if (!handle)
         return U_Err_OutOfMemory;
-    new (*handle) HogHeader{0, index};
-    CountHog(index, 1, static_cast<U_u32>(size));
-    *out = handle;
+    new (*handle) HogHeader{0, index, handle};
+    CountMade(index, 1, size);
     return 0;
 }
 
 U_Status U_FreeHogHandle(void** handle)
 {
-    const U_u32 index = HogOf(handle);
-    if (index == kNoHog)
+    const U_u64 blockSize = MEM_GetHandleSize(UHeap(), handle);
+    const HogHeader* const header = FindHeader(handle, blockSize);
+    if (!header)
         return RefuseHog(kFreePlace);
-    U_u32 size = 0;
-    const U_Status failure = GetDataSize(handle, &size);
-    if (!failure)
-        CountHog(index, ~0u, 0 - size);
-    U_FreeHandle(handle);
-    return failure;
+    if (header->mHandle != handle)
+        return FreeUnmarked(handle, header->mHogIndex);
+    CountGone(header->mHogIndex, 1, blockSize - sizeof(HogHeader));
+    MEM_DisposeHandle(UHeap(), handle);
+    return 0;
 }
 
 U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, void** handle)
 {
-    const U_u32 index = HogOf(handle);
-    if (index == kNoHog)
+    const HogHeader* const header = FindHeader(handle);
+    if (!header)
         return RefuseHog(kResizePlace);
-    if (HeaderOf(handle)->mLockCount)
+    const U_u32 index = header->mHogIndex;
+    if (header->mLockCount)
     {
         Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
         return kLockedHog;
@@ -127,7 +130,10 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         return failure;
     if (U_Status failure = U_ResizeHandle(location, BlockSize(newSize), opName, &handle))
         return failure;
-    CountHog(index, 0, static_cast<U_u32>(newSize) - oldSize);
+    if (newSize > oldSize)
+        CountMade(index, 0, newSize - oldSize);
+    else
+        CountGone(index, 0, oldSize - newSize);
     return 0;
 }
 
@@ -136,20 +142,21 @@ U_Status U_LockHogHandle(void** handle, void** data)
     if (!data)
         return RefuseArgument("U_LockHogHandle: no place for the address");
     *data = nullptr;
-    if (HogOf(handle) == kNoHog)
+    HogHeader* const header = FindHeader(handle);
+    if (!header)
         return RefuseHog(kLockPlace);
-    ++HeaderOf(handle)->mLockCount;
-    *data = DataOf(handle);
+    ++header->mLockCount;
+    *data = header + 1;
     return 0;
 }
 
 U_Status U_UnlockHogHandle(void** handle)
 {
-    if (HogOf(handle) == kNoHog)
+    HogHeader* const header = FindHeader(handle);
+    if (!header)
         return RefuseHog(kUnlockPlace);
-    HogHeader& header = *HeaderOf(handle);
-    if (header.mLockCount > 0)
-        --header.mLockCount;
+    if (header->mLockCount > 0)
+        --header->mLockCount;
     return 0;
 }
 
@@ -158,7 +165,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
     if (!size)
         return RefuseArgument("U_GetHogHandleSize: no place for the size");
     *size = 0;
-    if (HogOf(handle) == kNoHog)
+    if (!FindHeader(handle))
         return RefuseHog(kSizePlace);
     U_u32 dataSize = 0;
     const U_Status failure = GetDataSize(handle, &dataSize);

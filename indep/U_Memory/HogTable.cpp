@@ -41,17 +41,16 @@ const char* const kNotReported[] = {"OMF", "PNGIO", "TIFFIO", "WAV"};
 
 struct HogSlot
 {
-    U_u32 mLiveHandles;
-    U_u32 mLiveBytes; // without headers
-    void** mName;     // a handle of the name's text; owned
+    HogTally mLive; // beside what the threads' shares count
+    void** mName;   // a handle of the name's text; owned
 };
 
 struct HogTable
 {
-    U_u32 mMagic;              // for whoever looks at a memory dump
-    std::atomic<U_u32> mCount; // grows only
-    U_u32 mCapacity;           // slots that there is room for
-    void** mSlots;             // a handle of the slots; owned
+    U_u32 mMagic;    // for whoever looks at a memory dump
+    U_u32 mCapacity; // slots that there is room for
+    void** mSelf;    // the handle that the table stands in
+    void** mSlots;   // a handle of the slots; owned
     bool mGrows;
 };
 
@@ -59,16 +58,15 @@ struct HogTable
 // host to purge, and report, which may come back here. Stays for good.
 boost::recursive_mutex& sLock = *new boost::recursive_mutex;
 
-// A handle of the table. Written by birth and death only, with no other thread in
+// Null while there is none. Written by birth and death only, with no other thread in
 // the library.
-void** sTable = nullptr;
+HogTable* sTable = nullptr;
+
+// Registered hogs, 0 while there is no table; grows, under the lock, until death. Read
+// without it.
+std::atomic<U_u32> sCount(0);
 
 std::atomic<bool> sReportsLeaks(false);
-
-HogTable* Table()
-{
-    return sTable ? static_cast<HogTable*>(*sTable) : nullptr;
-}
 
 // With the lock held: they may move when it isn't.
 HogSlot* Slots(const HogTable& table)
@@ -94,7 +92,7 @@ void** CopyOfName(const char* name)
 // a hog at that moment: room for it is what is being made.
 U_Status MakeRoom(HogTable& table)
 {
-    if (table.mCount < table.mCapacity)
+    if (sCount < table.mCapacity)
         return 0;
     if (table.mGrows)
         return U_Err_OutOfMemory;
@@ -114,9 +112,9 @@ U_Status AddSlot(HogTable& table, void** name, U_u32* index)
     HogLock lock(sLock);
     if (U_Status failure = MakeRoom(table))
         return failure;
-    *index = table.mCount;
-    Slots(table)[*index] = {0, 0, name};
-    table.mCount = *index + 1; // from here on other threads find it
+    *index = sCount;
+    Slots(table)[*index] = {0, name};
+    sCount = *index + 1; // from here on other threads find it
     return 0;
 }
 
@@ -124,11 +122,11 @@ U_Status AddSlot(HogTable& table, void** name, U_u32* index)
 class LeakText
 {
 public:
-    void Add(const HogSlot& slot)
+    void Add(const char* name, U_u32 liveBytes)
     {
         char bytes[64];
-        Up_FormatText(bytes, sizeof(bytes), ": %1u bytes leaked\r", slot.mLiveBytes);
-        Append(static_cast<const char*>(*slot.mName));
+        Up_FormatText(bytes, sizeof(bytes), ": %1u bytes leaked\r", liveBytes);
+        Append(name);
         Append(bytes);
         mLeaked = true;
     }
@@ -147,23 +145,40 @@ private:
     bool mLeaked = false;
 };
 
-bool IsLeak(const HogSlot& slot)
+bool IsReported(const char* name)
 {
-    const char* const name = static_cast<const char*>(*slot.mName);
-    return slot.mLiveHandles &&
-           std::none_of(std::begin(kNotReported), std::end(kNotReported),
+    return std::none_of(std::begin(kNotReported), std::end(kNotReported),
                         [name](const char* part) { return std::strstr(name, part) != nullptr; });
+}
+
+// With the lock held.
+HogTally LiveOf(U_u32 index)
+{
+    return LiveByShares(index) + Slots(*sTable)[index].mLive;
+}
+
+// With the lock held.
+void AddLeaks(LeakText* leaks)
+{
+    for (U_u32 index = 0; index < sCount; ++index)
+    {
+        const char* const name = static_cast<const char*>(*Slots(*sTable)[index].mName);
+        const HogTally live = LiveOf(index);
+        if (HandlesOf(live) && IsReported(name))
+            leaks->Add(name, BytesOf(live));
+    }
 }
 
 void FreeTable()
 {
-    HogTable& table = *Table();
+    HogTable& table = *sTable;
     HogSlot* const slots = Slots(table);
-    for (U_u32 index = 0; index < table.mCount; ++index)
+    for (U_u32 index = 0; index < sCount; ++index)
         U_FreeHandle(slots[index].mName);
     U_FreeHandle(table.mSlots);
-    U_FreeHandle(sTable);
+    U_FreeHandle(table.mSelf);
     sTable = nullptr;
+    sCount = 0;
 }
 } // namespace
 
@@ -180,8 +195,7 @@ U_Status Up_HogBirth()
         U_FreeHandle(table);
         return U_Err_OutOfMemory;
     }
-    new (*table) HogTable{kTableMagic, {0}, kSlotsAtOnce, slots, false};
-    sTable = table;
+    sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots, false};
     return 0;
 }
 
@@ -191,13 +205,9 @@ U_Status Up_TerminateHogs()
     if (!sTable)
         return 0;
     LeakText leaks;
-    const HogTable& table = *Table();
-    for (U_u32 index = 0; sReportsLeaks && index < table.mCount; ++index)
-    {
-        const HogSlot& slot = Slots(table)[index];
-        if (IsLeak(slot))
-            leaks.Add(slot);
-    }
+    if (sReportsLeaks)
+        AddLeaks(&leaks);
+    ClearShares();
     FreeTable();
     if (!leaks.HasLeaks())
         return 0;
@@ -208,16 +218,13 @@ U_Status Up_TerminateHogs()
 
 bool IsHog(U_u32 index)
 {
-    const HogTable* const table = Table();
-    return table && index < table->mCount;
+    return index < sCount.load(std::memory_order_acquire);
 }
 
-void CountHog(U_u32 index, U_u32 handles, U_u32 bytes)
+void CountWithoutCell(U_u32 index, HogTally more)
 {
     HogLock lock(sLock);
-    HogSlot& slot = Slots(*Table())[index];
-    slot.mLiveHandles += handles;
-    slot.mLiveBytes += bytes;
+    Slots(*sTable)[index].mLive += more;
 }
 
 U_Status RefuseHog(U_u32 location)
@@ -230,14 +237,13 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
 {
     if (!name || !id)
         return RefuseArgument("U_RegisterHog: no name, or no place for the identifier");
-    HogTable* const table = Table();
-    if (!table)
+    if (!sTable)
         return RefuseArgument("U_RegisterHog: the library isn't alive");
     void** const copy = CopyOfName(name);
     if (!copy)
         return U_Err_OutOfMemory;
     U_u32 index = 0;
-    if (U_Status failure = AddSlot(*table, copy, &index))
+    if (U_Status failure = AddSlot(*sTable, copy, &index))
     {
         U_FreeHandle(copy); // it may report, which isn't to hold up other threads
         return failure;
@@ -254,9 +260,9 @@ U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes)
     if (!IsHog(index))
         return RefuseHog(kStatsPlace);
     HogLock lock(sLock);
-    const HogSlot& slot = Slots(*Table())[index];
-    *liveHandles = slot.mLiveHandles;
-    *liveBytes = slot.mLiveBytes;
+    const HogTally live = LiveOf(index);
+    *liveHandles = HandlesOf(live);
+    *liveBytes = BytesOf(live);
     return 0;
 }
 

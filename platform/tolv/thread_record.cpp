@@ -10,7 +10,7 @@
 
 namespace tolv
 {
-TOLV_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
+PLATFORM_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
 std::atomic<unsigned long long> sStrayUsage(0);
 
 namespace

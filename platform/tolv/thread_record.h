@@ -10,6 +10,7 @@
 
 #include <atomic>
 
+#include "../thread_local.h"
 #include "block.h"
 #include "slots.h"
 
@@ -19,13 +20,6 @@
 #if __has_feature(address_sanitizer)
 #define TOLV_WITH_ADDRESS_SANITIZER
 #endif
-#endif
-
-#if defined(__GNUC__)
-// One pointer in the static block: a record is found without a call.
-#define TOLV_THREAD_LOCAL __thread __attribute__((tls_model("initial-exec")))
-#else
-#define TOLV_THREAD_LOCAL thread_local
 #endif
 
 namespace tolv
@@ -115,7 +109,7 @@ struct alignas(64) ThreadRecord
     BlockCache mBlocks;
 };
 
-extern TOLV_THREAD_LOCAL ThreadRecord* tRecord;
+extern PLATFORM_THREAD_LOCAL ThreadRecord* tRecord;
 
 // Makes the calling thread's record; null without memory.
 ThreadRecord* MakeRecord();

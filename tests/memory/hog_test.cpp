@@ -1,15 +1,21 @@
 // Hogs: their counts, what is refused, and the report of what is left at death.
 
+#include <atomic>
 #include <cstring>
+#include <future>
 #include <thread>
 
 #include <control.h>
+#include <tolv/memory.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Hog.h"
+#include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/FreshThread.h"
 
 namespace
 {
@@ -83,6 +89,7 @@ protected:
             EXPECT_EQ(U_RegisterHog(name.c_str(), &mId), 0);
             left.push_back(New(10 + left.size()));
         }
+        EXPECT_EQ(U_AddLoggingCallback(&NoteReport, &mReport), 0);
         U_Death();
         for (void** handle : left)
             U_FreeHandle(handle);
@@ -91,7 +98,21 @@ protected:
         return lines;
     }
 
+    struct Report
+    {
+        U_u32 mLocation;
+        U_u16 mSeverity;
+        std::string mText;
+    };
+
+    static U_Status NoteReport(void* report, U_u32 location, U_u16 severity, const char* text)
+    {
+        *static_cast<Report*>(report) = {location, severity, text};
+        return 0;
+    }
+
     U_u32 mId = 0;
+    Report mReport = {};
 };
 } // namespace
 
@@ -335,15 +356,183 @@ TEST_F(Hogs, DeathNamesThoseWithHandlesLeft)
     EXPECT_EQ(LeakLinesOf({"silent"}), Texts()) << "reporting is off";
     U_SetHogReportingOn(true);
     mAlerts.Clear();
-    EXPECT_EQ(LeakLinesOf({"images", "the TIFFIO writer", "sounds", "WAV"}),
-              Texts{"Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
-                    "sounds: 12 bytes leaked\r"});
+    const std::string expected = "Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
+                                 "sounds: 12 bytes leaked\rwav: 16 bytes leaked\r";
+    EXPECT_EQ(
+        LeakLinesOf({"images", "the TIFFIO writer", "sounds", "WAV", "OMF", "old PNGIO", "wav"}),
+        Texts{expected});
+    EXPECT_EQ(mReport.mLocation, 0x170026u);
+    EXPECT_EQ(mReport.mSeverity, U_Sev_LEAK);
+    EXPECT_EQ(mReport.mText, "Test Host warning: " + expected);
     ASSERT_EQ(mAlerts.All().size(), 1u);
     mLog.Clear();
     const Texts lines = LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never told"});
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].size(), 1023u);
     U_SetHogReportingOn(false);
+}
+
+TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
+{
+    const struct
+    {
+        const char* mOpName;
+        U_u32 mFlags;
+        bool mIsTold;
+    } kRows[] = {
+        {"picture", 0, true},
+        {"picture", U_Hog_Clear, true},
+        {"picture", ~U_u32(U_Hog_Clear | U_Hog_Quiet), true},
+        {nullptr, 0, false},
+        {"picture", U_Hog_Quiet, false},
+        {"picture", U_Hog_Quiet | U_Hog_Clear, false},
+    };
+    const char kZeros[600] = {};
+    for (const auto& row : kRows)
+    {
+        SCOPED_TRACE(row.mFlags);
+        void* data = nullptr;
+        void** handle = New(600, row.mFlags);
+        ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
+        std::memset(data, 0xEE, 600);
+        U_FreeHogHandle(handle);
+        handle = New(600, row.mFlags); // in the block that was just given back
+        ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
+        EXPECT_EQ(std::memcmp(data, kZeros, 600) == 0, (row.mFlags & U_Hog_Clear) != 0);
+        U_FreeHogHandle(handle);
+
+        mAlerts.Clear();
+        platform::SetHeapFailure([](unsigned long long size) { return size == 616; });
+        EXPECT_EQ(U_NewHogHandle(mId, kLocation, row.mOpName, 600, row.mFlags, &handle), 4);
+        platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+        EXPECT_EQ(handle, nullptr);
+        EXPECT_EQ(mAlerts.All().size(), row.mIsTold ? 1u : 0u);
+    }
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+// What a copy is freed of was counted for the handle that it is a copy of.
+TEST_F(Hogs, CopiesOfOnesAreFreedAsOnes)
+{
+    void** handle = New(100);
+    void** copy = nullptr;
+    ASSERT_EQ(U_DuplicateHandle(handle, "copy", &copy), 0);
+    EXPECT_EQ(U_FreeHogHandle(copy), 0);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    EXPECT_EQ(U_FreeHogHandle(handle), 0);
+    EXPECT_EQ(Count(), (Stats{0xFFFFFFFF, 0xFFFFFFFF - 99})) << "modulo 2^32, each alone";
+    handle = New(100);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    U_FreeHandle(handle);
+}
+
+TEST_F(Hogs, AnotherHeapsHandleIsReportedAndGoesAllTheSame)
+{
+    if (kHugeBlocksAreSlow)
+        GTEST_SKIP();
+    MEM_HeapRef otherHeap = MEM_NewHeap();
+    void** large = MEM_NewHandle(otherHeap, 0x90000000);
+    ASSERT_TRUE(large);
+    static_cast<U_u64*>(*large)[0] = 0;
+    EXPECT_LT(U_FreeHogHandle(large), 0) << "as its size is told";
+    EXPECT_EQ(MEM_GetHandleSize(otherHeap, large), 0u);
+    EXPECT_EQ(Count(), (Stats{0, 0})) << "not taken off";
+    void** small = MEM_NewHandle(otherHeap, 100);
+    std::memset(*small, 0, 100);
+    void** own = New(84);
+    mLog.Clear();
+    EXPECT_EQ(U_FreeHogHandle(small), 0);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for its size, and for its end";
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    U_FreeHandle(own);
+    MEM_DumpLeaks(otherHeap);
+}
+
+TEST_F(Hogs, CountsOutliveTheirThreads)
+{
+    std::vector<void**> made;
+    for (U_u32 index = 1; index < 20; ++index)
+        OnFreshThread([&] {
+            made.push_back(New(10));
+            U_RegisterHog("more", &mId);
+            made.push_back(New(index));
+        });
+    for (U_u32 index = 0; index < 19; ++index)
+    {
+        mId = index ^ kFirstId;
+        const U_u32 next = index ? index + 10 : 10;
+        EXPECT_EQ(Count(), (index ? Stats{2, next} : Stats{1, next})) << index;
+    }
+    for (void** handle : made)
+        OnFreshThread([=] { EXPECT_EQ(U_FreeHogHandle(handle), 0); });
+    for (U_u32 index = 0; index < 20; ++index)
+    {
+        mId = index ^ kFirstId;
+        EXPECT_EQ(Count(), (Stats{0, 0})) << index;
+    }
+}
+
+TEST_F(Hogs, AThreadWithoutMemoryForItsShareCountsToo)
+{
+    std::vector<void**> made;
+    std::vector<std::thread> threads; // none takes over what another has
+    std::promise<void> done;
+    const std::shared_future<void> end = done.get_future().share();
+    for (long nth = 1; nth <= 6; ++nth)
+    {
+        std::promise<void> counted;
+        threads.emplace_back([&, nth] {
+            {
+                const ScFailingNew failing(nth);
+                made.push_back(New(10));
+            }
+            made.push_back(New(10));
+            counted.set_value();
+            end.wait();
+        });
+        counted.get_future().wait();
+        EXPECT_EQ(Count(), (Stats{static_cast<U_u32>(2 * nth), static_cast<U_u32>(20 * nth)}));
+    }
+    done.set_value();
+    for (std::thread& thread : threads)
+        thread.join();
+    for (void** handle : made)
+        EXPECT_EQ(U_FreeHogHandle(handle), 0);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+// A handle that goes on another thread than the one that made it is never seen to have
+// gone before it was made.
+TEST_F(Hogs, StatisticsNeverFallBelowNothing)
+{
+    std::atomic<void**> handed(nullptr);
+    std::atomic<bool> ends(false);
+    std::thread maker([&] {
+        while (!ends)
+        {
+            if (!handed)
+                handed = New(1000);
+        }
+    });
+    std::thread freer([&] {
+        while (!ends)
+        {
+            if (void** handle = handed.exchange(nullptr))
+                U_FreeHogHandle(handle);
+        }
+    });
+    for (int round = 0; round < 20000; ++round)
+    {
+        const Stats stats = Count();
+        ASSERT_LT(stats.mHandles, 0x80000000);
+        ASSERT_LT(stats.mBytes, 0x80000000);
+    }
+    ends = true;
+    maker.join();
+    freer.join();
+    if (void** handle = handed)
+        U_FreeHogHandle(handle);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
 TEST_F(Hogs, CountRightAcrossThreads)
