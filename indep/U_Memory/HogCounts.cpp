@@ -5,6 +5,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
+#include <quiet_new.h>
 
 #include "indep/frame/ThreadPiece.h"
 
@@ -82,6 +83,7 @@ bool HogCells::Make(U_u32 count)
 
 HogShare* MakeHogShare(U_u32 index)
 {
+    const platform::ScQuietNew quiet; // nothing fails for want of a share
     HogShare* const share = MyShare();
     if (!share || index < share->mCells.Count())
         return share;
