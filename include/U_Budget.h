@@ -10,18 +10,24 @@
 
 #include "U_Types.h"
 
-// Asks the host to give back about amountToPurge bytes of what it holds.
+// Asks the host to give back about amountToPurge bytes of what it holds, so that
+// blockRequest bytes fit. It is asked again, for what is left, for as long as use
+// falls.
 // Runs on the thread that needs the memory, with no lock held, so it may be
 // entered by several threads at once and may allocate. The exception is room for
 // one more hog (U_RegisterHog): it is made with the table of hogs locked for other
-// threads, so the callback must not wait then for one that uses hogs. Set *flag to
-// let a stalled round go on by shrinking the recycled pool; it starts false and
-// stays as set. A non-zero result ends the round. It throws nothing.
+// threads, so the callback must not wait then for one that registers or asks for
+// hogs. Set *flag to let a stalled round go on by shrinking the recycled pool; it
+// starts false and stays as set. A non-zero result ends the making of room, all rounds of it, and
+// the use as it stands then decides on the block. It throws nothing.
 typedef int (*U_PurgeRequestCallback)(void* refcon, U_u64 blockRequest, U_u64 amountToPurge,
                                       bool* flag);
 
-// Set the callback once, before the allocations that should trigger it.
-// Without one nothing is purged. Either output may be null. Always 0.
+// Set the callback once, before the allocations that should trigger it: one that is
+// changed while other threads allocate may be called by them with the other's refcon.
+// Without one nothing is purged. U_Death clears it; the limits, their overrides, the
+// attention to low memory and the count of U_DisableProactivePrePurging stay. Either
+// output may be null. Always 0.
 U_EXPORT U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon);
 U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon);
 
@@ -33,7 +39,7 @@ U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, vo
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
 // Sets limits, put in order in the same way, that hold wherever they are lower
-// than the base; 0 for both is no override.
+// than the base, once a base is set; 0 for both is no override.
 U_EXPORT U_Status U_SetMemUsageLimitsOverride(U_u64 prepurge, U_u64 maximum);
 
 // The limits in force. Before any are set: 70 % of the physical memory, and
@@ -64,7 +70,9 @@ U_EXPORT U_Status U_GetMemoryStat(U_u32 which, U_u64* out);
 
 // Asks whether needed bytes more would pass the prepurge limit, and purges to
 // make them fit. *hitLimit (may be null) tells that they didn't fit on entry,
-// *overLimit that they still don't. On an error both are true.
+// *overLimit that they still don't. Returns 0, 3 for a null overLimit, or the host
+// service's error, also one of a later round: then both are true, since what can't be
+// measured counts as not fitting.
 U_EXPORT U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit);
 
 // One attempt at an allocation of the host's own: set *okay, which starts
@@ -74,7 +82,7 @@ typedef int (*U_PurgeLoopProcedure)(void* refcon, bool* okay);
 // Runs an allocation of the host's own under the library's budget and retry
 // loop, as if it asked for size bytes. recycled: the block comes out of the
 // recycled pool. Returns the procedure's last result, 4 if it never ran, or 3
-// for a null procedure.
+// for a null procedure. What the procedure throws ends the loop and passes through.
 U_EXPORT U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon,
                               bool recycled);
 
@@ -103,7 +111,9 @@ public:
 
 // While on, limits are kept low enough to leave the fudge buffer (debug
 // setting "MemoryFudgeBuffer2", 250 MiB) of physical memory free. A prepurge
-// limit lowered that way stays lowered until limits are set again.
+// limit lowered that way stays lowered until limits are set again. It becomes use
+// plus the free memory less the fudge buffer, but no less than 1 byte, since 0 means
+// never set; limits that were never set stay so.
 U_EXPORT bool U_GetPayAttentionToLowMemory();
 U_EXPORT void U_SetPayAttentionToLowMemory(bool pay);
 

@@ -1,7 +1,10 @@
 #include "U_Lifecycle.h"
 
 #include <exception>
+#include <functional>
+#include <memory>
 #include <new>
+#include <stdexcept>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -12,11 +15,12 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "U_Hog.h"
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/Text.h"
 
 namespace
 {
@@ -154,28 +158,123 @@ TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
     }
 }
 
-// The table of hogs is two blocks: the second doesn't leave the first behind.
-TEST_F(Lifecycle, BirthWithoutMemoryForHogsGivesFourAndLeavesNothing)
+TEST_F(Lifecycle, AFailedSubBirthIsFatalAndLeavesNoRecord)
 {
-    for (int nth : {1, 2})
+    std::vector<bool> dying; // as the record says while an alert is up
+    CapturedAlerts alerts;
+    alerts.mWhileUp = [&](const platform::Alert&) { dying.push_back(U_Die()); };
+    int asked = 0;
+    platform::SetHeapFailure([&](unsigned long long) { return ++asked > 2; }); // heap, record
+    EXPECT_EQ(U_Birth("Host", nullptr), 4);
+    EXPECT_THAT(
+        alerts.Texts(),
+        testing::ElementsAre(
+            testing::HasSubstr("Unable to allocate"),
+            "Host can\u2019t continue: Host can't continue: out of memory while trying to U_Birth"
+            "\n\n( 23 :: 3 )"));
+    EXPECT_EQ(dying, (std::vector<bool>{false, true}));
+    EXPECT_EQ(platform::BeepCount(), 0u) << "the record was there";
+    EXPECT_TRUE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 2u) << "it is gone";
+    MEM_AccountAllocation(-0x8700000);
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    EXPECT_EQ(U_Birth("Host", nullptr), 0);
+    EXPECT_EQ(U_Death(), 0);
+}
+
+TEST_F(Lifecycle, AFailedBirthPutsTheNewHandlerBack)
+{
+    const std::new_handler before = std::get_new_handler();
+    const U_u64 used = MEM_GetMemUsage();
+    bool hadItsOwn = false;
+    CapturedAlerts alerts;
+    alerts.mWhileUp = [&](const platform::Alert&) {
+        hadItsOwn = hadItsOwn || std::get_new_handler() != before;
+    };
+    U_Status code = 0;
+    FailEachNew([&] { code = U_Birth("Host", nullptr); },
+                [&](long nth) {
+                    ASSERT_TRUE(code || U_Death() == 0) << nth;
+                    EXPECT_EQ(std::get_new_handler(), before) << nth;
+                    EXPECT_TRUE(U_Die()) << nth << ": a record is left";
+                    // A failed birth leaves its charge, and earlier steps what they made.
+                    MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
+                });
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(hadItsOwn) << "no step behind it has failed";
+}
+
+TEST_F(Lifecycle, ALogThatThrowsFailsTheStepThatLogs)
+{
+    struct Row
     {
-        SCOPED_TRACE(nth);
-        mLog.Clear();
-        const unsigned long long before = MEM_GetMemUsage();
-        int seen = 0;
-        platform::SetHeapFailure([&](unsigned long long) {
-            const std::vector<std::string> steps = mLog.Texts("Birth");
-            return !steps.empty() && steps.back() == "U Hog Birth" &&
-                   ++seen >= nth; // and what tries again
+        const char* line;
+        U_Status code;
+    };
+    for (const Row& row : {Row{"U Hog Birth", 14}, Row{"U Birth", 0}})
+    {
+        SCOPED_TRACE(row.line);
+        platform::SetLogSink([&](int, const char*, const char*, const char* text) {
+            if (text == std::string(row.line))
+                throw std::runtime_error("log");
         });
-        EXPECT_EQ(U_Birth("Host", nullptr), 4);
-        platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
-        MEM_AccountAllocation(-0x8700000);
-        EXPECT_EQ(MEM_GetMemUsage(), before);
-        U_u32 id = 0;
-        EXPECT_EQ(U_RegisterHog("none", &id), 3) << "there is no table";
+        // What of another type comes out of the fatal report doesn't keep the record.
+        bool fatal = false;
+        platform::SetAlertPresenter([&](const platform::Alert& alert) {
+            if (Narrow(alert.text).find("while trying to U_Birth") == std::string::npos)
+                return;
+            fatal = true;
+            throw "alert";
+        });
+        EXPECT_EQ(U_Birth("Host", nullptr), row.code);
+        EXPECT_EQ(fatal, row.code != 0);
+        EXPECT_EQ(U_Die(), row.code != 0);
+        if (row.code)
+            MEM_AccountAllocation(-0x8700000);
+        else
+            EXPECT_EQ(U_Death(), 0);
+    }
+}
+
+TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
+{
+    const std::function<void()> rows[] = {[] { throw std::runtime_error("broken"); },
+                                          [] { throw 77; }, [] { throw "of no type we know"; }};
+    const std::new_handler newHandler = std::get_new_handler();
+    for (const std::function<void()>& fail : rows)
+    {
+        const U_u64 used = MEM_GetMemUsage();
         ASSERT_EQ(U_Birth("Host", nullptr), 0);
+        U_ClearLastReportedError(); // or the same error isn't posted again
+        std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "its alert throws"); }).join();
+        void* const leak = U_AllocatePtr(0, "leak", 10);
+        U_SetPurgeRequestCallback(&NoPurge, nullptr);
+        auto owned = std::make_shared<int>(0);
+        const std::weak_ptr<int> watched = owned;
+        U_RegisterExceptionTranslatorImpl([owned](std::exception*, int*) { return false; });
+        owned.reset();
+
+        std::vector<std::string> threw;
+        platform::SetLogSink([&](int, const char*, const char* tag, const char*) {
+            threw.push_back(tag);
+            fail();
+        });
+        platform::SetAlertPresenter([&](const platform::Alert&) {
+            threw.push_back("alert");
+            fail();
+        });
         EXPECT_EQ(U_Death(), 0);
+        platform::SetLogSink([](int, const char*, const char*, const char*) {});
+        platform::SetAlertPresenter([](const platform::Alert&) {});
+        EXPECT_THAT(threw, testing::IsSupersetOf({"Death", "alert", "MEM_DumpLeaks"}));
+        EXPECT_TRUE(U_Die());
+        EXPECT_EQ(std::get_new_handler(), newHandler);
+        EXPECT_EQ(MEM_GetMemUsage(), used + 10);
+        U_PurgeRequestCallback callback = &NoPurge;
+        U_GetPurgeRequestCallback(&callback, nullptr);
+        EXPECT_EQ(callback, nullptr);
+        EXPECT_TRUE(watched.expired());
+        U_FreePtr(leak);
     }
 }
 
@@ -221,12 +320,17 @@ TEST_F(Lifecycle, RunModeLivesFromBirthToDeath)
     EXPECT_EQ(U_GetRunMode(), 0);
 }
 
-TEST_F(Lifecycle, DeathForgetsThePurgeCallbackAndKeepsTheMainThread)
+TEST_F(Lifecycle, DeathForgetsItsCallbacksAndKeepsTheMainThread)
 {
     ASSERT_EQ(U_Birth("Host", nullptr), 0);
     int refcon = 0;
     U_SetPurgeRequestCallback(&NoPurge, &refcon);
+    U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
     ASSERT_EQ(U_Death(), 0);
+    EXPECT_GE(U_GetRecycledMemorySize(), kMiB);
+    U_u64 used = 0;
+    EXPECT_EQ(TOLV_TotalMemoryUsed(&used), 0);
+    EXPECT_EQ(used, MEM_GetMemUsage()) << "the pool is no longer counted";
     U_PurgeRequestCallback callback = &NoPurge;
     void* kept = &refcon;
     U_GetPurgeRequestCallback(&callback, &kept);
