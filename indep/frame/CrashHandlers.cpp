@@ -106,10 +106,9 @@ public:
 void ReportMemory(std::size_t size)
 {
     const ScReportsMemory reports;
-    Up_SetThreadLastError(0);
-    Up_FormatString(Up_GetThreadLoggingBuffer(), U_ReportTextSize, kOutOfMemoryText,
-                    Kilobytes(size));
-    Up_ReportError(kOutOfMemoryPlace, U_Sev_INFO);
+    char text[U_ReportTextSize]; // a report that is under way keeps the thread's own
+    Up_FormatString(text, sizeof(text), kOutOfMemoryText, Kilobytes(size));
+    Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);
 }
 
 int OnOutOfMemory(std::size_t size)
