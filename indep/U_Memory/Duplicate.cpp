@@ -37,34 +37,36 @@ void** NewPlatformHandle(U_i32 size, const char* opName)
         Up_ReportAllocFailure(kModule, static_cast<U_u64>(size), opName, okay);
     return handle;
 }
+
+// A copy of a handle of the library's heap, in a handle that allocate gives.
+template <class Allocate> U_Status Duplicate(void** handle, void*** out, Allocate allocate)
+{
+    U_u32 size = 0;
+    if (U_Status failure = U_GetHandleSize(handle, &size))
+        return failure;
+    *out = allocate(size);
+    if (!*out)
+        return U_Err_OutOfMemory;
+    CopyContents(*out, handle, size);
+    return 0;
+}
 } // namespace
 
 U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 {
     if (!out)
         return RefuseArgument("U_DuplicateHandle: no place for the copy");
-    U_u32 size = 0;
-    if (U_Status failure = U_GetHandleSize(handle, &size))
-        return failure;
-    *out = U_AllocateHandle(kDuplicatePlace, opName, size);
-    if (!*out)
-        return U_Err_OutOfMemory;
-    CopyContents(*out, handle, size);
-    return 0;
+    return Duplicate(handle, out,
+                     [&](U_u32 size) { return U_AllocateHandle(kDuplicatePlace, opName, size); });
 }
 
 U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out)
 {
     if (!out)
         return RefuseArgument("U_DuplicateHandleToPlatform: no place for the copy");
-    U_u32 size = 0;
-    if (U_Status failure = U_GetHandleSize(handle, &size))
-        return failure;
-    *out = NewPlatformHandle(static_cast<U_i32>(size), opName);
-    if (!*out)
-        return U_Err_OutOfMemory;
-    CopyContents(*out, handle, size);
-    return 0;
+    return Duplicate(handle, out, [&](U_u32 size) {
+        return NewPlatformHandle(static_cast<U_i32>(size), opName);
+    });
 }
 
 U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName, void*** out)
