@@ -68,10 +68,10 @@ void LookUpInFreshTable()
     U_LStrCache* copy = &table;
     U_ZLookupLStrCache(copy, 0, 0, nullptr);
     U_ZRegisterLStrCache(&copy);
+    if (copy == &table)
+        U_ZRegisterLStrCache(&copy); // which takes the table off the list
     if (copy != &table)
         U_ZUnregisterLStrCache(&copy);
-    else
-        U_ZRegisterLStrCache(&copy);
 }
 
 void TakeTranslator()

@@ -19,6 +19,7 @@
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/ExpectedLeaks.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
@@ -192,6 +193,7 @@ TEST_F(Lifecycle, AFailedBirthPutsTheNewHandlerBack)
         hadItsOwn = hadItsOwn || std::get_new_handler() != before;
     };
     U_Status code = 0;
+    const ScExpectedLeaks expected; // of the steps before the one that fails
     FailEachNew([&] { code = U_Birth("Host", nullptr); },
                 [&](long nth) {
                     ASSERT_TRUE(code || U_Death() == 0) << nth;

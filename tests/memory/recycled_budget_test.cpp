@@ -149,6 +149,7 @@ TEST_F(RecycledBudget, TheCheckLeavesThePoolOut)
         EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
         EXPECT_EQ(over, row.over);
         EXPECT_EQ(hit, row.hit);
+        U_SetPurgeRequestCallback(nullptr, nullptr); // before its pointer goes
         U_FreePtr(held);
     }
 }
