@@ -484,11 +484,12 @@ TEST_F(Hogs, AThreadWithoutMemoryForItsShareCountsToo)
         std::promise<void> counted;
         threads.emplace_back([&, nth] {
             U_FreeHandle(U_AllocateHandleQuiet(10)); // the heap has a share of its own
+            void** first = nullptr;
             {
                 const ScFailingNew failing(nth);
-                made.push_back(New(10));
+                U_NewHogHandle(mId, 0, nullptr, 10, 0, &first);
             }
-            made.push_back(New(10));
+            made.insert(made.end(), {first, New(10)});
             counted.set_value();
             end.wait();
         });
