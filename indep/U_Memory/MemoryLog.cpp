@@ -1,16 +1,20 @@
 #include "indep/U_Memory/MemoryLog.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
 #include <string>
+#include <thread>
 
 #include <boost/function.hpp>
 #include <krobase/debug.h>
 #include <krobase/executor.h>
 #include <krobase/text.h>
 #include <krobase/threads.h>
+#include <quiet_new.h>
 
 #include "U_Budget.h"
 #include "U_Encoding.h"
@@ -27,6 +31,8 @@ const char kHeader[] =
     "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
     "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
 
+const std::chrono::milliseconds kWaitForMemory(100);
+
 // The log thread's, once it runs. The logger is never destroyed: each line has been
 // flushed, and the end of the process closes the file.
 U_ScGlobalLogger* sLogger = nullptr;
@@ -36,13 +42,18 @@ int sInterval = 1000; // milliseconds
 // Ends the thread with the process.
 boost::shared_ptr<AsyncThreadedExecutor> sExecutor;
 
-// An interval of 0 would keep the thread from ever ending.
+// An interval of 0 would keep the thread from ever ending. A text that is no number
+// tells no interval.
 int ReadInterval()
 {
     const std::string text = krobase::debug::DebugDatabase::Instance().GetEntry(
         "MemoryYoYoLogInterval", std::to_string(sInterval).c_str());
+    char* end = nullptr;
+    const long interval = std::strtol(text.c_str(), &end, 10);
+    if (end == text.c_str())
+        return sInterval;
     const long most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(std::strtol(text.c_str(), nullptr, 10), 1L, most));
+    return static_cast<int>(std::clamp(interval, 1L, most));
 }
 
 U_UTF8String PathOfLog()
@@ -71,12 +82,35 @@ void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
         now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts);
 }
 
-void Up_ScheduleMemoryRow();
+void Up_LogMemoryRow();
+
+void Up_ScheduleMemoryRow()
+{
+    sExecutor->Post(boost::function<void()>(&Up_LogMemoryRow), sInterval);
+}
+
+// On the log thread: a row that has no memory to come after this one comes later.
+void ScheduleInTheEnd()
+{
+    const platform::ScQuietNew quiet; // nothing is lost
+    for (;;)
+    {
+        try
+        {
+            Up_ScheduleMemoryRow();
+            return;
+        }
+        catch (const std::bad_alloc&)
+        {
+            std::this_thread::sleep_for(kWaitForMemory);
+        }
+    }
+}
 
 void Up_LogMemoryRow()
 {
     // A host's function that throws costs one row.
-    Guarded([] {
+    Contained([] {
         U_u64 prepurge = 0;
         U_u64 maximum = 0;
         U_GetMemUsageLimits(&prepurge, &maximum);
@@ -86,12 +120,7 @@ void Up_LogMemoryRow()
         WriteRow(now, prepurge, maximum);
         sPrevious = now;
     });
-    Up_ScheduleMemoryRow();
-}
-
-void Up_ScheduleMemoryRow()
-{
-    sExecutor->Post(boost::function<void()>(&Up_LogMemoryRow), sInterval);
+    ScheduleInTheEnd();
 }
 } // namespace
 
@@ -104,9 +133,18 @@ void Up_StartMemoryLog()
     auto logger = std::make_unique<U_ScGlobalLogger>(reinterpret_cast<const char*>(path.c_str()));
     logger->Printf("%s", kHeader);
     const boost::function<void()> nothing;
-    const auto executor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1,
-                                                      kThreadPriorityNormal, nothing, nothing);
-    sLogger = logger.release();
-    sExecutor = executor;
-    Up_ScheduleMemoryRow();
+    sExecutor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1, kThreadPriorityNormal,
+                                            nothing, nothing);
+    sLogger = logger.get();
+    try
+    {
+        Up_ScheduleMemoryRow();
+    }
+    catch (...)
+    {
+        sExecutor.reset(); // so that a later birth starts it
+        sLogger = nullptr;
+        throw;
+    }
+    logger.release();
 }

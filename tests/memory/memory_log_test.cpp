@@ -1,8 +1,13 @@
 // The memory log, in processes of their own: it has no end but the process's.
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
+#include <new>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,14 +15,18 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <krobase/debug.h>
+#include <krobase/threads.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
+#include "U_MemServices.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 
 namespace
 {
@@ -26,6 +35,12 @@ typedef std::vector<std::string> Texts;
 const U_u64 kPrepurge = 300 * kMiB;
 const U_u64 kMaximum = 400 * kMiB;
 const std::size_t kColumns = 24;
+const char kHeader[] =
+    "\tvirtual\tdelta_virtual\tcalc_mem\tdiff_mem\tcalc_u\tdiff_u\tslop\tdeltaslop\tcalc\tdiff_calc"
+    "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
+    "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
+
+unsigned int sMainThread = 0;
 
 std::string Path()
 {
@@ -112,8 +127,8 @@ int LogThreeRows()
         return Fail("too few lines");
     if (lines[0].find("  * log start") == std::string::npos)
         return Fail(lines[0]);
-    if (Columns(lines[1]).size() != kColumns || Columns(lines[1])[0] != "virtual" ||
-        Columns(lines[1]).back() != "glob_pageouts")
+    if (lines[1].find(kHeader) == std::string::npos ||
+        lines[1].find(kHeader) + std::strlen(kHeader) != lines[1].size())
         return Fail(lines[1]);
     Texts before;
     for (std::size_t line = 2; line + 1 < later.size(); ++line)
@@ -127,10 +142,132 @@ int LogThreeRows()
     if (At(before, 16) != static_cast<long long>(kPrepurge) ||
         At(before, 17) != static_cast<long long>(kMaximum))
         return Fail("other limits: " + later[later.size() - 2]);
-    if (At(before, 3) - At(Columns(lines[2]), 3) < static_cast<long long>(20 * kMiB))
+    // The first row may have seen more of birth's own blocks.
+    if (At(before, 3) - At(Columns(lines[2]), 3) < static_cast<long long>(19 * kMiB))
         return Fail("the block doesn't show: " + later[later.size() - 2]);
     U_FreePtr(block);
     return U_Death(); // the log goes on, and the process ends all the same
+}
+
+// Whether rows are still being written.
+bool GoesOn()
+{
+    const std::size_t written = Lines().size();
+    return WaitForLines(written + 2).size() >= written + 2;
+}
+
+int Throw(int which)
+{
+    switch (which)
+    {
+    case 0:
+        throw 7;
+    case 1:
+        throw std::runtime_error("a manager's");
+    default:
+        throw "neither";
+    }
+}
+
+// Throws, or leaves the log thread without memory for what comes next, in turn.
+std::atomic<int> sMeasured(0);
+
+size_t DisturbRow()
+{
+    if (krobase::threads::GetCurrentThreadID() == sMainThread)
+        return 0;
+    const int turn = sMeasured++;
+    if (turn < 3)
+        Throw(turn);
+    if (turn < 6)
+        new ScFailingNew(turn - 2); // stays for the thread
+    return 0;
+}
+
+int GoOnWhateverHappens()
+{
+    std::remove(Path().c_str());
+    PinSwitches();
+    CapturedAlerts alerts;
+    sMainThread = krobase::threads::GetCurrentThreadID();
+    Ask("true", "10");
+    if (U_Birth("Memory Log", nullptr))
+        return Fail("birth");
+    const krobase::utility::Guid id = {};
+    U_InstallExternalMemoryManager(id, &DisturbRow);
+    for (int waited = 0; waited < 3000 && sMeasured < 8; ++waited)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (sMeasured < 8)
+        return Fail("it ended in turn " + std::to_string(sMeasured));
+    U_UnInstallExternalMemoryManager(id);
+    if (!GoesOn())
+        return Fail("no rows behind the manager");
+    if (U_Death() != 0 || !GoesOn())
+        return Fail("no rows behind death");
+    if (U_Birth("Memory Log", nullptr) != 0 || !GoesOn())
+        return Fail("no rows in the second life");
+    const Texts lines = Lines();
+    std::remove(Path().c_str());
+    const auto starts = std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("log start") != std::string::npos;
+    });
+    return starts == 1 && U_Death() == 0 ? 0 : Fail("it was started again");
+}
+
+// In a process of its own: whether a birth that fails for want of an allocation leaves
+// the log to the next one.
+bool StartsAfterFailure(long nth)
+{
+    U_Status failure = 0;
+    {
+        const ScFailingNew failing(nth);
+        failure = U_Birth("Memory Log", nullptr);
+    }
+    const bool goesOn = !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn());
+    std::remove(Path().c_str());
+    return goesOn;
+}
+
+int StartAfterFailures()
+{
+    PinSwitches();
+    Ask("true", "10");
+    for (long nth = 1; nth <= 80; ++nth)
+    {
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(StartsAfterFailure(nth) ? 0 : 1);
+        int status = 0;
+        if (waitpid(child, &status, 0) != child || status != 0)
+            return Fail("no rows after failure " + std::to_string(nth));
+    }
+    return 0;
+}
+
+// Milliseconds of the day in a line's stamp.
+long Stamp(const std::string& line)
+{
+    int hour = 0, minute = 0, second = 0, milliseconds = 0;
+    if (std::sscanf(line.c_str(), "[%*d:%*x] %*d/%*d/%*d %d:%d:%d.%d", &hour, &minute, &second,
+                    &milliseconds) != 4)
+        return -1;
+    return ((hour * 60 + minute) * 60 + second) * 1000L + milliseconds;
+}
+
+int WaitFor(const char* interval, long expected)
+{
+    std::remove(Path().c_str());
+    Ask("true", interval);
+    if (U_Birth("Memory Log", nullptr) != 0)
+        return Fail("birth");
+    const Texts lines = WaitForLines(2);
+    std::remove(Path().c_str());
+    if (lines.size() < 3)
+        return Fail("too few lines");
+    const long kDay = 24 * 60 * 60 * 1000L;
+    const long waited = (Stamp(lines[2]) - Stamp(lines[1]) + kDay) % kDay;
+    // A stamp is cut to whole milliseconds.
+    return waited >= expected - 1 && U_Death() == 0 ? 0 : Fail(std::to_string(waited));
 }
 
 int BirthWithoutAFile()
@@ -165,6 +302,22 @@ TEST_F(MemoryLog, WritesRowsOfFiguresThatAgree)
     if (access("/", W_OK) != 0)
         GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
     EXPECT_EXIT(std::exit(LogThreeRows()), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(MemoryLog, GoesOnWhateverHappensToARow)
+{
+    if (access("/", W_OK) != 0)
+        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
+    EXPECT_EXIT(std::exit(GoOnWhateverHappens()), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::exit(StartAfterFailures()), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(MemoryLog, WaitsOneIntervalBetweenRows)
+{
+    if (access("/", W_OK) != 0)
+        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
+    EXPECT_EXIT(std::exit(WaitFor("300 ms", 300)), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::exit(WaitFor("often", 1000)), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(MemoryLog, BirthTellsAFileThatCanNotBeOpened)
