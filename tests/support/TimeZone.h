@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <optional>
+#include <string>
 
 // Another zone, in the notation of the environment's TZ ("EST5" lies five hours
 // west), until the scope ends.
@@ -13,16 +15,25 @@ class ScTimeZone
 public:
     explicit ScTimeZone(const char* zone)
     {
-        setenv("TZ", zone, 1);
-        tzset();
+        if (const char* before = std::getenv("TZ"))
+            mBefore = before;
+        Set(zone);
     }
-    ~ScTimeZone()
-    {
-        unsetenv("TZ");
-        tzset();
-    }
+    ~ScTimeZone() { Set(mBefore ? mBefore->c_str() : nullptr); }
     ScTimeZone(const ScTimeZone&) = delete;
     ScTimeZone& operator=(const ScTimeZone&) = delete;
+
+private:
+    static void Set(const char* zone)
+    {
+        if (zone)
+            setenv("TZ", zone, 1);
+        else
+            unsetenv("TZ");
+        tzset();
+    }
+
+    std::optional<std::string> mBefore; // the environment's own, if it had one
 };
 
 #endif
