@@ -60,7 +60,9 @@ U_EXPORT boost::posix_time::ptime U_SecondsToPtime(U_u32 seconds, U_SecondsType 
 // A second count for the user, in the form and the digits of the user's locale, and
 // as it stands: no zone comes into it. What the system can't write is left out.
 // Counts are shown through 19 January 2038, 03:14:07; from the second after that on
-// as of 1901 to 1903.
+// as of 1901 to 1903. Before the first birth, and where the system doesn't tell the
+// locale's forms, an abbreviated date is "Wed, Dec 3, 2025" in the names of the locale.
+// Throws std::bad_alloc.
 U_EXPORT U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type,
                                                  U_DateTimeDisplay display, bool showSeconds);
 
@@ -76,12 +78,13 @@ U_EXPORT U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type,
 //   bit 31         debug build
 //
 // As text: "9.0.1x5", then the suffix of a debug build unless noDebugSuffix, then,
-// unless the architecture is 0, a space and its name.
+// unless the architecture is 0, a space and its name. Throws std::bad_alloc.
 U_EXPORT U_UTF16String U_UTF16Version(U_u32 version, bool noDebugSuffix);
 
 // The same in the active code page, with the name in brackets: "9.0 (Windows)". out
-// has room for 256 bytes; a name is cut at a character after 199. Returns 0, 3 for a
-// null out, or the code of a text that couldn't be had, which is left out.
+// has room for 256 bytes; a suffix is cut at a character after 15, a name after 199.
+// Returns 0, 3 for a null out, or the code of a text that couldn't be had, which is
+// left out.
 U_EXPORT U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out);
 
 // A Pascal string is a byte count and that many bytes, without a terminator.
