@@ -1,10 +1,9 @@
 #include "indep/U_Memory/HogCounts.h"
 
 #include <memory>
+#include <mutex>
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <quiet_new.h>
 
 #include "indep/frame/ThreadPiece.h"
@@ -16,7 +15,7 @@ namespace
 // Guards the lists of shares and what they consist of, not what the cells hold. Held
 // for a few instructions: threads that end take it, for whom a host may be waiting
 // while it purges. Stays for good, like the shares.
-boost::mutex& sSharesLock = *new boost::mutex;
+std::mutex& sSharesLock = *new std::mutex;
 HogShare* sFirstShare = nullptr;
 HogShare* sFirstIdle = nullptr; // of threads that have ended; the next ones go on with them
 
@@ -30,7 +29,7 @@ struct ShareOwner
         tHogShare = nullptr;
         if (!mShare)
             return;
-        boost::lock_guard<boost::mutex> lock(sSharesLock);
+        std::lock_guard<std::mutex> lock(sSharesLock);
         mShare->mNextIdle = sFirstIdle;
         sFirstIdle = mShare;
     }
@@ -38,7 +37,7 @@ struct ShareOwner
 
 HogShare* TakeIdle()
 {
-    boost::lock_guard<boost::mutex> lock(sSharesLock);
+    std::lock_guard<std::mutex> lock(sSharesLock);
     HogShare* const share = sFirstIdle;
     if (share)
         sFirstIdle = share->mNextIdle;
@@ -50,7 +49,7 @@ HogShare* NewShare()
     HogShare* const share = new (std::nothrow) HogShare;
     if (!share)
         return nullptr;
-    boost::lock_guard<boost::mutex> lock(sSharesLock);
+    std::lock_guard<std::mutex> lock(sSharesLock);
     share->mNext = sFirstShare;
     sFirstShare = share;
     return share;
@@ -90,7 +89,7 @@ HogShare* MakeHogShare(U_u32 index)
     HogCells grown;
     if (!grown.Make((index / HogCells::kStep + 1) * HogCells::kStep))
         return nullptr;
-    boost::lock_guard<boost::mutex> lock(sSharesLock);
+    std::lock_guard<std::mutex> lock(sSharesLock);
     for (U_u32 cell = 0; cell < share->mCells.Count(); ++cell)
         grown[cell].Set(share->mCells[cell].Made(), share->mCells[cell].Gone());
     share->mCells.Swap(grown);
@@ -101,7 +100,7 @@ HogTally LiveByShares(U_u32 index)
 {
     HogTally gone = 0;
     HogTally made = 0;
-    boost::lock_guard<boost::mutex> lock(sSharesLock);
+    std::lock_guard<std::mutex> lock(sSharesLock);
     for (HogShare* share = sFirstShare; share; share = share->mNext)
         gone += index < share->mCells.Count() ? share->mCells[index].Gone() : 0;
     // In a second walk: a handle may go on another thread than the one that made it.
@@ -112,7 +111,7 @@ HogTally LiveByShares(U_u32 index)
 
 void ClearShares()
 {
-    boost::lock_guard<boost::mutex> lock(sSharesLock);
+    std::lock_guard<std::mutex> lock(sSharesLock);
     for (HogShare* share = sFirstShare; share; share = share->mNext)
     {
         for (U_u32 cell = 0; cell < share->mCells.Count(); ++cell)

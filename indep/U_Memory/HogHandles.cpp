@@ -39,7 +39,7 @@ static_assert(sizeof(HogHeader) == 16, "sizes count on it");
 // has no room for the header, isn't read.
 HogHeader* FindHeader(void** handle, U_u64 blockSize)
 {
-    if (blockSize < sizeof(HogHeader))
+    if (!handle || blockSize < sizeof(HogHeader))
         return nullptr;
     HogHeader* const header = static_cast<HogHeader*>(*handle);
     return IsHog(header->mHogIndex) ? header : nullptr;

@@ -146,5 +146,5 @@ void Up_StartMemoryLog()
         sLogger = nullptr;
         throw;
     }
-    logger.release();
+    static_cast<void>(logger.release()); // stays for good
 }
