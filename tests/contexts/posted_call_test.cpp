@@ -2,6 +2,7 @@
 
 #include "tests/contexts/Suspensions.h"
 
+#include <atomic>
 #include <new>
 
 #include <boost/make_shared.hpp>
@@ -68,7 +69,7 @@ TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
     const ContextPtr context = U_Context::MakeNewContext();
     const U_ContextSetter setter(context);
     SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-    int ended = 0;
+    std::atomic<int> ended(0);
     const auto function = [&] {
         ExpectBack(context);
         return ++ended;
