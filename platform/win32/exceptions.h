@@ -12,11 +12,13 @@ struct EXCEPTION_POINTERS; // of no use to U
 // Called on the failing thread: after an access to memory that isn't there or isn't
 // allowed, a stack overflow, an arithmetic exception, an illegal instruction. Once
 // it returns, whatever it returns, the exception goes to whoever handled it before
-// the filter came, and that is the system as a rule: it ends the process. An exception on
-// the same thread meanwhile goes to the system at once. Here exceptions are signals:
-// one that is sent is taken alike, unless it was ignored before; a handler that
-// somebody installs behind the filter may call the one that it found; and on a thread
-// that blocks them an exception ends the process past the filter.
+// the filter came, and that is the system as a rule: it ends the process. Where it is
+// somebody who deals with the exception, the filter is called for the next one, too. An
+// exception on the same thread while the filter runs goes to the system at once. Here
+// exceptions are signals: one that is sent is taken alike, unless it was ignored before; a
+// handler that somebody installs behind the filter may call the one that it found, or put it
+// back and return; and on a thread that blocks them an exception ends the process past the
+// filter. errno is as it was afterwards.
 typedef int (*TopLevelExceptionFilter)(EXCEPTION_POINTERS* exception);
 
 // Replaces the process's filter and returns the one before; null for none. Any thread.

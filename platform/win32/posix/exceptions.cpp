@@ -2,15 +2,20 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <functional>
 #include <iterator>
+#include <utility>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <sys/syscall.h>
+#include <ucontext.h>
 #include <unistd.h>
 
+#include "../../thread_local.h"
 #include "signal_stack.h"
 
 namespace win32
@@ -27,7 +32,7 @@ struct Signal
     struct sigaction mBefore; // what comes next when the handler below is in place
     struct sigaction mBelow;  // what comes next for whoever stands in its place and calls it
     int mNumber;
-    bool mIsCovered; // somebody else stood in its place when it was to be taken down
+    bool mIsCovered; // somebody else has stood in its place when it was to be taken down
 };
 
 // Written under the lock, and only while the handler isn't in place: that reads them
@@ -40,9 +45,11 @@ Signal sSignals[] = {
     {{}, {}, SIGILL, false},
 };
 
-// The thread's filter has run, and who comes next may call the handler again for the
-// same exception.
-thread_local bool sHasPassedOn = false;
+// How the thread has last called whoever comes next: with which context, from which frame
+// of the handler below, and whether what comes to that next has been with him already.
+PLATFORM_THREAD_LOCAL const void* sContext = nullptr;
+PLATFORM_THREAD_LOCAL const void* sFrame = nullptr;
+PLATFORM_THREAD_LOCAL bool sComesBack = false;
 
 void OnSignal(int number, siginfo_t* info, void* context);
 
@@ -63,6 +70,123 @@ bool Is(const struct sigaction& action, void (*handler)(int))
     return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
 }
 
+bool IsSent(const siginfo_t& info)
+{
+    return info.si_code <= 0;
+}
+
+// Whether whoever is called by the handler below passes the exception on to it. If he has
+// jumped out instead, a new one may have the same context, but comes from no frame further
+// in.
+bool IsPassedBack(const void* context, const void* frame)
+{
+    return std::exchange(sComesBack, false) ||
+           (context == sContext && std::less<const void*>()(frame, sFrame));
+}
+
+// The system's own actions need the exception once more. So does an action for one time
+// only: the system is who takes it down.
+bool NeedsItOnceMore(const struct sigaction& action)
+{
+    return Is(action, SIG_DFL) || Is(action, SIG_IGN) ||
+           (action.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
+}
+
+// In the way of the system.
+void Call(const struct sigaction& action, int number, siginfo_t* info, void* context)
+{
+    if ((action.sa_flags & SA_SIGINFO) != 0)
+        action.sa_sigaction(number, info, context);
+    else
+        action.sa_handler(number);
+}
+
+// Blocks the signals that the system would block for the action.
+void BlockFor(const struct sigaction& action, int number, const void* context)
+{
+    sigset_t blocked = static_cast<const ucontext_t*>(context)->uc_sigmask;
+    sigorset(&blocked, &blocked, &action.sa_mask);
+    if ((action.sa_flags & SA_NODEFER) == 0)
+        sigaddset(&blocked, number);
+    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
+}
+
+// Says of the handler below, if it is in place, that it was there before somebody was called,
+// in a flag that does nothing, since the handler blocks its signal in any case. Returns
+// whether it said so.
+bool Mark(int number, bool on)
+{
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    if (!IsOurs(action))
+        return true; // nobody has put it back
+    const bool was = (action.sa_flags & SA_NODEFER) != 0;
+    action.sa_flags = on ? action.sa_flags | SA_NODEFER : action.sa_flags & ~SA_NODEFER;
+    sigaction(number, &action, nullptr);
+    return was;
+}
+
+// Who has covered the handler below in an earlier life, and stands before it now, may put it
+// back, as he has found it, and return: his way to pass the exception on.
+void CallBefore(const Signal& signal, siginfo_t* info, void* context)
+{
+    if (signal.mIsCovered)
+        Mark(signal.mNumber, true);
+    BlockFor(signal.mBefore, signal.mNumber, context);
+    Call(signal.mBefore, signal.mNumber, info, context);
+    sComesBack = signal.mIsCovered && !Mark(signal.mNumber, false);
+}
+
+// An instruction that failed does so again on return. A signal that was sent is sent once
+// more.
+void Repeat(int number, siginfo_t* info)
+{
+    if (IsSent(*info) &&
+        syscall(SYS_rt_tgsigqueueinfo, getpid(), syscall(SYS_gettid), number, info) != 0)
+        std::raise(number);
+}
+
+// All four are blocked while the filter runs, so a second exception of its own ends the
+// process at once. A handler that stood before it is called from here, and this stays in
+// place: he may deal with the exception, and later ones need the filter, too.
+void OnSignal(int number, siginfo_t* info, void* context)
+{
+    const int errorBefore = errno;
+    const Signal& signal =
+        *std::find_if(std::begin(sSignals), std::end(sSignals),
+                      [number](const Signal& candidate) { return candidate.mNumber == number; });
+    const void* const frame = __builtin_frame_address(0);
+    const bool isInPlace = IsOurs(CurrentAction(signal));
+    const bool isPassedBack = IsPassedBack(context, frame);
+    const bool isFirst = isInPlace && !isPassedBack;
+    const struct sigaction& next = isFirst ? signal.mBefore : signal.mBelow;
+    if (IsSent(*info) && Is(next, SIG_IGN))
+        return; // it would have done nothing without the filter
+
+    const TopLevelExceptionFilter filter = sFilter;
+    if (filter && !isPassedBack)
+        filter(nullptr);
+    errno = errorBefore;
+    if (NeedsItOnceMore(next))
+    {
+        // What somebody has put in the place of this handler meanwhile stays.
+        if (!isInPlace || IsOurs(CurrentAction(signal)))
+            sigaction(number, &next, nullptr);
+        sComesBack = isFirst && signal.mIsCovered;
+        Repeat(number, info);
+    }
+    else if (isFirst)
+    {
+        sContext = context;
+        sFrame = frame;
+        CallBefore(signal, info, context);
+        sContext = nullptr;
+    }
+    else
+        Call(next, number, info, context);
+    errno = errorBefore;
+}
+
 // Leaves alone what somebody else has put there since. False if somebody has.
 bool RestoreAction(const Signal& signal)
 {
@@ -70,47 +194,6 @@ bool RestoreAction(const Signal& signal)
         return false;
     sigaction(signal.mNumber, &signal.mBefore, nullptr);
     return true;
-}
-
-// Calls an action in the way of the system. Its own needs the exception once more.
-void Call(const struct sigaction& action, int number, siginfo_t* info, void* context)
-{
-    if ((action.sa_flags & SA_SIGINFO) != 0)
-        action.sa_sigaction(number, info, context);
-    else if (Is(action, SIG_DFL) || Is(action, SIG_IGN)) // nor can an exception be ignored
-        std::signal(number, SIG_DFL);
-    else
-        action.sa_handler(number);
-}
-
-// All four are blocked meanwhile, so a second exception of the filter's own ends the
-// process at once.
-void OnSignal(int number, siginfo_t* info, void* context)
-{
-    const Signal& signal =
-        *std::find_if(std::begin(sSignals), std::end(sSignals),
-                      [number](const Signal& candidate) { return candidate.mNumber == number; });
-    const bool isSent = info->si_code <= 0;
-    const bool isInPlace = IsOurs(CurrentAction(signal));
-    const struct sigaction& next = isInPlace ? signal.mBefore : signal.mBelow;
-    if (isSent && Is(next, SIG_IGN))
-        return; // it would have done nothing without the filter
-
-    const TopLevelExceptionFilter filter = sFilter;
-    if (filter && (isInPlace || !sHasPassedOn))
-        filter(nullptr);
-    sHasPassedOn = isInPlace;
-    if (isInPlace)
-        RestoreAction(signal);
-    else
-        Call(next, number, info, context);
-    // An instruction that failed does so again on return, and now the next action is
-    // taken, with all that it may want to know. A signal that was sent is sent once more,
-    // unless whoever comes next has had it already.
-    const bool comesAgain = isInPlace || Is(next, SIG_DFL);
-    if (isSent && comesAgain &&
-        syscall(SYS_rt_tgsigqueueinfo, getpid(), syscall(SYS_gettid), number, info) != 0)
-        std::raise(number);
 }
 
 void InstallActions()
@@ -126,8 +209,8 @@ void InstallActions()
         const struct sigaction current = CurrentAction(signal);
         if (IsOurs(current)) // somebody has put it back
             continue;
-        // Who has covered the handler calls it in his turn, and mustn't be called by it
-        // then.
+        // Who has covered the handler calls it in his turn, in every later life, and
+        // mustn't be called by it then.
         if (!signal.mIsCovered)
             signal.mBelow = current;
         signal.mBefore = current;
@@ -138,7 +221,7 @@ void InstallActions()
 void TakeActionsDown()
 {
     for (Signal& signal : sSignals)
-        signal.mIsCovered = !RestoreAction(signal);
+        signal.mIsCovered = !RestoreAction(signal) || signal.mIsCovered;
 }
 } // namespace
 
