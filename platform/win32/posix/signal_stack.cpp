@@ -28,17 +28,14 @@ public:
     bool Install(const stack_t& before)
     {
         if (mStart)
-            return true; // the host has put one of its own in the place of this
+            return PutBack(before);
         mPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         void* const mapped = mmap(nullptr, mPage + kLargestStackGuarantee, PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0);
         if (mapped == MAP_FAILED)
             return false;
         char* const start = static_cast<char*>(mapped);
-        stack_t fresh = {};
-        fresh.ss_sp = start + mPage;
-        fresh.ss_size = kLargestStackGuarantee;
-        if (mprotect(start, mPage, PROT_NONE) != 0 || sigaltstack(&fresh, nullptr) != 0)
+        if (mprotect(start, mPage, PROT_NONE) != 0 || !Use(start))
         {
             munmap(start, mPage + kLargestStackGuarantee);
             return false;
@@ -49,6 +46,26 @@ public:
     }
 
 private:
+    bool Use(char* start) const
+    {
+        stack_t stack = {};
+        stack.ss_sp = start + mPage;
+        stack.ss_size = kLargestStackGuarantee;
+        return sigaltstack(&stack, nullptr) == 0;
+    }
+
+    // One that the host has put in the place of this stays; that it has left none doesn't,
+    // and none is what there is again at the end.
+    bool PutBack(const stack_t& current)
+    {
+        if ((current.ss_flags & SS_DISABLE) == 0)
+            return true;
+        if (!Use(mStart))
+            return false;
+        mBefore = current;
+        return true;
+    }
+
     char* mStart = nullptr; // of the page below; null: none is installed
     std::size_t mPage = 0;  // bytes
     stack_t mBefore = {};

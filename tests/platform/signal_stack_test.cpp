@@ -1,0 +1,80 @@
+// The stacks on which threads handle hardware exceptions.
+
+#include <csignal>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <win32/exceptions.h>
+
+namespace
+{
+stack_t Current()
+{
+    stack_t current = {};
+    sigaltstack(nullptr, &current);
+    return current;
+}
+
+bool IsNone(const stack_t& stack)
+{
+    return (stack.ss_flags & SS_DISABLE) != 0;
+}
+
+void Guarantee()
+{
+    unsigned int size = win32::kLargestStackGuarantee;
+    EXPECT_NE(win32::SetThreadStackGuarantee(&size), 0);
+    EXPECT_FALSE(IsNone(Current()));
+    EXPECT_GE(Current().ss_size, win32::kLargestStackGuarantee);
+}
+
+// The one that a thread has when all its variables are gone. It goes with the one that it
+// has found, which may be a sanitizer's.
+stack_t LeftBehindBy(const std::function<void()>& body)
+{
+    static stack_t sFound;
+    static stack_t sLeft;
+    pthread_key_t key;
+    pthread_key_create(&key, [](void*) {
+        sLeft = Current();
+        sigaltstack(&sFound, nullptr);
+    });
+    std::thread([&] {
+        sFound = Current();
+        pthread_setspecific(key, &sFound);
+        body();
+    }).join();
+    pthread_key_delete(key);
+    return sLeft;
+}
+} // namespace
+
+TEST(SignalStack, TheHostsOwnComesBackWithTheEndOfTheThread)
+{
+    std::vector<char> memory(64 << 10);
+    stack_t hosts = {};
+    hosts.ss_sp = memory.data();
+    hosts.ss_size = memory.size();
+    stack_t none = {};
+    none.ss_flags = SS_DISABLE;
+
+    const stack_t left = LeftBehindBy([&] {
+        sigaltstack(&hosts, nullptr);
+        Guarantee();
+        Guarantee();
+    });
+    EXPECT_EQ(left.ss_sp, hosts.ss_sp);
+    EXPECT_EQ(left.ss_size, hosts.ss_size);
+
+    EXPECT_TRUE(IsNone(LeftBehindBy([&] {
+        sigaltstack(&hosts, nullptr);
+        Guarantee();
+        sigaltstack(&none, nullptr); // and the memory of the host's own may be gone
+        Guarantee();
+    })));
+}
