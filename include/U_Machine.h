@@ -38,8 +38,8 @@ U_EXPORT extern const U_CPU_Data* U_G_CPU_DataP;
 U_EXPORT U_Status U_SecondsSinceBoot(double* out);
 U_EXPORT U_Status U_MillisecondsSinceBoot(U_u64* out);
 
-// Returns when so many milliseconds have passed on that clock. Keeps the processor
-// busy: no sleep, no messages. Always 0.
+// Returns when so many milliseconds have passed on that clock, never earlier. Keeps the
+// processor busy: no sleep, no messages. Always 0.
 U_EXPORT U_Status U_Delay(U_u64 milliseconds);
 
 // How many threads the host wants used; while the number set is negative, as at the
@@ -73,7 +73,8 @@ U_EXPORT intptr_t U_PointerToIntPtr(void* pointer);
 U_EXPORT U_u32 U_PointerToInt32(void* pointer);
 
 // Sets up floating-point arithmetic on the calling thread: denormal numbers are
-// flushed to zero, and no operation raises an exception. The profile integer
+// flushed to zero, and no operation raises an exception, but for denormal operands where
+// the thread had that before. The profile integer
 // "UseControlFPKey64_2" decides, as a byte: 0 leaves the thread alone, 2 (also if
 // there is none) writes the defaults of all three integers to the profile first,
 // and otherwise "ControlFPMaskKey64_2" (50856735) says which fields of the control
@@ -91,14 +92,15 @@ U_EXPORT void U_TerminateFPControl();
 // Without memory there is no mark.
 U_EXPORT void U_InitializeCallStackMonitoring();
 
-// Bytes of stack from the mark to the caller; 0 without a mark, or further out.
+// Bytes of stack from the mark to the caller; 0 without a mark, or further out. On another
+// stack than the mark's, as in a signal handler that has its own, the figure says nothing.
 U_EXPORT size_t U_GetCurrentCallStackSize();
 U_EXPORT bool U_IsCallStackMonitoringInitialized();
 
 // Address space in one piece, at most 2 GiB less a byte. Nothing can be read or
 // written there: the range is there so that something else gets it. While it is sought,
 // the host is asked to purge if need be, and other threads' blocks aren't measured
-// against the limits.
+// against the limits. It is sought between birth and death; given back at any time.
 class U_EXPORT U_ScReserveContiguousAddressSpace
 {
 public:
@@ -123,7 +125,7 @@ private:
 U_EXPORT U_Status U_ReserveContiguousAddressSpace(U_u64 size);
 
 // Empty if the system doesn't tell. The machine's name has at most 31 units, the
-// user's 256.
+// user's 256. Throw std::bad_alloc.
 U_EXPORT U_UTF16String U_GetMachineName();
 U_EXPORT U_UTF16String U_GetUsername();
 

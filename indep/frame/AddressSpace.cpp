@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <win32/memory.h>
 #include <win32/text.h>
 #include <wril/wril.h>
@@ -5,6 +7,7 @@
 #include "U_Budget.h"
 #include "U_Machine.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
 
 namespace
 {
@@ -38,10 +41,12 @@ void* Reserve(U_u64 size)
     return wanted.mAddress;
 }
 
-void Free(void* address)
+void Free(void* address) noexcept
 {
-    if (!win32::VirtualFree(address, 0, win32::kMemRelease))
-        WRIL_sprintf(0, "U", "VirtualFree", "VirtualFree error %d", win32::GetLastError());
+    if (win32::VirtualFree(address, 0, win32::kMemRelease))
+        return;
+    const unsigned int error = win32::GetLastError();
+    LogSafely([=] { WRIL_sprintf(0, "U", "VirtualFree", "VirtualFree error %d", error); });
 }
 } // namespace
 
@@ -62,8 +67,7 @@ void U_ScReserveContiguousAddressSpace::Release()
 {
     if (!mReservation)
         return;
-    Free(mReservation);
-    mReservation = nullptr;
+    Free(std::exchange(mReservation, nullptr));
 }
 
 U_Status U_ReserveContiguousAddressSpace(U_u64 size)

@@ -29,10 +29,6 @@ double SecondsNow()
     return win32::GetTickCount() * 0.001;
 }
 
-U_u64 MillisecondsNow()
-{
-    return static_cast<U_u64>(SecondsNow() * 1000);
-}
 } // namespace
 
 void Up_InitTiming()
@@ -61,15 +57,21 @@ U_Status U_MillisecondsSinceBoot(U_u64* out)
 {
     if (!out)
         return RefuseArgument("U_MillisecondsSinceBoot: no place for the answer");
-    *out = MillisecondsNow();
+    *out = static_cast<U_u64>(SecondsNow() * 1000);
     return 0;
 }
 
 U_Status U_Delay(U_u64 milliseconds)
 {
-    const U_u64 start = MillisecondsNow();
-    U_u64 now = start;
-    while (now - start < milliseconds)
-        now = MillisecondsNow();
+    const double seconds = static_cast<double>(milliseconds) * 0.001;
+    double start = SecondsNow();
+    double last = start;
+    while (last - start < seconds)
+    {
+        const double now = SecondsNow();
+        if (now < last) // the clock begins anew, and what has passed has passed
+            start -= last - now;
+        last = now;
+    }
     return 0;
 }

@@ -35,7 +35,8 @@ const unsigned int kEMDenormal = 0x80000;
 typedef int (*NewHandler)(std::size_t size);
 
 // Replaces the handler and returns the one before; null for none. Meanwhile it stands
-// in the place of the standard library's new handler, which null brings back.
+// in the place of the standard library's new handler, which null brings back. Whoever has
+// come in that place since stays, and what he calls of this goes on to the one before.
 PLATFORM_EXPORT NewHandler _set_new_handler(NewHandler handler);
 
 // Called when the runtime is given an argument that it can't serve. Texts may be null.
@@ -55,9 +56,10 @@ PLATFORM_EXPORT void _invalid_parameter(const unsigned short* expression,
                                         unsigned int line, std::uintptr_t reserved);
 
 // Sets the fields in mask of the calling thread's control word and returns the
-// word. Other bits of both are ignored. Where the processor can't tell operands from
-// results, both are flushed if either is to be; where it has no denormal exception,
-// that is always masked. An exception that isn't masked is a hardware exception.
+// word. Other bits of both are ignored, and so is kEMDenormal, which stays as it is.
+// Where the processor can't tell operands from results, both are flushed if either is to
+// be; where it has no denormal exception, that is always masked. An exception that isn't
+// masked is a hardware exception.
 PLATFORM_EXPORT unsigned int _controlfp(unsigned int values, unsigned int mask);
 } // namespace win32
 

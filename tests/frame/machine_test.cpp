@@ -239,6 +239,14 @@ TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)
     U_u64 end = 0;
     U_MillisecondsSinceBoot(&end);
     EXPECT_GE(end, start + 30);
+
+    // Wherever between two milliseconds one begins.
+    for (int round = 0; round < 20; ++round)
+    {
+        const double began = Seconds();
+        U_Delay(1);
+        EXPECT_GE(Seconds() - began, 0.001);
+    }
 }
 
 TEST_F(Machine, TheThreadCountIsTheHostsUnlessNegative)

@@ -11,6 +11,10 @@
 
 #include <gmock/gmock.h>
 
+#if defined(__x86_64__)
+#include <xmmintrin.h>
+#endif
+
 #include <sys/resource.h>
 
 #include <control.h>
@@ -201,6 +205,40 @@ TEST_F(FPControl, EndingTwiceRestoresOnce)
     win32::_controlfp(win32::kRCUp, win32::kMcwRC);
     U_TerminateFPControl();
     EXPECT_EQ(Word() & win32::kMcwRC, win32::kRCUp);
+
+    // All fields, whatever the profile's mask.
+    win32::_controlfp(mWord, kAllFields);
+    platform::SetProfileInt("UseControlFPKey64_2", 1);
+    platform::SetProfileInt("ControlFPMaskKey64_2", 0);
+    U_InitFPControl();
+    win32::_controlfp(win32::kRCUp | win32::kDNFlush, win32::kMcwRC | win32::kMcwDN);
+    U_TerminateFPControl();
+    EXPECT_EQ(Word(), mWord);
+}
+
+// Which the runtime never changes.
+TEST_F(FPControl, TheDenormalExceptionStaysAsItIs)
+{
+    std::fenv_t before;
+    std::fegetenv(&before);
+    for (const bool isMasked : {true, false})
+    {
+        SCOPED_TRACE(isMasked);
+        const unsigned int found = Word();
+#if defined(__x86_64__)
+        const unsigned int kMask = 0x100;
+        _mm_setcsr(isMasked ? _mm_getcsr() | kMask : _mm_getcsr() & ~kMask);
+        EXPECT_EQ((Word() & win32::kEMDenormal) != 0, isMasked);
+#endif
+        const unsigned int had = Word() & win32::kEMDenormal;
+        U_InitFPControl();
+        EXPECT_EQ(Word(), 0x100001Fu | had);
+        win32::_controlfp(had ^ win32::kEMDenormal, kAllFields & ~win32::kMcwDN);
+        EXPECT_EQ(Word() & win32::kEMDenormal, had);
+        U_TerminateFPControl();
+        EXPECT_EQ(Word(), (found & ~win32::kEMDenormal) | had);
+    }
+    std::fesetenv(&before);
 }
 
 TEST_F(FPControl, ThreadsHaveAWordEachAndTheProcessOneSavedWord)
@@ -278,6 +316,28 @@ TEST_F(Reservation, ARangeThatTwoReleaseIsToldInTheLog)
     }
     EXPECT_EQ(mLog.Texts(), std::vector<std::string>{"VirtualFree: VirtualFree error 487"});
     EXPECT_EQ(mLog.Lines().front().level, 0);
+
+    // A log that fails changes nothing.
+    platform::SetLogSink([](int, const char*, const char*, const char*) { throw 5; });
+    U_ScReserveContiguousAddressSpace first(1 << 20);
+    U_ScReserveContiguousAddressSpace second(1 << 20);
+    second.Release();
+    second = first;
+    first.Release();
+    EXPECT_NO_THROW(second.Release());
+    EXPECT_NO_THROW(second.Release());
+}
+
+TEST_F(Reservation, ARangeIsTheProcesssUntilItIsReleased)
+{
+    SKIP_UNDER_SANITIZERS();
+    const U_u64 size = 1 << 30;
+    const ScAddressSpaceLimit limit(size + size / 2);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
+    U_ScReserveContiguousAddressSpace held(size);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 4);
+    held.Release();
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
 }
 
 TEST_F(Reservation, WhatCantBeHadIsFourWithoutAReport)

@@ -165,7 +165,7 @@ void Write(unsigned int word)
 
 unsigned int _controlfp(unsigned int values, unsigned int mask)
 {
-    const unsigned int fields = mask & (kMcwDN | kMcwRC | kMcwEM);
+    const unsigned int fields = mask & (kMcwDN | kMcwRC | (kMcwEM & ~kEMDenormal));
     const unsigned int word = Read();
     if (fields)
         Write((word & ~fields) | (values & fields));
