@@ -58,8 +58,9 @@ protected:
 };
 
 // Makes the state of a context that is being built. It may throw; then there is
-// no context. It registers and unregisters nothing and makes no context. A null
-// state stands under its key and is told nothing.
+// no context. It registers and unregisters nothing and makes no context. An operator
+// new that fails in it isn't told (U_Fatal.h). A null state stands under its key and is
+// told nothing.
 typedef boost::function<boost::shared_ptr<U_State>(U_Context*)> U_StateFactory;
 
 class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context>

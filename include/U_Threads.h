@@ -67,8 +67,8 @@ typedef boost::function2<bool, std::exception*, int*> U_ExceptionTranslator;
 // counts as not having recognised anything. While one waits for another thread, or
 // for the user in an alert, no other thread gets past an exception: a translator and
 // a logging callback (U_Interact.h) that wait for each other's threads stop both. On
-// its own thread a translator may register, unregister and translate. All translators
-// go with U_Death.
+// its own thread a translator may register, unregister and translate. An operator new that
+// fails in one isn't told (U_Fatal.h). All translators go with U_Death.
 U_EXPORT U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator);
 
 // Removes a translator. An unknown id does nothing.

@@ -4,11 +4,19 @@
 #define PLATFORM_QUIET_NEW_H
 
 #include <mutex>
+#include <new>
 
 #include "export.h"
 
 namespace platform
 {
+// What an operator new that fails throws, in the words of the C runtime.
+class BadAllocation : public std::bad_alloc
+{
+public:
+    const char* what() const noexcept override { return "bad allocation"; }
+};
+
 // While one stands, an operator new that fails on its thread calls no handler of
 // win32::_set_new_handler: std::bad_alloc comes at once. For stretches that hold a lock,
 // since a handler may show an alert, which runs anything for as long as the user lets it

@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 
 #include <control.h>
+#include <quiet_new.h>
 #include <win32/runtime.h>
 
 #include "U_Lifecycle.h"
@@ -183,6 +184,46 @@ TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
         EXPECT_EQ(::operator new(kTooMuch, std::nothrow), nullptr);
         win32::_set_new_handler(before);
     }
+}
+
+// Whoever takes the place of the platform's handler may call it for ever after.
+TEST_F(OutOfMemory, GoesOnToWhoStoodThereFirst)
+{
+    SKIP_WITHOUT_NEW();
+    ASSERT_EQ(U_Death(), 0);
+    static int sFirst = 0;
+    static int sCovering = 0;
+    static std::new_handler sFound = nullptr;
+    const std::new_handler before = std::set_new_handler([] {
+        ++sFirst;
+        throw std::bad_alloc();
+    });
+    const win32::NewHandler tries = [](std::size_t) { return 0; };
+    win32::_set_new_handler(tries);
+    sFound = std::set_new_handler([] {
+        ++sCovering;
+        sFound();
+    });
+    for (int life = 0; life < 3; ++life)
+    {
+        SCOPED_TRACE(life);
+        EXPECT_EQ(win32::_set_new_handler(nullptr), tries);
+        sFirst = sCovering = 0;
+        EXPECT_NE(Caught([] { return ::operator new(kTooMuch); }), "");
+        EXPECT_EQ(sCovering, 1);
+        EXPECT_EQ(sFirst, 1);
+        {
+            const platform::ScQuietNew quiet;
+            EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
+        }
+        EXPECT_EQ(sFirst, 1);
+        EXPECT_EQ(win32::_set_new_handler(tries), nullptr);
+        EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
+    }
+    std::set_new_handler(sFound);
+    EXPECT_EQ(win32::_set_new_handler(nullptr), tries);
+    std::set_new_handler(before);
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
 // As from a host's own operator new.

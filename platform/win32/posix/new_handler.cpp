@@ -11,6 +11,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "../../quiet_new.h"
+#include "../../thread_local.h"
 
 namespace win32
 {
@@ -22,19 +23,36 @@ std::atomic<NewHandler> sHandler(nullptr);
 
 boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
 std::new_handler sStandardBefore = nullptr;
+bool sIsCovered = false; // somebody else has stood in the place of this one when it was to go
 
-thread_local std::size_t sSize = 0; // that the thread's operator new has failed on
-thread_local int sQuiet = 0;        // how many of the thread's stretches keep silent
+// What comes next for whoever stands in the place of the handler below and calls it. Never
+// somebody who may: they would call each other for ever.
+std::atomic<std::new_handler> sStandardBelow(nullptr);
+
+PLATFORM_THREAD_LOCAL std::size_t sSize = 0; // that the thread's operator new has failed on
+PLATFORM_THREAD_LOCAL int sQuiet = 0;        // how many of the thread's stretches keep silent
+
+// Whether to try again.
+bool HasHelped(std::size_t size)
+{
+    if (sQuiet)
+        return false;
+    if (const NewHandler handler = sHandler)
+        return handler(size) != 0;
+    const std::new_handler below = sStandardBelow;
+    if (below)
+        below();
+    return below != nullptr;
+}
 
 // Stands in the standard library's place.
 void CallHandler()
 {
-    const NewHandler handler = sQuiet ? nullptr : sHandler.load();
     const std::size_t size = sSize;
     sSize = 0;
     try
     {
-        if (handler && handler(size))
+        if (HasHelped(size))
             return;
     }
     catch (const std::bad_alloc&)
@@ -45,7 +63,7 @@ void CallHandler()
     {
         // Callers of operator new expect no other exception.
     }
-    throw std::bad_alloc();
+    throw platform::BadAllocation();
 }
 
 template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allocate)
@@ -61,7 +79,25 @@ template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allo
         sSize = size;
         handler();
     }
-    throw std::bad_alloc();
+    throw platform::BadAllocation();
+}
+
+void Install()
+{
+    const std::new_handler found = std::set_new_handler(&CallHandler);
+    if (found == &CallHandler) // somebody has put it back
+        return;
+    sStandardBefore = found;
+    if (!sIsCovered)
+        sStandardBelow = found;
+}
+
+void TakeDown()
+{
+    if (std::get_new_handler() == &CallHandler)
+        std::set_new_handler(sStandardBefore);
+    else
+        sIsCovered = true;
 }
 } // namespace
 
@@ -70,9 +106,9 @@ NewHandler _set_new_handler(NewHandler handler)
     boost::lock_guard<boost::mutex> lock(sLock);
     const NewHandler before = sHandler.exchange(handler);
     if (handler && !before)
-        sStandardBefore = std::set_new_handler(&CallHandler);
-    else if (!handler && before && std::get_new_handler() == &CallHandler)
-        std::set_new_handler(sStandardBefore);
+        Install();
+    else if (!handler && before)
+        TakeDown();
     return before;
 }
 } // namespace win32
