@@ -2,6 +2,8 @@
 
 #include "U_Report.h"
 
+#include <quiet_new.h>
+
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "indep/errors/Codes.h"
@@ -64,10 +66,18 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
         report.Display(grouped);
 }
 
+// A new that fails here would be reported through the buffer that is converted: the
+// thread isn't within a report yet.
+U_UTF16String TextOf(const char* buffer)
+{
+    const platform::ScQuietNew quiet;
+    return U_MBToUTF16String(buffer);
+}
+
 U_Status SendBuffer(U_u32 location, U_u16 severity, const char* buffer, LogLine line)
 {
     return Guarded([&] {
-        const U_UTF16String text = U_MBToUTF16String(buffer);
+        const U_UTF16String text = TextOf(buffer);
         SendReport(location, severity, text, Up_HasGroupTag(text), line);
     });
 }
@@ -108,8 +118,10 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
     if (IsReporting())
         return;
     char* const buffer = PutIntoLoggingBuffer("");
-    Guarded(
-        [&] { U_CopyString(U_UTF16ToMBString(text, false).c_str(), U_ReportTextSize, buffer); });
+    Guarded([&] {
+        const platform::ScQuietNew quiet; // as above
+        U_CopyString(U_UTF16ToMBString(text, false).c_str(), U_ReportTextSize, buffer);
+    });
     Up_Report16(location, severity, text, Up_HasGroupTag(text));
 }
 
