@@ -6,15 +6,19 @@
 // exception), a call of std::terminate (as by an exception that nobody catches, or a
 // call of a pure virtual function) and an invalid parameter given to the runtime end in
 // a call of the host's handler, on the thread that failed and with no lock held.
-// Several threads may fail at once. A thread makes the call once, whatever goes wrong
-// in the handler or behind it, until a local handler is set on it.
+// Several threads may fail at once; the first of them whose handler returns ends the
+// process as a rule, also while those of others still run. A thread makes the call once,
+// whatever goes wrong in the handler or behind it, until a local handler is set on it, or,
+// behind the handler, a global one is set or the library is born once more.
 //
 // A handler need not return. When it does, or throws, which is as much, it is the turn of
 // whoever handled the failure before birth, and as a rule the process ends in the
-// system's own way, with a core or crash log as the system is set up. In a
-// handler little works for sure: the heap may be damaged, and a lock may be held by
-// the code that failed. It may have no more than 256 KiB of stack. A handler that fails
-// itself ends the process at once.
+// system's own way, with a core or crash log as the system is set up. Where he deals with it
+// and goes on, the handlers stay. In a handler little works for sure: the heap may be
+// damaged, and a lock may be held by the code that failed. That holds for a telemetry
+// provider, which is told of a hardware exception first, and for a log sink, which gets a
+// line when the call is over, too. There may be no more than 256 KiB of stack, and the thread
+// can't be ended, as by pthread_exit. A handler that fails itself ends the process at once.
 //
 // A stack overflow needs a stack to handle it on. The threads of a role (U_Threads.h),
 // those of threaded executors and those that set a local handler have one; on others it
@@ -25,9 +29,10 @@
 //
 // An operator new that fails ends in std::bad_alloc. From birth to death the library's new
 // handler stands in the place of the host's: on a main thread it reports "Out of memory."
-// with the size, at U_Sev_INFO, first. Within a report, under one of the library's locks
-// and where a call promises to fail quietly, nothing is told: an alert there would hold up
-// others.
+// with the size, at U_Sev_INFO, first. Within a report and where its text is made ready,
+// under one of the library's locks, as in translators (U_Threads.h) and state factories
+// (U_Context.h), and where a call promises to fail quietly, nothing is told: an alert there
+// would hold up others.
 
 #ifndef U_FATAL_H
 #define U_FATAL_H

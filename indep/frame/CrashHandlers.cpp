@@ -3,7 +3,10 @@
 #include <climits>
 #include <exception>
 #include <new>
+#include <utility>
 
+#include <quiet_new.h>
+#include <thread_local.h>
 #include <win32/exceptions.h>
 #include <win32/runtime.h>
 #include <wril/wril.h>
@@ -24,22 +27,48 @@ const char kInvalidParameterTag[] = "QX_invalid_parameter_handler";
 const U_u32 kOutOfMemoryPlace = kModule | 0x28;
 const U_u32 kOutOfMemoryText = 112; // index
 
-// What stood before birth; null if nothing did or nothing is installed. Written by
-// birth and death.
-win32::InvalidParameterHandler sPreviousInvalidParameter = nullptr;
-std::terminate_handler sPreviousTerminate = nullptr;
-win32::NewHandler sPreviousNew = nullptr;
+// Who stood before birth. A birth that fails leaves its handlers. Where the host covers one
+// then, and the birth that is tried again covers the host's in its turn, that may call what
+// it has found, in that life and after it: then it is the turn of who stood below them all.
+template <class Handler> struct Previous
+{
+    Handler mNext = nullptr; // null: nobody
+    Handler mBelow = nullptr;
+    bool mIsInstalled = false;
+    bool mIsCovered = false; // has been, and stays so
+
+    void Find(Handler found, Handler ours)
+    {
+        if (found != ours)
+        {
+            mIsCovered = mIsCovered || mIsInstalled;
+            mNext = found;
+            if (!mIsCovered)
+                mBelow = found;
+        }
+        mIsInstalled = true;
+    }
+
+    Handler TakeDown()
+    {
+        mIsInstalled = false;
+        return std::exchange(mNext, nullptr);
+    }
+};
+
+// Written by birth and death.
+Previous<win32::InvalidParameterHandler> sPreviousInvalidParameter;
+Previous<std::terminate_handler> sPreviousTerminate;
+win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
+
+// The thread has come as far as to call who stood before.
+PLATFORM_THREAD_LOCAL bool sIsInPreviousInvalidParameter = false;
+PLATFORM_THREAD_LOCAL bool sIsInPreviousTerminate = false;
 
 bool sNewIsInstalled = false;
 
 // A new that fails while a failed new is reported isn't reported.
-thread_local bool sReportsMemory = false;
-
-class BadAllocation : public std::bad_alloc
-{
-public:
-    const char* what() const noexcept override { return "bad allocation"; }
-};
+PLATFORM_THREAD_LOCAL bool sReportsMemory = false;
 
 int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 {
@@ -57,9 +86,16 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
+    if (sIsInPreviousTerminate || !sPreviousTerminate.mIsInstalled)
+    {
+        if (sPreviousTerminate.mBelow)
+            sPreviousTerminate.mBelow();
+        return;
+    }
     Up_CallHandler();
-    if (sPreviousTerminate)
-        sPreviousTerminate();
+    sIsInPreviousTerminate = true;
+    if (sPreviousTerminate.mNext)
+        sPreviousTerminate.mNext();
 }
 
 void LogInvalidParameter(const char* text)
@@ -77,11 +113,18 @@ void LogInvalidParameter(const char* text)
 void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
                         const unsigned short* file, unsigned int line, std::uintptr_t reserved)
 {
+    if (sIsInPreviousInvalidParameter || !sPreviousInvalidParameter.mIsInstalled)
+    {
+        if (sPreviousInvalidParameter.mBelow)
+            sPreviousInvalidParameter.mBelow(expression, function, file, line, reserved);
+        return;
+    }
     win32::_set_invalid_parameter_handler(nullptr);
     win32::SetUnhandledExceptionFilter(nullptr);
     Up_CallHandler();
-    if (sPreviousInvalidParameter)
-        sPreviousInvalidParameter(expression, function, file, line, reserved);
+    sIsInPreviousInvalidParameter = true;
+    if (sPreviousInvalidParameter.mNext)
+        sPreviousInvalidParameter.mNext(expression, function, file, line, reserved);
     LogInvalidParameter("Intentionally passing an invalid param to the runtime to get a crashlog.");
     win32::_invalid_parameter(nullptr, nullptr, nullptr, 0, 0);
     LogInvalidParameter("You should never see this.");
@@ -123,7 +166,7 @@ int OnOutOfMemory(std::size_t size)
         // Whatever a callback or a presenter throws: the allocation fails as it would
         // without.
     }
-    throw BadAllocation();
+    throw platform::BadAllocation();
 }
 } // namespace
 
@@ -131,17 +174,14 @@ void Up_InstallCrashHandlers(bool install)
 {
     if (!install)
     {
-        win32::_set_invalid_parameter_handler(sPreviousInvalidParameter);
-        sPreviousInvalidParameter = nullptr;
+        win32::_set_invalid_parameter_handler(sPreviousInvalidParameter.TakeDown());
         win32::SetUnhandledExceptionFilter(nullptr);
         return;
     }
+    Up_ArmLastCalls();
     Up_PrepareThreadForOverflow();
     win32::SetUnhandledExceptionFilter(&OnUnhandledException);
-    // A birth that failed has left its handlers, which aren't their own predecessors.
-    const win32::InvalidParameterHandler previous = win32::_get_invalid_parameter_handler();
-    if (previous != &OnInvalidParameter)
-        sPreviousInvalidParameter = previous;
+    sPreviousInvalidParameter.Find(win32::_get_invalid_parameter_handler(), &OnInvalidParameter);
     win32::_set_invalid_parameter_handler(&OnInvalidParameter);
 }
 
@@ -149,13 +189,10 @@ void Up_InstallTerminateHandler(bool install)
 {
     if (!install)
     {
-        std::set_terminate(sPreviousTerminate);
-        sPreviousTerminate = nullptr;
+        std::set_terminate(sPreviousTerminate.TakeDown());
         return;
     }
-    const std::terminate_handler previous = std::set_terminate(&OnTerminate);
-    if (previous != &OnTerminate)
-        sPreviousTerminate = previous;
+    sPreviousTerminate.Find(std::set_terminate(&OnTerminate), &OnTerminate);
 }
 
 void Up_InstallNewHandler(bool install)

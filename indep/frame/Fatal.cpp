@@ -2,11 +2,13 @@
 
 #include "U_Fatal.h"
 
+#include <atomic>
 #include <new>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <thread_local.h>
 #include <win32/exceptions.h>
 #include <wril/wril.h>
 
@@ -26,8 +28,13 @@ struct HardwareExceptionHandler
 boost::recursive_mutex& sGlobalLock = *new boost::recursive_mutex;
 HardwareExceptionHandler sGlobal = {nullptr, nullptr};
 
-// Set by the last call: what fails in it or behind it doesn't make another.
-thread_local bool sHasCalled = false;
+// What fails in the last call or behind it doesn't make another, until there is reason to
+// expect something else of it. Other values than these count such reasons, from 2 on.
+const unsigned int kArmed = 0;
+const unsigned int kCalling = 1; // or the handler has jumped out
+
+std::atomic<unsigned int> sArmings(2);
+PLATFORM_THREAD_LOCAL unsigned int sLastCall = kArmed; // else the count that it has ended at
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -58,9 +65,9 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 
 void Up_CallHandler() noexcept
 {
-    if (!sHasCalled)
+    if (sLastCall != kCalling && sLastCall != sArmings)
     {
-        sHasCalled = true;
+        sLastCall = kCalling;
         try
         {
             const HardwareExceptionHandler handler = HandlerInForce();
@@ -71,6 +78,8 @@ void Up_CallHandler() noexcept
         {
             // The process dies of what came before.
         }
+        if (sLastCall == kCalling) // no local handler has been set
+            sLastCall = sArmings;
     }
     try
     {
@@ -80,6 +89,11 @@ void Up_CallHandler() noexcept
     {
         // Nor does a log that fails change that.
     }
+}
+
+void Up_ArmLastCalls() noexcept
+{
+    ++sArmings;
 }
 
 void Up_PrepareThreadForOverflow()
@@ -92,6 +106,7 @@ void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
 {
     boost::lock_guard<boost::recursive_mutex> lock(sGlobalLock);
     sGlobal = {handler, refcon};
+    Up_ArmLastCalls();
 }
 
 void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon)
@@ -106,7 +121,7 @@ void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, 
         throw std::bad_alloc();
     local->mFunc = handler;
     local->mRefcon = refcon;
-    sHasCalled = false;
+    sLastCall = kArmed;
     Up_PrepareThreadForOverflow();
 }
 

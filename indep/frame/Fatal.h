@@ -7,6 +7,9 @@
 // is over. For the paths on which the process dies. Allocates nothing itself.
 void Up_CallHandler() noexcept;
 
+// Lets threads that have made the last call make one more.
+void Up_ArmLastCalls() noexcept;
+
 // Gives the calling thread what it takes to make the last call when its stack has
 // overflowed. Without memory the thread goes without.
 void Up_PrepareThreadForOverflow();

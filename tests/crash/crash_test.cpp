@@ -140,6 +140,13 @@ void CallsTerminate(void* refcon)
     std::terminate();
 }
 
+void SetsAnotherAndTerminates(void* refcon)
+{
+    TellOfCall(refcon);
+    SetGlobal(&TellOfCall);
+    std::terminate();
+}
+
 void GivesInvalidParameter(void* refcon)
 {
     TellOfCall(refcon);
@@ -159,6 +166,7 @@ const HandlerRow kHandlers[] = {
     {"throws after an invalid parameter", &ThrowsAnException, &GiveInvalidParameter, SIGABRT, 1},
     {"terminates", &CallsTerminate, &WriteToNull, SIGABRT, 1},
     {"terminates in terminate", &CallsTerminate, &Terminate, SIGABRT, 1},
+    {"sets another and terminates", &SetsAnotherAndTerminates, &Terminate, SIGABRT, 1},
     {"gives an invalid parameter", &GivesInvalidParameter, &WriteToNull, SIGABRT, 1},
 };
 
@@ -332,6 +340,8 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
         {"invalid parameter", false, &GiveInvalidParameter, 1},
         {"invalid parameter after death", true, &GiveInvalidParameter, 0},
     };
+    static std::terminate_handler sFoundTerminate;
+    static win32::InvalidParameterHandler sFoundInvalidParameter;
     for (const Row& row : rows)
     {
         SCOPED_TRACE(row.what);
@@ -349,6 +359,17 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
             platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
             U_Birth("Test Host", nullptr); // fails, and leaves its handlers
             platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+            // The host's that come now pass on to what the birth has left.
+            sFoundTerminate = std::set_terminate([] {
+                Tell("host's");
+                sFoundTerminate();
+            });
+            sFoundInvalidParameter = win32::_set_invalid_parameter_handler(
+                [](const unsigned short* expression, const unsigned short* function,
+                   const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                    Tell("host's");
+                    sFoundInvalidParameter(expression, function, file, line, reserved);
+                });
             Birth();
             SetGlobal(&TellOfCall);
             if (row.dead)
@@ -357,6 +378,7 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
         });
         SCOPED_TRACE(death.told);
         EXPECT_TRUE(death.WithCode(9)) << death.status;
+        EXPECT_EQ(death.Count("host's"), row.crash != &WriteToNull);
         EXPECT_EQ(death.Count("handler on"), row.lastLines);
         EXPECT_EQ(death.Count(kLastLine), row.lastLines);
     }
