@@ -91,8 +91,9 @@ U_EXPORT U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out);
 
 // From and to zero-terminated text in the active code page; bufferSize is the size of
 // out in bytes, and source may be out. Return 0, 3 for a null pointer, or 10 for a
-// text that is too long, which is reported. The first then stores what fits, cut at a
-// character; the second stores nothing.
+// text that is too long, which is reported. The first then stores what fits: cut at a
+// character for out, and after 255 bytes wherever they end, also within a character. It
+// may write all of out. The second stores nothing.
 U_EXPORT U_Status U_CopyCtoPString(const char* source, U_i32 bufferSize, unsigned char* out);
 U_EXPORT U_Status U_CopyPtoCString(const unsigned char* source, U_i32 bufferSize, char* out);
 

@@ -154,14 +154,17 @@ TEST_F(PascalStrings, TextsThatAreTooLongAreReported)
     EXPECT_STREQ(text, "before");
 }
 
-TEST_F(PascalStrings, NoCharacterIsCutInTwo)
+TEST_F(PascalStrings, TheBufferCutsAtACharacterAndTheCountAnywhere)
 {
     const ScActiveCodePage japanese(932);
     std::string source = "a";
     for (int i = 0; i < 150; ++i)
         source += "\x83\x41";
     unsigned char pascal[512];
-    EXPECT_EQ(U_CopyCtoPString(("b" + source).c_str(), 512, pascal), 10);
+    const std::string even = "b" + source;
+    EXPECT_EQ(U_CopyCtoPString(even.c_str(), 512, pascal), 10);
+    EXPECT_EQ(std::string(pascal, pascal + 256), "\xFF" + even.substr(0, 255));
+    EXPECT_EQ(U_CopyCtoPString(even.c_str(), 256, pascal), 10);
     EXPECT_EQ(pascal[0], 254);
     EXPECT_EQ(U_CopyCtoPString(source.c_str(), 11, pascal), 10);
     EXPECT_EQ(pascal[0], 9);
