@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <limits>
-#include <memory>
 #include <new>
 #include <string>
 #include <thread>
@@ -33,8 +32,9 @@ const char kHeader[] =
 
 const std::chrono::milliseconds kWaitForMemory(100);
 
-// The log thread's, once it runs. The logger is never destroyed: each line has been
-// flushed, and the end of the process closes the file.
+// The log thread's, once it runs. The logger is never destroyed, and a start that failed
+// behind it leaves it to the next one: each line has been flushed, and the end of the
+// process closes the file.
 U_ScGlobalLogger* sLogger = nullptr;
 U_MemoryStats sPrevious = {};
 int sInterval = 1000; // milliseconds
@@ -60,6 +60,16 @@ U_UTF8String PathOfLog()
 {
     const std::string path = "/bc_memory." + std::to_string(GetCurrentProcessID()) + ".log";
     return krobase::utility::UTF16to8(U_AsciiToUTF16String(path.c_str()));
+}
+
+// With the start line and the header in its file.
+U_ScGlobalLogger* NewLogger()
+{
+    const U_UTF8String path = PathOfLog();
+    U_ScGlobalLogger* const logger =
+        new U_ScGlobalLogger(reinterpret_cast<const char*>(path.c_str()));
+    logger->Printf("%s", kHeader);
+    return logger;
 }
 
 U_i64 Difference(U_u64 now, U_u64 before)
@@ -129,13 +139,11 @@ void Up_StartMemoryLog()
     if (sExecutor)
         return;
     sInterval = ReadInterval();
-    const U_UTF8String path = PathOfLog();
-    auto logger = std::make_unique<U_ScGlobalLogger>(reinterpret_cast<const char*>(path.c_str()));
-    logger->Printf("%s", kHeader);
+    if (!sLogger)
+        sLogger = NewLogger();
     const boost::function<void()> nothing;
     sExecutor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1, kThreadPriorityNormal,
                                             nothing, nothing);
-    sLogger = logger.get();
     try
     {
         Up_ScheduleMemoryRow();
@@ -143,8 +151,6 @@ void Up_StartMemoryLog()
     catch (...)
     {
         sExecutor.reset(); // so that a later birth starts it
-        sLogger = nullptr;
         throw;
     }
-    static_cast<void>(logger.release()); // stays for good
 }

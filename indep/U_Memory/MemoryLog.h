@@ -11,7 +11,7 @@
 // nothing. A row is left out when a host's function throws, and late when there is
 // no memory to wait with. For birth. Throws the errno, as an int, of a file that
 // can't be opened, what starting a thread throws, and std::bad_alloc; it isn't
-// started then, and a later birth tries again.
+// started then, and a later birth tries again, with the file if there was one.
 void Up_StartMemoryLog();
 
 #endif

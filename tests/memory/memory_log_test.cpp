@@ -149,6 +149,13 @@ int LogThreeRows()
     return U_Death(); // the log goes on, and the process ends all the same
 }
 
+std::ptrdiff_t CountWith(const char* part, const Texts& lines)
+{
+    return std::count_if(lines.begin(), lines.end(), [part](const std::string& line) {
+        return line.find(part) != std::string::npos;
+    });
+}
+
 // Whether rows are still being written.
 bool GoesOn()
 {
@@ -208,24 +215,24 @@ int GoOnWhateverHappens()
         return Fail("no rows in the second life");
     const Texts lines = Lines();
     std::remove(Path().c_str());
-    const auto starts = std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
-        return line.find("log start") != std::string::npos;
-    });
-    return starts == 1 && U_Death() == 0 ? 0 : Fail("it was started again");
+    return CountWith("log start", lines) == 1 && U_Death() == 0 ? 0 : Fail("it was started again");
 }
 
 // In a process of its own: whether a birth that fails for want of an allocation leaves
-// the log to the next one.
+// the log to the next one, which goes on with what has been written.
 bool StartsAfterFailure(long nth)
 {
+    std::remove(Path().c_str());
     U_Status failure = 0;
     {
         const ScFailingNew failing(nth);
         failure = U_Birth("Memory Log", nullptr);
     }
     const bool goesOn = !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn());
+    const Texts lines = Lines();
     std::remove(Path().c_str());
-    return goesOn;
+    return goesOn &&
+           (!failure || (CountWith("log start", lines) == 1 && CountWith("log end", lines) == 0));
 }
 
 int StartAfterFailures()
