@@ -7,26 +7,40 @@ namespace
 {
 thread_local long sLeft = 0; // until one fails; 0: none does, negative: one has
 
-void* AllocateOnce(std::size_t size)
+void* AllocateOnce(std::size_t size, std::size_t alignment)
 {
     if (sLeft > 0 && --sLeft == 0)
     {
         sLeft = -1;
         return nullptr;
     }
+    if (alignment)
+        return std::aligned_alloc(alignment, (size / alignment + 1) * alignment);
     return std::malloc(size ? size : 1);
 }
 
 // As the language has it, a new handler is called and then it is tried again.
-void* Allocate(std::size_t size)
+void* Allocate(std::size_t size, std::size_t alignment = 0)
 {
-    void* block = AllocateOnce(size);
+    void* block = AllocateOnce(size, alignment);
     while (!block && std::get_new_handler())
     {
         std::get_new_handler()();
-        block = AllocateOnce(size);
+        block = AllocateOnce(size, alignment);
     }
     return block;
+}
+
+void* AllocateOrNull(std::size_t size, std::size_t alignment = 0) noexcept
+{
+    try
+    {
+        return Allocate(size, alignment);
+    }
+    catch (...)
+    {
+        return nullptr; // a new handler says by throwing that there is no more
+    }
 }
 } // namespace
 
@@ -54,14 +68,19 @@ void* operator new(std::size_t size)
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    try
-    {
-        return Allocate(size);
-    }
-    catch (...)
-    {
-        return nullptr; // a new handler says by throwing that there is no more
-    }
+    return AllocateOrNull(size);
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    if (void* block = Allocate(size, static_cast<std::size_t>(alignment)))
+        return block;
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
+{
+    return AllocateOrNull(size, static_cast<std::size_t>(alignment));
 }
 
 void operator delete(void* block) noexcept
@@ -75,6 +94,21 @@ void operator delete(void* block, std::size_t) noexcept
 }
 
 void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::align_val_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept
 {
     std::free(block);
 }
