@@ -39,6 +39,9 @@ U_EXPORT U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U
 
 // Frees the handle, also a locked one. Returns 0, 2 with nothing freed, or the
 // code of U_GetHandleSize, in which case the handle is gone, but still counted.
+// A handle that is left over a death is for U_FreeHandle: in the next life this would
+// report it as foreign and count it off the hog that has the index of its old one, or
+// refuse it if there is none.
 U_EXPORT U_Status U_FreeHogHandle(void** handle);
 
 // Gives the data a new size; bytes added aren't cleared. The handle keeps its
@@ -59,13 +62,16 @@ U_EXPORT U_Status U_UnlockHogHandle(void** handle);
 U_EXPORT U_Status U_GetHogHandleSize(void** handle, U_u64* size);
 
 // Makes a plain handle with a copy of the data; the hog handle stays. The caller
-// owns *out. Returns 0; 4 with *out null; 3 for a null hog handle, with *out as it
-// was; or 2, and then *out is an empty handle that the caller owns all the same.
+// owns *out, which is null without memory. Returns 0; 4; 3 for a null hog handle, with
+// *out as it was; or 2 or the code of U_GetHandleSize, and then *out is an empty handle
+// that the caller owns all the same. A purge request on the way may resize the hog
+// handle: *out keeps the size from before, with as many bytes copied as there are.
 U_EXPORT U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out);
 
 // Makes a hog handle with a copy of a plain handle's contents; the plain handle
 // stays. Returns as U_NewHogHandle, or the code of U_GetHandleSize; *out is null
-// after a failure.
+// after a failure. What is no live handle is reported and gives an empty one. A purge
+// request on the way may resize or free the plain handle, as above.
 U_EXPORT U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out);
 
 // Stores how many handles of the hog live and the sum of their sizes, each modulo

@@ -12,9 +12,9 @@ PLATFORM_THREAD_LOCAL HogShare* tHogShare = nullptr;
 
 namespace
 {
-// Guards the lists of shares and what they consist of, not what the cells hold. Held
-// for a few instructions: threads that end take it, for whom a host may be waiting
-// while it purges. Stays for good, like the shares.
+// Guards the lists of shares and where their cells stand, not what the cells hold. No
+// memory is made while it is held, and nothing of the host's runs: threads that end take
+// it, for whom a host may be waiting while it purges. Stays for good, like the shares.
 std::mutex& sSharesLock = *new std::mutex;
 HogShare* sFirstShare = nullptr;
 HogShare* sFirstIdle = nullptr; // of threads that have ended; the next ones go on with them
@@ -89,6 +89,8 @@ HogShare* MakeHogShare(U_u32 index)
     HogCells grown;
     if (!grown.Make((index / HogCells::kStep + 1) * HogCells::kStep))
         return nullptr;
+    if (index < share->mCells.Count())
+        return share; // the host's new handler has counted on this thread meanwhile
     std::lock_guard<std::mutex> lock(sSharesLock);
     for (U_u32 cell = 0; cell < share->mCells.Count(); ++cell)
         grown[cell].Set(share->mCells[cell].Made(), share->mCells[cell].Gone());

@@ -1,5 +1,7 @@
 #include "U_Hog.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <new>
 
 #include "U_Alloc.h"
@@ -31,9 +33,16 @@ struct alignas(16) HogHeader
 {
     U_i32 mLockCount;
     U_u32 mHogIndex;
-    void** mHandle; // the handle itself, if the block was made as a hog's: then its heap is known
+    std::uintptr_t mMark; // MarkOf the handle if it was made as a hog's: its heap is known then
 };
 static_assert(sizeof(HogHeader) == 16, "sizes count on it");
+
+// Tells the handle and its heap. A heap that still has handles at death isn't given out
+// again, so no handle that was left then has the mark of a later life.
+std::uintptr_t MarkOf(void** handle, MEM_HeapRef heap)
+{
+    return reinterpret_cast<std::uintptr_t>(handle) ^ reinterpret_cast<std::uintptr_t>(heap);
+}
 
 // The header of a handle that tells a hog, null if it tells none. What isn't live, or
 // has no room for the header, isn't read.
@@ -67,8 +76,8 @@ U_Status GetDataSize(void** handle, U_u32* size)
     return 0;
 }
 
-// Frees a handle that tells a hog but wasn't made as one, as a copy of one; it may even
-// be another heap's.
+// Frees a handle that tells a hog but wasn't made as one in this life, as a copy of one;
+// it may even be another heap's.
 [[gnu::noinline]] U_Status FreeUnmarked(void** handle, U_u32 index)
 {
     U_u32 size = 0;
@@ -96,21 +105,22 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
     void** const handle = *out;
     if (!handle)
         return U_Err_OutOfMemory;
-    new (*handle) HogHeader{0, index, handle};
+    new (*handle) HogHeader{0, index, MarkOf(handle, UHeap())};
     CountMade(index, 1, size);
     return 0;
 }
 
 U_Status U_FreeHogHandle(void** handle)
 {
-    const U_u64 blockSize = MEM_GetHandleSize(UHeap(), handle);
+    const MEM_HeapRef heap = UHeap();
+    const U_u64 blockSize = MEM_GetHandleSize(heap, handle);
     const HogHeader* const header = FindHeader(handle, blockSize);
     if (!header)
         return RefuseHog(kFreePlace);
-    if (header->mHandle != handle)
+    if (header->mMark != MarkOf(handle, heap))
         return FreeUnmarked(handle, header->mHogIndex);
     CountGone(header->mHogIndex, 1, blockSize - sizeof(HogHeader));
-    MEM_DisposeHandle(UHeap(), handle);
+    MEM_DisposeHandle(heap, handle);
     return 0;
 }
 
@@ -125,15 +135,21 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
         return kLockedHog;
     }
-    U_u32 oldSize = 0;
-    if (U_Status failure = GetDataSize(handle, &oldSize))
+    U_u32 told = 0;
+    if (U_Status failure = GetDataSize(handle, &told))
         return failure;
-    if (U_Status failure = U_ResizeHandle(location, BlockSize(newSize), opName, &handle))
-        return failure;
-    if (newSize > oldSize)
-        CountMade(index, 0, newSize - oldSize);
+    const U_u64 newBlock = BlockSize(newSize);
+    U_u64 oldBlock = 0; // at the resize: a host that purges before may have resized it
+    auto attempt = [&]() -> void* {
+        oldBlock = MEM_GetHandleSize(UHeap(), handle);
+        return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? *handle : nullptr;
+    };
+    if (!Up_AllocateShared({location, opName, newBlock, kAsIs, false}, attempt))
+        return U_Err_OutOfMemory;
+    if (newBlock > oldBlock)
+        CountMade(index, 0, newBlock - oldBlock);
     else
-        CountGone(index, 0, oldSize - newSize);
+        CountGone(index, 0, oldBlock - newBlock);
     return 0;
 }
 
@@ -192,7 +208,9 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(hogHandle, &data))
         return refused;
-    CopyBytes(**out, data, size);
+    // A host that was asked to purge for the copy may have resized it.
+    const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), hogHandle) - sizeof(HogHeader);
+    CopyBytes(**out, data, std::min(size, sizeNow));
     return U_UnlockHogHandle(hogHandle);
 }
 
@@ -210,6 +228,9 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(*out, &data))
         return refused;
-    CopyBytes(data, *handle, size);
+    // A host that was asked to purge for the copy may have resized it. What is no live
+    // handle has no size now, and isn't read.
+    if (const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), handle))
+        CopyBytes(data, *handle, std::min<U_u64>(size, sizeNow));
     return U_UnlockHogHandle(*out);
 }

@@ -125,7 +125,7 @@ public:
     void Add(const char* name, U_u32 liveBytes)
     {
         char bytes[64];
-        Up_FormatText(bytes, sizeof(bytes), ": %1u bytes leaked\r", liveBytes);
+        Up_FormatText(bytes, sizeof(bytes), ": %1d bytes leaked\r", static_cast<U_i32>(liveBytes));
         Append(name);
         Append(bytes);
         mLeaked = true;
@@ -195,6 +195,9 @@ U_Status Up_HogBirth()
         U_FreeHandle(table);
         return U_Err_OutOfMemory;
     }
+    // A birth that failed behind this step has left a table, with its hogs.
+    ClearShares();
+    sCount = 0;
     sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots, false};
     return 0;
 }

@@ -3,11 +3,13 @@
 #include <atomic>
 #include <cstring>
 #include <future>
+#include <new>
 #include <thread>
 
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
+#include "indep/frame/ThreadPiece.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/FreshThread.h"
 #include "tests/support/Hogs.h"
@@ -16,6 +18,32 @@ namespace
 {
 typedef Hogs HogCounts;
 typedef std::vector<std::string> Texts;
+
+// How often a fresh thread, which the heap knows, calls operator new for body.
+template <class Body> long NewsOfFreshThread(Body body)
+{
+    long news = -1;
+    for (bool failed = true; failed; ++news)
+        OnFreshThread([&] {
+            U_FreeHandle(U_AllocateHandleQuiet(10));
+            const ScFailingNew failing(news + 2);
+            body();
+            failed = failing.HasFailed();
+        });
+    return news;
+}
+
+// Counts a hog far behind the one that is being counted.
+struct CountingHandler
+{
+    static inline U_u32 sId = 0;
+    static inline void** sHandle = nullptr;
+    static void Count()
+    {
+        std::set_new_handler(nullptr);
+        EXPECT_EQ(U_NewHogHandle(sId, 0, nullptr, 10, 0, &sHandle), 0);
+    }
+};
 } // namespace
 
 TEST_F(HogCounts, ListHandlesAndTheirData)
@@ -125,6 +153,43 @@ TEST_F(HogCounts, AThreadWithoutMemoryForItsShareCountsToo)
     for (void** handle : made)
         EXPECT_EQ(U_FreeHogHandle(handle), 0);
     EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+TEST_F(HogCounts, AThreadGoesOnWithTheShareOfOneThatHasEnded)
+{
+    const auto count = [this] { U_FreeHogHandle(New(10)); };
+    OnFreshThread(count);
+    struct Piece
+    {
+        int mValue;
+    };
+    ThreadPiece<Piece>::Make();
+    // As much as any piece that a thread keeps for itself, and nothing for the counts.
+    EXPECT_EQ(NewsOfFreshThread(count), NewsOfFreshThread([] { ThreadPiece<Piece>::Make(); }));
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+// The host's own new handler runs in the middle of what a share needs memory for.
+TEST_F(HogCounts, ANewHandlerThatCountsHogsLosesNone)
+{
+    U_FreeHogHandle(New(10)); // the thread has a share from now on
+    for (U_u32 index = 1; index < 400; ++index)
+        ASSERT_EQ(U_RegisterHog("one of many", &mId), 0);
+    CountingHandler::sId = mId;
+    void** outer = nullptr;
+    const std::new_handler before = std::set_new_handler(&CountingHandler::Count);
+    {
+        const ScFailingNew failing(1);
+        U_NewHogHandle(200 ^ kFirstId, 0, nullptr, 10, 0, &outer);
+    }
+    std::set_new_handler(before);
+    for (U_u32 id : {CountingHandler::sId, 200 ^ kFirstId})
+    {
+        mId = id;
+        EXPECT_EQ(Count(), (Stats{1, 10}));
+    }
+    EXPECT_EQ(U_FreeHogHandle(outer), 0);
+    EXPECT_EQ(U_FreeHogHandle(CountingHandler::sHandle), 0);
 }
 
 // A handle that goes on another thread than the one that made it is never seen to have

@@ -1,13 +1,14 @@
-// Hogs: their handles, what is refused, and the report of what is left at death.
+// Hogs: their handles, and what is refused.
 
 #include <cstring>
+
+#include <boost/function.hpp>
+#include <gmock/gmock.h>
 
 #include <control.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "tests/support/Hogs.h"
 
 namespace
@@ -31,43 +32,6 @@ U_Status AskSizeInVain(void** handle)
     EXPECT_EQ(size, 0u);
     return refused;
 }
-
-class HogLeaks : public Hogs
-{
-protected:
-    // Dies with one handle left of each hog, and frees it afterwards.
-    Texts LeakLinesOf(const Texts& names)
-    {
-        std::vector<void**> left;
-        for (const std::string& name : names)
-        {
-            EXPECT_EQ(U_RegisterHog(name.c_str(), &mId), 0);
-            left.push_back(New(10 + left.size()));
-        }
-        EXPECT_EQ(U_AddLoggingCallback(&NoteReport, &mReport), 0);
-        U_Death();
-        for (void** handle : left)
-            U_FreeHandle(handle);
-        const Texts lines = mLog.Texts("Up_TerminateHogs");
-        U_Birth("Test Host", nullptr);
-        return lines;
-    }
-
-    struct Report
-    {
-        U_u32 mLocation;
-        U_u16 mSeverity;
-        std::string mText;
-    };
-
-    static U_Status NoteReport(void* report, U_u32 location, U_u16 severity, const char* text)
-    {
-        *static_cast<Report*>(report) = {location, severity, text};
-        return 0;
-    }
-
-    Report mReport = {};
-};
 } // namespace
 
 TEST_F(Hogs, KeepTheirHeaderToThemselves)
@@ -227,9 +191,15 @@ TEST_F(Hogs, ConvertFromAndToPlainHandles)
     void** untold = plain;
     EXPECT_EQ(U_NewHogHandleFromHandle(0, plain, &untold), 2);
     EXPECT_EQ(untold, nullptr);
+    void** const stray = reinterpret_cast<void**>(8);
+    mLog.Clear();
+    ASSERT_EQ(U_NewHogHandleFromHandle(mId, stray, &untold), 0) << "reported, and not read";
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 1u);
+    EXPECT_EQ(Count(), (Stats{2, 7}));
     for (void** handle : {plain, back, empty})
         U_FreeHandle(handle);
     U_FreeHogHandle(hog);
+    U_FreeHogHandle(untold);
 }
 
 TEST_F(Hogs, WithoutMemoryNothingChanges)
@@ -262,6 +232,27 @@ TEST_F(Hogs, WithoutMemoryNothingChanges)
     EXPECT_EQ(id, 10 ^ kFirstId) << "the failed one took no slot";
 }
 
+TEST_F(Hogs, AlertsNameWhatRegisteringFailedFor)
+{
+    const struct
+    {
+        const char* mWhat;
+        unsigned long long mMost; // bytes of a block that can be had
+    } kRows[] = {{"tracked memory name", 0}, {"tracked memory global table", 100}};
+    for (U_u32 index = 1; index < 10; ++index)
+        U_RegisterHog("fills the table", &mId);
+    for (const auto& row : kRows)
+    {
+        mAlerts.Clear();
+        platform::SetHeapFailure([&](unsigned long long size) { return size > row.mMost; });
+        EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
+        platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+        EXPECT_THAT(mAlerts.Texts(),
+                    testing::ElementsAre(testing::AllOf(testing::HasSubstr(row.mWhat),
+                                                        testing::HasSubstr("( 23 :: 32 )"))));
+    }
+}
+
 // A purge request that growth makes runs with the table locked for other threads.
 TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
 {
@@ -290,25 +281,48 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
-TEST_F(HogLeaks, DeathNamesThoseWithHandlesLeft)
+// A purge request runs on the thread that asks, in the middle of its call.
+TEST_F(Hogs, APurgeCallbackMayChangeTheHandlesOfTheCall)
 {
-    EXPECT_EQ(LeakLinesOf({"silent"}), Texts()) << "reporting is off";
-    U_SetHogReportingOn(true);
-    mAlerts.Clear();
-    const std::string expected = "Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
-                                 "sounds: 12 bytes leaked\rwav: 16 bytes leaked\r";
-    EXPECT_EQ(
-        LeakLinesOf({"images", "the TIFFIO writer", "sounds", "WAV", "OMF", "old PNGIO", "wav"}),
-        Texts{expected});
-    EXPECT_EQ(mReport.mLocation, 0x170026u);
-    EXPECT_EQ(mReport.mSeverity, U_Sev_LEAK);
-    EXPECT_EQ(mReport.mText, "Test Host warning: " + expected);
-    ASSERT_EQ(mAlerts.All().size(), 1u);
-    mLog.Clear();
-    const Texts lines = LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never told"});
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].size(), 1023u);
-    U_SetHogReportingOn(false);
+    struct Host
+    {
+        boost::function<void()> mPurge;
+
+        static int Purge(void* refcon, U_u64, U_u64, bool*)
+        {
+            platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+            static_cast<Host*>(refcon)->mPurge();
+            return 0;
+        }
+
+        void PurgeAtNext(const boost::function<void()>& purge)
+        {
+            mPurge = purge;
+            platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+        }
+    } host;
+    U_SetPurgeRequestCallback(&Host::Purge, &host);
+    void** handle = New(200);
+
+    host.PurgeAtNext([&] { EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, handle), 0); });
+    EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 20, handle), 0);
+    EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
+
+    void** copy = nullptr;
+    U_u32 size = 0;
+    host.PurgeAtNext([&] { EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, handle), 0); });
+    EXPECT_EQ(U_NewHandleFromHogHandle(handle, &copy), 0);
+    EXPECT_EQ(U_GetHandleSize(copy, &size), 0);
+    EXPECT_EQ(size, 1u << 20) << "of which five bytes are told";
+    EXPECT_EQ(Count(), (Stats{1, 5}));
+
+    void** hog = nullptr;
+    host.PurgeAtNext([&] { U_FreeHandle(copy); });
+    EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &hog), 0);
+    EXPECT_EQ(Count(), (Stats{2, 5 + (1 << 20)}));
+    U_FreeHogHandle(handle);
+    U_FreeHogHandle(hog);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
 TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)

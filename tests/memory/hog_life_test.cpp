@@ -1,0 +1,171 @@
+// Hogs from birth to death: the report of what is left, and what the next life sees.
+
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include <control.h>
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "tests/support/ExpectedLeaks.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/Hogs.h"
+
+namespace
+{
+typedef std::vector<std::string> Texts;
+
+typedef Hogs HogLives;
+
+class HogLeaks : public Hogs
+{
+protected:
+    // Dies with one handle left of each hog, and frees it afterwards.
+    Texts LeakLinesOf(const Texts& names)
+    {
+        std::vector<void**> left;
+        for (const std::string& name : names)
+        {
+            EXPECT_EQ(U_RegisterHog(name.c_str(), &mId), 0);
+            left.push_back(New(10 + left.size()));
+        }
+        EXPECT_EQ(U_AddLoggingCallback(&NoteReport, &mReport), 0);
+        U_Death();
+        for (void** handle : left)
+            U_FreeHandle(handle);
+        const Texts lines = mLog.Texts("Up_TerminateHogs");
+        U_Birth("Test Host", nullptr);
+        return lines;
+    }
+
+    struct Report
+    {
+        U_u32 mLocation;
+        U_u16 mSeverity;
+        std::string mText;
+    };
+
+    static U_Status NoteReport(void* report, U_u32 location, U_u16 severity, const char* text)
+    {
+        *static_cast<Report*>(report) = {location, severity, text};
+        return 0;
+    }
+
+    Report mReport = {};
+};
+} // namespace
+
+TEST_F(HogLeaks, DeathNamesThoseWithHandlesLeft)
+{
+    EXPECT_EQ(LeakLinesOf({"silent"}), Texts()) << "reporting is off";
+    U_SetHogReportingOn(true);
+    mAlerts.Clear();
+    const std::string expected = "Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
+                                 "sounds: 12 bytes leaked\rwav: 16 bytes leaked\r";
+    EXPECT_EQ(
+        LeakLinesOf({"images", "the TIFFIO writer", "sounds", "WAV", "OMF", "old PNGIO", "wav"}),
+        Texts{expected});
+    EXPECT_EQ(mReport.mLocation, 0x170026u);
+    EXPECT_EQ(mReport.mSeverity, U_Sev_LEAK);
+    EXPECT_EQ(mReport.mText, "Test Host warning: " + expected);
+    ASSERT_EQ(mAlerts.All().size(), 1u);
+    mLog.Clear();
+    const Texts lines = LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never told"});
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].size(), 1023u);
+    U_SetHogReportingOn(false);
+}
+
+// More may have been freed than was made: copies are freed as what they are copies of.
+TEST_F(HogLeaks, BytesOfTooFewAreNegative)
+{
+    void** handle = New(10);
+    for (int count = 0; count < 2; ++count)
+    {
+        void** copy = nullptr;
+        ASSERT_EQ(U_DuplicateHandle(handle, "copy", &copy), 0);
+        EXPECT_EQ(U_FreeHogHandle(copy), 0);
+    }
+    U_FreeHandle(handle);
+    U_SetHogReportingOn(true);
+    U_Death();
+    U_SetHogReportingOn(false);
+    EXPECT_EQ(mLog.Texts("Up_TerminateHogs"),
+              Texts{"Tracked Memory leaks detected\rtest: -10 bytes leaked\r"});
+    U_Birth("Test Host", nullptr);
+}
+
+TEST_F(HogLives, AHandleOfAnEarlierOneIsReportedWhenItGoes)
+{
+    void** left = New(100);
+    U_Death();
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    ASSERT_EQ(U_RegisterHog("has the index of the old one", &mId), 0);
+    ASSERT_EQ(mId, kFirstId);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    mLog.Clear();
+    EXPECT_EQ(U_FreeHogHandle(left), 0);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for its size, and for its end";
+    EXPECT_EQ(Count(), (Stats{0xFFFFFFFF, 0xFFFFFFFF - 99})) << "counted off";
+}
+
+TEST_F(HogLives, ABirthAfterOneThatFailedBeginsWithNone)
+{
+    U_Death();
+    const U_u64 used = MEM_GetMemUsage();
+    const ScExpectedLeaks expected; // of the steps before the one that fails
+    U_Status failure = 0;
+    for (long nth = 1; nth < 100 && !failure; ++nth)
+    {
+        std::optional<ScFailingNew> failing; // from the step of hogs on
+        platform::SetLogSink([&](int, const char*, const char*, const char* text) {
+            if (text == std::string("U Hog Birth"))
+                failing.emplace(nth);
+        });
+        failure = U_Birth("Test Host", nullptr);
+        failing.reset();
+        if (!failure)
+            U_Death();
+    }
+    const CapturedLog log;
+    ASSERT_NE(failure, 0);
+    for (int count = 0; count < 12; ++count)
+        ASSERT_EQ(U_RegisterHog("of a life that didn't begin", &mId), 0);
+    U_FreeHandle(New(10));
+    MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
+
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    U_SetHogReportingOn(true);
+    for (U_u32 index = 0; index < 12; ++index)
+    {
+        ASSERT_EQ(U_RegisterHog("next", &mId), 0);
+        EXPECT_EQ(mId, index ^ kFirstId);
+        EXPECT_EQ(Count(), (Stats{0, 0}));
+    }
+    U_Death();
+    U_SetHogReportingOn(false);
+    EXPECT_EQ(log.Texts("Up_TerminateHogs"), Texts());
+    U_Birth("Test Host", nullptr);
+}
+
+TEST_F(HogLives, AlertsNameTheTableThatABirthFailedFor)
+{
+    U_Death();
+    for (int before = 2; before < 4; ++before) // the heap and the record, the table
+    {
+        mAlerts.Clear();
+        int asked = 0;
+        platform::SetHeapFailure([&](unsigned long long) { return ++asked > before; });
+        const U_u64 used = MEM_GetMemUsage();
+        EXPECT_EQ(U_Birth("Test Host", nullptr), 4);
+        EXPECT_THAT(mAlerts.Texts(), testing::Contains(testing::AllOf(
+                                         testing::HasSubstr("tracked memory global table"),
+                                         testing::HasSubstr("( 23 :: 31 )"))));
+        MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
+    }
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+}
