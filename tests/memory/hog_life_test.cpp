@@ -154,7 +154,7 @@ TEST_F(HogLives, ABirthAfterOneThatFailedBeginsWithNone)
 TEST_F(HogLives, AlertsNameTheTableThatABirthFailedFor)
 {
     U_Death();
-    const ScExpectedLeaks expected; // of the steps before the one that fails
+    const ScExpectedLeaks expected;            // of the steps before the one that fails
     for (int before = 2; before < 4; ++before) // the heap and the record, the table
     {
         mAlerts.Clear();
