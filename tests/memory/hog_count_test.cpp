@@ -172,18 +172,22 @@ TEST_F(HogCounts, AThreadGoesOnWithTheShareOfOneThatHasEnded)
 // The host's own new handler runs in the middle of what a share needs memory for.
 TEST_F(HogCounts, ANewHandlerThatCountsHogsLosesNone)
 {
+    static U_u32 sRows = 0; // the share stays, so each run counts behind the last
+    const U_u32 kRow = 256;
+    const U_u32 first = ++sRows * kRow;
     U_FreeHogHandle(New(10)); // the thread has a share from now on
-    for (U_u32 index = 1; index < 400; ++index)
+    for (U_u32 index = 1; index < first + kRow; ++index)
         ASSERT_EQ(U_RegisterHog("one of many", &mId), 0);
     CountingHandler::sId = mId;
     void** outer = nullptr;
     const std::new_handler before = std::set_new_handler(&CountingHandler::Count);
     {
         const ScFailingNew failing(1);
-        U_NewHogHandle(200 ^ kFirstId, 0, nullptr, 10, 0, &outer);
+        U_NewHogHandle(first ^ kFirstId, 0, nullptr, 10, 0, &outer);
+        EXPECT_TRUE(failing.HasFailed());
     }
     std::set_new_handler(before);
-    for (U_u32 id : {CountingHandler::sId, 200 ^ kFirstId})
+    for (U_u32 id : {CountingHandler::sId, first ^ kFirstId})
     {
         mId = id;
         EXPECT_EQ(Count(), (Stats{1, 10}));
