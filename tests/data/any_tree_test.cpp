@@ -131,8 +131,7 @@ TEST_F(AnyTree, ReverseMappingTakesValuesForPaths)
 TEST_F(AnyTree, ReverseMappingTakesDotsAnywhere)
 {
     mWrapper.SetFrom_JSON(Units(u"{\"1\":\"x.\",\"2\":\".\",\"3\":\"a..b\",\"4\":\".y\"}"));
-    EXPECT_EQ(Describe(mWrapper.CreateReverseMapping()),
-              "x:s1 :s2(y:s4) a:bfalse(:bfalse(b:s3))");
+    EXPECT_EQ(Describe(mWrapper.CreateReverseMapping()), "x:s1 :s2(y:s4) a:bfalse(:bfalse(b:s3))");
 
     mWrapper.put("1", U_UTF16String(U_MostJSONDepth - 1, '.'));
     EXPECT_EQ(mWrapper.CreateReverseMapping().size(), 2u);
