@@ -205,10 +205,14 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
         return failure;
     if (!*out)
         return U_Err_OutOfMemory;
+    // A host that was asked to purge for the copy may have freed it: then the copy may
+    // stand in its place.
+    if (*out == hogHandle)
+        return RefuseHog(kLockPlace);
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(hogHandle, &data))
         return refused;
-    // A host that was asked to purge for the copy may have resized it.
+    // Or it has resized it.
     const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), hogHandle) - sizeof(HogHeader);
     CopyBytes(**out, data, std::min(size, sizeNow));
     return U_UnlockHogHandle(hogHandle);
@@ -228,9 +232,11 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(*out, &data))
         return refused;
-    // A host that was asked to purge for the copy may have resized it. What is no live
-    // handle has no size now, and isn't read.
-    if (const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), handle))
+    // A host that was asked to purge for the copy may have resized it, or freed it: then
+    // the copy may stand in its place. What is no live handle has no size now, and isn't
+    // read.
+    const U_u64 sizeNow = *out == handle ? 0 : MEM_GetHandleSize(UHeap(), handle);
+    if (sizeNow)
         CopyBytes(data, *handle, std::min<U_u64>(size, sizeNow));
     return U_UnlockHogHandle(*out);
 }
