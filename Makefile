@@ -12,10 +12,10 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan install package headers docs bench coverage fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan install package package-test headers docs bench coverage fuzz lint format clean
 
 help: ## List the targets
-	@grep -E '^[a-z]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 12
+	@grep -E '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 16
 
 deps: ## Install the Debian packages that are missing
 	@scripts/deps
@@ -54,6 +54,10 @@ install: deps ## Install the release build (PREFIX, DESTDIR)
 package: deps ## Make the Debian package, in build/release
 	$(call build,release)
 	cd build/release && cpack -G DEB
+
+package-test: package ## Install the package into a fresh Debian and run the host there (root)
+	@scripts/deps debootstrap
+	tests/package/clean_root.sh build/release/*.deb
 
 headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)
