@@ -1,6 +1,8 @@
 // Pattern fills and byte order.
 
+#include <cstddef>
 #include <cstring>
+#include <limits>
 
 #include <boost/endian/conversion.hpp>
 
@@ -8,49 +10,57 @@
 
 namespace
 {
-// Stores so many bytes of the pattern at both ends, which may overlap: the bytes between
+const std::size_t kPiece = 16; // bytes that the processor stores at once
+
+// Stores so many bytes of the values at both ends, which may overlap: the bytes between
 // are a whole number of values, and so both hold whole ones. Each memcpy is one
 // unaligned store.
-template <std::size_t width>
-void StoreEnds(const unsigned char* pattern, unsigned char* start, unsigned char* end)
+template <std::size_t width> void StoreEnds(U_u64 values, unsigned char* start, unsigned char* end)
 {
-    std::memcpy(start, pattern, width);
-    std::memcpy(end - width, pattern, width);
+    std::memcpy(start, &values, width);
+    std::memcpy(end - width, &values, width);
 }
 
-const std::size_t kPiece = 16; // bytes that the processor stores at once
+// Less than a piece, out of a register.
+void FillShort(U_u64 values, unsigned char* start, unsigned char* end)
+{
+    const std::ptrdiff_t size = end - start;
+    if (size >= 8)
+        StoreEnds<8>(values, start, end);
+    else if (size >= 4)
+        StoreEnds<4>(values, start, end);
+    else
+        std::memcpy(start, &values, sizeof(U_u16));
+}
+
+// A piece and more.
+void FillLong(U_u64 values, unsigned char* next, unsigned char* end)
+{
+    unsigned char pattern[kPiece];
+    std::memcpy(pattern, &values, sizeof(values));
+    std::memcpy(pattern + sizeof(values), &values, sizeof(values));
+    for (std::ptrdiff_t left = (end - next) / std::ptrdiff_t(4 * kPiece); left > 0; --left)
+    {
+        for (std::size_t i = 0; i < 4; ++i, next += kPiece)
+            std::memcpy(next, pattern, kPiece);
+    }
+    for (; next + kPiece <= end; next += kPiece)
+        std::memcpy(next, pattern, kPiece);
+    std::memcpy(end - kPiece, pattern, kPiece);
+}
 
 template <class Value> void Fill(Value value, U_i32 count, void* destination)
 {
     if (count <= 0)
         return;
-    U_u64 values = value;
-    for (std::size_t bits = 8 * sizeof(value); bits < 64; bits *= 2)
-        values |= values << bits;
-    unsigned char pattern[kPiece];
-    std::memcpy(pattern, &values, sizeof(values));
-    std::memcpy(pattern + sizeof(values), &values, sizeof(values));
-
-    unsigned char* next = static_cast<unsigned char*>(destination);
-    const std::size_t size = static_cast<std::size_t>(count) * sizeof(value);
-    unsigned char* const end = next + size;
-    if (size < 4)
-        std::memcpy(next, pattern, sizeof(U_u16));
-    else if (size < 8)
-        StoreEnds<4>(pattern, next, end);
-    else if (size < kPiece)
-        StoreEnds<8>(pattern, next, end);
-    if (size < kPiece)
-        return;
-
-    for (std::size_t left = size / (4 * kPiece); left > 0; --left, next += 4 * kPiece)
-    {
-        for (std::size_t i = 0; i < 4; ++i)
-            std::memcpy(next + i * kPiece, pattern, kPiece);
-    }
-    for (; next + kPiece <= end; next += kPiece)
-        std::memcpy(next, pattern, kPiece);
-    std::memcpy(end - kPiece, pattern, kPiece);
+    const U_u64 kOneOfEach = ~U_u64(0) / std::numeric_limits<Value>::max();
+    const U_u64 values = value * kOneOfEach;
+    unsigned char* const start = static_cast<unsigned char*>(destination);
+    unsigned char* const end = start + static_cast<std::size_t>(count) * sizeof(value);
+    if (end - start < std::ptrdiff_t(kPiece))
+        FillShort(values, start, end);
+    else
+        FillLong(values, start, end);
 }
 
 template <class Bits, class Number> void SwapInPlace(Bits (*swap)(Bits), Number* number)
