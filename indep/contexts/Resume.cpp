@@ -1,11 +1,18 @@
 #include "indep/contexts/Resume.h"
 
+#include <thread>
+
 #include <win32/threads.h>
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+
+namespace
+{
+const int kLooks = 50; // of a caller that could go on at once
+} // namespace
 
 void U_SuspendContext::PostedCall::Run()
 {
@@ -33,6 +40,9 @@ bool U_SuspendContext::PostedCall::TakeBack()
 
 bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
 {
+    // It is mostly a few steps from there: a sleep would take longer.
+    for (int look = 0; look < kLooks && !mLeft.PassThrough(0); ++look)
+        std::this_thread::yield();
     // With the gate open the context has left, however long the thread is held up there.
     return (mLeft.PassThrough(timeout) || HasEnded(0)) && !mLost.load();
 }
