@@ -9,7 +9,6 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <quiet_new.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
 
