@@ -30,7 +30,10 @@ foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h
     PATTERN posix EXCLUDE
+    PATTERN block.h EXCLUDE
     PATTERN packet.h EXCLUDE
+    PATTERN slots.h EXCLUDE
+    PATTERN thread_record.h EXCLUDE
     PATTERN *switches.h EXCLUDE)
 endforeach()
 if(TARGET Ualert_sdl)
