@@ -42,14 +42,6 @@ private:
     const ScQuietNew mQuiet; // until the lock is free
     const std::lock_guard<Mutex> mLock;
 };
-
-// An object that is never destroyed, for the first use of a static: other threads wait
-// for that as for a lock.
-template <class Object, class... Values> Object& NewImmortal(const Values&... values)
-{
-    const ScQuietNew quiet;
-    return *new Object(values...);
-}
 } // namespace platform
 
 #endif

@@ -12,13 +12,11 @@
 
 namespace platform
 {
+// Owners make theirs by new and never destroy it: static destructors log too.
 template <class Signature> class SwitchedFunction
 {
 public:
     typedef boost::function<Signature> Function;
-
-    // A switch that is never destroyed: static destructors log too.
-    static SwitchedFunction& Immortal() { return *new SwitchedFunction; }
 
     void Set(const Function& function)
     {

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <utility>
 
-#include <quiet_new.h>
+#include <immortal.h>
 
 #include "U_Encoding.h"
 #include "indep/data/JSONReader.h"
@@ -15,9 +15,8 @@ namespace
 {
 const U_UTF16String& ElementKey()
 {
-    static const U_UTF16String& sElementKey =
-        platform::NewImmortal<U_UTF16String>(); // outlives static destructors
-    return sElementKey;
+    static const platform::Immortal<U_UTF16String> sElementKey;
+    return *sElementKey;
 }
 
 // The node at a path of keys between dots, made if it isn't there. The empty path
@@ -115,9 +114,8 @@ const U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key
 // nodes are made from makes its node in place, where push_back would copy one.
 U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
 {
-    static const U_Any& sNothing =
-        platform::NewImmortal<U_Any>(boost::any()); // outlives static destructors
-    const std::pair<const U_UTF16String&, const U_Any&> node(key, sNothing);
+    static const platform::Immortal<U_Any> sNothing{boost::any()};
+    const std::pair<const U_UTF16String&, const U_Any&> node(key, *sNothing);
     mTree->insert(mTree->end(), &node, &node + 1);
     return mTree->back().second;
 }

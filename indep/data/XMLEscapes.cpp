@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <byte_finder.h>
+#include <immortal.h>
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
@@ -79,18 +80,18 @@ std::vector<Escape> AttributeEscapes()
     return escapes;
 }
 
-// Birth fills the tables, a use before birth does too. They outlive static
-// destructors.
+// Birth fills the tables, a use before birth does too. They are never
+// destroyed: static destructors may escape too.
 const EscapeTable& BodyTable()
 {
-    static const EscapeTable& sBodyTable = *new EscapeTable(BodyEscapes());
-    return sBodyTable;
+    static const platform::Immortal<EscapeTable> sBodyTable(BodyEscapes());
+    return *sBodyTable;
 }
 
 const EscapeTable& AttributeTable()
 {
-    static const EscapeTable& sAttributeTable = *new EscapeTable(AttributeEscapes());
-    return sAttributeTable;
+    static const platform::Immortal<EscapeTable> sAttributeTable(AttributeEscapes());
+    return *sAttributeTable;
 }
 
 void ReportIllegal(U_u8 character, const U_UTF8String& text)

@@ -5,8 +5,9 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <immortal.h>
+
 #include "U_Interact.h"
-#include "indep/frame/Immortal.h"
 
 namespace
 {
@@ -48,7 +49,8 @@ U_u32 NextTemporaryId(Interaction& interaction)
 
 Interaction& TheInteraction()
 {
-    return Immortal<Interaction>();
+    static const platform::Immortal<Interaction> interaction;
+    return *interaction;
 }
 } // namespace
 

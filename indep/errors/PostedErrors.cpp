@@ -6,6 +6,8 @@
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <immortal.h>
+
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
@@ -13,7 +15,6 @@
 #include "indep/errors/Show.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Immortal.h"
 
 namespace
 {
@@ -37,7 +38,8 @@ struct Posted
 
 Posted& ThePosted()
 {
-    return Immortal<Posted>();
+    static const platform::Immortal<Posted> posted;
+    return *posted;
 }
 
 // Looks for a while before it sleeps: the list is held for less than a sleep takes.

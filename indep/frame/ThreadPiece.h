@@ -8,7 +8,7 @@
 
 #include <boost/thread/tss.hpp>
 
-#include "indep/frame/Immortal.h"
+#include <immortal.h>
 
 // The calling thread's piece of one type; it goes when the thread ends.
 template <class Piece> class ThreadPiece
@@ -38,7 +38,11 @@ public:
 private:
     typedef boost::thread_specific_ptr<Piece> SlotType;
 
-    static SlotType& Slot() { return Immortal<SlotType>(); }
+    static SlotType& Slot()
+    {
+        static const platform::Immortal<SlotType> slot;
+        return *slot;
+    }
 };
 
 // Marks a stretch that a thread isn't to enter a second time. Flag is a type of

@@ -8,7 +8,7 @@ namespace platform
 namespace
 {
 typedef SwitchedFunction<void(const Alert&)> Presenter;
-Presenter& sPresenter = Presenter::Immortal();
+Presenter& sPresenter = *new Presenter;
 } // namespace
 
 void Present(const Alert& alert)

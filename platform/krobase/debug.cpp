@@ -19,7 +19,7 @@ std::map<std::string, int>& sTraceLevels = *new std::map<std::string, int>;
 std::atomic<int> sTraceChanges(0);
 
 typedef platform::SwitchedFunction<void(const char*)> Sink;
-Sink& sTraceSink = Sink::Immortal();
+Sink& sTraceSink = *new Sink;
 } // namespace
 
 DebugDatabase& DebugDatabase::Instance()

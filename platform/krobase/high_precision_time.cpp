@@ -14,7 +14,7 @@ namespace utility
 namespace
 {
 typedef platform::SwitchedFunction<unsigned long long()> Clock;
-Clock& sClock = Clock::Immortal();
+Clock& sClock = *new Clock;
 } // namespace
 
 // A tick is a nanosecond.

@@ -10,6 +10,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "../immortal.h"
 #include "../quiet_new.h"
 #include "small_block.h"
 
@@ -31,8 +32,8 @@ class Pool
 public:
     static Pool& Instance()
     {
-        static Pool& instance = platform::NewImmortal<Pool>(); // outlives static destructors
-        return instance;
+        static const platform::Immortal<Pool> instance;
+        return *instance;
     }
 
     // A block for a size class; *size becomes its own size. Null if none fits.

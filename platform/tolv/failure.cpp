@@ -3,7 +3,7 @@
 namespace tolv
 {
 typedef platform::SwitchedFunction<bool(unsigned long long)> Predicate;
-Predicate& sShouldFail = Predicate::Immortal();
+Predicate& sShouldFail = *new Predicate;
 
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
 {

@@ -6,6 +6,7 @@
 
 #include <boost/thread/mutex.hpp>
 
+#include "../immortal.h"
 #include "../quiet_new.h"
 #include "block.h"
 #include "heap.h"
@@ -26,8 +27,8 @@ boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; both 
 
 std::vector<MEM_Heap*>& Heaps()
 {
-    static std::vector<MEM_Heap*>& heaps = *new std::vector<MEM_Heap*>;
-    return heaps;
+    static const platform::Immortal<std::vector<MEM_Heap*>> heaps;
+    return *heaps;
 }
 
 MEM_Heap* TakeEndedHeap()

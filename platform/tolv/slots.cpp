@@ -8,6 +8,7 @@
 
 #include <win32/memory.h>
 
+#include "../immortal.h"
 #include "../quiet_new.h"
 #include "thread_record.h"
 
@@ -24,8 +25,8 @@ boost::mutex& sPoolLock = *new boost::mutex;
 
 std::vector<SlotChain>& Pool()
 {
-    static std::vector<SlotChain>& pool = *new std::vector<SlotChain>;
-    return pool;
+    static const platform::Immortal<std::vector<SlotChain>> pool;
+    return *pool;
 }
 
 std::atomic<Slab*> sFirstSlab(nullptr);

@@ -6,6 +6,7 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/tss.hpp>
 
+#include "../immortal.h"
 #include "../quiet_new.h"
 
 namespace tolv
@@ -30,10 +31,9 @@ void Retire(ThreadRecord* record)
 
 boost::thread_specific_ptr<ThreadRecord>& Owner()
 {
-    // Never destroyed: static destructors free blocks too.
-    static boost::thread_specific_ptr<ThreadRecord>& owner =
-        *new boost::thread_specific_ptr<ThreadRecord>(&Retire);
-    return owner;
+    // Static destructors free blocks too.
+    static const platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
+    return *owner;
 }
 
 ThreadRecord* TakeIdle()

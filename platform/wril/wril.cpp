@@ -14,7 +14,7 @@
 namespace
 {
 typedef platform::SwitchedFunction<void(int, const char*, const char*, const char*)> Sink;
-Sink& sSink = Sink::Immortal();
+Sink& sSink = *new Sink;
 
 // What is no number leaves the level at 0.
 int LevelFromEnvironment()

@@ -12,7 +12,7 @@ namespace win32
 namespace
 {
 typedef platform::SwitchedFunction<void(const char*)> Sink;
-Sink& sSink = Sink::Immortal();
+Sink& sSink = *new Sink;
 } // namespace
 
 int IsDebuggerPresent()

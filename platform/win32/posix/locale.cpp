@@ -9,6 +9,7 @@
 #include <unicode/unum.h>
 #include <win32/text.h>
 
+#include "../../immortal.h"
 #include "../../quiet_new.h"
 #include "switches.h"
 #include "user_locale.h"
@@ -39,11 +40,10 @@ struct UserLocale
     std::string mId = "en_US";
 };
 
-// Never destroyed: threads may ask until the process is gone.
 UserLocale& TheUserLocale()
 {
-    static UserLocale& sUserLocale = platform::NewImmortal<UserLocale>();
-    return sUserLocale;
+    static const platform::Immortal<UserLocale> sUserLocale;
+    return *sUserLocale;
 }
 
 // ICU has the narrow no-break space for some languages. No code page has that

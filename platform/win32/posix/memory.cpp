@@ -19,6 +19,7 @@
 
 #include <win32/text.h>
 
+#include "../../immortal.h"
 #include "../../quiet_new.h"
 #include "switches.h"
 
@@ -36,8 +37,8 @@ boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
 
 std::map<void*, std::size_t>& Reservations()
 {
-    static auto& reservations = *new std::map<void*, std::size_t>; // outlives static destructors
-    return reservations;
+    static const platform::Immortal<std::map<void*, std::size_t>> reservations;
+    return *reservations;
 }
 
 // Maps a little more than asked for and gives back what stands outside the

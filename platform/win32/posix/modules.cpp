@@ -10,6 +10,7 @@
 #include <win32/dates.h>
 #include <win32/modules.h>
 
+#include "../../immortal.h"
 #include "../../quiet_new.h"
 #include "switches.h"
 
@@ -23,11 +24,11 @@ struct Missing
     std::string mFunction;
 };
 
-// Never destroyed: static destructors may ask.
+// Static destructors may ask.
 Missing& TheMissing()
 {
-    static Missing& sMissing = platform::NewImmortal<Missing>();
-    return sMissing;
+    static const platform::Immortal<Missing> sMissing;
+    return *sMissing;
 }
 
 char sKernel; // its address stands for the module

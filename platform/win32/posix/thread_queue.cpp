@@ -9,6 +9,7 @@
 
 #include <win32/threads.h>
 
+#include "../../immortal.h"
 #include "../../quiet_new.h"
 #include "windows.h"
 
@@ -41,8 +42,8 @@ void EndQueue(ThreadQueue*)
 
 boost::thread_specific_ptr<ThreadQueue>& Ender()
 {
-    static auto& ender = platform::NewImmortal<boost::thread_specific_ptr<ThreadQueue>>(&EndQueue);
-    return ender;
+    static const platform::Immortal<boost::thread_specific_ptr<ThreadQueue>> ender(&EndQueue);
+    return *ender;
 }
 
 ThreadQueue* MakeQueue()

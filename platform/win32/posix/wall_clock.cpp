@@ -10,7 +10,7 @@ namespace win32
 namespace
 {
 typedef platform::SwitchedFunction<long long()> Clock;
-Clock& sClock = Clock::Immortal();
+Clock& sClock = *new Clock;
 
 const long long kMilliseconds = 1000; // a second
 

@@ -37,7 +37,7 @@ std::map<void*, Window>& sWindows = *new std::map<void*, Window>;
 std::size_t sLastWindow = 0;
 
 typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
-HostProcedure& sHostProcedure = HostProcedure::Immortal();
+HostProcedure& sHostProcedure = *new HostProcedure;
 
 // False if there is no such window.
 bool FindWindow(void* handle, Window& window)
