@@ -11,8 +11,9 @@ function(u_shared_library target)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
-  # Calls from one library to the other go straight to their target.
-  target_compile_options(${target} PRIVATE -fno-plt)
+  # Calls from one library to the other go straight to their target, those inside one
+  # may be inlined: nobody puts functions of their own before ours.
+  target_compile_options(${target} PRIVATE -fno-plt -fno-semantic-interposition)
   set(script ${CMAKE_SOURCE_DIR}/cmake/${target}.map)
   # Threads that end call into the library, so it is never unloaded.
   target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-z,nodelete)

@@ -65,7 +65,8 @@ U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
 // Removes it; an unknown id does nothing. Needs no memory.
 U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
 
-// What all managers hold now. Asks them in the order of their ids.
+// What all managers hold now. Asks them in the order of their ids. One that comes or goes
+// meanwhile may count or not.
 U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
 
 // The figures of the memory log, in the order of its columns. Counts are since

@@ -57,7 +57,8 @@ public:
     // code that U_TranslateAndReportException gives, and 14 for anything else. If
     // that code is 0, so is the result.
     // The call's copy of the function, with what it owns, ends when the function has, or
-    // once it never will run, and before the caller goes on that waits for it.
+    // once it never will run, and before the caller goes on that waits for it; a little
+    // later where the context can't become current on the executor's thread.
     // On the executor's own thread the function runs at once, and what it throws
     // passes through.
     // Only the first function for another thread is waited for. That of a later call
@@ -69,9 +70,9 @@ public:
     // begun goes on alone, so it must own what it uses, and the context may end on
     // the executor's thread. An event loop whose thread ends before the function has
     // run leaves its caller waiting until all calls are given up.
-    // Throws 3, after a report, for a null executor, and on the executor's own thread
-    // when a function that was given up keeps the context; std::bad_alloc; and what
-    // the executor throws when it can't take the function.
+    // Throws 3, after a report, for a null executor, and where an earlier call's function
+    // keeps the context: one that was given up, or one whose own suspension was lost;
+    // std::bad_alloc; and what the executor throws when it can't take the function.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);

@@ -2,6 +2,8 @@
 
 #include "U_Alloc.h"
 
+#include <algorithm>
+
 #include <tolv/toolbox.h>
 
 #include "indep/U_Memory/AllocFailure.h"
@@ -14,11 +16,14 @@ namespace
 {
 const U_u32 kDuplicatePlace = kModule | 0x1C;
 
-// What has no bytes may be no handle at all, and isn't read then.
-void CopyContents(void** to, void** from, U_u32 size)
+// A host that was asked to purge for the copy may have resized what is copied, or freed it:
+// then the copy may stand in its place, and what is no live handle has no size now. What
+// has no bytes may be no handle at all, and isn't read.
+void CopyContents(void** to, void** from, U_u64 size, U_u64 sizeNow)
 {
-    if (size)
-        CopyBytes(*to, *from, size);
+    const U_u64 common = std::min(size, sizeNow);
+    if (common && to != from)
+        CopyBytes(*to, *from, common);
 }
 
 U_u32 ToolboxSize(void** handle)
@@ -47,7 +52,7 @@ template <class Allocate> U_Status Duplicate(void** handle, void*** out, Allocat
     *out = allocate(size);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyContents(*out, handle, size);
+    CopyContents(*out, handle, size, MEM_GetHandleSize(UHeap(), handle));
     return 0;
 }
 } // namespace
@@ -79,7 +84,7 @@ U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName
     const U_u32 size = ToolboxSize(platformHandle);
     *out = U_AllocateHandle(kModule, opName, size);
     if (*out)
-        CopyContents(*out, platformHandle, size);
+        CopyContents(*out, platformHandle, size, ToolboxSize(platformHandle));
     return 0;
 }
 
@@ -94,7 +99,7 @@ U_Status U_DetachResource(void** resource, const char* opName, void*** out)
     void** copy = U_AllocateHandle(0, opName, size);
     if (!copy)
         return U_Err_OutOfMemory;
-    CopyContents(copy, resource, size);
+    CopyContents(copy, resource, size, ToolboxSize(resource));
     DetachResource(resource);
     DisposeHandle(resource);
     *out = copy;

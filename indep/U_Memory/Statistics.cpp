@@ -35,8 +35,8 @@ U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)
 
 U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
 {
-    // The pool is read last: one that another thread purges meanwhile makes use
-    // look larger than it is, never smaller.
+    // The pool is read last: one that another thread purges meanwhile makes use look
+    // larger than it is. A block that goes back to it meanwhile makes it look smaller.
     const U_Status failure = TotalMemoryUsed(out, lowerLimit);
     if (!countRecycled)
         *out -= U_GetRecycledMemorySize();

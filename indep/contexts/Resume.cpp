@@ -31,7 +31,7 @@ void U_SuspendContext::PostedCall::Run()
 bool U_SuspendContext::PostedCall::TakeBack()
 {
     if (!Decide(kTakenBack))
-        return mHolder.load() == kTakenBack;
+        return IsTakenBack();
     // The closure may lie in the executor's queue for long.
     mContext.reset();
     mFunction.clear();

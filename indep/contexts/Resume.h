@@ -23,9 +23,11 @@ public:
     // For the executor's thread. Touches nothing if the caller came first.
     void Run();
 
-    // For the caller. True if the function hasn't begun; then it never will, and nobody
-    // holds the context for it.
+    // For the caller, and for an executor that drops the call. True if the function hasn't
+    // begun; then it never will, and nobody holds the context for it.
     bool TakeBack();
+
+    bool IsTakenBack() const { return mHolder.load() == kTakenBack; }
 
     // Waits up to timeout milliseconds for the function to end. It doesn't if it began
     // too late to run.

@@ -128,7 +128,10 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
     }
     try
     {
-        executor.Post([call] { call->Run(); }, 0);
+        // An executor that drops the closure gives the call up.
+        const boost::shared_ptr<PostedCall> posted(call.get(),
+                                                   [call](PostedCall*) { call->TakeBack(); });
+        executor.Post([posted] { posted->Run(); }, 0);
     }
     catch (...)
     {
@@ -157,7 +160,8 @@ int U_SuspendContext::WaitForResult(PostedCall& call) const
 // until its executor has dropped it, or all calls are given up.
 void U_SuspendContext::AwaitLatest() const
 {
-    while (mPosted && !mPosted.unique() && !S_terminated.Get() && !mPosted->HasEnded(kPoll))
+    while (mPosted && !mPosted.unique() && !mPosted->IsTakenBack() && !S_terminated.Get() &&
+           !mPosted->HasEnded(kPoll))
     {
     }
 }

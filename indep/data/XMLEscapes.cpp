@@ -26,8 +26,8 @@ typedef std::pair<char, std::string_view> Escape; // character, entity
 class EscapeTable
 {
 public:
-    explicit EscapeTable(std::vector<Escape> escapes)
-        : mEscapes(std::move(escapes)), mFinder(MarksOf(mEscapes))
+    explicit EscapeTable(std::vector<Escape> (*escapes)())
+        : mEscapes(escapes()), mFinder(MarksOf(mEscapes))
     {
         for (const Escape& escape : mEscapes)
             mEntities[static_cast<U_u8>(escape.first)] = escape.second;
@@ -84,13 +84,13 @@ std::vector<Escape> AttributeEscapes()
 // destroyed: static destructors may escape too.
 const EscapeTable& BodyTable()
 {
-    static const platform::Immortal<EscapeTable> sBodyTable(BodyEscapes());
+    static const platform::Immortal<EscapeTable> sBodyTable(&BodyEscapes);
     return *sBodyTable;
 }
 
 const EscapeTable& AttributeTable()
 {
-    static const platform::Immortal<EscapeTable> sAttributeTable(AttributeEscapes());
+    static const platform::Immortal<EscapeTable> sAttributeTable(&AttributeEscapes);
     return *sAttributeTable;
 }
 

@@ -24,6 +24,7 @@ Sink& sTraceSink = *new Sink;
 
 DebugDatabase& DebugDatabase::Instance()
 {
+    const platform::ScQuietNew quiet;                    // others wait for the first as for a lock
     static DebugDatabase& instance = *new DebugDatabase; // outlives static destructors
     return instance;
 }
