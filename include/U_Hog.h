@@ -65,7 +65,8 @@ U_EXPORT U_Status U_GetHogHandleSize(void** handle, U_u64* size);
 // owns *out, which is null without memory. Returns 0; 4; 3 for a null hog handle, with
 // *out as it was; or 2 or the code of U_GetHandleSize, and then *out is an empty handle
 // that the caller owns all the same. A purge request on the way may resize the hog
-// handle: *out keeps the size from before, with as many bytes copied as there are.
+// handle: *out keeps the size from before, with as many bytes copied as there are, none
+// with 2 if the hog handle has been freed.
 U_EXPORT U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out);
 
 // Makes a hog handle with a copy of a plain handle's contents; the plain handle

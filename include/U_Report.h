@@ -4,14 +4,13 @@
 // A report is a text with a severity and a location code (the module in the high
 // half, a place in it in the low half; 0 for none). It is logged and handed to the
 // logging callbacks as the interaction mask says (U_Interact.h); it is counted
-// whatever the mask says, unless it is a detail or the thread is in quiet mode; and
-// then, if the mask says so, it is shown at once, or posted (U_Posted.h) if it comes
-// from another thread than the UI thread, belongs to a group, or alerts are held
-// back. A thread that reports while it is reporting, say in a logging callback, is
-// ignored without a trace. A message that can't be shown is posted. One that can't be
-// posted, for want of memory or outside the library's life, doesn't reach the user,
-// and nobody is told. What is neither an int nor a std::exception passes out of a
-// report from whatever it calls.
+// whatever the mask says, unless it is a detail or, fatal ones apart, the thread is in
+// quiet mode; and then, if the mask says so, it is shown at once, or posted
+// (U_Posted.h) if it comes from another thread than the UI thread, belongs to a group,
+// or alerts are held back. A thread that reports while it is reporting, say in a logging callback,
+// is ignored without a trace. A message that can't be shown is posted. One that can't be posted,
+// for want of memory or outside the library's life, doesn't reach the user, and nobody is told.
+// What is neither an int nor a std::exception passes out of a report from whatever it calls.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that

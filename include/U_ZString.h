@@ -20,7 +20,8 @@
 
 #include "U_Types.h"
 
-// Resolves, in the current language or in English.
+// Resolves, in the current language or in English. All but U_ZStringToMBRaw throw
+// std::bad_alloc.
 U_EXPORT U_UTF16String U_ZStringToUTF16String(const char* zstring);
 U_EXPORT U_UTF16String U_ZStringToEnglishUTF16String(const char* zstring);
 
@@ -78,7 +79,8 @@ U_EXPORT std::string Up_HDT_ConvertToMB(const U_UTF16String& text);
 U_EXPORT void Up_HDT_ReportErr(unsigned short severity, const U_UTF16String& text);
 
 // Tells telemetry, if there is any, of a plug-in that is missing or doesn't
-// load: its match name, and its version as eight digits or more.
+// load: its match name, and its version as eight digits or more. Throws std::bad_alloc,
+// and what the provider throws.
 U_EXPORT void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName,
                                                 unsigned int version);
 

@@ -1,8 +1,10 @@
 #include "text/KeptText.h"
 
 #include <algorithm>
+#include <list>
 #include <new>
-#include <vector>
+
+#include <quiet_new.h>
 
 #include "indep/frame/ThreadPiece.h"
 #include "text/Resolve.h"
@@ -18,11 +20,11 @@ struct Kept
 
 struct KeptTexts
 {
-    U_u32 mGeneration; // of the locale that all of them come from
-    std::vector<Kept> mTexts;
+    U_u32 mGeneration;      // of the locale that all of them come from
+    std::list<Kept> mTexts; // they stay where they are, whatever a new handler of the host's does
 };
 
-const Kept* Find(const std::vector<Kept>& texts, const char* zstring)
+const Kept* Find(const std::list<Kept>& texts, const char* zstring)
 {
     const auto found = std::find_if(texts.begin(), texts.end(), [zstring](const Kept& kept) {
         return kept.mZString == zstring;
@@ -33,6 +35,7 @@ const Kept* Find(const std::vector<Kept>& texts, const char* zstring)
 
 U_UTF16String KeptText(const char* zstring)
 {
+    const platform::ScQuietNew quiet; // who asks may be on its way into a report
     KeptTexts* const kept = ThreadPiece<KeptTexts>::Make();
     if (!kept)
         return ResolveZString(zstring, false);
@@ -47,7 +50,8 @@ U_UTF16String KeptText(const char* zstring)
     U_UTF16String text = ResolveZString(zstring, false);
     try
     {
-        kept->mTexts.push_back({zstring, text});
+        std::list<Kept> fresh = {{zstring, text}};
+        kept->mTexts.splice(kept->mTexts.begin(), fresh);
     }
     catch (const std::bad_alloc&)
     {

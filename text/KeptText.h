@@ -9,7 +9,7 @@
 // earlier look-ups: no lock is taken for a text that it has asked for before in
 // the same language. zstring is a literal, since its address tells it. Any
 // thread, also without a locale; without memory to keep a text it is looked up
-// afresh.
+// afresh. A new that fails meanwhile isn't reported.
 U_UTF16String KeptText(const char* zstring);
 
 #endif

@@ -109,9 +109,10 @@ char* ResolveRow(U_LStrRow& row, bool english)
 {
     const char* text = nullptr;
     const U_Status failure = Guarded([&] {
+        LStrListing listing(table); // a text that is stored is cleaned one day
         text = ResolveRow(row, english);
         if (text)
-            ListLStrCache(table);
+            listing.Enter();
     });
     if (error)
         *error = failure;

@@ -21,6 +21,17 @@ typedef std::list<U_LStrCache*> TableList;
 boost::mutex& sListLock = *new boost::mutex;
 std::unique_ptr<TableList>& sLStrCacheList = *new std::unique_ptr<TableList>;
 
+bool IsToBeListed(U_LStrCache& table)
+{
+    return !(LoadField(table.mFlags) & (U_LStrCache_HeapCopy | U_LStrCache_Listed));
+}
+
+bool ThereIsAList()
+{
+    boost::lock_guard<boost::mutex> lock(sListLock);
+    return sLStrCacheList != nullptr;
+}
+
 void CleanListed(U_LStrCache* table)
 {
     if (!IsValidLStrCache(table))
@@ -51,17 +62,21 @@ U_Status U_ZDeathLStrCacheList()
     });
 }
 
-void ListLStrCache(U_LStrCache& table)
+LStrListing::LStrListing(U_LStrCache& table) : mTable(table)
 {
-    const U_u32 kDone = U_LStrCache_HeapCopy | U_LStrCache_Listed;
-    if (LoadField(table.mFlags) & kDone)
+    if (IsToBeListed(table) && ThereIsAList())
+        mEntry.push_back(&table);
+}
+
+void LStrListing::Enter()
+{
+    if (mEntry.empty())
         return;
-    TableList entry(1, &table);
     boost::lock_guard<boost::mutex> lock(sListLock);
-    if (!sLStrCacheList || (LoadField(table.mFlags) & kDone)) // another thread was first
+    if (!sLStrCacheList || !IsToBeListed(mTable)) // another thread was first
         return;
-    sLStrCacheList->splice(sLStrCacheList->end(), entry);
-    AddFlags(table.mFlags, U_LStrCache_Listed);
+    sLStrCacheList->splice(sLStrCacheList->end(), mEntry);
+    AddFlags(mTable.mFlags, U_LStrCache_Listed);
 }
 
 void UnlistLStrCache(U_LStrCache& table)

@@ -3,6 +3,8 @@
 #ifndef TEXT_LSTRLIST_H
 #define TEXT_LSTRLIST_H
 
+#include <list>
+
 #include "U_LStr.h"
 
 // Makes and destroys the list, as birth and death do. Making it again does
@@ -11,9 +13,20 @@
 U_Status U_ZBirthLStrCacheList();
 U_Status U_ZDeathLStrCacheList();
 
-// Lists a table once, unless it is a heap copy or there is no list. Throws
-// std::bad_alloc. Any thread.
-void ListLStrCache(U_LStrCache& table);
+// Lists a table once, unless it is a heap copy or there is no list. In two steps, so
+// that nothing fails behind the first. Any thread.
+class LStrListing
+{
+public:
+    // Throws std::bad_alloc.
+    explicit LStrListing(U_LStrCache& table);
+
+    void Enter();
+
+private:
+    U_LStrCache& mTable;
+    std::list<U_LStrCache*> mEntry; // empty if there is nothing to list
+};
 
 // Takes a table off the list, if it is in it. Any thread.
 void UnlistLStrCache(U_LStrCache& table);

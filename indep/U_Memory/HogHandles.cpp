@@ -87,6 +87,11 @@ U_Status GetDataSize(void** handle, U_u32* size)
     U_FreeHandle(handle);
     return failure;
 }
+U_Status RefuseLockedHog()
+{
+    Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
+    return kLockedHog;
+}
 } // namespace
 
 U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size, U_u32 flags,
@@ -94,12 +99,10 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
 {
     if (!out)
         return RefuseArgument("U_NewHogHandle: no place for the handle");
+    *out = nullptr;
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
-    {
-        *out = nullptr;
         return RefuseHog(location);
-    }
     *out = AllocateHandle(location, flags & U_Hog_Quiet ? nullptr : opName, BlockSize(size),
                           Clearing((flags & U_Hog_Clear) != 0));
     void** const handle = *out;
@@ -131,21 +134,26 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         return RefuseHog(kResizePlace);
     const U_u32 index = header->mHogIndex;
     if (header->mLockCount)
-    {
-        Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
-        return kLockedHog;
-    }
+        return RefuseLockedHog();
     U_u32 told = 0;
     if (U_Status failure = GetDataSize(handle, &told))
         return failure;
     const U_u64 newBlock = BlockSize(newSize);
-    U_u64 oldBlock = 0; // at the resize: a host that purges before may have resized it
+    // A host that purges before may have resized it, or locked it.
+    U_u64 oldBlock = 0;
+    bool isLocked = false;
     auto attempt = [&]() -> void* {
+        const HogHeader* const headerNow = FindHeader(handle);
+        isLocked = headerNow && headerNow->mLockCount;
+        if (isLocked)
+            return *handle;
         oldBlock = MEM_GetHandleSize(UHeap(), handle);
         return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? *handle : nullptr;
     };
     if (!Up_AllocateShared({location, opName, newBlock, kAsIs, false}, attempt))
         return U_Err_OutOfMemory;
+    if (isLocked)
+        return RefuseLockedHog();
     if (newBlock > oldBlock)
         CountMade(index, 0, newBlock - oldBlock);
     else

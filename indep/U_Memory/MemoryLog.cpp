@@ -1,6 +1,7 @@
 #include "indep/U_Memory/MemoryLog.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <limits>
@@ -18,7 +19,7 @@
 #include "U_Budget.h"
 #include "U_Encoding.h"
 #include "U_MemServices.h"
-#include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
 #include "indep/instrumentation/ScLogger.h"
 
 namespace
@@ -41,6 +42,13 @@ int sInterval = 1000; // milliseconds
 
 // Ends the thread with the process.
 boost::shared_ptr<AsyncThreadedExecutor> sExecutor;
+
+// Ends before the executor, whose end waits for the thread.
+struct ProcessEnd
+{
+    ~ProcessEnd() { mHasCome = true; }
+    std::atomic<bool> mHasCome{false};
+} sProcessEnd;
 
 // An interval of 0 would keep the thread from ever ending. A text that is no number
 // tells no interval.
@@ -103,7 +111,7 @@ void Up_ScheduleMemoryRow()
 void ScheduleInTheEnd()
 {
     const platform::ScQuietNew quiet; // nothing is lost
-    for (;;)
+    while (!sProcessEnd.mHasCome)
     {
         try
         {
@@ -119,8 +127,9 @@ void ScheduleInTheEnd()
 
 void Up_LogMemoryRow()
 {
-    // A host's function that throws costs one row.
-    Contained([] {
+    // A host's function that throws costs one row. A report could meet the library's death,
+    // which doesn't know of this thread.
+    LogSafely([] {
         U_u64 prepurge = 0;
         U_u64 maximum = 0;
         U_GetMemUsageLimits(&prepurge, &maximum);

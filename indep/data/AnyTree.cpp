@@ -15,7 +15,7 @@ namespace
 {
 const U_UTF16String& ElementKey()
 {
-    static const platform::Immortal<U_UTF16String> sElementKey;
+    static platform::Immortal<U_UTF16String> sElementKey;
     return *sElementKey;
 }
 
@@ -114,7 +114,7 @@ const U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key
 // nodes are made from makes its node in place, where push_back would copy one.
 U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
 {
-    static const platform::Immortal<U_Any> sNothing{boost::any()};
+    static platform::Immortal<U_Any> sNothing{boost::any()};
     const std::pair<const U_UTF16String&, const U_Any&> node(key, *sNothing);
     mTree->insert(mTree->end(), &node, &node + 1);
     return mTree->back().second;

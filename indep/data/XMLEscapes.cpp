@@ -84,13 +84,13 @@ std::vector<Escape> AttributeEscapes()
 // destroyed: static destructors may escape too.
 const EscapeTable& BodyTable()
 {
-    static const platform::Immortal<EscapeTable> sBodyTable(&BodyEscapes);
+    static platform::Immortal<EscapeTable> sBodyTable(&BodyEscapes);
     return *sBodyTable;
 }
 
 const EscapeTable& AttributeTable()
 {
-    static const platform::Immortal<EscapeTable> sAttributeTable(&AttributeEscapes);
+    static platform::Immortal<EscapeTable> sAttributeTable(&AttributeEscapes);
     return *sAttributeTable;
 }
 

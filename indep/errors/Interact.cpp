@@ -49,7 +49,7 @@ U_u32 NextTemporaryId(Interaction& interaction)
 
 Interaction& TheInteraction()
 {
-    static const platform::Immortal<Interaction> interaction;
+    static platform::Immortal<Interaction> interaction;
     return *interaction;
 }
 } // namespace

@@ -38,7 +38,7 @@ struct Posted
 
 Posted& ThePosted()
 {
-    static const platform::Immortal<Posted> posted;
+    static platform::Immortal<Posted> posted;
     return *posted;
 }
 
@@ -206,7 +206,8 @@ void U_DecrementPostErrors()
 void U_DisplayPostedErrors()
 {
     PostedErrors errors = TakePosted();
+    Showing showing(errors);
     // Without memory for that, messages are shown one by one, as posted.
     Guarded([&] { Coalesce(errors); });
-    Showing(errors).ShowInOrder();
+    showing.ShowInOrder();
 }

@@ -51,9 +51,9 @@ void Report::Log()
         const U_UTF8String text = U_UTF16To8String(mText.Get());
         WRIL_sprintf(0, "U", traits.mLogTag, "%s\t%s", reinterpret_cast<const char*>(text.c_str()),
                      location.mText);
+        if (traits.mLogsStack)
+            LogStackCrawl();
     });
-    if (traits.mLogsStack)
-        LogStackCrawl();
 }
 
 void Report::CallBack()

@@ -17,6 +17,7 @@
 #include "indep/errors/Strings.h"
 #include "indep/frame/Fatal.h"
 #include "indep/frame/Globals.h"
+#include "indep/frame/LogSafely.h"
 #include "indep/frame/Units.h"
 
 namespace
@@ -36,6 +37,7 @@ template <class Handler> struct Previous
     Handler mBelow = nullptr;
     bool mIsInstalled = false;
     bool mIsCovered = false; // has been, and stays so
+    unsigned int mLife = 0;
 
     void Find(Handler found, Handler ours)
     {
@@ -46,7 +48,10 @@ template <class Handler> struct Previous
             if (!mIsCovered)
                 mBelow = found;
         }
+        else if (!mIsInstalled) // somebody has put it back between two lives
+            mNext = mBelow;
         mIsInstalled = true;
+        ++mLife;
     }
 
     Handler TakeDown()
@@ -61,9 +66,9 @@ Previous<win32::InvalidParameterHandler> sPreviousInvalidParameter;
 Previous<std::terminate_handler> sPreviousTerminate;
 win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
 
-// The thread has come as far as to call who stood before.
-PLATFORM_THREAD_LOCAL bool sIsInPreviousInvalidParameter = false;
-PLATFORM_THREAD_LOCAL bool sIsInPreviousTerminate = false;
+// The life in which the thread has last come as far as to call who stood before.
+PLATFORM_THREAD_LOCAL unsigned int sLifeInPreviousInvalidParameter = 0;
+PLATFORM_THREAD_LOCAL unsigned int sLifeInPreviousTerminate = 0;
 
 bool sNewIsInstalled = false;
 
@@ -86,34 +91,28 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
-    if (sIsInPreviousTerminate || !sPreviousTerminate.mIsInstalled)
+    if (sLifeInPreviousTerminate == sPreviousTerminate.mLife || !sPreviousTerminate.mIsInstalled)
     {
         if (sPreviousTerminate.mBelow)
             sPreviousTerminate.mBelow();
         return;
     }
     Up_CallHandler();
-    sIsInPreviousTerminate = true;
+    sLifeInPreviousTerminate = sPreviousTerminate.mLife;
     if (sPreviousTerminate.mNext)
         sPreviousTerminate.mNext();
 }
 
 void LogInvalidParameter(const char* text)
 {
-    try
-    {
-        WRIL_Log(0, "U", kInvalidParameterTag, text);
-    }
-    catch (...)
-    {
-        // The process ends all the same.
-    }
+    LogSafely([text] { WRIL_Log(0, "U", kInvalidParameterTag, text); });
 }
 
 void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
                         const unsigned short* file, unsigned int line, std::uintptr_t reserved)
 {
-    if (sIsInPreviousInvalidParameter || !sPreviousInvalidParameter.mIsInstalled)
+    if (sLifeInPreviousInvalidParameter == sPreviousInvalidParameter.mLife ||
+        !sPreviousInvalidParameter.mIsInstalled)
     {
         if (sPreviousInvalidParameter.mBelow)
             sPreviousInvalidParameter.mBelow(expression, function, file, line, reserved);
@@ -122,7 +121,7 @@ void OnInvalidParameter(const unsigned short* expression, const unsigned short* 
     win32::_set_invalid_parameter_handler(nullptr);
     win32::SetUnhandledExceptionFilter(nullptr);
     Up_CallHandler();
-    sIsInPreviousInvalidParameter = true;
+    sLifeInPreviousInvalidParameter = sPreviousInvalidParameter.mLife;
     if (sPreviousInvalidParameter.mNext)
         sPreviousInvalidParameter.mNext(expression, function, file, line, reserved);
     LogInvalidParameter("Intentionally passing an invalid param to the runtime to get a crashlog.");

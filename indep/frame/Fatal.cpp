@@ -13,6 +13,7 @@
 #include <wril/wril.h>
 
 #include "indep/frame/Fatal.h"
+#include "indep/frame/LogSafely.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace
@@ -81,14 +82,7 @@ void Up_CallHandler() noexcept
         if (sLastCall == kCalling) // no local handler has been set
             sLastCall = sArmings;
     }
-    try
-    {
-        WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler");
-    }
-    catch (...)
-    {
-        // Nor does a log that fails change that.
-    }
+    LogSafely([] { WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler"); });
 }
 
 void Up_ArmLastCalls() noexcept

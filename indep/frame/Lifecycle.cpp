@@ -16,6 +16,7 @@
 #include "indep/frame/Fatal.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
 #include "indep/frame/Machine.h"
 #include "indep/frame/Translators.h"
 #include "text/Date.h"
@@ -76,14 +77,7 @@ const BirthStep kSubBirths[] = {
 // A line that fails ends neither birth nor death.
 void Tell(const char* tag, const char* text)
 {
-    try
-    {
-        WRIL_Log(kLifecycleLevel, "U", tag, text);
-    }
-    catch (...)
-    {
-        // The log is the host's, and so is its failure.
-    }
+    LogSafely([=] { WRIL_Log(kLifecycleLevel, "U", tag, text); });
 }
 
 // With the record goes the handler of a failed operator new, which reports.

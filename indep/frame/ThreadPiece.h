@@ -9,6 +9,7 @@
 #include <boost/thread/tss.hpp>
 
 #include <immortal.h>
+#include <quiet_new.h>
 
 // The calling thread's piece of one type; it goes when the thread ends.
 template <class Piece> class ThreadPiece
@@ -17,10 +18,11 @@ public:
     // Null if the thread has none.
     static Piece* Find() { return Slot().get(); }
 
-    // Zeroed if new. Null without memory: a report goes on without what it
-    // would remember.
+    // Zeroed if new. Null without memory, which isn't reported: a report goes on
+    // without what it would remember.
     static Piece* Make()
     {
+        const platform::ScQuietNew quiet;
         try
         {
             if (Piece* present = Find())
@@ -40,7 +42,7 @@ private:
 
     static SlotType& Slot()
     {
-        static const platform::Immortal<SlotType> slot;
+        static platform::Immortal<SlotType> slot;
         return *slot;
     }
 };

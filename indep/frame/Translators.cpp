@@ -18,6 +18,7 @@
 
 #include "U_Report.h"
 #include "U_Threads.h"
+#include "indep/frame/LogSafely.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace
@@ -135,14 +136,8 @@ void Up_FreeTranslatorTable()
 
 U_Status Up_ReportUnknownException(const char* what, const char* type)
 {
-    try
-    {
-        WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", what, type);
-    }
-    catch (...)
-    {
-        // A log that fails mustn't take the place of the exception.
-    }
+    LogSafely(
+        [=] { WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", what, type); });
     ReportOnce(U_Sev_WARNING, "Unknown Exception.");
     return U_Err_UnknownException;
 }

@@ -32,7 +32,7 @@ class Pool
 public:
     static Pool& Instance()
     {
-        static const platform::Immortal<Pool> instance;
+        static platform::Immortal<Pool> instance;
         return *instance;
     }
 

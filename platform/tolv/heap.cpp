@@ -27,7 +27,7 @@ boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; both 
 
 std::vector<MEM_Heap*>& Heaps()
 {
-    static const platform::Immortal<std::vector<MEM_Heap*>> heaps;
+    static platform::Immortal<std::vector<MEM_Heap*>> heaps;
     return *heaps;
 }
 

@@ -25,7 +25,7 @@ boost::mutex& sPoolLock = *new boost::mutex;
 
 std::vector<SlotChain>& Pool()
 {
-    static const platform::Immortal<std::vector<SlotChain>> pool;
+    static platform::Immortal<std::vector<SlotChain>> pool;
     return *pool;
 }
 

@@ -32,7 +32,7 @@ void Retire(ThreadRecord* record)
 boost::thread_specific_ptr<ThreadRecord>& Owner()
 {
     // Static destructors free blocks too.
-    static const platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
+    static platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
     return *owner;
 }
 

@@ -202,26 +202,6 @@ TEST_F(ReportFaults, AThreadsFirstTextIsToldWholeWhicheverAllocationFails)
     U_DisplayPostedErrors();
 }
 
-TEST_F(ReportFaults, AMainThreadHasOneBufferWhicheverAllocationFails)
-{
-    bool failed = true;
-    for (long nth = 1; failed; ++nth)
-    {
-        OnFreshThread([&] {
-            U_RegisterMainThread();
-            const char* buffer = nullptr;
-            {
-                const ScFailingNew failing(nth);
-                buffer = Up_GetThreadLoggingBuffer(); // the failure's own report makes it first
-                failed = failing.HasFailed();
-            }
-            EXPECT_EQ(buffer, Up_GetThreadLoggingBuffer()) << nth;
-            U_DeregisterMainThread();
-        });
-    }
-    U_DisplayPostedErrors();
-}
-
 TEST_F(ReportFaults, AnAllocationThatFailsIsReportedWhicheverAllocationFails)
 {
     const long points =

@@ -32,11 +32,12 @@ struct Signal
     struct sigaction mBefore; // what comes next when the handler below is in place
     struct sigaction mBelow;  // what comes next for whoever stands in its place and calls it
     int mNumber;
-    bool mIsCovered; // somebody else has stood in its place when it was to be taken down
+    std::atomic<bool>
+        mIsCovered; // somebody else has stood in its place when it was to be taken down
 };
 
-// Written under the lock, and only while the handler isn't in place: that reads them
-// without. The lock is never destroyed.
+// Written under the lock, the actions only while the handler isn't in place: that reads
+// them without. The lock is never destroyed.
 boost::mutex& sLock = *new boost::mutex;
 Signal sSignals[] = {
     {{}, {}, SIGSEGV, false},
@@ -46,9 +47,10 @@ Signal sSignals[] = {
 };
 
 // How the thread has last called whoever comes next: with which context, from which frame
-// of the handler below, and whether what comes to that next has been with him already.
+// of the handler below, for a failure at which address, and whether that comes again.
 PLATFORM_THREAD_LOCAL const void* sContext = nullptr;
 PLATFORM_THREAD_LOCAL const void* sFrame = nullptr;
+PLATFORM_THREAD_LOCAL const void* sAddress = nullptr;
 PLATFORM_THREAD_LOCAL bool sComesBack = false;
 
 void OnSignal(int number, siginfo_t* info, void* context);
@@ -78,10 +80,16 @@ bool IsSent(const siginfo_t& info)
 // Whether whoever is called by the handler below passes the exception on to it. If he has
 // jumped out instead, a new one may have the same context, but comes from no frame further
 // in.
-bool IsPassedBack(const void* context, const void* frame)
+bool IsPassedBack(const siginfo_t& info, const void* context, const void* frame)
 {
-    return std::exchange(sComesBack, false) ||
-           (context == sContext && std::less<const void*>()(frame, sFrame));
+    const bool comesBack = std::exchange(sComesBack, false) && info.si_addr == sAddress;
+    return comesBack || (context == sContext && std::less<const void*>()(frame, sFrame));
+}
+
+void ExpectAgain(const siginfo_t& info, bool comesBack)
+{
+    sAddress = info.si_addr;
+    sComesBack = comesBack;
 }
 
 // The system's own actions need the exception once more. So does an action for one time
@@ -134,7 +142,7 @@ void CallBefore(const Signal& signal, siginfo_t* info, void* context)
         Mark(signal.mNumber, true);
     BlockFor(signal.mBefore, signal.mNumber, context);
     Call(signal.mBefore, signal.mNumber, info, context);
-    sComesBack = signal.mIsCovered && !Mark(signal.mNumber, false);
+    ExpectAgain(*info, signal.mIsCovered && !Mark(signal.mNumber, false));
 }
 
 // An instruction that failed does so again on return. A signal that was sent is sent once
@@ -157,7 +165,7 @@ void OnSignal(int number, siginfo_t* info, void* context)
                       [number](const Signal& candidate) { return candidate.mNumber == number; });
     const void* const frame = __builtin_frame_address(0);
     const bool isInPlace = IsOurs(CurrentAction(signal));
-    const bool isPassedBack = IsPassedBack(context, frame);
+    const bool isPassedBack = IsPassedBack(*info, context, frame);
     const bool isFirst = isInPlace && !isPassedBack;
     const struct sigaction& next = isFirst ? signal.mBefore : signal.mBelow;
     if (IsSent(*info) && Is(next, SIG_IGN))
@@ -172,7 +180,7 @@ void OnSignal(int number, siginfo_t* info, void* context)
         // What somebody has put in the place of this handler meanwhile stays.
         if (!isInPlace || IsOurs(CurrentAction(signal)))
             sigaction(number, &next, nullptr);
-        sComesBack = isFirst && signal.mIsCovered;
+        ExpectAgain(*info, isFirst && signal.mIsCovered);
         Repeat(number, info);
     }
     else if (isFirst)

@@ -42,7 +42,7 @@ struct UserLocale
 
 UserLocale& TheUserLocale()
 {
-    static const platform::Immortal<UserLocale> sUserLocale;
+    static platform::Immortal<UserLocale> sUserLocale;
     return *sUserLocale;
 }
 

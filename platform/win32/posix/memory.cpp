@@ -37,7 +37,7 @@ boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
 
 std::map<void*, std::size_t>& Reservations()
 {
-    static const platform::Immortal<std::map<void*, std::size_t>> reservations;
+    static platform::Immortal<std::map<void*, std::size_t>> reservations;
     return *reservations;
 }
 

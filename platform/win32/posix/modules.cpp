@@ -27,7 +27,7 @@ struct Missing
 // Static destructors may ask.
 Missing& TheMissing()
 {
-    static const platform::Immortal<Missing> sMissing;
+    static platform::Immortal<Missing> sMissing;
     return *sMissing;
 }
 

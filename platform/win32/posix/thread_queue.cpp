@@ -42,7 +42,7 @@ void EndQueue(ThreadQueue*)
 
 boost::thread_specific_ptr<ThreadQueue>& Ender()
 {
-    static const platform::Immortal<boost::thread_specific_ptr<ThreadQueue>> ender(&EndQueue);
+    static platform::Immortal<boost::thread_specific_ptr<ThreadQueue>> ender(&EndQueue);
     return *ender;
 }
 
