@@ -94,8 +94,9 @@ public:
     // of no kind, which leaves its place empty. Throws as the values' conversions do.
     U_UTF16String GetAs_JSON() const;
 
-    // Adds what a JSON text, which may belong to the tree, tells to it; empty text adds nothing. A
-    // nested value replaces all members of its name; a plain one is put there as put does.
+    // Adds the members that a JSON text has; empty text adds nothing. The text may belong
+    // to the tree. A nested value replaces all members of its name; a plain one is put
+    // there as put does.
     //
     // Reads forgivingly: the first character counts as the opening brace,
     // whatever it is, so an array adds its elements if those are objects or
@@ -103,11 +104,9 @@ public:
     // other word is a number, as far as it reads as one. What a level can't make
     // sense of ends it, and so does the end of the text.
     //
-    // Throws, with what was read before still in the tree: boost::bad_any_cast
-    // for a key or a string that is no JSON literal or escapes half of a surrogate
-    // pair, and
-    // boost::property_tree::ptree_error for a text nested deeper than
-    // U_MostJSONDepth.
+    // Throws, with what was read before still in the tree: boost::bad_any_cast for a
+    // key or a string that is no JSON literal or escapes half of a surrogate pair, and
+    // boost::property_tree::ptree_error for a text nested deeper than U_MostJSONDepth.
     void SetFrom_JSON(const U_UTF16String& json);
 
     // A tree that has the values of the direct children, as text, for paths of

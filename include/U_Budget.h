@@ -12,14 +12,13 @@
 
 // Asks the host to give back about amountToPurge bytes of what it holds, so that
 // blockRequest bytes fit. It is asked again, for what is left, for as long as use
-// falls.
-// Runs on the thread that needs the memory, with no lock held, so it may be
-// entered by several threads at once and may allocate. The exception is room for
-// one more hog (U_RegisterHog): it is made with the table of hogs locked for other
-// threads, so the callback must not wait then for one that registers or asks for
-// hogs. Set *flag to let a stalled round go on by shrinking the recycled pool; it
-// starts false and stays as set. A non-zero result ends the making of room, all rounds of it, and
-// the use as it stands then decides on the block. It throws nothing.
+// falls. Runs on the thread that needs the memory, with no lock held, so it may be
+// entered by several threads at once and may allocate. The exception is room for one
+// more hog (U_RegisterHog): it is made with the table of hogs locked for other threads,
+// so the callback must not wait then for one that registers or asks for hogs. Set *flag
+// to let a stalled round go on by shrinking the recycled pool; it starts false and
+// stays as set. A non-zero result ends the making of room, all rounds of it, and the
+// use as it stands then decides on the block. It throws nothing.
 typedef int (*U_PurgeRequestCallback)(void* refcon, U_u64 blockRequest, U_u64 amountToPurge,
                                       bool* flag);
 

@@ -80,10 +80,9 @@ U_EXPORT void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)
 // A size of 0 writes nothing.
 U_EXPORT void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out);
 
-// Appends the pieces of text between the occurrences of separator, both of which
-// may be among the parts. Empty pieces count: there is always one more than
-// occurrences. An empty separator, which a
-// caller shouldn't give, occurs nowhere.
+// Appends the pieces of text between the occurrences of separator, both of which may be
+// among the parts. Empty pieces count: there is always one more than occurrences. An
+// empty separator, which a caller shouldn't give, occurs nowhere.
 U_EXPORT void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,
                                  std::vector<U_UTF16String>& parts);
 

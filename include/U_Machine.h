@@ -72,15 +72,14 @@ U_EXPORT void* U_IntPtrToPointer(intptr_t number);
 U_EXPORT intptr_t U_PointerToIntPtr(void* pointer);
 U_EXPORT U_u32 U_PointerToInt32(void* pointer);
 
-// Sets up floating-point arithmetic on the calling thread: denormal numbers are
-// flushed to zero, and no operation raises an exception, but for denormal operands where
-// the thread had that before. The profile integer
-// "UseControlFPKey64_2" decides, as a byte: 0 leaves the thread alone, 2 (also if
-// there is none) writes the defaults of all three integers to the profile first,
-// and otherwise "ControlFPMaskKey64_2" (50856735) says which fields of the control
-// word change and "ControlFPValuesKey64_2" (0x8001F) to what. Flushing, and no
-// exception for inexact results, are always among the values. Without memory the profile
-// stays as it is.
+// Sets up floating-point arithmetic on the calling thread: denormal numbers are flushed
+// to zero, and no operation raises an exception, but for denormal operands where the
+// thread had that before. The profile integer "UseControlFPKey64_2" decides, as a byte:
+// 0 leaves the thread alone, 2 (also if there is none) writes the defaults of all three
+// integers to the profile first, and otherwise "ControlFPMaskKey64_2" (50856735) says
+// which fields of the control word change and "ControlFPValuesKey64_2" (0x8001F) to
+// what. Flushing, and no exception for inexact results, are always among the values.
+// Without memory the profile stays as it is.
 U_EXPORT void U_InitFPControl();
 
 // Restores on the calling thread what the last U_InitFPControl of the process has

@@ -46,15 +46,15 @@ public:
 };
 
 // An external manager is a piece of the host that holds memory which the library
-// doesn't allocate. Its function tells how much it holds, and that counts as use.
-// The function runs on any thread that measures use, with no lock held but, while a
-// hog is registered, that of the hogs. One object may be called by several threads at
-// once, and keeps its state from one measurement to the next; it is called once more
-// perhaps while or after it is uninstalled: it goes with the last measurement that
-// asks it, on that thread. It may install and uninstall, allocates nothing that would be measured
+// doesn't allocate. Its function tells how much it holds, and that counts as use. The
+// function runs on any thread that measures use, with no lock held but, while a hog is
+// registered, that of the hogs. One object may be called by several threads at once,
+// and keeps its state from one measurement to the next; it is called once more perhaps
+// while or after it is uninstalled: it goes with the last measurement that asks it, on
+// that thread. It may install and uninstall, allocates nothing that would be measured
 // in turn, and throws nothing, since an allocation may be what measures: an empty
-// function makes every measurement throw boost::bad_function_call. Managers stay
-// until they are uninstalled, also over the library's death.
+// function makes every measurement throw boost::bad_function_call. Managers stay until
+// they are uninstalled, also over the library's death.
 
 // Adds a manager, with a copy of the function; one that is already there under the
 // id keeps its own. Throws std::bad_alloc, or what the copy throws, and then adds

@@ -54,19 +54,19 @@ struct U_DeferredState
 // stretch hides nothing and still needs its end. 3, reported, for a null state.
 U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 
-// Ends it. report false forgets its errors: their count is again what it was, and
-// so is the thread's text if it had one. report true repeats the thread's latest
-// report if errors have been counted since the start, on whatever thread; it is
-// shown as before the start, and the log and the callbacks hear it unless they did.
-// fallbackText, if not null, serves where the thread has no text, or has reported in
-// quiet mode only. A thread without any other report repeats that text as a fatal error:
-// the errors were other threads' and must not be lost. The log hears of fallbackText in any case,
-// the callbacks only if the stretch kept its severity from them. async posts the repeat and leaves
-// it out of the log, the counts and the callbacks. Without memory for a mask of its own the repeat
-// is made behind the stretch, and the callbacks hear it once more. What is neither an int nor a
-// std::exception passes through, behind the end of the stretch. Returns 0; 3, reported, for a null
-// state; with async also 4 without memory or the code of a failed conversion, and nothing is posted
-// then.
+// Ends it. report false forgets its errors: their count is again what it was, and so is
+// the thread's text if it had one. report true repeats the thread's latest report if
+// errors have been counted since the start, on whatever thread; it is shown as before
+// the start, and the log and the callbacks hear it unless they did. fallbackText, if
+// not null, serves where the thread has no text, or has reported in quiet mode only. A
+// thread without any other report repeats that text as a fatal error: the errors were
+// other threads' and must not be lost. The log hears of fallbackText in any case, the
+// callbacks only if the stretch kept its severity from them. async posts the repeat and
+// leaves it out of the log, the counts and the callbacks. Without memory for a mask of
+// its own the repeat is made behind the stretch, and the callbacks hear it once more.
+// What is neither an int nor a std::exception passes through, behind the end of the
+// stretch. Returns 0; 3, reported, for a null state; with async also 4 without memory
+// or the code of a failed conversion, and nothing is posted then.
 U_EXPORT U_Status U_DeferredReportingEnd(bool report, const char* fallbackText,
                                          U_DeferredState* state);
 U_EXPORT U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,

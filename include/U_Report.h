@@ -1,16 +1,17 @@
 // Errors: their way to the user and the log, their codes in words, and what a
 // thread last reported.
 //
-// A report is a text with a severity and a location code (the module in the high
-// half, a place in it in the low half; 0 for none). It is logged and handed to the
-// logging callbacks as the interaction mask says (U_Interact.h); it is counted
-// whatever the mask says, unless it is a detail or, fatal ones apart, the thread is in
-// quiet mode; and then, if the mask says so, it is shown at once, or posted
-// (U_Posted.h) if it comes from another thread than the UI thread, belongs to a group,
-// or alerts are held back. A thread that reports while it is reporting, say in a logging callback,
-// is ignored without a trace. A message that can't be shown is posted. One that can't be posted,
-// for want of memory or outside the library's life, doesn't reach the user, and nobody is told.
-// What is neither an int nor a std::exception passes out of a report from whatever it calls.
+// A report is a text with a severity and a location code (the module in the high half,
+// a place in it in the low half; 0 for none). It is logged and handed to the logging
+// callbacks as the interaction mask says (U_Interact.h); it is counted whatever the
+// mask says, unless it is a detail or, fatal ones apart, the thread is in quiet mode;
+// and then, if the mask says so, it is shown at once, or posted (U_Posted.h) if it
+// comes from another thread than the UI thread, belongs to a group, or alerts are held
+// back. A thread that reports while it is reporting, say in a logging callback, is
+// ignored without a trace. A message that can't be shown is posted. One that can't be
+// posted, for want of memory or outside the library's life, doesn't reach the user, and
+// nobody is told. What is neither an int nor a std::exception passes out of a report
+// from whatever it calls.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that
@@ -51,9 +52,9 @@ U_EXPORT void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String&
 // Forgets which message was shown last: other threads may post it again.
 U_EXPORT void U_ClearLastReportedError();
 
-// Says where alerts are shown: both are needed for the host's own message box,
-// else the system's serves. The library keeps a reference on the node until other
-// values come, or until it is unloaded; it doesn't own the supplier. For the UI thread, once the
+// Says where alerts are shown: both are needed for the host's own message box, else the
+// system's serves. The library keeps a reference on the node until other values come,
+// or until it is unloaded; it doesn't own the supplier. For the UI thread, once the
 // host's interface exists; birth and death clear both.
 U_EXPORT void U_SetPencartValuesForUErrors(kroview::pencart::SupplierInterface* supplier,
                                            boost::intrusive_ptr<kroview::ui::UI_Node> node);
@@ -72,8 +73,8 @@ U_EXPORT void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& t
 // callback or failure that ended the report.
 U_EXPORT U_Status Up_ReportError(U_u32 location, U_u16 severity);
 
-// Puts a text, null for an empty one, into that buffer, cut at a character if need be, and reports
-// it. Returns what Up_ReportError does.
+// Puts a text, null for an empty one, into that buffer, cut at a character if need be,
+// and reports it. Returns what Up_ReportError does.
 U_EXPORT U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text);
 
 // The same with the meaning of a status code, which shows in hexadecimal if it has
@@ -85,10 +86,9 @@ U_EXPORT U_Status Up_ReportNuloErrString(U_u32 location, U_u16 severity, U_u32 c
 U_EXPORT U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code,
                                         const char* text);
 
-// A text of the library's own in the current language, or in English while none
-// has been chosen; "[?]" for an unknown index, and for a text that can't be looked
-// up for want of memory. It stays until the library dies
-// and isn't to be written to.
+// A text of the library's own in the current language, or in English while none has
+// been chosen; "[?]" for an unknown index, and for a text that can't be looked up for
+// want of memory. It stays until the library dies and isn't to be written to.
 U_EXPORT char* Up_String(U_u32 index);
 
 // Appends the meaning of a status code or of a system code to the text in the

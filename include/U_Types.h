@@ -29,8 +29,9 @@ typedef unsigned long long U_u64;
 // be silent; a caller doesn't report it again.
 typedef U_i32 U_Status;
 
-// The library itself gives 1 to 4, 14 and 5889; the others are for the modules above
-// it. Up_NuloEnglishError (U_Report.h) has texts for 0 and 2 to 12.
+// The library itself gives 1 to 4, 10, 14 and 5889, and where a header says so codes of
+// its family, the heap's or the system's; the others are for the modules above it.
+// Up_NuloEnglishError (U_Report.h) has texts for 0 and 2 to 12.
 enum : U_Status
 {
     U_Err_AlreadyTold = 1,        // the user has seen what failed: no further word

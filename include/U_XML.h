@@ -51,11 +51,11 @@ public:
     void SetAttributeLong(const char* name, int value, bool hex);
     void SetAttributeBool(const char* name, bool value);
 
-    // Store an attribute's value and tell whether there is one; if not they store
-    // the empty text, 0 or false, and with reportMissing report a problem first,
-    // which throws as U_ReportError does, with the value as it was. A number is read as far as the
-    // text is one, 0 if it begins none, and held to the range of what it is stored in; a bool is a
-    // number that isn't 0.
+    // Store an attribute's value and tell whether there is one; if not they store the
+    // empty text, 0 or false, and with reportMissing report a problem first, which
+    // throws as U_ReportError does, with the value as it was. A number is read as far
+    // as the text is one, 0 if it begins none, and held to the range of what it is
+    // stored in; a bool is a number that isn't 0.
     bool GetAttributeValue(const U_UTF8String& name, U_UTF8String* value, bool reportMissing) const;
     bool GetAttributeValue(const char* name, U_UTF8String* value, bool reportMissing) const;
     bool GetAttributeValueLong(const char* name, int* value, bool hex, bool reportMissing) const;

@@ -17,7 +17,6 @@ namespace
 const U_u16 kIncrement = 0x2206;
 const unsigned int kWindowsLatin1 = 1252;
 const unsigned int kWindowsCyrillic = 1251;
-const int kInexact = 10;
 const U_u32 kConversionPlace = 0x17002E;
 const char kFailed[] =
     "$$$/QX/U/error_bad_unicode_conversion=could not convert Unicode characters.";
@@ -111,7 +110,7 @@ std::string ConvertToActive(unsigned int codePage, const U_u16* units, std::size
     int* const asked = exact && codePage != win32::kCodePageUTF8 ? &usedDefault : nullptr;
     std::string bytes = ToBytes<std::string>(codePage, units, length, asked);
     if (usedDefault)
-        ReportAndThrow(kInexact);
+        ReportAndThrow(U_Err_OutOfRange);
     return bytes;
 }
 

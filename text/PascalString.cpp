@@ -12,7 +12,6 @@
 
 namespace
 {
-const U_Status kTooLong = 10;
 const std::size_t kMostBytes = 255; // that the count can tell
 
 // Returns the code of a text that is too long.
@@ -21,7 +20,7 @@ U_Status ReportTooLong(const char* format, U_i32 bufferSize, const char* source)
     char text[U_ReportTextSize];
     U_SubString(text, sizeof(text), format, bufferSize, source);
     Up_ReportErrString(0, U_Sev_PROBLEM, text);
-    return kTooLong;
+    return U_Err_OutOfRange;
 }
 
 std::size_t Room(U_i32 bufferSize)

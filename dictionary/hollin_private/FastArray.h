@@ -27,9 +27,9 @@ public:
     FastArray(const FastArray&) = delete;
     FastArray& operator=(const FastArray&) = delete;
 
-    // The identifier of a key, the first in the order of its bucket if several
-    // have it: the lowest of those added one by one, but a file lists its own in
-    // any order. hollin::kNoId if there is none. An empty key finds the first slot of its bucket
+    // The identifier of a key, the first in the order of its bucket if several have it:
+    // the lowest of those added one by one, but a file lists its own in any order.
+    // hollin::kNoId if there is none. An empty key finds the first slot of its bucket
     // that is removed or has an empty key.
     std::uint32_t Find(const ByteRun& key) const;
 

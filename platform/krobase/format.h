@@ -49,12 +49,12 @@ const int kLongestNumber = 511; // characters
 PLATFORM_EXPORT UTF16String NumberToString(double value, std::size_t integerDigits,
                                            std::size_t decimals, unsigned int flags, int maxLength);
 
-// Read the number at the head of a text, behind white space: a sign, digits with
-// a decimal mark, an exponent. Unless told otherwise the marks are the user's,
-// and marks of thousands in the integer part are passed over; a "." or "," that
-// is neither ends the number. What follows the number has no say. An integer loses its fraction and
-// is held to the range of its type; a double becomes infinite or zero. Without a number the target
-// stays as it is.
+// Read the number at the head of a text, behind white space: a sign, digits with a
+// decimal mark, an exponent. Unless told otherwise the marks are the user's, and marks
+// of thousands in the integer part are passed over; a "." or "," that is neither ends
+// the number. What follows the number has no say. An integer loses its fraction and is
+// held to the range of its type; a double becomes infinite or zero. Without a number
+// the target stays as it is.
 PLATFORM_EXPORT void StringToNumber(long long& target, const UTF16String& text, unsigned int flags);
 PLATFORM_EXPORT void StringToNumber(double& target, const UTF16String& text, unsigned int flags);
 

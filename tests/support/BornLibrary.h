@@ -1,4 +1,4 @@
-// The fixture of most tests: a born library, every switch pinned, with the log
+// The fixture of most tests: a born library on a machine of a known size, with the log
 // captured.
 
 #ifndef TESTS_SUPPORT_BORN_LIBRARY_H
@@ -53,7 +53,7 @@ const U_u64 kMiB = 1 << 20;
 const U_u64 kPhysicalMemory = 8192 * kMiB;
 const U_u64 kAvailableMemory = 4096 * kMiB;
 
-// Puts every switch and every setting of the host back.
+// Pins the machine's memory, and puts the limits and the callback of the host back.
 void PinSwitches();
 
 class BornLibrary : public testing::Test
