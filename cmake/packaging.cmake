@@ -30,12 +30,9 @@ foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h
     PATTERN posix EXCLUDE
-    PATTERN block.h EXCLUDE
-    PATTERN packet.h EXCLUDE
-    PATTERN slots.h EXCLUDE
-    PATTERN thread_record.h EXCLUDE
-    PATTERN *switches.h EXCLUDE)
+    PATTERN private EXCLUDE)
 endforeach()
+install(FILES platform/alert/layout.h DESTINATION ${headers}/alert)
 if(TARGET Ualert_sdl)
   install(FILES platform/alert_sdl/presenter.h DESTINATION ${headers}/alert_sdl)
 endif()

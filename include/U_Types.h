@@ -4,9 +4,7 @@
 #ifndef U_TYPES_H
 #define U_TYPES_H
 
-#include <string>
-
-#include <krobase/small_block.h>
+#include <krobase/text.h>
 
 #if defined(_WIN32)
 #if defined(U_BUILDING)
@@ -63,11 +61,7 @@ enum : U_u16
     U_Sev_LEAK = 128
 };
 
-typedef std::basic_string<unsigned short, std::char_traits<unsigned short>,
-                          krobase::utility::SmallBlockAllocator::STLAllocator<unsigned short>>
-    U_UTF16String;
-typedef std::basic_string<unsigned char, std::char_traits<unsigned char>,
-                          krobase::utility::SmallBlockAllocator::STLAllocator<unsigned char>>
-    U_UTF8String;
+typedef krobase::utility::UTF16String U_UTF16String;
+typedef krobase::utility::UTF8String U_UTF8String;
 
 #endif

@@ -7,13 +7,13 @@
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
 
-#include "krobase/clock_switch.h"
-#include "krobase/trace_switches.h"
-#include "kroview/switches.h"
-#include "tolv/profile_switches.h"
-#include "tolv/switches.h"
+#include "krobase/private/clock_switch.h"
+#include "krobase/private/trace_switches.h"
+#include "kroview/private/switches.h"
+#include "tolv/private/profile_switches.h"
+#include "tolv/private/switches.h"
 #include "win32/posix/switches.h"
-#include "wril/sink.h"
+#include "wril/private/sink.h"
 
 namespace platform
 {

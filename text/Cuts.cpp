@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 
+#include <code_units.h>
 #include <krobase/text.h>
 
 #include "U_Encoding.h"
@@ -11,11 +12,6 @@
 
 namespace
 {
-bool ContinuesSequence(U_u8 byte)
-{
-    return (byte & 0xC0) == 0x80;
-}
-
 unsigned int ClampedCount(std::size_t count)
 {
     return static_cast<unsigned int>(
@@ -46,7 +42,7 @@ void U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes)
     // holds nothing but whole characters.
     U_UTF8String whole = U_UTF16To8String(U_UTF8To16String(*text));
     std::size_t length = std::min<std::size_t>(bytes, whole.size());
-    while (length > 0 && ContinuesSequence(whole[length]))
+    while (length > 0 && platform::IsUTF8Continuation(whole[length]))
         --length;
     whole.resize(length);
     text->swap(whole);

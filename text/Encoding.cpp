@@ -9,6 +9,7 @@
 
 #include "U_Report.h"
 #include "U_ZString.h"
+#include "indep/errors/Location.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ThreadPiece.h"
 
@@ -17,19 +18,14 @@ namespace
 const U_u16 kIncrement = 0x2206;
 const unsigned int kWindowsLatin1 = 1252;
 const unsigned int kWindowsCyrillic = 1251;
-const U_u32 kConversionPlace = 0x17002E;
+const U_u32 kConversionPlace = kModule | 0x2E;
 const char kFailed[] =
     "$$$/QX/U/error_bad_unicode_conversion=could not convert Unicode characters.";
-
-struct InConversionReport
-{
-    int mEntered;
-};
 
 // The report's own text is converted, too: a failure there is silent.
 [[noreturn]] void ReportAndThrow(unsigned int error)
 {
-    const ScEntered<InConversionReport> entered;
+    const ScEntered<struct InConversionReport> entered;
     if (entered.IsFirst())
         Guarded([] {
             U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));

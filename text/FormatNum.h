@@ -1,4 +1,4 @@
-// What U_FormatNum shares with messages, and the marks that birth reads.
+// What U_FormatNum shares with messages.
 
 #ifndef TEXT_FORMAT_NUM_H
 #define TEXT_FORMAT_NUM_H
@@ -14,9 +14,5 @@ const std::size_t kMostPlainNum = 22; // of them digits and decimals without an 
 // without a terminator. Returns its length.
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
                            unsigned int decimals, std::size_t mostPlain, char* out);
-
-// Reads the marks of the user's locale for U_DecimalChar and U_ThousandsChar.
-// Always 0.
-U_Status Up_ReadNumberSeparators();
 
 #endif

@@ -1,4 +1,4 @@
-// Numbers read, and their marks.
+#include "text/Numbers.h"
 
 #include <cstring>
 
@@ -10,7 +10,6 @@
 #include "U_String.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "text/FormatNum.h"
 
 namespace
 {

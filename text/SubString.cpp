@@ -10,6 +10,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Location.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "text/FormatNum.h"
@@ -18,7 +19,7 @@ namespace
 {
 const std::size_t kMostBytes = 1023; // of a message in a buffer
 const std::size_t kNowhere = U_UTF16String::npos;
-const U_u32 kNumberPlace = 0x17001B;
+const U_u32 kNumberPlace = kModule | 0x1B;
 
 // The forms of a place, in the order in which they are looked for.
 enum Form

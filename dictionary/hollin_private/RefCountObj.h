@@ -23,7 +23,6 @@ public:
         if (--mRefCount == 0)
             delete this;
     }
-    bool IsReferenced() const { return mRefCount > 0; }
     bool IsShared() const { return mRefCount > 1; }
 
 private:

@@ -16,11 +16,6 @@
 
 namespace
 {
-struct InAllocReport
-{
-    int mEntered;
-};
-
 // Where docs/help/memory.md is published, to which the messages send the user.
 #define HELP_PAGE "https://u.example/help/memory"
 
@@ -77,7 +72,7 @@ void Report(U_u32 location, U_u64 size, const char* what, bool possibleFragmenta
 
 void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
 {
-    const ScEntered<InAllocReport> entered;
+    const ScEntered<struct InAllocReport> entered;
     try
     {
         Guarded([&] {

@@ -132,7 +132,7 @@ void* Refuse(const AllocationRequest& request)
     void* block = recovery.Run(attempt);
     if (!block)
         TellUnableToRecover(request, true);
-    else if (request.mClear && !recovery.MeasureError())
+    else if (request.mClearing == kClear && !recovery.MeasureError())
         ClearBlock(block, request.mSize);
     return block;
 }
@@ -150,7 +150,7 @@ void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttemp
     void* block = attempt();
     if (!block)
         return Recover(request, attempt);
-    if (request.mClear)
+    if (request.mClearing == kClear)
         ClearBlock(block, request.mSize);
     return block;
 }

@@ -32,12 +32,18 @@ private:
     void* (*mCall)(void*);
 };
 
+enum Clearing : bool
+{
+    kAsIs = false,
+    kClear = true
+};
+
 struct AllocationRequest
 {
     U_u32 mLocation;
     const char* mOpName; // null: a failure isn't told to the user
     U_u64 mSize;         // bytes
-    bool mClear;
+    Clearing mClearing;
     bool mRecycled; // the block comes out of the recycled pool
 };
 
@@ -45,12 +51,6 @@ struct AllocationRequest
 // again for as long as use falls. Returns the block, cleared if asked for, or
 // null after a report.
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
-
-enum Clearing : bool
-{
-    kAsIs = false,
-    kClear = true
-};
 
 // A handle of the library's heap, null after a report.
 inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)

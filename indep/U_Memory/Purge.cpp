@@ -75,7 +75,7 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
         // Any address will do: nothing is cleared.
         return okay && result == 0 ? &result : nullptr;
     };
-    Up_AllocateShared({0, nullptr, size, false, recycled}, attempt);
+    Up_AllocateShared({0, nullptr, size, kAsIs, recycled}, attempt);
     return result;
 }
 

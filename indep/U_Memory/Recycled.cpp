@@ -62,7 +62,7 @@ void* NewRecycled(U_u64 size)
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
     auto attempt = [=] { return NewRecycled(size); };
-    return Up_AllocateShared({location, opName, size, false, true}, attempt);
+    return Up_AllocateShared({location, opName, size, kAsIs, true}, attempt);
 }
 
 U_Status U_FreeRecycledPtr(void* pointer)

@@ -12,12 +12,13 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Location.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 
 namespace
 {
-const U_u32 kSizePlace = 0x170017;
+const U_u32 kSizePlace = kModule | 0x17;
 const int kSizeLine = 1859;
 const int kCheckLine = 2033;
 const U_u32 kGettingSize = 93; // index of a text

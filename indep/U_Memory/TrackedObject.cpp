@@ -1,5 +1,6 @@
 #include <cstring>
-#include <new>
+
+#include <quiet_new.h>
 
 #include "U_Alloc.h"
 #include "U_MemServices.h"
@@ -7,12 +8,6 @@
 namespace
 {
 const char kOpName[] = "U_MemTrackedObject";
-
-class BadAllocation : public std::bad_alloc
-{
-public:
-    const char* what() const noexcept override { return "bad allocation"; }
-};
 } // namespace
 
 U_MemTrackedObject& U_MemTrackedObject::operator=(const U_MemTrackedObject&) = default;
@@ -21,7 +16,7 @@ void* U_MemTrackedObject::operator new(std::size_t size, U_u32 location, const c
 {
     if (void* block = U_AllocatePtr(location, opName, size))
         return block;
-    throw BadAllocation();
+    throw platform::BadAllocation();
 }
 
 void* U_MemTrackedObject::operator new[](std::size_t size, U_u32 location, const char* opName)

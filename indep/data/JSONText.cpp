@@ -5,6 +5,7 @@
 
 #include <boost/any.hpp>
 
+#include <code_units.h>
 #include <krobase/format.h>
 #include <krobase/json.h>
 
@@ -18,7 +19,7 @@ const U_u16 kQuote = '"';
 // Whether a unit is the same inside a literal as outside.
 inline bool IsPlain(U_u16 unit)
 {
-    const bool isSurrogate = (unit & 0xF800) == 0xD800;
+    const bool isSurrogate = platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit);
     return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
 }
 

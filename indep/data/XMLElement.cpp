@@ -10,11 +10,11 @@
 #include "U_Report.h"
 #include "U_XML.h"
 #include "U_ZString.h"
+#include "indep/errors/Location.h"
 
 namespace
 {
 const int kInvalidType = -1;
-const U_u32 kNoFinerPlace = 0x170000;
 
 U_UTF8String Bytes(const char* text)
 {
@@ -46,7 +46,7 @@ void ReportMissing(const U_UTF8String& element, const U_UTF8String& attribute)
     const U_UTF16String text = U_ZStringToUTF16String(
         "$$$/QX/SLU_XML_Element/GetAttributeValue/NoSuchAttribute=Element \"@0\" does not have "
         "attribute \"@1\".");
-    U_ReportError(kNoFinerPlace, U_Sev_PROBLEM,
+    U_ReportError(kModule, U_Sev_PROBLEM,
                   krobase::utility::ReplaceInString(text, U_UTF8To16String(element),
                                                     U_UTF8To16String(attribute)));
 }

@@ -15,10 +15,10 @@
 #include "U_Report.h"
 #include "U_XML.h"
 #include "U_ZString.h"
+#include "indep/errors/Location.h"
 
 namespace
 {
-const U_u32 kNoFinerPlace = 0x170000;
 const std::size_t kNowhere = std::string_view::npos;
 
 typedef std::pair<char, std::string_view> Escape; // character, entity
@@ -103,7 +103,7 @@ void ReportIllegal(U_u8 character, const U_UTF8String& text)
     const U_UTF16String report = krobase::utility::ReplaceInString(
         U_ZStringToUTF16String("$$$/QX/U/IllegalXML=Illegal XML character \"@0\" in string \"@1\""),
         U_UTF16String(1, character), head);
-    Up_ReportErrString(kNoFinerPlace, U_Sev_PROBLEM, U_UTF16ToMBString(report, false).c_str());
+    Up_ReportErrString(kModule, U_Sev_PROBLEM, U_UTF16ToMBString(report, false).c_str());
 }
 
 U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool reportIllegal,

@@ -1,7 +1,6 @@
 #include "U_Assert.h"
 
 #include <cstdio>
-#include <utility>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
@@ -12,7 +11,6 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ThreadPiece.h"
@@ -32,18 +30,9 @@ struct Injection
 boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
 Injection sInjection;
 
-struct InFilling
-{
-    int mEntered;
-};
-
 // Filling a message is itself verified: a translation whose places don't take
 // strings fails there.
-bool IsFilling()
-{
-    const InFilling* const flag = ThreadPiece<InFilling>::Find();
-    return flag && flag->mEntered;
-}
+typedef ScEntered<struct InFilling> ScFilling;
 
 typedef char VerificationText[U_ReportTextSize];
 
@@ -58,7 +47,7 @@ U_Status Fill(VerificationText& text, const char* format, const char* detail, co
 void FillVerification(VerificationText& text, const char* detail, const char* message)
 {
     const U_u32 index = detail ? kFailedWithDetail : kFailedInternally;
-    const ScEntered<InFilling> entered;
+    const ScFilling entered;
     U_Status failure = U_Err_BadParameter;
     if (entered.IsFirst())
         failure = Fill(text, Up_StringOrEnglish(index), detail, message);
@@ -96,7 +85,7 @@ U_Status Up_AssertFailed(const char* expression, const char* file, int line)
 U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
                                     const char* message)
 {
-    if (IsFilling())
+    if (ScFilling::IsInside())
         return 0;
     char number[16];
     if (!message)
@@ -107,12 +96,6 @@ U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail
     VerificationText text;
     FillVerification(text, detail, message);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
-}
-
-U_Status RefuseArgument(const char* why, U_u32 location)
-{
-    U_ReportFailedVerification(location, 0, nullptr, why);
-    return U_Err_BadParameter;
 }
 
 U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)

@@ -2,18 +2,18 @@
 
 #include "U_Posted.h"
 
+#include <cstring>
+
 #include "U_Alloc.h"
 #include "U_Encoding.h"
 #include "U_Interact.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/LoggingCallbacks.h"
+#include "indep/errors/ErrorCount.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Repeat.h"
 #include "indep/errors/ThreadState.h"
 #include "indep/frame/Guard.h"
-
-#include <cstring>
 
 namespace
 {

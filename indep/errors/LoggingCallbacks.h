@@ -1,4 +1,4 @@
-// What the report path needs of the logging callbacks and the error count.
+// What the report path needs of the logging callbacks.
 
 #ifndef INDEP_ERRORS_LOGGINGCALLBACKS_H
 #define INDEP_ERRORS_LOGGINGCALLBACKS_H
@@ -9,8 +9,5 @@
 // last one; 0 without one, or without a good record, whose functions can't be
 // trusted. What a callback throws passes through.
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity);
-
-// Returns 0, 2 for a damaged record, or 5889 for none.
-U_Status Up_SetHowManyErrors(U_u32 count);
 
 #endif

@@ -17,17 +17,8 @@
 
 namespace
 {
-struct InReport
-{
-    int mEntered;
-};
-
 // Within a report the thread's text and last error are those of that report.
-bool IsReporting()
-{
-    const InReport* const flag = ThreadPiece<InReport>::Find();
-    return flag && flag->mEntered;
-}
+typedef ScEntered<struct InReport> ScReporting;
 
 // Returns the thread logging buffer, which the report goes on with: asked for once
 // more, it may be another one, when there is memory again.
@@ -51,8 +42,8 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
     const bool isFatal = severity == U_Sev_FATAL;
     const bool mayDisplay = isFatal || !Up_IsQuiet(false);
     const bool mayLog = isFatal || !Up_IsQuiet(true);
-    const ScEntered<InReport> inReport;
-    if (!inReport.IsFirst())
+    const ScReporting reporting;
+    if (!reporting.IsFirst())
         return;
     if (isFatal)
         Up_MarkDying();
@@ -84,7 +75,7 @@ U_Status SendBuffer(U_u32 location, U_u16 severity, const char* buffer, LogLine 
 
 U_Status SendText(U_u32 location, U_u16 severity, const char* text, LogLine line)
 {
-    if (IsReporting())
+    if (ScReporting::IsInside())
         return 0;
     Up_SetThreadLastError(0);
     return SendBuffer(location, severity, PutIntoLoggingBuffer(text), line);
@@ -95,7 +86,7 @@ template <class Append>
 U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* text, Append append)
 {
     const U_Status status = static_cast<U_Status>(code);
-    if (IsReporting())
+    if (ScReporting::IsInside())
         return status;
     Up_SetThreadLastError(code);
     if (!code)
@@ -115,7 +106,7 @@ void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool
 
 void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
-    if (IsReporting())
+    if (ScReporting::IsInside())
         return;
     char* const buffer = PutIntoLoggingBuffer("");
     Guarded([&] {

@@ -9,9 +9,7 @@
 
 #include "U_Interact.h"
 #include "U_Types.h"
-
-// The library in location codes; a place within it goes into the low half.
-const U_u32 kModule = 0x170000;
+#include "indep/errors/Location.h"
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;

@@ -11,6 +11,7 @@
 #include "indep/U_Memory/Memory.h"
 #include "indep/data/XMLEscapes.h"
 #include "indep/errors/Errors.h"
+#include "indep/errors/Location.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Strings.h"
 #include "indep/frame/Fatal.h"
@@ -20,14 +21,14 @@
 #include "indep/frame/Machine.h"
 #include "indep/frame/Translators.h"
 #include "text/Date.h"
-#include "text/FormatNum.h"
 #include "text/LStrList.h"
+#include "text/Numbers.h"
 
 namespace
 {
 const int kLifecycleLevel = 10;
 const unsigned int kSimpleBeep = 0xFFFFFFFFu;
-const U_u32 kBirthPlace = 0x170003;
+const U_u32 kBirthPlace = kModule | 3;
 const U_u16 kDeathPlace = 4;
 
 // Indices of texts.

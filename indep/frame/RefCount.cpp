@@ -2,12 +2,12 @@
 
 #include "U_Assert.h"
 #include "U_Report.h"
+#include "indep/errors/Location.h"
 #include "indep/frame/Guard.h"
 
 namespace
 {
 const int kCountLine = 68;
-const U_u32 kNoFinerPlace = 0x170000;
 } // namespace
 
 const U_RCPtrNull U_rcNULL;
@@ -171,7 +171,6 @@ void U_RCPtrBase::ResetBase(U_RCObject* object)
 
 void ThrowNullPointerError()
 {
-    Up_ReportErrString(kNoFinerPlace, U_Sev_WARNING,
-                       "Warning: Attempted to dereference a null pointer.");
+    Up_ReportErrString(kModule, U_Sev_WARNING, "Warning: Attempted to dereference a null pointer.");
     throw 3;
 }

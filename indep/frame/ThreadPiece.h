@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include <boost/thread/tss.hpp>
 
@@ -47,23 +48,21 @@ private:
     }
 };
 
-// Marks a stretch that a thread isn't to enter a second time. Flag is a type of
-// the stretch's own that holds an int mEntered.
-template <class Flag> class ScEntered
+// Marks a stretch that a thread isn't to enter a second time. Stretch is a type of its
+// own that names it.
+template <class Stretch> class ScEntered
 {
 public:
     ScEntered() : mFlag(ThreadPiece<Flag>::Make())
     {
-        if (!mFlag)
-            return;
-        mBefore = mFlag->mEntered;
-        mFlag->mEntered = 1;
+        if (mFlag)
+            mBefore = std::exchange(mFlag->mIsInside, true);
     }
 
     ~ScEntered()
     {
         if (mFlag)
-            mFlag->mEntered = mBefore;
+            mFlag->mIsInside = mBefore;
     }
 
     ScEntered(const ScEntered&) = delete;
@@ -72,9 +71,21 @@ public:
     // False inside another stretch of the thread, and if the flag can't be made.
     bool IsFirst() const { return mFlag && !mBefore; }
 
+    // Whether the calling thread is in the stretch.
+    static bool IsInside()
+    {
+        const Flag* const flag = ThreadPiece<Flag>::Find();
+        return flag && flag->mIsInside;
+    }
+
 private:
+    struct Flag
+    {
+        bool mIsInside;
+    };
+
     Flag* const mFlag;
-    int mBefore = 0;
+    bool mBefore = false;
 };
 
 #endif

@@ -5,6 +5,7 @@
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/shared_lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
 #include <krobase/threads.h>
@@ -39,14 +40,14 @@ public:
             mThreads.erase(found);
     }
 
-    bool Holds(U_u32 threadId)
+    bool Holds(U_u32 threadId) const
     {
-        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        boost::shared_lock_guard<boost::shared_mutex> lock(mLock);
         return std::find(mThreads.begin(), mThreads.end(), threadId) != mThreads.end();
     }
 
 private:
-    boost::shared_mutex mLock; // guards mThreads; held for one search or edit
+    mutable boost::shared_mutex mLock; // guards mThreads; held for one search or edit
     std::list<U_u32> mThreads;
 };
 
@@ -59,72 +60,65 @@ std::atomic<U_u32> sPRThread(U_NoThreadID);
 
 // The last step of each change of roles. words are those before and after the
 // thread's id.
-void TraceRole(TraceSite& site, const char* before, const char* after)
+void TraceRole(const char* before, const char* after)
 {
-    site.Trace(before, win32::GetCurrentThreadId(), after);
+    static TraceSite sTrace("U_THREADS", kTraceLevel);
+    sTrace.Trace(before, win32::GetCurrentThreadId(), after);
 }
 } // namespace
 
 void U_RegisterMainThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     const U_u32 threadId = win32::GetCurrentThreadId();
     if (sMainThreads.Add(threadId) == 1)
         sUIThread = threadId;
     Up_PrepareThreadForOverflow();
-    TraceRole(sTrace, "U_RegisterMainThread registered ", " as a main thread");
+    TraceRole("U_RegisterMainThread registered ", " as a main thread");
 }
 
 void U_DeregisterMainThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sMainThreads.Remove(win32::GetCurrentThreadId());
-    TraceRole(sTrace, "U_RegisterMainThread removed ", " as a main thread");
+    TraceRole("U_RegisterMainThread removed ", " as a main thread");
 }
 
 void U_RegisterRenderThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sRenderThreads.Add(win32::GetCurrentThreadId());
     Up_PrepareThreadForOverflow();
-    TraceRole(sTrace, "U_RegisterRenderThread registered ", " as a render thread");
+    TraceRole("U_RegisterRenderThread registered ", " as a render thread");
 }
 
 void U_DeregisterRenderThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sRenderThreads.Remove(win32::GetCurrentThreadId());
-    TraceRole(sTrace, "U_RegisterRenderThread removed ", " as a render thread");
+    TraceRole("U_RegisterRenderThread removed ", " as a render thread");
 }
 
 void U_RegisterPSLThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPSLThread = win32::GetCurrentThreadId();
     Up_PrepareThreadForOverflow();
-    TraceRole(sTrace, "U_RegisterPSLThread registered ", " as the psl thread");
+    TraceRole("U_RegisterPSLThread registered ", " as the psl thread");
 }
 
 void U_DeregisterPSLThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPSLThread = U_NoThreadID;
-    TraceRole(sTrace, "U_RegisterPSLThread removed ", " as the psl thread");
+    TraceRole("U_RegisterPSLThread removed ", " as the psl thread");
 }
 
 void U_RegisterPRThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPRThread = win32::GetCurrentThreadId();
     Up_PrepareThreadForOverflow();
-    TraceRole(sTrace, "U_RegisterPRThread registered ", " as the pr thread");
+    TraceRole("U_RegisterPRThread registered ", " as the pr thread");
 }
 
 void U_DeregisterPRThread()
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
     sPRThread = U_NoThreadID;
-    TraceRole(sTrace, "U_RegisterPRThread removed ", " as the pr thread");
+    TraceRole("U_RegisterPRThread removed ", " as the pr thread");
 }
 
 bool U_IsOnMainThread()

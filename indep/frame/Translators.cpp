@@ -90,16 +90,11 @@ bool Translate(std::exception& exception, int& code)
     return false;
 }
 
-struct InTranslation
-{
-    int mEntered;
-};
-
 // What a callback or a presenter throws comes back here from its own report, and
 // isn't reported once more.
 void ReportOnce(U_u16 severity, const char* text)
 {
-    const ScEntered<InTranslation> entered;
+    const ScEntered<struct InTranslation> entered;
     if (entered.IsFirst())
         Up_ReportErrString(0, severity, text);
 }

@@ -49,8 +49,6 @@ private:
     void WrapTexts(const Alert& alert, int roomWidth);
     void ChooseHeight(int roomHeight);
     void PlaceButtons();
-    int ButtonsWidth() const;
-    int LinesWidth() const;
     void DrawTexts(SDL_Surface* canvas) const;
     void DrawScrollBar(SDL_Surface* canvas) const;
     void DrawButtons(SDL_Surface* canvas) const;

@@ -6,7 +6,7 @@
 
 #include "../quiet_new.h"
 #include "../switched_function.h"
-#include "trace_switches.h"
+#include "private/trace_switches.h"
 
 namespace krobase
 {

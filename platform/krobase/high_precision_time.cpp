@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "../switched_function.h"
-#include "clock_switch.h"
+#include "private/clock_switch.h"
 
 namespace krobase
 {

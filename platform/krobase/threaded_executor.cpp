@@ -9,8 +9,8 @@
 #include <win32/threads.h>
 
 #include "executor.h"
+#include "private/work_queue.h"
 #include "threads.h"
-#include "work_queue.h"
 
 namespace krobase
 {

@@ -1,4 +1,4 @@
-#include "work_queue.h"
+#include "private/work_queue.h"
 
 #include <exception>
 #include <utility>

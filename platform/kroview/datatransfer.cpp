@@ -3,7 +3,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "../quiet_new.h"
-#include "switches.h"
+#include "private/switches.h"
 
 namespace kroview
 {

@@ -1,4 +1,4 @@
-#include "switches.h"
+#include "private/switches.h"
 
 namespace tolv
 {

@@ -8,11 +8,11 @@
 
 #include "../immortal.h"
 #include "../quiet_new.h"
-#include "block.h"
-#include "heap.h"
-#include "names.h"
-#include "switches.h"
-#include "thread_record.h"
+#include "private/block.h"
+#include "private/heap.h"
+#include "private/names.h"
+#include "private/switches.h"
+#include "private/thread_record.h"
 
 using namespace tolv;
 

@@ -4,10 +4,10 @@
 
 #include <wril/wril.h>
 
-#include "block.h"
-#include "heap.h"
 #include "memory.h"
-#include "names.h"
+#include "private/block.h"
+#include "private/heap.h"
+#include "private/names.h"
 
 using namespace tolv;
 

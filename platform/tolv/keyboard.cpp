@@ -4,7 +4,7 @@
 
 #include <win32/message_queue.h>
 
-#include "switches.h"
+#include "private/switches.h"
 
 namespace
 {

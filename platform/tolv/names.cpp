@@ -1,8 +1,10 @@
-#include "names.h"
+#include "private/names.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+
+#include "../code_units.h"
 
 namespace tolv
 {
@@ -14,18 +16,6 @@ const std::uint32_t kMostProbes = 64;
 const std::uint32_t kNoPlace = 0xFFFFFFFFu;
 
 std::atomic<const char*> sNames[kPlaces]; // once set, an entry stays
-
-// The length to keep: a byte sequence of UTF-8 isn't cut in two.
-std::size_t CutLength(const char* name)
-{
-    const std::size_t length = strnlen(name, kLongestName + 1);
-    if (length <= kLongestName)
-        return length;
-    std::size_t cut = kLongestName;
-    while (cut > kLongestName - 4 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
-        --cut;
-    return cut;
-}
 
 std::uint32_t Hash(const char* name, std::size_t length)
 {
@@ -60,7 +50,8 @@ std::uint32_t InternName(const char* name)
 {
     if (!name)
         return 0;
-    const std::size_t length = CutLength(name);
+    const std::size_t length =
+        platform::CutUTF8(name, strnlen(name, kLongestName + 1), kLongestName);
     const std::uint32_t start = Hash(name, length);
     for (std::uint32_t probe = 0; probe < kMostProbes; ++probe)
     {

@@ -10,7 +10,7 @@
 
 #include "../krobase/text.h"
 #include "../quiet_new.h"
-#include "profile_switches.h"
+#include "private/profile_switches.h"
 
 namespace
 {

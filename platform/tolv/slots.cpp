@@ -1,4 +1,4 @@
-#include "slots.h"
+#include "private/slots.h"
 
 #include <atomic>
 #include <new>
@@ -10,7 +10,7 @@
 
 #include "../immortal.h"
 #include "../quiet_new.h"
-#include "thread_record.h"
+#include "private/thread_record.h"
 
 namespace tolv
 {

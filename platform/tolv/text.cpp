@@ -5,7 +5,7 @@
 #include <win32/text.h>
 
 #include "../code_units.h"
-#include "switches.h"
+#include "private/switches.h"
 
 using namespace platform;
 

@@ -1,4 +1,4 @@
-#include "thread_record.h"
+#include "private/thread_record.h"
 
 #include <new>
 

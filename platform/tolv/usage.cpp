@@ -3,8 +3,8 @@
 #include <win32/process.h>
 
 #include "memory.h"
-#include "switches.h"
-#include "thread_record.h"
+#include "private/switches.h"
+#include "private/thread_record.h"
 
 namespace
 {

@@ -9,7 +9,7 @@
 
 #include "../quiet_new.h"
 #include "../switched_function.h"
-#include "sink.h"
+#include "private/sink.h"
 
 namespace
 {

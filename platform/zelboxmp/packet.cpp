@@ -1,4 +1,4 @@
-#include "packet.h"
+#include "private/packet.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "../quiet_new.h"
-#include "packet.h"
+#include "private/packet.h"
 
 using namespace zelboxmp;
 

@@ -10,7 +10,7 @@
 
 #include <atomic>
 
-#include "../thread_local.h"
+#include "../../thread_local.h"
 #include "block.h"
 #include "slots.h"
 

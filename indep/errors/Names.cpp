@@ -1,3 +1,5 @@
+// Of the host and of its machine.
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -5,15 +7,12 @@
 #include <win32/network.h>
 
 #include "U_Interact.h"
-#include "indep/errors/LoggingCallbacks.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
 
 namespace
 {
 const U_u16 kGetNamePlace = 9;
-const U_u16 kGetHowManyErrorsPlace = 12;
-const U_u16 kSetHowManyErrorsPlace = 29;
 } // namespace
 
 U_Status U_GetName(char* out)
@@ -26,24 +25,6 @@ U_Status U_GetName(char* out)
     const std::size_t length = strnlen(name, sizeof(name) - 1); // somebody may write over it
     std::memcpy(out, name, length);
     out[length] = 0;
-    return 0;
-}
-
-U_Status U_GetHowManyErrors(U_u32* out)
-{
-    if (!out)
-        return RefuseArgument("U_GetHowManyErrors: no place for the answer");
-    if (U_Status damaged = Up_ValidateGlobals(kGetHowManyErrorsPlace))
-        return damaged;
-    *out = Globals()->mErrorCount;
-    return 0;
-}
-
-U_Status Up_SetHowManyErrors(U_u32 count)
-{
-    if (U_Status damaged = Up_ValidateGlobals(kSetHowManyErrorsPlace))
-        return damaged;
-    Globals()->mErrorCount.exchange(count);
     return 0;
 }
 

@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "xmp.h"
+#include "../xmp.h"
 
 namespace zelboxmp
 {

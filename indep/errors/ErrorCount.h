@@ -1,0 +1,11 @@
+// The count of errors, which a deferred stretch puts back.
+
+#ifndef INDEP_ERRORS_ERRORCOUNT_H
+#define INDEP_ERRORS_ERRORCOUNT_H
+
+#include "U_Types.h"
+
+// Returns 0, 2 for a damaged record, or 5889 for none.
+U_Status Up_SetHowManyErrors(U_u32 count);
+
+#endif
