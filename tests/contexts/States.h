@@ -12,6 +12,7 @@
 
 #include "U_Context.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
 #include "tests/support/FreshThread.h"
 
 typedef boost::shared_ptr<U_Context> ContextPtr;
@@ -22,20 +23,6 @@ const int kGenerous = 60000; // milliseconds
 inline U_u32 ThisThread()
 {
     return krobase::threads::GetCurrentThreadID();
-}
-
-// The int that the body throws, 0 for none.
-template <class Body> int CodeThrown(Body body)
-{
-    try
-    {
-        body();
-        return 0;
-    }
-    catch (int code)
-    {
-        return code;
-    }
 }
 
 struct Neighbour : U_Context

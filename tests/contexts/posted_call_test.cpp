@@ -38,6 +38,7 @@ public:
     }
 
     void Drop() { mHeld.clear(); }
+    boost::function<void()> Latest() const { return mHeld.back(); }
 
     std::function<void()> mWhenPosted;
     int mPosted = 0;
@@ -52,14 +53,6 @@ protected:
     const boost::shared_ptr<HeldExecutor> mHeld = boost::make_shared<HeldExecutor>();
 };
 } // namespace
-
-TEST_F(PostedCalls, ASlowFunctionsResultIsWaitedFor)
-{
-    const ExecutorPtr ender = MakeExecutor();
-    LongFunction function;
-    ender->Post([&] { function.LetEnd(); }, 150); // several looks at the gate
-    EXPECT_EQ(SuspendedCall(mExecutor, function.Function()), 5);
-}
 
 TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
 {
@@ -103,34 +96,41 @@ TEST_F(PostedCalls, ALaterOneThatIsDroppedHoldsNobodyUp)
     mHeld->Drop();
     suspended.reset();
     ExpectBack(context);
+
+    suspended = U_SuspendContext::NewSuspendContext();
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; }), 1);
+    EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, [suspended] { return 2; }), 1);
+    suspended.reset(); // the function has the last share
+    mHeld->Drop();
+    ExpectBack(context);
 }
 
 TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
 {
+    const auto nothing = [] {};
+    const auto run = [this] { mHeld->RunAll(); };
     const auto terminate = [] { U_SuspendContext::TerminateAndFailAllSuspendedContexts(); };
-    struct Row
+    const struct
     {
         const char* name;
-        bool isTooLate;
+        std::function<void()> before;
         std::function<void()> whenPosted;
-        int result;
         int runs;
-    };
-    const Row rows[] = {
-        {"it runs", false, [this] { mHeld->RunAll(); }, 7, 1},
-        {"it never begins", false, terminate, 517, 0},
-        {"it begins too late", false,
+    } rows[] = {
+        {"it runs", nothing, run, 1},
+        {"it never begins", nothing, terminate, 0},
+        {"it begins too late", nothing,
          [&] {
              terminate();
-             mHeld->RunAll();
+             run();
          },
-         517, 0},
-        {"it is queued too late", true, {}, 517, 0},
+         0},
+        {"it is queued too late", terminate, nothing, 0},
     };
     const ContextPtr context = U_Context::MakeNewContext();
     const U_ContextSetter setter(context);
     int posted = 0;
-    for (const Row& row : rows)
+    for (const auto& row : rows)
     {
         SCOPED_TRACE(row.name);
         int runs = 0;
@@ -146,14 +146,12 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
             return 7;
         };
         owned.reset();
-        if (row.isTooLate)
-            terminate();
+        row.before();
         mHeld->mWhenPosted = [&] {
             function.clear();
-            if (row.whenPosted)
-                row.whenPosted();
+            row.whenPosted();
         };
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.result);
+        EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.runs ? 7 : 517);
         EXPECT_EQ(mHeld->mPosted, ++posted) << "whatever comes of it";
         EXPECT_TRUE(watched.expired());
         EXPECT_EQ(hasEndedWithin, row.runs != 0);
@@ -164,6 +162,23 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
         EXPECT_TRUE(suspension.expired());
         ExpectBack(context);
     }
+}
+
+TEST_F(PostedCalls, AnExecutorThatKeepsWhatHasRunKeepsNoContext)
+{
+    ContextPtr context = U_Context::MakeNewContext();
+    const boost::weak_ptr<U_Context> watched = context;
+    boost::function<void()> kept;
+    mHeld->mWhenPosted = [&] {
+        kept = mHeld->Latest();
+        mHeld->RunAll();
+    };
+    {
+        const U_ContextSetter task(context);
+        EXPECT_EQ(SuspendedCall(mHeld, [] { return 7; }), 7);
+    }
+    context.reset();
+    EXPECT_TRUE(watched.expired());
 }
 
 // A caller that is told of a failure can call again, and is waited for as at first.

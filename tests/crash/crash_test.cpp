@@ -94,81 +94,54 @@ const CrashRow kCrashes[] = {
     {"invalid parameter on a thread", &GiveInvalidParameter, kOnThread, SIGABRT},
 };
 
+Crash sSecond = nullptr;
+
+void TellAndFail(void* refcon)
+{
+    TellOfCall(refcon);
+    sSecond();
+}
+
 // What a handler does wrong, and where that leads.
 struct HandlerRow
 {
     const char* what;
-    U_FatalHandler handler;
-    Crash crash;
+    Crash second; // within the handler
+    Crash first;
     int signal;
     long lastLines;
 };
 
-void FailsAlike(void* refcon)
-{
-    TellOfCall(refcon);
-    WriteToNull();
-}
-
-void FailsOtherwise(void* refcon)
-{
-    TellOfCall(refcon);
-    DivideByZero();
-}
-
-void OverflowsToo(void* refcon)
-{
-    TellOfCall(refcon);
-    OverflowStack();
-}
-
-void ThrowsAnException(void* refcon)
-{
-    TellOfCall(refcon);
-    throw std::runtime_error("from the handler");
-}
-
-void ThrowsANumber(void* refcon)
-{
-    TellOfCall(refcon);
-    throw 5;
-}
-
-void CallsTerminate(void* refcon)
-{
-    TellOfCall(refcon);
-    std::terminate();
-}
-
-void SetsAnotherAndTerminates(void* refcon)
-{
-    TellOfCall(refcon);
+const Crash kThrowANumber = [] { throw 5; };
+const Crash kSetAnotherAndTerminate = [] {
     SetGlobal(&TellOfCall);
     std::terminate();
-}
-
-void GivesInvalidParameter(void* refcon)
-{
-    TellOfCall(refcon);
-    GiveInvalidParameter();
-}
+};
 
 const HandlerRow kHandlers[] = {
-    {"fails alike", &FailsAlike, &WriteToNull, SIGSEGV, 0},
-    {"fails alike after an overflow", &FailsAlike, &OverflowStack, SIGSEGV, 0},
-    {"overflows too", &OverflowsToo, &OverflowStack, SIGSEGV, 0},
-    {"fails otherwise", &FailsOtherwise, &WriteToNull, SIGFPE, 0},
-    {"fails in terminate", &FailsAlike, &Terminate, SIGSEGV, 1},
-    {"fails after an invalid parameter", &FailsAlike, &GiveInvalidParameter, SIGSEGV, 0},
-    {"throws", &ThrowsAnException, &WriteToNull, SIGSEGV, 1},
-    {"throws after an overflow", &ThrowsANumber, &OverflowStack, SIGSEGV, 1},
-    {"throws in terminate", &ThrowsANumber, &Terminate, SIGABRT, 1},
-    {"throws after an invalid parameter", &ThrowsAnException, &GiveInvalidParameter, SIGABRT, 1},
-    {"terminates", &CallsTerminate, &WriteToNull, SIGABRT, 1},
-    {"terminates in terminate", &CallsTerminate, &Terminate, SIGABRT, 1},
-    {"sets another and terminates", &SetsAnotherAndTerminates, &Terminate, SIGABRT, 1},
-    {"gives an invalid parameter", &GivesInvalidParameter, &WriteToNull, SIGABRT, 1},
+    {"fails alike", &WriteToNull, &WriteToNull, SIGSEGV, 0},
+    {"fails alike after an overflow", &WriteToNull, &OverflowStack, SIGSEGV, 0},
+    {"overflows too", &OverflowStack, &OverflowStack, SIGSEGV, 0},
+    {"fails otherwise", &DivideByZero, &WriteToNull, SIGFPE, 0},
+    {"fails in terminate", &WriteToNull, &Terminate, SIGSEGV, 1},
+    {"fails after an invalid parameter", &WriteToNull, &GiveInvalidParameter, SIGSEGV, 0},
+    {"throws", &ThrowException, &WriteToNull, SIGSEGV, 1},
+    {"throws after an overflow", kThrowANumber, &OverflowStack, SIGSEGV, 1},
+    {"throws in terminate", kThrowANumber, &Terminate, SIGABRT, 1},
+    {"throws after an invalid parameter", &ThrowException, &GiveInvalidParameter, SIGABRT, 1},
+    {"terminates", &Terminate, &WriteToNull, SIGABRT, 1},
+    {"terminates in terminate", &Terminate, &Terminate, SIGABRT, 1},
+    {"sets another and terminates", kSetAnotherAndTerminate, &Terminate, SIGABRT, 1},
+    {"gives an invalid parameter", &GiveInvalidParameter, &WriteToNull, SIGABRT, 1},
 };
+
+// A birth that leaves its handlers.
+void FailToBeBorn()
+{
+    platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
+    U_Birth("Test Host", nullptr);
+    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
+}
 
 void WaitForAll(std::atomic<int>& count, int all)
 {
@@ -229,8 +202,9 @@ TEST(Crashes, EndsWhateverItsHandlerDoes)
         SCOPED_TRACE(row.what);
         const Death death = RunToDeath([&] {
             Birth();
-            SetGlobal(row.handler);
-            Fail(row.crash);
+            sSecond = row.second;
+            SetGlobal(&TellAndFail);
+            Fail(row.first);
         });
         SCOPED_TRACE(death.told);
         EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
@@ -325,110 +299,110 @@ TEST(Crashes, AHandlerMayJumpOutAndANewOneIsCalledAgain)
 
 TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
 {
-    struct Row
-    {
-        const char* what;
-        bool dead; // before the crash
-        Crash crash;
-        long lastLines;
-    };
-    const Row rows[] = {
-        {"signal", false, &WriteToNull, 1},
-        {"signal after death", true, &WriteToNull, 0},
-        {"terminate", false, &Terminate, 1},
-        {"terminate after death", true, &Terminate, 0},
-        {"invalid parameter", false, &GiveInvalidParameter, 1},
-        {"invalid parameter after death", true, &GiveInvalidParameter, 0},
-    };
     static std::terminate_handler sFoundTerminate;
     static win32::InvalidParameterHandler sFoundInvalidParameter;
-    for (const Row& row : rows)
+    for (Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
     {
-        SCOPED_TRACE(row.what);
-        const Death death = RunToDeath([&] {
-            std::signal(SIGSEGV, [](int) { std::_Exit(9); });
-            std::set_terminate([] { std::_Exit(9); });
-            win32::_set_invalid_parameter_handler(
-                [](const unsigned short* expression, const unsigned short* function,
-                   const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
-                    std::_Exit(expression[0] == 't' && function[0] == 'e' && file[0] == 'x' &&
-                                       line == 17 && reserved == 42
-                                   ? 9
-                                   : 8);
-                });
-            platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
-            U_Birth("Test Host", nullptr); // fails, and leaves its handlers
-            platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
-            // The host's that come now pass on to what the birth has left.
-            sFoundTerminate = std::set_terminate([] {
-                Tell("host's");
-                sFoundTerminate();
-            });
-            sFoundInvalidParameter = win32::_set_invalid_parameter_handler(
-                [](const unsigned short* expression, const unsigned short* function,
-                   const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+        for (const bool afterDeath : {false, true})
+        {
+            const Death death = RunToDeath([&] {
+                std::signal(SIGSEGV, [](int) { std::_Exit(9); });
+                std::set_terminate([] { std::_Exit(9); });
+                win32::_set_invalid_parameter_handler(
+                    [](const unsigned short* expression, const unsigned short* function,
+                       const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                        const bool isWhole = expression[0] == 't' && function[0] == 'e' &&
+                                             file[0] == 'x' && line == 17 && reserved == 42;
+                        std::_Exit(isWhole ? 9 : 8);
+                    });
+                FailToBeBorn();
+                // The host's that come now pass on to what the birth has left.
+                sFoundTerminate = std::set_terminate([] {
                     Tell("host's");
-                    sFoundInvalidParameter(expression, function, file, line, reserved);
+                    sFoundTerminate();
                 });
-            Birth();
-            SetGlobal(&TellOfCall);
-            if (row.dead)
-                U_Death();
-            Fail(row.crash);
-        });
-        SCOPED_TRACE(death.told);
-        EXPECT_TRUE(death.WithCode(9)) << death.status;
-        EXPECT_EQ(death.Count("host's"), row.crash != &WriteToNull);
-        EXPECT_EQ(death.Count("handler on"), row.lastLines);
-        EXPECT_EQ(death.Count(kLastLine), row.lastLines);
+                sFoundInvalidParameter = win32::_set_invalid_parameter_handler(
+                    [](const unsigned short* expression, const unsigned short* function,
+                       const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                        Tell("host's");
+                        sFoundInvalidParameter(expression, function, file, line, reserved);
+                    });
+                Birth();
+                SetGlobal(&TellOfCall);
+                if (afterDeath)
+                    U_Death();
+                Fail(crash);
+            });
+            SCOPED_TRACE(death.told);
+            EXPECT_TRUE(death.WithCode(9)) << death.status;
+            EXPECT_EQ(death.Count("host's"), crash != &WriteToNull);
+            EXPECT_EQ(death.Count("handler on"), !afterDeath);
+            EXPECT_EQ(death.Count(kLastLine), !afterDeath);
+        }
     }
 }
 
-TEST(Crashes, OfABirthThatFailedMakesTheCall)
+TEST(Crashes, EachLifeMakesItsCallAndGoesOnToWhoStoodBefore)
 {
-    const Death death = RunToDeath([] {
-        platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
-        U_Birth("Test Host", nullptr);
-        SetGlobal(&TellOfCall);
-        Fail(&WriteToNull);
-    });
-    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told;
-    EXPECT_EQ(death.Count("handler on"), 1);
-}
-
-TEST(Crashes, AfterAnInvalidParameterIsLoggedAndNotHandledTwice)
-{
-    const Death death = RunToDeath([] {
+    const Death thrown = RunToDeath([] {
         win32::_set_invalid_parameter_handler([](const unsigned short*, const unsigned short*,
                                                  const unsigned short*, unsigned int,
                                                  std::uintptr_t) {
-            Tell("previous");
-            if (U_IsOnRenderThread())
-                WriteToNull();
+            Tell("host's");
+            throw 1;
         });
-        Birth();
-        SetGlobal(&TellOfCall);
-        U_RegisterRenderThread();
-        Fail(&GiveInvalidParameter);
+        for (int life = 0; life < 2; ++life)
+        {
+            Birth();
+            SetGlobal(&TellOfCall);
+            EXPECT_THROW(GiveInvalidParameter(), int);
+            U_Death();
+        }
+        std::_Exit(7);
     });
-    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.told; // the filter is gone
-    EXPECT_EQ(death.Count("handler on"), 1);
+    EXPECT_TRUE(thrown.WithCode(7)) << thrown.told;
+    EXPECT_EQ(thrown.Count("handler on"), 2);
+    EXPECT_EQ(thrown.Count("host's"), 2);
 
-    const Death logged = RunToDeath([] {
+    for (const bool afterDeath : {false, true})
+    {
+        const Death death = RunToDeath([&] {
+            std::set_terminate([] { std::_Exit(9); });
+            Birth();
+            SetGlobal(&TellOfCall);
+            const std::terminate_handler found = std::set_terminate([] {});
+            U_Death();
+            std::set_terminate(found); // the library's, between two lives
+            Birth();
+            if (afterDeath)
+                U_Death();
+            Fail(&Terminate);
+        });
+        EXPECT_TRUE(death.WithCode(9)) << death.told;
+        EXPECT_EQ(death.Count("handler on"), !afterDeath);
+    }
+}
+
+TEST(Crashes, AnInvalidParameterIsLoggedBehindTheCall)
+{
+    const Death death = RunToDeath([] {
         Birth();
         Fail(&GiveInvalidParameter);
     });
     const std::string tag = "[0] U QX_invalid_parameter_handler: ";
-    EXPECT_EQ(Rest(logged, tag),
+    EXPECT_EQ(Rest(death, tag),
               "Intentionally passing an invalid param to the runtime to get a crashlog.");
-    EXPECT_EQ(logged.Count(tag), 1); // what nobody should see isn't seen
-    EXPECT_LT(logged.told.find(kLastLine), logged.told.find(tag));
+    EXPECT_EQ(death.Count(tag), 1); // what nobody should see isn't seen
+    EXPECT_LT(death.told.find(kLastLine), death.told.find(tag));
 }
 
 TEST(Crashes, IsToldToTelemetryFirst)
 {
     struct Provider : U::telemetry::U_TelemetryProvider
     {
+        typedef boost::shared_ptr<krobase::config::UsageLoggerGroup> Group;
+        typedef const std::string& Text;
+
         bool IsLogging() override { return true; }
         void LogEvent(const char* category, const char* event, const unsigned short* text,
                       krobase::utility::Guid guid) override
@@ -439,25 +413,15 @@ TEST(Crashes, IsToldToTelemetryFirst)
             Tell((line + (guid == krobase::utility::Guid() ? " zero" : " other")).c_str());
             throw std::runtime_error("from the provider");
         }
-        void LogEventWithCount(const std::string&, const std::string&, const std::string&, int,
-                               krobase::utility::Guid) override
-        {
-        }
-        void IncrementEventCount(const std::string&, const std::string&,
-                                 const std::string&) override
-        {
-        }
-        void ClearEventCount(const std::string&, const std::string&, const std::string&) override {}
+        void LogEventWithCount(Text, Text, Text, int, krobase::utility::Guid) override {}
+        void IncrementEventCount(Text, Text, Text) override {}
+        void ClearEventCount(Text, Text, Text) override {}
         void LogEventsWithCount() override {}
-        boost::shared_ptr<krobase::config::UsageLoggerGroup>
-        NewDataGroup(const char*, const char*, const char*, krobase::utility::Guid) override
+        Group NewDataGroup(const char*, const char*, const char*, krobase::utility::Guid) override
         {
             return {};
         }
-        void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>&, const char*,
-                        const U_UTF8String&) override
-        {
-        }
+        void AddToGroup(const Group&, const char*, const U_UTF8String&) override {}
     };
     for (const auto& [crash, events] :
          {std::pair<Crash, long>(&WriteToNull, 1), {&Terminate, 0}, {&GiveInvalidParameter, 0}})
@@ -470,6 +434,7 @@ TEST(Crashes, IsToldToTelemetryFirst)
             Fail(crash);
         });
         SCOPED_TRACE(death.told);
+        EXPECT_TRUE(death.BySignal(events ? SIGSEGV : SIGABRT)) << death.status;
         EXPECT_EQ(death.Count("event Stage CrashHandler InvokingCrashHandler zero\n"), events);
         EXPECT_EQ(death.Count("handler on"), 1);
         if (events)

@@ -1,72 +1,244 @@
 #include "U_Interact.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <string>
-#include <thread>
+#include <vector>
 
-#include <malloc.h>
-#include <unistd.h>
+#include <boost/function.hpp>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DamagedRecord.h"
+#include "tests/support/FreshThread.h"
 #include "tests/support/Text.h"
 
 namespace
 {
+typedef std::vector<std::string> Texts;
+
+const U_u32 kLocation = 0x120034;
 const U_u32 kMaskAtBirth = 0xFFBFFF9F;
+const U_u16 kSeverity = U_Sev_MESSAGE; // its text stands alone
+
+std::string sCalls; // the names of the listeners that were called, in order
+
+struct Listener
+{
+    char name;
+    U_Status answer = 0;
+    boost::function<void()> action = {};
+};
+
+U_Status Listen(void* refcon, U_u32 location, U_u16 severity, const char* text)
+{
+    const Listener& listener = *static_cast<Listener*>(refcon);
+    if (location != kLocation)
+        return 0; // a refusal's own report
+    EXPECT_EQ(severity, kSeverity);
+    EXPECT_STREQ(text, "what happened");
+    sCalls += listener.name;
+    if (listener.action)
+        listener.action();
+    return listener.answer;
+}
+
+U_Status ListenToo(void* refcon, U_u32 location, U_u16 severity, const char* text)
+{
+    sCalls += '+';
+    return Listen(refcon, location, severity, text);
+}
+
+U_Status Add(Listener& listener)
+{
+    return U_AddLoggingCallback(&Listen, &listener);
+}
+
+U_Status Remove(Listener& listener)
+{
+    return U_RemoveLoggingCallback(&Listen, &listener);
+}
+
+U_Status Call()
+{
+    return Up_ReportErrString(kLocation, kSeverity, "what happened");
+}
+
+std::string Calls()
+{
+    sCalls.clear();
+    Call();
+    return sCalls;
+}
 
 typedef BornLibrary Interact;
+
+class Callbacks : public BornLibrary
+{
+protected:
+    Listener mA{'a'};
+    Listener mB{'b'};
+    Listener mC{'c'};
+};
 } // namespace
 
-TEST_F(Interact, BirthSetsTheMaskAndDropsTemporaryOnes)
+TEST_F(Callbacks, AreCalledInTheOrderOfTheSlotsAndTheLastAnswerCounts)
 {
-    EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
-    const U_u32 id = Up_SetInteractTemp(1);
+    EXPECT_EQ(Calls(), "");
+    for (Listener* listener : {&mA, &mB, &mA, &mC})
+        ASSERT_EQ(Add(*listener), 0);
+    EXPECT_EQ(Calls(), "abac");
+    ASSERT_EQ(Remove(mA), 0); // the first of its two slots
+    EXPECT_EQ(Calls(), "bac");
+    ASSERT_EQ(U_AddLoggingCallback(&ListenToo, &mC), 0);
+    EXPECT_EQ(Calls(), "+cbac");
+    ASSERT_EQ(Remove(mC), 0); // the function and the refcon together
+    EXPECT_EQ(Calls(), "+cba");
+
+    mB.answer = 5;
+    mA.answer = 6;
+    EXPECT_EQ(Call(), 6);
+    mA.answer = 0;
+    EXPECT_EQ(Call(), 0);
+}
+
+TEST_F(Callbacks, WhatIsRefusedIsReportedAndChangesNothing)
+{
+    const auto expectRefused = [&](U_Status code, const char* text, const char* place) {
+        EXPECT_EQ(code, 3);
+        EXPECT_EQ(mAlerts.Texts(),
+                  Texts{std::string("Test Host error: internal verification failure, sorry! {") +
+                        text + "}\n\n( 23 :: " + place + " )"});
+        mAlerts.Clear();
+    };
+    for (int number = 0; number < 10; ++number)
+        ASSERT_EQ(Add(mA), 0);
+    expectRefused(U_AddLoggingCallback(nullptr, &mA), "logging_func can not be NULL", "21");
+    expectRefused(Add(mB), "can not add any more logging_funcs", "21");
+    const char kNotFound[] = "can not find logging_func/refcon pair to remove";
+    expectRefused(Remove(mB), kNotFound, "22");
+    expectRefused(U_RemoveLoggingCallback(&ListenToo, &mA), kNotFound, "22");
+    ASSERT_EQ(Remove(mA), 0);
+    // Which would name the free slot.
+    expectRefused(U_RemoveLoggingCallback(nullptr, nullptr), "logging_func can not be NULL", "22");
+    EXPECT_EQ(Calls(), "aaaaaaaaa");
+    EXPECT_EQ(Add(mB), 0);
+    EXPECT_EQ(Calls(), "baaaaaaaaa");
+}
+
+TEST_F(Callbacks, MayChangeTheTableWhileTheyRun)
+{
+    // b removes itself and what stands behind it, and adds one in its own place.
+    mB.action = [&] {
+        Remove(mB);
+        Remove(mC);
+        Add(mA);
+    };
+    for (Listener* listener : {&mA, &mB, &mC, &mA})
+        ASSERT_EQ(Add(*listener), 0);
+    EXPECT_EQ(Calls(), "aba");
+    EXPECT_EQ(Calls(), "aaa");
+
+    // One that is added behind the one that runs, in the free slot, still hears of
+    // this report.
+    bool added = false;
+    mA.action = [&] { added = added || Add(mC) == 0; };
+    EXPECT_EQ(Calls(), "aaca");
+}
+
+TEST_F(Callbacks, AnExceptionPassesAndFreesTheLock)
+{
+    mA.action = [] { throw 17; };
+    ASSERT_EQ(Add(mA), 0);
+    ASSERT_EQ(Add(mB), 0);
+    sCalls.clear();
+    EXPECT_EQ(Call(), 17);
+    EXPECT_EQ(sCalls, "a");
+
+    OnFreshThread([&] { EXPECT_EQ(Remove(mA), 0); }); // would wait forever for the lock
+    EXPECT_EQ(Calls(), "b");
+}
+
+TEST_F(Callbacks, OtherThreadsWaitWhileACallbackRuns)
+{
+    ASSERT_EQ(Add(mA), 0);
+    const auto callsWhile = [&](U_Status (*change)(Listener&)) {
+        std::promise<void> begun;
+        std::future<U_Status> changed;
+        mA.action = [&] {
+            changed = std::async(std::launch::async, [&] {
+                begun.set_value();
+                return change(mB);
+            });
+            begun.get_future().wait();
+            EXPECT_EQ(changed.wait_for(std::chrono::milliseconds(100)),
+                      std::future_status::timeout);
+        };
+        const std::string calls = Calls();
+        EXPECT_EQ(changed.get(), 0);
+        mA.action.clear();
+        return calls;
+    };
+    EXPECT_EQ(callsWhile(&Add), "a");
+    EXPECT_EQ(callsWhile(&Remove), "ab");
+    EXPECT_EQ(Calls(), "a");
+}
+
+TEST_F(Callbacks, ADamagedRecordRefusesAllAndCallsNobody)
+{
+    ASSERT_EQ(Add(mA), 0);
+    const std::vector<U_u32*> magic = FindMagicNumbers();
+    ASSERT_EQ(magic.size(), 2u);
+    {
+        const ScDamagedRecord damaged(magic[1]);
+        char name[31] = "before";
+        U_u32 errors = 77;
+        EXPECT_EQ(Add(mB), 2);
+        EXPECT_EQ(Remove(mA), 2);
+        EXPECT_EQ(U_GetName(name), 2);
+        EXPECT_EQ(U_GetHowManyErrors(&errors), 2);
+        EXPECT_STREQ(name, "before");
+        EXPECT_EQ(errors, 77u);
+        EXPECT_EQ(Calls(), "");
+    }
+    EXPECT_EQ(Calls(), "a");
+}
+
+TEST_F(Callbacks, EndWithTheLibrary)
+{
+    ASSERT_EQ(Add(mA), 0);
     ASSERT_EQ(U_Death(), 0);
+    EXPECT_EQ(Calls(), "");
+    EXPECT_EQ(Add(mA), 5889);
+    EXPECT_EQ(Remove(mA), 5889);
     ASSERT_EQ(U_Birth("Another life", nullptr), 0);
-    EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
-    EXPECT_EQ(Up_SetInteractTemp(2), id + 1);
-    Up_SetInteractTempComplete(id + 1);
-    EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
+    EXPECT_EQ(Calls(), "");
 }
 
 TEST_F(Interact, TemporaryMasksAreCompletedInAnyOrder)
 {
-    // Which of three masks is completed at each step, and the mask in force then.
-    struct Row
+    Up_SetInteract(10);
+    std::vector<U_u32> ids;
+    for (U_u32 mask : {11u, 12u, 13u})
     {
-        size_t completed[3];
-        U_u32 inForce[3];
-    };
-    const Row rows[] = {
-        {{0, 1, 2}, {13, 13, 10}}, {{0, 2, 1}, {13, 12, 10}}, {{1, 0, 2}, {13, 13, 10}},
-        {{1, 2, 0}, {13, 11, 10}}, {{2, 0, 1}, {12, 12, 10}}, {{2, 1, 0}, {12, 11, 10}},
-    };
-    for (const Row& row : rows)
-    {
-        Up_SetInteract(10);
-        U_u32 ids[3] = {};
-        for (U_u32 number = 0; number < 3; ++number)
-        {
-            ids[number] = Up_SetInteractTemp(11 + number);
-            EXPECT_EQ(Up_GetInteract(), 11 + number);
-        }
-        for (size_t step = 0; step < 3; ++step)
-        {
-            SCOPED_TRACE(row.completed[step]);
-            Up_SetInteractTempComplete(ids[row.completed[step]]);
-            EXPECT_EQ(Up_GetInteract(), row.inForce[step]);
-        }
+        ids.push_back(Up_SetInteractTemp(mask));
+        EXPECT_EQ(Up_GetInteract(), mask);
     }
+    Up_SetInteractTempComplete(ids[1]);
+    EXPECT_EQ(Up_GetInteract(), 13u);
+    Up_SetInteractTempComplete(ids[2]);
+    EXPECT_EQ(Up_GetInteract(), 11u);
+    Up_SetInteractTempComplete(ids[0]);
+    EXPECT_EQ(Up_GetInteract(), 10u);
 }
 
-TEST_F(Interact, ANewBaseMaskVoidsTemporaryOnes)
+TEST_F(Interact, ANewBaseMaskOrLifeVoidsTemporaryOnes)
 {
     const U_u32 id = Up_SetInteractTemp(5);
     Up_SetInteract(6);
@@ -76,59 +248,26 @@ TEST_F(Interact, ANewBaseMaskVoidsTemporaryOnes)
         EXPECT_EQ(Up_GetInteract(), 6u);
     }
 
-    // Nothing tells but the memory that they would take.
-    const size_t kRounds = 10000;
-    const size_t before = mallinfo2().uordblks;
-    for (size_t round = 0; round < kRounds; ++round)
-    {
-        Up_SetInteractTemp(5);
-        Up_SetInteract(6);
-    }
-    EXPECT_LT(mallinfo2().uordblks, before + kRounds);
-}
-
-TEST_F(Interact, ThreadsNarrowTheMaskAtOnce)
-{
-    std::atomic<int> running(0);
-    const auto narrow = [&running] {
-        ++running;
-        while (running < 2)
-            std::this_thread::yield();
-        for (int round = 0; round < 100000; ++round)
-        {
-            const U_u32 id = Up_SetInteractTemp(5);
-            EXPECT_EQ(Up_GetInteract(), 5u); // the other's is the same
-            Up_SetInteractTempComplete(id);
-        }
-    };
-    std::thread other(narrow);
-    narrow();
-    other.join();
+    const U_u32 last = Up_SetInteractTemp(5);
+    ASSERT_EQ(U_Death(), 0);
+    ASSERT_EQ(U_Birth("Another life", nullptr), 0);
     EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
-}
-
-TEST(InteractDeathTest, ThereIsNoMaskBeforeTheFirstBirth)
-{
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(std::_Exit(Up_GetInteract() == 0 ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(Up_SetInteractTemp(2), last + 1);
+    Up_SetInteractTempComplete(last + 1);
+    EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
 }
 
 TEST_F(Interact, TheNameIsCutAndErrorsAreCounted)
 {
-    ASSERT_EQ(U_Death(), 0);
-    char name[31] = "before";
+    char name[31];
     U_u32 errors = 77;
-    EXPECT_EQ(U_GetName(name), 5889);
+    ASSERT_EQ(U_Death(), 0);
     EXPECT_EQ(U_GetHowManyErrors(&errors), 5889);
-    EXPECT_STREQ(name, "before");
     EXPECT_EQ(errors, 77u);
-
     ASSERT_EQ(U_Birth("123456789 123456789 123456789 123", nullptr), 0);
     std::memset(name, 'x', sizeof(name));
     EXPECT_EQ(U_GetName(name), 0);
     EXPECT_STREQ(name, "123456789 123456789 123456789 ");
-    EXPECT_EQ(U_GetHowManyErrors(&errors), 0);
-    EXPECT_EQ(errors, 0u);
     U_ReportError(0, U_Sev_MESSAGE, Units(u"text"));
     EXPECT_EQ(U_GetHowManyErrors(&errors), 0);
     EXPECT_EQ(errors, 1u);
@@ -146,22 +285,17 @@ TEST(ComputerName, IsTerminatedInWhateverRoom)
 {
     char whole[256] = {};
     ASSERT_EQ(gethostname(whole, sizeof(whole)), 0);
-    const size_t length = std::strlen(whole);
-    ASSERT_GT(length, 0u);
-    for (size_t size = 0; size <= length + 2; ++size)
+    const U_u32 length = static_cast<U_u32>(std::strlen(whole));
+    for (U_u32 size : {0u, 1u, length, length + 1, 0xFFFFFFFFu})
     {
         SCOPED_TRACE(size);
         char name[260];
         std::memset(name, 'x', sizeof(name));
-        EXPECT_EQ(U_GetComputerName(static_cast<U_u32>(size), name), size > length ? 0 : -1);
-        EXPECT_EQ(name[size], 'x');
-        if (size > 0)
-        {
-            EXPECT_EQ(std::string(name), std::string(whole, std::min(length, size - 1)));
-        }
+        EXPECT_EQ(U_GetComputerName(size, name), size > length ? 0 : -1);
+        if (size == 0)
+            EXPECT_EQ(name[0], 'x');
+        else
+            EXPECT_EQ(name, std::string(whole, std::min(length, size - 1)));
     }
-    char name[260];
-    EXPECT_EQ(U_GetComputerName(0xFFFFFFFF, name), 0);
-    EXPECT_STREQ(name, whole);
     EXPECT_EQ(U_GetComputerName(100, nullptr), -1);
 }

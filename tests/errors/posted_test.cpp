@@ -1,13 +1,14 @@
 // Errors that wait: the posted list, groups, quiet mode and deferred stretches.
 
 #include <atomic>
-#include <set>
+#include <functional>
 #include <stdexcept>
 #include <thread>
 
 #include <boost/thread/barrier.hpp>
 
 #include <control.h>
+#include <kroview/ui.h>
 
 #include "U_Group.h"
 #include "U_Interact.h"
@@ -15,6 +16,7 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FreshThread.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -35,12 +37,16 @@ U_Status ThrowForeign(void*, U_u32, U_u16, const char*)
     throw std::string("nobody's");
 }
 
+class Supplier : public kroview::pencart::SupplierInterface
+{
+};
+
 class Posted : public BornLibrary
 {
 protected:
     static void FromWorker(U_u16 severity, const std::u16string& text, U_u32 location = 0)
     {
-        std::thread([&] { U_ReportError(location, severity, Units(text)); }).join();
+        OnFreshThread([&] { U_ReportError(location, severity, Units(text)); });
     }
 
     static void Grouped(U_u16 severity, const U_UTF16String& identifier, const char16_t* text)
@@ -60,6 +66,21 @@ protected:
         U_u32 count = 0;
         U_GetHowManyErrors(&count);
         return count;
+    }
+
+    static void Warn() { U_ReportError(kLocation, U_Sev_WARNING, Units(u"deferred")); }
+
+    // A stretch with what is reported in it, and its end.
+    static void Defer(U_u32 mask, const std::function<void()>& body, bool repeats,
+                      const char* fallback = nullptr, bool async = false)
+    {
+        const U_u32 before = Up_GetInteract();
+        U_DeferredState state;
+        ASSERT_EQ(U_DeferredReportingStart(mask, &state), 0);
+        body();
+        EXPECT_EQ(U_DeferredReportingEndAsync(repeats, async, fallback, &state), 0);
+        EXPECT_EQ(Up_GetInteract(), before);
+        EXPECT_EQ(state.mSavedMessage, nullptr);
     }
 
     const U_UTF16String mFiles = U_FormUniqueGroupErrorMessageIdentifier(
@@ -108,42 +129,25 @@ TEST_F(Posted, WhatIsPostedDuringAnAlertWaitsForTheNextDisplay)
     EXPECT_EQ(Displayed(), Texts{"meanwhile"});
 }
 
-TEST_F(Posted, DeathShowsWhatIsLeft)
-{
-    FromWorker(U_Sev_MESSAGE, u"left");
-    EXPECT_EQ(U_Death(), 0);
-    EXPECT_EQ(mAlerts.Texts(), Texts{"left"});
-    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
-}
-
 TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
 {
-    FromWorker(U_Sev_MESSAGE, u"first");
-    FromWorker(U_Sev_MESSAGE, u"second");
+    const Texts kWaiting = {"first", "second", "third"};
+    for (const char16_t* text : {u"first", u"second", u"third"})
+        FromWorker(U_Sev_MESSAGE, text);
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::runtime_error("no screen"); };
+    for (int round = 0; round < 3; ++round)
+        EXPECT_EQ(Displayed(), kWaiting);
     mAlerts.mWhileUp = [](const platform::Alert& alert) {
         if (Narrow(alert.text) == "first")
             throw 5;
     };
-    EXPECT_EQ(Displayed(), (Texts{"first", "second"}));
-    U_ReportError(0, U_Sev_MESSAGE, Units(u"third"));
+    EXPECT_EQ(Displayed(), kWaiting);
     mAlerts.mWhileUp = [](const platform::Alert&) { throw std::string("unknown"); };
     EXPECT_THROW(U_DisplayPostedErrors(), std::string);
     EXPECT_THROW(U_ReportError(0, U_Sev_MESSAGE, Units(u"fourth")), std::string);
     mAlerts.mWhileUp = nullptr;
     EXPECT_EQ(Displayed(), (Texts{"first", "fourth"}));
     EXPECT_EQ(Displayed(), Texts());
-}
-
-TEST_F(Posted, WhatCannotBeShownIsNotMultiplied)
-{
-    const Texts kWaiting = {"first", "second", "third"};
-    for (const char16_t* text : {u"first", u"second", u"third"})
-        FromWorker(U_Sev_MESSAGE, text);
-    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::runtime_error("no screen"); };
-    for (int round = 0; round < 5; ++round)
-        EXPECT_EQ(Displayed(), kWaiting);
-    mAlerts.mWhileUp = nullptr;
-    EXPECT_EQ(Displayed(), kWaiting);
 }
 
 TEST_F(Posted, DecrementsMayComeFirst)
@@ -180,12 +184,8 @@ TEST_F(Posted, AGroupIsOneNumberedAlertBehindTheOthers)
     EXPECT_EQ(Displayed(), (Texts{"alone", "also alone",
                                   "Test Host: Files can't be read:\r\n\r\n3 files:\r\n\r\n"
                                   "1)   first\r\n\r\n2)   second\r\n\r\n3)   third\n\n"}));
-    EXPECT_EQ(mAlerts.All()[0].sizeHint, 0);
     EXPECT_EQ(Displayed(), Texts());
-}
 
-TEST_F(Posted, AGroupOfOneKeepsItsSeverityAndItsLocation)
-{
     Grouped(U_Sev_PROBLEM, mFiles, u"only");
     EXPECT_EQ(Displayed(),
               Texts{"Test Host error: A file can't be read:\r\n\r\nonly\n\n( 18 :: 52 )"});
@@ -202,7 +202,7 @@ TEST_F(Posted, GroupsMeetByPrefixAndRiseToTheGravestOrdinarySeverity)
     } kGroups[] = {
         {{U_Sev_WARNING, U_Sev_LEAK}, {0x30}},          // the same word
         {{U_Sev_LEAK, U_Sev_LEAK}, {0x00}},             // a leak doesn't count
-        {{U_Sev_PROBLEM, U_Sev_WARNING}, {0x10, 0x30}}, // two words, two groups
+        {{U_Sev_WARNING, U_Sev_PROBLEM}, {0x10, 0x30}}, // two words, two groups, by their text
         {{U_Sev_PROBLEM, U_Sev_PROBLEM}, {0x10}},
     };
     for (const auto& group : kGroups)
@@ -217,6 +217,20 @@ TEST_F(Posted, GroupsMeetByPrefixAndRiseToTheGravestOrdinarySeverity)
     }
 }
 
+TEST_F(Posted, AGroupIsShownInAWiderBoxOfTheHost)
+{
+    Supplier supplier;
+    U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"at once"));
+    FromWorker(U_Sev_MESSAGE, u"alone");
+    Grouped(U_Sev_INFO, mFiles, u"only");
+    U_DisplayPostedErrors();
+    std::vector<float> hints;
+    for (const platform::Alert& alert : mAlerts.All())
+        hints.push_back(alert.sizeHint);
+    EXPECT_EQ(hints, (std::vector<float>{0, 0, 600}));
+}
+
 TEST_F(Posted, ALabelWithoutANumberGetsOneAndABrokenTagIsNoGroup)
 {
     const U_UTF16String plain =
@@ -228,36 +242,6 @@ TEST_F(Posted, ALabelWithoutANumberGetsOneAndABrokenTagIsNoGroup)
     EXPECT_EQ(Displayed(),
               (Texts{"Grouped_Message_ without braces", "Grouped_Message_ neither",
                      "Test Host: Many\r\n\r\n2 Errors:\r\n\r\n1)   a\r\n\r\n2)   b\n\n"}));
-}
-
-TEST_F(Posted, EightThreadsPostWhileTheUIThreadDisplays)
-{
-    const int kThreads = 8;
-    const int kMessages = kHugeBlocksAreSlow ? 1000 : 12500;
-    Up_SetInteract(U_Sev_MESSAGE);
-    std::atomic<int> running{kThreads};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread)
-    {
-        threads.emplace_back([&running, thread] {
-            for (int i = 0; i < kMessages; ++i)
-            {
-                const std::string text = std::to_string(thread) + "/" + std::to_string(i);
-                U_ReportError(0, U_Sev_MESSAGE, U_UTF16String(text.begin(), text.end()));
-            }
-            --running;
-        });
-    }
-    while (running > 0)
-        U_DisplayPostedErrors();
-    for (std::thread& thread : threads)
-        thread.join();
-    U_DisplayPostedErrors();
-
-    const Texts shown = mAlerts.Texts();
-    EXPECT_EQ(shown.size(), static_cast<std::size_t>(kThreads * kMessages));
-    EXPECT_EQ(std::set<std::string>(shown.begin(), shown.end()).size(), shown.size());
-    EXPECT_EQ(Count(), static_cast<U_u32>(kThreads * kMessages));
 }
 
 TEST_F(Posted, QuietLevelsNest)
@@ -341,34 +325,35 @@ TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)
 
 TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
 {
+    const Texts kRepeated = {"Test Host warning: deferred\n\n( 18 :: 52 )"};
     U_ReportError(0, U_Sev_INFO, Units(u"before"));
     const U_u32 before = Count();
-    const U_u32 mask = Up_GetInteract();
     mAlerts.Clear();
-
-    U_DeferredState state;
-    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
-    U_ReportError(kLocation, U_Sev_WARNING, Units(u"forgotten"));
-    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
+    Defer(0, &Warn, false);
     EXPECT_EQ(Count(), before);
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-    EXPECT_EQ(Up_GetInteract(), mask);
-    EXPECT_EQ(state.mSavedMessage, nullptr);
-
-    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
-    EXPECT_EQ(U_DeferredReportingEnd(true, "nothing happened", &state), 0);
+    Defer(
+        0, [] {}, true, "nothing happened");
     EXPECT_EQ(mAlerts.Texts(), Texts());
 
     mLog.Clear();
-    ASSERT_EQ(U_DeferredReportingStart(kLogOnly, &state), 0);
-    U_ReportError(kLocation, U_Sev_WARNING, Units(u"repeated"));
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-    EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
-    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: repeated\n\n( 18 :: 52 )"});
+    Defer(
+        kLogOnly,
+        [this] {
+            Warn();
+            EXPECT_EQ(mAlerts.Texts(), Texts());
+        },
+        true);
+    EXPECT_EQ(mAlerts.Texts(), kRepeated);
     EXPECT_EQ(Count(), before + 2);
     EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), 1u);
-    EXPECT_EQ(Up_GetInteract(), mask);
+
+    mAlerts.Clear();
+    Defer(0, &Warn, true, nullptr, true);
+    EXPECT_EQ(mAlerts.Texts(), Texts()) << "it is asynchronous";
+    EXPECT_EQ(Count(), before + 3);
+    U_ClearLastReportedError();
+    EXPECT_EQ(Displayed(), kRepeated);
 }
 
 TEST_F(Posted, CallbacksHearOfADeferredErrorOnce)
@@ -378,11 +363,13 @@ TEST_F(Posted, CallbacksHearOfADeferredErrorOnce)
     for (U_u32 mask : {kLogOnly, 0u})
     {
         heard = 0;
-        U_DeferredState state;
-        ASSERT_EQ(U_DeferredReportingStart(mask, &state), 0);
-        U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
-        EXPECT_EQ(heard, mask == kLogOnly);
-        EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0);
+        Defer(
+            mask,
+            [&] {
+                Warn();
+                EXPECT_EQ(heard, mask == kLogOnly);
+            },
+            true);
         EXPECT_EQ(heard, 1);
     }
 }
@@ -393,22 +380,11 @@ TEST_F(Posted, WhateverPassesOutOfARepeatTheStretchEnds)
     const U_u32 mask = Up_GetInteract();
     U_DeferredState state;
     ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
-    U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
+    Warn();
     ASSERT_EQ(U_AddLoggingCallback(&ThrowForeign, nullptr), 0);
     EXPECT_THROW(U_DeferredReportingEnd(true, nullptr, &state), std::string);
     EXPECT_EQ(Up_GetInteract(), mask);
     EXPECT_EQ(state.mSavedMessage, nullptr);
-}
-
-TEST_F(Posted, ADeferredStretchMayRepeatAsynchronously)
-{
-    U_DeferredState state;
-    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
-    U_ReportError(kLocation, U_Sev_WARNING, Units(u"text"));
-    EXPECT_EQ(U_DeferredReportingEndAsync(true, true, nullptr, &state), 0);
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-    EXPECT_EQ(Count(), 1u);
-    EXPECT_EQ(Displayed(), Texts{"Test Host warning: text\n\n( 18 :: 52 )"});
 }
 
 TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
@@ -425,17 +401,22 @@ TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
     };
     for (const auto& end : kEnds)
     {
-        std::thread([&] {
-            U_DeferredState state;
-            ASSERT_EQ(U_DeferredReportingStart(end.mask, &state), 0);
-            FromWorker(U_Sev_WARNING, u"unseen");
-            EXPECT_EQ(U_DeferredReportingEnd(true, end.fallback, &state), 0);
-        }).join();
+        mLog.Clear();
+        OnFreshThread([&] {
+            Defer(
+                end.mask, [] { OnFreshThread(&Warn); }, true, end.fallback);
+        });
         const std::string text = std::string("Test Host can\xE2\x80\x99t continue: ") + end.text;
         EXPECT_EQ(Displayed(), Texts{text + "\n\n"});
         EXPECT_EQ(mLog.Texts("U_Sev_FATAL"), Texts{text + "\t"});
-        mLog.Clear();
     }
+}
+
+TEST_F(Posted, AnErrorWithoutATextIsRepeatedWithTheFallback)
+{
+    Defer(
+        0, [] { U_ReportError(kLocation, U_Sev_WARNING, U_UTF16String()); }, true, "can't save");
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: can't save\n\n( 18 :: 52 )"});
 }
 
 TEST_F(Posted, ADeferredStretchOutsideALifeHidesNothing)

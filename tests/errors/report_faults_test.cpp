@@ -62,101 +62,75 @@ protected:
 };
 } // namespace
 
-TEST_F(ReportFaults, OnTheUIThreadAnErrorIsShownWhicheverAllocationFails)
-{
-    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
-    const long points = FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); },
-                                    [&](long nth) {
-                                        U_DisplayPostedErrors(); // one that failed was posted
-                                        EXPECT_EQ(mShown, 1) << nth;
-                                        mShown = 0;
-                                    });
-    EXPECT_GT(points, 10);
-}
-
-TEST_F(ReportFaults, GroupedErrorsAreShownWhicheverAllocationFailsWhileTheyAre)
-{
-    const U_UTF16String identifier = U_FormUniqueGroupErrorMessageIdentifier(
-        Units(u"Many files can't be read"), Units(u"Errors:"), Units(u"A file can't be read"));
-    const U_UTF16String text = U_GroupErrorMessage(Units(u"a file with a long name"), identifier);
-    const auto postTwo = [&] {
-        mShown = 0;
-        U_ReportError(kLocation, U_Sev_PROBLEM, text);
-        U_ReportError(kLocation, U_Sev_PROBLEM, text);
-    };
-    postTwo();
-    const long points = FailEachNew([] { U_DisplayPostedErrors(); },
-                                    [&](long nth) {
-                                        U_DisplayPostedErrors();
-                                        EXPECT_TRUE(mShown == 1 || mShown == 2) << nth;
-                                        postTwo();
-                                    });
-    EXPECT_GT(points, 10);
-    U_DisplayPostedErrors();
-}
-
-TEST_F(ReportFaults, HeldBackOrOfAGroupAnErrorIsPostedOnceOrDropped)
+TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
 {
     const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
     const U_UTF16String grouped = U_GroupErrorMessage(text, Units(u"Files can't be read"));
-    for (const U_UTF16String& posted : {text, grouped})
+    const auto report = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); };
+    const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
+    U_DeferredState state;
+    const std::function<void()> kNothing = [] {};
+    const struct
     {
+        const char* what;
+        std::function<void()> prepare;
+        std::function<void()> run; // with an allocation that fails
+        std::function<void()> finish;
+        int mostAtOnce; // shown before those that wait
+        int most;
+        int mostDropped;
+    } kRows[] = {
+        {"at once", kNothing, report, kNothing, 1, 1, 0},
+        // The entry and its place on the list.
+        {"held back", &U_IncrementPostErrors, report, &U_DecrementPostErrors, 0, 1, 3},
+        {"of a group", kNothing, reportGrouped, kNothing, 0, 1, 3},
+        {"a group, while it is shown",
+         [&] {
+             reportGrouped();
+             reportGrouped();
+         },
+         &U_DisplayPostedErrors, kNothing, 2, 2, 0},
+        // The text, which comes from a buffer.
+        {"deferred",
+         [&] {
+             ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
+             report();
+         },
+         [&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); }, kNothing, 1, 1, 1},
+        // What its sentence is put together from.
+        {"of an allocation", kNothing,
+         [] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); }, kNothing,
+         1, 1, 20},
+    };
+    const U_u32 mask = Up_GetInteract();
+    for (const auto& row : kRows)
+    {
+        SCOPED_TRACE(row.what);
         int dropped = 0;
-        if (posted == text)
-            U_IncrementPostErrors();
-        FailEachNew([&] { U_ReportError(kLocation, U_Sev_PROBLEM, posted); },
-                    [&](long nth) {
-                        EXPECT_EQ(mShown, 0) << nth; // none was shown at once
-                        U_DisplayPostedErrors();
-                        EXPECT_LE(mShown, 1) << nth;
-                        dropped += mShown == 0;
-                        mShown = 0;
-                    });
-        if (posted == text)
-            U_DecrementPostErrors();
-        EXPECT_LE(dropped, 3); // the entry and its place on the list
+        row.prepare();
+        const long points = FailEachNew(row.run, [&](long nth) {
+            EXPECT_LE(mShown, row.mostAtOnce) << nth;
+            row.finish();
+            EXPECT_EQ(Up_GetInteract(), mask) << nth;
+            U_DisplayPostedErrors();
+            EXPECT_LE(mShown, row.most) << nth;
+            dropped += mShown == 0;
+            mShown = 0;
+            row.prepare();
+        });
+        EXPECT_GT(points, 3);
+        EXPECT_LE(dropped, row.mostDropped);
+        row.run();
+        row.finish();
+        U_DisplayPostedErrors();
+        EXPECT_EQ(mShown, 1);
+        mShown = 0;
     }
 }
 
-TEST_F(ReportFaults, ADeferredErrorIsRepeatedWhicheverAllocationFails)
+// What a thread keeps is made on its first report.
+TEST_F(ReportFaults, AThreadsTextIsToldWholeAndKeptWhicheverAllocationFails)
 {
-    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
-    const U_u32 mask = Up_GetInteract();
-    U_DeferredState state;
-    const auto deferOne = [&] {
-        mShown = 0;
-        ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
-        U_ReportError(kLocation, U_Sev_PROBLEM, text);
-    };
-    deferOne();
-    int lost = 0;
-    const long points =
-        FailEachNew([&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); },
-                    [&](long nth) {
-                        EXPECT_EQ(Up_GetInteract(), mask) << nth;
-                        U_DisplayPostedErrors();
-                        EXPECT_LE(mShown, 1) << nth;
-                        lost += mShown == 0;
-                        deferOne();
-                    });
-    EXPECT_GT(points, 10);
-    EXPECT_LE(lost, 1); // the text, which comes from a buffer
-    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
-}
-
-// What a thread keeps is made on its first report, on a main thread also by the report
-// that memory has run out.
-TEST_F(ReportFaults, AThreadsFirstTextIsToldWholeWhicheverAllocationFails)
-{
-    struct Row
-    {
-        void (*report)();
-        bool isOnMainThread;
-        const char* text;
-    };
-    const auto report = [] { Up_ReportErrString(0, U_Sev_WARNING, "what the caller did."); };
-    const auto reportCode = [] { Up_ReportNuloErrString(0, U_Sev_WARNING, 3, "the caller did."); };
-    const char kWithCode[] = "the caller did -- a bad parameter was passed.";
     static const char* text;
     static int whole;
     static int outOfMemory;
@@ -171,49 +145,43 @@ TEST_F(ReportFaults, AThreadsFirstTextIsToldWholeWhicheverAllocationFails)
         return 0;
     };
     ASSERT_EQ(U_AddLoggingCallback(listen, nullptr), 0);
-    for (const Row& row :
-         {Row{report, false, "what the caller did."}, Row{report, true, "what the caller did."},
-          Row{reportCode, false, kWithCode}, Row{reportCode, true, kWithCode}})
+    const auto reportNth = [](long nth, bool withCode) {
+        const ScFailingNew failing(nth);
+        if (withCode)
+            Up_ReportNuloErrString(0, U_Sev_WARNING, 3, "the caller did.");
+        else
+            Up_ReportErrString(0, U_Sev_WARNING, "what the caller did.");
+        return failing.HasFailed();
+    };
+    for (int row = 0; row < 8; ++row)
     {
-        text = row.text;
+        const bool withCode = row % 2;
+        const bool isOnMainThread = row / 2 % 2;
+        const bool isItsFirst = row / 4;
+        text = withCode ? "the caller did -- a bad parameter was passed." : "what the caller did.";
         bool failed = true;
         for (long nth = 1; failed; ++nth)
         {
             SCOPED_TRACE(nth);
-            whole = outOfMemory = others = 0;
             OnFreshThread([&] {
-                if (row.isOnMainThread)
+                if (isOnMainThread)
                     U_RegisterMainThread();
-                {
-                    const ScFailingNew failing(nth);
-                    row.report();
-                    failed = failing.HasFailed();
-                }
-                if (row.isOnMainThread)
+                if (!isItsFirst)
+                    Up_ReportErrString(0, U_Sev_INFO, "earlier");
+                whole = outOfMemory = others = 0;
+                failed = reportNth(nth, withCode);
+                EXPECT_EQ(std::strstr(Up_GetThreadLoggingBuffer(), "Out of memory"), nullptr);
+                if (isOnMainThread)
                     U_DeregisterMainThread();
             });
             EXPECT_LE(whole, 1);
-            EXPECT_LE(outOfMemory, row.isOnMainThread);
+            EXPECT_LE(outOfMemory, isOnMainThread);
             EXPECT_LE(outOfMemory, whole); // it never takes the place of the text
             EXPECT_EQ(others, 0);
         }
         EXPECT_EQ(whole, 1);
     }
     U_DisplayPostedErrors();
-}
-
-TEST_F(ReportFaults, AnAllocationThatFailsIsReportedWhicheverAllocationFails)
-{
-    const long points =
-        FailEachNew([&] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); },
-                    [&](long nth) {
-                        U_DisplayPostedErrors();
-                        EXPECT_LE(mShown, 1) << nth;
-                        mShown = 0;
-                    });
-    EXPECT_GT(points, 10);
-    U_AllocatePtr(kLocation, "disk cache", 0x80000000);
-    EXPECT_EQ(mShown, 1);
 }
 
 TEST_F(AllocFailure, TheSentenceNamesTheSizeAndTheOperation)
@@ -270,7 +238,6 @@ TEST_F(AllocFailure, WhateverACallbackDoesTheAllocationJustFails)
         0);
     const std::function<U_Status()> kAnswers[] = {
         [] { return 5; },
-        []() -> U_Status { throw 5; },
         []() -> U_Status { throw std::runtime_error("broken"); },
         []() -> U_Status { throw std::string("nobody's"); },
     };

@@ -79,6 +79,7 @@ void Faults::Walk(std::initializer_list<Operation> operations)
     {
         SCOPED_TRACE(operation.name);
         ASSERT_EQ(RunOnce(operation), kRight) << "with memory";
+        const long before = mHeapPoints + mNewPoints;
         WalkHeap(operation, false);
         WalkHeap(operation, true);
         WalkNew(operation);
@@ -87,6 +88,7 @@ void Faults::Walk(std::initializer_list<Operation> operations)
             WarmThread();
             WalkNew(operation);
         });
+        EXPECT_TRUE(mHeapPoints + mNewPoints > before) << "it allocates nothing";
         U_DisplayPostedErrors();
         U_ClearLastReportedError();
     }

@@ -31,6 +31,16 @@ const std::u16string_view kWide = u"a text of some forty characters: caf\u00E9, 
 const char kZString[] = "$$$/faults/text=a default that is too long for a string object";
 const char kResolved[] = "a default that is too long for a string object";
 
+// A table of a module, with one row.
+char sZString[] = "$$$/faults/row=the text of a row that is looked up";
+
+struct Table : U_LStrCache
+{
+    Table() : U_LStrCache{nullptr, 2, rows, 0} {}
+    const char* LookUp() { return U_ZLookupLStrCache(this, 0, 0, nullptr); }
+    U_LStrRow rows[2] = {{sZString, nullptr, nullptr, 0}, {}};
+};
+
 bool Is(const std::string& text, const char* expected)
 {
     return std::strcmp(text.c_str(), expected) == 0;
@@ -242,7 +252,6 @@ TEST_F(TextFaults, TextsOfTheirOwn)
 
 TEST_F(TextFaults, LStrTables)
 {
-    static char sZString[] = "$$$/faults/row=the text of a row that is looked up";
     static char sName[] = "Faults";
     const auto makeTable = [](U_LStrRow* rows) {
         rows[0] = {sZString, nullptr, nullptr, 0};
@@ -266,13 +275,6 @@ TEST_F(TextFaults, LStrTables)
 // A new handler runs in the middle of a lookup, and looks another table up.
 TEST_F(TextFaults, LookupsInANewHandler)
 {
-    static char sZString[] = "$$$/faults/row=the text of a row that is looked up";
-    struct Table : U_LStrCache
-    {
-        Table() : U_LStrCache{nullptr, 2, rows, 0} {}
-        const char* LookUp() { return U_ZLookupLStrCache(this, 0, 0, nullptr); }
-        U_LStrRow rows[2] = {{sZString, nullptr, nullptr, 0}, {}};
-    };
     static Table* sOther = nullptr;
     std::deque<Table> tables(2); // which the list keeps the addresses of
     sOther = &tables[1];
@@ -290,6 +292,20 @@ TEST_F(TextFaults, LookupsInANewHandler)
         EXPECT_STREQ(table.LookUp(), sZString + 15);
         EXPECT_EQ(table.mFlags, U_LStrCache_Listed);
     }
+    ASSERT_EQ(U_Death(), 0);
+    for (const Table& table : tables)
+        EXPECT_EQ(table.rows[0].mEnglish, nullptr);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+}
+
+TEST_F(TextFaults, ATableWhoseFirstLookupFailsIsCleanedAtDeath)
+{
+    std::deque<Table> tables(1);
+    FailEachNew([&] { tables.back().LookUp(); },
+                [&](long) {
+                    tables.back().LookUp();
+                    tables.emplace_back();
+                });
     ASSERT_EQ(U_Death(), 0);
     for (const Table& table : tables)
         EXPECT_EQ(table.rows[0].mEnglish, nullptr);

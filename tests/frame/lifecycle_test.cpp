@@ -1,5 +1,6 @@
 #include "U_Lifecycle.h"
 
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -15,10 +16,12 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Interact.h"
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DamagedRecord.h"
 #include "tests/support/ExpectedLeaks.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
@@ -52,9 +55,23 @@ protected:
 };
 } // namespace
 
-TEST_F(Lifecycle, BirthAndDeathTellTheLogInOrder)
+TEST_F(Lifecycle, ALifeBeginsAndEndsInOrder)
 {
-    ASSERT_EQ(U_Birth("Host", nullptr), 0);
+    EXPECT_EQ(U_Death(), 5889);
+    EXPECT_TRUE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 2u);
+    EXPECT_EQ(U_GetRunMode(), 0);
+    const U_u64 before = MEM_GetMemUsage();
+    mLog.Clear();
+
+    ASSERT_EQ(U_Birth("A display name of more than thirty characters", &RunModeSeven), 0);
+    EXPECT_FALSE(U_Die());
+    EXPECT_EQ(U_GetRunMode(), 7);
+    U_u64 presumed = 0;
+    EXPECT_EQ(U_PresumedAppSize(&presumed), 0);
+    EXPECT_EQ(presumed, 0x8700000u);
+    EXPECT_GT(MEM_GetMemUsage(), before + presumed); // the library's record
+    EXPECT_LT(MEM_GetMemUsage(), before + presumed + 4096);
     ASSERT_EQ(U_Death(), 0);
     EXPECT_THAT(mLog.Texts(),
                 testing::ElementsAre("Birth: U Birth", testing::StartsWith("CPU Data"),
@@ -62,6 +79,12 @@ TEST_F(Lifecycle, BirthAndDeathTellTheLogInOrder)
     EXPECT_EQ(mLog.Lines().front().level, 10);
     EXPECT_EQ(mLog.Lines().front().category, "U");
     EXPECT_EQ(mLog.Lines().back().level, 10);
+
+    EXPECT_EQ(MEM_GetMemUsage(), before);
+    EXPECT_EQ(U_GetRunMode(), 0);
+    EXPECT_TRUE(U_Die());
+    EXPECT_EQ(platform::BeepCount(), 4u);
+    EXPECT_EQ(U_Death(), 5889);
 }
 
 TEST_F(Lifecycle, SettingsAreReadAtBirth)
@@ -74,33 +97,18 @@ TEST_F(Lifecycle, SettingsAreReadAtBirth)
     U_Death();
 }
 
-TEST_F(Lifecycle, BirthChargesTheApplicationAndDeathTakesItOff)
-{
-    const U_u64 before = MEM_GetMemUsage();
-    ASSERT_EQ(U_Birth("Host", nullptr), 0);
-    U_u64 presumed = 0;
-    EXPECT_EQ(U_PresumedAppSize(&presumed), 0);
-    EXPECT_EQ(U_PresumedAppSize(nullptr), 0);
-    EXPECT_EQ(presumed, 0x8700000u);
-    EXPECT_GT(MEM_GetMemUsage(), before + presumed); // the library's record
-    EXPECT_LT(MEM_GetMemUsage(), before + presumed + 4096);
-    ASSERT_EQ(U_Death(), 0);
-    EXPECT_EQ(MEM_GetMemUsage(), before);
-}
-
+// More than heaps can exist at once.
 TEST_F(Lifecycle, ManyLivesFollowEachOther)
 {
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
     const U_u64 before = MEM_GetMemUsage();
-    for (int life = 0; life < 50; ++life)
+    for (int life = 0; life < 70000; ++life)
     {
-        ASSERT_EQ(U_Birth("Host", nullptr), 0);
-        void** handle = U_AllocateHandleQuiet(100);
-        ASSERT_TRUE(handle);
-        U_FreeHandle(handle);
+        ASSERT_EQ(U_Birth("Host", nullptr), 0) << life;
         ASSERT_EQ(U_Death(), 0);
+        ASSERT_EQ(MEM_GetMemUsage(), before) << life;
+        U_DeregisterMainThread();
     }
-    EXPECT_EQ(MEM_GetMemUsage(), before);
-    EXPECT_TRUE(mLog.Texts("MEM_DumpLeaks").empty());
 }
 
 TEST_F(Lifecycle, DeathTellsLeaksByName)
@@ -119,33 +127,55 @@ TEST_F(Lifecycle, DeathTellsLeaksByName)
         U_FreePtr(leak);
 }
 
-TEST_F(Lifecycle, DeathWithoutBirthIsRefused)
+TEST_F(Lifecycle, DeathLeavesADamagedLibraryInPlace)
 {
-    EXPECT_EQ(U_Death(), 5889);
-    ASSERT_EQ(U_Birth("Host", nullptr), 0);
-    EXPECT_EQ(U_Death(), 0);
-    EXPECT_EQ(U_Death(), 5889);
+    for (std::size_t end : {0u, 1u})
+    {
+        SCOPED_TRACE(end ? "tail" : "head");
+        platform::ResetAll();
+        CapturedAlerts alerts;
+        ASSERT_EQ(U_Birth("Host", &RunModeSeven), 0);
+        const std::vector<U_u32*> magic = FindMagicNumbers();
+        ASSERT_EQ(magic.size(), 2u);
+        void** const handle = U_AllocateHandle(0, "block", 100);
+        const U_u64 used = MEM_GetMemUsage();
+        {
+            const ScDamagedRecord damaged(magic[end]);
+            EXPECT_TRUE(U_Die());
+            EXPECT_EQ(platform::BeepCount(), 2u);
+            EXPECT_FALSE(platform::MemDialogsQuieted());
+            EXPECT_EQ(U_Death(), 2);
+            EXPECT_EQ(alerts.Texts(),
+                      std::vector<std::string>{"Internal structures damaged.\n\n( 23 :: 4 )"});
+            EXPECT_EQ(U_Death(), 2);
+            EXPECT_TRUE(platform::MemDialogsQuieted());
+            EXPECT_EQ(MEM_GetMemUsage(), used);
+            EXPECT_EQ(U_GetRunMode(), 7);
+            EXPECT_EQ(U_CheckHandleFromHeap(handle), 0);
+        }
+        // Once dying, always dying; the next life starts anew.
+        EXPECT_TRUE(U_Die());
+        EXPECT_EQ(platform::BeepCount(), 2u);
+        U_FreeHandle(handle);
+        EXPECT_EQ(U_Death(), 0);
+    }
 }
 
 TEST_F(Lifecycle, BirthWithoutANameDoesNothing)
 {
-    EXPECT_EQ(U_Birth(nullptr, nullptr), 3);
+    EXPECT_EQ(U_Birth(nullptr, &RunModeSeven), 3);
     EXPECT_TRUE(mLog.Texts("Birth").empty());
     EXPECT_FALSE(U_IsOnMainThread());
+    EXPECT_EQ(U_GetRunMode(), 0);
+    EXPECT_TRUE(U_Die());
 }
 
 TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
 {
-    struct Row
+    for (const bool isOfHeap : {true, false}) // or of the record
     {
-        const char* what;
-        bool heapToo;
-    };
-    const Row rows[] = {{"heap", true}, {"record", false}};
-    for (const Row& row : rows)
-    {
-        SCOPED_TRACE(row.what);
-        platform::SetHeapFailure([&](unsigned long long size) { return row.heapToo || size != 0; });
+        SCOPED_TRACE(isOfHeap);
+        platform::SetHeapFailure([&](unsigned long long size) { return isOfHeap || size != 0; });
         EXPECT_EQ(U_Birth("Host", &RunModeSeven), 4);
         EXPECT_TRUE(U_IsOnMainThread());
         EXPECT_EQ(U_GetRunMode(), 7);
@@ -208,34 +238,22 @@ TEST_F(Lifecycle, AFailedBirthPutsTheNewHandlerBack)
 
 TEST_F(Lifecycle, ALogThatThrowsFailsTheStepThatLogs)
 {
-    struct Row
-    {
-        const char* line;
-        U_Status code;
-    };
-    for (const Row& row : {Row{"U Hog Birth", 14}, Row{"U Birth", 0}})
-    {
-        SCOPED_TRACE(row.line);
-        platform::SetLogSink([&](int, const char*, const char*, const char* text) {
-            if (text == std::string(row.line))
-                throw std::runtime_error("log");
-        });
-        // What of another type comes out of the fatal report doesn't keep the record.
-        bool fatal = false;
-        platform::SetAlertPresenter([&](const platform::Alert& alert) {
-            if (Narrow(alert.text).find("while trying to U_Birth") == std::string::npos)
-                return;
-            fatal = true;
-            throw "alert";
-        });
-        EXPECT_EQ(U_Birth("Host", nullptr), row.code);
-        EXPECT_EQ(fatal, row.code != 0);
-        EXPECT_EQ(U_Die(), row.code != 0);
-        if (row.code)
-            MEM_AccountAllocation(-0x8700000);
-        else
-            EXPECT_EQ(U_Death(), 0);
-    }
+    platform::SetLogSink([](int, const char*, const char*, const char* text) {
+        if (text == std::string("U Hog Birth"))
+            throw std::runtime_error("log");
+    });
+    // What of another type comes out of the fatal report doesn't keep the record.
+    bool isFatal = false;
+    platform::SetAlertPresenter([&](const platform::Alert& alert) {
+        if (Narrow(alert.text).find("while trying to U_Birth") == std::string::npos)
+            return;
+        isFatal = true;
+        throw "alert";
+    });
+    EXPECT_EQ(U_Birth("Host", nullptr), 14);
+    EXPECT_TRUE(isFatal);
+    EXPECT_TRUE(U_Die());
+    MEM_AccountAllocation(-0x8700000);
 }
 
 TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
@@ -250,7 +268,6 @@ TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
         U_ClearLastReportedError(); // or the same error isn't posted again
         std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "its alert throws"); }).join();
         void* const leak = U_AllocatePtr(0, "leak", 10);
-        U_SetPurgeRequestCallback(&NoPurge, nullptr);
         auto owned = std::make_shared<int>(0);
         const std::weak_ptr<int> watched = owned;
         U_RegisterExceptionTranslatorImpl([owned](std::exception*, int*) { return false; });
@@ -272,24 +289,9 @@ TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
         EXPECT_TRUE(U_Die());
         EXPECT_EQ(std::get_new_handler(), newHandler);
         EXPECT_EQ(MEM_GetMemUsage(), used + 10);
-        U_PurgeRequestCallback callback = &NoPurge;
-        U_GetPurgeRequestCallback(&callback, nullptr);
-        EXPECT_EQ(callback, nullptr);
         EXPECT_TRUE(watched.expired());
         U_FreePtr(leak);
     }
-}
-
-TEST_F(Lifecycle, DyingIsAskedWithoutAndWithARecord)
-{
-    EXPECT_TRUE(U_Die());
-    EXPECT_EQ(platform::BeepCount(), 2u);
-    ASSERT_EQ(U_Birth("A display name of more than thirty characters", nullptr), 0);
-    EXPECT_FALSE(U_Die());
-    EXPECT_EQ(platform::BeepCount(), 2u);
-    ASSERT_EQ(U_Death(), 0);
-    EXPECT_TRUE(U_Die());
-    EXPECT_EQ(platform::BeepCount(), 4u);
 }
 
 TEST_F(Lifecycle, HandlersEndAroundThePostedErrorsOfDeath)
@@ -313,15 +315,6 @@ TEST_F(Lifecycle, HandlersEndAroundThePostedErrorsOfDeath)
     EXPECT_EQ(std::get_new_handler(), newHandler);
 }
 
-TEST_F(Lifecycle, RunModeLivesFromBirthToDeath)
-{
-    EXPECT_EQ(U_GetRunMode(), 0);
-    ASSERT_EQ(U_Birth("Host", &RunModeSeven), 0);
-    EXPECT_EQ(U_GetRunMode(), 7);
-    ASSERT_EQ(U_Death(), 0);
-    EXPECT_EQ(U_GetRunMode(), 0);
-}
-
 TEST_F(Lifecycle, DeathForgetsItsCallbacksAndKeepsTheMainThread)
 {
     ASSERT_EQ(U_Birth("Host", nullptr), 0);
@@ -339,4 +332,18 @@ TEST_F(Lifecycle, DeathForgetsItsCallbacksAndKeepsTheMainThread)
     EXPECT_EQ(callback, nullptr);
     EXPECT_EQ(kept, nullptr);
     EXPECT_TRUE(U_IsOnMainThread());
+}
+
+TEST(FreshProcessDeathTest, HasNoUIThreadNoMaskAndTranslatorsFrom100)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            const bool isEmpty = !U_IsOnUIThread() && Up_GetInteract() == 0;
+            U_Birth("Host", nullptr);
+            const U_u32 id =
+                U_RegisterExceptionTranslatorImpl([](std::exception*, int*) { return false; });
+            std::_Exit(isEmpty && id == 100 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }

@@ -35,9 +35,7 @@ namespace
 {
 namespace fs = std::filesystem;
 
-class Machine : public BornLibrary
-{
-};
+typedef BornLibrary Machine;
 
 // A folder in the form in which the system tells of its processors.
 class ProcessorFolder
@@ -177,7 +175,6 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
     const Row rows[] = {
         {"two cores", "0-1", {"0", "1"}, 2, 2},
         {"pairs of threads", "0-7", Pairs(4), 4, 8},
-        {"neighbours", "0-3", {"0-1", "0-1", "2-3", "2-3"}, 2, 4},
         {"large and small cores", "0-3", {"0-1", "0-1", "2", "3"}, 3, 4},
         {"more than a mask holds", "0-191", Pairs(96), 96, 192},
         {"some switched off", "0,2-3", {"0", "1", "2", "3"}, 3, 3},
@@ -186,8 +183,6 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
         {"a core without its processor", "0-1", {"0", "0"}, 1, 1},
         {"words", "all of them", {"0"}, 1, 1},
         {"an endless list", "0-4294967295", {"0"}, 1, 1},
-        {"siblings that can't be", "0", {"0-99999999"}, 1, 1},
-        {"a range backwards", "7-0", {"0"}, 1, 1},
     };
     for (const Row& row : rows)
     {
@@ -231,6 +226,8 @@ TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)
 {
     U_u64 start = 0;
     const double before = Seconds();
+    EXPECT_EQ(U_SecondsSinceBoot(nullptr), 3);
+    EXPECT_EQ(U_MillisecondsSinceBoot(nullptr), 3);
     EXPECT_EQ(U_MillisecondsSinceBoot(&start), 0);
     EXPECT_GE(start, static_cast<U_u64>(before * 1000));
     EXPECT_LE(start, static_cast<U_u64>(Seconds() * 1000));
@@ -253,47 +250,24 @@ TEST_F(Machine, TheThreadCountIsTheHostsUnlessNegative)
 {
     const U_i32 machine = static_cast<U_i32>(std::thread::hardware_concurrency());
     const std::pair<U_i32, U_i32> rows[] = {
-        {4, 4}, {-1, machine}, {0, 0}, {std::numeric_limits<U_i32>::min(), machine}, {-1, machine}};
-    U_i32 count = 0;
-    EXPECT_EQ(U_GetNumThreads(&count), 0);
-    EXPECT_EQ(count, machine);
+        {4, 4}, {0, 0}, {std::numeric_limits<U_i32>::min(), machine}, {-1, machine}};
     for (const auto& [set, got] : rows)
     {
+        U_i32 count = 0;
         EXPECT_EQ(U_SetNumThreads(set), 0);
         EXPECT_EQ(U_GetNumThreads(&count), 0);
         EXPECT_EQ(count, got) << set;
     }
-}
-
-TEST_F(Machine, ANullAnswerIsRefused)
-{
-    EXPECT_EQ(U_SecondsSinceBoot(nullptr), 3);
-    EXPECT_EQ(U_MillisecondsSinceBoot(nullptr), 3);
     EXPECT_EQ(U_GetNumThreads(nullptr), 3);
 }
 
 TEST_F(Machine, AllKeysOfTheMaskMustBeDown)
 {
-    struct Row
-    {
-        unsigned int down;
-        U_u32 mask;
-        bool expected;
-    };
-    const Row rows[] = {
-        {0, 0, true},
-        {kModifierShift, 0, true},
-        {kModifierShift, kModifierShift, true},
-        {kModifierShift, kModifierShift | kModifierOption, false},
-        {kModifierShift | kModifierOption | kModifierControl, kModifierShift | kModifierOption,
-         true},
-        {0, kModifierCommand, false},
-    };
-    for (const Row& row : rows)
-    {
-        platform::SetModifierKeys(row.down);
-        EXPECT_EQ(U_ModKeyDown(row.mask), row.expected) << row.down << " " << row.mask;
-    }
+    platform::SetModifierKeys(kModifierShift | kModifierControl);
+    for (U_u32 mask : {0u, 0u + kModifierShift, 0u + (kModifierShift | kModifierControl)})
+        EXPECT_TRUE(U_ModKeyDown(mask)) << mask;
+    EXPECT_FALSE(U_ModKeyDown(kModifierShift | kModifierOption));
+    EXPECT_FALSE(U_ModKeyDown(kModifierCommand));
 }
 
 TEST_F(Machine, SwapsReverseTheBytes)
@@ -319,44 +293,26 @@ TEST_F(Machine, SwapsReverseTheBytes)
 
 TEST_F(Machine, FillsWriteTheirBytesAndNoOthers)
 {
-    const U_i32 counts[] = {std::numeric_limits<U_i32>::min(),
-                            -1,
-                            0,
-                            1,
-                            2,
-                            3,
-                            4,
-                            5,
-                            7,
-                            8,
-                            9,
-                            15,
-                            16,
-                            17,
-                            31,
-                            32,
-                            33,
-                            63,
-                            64,
-                            65,
-                            100};
     for (const std::size_t width : {2u, 4u})
     {
+        const U_u32 value = width == 2 ? 0x1234 : 0x12345678;
+        const auto fill = [&](U_i32 count, unsigned char* out) {
+            if (width == 2)
+                Up_Memset16(0x1234, count, out);
+            else
+                Up_Memset32(value, count, out);
+        };
         for (std::size_t offset = 0; offset < 17; ++offset)
         {
-            for (const U_i32 count : counts)
+            std::vector<unsigned char> got(480, 0xEE);
+            std::vector<unsigned char> expected = got;
+            fill(std::numeric_limits<U_i32>::min(), &got[offset]);
+            fill(-1, &got[offset]);
+            for (std::size_t count = 0; count <= 100; ++count)
             {
-                std::vector<unsigned char> got(480, 0xEE);
-                std::vector<unsigned char> expected = got;
-                const U_u32 value = width == 2 ? 0x1234 : 0x12345678;
-                for (U_i32 i = 0; i < count; ++i)
-                    std::memcpy(&expected[offset + static_cast<std::size_t>(i) * width], &value,
-                                width);
-                if (width == 2)
-                    Up_Memset16(0x1234, count, &got[offset]);
-                else
-                    Up_Memset32(0x12345678, count, &got[offset]);
+                fill(static_cast<U_i32>(count), &got[offset]);
                 ASSERT_EQ(got, expected) << width << " " << offset << " " << count;
+                std::memcpy(&expected[offset + count * width], &value, width);
             }
         }
     }
@@ -364,33 +320,29 @@ TEST_F(Machine, FillsWriteTheirBytesAndNoOthers)
 
 TEST_F(Machine, PointersThatDontFitAreRefused)
 {
-    const U_u32 fitting[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-    for (U_u32 number : fitting)
+    for (U_u32 number : {0u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
         EXPECT_EQ(U_PointerToInt32(U_Int32ToPointer(number)), number);
-    const std::pair<intptr_t, bool> wide[] = {{0x100000000, false},
-                                              {std::numeric_limits<intptr_t>::max(), false},
-                                              {std::numeric_limits<intptr_t>::min(), true},
-                                              {-1, true}};
-    for (const auto& [number, negative] : wide)
-    {
-        SCOPED_TRACE(number);
+    const auto caught = [](intptr_t number) -> std::string {
         void* const pointer = U_IntPtrToPointer(number);
         EXPECT_EQ(U_PointerToIntPtr(pointer), number);
-        std::string caught;
         try
         {
             U_PointerToInt32(pointer);
         }
         catch (const boost::numeric::negative_overflow& overflow)
         {
-            caught = std::string("negative ") + overflow.what();
+            return std::string("negative ") + overflow.what();
         }
         catch (const boost::numeric::positive_overflow& overflow)
         {
-            caught = std::string("positive ") + overflow.what();
+            return std::string("positive ") + overflow.what();
         }
-        EXPECT_EQ(caught, negative ? "negative bad cast" : "positive bad cast");
-    }
+        return "";
+    };
+    EXPECT_EQ(caught(0x100000000), "positive bad cast");
+    EXPECT_EQ(caught(std::numeric_limits<intptr_t>::max()), "positive bad cast");
+    EXPECT_EQ(caught(std::numeric_limits<intptr_t>::min()), "negative bad cast");
+    EXPECT_EQ(caught(-1), "negative bad cast");
 }
 
 TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
@@ -405,12 +357,10 @@ TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
     const std::string clef = "\xF0\x9D\x84\x9E"; // two units
     const std::string x30(30, 'x');
     const Row rows[] = {
-        {"render7", "anna", "render7", "anna"},
         {"render7.farm.example", "r\xC3\xA9mi", "render7", "r\xC3\xA9mi"},
         {x30 + "1", std::string(256, 'u'), x30 + "1", std::string(256, 'u')},
         {x30 + "12", std::string(257, 'u'), x30 + "1", ""},
         {x30 + clef, clef, x30, clef},
-        {"", "", "", ""},
         {".example", "\xFF", "", "\xEF\xBF\xBD"},
     };
     for (const Row& row : rows)

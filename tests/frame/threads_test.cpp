@@ -1,6 +1,7 @@
 #include "U_Threads.h"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -30,9 +31,29 @@ protected:
 struct Role
 {
     const char* name;
-    void (*registerThread)();
-    void (*deregisterThread)();
+    void (*enter)();
+    void (*leave)();
     bool (*isOn)();
+    bool (*isOf)(U_u32 threadId);
+    bool isListed; // by many threads; else the last one has it
+    const char* registered;
+    const char* removed;
+    const char* as;
+};
+
+const Role kRoles[] = {
+    {"main", &U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread, &U_IsMainThreadID,
+     true, "U_RegisterMainThread registered ", "U_RegisterMainThread removed ",
+     " as a main thread"},
+    {"render", &U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread,
+     &U_IsRenderThreadID, true, "U_RegisterRenderThread registered ",
+     "U_RegisterRenderThread removed ", " as a render thread"},
+    {"psl", &U_RegisterPSLThread, &U_DeregisterPSLThread, &U_IsOnPSLThread,
+     [](U_u32 threadId) { return U_PSLThreadID() == threadId; }, false,
+     "U_RegisterPSLThread registered ", "U_RegisterPSLThread removed ", " as the psl thread"},
+    {"pr", &U_RegisterPRThread, &U_DeregisterPRThread, &U_IsOnPRThread,
+     [](U_u32 threadId) { return U_PRThreadID() == threadId; }, false,
+     "U_RegisterPRThread registered ", "U_RegisterPRThread removed ", " as the pr thread"},
 };
 } // namespace
 
@@ -59,121 +80,70 @@ TEST_F(Threads, TheFirstMainThreadIsTheUIThread)
 
 TEST_F(Threads, ListedRolesNestAndSingleRolesAreOverwritten)
 {
-    const Role listed[] = {
-        {"main", &U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread},
-        {"render", &U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread},
-    };
-    for (const Role& role : listed)
+    for (const Role& role : kRoles)
     {
         SCOPED_TRACE(role.name);
-        role.deregisterThread(); // not in the list: nothing happens
-        role.registerThread();
+        role.leave(); // not in the list: nothing happens
+        role.enter();
+        for (const Role& asked : kRoles)
+            EXPECT_EQ(asked.isOn(), &asked == &role) << asked.name;
+        const U_u32 here = krobase::threads::GetCurrentThreadID();
         OnFreshThread([&] {
             EXPECT_FALSE(role.isOn());
-            role.deregisterThread();
+            EXPECT_TRUE(role.isOf(here));
+            if (!role.isListed)
+                role.enter();
+            EXPECT_EQ(role.isOn(), !role.isListed);
+            role.leave();
         });
-        role.registerThread();
-        role.deregisterThread();
-        EXPECT_TRUE(role.isOn());
-        role.deregisterThread();
+        EXPECT_EQ(role.isOn(), role.isListed);
+        role.enter();
+        OnFreshThread(role.leave);
+        EXPECT_EQ(role.isOn(), role.isListed);
+        role.leave();
+        EXPECT_EQ(role.isOn(), role.isListed) << "entered twice";
+        role.leave();
         EXPECT_FALSE(role.isOn());
     }
-
-    const Role single[] = {
-        {"psl", &U_RegisterPSLThread, &U_DeregisterPSLThread, &U_IsOnPSLThread},
-        {"pr", &U_RegisterPRThread, &U_DeregisterPRThread, &U_IsOnPRThread},
-    };
-    for (const Role& role : single)
-    {
-        SCOPED_TRACE(role.name);
-        role.registerThread();
-        EXPECT_TRUE(role.isOn());
-        OnFreshThread([&] {
-            EXPECT_FALSE(role.isOn());
-            role.registerThread();
-            EXPECT_TRUE(role.isOn());
-        });
-        EXPECT_FALSE(role.isOn());
-        OnFreshThread(role.deregisterThread);
-        EXPECT_FALSE(role.isOn());
-    }
-    EXPECT_EQ(U_PSLThreadID(), U_NoThreadID);
-    EXPECT_EQ(U_PRThreadID(), U_NoThreadID);
-}
-
-TEST_F(Threads, IdsAnswerForOtherThreads)
-{
-    U_RegisterMainThread();
-    U_RegisterRenderThread();
-    U_RegisterPSLThread();
-    U_RegisterPRThread();
-    const U_u32 id = krobase::threads::GetCurrentThreadID();
-    OnFreshThread([=] {
-        EXPECT_TRUE(U_IsMainThreadID(id));
-        EXPECT_TRUE(U_IsRenderThreadID(id));
-        EXPECT_EQ(U_PSLThreadID(), id);
-        EXPECT_EQ(U_PRThreadID(), id);
-        EXPECT_FALSE(U_IsMainThreadID(krobase::threads::GetCurrentThreadID()));
-    });
 }
 
 TEST_F(Threads, EachChangeOfRolesIsTraced)
 {
-    struct Row
-    {
-        void (*change)();
-        const char* before;
-        const char* after;
-    };
-    const Row rows[] = {
-        {&U_RegisterMainThread, "U_RegisterMainThread registered ", " as a main thread"},
-        {&U_DeregisterMainThread, "U_RegisterMainThread removed ", " as a main thread"},
-        {&U_RegisterRenderThread, "U_RegisterRenderThread registered ", " as a render thread"},
-        {&U_DeregisterRenderThread, "U_RegisterRenderThread removed ", " as a render thread"},
-        {&U_RegisterPSLThread, "U_RegisterPSLThread registered ", " as the psl thread"},
-        {&U_DeregisterPSLThread, "U_RegisterPSLThread removed ", " as the psl thread"},
-        {&U_RegisterPRThread, "U_RegisterPRThread registered ", " as the pr thread"},
-        {&U_DeregisterPRThread, "U_RegisterPRThread removed ", " as the pr thread"},
-    };
     std::string traced;
     platform::SetTraceSink([&](const char* text) { traced += text; });
     const std::string id = std::to_string(krobase::threads::GetCurrentThreadID());
-    for (const Row& row : rows)
-    {
-        SCOPED_TRACE(row.before);
+    const auto traceOf = [&](void (*change)(), int level) {
         traced.clear();
-        row.change();
-        EXPECT_EQ(traced, "") << "off";
-        platform::SetTrace("U_THREADS", 5);
-        row.change();
-        EXPECT_EQ(traced, "") << "at a lower level";
-        platform::SetTrace("U_THREADS", 6);
-        row.change();
-        EXPECT_EQ(traced, "<" + id + "> <U_THREADS> <6> " + row.before + id + row.after + "\r\n");
+        platform::SetTrace("U_THREADS", level);
+        change();
         platform::SetTrace(nullptr, 0);
+        return traced;
+    };
+    for (const Role& role : kRoles)
+    {
+        SCOPED_TRACE(role.name);
+        const std::string ending = id + role.as + "\r\n";
+        const std::string start = "<" + id + "> <U_THREADS> <6> ";
+        EXPECT_EQ(traceOf(role.enter, 5), "") << "at a lower level";
+        EXPECT_EQ(traceOf(role.enter, 6), start + role.registered + ending);
+        EXPECT_EQ(traceOf(role.leave, 6), start + role.removed + ending);
     }
 }
 
 TEST_F(Threads, AThreadGetsItsNameCutAtACharacter)
 {
-    struct Row
-    {
-        const char* name;
-        const char* seen;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"Render 1", "Render 1"},
         {"A name of more than 15", "A name of more "},
         {"Fourteen bytes\xC3\xA9", "Fourteen bytes"},
-        {"", ""},
     };
     OnFreshThread([&] {
-        for (const Row& row : rows)
+        for (const auto& [name, expected] : rows)
         {
-            U_SetCurrentThreadName(row.name);
+            U_SetCurrentThreadName(name);
             char seen[16] = {};
             pthread_getname_np(pthread_self(), seen, sizeof(seen));
-            EXPECT_STREQ(seen, row.seen);
+            EXPECT_STREQ(seen, expected);
         }
         U_SetCurrentThreadName(nullptr);
     });

@@ -1,10 +1,12 @@
+#include <any>
 #include <atomic>
-#include <chrono>
-#include <future>
+#include <memory>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include <win32/atl.h>
@@ -13,26 +15,24 @@
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/FreshThread.h"
 
 namespace
 {
-std::atomic<int> sTranslatedWithoutMemory(0);
+int sTranslatedWithoutMemory = 0;
 
 // Stands for what a host does when memory runs out: here another thread has an
-// exception to translate, and isn't kept waiting.
+// exception to translate, and would wait forever for the lock.
 void TranslateElsewhere()
 {
     std::set_new_handler(nullptr);
-    std::packaged_task<U_Status()> task([] {
+    OnFreshThread([] {
         std::runtime_error error("elsewhere");
-        return U_TranslateAndReportException(error);
+        U_TranslateAndReportException(error);
     });
-    std::future<U_Status> code = task.get_future();
-    std::thread other(std::move(task));
-    sTranslatedWithoutMemory +=
-        code.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
-    other.detach();
+    ++sTranslatedWithoutMemory;
 }
 
 class Translators : public BornLibrary
@@ -72,14 +72,6 @@ TEST_F(Translators, TheNewestIsAskedFirstAndTheFirstToTakeItWins)
     EXPECT_TRUE(mLog.Texts().empty());
 }
 
-TEST_F(Translators, IdsAreNeverGivenAgain)
-{
-    const U_u32 first = Register(1, false, 0);
-    EXPECT_GE(first, 100u);
-    U_UnregisterExceptionTranslator(first);
-    EXPECT_EQ(Register(2, false, 0), first + 1);
-}
-
 TEST_F(Translators, RegisteringWithoutMemoryKeepsNobodyWaiting)
 {
     const std::new_handler before = std::get_new_handler();
@@ -94,12 +86,17 @@ TEST_F(Translators, RegisteringWithoutMemoryKeepsNobodyWaiting)
             std::set_new_handler(before);
         });
     EXPECT_GT(failed, 1);
-    EXPECT_EQ(sTranslatedWithoutMemory.exchange(0), failed);
+    EXPECT_EQ(std::exchange(sTranslatedWithoutMemory, 0), failed);
 }
 
-TEST_F(Translators, FourteenStandsIfNothingIsStored)
+TEST_F(Translators, FourteenStandsIfTheOneThatTakesItStoresNothing)
 {
     Register(1, true, 0);
+    EXPECT_EQ(Translate(), 14);
+    U_RegisterExceptionTranslatorImpl([](std::exception*, int* code) {
+        *code = 99;
+        return false;
+    });
     EXPECT_EQ(Translate(), 14);
     EXPECT_TRUE(mLog.Texts().empty());
 }
@@ -107,13 +104,15 @@ TEST_F(Translators, FourteenStandsIfNothingIsStored)
 TEST_F(Translators, MemoryAndCastsNeverReachThem)
 {
     Register(1, true, 101);
-    std::bad_alloc noMemory;
-    std::bad_cast badCast;
+    std::bad_array_new_length noMemory;
+    std::bad_any_cast badCast;
+    std::bad_typeid badType;
     EXPECT_EQ(U_TranslateAndReportException(noMemory), 4);
     EXPECT_EQ(U_TranslateAndReportException(badCast), 3);
     EXPECT_TRUE(mAsked.empty());
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               std::vector<std::string>{"Test Host error: Unexpected data type\t"});
+    EXPECT_EQ(U_TranslateAndReportException(badType), 101);
 }
 
 TEST_F(Translators, WhatNobodyTakesIsLogged)
@@ -137,15 +136,23 @@ TEST_F(Translators, WhatOneThrowsStandsForItsCodeOrIsPassedOver)
 
 TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
 {
+    Register(1, true, 101);
+    const U_u32 older = Register(2, true, 102);
     U_u32 self = 0;
-    self = U_RegisterExceptionTranslatorImpl([&](std::exception* exception, int* out) {
+    auto text = std::make_shared<std::string>("alive");
+    const std::weak_ptr<std::string> watched = text;
+    self = U_RegisterExceptionTranslatorImpl([&, text](std::exception* exception, int* out) {
         U_UnregisterExceptionTranslator(self);
-        Register(2, true, 102);
+        U_UnregisterExceptionTranslator(older);
         *out = U_TranslateAndReportException(*exception) + 100;
+        Register(3, true, 103);
+        EXPECT_EQ(*text, "alive"); // its own state stays whole until it returns
         return true;
     });
-    EXPECT_EQ(Translate(), 202);
-    EXPECT_EQ(Translate(), 102);
+    text.reset();
+    EXPECT_EQ(Translate(), 201);
+    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(Translate(), 103);
 }
 
 TEST_F(Translators, RunOneThreadAtATime)
@@ -172,15 +179,19 @@ TEST_F(Translators, RunOneThreadAtATime)
     EXPECT_EQ(most, 1);
 }
 
-TEST_F(Translators, GoWithDeath)
+TEST_F(Translators, GoWithDeathAndTheirIdsAreNeverGivenAgain)
 {
-    Register(1, true, 101);
+    const U_u32 first = Register(1, true, 101);
     ASSERT_EQ(U_Death(), 0);
     EXPECT_EQ(Register(2, true, 102), 0u);
     EXPECT_EQ(Translate(), 14);
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     EXPECT_EQ(Translate(), 14);
     EXPECT_TRUE(mAsked.empty());
+    const U_u32 next = Register(1, true, 101);
+    EXPECT_EQ(next, first + 1);
+    U_UnregisterExceptionTranslator(next);
+    EXPECT_EQ(Register(1, true, 101), next + 1);
 }
 
 TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
@@ -188,14 +199,18 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
     struct Row
     {
         unsigned int result;
-        const char* text; // null if the system knows none
         U_Status callback;
         int thrown;
+        std::vector<std::string> told; // empty if the system knows no text
     };
-    const Row rows[] = {{0x80004005, "Unspecified error", 0, 1},
-                        {0x80070002, "No such file or directory", 0, 1},
-                        {0x80070002, "No such file or directory", 55, 55},
-                        {0x8ABCDEF0, nullptr, 0, 0}};
+    const std::vector<std::string> kNoFile = {
+        "U_Sev_WARNING: Test Host warning: No such file or directory.\r\n\t"};
+    const Row rows[] = {
+        {0x80004005, 0, 1, {"U_Sev_WARNING: Test Host warning: Unspecified error.\r\n\t"}},
+        {0x80070002, 0, 1, kNoFile},
+        {0x80070002, 55, 55, kNoFile},
+        {0x8ABCDEF0, 0, 0, {}},
+    };
     U_Status answer = 0;
     U_AddLoggingCallback(
         [](void* refcon, U_u32, U_u16, const char*) { return *static_cast<U_Status*>(refcon); },
@@ -206,20 +221,8 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
         answer = row.callback;
         mLog.Clear();
         ATL::CAtlException exception(static_cast<int>(row.result));
-        int thrown = 0;
-        try
-        {
-            TranslateAndThrowATLException(exception, __FILE__, __LINE__);
-        }
-        catch (int code)
-        {
-            thrown = code;
-        }
-        EXPECT_EQ(thrown, row.thrown);
-        std::vector<std::string> told;
-        if (row.text)
-            told.push_back(std::string("U_Sev_WARNING: Test Host warning: ") + row.text +
-                           ".\r\n\t");
-        EXPECT_EQ(mLog.Texts(), told);
+        EXPECT_EQ(CodeThrown([&] { TranslateAndThrowATLException(exception, __FILE__, __LINE__); }),
+                  row.thrown);
+        EXPECT_EQ(mLog.Texts(), row.told);
     }
 }
