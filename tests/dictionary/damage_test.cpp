@@ -4,6 +4,7 @@
 #include <random>
 #include <sstream>
 #include <streambuf>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -36,42 +37,32 @@ void ExpectRefused(const std::string& image, Way way)
     EXPECT_EQ(TextOf(hash, "a"), u"1");
 }
 
-// A source that gives so many bytes and then fails.
-class FailingBuffer : public std::streambuf
-{
-public:
-    explicit FailingBuffer(const std::string& bytes) : mBytes(bytes)
-    {
-        setg(mBytes.data(), mBytes.data(), mBytes.data() + mBytes.size());
-    }
-
-protected:
-    int_type underflow() override { throw std::runtime_error("the device is gone"); }
-
-private:
-    std::string mBytes;
-};
-
-// One that only reads on, byte by byte.
+// A source that only reads on, byte by byte, and may fail at its end.
 class PipeBuffer : public std::streambuf
 {
 public:
-    explicit PipeBuffer(const std::string& bytes) : mBytes(bytes) {}
+    explicit PipeBuffer(const std::string& bytes, bool failsAtEnd = false)
+        : mBytes(bytes), mFailsAtEnd(failsAtEnd)
+    {
+    }
 
 protected:
     int_type underflow() override
     {
-        if (mNext == mBytes.size())
-            return traits_type::eof();
-        mByte = mBytes[mNext++];
-        setg(&mByte, &mByte, &mByte + 1);
-        return traits_type::to_int_type(mByte);
+        if (mNext < mBytes.size())
+        {
+            setg(&mBytes[mNext], &mBytes[mNext], &mBytes[mNext] + 1);
+            return traits_type::to_int_type(mBytes[mNext++]);
+        }
+        if (mFailsAtEnd)
+            throw std::runtime_error("the device is gone");
+        return traits_type::eof();
     }
 
 private:
     std::string mBytes;
     std::size_t mNext = 0;
-    char mByte = 0;
+    const bool mFailsAtEnd;
 };
 } // namespace
 
@@ -97,57 +88,45 @@ TEST(Damage, EveryTruncationIsRefusedAndItsFieldNamed)
 
 TEST(Damage, EachFieldIsCheckedAndNamed)
 {
-    struct Patch
-    {
-        const char* field;
-        std::size_t item; // of so many bytes each
-        std::size_t width;
-        std::uint64_t value;
-        const char* named;
-        const char* problem;
-    };
     const char kShort[] = "the image ends too early";
     const char kBeyond[] = "one lies beyond its pool";
     const char kReaches[] = "one reaches beyond its pool";
     const char kSplit[] = "one splits a unit";
     const char kNotBelow[] = "one isn't below the count";
-    const Patch patches[] = {
-        {"locale length", 0, 4, 0xFFFFFFFF, "locale name", kShort},
-        {"count", 0, 4, 0xFFFFFFFF, "key offsets", kShort},
-        {"count", 0, 4, 0x40000000, "key offsets", kShort}, // times 4 is 2^32
-        {"byte-order byte", 0, 1, 2, "byte-order byte", "it is neither 0 nor 1"},
-        {"byte-order byte", 0, 1, 0x81, "byte-order byte", "it is neither 0 nor 1"},
-        {"buckets", 0, 4, 0xFFFFFFFF, "bucket numbers", kShort},
-        {"key pool size", 0, 4, 0xFFFFFFFF, "key pool", kShort},
-        {"key pool size", 0, 4, 17, "key lengths", kReaches},
-        {"value pool size", 0, 4, 0xFFFFFFFE, "value pool", kShort},
-        {"value pool size", 0, 4, 15, "value pool size", "it isn't a whole number of units"},
-        {"key offsets", 1, 4, 19, "key offsets", kBeyond},
-        {"key offsets", 1, 4, 14, "key lengths", kReaches},
-        {"key offsets", 2, 4, 0xFFFFFFFF, "key offsets", kBeyond},
-        {"key lengths", 2, 2, 6, "key lengths", kReaches},
-        {"key lengths", 0, 2, 0xFFFF, "key lengths", kReaches},
-        {"value offsets", 0, 4, 1, "value offsets", kSplit},
-        {"value offsets", 2, 4, 18, "value offsets", kBeyond},
-        {"value offsets", 2, 4, 0xFFFFFFFE, "value offsets", kBeyond},
-        {"value lengths", 1, 2, 7, "value lengths", kSplit},
-        {"value lengths", 2, 2, 4, "value lengths", kReaches},
-        {"bucket numbers", 2, 2, 1021, "bucket numbers", "one is above 1020"},
-        {"bucket numbers", 0, 2, 1020, "bucket numbers", "they don't ascend"},
-        {"bucket sizes", 0, 4, 0xFFFFFFFF, "bucket identifiers", kShort},
-        {"bucket identifiers", 1, 4, 3, "bucket identifiers", kNotBelow},
-        {"bucket identifiers", 0, 4, 0xFFFFFFFF, "bucket identifiers", kNotBelow},
-        {"comment count", 0, 4, 0xFFFFFFFF, "comment identifiers", kShort},
-        {"comment pool size", 0, 4, 0xFFFFFFFE, "comment pool", kShort},
-        {"comment pool size", 0, 4, 17, "comment pool size", "it isn't a whole number of units"},
-        {"comment pool size", 0, 4, 16, "comment lengths", kReaches},
-        {"comment identifiers", 1, 4, 3, "comment identifiers", kNotBelow},
-        {"comment identifiers", 1, 4, 0, "comment identifiers", "they don't ascend"},
-        {"comment offsets", 1, 4, 20, "comment offsets", kBeyond},
-        {"comment offsets", 0, 4, 3, "comment offsets", kSplit},
-        {"comment lengths", 0, 2, 20, "comment lengths", kReaches},
-        {"comment lengths", 1, 2, 9, "comment lengths", kSplit},
-    };
+    // A field, its item of so many bytes, the value put there; what is told.
+    const std::tuple<const char*, std::size_t, std::size_t, std::uint64_t, const char*, const char*>
+        patches[] = {
+            {"locale length", 0, 4, 0xFFFFFFFF, "locale name", kShort},
+            {"count", 0, 4, 0x40000000, "key offsets", kShort}, // times 4 is 2^32
+            {"byte-order byte", 0, 1, 2, "byte-order byte", "it is neither 0 nor 1"},
+            {"buckets", 0, 4, 0xFFFFFFFF, "bucket numbers", kShort},
+            {"key pool size", 0, 4, 0xFFFFFFFF, "key pool", kShort},
+            {"key pool size", 0, 4, 17, "key lengths", kReaches},
+            {"value pool size", 0, 4, 0xFFFFFFFE, "value pool", kShort},
+            {"value pool size", 0, 4, 15, "value pool size", "it isn't a whole number of units"},
+            {"key offsets", 1, 4, 19, "key offsets", kBeyond},
+            {"key offsets", 1, 4, 14, "key lengths", kReaches},
+            {"key lengths", 2, 2, 6, "key lengths", kReaches},
+            {"value offsets", 0, 4, 1, "value offsets", kSplit},
+            {"value offsets", 2, 4, 18, "value offsets", kBeyond},
+            {"value lengths", 1, 2, 7, "value lengths", kSplit},
+            {"value lengths", 2, 2, 4, "value lengths", kReaches},
+            {"bucket numbers", 2, 2, 1021, "bucket numbers", "one is above 1020"},
+            {"bucket numbers", 0, 2, 1020, "bucket numbers", "they don't ascend"},
+            {"bucket sizes", 0, 4, 0xFFFFFFFF, "bucket identifiers", kShort},
+            {"bucket identifiers", 1, 4, 3, "bucket identifiers", kNotBelow},
+            {"comment count", 0, 4, 0xFFFFFFFF, "comment identifiers", kShort},
+            {"comment pool size", 0, 4, 0xFFFFFFFE, "comment pool", kShort},
+            {"comment pool size", 0, 4, 17, "comment pool size",
+             "it isn't a whole number of units"},
+            {"comment pool size", 0, 4, 16, "comment lengths", kReaches},
+            {"comment identifiers", 1, 4, 3, "comment identifiers", kNotBelow},
+            {"comment identifiers", 1, 4, 0, "comment identifiers", "they don't ascend"},
+            {"comment offsets", 1, 4, 20, "comment offsets", kBeyond},
+            {"comment offsets", 0, 4, 3, "comment offsets", kSplit},
+            {"comment lengths", 0, 2, 20, "comment lengths", kReaches},
+            {"comment lengths", 1, 2, 9, "comment lengths", kSplit},
+        };
     for (const bool bigEndian : {false, true})
     {
         const ImageBuilder whole = BuildFlat(kDamaged, {7, bigEndian, "xx_XX", 0, 'Y'});
@@ -202,16 +181,13 @@ TEST(Damage, CheckAgreesWithTheLoadsOnSpoiltImages)
 
 TEST(Damage, EmptyAndMissingImagesAreRefused)
 {
-    Dictionary dictionary;
-    dictionary.LoadFromMemory(nullptr, 100, true);
-    EXPECT_FALSE(dictionary.IsGood());
     const unsigned char byte = 'a';
-    for (const std::int32_t size : {0, -1})
+    for (const std::int32_t size : {0, -1, 100})
     {
-        Dictionary other;
-        other.LoadFromMemory(&byte, size, true);
-        EXPECT_FALSE(other.IsGood());
-        EXPECT_FALSE(other.HasString("a"));
+        Dictionary dictionary;
+        dictionary.LoadFromMemory(size > 0 ? nullptr : &byte, size, true);
+        EXPECT_FALSE(dictionary.IsGood());
+        EXPECT_FALSE(dictionary.HasString("a"));
     }
     EXPECT_EQ(hollin::CheckImage(nullptr, 0).mField, "image");
     ExpectRefused("", Way::kStream);
@@ -225,7 +201,7 @@ TEST(DamagedStream, ThatFailsGivesNothing)
     {
         for (const std::string& bytes : {image, image.substr(0, 40), std::string("a=1\nb=2\n")})
         {
-            FailingBuffer buffer(bytes);
+            PipeBuffer buffer(bytes, true);
             std::istream stream(&buffer);
             stream.exceptions(mask);
             Dictionary dictionary;

@@ -1,6 +1,6 @@
 // Escapes, and named and numbered characters.
 
-#include <chrono>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,25 +73,19 @@ TEST(Expansion, NamesStandForCharacters)
 // Every name of a set has its code point, so that no row is missing or slips.
 TEST(Expansion, TheLatin1SetIsWhole)
 {
-    const char* const names[] = {
-        "nbsp",   "iexcl",  "cent",   "pound",  "curren", "yen",    "brvbar", "sect",   "uml",
-        "copy",   "ordf",   "laquo",  "not",    "shy",    "reg",    "macr",   "deg",    "plusmn",
-        "sup2",   "sup3",   "acute",  "micro",  "para",   "middot", "cedil",  "sup1",   "ordm",
-        "raquo",  "frac14", "frac12", "frac34", "iquest", "Agrave", "Aacute", "Acirc",  "Atilde",
-        "Auml",   "Aring",  "AElig",  "Ccedil", "Egrave", "Eacute", "Ecirc",  "Euml",   "Igrave",
-        "Iacute", "Icirc",  "Iuml",   "ETH",    "Ntilde", "Ograve", "Oacute", "Ocirc",  "Otilde",
-        "Ouml",   "times",  "Oslash", "Ugrave", "Uacute", "Ucirc",  "Uuml",   "Yacute", "THORN",
-        "szlig",  "agrave", "aacute", "acirc",  "atilde", "auml",   "aring",  "aelig",  "ccedil",
-        "egrave", "eacute", "ecirc",  "euml",   "igrave", "iacute", "icirc",  "iuml",   "eth",
-        "ntilde", "ograve", "oacute", "ocirc",  "otilde", "ouml",   "divide", "oslash", "ugrave",
-        "uacute", "ucirc",  "uuml",   "yacute", "thorn",  "yuml",
-    };
+    std::istringstream names(
+        "nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg macr deg "
+        "plusmn sup2 sup3 acute micro para middot cedil sup1 ordm raquo frac14 frac12 frac34 "
+        "iquest Agrave Aacute Acirc Atilde Auml Aring AElig Ccedil Egrave Eacute Ecirc Euml "
+        "Igrave Iacute Icirc Iuml ETH Ntilde Ograve Oacute Ocirc Otilde Ouml times Oslash Ugrave "
+        "Uacute Ucirc Uuml Yacute THORN szlig agrave aacute acirc atilde auml aring aelig ccedil "
+        "egrave eacute ecirc euml igrave iacute icirc iuml eth ntilde ograve oacute ocirc otilde "
+        "ouml divide oslash ugrave uacute ucirc uuml yacute thorn yuml");
     char16_t expected = 0x00A0;
-    for (const std::string name : names)
+    for (std::string name; names >> name; ++expected)
     {
         const std::u16string written(name.begin(), name.end());
         EXPECT_EQ(Expand(u"#{" + written + u"}"), std::u16string(1, expected)) << name;
-        ++expected;
     }
     EXPECT_EQ(expected, 0x0100);
 }
@@ -118,17 +112,4 @@ TEST(Expansion, NumbersStandForCharacters)
                     {u"#{0}", std::u16string(1, 0)}});
     ExpectKept({u"#{U+12345}", u"#{00041}", u"#{U+}", u"#{u}", u"#{U41}", u"#{u+41}", u"#{g}",
                 u"#{4g}", u"#{uU+41}", u"#{U+u41}", u"#{+41}", u"#{-1}", u"#{\u0661}", u"#{}1"});
-}
-
-TEST(Expansion, LongTextsTakeLinearTime)
-{
-    for (const std::u16string piece : {u"#{", u"^", u"#{alpha", u"#{lt}"})
-    {
-        std::u16string text;
-        while (text.size() < 5000000)
-            text += piece;
-        const auto start = std::chrono::steady_clock::now();
-        Expand(text);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    }
 }

@@ -1,4 +1,5 @@
-// Images of version 2: reading them, and laying one over another.
+// Images of version 2, any image made from entries, and what the check tells of
+// sound ones.
 
 #include <algorithm>
 #include <cstdlib>
@@ -19,13 +20,8 @@ const std::vector<TestEntry> kEntries = {
     {"/app/empty", u""},
     {"/app/greek", u"\x394\xD83D\xDE00", u"a letter"},
 };
-
-// Loaded from a little-endian image in memory.
-void LoadEntries(Dictionary& dictionary, const std::vector<TestEntry>& entries,
-                 const FlatOptions& options = {})
-{
-    Load(dictionary, BuildFlat(entries, options).Image());
-}
+const std::vector<TestEntry> kChecked = {
+    {"/a", u"eins", u"note"}, {"", u""}, {"/bc", u"zwei", u"more"}};
 } // namespace
 
 TEST(FlatImage, SmallestExampleIsReadAndWrittenToTheByte)
@@ -39,137 +35,51 @@ TEST(FlatImage, SmallestExampleIsReadAndWrittenToTheByte)
         0x44, 2,   1,   0,   0,   0,   0,   0,   0,    0,   0,   0,    0,    0,
     };
     const std::string image(bytes, bytes + sizeof bytes);
-    ASSERT_EQ(image.size(), 89u);
     ASSERT_EQ(BuildFlat({{"/a", u"b"}}).Image(), image);
-
-    const Loaded dictionary(image);
-    EXPECT_EQ(TextOf(dictionary, "/a=default"), u"b");
-    EXPECT_EQ(LocaleOf(dictionary), "en_US");
-    EXPECT_EQ(Saved(dictionary), image);
+    EXPECT_EQ(Saved(Loaded(image)), image);
 }
 
 TEST(FlatImage, EveryMinorVersionAndByteOrderGivesTheSameTexts)
 {
     for (const int version : {0, 1, 5, 7, 127, -1, -7, -127}) // the latter big-endian
     {
-        for (const Way way : kWays)
+        for (const char marker : {'Y', 'n'}) // anything but 'N' counts as keyed
         {
-            SCOPED_TRACE(testing::Message() << "2." << version << " way " << int(way));
+            SCOPED_TRACE(testing::Message() << "2." << version << " " << marker);
             const auto minor = static_cast<std::uint8_t>(std::abs(version));
-            const FlatOptions options = {minor, version < 0, "el_GR", 0, 'Y'};
-            const Loaded dictionary(BuildFlat(kEntries, options).Image(), way);
+            const FlatOptions options = {minor, version < 0, "el_GR", 0, marker};
+            Loaded dictionary(BuildFlat(kEntries, options).Image());
             EXPECT_EQ(LocaleOf(dictionary), "el_GR");
-            EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
-            EXPECT_EQ(TextOf(dictionary, "/app/empty"), u"");
-            EXPECT_EQ(TextOf(dictionary, "/app/greek"), u"\x394\xD83D\xDE00");
-            EXPECT_EQ(TextById(dictionary, 3), u"\x394\xD83D\xDE00");
+            EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/app/title", u"Titel"},
+                                                       {"/app/empty", u""},
+                                                       {"/app/greek", u"\x394\xD83D\xDE00"}}));
             EXPECT_EQ(TextById(dictionary, 1), u"(none)");
+            EXPECT_EQ(TextById(dictionary, 3), u"\x394\xD83D\xDE00");
             EXPECT_EQ(CommentOf(dictionary, "/app/greek"), u"a letter");
             EXPECT_EQ(CommentOf(dictionary, "/app/empty"), u"");
+            LoadFlat(dictionary, {}, {7, false, "", 0, 'Y'});
+            EXPECT_EQ(LocaleOf(dictionary), "");
         }
     }
-}
-
-TEST(FlatImage, AnyOtherMarkerCountsAsKeyed)
-{
-    const Loaded dictionary(BuildFlat(kEntries, {7, false, "en_US", 0, 'n'}).Image());
-    EXPECT_EQ(TextOf(dictionary, "/app/title"), u"Titel");
-}
-
-TEST(FlatImage, LocaleIsReplacedAndMayBeEmpty)
-{
-    Dictionary dictionary;
-    LoadEntries(dictionary, {{"/a", u"1"}});
-    LoadEntries(dictionary, {{"/b", u"2"}}, {7, false, "", 0, 'Y'});
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(LocaleOf(dictionary), "");
-}
-
-TEST(FlatImage, WithoutEntriesAddsNothing)
-{
-    Dictionary dictionary;
-    LoadEntries(dictionary, {});
-    LoadEntries(dictionary, {{"", u""}}); // removed ones alone
-    LoadEntries(dictionary, {{"/a", u"1"}});
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextById(dictionary, 0), u"1");
-}
-
-TEST(FlatLayers, KeysOfOneBucketAreToldApart)
-{
-    const std::string one = "a0bbbbbbbb"; // only every second byte is hashed
-    const std::string two = "a1bbbbbbbb";
-    ASSERT_EQ(BucketOf(one), BucketOf(two));
-    Dictionary dictionary;
-    LoadEntries(dictionary, {{one, u"1"}});
-    LoadEntries(dictionary, {{two, u"2"}, {one, u"1 again"}});
-    EXPECT_EQ(TextOf(dictionary, one), u"1 again");
-    EXPECT_EQ(TextOf(dictionary, two), u"2");
-}
-
-TEST(FlatLayers, TextsThatShareBytesChangeApart)
-{
-    const ImageBuilder whole = BuildFlat({{"/a", u"text", u"note"}, {"/b", u"text", u"note"}});
-    std::string image = whole.With(whole.Offset("value offsets") + 4, 0, 4);
-    for (int i = 0; i < 4; ++i) // the second comment is the first one's bytes
-        image[whole.Offset("comment offsets") + 4 + static_cast<std::size_t>(i)] = 0;
-    for (const std::u16string text : {u"shor", u"s", u"longer"})
-    {
-        Loaded dictionary(image);
-        LoadEntries(dictionary, {{"/a", text}});
-        EXPECT_EQ(TextOf(dictionary, "/a"), text);
-        EXPECT_EQ(TextOf(dictionary, "/b"), u"text");
-        Set(dictionary, "/a", u"x", u"memo");
-        EXPECT_EQ(TextOf(dictionary, "/a") + TextOf(dictionary, "/b"), u"xtext");
-        EXPECT_EQ(CommentOf(dictionary, "/a") + CommentOf(dictionary, "/b"), u"memonote");
-    }
-}
-
-TEST(FlatLayers, ContinuationFollowsWithoutMerging)
-{
-    const FlatOptions continued = {7, false, "de_DE", 2, 'Y'};
-    Dictionary dictionary;
-    LoadEntries(dictionary, {{"/a", u"1"}, {"/b", u"2"}});
-    LoadEntries(dictionary, {{"/c", u"3", u"third"}, {"/a", u"4"}}, continued);
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextById(dictionary, 2), u"3");
-    EXPECT_EQ(TextOf(dictionary, "/c"), u"3");
-    EXPECT_EQ(TextOf(dictionary, "/a"), u"1"); // the earlier identifier is found first
-    EXPECT_EQ(TextById(dictionary, 3), u"4");
-    EXPECT_EQ(CommentOf(dictionary, "/c"), u"third");
-
-    LoadEntries(dictionary, {{"/d", u"5"}, {"/a", u"6"}}, {7, false, "xx", 2, 'Y'}); // of another
-    EXPECT_FALSE(dictionary.IsGood());
-    EXPECT_FALSE(dictionary.HasString("/d"));
-    EXPECT_EQ(TextOf(dictionary, "/a"), u"1");
-    EXPECT_EQ(LocaleOf(dictionary), "de_DE");
-
-    const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // which any file may be
-    EXPECT_EQ(TextById(first, 0), u"3");
 }
 
 TEST(UnknownVersion, ChangesNothingButTheFlag)
 {
-    const ImageBuilder known = BuildFlat({{"/a", u"new"}});
     for (const unsigned int version : {0x0280u, 0x0300u, 0x0101u, 0x0000u})
     {
         SCOPED_TRACE(version);
-        std::string image = known.Image();
+        std::string image = BuildFlat({{"/a", u"new"}}).Image();
         image[21] = static_cast<char>(version >> 8);
         image[22] = static_cast<char>(version);
-        for (const Way way : kWays)
-        {
-            Dictionary dictionary;
-            LoadEntries(dictionary, {{"/a", u"old"}});
-            Load(dictionary, image, way);
-            EXPECT_FALSE(dictionary.IsGood());
-            EXPECT_EQ(TextOf(dictionary, "/a"), u"old");
-        }
+        Loaded dictionary(BuildFlat({{"/a", u"old"}}).Image());
+        Load(dictionary, image);
+        EXPECT_FALSE(dictionary.IsGood());
+        EXPECT_EQ(TextOf(dictionary, "/a"), u"old");
         EXPECT_EQ(Check(image).mField, "version");
     }
 }
 
-// Every version holds what was put in, however it is laid out.
+// Every form holds what was put in, however it is laid out.
 TEST(AnyImage, HoldsWhatItWasMadeFrom)
 {
     std::mt19937 random(20240601);
@@ -178,15 +88,13 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
     {
         SCOPED_TRACE(round);
         KeyedTexts texts;
-        for (std::size_t i = below(300); i > 0; --i)
+        for (std::size_t i = round ? below(300) : 5000; i > 0; --i)
         {
             std::string key(1 + below(40), '\0');
-            std::generate(key.begin(), key.end(), [&] { return char('/' + below(60)); });
-            key.erase(std::remove(key.begin(), key.end(), '='), key.end());
+            std::generate(key.begin(), key.end(), [&] { return char('>' + below(194)); });
             std::u16string text(below(30), u'\0');
-            std::generate(text.begin(), text.end(), [&] { return char16_t(1 + below(0xD700)); });
-            if (!key.empty())
-                texts[key] = text;
+            std::generate(text.begin(), text.end(), [&] { return char16_t(0xA0 + below(0x1F00)); });
+            texts[key] = text;
         }
         std::vector<TestEntry> entries;
         entries.reserve(texts.size());
@@ -210,6 +118,80 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
 
             Loaded again(Saved(dictionary, Dictionary::kBinary, below(2))); // our own writer's
             EXPECT_EQ(TextsOf(again), texts);
+            Loaded text(Saved(dictionary, Dictionary::kText), kWays[below(2)]);
+            EXPECT_EQ(TextsOf(text), texts);
         }
     }
+}
+
+TEST(ImageCheck, CountsWhatIsLive)
+{
+    const ImageBuilder keyed = BuildFlat(kChecked);
+    const ImageBuilder keyless = BuildFlat(kChecked, kKeyless);
+    for (const std::uint32_t told : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu})
+    {
+        SCOPED_TRACE(told);
+        const std::string images[] = {keyed.With(keyed.Offset("live"), told, 4),
+                                      keyless.With(keyless.Offset("live"), told, 4)};
+        for (const std::string& image : images)
+            EXPECT_FALSE(Check(image).mDamaged) << Check(image).mSentence;
+        EXPECT_EQ(Check(images[0]).mLive, 2u);
+        EXPECT_EQ(TextOf(Loaded(images[0]), "/bc"), u"zwei");
+        EXPECT_EQ(Check(images[1]).mLive, std::min(told, 3u)); // nothing else tells
+        EXPECT_EQ(TextById(Loaded(images[1]), 2), told ? u"zwei" : u"(none)");
+    }
+    // An empty key is an entry to whoever writes it, and a removed slot in the file.
+    hollin::Dictionary flat(true);
+    Load(flat, "=1\na=2\n");
+    for (const std::string& image : {Saved(Loaded("=1\na=2\n")), Saved(flat)})
+    {
+        const hollin::ImageReport report = Check(image);
+        EXPECT_FALSE(report.mDamaged) << report.mSentence;
+        EXPECT_EQ(report.mLive, 1u);
+        EXPECT_EQ(image[43], 2); // told
+    }
+}
+
+TEST(ImageCheck, CountsKeysThatNoLookUpFinds)
+{
+    const ImageBuilder flat = BuildFlat(kChecked);
+    ASSERT_LT(BucketOf("/bc"), BucketOf("/a"));
+    const std::string misplaced = flat.With(flat.Offset("bucket numbers") + 2, 1020, 2);
+    const std::string unlisted = flat.With(flat.Offset("bucket sizes") + 4, 0, 4);
+    const ImageBuilder old = BuildEntries(kChecked);
+    for (const std::string& image :
+         {misplaced, unlisted, old.With(old.Offset("records") + 6, 1020, 2)})
+    {
+        const hollin::ImageReport report = Check(image);
+        EXPECT_FALSE(report.mDamaged) << report.mSentence;
+        EXPECT_EQ(report.mAstray, 1u);
+        const Loaded dictionary(image);
+        EXPECT_EQ(TextOf(dictionary, "/a"), u"(none)");
+        EXPECT_EQ(TextOf(dictionary, "/bc"), u"zwei");
+    }
+}
+
+TEST(ImageCheck, CountsLinesAsEditorsDo)
+{
+    const std::pair<std::u16string, std::uint64_t> rows[] = {
+        {u"$=x", 1},         {u"a=1\n$=x", 2},    {u"a=1\r\n\r\nb=2\r\n$=x\r\n", 4},
+        {u"\n\n\r\r$=x", 5}, {u"\r\n\n\r$=x", 4},
+    };
+    for (const auto& [text, line] : rows)
+    {
+        const hollin::ImageReport reports[] = {Check(std::string(text.begin(), text.end())),
+                                               Check(TextImage(text)),
+                                               Check(TextImage(text, true))};
+        EXPECT_EQ(reports[0].mCoding, hollin::ImageReport::kActiveCodePage);
+        EXPECT_NE(reports[1].mCoding, reports[2].mCoding);
+        for (const hollin::ImageReport& report : reports)
+        {
+            EXPECT_EQ(report.mForm, hollin::ImageReport::kText);
+            EXPECT_EQ(report.mField, "prefix");
+            EXPECT_EQ(report.mLine, line);
+        }
+    }
+    EXPECT_EQ(Check(TextImage(u"a=1\x2028\x2029$=x")).mLine, 3u);
+    EXPECT_FALSE(Check("a=1\nb=2\n").mDamaged);
+    EXPECT_EQ(Check("a=1\n\nb=2\n").mLive, 2u);
 }

@@ -14,12 +14,9 @@ namespace
 typedef ImageBuilder (*Build)(const std::vector<TestEntry>&, std::uint8_t);
 const Build kVersions[] = {BuildEntries, BuildLengthTable};
 
-// Two keys of one bucket, and one of another.
+// Two keys of one bucket, so that they are in order.
 const std::string kOne = "a0bbbbbbbb";
 const std::string kTwo = "a1bbbbbbbb";
-const std::vector<TestEntry> kEntries = {{kOne, u"eins"}, {kTwo, u"zwei"}, {"/c", u""}};
-
-// An image whose only entries are of one bucket, so that they are in order.
 const std::vector<TestEntry> kOneBucket = {{kOne, u"eins"}, {kTwo, u"zwei"}};
 
 class LegacyImage : public testing::TestWithParam<Build>
@@ -33,42 +30,17 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Versions, LegacyImage, testing::ValuesIn(kVersions));
 } // namespace
 
-TEST_P(LegacyImage, IsReadFromMemoryAndStream)
-{
-    for (const Way way : kWays)
-    {
-        Loaded dictionary(Image(kEntries), way);
-        EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{kOne, u"eins"}, {kTwo, u"zwei"}, {"/c", u""}}));
-    }
-}
-
-TEST_P(LegacyImage, IsReadAtAnyAddress)
-{
-    const std::string image = Image(kEntries);
-    for (std::size_t shift = 0; shift < 4; ++shift)
-    {
-        std::vector<unsigned char> bytes(shift);
-        bytes.insert(bytes.end(), image.begin(), image.end());
-        Dictionary dictionary;
-        dictionary.LoadFromMemory(bytes.data() + shift, static_cast<std::int32_t>(image.size()),
-                                  true);
-        EXPECT_TRUE(dictionary.IsGood());
-        EXPECT_EQ(TextOf(dictionary, kTwo), u"zwei");
-    }
-}
-
 TEST_P(LegacyImage, EntriesKeepTheirOrderInFrontOfOlderOnes)
 {
     Loaded dictionary(Image(kOneBucket));
     Load(dictionary, Image({{kTwo, u"two"}, {kTwo, u"never found"}}));
     EXPECT_EQ(KeysOf(dictionary), (std::vector<std::string>{kTwo, kTwo, kOne, kTwo}));
-    EXPECT_EQ(TextOf(dictionary, kTwo), u"two");
-    EXPECT_EQ(TextOf(dictionary, kOne), u"eins");
+    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{kOne, u"eins"}, {kTwo, u"two"}}));
 }
 
 TEST_P(LegacyImage, KeysAreCopiedOnRequest)
 {
-    const std::string image = Image(kEntries);
+    const std::string image = Image(kOneBucket);
     for (const bool copyKeys : {false, true})
     {
         std::vector<unsigned char> bytes(image.begin(), image.end());
@@ -77,22 +49,6 @@ TEST_P(LegacyImage, KeysAreCopiedOnRequest)
         EXPECT_TRUE(dictionary.HasString(kOne.c_str()));
         bytes.assign(bytes.size(), 'x');
         EXPECT_EQ(dictionary.HasString(kOne.c_str()), copyKeys);
-    }
-}
-
-TEST_P(LegacyImage, WithoutBucketsHoldsNothing)
-{
-    Loaded dictionary(Image({}));
-    EXPECT_TRUE(KeysOf(dictionary).empty());
-}
-
-TEST_P(LegacyImage, FlaggedValuesAreConverted)
-{
-    const std::vector<TestEntry> entries = {{"/e", u"\xC3\xA9"}}; // e acute in UTF-8
-    for (const Way way : kWays)
-    {
-        EXPECT_EQ(TextOf(Loaded(Image(entries, 1), way), "/e"), u"\xE9");
-        EXPECT_EQ(TextOf(Loaded(Image(entries, 2), way), "/e"), u"\xC3\xA9");
     }
 }
 
@@ -107,22 +63,10 @@ TEST_P(LegacyImage, ValueThatCannotBeConvertedLeavesWhatCameBefore)
     EXPECT_EQ(Check(Image(kOneBucket, 1)).mField, "value");
 }
 
-TEST_P(LegacyImage, EntriesInFrontOfTheDamageStay)
+TEST_P(LegacyImage, EntriesInFrontOfACutStay)
 {
     const std::string image = Image(kOneBucket);
-    for (const Way way : kWays)
-    {
-        Dictionary dictionary;
-        Load(dictionary, image.substr(0, image.size() - 1), way);
-        EXPECT_FALSE(dictionary.IsGood());
-        EXPECT_EQ(TextOf(dictionary, kOne), u"eins");
-        EXPECT_FALSE(dictionary.HasString(kTwo.c_str()));
-    }
-}
-
-TEST_P(LegacyImage, EveryTruncationIsFound)
-{
-    const std::string image = Image(kEntries);
+    std::u16string lastOne;
     for (std::size_t size = 21; size < image.size(); ++size)
     {
         SCOPED_TRACE(size);
@@ -130,7 +74,10 @@ TEST_P(LegacyImage, EveryTruncationIsFound)
         Load(dictionary, image.substr(0, size), kWays[size % 2]);
         EXPECT_FALSE(dictionary.IsGood());
         EXPECT_TRUE(Check(image.substr(0, size)).mDamaged);
+        EXPECT_FALSE(dictionary.HasString(kTwo.c_str()));
+        lastOne = TextOf(dictionary, kOne);
     }
+    EXPECT_EQ(lastOne, u"eins");
 }
 
 TEST_P(LegacyImage, HasNoPlaceInAFlatStore)
@@ -159,11 +106,9 @@ TEST(LegacyDamage, IsFoundAndNamed)
         {old.With(records, 1021, 2), "records", records},
         {old.With(records + 2, 13, 4), "records", records + 2},  // behind the second's
         {old.With(records + 8, 25, 4), "key length", data + 24}, // behind the data
-        {old.With(records + 14, 25, 4), "key length", data + 24},
-        {old.With(data, 5, 4), "value length", data + 9}, // no room for one
-        {old.With(data, 9, 4), "key", data + 4},          // out of its bucket
-        {old.With(data, 0xFFFFFFFF, 4), "key", data + 4},
-        {old.With(data + 6, 1, 4), "value length", data + 6}, // half a unit
+        {old.With(data, 5, 4), "value length", data + 9},        // no room for one
+        {old.With(data, 9, 4), "key", data + 4},                 // out of its bucket
+        {old.With(data + 6, 1, 4), "value length", data + 6},    // half a unit
         {old.With(data + 6, 4, 4), "value", data + 10},
         {table.With(table.Offset("bucket count"), 0x40000000, 4), "bucket ends", ends},
         {table.With(ends, 6, 4), "bucket ends", ends}, // beyond the lengths

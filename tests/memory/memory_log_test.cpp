@@ -3,17 +3,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
-#include <new>
 #include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -32,16 +29,14 @@
 namespace
 {
 typedef std::vector<std::string> Texts;
+typedef std::vector<long long> Figures;
 
 const U_u64 kPrepurge = 300 * kMiB;
 const U_u64 kMaximum = 400 * kMiB;
-const std::size_t kColumns = 24;
 const char kHeader[] =
     "\tvirtual\tdelta_virtual\tcalc_mem\tdiff_mem\tcalc_u\tdiff_u\tslop\tdeltaslop\tcalc\tdiff_calc"
     "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
     "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
-
-unsigned int sMainThread = 0;
 
 std::string Path()
 {
@@ -54,6 +49,12 @@ void Ask(const char* log, const char* interval)
     krobase::debug::DebugDatabase::Instance().SetEntry("MemoryYoYoLogInterval", interval);
 }
 
+U_Status BirthWith(const char* log, const char* interval)
+{
+    Ask(log, interval);
+    return U_Birth("Memory Log", nullptr);
+}
+
 Texts Lines()
 {
     Texts lines;
@@ -61,18 +62,6 @@ Texts Lines()
     for (std::string line; std::getline(file, line);)
         lines.push_back(line);
     return lines;
-}
-
-// The columns behind the stamp, which is the first.
-Texts Columns(const std::string& line)
-{
-    Texts columns;
-    std::istringstream stream(line);
-    for (std::string column; std::getline(stream, column, '\t');)
-        columns.push_back(column);
-    if (!columns.empty())
-        columns.erase(columns.begin());
-    return columns;
 }
 
 // Lines are whole once the next one stands behind them.
@@ -87,76 +76,6 @@ Texts WaitForLines(std::size_t count)
     return lines;
 }
 
-long long At(const Texts& row, std::size_t column)
-{
-    return column <= row.size() ? std::stoll(row[column - 1]) : -1;
-}
-
-// What a row says of itself, and against the one before.
-bool IsRight(const Texts& row, const Texts& before)
-{
-    const auto now = [&](std::size_t column) { return At(row, column); };
-    const auto change = [&](std::size_t column) {
-        return now(column) - (before.empty() ? 0 : At(before, column));
-    };
-    return row.size() == kColumns && now(2) == change(1) && now(4) == now(3) - now(1) &&
-           now(6) == now(5) - now(1) && now(8) == change(7) && now(9) == now(1) &&
-           now(10) == now(1) && now(12) == change(11) && now(15) == change(14);
-}
-
-int Fail(const std::string& why)
-{
-    std::fprintf(stderr, "%s\n", why.c_str());
-    return 1;
-}
-
-int LogThreeRows()
-{
-    std::remove(Path().c_str());
-    PinSwitches();
-    Ask("true", "10");
-    if (U_Status failure = U_Birth("Memory Log", nullptr))
-        return Fail("birth: " + std::to_string(failure));
-    U_SetMemUsageLimits(kPrepurge, kMaximum);
-    const Texts lines = WaitForLines(5);
-    void* const block = U_AllocatePtrQuiet(20 * kMiB);
-    // Rows that came while the block was made don't show it.
-    const std::size_t written = Lines().size();
-    const Texts later = WaitForLines(written + 2);
-    std::remove(Path().c_str());
-    if (!block || lines.size() < 5 || later.size() < written + 2)
-        return Fail("too few lines");
-    if (lines[0].find("  * log start") == std::string::npos)
-        return Fail(lines[0]);
-    if (lines[1].find(kHeader) == std::string::npos ||
-        lines[1].find(kHeader) + std::strlen(kHeader) != lines[1].size())
-        return Fail(lines[1]);
-    Texts before;
-    for (std::size_t line = 2; line + 1 < later.size(); ++line)
-    {
-        const Texts row = Columns(later[line]);
-        if (!IsRight(row, before))
-            return Fail(later[line]);
-        before = row;
-    }
-    // The first rows may come before the limits are set.
-    if (At(before, 16) != static_cast<long long>(kPrepurge) ||
-        At(before, 17) != static_cast<long long>(kMaximum))
-        return Fail("other limits: " + later[later.size() - 2]);
-    // The first row may have seen more of birth's own blocks.
-    if (At(before, 3) - At(Columns(lines[2]), 3) < static_cast<long long>(19 * kMiB))
-        return Fail("the block doesn't show: " + later[later.size() - 2]);
-    U_FreePtr(block);
-    return U_Death(); // the log goes on, and the process ends all the same
-}
-
-std::ptrdiff_t CountWith(const char* part, const Texts& lines)
-{
-    return std::count_if(lines.begin(), lines.end(), [part](const std::string& line) {
-        return line.find(part) != std::string::npos;
-    });
-}
-
 // Whether rows are still being written.
 bool GoesOn()
 {
@@ -164,20 +83,60 @@ bool GoesOn()
     return WaitForLines(written + 2).size() >= written + 2;
 }
 
-int Throw(int which)
+// The columns, from 1 on as the header counts them behind the stamp.
+Figures Row(const std::string& line)
 {
-    switch (which)
+    Figures row = {0};
+    std::istringstream stream(line);
+    std::string column;
+    std::getline(stream, column, '\t');
+    while (std::getline(stream, column, '\t'))
+        row.push_back(std::stoll(column));
+    return row;
+}
+
+// What a row says of itself, and against the one before.
+void ExpectRight(const Figures& row, const Figures& before)
+{
+    ASSERT_EQ(row.size(), 25u);
+    for (const std::size_t column : {1, 7, 11, 14})
+        EXPECT_EQ(row[column + 1], row[column] - before[column]) << column;
+    EXPECT_EQ(row[4], row[3] - row[1]);
+    EXPECT_EQ(row[6], row[5] - row[1]);
+    EXPECT_EQ(row[9], row[1]);
+    EXPECT_EQ(row[10], row[1]);
+}
+
+void LogRows()
+{
+    ASSERT_EQ(BirthWith("true", "10"), 0);
+    U_SetMemUsageLimits(kPrepurge, kMaximum);
+    ASSERT_GE(WaitForLines(5).size(), 5u);
+    void* const block = U_AllocatePtrQuiet(20 * kMiB);
+    // Rows that came while the block was made don't show it.
+    const std::size_t written = Lines().size();
+    const Texts lines = WaitForLines(written + 2);
+    ASSERT_GE(lines.size(), written + 2);
+    EXPECT_THAT(lines[0], testing::HasSubstr("  * log start"));
+    EXPECT_THAT(lines[1], testing::EndsWith(kHeader));
+    const Figures first = Row(lines[2]);
+    Figures last(25);
+    for (std::size_t line = 2; line + 1 < lines.size(); ++line)
     {
-    case 0:
-        throw 7;
-    case 1:
-        throw std::runtime_error("a manager's");
-    default:
-        throw "neither";
+        const Figures row = Row(lines[line]);
+        ExpectRight(row, last);
+        last = row;
     }
+    // The first rows may come before the limits are set, and see more of birth's own blocks.
+    EXPECT_EQ(last[16], static_cast<long long>(kPrepurge));
+    EXPECT_EQ(last[17], static_cast<long long>(kMaximum));
+    EXPECT_GE(last[3] - first[3], static_cast<long long>(19 * kMiB));
+    U_FreePtr(block);
+    EXPECT_EQ(U_Death(), 0); // the log goes on, and the process ends all the same
 }
 
 // Throws, or leaves the log thread without memory for what comes next, in turn.
+unsigned int sMainThread = 0;
 std::atomic<int> sMeasured(0);
 thread_local std::optional<ScFailingNew> sFailing; // over the end of the row
 
@@ -186,155 +145,141 @@ size_t DisturbRow()
     if (krobase::threads::GetCurrentThreadID() == sMainThread)
         return 0;
     const int turn = sMeasured++;
-    if (turn < 3)
-        Throw(turn);
-    if (turn < 6)
-        sFailing.emplace(turn - 2);
+    if (turn == 0)
+        throw 7;
+    if (turn < 4)
+        sFailing.emplace(turn);
     return 0;
 }
 
-int GoOnWhateverHappens()
+long Starts()
 {
-    std::remove(Path().c_str());
-    PinSwitches();
+    const Texts lines = Lines();
+    return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("log start") != std::string::npos;
+    });
+}
+
+void GoOnWhateverHappens()
+{
     CapturedAlerts alerts;
     sMainThread = krobase::threads::GetCurrentThreadID();
-    Ask("true", "10");
-    if (U_Birth("Memory Log", nullptr))
-        return Fail("birth");
+    ASSERT_EQ(BirthWith("true", "10"), 0);
     const krobase::utility::Guid id = {};
     U_InstallExternalMemoryManager(id, &DisturbRow);
-    for (int waited = 0; waited < 3000 && sMeasured < 8; ++waited)
+    for (int waited = 0; waited < 3000 && sMeasured < 6; ++waited)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    if (sMeasured < 8)
-        return Fail("it ended in turn " + std::to_string(sMeasured));
+    ASSERT_GE(sMeasured, 6);
     U_UnInstallExternalMemoryManager(id);
-    if (!GoesOn())
-        return Fail("no rows behind the manager");
-    if (U_Death() != 0 || !GoesOn())
-        return Fail("no rows behind death");
-    if (U_Birth("Memory Log", nullptr) != 0 || !GoesOn())
-        return Fail("no rows in the second life");
-    const Texts lines = Lines();
-    std::remove(Path().c_str());
-    return CountWith("log start", lines) == 1 && U_Death() == 0 ? 0 : Fail("it was started again");
+    EXPECT_TRUE(GoesOn());
+    EXPECT_EQ(U_Death(), 0);
+    EXPECT_TRUE(GoesOn());
+    EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
+    EXPECT_TRUE(GoesOn());
+    EXPECT_EQ(Starts(), 1);
+    EXPECT_EQ(U_Death(), 0);
 }
 
-// In a process of its own: whether a birth that fails for want of an allocation leaves
-// the log to the next one, which goes on with what has been written.
-bool StartsAfterFailure(long nth)
+// A birth that fails for want of an allocation leaves the log to the next one, which goes
+// on with what has been written.
+void StartAfterFailures()
 {
-    std::remove(Path().c_str());
-    U_Status failure = 0;
-    {
-        const ScFailingNew failing(nth);
-        failure = U_Birth("Memory Log", nullptr);
-    }
-    const bool goesOn = !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn());
-    const Texts lines = Lines();
-    std::remove(Path().c_str());
-    return goesOn &&
-           (!failure || (CountWith("log start", lines) == 1 && CountWith("log end", lines) == 0));
-}
-
-int StartAfterFailures()
-{
-    PinSwitches();
     Ask("true", "10");
     for (long nth = 1; nth <= 80; ++nth)
     {
         const pid_t child = fork();
         if (child == 0)
-            _exit(StartsAfterFailure(nth) ? 0 : 1);
+        {
+            std::optional<ScFailingNew> failing(nth);
+            const U_Status failure = U_Birth("Memory Log", nullptr);
+            failing.reset();
+            const bool starts =
+                !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn() && Starts() == 1);
+            std::remove(Path().c_str());
+            _exit(starts ? 0 : 1);
+        }
         int status = 0;
-        if (waitpid(child, &status, 0) != child || status != 0)
-            return Fail("no rows after failure " + std::to_string(nth));
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << nth;
     }
-    return 0;
 }
 
 // Milliseconds of the day in a line's stamp.
 long Stamp(const std::string& line)
 {
     int hour = 0, minute = 0, second = 0, milliseconds = 0;
-    if (std::sscanf(line.c_str(), "[%*d:%*x] %*d/%*d/%*d %d:%d:%d.%d", &hour, &minute, &second,
-                    &milliseconds) != 4)
-        return -1;
+    EXPECT_EQ(std::sscanf(line.c_str(), "[%*d:%*x] %*d/%*d/%*d %d:%d:%d.%d", &hour, &minute,
+                          &second, &milliseconds),
+              4);
     return ((hour * 60 + minute) * 60 + second) * 1000L + milliseconds;
 }
 
-int WaitFor(const char* interval, long expected)
+void WaitFor(const char* interval, long expected)
 {
-    std::remove(Path().c_str());
-    Ask("true", interval);
-    if (U_Birth("Memory Log", nullptr) != 0)
-        return Fail("birth");
+    ASSERT_EQ(BirthWith("true", interval), 0);
     const Texts lines = WaitForLines(2);
-    std::remove(Path().c_str());
-    if (lines.size() < 3)
-        return Fail("too few lines");
+    ASSERT_GE(lines.size(), 3u);
     const long kDay = 24 * 60 * 60 * 1000L;
     const long waited = (Stamp(lines[2]) - Stamp(lines[1]) + kDay) % kDay;
-    // A stamp is cut to whole milliseconds.
-    return waited >= expected - 1 && U_Death() == 0 ? 0 : Fail(std::to_string(waited));
+    EXPECT_GE(waited, expected - 1); // a stamp is cut to whole milliseconds
+    EXPECT_EQ(U_Death(), 0);
 }
 
-int BirthWithoutAFile()
+// Runs in a child process, which may not fail.
+template <class Run> void InAProcess(Run run)
 {
-    mkdir(Path().c_str(), 0700);
-    Ask("true", "10");
-    const U_Status failure = U_Birth("Memory Log", nullptr);
-    rmdir(Path().c_str());
-    return failure == EISDIR || failure == EACCES ? 0 : Fail(std::to_string(failure));
+    if (access("/", W_OK) != 0)
+        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::remove(Path().c_str());
+            PinSwitches();
+            run();
+            std::remove(Path().c_str());
+            std::exit(testing::Test::HasFailure());
+        },
+        testing::ExitedWithCode(0), "");
 }
-
-int BirthWithoutALog()
-{
-    for (const char* text : {static_cast<const char*>(nullptr), "", "1", "True", "true "})
-    {
-        Ask(text, "1");
-        if (U_Birth("Memory Log", nullptr) != 0 || U_Death() != 0)
-            return Fail("birth");
-    }
-    return Lines().empty() && access(Path().c_str(), F_OK) != 0 ? 0 : Fail("there is a file");
-}
-
-class MemoryLog : public testing::Test
-{
-protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
 } // namespace
 
-TEST_F(MemoryLog, WritesRowsOfFiguresThatAgree)
+TEST(MemoryLog, WritesRowsOfFiguresThatAgree)
 {
-    if (access("/", W_OK) != 0)
-        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
-    EXPECT_EXIT(std::exit(LogThreeRows()), testing::ExitedWithCode(0), "");
+    InAProcess(&LogRows);
 }
 
-TEST_F(MemoryLog, GoesOnWhateverHappensToARow)
+TEST(MemoryLog, GoesOnWhateverHappensToARow)
 {
-    if (access("/", W_OK) != 0)
-        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
-    EXPECT_EXIT(std::exit(GoOnWhateverHappens()), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(std::exit(StartAfterFailures()), testing::ExitedWithCode(0), "");
+    InAProcess(&GoOnWhateverHappens);
 }
 
-TEST_F(MemoryLog, WaitsOneIntervalBetweenRows)
+TEST(MemoryLog, GoesOnAfterABirthThatFailed)
 {
-    if (access("/", W_OK) != 0)
-        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
-    EXPECT_EXIT(std::exit(WaitFor("300 ms", 300)), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(std::exit(WaitFor("often", 1000)), testing::ExitedWithCode(0), "");
+    InAProcess(&StartAfterFailures);
 }
 
-TEST_F(MemoryLog, BirthTellsAFileThatCanNotBeOpened)
+TEST(MemoryLog, WaitsOneIntervalBetweenRows)
 {
-    EXPECT_EXIT(std::exit(BirthWithoutAFile()), testing::ExitedWithCode(0), "");
+    InAProcess([] { WaitFor("300 ms", 300); });
+    InAProcess([] { WaitFor("often", 1000); });
 }
 
-TEST_F(MemoryLog, IsOffUnlessTheSettingIsTrue)
+TEST(MemoryLog, BirthTellsAFileThatCanNotBeOpened)
 {
-    EXPECT_EXIT(std::exit(BirthWithoutALog()), testing::ExitedWithCode(0), "");
+    InAProcess([] {
+        mkdir(Path().c_str(), 0700);
+        EXPECT_EQ(BirthWith("true", "10"), EISDIR);
+    });
+}
+
+TEST(MemoryLog, IsOffUnlessTheSettingIsTrue)
+{
+    InAProcess([] {
+        for (const char* text : {static_cast<const char*>(nullptr), "", "1", "True", "true "})
+        {
+            EXPECT_EQ(BirthWith(text, "1"), 0);
+            EXPECT_EQ(U_Death(), 0);
+        }
+        EXPECT_NE(access(Path().c_str(), F_OK), 0) << "there is a file";
+    });
 }

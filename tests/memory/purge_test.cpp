@@ -8,15 +8,15 @@
 #include <functional>
 #include <mutex>
 #include <random>
-#include <thread>
+#include <vector>
 
 #include <control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
@@ -114,18 +114,6 @@ TEST_F(Purge, AHostThatFreesNothingIsAskedOnce)
     U_FreePtr(block);
 }
 
-TEST_F(Purge, AHostIsAskedOnceAlsoWhileNothingIsInUse)
-{
-    ASSERT_EQ(U_Death(), 0);
-    InstallHost([](const Request&, bool*) { return 0; });
-    MEM_SetMemUsageLimits(1000, 2000);
-    bool over = false;
-    EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 5000, nullptr), 0);
-    EXPECT_TRUE(over);
-    EXPECT_EQ(mRequests.size(), 3u) << "one a round";
-    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
-}
-
 TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
 {
     Hold(100, kMiB);
@@ -158,22 +146,21 @@ TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
     struct Row
     {
         bool flag;
-        int poolBlocks; // of 4 MiB, to be beside about 2.8 MiB of request
+        U_u64 pooled; // beside about 2.8 MiB of request
         bool shrinks;
-        const char* done;
+        std::string done;
     };
-    const std::string stalled = std::string(kStalled) + "0";
     const Row rows[] = {
-        {false, 1, false, stalled.c_str()},
+        {false, 4 * kMiB, false, std::string(kStalled) + "0"},
         {true, 0, false, kPoolStalled},
-        {true, 1, true, "DONE. Under threshold"},
+        {true, 4 * kMiB, true, "DONE. Under threshold"},
     };
     for (const Row& row : rows)
     {
         SCOPED_TRACE(row.done);
         U_PurgeRecycledMemory(~0ull);
-        if (row.poolBlocks)
-            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, 4 * kMiB));
+        if (row.pooled)
+            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, row.pooled));
         const U_u64 pool = U_GetRecycledMemorySize();
         InstallHost([&](const Request&, bool* flag) {
             EXPECT_FALSE(*flag);
@@ -183,13 +170,11 @@ TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
         mRequests.clear();
         SetLimitsAboveUse(0, 100 * kMiB);
         mLog.Clear();
-        void* block = U_AllocatePtrQuiet(5000);
-        EXPECT_TRUE(block);
-        EXPECT_EQ(mRequests.size(), 1u);
+        U_FreePtr(U_AllocatePtrQuiet(5000));
+        ASSERT_EQ(mRequests.size(), 1u);
         EXPECT_EQ(U_GetRecycledMemorySize(), row.shrinks ? pool - mRequests[0].amount : pool);
         ASSERT_EQ(Done().size(), 1u);
-        EXPECT_EQ(Done()[0].compare(0, std::string(row.done).size(), row.done), 0) << Done()[0];
-        U_FreePtr(block);
+        EXPECT_EQ(Done()[0].substr(0, row.done.size()), row.done);
     }
 }
 
@@ -202,32 +187,9 @@ TEST_F(Purge, AnErrorOfTheHostEndsTheRun)
     });
     SetLimitsAboveUse(0, 5000);
     mLog.Clear();
-    void* block = U_AllocatePtrQuiet(5000);
-    EXPECT_TRUE(block);
+    U_FreePtr(U_AllocatePtrQuiet(5000));
     EXPECT_EQ(mRequests.size(), 1u);
     EXPECT_TRUE(Done().empty());
-    U_FreePtr(block);
-}
-
-TEST_F(Purge, AHostMayAllocateWhileItPurges)
-{
-    Hold(10, kMiB);
-    int depth = 0;
-    InstallHost([&](const Request&, bool*) {
-        if (depth == 3)
-            return 0;
-        ++depth;
-        void* inner = U_AllocatePtrQuiet(5000);
-        EXPECT_TRUE(inner);
-        U_FreePtr(inner);
-        --depth;
-        FreeOldest();
-        return 0;
-    });
-    SetLimitsAboveUse(0, 100 * kMiB);
-    void* block = U_AllocatePtrQuiet(5000);
-    EXPECT_TRUE(block);
-    U_FreePtr(block);
 }
 
 TEST_F(Purge, WithoutAHostNothingIsPurged)
@@ -236,43 +198,35 @@ TEST_F(Purge, WithoutAHostNothingIsPurged)
     const U_u64 pool = U_GetRecycledMemorySize();
     SetLimitsAboveUse(0, 100 * kMiB);
     mLog.Clear();
-    void* block = U_AllocatePtrQuiet(5000);
-    EXPECT_TRUE(block);
+    U_FreePtr(U_AllocatePtrQuiet(5000));
     EXPECT_EQ(U_GetRecycledMemorySize(), pool);
     EXPECT_TRUE(mLog.Texts("MAKE_ROOM_FOR_BLOCK").empty());
-    U_FreePtr(block);
 }
 
 TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
 {
+    // Use stands 10 MiB under the limit, and the host holds 20 MiB.
     struct Row
     {
         U_u64 needed;
-        int frees; // MiB each time the host is asked
+        bool frees; // a MiB each time the host is asked
         bool over;
-        bool hit;
         std::size_t requests;
     };
-    // Use stands 10 MiB under the limit, and the host holds 20 MiB.
     const Row rows[] = {
-        {0, 0, false, false, 0},
-        {10 * kMiB, 0, false, false, 0},   // exactly at the limit
-        {10 * kMiB + 1, 0, true, true, 3}, // three runs, each asks once
-        {10 * kMiB + 1, 1, false, true, 1},
-        {13 * kMiB, 1, false, true, 4}, // the last byte beside takes a round more
-        {40 * kMiB, 1, true, true, 23}, // the first run asks until nothing is left
-        {~U_u64(0), 0, true, true, 3},  // no sum wraps
+        {10 * kMiB, false, false, 0},    // exactly at the limit
+        {10 * kMiB + 1, false, true, 3}, // three runs, each asks once
+        {13 * kMiB, true, false, 4},     // the last byte beside takes a round more
+        {40 * kMiB, true, true, 23},     // the first run asks until nothing is left
+        {~U_u64(0), false, true, 3},     // no sum wraps
     };
     for (const Row& row : rows)
     {
         SCOPED_TRACE(testing::Message() << row.needed << " " << row.frees);
-        while (FreeOldest())
-        {
-        }
-        Hold(20, kMiB);
+        Hold(20 - static_cast<int>(mHeld.size()), kMiB);
         mRequests.clear();
         InstallHost([&](const Request&, bool*) {
-            for (int i = 0; i < row.frees; ++i)
+            if (row.frees)
                 FreeOldest();
             return 0;
         });
@@ -280,13 +234,13 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
         const U_u64 used = InUse();
         mLog.Clear();
         bool over = !row.over;
-        bool hit = !row.hit;
+        bool hit = false;
         EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
         EXPECT_EQ(over, row.over);
-        EXPECT_EQ(hit, row.hit);
+        EXPECT_EQ(hit, row.requests > 0);
         EXPECT_EQ(mRequests.size(), row.requests);
         std::vector<std::string> told;
-        if (row.hit)
+        if (hit)
             told.push_back("hit limit with inUse=" + std::to_string(used) +
                            ", needed=" + std::to_string(static_cast<U_i64>(row.needed)) +
                            ", purgeLimit=" + std::to_string(Prepurge()));
@@ -329,11 +283,7 @@ TEST_F(Purge, SeveralThreadsAreInTheHostAtOnce)
         },
         &meeting);
     SetLimitsAboveUse(0, 100 * kMiB);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([] { U_FreePtr(U_AllocatePtrQuiet(5000)); });
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(kThreads, [](int) { U_FreePtr(U_AllocatePtrQuiet(5000)); });
 }
 
 TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)
@@ -341,65 +291,47 @@ TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)
     const int kThreads = 8;
     const int kBlocks = 400;
     const U_u64 kBlock = 64 << 10;
-    struct Cache
-    {
-        std::mutex lock; // guards the rest
-        std::deque<std::pair<void*, U_u64>> blocks;
-        U_u64 held = 0; // bytes
-        U_u64 peak = 0;
-
-        void Add(void* block, U_u64 size)
+    std::mutex lock;                           // guards the rest
+    std::deque<std::pair<void*, U_u64>> cache; // blocks with their sizes
+    U_u64 held = 0;                            // bytes
+    U_u64 peak = 0;
+    const auto dropOldest = [&] {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (cache.empty())
+            return false;
+        U_FreePtr(cache.front().first);
+        held -= cache.front().second;
+        cache.pop_front();
+        return true;
+    };
+    const U_u64 before = InUse();
+    SetLimitsAboveUse(3 * kMiB, 4 * kMiB);
+    std::function<void()> purge = dropOldest;
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            (*static_cast<std::function<void()>*>(refcon))();
+            return 0;
+        },
+        &purge);
+    std::atomic<int> had(0);
+    OnThreads(kThreads, [&](int number) {
+        std::mt19937 random(static_cast<unsigned>(number));
+        for (int i = 0; i < kBlocks; ++i)
         {
-            std::lock_guard<std::mutex> guard(lock);
-            blocks.push_back({block, size});
+            const U_u64 size = kBlock / 2 + random() % (kBlock / 2);
+            void* const block = U_AllocatePtrQuiet(size);
+            if (!block)
+                continue;
+            ++had;
+            const std::lock_guard<std::mutex> guard(lock);
+            cache.push_back({block, size});
             held += size;
             peak = std::max(peak, held);
         }
-
-        bool DropOldest()
-        {
-            void* oldest = nullptr;
-            {
-                std::lock_guard<std::mutex> guard(lock);
-                if (blocks.empty())
-                    return false;
-                oldest = blocks.front().first;
-                held -= blocks.front().second;
-                blocks.pop_front();
-            }
-            U_FreePtr(oldest);
-            return true;
-        }
-    } cache;
-    const U_u64 before = InUse();
-    SetLimitsAboveUse(3 * kMiB, 4 * kMiB);
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            static_cast<Cache*>(refcon)->DropOldest();
-            return 0;
-        },
-        &cache);
-    std::vector<std::thread> threads;
-    std::atomic<int> had(0);
-    std::atomic<int> refused(0);
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([&, t] {
-            std::mt19937 random(static_cast<unsigned>(t));
-            for (int i = 0; i < kBlocks; ++i)
-            {
-                const U_u64 size = kBlock / 2 + random() % (kBlock / 2);
-                void* block = U_AllocatePtrQuiet(size);
-                ++(block ? had : refused);
-                if (block)
-                    cache.Add(block, size);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(had + refused, kThreads * kBlocks);
+    });
     EXPECT_GT(had, kThreads * kBlocks / 2);
-    EXPECT_LE(cache.peak, 4 * kMiB + kThreads * kBlock) << "more than the blocks in flight";
-    while (cache.DropOldest())
+    EXPECT_LE(peak, 4 * kMiB + kThreads * kBlock) << "more than the blocks in flight";
+    while (dropOldest())
     {
     }
     EXPECT_EQ(InUse(), before);

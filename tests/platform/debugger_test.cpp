@@ -21,37 +21,7 @@ protected:
     void TearDown() override { platform::ResetAll(); }
 };
 
-TEST_F(Debugger, AnAssertionAsksTheDeveloper)
-{
-    struct Row
-    {
-        platform::AssertAnswer answer;
-        bool shouldBreak;
-        bool ignoreAlways;
-    };
-    const Row kRows[] = {
-        {platform::kAnswerGoOn, false, false},
-        {platform::kAnswerBreak, true, false},
-        {platform::kAnswerGoOnAlways, false, true},
-    };
-    for (const Row& row : kRows)
-    {
-        SCOPED_TRACE(row.answer);
-        platform::SetAlertPresenter([&](const platform::Alert& alert) {
-            EXPECT_FALSE(alert.throughHost);
-            ASSERT_NE(alert.answer, nullptr);
-            EXPECT_EQ(*alert.answer, platform::kAnswerGoOn);
-            *alert.answer = row.answer;
-        });
-        bool ignoreAlways = false;
-        EXPECT_EQ(krobase::debug::BreakAfterAssertDialog(ignoreAlways, "a < b", "", "file.cpp", 7,
-                                                         "Sort"),
-                  row.shouldBreak);
-        EXPECT_EQ(ignoreAlways, row.ignoreAlways);
-    }
-}
-
-TEST_F(Debugger, AnAssertionSaysWhatFailedAndWhere)
+TEST_F(Debugger, AnAssertionSaysWhatFailedAndAsksTheDeveloper)
 {
     struct Row
     {
@@ -60,22 +30,32 @@ TEST_F(Debugger, AnAssertionSaysWhatFailedAndWhere)
         const char* file;
         const char* function;
         const char16_t* text;
+        platform::AssertAnswer answer;
+        bool shouldBreak;
+        bool ignoreAlways;
     };
     const Row kRows[] = {
-        {"a < b", "", "größe.cpp", "Sort", u"a < b\n\nline 7 of größe.cpp\nin Sort"},
-        {"a", "told", "f", "g", u"a\ntold\n\nline 7 of f\nin g"},
-        {nullptr, nullptr, nullptr, nullptr, u"\n\nline 7"},
-        {"\xFF", "", "f", "", u"\uFFFD\n\nline 7 of f"},
+        {"a < b", "", "größe.cpp", "Sort", u"a < b\n\nline 7 of größe.cpp\nin Sort",
+         platform::kAnswerGoOn, false, false},
+        {"a", "told", "f", "g", u"a\ntold\n\nline 7 of f\nin g", platform::kAnswerBreak, true,
+         false},
+        {nullptr, nullptr, nullptr, nullptr, u"\n\nline 7", platform::kAnswerGoOnAlways, false,
+         true},
+        {"\xFF", "", "f", "", u"\uFFFD\n\nline 7 of f", platform::kAnswerGoOn, false, false},
     };
-    U_UTF16String text;
-    platform::SetAlertPresenter([&](const platform::Alert& alert) { text = alert.text; });
     for (const Row& row : kRows)
     {
-        bool ignoreAlways = true;
-        krobase::debug::BreakAfterAssertDialog(ignoreAlways, row.expression, row.message, row.file,
-                                               7, row.function);
-        EXPECT_EQ(text, Units(row.text));
-        EXPECT_TRUE(ignoreAlways); // a flag that is set stays
+        platform::SetAlertPresenter([&](const platform::Alert& alert) {
+            EXPECT_EQ(alert.text, Units(row.text));
+            EXPECT_FALSE(alert.throughHost);
+            EXPECT_EQ(*alert.answer, platform::kAnswerGoOn);
+            *alert.answer = row.answer;
+        });
+        bool ignoreAlways = false;
+        EXPECT_EQ(krobase::debug::BreakAfterAssertDialog(ignoreAlways, row.expression, row.message,
+                                                         row.file, 7, row.function),
+                  row.shouldBreak);
+        EXPECT_EQ(ignoreAlways, row.ignoreAlways);
     }
 }
 

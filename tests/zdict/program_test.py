@@ -89,21 +89,17 @@ class Usage(Case):
     def test_wrong_usage(self):
         for arguments, what in [
                 ([], "a command is missing (see zdict --help)"),
-                (["Compile"], "there is no command 'Compile' (see zdict --help)"),
                 (["compile"], "compile needs TEXT... (see zdict compile --help)"),
-                (["get", "a"], "get needs FILE KEY"),
                 (["dump", "a", "b"], "dump takes FILE only, not 'b' too"),
                 (["dump", "--base", "1", "a"], "unknown option '--base' (see zdict dump --help)"),
                 (["check", "-v"], "unknown option '-v'"),
-                (["compile", "a", "-o"], "-o needs a value"),
                 (["compile", "a", "-o", ""], "-o needs a file name"),
                 (["compile", "--big-endian=yes", "a"], "--big-endian takes no value"),
                 (["compile", "--locale", "de DE", "a"], "the locale 'de DE' isn't a name"),
-                (["compile", "--locale=", "a"], "the locale '' isn't a name"),
                 *((["compile", "--base", base, "a"], f"the base '{base}' isn't a number from 0 to")
-                  for base in ("-1", "4294967296", "1x", "", " 1", "0x10")),
+                  for base in ("-1", "4294967296", "1x", "")),
                 *((["check", "--code-page", page, "a"], f"the code page '{page}' isn't 932, ")
-                  for page in ("0", "437", "65001x", "", "99999999999"))]:
+                  for page in ("0", "65001x", ""))]:
             result = self.run_tool(*arguments, status=2)
             self.assertIn(what, result.err)
             self.assertEqual(result.out, b"")

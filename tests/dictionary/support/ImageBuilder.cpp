@@ -24,20 +24,27 @@ void AddHeader(ImageBuilder& image, std::uint32_t major, std::uint32_t minor, st
     image.Field("header").Bytes("ZString Binary Format").U8(major).U8(minor).U8(flag);
 }
 
-template <class SizeOf>
-void AddRunTables(ImageBuilder& image, const std::string& kind, std::size_t count,
-                  const SizeOf& sizeOf)
+std::string Joined(const std::vector<std::string>& runs)
+{
+    std::string joined;
+    for (const std::string& run : runs)
+        joined += run;
+    return joined;
+}
+
+void AddRunTables(ImageBuilder& image, const std::string& kind,
+                  const std::vector<std::string>& runs)
 {
     std::size_t offset = 0;
     image.Field(kind + " offsets");
-    for (std::size_t i = 0; i < count; ++i)
+    for (const std::string& run : runs)
     {
         image.U32(offset);
-        offset += sizeOf(i);
+        offset += run.size();
     }
     image.Field(kind + " lengths");
-    for (std::size_t i = 0; i < count; ++i)
-        image.U16(sizeOf(i));
+    for (const std::string& run : runs)
+        image.U16(run.size());
 }
 
 void AddBuckets(ImageBuilder& image, const Buckets& buckets)
@@ -54,31 +61,6 @@ void AddBuckets(ImageBuilder& image, const Buckets& buckets)
         for (const std::size_t id : bucket.second)
             image.U32(id);
     }
-}
-
-void AddComments(ImageBuilder& image, const std::vector<TestEntry>& entries)
-{
-    std::vector<std::size_t> ids;
-    std::size_t poolSize = 0;
-    for (std::size_t i = 0; i < entries.size(); ++i)
-    {
-        if (entries[i].comment.empty())
-            continue;
-        ids.push_back(i);
-        poolSize += 2 * entries[i].comment.size();
-    }
-    image.Field("comment count").U32(ids.size());
-    if (ids.empty())
-        return;
-    image.Field("comment pool size").U32(poolSize);
-    image.Field("comment identifiers");
-    for (const std::size_t id : ids)
-        image.U32(id);
-    AddRunTables(image, "comment", ids.size(),
-                 [&](std::size_t i) { return 2 * entries[ids[i]].comment.size(); });
-    image.Field("comment pool");
-    for (const std::size_t id : ids)
-        image.Units(entries[id].comment);
 }
 
 std::string LegacyValue(const TestEntry& entry, std::uint8_t textFlag)
@@ -169,17 +151,25 @@ std::uint32_t BucketOf(const std::string& key)
 ImageBuilder BuildFlat(const std::vector<TestEntry>& entries, const FlatOptions& options)
 {
     const bool keyed = options.marker != 'N';
-    const std::size_t count = entries.size();
-    const Buckets buckets = BucketsOf(entries);
-    std::string keys;
-    std::u16string values;
-    std::size_t live = 0;
+    const auto bytesOf = [&](const std::u16string& text) {
+        return ImageBuilder(options.bigEndian).Units(text).Image();
+    };
+    std::vector<std::string> keys;
+    std::vector<std::string> values;
+    std::vector<std::string> comments;
+    std::vector<std::size_t> commentIds;
     for (const TestEntry& entry : entries)
     {
-        keys += entry.key;
-        values += entry.value;
-        live += !keyed || !entry.key.empty();
+        if (!entry.comment.empty())
+        {
+            commentIds.push_back(keys.size());
+            comments.push_back(bytesOf(entry.comment));
+        }
+        keys.push_back(entry.key);
+        values.push_back(bytesOf(entry.value));
     }
+    const auto removed = keyed ? std::count(keys.begin(), keys.end(), "") : 0;
+    const Buckets buckets = keyed ? BucketsOf(entries) : Buckets();
 
     ImageBuilder image(options.bigEndian);
     AddHeader(image, 2, options.minor, 0);
@@ -189,20 +179,29 @@ ImageBuilder BuildFlat(const std::vector<TestEntry>& entries, const FlatOptions&
     image.Field("locale name").Bytes(options.locale);
     image.Field("base").U32(options.base);
     image.Field("keyed marker").U8(static_cast<unsigned char>(options.marker));
-    image.Field("count").U32(count).Field("live").U32(live).Field("buckets");
-    image.U32(keyed ? buckets.size() : 0);
+    image.Field("count").U32(keys.size());
+    image.Field("live").U32(keys.size() - static_cast<std::size_t>(removed));
+    image.Field("buckets").U32(buckets.size());
     if (keyed)
-        image.Field("key pool size").U32(keys.size());
-    image.Field("value pool size").U32(2 * values.size());
+        image.Field("key pool size").U32(Joined(keys).size());
+    image.Field("value pool size").U32(Joined(values).size());
     if (keyed)
-        AddRunTables(image, "key", count, [&](std::size_t i) { return entries[i].key.size(); });
-    AddRunTables(image, "value", count, [&](std::size_t i) { return 2 * entries[i].value.size(); });
+        AddRunTables(image, "key", keys);
+    AddRunTables(image, "value", values);
     if (keyed)
-        image.Field("key pool").Bytes(keys);
-    image.Field("value pool").Units(values);
+        image.Field("key pool").Bytes(Joined(keys));
+    image.Field("value pool").Bytes(Joined(values));
     if (keyed)
         AddBuckets(image, buckets);
-    AddComments(image, entries);
+    image.Field("comment count").U32(comments.size());
+    if (comments.empty())
+        return image;
+    image.Field("comment pool size").U32(Joined(comments).size());
+    image.Field("comment identifiers");
+    for (const std::size_t id : commentIds)
+        image.U32(id);
+    AddRunTables(image, "comment", comments);
+    image.Field("comment pool").Bytes(Joined(comments));
     return image;
 }
 

@@ -27,6 +27,12 @@ void Load(hollin::Dictionary& dictionary, const std::string& image, Way way)
     dictionary.LoadFromMemory(bytes.data(), static_cast<std::int32_t>(bytes.size()), true);
 }
 
+void LoadFlat(hollin::Dictionary& dictionary, const std::vector<TestEntry>& entries,
+              const FlatOptions& options)
+{
+    Load(dictionary, BuildFlat(entries, options).Image());
+}
+
 Loaded::Loaded(const std::string& image, Way way)
 {
     Load(*this, image, way);

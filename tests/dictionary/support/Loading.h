@@ -1,4 +1,4 @@
-// Loading images in tests, and looking at what a dictionary holds.
+// Texts as literals, loading images, and looking at what a dictionary holds.
 
 #ifndef TESTS_DICTIONARY_LOADING_H
 #define TESTS_DICTIONARY_LOADING_H
@@ -10,8 +10,45 @@
 
 #include <hollin/Dictionary.h>
 #include <hollin/ImageCheck.h>
+#include <hollin/VoErrException.h>
 
-#include "tests/dictionary/Texts.h"
+#include "tests/dictionary/support/ImageBuilder.h"
+
+inline hollin::ZString ToZString(const std::u16string& text)
+{
+    return hollin::ZString(reinterpret_cast<const std::uint16_t*>(text.data()),
+                           static_cast<std::uint32_t>(text.size()));
+}
+
+inline std::u16string ToText(const hollin::ZString& text)
+{
+    return std::u16string(text.Data(), text.Data() + text.Length());
+}
+
+// Sets a text, and a comment if one is given.
+inline std::uint32_t Set(hollin::Dictionary& dictionary, const char* key,
+                         const std::u16string& text, const char16_t* comment = nullptr)
+{
+    const auto* units = reinterpret_cast<const std::uint16_t*>(text.data());
+    const std::size_t length = comment ? std::u16string(comment).size() : 0;
+    return dictionary.SetString(key, units, static_cast<std::uint32_t>(2 * text.size()),
+                                reinterpret_cast<const std::uint16_t*>(comment),
+                                static_cast<std::uint32_t>(2 * length));
+}
+
+// The code of what is thrown, 0 for nothing.
+template <class Body> std::int32_t CodeThrownBy(const Body& body)
+{
+    try
+    {
+        body();
+    }
+    catch (const hollin::VoErrException& failure)
+    {
+        return failure.mCode;
+    }
+    return 0;
+}
 
 typedef std::map<std::string, std::u16string> KeyedTexts;
 
@@ -25,6 +62,10 @@ const Way kWays[] = {Way::kMemory, Way::kStream};
 // From a block of exactly the image's size, so that the sanitizers see a read
 // beyond it. Keys are copied.
 void Load(hollin::Dictionary& dictionary, const std::string& image, Way way = Way::kMemory);
+
+// The same of a version 2 image made of entries.
+void LoadFlat(hollin::Dictionary& dictionary, const std::vector<TestEntry>& entries,
+              const FlatOptions& options = {});
 
 // A dictionary of one image, which is sound.
 class Loaded : public hollin::Dictionary
