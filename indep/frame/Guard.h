@@ -7,6 +7,8 @@
 #ifndef INDEP_FRAME_GUARD_H
 #define INDEP_FRAME_GUARD_H
 
+#include <exception>
+
 #include "U_Threads.h"
 #include "indep/frame/Translators.h"
 

@@ -3,9 +3,8 @@
 #include <map>
 #include <memory>
 #include <new>
-#include <string>
 #include <typeinfo>
-#include <vector>
+#include <utility>
 
 #include <boost/core/demangle.hpp>
 #include <boost/thread/lock_guard.hpp>

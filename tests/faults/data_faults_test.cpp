@@ -80,7 +80,6 @@ TEST_F(DataFaults, Trees)
     const U_UTF16String json = Units(kJSON);
     const U_UTF16String key = Units(u"a name of some length");
     const U_UTF16String other = Units(u"another name of some length");
-    const U_UTF16String path = Units(u"b..c");
     const U_AnyTree tree = TreeOf(kJSON);
     const U_AnyTreeWrapper wrapper(tree);
     // A change of a copy, which is either as it was or changed.
@@ -111,10 +110,6 @@ TEST_F(DataFaults, Trees)
          [&] { return RightIf(wrapper.GetAs_JSON() == json); }},
         {"U_AnyTreeWrapper::GetAs_Str", kBadAlloc,
          [&] { return RightIf(wrapper.GetAs_Str().size() > 50); }},
-        {"U_AnyTreeWrapper::get_child_any", kBadAlloc,
-         [&] { return RightIf(wrapper.get_child_any(path).GetAs_int() == 1); }},
-        {"U_AnyTreeWrapper::get_child_tree", kBadAlloc,
-         [&] { return RightIf(wrapper.get_child_tree(key).empty()); }},
         {"U_AnyTreeWrapper::push_back of a tree", kBadAlloc,
          [&] { return change([&](U_AnyTreeWrapper& to) { to.push_back(other, tree); }, 4); }},
         {"U_AnyTreeWrapper::push_back", kBadAlloc,

@@ -194,6 +194,34 @@ TEST_F(Handles, DuplicatesThatCantBeMadeAreToldWhere)
     DisposeHandle(ofToolbox);
 }
 
+TEST_F(Handles, ADuplicateHasWhatAPurgeForItHasLeft)
+{
+    static bool sFrees;
+    for (const bool frees : {false, true})
+    {
+        sFrees = frees;
+        void** handle = U_AllocateHandleQuiet(5000);
+        std::memset(*handle, 0xEE, 5000);
+        U_SetPurgeRequestCallback(
+            [](void* refcon, U_u64, U_u64, bool*) {
+                platform::SetHeapFailure({});
+                void** source = static_cast<void**>(refcon);
+                return sFrees ? U_FreeHandle(source) : U_ResizeHandle(0, 5, nullptr, &source);
+            },
+            handle);
+        platform::SetHeapFailure([](unsigned long long) { return true; });
+        void** out = nullptr;
+        U_u32 size = 0;
+        EXPECT_EQ(U_DuplicateHandle(handle, "copy", &out), 0);
+        EXPECT_EQ(U_GetHandleSize(out, &size), 0);
+        EXPECT_EQ(size, 5000u);
+        EXPECT_EQ(frees || std::memcmp(*out, "\xEE\xEE\xEE\xEE\xEE", 5) == 0, true);
+        if (!frees)
+            U_FreeHandle(handle);
+        U_FreeHandle(out);
+    }
+}
+
 TEST_F(Handles, AResourceIsMovedOrStays)
 {
     void** resource = FilledPlatform();

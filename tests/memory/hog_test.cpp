@@ -285,6 +285,20 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
     platform::SetHeapFailure([](unsigned long long asked) { return asked > 100; });
     EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &handle), 0) << "of what has gone";
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
+
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            platform::SetHeapFailure({});
+            void* data = nullptr;
+            return U_LockHogHandle(static_cast<void**>(refcon), &data);
+        },
+        handle);
+    platform::SetHeapFailure([](unsigned long long asked) { return asked > 100; });
+    void* const place = *handle;
+    SetLimitsAboveUse(1, 1 << 30); // so that it is asked before anything is tried
+    EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 21, handle), 1);
+    EXPECT_EQ(*handle, place);
+    EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
     U_FreeHogHandle(handle);
 }
 
