@@ -87,6 +87,7 @@ U_Status GetDataSize(void** handle, U_u32* size)
     U_FreeHandle(handle);
     return failure;
 }
+
 U_Status RefuseLockedHog()
 {
     Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
