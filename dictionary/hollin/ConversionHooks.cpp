@@ -9,7 +9,7 @@
 #include <win32/text.h>
 
 #include "hollin/VoErrException.h"
-#include "hollin_private/Conversion.h"
+#include "hollin_private/Hooks.h"
 
 namespace hollin
 {
@@ -158,90 +158,37 @@ std::int32_t DefaultCompare(const std::uint16_t* left, std::uint32_t leftLength,
 }
 
 // Written while no other thread is in the dictionary code.
-CountUnitsHook sCountUnits = DefaultCountUnits;
-ToUnitsHook sToUnits = DefaultToUnits;
-CountBytesHook sCountBytes = DefaultCountBytes;
-ToBytesHook sToBytes = DefaultToBytes;
-CompareHook sCompare = DefaultCompare;
-TextEncoding sDefaultEncoding = nullptr;
-
-TextEncoding OrDefault(TextEncoding encoding)
-{
-    return encoding ? encoding : sDefaultEncoding;
-}
-
-void ThrowIfFailed(std::int32_t code)
-{
-    if (code)
-        throw VoErrException(code);
-}
+hollin_private::Hooks sHooks = {DefaultCountUnits, DefaultToUnits, DefaultCountBytes,
+                                DefaultToBytes,    DefaultCompare, nullptr};
 } // namespace
 
 void SetConversionHooks(CountUnitsHook countUnits, ToUnitsHook toUnits, CountBytesHook countBytes,
                         ToBytesHook toBytes)
 {
-    sCountUnits = countUnits ? countUnits : DefaultCountUnits;
-    sToUnits = toUnits ? toUnits : DefaultToUnits;
-    sCountBytes = countBytes ? countBytes : DefaultCountBytes;
-    sToBytes = toBytes ? toBytes : DefaultToBytes;
+    sHooks.mCountUnits = countUnits ? countUnits : DefaultCountUnits;
+    sHooks.mToUnits = toUnits ? toUnits : DefaultToUnits;
+    sHooks.mCountBytes = countBytes ? countBytes : DefaultCountBytes;
+    sHooks.mToBytes = toBytes ? toBytes : DefaultToBytes;
 }
 
 bool ConversionHooksAreDefault()
 {
-    return sCountUnits == DefaultCountUnits && sToUnits == DefaultToUnits &&
-           sCountBytes == DefaultCountBytes && sToBytes == DefaultToBytes;
+    return sHooks.mCountUnits == DefaultCountUnits && sHooks.mToUnits == DefaultToUnits &&
+           sHooks.mCountBytes == DefaultCountBytes && sHooks.mToBytes == DefaultToBytes;
 }
 
 void SetCompareHook(CompareHook compare)
 {
-    sCompare = compare ? compare : DefaultCompare;
+    sHooks.mCompare = compare ? compare : DefaultCompare;
 }
 
 void SetDefaultEncoding(TextEncoding encoding)
 {
-    sDefaultEncoding = encoding;
+    sHooks.mDefaultEncoding = encoding;
 }
 } // namespace hollin
 
-namespace hollin_private
+const hollin_private::Hooks& hollin_private::InstalledHooks()
 {
-UnitBuffer ToUnits(const char* bytes, std::uint32_t length, hollin::TextEncoding encoding)
-{
-    UnitBuffer units;
-    if (!length)
-        return units;
-    encoding = hollin::OrDefault(encoding);
-    std::uint32_t count = 0;
-    hollin::ThrowIfFailed(hollin::sCountUnits(bytes, length, &count, encoding));
-    units.resize(count, boost::container::default_init);
-    hollin::ThrowIfFailed(hollin::sToUnits(bytes, length, units.data(), count, encoding));
-    return units;
+    return hollin::sHooks;
 }
-
-std::uint32_t CountBytes(const std::uint16_t* units, std::uint32_t length,
-                         hollin::TextEncoding encoding)
-{
-    std::uint32_t count = 0;
-    encoding = hollin::OrDefault(encoding);
-    hollin::ThrowIfFailed(hollin::sCountBytes(units, length, &count, encoding));
-    return count;
-}
-
-std::uint32_t ToBytes(const std::uint16_t* units, std::uint32_t length, char* bytes,
-                      std::uint32_t capacity, hollin::TextEncoding encoding, bool* fits)
-{
-    std::uint32_t size = 0;
-    encoding = hollin::OrDefault(encoding);
-    const std::int32_t result = hollin::sToBytes(units, length, bytes, capacity, &size, encoding);
-    *fits = result != hollin::VoErrException::kBufferTooSmall;
-    if (*fits)
-        hollin::ThrowIfFailed(result);
-    return std::min(size, capacity);
-}
-
-std::int32_t CompareUnits(const std::uint16_t* left, std::uint32_t leftLength,
-                          const std::uint16_t* right, std::uint32_t rightLength)
-{
-    return hollin::sCompare(left, leftLength, right, rightLength);
-}
-} // namespace hollin_private

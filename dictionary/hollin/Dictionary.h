@@ -19,6 +19,7 @@
 #include <memory>
 #include <string>
 
+#include "hollin/Ids.h"
 #include "hollin/ZString.h"
 
 namespace hollin_private
@@ -28,11 +29,6 @@ class DictionaryImpl;
 
 namespace hollin
 {
-const std::uint32_t kNoId = 0xFFFFFFFFu;
-
-// The longest key, value or comment of a flat store, in bytes.
-const std::uint32_t kLongestRun = 65535;
-
 class Dictionary
 {
 public:

@@ -9,6 +9,7 @@
 
 #include "hollin/Dictionary.h"
 #include "hollin/VoErrException.h"
+#include "hollin_private/ByteRunValue.h"
 #include "hollin_private/Conversion.h"
 
 namespace hollin

@@ -11,7 +11,13 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
 #include "hollin/ConversionHooks.h"
-#include "hollin_private/ByteRunValue.h"
+
+namespace hollin_private
+{
+class ByteRunValue;
+void intrusive_ptr_add_ref(ByteRunValue* value);
+void intrusive_ptr_release(ByteRunValue* value);
+} // namespace hollin_private
 
 namespace hollin
 {

@@ -11,4 +11,14 @@ ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length) : mLength(le
     mBytes.reset(new unsigned char[length]);
     std::memcpy(mBytes.get(), bytes, length);
 }
+
+void intrusive_ptr_add_ref(ByteRunValue* value)
+{
+    value->AddRef();
+}
+
+void intrusive_ptr_release(ByteRunValue* value)
+{
+    value->Release();
+}
 } // namespace hollin_private

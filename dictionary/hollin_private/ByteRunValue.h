@@ -3,6 +3,7 @@
 #ifndef HOLLIN_PRIVATE_BYTE_RUN_VALUE_H
 #define HOLLIN_PRIVATE_BYTE_RUN_VALUE_H
 
+#include <cstdint>
 #include <memory>
 
 #include "hollin_private/RefCountObj.h"
@@ -22,6 +23,10 @@ private:
     const std::uint32_t mLength;
     std::unique_ptr<unsigned char[]> mBytes;
 };
+
+// For those who know a run by its name only.
+void intrusive_ptr_add_ref(ByteRunValue* value);
+void intrusive_ptr_release(ByteRunValue* value);
 } // namespace hollin_private
 
 #endif

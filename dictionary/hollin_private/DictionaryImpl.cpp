@@ -1,6 +1,6 @@
 #include "hollin_private/DictionaryImpl.h"
 
-#include "hollin/Dictionary.h"
+#include "hollin/Ids.h"
 #include "hollin_private/DictionaryEntry.h"
 #include "hollin_private/ImageHeader.h"
 

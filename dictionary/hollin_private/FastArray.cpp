@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "hollin/Dictionary.h"
+#include "hollin/Ids.h"
 
 namespace hollin_private
 {

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "hollin/Dictionary.h"
+#include "hollin/Ids.h"
 #include "hollin/VoErrException.h"
 #include "hollin_private/DictionaryEntry.h"
 #include "hollin_private/DictionaryReader.h"

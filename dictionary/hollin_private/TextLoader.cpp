@@ -6,7 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "hollin/Dictionary.h"
+#include "hollin/Ids.h"
 #include "hollin_private/DictionaryEntry.h"
 #include "hollin_private/DictionaryReader.h"
 #include "hollin_private/Expansion.h"
