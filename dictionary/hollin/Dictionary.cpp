@@ -56,14 +56,18 @@ std::uint32_t FindId(const DictionaryImpl& dictionary, const char* key)
 
 typedef std::uint32_t (FastArray::*Adder)(const ByteRun&, const ByteRun&, const ByteRun*);
 
-// Adds to a flat store under a literal's key. Returns the identifier, or kNoId.
+// Adds to a flat store under a literal's key. Lengths are in bytes. Returns the
+// identifier, or kNoId.
 std::uint32_t AddTo(const DictionaryImpl& dictionary, Adder add, const char* key,
-                    const ByteRun& value, const ByteRun* comment)
+                    const std::uint16_t* value, std::uint32_t valueLength,
+                    const std::uint16_t* comment, std::uint32_t commentLength)
 {
     ZStringLiteral literal;
-    if (!dictionary.IsFlat() || !ParseZString(key, &literal) || (!value.mBytes && value.mLength))
+    if (!dictionary.IsFlat() || !ParseZString(key, &literal) || (!value && valueLength))
         return kNoId;
-    return ((*dictionary.mFastArray).*add)(literal.mKey, value, comment);
+    const ByteRun storedComment = StoredFormOf(comment, commentLength);
+    return ((*dictionary.mFastArray).*add)(literal.mKey, StoredFormOf(value, valueLength),
+                                           comment ? &storedComment : nullptr);
 }
 
 int GiveRawString(const std::uint16_t* found, std::uint32_t count, const std::uint16_t** units,
@@ -182,18 +186,14 @@ std::uint32_t Dictionary::SetString(const char* key, const std::uint16_t* value,
                                     std::uint32_t byteLength, const std::uint16_t* comment,
                                     std::uint32_t commentLength)
 {
-    const ByteRun storedComment = StoredFormOf(comment, commentLength);
-    return AddTo(*mImpl, &FastArray::Add, key, StoredFormOf(value, byteLength),
-                 comment ? &storedComment : nullptr);
+    return AddTo(*mImpl, &FastArray::Add, key, value, byteLength, comment, commentLength);
 }
 
 std::uint32_t Dictionary::AddString(const char* key, const std::uint16_t* value,
                                     std::uint32_t byteLength, const std::uint16_t* comment,
                                     std::uint32_t commentLength)
 {
-    const ByteRun storedComment = StoredFormOf(comment, commentLength);
-    return AddTo(*mImpl, &FastArray::AddNew, key, StoredFormOf(value, byteLength),
-                 comment ? &storedComment : nullptr);
+    return AddTo(*mImpl, &FastArray::AddNew, key, value, byteLength, comment, commentLength);
 }
 
 std::uint32_t Dictionary::RemoveString(const char* key)

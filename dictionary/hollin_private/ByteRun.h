@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <string_view>
 
 namespace hollin_private
 {
@@ -21,6 +23,23 @@ const std::uint32_t kUnitSize = sizeof(std::uint16_t);
 inline ByteRun StoredFormOf(const std::uint16_t* units, std::uint32_t length)
 {
     return ByteRun{reinterpret_cast<const unsigned char*>(units), length};
+}
+
+// An owned copy of the bytes; null if there are none.
+typedef std::unique_ptr<unsigned char[]> OwnedRun;
+
+inline OwnedRun CopyOf(const ByteRun& run)
+{
+    if (!run.mLength)
+        return nullptr;
+    OwnedRun copy(new unsigned char[run.mLength]);
+    std::memcpy(copy.get(), run.mBytes, run.mLength);
+    return copy;
+}
+
+inline std::string_view ViewOf(const ByteRun& run)
+{
+    return std::string_view(reinterpret_cast<const char*>(run.mBytes), run.mLength);
 }
 
 inline bool operator==(const ByteRun& left, const ByteRun& right)

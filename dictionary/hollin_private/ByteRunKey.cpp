@@ -1,21 +1,18 @@
 #include "hollin_private/ByteRunKey.h"
 
-#include <cstring>
-
 #include "hollin_private/KeyHash.h"
 
 namespace hollin_private
 {
 ByteRunKey::ByteRunKey(const ByteRun& bytes, Ownership ownership) : mKey(bytes)
 {
-    if (!bytes.mLength)
-        mKey.mBytes = nullptr;
-    else if (ownership == kCopy)
+    if (ownership == kCopy)
     {
-        mOwned.reset(new unsigned char[bytes.mLength]);
-        std::memcpy(mOwned.get(), bytes.mBytes, bytes.mLength);
+        mOwned = CopyOf(bytes);
         mKey.mBytes = mOwned.get();
     }
+    else if (!bytes.mLength)
+        mKey.mBytes = nullptr;
 }
 
 ByteRunKey::ByteRunKey(const ByteRunKey& other) : ByteRunKey(other.mKey, kCopy) {}

@@ -4,7 +4,6 @@
 #define HOLLIN_PRIVATE_BYTE_RUN_KEY_H
 
 #include <cstdint>
-#include <memory>
 
 #include "hollin_private/ByteRun.h"
 #include "hollin_private/HashItem.h"
@@ -30,7 +29,7 @@ public:
 
 private:
     ByteRun mKey;
-    std::unique_ptr<unsigned char[]> mOwned; // null if the bytes are borrowed
+    OwnedRun mOwned; // null if the bytes are borrowed
 };
 } // namespace hollin_private
 

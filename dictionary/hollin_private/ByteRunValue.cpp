@@ -1,15 +1,10 @@
 #include "hollin_private/ByteRunValue.h"
 
-#include <cstring>
-
 namespace hollin_private
 {
-ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length) : mLength(length)
+ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length)
+    : mLength(length), mBytes(CopyOf(ByteRun{static_cast<const unsigned char*>(bytes), length}))
 {
-    if (!length)
-        return;
-    mBytes.reset(new unsigned char[length]);
-    std::memcpy(mBytes.get(), bytes, length);
 }
 
 void intrusive_ptr_add_ref(ByteRunValue* value)

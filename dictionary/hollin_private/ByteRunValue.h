@@ -4,8 +4,8 @@
 #define HOLLIN_PRIVATE_BYTE_RUN_VALUE_H
 
 #include <cstdint>
-#include <memory>
 
+#include "hollin_private/ByteRun.h"
 #include "hollin_private/RefCountObj.h"
 
 namespace hollin_private
@@ -21,7 +21,7 @@ public:
 
 private:
     const std::uint32_t mLength;
-    std::unique_ptr<unsigned char[]> mBytes;
+    const OwnedRun mBytes;
 };
 
 // For those who know a run by its name only.

@@ -1,6 +1,7 @@
 #include "hollin_private/FastArray.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -19,11 +20,6 @@ const std::uint32_t kLongestMergedKey = 1023; // longer ones never equal in a me
 bool CanMerge(const ByteRun& key)
 {
     return key.mLength > 0 && key.mLength <= kLongestMergedKey;
-}
-
-std::string_view ViewOf(const ByteRun& key)
-{
-    return std::string_view(reinterpret_cast<const char*>(key.mBytes), key.mLength);
 }
 
 bool IsTooLong(const ByteRun& value, const ByteRun* comment)

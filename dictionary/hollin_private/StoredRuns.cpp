@@ -5,26 +5,12 @@
 
 namespace hollin_private
 {
-namespace
-{
-typedef std::unique_ptr<unsigned char[]> OwnedRun;
-
-OwnedRun Copy(const ByteRun& run)
-{
-    if (!run.mLength)
-        return nullptr;
-    OwnedRun copy(new unsigned char[run.mLength]);
-    std::memcpy(copy.get(), run.mBytes, run.mLength);
-    return copy;
-}
-} // namespace
-
 void StoredRuns::Replace(std::size_t index, const ByteRun& run)
 {
     const bool isShared = mSharesPool && !StandsApart(index);
     if (run.mLength > mLengths[index] || (run.mLength && isShared))
     {
-        OwnedRun copy = Copy(run);
+        OwnedRun copy = CopyOf(run);
         mPointers.resize(mLengths.size());
         mPointers[index] = std::move(copy);
         if (!mOffsets.empty())
@@ -40,7 +26,7 @@ void StoredRuns::Replace(std::size_t index, const ByteRun& run)
 
 void StoredRuns::Insert(std::size_t index, const ByteRun& run)
 {
-    OwnedRun copy = Copy(run);
+    OwnedRun copy = CopyOf(run);
     mPointers.resize(mLengths.size());
     MakeRoom(mPointers);
     MakeRoom(mLengths);

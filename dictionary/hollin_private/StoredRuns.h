@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "hollin_private/ByteRun.h"
@@ -22,7 +21,7 @@ public:
     Table<std::uint32_t> mOffsets; // into mPool; none if all runs stand apart
     Table<std::uint16_t> mLengths; // bytes
     Table<unsigned char> mPool;
-    std::vector<std::unique_ptr<unsigned char[]>> mPointers; // none, or one a run
+    std::vector<OwnedRun> mPointers; // none, or one a run
 
     // Set if runs of the pool may share bytes; none is overwritten there then.
     bool mSharesPool = false;

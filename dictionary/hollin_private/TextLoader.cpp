@@ -45,11 +45,6 @@ public:
     }
 
 private:
-    static std::string_view ViewOf(const ByteRun& key)
-    {
-        return std::string_view(reinterpret_cast<const char*>(key.mBytes), key.mLength);
-    }
-
     // Of equal keys the first one counts, and what stands in a bucket that isn't
     // its key's doesn't, as no search finds it.
     void NoteEntries()
