@@ -76,11 +76,6 @@ U_i64 HeldBool(const boost::any& value)
     return held ? *held : boost::any_cast<const int&>(value);
 }
 
-U_UTF16String Widened(std::string_view ascii)
-{
-    return U_UTF16String(ascii.begin(), ascii.end());
-}
-
 // A whole number gets a decimal too, so that it always reads as a double.
 U_UTF16String DoubleAsText(double value)
 {
@@ -174,10 +169,10 @@ U_UTF16String U_Any::GetAs_Str() const
     switch (GetType())
     {
     case kType_Bool:
-        return Widened(GetAs_bool() ? "true" : "false");
+        return U_AsciiToUTF16String(GetAs_bool() ? "true" : "false");
     case kType_Int:
     case kType_Enum:
-        return Widened(std::to_string(GetAs_int()));
+        return U_AsciiToUTF16String(std::to_string(GetAs_int()).c_str());
     case kType_Double:
         return DoubleAsText(GetAs_double());
     case kType_String:
@@ -185,7 +180,7 @@ U_UTF16String U_Any::GetAs_Str() const
     case kType_MBString:
         return U_MBToUTF16String(boost::any_cast<const std::string&>(mValue));
     case kType_Tree:
-        return Widened("<tree>");
+        return U_AsciiToUTF16String("<tree>");
     default:
         return U_UTF16String();
     }

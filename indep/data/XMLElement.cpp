@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
 #include <krobase/format.h>
@@ -11,15 +10,11 @@
 #include "U_XML.h"
 #include "U_ZString.h"
 #include "indep/errors/Location.h"
+#include "text/Ascii.h"
 
 namespace
 {
 const int kInvalidType = -1;
-
-U_UTF8String Bytes(const char* text)
-{
-    return U_UTF8String(text, text + std::strlen(text));
-}
 
 const char* CharsOf(const U_UTF8String& text)
 {
@@ -132,14 +127,14 @@ void U_XML_Element::SetAttribute(const U_UTF8String& name, const U_UTF8String& v
 
 void U_XML_Element::SetAttribute(const char* name, const U_UTF8String& value)
 {
-    SetAttribute(Bytes(name), value);
+    SetAttribute(UTF8Of(name), value);
 }
 
 void U_XML_Element::SetAttributeLong(const char* name, int value, bool hex)
 {
     char digits[16];
     std::snprintf(digits, sizeof(digits), hex ? "%x" : "%d", value);
-    SetAttribute(name, Bytes(digits));
+    SetAttribute(name, UTF8Of(digits));
 }
 
 void U_XML_Element::SetAttributeBool(const char* name, bool value)
@@ -165,7 +160,7 @@ bool U_XML_Element::GetAttributeValue(const U_UTF8String& name, U_UTF8String* va
 bool U_XML_Element::GetAttributeValue(const char* name, U_UTF8String* value,
                                       bool reportMissing) const
 {
-    return GetAttributeValue(Bytes(name), value, reportMissing);
+    return GetAttributeValue(UTF8Of(name), value, reportMissing);
 }
 
 bool U_XML_Element::GetAttributeValueLong(const char* name, int* value, bool hex,

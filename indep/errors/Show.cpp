@@ -11,6 +11,7 @@
 #include "indep/errors/PostedErrors.h"
 #include "indep/errors/Severity.h"
 #include "indep/frame/Guard.h"
+#include "text/Ascii.h"
 
 namespace
 {
@@ -22,16 +23,11 @@ void EndInputCapture()
         manager->EndInputCapture(true);
 }
 
-U_UTF8String AsciiToUTF8(const char* text)
-{
-    return U_UTF8String(text, text + std::char_traits<char>::length(text));
-}
-
 void TellTelemetry(const char* severityWord, const U_UTF16String& text)
 {
     using namespace U::telemetry;
     const auto group = NewDataGroup("Qx", "error", "error", krobase::utility::Guid());
-    AddToGroup(group, "severity", AsciiToUTF8(severityWord));
+    AddToGroup(group, "severity", UTF8Of(severityWord));
     if (!Up_HasGroupTag(text))
     {
         AddToGroup(group, "localizedMsg", U_UTF16To8String(text));
