@@ -14,7 +14,6 @@
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <control.h>
-#include <krobase/debug.h>
 
 #include "cache.h"
 #include "console.h"
@@ -139,9 +138,8 @@ struct Preparation
 // The library reads its settings as it is born.
 void AskForMemoryLog(unsigned int interval)
 {
-    krobase::debug::DebugDatabase& settings = krobase::debug::DebugDatabase::Instance();
-    settings.SetEntry("MemoryYoYoLog", "true");
-    settings.SetEntry("MemoryYoYoLogInterval", std::to_string(interval).c_str());
+    platform::SetDebugSetting("MemoryYoYoLog", "true");
+    platform::SetDebugSetting("MemoryYoYoLogInterval", std::to_string(interval).c_str());
 }
 
 void Prepare(int argc, char** argv, Preparation* ready)

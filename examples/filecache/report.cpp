@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include <U_AnyTree.h>
 #include <U_Encoding.h>
@@ -42,27 +43,16 @@ U_AnyTree Figures(const Table& table)
     return figures;
 }
 
-U_AnyTree UnreadableOnes(const Losses& losses)
+// An entry for each loss: its path, and what detail gives of it under a key.
+template <class Loss, class Detail>
+U_AnyTree ListOf(const std::vector<Loss>& losses, const char* key, const Detail& detail)
 {
     U_AnyTree list;
-    for (const Losses::Unreadable& loss : losses.AllUnreadable())
+    for (const Loss& loss : losses)
     {
         U_AnyTree entry;
         U_AnyTreeWrapper(entry).push_back(Key("path"), ToUTF16(loss.path));
-        U_AnyTreeWrapper(entry).push_back(Key("reason"), ToUTF16(loss.reason));
-        U_AnyTreeWrapper(list).put(entry);
-    }
-    return list;
-}
-
-U_AnyTree RefusedOnes(const Losses& losses)
-{
-    U_AnyTree list;
-    for (const Losses::Refused& loss : losses.AllRefused())
-    {
-        U_AnyTree entry;
-        U_AnyTreeWrapper(entry).push_back(Key("path"), ToUTF16(loss.path));
-        U_AnyTreeWrapper(entry).push_back(Key("bytes"), static_cast<U_i64>(loss.size));
+        U_AnyTreeWrapper(entry).push_back(Key(key), detail(loss));
         U_AnyTreeWrapper(list).put(entry);
     }
     return list;
@@ -74,8 +64,10 @@ std::string AsJSON(const std::string& folder, const Table& table, const Losses& 
     U_AnyTreeWrapper wrapper(report);
     wrapper.put("folder", ToUTF16(folder));
     wrapper.put("figures", Figures(table));
-    PutUnlessEmpty(wrapper, "unreadable", UnreadableOnes(losses));
-    PutUnlessEmpty(wrapper, "refused", RefusedOnes(losses));
+    const auto reason = [](const Losses::Unreadable& loss) { return ToUTF16(loss.reason); };
+    PutUnlessEmpty(wrapper, "unreadable", ListOf(losses.AllUnreadable(), "reason", reason));
+    const auto bytes = [](const Losses::Refused& loss) { return static_cast<U_i64>(loss.size); };
+    PutUnlessEmpty(wrapper, "refused", ListOf(losses.AllRefused(), "bytes", bytes));
     return ToUTF8(wrapper.GetAs_JSON()) + '\n';
 }
 
