@@ -1,5 +1,7 @@
 #include "U_Lifecycle.h"
 
+#include <type_traits>
+
 #include <win32/messages.h>
 #include <wril/wril.h>
 
@@ -40,39 +42,46 @@ U_RunModeFunction sRunMode = nullptr; // written by birth and death
 typedef U_Status (*BirthStep)(const char* displayName);
 typedef void (*DeathStep)();
 
+// A function without the display name as a step of birth: one that can fail, or one
+// that can't but throw.
+template <auto function> U_Status Step(const char*)
+{
+    if constexpr (std::is_void_v<decltype(function())>)
+    {
+        function();
+        return 0;
+    }
+    else
+    {
+        return function();
+    }
+}
+
+void InstallHandlers()
+{
+    Up_InstallCrashHandlers(true);
+    Up_InstallTerminateHandler(true);
+}
+
+void InstallNewHandler()
+{
+    Up_InstallNewHandler(true);
+}
+
 // In order. A failure ends birth and undoes nothing.
 const BirthStep kFirstSteps[] = {
-    [](const char*) {
-        Up_DetectCPU();
-        return U_Status(0);
-    },
-    [](const char*) { return Up_InitializeMemorySubsystem(); },
-    [](const char*) {
-        Up_InstallCrashHandlers(true);
-        Up_InstallTerminateHandler(true);
-        return U_Status(0);
-    },
-    [](const char*) { return Up_MakeTranslatorTable(); },
+    &Step<&Up_DetectCPU>,
+    &Step<&Up_InitializeMemorySubsystem>,
+    &Step<&InstallHandlers>,
+    &Step<&Up_MakeTranslatorTable>,
 };
 
 // In order, after the first steps. A failure destroys the record.
 const BirthStep kSubBirths[] = {
-    &Up_MakeGlobals,
-    [](const char*) { return U_ZBirthLStrCacheList(); },
-    [](const char*) { return U_ZLocaleBirth(); },
-    [](const char*) { return Up_HogBirth(); },
-    [](const char*) {
-        Up_InstallNewHandler(true);
-        return U_Status(0);
-    },
-    [](const char*) { return Up_DateBirth(); },
-    [](const char*) {
-        Up_InitTiming();
-        return U_Status(0);
-    },
-    [](const char*) { return Up_ErrorsBirth(); },
-    [](const char*) { return Up_ReadNumberSeparators(); },
-    [](const char*) { return Up_MakeXMLEscapes(); },
+    &Up_MakeGlobals,           &Step<&U_ZBirthLStrCacheList>, &Step<&U_ZLocaleBirth>,
+    &Step<&Up_HogBirth>,       &Step<&InstallNewHandler>,     &Step<&Up_DateBirth>,
+    &Step<&Up_InitTiming>,     &Step<&Up_ErrorsBirth>,        &Step<&Up_ReadNumberSeparators>,
+    &Step<&Up_MakeXMLEscapes>,
 };
 
 // A line that fails ends neither birth nor death.
@@ -91,7 +100,7 @@ void DestroyRecord()
 const DeathStep kDeathSteps[] = {
     [] { Up_InstallTerminateHandler(false); },
     [] { Up_InstallCrashHandlers(false); },
-    [] { Up_TerminateHogs(); },
+    &Up_TerminateHogs,
     &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },

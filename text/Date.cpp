@@ -92,11 +92,10 @@ U_UTF16String TimeText(const win32::SYSTEMTIME& time, bool showSeconds)
 }
 } // namespace
 
-U_Status Up_DateBirth()
+void Up_DateBirth()
 {
     sEnumDateFormats = reinterpret_cast<EnumDateFormats>(
         win32::GetProcAddress(win32::GetModuleHandleA("kernel32.dll"), "EnumDateFormatsExEx"));
-    return 0;
 }
 
 U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type, U_DateTimeDisplay display,

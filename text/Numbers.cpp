@@ -45,11 +45,10 @@ int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_U
 }
 } // namespace
 
-U_Status Up_ReadNumberSeparators()
+void Up_ReadNumberSeparators()
 {
     sDecimalChar = Separator(win32::kLocaleDecimalMark, '.');
     sThousandsChar = Separator(win32::kLocaleThousandsMark, ',');
-    return 0;
 }
 
 char U_DecimalChar()

@@ -202,21 +202,20 @@ U_Status Up_HogBirth()
     return 0;
 }
 
-U_Status Up_TerminateHogs()
+void Up_TerminateHogs()
 {
     HogLock lock(sLock);
     if (!sTable)
-        return 0;
+        return;
     LeakText leaks;
     if (sReportsLeaks)
         AddLeaks(&leaks);
     ClearShares();
     FreeTable();
     if (!leaks.HasLeaks())
-        return 0;
+        return;
     Up_ReportErrString(kLeakPlace, U_Sev_LEAK, leaks.Get());
     WRIL_Log(0, "U", "Up_TerminateHogs", leaks.Get());
-    return 0;
 }
 
 bool IsHog(U_u32 index)

@@ -6,9 +6,9 @@
 #include "U_Types.h"
 #include "indep/U_Memory/HogCounts.h"
 
-// For birth and death. Birth returns 0, or 4 with no table; death always 0.
+// For birth and death. Birth returns 0, or 4 with no table.
 U_Status Up_HogBirth();
-U_Status Up_TerminateHogs();
+void Up_TerminateHogs();
 
 // An identifier hides the index, so that a small number that strays in isn't
 // taken for one. Each turns into the other.

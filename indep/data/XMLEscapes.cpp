@@ -159,11 +159,10 @@ U_UTF8String Unescaped(const U_UTF8String& text, const EscapeTable& table)
 }
 } // namespace
 
-U_Status Up_MakeXMLEscapes()
+void Up_MakeXMLEscapes()
 {
     BodyTable();
     AttributeTable();
-    return 0;
 }
 
 U_UTF8String U_EscapeAttributeValueToSafeXML(const U_UTF8String& text, bool reportIllegal,

@@ -4,12 +4,11 @@
 #include "indep/errors/PostedErrors.h"
 #include "indep/errors/QuietStack.h"
 
-U_Status Up_ErrorsBirth()
+void Up_ErrorsBirth()
 {
     MakePostedErrors();
     Up_GetThreadLoggingBuffer();
     MakeQuietStack();
-    return 0;
 }
 
 void Up_ErrorsDeath()

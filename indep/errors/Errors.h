@@ -3,11 +3,9 @@
 #ifndef INDEP_ERRORS_ERRORS_H
 #define INDEP_ERRORS_ERRORS_H
 
-#include "U_Types.h"
-
 // Makes the posted list, the quiet table and the calling thread's logging
-// buffer. Returns 0; throws std::bad_alloc.
-U_Status Up_ErrorsBirth();
+// buffer. Throws std::bad_alloc.
+void Up_ErrorsBirth();
 
 // Frees the list and the table; what is still posted is lost.
 void Up_ErrorsDeath();

@@ -112,13 +112,12 @@ U_UTF16String SystemText(int result)
 }
 } // namespace
 
-U_Status Up_MakeTranslatorTable()
+void Up_MakeTranslatorTable()
 {
     auto table = std::make_unique<TranslatorTable>(); // before the lock
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators)
         sTranslators.swap(table);
-    return 0;
 }
 
 void Up_FreeTranslatorTable()

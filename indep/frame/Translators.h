@@ -5,8 +5,8 @@
 
 #include "U_Types.h"
 
-// Makes the table, unless there is one. Returns 0; throws std::bad_alloc.
-U_Status Up_MakeTranslatorTable();
+// Makes the table, unless there is one. Throws std::bad_alloc.
+void Up_MakeTranslatorTable();
 void Up_FreeTranslatorTable();
 
 // Tells of an exception that nobody recognises. Returns 14.
