@@ -44,5 +44,5 @@ U_UTF16String ResolveZString(const char* zstring, bool forceEnglish)
         return ResolveWith(hollin::Dictionary(), zstring);
     const bool english = forceEnglish || (locale->mAlive && locale->mEnglishMode);
     const platform::ScQuietLock<boost::recursive_mutex> lock(locale->mLock);
-    return ResolveWith(english ? *locale->mEnglish : *locale->mCurrent, zstring);
+    return ResolveWith(english ? locale->mEnglish : locale->mCurrent, zstring);
 }

@@ -3,8 +3,6 @@
 #include <atomic>
 #include <limits>
 
-#include <boost/smart_ptr/make_shared.hpp>
-
 #include <tolv/text.h>
 
 #include "U_Encoding.h"
@@ -64,12 +62,6 @@ std::int32_t ImageSize(std::size_t size)
 }
 } // namespace
 
-U_ZLocale::U_ZLocale()
-    : mCurrent(boost::make_shared<hollin::Dictionary>()),
-      mEnglish(boost::make_shared<hollin::Dictionary>()), mAlive(false), mEnglishMode(false)
-{
-}
-
 U_ZLocale* ZLocale()
 {
     return sZLocale;
@@ -108,8 +100,8 @@ U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size)
         return 0;
     const ScChange change;
     return Guarded([&] {
-        sZLocale->mCurrent->LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
-                                           ImageSize(size), false);
+        sZLocale->mCurrent.LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
+                                          ImageSize(size), false);
         sZLocale->mAlive = true;
     });
 }

@@ -3,7 +3,6 @@
 #ifndef TEXT_ZLOCALE_H
 #define TEXT_ZLOCALE_H
 
-#include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
 #include "U_Types.h"
@@ -11,12 +10,10 @@
 
 struct U_ZLocale
 {
-    U_ZLocale();
-
-    boost::shared_ptr<hollin::Dictionary> mCurrent; // the current language
-    boost::shared_ptr<hollin::Dictionary> mEnglish; // stays empty: the texts carry their English
-    bool mAlive;                                    // a language has been chosen
-    bool mEnglishMode;                              // it is English; never set back
+    hollin::Dictionary mCurrent;       // the current language
+    const hollin::Dictionary mEnglish; // stays empty: the texts carry their English
+    bool mAlive = false;               // a language has been chosen
+    bool mEnglishMode = false;         // it is English; never set back
 
     // Held while a text is looked up in either dictionary. The fields above
     // change only while no other thread resolves.
