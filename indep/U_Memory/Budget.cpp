@@ -1,4 +1,4 @@
-// May a block be allocated, and how room is made for it.
+// May a block be allocated.
 
 #include "indep/U_Memory/Budget.h"
 
@@ -13,7 +13,6 @@
 
 namespace
 {
-const char* const kMakeRoomTag = "MAKE_ROOM_FOR_BLOCK";
 const U_i32 kSmallBlock = 2048;         // bytes; smaller blocks are measured one in
 const U_u32 kSmallBlocksPerCheck = 256; // this many
 const double kPurgeAhead = 0.02;        // of the prepurge limit
@@ -26,12 +25,6 @@ struct alignas(128) SmallBlockCounter
     std::atomic<U_u32> mCount{0};
 };
 SmallBlockCounter sSmallBlocks;
-
-// Two plain values, no pair: a change while other threads allocate may show
-// them the one with the other's refcon. The host sets them once, before the
-// allocations that should trigger a purge.
-std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
-std::atomic<void*> sPurgeRefcon(nullptr);
 
 bool IsUnmeasured(U_i32 size)
 {
@@ -101,102 +94,6 @@ U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
     return 0;
 }
 
-// One run of making room: rounds of asking the host, for as long as use falls.
-class PurgeRun
-{
-public:
-    PurgeRun(U_PurgeRequestCallback callback, void* refcon, U_u64 request, bool recycled)
-        : mCallback(callback), mRefcon(refcon), mRequest(request), mRecycled(recycled)
-    {
-    }
-
-    U_Status Run()
-    {
-        U_u64 maximum = 0;
-        U_Status failure = U_GetMemUsageLimits(&mPrepurge, &maximum);
-        while (!failure && !mDone)
-            failure = Round();
-        return failure;
-    }
-
-private:
-    U_Status Round()
-    {
-        const bool first = !mMeasured;
-        const U_u64 previous = mUsed;
-        mMeasured = true;
-        if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !mRecycled))
-            return failure;
-        if (Up_Fits(mUsed, mRequest, mPrepurge))
-        {
-            mDone = true;
-            LogSafely([&] {
-                WRIL_sprintf(0, "U", kMakeRoomTag,
-                             "DONE. Under threshold with inUse=%lld, prepurgelimit=%lld, "
-                             "request=%lld, recycled=%d",
-                             static_cast<U_i64>(mUsed), static_cast<U_i64>(mPrepurge),
-                             static_cast<U_i64>(mRequest), mRecycled);
-            });
-            return 0;
-        }
-        const U_u64 amount = Amount();
-        if (first || mUsed < previous)
-            return AskHost(amount);
-        PurgePool(amount);
-        return 0;
-    }
-
-    // What must go, so that the request fits.
-    U_u64 Amount() const
-    {
-        return mUsed < mPrepurge ? mRequest - (mPrepurge - mUsed)
-                                 : Up_AddSizes(mUsed - mPrepurge, mRequest);
-    }
-
-    U_Status AskHost(U_u64 amount)
-    {
-        LogSafely([&] {
-            WRIL_sprintf(0, "U", kMakeRoomTag,
-                         "Issuing Purge Request\tblock_request:\t%llu\tamt_to_purge:\t%lld",
-                         mRequest, static_cast<U_i64>(amount));
-        });
-        return mCallback(mRefcon, mRequest, amount, &mFlag);
-    }
-
-    // Use has stalled: the recycled pool is what is left, if the host lets go
-    // of it and it isn't what the block itself comes out of.
-    void PurgePool(U_u64 amount)
-    {
-        if (!mFlag || mRecycled)
-        {
-            mDone = true;
-            LogSafely([&] {
-                WRIL_sprintf(0, "U", kMakeRoomTag,
-                             "DONE. Purge not freeing anything (but maybe recycled memory), "
-                             "recycled=%d",
-                             mRecycled);
-            });
-        }
-        else if (U_PurgeRecycledMemory(amount) < amount)
-        {
-            mDone = true;
-            LogSafely([&] {
-                WRIL_Log(0, "U", kMakeRoomTag, "DONE. Purge recycled not freeing anything");
-            });
-        }
-    }
-
-    const U_PurgeRequestCallback mCallback;
-    void* const mRefcon;
-    const U_u64 mRequest;
-    const bool mRecycled;
-    U_u64 mPrepurge = 0; // kept for the whole run
-    U_u64 mUsed = 0;
-    bool mMeasured = false;
-    bool mFlag = false;
-    bool mDone = false;
-};
-
 // Kept out of line, so that a block that isn't measured pays for nothing here.
 [[gnu::noinline]] U_Status MeasureAndDecide(U_i32 size, bool* okay, bool recycled)
 {
@@ -224,37 +121,6 @@ U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
     if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(size))
         return 0;
     return MeasureAndDecide(size, okay, recycled);
-}
-
-U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled)
-{
-    const U_PurgeRequestCallback callback = sPurgeCallback.load(std::memory_order_acquire);
-    void* refcon = sPurgeRefcon.load(std::memory_order_relaxed);
-    TOLV_SyncMemUsageWithOS();
-    if (!callback)
-        return 0;
-    return PurgeRun(callback, refcon, request, recycled).Run();
-}
-
-U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon)
-{
-    sPurgeRefcon.store(refcon, std::memory_order_relaxed);
-    sPurgeCallback.store(callback, std::memory_order_release);
-    return 0;
-}
-
-U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon)
-{
-    if (callback)
-        *callback = sPurgeCallback.load(std::memory_order_acquire);
-    if (refcon)
-        *refcon = sPurgeRefcon.load(std::memory_order_relaxed);
-    return 0;
-}
-
-void Up_ClearPurgeRequestCallback()
-{
-    U_SetPurgeRequestCallback(nullptr, nullptr);
 }
 
 U_Status U_DisableProactivePrePurging()

@@ -39,7 +39,8 @@ inline U_u64 Up_AddSizes(U_u64 left, U_u64 right)
     return left + right < left ? ~U_u64(0) : left + right;
 }
 
-// Reads the budget's settings; "fudgebuffer" and "goDirect" are logged.
+// Reads the budget's settings, starts the memory log if they ask for it, and then
+// logs "fudgebuffer" and "goDirect".
 void Up_ReadBudgetSettings();
 
 void Up_ClearPurgeRequestCallback();
