@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include <cache_line.h>
 #include <tolv/memory.h>
 #include <wril/wril.h>
 
@@ -19,8 +20,9 @@ const double kPurgeAhead = 0.02;        // of the prepurge limit
 
 std::atomic<U_u32> sPrePurgingDisabled(0);
 
-// All threads write it, so it has a cache line to itself.
-struct alignas(128) SmallBlockCounter
+// All threads write it, so it has a cache line to itself, with the neighbour that
+// processors fetch along with it.
+struct alignas(2 * platform::kCacheLine) SmallBlockCounter
 {
     std::atomic<U_u32> mCount{0};
 };

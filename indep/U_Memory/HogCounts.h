@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include <cache_line.h>
 #include <thread_local.h>
 
 #include "U_Types.h"
@@ -84,7 +85,7 @@ public:
     }
 
 private:
-    static const std::align_val_t kLine = std::align_val_t(64);
+    static const std::align_val_t kLine = std::align_val_t(platform::kCacheLine);
 
     HogCell* mFirst = nullptr;
     U_u32 mCount = 0;

@@ -7,13 +7,14 @@
 
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <cache_line.h>
+
 #include "U_Interact.h"
 #include "U_Types.h"
 #include "indep/errors/Location.h"
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;
-const std::size_t kCacheLine = 64; // bytes
 
 // Plain data in a handle of the library's heap. The magic numbers at both ends
 // tell whether somebody wrote over it.
@@ -25,9 +26,10 @@ struct U_Globals
     boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
     std::atomic<U_LoggingCallback> mLoggingFuncs[kMostLoggingCallbacks];
     void* mLoggingRefcons[kMostLoggingCallbacks];
-    char mApart[kCacheLine]; // each report writes the count; all read what stands around it
+    char mApart[platform::kCacheLine]; // each report writes the count; all read what stands around
+                                       // it
     std::atomic<U_u32> mErrorCount;
-    char mApartToo[kCacheLine];
+    char mApartToo[platform::kCacheLine];
     std::atomic<U_u32> mPostErrors; // read as signed: decrements may come first
     U_u32 mMagicTail;
 };

@@ -10,6 +10,7 @@
 
 #include <atomic>
 
+#include "../../cache_line.h"
 #include "../../thread_local.h"
 #include "block.h"
 #include "slots.h"
@@ -99,7 +100,7 @@ private:
     unsigned char mCount[kClasses] = {};
 };
 
-struct alignas(64) ThreadRecord
+struct alignas(platform::kCacheLine) ThreadRecord
 {
     std::atomic<unsigned long long> mUsage{0}; // bytes
     SlotChain mActive;                         // slots are taken from here and given back to here
