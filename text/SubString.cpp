@@ -8,18 +8,16 @@
 
 #include "U_Encoding.h"
 #include "U_Format.h"
-#include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Location.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "text/FormatNum.h"
+#include "text/NumberForm.h"
 
 namespace
 {
 const std::size_t kMostBytes = 1023; // of a message in a buffer
 const std::size_t kNowhere = U_UTF16String::npos;
-const U_u32 kNumberPlace = kModule | 0x1B;
 
 // The forms of a place, in the order in which they are looked for.
 enum Form
@@ -100,110 +98,6 @@ bool FindPlace(const U_UTF16String& work, const Forms& forms, int digit, Place* 
     return false;
 }
 
-// How a number is written.
-struct Specification
-{
-    unsigned int mFlags;
-    int mIntegerDigits;
-    int mDecimals;
-    std::size_t mLength; // in the text
-};
-
-// What "%d" passes over.
-bool IsWhiteSpace(U_u16 unit)
-{
-    return unit == ' ' || (unit >= '\t' && unit <= '\r');
-}
-
-// Reads an integer as "%d" does, and moves on behind it; one too large for any
-// number's text is held to that. Without digits *value stays as it is.
-void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
-{
-    const int kMost = 1000;
-    const U_u16* at = std::find_if_not(next, end, &IsWhiteSpace);
-    const bool isNegative = at != end && *at == '-';
-    if (at != end && (*at == '-' || *at == '+'))
-        ++at;
-    if (at == end || *at < '0' || *at > '9')
-        return;
-    int scanned = 0;
-    for (; at != end && *at >= '0' && *at <= '9'; ++at)
-        scanned = std::min(scanned * 10 + (*at - '0'), kMost);
-    *value = isNegative ? 0 : scanned;
-    next = at;
-}
-
-void ReportUnknownLetter(U_u16 letter)
-{
-    const U_UTF16String text =
-        U_AsciiToUTF16String("unknown format char '") + letter + U_AsciiToUTF16String("'");
-    Up_ReportErrString(kNumberPlace, U_Sev_WARNING, U_UTF16ToMBString(text, false).c_str());
-}
-
-// A letter that is no option is reported and asks for nothing.
-unsigned int OptionOf(U_u16 letter)
-{
-    using namespace krobase::utility;
-    switch (letter)
-    {
-    case 'n':
-        return kNumberNoLocaleMarks;
-    case ' ':
-        return kNumberPadWithSpaces;
-    case 'z':
-        return kNumberStripZeros;
-    case 's':
-        return kNumberGroup;
-    case '+':
-        return kNumberPlus;
-    case 'p':
-        return kNumberSpace;
-    default:
-        ReportUnknownLetter(letter);
-        return 0;
-    }
-}
-
-bool IsPartOfNumber(U_u16 unit)
-{
-    return (unit >= '0' && unit <= '9') || unit == '.';
-}
-
-// The specification that begins at start, or what holds without one. A "@" that
-// no second one follows is reported and taken out, and asks for a number without
-// options.
-Specification ReadSpecification(const U_UTF16String& work, std::size_t start)
-{
-    Specification specification = {krobase::utility::kNumberStripZeros, 1, 2, 0};
-    if (start >= work.size() || work[start] != '@')
-        return specification;
-    specification.mFlags = 0;
-    specification.mLength = 1;
-    const std::size_t second = work.find('@', start + 1);
-    if (second == kNowhere)
-    {
-        Up_ReportErrString(kNumberPlace, U_Sev_WARNING, "missing 2nd '@' in format string");
-        return specification;
-    }
-
-    specification.mLength = second + 1 - start;
-    const U_u16* const first = work.data() + start + 1;
-    const U_u16* const end = work.data() + second;
-    if (first != end && *first >= '0' && *first <= '9')
-    {
-        const U_u16* next = first;
-        ScanInteger(next, end, &specification.mIntegerDigits);
-        if (next != end && *next == '.')
-            ScanInteger(++next, end, &specification.mDecimals);
-    }
-    for (const U_u16* letter = first; letter != end; ++letter)
-    {
-        if (!IsPartOfNumber(*letter))
-            specification.mFlags |= OptionOf(*letter);
-    }
-    return specification;
-}
-
 [[noreturn]] void ThrowWrongKind()
 {
     throw RefuseArgument("U_SubString: an argument doesn't suit its place");
@@ -249,7 +143,7 @@ double NumberOf(const U_FormatArgument& argument)
 void FillNumber(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
 {
     const double value = NumberOf(argument);
-    const Specification how = ReadSpecification(work, place.mStart + place.mLength);
+    const NumberForm how = ReadNumberForm(work, place.mStart + place.mLength);
     char text[kLongestNum];
     const std::size_t length =
         FormatUnmarked(value, how.mFlags, how.mIntegerDigits,
