@@ -49,7 +49,7 @@ bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
 
 int U_SuspendContext::PostedCall::RunFunction()
 {
-    const ScLook look{*this};
+    const ScNoteLoss noteLoss{*this};
     // Ends before the gate opens: the caller's share in what the function owns is the
     // last, and if that is the suspension, it doesn't own itself through this call.
     boost::function<int()> function;

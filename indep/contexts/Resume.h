@@ -56,9 +56,9 @@ private:
 
     // However the function ends. The slot tells nothing: other calls that the function
     // has let in may have emptied it.
-    struct ScLook
+    struct ScNoteLoss
     {
-        ~ScLook() { mCall.mLost = mCall.mContext && !IsHeldHere(*mCall.mContext); }
+        ~ScNoteLoss() { mCall.mLost = mCall.mContext && !IsHeldHere(*mCall.mContext); }
         PostedCall& mCall;
     };
 

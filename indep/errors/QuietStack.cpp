@@ -24,7 +24,7 @@ PerThreadQuietStack& TheQuietStack()
 }
 } // namespace
 
-thread_local PerThreadQuietStack::Found PerThreadQuietStack::sFound = {0, nullptr};
+thread_local PerThreadQuietStack::Found PerThreadQuietStack::tFound = {0, nullptr};
 
 PerThreadQuietStack::PerThreadQuietStack() : mSerial(++sTables) {}
 
@@ -74,9 +74,9 @@ PerThreadQuietStack::Slot* PerThreadQuietStack::Search(U_u32 threadId)
 // A slot becomes a thread's by its own doing only.
 PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
 {
-    if (sFound.mTable != mSerial)
-        sFound = {mSerial, Search(threadId)};
-    return sFound.mSlot;
+    if (tFound.mTable != mSerial)
+        tFound = {mSerial, Search(threadId)};
+    return tFound.mSlot;
 }
 
 PerThreadQuietStack::Slot& PerThreadQuietStack::Claim(U_u32 threadId)
@@ -103,7 +103,7 @@ void PerThreadQuietStack::Push(U_u32 threadId, bool logs)
 {
     Slot* const mine = Find(threadId);
     Slot& slot = mine ? *mine : Claim(threadId);
-    sFound.mSlot = &slot;
+    tFound.mSlot = &slot;
     if (!slot.mLevels)
         slot.mLevels.emplace();
     slot.mLevels->push_back(logs && (slot.mLevels->empty() || slot.mLevels->back()));

@@ -60,7 +60,7 @@ private:
     Slot* Find(U_u32 threadId);
     Slot& Claim(U_u32 threadId);
 
-    static thread_local Found sFound;
+    static thread_local Found tFound;
 
     const U_u64 mSerial;          // no other table of the process has it
     std::atomic<U_u32> mCount{0}; // slots handed out

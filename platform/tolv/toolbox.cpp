@@ -10,7 +10,7 @@ namespace
 const short kResourceNotFound = -192;
 const short kAddResourceFailed = -194;
 
-thread_local short sResourceError = 0;
+thread_local short tResourceError = 0;
 
 // A handle is the address of its master's first member.
 struct Master
@@ -57,7 +57,7 @@ void DisposeHandle(void** handle)
 void AddResource(void** handle)
 {
     const bool fits = handle && !MasterOf(handle)->mIsResource;
-    sResourceError = fits ? 0 : kAddResourceFailed;
+    tResourceError = fits ? 0 : kAddResourceFailed;
     if (fits)
         MasterOf(handle)->mIsResource = true;
 }
@@ -65,12 +65,12 @@ void AddResource(void** handle)
 void DetachResource(void** resource)
 {
     const bool isResource = resource && MasterOf(resource)->mIsResource;
-    sResourceError = isResource ? 0 : kResourceNotFound;
+    tResourceError = isResource ? 0 : kResourceNotFound;
     if (isResource)
         MasterOf(resource)->mIsResource = false;
 }
 
 short ResError()
 {
-    return sResourceError;
+    return tResourceError;
 }

@@ -79,11 +79,11 @@ class UserFormats
 public:
     static UserFormats& Current()
     {
-        static thread_local UserFormats sFormats;
+        static thread_local UserFormats tFormats;
         std::string locale = UserLocaleId();
-        if (locale != sFormats.mLocale)
-            sFormats.Load(locale);
-        return sFormats;
+        if (locale != tFormats.mLocale)
+            tFormats.Load(locale);
+        return tFormats;
     }
 
     // With a terminator; empty if it can't be done.

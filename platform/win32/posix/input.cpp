@@ -6,22 +6,22 @@ namespace win32
 {
 namespace
 {
-thread_local void* sCapture = nullptr;
+thread_local void* tCapture = nullptr;
 } // namespace
 
 void* SetCapture(void* window)
 {
-    return std::exchange(sCapture, window);
+    return std::exchange(tCapture, window);
 }
 
 void* GetCapture()
 {
-    return sCapture;
+    return tCapture;
 }
 
 int ReleaseCapture()
 {
-    sCapture = nullptr;
+    tCapture = nullptr;
     return 1;
 }
 } // namespace win32

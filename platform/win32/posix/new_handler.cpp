@@ -29,13 +29,13 @@ bool sIsCovered = false; // somebody else has stood in the place of this one whe
 // somebody who may: they would call each other for ever.
 std::atomic<std::new_handler> sStandardBelow(nullptr);
 
-PLATFORM_THREAD_LOCAL std::size_t sSize = 0; // that the thread's operator new has failed on
-PLATFORM_THREAD_LOCAL int sQuiet = 0;        // how many of the thread's stretches keep silent
+PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // that the thread's operator new has failed on
+PLATFORM_THREAD_LOCAL int tQuiet = 0;        // how many of the thread's stretches keep silent
 
 // Whether to try again.
 bool HasHelped(std::size_t size)
 {
-    if (sQuiet)
+    if (tQuiet)
         return false;
     if (const NewHandler handler = sHandler)
         return handler(size) != 0;
@@ -48,8 +48,8 @@ bool HasHelped(std::size_t size)
 // Stands in the standard library's place.
 void CallHandler()
 {
-    const std::size_t size = sSize;
-    sSize = 0;
+    const std::size_t size = tSize;
+    tSize = 0;
     try
     {
         if (HasHelped(size))
@@ -76,7 +76,7 @@ template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allo
         if (!handler)
             break;
         calls += handler == &CallHandler;
-        sSize = size;
+        tSize = size;
         handler();
     }
     throw platform::BadAllocation();
@@ -117,12 +117,12 @@ namespace platform
 {
 ScQuietNew::ScQuietNew()
 {
-    ++win32::sQuiet;
+    ++win32::tQuiet;
 }
 
 ScQuietNew::~ScQuietNew()
 {
-    --win32::sQuiet;
+    --win32::tQuiet;
 }
 } // namespace platform
 

@@ -71,7 +71,7 @@ private:
     stack_t mBefore = {};
 };
 
-thread_local SignalStack sStack;
+thread_local SignalStack tStack;
 } // namespace
 
 bool ProvideSignalStack(std::size_t* before)
@@ -80,6 +80,6 @@ bool ProvideSignalStack(std::size_t* before)
     if (sigaltstack(nullptr, &current) != 0)
         return false;
     *before = current.ss_flags & SS_DISABLE ? 0 : current.ss_size;
-    return *before >= kLargestStackGuarantee || sStack.Install(current);
+    return *before >= kLargestStackGuarantee || tStack.Install(current);
 }
 } // namespace win32

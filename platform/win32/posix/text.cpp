@@ -14,7 +14,7 @@ namespace
 const unsigned int kDefaultCodePage = 1252;
 
 std::atomic<unsigned int> sActiveCodePage(kDefaultCodePage);
-thread_local unsigned int sLastError = 0;
+thread_local unsigned int tLastError = 0;
 
 int Fail(unsigned int error)
 {
@@ -85,12 +85,12 @@ DefaultCharacter DefaultOf(const CodePage& page, const char* wanted)
 
 unsigned int GetLastError()
 {
-    return sLastError;
+    return tLastError;
 }
 
 void SetLastError(unsigned int error)
 {
-    sLastError = error;
+    tLastError = error;
 }
 
 unsigned int GetACP()

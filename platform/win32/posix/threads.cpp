@@ -41,9 +41,9 @@ int NicenessOf(int priority)
 
 unsigned int GetCurrentThreadId()
 {
-    static thread_local const unsigned int sThreadId =
+    static thread_local const unsigned int tThreadId =
         static_cast<unsigned int>(syscall(SYS_gettid));
-    return sThreadId;
+    return tThreadId;
 }
 
 unsigned int GetCurrentProcessId()

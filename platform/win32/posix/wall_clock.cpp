@@ -22,7 +22,7 @@ long long Milliseconds()
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-thread_local std::tm sRecord;
+thread_local std::tm tRecord;
 } // namespace
 
 void _ftime64(_timeb64* now)
@@ -45,13 +45,13 @@ long long _time64(long long* seconds)
 std::tm* _gmtime64(const long long* seconds)
 {
     const std::time_t time = *seconds;
-    return time < 0 ? nullptr : gmtime_r(&time, &sRecord);
+    return time < 0 ? nullptr : gmtime_r(&time, &tRecord);
 }
 
 std::tm* _localtime64(const long long* seconds)
 {
     const std::time_t time = *seconds;
-    return time < 0 ? nullptr : localtime_r(&time, &sRecord);
+    return time < 0 ? nullptr : localtime_r(&time, &tRecord);
 }
 
 void SetWallClock(const Clock::Function& milliseconds)
