@@ -2,8 +2,6 @@
 
 #include "U_Alloc.h"
 
-#include <cstring>
-
 #include <krobase/recycled_memory.h>
 
 #include "indep/U_Memory/AllocationLoop.h"

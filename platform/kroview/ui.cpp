@@ -1,6 +1,7 @@
 #include "ui.h"
 
 #include <atomic>
+#include <utility>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
