@@ -6,7 +6,7 @@
 #include <win32/messages.h>
 #include <win32/text.h>
 
-#include "../alert/present.h"
+#include "../present.h"
 #include "text.h"
 
 namespace krobase

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "../alert/present.h"
+#include "../present.h"
 
 namespace kroview
 {

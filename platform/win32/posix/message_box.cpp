@@ -1,6 +1,6 @@
 #include <win32/messages.h>
 
-#include "../../alert/present.h"
+#include "../../present.h"
 
 namespace win32
 {

@@ -1,7 +1,7 @@
 #include "present.h"
 
-#include "../switched_function.h"
-#include "console.h"
+#include "alert/console.h"
+#include "switched_function.h"
 
 namespace platform
 {

@@ -1,9 +1,9 @@
 // How a box comes before the user's eyes, for the libraries that have one.
 
-#ifndef PLATFORM_ALERT_PRESENT_H
-#define PLATFORM_ALERT_PRESENT_H
+#ifndef PLATFORM_PRESENT_H
+#define PLATFORM_PRESENT_H
 
-#include "../control.h"
+#include "control.h"
 
 namespace platform
 {
