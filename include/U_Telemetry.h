@@ -93,4 +93,12 @@ U_EXPORT U_UTF16String StripQuotedContents(const U_UTF16String& text);
 } // namespace telemetry
 } // namespace U
 
+// For close neighbours.
+
+// Tells telemetry, if there is any, of a plug-in that is missing or doesn't
+// load: its match name, and its version as eight digits or more. Throws std::bad_alloc,
+// and what the provider throws.
+U_EXPORT void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName,
+                                                unsigned int version);
+
 #endif

@@ -78,12 +78,6 @@ U_EXPORT std::string Up_HDT_ConvertToMB(const U_UTF16String& text);
 // Reports a text without a location, as U_ReportError does.
 U_EXPORT void Up_HDT_ReportErr(unsigned short severity, const U_UTF16String& text);
 
-// Tells telemetry, if there is any, of a plug-in that is missing or doesn't
-// load: its match name, and its version as eight digits or more. Throws std::bad_alloc,
-// and what the provider throws.
-U_EXPORT void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName,
-                                                unsigned int version);
-
 // For debugging: whether zstring begins as one, with "$". Logs one that doesn't
 // under the tag "Invalid ZString". False, without a line, for null.
 U_EXPORT bool Up_IsValidZString(const char* zstring);

@@ -2,7 +2,6 @@
 
 #include "U_Encoding.h"
 #include "U_Telemetry.h"
-#include "U_ZString.h"
 
 void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName, unsigned int version)
 {
