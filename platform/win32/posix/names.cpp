@@ -11,10 +11,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <krobase/text.h>
 #include <win32/network.h>
 #include <win32/text.h>
 
+#include "../../code_units.h"
 #include "../../quiet_new.h"
 #include "switches.h"
 
@@ -22,7 +22,7 @@ namespace win32
 {
 namespace
 {
-typedef krobase::utility::UTF16String Name;
+typedef std::basic_string<unsigned short> Name;
 
 const unsigned int kErrorNotFound = 2;
 const unsigned int kErrorBufferOverflow = 111;
@@ -85,6 +85,16 @@ int Fail(unsigned int error)
     return 0;
 }
 
+// At most the longest name, with the halves of a surrogate pair together.
+Name CutLabel(Name label)
+{
+    if (label.size() <= kLongestMachineName)
+        return label;
+    const bool endsInside = platform::IsHighSurrogate(label[kLongestMachineName - 1]);
+    label.resize(kLongestMachineName - (endsInside ? 1 : 0));
+    return label;
+}
+
 // Stores what fits, in Windows's way: with or without the terminator in the count.
 int Store(const Name& found, unsigned int tooSmall, bool countsTerminator, unsigned short* name,
           unsigned int* size)
@@ -117,9 +127,8 @@ int GetComputerNameW(unsigned short* name, unsigned int* size)
     try
     {
         const std::string host = Known(sMachine, &HostName);
-        const Name label = FromUTF8(host.substr(0, host.find('.')));
-        return Store(krobase::utility::TruncateStringToNumChars(label, kLongestMachineName, false),
-                     kErrorBufferOverflow, false, name, size);
+        const Name label = CutLabel(FromUTF8(host.substr(0, host.find('.'))));
+        return Store(label, kErrorBufferOverflow, false, name, size);
     }
     catch (const std::bad_alloc&)
     {
