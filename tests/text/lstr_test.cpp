@@ -215,6 +215,7 @@ TEST_F(LStr, DeathFreesTextsAndTheNextLifeResolvesThemAnew)
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     EXPECT_EQ(LookUp(table, 1), kFilled);
     EXPECT_STREQ(LookUp(table, 0), "Hello") << "from outside a life, for good";
+    std::free(table.rows[0].mEnglish);
 }
 
 TEST_F(LStr, DeathStopsAtATableThatIsNoLongerValid)
