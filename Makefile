@@ -76,6 +76,7 @@ bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
 coverage: window-deps ## Line and branch coverage of the library
 	@scripts/deps gcovr
 	$(call build,coverage)
+	@find build/coverage -name '*.gcda' -delete # counters of an earlier build
 	ctest --preset coverage
 	scripts/coverage build/coverage
 
