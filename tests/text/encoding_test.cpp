@@ -14,25 +14,12 @@
 
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
 {
-// The int that body throws, 0 if it throws none.
-template <class Body> int Thrown(Body body)
-{
-    try
-    {
-        body();
-        return 0;
-    }
-    catch (int code)
-    {
-        return code;
-    }
-}
-
 // How often the text of a page came out wrong while its tables were made with
 // each allocation failing in turn; 100 if none failed.
 template <class Convert> int FailuresWhileAPageIsMade(Convert convert)
@@ -100,8 +87,8 @@ TEST(Encoding, ExactRefusesWhatThePageLacks)
         SCOPED_TRACE(inexact);
         const ScActiveCodePage active(codePage);
         const U_UTF16String units = Units(wide);
-        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units, true); }), thrown);
-        EXPECT_EQ(Thrown([&] { U_UTF16ToMBString(units.c_str(), true); }), thrown);
+        EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(units, true); }), thrown);
+        EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(units.c_str(), true); }), thrown);
         EXPECT_EQ(U_UTF16ToMBString(units, false), inexact);
     }
 }
@@ -114,16 +101,16 @@ TEST_F(RefusedConversion, IsReportedAsAProblem)
     const auto loseSigns = [&] { U_UTF16ToMBString(inexact, true); };
     const std::string told =
         "Test Host error: could not convert Unicode characters.\n\n( 23 :: 46 )";
-    EXPECT_EQ(Thrown(refuse), 87);
+    EXPECT_EQ(CodeThrown(refuse), 87);
     EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>(1, told));
-    EXPECT_EQ(Thrown(loseSigns), 10);
+    EXPECT_EQ(CodeThrown(loseSigns), 10);
     EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>(2, told));
 
     // What comes of the report has no say.
     const U_LoggingCallback answersACode = [](void*, U_u32, U_u16, const char*) { return 5; };
     ASSERT_EQ(U_AddLoggingCallback(answersACode, nullptr), 0);
-    EXPECT_EQ(Thrown(refuse), 87);
-    EXPECT_EQ(Thrown(loseSigns), 10);
+    EXPECT_EQ(CodeThrown(refuse), 87);
+    EXPECT_EQ(CodeThrown(loseSigns), 10);
     ASSERT_EQ(U_RemoveLoggingCallback(answersACode, nullptr), 0);
 }
 
