@@ -77,12 +77,20 @@ const BirthStep kFirstSteps[] = {
 };
 
 // In order, after the first steps. A failure destroys the record.
+// clang-format off
 const BirthStep kSubBirths[] = {
-    &Up_MakeGlobals,           &Step<&U_ZBirthLStrCacheList>, &Step<&U_ZLocaleBirth>,
-    &Step<&Up_HogBirth>,       &Step<&InstallNewHandler>,     &Step<&Up_DateBirth>,
-    &Step<&Up_InitTiming>,     &Step<&Up_ErrorsBirth>,        &Step<&Up_ReadNumberSeparators>,
+    &Up_MakeGlobals,
+    &Step<&U_ZBirthLStrCacheList>,
+    &Step<&U_ZLocaleBirth>,
+    &Step<&Up_HogBirth>,
+    &Step<&InstallNewHandler>,
+    &Step<&Up_DateBirth>,
+    &Step<&Up_InitTiming>,
+    &Step<&Up_ErrorsBirth>,
+    &Step<&Up_ReadNumberSeparators>,
     &Step<&Up_MakeXMLEscapes>,
 };
+// clang-format on
 
 // A line that fails ends neither birth nor death.
 void Tell(const char* tag, const char* text)

@@ -87,8 +87,7 @@ public:
     // Walks the entries. NextId is false at the end, and the next walk starts anew. A
     // change of the dictionary disturbs a walk, which may then leave entries out or end
     // early: reset it. The first slot of a flat store is given even if it was removed;
-    // its key is empty then. In a hash store there are no identifiers: *id counts from
-    // 0.
+    // its key is empty then. A hash store has no identifiers: *id counts from 0.
     void ResetIterator();
     bool NextId(std::uint32_t* id);
     std::string CurrentKey() const; // flat stores only; empty otherwise

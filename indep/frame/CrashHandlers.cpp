@@ -67,13 +67,13 @@ Previous<std::terminate_handler> sPreviousTerminate;
 win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
 
 // The life in which the thread has last come as far as to call who stood before.
-PLATFORM_THREAD_LOCAL unsigned int sLifeInPreviousInvalidParameter = 0;
-PLATFORM_THREAD_LOCAL unsigned int sLifeInPreviousTerminate = 0;
+PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousInvalidParameter = 0;
+PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousTerminate = 0;
 
 bool sNewIsInstalled = false;
 
 // A new that fails while a failed new is reported isn't reported.
-PLATFORM_THREAD_LOCAL bool sReportsMemory = false;
+PLATFORM_THREAD_LOCAL bool tReportsMemory = false;
 
 int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 {
@@ -91,14 +91,14 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
-    if (sLifeInPreviousTerminate == sPreviousTerminate.mLife || !sPreviousTerminate.mIsInstalled)
+    if (tLifeInPreviousTerminate == sPreviousTerminate.mLife || !sPreviousTerminate.mIsInstalled)
     {
         if (sPreviousTerminate.mBelow)
             sPreviousTerminate.mBelow();
         return;
     }
     Up_CallHandler();
-    sLifeInPreviousTerminate = sPreviousTerminate.mLife;
+    tLifeInPreviousTerminate = sPreviousTerminate.mLife;
     if (sPreviousTerminate.mNext)
         sPreviousTerminate.mNext();
 }
@@ -111,7 +111,7 @@ void LogInvalidParameter(const char* text)
 void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
                         const unsigned short* file, unsigned int line, std::uintptr_t reserved)
 {
-    if (sLifeInPreviousInvalidParameter == sPreviousInvalidParameter.mLife ||
+    if (tLifeInPreviousInvalidParameter == sPreviousInvalidParameter.mLife ||
         !sPreviousInvalidParameter.mIsInstalled)
     {
         if (sPreviousInvalidParameter.mBelow)
@@ -121,7 +121,7 @@ void OnInvalidParameter(const unsigned short* expression, const unsigned short* 
     win32::_set_invalid_parameter_handler(nullptr);
     win32::SetUnhandledExceptionFilter(nullptr);
     Up_CallHandler();
-    sLifeInPreviousInvalidParameter = sPreviousInvalidParameter.mLife;
+    tLifeInPreviousInvalidParameter = sPreviousInvalidParameter.mLife;
     if (sPreviousInvalidParameter.mNext)
         sPreviousInvalidParameter.mNext(expression, function, file, line, reserved);
     LogInvalidParameter("Intentionally passing an invalid param to the runtime to get a crashlog.");
@@ -139,8 +139,8 @@ int Kilobytes(std::size_t size)
 class ScReportsMemory
 {
 public:
-    ScReportsMemory() { sReportsMemory = true; }
-    ~ScReportsMemory() { sReportsMemory = false; }
+    ScReportsMemory() { tReportsMemory = true; }
+    ~ScReportsMemory() { tReportsMemory = false; }
     ScReportsMemory(const ScReportsMemory&) = delete;
     ScReportsMemory& operator=(const ScReportsMemory&) = delete;
 };
@@ -157,7 +157,7 @@ int OnOutOfMemory(std::size_t size)
 {
     try
     {
-        if (!sReportsMemory && U_IsOnMainThread())
+        if (!tReportsMemory && U_IsOnMainThread())
             ReportMemory(size);
     }
     catch (...)

@@ -35,7 +35,7 @@ const unsigned int kArmed = 0;
 const unsigned int kCalling = 1; // or the handler has jumped out
 
 std::atomic<unsigned int> sArmings(2);
-PLATFORM_THREAD_LOCAL unsigned int sLastCall = kArmed; // else the count that it has ended at
+PLATFORM_THREAD_LOCAL unsigned int tLastCall = kArmed; // else the count that it has ended at
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -66,9 +66,9 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 
 void Up_CallHandler() noexcept
 {
-    if (sLastCall != kCalling && sLastCall != sArmings)
+    if (tLastCall != kCalling && tLastCall != sArmings)
     {
-        sLastCall = kCalling;
+        tLastCall = kCalling;
         try
         {
             const HardwareExceptionHandler handler = HandlerInForce();
@@ -79,8 +79,8 @@ void Up_CallHandler() noexcept
         {
             // The process dies of what came before.
         }
-        if (sLastCall == kCalling) // no local handler has been set
-            sLastCall = sArmings;
+        if (tLastCall == kCalling) // no local handler has been set
+            tLastCall = sArmings;
     }
     LogSafely([] { WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler"); });
 }
@@ -115,7 +115,7 @@ void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, 
         throw std::bad_alloc();
     local->mFunc = handler;
     local->mRefcon = refcon;
-    sLastCall = kArmed;
+    tLastCall = kArmed;
     Up_PrepareThreadForOverflow();
 }
 

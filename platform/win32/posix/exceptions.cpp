@@ -48,10 +48,10 @@ Signal sSignals[] = {
 
 // How the thread has last called whoever comes next: with which context, from which frame
 // of the handler below, for a failure at which address, and whether that comes again.
-PLATFORM_THREAD_LOCAL const void* sContext = nullptr;
-PLATFORM_THREAD_LOCAL const void* sFrame = nullptr;
-PLATFORM_THREAD_LOCAL const void* sAddress = nullptr;
-PLATFORM_THREAD_LOCAL bool sComesBack = false;
+PLATFORM_THREAD_LOCAL const void* tContext = nullptr;
+PLATFORM_THREAD_LOCAL const void* tFrame = nullptr;
+PLATFORM_THREAD_LOCAL const void* tAddress = nullptr;
+PLATFORM_THREAD_LOCAL bool tComesBack = false;
 
 void OnSignal(int number, siginfo_t* info, void* context);
 
@@ -82,14 +82,14 @@ bool IsSent(const siginfo_t& info)
 // in.
 bool IsPassedBack(const siginfo_t& info, const void* context, const void* frame)
 {
-    const bool comesBack = std::exchange(sComesBack, false) && info.si_addr == sAddress;
-    return comesBack || (context == sContext && std::less<const void*>()(frame, sFrame));
+    const bool comesBack = std::exchange(tComesBack, false) && info.si_addr == tAddress;
+    return comesBack || (context == tContext && std::less<const void*>()(frame, tFrame));
 }
 
 void ExpectAgain(const siginfo_t& info, bool comesBack)
 {
-    sAddress = info.si_addr;
-    sComesBack = comesBack;
+    tAddress = info.si_addr;
+    tComesBack = comesBack;
 }
 
 // The system's own actions need the exception once more. So does an action for one time
@@ -185,10 +185,10 @@ void OnSignal(int number, siginfo_t* info, void* context)
     }
     else if (isFirst)
     {
-        sContext = context;
-        sFrame = frame;
+        tContext = context;
+        tFrame = frame;
         CallBefore(signal, info, context);
-        sContext = nullptr;
+        tContext = nullptr;
     }
     else
         Call(next, number, info, context);
