@@ -105,3 +105,11 @@ TEST_F(Assert, AFilterInjectsErrors)
     U_SetRandErrFilter(filter, 3);
     EXPECT_FALSE(U_RandErr(2, 1));
 }
+
+TEST_F(Assert, ADebugStringComesInTwoPieces)
+{
+    Texts pieces;
+    platform::SetDebugStringSink([&](const char* text) { pieces.push_back(text); });
+    Up_DebugCStr("100% done");
+    EXPECT_EQ(pieces, (Texts{"100% done", "\n"}));
+}

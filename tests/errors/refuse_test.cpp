@@ -24,6 +24,7 @@ TEST_F(Refusals, ANullPlaceIsReportedAndGivesThree)
 {
     void** const handle = U_AllocateHandleQuiet(8);
     U_LStrCache* noTable = nullptr;
+    void** copy = nullptr;
     char text[256] = "";
     double number = 0;
     const std::pair<const char*, std::function<int()>> kCalls[] = {
@@ -34,6 +35,7 @@ TEST_F(Refusals, ANullPlaceIsReportedAndGivesThree)
          [&] { return U_DuplicateHandleToPlatform(handle, "", nullptr); }},
         {"U_DuplicateHandleFromPlatform: no",
          [&] { return U_DuplicateHandleFromPlatform(handle, "", nullptr); }},
+        {"U_DetachResource: no", [&] { return U_DetachResource(nullptr, "", &copy); }},
         {"U_NewHogHandle: no", [] { return U_NewHogHandle(0, 0, "", 8, 0, nullptr); }},
         {"U_LockHogHandle: no", [&] { return U_LockHogHandle(handle, nullptr); }},
         {"U_GetHogHandleSize: no", [&] { return U_GetHogHandleSize(handle, nullptr); }},

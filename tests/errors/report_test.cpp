@@ -463,3 +463,10 @@ TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
     EXPECT_EQ(mAlerts.Texts(), Texts{"null internal structures.\n\n( 23 :: 9 )"});
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }
+
+TEST_F(Report, TheThreadsBufferIsReportedAsItStands)
+{
+    U_CopyString("as it stands", U_ReportTextSize, Up_GetThreadLoggingBuffer());
+    EXPECT_EQ(Up_ReportError(kLocation, U_Sev_PROBLEM), 0);
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: as it stands\n\n( 18 :: 52 )"});
+}

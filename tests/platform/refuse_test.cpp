@@ -1,0 +1,106 @@
+// What isn't there, or isn't known, in every family of the system's interfaces.
+
+#include <functional>
+#include <string>
+#include <tuple>
+
+#include <gtest/gtest.h>
+
+#include <control.h>
+#include <krobase/debug.h>
+#include <tolv/memory.h>
+#include <tolv/profile.h>
+#include <tolv/toolbox.h>
+#include <win32/dates.h>
+#include <win32/locale.h>
+#include <win32/memory.h>
+#include <win32/messages.h>
+#include <win32/names.h>
+#include <win32/process.h>
+#include <win32/processor.h>
+#include <win32/text.h>
+#include <win32/threads.h>
+#include <zelboxmp/xmp.h>
+
+namespace
+{
+int TakePicture(unsigned short*, unsigned int, long long)
+{
+    return 0;
+}
+
+TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
+{
+    const unsigned short name[] = {'x', 0};
+    const std::tuple<const char*, std::function<int()>, unsigned int> kRows[] = {
+        {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); },
+         win32::kErrorInvalidParameter},
+        {"user's name", [] { return win32::GetUserNameW(nullptr, nullptr); },
+         win32::kErrorInvalidParameter},
+        {"processors", [] { return win32::GetLogicalProcessorInformation(nullptr, nullptr); },
+         win32::kErrorInvalidParameter},
+        {"another locale's mark",
+         [] { return win32::GetLocaleInfoA(0x407, win32::kLocaleDecimalMark, nullptr, 0); },
+         win32::kErrorInvalidParameter},
+        {"an unknown item",
+         [] { return win32::GetLocaleInfoW(win32::kLocaleUserDefault, 1, nullptr, 0); },
+         win32::kErrorInvalidFlags},
+        {"no callback",
+         [] { return win32::EnumDateFormatsExEx(nullptr, nullptr, win32::kDateShortDate, 0); },
+         win32::kErrorInvalidParameter},
+        {"another locale's dates",
+         [&] { return win32::EnumDateFormatsExEx(&TakePicture, name, win32::kDateShortDate, 0); },
+         win32::kErrorInvalidParameter},
+        {"both kinds of dates",
+         [] { return win32::EnumDateFormatsExEx(&TakePicture, nullptr, 3, 0); },
+         win32::kErrorInvalidFlags},
+    };
+    for (const auto& [what, call, error] : kRows)
+    {
+        SCOPED_TRACE(what);
+        win32::SetLastError(0);
+        EXPECT_EQ(call(), 0);
+        EXPECT_EQ(win32::GetLastError(), error);
+    }
+}
+
+TEST(SystemRefusals, WhatIsntTheCallersOwnIsLeftAlone)
+{
+    win32::PROCESS_MEMORY_COUNTERS counters = {};
+    EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
+    EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
+    EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
+    EXPECT_EQ(NewHandle(-1), nullptr);
+}
+
+TEST(SystemRefusals, ANullPlaceIsABadParameter)
+{
+    unsigned long long limit = 0;
+    int value = 0;
+    const std::pair<const char*, std::function<int()>> kCalls[] = {
+        {"prepurge", [&] { return MEM_GetMemUsageLimits(nullptr, &limit); }},
+        {"maximum", [&] { return MEM_GetMemUsageLimitsOverride(&limit, nullptr); }},
+        {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
+        {"slop", [] { return TOLV_GetSlop(nullptr); }},
+        {"required key", [&] { return TOLV_GetRequiredProfileInt(nullptr, &value); }},
+        {"new key", [] { return TOLV_SetProfileInt(nullptr, 1); }},
+    };
+    for (const auto& [what, call] : kCalls)
+        EXPECT_EQ(call(), -50) << what;
+}
+
+TEST(SystemRefusals, APacketHasNoSettings)
+{
+    __XMPMeta__* const metadata = zelboxmp::NewMetadata();
+    bool stored = false;
+    const auto store = [](void* client, const char*, unsigned int) {
+        *static_cast<bool*>(client) = true;
+    };
+    zelboxmp::Result result = {};
+    zelboxmp::Ordinal61(metadata, &stored, 0, 2048, "", "", 0, store, &result);
+    EXPECT_EQ(result.errorCode, zelboxmp::kErrorBadSettings);
+    EXPECT_STREQ(result.errorText, "Unknown settings for a packet");
+    EXPECT_FALSE(stored);
+    zelboxmp::Ordinal6(metadata);
+}
+} // namespace
