@@ -17,7 +17,8 @@ TEXT = ("Die Datei „Größenübersicht.txt“ lässt sich nicht öffnen.\n\n"
         "ファイルを開くことができませんでした。ディスクの空き容量を確認してから、もう一度やり直してください。")
 TITLE = "Ärger – エラー"
 
-NOTE, ERROR = 0x40, 0x10
+ERROR, QUESTION, WARNING, NOTE = 0x10, 0x20, 0x30, 0x40
+WHEEL_UP, WHEEL_DOWN = 4, 5
 GROUND, FOOTER = (250, 250, 250), (234, 234, 234)
 MARGIN, ICON, BUTTON = 20, 48, 60  # pixels: around all, the icon, the strip of buttons
 
@@ -73,14 +74,18 @@ class Alert:
     def key(self, *keys):
         screen.xdotool("key", *keys)
 
-    def click(self, x, y):
-        screen.xdotool("mousemove", "--window", self.window, x, y, "click", 1)
+    def click(self, x, y, button=1):
+        screen.xdotool("mousemove", "--window", self.window, x, y, "click", button)
 
     def changed(self):
         """The picture as soon as it is another one."""
         before = self.picture
         self.picture = wait_for("another picture", lambda: self.another(before))
         return self.picture
+
+    def changed_by(self, key):
+        self.key(key)
+        return self.changed()
 
     def another(self, before):
         picture = screen.picture(self.window)
@@ -132,6 +137,15 @@ class Seen(unittest.TestCase):
             for j in range(i):
                 self.assertNotEqual(picture, pictures[j], (j, i))
 
+    def test_each_icon_is_drawn_as_itself(self):
+        pictures = []
+        for icon in (ERROR, QUESTION, WARNING, NOTE):
+            alert = Alert("plain", icon, "", "Text")
+            pictures.append(alert.picture)
+            alert.dismiss()
+        for i, picture in enumerate(pictures):
+            self.assertNotIn(picture, pictures[:i], i)
+
     def test_a_hint_of_the_width_is_followed(self):
         alert = Alert("host", 4, TITLE, TEXT + " " + TEXT)
         alert.keep("note")
@@ -144,11 +158,17 @@ class Seen(unittest.TestCase):
         alert = Alert("plain", 0, "", "\n".join(f"{number})   Zeile" for number in range(500)))
         first = alert.picture
         self.assertLess(first.height, 800)
-        alert.key("End")
-        last = alert.changed()
-        alert.key("Home")
-        self.assertEqual(alert.changed(), first)
+        last = alert.changed_by("End")
         self.assertNotEqual(last, first)
+        self.assertEqual(alert.changed_by("Home"), first)
+        line, page = alert.changed_by("Down"), alert.changed_by("Next")
+        self.assertEqual(alert.changed_by("Prior"), line)
+        self.assertEqual(alert.changed_by("Up"), first)
+        self.assertNotIn(page, (first, line, last))
+        alert.click(MARGIN, first.height // 2, WHEEL_DOWN)
+        alert.changed()
+        alert.click(MARGIN, first.height // 2, WHEEL_UP)
+        self.assertEqual(alert.changed(), first)
         alert.dismiss()
 
 
