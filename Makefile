@@ -12,7 +12,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan install package package-test headers docs bench coverage fuzz lint format clean
+.PHONY: help deps window-deps demo test sanitize asan tsan install package package-test headers docs bench coverage fuzz soak lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 16
@@ -24,8 +24,8 @@ window-deps: deps
 	-@scripts/deps $(WINDOW_PACKAGES)
 
 define build
-cmake --preset $(1) -Wno-dev >build-$(1).log 2>&1 || { cat build-$(1).log; exit 1; }
-@rm -f build-$(1).log
+@mkdir -p build
+cmake --preset $(1) -Wno-dev >build/$(1).log 2>&1 || { cat build/$(1).log; exit 1; }
 cmake --build --preset $(1) $(2)
 endef
 

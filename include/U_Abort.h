@@ -1,4 +1,5 @@
-// The abort check as an object, to be handed to a loop.
+// The abort check as an object, to be handed to a loop. It serves the queue of the
+// thread that asks; what queued work throws passes through.
 
 #ifndef U_ABORT_H
 #define U_ABORT_H

@@ -3,7 +3,8 @@
 // Every block is allocated under the budget of U_Budget.h: one that would pass
 // the maximum limit is refused, and one that the heap refuses is tried again
 // for as long as the host's purge callback really frees memory. No operation
-// throws, and all may be called on any thread.
+// throws, and all may be called on any thread between birth and death. Before a first
+// birth there is no memory, which is told as below.
 //
 // Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
 // allocation for the user and the log; a pointer keeps a copy of its first 63
@@ -36,7 +37,8 @@ U_EXPORT void* U_AllocatePtrQuiet(U_u64 size);
 U_EXPORT void* U_AllocatePtrClearQuiet(U_u64 size);
 
 // Resizes. Returns 0, 3 for a null handle, or 4 with the handle and its block
-// as they were. Bytes added aren't cleared.
+// as they were. Bytes added aren't cleared. A handle that isn't a live one of the
+// library's heap is told and treated as one that there is no memory for.
 U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle);
 
 // Resizes and stores the new address in *pointer. On failure returns 4 and
@@ -67,16 +69,16 @@ U_EXPORT U_Status U_GetPtrSize(void* pointer, U_u64* size);
 U_EXPORT U_Status U_CheckHandleFromHeap(void** handle);
 
 // Makes a new handle with the same contents and stores it in *out. Returns 0,
-// 4 with *out null, or the error of U_GetHandleSize with *out untouched. The copy of
-// what isn't a live handle is empty.
+// 4 with *out null, or the error of U_GetHandleSize with *out untouched; 3 for a null
+// out. The copy of what isn't a live handle is empty.
 U_EXPORT U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out);
 
 // The same, with a handle of the host services' toolbox as the copy: to be
 // freed with DisposeHandle. It isn't tracked and is tried once.
 U_EXPORT U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out);
 
-// The same, from a toolbox handle to a new handle of the library. Always 0
-// (3 for a null out); *out is null if the copy couldn't be made, or the source
+// The same, from a toolbox handle to a new handle of the library. Always 0, but for
+// a null out; *out is null if the copy couldn't be made, or the source
 // is null.
 U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName,
                                                 void*** out);

@@ -6,9 +6,10 @@
 // one object at once only when that is past. Apart from that objects are as safe
 // as plain values.
 //
-// A question that the held type doesn't answer throws boost::bad_any_cast and
-// leaves the object as it was. Narrow text is multibyte text in the active code
-// page, and its conversions fail as those of U_Encoding.h do.
+// A number or bool of what holds none (a tree, a void*, a type that the library
+// doesn't know, no value) is 0. Any other question that the held type doesn't answer
+// throws boost::bad_any_cast and leaves the object as it was. Narrow text is multibyte
+// text in the active code page, and its conversions fail as those of U_Encoding.h do.
 
 #ifndef U_ANY_H
 #define U_ANY_H

@@ -61,7 +61,7 @@ public:
     const U_AnyTreeWrapper get_child_tree(const U_UTF16String& key) const;
 
     // The changes that follow throw std::bad_alloc if there is no memory, with the tree
-    // as it was.
+    // as it was, apart from SetFrom_JSON.
 
     // Append a child, whether the key is there or not: a copy of a tree, of the
     // kind tree from then on, or a value.

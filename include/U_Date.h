@@ -73,7 +73,8 @@ U_EXPORT U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type,
 //   bits 11 to 14  bug fix; 0 isn't shown
 //   bits 15 to 18  minor version
 //   bits 19 to 21  lower part of the major version
-//   bits 22 to 25  architecture
+//   bits 22 to 25  architecture: 0 none, 3 Windows, 10 Macintosh PPC, 11 Macintosh
+//                  Intel, 12 Windows 64, 13 Macintosh 64, any other is unknown
 //   bits 26 to 29  upper part of the major version
 //   bit 31         debug build
 //

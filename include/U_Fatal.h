@@ -13,7 +13,7 @@
 //
 // A handler need not return. When it does, or throws, which is as much, it is the turn
 // of whoever handled the failure before birth, and as a rule the process ends in the
-// system's own way, with a core or crash log as the system is set up. Where he deals
+// system's own way, with a core or crash log as the system is set up. Where that deals
 // with it and goes on, the handlers stay; but an invalid parameter takes those of
 // invalid parameters and hardware exceptions down, until the library is born once more,
 // and another one then ends the process at once. In a handler little works for sure:

@@ -167,7 +167,7 @@ U_EXPORT char U_ThousandsChar();
 // pointer may be null. Always 0.
 U_EXPORT int U_HexChar2Nibble(char c, unsigned char* value, unsigned char* valid);
 
-// A size in bytes for people: "12 bytes", "1.5 MB". Whole units are rounded down,
+// A size in bytes for people: "0 KB", "12 bytes", "1.5 MB". Whole units are rounded down,
 // tenths to the nearest; never into the next unit. out has room for 256 bytes and
 // is the result; a null out does nothing. Throw an int as U_UTF16ToMBString does.
 U_EXPORT char* U_LongFormatBytes(unsigned long long size, char* out);

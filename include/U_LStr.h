@@ -60,8 +60,8 @@ U_EXPORT U_Status U_ZGetLengthLStrCache(U_LStrCache* table, int* length);
 // has been chosen yet. "[?]" for an index out of range and for a row without a
 // text; *error is 0 then. "[?]" with the code in *error for a table that isn't
 // valid and for a text that can't be resolved or stored; the next lookup tries
-// again. error may be null. The text belongs to the table. Exceptions that derive from
-// nothing pass through as U_ZString.h tells.
+// again. error may be null. The text belongs to the table. The exception
+// that only catch (...) has passes through as U_ZString.h tells.
 U_EXPORT const char* U_ZLookupLStrCache(U_LStrCache* table, int index, unsigned short english,
                                         int* error);
 

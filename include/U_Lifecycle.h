@@ -3,7 +3,8 @@
 // A host calls U_Birth once, on the thread that is to be its main and UI
 // thread, before any other service, and U_Death once at the end. Both run with
 // no other thread in the library. Between the two, any thread may call in; a
-// new U_Birth may follow a U_Death.
+// new U_Birth may follow a U_Death. A birth within a life isn't refused: it leaves
+// what lived behind and begins anew.
 
 #ifndef U_LIFECYCLE_H
 #define U_LIFECYCLE_H
@@ -45,7 +46,8 @@ U_EXPORT bool U_Die();
 // the function on the calling thread.
 U_EXPORT U_i32 U_GetRunMode();
 
-// Makes the system's default sound. Non-zero if it could be made.
+// Makes the system's default sound. Non-zero if it could be made. Any thread, at any
+// time.
 U_EXPORT U_i32 U_Beep();
 
 #endif

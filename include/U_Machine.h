@@ -51,7 +51,8 @@ U_EXPORT U_Status U_SetNumThreads(U_i32 count);
 U_EXPORT bool U_IsOSX();
 U_EXPORT bool U_QTAvailable();
 
-// Whether all modifier keys of the mask are down; true for 0.
+// Whether all modifier keys of the mask are down, as kModifierShift and its kin of
+// tolv/keyboard.h; true for 0.
 U_EXPORT bool U_ModKeyDown(U_u32 mask);
 
 // The bytes in reverse order.

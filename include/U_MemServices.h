@@ -95,7 +95,7 @@ struct U_MemoryStats
 U_EXPORT int U_GetSystemMemoryStats(U_MemoryStats* stats);
 
 // Logs what the library's heap holds, and how that has changed since the
-// baseline; value shows in the line. Return what the host services do.
+// baseline; value shows in the line. Return 0; before birth they do nothing.
 U_EXPORT int U_MEM_Report(int value);
 U_EXPORT int U_MEM_SetBaseline();
 

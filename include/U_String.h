@@ -1,6 +1,7 @@
 // Zero-terminated multibyte text in the active code page.
 //
-// No operation cuts a character in two or finds a match inside one. Sizes are
+// No operation but U_MakeDBCSSafeStr cuts a character in two or finds a match inside
+// one. Sizes are
 // in bytes and include the terminator, unless told otherwise; a text too long
 // for its buffer is cut at a character, which is no error. Pointers mustn't be
 // null. Source and destination of a copy may overlap. The calls have C linkage,
@@ -21,21 +22,21 @@ extern "C"
     // The same for a source of length bytes without a terminator.
     U_EXPORT int U_CopyStringLen(const char* src, size_t length, size_t size, char* dst);
 
-    // Appends src to the text in dst; size is the whole capacity of dst.
+    // Appends src to the text in dst; size is the whole capacity of dst. Always 0.
     U_EXPORT int U_ConcatString(const char* src, size_t size, char* dst);
 
     // Cuts text to at most length bytes, without the terminator; a negative
-    // length counts as 0.
+    // length counts as 0. Always 0.
     U_EXPORT int U_TruncateString(int length, char* text);
 
     // Stores the offset of the next character behind the one at offset, or
-    // behind the byte at offset if that begins none.
+    // behind the byte at offset if that begins none. Always 0.
     U_EXPORT int U_CharNextByte(const char* text, unsigned int offset, unsigned int* next);
 
     // Change the case of ASCII letters in place, as the runtime's default locale
     // does, by way of UTF-16. The terminator stays where it is: a result that
-    // would be longer is cut, behind a shorter one old bytes remain. Throw an int
-    // as U_UTF16ToMBString does.
+    // would be longer is cut, behind a shorter one old bytes remain. Always 0.
+    // Throw an int as U_UTF16ToMBString does.
     U_EXPORT int U_StringToLower(char* text);
     U_EXPORT int U_StringToUpper(char* text);
 
@@ -70,8 +71,8 @@ extern "C"
                                    bool* changed);
 }
 
-// As U_CopyString for UTF-16; size is in units. Returns 0, or the code of a
-// failure.
+// As U_CopyString for UTF-16; size is in units. Returns 0, or 4 without memory for a
+// text that has to be copied aside.
 U_EXPORT U_Status U_CopyStringW(const U_u16* src, size_t size, U_u16* dst);
 
 #endif

@@ -50,8 +50,8 @@ U_EXPORT bool U_IsOnPRThread();
 U_EXPORT U_u32 U_PSLThreadID();
 U_EXPORT U_u32 U_PRThreadID();
 
-// Names the calling thread for debuggers and process viewers. The platform may
-// cut the name short.
+// Names the calling thread for debuggers and process viewers, in UTF-8. The platform
+// may cut the name short. Null does nothing.
 U_EXPORT void U_SetCurrentThreadName(const char* name);
 
 // Tells what a module's exceptions mean. A translator that recognises the

@@ -22,7 +22,7 @@ struct U_EXPORT XMP_Error
 class U_EXPORT U_XMPMetaRef
 {
 public:
-    // Takes a reference of its own; the caller keeps his. Null is fine here and
+    // Takes a reference of its own; the caller keeps its. Null is fine here and
     // in all that follows.
     U_XMPMetaRef(__XMPMeta__* metadata);
     U_XMPMetaRef(const U_XMPMetaRef& other);

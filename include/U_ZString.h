@@ -32,19 +32,20 @@ U_EXPORT std::string U_ZStringToEnglishMBString(const char* zstring);
 // The same into a buffer of size bytes; a text that is too long is cut at a
 // character. U_ZStringToMBRaw returns 0, or the code of a failure with out
 // untouched. If the system refuses to convert a default text, which takes one
-// beyond 2 GiB, an exception that derives from nothing passes through all of
-// these.
+// beyond 2 GiB, an exception of a type that no header declares passes through all of
+// these: catch (...) has it.
 U_EXPORT void U_ZStringToCStr(const char* zstring, unsigned int size, char* out);
 U_EXPORT U_Status U_ZStringToMBRaw(const char* zstring, unsigned int size, char* out);
 
 // Whether text begins with "$$$".
 U_EXPORT bool U_IsZstr(const std::string& text);
 
-// Loads a dictionary, size bytes of binary or text form, over the one in use:
-// keys that both have get the new text. Keys of old binary forms aren't copied,
-// so data must stay as long as the library lives. Forms don't mix freely: an image
-// of version 2 hides all texts of other forms from before, for good, and one of
-// version 1 behind it has no effect. Text goes over either.
+// Loads a dictionary, size bytes of binary or text form, over the one in use: keys that
+// both have get the new text. The text form is UTF-16 with a byte-order mark, or else in
+// the active code page. Keys of old binary forms aren't copied, so data must stay as
+// long as the library lives. Forms don't mix freely: an image of version 2 hides all
+// texts of other forms from before, for good, and one of version 1 behind it has no
+// effect. Text goes over either.
 //
 // Returns 0, also without a locale, and for a damaged image (none, or one of 2 GiB
 // and more, counts as one). That is a choice of language all the same. Of version 2

@@ -30,20 +30,25 @@ PLATFORM_EXPORT void SetDoubleByteScript(bool on);
 // removes the entry.
 PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);
 
-// Profile integers, read and written through TOLV. The key is ASCII.
+// Profile integers, read and written through TOLV. The key is ASCII. Throws
+// std::bad_alloc.
 PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
 PLATFORM_EXPORT void ClearProfile();
 
 // Takes each log line, on the thread that logs, with no lock held; several
-// threads may be in it at once. An empty sink restores the default, which
-// writes lines up to the level in the environment's U_LOG_LEVEL (0) to stderr.
+// threads may be in it at once. The texts are borrowed for the call. What it throws
+// reaches whoever logs; the library goes on without the line. An empty sink restores
+// the default, which writes lines up to the level in the environment's U_LOG_LEVEL (0)
+// to stderr.
 typedef boost::function<void(int level, const char* category, const char* tag, const char* text)>
     LogSink;
 PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 
-// Turns traces of one category on up to a level; null turns all off. An empty
-// sink restores the default, stderr.
+// Turns traces of a category on, up to a level, beside those that are on already; null
+// turns all off.
 PLATFORM_EXPORT void SetTrace(const char* category, int level);
+
+// Takes each trace, as it is with log lines. An empty sink restores the default, stderr.
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
 
 // The text of every OutputDebugStringA, on the thread that calls it, with no

@@ -1,5 +1,7 @@
 // Cuts of UTF-16 and UTF-8 text that keep characters whole.
 
+#include "U_Encoding.h"
+
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -7,7 +9,6 @@
 #include <code_units.h>
 #include <krobase/text.h>
 
-#include "U_Encoding.h"
 #include "U_String.h"
 
 namespace

@@ -50,8 +50,8 @@ void FindAbbreviated(Picture* picture)
                                              reinterpret_cast<long long>(picture)))
         return;
     const std::u16string_view kFallback = u"ddd, MMM d, YYYY";
-    picture->mUnits[kFallback.copy(reinterpret_cast<char16_t*>(picture->mUnits), kTextSize - 1)] =
-        0;
+    char16_t* const units = reinterpret_cast<char16_t*>(picture->mUnits);
+    units[kFallback.copy(units, kTextSize - 1)] = 0;
 }
 
 win32::SYSTEMTIME SystemTimeOf(U_u32 seconds)

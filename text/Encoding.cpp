@@ -9,8 +9,8 @@
 
 #include "U_Report.h"
 #include "U_ZString.h"
-#include "indep/errors/Location.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Location.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace

@@ -1,10 +1,11 @@
 // Sizes for people.
 
+#include "U_Format.h"
+
 #include <charconv>
 #include <string>
 
 #include "U_Encoding.h"
-#include "U_Format.h"
 #include "U_String.h"
 #include "U_ZString.h"
 

@@ -1,7 +1,7 @@
 // Texts that the library itself needs again and again.
 
-#ifndef TEXT_KEPTTEXT_H
-#define TEXT_KEPTTEXT_H
+#ifndef TEXT_KEPT_TEXT_H
+#define TEXT_KEPT_TEXT_H
 
 #include "U_Types.h"
 

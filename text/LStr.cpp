@@ -7,8 +7,8 @@
 #include <string>
 
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 #include "text/LStrList.h"
 #include "text/LStrTable.h"
 

@@ -1,7 +1,7 @@
 // The list of tables that are cleaned when the library dies.
 
-#ifndef TEXT_LSTRLIST_H
-#define TEXT_LSTRLIST_H
+#ifndef TEXT_LSTR_LIST_H
+#define TEXT_LSTR_LIST_H
 
 #include <list>
 

@@ -1,7 +1,7 @@
 // Tables of LStr caches: what makes one valid, and how one is cleaned.
 
-#ifndef TEXT_LSTRTABLE_H
-#define TEXT_LSTRTABLE_H
+#ifndef TEXT_LSTR_TABLE_H
+#define TEXT_LSTR_TABLE_H
 
 #include <boost/atomic/atomic_ref.hpp>
 

@@ -6,7 +6,7 @@
 
 #include "U_Encoding.h"
 #include "U_Report.h"
-#include "indep/errors/Location.h"
+#include "indep/frame/Location.h"
 
 namespace
 {
@@ -71,7 +71,6 @@ bool IsPartOfNumber(U_u16 unit)
 {
     return (unit >= '0' && unit <= '9') || unit == '.';
 }
-
 } // namespace
 
 NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)

@@ -8,8 +8,8 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

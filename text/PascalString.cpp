@@ -1,14 +1,15 @@
 // Length-prefixed Pascal strings.
 
+#include "U_Date.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 
-#include "U_Date.h"
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -1,5 +1,7 @@
 // Second counts, the time now and its zone.
 
+#include "U_Date.h"
+
 #include <cassert>
 #include <stdexcept>
 
@@ -9,9 +11,8 @@
 
 #include <win32/wall_clock.h>
 
-#include "U_Date.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 
 using boost::posix_time::ptime;
 

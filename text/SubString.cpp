@@ -1,5 +1,7 @@
 // Messages with places for values.
 
+#include "U_Format.h"
+
 #include <algorithm>
 #include <charconv>
 #include <string>
@@ -7,10 +9,9 @@
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
-#include "U_Format.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 #include "text/FormatNum.h"
 #include "text/NumberForm.h"
 

@@ -1,13 +1,14 @@
 // Version words as text.
 
+#include "U_Date.h"
+
 #include <cstdio>
 
-#include "U_Date.h"
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Strings.h"
+#include "indep/frame/Refuse.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

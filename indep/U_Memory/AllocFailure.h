@@ -1,7 +1,7 @@
 // The user's sentence for a failed allocation.
 
-#ifndef INDEP_U_MEMORY_ALLOCFAILURE_H
-#define INDEP_U_MEMORY_ALLOCFAILURE_H
+#ifndef INDEP_U_MEMORY_ALLOC_FAILURE_H
+#define INDEP_U_MEMORY_ALLOC_FAILURE_H
 
 #include "U_Types.h"
 

@@ -3,8 +3,6 @@
 #ifndef INDEP_U_MEMORY_ALLOCATION_LOOP_H
 #define INDEP_U_MEMORY_ALLOCATION_LOOP_H
 
-#include <type_traits>
-
 #include <tolv/memory.h>
 
 #include "U_Types.h"

@@ -9,8 +9,8 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
-#include "indep/frame/Globals.h"
+#include "indep/frame/Location.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

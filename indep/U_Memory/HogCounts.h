@@ -3,8 +3,8 @@
 // A share is written by its thread alone, so that a hog handle takes no lock and
 // writes nothing that other threads write.
 
-#ifndef INDEP_U_MEMORY_HOGCOUNTS_H
-#define INDEP_U_MEMORY_HOGCOUNTS_H
+#ifndef INDEP_U_MEMORY_HOG_COUNTS_H
+#define INDEP_U_MEMORY_HOG_COUNTS_H
 
 #include <atomic>
 #include <new>

@@ -10,9 +10,9 @@
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Strings.h"
-#include "indep/frame/Globals.h"
+#include "indep/frame/Location.h"
+#include "indep/frame/Refuse.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

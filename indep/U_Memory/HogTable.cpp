@@ -14,9 +14,9 @@
 #include "U_Hog.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Strings.h"
-#include "indep/frame/Globals.h"
+#include "indep/frame/Location.h"
+#include "indep/frame/Refuse.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

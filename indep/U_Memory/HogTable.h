@@ -1,7 +1,7 @@
 // The registered hogs and their counts.
 
-#ifndef INDEP_U_MEMORY_HOGTABLE_H
-#define INDEP_U_MEMORY_HOGTABLE_H
+#ifndef INDEP_U_MEMORY_HOG_TABLE_H
+#define INDEP_U_MEMORY_HOG_TABLE_H
 
 #include "U_Types.h"
 #include "indep/U_Memory/HogCounts.h"

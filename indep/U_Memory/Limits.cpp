@@ -16,7 +16,7 @@
 
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/MemoryLog.h"
-#include "indep/errors/Refuse.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -1,5 +1,7 @@
 // How the host is asked to make room.
 
+#include "indep/U_Memory/Budget.h"
+
 #include <atomic>
 
 #include <tolv/memory.h>
@@ -7,7 +9,6 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "indep/U_Memory/Budget.h"
 #include "indep/frame/LogSafely.h"
 
 namespace

@@ -15,7 +15,8 @@
 #include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/frame/LogSafely.h"
+#include "indep/frame/Refuse.h"
 
 using krobase::utility::Guid;
 
@@ -110,7 +111,9 @@ int U_GetSystemMemoryStats(U_MemoryStats* stats)
 
 int U_MEM_Report(int value)
 {
-    return MEM_Report(UHeap(), value);
+    int result = 0;
+    LogSafely([&] { result = MEM_Report(UHeap(), value); });
+    return result;
 }
 
 int U_MEM_SetBaseline()

@@ -1,8 +1,8 @@
 // The memory log: a row of figures at each interval, of what the library takes for
 // use and of what the system reports.
 
-#ifndef INDEP_U_MEMORY_MEMORYLOG_H
-#define INDEP_U_MEMORY_MEMORYLOG_H
+#ifndef INDEP_U_MEMORY_MEMORY_LOG_H
+#define INDEP_U_MEMORY_MEMORY_LOG_H
 
 // Starts the log, in the file /bc_memory.PROCESS.log, which is appended to, with a
 // first row after one interval: the setting "MemoryYoYoLogInterval" in

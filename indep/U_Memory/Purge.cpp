@@ -11,8 +11,8 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/LogSafely.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -12,9 +12,9 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Location.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Strings.h"
+#include "indep/frame/Location.h"
+#include "indep/frame/Refuse.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

@@ -1,9 +1,10 @@
+#include "U_MemServices.h"
+
 #include <cstring>
 
 #include <quiet_new.h>
 
 #include "U_Alloc.h"
-#include "U_MemServices.h"
 
 namespace
 {

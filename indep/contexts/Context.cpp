@@ -9,8 +9,8 @@
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 #include "indep/frame/Trace.h"
 
 using krobase::utility::ImmutableString;

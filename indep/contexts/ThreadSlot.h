@@ -1,7 +1,7 @@
 // The slot that names a thread's current context.
 
-#ifndef INDEP_CONTEXTS_THREADSLOT_H
-#define INDEP_CONTEXTS_THREADSLOT_H
+#ifndef INDEP_CONTEXTS_THREAD_SLOT_H
+#define INDEP_CONTEXTS_THREAD_SLOT_H
 
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>

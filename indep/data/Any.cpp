@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <string_view>
 #include <typeinfo>
 #include <utility>
 

@@ -1,5 +1,7 @@
 // Binary data as hexadecimal text.
 
+#include "U_XML.h"
+
 #include <array>
 #include <cstring>
 #include <memory>
@@ -7,7 +9,6 @@
 
 #include "U_Budget.h"
 #include "U_Posted.h"
-#include "U_XML.h"
 
 namespace
 {

@@ -1,8 +1,9 @@
 // Trees written: as JSON, and for people.
 
+#include "U_AnyTree.h"
+
 #include <utility>
 
-#include "U_AnyTree.h"
 #include "indep/data/JSONText.h"
 
 // Writes a tree as JSON into one text.

@@ -1,3 +1,5 @@
+#include "U_XML.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -7,9 +9,8 @@
 
 #include "U_Encoding.h"
 #include "U_Report.h"
-#include "U_XML.h"
 #include "U_ZString.h"
-#include "indep/errors/Location.h"
+#include "indep/frame/Location.h"
 #include "text/Ascii.h"
 
 namespace

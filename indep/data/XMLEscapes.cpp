@@ -15,7 +15,7 @@
 #include "U_Report.h"
 #include "U_XML.h"
 #include "U_ZString.h"
-#include "indep/errors/Location.h"
+#include "indep/frame/Location.h"
 
 namespace
 {

@@ -11,8 +11,8 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Strings.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Strings.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace

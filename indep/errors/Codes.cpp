@@ -6,7 +6,7 @@
 
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Strings.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

@@ -9,9 +9,9 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "indep/errors/Severity.h"
-#include "indep/errors/Strings.h"
 #include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Strings.h"
 #include "text/KeptText.h"
 
 namespace

@@ -10,10 +10,10 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/errors/ErrorCount.h"
-#include "indep/errors/Refuse.h"
 #include "indep/errors/Repeat.h"
 #include "indep/errors/ThreadState.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

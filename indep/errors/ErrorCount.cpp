@@ -1,8 +1,8 @@
 #include "indep/errors/ErrorCount.h"
 
 #include "U_Interact.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -24,6 +24,6 @@ U_Status Up_SetHowManyErrors(U_u32 count)
 {
     if (U_Status damaged = Up_ValidateGlobals(kSetHowManyErrorsPlace))
         return damaged;
-    Globals()->mErrorCount.exchange(count);
+    Globals()->mErrorCount.store(count);
     return 0;
 }

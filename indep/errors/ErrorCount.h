@@ -1,7 +1,7 @@
 // The count of errors, which a deferred stretch puts back.
 
-#ifndef INDEP_ERRORS_ERRORCOUNT_H
-#define INDEP_ERRORS_ERRORCOUNT_H
+#ifndef INDEP_ERRORS_ERROR_COUNT_H
+#define INDEP_ERRORS_ERROR_COUNT_H
 
 #include "U_Types.h"
 

@@ -1,3 +1,5 @@
+#include "U_Interact.h"
+
 #include <algorithm>
 #include <atomic>
 #include <list>
@@ -6,8 +8,6 @@
 #include <boost/thread/mutex.hpp>
 
 #include <immortal.h>
-
-#include "U_Interact.h"
 
 namespace
 {

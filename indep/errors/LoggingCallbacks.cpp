@@ -6,8 +6,8 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include "U_Interact.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // What the report path needs of the logging callbacks.
 
-#ifndef INDEP_ERRORS_LOGGINGCALLBACKS_H
-#define INDEP_ERRORS_LOGGINGCALLBACKS_H
+#ifndef INDEP_ERRORS_LOGGING_CALLBACKS_H
+#define INDEP_ERRORS_LOGGING_CALLBACKS_H
 
 #include "U_Types.h"
 

@@ -1,14 +1,15 @@
 // Of the host and of its machine.
 
+#include "U_Interact.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
 
 #include <win32/network.h>
 
-#include "U_Interact.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Globals.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>

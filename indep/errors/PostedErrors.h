@@ -1,7 +1,7 @@
 // Messages that wait for the user, and the one that was shown last.
 
-#ifndef INDEP_ERRORS_POSTEDERRORS_H
-#define INDEP_ERRORS_POSTEDERRORS_H
+#ifndef INDEP_ERRORS_POSTED_ERRORS_H
+#define INDEP_ERRORS_POSTED_ERRORS_H
 
 #include <list>
 

@@ -5,8 +5,8 @@
 #include <win32/threads.h>
 
 #include "U_Posted.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Refuse.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // Which threads are in quiet mode.
 
-#ifndef INDEP_ERRORS_QUIETSTACK_H
-#define INDEP_ERRORS_QUIETSTACK_H
+#ifndef INDEP_ERRORS_QUIET_STACK_H
+#define INDEP_ERRORS_QUIET_STACK_H
 
 #include <array>
 #include <atomic>

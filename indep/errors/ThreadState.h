@@ -1,7 +1,7 @@
 // What a thread keeps of its reports, for the report path.
 
-#ifndef INDEP_ERRORS_THREADSTATE_H
-#define INDEP_ERRORS_THREADSTATE_H
+#ifndef INDEP_ERRORS_THREAD_STATE_H
+#define INDEP_ERRORS_THREAD_STATE_H
 
 #include "U_Types.h"
 

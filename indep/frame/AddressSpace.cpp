@@ -1,3 +1,5 @@
+#include "U_Machine.h"
+
 #include <utility>
 
 #include <win32/memory.h>
@@ -5,7 +7,6 @@
 #include <wril/wril.h>
 
 #include "U_Budget.h"
-#include "U_Machine.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/LogSafely.h"
 

@@ -1,3 +1,5 @@
+#include "U_Machine.h"
+
 #include <algorithm>
 #include <bitset>
 #include <vector>
@@ -5,7 +7,6 @@
 #include <win32/processor.h>
 #include <wril/wril.h>
 
-#include "U_Machine.h"
 #include "indep/frame/Machine.h"
 
 namespace

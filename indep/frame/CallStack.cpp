@@ -1,8 +1,9 @@
+#include "U_Machine.h"
+
 #include <algorithm>
 
 #include <krobase/machine.h>
 
-#include "U_Machine.h"
 #include "indep/frame/ThreadPiece.h"
 
 namespace

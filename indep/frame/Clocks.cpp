@@ -1,9 +1,10 @@
+#include "U_Machine.h"
+
 #include <tolv/profile.h>
 #include <win32/time.h>
 
-#include "U_Machine.h"
-#include "indep/errors/Refuse.h"
 #include "indep/frame/Machine.h"
+#include "indep/frame/Refuse.h"
 #include "indep/frame/Units.h"
 
 namespace
@@ -28,7 +29,6 @@ double SecondsNow()
         return static_cast<double>(counts) * sSecondsPerCount;
     return win32::GetTickCount() * 0.001;
 }
-
 } // namespace
 
 void Up_InitTiming()

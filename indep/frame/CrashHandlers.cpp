@@ -1,8 +1,11 @@
 // The ways on which the process dies, and the out-of-memory handler.
 
+#include "indep/frame/Fatal.h"
+
 #include <climits>
 #include <exception>
 #include <new>
+#include <cstdint>
 #include <utility>
 
 #include <quiet_new.h>
@@ -14,10 +17,9 @@
 #include "U_Report.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
-#include "indep/errors/Strings.h"
-#include "indep/frame/Fatal.h"
-#include "indep/frame/Globals.h"
+#include "indep/frame/Location.h"
 #include "indep/frame/LogSafely.h"
+#include "indep/frame/Strings.h"
 #include "indep/frame/Units.h"
 
 namespace

@@ -1,9 +1,10 @@
+#include "U_Machine.h"
+
 #include <atomic>
 
 #include <tolv/profile.h>
 #include <win32/runtime.h>
 
-#include "U_Machine.h"
 #include "indep/frame/Units.h"
 
 namespace

@@ -1,12 +1,12 @@
 // Pattern fills and byte order.
 
+#include "U_Machine.h"
+
 #include <cstddef>
 #include <cstring>
 #include <limits>
 
 #include <boost/endian/conversion.hpp>
-
-#include "U_Machine.h"
 
 namespace
 {

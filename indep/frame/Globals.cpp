@@ -7,7 +7,7 @@
 #include "U_Alloc.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Strings.h"
+#include "indep/frame/Strings.h"
 
 namespace
 {

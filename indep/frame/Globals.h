@@ -11,7 +11,7 @@
 
 #include "U_Interact.h"
 #include "U_Types.h"
-#include "indep/errors/Location.h"
+#include "indep/frame/Location.h"
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;
@@ -26,8 +26,7 @@ struct U_Globals
     boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
     std::atomic<U_LoggingCallback> mLoggingFuncs[kMostLoggingCallbacks];
     void* mLoggingRefcons[kMostLoggingCallbacks];
-    char mApart[platform::kCacheLine]; // each report writes the count; all read what stands around
-                                       // it
+    char mApart[platform::kCacheLine]; // each report writes the count, all read the rest
     std::atomic<U_u32> mErrorCount;
     char mApartToo[platform::kCacheLine];
     std::atomic<U_u32> mPostErrors; // read as signed: decrements may come first

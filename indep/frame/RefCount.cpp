@@ -2,8 +2,8 @@
 
 #include "U_Assert.h"
 #include "U_Report.h"
-#include "indep/errors/Location.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/Location.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // What each thread keeps for itself.
 
-#ifndef INDEP_FRAME_THREADPIECE_H
-#define INDEP_FRAME_THREADPIECE_H
+#ifndef INDEP_FRAME_THREAD_PIECE_H
+#define INDEP_FRAME_THREAD_PIECE_H
 
 #include <exception>
 #include <memory>

@@ -1,7 +1,8 @@
+#include "U_Telemetry.h"
+
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
-#include "U_Telemetry.h"
 
 void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName, unsigned int version)
 {

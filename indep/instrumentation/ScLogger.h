@@ -9,8 +9,8 @@
 // are lost or cut short, and the first one that finds room again starts on a line
 // of its own.
 
-#ifndef INDEP_INSTRUMENTATION_SCLOGGER_H
-#define INDEP_INSTRUMENTATION_SCLOGGER_H
+#ifndef INDEP_INSTRUMENTATION_SC_LOGGER_H
+#define INDEP_INSTRUMENTATION_SC_LOGGER_H
 
 #include <cstdio>
 #include <string>

@@ -1,4 +1,4 @@
-// Facts of the machine.
+// Facts of the machine. Any thread.
 
 #ifndef KROBASE_MACHINE_H
 #define KROBASE_MACHINE_H

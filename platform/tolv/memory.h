@@ -1,4 +1,5 @@
-// The heap and the usage figure. Any thread; no operation throws.
+// The heap and the usage figure. Any thread. No operation throws, but what a log sink
+// throws passes out of MEM_DumpLeaks and MEM_Report.
 //
 // Each block carries its size, and a pointer its name too. A handle is the
 // address of a master pointer, which stays while the block may move.

@@ -1,4 +1,4 @@
-// The mouse, under the operating system's own names.
+// The mouse, under the operating system's own names. Any thread.
 
 #ifndef WIN32_INPUT_H
 #define WIN32_INPUT_H

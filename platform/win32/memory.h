@@ -1,4 +1,4 @@
-// Memory, under the operating system's own names.
+// Memory, under the operating system's own names. Any thread.
 
 #ifndef WIN32_MEMORY_H
 #define WIN32_MEMORY_H

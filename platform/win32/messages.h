@@ -1,4 +1,4 @@
-// System sounds, texts and message boxes, under the operating system's own names.
+// System sounds, texts and message boxes, under the operating system's own names. Any thread.
 
 #ifndef WIN32_MESSAGES_H
 #define WIN32_MESSAGES_H

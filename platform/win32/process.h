@@ -1,4 +1,4 @@
-// The process, under the operating system's own names.
+// The process, under the operating system's own names. Any thread.
 
 #ifndef WIN32_PROCESS_H
 #define WIN32_PROCESS_H

@@ -36,7 +36,7 @@ typedef int (*NewHandler)(std::size_t size);
 
 // Replaces the handler and returns the one before; null for none. Meanwhile it stands
 // in the place of the standard library's new handler, which null brings back. Whoever has
-// come in that place since stays, and what he calls of this goes on to the one before.
+// come in that place since stays, and what it calls of this goes on to the one before.
 PLATFORM_EXPORT NewHandler _set_new_handler(NewHandler handler);
 
 // Called when the runtime is given an argument that it can't serve. Texts may be null.

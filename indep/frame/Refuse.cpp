@@ -1,4 +1,4 @@
-#include "indep/errors/Refuse.h"
+#include "indep/frame/Refuse.h"
 
 #include "U_Assert.h"
 

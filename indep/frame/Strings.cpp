@@ -1,4 +1,4 @@
-#include "indep/errors/Strings.h"
+#include "indep/frame/Strings.h"
 
 #include <algorithm>
 #include <cassert>
@@ -51,7 +51,7 @@ template <std::size_t size> struct PlainText
 enum Position
 {
 #define ROW(number, text) kPosition##number,
-#include "indep/errors/Strings.inc"
+#include "indep/frame/Strings.inc"
 #undef ROW
     kLastRow
 };
@@ -60,7 +60,7 @@ enum Position
 #define ROW(number, text)                                                                          \
     static_assert(kPosition##number == 1##number - 10000, "the row stands elsewhere");             \
     constexpr PlainText kPlain##number(text);
-#include "indep/errors/Strings.inc"
+#include "indep/frame/Strings.inc"
 #undef ROW
 
 // Nobody reads the texts of the last row: whoever does faults at once.
@@ -73,7 +73,7 @@ U_LStrRow sRows[] = {
 #define ROW(number, text)                                                                          \
     {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
      const_cast<char*>(kPlain##number.mText), 0},
-#include "indep/errors/Strings.inc"
+#include "indep/frame/Strings.inc"
 #undef ROW
     {nullptr, kNeverRead, kNeverRead, 0},
 };

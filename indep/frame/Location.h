@@ -1,7 +1,7 @@
 // Where in the library a report comes from.
 
-#ifndef INDEP_ERRORS_LOCATION_H
-#define INDEP_ERRORS_LOCATION_H
+#ifndef INDEP_FRAME_LOCATION_H
+#define INDEP_FRAME_LOCATION_H
 
 #include "U_Types.h"
 

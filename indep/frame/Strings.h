@@ -1,7 +1,7 @@
 // Messages made of the library's own texts, for the report path.
 
-#ifndef INDEP_ERRORS_STRINGS_H
-#define INDEP_ERRORS_STRINGS_H
+#ifndef INDEP_FRAME_STRINGS_H
+#define INDEP_FRAME_STRINGS_H
 
 #include <cstddef>
 

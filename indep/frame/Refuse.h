@@ -1,7 +1,7 @@
 // Calls that an entry point can't serve.
 
-#ifndef INDEP_ERRORS_REFUSE_H
-#define INDEP_ERRORS_REFUSE_H
+#ifndef INDEP_FRAME_REFUSE_H
+#define INDEP_FRAME_REFUSE_H
 
 #include "U_Types.h"
 
