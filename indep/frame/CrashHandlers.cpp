@@ -3,9 +3,9 @@
 #include "indep/frame/Fatal.h"
 
 #include <climits>
+#include <cstdint>
 #include <exception>
 #include <new>
-#include <cstdint>
 #include <utility>
 
 #include <quiet_new.h>
