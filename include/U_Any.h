@@ -10,6 +10,7 @@
 // doesn't know, no value) is 0. Any other question that the held type doesn't answer
 // throws boost::bad_any_cast and leaves the object as it was. Narrow text is multibyte
 // text in the active code page, and its conversions fail as those of U_Encoding.h do.
+// Without memory std::bad_alloc is thrown, with the object as it was.
 
 #ifndef U_ANY_H
 #define U_ANY_H

@@ -51,7 +51,9 @@ public:
     void put_self(const U_Any& value);
 
     // The value of the node at a path of keys between dots; a dot that ends the
-    // path is ignored. Throws boost::property_tree::ptree_bad_path if there is none.
+    // path is ignored, one at the start or behind another bounds an empty key, and the
+    // empty path is the node itself. Throws boost::property_tree::ptree_bad_path if
+    // there is none.
     U_Any& get_child_any(const U_UTF16String& path);
     const U_Any& get_child_any(const U_UTF16String& path) const;
 
@@ -100,7 +102,8 @@ public:
     //
     // Reads forgivingly: the first character counts as the opening brace,
     // whatever it is, so an array adds its elements if those are objects or
-    // arrays; a value that begins with t, f or n is true, false or null; any
+    // arrays; in an array a name is passed over in front of a plain value, and kept with
+    // a nested one; a value that begins with t, f or n is true, false or null; any
     // other word is a number, as far as it reads as one. What a level can't make
     // sense of ends it, and so does the end of the text.
     //

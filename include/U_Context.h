@@ -49,7 +49,8 @@ public:
     // false, unless the context ends, and the context mustn't be activated.
     // OnActivate may throw. What OnDeactivate throws out of a setter's or a context's
     // end goes no further: an exception is reported there, an int is dropped, since
-    // who throws one has reported it.
+    // who throws one has reported it. Whoever lets either throw keeps the context and
+    // activates it again: if it goes before that, its thread can have no other one.
     virtual void OnActivate() = 0;
     virtual void OnDeactivate() = 0;
 
@@ -58,7 +59,8 @@ protected:
 };
 
 // Makes the state of a context that is being built. It may throw; then there is
-// no context. It registers and unregisters nothing and makes no context. An operator
+// no context. It registers and unregisters nothing and makes no context, and waits for
+// no thread that does: what is registered is locked against changes meanwhile. An operator
 // new that fails in it isn't told (U_Fatal.h). A null state stands under its key and is
 // told nothing.
 typedef boost::function<boost::shared_ptr<U_State>(U_Context*)> U_StateFactory;

@@ -59,6 +59,9 @@ public:
     // The call's copy of the function, with what it owns, ends when the function has, or
     // once it never will run, and before the caller goes on that waits for it; a little
     // later where the context can't become current on the executor's thread.
+    // Where the context can't become current there, the function doesn't run, and the
+    // result is the code of that failure. A context that the executor's thread had of
+    // its own lives on, but is no longer current there, also behind the call.
     // On the executor's own thread the function runs at once, and what it throws
     // passes through.
     // Only the first function for another thread is waited for. That of a later call
@@ -80,8 +83,9 @@ public:
         const boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor>& executor,
         const boost::function<int()>& function);
 
-    // Gives up all calls that wait, and all to come, for good: the host is going
-    // down. Any thread.
+    // Gives up all calls that wait, and all to come for another thread, for good: the
+    // host is going down. On an executor's own thread functions go on running. Any
+    // thread.
     static void TerminateAndFailAllSuspendedContexts();
 
 protected:

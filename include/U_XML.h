@@ -1,7 +1,8 @@
 // XML elements, escaping, and binary data as text. The library reads and writes
 // no XML itself: a host's readers and writers fill the elements and call the
 // functions. All text is UTF-8. No pointer may be null unless told otherwise. The
-// functions may be called on any thread, an element by one thread at a time.
+// functions may be called on any thread, an element by one thread at a time. Without
+// memory they throw std::bad_alloc unless told otherwise, and an element stays as it was.
 
 #ifndef U_XML_H
 #define U_XML_H

@@ -6,6 +6,9 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
+
+#include <quiet_new.h>
 
 #include "U_Budget.h"
 #include "U_Posted.h"
@@ -42,7 +45,11 @@ constexpr std::array<U_u8, 256> kValues = MakeValues();
 class ScQuietErrors
 {
 public:
-    ScQuietErrors() : mIsQuiet(U_StartQuietErrorsOnCurrentThread(true) == 0) {}
+    ScQuietErrors() : mIsQuiet(Start())
+    {
+        if (!mIsQuiet)
+            mQuietNew.emplace();
+    }
     ~ScQuietErrors()
     {
         if (mIsQuiet)
@@ -52,7 +59,15 @@ public:
     ScQuietErrors& operator=(const ScQuietErrors&) = delete;
 
 private:
+    // Takes memory, too.
+    static bool Start()
+    {
+        const platform::ScQuietNew quiet;
+        return U_StartQuietErrorsOnCurrentThread(true) == 0;
+    }
+
     const bool mIsQuiet;
+    std::optional<platform::ScQuietNew> mQuietNew; // if not
 };
 
 struct NewArray

@@ -55,6 +55,8 @@ U_XML_Element::~U_XML_Element() = default;
 
 U_XML_Element& U_XML_Element::operator=(const U_XML_Element& other)
 {
+    if (this == &other)
+        return *this;
     // Copied first, so that an assignment that finds no memory changes nothing.
     U_XML_Element copy(other);
     mAttributes.swap(copy.mAttributes);

@@ -55,7 +55,9 @@ TEST_F(XMLElement, CopyHoldsAllFieldsOfItsOwn)
     U_XML_Element assigned;
     assigned = original;
     const U_XML_Element& itself = assigned;
+    const auto held = itself.GetAttrsBegin();
     assigned = itself;
+    EXPECT_EQ(held, itself.GetAttrsBegin());
     original.SetBodyText(Bytes("changed"));
     original.SetAttribute("a", Bytes("changed"));
     for (const U_XML_Element* element : {&copy, &static_cast<const U_XML_Element&>(assigned)})

@@ -277,8 +277,7 @@ TEST_F(BinaryText, FailedAttemptsLeaveNothingBehind)
             SCOPED_TRACE(point);
             EXPECT_TRUE(code == 0 || code == 4) << code;
             EXPECT_TRUE(code == 4 || data.Count() == 1000) << data.Count();
-            for (const std::string& alert : mAlerts.Texts())
-                EXPECT_NE(alert.find("Out of memory. ("), std::string::npos) << alert;
+            EXPECT_TRUE(mAlerts.Texts().empty()) << mAlerts.Texts().front();
             EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3); // no level is left open
             mAlerts.Clear();
         });
