@@ -23,7 +23,8 @@ typedef U_i32 (*U_RunModeFunction)();
 // the step that failed.
 // After any failure but 3 the calling thread stays registered as a main thread,
 // unless there was no memory even for that, and the host is expected to end the
-// process. Behind the making of the record a failure has been reported as fatal.
+// process. Behind the making of the record a failure has been reported as fatal; one of
+// the record itself, too, where the interaction mask of an earlier life stands.
 // A log sink's std::exception fails the step that logs, with 14; the first line, "U
 // Birth", may fail. What is neither an int nor a std::exception passes out of the
 // steps, with what was made left in place.

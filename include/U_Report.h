@@ -11,7 +11,8 @@
 // ignored without a trace. A message that can't be shown is posted. One that can't be
 // posted, for want of memory or outside the library's life, doesn't reach the user, and
 // nobody is told. What is neither an int nor a std::exception passes out of a report
-// from whatever it calls.
+// from whatever it calls. Over a damaged record a report goes without the host's name,
+// and the process is dying from then on.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that

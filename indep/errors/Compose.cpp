@@ -69,6 +69,8 @@ const U_UTF16String& ComposedText::Get()
 
 HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
 {
+    if (!mIsKnown && Globals())
+        Up_MarkDying();
     const char* const name = mIsKnown ? Globals()->mName : "";
     U_CopyStringLen(name, strnlen(name, sizeof(mText)), sizeof(mText), mText);
 }

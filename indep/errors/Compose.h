@@ -25,8 +25,9 @@ private:
     std::optional<U_UTF16String> mComposed;
 };
 
-// The host's name, for people. Unlike U_GetName it says nothing of a record that
-// is missing or damaged: the report at hand is about that, or comes after it.
+// The host's name, for people. Unlike U_GetName it reports no record that is missing or
+// damaged, since the report at hand is about that, or comes after it; of a damaged one
+// the process is dying all the same.
 struct HostName
 {
     HostName();

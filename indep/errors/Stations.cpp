@@ -70,7 +70,7 @@ void Report::CallBack()
 
 bool Report::MayShowNow(bool grouped) const
 {
-    const bool heldBack = Up_GlobalsAreGood() && static_cast<U_i32>(Globals()->mPostErrors) > 0;
+    const bool heldBack = Globals() && static_cast<U_i32>(Globals()->mPostErrors) > 0;
     return U_IsOnUIThread() && !heldBack && !grouped;
 }
 
@@ -81,7 +81,7 @@ void Report::Display(bool grouped)
         state->mLastSeverity = mSeverity;
         state->mLastLocation = mLocation;
     }
-    if (mSeverity != U_Sev_DETAIL && Up_GlobalsAreGood())
+    if (mSeverity != U_Sev_DETAIL && Globals())
         ++Globals()->mErrorCount;
     if (!IsDisplayOn(mSeverity))
         return;

@@ -15,6 +15,7 @@
 #include <wril/wril.h>
 
 #include "U_Report.h"
+#include "U_String.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
 #include "indep/frame/Location.h"
@@ -73,6 +74,7 @@ PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousInvalidParameter = 0;
 PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousTerminate = 0;
 
 bool sNewIsInstalled = false;
+char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
 
 // A new that fails while a failed new is reported isn't reported.
 PLATFORM_THREAD_LOCAL bool tReportsMemory = false;
@@ -93,7 +95,11 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
-    if (tLifeInPreviousTerminate == sPreviousTerminate.mLife || !sPreviousTerminate.mIsInstalled)
+    // It has come back from who stood before, unless that has jumped out and the thread is
+    // to make one more last call.
+    const bool hasComeBack =
+        tLifeInPreviousTerminate == sPreviousTerminate.mLife && !Up_MayCallHandler();
+    if (hasComeBack || !sPreviousTerminate.mIsInstalled)
     {
         if (sPreviousTerminate.mBelow)
             sPreviousTerminate.mBelow();
@@ -151,7 +157,7 @@ void ReportMemory(std::size_t size)
 {
     const ScReportsMemory reports;
     char text[U_ReportTextSize]; // a report that is under way keeps the thread's own
-    Up_FormatString(text, sizeof(text), kOutOfMemoryText, Kilobytes(size));
+    Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
     Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);
 }
 
@@ -201,7 +207,7 @@ void Up_InstallNewHandler(bool install)
     if (install == sNewIsInstalled)
         return;
     if (install)
-        Up_String(kOutOfMemoryText); // resolved while there is memory for that
+        U_CopyString(Up_FormatOf(kOutOfMemoryText), sizeof(sOutOfMemoryText), sOutOfMemoryText);
     const win32::NewHandler previous =
         win32::_set_new_handler(install ? &OnOutOfMemory : sPreviousNew);
     sPreviousNew = install ? previous : nullptr;

@@ -64,9 +64,14 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 }
 } // namespace
 
+bool Up_MayCallHandler() noexcept
+{
+    return tLastCall != kCalling && tLastCall != sArmings;
+}
+
 void Up_CallHandler() noexcept
 {
-    if (tLastCall != kCalling && tLastCall != sArmings)
+    if (Up_MayCallHandler())
     {
         tLastCall = kCalling;
         try

@@ -7,6 +7,9 @@
 // is over. For the paths on which the process dies. Allocates nothing itself.
 void Up_CallHandler() noexcept;
 
+// Whether the calling thread's last call is yet to be made.
+bool Up_MayCallHandler() noexcept;
+
 // Lets threads that have made the last call make one more.
 void Up_ArmLastCalls() noexcept;
 

@@ -112,13 +112,6 @@ bool HaveSameFields(const char* format, const char* other)
     return true;
 }
 
-const char* FormatOf(U_u32 index)
-{
-    const char* const format = Up_StringOrEnglish(index);
-    const char* const english = Up_EnglishString(index);
-    return HaveSameFields(format, english) ? format : english;
-}
-
 void FormatCut(char* out, std::size_t size, const char* format, std::va_list values)
 {
     // The byte more tells whether the text has to be cut.
@@ -153,11 +146,18 @@ const char* Up_ZStringOf(U_u32 index)
     return sRows[index].mZString;
 }
 
+const char* Up_FormatOf(U_u32 index)
+{
+    const char* const format = Up_StringOrEnglish(index);
+    const char* const english = Up_EnglishString(index);
+    return HaveSameFields(format, english) ? format : english;
+}
+
 void Up_FormatString(char* out, std::size_t size, U_u32 index, ...)
 {
     std::va_list values;
     va_start(values, index);
-    FormatCut(out, size, FormatOf(index), values);
+    FormatCut(out, size, Up_FormatOf(index), values);
     va_end(values);
 }
 

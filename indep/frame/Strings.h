@@ -14,6 +14,9 @@
 // nothing once the text has been resolved: it serves where memory is out.
 void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
 
+// What that formats with.
+const char* Up_FormatOf(U_u32 index);
+
 // The same with a format that isn't one of the texts.
 #if defined(__GNUC__)
 __attribute__((format(printf, 3, 4)))

@@ -5,7 +5,6 @@
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/shared_lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
 #include <krobase/threads.h>
@@ -16,8 +15,6 @@
 
 namespace
 {
-const int kTraceLevel = 6;
-
 // Threads that hold a role, in the order of registration; one that registered
 // twice stands there twice.
 class ThreadList
@@ -42,12 +39,13 @@ public:
 
     bool Holds(U_u32 threadId) const
     {
-        boost::shared_lock_guard<boost::shared_mutex> lock(mLock);
+        boost::lock_guard<boost::shared_mutex> lock(mLock);
         return std::find(mThreads.begin(), mThreads.end(), threadId) != mThreads.end();
     }
 
 private:
-    mutable boost::shared_mutex mLock; // guards mThreads; held for one search or edit
+    // Guards mThreads; held for one search or edit, always exclusively.
+    mutable boost::shared_mutex mLock;
     std::list<U_u32> mThreads;
 };
 
@@ -58,13 +56,18 @@ std::atomic<U_u32> sUIThread(U_NoThreadID);
 std::atomic<U_u32> sPSLThread(U_NoThreadID);
 std::atomic<U_u32> sPRThread(U_NoThreadID);
 
-// The last step of each change of roles. words are those before and after the
-// thread's id.
-void TraceRole(const char* before, const char* after)
+// The last step of a change of roles.
+class RoleTrace : private TraceSite
 {
-    static TraceSite sTrace("U_THREADS", kTraceLevel);
-    sTrace.Trace(before, win32::GetCurrentThreadId(), after);
-}
+public:
+    constexpr RoleTrace() : TraceSite("U_THREADS", 6) {}
+
+    // The words before and after the thread's id.
+    void Tell(const char* before, const char* after)
+    {
+        Trace(before, win32::GetCurrentThreadId(), after);
+    }
+};
 } // namespace
 
 void U_RegisterMainThread()
@@ -73,52 +76,60 @@ void U_RegisterMainThread()
     if (sMainThreads.Add(threadId) == 1)
         sUIThread = threadId;
     Up_PrepareThreadForOverflow();
-    TraceRole("U_RegisterMainThread registered ", " as a main thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterMainThread registered ", " as a main thread");
 }
 
 void U_DeregisterMainThread()
 {
     sMainThreads.Remove(win32::GetCurrentThreadId());
-    TraceRole("U_RegisterMainThread removed ", " as a main thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterMainThread removed ", " as a main thread");
 }
 
 void U_RegisterRenderThread()
 {
     sRenderThreads.Add(win32::GetCurrentThreadId());
     Up_PrepareThreadForOverflow();
-    TraceRole("U_RegisterRenderThread registered ", " as a render thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterRenderThread registered ", " as a render thread");
 }
 
 void U_DeregisterRenderThread()
 {
     sRenderThreads.Remove(win32::GetCurrentThreadId());
-    TraceRole("U_RegisterRenderThread removed ", " as a render thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterRenderThread removed ", " as a render thread");
 }
 
 void U_RegisterPSLThread()
 {
     sPSLThread = win32::GetCurrentThreadId();
     Up_PrepareThreadForOverflow();
-    TraceRole("U_RegisterPSLThread registered ", " as the psl thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterPSLThread registered ", " as the psl thread");
 }
 
 void U_DeregisterPSLThread()
 {
     sPSLThread = U_NoThreadID;
-    TraceRole("U_RegisterPSLThread removed ", " as the psl thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterPSLThread removed ", " as the psl thread");
 }
 
 void U_RegisterPRThread()
 {
     sPRThread = win32::GetCurrentThreadId();
     Up_PrepareThreadForOverflow();
-    TraceRole("U_RegisterPRThread registered ", " as the pr thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterPRThread registered ", " as the pr thread");
 }
 
 void U_DeregisterPRThread()
 {
     sPRThread = U_NoThreadID;
-    TraceRole("U_RegisterPRThread removed ", " as the pr thread");
+    static RoleTrace sTrace;
+    sTrace.Tell("U_RegisterPRThread removed ", " as the pr thread");
 }
 
 bool U_IsOnMainThread()

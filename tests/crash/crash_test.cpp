@@ -297,6 +297,24 @@ TEST(Crashes, AHandlerMayJumpOutAndANewOneIsCalledAgain)
     EXPECT_EQ(death.Count("saved"), 3);
 }
 
+TEST(Crashes, SoMayWhoStoodBeforeBirth)
+{
+    const Death death = RunToDeath([] {
+        std::set_terminate([] { siglongjmp(sBack, 1); });
+        Birth();
+        for (volatile int round = 0; round < 3; ++round)
+        {
+            const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler handler(
+                [](void*) { Tell("saved"); }, nullptr);
+            if (sigsetjmp(sBack, 1) == 0)
+                std::terminate();
+        }
+        std::_Exit(7);
+    });
+    EXPECT_TRUE(death.WithCode(7)) << death.told;
+    EXPECT_EQ(death.Count("saved"), 3);
+}
+
 TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
 {
     static std::terminate_handler sFoundTerminate;

@@ -390,6 +390,7 @@ TEST_F(Report, WithoutAHostsNameTheBoxesHaveTheirOwnTitles)
     Supplier supplier;
     const ScDamagedRecord damaged(FindMagicNumbers().at(0));
     U_ReportError(0, U_Sev_WARNING, Units(u"first"));
+    EXPECT_TRUE(platform::MemDialogsQuieted());
     U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
     U_ReportError(0, U_Sev_WARNING, Units(u"second"));
     EXPECT_EQ(mAlerts.Texts(), (Texts{"first\n\n", "second\n\n"}));
