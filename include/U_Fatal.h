@@ -32,10 +32,10 @@
 //
 // An operator new that fails ends in std::bad_alloc. From birth to death the library's new
 // handler stands in the place of the host's: on a main thread it reports "Out of memory."
-// with the size, at U_Sev_INFO, first, in the words that birth has found. Within a report and where its text is made ready,
-// under one of the library's locks, as in translators (U_Threads.h) and state factories
-// (U_Context.h), and where a call promises to fail quietly, nothing is told: an alert there
-// would hold up others.
+// with the size, at U_Sev_INFO, first, in the words that birth has found. Within a report and where
+// its text is made ready, under one of the library's locks, as in translators (U_Threads.h) and
+// state factories (U_Context.h), and where a call promises to fail quietly, nothing is told: an
+// alert there would hold up others.
 
 #ifndef U_FATAL_H
 #define U_FATAL_H

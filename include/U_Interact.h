@@ -3,7 +3,8 @@
 // A host can hang up to ten functions on the report path. The interaction mask
 // says which severities go where: bit b of its low half is the severity of
 // value 1 << b for the user, the same bit of the high half that severity for
-// the log and the callbacks. A library whose record is damaged calls no
+// the callbacks. The log has lines of warnings, problems and fatal errors, if either half
+// has their bit. A library whose record is damaged calls no
 // callback. Any thread; the mask is the whole process's.
 
 #ifndef U_INTERACT_H
@@ -12,13 +13,12 @@
 #include "U_Types.h"
 
 // Sees a report: where it comes from, how severe it is, and its text in the
-// active code page, at most 511 bytes. It runs on the thread that reports, with
-// the lock of the callbacks held: other threads that report, add or remove a
-// callback wait, so one that waits for such a thread waits for ever. It may add
-// and remove callbacks, itself too: the slots are asked in order, each for what
-// stands in it by then. It may not call U_Death. The answer of the last callback
-// that ran is the one that counts. If that isn't 0, or a callback throws, the
-// report ends there: it isn't shown, and the code goes to who reported.
+// active code page, at most 511 bytes; empty without memory. It runs on the thread that reports,
+// with the lock of the callbacks held: other threads that report, add or remove a callback wait, so
+// one that waits for such a thread waits for ever. It may add and remove callbacks, itself too: the
+// slots are asked in order, each for what stands in it by then. It may not call U_Death. The answer
+// of the last callback that ran is the one that counts. If that isn't 0, or a callback throws, the
+// report ends there: it is neither counted nor shown, and the code goes to who reported.
 typedef U_Status (*U_LoggingCallback)(void* refcon, U_u32 location, U_u16 severity,
                                       const char* text);
 

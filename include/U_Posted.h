@@ -15,7 +15,8 @@
 
 // While increments outnumber decrements, reports on the UI thread are posted
 // like those of other threads. A decrement too many takes the effect from the next
-// increment. Before birth and after death both do nothing.
+// increment: until then reports are shown at once. Before birth, after death and over a
+// damaged record both do nothing.
 U_EXPORT void U_IncrementPostErrors();
 U_EXPORT void U_DecrementPostErrors();
 
@@ -25,16 +26,16 @@ U_EXPORT void U_DecrementPostErrors();
 // nothing here insists, but then U_SetPencartValuesForUErrors mustn't run at the
 // same time. Death shows what is left.
 // A message that even the system's message box can't show stays posted, and why isn't
-// told. What is neither an int nor a std::exception passes through, with what has not
-// been shown still posted. Without the memory to put groups together their messages are
-// shown one by one as they were posted, with their identifiers.
+// told; the log has a line of an exception. What is neither an int nor a std::exception
+// passes through, with what has not been shown still posted. Without the memory to put groups
+// together their messages are shown one by one as they were posted, with their identifiers.
 U_EXPORT void U_DisplayPostedErrors();
 
 // Enters a level of quiet mode, in which the calling thread's reports, fatal
 // ones apart, are neither counted nor shown; keepLogging false keeps them from
 // the log and the callbacks, too, also in the levels inside. The second leaves
 // the innermost level. Both return 0; 3, reported, while the library isn't alive
-// or, for the second, outside all levels; 4 without memory.
+// or, for the second, outside all levels; 4 without memory, which isn't told.
 U_EXPORT U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging);
 U_EXPORT U_Status U_EndQuietErrorsOnCurrentThread();
 
@@ -59,9 +60,9 @@ U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 // errors have been counted since the start, on whatever thread; it is shown as before
 // the start, and the log and the callbacks hear it unless they did. fallbackText, if
 // not null, serves where the thread has no text, or has reported in quiet mode only. A
-// thread without any other report repeats that text as a fatal error: the errors were
-// other threads' and must not be lost. The log hears of fallbackText in any case, the
-// callbacks only if the stretch kept its severity from them. async posts the repeat and
+// thread without any other report repeats that text as a fatal error, of which the process
+// dies: the errors were other threads' and must not be lost. The log hears of fallbackText in any
+// case, the callbacks only if the stretch kept its severity from them. async posts the repeat and
 // leaves it out of the log, the counts and the callbacks. Without memory for a mask of
 // its own the repeat is made behind the stretch, and the callbacks hear it once more.
 // What is neither an int nor a std::exception passes through, behind the end of the

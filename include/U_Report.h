@@ -4,15 +4,17 @@
 // A report is a text with a severity and a location code (the module in the high half,
 // a place in it in the low half; 0 for none). It is logged and handed to the logging
 // callbacks as the interaction mask says (U_Interact.h); it is counted whatever the
-// mask says, unless it is a detail or, fatal ones apart, the thread is in quiet mode;
+// mask says, unless it is a detail, a callback ends it, or, fatal ones apart, the thread
+// is in quiet mode;
 // and then, if the mask says so, it is shown at once, or posted (U_Posted.h) if it
 // comes from another thread than the UI thread, belongs to a group, or alerts are held
-// back. A thread that reports while it is reporting, say in a logging callback, is
-// ignored without a trace. A message that can't be shown is posted. One that can't be
-// posted, for want of memory or outside the library's life, doesn't reach the user, and
-// nobody is told. What is neither an int nor a std::exception passes out of a report
-// from whatever it calls. Over a damaged record a report goes without the host's name,
-// and the process is dying from then on.
+// back. A thread that reports while it is reporting, say in a logging callback or while
+// the alert of its own report is up, is ignored without a trace. Without memory to know
+// that, or for its text, a report is dropped whole; for a text the code 4 tells. A message that
+// can't be shown is posted. One that can't be posted, for want of memory or outside the library's
+// life, doesn't reach the user, and nobody is told. What is neither an int nor a std::exception
+// passes out of a report from whatever it calls. Over a damaged record a report goes without the
+// host's name, and the process is dying from then on.
 //
 // Each thread keeps its last error code and the text of its latest report, in
 // multibyte form in the active code page. Readers make nothing: a thread that
@@ -35,19 +37,20 @@ const size_t U_ReportTextSize = 512;
 
 // What the calling thread last reported: the text, which needs room for
 // U_ReportTextSize bytes, the severity, the location code, and the status or
-// system code. Each may be null. Always 0.
+// system code. Severity and location are those of its latest report that was neither
+// quiet nor ended by a callback. Each may be null. Always 0.
 U_EXPORT U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error);
 
 // Reports a text. What a logging callback throws passes through, and so does its
-// code, as an int; the report ends there and isn't shown. On the UI thread it may
+// code, as an int; the report ends there, neither counted nor shown. On the UI thread it may
 // return only when the user has dismissed the alert.
 U_EXPORT void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text);
 
 // Posts a text for the user, without log, callbacks and counts. It is dropped without
 // a word if the mask doesn't show its severity, in quiet mode unless it is fatal,
 // while the very same message is the last that was shown (not on the UI thread), and
-// for want of memory or outside the library's life. Never throws an int or a
-// std::exception.
+// for want of memory or outside the library's life. A fatal one doesn't make the process
+// die. Never throws an int or a std::exception.
 U_EXPORT void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text);
 
 // Forgets which message was shown last: other threads may post it again.

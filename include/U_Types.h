@@ -55,7 +55,7 @@ enum : U_u16
     U_Sev_INFO = 2,
     U_Sev_WARNING = 4,
     U_Sev_PROBLEM = 8,
-    U_Sev_FATAL = 16,  // the process is dying from then on
+    U_Sev_FATAL = 16,  // a report of it makes the process die
     U_Sev_DETAIL = 32, // belongs to another report and isn't counted
     U_Sev_DEBUG = 64,
     U_Sev_LEAK = 128

@@ -45,7 +45,7 @@ constexpr std::array<U_u8, 256> kValues = MakeValues();
 class ScQuietErrors
 {
 public:
-    ScQuietErrors() : mIsQuiet(Start())
+    ScQuietErrors() : mIsQuiet(U_StartQuietErrorsOnCurrentThread(true) == 0)
     {
         if (!mIsQuiet)
             mQuietNew.emplace();
@@ -59,15 +59,8 @@ public:
     ScQuietErrors& operator=(const ScQuietErrors&) = delete;
 
 private:
-    // Takes memory, too.
-    static bool Start()
-    {
-        const platform::ScQuietNew quiet;
-        return U_StartQuietErrorsOnCurrentThread(true) == 0;
-    }
-
     const bool mIsQuiet;
-    std::optional<platform::ScQuietNew> mQuietNew; // if not
+    std::optional<platform::ScQuietNew> mQuietNew; // without memory for a level
 };
 
 struct NewArray

@@ -42,7 +42,7 @@ U_Status ShowHostBox(const HostUI& host, const U_UTF16String& text, const HostNa
                      float sizeHint)
 {
     using namespace kroview::dialogs::messagebox;
-    return Guarded([&] {
+    return GuardedUnreported([&] {
         win32::ReleaseCapture();
         const U_UTF16String title =
             name.mIsKnown ? U_MBToUTF16String(name.mText) : U_ZStringToUTF16String(kDefaultTitle);

@@ -6,6 +6,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include <krobase/debugger.h>
+#include <quiet_new.h>
 #include <win32/debug.h>
 
 #include "U_Format.h"
@@ -48,6 +49,7 @@ void FillVerification(VerificationText& text, const char* detail, const char* me
 {
     const U_u32 index = detail ? kFailedWithDetail : kFailedInternally;
     const ScFilling entered;
+    const platform::ScQuietNew quiet; // a report would come between this one and its text
     U_Status failure = U_Err_BadParameter;
     if (entered.IsFirst())
         failure = Fill(text, Up_StringOrEnglish(index), detail, message);

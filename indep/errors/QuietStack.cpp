@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <quiet_new.h>
 #include <win32/threads.h>
 
 #include "U_Posted.h"
@@ -150,7 +151,10 @@ bool Up_IsQuiet(bool forLogging)
 
 U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging)
 {
-    return Guarded([&] { TheQuietStack().Push(win32::GetCurrentThreadId(), keepLogging); });
+    return Guarded([&] {
+        const platform::ScQuietNew quiet; // an alert could enter levels of its own
+        TheQuietStack().Push(win32::GetCurrentThreadId(), keepLogging);
+    });
 }
 
 U_Status U_EndQuietErrorsOnCurrentThread()

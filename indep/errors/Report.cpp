@@ -57,8 +57,8 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
         report.Display(grouped);
 }
 
-// A new that fails here would be reported through the buffer that is converted: the
-// thread isn't within a report yet.
+// A new that fails while a text is made ready would be reported through the buffer that
+// has it: the thread isn't within a report yet. So such stretches are quiet.
 U_UTF16String TextOf(const char* buffer)
 {
     const platform::ScQuietNew quiet;
@@ -92,7 +92,10 @@ U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* 
     if (!code)
         return 0;
     char* const buffer = PutIntoLoggingBuffer(text);
-    append(buffer);
+    {
+        const platform::ScQuietNew quiet;
+        append(buffer);
+    }
     SendBuffer(location, severity, buffer, kLogLine);
     Up_SetThreadLastError(code);
     return status;
@@ -110,7 +113,7 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
         return;
     char* const buffer = PutIntoLoggingBuffer("");
     Guarded([&] {
-        const platform::ScQuietNew quiet; // as above
+        const platform::ScQuietNew quiet;
         U_CopyString(U_UTF16ToMBString(text, false).c_str(), U_ReportTextSize, buffer);
     });
     Up_Report16(location, severity, text, Up_HasGroupTag(text));
@@ -119,6 +122,7 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     Guarded([&] {
+        const platform::ScQuietNew quiet; // a report would change the thread's state
         if (!IsDisplayOn(severity) || (severity != U_Sev_FATAL && Up_IsQuiet(false)))
             return;
         Report(location, severity, text).Post();

@@ -44,9 +44,9 @@ void TellTelemetry(const char* severityWord, const U_UTF16String& text)
 void Up_ShowMessage(U_u32 location, U_u16 severity, const U_UTF16String& text, float sizeHint)
 {
     const LocationText locationText(location);
-    Guarded(&EndInputCapture);
-    Guarded([&] { RememberLastReported(location, severity, text); });
+    GuardedUnreported(&EndInputCapture);
+    GuardedUnreported([&] { RememberLastReported(location, severity, text); });
     if (const char* word = TraitsOf(severity).mTelemetryWord)
-        Guarded([&] { TellTelemetry(word, text); });
+        GuardedUnreported([&] { TellTelemetry(word, text); });
     Up_ShowAlert(locationText.mText, severity, text, sizeHint);
 }

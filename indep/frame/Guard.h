@@ -12,8 +12,9 @@
 #include "U_Threads.h"
 #include "indep/frame/Translators.h"
 
-// Runs body and returns 0, or the status code of its failure.
-template <class Body> U_Status Guarded(Body body)
+// Runs body and returns 0, or the status code of its failure, which translate gives for
+// an exception.
+template <class Body, class Translate> U_Status GuardedBy(Translate translate, Body body)
 {
     try
     {
@@ -26,11 +27,28 @@ template <class Body> U_Status Guarded(Body body)
     }
     catch (std::exception& exception)
     {
-        return U_TranslateAndReportException(exception);
+        return translate(exception);
     }
 }
 
-// The same where nothing may pass: an exception of any other type is reported too
+template <class Body> U_Status Guarded(Body body)
+{
+    return GuardedBy(&U_TranslateAndReportException, body);
+}
+
+// The same on the way of a message to the user: of one that can't be shown, a report
+// would be one message more that can't be.
+template <class Body> U_Status GuardedUnreported(Body body)
+{
+    return GuardedBy(
+        [](std::exception& exception) {
+            const ScUnreported unreported;
+            return U_TranslateAndReportException(exception);
+        },
+        body);
+}
+
+// Guarded where nothing may pass: an exception of any other type is reported too
 // and gives 14.
 template <class Body> U_Status Contained(Body body) noexcept
 {

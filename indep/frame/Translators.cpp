@@ -18,7 +18,6 @@
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "indep/frame/LogSafely.h"
-#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -93,7 +92,7 @@ bool Translate(std::exception& exception, int& code)
 // isn't reported once more.
 void ReportOnce(U_u16 severity, const char* text)
 {
-    const ScEntered<struct InTranslation> entered;
+    const ScUnreported entered;
     if (entered.IsFirst())
         Up_ReportErrString(0, severity, text);
 }

@@ -137,6 +137,11 @@ TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
     mAlerts.mWhileUp = [](const platform::Alert&) { throw std::runtime_error("no screen"); };
     for (int round = 0; round < 3; ++round)
         EXPECT_EQ(Displayed(), kWaiting);
+    Supplier supplier;
+    U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
+    for (int round = 0; round < 3; ++round)
+        EXPECT_EQ(Displayed().size(), 2 * kWaiting.size()) << "each in both boxes";
+    U_SetPencartValuesForUErrors(nullptr, nullptr);
     mAlerts.mWhileUp = [](const platform::Alert& alert) {
         if (Narrow(alert.text) == "first")
             throw 5;
