@@ -6,7 +6,8 @@
 // the library dies or the table is unregistered. Texts are in the code page
 // that was active when the row was resolved.
 //
-// Any thread may look rows up, also before birth and after death. A table is
+// Any thread may look rows up, also before birth and after death, but not during them;
+// a table that has had all its texts before a birth holds them over death, too. A table is
 // registered and unregistered while no other thread uses it. A table must stay
 // in memory from its first lookup until the library's death; a module that
 // unloads earlier registers its table and unregisters the copy.

@@ -64,8 +64,8 @@ extern "C"
     // replacement in the place of every other character beyond ASCII. With a
     // replacement of 0, as in U_MakeDBCSSafeStr, such characters stay, and text
     // is taken as single-byte text that a double-byte system would misread: each
-    // byte counts alone. *changed tells whether anything was replaced. A size of
-    // 0 writes nothing. Always 0.
+    // byte counts alone, but a cut leaves no lead byte at the end. *changed tells whether anything
+    // was replaced. A size of 0 writes nothing. Always 0.
     U_EXPORT int U_MakeDBCSSafeStr(const char* text, unsigned int size, char* out, bool* changed);
     U_EXPORT int U_CleanTo7BitOnly(const char* text, char replacement, unsigned int size, char* out,
                                    bool* changed);

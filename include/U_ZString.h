@@ -5,12 +5,14 @@
 // in the dictionary of the current language, to take the English text (UTF-8)
 // if it isn't there, and to expand the notations of that text: ^ and \ escapes,
 // #{name} and #{U+20AC} characters, and the markers {{*MSWindows*}},
-// {{*COMMENT*}} and {{*CopyYear*}}. A text never fails to resolve: without a
-// default it is empty. Parameters such as ^1, written ^^1, stay for
-// U_SubString.
+// {{*COMMENT*}} and {{*CopyYear*}}. A dictionary's text has been expanded when its
+// dictionary was made, apart from the markers. A text never fails to resolve: without a
+// default it is empty, as are those of null, of "" and of what begins with "$" but not
+// with "$$$". Parameters such as ^1, written ^^1, stay for U_SubString. On a system with a
+// double-byte script U+2206 gives way to U+0394, unless a language is in use.
 //
 // Any thread may resolve, also before birth and after death. The language is
-// chosen on one thread while no other resolves.
+// chosen on one thread while no other resolves, and so do birth and death.
 
 #ifndef U_ZSTRING_H
 #define U_ZSTRING_H
@@ -52,7 +54,7 @@ U_EXPORT bool U_IsZstr(const std::string& text);
 // nothing of it is taken, of version 1 what stands in front of the damage, of text
 // all but the damaged lines.
 //
-// Returns the code of a failure if memory runs out: what had been replaced or
+// Returns the code of a failure if memory runs out, which isn't told: what had been replaced or
 // added by then stays, and no language has been chosen by it. So does text in the
 // active code page that the system refuses to convert, which throws as above.
 U_EXPORT U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size);
@@ -66,8 +68,8 @@ U_EXPORT U_Status U_ZStringSetEnglish();
 // Whether a language has been chosen.
 U_EXPORT bool U_ZLocaleAlive();
 
-// Makes and destroys the locale object, as birth and death do; a second call
-// does nothing. Always 0; without memory the first throws std::bad_alloc.
+// Makes and destroys the locale object, as birth and death do, while no other thread
+// resolves; a second call does nothing. Always 0; without memory the first throws std::bad_alloc.
 U_EXPORT U_Status U_ZLocaleBirth();
 U_EXPORT U_Status U_ZLocaleDeath();
 

@@ -27,7 +27,7 @@ const char kFailed[] =
 {
     const ScEntered<struct InConversionReport> entered;
     if (entered.IsFirst())
-        Guarded([] {
+        Contained([] {
             U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
         });
     throw error ? static_cast<int>(error) : 1;

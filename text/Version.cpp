@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "U_Encoding.h"
+#include "U_Report.h"
 #include "U_String.h"
 #include "U_ZString.h"
 #include "indep/frame/Refuse.h"
@@ -31,26 +32,48 @@ U_u32 Field(U_u32 version, int firstBit, int bits)
     return version >> firstBit & ((1u << bits) - 1);
 }
 
-// A ZString, null for none.
-const char* ArchitectureOf(U_u32 version)
+// One of the library's own texts, by its index, or a ZString; neither for none.
+struct Architecture
+{
+    U_u32 mIndex;
+    const char* mZString;
+};
+
+Architecture ArchitectureOf(U_u32 version)
 {
     switch (Field(version, 22, 4))
     {
     case 0:
-        return nullptr;
+        return {0, nullptr};
     case 3:
-        return Up_ZStringOf(kWindows);
+        return {kWindows, nullptr};
     case 10:
-        return "$$$/QX/U/ARCH/MacintoshPPC=Macintosh PPC";
+        return {0, "$$$/QX/U/ARCH/MacintoshPPC=Macintosh PPC"};
     case 11:
-        return "$$$/QX/U/ARCH/MacintoshIntel=Macintosh Intel";
+        return {0, "$$$/QX/U/ARCH/MacintoshIntel=Macintosh Intel"};
     case 12:
-        return "$$$/QX/U/ARCH/Windows64=Windows 64";
+        return {0, "$$$/QX/U/ARCH/Windows64=Windows 64"};
     case 13:
-        return "$$$/QX/U/ARCH/Macintosh64=Macintosh 64";
+        return {0, "$$$/QX/U/ARCH/Macintosh64=Macintosh 64"};
     default:
-        return Up_ZStringOf(kUnknown);
+        return {kUnknown, nullptr};
     }
+}
+
+U_UTF16String NameOf(const Architecture& architecture)
+{
+    if (architecture.mIndex)
+        return U_MBToUTF16String(Up_String(architecture.mIndex));
+    return architecture.mZString ? U_ZStringToUTF16String(architecture.mZString) : U_UTF16String();
+}
+
+// Stores the name, or the empty text, and returns why it couldn't be had.
+U_Status StoreName(const Architecture& architecture, char (&name)[kNameSize])
+{
+    *name = 0;
+    if (architecture.mIndex)
+        return U_CopyString(Up_String(architecture.mIndex), sizeof(name), name);
+    return architecture.mZString ? U_ZStringToMBRaw(architecture.mZString, sizeof(name), name) : 0;
 }
 
 // The numbers of a version, such as "9.0.1x5".
@@ -86,9 +109,7 @@ U_UTF16String U_UTF16Version(U_u32 version, bool noDebugSuffix)
     U_UTF16String text = U_AsciiToUTF16String(Numbers(version).mText);
     if (ShowsDebugSuffix(version, noDebugSuffix))
         text += U_ZStringToUTF16String(kDebugSuffix);
-    const char* const architecture = ArchitectureOf(version);
-    const U_UTF16String name =
-        architecture ? U_ZStringToUTF16String(architecture) : U_UTF16String();
+    const U_UTF16String name = NameOf(ArchitectureOf(version));
     return name.empty() ? text : text + U_u16(' ') + name;
 }
 
@@ -100,10 +121,8 @@ U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out)
     U_Status failure = 0;
     if (ShowsDebugSuffix(version, noDebugSuffix))
         failure = U_ZStringToMBRaw(kDebugSuffix, sizeof(suffix), suffix);
-    char name[kNameSize] = "";
-    U_Status noName = 0;
-    if (const char* const architecture = ArchitectureOf(version))
-        noName = U_ZStringToMBRaw(architecture, sizeof(name), name);
+    char name[kNameSize];
+    const U_Status noName = StoreName(ArchitectureOf(version), name);
 
     const Numbers numbers(version);
     const char* const form = *name ? "%s%s (%s)" : "%s%s";

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <limits>
 
+#include <quiet_new.h>
 #include <tolv/text.h>
 
 #include "U_Encoding.h"
@@ -100,6 +101,7 @@ U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size)
         return 0;
     const ScChange change;
     return Guarded([&] {
+        const platform::ScQuietNew quiet; // an alert could choose a language in the middle
         sZLocale->mCurrent.LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
                                           ImageSize(size), false);
         sZLocale->mAlive = true;

@@ -6,6 +6,7 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
 #include "text/Resolve.h"
 
 U_UTF16String U_ZStringToUTF16String(const char* zstring)
@@ -59,6 +60,6 @@ bool Up_IsValidZString(const char* zstring)
         return false;
     if (*zstring == '$')
         return true;
-    WRIL_Log(0, "U", "Invalid ZString", zstring);
+    LogSafely([=] { WRIL_Log(0, "U", "Invalid ZString", zstring); });
     return false;
 }
