@@ -76,13 +76,6 @@ TEST_F(ErrorFaults, Reports)
     };
     Walk({
         {"U_ReportError", kLess, [&] { return Shown([&] { return done(report); }); }},
-        {"U_ReportError of a message", kLess,
-         [&] {
-             return Shown([&] {
-                 U_ReportError(0, U_Sev_MESSAGE, mText);
-                 return kRight;
-             });
-         }},
         {"U_AsyncReport", kRight | kLess,
          [&] {
              BeginAnew();
@@ -133,12 +126,7 @@ TEST_F(ErrorFaults, Masks)
         Up_SetInteractTempComplete(id);
         return RightIf(isSet && Up_GetInteract() == before);
     };
-    Walk({{"Up_SetInteract", kBadAlloc,
-           [] {
-               Up_SetInteract(Up_GetInteract());
-               return kRight;
-           }},
-          {"Up_SetInteractTemp", kBadAlloc, temporary}});
+    Walk({{"Up_SetInteractTemp", kBadAlloc, temporary}});
 }
 
 TEST_F(ErrorFaults, DeferredStretches)

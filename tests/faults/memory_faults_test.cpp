@@ -124,18 +124,11 @@ TEST_F(MemoryFaults, Copies)
     void** const handle = FilledHandle();
     void** const toolbox = NewHandle(sizeof(kContents));
     std::memcpy(*toolbox, kContents, sizeof(kContents));
-    const auto duplicate = [&] {
+    const auto duplicateBy = [&](auto duplicate, auto release) {
         void** copy = handle;
-        const U_Status code = U_DuplicateHandle(handle, "copy", &copy);
+        const U_Status code = duplicate(handle, "copy", &copy);
         const Outcome outcome = OfCode(code, copy && HasContents(*copy), !copy);
-        U_FreeHandle(copy);
-        return outcome;
-    };
-    const auto toPlatform = [&] {
-        void** copy = handle;
-        const U_Status code = U_DuplicateHandleToPlatform(handle, "copy", &copy);
-        const Outcome outcome = OfCode(code, copy && HasContents(*copy), !copy);
-        DisposeHandle(copy);
+        release(copy);
         return outcome;
     };
     const auto fromPlatform = [&] {
@@ -163,8 +156,10 @@ TEST_F(MemoryFaults, Copies)
         DisposeHandle(resource);
         return stayed ? outcome : kWrong;
     };
-    Walk({{"U_DuplicateHandle", kCode4, duplicate},
-          {"U_DuplicateHandleToPlatform", kCode4, toPlatform},
+    Walk({{"U_DuplicateHandle", kCode4,
+           [&] { return duplicateBy(&U_DuplicateHandle, &U_FreeHandle); }},
+          {"U_DuplicateHandleToPlatform", kCode4,
+           [&] { return duplicateBy(&U_DuplicateHandleToPlatform, &DisposeHandle); }},
           {"U_DuplicateHandleFromPlatform", kNull, fromPlatform},
           {"U_DetachResource", kCode4 | kNull, detach}});
     DisposeHandle(toolbox);

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
@@ -168,14 +170,10 @@ TEST_F(Translators, RunOneThreadAtATime)
         *out = 55;
         return true;
     });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 500; ++round)
-                EXPECT_EQ(Translate(), 55);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(4, [&](int) {
+        for (int round = 0; round < 500; ++round)
+            EXPECT_EQ(Translate(), 55);
+    });
     EXPECT_EQ(most, 1);
 }
 
@@ -196,13 +194,8 @@ TEST_F(Translators, GoWithDeathAndTheirIdsAreNeverGivenAgain)
 
 TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
 {
-    struct Row
-    {
-        unsigned int result;
-        U_Status callback;
-        int thrown;
-        std::vector<std::string> told; // empty if the system knows no text
-    };
+    // What the callback answers, what is thrown, and what is told if the system knows a text.
+    typedef std::tuple<unsigned int, U_Status, int, std::vector<std::string>> Row;
     const std::vector<std::string> kNoFile = {
         "U_Sev_WARNING: Test Host warning: No such file or directory.\r\n\t"};
     const Row rows[] = {
@@ -215,14 +208,14 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
     U_AddLoggingCallback(
         [](void* refcon, U_u32, U_u16, const char*) { return *static_cast<U_Status*>(refcon); },
         &answer);
-    for (const Row& row : rows)
+    for (const auto& [result, callback, thrown, told] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.result << " " << row.callback);
-        answer = row.callback;
+        SCOPED_TRACE(testing::Message() << result << " " << callback);
+        answer = callback;
         mLog.Clear();
-        ATL::CAtlException exception(static_cast<int>(row.result));
+        ATL::CAtlException exception(static_cast<int>(result));
         EXPECT_EQ(CodeThrown([&] { TranslateAndThrowATLException(exception, __FILE__, __LINE__); }),
-                  row.thrown);
-        EXPECT_EQ(mLog.Texts(), row.told);
+                  thrown);
+        EXPECT_EQ(mLog.Texts(), told);
     }
 }
