@@ -99,31 +99,8 @@ TEST_F(DataFaults, Trees)
 TEST_F(DataFaults, XML)
 {
     const U_UTF8String name = Bytes("a name of some length");
-    const U_UTF8String raw = Bytes("a <text> & \"more\" of some length");
     const U_UTF8String illegal = Bytes("a text with \x01 and \x02 in it");
-    const U_UTF8String digits = Bytes("00010203040506070809");
     Walk({
-        {"U_XML_Element", kBadAlloc,
-         [&] {
-             U_XML_Element element(name, 7);
-             element.SetNamespace(name);
-             element.SetBodyText(raw);
-             element.SetCDataSection(raw);
-             element.SetAttribute(name, raw);
-             element.SetAttribute("an attribute of some length", raw);
-             element.SetAttributeLong("a number under some name", -1, false);
-             element.SetAttributeBool("a bool under a long name", true);
-             U_XML_Element copy;
-             copy = element;
-             U_UTF8String value;
-             int number = 0;
-             bool isSet = false;
-             copy.GetAttributeValue(name, &value, true);
-             copy.GetAttributeValueLong("a number under some name", &number, false, true);
-             copy.GetAttributeValueBool("a bool under a long name", &isSet, false);
-             return RightIf(copy.GetBodyText() == raw && copy.GetName() == name && value == raw &&
-                            number == -1 && isSet);
-         }},
         {"new U_XML_Element", kBadAlloc,
          [&] {
              delete new U_XML_Element(name, 7);
@@ -140,12 +117,6 @@ TEST_F(DataFaults, XML)
          [&] {
              return RightIf(U_EscapeBodyTextToSafeXML(illegal, true, false).size() ==
                             illegal.size() - 2);
-         }},
-        {"U_UTF8StringToBinaryData", kThrown4,
-         [&] {
-             U_ScAutoArray<unsigned char> data;
-             U_UTF8StringToBinaryData(digits, &data);
-             return RightIf(data.Count() == 10 && data.Get()[9] == 9);
          }},
     });
 }

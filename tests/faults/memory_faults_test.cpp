@@ -52,6 +52,17 @@ Outcome OfPointer(void* pointer, bool clear)
     return outcome;
 }
 
+// Of a call that makes a handle with the contents, or stores that there is none.
+template <class Make, class Release> Outcome OfMade(Make make, Release release)
+{
+    void* earlier = nullptr;
+    void** made = &earlier;
+    const U_Status code = make(&made);
+    const Outcome outcome = OfCode(code, made && HasContents(*made), !made);
+    release(made);
+    return outcome;
+}
+
 struct Tracked : U_MemTrackedObject
 {
     char mContents[100] = {};
@@ -124,13 +135,6 @@ TEST_F(MemoryFaults, Copies)
     void** const handle = FilledHandle();
     void** const toolbox = NewHandle(sizeof(kContents));
     std::memcpy(*toolbox, kContents, sizeof(kContents));
-    const auto duplicateBy = [&](auto duplicate, auto release) {
-        void** copy = handle;
-        const U_Status code = duplicate(handle, "copy", &copy);
-        const Outcome outcome = OfCode(code, copy && HasContents(*copy), !copy);
-        release(copy);
-        return outcome;
-    };
     const auto fromPlatform = [&] {
         void** copy = handle;
         if (U_DuplicateHandleFromPlatform(toolbox, "copy", &copy))
@@ -145,21 +149,22 @@ TEST_F(MemoryFaults, Copies)
             return kNull;
         std::memcpy(*resource, kContents, sizeof(kContents));
         AddResource(resource);
-        void** out = handle;
-        const U_Status code = U_DetachResource(resource, "detached", &out);
-        const Outcome outcome = OfCode(code, out && HasContents(*out), !out);
-        U_FreeHandle(out);
-        if (!code)
+        const auto detached = [&](void*** out) { return U_DetachResource(resource, "own", out); };
+        const Outcome outcome = OfMade(detached, &U_FreeHandle);
+        if (outcome != kCode4)
             return outcome;
         DetachResource(resource); // it is one still
         const bool stayed = ResError() == 0 && HasContents(*resource);
         DisposeHandle(resource);
         return stayed ? outcome : kWrong;
     };
-    Walk({{"U_DuplicateHandle", kCode4,
-           [&] { return duplicateBy(&U_DuplicateHandle, &U_FreeHandle); }},
+    const auto duplicate = [&](void*** out) { return U_DuplicateHandle(handle, "copy", out); };
+    const auto toPlatform = [&](void*** out) {
+        return U_DuplicateHandleToPlatform(handle, "copy", out);
+    };
+    Walk({{"U_DuplicateHandle", kCode4, [&] { return OfMade(duplicate, &U_FreeHandle); }},
           {"U_DuplicateHandleToPlatform", kCode4,
-           [&] { return duplicateBy(&U_DuplicateHandleToPlatform, &DisposeHandle); }},
+           [&] { return OfMade(toPlatform, &DisposeHandle); }},
           {"U_DuplicateHandleFromPlatform", kNull, fromPlatform},
           {"U_DetachResource", kCode4 | kNull, detach}});
     DisposeHandle(toolbox);
@@ -208,13 +213,7 @@ TEST_F(MemoryFaults, Hogs)
         U_FreeHogHandle(made);
         return outcome;
     };
-    const auto toPlain = [&] {
-        void** made = plain;
-        const U_Status code = U_NewHandleFromHogHandle(hog, &made);
-        const Outcome outcome = OfCode(code, made && HasContents(*made), !made);
-        U_FreeHandle(made);
-        return outcome;
-    };
+    const auto toPlain = [&](void*** out) { return U_NewHandleFromHogHandle(hog, out); };
     const auto fromPlain = [&] {
         void** made = plain;
         const U_Status code = U_NewHogHandleFromHandle(id, plain, &made);
@@ -226,7 +225,7 @@ TEST_F(MemoryFaults, Hogs)
     Walk({{"U_RegisterHog", kCode4, registerHog, true},
           {"U_NewHogHandle", kCode4, newHog},
           {"U_ResizeHogHandle", kCode4, resize},
-          {"U_NewHandleFromHogHandle", kCode4, toPlain},
+          {"U_NewHandleFromHogHandle", kCode4, [&] { return OfMade(toPlain, &U_FreeHandle); }},
           {"U_NewHogHandleFromHandle", kCode4, fromPlain}});
     U_FreeHogHandle(hog);
     U_FreeHandle(plain);

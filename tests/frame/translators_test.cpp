@@ -7,7 +7,6 @@
 #include <thread>
 #include <tuple>
 #include <typeinfo>
-#include <utility>
 #include <vector>
 
 #include <win32/atl.h>
@@ -17,26 +16,10 @@
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
-#include "tests/support/FailingNew.h"
-#include "tests/support/FreshThread.h"
 #include "tests/support/OnThreads.h"
 
 namespace
 {
-int sTranslatedWithoutMemory = 0;
-
-// Stands for what a host does when memory runs out: here another thread has an
-// exception to translate, and would wait forever for the lock.
-void TranslateElsewhere()
-{
-    std::set_new_handler(nullptr);
-    OnFreshThread([] {
-        std::runtime_error error("elsewhere");
-        U_TranslateAndReportException(error);
-    });
-    ++sTranslatedWithoutMemory;
-}
-
 class Translators : public BornLibrary
 {
 protected:
@@ -72,23 +55,6 @@ TEST_F(Translators, TheNewestIsAskedFirstAndTheFirstToTakeItWins)
     U_UnregisterExceptionTranslator(second);
     EXPECT_EQ(Translate(), 101);
     EXPECT_TRUE(mLog.Texts().empty());
-}
-
-TEST_F(Translators, RegisteringWithoutMemoryKeepsNobodyWaiting)
-{
-    const std::new_handler before = std::get_new_handler();
-    int failed = 0;
-    FailEachNew(
-        [&] {
-            std::set_new_handler(&TranslateElsewhere);
-            EXPECT_NE(Register(1, true, 101), 0u);
-        },
-        [&](long) {
-            failed += std::get_new_handler() == nullptr;
-            std::set_new_handler(before);
-        });
-    EXPECT_GT(failed, 1);
-    EXPECT_EQ(std::exchange(sTranslatedWithoutMemory, 0), failed);
 }
 
 TEST_F(Translators, FourteenStandsIfTheOneThatTakesItStoresNothing)
