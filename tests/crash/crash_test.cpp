@@ -363,6 +363,24 @@ TEST(Crashes, EachLifeMakesItsCallAndGoesOnToWhoStoodBefore)
     EXPECT_TRUE(thrown.WithCode(7)) << thrown.told;
     EXPECT_EQ(thrown.Count("handler on"), 2);
     EXPECT_EQ(thrown.Count("host's"), 2);
+
+    for (const bool afterDeath : {false, true})
+    {
+        const Death death = RunToDeath([&] {
+            std::set_terminate([] { std::_Exit(9); });
+            Birth();
+            SetGlobal(&TellOfCall);
+            const std::terminate_handler found = std::set_terminate([] {});
+            U_Death();
+            std::set_terminate(found); // the library's, between two lives
+            Birth();
+            if (afterDeath)
+                U_Death();
+            Fail(&Terminate);
+        });
+        EXPECT_TRUE(death.WithCode(9)) << death.told;
+        EXPECT_EQ(death.Count("handler on"), !afterDeath);
+    }
 }
 
 TEST(Crashes, AnInvalidParameterIsLoggedBehindTheCall)
