@@ -17,7 +17,6 @@
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"
-#include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

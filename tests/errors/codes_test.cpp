@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <control.h>
-
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "U_String.h"

@@ -15,7 +15,6 @@
 #include "U_Budget.h"
 #include "U_Group.h"
 #include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"

@@ -1,6 +1,5 @@
 // Reports, and what holds them back, while allocations fail.
 
-#include <new>
 #include <stdexcept>
 #include <thread>
 
@@ -104,28 +103,6 @@ TEST_F(ErrorFaults, Reports)
              return RightIf(Up_AssertImpl("a == b", "some/file.cpp", 12, &flag) == 0);
          }},
     });
-}
-
-TEST_F(ErrorFaults, Masks)
-{
-    const auto temporary = [] {
-        const U_u32 before = Up_GetInteract();
-        U_u32 id = 0;
-        try
-        {
-            id = Up_SetInteractTemp(0xFFFF0000);
-        }
-        catch (const std::bad_alloc&)
-        {
-            if (Up_GetInteract() != before)
-                return kWrong;
-            throw;
-        }
-        const bool isSet = Up_GetInteract() == 0xFFFF0000;
-        Up_SetInteractTempComplete(id);
-        return RightIf(isSet && Up_GetInteract() == before);
-    };
-    Walk({{"Up_SetInteractTemp", kBadAlloc, temporary}});
 }
 
 TEST_F(ErrorFaults, DeferredStretches)

@@ -95,13 +95,6 @@ TEST_F(MemoryFaults, Blocks)
         U_FreePtr(pointer ? pointer : old);
         return outcome;
     };
-    const auto resizeNothing = [] {
-        void* pointer = nullptr;
-        const U_Status code = U_ResizePtrQuiet(kSize, &pointer);
-        const Outcome outcome = OfCode(code, pointer, !pointer);
-        U_FreePtr(pointer);
-        return outcome;
-    };
     const auto recycled = [] {
         void* const pointer = U_AllocateRecycledPtr(1, "recycled", kSize);
         U_FreeRecycledPtr(pointer);
@@ -125,7 +118,6 @@ TEST_F(MemoryFaults, Blocks)
          [] { return OfPointer(U_AllocatePtrClearQuiet(kSize), true); }},
         {"U_ResizeHandle", kCode4 | kNull, resizeHandle},
         {"U_ResizePtr", kCode4 | kNull, resizePointer},
-        {"U_ResizePtrQuiet", kCode4, resizeNothing},
         {"U_AllocateRecycledPtr", kNull, recycled},
     });
 }
@@ -262,25 +254,9 @@ TEST_F(MemoryFaults, Services)
         U_MemTrackedObject::TrackedDelete(block);
         return outcome;
     };
-    const auto purgeLoop = [] {
-        void* block = nullptr;
-        const U_Status code = U_PurgeLoop(
-            kSize,
-            [](void* refcon, bool* okay) {
-                void*& wanted = *static_cast<void**>(refcon);
-                wanted = U_AllocatePtrQuiet(kSize);
-                *okay = wanted;
-                return wanted ? 0 : U_Err_OutOfMemory;
-            },
-            &block, false);
-        const Outcome outcome = OfCode(code, block, !block);
-        U_FreePtr(block);
-        return outcome;
-    };
     Walk({{"U_InstallExternalMemoryManager", kBadAlloc, managers},
           {"U_MemTrackedObject", kBadAlloc, tracked},
           {"U_MemTrackedObject::TrackedNew", kBadAlloc, trackedBlock},
-          {"U_PurgeLoop", kCode4, purgeLoop},
           {"U_ReserveContiguousAddressSpace", kCode4,
            [] { return OfCode(U_ReserveContiguousAddressSpace(kMiB), true); }}});
 }

@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <deque>
-#include <new>
 
 #include <control.h>
 

@@ -168,6 +168,7 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
         {0x80004005, 0, 1, {"U_Sev_WARNING: Test Host warning: Unspecified error.\r\n\t"}},
         {0x80070002, 0, 1, kNoFile},
         {0x80070002, 55, 55, kNoFile},
+        {0x8007FFFF, 0, 0, {}},
         {0x8ABCDEF0, 0, 0, {}},
     };
     U_Status answer = 0;

@@ -2,76 +2,17 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
-#include <string>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <control.h>
 #include <win32/memory.h>
-#include <win32/messages.h>
-#include <win32/text.h>
 #include <win32/threads.h>
-
-#include "tests/support/FreshThread.h"
 
 namespace
 {
-std::u16string Format(unsigned int code)
-{
-    const unsigned int flags =
-        win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem;
-    unsigned short sentinel = 0;
-    unsigned short* buffer = &sentinel;
-    const unsigned int length = win32::FormatMessageW(flags, nullptr, code, 0, &buffer, 0, nullptr);
-    if (!buffer)
-        return length ? u"a length without a text" : u"";
-    std::u16string text(buffer, buffer + length);
-    EXPECT_EQ(buffer[length], 0);
-    EXPECT_EQ(win32::LocalFree(buffer), nullptr);
-    return text;
-}
-
-TEST(Messages, SystemKnowsPlainCodesAndResults)
-{
-    const std::pair<unsigned int, const char16_t*> kRows[] = {
-        {0, u"Success.\r\n"},
-        {5, u"Permission denied.\r\n"},
-        {0x80070005, u"Permission denied.\r\n"},
-        {0x8007000E, u"Cannot allocate memory.\r\n"},
-        {0x80070057, u"Invalid argument.\r\n"},
-        {0x80004005, u"Unspecified error.\r\n"},
-        {0x8007FFFF, u""},
-        {0x00070005, u""},
-    };
-    for (const auto& [code, text] : kRows)
-        EXPECT_EQ(Format(code), text) << std::hex << code;
-}
-
-TEST(Win32Threads, OnlyAWholeRecordNamesAndOnlyItsOwnThread)
-{
-    const unsigned int kCaller = ~0u;
-    const std::tuple<const char*, unsigned int, unsigned int> kRows[] = {
-        {"named", kCaller, 6},
-        {nullptr, kCaller, 6},
-        {"truncated", kCaller, 5},
-        {"another's", win32::GetCurrentThreadId(), 6},
-    };
-    OnFreshThread([&] {
-        for (const auto& [name, threadId, argumentCount] : kRows)
-        {
-            const win32::ThreadNameRecord record = {0x1000, name, threadId, 0};
-            win32::RaiseException(win32::kThreadNamingException, 0, argumentCount, &record);
-            char shown[16] = "";
-            pthread_getname_np(pthread_self(), shown, sizeof(shown));
-            EXPECT_STREQ(shown, "named");
-        }
-    });
-}
-
 TEST(Win32Threads, AnyOtherExceptionEndsTheProcess)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
