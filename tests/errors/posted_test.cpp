@@ -3,7 +3,6 @@
 #include <atomic>
 #include <functional>
 #include <stdexcept>
-#include <thread>
 #include <tuple>
 
 #include <boost/thread/barrier.hpp>
@@ -123,9 +122,7 @@ TEST_F(Posted, WhatWaitsIsShownBeforeAMessageOfTheUIThread)
 TEST_F(Posted, WhatIsPostedDuringAnAlertWaitsForTheNextDisplay)
 {
     FromWorker(U_Sev_MESSAGE, u"first");
-    mAlerts.mWhileUp = [](const platform::Alert&) {
-        std::thread([] { U_ReportError(0, U_Sev_MESSAGE, Units(u"meanwhile")); }).join();
-    };
+    mAlerts.mWhileUp = [](const platform::Alert&) { FromWorker(U_Sev_MESSAGE, u"meanwhile"); };
     EXPECT_EQ(Displayed(), Texts{"first"});
     mAlerts.mWhileUp = nullptr;
     EXPECT_EQ(Displayed(), Texts{"meanwhile"});

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <stdexcept>
-#include <thread>
 #include <tuple>
 
 #include <control.h>
@@ -160,7 +159,7 @@ TEST_F(Report, TheOrderOfDecisions)
         if (one.condition == "held")
             U_IncrementPostErrors();
         if (one.condition == "thread")
-            std::thread(report).join();
+            OnFreshThread(report);
         else
             report();
         if (one.condition == "held")
@@ -444,7 +443,7 @@ TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
     mAlerts.Clear();
     EXPECT_EQ(Up_ReportErrString(0, U_Sev_WARNING, "text"), 0); // the mask outlives the life
     EXPECT_EQ(mAlerts.Texts(), Texts{"text\n\n"});
-    std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "posted nowhere"); }).join();
+    OnFreshThread([] { Up_ReportErrString(0, U_Sev_WARNING, "posted nowhere"); });
     U_AsyncReport(0, U_Sev_WARNING, Units(u"posted nowhere"));
     U_DisplayPostedErrors();
     U_IncrementPostErrors();

@@ -39,36 +39,21 @@ namespace fs = std::filesystem;
 
 typedef BornLibrary Machine;
 
-// A folder in the form in which the system tells of its processors.
-class ProcessorFolder
+// Makes a folder in the form in which the system tells of its processors.
+fs::path MakeProcessors(const std::string& online, const std::vector<std::string>& siblings)
 {
-public:
-    ProcessorFolder()
+    const fs::path folder = fs::temp_directory_path() / ("processors-" + std::to_string(getpid()));
+    fs::remove_all(folder);
+    for (std::size_t cpu = 0; cpu < siblings.size(); ++cpu)
     {
-        std::string pattern = (fs::temp_directory_path() / "processors-XXXXXX").string();
-        mPath = mkdtemp(pattern.data());
+        const fs::path topology = folder / ("cpu" + std::to_string(cpu)) / "topology";
+        fs::create_directories(topology);
+        if (!siblings[cpu].empty())
+            std::ofstream(topology / "thread_siblings_list") << siblings[cpu] << '\n';
     }
-    ~ProcessorFolder() { fs::remove_all(mPath); }
-    ProcessorFolder(const ProcessorFolder&) = delete;
-    ProcessorFolder& operator=(const ProcessorFolder&) = delete;
-
-    const fs::path& Path() const { return mPath; }
-
-    void Write(const std::string& online, const std::vector<std::string>& siblings)
-    {
-        std::ofstream(mPath / "online") << online << '\n';
-        for (std::size_t cpu = 0; cpu < siblings.size(); ++cpu)
-        {
-            const fs::path topology = mPath / ("cpu" + std::to_string(cpu)) / "topology";
-            fs::create_directories(topology);
-            if (!siblings[cpu].empty())
-                std::ofstream(topology / "thread_siblings_list") << siblings[cpu] << '\n';
-        }
-    }
-
-private:
-    fs::path mPath;
-};
+    std::ofstream(folder / "online") << online << '\n';
+    return folder;
+}
 
 // "processor n is a thread of the core of n and n + distance" for 2 * distance of them.
 std::vector<std::string> Pairs(int distance)
@@ -173,7 +158,7 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
         {"large and small cores", "0-3", {"0-1", "0-1", "2", "3"}, 3, 4},
         {"more than a mask holds", "0-191", Pairs(96), 96, 192},
         {"some switched off", "0,2-3", {"0", "1", "2", "3"}, 3, 3},
-        {"no list", "", {}, 1, 1},
+        {"no list", "", {""}, 1, 1},
         {"no list of a core", "0-7", withoutOne, 1, 1},
         {"a core without its processor", "0-1", {"0", "0"}, 1, 1},
         {"words", "all of them", {"0"}, 1, 1},
@@ -182,11 +167,11 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
     for (const auto& [what, online, siblings, physical, logical] : rows)
     {
         SCOPED_TRACE(what);
-        ProcessorFolder folder;
-        folder.Write(online, siblings);
-        platform::SetProcessorFolder(folder.Path().c_str());
+        const fs::path folder = MakeProcessors(online, siblings);
+        platform::SetProcessorFolder(folder.c_str());
         mLog.Clear();
         Rebirth();
+        fs::remove_all(folder);
         EXPECT_EQ(U_G_CPU_DataP->PhysicalCores, physical);
         EXPECT_EQ(U_G_CPU_DataP->LogicalCores, logical);
         std::ostringstream counts;

@@ -130,13 +130,7 @@ boost::shared_ptr<krobase::config::UsageLoggerGroup> CallAll(bool* logging)
     return group;
 }
 
-class Telemetry : public testing::Test
-{
-protected:
-    void TearDown() override { telemetry::RegisterTelemetryProvider(nullptr); }
-};
-
-class TelemetryOfErrors : public BornLibrary
+class Telemetry : public BornLibrary
 {
 protected:
     void TearDown() override
@@ -208,7 +202,7 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
                                }));
 }
 
-TEST_F(TelemetryOfErrors, TellsOfShownMessagesThatHaveAWord)
+TEST_F(Telemetry, TellsOfShownMessagesThatHaveAWord)
 {
     const char16_t kTagged[] = u"Grouped_Message_{Many|||One###Files:}a.txt";
     // With what is added to the group; none: there is no group.
