@@ -99,6 +99,7 @@ TEST_F(DataFaults, Trees)
 TEST_F(DataFaults, XML)
 {
     const U_UTF8String name = Bytes("a name of some length");
+    const U_UTF8String digits = Bytes("00010203040506070809");
     const U_UTF8String illegal = Bytes("a text with \x01 and \x02 in it");
     Walk({
         {"new U_XML_Element", kBadAlloc,
@@ -117,6 +118,12 @@ TEST_F(DataFaults, XML)
          [&] {
              return RightIf(U_EscapeBodyTextToSafeXML(illegal, true, false).size() ==
                             illegal.size() - 2);
+         }},
+        {"U_UTF8StringToBinaryData", kThrown4,
+         [&] {
+             U_ScAutoArray<unsigned char> data;
+             U_UTF8StringToBinaryData(digits, &data);
+             return RightIf(data.Count() == 10 && data.Get()[9] == 9);
          }},
     });
 }
