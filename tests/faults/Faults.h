@@ -64,7 +64,7 @@ private:
     void WalkNew(const Operation& operation);
     void Check(const Operation& operation, Outcome outcome, long point);
 
-    U_u64 mUsed = 0; // before the operation
+    U_u64 mUsed = 0;              // before the operation
     std::atomic<long> mPoints{0}; // walked so far
 };
 
