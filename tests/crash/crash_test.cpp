@@ -327,8 +327,7 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
                 std::signal(SIGSEGV, [](int) { std::_Exit(9); });
                 std::set_terminate([] { std::_Exit(9); });
                 win32::_set_invalid_parameter_handler(
-                    [](const unsigned short* expression, const unsigned short* function,
-                       const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                    [](auto* expression, auto* function, auto* file, auto line, auto reserved) {
                         const bool isWhole = expression[0] == 't' && function[0] == 'e' &&
                                              file[0] == 'x' && line == 17 && reserved == 42;
                         std::_Exit(isWhole ? 9 : 8);
@@ -339,11 +338,10 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
                     Tell("host's");
                     sFoundTerminate();
                 });
-                sFoundInvalidParameter = win32::_set_invalid_parameter_handler(
-                    [](const unsigned short* expression, const unsigned short* function,
-                       const unsigned short* file, unsigned int line, std::uintptr_t reserved) {
+                sFoundInvalidParameter =
+                    win32::_set_invalid_parameter_handler([](auto... parameters) {
                         Tell("host's");
-                        sFoundInvalidParameter(expression, function, file, line, reserved);
+                        sFoundInvalidParameter(parameters...);
                     });
                 Birth();
                 SetGlobal(&TellOfCall);
@@ -363,9 +361,7 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
 TEST(Crashes, EachLifeMakesItsCallAndGoesOnToWhoStoodBefore)
 {
     const Death thrown = RunToDeath([] {
-        win32::_set_invalid_parameter_handler([](const unsigned short*, const unsigned short*,
-                                                 const unsigned short*, unsigned int,
-                                                 std::uintptr_t) {
+        win32::_set_invalid_parameter_handler([](auto...) {
             Tell("host's");
             throw 1;
         });

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -16,7 +17,6 @@
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"
-#include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -83,14 +83,7 @@ struct alignas(64) Aligned
 TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
 {
     SKIP_WITHOUT_NEW();
-    struct Row
-    {
-        const char* what;
-        void* (*allocate)();
-        std::string kilobytes;
-        bool throws;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, void* (*)(), std::string, bool> rows[] = {
         {"a byte more", [] { return ::operator new(kTooMuch + 1); }, "1073741825", true},
         {"a byte less", [] { return ::operator new(kTooMuch - 1); }, "1073741824", true},
         {"more than the text takes", [] { return ::operator new(kTooMuch << 4); },
@@ -101,14 +94,14 @@ TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
         {"without exceptions", [] { return ::operator new(kTooMuch, std::nothrow); }, "1073741824",
          false},
     };
-    for (const Row& row : rows)
+    for (const auto& [what, allocate, kilobytes, throws] : rows)
     {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(what);
         mAlerts.Clear();
         Up_SetThreadLastError(77);
-        EXPECT_EQ(Caught(row.allocate), row.throws ? "bad allocation" : "");
+        EXPECT_EQ(Caught(allocate), throws ? "bad allocation" : "");
         EXPECT_EQ(Up_GetThreadLastError(), 0u);
-        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Told(row.kilobytes) + "\n\n( 23 :: 40 )"});
+        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Told(kilobytes) + "\n\n( 23 :: 40 )"});
     }
 }
 
@@ -146,24 +139,18 @@ TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
     mAlerts.mWhileUp = nullptr;
 
     static int sCalls = 0;
-    struct Row
-    {
-        const char* what;
-        win32::NewHandler handler;
-        int calls;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, win32::NewHandler, int> rows[] = {
         {"gives up", [](std::size_t) { return ++sCalls, 0; }, 1},
         {"throws a number", [](std::size_t) -> int { throw ++sCalls; }, 1},
         {"promises for ever", [](std::size_t) { return ++sCalls; }, 10000},
     };
-    for (const Row& row : rows)
+    for (const auto& [what, handler, calls] : rows)
     {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(what);
         sCalls = 0;
-        const win32::NewHandler before = win32::_set_new_handler(row.handler);
+        const win32::NewHandler before = win32::_set_new_handler(handler);
         EXPECT_NE(Caught([] { return ::operator new(kTooMuch); }), "");
-        EXPECT_EQ(sCalls, row.calls);
+        EXPECT_EQ(sCalls, calls);
         EXPECT_EQ(::operator new(kTooMuch, std::nothrow), nullptr);
         win32::_set_new_handler(before);
     }

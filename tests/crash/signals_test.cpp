@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csetjmp>
 #include <csignal>
-#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <control.h>
 
 #include "U_Assert.h"
@@ -17,21 +19,16 @@ typedef BornLibrary Assert;
 
 TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
 {
-    const struct
-    {
-        const char* detail;
-        const char* message;
-        const char* text;
-    } kFailures[] = {
+    const std::tuple<const char*, const char*, const char*> kFailures[] = {
         {nullptr, nullptr, "internal verification failure, sorry! {68}"},
         {nullptr, "no handle", "internal verification failure, sorry! {no handle}"},
         {"index < count", nullptr, "Verification failure: index < count {68}"},
         {"index < count", "too far", "Verification failure: index < count {too far}"},
     };
-    for (const auto& failure : kFailures)
+    for (const auto& [detail, message, text] : kFailures)
     {
-        EXPECT_EQ(U_ReportFailedVerification(0x170001, 68, failure.detail, failure.message), 0);
-        EXPECT_STREQ(Up_GetThreadLoggingBuffer(), failure.text);
+        EXPECT_EQ(U_ReportFailedVerification(0x170001, 68, detail, message), 0);
+        EXPECT_STREQ(Up_GetThreadLoggingBuffer(), text);
     }
     EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
     U_StartQuietErrorsOnCurrentThread(false);
@@ -74,21 +71,19 @@ TEST_F(Assert, AFailedAssertionIsAProblemCutToItsBuffer)
 
 TEST_F(Assert, TheDialogsAnswerComesBack)
 {
-    const struct
-    {
-        platform::AssertAnswer answer;
-        bool always;
-    } kAnswers[] = {
+    const std::pair<platform::AssertAnswer, bool> kAnswers[] = {
         {platform::kAnswerGoOn, false},
         {platform::kAnswerGoOnAlways, true},
         {platform::kAnswerBreak, false}, // no debugger: goes on
     };
-    for (const auto& row : kAnswers)
+    for (const auto& [answer, always] : kAnswers)
     {
-        bool flag = !row.always;
-        mAlerts.mWhileUp = [&](const platform::Alert& alert) { *alert.answer = row.answer; };
+        bool flag = !always;
+        mAlerts.mWhileUp = [answer = answer](const platform::Alert& alert) {
+            *alert.answer = answer;
+        };
         EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, &flag), 0);
-        EXPECT_EQ(flag, row.always);
+        EXPECT_EQ(flag, always);
     }
 }
 

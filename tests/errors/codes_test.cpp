@@ -1,12 +1,11 @@
 // The library's own texts, held against a list of what users read, and codes in words.
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include <control.h>
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"
@@ -307,14 +306,7 @@ TEST_F(Codes, SystemCodesHaveTextsAndAppearInDecimal)
 
 TEST_F(Codes, TheEndingTakesThePlaceOfAFullStop)
 {
-    const struct
-    {
-        const char* text;
-        const char* withStatus;
-        const char* withNumber;
-        const char* withSystemCode;
-        const char* withSystemNumber;
-    } kRows[] = {
+    const std::array<const char*, 5> kRows[] = {
         {"", "Out of memory.", " (1701).", " -- file not found (-43).", " (-1)."},
         {".", "Out of memory.", " (1701).", " -- file not found (-43).", " (-1)."},
         {"a.", "a -- Out of memory.", "a (1701).", "a -- file not found (-43).", "a (-1)."},
@@ -322,12 +314,12 @@ TEST_F(Codes, TheEndingTakesThePlaceOfAFullStop)
         {"%s%n", "%s%n -- Out of memory.", "%s%n (1701).", "%s%n -- file not found (-43).",
          "%s%n (-1)."},
     };
-    for (const auto& row : kRows)
+    for (const auto& [text, withStatus, withNumber, withSystemCode, withSystemNumber] : kRows)
     {
-        EXPECT_EQ(WithStatus(row.text, 4), row.withStatus);
-        EXPECT_EQ(WithStatus(row.text, 0x1701), row.withNumber);
-        EXPECT_EQ(WithSystemCode(row.text, -43), row.withSystemCode);
-        EXPECT_EQ(WithSystemCode(row.text, -1), row.withSystemNumber);
+        EXPECT_EQ(WithStatus(text, 4), withStatus);
+        EXPECT_EQ(WithStatus(text, 0x1701), withNumber);
+        EXPECT_EQ(WithSystemCode(text, -43), withSystemCode);
+        EXPECT_EQ(WithSystemCode(text, -1), withSystemNumber);
     }
     U_ZStringSetEnglish();
     EXPECT_EQ(WithStatus("reading header.", 4), "reading header \x97 Out of memory.");

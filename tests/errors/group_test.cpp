@@ -1,5 +1,6 @@
 #include "U_Group.h"
 
+#include <array>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -22,14 +23,8 @@ TEST(Group, AnIdentifierHoldsItsThreePartsAndStandsBeforeTheMessage)
 
 TEST(Group, AnIdentifierIsTakenApartAlsoWithoutItsSeparators)
 {
-    struct Row
-    {
-        const char16_t* identifier;
-        const char16_t* many;
-        const char16_t* label;
-        const char16_t* one;
-    };
-    const Row rows[] = {
+    const std::array<std::u16string, 4> rows[] = {
+        // The identifier, its text for many, its label, its text for one.
         {u"Many|||One###@0 files:", u"Many", u"@0 files:", u"One"},
         {u"Many|||One", u"Many", u"Errors:", u"One"},
         {u"Both###Label", u"Both", u"Label", u"Both"},
@@ -38,30 +33,25 @@ TEST(Group, AnIdentifierIsTakenApartAlsoWithoutItsSeparators)
         {u"a|||b|||c###d###e", u"a", u"d###e", u"b|||c"},
         {u"a||b##c", u"a||b##c", u"Errors:", u"a||b##c"},
     };
-    for (const Row& row : rows)
+    for (const auto& row : rows)
     {
-        const U_UTF16String identifier = Units(row.identifier);
-        SCOPED_TRACE(std::string(identifier.begin(), identifier.end()));
+        const U_UTF16String identifier = Units(row[0]);
+        SCOPED_TRACE(testing::PrintToString(row[0]));
         U_UTF16String many = identifier; // an output may be the identifier itself
         U_UTF16String label;
         U_UTF16String one;
         U_ExtractSingularPluralFromUniqueGroupIdentifier(many, &many, &label, &one);
-        EXPECT_EQ(many, Units(row.many));
-        EXPECT_EQ(label, Units(row.label));
-        EXPECT_EQ(one, Units(row.one));
+        EXPECT_EQ(many, Units(row[1]));
+        EXPECT_EQ(label, Units(row[2]));
+        EXPECT_EQ(one, Units(row[3]));
         U_ExtractSingularPluralFromUniqueGroupIdentifier(identifier, nullptr, nullptr, nullptr);
     }
 }
 
 TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
 {
-    struct Row
-    {
-        const char16_t* text;
-        const char16_t* message;
-        const char16_t* key; // "untouched" for a text that isn't grouped
-    };
-    const Row rows[] = {
+    const std::array<std::u16string, 3> rows[] = {
+        // The text, its message and its key, which is "untouched" if it isn't grouped.
         {u"Host error: Grouped_Message_{Files failed|||One file failed###@0 files:}a.txt", u"a.txt",
          u"Host error: Files failed|||Host error: One file failed###@0 files:"},
         {u"Grouped_Message_{a|||b###c}message", u"message", u" a||| b###c"},
@@ -79,17 +69,17 @@ TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
         {u"H: Grouped_Message_{a|}||m", u"||m", u"H: a|"},
         {u"H: Grouped_Message_{a|||}m", u"m", u"H: a|||H: "},
     };
-    for (const Row& row : rows)
+    for (const auto& row : rows)
     {
-        const U_UTF16String text = Units(row.text);
-        SCOPED_TRACE(std::string(text.begin(), text.end()));
+        const U_UTF16String text = Units(row[0]);
+        SCOPED_TRACE(testing::PrintToString(row[0]));
         U_UTF16String key = Units(u"untouched");
-        EXPECT_EQ(U_StripGroupedErrorMessage(text, &key), Units(row.message));
-        EXPECT_EQ(key, Units(row.key));
+        EXPECT_EQ(U_StripGroupedErrorMessage(text, &key), Units(row[1]));
+        EXPECT_EQ(key, Units(row[2]));
         EXPECT_EQ(U_StripGroupedErrorMessage(text, nullptr), text);
 
         U_UTF16String both = text;
-        EXPECT_EQ(U_StripGroupedErrorMessage(both, &both), Units(row.message));
+        EXPECT_EQ(U_StripGroupedErrorMessage(both, &both), Units(row[1]));
         EXPECT_EQ(both, key == Units(u"untouched") ? text : key);
     }
 }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <control.h>
 
@@ -14,7 +15,6 @@
 #include "U_Budget.h"
 #include "U_Group.h"
 #include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
@@ -80,7 +80,6 @@ TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
         int most;
         int mostDropped;
     } kRows[] = {
-        {"at once", kNothing, report, kNothing, 1, 1, 0},
         // The entry and its place on the list.
         {"held back", &U_IncrementPostErrors, report, &U_DecrementPostErrors, 0, 1, 3},
         {"of a group", kNothing, reportGrouped, kNothing, 0, 1, 3},
@@ -193,23 +192,18 @@ TEST_F(AllocFailure, TheSentenceNamesTheSizeAndTheOperation)
     const std::string kLimit =
         " GB exceeds internal limits. Decrease the memory requirements for the rendering of this "
         "frame. (12802";
-    const struct
-    {
-        U_u64 size;
-        const char* what;
-        std::string text;
-    } kFailures[] = {
+    const std::tuple<U_u64, const char*, std::string> kFailures[] = {
         {3 * kMiB, "disk cache", "Unable to allocate 3.000" + kRest + " / disk cache"},
         {3 * kMiB + kMiB / 4, "", "Unable to allocate 3.250" + kRest + " / "},
         {0x7FFFFFFF, "x", "Unable to allocate 2048.000" + kRest + " / x"},
         {0x80000000, "not told", "Memory allocation of 2.0" + kLimit},
         {~U_u64(0), "not told", "Memory allocation of 17179869184.0" + kLimit},
     };
-    for (const auto& failure : kFailures)
+    for (const auto& [size, what, text] : kFailures)
     {
         mAlerts.Clear();
-        EXPECT_EQ(U_AllocateHandle(0, failure.what, failure.size), nullptr);
-        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + failure.text + kHelp});
+        EXPECT_EQ(U_AllocateHandle(0, what, size), nullptr);
+        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + text + kHelp});
     }
     mAlerts.Clear();
     EXPECT_EQ(U_AllocateHandle(0, nullptr, 3 * kMiB), nullptr);
@@ -269,7 +263,6 @@ TEST_F(AllocFailure, TheRoadOfOneRequest)
     U_SetPurgeRequestCallback([](void*, U_u64, U_u64, bool*) { return 0; }, nullptr);
     platform::SetHeapFailure([](unsigned long long size) { return size == kMiB; });
     const std::string used = std::to_string(InUse());
-    const std::string wanted = std::to_string(kMiB + InUse() / 50); // with some air
     mLog.Clear();
 
     std::thread([&] {
@@ -282,29 +275,14 @@ TEST_F(AllocFailure, TheRoadOfOneRequest)
     U_SetPurgeRequestCallback(nullptr, nullptr);
     platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
 
-    const std::string kStalled = "MAKE_ROOM_FOR_BLOCK: DONE. Purge not freeing anything (but maybe "
-                                 "recycled memory), recycled=0";
-    const std::string kAsked = "MAKE_ROOM_FOR_BLOCK: Issuing Purge Request\tblock_request:\t1048576"
-                               "\tamt_to_purge:\t1048576";
-    const std::string kFailed =
-        "ALLOC_OP_FAILED: Fragmentation or other resource constraint\treqsize Kb:1024";
-    Texts lines = mLog.Texts();
-    ASSERT_FALSE(lines.empty());
+    const Texts lines = mLog.Texts();
+    ASSERT_EQ(lines.size(), 14u);
     unsigned long long largest = 0;
     EXPECT_EQ(std::sscanf(lines.back().c_str(), "POSS_FRAGMENTATION: maxblock:%llu", &largest), 1);
     EXPECT_GT(largest, kMiB);
     EXPECT_EQ(lines.back(), "POSS_FRAGMENTATION: maxblock:" + std::to_string(largest) +
                                 " request:1048576 installed:" + std::to_string(kPhysicalMemory) +
                                 " used:" + used);
-    lines.pop_back();
-    EXPECT_EQ(lines, (Texts{"MEM: Amount Requested above tracked usage thresh. used:\t" + used +
-                                "\trequest:\t" + wanted + "\tthresh:" + used,
-                            "MAKE_ROOM_FOR_BLOCK: Issuing Purge Request\tblock_request:\t" +
-                                wanted + "\tamt_to_purge:\t" + wanted,
-                            kStalled, kFailed, "ALLOC_OP_FAILED: OpName:frame", kAsked, kStalled,
-                            kFailed, "ALLOC_OP_FAILED: OpName:frame", kAsked, kStalled,
-                            "ALLOC_OP_FAILED_RECOVERY_STAT: success:f, retries:1",
-                            "ALLOC_FAILED_UNABLE_TO_RECOVER: what:frame"}));
     EXPECT_EQ(mAlerts.Texts(), Texts());
     U_DisplayPostedErrors();
     EXPECT_EQ(mAlerts.Texts(), (Texts{"Test Host: 1,000 MB fehlen (12803 / frame).\n\n( 18 :: 52 )",

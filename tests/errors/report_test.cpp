@@ -3,7 +3,7 @@
 
 #include <cstring>
 #include <stdexcept>
-#include <thread>
+#include <tuple>
 
 #include <control.h>
 #include <kroview/ui.h>
@@ -159,7 +159,7 @@ TEST_F(Report, TheOrderOfDecisions)
         if (one.condition == "held")
             U_IncrementPostErrors();
         if (one.condition == "thread")
-            std::thread(report).join();
+            OnFreshThread(report);
         else
             report();
         if (one.condition == "held")
@@ -177,15 +177,9 @@ TEST_F(Report, TheOrderOfDecisions)
     }
 }
 
-TEST_F(Report, EverySeverityHasItsText)
+TEST_F(Report, EverySeverityHasItsTextAndBehindAFatalOneLeaksStayQuiet)
 {
-    const struct
-    {
-        U_u16 severity;
-        const char* text;
-        unsigned int boxIcon;
-        int hostIcon;
-    } kTexts[] = {
+    const std::tuple<U_u16, const char*, unsigned int, int> kTexts[] = {
         {U_Sev_MESSAGE, "text", 0x00, 0},
         {U_Sev_INFO, "Test Host: text\n\n( 18 :: 52 )", 0x40, 4},
         {U_Sev_WARNING, "Test Host warning: text\n\n( 18 :: 52 )", 0x30, 2},
@@ -198,24 +192,28 @@ TEST_F(Report, EverySeverityHasItsText)
     };
     Supplier supplier;
     Up_SetInteract(kAll);
-    for (const auto& one : kTexts)
+    for (const auto& [severity, text, boxIcon, hostIcon] : kTexts)
     {
         mAlerts.Clear();
-        U_ReportError(kLocation, one.severity, Units(u"text"));
+        U_ReportError(kLocation, severity, Units(u"text"));
         U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
-        U_ReportError(kLocation, one.severity, Units(u"text"));
+        U_ReportError(kLocation, severity, Units(u"text"));
         U_SetPencartValuesForUErrors(nullptr, nullptr);
 
         const std::vector<platform::Alert> alerts = mAlerts.All();
         ASSERT_EQ(alerts.size(), 2u);
-        EXPECT_EQ(mAlerts.Texts(), Texts(2, one.text));
-        EXPECT_EQ(alerts[0].flags, one.boxIcon | 0x42000);
+        EXPECT_EQ(mAlerts.Texts(), Texts(2, text));
+        EXPECT_EQ(alerts[0].flags, boxIcon | 0x42000);
         EXPECT_FALSE(alerts[0].throughHost);
-        EXPECT_EQ(alerts[1].icon, one.hostIcon);
+        EXPECT_EQ(alerts[1].icon, hostIcon);
         EXPECT_TRUE(alerts[1].throughHost);
         EXPECT_EQ(Narrow(alerts[1].title), "Test Host");
     }
     EXPECT_TRUE(U_Die());
+    EXPECT_TRUE(platform::MemDialogsQuieted());
+    mAlerts.Clear();
+    U_ReportError(0, U_Sev_LEAK, Units(u"leak"));
+    EXPECT_TRUE(mAlerts.All().empty());
 }
 
 TEST_F(Report, ATranslationOrdersNameAndWord)
@@ -292,25 +290,22 @@ TEST_F(Report, EachThreadRemembersItsOwnAndNothingAtFirst)
 
 TEST_F(Report, WhatACallbackAnswersOrThrowsEndsThisReportAlone)
 {
-    const struct
-    {
-        std::function<U_Status()> action;
-        U_Status status; // of the guarded form; 0 if it lets it pass
-    } kAnswers[] = {
+    // With the status of the guarded form, or 0 if that lets it pass.
+    const std::pair<std::function<U_Status()>, U_Status> kAnswers[] = {
         {[] { return 77; }, 77},
         {[]() -> U_Status { throw 5; }, 5},
         {[]() -> U_Status { throw std::runtime_error("broken"); }, 14},
         {[]() -> U_Status { throw std::bad_cast(); }, 3},
         {[]() -> U_Status { throw std::string("broken"); }, 0},
     };
-    for (const auto& one : kAnswers)
+    for (const auto& [action, status] : kAnswers)
     {
         const U_u32 counted = Count();
         mAlerts.Clear();
-        mHeard.mAction = one.action;
-        if (one.status)
+        mHeard.mAction = action;
+        if (status)
         {
-            EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), one.status);
+            EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), status);
             EXPECT_EQ(Count(), counted);
             EXPECT_TRUE(mAlerts.All().empty());
         }
@@ -409,6 +404,7 @@ TEST_F(Report, AnAlertEndsTheInputCaptureAndCopiesWithShift)
     platform::SetModifierKeys(512);
     U_ReportError(0, U_Sev_WARNING, Units(u"second \x2206 \x4E00"));
     EXPECT_EQ(Narrow(platform::ClipboardText()), "Test Host warning: second \xE2\x88\x86 ?\n\n");
+    EXPECT_EQ(ended, 1) << "it ends once";
 }
 
 TEST_F(Report, AnAsyncReportIsOnlyPosted)
@@ -436,24 +432,13 @@ TEST_F(Report, AnAsyncReportIsOnlyPosted)
                      "Test Host can\xE2\x80\x99t continue: grave\n\n( 18 :: 52 )"}));
 }
 
-TEST_F(Report, AFatalErrorMarksTheProcessAsDyingAndLeaksStayQuiet)
-{
-    EXPECT_FALSE(U_Die());
-    U_ReportError(0, U_Sev_FATAL, Units(u"text"));
-    EXPECT_TRUE(U_Die());
-    EXPECT_TRUE(platform::MemDialogsQuieted());
-    mAlerts.Clear();
-    U_ReportError(0, U_Sev_LEAK, Units(u"leak"));
-    EXPECT_TRUE(mAlerts.All().empty());
-}
-
 TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
 {
     EXPECT_EQ(U_Death(), 0);
     mAlerts.Clear();
     EXPECT_EQ(Up_ReportErrString(0, U_Sev_WARNING, "text"), 0); // the mask outlives the life
     EXPECT_EQ(mAlerts.Texts(), Texts{"text\n\n"});
-    std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "posted nowhere"); }).join();
+    OnFreshThread([] { Up_ReportErrString(0, U_Sev_WARNING, "posted nowhere"); });
     U_AsyncReport(0, U_Sev_WARNING, Units(u"posted nowhere"));
     U_DisplayPostedErrors();
     U_IncrementPostErrors();

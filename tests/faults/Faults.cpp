@@ -1,6 +1,5 @@
 #include "tests/faults/Faults.h"
 
-#include <iostream>
 #include <new>
 
 #include <boost/function.hpp>
@@ -61,10 +60,6 @@ void Faults::SetUp()
 void Faults::TearDown()
 {
     U_DisplayPostedErrors();
-    std::cout << "points walked: " << mHeapPoints << " of the heap, " << mNewPoints
-              << " of operator new\n";
-    RecordProperty("HeapPoints", static_cast<int>(mHeapPoints));
-    RecordProperty("NewPoints", static_cast<int>(mNewPoints));
     std::atomic<int> leakLines{0};
     platform::SetLogSink([&](int, const char*, const char* tag, const char*) {
         leakLines += std::string(tag) == "MEM_DumpLeaks";
@@ -79,7 +74,7 @@ void Faults::Walk(std::initializer_list<Operation> operations)
     {
         SCOPED_TRACE(operation.name);
         ASSERT_EQ(RunOnce(operation), kRight) << "with memory";
-        const long before = mHeapPoints + mNewPoints;
+        const long before = mPoints;
         WalkHeap(operation, false);
         WalkHeap(operation, true);
         WalkNew(operation);
@@ -88,7 +83,7 @@ void Faults::Walk(std::initializer_list<Operation> operations)
             WarmThread();
             WalkNew(operation);
         });
-        EXPECT_TRUE(mHeapPoints + mNewPoints > before) << "it allocates nothing";
+        EXPECT_TRUE(mPoints > before) << "it allocates nothing";
         U_DisplayPostedErrors();
         U_ClearLastReportedError();
     }
@@ -110,7 +105,7 @@ void Faults::WalkHeap(const Operation& operation, bool allBehind)
         Check(operation, outcome, point);
         if (count < point)
             return;
-        ++mHeapPoints;
+        ++mPoints;
     }
     ADD_FAILURE() << "it never gets through";
 }
@@ -120,12 +115,12 @@ void Faults::WalkNew(const Operation& operation)
     SCOPED_TRACE("operator new");
     mUsed = InUse();
     Outcome outcome = kWrong;
-    mNewPoints += FailEachNew([&] { outcome = RunOnce(operation); },
-                              [&](long point) {
-                                  ASSERT_LT(point, kMostPoints);
-                                  Check(operation, outcome, point);
-                                  mUsed = InUse();
-                              });
+    mPoints += FailEachNew([&] { outcome = RunOnce(operation); },
+                           [&](long point) {
+                               ASSERT_LT(point, kMostPoints);
+                               Check(operation, outcome, point);
+                               mUsed = InUse();
+                           });
 }
 
 void Faults::Check(const Operation& operation, Outcome outcome, long point)

@@ -49,15 +49,13 @@ protected:
     // Log and alerts go nowhere: what they allocated would be points, too.
     void SetUp() override;
 
-    // Tells how many points were walked.
+    // Fails the test if anything has leaked.
     void TearDown() override;
 
     // Walks each operation with each of its allocations failing in turn: of the heap,
     // alone and with all behind it, and of operator new, on the main thread and on
     // another. Behind each point the operation must succeed again.
     void Walk(std::initializer_list<Operation> operations);
-
-    std::atomic<long> mNewPoints{0}; // walked so far
 
 private:
     static void Silence();
@@ -66,8 +64,8 @@ private:
     void WalkNew(const Operation& operation);
     void Check(const Operation& operation, Outcome outcome, long point);
 
-    U_u64 mUsed = 0; // before the operation
-    std::atomic<long> mHeapPoints{0};
+    U_u64 mUsed = 0;              // before the operation
+    std::atomic<long> mPoints{0}; // walked so far
 };
 
 #endif

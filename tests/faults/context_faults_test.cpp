@@ -133,36 +133,21 @@ TEST_F(ContextFaults, Suspensions)
 
 TEST_F(ContextFaults, Threads)
 {
-    const auto mainRole = [] {
-        const bool before = U_IsOnMainThread();
+    const auto role = [](void (*enter)(), void (*leave)(), bool (*isOn)()) {
+        const bool before = isOn();
         try
         {
-            U_RegisterMainThread();
+            enter();
         }
         catch (const std::bad_alloc&)
         {
-            if (U_IsOnMainThread() != before)
+            if (isOn() != before)
                 return kWrong;
             throw;
         }
-        const bool right = U_IsOnMainThread();
-        U_DeregisterMainThread();
-        return RightIf(right && U_IsOnMainThread() == before);
-    };
-    const auto renderRole = [] {
-        try
-        {
-            U_RegisterRenderThread();
-        }
-        catch (const std::bad_alloc&)
-        {
-            if (U_IsOnRenderThread())
-                return kWrong;
-            throw;
-        }
-        const bool right = U_IsOnRenderThread();
-        U_DeregisterRenderThread();
-        return RightIf(right && !U_IsOnRenderThread());
+        const bool right = isOn();
+        leave();
+        return RightIf(right && isOn() == before);
     };
     static int sRefcon = 0;
     const auto handler = [](void*) {};
@@ -181,8 +166,12 @@ TEST_F(ContextFaults, Threads)
         U_InitializeCallStackMonitoring();
         return RightIf(U_IsCallStackMonitoringInitialized(), kLess);
     };
-    Walk({{"U_RegisterMainThread", kBadAlloc, mainRole},
-          {"U_RegisterRenderThread", kBadAlloc, renderRole},
+    Walk({{"U_RegisterMainThread", kBadAlloc,
+           [&] { return role(&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread); }},
+          {"U_RegisterRenderThread", kBadAlloc,
+           [&] {
+               return role(&U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread);
+           }},
           {"a local handler", kBadAlloc, localHandler},
           {"U_InitializeCallStackMonitoring", kLess, callStack}});
 }

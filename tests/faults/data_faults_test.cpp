@@ -24,54 +24,27 @@ TEST_F(DataFaults, Variants)
 {
     const U_UTF16String text = Units(u"a text of some length");
     const U_UTF16String literal = Units(u"\"a text of some length\"");
-    const std::string narrow = "a text of some length";
     const U_Any string(text);
-    const U_Any number(1234567.25);
+    // A change of a variant, which is either as it was or changed.
+    const auto change = [&](auto body) {
+        U_Any value(7);
+        try
+        {
+            body(value);
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (value.GetType() != U_Any::kType_Int || value.GetAs_int() != 7)
+                return kWrong;
+            throw;
+        }
+        return RightIf(value.GetAs_Str() == text);
+    };
     Walk({
-        {"U_Any(text)", kBadAlloc, [&] { return RightIf(U_Any(text).GetAs_Str() == text); }},
-        {"U_Any(narrow)", kBadAlloc,
-         [&] { return RightIf(U_Any(narrow).GetAs_MBStr() == narrow); }},
-        {"U_Any(any)", kBadAlloc,
-         [&] { return RightIf(U_Any(boost::any(narrow)).GetType() == U_Any::kType_MBString); }},
         {"U_Any::operator=", kBadAlloc,
-         [&] {
-             U_Any value(7);
-             try
-             {
-                 value = string;
-             }
-             catch (const std::bad_alloc&)
-             {
-                 if (value.GetType() != U_Any::kType_Int || value.GetAs_int() != 7)
-                     return kWrong;
-                 throw;
-             }
-             return RightIf(value.GetAs_Str() == text);
-         }},
-        {"U_Any::GetAs_Str", kBadAlloc,
-         [&] { return RightIf(Narrow(number.GetAs_Str()) == "1234567.25"); }},
-        {"U_Any::GetAs_int", kBadAlloc,
-         [] { return RightIf(U_Any("12345678901234567890123").GetAs_int() > 0); }},
-        {"U_Any::GetAs_JSON", kBadAlloc, [&] { return RightIf(string.GetAs_JSON() == literal); }},
+         [&] { return change([&](U_Any& value) { value = string; }); }},
         {"U_Any::SetFrom_JSON", kBadAlloc,
-         [&] {
-             U_Any value(7);
-             try
-             {
-                 value.SetFrom_JSON(literal);
-             }
-             catch (const std::bad_alloc&)
-             {
-                 if (value.GetType() != U_Any::kType_Int || value.GetAs_int() != 7)
-                     return kWrong;
-                 throw;
-             }
-             return RightIf(value.GetAs_Str() == text);
-         }},
-        {"U_AnyTranslator", kBadAlloc,
-         [&] {
-             return RightIf(U_AnyTranslator().put_value(boost::any(text))->GetAs_Str() == text);
-         }},
+         [&] { return change([&](U_Any& value) { value.SetFrom_JSON(literal); }); }},
     });
 }
 
@@ -81,7 +54,6 @@ TEST_F(DataFaults, Trees)
     const U_UTF16String key = Units(u"a name of some length");
     const U_UTF16String other = Units(u"another name of some length");
     const U_AnyTree tree = TreeOf(kJSON);
-    const U_AnyTreeWrapper wrapper(tree);
     // A change of a copy, which is either as it was or changed.
     const auto change = [&](auto body, std::size_t size) {
         // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
@@ -106,10 +78,6 @@ TEST_F(DataFaults, Trees)
              U_AnyTreeWrapper(read).SetFrom_JSON(json);
              return RightIf(U_AnyTreeWrapper(read).GetAs_JSON() == json);
          }},
-        {"U_AnyTreeWrapper::GetAs_JSON", kBadAlloc,
-         [&] { return RightIf(wrapper.GetAs_JSON() == json); }},
-        {"U_AnyTreeWrapper::GetAs_Str", kBadAlloc,
-         [&] { return RightIf(wrapper.GetAs_Str().size() > 50); }},
         {"U_AnyTreeWrapper::push_back of a tree", kBadAlloc,
          [&] { return change([&](U_AnyTreeWrapper& to) { to.push_back(other, tree); }, 4); }},
         {"U_AnyTreeWrapper::push_back", kBadAlloc,
@@ -125,42 +93,15 @@ TEST_F(DataFaults, Trees)
          }},
         {"U_AnyTreeWrapper::put_self", kBadAlloc,
          [&] { return change([&](U_AnyTreeWrapper& to) { to.put_self(other); }, 3); }},
-        {"U_AnyTreeWrapper::CreateReverseMapping", kBadAlloc,
-         [&] { return RightIf(!wrapper.CreateReverseMapping().empty()); }},
     });
 }
 
 TEST_F(DataFaults, XML)
 {
     const U_UTF8String name = Bytes("a name of some length");
-    const U_UTF8String raw = Bytes("a <text> & \"more\" of some length");
-    const U_UTF8String escaped = U_EscapeAttributeValueToSafeXML(raw, false, false);
-    const U_UTF8String body = U_EscapeBodyTextToSafeXML(raw, false, false);
-    const U_UTF8String illegal = Bytes("a text with \x01 and \x02 in it");
     const U_UTF8String digits = Bytes("00010203040506070809");
-    const unsigned char bytes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const U_UTF8String illegal = Bytes("a text with \x01 and \x02 in it");
     Walk({
-        {"U_XML_Element", kBadAlloc,
-         [&] {
-             U_XML_Element element(name, 7);
-             element.SetNamespace(name);
-             element.SetBodyText(raw);
-             element.SetCDataSection(raw);
-             element.SetAttribute(name, raw);
-             element.SetAttribute("an attribute of some length", raw);
-             element.SetAttributeLong("a number under some name", -1, false);
-             element.SetAttributeBool("a bool under a long name", true);
-             U_XML_Element copy;
-             copy = element;
-             U_UTF8String value;
-             int number = 0;
-             bool isSet = false;
-             copy.GetAttributeValue(name, &value, true);
-             copy.GetAttributeValueLong("a number under some name", &number, false, true);
-             copy.GetAttributeValueBool("a bool under a long name", &isSet, false);
-             return RightIf(copy.GetBodyText() == raw && copy.GetName() == name && value == raw &&
-                            number == -1 && isSet);
-         }},
         {"new U_XML_Element", kBadAlloc,
          [&] {
              delete new U_XML_Element(name, 7);
@@ -173,21 +114,11 @@ TEST_F(DataFaults, XML)
                                                                       &number, false, true);
              return RightIf(!found && number == 0);
          }},
-        {"U_EscapeAttributeValueToSafeXML", kBadAlloc,
-         [&] { return RightIf(U_EscapeAttributeValueToSafeXML(raw, false, false) == escaped); }},
-        {"U_EscapeBodyTextToSafeXML", kBadAlloc,
-         [&] { return RightIf(U_EscapeBodyTextToSafeXML(raw, false, false) == body); }},
         {"illegal characters", kBadAlloc | kThrown4,
          [&] {
              return RightIf(U_EscapeBodyTextToSafeXML(illegal, true, false).size() ==
                             illegal.size() - 2);
          }},
-        {"U_UnEscapeXMLAttributeValue", kBadAlloc,
-         [&] { return RightIf(U_UnEscapeXMLAttributeValue(escaped) == raw); }},
-        {"U_UnEscapeXMLBodyText", kBadAlloc,
-         [&] { return RightIf(U_UnEscapeXMLBodyText(body) == raw); }},
-        {"U_BinaryDataToUTF8String", kBadAlloc,
-         [&] { return RightIf(U_BinaryDataToUTF8String(sizeof(bytes), bytes) == digits); }},
         {"U_UTF8StringToBinaryData", kThrown4,
          [&] {
              U_ScAutoArray<unsigned char> data;
@@ -209,11 +140,8 @@ TEST_F(DataFaults, Metadata)
         }
         catch (const XMP_Error& error)
         {
-            return RightIf(error.code == static_cast<U_i32>(zelboxmp::kErrorNoMemory) &&
-                               error.message,
-                           kWrong) == kRight
-                       ? kLess
-                       : kWrong;
+            const bool isWhole = error.code == U_i32(zelboxmp::kErrorNoMemory) && error.message;
+            return isWhole ? kLess : kWrong;
         }
         return RightIf(packet.find("some title") != std::string::npos);
     };

@@ -52,6 +52,17 @@ Outcome OfPointer(void* pointer, bool clear)
     return outcome;
 }
 
+// Of a call that makes a handle with the contents, or stores that there is none.
+template <class Make, class Release> Outcome OfMade(Make make, Release release)
+{
+    void* earlier = nullptr;
+    void** made = &earlier;
+    const U_Status code = make(&made);
+    const Outcome outcome = OfCode(code, made && HasContents(*made), !made);
+    release(made);
+    return outcome;
+}
+
 struct Tracked : U_MemTrackedObject
 {
     char mContents[100] = {};
@@ -84,13 +95,6 @@ TEST_F(MemoryFaults, Blocks)
         U_FreePtr(pointer ? pointer : old);
         return outcome;
     };
-    const auto resizeNothing = [] {
-        void* pointer = nullptr;
-        const U_Status code = U_ResizePtrQuiet(kSize, &pointer);
-        const Outcome outcome = OfCode(code, pointer, !pointer);
-        U_FreePtr(pointer);
-        return outcome;
-    };
     const auto recycled = [] {
         void* const pointer = U_AllocateRecycledPtr(1, "recycled", kSize);
         U_FreeRecycledPtr(pointer);
@@ -114,7 +118,6 @@ TEST_F(MemoryFaults, Blocks)
          [] { return OfPointer(U_AllocatePtrClearQuiet(kSize), true); }},
         {"U_ResizeHandle", kCode4 | kNull, resizeHandle},
         {"U_ResizePtr", kCode4 | kNull, resizePointer},
-        {"U_ResizePtrQuiet", kCode4, resizeNothing},
         {"U_AllocateRecycledPtr", kNull, recycled},
     });
 }
@@ -124,20 +127,6 @@ TEST_F(MemoryFaults, Copies)
     void** const handle = FilledHandle();
     void** const toolbox = NewHandle(sizeof(kContents));
     std::memcpy(*toolbox, kContents, sizeof(kContents));
-    const auto duplicate = [&] {
-        void** copy = handle;
-        const U_Status code = U_DuplicateHandle(handle, "copy", &copy);
-        const Outcome outcome = OfCode(code, copy && HasContents(*copy), !copy);
-        U_FreeHandle(copy);
-        return outcome;
-    };
-    const auto toPlatform = [&] {
-        void** copy = handle;
-        const U_Status code = U_DuplicateHandleToPlatform(handle, "copy", &copy);
-        const Outcome outcome = OfCode(code, copy && HasContents(*copy), !copy);
-        DisposeHandle(copy);
-        return outcome;
-    };
     const auto fromPlatform = [&] {
         void** copy = handle;
         if (U_DuplicateHandleFromPlatform(toolbox, "copy", &copy))
@@ -152,19 +141,22 @@ TEST_F(MemoryFaults, Copies)
             return kNull;
         std::memcpy(*resource, kContents, sizeof(kContents));
         AddResource(resource);
-        void** out = handle;
-        const U_Status code = U_DetachResource(resource, "detached", &out);
-        const Outcome outcome = OfCode(code, out && HasContents(*out), !out);
-        U_FreeHandle(out);
-        if (!code)
+        const auto detached = [&](void*** out) { return U_DetachResource(resource, "own", out); };
+        const Outcome outcome = OfMade(detached, &U_FreeHandle);
+        if (outcome != kCode4)
             return outcome;
         DetachResource(resource); // it is one still
         const bool stayed = ResError() == 0 && HasContents(*resource);
         DisposeHandle(resource);
         return stayed ? outcome : kWrong;
     };
-    Walk({{"U_DuplicateHandle", kCode4, duplicate},
-          {"U_DuplicateHandleToPlatform", kCode4, toPlatform},
+    const auto duplicate = [&](void*** out) { return U_DuplicateHandle(handle, "copy", out); };
+    const auto toPlatform = [&](void*** out) {
+        return U_DuplicateHandleToPlatform(handle, "copy", out);
+    };
+    Walk({{"U_DuplicateHandle", kCode4, [&] { return OfMade(duplicate, &U_FreeHandle); }},
+          {"U_DuplicateHandleToPlatform", kCode4,
+           [&] { return OfMade(toPlatform, &DisposeHandle); }},
           {"U_DuplicateHandleFromPlatform", kNull, fromPlatform},
           {"U_DetachResource", kCode4 | kNull, detach}});
     DisposeHandle(toolbox);
@@ -213,13 +205,7 @@ TEST_F(MemoryFaults, Hogs)
         U_FreeHogHandle(made);
         return outcome;
     };
-    const auto toPlain = [&] {
-        void** made = plain;
-        const U_Status code = U_NewHandleFromHogHandle(hog, &made);
-        const Outcome outcome = OfCode(code, made && HasContents(*made), !made);
-        U_FreeHandle(made);
-        return outcome;
-    };
+    const auto toPlain = [&](void*** out) { return U_NewHandleFromHogHandle(hog, out); };
     const auto fromPlain = [&] {
         void** made = plain;
         const U_Status code = U_NewHogHandleFromHandle(id, plain, &made);
@@ -231,7 +217,7 @@ TEST_F(MemoryFaults, Hogs)
     Walk({{"U_RegisterHog", kCode4, registerHog, true},
           {"U_NewHogHandle", kCode4, newHog},
           {"U_ResizeHogHandle", kCode4, resize},
-          {"U_NewHandleFromHogHandle", kCode4, toPlain},
+          {"U_NewHandleFromHogHandle", kCode4, [&] { return OfMade(toPlain, &U_FreeHandle); }},
           {"U_NewHogHandleFromHandle", kCode4, fromPlain}});
     U_FreeHogHandle(hog);
     U_FreeHandle(plain);
@@ -268,25 +254,9 @@ TEST_F(MemoryFaults, Services)
         U_MemTrackedObject::TrackedDelete(block);
         return outcome;
     };
-    const auto purgeLoop = [] {
-        void* block = nullptr;
-        const U_Status code = U_PurgeLoop(
-            kSize,
-            [](void* refcon, bool* okay) {
-                void*& wanted = *static_cast<void**>(refcon);
-                wanted = U_AllocatePtrQuiet(kSize);
-                *okay = wanted;
-                return wanted ? 0 : U_Err_OutOfMemory;
-            },
-            &block, false);
-        const Outcome outcome = OfCode(code, block, !block);
-        U_FreePtr(block);
-        return outcome;
-    };
     Walk({{"U_InstallExternalMemoryManager", kBadAlloc, managers},
           {"U_MemTrackedObject", kBadAlloc, tracked},
           {"U_MemTrackedObject::TrackedNew", kBadAlloc, trackedBlock},
-          {"U_PurgeLoop", kCode4, purgeLoop},
           {"U_ReserveContiguousAddressSpace", kCode4,
            [] { return OfCode(U_ReserveContiguousAddressSpace(kMiB), true); }}});
 }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -126,15 +127,7 @@ TEST_F(FPControl, TheFirstUseWritesTheDefaultsAndFlushes)
 
 TEST_F(FPControl, TheProfileDecides)
 {
-    struct Row
-    {
-        const char* what;
-        int use;
-        int mask;
-        int values;
-        unsigned int word;
-        Arithmetic arithmetic;
-    };
+    typedef std::tuple<const char*, int, int, int, unsigned int, Arithmetic> Row;
     const Row rows[] = {
         {"off", 0, 50856735, 0x30001F, mWord, {false, 0}},
         {"on, nearest", 1, 50856735, 0x8001F, 0x108001F, {true, 0}},
@@ -148,17 +141,17 @@ TEST_F(FPControl, TheProfileDecides)
         {"a byte of the value: 0", 256, 50856735, 0x8021F, mWord, {false, 0}},
         {"a byte of the value: 2", -254, 0, 0, 0x108001F, {true, 0}},
     };
-    for (const Row& row : rows)
+    for (const auto& [what, use, mask, values, word, arithmetic] : rows)
     {
-        SCOPED_TRACE(row.what);
-        platform::SetProfileInt("UseControlFPKey64_2", row.use);
-        platform::SetProfileInt("ControlFPMaskKey64_2", row.mask);
-        platform::SetProfileInt("ControlFPValuesKey64_2", row.values);
+        SCOPED_TRACE(what);
+        platform::SetProfileInt("UseControlFPKey64_2", use);
+        platform::SetProfileInt("ControlFPMaskKey64_2", mask);
+        platform::SetProfileInt("ControlFPValuesKey64_2", values);
         U_InitFPControl();
         const Arithmetic got = Calculate();
-        EXPECT_EQ(Word(), row.word);
-        EXPECT_EQ(got.flushes, row.arithmetic.flushes);
-        EXPECT_EQ(got.rounding, row.arithmetic.rounding);
+        EXPECT_EQ(Word(), word);
+        EXPECT_EQ(got.flushes, arithmetic.flushes);
+        EXPECT_EQ(got.rounding, arithmetic.rounding);
         U_TerminateFPControl();
         EXPECT_EQ(Word(), mWord);
     }

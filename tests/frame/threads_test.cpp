@@ -36,24 +36,18 @@ struct Role
     bool (*isOn)();
     bool (*isOf)(U_u32 threadId);
     bool isListed; // by many threads; else the last one has it
-    const char* registered;
-    const char* removed;
     const char* as;
 };
 
 const Role kRoles[] = {
-    {"main", &U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread, &U_IsMainThreadID,
-     true, "U_RegisterMainThread registered ", "U_RegisterMainThread removed ",
-     " as a main thread"},
-    {"render", &U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread,
-     &U_IsRenderThreadID, true, "U_RegisterRenderThread registered ",
-     "U_RegisterRenderThread removed ", " as a render thread"},
-    {"psl", &U_RegisterPSLThread, &U_DeregisterPSLThread, &U_IsOnPSLThread,
-     [](U_u32 threadId) { return U_PSLThreadID() == threadId; }, false,
-     "U_RegisterPSLThread registered ", "U_RegisterPSLThread removed ", " as the psl thread"},
-    {"pr", &U_RegisterPRThread, &U_DeregisterPRThread, &U_IsOnPRThread,
-     [](U_u32 threadId) { return U_PRThreadID() == threadId; }, false,
-     "U_RegisterPRThread registered ", "U_RegisterPRThread removed ", " as the pr thread"},
+    {"Main", &U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread, &U_IsMainThreadID,
+     true, " as a main thread"},
+    {"Render", &U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread,
+     &U_IsRenderThreadID, true, " as a render thread"},
+    {"PSL", &U_RegisterPSLThread, &U_DeregisterPSLThread, &U_IsOnPSLThread,
+     [](U_u32 threadId) { return U_PSLThreadID() == threadId; }, false, " as the psl thread"},
+    {"PR", &U_RegisterPRThread, &U_DeregisterPRThread, &U_IsOnPRThread,
+     [](U_u32 threadId) { return U_PRThreadID() == threadId; }, false, " as the pr thread"},
 };
 } // namespace
 
@@ -123,10 +117,10 @@ TEST_F(Threads, EachChangeOfRolesIsTraced)
     {
         SCOPED_TRACE(role.name);
         const std::string ending = id + role.as + "\r\n";
-        const std::string start = "<" + id + "> <U_THREADS> <6> ";
+        const std::string start = "<" + id + "> <U_THREADS> <6> U_Register" + role.name + "Thread ";
         EXPECT_EQ(traceOf(role.enter, 5), "") << "at a lower level";
-        EXPECT_EQ(traceOf(role.enter, 6), start + role.registered + ending);
-        EXPECT_EQ(traceOf(role.leave, 6), start + role.removed + ending);
+        EXPECT_EQ(traceOf(role.enter, 6), start + "registered " + ending);
+        EXPECT_EQ(traceOf(role.leave, 6), start + "removed " + ending);
     }
 }
 

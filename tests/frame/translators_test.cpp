@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <typeinfo>
-#include <utility>
 #include <vector>
 
 #include <win32/atl.h>
@@ -16,25 +16,10 @@
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
-#include "tests/support/FailingNew.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
-int sTranslatedWithoutMemory = 0;
-
-// Stands for what a host does when memory runs out: here another thread has an
-// exception to translate, and would wait forever for the lock.
-void TranslateElsewhere()
-{
-    std::set_new_handler(nullptr);
-    OnFreshThread([] {
-        std::runtime_error error("elsewhere");
-        U_TranslateAndReportException(error);
-    });
-    ++sTranslatedWithoutMemory;
-}
-
 class Translators : public BornLibrary
 {
 protected:
@@ -70,23 +55,6 @@ TEST_F(Translators, TheNewestIsAskedFirstAndTheFirstToTakeItWins)
     U_UnregisterExceptionTranslator(second);
     EXPECT_EQ(Translate(), 101);
     EXPECT_TRUE(mLog.Texts().empty());
-}
-
-TEST_F(Translators, RegisteringWithoutMemoryKeepsNobodyWaiting)
-{
-    const std::new_handler before = std::get_new_handler();
-    int failed = 0;
-    FailEachNew(
-        [&] {
-            std::set_new_handler(&TranslateElsewhere);
-            EXPECT_NE(Register(1, true, 101), 0u);
-        },
-        [&](long) {
-            failed += std::get_new_handler() == nullptr;
-            std::set_new_handler(before);
-        });
-    EXPECT_GT(failed, 1);
-    EXPECT_EQ(std::exchange(sTranslatedWithoutMemory, 0), failed);
 }
 
 TEST_F(Translators, FourteenStandsIfTheOneThatTakesItStoresNothing)
@@ -168,14 +136,10 @@ TEST_F(Translators, RunOneThreadAtATime)
         *out = 55;
         return true;
     });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 500; ++round)
-                EXPECT_EQ(Translate(), 55);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(4, [&](int) {
+        for (int round = 0; round < 500; ++round)
+            EXPECT_EQ(Translate(), 55);
+    });
     EXPECT_EQ(most, 1);
 }
 
@@ -196,33 +160,29 @@ TEST_F(Translators, GoWithDeathAndTheirIdsAreNeverGivenAgain)
 
 TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
 {
-    struct Row
-    {
-        unsigned int result;
-        U_Status callback;
-        int thrown;
-        std::vector<std::string> told; // empty if the system knows no text
-    };
+    // What the callback answers, what is thrown, and what is told if the system knows a text.
+    typedef std::tuple<unsigned int, U_Status, int, std::vector<std::string>> Row;
     const std::vector<std::string> kNoFile = {
         "U_Sev_WARNING: Test Host warning: No such file or directory.\r\n\t"};
     const Row rows[] = {
         {0x80004005, 0, 1, {"U_Sev_WARNING: Test Host warning: Unspecified error.\r\n\t"}},
         {0x80070002, 0, 1, kNoFile},
         {0x80070002, 55, 55, kNoFile},
+        {0x8007FFFF, 0, 0, {}},
         {0x8ABCDEF0, 0, 0, {}},
     };
     U_Status answer = 0;
     U_AddLoggingCallback(
         [](void* refcon, U_u32, U_u16, const char*) { return *static_cast<U_Status*>(refcon); },
         &answer);
-    for (const Row& row : rows)
+    for (const auto& [result, callback, thrown, told] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.result << " " << row.callback);
-        answer = row.callback;
+        SCOPED_TRACE(testing::Message() << result << " " << callback);
+        answer = callback;
         mLog.Clear();
-        ATL::CAtlException exception(static_cast<int>(row.result));
+        ATL::CAtlException exception(static_cast<int>(result));
         EXPECT_EQ(CodeThrown([&] { TranslateAndThrowATLException(exception, __FILE__, __LINE__); }),
-                  row.thrown);
-        EXPECT_EQ(mLog.Texts(), row.told);
+                  thrown);
+        EXPECT_EQ(mLog.Texts(), told);
     }
 }

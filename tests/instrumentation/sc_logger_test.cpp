@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,7 @@
 #include <control.h>
 #include <krobase/threads.h>
 
+#include "tests/support/CodeThrown.h"
 #include "tests/support/TimeZone.h"
 
 namespace
@@ -70,16 +72,8 @@ public:
 
 int ThrownFor(const std::string& path)
 {
-    try
-    {
-        errno = EPERM; // of an earlier failure
-        U_ScGlobalLogger logger(path.c_str());
-        return 0;
-    }
-    catch (int code)
-    {
-        return code;
-    }
+    errno = EPERM; // of an earlier failure
+    return CodeThrown([&] { U_ScGlobalLogger logger(path.c_str()); });
 }
 } // namespace
 
@@ -94,12 +88,7 @@ extern "C" __attribute__((visibility("default"))) std::FILE* __wrap_fopen(const 
 
 TEST_F(ScLogger, EachSpanIsAppendedWithItsLength)
 {
-    struct Row
-    {
-        unsigned long long start, end;
-        const char* delta;
-    };
-    const Row rows[] = {
+    const std::tuple<unsigned long long, unsigned long long, const char*> rows[] = {
         {1000, 1500001000, "1.500"},
         {5000000000, 3500000000, "1.500"}, // a clock that runs backwards
         {7, 499999, "0.000"},
@@ -107,15 +96,14 @@ TEST_F(ScLogger, EachSpanIsAppendedWithItsLength)
     };
     std::string expected = "old\n";
     std::ofstream(mPath) << expected;
-    for (const Row& row : rows)
+    for (const auto& [start, end, delta] : rows)
     {
-        mTicks = row.start;
+        mTicks = start;
         {
             U_ScGlobalLogger logger(mPath.c_str());
-            mTicks = row.end;
+            mTicks = end;
         }
-        expected +=
-            Prefix() + " * log start\n" + Prefix() + " * log end: delta=" + row.delta + "\n";
+        expected += Prefix() + " * log start\n" + Prefix() + " * log end: delta=" + delta + "\n";
         EXPECT_EQ(Written(), expected);
     }
 }

@@ -3,7 +3,8 @@
 #include <cstdlib>
 #include <iterator>
 #include <string>
-#include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <boost/smart_ptr/make_shared.hpp>
@@ -15,6 +16,7 @@
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace telemetry = U::telemetry;
@@ -128,13 +130,7 @@ boost::shared_ptr<krobase::config::UsageLoggerGroup> CallAll(bool* logging)
     return group;
 }
 
-class Telemetry : public testing::Test
-{
-protected:
-    void TearDown() override { telemetry::RegisterTelemetryProvider(nullptr); }
-};
-
-class TelemetryOfErrors : public BornLibrary
+class Telemetry : public BornLibrary
 {
 protected:
     void TearDown() override
@@ -206,15 +202,11 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
                                }));
 }
 
-TEST_F(TelemetryOfErrors, TellsOfShownMessagesThatHaveAWord)
+TEST_F(Telemetry, TellsOfShownMessagesThatHaveAWord)
 {
     const char16_t kTagged[] = u"Grouped_Message_{Many|||One###Files:}a.txt";
-    const struct
-    {
-        U_u16 severity;
-        const char16_t* text;
-        Calls values; // what is added to the group; none: there is no group
-    } kShown[] = {
+    // With what is added to the group; none: there is no group.
+    const std::tuple<U_u16, const char16_t*, Calls> kShown[] = {
         {U_Sev_MESSAGE, u"text", {}},
         {U_Sev_INFO, u"text", {}},
         {U_Sev_WARNING,
@@ -233,15 +225,15 @@ TEST_F(TelemetryOfErrors, TellsOfShownMessagesThatHaveAWord)
     Up_SetInteract(0xFFFFFFFF);
     RecordingProvider provider;
     telemetry::RegisterTelemetryProvider(&provider);
-    for (const auto& row : kShown)
+    for (const auto& [severity, text, values] : kShown)
     {
         Calls expected;
-        for (const std::string& value : row.values)
+        for (const std::string& value : values)
             expected.push_back("AddToGroup group " + value);
         if (!expected.empty())
             expected.insert(expected.begin(), "NewDataGroup Qx error error 0-0");
         provider.mCalls.clear();
-        Up_Report16(0, row.severity, Units(row.text), false);
+        Up_Report16(0, severity, Units(text), false);
         EXPECT_EQ(provider.mCalls, expected);
     }
     EXPECT_EQ(mAlerts.All().size(), std::size(kShown));
@@ -253,12 +245,7 @@ TEST_F(TelemetryOfErrors, TellsOfShownMessagesThatHaveAWord)
 
 TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
 {
-    struct Row
-    {
-        const char16_t* text;
-        const char16_t* stripped;
-    };
-    const Row rows[] = {
+    const std::pair<std::u16string, std::u16string> rows[] = {
         {u"", u""},
         {u"no quotes", u"no quotes"},
         {u"say \"hi\"", u"say \"\""},
@@ -275,25 +262,18 @@ TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
         {u"x \"it's\" y's z", u"x \"\" y''s z"}, // in turn: the first ' is gone by then
         {u"'a' \"b 'c' d\" 'e'", u"''"},
     };
-    for (const Row& row : rows)
+    for (const auto& [text, stripped] : rows)
     {
-        const U_UTF16String text = Units(row.text);
-        SCOPED_TRACE(testing::PrintToString(std::u16string(row.text)));
-        EXPECT_EQ(telemetry::StripQuotedContents(text), Units(row.stripped));
+        SCOPED_TRACE(testing::PrintToString(text));
+        EXPECT_EQ(telemetry::StripQuotedContents(Units(text)), Units(stripped));
     }
 }
 
 TEST(StripQuotedContents, ThreadsMayBeTheFirstToStrip)
 {
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number)
-        threads.emplace_back([] {
-            for (int round = 0; round < 200; ++round)
-                EXPECT_EQ(telemetry::StripQuotedContents(Units(u"\u201Cx\u201D")),
-                          Units(u"\u201C\u201D"));
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(4, [](int) {
+        EXPECT_EQ(telemetry::StripQuotedContents(Units(u"\u201Cx\u201D")), Units(u"\u201C\u201D"));
+    });
 }
 
 TEST(StripQuotedContentsDeathTest, QuotesAreThoseOfTheFirstLanguageAskedFor)

@@ -6,10 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <control.h>
-#include <krobase/text.h>
 #include <tolv/text.h>
-
-#include "tests/support/Text.h"
 
 namespace
 {
@@ -36,6 +33,12 @@ TEST_F(ByteTypes, FollowTheActiveCodePage)
 {
     const std::tuple<unsigned int, std::string, const char*> kRows[] = {
         {1252, "a\x81\xE0\xFFz", "sssss"},
+        // The first and the last byte of each range of leads, and their neighbours.
+        {932, "\x80\x81\x41\x9F\x41\xA0\xDF\xE0\x41\xFC\x41\xFD\xFF", "sflflssflflss"},
+        {10001, "\x80\x81\x41\x9F\x41\xA0\xDF\xE0\x41\xFC\x41\xFD\xFF", "sflflssflflss"},
+        {936, "\x80\x81\x41\xA0\x41\xFE\x41\xFF", "sflflfls"},
+        {949, "\x80\x81\x41\xA0\x41\xFE\x41\xFF", "sflflfls"},
+        {950, "\x80\x81\x41\xA0\x41\xFE\x41\xFF", "sflflfls"},
         {932, "a\x95\\b", "sfls"},
         {932, "\xB1\x95\x95\x95\x41\x95", "sflflf"},
         {932, std::string("\x95\0\x95\x95", 4), "fsfl"},
@@ -74,31 +77,5 @@ TEST_F(ByteTypes, FollowTheScript)
     platform::SetActiveCodePage(932);
     EXPECT_EQ(CharacterByteType("\x81", 0, 99), kFirstByte);
     EXPECT_EQ(CharacterByteType("\x81", 0, 0), kSingleByte);
-}
-
-TEST(UTF16Text, IsCutBetweenCharacters)
-{
-    const std::tuple<std::u16string, unsigned int, bool, std::u16string> kRows[] = {
-        {u"abc", 0, false, u""},
-        {u"a\U0001F3ACz", 2, false, u"a"},
-        {u"a\U0001F3ACz", 3, false, u"a\U0001F3AC"},
-        {u"a\U0001F3ACz", 0xFFFFFFFFu, false, u"a\U0001F3ACz"},
-        {u"a\U0001F3ACz", 2, true, u"a\U0001F3AC"},
-        {u"a\xD83Cz", 2, false, u"a\xD83C"}, // a half on its own counts as one
-        {u"\xD83C\U0001F3ACz", 2, true, u"\xD83C\U0001F3AC"},
-    };
-    for (const auto& [text, count, countCharacters, cut] : kRows)
-    {
-        SCOPED_TRACE(testing::PrintToString(text));
-        EXPECT_EQ(krobase::utility::TruncateStringToNumChars(Units(text), count, countCharacters),
-                  Units(cut));
-    }
-}
-
-TEST(UTF16Text, BecomesUTF8)
-{
-    const std::u16string text(u"a\0\u00E9\u65E5\U0001F3AC\xD83C", 7);
-    EXPECT_EQ(krobase::utility::UTF16to8(Units(text)),
-              Bytes({"a\0\xC3\xA9\xE6\x97\xA5\xF0\x9F\x8E\xAC\xEF\xBF\xBD", 14}));
 }
 } // namespace

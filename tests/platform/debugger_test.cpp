@@ -1,5 +1,7 @@
+#include <array>
 #include <csignal>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -23,39 +25,36 @@ protected:
 
 TEST_F(Debugger, AnAssertionSaysWhatFailedAndAsksTheDeveloper)
 {
-    struct Row
-    {
-        const char* expression;
-        const char* message;
-        const char* file;
-        const char* function;
-        const char16_t* text;
-        platform::AssertAnswer answer;
-        bool shouldBreak;
-        bool ignoreAlways;
-    };
+    // With the parts of the alert's text, the developer's answer, and what is made of it.
+    typedef std::array<const char*, 4> Parts;
+    typedef std::tuple<Parts, const char16_t*, platform::AssertAnswer, bool, bool> Row;
     const Row kRows[] = {
-        {"a < b", "", "größe.cpp", "Sort", u"a < b\n\nline 7 of größe.cpp\nin Sort",
-         platform::kAnswerGoOn, false, false},
-        {"a", "told", "f", "g", u"a\ntold\n\nline 7 of f\nin g", platform::kAnswerBreak, true,
+        {{"a < b", "", "größe.cpp", "Sort"},
+         u"a < b\n\nline 7 of größe.cpp\nin Sort",
+         platform::kAnswerGoOn,
+         false,
          false},
-        {nullptr, nullptr, nullptr, nullptr, u"\n\nline 7", platform::kAnswerGoOnAlways, false,
-         true},
-        {"\xFF", "", "f", "", u"\uFFFD\n\nline 7 of f", platform::kAnswerGoOn, false, false},
+        {{"a", "told", "f", "g"},
+         u"a\ntold\n\nline 7 of f\nin g",
+         platform::kAnswerBreak,
+         true,
+         false},
+        {{}, u"\n\nline 7", platform::kAnswerGoOnAlways, false, true},
+        {{"\xFF", "", "f", ""}, u"\uFFFD\n\nline 7 of f", platform::kAnswerGoOn, false, false},
     };
-    for (const Row& row : kRows)
+    for (const auto& [parts, text, answer, shouldBreak, isIgnored] : kRows)
     {
-        platform::SetAlertPresenter([&](const platform::Alert& alert) {
-            EXPECT_EQ(alert.text, Units(row.text));
+        platform::SetAlertPresenter([text = text, answer = answer](const platform::Alert& alert) {
+            EXPECT_EQ(alert.text, Units(text));
             EXPECT_FALSE(alert.throughHost);
             EXPECT_EQ(*alert.answer, platform::kAnswerGoOn);
-            *alert.answer = row.answer;
+            *alert.answer = answer;
         });
         bool ignoreAlways = false;
-        EXPECT_EQ(krobase::debug::BreakAfterAssertDialog(ignoreAlways, row.expression, row.message,
-                                                         row.file, 7, row.function),
-                  row.shouldBreak);
-        EXPECT_EQ(ignoreAlways, row.ignoreAlways);
+        EXPECT_EQ(krobase::debug::BreakAfterAssertDialog(ignoreAlways, parts[0], parts[1], parts[2],
+                                                         7, parts[3]),
+                  shouldBreak);
+        EXPECT_EQ(ignoreAlways, isIgnored);
     }
 }
 

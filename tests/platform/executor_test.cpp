@@ -26,7 +26,6 @@ using krobase::threads::CreateAsyncEventLoopAdaptor;
 using krobase::threads::CreateAsyncThreadedExecutor;
 using krobase::threads::Gate;
 using krobase::threads::GetCurrentThreadID;
-using krobase::threads::OpenOnceGate;
 using testing::ElementsAre;
 
 namespace
@@ -257,26 +256,5 @@ TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
     Pump();
     EXPECT_EQ(*owned, 1010);
     EXPECT_EQ(owned.use_count(), 1);
-}
-
-TEST(OpenOnceGates, AClosedOneHoldsForTheTimeOutAndAnOpenOneNobody)
-{
-    OpenOnceGate gate;
-    EXPECT_FALSE(gate.PassThrough(0));
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(gate.PassThrough(30));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
-
-    int told = 0;
-    std::thread waiter([&] {
-        EXPECT_TRUE(gate.PassThrough(kGenerous));
-        EXPECT_EQ(told, 1) << "what the opener did before";
-    });
-    told = 1;
-    gate.Open();
-    gate.Open();
-    EXPECT_TRUE(gate.PassThrough(0));
-    waiter.join();
-    EXPECT_TRUE(gate.PassThrough(kGenerous)) << "at once, again and again";
 }
 } // namespace

@@ -1,12 +1,9 @@
 #include <krobase/immutable_string.h>
 
-#include <memory>
-#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
 
 using krobase::utility::ImmutableString;
@@ -26,22 +23,6 @@ TEST(ImmutableStrings, EqualTextsAreOne)
     EXPECT_NE(first < other, other < first);
     EXPECT_FALSE(first < second || second < first);
     EXPECT_EQ(ImmutableString(nullptr), ImmutableString(""));
-}
-
-TEST(ImmutableStrings, ANewHandlerMayMakeTheSameText)
-{
-    static const char* const kText = "a text that is too long to stand inside a string object";
-    static std::unique_ptr<const ImmutableString> sHandlers;
-    const std::new_handler before =
-        std::set_new_handler([] { sHandlers = std::make_unique<const ImmutableString>(kText); });
-    const long points = FailEachNew(
-        [&] {
-            const ImmutableString made(kText);
-            EXPECT_TRUE(!sHandlers || *sHandlers == made);
-        },
-        [](long) { sHandlers.reset(); });
-    std::set_new_handler(before);
-    EXPECT_GE(points, 3); // the text, its count and its place in the table
 }
 
 TEST(ImmutableStrings, ThreadsAgreeWhileTextsComeAndGo)

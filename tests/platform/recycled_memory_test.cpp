@@ -3,6 +3,7 @@
 #include <cstring>
 #include <list>
 #include <new>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -34,26 +35,20 @@ protected:
 
 TEST_F(Recycler, BlocksServeRequestsThatWasteAtMostAQuarter)
 {
-    struct Row
-    {
-        int pooled;
-        int asked;
-        bool reused;
-    };
-    const Row kRows[] = {
+    const std::tuple<int, int, bool> kRows[] = {
         {100 * kKiB, 85 * kKiB, true},   {100 * kKiB, 80 * kKiB, false},
         {100 * kKiB, 120 * kKiB, false}, {64, 1, true},
         {1 << 20, (1 << 20) + 1, false},
     };
-    for (const Row& row : kRows)
+    for (const auto& [pooled, asked, reused] : kRows)
     {
-        SCOPED_TRACE(testing::Message() << row.pooled << " for " << row.asked);
+        SCOPED_TRACE(testing::Message() << pooled << " for " << asked);
         MemoryRecycler::PurgeBytes(kAll);
-        Fill({row.pooled});
+        Fill({pooled});
         const unsigned long long pool = MemoryRecycler::GetCurrentPoolSize();
-        const RecycledMemory block(row.asked);
-        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), row.reused ? 0 : pool);
-        ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(row.asked));
+        const RecycledMemory block(asked);
+        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), reused ? 0 : pool);
+        ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(asked));
         std::memset(block.mBlock, 0xA5, block.mBlockSize);
     }
 }

@@ -4,8 +4,13 @@
 
 #include <control.h>
 #include <krobase/debug.h>
+#include <kroview/datatransfer.h>
+#include <kroview/ui.h>
+#include <tolv/keyboard.h>
 #include <tolv/profile.h>
 #include <win32/messages.h>
+
+#include "tests/support/Text.h"
 
 using krobase::debug::DebugDatabase;
 
@@ -18,12 +23,20 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     platform::SetDebugSetting("key", "text");
     platform::SetProfileInt("key", 3);
     platform::SetTrace("memory", 2);
+    platform::SetModifierKeys(kModifierShift | kModifierOption);
+    kroview::datatransfer::NewClipboardSendData(Units(u"first"));
+    kroview::datatransfer::NewClipboardSendData(Units(u"größer"));
+    kroview::ui::UI_NodeManager& ui = *kroview::ui::UI_NodeManager::Get(false);
+    ui.BeginInputCapture([](bool) { ADD_FAILURE() << "it isn't told"; });
     std::string traced;
     platform::SetTraceSink([&](const char* text) { traced += text; });
     krobase::debug::Trace("one");
     win32::MessageBeep(~0u);
     EXPECT_EQ(DebugDatabase::Instance().GetEntry("key", "default"), "text");
     EXPECT_EQ(platform::BeepCount(), 1u);
+    EXPECT_EQ(GetCurrentKeyModifiers(), 512u + 2048u);
+    EXPECT_EQ(platform::ClipboardText(), Units(u"größer"));
+    EXPECT_TRUE(ui.HasInputCapture());
     EXPECT_TRUE(krobase::debug::TraceEnabled("memory", 2, true));
     EXPECT_FALSE(krobase::debug::TraceEnabled("memory", 3, true));
     EXPECT_FALSE(krobase::debug::TraceEnabled("text", 0, true));
@@ -38,6 +51,9 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     EXPECT_FALSE(krobase::debug::TraceEnabled("memory", 0, true));
     EXPECT_NE(krobase::debug::TraceChangeCount(), changes);
     EXPECT_EQ(platform::BeepCount(), 0u);
+    EXPECT_EQ(GetCurrentKeyModifiers(), 0u);
+    EXPECT_EQ(platform::ClipboardText(), Units(u""));
+    EXPECT_FALSE(ui.HasInputCapture());
     EXPECT_EQ(traced, "one");
 }
 } // namespace

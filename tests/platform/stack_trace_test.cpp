@@ -99,19 +99,4 @@ TEST(StackTrace, CutsNamesToTheBuffer)
     EXPECT_EQ(buffer[0], '\0');
     EXPECT_EQ(krobase::debug::StackFrameFunctionName(trace.frames[0], nullptr, 8), nullptr);
 }
-
-TEST(StackTrace, KnowsNothingOfWhatIsNoCode)
-{
-    int onTheStack = 0;
-    for (const std::size_t address :
-         {std::size_t(0), std::size_t(1), ~std::size_t(0), std::size_t(1) << 63,
-          reinterpret_cast<std::size_t>(&onTheStack)})
-    {
-        SCOPED_TRACE(address);
-        void* const frame = reinterpret_cast<void*>(address);
-        EXPECT_EQ(NameOf(frame), "");
-        EXPECT_EQ(PathOf(frame), "");
-        EXPECT_EQ(krobase::debug::StackFrameLineNumber(frame), 0);
-    }
-}
 } // namespace

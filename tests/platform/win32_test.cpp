@@ -1,90 +1,18 @@
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <string>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <control.h>
 #include <win32/memory.h>
-#include <win32/messages.h>
-#include <win32/text.h>
 #include <win32/threads.h>
-
-#include "tests/support/FreshThread.h"
-#include "tests/support/NoMemory.h"
 
 namespace
 {
-const std::size_t kPage = 4096;
-
-const unsigned int kSystemText =
-    win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem;
-
-std::u16string Format(unsigned int flags, unsigned int code)
-{
-    unsigned short sentinel = 0;
-    unsigned short* buffer = &sentinel;
-    const unsigned int length = win32::FormatMessageW(flags, nullptr, code, 0, &buffer, 0, nullptr);
-    if (!buffer)
-        return length ? u"a length without a text" : u"";
-    std::u16string text(buffer, buffer + length);
-    EXPECT_EQ(buffer[length], 0);
-    EXPECT_EQ(win32::LocalFree(buffer), nullptr);
-    return text;
-}
-
-TEST(Messages, SystemKnowsPlainCodesAndResults)
-{
-    const std::tuple<unsigned int, unsigned int, const char16_t*> kRows[] = {
-        {kSystemText, 0, u"Success.\r\n"},
-        {kSystemText, 5, u"Permission denied.\r\n"},
-        {kSystemText, 0x80070005, u"Permission denied.\r\n"},
-        {kSystemText, 0x8007000E, u"Cannot allocate memory.\r\n"},
-        {kSystemText, 0x80070057, u"Invalid argument.\r\n"},
-        {kSystemText, 0x80004005, u"Unspecified error.\r\n"},
-        {kSystemText, 0x8007FFFF, u""},
-        {kSystemText, 0x00070005, u""},
-        {kSystemText & ~win32::kFormatAllocateBuffer, 5, u""},
-        {kSystemText | 0x2000, 5, u""},
-    };
-    for (const auto& [flags, code, text] : kRows)
-    {
-        SCOPED_TRACE(testing::Message() << std::hex << flags << " " << code);
-        EXPECT_EQ(Format(flags, code), text);
-    }
-}
-
-TEST(Win32Threads, OnlyAWholeRecordNamesAndOnlyItsOwnThread)
-{
-    const unsigned int kCaller = ~0u;
-    const std::tuple<const char*, unsigned int, unsigned int> kRows[] = {
-        {"named", kCaller, 6},
-        {nullptr, kCaller, 6},
-        {"truncated", kCaller, 5},
-        {"another's", win32::GetCurrentThreadId(), 6},
-    };
-    OnFreshThread([&] {
-        for (const auto& [name, threadId, argumentCount] : kRows)
-        {
-            const win32::ThreadNameRecord record = {0x1000, name, threadId, 0};
-            win32::RaiseException(win32::kThreadNamingException, 0, argumentCount, &record);
-            char shown[16] = "";
-            pthread_getname_np(pthread_self(), shown, sizeof(shown));
-            EXPECT_STREQ(shown, "named");
-        }
-    });
-}
-
 TEST(Win32Threads, AnyOtherExceptionEndsTheProcess)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
@@ -134,65 +62,11 @@ TEST(VirtualMemory, AReservationGivesNoAccess)
     EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
 }
 
-// Takes ranges until the system has no more to give. Returns the last few.
-std::array<void*, 8> TakeAllRanges()
-{
-    std::array<void*, 8> last = {};
-    for (std::size_t i = 0;; ++i)
-    {
-        const int protection = i % 2 ? PROT_READ : PROT_NONE; // neighbours alike would be one
-        void* const range = mmap(nullptr, kPage, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (range == MAP_FAILED)
-            return last;
-        last[i % last.size()] = range;
-    }
-}
-
-// A range whose neighbours are like it can only be cut out of what has become one.
-bool IsKeptUntilThereIsRoom()
-{
-    const std::size_t size = 1 << 20;
-    char* const block = static_cast<char*>(
-        win32::VirtualAlloc(nullptr, size, win32::kMemReserve, win32::kPageNoAccess));
-    for (char* neighbour : {block - kPage, block + size})
-    {
-        const int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE;
-        if (mmap(neighbour, kPage, PROT_NONE, flags, -1, 0) != neighbour)
-            return false;
-    }
-    const auto last = TakeAllRanges();
-    const bool isKept =
-        !win32::VirtualFree(block, 0, win32::kMemRelease) && win32::GetLastError() == 8;
-    for (void* range : last)
-        munmap(range, kPage);
-    return isKept && win32::VirtualFree(block, 0, win32::kMemRelease);
-}
-
-TEST(VirtualMemoryDeathTest, WhatTheSystemCanNotReleaseStays)
-{
-    SKIP_UNDER_SANITIZERS();
-    long most = 0;
-    std::ifstream("/proc/sys/vm/max_map_count") >> most;
-    if (most <= 0 || most > 1 << 17)
-        GTEST_SKIP() << "too many ranges to take them all: " << most;
-    EXPECT_EXIT(std::_Exit(IsKeptUntilThereIsRoom() ? 0 : 1), testing::ExitedWithCode(0), "");
-}
-
 TEST(VirtualMemory, RefusesWhatItCanNotDo)
 {
-    char somewhere = 0;
     const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
-    const std::tuple<void*, std::size_t, unsigned int, unsigned int> kRows[] = {
-        {&somewhere, 1, kBoth, win32::kPageReadWrite},
-        {nullptr, 0, kBoth, win32::kPageReadWrite},
-        {nullptr, SIZE_MAX, kBoth, win32::kPageReadWrite},
-        {nullptr, SIZE_MAX - 0x10000, win32::kMemReserve, win32::kPageNoAccess},
-    };
-    for (const auto& [address, size, type, protection] : kRows)
-    {
-        SCOPED_TRACE(testing::Message() << std::hex << size << " " << type);
-        EXPECT_EQ(win32::VirtualAlloc(address, size, type, protection), nullptr);
-    }
+    for (const std::size_t size : {std::size_t(0), SIZE_MAX, SIZE_MAX - 0x10000})
+        EXPECT_EQ(win32::VirtualAlloc(nullptr, size, kBoth, win32::kPageReadWrite), nullptr);
 }
 
 TEST(PhysicalMemory, SetFiguresStandOverTheRealOnes)
