@@ -31,9 +31,12 @@
 #include "U_LStr.h"
 #include "U_Machine.h"
 #include "U_MemServices.h"
+#include "U_Posted.h"
+#include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/FreshThread.h"
 #include "tests/support/Text.h"
@@ -242,8 +245,30 @@ TEST_F(QuietNew, NoneIsShownWhereSilenceIsPromised)
         FailEachNew([&] { WRIL_sprintf(0, "U", "Test", "%s", text.c_str()); }, [](long) {});
     };
     const auto handle = [] { FailEachNew([] { DisposeHandle(NewHandle(10)); }, [](long) {}); };
-    allocate();
-    log();
-    handle();
+    const auto load = [] {
+        DictionaryImage image = TextImage(u"\"$$$/U/Test/QuietNew=" LONG "\"\n");
+        FailEachNew([&] { U_ZStringSetCurrentDictionary(image.units.data(), image.size); },
+                    [](long) {});
+    };
+    // On a thread that has no level yet.
+    const auto quiet = [] {
+        OnFreshThread([] {
+            U_RegisterMainThread();
+            FailEachNew(
+                [] {
+                    if (U_StartQuietErrorsOnCurrentThread(false) == 0)
+                        U_EndQuietErrorsOnCurrentThread();
+                },
+                [](long) {});
+            U_DeregisterMainThread();
+        });
+    };
+    const U_UTF16String text = Units(u"posted, " LONG);
+    const auto post = [&] {
+        FailEachNew([&] { U_AsyncReport(0, U_Sev_PROBLEM, text); }, [](long) {});
+    };
+    for (const std::function<void()>& stretch :
+         std::initializer_list<std::function<void()>>{allocate, log, handle, load, quiet, post})
+        stretch();
     EXPECT_EQ(mShown, 0);
 }
