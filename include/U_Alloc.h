@@ -2,14 +2,15 @@
 //
 // Every block is allocated under the budget of U_Budget.h: one that would pass
 // the maximum limit is refused, and one that the heap refuses is tried again
-// for as long as the host's purge callback really frees memory. No operation
-// throws, and all may be called on any thread between birth and death. Before a first
+// for as long as the host's purge callback really frees memory. No operation throws of
+// its own; what passes out of a report (U_Report.h) or a measurement (U_MemServices.h)
+// passes here. All may be called on any thread between birth and death. Before a first
 // birth there is no memory, which is told as below.
 //
 // Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
-// allocation for the user and the log; a pointer keeps a copy of its first 63
-// bytes for the leak report. Failures are reported to the user with the size and
-// the name; a null opName, like a Quiet variant, keeps them to the log. Two kinds are
+// allocation for the user and the log; a pointer keeps its first 63 bytes for the leak
+// report, where some 65,000 different names are told apart. Failures are reported to the user with
+// the size and the name; a null opName, like a Quiet variant, keeps them to the log. Two kinds are
 // told otherwise: a size above the largest is reported without the name, and leaves
 // no line in the log if opName is null; and where the use of memory can't be measured,
 // the block is refused with neither report nor line.

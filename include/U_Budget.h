@@ -2,8 +2,8 @@
 //
 // Every allocation runs under two limits on the process's tracked use. Above
 // the prepurge limit the host is asked to give memory back; above the maximum
-// limit a block is refused. All operations may be called on any thread. Sizes
-// and figures are in bytes.
+// limit a block is refused. Of blocks below 2 KiB up to 255 in a row go unmeasured. All operations
+// may be called on any thread. Sizes and figures are in bytes.
 
 #ifndef U_BUDGET_H
 #define U_BUDGET_H
@@ -15,16 +15,19 @@
 // falls. Runs on the thread that needs the memory, with no lock held, so it may be
 // entered by several threads at once and may allocate. The exception is room for one
 // more hog (U_RegisterHog): it is made with the table of hogs locked for other threads,
-// so the callback must not wait then for one that registers or asks for hogs. Set *flag
-// to let a stalled round go on by shrinking the recycled pool; it starts false and
-// stays as set. A non-zero result ends the making of room, all rounds of it, and the
-// use as it stands then decides on the block. It throws nothing.
+// so the callback must not wait then for one that registers or asks for hogs or, since
+// memory is short, makes, resizes or frees hog handles. Set *flag to let a stalled round
+// go on by shrinking the recycled pool; it starts false and stays as set. A non-zero
+// result ends this making of room, all rounds of it. One allocation may make room several
+// times, each with the flag false again; for recycled blocks and U_CheckRAMPurgeLimit the
+// flag changes nothing. It throws nothing.
 typedef int (*U_PurgeRequestCallback)(void* refcon, U_u64 blockRequest, U_u64 amountToPurge,
                                       bool* flag);
 
 // Set the callback once, before the allocations that should trigger it: one that is
 // changed while other threads allocate may be called by them with the other's refcon.
-// Without one nothing is purged. U_Death clears it; the limits, their overrides, the
+// Without one nothing is purged but the recycled pool, for a recycled block, by what
+// stands above the prepurge limit. U_Death clears it; the limits, their overrides, the
 // attention to low memory and the count of U_DisableProactivePrePurging stay. Either
 // output may be null. Always 0.
 U_EXPORT U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon);
@@ -33,8 +36,10 @@ U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, vo
 // Sets the base limits. The maximum becomes the larger of the two and the
 // prepurge limit stays at least 1 MiB below it, unless the maximum is smaller
 // than that; it goes lower while low memory is paid attention to and there is
-// little. A prepurge limit of 0 means that none are set. Returns 0, or the host
-// service's error with the old limits in force.
+// little. A prepurge limit of 0 means that none are set. While attention is paid, a
+// measurement on another thread at that moment may put the old limits back: set them
+// while none allocates. Returns 0, or the host service's error with the old limits in
+// force.
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
 // Sets limits, put in order in the same way, that hold wherever they are lower
@@ -68,9 +73,9 @@ enum : U_u32
 U_EXPORT U_Status U_GetMemoryStat(U_u32 which, U_u64* out);
 
 // Asks whether needed bytes more would pass the prepurge limit, and purges to
-// make them fit. *hitLimit (may be null) tells that they didn't fit on entry,
-// *overLimit that they still don't. Returns 0, 3 for a null overLimit, or the host
-// service's error, also one of a later round: then both are true, since what can't be
+// make them fit. The recycled pool doesn't count as use here. *hitLimit (may be null) tells that
+// they didn't fit on entry, *overLimit that they still don't. Returns 0, 3 for a null overLimit, or
+// the host service's error, also one of a later round: then both are true, since what can't be
 // measured counts as not fitting.
 U_EXPORT U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit);
 

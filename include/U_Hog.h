@@ -27,7 +27,9 @@ enum : U_u32
 // Stores the identifier of a new hog in *id; the name is copied. A name that is
 // registered already makes a second hog of that name. An identifier is good until
 // death. Returns 0; 4 without memory, also inside a purge request that another
-// registration made; 3 outside the library's life. *id stays after a failure.
+// registration made; 3 outside the library's life. *id stays after a failure. Where memory
+// is short it is reported, and the host asked to purge, with the hogs locked: a logging
+// callback registers no hog and asks for no statistics of hogs.
 U_EXPORT U_Status U_RegisterHog(const char* name, U_u32* id);
 
 // Allocates a handle with size bytes of data; flags are those above, others are

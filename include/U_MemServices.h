@@ -22,9 +22,9 @@ public:
     U_MemTrackedObject(const U_MemTrackedObject&) = default;
     U_MemTrackedObject& operator=(const U_MemTrackedObject&);
 
-    // Throw std::bad_alloc if the memory can't be had, which the user hears under
-    // the opName; without one under the name "U_MemTrackedObject". A null opName
-    // keeps the user out of it.
+    // Throw std::bad_alloc if the memory can't be had, which the user hears as U_Alloc.h
+    // tells under the opName; without one under the name "U_MemTrackedObject". A null
+    // opName keeps the user out of it. Blocks are aligned to 16 bytes, whatever the type.
     static void* operator new(std::size_t size);
     static void* operator new[](std::size_t size);
     static void* operator new(std::size_t size, U_u32 location, const char* opName);
@@ -69,7 +69,7 @@ U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id)
 // meanwhile may count or not.
 U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
 
-// The figures of the memory log, in the order of its columns. Counts are since
+// The figures of the memory log. Counts are since
 // the process or the machine began; what the system doesn't tell is 0.
 struct U_MemoryStats
 {

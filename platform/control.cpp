@@ -180,6 +180,11 @@ unsigned int SyncMemUsageCount()
     return tolv::SyncMemUsageCount();
 }
 
+unsigned int HeapCompactCount()
+{
+    return win32::HeapCompactCount();
+}
+
 bool MemDialogsQuieted()
 {
     return tolv::MemDialogsQuieted();

@@ -148,6 +148,9 @@ PLATFORM_EXPORT void SetUsageError(short code);
 // TOLV_SyncMemUsageWithOS calls so far.
 PLATFORM_EXPORT unsigned int SyncMemUsageCount();
 
+// HeapCompact calls on the process's heap so far.
+PLATFORM_EXPORT unsigned int HeapCompactCount();
+
 // Whether TOLV_QuietMemDialogs has been called: host services that show
 // memory dialogs of their own ask here first.
 PLATFORM_EXPORT bool MemDialogsQuieted();

@@ -91,7 +91,8 @@ private:
     U_u32 mCount = 0;
 };
 
-// A thread's share. Its thread alone changes it, under a lock.
+// A thread's share. Its thread alone puts other cells in it, under a lock, and counts in
+// them without one.
 struct HogShare
 {
     HogCells mCells; // by the hog's index

@@ -88,6 +88,18 @@ void** CopyOfName(const char* name)
     return copy;
 }
 
+class ScGrows
+{
+public:
+    explicit ScGrows(HogTable& table) : mTable(table) { mTable.mGrows = true; }
+    ~ScGrows() { mTable.mGrows = false; }
+    ScGrows(const ScGrows&) = delete;
+    ScGrows& operator=(const ScGrows&) = delete;
+
+private:
+    HogTable& mTable;
+};
+
 // With the lock held. A host that is asked to purge for the table can't register
 // a hog at that moment: room for it is what is being made.
 U_Status MakeRoom(HogTable& table)
@@ -96,11 +108,10 @@ U_Status MakeRoom(HogTable& table)
         return 0;
     if (table.mGrows)
         return U_Err_OutOfMemory;
-    table.mGrows = true;
+    const ScGrows grows(table); // also when a host's function throws
     const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
     const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
                                             Up_StringOrEnglish(kTableName), &table.mSlots);
-    table.mGrows = false;
     if (!failure)
         table.mCapacity = capacity;
     return failure;

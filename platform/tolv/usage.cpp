@@ -21,15 +21,17 @@ struct Limits
     {
         if (!prepurge || !maximum)
             return kBadParameter;
-        *prepurge = mPrepurge.load(std::memory_order_relaxed);
+        *prepurge = mPrepurge.load(std::memory_order_acquire);
         *maximum = mMaximum.load(std::memory_order_relaxed);
         return 0;
     }
 
     int Set(unsigned long long prepurge, unsigned long long maximum)
     {
-        mPrepurge.store(prepurge, std::memory_order_relaxed);
+        // Whoever sees the first prepurge limit, which says that limits are set, sees no
+        // maximum of 0 beside it.
         mMaximum.store(maximum, std::memory_order_relaxed);
+        mPrepurge.store(prepurge, std::memory_order_release);
         return 0;
     }
 };

@@ -11,6 +11,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FreshThread.h"
 
 namespace
 {
@@ -243,6 +244,18 @@ TEST_F(Retry, SynchronisesWithTheSystemBeforeEachTry)
     const unsigned int before = platform::SyncMemUsageCount();
     U_FreePtr(U_AllocatePtrQuiet(kSize));
     EXPECT_GE(platform::SyncMemUsageCount(), before + 2); // the loop's own and the purge's
+}
+
+TEST_F(Retry, CompactsTheHeapOnMainThreadsOnly)
+{
+    const auto compactions = [this] {
+        const unsigned int before = platform::HeapCompactCount();
+        FailNext(1);
+        U_FreePtr(U_AllocatePtrQuiet(kSize));
+        return platform::HeapCompactCount() - before;
+    };
+    EXPECT_GT(compactions(), 0u);
+    OnFreshThread([&] { EXPECT_EQ(compactions(), 0u); });
 }
 
 TEST_F(Retry, SizesBeyondTheLargestAreRefusedBeforeAnythingHappens)

@@ -32,6 +32,7 @@ const std::size_t kGranularity = 0x10000; // bytes; where a reservation may star
 
 std::atomic<unsigned long long> sTotalPhysical(0); // 0: the real figure
 std::atomic<unsigned long long> sAvailablePhysical(0);
+std::atomic<unsigned int> sCompactions(0);
 
 boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
 
@@ -156,10 +157,16 @@ void* GetProcessHeap()
     return &sProcessHeap;
 }
 
+unsigned int HeapCompactCount()
+{
+    return sCompactions.load(std::memory_order_relaxed);
+}
+
 std::size_t HeapCompact(void* heap, unsigned int)
 {
     if (heap != GetProcessHeap())
         return 0;
+    sCompactions.fetch_add(1, std::memory_order_relaxed);
     malloc_trim(0);
     return mallinfo2().fordblks;
 }

@@ -10,6 +10,7 @@ namespace win32
 void SetActiveCodePage(unsigned int codePage);
 void SetUserLocale(const char* localeId);
 void SetPhysicalMemory(unsigned long long total, unsigned long long available);
+unsigned int HeapCompactCount();
 void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 void SetWallClock(const boost::function<long long()>& milliseconds);
 void SetMissingFunction(const char* name);
