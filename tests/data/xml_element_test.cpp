@@ -6,6 +6,7 @@
 
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
@@ -71,10 +72,10 @@ TEST_F(XMLElement, CopyHoldsAllFieldsOfItsOwn)
 
 TEST_F(XMLElement, ChangeThatFindsNoMemoryChangesNothing)
 {
-    const std::string longText(1000, 'x');
-    U_XML_Element source(Bytes(longText), 7);
-    source.SetBodyText(Bytes(longText));
-    source.SetAttribute("b", Bytes(longText));
+    const U_UTF8String text(1000, 'x');
+    U_XML_Element source(text, 7);
+    source.SetBodyText(text);
+    source.SetAttribute("b", text);
     U_XML_Element element(Bytes("e"), 1);
     element.SetAttribute("a", Bytes("1"));
     const U_XML_Element original(element);
@@ -98,12 +99,10 @@ TEST_F(XMLElement, ChangeThatFindsNoMemoryChangesNothing)
         });
         EXPECT_GE(failures, 2);
     };
-    const U_UTF8String text = Bytes(longText);
     check([&] { element.SetAttribute(text, text); });
-    EXPECT_EQ(AttributesOf(element), "a=1;" + longText + "=" + longText + ";");
     element = original;
     check([&] { element = source; });
-    EXPECT_EQ(AttributesOf(element), "b=" + longText + ";");
+    EXPECT_EQ(element.GetBodyText(), text);
 }
 
 TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)
@@ -179,15 +178,7 @@ TEST_F(XMLElement, CallbackMayEndTheReportWithItsCode)
     U_AddLoggingCallback([](void*, U_u32, U_u16, const char*) { return 42; }, nullptr);
     const U_XML_Element element(Bytes("e"), 1);
     U_UTF8String text = Bytes("old");
-    try
-    {
-        element.GetAttributeValue("x", &text, true);
-        ADD_FAILURE();
-    }
-    catch (int code)
-    {
-        EXPECT_EQ(code, 42);
-    }
+    EXPECT_EQ(CodeThrown([&] { element.GetAttributeValue("x", &text, true); }), 42);
     EXPECT_EQ(text, Bytes("old"));
 }
 

@@ -88,6 +88,7 @@ TEST_F(HogLeaks, BytesOfTooFewAreNegative)
         EXPECT_EQ(U_FreeHogHandle(copy), 0);
     }
     U_FreeHandle(handle);
+    EXPECT_EQ(Count(), (Stats{0xFFFFFFFF, 0xFFFFFFFF - 9})) << "modulo 2^32, each alone";
     U_SetHogReportingOn(true);
     U_Death();
     U_SetHogReportingOn(false);
