@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -111,12 +112,7 @@ TEST(Any, ConvertsNumbersOfEachHeldType)
 
 TEST(Any, WritesAWholeDoubleAsADoubleAndCutsItTowardZero)
 {
-    const struct
-    {
-        double value;
-        U_i64 asInt;
-        std::u16string_view text;
-    } rows[] = {
+    const std::tuple<double, U_i64, std::u16string_view> rows[] = {
         {2.7, 2, u"2.7"},
         {-2.7, -2, u"-2.7"},
         {0.0, 0, u"0.0"},
@@ -132,13 +128,13 @@ TEST(Any, WritesAWholeDoubleAsADoubleAndCutsItTowardZero)
         {-kInfinity, kLeast, u"-inf.0"},
         {kNaN, 0, u"nan"},
     };
-    for (const auto& row : rows)
+    for (const auto& [value, asInt, text] : rows)
     {
-        SCOPED_TRACE(row.value);
-        const U_Any any(row.value);
-        EXPECT_EQ(any.GetAs_int(), row.asInt);
-        EXPECT_EQ(any.GetAs_Str(), Units(row.text));
-        EXPECT_EQ(any.GetAs_JSON(), Units(row.text));
+        SCOPED_TRACE(value);
+        const U_Any any(value);
+        EXPECT_EQ(any.GetAs_int(), asInt);
+        EXPECT_EQ(any.GetAs_Str(), Units(text));
+        EXPECT_EQ(any.GetAs_JSON(), Units(text));
     }
 }
 
@@ -196,11 +192,7 @@ TEST(Any, NarrowTextIsOfTheActiveCodePage)
 
 TEST(Any, TakesAJSONStringAndNothingElse)
 {
-    const struct
-    {
-        std::u16string_view json;
-        std::u16string_view text;
-    } good[] = {
+    const std::tuple<std::u16string_view, std::u16string_view> good[] = {
         {u"\"\"", u""},
         {u"\"plain\"", u"plain"},
         {u" \t\r\n\"blanks around\"\n", u"blanks around"},
@@ -209,12 +201,12 @@ TEST(Any, TakesAJSONStringAndNothingElse)
         {u"\"\U0001F600\"", u"\U0001F600"},
         {u"\"half \xD83D of a pair\"", u"half \uFFFD of a pair"},
     };
-    for (const auto& row : good)
+    for (const auto& [json, text] : good)
     {
         U_Any any(1);
-        any.SetFrom_JSON(Units(row.json));
+        any.SetFrom_JSON(Units(json));
         EXPECT_EQ(any.GetType(), U_Any::kType_String);
-        EXPECT_EQ(any.GetAs_Str(), Units(row.text));
+        EXPECT_EQ(any.GetAs_Str(), Units(text));
     }
 
     U_UTF16String withZero = Units(u"\"a?b\"");

@@ -116,17 +116,15 @@ TEST_F(AnyTree, DumpForPeopleIndentsByTabs)
     EXPECT_EQ(mWrapper.GetAs_Str(), Units(u"a: <tree>\n\tb: <tree>\n\t\t: 1\n\t\t: x\nc: 2.0\n"));
 }
 
-TEST_F(AnyTree, ReverseMappingTakesValuesForPaths)
+TEST_F(AnyTree, ReverseMappingTakesValuesForPathsWithDotsAnywhere)
 {
     mWrapper.SetFrom_JSON(
         Units(u"{\"one\":\"x.y\",\"two\":1,\"three\":1,\"four\":{\"five\":6},\"none\":\"\"}"));
     const U_AnyTree mapping = mWrapper.CreateReverseMapping();
     EXPECT_EQ(Describe(mapping), "x:bfalse(y:sone) 1:sthree <tree>:sfour");
     EXPECT_EQ(mapping.data().GetAs_MBStr(), "none");
-}
 
-TEST_F(AnyTree, ReverseMappingTakesDotsAnywhere)
-{
+    mTree.clear();
     mWrapper.SetFrom_JSON(Units(u"{\"1\":\"x.\",\"2\":\".\",\"3\":\"a..b\",\"4\":\".y\"}"));
     EXPECT_EQ(Describe(mWrapper.CreateReverseMapping()), "x:s1 :s2(y:s4) a:bfalse(:bfalse(b:s3))");
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -155,11 +156,7 @@ TEST(JSON, TextOfASkewedTreeTakesNoMoreMemoryThanItNeeds)
 
 TEST(JSON, WhatWasReadStaysWhenALiteralIsBad)
 {
-    const struct
-    {
-        std::u16string_view json;
-        const char* tree;
-    } rows[] = {
+    const std::tuple<std::u16string_view, const char*> rows[] = {
         {u"{\"a\":1,b:2}", "a:i1"},
         {u"{\"a\":1,\"b\":\"\\x\"}", "a:i1"},
         {u"{\"a\":1,\"b\":\"x\" y,\"c\":2}", "a:i1"},
@@ -168,11 +165,11 @@ TEST(JSON, WhatWasReadStaysWhenALiteralIsBad)
         {u"{\"a\":1,\"b\":\"never closed", "a:i1"},
         {u"{\"a\":1,\"b\":\"ends in \\", "a:i1"},
     };
-    for (const auto& row : rows)
+    for (const auto& [json, read] : rows)
     {
         U_AnyTree tree;
-        EXPECT_THROW(U_AnyTreeWrapper(tree).SetFrom_JSON(Units(row.json)), boost::bad_any_cast);
-        EXPECT_EQ(Describe(tree), row.tree);
+        EXPECT_THROW(U_AnyTreeWrapper(tree).SetFrom_JSON(Units(json)), boost::bad_any_cast);
+        EXPECT_EQ(Describe(tree), read);
     }
 }
 
@@ -182,11 +179,8 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
                                      u"\"d\":true},\"e\":2.5,\"f\":null,\"g\":\"h\"}";
     EXPECT_EQ(Describe(TreeOf(json)),
               "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue) e:d2.5 g:sh");
-    const struct
-    {
-        std::u16string_view follows; // behind the member
-        const char* tree;
-    } members[] = {
+    // What follows a member, and what was read by then.
+    const std::tuple<std::u16string_view, const char*> members[] = {
         {u",\"b\"", "a:i12"},
         {u",\"c\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9)))"},
         {u",\"e\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue)"},
@@ -204,10 +198,10 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
         {
             // A literal that was cut.
         }
-        for (const auto& member : members)
+        for (const auto& [follows, read] : members)
         {
-            const bool isWhole = json.find(member.follows) <= length;
-            EXPECT_TRUE(!isWhole || Describe(tree).find(member.tree) == 0) << member.tree;
+            const bool isWhole = json.find(follows) <= length;
+            EXPECT_TRUE(!isWhole || Describe(tree).find(read) == 0) << read;
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <limits>
 #include <new>
 #include <string>
+#include <tuple>
 
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
@@ -109,12 +110,7 @@ TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)
 {
     const int kMost = std::numeric_limits<int>::max();
     const int kLeast = std::numeric_limits<int>::min();
-    const struct
-    {
-        const char* text;
-        int decimal;
-        int hex;
-    } rows[] = {
+    const std::tuple<const char*, int, int> rows[] = {
         {"", 0, 0},
         {"12", 12, 0x12},
         {" \t-12x", -12, -0x12},
@@ -129,21 +125,21 @@ TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)
         {"1e3", 1, 0x1E3},
     };
     U_XML_Element element(Bytes("e"), 1);
-    for (const auto& row : rows)
+    for (const auto& [text, decimal, hex] : rows)
     {
-        SCOPED_TRACE(row.text);
-        element.SetAttribute("n", Bytes(row.text));
+        SCOPED_TRACE(text);
+        element.SetAttribute("n", Bytes(text));
         int value = 77;
         EXPECT_TRUE(element.GetAttributeValueLong("n", &value, false, true));
-        EXPECT_EQ(value, row.decimal);
+        EXPECT_EQ(value, decimal);
         value = 77;
         EXPECT_TRUE(element.GetAttributeValueLong("n", &value, true, true));
-        EXPECT_EQ(value, row.hex);
-        bool truth = row.decimal == 0;
+        EXPECT_EQ(value, hex);
+        bool truth = decimal == 0;
         EXPECT_TRUE(element.GetAttributeValueBool("n", &truth, false));
-        EXPECT_EQ(truth, row.decimal != 0);
+        EXPECT_EQ(truth, decimal != 0);
         EXPECT_TRUE(element.GetAttributeValueBool("n", &truth, true));
-        EXPECT_EQ(truth, row.hex != 0);
+        EXPECT_EQ(truth, hex != 0);
     }
     EXPECT_TRUE(mAlerts.Texts().empty());
 }

@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "U_Posted.h"
@@ -43,12 +44,7 @@ typedef XMLEscapes BinaryText;
 
 TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
 {
-    const struct
-    {
-        int byte;
-        const char* body;
-        const char* attribute;
-    } entities[] = {
+    const std::tuple<int, const char*, const char*> entities[] = {
         {9, "&#x9;", "&#x9;"},   {10, "&#xA;", "&#xA;"}, {13, "&#xD;", "&#xD;"},
         {'&', "&amp;", "&amp;"}, {'<', "&lt;", "&lt;"},  {'>', "&gt;", "&gt;"},
         {'"', "\"", "&quot;"},   {'\'', "'", "&apos;"},
@@ -62,12 +58,12 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
             const U_UTF8String text = before + static_cast<U_u8>(byte) + Bytes("y");
             U_UTF8String body(byte < 32 ? 0 : 1, static_cast<U_u8>(byte));
             U_UTF8String attribute = body;
-            for (const auto& entity : entities)
+            for (const auto& [escaped, inBody, inAttribute] : entities)
             {
-                if (entity.byte == byte)
+                if (escaped == byte)
                 {
-                    body = Bytes(entity.body);
-                    attribute = Bytes(entity.attribute);
+                    body = Bytes(inBody);
+                    attribute = Bytes(inAttribute);
                 }
             }
             ASSERT_EQ(Body(text), before + body + Bytes("y")) << byte;
@@ -79,12 +75,7 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
 
 TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUndone)
 {
-    const struct
-    {
-        std::string_view text;
-        std::string_view body;
-        std::string_view attribute;
-    } rows[] = {
+    const std::tuple<std::string_view, std::string_view, std::string_view> rows[] = {
         {"", "", ""},
         {"&amp;amp;", "&amp;", "&amp;"},
         {"&amp;lt;&lt;", "&lt;<", "&lt;<"},
@@ -99,11 +90,11 @@ TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUndone)
         {"\0&gt;\0"sv, "\0>\0"sv, "\0>\0"sv},
         {"caf\xC3\xA9&\xFF;&gt;", "caf\xC3\xA9&\xFF;>", "caf\xC3\xA9&\xFF;>"},
     };
-    for (const auto& row : rows)
+    for (const auto& [text, body, attribute] : rows)
     {
-        SCOPED_TRACE(row.text);
-        EXPECT_EQ(U_UnEscapeXMLBodyText(Bytes(row.text)), Bytes(row.body));
-        EXPECT_EQ(U_UnEscapeXMLAttributeValue(Bytes(row.text)), Bytes(row.attribute));
+        SCOPED_TRACE(text);
+        EXPECT_EQ(U_UnEscapeXMLBodyText(Bytes(text)), Bytes(body));
+        EXPECT_EQ(U_UnEscapeXMLAttributeValue(Bytes(text)), Bytes(attribute));
     }
     // Many, without and with an end.
     const U_UTF8String open(200000, '&');
@@ -170,11 +161,7 @@ TEST_F(BinaryText, BytesBecomePairsOfDigitsAndComeBack)
 
 TEST_F(BinaryText, OddTextIsReadAsFarAsItHasPairs)
 {
-    const struct
-    {
-        std::string_view text;
-        std::vector<U_u8> bytes;
-    } rows[] = {
+    const std::tuple<std::string_view, std::vector<U_u8>> rows[] = {
         {"1", {}},
         {"123", {0x12}},
         {"AB", {0}},
@@ -189,10 +176,10 @@ TEST_F(BinaryText, OddTextIsReadAsFarAsItHasPairs)
          "ff"sv,
          {0x10, 0xFF}},
     };
-    for (const auto& row : rows)
+    for (const auto& [text, bytes] : rows)
     {
-        SCOPED_TRACE(row.text);
-        EXPECT_EQ(Decoded(Bytes(row.text)), row.bytes);
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Decoded(Bytes(text)), bytes);
     }
 }
 

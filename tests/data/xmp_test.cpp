@@ -2,6 +2,7 @@
 
 #include <new>
 #include <sstream>
+#include <tuple>
 
 #include <boost/property_tree/xml_parser.hpp>
 #include <gtest/gtest.h>
@@ -119,13 +120,7 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
 {
     const char kBadName[] = "A property's name can't stand in XML";
     const char kBadText[] = "A property holds a character that can't stand in XML";
-    const struct
-    {
-        const char* space;
-        const char* name;
-        const char* value;
-        const char* message;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
         {"", "title", "x", kBadName},
         {"http://www.w3.org/XML/1998/namespace", "lang", "x", kBadName},
         {"http://www.w3.org/2000/xmlns/", "dc", "x", kBadName},
@@ -138,11 +133,11 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
         {kDublinCore, "title", "\xEF\xBF\xBE", kBadText},
         {"caf\xE9", "title", "x", kBadText},
     };
-    for (const auto& row : rows)
+    for (const auto& [space, name, value, message] : rows)
     {
-        SCOPED_TRACE(row.value);
+        SCOPED_TRACE(value);
         __XMPMeta__* const metadata = zelboxmp::NewMetadata();
-        zelboxmp::SetProperty(metadata, row.space, row.name, row.value);
+        zelboxmp::SetProperty(metadata, space, name, value);
         const U_XMPMetaRef reference(metadata);
         std::string packet = "old";
         try
@@ -152,8 +147,8 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
         }
         catch (const XMP_Error& error)
         {
-            EXPECT_EQ(error.code, row.message == kBadName ? 2 : 3);
-            EXPECT_STREQ(error.message, row.message);
+            EXPECT_EQ(error.code, message == kBadName ? 2 : 3);
+            EXPECT_STREQ(error.message, message);
             EXPECT_FALSE(error.flag);
         }
         EXPECT_EQ(packet, "old");

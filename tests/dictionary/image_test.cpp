@@ -24,21 +24,6 @@ const std::vector<TestEntry> kChecked = {
     {"/a", u"eins", u"note"}, {"", u""}, {"/bc", u"zwei", u"more"}};
 } // namespace
 
-TEST(FlatImage, SmallestExampleIsReadAndWrittenToTheByte)
-{
-    const unsigned char bytes[] = {
-        'Z',  'S', 't', 'r', 'i', 'n', 'g', ' ', 'B',  'i', 'n', 'a',  'r',  'y',  ' ',
-        'F',  'o', 'r', 'm', 'a', 't', 2,   7,   0,    0,   5,   0,    0,    0,    'e',
-        'n',  '_', 'U', 'S', 0,   0,   0,   0,   0x59, 1,   0,   0,    0,    1,    0,
-        0,    0,   1,   0,   0,   0,   2,   0,   0,    0,   2,   0,    0,    0,    0,
-        0,    0,   0,   2,   0,   0,   0,   0,   0,    2,   0,   0x2F, 0x61, 0x62, 0,
-        0x44, 2,   1,   0,   0,   0,   0,   0,   0,    0,   0,   0,    0,    0,
-    };
-    const std::string image(bytes, bytes + sizeof bytes);
-    ASSERT_EQ(BuildFlat({{"/a", u"b"}}).Image(), image);
-    EXPECT_EQ(Saved(Loaded(image)), image);
-}
-
 TEST(FlatImage, EveryMinorVersionAndByteOrderGivesTheSameTexts)
 {
     for (const int version : {0, 1, 5, 7, 127, -1, -7, -127}) // the latter big-endian
@@ -116,8 +101,6 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
             EXPECT_EQ(report.mLive, texts.size());
             EXPECT_EQ(report.mAstray, 0u);
 
-            Loaded again(Saved(dictionary, Dictionary::kBinary, below(2))); // our own writer's
-            EXPECT_EQ(TextsOf(again), texts);
             Loaded text(Saved(dictionary, Dictionary::kText), kWays[below(2)]);
             EXPECT_EQ(TextsOf(text), texts);
         }

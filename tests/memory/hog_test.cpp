@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <functional>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -123,11 +124,7 @@ TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
     EXPECT_EQ(U_FreeHogHandle(gone), 0);
     char* const inside = reinterpret_cast<char*>(stranger) + 1;
 
-    const struct
-    {
-        const char* mWhere;
-        U_Status (*mCall)(void**);
-    } kCalls[] = {
+    const std::tuple<const char*, U_Status (*)(void**)> kCalls[] = {
         {"( 23 :: 33 )", &U_FreeHogHandle},
         {"( 23 :: 34 )", &LockInVain},
         {"( 23 :: 35 )", &U_UnlockHogHandle},
@@ -137,14 +134,14 @@ TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
     void** const kHandles[] = {nullptr,  &none, &local,
                                stranger, empty, half,
                                almost,   gone,  reinterpret_cast<void**>(inside)};
-    for (const auto& call : kCalls)
+    for (const auto& [where, call] : kCalls)
     {
         for (std::size_t index = 0; index < std::size(kHandles); ++index)
         {
-            SCOPED_TRACE(call.mWhere + (" of handle " + std::to_string(index)));
+            SCOPED_TRACE(where + (" of handle " + std::to_string(index)));
             mLog.Clear();
-            EXPECT_EQ(call.mCall(kHandles[index]), 2);
-            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(call.mWhere)});
+            EXPECT_EQ(call(kHandles[index]), 2);
+            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(where)});
         }
     }
     EXPECT_EQ(Count(), (Stats{0, 0}));
@@ -287,12 +284,7 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
 
 TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
 {
-    const struct
-    {
-        const char* mOpName;
-        U_u32 mFlags;
-        bool mIsTold;
-    } kRows[] = {
+    const std::tuple<const char*, U_u32, bool> kRows[] = {
         {"picture", 0, true},
         {"picture", ~U_u32(U_Hog_Quiet), true},
         {nullptr, 0, false},
@@ -300,24 +292,24 @@ TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
         {"picture", U_Hog_Quiet | U_Hog_Clear, false},
     };
     const char kZeros[600] = {};
-    for (const auto& row : kRows)
+    for (const auto& [opName, flags, isTold] : kRows)
     {
-        SCOPED_TRACE(row.mFlags);
+        SCOPED_TRACE(flags);
         for (const bool isUsed : {false, true}) // the block that was just given back
         {
             void* data = nullptr;
-            void** handle = New(600, row.mFlags);
+            void** handle = New(600, flags);
             ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
             const bool isClear = std::memcmp(data, kZeros, 600) == 0;
-            EXPECT_TRUE(!isUsed || isClear == ((row.mFlags & U_Hog_Clear) != 0));
+            EXPECT_TRUE(!isUsed || isClear == ((flags & U_Hog_Clear) != 0));
             std::memset(data, 0xEE, 600);
             U_FreeHogHandle(handle);
         }
         void** handle = nullptr;
         mAlerts.Clear();
         platform::SetHeapFailure([](unsigned long long size) { return size == 616; });
-        EXPECT_EQ(U_NewHogHandle(mId, kLocation, row.mOpName, 600, row.mFlags, &handle), 4);
+        EXPECT_EQ(U_NewHogHandle(mId, kLocation, opName, 600, flags, &handle), 4);
         platform::SetHeapFailure({});
-        EXPECT_EQ(mAlerts.All().size(), row.mIsTold ? 1u : 0u);
+        EXPECT_EQ(mAlerts.All().size(), isTold ? 1u : 0u);
     }
 }

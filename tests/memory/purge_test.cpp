@@ -69,25 +69,6 @@ protected:
 };
 } // namespace
 
-TEST_F(Purge, AHostThatFreesNothingIsAskedOnce)
-{
-    const ScPurgeHost host;
-    SetLimitsAboveUse(1000, 100 * kMiB);
-    const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Prepurge()));
-    mLog.Clear();
-    void* block = U_AllocatePtrQuiet(5000);
-    EXPECT_TRUE(block) << "within the maximum limit";
-    ASSERT_EQ(host.mRequests.size(), 1u);
-    EXPECT_EQ(host.mRequests[0].block, wanted);
-    EXPECT_EQ(host.mRequests[0].amount, wanted - 1000);
-    EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK"),
-              (std::vector<std::string>{"Issuing Purge Request\tblock_request:\t" +
-                                            std::to_string(wanted) + "\tamt_to_purge:\t" +
-                                            std::to_string(wanted - 1000),
-                                        std::string(kStalled) + "0"}));
-    U_FreePtr(block);
-}
-
 TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
 {
     Hold(100, kMiB);

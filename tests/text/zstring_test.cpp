@@ -89,8 +89,6 @@ TEST_F(ZString, ADictionarySpeaksFirst)
         {"$$$/raw=Raw", u"^^1 #{e9}"}, // stored texts are expanded already
         {"$$$/marked=Marked", u"win"},
         {"$$$/other=^^1", u"^1"},
-        {"$$/hello=Hello", u""},
-        {"$$$/HELLO=Hello", u"Hello"},
     });
     EXPECT_EQ(U_ZStringToEnglishUTF16String(kHello), Units(u"Hello"));
 
