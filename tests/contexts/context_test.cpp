@@ -171,20 +171,6 @@ TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
     });
 }
 
-TEST_F(Contexts, BesideAContextThatIsGoneADeactivationIsOnlyCounted)
-{
-    Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    OnFreshThread([&] { Neighbour::Raise(*context); });
-    OnFreshThread([&] {
-        LoseContext();
-        Told();
-        Neighbour::Lower(*context);
-        EXPECT_FALSE(context->IsActive());
-        EXPECT_THAT(Told(), IsEmpty());
-    });
-}
-
 TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)
 {
     const Lines keys = {"a", "b", "c"};

@@ -141,16 +141,6 @@ TEST_F(Suspend, WhatIsCurrentOnTheExecutorStaysAndLivesThroughTheCall)
     Drain(mExecutor);
 }
 
-TEST_F(Suspend, ATraceThatFailsHoldsNobodyUp)
-{
-    StartTraces("U_Context", 6);
-    platform::SetTraceSink([](const char*) { throw "odd"; });
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
-    EXPECT_EQ(SuspendedCall(mExecutor, [] { return 6; }), 6);
-    ExpectBack(context);
-}
-
 TEST_F(Suspend, WrongUsesAreToldAndChangeNothing)
 {
     Register("a");

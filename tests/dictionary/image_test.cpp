@@ -135,25 +135,6 @@ TEST(ImageCheck, CountsWhatIsLive)
     }
 }
 
-TEST(ImageCheck, CountsKeysThatNoLookUpFinds)
-{
-    const ImageBuilder flat = BuildFlat(kChecked);
-    ASSERT_LT(BucketOf("/bc"), BucketOf("/a"));
-    const std::string misplaced = flat.With(flat.Offset("bucket numbers") + 2, 1020, 2);
-    const std::string unlisted = flat.With(flat.Offset("bucket sizes") + 4, 0, 4);
-    const ImageBuilder old = BuildEntries(kChecked);
-    for (const std::string& image :
-         {misplaced, unlisted, old.With(old.Offset("records") + 6, 1020, 2)})
-    {
-        const hollin::ImageReport report = Check(image);
-        EXPECT_FALSE(report.mDamaged) << report.mSentence;
-        EXPECT_EQ(report.mAstray, 1u);
-        const Loaded dictionary(image);
-        EXPECT_EQ(TextOf(dictionary, "/a"), u"(none)");
-        EXPECT_EQ(TextOf(dictionary, "/bc"), u"zwei");
-    }
-}
-
 TEST(ImageCheck, CountsLinesAsEditorsDo)
 {
     const std::pair<std::u16string, std::uint64_t> rows[] = {

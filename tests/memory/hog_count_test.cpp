@@ -49,17 +49,6 @@ TEST_F(HogCounts, AnotherHeapsHandleIsReportedAndGoesAllTheSame)
     MEM_DumpLeaks(otherHeap);
 }
 
-TEST_F(HogCounts, OutliveTheirThreads)
-{
-    std::vector<void**> made;
-    for (U_u32 size = 0; size < 20; ++size)
-        OnFreshThread([&] { made.push_back(New(size)); });
-    EXPECT_EQ(Count(), (Stats{20, 190}));
-    for (void** handle : made)
-        OnFreshThread([=] { EXPECT_EQ(U_FreeHogHandle(handle), 0); });
-    EXPECT_EQ(Count(), (Stats{0, 0}));
-}
-
 TEST_F(HogCounts, AThreadWithoutMemoryForItsShareCountsToo)
 {
     const int kThreads = 6;
