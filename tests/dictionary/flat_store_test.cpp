@@ -144,6 +144,17 @@ TEST(FlatLayers, AFileLoadedAgainIsDropped)
     EXPECT_EQ(Set(flat, "/c", u"3"), 3u);
 }
 
+TEST(FlatLayers, LongKeysAreNeverEqualInAMerge)
+{
+    const std::string longest(1023, 'k');
+    const std::string tooLong(1024, 'k');
+    Dictionary flat(true);
+    LoadFlat(flat, {{longest, u"1"}, {tooLong, u"2"}});
+    LoadFlat(flat, {{longest, u"3"}, {tooLong, u"4"}});
+    EXPECT_EQ(TextsById(flat, 4), u"3 2 (none) 4 ");
+    EXPECT_EQ(TextOf(flat, tooLong), u"2") << "the first of the two";
+}
+
 TEST(FlatLayers, TextsThatShareBytesChangeApart)
 {
     const ImageBuilder whole = BuildFlat({{"/a", u"text", u"note"}, {"/b", u"text", u"note"}});

@@ -1,5 +1,7 @@
 // Hogs from birth to death: the report of what is left, and what the next life sees.
 
+#include <optional>
+
 #include <gmock/gmock.h>
 
 #include <control.h>
@@ -9,6 +11,7 @@
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "tests/support/ExpectedLeaks.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Hogs.h"
 
 namespace
@@ -90,6 +93,36 @@ TEST_F(HogLeaks, BytesOfTooFewAreNegative)
     EXPECT_EQ(mLog.Texts("Up_TerminateHogs"),
               Texts{"Tracked Memory leaks detected\rtest: -10 bytes leaked\r"});
     U_Birth("Test Host", nullptr);
+}
+
+TEST_F(HogLeaks, ABirthAfterOneThatFailedBeginsWithNone)
+{
+    U_Death();
+    const U_u64 used = MEM_GetMemUsage();
+    const ScExpectedLeaks expected; // of the steps before the one that fails
+    U_Status failure = 0;
+    for (long nth = 1; nth < 100 && !failure; ++nth)
+    {
+        std::optional<ScFailingNew> failing; // from the step of hogs on
+        platform::SetLogSink([&](int, const char*, const char*, const char* text) {
+            if (text == std::string("U Hog Birth"))
+                failing.emplace(nth);
+        });
+        failure = U_Birth("Test Host", nullptr);
+        failing.reset();
+        if (!failure)
+            U_Death();
+    }
+    const CapturedLog log;
+    ASSERT_NE(failure, 0);
+    ASSERT_EQ(U_RegisterHog("of a life that didn't begin", &mId), 0);
+    U_FreeHandle(New(10));
+    MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
+
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    ASSERT_EQ(U_RegisterHog("next", &mId), 0);
+    EXPECT_EQ(mId, kFirstId);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
 TEST_F(HogLeaks, AlertsNameTheTableThatABirthFailedFor)
