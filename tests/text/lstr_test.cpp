@@ -2,11 +2,13 @@
 
 #include "U_LStr.h"
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "U_Lifecycle.h"
@@ -347,9 +349,13 @@ TEST_F(LStr, ThreadsThatRaceGetTheSameText)
     Translate(u"Guten Tag");
 
     std::vector<const char*> texts[4]; // by thread; of each row both
+    std::atomic<int> arrived(0);
     OnThreads(4, [&](int number) {
         for (int i = 0; i < kRows; ++i)
         {
+            ++arrived;
+            while (arrived < 4 * (i + 1)) // all meet at each row
+                std::this_thread::yield();
             texts[number].push_back(LookUp(table, i, true));
             texts[number].push_back(LookUp(table, i));
         }
