@@ -2,6 +2,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
@@ -58,13 +59,7 @@ TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
 
 TEST_F(Suspend, WhateverTheFunctionThrowsIsAnAnswer)
 {
-    struct Row
-    {
-        const char* name;
-        boost::function<int()> function;
-        int result;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, boost::function<int()>, int> rows[] = {
         {"returns -1", [] { return -1; }, -1},
         {"throws 7", []() -> int { throw 7; }, 7},
         {"no memory", []() -> int { throw std::bad_alloc(); }, 4},
@@ -75,12 +70,12 @@ TEST_F(Suspend, WhateverTheFunctionThrowsIsAnAnswer)
     Register("a");
     const ContextPtr context = U_Context::MakeNewContext();
     const U_ContextSetter setter(context);
-    for (const Row& row : rows)
+    for (const auto& [name, function, result] : rows)
     {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         const std::size_t unhandled = mLog.Texts("UNHANDLED_EXCEPTION").size();
-        EXPECT_EQ(SuspendedCall(mExecutor, row.function), row.result);
-        EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size() - unhandled, row.result == 14 ? 1u : 0u);
+        EXPECT_EQ(SuspendedCall(mExecutor, function), result);
+        EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size() - unhandled, result == 14 ? 1u : 0u);
         ExpectBack(context);
     }
     EXPECT_THAT(mLog.Texts("UNHANDLED_EXCEPTION").back(),
@@ -119,29 +114,14 @@ TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
     EXPECT_FALSE(context->IsActive());
 }
 
-TEST_F(Suspend, WithoutAContextTheFunctionRunsWithTheExecutorsOwn)
+TEST_F(Suspend, WhatIsCurrentOnTheExecutorStaysAndLivesThroughTheCall)
 {
-    EXPECT_EQ(SuspendedCall(mExecutor, [] { return U_Context::HasCurrent() ? 1 : 2; }), 2);
-    const ContextPtr own = U_Context::MakeNewContext();
-    mExecutor->Post([&] { Neighbour::Raise(*own); }, 0);
-    EXPECT_EQ(SuspendedCall(mExecutor, [&] { return U_Context::GetCurrent() == own ? 1 : 2; }), 1);
-    mExecutor->Post([&] { Neighbour::Lower(*own); }, 0);
-    mExecutor->Post(
-        [&] {
-            const auto here = [] { return U_Context::HasCurrent() ? 1 : 2; };
-            EXPECT_EQ(SuspendedCall(mExecutor, here), 2);
-            EXPECT_FALSE(U_Context::HasCurrent());
-        },
-        0);
-    Drain(mExecutor);
-}
-
-TEST_F(Suspend, WhatWasCurrentOnTheExecutorLivesThroughTheCall)
-{
+    const auto hasCurrent = [] { return U_Context::HasCurrent() ? 1 : 2; };
+    EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
     ContextPtr own = U_Context::MakeNewContext();
     const boost::weak_ptr<U_Context> watched = own;
     mExecutor->Post([&] { Neighbour::Raise(*own); }, 0);
-    Drain(mExecutor);
+    EXPECT_EQ(SuspendedCall(mExecutor, [&] { return U_Context::GetCurrent() == own ? 1 : 2; }), 1);
     {
         const U_ContextSetter setter(U_Context::MakeNewContext());
         const auto endOwn = [&] {
@@ -152,17 +132,13 @@ TEST_F(Suspend, WhatWasCurrentOnTheExecutorLivesThroughTheCall)
     }
     Drain(mExecutor);
     EXPECT_TRUE(watched.expired());
-    EXPECT_EQ(SuspendedCall(mExecutor, [] { return U_Context::HasCurrent() ? 1 : 2; }), 2);
-}
-
-TEST_F(Suspend, ATraceThatFailsHoldsNobodyUp)
-{
-    StartTraces("U_Context", 6);
-    platform::SetTraceSink([](const char*) { throw "odd"; });
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
-    EXPECT_EQ(SuspendedCall(mExecutor, [] { return 6; }), 6);
-    ExpectBack(context);
+    mExecutor->Post(
+        [&] {
+            EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
+            EXPECT_FALSE(U_Context::HasCurrent());
+        },
+        0);
+    Drain(mExecutor);
 }
 
 TEST_F(Suspend, WrongUsesAreToldAndChangeNothing)

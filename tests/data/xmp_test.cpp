@@ -2,13 +2,13 @@
 
 #include <new>
 #include <sstream>
-#include <thread>
-#include <vector>
+#include <tuple>
 
 #include <boost/property_tree/xml_parser.hpp>
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingNew.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
@@ -51,6 +51,9 @@ TEST_F(XMP, EachReferenceIsGivenBack)
     first = U_XMPMetaRef(nullptr);
     EXPECT_EQ(References(), 1u);
     EXPECT_EQ(first.Get(), nullptr);
+    std::string packet = "old";
+    first.Serialize(&packet);
+    EXPECT_EQ(packet, "");
 }
 
 TEST_F(XMP, AssignmentLetsTheOldObjectGo)
@@ -113,44 +116,28 @@ TEST_F(XMP, ObjectStaysWhileItIsWrittenThoughItsHolderGoes)
     EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 1);
 }
 
-TEST_F(XMP, NoMetadataIsAnEmptyText)
-{
-    std::string packet = "old";
-    U_XMPMetaRef(nullptr).Serialize(&packet);
-    EXPECT_EQ(packet, "");
-}
-
 TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
 {
-    const struct
-    {
-        const char* space;
-        const char* name;
-        const char* value;
-        int code;
-        const char* message;
-    } rows[] = {
-        {"", "title", "x", 2, "A property's name can't stand in XML"},
-        {"http://www.w3.org/XML/1998/namespace", "lang", "x", 2,
-         "A property's name can't stand in XML"},
-        {"http://www.w3.org/2000/xmlns/", "dc", "x", 2, "A property's name can't stand in XML"},
-        {kDublinCore, "", "x", 2, "A property's name can't stand in XML"},
-        {kDublinCore, "1st", "x", 2, "A property's name can't stand in XML"},
-        {kDublinCore, "a b", "x", 2, "A property's name can't stand in XML"},
-        {kDublinCore, "title", "\x01", 3, "A property holds a character that can't stand in XML"},
-        {kDublinCore, "title", "cut \xC3", 3,
-         "A property holds a character that can't stand in XML"},
-        {kDublinCore, "title", "half \xED\xA0\x80", 3,
-         "A property holds a character that can't stand in XML"},
-        {kDublinCore, "title", "\xEF\xBF\xBE", 3,
-         "A property holds a character that can't stand in XML"},
-        {"caf\xE9", "title", "x", 3, "A property holds a character that can't stand in XML"},
+    const char kBadName[] = "A property's name can't stand in XML";
+    const char kBadText[] = "A property holds a character that can't stand in XML";
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
+        {"", "title", "x", kBadName},
+        {"http://www.w3.org/XML/1998/namespace", "lang", "x", kBadName},
+        {"http://www.w3.org/2000/xmlns/", "dc", "x", kBadName},
+        {kDublinCore, "", "x", kBadName},
+        {kDublinCore, "1st", "x", kBadName},
+        {kDublinCore, "a b", "x", kBadName},
+        {kDublinCore, "title", "\x01", kBadText},
+        {kDublinCore, "title", "cut \xC3", kBadText},
+        {kDublinCore, "title", "half \xED\xA0\x80", kBadText},
+        {kDublinCore, "title", "\xEF\xBF\xBE", kBadText},
+        {"caf\xE9", "title", "x", kBadText},
     };
-    for (const auto& row : rows)
+    for (const auto& [space, name, value, message] : rows)
     {
-        SCOPED_TRACE(row.value);
+        SCOPED_TRACE(value);
         __XMPMeta__* const metadata = zelboxmp::NewMetadata();
-        zelboxmp::SetProperty(metadata, row.space, row.name, row.value);
+        zelboxmp::SetProperty(metadata, space, name, value);
         const U_XMPMetaRef reference(metadata);
         std::string packet = "old";
         try
@@ -160,8 +147,8 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
         }
         catch (const XMP_Error& error)
         {
-            EXPECT_EQ(error.code, row.code);
-            EXPECT_STREQ(error.message, row.message);
+            EXPECT_EQ(error.code, message == kBadName ? 2 : 3);
+            EXPECT_STREQ(error.message, message);
             EXPECT_FALSE(error.flag);
         }
         EXPECT_EQ(packet, "old");
@@ -172,21 +159,16 @@ TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
 
 TEST_F(XMP, ThreadsShareAnObject)
 {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i)
-    {
-        threads.emplace_back([this, reference = U_XMPMetaRef(mMetadata), i] {
-            std::string packet;
-            for (int round = 0; round < 500; ++round)
-            {
-                U_XMPMetaRef copy(reference);
-                zelboxmp::SetProperty(copy, kDublinCore, "p" + std::to_string(i), "x");
-                copy.Serialize(&packet);
-                copy = U_XMPMetaRef(mMetadata);
-            }
-            EXPECT_NE(packet.find("p" + std::to_string(i) + ">x<"), std::string::npos);
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(3, [&](int number) {
+        const std::string name = "p" + std::to_string(number);
+        std::string packet;
+        for (int round = 0; round < 500; ++round)
+        {
+            U_XMPMetaRef copy(mMetadata);
+            zelboxmp::SetProperty(copy, kDublinCore, name, "x");
+            copy.Serialize(&packet);
+            copy = U_XMPMetaRef(mMetadata);
+        }
+        EXPECT_NE(packet.find(name + ">x<"), std::string::npos);
+    });
 }

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <control.h>
-#include <hollin/TextLines.h>
 
 #include "tests/dictionary/support/ImageBuilder.h"
 #include "tests/dictionary/support/Loading.h"
@@ -200,18 +199,4 @@ TEST_F(TextForm, LineThatCannotBeConvertedLeavesTheLoad)
     EXPECT_EQ(report.mLine, 2u);
     EXPECT_EQ(report.mSlots, 3u);
     EXPECT_EQ(report.mLive, 2u);
-}
-
-TEST(TextLines, StayAtTheirEnd)
-{
-    using namespace std::string_literals;
-    for (const std::string& text : {"a=1\n\0b=2\n"s, TextImage(u"a=1\n\0b=2\n"s), "a=1"s})
-    {
-        const std::vector<unsigned char> bytes(text.begin(), text.end());
-        hollin::TextLines lines(bytes.data(), bytes.size());
-        hollin::TextLine line;
-        EXPECT_TRUE(lines.Next(&line));
-        EXPECT_FALSE(lines.Next(&line));
-        EXPECT_FALSE(lines.Next(&line)) << line.mKey;
-    }
 }

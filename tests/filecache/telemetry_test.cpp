@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <boost/json.hpp>
@@ -93,31 +92,4 @@ TEST_F(Telemetry, CountsAreWrittenOnceAndThenStartAgain)
     EXPECT_EQ(lines[0].at("part"), "c");
     EXPECT_EQ(lines[0].at("count"), 2);
     EXPECT_EQ(lines[1].at("count"), -1);
-}
-
-TEST_F(Telemetry, ThreadsShareTheFileAndAGroup)
-{
-    const int kThreads = 4;
-    const int kRounds = 100;
-    auto group = telemetry::NewDataGroup("p", "e", "s", Guid());
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number)
-        threads.emplace_back([&group, number] {
-            for (int round = 0; round < kRounds; ++round)
-            {
-                const std::string name = std::to_string(number) + "/" + std::to_string(round);
-                telemetry::AddToGroup(group, name.c_str(), Bytes(name));
-                telemetry::IncrementEventCount("a", "b", "c");
-                telemetry::NewDataGroup("p", name.c_str(), "s", Guid());
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    group.reset();
-    telemetry::LogEventsWithCount();
-
-    const auto lines = Lines();
-    ASSERT_EQ(lines.size(), kThreads * kRounds + 2u);
-    EXPECT_EQ(lines[kThreads * kRounds].at("data").as_object().size(), kThreads * kRounds + 0u);
-    EXPECT_EQ(lines.back().at("count"), kThreads * kRounds);
 }

@@ -1,5 +1,9 @@
 #include "examples/filecache/texts.h"
 
+#include <string>
+#include <tuple>
+#include <vector>
+
 #include <gmock/gmock.h>
 
 namespace
@@ -8,13 +12,7 @@ using testing::Eq;
 
 TEST(HostTexts, ValuesAreFilledInOnePass)
 {
-    struct Row
-    {
-        const char* text;
-        std::vector<std::string> values;
-        const char* expected;
-    };
-    const Row kRows[] = {
+    const std::tuple<const char*, std::vector<std::string>, const char*> kRows[] = {
         {"^1 and ^2", {"one", "two"}, "one and two"},
         {"^2 before ^1", {"one", "two"}, "two before one"},
         {"^1^1", {"x"}, "xx"},
@@ -24,23 +22,16 @@ TEST(HostTexts, ValuesAreFilledInOnePass)
         {"", {"one"}, ""},
         {"^9", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "9"},
     };
-    for (const Row& row : kRows)
+    for (const auto& [text, values, expected] : kRows)
     {
-        SCOPED_TRACE(row.text);
-        EXPECT_THAT(Fill(row.text, row.values), Eq(row.expected));
+        SCOPED_TRACE(text);
+        EXPECT_THAT(Fill(text, values), Eq(expected));
     }
 }
 
 TEST(HostTexts, WidthsAndCutsFollowTheColumnsOfATerminal)
 {
-    struct Row
-    {
-        const char* text;
-        size_t width;
-        size_t columns;
-        const char* cut;
-    };
-    const Row kRows[] = {
+    const std::tuple<const char*, size_t, size_t, const char*> kRows[] = {
         {"", 0, 5, ""},
         {"files", 5, 5, "files"},
         {"files", 5, 4, "file"},
@@ -55,11 +46,11 @@ TEST(HostTexts, WidthsAndCutsFollowTheColumnsOfATerminal)
         {"a𠮷", 3, 2, "a"},
         {"한글", 4, 3, "한"},
     };
-    for (const Row& row : kRows)
+    for (const auto& [text, width, columns, cut] : kRows)
     {
-        SCOPED_TRACE(row.text);
-        EXPECT_THAT(DisplayWidth(row.text), Eq(row.width));
-        EXPECT_THAT(CutToWidth(row.text, row.columns), Eq(row.cut));
+        SCOPED_TRACE(text);
+        EXPECT_THAT(DisplayWidth(text), Eq(width));
+        EXPECT_THAT(CutToWidth(text, columns), Eq(cut));
     }
 }
 } // namespace

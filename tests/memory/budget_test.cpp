@@ -84,27 +84,21 @@ TEST_F(Budget, LimitsAreNormalised)
 
 TEST_F(Budget, OverridesHoldWhereTheyAreLower)
 {
-    struct Row
-    {
-        Pair base;
-        Pair override;
-        Pair effective;
-    };
     const Pair base = {200, 400};
     const Pair machine = {7 * 8192 / 10, 8192};
-    const Row rows[] = {
+    const std::tuple<Pair, Pair, Pair> rows[] = {
         {base, {0, 0}, {200, 400}},     {base, {100, 300}, {100, 300}},
         {base, {100, 0}, {100, 400}},   {base, {0, 300}, {200, 300}},
         {base, {201, 401}, {200, 400}}, {base, {300, 300}, {200, 300}},
         {{0, 0}, {100, 300}, machine}, // there is nothing to be lower than
     };
-    for (const Row& row : rows)
+    for (const auto& [set, lower, effective] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.override.prepurge << " " << row.override.maximum);
-        MEM_SetMemUsageLimits(row.base.prepurge * kMiB, row.base.maximum * kMiB);
-        MEM_SetMemUsageLimitsOverride(row.override.prepurge * kMiB, row.override.maximum * kMiB);
-        EXPECT_EQ(Limits().prepurge / kMiB, row.effective.prepurge);
-        EXPECT_EQ(Limits().maximum, row.effective.maximum * kMiB);
+        SCOPED_TRACE(testing::Message() << lower.prepurge << " " << lower.maximum);
+        MEM_SetMemUsageLimits(set.prepurge * kMiB, set.maximum * kMiB);
+        MEM_SetMemUsageLimitsOverride(lower.prepurge * kMiB, lower.maximum * kMiB);
+        EXPECT_EQ(Limits().prepurge / kMiB, effective.prepurge);
+        EXPECT_EQ(Limits().maximum, effective.maximum * kMiB);
     }
     EXPECT_EQ(U_GetMemUsageLimits(nullptr, nullptr), 3);
 }
@@ -176,14 +170,8 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
 {
     const U_u64 used = InUse();
     const U_u64 fudge = 262144000;
-    struct Row
-    {
-        bool pays;
-        U_u64 available;
-        U_u64 prepurge;
-    };
     const U_u64 asked = used + 1000 * kMiB;
-    const Row rows[] = {
+    const std::tuple<bool, U_u64, U_u64> rows[] = {
         {false, fudge, asked},
         {true, fudge + 1000 * kMiB, asked},
         {true, fudge + 100 * kMiB, used + 100 * kMiB},
@@ -191,26 +179,26 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
         {true, fudge - used, 1}, // 0 would be read as never set
         {true, 1, 1},
     };
-    for (const Row& row : rows)
+    for (const auto& [pays, available, prepurge] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.pays << " " << row.available);
-        U_SetPayAttentionToLowMemory(row.pays);
-        platform::SetPhysicalMemory(kPhysicalMemory, row.available);
+        SCOPED_TRACE(testing::Message() << pays << " " << available);
+        U_SetPayAttentionToLowMemory(pays);
+        platform::SetPhysicalMemory(kPhysicalMemory, available);
         U_SetMemUsageLimits(asked, asked + 500 * kMiB);
-        EXPECT_EQ(Limits().prepurge, row.prepurge);
+        EXPECT_EQ(Limits().prepurge, prepurge);
         U_SetMemUsageLimitsOverride(asked, asked + 500 * kMiB);
         Pair stored = {};
         MEM_GetMemUsageLimitsOverride(&stored.prepurge, &stored.maximum);
-        EXPECT_EQ(stored.prepurge, row.prepurge);
+        EXPECT_EQ(stored.prepurge, prepurge);
         MEM_SetMemUsageLimitsOverride(0, 0);
 
         MEM_SetMemUsageLimits(asked, asked + 500 * kMiB);
         EXPECT_EQ(Stat(U_MemStat_InUse), used);
         EXPECT_EQ(Limits().prepurge, asked) << "just asking changes nothing";
         EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
-        EXPECT_EQ(Limits().prepurge, row.prepurge);
+        EXPECT_EQ(Limits().prepurge, prepurge);
         platform::SetPhysicalMemory(kPhysicalMemory, kAvailableMemory);
-        EXPECT_EQ(Limits().prepurge, row.prepurge) << "it stays lowered";
+        EXPECT_EQ(Limits().prepurge, prepurge) << "it stays lowered";
     }
 
     // What was never set has no limit to be lowered, and refuses nothing.

@@ -14,6 +14,7 @@
 #include "U_Budget.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/PurgeHost.h"
 
 namespace
 {
@@ -196,19 +197,15 @@ TEST_F(Handles, DuplicatesThatCantBeMadeAreToldWhere)
 
 TEST_F(Handles, ADuplicateHasWhatAPurgeForItHasLeft)
 {
-    static bool sFrees;
     for (const bool frees : {false, true})
     {
-        sFrees = frees;
         void** handle = U_AllocateHandleQuiet(5000);
         std::memset(*handle, 0xEE, 5000);
-        U_SetPurgeRequestCallback(
-            [](void* refcon, U_u64, U_u64, bool*) {
-                platform::SetHeapFailure({});
-                void** source = static_cast<void**>(refcon);
-                return sFrees ? U_FreeHandle(source) : U_ResizeHandle(0, 5, nullptr, &source);
-            },
-            handle);
+        const ScPurgeHost host([&](bool*) {
+            platform::SetHeapFailure({});
+            void** source = handle;
+            EXPECT_EQ(frees ? U_FreeHandle(source) : U_ResizeHandle(0, 5, nullptr, &source), 0);
+        });
         platform::SetHeapFailure([](unsigned long long) { return true; });
         void** out = nullptr;
         U_u32 size = 0;

@@ -1,12 +1,13 @@
 // The heap itself, on many threads at once.
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <mutex>
 #include <random>
 #include <set>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <tolv/memory.h>
@@ -19,46 +20,26 @@ namespace
 {
 typedef BornLibrary Heap;
 
-struct Block
+// A block that any thread may check, resize and free.
+struct Place
 {
-    void** handle;
-    void* pointer;
-    bool isRecycled;
-    U_u64 size;
-    unsigned char fill;
+    std::mutex lock; // guards the rest
+    void** handle = nullptr;
+    char fill = 0;
 
-    unsigned char* Bytes() const { return static_cast<unsigned char*>(handle ? *handle : pointer); }
-    bool IsHeld() const { return handle || pointer; }
-    void Fill() const { std::memset(Bytes(), fill, size); }
-    bool IsWhole() const
+    std::string Bytes() const
     {
-        for (U_u64 i = 0; i < size; ++i)
-        {
-            if (Bytes()[i] != fill)
-                return false;
-        }
-        return true;
+        U_u32 size = 0;
+        U_GetHandleSize(handle, &size);
+        return std::string(static_cast<char*>(*handle), size);
     }
-    void Free() const
-    {
-        if (isRecycled)
-            U_FreeRecycledPtr(pointer);
-        else
-            U_FreePtr(pointer);
-        U_FreeHandle(handle);
-    }
+    bool IsWhole() const { return !handle || Bytes().find_first_not_of(fill) == std::string::npos; }
 };
 } // namespace
 
 TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
 {
     const U_u64 before = InUse();
-    // Blocks lie here for any thread to check, resize and free.
-    struct Place
-    {
-        std::mutex lock; // guards the block
-        Block block = {};
-    };
     std::vector<Place> places(64);
     std::atomic<int> damaged(0);
     OnThreads(4, [&](int number) {
@@ -66,71 +47,27 @@ TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
         for (int i = 0; i < 5000; ++i)
         {
             Place& place = places[random() % places.size()];
-            std::lock_guard<std::mutex> guard(place.lock);
-            Block& block = place.block;
-            if (block.IsHeld())
-            {
-                damaged += !block.IsWhole();
-                if (block.handle && random() % 2)
-                {
-                    const U_u64 size = random() % 6000;
-                    ASSERT_EQ(U_ResizeHandle(1, size, nullptr, &block.handle), 0);
-                    block.size = std::min(block.size, size);
-                    damaged += !block.IsWhole();
-                    block.size = size;
-                    block.Fill();
-                    continue;
-                }
-                block.Free();
-                block = Block();
-                continue;
-            }
-            block.size = random() % 3000;
-            block.fill = static_cast<unsigned char>(random());
-            block.isRecycled = random() % 3 == 0;
-            if (block.isRecycled)
-                block.pointer = U_AllocateRecycledPtr(1, nullptr, block.size);
+            const std::lock_guard<std::mutex> guard(place.lock);
+            const U_u64 size = random() % 6000;
+            damaged += !place.IsWhole();
+            if (!place.handle)
+                place.handle = U_AllocateHandleQuiet(size);
             else if (random() % 2)
-                block.handle = U_AllocateHandleQuiet(block.size);
+                U_FreeHandle(std::exchange(place.handle, nullptr));
             else
-                block.pointer = U_AllocatePtr(1, "hammered", block.size);
-            if (random() % 16 == 0)
-                U_PurgeRecycledMemory(random() % 10000);
-            ASSERT_TRUE(block.IsHeld());
-            block.Fill();
+                EXPECT_EQ(U_ResizeHandle(1, size, nullptr, &place.handle), 0);
+            place.fill = static_cast<char>(random());
+            if (place.handle)
+                std::memset(*place.handle, place.fill, size);
         }
     });
-    for (Place& place : places)
+    for (const Place& place : places)
     {
-        if (place.block.IsHeld())
-        {
-            damaged += !place.block.IsWhole();
-            place.block.Free();
-        }
+        damaged += !place.IsWhole();
+        U_FreeHandle(place.handle);
     }
     EXPECT_EQ(damaged, 0);
-    U_PurgeRecycledMemory(~0ull);
     EXPECT_EQ(InUse(), before);
-}
-
-TEST_F(Heap, ReportsAgainstItsBaseline)
-{
-    MEM_HeapRef heap = MEM_NewHeap();
-    void* kept = MEM_NewPtrDebug(heap, 100, "kept", nullptr, 0);
-    MEM_SetBaseline(heap);
-    void** more = MEM_NewHandle(heap, 50);
-    mLog.Clear();
-    MEM_Report(heap, 3);
-    MEM_DisposeHandle(heap, more);
-    MEM_Report(heap, 4);
-    EXPECT_EQ(mLog.Texts("MEM_Report"),
-              (std::vector<std::string>{
-                  "3: 2 blocks, 150 bytes; since the baseline +1 blocks, +50 bytes",
-                  "4: 1 blocks, 100 bytes; since the baseline +0 blocks, +0 bytes"}));
-    MEM_DisposePtr(heap, kept);
-    MEM_DumpLeaks(heap);
-    EXPECT_EQ(MEM_NewHeap(), heap) << "an empty one is given out again";
-    MEM_DumpLeaks(heap);
 }
 
 TEST_F(Heap, MasterPointersFreedElsewhereAreUsedAgain)

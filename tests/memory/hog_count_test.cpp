@@ -34,18 +34,6 @@ template <class Body> long NewsOfFreshThread(Body body)
 }
 } // namespace
 
-// What a copy is freed of was counted for the handle that it is a copy of.
-TEST_F(HogCounts, CopiesOfOnesAreFreedAsOnes)
-{
-    void** handle = New(100);
-    void** copy = nullptr;
-    ASSERT_EQ(U_DuplicateHandle(handle, "copy", &copy), 0);
-    EXPECT_EQ(U_FreeHogHandle(copy), 0);
-    EXPECT_EQ(Count(), (Stats{0, 0}));
-    EXPECT_EQ(U_FreeHogHandle(handle), 0);
-    EXPECT_EQ(Count(), (Stats{0xFFFFFFFF, 0xFFFFFFFF - 99})) << "modulo 2^32, each alone";
-}
-
 TEST_F(HogCounts, AnotherHeapsHandleIsReportedAndGoesAllTheSame)
 {
     MEM_HeapRef otherHeap = MEM_NewHeap();
@@ -59,17 +47,6 @@ TEST_F(HogCounts, AnotherHeapsHandleIsReportedAndGoesAllTheSame)
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, handle), 0u);
     U_FreeHandle(own);
     MEM_DumpLeaks(otherHeap);
-}
-
-TEST_F(HogCounts, OutliveTheirThreads)
-{
-    std::vector<void**> made;
-    for (U_u32 size = 0; size < 20; ++size)
-        OnFreshThread([&] { made.push_back(New(size)); });
-    EXPECT_EQ(Count(), (Stats{20, 190}));
-    for (void** handle : made)
-        OnFreshThread([=] { EXPECT_EQ(U_FreeHogHandle(handle), 0); });
-    EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
 TEST_F(HogCounts, AThreadWithoutMemoryForItsShareCountsToo)
@@ -189,28 +166,5 @@ TEST_F(HogCounts, StatisticsNeverFallBelowNothing)
     freer.join();
     if (void** handle = handed)
         U_FreeHogHandle(handle);
-    EXPECT_EQ(Count(), (Stats{0, 0}));
-}
-
-TEST_F(HogCounts, AreRightAcrossThreads)
-{
-    std::vector<void**> kept[8];
-    OnThreads(8, [&](int number) {
-        for (U_u32 round = 0; round < 200; ++round)
-        {
-            U_u32 own = 0;
-            EXPECT_EQ(round % 20 ? 0 : U_RegisterHog("own", &own), 0);
-            void** handle = New(round);
-            EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 3, handle), 0);
-            if (round % 2)
-                EXPECT_EQ(U_FreeHogHandle(handle), 0);
-            else
-                kept[number].push_back(handle);
-        }
-    });
-    EXPECT_EQ(Count(), (Stats{800, 2400}));
-    for (const std::vector<void**>& handles : kept)
-        for (void** handle : handles)
-            U_FreeHogHandle(handle);
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }

@@ -1,14 +1,16 @@
 // Hogs: their handles, and what is refused.
 
 #include <cstring>
+#include <functional>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
 #include <control.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "tests/support/Hogs.h"
+#include "tests/support/PurgeHost.h"
 
 namespace
 {
@@ -122,11 +124,7 @@ TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
     EXPECT_EQ(U_FreeHogHandle(gone), 0);
     char* const inside = reinterpret_cast<char*>(stranger) + 1;
 
-    const struct
-    {
-        const char* mWhere;
-        U_Status (*mCall)(void**);
-    } kCalls[] = {
+    const std::tuple<const char*, U_Status (*)(void**)> kCalls[] = {
         {"( 23 :: 33 )", &U_FreeHogHandle},
         {"( 23 :: 34 )", &LockInVain},
         {"( 23 :: 35 )", &U_UnlockHogHandle},
@@ -136,14 +134,14 @@ TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
     void** const kHandles[] = {nullptr,  &none, &local,
                                stranger, empty, half,
                                almost,   gone,  reinterpret_cast<void**>(inside)};
-    for (const auto& call : kCalls)
+    for (const auto& [where, call] : kCalls)
     {
         for (std::size_t index = 0; index < std::size(kHandles); ++index)
         {
-            SCOPED_TRACE(call.mWhere + (" of handle " + std::to_string(index)));
+            SCOPED_TRACE(where + (" of handle " + std::to_string(index)));
             mLog.Clear();
-            EXPECT_EQ(call.mCall(kHandles[index]), 2);
-            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(call.mWhere)});
+            EXPECT_EQ(call(kHandles[index]), 2);
+            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(where)});
         }
     }
     EXPECT_EQ(Count(), (Stats{0, 0}));
@@ -186,18 +184,9 @@ TEST_F(Hogs, ConvertFromAndToPlainHandles)
     U_FreeHogHandle(hog);
 }
 
-TEST_F(Hogs, WhatCanNotBeHadTakesNoSlotAndChangesNothing)
+TEST_F(Hogs, SizesThatCanNotBeHadChangeNothing)
 {
     void** handle = New(100);
-    for (U_u32 index = 1; index < 10; ++index)
-        U_RegisterHog("fills the table", &mId);
-    platform::SetHeapFailure([](unsigned long long) { return true; });
-    EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
-    platform::SetHeapFailure({});
-    EXPECT_EQ(mId, 9 ^ kFirstId);
-    EXPECT_EQ(U_RegisterHog("one more", &mId), 0);
-    EXPECT_EQ(mId, 10 ^ kFirstId);
-    mId = kFirstId;
     for (U_u64 size : {U_u64(0x7FFFFFFF), U_u64(0xFFFFFFF0), U_u64(0x100000064), ~U_u64(0)})
     {
         void** out = handle;
@@ -209,7 +198,7 @@ TEST_F(Hogs, WhatCanNotBeHadTakesNoSlotAndChangesNothing)
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, AlertsNameWhatRegisteringFailedFor)
+TEST_F(Hogs, ARegistrationThatFailsTellsOfWhatAndTakesNoSlot)
 {
     const struct
     {
@@ -227,7 +216,10 @@ TEST_F(Hogs, AlertsNameWhatRegisteringFailedFor)
         EXPECT_THAT(mAlerts.Texts(),
                     testing::ElementsAre(testing::AllOf(testing::HasSubstr(row.mWhat),
                                                         testing::HasSubstr("( 23 :: 32 )"))));
+        EXPECT_EQ(mId, 9 ^ kFirstId);
     }
+    EXPECT_EQ(U_RegisterHog("one more", &mId), 0);
+    EXPECT_EQ(mId, 10 ^ kFirstId);
 }
 
 // A purge request that growth makes runs with the table locked for other threads.
@@ -236,15 +228,12 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
     void** handle = New(100000);
     for (U_u32 index = 1; index < 10; ++index)
         U_RegisterHog("fills the table", &mId);
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            U_u32 nested = 0;
-            EXPECT_EQ(U_RegisterHog("nested", &nested), 4) << "there is no room for it either";
-            EXPECT_EQ(U_FreeHogHandle(static_cast<void**>(refcon)), 0);
-            platform::SetHeapFailure({});
-            return 0;
-        },
-        handle);
+    const ScPurgeHost host([&](bool*) {
+        U_u32 nested = 0;
+        EXPECT_EQ(U_RegisterHog("nested", &nested), 4) << "there is no room for it either";
+        EXPECT_EQ(U_FreeHogHandle(handle), 0);
+        platform::SetHeapFailure({});
+    });
     platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
     EXPECT_EQ(U_RegisterHog("eleventh", &mId), 0);
     EXPECT_EQ(mId, 10 ^ kFirstId);
@@ -256,45 +245,36 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
 TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
 {
     void** handle = New(200);
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            platform::SetHeapFailure({});
-            EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, static_cast<void**>(refcon)), 0);
-            return 0;
-        },
-        handle);
-    platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+    void** copy = nullptr;
+    std::function<void()> change;
+    const ScPurgeHost host([&](bool*) {
+        platform::SetHeapFailure({});
+        change();
+    });
+    const auto whenNextAsked = [&](const std::function<void()>& body) {
+        change = body;
+        platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+    };
+    const auto shrink = [&] { EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, handle), 0); };
+    whenNextAsked(shrink);
     EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 20, handle), 0);
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
 
-    void** copy = nullptr;
     U_u32 size = 0;
-    platform::SetHeapFailure([](unsigned long long asked) { return asked > 100; });
+    whenNextAsked(shrink);
     EXPECT_EQ(U_NewHandleFromHogHandle(handle, &copy), 0);
     EXPECT_EQ(U_GetHandleSize(copy, &size), 0);
     EXPECT_EQ(size, 1u << 20) << "of which five bytes are told";
     EXPECT_EQ(Count(), (Stats{1, 5}));
     U_FreeHogHandle(handle);
 
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            platform::SetHeapFailure({});
-            return U_FreeHandle(static_cast<void**>(refcon));
-        },
-        copy);
-    platform::SetHeapFailure([](unsigned long long asked) { return asked > 100; });
+    whenNextAsked([&] { U_FreeHandle(copy); });
     EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &handle), 0) << "of what has gone";
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
 
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            platform::SetHeapFailure({});
-            void* data = nullptr;
-            return U_LockHogHandle(static_cast<void**>(refcon), &data);
-        },
-        handle);
-    platform::SetHeapFailure([](unsigned long long asked) { return asked > 100; });
+    void* data = nullptr;
     void* const place = *handle;
+    whenNextAsked([&] { EXPECT_EQ(U_LockHogHandle(handle, &data), 0); });
     SetLimitsAboveUse(1, 1 << 30); // so that it is asked before anything is tried
     EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 21, handle), 1);
     EXPECT_EQ(*handle, place);
@@ -304,12 +284,7 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
 
 TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
 {
-    const struct
-    {
-        const char* mOpName;
-        U_u32 mFlags;
-        bool mIsTold;
-    } kRows[] = {
+    const std::tuple<const char*, U_u32, bool> kRows[] = {
         {"picture", 0, true},
         {"picture", ~U_u32(U_Hog_Quiet), true},
         {nullptr, 0, false},
@@ -317,24 +292,24 @@ TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
         {"picture", U_Hog_Quiet | U_Hog_Clear, false},
     };
     const char kZeros[600] = {};
-    for (const auto& row : kRows)
+    for (const auto& [opName, flags, isTold] : kRows)
     {
-        SCOPED_TRACE(row.mFlags);
+        SCOPED_TRACE(flags);
         for (const bool isUsed : {false, true}) // the block that was just given back
         {
             void* data = nullptr;
-            void** handle = New(600, row.mFlags);
+            void** handle = New(600, flags);
             ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
             const bool isClear = std::memcmp(data, kZeros, 600) == 0;
-            EXPECT_TRUE(!isUsed || isClear == ((row.mFlags & U_Hog_Clear) != 0));
+            EXPECT_TRUE(!isUsed || isClear == ((flags & U_Hog_Clear) != 0));
             std::memset(data, 0xEE, 600);
             U_FreeHogHandle(handle);
         }
         void** handle = nullptr;
         mAlerts.Clear();
         platform::SetHeapFailure([](unsigned long long size) { return size == 616; });
-        EXPECT_EQ(U_NewHogHandle(mId, kLocation, row.mOpName, 600, row.mFlags, &handle), 4);
+        EXPECT_EQ(U_NewHogHandle(mId, kLocation, opName, 600, flags, &handle), 4);
         platform::SetHeapFailure({});
-        EXPECT_EQ(mAlerts.All().size(), row.mIsTold ? 1u : 0u);
+        EXPECT_EQ(mAlerts.All().size(), isTold ? 1u : 0u);
     }
 }

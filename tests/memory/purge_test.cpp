@@ -1,13 +1,9 @@
 // Making room: the host's callback, the recycled pool, and when it ends.
 
-#include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <functional>
 #include <mutex>
-#include <random>
 #include <vector>
 
 #include <control.h>
@@ -17,36 +13,16 @@
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/OnThreads.h"
+#include "tests/support/PurgeHost.h"
 
 namespace
 {
 const char kStalled[] = "DONE. Purge not freeing anything (but maybe recycled memory), recycled=";
 const char kPoolStalled[] = "DONE. Purge recycled not freeing anything";
 
-struct Request
-{
-    U_u64 block;
-    U_u64 amount;
-};
-
 class Purge : public BornLibrary
 {
 protected:
-    // What the host does when asked; returns the callback's result.
-    typedef std::function<int(const Request&, bool* flag)> Host;
-
-    void InstallHost(const Host& host)
-    {
-        mHost = host;
-        U_SetPurgeRequestCallback(
-            [](void* refcon, U_u64 block, U_u64 amount, bool* flag) {
-                Purge& self = *static_cast<Purge*>(refcon);
-                self.mRequests.push_back({block, amount});
-                return self.mHost(self.mRequests.back(), flag);
-            },
-            this);
-    }
-
     void TearDown() override
     {
         while (FreeOldest())
@@ -89,54 +65,31 @@ protected:
         return done;
     }
 
-    Host mHost;
-    std::vector<Request> mRequests;
     std::deque<void*> mHeld;
 };
 } // namespace
 
-TEST_F(Purge, AHostThatFreesNothingIsAskedOnce)
-{
-    InstallHost([](const Request&, bool*) { return 0; });
-    SetLimitsAboveUse(1000, 100 * kMiB);
-    const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Prepurge()));
-    mLog.Clear();
-    void* block = U_AllocatePtrQuiet(5000);
-    EXPECT_TRUE(block) << "within the maximum limit";
-    ASSERT_EQ(mRequests.size(), 1u);
-    EXPECT_EQ(mRequests[0].block, wanted);
-    EXPECT_EQ(mRequests[0].amount, wanted - 1000);
-    EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK"),
-              (std::vector<std::string>{"Issuing Purge Request\tblock_request:\t" +
-                                            std::to_string(wanted) + "\tamt_to_purge:\t" +
-                                            std::to_string(wanted - 1000),
-                                        std::string(kStalled) + "0"}));
-    U_FreePtr(block);
-}
-
 TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
 {
     Hold(100, kMiB);
-    InstallHost([this](const Request&, bool*) {
-        FreeOldest();
-        return 0;
-    });
+    const ScPurgeHost host([this](bool*) { FreeOldest(); });
+    const auto& requests = host.mRequests;
     SetLimitsAboveUse(0, 100 * kMiB);
     const U_u64 used = InUse();
     mLog.Clear();
     void* block = U_AllocatePtrQuiet(5000);
     ASSERT_TRUE(block);
-    ASSERT_GT(mRequests.size(), 1u);
-    for (std::size_t i = 1; i < mRequests.size(); ++i)
+    ASSERT_GT(requests.size(), 1u);
+    for (std::size_t i = 1; i < requests.size(); ++i)
     {
-        EXPECT_EQ(mRequests[i].block, mRequests[0].block);
-        EXPECT_EQ(mRequests[i].amount, mRequests[i - 1].amount - kMiB);
+        EXPECT_EQ(requests[i].block, requests[0].block);
+        EXPECT_EQ(requests[i].amount, requests[i - 1].amount - kMiB);
     }
-    EXPECT_LE(mRequests.back().amount, kMiB);
+    EXPECT_LE(requests.back().amount, kMiB);
     EXPECT_EQ(Done(), std::vector<std::string>{"DONE. Under threshold with inUse=" +
-                                               std::to_string(used - mRequests.size() * kMiB) +
+                                               std::to_string(used - requests.size() * kMiB) +
                                                ", prepurgelimit=" + std::to_string(used) +
-                                               ", request=" + std::to_string(mRequests[0].block) +
+                                               ", request=" + std::to_string(requests[0].block) +
                                                ", recycled=0"});
     U_FreePtr(block);
 }
@@ -162,45 +115,37 @@ TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
         if (row.pooled)
             U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, row.pooled));
         const U_u64 pool = U_GetRecycledMemorySize();
-        InstallHost([&](const Request&, bool* flag) {
+        const ScPurgeHost host([&](bool* flag) {
             EXPECT_FALSE(*flag);
             *flag = row.flag;
-            return 0;
         });
-        mRequests.clear();
         SetLimitsAboveUse(0, 100 * kMiB);
         mLog.Clear();
         U_FreePtr(U_AllocatePtrQuiet(5000));
-        ASSERT_EQ(mRequests.size(), 1u);
-        EXPECT_EQ(U_GetRecycledMemorySize(), row.shrinks ? pool - mRequests[0].amount : pool);
+        ASSERT_EQ(host.mRequests.size(), 1u);
+        EXPECT_EQ(U_GetRecycledMemorySize(), row.shrinks ? pool - host.mRequests[0].amount : pool);
         ASSERT_EQ(Done().size(), 1u);
         EXPECT_EQ(Done()[0].substr(0, row.done.size()), row.done);
     }
 }
 
-TEST_F(Purge, AnErrorOfTheHostEndsTheRun)
-{
-    Hold(10, kMiB);
-    InstallHost([this](const Request&, bool*) {
-        FreeOldest();
-        return 7;
-    });
-    SetLimitsAboveUse(0, 5000);
-    mLog.Clear();
-    U_FreePtr(U_AllocatePtrQuiet(5000));
-    EXPECT_EQ(mRequests.size(), 1u);
-    EXPECT_TRUE(Done().empty());
-}
-
-TEST_F(Purge, WithoutAHostNothingIsPurged)
+TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndNoHostBeginsNone)
 {
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
     const U_u64 pool = U_GetRecycledMemorySize();
+    Hold(10, kMiB);
     SetLimitsAboveUse(0, 100 * kMiB);
     mLog.Clear();
     U_FreePtr(U_AllocatePtrQuiet(5000));
-    EXPECT_EQ(U_GetRecycledMemorySize(), pool);
     EXPECT_TRUE(mLog.Texts("MAKE_ROOM_FOR_BLOCK").empty());
+    {
+        ScPurgeHost host([this](bool*) { FreeOldest(); });
+        host.mResult = 7;
+        U_FreePtr(U_AllocatePtrQuiet(5000));
+        EXPECT_EQ(host.mRequests.size(), 1u);
+    }
+    EXPECT_TRUE(Done().empty());
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool);
 }
 
 TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
@@ -224,11 +169,9 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
     {
         SCOPED_TRACE(testing::Message() << row.needed << " " << row.frees);
         Hold(20 - static_cast<int>(mHeld.size()), kMiB);
-        mRequests.clear();
-        InstallHost([&](const Request&, bool*) {
+        const ScPurgeHost host([&](bool*) {
             if (row.frees)
                 FreeOldest();
-            return 0;
         });
         SetLimitsAboveUse(10 * kMiB, 100 * kMiB);
         const U_u64 used = InUse();
@@ -238,7 +181,7 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
         EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
         EXPECT_EQ(over, row.over);
         EXPECT_EQ(hit, row.requests > 0);
-        EXPECT_EQ(mRequests.size(), row.requests);
+        EXPECT_EQ(host.mRequests.size(), row.requests);
         std::vector<std::string> told;
         if (hit)
             told.push_back("hit limit with inUse=" + std::to_string(used) +
@@ -284,55 +227,4 @@ TEST_F(Purge, SeveralThreadsAreInTheHostAtOnce)
         &meeting);
     SetLimitsAboveUse(0, 100 * kMiB);
     OnThreads(kThreads, [](int) { U_FreePtr(U_AllocatePtrQuiet(5000)); });
-}
-
-TEST_F(Purge, AStormStaysUnderTheMaximumAndLosesNothing)
-{
-    const int kThreads = 8;
-    const int kBlocks = 400;
-    const U_u64 kBlock = 64 << 10;
-    std::mutex lock;                           // guards the rest
-    std::deque<std::pair<void*, U_u64>> cache; // blocks with their sizes
-    U_u64 held = 0;                            // bytes
-    U_u64 peak = 0;
-    const auto dropOldest = [&] {
-        const std::lock_guard<std::mutex> guard(lock);
-        if (cache.empty())
-            return false;
-        U_FreePtr(cache.front().first);
-        held -= cache.front().second;
-        cache.pop_front();
-        return true;
-    };
-    const U_u64 before = InUse();
-    SetLimitsAboveUse(3 * kMiB, 4 * kMiB);
-    std::function<void()> purge = dropOldest;
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            (*static_cast<std::function<void()>*>(refcon))();
-            return 0;
-        },
-        &purge);
-    std::atomic<int> had(0);
-    OnThreads(kThreads, [&](int number) {
-        std::mt19937 random(static_cast<unsigned>(number));
-        for (int i = 0; i < kBlocks; ++i)
-        {
-            const U_u64 size = kBlock / 2 + random() % (kBlock / 2);
-            void* const block = U_AllocatePtrQuiet(size);
-            if (!block)
-                continue;
-            ++had;
-            const std::lock_guard<std::mutex> guard(lock);
-            cache.push_back({block, size});
-            held += size;
-            peak = std::max(peak, held);
-        }
-    });
-    EXPECT_GT(had, kThreads * kBlocks / 2);
-    EXPECT_LE(peak, 4 * kMiB + kThreads * kBlock) << "more than the blocks in flight";
-    while (dropOldest())
-    {
-    }
-    EXPECT_EQ(InUse(), before);
 }

@@ -2,6 +2,7 @@
 // that says so lets go of for others.
 
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/PurgeHost.h"
 
 namespace
 {
@@ -55,12 +57,7 @@ TEST_F(RecycledBudget, ThePoolIsRoomAndGivesWayByTheExcess)
 
 TEST_F(RecycledBudget, APoolThatTheHostEmptiesLeavesUseToBePurged)
 {
-    U_SetPurgeRequestCallback(
-        [](void*, U_u64, U_u64, bool*) {
-            U_PurgeRecycledMemory(~0ull);
-            return 0;
-        },
-        nullptr);
+    const ScPurgeHost host([](bool*) { U_PurgeRecycledMemory(~0ull); });
     const U_u64 excess = mPool - 100000; // more than half, so that the host is asked
     SetPrepurgeBelowUse(excess);
     const std::string used = std::to_string(InUse() - mPool);
@@ -80,12 +77,7 @@ TEST_F(RecycledBudget, APoolThatTheHostEmptiesLeavesUseToBePurged)
 
 TEST_F(RecycledBudget, ARecycledRunKeepsThePoolWhateverTheHostSays)
 {
-    U_SetPurgeRequestCallback(
-        [](void*, U_u64, U_u64, bool* flag) {
-            *flag = true;
-            return 0;
-        },
-        nullptr);
+    const ScPurgeHost host([](bool* flag) { *flag = true; });
     SetPrepurgeBelowUse(mPool + 1000);
     bool over = false;
     EXPECT_EQ(U_CheckRAMPurgeLimit(&over, 0, nullptr), 0);
@@ -95,27 +87,19 @@ TEST_F(RecycledBudget, ARecycledRunKeepsThePoolWhateverTheHostSays)
 
 TEST_F(RecycledBudget, TheHostsLeaveToShrinkThePoolLastsForTheRun)
 {
-    struct Host
-    {
-        void* held;
-        std::vector<bool> flags; // as each round found them
-    } host = {U_AllocatePtrQuiet(kMiB), {}};
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool* flag) {
-            Host& asked = *static_cast<Host*>(refcon);
-            asked.flags.push_back(*flag);
-            *flag = true;
-            U_FreePtr(asked.held);
-            asked.held = nullptr;
-            return 0;
-        },
-        &host);
+    void* held = U_AllocatePtrQuiet(kMiB);
+    std::vector<bool> flags; // as each round found them
+    const ScPurgeHost host([&](bool* flag) {
+        flags.push_back(*flag);
+        *flag = true;
+        U_FreePtr(std::exchange(held, nullptr));
+    });
     // The host frees 1 MiB of about 2.8; then use stalls and the pool gives
     // its one, which is less than what is left.
     SetPrepurgeBelowUse(0);
     void* block = U_AllocatePtrQuiet(5000);
     EXPECT_TRUE(block);
-    EXPECT_EQ(host.flags, (std::vector<bool>{false, true}));
+    EXPECT_EQ(flags, (std::vector<bool>{false, true}));
     EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
     EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK").back(),
               "DONE. Purge recycled not freeing anything");
@@ -142,13 +126,7 @@ TEST_F(RecycledBudget, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
     for (const auto& [size, recycled, had] : rows)
     {
         SCOPED_TRACE(testing::Message() << size << recycled);
-        U_u64 asked = 0;
-        U_SetPurgeRequestCallback(
-            [](void* refcon, U_u64, U_u64 amount, bool*) {
-                *static_cast<U_u64*>(refcon) = amount;
-                return 0;
-            },
-            &asked);
+        const ScPurgeHost host;
         const U_u64 pool = U_GetRecycledMemorySize();
         const U_u64 use = InUse() - pool;
         MEM_SetMemUsageLimits(use, use + 4000);
@@ -156,7 +134,7 @@ TEST_F(RecycledBudget, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
         void* const plain = recycled ? nullptr : U_AllocatePtrQuiet(size);
         EXPECT_EQ(fromPool || plain, had);
         const double wanted = static_cast<double>(size) + 0.02 * static_cast<double>(use);
-        EXPECT_EQ(asked, static_cast<U_u64>(wanted) + (recycled ? 0 : pool));
+        EXPECT_EQ(host.mRequests.back().amount, static_cast<U_u64>(wanted) + (recycled ? 0 : pool));
         U_FreeRecycledPtr(fromPool);
         U_FreePtr(plain);
     }

@@ -12,6 +12,7 @@
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FreshThread.h"
+#include "tests/support/PurgeHost.h"
 
 namespace
 {
@@ -161,7 +162,7 @@ TEST_F(Retry, ALogThatThrowsChangesNothing)
             EXPECT_EQ(way.ask(mPointer, mHandle), failures < 2) << way.what;
         }
     }
-    U_SetPurgeRequestCallback([](void*, U_u64, U_u64, bool*) { return 0; }, nullptr);
+    const ScPurgeHost host;
     SetLimitsAboveUse(0, 0); // the budget refuses, in more lines
     EXPECT_EQ(U_AllocatePtr(1, "Test block", kSize), nullptr);
     bool over = false;
@@ -185,16 +186,12 @@ TEST_F(Retry, GoesOnForAsLongAsUseFalls)
         std::vector<void*> cache;
         for (int i = 0; i < 3; ++i)
             cache.push_back(U_AllocatePtrQuiet(100000));
-        U_SetPurgeRequestCallback(
-            [](void* refcon, U_u64, U_u64, bool*) {
-                auto& blocks = *static_cast<std::vector<void*>*>(refcon);
-                if (blocks.empty())
-                    return 0;
-                U_FreePtr(blocks.back());
-                blocks.pop_back();
-                return 0;
-            },
-            &cache);
+        const ScPurgeHost host([&](bool*) {
+            if (cache.empty())
+                return;
+            U_FreePtr(cache.back());
+            cache.pop_back();
+        });
         FailNext(failures);
         EXPECT_EQ(Had(U_AllocatePtrQuiet(kSize)), failures < 4);
         EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{outcome});
@@ -205,24 +202,19 @@ TEST_F(Retry, GoesOnForAsLongAsUseFalls)
 
 TEST_F(Retry, AFailedTryPurgesTheBlocksSizeOffTodaysUse)
 {
-    typedef std::vector<std::pair<U_u64, U_u64>> Asked; // request and amount
-    Asked asked;
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64 request, U_u64 amount, bool*) {
-            static_cast<Asked*>(refcon)->push_back({request, amount});
-            return 0;
-        },
-        &asked);
+    ScPurgeHost host;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(1, nullptr, kMiB));
     SetLimitsAboveUse(10 * kMiB, 20 * kMiB);
     for (bool recycled : {false, true})
     {
         SCOPED_TRACE(recycled);
-        asked.clear();
+        host.mRequests.clear();
         U_PurgeLoop(
             kSize, [](void*, bool*) { return 0; }, nullptr, recycled);
         const U_u64 room = 10 * kMiB + (recycled ? U_GetRecycledMemorySize() : 0);
-        EXPECT_EQ(asked, Asked(2, {room + kSize, kSize})) << "once for each try";
+        EXPECT_EQ(host.mRequests.size(), 2u) << "once for each try";
+        EXPECT_EQ(host.mRequests.back().block, room + kSize);
+        EXPECT_EQ(host.mRequests.back().amount, kSize);
     }
 }
 
@@ -333,21 +325,19 @@ TEST_F(Retry, ThePurgeLoopRunsTheHostsProcedure)
     {
         int result;
         bool okay;
-        int expected; // runs
         int runs = 0;
     };
-    for (Host host : {Host{0, true, 1}, Host{0, false, 2}, Host{9, true, 2}, Host{9, false, 2}})
+    const auto procedure = [](void* refcon, bool* okay) {
+        Host& asked = *static_cast<Host*>(refcon);
+        EXPECT_FALSE(*okay);
+        *okay = asked.okay;
+        ++asked.runs;
+        return asked.result;
+    };
+    for (Host host : {Host{0, true}, Host{0, false}, Host{9, true}, Host{9, false}})
     {
-        SCOPED_TRACE(testing::Message() << host.result << host.okay);
-        const auto procedure = [](void* refcon, bool* okay) {
-            Host& asked = *static_cast<Host*>(refcon);
-            EXPECT_FALSE(*okay);
-            *okay = asked.okay;
-            ++asked.runs;
-            return asked.result;
-        };
         EXPECT_EQ(U_PurgeLoop(kSize, procedure, &host, false), host.result);
-        EXPECT_EQ(host.runs, host.expected);
+        EXPECT_EQ(host.runs, !host.result && host.okay ? 1 : 2) << host.result << host.okay;
     }
     EXPECT_EQ(U_PurgeLoop(kSize, nullptr, nullptr, false), 3);
 }

@@ -224,12 +224,6 @@ TEST_F(MemServices, FunctionMayCallInWhenItIsCopiedAndGoes)
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 0u);
 }
 
-TEST_F(MemServices, EmptyManagerMakesMeasurementsThrow)
-{
-    U_InstallExternalMemoryManager(Id(1), boost::function<size_t()>());
-    EXPECT_THROW(U_GetSizeOfExternalMemoryManagers(), boost::bad_function_call);
-}
-
 TEST_F(MemServices, SystemFiguresFollowWhatTheProcessTouches)
 {
     U_MemoryStats before = {};
@@ -284,6 +278,6 @@ TEST_F(MemServices, ReportComparesTheHeapWithTheBaseline)
     U_MEM_Report(17);
     U_FreePtr(block);
     EXPECT_THAT(mLog.Texts("MEM_Report"),
-                ElementsAre(AllOf(testing::StartsWith("17: "),
-                                  HasSubstr("since the baseline +1 blocks, +1000 bytes"))));
+                ElementsAre(testing::MatchesRegex("17: [0-9]+ blocks, [0-9]+ bytes; since the "
+                                                  "baseline \\+1 blocks, \\+1000 bytes")));
 }

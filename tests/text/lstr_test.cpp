@@ -2,10 +2,11 @@
 
 #include "U_LStr.h"
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <deque>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/NoMemory.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {
@@ -62,8 +64,8 @@ class LStr : public BornLibrary
 protected:
     void Translate(const std::u16string& hello)
     {
-        mImages.push_back(std::make_unique<DictionaryImage>(BinaryImage({{"/hello", hello}})));
-        DictionaryImage& image = *mImages.back();
+        mImages.push_back(BinaryImage({{"/hello", hello}}));
+        DictionaryImage& image = mImages.back();
         ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
     }
 
@@ -74,7 +76,7 @@ protected:
     }
 
 private:
-    std::vector<std::unique_ptr<DictionaryImage>> mImages;
+    std::deque<DictionaryImage> mImages;
 };
 
 typedef LStr LStrDeathTest;
@@ -346,20 +348,18 @@ TEST_F(LStr, ThreadsThatRaceGetTheSameText)
     ModuleTable table(rows);
     Translate(u"Guten Tag");
 
-    std::vector<std::vector<const char*>> texts(4); // by thread; of each row both
-    std::vector<std::thread> threads;
-    for (auto& own : texts)
-    {
-        threads.emplace_back([&] {
-            for (int i = 0; i < kRows; ++i)
-            {
-                own.push_back(LookUp(table, i, true));
-                own.push_back(LookUp(table, i));
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    std::vector<const char*> texts[4]; // by thread; of each row both
+    std::atomic<int> arrived(0);
+    OnThreads(4, [&](int number) {
+        for (int i = 0; i < kRows; ++i)
+        {
+            ++arrived;
+            while (arrived < 4 * (i + 1)) // all meet at each row
+                std::this_thread::yield();
+            texts[number].push_back(LookUp(table, i, true));
+            texts[number].push_back(LookUp(table, i));
+        }
+    });
 
     for (size_t i = 0; i < texts[0].size(); ++i)
     {

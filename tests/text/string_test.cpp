@@ -37,11 +37,9 @@ TEST(String, CopiesAreCutAtCharacters)
         {1252, "abc", 4, "abc"},
         {1252, "abc", 1, ""},
         {1252, "abc", 0, nullptr},
-        {1252, "", 1, ""},
         {1252, "a\x83\x5C", 3, "a\x83"},
         {932, "a\x83\x5C", 4, "a\x83\x5C"},
         {932, "a\x83\x5C", 3, "a"},
-        {932, "\x83\x5C", 2, ""},
         {65001, "a\xF0\x9F\x98\x80z", 5, "a"},
     };
     for (const auto& [codePage, src, size, out] : rows)
@@ -67,8 +65,6 @@ TEST(String, CopiesMayOverlap)
     char text[] = "0123456789";
     U_CopyString(text, 8, text + 2);
     EXPECT_STREQ(text, "010123456");
-    U_CopyString(text + 2, sizeof(text), text);
-    EXPECT_STREQ(text, "0123456");
     U_u16 units[] = {'a', 'b', 'c', 'd', 0};
     U_CopyStringW(units, 4, units + 1);
     EXPECT_EQ(U_UTF16String(units), Units(u"aabc"));
@@ -164,7 +160,6 @@ TEST(String, TextsAndBytesAreFoundOnlyWhereCharactersStart)
             {65001, "\xC3\xA9\xA9", "\xA9", 2, 2},
             {1252, "", "a", -1, -1},
             {1252, "aaaa", "aa", 0, 2},
-            {1252, "abc", "abcd", -1, -1},
             {1252, "abc", "", 0, 3},
             {932, "\x83\\n\x83\\n", "\\n", -1, -1},
             {932, "\x83\\\x83\\", "\x83\\", 0, 2},
@@ -200,13 +195,11 @@ TEST(String, SearchingIsLinearInRunsOfLeadBytes)
 TEST(String, ComparesByUnitsAndWithoutCaseByBytes)
 {
     const std::tuple<unsigned int, const char*, const char*, int, int> rows[] = {
-        {1252, "", "", 0, 0},
         {1252, "", "a", -1, -1},
         {1252, "a", "", 1, 1},
         {1252, "a", "c", -2, -1}, // the difference
         {1252, "9x", "2", 7, 1},
-        {1252, "a", "B", 1, -1}, // different classes: by units
-        {1252, "1", "a", -1, -1},
+        {1252, "a", "B", 1, -1},    // different classes: by units
         {1252, "ab", "az", -1, -1}, // the first bytes are equal
         {1252, "abc", "ab", 1, 1},
         {1252, "aBc", "AbC", 1, 0},
@@ -236,7 +229,6 @@ TEST(String, CleaningSpellsOrReplaces)
         {1252, "\xE9", 0, 9, "\xE9", false},
         {1252, "ab\251d", '?', 5, "ab(C", true}, // cut at the limit
         {1252, "ab\xA9", '?', 3, "ab", false},   // not reached
-        {1252, "abc", '?', 3, "ab", false},
         {1252, "\xA9", '?', 0, nullptr, false},
         {932, "a\x83\x5C\xB1z", '?', 9, "a??z", true},
         {932, "a\x83\x99z", 0, 9, "a\x83TMz", true}, // each byte alone

@@ -9,8 +9,7 @@ import signal
 import subprocess
 import unittest
 
-from images import flat
-from program import ENTRIES, IMAGE, TEXT, ZDICT, Case
+from program import IMAGE, TEXT, Case
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -73,12 +72,6 @@ class Files(Case):
                 self.assertEqual(result.out, b"")
         result = self.run_tool("merge", "-", "-", stdin=IMAGE[False], status=2)
         self.assertIn("standard input: can't be read twice", result.err)
-
-    def test_pipes(self):
-        pipe = f"'{ZDICT}' dump - | '{ZDICT}' compile - | '{ZDICT}' merge -- - | cat"
-        done = subprocess.run(["sh", "-c", pipe], input=flat(sorted(ENTRIES)), capture_output=True,
-                              timeout=60, check=True)
-        self.assertEqual(done.stdout, flat(sorted(ENTRIES)))
 
     def test_names_do_not_steer_the_terminal(self):
         result = self.run_tool("check", "\x1b[31m", status=2)

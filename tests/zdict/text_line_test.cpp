@@ -29,34 +29,23 @@ void ForEachString(const String& alphabet, std::size_t longest, const Visitor& v
     }
 }
 
-// All texts in one file, each under its number.
-void ExpectBroughtBack(const std::vector<std::u16string>& texts)
-{
-    std::u16string file;
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        file += LineOf(std::to_string(i), texts[i]);
-    hollin::Dictionary dictionary;
-    Load(dictionary, TextImage(file));
-    EXPECT_TRUE(dictionary.IsGood());
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        ASSERT_EQ(TextOf(dictionary, std::to_string(i)), texts[i]) << "line " << i + 1;
-}
 } // namespace
 
-TEST(TextLine, BringsEveryCharacterBack)
+TEST(TextLine, BringsEveryCharacterAndEveryMixOfNotationsBack)
 {
     std::vector<std::u16string> texts;
     for (unsigned int unit = 0; unit <= 0xFFFF; ++unit)
         texts.emplace_back(1, static_cast<char16_t>(unit));
-    ExpectBroughtBack(texts);
-}
-
-TEST(TextLine, BringsEveryMixOfNotationsBack)
-{
-    std::vector<std::u16string> texts;
     ForEachString(std::u16string(u"\\\"^#{}41nC\n\xD83D\xDE00"), 4,
                   [&](const std::u16string& text) { texts.push_back(text); });
-    ExpectBroughtBack(texts);
+
+    // All in one file, each under its number.
+    std::u16string file;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        file += LineOf(std::to_string(i), texts[i]);
+    const Loaded dictionary(TextImage(file));
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        ASSERT_EQ(TextOf(dictionary, std::to_string(i)), texts[i]) << "line " << i + 1;
 }
 
 TEST(TextLine, KeysWithoutAProblemAreBroughtBack)
@@ -66,10 +55,8 @@ TEST(TextLine, KeysWithoutAProblemAreBroughtBack)
         if (KeyProblem(key))
             return;
         ++carried;
-        hollin::Dictionary dictionary;
-        Load(dictionary, TextImage(LineOf(key, u"text")));
-        EXPECT_TRUE(dictionary.IsGood());
-        EXPECT_EQ(TextsOf(dictionary), (std::map<std::string, std::u16string>{{key, u"text"}}));
+        Loaded dictionary(TextImage(LineOf(key, u"text")));
+        EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{key, u"text"}}));
     });
     EXPECT_GT(carried, 7u + 7 * 7 + 7 * 7 * 7); // those of harmless characters, and more
 }

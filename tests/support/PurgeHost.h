@@ -1,0 +1,46 @@
+// A host that is asked to purge.
+
+#ifndef TESTS_SUPPORT_PURGEHOST_H
+#define TESTS_SUPPORT_PURGEHOST_H
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "U_Budget.h"
+
+// Takes the purge requests of one thread until the scope ends.
+class ScPurgeHost
+{
+public:
+    typedef std::function<void(bool* flag)> Answer;
+
+    explicit ScPurgeHost(Answer answer = [](bool*) {}) : mAnswer(std::move(answer))
+    {
+        U_SetPurgeRequestCallback(&Ask, this);
+    }
+    ~ScPurgeHost() { U_SetPurgeRequestCallback(nullptr, nullptr); }
+    ScPurgeHost(const ScPurgeHost&) = delete;
+    ScPurgeHost& operator=(const ScPurgeHost&) = delete;
+
+    struct Request
+    {
+        U_u64 block;
+        U_u64 amount;
+    };
+    std::vector<Request> mRequests;
+    int mResult = 0; // of the callback
+
+private:
+    static int Ask(void* refcon, U_u64 block, U_u64 amount, bool* flag)
+    {
+        ScPurgeHost& self = *static_cast<ScPurgeHost*>(refcon);
+        self.mRequests.push_back({block, amount});
+        self.mAnswer(flag);
+        return self.mResult;
+    }
+
+    const Answer mAnswer;
+};
+
+#endif
