@@ -330,6 +330,8 @@ TEST_F(Contexts, ChangesOfTheSlotAreTraced)
                 ElementsAre(start + "<6> sThreadContext unset " +
                                 std::to_string(context->GetContextID()) + " from Deactivate\r\n",
                             start + "<1> Damnit\r\n"));
+    platform::SetTraceSink([](const char*) { throw "odd"; });
+    EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 0) << "a lost line is no loss";
     platform::SetTrace(nullptr, 0);
     CodeThrown([] { U_Context::GetCurrent(); });
     EXPECT_THAT(Traces(), IsEmpty());

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -208,20 +209,19 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
 
 TEST(JSON, NestingHasALimit)
 {
-    const std::u16string_view openings[] = {u"[", u"{\"a\":", u"{", u"{\"a\":["};
-    const std::size_t levels[] = {1, 1, 1, 2};
-    for (std::size_t i = 0; i < 4; ++i)
+    const std::pair<std::u16string_view, std::size_t> rows[] = {
+        {u"[", 1}, {u"{\"a\":", 1}, {u"{", 1}, {u"{\"a\":[", 2}};
+    for (const auto& [opening, levels] : rows)
     {
-        SCOPED_TRACE(i);
         U_AnyTree tree;
         U_AnyTreeWrapper wrapper(tree);
-        wrapper.SetFrom_JSON(Repeated(openings[i], U_MostJSONDepth / levels[i]));
+        wrapper.SetFrom_JSON(Repeated(opening, U_MostJSONDepth / levels));
         EXPECT_EQ(tree.size(), 1u);
         U_AnyTree tooDeep;
-        EXPECT_THROW(U_AnyTreeWrapper(tooDeep).SetFrom_JSON(
-                         Repeated(openings[i], U_MostJSONDepth / levels[i] + 1)),
-                     boost::property_tree::ptree_error);
-        EXPECT_THROW(U_AnyTreeWrapper(tooDeep).SetFrom_JSON(Repeated(openings[i], 100000)),
+        EXPECT_THROW(
+            U_AnyTreeWrapper(tooDeep).SetFrom_JSON(Repeated(opening, U_MostJSONDepth / levels + 1)),
+            boost::property_tree::ptree_error);
+        EXPECT_THROW(U_AnyTreeWrapper(tooDeep).SetFrom_JSON(Repeated(opening, 100000)),
                      boost::property_tree::ptree_error);
         EXPECT_TRUE(tooDeep.empty());
     }

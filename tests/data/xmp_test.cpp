@@ -56,17 +56,6 @@ TEST_F(XMP, EachReferenceIsGivenBack)
     EXPECT_EQ(packet, "");
 }
 
-TEST_F(XMP, AssignmentLetsTheOldObjectGo)
-{
-    __XMPMeta__* const other = zelboxmp::NewMetadata();
-    U_XMPMetaRef holder(other);
-    zelboxmp::Ordinal6(other); // the holder's is the last one
-    EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 2);
-    holder = U_XMPMetaRef(mMetadata);
-    EXPECT_EQ(References(), 2u);
-    EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 1);
-}
-
 TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
 {
     const std::string title = "Tom & \"Jerry\" <1>\t\r\n caf\xC3\xA9 \xF0\x9F\x98\x80";

@@ -85,8 +85,7 @@ TEST_F(TextFaults, Buffers)
              U_StringToUpper(text);
              return RightIf(std::strcmp(text, "A LOWER-CASE TEXT OF MORE THAN FIFTEEN") == 0);
          }},
-        {"U_strcmp", kBadAlloc,
-         [] { return RightIf(U_strcmp(kNarrow, kResolved) > 0); }},
+        {"U_strcmp", kBadAlloc, [] { return RightIf(U_strcmp(kNarrow, kResolved) > 0); }},
         {"U_ZStringToMBRaw", kCode4,
          [] {
              return InBuffer(kResolved,

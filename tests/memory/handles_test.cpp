@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -107,30 +108,30 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
     U_FreeHandle(freed);
     void* word = nullptr;
     void** onStack = &word;
-    struct Row
-    {
-        const char* what;
-        void** handle;
-        U_u32 size; // of what is copied
+    // What it is, and the size of what is copied.
+    const std::tuple<const char*, void**, U_u32> rows[] = {
+        {"another heap's", ofOther, 10},
+        {"the toolbox's", ofToolbox, 0},
+        {"freed", freed, 0},
+        {"no handle at all", onStack, 0},
+        {"no address", reinterpret_cast<void**>(~std::uintptr_t(7)), 0},
     };
-    for (const Row& row : {Row{"another heap's", ofOther, 10}, Row{"the toolbox's", ofToolbox, 0},
-                           Row{"freed", freed, 0}, Row{"no handle at all", onStack, 0},
-                           Row{"no address", reinterpret_cast<void**>(~std::uintptr_t(7)), 0}})
+    for (const auto& [what, foreign, copied] : rows)
     {
-        SCOPED_TRACE(row.what);
-        EXPECT_NE(U_CheckHandleFromHeap(row.handle), 0);
-        void** handle = row.handle;
+        SCOPED_TRACE(what);
+        EXPECT_NE(U_CheckHandleFromHeap(foreign), 0);
+        void** handle = foreign;
         EXPECT_EQ(U_ResizeHandle(1, 5, "foreign", &handle), 4);
-        EXPECT_EQ(handle, row.handle);
+        EXPECT_EQ(handle, foreign);
 
         U_u32 size = 77;
         void** copy = nullptr;
-        EXPECT_EQ(U_DuplicateHandle(row.handle, "copy", &copy), 0);
+        EXPECT_EQ(U_DuplicateHandle(foreign, "copy", &copy), 0);
         EXPECT_EQ(U_GetHandleSize(copy, &size), 0);
-        EXPECT_EQ(size, row.size);
+        EXPECT_EQ(size, copied);
         U_FreeHandle(copy);
-        EXPECT_EQ(U_DuplicateHandleToPlatform(row.handle, "copy", &copy), 0);
-        EXPECT_EQ(GetHandleSize(copy), static_cast<int>(row.size));
+        EXPECT_EQ(U_DuplicateHandleToPlatform(foreign, "copy", &copy), 0);
+        EXPECT_EQ(GetHandleSize(copy), static_cast<int>(copied));
         DisposeHandle(copy);
     }
     EXPECT_EQ(U_FreeHandle(ofToolbox), 0);

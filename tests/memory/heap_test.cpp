@@ -105,4 +105,7 @@ TEST_F(Heap, NamesAreKeptCutAtACharacter)
                                         "left in the heap: 2 blocks, 11 bytes"}));
     MEM_DisposePtr(heap, leak);
     MEM_DisposeHandle(heap, unnamed);
+    MEM_DumpLeaks(heap);
+    EXPECT_EQ(MEM_NewHeap(), heap) << "an empty one is given out again";
+    MEM_DumpLeaks(heap);
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <tuple>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -88,22 +89,12 @@ TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
     void** out = U_AllocateHandleQuiet(1);
     void** const untouched = out;
     Stats stats;
-    const struct
-    {
-        const char* mWhere;
-        U_Status mResult;
-    } kRows[] = {
-        {"( 18 :: 52 )", U_NewHogHandle(0, kLocation, "new", 10, 0, &out)},
-        {"( 18 :: 52 )", U_NewHogHandle(1 ^ kFirstId, kLocation, "new", 10, 0, &out)},
-        {"( 23 :: 39 )", U_GetHogStats(1, &stats.mHandles, &stats.mBytes)},
-    };
-    const Texts lines = mLog.Texts("U_Sev_PROBLEM");
-    ASSERT_EQ(lines.size(), std::size(kRows));
-    for (std::size_t row = 0; row < std::size(kRows); ++row)
-    {
-        EXPECT_EQ(kRows[row].mResult, 2) << row;
-        EXPECT_EQ(lines[row], kBadHog + std::string(kRows[row].mWhere)) << row;
-    }
+    EXPECT_EQ(U_NewHogHandle(0, kLocation, "new", 10, 0, &out), 2);
+    EXPECT_EQ(U_NewHogHandle(1 ^ kFirstId, kLocation, "new", 10, 0, &out), 2);
+    EXPECT_EQ(U_GetHogStats(1, &stats.mHandles, &stats.mBytes), 2);
+    const std::string bad = kBadHog;
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
+              (Texts{bad + "( 18 :: 52 )", bad + "( 18 :: 52 )", bad + "( 23 :: 39 )"}));
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(stats, Stats()) << "nothing is stored";
     U_FreeHandle(untouched);
@@ -200,21 +191,19 @@ TEST_F(Hogs, SizesThatCanNotBeHadChangeNothing)
 
 TEST_F(Hogs, ARegistrationThatFailsTellsOfWhatAndTakesNoSlot)
 {
-    const struct
-    {
-        const char* mWhat;
-        unsigned long long mMost; // bytes of a block that can be had
-    } kRows[] = {{"tracked memory name", 0}, {"tracked memory global table", 100}};
+    // And the bytes of a block that can be had.
+    const std::pair<const char*, unsigned long long> kRows[] = {
+        {"tracked memory name", 0}, {"tracked memory global table", 100}};
     for (U_u32 index = 1; index < 10; ++index)
         U_RegisterHog("fills the table", &mId);
-    for (const auto& row : kRows)
+    for (const auto& [what, had] : kRows)
     {
         mAlerts.Clear();
-        platform::SetHeapFailure([&](unsigned long long size) { return size > row.mMost; });
+        platform::SetHeapFailure([most = had](unsigned long long size) { return size > most; });
         EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
         platform::SetHeapFailure({});
         EXPECT_THAT(mAlerts.Texts(),
-                    testing::ElementsAre(testing::AllOf(testing::HasSubstr(row.mWhat),
+                    testing::ElementsAre(testing::AllOf(testing::HasSubstr(what),
                                                         testing::HasSubstr("( 23 :: 32 )"))));
         EXPECT_EQ(mId, 9 ^ kFirstId);
     }

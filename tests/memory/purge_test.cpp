@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <tuple>
 #include <vector>
 
 #include <control.h>
@@ -96,36 +97,31 @@ TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
 
 TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
 {
-    struct Row
-    {
-        bool flag;
-        U_u64 pooled; // beside about 2.8 MiB of request
-        bool shrinks;
-        std::string done;
-    };
-    const Row rows[] = {
+    // The host's flag, what is pooled beside about 2.8 MiB of request, whether the pool
+    // shrinks, and what is told.
+    const std::tuple<bool, U_u64, bool, std::string> rows[] = {
         {false, 4 * kMiB, false, std::string(kStalled) + "0"},
         {true, 0, false, kPoolStalled},
         {true, 4 * kMiB, true, "DONE. Under threshold"},
     };
-    for (const Row& row : rows)
+    for (const auto& [flagged, pooled, shrinks, told] : rows)
     {
-        SCOPED_TRACE(row.done);
+        SCOPED_TRACE(told);
         U_PurgeRecycledMemory(~0ull);
-        if (row.pooled)
-            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, row.pooled));
+        if (pooled)
+            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, pooled));
         const U_u64 pool = U_GetRecycledMemorySize();
-        const ScPurgeHost host([&](bool* flag) {
+        const ScPurgeHost host([answer = flagged](bool* flag) {
             EXPECT_FALSE(*flag);
-            *flag = row.flag;
+            *flag = answer;
         });
         SetLimitsAboveUse(0, 100 * kMiB);
         mLog.Clear();
         U_FreePtr(U_AllocatePtrQuiet(5000));
         ASSERT_EQ(host.mRequests.size(), 1u);
-        EXPECT_EQ(U_GetRecycledMemorySize(), row.shrinks ? pool - host.mRequests[0].amount : pool);
+        EXPECT_EQ(U_GetRecycledMemorySize(), shrinks ? pool - host.mRequests[0].amount : pool);
         ASSERT_EQ(Done().size(), 1u);
-        EXPECT_EQ(Done()[0].substr(0, row.done.size()), row.done);
+        EXPECT_EQ(Done()[0].substr(0, told.size()), told);
     }
 }
 
@@ -151,41 +147,36 @@ TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndNoHostBeginsNone)
 TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
 {
     // Use stands 10 MiB under the limit, and the host holds 20 MiB.
-    struct Row
-    {
-        U_u64 needed;
-        bool frees; // a MiB each time the host is asked
-        bool over;
-        std::size_t requests;
-    };
-    const Row rows[] = {
+    // What is needed, whether the host frees a MiB each time that it is asked, the answer,
+    // and the requests.
+    const std::tuple<U_u64, bool, bool, std::size_t> rows[] = {
         {10 * kMiB, false, false, 0},    // exactly at the limit
         {10 * kMiB + 1, false, true, 3}, // three runs, each asks once
         {13 * kMiB, true, false, 4},     // the last byte beside takes a round more
         {40 * kMiB, true, true, 23},     // the first run asks until nothing is left
         {~U_u64(0), false, true, 3},     // no sum wraps
     };
-    for (const Row& row : rows)
+    for (const auto& [needed, hostFrees, isOver, requests] : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.needed << " " << row.frees);
+        SCOPED_TRACE(testing::Message() << needed << " " << hostFrees);
         Hold(20 - static_cast<int>(mHeld.size()), kMiB);
-        const ScPurgeHost host([&](bool*) {
-            if (row.frees)
+        const ScPurgeHost host([this, frees = hostFrees](bool*) {
+            if (frees)
                 FreeOldest();
         });
         SetLimitsAboveUse(10 * kMiB, 100 * kMiB);
         const U_u64 used = InUse();
         mLog.Clear();
-        bool over = !row.over;
+        bool over = !isOver;
         bool hit = false;
-        EXPECT_EQ(U_CheckRAMPurgeLimit(&over, row.needed, &hit), 0);
-        EXPECT_EQ(over, row.over);
-        EXPECT_EQ(hit, row.requests > 0);
-        EXPECT_EQ(host.mRequests.size(), row.requests);
+        EXPECT_EQ(U_CheckRAMPurgeLimit(&over, needed, &hit), 0);
+        EXPECT_EQ(over, isOver);
+        EXPECT_EQ(hit, requests > 0);
+        EXPECT_EQ(host.mRequests.size(), requests);
         std::vector<std::string> told;
         if (hit)
             told.push_back("hit limit with inUse=" + std::to_string(used) +
-                           ", needed=" + std::to_string(static_cast<U_i64>(row.needed)) +
+                           ", needed=" + std::to_string(static_cast<U_i64>(needed)) +
                            ", purgeLimit=" + std::to_string(Prepurge()));
         EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), told);
     }

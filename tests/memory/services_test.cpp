@@ -107,30 +107,26 @@ TEST_F(MemServices, TrackedObjectsCountAsUseUntilTheyGo)
 
 TEST_F(MemServices, RefusedObjectIsReportedByNameAndThrows)
 {
-    const struct
-    {
-        void (*allocate)();
-        const char* name; // null: the user hears nothing
-        const char* place = "";
-    } rows[] = {
-        {[] { delete new Tracked; }, "U_MemTrackedObject"},
-        {[] { delete[] new Tracked[2]; }, "U_MemTrackedObject"},
-        {[] { U_MemTrackedObject::TrackedNew(10, true); }, "U_MemTrackedObject"},
+    // Without a name the user hears nothing.
+    const std::tuple<void (*)(), const char*, const char*> rows[] = {
+        {[] { delete new Tracked; }, "U_MemTrackedObject", ""},
+        {[] { delete[] new Tracked[2]; }, "U_MemTrackedObject", ""},
+        {[] { U_MemTrackedObject::TrackedNew(10, true); }, "U_MemTrackedObject", ""},
         {[] { delete new (0x170001, "Named") Tracked; }, "Named", "( 23 :: 1 "},
         {[] { delete[] new (0x170002, "Two") Tracked[2]; }, "Two", "( 23 :: 2 "},
-        {[] { delete new (0x170001, nullptr) Tracked; }, nullptr},
+        {[] { delete new (0x170001, nullptr) Tracked; }, nullptr, ""},
     };
-    for (const auto& row : rows)
+    for (const auto& [allocate, name, place] : rows)
     {
-        SCOPED_TRACE(row.name ? row.name : "quiet");
+        SCOPED_TRACE(name ? name : "quiet");
         mAlerts.Clear();
-        EXPECT_EQ(Refused(row.allocate), "bad allocation");
-        if (!row.name)
+        EXPECT_EQ(Refused(allocate), "bad allocation");
+        if (!name)
             EXPECT_TRUE(mAlerts.Texts().empty());
         else
-            EXPECT_THAT(mAlerts.Texts(),
-                        ElementsAre(AllOf(HasSubstr(" / " + std::string(row.name) + ")"),
-                                          HasSubstr(row.place))));
+            EXPECT_THAT(
+                mAlerts.Texts(),
+                ElementsAre(AllOf(HasSubstr(" / " + std::string(name) + ")"), HasSubstr(place))));
     }
 }
 

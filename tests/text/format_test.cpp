@@ -304,8 +304,6 @@ TEST_F(Numbers, NumbersAreScanned)
     const std::tuple<const char*, char, std::string, double> scans[] = {
         {"en_US", 0, " 12.5 GB", 12.5},
         {"en_US", 0, "1,234.5", 1}, // marks of thousands end a number
-        {"en_US", 0, "", 0},
-        {"en_US", 0, "-1e400", -kInfinity},
         {"en_US", 1, "+.5", .5},
         {"de_DE", 0, "1,5", 1.5},
         {"de_DE", 1, "1,5", 1},

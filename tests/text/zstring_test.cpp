@@ -23,19 +23,10 @@ U_Status Load(DictionaryImage& image)
     return U_ZStringSetCurrentDictionary(image.units.data(), image.size);
 }
 
-struct Resolved
+void ExpectResolved(std::initializer_list<std::pair<const char*, std::u16string>> rows)
 {
-    const char* zstring;
-    std::u16string text;
-};
-
-void ExpectResolved(std::initializer_list<Resolved> rows)
-{
-    for (const Resolved& row : rows)
-    {
-        SCOPED_TRACE(row.zstring ? row.zstring : "null");
-        EXPECT_EQ(U_ZStringToUTF16String(row.zstring), Units(row.text));
-    }
+    for (const auto& [zstring, text] : rows)
+        EXPECT_EQ(U_ZStringToUTF16String(zstring), Units(text)) << (zstring ? zstring : "null");
 }
 
 class ZString : public BornLibrary

@@ -78,6 +78,8 @@ class Dump(Case):
         image = bytearray(legacy([("/a", "1")], 0))
         image[26:28] = bytes([3, 0])  # another bucket than the key's
         self.assertEqual(self.dumped(bytes(image)), b'"$$$/a=1"\n')
+        checked = self.run_tool("check", "-", stdin=bytes(image), status=1)
+        self.assertIn(b"no look-up finds 1 of its 1 text", checked.out)
 
 
 class Get(Case):
