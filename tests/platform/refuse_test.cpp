@@ -1,13 +1,15 @@
 // What isn't there, or isn't known, in every family of the system's interfaces.
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
 #include <control.h>
-#include <krobase/debug.h>
+#include <kroview/messagebox.h>
+#include <kroview/ui.h>
 #include <tolv/memory.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>
@@ -31,7 +33,12 @@ int TakePicture(unsigned short*, unsigned int, long long)
 
 TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
 {
-    const unsigned short name[] = {'x', 0};
+    const unsigned int kUser = win32::kLocaleUserDefault;
+    unsigned short name[] = {'x', 0};
+    char* const over = reinterpret_cast<char*>(name);
+    win32::SYSTEMTIME day = {2026, 11, 3, 25, 0, 0, 0, 0};
+    const win32::SYSTEMTIME noDay = {2026, 2, 1, 30, 0, 0, 0, 0};
+    const win32::FILETIME farTime = {0, 0x80000000};
     const std::tuple<const char*, std::function<int()>, unsigned int> kRows[] = {
         {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); },
          win32::kErrorInvalidParameter},
@@ -45,6 +52,31 @@ TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
         {"an unknown item",
          [] { return win32::GetLocaleInfoW(win32::kLocaleUserDefault, 1, nullptr, 0); },
          win32::kErrorInvalidFlags},
+        {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); },
+         win32::kErrorInvalidParameter},
+        {"a 30 February",
+         [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); },
+         win32::kErrorInvalidParameter},
+        {"unknown flags of dates",
+         [&] { return win32::GetDateFormatW(kUser, 4, &day, nullptr, nullptr, 0); },
+         win32::kErrorInvalidFlags},
+        {"a picture of times",
+         [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); },
+         win32::kErrorInvalidParameter},
+        {"unknown flags of times",
+         [&] { return win32::GetTimeFormatW(kUser, 1, &day, nullptr, nullptr, 0); },
+         win32::kErrorInvalidFlags},
+        {"no room for a date",
+         [&] { return win32::GetDateFormatW(kUser, 0, &day, nullptr, nullptr, 99); },
+         win32::kErrorInvalidParameter},
+        {"a time before 1601", [&] { return win32::FileTimeToSystemTime(&farTime, &day); },
+         win32::kErrorInvalidParameter},
+        {"an unknown code page",
+         [] { return win32::MultiByteToWideChar(12345, 0, "x", 1, nullptr, 0); },
+         win32::kErrorInvalidParameter},
+        {"a text over its source",
+         [&] { return win32::WideCharToMultiByte(0, 0, name, 2, over, 4, nullptr, nullptr); },
+         win32::kErrorInvalidParameter},
         {"no callback",
          [] { return win32::EnumDateFormatsExEx(nullptr, nullptr, win32::kDateShortDate, 0); },
          win32::kErrorInvalidParameter},
@@ -71,6 +103,22 @@ TEST(SystemRefusals, WhatIsntTheCallersOwnIsLeftAlone)
     EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
     EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
     EXPECT_EQ(NewHandle(-1), nullptr);
+}
+
+TEST(SystemRefusals, AHostBoxIsAnAlertOfTheHosts)
+{
+    using namespace kroview::dialogs::messagebox;
+    class Supplier : public kroview::pencart::SupplierInterface
+    {
+    } supplier;
+    const boost::intrusive_ptr<kroview::ui::UI_Node> node(new kroview::ui::UI_Node);
+    const krobase::utility::UTF16String text;
+    EXPECT_THROW(Messagebox(nullptr, text, text, kKindAlert, kButtonOK, kIconNone, node,
+                            MessageHandler(), 0, 0),
+                 std::invalid_argument);
+    EXPECT_THROW(Messagebox(&supplier, text, text, kKindAlert + 1, kButtonOK, kIconNone, node,
+                            MessageHandler(), 0, 0),
+                 std::invalid_argument);
 }
 
 TEST(SystemRefusals, ANullPlaceIsABadParameter)
