@@ -1,6 +1,7 @@
 // The heap itself, on many threads at once.
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <random>
@@ -14,6 +15,7 @@
 
 #include "U_Alloc.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/NoMemory.h"
 #include "tests/support/OnThreads.h"
 
 namespace
@@ -35,7 +37,45 @@ struct Place
     }
     bool IsWhole() const { return !handle || Bytes().find_first_not_of(fill) == std::string::npos; }
 };
+
+// Where even the C library has no memory. Returns what goes wrong.
+int FaultsWithoutMemory()
+{
+    const unsigned long long kLarge = 1 << 20;
+    const MEM_HeapRef heap = MEM_NewHeap();
+    void* const kept = MEM_NewPtrDebug(heap, 1000, "kept", nullptr, 0);
+    void** const handle = MEM_NewHandle(heap, 1000);
+    std::vector<void*> spare;
+    for (int i = 0; i < 50; ++i)
+        spare.push_back(MEM_NewPtrDebug(heap, 200, "spare", nullptr, 0));
+    for (void* block : spare)
+        MEM_DisposePtr(heap, block);
+    const unsigned long long before = MEM_GetMemUsage();
+    int faults = 0;
+    {
+        const ScNoMemory noMemory;
+        faults += MEM_NewPtrDebug(heap, kLarge, "large", nullptr, 0) != nullptr;
+        faults += MEM_NewHandle(heap, kLarge) != nullptr;
+        faults += MEM_ResizePtr(heap, kept, kLarge) != nullptr;
+        faults += MEM_SetHandleSize(heap, handle, kLarge) == 0;
+        // What was given back for those may serve others.
+        void* const small = MEM_NewPtrDebug(heap, 200, "small", nullptr, 0);
+        faults += !small;
+        MEM_DisposePtr(heap, small);
+    }
+    faults += MEM_GetPtrSize(heap, kept) != 1000 || MEM_GetHandleSize(heap, handle) != 1000;
+    faults += MEM_GetMemUsage() != before;
+    faults += !MEM_NewPtrDebug(heap, kLarge, "large", nullptr, 0);
+    return faults;
+}
 } // namespace
+
+TEST(HeapDeathTest, RefusesWithoutMemoryAndLosesNoBlock)
+{
+    SKIP_UNDER_SANITIZERS();
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::exit(FaultsWithoutMemory()), testing::ExitedWithCode(0), "");
+}
 
 TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
 {
