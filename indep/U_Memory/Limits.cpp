@@ -49,6 +49,7 @@ struct NormalLimits
 {
     NormalLimits(U_u64 prepurge, U_u64 maximum) : mMaximum(std::max(prepurge, maximum))
     {
+        // Where the maximum is below the gap, the difference wraps and limits nothing.
         mPrepurge = std::min(prepurge, mMaximum - kLeastGap);
         U_i64 free = 0;
         if (!Up_FreeAboveFudgeBuffer(&free))
