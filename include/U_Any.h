@@ -7,8 +7,9 @@
 // as plain values.
 //
 // A number or bool of what holds none (a tree, a void*, a type that the library
-// doesn't know, no value) is 0. Any other question that the held type doesn't answer
-// throws boost::bad_any_cast and leaves the object as it was. Narrow text is multibyte
+// doesn't know, no value) is 0, and a text of it empty, as told below. Any other question
+// that the held type doesn't answer throws boost::bad_any_cast and leaves the object as
+// it was. Narrow text is multibyte
 // text in the active code page, and its conversions fail as those of U_Encoding.h do.
 // Without memory std::bad_alloc is thrown, with the object as it was.
 

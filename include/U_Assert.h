@@ -29,9 +29,9 @@ U_EXPORT bool U_RandErr(U_u32 first, U_u32 second);
 
 // Shows a failed assertion to the developer and stops in the debugger if there
 // is one and the developer wants it. *flag, which may be null, becomes whether to pass
-// over this assertion from now on. A dialog that fails is reported, and the program goes
-// on. Always 0, but what is neither an int nor a std::exception passes through, here and
-// below.
+// over this assertion from now on. Where the dialog fails the program goes on; an exception
+// other than std::bad_alloc is reported. Always 0, but what is neither an int nor a std::exception
+// passes through, here and below.
 U_EXPORT U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool* flag);
 
 // Reports a failed assertion as a problem. Always 0.

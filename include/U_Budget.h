@@ -27,9 +27,9 @@ typedef int (*U_PurgeRequestCallback)(void* refcon, U_u64 blockRequest, U_u64 am
 // Set the callback once, before the allocations that should trigger it: one that is
 // changed while other threads allocate may be called by them with the other's refcon.
 // Without one nothing is purged but the recycled pool, for a recycled block, by what
-// stands above the prepurge limit. U_Death clears it; the limits, their overrides, the
-// attention to low memory and the count of U_DisableProactivePrePurging stay. Either
-// output may be null. Always 0.
+// stands above the prepurge limit if the pool holds more than that. U_Death clears it; the limits,
+// their overrides, the attention to low memory and the count of U_DisableProactivePrePurging stay.
+// Either output may be null. Always 0.
 U_EXPORT U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon);
 U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, void** refcon);
 
@@ -38,8 +38,8 @@ U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, vo
 // than that; it goes lower while low memory is paid attention to and there is
 // little. A prepurge limit of 0 means that none are set. While attention is paid, a
 // measurement on another thread at that moment may put the old limits back: set them
-// while none allocates. Returns 0, or the host service's error with the old limits in
-// force.
+// while none allocates or asks for statistics. Returns 0, or the host service's error with the old
+// limits in force.
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
 // Sets limits, put in order in the same way, that hold wherever they are lower

@@ -170,7 +170,7 @@ U_EXPORT int U_HexChar2Nibble(char c, unsigned char* value, unsigned char* valid
 // A size in bytes for people: "0 KB", "12 bytes", "1.5 MB". Whole units are rounded down,
 // tenths to the nearest; never into the next unit. out has room for 256 bytes and
 // is the result; a null out does nothing. Throw an int as U_UTF16ToMBString does, and
-// without memory std::bad_alloc or the int 4; out holds no whole text then.
+// without memory std::bad_alloc or the int 4; what out holds then means nothing.
 U_EXPORT char* U_LongFormatBytes(unsigned long long size, char* out);
 U_EXPORT U_UTF16String U_LongFormatBytes(unsigned long long size);
 

@@ -29,7 +29,8 @@ enum : U_u32
 // death. Returns 0; 4 without memory, also inside a purge request that another
 // registration made; 3 outside the library's life. *id stays after a failure. Where memory
 // is short it is reported, and the host asked to purge, with the hogs locked: a logging
-// callback registers no hog and asks for no statistics of hogs.
+// callback registers no hog, asks for no statistics of hogs, and makes, resizes or frees
+// no hog handle.
 U_EXPORT U_Status U_RegisterHog(const char* name, U_u32* id);
 
 // Allocates a handle with size bytes of data; flags are those above, others are

@@ -17,7 +17,7 @@
 // with the lock of the callbacks held: other threads that report, add or remove a callback wait, so
 // one that waits for such a thread waits for ever. It may add and remove callbacks, itself too: the
 // slots are asked in order, each for what stands in it by then. It may not call U_Death, nor
-// register hogs or ask for their statistics (U_Hog.h). The answer
+// have to do with hogs (U_Hog.h). The answer
 // of the last callback that ran is the one that counts. If that isn't 0, or a callback throws, the
 // report ends there: it is neither counted nor shown, and the code goes to who reported.
 typedef U_Status (*U_LoggingCallback)(void* refcon, U_u32 location, U_u16 severity,

@@ -3,8 +3,8 @@
 // A host calls U_Birth once, on the thread that is to be its main and UI
 // thread, before any other service, and U_Death once at the end. Both run with
 // no other thread in the library. Between the two, any thread may call in; a
-// new U_Birth may follow a U_Death. A birth within a life isn't refused: it leaves
-// what lived behind and begins anew.
+// new U_Birth may follow a U_Death. A birth within a life isn't refused: it makes a
+// record, a heap and a table of hogs anew and leaves the old ones behind.
 
 #ifndef U_LIFECYCLE_H
 #define U_LIFECYCLE_H

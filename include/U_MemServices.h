@@ -22,8 +22,8 @@ public:
     U_MemTrackedObject(const U_MemTrackedObject&) = default;
     U_MemTrackedObject& operator=(const U_MemTrackedObject&);
 
-    // Throw std::bad_alloc if the memory can't be had, which the user hears as U_Alloc.h
-    // tells under the opName; without one under the name "U_MemTrackedObject". A null
+    // Throw std::bad_alloc if the memory can't be had, which is reported under the
+    // opName as U_Alloc.h tells; without one under the name "U_MemTrackedObject". A null
     // opName keeps the user out of it. Blocks are aligned to 16 bytes, whatever the type.
     static void* operator new(std::size_t size);
     static void* operator new[](std::size_t size);

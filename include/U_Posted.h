@@ -15,7 +15,7 @@
 
 // While increments outnumber decrements, reports on the UI thread are posted
 // like those of other threads. A decrement too many takes the effect from the next
-// increment: until then reports are shown at once. Before birth, after death and over a
+// increment, behind which reports are still shown at once. Before birth, after death and over a
 // damaged record both do nothing.
 U_EXPORT void U_IncrementPostErrors();
 U_EXPORT void U_DecrementPostErrors();
@@ -26,9 +26,10 @@ U_EXPORT void U_DecrementPostErrors();
 // nothing here insists, but then U_SetPencartValuesForUErrors mustn't run at the
 // same time. Death shows what is left.
 // A message that even the system's message box can't show stays posted, and why isn't
-// told; the log has a line of an exception. What is neither an int nor a std::exception
-// passes through, with what has not been shown still posted. Without the memory to put groups
-// together their messages are shown one by one as they were posted, with their identifiers.
+// told; the log has a line of an exception out of the host's box. What is neither an int nor a
+// std::exception passes through, with what has not been shown still posted. Without the memory to
+// put groups together their messages are shown one by one as they were posted, with their
+// identifiers.
 U_EXPORT void U_DisplayPostedErrors();
 
 // Enters a level of quiet mode, in which the calling thread's reports, fatal

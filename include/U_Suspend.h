@@ -61,7 +61,7 @@ public:
     // later where the context can't become current on the executor's thread.
     // Where the context can't become current there, the function doesn't run, and the
     // result is the code of that failure. A context that the executor's thread had of
-    // its own lives on, but is no longer current there, also behind the call.
+    // its own lives on, but is no longer current there, also after the call.
     // On the executor's own thread the function runs at once, and what it throws
     // passes through.
     // Only the first function for another thread is waited for. That of a later call

@@ -7,7 +7,7 @@
 // copes with all of them at once.
 //
 // Of itself the library tells three things, with Guids of zeros: each warning,
-// problem, fatal error and leak, as often as it is tried to show it, makes a group ("Qx",
+// problem, fatal error and leak, each time the library tries to show it, makes a group ("Qx",
 // "error", "error") with "severity", "localizedMsg", and for a message with a group's
 // identifier (U_Group.h) "errDetail"; a plug-in that is missing a group ("qx", "plugin_error",
 // "plugin_error"), to which "match_name" and "version" are added directly; and the

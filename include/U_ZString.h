@@ -9,10 +9,10 @@
 // dictionary was made, apart from the markers. A text never fails to resolve: without a
 // default it is empty, as are those of null, of "" and of what begins with "$" but not
 // with "$$$". Parameters such as ^1, written ^^1, stay for U_SubString. On a system with a
-// double-byte script U+2206 gives way to U+0394, unless a language is in use.
+// double-byte script U+2206 gives way to U+0394, unless a language other than English is in use.
 //
 // Any thread may resolve, also before birth and after death. The language is
-// chosen on one thread while no other resolves, and so do birth and death.
+// chosen on one thread while no other resolves, and birth and death run so, too.
 
 #ifndef U_ZSTRING_H
 #define U_ZSTRING_H

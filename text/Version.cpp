@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "U_Encoding.h"
-#include "U_Report.h"
 #include "U_String.h"
 #include "U_ZString.h"
 #include "indep/frame/Refuse.h"
@@ -63,7 +62,7 @@ Architecture ArchitectureOf(U_u32 version)
 U_UTF16String NameOf(const Architecture& architecture)
 {
     if (architecture.mIndex)
-        return U_MBToUTF16String(Up_String(architecture.mIndex));
+        return U_MBToUTF16String(Up_StringOrEnglish(architecture.mIndex));
     return architecture.mZString ? U_ZStringToUTF16String(architecture.mZString) : U_UTF16String();
 }
 
@@ -72,7 +71,7 @@ U_Status StoreName(const Architecture& architecture, char (&name)[kNameSize])
 {
     *name = 0;
     if (architecture.mIndex)
-        return U_CopyString(Up_String(architecture.mIndex), sizeof(name), name);
+        return U_CopyString(Up_StringOrEnglish(architecture.mIndex), sizeof(name), name);
     return architecture.mZString ? U_ZStringToMBRaw(architecture.mZString, sizeof(name), name) : 0;
 }
 

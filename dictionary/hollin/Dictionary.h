@@ -65,8 +65,8 @@ public:
 
     // Adds or replaces. byteLength and commentLength are in bytes; a null
     // comment leaves the one that is there. Returns the entry's identifier, or
-    // kNoId for a hash store or a run that is too long, with nothing changed. A comment
-    // that finds no memory is thrown behind the value's replacement.
+    // kNoId for a hash store or a run that is too long, with nothing changed. Without
+    // memory for the comment it throws, with the value replaced already.
     std::uint32_t SetString(const char* key, const std::uint16_t* value, std::uint32_t byteLength,
                             const std::uint16_t* comment = nullptr,
                             std::uint32_t commentLength = 0);

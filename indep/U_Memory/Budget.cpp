@@ -14,8 +14,8 @@
 
 namespace
 {
-const U_i32 kSmallBlock = 2048;         // bytes; of smaller blocks one in a row is measured
-const U_u32 kSmallBlocksPerCheck = 256; // the row
+const U_i32 kSmallBlock = 2048;         // bytes
+const U_u32 kSmallBlocksPerCheck = 256; // of smaller blocks one in so many is measured
 const double kPurgeAhead = 0.02;        // of the prepurge limit
 
 std::atomic<U_u32> sPrePurgingDisabled(0);

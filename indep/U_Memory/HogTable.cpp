@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
 
 #include <boost/thread/recursive_mutex.hpp>
@@ -78,6 +79,12 @@ U_u64 SizeOfSlots(U_u32 count)
 {
     return count * U_u64(sizeof(HogSlot));
 }
+
+struct FreeHandle
+{
+    void operator()(void** handle) const { U_FreeHandle(handle); }
+};
+typedef std::unique_ptr<void*, FreeHandle> OwnedHandle;
 
 void** CopyOfName(const char* name)
 {
@@ -252,15 +259,13 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
         return RefuseArgument("U_RegisterHog: no name, or no place for the identifier");
     if (!sTable)
         return RefuseArgument("U_RegisterHog: the library isn't alive");
-    void** const copy = CopyOfName(name);
+    OwnedHandle copy(CopyOfName(name)); // freed without the lock: that may report
     if (!copy)
         return U_Err_OutOfMemory;
     U_u32 index = 0;
-    if (U_Status failure = AddSlot(*sTable, copy, &index))
-    {
-        U_FreeHandle(copy); // it may report, which isn't to hold up other threads
+    if (U_Status failure = AddSlot(*sTable, copy.get(), &index))
         return failure;
-    }
+    copy.release();
     *id = HogIndexOrId(index);
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <utility>
@@ -69,9 +70,10 @@ Previous<win32::InvalidParameterHandler> sPreviousInvalidParameter;
 Previous<std::terminate_handler> sPreviousTerminate;
 win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
 
-// The life in which the thread has last come as far as to call who stood before.
+// The life in which the thread has last come as far as to call who stood before, and its
+// armings by then.
 PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousInvalidParameter = 0;
-PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousTerminate = 0;
+PLATFORM_THREAD_LOCAL unsigned int tArmingsInPreviousTerminate = 0;
 
 bool sNewIsInstalled = false;
 char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
@@ -95,10 +97,9 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
-    // It has come back from who stood before, unless that has jumped out and the thread is
-    // to make one more last call.
-    const bool hasComeBack =
-        tLifeInPreviousTerminate == sPreviousTerminate.mLife && !Up_MayCallHandler();
+    // It has come back from who stood before, unless that has jumped out, and since then
+    // the thread is to make one more last call.
+    const bool hasComeBack = tArmingsInPreviousTerminate == Up_ArmingsOfThread();
     if (hasComeBack || !sPreviousTerminate.mIsInstalled)
     {
         if (sPreviousTerminate.mBelow)
@@ -106,7 +107,7 @@ void OnTerminate()
         return;
     }
     Up_CallHandler();
-    tLifeInPreviousTerminate = sPreviousTerminate.mLife;
+    tArmingsInPreviousTerminate = Up_ArmingsOfThread();
     if (sPreviousTerminate.mNext)
         sPreviousTerminate.mNext();
 }
@@ -152,6 +153,15 @@ public:
     ScReportsMemory(const ScReportsMemory&) = delete;
     ScReportsMemory& operator=(const ScReportsMemory&) = delete;
 };
+
+// A format that is too long would be cut in a field, maybe.
+void KeepOutOfMemoryText()
+{
+    const char* const format = Up_FormatOf(kOutOfMemoryText);
+    const bool fits = std::strlen(format) < sizeof(sOutOfMemoryText);
+    U_CopyString(fits ? format : Up_EnglishString(kOutOfMemoryText), sizeof(sOutOfMemoryText),
+                 sOutOfMemoryText);
+}
 
 void ReportMemory(std::size_t size)
 {
@@ -207,7 +217,7 @@ void Up_InstallNewHandler(bool install)
     if (install == sNewIsInstalled)
         return;
     if (install)
-        U_CopyString(Up_FormatOf(kOutOfMemoryText), sizeof(sOutOfMemoryText), sOutOfMemoryText);
+        KeepOutOfMemoryText();
     const win32::NewHandler previous =
         win32::_set_new_handler(install ? &OnOutOfMemory : sPreviousNew);
     sPreviousNew = install ? previous : nullptr;

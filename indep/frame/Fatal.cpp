@@ -36,6 +36,7 @@ const unsigned int kCalling = 1; // or the handler has jumped out
 
 std::atomic<unsigned int> sArmings(2);
 PLATFORM_THREAD_LOCAL unsigned int tLastCall = kArmed; // else the count that it has ended at
+PLATFORM_THREAD_LOCAL unsigned int tOwnArmings = 0;    // by local handlers
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -64,14 +65,14 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 }
 } // namespace
 
-bool Up_MayCallHandler() noexcept
+unsigned int Up_ArmingsOfThread() noexcept
 {
-    return tLastCall != kCalling && tLastCall != sArmings;
+    return sArmings + tOwnArmings;
 }
 
 void Up_CallHandler() noexcept
 {
-    if (Up_MayCallHandler())
+    if (tLastCall != kCalling && tLastCall != sArmings)
     {
         tLastCall = kCalling;
         try
@@ -121,6 +122,7 @@ void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, 
     local->mFunc = handler;
     local->mRefcon = refcon;
     tLastCall = kArmed;
+    ++tOwnArmings;
     Up_PrepareThreadForOverflow();
 }
 

@@ -7,8 +7,8 @@
 // is over. For the paths on which the process dies. Allocates nothing itself.
 void Up_CallHandler() noexcept;
 
-// Whether the calling thread's last call is yet to be made.
-bool Up_MayCallHandler() noexcept;
+// Another number each time that the calling thread is to make one more last call; never 0.
+unsigned int Up_ArmingsOfThread() noexcept;
 
 // Lets threads that have made the last call make one more.
 void Up_ArmLastCalls() noexcept;

@@ -14,7 +14,7 @@
 // nothing once the text has been resolved: it serves where memory is out.
 void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
 
-// What that formats with.
+// The format that Up_FormatString uses.
 const char* Up_FormatOf(U_u32 index);
 
 // The same with a format that isn't one of the texts.

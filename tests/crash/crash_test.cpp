@@ -344,7 +344,12 @@ TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
                         sFoundInvalidParameter(parameters...);
                     });
                 Birth();
-                SetGlobal(&TellOfCall);
+                SetGlobal([](void* refcon) {
+                    // Gone when it returns, and no reason to call once more.
+                    const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler own(&TellOfCall,
+                                                                                        refcon);
+                    TellOfCall(refcon);
+                });
                 if (afterDeath)
                     U_Death();
                 Fail(crash);

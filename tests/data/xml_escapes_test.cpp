@@ -202,7 +202,7 @@ TEST_F(BinaryText, RefusedMemoryLeavesTheArrayAndIsntReported)
     U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
     const U_UTF8String large(200 * kMiB, '1'); // more than malloc keeps
     const auto decode = [&] { U_UTF8StringToBinaryData(large, &data); };
-    if (!kHugeBlocksAreSlow) // nor can a sanitizer's memory be limited
+    if (kMemoryCanBeLimited)
     {
         const ScAddressSpaceLimit limited(kMiB);
         EXPECT_EQ(CodeThrown(decode), 4) << "of the process";

@@ -95,7 +95,11 @@ TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
             else if (random() % 2)
                 U_FreeHandle(std::exchange(place.handle, nullptr));
             else
+            {
+                const std::string whole = place.Bytes();
                 EXPECT_EQ(U_ResizeHandle(1, size, nullptr, &place.handle), 0);
+                damaged += place.Bytes().compare(0, whole.size(), whole, 0, size) != 0;
+            }
             place.fill = static_cast<char>(random());
             if (place.handle)
                 std::memset(*place.handle, place.fill, size);

@@ -4,8 +4,10 @@
 #define TESTS_SUPPORT_NOMEMORY_H
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+const bool kMemoryCanBeLimited = false; // a sanitizer's own can't
 #define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's own memory can't be limited"
 #else
+const bool kMemoryCanBeLimited = true;
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 

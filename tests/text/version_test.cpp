@@ -88,6 +88,8 @@ TEST_F(Versions, TranslationsOfAnyLengthFit)
                     EXPECT_EQ(std::string(text).substr(0, 3), "9.0");
                 });
     EXPECT_EQ(code, 0);
+    FailEachNew([&] { code = U_AsciiVersion(0x00C00600, false, text); },
+                [&](long) { EXPECT_STREQ(text, "0.0 (Windows)"); });
     EXPECT_TRUE(suffixLost);
     EXPECT_TRUE(nameLost);
 }
