@@ -265,7 +265,7 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
     U_u32 index = 0;
     if (U_Status failure = AddSlot(*sTable, copy.get(), &index))
         return failure;
-    copy.release();
+    static_cast<void>(copy.release()); // the slot owns it now
     *id = HogIndexOrId(index);
     return 0;
 }
