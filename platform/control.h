@@ -48,7 +48,8 @@ PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 // turns all off.
 PLATFORM_EXPORT void SetTrace(const char* category, int level);
 
-// Takes each trace, under the same rules as a log sink. An empty sink restores the default, stderr.
+// Takes each trace, under the same rules as a log sink. An empty sink restores the
+// default, stderr.
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
 
 // The text of every OutputDebugStringA, on the thread that calls it, with no

@@ -17,6 +17,7 @@
 #include "U_String.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/Refuse.h"
+#include "indep/frame/ScTrue.h"
 #include "indep/frame/Strings.h"
 
 namespace
@@ -95,18 +96,6 @@ void** CopyOfName(const char* name)
     return copy;
 }
 
-class ScGrows
-{
-public:
-    explicit ScGrows(HogTable& table) : mTable(table) { mTable.mGrows = true; }
-    ~ScGrows() { mTable.mGrows = false; }
-    ScGrows(const ScGrows&) = delete;
-    ScGrows& operator=(const ScGrows&) = delete;
-
-private:
-    HogTable& mTable;
-};
-
 // With the lock held. A host that is asked to purge for the table can't register
 // a hog at that moment: room for it is what is being made.
 U_Status MakeRoom(HogTable& table)
@@ -115,7 +104,7 @@ U_Status MakeRoom(HogTable& table)
         return 0;
     if (table.mGrows)
         return U_Err_OutOfMemory;
-    const ScGrows grows(table); // also when a host's function throws
+    const ScTrue grows(table.mGrows); // also when a host's function throws
     const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
     const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
                                             Up_StringOrEnglish(kTableName), &table.mSlots);

@@ -21,6 +21,7 @@
 #include "U_Threads.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/LogSafely.h"
+#include "indep/frame/ScTrue.h"
 #include "indep/frame/Strings.h"
 #include "indep/frame/Units.h"
 
@@ -145,15 +146,6 @@ int Kilobytes(std::size_t size)
     return kilobytes < INT_MAX ? static_cast<int>(kilobytes) : INT_MAX;
 }
 
-class ScReportsMemory
-{
-public:
-    ScReportsMemory() { tReportsMemory = true; }
-    ~ScReportsMemory() { tReportsMemory = false; }
-    ScReportsMemory(const ScReportsMemory&) = delete;
-    ScReportsMemory& operator=(const ScReportsMemory&) = delete;
-};
-
 // A format that is too long would be cut in a field, maybe.
 void KeepOutOfMemoryText()
 {
@@ -165,7 +157,7 @@ void KeepOutOfMemoryText()
 
 void ReportMemory(std::size_t size)
 {
-    const ScReportsMemory reports;
+    const ScTrue reports(tReportsMemory);
     char text[U_ReportTextSize]; // a report that is under way keeps the thread's own
     Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
     Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);

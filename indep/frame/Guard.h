@@ -31,6 +31,7 @@ template <class Body, class Translate> U_Status GuardedBy(Translate translate, B
     }
 }
 
+// The guard as it stands nearly everywhere.
 template <class Body> U_Status Guarded(Body body)
 {
     return GuardedBy(&U_TranslateAndReportException, body);

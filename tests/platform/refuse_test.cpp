@@ -3,7 +3,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -26,6 +26,18 @@
 
 namespace
 {
+const unsigned int kUser = win32::kLocaleUserDefault;
+
+typedef std::pair<const char*, std::function<int()>> Call;
+
+void ExpectError(const Call& call, unsigned int error)
+{
+    SCOPED_TRACE(call.first);
+    win32::SetLastError(0);
+    EXPECT_EQ(call.second(), 0);
+    EXPECT_EQ(win32::GetLastError(), error);
+}
+
 int TakePicture(unsigned short*, unsigned int, long long)
 {
     return 0;
@@ -33,67 +45,45 @@ int TakePicture(unsigned short*, unsigned int, long long)
 
 TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
 {
-    const unsigned int kUser = win32::kLocaleUserDefault;
     unsigned short name[] = {'x', 0};
     char* const over = reinterpret_cast<char*>(name);
     win32::SYSTEMTIME day = {2026, 11, 3, 25, 0, 0, 0, 0};
     const win32::SYSTEMTIME noDay = {2026, 2, 1, 30, 0, 0, 0, 0};
     const win32::FILETIME farTime = {0, 0x80000000};
-    const std::tuple<const char*, std::function<int()>, unsigned int> kRows[] = {
-        {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); },
-         win32::kErrorInvalidParameter},
-        {"user's name", [] { return win32::GetUserNameW(nullptr, nullptr); },
-         win32::kErrorInvalidParameter},
-        {"processors", [] { return win32::GetLogicalProcessorInformation(nullptr, nullptr); },
-         win32::kErrorInvalidParameter},
+    const Call kBadParameters[] = {
+        {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); }},
+        {"user's name", [] { return win32::GetUserNameW(nullptr, nullptr); }},
+        {"processors", [] { return win32::GetLogicalProcessorInformation(nullptr, nullptr); }},
         {"another locale's mark",
-         [] { return win32::GetLocaleInfoA(0x407, win32::kLocaleDecimalMark, nullptr, 0); },
-         win32::kErrorInvalidParameter},
-        {"an unknown item",
-         [] { return win32::GetLocaleInfoW(win32::kLocaleUserDefault, 1, nullptr, 0); },
-         win32::kErrorInvalidFlags},
-        {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); },
-         win32::kErrorInvalidParameter},
+         [] { return win32::GetLocaleInfoA(0x407, win32::kLocaleDecimalMark, nullptr, 0); }},
+        {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); }},
         {"a 30 February",
-         [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); },
-         win32::kErrorInvalidParameter},
-        {"unknown flags of dates",
-         [&] { return win32::GetDateFormatW(kUser, 4, &day, nullptr, nullptr, 0); },
-         win32::kErrorInvalidFlags},
+         [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); }},
         {"a picture of times",
-         [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); },
-         win32::kErrorInvalidParameter},
-        {"unknown flags of times",
-         [&] { return win32::GetTimeFormatW(kUser, 1, &day, nullptr, nullptr, 0); },
-         win32::kErrorInvalidFlags},
+         [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); }},
         {"no room for a date",
-         [&] { return win32::GetDateFormatW(kUser, 0, &day, nullptr, nullptr, 99); },
-         win32::kErrorInvalidParameter},
-        {"a time before 1601", [&] { return win32::FileTimeToSystemTime(&farTime, &day); },
-         win32::kErrorInvalidParameter},
+         [&] { return win32::GetDateFormatW(kUser, 0, &day, nullptr, nullptr, 99); }},
+        {"a time before 1601", [&] { return win32::FileTimeToSystemTime(&farTime, &day); }},
         {"an unknown code page",
-         [] { return win32::MultiByteToWideChar(12345, 0, "x", 1, nullptr, 0); },
-         win32::kErrorInvalidParameter},
+         [] { return win32::MultiByteToWideChar(12345, 0, "x", 1, nullptr, 0); }},
         {"a text over its source",
-         [&] { return win32::WideCharToMultiByte(0, 0, name, 2, over, 4, nullptr, nullptr); },
-         win32::kErrorInvalidParameter},
+         [&] { return win32::WideCharToMultiByte(0, 0, name, 2, over, 4, nullptr, nullptr); }},
         {"no callback",
-         [] { return win32::EnumDateFormatsExEx(nullptr, nullptr, win32::kDateShortDate, 0); },
-         win32::kErrorInvalidParameter},
+         [] { return win32::EnumDateFormatsExEx(nullptr, nullptr, win32::kDateShortDate, 0); }},
         {"another locale's dates",
-         [&] { return win32::EnumDateFormatsExEx(&TakePicture, name, win32::kDateShortDate, 0); },
-         win32::kErrorInvalidParameter},
-        {"both kinds of dates",
-         [] { return win32::EnumDateFormatsExEx(&TakePicture, nullptr, 3, 0); },
-         win32::kErrorInvalidFlags},
+         [&] { return win32::EnumDateFormatsExEx(&TakePicture, name, win32::kDateShortDate, 0); }},
     };
-    for (const auto& [what, call, error] : kRows)
-    {
-        SCOPED_TRACE(what);
-        win32::SetLastError(0);
-        EXPECT_EQ(call(), 0);
-        EXPECT_EQ(win32::GetLastError(), error);
-    }
+    for (const Call& call : kBadParameters)
+        ExpectError(call, win32::kErrorInvalidParameter);
+
+    const Call kBadFlags[] = {
+        {"an unknown item", [] { return win32::GetLocaleInfoW(kUser, 1, nullptr, 0); }},
+        {"dates", [&] { return win32::GetDateFormatW(kUser, 4, &day, nullptr, nullptr, 0); }},
+        {"times", [&] { return win32::GetTimeFormatW(kUser, 1, &day, nullptr, nullptr, 0); }},
+        {"both dates", [] { return win32::EnumDateFormatsExEx(&TakePicture, nullptr, 3, 0); }},
+    };
+    for (const Call& call : kBadFlags)
+        ExpectError(call, win32::kErrorInvalidFlags);
 }
 
 TEST(SystemRefusals, WhatIsntTheCallersOwnIsLeftAlone)
@@ -125,7 +115,7 @@ TEST(SystemRefusals, ANullPlaceIsABadParameter)
 {
     unsigned long long limit = 0;
     int value = 0;
-    const std::pair<const char*, std::function<int()>> kCalls[] = {
+    const Call kCalls[] = {
         {"prepurge", [&] { return MEM_GetMemUsageLimits(nullptr, &limit); }},
         {"maximum", [&] { return MEM_GetMemUsageLimitsOverride(&limit, nullptr); }},
         {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
