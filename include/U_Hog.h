@@ -78,9 +78,9 @@ U_EXPORT U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out);
 // request on the way may resize or free the plain handle, as above.
 U_EXPORT U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out);
 
-// Stores how many handles of the hog live and the sum of their sizes, each modulo
-// 2^32. While other threads make and free some it is a figure of about now, which has
-// no handle gone that wasn't made. Returns 0, or 2 with nothing stored.
+// Stores the number of the hog's live handles and the sum of their sizes, each modulo 2^32.
+// Both are exact and belong to the same moment, whatever other threads make and free.
+// Returns: 0, or 2 with nothing stored.
 U_EXPORT U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes);
 
 // Whether death reports the hogs that still have handles, by name and bytes, with

@@ -10,7 +10,6 @@
 namespace
 {
 const U_i64 kMostCharge = std::numeric_limits<U_i32>::max();
-const U_i64 kLeastCharge = std::numeric_limits<U_i32>::min();
 } // namespace
 
 U_Status U_AccountAllocation(U_i32 delta)
@@ -29,10 +28,7 @@ U_Status U_AccountAllocationEx(U_u64 size, bool add)
 
 U_Status U_AccountFrameAllocation(U_i64 delta)
 {
-    Up_AddFrameAllocation(delta);
-    if (delta < kLeastCharge || delta > kMostCharge)
-        return MEM_AccountSystemAllocation(delta); // the same figure, in 64 bits
-    return MEM_AccountAllocation(static_cast<U_i32>(delta));
+    return Up_AccountFrames(delta);
 }
 
 U_Status U_AccountSystemAllocation(U_i64 delta)

@@ -16,11 +16,19 @@ namespace
 {
 const char* const kFailedTag = "ALLOC_OP_FAILED";
 
-// The rounds behind a first attempt that failed.
+// An attempt that fails takes the charge back before anything else runs.
+void* AttemptUnder(Claim& claim, const AllocationAttempt& attempt)
+{
+    void* const block = attempt(claim);
+    claim.End();
+    return block;
+}
+
+// The rounds after a first attempt that failed.
 class Recovery
 {
 public:
-    explicit Recovery(const AllocationRequest& request) : mRequest(request) {}
+    Recovery(const AllocationRequest& request, Claim& claim) : mRequest(request), mClaim(claim) {}
 
     void* Run(const AllocationAttempt& attempt)
     {
@@ -31,7 +39,7 @@ public:
         while (!block && progress)
         {
             const U_u64 previous = mMeasure;
-            block = attempt();
+            block = mClaim.Renew() ? AttemptUnder(mClaim, attempt) : nullptr;
             if (!block)
                 MakeRoom();
             progress = mMeasure < previous;
@@ -85,6 +93,7 @@ private:
     }
 
     const AllocationRequest& mRequest;
+    Claim& mClaim;
     U_u64 mRoom = 0;
     U_u64 mMeasure = 0;
     U_Status mMeasureError = 0;
@@ -126,9 +135,10 @@ void* Refuse(const AllocationRequest& request)
 
 // What follows a first attempt that failed. Kept out of line, so that one that
 // succeeds pays for nothing here.
-[[gnu::noinline]] void* Recover(const AllocationRequest& request, const AllocationAttempt& attempt)
+[[gnu::noinline]] void* Recover(const AllocationRequest& request, Claim& claim,
+                                const AllocationAttempt& attempt)
 {
-    Recovery recovery(request);
+    Recovery recovery(request, claim);
     void* block = recovery.Run(attempt);
     if (!block)
         TellUnableToRecover(request, true);
@@ -142,14 +152,15 @@ void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttemp
 {
     if (request.mSize > kLargestBlock)
         return RefuseSize(request);
+    Claim claim(request.mSize, request.mGrowth, request.mRecycled);
     bool okay = true;
-    if (Up_OkayToAllocBlock(static_cast<U_i32>(request.mSize), &okay, request.mRecycled))
+    if (Up_OkayToAllocBlock(claim, &okay))
         return nullptr;
     if (!okay)
         return Refuse(request);
-    void* block = attempt();
+    void* const block = AttemptUnder(claim, attempt);
     if (!block)
-        return Recover(request, attempt);
+        return Recover(request, claim, attempt);
     if (request.mClearing == kClear)
         ClearBlock(block, request.mSize);
     return block;

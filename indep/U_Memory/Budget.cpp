@@ -1,7 +1,8 @@
-// May a block be allocated.
+// The decision whether a block may be allocated.
 
 #include "indep/U_Memory/Budget.h"
 
+#include <algorithm>
 #include <atomic>
 
 #include <cache_line.h>
@@ -10,11 +11,12 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_MemServices.h"
 #include "indep/frame/LogSafely.h"
 
 namespace
 {
-const U_i32 kSmallBlock = 2048;         // bytes
+const U_u64 kSmallBlock = 2048;         // bytes
 const U_u32 kSmallBlocksPerCheck = 256; // of smaller blocks one in so many is measured
 const double kPurgeAhead = 0.02;        // of the prepurge limit
 
@@ -28,65 +30,53 @@ struct alignas(2 * platform::kCacheLine) SmallBlockCounter
 };
 SmallBlockCounter sSmallBlocks;
 
-bool IsUnmeasured(U_i32 size)
+bool IsUnmeasured(U_u64 size)
 {
     return size < kSmallBlock &&
            sSmallBlocks.mCount.fetch_add(1, std::memory_order_relaxed) + 1 < kSmallBlocksPerCheck;
 }
 
-struct Measurement
+struct Limits
 {
-    U_u64 mUsed = 0;
     U_u64 mPrepurge = 0;
     U_u64 mMaximum = 0;
-
-    U_Status Take(bool recycled)
-    {
-        if (U_Status failure = U_GetMemUsageLimits(&mPrepurge, &mMaximum))
-            return failure;
-        return TakeUsed(recycled);
-    }
-
-    U_Status TakeUsed(bool recycled)
-    {
-        return Up_GetMemoryStat(U_MemStat_InUse, &mUsed, !recycled);
-    }
 };
 
-// A block that would pass the prepurge limit: make room, and let the maximum
-// limit decide, since the host may have nothing left to purge.
-U_Status DecideAbovePrepurge(Measurement& now, U_u64 size, bool* okay, bool recycled)
+// A block that would pass the prepurge limit: the host is asked to purge, and then the
+// maximum limit decides, since the host may have nothing left to purge.
+U_Status DecideAbovePrepurge(Claim& claim, const Limits& limits, bool* okay)
 {
-    const U_u64 wanted = static_cast<U_u64>(static_cast<double>(size) +
-                                            kPurgeAhead * static_cast<double>(now.mPrepurge));
+    const U_u64 wanted = static_cast<U_u64>(static_cast<double>(claim.Size()) +
+                                            kPurgeAhead * static_cast<double>(limits.mPrepurge));
     LogSafely([&] {
         WRIL_sprintf(0, "U", "MEM",
                      "Amount Requested above tracked usage thresh. used:\t%llu\trequest:\t%llu"
                      "\tthresh:%llu",
-                     now.mUsed, wanted, now.mPrepurge);
+                     claim.Use(), wanted, limits.mPrepurge);
     });
-    Up_MakeRoomForBlock(wanted, recycled);
-    if (U_Status failure = now.TakeUsed(recycled))
-        return failure;
-    *okay = Up_Fits(now.mUsed, size, now.mMaximum);
-    return 0;
+    Up_MakeRoomForBlock(wanted, claim.IsRecycled());
+    return claim.TryUnder(limits.mMaximum, okay);
 }
 
-// A recycled block fits beside use without the pool; the pool itself gives way
-// as far as it stands above the limit.
-U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
+// For a recycled block that fits beside use without the pool: shrinks the pool by the
+// bytes that use with the pool is above the prepurge limit.
+U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
 {
-    U_u64 total = 0;
-    if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &total, true))
+    Claim total(0, 0, false);
+    bool fits = false;
+    if (U_Status failure = total.TryUnder(prepurge, &fits))
         return failure;
-    if (total <= now.mPrepurge)
+    if (fits)
         return 0;
-    const U_u64 excess = total - now.mPrepurge;
+    U_u64 used = 0;
+    if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false))
+        return failure;
+    const U_u64 excess = total.Use() - prepurge;
     LogSafely([&] {
         WRIL_sprintf(0, "U", "MEM",
                      "Amount Requested above tracked usage thresh (including recycled). used:\t%llu"
                      "\trequest:\t%llu\tthresh:%llu, amoutToPurge=%lld",
-                     now.mUsed, size, now.mPrepurge, static_cast<U_i64>(excess));
+                     used, size, prepurge, static_cast<U_i64>(excess));
     });
     Up_MakeRoomForBlock(size + excess, true);
     if (U_GetRecycledMemorySize() > excess)
@@ -96,20 +86,23 @@ U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
     return 0;
 }
 
-// Kept out of line, so that a block that isn't measured pays for nothing here.
-[[gnu::noinline]] U_Status MeasureAndDecide(U_i32 size, bool* okay, bool recycled)
+// Kept out of line, so that a block that is not measured pays for nothing here.
+[[gnu::noinline]] U_Status MeasureAndDecide(Claim& claim, bool* okay)
 {
     *okay = false;
     sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
-    Measurement now;
-    if (U_Status failure = now.Take(recycled))
+    Limits limits;
+    if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
         return failure;
-    const U_u64 wanted = static_cast<U_u64>(size);
-    if (!Up_Fits(now.mUsed, wanted, now.mPrepurge))
-        return DecideAbovePrepurge(now, wanted, okay, recycled);
-    if (recycled)
+    claim.SetCeiling(std::max(limits.mPrepurge, limits.mMaximum));
+    bool fits = false;
+    if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
+        return failure;
+    if (!fits)
+        return DecideAbovePrepurge(claim, limits, okay);
+    if (claim.IsRecycled())
     {
-        if (U_Status failure = ShrinkPoolForRecycled(now, wanted))
+        if (U_Status failure = ShrinkPoolForRecycled(claim.Size(), limits.mPrepurge))
             return failure;
     }
     *okay = true;
@@ -117,12 +110,39 @@ U_Status ShrinkPoolForRecycled(const Measurement& now, U_u64 size)
 }
 } // namespace
 
-U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled)
+// External managers and the pool are use beside the tracked use: each is read once.
+U_Status Claim::TryUnder(U_u64 limit, bool* fits)
+{
+    End();
+    *fits = false;
+    U_u64 beside = U_GetSizeOfExternalMemoryManagers();
+    if (!mRecycled)
+        beside += U_GetRecycledMemorySize();
+    if (U_Status failure = MEM_ClaimUsage(Up_AddSizes(mSize, beside), mGrowth, limit, &mClaim))
+        return failure;
+    *fits = mClaim.mFits;
+    mUse = mClaim.mUsage + beside;
+    return 0;
+}
+
+bool Claim::Renew()
+{
+    bool fits = true;
+    return !mCeiling || TryUnder(mCeiling, &fits) || fits;
+}
+
+void Claim::TakeBack()
+{
+    MEM_EndClaim(&mClaim);
+    mClaim = MEM_Claim();
+}
+
+U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
 {
     *okay = true;
-    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(size))
+    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(claim.Size()))
         return 0;
-    return MeasureAndDecide(size, okay, recycled);
+    return MeasureAndDecide(claim, okay);
 }
 
 U_Status U_DisableProactivePrePurging()

@@ -3,16 +3,77 @@
 #ifndef INDEP_U_MEMORY_BUDGET_H
 #define INDEP_U_MEMORY_BUDGET_H
 
+#include <tolv/memory.h>
+
 #include "U_Types.h"
 
-// Whether a block of size bytes may be allocated, after making room for it if
-// need be. recycled: the block comes out of the recycled pool, which then
-// counts as room. Returns an error of the measurement, with *okay false.
-U_Status Up_OkayToAllocBlock(U_i32 size, bool* okay, bool recycled);
+// A charge to the tracked use for a block that the calling thread is about to allocate.
+//
+// The budget makes the claim in the same atomic step in which it finds that the block
+// fits, so two threads never find the same room. The block's own charge is paid out of the
+// claim. The thread's own measurements leave the claim out until then. A block that is not
+// measured has no claim.
+class Claim
+{
+public:
+    // size: bytes that are compared with the limits. growth: bytes by which use grows with
+    // the block. recycled: the block comes out of the recycled pool, which is not use then.
+    Claim(U_u64 size, U_u64 growth, bool recycled)
+        : mSize(size), mGrowth(growth), mRecycled(recycled)
+    {
+    }
+    ~Claim() { End(); }
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+    U_u64 Size() const { return mSize; }
+    bool IsRecycled() const { return mRecycled; }
+
+    // Makes the claim if use plus the size is at most the limit, and stores in *fits
+    // whether it is. Returns an error of the measurement.
+    U_Status TryUnder(U_u64 limit, bool* fits);
+
+    // The use that TryUnder compared, if the size did not fit.
+    U_u64 Use() const { return mUse; }
+
+    // Sets the limit for Renew.
+    void SetCeiling(U_u64 limit) { mCeiling = limit; }
+
+    // For one more attempt, after an attempt that failed. False if other threads have taken
+    // the room below the ceiling since. True without a claim for a block that was not
+    // measured, and where use cannot be measured.
+    bool Renew();
+
+    // Takes back the part of the claim that no charge was paid from.
+    void End()
+    {
+        if (mClaim.mFits)
+            TakeBack();
+    }
+
+private:
+    void TakeBack();
+
+    const U_u64 mSize;
+    const U_u64 mGrowth;
+    const bool mRecycled;
+    U_u64 mUse = 0;
+    U_u64 mCeiling = 0; // 0: not measured
+    MEM_Claim mClaim;
+};
+
+// Decides whether the claim's block may be allocated, after making room for it if need be,
+// and makes the claim if the block is measured. Returns an error of the measurement, with
+// *okay false.
+U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay);
 
 // Asks the host to purge until request bytes fit under the prepurge limit, or
 // until use no longer falls. Returns the error that ended it.
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled);
+
+// Measures use with the recycled pool. Stores in *pool the pool's size that *total
+// includes: a second reading of the size could exceed *total.
+U_Status Up_MeasureUse(U_u64* total, U_u64* pool);
 
 // U_GetMemoryStat with the recycled pool counted as use or not.
 U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);

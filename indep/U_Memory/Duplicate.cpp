@@ -34,8 +34,10 @@ U_u32 ToolboxSize(void** handle)
 
 void** NewPlatformHandle(U_i32 size, const char* opName)
 {
+    const U_u64 growth = 0; // toolbox handles are not tracked
+    Claim claim(static_cast<U_u64>(size), growth, false);
     bool okay = false;
-    if (Up_OkayToAllocBlock(size, &okay, false))
+    if (Up_OkayToAllocBlock(claim, &okay))
         return nullptr;
     void** handle = okay ? NewHandle(size) : nullptr;
     if (!handle && opName)

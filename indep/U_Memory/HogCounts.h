@@ -1,27 +1,21 @@
-// What has come and gone of each hog, in shares that one thread each counts in.
-//
-// A share is written by its thread alone, so that a hog handle takes no lock and
-// writes nothing that other threads write.
+// The live handles and bytes of each hog.
 
 #ifndef INDEP_U_MEMORY_HOG_COUNTS_H
 #define INDEP_U_MEMORY_HOG_COUNTS_H
 
 #include <atomic>
-#include <new>
-#include <utility>
 
 #include <cache_line.h>
-#include <thread_local.h>
 
 #include "U_Types.h"
 
-// Handles, and 2^32 times the bytes of their data, in one figure: both are counted in
-// one write. Sums and differences are right modulo 2^64.
+// Handles, and 2^32 times the bytes of their data, in one word: one atomic step counts
+// both. Sums and differences are right modulo 2^64.
 typedef U_u64 HogTally;
 
-inline HogTally TallyOf(U_u64 handles, U_u64 bytes)
+inline HogTally TallyOf(U_i64 handles, U_i64 bytes)
 {
-    return handles + (bytes << 32);
+    return static_cast<U_u64>(handles) + (static_cast<U_u64>(bytes) << 32);
 }
 
 inline U_u32 HandlesOf(HogTally tally)
@@ -29,98 +23,50 @@ inline U_u32 HandlesOf(HogTally tally)
     return static_cast<U_u32>(tally);
 }
 
-// Modulo 2^32. Fewer handles than none have borrowed from the bytes.
+// Modulo 2^32. A negative number of handles has borrowed from the bytes.
 inline U_u32 BytesOf(HogTally tally)
 {
     const U_i32 handles = static_cast<U_i32>(HandlesOf(tally));
     return static_cast<U_u32>((tally - static_cast<U_u64>(static_cast<U_i64>(handles))) >> 32);
 }
 
-// One hog's tallies, which are written by one thread at a time.
-class HogCell
+// On a cache line of its own: threads that count different hogs do not slow each other down.
+struct alignas(platform::kCacheLine) HogCount
+{
+    std::atomic<HogTally> mLive{0};
+};
+
+// A growing array whose elements keep their addresses, so that counting takes no lock.
+// Piece number p holds kFirstPiece << p elements. The pieces are never freed.
+class HogCounts
 {
 public:
-    void AddMade(HogTally more) { Add(mMade, more); }
-    void AddGone(HogTally more) { Add(mGone, more); }
-    HogTally Made() const { return mMade.load(std::memory_order_acquire); }
-    HogTally Gone() const { return mGone.load(std::memory_order_acquire); }
+    // Makes room for the element. False without memory. Not thread-safe with itself.
+    bool MakeRoom(U_u32 index);
 
-    void Set(HogTally made, HogTally gone)
+    // REQUIRES: room has been made for the element, and the caller has learnt of the index
+    // from the thread that made it.
+    HogCount& operator[](U_u32 index) const
     {
-        mMade.store(made, std::memory_order_release);
-        mGone.store(gone, std::memory_order_release);
+        const U_u32 piece = PieceOf(index);
+        return mPieces[piece][index - FirstOf(piece)];
     }
+
+    // Sets all elements to 0. No other thread may be counting.
+    void Clear();
 
 private:
-    static void Add(std::atomic<HogTally>& tally, HogTally more)
+    static const U_u32 kFirstPiece = 16;
+    static const U_u32 kPieces = 28; // enough for 2^32 elements
+
+    static U_u32 PieceOf(U_u32 index)
     {
-        tally.store(tally.load(std::memory_order_relaxed) + more, std::memory_order_release);
+        return 31 - static_cast<U_u32>(__builtin_clz(index / kFirstPiece + 1));
     }
+    static U_u32 FirstOf(U_u32 piece) { return kFirstPiece * ((U_u32(1) << piece) - 1); }
 
-    std::atomic<HogTally> mMade{0};
-    std::atomic<HogTally> mGone{0};
+    HogCount mFirst[kFirstPiece];
+    HogCount* mPieces[kPieces] = {mFirst};
 };
-
-// Cells in cache lines that nothing else stands in.
-class HogCells
-{
-public:
-    static const U_u32 kStep = 16; // cells come in multiples of it
-
-    HogCells() = default;
-    HogCells(const HogCells&) = delete;
-    HogCells& operator=(const HogCells&) = delete;
-    ~HogCells() { ::operator delete(mFirst, kLine); }
-
-    // Makes that many; false without memory. To be called once.
-    bool Make(U_u32 count);
-
-    U_u32 Count() const { return mCount; }
-    HogCell& operator[](U_u32 index) { return mFirst[index]; }
-
-    void Swap(HogCells& other)
-    {
-        std::swap(mFirst, other.mFirst);
-        std::swap(mCount, other.mCount);
-    }
-
-private:
-    static const std::align_val_t kLine = std::align_val_t(platform::kCacheLine);
-
-    HogCell* mFirst = nullptr;
-    U_u32 mCount = 0;
-};
-
-// A thread's share. Its thread alone puts other cells in it, under a lock, and counts in
-// them without one.
-struct HogShare
-{
-    HogCells mCells; // by the hog's index
-    HogShare* mNext = nullptr;
-    HogShare* mNextIdle = nullptr;
-};
-
-extern PLATFORM_THREAD_LOCAL HogShare* tHogShare; // null until the thread counts
-
-// The calling thread's share, with room for the hog's cell. Null without memory.
-HogShare* MakeHogShare(U_u32 index);
-
-// The calling thread's cell for a hog; null without memory. In line by order: a call
-// would cost as much as the counting.
-[[gnu::always_inline]] inline HogCell* MyHogCell(U_u32 index)
-{
-    HogShare* share = tHogShare;
-    if (!share || index >= share->mCells.Count())
-        share = MakeHogShare(index);
-    return share ? &share->mCells[index] : nullptr;
-}
-
-// What lives of a hog by the cells of all threads, those that have ended included.
-// While threads count it is a figure of about now, in which no handle has gone that
-// hasn't been made.
-HogTally LiveByShares(U_u32 index);
-
-// Empties the shares of all threads, none of which may be counting.
-void ClearShares();
 
 #endif

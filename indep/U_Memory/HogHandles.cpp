@@ -83,7 +83,7 @@ U_Status GetDataSize(void** handle, U_u32* size)
     U_u32 size = 0;
     const U_Status failure = GetDataSize(handle, &size);
     if (!failure)
-        CountGone(index, 1, size);
+        CountHog(index, -1, -U_i64(size));
     U_FreeHandle(handle);
     return failure;
 }
@@ -110,7 +110,7 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
     if (!handle)
         return U_Err_OutOfMemory;
     new (*handle) HogHeader{0, index, MarkOf(handle, UHeap())};
-    CountMade(index, 1, size);
+    CountHog(index, 1, static_cast<U_i64>(size));
     return 0;
 }
 
@@ -123,7 +123,7 @@ U_Status U_FreeHogHandle(void** handle)
         return RefuseHog(kFreePlace);
     if (header->mMark != MarkOf(handle, heap))
         return FreeUnmarked(handle, header->mHogIndex);
-    CountGone(header->mHogIndex, 1, blockSize - sizeof(HogHeader));
+    CountHog(header->mHogIndex, -1, static_cast<U_i64>(sizeof(HogHeader) - blockSize));
     MEM_DisposeHandle(heap, handle);
     return 0;
 }
@@ -143,7 +143,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     // A host that purges before may have resized it, or locked it.
     U_u64 oldBlock = 0;
     bool isLocked = false;
-    auto attempt = [&]() -> void* {
+    auto attempt = [&](Claim&) -> void* {
         const HogHeader* const headerNow = FindHeader(handle);
         isLocked = headerNow && headerNow->mLockCount;
         if (isLocked)
@@ -151,14 +151,12 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         oldBlock = MEM_GetHandleSize(UHeap(), handle);
         return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? *handle : nullptr;
     };
-    if (!Up_AllocateShared({location, opName, newBlock, kAsIs, false}, attempt))
+    const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), handle), newBlock);
+    if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs, false}, attempt))
         return U_Err_OutOfMemory;
     if (isLocked)
         return RefuseLockedHog();
-    if (newBlock > oldBlock)
-        CountMade(index, 0, newBlock - oldBlock);
-    else
-        CountGone(index, 0, oldBlock - newBlock);
+    CountHog(index, 0, static_cast<U_i64>(newBlock - oldBlock));
     return 0;
 }
 

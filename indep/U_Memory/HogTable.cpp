@@ -15,6 +15,8 @@
 #include "U_Hog.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/U_Memory/AllocFailure.h"
+#include "indep/U_Memory/HogCounts.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/Refuse.h"
 #include "indep/frame/ScTrue.h"
@@ -43,8 +45,7 @@ const char* const kNotReported[] = {"OMF", "PNGIO", "TIFFIO", "WAV"};
 
 struct HogSlot
 {
-    HogTally mLive; // beside what the threads' shares count
-    void** mName;   // a handle of the name's text; owned
+    void** mName; // a handle of the name's text; owned
 };
 
 struct HogTable
@@ -67,6 +68,10 @@ HogTable* sTable = nullptr;
 // Registered hogs, 0 while there is no table; grows, under the lock, until death. Read
 // without it.
 std::atomic<U_u32> sCount(0);
+
+// The counts of the registered hogs. Never destroyed: threads may free hog handles until
+// the process ends.
+HogCounts& sCounts = *new HogCounts;
 
 std::atomic<bool> sReportsLeaks(false);
 
@@ -96,6 +101,15 @@ void** CopyOfName(const char* name)
     return copy;
 }
 
+// With the lock held.
+U_Status MakeRoomForCount()
+{
+    if (sCounts.MakeRoom(sCount))
+        return 0;
+    Up_ReportAllocFailure(kRegisterPlace, sizeof(HogCount), Up_StringOrEnglish(kTableName), true);
+    return U_Err_OutOfMemory;
+}
+
 // With the lock held. A host that is asked to purge for the table can't register
 // a hog at that moment: room for it is what is being made.
 U_Status MakeRoom(HogTable& table)
@@ -119,8 +133,10 @@ U_Status AddSlot(HogTable& table, void** name, U_u32* index)
     HogLock lock(sLock);
     if (U_Status failure = MakeRoom(table))
         return failure;
+    if (U_Status failure = MakeRoomForCount())
+        return failure;
     *index = sCount;
-    Slots(table)[*index] = {0, name};
+    Slots(table)[*index] = {name};
     sCount = *index + 1; // from here on other threads find it
     return 0;
 }
@@ -158,10 +174,9 @@ bool IsReported(const char* name)
                         [name](const char* part) { return std::strstr(name, part) != nullptr; });
 }
 
-// With the lock held.
 HogTally LiveOf(U_u32 index)
 {
-    return LiveByShares(index) + Slots(*sTable)[index].mLive;
+    return sCounts[index].mLive.load(std::memory_order_relaxed);
 }
 
 // With the lock held.
@@ -202,8 +217,8 @@ U_Status Up_HogBirth()
         U_FreeHandle(table);
         return U_Err_OutOfMemory;
     }
-    // A birth that failed behind this step has left a table, with its hogs.
-    ClearShares();
+    // A birth that failed after this step has left a table with its hogs.
+    sCounts.Clear();
     sCount = 0;
     sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots, false};
     return 0;
@@ -217,7 +232,7 @@ void Up_TerminateHogs()
     LeakText leaks;
     if (sReportsLeaks)
         AddLeaks(&leaks);
-    ClearShares();
+    sCounts.Clear();
     FreeTable();
     if (!leaks.HasLeaks())
         return;
@@ -230,10 +245,9 @@ bool IsHog(U_u32 index)
     return index < sCount.load(std::memory_order_acquire);
 }
 
-void CountWithoutCell(U_u32 index, HogTally more)
+void CountHog(U_u32 index, U_i64 handles, U_i64 bytes)
 {
-    HogLock lock(sLock);
-    Slots(*sTable)[index].mLive += more;
+    sCounts[index].mLive.fetch_add(TallyOf(handles, bytes), std::memory_order_relaxed);
 }
 
 U_Status RefuseHog(U_u32 location)
@@ -266,7 +280,6 @@ U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes)
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
         return RefuseHog(kStatsPlace);
-    HogLock lock(sLock);
     const HogTally live = LiveOf(index);
     *liveHandles = HandlesOf(live);
     *liveBytes = BytesOf(live);

@@ -69,13 +69,15 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
     if (!procedure)
         return RefuseArgument("U_PurgeLoop: no procedure");
     U_Status result = U_Err_OutOfMemory;
-    auto attempt = [&]() -> void* {
+    auto attempt = [&](Claim&) -> void* {
         bool okay = false;
         result = procedure(refcon, &okay);
         // Any address will do: nothing is cleared.
         return okay && result == 0 ? &result : nullptr;
     };
-    Up_AllocateShared({0, nullptr, size, kAsIs, recycled}, attempt);
+    // The host accounts for the memory of its own procedure, if at all.
+    const U_u64 growth = 0;
+    Up_AllocateShared({0, nullptr, size, growth, kAsIs, recycled}, attempt);
     return result;
 }
 

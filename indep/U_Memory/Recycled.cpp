@@ -24,32 +24,33 @@ static_assert(sizeof(RecycledHeader) == 16, "the caller's bytes keep the block's
 const U_u32 kMark = 0xBEEFBEEF;
 const U_u32 kHeaderBytes = sizeof(RecycledHeader);
 
-// Charges a block, or takes it off again. The 16 bytes on top of a block that
-// holds the header already are charged and taken off alike.
-void Account(U_i32 delta)
-{
-    Up_AddFrameAllocation(delta);
-    MEM_AccountAllocation(delta);
-}
-
+// The header's bytes are charged twice: inside the block's size and on top of it.
 U_i32 ChargeOf(const RecycledMemory& memory)
 {
     return static_cast<U_i32>(static_cast<U_u32>(memory.mBlockSize) + kHeaderBytes);
 }
 
-void* NewRecycled(U_u64 size)
+void* NewRecycled(U_u64 size, Claim& claim)
 {
     RecycledMemory* memory = nullptr;
     const U_Status failure = Guarded([&] {
-        memory = new RecycledMemory(0);
-        memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes));
+        try
+        {
+            memory = new RecycledMemory(0);
+            memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes));
+        }
+        catch (...)
+        {
+            claim.End(); // before a translator or a callback of the host runs
+            throw;
+        }
     });
     if (failure || !memory || !memory->mBlock)
     {
         delete memory;
         return nullptr;
     }
-    Account(ChargeOf(*memory));
+    Up_AccountFrames(ChargeOf(*memory));
     RecycledHeader* header = static_cast<RecycledHeader*>(memory->mBlock);
     header->mMark = kMark;
     header->mOwner = memory;
@@ -59,8 +60,9 @@ void* NewRecycled(U_u64 size)
 
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
-    auto attempt = [=] { return NewRecycled(size); };
-    return Up_AllocateShared({location, opName, size, kAsIs, true}, attempt);
+    auto attempt = [=](Claim& claim) { return NewRecycled(size, claim); };
+    const U_u64 growth = size + 2 * kHeaderBytes; // and the block's rounding, charged with it
+    return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
 }
 
 U_Status U_FreeRecycledPtr(void* pointer)
@@ -68,7 +70,7 @@ U_Status U_FreeRecycledPtr(void* pointer)
     if (!pointer)
         return 0;
     RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
-    Account(-ChargeOf(*memory));
+    Up_AccountFrames(-ChargeOf(*memory));
     delete memory;
     return 0;
 }

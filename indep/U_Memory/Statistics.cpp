@@ -25,22 +25,32 @@ void LowerLimitIfMemoryIsLow(U_u64 used)
         MEM_SetMemUsageLimits(lowered, maximum);
 }
 
-U_Status TotalMemoryUsed(U_u64* out, bool lowerLimit)
+U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
 {
-    const U_Status failure = TOLV_TotalMemoryUsed(out);
+    U_u64 pool = 0;
+    const U_Status failure = Up_MeasureUse(out, &pool);
     if (lowerLimit)
         LowerLimitIfMemoryIsLow(*out);
+    if (!countRecycled)
+        *out -= pool;
     return failure;
 }
 
-U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
+// A frame that is made or freed between the two readings would be subtracted from a use
+// that does not include it.
+U_Status InUseWithoutFrames(U_u64* out, bool countRecycled)
 {
-    // The pool is read last: one that another thread purges meanwhile makes use look
-    // larger than it is. A block that goes back to it meanwhile makes it look smaller.
-    const U_Status failure = TotalMemoryUsed(out, lowerLimit);
-    if (!countRecycled)
-        *out -= U_GetRecycledMemorySize();
-    return failure;
+    const int kMostTries = 1000;
+    for (int tries = 1;; ++tries)
+    {
+        const U_u32 changes = Up_FrameChanges();
+        const U_i64 frames = Up_FrameAllocation();
+        const U_Status failure = InUse(out, true, countRecycled);
+        if (!failure && changes != Up_FrameChanges() && tries < kMostTries)
+            continue;
+        *out -= static_cast<U_u64>(frames);
+        return failure;
+    }
 }
 
 U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
@@ -87,8 +97,9 @@ U_u64 Less(U_u64 value, U_u64 part)
 
 U_Status InUseByLibrary(U_u64* out)
 {
-    const U_Status failure = TotalMemoryUsed(out, false);
-    *out = Less(*out, U_GetRecycledMemorySize());
+    U_u64 pool = 0;
+    const U_Status failure = Up_MeasureUse(out, &pool);
+    *out = Less(*out, pool);
     *out = Less(*out, U_GetSizeOfExternalMemoryManagers());
     return failure;
 }
@@ -115,11 +126,7 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled)
     case U_MemStat_InUseByLibrary:
         return InUseByLibrary(out);
     case U_MemStat_InUseWithoutFrames:
-    {
-        const U_Status failure = InUse(out, true, countRecycled);
-        *out -= static_cast<U_u64>(Up_FrameAllocation());
-        return failure;
-    }
+        return InUseWithoutFrames(out, countRecycled);
     default:
         return 0;
     }

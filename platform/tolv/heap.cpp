@@ -13,6 +13,7 @@
 #include "private/names.h"
 #include "private/switches.h"
 #include "private/thread_record.h"
+#include "private/tracked_usage.h"
 
 using namespace tolv;
 

@@ -57,8 +57,32 @@ PLATFORM_EXPORT int MEM_SetBaseline(MEM_HeapRef heap);
 PLATFORM_EXPORT int MEM_AccountAllocation(int delta);
 PLATFORM_EXPORT int MEM_AccountSystemAllocation(long long delta);
 
-// The tracked usage in bytes: live blocks of all heaps plus what was charged.
+// The tracked usage in bytes: live blocks of all heaps plus the bytes charged above. Exact
+// while no other thread changes it; otherwise off by at most 32 KiB for each such thread.
 PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
+
+// A charge for a block that the calling thread is about to allocate. Until the thread has
+// the block, its own readings of the usage leave the claim out; other threads see it.
+struct MEM_Claim
+{
+    bool mFits = false;            // size fitted under the limit
+    unsigned long long mUsage = 0; // the usage that was compared, if size did not fit
+    unsigned long long mOuter = 0; // bytes that the thread had claimed before
+};
+
+// Compares the tracked usage plus `size` with `limit` and, if it fits, charges `growth`
+// bytes to the usage in the same atomic step: of two threads that compete for the last
+// room one finds it. Later charges of the thread, such as that of the block itself, are
+// paid out of the claim. The cost does not depend on the number of threads unless use is
+// within 16 KiB a thread of the limit.
+//
+// Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.
+PLATFORM_EXPORT short MEM_ClaimUsage(unsigned long long size, unsigned long long growth,
+                                     unsigned long long limit, MEM_Claim* claim);
+
+// Takes back the part of the claim that no charge was paid from. To be called on the
+// thread that claimed, in reverse order of claims.
+PLATFORM_EXPORT void MEM_EndClaim(const MEM_Claim* claim);
 
 // The base limits and the override, in bytes. Return 0, or -50 for a null
 // output.

@@ -8,11 +8,11 @@
 
 #include "../immortal.h"
 #include "../quiet_new.h"
+#include "private/tracked_usage.h"
 
 namespace tolv
 {
 PLATFORM_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
-std::atomic<unsigned long long> sStrayUsage(0);
 
 namespace
 {
@@ -20,10 +20,14 @@ namespace
 boost::mutex& sIdleLock = *new boost::mutex;
 ThreadRecord* sFirstIdle = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
+std::atomic<long long> sLiveRecords(0);
 
+// The part is handed over first: the parts of threads that are not counted are 0.
 void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
+    HandOver(*record, record->mUsagePart.load(std::memory_order_relaxed));
+    sLiveRecords.fetch_sub(1, std::memory_order_release);
     boost::lock_guard<boost::mutex> lock(sIdleLock);
     record->mNextIdle = sFirstIdle;
     sFirstIdle = record;
@@ -86,6 +90,7 @@ ThreadRecord* MakeRecord()
         record = TakeIdle();
         if (!record)
             record = NewRecord();
+        sLiveRecords.fetch_add(1, std::memory_order_relaxed);
         Owner().reset(record);
         return tRecord = record;
     }
@@ -118,12 +123,13 @@ void GiveSlot(ThreadRecord* record, void** slot)
     Push(record->mActive, slot);
 }
 
-unsigned long long SumUsage()
+ThreadRecord* FirstRecord()
 {
-    unsigned long long sum = sStrayUsage.load(std::memory_order_relaxed);
-    for (ThreadRecord* record = sFirstRecord.load(std::memory_order_acquire); record;
-         record = record->mNext)
-        sum += record->mUsage.load(std::memory_order_relaxed);
-    return static_cast<long long>(sum) > 0 ? sum : 0;
+    return sFirstRecord.load(std::memory_order_acquire);
+}
+
+long long LiveRecords()
+{
+    return sLiveRecords.load(std::memory_order_relaxed);
 }
 } // namespace tolv

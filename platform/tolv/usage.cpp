@@ -4,7 +4,7 @@
 
 #include "memory.h"
 #include "private/switches.h"
-#include "private/thread_record.h"
+#include "private/tracked_usage.h"
 
 namespace
 {
@@ -66,7 +66,28 @@ int MEM_AccountSystemAllocation(long long delta)
 
 unsigned long long MEM_GetMemUsage()
 {
-    return tolv::SumUsage();
+    return tolv::UsageSeenBy(tolv::tRecord);
+}
+
+short MEM_ClaimUsage(unsigned long long size, unsigned long long growth, unsigned long long limit,
+                     MEM_Claim* claim)
+{
+    if (!claim)
+        return kBadParameter;
+    *claim = MEM_Claim();
+    if (const short failure = sUsageError.load(std::memory_order_relaxed))
+        return failure;
+    tolv::ThreadRecord* const record = tolv::MyRecord();
+    claim->mOuter = record ? record->mClaimed : 0;
+    claim->mFits = tolv::ClaimUsage(record, size, growth, limit, &claim->mUsage);
+    return 0;
+}
+
+void MEM_EndClaim(const MEM_Claim* claim)
+{
+    tolv::ThreadRecord* const record = tolv::tRecord;
+    if (claim && claim->mFits && record)
+        tolv::ReleaseClaim(*record, claim->mOuter);
 }
 
 int MEM_GetMemUsageLimits(unsigned long long* prepurge, unsigned long long* maximum)

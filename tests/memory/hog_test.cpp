@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <control.h>
+#include <tolv/memory.h>
 
 #include "U_Alloc.h"
 #include "tests/support/Hogs.h"
@@ -301,4 +302,19 @@ TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
         platform::SetHeapFailure({});
         EXPECT_EQ(mAlerts.All().size(), isTold ? 1u : 0u);
     }
+}
+
+TEST_F(Hogs, OfAnotherHeapAreReportedAndFreedAllTheSame)
+{
+    MEM_HeapRef otherHeap = MEM_NewHeap();
+    void** handle = MEM_NewHandle(otherHeap, 100);
+    std::memset(*handle, 0, 100);
+    void** own = New(84);
+    mLog.Clear();
+    EXPECT_EQ(U_FreeHogHandle(handle), 0);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for its size, and for its end";
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+    EXPECT_EQ(MEM_GetHandleSize(otherHeap, handle), 0u);
+    U_FreeHandle(own);
+    MEM_DumpLeaks(otherHeap);
 }

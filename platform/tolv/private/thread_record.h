@@ -1,9 +1,8 @@
-// What the heap keeps per thread: free slots, small blocks for the next request
-// of their size, and a share of the usage figure.
+// The heap's record of a thread: free slots, freed small blocks for the next request of
+// their size, and the thread's part of the tracked usage.
 //
-// Only its thread writes a record, so that an allocation takes no lock and
-// writes nothing that other threads write. When a thread ends, a later one
-// goes on with its record.
+// Only its own thread writes a record, so an allocation takes no lock. When a thread ends,
+// a later thread takes over its record.
 
 #ifndef TOLV_THREAD_RECORD_H
 #define TOLV_THREAD_RECORD_H
@@ -102,10 +101,11 @@ private:
 
 struct alignas(platform::kCacheLine) ThreadRecord
 {
-    std::atomic<unsigned long long> mUsage{0}; // bytes
-    SlotChain mActive;                         // slots are taken from here and given back to here
-    SlotChain mSpare;              // keeps a thread that swings round an edge off the pool
-    ThreadRecord* mNext = nullptr; // the list of all records
+    std::atomic<long long> mUsagePart{0}; // bytes not handed over yet, see tracked_usage.h
+    unsigned long long mClaimed = 0;      // bytes charged for blocks that the thread lacks yet
+    SlotChain mActive;                    // slots are taken from here and given back to here
+    SlotChain mSpare;                     // keeps a thread that swings round an edge off the pool
+    ThreadRecord* mNext = nullptr;        // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
 };
@@ -129,25 +129,11 @@ void** TakeSlot(ThreadRecord* record);
 // common pool once that has plenty. A null record gives it to the pool.
 void GiveSlot(ThreadRecord* record, void** slot);
 
-// The share of threads for which no record could be made.
-extern std::atomic<unsigned long long> sStrayUsage;
+// The newest record; mNext leads from there through all. Records are never freed.
+ThreadRecord* FirstRecord();
 
-// Adds to the calling thread's share of the usage figure. Shares are unsigned,
-// since only their sum has a sign: a thread that frees what others allocated
-// goes below zero.
-inline void AddUsage(ThreadRecord* record, long long bytes)
-{
-    const unsigned long long delta = static_cast<unsigned long long>(bytes);
-    if (record)
-        record->mUsage.store(record->mUsage.load(std::memory_order_relaxed) + delta,
-                             std::memory_order_relaxed);
-    else
-        sStrayUsage.fetch_add(delta, std::memory_order_relaxed);
-}
-
-// The sum of all shares. While other threads allocate and free it is a figure
-// of about now, and never below 0.
-unsigned long long SumUsage();
+// Records of threads that have not ended.
+long long LiveRecords();
 } // namespace tolv
 
 #endif

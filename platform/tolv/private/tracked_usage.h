@@ -1,0 +1,69 @@
+// The tracked usage: one figure of the process, and a small part that each thread keeps back.
+//
+// A thread adds charges below kDirectCharge to a part of its own and hands the part over
+// when it reaches kHandOver either way. Larger charges change the process's figure at once.
+// The usage is the process's figure plus all parts. The sum of both is exact while no
+// thread changes them. While threads change them, each thread's part moves by less than
+// 2 * kHandOver under the sum, so the sum is off by at most 32 KiB a thread.
+//
+// A claim is a charge to the process's figure for a block that the thread does not have
+// yet. The thread's next charges are paid out of its claim, and the thread's own readings
+// leave the claim out.
+
+#ifndef TOLV_TRACKED_USAGE_H
+#define TOLV_TRACKED_USAGE_H
+
+#include <atomic>
+
+#include "../../cache_line.h"
+#include "thread_record.h"
+
+namespace tolv
+{
+const long long kDirectCharge = 2048;  // bytes
+const long long kHandOver = 16 * 1024; // bytes
+
+// Every thread writes the figure, and each processor fetches two cache lines at once.
+struct alignas(2 * platform::kCacheLine) ProcessUsage
+{
+    std::atomic<long long> mBytes{0};
+};
+extern ProcessUsage sProcessUsage;
+
+// Adds a thread's part, which becomes `part`, to the process's figure and empties the part.
+void HandOver(ThreadRecord& record, long long part);
+
+// Pays as much of a charge as the thread's claim holds. Returns the rest of the charge.
+long long PayOutOfClaim(ThreadRecord& record, long long bytes);
+
+// Charges the bytes, which may be negative. A null record charges the process's figure.
+inline void AddUsage(ThreadRecord* record, long long bytes)
+{
+    if (record && record->mClaimed && bytes > 0)
+        bytes = PayOutOfClaim(*record, bytes);
+    if (!record || bytes >= kDirectCharge || bytes <= -kDirectCharge)
+    {
+        sProcessUsage.mBytes.fetch_add(bytes, std::memory_order_release);
+        return;
+    }
+    const long long part = record->mUsagePart.load(std::memory_order_relaxed) + bytes;
+    if (part > -kHandOver && part < kHandOver)
+        record->mUsagePart.store(part, std::memory_order_relaxed);
+    else
+        HandOver(*record, part);
+}
+
+// The usage without the claim of the calling thread, at least 0.
+unsigned long long UsageSeenBy(const ThreadRecord* record);
+
+// If the usage seen by the thread plus `size` is at most `limit`, adds `growth` to the
+// process's figure and to the thread's claim, in one atomic step with the comparison.
+// Otherwise returns false and stores the usage in *usage.
+bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
+                unsigned long long limit, unsigned long long* usage);
+
+// Takes back the thread's claim but for `kept` bytes.
+void ReleaseClaim(ThreadRecord& record, unsigned long long kept);
+} // namespace tolv
+
+#endif

@@ -1,0 +1,104 @@
+#include "private/tracked_usage.h"
+
+#include <algorithm>
+
+namespace tolv
+{
+ProcessUsage sProcessUsage;
+
+namespace
+{
+bool Fits(unsigned long long usage, unsigned long long size, unsigned long long limit)
+{
+    return usage <= limit && size <= limit - usage;
+}
+
+unsigned long long AtLeastZero(long long bytes)
+{
+    return bytes > 0 ? static_cast<unsigned long long>(bytes) : 0;
+}
+
+long long ClaimOf(const ThreadRecord* record)
+{
+    return record ? static_cast<long long>(record->mClaimed) : 0;
+}
+
+long long SumOfParts()
+{
+    long long sum = 0;
+    for (const ThreadRecord* record = FirstRecord(); record; record = record->mNext)
+        sum += record->mUsagePart.load(std::memory_order_acquire);
+    return sum;
+}
+
+// The most that all parts together can be. Parts of threads that have ended are 0.
+long long MostOfParts()
+{
+    return kHandOver * LiveRecords();
+}
+} // namespace
+
+// A positive part is in both places for a moment, a negative one in neither: a claim, which
+// reads the figure first and then the parts, takes the usage for more than it is and never
+// for less.
+void HandOver(ThreadRecord& record, long long part)
+{
+    if (part > 0)
+    {
+        sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
+        record.mUsagePart.store(0, std::memory_order_release);
+        return;
+    }
+    record.mUsagePart.store(0, std::memory_order_relaxed);
+    sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
+}
+
+long long PayOutOfClaim(ThreadRecord& record, long long bytes)
+{
+    const unsigned long long paid =
+        std::min(record.mClaimed, static_cast<unsigned long long>(bytes));
+    record.mClaimed -= paid;
+    return bytes - static_cast<long long>(paid);
+}
+
+unsigned long long UsageSeenBy(const ThreadRecord* record)
+{
+    const long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
+    return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
+}
+
+bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
+                unsigned long long limit, unsigned long long* usage)
+{
+    long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
+    for (;;)
+    {
+        const long long seen = figure - ClaimOf(record);
+        // The parts are summed near the limit only: the sum visits every thread.
+        if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
+        {
+            *usage = AtLeastZero(seen + SumOfParts());
+            if (!Fits(*usage, size, limit))
+                return false;
+        }
+        if (!record || !growth)
+            return true; // the block is charged when the thread has it
+        if (sProcessUsage.mBytes.compare_exchange_weak(
+                figure, figure + static_cast<long long>(growth), std::memory_order_acq_rel,
+                std::memory_order_acquire))
+        {
+            record->mClaimed += growth;
+            return true;
+        }
+    }
+}
+
+void ReleaseClaim(ThreadRecord& record, unsigned long long kept)
+{
+    if (record.mClaimed <= kept)
+        return;
+    const unsigned long long released = record.mClaimed - kept;
+    record.mClaimed = kept;
+    sProcessUsage.mBytes.fetch_sub(static_cast<long long>(released), std::memory_order_release);
+}
+} // namespace tolv

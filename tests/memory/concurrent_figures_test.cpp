@@ -1,0 +1,252 @@
+// Figures of memory that are read while other threads allocate and free.
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include <control.h>
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "tests/support/Hogs.h"
+#include "tests/support/OnThreads.h"
+#include "tests/support/PurgeHost.h"
+
+namespace
+{
+const U_u64 kThreadShare = 32 * 1024; // bytes that a thread may keep back from the tracked use
+
+// Runs work on another thread, again and again, until the scope ends.
+class ScRepeated
+{
+public:
+    template <class Work>
+    explicit ScRepeated(Work work)
+        : mThread([this, work]() mutable {
+              while (!mEnds)
+              {
+                  work();
+                  ++mRuns;
+              }
+          })
+    {
+        while (!mRuns)
+            std::this_thread::yield();
+    }
+    ~ScRepeated()
+    {
+        mEnds = true;
+        mThread.join();
+    }
+    ScRepeated(const ScRepeated&) = delete;
+    ScRepeated& operator=(const ScRepeated&) = delete;
+
+    int Runs() const { return mRuns; }
+
+private:
+    std::atomic<bool> mEnds{false};
+    std::atomic<int> mRuns{0};
+    std::thread mThread;
+};
+
+class ConcurrentFigures : public Hogs
+{
+protected:
+    // Threads that live at once leave as many records, which a sum over threads visits.
+    void SetUp() override
+    {
+        Hogs::SetUp();
+        const int kThreads = 200;
+        std::atomic<int> arrived(0);
+        OnThreads(kThreads, [&](int) {
+            U_FreeHogHandle(New(1));
+            ++arrived;
+            while (arrived < kThreads)
+                std::this_thread::yield();
+        });
+    }
+};
+
+U_u64 Stat(U_u32 which)
+{
+    U_u64 value = 0;
+    EXPECT_EQ(U_GetMemoryStat(which, &value), 0);
+    return value;
+}
+} // namespace
+
+// Unsigned counts: a handle that is seen to go before it was made would be 2^32 - 1.
+TEST_F(ConcurrentFigures, AHogCountsNoHandleThatHasGone)
+{
+    std::atomic<void**> handed(nullptr);
+    Stats most = {0, 0};
+    {
+        const ScRepeated maker([&] {
+            if (!handed)
+                handed = New(100);
+        });
+        const ScRepeated freer([&] {
+            if (void** const handle = handed.exchange(nullptr))
+                U_FreeHogHandle(handle);
+        });
+        for (int reads = 0; reads < 100000 || freer.Runs() < 1000; ++reads)
+        {
+            const Stats now = Count();
+            most = {std::max(most.mHandles, now.mHandles), std::max(most.mBytes, now.mBytes)};
+        }
+    }
+    if (void** const handle = handed)
+        U_FreeHogHandle(handle);
+    EXPECT_LE(most.mHandles, 2u) << "one handed over, one in flight";
+    EXPECT_LE(most.mBytes, 200u);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
+TEST_F(ConcurrentFigures, UseIsOffByWhatThreadsKeepBackAndNotByWhatFlowsThrough)
+{
+    const U_u64 kBlock = 100000;
+    const U_u64 before = InUse();
+    std::atomic<void*> handed(nullptr);
+    U_u64 least = ~U_u64(0);
+    U_u64 most = 0;
+    {
+        const ScRepeated producer([&] {
+            if (!handed)
+                handed = U_AllocatePtrQuiet(kBlock);
+        });
+        const ScRepeated consumer([&] { U_FreePtr(handed.exchange(nullptr)); });
+        for (int reads = 0; reads < 100000 || consumer.Runs() < 1000; ++reads)
+        {
+            const U_u64 now = InUse();
+            least = std::min(least, now);
+            most = std::max(most, now);
+        }
+    }
+    U_FreePtr(handed);
+    EXPECT_GE(least, before - 3 * kThreadShare);
+    EXPECT_LE(most, before + 2 * kBlock + 3 * kThreadShare); // one handed over, one in flight
+    EXPECT_EQ(InUse(), before);
+}
+
+// Blocks of 2 KiB and less flow through what threads keep back.
+TEST_F(ConcurrentFigures, SmallBlocksThatChangeThreadsAreCountedOnce)
+{
+    const U_u64 before = InUse();
+    U_u64 most = 0;
+    std::atomic<void**> handed(nullptr);
+    {
+        const ScRepeated producer([&] {
+            if (!handed)
+                handed = U_AllocateHandleQuiet(2000);
+        });
+        const ScRepeated consumer([&] {
+            if (void** const handle = handed.exchange(nullptr))
+                U_FreeHandle(handle);
+        });
+        for (int reads = 0; reads < 100000 || consumer.Runs() < 10000; ++reads)
+            most = std::max(most, InUse());
+    }
+    if (void** const handle = handed)
+        U_FreeHandle(handle);
+    EXPECT_LE(most, before + 3 * kThreadShare + 4000);
+    EXPECT_EQ(InUse(), before) << "exact when no thread is at work";
+}
+
+TEST_F(ConcurrentFigures, RecycledBlocksThatComeAndGoWrapNoFigure)
+{
+    const int kThreads = 4;
+    const U_u64 kBlock = 400 * kMiB;
+    const U_u64 kPlausible = 4096 * kMiB;
+    MEM_SetMemUsageLimits(InUse() + 2000 * kMiB, InUse() + 3000 * kMiB);
+    static std::atomic<U_u64> sLargestRequest;
+    sLargestRequest = 0;
+    U_SetPurgeRequestCallback(
+        [](void*, U_u64, U_u64 amount, bool*) {
+            sLargestRequest = std::max<U_u64>(sLargestRequest, amount);
+            return 0;
+        },
+        nullptr);
+    std::atomic<int> refused(0);
+    std::atomic<U_u64> largest(0);
+    {
+        const ScRepeated reader(
+            [&] { largest = std::max<U_u64>(largest, Stat(U_MemStat_InUseWithoutFrames)); });
+        OnThreads(kThreads, [&](int) {
+            for (int run = 0; run < 10000; ++run)
+            {
+                void* const block = U_AllocateRecycledPtr(0, nullptr, kBlock);
+                refused += block ? 0 : 1;
+                U_FreeRecycledPtr(block);
+                if (run % 8 == 0)
+                    U_PurgeRecycledMemory(~U_u64(0));
+            }
+        });
+    }
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    EXPECT_EQ(refused, 0);
+    EXPECT_LT(sLargestRequest, kPlausible);
+    EXPECT_LT(largest, kPlausible);
+}
+
+TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
+{
+    const U_u64 kBlock = 50 * kMiB;
+    SetLimitsAboveUse(60 * kMiB, 64 * kMiB);
+    std::atomic<int> held(0);
+    std::atomic<int> mostHeld(0);
+    std::atomic<int> had(0);
+    platform::SetHeapFailure([](unsigned long long) {
+        std::this_thread::yield(); // between the decision and the block
+        return false;
+    });
+    OnThreads(4, [&](int) {
+        for (int run = 0; run < 500; ++run)
+        {
+            void* const block = U_AllocatePtrQuiet(kBlock);
+            if (!block)
+                continue;
+            ++had;
+            const int now = ++held;
+            for (int most = mostHeld; most < now && !mostHeld.compare_exchange_weak(most, now);)
+            {
+            }
+            std::this_thread::yield();
+            --held;
+            U_FreePtr(block);
+        }
+    });
+    platform::SetHeapFailure({});
+    EXPECT_EQ(mostHeld, 1);
+    EXPECT_GT(had, 0);
+}
+
+// The budget charges a block before the heap is asked. Nothing that runs on the
+// allocating thread sees that charge before the thread has the block.
+TEST_F(ConcurrentFigures, AThreadSeesNoChargeForABlockThatItDoesNotHaveYet)
+{
+    U_u64 before = 0;
+    U_u64 inside = 0;
+    U_u64 other = 0;
+    platform::SetHeapFailure([&](unsigned long long) {
+        inside = InUse();
+        std::thread([&] { other = InUse(); }).join();
+        return true;
+    });
+    before = InUse();
+    EXPECT_EQ(U_AllocatePtrQuiet(kMiB), nullptr);
+    platform::SetHeapFailure({});
+    EXPECT_EQ(inside, before);
+    EXPECT_EQ(other, before + kMiB) << "another thread finds the room taken";
+    EXPECT_EQ(InUse(), before) << "a heap that refuses takes the charge back";
+
+    // A purge request on the way to a recycled block, whose room is taken already.
+    U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
+    const ScPurgeHost host([&](bool*) { inside = InUse() - U_GetRecycledMemorySize(); });
+    const U_u64 used = InUse() - U_GetRecycledMemorySize();
+    MEM_SetMemUsageLimits(used + kMiB / 2, used + 100 * kMiB);
+    void* const block = U_AllocateRecycledPtr(0, nullptr, 4000);
+    EXPECT_EQ(host.mRequests.size(), 1u);
+    EXPECT_EQ(inside, used);
+    U_FreeRecycledPtr(block);
+}
