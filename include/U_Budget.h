@@ -22,7 +22,8 @@
 //   failure, asks the host to purge or calls any other function of the host. A measurement
 //   on the allocating thread never includes a block that the thread does not have yet.
 // - Use is exact while no other thread is inside the library. While other threads allocate
-//   and free, a figure is off by at most 32 KiB for each of them, whatever passes through.
+//   and free, a figure is off by at most 32 KiB for each of them, whatever passes through. A
+//   block that another thread is about to get may be included.
 // - The recycled pool is read once for each figure, so no figure falls below zero because a
 //   block enters or leaves the pool.
 

@@ -24,13 +24,14 @@ enum : U_u32
     U_Hog_Quiet = 2  // don't tell the user of a failure
 };
 
-// Stores the identifier of a new hog in *id; the name is copied. A name that is
-// registered already makes a second hog of that name. An identifier is good until
-// death. Returns 0; 4 without memory, also inside a purge request that another
-// registration made; 3 outside the library's life. *id stays after a failure. Where memory
-// is short it is reported, and the host asked to purge, with the hogs locked: a logging
-// callback registers no hog, asks for no statistics of hogs, and makes, resizes or frees
-// no hog handle.
+// Stores the identifier of a new hog in *id. The name is copied. A name that is registered
+// already makes a second hog of that name. An identifier is valid until death.
+//
+// Returns: 0; 4 without memory, also inside a purge request that another registration made;
+// 3 outside the library's life. *id is unchanged after a failure.
+// Failures: where memory is short, the library reports and asks the host to purge with the
+// table of hogs locked. The callbacks must not register a hog then, nor wait for a thread
+// that does.
 U_EXPORT U_Status U_RegisterHog(const char* name, U_u32* id);
 
 // Allocates a handle with size bytes of data; flags are those above, others are
