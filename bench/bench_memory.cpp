@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -125,6 +126,58 @@ template <class Allocator> void Churn(benchmark::State& state)
 void ChurnUncounted(benchmark::State& state)
 {
     U_ScDisableProactivePrePurging uncounted;
+    Churn<Ptr>(state);
+}
+
+// Threads that have allocated. They live until the scope ends.
+class LiveThreads
+{
+public:
+    explicit LiveThreads(int count)
+    {
+        for (int number = 0; number < count; ++number)
+            mThreads.emplace_back([this] {
+                void* const block = U_AllocatePtrQuiet(kLiveSize);
+                std::unique_lock<std::mutex> lock(mLock);
+                ++mArrived;
+                mChanged.notify_all();
+                mChanged.wait(lock, [this] { return mEnds; });
+                U_FreePtr(block);
+            });
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [&] { return mArrived == count; });
+    }
+
+    ~LiveThreads()
+    {
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mEnds = true;
+        }
+        mChanged.notify_all();
+        for (std::thread& thread : mThreads)
+            thread.join();
+    }
+
+private:
+    std::mutex mLock; // guards mArrived and mEnds
+    std::condition_variable mChanged;
+    int mArrived = 0;
+    bool mEnds = false;
+    std::vector<std::thread> mThreads;
+};
+
+// A measured block beside as many live threads as the second argument says.
+void ChurnAmongThreads(benchmark::State& state)
+{
+    const LiveThreads threads(static_cast<int>(state.range(1)));
+    Churn<Ptr>(state);
+}
+
+// The same after that many threads have ended.
+void ChurnAfterThreads(benchmark::State& state)
+{
+    LiveThreads(static_cast<int>(state.range(1)));
     Churn<Ptr>(state);
 }
 
@@ -270,6 +323,51 @@ U_u64 InUse()
     return used;
 }
 
+const U_u64 kPassedOn = 100000; // bytes of a block that a producer passes on to a consumer
+
+// Calls run(use) for readings of the use, while a producer passes blocks on to a consumer.
+template <class Run> void UnderProducerAndConsumer(benchmark::State& state, Run run)
+{
+    std::atomic<void*> handed(nullptr);
+    std::atomic<bool> ends(false);
+    std::thread producer([&] {
+        while (!ends)
+        {
+            if (!handed)
+                handed = U_AllocatePtrQuiet(kPassedOn);
+        }
+    });
+    std::thread consumer([&] {
+        while (!ends)
+            U_FreePtr(handed.exchange(nullptr));
+    });
+    for (auto _ : state)
+        run(InUse());
+    ends = true;
+    producer.join();
+    consumer.join();
+    U_FreePtr(handed);
+}
+
+// The largest distance of a reading from the uses that are possible: one block is handed
+// over and one is with the producer or the consumer, or none.
+void UsageError(benchmark::State& state)
+{
+    const U_u64 least = InUse();
+    const U_u64 most = least + 2 * kPassedOn;
+    U_u64 error = 0;
+    UnderProducerAndConsumer(state, [&](U_u64 use) {
+        error = std::max(error, use < least ? least - use : use > most ? use - most : 0);
+    });
+    state.counters["bytes"] = static_cast<double>(error);
+}
+
+void UsageErrorAllowed(benchmark::State& state)
+{
+    for (auto _ : state)
+        state.counters["bytes"] = 2 * 32 * 1024; // 32 KiB a thread
+}
+
 typedef Cache<U_Status (*)(void*)> UCache;
 
 int DropOldest(void* refcon, U_u64, U_u64, bool*)
@@ -339,6 +437,10 @@ BENCHMARK_TEMPLATE(Churn, Ptr)->SIZES;
 BENCHMARK_TEMPLATE(Churn, Handle)->SIZES;
 BENCHMARK_TEMPLATE(Churn, HogHandle)->SIZES;
 BENCHMARK(ChurnUncounted)->Arg(64)->ThreadRange(1, 2)->UseRealTime();
+BENCHMARK(ChurnAmongThreads)->ArgsProduct({{4096}, {1, 256, 1024}})->UseRealTime();
+BENCHMARK(ChurnAfterThreads)->Args({4096, 1024})->UseRealTime();
+BENCHMARK(UsageError)->Iterations(1000000)->UseRealTime();
+BENCHMARK(UsageErrorAllowed)->Iterations(1)->UseRealTime();
 #define LIVE ArgsProduct({{64, 1024}, {kLiveBlocks}})->UseRealTime()
 BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->LIVE;
 BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->LIVE;

@@ -37,7 +37,8 @@ struct Worker
     const int number;
     const U_u64 seed;
     std::mt19937_64 random;
-    U_u32 hog = 0;
+    U_u32 hog = 0;       // the worker's own
+    U_u32 sharedHog = 0; // of all workers
 };
 
 // A job does one thing and checks it.

@@ -11,7 +11,14 @@ namespace
 {
 const U_u64 kPrepurge = 16 << 20;
 const U_u64 kMaximum = 64 << 20;
-const U_u64 kCached = 64 << 10; // bytes of a block that is kept until a purge
+const U_u64 kCached = 64 << 10;  // bytes of a block that is kept until a purge
+const U_u64 kAccounted = 100000; // bytes that Accounting charges at the most, twice
+
+// Bytes by which a figure may pass the maximum: charges without a check, blocks that are
+// not measured, the rounding of recycled blocks, and 32 KiB that each thread keeps back.
+const U_u64 kUnmeasured = (kThreads + 2) * (2 * kAccounted + 256 * 2048 + (32 << 10));
+
+U_u64 sUseAtStart = 0;
 
 std::mutex sCacheLock; // guards sCache
 std::vector<void**> sCache;
@@ -27,9 +34,17 @@ void** TakeCached()
     return handle;
 }
 
+U_u64 Stat(U_u32 which)
+{
+    U_u64 value = 0;
+    U_GetMemoryStat(which, &value);
+    return value;
+}
+
 int Purge(void*, U_u64, U_u64 amountToPurge, bool*)
 {
     ++sPurges;
+    Check(amountToPurge <= 2 * kMaximum + kUnmeasured, "an amount to purge");
     for (U_u64 freed = 0; freed < amountToPurge; freed += kCached)
     {
         void** const handle = TakeCached();
@@ -54,9 +69,8 @@ bool IsFilled(const void* data, int byte, std::size_t size)
 
 void StartMemory()
 {
-    U_u64 used = 0;
-    U_GetMemoryStat(U_MemStat_InUse, &used);
-    U_SetMemUsageLimits(used + kPrepurge, used + kMaximum);
+    sUseAtStart = Stat(U_MemStat_InUse);
+    U_SetMemUsageLimits(sUseAtStart + kPrepurge, sUseAtStart + kMaximum);
     U_SetPurgeRequestCallback(&Purge, nullptr);
 }
 
@@ -137,6 +151,11 @@ void Hogs(Worker& worker)
     U_GetHogStats(worker.hog, &handles, &bytes);
     Check(handles == 1 && (bytes == size || bytes == 2 * size), "a hog's count");
     U_FreeHogHandle(handle);
+    if (U_NewHogHandle(worker.sharedHog, 0, nullptr, size, U_Hog_Quiet, &handle))
+        return Refused();
+    U_GetHogStats(worker.sharedHog, &handles, &bytes);
+    Check(handles >= 1 && handles <= kThreads && bytes >= size, "a shared hog's count");
+    U_FreeHogHandle(handle);
 }
 
 void Caching(Worker& worker)
@@ -153,12 +172,17 @@ void Accounting(Worker& worker)
 {
     krobase::utility::Guid id;
     id.mBytes[0] = static_cast<unsigned char>(1 + worker.number);
-    const U_u32 size = worker.Below(100000);
+    const U_u32 size = worker.Below(kAccounted);
     U_InstallExternalMemoryManager(id, [size] { return std::size_t(size); });
     Check(U_GetSizeOfExternalMemoryManagers() >= size, "an external manager");
     U_AccountAllocation(static_cast<U_i32>(size));
     bool overLimit = false;
     U_CheckRAMPurgeLimit(&overLimit, size, nullptr);
+    const U_u64 use = Stat(U_MemStat_InUse) - U_GetRecycledMemorySize();
+    Check(use <= sUseAtStart + kMaximum + kUnmeasured, "use within the maximum");
+    Check(Stat(U_MemStat_InUse) >= sUseAtStart - kUnmeasured, "use that does not fall below");
+    Check(Stat(U_MemStat_InUseWithoutFrames) <= sUseAtStart + 2 * kMaximum + kUnmeasured,
+          "use without frames");
     U_AccountAllocation(-static_cast<U_i32>(size));
     U_UnInstallExternalMemoryManager(id);
 }

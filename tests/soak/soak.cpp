@@ -160,11 +160,14 @@ void Run(double seconds, U_u64 seed)
     StartTelemetry();
     StartErrors();
     StartContexts();
+    U_u32 sharedHog = 0;
+    Check(U_RegisterHog("soak, shared", &sharedHog) == 0, "a shared hog");
     std::vector<Worker> workers;
     workers.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number)
     {
         workers.emplace_back(number, seed + static_cast<U_u64>(number));
+        workers.back().sharedHog = sharedHog;
         Check(U_RegisterHog("soak", &workers.back().hog) == 0, "a hog");
     }
     const U_u64 used = InUse();
