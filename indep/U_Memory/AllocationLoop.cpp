@@ -35,7 +35,7 @@ public:
         void* block = nullptr;
         U_u16 attempts = 1;
         MakeRoom();
-        bool progress = true; // the second attempt comes whatever happened to use
+        bool progress = true; // the second attempt is made even if use has not fallen
         while (!block && progress)
         {
             const U_u64 previous = mMeasure;
@@ -55,9 +55,8 @@ public:
     U_Status MeasureError() const { return mMeasureError; }
 
 private:
-    // The room already free is added, so that the purge frees as much as the
-    // block needs although the budget says it would fit: the attempt has just
-    // shown that it doesn't.
+    // The room under the limit is added to the request, so that the purge frees the size
+    // of the block although the block would fit: the heap has just refused it.
     void MakeRoom()
     {
         LogFailedAttempt();
@@ -71,7 +70,7 @@ private:
         Measure();
     }
 
-    // A failed measurement leaves the last one standing, which ends the loop.
+    // If the measurement fails, the last measurement is kept, which ends the loop.
     void Measure()
     {
         U_u64 use = 0;
@@ -99,8 +98,8 @@ private:
     U_Status mMeasureError = 0;
 };
 
-// okay: the budget had allowed the block.
-void TellUnableToRecover(const AllocationRequest& request, bool okay)
+// `okay`: the budget had allowed the block.
+void ReportUnableToRecover(const AllocationRequest& request, bool okay)
 {
     LogSafely([&] {
         WRIL_sprintf(0, "U", "ALLOC_FAILED_UNABLE_TO_RECOVER", "what:%s",
@@ -121,11 +120,11 @@ void* Refuse(const AllocationRequest& request)
         WRIL_sprintf(0, "U", "Up_AllocateShared", "Up_OkayToAllocBlock did not say ok, size=%lld",
                      static_cast<U_i64>(request.mSize));
     });
-    TellUnableToRecover(request, false);
+    ReportUnableToRecover(request, false);
     return nullptr;
 }
 
-// Outside the loop: no block can be so large.
+// Outside the loop: no block can be that large.
 [[gnu::cold]] void* RefuseSize(const AllocationRequest& request)
 {
     if (request.mOpName)
@@ -133,7 +132,7 @@ void* Refuse(const AllocationRequest& request)
     return nullptr;
 }
 
-// What follows a first attempt that failed. Kept out of line, so that one that
+// The rounds after a failed first attempt. Kept out of line, so that an attempt that
 // succeeds pays for nothing here.
 [[gnu::noinline]] void* Recover(const AllocationRequest& request, Claim& claim,
                                 const AllocationAttempt& attempt)
@@ -141,7 +140,7 @@ void* Refuse(const AllocationRequest& request)
     Recovery recovery(request, claim);
     void* block = recovery.Run(attempt);
     if (!block)
-        TellUnableToRecover(request, true);
+        ReportUnableToRecover(request, true);
     else if (request.mClearing == kClear && !recovery.MeasureError())
         ClearBlock(block, request.mSize);
     return block;

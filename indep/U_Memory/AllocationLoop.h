@@ -41,16 +41,15 @@ enum Clearing : bool
 struct AllocationRequest
 {
     U_u32 mLocation;
-    const char* mOpName; // null: a failure isn't told to the user
+    const char* mOpName; // null: a failure is not reported to the user
     U_u64 mSize;         // bytes
     U_u64 mGrowth;       // bytes by which an attempt that succeeds raises the tracked use
     Clearing mClearing;
     bool mRecycled; // the block comes out of the recycled pool
 };
 
-// Asks the budget, then attempts, and after a failure makes room and attempts
-// again for as long as use falls. Returns the block, cleared if asked for, or
-// null after a report.
+// Asks the budget and tries the attempt. After a failure, makes room and tries again for as
+// long as use falls. Returns the block, cleared if requested, or null after a report.
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
 
 // The growth of a block that is resized, 0 for a block that shrinks.
@@ -59,7 +58,7 @@ inline U_u64 Growth(U_u64 oldSize, U_u64 newSize)
     return newSize > oldSize ? newSize - oldSize : 0;
 }
 
-// A handle of the library's heap, null after a report.
+// Returns a handle of the library's heap, or null after a report.
 inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     void** handle = nullptr;

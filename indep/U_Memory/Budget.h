@@ -67,8 +67,8 @@ private:
 // *okay false.
 U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay);
 
-// Asks the host to purge until request bytes fit under the prepurge limit, or
-// until use no longer falls. Returns the error that ended it.
+// Asks the host to purge until `request` bytes fit under the prepurge limit, or until use
+// no longer falls. Returns the error that ended the run.
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled);
 
 // Measures use with the recycled pool. Stores in *pool the pool's size that *total
@@ -78,29 +78,29 @@ U_Status Up_MeasureUse(U_u64* total, U_u64* pool);
 // U_GetMemoryStat with the recycled pool counted as use or not.
 U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);
 
-// Physical memory above the fudge buffer, in bytes, negative if it is touched.
-// False if the library pays no attention to low memory or the system doesn't
-// tell.
+// Stores the free physical memory above the fudge buffer, in bytes, negative if less than
+// the fudge buffer is free. Returns false if the library pays no attention to low memory or
+// the system has no figure.
 bool Up_FreeAboveFudgeBuffer(U_i64* bytes);
 
-// The prepurge limit that leaves the fudge buffer, free being what the function above
-// tells: prepurge itself, or as much less as it takes. At least 1, since 0 reads as
-// never set; what was never set stays so.
+// Returns `prepurge`, lowered so that the fudge buffer stays free. `free`: the figure of
+// Up_FreeAboveFudgeBuffer. The result is at least 1, since 0 means never set; a limit that
+// was never set stays so.
 U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free);
 
-// Whether more bytes fit beside used ones under a limit.
+// Returns whether `more` bytes fit beside `used` bytes under a limit.
 inline bool Up_Fits(U_u64 used, U_u64 more, U_u64 limit)
 {
     return used <= limit && more <= limit - used;
 }
 
-// The sum of two sizes, the largest size if there is none as large.
+// Returns the sum of two sizes, or the largest size if the sum is larger.
 inline U_u64 Up_AddSizes(U_u64 left, U_u64 right)
 {
     return left + right < left ? ~U_u64(0) : left + right;
 }
 
-// Reads the budget's settings, starts the memory log if they ask for it, and then
+// Reads the budget's settings, starts the memory log if a setting asks for it, and then
 // logs "fudgebuffer" and "goDirect".
 void Up_ReadBudgetSettings();
 

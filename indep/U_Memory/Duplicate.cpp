@@ -1,4 +1,4 @@
-// Copies of handles, within the library's heap and across to the toolbox.
+// Copies of handles: in the library's heap, and to and from the toolbox.
 
 #include "U_Alloc.h"
 
@@ -16,9 +16,8 @@ namespace
 {
 const U_u32 kDuplicatePlace = kModule | 0x1C;
 
-// A host that was asked to purge for the copy may have resized what is copied, or freed it:
-// then the copy may stand in its place, and what is no live handle has no size now. What
-// has no bytes may be no handle at all, and isn't read.
+// The purge callback may have resized the source, or freed it, and the copy may have its
+// address. A handle that is not live has no size and is not read.
 void CopyContents(void** to, void** from, U_u64 size, U_u64 sizeNow)
 {
     const U_u64 common = std::min(size, sizeNow);
@@ -45,7 +44,7 @@ void** NewPlatformHandle(U_i32 size, const char* opName)
     return handle;
 }
 
-// A copy of a handle of the library's heap, in a handle that allocate gives.
+// Copies a handle of the library's heap into a handle that `allocate` returns.
 template <class Allocate> U_Status Duplicate(void** handle, void*** out, Allocate allocate)
 {
     U_u32 size = 0;

@@ -25,27 +25,27 @@ const U_u32 kSizePlace = kModule | 0x24;
 const U_u32 kResizePlace = kModule | 0x25;
 
 const U_u32 kLockedText = 116; // index of a text
-const int kConvertLine = 525;  // told when there is no hog handle to convert
+const int kConvertLine = 525;  // reported for a null hog handle
 const char kConversion[] = "conversion handle";
 
-// In front of the data, and keeps them aligned for any type.
+// The bytes before the data. Keeps the data aligned for any type.
 struct alignas(16) HogHeader
 {
     U_i32 mLockCount;
     U_u32 mHogIndex;
-    std::uintptr_t mMark; // MarkOf the handle if it was made as a hog's: its heap is known then
+    std::uintptr_t mMark; // MarkOf the handle for a handle made by U_NewHogHandle
 };
 static_assert(sizeof(HogHeader) == 16, "sizes count on it");
 
-// Tells the handle and its heap. A heap that still has handles at death isn't given out
-// again, so no handle that was left then has the mark of a later life.
+// A mark for the handle in this life of the library. A heap that has handles left at death
+// is not used again, so no leaked handle has the mark of a later life.
 std::uintptr_t MarkOf(void** handle, MEM_HeapRef heap)
 {
     return reinterpret_cast<std::uintptr_t>(handle) ^ reinterpret_cast<std::uintptr_t>(heap);
 }
 
-// The header of a handle that tells a hog, null if it tells none. What isn't live, or
-// has no room for the header, isn't read.
+// Returns the header if its index is a registered hog's, otherwise null. A handle that is
+// not live or has no room for the header is not read.
 HogHeader* FindHeader(void** handle, U_u64 blockSize)
 {
     if (!handle || blockSize < sizeof(HogHeader))
@@ -59,14 +59,14 @@ HogHeader* FindHeader(void** handle)
     return FindHeader(handle, MEM_GetHandleSize(UHeap(), handle));
 }
 
-// The size of a block for that much data; more than any block can have if there is
-// none of that size.
+// Returns the size of a block for the data. Data that are too large give a size that no
+// block can have.
 U_u64 BlockSize(U_u64 dataSize)
 {
     return dataSize > kLargestBlock ? dataSize : dataSize + sizeof(HogHeader);
 }
 
-// Of a handle that tells a hog.
+// REQUIRES: FindHeader(handle) is not null.
 U_Status GetDataSize(void** handle, U_u32* size)
 {
     U_u32 blockSize = 0;
@@ -76,8 +76,8 @@ U_Status GetDataSize(void** handle, U_u32* size)
     return 0;
 }
 
-// Frees a handle that tells a hog but wasn't made as one in this life, as a copy of one;
-// it may even be another heap's.
+// Frees a handle that has a hog's index but was not made by U_NewHogHandle in this life: a
+// copy of a hog handle, perhaps in another heap.
 [[gnu::noinline]] U_Status FreeUnmarked(void** handle, U_u32 index)
 {
     U_u32 size = 0;
@@ -140,7 +140,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     if (U_Status failure = GetDataSize(handle, &told))
         return failure;
     const U_u64 newBlock = BlockSize(newSize);
-    // A host that purges before may have resized it, or locked it.
+    // The purge callback may have resized or locked the handle.
     U_u64 oldBlock = 0;
     bool isLocked = false;
     auto attempt = [&](Claim&) -> void* {
@@ -212,14 +212,13 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
         return failure;
     if (!*out)
         return U_Err_OutOfMemory;
-    // A host that was asked to purge for the copy may have freed it: then the copy may
-    // stand in its place.
+    // The purge callback may have freed the hog handle, and the copy may have its address.
     if (*out == hogHandle)
         return RefuseHog(kLockPlace);
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(hogHandle, &data))
         return refused;
-    // Or it has resized it.
+    // The purge callback may have resized the hog handle.
     const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), hogHandle) - sizeof(HogHeader);
     CopyBytes(**out, data, std::min(size, sizeNow));
     return U_UnlockHogHandle(hogHandle);
@@ -239,9 +238,8 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(*out, &data))
         return refused;
-    // A host that was asked to purge for the copy may have resized it, or freed it: then
-    // the copy may stand in its place. What is no live handle has no size now, and isn't
-    // read.
+    // The purge callback may have resized the handle, or freed it, and the copy may have
+    // its address. A handle that is not live has no size and is not read.
     const U_u64 sizeNow = *out == handle ? 0 : MEM_GetHandleSize(UHeap(), handle);
     if (sizeNow)
         CopyBytes(data, *handle, std::min<U_u64>(size, sizeNow));

@@ -50,23 +50,23 @@ struct HogSlot
 
 struct HogTable
 {
-    U_u32 mMagic;    // for whoever looks at a memory dump
-    U_u32 mCapacity; // slots that there is room for
-    void** mSelf;    // the handle that the table stands in
+    U_u32 mMagic;    // for readers of a memory dump
+    U_u32 mCapacity; // slots that fit into mSlots
+    void** mSelf;    // the handle that holds the table
     void** mSlots;   // a handle of the slots; owned
     bool mGrows;
 };
 
-// Guards the slots and the table's growth and end. Recursive: growing may ask the
-// host to purge, and report, which may come back here. Stays for good.
+// Guards the slots and the table's growth and end. Recursive: growth may call the host's
+// purge callback and report, and both may call in here again. Never destroyed.
 boost::recursive_mutex& sLock = *new boost::recursive_mutex;
 
-// Null while there is none. Written by birth and death only, with no other thread in
-// the library.
+// Null outside the library's life. Written by birth and death only, while no other thread
+// is in the library.
 HogTable* sTable = nullptr;
 
-// Registered hogs, 0 while there is no table; grows, under the lock, until death. Read
-// without it.
+// Registered hogs, 0 without a table. Grows under the lock until death, and is read without
+// the lock.
 std::atomic<U_u32> sCount(0);
 
 // The counts of the registered hogs. Never destroyed: threads may free hog handles until
@@ -75,7 +75,7 @@ HogCounts& sCounts = *new HogCounts;
 
 std::atomic<bool> sReportsLeaks(false);
 
-// With the lock held: they may move when it isn't.
+// Called with the lock held. Without the lock the slots may move.
 HogSlot* Slots(const HogTable& table)
 {
     return static_cast<HogSlot*>(*table.mSlots);
@@ -101,7 +101,7 @@ void** CopyOfName(const char* name)
     return copy;
 }
 
-// With the lock held.
+// Called with the lock held.
 U_Status MakeRoomForCount()
 {
     if (sCounts.MakeRoom(sCount))
@@ -110,15 +110,15 @@ U_Status MakeRoomForCount()
     return U_Err_OutOfMemory;
 }
 
-// With the lock held. A host that is asked to purge for the table can't register
-// a hog at that moment: room for it is what is being made.
+// Called with the lock held. While the table grows, a purge callback cannot register a hog:
+// there is no room for the hog yet.
 U_Status MakeRoom(HogTable& table)
 {
     if (sCount < table.mCapacity)
         return 0;
     if (table.mGrows)
         return U_Err_OutOfMemory;
-    const ScTrue grows(table.mGrows); // also when a host's function throws
+    const ScTrue grows(table.mGrows); // cleared also if a function of the host throws
     const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
     const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
                                             Up_StringOrEnglish(kTableName), &table.mSlots);
@@ -127,7 +127,7 @@ U_Status MakeRoom(HogTable& table)
     return failure;
 }
 
-// Takes the lock, and after a success owns the name.
+// Takes the lock. On success the slot owns the name.
 U_Status AddSlot(HogTable& table, void** name, U_u32* index)
 {
     HogLock lock(sLock);
@@ -137,11 +137,11 @@ U_Status AddSlot(HogTable& table, void** name, U_u32* index)
         return failure;
     *index = sCount;
     Slots(table)[*index] = {name};
-    sCount = *index + 1; // from here on other threads find it
+    sCount = *index + 1; // from here on other threads find the slot
     return 0;
 }
 
-// The text of the leak report. What doesn't fit is cut off at a character.
+// The text of the leak report, cut at a character boundary if it is too long.
 class LeakText
 {
 public:
@@ -179,7 +179,7 @@ HogTally LiveOf(U_u32 index)
     return sCounts[index].mLive.load(std::memory_order_relaxed);
 }
 
-// With the lock held.
+// Called with the lock held.
 void AddLeaks(LeakText* leaks)
 {
     for (U_u32 index = 0; index < sCount; ++index)
@@ -262,7 +262,7 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
         return RefuseArgument("U_RegisterHog: no name, or no place for the identifier");
     if (!sTable)
         return RefuseArgument("U_RegisterHog: the library isn't alive");
-    OwnedHandle copy(CopyOfName(name)); // freed without the lock: that may report
+    OwnedHandle copy(CopyOfName(name)); // freed without the lock, since freeing may report
     if (!copy)
         return U_Err_OutOfMemory;
     U_u32 index = 0;

@@ -9,20 +9,20 @@
 U_Status Up_HogBirth();
 void Up_TerminateHogs();
 
-// An identifier hides the index, so that a small number that strays in isn't
-// taken for one. Each turns into the other.
+// Converts an index to an identifier, and an identifier to an index. No small number is an
+// identifier, so a stray number is refused.
 inline U_u32 HogIndexOrId(U_u32 indexOrId)
 {
     return indexOrId ^ 0x31415926;
 }
 
-// Whether a hog stands at the index. Takes no lock.
+// Returns whether a hog is registered at the index. Takes no lock.
 bool IsHog(U_u32 index);
 
 // Adds to the live handles of a hog and to the bytes of their data. Takes no lock.
 void CountHog(U_u32 index, U_i64 handles, U_i64 bytes);
 
-// Reports a bad identifier, or a handle that tells none, and returns 2.
+// Reports a bad identifier, or a handle without one, and returns 2.
 U_Status RefuseHog(U_u32 location);
 
 #endif

@@ -24,7 +24,7 @@ const U_u64 kLeastGap = 0x100000; // bytes between the two limits
 const U_i64 kDefaultFudgeBuffer = 262144000;
 
 U_i64 sFudgeBuffer = kDefaultFudgeBuffer; // bytes; written by birth
-bool sGoDirect = true;                    // told in the log only
+bool sGoDirect = true;                    // only logged
 std::atomic<U_u32> sPayAttention(0);
 
 std::string Setting(const char* key, const std::string& defaultText)
@@ -43,13 +43,13 @@ void Lower(U_u64& limit, U_u64 override)
         limit = override;
 }
 
-// The pair as it is stored: the maximum the larger, the gap kept, and with
-// little memory free a prepurge limit that leaves the fudge buffer.
+// The pair as it is stored: the maximum is the larger value and the gap is kept. If little
+// memory is free, the prepurge limit leaves the fudge buffer free.
 struct NormalLimits
 {
     NormalLimits(U_u64 prepurge, U_u64 maximum) : mMaximum(std::max(prepurge, maximum))
     {
-        // Where the maximum is below the gap, the difference wraps and limits nothing.
+        // If the maximum is below the gap, the difference wraps and does not limit.
         mPrepurge = std::min(prepurge, mMaximum - kLeastGap);
         U_i64 free = 0;
         if (!Up_FreeAboveFudgeBuffer(&free))

@@ -1,4 +1,4 @@
-// How the host is asked to make room.
+// The purge requests that make room for a block.
 
 #include "indep/U_Memory/Budget.h"
 
@@ -15,13 +15,13 @@ namespace
 {
 const char* const kMakeRoomTag = "MAKE_ROOM_FOR_BLOCK";
 
-// Two plain values, no pair: a change while other threads allocate may show
-// them the one with the other's refcon. The host sets them once, before the
-// allocations that should trigger a purge.
+// Two separate values: a thread that allocates during a change may read the callback with
+// the other callback's refcon. The host sets both once, before the allocations that should
+// call the callback.
 std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
 std::atomic<void*> sPurgeRefcon(nullptr);
 
-// One run of making room: rounds of asking the host, for as long as use falls.
+// One run of making room: asks the host again for as long as use falls.
 class PurgeRun
 {
 public:
@@ -66,7 +66,7 @@ private:
         return 0;
     }
 
-    // What must go, so that the request fits.
+    // The bytes to be freed, so that the request fits.
     U_u64 Amount() const
     {
         return mUsed < mPrepurge ? mRequest - (mPrepurge - mUsed)
@@ -83,8 +83,8 @@ private:
         return mCallback(mRefcon, mRequest, amount, &mFlag);
     }
 
-    // Use has stalled: the recycled pool is what is left, if the host lets go
-    // of it and it isn't what the block itself comes out of.
+    // Use has stalled. Only the recycled pool can shrink now, if the host has set the flag
+    // and the block itself does not come out of the pool.
     void PurgePool(U_u64 amount)
     {
         if (!mFlag || mRecycled)

@@ -16,7 +16,8 @@ namespace
 {
 const U_i32 kPresumedAppSize = 0x8700000; // bytes
 
-MEM_HeapRef sHeap = nullptr; // written by birth; stays, so that what is left can be freed
+MEM_HeapRef sHeap =
+    nullptr; // written by birth; kept after death, so that blocks that are left can be freed
 
 std::atomic<U_i64> sFrameAllocation(0); // bytes
 std::atomic<U_u32> sFrameChanges(0);
@@ -65,7 +66,7 @@ void Up_TerminateMemorySubsystem()
 {
     const TOLV_U_Callbacks none = {nullptr, nullptr, nullptr};
     TOLV_Install_U_Callback(&none);
-    // A log that fails mustn't keep the rest from being undone.
+    // The steps below are made even if the log fails.
     Contained([] { MEM_DumpLeaks(sHeap); });
     Up_ClearPurgeRequestCallback();
     MEM_AccountAllocation(-kPresumedAppSize);

@@ -1,4 +1,4 @@
-// What the memory subsystem's sources share, and its part in birth and death.
+// The heap, the frame allocation counter, and the memory subsystem's birth and death.
 
 #ifndef INDEP_U_MEMORY_MEMORY_H
 #define INDEP_U_MEMORY_MEMORY_H
@@ -11,11 +11,11 @@
 
 const U_u64 kLargestBlock = 0x7FFFFFFF; // bytes; a request must fit a signed 32-bit size
 
-// Makes the heap and charges the application's own footprint. Returns 0, or 4
-// if there is no heap; the rest is done all the same.
+// Makes the heap and charges the application's own footprint. Returns 0, or 4 without a
+// heap; the other steps are made in that case, too.
 U_Status Up_InitializeMemorySubsystem();
 
-// Reports what is left in the heap, and undoes the above.
+// Logs the blocks that are left in the heap, and undoes the initialisation.
 void Up_TerminateMemorySubsystem();
 
 // The library's one heap.

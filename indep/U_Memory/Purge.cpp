@@ -1,5 +1,4 @@
-// What hosts ask of the budget beside allocation: the purge check, the purge
-// loop and compaction.
+// The purge check, the purge loop for a host's own allocator, and compaction.
 
 #include "U_Budget.h"
 
@@ -18,8 +17,8 @@ namespace
 {
 const int kMostPurgeRounds = 3;
 
-// One thread compacts at a time. Never destroyed: threads may still run while
-// the process exits.
+// Lets one thread compact at a time. Never destroyed: threads may run while the process
+// exits.
 boost::mutex& sCompactionLock = *new boost::mutex;
 } // namespace
 
@@ -72,7 +71,7 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
     auto attempt = [&](Claim&) -> void* {
         bool okay = false;
         result = procedure(refcon, &okay);
-        // Any address will do: nothing is cleared.
+        // Any address: no block is cleared.
         return okay && result == 0 ? &result : nullptr;
     };
     // The host accounts for the memory of its own procedure, if at all.

@@ -1,4 +1,4 @@
-// Recycled pointers and the pool behind them.
+// Recycled pointers and the size of their pool.
 
 #include "U_Alloc.h"
 
@@ -13,10 +13,10 @@ using krobase::utility::RecycledMemory;
 
 namespace
 {
-// Stands in front of the caller's bytes.
+// The bytes before the caller's bytes.
 struct RecycledHeader
 {
-    U_u32 mMark; // for people who read a dump
+    U_u32 mMark; // for readers of a memory dump
     RecycledMemory* mOwner;
 };
 static_assert(sizeof(RecycledHeader) == 16, "the caller's bytes keep the block's alignment");

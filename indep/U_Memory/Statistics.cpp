@@ -69,7 +69,7 @@ U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
 
 bool MallocCanGive(std::size_t size)
 {
-    // Volatile, so that the pair isn't optimised away.
+    // Volatile, so that the compiler keeps the calls.
     void* volatile block = std::malloc(size);
     const bool given = block != nullptr;
     std::free(block);

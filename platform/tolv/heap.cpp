@@ -24,7 +24,7 @@ const int kNotThisHeap = -111;
 const unsigned long long kLargestBlock = 0xFFFFFFFFull - sizeof(BlockHeader);
 const std::size_t kMostHeaps = 0xFFFF;
 
-boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; both stay for good
+boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; never destroyed
 
 std::vector<MEM_Heap*>& Heaps()
 {
@@ -62,7 +62,7 @@ unsigned long long SizeOf(void** slot)
     return slab->mSizes[SlotIndex(slab, slot)];
 }
 
-// Gives the thread's spare blocks back to the C library.
+// Frees the thread's cached blocks.
 void EmptyCache(ThreadRecord& record)
 {
     while (BlockHeader* header = record.mBlocks.TakeAny())
@@ -72,9 +72,9 @@ void EmptyCache(ThreadRecord& record)
     }
 }
 
-// A block of the C library, or one that it moved to; null without memory, with
-// the old one as it was.
-void* FromStore(ThreadRecord* record, void* oldMemory, std::size_t bytes)
+// Returns memory of the C library, moved from oldMemory if that is not null. Without memory
+// returns null and keeps oldMemory.
+void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
 {
     if (void* memory = std::realloc(oldMemory, bytes))
         return memory;
@@ -84,13 +84,13 @@ void* FromStore(ThreadRecord* record, void* oldMemory, std::size_t bytes)
     return std::realloc(oldMemory, bytes);
 }
 
-// A block with a slot that doesn't tell of it yet; null without memory.
-BlockHeader* BlockFromStore(ThreadRecord* record, std::size_t size)
+// Returns a new block with a slot, which does not hold the block yet. Null without memory.
+BlockHeader* AllocateBlock(ThreadRecord* record, std::size_t size)
 {
     void** slot = TakeSlot(record);
     if (!slot)
         return nullptr;
-    void* memory = FromStore(record, nullptr, sizeof(BlockHeader) + BlockCache::Capacity(size));
+    void* memory = ReallocOrTrim(record, nullptr, sizeof(BlockHeader) + BlockCache::Capacity(size));
     if (!memory)
     {
         GiveSlot(record, slot);
@@ -101,7 +101,7 @@ BlockHeader* BlockFromStore(ThreadRecord* record, std::size_t size)
     return header;
 }
 
-// Every block comes into the world here. Returns its slot.
+// Makes a block and returns its slot, or null. All new blocks are made here.
 void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
 {
     if (!heap || !MayHave(size))
@@ -110,7 +110,7 @@ void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
     const std::size_t bytes = static_cast<std::size_t>(size);
     BlockHeader* header = record ? record->mBlocks.Take(bytes) : nullptr;
     if (!header)
-        header = BlockFromStore(record, bytes);
+        header = AllocateBlock(record, bytes);
     if (!header)
         return nullptr;
     header->mName = name ? InternName(name) : 0;
@@ -124,7 +124,7 @@ void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
     return slot;
 }
 
-// False leaves the block as it was.
+// On failure returns false and keeps the block.
 bool ResizeBlock(void** slot, unsigned long long size)
 {
     if (!MayHave(size))
@@ -132,7 +132,7 @@ bool ResizeBlock(void** slot, unsigned long long size)
     const unsigned long long oldSize = SizeOf(slot);
     const std::size_t capacity = BlockCache::Capacity(static_cast<std::size_t>(size));
     ThreadRecord* record = MyRecord();
-    void* memory = FromStore(record, HeaderOf(*slot), sizeof(BlockHeader) + capacity);
+    void* memory = ReallocOrTrim(record, HeaderOf(*slot), sizeof(BlockHeader) + capacity);
     if (!memory)
         return false;
     SetSize(slot, size);

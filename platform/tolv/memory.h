@@ -1,8 +1,10 @@
-// The heap and the usage figure. Any thread. No operation throws, but what a log sink
-// throws passes out of MEM_DumpLeaks and MEM_Report.
+// The heap, the tracked usage and the limits.
 //
-// Each block carries its size, and a pointer its name too. A handle is the
-// address of a master pointer, which stays while the block may move.
+// Each block has its size, and a pointer its name, too. A handle is the address of a master
+// pointer. The master pointer keeps its address when the block moves.
+//
+// Thread safety: all functions may be called on any thread. No function throws, except that
+// MEM_DumpLeaks and MEM_Report pass on exceptions of a log sink.
 
 #ifndef TOLV_MEMORY_H
 #define TOLV_MEMORY_H
@@ -12,32 +14,30 @@
 struct MEM_Heap; // opaque, lives as long as the process
 typedef MEM_Heap* MEM_HeapRef;
 
-// Makes a heap; null on failure. One that MEM_DumpLeaks found empty is given
-// out again.
+// Returns a new heap, or a heap that MEM_DumpLeaks has found empty. Null on failure.
 PLATFORM_EXPORT MEM_HeapRef MEM_NewHeap();
 
-// A new handle, null on failure.
+// Returns a new handle, null on failure.
 PLATFORM_EXPORT void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size);
 
-// 0 on success; otherwise the block stays as it was.
+// Returns 0 on success; otherwise the block is kept as it was.
 PLATFORM_EXPORT int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size);
 
-// The block's size in bytes, 0 for what is no live handle.
+// Returns the block's size in bytes, 0 for an address that is no live handle.
 PLATFORM_EXPORT unsigned long long MEM_GetHandleSize(MEM_HeapRef heap, void** handle);
 
-// Frees a handle of any heap. What is no live handle is left alone.
+// Frees a handle of any heap. Ignores an address that is no live handle.
 PLATFORM_EXPORT void MEM_DisposeHandle(MEM_HeapRef heap, void** handle);
 
-// 0 if the handle is live and the heap's own, or null.
+// Returns 0 if the handle is live and belongs to the heap, or is null.
 PLATFORM_EXPORT int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle);
 
-// A new pointer, null on failure. name is copied, up to 63 bytes, and may be
-// null; file and line may be null and 0.
+// Returns a new pointer, null on failure. `name` is copied, up to 63 bytes, and may be null;
+// `file` and `line` may be null and 0.
 PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name,
                                       const char* file, int line);
 
-// The new address, or null with the old block as it was. A null pointer
-// allocates.
+// Returns the new address, or null with the old block kept. A null pointer allocates.
 PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size);
 PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
 PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
@@ -48,16 +48,16 @@ PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointe
 PLATFORM_EXPORT void MEM_DumpLeaks(MEM_HeapRef heap);
 
 // Logs, under the tag "MEM_Report", live blocks and bytes and their change
-// since the baseline, which starts at zero. Both take the heap as it passes
-// by, while other threads go on. Return 0.
+// since the baseline, which starts at zero. Both visit the heap while other threads may
+// change it. Return 0.
 PLATFORM_EXPORT int MEM_Report(MEM_HeapRef heap, int value);
 PLATFORM_EXPORT int MEM_SetBaseline(MEM_HeapRef heap);
 
-// Charge bytes that the heap doesn't hold to the usage figure. Return 0.
+// Charge bytes outside the heap to the tracked usage. Return 0.
 PLATFORM_EXPORT int MEM_AccountAllocation(int delta);
 PLATFORM_EXPORT int MEM_AccountSystemAllocation(long long delta);
 
-// The tracked usage in bytes: live blocks of all heaps plus the bytes charged above. Exact
+// Returns the tracked usage in bytes: live blocks of all heaps plus the bytes charged above. Exact
 // while no other thread changes it; otherwise off by at most 32 KiB for each such thread.
 PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
 
@@ -94,7 +94,7 @@ PLATFORM_EXPORT int MEM_GetMemUsageLimitsOverride(unsigned long long* prepurge,
 PLATFORM_EXPORT int MEM_SetMemUsageLimitsOverride(unsigned long long prepurge,
                                                   unsigned long long maximum);
 
-// The three functions that the library above lends to TOLV. Any may be null.
+// Three functions of the library above TOLV. Each may be null.
 struct TOLV_U_Callbacks
 {
     unsigned long long (*bytesInUse)();
@@ -105,24 +105,24 @@ struct TOLV_U_Callbacks
 // Copies the table; three nulls remove it.
 PLATFORM_EXPORT void TOLV_Install_U_Callback(const TOLV_U_Callbacks* callbacks);
 
-// The usage figure in bytes: the installed functions' sum, or the tracked
-// usage without them. Returns 0 or an error.
+// Stores the usage in bytes: the sum of the installed functions, or the tracked usage if none
+// are installed. Returns 0 or an error.
 PLATFORM_EXPORT short TOLV_TotalMemoryUsed(unsigned long long* out);
 
-// Compares the tracked usage with what the operating system says. The
-// difference is kept as the slop; the usage figure itself stays exact, since
-// the system's counts pages that the budget can't influence.
+// Compares the tracked usage with the operating system's figure and stores the difference as
+// the slop. The tracked usage itself is not changed: the system's figure counts pages that
+// the budget cannot influence.
 PLATFORM_EXPORT void TOLV_SyncMemUsageWithOS();
 
-// Bytes that the process had resident beyond the tracked usage at the last
+// Stores the bytes that the process had resident beyond the tracked usage at the last
 // synchronisation, 0 if none.
 PLATFORM_EXPORT short TOLV_GetSlop(unsigned long long* out);
 
-// A nesting count, kept beside the library's own. Return 0.
+// Change a nesting count of TOLV's own. Return 0.
 PLATFORM_EXPORT int TOLV_DisableProactivePrePurging();
 PLATFORM_EXPORT int TOLV_EnableProactivePrePurging();
 
-// Asks host services to show no memory dialogs from now on.
+// From this call on the host services show no memory dialogs.
 PLATFORM_EXPORT void TOLV_QuietMemDialogs();
 
 #endif

@@ -16,7 +16,7 @@ PLATFORM_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
 
 namespace
 {
-// Guards the idle list. Never destroyed: threads end until the process does.
+// Guards the idle list. Never destroyed: threads may end while the process exits.
 boost::mutex& sIdleLock = *new boost::mutex;
 ThreadRecord* sFirstIdle = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
@@ -26,6 +26,7 @@ std::atomic<long long> sLiveRecords(0);
 void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
+    ReleaseClaim(*record, 0); // a host may have jumped out of an allocation
     HandOver(*record, record->mUsagePart.load(std::memory_order_relaxed));
     sLiveRecords.fetch_sub(1, std::memory_order_release);
     boost::lock_guard<boost::mutex> lock(sIdleLock);
@@ -35,7 +36,7 @@ void Retire(ThreadRecord* record)
 
 boost::thread_specific_ptr<ThreadRecord>& Owner()
 {
-    // Static destructors free blocks too.
+    // Never destroyed: static destructors free blocks, too.
     static platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
     return *owner;
 }
@@ -75,7 +76,7 @@ bool Refill(ThreadRecord& record)
 void Spill(ThreadRecord& record)
 {
     if (record.mSpare.mCount && !GiveChain(record.mSpare))
-        return; // the active chain just grows on
+        return; // the active chain grows instead
     record.mSpare = record.mActive;
     record.mActive = SlotChain();
 }
@@ -83,7 +84,7 @@ void Spill(ThreadRecord& record)
 
 ThreadRecord* MakeRecord()
 {
-    const platform::ScQuietNew quiet; // blocks that are asked for quietly need one, too
+    const platform::ScQuietNew quiet; // quiet allocations need a record, too
     ThreadRecord* record = nullptr;
     try
     {

@@ -10,8 +10,8 @@ namespace
 {
 const int kBadParameter = -50;
 
-// Each value stands alone; a pair that is set while another thread reads may
-// be seen half old, as with any two words without a lock.
+// Two separate values without a lock: a thread that reads during a change may get one old
+// and one new value.
 struct Limits
 {
     std::atomic<unsigned long long> mPrepurge{0};
@@ -28,8 +28,8 @@ struct Limits
 
     int Set(unsigned long long prepurge, unsigned long long maximum)
     {
-        // Whoever sees the first prepurge limit, which says that limits are set, sees no
-        // maximum of 0 beside it.
+        // A reader that sees the first prepurge limit, which marks the limits as set, also
+        // sees the maximum.
         mMaximum.store(maximum, std::memory_order_relaxed);
         mPrepurge.store(prepurge, std::memory_order_release);
         return 0;
@@ -39,14 +39,13 @@ struct Limits
 Limits sBase;
 Limits sOverride;
 
-// The library's functions. Installed and removed while no other thread
-// measures.
+// The functions of the library. Installed and removed while no other thread measures.
 std::atomic<unsigned long long (*)()> sBytesInUse(nullptr);
 std::atomic<unsigned long long (*)()> sExternalBytes(nullptr);
 std::atomic<bool (*)()> sIsMainThread(nullptr);
 
 std::atomic<unsigned long long> sSlop(0);
-std::atomic<int> sPrePurgingDisabled(0); // this heap never purges by itself: kept, not read
+std::atomic<int> sPrePurgingDisabled(0); // kept but not read: this heap never purges by itself
 std::atomic<short> sUsageError(0);
 std::atomic<unsigned int> sSyncCount(0);
 std::atomic<bool> sDialogsQuieted(false);
