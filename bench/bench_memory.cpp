@@ -439,7 +439,7 @@ BENCHMARK_TEMPLATE(Churn, HogHandle)->SIZES;
 BENCHMARK(ChurnUncounted)->Arg(64)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK(ChurnAmongThreads)->ArgsProduct({{4096}, {1, 256, 1024}})->UseRealTime();
 BENCHMARK(ChurnAfterThreads)->Args({4096, 1024})->UseRealTime();
-BENCHMARK(UsageError)->Iterations(1000000)->UseRealTime();
+BENCHMARK(UsageError)->Iterations(100000)->UseRealTime();
 BENCHMARK(UsageErrorAllowed)->Iterations(1)->UseRealTime();
 #define LIVE ArgsProduct({{64, 1024}, {kLiveBlocks}})->UseRealTime()
 BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->LIVE;

@@ -8,7 +8,7 @@ namespace
 {
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
-    auto attempt = [=](Claim&) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
+    auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
     return Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
 }
 } // namespace
@@ -58,7 +58,7 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
     if (!handle || !*handle)
         return RefuseArgument("U_ResizeHandle: no handle");
     void** resized = *handle;
-    auto attempt = [=](Claim&) -> void* {
+    auto attempt = [=](Claim*) -> void* {
         return MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? *resized : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), resized), newSize);
@@ -72,7 +72,7 @@ U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** p
     if (!pointer)
         return RefuseArgument("U_ResizePtr: no pointer to a pointer");
     void* oldBlock = *pointer;
-    auto attempt = [=](Claim&) { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
+    auto attempt = [=](Claim*) { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
     const U_u64 growth = Growth(MEM_GetPtrSize(UHeap(), oldBlock), newSize);
     *pointer = Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt);
     return *pointer ? 0 : U_Err_OutOfMemory;

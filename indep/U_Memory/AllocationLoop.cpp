@@ -17,10 +17,11 @@ namespace
 const char* const kFailedTag = "ALLOC_OP_FAILED";
 
 // An attempt that fails takes the charge back before anything else runs.
-void* AttemptUnder(Claim& claim, const AllocationAttempt& attempt)
+void* AttemptUnder(Claim* claim, const AllocationAttempt& attempt)
 {
     void* const block = attempt(claim);
-    claim.End();
+    if (claim)
+        claim->End();
     return block;
 }
 
@@ -28,7 +29,7 @@ void* AttemptUnder(Claim& claim, const AllocationAttempt& attempt)
 class Recovery
 {
 public:
-    Recovery(const AllocationRequest& request, Claim& claim) : mRequest(request), mClaim(claim) {}
+    Recovery(const AllocationRequest& request, Claim* claim) : mRequest(request), mClaim(claim) {}
 
     void* Run(const AllocationAttempt& attempt)
     {
@@ -39,7 +40,7 @@ public:
         while (!block && progress)
         {
             const U_u64 previous = mMeasure;
-            block = mClaim.Renew() ? AttemptUnder(mClaim, attempt) : nullptr;
+            block = !mClaim || mClaim->Renew() ? AttemptUnder(mClaim, attempt) : nullptr;
             if (!block)
                 MakeRoom();
             progress = mMeasure < previous;
@@ -92,7 +93,7 @@ private:
     }
 
     const AllocationRequest& mRequest;
-    Claim& mClaim;
+    Claim* mClaim; // null: the block is not measured
     U_u64 mRoom = 0;
     U_u64 mMeasure = 0;
     U_Status mMeasureError = 0;
@@ -109,9 +110,12 @@ void ReportUnableToRecover(const AllocationRequest& request, bool okay)
         Up_ReportAllocFailure(request.mLocation, request.mSize, request.mOpName, okay);
 }
 
-void ClearBlock(void* block, U_u64 size)
+// Returns the block, cleared if the request asks for that.
+void* Cleared(void* block, const AllocationRequest& request)
 {
-    std::memset(block, 0, static_cast<std::size_t>(size));
+    if (request.mClearing == kClear)
+        std::memset(block, 0, static_cast<std::size_t>(request.mSize));
+    return block;
 }
 
 void* Refuse(const AllocationRequest& request)
@@ -134,16 +138,32 @@ void* Refuse(const AllocationRequest& request)
 
 // The rounds after a failed first attempt. Kept out of line, so that an attempt that
 // succeeds pays for nothing here.
-[[gnu::noinline]] void* Recover(const AllocationRequest& request, Claim& claim,
+[[gnu::noinline]] void* Recover(const AllocationRequest& request, Claim* claim,
                                 const AllocationAttempt& attempt)
 {
     Recovery recovery(request, claim);
     void* block = recovery.Run(attempt);
     if (!block)
         ReportUnableToRecover(request, true);
-    else if (request.mClearing == kClear && !recovery.MeasureError())
-        ClearBlock(block, request.mSize);
+    else if (!recovery.MeasureError())
+        return Cleared(block, request);
     return block;
+}
+
+// Kept out of line like Recover.
+[[gnu::noinline]] void* AllocateMeasured(const AllocationRequest& request,
+                                         const AllocationAttempt& attempt)
+{
+    Claim claim(request.mSize, request.mGrowth, request.mRecycled);
+    bool okay = false;
+    if (Up_MeasureAndDecide(claim, &okay))
+        return nullptr;
+    if (!okay)
+        return Refuse(request);
+    void* const block = AttemptUnder(&claim, attempt);
+    if (!block)
+        return Recover(request, &claim, attempt);
+    return Cleared(block, request);
 }
 } // namespace
 
@@ -151,16 +171,10 @@ void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttemp
 {
     if (request.mSize > kLargestBlock)
         return RefuseSize(request);
-    Claim claim(request.mSize, request.mGrowth, request.mRecycled);
-    bool okay = true;
-    if (Up_OkayToAllocBlock(claim, &okay))
-        return nullptr;
-    if (!okay)
-        return Refuse(request);
-    void* const block = AttemptUnder(claim, attempt);
+    if (Up_IsMeasured(request.mSize))
+        return AllocateMeasured(request, attempt);
+    void* const block = attempt(nullptr);
     if (!block)
-        return Recover(request, claim, attempt);
-    if (request.mClearing == kClear)
-        ClearBlock(block, request.mSize);
-    return block;
+        return Recover(request, nullptr, attempt);
+    return Cleared(block, request);
 }

@@ -10,13 +10,14 @@
 #include "indep/U_Memory/Memory.h"
 
 // One attempt at an allocation: returns the block's first byte, or null. A
-// reference to a callable that outlives it. The callable gets the claim for the block.
+// reference to a callable that outlives it. The callable gets the claim for the block, null
+// for a block without one.
 class AllocationAttempt
 {
 public:
     template <class Callable>
     AllocationAttempt(Callable& callable)
-        : mCallable(&callable), mCall([](void* target, Claim& claim) -> void* {
+        : mCallable(&callable), mCall([](void* target, Claim* claim) -> void* {
               return (*static_cast<Callable*>(target))(claim);
           })
     {
@@ -25,11 +26,11 @@ public:
     AllocationAttempt(const AllocationAttempt&) = delete;
     AllocationAttempt& operator=(const AllocationAttempt&) = delete;
 
-    void* operator()(Claim& claim) const { return mCall(mCallable, claim); }
+    void* operator()(Claim* claim) const { return mCall(mCallable, claim); }
 
 private:
     void* mCallable;
-    void* (*mCall)(void*, Claim&);
+    void* (*mCall)(void*, Claim*);
 };
 
 enum Clearing : bool
@@ -62,7 +63,7 @@ inline U_u64 Growth(U_u64 oldSize, U_u64 newSize)
 inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     void** handle = nullptr;
-    auto attempt = [&](Claim&) -> void* {
+    auto attempt = [&](Claim*) -> void* {
         handle = MEM_NewHandle(UHeap(), size);
         return handle ? *handle : nullptr;
     };

@@ -30,12 +30,6 @@ struct alignas(2 * platform::kCacheLine) SmallBlockCounter
 };
 SmallBlockCounter sSmallBlocks;
 
-bool IsUnmeasured(U_u64 size)
-{
-    return size < kSmallBlock &&
-           sSmallBlocks.mCount.fetch_add(1, std::memory_order_relaxed) + 1 < kSmallBlocksPerCheck;
-}
-
 struct Limits
 {
     U_u64 mPrepurge = 0;
@@ -85,29 +79,6 @@ U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
         Up_MakeRoomForBlock(1, false);
     return 0;
 }
-
-// Kept out of line, so that a block that is not measured pays for nothing here.
-[[gnu::noinline]] U_Status MeasureAndDecide(Claim& claim, bool* okay)
-{
-    *okay = false;
-    sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
-    Limits limits;
-    if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
-        return failure;
-    claim.SetCeiling(std::max(limits.mPrepurge, limits.mMaximum));
-    bool fits = false;
-    if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
-        return failure;
-    if (!fits)
-        return DecideAbovePrepurge(claim, limits, okay);
-    if (claim.IsRecycled())
-    {
-        if (U_Status failure = ShrinkPoolForRecycled(claim.Size(), limits.mPrepurge))
-            return failure;
-    }
-    *okay = true;
-    return 0;
-}
 } // namespace
 
 // External managers and the pool are use beside the tracked use: each is read once.
@@ -128,7 +99,7 @@ U_Status Claim::TryUnder(U_u64 limit, bool* fits)
 bool Claim::Renew()
 {
     bool fits = true;
-    return !mCeiling || TryUnder(mCeiling, &fits) || fits;
+    return TryUnder(mCeiling, &fits) || fits;
 }
 
 void Claim::TakeBack()
@@ -137,12 +108,34 @@ void Claim::TakeBack()
     mClaim = MEM_Claim();
 }
 
-U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
+bool Up_IsMeasured(U_u64 size)
 {
+    if (sPrePurgingDisabled.load(std::memory_order_relaxed))
+        return false;
+    return size >= kSmallBlock ||
+           sSmallBlocks.mCount.fetch_add(1, std::memory_order_relaxed) + 1 >= kSmallBlocksPerCheck;
+}
+
+U_Status Up_MeasureAndDecide(Claim& claim, bool* okay)
+{
+    *okay = false;
+    sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
+    Limits limits;
+    if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
+        return failure;
+    claim.SetCeiling(std::max(limits.mPrepurge, limits.mMaximum));
+    bool fits = false;
+    if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
+        return failure;
+    if (!fits)
+        return DecideAbovePrepurge(claim, limits, okay);
+    if (claim.IsRecycled())
+    {
+        if (U_Status failure = ShrinkPoolForRecycled(claim.Size(), limits.mPrepurge))
+            return failure;
+    }
     *okay = true;
-    if (sPrePurgingDisabled.load(std::memory_order_relaxed) || IsUnmeasured(claim.Size()))
-        return 0;
-    return MeasureAndDecide(claim, okay);
+    return 0;
 }
 
 U_Status U_DisableProactivePrePurging()

@@ -11,8 +11,7 @@
 //
 // The budget makes the claim in the same atomic step in which it finds that the block
 // fits, so two threads never find the same room. The block's own charge is paid out of the
-// claim. The thread's own measurements leave the claim out until then. A block that is not
-// measured has no claim.
+// claim. The thread's own measurements leave the claim out until then.
 class Claim
 {
 public:
@@ -39,9 +38,9 @@ public:
     // Sets the limit for Renew.
     void SetCeiling(U_u64 limit) { mCeiling = limit; }
 
-    // For one more attempt, after an attempt that failed. False if other threads have taken
-    // the room below the ceiling since. True without a claim for a block that was not
-    // measured, and where use cannot be measured.
+    // For one more attempt, after an attempt that failed. Returns false if other threads have
+    // taken the room below the ceiling since, and true without a claim if use cannot be
+    // measured.
     bool Renew();
 
     // Takes back the part of the claim that no charge was paid from.
@@ -58,14 +57,25 @@ private:
     const U_u64 mGrowth;
     const bool mRecycled;
     U_u64 mUse = 0;
-    U_u64 mCeiling = 0; // 0: not measured
+    U_u64 mCeiling = 0;
     MEM_Claim mClaim;
 };
 
+// Counts a block of that size. Returns whether the block is to be measured against the
+// limits: a block of 2 KiB or more, or the 256th smaller block in a row, unless proactive
+// purging is disabled.
+bool Up_IsMeasured(U_u64 size);
+
 // Decides whether the claim's block may be allocated, after making room for it if need be,
-// and makes the claim if the block is measured. Returns an error of the measurement, with
-// *okay false.
-U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay);
+// and makes the claim. Returns an error of the measurement, with *okay false.
+U_Status Up_MeasureAndDecide(Claim& claim, bool* okay);
+
+// The same for a block that may not be measured: such a block is okay.
+inline U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
+{
+    *okay = true;
+    return Up_IsMeasured(claim.Size()) ? Up_MeasureAndDecide(claim, okay) : 0;
+}
 
 // Asks the host to purge until `request` bytes fit under the prepurge limit, or until use
 // no longer falls. Returns the error that ended the run.

@@ -143,7 +143,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     // The purge callback may have resized or locked the handle.
     U_u64 oldBlock = 0;
     bool isLocked = false;
-    auto attempt = [&](Claim&) -> void* {
+    auto attempt = [&](Claim*) -> void* {
         const HogHeader* const headerNow = FindHeader(handle);
         isLocked = headerNow && headerNow->mLockCount;
         if (isLocked)

@@ -68,7 +68,7 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
     if (!procedure)
         return RefuseArgument("U_PurgeLoop: no procedure");
     U_Status result = U_Err_OutOfMemory;
-    auto attempt = [&](Claim&) -> void* {
+    auto attempt = [&](Claim*) -> void* {
         bool okay = false;
         result = procedure(refcon, &okay);
         // Any address: no block is cleared.

@@ -30,7 +30,7 @@ U_i32 ChargeOf(const RecycledMemory& memory)
     return static_cast<U_i32>(static_cast<U_u32>(memory.mBlockSize) + kHeaderBytes);
 }
 
-void* NewRecycled(U_u64 size, Claim& claim)
+void* NewRecycled(U_u64 size, Claim* claim)
 {
     RecycledMemory* memory = nullptr;
     const U_Status failure = Guarded([&] {
@@ -41,7 +41,8 @@ void* NewRecycled(U_u64 size, Claim& claim)
         }
         catch (...)
         {
-            claim.End(); // before a translator or a callback of the host runs
+            if (claim)
+                claim->End(); // before a translator or a callback of the host runs
             throw;
         }
     });
@@ -60,7 +61,7 @@ void* NewRecycled(U_u64 size, Claim& claim)
 
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
-    auto attempt = [=](Claim& claim) { return NewRecycled(size, claim); };
+    auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
     const U_u64 growth = size + 2 * kHeaderBytes; // and the block's rounding, charged with it
     return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
 }

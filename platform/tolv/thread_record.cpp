@@ -27,7 +27,7 @@ void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
     ReleaseClaim(*record, 0); // a host may have jumped out of an allocation
-    HandOver(*record, record->mUsagePart.load(std::memory_order_relaxed));
+    HandOver(*record);
     sLiveRecords.fetch_sub(1, std::memory_order_release);
     boost::lock_guard<boost::mutex> lock(sIdleLock);
     record->mNextIdle = sFirstIdle;

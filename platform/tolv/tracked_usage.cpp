@@ -31,18 +31,20 @@ long long SumOfParts()
     return sum;
 }
 
-// The most that all parts together can be. Parts of threads that have ended are 0.
+// The most that all parts together can be: a part is handed over after the charge that
+// reaches kHandOver. Parts of threads that have ended are 0.
 long long MostOfParts()
 {
-    return kHandOver * LiveRecords();
+    return (kHandOver + kDirectCharge) * LiveRecords();
 }
 } // namespace
 
 // A positive part is in both places for a moment, a negative one in neither: a claim, which
 // reads the figure first and then the parts, takes the usage for more than it is and never
 // for less.
-void HandOver(ThreadRecord& record, long long part)
+void HandOver(ThreadRecord& record)
 {
+    const long long part = record.mUsagePart.load(std::memory_order_relaxed);
     if (part > 0)
     {
         sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
@@ -53,12 +55,17 @@ void HandOver(ThreadRecord& record, long long part)
     sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
 }
 
-long long PayOutOfClaim(ThreadRecord& record, long long bytes)
+void ChargeProcess(ThreadRecord* record, long long bytes)
 {
-    const unsigned long long paid =
-        std::min(record.mClaimed, static_cast<unsigned long long>(bytes));
-    record.mClaimed -= paid;
-    return bytes - static_cast<long long>(paid);
+    if (record && bytes > 0)
+    {
+        const unsigned long long paid =
+            std::min(record->mClaimed, static_cast<unsigned long long>(bytes));
+        record->mClaimed -= paid;
+        bytes -= static_cast<long long>(paid);
+    }
+    if (bytes)
+        sProcessUsage.mBytes.fetch_add(bytes, std::memory_order_release);
 }
 
 unsigned long long UsageSeenBy(const ThreadRecord* record)

@@ -30,27 +30,28 @@ struct alignas(2 * platform::kCacheLine) ProcessUsage
 };
 extern ProcessUsage sProcessUsage;
 
-// Adds a thread's part, which becomes `part`, to the process's figure and empties the part.
-void HandOver(ThreadRecord& record, long long part);
+// Adds the thread's part to the process's figure and empties the part.
+void HandOver(ThreadRecord& record);
 
-// Pays as much of a charge as the thread's claim holds. Returns the rest of the charge.
-long long PayOutOfClaim(ThreadRecord& record, long long bytes);
+// Charges the process's figure, apart from the bytes that the thread's claim pays.
+void ChargeProcess(ThreadRecord* record, long long bytes);
+
+// Returns whether -bound < value < bound.
+inline bool IsWithin(long long value, long long bound)
+{
+    return static_cast<unsigned long long>(value + bound - 1) <
+           2 * static_cast<unsigned long long>(bound) - 1;
+}
 
 // Charges the bytes, which may be negative. A null record charges the process's figure.
 inline void AddUsage(ThreadRecord* record, long long bytes)
 {
-    if (record && record->mClaimed && bytes > 0)
-        bytes = PayOutOfClaim(*record, bytes);
-    if (!record || bytes >= kDirectCharge || bytes <= -kDirectCharge)
-    {
-        sProcessUsage.mBytes.fetch_add(bytes, std::memory_order_release);
-        return;
-    }
+    if (!record || record->mClaimed || !IsWithin(bytes, kDirectCharge))
+        return ChargeProcess(record, bytes);
     const long long part = record->mUsagePart.load(std::memory_order_relaxed) + bytes;
-    if (part > -kHandOver && part < kHandOver)
-        record->mUsagePart.store(part, std::memory_order_relaxed);
-    else
-        HandOver(*record, part);
+    record->mUsagePart.store(part, std::memory_order_relaxed);
+    if (!IsWithin(part, kHandOver))
+        HandOver(*record);
 }
 
 // The usage without the claim of the calling thread, at least 0.
