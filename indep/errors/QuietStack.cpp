@@ -56,14 +56,15 @@ PerThreadQuietStack::Slot& PerThreadQuietStack::SlotAt(U_u32 index)
     return block->mSlots[index];
 }
 
-PerThreadQuietStack::Slot* PerThreadQuietStack::Search(U_u32 threadId)
+// Walks the chain once, whatever the number of slots.
+template <class Accept> PerThreadQuietStack::Slot* PerThreadQuietStack::FirstOf(Accept accept)
 {
     U_u32 left = mCount;
     for (Block* block = &mFirst; block && left; block = block->mNext)
     {
         for (Slot& slot : block->mSlots)
         {
-            if (slot.mKey == threadId)
+            if (accept(slot))
                 return &slot;
             if (--left == 0)
                 return nullptr;
@@ -76,26 +77,23 @@ PerThreadQuietStack::Slot* PerThreadQuietStack::Search(U_u32 threadId)
 PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
 {
     if (tFound.mTable != mSerial)
-        tFound = {mSerial, Search(threadId)};
+        tFound = {mSerial, FirstOf([&](const Slot& slot) { return slot.mKey == threadId; })};
     return tFound.mSlot;
 }
 
 PerThreadQuietStack::Slot& PerThreadQuietStack::Claim(U_u32 threadId)
 {
-    // A slot that was handed out and isn't taken yet is anybody's.
-    const U_u32 count = mCount;
-    for (U_u32 index = 0; index < count; ++index)
-    {
-        Slot& slot = SlotAt(index);
+    const auto take = [&](Slot& slot) {
         U_u64 nobody = 0;
-        if (slot.mKey.compare_exchange_strong(nobody, threadId))
-            return slot;
-    }
+        return slot.mKey == nobody && slot.mKey.compare_exchange_strong(nobody, threadId);
+    };
+    // Any thread may take a slot that was handed out and is still free.
+    if (Slot* const free = FirstOf(take))
+        return *free;
     for (;;)
     {
         Slot& slot = SlotAt(mCount.fetch_add(1));
-        U_u64 nobody = 0;
-        if (slot.mKey.compare_exchange_strong(nobody, threadId))
+        if (take(slot))
             return slot;
     }
 }

@@ -56,7 +56,8 @@ private:
 
     static Block& NextOf(Block& block);
     Slot& SlotAt(U_u32 index);
-    Slot* Search(U_u32 threadId);
+    // The first slot handed out that accept returns true for; null without one.
+    template <class Accept> Slot* FirstOf(Accept accept);
     Slot* Find(U_u32 threadId);
     Slot& Claim(U_u32 threadId);
 

@@ -1,6 +1,8 @@
 // Errors that wait: the posted list, groups, quiet mode and deferred stretches.
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <tuple>
@@ -307,6 +309,28 @@ TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)
     EXPECT_EQ(failures, 0);
     EXPECT_EQ(mLog.Texts(), Texts(kThreads / 2, "U_Sev_WARNING: Test Host warning: logged\t"));
     EXPECT_EQ(Displayed(), Texts());
+}
+
+// The report searches the table as well, so the ratio does not depend on the machine.
+TEST_F(Posted, AFirstQuietCallWalksTheTableOnce)
+{
+    const auto quickest = [](auto call) {
+        auto least = std::chrono::nanoseconds::max();
+        for (int thread = 0; thread < 10; ++thread)
+            OnFreshThread([&] {
+                const auto begun = std::chrono::steady_clock::now();
+                call();
+                least = std::min<std::chrono::nanoseconds>(least, std::chrono::steady_clock::now() -
+                                                                      begun);
+            });
+        return least;
+    };
+    const auto beQuiet = [] { U_StartQuietErrorsOnCurrentThread(false); };
+    Up_SetInteract(0);
+    for (int thread = 0; thread < 8000; ++thread)
+        OnFreshThread(beQuiet);
+    const auto report = quickest([] { U_ReportError(0, U_Sev_INFO, Units(u"unwanted")); });
+    EXPECT_LT(quickest(beQuiet), 5 * report);
 }
 
 TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
