@@ -45,28 +45,34 @@ public:
     static void TrackedDelete(void* block) noexcept;
 };
 
-// An external manager is a piece of the host that holds memory which the library
-// doesn't allocate. Its function tells how much it holds, and that counts as use. The
-// function runs on any thread that measures use, with no lock held but, while a hog is
-// registered, that of the hogs. One object may be called by several threads at once,
-// and keeps its state from one measurement to the next; it is called once more perhaps
-// while or after it is uninstalled: it goes with the last measurement that asks it, on
-// that thread. It may install and uninstall, allocates nothing that would be measured
-// in turn, and throws nothing, since an allocation may be what measures: an empty
-// function makes every measurement throw boost::bad_function_call. Managers stay until
-// they are uninstalled, also over the library's death.
+// An external manager is a piece of the host that holds memory which the library does not
+// allocate. Its function returns the bytes that it holds, which count as use.
+//
+// The function runs on any thread that measures use. The library holds no lock then but,
+// while a hog is registered, that of the hogs. One object may be called by several threads
+// at once, and keeps its state from one measurement to the next. The function may install
+// and uninstall managers. An allocation may be what measures, also when memory is out: the
+// function throws nothing and allocates nothing that is measured in turn. An empty function
+// makes every measurement throw boost::bad_function_call.
+//
+// A measurement calls the functions that are installed when it begins, so a function that is
+// uninstalled meanwhile may be called once more. A function is destroyed with the last
+// measurement that calls it, on that measurement's thread. Managers stay until they are
+// uninstalled, also over the library's death.
 
-// Adds a manager, with a copy of the function; one that is already there under the
-// id keeps its own. Throws std::bad_alloc, or what the copy throws, and then adds
+// Adds a manager, with a copy of the function. A manager that is already there under the id
+// keeps its own function. Throws std::bad_alloc, or what the copy throws, and then adds
 // nothing.
 U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
                                              const boost::function<size_t()>& size);
 
-// Removes it; an unknown id does nothing. Needs no memory.
+// Removes a manager; an unknown id does nothing. Fails never and reports nothing: without
+// memory the function is not called any more, and is destroyed by the next change of the
+// managers that finds memory.
 U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
 
-// What all managers hold now. Asks them in the order of their ids. One that comes or goes
-// meanwhile may count or not.
+// Returns the sum of all managers' bytes now. Calls their functions in the order of the ids.
+// Needs no memory.
 U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
 
 // The figures of the memory log. Counts are since

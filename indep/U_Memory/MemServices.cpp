@@ -1,14 +1,16 @@
 #include "U_MemServices.h"
 
 #include <atomic>
-#include <map>
+#include <new>
+#include <utility>
 
-#include <boost/container/static_vector.hpp>
+#include <boost/container/flat_map.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <quiet_new.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
 
@@ -24,30 +26,66 @@ namespace
 {
 typedef boost::function<size_t()> Measure;
 
-// The functions are shared, so that none is copied or destroyed under the lock:
-// what they hold may call in here.
-typedef std::map<Guid, boost::shared_ptr<const Measure>> Managers;
+struct Manager
+{
+    explicit Manager(const Measure& size) : mSize(size) {}
 
-// Never destroyed: threads may measure until the process ends.
-boost::mutex& sManagersLock = *new boost::mutex; // guards the table
-Managers& sManagers = *new Managers;
+    const Measure mSize;
+    std::atomic<bool> mIsInstalled{true}; // false: uninstalled, and still in the table
+};
 
-// Whether there are any. Mostly there are none, and every larger block asks.
+// The functions are shared, so that none is copied or destroyed under the lock: a function
+// may call in here when it is copied or destroyed.
+typedef boost::container::flat_map<Guid, boost::shared_ptr<Manager>> Managers;
+typedef boost::shared_ptr<const Managers> Table;
+
+// A table is never changed: a change puts a new one in its place. A measurement keeps the
+// table that it began with, so it allocates nothing: it may run because memory is out.
+// Null without managers. Never destroyed: threads may measure until the process ends.
+boost::mutex& sTableLock = *new boost::mutex; // guards sTable
+Table& sTable = *new Table;
+
+// Whether there is a table. Mostly there is none, and every larger block asks.
 std::atomic<bool> sHasManagers(false);
 
-// A measurement may run because memory is short, so it allocates nothing: it takes
-// the managers a few at a time, mostly all at once.
-const std::size_t kAtOnce = 16;
-typedef boost::container::static_vector<Managers::value_type, kAtOnce> Snapshot;
-
-// Takes the next ones behind the id, or the first ones, in the order of their ids.
-void TakeManagers(const Guid* behind, Snapshot* managers)
+Table TakeTable()
 {
-    managers->clear();
-    boost::lock_guard<boost::mutex> lock(sManagersLock);
-    auto next = behind ? sManagers.upper_bound(*behind) : sManagers.begin();
-    for (; next != sManagers.end() && managers->size() < kAtOnce; ++next)
-        managers->push_back(*next);
+    boost::lock_guard<boost::mutex> lock(sTableLock);
+    return sTable;
+}
+
+// Puts a table in the place of the one that it was made from; false if that has gone.
+bool Replace(const Table& old, Table made)
+{
+    boost::lock_guard<boost::mutex> lock(sTableLock);
+    if (sTable != old)
+        return false;
+    sTable.swap(made); // the caller holds the old one, which ends without the lock
+    sHasManagers.store(sTable != nullptr, std::memory_order_release);
+    return true;
+}
+
+// The installed managers of a table, but for one. Throws std::bad_alloc.
+Managers CopyWithout(const Table& table, const Guid& id)
+{
+    Managers copy;
+    if (!table)
+        return copy;
+    copy.reserve(table->size() + 1);
+    for (const auto& [other, manager] : *table)
+    {
+        if (other != id && manager->mIsInstalled)
+            copy.emplace_hint(copy.end(), other, manager);
+    }
+    return copy;
+}
+
+Manager* Find(const Table& table, const Guid& id)
+{
+    if (!table)
+        return nullptr;
+    const auto found = table->find(id);
+    return found != table->end() && found->second->mIsInstalled ? found->second.get() : nullptr;
 }
 
 bool TakeSystemFigures(U_MemoryStats* stats)
@@ -64,37 +102,55 @@ bool TakeSystemFigures(U_MemoryStats* stats)
 
 void U_InstallExternalMemoryManager(const Guid& id, const Measure& size)
 {
-    Managers installed;
-    installed.emplace(id, boost::make_shared<const Measure>(size));
-    boost::lock_guard<boost::mutex> lock(sManagersLock);
-    sManagers.merge(installed); // leaves one that is there already
-    sHasManagers.store(true, std::memory_order_release);
+    const auto manager = boost::make_shared<Manager>(size);
+    for (;;)
+    {
+        const Table old = TakeTable();
+        if (Find(old, id))
+            return;
+        Managers made = CopyWithout(old, id);
+        made.emplace(id, manager);
+        if (Replace(old, boost::make_shared<const Managers>(std::move(made))))
+            return;
+    }
 }
 
 void U_UnInstallExternalMemoryManager(const Guid& id)
 {
-    Managers::node_type uninstalled; // goes without the lock
-    boost::lock_guard<boost::mutex> lock(sManagersLock);
-    uninstalled = sManagers.extract(id);
-    sHasManagers.store(!sManagers.empty(), std::memory_order_release);
+    for (;;)
+    {
+        const Table old = TakeTable();
+        Manager* const manager = Find(old, id);
+        if (!manager)
+            return;
+        try
+        {
+            const platform::ScQuietNew quiet;
+            Managers made = CopyWithout(old, id);
+            const bool isLast = made.empty();
+            if (Replace(old,
+                        isLast ? Table() : boost::make_shared<const Managers>(std::move(made))))
+                return;
+        }
+        catch (const std::bad_alloc&)
+        {
+            manager->mIsInstalled = false; // the next change of the table drops it
+            return;
+        }
+    }
 }
 
 size_t U_GetSizeOfExternalMemoryManagers()
 {
-    if (!sHasManagers.load(std::memory_order_acquire))
-        return 0;
     size_t sum = 0;
-    Snapshot managers;
-    TakeManagers(nullptr, &managers);
-    for (;;)
+    if (!sHasManagers.load(std::memory_order_acquire))
+        return sum;
+    if (const Table table = TakeTable())
     {
-        for (const auto& manager : managers)
-            sum += (*manager.second)();
-        if (managers.size() < kAtOnce)
-            return sum;
-        const Guid last = managers.back().first;
-        TakeManagers(&last, &managers);
+        for (const auto& [id, manager] : *table)
+            sum += manager->mIsInstalled ? manager->mSize() : 0;
     }
+    return sum;
 }
 
 int U_GetSystemMemoryStats(U_MemoryStats* stats)

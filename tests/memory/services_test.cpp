@@ -1,6 +1,7 @@
 #include "U_MemServices.h"
 
 #include <cstring>
+#include <functional>
 #include <new>
 #include <string>
 #include <tuple>
@@ -152,12 +153,16 @@ TEST_F(MemServices, ManagersCountAsUseButNotAsTheLibrarysOwn)
 
     for (unsigned char number = 4; number < 40; ++number)
         Install(number, 1);
-    const ScFailingNew failing(1); // none of these allocates
-    U_UnInstallExternalMemoryManager(Id(3));
-    U_UnInstallExternalMemoryManager(Id(1));
-    U_UnInstallExternalMemoryManager(Id(9));
-    EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 2000u + 35);
-    EXPECT_FALSE(failing.HasFailed());
+    const unsigned char uninstalled[] = {3, 1, 9};
+    for (const unsigned char number : uninstalled)
+    {
+        const ScFailingNew failing(1);
+        U_UnInstallExternalMemoryManager(Id(number));
+    }
+    Install(9, 7); // in the place of one that was uninstalled without memory
+    const ScFailingNew failing(1);
+    EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 2000u + 35 + 7);
+    EXPECT_FALSE(failing.HasFailed()) << "a measurement allocates";
 }
 
 TEST_F(MemServices, UseByTheLibraryStopsAboveZero)
@@ -180,6 +185,23 @@ TEST_F(MemServices, UseByTheLibraryStopsAboveZero)
         EXPECT_EQ(own, expected);
         U_UnInstallExternalMemoryManager(Id(1));
     }
+}
+
+TEST_F(MemServices, AMeasurementAsksExactlyTheManagersThatItBeganWith)
+{
+    unsigned char installed = 0;
+    const std::function<void()> installNext = [&] {
+        if (installed < 40)
+            U_InstallExternalMemoryManager(Id(installed++), [&]() -> size_t {
+                installNext();
+                U_UnInstallExternalMemoryManager(Id(19));
+                return 1;
+            });
+    };
+    while (installed < 20)
+        installNext();
+    EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 20u);
+    EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 39u);
 }
 
 TEST_F(MemServices, ManagersMayChangeTheTableWhileTheyAreAsked)
