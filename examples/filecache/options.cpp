@@ -1,6 +1,8 @@
 #include "options.h"
 
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "report.h"
@@ -52,15 +54,10 @@ const U_u64 kLongestInterval = 3600000; // milliseconds
 // larger one. Returns what follows them, null if there are none.
 const char* ParseDigits(const char* text, U_u64* number)
 {
-    const U_u64 largest = std::numeric_limits<U_u64>::max();
-    const char* next = text;
-    *number = 0;
-    for (; *next >= '0' && *next <= '9'; ++next)
-    {
-        U_u64 digit = static_cast<U_u64>(*next - '0');
-        *number = *number > (largest - digit) / 10 ? largest : *number * 10 + digit;
-    }
-    return next == text ? nullptr : next;
+    const auto result = std::from_chars(text, text + std::strlen(text), *number);
+    if (result.ec == std::errc::result_out_of_range)
+        *number = std::numeric_limits<U_u64>::max();
+    return result.ec == std::errc::invalid_argument ? nullptr : result.ptr;
 }
 
 // The power of two that a suffix stands for; negative if it is none.

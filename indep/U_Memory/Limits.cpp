@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include <base/integer_text.h>
 #include <krobase/debug.h>
 #include <krobase/machine.h>
 #include <tolv/memory.h>
@@ -68,7 +68,8 @@ void Up_ReadBudgetSettings()
 {
     const std::string fudgeBuffer =
         Setting("MemoryFudgeBuffer2", std::to_string(kDefaultFudgeBuffer));
-    sFudgeBuffer = std::strtoll(fudgeBuffer.c_str(), nullptr, 10);
+    sFudgeBuffer = 0; // also for what is no number
+    platform::ReadInteger(fudgeBuffer.c_str(), &sFudgeBuffer);
     sGoDirect = FlagSetting("MemoryAccountDirect2", true);
     if (FlagSetting("MemoryYoYoLog", false))
         Up_StartMemoryLog();

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include <base/integer_text.h>
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
@@ -24,9 +25,9 @@ const char* CharsOf(const U_UTF8String& text)
 
 int DecimalIn(const U_UTF8String& text)
 {
-    typedef std::numeric_limits<int> Limits;
-    const long long number = std::strtoll(CharsOf(text), nullptr, 10);
-    return static_cast<int>(std::clamp<long long>(number, Limits::min(), Limits::max()));
+    int number = 0;
+    platform::ReadInteger(CharsOf(text), &number);
+    return number;
 }
 
 // Of 32 bits, the highest of which is the sign.

@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "../base/integer_text.h"
 #include "../quiet_new.h"
 #include "../switched_function.h"
 #include "private/sink.h"
@@ -22,9 +23,9 @@ int LevelFromEnvironment()
     const char* text = std::getenv("U_LOG_LEVEL");
     if (!text)
         return 0;
-    char* end = nullptr;
-    const long level = std::strtol(text, &end, 10);
-    const bool isNumber = end != text && !*end && level >= INT_MIN && level <= INT_MAX;
+    long long level = 0;
+    const char* const rest = platform::ReadInteger(text, &level);
+    const bool isNumber = rest && !*rest && level >= INT_MIN && level <= INT_MAX;
     return isNumber ? static_cast<int>(level) : 0;
 }
 

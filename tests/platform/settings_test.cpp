@@ -1,7 +1,9 @@
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
+#include <base/integer_text.h>
 #include <control.h>
 #include <krobase/debug.h>
 #include <kroview/datatransfer.h>
@@ -17,6 +19,30 @@ using krobase::debug::DebugDatabase;
 namespace
 {
 const unsigned short kKey[] = {'k', 'e', 'y', 0};
+
+TEST(Settings, IntegersAreReadAsByStrtolButHeldToTheirType)
+{
+    // A null rest: the text begins with no number.
+    const std::tuple<const char*, int, const char*> rows[] = {
+        {"12", 12, ""},
+        {" \t-7 ms", -7, " ms"},
+        {"+3x", 3, "x"},
+        {"2147483647", 2147483647, ""},
+        {"2147483648.", 2147483647, "."},
+        {"4294967298", 2147483647, ""},
+        {"-99999999999999999999", -2147483647 - 1, ""},
+        {"", 5, nullptr},
+        {"ms", 5, nullptr},
+        {"+-3", 5, nullptr},
+        {"- 3", 5, nullptr},
+    };
+    for (const auto& [text, expected, rest] : rows)
+    {
+        int value = 5;
+        EXPECT_STREQ(platform::ReadInteger(text, &value), rest) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
+}
 
 TEST(Settings, ResetAllPutsEverySettingBack)
 {
