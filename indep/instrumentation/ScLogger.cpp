@@ -6,7 +6,11 @@
 
 #include <krobase/high_precision_time.h>
 #include <krobase/threads.h>
+#include <win32/files.h>
 #include <win32/wall_clock.h>
+#include <wril/wril.h>
+
+#include "indep/frame/LogSafely.h"
 
 namespace HighPrecisionTime = krobase::utility::HighPrecisionTime;
 
@@ -47,9 +51,15 @@ void WriteText(std::FILE* file, const char* format, ...)
 U_ScFileLogger::U_ScFileLogger(const char* pathname) : path(pathname)
 {
     errno = 0; // an old value would pass for the reason
-    file = std::fopen(path.c_str(), "a");
-    if (!file && errno != 0)
-        throw static_cast<int>(errno);
+    file = win32::OpenPrivateLog(path.c_str());
+    if (file)
+        return;
+    const int reason = errno;
+    LogSafely([&] {
+        WRIL_sprintf(0, "U", "U_ScFileLogger", "can't open %s: error %d", path.c_str(), reason);
+    });
+    if (reason != 0)
+        throw reason;
 }
 
 U_ScFileLogger::~U_ScFileLogger()

@@ -21,9 +21,10 @@
 class U_ScFileLogger
 {
 public:
-    // path, in the system's narrow encoding, mustn't be null. Throws the errno, as
-    // an int, of a file that can't be opened. Without one the object stands but
-    // has no file, and writing does nothing.
+    // path, in the system's narrow encoding, mustn't be null. A new file is the user's
+    // alone; a path that ends in a symbolic link isn't opened. If the file can't be opened,
+    // the path is logged and the errno thrown, as an int. Without an errno the object has no
+    // file, and writing does nothing.
     explicit U_ScFileLogger(const char* path);
     virtual ~U_ScFileLogger();
     U_ScFileLogger(const U_ScFileLogger&) = delete;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -14,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <control.h>
@@ -77,13 +79,14 @@ int ThrownFor(const std::string& path)
 }
 } // namespace
 
-// The linker gives the loggers this one for theirs, and the runtime of a sanitizer, too.
-extern "C" std::FILE* __real_fopen(const char* path, const char* mode);
-extern "C" std::FILE* __wrap_fopen(const char* path, const char* mode);
-extern "C" __attribute__((visibility("default"))) std::FILE* __wrap_fopen(const char* path,
-                                                                          const char* mode)
+// The linker gives the loggers of this program the second one for win32::OpenPrivateLog. It
+// asks for a visible one, since the library refers to that function, too.
+extern "C" std::FILE* __real__ZN5win3214OpenPrivateLogEPKc(const char* path);
+extern "C" __attribute__((visibility("default"))) std::FILE*
+__wrap__ZN5win3214OpenPrivateLogEPKc(const char* path);
+std::FILE* __wrap__ZN5win3214OpenPrivateLogEPKc(const char* path)
 {
-    return sOpenFailsWithoutReason ? nullptr : __real_fopen(path, mode);
+    return sOpenFailsWithoutReason ? nullptr : __real__ZN5win3214OpenPrivateLogEPKc(path);
 }
 
 TEST_F(ScLogger, EachSpanIsAppendedWithItsLength)
@@ -148,6 +151,27 @@ TEST_F(ScLogger, AFileThatCannotBeOpenedThrowsTheReason)
     }
     sOpenFailsWithoutReason = false;
     EXPECT_EQ(Written(), "");
+}
+
+TEST_F(ScLogger, TheFileIsTheUsersAloneAndNotThroughALink)
+{
+    const std::string target = mPath + "_target";
+    ASSERT_EQ(symlink(target.c_str(), mPath.c_str()), 0);
+    std::string logged;
+    platform::SetLogSink([&](int, const char*, const char*, const char* text) { logged += text; });
+    EXPECT_EQ(ThrownFor(mPath), ELOOP);
+    EXPECT_EQ(logged, "can't open " + mPath + ": error " + std::to_string(ELOOP));
+    EXPECT_NE(access(target.c_str(), F_OK), 0);
+    std::remove(mPath.c_str());
+
+    const mode_t mask = umask(0);
+    const U_ScGlobalLogger logger(mPath.c_str());
+    umask(mask);
+    struct stat file = {};
+    ASSERT_EQ(stat(mPath.c_str(), &file), 0);
+    EXPECT_EQ(file.st_mode & 0777u, 0600u);
+    EXPECT_EQ(std::system(("! ls -l /proc/self/fd | grep " + mPath).c_str()), 0)
+        << "another program inherits the file";
 }
 
 TEST_F(ScLogger, AFullDiskLosesLinesButTheNextOneIsWhole)
