@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <limits>
 #include <new>
 #include <string>
 #include <thread>
 
+#include <base/integer_text.h>
 #include <boost/function.hpp>
 #include <krobase/debug.h>
 #include <krobase/executor.h>
@@ -33,22 +32,21 @@ const char kHeader[] =
 
 const std::chrono::milliseconds kWaitForMemory(100);
 
-// The log thread's, once it runs. The logger is never destroyed, and a start that failed
-// behind it leaves it to the next one: each line has been flushed, and the end of the
-// process closes the file.
+// The log thread's while it runs. The logger is never destroyed: each line has been
+// flushed, and the end of the process closes the file.
 U_ScGlobalLogger* sLogger = nullptr;
 U_MemoryStats sPrevious = {};
 int sInterval = 1000; // milliseconds
 
-// Ends the thread with the process.
+std::atomic<bool> sIsEnding(false); // the thread: it waits no longer for memory
+
+// Its end waits for the thread.
 boost::shared_ptr<AsyncThreadedExecutor> sExecutor;
 
-// Ends before the executor, whose end waits for the thread.
 struct ProcessEnd
 {
-    ~ProcessEnd() { mHasCome = true; }
-    std::atomic<bool> mHasCome{false};
-} sProcessEnd;
+    ~ProcessEnd() { sIsEnding = true; }
+} sProcessEnd; // ends before the executor
 
 // An interval of 0 would keep the thread from ever ending. A text that is no number
 // tells no interval.
@@ -56,12 +54,9 @@ int ReadInterval()
 {
     const std::string text = krobase::debug::DebugDatabase::Instance().GetEntry(
         "MemoryYoYoLogInterval", std::to_string(sInterval).c_str());
-    char* end = nullptr;
-    const long interval = std::strtol(text.c_str(), &end, 10);
-    if (end == text.c_str())
-        return sInterval;
-    const long most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(interval, 1L, most));
+    int interval = sInterval;
+    platform::ReadInteger(text.c_str(), &interval);
+    return std::max(interval, 1);
 }
 
 U_UTF8String PathOfLog()
@@ -70,14 +65,14 @@ U_UTF8String PathOfLog()
     return krobase::utility::UTF16to8(U_AsciiToUTF16String(path.c_str()));
 }
 
-// With the start line and the header in its file.
-U_ScGlobalLogger* NewLogger()
+// Writes the start line and the header.
+void StartFile()
 {
-    const U_UTF8String path = PathOfLog();
-    U_ScGlobalLogger* const logger =
-        new U_ScGlobalLogger(reinterpret_cast<const char*>(path.c_str()));
-    logger->Printf("%s", kHeader);
-    return logger;
+    if (sLogger)
+        sLogger->StartAgain();
+    else
+        sLogger = new U_ScGlobalLogger(reinterpret_cast<const char*>(PathOfLog().c_str()));
+    sLogger->Printf("%s", kHeader);
 }
 
 U_i64 Difference(U_u64 now, U_u64 before)
@@ -100,22 +95,23 @@ void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
         now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts);
 }
 
-void Up_LogMemoryRow();
+void Up_LogMemoryRow(AsyncThreadedExecutor* executor);
 
-void Up_ScheduleMemoryRow()
+// The row is given its executor: a start that replaces sExecutor waits for the row.
+void Up_ScheduleMemoryRow(AsyncThreadedExecutor* executor)
 {
-    sExecutor->Post(boost::function<void()>(&Up_LogMemoryRow), sInterval);
+    executor->Post([executor] { Up_LogMemoryRow(executor); }, sInterval);
 }
 
 // On the log thread: a row that has no memory to come after this one comes later.
-void ScheduleInTheEnd()
+void ScheduleInTheEnd(AsyncThreadedExecutor* executor)
 {
     const platform::ScQuietNew quiet; // nothing is lost
-    while (!sProcessEnd.mHasCome)
+    while (!sIsEnding)
     {
         try
         {
-            Up_ScheduleMemoryRow();
+            Up_ScheduleMemoryRow(executor);
             return;
         }
         catch (const std::bad_alloc&)
@@ -125,7 +121,7 @@ void ScheduleInTheEnd()
     }
 }
 
-void Up_LogMemoryRow()
+void Up_LogMemoryRow(AsyncThreadedExecutor* executor)
 {
     // A host's function that throws costs one row. A report could meet the library's death,
     // which doesn't know of this thread.
@@ -139,27 +135,25 @@ void Up_LogMemoryRow()
         WriteRow(now, prepurge, maximum);
         sPrevious = now;
     });
-    ScheduleInTheEnd();
+    ScheduleInTheEnd(executor);
+}
+
+// Ends the log thread, and with it the rows.
+void EndThread()
+{
+    sIsEnding = true;
+    sExecutor.reset();
+    sIsEnding = false;
 }
 } // namespace
 
 void Up_StartMemoryLog()
 {
-    if (sExecutor)
-        return;
+    EndThread(); // the log of an earlier birth
     sInterval = ReadInterval();
-    if (!sLogger)
-        sLogger = NewLogger();
+    StartFile();
     const boost::function<void()> nothing;
     sExecutor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1, kThreadPriorityNormal,
                                             nothing, nothing);
-    try
-    {
-        Up_ScheduleMemoryRow();
-    }
-    catch (...)
-    {
-        sExecutor.reset(); // so that a later birth starts it
-        throw;
-    }
+    Up_ScheduleMemoryRow(sExecutor.get());
 }

@@ -177,9 +177,25 @@ void GoOnWhateverHappens()
     EXPECT_TRUE(GoesOn());
     EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
     EXPECT_TRUE(GoesOn());
-    EXPECT_EQ(Starts(), 1);
+    EXPECT_EQ(Starts(), 2);
     EXPECT_EQ(U_Death(), 0);
     EXPECT_EQ(alerts.Texts(), Texts()) << "a report could meet the library's death";
+}
+
+void StartAgain()
+{
+    ASSERT_EQ(BirthWith("true", "1000000"), 0);
+    EXPECT_EQ(U_Death(), 0);
+    ASSERT_EQ(BirthWith("true", "10"), 0);
+    const Texts lines = WaitForLines(5);
+    ASSERT_GE(lines.size(), 5u);
+    for (const std::size_t start : {0, 2})
+    {
+        EXPECT_THAT(lines[start], testing::HasSubstr("  * log start"));
+        EXPECT_THAT(lines[start + 1], testing::EndsWith(kHeader));
+    }
+    ExpectRight(Row(lines[4]), Figures(25));
+    EXPECT_EQ(U_Death(), 0);
 }
 
 // A birth that fails for want of an allocation leaves the log to the next one, which goes
@@ -198,8 +214,8 @@ void StartAfterFailures()
             const U_Status failure = U_Birth("Memory Log", nullptr);
             failing.reset();
             const bool isBehindTheStart = failure && Starts() == 1;
-            const bool starts =
-                !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn() && Starts() == 1);
+            const bool starts = !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn() &&
+                                             Starts() == (isBehindTheStart ? 2 : 1));
             std::remove(Path().c_str());
             _exit(!starts ? 1 : isBehindTheStart ? kFailedBehindTheStart : 0);
         }
@@ -259,6 +275,11 @@ TEST(MemoryLog, WritesRowsOfFiguresThatAgree)
 TEST(MemoryLog, GoesOnWhateverHappensToARow)
 {
     InAProcess(&GoOnWhateverHappens);
+}
+
+TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnInterval)
+{
+    InAProcess(&StartAgain);
 }
 
 TEST(MemoryLog, GoesOnAfterABirthThatFailed)
