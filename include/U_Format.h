@@ -15,8 +15,8 @@
 // What begins with no digit between the "@" asks for options alone: ".3" says
 // nothing. An "@" that no second one follows is dropped, and the number is
 // written with two decimals and no options. That, and each letter that is no
-// option, is reported as a warning at 0x17001B from inside the call, so logging
-// callbacks and an alert may run in it.
+// option, once for each "@" pair, is reported as a warning at 0x17001B from inside the
+// call, so logging callbacks and an alert may run in it.
 //
 // A digit is filled at its first place only. A digit that no place has, or no
 // argument, ends the work: later places stay as they are. A value that holds

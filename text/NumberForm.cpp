@@ -1,6 +1,8 @@
 #include "text/NumberForm.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 
 #include <krobase/format.h>
 
@@ -43,8 +45,7 @@ void ReportUnknownLetter(U_u16 letter)
     Up_ReportErrString(kNumberPlace, U_Sev_WARNING, U_UTF16ToMBString(text, false).c_str());
 }
 
-// A letter that is no option is reported and asks for nothing.
-unsigned int OptionOf(U_u16 letter)
+std::optional<unsigned int> OptionOf(U_u16 letter)
 {
     using namespace krobase::utility;
     switch (letter)
@@ -62,8 +63,7 @@ unsigned int OptionOf(U_u16 letter)
     case 'p':
         return kNumberSpace;
     default:
-        ReportUnknownLetter(letter);
-        return 0;
+        return std::nullopt;
     }
 }
 
@@ -97,10 +97,17 @@ NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)
         if (next != end && *next == '.')
             ScanInteger(++next, end, &form.mDecimals);
     }
+    // A form of many unknown letters comes from a hostile or damaged translation: one
+    // alert for each occurrence would keep the user from the host.
+    std::set<U_u16> reported;
     for (const U_u16* letter = first; letter != end; ++letter)
     {
-        if (!IsPartOfNumber(*letter))
-            form.mFlags |= OptionOf(*letter);
+        if (IsPartOfNumber(*letter))
+            continue;
+        if (const std::optional<unsigned int> option = OptionOf(*letter))
+            form.mFlags |= *option;
+        else if (reported.insert(*letter).second)
+            ReportUnknownLetter(*letter);
     }
     return form;
 }

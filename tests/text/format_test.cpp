@@ -137,7 +137,7 @@ TEST_F(SubString, SpecificationsTellHowANumberIsWritten)
 TEST_F(SubString, WhatASpecificationGetsWrongIsAWarning)
 {
     char out[100];
-    for (const char* format : {"^F1@1.1nz+@", "^F1@bad", "^F1@1.\t3q@", "^F1@\xE9@"})
+    for (const char* format : {"^F1@1.1nz+@", "^F1@bad", "^F1@1.\t3qq\tq@", "^F1@\xE9@"})
         EXPECT_EQ(U_SubString(out, sizeof(out), format, 2.5), 0);
     std::vector<std::string> expected;
     for (const std::string warning :
