@@ -137,6 +137,13 @@ U_UTF16String U_SubString16(const U_UTF16String& format, const Arguments&... arg
     return out;
 }
 
+// Resolves a message (U_ZString.h) for the operations above. If the translation has other
+// places than the English text, such as ^L1 for ^1, the result is the English text: the
+// values that suit the English text suit the result. The order of the places, a repeated
+// place and the text between two "@" may differ. Without an English text the translation
+// is the result. Throws as U_ZStringToUTF16String does.
+U_EXPORT U_UTF16String U_ZStringToFormat(const char* zstring);
+
 // Writes a number into out, 32 bytes: at least integerDigits digits in front of
 // the decimal mark, as far as they have room, and so many decimals. If digits and
 // decimals are 23 characters or more, or marks of several bytes leave no room,

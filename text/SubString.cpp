@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <string>
 
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
 #include "U_String.h"
+#include "U_ZString.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Refuse.h"
 #include "text/FormatNum.h"
@@ -64,6 +66,10 @@ public:
     }
 
     bool Has(int digit, Form form) const { return mForms[digit] >> form & 1; }
+    bool operator==(const Forms& other) const
+    {
+        return std::equal(std::begin(mForms), std::end(mForms), other.mForms);
+    }
 
 private:
     void Note(const U_UTF16String& format, std::size_t caret)
@@ -175,6 +181,16 @@ U_UTF16String Filled(const U_UTF16String& format, const U_FormatArgument* argume
     return work;
 }
 } // namespace
+
+U_UTF16String U_ZStringToFormat(const char* zstring)
+{
+    U_UTF16String english = U_ZStringToEnglishUTF16String(zstring);
+    U_UTF16String text = U_ZStringToUTF16String(zstring);
+    // A ZString of a key alone has no English text to compare the translation with.
+    if (english.empty() || Forms(text) == Forms(english))
+        return text;
+    return english;
+}
 
 U_Status Up_SubString(U_UTF16String& out, const U_UTF16String& format,
                       const U_FormatArgument* arguments, std::size_t count)

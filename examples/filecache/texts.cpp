@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include <U_Encoding.h>
-#include <U_ZString.h>
+#include <U_Format.h>
 
 namespace
 {
@@ -57,7 +57,7 @@ U_UTF16String ToUTF16(const std::string& text)
 
 std::string Text(const Message& message)
 {
-    return Fill(ToUTF8(U_ZStringToUTF16String(message.zstring)), message.values);
+    return Fill(ToUTF8(U_ZStringToFormat(message.zstring)), message.values);
 }
 
 std::string Fill(const std::string& text, const std::vector<std::string>& values)

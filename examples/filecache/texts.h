@@ -3,8 +3,9 @@
 // Each is written where it is used, as a ZString: one literal with a key and the
 // English text, such as "$$$/QX/FileCache/Figure/FilesRead=files read". Where the
 // dictionary in use has the key, its text is shown instead. Values go into the
-// places ^1 to ^9, which a literal spells ^^1. Everything here is UTF-8, and may
-// be called on any thread.
+// places ^1 to ^9, which a literal spells ^^1. A text of the dictionary that has other
+// places than the English text is not used. Everything here is UTF-8, and may be called
+// on any thread.
 
 #ifndef FILECACHE_TEXTS_H
 #define FILECACHE_TEXTS_H

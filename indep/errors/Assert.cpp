@@ -9,12 +9,12 @@
 #include <quiet_new.h>
 #include <win32/debug.h>
 
+#include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Strings.h"
-#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -31,30 +31,19 @@ struct Injection
 boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
 Injection sInjection;
 
-// Filling a message is itself verified: a translation whose places don't take
-// strings fails there.
-typedef ScEntered<struct InFilling> ScFilling;
-
 typedef char VerificationText[U_ReportTextSize];
 
-U_Status Fill(VerificationText& text, const char* format, const char* detail, const char* message)
-{
-    return detail ? U_SubString(text, sizeof(text), format, detail, message)
-                  : U_SubString(text, sizeof(text), format, message);
-}
-
-// In English if the translation takes other values, or without memory to tell
-// that it does; the bare message if that can't be filled either.
+// The bare message if the text can't be had or filled.
 void FillVerification(VerificationText& text, const char* detail, const char* message)
 {
-    const U_u32 index = detail ? kFailedWithDetail : kFailedInternally;
-    const ScFilling entered;
     const platform::ScQuietNew quiet; // a report would come between this one and its text
-    U_Status failure = U_Err_BadParameter;
-    if (entered.IsFirst())
-        failure = Fill(text, Up_StringOrEnglish(index), detail, message);
-    if (failure == U_Err_BadParameter)
-        failure = Fill(text, Up_EnglishString(index), detail, message);
+    const U_Status failure = GuardedUnreported([&] {
+        const U_UTF16String format =
+            U_ZStringToFormat(Up_ZStringOf(detail ? kFailedWithDetail : kFailedInternally));
+        const U_UTF16String filled =
+            detail ? U_SubString16(format, detail, message) : U_SubString16(format, message);
+        U_CopyString(U_UTF16ToMBString(filled, false).c_str(), sizeof(text), text);
+    });
     if (failure)
         U_CopyString(message, sizeof(text), text);
 }
@@ -87,8 +76,6 @@ U_Status Up_AssertFailed(const char* expression, const char* file, int line)
 U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
                                     const char* message)
 {
-    if (ScFilling::IsInside())
-        return 0;
     char number[16];
     if (!message)
     {

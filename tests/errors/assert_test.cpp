@@ -37,12 +37,14 @@ TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
     EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
 }
 
-TEST_F(Assert, ATranslationThatTakesNoTextGivesWayToEnglish)
+TEST_F(Assert, ATranslationThatTakesOtherValuesGivesWayToEnglish)
 {
     const std::pair<std::u16string, const char*> kRows[] = {
         {u"^^1", "kaputt {68}"},
         {u"^^L1", "internal verification failure, sorry! {68}"},
         {u"^^F1@1.1@", "internal verification failure, sorry! {68}"},
+        {u"", "internal verification failure, sorry! {68}"},
+        {u"^^1 ^^2", "internal verification failure, sorry! {68}"},
     };
     for (const auto& [place, text] : kRows)
     {

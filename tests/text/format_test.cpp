@@ -147,6 +147,26 @@ TEST_F(SubString, WhatASpecificationGetsWrongIsAWarning)
     EXPECT_EQ(mAlerts.Texts(), expected);
 }
 
+// A digit by itself and one with a letter are different places.
+TEST_F(SubString, AFormatIsEnglishWhereATranslationTakesOtherValues)
+{
+    const std::pair<const char16_t*, bool> rows[] = {
+        {u"^^L2: ^^1, ^^F3@1.3s@ %n", true}, {u"^^1 ^^L2 ^^F3 ^^1", true},
+        {u"^^1 ^^L2 ^^F3 ^^4", false},       {u"^^1 ^^L2", false},
+        {u"^^L1 ^^L2 ^^F3", false},          {u"^^1 ^^L2 ^^F3 ^^L1", false},
+        {u"^^1 ^^B2 ^^F3", false},           {u"", false},
+    };
+    for (const auto& [text, isTaken] : rows)
+    {
+        DictionaryImage image = TextImage(u"\"$$$/m=" + std::u16string(text) + u"\"\r\n");
+        ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
+        EXPECT_EQ(U_ZStringToFormat("$$$/m=^^1 in ^^L2 of ^^F3") == U_ZStringToUTF16String("$$$/m"),
+                  isTaken);
+    }
+    EXPECT_EQ(U_ZStringToFormat("$$$/m=^^1 in ^^L2 of ^^F3"), Units(u"^1 in ^L2 of ^F3"));
+    EXPECT_EQ(U_ZStringToFormat("$$$/none=100%"), Units(u"100%"));
+}
+
 TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
 {
     const char* const kNone = nullptr;
