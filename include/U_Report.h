@@ -42,6 +42,11 @@ const size_t U_ReportTextSize = 512;
 // quiet nor ended by a callback. Each may be null. Always 0.
 U_EXPORT U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error);
 
+// The meaning of a status code in the current language: "a bad parameter was passed" for 3.
+// Negative codes are system codes. A code without a meaning of its own, such as an errno
+// of U_Birth, gives "error 13". Without memory throws std::bad_alloc or the int 4.
+U_EXPORT U_UTF16String U_GetStatusText(U_Status code);
+
 // Reports a text. What a logging callback throws passes through, and so does its
 // code, as an int; the report ends there, neither counted nor shown. On the UI thread it may
 // return only when the user has dismissed the alert.

@@ -29,7 +29,7 @@ typedef U_i32 U_Status;
 
 // The library itself gives 1 to 4, 10, 14 and 5889, and where a header says so codes of
 // its family, the heap's or the system's; the others are for the modules above it.
-// Up_NuloEnglishError (U_Report.h) has texts for 0 and 2 to 12.
+// U_GetStatusText (U_Report.h) returns the text of a code.
 enum : U_Status
 {
     U_Err_AlreadyTold = 1,        // the user has seen what failed: no further word

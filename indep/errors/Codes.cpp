@@ -4,8 +4,10 @@
 #include <cstring>
 #include <iterator>
 
+#include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "U_ZString.h"
 #include "indep/frame/Strings.h"
 
 namespace
@@ -19,6 +21,20 @@ const U_u32 kTextAndCode = 109;
 
 // By status code, from 0 on. 1 is what needs no further word.
 const U_u32 kStatusTexts[] = {40, kNoText, 41, 42, 33, 43, 44, 45, 46, 47, 48, 49, 50};
+
+struct StatusText
+{
+    U_Status mCode;
+    const char* mZString;
+};
+
+// Of the codes that show as numbers in a report.
+const StatusText kFurtherStatusTexts[] = {
+    {U_Err_AlreadyTold, "$$$/QX/U/Status/AlreadyTold=the failure has been shown already"},
+    {U_Err_UnknownException, "$$$/QX/U/Status/UnknownException=an exception of an unknown kind"},
+    {U_Err_NoGlobals, "$$$/QX/U/Status/NoGlobals=the library is not running"},
+};
+const char kNumberOnly[] = "$$$/QX/U/Status/Number=error ^^L1";
 
 struct SystemText
 {
@@ -112,6 +128,19 @@ void AppendSystemText(U_i32 code, char* buffer)
         Up_FormatString(buffer, U_ReportTextSize, kTextReasonAndCode, text.mText, reason, code);
     else
         Up_FormatString(buffer, U_ReportTextSize, kTextAndCode, text.mText, code);
+}
+
+U_UTF16String U_GetStatusText(U_Status code)
+{
+    for (const StatusText& text : kFurtherStatusTexts)
+    {
+        if (text.mCode == code)
+            return U_ZStringToUTF16String(text.mZString);
+    }
+    const U_u32 index =
+        code < 0 ? IndexOfSystemCode(code) : IndexOfStatus(static_cast<U_u32>(code));
+    return index == kNoText ? U_SubString16(U_ZStringToFormat(kNumberOnly), code)
+                            : U_ZStringToUTF16String(Up_ZStringOf(index));
 }
 
 void Up_NuloEnglishError(U_u32 code)

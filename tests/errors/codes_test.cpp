@@ -4,9 +4,11 @@
 #include <array>
 #include <cstdio>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "U_Encoding.h"
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "U_String.h"
@@ -353,6 +355,29 @@ TEST_F(Codes, WhatDoesNotFitTheBufferIsCutAtACharacter)
         const std::string text(length, 'x');
         EXPECT_EQ(WithStatus(text, 4), text + ending) << length;
     }
+}
+
+TEST_F(Codes, EachStatusHasATextForPeople)
+{
+    const std::pair<U_Status, const char*> kRows[] = {
+        {0, "no error occurred"},
+        {1, "the failure has been shown already"},
+        {2, "internal structure damaged"},
+        {3, "a bad parameter was passed"},
+        {4, "Out of memory."},
+        {10, "internal value out of range"},
+        {12, "multiple births"},
+        {13, "error 13"},
+        {14, "an exception of an unknown kind"},
+        {5889, "the library is not running"},
+        {-43, "file not found"},
+        {-2021, "QuickTime error"},
+        {std::numeric_limits<U_Status>::min(), "error -2147483648"},
+    };
+    for (const auto& [code, text] : kRows)
+        EXPECT_EQ(U_UTF16ToMBString(U_GetStatusText(code), true), text) << code;
+    Translate({{"/QX/U/Status/UnknownException", u"Ausnahme"}});
+    EXPECT_EQ(U_GetStatusText(U_Err_UnknownException), Units(u"Ausnahme"));
 }
 
 TEST_F(Codes, TranslationsMayRewordAMessage)
