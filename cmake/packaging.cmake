@@ -26,6 +26,7 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The parts of the platform that hosts include; what its sources share stays here.
 install(FILES platform/control.h platform/export.h DESTINATION ${headers})
+install(FILES platform/base/printable.h DESTINATION ${headers}/base)
 foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h

@@ -4,6 +4,7 @@
 #define PLATFORM_CODE_UNITS_H
 
 #include <cstddef>
+#include <string_view>
 
 namespace platform
 {
@@ -51,6 +52,24 @@ inline bool IsUTF8Second(unsigned char lead, unsigned char second)
     if (lead == 0xED || lead == 0xF4)
         return second >= 0x80 && second < (lead == 0xED ? 0xA0 : 0x90);
     return IsUTF8Continuation(second);
+}
+
+// Bytes of the well-formed UTF-8 sequence at the head of a text that is not empty, 0 if
+// there is none.
+inline std::size_t WellFormedLength(std::string_view text)
+{
+    const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (byteAt(0) < 0x80)
+        return 1;
+    const std::size_t length = static_cast<std::size_t>(UTF8Length(byteAt(0)));
+    if (length == 1 || text.size() < length || !IsUTF8Second(byteAt(0), byteAt(1)))
+        return 0;
+    for (std::size_t i = 2; i < length; ++i)
+    {
+        if (!IsUTF8Continuation(byteAt(i)))
+            return 0;
+    }
+    return length;
 }
 } // namespace platform
 

@@ -35,11 +35,30 @@ PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);
 PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
 PLATFORM_EXPORT void ClearProfile();
 
-// Takes each log line, on the thread that logs, with no lock held; several
-// threads may be in it at once. The texts are borrowed for the call. What it throws
-// reaches whoever logs; the library goes on without the line. An empty sink restores
-// the default, which writes lines up to the level in the environment's U_LOG_LEVEL (0)
-// to stderr.
+// Takes each log line, on the thread that logs, with no lock held; several threads may
+// be in the sink at once. The texts are borrowed for the call, and any of them may be
+// null. An exception of the sink reaches the caller that logs; the library goes on
+// without the line.
+//
+// Level: 0 for reports, failures and the memory service; 10 for the steps of birth and
+// death. Lines of higher levels are less important. No line has a level below 0.
+//
+// Encoding: UTF-8, except for a text that the library got from its caller and logs as
+// it is, such as the name of an operation (active code page) and an exception's what().
+// A sink gets the text raw, with all control characters. Before a sink writes the text to
+// a terminal or a file of lines, it calls platform::Printable (base/printable.h).
+//
+// An empty sink restores the default sink, which writes each line to stderr as
+// "[level] category tag: text". The default sink escapes control characters and bytes
+// that are not UTF-8, as Printable does, except for tabs. A line feed inside the text
+// begins a new line with an indent of four spaces, so that no text can begin a line of
+// the log; a line feed at the end of the text is left out.
+//
+// The default sink writes lines up to the level in the environment's U_LOG_LEVEL, which
+// is read once; 0 if there is none. U_LOG_LEVEL=-1 silences the default sink, and so
+// does a sink that does nothing:
+//
+//     platform::SetLogSink([](int, const char*, const char*, const char*) {});
 typedef boost::function<void(int level, const char* category, const char* tag, const char* text)>
     LogSink;
 PLATFORM_EXPORT void SetLogSink(const LogSink& sink);

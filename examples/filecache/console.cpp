@@ -5,6 +5,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <base/printable.h>
+
 #include "texts.h"
 
 namespace
@@ -27,7 +29,7 @@ Console::~Console()
 
 void Console::Tell(const std::string& text)
 {
-    const std::string line = HideControlBytes(text);
+    const std::string line = platform::Printable(text);
     std::lock_guard<std::mutex> lock(mLock);
     EraseProgress();
     std::fprintf(stderr, "filecache: %s\n", line.c_str());
@@ -38,7 +40,7 @@ void Console::ShowProgress(const std::string& text)
     if (!mTerminal)
         return;
     // The last column stays free: some terminals wrap when it is written.
-    const std::string line = CutToWidth(HideControlBytes(text), TerminalWidth() - 1);
+    const std::string line = CutToWidth(platform::Printable(text), TerminalWidth() - 1);
     std::lock_guard<std::mutex> lock(mLock);
     std::fprintf(stderr, "\r%s\033[K", line.c_str());
     std::fflush(stderr);

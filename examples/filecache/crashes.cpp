@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include <U_Fatal.h>
+#include <base/printable.h>
 #include <win32/runtime.h>
 
 #include "texts.h"
@@ -135,9 +136,8 @@ Crash FindCrash(const std::string& name)
 
 void PrepareLastCall()
 {
-    std::snprintf(sLastWords, sizeof(sLastWords), "%s\n",
-                  Text("$$$/QX/FileCache/Told/LastCall="
-                       "the file cache has failed and ends; no file has been changed")
-                      .c_str());
+    const std::string words = Text("$$$/QX/FileCache/Told/LastCall="
+                                   "the file cache has failed and ends; no file has been changed");
+    std::snprintf(sLastWords, sizeof(sLastWords), "%s\n", platform::Printable(words).c_str());
     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(&SayLastWords, sLastWords);
 }

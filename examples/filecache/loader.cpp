@@ -14,6 +14,7 @@
 #include <U_Report.h>
 #include <U_Suspend.h>
 #include <U_Threads.h>
+#include <base/printable.h>
 
 #include "events.h"
 #include "texts.h"
@@ -206,7 +207,7 @@ std::string Loader::OperationName(const std::string& path, bool refusalIsCertain
     const bool told = refusalIsCertain ? mRefusalTold.exchange(true) : mRefusalTold.load();
     if (told)
         return std::string();
-    return HideControlBytes(Text({"$$$/QX/FileCache/Operation/Hold=hold ^^1", {path}}));
+    return platform::Printable(Text({"$$$/QX/FileCache/Operation/Hold=hold ^^1", {path}}));
 }
 
 void Loader::Refused(const std::string& path, U_u64 size)

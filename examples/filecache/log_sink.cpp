@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
+#include <base/printable.h>
 #include <control.h>
 
 LogSink::LogSink()
@@ -41,7 +43,15 @@ void LogSink::Take(int level, const char* category, const char* tag, const char*
 {
     std::lock_guard<std::mutex> lock(mLock);
     ++mLines;
-    if (mFile)
-        std::fprintf(mFile, "%d\t%s\t%s\t%s\n", level, category ? category : "", tag ? tag : "",
-                     text ? text : "");
+    if (!mFile)
+        return;
+    std::fprintf(mFile, "%d", level);
+    for (const char* column : {category, tag, text})
+    {
+        std::fputc('\t', mFile);
+        platform::WritePrintable(column ? column : "", "\t", [this](std::string_view piece) {
+            std::fwrite(piece.data(), 1, piece.size(), mFile);
+        });
+    }
+    std::fputc('\n', mFile);
 }

@@ -5,6 +5,7 @@
 #include <U_Group.h>
 #include <U_Report.h>
 #include <U_ZString.h>
+#include <base/printable.h>
 
 #include "texts.h"
 
@@ -20,7 +21,7 @@ void Report(const std::string& path, const std::string& reason)
     const U_UTF16String group = U_FormUniqueGroupErrorMessageIdentifier(
         U_ZStringToUTF16String(kMany), U_ZStringToUTF16String(kCount),
         U_ZStringToUTF16String(kOne));
-    const std::string item = HideControlBytes(Text({kItem, {path, reason}}));
+    const std::string item = platform::Printable(Text({kItem, {path, reason}}));
     // A warning: the others are loaded all the same. It comes from no place in
     // the program that would tell the user anything.
     U_ReportError(0, U_Sev_WARNING, U_GroupErrorMessage(ToUTF16(item), group));

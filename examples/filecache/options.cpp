@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+#include <base/printable.h>
+
 #include "report.h"
 
 namespace
@@ -234,5 +236,5 @@ Message ParseOptions(int argc, char** argv, Options* options)
 void PrintUsage()
 {
     for (const char* text : kUsage)
-        std::fputs(Text(text).c_str(), stdout);
+        std::fputs(platform::Printable(Text(text), "\n").c_str(), stdout);
 }

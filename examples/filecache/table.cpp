@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <base/printable.h>
+
 #include "texts.h"
 
 namespace
@@ -46,13 +48,18 @@ void Table::AddMeasure(const char* name, const std::string& label, double number
 
 void Table::Print() const
 {
+    std::vector<std::string> labels;
     size_t width = kLeastLabelWidth;
     for (const Row& row : mRows)
-        width = std::max(width, DisplayWidth(row.label));
-    for (const Row& row : mRows)
+    {
+        labels.push_back(platform::Printable(row.label));
+        width = std::max(width, DisplayWidth(labels.back()));
+    }
+    for (size_t i = 0; i < mRows.size(); ++i)
     {
         // printf counts bytes where a terminal counts columns.
-        const std::string padding(width - DisplayWidth(row.label), ' ');
-        std::printf("%s%s %s\n", row.label.c_str(), padding.c_str(), row.figure.c_str());
+        const std::string padding(width - DisplayWidth(labels[i]), ' ');
+        std::printf("%s%s %s\n", labels[i].c_str(), padding.c_str(),
+                    platform::Printable(mRows[i].figure).c_str());
     }
 }

@@ -1,7 +1,5 @@
 #include "texts.h"
 
-#include <algorithm>
-
 #include <U_Encoding.h>
 #include <U_Format.h>
 
@@ -77,13 +75,6 @@ std::string Fill(const std::string& text, const std::vector<std::string>& values
             filled += text[at];
     }
     return filled;
-}
-
-std::string HideControlBytes(std::string text)
-{
-    const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 127; };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
-    return text;
 }
 
 size_t DisplayWidth(const std::string& text)

@@ -43,10 +43,6 @@ std::string Fill(const std::string& text, const std::vector<std::string>& values
 std::string ToUTF8(const U_UTF16String& text);
 U_UTF16String ToUTF16(const std::string& text);
 
-// The text with "?" for the control bytes in it: a file's name may hold some that
-// would steer the terminal, or end a line.
-std::string HideControlBytes(std::string text);
-
 // Columns that the text takes on a terminal.
 size_t DisplayWidth(const std::string& text);
 

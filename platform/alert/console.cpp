@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <unicode/uchar.h>
@@ -11,7 +12,7 @@
 
 #include <win32/debug.h>
 
-#include "../code_units.h"
+#include "../base/printable.h"
 #include "layout.h"
 
 namespace platform
@@ -107,7 +108,9 @@ void WriteBare(const UTF16String& text)
         char bytes[U8_MAX_LENGTH];
         std::size_t length = 0;
         U8_APPEND_UNSAFE(bytes, length, character);
-        std::fwrite(bytes, 1, length, stderr);
+        WritePrintable({bytes, length}, "\n\t", [](std::string_view piece) {
+            std::fwrite(piece.data(), 1, piece.size(), stderr);
+        });
     }
     std::fputc('\n', stderr);
 }

@@ -8,6 +8,7 @@
 
 #include <win32/messages.h>
 
+#include "../base/printable.h"
 #include "../code_units.h"
 
 namespace platform
@@ -62,11 +63,6 @@ std::size_t LineEndLength(const UTF16String& text, std::size_t place)
         return 0;
     const bool isPair = text[place] == '\r' && place + 1 < text.size() && text[place + 1] == '\n';
     return isPair ? 2 : 1;
-}
-
-bool IsControl(unsigned short unit)
-{
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
 }
 
 class ParagraphWrapper

@@ -6,8 +6,10 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "../base/integer_text.h"
+#include "../base/printable.h"
 #include "../quiet_new.h"
 #include "../switched_function.h"
 #include "private/sink.h"
@@ -45,30 +47,64 @@ const char* Shown(const char* text)
     return text ? text : "";
 }
 
+const char kKept[] = "\t"; // which parts the columns of a report
+
+// The indent keeps a line of the text apart from a line of the log.
+template <class Write> void WriteText(std::string_view text, const Write& write)
+{
+    if (!text.empty() && text.back() == '\n')
+        text.remove_suffix(1);
+    for (std::size_t end; (end = text.find('\n')) != std::string_view::npos;)
+    {
+        platform::WritePrintable(text.substr(0, end), kKept, write);
+        write("\n    ");
+        text.remove_prefix(end + 1);
+    }
+    platform::WritePrintable(text, kKept, write);
+}
+
+template <class Write>
+void WritePieces(int level, const char* category, const char* tag, const char* text,
+                 const Write& write)
+{
+    char number[16];
+    std::snprintf(number, sizeof(number), "[%d] ", level);
+    write(number);
+    platform::WritePrintable(Shown(category), {}, write);
+    write(" ");
+    platform::WritePrintable(Shown(tag), {}, write);
+    write(": ");
+    WriteText(Shown(text), write);
+    write("\n");
+}
+
+void WriteToStderr(std::string_view piece)
+{
+    std::fwrite(piece.data(), 1, piece.size(), stderr);
+}
+
 // One call writes the whole line: processes that share stderr don't mix theirs. A
 // line of usual length takes no memory, since it may be a dying process's last.
 void WriteLine(int level, const char* category, const char* tag, const char* text)
 {
-    const char kForm[] = "[%d] %s %s: %s\n";
-    category = Shown(category);
-    tag = Shown(tag);
-    text = Shown(text);
     char usual[1024];
-    const int formatted = std::snprintf(usual, sizeof(usual), kForm, level, category, tag, text);
-    if (formatted < 0)
-        return;
-    const std::size_t length = static_cast<std::size_t>(formatted);
-    if (length < sizeof(usual))
-    {
-        std::fwrite(usual, 1, length, stderr);
-        return;
-    }
+    std::size_t length = 0;
+    WritePieces(level, category, tag, text, [&](std::string_view piece) {
+        if (length + piece.size() <= sizeof(usual))
+            piece.copy(usual + length, piece.size());
+        length += piece.size();
+    });
+    if (length <= sizeof(usual))
+        return WriteToStderr({usual, length});
+
     const platform::ScQuietNew quiet; // who logs may hold a lock
-    const std::unique_ptr<char[]> whole(new (std::nothrow) char[length + 1]);
-    if (whole && std::snprintf(whole.get(), length + 1, kForm, level, category, tag, text) > 0)
-        std::fwrite(whole.get(), 1, length, stderr);
-    else // in pieces is better than not at all
-        std::fprintf(stderr, kForm, level, category, tag, text);
+    const std::unique_ptr<char[]> whole(new (std::nothrow) char[length]);
+    if (!whole) // in pieces is better than not at all
+        return WritePieces(level, category, tag, text, WriteToStderr);
+    char* end = whole.get();
+    WritePieces(level, category, tag, text,
+                [&](std::string_view piece) { end += piece.copy(end, piece.size()); });
+    WriteToStderr({whole.get(), length});
 }
 } // namespace
 

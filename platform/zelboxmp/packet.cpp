@@ -46,15 +46,7 @@ std::size_t CharacterLength(std::string_view text)
     const unsigned char lead = static_cast<unsigned char>(text[0]);
     if (lead < 0x80)
         return lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r';
-    const std::size_t length = static_cast<std::size_t>(platform::UTF8Length(lead));
-    if (length < 2 || text.size() < length ||
-        !platform::IsUTF8Second(lead, static_cast<unsigned char>(text[1])))
-        return 0;
-    for (std::size_t i = 2; i < length; ++i)
-    {
-        if (!platform::IsUTF8Continuation(static_cast<unsigned char>(text[i])))
-            return 0;
-    }
+    const std::size_t length = platform::WellFormedLength(text);
     const bool isNone = text.substr(0, 3) == "\xEF\xBF\xBE" || text.substr(0, 3) == "\xEF\xBF\xBF";
     return isNone ? 0 : length;
 }

@@ -168,14 +168,14 @@ expect_told "unreadable" <<'END'
 File cache warning: Some files and folders can't be read
 Unreadable: 2
 1)   locked/folder: Permission denied
-2)   locked/lost?file: Permission denied
+2)   locked/lost\nfile: Permission denied
 END
 chmod 700 locked/folder
 run --language en locked
 expect_told "one unreadable file" <<'END'
 [warning] File cache
 File cache warning: A file or folder can't be read
-locked/lost?file: Permission denied
+locked/lost\nfile: Permission denied
 END
 chmod 600 locked/lost*
 through=()
@@ -336,15 +336,15 @@ wrong "the language 'fr' isn't de, en or ja" --language fr "$files"
 wrong "können nicht zusammen angegeben" --language en --dictionary "$german" "$files"
 
 # The text form does as well.
-printf '"$$$/QX/FileCache/Figure/FilesRead=Dateien"\r\n' >"$work/texts"
+printf '"$$$/QX/FileCache/Figure/FilesRead=Da#{1B}teien"\r\n' >"$work/texts"
 run --dictionary "$work/texts" "$work/none"
-expect "text form" "Dateien" 0
+expect "text form" 'Da\\x1Bteien' 0
 expect "text form" "bytes read" 0
 
 # What looks like a place in a file's name is none, and control characters of a
-# name don't reach the terminal.
+# name or a text don't reach the terminal.
 wrong "can't write $work/missing/^2^1: No such" --log "$work/missing/^2^1" "$files"
-wrong "there is no folder '$work/a?b'" "$work/$(printf 'a\033b')"
+wrong "there is no folder '$work/a\\x1Bb'" "$work/$(printf 'a\033b')"
 
 # A dictionary that doesn't serve.
 : >"$work/empty"

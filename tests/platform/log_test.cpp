@@ -83,6 +83,20 @@ TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
     unsetenv("U_LOG_LEVEL");
 }
 
+TEST_F(Log, NoTextForgesALineOnStderrOrSteersTheTerminal)
+{
+    const char kText[] = "a\n[0] b c: d\x1B[2J\r\u009B\x9B\té\n";
+    testing::internal::CaptureStderr();
+    WRIL_Log(0, "category\x1B", "tag\n", kText);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[0] category\\x1B tag\\n: a\n"
+              "    [0] b c: d\\x1B[2J\\r\\xC2\\x9B\\x9B\té\n");
+    std::string seen;
+    platform::SetLogSink([&](int, const char*, const char*, const char* text) { seen = text; });
+    WRIL_Log(0, "category", "tag", kText);
+    EXPECT_EQ(seen, kText);
+}
+
 TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
 {
     testing::internal::CaptureStderr();

@@ -46,7 +46,7 @@ class Dump(Case):
         result = self.run_tool("dump", "-o", self.path("out"), "-", stdin=image, status=1)
         self.assertEqual(result.err.splitlines(),
                          ['zdict: standard input: the key "a"b" holds a double quote',
-                          'zdict: standard input: the key "a?b" holds a line end or a NUL',
+                          'zdict: standard input: the key "a\\nb" holds a line end or a NUL',
                           'zdict: standard input: the key "é" isn\'t ASCII',
                           'zdict: standard input: "/c" has a comment (see --no-comments)',
                           'zdict: standard input: "/d" has a comment (see --no-comments)',

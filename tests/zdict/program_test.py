@@ -73,9 +73,21 @@ class Files(Case):
         result = self.run_tool("merge", "-", "-", stdin=IMAGE[False], status=2)
         self.assertIn("standard input: can't be read twice", result.err)
 
-    def test_names_do_not_steer_the_terminal(self):
+    def test_neither_names_nor_texts_steer_the_terminal(self):
+        image = self.file("image", self.compiled('"$$$/\x1b[2J=\t#{1B}[31m#{9B}2J\\nc"\n'))
+        for arguments, raw, shown in [
+                (["get", image, "/\x1b[2J"], "\t\x1b[31m\x9b2J\nc\n",
+                 "\t\\x1B[31m\\xC2\\x9B2J\r\nc\r\n"),
+                (["dump", image], '"$$$/\x1b[2J=\\t#{1B}[31m#{9B}2J\\nc"\n',
+                 '"$$$/\\x1B[2J=\\t#{1B}[31m#{9B}2J\\nc"\r\n')]:
+            self.assertEqual(self.run_tool(*arguments).out.decode(), raw)
+            leader, follower = pty.openpty()
+            self.run_tool(*arguments, stdout=follower)
+            self.assertEqual(os.read(leader, 1000).decode(), shown)
+            os.close(leader)
+            os.close(follower)
         result = self.run_tool("check", "\x1b[31m", status=2)
-        self.assertEqual(result.err, "zdict: ?[31m: can't be read: No such file or directory\n")
+        self.assertEqual(result.err, "zdict: \\x1B[31m: can't be read: No such file or directory\n")
 
 
 class Usage(Case):

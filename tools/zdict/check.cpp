@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <base/printable.h>
+
 #include "commands.h"
 #include "text_source.h"
 
@@ -19,7 +21,7 @@ std::string TrailingOf(const hollin::ImageReport& report)
 
 void Print(const std::string& file, const std::string& what)
 {
-    std::printf("%s: %s\n", Printable(file).c_str(), what.c_str());
+    std::printf("%s: %s\n", platform::Printable(file).c_str(), what.c_str());
 }
 
 Status CheckText(const InputFile& file, const Options& options)

@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <base/printable.h>
+
 #include "messages.h"
 
 const char* const kStandardStream = "-";
@@ -162,9 +164,10 @@ std::string Resolved(const std::string& name)
 void WriteToStdout(const std::string& bytes, Content content)
 {
     const char* const name = "standard output";
-    if (content == Content::kBinary && isatty(STDOUT_FILENO))
+    const bool isTerminal = isatty(STDOUT_FILENO) != 0;
+    if (isTerminal && content == Content::kBinary)
         FailToWrite(name, "it is a terminal (see -o)");
-    WriteInPlace(STDOUT_FILENO, bytes, name);
+    WriteInPlace(STDOUT_FILENO, isTerminal ? platform::Printable(bytes, "\t\n") : bytes, name);
 }
 } // namespace
 

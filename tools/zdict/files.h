@@ -20,7 +20,7 @@ InputFile ReadFile(const std::string& name);
 
 enum class Content
 {
-    kText,
+    kText,  // in UTF-8; a terminal gets escapes for what would steer it
     kBinary // isn't written to a terminal
 };
 

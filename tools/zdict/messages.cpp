@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include <base/printable.h>
+
 namespace
 {
 const std::size_t kLongestQuote = 200;
@@ -18,7 +20,7 @@ std::size_t CutAt(const std::string& text, std::size_t length)
 void Tell(const std::string& file, const std::string& what)
 {
     const std::string line = file.empty() ? what : file + ": " + what;
-    std::fprintf(stderr, "zdict: %s\n", Printable(line).c_str());
+    std::fprintf(stderr, "zdict: %s\n", platform::Printable(line).c_str());
 }
 
 void Tell(const Failure& failure)
@@ -27,22 +29,11 @@ void Tell(const Failure& failure)
         Tell(failure.mFile, failure.mWhat);
 }
 
-std::string Printable(std::string text)
-{
-    for (char& character : text)
-    {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < ' ' || byte == 127)
-            character = '?';
-    }
-    return text;
-}
-
 std::string Quoted(const std::string& text)
 {
     if (text.size() <= kLongestQuote)
-        return "\"" + Printable(text) + "\"";
-    return "\"" + Printable(text.substr(0, CutAt(text, kLongestQuote))) + "...\"";
+        return "\"" + platform::Printable(text) + "\"";
+    return "\"" + platform::Printable(text.substr(0, CutAt(text, kLongestQuote))) + "...\"";
 }
 
 std::string Counted(unsigned long long count, const std::string& thing)

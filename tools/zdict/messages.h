@@ -26,10 +26,8 @@ struct Failure
 void Tell(const std::string& file, const std::string& what);
 void Tell(const Failure& failure); // nothing if its text is empty
 
-// Without the bytes that would steer a terminal, which names and keys may hold.
-std::string Printable(std::string text);
-
-// The same in double quotes, and cut if it is very long.
+// The text in double quotes, without the bytes that would steer a terminal, and cut if it
+// is very long.
 std::string Quoted(const std::string& text);
 
 // Such as "1 text" and "2 texts".

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include <base/printable.h>
 #include <boost/endian/conversion.hpp>
 
 #include "commands.h"
@@ -11,7 +12,7 @@ const unsigned int kBuckets = 1021; // of every image
 
 void Print(const char* name, const std::string& value)
 {
-    std::printf("%-16s %14s\n", name, Printable(value).c_str());
+    std::printf("%-16s %14s\n", name, platform::Printable(value).c_str());
 }
 
 void Print(const char* name, unsigned long long value)

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <base/printable.h>
+
 namespace
 {
 bool IsHighSurrogate(unsigned int unit)
@@ -19,8 +21,8 @@ bool IsLowSurrogate(unsigned int unit)
 // invisible or no character at all.
 bool IsUnfitForFiles(unsigned int unit)
 {
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x2028 || unit == 0x2029 ||
-           unit == 0xFEFF || unit == 0xFFFE || unit == 0xFFFF;
+    return platform::IsControl(unit) || unit == 0x2028 || unit == 0x2029 || unit == 0xFEFF ||
+           unit == 0xFFFE || unit == 0xFFFF;
 }
 
 // The letter that follows a backslash in place of a unit; 0 if it has none.

@@ -1,0 +1,93 @@
+#include "printable.h"
+
+#include "../code_units.h"
+
+namespace platform
+{
+namespace
+{
+// The character at the head of a text that is not empty.
+struct Head
+{
+    std::size_t mLength; // in bytes; 1 for a byte that is not well-formed UTF-8
+    bool mIsPrintable;
+};
+
+bool EndsLine(std::string_view character)
+{
+    return character == "\u2028" || character == "\u2029";
+}
+
+Head HeadOf(std::string_view text, std::string_view kept)
+{
+    const std::size_t length = WellFormedLength(text);
+    if (length == 0)
+        return {1, false};
+    const unsigned char lead = static_cast<unsigned char>(text[0]);
+    if (length == 1)
+        return {1, !IsControl(lead) || kept.find(text[0]) != std::string_view::npos};
+    const bool isControl = lead == 0xC2 && IsControl(static_cast<unsigned char>(text[1]));
+    return {length, !isControl && !EndsLine(text.substr(0, length))};
+}
+
+char LetterOf(unsigned char byte)
+{
+    switch (byte)
+    {
+    case '\n':
+        return 'n';
+    case '\r':
+        return 'r';
+    case '\t':
+        return 't';
+    }
+    return 0;
+}
+} // namespace
+
+PrintablePieces::PrintablePieces(std::string_view text, std::string_view kept)
+    : mText(text), mKept(kept)
+{
+}
+
+std::string_view PrintablePieces::Next()
+{
+    std::size_t printable = 0;
+    while (mRefused == 0 && printable < mText.size())
+    {
+        const Head head = HeadOf(mText.substr(printable), mKept);
+        if (head.mIsPrintable)
+            printable += head.mLength;
+        else if (printable)
+            break;
+        else
+            mRefused = head.mLength;
+    }
+    const std::string_view piece = mText.substr(0, mRefused ? 1 : printable);
+    mText.remove_prefix(piece.size());
+    if (mRefused == 0)
+        return piece;
+    --mRefused;
+    return Escaped(static_cast<unsigned char>(piece[0]));
+}
+
+std::string_view PrintablePieces::Escaped(unsigned char byte)
+{
+    const char* const digits = "0123456789ABCDEF";
+    mEscape[0] = '\\';
+    mEscape[1] = LetterOf(byte);
+    if (mEscape[1])
+        return {mEscape, 2};
+    mEscape[1] = 'x';
+    mEscape[2] = digits[byte >> 4];
+    mEscape[3] = digits[byte & 0xF];
+    return {mEscape, 4};
+}
+
+std::string Printable(std::string_view text, std::string_view kept)
+{
+    std::string printable;
+    WritePrintable(text, kept, [&](std::string_view piece) { printable += piece; });
+    return printable;
+}
+} // namespace platform

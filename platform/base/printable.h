@@ -1,0 +1,66 @@
+// Text for a terminal, or for a line of a log, without the bytes that steer the terminal
+// or forge a line. Names of files and texts of dictionaries may hold such bytes.
+//
+//     std::fprintf(stderr, "host: %s\n", platform::Printable(path).c_str());
+//
+// Thread safety: all functions may be called on any thread.
+
+#ifndef PLATFORM_BASE_PRINTABLE_H
+#define PLATFORM_BASE_PRINTABLE_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "../export.h"
+
+namespace platform
+{
+// Whether a character of Unicode is a control character.
+inline bool IsControl(unsigned int character)
+{
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+// Returns UTF-8 text with an escape in place of
+// - each byte of a control character, except those listed in `kept`;
+// - each byte of U+2028 and U+2029, which end a line;
+// - each byte that is not part of well-formed UTF-8.
+//
+// The escapes are \n, \r and \t, and \x1B for any other byte, here 27. A backslash stays
+// as it is.
+//
+// Throws: std::bad_alloc.
+// REQUIRES: `kept` is ASCII.
+PLATFORM_EXPORT std::string Printable(std::string_view text, std::string_view kept = {});
+
+// The pieces of Printable(text, kept), one after the other. Allocates nothing.
+class PLATFORM_EXPORT PrintablePieces
+{
+public:
+    // Borrows both texts for its life.
+    explicit PrintablePieces(std::string_view text, std::string_view kept = {});
+
+    // Returns the next piece, empty at the end. A piece is valid until the next call.
+    std::string_view Next();
+
+private:
+    std::string_view Escaped(unsigned char byte);
+
+    std::string_view mText; // the rest
+    std::string_view mKept;
+    std::size_t mRefused = 0; // bytes at the head of the rest that need an escape
+    char mEscape[4];
+};
+
+// Hands each piece of Printable(text, kept) to `write`, for writers that must not allocate.
+template <class Write>
+void WritePrintable(std::string_view text, std::string_view kept, const Write& write)
+{
+    PrintablePieces pieces(text, kept);
+    for (std::string_view piece = pieces.Next(); !piece.empty(); piece = pieces.Next())
+        write(piece);
+}
+} // namespace platform
+
+#endif
