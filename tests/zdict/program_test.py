@@ -53,6 +53,39 @@ class Files(Case):
                 self.assertIn("standard output: can't be written: No space", result.err)
         self.run_tool("compile", "-o", "/dev/null", "-", stdin=TEXT.encode())
 
+    @unittest.skipIf(os.geteuid(), "links of another user take root")
+    def test_a_link_of_another_user_in_a_shared_folder_is_refused(self):
+        other, stranger = 1, 2
+        shared, target = self.path("shared"), self.file("target", "before")
+        os.mkdir(shared)
+        os.mkdir(self.path("folder"))
+        link = os.path.join(shared, "link")
+        self.file("folder/out", "")
+        os.symlink("shared/link", self.path("first"))  # root's, outside
+        for mode, owner, link_owner, text, name, follows in [
+                (0o1777, 0, other, target, link, False),
+                (0o1777, stranger, other, "../target", link, False),
+                (0o1777, 0, other, target, self.path("first"), False),
+                (0o1777, 0, other, self.path("folder"), link + "/out", False),
+                (0o1777, other, other, target, link, True),
+                (0o1777, other, 0, target, link, True),
+                (0o777, 0, other, target, link, True),
+                (0o1775, 0, other, target, link, True)]:
+            os.chmod(shared, mode)
+            os.chown(shared, owner, -1)
+            os.symlink(text, link)
+            os.lchown(link, link_owner, -1)
+            result = self.run_tool("compile", "-o", name, "-", stdin=TEXT.encode(),
+                                   status=0 if follows else 2)
+            if not follows:
+                self.assertIn(f"zdict: {name}: can't be written: the link {link} belongs to "
+                              "another user", result.err)
+            self.assertEqual(self.content("target") != b"before", follows)
+            self.assertEqual(self.content("folder/out"), b"")
+            self.assertEqual(os.listdir(shared), ["link"])
+            self.file("target", "before")
+            os.unlink(link)
+
     def test_an_image_is_not_written_to_a_terminal(self):
         leader, follower = pty.openpty()
         result = self.run_tool("compile", "-", stdin=TEXT.encode(), stdout=follower, status=2)

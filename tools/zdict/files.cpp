@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <random>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,6 +15,7 @@
 #include <base/printable.h>
 
 #include "messages.h"
+#include "target.h"
 
 const char* const kStandardStream = "-";
 
@@ -25,37 +26,9 @@ const std::size_t kFirstRead = 1 << 16;
 const char kTooLarge[] = "it is 2 GiB or larger";
 const mode_t kPermissions = 0777;
 
-// A file descriptor that is closed at the end of its scope.
-class Descriptor
-{
-public:
-    explicit Descriptor(int descriptor) : mDescriptor(descriptor) {}
-    ~Descriptor() { Close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int Get() const { return mDescriptor; }
-
-    // False if what was written may not be there. stdin and stdout stay open.
-    bool Close()
-    {
-        const int descriptor = mDescriptor;
-        mDescriptor = -1;
-        return descriptor <= STDERR_FILENO || close(descriptor) == 0;
-    }
-
-private:
-    int mDescriptor;
-};
-
 [[noreturn]] void FailToRead(const std::string& name, const char* why)
 {
     throw Failure{kUnusable, name, std::string("can't be read: ") + why};
-}
-
-[[noreturn]] void FailToWrite(const std::string& name, const char* why)
-{
-    throw Failure{kUnusable, name, std::string("can't be written: ") + why};
 }
 
 // Opens an input, whose name for people is set.
@@ -115,31 +88,37 @@ void WriteInPlace(int descriptor, const std::string& bytes, const std::string& n
 class FileBeside
 {
 public:
-    explicit FileBeside(const std::string& name)
-        : mPath(name + ".XXXXXX"), mFile(mkostemp(mPath.data(), O_CLOEXEC))
+    FileBeside(const Target& target, const std::string& path)
+        : mTarget(target), mPath(path),
+          mName(target.mName + "." + std::to_string(std::random_device()())),
+          mFile(openat(mTarget.mFolder.Get(), mName.c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR))
     {
         if (mFile.Get() < 0)
-            FailToWrite(name, std::strerror(errno));
+            FailToWrite(path, std::strerror(errno));
     }
     ~FileBeside()
     {
-        if (!mPath.empty())
-            unlink(mPath.c_str());
+        if (!mName.empty())
+            unlinkat(mTarget.mFolder.Get(), mName.c_str(), 0);
     }
     FileBeside(const FileBeside&) = delete;
     FileBeside& operator=(const FileBeside&) = delete;
 
-    void Write(const std::string& bytes, mode_t permissions, const std::string& name)
+    void Write(const std::string& bytes, mode_t permissions)
     {
-        WriteAll(mFile.Get(), bytes, name);
+        const int folder = mTarget.mFolder.Get();
+        WriteAll(mFile.Get(), bytes, mPath);
         if (fchmod(mFile.Get(), permissions) != 0 || fsync(mFile.Get()) != 0 || !mFile.Close() ||
-            rename(mPath.c_str(), name.c_str()) != 0)
-            FailToWrite(name, std::strerror(errno));
-        mPath.clear();
+            renameat(folder, mName.c_str(), folder, mTarget.mName.c_str()) != 0)
+            FailToWrite(mPath, std::strerror(errno));
+        mName.clear();
     }
 
 private:
-    std::string mPath;
+    const Target& mTarget;
+    const std::string& mPath; // for people
+    std::string mName;
     Descriptor mFile;
 };
 
@@ -148,17 +127,6 @@ mode_t NewFilePermissions()
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
-}
-
-// What a chain of links leads to: the file is replaced, not the link to it.
-std::string Resolved(const std::string& name)
-{
-    char* const path = realpath(name.c_str(), nullptr);
-    if (!path)
-        FailToWrite(name, std::strerror(errno));
-    std::string resolved = path;
-    std::free(path);
-    return resolved;
 }
 
 void WriteToStdout(const std::string& bytes, Content content)
@@ -193,12 +161,11 @@ void WriteFile(const std::string& name, const std::string& bytes, Content conten
 {
     if (name == kStandardStream)
         return WriteToStdout(bytes, content);
-    struct stat state = {};
-    const bool there = lstat(name.c_str(), &state) == 0;
-    if (there && S_ISLNK(state.st_mode))
-        return WriteFile(Resolved(name), bytes, content);
-    if (there && !S_ISREG(state.st_mode))
-        return WriteInPlace(open(name.c_str(), O_WRONLY | O_CLOEXEC), bytes, name);
-    FileBeside(name).Write(bytes, there ? state.st_mode & kPermissions : NewFilePermissions(),
-                           name);
+    const Target target = FindTarget(name);
+    if (target.mExists && !S_ISREG(target.mState.st_mode))
+        return WriteInPlace(
+            openat(target.mFolder.Get(), target.mName.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC),
+            bytes, name);
+    FileBeside(target, name)
+        .Write(bytes, target.mExists ? target.mState.st_mode & kPermissions : NewFilePermissions());
 }

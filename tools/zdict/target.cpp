@@ -1,0 +1,137 @@
+#include "target.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "messages.h"
+
+namespace
+{
+const int kMostLinks = 40; // as in the kernel
+const mode_t kShared = S_ISVTX | S_IWOTH;
+
+struct stat StateOf(const Descriptor& file, const std::string& path)
+{
+    struct stat state = {};
+    if (fstat(file.Get(), &state) != 0)
+        FailToWrite(path, std::strerror(errno));
+    return state;
+}
+
+bool MayFollow(const struct stat& link, const struct stat& folder)
+{
+    const bool isShared = (folder.st_mode & kShared) == kShared;
+    return !isShared || link.st_uid == geteuid() || link.st_uid == folder.st_uid;
+}
+
+class Walk
+{
+public:
+    explicit Walk(const std::string& path) : mPath(path), mFolder(-1) { Take(path); }
+
+    Target ToTheEnd()
+    {
+        for (;;)
+        {
+            const std::string name = mNames.back();
+            mNames.pop_back();
+            Descriptor entry(openat(mFolder.Get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+            const bool isNew = entry.Get() < 0 && errno == ENOENT && mNames.empty() && !mEndsInLink;
+            if (isNew)
+                return {std::move(mFolder), name, false, {}};
+            if (entry.Get() < 0)
+                FailToWrite(mPath, std::strerror(errno));
+            const struct stat state = StateOf(entry, mPath);
+            if (S_ISLNK(state.st_mode))
+                Follow(entry, state, name);
+            else if (mNames.empty())
+                return {std::move(mFolder), name, true, state};
+            else
+                Enter(std::move(entry), mShown + name + "/");
+        }
+    }
+
+private:
+    void Follow(const Descriptor& link, const struct stat& state, const std::string& name)
+    {
+        if (!MayFollow(state, StateOf(mFolder, mPath)))
+            FailToWrite(mPath, "the link " + mShown + name +
+                                   " belongs to another user, in a sticky folder that everybody "
+                                   "may write to");
+        if (++mLinks > kMostLinks)
+            FailToWrite(mPath, std::strerror(ELOOP));
+        char text[PATH_MAX];
+        const ssize_t length = readlinkat(link.Get(), "", text, sizeof(text));
+        if (length < 0)
+            FailToWrite(mPath, std::strerror(errno));
+        mEndsInLink = mEndsInLink || mNames.empty();
+        Take(std::string(text, static_cast<std::size_t>(length)));
+    }
+
+    // Puts the names of a path in front of those that are left.
+    void Take(const std::string& path)
+    {
+        if (path.empty())
+            FailToWrite(mPath, std::strerror(ENOENT));
+        if (path[0] == '/' || mFolder.Get() < 0)
+            Start(path[0] == '/' ? "/" : "");
+        if (path.back() == '/')
+            mNames.push_back("."); // the path names a folder
+        for (std::size_t end = path.size(); end > 0;)
+        {
+            const std::size_t start = path.rfind('/', end - 1) + 1;
+            if (start < end)
+                mNames.push_back(path.substr(start, end - start));
+            end = start > 0 ? start - 1 : 0;
+        }
+    }
+
+    void Start(const std::string& root)
+    {
+        Enter(Descriptor(open(root.empty() ? "." : "/", O_PATH | O_CLOEXEC)), root);
+        if (mFolder.Get() < 0)
+            FailToWrite(mPath, std::strerror(errno));
+    }
+
+    void Enter(Descriptor folder, const std::string& shown)
+    {
+        mFolder = std::move(folder);
+        mShown = shown;
+    }
+
+    const std::string mPath;
+    Descriptor mFolder;
+    std::string mShown;              // the folder, for people: empty or with a "/" at the end
+    std::vector<std::string> mNames; // left to walk, the next one last
+    int mLinks = 0;
+    bool mEndsInLink = false; // whether a link leads to the last name
+};
+} // namespace
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
+{
+    std::swap(mDescriptor, other.mDescriptor);
+    return *this;
+}
+
+bool Descriptor::Close()
+{
+    const int descriptor = mDescriptor;
+    mDescriptor = -1;
+    return descriptor <= STDERR_FILENO || close(descriptor) == 0;
+}
+
+Target FindTarget(const std::string& path)
+{
+    return Walk(path).ToTheEnd();
+}
+
+void FailToWrite(const std::string& name, const std::string& why)
+{
+    throw Failure{kUnusable, name, "can't be written: " + why};
+}
