@@ -24,12 +24,20 @@ const Language* FindLanguage(const std::string& name)
     return name == kEnglish.name ? &kEnglish : nullptr;
 }
 
-std::string ShippedDictionary(const Language& language)
+Message ShippedDictionary(const Language& language, std::string* path, const char* program)
 {
+    path->clear();
     if (&language == &kEnglish)
-        return std::string();
-    std::error_code error; // then the path is taken from the current folder
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+        return Message();
+    std::error_code error;
+    const fs::path file = fs::read_symlink(program, error);
+    if (!error && !file.is_absolute())
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+    if (error)
+        return {"$$$/QX/FileCache/Error/NoProgramFolder="
+                "can't find the program's own folder, which has the dictionaries: ^^1",
+                {error.message()}};
     const std::string name = std::string("filecache_") + language.name + ".zdict";
-    return (program.parent_path() / kDictionaries / name).lexically_normal().string();
+    *path = (file.parent_path() / kDictionaries / name).lexically_normal().string();
+    return Message();
 }

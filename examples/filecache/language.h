@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "texts.h"
+
 struct Language
 {
     const char* name;   // as the command line has it
@@ -14,8 +16,11 @@ struct Language
 // Null if there are no texts in that language.
 const Language* FindLanguage(const std::string& name);
 
-// The path of the language's dictionary, wherever the program has been put; empty
-// for English, which needs none.
-std::string ShippedDictionary(const Language& language);
+// Stores the path of the language's dictionary, from the program's own folder; empty for
+// English, which needs none. Returns what is wrong: without that folder there is no path,
+// since a relative one would load a dictionary from any folder that the user is in.
+// `program` is the system's link to the program's file.
+Message ShippedDictionary(const Language& language, std::string* path,
+                          const char* program = "/proc/self/exe");
 
 #endif

@@ -150,9 +150,9 @@ void Prepare(int argc, char** argv, Preparation* ready)
     {
         platform::SetUserLocale(options.language->locale);
         if (options.dictionary.empty())
-            options.dictionary = ShippedDictionary(*options.language);
+            ready->badFile = ShippedDictionary(*options.language, &options.dictionary);
     }
-    if (!options.dictionary.empty())
+    if (!ready->badFile && !options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);
     if (ready->wrongUsage || ready->badFile || options.help)
         return;

@@ -1,3 +1,4 @@
+#include "examples/filecache/language.h"
 #include "examples/filecache/texts.h"
 
 #include <string>
@@ -44,6 +45,14 @@ TEST(HostTexts, ATranslationWithOtherPlacesIsNotUsed)
         EXPECT_THAT(Text({"$$$/m=^^1, ^^2", {"p", "r"}}), Eq(expected));
         U_ZLocaleDeath();
     }
+}
+
+TEST(HostTexts, WithoutTheProgramsFolderNoDictionaryIsTakenFromTheCurrentOne)
+{
+    std::string path = "before";
+    EXPECT_TRUE(ShippedDictionary(*FindLanguage("de"), &path, "/missing/proc/self/exe"));
+    EXPECT_EQ(path, "");
+    EXPECT_FALSE(ShippedDictionary(*FindLanguage("en"), &path, "/missing/proc/self/exe"));
 }
 
 TEST(HostTexts, WidthsAndCutsFollowTheColumnsOfATerminal)
