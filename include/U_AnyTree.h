@@ -21,9 +21,14 @@
 // have the same key.
 typedef boost::property_tree::basic_ptree<U_UTF16String, U_Any, std::less<U_UTF16String>> U_AnyTree;
 
-// The deepest nesting of brackets that JSON text may have. A tree that is built
-// deeper is its owner's affair: it is written, but the text isn't read back, and
-// writing, copying and destroying it take stack for each level.
+// The deepest nesting of brackets that JSON text may have. A tree that is built deeper is
+// written, but its text is not read back.
+//
+// Reading, writing, copying and destroying a tree take stack for each level. A thread that
+// reads text from outside needs 512 KiB of stack. For 1,000 levels on x86-64,
+// SetFrom_JSON takes 250 KiB, GetAs_JSON and GetAs_Str 130 KiB, a copy of the tree 260 KiB
+// and its destruction 50 KiB. Copies and destruction are compiled with the caller: without
+// optimisation they take 580 and 350 KiB, and the thread needs 1 MiB.
 const unsigned int U_MostJSONDepth = 1000;
 
 // A view of a tree, which it doesn't own and which must outlive it. To be copied

@@ -7,9 +7,11 @@
 #include <tuple>
 #include <utility>
 
+#include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
 #include "tests/data/Trees.h"
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -207,16 +209,23 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
     }
 }
 
-TEST(JSON, NestingHasALimit)
+TEST(JSON, NestingHasALimitAndUpToItNeedsLittleStack)
 {
+    // The sanitizers' frames are larger.
+    const std::size_t kStack = kMemoryCanBeLimited ? 512 << 10 : 8 << 20;
     const std::pair<std::u16string_view, std::size_t> rows[] = {
         {u"[", 1}, {u"{\"a\":", 1}, {u"{", 1}, {u"{\"a\":[", 2}};
     for (const auto& [opening, levels] : rows)
     {
-        U_AnyTree tree;
-        U_AnyTreeWrapper wrapper(tree);
-        wrapper.SetFrom_JSON(Repeated(opening, U_MostJSONDepth / levels));
-        EXPECT_EQ(tree.size(), 1u);
+        const U_UTF16String deepest = Repeated(opening, U_MostJSONDepth / levels);
+        boost::thread::attributes attributes;
+        attributes.set_stack_size(kStack);
+        boost::thread(attributes, [&deepest] {
+            U_AnyTree tree;
+            U_AnyTreeWrapper(tree).SetFrom_JSON(deepest);
+            EXPECT_EQ(tree.size(), 1u);
+            EXPECT_GE(U_AnyTreeWrapper(tree).GetAs_JSON().size(), U_MostJSONDepth);
+        }).join();
         U_AnyTree tooDeep;
         EXPECT_THROW(
             U_AnyTreeWrapper(tooDeep).SetFrom_JSON(Repeated(opening, U_MostJSONDepth / levels + 1)),
