@@ -19,9 +19,13 @@
 // call, so logging callbacks and an alert may run in it.
 //
 // A digit is filled at its first place only. A digit that no place has, or no
-// argument, ends the work: later places stay as they are. A value that holds
-// "^2" is itself filled if the message has "^2" too. A message that is a ZString
+// argument, ends the work: later places stay as they are. A message that is a ZString
 // writes "^^1".
+//
+// A value that holds "^2" is itself filled if the message has "^2" too. The value of the
+// highest digit is filled last and stays as it is: give that digit to a text from
+// outside, such as a file's name. Two such texts take
+// krobase::utility::ReplaceInString, which fills "@0" to "@9" in one pass.
 //
 // Numbers are written with the marks of the user's locale. Options, as letters
 // and as the bits of krobase::utility::NumberFlags:
