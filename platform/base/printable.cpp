@@ -30,18 +30,11 @@ Head HeadOf(std::string_view text, std::string_view kept)
     return {length, !isControl && !EndsLine(text.substr(0, length))};
 }
 
+// The letter that follows a backslash in place of a byte; 0 if the byte has none.
 char LetterOf(unsigned char byte)
 {
-    switch (byte)
-    {
-    case '\n':
-        return 'n';
-    case '\r':
-        return 'r';
-    case '\t':
-        return 't';
-    }
-    return 0;
+    const std::size_t which = std::string_view("\n\r\t").find(static_cast<char>(byte));
+    return which == std::string_view::npos ? '\0' : "nrt"[which];
 }
 } // namespace
 

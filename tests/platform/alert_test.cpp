@@ -94,7 +94,8 @@ TEST_F(Alerts, WithoutMemoryTheBareTextGoesToStderr)
     EXPECT_EXIT(
         {
             const ScNoMemory noMemory;
-            ShowPlainBox(u"\n\u009B\U0001F600\xD800!", u"Größe"); // short: strings hold them themselves
+            // Short: strings hold them themselves.
+            ShowPlainBox(u"\n\u009B\U0001F600\xD800!", u"Größe");
             std::_Exit(0);
         },
         testing::ExitedWithCode(0), testing::StrEq("[error] Größe\n\n\\xC2\\x9B😀\uFFFD!\n"));
