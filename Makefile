@@ -81,7 +81,6 @@ coverage: window-deps ## Line and branch coverage of the library
 	scripts/coverage build/coverage
 
 fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
-	@scripts/deps clang libclang-rt-14-dev
 	$(call build,fuzz,--target fuzz)
 	scripts/fuzz --seconds $(FUZZ_SECONDS)
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs a build, moves it, and builds and runs a host against it: with
-# find_package, and with pkg-config. Then makes the Debian package, installs it
-# into an empty root, and runs the example host from there.
+# find_package, with pkg-config, and with operator new and delete of other origin. Then
+# makes the Debian package, installs it into an empty root, and runs the example host
+# from there.
 #   check.sh BUILD_FOLDER CXX_COMPILER
 set -euo pipefail
 build=$1
@@ -12,8 +13,8 @@ trap 'rm -rf "$folder"' EXIT
 
 expect_greeting() {
     local told
-    told=$("$@" 2>/dev/null)
-    [ "$told" = "Guten Tag" ] || { echo "$* told: $told" >&2; exit 1; }
+    told=$("$@" 2>"$folder/errors") && [ "$told" = "Guten Tag" ] ||
+        { echo "$* printed: $told"; cat "$folder/errors"; exit 1; }
 }
 
 DESTDIR=$folder/stage cmake --install "$build" --prefix /opt/u >"$folder/install.log"
@@ -29,6 +30,15 @@ libraries=$(dirname "$(find "$u" -name libU.so)")
 read -ra flags < <(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs u)
 "$compiler" -std=c++17 "$here/host.cpp" "${flags[@]}" -Wl,-rpath,"$libraries" -o "$folder/plain"
 expect_greeting "$folder/plain" "$folder/host/host_de.zdict"
+
+# Each block that operator delete gets must come from the operator new beside it.
+expect_own_new() {
+    "$@" -std=c++17 "$here/host.cpp" "${flags[@]}" -Wl,-rpath,"$libraries" -o "$folder/own_new"
+    expect_greeting "$folder/own_new" "$folder/host/host_de.zdict"
+}
+expect_own_new "$compiler" "$here/own_new.cpp"
+expect_own_new g++ -fsanitize=address
+expect_own_new clang++ -fsanitize=address
 
 # Every installed header compiles with nothing but what is installed.
 while IFS= read -r header; do
