@@ -2,6 +2,7 @@
 
 #include "U_Date.h"
 
+#include <algorithm>
 #include <cassert>
 #include <stdexcept>
 
@@ -15,6 +16,7 @@
 #include "indep/frame/Refuse.h"
 
 using boost::posix_time::ptime;
+using boost::posix_time::time_duration;
 
 namespace
 {
@@ -43,13 +45,47 @@ const std::tm& Converted(const std::tm* record)
 }
 
 // Local minus UTC.
-boost::posix_time::time_duration OffsetOfToday()
+time_duration OffsetOfToday()
 {
     const long long now = win32::_time64(nullptr);
     const ptime utc = boost::posix_time::ptime_from_tm(Converted(win32::_gmtime64(&now)));
     return LocalTime::utc_to_local(utc) - utc;
 }
 
+// A time in UTC and on the local clock.
+struct ClockTime
+{
+    ptime mUtc;
+    std::tm mLocal;
+
+    bool IsFlagged() const { return mLocal.tm_isdst > 0; }
+    time_duration Offset() const { return boost::posix_time::ptime_from_tm(mLocal) - mUtc; }
+};
+
+ClockTime ClockAt(long long seconds)
+{
+    const ptime utc = boost::posix_time::ptime_from_tm(Converted(win32::_gmtime64(&seconds)));
+    return {utc, Converted(win32::_localtime64(&seconds))};
+}
+
+// The offset without daylight saving. The flag alone does not decide: the time zone database
+// sets it for Europe/Dublin in winter, when the clock is behind its standard. If January or
+// July has the other flag, the smaller of both offsets is the one without daylight saving.
+// A different offset with the same flag is a lasting change of the zone.
+time_duration StandardOffset(const ClockTime& now)
+{
+    time_duration offset = now.Offset();
+    for (const unsigned short month : {boost::gregorian::Jan, boost::gregorian::Jul})
+    {
+        const ptime start(boost::gregorian::date(now.mUtc.date().year(), month, 1));
+        const ClockTime other = ClockAt(boost::posix_time::to_time_t(start));
+        if (other.IsFlagged() != now.IsFlagged())
+            offset = std::min(offset, other.Offset());
+    }
+    return offset;
+}
+
+// Hours on the standard clock minus hours in UTC.
 const char* ZoneName(int offset)
 {
     if (offset < kFirstZone)
@@ -66,11 +102,11 @@ U_Status U_DateTimeZoneNow(std::tm* out, std::string& zone)
     if (!out)
         return RefuseArgument("U_DateTimeZoneNow: no place for the time");
     return Guarded([&] {
-        const long long now = win32::_time64(nullptr);
-        const int utcHour = Converted(win32::_gmtime64(&now)).tm_hour;
-        const std::tm local = Converted(win32::_localtime64(&now));
-        zone = ZoneName(local.tm_hour - (local.tm_isdst > 0 ? 1 : 0) - utcHour);
-        *out = local;
+        const ClockTime now = ClockAt(win32::_time64(nullptr));
+        const ptime standard = now.mUtc + StandardOffset(now);
+        zone = ZoneName(
+            static_cast<int>(standard.time_of_day().hours() - now.mUtc.time_of_day().hours()));
+        *out = now.mLocal;
     });
 }
 

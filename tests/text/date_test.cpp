@@ -27,6 +27,11 @@ typedef BornLibrary Dates;
 
 const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
 const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
+const char kSydney[] = "AEST-10AEDT,M10.1.0,M4.1.0/3";
+// Zones whose flag for summer time is set while the clock is behind its standard: in
+// Dublin in winter, in Casablanca for a month, here that of 2026.
+const char kDublin[] = "IST-1GMT0,M10.5.0,M3.5.0/1";
+const char kCasablanca[] = "<+01>-1<+00>0,J46/3,J81/2";
 
 std::string Shown(U_u32 seconds, int type, int display, bool showSeconds = true)
 {
@@ -169,6 +174,14 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
     std::vector<std::tuple<std::string, std::string, std::string>> rows = {
         {kNewYork, "2026-01-15 04:59:00", "EST"},
         {kNewYork, "2026-07-15 04:30:00", "EST"},
+        {kSydney, "2026-01-15 20:00:00", "+10"},
+        {kSydney, "2026-07-15 20:00:00", "+10"},
+        {kDublin, "2026-01-15 23:30:00", "GMT"},
+        {kDublin, "2026-07-15 23:30:00", "GMT"},
+        {kCasablanca, "2026-01-15 12:00:00", "+01"},
+        {kCasablanca, "2026-03-01 12:00:00", "GMT"},
+        {kCasablanca, "2026-07-15 12:00:00", "+01"},
+        {"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", "2026-01-15 12:00:00", "+10"},
         {"ZZZ-13", "2026-01-15 12:00:00", "-11"},
         {"ZZZ-14", "2026-01-15 05:00:00", "-10"},
         {"<+0530>-5:30", "2026-01-15 04:29:59", "+05"},
