@@ -6,7 +6,9 @@
 // doesn't keep it alive. Activations nest: the first makes the context current
 // and tells its states, the last tells them again and ends that.
 //
-// Any thread may call everything here. A context belongs to one thread at a time.
+// Any thread may call everything here. A context belongs to one thread at a time. An
+// activation on a thread without a current context takes the context over from the thread
+// that has it, without a check; a host that hands a context on orders the two threads.
 // A failed check is reported and then thrown as the int 3.
 
 #ifndef U_CONTEXT_H
@@ -128,9 +130,10 @@ protected:
 
     U_Context();
 
-    // Makes the context current on the calling thread, or once more so. Throws 3,
-    // with nothing changed, if the thread's context has ended, is another one, or
-    // belongs to another thread by now; std::bad_alloc, with nothing changed either;
+    // Makes the context current on the calling thread, or once more so. If another thread
+    // had it, that thread can't activate it again; its deactivations only lower the count.
+    // Throws 3, with nothing changed, if the thread's context has ended, is another one,
+    // or belongs to another thread by now; std::bad_alloc, with nothing changed either;
     // boost::bad_weak_ptr for a context that no shared_ptr owns; and what a state
     // throws: then the activation doesn't count, and the context stays the thread's.
     virtual void Activate();

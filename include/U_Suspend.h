@@ -17,6 +17,8 @@
 #ifndef U_SUSPEND_H
 #define U_SUSPEND_H
 
+#include <atomic>
+
 #include <boost/function.hpp>
 #include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
@@ -36,19 +38,18 @@ const U_Status U_Err_SuspendTerminated = 517;
 class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
-    // Takes the current context off the calling thread; activate it nowhere until
-    // the object has put it back. On a thread without one the object serves too, and
-    // the function runs without a context of the caller's. Throws 3, after a report,
-    // for a context that isn't active, or std::bad_alloc; the context is left as it
-    // was then.
+    // Takes the current context off the calling thread. On a thread without one the
+    // object serves too, and the function runs without a context of the caller's. Throws
+    // 3, after a report, for a context that isn't active, or std::bad_alloc; the context
+    // is left as it was then.
     static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
 
-    // Puts the context back, which needs no memory. When a call has been given up
-    // while its function was running, this first waits up to a second for the
-    // function to end. A function that takes longer keeps the context, and the
-    // calling thread goes on without one, as does each thread that lent the context
-    // on the way there: no two threads ever have it. Their setters may end as usual;
-    // whoever takes the last activation back tells the states.
+    // Puts the context back, which needs no memory, and takes it from a thread that has
+    // activated it meanwhile. When a call has been given up while its function was
+    // running, this first waits up to a second for the function to end. A function that
+    // takes longer keeps the context, and the calling thread goes on without one, as does
+    // each thread that lent the context on the way there: no two threads ever have it.
+    // Their setters may end as usual; the last one to end tells the states.
     // An object that ends on another thread puts nothing back.
     virtual ~U_SuspendContext();
 
@@ -102,7 +103,24 @@ protected:
 
 private:
     class PostedCall;
+    class ScLoan;
     class U_ResumeContext;
+
+    // Which thread has the suspended context. The object keeps this for its latest call, and
+    // each posted call for itself.
+    enum Holder
+    {
+        // None. The object has made no call, or the posted function hasn't begun.
+        kNobody,
+        // The thread that made the object. A call has run there, or the posted call was
+        // taken back before its function began, which therefore never runs.
+        kCaller,
+        // The executor's, from when the posted function begins until it has ended.
+        kExecutorThread,
+        // Another one, for good. The function suspended the context again, and that call was
+        // given up while it ran.
+        kLost
+    };
 
     int Call(const boost::shared_ptr<krobase::threads::AsyncExecutor>& executor,
              const boost::function<int()>& function);
@@ -124,8 +142,8 @@ private:
     boost::shared_ptr<krobase::threads::OpenOnceGate> inGate;
     boost::shared_ptr<int> mResult;
     boost::shared_ptr<PostedCall> mPosted; // the latest, null before the first
-    bool mRanHere = false;                 // a call on this thread has put the context back
-    const U_u32 mOwnThreadID;              // of whoever made the object
+    std::atomic<Holder> mHolder{kNobody};
+    const U_u32 mOwnThreadID; // of the thread that made the object
 };
 
 #endif

@@ -1,6 +1,7 @@
 #include "indep/contexts/Resume.h"
 
 #include <thread>
+#include <utility>
 
 #include <win32/threads.h>
 
@@ -16,7 +17,7 @@ const int kLooks = 50; // of a caller that could go on at once
 
 void U_SuspendContext::PostedCall::Run()
 {
-    if (!Decide(kEntered))
+    if (!Decide(kExecutorThread))
         return;
     ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
     // The caller waits for this: the context mustn't end here because its last owner
@@ -30,7 +31,7 @@ void U_SuspendContext::PostedCall::Run()
 
 bool U_SuspendContext::PostedCall::TakeBack()
 {
-    if (!Decide(kTakenBack))
+    if (!Decide(kCaller))
         return IsTakenBack();
     // The closure may lie in the executor's queue for long.
     mContext.reset();
@@ -44,22 +45,40 @@ bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
     for (int look = 0; look < kLooks && !mLeft.PassThrough(0); ++look)
         std::this_thread::yield();
     // With the gate open the context has left, however long the thread is held up there.
-    return (mLeft.PassThrough(timeout) || HasEnded(0)) && !mLost.load();
+    return (mLeft.PassThrough(timeout) || HasEnded(0)) && mHolder != kLost;
 }
 
 int U_SuspendContext::PostedCall::RunFunction()
 {
-    const ScNoteLoss noteLoss{*this};
     // Ends before the gate opens: the caller's share in what the function owns is the
     // last, and if that is the suspension, it doesn't own itself through this call.
     boost::function<int()> function;
     function.swap(mFunction);
+    if (!mContext)
+        return function();
+    const ScLoan loan(*mContext, mHolder);
     return function();
 }
 
-bool U_SuspendContext::PostedCall::IsHeldHere(const U_Context& context)
+PLATFORM_THREAD_LOCAL U_SuspendContext::ScLoan* U_SuspendContext::ScLoan::tInnermost = nullptr;
+
+U_SuspendContext::ScLoan::ScLoan(const U_Context& context, std::atomic<Holder>& holder)
+    : mContext(context), mHolder(holder), mOuter(std::exchange(tInnermost, this))
 {
-    return context.GetThreadID() == win32::GetCurrentThreadId();
+}
+
+U_SuspendContext::ScLoan::~ScLoan()
+{
+    tInnermost = mOuter;
+}
+
+void U_SuspendContext::ScLoan::NoteLoss(const U_Context& context)
+{
+    for (const ScLoan* loan = tInnermost; loan; loan = loan->mOuter)
+    {
+        if (&loan->mContext == &context)
+            loan->mHolder = kLost;
+    }
 }
 
 // One more activation of an active context: it stays active whatever others take back
@@ -116,8 +135,11 @@ U_SuspendContext::U_ResumeContext::~U_ResumeContext()
 
 void U_SuspendContext::U_ResumeContext::LetGo()
 {
-    // Unless another thread has taken it over meanwhile.
+    // Once calls are given up, a function that runs on may keep the context on its thread.
     U_u32 own = win32::GetCurrentThreadId();
-    mContext->mThreadID.compare_exchange_strong(own, U_NoThreadID, std::memory_order_relaxed);
+    if (S_terminated.Get())
+        mContext->mThreadID.compare_exchange_strong(own, U_NoThreadID, std::memory_order_relaxed);
+    else
+        mContext->mThreadID.store(U_NoThreadID, std::memory_order_relaxed);
     DetachContextTLS("~U_ResumeContext", kAnyContext);
 }

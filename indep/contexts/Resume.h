@@ -5,6 +5,8 @@
 
 #include <atomic>
 
+#include <thread_local.h>
+
 #include "U_Suspend.h"
 #include "indep/contexts/ThreadSlot.h"
 
@@ -27,50 +29,52 @@ public:
     // begun; then it never will, and nobody holds the context for it.
     bool TakeBack();
 
-    bool IsTakenBack() const { return mHolder.load() == kTakenBack; }
+    bool IsTakenBack() const { return mHolder == kCaller; }
 
     // Waits up to timeout milliseconds for the function to end. It doesn't if it began
     // too late to run.
     bool HasEnded(int timeout) const { return mGate->PassThrough(timeout); }
 
     // Waits as long for the executor's thread to be done with the context. False also
-    // if it was without the context when the function ended: a suspension of the
-    // function's own was given up and the context has stayed elsewhere.
+    // if the function has lost the context.
     bool HasGivenBack(int timeout) const;
 
 private:
-    enum Holder
-    {
-        kUndecided,
-        kEntered,
-        kTakenBack
-    };
-
     bool Decide(Holder holder)
     {
-        Holder expected = kUndecided;
+        Holder expected = kNobody;
         return mHolder.compare_exchange_strong(expected, holder);
     }
 
     int RunFunction();
 
-    // However the function ends. The slot tells nothing: other calls that the function
-    // has let in may have emptied it.
-    struct ScNoteLoss
-    {
-        ~ScNoteLoss() { mCall.mLost = mCall.mContext && !IsHeldHere(*mCall.mContext); }
-        PostedCall& mCall;
-    };
-
-    static bool IsHeldHere(const U_Context& context);
-
-    std::atomic<Holder> mHolder{kUndecided};
-    std::atomic<bool> mLost{false};
+    std::atomic<Holder> mHolder{kNobody};
     krobase::threads::Gate mLeft{false}; // open once the executor's thread holds no context
     boost::function<int()> mFunction;    // until it runs or is known never to
     const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
     boost::shared_ptr<U_Context> mContext; // until it is left or taken back
     boost::shared_ptr<int> mResult;
+};
+
+// A function that the calling thread runs for a call within a suspended context. The scopes
+// of a thread nest.
+class U_SuspendContext::ScLoan : private boost::noncopyable
+{
+public:
+    // The holder of the call, as the object or the posted call keeps it.
+    ScLoan(const U_Context& context, std::atomic<Holder>& holder);
+    ~ScLoan();
+
+    // For a suspension that ends on the calling thread and can't put its context back: all
+    // calls whose functions run on the thread within the context have lost the context.
+    static void NoteLoss(const U_Context& context);
+
+private:
+    const U_Context& mContext;
+    std::atomic<Holder>& mHolder;
+    ScLoan* const mOuter;
+
+    static PLATFORM_THREAD_LOCAL ScLoan* tInnermost;
 };
 
 // A suspended context is current on the calling thread until the scope ends. What

@@ -64,6 +64,8 @@ U_SuspendContext::~U_SuspendContext()
         AwaitLatest();
         if (mContext && IsContextFree())
             Contained([&] { PutBack(); });
+        else if (mContext)
+            ScLoan::NoteLoss(*mContext);
     }
     sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
 }
@@ -98,12 +100,12 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
 
 int U_SuspendContext::CallHere(const boost::function<int()>& function)
 {
-    if (mContext)
-    {
-        RequireContext();
-        PutBack();
-        mRanHere = true;
-    }
+    if (!mContext)
+        return function();
+    RequireContext();
+    PutBack();
+    mHolder = kCaller;
+    const ScLoan loan(*mContext, mHolder);
     return function();
 }
 
@@ -121,9 +123,9 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
         earlier ? boost::make_shared<int>(0) : mResult);
     if (!isTooLate)
     {
-        if (mRanHere)
+        if (mHolder == kCaller)
             TakeOff(); // again
-        mRanHere = false;
+        mHolder = kExecutorThread;
         mPosted = call; // before it is queued: it may begin, whatever else Post does
     }
     try
@@ -135,8 +137,11 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
     }
     catch (...)
     {
-        if (call->TakeBack())
+        if (call->TakeBack() && mPosted == call)
+        {
             mPosted = earlier;
+            mHolder = kNobody;
+        }
         throw;
     }
     return WaitForResult(*call);
@@ -166,12 +171,13 @@ void U_SuspendContext::AwaitLatest() const
     }
 }
 
-// Whether nobody else has the context any more, nor ever will.
+// Whether no function of a call runs within the context any more, nor ever will. A thread that
+// has activated the context on its own doesn't count: the suspension takes the context back.
 bool U_SuspendContext::IsContextFree() const
 {
-    if (mRanHere)
-        return mContext->GetThreadID() == mSavedThreadID;
-    return !mPosted || mPosted->TakeBack() || mPosted->HasGivenBack(kLongestWait);
+    if (mHolder == kExecutorThread)
+        return mPosted->TakeBack() || mPosted->HasGivenBack(kLongestWait);
+    return mHolder != kLost;
 }
 
 void U_SuspendContext::RequireContext() const

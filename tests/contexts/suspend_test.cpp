@@ -253,3 +253,51 @@ TEST_F(Suspend, AnotherCallInsideTheFunctionTakesNoContextAway)
         other.join();
     }
 }
+
+// The end of the suspension takes the context back, even from a thread that goes on.
+TEST_F(Suspend, AContextThatAThirdThreadTookOverComesBack)
+{
+    Register("a");
+    for (const auto& [here, goesOn] :
+         {std::pair(false, false), {false, true}, {true, false}, {true, true}})
+    {
+        SCOPED_TRACE(std::to_string(here) + std::to_string(goesOn));
+        const ContextPtr context = U_Context::MakeNewContext();
+        const ExecutorPtr third = MakeExecutor();
+        LongFunction job;
+        const auto function = [&, goesOn = goesOn] {
+            third->Post(
+                [&] {
+                    const U_WeakContextSetter setter(context);
+                    job.Function()();
+                },
+                0);
+            job.AwaitStart();
+            EXPECT_NE(context->GetThreadID(), ThisThread());
+            if (!goesOn)
+            {
+                job.LetEnd();
+                Drain(third);
+            }
+            return 1;
+        };
+        const auto call = [&] {
+            const U_ContextSetter setter(context);
+            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+            EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function), 1);
+            EXPECT_TRUE(here || context->GetThreadID() == U_NoThreadID);
+            suspended.reset();
+            ExpectBack(context);
+            job.LetEnd();
+            Drain(third);
+            ExpectBack(context);
+        };
+        if (here)
+            mExecutor->Post(call, 0);
+        else
+            call();
+        Drain(mExecutor);
+        EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+        EXPECT_FALSE(context->IsActive());
+    }
+}
