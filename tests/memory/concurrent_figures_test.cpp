@@ -68,6 +68,27 @@ protected:
     }
 };
 
+// Calls read again and again, while one thread makes blocks and another frees them.
+template <class Block, class Make, class Free, class Read>
+void WhilePassing(Make make, Free free, Read read)
+{
+    std::atomic<Block> handed(nullptr);
+    {
+        const ScRepeated producer([&] {
+            if (!handed)
+                handed = make();
+        });
+        const ScRepeated consumer([&] {
+            if (Block const block = handed.exchange(nullptr))
+                free(block);
+        });
+        for (int reads = 0; reads < 100000 || consumer.Runs() < 10000; ++reads)
+            read();
+    }
+    if (Block const block = handed)
+        free(block);
+}
+
 U_u64 Stat(U_u32 which)
 {
     U_u64 value = 0;
@@ -79,25 +100,13 @@ U_u64 Stat(U_u32 which)
 // Unsigned counts: a handle that is seen to go before it was made would be 2^32 - 1.
 TEST_F(ConcurrentFigures, AHogCountsNoHandleThatHasGone)
 {
-    std::atomic<void**> handed(nullptr);
     Stats most = {0, 0};
-    {
-        const ScRepeated maker([&] {
-            if (!handed)
-                handed = New(100);
-        });
-        const ScRepeated freer([&] {
-            if (void** const handle = handed.exchange(nullptr))
-                U_FreeHogHandle(handle);
-        });
-        for (int reads = 0; reads < 100000 || freer.Runs() < 1000; ++reads)
-        {
+    WhilePassing<void**>(
+        [this] { return New(100); }, &U_FreeHogHandle,
+        [&] {
             const Stats now = Count();
             most = {std::max(most.mHandles, now.mHandles), std::max(most.mBytes, now.mBytes)};
-        }
-    }
-    if (void** const handle = handed)
-        U_FreeHogHandle(handle);
+        });
     EXPECT_LE(most.mHandles, 2u) << "one handed over, one in flight";
     EXPECT_LE(most.mBytes, 200u);
     EXPECT_EQ(Count(), (Stats{0, 0}));
@@ -105,52 +114,22 @@ TEST_F(ConcurrentFigures, AHogCountsNoHandleThatHasGone)
 
 TEST_F(ConcurrentFigures, UseIsOffByWhatThreadsKeepBackAndNotByWhatFlowsThrough)
 {
-    const U_u64 kBlock = 100000;
-    const U_u64 before = InUse();
-    std::atomic<void*> handed(nullptr);
-    U_u64 least = ~U_u64(0);
-    U_u64 most = 0;
+    for (const U_u64 size : {100000, 2000}) // charged at once, and kept back for a while
     {
-        const ScRepeated producer([&] {
-            if (!handed)
-                handed = U_AllocatePtrQuiet(kBlock);
-        });
-        const ScRepeated consumer([&] { U_FreePtr(handed.exchange(nullptr)); });
-        for (int reads = 0; reads < 100000 || consumer.Runs() < 1000; ++reads)
-        {
-            const U_u64 now = InUse();
-            least = std::min(least, now);
-            most = std::max(most, now);
-        }
+        SCOPED_TRACE(size);
+        const U_u64 before = InUse();
+        U_u64 least = ~U_u64(0);
+        U_u64 most = 0;
+        WhilePassing<void*>([=] { return U_AllocatePtrQuiet(size); }, &U_FreePtr,
+                            [&] {
+                                const U_u64 now = InUse();
+                                least = std::min(least, now);
+                                most = std::max(most, now);
+                            });
+        EXPECT_GE(least, before - 3 * kThreadShare);
+        EXPECT_LE(most, before + 2 * size + 3 * kThreadShare);
+        EXPECT_EQ(InUse(), before) << "exact when no thread is at work";
     }
-    U_FreePtr(handed);
-    EXPECT_GE(least, before - 3 * kThreadShare);
-    EXPECT_LE(most, before + 2 * kBlock + 3 * kThreadShare); // one handed over, one in flight
-    EXPECT_EQ(InUse(), before);
-}
-
-// Blocks of 2 KiB and less flow through what threads keep back.
-TEST_F(ConcurrentFigures, SmallBlocksThatChangeThreadsAreCountedOnce)
-{
-    const U_u64 before = InUse();
-    U_u64 most = 0;
-    std::atomic<void**> handed(nullptr);
-    {
-        const ScRepeated producer([&] {
-            if (!handed)
-                handed = U_AllocateHandleQuiet(2000);
-        });
-        const ScRepeated consumer([&] {
-            if (void** const handle = handed.exchange(nullptr))
-                U_FreeHandle(handle);
-        });
-        for (int reads = 0; reads < 100000 || consumer.Runs() < 10000; ++reads)
-            most = std::max(most, InUse());
-    }
-    if (void** const handle = handed)
-        U_FreeHandle(handle);
-    EXPECT_LE(most, before + 3 * kThreadShare + 4000);
-    EXPECT_EQ(InUse(), before) << "exact when no thread is at work";
 }
 
 TEST_F(ConcurrentFigures, RecycledBlocksThatComeAndGoWrapNoFigure)

@@ -56,12 +56,12 @@ class Files(Case):
     @unittest.skipIf(os.geteuid(), "links of another user take root")
     def test_a_link_of_another_user_in_a_shared_folder_is_refused(self):
         other, stranger = 1, 2
-        shared, target = self.path("shared"), self.file("target", "before")
-        os.mkdir(shared)
+        folder, target = self.path("open"), self.file("target", "before")
+        os.mkdir(folder)
         os.mkdir(self.path("folder"))
-        link = os.path.join(shared, "link")
+        link = os.path.join(folder, "link")
         self.file("folder/out", "")
-        os.symlink("shared/link", self.path("first"))  # root's, outside
+        os.symlink("open/link", self.path("first"))  # root's, outside
         for mode, owner, link_owner, text, name, follows in [
                 (0o1777, 0, other, target, link, False),
                 (0o1777, stranger, other, "../target", link, False),
@@ -71,8 +71,8 @@ class Files(Case):
                 (0o1777, other, 0, target, link, True),
                 (0o777, 0, other, target, link, True),
                 (0o1775, 0, other, target, link, True)]:
-            os.chmod(shared, mode)
-            os.chown(shared, owner, -1)
+            os.chmod(folder, mode)
+            os.chown(folder, owner, -1)
             os.symlink(text, link)
             os.lchown(link, link_owner, -1)
             result = self.run_tool("compile", "-o", name, "-", stdin=TEXT.encode(),
@@ -82,7 +82,7 @@ class Files(Case):
                               "another user", result.err)
             self.assertEqual(self.content("target") != b"before", follows)
             self.assertEqual(self.content("folder/out"), b"")
-            self.assertEqual(os.listdir(shared), ["link"])
+            self.assertEqual(os.listdir(folder), ["link"])
             self.file("target", "before")
             os.unlink(link)
 
