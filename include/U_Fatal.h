@@ -7,21 +7,24 @@
 // call of a pure virtual function) and an invalid parameter given to the runtime end in
 // a call of the host's handler, on the thread that failed and with no lock held.
 // Several threads may fail at once; the first of them whose handler returns ends the
-// process as a rule, also while those of others still run. A thread makes the call once,
-// whatever goes wrong in the handler or behind it, until a local handler is set on it, or,
-// behind the handler, a global one is set or the library is born once more.
+// process as a rule, also while those of others still run. Each failure makes a call. A
+// failure within the handler calls no handler a second time.
 //
-// A handler need not return. When it does, or throws, which is as much, it is the turn
-// of whoever handled the failure before birth, and as a rule the process ends in the
-// system's own way, with a core or crash log as the system is set up. Where that deals
-// with it and goes on, the handlers stay; but an invalid parameter takes those of
-// invalid parameters and hardware exceptions down, until the library is born once more,
-// and another one then ends the process at once. In a handler little works for sure:
-// the heap may be damaged, and a lock may be held by the code that failed. That holds
-// for a telemetry provider, which is told of a hardware exception first, and for a log
-// sink, which gets a line when the call is over, too. There may be no more than 256 KiB
-// of stack, and the thread can't be ended, as by pthread_exit. A handler that fails
-// itself ends the process at once.
+// A handler need not return. It may jump out with siglongjmp, whose sigsetjmp has saved the
+// signal mask: with the mask that a hardware exception leaves in the handler, the thread's
+// next hardware exception ends the process without a call. When the handler returns, or
+// throws, which is as much, whoever handled the failure before birth is called, and as a
+// rule the process ends in the system's own way, with a core or crash log as the system is
+// set up. Where that deals with the failure and goes on, or the handler has jumped out, the
+// handlers stay; but an invalid parameter takes those of invalid parameters and hardware
+// exceptions down, until the library is born once more, and another one then ends the
+// process at once.
+//
+// In a handler little works for sure: the heap may be damaged, and a lock may be held by
+// the code that failed. That holds for a telemetry provider, which is told of a hardware
+// exception first, and for a log sink, which gets a line when the call is over, too. There
+// may be no more than 256 KiB of stack, and the thread can't be ended, as by pthread_exit. A
+// handler that fails itself ends the process at once.
 //
 // A stack overflow needs a stack to handle it on. The threads of a role (U_Threads.h),
 // those of threaded executors and those that set a local handler have one; on others it

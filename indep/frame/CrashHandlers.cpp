@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include <live_call.h>
 #include <quiet_new.h>
 #include <thread_local.h>
 #include <win32/exceptions.h>
@@ -42,7 +43,6 @@ template <class Handler> struct Previous
     Handler mBelow = nullptr;
     bool mIsInstalled = false;
     bool mIsCovered = false; // has been, and stays so
-    unsigned int mLife = 0;
 
     void Find(Handler found, Handler ours)
     {
@@ -56,7 +56,6 @@ template <class Handler> struct Previous
         else if (!mIsInstalled) // somebody has put it back between two lives
             mNext = mBelow;
         mIsInstalled = true;
-        ++mLife;
     }
 
     Handler TakeDown()
@@ -71,10 +70,9 @@ Previous<win32::InvalidParameterHandler> sPreviousInvalidParameter;
 Previous<std::terminate_handler> sPreviousTerminate;
 win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
 
-// The life in which the thread has last come as far as to call who stood before, and its
-// armings by then.
-PLATFORM_THREAD_LOCAL unsigned int tLifeInPreviousInvalidParameter = 0;
-PLATFORM_THREAD_LOCAL unsigned int tArmingsInPreviousTerminate = 0;
+// The calls of mNext.
+PLATFORM_THREAD_LOCAL platform::LiveCall tPreviousInvalidParameter = {};
+PLATFORM_THREAD_LOCAL platform::LiveCall tPreviousTerminate = {};
 
 bool sNewIsInstalled = false;
 char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
@@ -98,19 +96,15 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 
 void OnTerminate()
 {
-    // It has come back from who stood before, unless that has jumped out, and since then
-    // the thread is to make one more last call.
-    const bool hasComeBack = tArmingsInPreviousTerminate == Up_ArmingsOfThread();
-    if (hasComeBack || !sPreviousTerminate.mIsInstalled)
+    if (!sPreviousTerminate.mIsInstalled || tPreviousTerminate.IsOnStack())
     {
         if (sPreviousTerminate.mBelow)
             sPreviousTerminate.mBelow();
         return;
     }
     Up_CallHandler();
-    tArmingsInPreviousTerminate = Up_ArmingsOfThread();
     if (sPreviousTerminate.mNext)
-        sPreviousTerminate.mNext();
+        tPreviousTerminate.Make(sPreviousTerminate.mNext);
 }
 
 void LogInvalidParameter(const char* text)
@@ -121,8 +115,7 @@ void LogInvalidParameter(const char* text)
 void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
                         const unsigned short* file, unsigned int line, std::uintptr_t reserved)
 {
-    if (tLifeInPreviousInvalidParameter == sPreviousInvalidParameter.mLife ||
-        !sPreviousInvalidParameter.mIsInstalled)
+    if (!sPreviousInvalidParameter.mIsInstalled || tPreviousInvalidParameter.IsOnStack())
     {
         if (sPreviousInvalidParameter.mBelow)
             sPreviousInvalidParameter.mBelow(expression, function, file, line, reserved);
@@ -131,9 +124,9 @@ void OnInvalidParameter(const unsigned short* expression, const unsigned short* 
     win32::_set_invalid_parameter_handler(nullptr);
     win32::SetUnhandledExceptionFilter(nullptr);
     Up_CallHandler();
-    tLifeInPreviousInvalidParameter = sPreviousInvalidParameter.mLife;
     if (sPreviousInvalidParameter.mNext)
-        sPreviousInvalidParameter.mNext(expression, function, file, line, reserved);
+        tPreviousInvalidParameter.Make(
+            [=] { sPreviousInvalidParameter.mNext(expression, function, file, line, reserved); });
     LogInvalidParameter("Intentionally passing an invalid param to the runtime to get a crashlog.");
     win32::_invalid_parameter(nullptr, nullptr, nullptr, 0, 0);
     LogInvalidParameter("You should never see this.");
@@ -187,7 +180,6 @@ void Up_InstallCrashHandlers(bool install)
         win32::SetUnhandledExceptionFilter(nullptr);
         return;
     }
-    Up_ArmLastCalls();
     Up_PrepareThreadForOverflow();
     win32::SetUnhandledExceptionFilter(&OnUnhandledException);
     sPreviousInvalidParameter.Find(win32::_get_invalid_parameter_handler(), &OnInvalidParameter);

@@ -2,12 +2,12 @@
 
 #include "U_Fatal.h"
 
-#include <atomic>
 #include <new>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <live_call.h>
 #include <thread_local.h>
 #include <win32/exceptions.h>
 #include <wril/wril.h>
@@ -29,14 +29,9 @@ struct HardwareExceptionHandler
 boost::recursive_mutex& sGlobalLock = *new boost::recursive_mutex;
 HardwareExceptionHandler sGlobal = {nullptr, nullptr};
 
-// What fails in the last call or behind it doesn't make another, until there is reason to
-// expect something else of it. Other values than these count such reasons, from 2 on.
-const unsigned int kArmed = 0;
-const unsigned int kCalling = 1; // or the handler has jumped out
-
-std::atomic<unsigned int> sArmings(2);
-PLATFORM_THREAD_LOCAL unsigned int tLastCall = kArmed; // else the count that it has ended at
-PLATFORM_THREAD_LOCAL unsigned int tOwnArmings = 0;    // by local handlers
+// The calls of the handler and of the log. A failure in either makes no second call of it.
+PLATFORM_THREAD_LOCAL platform::LiveCall tLastCall = {};
+PLATFORM_THREAD_LOCAL platform::LiveCall tLastLine = {};
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -56,6 +51,25 @@ HardwareExceptionHandler HandlerInForce()
     return local.mFunc ? local : GlobalHandler();
 }
 
+void CallHandlerInForce()
+{
+    try
+    {
+        const HardwareExceptionHandler handler = HandlerInForce();
+        if (handler.mFunc)
+            handler.mFunc(handler.mRefcon);
+    }
+    catch (...)
+    {
+        // The process dies of the failure that made the call.
+    }
+}
+
+void LogReturn()
+{
+    LogSafely([] { WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler"); });
+}
+
 void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** refcon)
 {
     if (func)
@@ -65,35 +79,12 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 }
 } // namespace
 
-unsigned int Up_ArmingsOfThread() noexcept
-{
-    return sArmings + tOwnArmings;
-}
-
 void Up_CallHandler() noexcept
 {
-    if (tLastCall != kCalling && tLastCall != sArmings)
-    {
-        tLastCall = kCalling;
-        try
-        {
-            const HardwareExceptionHandler handler = HandlerInForce();
-            if (handler.mFunc)
-                handler.mFunc(handler.mRefcon);
-        }
-        catch (...)
-        {
-            // The process dies of what came before.
-        }
-        if (tLastCall == kCalling) // no local handler has been set
-            tLastCall = sArmings;
-    }
-    LogSafely([] { WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler"); });
-}
-
-void Up_ArmLastCalls() noexcept
-{
-    ++sArmings;
+    if (!tLastCall.IsOnStack())
+        tLastCall.Make(&CallHandlerInForce);
+    if (!tLastLine.IsOnStack())
+        tLastLine.Make(&LogReturn);
 }
 
 void Up_PrepareThreadForOverflow()
@@ -106,7 +97,6 @@ void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
 {
     boost::lock_guard<boost::recursive_mutex> lock(sGlobalLock);
     sGlobal = {handler, refcon};
-    Up_ArmLastCalls();
 }
 
 void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon)
@@ -121,8 +111,6 @@ void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, 
         throw std::bad_alloc();
     local->mFunc = handler;
     local->mRefcon = refcon;
-    tLastCall = kArmed;
-    ++tOwnArmings;
     Up_PrepareThreadForOverflow();
 }
 

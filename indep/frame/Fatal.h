@@ -3,15 +3,10 @@
 #ifndef INDEP_FRAME_FATAL_H
 #define INDEP_FRAME_FATAL_H
 
-// Makes the last call: the host's handler, and the line in the log that tells that it
-// is over. For the paths on which the process dies. Allocates nothing itself.
+// Makes the last call: the host's handler, unless the calling thread is within the handler
+// already, and the line in the log that tells that the call is over. For the paths on which
+// the process dies. Allocates nothing itself.
 void Up_CallHandler() noexcept;
-
-// Another number each time that the calling thread is to make one more last call; never 0.
-unsigned int Up_ArmingsOfThread() noexcept;
-
-// Lets threads that have made the last call make one more.
-void Up_ArmLastCalls() noexcept;
 
 // Gives the calling thread what it takes to make the last call when its stack has
 // overflowed. Without memory the thread goes without.

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <control.h>
@@ -151,6 +152,17 @@ void WaitForAll(std::atomic<int>& count, int all)
 }
 
 sigjmp_buf sBack;
+
+// Where the crash lies deeper or less deep in the stack than the one before.
+__attribute__((noinline)) int FailAtDepth(Crash crash, int depth)
+{
+    volatile char frame[64] = {};
+    if (depth == 0)
+        crash();
+    else
+        frame[depth % 64] = static_cast<char>(FailAtDepth(crash, depth - 1));
+    return frame[0];
+}
 } // namespace
 
 TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
@@ -276,25 +288,52 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
     }
 }
 
-TEST(Crashes, AHandlerMayJumpOutAndANewOneIsCalledAgain)
+TEST(Crashes, AHandlerThatJumpsOutIsCalledForTheNextFailureAndNotForItsOwn)
+{
+    for (const auto& [crash, second] : {std::pair<Crash, Crash>(&WriteToNull, &Terminate),
+                                        {&OverflowStack, &Terminate},
+                                        {&Terminate, &Terminate},
+                                        {&Terminate, &WriteToNull},
+                                        {&DivideByZero, &DivideByZero}})
+    {
+        const Death death = RunToDeath([crash = crash, second = second] {
+            static volatile int sRound = 0;
+            sSecond = second;
+            Birth();
+            SetGlobal([](void* refcon) {
+                TellOfCall(refcon);
+                if (sRound == 4)
+                    sSecond();
+                siglongjmp(sBack, 1);
+            });
+            for (; sRound < 5; sRound = sRound + 1)
+            {
+                const int depths[] = {200, 3, 3, 400, 3};
+                if (sigsetjmp(sBack, 1) == 0)
+                    FailAtDepth(crash, depths[sRound]);
+            }
+        });
+        SCOPED_TRACE(death.told);
+        EXPECT_TRUE(WIFSIGNALED(death.status)) << death.status;
+        EXPECT_EQ(death.Count("handler on"), 5);
+    }
+}
+
+TEST(Crashes, ALogSinkThatFailsAfterTheCallGetsNoSecondLine)
 {
     const Death death = RunToDeath([] {
         Birth();
-        for (volatile int round = 0; round < 3; ++round)
-        {
-            const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler handler(
-                [](void*) {
-                    Tell("saved");
-                    siglongjmp(sBack, 1);
-                },
-                nullptr);
-            if (sigsetjmp(sBack, 1) == 0)
-                WriteToNull();
-        }
-        std::_Exit(7);
+        SetGlobal(&TellOfCall);
+        platform::SetLogSink([](int, const char*, const char* tag, const char*) {
+            Tell(tag);
+            std::terminate();
+        });
+        std::terminate();
     });
-    EXPECT_TRUE(death.WithCode(7)) << death.told;
-    EXPECT_EQ(death.Count("saved"), 3);
+    SCOPED_TRACE(death.told);
+    EXPECT_TRUE(death.BySignal(SIGABRT)) << death.status;
+    EXPECT_EQ(death.Count("HANDLER"), 1);
+    EXPECT_EQ(death.Count("handler on"), 2) << "the failure of the sink is one more";
 }
 
 TEST(Crashes, SoMayWhoStoodBeforeBirth)
@@ -302,10 +341,9 @@ TEST(Crashes, SoMayWhoStoodBeforeBirth)
     const Death death = RunToDeath([] {
         std::set_terminate([] { siglongjmp(sBack, 1); });
         Birth();
+        SetGlobal([](void*) { Tell("saved"); });
         for (volatile int round = 0; round < 3; ++round)
         {
-            const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler handler(
-                [](void*) { Tell("saved"); }, nullptr);
             if (sigsetjmp(sBack, 1) == 0)
                 std::terminate();
         }
