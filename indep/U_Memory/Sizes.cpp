@@ -3,6 +3,7 @@
 #include "U_Alloc.h"
 
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include <boost/numeric/conversion/cast.hpp>
@@ -37,10 +38,13 @@ U_i32 NarrowSize(U_u64 size)
     }
 }
 
-// What is no handle may point anywhere.
+// What is no handle may point anywhere, and to no boundary of a pointer.
 void* BlockOf(void** handle)
 {
-    return win32::IsBadReadPtr(handle, sizeof(*handle)) ? nullptr : *handle;
+    void* block = nullptr;
+    if (!win32::IsBadReadPtr(handle, sizeof(block)))
+        std::memcpy(&block, handle, sizeof(block));
+    return block;
 }
 } // namespace
 

@@ -106,14 +106,15 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
     void** ofToolbox = NewHandle(10);
     void** freed = U_AllocateHandleQuiet(10);
     U_FreeHandle(freed);
-    void* word = nullptr;
-    void** onStack = &word;
+    void* words[2] = {};
+    void** onStack = words;
     // What it is, and the size of what is copied.
     const std::tuple<const char*, void**, U_u32> rows[] = {
         {"another heap's", ofOther, 10},
         {"the toolbox's", ofToolbox, 0},
         {"freed", freed, 0},
         {"no handle at all", onStack, 0},
+        {"misaligned", reinterpret_cast<void**>(reinterpret_cast<char*>(words) + 1), 0},
         {"no address", reinterpret_cast<void**>(~std::uintptr_t(7)), 0},
     };
     for (const auto& [what, foreign, copied] : rows)
