@@ -12,7 +12,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test sanitize asan tsan install package package-test headers docs bench coverage fuzz soak lint format clean
+.PHONY: help deps window-deps demo test release-test sanitize asan tsan install package package-test headers docs bench coverage fuzz soak lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 16
@@ -36,6 +36,10 @@ demo: deps ## Run the example host on real files (DEMO_DIR, DEMO_ARGS)
 test: window-deps ## Build and run all tests
 	$(call build,dev)
 	ctest --preset dev
+
+release-test: window-deps ## All tests on the release build
+	$(call build,release)
+	ctest --preset release
 
 asan: window-deps ## All tests under the address and undefined behaviour sanitizers
 	$(call build,asan)
@@ -69,7 +73,7 @@ docs: ## Make the reference of the public headers, in build/docs/html
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
 	@scripts/deps gettext icu-devtools gnuplot-nox
-	$(call build,release,--target bench)
+	$(call build,bench,--target bench)
 	scripts/bench build/release/bench
 	scripts/plots build/release/bench
 

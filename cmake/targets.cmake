@@ -2,6 +2,7 @@
 
 function(u_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+  target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
 # A shared library of all sources below the folders. Only the symbols that its
@@ -48,7 +49,7 @@ function(u_header_check target folder library)
     file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${header}\"\n")
     list(APPEND sources ${source})
   endforeach()
-  add_library(${target} OBJECT ${sources})
+  add_library(${target} OBJECT EXCLUDE_FROM_ALL ${sources})
   target_include_directories(${target} PRIVATE ${folder} ${CMAKE_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE ${library})
   u_warnings(${target})

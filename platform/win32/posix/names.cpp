@@ -86,13 +86,12 @@ int Fail(unsigned int error)
 }
 
 // At most the longest name, with the halves of a surrogate pair together.
-Name CutLabel(Name label)
+void CutLabel(Name& label)
 {
     if (label.size() <= kLongestMachineName)
-        return label;
+        return;
     const bool endsInside = platform::IsHighSurrogate(label[kLongestMachineName - 1]);
     label.resize(kLongestMachineName - (endsInside ? 1 : 0));
-    return label;
 }
 
 // Stores what fits, in Windows's way: with or without the terminator in the count.
@@ -127,7 +126,8 @@ int GetComputerNameW(unsigned short* name, unsigned int* size)
     try
     {
         const std::string host = Known(sMachine, &HostName);
-        const Name label = CutLabel(FromUTF8(host.substr(0, host.find('.'))));
+        Name label = FromUTF8(host.substr(0, host.find('.')));
+        CutLabel(label);
         return Store(label, kErrorBufferOverflow, false, name, size);
     }
     catch (const std::bad_alloc&)
