@@ -12,7 +12,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test release-test sanitize asan tsan install package package-test headers docs bench coverage fuzz soak lint format clean
+.PHONY: help deps window-deps demo test release-test sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
 
 help: ## List the targets
 	@grep -E '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 16
@@ -61,7 +61,13 @@ package: deps ## Make the Debian package, in build/release
 
 package-test: package ## Install the package into a fresh Debian and run the host there (root)
 	@scripts/deps debootstrap
-	tests/package/clean_root.sh build/release/*.deb
+	scripts/fresh_debian tests/package/fresh.sh build/release/*.deb
+
+fresh-test: ## Run make demo and make test in a fresh Debian, on what is committed (root)
+	@scripts/deps debootstrap
+	@mkdir -p build
+	git bundle create -q build/u.bundle HEAD
+	scripts/fresh_debian tests/package/fresh_tree.sh build/u.bundle
 
 headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)
