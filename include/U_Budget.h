@@ -17,13 +17,17 @@
 // - The comparison of a measured block with a limit and the charge for the block are one
 //   atomic step. Of two threads that compete for the last room one gets the block; the
 //   other makes room or is refused. So measured blocks never take use past the maximum
-//   limit, apart from the rounding of recycled blocks.
+//   limit. Four kinds of charge are outside this rule: the rounding of a recycled block, up
+//   to two fifths of the block; a block that the heap has refused once and gives at a later
+//   attempt; blocks that a callback allocates or resizes on the allocating thread; and the
+//   memory of U_PurgeLoop and of U_DuplicateHandleToPlatform, which is not tracked.
 // - A block that is refused by the heap is no longer charged when the library logs the
 //   failure, asks the host to purge or calls any other function of the host. A measurement
 //   on the allocating thread never includes a block that the thread does not have yet.
 // - Use is exact while no other thread is inside the library. While other threads allocate
 //   and free, a figure is off by at most 32 KiB for each of them, whatever passes through. A
-//   block that another thread is about to get may be included.
+//   block that another thread is about to get may be included, and a recycled block that
+//   another thread takes from the pool or gives back may be counted twice.
 // - The recycled pool is read once for each figure, so no figure falls below zero because a
 //   block enters or leaves the pool.
 

@@ -40,7 +40,9 @@ public:
         while (!block && progress)
         {
             const U_u64 previous = mMeasure;
-            block = !mClaim || mClaim->Renew() ? AttemptUnder(mClaim, attempt) : nullptr;
+            if (mClaim)
+                mClaim->Renew();
+            block = AttemptUnder(mClaim, attempt);
             if (!block)
                 MakeRoom();
             progress = mMeasure < previous;

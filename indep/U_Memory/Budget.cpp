@@ -81,25 +81,25 @@ U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
 }
 } // namespace
 
-// External managers and the pool are use beside the tracked use: each is read once.
+// External managers are asked once. The pool is read in the step of the comparison, since
+// blocks move between the pool and the tracked use.
 U_Status Claim::TryUnder(U_u64 limit, bool* fits)
 {
     End();
     *fits = false;
-    U_u64 beside = U_GetSizeOfExternalMemoryManagers();
-    if (!mRecycled)
-        beside += U_GetRecycledMemorySize();
-    if (U_Status failure = MEM_ClaimUsage(Up_AddSizes(mSize, beside), mGrowth, limit, &mClaim))
+    const U_u64 managers = U_GetSizeOfExternalMemoryManagers();
+    if (U_Status failure = MEM_ClaimUsage(Up_AddSizes(mSize, managers), mGrowth, limit,
+                                          mRecycled ? nullptr : &U_GetRecycledMemorySize, &mClaim))
         return failure;
     *fits = mClaim.mFits;
-    mUse = mClaim.mUsage + beside;
+    mUse = mClaim.mUsage + managers;
     return 0;
 }
 
-bool Claim::Renew()
+void Claim::Renew()
 {
-    bool fits = true;
-    return TryUnder(mCeiling, &fits) || fits;
+    bool fits = false;
+    TryUnder(mCeiling, &fits);
 }
 
 void Claim::TakeBack()

@@ -38,10 +38,10 @@ public:
     // Sets the limit for Renew.
     void SetCeiling(U_u64 limit) { mCeiling = limit; }
 
-    // For one more attempt, after an attempt that failed. Returns false if other threads have
-    // taken the room below the ceiling since, and true without a claim if use cannot be
-    // measured.
-    bool Renew();
+    // For one more attempt, after an attempt that failed: claims again if there is room below
+    // the ceiling. The attempt is made in any case, and without a claim it may pass the
+    // maximum limit.
+    void Renew();
 
     // Takes back the part of the claim that no charge was paid from.
     void End()
@@ -81,9 +81,17 @@ inline U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
 // no longer falls. Returns the error that ended the run.
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled);
 
-// Measures use with the recycled pool. Stores in *pool the pool's size that *total
-// includes: a second reading of the size could exceed *total.
-U_Status Up_MeasureUse(U_u64* total, U_u64* pool);
+// The parts of a measured use that a statistic subtracts. A second reading could exceed the
+// use.
+struct UseParts
+{
+    U_u64 mPool = 0;           // the recycled pool
+    U_i64 mFrames = 0;         // the frame allocation counter, if it is wanted
+    bool mWantsFrames = false; // set by the caller
+};
+
+// Measures use with the recycled pool, and the parts of that use.
+U_Status Up_MeasureUse(U_u64* total, UseParts* parts);
 
 // U_GetMemoryStat with the recycled pool counted as use or not.
 U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);

@@ -44,6 +44,12 @@ public:
     // Makes room for the element. False without memory. Not thread-safe with itself.
     bool MakeRoom(U_u32 index);
 
+    // The bytes that MakeRoom allocates for an element without room.
+    static U_u64 BytesOfPiece(U_u32 index)
+    {
+        return (U_u64(kFirstPiece) << PieceOf(index)) * sizeof(HogCount);
+    }
+
     // REQUIRES: room has been made for the element, and the caller has learnt of the index
     // from the thread that made it.
     HogCount& operator[](U_u32 index) const

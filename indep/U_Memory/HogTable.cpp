@@ -106,7 +106,8 @@ U_Status MakeRoomForCount()
 {
     if (sCounts.MakeRoom(sCount))
         return 0;
-    Up_ReportAllocFailure(kRegisterPlace, sizeof(HogCount), Up_StringOrEnglish(kTableName), true);
+    Up_ReportAllocFailure(kRegisterPlace, HogCounts::BytesOfPiece(sCount),
+                          Up_StringOrEnglish(kTableName), true);
     return U_Err_OutOfMemory;
 }
 

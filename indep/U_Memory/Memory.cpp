@@ -1,5 +1,6 @@
 #include "indep/U_Memory/Memory.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -22,28 +23,57 @@ MEM_HeapRef sHeap =
 std::atomic<U_i64> sFrameAllocation(0); // bytes
 std::atomic<U_u32> sFrameChanges(0);
 
-// The place for the pool's size, for a measurement that runs on this thread.
-PLATFORM_THREAD_LOCAL U_u64* tPoolOfMeasurement = nullptr;
+// The parts of the measurement that runs on this thread; null outside of measurements.
+PLATFORM_THREAD_LOCAL UseParts* tParts = nullptr;
 
-// External managers, which are asked after the pool, may measure too, and may throw.
-class ScPoolOfMeasurement
+// External managers, which are asked after the tracked use, may measure too, and may throw.
+class ScParts
 {
 public:
-    explicit ScPoolOfMeasurement(U_u64* place) : mOuter(std::exchange(tPoolOfMeasurement, place)) {}
-    ~ScPoolOfMeasurement() { tPoolOfMeasurement = mOuter; }
-    ScPoolOfMeasurement(const ScPoolOfMeasurement&) = delete;
-    ScPoolOfMeasurement& operator=(const ScPoolOfMeasurement&) = delete;
+    explicit ScParts(UseParts* parts) : mOuter(std::exchange(tParts, parts)) {}
+    ~ScParts() { tParts = mOuter; }
+    ScParts(const ScParts&) = delete;
+    ScParts& operator=(const ScParts&) = delete;
 
 private:
-    U_u64* const mOuter;
+    UseParts* const mOuter;
 };
 
+// The tracked use, with the frame allocation counter that belongs to it. A frame that is made
+// or freed between the two readings would be in one of them only.
+U_u64 UsageWithFrames(U_i64* frames)
+{
+    const int kMostTries = 1000;
+    for (int tries = 1;; ++tries)
+    {
+        const U_u32 changes = sFrameChanges.load(std::memory_order_acquire);
+        *frames = sFrameAllocation.load(std::memory_order_acquire);
+        const U_u64 usage = MEM_GetMemUsage();
+        if (changes == sFrameChanges.load(std::memory_order_acquire))
+            return usage;
+        if (tries == kMostTries)
+        {
+            *frames = std::min(*frames, static_cast<U_i64>(usage));
+            return usage;
+        }
+    }
+}
+
+// The larger of two readings of the pool: a block that moves between the pool and the tracked
+// use is in one of them, and may be counted twice.
 U_u64 BytesInUse()
 {
-    const U_u64 pool = U_GetRecycledMemorySize();
-    if (tPoolOfMeasurement)
-        *tPoolOfMeasurement = pool;
-    return MEM_GetMemUsage() + pool;
+    U_i64 frames = 0;
+    const U_u64 before = U_GetRecycledMemorySize();
+    const U_u64 usage =
+        tParts && tParts->mWantsFrames ? UsageWithFrames(&frames) : MEM_GetMemUsage();
+    const U_u64 pool = std::max(before, U_GetRecycledMemorySize());
+    if (tParts)
+    {
+        tParts->mPool = pool;
+        tParts->mFrames = frames;
+    }
+    return usage + pool;
 }
 
 U_u64 BytesOfManagers()
@@ -77,15 +107,19 @@ MEM_HeapRef UHeap()
     return sHeap;
 }
 
-U_Status Up_MeasureUse(U_u64* total, U_u64* pool)
+// Functions that are installed in the host services in place of BytesInUse do not store the
+// parts.
+U_Status Up_MeasureUse(U_u64* total, UseParts* parts)
 {
-    *pool = U_GetRecycledMemorySize(); // unless BytesInUse reads it
-    const ScPoolOfMeasurement place(pool);
+    parts->mPool = U_GetRecycledMemorySize();
+    parts->mFrames = sFrameAllocation.load(std::memory_order_acquire);
+    const ScParts measured(parts);
     return TOLV_TotalMemoryUsed(total);
 }
 
-// In this order the use includes the counter's bytes at every moment, and the count of
-// changes tells a measurement that one of the two has changed.
+// In this order the tracked use includes the counter's bytes at every moment. The count of
+// changes lies between the two, so a reader that finds the count unchanged has read a use
+// that includes the counter's bytes.
 U_Status Up_AccountFrames(U_i64 delta)
 {
     if (delta > 0)
@@ -98,16 +132,6 @@ U_Status Up_AccountFrames(U_i64 delta)
     sFrameAllocation.fetch_add(delta, std::memory_order_release);
     sFrameChanges.fetch_add(1, std::memory_order_acq_rel);
     return MEM_AccountSystemAllocation(delta);
-}
-
-U_i64 Up_FrameAllocation()
-{
-    return sFrameAllocation.load(std::memory_order_acquire);
-}
-
-U_u32 Up_FrameChanges()
-{
-    return sFrameChanges.load(std::memory_order_acquire);
 }
 
 U_Status U_PresumedAppSize(U_u64* out)

@@ -32,12 +32,4 @@ inline void CopyBytes(void* to, const void* from, std::size_t size)
 // or takes the charge off both. Returns as MEM_AccountAllocation.
 U_Status Up_AccountFrames(U_i64 delta);
 
-// The frame allocation counter, in bytes.
-U_i64 Up_FrameAllocation();
-
-// Changes whenever the frame allocation counter does. While Up_FrameChanges stays the same,
-// a frame allocation counter read first and a use read second belong together: the use
-// includes at least the counter's bytes.
-U_u32 Up_FrameChanges();
-
 #endif

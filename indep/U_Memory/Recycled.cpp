@@ -3,6 +3,7 @@
 #include "U_Alloc.h"
 
 #include <krobase/recycled_memory.h>
+#include <quiet_new.h>
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
@@ -36,6 +37,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
     const U_Status failure = Guarded([&] {
         try
         {
+            const platform::ScQuietNew quiet; // the new handler would show an alert
             memory = new RecycledMemory(0);
             memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes));
         }
@@ -66,13 +68,16 @@ void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
     return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
 }
 
+// The block enters the pool before its charge is taken off: a claim of another thread must
+// not find the room of both.
 U_Status U_FreeRecycledPtr(void* pointer)
 {
     if (!pointer)
         return 0;
     RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
-    Up_AccountFrames(-ChargeOf(*memory));
+    const U_i32 charge = ChargeOf(*memory);
     delete memory;
+    Up_AccountFrames(-charge);
     return 0;
 }
 

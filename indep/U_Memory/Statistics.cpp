@@ -27,30 +27,25 @@ void LowerLimitIfMemoryIsLow(U_u64 used)
 
 U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
 {
-    U_u64 pool = 0;
-    const U_Status failure = Up_MeasureUse(out, &pool);
+    UseParts parts;
+    const U_Status failure = Up_MeasureUse(out, &parts);
     if (lowerLimit)
         LowerLimitIfMemoryIsLow(*out);
     if (!countRecycled)
-        *out -= pool;
+        *out -= parts.mPool;
     return failure;
 }
 
-// A frame that is made or freed between the two readings would be subtracted from a use
-// that does not include it.
 U_Status InUseWithoutFrames(U_u64* out, bool countRecycled)
 {
-    const int kMostTries = 1000;
-    for (int tries = 1;; ++tries)
-    {
-        const U_u32 changes = Up_FrameChanges();
-        const U_i64 frames = Up_FrameAllocation();
-        const U_Status failure = InUse(out, true, countRecycled);
-        if (!failure && changes != Up_FrameChanges() && tries < kMostTries)
-            continue;
-        *out -= static_cast<U_u64>(frames);
-        return failure;
-    }
+    UseParts parts;
+    parts.mWantsFrames = true;
+    const U_Status failure = Up_MeasureUse(out, &parts);
+    LowerLimitIfMemoryIsLow(*out);
+    if (!countRecycled)
+        *out -= parts.mPool;
+    *out -= static_cast<U_u64>(parts.mFrames);
+    return failure;
 }
 
 U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
@@ -97,9 +92,9 @@ U_u64 Less(U_u64 value, U_u64 part)
 
 U_Status InUseByLibrary(U_u64* out)
 {
-    U_u64 pool = 0;
-    const U_Status failure = Up_MeasureUse(out, &pool);
-    *out = Less(*out, pool);
+    UseParts parts;
+    const U_Status failure = Up_MeasureUse(out, &parts);
+    *out = Less(*out, parts.mPool);
     *out = Less(*out, U_GetSizeOfExternalMemoryManagers());
     return failure;
 }

@@ -65,20 +65,23 @@ PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
 // the block, its own readings of the usage leave the claim out; other threads see it.
 struct MEM_Claim
 {
-    bool mFits = false;            // size fitted under the limit
-    unsigned long long mUsage = 0; // the usage that was compared, if size did not fit
+    bool mFits = false;            // `size` fitted under the limit
+    unsigned long long mUsage = 0; // the usage that was compared, if `size` did not fit
     unsigned long long mOuter = 0; // bytes that the thread had claimed before
 };
 
-// Compares the tracked usage plus `size` with `limit` and, if it fits, charges `growth`
+// Compares the tracked usage plus `size` with `limit` and, if the sum fits, charges `growth`
 // bytes to the usage in the same atomic step: of two threads that compete for the last
-// room one finds it. Later charges of the thread, such as that of the block itself, are
-// paid out of the claim. The cost does not depend on the number of threads unless use is
-// within 16 KiB a thread of the limit.
+// room one finds it. `beside`, which may be null, returns bytes that are compared with the
+// usage; it is called again if another thread changes the usage. The next charges of the
+// thread, such as that of the block itself, are paid out of the claim. The cost does not
+// depend on the number of threads unless use is within 16 KiB a thread of the limit.
+// Without memory for the thread's record nothing is charged.
 //
 // Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.
 PLATFORM_EXPORT short MEM_ClaimUsage(unsigned long long size, unsigned long long growth,
-                                     unsigned long long limit, MEM_Claim* claim);
+                                     unsigned long long limit, unsigned long long (*beside)(),
+                                     MEM_Claim* claim);
 
 // Takes back the part of the claim that no charge was paid from. To be called on the
 // thread that claimed, in reverse order of claims.

@@ -131,6 +131,6 @@ ThreadRecord* FirstRecord()
 
 long long LiveRecords()
 {
-    return sLiveRecords.load(std::memory_order_relaxed);
+    return sLiveRecords.load(std::memory_order_acquire);
 }
 } // namespace tolv

@@ -39,9 +39,9 @@ long long MostOfParts()
 }
 } // namespace
 
-// A positive part is in both places for a moment, a negative one in neither: a claim, which
-// reads the figure first and then the parts, takes the usage for more than it is and never
-// for less.
+// In this order a reader that finds a positive part empty finds the figure changed: the
+// exchange of a claim that has read the old figure fails. After a negative part has been
+// emptied, the usage reads too high for a moment.
 void HandOver(ThreadRecord& record)
 {
     const long long part = record.mUsagePart.load(std::memory_order_relaxed);
@@ -74,13 +74,17 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
     return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
 }
 
+// The bytes beside the usage are read after the figure. A block that moves from there to the
+// figure is charged before it leaves, and a block that moves there enters before its charge
+// is taken off: either it is counted, or the figure has changed and the exchange fails.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long* usage)
+                unsigned long long limit, unsigned long long (*beside)(), unsigned long long* usage)
 {
     long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
     for (;;)
     {
-        const long long seen = figure - ClaimOf(record);
+        const long long seen =
+            figure - ClaimOf(record) + static_cast<long long>(beside ? beside() : 0);
         // The parts are summed near the limit only: the sum visits every thread.
         if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
         {
@@ -89,7 +93,7 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
                 return false;
         }
         if (!record || !growth)
-            return true; // the block is charged when the thread has it
+            return true;
         if (sProcessUsage.mBytes.compare_exchange_weak(
                 figure, figure + static_cast<long long>(growth), std::memory_order_acq_rel,
                 std::memory_order_acquire))

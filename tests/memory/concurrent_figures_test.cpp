@@ -201,6 +201,26 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
     EXPECT_GT(had, 0);
 }
 
+// The block is in use or in the pool, and both count for a block that is not recycled.
+TEST_F(ConcurrentFigures, ARecycledBlockThatComesAndGoesLeavesNoRoom)
+{
+    const U_u64 kBlock = 32 * kMiB;
+    U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); // the pool keeps it
+    SetLimitsAboveUse(kMiB, kBlock + kMiB);
+    int had = 0;
+    {
+        const ScRepeated churn(
+            [&] { U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); });
+        for (int asks = 0; asks < 20000 || churn.Runs() < 1000; ++asks)
+        {
+            void* const block = U_AllocatePtrQuiet(kBlock + 2 * kMiB);
+            had += block ? 1 : 0;
+            U_FreePtr(block);
+        }
+    }
+    EXPECT_EQ(had, 0);
+}
+
 // The budget charges a block before the heap is asked. Nothing that runs on the
 // allocating thread sees that charge before the thread has the block.
 TEST_F(ConcurrentFigures, AThreadSeesNoChargeForABlockThatItDoesNotHaveYet)

@@ -172,6 +172,19 @@ TEST_F(Retry, ALogThatThrowsChangesNothing)
     EXPECT_EQ(InUse(), used);
 }
 
+// Room that has gone since the budget allowed the block does not take the second attempt.
+TEST_F(Retry, TheSecondAttemptIsMadeWithoutRoom)
+{
+    SetLimitsAboveUse(5 * kMiB, 10 * kMiB);
+    FailNext(1);
+    const ScPurgeHost host([](bool*) { U_AccountAllocation(20 * kMiB); });
+    void* const block = U_AllocatePtrQuiet(4 * kMiB);
+    EXPECT_NE(block, nullptr);
+    EXPECT_EQ(mFailures, -1) << "the heap was asked twice";
+    U_FreePtr(block);
+    U_AccountAllocation(-static_cast<U_i32>(20 * kMiB * host.mRequests.size()));
+}
+
 TEST_F(Retry, GoesOnForAsLongAsUseFalls)
 {
     // The host frees a block in each of three rounds, which earns a try each.

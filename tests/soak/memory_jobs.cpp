@@ -16,7 +16,9 @@ const U_u64 kAccounted = 100000; // bytes that Accounting charges at the most, t
 
 // Bytes by which a figure may pass the maximum: charges without a check, blocks that are
 // not measured, the rounding of recycled blocks, and 32 KiB that each thread keeps back.
-const U_u64 kUnmeasured = (kThreads + 2) * (2 * kAccounted + 256 * 2048 + (32 << 10));
+const U_u64 kLargeRecycled = 12 << 20;
+const U_u64 kUnmeasured =
+    (kThreads + 2) * (2 * kAccounted + 256 * 2048 + (32 << 10) + kLargeRecycled * 2 / 5);
 
 U_u64 sUseAtStart = 0;
 
@@ -120,14 +122,15 @@ void Blocks(Worker& worker)
 
 void Recycled(Worker& worker)
 {
-    const U_u32 size = 1 + worker.Below(8000);
+    const bool isLarge = worker.Below(50) == 0;
+    const U_u64 size = isLarge ? kLargeRecycled : 1 + worker.Below(8000);
     void* const pointer = U_AllocateRecycledPtr(0, nullptr, size);
     if (!pointer)
         return Refused();
-    std::memset(pointer, worker.number, size);
+    std::memset(pointer, worker.number, isLarge ? 1 : size);
     if (worker.Below(100) == 0)
         U_PurgeRecycledMemory(100000);
-    Check(IsFilled(pointer, worker.number, size), "a recycled pointer");
+    Check(IsFilled(pointer, worker.number, isLarge ? 1 : size), "a recycled pointer");
     U_FreeRecycledPtr(pointer);
 }
 
@@ -154,7 +157,8 @@ void Hogs(Worker& worker)
     if (U_NewHogHandle(worker.sharedHog, 0, nullptr, size, U_Hog_Quiet, &handle))
         return Refused();
     U_GetHogStats(worker.sharedHog, &handles, &bytes);
-    Check(handles >= 1 && handles <= kThreads && bytes >= size, "a shared hog's count");
+    Check(handles >= 1 && handles <= kThreads && bytes >= size && bytes <= kThreads * 5000,
+          "a shared hog's count");
     U_FreeHogHandle(handle);
 }
 

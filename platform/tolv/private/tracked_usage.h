@@ -3,12 +3,12 @@
 // A thread adds charges below kDirectCharge to a part of its own and hands the part over
 // when it reaches kHandOver either way. Larger charges change the process's figure at once.
 // The usage is the process's figure plus all parts. The sum of both is exact while no
-// thread changes them. While threads change them, each thread's part moves by less than
-// 2 * kHandOver under the sum, so the sum is off by at most 32 KiB a thread.
+// thread changes them. A part stays within 16 KiB either way, so it moves by at most 32 KiB
+// while a reader sums.
 //
 // A claim is a charge to the process's figure for a block that the thread does not have
-// yet. The thread's next charges are paid out of its claim, and the thread's own readings
-// leave the claim out.
+// yet. The thread's next charges are paid out of its claim, also charges of a callback that
+// runs before the block is made. The thread's own readings leave the claim out.
 
 #ifndef TOLV_TRACKED_USAGE_H
 #define TOLV_TRACKED_USAGE_H
@@ -21,7 +21,7 @@
 namespace tolv
 {
 const long long kDirectCharge = 2048;  // bytes
-const long long kHandOver = 16 * 1024; // bytes
+const long long kHandOver = 14 * 1024; // bytes
 
 // Every thread writes the figure, and each processor fetches two cache lines at once.
 struct alignas(2 * platform::kCacheLine) ProcessUsage
@@ -39,8 +39,8 @@ void ChargeProcess(ThreadRecord* record, long long bytes);
 // Returns whether -bound < value < bound.
 inline bool IsWithin(long long value, long long bound)
 {
-    return static_cast<unsigned long long>(value + bound - 1) <
-           2 * static_cast<unsigned long long>(bound) - 1;
+    const unsigned long long most = static_cast<unsigned long long>(bound) - 1;
+    return static_cast<unsigned long long>(value) + most <= 2 * most;
 }
 
 // Charges the bytes, which may be negative. A null record charges the process's figure.
@@ -57,11 +57,13 @@ inline void AddUsage(ThreadRecord* record, long long bytes)
 // The usage without the claim of the calling thread, at least 0.
 unsigned long long UsageSeenBy(const ThreadRecord* record);
 
-// If the usage seen by the thread plus `size` is at most `limit`, adds `growth` to the
-// process's figure and to the thread's claim, in one atomic step with the comparison.
-// Otherwise returns false and stores the usage in *usage.
+// If the usage seen by the thread, plus the bytes beside it, plus `size`, is at most `limit`,
+// adds `growth` to the process's figure and to the thread's claim, in one atomic step with
+// the comparison. Otherwise returns false and stores in *usage the usage with the bytes
+// beside it. Without a record nothing is claimed. `beside` may be null.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long* usage);
+                unsigned long long limit, unsigned long long (*beside)(),
+                unsigned long long* usage);
 
 // Takes back the thread's claim but for `kept` bytes.
 void ReleaseClaim(ThreadRecord& record, unsigned long long kept);
