@@ -1,13 +1,14 @@
 #include "cache.h"
 
 #include <U_Hog.h>
+#include <thread_local.h>
 
 #include "checksum.h"
 #include "texts.h"
 
 namespace
 {
-thread_local bool sKeepsFiles = false;
+PLATFORM_THREAD_LOCAL bool sKeepsFiles = false;
 const int kTurnedDown = 1; // ends the library's asking
 } // namespace
 

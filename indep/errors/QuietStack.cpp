@@ -25,7 +25,7 @@ PerThreadQuietStack& TheQuietStack()
 }
 } // namespace
 
-thread_local PerThreadQuietStack::Found PerThreadQuietStack::tFound = {0, nullptr};
+PLATFORM_THREAD_LOCAL PerThreadQuietStack::Found PerThreadQuietStack::tFound = {0, nullptr};
 
 PerThreadQuietStack::PerThreadQuietStack() : mSerial(++sTables) {}
 

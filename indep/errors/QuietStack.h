@@ -8,6 +8,8 @@
 #include <deque>
 #include <optional>
 
+#include <thread_local.h>
+
 #include "U_Types.h"
 
 // A lock-free table with a stack of levels for each thread that has ever entered
@@ -61,7 +63,7 @@ private:
     Slot* Find(U_u32 threadId);
     Slot& Claim(U_u32 threadId);
 
-    static thread_local Found tFound;
+    static PLATFORM_THREAD_LOCAL Found tFound;
 
     const U_u64 mSerial;          // no other table of the process has it
     std::atomic<U_u32> mCount{0}; // slots handed out

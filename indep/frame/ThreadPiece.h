@@ -3,50 +3,11 @@
 #ifndef INDEP_FRAME_THREAD_PIECE_H
 #define INDEP_FRAME_THREAD_PIECE_H
 
-#include <exception>
-#include <memory>
 #include <utility>
 
-#include <boost/thread/tss.hpp>
+#include <thread_piece.h>
 
-#include <immortal.h>
-#include <quiet_new.h>
-
-// The calling thread's piece of one type; it goes when the thread ends.
-template <class Piece> class ThreadPiece
-{
-public:
-    // Null if the thread has none.
-    static Piece* Find() { return Slot().get(); }
-
-    // Zeroed if new. Null without memory, which isn't reported: a report goes on
-    // without what it would remember.
-    static Piece* Make()
-    {
-        const platform::ScQuietNew quiet;
-        try
-        {
-            if (Piece* present = Find())
-                return present;
-            auto piece = std::make_unique<Piece>();
-            Slot().reset(piece.get()); // needs memory itself
-            return piece.release();
-        }
-        catch (const std::exception&)
-        {
-            return Find(); // whoever was told of the failure may have made it
-        }
-    }
-
-private:
-    typedef boost::thread_specific_ptr<Piece> SlotType;
-
-    static SlotType& Slot()
-    {
-        static platform::Immortal<SlotType> slot;
-        return *slot;
-    }
-};
+using platform::ThreadPiece;
 
 // Marks a stretch that a thread isn't to enter a second time. Stretch is a type of its
 // own that names it.

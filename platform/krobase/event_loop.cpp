@@ -1,3 +1,4 @@
+#include <atomic>
 #include <chrono>
 #include <iterator>
 #include <list>
@@ -13,6 +14,7 @@
 #include <win32/threads.h>
 
 #include "../quiet_new.h"
+#include "../thread_local.h"
 #include "executor.h"
 
 namespace krobase
@@ -128,13 +130,15 @@ void* MakeWindow()
     return window;
 }
 
-// Ends with its thread, whose id may come again. Null until it is asked for.
-thread_local std::shared_ptr<const int> tThread;
+// A number that no other thread of the process has, unlike the thread's id, which may come
+// again. 0 until the thread makes an adaptor.
+PLATFORM_THREAD_LOCAL unsigned long long tThread = 0;
+std::atomic<unsigned long long> sThreads(0);
 
-std::weak_ptr<const int> ThisThread()
+unsigned long long ThisThread()
 {
     if (!tThread)
-        tThread = std::make_shared<const int>(0);
+        tThread = ++sThreads;
     return tThread;
 }
 
@@ -173,9 +177,9 @@ public:
     }
 
 private:
-    bool IsOwnThread() const { return !mThread.expired() && mThread.lock() == tThread; }
+    bool IsOwnThread() const { return mThread == tThread; }
 
-    const std::weak_ptr<const int> mThread = ThisThread();
+    const unsigned long long mThread = ThisThread();
     std::unique_ptr<void, void (*)(void*)> mWindow{
         MakeWindow(), [](void* window) { win32::DestroyWindow(window); }};
     const std::shared_ptr<Loop> mLoop = std::make_shared<Loop>(mWindow.get());

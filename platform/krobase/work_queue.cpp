@@ -5,13 +5,15 @@
 
 #include <wril/wril.h>
 
+#include "../thread_local.h"
+
 namespace krobase
 {
 namespace threads
 {
 namespace
 {
-thread_local const WorkQueue* tRunning = nullptr;
+PLATFORM_THREAD_LOCAL const WorkQueue* tRunning = nullptr;
 
 // A log that fails mustn't end the thread either.
 void TellThrown(const char* what)

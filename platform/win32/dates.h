@@ -47,8 +47,8 @@ const unsigned int kTimeNoSeconds = 2;
 // alone. Return the count with the terminator, or 0 with the reason in
 // GetLastError: 87 for a locale other than the user's, a time that there isn't, a
 // picture with flags, for the time any picture, a negative size or a null buffer;
-// 1004 for other flags; 122 if the buffer is too small, which is left as it is; 120
-// if the system lacks the function.
+// 1004 for other flags; 122 if the buffer is too small, which is left as it is; 8
+// without memory; 120 if the system lacks the function.
 PLATFORM_EXPORT int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
                                    const unsigned short* picture, unsigned short* buffer, int size);
 PLATFORM_EXPORT int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
@@ -57,8 +57,8 @@ PLATFORM_EXPORT int GetTimeFormatW(unsigned int locale, unsigned int flags, cons
 // Calls back with the picture of each short or long date of the user's locale, the
 // only one known (a null name), until the callback returns 0. There is one. The
 // calendar is always 1. Non-zero on success; 0 with the reason in GetLastError: 87
-// for another locale or a null callback; 1004 for other flags; 120 if the system
-// lacks the function.
+// for another locale or a null callback; 1004 for other flags; 8 without memory; 120
+// if the system lacks the function.
 typedef int (*DateFormatCallback)(unsigned short* picture, unsigned int calendar, long long param);
 PLATFORM_EXPORT int EnumDateFormatsExEx(DateFormatCallback callback,
                                         const unsigned short* localeName, unsigned int flags,

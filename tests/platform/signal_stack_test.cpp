@@ -3,6 +3,7 @@
 #include <csignal>
 #include <functional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -33,14 +34,21 @@ void Guarantee()
     EXPECT_GE(Current().ss_size, win32::kLargestStackGuarantee);
 }
 
-// The one that a thread has when all its variables are gone. It goes with the one that it
-// has found, which may be a sanitizer's.
+// The one that a thread has when all its variables are gone, after the first round of
+// destructors. It goes with the one that it has found, which may be a sanitizer's.
 stack_t LeftBehindBy(const std::function<void()>& body)
 {
     static stack_t sFound;
     static stack_t sLeft;
-    pthread_key_t key;
-    pthread_key_create(&key, [](void*) {
+    static pthread_key_t key;
+    static bool isSecondRound;
+    isSecondRound = false;
+    pthread_key_create(&key, [](void* value) {
+        if (!std::exchange(isSecondRound, true))
+        {
+            pthread_setspecific(key, value);
+            return;
+        }
         sLeft = Current();
         sigaltstack(&sFound, nullptr);
     });

@@ -8,6 +8,7 @@
 
 #include <unicode/udat.h>
 
+#include "../../thread_piece.h"
 #include "date_pictures.h"
 #include "modules.h"
 #include "user_locale.h"
@@ -77,13 +78,14 @@ std::u16string WithFullYear(std::u16string picture)
 class UserFormats
 {
 public:
-    static UserFormats& Current()
+    // Null without memory.
+    static UserFormats* Current()
     {
-        static thread_local UserFormats tFormats;
-        std::string locale = UserLocaleId();
-        if (locale != tFormats.mLocale)
-            tFormats.Load(locale);
-        return tFormats;
+        UserFormats* const formats = platform::ThreadPiece<UserFormats>::Make();
+        const std::string locale = UserLocaleId();
+        if (formats && locale != formats->mLocale)
+            formats->Load(locale);
+        return formats;
     }
 
     // With a terminator; empty if it can't be done.
@@ -189,10 +191,12 @@ int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags > kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    UserFormats& formats = UserFormats::Current();
+    UserFormats* const formats = UserFormats::Current();
+    if (!formats)
+        return Fail(kErrorNotEnoughMemory);
     const std::u16string pattern =
-        PatternOf(picture ? reinterpret_cast<const char16_t*>(picture) : formats.Picture(flags));
-    return StoreText(formats.Write(pattern, date), buffer, size);
+        PatternOf(picture ? reinterpret_cast<const char16_t*>(picture) : formats->Picture(flags));
+    return StoreText(formats->Write(pattern, date), buffer, size);
 }
 
 int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
@@ -205,8 +209,10 @@ int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags & ~kTimeNoSeconds)
         return Fail(kErrorInvalidFlags);
-    UserFormats& formats = UserFormats::Current();
-    return StoreText(formats.Write(formats.TimePattern(flags), date), buffer, size);
+    UserFormats* const formats = UserFormats::Current();
+    if (!formats)
+        return Fail(kErrorNotEnoughMemory);
+    return StoreText(formats->Write(formats->TimePattern(flags), date), buffer, size);
 }
 
 int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* localeName,
@@ -218,7 +224,8 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
         return Fail(kErrorInvalidParameter);
     if (flags != kDateShortDate && flags != kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    std::u16string picture = UserFormats::Current().Picture(flags);
+    const UserFormats* const formats = UserFormats::Current();
+    std::u16string picture = formats ? formats->Picture(flags) : std::u16string();
     if (picture.empty())
         return Fail(kErrorNotEnoughMemory);
     callback(reinterpret_cast<unsigned short*>(&picture[0]), kGregorian, param);

@@ -2,11 +2,13 @@
 
 #include <utility>
 
+#include "../../thread_local.h"
+
 namespace win32
 {
 namespace
 {
-thread_local void* tCapture = nullptr;
+PLATFORM_THREAD_LOCAL void* tCapture = nullptr;
 } // namespace
 
 void* SetCapture(void* window)

@@ -5,6 +5,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "../../thread_piece.h"
+
 namespace win32
 {
 namespace
@@ -70,8 +72,6 @@ private:
     std::size_t mPage = 0;  // bytes
     stack_t mBefore = {};
 };
-
-thread_local SignalStack tStack;
 } // namespace
 
 bool ProvideSignalStack(std::size_t* before)
@@ -80,6 +80,9 @@ bool ProvideSignalStack(std::size_t* before)
     if (sigaltstack(nullptr, &current) != 0)
         return false;
     *before = current.ss_flags & SS_DISABLE ? 0 : current.ss_size;
-    return *before >= kLargestStackGuarantee || tStack.Install(current);
+    if (*before >= kLargestStackGuarantee)
+        return true;
+    SignalStack* const stack = platform::ThreadPiece<SignalStack>::Make();
+    return stack && stack->Install(current);
 }
 } // namespace win32

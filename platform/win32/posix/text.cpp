@@ -3,6 +3,7 @@
 #include <atomic>
 #include <climits>
 
+#include "../../thread_local.h"
 #include "code_page_text.h"
 #include "switches.h"
 #include "utf8.h"
@@ -14,7 +15,7 @@ namespace
 const unsigned int kDefaultCodePage = 1252;
 
 std::atomic<unsigned int> sActiveCodePage(kDefaultCodePage);
-thread_local unsigned int tLastError = 0;
+PLATFORM_THREAD_LOCAL unsigned int tLastError = 0;
 
 int Fail(unsigned int error)
 {

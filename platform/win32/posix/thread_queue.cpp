@@ -11,6 +11,7 @@
 
 #include "../../immortal.h"
 #include "../../quiet_new.h"
+#include "../../thread_local.h"
 #include "windows.h"
 
 namespace win32
@@ -25,7 +26,7 @@ std::mutex& sQueuesLock = *new std::mutex;
 std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues =
     *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>;
 
-thread_local ThreadQueue* tQueue = nullptr;
+PLATFORM_THREAD_LOCAL ThreadQueue* tQueue = nullptr;
 
 void EndQueue(ThreadQueue*)
 {

@@ -11,6 +11,7 @@
 #include <wril/wril.h>
 
 #include "../../code_units.h"
+#include "../../thread_local.h"
 
 namespace win32
 {
@@ -18,6 +19,8 @@ namespace
 {
 const std::size_t kLongestThreadName = 15; // bytes, the system's limit
 const unsigned int kCallingThread = 0xFFFFFFFFu;
+
+PLATFORM_THREAD_LOCAL unsigned int tThreadId = 0; // until it is asked for
 
 void NameCallingThread(const char* name)
 {
@@ -41,8 +44,8 @@ int NicenessOf(int priority)
 
 unsigned int GetCurrentThreadId()
 {
-    static thread_local const unsigned int tThreadId =
-        static_cast<unsigned int>(syscall(SYS_gettid));
+    if (!tThreadId)
+        tThreadId = static_cast<unsigned int>(syscall(SYS_gettid));
     return tThreadId;
 }
 

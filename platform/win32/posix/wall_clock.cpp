@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "../../switched_function.h"
+#include "../../thread_local.h"
 #include "switches.h"
 
 namespace win32
@@ -22,7 +23,7 @@ long long Milliseconds()
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-thread_local std::tm tRecord;
+PLATFORM_THREAD_LOCAL std::tm tRecord = {};
 } // namespace
 
 void _ftime64(_timeb64* now)
