@@ -4,13 +4,14 @@
 #include <new>
 
 #include "../quiet_new.h"
+#include "../thread_local.h"
 
 namespace
 {
 const short kResourceNotFound = -192;
 const short kAddResourceFailed = -194;
 
-thread_local short tResourceError = 0;
+PLATFORM_THREAD_LOCAL short tResourceError = 0;
 
 // A handle is the address of its master's first member.
 struct Master
