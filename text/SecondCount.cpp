@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cassert>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/date_time/c_local_time_adjustor.hpp>
 #include <boost/date_time/posix_time/conversion.hpp>
@@ -68,19 +69,31 @@ ClockTime ClockAt(long long seconds)
     return {utc, Converted(win32::_localtime64(&seconds))};
 }
 
+// On the first day of a month in the year of `now`.
+ClockTime ClockOnFirst(const ClockTime& now, boost::gregorian::months_of_year month)
+{
+    const ptime start(boost::gregorian::date(now.mUtc.date().year(), month, 1));
+    return ClockAt(boost::posix_time::to_time_t(start));
+}
+
 // The offset without daylight saving. The flag alone does not decide: the time zone database
-// sets it for Europe/Dublin in winter, when the clock is behind its standard. If January or
-// July has the other flag, the smaller of both offsets is the one without daylight saving.
+// sets it for Europe/Dublin in winter, when the clock is behind its standard. If the other
+// flag holds for a season, the smaller of both offsets is the one without daylight saving.
 // A different offset with the same flag is a lasting change of the zone.
+//
+// Two months apart, the days of a pair see a season only: Africa/Casablanca is flagged for
+// up to seven weeks a year, which may lie in any month and leave the standard as it is.
 time_duration StandardOffset(const ClockTime& now)
 {
+    using namespace boost::gregorian;
+    const std::pair<months_of_year, months_of_year> seasons[] = {{Jan, Mar}, {Jun, Aug}};
     time_duration offset = now.Offset();
-    for (const unsigned short month : {boost::gregorian::Jan, boost::gregorian::Jul})
+    for (const auto& [first, last] : seasons)
     {
-        const ptime start(boost::gregorian::date(now.mUtc.date().year(), month, 1));
-        const ClockTime other = ClockAt(boost::posix_time::to_time_t(start));
-        if (other.IsFlagged() != now.IsFlagged())
-            offset = std::min(offset, other.Offset());
+        const ClockTime start = ClockOnFirst(now, first);
+        const ClockTime end = ClockOnFirst(now, last);
+        if (start.IsFlagged() != now.IsFlagged() && end.IsFlagged() != now.IsFlagged())
+            offset = std::min({offset, start.Offset(), end.Offset()});
     }
     return offset;
 }

@@ -29,9 +29,10 @@ const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
 const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
 const char kSydney[] = "AEST-10AEDT,M10.1.0,M4.1.0/3";
 // Zones whose flag for summer time is set while the clock is behind its standard: in
-// Dublin in winter, in Casablanca for a month, here that of 2026.
+// Dublin in winter, in Casablanca for a month, in some years over New Year.
 const char kDublin[] = "IST-1GMT0,M10.5.0,M3.5.0/1";
 const char kCasablanca[] = "<+01>-1<+00>0,J46/3,J81/2";
+const char kCasablancaOverNewYear[] = "<+01>-1<+00>0,J348/3,J18/2";
 
 std::string Shown(U_u32 seconds, int type, int display, bool showSeconds = true)
 {
@@ -181,6 +182,7 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
         {kCasablanca, "2026-01-15 12:00:00", "+01"},
         {kCasablanca, "2026-03-01 12:00:00", "GMT"},
         {kCasablanca, "2026-07-15 12:00:00", "+01"},
+        {kCasablancaOverNewYear, "2031-07-15 12:00:00", "+01"},
         {"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", "2026-01-15 12:00:00", "+10"},
         {"ZZZ-13", "2026-01-15 12:00:00", "-11"},
         {"ZZZ-14", "2026-01-15 05:00:00", "-10"},
