@@ -68,11 +68,13 @@ PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 PLATFORM_EXPORT void SetTrace(const char* category, int level);
 
 // Takes each trace, under the same rules as a log sink. An empty sink restores the
-// default, stderr.
+// default sink, which writes the trace to stderr with the escapes of Printable. The default
+// sink keeps tabs and line ends, "\n" and "\r\n".
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
 
 // The text of every OutputDebugStringA, on the thread that calls it, with no
-// lock held. An empty sink restores the default, stderr.
+// lock held. An empty sink restores the default sink, which writes to stderr as that for
+// traces does.
 PLATFORM_EXPORT void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 
 // A developer's answer to an assertion.

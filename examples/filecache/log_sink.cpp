@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
 #include <base/printable.h>
 #include <control.h>
@@ -49,9 +48,7 @@ void LogSink::Take(int level, const char* category, const char* tag, const char*
     for (const char* column : {category, tag, text})
     {
         std::fputc('\t', mFile);
-        platform::WritePrintable(column ? column : "", "\t", [this](std::string_view piece) {
-            std::fwrite(piece.data(), 1, piece.size(), mFile);
-        });
+        platform::WritePrintable(mFile, column ? column : "", "\t");
     }
     std::fputc('\n', mFile);
 }

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <new>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <unicode/uchar.h>
@@ -108,9 +107,7 @@ void WriteBare(const UTF16String& text)
         char bytes[U8_MAX_LENGTH];
         std::size_t length = 0;
         U8_APPEND_UNSAFE(bytes, length, character);
-        WritePrintable({bytes, length}, "\n\t", [](std::string_view piece) {
-            std::fwrite(piece.data(), 1, piece.size(), stderr);
-        });
+        WritePrintable(stderr, {bytes, length}, "\n\t");
     }
     std::fputc('\n', stderr);
 }

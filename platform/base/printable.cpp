@@ -13,6 +13,13 @@ struct Head
     bool mIsPrintable;
 };
 
+// Whether a list of kept bytes holds the byte at the head of a text.
+bool IsKept(std::string_view text, std::string_view kept)
+{
+    const bool isOverwriting = text[0] == '\r' && text.substr(0, 2) != "\r\n";
+    return !isOverwriting && kept.find(text[0]) != std::string_view::npos;
+}
+
 bool EndsLine(std::string_view character)
 {
     return character == "\u2028" || character == "\u2029";
@@ -25,7 +32,7 @@ Head HeadOf(std::string_view text, std::string_view kept)
         return {1, false};
     const unsigned char lead = static_cast<unsigned char>(text[0]);
     if (length == 1)
-        return {1, !IsControl(lead) || kept.find(text[0]) != std::string_view::npos};
+        return {1, !IsControl(lead) || IsKept(text, kept)};
     const bool isControl = lead == 0xC2 && IsControl(static_cast<unsigned char>(text[1]));
     return {length, !isControl && !EndsLine(text.substr(0, length))};
 }
@@ -82,5 +89,12 @@ std::string Printable(std::string_view text, std::string_view kept)
     std::string printable;
     WritePrintable(text, kept, [&](std::string_view piece) { printable += piece; });
     return printable;
+}
+
+void WritePrintable(std::FILE* file, std::string_view text, std::string_view kept)
+{
+    WritePrintable(text, kept, [file](std::string_view piece) {
+        std::fwrite(piece.data(), 1, piece.size(), file);
+    });
 }
 } // namespace platform

@@ -9,6 +9,7 @@
 #define PLATFORM_BASE_PRINTABLE_H
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -23,7 +24,8 @@ inline bool IsControl(unsigned int character)
 }
 
 // Returns UTF-8 text with an escape in place of
-// - each byte of a control character, except those listed in `kept`;
+// - each byte of a control character, except those listed in `kept`; "\r" is kept in front
+//   of "\n" only, since any other carriage return lets a line overwrite itself;
 // - each byte of U+2028 and U+2029, which end a line;
 // - each byte that is not part of well-formed UTF-8.
 //
@@ -61,6 +63,10 @@ void WritePrintable(std::string_view text, std::string_view kept, const Write& w
     for (std::string_view piece = pieces.Next(); !piece.empty(); piece = pieces.Next())
         write(piece);
 }
+
+// Writes Printable(text, kept) to an open file. Allocates nothing. std::ferror has a failure.
+PLATFORM_EXPORT void WritePrintable(std::FILE* file, std::string_view text,
+                                    std::string_view kept = {});
 } // namespace platform
 
 #endif

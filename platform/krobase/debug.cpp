@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdio>
 
+#include "../base/printable.h"
 #include "../quiet_new.h"
 #include "../switched_function.h"
 #include "private/trace_switches.h"
@@ -72,7 +73,7 @@ void Trace(const char* text)
     if (const auto sink = sTraceSink.Get())
         (*sink)(text);
     else
-        std::fputs(text, stderr);
+        platform::WritePrintable(stderr, text, "\t\r\n");
 }
 
 void SetTrace(const char* category, int level)

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <control.h>
+#include <krobase/debug.h>
 #include <krobase/debugger.h>
 #include <win32/debug.h>
 
@@ -102,7 +103,7 @@ TEST_F(Debugger, WithOneAttachedAnUnseenAssertionBreaksIntoIt)
     EXPECT_EQ(WEXITSTATUS(status), 2);
 }
 
-TEST_F(Debugger, DebugStringsGoToTheSinkOrToStderr)
+TEST_F(Debugger, DebugStringsAndTracesGoToTheSinkOrEscapedToStderr)
 {
     std::string seen;
     platform::SetDebugStringSink([&](const char* text) { seen += text; });
@@ -112,9 +113,13 @@ TEST_F(Debugger, DebugStringsGoToTheSinkOrToStderr)
     EXPECT_EQ(seen, "one\n");
 
     platform::ResetAll();
-    testing::internal::CaptureStderr();
-    win32::OutputDebugStringA("100% two");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "100% two");
+    for (const auto write : {&win32::OutputDebugStringA, &krobase::debug::Trace})
+    {
+        testing::internal::CaptureStderr();
+        write("100% two\x1B[2J\r\t\u009B\r\nx\n\r");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "100% two\\x1B[2J\\r\t\\xC2\\x9B\r\nx\n\\r");
+    }
     EXPECT_EQ(seen, "one\n");
 }
 } // namespace

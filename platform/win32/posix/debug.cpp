@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "../../base/printable.h"
 #include "../../switched_function.h"
 #include "status_figures.h"
 #include "switches.h"
@@ -33,7 +34,7 @@ void OutputDebugStringA(const char* text)
     if (const auto sink = sSink.Get())
         (*sink)(text);
     else
-        std::fputs(text, stderr);
+        platform::WritePrintable(stderr, text, "\t\r\n");
 }
 
 void SetDebugStringSink(const Sink::Function& sink)
