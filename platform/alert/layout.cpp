@@ -25,6 +25,9 @@ const std::size_t kLongestParagraph = 1 << 20;
 // long word for each line of it would take quadratic time.
 const int kLongestPiece = 256;
 
+const unsigned short kLineSeparator = 0x2028;
+const unsigned short kParagraphSeparator = 0x2029;
+
 const unsigned int kBoxIconMask = 0xF0;
 
 Icon IconOfFlags(unsigned int flags)
@@ -53,7 +56,7 @@ Icon KnownIcon(int icon)
 
 bool IsLineEnd(unsigned short unit)
 {
-    return unit == '\n' || unit == '\r';
+    return unit == '\n' || unit == '\r' || unit == kLineSeparator || unit == kParagraphSeparator;
 }
 
 // Units of the line end at the place, 0 if there is none.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "../alert/console.h"
+#include "../base/printable.h"
 #include "sdl.h"
 #include "window.h"
 
@@ -71,7 +72,9 @@ void PresentInWindow(const Alert& alert)
     }
     catch (const std::runtime_error& failure)
     {
-        std::fprintf(stderr, "The alert has no window: %s.\n", failure.what());
+        std::fputs("The alert has no window: ", stderr);
+        WritePrintable(stderr, failure.what());
+        std::fputs(".\n", stderr);
         PresentOnConsole(alert);
     }
 }

@@ -208,12 +208,13 @@ class Without(unittest.TestCase):
         environment = dict(screen.environment)
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "SDL_VIDEODRIVER"):
             environment.pop(name, None)
-        for driver in ({}, {"SDL_VIDEODRIVER": "dummy"}):
+        for driver in ({}, {"SDL_VIDEODRIVER": "dummy"}, {"SDL_VIDEODRIVER": "\x1b[2J"}):
             done = subprocess.run([SHOW_ALERT, "plain", "16", "Titel", "größer"], text=True,
                                   env={**environment, **driver}, capture_output=True,
                                   timeout=PATIENCE)
             self.assertEqual((done.returncode, done.stdout), (0, "0 0\n"))
             self.assertRegex(done.stderr, r"(?s)The alert has no window: .+\n.*Titel.*größer")
+            self.assertNotIn("\x1b", done.stderr)
 
 
 if __name__ == "__main__":

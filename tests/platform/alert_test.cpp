@@ -112,6 +112,7 @@ TEST(AlertLayout, TextIsBrokenWhereItsScriptAllows)
         {u"  two in\n\n  a", {u"  two in", u"", u"  a"}},
         {u"a\rb\r\nc\n\rd", {u"a", u"b", u"c", u"", u"d"}},
         {u"tab\there\x85\x7Fx", {u"tab here", u"x"}},
+        {u"a\u2028b\u2029\u2028c", {u"a", u"b", u"", u"c"}},
         {u"0123456789abcdefghijklm no", {u"0123456789", u"abcdefghij", u"klm no"}},
         {u"to 0123456789abc", {u"to", u"0123456789", u"abc"}},
         // No line begins with a mark of punctuation, even without spaces.
