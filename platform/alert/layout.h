@@ -21,8 +21,8 @@ typedef boost::function<bool(const krobase::utility::UTF16String& line)> LineFit
 
 // The text in lines that fit, broken where its script allows, and inside a word
 // that has no room itself. Spaces at the end of a line go, and so do empty lines
-// at the end of the text. Line ends in the text ("\n", "\r\n", "\r") begin
-// a new line; other control characters become spaces. A character that doesn't
+// at the end of the text. Line ends in the text ("\n", "\r\n", "\r", U+2028,
+// U+2029) begin a new line; other control characters become spaces. A character that doesn't
 // fit alone has a line of its own.
 PLATFORM_EXPORT std::vector<krobase::utility::UTF16String>
 WrapText(const krobase::utility::UTF16String& text, const LineFits& fits);
