@@ -37,6 +37,16 @@ class Files(Case):
         self.assertEqual(os.stat(self.path("new")).st_mode & 0o777, 0o640)
         self.assertEqual(sorted(os.listdir(self.folder)), ["link", "new", "out", "text"])
 
+        long = self.path("n" * 248)  # names have at most 255 bytes
+        self.run_tool("compile", "-o", long, text)
+        os.unlink(long)
+
+        def taken_name():
+            self.file(f"new.{os.getpid():06x}", "taken")
+
+        self.run_tool("compile", "-o", self.path("new"), text, preexec_fn=taken_name)
+        names = [name for name in os.listdir(self.folder) if name.startswith("new.")]
+        self.assertEqual([self.content(name) for name in names], [b"taken"])
         self.run_tool("merge", "-o", self.path("new"), self.path("new"), text)  # onto itself
         self.assertEqual(self.content("new"), IMAGE[False])
 
@@ -88,8 +98,10 @@ class Files(Case):
 
     def test_an_image_is_not_written_to_a_terminal(self):
         leader, follower = pty.openpty()
-        result = self.run_tool("compile", "-", stdin=TEXT.encode(), stdout=follower, status=2)
-        self.assertIn("it is a terminal (see -o)", result.err)
+        for target in "-", "/dev/stdout", os.ttyname(follower):
+            result = self.run_tool("compile", "-o", target, "-", stdin=TEXT.encode(),
+                                   stdout=follower, status=2)
+            self.assertIn("it is a terminal (name a file with -o)\n", result.err)
         os.close(leader)
         os.close(follower)
 

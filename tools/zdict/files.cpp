@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <random>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -25,6 +24,7 @@ const std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
 const std::size_t kFirstRead = 1 << 16;
 const char kTooLarge[] = "it is 2 GiB or larger";
 const mode_t kPermissions = 0777;
+const int kMostNames = 1000; // tried for a new file
 
 [[noreturn]] void FailToRead(const std::string& name, const char* why)
 {
@@ -74,12 +74,16 @@ void WriteAll(int descriptor, const std::string& bytes, const std::string& name)
     }
 }
 
-void WriteInPlace(int descriptor, const std::string& bytes, const std::string& name)
+void WriteInPlace(int descriptor, const std::string& bytes, Content content,
+                  const std::string& name)
 {
     Descriptor file(descriptor);
     if (descriptor < 0)
         FailToWrite(name, std::strerror(errno));
-    WriteAll(file.Get(), bytes, name);
+    const bool isTerminal = isatty(descriptor) != 0;
+    if (isTerminal && content == Content::kBinary)
+        FailToWrite(name, "it is a terminal (name a file with -o)");
+    WriteAll(descriptor, isTerminal ? platform::Printable(bytes, "\t\n") : bytes, name);
     if (!file.Close())
         FailToWrite(name, std::strerror(errno));
 }
@@ -89,13 +93,8 @@ class FileBeside
 {
 public:
     FileBeside(const Target& target, const std::string& path)
-        : mTarget(target), mPath(path),
-          mName(target.mName + "." + std::to_string(std::random_device()())),
-          mFile(openat(mTarget.mFolder.Get(), mName.c_str(),
-                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR))
+        : mTarget(target), mPath(path), mFile(Create())
     {
-        if (mFile.Get() < 0)
-            FailToWrite(path, std::strerror(errno));
     }
     ~FileBeside()
     {
@@ -116,6 +115,24 @@ public:
     }
 
 private:
+    // O_EXCL refuses a file or a link that another process made, so the name may be guessed.
+    Descriptor Create()
+    {
+        unsigned int number = static_cast<unsigned int>(getpid());
+        for (int attempt = 1;; ++attempt, ++number)
+        {
+            char suffix[8];
+            std::snprintf(suffix, sizeof(suffix), ".%06x", number & 0xFFFFFF);
+            mName = mTarget.mName + suffix;
+            const int file = openat(mTarget.mFolder.Get(), mName.c_str(),
+                                    O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+            if (file >= 0)
+                return Descriptor(file);
+            if (errno != EEXIST || attempt == kMostNames)
+                FailToWrite(mPath, std::strerror(errno));
+        }
+    }
+
     const Target& mTarget;
     const std::string& mPath; // for people
     std::string mName;
@@ -127,15 +144,6 @@ mode_t NewFilePermissions()
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
-}
-
-void WriteToStdout(const std::string& bytes, Content content)
-{
-    const char* const name = "standard output";
-    const bool isTerminal = isatty(STDOUT_FILENO) != 0;
-    if (isTerminal && content == Content::kBinary)
-        FailToWrite(name, "it is a terminal (see -o)");
-    WriteInPlace(STDOUT_FILENO, isTerminal ? platform::Printable(bytes, "\t\n") : bytes, name);
 }
 } // namespace
 
@@ -160,12 +168,12 @@ InputFile ReadFile(const std::string& name)
 void WriteFile(const std::string& name, const std::string& bytes, Content content)
 {
     if (name == kStandardStream)
-        return WriteToStdout(bytes, content);
+        return WriteInPlace(STDOUT_FILENO, bytes, content, "standard output");
     const Target target = FindTarget(name);
     if (target.mExists && !S_ISREG(target.mState.st_mode))
         return WriteInPlace(
             openat(target.mFolder.Get(), target.mName.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC),
-            bytes, name);
+            bytes, content, name);
     FileBeside(target, name)
         .Write(bytes, target.mExists ? target.mState.st_mode & kPermissions : NewFilePermissions());
 }
