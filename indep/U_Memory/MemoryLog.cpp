@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <new>
 #include <string>
 #include <thread>
@@ -32,21 +33,36 @@ const char kHeader[] =
 
 const std::chrono::milliseconds kWaitForMemory(100);
 
-// The log thread's while it runs. The logger is never destroyed: each line has been
-// flushed, and the end of the process closes the file.
-U_ScGlobalLogger* sLogger = nullptr;
+// The loggers of all starts; the last one is the log thread's while that thread runs. No
+// logger is ever destroyed, which would write an end line: each line has been flushed, and the
+// end of the process closes the files.
+std::deque<U_ScGlobalLogger>& sLoggers = *new std::deque<U_ScGlobalLogger>;
 U_MemoryStats sPrevious = {};
 int sInterval = 1000; // milliseconds
 
 std::atomic<bool> sIsEnding(false); // the thread: it waits no longer for memory
 
-// Its end waits for the thread.
-boost::shared_ptr<AsyncThreadedExecutor> sExecutor;
+// Owns the log thread; null without one.
+boost::shared_ptr<AsyncThreadedExecutor>* sExecutor = nullptr;
+unsigned int sProcess = 0; // that started the log thread
+
+// Ends the log thread, and with the thread the rows. A child of fork has the executor but not
+// the thread: the child leaves the executor alone, whose end would wait for the thread.
+void EndThread()
+{
+    sIsEnding = true;
+    if (sProcess == GetCurrentProcessID())
+    {
+        delete sExecutor;
+        sExecutor = nullptr;
+    }
+    sIsEnding = false;
+}
 
 struct ProcessEnd
 {
-    ~ProcessEnd() { sIsEnding = true; }
-} sProcessEnd; // ends before the executor
+    ~ProcessEnd() { EndThread(); }
+} sProcessEnd;
 
 // An interval of 0 would keep the thread from ever ending. A text that is no number
 // tells no interval.
@@ -65,14 +81,11 @@ U_UTF8String PathOfLog()
     return krobase::utility::UTF16to8(U_AsciiToUTF16String(path.c_str()));
 }
 
-// Writes the start line and the header.
+// Opens the file and writes the start line and the header.
 void StartFile()
 {
-    if (sLogger)
-        sLogger->StartAgain();
-    else
-        sLogger = new U_ScGlobalLogger(reinterpret_cast<const char*>(PathOfLog().c_str()));
-    sLogger->Printf("%s", kHeader);
+    sLoggers.emplace_back(reinterpret_cast<const char*>(PathOfLog().c_str()));
+    sLoggers.back().Printf("%s", kHeader);
 }
 
 U_i64 Difference(U_u64 now, U_u64 before)
@@ -83,7 +96,7 @@ U_i64 Difference(U_u64 now, U_u64 before)
 void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
 {
     const U_MemoryStats& before = sPrevious;
-    sLogger->Printf(
+    sLoggers.back().Printf(
         "\t%llu\t%lld\t%llu\t%lld\t%llu\t%lld\t%lld\t%lld\t%llu\t%lld\t%llu\t%lld"
         "\t%llu\t%llu\t%lld\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu",
         now.mVirtual, Difference(now.mVirtual, before.mVirtual), now.mCalcMem,
@@ -137,14 +150,6 @@ void Up_LogMemoryRow(AsyncThreadedExecutor* executor)
     });
     ScheduleInTheEnd(executor);
 }
-
-// Ends the log thread, and with it the rows.
-void EndThread()
-{
-    sIsEnding = true;
-    sExecutor.reset();
-    sIsEnding = false;
-}
 } // namespace
 
 void Up_StartMemoryLog()
@@ -153,7 +158,8 @@ void Up_StartMemoryLog()
     sInterval = ReadInterval();
     StartFile();
     const boost::function<void()> nothing;
-    sExecutor = CreateAsyncThreadedExecutor("Memory YoYo Log Thread", 1, kThreadPriorityNormal,
-                                            nothing, nothing);
-    Up_ScheduleMemoryRow(sExecutor.get());
+    sExecutor = new boost::shared_ptr<AsyncThreadedExecutor>(CreateAsyncThreadedExecutor(
+        "Memory YoYo Log Thread", 1, kThreadPriorityNormal, nothing, nothing));
+    sProcess = GetCurrentProcessID();
+    Up_ScheduleMemoryRow(sExecutor->get());
 }

@@ -9,9 +9,10 @@
 // "MemoryYoYoLogInterval", at least 1, and 1000 if it is none or no number. For birth.
 //
 // The log goes on over a death until the process ends. A later start ends the old thread,
-// which may first finish a row, reads the interval again, and writes another start line and
-// header. A row is left out if a host's function throws, and late if there is no memory to
-// wait with.
+// which may first finish a row, reads the interval again, opens the file again, and writes
+// another start line and header. The files of earlier starts stay open. A row is left out if
+// a host's function throws, and late if there is no memory to wait with. A child of fork has
+// no log until its first start.
 //
 // Throws the errno, as an int, of a file that can't be opened, what starting a thread
 // throws, and std::bad_alloc. Then there is no log until the next start.

@@ -128,11 +128,6 @@ U_ScGlobalLogger::U_ScGlobalLogger(const char* pathname) : U_ScFileLogger(pathna
     StartSpan();
 }
 
-void U_ScGlobalLogger::StartAgain()
-{
-    StartSpan();
-}
-
 U_ScGlobalLogger::~U_ScGlobalLogger()
 {
     EndSpan();

@@ -72,9 +72,6 @@ public:
     explicit U_ScGlobalLogger(const char* path); // throws as the base does
     ~U_ScGlobalLogger() override;
 
-    // Begins the span anew: writes another start line, and no end line.
-    void StartAgain();
-
 protected:
     void WriteStartLine() override;
     void WriteEndLine() override;

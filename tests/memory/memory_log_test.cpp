@@ -228,6 +228,50 @@ void StartAfterFailures()
     EXPECT_GT(failedBehindTheStart, 0);
 }
 
+// Each birth opens the file: it tells a failure, and makes the file anew.
+void OpenTheFileAgain()
+{
+    ASSERT_EQ(BirthWith("true", "10"), 0);
+    EXPECT_EQ(U_Death(), 0);
+    std::remove(Path().c_str());
+    mkdir(Path().c_str(), 0700);
+    EXPECT_EQ(BirthWith("true", "10"), EISDIR);
+    rmdir(Path().c_str());
+    ASSERT_EQ(BirthWith("true", "10"), 0);
+    EXPECT_TRUE(GoesOn());
+    EXPECT_EQ(Starts(), 1);
+    EXPECT_EQ(U_Death(), 0);
+}
+
+// A child of fork that waits for the log thread of its parent never ends: SIGALRM ends the
+// child.
+int StatusOfFork(void (*run)())
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        alarm(20);
+        run();
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
+
+void StartInAChild()
+{
+    ASSERT_EQ(BirthWith("true", "10"), 0);
+    EXPECT_EQ(U_Death(), 0);
+    EXPECT_EQ(StatusOfFork([] {
+                  const bool starts = U_Birth("Memory Log", nullptr) == 0 && GoesOn();
+                  std::remove(Path().c_str());
+                  _exit(!starts);
+              }),
+              0);
+    EXPECT_TRUE(WIFEXITED(StatusOfFork([] { std::exit(0); })));
+    EXPECT_TRUE(GoesOn());
+}
+
 // Milliseconds of the day in a line's stamp.
 long Stamp(const std::string& line)
 {
@@ -285,6 +329,16 @@ TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnInterval)
 TEST(MemoryLog, GoesOnAfterABirthThatFailed)
 {
     InAProcess(&StartAfterFailures);
+}
+
+TEST(MemoryLog, EachBirthOpensTheFile)
+{
+    InAProcess(&OpenTheFileAgain);
+}
+
+TEST(MemoryLog, AChildOfForkStartsItsOwn)
+{
+    InAProcess(&StartInAChild);
 }
 
 TEST(MemoryLog, WaitsOneIntervalBetweenRows)
