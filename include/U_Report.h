@@ -43,8 +43,11 @@ const size_t U_ReportTextSize = 512;
 U_EXPORT U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error);
 
 // The meaning of a status code in the current language: "a bad parameter was passed" for 3.
-// Negative codes are system codes. A code without a meaning of its own, such as an errno
-// of U_Birth, gives "error 13". Without memory throws std::bad_alloc or the int 4.
+// Negative codes are system codes. A code without a meaning of its own gives "error 13".
+// An errno and the codes of a family of its own, such as those of hogs, share their numbers
+// with status codes and have no text here: the result is the text of the status code. For an
+// errno, such as one of U_Birth, use strerror. Without memory throws std::bad_alloc or the int
+// 4.
 U_EXPORT U_UTF16String U_GetStatusText(U_Status code);
 
 // Reports a text. What a logging callback throws passes through, and so does its

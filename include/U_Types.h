@@ -29,7 +29,8 @@ typedef U_i32 U_Status;
 
 // The library itself gives 1 to 4, 10, 14 and 5889, and where a header says so codes of
 // its family, the heap's or the system's; the others are for the modules above it.
-// U_GetStatusText (U_Report.h) returns the text of a code.
+// U_GetStatusText (U_Report.h) returns the text of a status code. An errno and a family's own
+// codes share their numbers with status codes and have no text there.
 enum : U_Status
 {
     U_Err_AlreadyTold = 1,        // the user has seen what failed: no further word

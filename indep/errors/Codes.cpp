@@ -7,6 +7,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "U_Suspend.h"
 #include "U_ZString.h"
 #include "indep/frame/Strings.h"
 
@@ -32,6 +33,7 @@ struct StatusText
 const StatusText kFurtherStatusTexts[] = {
     {U_Err_AlreadyTold, "$$$/QX/U/Status/AlreadyTold=the failure has been shown already"},
     {U_Err_UnknownException, "$$$/QX/U/Status/UnknownException=an exception of an unknown kind"},
+    {U_Err_SuspendTerminated, "$$$/QX/U/Status/SuspendTerminated=the call was given up"},
     {U_Err_NoGlobals, "$$$/QX/U/Status/NoGlobals=the library is not running"},
 };
 const char kNumberOnly[] = "$$$/QX/U/Status/Number=error ^^L1";

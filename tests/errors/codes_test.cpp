@@ -369,6 +369,7 @@ TEST_F(Codes, EachStatusHasATextForPeople)
         {12, "multiple births"},
         {13, "error 13"},
         {14, "an exception of an unknown kind"},
+        {517, "the call was given up"},
         {5889, "the library is not running"},
         {-43, "file not found"},
         {-2021, "QuickTime error"},
