@@ -10,9 +10,10 @@
 //         U_SuspendContext::NewSuspendContext();
 //     const int code = suspended->CallOnThreadedExecutor(executor, &Decode);
 //
-// At each moment one thread has the context: the caller's until the object has
-// been made, the executor's while it runs the function, and the caller's again
-// when the object ends.
+// In an ordinary call one thread at a time has the context: the caller's until the object
+// has been made, the executor's while it runs the function, and the caller's again
+// when the object ends. A third thread that took the context over within the function is
+// described at the destructor.
 
 #ifndef U_SUSPEND_H
 #define U_SUSPEND_H
@@ -44,12 +45,18 @@ public:
     // is left as it was then.
     static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
 
-    // Puts the context back, which needs no memory, and takes it from a thread that has
-    // activated it meanwhile. When a call has been given up while its function was
-    // running, this first waits up to a second for the function to end. A function that
-    // takes longer keeps the context, and the calling thread goes on without one, as does
-    // each thread that lent the context on the way there: no two threads ever have it.
-    // Their setters may end as usual; the last one to end tells the states.
+    // Puts the context back, which needs no memory, and takes the activation over from a
+    // third thread that has activated the context within the function. On the third thread
+    // the context stays current beside the calling thread's: also where the third thread's
+    // setter ended within the function, since other activations remained, and also after the
+    // calling thread's setter has ended. As long as the context lives, such a thread serves no
+    // other context: a U_ContextSetter of another context throws 3 there, and a
+    // U_WeakContextSetter does nothing.
+    // When a call has been given up while its function was running, this first waits up to a
+    // second for the function to end. A function that takes longer keeps the context, and
+    // the calling thread goes on without one, as does each thread that lent the context on
+    // the way there: the context of a call that was given up is not put back on a second
+    // thread. Their setters may end as usual; the last one to end tells the states.
     // An object that ends on another thread puts nothing back.
     virtual ~U_SuspendContext();
 
@@ -106,19 +113,24 @@ private:
     class ScLoan;
     class U_ResumeContext;
 
-    // Which thread has the suspended context. The object keeps this for its latest call, and
-    // each posted call for itself.
+    // Which thread has the suspended context. Each posted call keeps a holder of its own.
+    // The object keeps the holder of its latest call, except for a call after all calls have
+    // been given up, which leaves the object's holder alone.
     enum Holder
     {
-        // None. The object has made no call, or the posted function hasn't begun.
+        // Object: no call has been made, or the executor refused the call.
+        // Posted call: the function has not begun.
         kNobody,
-        // The thread that made the object. A call has run there, or the posted call was
-        // taken back before its function began, which therefore never runs.
+        // Object: the latest call ran on the thread that made the object.
+        // Posted call: the call was taken back before its function began; the function never
+        // runs.
         kCaller,
-        // The executor's, from when the posted function begins until it has ended.
+        // Object: the latest call was posted, from before the post until the next call. The
+        // posted call's holder says how far its function has come.
+        // Posted call: the function has begun; also after the function has ended.
         kExecutorThread,
-        // Another one, for good. The function suspended the context again, and that call was
-        // given up while it ran.
+        // Both: the function suspended the context again, and that inner call was given up
+        // while its function ran. The thread of the inner function keeps the context.
         kLost
     };
 
