@@ -60,10 +60,11 @@ U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 // the thread's text if it had one. report true repeats the thread's latest report if
 // errors have been counted since the start, on whatever thread; it is shown as before
 // the start, and the log and the callbacks hear it unless they did. fallbackText, if
-// not null, serves where the thread has no text, or has reported in quiet mode only. A
-// thread without any other report repeats that text as a fatal error, of which the process
-// dies: the errors were other threads' and must not be lost. The log hears of fallbackText in any
-// case, the callbacks only if the stretch kept its severity from them. async posts the repeat and
+// not null, serves where the thread has no text, or where each report of the thread was
+// quiet or ended by a callback. A thread without any other report repeats that text as a fatal
+// error, of which the process dies: the counted errors were other threads' and must not be
+// lost. The log hears of fallbackText in any case, the callbacks only if the stretch kept its
+// severity from them. async posts the repeat and
 // leaves it out of the log, the counts and the callbacks. Without memory for a mask of
 // its own the repeat is made behind the stretch, and the callbacks hear it once more.
 // What is neither an int nor a std::exception passes through, behind the end of the
