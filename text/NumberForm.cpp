@@ -13,6 +13,7 @@
 namespace
 {
 const U_u32 kNumberPlace = kModule | 0x1B;
+const std::size_t kMostReported = 4; // unknown letters of a form
 
 // What "%d" passes over.
 bool IsWhiteSpace(U_u16 unit)
@@ -97,8 +98,9 @@ NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)
         if (next != end && *next == '.')
             ScanInteger(++next, end, &form.mDecimals);
     }
-    // A form of many unknown letters comes from a hostile or damaged translation: one
-    // alert for each occurrence would keep the user from the host.
+    // A form of many unknown letters comes from a hostile or damaged translation: one alert
+    // for each would keep the user from the host. So a letter is reported once, and only the
+    // first few are reported.
     std::set<U_u16> reported;
     for (const U_u16* letter = first; letter != end; ++letter)
     {
@@ -106,7 +108,7 @@ NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)
             continue;
         if (const std::optional<unsigned int> option = OptionOf(*letter))
             form.mFlags |= *option;
-        else if (reported.insert(*letter).second)
+        else if (reported.size() < kMostReported && reported.insert(*letter).second)
             ReportUnknownLetter(*letter);
     }
     return form;
