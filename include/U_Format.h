@@ -144,8 +144,9 @@ U_UTF16String U_SubString16(const U_UTF16String& format, const Arguments&... arg
 // Resolves a message (U_ZString.h) for the operations above. If the translation has other
 // places than the English text, such as ^L1 for ^1, the result is the English text: the
 // values that suit the English text suit the result. The order of the places, a repeated
-// place and the text between two "@" may differ. Without an English text the translation
-// is the result. Throws as U_ZStringToUTF16String does.
+// place and the text between two "@" may differ. A message without such places is compared
+// by @0 to @9, the places of krobase::utility::ReplaceInString. Without an English text the
+// translation is the result. Throws as U_ZStringToUTF16String does.
 U_EXPORT U_UTF16String U_ZStringToFormat(const char* zstring);
 
 // Writes a number into out, 32 bytes: at least integerDigits digits in front of

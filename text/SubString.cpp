@@ -54,7 +54,8 @@ struct FormText
     std::size_t mLength;
 };
 
-// Which forms of which digits a message has.
+// Which forms of which digits a message has. A message without any is one of
+// krobase::utility::ReplaceInString, so its places @0 to @9 count.
 class Forms
 {
 public:
@@ -63,6 +64,8 @@ public:
         for (std::size_t caret = format.find('^'); caret != kNowhere;
              caret = format.find('^', caret + 1))
             Note(format, caret);
+        if (std::none_of(std::begin(mForms), std::end(mForms), [](unsigned int f) { return f; }))
+            NoteForReplace(format);
     }
 
     bool Has(int digit, Form form) const { return mForms[digit] >> form & 1; }
@@ -83,7 +86,17 @@ private:
             mForms[digit - '0'] |= 1u << form;
     }
 
-    unsigned int mForms[10] = {}; // by digit, a bit each
+    void NoteForReplace(const U_UTF16String& format)
+    {
+        for (std::size_t at = format.find('@'); at != kNowhere; at = format.find('@', at + 1))
+        {
+            const U_u16 digit = format.c_str()[at + 1];
+            if (digit >= '0' && digit <= '9')
+                mForms[digit - '0'] |= 1u << kFormCount;
+        }
+    }
+
+    unsigned int mForms[10] = {}; // by digit, a bit each; kFormCount for one of ReplaceInString
 };
 
 // Finds the place of a digit. A form counts only if the message has it as well

@@ -167,6 +167,16 @@ TEST_F(SubString, AFormatIsEnglishWhereATranslationTakesOtherValues)
     }
     EXPECT_EQ(U_ZStringToFormat("$$$/m=^^1 in ^^L2 of ^^F3"), Units(u"^1 in ^L2 of ^F3"));
     EXPECT_EQ(U_ZStringToFormat("$$$/none=100%"), Units(u"100%"));
+
+    const std::pair<const char16_t*, bool> rowsOfOnePass[] = {
+        {u"@1, @0, @0", true}, {u"@0", false}, {u"@0 @1 @9", false}, {u"@ 0 @1", false}};
+    for (const auto& [text, isTaken] : rowsOfOnePass)
+    {
+        DictionaryImage image = TextImage(u"\"$$$/m=" + std::u16string(text) + u"\"\r\n");
+        ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
+        EXPECT_EQ(U_ZStringToFormat("$$$/m=@0 is now @1") == U_ZStringToUTF16String("$$$/m"),
+                  isTaken);
+    }
 }
 
 TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
