@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <U_ZString.h>
 
 namespace
@@ -49,10 +51,16 @@ TEST(HostTexts, ATranslationWithOtherPlacesIsNotUsed)
 
 TEST(HostTexts, WithoutTheProgramsFolderNoDictionaryIsTakenFromTheCurrentOne)
 {
-    std::string path = "before";
-    EXPECT_TRUE(ShippedDictionary(*FindLanguage("de"), &path, "/missing/proc/self/exe"));
-    EXPECT_EQ(path, "");
-    EXPECT_FALSE(ShippedDictionary(*FindLanguage("en"), &path, "/missing/proc/self/exe"));
+    const std::string relative = testing::TempDir() + "relative_link_" + std::to_string(getpid());
+    ASSERT_EQ(symlink("filecache", relative.c_str()), 0);
+    for (const char* program : {"/missing/proc/self/exe", relative.c_str()})
+    {
+        std::string path = "before";
+        EXPECT_TRUE(ShippedDictionary(*FindLanguage("de"), &path, program));
+        EXPECT_EQ(path, "");
+        EXPECT_FALSE(ShippedDictionary(*FindLanguage("en"), &path, program));
+    }
+    unlink(relative.c_str());
 }
 
 TEST(HostTexts, WidthsAndCutsFollowTheColumnsOfATerminal)
