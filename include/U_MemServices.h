@@ -66,9 +66,9 @@ public:
 U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
                                              const boost::function<size_t()>& size);
 
-// Removes a manager; an unknown id does nothing. Fails never and reports nothing: without
-// memory the function is not called any more, and is destroyed by the next change of the
-// managers that finds memory.
+// Removes a manager; an unknown id does nothing. Never fails and reports nothing. If
+// memory is missing, the function is not called any more, and the next change of the
+// managers that finds memory destroys the function.
 U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
 
 // Returns the sum of all managers' bytes now. Calls their functions in the order of the ids.

@@ -50,7 +50,7 @@ PLATFORM_EXPORT void ClearProfile();
 //
 // An empty sink restores the default sink, which writes each line to stderr as
 // "[level] category tag: text". The default sink escapes control characters and bytes
-// that are not UTF-8, as Printable does, except for tabs. A line feed inside the text
+// that are not UTF-8, as Printable does, except for tabs of the text. A line feed inside the text
 // begins a new line with an indent of four spaces, so that no text can begin a line of
 // the log; a line feed at the end of the text is left out.
 //

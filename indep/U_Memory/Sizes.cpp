@@ -38,7 +38,7 @@ U_i32 NarrowSize(U_u64 size)
     }
 }
 
-// What is no handle may point anywhere, and to no boundary of a pointer.
+// A pointer that is not a handle may be unreadable or misaligned, so the block is copied out.
 void* BlockOf(void** handle)
 {
     void* block = nullptr;

@@ -13,8 +13,8 @@
 #include "private/thread_record.h"
 
 #if defined(__ELF__)
-// Of the leak checker, if the process has one: a host may be built with a sanitizer where
-// this library is not.
+// A function of the leak checker. The address is null in a process without a leak checker.
+// Weak, since a host may be built with a sanitizer while this library is built without one.
 extern "C" __attribute__((weak)) void __lsan_register_root_region(const void*, std::size_t);
 #endif
 
@@ -75,7 +75,8 @@ bool EnterInDirectory(Slab* slab)
     return true;
 }
 
-// Without this a leak checker would report all blocks: it searches no mapped memory.
+// Registers the slab with the leak checker, which searches no mapped memory by itself.
+// Without the registration the leak checker reports each object that only a block refers to.
 void ShowToLeakChecker(const Slab* slab)
 {
 #if defined(__ELF__)

@@ -47,7 +47,7 @@ const char* Shown(const char* text)
     return text ? text : "";
 }
 
-const char kKept[] = "\t"; // which parts the columns of a report
+const char kKept[] = "\t"; // a tab separates the columns of a report
 
 // The indent keeps a line of the text apart from a line of the log.
 template <class Write> void WriteText(std::string_view text, const Write& write)

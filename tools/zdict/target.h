@@ -33,7 +33,7 @@ struct Target
     Descriptor mFolder; // for the operations that take a folder and a name in it
     std::string mName;
     bool mExists;
-    struct stat mState; // of the file, if it exists; it is no link
+    struct stat mState; // of the file, if it exists; never of a link
 };
 
 // Walks from folder to folder, so that no link that is put in place meanwhile is followed.
