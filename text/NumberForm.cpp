@@ -13,7 +13,7 @@
 namespace
 {
 const U_u32 kNumberPlace = kModule | 0x1B;
-const std::size_t kMostReported = 4; // unknown letters of a form
+const std::size_t kMostReported = 32; // unknown letters of a form
 
 // What "%d" passes over.
 bool IsWhiteSpace(U_u16 unit)
@@ -100,7 +100,7 @@ NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)
     }
     // A form of many unknown letters comes from a hostile or damaged translation: one alert
     // for each would keep the user from the host. So a letter is reported once, and only the
-    // first few are reported.
+    // first 32 are reported.
     std::set<U_u16> reported;
     for (const U_u16* letter = first; letter != end; ++letter)
     {
