@@ -5,8 +5,8 @@
 // Both conversions return the count written or needed, or 0 with the reason in
 // GetLastError: 87 for a bad argument, an unknown code page, source and
 // destination that overlap or a count above 2^31 - 1; 122 if the destination is
-// too small, which then holds what characters fit; 1004 for flags other than 0;
-// 8 if the code page's tables, made on its first use, can't be had.
+// too small, which then holds what characters fit; 1004 for other flags than those
+// named below; 8 if the code page's tables, made on its first use, can't be had.
 
 #ifndef WIN32_TEXT_H
 #define WIN32_TEXT_H
@@ -17,6 +17,8 @@ namespace win32
 {
 const unsigned int kCodePageActive = 0; // stands for the active code page
 const unsigned int kCodePageUTF8 = 65001;
+
+const unsigned int kNoBestFitChars = 0x400; // a flag
 
 const unsigned int kErrorNotEnoughMemory = 8;
 const unsigned int kErrorInvalidParameter = 87;
@@ -34,15 +36,16 @@ PLATFORM_EXPORT unsigned int GetACP();
 // is no known code page.
 PLATFORM_EXPORT int IsDBCSLeadByteEx(unsigned int codePage, unsigned char byte);
 
-// To UTF-16. What is no character becomes the code page's default character,
-// in UTF-8 U+FFFD.
+// To UTF-16. Bytes that are no character become the code page's default character,
+// in UTF-8 U+FFFD. flags is 0.
 PLATFORM_EXPORT int MultiByteToWideChar(unsigned int codePage, unsigned int flags,
                                         const char* bytes, int byteCount, unsigned short* units,
                                         int capacity);
 
-// From UTF-16. A unit without an equivalent becomes the nearest that the code
-// page has, or defaultCharacter (null: the code page's own), and then sets
-// *usedDefault, which may be null. In UTF-8 both must be null, and half of a
+// From UTF-16. A unit that the code page lacks becomes its best fit, the nearest
+// character of the page. A unit without a best fit becomes defaultCharacter (null: the
+// code page's own) and sets *usedDefault, which may be null. With kNoBestFitChars a best
+// fit is never taken. In UTF-8 both pointers must be null and flags 0, and half of a
 // surrogate pair becomes U+FFFD.
 PLATFORM_EXPORT int WideCharToMultiByte(unsigned int codePage, unsigned int flags,
                                         const unsigned short* units, int unitCount, char* bytes,

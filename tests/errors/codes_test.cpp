@@ -244,6 +244,7 @@ private:
 };
 
 const U_u32 kOutOfMemory = 33;
+const U_u32 kDash = 106;
 const U_u32 kTextAndReason = 107;
 const U_u32 kTextAndCode = 109;
 } // namespace
@@ -341,7 +342,7 @@ TEST_F(Codes, WhatDoesNotFitTheBufferIsCutAtACharacter)
 
     // Characters of two bytes each.
     const ScActiveCodePage japanese(932);
-    Translate({{KeyOf(kOutOfMemory), u"\u30BD\u30BD"}});
+    Translate({{KeyOf(kOutOfMemory), u"\u30BD\u30BD"}, {KeyOf(kDash), u" \u2015 "}});
     const std::pair<std::size_t, const char*> kRows[] = {
         {502, " \x81\x5C \x83\x5C\x83\x5C."},
         {503, " \x81\x5C \x83\x5C\x83\x5C"},

@@ -27,7 +27,7 @@ const PageSource kPages[] = {
     {1257, "ibm-9449_P100-2002", LeadBytes::kNone, '?'},
     {1258, "ibm-5354_P100-1998", LeadBytes::kNone, '?'},
     {10000, "macos-0_2-10.2", LeadBytes::kNone, '?'},
-    {kMacJapanese, "ibm-943_P15A-2003", LeadBytes::kJapanese, kMiddleDot},
+    {10001, "ibm-943_P15A-2003", LeadBytes::kJapanese, kMiddleDot},
     {10007, "macos-7_3-10.2", LeadBytes::kNone, '?'},
 };
 

@@ -1,6 +1,7 @@
-// The code pages with one or two bytes a character, as tables. They are made
-// out of ICU's converters when a page is first asked for, stay for good, and
-// are made and read without a lock.
+// The code pages with one or two bytes a character, as tables. The first use of a page
+// makes its tables from ICU's converter and from code_page_tables.inc. The tables are
+// never freed, and are made and read without a lock. In all pages, bytes below 0x80 are
+// ASCII.
 
 #ifndef WIN32_POSIX_CODE_PAGE_H
 #define WIN32_POSIX_CODE_PAGE_H
@@ -13,13 +14,22 @@ namespace win32
 {
 struct CodePage
 {
-    bool mIsAscii = false;               // bytes below 0x80 are ASCII
     bool mIsLead[256] = {};              // whether a byte begins a character of two
     Unit mDefaultUnit = '?';             // for a sequence of bytes that is no character
-    Byte mDefaultByte = '?';             // for a unit without an equivalent
+    Byte mDefaultByte = '?';             // for a unit without bytes
     Unit mSingles[256] = {};             // by byte
     std::unique_ptr<Unit[][256]> mPairs; // by lead byte less 0x80 and second byte; null: none
-    Unit mBytes[0x10000] = {};           // by unit; above 0xFF lead byte and second; 0: none
+    Unit mBytes[0x10000] = {};           // by unit, or of its best fit; 0: none
+
+    // Bytes above 0xFF are a lead byte and its second.
+    Unit& UnitOf(Unit bytes)
+    {
+        return bytes > 0xFF ? mPairs[(bytes >> 8) - 0x80][bytes & 0xFF] : mSingles[bytes];
+    }
+    Unit UnitOf(Unit bytes) const { return const_cast<CodePage*>(this)->UnitOf(bytes); }
+
+    // Whether mBytes has no more than the best fit of a unit.
+    bool HasOnlyBestFit(Unit unit) const { return UnitOf(mBytes[unit]) != unit; }
 };
 
 // Whether the page can be asked for, and whether a byte leads in it, without

@@ -9,8 +9,6 @@
 
 namespace win32
 {
-const unsigned int kMacJapanese = 10001;
-
 enum class LeadBytes
 {
     kNone,

@@ -14,10 +14,9 @@ struct PageDecoder
     Cursor<Byte, Output> Run(Cursor<Byte, Output> at, const Byte* stop, const Byte* end) const
     {
         const CodePage& page = mPage;
-        const bool isAscii = page.mIsAscii;
         while (at.mNext < stop)
         {
-            if (*at.mNext < 0x80 && isAscii)
+            if (*at.mNext < 0x80)
                 at = PutAscii(at, stop);
             else if (page.mIsLead[*at.mNext])
                 at = PutPair(at, end);
@@ -42,7 +41,7 @@ struct PageDecoder
     const CodePage& mPage;
 };
 
-struct PageEncoder
+template <bool kForBestFits> struct PageEncoder
 {
     typedef Unit Source;
     typedef Byte Target;
@@ -52,17 +51,18 @@ struct PageEncoder
     Cursor<Unit, Output> Run(Cursor<Unit, Output> at, const Unit* stop, const Unit*) const
     {
         const CodePage& page = mPage;
-        const bool isAscii = page.mIsAscii;
         while (at.mNext < stop)
         {
             const Unit unit = *at.mNext;
-            if (unit < 0x80 && isAscii)
+            if (unit < 0x80)
             {
                 at = PutAscii(at, stop);
                 continue;
             }
             ++at.mNext;
-            const Unit bytes = page.mBytes[unit] || !unit ? page.mBytes[unit] : Default();
+            Unit bytes = page.mBytes[unit];
+            if (!bytes || (kForBestFits && page.HasOnlyBestFit(unit)))
+                bytes = Default();
             if (bytes > 0xFF)
                 at.mOutput.Put(static_cast<Byte>(bytes >> 8));
             at.mOutput.Put(static_cast<Byte>(bytes));
@@ -97,14 +97,16 @@ std::size_t FromPage(const CodePage& page, const Byte* bytes, std::size_t length
 std::size_t CountToPage(const CodePage& page, const Unit* units, std::size_t length,
                         DefaultCharacter& fallback)
 {
-    const PageEncoder encoder = {page, fallback};
-    return Count(encoder, units, length);
+    if (fallback.mForBestFits)
+        return Count(PageEncoder<true>{page, fallback}, units, length);
+    return Count(PageEncoder<false>{page, fallback}, units, length);
 }
 
 std::size_t ToPage(const CodePage& page, const Unit* units, std::size_t length, Byte* bytes,
                    std::size_t capacity, DefaultCharacter& fallback)
 {
-    const PageEncoder encoder = {page, fallback};
-    return Fill(encoder, units, length, bytes, capacity);
+    if (fallback.mForBestFits)
+        return Fill(PageEncoder<true>{page, fallback}, units, length, bytes, capacity);
+    return Fill(PageEncoder<false>{page, fallback}, units, length, bytes, capacity);
 }
 } // namespace win32

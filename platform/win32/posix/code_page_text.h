@@ -7,10 +7,11 @@
 
 namespace win32
 {
-// What stands for a unit without an equivalent, and whether it was needed.
+// The character for units without an equivalent.
 struct DefaultCharacter
 {
-    Unit mBytes; // above 0xFF a lead byte and its second
+    Unit mBytes;       // above 0xFF a lead byte and its second
+    bool mForBestFits; // also for units that have no more than a best fit
     bool mUsed;
 };
 

@@ -73,14 +73,15 @@ int Answer(std::size_t count)
     return count <= INT_MAX ? static_cast<int>(count) : Fail(kErrorInvalidParameter);
 }
 
-DefaultCharacter DefaultOf(const CodePage& page, const char* wanted)
+// The bytes of the default character.
+Unit DefaultOf(const CodePage& page, const char* wanted)
 {
     if (!wanted)
-        return {page.mDefaultByte, false};
+        return page.mDefaultByte;
     const Byte lead = static_cast<Byte>(wanted[0]);
     if (!page.mIsLead[lead] || !wanted[1])
-        return {lead, false};
-    return {static_cast<Unit>(lead << 8 | static_cast<Byte>(wanted[1])), false};
+        return lead;
+    return static_cast<Unit>(lead << 8 | static_cast<Byte>(wanted[1]));
 }
 } // namespace
 
@@ -141,7 +142,7 @@ int WideCharToMultiByte(unsigned int codePage, unsigned int flags, const unsigne
     if (!IsKnown(codePage) || !AreArguments(units, unitCount, bytes, capacity) ||
         (codePage == kCodePageUTF8 && (defaultCharacter || usedDefault)))
         return Fail(kErrorInvalidParameter);
-    if (flags)
+    if (flags && (flags != kNoBestFitChars || codePage == kCodePageUTF8))
         return Fail(kErrorInvalidFlags);
     const std::size_t length = SourceLength(units, unitCount);
     if (length > INT_MAX || (capacity && Overlap(units, length, bytes, capacity)))
@@ -154,7 +155,7 @@ int WideCharToMultiByte(unsigned int codePage, unsigned int flags, const unsigne
     const CodePage* page = FindCodePage(codePage);
     if (!page)
         return Fail(kErrorNotEnoughMemory);
-    DefaultCharacter fallback = DefaultOf(*page, defaultCharacter);
+    DefaultCharacter fallback = {DefaultOf(*page, defaultCharacter), flags != 0, false};
     const std::size_t count = room ? ToPage(*page, units, length, target, room, fallback)
                                    : CountToPage(*page, units, length, fallback);
     if (usedDefault)
