@@ -7,8 +7,10 @@
 // substitute. The substitute goes by the code page that is active at the time:
 // text kept over a change of it may come back with another sign for U+2206.
 //
-// What the target of a conversion lacks becomes the nearest or the default
-// character. A conversion that the system refuses throws its error code as an int
+// A character that the target of a conversion lacks becomes its best fit, the nearest
+// character in the system's tables, or else the default character.
+//
+// A conversion that the system refuses throws its error code as an int
 // (1 if the system gave none): 87 for a text that is too long, its result being
 // counted in signed 32 bits, or for an unknown code page; 8 if there is no memory
 // for the tables of a code page that is used for the first time. It is reported
@@ -30,9 +32,9 @@
 U_EXPORT U_UTF16String U_MBToUTF16String(const std::string& text);
 U_EXPORT U_UTF16String U_MBToUTF16String(const char* text);
 
-// exact: a character that the code page has no equivalent for, not even a near
-// one, throws the int 10. Code page 65001 has all, apart from half a surrogate
-// pair, which becomes U+FFFD.
+// exact: a character that the code page lacks throws the int 10, whether or not the
+// character has a best fit. Code page 65001 has all, apart from half a surrogate pair,
+// which becomes U+FFFD.
 U_EXPORT std::string U_UTF16ToMBString(const U_UTF16String& text, bool exact);
 U_EXPORT std::string U_UTF16ToMBString(const U_u16* text, bool exact);
 

@@ -69,7 +69,8 @@ U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t leng
     return units;
 }
 
-// usedDefault: null, or set if a character had no equivalent. Not for UTF-8.
+// usedDefault: null, or set if the code page lacks a character, also one with a best fit.
+// REQUIRES: null for UTF-8.
 template <class String>
 String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, int* usedDefault)
 {
@@ -79,7 +80,8 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
     const int unitCount = SystemCount(length);
     const int capacity = SystemCount(length * BytesPerUnit(codePage));
     bytes.resize(static_cast<std::size_t>(capacity));
-    const int count = win32::WideCharToMultiByte(codePage, 0, units, unitCount,
+    const unsigned int flags = usedDefault ? win32::kNoBestFitChars : 0;
+    const int count = win32::WideCharToMultiByte(codePage, flags, units, unitCount,
                                                  reinterpret_cast<char*>(&bytes[0]), capacity,
                                                  nullptr, usedDefault);
     if (count == 0)
