@@ -8,7 +8,8 @@
 // a call of the host's handler, on the thread that failed and with no lock held.
 // Several threads may fail at once; the first of them whose handler returns ends the
 // process as a rule, also while those of others still run. Each failure makes a call. A
-// failure within the handler calls no handler a second time.
+// failure within the handler calls no handler a second time; if the failure has also damaged
+// the stack, a second call is possible.
 //
 // A handler need not return. It may jump out with siglongjmp, whose sigsetjmp has saved the
 // signal mask: with the mask that a hardware exception leaves in the handler, the thread's

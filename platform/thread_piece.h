@@ -13,17 +13,17 @@
 
 namespace platform
 {
-// The calling thread's piece of one type; it goes when the thread ends. In the place of a
-// thread-local variable with a destructor: where the C library has no memory to register
-// that destructor, it ends the process.
+// The calling thread's piece of one type, which is destroyed when the thread ends. For use in
+// place of a thread-local variable with a destructor: if the C library has no memory to
+// register such a destructor, it ends the process.
 template <class Piece> class ThreadPiece
 {
 public:
-    // Null if the thread has none.
+    // Returns null if the thread has no piece.
     static Piece* Find() { return Slot().get(); }
 
-    // Zeroed if new. Null without memory, which isn't reported: a report goes on
-    // without what it would remember.
+    // Returns the thread's piece, a new one zeroed. Returns null without memory, and reports
+    // nothing: a report itself uses pieces.
     static Piece* Make()
     {
         const ScQuietNew quiet;
@@ -33,11 +33,12 @@ public:
                 return present;
             auto piece = std::make_unique<Piece>();
             Slot().reset(piece.get()); // needs memory itself
-            return piece.release();
+            // Boost does not report that the system's own slot could not be set.
+            return Find() == piece.get() ? piece.release() : nullptr;
         }
         catch (const std::exception&)
         {
-            return Find(); // whoever was told of the failure may have made it
+            return nullptr;
         }
     }
 

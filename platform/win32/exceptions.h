@@ -24,6 +24,11 @@ typedef int (*TopLevelExceptionFilter)(EXCEPTION_POINTERS* exception);
 // Replaces the process's filter and returns the one before; null for none. Any thread.
 PLATFORM_EXPORT TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter);
 
+// Calls the function. If a hardware exception interrupts the function, leaves it at once
+// without the filter, and returns false. No destructor of the function's frames runs then.
+// Works while a filter is set. For reading memory that may be damaged.
+PLATFORM_EXPORT bool CallUntilException(void (*function)(void* data), void* data);
+
 const unsigned int kLargestStackGuarantee = 256 << 10; // bytes
 
 // Keeps a stack for the filter at hand for the calling thread, for when its own has

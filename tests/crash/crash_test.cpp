@@ -290,11 +290,17 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
 
 TEST(Crashes, AHandlerThatJumpsOutIsCalledForTheNextFailureAndNotForItsOwn)
 {
-    for (const auto& [crash, second] : {std::pair<Crash, Crash>(&WriteToNull, &Terminate),
-                                        {&OverflowStack, &Terminate},
-                                        {&Terminate, &Terminate},
-                                        {&Terminate, &WriteToNull},
-                                        {&DivideByZero, &DivideByZero}})
+    const Crash kCallNowhere = [] { reinterpret_cast<void (*)()>(0x1234)(); };
+    // A stack that ends at an address without code does not show that the handler runs: one
+    // more call is made.
+    for (const auto& [crash, second, calls] :
+         {std::tuple<Crash, Crash, int>(&WriteToNull, &Terminate, 5),
+          {&OverflowStack, &Terminate, 5},
+          {&Terminate, &Terminate, 5},
+          {&Terminate, &WriteToNull, 5},
+          {&DivideByZero, &DivideByZero, 5},
+          {kCallNowhere, &Terminate, 5},
+          {&Terminate, kCallNowhere, 6}})
     {
         const Death death = RunToDeath([crash = crash, second = second] {
             static volatile int sRound = 0;
@@ -315,7 +321,7 @@ TEST(Crashes, AHandlerThatJumpsOutIsCalledForTheNextFailureAndNotForItsOwn)
         });
         SCOPED_TRACE(death.told);
         EXPECT_TRUE(WIFSIGNALED(death.status)) << death.status;
-        EXPECT_EQ(death.Count("handler on"), 5);
+        EXPECT_EQ(death.Count("handler on"), calls);
     }
 }
 

@@ -88,9 +88,11 @@ public:
         return formats;
     }
 
-    // With a terminator; empty if it can't be done.
+    // Returns the text with a terminator; empty without memory or for an empty pattern.
     std::u16string Write(const std::u16string& pattern, UDate date)
     {
+        if (pattern.empty())
+            return {};
         if (mOpen.size() > kMostOpen)
             mOpen.clear();
         icu::LocalUDateFormatPointer& format = mOpen[pattern];
@@ -127,6 +129,9 @@ private:
         mTime = StylePattern(locale, UDAT_MEDIUM, UDAT_NONE);
         mTimeWithoutSeconds = StylePattern(locale, UDAT_SHORT, UDAT_NONE);
         mLocale = locale;
+        if (mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
+            mTimeWithoutSeconds.empty())
+            *this = UserFormats(); // without memory: the next use loads again
     }
 
     std::string mLocale;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csetjmp>
 #include <csignal>
 #include <functional>
 #include <iterator>
@@ -52,6 +53,9 @@ PLATFORM_THREAD_LOCAL const void* tContext = nullptr;
 PLATFORM_THREAD_LOCAL const void* tFrame = nullptr;
 PLATFORM_THREAD_LOCAL const void* tAddress = nullptr;
 PLATFORM_THREAD_LOCAL bool tComesBack = false;
+
+// The place to which an exception jumps out of CallUntilException; null outside of it.
+PLATFORM_THREAD_LOCAL sigjmp_buf* tEscape = nullptr;
 
 void OnSignal(int number, siginfo_t* info, void* context);
 
@@ -159,6 +163,8 @@ void Repeat(int number, siginfo_t* info)
 // place: he may deal with the exception, and later ones need the filter, too.
 void OnSignal(int number, siginfo_t* info, void* context)
 {
+    if (tEscape)
+        siglongjmp(*tEscape, 1);
     const int errorBefore = errno;
     const Signal& signal =
         *std::find_if(std::begin(sSignals), std::end(sSignals),
@@ -232,6 +238,28 @@ void TakeActionsDown()
         signal.mIsCovered = !RestoreAction(signal) || signal.mIsCovered;
 }
 } // namespace
+
+// The four signals are let through, since the caller may be the filter, which blocks them.
+bool CallUntilException(void (*function)(void* data), void* data)
+{
+    sigset_t let;
+    sigemptyset(&let);
+    for (const Signal& signal : sSignals)
+        sigaddset(&let, signal.mNumber);
+    sigset_t before;
+    pthread_sigmask(SIG_UNBLOCK, &let, &before);
+    sigjmp_buf escape;
+    sigjmp_buf* volatile outer = tEscape;
+    const bool completes = sigsetjmp(escape, 0) == 0;
+    if (completes)
+    {
+        tEscape = &escape;
+        function(data);
+    }
+    tEscape = outer;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return completes;
+}
 
 TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter)
 {
