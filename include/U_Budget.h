@@ -17,8 +17,9 @@
 // - The comparison of a measured block with a limit and the charge for the block are one
 //   atomic step. Of two threads that compete for the last room one gets the block; the
 //   other makes room or is refused. So measured blocks never take use past the maximum
-//   limit. Four kinds of charge are outside this rule: the rounding of a recycled block, up
-//   to two fifths of the block; a block that the heap has refused once and gives at a later
+//   limit. Five kinds of charge are outside this rule: the rounding of a recycled block, up
+//   to two fifths of the block; a recycled block that another thread takes from the pool and
+//   gives back during the comparison; a block that the heap has refused once and gives at a later
 //   attempt; blocks that a callback allocates or resizes on the allocating thread; and the
 //   memory of U_PurgeLoop and of U_DuplicateHandleToPlatform, which is not tracked.
 // - A block that is refused by the heap is no longer charged when the library logs the

@@ -74,17 +74,20 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
     return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
 }
 
-// The bytes beside the usage are read after the figure. A block that moves from there to the
-// figure is charged before it leaves, and a block that moves there enters before its charge
-// is taken off: either it is counted, or the figure has changed and the exchange fails.
+// A block that moves from beside the usage into the figure is charged before it leaves, and a
+// block that moves out of the figure is there before its charge is taken off. So the larger of
+// two readings, before and after the figure, counts the block. If the block is back beside the
+// usage after the exchange, the readings may have missed it: then the claim is made anew.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
                 unsigned long long limit, unsigned long long (*beside)(), unsigned long long* usage)
 {
-    long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
+    const auto readBeside = [beside] { return beside ? static_cast<long long>(beside()) : 0; };
     for (;;)
     {
-        const long long seen =
-            figure - ClaimOf(record) + static_cast<long long>(beside ? beside() : 0);
+        const long long before = readBeside();
+        long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
+        const long long most = std::max(before, readBeside());
+        const long long seen = figure - ClaimOf(record) + most;
         // The parts are summed near the limit only: the sum visits every thread.
         if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
         {
@@ -94,13 +97,14 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
         }
         if (!record || !growth)
             return true;
-        if (sProcessUsage.mBytes.compare_exchange_weak(
+        if (!sProcessUsage.mBytes.compare_exchange_strong(
                 figure, figure + static_cast<long long>(growth), std::memory_order_acq_rel,
-                std::memory_order_acquire))
-        {
-            record->mClaimed += growth;
+                std::memory_order_relaxed))
+            continue;
+        record->mClaimed += growth;
+        if (readBeside() <= most)
             return true;
-        }
+        ReleaseClaim(*record, record->mClaimed - growth);
     }
 }
 

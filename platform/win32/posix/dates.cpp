@@ -83,16 +83,14 @@ public:
     {
         UserFormats* const formats = platform::ThreadPiece<UserFormats>::Make();
         const std::string locale = UserLocaleId();
-        if (formats && locale != formats->mLocale)
-            formats->Load(locale);
+        if (formats && locale != formats->mLocale && !formats->Load(locale))
+            return nullptr;
         return formats;
     }
 
-    // Returns the text with a terminator; empty without memory or for an empty pattern.
+    // Returns the text with a terminator; empty without memory.
     std::u16string Write(const std::u16string& pattern, UDate date)
     {
-        if (pattern.empty())
-            return {};
         if (mOpen.size() > kMostOpen)
             mOpen.clear();
         icu::LocalUDateFormatPointer& format = mOpen[pattern];
@@ -121,17 +119,18 @@ public:
 private:
     static const std::size_t kMostOpen = 8;
 
-    void Load(const std::string& locale)
+    // Returns false without memory; then the next use loads again.
+    bool Load(const std::string& locale)
     {
         mOpen.clear();
         mShortPicture = WithFullYear(PictureOf(StylePattern(locale, UDAT_NONE, UDAT_SHORT)));
         mLongPicture = PictureOf(StylePattern(locale, UDAT_NONE, UDAT_FULL));
         mTime = StylePattern(locale, UDAT_MEDIUM, UDAT_NONE);
         mTimeWithoutSeconds = StylePattern(locale, UDAT_SHORT, UDAT_NONE);
-        mLocale = locale;
-        if (mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
-            mTimeWithoutSeconds.empty())
-            *this = UserFormats(); // without memory: the next use loads again
+        const bool isComplete = !mShortPicture.empty() && !mLongPicture.empty() && !mTime.empty() &&
+                                !mTimeWithoutSeconds.empty();
+        mLocale = isComplete ? locale : std::string();
+        return isComplete;
     }
 
     std::string mLocale;
