@@ -64,7 +64,8 @@ void* NewRecycled(U_u64 size, Claim* claim)
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
     auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
-    const U_u64 growth = size + 2 * kHeaderBytes; // and the block's rounding, charged with it
+    const U_u64 growth =
+        size + U_u64(2) * kHeaderBytes; // and the block's rounding, charged with it
     return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
 }
 

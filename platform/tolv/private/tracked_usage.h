@@ -20,8 +20,8 @@
 
 namespace tolv
 {
-const long long kDirectCharge = 2048;  // bytes
-const long long kHandOver = 14 * 1024; // bytes
+const long long kDirectCharge = 2048; // bytes
+const long long kHandOver = 14336;    // bytes
 
 // Every thread writes the figure, and each processor fetches two cache lines at once.
 struct alignas(2 * platform::kCacheLine) ProcessUsage
