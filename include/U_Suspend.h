@@ -56,7 +56,7 @@ public:
     // second for the function to end. A function that takes longer keeps the context, and
     // the calling thread goes on without one, as does each thread that lent the context on
     // the way there: the context of a call that was given up is not put back on a second
-    // thread. Their setters may end as usual; the last one to end tells the states.
+    // thread. Their setters may end as usual; the last setter to end calls the states.
     // An object that ends on another thread puts nothing back.
     virtual ~U_SuspendContext();
 

@@ -45,7 +45,7 @@ typedef boost::shared_ptr<const Managers> Table;
 boost::mutex& sTableLock = *new boost::mutex; // guards sTable
 Table& sTable = *new Table;
 
-// Whether there is a table. Mostly there is none, and every larger block asks.
+// True while there is a table. Most hosts have none, and every measured block reads the flag.
 std::atomic<bool> sHasManagers(false);
 
 Table TakeTable()

@@ -4,7 +4,7 @@
 #define INDEP_FRAME_FATAL_H
 
 // Makes the last call: the host's handler, unless the calling thread is within the handler
-// already, and the line in the log that tells that the call is over. For the paths on which
+// already, and the log line after the call. For the paths on which
 // the process dies. Allocates nothing itself.
 void Up_CallHandler() noexcept;
 

@@ -13,7 +13,7 @@ struct Head
     bool mIsPrintable;
 };
 
-// Whether a list of kept bytes holds the byte at the head of a text.
+// Returns whether the list of kept bytes holds the first byte of the text.
 bool IsKept(std::string_view text, std::string_view kept)
 {
     const bool isOverwriting = text[0] == '\r' && text.substr(0, 2) != "\r\n";

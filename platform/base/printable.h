@@ -17,7 +17,7 @@
 
 namespace platform
 {
-// Whether a character of Unicode is a control character.
+// Returns whether a Unicode character is a control character.
 inline bool IsControl(unsigned int character)
 {
     return character < 0x20 || (character >= 0x7F && character < 0xA0);

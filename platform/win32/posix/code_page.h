@@ -28,7 +28,7 @@ struct CodePage
     }
     Unit UnitOf(Unit bytes) const { return const_cast<CodePage*>(this)->UnitOf(bytes); }
 
-    // Whether mBytes has no more than the best fit of a unit.
+    // True if mBytes holds only the best fit of a unit.
     bool HasOnlyBestFit(Unit unit) const { return UnitOf(mBytes[unit]) != unit; }
 };
 
