@@ -1,17 +1,26 @@
 // Hogs: names under which handles are counted.
 //
-// A module registers a name once and allocates its handles under the identifier
-// that it gets: the library knows how many of them live and how many bytes they
-// hold, and can name in a leak report who left some. A hog handle is a handle of
-// U_Alloc.h with a header of 16 bytes in front of the data; sizes here don't
-// include it, and only the operations here resize or free it.
+// A module registers a name once and allocates its handles under the identifier. The library
+// counts the live handles of each hog and their bytes, and can report at death which hogs
+// have handles left. A hog handle is a handle of U_Alloc.h with a header of 16 bytes before
+// the data. Sizes are in bytes, without the header.
 //
-// All operations may be called on any thread between birth and death; one handle
-// is used by one thread at a time. Sizes are in bytes. An identifier that isn't
-// registered, and a handle that is null, isn't live, has no room for the header, or
-// whose header tells no registered hog, are reported as "bad tracked memory ID" and
-// give 2. A plain handle whose first bytes happen to tell one, as 16 zeros do, can't
-// be told from a hog handle. A null address for an answer gives 3, with a report.
+//     U_u32 hog = 0;
+//     void** handle = nullptr;
+//     if (U_RegisterHog("Thumbnails", &hog) == 0)
+//         U_NewHogHandle(hog, 1, "Thumbnail", 4096, U_Hog_Clear, &handle);
+//     U_FreeHogHandle(handle);
+//
+// Thread safety: all functions may be called on any thread between birth and death. One
+// handle is used by one thread at a time.
+//
+// Failures of all functions:
+// - An identifier that is not registered is reported as "bad tracked memory ID" and gives 2.
+//   The same holds for a handle that is null, is not live, has no room for the header, or
+//   whose header has no registered index. A plain handle whose first bytes happen to hold a
+//   registered index, such as 16 zeros, cannot be told from a hog handle.
+// - A null address for an answer is reported and gives 3.
+// - Only the functions here may resize or free a hog handle.
 
 #ifndef U_HOG_H
 #define U_HOG_H
@@ -21,7 +30,7 @@
 enum : U_u32
 {
     U_Hog_Clear = 1, // zero the data
-    U_Hog_Quiet = 2  // don't tell the user of a failure
+    U_Hog_Quiet = 2  // do not report a failure to the user
 };
 
 // Stores the identifier of a new hog in *id. The name is copied. A name that is registered
@@ -34,49 +43,56 @@ enum : U_u32
 // that does.
 U_EXPORT U_Status U_RegisterHog(const char* name, U_u32* id);
 
-// Allocates a handle with size bytes of data; flags are those above, others are
-// ignored. location and opName are for the report of a failure. The caller owns
-// *out, which is null after a failure: 2, or 4 without memory and for data that
-// with the header are larger than a block can be.
+// Allocates a handle with `size` bytes of data for the hog. `flags`: those above; other bits
+// are ignored. `location` and `opName` are for the report of a failure. The caller owns *out,
+// which is null after a failure.
+//
+// Returns: 0, 2, or 4 without memory or for data that with the header are larger than the
+// largest block.
 U_EXPORT U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size,
                                  U_u32 flags, void*** out);
 
-// Frees the handle, also a locked one. Returns 0, 2 with nothing freed, or the
-// code of U_GetHandleSize, in which case the handle is gone, but still counted.
-// A handle that is left over a death is for U_FreeHandle: in the next life this would
-// report it as foreign and count it off the hog that has the index of its old one, or
-// refuse it if there is none.
+// Frees the handle, also a locked handle.
+//
+// Returns: 0; 2 with nothing freed; or the code of U_GetHandleSize, and then the handle is
+// freed and still counted.
+// Failures: free a handle that is left from an earlier life with U_FreeHandle. This function
+// would report it as foreign and take it off the hog that has its index now.
 U_EXPORT U_Status U_FreeHogHandle(void** handle);
 
-// Gives the data a new size; bytes added aren't cleared. The handle keeps its
-// value. On failure nothing has changed: 1 for a locked handle, with a report,
-// 2, or 4 without memory.
+// Changes the size of the data. Added bytes are not cleared. The handle keeps its value.
+//
+// Returns: 0; 1 for a locked handle, with a report; 2; or 4 without memory. After a failure
+// the handle and its data are unchanged.
 U_EXPORT U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize,
                                     void** handle);
 
-// Keeps the handle from being resized, until it has been unlocked as often. *data is
-// where the data stand, null after a failure.
+// Locks the handle: until it has been unlocked as often, it is not resized. Stores the address
+// of the data in *data, null after a failure. Returns: 0 or 2.
 U_EXPORT U_Status U_LockHogHandle(void** handle, void** data);
 
-// Does nothing for a handle that isn't locked.
+// Unlocks the handle once; does nothing for a handle that is not locked. Returns: 0 or 2.
 U_EXPORT U_Status U_UnlockHogHandle(void** handle);
 
-// Stores the size of the data. Returns 0, 2, or the code of U_GetHandleSize, with
-// *size 0 after a failure.
+// Stores the size of the data, 0 after a failure. Returns: 0, 2, or the code of
+// U_GetHandleSize.
 U_EXPORT U_Status U_GetHogHandleSize(void** handle, U_u64* size);
 
-// Makes a plain handle with a copy of the data; the hog handle stays. The caller
-// owns *out, which is null without memory. Returns 0; 4; 3 for a null hog handle, with
-// *out as it was; or 2 or the code of U_GetHandleSize, and then *out is an empty handle
-// that the caller owns all the same. A purge request on the way may resize the hog
-// handle: *out keeps the size from before, with as many bytes copied as there are, none
-// with 2 if the hog handle has been freed.
+// Makes a plain handle with a copy of the data. The hog handle is kept. The caller owns *out.
+//
+// Returns: 0; 4 with *out null; 3 for a null hog handle, with *out unchanged; or 2 or the
+// code of U_GetHandleSize, with *out an empty handle that the caller owns.
+// Failures: a purge callback may resize or free the hog handle meanwhile. *out keeps the
+// earlier size, with as many bytes copied as the hog handle has; if it has been freed, no
+// byte is copied and the result is 2.
 U_EXPORT U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out);
 
-// Makes a hog handle with a copy of a plain handle's contents; the plain handle
-// stays. Returns as U_NewHogHandle, or the code of U_GetHandleSize; *out is null
-// after a failure. What is no live handle is reported and gives an empty one. A purge
-// request on the way may resize or free the plain handle, as above.
+// Makes a hog handle with a copy of a plain handle's contents. The plain handle is kept. The
+// caller owns *out, which is null after a failure.
+//
+// Returns: as U_NewHogHandle, or the code of U_GetHandleSize.
+// Failures: a handle that is not live is reported and gives an empty hog handle. A purge
+// callback may resize or free the plain handle meanwhile, with the result described above.
 U_EXPORT U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out);
 
 // Stores the number of the hog's live handles and the sum of their sizes, each modulo 2^32.
@@ -84,10 +100,10 @@ U_EXPORT U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
 // Returns: 0, or 2 with nothing stored.
 U_EXPORT U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes);
 
-// Whether death reports the hogs that still have handles, by name and bytes, with
-// severity U_Sev_LEAK and in the log. Off until it is set; stays over a death. Hogs
-// of the file formats that keep handles on purpose, whose names contain OMF, PNGIO,
-// TIFFIO or WAV, are left out. Always 0.
+// Sets whether death reports the hogs that have handles left, by name and bytes, with
+// severity U_Sev_LEAK and in the log. Off at first; the setting outlives a death. Hogs whose
+// names contain OMF, PNGIO, TIFFIO or WAV keep handles on purpose and are not reported.
+// Returns: 0.
 U_EXPORT U_Status U_SetHogReportingOn(bool on);
 
 #endif
