@@ -61,7 +61,7 @@ const U_u64 kMostGrowth = 512 << 20;
 #elif defined(__SANITIZE_THREAD__)
 const U_u64 kMostGrowth = U_u64(192) << 20;
 #else
-const U_u64 kMostGrowth = U_u64(24) << 20;
+const U_u64 kMostGrowth = U_u64(48) << 20; // large recycled blocks come and go
 #endif
 
 std::atomic<long> sViolations{0};
