@@ -22,7 +22,7 @@
 // process at once.
 //
 // In a handler little works for sure: the heap may be damaged, and a lock may be held by
-// the code that failed. That holds for a telemetry provider, which is told of a hardware
+// the code that failed. The same holds for a telemetry provider, which gets the event of a hardware
 // exception first, and for a log sink, which gets a line when the call is over, too. There
 // may be no more than 256 KiB of stack, and the thread can't be ended, as by pthread_exit. A
 // handler that fails itself ends the process at once.

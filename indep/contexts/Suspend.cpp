@@ -171,7 +171,7 @@ void U_SuspendContext::AwaitLatest() const
     }
 }
 
-// Whether no function of a call runs within the context any more, nor ever will. A thread that
+// Returns true if no function of a call runs within the context, now or later. A thread that
 // has activated the context on its own doesn't count: the suspension takes the context back.
 bool U_SuspendContext::IsContextFree() const
 {

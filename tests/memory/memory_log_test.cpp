@@ -228,7 +228,7 @@ void StartAfterFailures()
     EXPECT_GT(failedBehindTheStart, 0);
 }
 
-// Each birth opens the file: it tells a failure, and makes the file anew.
+// Each birth opens the file: a birth reports a failure to open, and makes a missing file.
 void OpenTheFileAgain()
 {
     ASSERT_EQ(BirthWith("true", "10"), 0);

@@ -1,4 +1,4 @@
-// What a thread keeps for itself, on the thread's first use of it.
+// The first use of a thread's own objects, with and without memory.
 
 #include <atomic>
 #include <cstdlib>

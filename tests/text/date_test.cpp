@@ -28,7 +28,7 @@ typedef BornLibrary Dates;
 const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
 const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
 const char kSydney[] = "AEST-10AEDT,M10.1.0,M4.1.0/3";
-// Zones whose flag for summer time is set while the clock is behind its standard: in
+// Zones that set the flag for summer time while the clock is behind its standard: in
 // Dublin in winter, in Casablanca for a month, in some years over New Year.
 const char kDublin[] = "IST-1GMT0,M10.5.0,M3.5.0/1";
 const char kCasablanca[] = "<+01>-1<+00>0,J46/3,J81/2";
