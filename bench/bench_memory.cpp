@@ -15,10 +15,11 @@
 #include <utility>
 #include <vector>
 
+#include <benchmark/benchmark.h>
+
 #include <malloc.h>
 
-#include <benchmark/benchmark.h>
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
 

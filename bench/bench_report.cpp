@@ -11,7 +11,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/thread/barrier.hpp>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Encoding.h"
 #include "U_Interact.h"

@@ -9,7 +9,7 @@ if(TARGET Ualert_sdl)
 endif()
 set(programs zdict filecache)
 
-# A folder of its own, since some of the headers' names are common words.
+# A folder of its own, since some of the folders' names are common words.
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/u)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/U)
 set_target_properties(zdict PROPERTIES EXPORT_NAME zdict)
@@ -25,17 +25,19 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The parts of the platform that hosts include; what its sources share stays here.
-install(FILES platform/control.h platform/export.h DESTINATION ${headers})
-install(FILES platform/base/printable.h DESTINATION ${headers}/base)
+install(FILES platform/control.h DESTINATION ${headers}/platform)
+install(FILES platform/base/export.h platform/base/printable.h
+  DESTINATION ${headers}/platform/base)
 foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h
+    PATTERN portable EXCLUDE
     PATTERN posix EXCLUDE
     PATTERN private EXCLUDE)
 endforeach()
-install(FILES platform/alert/layout.h DESTINATION ${headers}/alert)
+install(FILES platform/alert/layout.h DESTINATION ${headers}/platform/alert)
 if(TARGET Ualert_sdl)
-  install(FILES platform/alert_sdl/presenter.h DESTINATION ${headers}/alert_sdl)
+  install(FILES platform/alert/sdl/presenter.h DESTINATION ${headers}/platform/alert/sdl)
 endif()
 
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/u DESTINATION ${CMAKE_INSTALL_DATADIR}

@@ -5,11 +5,17 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# A shared library of all sources below the folders. Only the symbols that its
-# version script names leave it.
+#   u_shared_library(<target> <folder>... [EXCEPT <expression>])
+#
+# A shared library of all sources below the folders, apart from those whose path matches
+# the expression. Only the symbols that its version script names leave the library.
 function(u_shared_library target)
-  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXCEPT" "")
+  list(TRANSFORM arg_UNPARSED_ARGUMENTS APPEND /*.cpp OUTPUT_VARIABLE patterns)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
+  if(arg_EXCEPT)
+    list(FILTER sources EXCLUDE REGEX ${arg_EXCEPT})
+  endif()
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
   # Calls from one library to the other go straight to their target, those inside one

@@ -55,8 +55,7 @@ U_EXPORT void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler
                                                                   void** refcon);
 
 // The handler of the calling thread, in the place of the process's; null for none.
-// Either output may be null. Setting throws std::bad_alloc, with nothing changed, if
-// there is no memory.
+// Either output may be null.
 U_EXPORT void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
                                                                  void* refcon);
 U_EXPORT void U_GetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler,
@@ -66,7 +65,7 @@ U_EXPORT void U_GetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler*
 // none. Either output may be null.
 U_EXPORT void U_GetUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon);
 
-// Another local handler in a scope. Throws as setting one does.
+// Another local handler in a scope.
 class U_EXPORT U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler
 {
 public:

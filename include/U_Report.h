@@ -9,9 +9,8 @@
 // and then, if the mask says so, it is shown at once, or posted (U_Posted.h) if it
 // comes from another thread than the UI thread, belongs to a group, or alerts are held
 // back. A thread that reports while it is reporting, say in a logging callback or while
-// the alert of its own report is up, is ignored without a trace. Without memory to know
-// that, a report is dropped whole; so is one of multibyte text without memory to convert
-// it, which gives 4. A message that
+// the alert of its own report is up, is ignored without a trace. A report of multibyte text
+// is dropped without memory to convert the text, and returns 4. A message that
 // can't be shown is posted. One that can't be posted, for want of memory or outside the library's
 // life, doesn't reach the user, and nobody is told. What is neither an int nor a std::exception
 // passes out of a report from whatever it calls. Over a damaged record a report goes without the

@@ -11,20 +11,21 @@
 #include "U_ZString.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/crash/Fatal.h"
 #include "indep/data/XMLEscapes.h"
 #include "indep/errors/Errors.h"
-#include "indep/frame/Fatal.h"
-#include "indep/frame/Globals.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Refuse.h"
+#include "indep/errors/Translators.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/LogSafely.h"
-#include "indep/frame/Machine.h"
-#include "indep/frame/Refuse.h"
-#include "indep/frame/Strings.h"
-#include "indep/frame/Translators.h"
+#include "indep/instrumentation/MemoryLog.h"
+#include "indep/machine/Machine.h"
 #include "text/Date.h"
 #include "text/LStrList.h"
 #include "text/Numbers.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -70,10 +71,9 @@ void InstallNewHandler()
 
 // In order. A failure ends birth and undoes nothing.
 const BirthStep kFirstSteps[] = {
-    &Step<&Up_DetectCPU>,
-    &Step<&Up_InitializeMemorySubsystem>,
-    &Step<&InstallHandlers>,
-    &Step<&Up_MakeTranslatorTable>,
+    &Step<&Up_DetectCPU>,      &Step<&Up_InitializeMemorySubsystem>,
+    &Step<&Up_StartMemoryLog>, &Step<&Up_CheckMemorySubsystem>,
+    &Step<&InstallHandlers>,   &Step<&Up_MakeTranslatorTable>,
 };
 
 // In order, after the first steps. A failure destroys the record.
@@ -145,7 +145,7 @@ void ReportFailedBirth(const char* displayName)
 U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 {
     if (!displayName)
-        return RefuseArgument("U_Birth: no display name");
+        return BadArgument("U_Birth: no display name");
     if (U_Status failure = Guarded(&U_RegisterMainThread))
         return failure;
     sRunMode = runMode;
@@ -157,7 +157,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
     const U_Status failure = RunSteps(kSubBirths, displayName);
     if (failure)
     {
-        Contained([&] { ReportFailedBirth(displayName); });
+        GuardedNoexcept([&] { ReportFailedBirth(displayName); });
         DestroyRecord();
     }
     return failure;
@@ -171,7 +171,7 @@ U_Status U_Death()
     if (failure)
         return failure;
     for (DeathStep step : kDeathSteps)
-        Contained(step);
+        GuardedNoexcept(step);
     sRunMode = nullptr;
     return 0;
 }

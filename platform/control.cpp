@@ -12,7 +12,7 @@
 #include "kroview/private/switches.h"
 #include "tolv/private/profile_switches.h"
 #include "tolv/private/switches.h"
-#include "win32/posix/switches.h"
+#include "win32/private/switches.h"
 #include "wril/private/sink.h"
 
 namespace platform

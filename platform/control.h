@@ -7,8 +7,8 @@
 
 #include <boost/function.hpp>
 
-#include "export.h"
-#include "krobase/text.h"
+#include <krobase/text.h>
+#include <platform/base/export.h>
 
 namespace platform
 {

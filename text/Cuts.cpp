@@ -6,8 +6,8 @@
 #include <iterator>
 #include <limits>
 
-#include <code_units.h>
 #include <krobase/text.h>
+#include <platform/base/code_units.h>
 
 #include "U_String.h"
 

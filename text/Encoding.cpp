@@ -11,7 +11,7 @@
 #include "U_ZString.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Location.h"
-#include "indep/frame/ThreadPiece.h"
+#include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
@@ -25,9 +25,9 @@ const char kFailed[] =
 // The report's own text is converted, too: a failure there is silent.
 [[noreturn]] void ReportAndThrow(unsigned int error)
 {
-    const ScEntered<struct InConversionReport> entered;
+    const ReentrancyGuard<struct InConversionReport> entered;
     if (entered.IsFirst())
-        Contained([] {
+        GuardedNoexcept([] {
             U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
         });
     throw error ? static_cast<int>(error) : 1;

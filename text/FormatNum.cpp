@@ -5,7 +5,7 @@
 
 #include "U_Format.h"
 #include "U_String.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -37,7 +37,7 @@ int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned in
                 char* out)
 {
     if (!out)
-        return RefuseArgument("U_FormatNum: no buffer");
+        return BadArgument("U_FormatNum: no buffer");
     char marked[kMarkedRoom];
     std::size_t mostPlain = kMostPlainNum;
     int failure = FormatMarked(value, flags, integerDigits, decimals, mostPlain, marked);

@@ -4,9 +4,9 @@
 #include <list>
 #include <new>
 
-#include <quiet_new.h>
+#include <platform/base/per_thread.h>
+#include <platform/base/quiet_new.h>
 
-#include "indep/frame/ThreadPiece.h"
 #include "text/Resolve.h"
 #include "text/ZLocale.h"
 
@@ -36,7 +36,7 @@ const Kept* Find(const std::list<Kept>& texts, const char* zstring)
 U_UTF16String KeptText(const char* zstring)
 {
     const platform::ScQuietNew quiet; // who asks may be on its way into a report
-    KeptTexts* const kept = ThreadPiece<KeptTexts>::Make();
+    KeptTexts* const kept = platform::PerThread<KeptTexts>::Make();
     if (!kept)
         return ResolveZString(zstring, false);
     const U_u32 generation = ZLocaleGeneration();

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "U_ZString.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 #include "text/LStrList.h"
 #include "text/LStrTable.h"
 
@@ -153,7 +153,7 @@ U_Status U_ZGetLengthLStrCache(U_LStrCache* table, int* length)
     if (!length)
         return 0;
     if (!IsValidLStrCache(table))
-        return RefuseArgument("U_ZGetLengthLStrCache: not a table");
+        return BadArgument("U_ZGetLengthLStrCache: not a table");
     *length = table->mCount - 1;
     return 0;
 }
@@ -161,7 +161,7 @@ U_Status U_ZGetLengthLStrCache(U_LStrCache* table, int* length)
 const char* U_ZLookupLStrCache(U_LStrCache* table, int index, unsigned short english, int* error)
 {
     const U_Status failure =
-        IsValidLStrCache(table) ? 0 : RefuseArgument("U_ZLookupLStrCache: not a table");
+        IsValidLStrCache(table) ? 0 : BadArgument("U_ZLookupLStrCache: not a table");
     if (error)
         *error = failure;
     if (failure || index < 0 || index >= table->mCount - 1)
@@ -178,7 +178,7 @@ U_Status U_ZRegisterLStrCache(U_LStrCache** table)
     if (!table)
         return 0;
     if (!IsValidLStrCache(*table))
-        return RefuseArgument("U_ZRegisterLStrCache: not a table");
+        return BadArgument("U_ZRegisterLStrCache: not a table");
     return Guarded([&] {
         U_LStrCache* const old = *table;
         *table = CopyTable(*old).release();
@@ -198,7 +198,7 @@ U_Status U_ZUnregisterLStrCache(U_LStrCache** table)
     if (!table)
         return 0;
     if (!IsValidLStrCache(*table) || !((*table)->mFlags & U_LStrCache_HeapCopy))
-        return RefuseArgument("U_ZUnregisterLStrCache: not a registered table");
+        return BadArgument("U_ZUnregisterLStrCache: not a registered table");
     FreeTable()(*table);
     *table = nullptr;
     return 0;

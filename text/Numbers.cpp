@@ -8,8 +8,8 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_String.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -34,7 +34,7 @@ char Separator(unsigned int item, char usual)
 int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_UTF16String&))
 {
     if (!text)
-        return RefuseArgument("U_InternationalizeNum, U_DeInternationalizeNum: no number");
+        return BadArgument("U_InternationalizeNum, U_DeInternationalizeNum: no number");
     if (exchangeASCII(text))
         return U_TruncateString(kExchangeRoom - 1, text);
     return Guarded([&] {
@@ -76,7 +76,7 @@ int U_DeInternationalizeNum(char* text)
 int U_ScanNum(char* text, char flags, double* out)
 {
     if (!text || !out)
-        return RefuseArgument("U_ScanNum: no text, or no place for the number");
+        return BadArgument("U_ScanNum: no text, or no place for the number");
     char plain[kExchangeRoom];
     const char* number = text;
     if (!(static_cast<unsigned char>(flags) & kScanPlain))

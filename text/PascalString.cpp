@@ -9,7 +9,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -33,7 +33,7 @@ std::size_t Room(U_i32 bufferSize)
 U_Status U_CopyCtoPString(const char* source, U_i32 bufferSize, unsigned char* out)
 {
     if (!source || !out)
-        return RefuseArgument("U_CopyCtoPString: no source or no buffer");
+        return BadArgument("U_CopyCtoPString: no source or no buffer");
     const std::size_t size = Room(bufferSize);
     const char kFormat[] = "text too long for ^L1-byte pascal string buffer ('^2').";
     if (size == 0)
@@ -54,7 +54,7 @@ U_Status U_CopyCtoPString(const char* source, U_i32 bufferSize, unsigned char* o
 U_Status U_CopyPtoCString(const unsigned char* source, U_i32 bufferSize, char* out)
 {
     if (!source || !out)
-        return RefuseArgument("U_CopyPtoCString: no source or no buffer");
+        return BadArgument("U_CopyPtoCString: no source or no buffer");
     const std::size_t length = source[0];
     const char* const text = reinterpret_cast<const char*>(source + 1);
     if (length + 1 > Room(bufferSize))

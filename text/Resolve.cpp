@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 #include "U_Encoding.h"
 #include "text/Markers.h"

@@ -13,8 +13,8 @@
 
 #include <win32/wall_clock.h>
 
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 
 using boost::posix_time::ptime;
 using boost::posix_time::time_duration;
@@ -113,7 +113,7 @@ const char* ZoneName(int offset)
 U_Status U_DateTimeZoneNow(std::tm* out, std::string& zone)
 {
     if (!out)
-        return RefuseArgument("U_DateTimeZoneNow: no place for the time");
+        return BadArgument("U_DateTimeZoneNow: no place for the time");
     return Guarded([&] {
         const ClockTime now = ClockAt(win32::_time64(nullptr));
         const ptime standard = now.mUtc + StandardOffset(now);

@@ -12,8 +12,8 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 #include "text/FormatNum.h"
 #include "text/NumberForm.h"
 
@@ -120,7 +120,7 @@ bool FindPlace(const U_UTF16String& work, const Forms& forms, int digit, Place* 
 
 [[noreturn]] void ThrowWrongKind()
 {
-    throw RefuseArgument("U_SubString: an argument doesn't suit its place");
+    throw BadArgument("U_SubString: an argument doesn't suit its place");
 }
 
 void FillString(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
@@ -215,7 +215,7 @@ U_Status Up_SubString(char* out, unsigned int size, const char* format,
                       const U_FormatArgument* arguments, std::size_t count)
 {
     if (!out)
-        return RefuseArgument("U_SubString: no buffer");
+        return BadArgument("U_SubString: no buffer");
     const U_Status failure = Guarded([&] {
         if (!format)
             ThrowWrongKind();

@@ -7,8 +7,8 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/frame/Refuse.h"
-#include "indep/frame/Strings.h"
+#include "indep/errors/Refuse.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -115,7 +115,7 @@ U_UTF16String U_UTF16Version(U_u32 version, bool noDebugSuffix)
 U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out)
 {
     if (!out)
-        return RefuseArgument("U_AsciiVersion: no buffer");
+        return BadArgument("U_AsciiVersion: no buffer");
     char suffix[kSuffixSize] = "";
     U_Status failure = 0;
     if (ShowsDebugSuffix(version, noDebugSuffix))

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <limits>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 #include <tolv/text.h>
 
 #include "U_Encoding.h"

@@ -1,7 +1,7 @@
 #include "cache.h"
 
 #include <U_Hog.h>
-#include <thread_local.h>
+#include <platform/base/thread_local.h>
 
 #include "checksum.h"
 #include "texts.h"

@@ -5,7 +5,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "texts.h"
 

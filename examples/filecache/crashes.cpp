@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include <U_Fatal.h>
-#include <base/printable.h>
+#include <platform/base/printable.h>
 #include <win32/runtime.h>
 
 #include "texts.h"

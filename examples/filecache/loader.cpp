@@ -14,7 +14,7 @@
 #include <U_Report.h>
 #include <U_Suspend.h>
 #include <U_Threads.h>
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "events.h"
 #include "texts.h"

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include <base/printable.h>
-#include <control.h>
+#include <platform/base/printable.h>
+#include <platform/control.h>
 
 LogSink::LogSink()
 {

@@ -5,7 +5,7 @@
 #include <U_Group.h>
 #include <U_Report.h>
 #include <U_ZString.h>
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "texts.h"
 

@@ -13,7 +13,7 @@
 #include <U_Lifecycle.h>
 #include <U_Posted.h>
 #include <U_Threads.h>
-#include <control.h>
+#include <platform/control.h>
 
 #include "cache.h"
 #include "console.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "report.h"
 

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include <U_Context.h>
-#include <control.h>
+#include <platform/control.h>
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "texts.h"
 

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "indep/U_Memory/Memory.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -22,7 +22,7 @@ U_Status U_AccountAllocationEx(U_u64 size, bool add)
     if (!add)
         return MEM_AccountAllocation(static_cast<U_i32>(0u - static_cast<U_u32>(size)));
     if (size > static_cast<U_u64>(kMostCharge))
-        return RefuseArgument("U_AccountAllocationEx: the size is out of range");
+        return BadArgument("U_AccountAllocationEx: the size is out of range");
     return MEM_AccountAllocation(static_cast<U_i32>(size));
 }
 

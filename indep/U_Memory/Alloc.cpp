@@ -2,7 +2,7 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -56,7 +56,7 @@ void* U_AllocatePtrClearQuiet(U_u64 size)
 U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle)
 {
     if (!handle || !*handle)
-        return RefuseArgument("U_ResizeHandle: no handle");
+        return BadArgument("U_ResizeHandle: no handle");
     void** resized = *handle;
     auto attempt = [=](Claim*) -> void* {
         return MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? *resized : nullptr;
@@ -70,7 +70,7 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
 U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer)
 {
     if (!pointer)
-        return RefuseArgument("U_ResizePtr: no pointer to a pointer");
+        return BadArgument("U_ResizePtr: no pointer to a pointer");
     void* oldBlock = *pointer;
     auto attempt = [=](Claim*) { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
     const U_u64 growth = Growth(MEM_GetPtrSize(UHeap(), oldBlock), newSize);

@@ -12,7 +12,7 @@
 #include "U_ZString.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/ThreadPiece.h"
+#include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
@@ -72,7 +72,7 @@ void Report(U_u32 location, U_u64 size, const char* what, bool possibleFragmenta
 
 void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what, bool possibleFragmentation)
 {
-    const ScEntered<struct InAllocReport> entered;
+    const ReentrancyGuard<struct InAllocReport> entered;
     try
     {
         Guarded([&] {

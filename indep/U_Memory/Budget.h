@@ -118,9 +118,11 @@ inline U_u64 Up_AddSizes(U_u64 left, U_u64 right)
     return left + right < left ? ~U_u64(0) : left + right;
 }
 
-// Reads the budget's settings, starts the memory log if a setting asks for it, and then
-// logs "fudgebuffer" and "goDirect".
+// Reads the budget's settings.
 void Up_ReadBudgetSettings();
+
+// Logs "fudgebuffer" and "goDirect".
+void Up_LogBudgetSettings();
 
 void Up_ClearPurgeRequestCallback();
 

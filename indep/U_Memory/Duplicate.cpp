@@ -9,8 +9,8 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Location.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -61,7 +61,7 @@ template <class Allocate> U_Status Duplicate(void** handle, void*** out, Allocat
 U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 {
     if (!out)
-        return RefuseArgument("U_DuplicateHandle: no place for the copy");
+        return BadArgument("U_DuplicateHandle: no place for the copy");
     return Duplicate(handle, out,
                      [&](U_u32 size) { return U_AllocateHandle(kDuplicatePlace, opName, size); });
 }
@@ -69,7 +69,7 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out)
 {
     if (!out)
-        return RefuseArgument("U_DuplicateHandleToPlatform: no place for the copy");
+        return BadArgument("U_DuplicateHandleToPlatform: no place for the copy");
     return Duplicate(handle, out, [&](U_u32 size) {
         return NewPlatformHandle(static_cast<U_i32>(size), opName);
     });
@@ -78,7 +78,7 @@ U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** 
 U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName, void*** out)
 {
     if (!out)
-        return RefuseArgument("U_DuplicateHandleFromPlatform: no place for the copy");
+        return BadArgument("U_DuplicateHandleFromPlatform: no place for the copy");
     *out = nullptr;
     if (!platformHandle)
         return 0;
@@ -95,7 +95,7 @@ U_Status U_DetachResource(void** resource, const char* opName, void*** out)
         return 0;
     *out = nullptr;
     if (!resource)
-        return RefuseArgument("U_DetachResource: no resource");
+        return BadArgument("U_DetachResource: no resource");
     const U_u32 size = ToolboxSize(resource);
     void** copy = U_AllocateHandle(0, opName, size);
     if (!copy)

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 bool HogCounts::MakeRoom(U_u32 index)
 {

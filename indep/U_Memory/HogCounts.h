@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include <cache_line.h>
+#include <platform/base/cache_line.h>
 
 #include "U_Types.h"
 

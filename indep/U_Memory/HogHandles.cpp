@@ -10,9 +10,9 @@
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Location.h"
-#include "indep/frame/Refuse.h"
-#include "indep/frame/Strings.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -99,7 +99,7 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
                         void*** out)
 {
     if (!out)
-        return RefuseArgument("U_NewHogHandle: no place for the handle");
+        return BadArgument("U_NewHogHandle: no place for the handle");
     *out = nullptr;
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
@@ -163,7 +163,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
 U_Status U_LockHogHandle(void** handle, void** data)
 {
     if (!data)
-        return RefuseArgument("U_LockHogHandle: no place for the address");
+        return BadArgument("U_LockHogHandle: no place for the address");
     *data = nullptr;
     HogHeader* const header = FindHeader(handle);
     if (!header)
@@ -186,7 +186,7 @@ U_Status U_UnlockHogHandle(void** handle)
 U_Status U_GetHogHandleSize(void** handle, U_u64* size)
 {
     if (!size)
-        return RefuseArgument("U_GetHogHandleSize: no place for the size");
+        return BadArgument("U_GetHogHandleSize: no place for the size");
     *size = 0;
     if (!FindHeader(handle))
         return RefuseHog(kSizePlace);
@@ -199,7 +199,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
 U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
 {
     if (!out)
-        return RefuseArgument("U_NewHandleFromHogHandle: no place for the copy");
+        return BadArgument("U_NewHandleFromHogHandle: no place for the copy");
     if (!hogHandle)
     {
         U_ReportFailedVerification(0, kConvertLine, nullptr, nullptr);
@@ -227,7 +227,7 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
 U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
 {
     if (!out)
-        return RefuseArgument("U_NewHogHandleFromHandle: no place for the copy");
+        return BadArgument("U_NewHogHandleFromHandle: no place for the copy");
     U_u32 size = 0;
     const U_Status failure = U_GetHandleSize(handle, &size);
     *out = nullptr;

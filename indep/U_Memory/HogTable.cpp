@@ -8,7 +8,8 @@
 #include <new>
 
 #include <boost/thread/recursive_mutex.hpp>
-#include <quiet_new.h>
+
+#include <platform/base/quiet_new.h>
 #include <wril/wril.h>
 
 #include "U_Alloc.h"
@@ -17,10 +18,10 @@
 #include "U_String.h"
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/HogCounts.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Location.h"
-#include "indep/frame/Refuse.h"
 #include "indep/frame/ScTrue.h"
-#include "indep/frame/Strings.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -260,9 +261,9 @@ U_Status RefuseHog(U_u32 location)
 U_Status U_RegisterHog(const char* name, U_u32* id)
 {
     if (!name || !id)
-        return RefuseArgument("U_RegisterHog: no name, or no place for the identifier");
+        return BadArgument("U_RegisterHog: no name, or no place for the identifier");
     if (!sTable)
-        return RefuseArgument("U_RegisterHog: the library isn't alive");
+        return BadArgument("U_RegisterHog: the library isn't alive");
     OwnedHandle copy(CopyOfName(name)); // freed without the lock, since freeing may report
     if (!copy)
         return U_Err_OutOfMemory;
@@ -277,7 +278,7 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
 U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes)
 {
     if (!liveHandles || !liveBytes)
-        return RefuseArgument("U_GetHogStats: no place for the answers");
+        return BadArgument("U_GetHogStats: no place for the answers");
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
         return RefuseHog(kStatsPlace);

@@ -7,16 +7,15 @@
 #include <cstdio>
 #include <string>
 
-#include <base/integer_text.h>
 #include <krobase/debug.h>
 #include <krobase/machine.h>
+#include <platform/base/integer_text.h>
 #include <tolv/memory.h>
 #include <win32/memory.h>
 #include <wril/wril.h>
 
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/MemoryLog.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -71,8 +70,10 @@ void Up_ReadBudgetSettings()
     sFudgeBuffer = 0; // also for what is no number
     platform::ReadInteger(fudgeBuffer.c_str(), &sFudgeBuffer);
     sGoDirect = FlagSetting("MemoryAccountDirect2", true);
-    if (FlagSetting("MemoryYoYoLog", false))
-        Up_StartMemoryLog();
+}
+
+void Up_LogBudgetSettings()
+{
     WRIL_sprintf(0, "U", "Up_InitializeMemorySubsystem", "fudgebuffer=%lld, goDirect=%d",
                  sFudgeBuffer, sGoDirect);
 }
@@ -99,7 +100,7 @@ U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free)
 U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum)
 {
     if (!prepurge || !maximum)
-        return RefuseArgument("U_GetMemUsageLimits: no place for a limit");
+        return BadArgument("U_GetMemUsageLimits: no place for a limit");
     *prepurge = 0;
     *maximum = 0;
     if (U_Status failure = MEM_GetMemUsageLimits(prepurge, maximum))

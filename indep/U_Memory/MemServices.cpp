@@ -10,15 +10,15 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
 
 #include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/LogSafely.h"
-#include "indep/frame/Refuse.h"
 
 using krobase::utility::Guid;
 
@@ -156,7 +156,7 @@ size_t U_GetSizeOfExternalMemoryManagers()
 int U_GetSystemMemoryStats(U_MemoryStats* stats)
 {
     if (!stats)
-        return RefuseArgument("U_GetSystemMemoryStats: no place for the figures");
+        return BadArgument("U_GetSystemMemoryStats: no place for the figures");
     *stats = U_MemoryStats();
     const bool isKnown = TakeSystemFigures(stats);
     stats->mCalcMem = MEM_GetMemUsage();

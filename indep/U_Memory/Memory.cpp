@@ -4,7 +4,7 @@
 #include <atomic>
 #include <utility>
 
-#include <thread_local.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
@@ -82,13 +82,18 @@ U_u64 BytesOfManagers()
 }
 } // namespace
 
-U_Status Up_InitializeMemorySubsystem()
+void Up_InitializeMemorySubsystem()
 {
     sHeap = MEM_NewHeap();
     MEM_AccountAllocation(kPresumedAppSize);
     const TOLV_U_Callbacks callbacks = {&BytesInUse, &BytesOfManagers, &U_IsOnMainThread};
     TOLV_Install_U_Callback(&callbacks);
     Up_ReadBudgetSettings();
+}
+
+U_Status Up_CheckMemorySubsystem()
+{
+    Up_LogBudgetSettings();
     return sHeap ? 0 : U_Err_OutOfMemory;
 }
 
@@ -97,7 +102,7 @@ void Up_TerminateMemorySubsystem()
     const TOLV_U_Callbacks none = {nullptr, nullptr, nullptr};
     TOLV_Install_U_Callback(&none);
     // The steps below are made even if the log fails.
-    Contained([] { MEM_DumpLeaks(sHeap); });
+    GuardedNoexcept([] { MEM_DumpLeaks(sHeap); });
     Up_ClearPurgeRequestCallback();
     MEM_AccountAllocation(-kPresumedAppSize);
 }

@@ -11,9 +11,11 @@
 
 const U_u64 kLargestBlock = 0x7FFFFFFF; // bytes; a request must fit a signed 32-bit size
 
-// Makes the heap and charges the application's own footprint. Returns 0, or 4 without a
-// heap; the other steps are made in that case, too.
-U_Status Up_InitializeMemorySubsystem();
+// Makes the heap, charges the application's own footprint, and reads the settings.
+void Up_InitializeMemorySubsystem();
+
+// Logs the settings. Returns 0, or 4 if there is no heap.
+U_Status Up_CheckMemorySubsystem();
 
 // Logs the blocks that are left in the heap, and undoes the initialisation.
 void Up_TerminateMemorySubsystem();

@@ -10,8 +10,8 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/LogSafely.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -25,7 +25,7 @@ boost::mutex& sCompactionLock = *new boost::mutex;
 U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
 {
     if (!overLimit)
-        return RefuseArgument("U_CheckRAMPurgeLimit: no place for the answer");
+        return BadArgument("U_CheckRAMPurgeLimit: no place for the answer");
     *overLimit = true;
     if (hitLimit)
         *hitLimit = true;
@@ -66,7 +66,7 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
 U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, bool recycled)
 {
     if (!procedure)
-        return RefuseArgument("U_PurgeLoop: no procedure");
+        return BadArgument("U_PurgeLoop: no procedure");
     U_Status result = U_Err_OutOfMemory;
     auto attempt = [&](Claim*) -> void* {
         bool okay = false;

@@ -3,7 +3,7 @@
 #include "U_Alloc.h"
 
 #include <krobase/recycled_memory.h>
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"

@@ -13,9 +13,9 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Location.h"
-#include "indep/frame/Refuse.h"
-#include "indep/frame/Strings.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -70,7 +70,7 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
 U_Status U_GetPtrSize(void* pointer, U_u64* size)
 {
     if (!size)
-        return RefuseArgument("U_GetPtrSize: no place for the size");
+        return BadArgument("U_GetPtrSize: no place for the size");
     *size = static_cast<U_u32>(MEM_GetPtrSize(UHeap(), pointer));
     return 0;
 }

@@ -8,7 +8,7 @@
 #include "U_MemServices.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -130,6 +130,6 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled)
 U_Status U_GetMemoryStat(U_u32 which, U_u64* out)
 {
     if (!out)
-        return RefuseArgument("U_GetMemoryStat: no place for the figure");
+        return BadArgument("U_GetMemoryStat: no place for the figure");
     return Up_GetMemoryStat(which, out, true);
 }

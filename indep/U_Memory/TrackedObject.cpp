@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 #include "U_Alloc.h"
 

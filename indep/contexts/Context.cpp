@@ -4,13 +4,13 @@
 #include <boost/thread/shared_lock_guard.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 #include <win32/threads.h>
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 #include "indep/frame/Trace.h"
 
 using krobase::utility::ImmutableString;
@@ -75,7 +75,7 @@ U_Context::~U_Context()
     if (!IsActive())
         return;
     for (const States::value_type& state : mStates)
-        Contained([&] { Tell(state.second, &U_State::OnDeactivate); });
+        GuardedNoexcept([&] { Tell(state.second, &U_State::OnDeactivate); });
     DetachContextTLS("~U_Context", mContextID);
 }
 
@@ -86,11 +86,11 @@ boost::shared_ptr<U_Context> U_Context::GetCurrent()
     if (!slot)
     {
         sTrace.Trace("Damnit");
-        throw RefuseArgument("no current context");
+        throw BadArgument("no current context");
     }
     boost::shared_ptr<U_Context> context = slot->lock();
     if (!context)
-        throw RefuseArgument("current context is gone");
+        throw BadArgument("current context is gone");
     return context;
 }
 
@@ -143,11 +143,11 @@ void U_Context::Activate()
     {
         const boost::shared_ptr<U_Context> current = slot->lock();
         if (!current)
-            throw RefuseArgument("current context is gone");
+            throw BadArgument("current context is gone");
         if (current->mContextID != mContextID)
-            throw RefuseArgument("another context is already active");
+            throw BadArgument("another context is already active");
         if (GetThreadID() != threadId)
-            throw RefuseArgument("context already active in another thread");
+            throw BadArgument("context already active in another thread");
     }
     else
     {

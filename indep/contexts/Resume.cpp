@@ -7,8 +7,8 @@
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -96,7 +96,7 @@ public:
     ~ScKeptActive()
     {
         if (mIsKept)
-            Contained([this] { mContext.U_Context::Deactivate(); });
+            GuardedNoexcept([this] { mContext.U_Context::Deactivate(); });
     }
 
 private:
@@ -108,7 +108,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     : mContext(context)
 {
     if (!context)
-        throw RefuseArgument("resumed context is null");
+        throw BadArgument("resumed context is null");
     // A trace may take longer than a caller that has given up waits. Its setters mustn't
     // tell the states while this thread becomes theirs.
     const ScKeptActive kept(*context);
@@ -129,7 +129,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
 
 U_SuspendContext::U_ResumeContext::~U_ResumeContext()
 {
-    Contained([&] { mContext->Deactivate(); });
+    GuardedNoexcept([&] { mContext->Deactivate(); });
     LetGo();
 }
 

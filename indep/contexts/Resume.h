@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include <thread_local.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Suspend.h"
 #include "indep/contexts/ThreadSlot.h"

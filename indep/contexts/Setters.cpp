@@ -11,7 +11,7 @@ U_ContextSetter::U_ContextSetter(const boost::shared_ptr<U_Context>& context)
 
 U_ContextSetter::~U_ContextSetter()
 {
-    Contained([&] { mContext->Deactivate(); });
+    GuardedNoexcept([&] { mContext->Deactivate(); });
 }
 
 U_WeakContextSetter::U_WeakContextSetter(const boost::shared_ptr<U_Context>& context)
@@ -25,5 +25,5 @@ U_WeakContextSetter::U_WeakContextSetter(const boost::shared_ptr<U_Context>& con
 U_WeakContextSetter::~U_WeakContextSetter()
 {
     if (const boost::shared_ptr<U_Context> context = mContext.lock())
-        Contained([&] { context->Deactivate(); });
+        GuardedNoexcept([&] { context->Deactivate(); });
 }

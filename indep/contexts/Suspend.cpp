@@ -7,8 +7,8 @@
 #include "U_Threads.h"
 #include "indep/contexts/Resume.h"
 #include "indep/contexts/ThreadSlot.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 #include "indep/frame/Trace.h"
 
 using krobase::threads::AsyncEventLoopAdaptor;
@@ -49,9 +49,9 @@ U_SuspendContext::U_SuspendContext()
         return;
     mContext = U_Context::GetCurrent();
     if (!mContext)
-        throw RefuseArgument("suspended context is null");
+        throw BadArgument("suspended context is null");
     if (!mContext->IsActive())
-        throw RefuseArgument("suspended context not active");
+        throw BadArgument("suspended context not active");
     mSavedThreadID = mContext->GetThreadID();
     TakeOff();
 }
@@ -63,7 +63,7 @@ U_SuspendContext::~U_SuspendContext()
     {
         AwaitLatest();
         if (mContext && IsContextFree())
-            Contained([&] { PutBack(); });
+            GuardedNoexcept([&] { PutBack(); });
         else if (mContext)
             ScLoan::NoteLoss(*mContext);
     }
@@ -93,7 +93,7 @@ int U_SuspendContext::Call(const boost::shared_ptr<AsyncExecutor>& executor,
                            const boost::function<int()>& function)
 {
     if (!executor)
-        throw RefuseArgument("executor is null");
+        throw BadArgument("executor is null");
     AwaitLatest();
     return executor->IsExecutorThread() ? CallHere(function) : CallThere(*executor, function);
 }
@@ -183,7 +183,7 @@ bool U_SuspendContext::IsContextFree() const
 void U_SuspendContext::RequireContext() const
 {
     if (!IsContextFree())
-        throw RefuseArgument("suspended context active in another thread");
+        throw BadArgument("suspended context active in another thread");
 }
 
 void U_SuspendContext::TakeOff()
@@ -220,7 +220,7 @@ void U_SuspendContext::ExecuteStatic(const boost::function<int()>& function,
         return;
     const ScOpening opening{*gate};
     *result = 0;
-    if (const U_Status code = Contained([&] { RunWithin(context, function, *result); }))
+    if (const U_Status code = GuardedNoexcept([&] { RunWithin(context, function, *result); }))
         *result = code;
     sTrace.Trace("inGate opened for ", ShownID(context));
 }

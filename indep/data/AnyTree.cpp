@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include <immortal.h>
+#include <platform/base/immortal.h>
 
 #include "U_Encoding.h"
 #include "indep/data/JSONReader.h"

@@ -8,7 +8,7 @@
 #include <new>
 #include <optional>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 #include "U_Budget.h"
 #include "U_Posted.h"

@@ -5,9 +5,9 @@
 
 #include <boost/any.hpp>
 
-#include <code_units.h>
 #include <krobase/format.h>
 #include <krobase/json.h>
+#include <platform/base/code_units.h>
 
 #include "U_Encoding.h"
 

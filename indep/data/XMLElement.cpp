@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
-#include <base/integer_text.h>
 #include <krobase/format.h>
+#include <platform/base/integer_text.h>
 
 #include "U_Encoding.h"
 #include "U_Report.h"

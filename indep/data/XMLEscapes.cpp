@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include <byte_finder.h>
-#include <immortal.h>
 #include <krobase/format.h>
+#include <platform/base/immortal.h>
 
+#include "ByteFinder.h"
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_XML.h"
@@ -62,7 +62,7 @@ private:
     }
 
     std::vector<Escape> mEscapes;
-    platform::ByteFinder mFinder;
+    ByteFinder mFinder;
     std::array<std::string_view, 256> mEntities;
 };
 

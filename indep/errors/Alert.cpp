@@ -12,6 +12,7 @@
 #include "U_ZString.h"
 #include "indep/errors/Compose.h"
 #include "indep/errors/Severity.h"
+#include "indep/errors/Translators.h"
 #include "indep/frame/Guard.h"
 
 kroview::pencart::SupplierInterface* Up_DrawSupplierP0 = nullptr;
@@ -42,13 +43,15 @@ U_Status ShowHostBox(const HostUI& host, const U_UTF16String& text, const HostNa
                      float sizeHint)
 {
     using namespace kroview::dialogs::messagebox;
-    return GuardedUnreported([&] {
-        win32::ReleaseCapture();
-        const U_UTF16String title =
-            name.mIsKnown ? U_MBToUTF16String(name.mText) : U_ZStringToUTF16String(kDefaultTitle);
-        Messagebox(host.mSupplier, title, text, kKindAlert, kButtonOK, icon, host.mNode,
-                   MessageHandler(), sizeHint, kNoHint);
-    });
+    return Guarded(
+        [&] {
+            win32::ReleaseCapture();
+            const U_UTF16String title = name.mIsKnown ? U_MBToUTF16String(name.mText)
+                                                      : U_ZStringToUTF16String(kDefaultTitle);
+            Messagebox(host.mSupplier, title, text, kKindAlert, kButtonOK, icon, host.mNode,
+                       MessageHandler(), sizeHint, kNoHint);
+        },
+        &Up_TranslateUnreported);
 }
 
 void ShowSystemBox(const U_UTF16String& text, const HostName& name, unsigned int icon)

@@ -5,16 +5,17 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <krobase/debugger.h>
-#include <quiet_new.h>
+#include <krobase/debug.h>
+#include <platform/base/quiet_new.h>
 #include <win32/debug.h>
 
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Translators.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Strings.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
@@ -37,13 +38,15 @@ typedef char VerificationText[U_ReportTextSize];
 void FillVerification(VerificationText& text, const char* detail, const char* message)
 {
     const platform::ScQuietNew quiet; // a report would come between this one and its text
-    const U_Status failure = GuardedUnreported([&] {
-        const U_UTF16String format =
-            U_ZStringToFormat(Up_ZStringOf(detail ? kFailedWithDetail : kFailedInternally));
-        const U_UTF16String filled =
-            detail ? U_SubString16(format, detail, message) : U_SubString16(format, message);
-        U_CopyString(U_UTF16ToMBString(filled, false).c_str(), sizeof(text), text);
-    });
+    const U_Status failure = Guarded(
+        [&] {
+            const U_UTF16String format =
+                U_ZStringToFormat(Up_ZStringOf(detail ? kFailedWithDetail : kFailedInternally));
+            const U_UTF16String filled =
+                detail ? U_SubString16(format, detail, message) : U_SubString16(format, message);
+            U_CopyString(U_UTF16ToMBString(filled, false).c_str(), sizeof(text), text);
+        },
+        &Up_TranslateUnreported);
     if (failure)
         U_CopyString(message, sizeof(text), text);
 }

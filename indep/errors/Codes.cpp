@@ -9,7 +9,7 @@
 #include "U_String.h"
 #include "U_Suspend.h"
 #include "U_ZString.h"
-#include "indep/frame/Strings.h"
+#include "text/OwnTexts.h"
 
 namespace
 {

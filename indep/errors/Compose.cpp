@@ -8,11 +8,11 @@
 
 #include "U_Encoding.h"
 #include "U_String.h"
+#include "indep/errors/Globals.h"
 #include "indep/errors/Severity.h"
-#include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Strings.h"
 #include "text/KeptText.h"
+#include "text/OwnTexts.h"
 
 namespace
 {

@@ -10,10 +10,10 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/errors/ErrorCount.h"
+#include "indep/errors/Refuse.h"
 #include "indep/errors/Repeat.h"
 #include "indep/errors/ThreadState.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -125,7 +125,7 @@ private:
 U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state)
 {
     if (!state)
-        return RefuseArgument(kNoState);
+        return BadArgument(kNoState);
     *state = U_DeferredState();
     const U_Status failure = U_GetHowManyErrors(&state->mErrorCount);
     const U_Status unmasked = Guarded([&] {
@@ -147,7 +147,7 @@ U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallba
                                      U_DeferredState* state)
 {
     if (!state)
-        return RefuseArgument(kNoState);
+        return BadArgument(kNoState);
     const ScLastSteps lastSteps(*state);
     return Guarded([&] {
         U_u32 count = state->mErrorCount;

@@ -1,8 +1,8 @@
 #include "indep/errors/ErrorCount.h"
 
 #include "U_Interact.h"
-#include "indep/frame/Globals.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -13,7 +13,7 @@ const U_u16 kSetHowManyErrorsPlace = 29;
 U_Status U_GetHowManyErrors(U_u32* out)
 {
     if (!out)
-        return RefuseArgument("U_GetHowManyErrors: no place for the answer");
+        return BadArgument("U_GetHowManyErrors: no place for the answer");
     if (U_Status damaged = Up_ValidateGlobals(kGetHowManyErrorsPlace))
         return damaged;
     *out = Globals()->mErrorCount;

@@ -7,7 +7,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <immortal.h>
+#include <platform/base/immortal.h>
 
 namespace
 {

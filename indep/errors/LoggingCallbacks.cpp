@@ -6,8 +6,8 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include "U_Interact.h"
-#include "indep/frame/Globals.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -46,23 +46,23 @@ bool HasCallbacks(const U_Globals& globals)
 U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return RefuseArgument("logging_func can not be NULL", kModule | kAddPlace);
+        return BadArgument("logging_func can not be NULL", kModule | kAddPlace);
     if (U_Status damaged = Up_ValidateGlobals(kAddPlace))
         return damaged;
     if (!ReplaceFirst(nullptr, nullptr, callback, refcon))
-        return RefuseArgument("can not add any more logging_funcs", kModule | kAddPlace);
+        return BadArgument("can not add any more logging_funcs", kModule | kAddPlace);
     return 0;
 }
 
 U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
 {
     if (!callback)
-        return RefuseArgument("logging_func can not be NULL", kModule | kRemovePlace);
+        return BadArgument("logging_func can not be NULL", kModule | kRemovePlace);
     if (U_Status damaged = Up_ValidateGlobals(kRemovePlace))
         return damaged;
     if (!ReplaceFirst(callback, refcon, nullptr, nullptr))
-        return RefuseArgument("can not find logging_func/refcon pair to remove",
-                              kModule | kRemovePlace);
+        return BadArgument("can not find logging_func/refcon pair to remove",
+                           kModule | kRemovePlace);
     return 0;
 }
 

@@ -8,8 +8,8 @@
 
 #include <win32/network.h>
 
-#include "indep/frame/Globals.h"
-#include "indep/frame/Refuse.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Refuse.h"
 
 namespace
 {
@@ -19,7 +19,7 @@ const U_u16 kGetNamePlace = 9;
 U_Status U_GetName(char* out)
 {
     if (!out)
-        return RefuseArgument("U_GetName: no place for the answer");
+        return BadArgument("U_GetName: no place for the answer");
     if (U_Status damaged = Up_ValidateGlobals(kGetNamePlace))
         return damaged;
     const auto& name = Globals()->mName;

@@ -7,14 +7,14 @@
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <immortal.h>
+#include <platform/base/immortal.h>
 
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "indep/errors/Coalesce.h"
+#include "indep/errors/Globals.h"
 #include "indep/errors/Show.h"
-#include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 
 namespace

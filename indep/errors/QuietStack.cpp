@@ -2,12 +2,12 @@
 
 #include <memory>
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 #include <win32/threads.h>
 
 #include "U_Posted.h"
+#include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Refuse.h"
 
 namespace
 {
@@ -20,7 +20,7 @@ std::atomic<U_u64> sTables(0); // made so far
 PerThreadQuietStack& TheQuietStack()
 {
     if (!sQuietStack)
-        throw RefuseArgument("Per thread quiet data not set up yet!");
+        throw BadArgument("Per thread quiet data not set up yet!");
     return *sQuietStack;
 }
 } // namespace
@@ -159,6 +159,6 @@ U_Status U_EndQuietErrorsOnCurrentThread()
 {
     return Guarded([&] {
         if (!TheQuietStack().Pop(win32::GetCurrentThreadId()))
-            throw RefuseArgument("Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
+            throw BadArgument("Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
     });
 }

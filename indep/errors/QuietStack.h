@@ -8,7 +8,7 @@
 #include <deque>
 #include <optional>
 
-#include <thread_local.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Types.h"
 

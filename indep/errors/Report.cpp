@@ -2,23 +2,23 @@
 
 #include "U_Report.h"
 
-#include <quiet_new.h>
+#include <platform/base/quiet_new.h>
 
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "indep/errors/Codes.h"
+#include "indep/errors/Globals.h"
 #include "indep/errors/Group.h"
 #include "indep/errors/QuietStack.h"
 #include "indep/errors/Repeat.h"
 #include "indep/errors/Stations.h"
-#include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/ThreadPiece.h"
+#include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
 // Within a report the thread's text and last error are those of that report.
-typedef ScEntered<struct InReport> ScReporting;
+typedef ReentrancyGuard<struct InReport> ScReporting;
 
 // Returns the thread logging buffer, which the report goes on with: asked for once
 // more, it may be another one, when there is memory again.

@@ -10,6 +10,7 @@
 #include "indep/errors/Group.h"
 #include "indep/errors/PostedErrors.h"
 #include "indep/errors/Severity.h"
+#include "indep/errors/Translators.h"
 #include "indep/frame/Guard.h"
 #include "text/Ascii.h"
 
@@ -44,9 +45,9 @@ void TellTelemetry(const char* severityWord, const U_UTF16String& text)
 void Up_ShowMessage(U_u32 location, U_u16 severity, const U_UTF16String& text, float sizeHint)
 {
     const LocationText locationText(location);
-    GuardedUnreported(&EndInputCapture);
-    GuardedUnreported([&] { RememberLastReported(location, severity, text); });
+    Guarded(&EndInputCapture, &Up_TranslateUnreported);
+    Guarded([&] { RememberLastReported(location, severity, text); }, &Up_TranslateUnreported);
     if (const char* word = TraitsOf(severity).mTelemetryWord)
-        GuardedUnreported([&] { TellTelemetry(word, text); });
+        Guarded([&] { TellTelemetry(word, text); }, &Up_TranslateUnreported);
     Up_ShowAlert(locationText.mText, severity, text, sizeHint);
 }

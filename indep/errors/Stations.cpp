@@ -9,13 +9,13 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "U_Threads.h"
+#include "indep/errors/Globals.h"
 #include "indep/errors/LoggingCallbacks.h"
 #include "indep/errors/PostedErrors.h"
 #include "indep/errors/Severity.h"
 #include "indep/errors/Show.h"
 #include "indep/errors/StackCrawl.h"
 #include "indep/errors/ThreadState.h"
-#include "indep/frame/Globals.h"
 #include "indep/frame/Guard.h"
 
 namespace
@@ -76,11 +76,9 @@ bool Report::MayShowNow(bool grouped) const
 
 void Report::Display(bool grouped)
 {
-    if (Up_LastErrorState* state = Up_MakeLastErrorState())
-    {
-        state->mLastSeverity = mSeverity;
-        state->mLastLocation = mLocation;
-    }
+    Up_LastErrorState& last = Up_LastErrorStateOfThread();
+    last.mLastSeverity = mSeverity;
+    last.mLastLocation = mLocation;
     if (mSeverity != U_Sev_DETAIL && Globals())
         ++Globals()->mErrorCount;
     if (!IsDisplayOn(mSeverity))

@@ -1,8 +1,10 @@
 #include "indep/errors/ThreadState.h"
 
+#include <platform/base/per_thread.h>
+#include <platform/base/thread_local.h>
+
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/frame/ThreadPiece.h"
 
 namespace
 {
@@ -13,49 +15,43 @@ struct LoggingBuffer
 
 LoggingBuffer sEmergencyBuffer = {};
 
-template <class Field> Field LastErrorField(Field Up_LastErrorState::*field)
-{
-    const Up_LastErrorState* const state = ThreadPiece<Up_LastErrorState>::Find();
-    return state ? state->*field : Field();
-}
+PLATFORM_THREAD_LOCAL Up_LastErrorState tLastError = {};
 } // namespace
 
-Up_LastErrorState* Up_MakeLastErrorState()
+Up_LastErrorState& Up_LastErrorStateOfThread()
 {
-    return ThreadPiece<Up_LastErrorState>::Make();
+    return tLastError;
 }
 
 U_u32 Up_GetThreadLastError()
 {
-    return LastErrorField(&Up_LastErrorState::mLastError);
+    return tLastError.mLastError;
 }
 
 U_u16 Up_GetThreadLastSeverity()
 {
-    return LastErrorField(&Up_LastErrorState::mLastSeverity);
+    return tLastError.mLastSeverity;
 }
 
 U_u32 Up_GetThreadLastLocation()
 {
-    return LastErrorField(&Up_LastErrorState::mLastLocation);
+    return tLastError.mLastLocation;
 }
 
 U_u32 Up_SetThreadLastError(U_u32 code)
 {
-    if (Up_LastErrorState* state = Up_MakeLastErrorState())
-        state->mLastError = code;
-    return code;
+    return tLastError.mLastError = code;
 }
 
 char* Up_GetThreadLoggingBuffer()
 {
-    LoggingBuffer* const buffer = ThreadPiece<LoggingBuffer>::Make();
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Make();
     return buffer ? buffer->mText : sEmergencyBuffer.mText;
 }
 
 char* Up_FindThreadLoggingBuffer()
 {
-    LoggingBuffer* const buffer = ThreadPiece<LoggingBuffer>::Find();
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Find();
     return buffer ? buffer->mText : nullptr;
 }
 

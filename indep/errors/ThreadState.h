@@ -1,4 +1,4 @@
-// What a thread keeps of its reports, for the report path.
+// The latest report of each thread.
 
 #ifndef INDEP_ERRORS_THREAD_STATE_H
 #define INDEP_ERRORS_THREAD_STATE_H
@@ -12,11 +12,10 @@ struct Up_LastErrorState
     U_u32 mLastLocation;
 };
 
-// The calling thread's state, made with all fields 0 if need be. Null without
-// memory. It goes when the thread ends.
-Up_LastErrorState* Up_MakeLastErrorState();
+// Returns the calling thread's state. All fields are 0 at first.
+Up_LastErrorState& Up_LastErrorStateOfThread();
 
-// The thread logging buffer, null if the thread has none.
+// Returns the thread logging buffer; null if the thread has none.
 char* Up_FindThreadLoggingBuffer();
 
 #endif

@@ -1,8 +1,7 @@
-// The guard: the try block at the boundary.
+// Guards: the try block of an entry point.
 //
-// Inside the library a failure travels as a thrown int that holds the status
-// code, reported by whoever found it. Exceptions of types other than int and
-// std::exception aren't the library's and pass through.
+// Inside the library a failure is a thrown int, the status code. The code that found the
+// failure has reported it.
 
 #ifndef INDEP_FRAME_GUARD_H
 #define INDEP_FRAME_GUARD_H
@@ -10,11 +9,14 @@
 #include <exception>
 
 #include "U_Threads.h"
-#include "indep/frame/Translators.h"
 
-// Runs body and returns 0, or the status code of its failure, which translate gives for
-// an exception.
-template <class Body, class Translate> U_Status GuardedBy(Translate translate, Body body)
+// Reports an exception that no translator recognises. Returns 14.
+U_Status Up_ReportUnknownException(const char* what, const char* type);
+
+// Calls `body`. Returns 0, the code that `body` has thrown, or the code that `translate`
+// returns for a std::exception. Exceptions of other types pass through.
+template <class Body>
+U_Status Guarded(Body body, U_Status (*translate)(std::exception&) = &U_TranslateAndReportException)
 {
     try
     {
@@ -31,27 +33,9 @@ template <class Body, class Translate> U_Status GuardedBy(Translate translate, B
     }
 }
 
-// The guard as it stands nearly everywhere.
-template <class Body> U_Status Guarded(Body body)
-{
-    return GuardedBy(&U_TranslateAndReportException, body);
-}
-
-// The same on the way of a message to the user: of one that can't be shown, a report
-// would be one message more that can't be.
-template <class Body> U_Status GuardedUnreported(Body body)
-{
-    return GuardedBy(
-        [](std::exception& exception) {
-            const ScUnreported unreported;
-            return U_TranslateAndReportException(exception);
-        },
-        body);
-}
-
-// Guarded where nothing may pass: an exception of any other type is reported too
-// and gives 14.
-template <class Body> U_Status Contained(Body body) noexcept
+// Guarded for callers through which no exception may pass. Reports an exception of any other
+// type and returns 14 for that exception.
+template <class Body> U_Status GuardedNoexcept(Body body) noexcept
 {
     try
     {
@@ -66,7 +50,7 @@ template <class Body> U_Status Contained(Body body) noexcept
     }
     catch (...)
     {
-        // What a callback throws out of the report doesn't stand for the failure.
+        // An exception of a logging callback does not replace the failure.
     }
     return U_Err_UnknownException;
 }

@@ -8,9 +8,9 @@
 #include <boost/thread/shared_mutex.hpp>
 
 #include <krobase/threads.h>
+#include <win32/exceptions.h>
 #include <win32/threads.h>
 
-#include "indep/frame/Fatal.h"
 #include "indep/frame/Trace.h"
 
 namespace
@@ -75,7 +75,7 @@ void U_RegisterMainThread()
     const U_u32 threadId = win32::GetCurrentThreadId();
     if (sMainThreads.Add(threadId) == 1)
         sUIThread = threadId;
-    Up_PrepareThreadForOverflow();
+    win32::KeepStackForFilter();
     static RoleTrace sTrace;
     sTrace.Tell("U_RegisterMainThread registered ", " as a main thread");
 }
@@ -90,7 +90,7 @@ void U_DeregisterMainThread()
 void U_RegisterRenderThread()
 {
     sRenderThreads.Add(win32::GetCurrentThreadId());
-    Up_PrepareThreadForOverflow();
+    win32::KeepStackForFilter();
     static RoleTrace sTrace;
     sTrace.Tell("U_RegisterRenderThread registered ", " as a render thread");
 }
@@ -105,7 +105,7 @@ void U_DeregisterRenderThread()
 void U_RegisterPSLThread()
 {
     sPSLThread = win32::GetCurrentThreadId();
-    Up_PrepareThreadForOverflow();
+    win32::KeepStackForFilter();
     static RoleTrace sTrace;
     sTrace.Tell("U_RegisterPSLThread registered ", " as the psl thread");
 }
@@ -120,7 +120,7 @@ void U_DeregisterPSLThread()
 void U_RegisterPRThread()
 {
     sPRThread = win32::GetCurrentThreadId();
-    Up_PrepareThreadForOverflow();
+    win32::KeepStackForFilter();
     static RoleTrace sTrace;
     sTrace.Tell("U_RegisterPRThread registered ", " as the pr thread");
 }

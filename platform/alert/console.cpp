@@ -1,4 +1,4 @@
-#include "console.h"
+#include "present.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,9 +9,9 @@
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
 
+#include <platform/base/printable.h>
 #include <win32/debug.h>
 
-#include "../base/printable.h"
 #include "layout.h"
 
 namespace platform

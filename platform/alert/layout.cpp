@@ -6,10 +6,9 @@
 
 #include <unicode/brkiter.h>
 
+#include <platform/base/code_units.h>
+#include <platform/base/printable.h>
 #include <win32/messages.h>
-
-#include "../base/printable.h"
-#include "../code_units.h"
 
 namespace platform
 {

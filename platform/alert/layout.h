@@ -7,9 +7,9 @@
 
 #include <boost/function.hpp>
 
-#include "../control.h"
-#include "../export.h"
-#include "../kroview/messagebox.h"
+#include <kroview/messagebox.h>
+#include <platform/base/export.h>
+#include <platform/control.h>
 
 namespace platform
 {

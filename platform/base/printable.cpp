@@ -1,6 +1,6 @@
 #include "printable.h"
 
-#include "../code_units.h"
+#include "code_units.h"
 
 namespace platform
 {

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "../export.h"
+#include "export.h"
 
 namespace platform
 {

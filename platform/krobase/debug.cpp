@@ -4,9 +4,11 @@
 #include <climits>
 #include <cstdio>
 
-#include "../base/printable.h"
-#include "../quiet_new.h"
-#include "../switched_function.h"
+#include <platform/base/printable.h>
+#include <platform/base/quiet_new.h>
+#include <platform/base/switched_function.h>
+#include <win32/debug.h>
+
 #include "private/trace_switches.h"
 
 namespace krobase
@@ -74,6 +76,16 @@ void Trace(const char* text)
         (*sink)(text);
     else
         platform::WritePrintable(stderr, text, "\t\r\n");
+}
+
+bool IsDebuggerAttached()
+{
+    return win32::IsDebuggerPresent() != 0;
+}
+
+void BreakIntoDebugger()
+{
+    win32::DebugBreak();
 }
 
 void SetTrace(const char* category, int level)

@@ -10,11 +10,11 @@
 
 #include <boost/make_shared.hpp>
 
+#include <platform/base/quiet_new.h>
+#include <platform/base/thread_local.h>
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 
-#include "../quiet_new.h"
-#include "../thread_local.h"
 #include "executor.h"
 
 namespace krobase

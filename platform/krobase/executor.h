@@ -8,7 +8,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/thread.hpp>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

@@ -6,7 +6,8 @@
 
 #include <cstddef>
 
-#include "../export.h"
+#include <platform/base/export.h>
+
 #include "text.h"
 
 namespace krobase

@@ -10,7 +10,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

@@ -4,7 +4,8 @@
 #include <chrono>
 #include <limits>
 
-#include "../switched_function.h"
+#include <platform/base/switched_function.h>
+
 #include "private/clock_switch.h"
 
 namespace krobase

@@ -3,7 +3,7 @@
 #ifndef KROBASE_HIGH_PRECISION_TIME_H
 #define KROBASE_HIGH_PRECISION_TIME_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

@@ -6,7 +6,8 @@
 #include <boost/any.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 
-#include "../export.h"
+#include <platform/base/export.h>
+
 #include "text.h"
 
 namespace krobase

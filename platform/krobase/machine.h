@@ -3,7 +3,7 @@
 #ifndef KROBASE_MACHINE_H
 #define KROBASE_MACHINE_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

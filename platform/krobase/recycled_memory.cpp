@@ -10,8 +10,9 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include "../immortal.h"
-#include "../quiet_new.h"
+#include <platform/base/immortal.h>
+#include <platform/base/quiet_new.h>
+
 #include "small_block.h"
 
 namespace krobase

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

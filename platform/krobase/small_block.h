@@ -8,7 +8,7 @@
 #include <limits>
 #include <new>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

@@ -14,8 +14,8 @@
 #include <boost/stacktrace/safe_dump_to.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include "../code_units.h"
-#include "../quiet_new.h"
+#include <platform/base/code_units.h>
+#include <platform/base/quiet_new.h>
 
 namespace krobase
 {

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
+#include <platform/base/code_units.h>
 #include <win32/text.h>
-
-#include "../code_units.h"
 
 namespace krobase
 {

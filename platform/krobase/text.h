@@ -5,7 +5,8 @@
 
 #include <string>
 
-#include "../export.h"
+#include <platform/base/export.h>
+
 #include "small_block.h"
 
 namespace krobase

@@ -3,7 +3,7 @@
 #ifndef KROBASE_THREADS_H
 #define KROBASE_THREADS_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace krobase
 {

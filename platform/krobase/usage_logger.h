@@ -3,7 +3,8 @@
 #ifndef KROBASE_USAGE_LOGGER_H
 #define KROBASE_USAGE_LOGGER_H
 
-#include "../export.h"
+#include <platform/base/export.h>
+
 #include "text.h"
 
 namespace krobase

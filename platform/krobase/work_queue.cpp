@@ -3,9 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include <platform/base/thread_local.h>
 #include <wril/wril.h>
-
-#include "../thread_local.h"
 
 namespace krobase
 {

@@ -2,7 +2,8 @@
 
 #include <boost/thread/mutex.hpp>
 
-#include "../quiet_new.h"
+#include <platform/base/quiet_new.h>
+
 #include "private/switches.h"
 
 namespace kroview

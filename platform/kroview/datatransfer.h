@@ -4,8 +4,7 @@
 #define KROVIEW_DATATRANSFER_H
 
 #include <krobase/text.h>
-
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace kroview
 {

@@ -7,8 +7,8 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
 #include <krobase/text.h>
+#include <platform/base/export.h>
 
-#include "../export.h"
 #include "ui.h"
 
 namespace kroview

@@ -6,7 +6,8 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include "../quiet_new.h"
+#include <platform/base/quiet_new.h>
+
 #include "private/switches.h"
 
 namespace kroview

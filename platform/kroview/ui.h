@@ -7,7 +7,7 @@
 #include <boost/function.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace kroview
 {

@@ -6,8 +6,9 @@
 
 #include <boost/thread/mutex.hpp>
 
-#include "../immortal.h"
-#include "../quiet_new.h"
+#include <platform/base/immortal.h>
+#include <platform/base/quiet_new.h>
+
 #include "private/block.h"
 #include "private/heap.h"
 #include "private/names.h"

@@ -4,7 +4,7 @@
 #ifndef TOLV_KEYBOARD_H
 #define TOLV_KEYBOARD_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 const unsigned int kModifierCommand = 256;
 const unsigned int kModifierShift = 512;

@@ -9,7 +9,7 @@
 #ifndef TOLV_MEMORY_H
 #define TOLV_MEMORY_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 struct MEM_Heap; // opaque, lives as long as the process
 typedef MEM_Heap* MEM_HeapRef;

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "../code_units.h"
+#include <platform/base/code_units.h>
 
 namespace tolv
 {

@@ -8,8 +8,9 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include "../krobase/text.h"
-#include "../quiet_new.h"
+#include <krobase/text.h>
+#include <platform/base/quiet_new.h>
+
 #include "private/profile_switches.h"
 
 namespace

@@ -4,7 +4,7 @@
 #ifndef TOLV_PROFILE_H
 #define TOLV_PROFILE_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 // Stores the value, or the default if there is none. Returns 0, or -50 for a
 // null key or output.

@@ -6,10 +6,10 @@
 
 #include <boost/thread/mutex.hpp>
 
+#include <platform/base/immortal.h>
+#include <platform/base/quiet_new.h>
 #include <win32/memory.h>
 
-#include "../immortal.h"
-#include "../quiet_new.h"
 #include "private/thread_record.h"
 
 #if defined(__ELF__)

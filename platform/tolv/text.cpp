@@ -2,9 +2,9 @@
 
 #include <atomic>
 
+#include <platform/base/code_units.h>
 #include <win32/text.h>
 
-#include "../code_units.h"
 #include "private/switches.h"
 
 using namespace platform;

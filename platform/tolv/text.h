@@ -4,7 +4,7 @@
 #ifndef TOLV_TEXT_H
 #define TOLV_TEXT_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 // The types of a byte in multibyte text. No character starts at a byte whose
 // type is above 0, and one ends at a byte of type 0 or 1.

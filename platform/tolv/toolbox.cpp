@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "../quiet_new.h"
-#include "../thread_local.h"
+#include <platform/base/quiet_new.h>
+#include <platform/base/thread_local.h>
 
 namespace
 {

@@ -4,7 +4,7 @@
 #ifndef TOLV_TOOLBOX_H
 #define TOLV_TOOLBOX_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 // A new handle of size bytes; null for a negative size or without memory.
 PLATFORM_EXPORT void** NewHandle(int size);

@@ -3,7 +3,7 @@
 #ifndef WIN32_ATL_H
 #define WIN32_ATL_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace ATL
 {

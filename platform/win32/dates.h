@@ -10,7 +10,8 @@
 #ifndef WIN32_DATES_H
 #define WIN32_DATES_H
 
-#include "../export.h"
+#include <platform/base/export.h>
+
 #include "locale.h"
 
 namespace win32

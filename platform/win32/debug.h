@@ -3,7 +3,7 @@
 #ifndef WIN32_DEBUG_H
 #define WIN32_DEBUG_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

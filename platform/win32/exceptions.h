@@ -3,7 +3,7 @@
 #ifndef WIN32_EXCEPTIONS_H
 #define WIN32_EXCEPTIONS_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {
@@ -37,6 +37,13 @@ const unsigned int kLargestStackGuarantee = 256 << 10; // bytes
 // if there is no memory. A thread without it whose stack overflows ends the process
 // past the filter.
 PLATFORM_EXPORT int SetThreadStackGuarantee(unsigned int* size);
+
+// Keeps the largest stack for the filter at hand for the calling thread, if there is memory.
+inline void KeepStackForFilter()
+{
+    unsigned int size = kLargestStackGuarantee;
+    SetThreadStackGuarantee(&size);
+}
 } // namespace win32
 
 #endif

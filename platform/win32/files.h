@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

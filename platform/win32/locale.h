@@ -3,7 +3,7 @@
 #ifndef WIN32_LOCALE_H
 #define WIN32_LOCALE_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

@@ -7,7 +7,7 @@
 #ifndef WIN32_MESSAGE_QUEUE_H
 #define WIN32_MESSAGE_QUEUE_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

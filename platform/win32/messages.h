@@ -3,7 +3,7 @@
 #ifndef WIN32_MESSAGES_H
 #define WIN32_MESSAGES_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

@@ -4,7 +4,7 @@
 #ifndef WIN32_MODULES_H
 #define WIN32_MODULES_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

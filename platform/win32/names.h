@@ -10,7 +10,7 @@
 #ifndef WIN32_NAMES_H
 #define WIN32_NAMES_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

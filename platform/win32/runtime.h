@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

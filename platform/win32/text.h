@@ -11,7 +11,7 @@
 #ifndef WIN32_TEXT_H
 #define WIN32_TEXT_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

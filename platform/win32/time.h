@@ -3,7 +3,7 @@
 #ifndef WIN32_TIME_H
 #define WIN32_TIME_H
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

@@ -7,7 +7,7 @@
 
 #include <ctime>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 namespace win32
 {

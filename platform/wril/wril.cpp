@@ -8,10 +8,11 @@
 #include <new>
 #include <string_view>
 
-#include "../base/integer_text.h"
-#include "../base/printable.h"
-#include "../quiet_new.h"
-#include "../switched_function.h"
+#include <platform/base/integer_text.h>
+#include <platform/base/printable.h>
+#include <platform/base/quiet_new.h>
+#include <platform/base/switched_function.h>
+
 #include "private/sink.h"
 
 namespace

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 PLATFORM_EXPORT void WRIL_Log(int level, const char* category, const char* tag, const char* text);
 

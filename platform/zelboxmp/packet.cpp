@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "../code_units.h"
+#include <platform/base/code_units.h>
 
 namespace zelboxmp
 {

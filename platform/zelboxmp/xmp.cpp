@@ -5,7 +5,8 @@
 #include <mutex>
 #include <new>
 
-#include "../quiet_new.h"
+#include <platform/base/quiet_new.h>
+
 #include "private/packet.h"
 
 using namespace zelboxmp;

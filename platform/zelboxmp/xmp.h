@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "../export.h"
+#include <platform/base/export.h>
 
 struct __XMPMeta__; // opaque; counts its references
 

@@ -2,7 +2,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include <control.h>
+#include <platform/control.h>
 #include <wril/wril.h>
 
 using krobase::utility::ImmutableString;

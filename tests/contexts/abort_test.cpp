@@ -1,5 +1,3 @@
-#include "U_Abort.h"
-
 #include <algorithm>
 #include <functional>
 #include <iterator>
@@ -9,9 +7,10 @@
 
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <win32/message_queue.h>
 
+#include "U_Abort.h"
 #include "tests/contexts/States.h"
 
 namespace

@@ -1,14 +1,13 @@
-#include "U_Context.h"
-
 #include <algorithm>
 #include <functional>
 
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
-#include <control.h>
 #include <krobase/gate.h>
+#include <platform/control.h>
 
+#include "U_Context.h"
 #include "U_Threads.h"
 #include "tests/contexts/States.h"
 

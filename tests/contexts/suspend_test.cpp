@@ -1,5 +1,3 @@
-#include "tests/contexts/Suspensions.h"
-
 #include <new>
 #include <stdexcept>
 #include <tuple>
@@ -7,9 +5,10 @@
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Threads.h"
+#include "tests/contexts/Suspensions.h"
 #include "tests/support/FailingNew.h"
 
 using testing::ElementsAre;

@@ -1,12 +1,11 @@
-#include "tests/contexts/Suspensions.h"
-
 #include <cstring>
 
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Threads.h"
+#include "tests/contexts/Suspensions.h"
 
 using testing::ElementsAre;
 

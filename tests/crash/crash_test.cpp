@@ -15,8 +15,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <control.h>
 #include <krobase/executor.h>
+#include <platform/control.h>
 #include <win32/runtime.h>
 
 #include "U_Fatal.h"

@@ -12,7 +12,7 @@
 
 #include <sys/resource.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <win32/runtime.h>
 
 #include "U_Lifecycle.h"

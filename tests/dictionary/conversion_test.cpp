@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "tests/dictionary/support/Loading.h"
 

@@ -16,7 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")
-FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include", f"-I{ROOT}/platform"]
+FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include"]
 
 
 def programs(document):
@@ -41,7 +41,7 @@ def check_program(place, code, build, compiler, folder):
     program = pathlib.Path(folder, "program")
     source.write_text(f'#line {line} "{path}"\n{code}', encoding="utf-8")
     libraries = build / "lib"
-    if fails([compiler, *FLAGS, source, "-o", program, f"-L{libraries}",
+    if fails([compiler, *FLAGS, f"-I{build}/include", source, "-o", program, f"-L{libraries}",
               f"-Wl,-rpath,{libraries}", "-lU", "-lUplatform", "-lboost_thread", "-pthread"]):
         return f"{path}:{line}: doesn't compile"
     status = fails([program], cwd=folder)

@@ -1,6 +1,6 @@
 #include <tuple>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Assert.h"
 #include "U_Lifecycle.h"

@@ -9,8 +9,8 @@
 
 #include <boost/thread/barrier.hpp>
 
-#include <control.h>
 #include <kroview/ui.h>
+#include <platform/control.h>
 
 #include "U_Group.h"
 #include "U_Interact.h"

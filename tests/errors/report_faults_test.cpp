@@ -9,7 +9,7 @@
 #include <thread>
 #include <tuple>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"

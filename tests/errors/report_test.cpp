@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <tuple>
 
-#include <control.h>
 #include <kroview/ui.h>
+#include <platform/control.h>
 
 #include "U_Group.h"
 #include "U_Interact.h"

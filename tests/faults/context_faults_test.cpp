@@ -162,16 +162,11 @@ TEST_F(ContextFaults, Threads)
         U_GetLocalUnhandledExceptionOrHardwareErrorHandler(&left, nullptr);
         return RightIf(found == handler && refcon == &sRefcon && !left);
     };
-    const auto callStack = [] {
-        U_InitializeCallStackMonitoring();
-        return RightIf(U_IsCallStackMonitoringInitialized(), kLess);
-    };
     Walk({{"U_RegisterMainThread", kBadAlloc,
            [&] { return role(&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread); }},
           {"U_RegisterRenderThread", kBadAlloc,
            [&] {
                return role(&U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread);
            }},
-          {"a local handler", kBadAlloc, localHandler},
-          {"U_InitializeCallStackMonitoring", kLess, callStack}});
+          {"a local handler", kBadAlloc, localHandler}});
 }

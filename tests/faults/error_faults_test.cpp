@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Assert.h"
 #include "U_Interact.h"

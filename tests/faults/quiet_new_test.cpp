@@ -8,15 +8,14 @@
 #include <vector>
 
 #include <boost/make_shared.hpp>
-
 #include <gtest/gtest.h>
 
-#include <control.h>
 #include <krobase/debug.h>
 #include <krobase/executor.h>
 #include <krobase/immutable_string.h>
 #include <krobase/recycled_memory.h>
 #include <krobase/stack_trace.h>
+#include <platform/control.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>
 #include <win32/memory.h>

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <deque>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Date.h"
 #include "U_Encoding.h"

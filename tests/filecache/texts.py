@@ -3,7 +3,7 @@
 every text, with the same places, addresses and option names. Beyond these they
 have texts of the library, all of them the same ones.
 
-Usage: texts.py SOURCE_FOLDER LIBRARY_FOLDER TRANSLATION..."""
+Usage: texts.py SOURCE_FOLDER ROOT_FOLDER TRANSLATION..."""
 import pathlib
 import re
 import sys
@@ -60,9 +60,9 @@ def marks(text):
     return sorted(set(re.findall(r"\^[1-9]|@[0-9]|%[a-z]|--[a-z]+|https:\S*\w", text)))
 
 
-folder, library, *translations = map(pathlib.Path, sys.argv[1:])
+folder, root, *translations = map(pathlib.Path, sys.argv[1:])
 english = source_texts(folder)
-library_texts = source_texts(library)
+library_texts = source_texts(root / "indep") | source_texts(root / "text")
 if not english or not translations:
     fail("nothing to compare")
 for key, text in english.items():

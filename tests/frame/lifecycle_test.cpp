@@ -1,5 +1,3 @@
-#include "U_Lifecycle.h"
-
 #include <cstdlib>
 #include <exception>
 #include <functional>
@@ -10,13 +8,14 @@
 
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 #include <win32/runtime.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Interact.h"
+#include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "U_ZString.h"

@@ -1,14 +1,14 @@
-#include "U_Threads.h"
-
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
+
 #include <pthread.h>
 
-#include <control.h>
 #include <krobase/threads.h>
+#include <platform/control.h>
 
+#include "U_Threads.h"
 #include "tests/support/FreshThread.h"
 
 namespace

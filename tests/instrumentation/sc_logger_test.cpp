@@ -1,7 +1,5 @@
 // Scoped loggers, compiled into the test: the library keeps them to itself.
 
-#include "indep/instrumentation/ScLogger.h"
-
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -18,9 +16,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <control.h>
 #include <krobase/threads.h>
+#include <platform/control.h>
 
+#include "indep/instrumentation/ScLogger.h"
 #include "tests/support/CodeThrown.h"
 #include "tests/support/TimeZone.h"
 

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

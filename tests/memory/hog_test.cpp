@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

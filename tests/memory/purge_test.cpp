@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

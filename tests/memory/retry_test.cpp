@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"

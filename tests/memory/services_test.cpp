@@ -1,5 +1,3 @@
-#include "U_MemServices.h"
-
 #include <cstring>
 #include <functional>
 #include <new>
@@ -9,12 +7,14 @@
 
 #include <gmock/gmock.h>
 
-#include <control.h>
 #include <sys/resource.h>
+
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_MemServices.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
 

@@ -4,9 +4,9 @@
 
 #include <gmock/gmock.h>
 
-#include <alert/layout.h>
-#include <control.h>
 #include <kroview/messagebox.h>
+#include <platform/alert/layout.h>
+#include <platform/control.h>
 #include <win32/messages.h>
 
 #include "tests/support/NoMemory.h"

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <tolv/text.h>
 
 namespace

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
 #include <krobase/high_precision_time.h>
+#include <platform/control.h>
 #include <win32/dates.h>
 #include <win32/text.h>
 #include <win32/wall_clock.h>

@@ -9,9 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <control.h>
 #include <krobase/debug.h>
-#include <krobase/debugger.h>
+#include <platform/control.h>
 #include <win32/debug.h>
 
 #include "tests/support/Text.h"

@@ -1,5 +1,3 @@
-#include <krobase/executor.h>
-
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -9,12 +7,14 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include <control.h>
+#include <krobase/executor.h>
 #include <krobase/gate.h>
 #include <krobase/threads.h>
+#include <platform/control.h>
 #include <win32/message_queue.h>
 
 #include "tests/support/BornLibrary.h"

@@ -1,7 +1,5 @@
 // Numbers and messages as text, and the user's locale.
 
-#include <krobase/format.h>
-
 #include <cstring>
 #include <limits>
 #include <string>
@@ -10,7 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
+#include <krobase/format.h>
+#include <platform/control.h>
 #include <win32/locale.h>
 #include <win32/text.h>
 

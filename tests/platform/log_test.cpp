@@ -11,7 +11,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <wril/wril.h>
 
 #include "tests/support/FailingNew.h"

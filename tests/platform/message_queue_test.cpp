@@ -1,14 +1,13 @@
-#include <win32/message_queue.h>
-
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include <control.h>
 #include <krobase/gate.h>
+#include <platform/control.h>
 #include <tolv/keyboard.h>
+#include <win32/message_queue.h>
 #include <win32/threads.h>
 
 #include "tests/support/FreshThread.h"

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 namespace
 {

@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
 #include <kroview/messagebox.h>
 #include <kroview/ui.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>

@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <base/integer_text.h>
-#include <control.h>
 #include <krobase/debug.h>
 #include <kroview/datatransfer.h>
 #include <kroview/ui.h>
+#include <platform/base/integer_text.h>
+#include <platform/control.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
 #include <win32/messages.h>

@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <win32/text.h>
 
 namespace

@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-#include <control.h>
+#include <platform/control.h>
 #include <win32/memory.h>
 #include <win32/threads.h>
 

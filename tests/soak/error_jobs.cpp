@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Encoding.h"
 #include "U_Group.h"

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <thread>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Budget.h"
 #include "U_Context.h"

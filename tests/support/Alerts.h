@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <control.h>
+#include <platform/control.h>
 
 // Captures the alerts from its construction to its destruction. Any thread.
 class CapturedAlerts

@@ -2,8 +2,8 @@
 
 #include <boost/function.hpp>
 
-#include <control.h>
 #include <krobase/recycled_memory.h>
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Budget.h"

@@ -4,7 +4,7 @@
 
 #include "U_Alloc.h"
 #include "U_Posted.h"
-#include "indep/frame/Globals.h"
+#include "indep/errors/Globals.h"
 
 // The record is the live handle, near a new one, whose block starts with the
 // number.

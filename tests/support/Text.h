@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Encoding.h"
 #include "U_Types.h"

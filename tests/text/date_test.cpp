@@ -1,7 +1,5 @@
 // Dates, second counts and the zone.
 
-#include "U_Date.h"
-
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -11,8 +9,9 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <gmock/gmock.h>
 
-#include <control.h>
+#include <platform/control.h>
 
+#include "U_Date.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/Text.h"

@@ -1,7 +1,5 @@
 // Messages with places for values, numbers as text, and sizes for people.
 
-#include "U_Format.h"
-
 #include <cstring>
 #include <limits>
 #include <string>
@@ -9,9 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Encoding.h"
+#include "U_Format.h"
 #include "U_Lifecycle.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"

@@ -1,14 +1,13 @@
 // ZStrings: their syntax, the language, and the locale's life.
 
-#include "U_ZString.h"
-
 #include <tuple>
 #include <utility>
 
-#include <control.h>
+#include <platform/control.h>
 
 #include "U_Encoding.h"
 #include "U_Lifecycle.h"
+#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"

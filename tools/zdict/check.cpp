@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "commands.h"
 #include "text_source.h"

@@ -3,8 +3,8 @@
 #include <unordered_map>
 #include <utility>
 
-#include <control.h>
 #include <hollin/Dictionary.h>
+#include <platform/control.h>
 
 #include "messages.h"
 #include "text_source.h"

@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 #include "messages.h"
 #include "target.h"

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 namespace
 {

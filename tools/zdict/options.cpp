@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include <control.h>
+#include <platform/control.h>
 #include <win32/text.h>
 
 namespace

@@ -1,7 +1,8 @@
 #include <cstdio>
 
-#include <base/printable.h>
 #include <boost/endian/conversion.hpp>
+
+#include <platform/base/printable.h>
 
 #include "commands.h"
 #include "text_source.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include <base/printable.h>
+#include <platform/base/printable.h>
 
 namespace
 {

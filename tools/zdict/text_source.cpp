@@ -7,9 +7,9 @@
 
 #include <boost/nowide/utf/utf.hpp>
 
-#include <control.h>
 #include <hollin/Dictionary.h>
 #include <hollin/TextLines.h>
+#include <platform/control.h>
 #include <win32/text.h>
 
 #include "messages.h"

@@ -5,7 +5,7 @@
 
 #include <boost/function.hpp>
 
-#include "../../switched_function.h"
+#include <platform/base/switched_function.h>
 
 namespace tolv
 {

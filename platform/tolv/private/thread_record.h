@@ -9,8 +9,9 @@
 
 #include <atomic>
 
-#include "../../cache_line.h"
-#include "../../thread_local.h"
+#include <platform/base/cache_line.h>
+#include <platform/base/thread_local.h>
+
 #include "block.h"
 #include "slots.h"
 

@@ -15,7 +15,8 @@
 
 #include <atomic>
 
-#include "../../cache_line.h"
+#include <platform/base/cache_line.h>
+
 #include "thread_record.h"
 
 namespace tolv

@@ -3,10 +3,11 @@
 #include <csignal>
 #include <cstdio>
 
-#include "../../base/printable.h"
-#include "../../switched_function.h"
+#include <platform/base/printable.h>
+#include <platform/base/switched_function.h>
+
+#include "../private/switches.h"
 #include "status_figures.h"
-#include "switches.h"
 
 namespace win32
 {

@@ -16,7 +16,8 @@
 #include <ucontext.h>
 #include <unistd.h>
 
-#include "../../thread_local.h"
+#include <platform/base/thread_local.h>
+
 #include "signal_stack.h"
 
 namespace win32

@@ -17,11 +17,11 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <platform/base/immortal.h>
+#include <platform/base/quiet_new.h>
 #include <win32/text.h>
 
-#include "../../immortal.h"
-#include "../../quiet_new.h"
-#include "switches.h"
+#include "../private/switches.h"
 
 namespace win32
 {

@@ -11,12 +11,12 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <platform/base/code_units.h>
+#include <platform/base/quiet_new.h>
 #include <win32/network.h>
 #include <win32/text.h>
 
-#include "../../code_units.h"
-#include "../../quiet_new.h"
-#include "switches.h"
+#include "../private/switches.h"
 
 namespace win32
 {

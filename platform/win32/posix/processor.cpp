@@ -14,8 +14,8 @@
 
 #include <win32/text.h>
 
-#include "../../quiet_new.h"
-#include "switches.h"
+#include "../private/switches.h"
+#include <platform/base/quiet_new.h>
 
 namespace win32
 {

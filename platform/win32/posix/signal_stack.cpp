@@ -5,7 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "../../thread_piece.h"
+#include <platform/base/per_thread.h>
 
 namespace win32
 {
@@ -82,7 +82,7 @@ bool ProvideSignalStack(std::size_t* before)
     *before = current.ss_flags & SS_DISABLE ? 0 : current.ss_size;
     if (*before >= kLargestStackGuarantee)
         return true;
-    SignalStack* const stack = platform::ThreadPiece<SignalStack>::Make();
+    SignalStack* const stack = platform::PerThread<SignalStack>::Make();
     return stack && stack->Install(current);
 }
 } // namespace win32

@@ -8,10 +8,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <platform/base/code_units.h>
+#include <platform/base/thread_local.h>
 #include <wril/wril.h>
-
-#include "../../code_units.h"
-#include "../../thread_local.h"
 
 namespace win32
 {

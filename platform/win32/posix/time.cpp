@@ -1,10 +1,9 @@
 #include <win32/time.h>
 
 #include <atomic>
-
 #include <ctime>
 
-#include "switches.h"
+#include "../private/switches.h"
 
 namespace win32
 {

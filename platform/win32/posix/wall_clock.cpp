@@ -2,9 +2,10 @@
 
 #include <chrono>
 
-#include "../../switched_function.h"
-#include "../../thread_local.h"
-#include "switches.h"
+#include <platform/base/switched_function.h>
+#include <platform/base/thread_local.h>
+
+#include "../private/switches.h"
 
 namespace win32
 {

@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "../xmp.h"
+#include <zelboxmp/xmp.h>
 
 namespace zelboxmp
 {

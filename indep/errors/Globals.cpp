@@ -1,0 +1,88 @@
+#include "indep/errors/Globals.h"
+
+#include <new>
+
+#include <tolv/memory.h>
+
+#include "U_Alloc.h"
+#include "U_Report.h"
+#include "U_String.h"
+#include "text/OwnTexts.h"
+
+namespace
+{
+// Indices of texts.
+const U_u32 kNoGlobalsText = 9;
+const U_u32 kDamagedGlobalsText = 11;
+
+// All reports are shown and logged, except that severities 32 and 64 aren't
+// shown and 64 isn't logged.
+const U_u32 kInteractAtBirth = 0xFFBFFF9F;
+
+// Written by birth and death only, with no other thread in the library.
+void** sGlobals = nullptr;
+} // namespace
+
+U_Globals* Globals()
+{
+    return sGlobals ? static_cast<U_Globals*>(*sGlobals) : nullptr;
+}
+
+U_Status Up_MakeGlobals(const char* displayName)
+{
+    boost::recursive_mutex* loggingLock = new (std::nothrow) boost::recursive_mutex;
+    void** handle = loggingLock ? U_AllocateHandleClearQuiet(sizeof(U_Globals)) : nullptr;
+    if (!handle)
+    {
+        delete loggingLock;
+        return U_Err_OutOfMemory;
+    }
+    U_Globals* globals = new (*handle) U_Globals();
+    globals->mMagicHead = kGlobalsMagic;
+    globals->mMagicTail = kGlobalsMagic;
+    U_CopyString(displayName, sizeof(globals->mName), globals->mName);
+    globals->mLoggingLock = loggingLock;
+    sGlobals = handle;
+    Up_SetInteract(kInteractAtBirth);
+    return 0;
+}
+
+void Up_DestroyGlobals()
+{
+    U_Globals* globals = Globals();
+    if (!globals)
+        return;
+    globals->mMagicHead = 0;
+    globals->mMagicTail = 0;
+    delete globals->mLoggingLock;
+    U_FreeHandle(sGlobals);
+    sGlobals = nullptr;
+}
+
+bool Up_GlobalsAreGood()
+{
+    const U_Globals* globals = Globals();
+    return globals && globals->mMagicHead == kGlobalsMagic && globals->mMagicTail == kGlobalsMagic;
+}
+
+void Up_MarkDying()
+{
+    if (U_Globals* globals = Globals())
+        globals->mDying = 1;
+    TOLV_QuietMemDialogs();
+}
+
+U_Status Up_ValidateGlobals(U_u16 code)
+{
+    if (Up_GlobalsAreGood())
+        return 0;
+    const U_u32 location = kModule | code;
+    if (!Globals())
+    {
+        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kNoGlobalsText));
+        return U_Err_NoGlobals;
+    }
+    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kDamagedGlobalsText));
+    Up_MarkDying();
+    return U_Err_DamagedGlobals;
+}

@@ -1,0 +1,191 @@
+#include "indep/errors/Translators.h"
+
+#include <map>
+#include <memory>
+#include <new>
+#include <typeinfo>
+#include <utility>
+
+#include <boost/core/demangle.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include <platform/base/quiet_new.h>
+#include <win32/atl.h>
+#include <win32/messages.h>
+#include <wril/wril.h>
+
+#include "U_Report.h"
+#include "U_Threads.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
+#include "indep/frame/ReentrancyGuard.h"
+
+namespace
+{
+// Shared, so that one that unregisters itself lives until it returns.
+typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> TranslatorTable;
+
+// Guards the two below; held while translators run. None is ever destroyed:
+// threads may still report while the process exits.
+boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
+std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
+U_u32 sNextTranslatorId = 100;
+
+// An entry of the table that has no id yet; none if there is nothing to call or no
+// memory.
+TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
+{
+    if (!translator)
+        return {};
+    try
+    {
+        TranslatorTable single;
+        single.emplace(0, std::make_shared<const U_ExceptionTranslator>(std::move(translator)));
+        return single.extract(single.begin());
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {};
+    }
+}
+
+// A report inside a translator may throw a callback's code, which stands for the
+// translator's own then.
+bool Takes(const U_ExceptionTranslator& translator, std::exception& exception, int* code)
+{
+    try
+    {
+        return translator(&exception, code);
+    }
+    catch (int& thrown)
+    {
+        *code = thrown;
+        return true;
+    }
+    catch (std::exception&)
+    {
+        return false;
+    }
+}
+
+// Asks the translators, the newest first. A translator may register and
+// unregister while it runs, so each next one is looked up by its id.
+bool Translate(std::exception& exception, int& code)
+{
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    U_u32 below = sNextTranslatorId;
+    while (sTranslators)
+    {
+        TranslatorTable::iterator next = sTranslators->lower_bound(below);
+        if (next == sTranslators->begin())
+            return false;
+        --next;
+        below = next->first;
+        const std::shared_ptr<const U_ExceptionTranslator> translator = next->second;
+        code = U_Err_UnknownException; // whatever one that didn't take it has stored
+        if (Takes(*translator, exception, &code))
+            return true;
+    }
+    return false;
+}
+
+typedef ReentrancyGuard<struct InTranslation> ScUnreported;
+
+// An exception that a callback or a presenter throws out of its own report is not reported
+// once more.
+void ReportOnce(U_u16 severity, const char* text)
+{
+    const ScUnreported entered;
+    if (entered.IsFirst())
+        Up_ReportErrString(0, severity, text);
+}
+
+// Empty if the system knows no text.
+U_UTF16String SystemText(int result)
+{
+    unsigned short* buffer = nullptr;
+    const unsigned int kDefaultLanguage = 0x400;
+    const unsigned int length = win32::FormatMessageW(
+        win32::kFormatAllocateBuffer | win32::kFormatIgnoreInserts | win32::kFormatFromSystem,
+        nullptr, static_cast<unsigned int>(result), kDefaultLanguage, &buffer, 0, nullptr);
+    const std::unique_ptr<unsigned short, void* (*)(void*)> owned(
+        buffer, [](void* block) { return win32::LocalFree(block); });
+    return buffer ? U_UTF16String(buffer, length) : U_UTF16String();
+}
+} // namespace
+
+void Up_MakeTranslatorTable()
+{
+    auto table = std::make_unique<TranslatorTable>(); // before the lock
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (!sTranslators)
+        sTranslators.swap(table);
+}
+
+void Up_FreeTranslatorTable()
+{
+    std::unique_ptr<TranslatorTable> ended; // the host's functions end after the lock
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    ended.swap(sTranslators);
+}
+
+U_Status Up_ReportUnknownException(const char* what, const char* type)
+{
+    LogSafely(
+        [=] { WRIL_sprintf(0, "U", "UNHANDLED_EXCEPTION", "What: %s, type: %s", what, type); });
+    ReportOnce(U_Sev_WARNING, "Unknown Exception.");
+    return U_Err_UnknownException;
+}
+
+U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
+{
+    // Before the lock: without memory others may have an exception to translate.
+    TranslatorTable::node_type entry = EntryFor(std::move(translator));
+    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    if (!sTranslators || !entry)
+        return 0;
+    entry.key() = sNextTranslatorId;
+    sTranslators->insert(std::move(entry));
+    return sNextTranslatorId++;
+}
+
+void U_UnregisterExceptionTranslator(U_u32 id)
+{
+    TranslatorTable::node_type ended; // ends after the lock
+    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    if (sTranslators)
+        ended = sTranslators->extract(id);
+}
+
+U_Status U_TranslateAndReportException(std::exception& exception)
+{
+    if (dynamic_cast<std::bad_alloc*>(&exception))
+        return U_Err_OutOfMemory;
+    if (dynamic_cast<std::bad_cast*>(&exception))
+    {
+        ReportOnce(U_Sev_PROBLEM, "Unexpected data type");
+        return U_Err_BadParameter;
+    }
+    int code = U_Err_UnknownException;
+    if (Translate(exception, code))
+        return code;
+    const char* const rawName = typeid(exception).name();
+    const boost::core::scoped_demangled_name name(rawName);
+    return Up_ReportUnknownException(exception.what(), name.get() ? name.get() : rawName);
+}
+
+U_Status Up_TranslateUnreported(std::exception& exception)
+{
+    const ScUnreported unreported;
+    return U_TranslateAndReportException(exception);
+}
+
+void TranslateAndThrowATLException(ATL::CAtlException& exception, const char*, int)
+{
+    const U_UTF16String text = SystemText(exception);
+    if (text.empty())
+        return;
+    U_ReportError(0, U_Sev_WARNING, text);
+    throw 1;
+}

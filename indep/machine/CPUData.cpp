@@ -1,0 +1,81 @@
+#include "U_Machine.h"
+
+#include <algorithm>
+#include <bitset>
+#include <vector>
+
+#include <win32/processor.h>
+#include <wril/wril.h>
+
+#include "indep/machine/Machine.h"
+
+namespace
+{
+typedef win32::SYSTEM_LOGICAL_PROCESSOR_INFORMATION ProcessorInformation;
+
+const int kBirthLevel = 10;
+
+U_CPU_Data sData; // written by birth only
+
+U_u32 Bit(int word, int bit)
+{
+    return static_cast<U_u32>(word) >> bit & 1;
+}
+
+void ReadFlags()
+{
+    int registers[4] = {};
+    win32::__cpuidex(registers, 1, 0);
+    const int c = registers[2];
+    const int d = registers[3];
+    sData.MMX = 1;
+    sData.SSE = Bit(d, 25);
+    sData.SSE2 = Bit(d, 26);
+    sData.SSE3 = Bit(c, 0);
+    sData.SSSE = Bit(c, 9);
+    sData.SSE4_1 = Bit(c, 19);
+    sData.SSE4_2 = Bit(c, 20);
+}
+
+// Empty if the system doesn't tell.
+std::vector<ProcessorInformation> AskSystem()
+{
+    U_u32 length = 0;
+    win32::GetLogicalProcessorInformation(nullptr, &length);
+    std::vector<ProcessorInformation> entries(length / sizeof(ProcessorInformation));
+    if (entries.empty() || !win32::GetLogicalProcessorInformation(entries.data(), &length))
+        return std::vector<ProcessorInformation>();
+    // There may be fewer by now.
+    entries.resize(std::min(entries.size(), length / sizeof(ProcessorInformation)));
+    return entries;
+}
+
+void CountCores()
+{
+    const std::vector<ProcessorInformation> entries = AskSystem();
+    if (entries.empty())
+        sData.PhysicalCores = sData.LogicalCores = 1;
+    for (const ProcessorInformation& entry : entries)
+    {
+        if (entry.Relationship != win32::kRelationProcessorCore)
+            continue;
+        ++sData.PhysicalCores;
+        sData.LogicalCores += static_cast<U_u32>(std::bitset<64>(entry.ProcessorMask).count());
+    }
+}
+} // namespace
+
+const U_CPU_Data* U_G_CPU_DataP = nullptr;
+
+void Up_DetectCPU()
+{
+    U_G_CPU_DataP = &sData;
+    sData = U_CPU_Data();
+    ReadFlags();
+    CountCores();
+    WRIL_sprintf(kBirthLevel, "U", "CPU Data",
+                 "LogicalCores:%d, PhysicalCores:%d, MMX:%d, SSE:%d SSE2:%d, SSE3:%d, "
+                 "SSSE(MNI):%d, SSE4_1:%d, SSE4_2:%d",
+                 sData.LogicalCores, sData.PhysicalCores, sData.MMX, sData.SSE, sData.SSE2,
+                 sData.SSE3, sData.SSSE, sData.SSE4_1, sData.SSE4_2);
+}

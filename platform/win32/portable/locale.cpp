@@ -1,0 +1,146 @@
+#include <win32/locale.h>
+
+#include <atomic>
+#include <cstring>
+
+#include <boost/thread/mutex.hpp>
+#include <unicode/uloc.h>
+#include <unicode/unum.h>
+
+#include <platform/base/immortal.h>
+#include <platform/base/quiet_new.h>
+#include <win32/text.h>
+
+#include "../private/switches.h"
+#include "user_locale.h"
+
+namespace win32
+{
+namespace
+{
+const unsigned short kNoBreakSpace = 0xA0;
+const unsigned short kNarrowNoBreakSpace = 0x202F;
+
+// 0 stands for a mark that isn't one UTF-16 unit long. Aligned as one word, so that
+// each compiler loads both at once.
+struct alignas(4) NumberMarks
+{
+    unsigned short mDecimal;
+    unsigned short mThousands;
+};
+
+const NumberMarks kAmericanMarks = {'.', ','};
+
+// Kept beside the locale, so that asking for them is one load.
+std::atomic<NumberMarks> sMarks(kAmericanMarks);
+
+struct UserLocale
+{
+    boost::mutex mLock; // guards mId
+    std::string mId = "en_US";
+};
+
+UserLocale& TheUserLocale()
+{
+    static platform::Immortal<UserLocale> sUserLocale;
+    return *sUserLocale;
+}
+
+// ICU has the narrow no-break space for some languages. No code page has that
+// one, and the system's own data has the plain one instead.
+unsigned short Mark(const UNumberFormat* format, UNumberFormatSymbol symbol)
+{
+    const int kRoom = 8;
+    UChar text[kRoom];
+    UErrorCode error = U_ZERO_ERROR;
+    const int length = unum_getSymbol(format, symbol, text, kRoom, &error);
+    if (U_FAILURE(error) || length != 1)
+        return 0;
+    return text[0] == kNarrowNoBreakSpace ? kNoBreakSpace : text[0];
+}
+
+// Whether ICU knows the language. It would answer for one that it doesn't know
+// with the environment's locale.
+bool IsKnownLanguage(const char* localeId)
+{
+    char language[ULOC_LANG_CAPACITY];
+    UErrorCode error = U_ZERO_ERROR;
+    uloc_getLanguage(localeId, language, ULOC_LANG_CAPACITY, &error);
+    if (U_FAILURE(error) || error == U_STRING_NOT_TERMINATED_WARNING)
+        return false;
+    for (int i = 0; i < unum_countAvailable(); ++i)
+    {
+        if (std::strcmp(language, unum_getAvailable(i)) == 0)
+            return true;
+    }
+    return false;
+}
+
+// The marks that go with the digits of ASCII, the only ones that numbers are
+// written with.
+NumberMarks MarksOf(const char* localeId)
+{
+    char id[ULOC_FULLNAME_CAPACITY];
+    UErrorCode error = U_ZERO_ERROR;
+    uloc_getName(localeId, id, ULOC_FULLNAME_CAPACITY, &error);
+    uloc_setKeywordValue("numbers", "latn", id, ULOC_FULLNAME_CAPACITY, &error);
+    const icu::LocalUNumberFormatPointer format(
+        unum_open(UNUM_DECIMAL, nullptr, 0, id, nullptr, &error));
+    if (U_FAILURE(error))
+        return kAmericanMarks;
+    return {Mark(format.getAlias(), UNUM_DECIMAL_SEPARATOR_SYMBOL),
+            Mark(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL)};
+}
+
+// The item's text, of one unit or none.
+struct ItemText
+{
+    unsigned short mUnits[2]; // with the terminator
+
+    int Size() const { return mUnits[0] ? 2 : 1; }
+};
+
+// Returns 0, or the error.
+unsigned int FindItem(unsigned int locale, unsigned int item, ItemText* text)
+{
+    if (locale != kLocaleUserDefault)
+        return kErrorInvalidParameter;
+    const NumberMarks marks = sMarks.load(std::memory_order_relaxed);
+    if (item != kLocaleDecimalMark && item != kLocaleThousandsMark)
+        return kErrorInvalidFlags;
+    *text = {{item == kLocaleDecimalMark ? marks.mDecimal : marks.mThousands, 0}};
+    return 0;
+}
+} // namespace
+
+void SetUserLocale(const char* localeId)
+{
+    const char* const id = localeId && IsKnownLanguage(localeId) ? localeId : "en_US";
+    sMarks.store(MarksOf(id), std::memory_order_relaxed);
+    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
+    TheUserLocale().mId = id;
+}
+
+std::string UserLocaleId()
+{
+    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
+    return TheUserLocale().mId;
+}
+
+int GetLocaleInfoW(unsigned int locale, unsigned int item, unsigned short* buffer, int size)
+{
+    ItemText text;
+    if (const unsigned int error = FindItem(locale, item, &text))
+        return Fail(error);
+    return StoreUnits(text.mUnits, text.Size(), buffer, size);
+}
+
+int GetLocaleInfoA(unsigned int locale, unsigned int item, char* buffer, int size)
+{
+    ItemText text;
+    if (const unsigned int error = FindItem(locale, item, &text))
+        return Fail(error);
+    return WideCharToMultiByte(kCodePageActive, 0, text.mUnits, text.Size(), buffer, size, nullptr,
+                               nullptr);
+}
+} // namespace win32

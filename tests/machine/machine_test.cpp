@@ -1,0 +1,336 @@
+// Processor data, clocks, the thread count, byte order, fills, pointers as numbers,
+// names.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <boost/numeric/conversion/cast.hpp>
+#include <gmock/gmock.h>
+
+#include <pwd.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <platform/control.h>
+#include <tolv/keyboard.h>
+
+#include "U_Lifecycle.h"
+#include "U_Machine.h"
+#include "U_Threads.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+namespace fs = std::filesystem;
+
+typedef BornLibrary Machine;
+
+// Makes a folder in the form in which the system tells of its processors.
+fs::path MakeProcessors(const std::string& online, const std::vector<std::string>& siblings)
+{
+    const fs::path folder = fs::temp_directory_path() / ("processors-" + std::to_string(getpid()));
+    fs::remove_all(folder);
+    for (std::size_t cpu = 0; cpu < siblings.size(); ++cpu)
+    {
+        const fs::path topology = folder / ("cpu" + std::to_string(cpu)) / "topology";
+        fs::create_directories(topology);
+        if (!siblings[cpu].empty())
+            std::ofstream(topology / "thread_siblings_list") << siblings[cpu] << '\n';
+    }
+    std::ofstream(folder / "online") << online << '\n';
+    return folder;
+}
+
+// "processor n is a thread of the core of n and n + distance" for 2 * distance of them.
+std::vector<std::string> Pairs(int distance)
+{
+    std::vector<std::string> siblings;
+    for (int cpu = 0; cpu < 2 * distance; ++cpu)
+        siblings.push_back(std::to_string(cpu % distance) + "," +
+                           std::to_string(cpu % distance + distance));
+    return siblings;
+}
+
+void Rebirth()
+{
+    ASSERT_EQ(U_Death(), 0);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    U_DeregisterMainThread();
+}
+
+double Seconds()
+{
+    double seconds = -1;
+    EXPECT_EQ(U_SecondsSinceBoot(&seconds), 0);
+    return seconds;
+}
+
+double SystemSeconds()
+{
+    timespec now;
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// Whether all of a few readings are whole milliseconds.
+bool ReadsTicks()
+{
+    for (int reading = 0; reading < 20; ++reading)
+    {
+        const double milliseconds = Seconds() * 1000;
+        if (std::abs(milliseconds - std::round(milliseconds)) > 1e-4)
+            return false;
+    }
+    return true;
+}
+
+struct ClockRow
+{
+    const char* what;
+    int useTicks;
+    long long frequency;
+    bool works;
+    bool ticks;
+    double speed; // of the clock against the system's
+};
+
+// Runs in a process without a birth so far. True if the clock is the row's.
+bool ChoosesClock(const ClockRow& row)
+{
+    if (!ReadsTicks()) // before birth
+        return false;
+    platform::SetProfileInt("UseAltPreviewTimingMode", row.useTicks);
+    platform::SetPerformanceCounter(row.frequency, row.works);
+    U_Birth("Test Host", nullptr);
+    const double wrong = std::abs(Seconds() - SystemSeconds() * row.speed);
+    const bool chosen = ReadsTicks() == row.ticks && wrong < 1;
+    // The choice stays, whatever the next birth finds.
+    U_Death();
+    platform::SetProfileInt("UseAltPreviewTimingMode", !row.useTicks);
+    platform::SetPerformanceCounter(row.frequency, true);
+    U_Birth("Test Host", nullptr);
+    return chosen && ReadsTicks() == (row.ticks && row.works);
+}
+} // namespace
+
+TEST_F(Machine, ProcessorFlagsAreThoseThatTheSystemLists)
+{
+    std::ifstream info("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(info, line) && line.rfind("flags", 0) != 0)
+        continue;
+    std::istringstream words(line);
+    std::vector<std::string> flags;
+    for (std::string word; words >> word;)
+        flags.push_back(word);
+    const std::pair<U_u32, const char*> rows[] = {
+        {U_G_CPU_DataP->SSE, "sse"},       {U_G_CPU_DataP->SSE2, "sse2"},
+        {U_G_CPU_DataP->SSE3, "pni"},      {U_G_CPU_DataP->SSSE, "ssse3"},
+        {U_G_CPU_DataP->SSE4_1, "sse4_1"}, {U_G_CPU_DataP->SSE4_2, "sse4_2"},
+    };
+    for (const auto& [flag, word] : rows)
+        EXPECT_EQ(flag, std::count(flags.begin(), flags.end(), word)) << word;
+    EXPECT_EQ(U_G_CPU_DataP->MMX, 1u);
+}
+
+TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
+{
+    typedef std::tuple<const char*, std::string, std::vector<std::string>, U_u32, U_u32> Row;
+    std::vector<std::string> withoutOne = Pairs(4);
+    withoutOne[3].clear();
+    const Row rows[] = {
+        {"two cores", "0-1", {"0", "1"}, 2, 2},
+        {"pairs of threads", "0-7", Pairs(4), 4, 8},
+        {"large and small cores", "0-3", {"0-1", "0-1", "2", "3"}, 3, 4},
+        {"more than a mask holds", "0-191", Pairs(96), 96, 192},
+        {"some switched off", "0,2-3", {"0", "1", "2", "3"}, 3, 3},
+        {"no list", "", {""}, 1, 1},
+        {"no list of a core", "0-7", withoutOne, 1, 1},
+        {"a core without its processor", "0-1", {"0", "0"}, 1, 1},
+        {"words", "all of them", {"0"}, 1, 1},
+        {"an endless list", "0-4294967295", {"0"}, 1, 1},
+    };
+    for (const auto& [what, online, siblings, physical, logical] : rows)
+    {
+        SCOPED_TRACE(what);
+        const fs::path folder = MakeProcessors(online, siblings);
+        platform::SetProcessorFolder(folder.c_str());
+        mLog.Clear();
+        Rebirth();
+        fs::remove_all(folder);
+        EXPECT_EQ(U_G_CPU_DataP->PhysicalCores, physical);
+        EXPECT_EQ(U_G_CPU_DataP->LogicalCores, logical);
+        std::ostringstream counts;
+        counts << "LogicalCores:" << logical << ", PhysicalCores:" << physical << ", MMX:1, SSE:";
+        EXPECT_THAT(mLog.Texts("CPU Data"),
+                    testing::ElementsAre(testing::StartsWith(counts.str())));
+    }
+}
+
+// A clock is chosen once in a process, so each row has one of its own.
+TEST(ClockDeathTest, TheFirstBirthChoosesTheClock)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const ClockRow rows[] = {
+        {"counter", 0, 1000000000, true, false, 1},
+        {"counter with another frequency", 0, 500000000, true, false, 2},
+        {"profile", 1, 1000000000, true, true, 1},
+        {"profile, another value", -7, 1000000000, true, true, 1},
+        {"no counter", 0, -1, true, true, 1},
+        {"a counter that stands", 0, 0, true, true, 1},
+        {"a counter that can't be read for now", 0, 1000000000, false, true, 1},
+    };
+    for (const ClockRow& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        EXPECT_EXIT(std::_Exit(ChoosesClock(row) ? 0 : 1), testing::ExitedWithCode(0), "");
+    }
+}
+
+TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)
+{
+    U_u64 start = 0;
+    const double before = Seconds();
+    EXPECT_EQ(U_MillisecondsSinceBoot(&start), 0);
+    EXPECT_GE(start, static_cast<U_u64>(before * 1000));
+    EXPECT_LE(start, static_cast<U_u64>(Seconds() * 1000));
+    EXPECT_EQ(U_Delay(0), 0);
+    EXPECT_EQ(U_Delay(30), 0);
+    U_u64 end = 0;
+    U_MillisecondsSinceBoot(&end);
+    EXPECT_GE(end, start + 30);
+
+    // Wherever between two milliseconds one begins.
+    for (int round = 0; round < 20; ++round)
+    {
+        const double began = Seconds();
+        U_Delay(1);
+        EXPECT_GE(Seconds() - began, 0.001);
+    }
+}
+
+TEST_F(Machine, TheThreadCountIsTheHostsUnlessNegative)
+{
+    const U_i32 machine = static_cast<U_i32>(std::thread::hardware_concurrency());
+    const std::pair<U_i32, U_i32> rows[] = {
+        {4, 4}, {0, 0}, {std::numeric_limits<U_i32>::min(), machine}, {-1, machine}};
+    for (const auto& [set, got] : rows)
+    {
+        U_i32 count = 0;
+        EXPECT_EQ(U_SetNumThreads(set), 0);
+        EXPECT_EQ(U_GetNumThreads(&count), 0);
+        EXPECT_EQ(count, got) << set;
+    }
+}
+
+TEST_F(Machine, AllKeysOfTheMaskMustBeDown)
+{
+    platform::SetModifierKeys(kModifierShift | kModifierControl);
+    for (U_u32 mask : {0u, 0u + kModifierShift, 0u + (kModifierShift | kModifierControl)})
+        EXPECT_TRUE(U_ModKeyDown(mask)) << mask;
+    EXPECT_FALSE(U_ModKeyDown(kModifierShift | kModifierOption));
+    EXPECT_FALSE(U_ModKeyDown(kModifierCommand));
+}
+
+TEST_F(Machine, SwapsReverseTheBytes)
+{
+    EXPECT_EQ(U_ShortSwap(0x1280), 0x8012);
+    EXPECT_EQ(U_LongSwap(0x12345680u), 0x80563412u);
+    EXPECT_EQ(U_LLongSwap(0x123456789ABCDEF0ull), 0xF0DEBC9A78563412ull);
+
+    // A signalling number must come through as it is.
+    const U_u32 shortBits = 0x0000A07Fu;
+    const U_u64 longBits = 0x010000000000F47Full;
+    float shortNumber;
+    double longNumber;
+    std::memcpy(&shortNumber, &shortBits, sizeof(shortBits));
+    std::memcpy(&longNumber, &longBits, sizeof(longBits));
+    U_FpShortSwap(&shortNumber);
+    U_FpLongSwap(&longNumber);
+    const U_u32 swappedShort = 0x7FA00000u;
+    const U_u64 swappedLong = 0x7FF4000000000001ull;
+    EXPECT_EQ(std::memcmp(&shortNumber, &swappedShort, 4), 0);
+    EXPECT_EQ(std::memcmp(&longNumber, &swappedLong, 8), 0);
+}
+
+TEST_F(Machine, FillsWriteTheirBytesAndNoOthers)
+{
+    for (const std::size_t width : {2u, 4u})
+    {
+        const U_u32 value = width == 2 ? 0x1234 : 0x12345678;
+        const auto fill = [&](U_i32 count, unsigned char* out) {
+            if (width == 2)
+                Up_Memset16(0x1234, count, out);
+            else
+                Up_Memset32(value, count, out);
+        };
+        for (std::size_t offset = 0; offset < 17; ++offset)
+        {
+            std::vector<unsigned char> got(480, 0xEE);
+            std::vector<unsigned char> expected = got;
+            fill(std::numeric_limits<U_i32>::min(), &got[offset]);
+            fill(-1, &got[offset]);
+            for (std::size_t count = 0; count <= 100; ++count)
+            {
+                fill(static_cast<U_i32>(count), &got[offset]);
+                ASSERT_EQ(got, expected) << width << " " << offset << " " << count;
+                std::memcpy(&expected[offset + count * width], &value, width);
+            }
+        }
+    }
+}
+
+TEST_F(Machine, PointersThatDontFitAreRefused)
+{
+    for (U_u32 number : {0u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
+        EXPECT_EQ(U_PointerToInt32(U_Int32ToPointer(number)), number);
+    const intptr_t kBeyond[] = {0x100000000, std::numeric_limits<intptr_t>::max(), -1,
+                                std::numeric_limits<intptr_t>::min()};
+    for (intptr_t number : kBeyond)
+    {
+        void* const pointer = U_IntPtrToPointer(number);
+        EXPECT_EQ(U_PointerToIntPtr(pointer), number);
+        if (number < 0)
+            EXPECT_THROW(U_PointerToInt32(pointer), boost::numeric::negative_overflow);
+        else
+            EXPECT_THROW(U_PointerToInt32(pointer), boost::numeric::positive_overflow);
+    }
+}
+
+TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
+{
+    const std::string clef = "\xF0\x9D\x84\x9E"; // two units
+    const std::string x30(30, 'x');
+    const std::array<std::string, 4> rows[] = {
+        {"render7.farm.example", "r\xC3\xA9mi", "render7", "r\xC3\xA9mi"},
+        {x30 + "1", std::string(256, 'u'), x30 + "1", std::string(256, 'u')},
+        {x30 + "12", std::string(257, 'u'), x30 + "1", ""},
+        {x30 + clef, clef, x30, clef},
+        {".example", "\xFF", "", "\xEF\xBF\xBD"},
+    };
+    for (const auto& [machine, user, expectedMachine, expectedUser] : rows)
+    {
+        SCOPED_TRACE(machine + " " + user);
+        platform::SetNames(machine.c_str(), user.c_str());
+        EXPECT_EQ(Narrow(U_GetMachineName()), expectedMachine);
+        EXPECT_EQ(Narrow(U_GetUsername()), expectedUser);
+    }
+    platform::SetNames(nullptr, nullptr);
+    char host[256] = {};
+    gethostname(host, sizeof(host) - 1);
+    EXPECT_EQ(Narrow(U_GetMachineName()), std::string(host).substr(0, std::string(host).find('.')));
+    const passwd* const user = getpwuid(geteuid());
+    EXPECT_EQ(Narrow(U_GetUsername()), user ? user->pw_name : "");
+}

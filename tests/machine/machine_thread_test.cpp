@@ -1,0 +1,308 @@
+// What each thread has of the machine: its floating-point control word, its stack,
+// and the address space that it reserves.
+
+#include <cfenv>
+#include <csignal>
+#include <limits>
+#include <optional>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <platform/control.h>
+#include <tolv/profile.h>
+#include <win32/memory.h>
+#include <win32/runtime.h>
+
+#include "U_Alloc.h"
+#include "U_Budget.h"
+#include "U_Machine.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/NoMemory.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+const unsigned int kAllFields = 0x308031F;
+
+class FPControl : public BornLibrary
+{
+protected:
+    // A test must leave the word of its thread as it was.
+    void SetUp() override
+    {
+        BornLibrary::SetUp();
+        mWord = win32::_controlfp(0, 0);
+    }
+    void TearDown() override
+    {
+        win32::_controlfp(mWord, kAllFields);
+        BornLibrary::TearDown();
+    }
+
+    static unsigned int Word() { return win32::_controlfp(0, 0); }
+
+    unsigned int mWord = 0;
+};
+
+typedef FPControl FPControlDeathTest;
+typedef BornLibrary CallStack;
+typedef BornLibrary Reservation;
+
+// -1 if there is none.
+int ProfileInt(const char16_t* key)
+{
+    int value = -1;
+    TOLV_GetRequiredProfileInt(Units(key).c_str(), &value);
+    return value;
+}
+
+struct Arithmetic
+{
+    bool flushes; // denormal numbers are zero
+    int rounding; // of a tie: 0 to even, -1 down, 1 up
+};
+
+Arithmetic Calculate()
+{
+    volatile double smallest = std::numeric_limits<double>::min();
+    volatile double half = smallest / 2;
+    volatile double one = 1;
+    volatile double tiny = std::numeric_limits<double>::epsilon() / 4;
+    volatile double above = one + tiny;
+    volatile double below = -one - tiny;
+    return {half == 0, (above > one) - (below < -one)};
+}
+
+const int kFrame = 4096;
+
+// Frames on the stack itself, wherever a sanitizer would put their contents.
+#define REAL_FRAME __attribute__((noinline, no_sanitize_address))
+
+// The depth seen from so many frames further in.
+REAL_FRAME size_t DepthBelow(int frames)
+{
+    volatile char frame[kFrame];
+    frame[0] = 0;
+    const size_t depth = frames ? DepthBelow(frames - 1) : U_GetCurrentCallStackSize();
+    return depth + static_cast<size_t>(frame[0]); // no tail call
+}
+
+REAL_FRAME int MarkBelow(int frames)
+{
+    volatile char frame[kFrame];
+    frame[0] = 0;
+    if (!frames)
+        U_InitializeCallStackMonitoring();
+    return (frames ? MarkBelow(frames - 1) : 0) + frame[0];
+}
+
+const U_u64 kLargest = 0x7FFFFFFF;
+} // namespace
+
+TEST_F(FPControl, TheFirstUseWritesTheDefaultsAndFlushes)
+{
+    FailEachNew(
+        [&] {
+            platform::ClearProfile();
+            U_InitFPControl();
+            EXPECT_EQ(Word(), 0x108001Fu) << "with or without memory to write them";
+        },
+        [&](long) {
+            EXPECT_TRUE(Calculate().flushes);
+            U_TerminateFPControl();
+            EXPECT_EQ(Word(), mWord);
+            EXPECT_FALSE(Calculate().flushes);
+        });
+    EXPECT_EQ(ProfileInt(u"UseControlFPKey64_2"), 1);
+    EXPECT_EQ(ProfileInt(u"ControlFPMaskKey64_2"), 50856735);
+    EXPECT_EQ(ProfileInt(u"ControlFPValuesKey64_2"), 0x8001F);
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(FPControl, TheProfileDecides)
+{
+    typedef std::tuple<const char*, int, int, int, unsigned int, Arithmetic> Row;
+    const Row rows[] = {
+        {"off", 0, 50856735, 0x30001F, mWord, {false, 0}},
+        {"on, nearest", 1, 50856735, 0x8001F, 0x108001F, {true, 0}},
+        {"down", 1, 50856735, 0x8011F, 0x108011F, {true, -1}},
+        {"the denormal exception stays", 1, 50856735, 0x1F, 0x108001F, {true, 0}},
+        {"up", 1, 50856735, 0x8021F, 0x108021F, {true, 1}},
+        {"the mask keeps the denormals", 1, 0x8031F, 0x8021F, 0x8021F, {false, 1}},
+        {"an empty mask", 1, 0, -1, mWord, {false, 0}},
+        {"results flushed", 1, 50856735, 0x208001F, 0x308001F, {true, 0}},
+        {"every bit", 1, -1, -1, 0x308031F, {true, 0}},
+        {"a byte of the value: 0", 256, 50856735, 0x8021F, mWord, {false, 0}},
+        {"a byte of the value: 2", -254, 0, 0, 0x108001F, {true, 0}},
+    };
+    for (const auto& [what, use, mask, values, word, arithmetic] : rows)
+    {
+        SCOPED_TRACE(what);
+        platform::SetProfileInt("UseControlFPKey64_2", use);
+        platform::SetProfileInt("ControlFPMaskKey64_2", mask);
+        platform::SetProfileInt("ControlFPValuesKey64_2", values);
+        U_InitFPControl();
+        const Arithmetic got = Calculate();
+        EXPECT_EQ(Word(), word);
+        EXPECT_EQ(got.flushes, arithmetic.flushes);
+        EXPECT_EQ(got.rounding, arithmetic.rounding);
+        U_TerminateFPControl();
+        EXPECT_EQ(Word(), mWord);
+    }
+}
+
+TEST_F(FPControl, EndingTwiceRestoresOnce)
+{
+    U_InitFPControl();
+    U_TerminateFPControl();
+    win32::_controlfp(win32::kRCUp, win32::kMcwRC);
+    U_TerminateFPControl();
+    EXPECT_EQ(Word() & win32::kMcwRC, win32::kRCUp);
+
+    // All fields, whatever the profile's mask.
+    win32::_controlfp(mWord, kAllFields);
+    platform::SetProfileInt("UseControlFPKey64_2", 1);
+    platform::SetProfileInt("ControlFPMaskKey64_2", 0);
+    U_InitFPControl();
+    win32::_controlfp(win32::kRCUp | win32::kDNFlush, win32::kMcwRC | win32::kMcwDN);
+    U_TerminateFPControl();
+    EXPECT_EQ(Word(), mWord);
+}
+
+TEST_F(FPControl, ThreadsHaveAWordEachAndTheProcessOneSavedWord)
+{
+    std::thread([&] {
+        EXPECT_EQ(Word(), mWord);
+        win32::_controlfp(win32::kRCDown, win32::kMcwRC);
+        U_InitFPControl();
+    }).join();
+    EXPECT_EQ(Word(), mWord);
+    U_TerminateFPControl();
+    EXPECT_EQ(Word(), (mWord & ~win32::kMcwRC) | win32::kRCDown);
+    EXPECT_EQ(std::fegetround(), FE_DOWNWARD);
+}
+
+TEST_F(FPControlDeathTest, WhatTheProfileDoesntMaskIsRaised)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    platform::SetProfileInt("UseControlFPKey64_2", 1);
+    platform::SetProfileInt("ControlFPMaskKey64_2", 0x1F);
+    platform::SetProfileInt("ControlFPValuesKey64_2", 0);
+    EXPECT_EXIT(
+        {
+            std::signal(SIGFPE, SIG_DFL); // a sanitizer's is another
+            U_InitFPControl();
+            volatile double zero = 0;
+            volatile double third = 1.0 / 3; // inexact, which is always masked
+            volatile double infinite = third / zero;
+            std::_Exit(infinite > 0);
+        },
+        testing::KilledBySignal(SIGFPE), "");
+}
+
+TEST_F(CallStack, DepthIsMeasuredFromTheOutermostMark)
+{
+    std::thread([] {
+        EXPECT_FALSE(U_IsCallStackMonitoringInitialized());
+        EXPECT_EQ(DepthBelow(3), 0u);
+        MarkBelow(8);
+        EXPECT_TRUE(U_IsCallStackMonitoringInitialized());
+        EXPECT_EQ(DepthBelow(2), 0u); // further out than the mark
+        const size_t fromInside = DepthBelow(16);
+        MarkBelow(4);
+        const size_t fromOutside = DepthBelow(16);
+        MarkBelow(12);
+        EXPECT_EQ(DepthBelow(16), fromOutside);
+        EXPECT_GE(fromOutside, fromInside + 4 * kFrame);
+        EXPECT_LT(fromOutside, 16 * (kFrame + 1024));
+        const size_t step = DepthBelow(17) - fromOutside;
+        EXPECT_EQ(DepthBelow(18) - fromOutside, 2 * step);
+        std::thread([] { EXPECT_FALSE(U_IsCallStackMonitoringInitialized()); }).join();
+    }).join();
+}
+
+TEST_F(Reservation, ARangeThatTwoReleaseIsToldInTheLogWhateverThatThrows)
+{
+    std::vector<std::string> told;
+    platform::SetLogSink([&](int, const char*, const char* tag, const char* text) {
+        told.push_back(std::string(tag) + ": " + text);
+        throw 5;
+    });
+    U_ScReserveContiguousAddressSpace first(1 << 20);
+    U_ScReserveContiguousAddressSpace second(1 << 20);
+    second.Release();
+    second = first;
+    first.Release();
+    EXPECT_NO_THROW(second.Release());
+    platform::SetLogSink(platform::LogSink());
+    EXPECT_EQ(told, std::vector<std::string>{"VirtualFree: VirtualFree error 487"});
+}
+
+TEST_F(Reservation, ARangeIsTheProcesssUntilItIsReleased)
+{
+    SKIP_UNDER_SANITIZERS();
+    const U_u64 size = 1 << 30;
+    const ScAddressSpaceLimit limit(size + size / 2);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
+    U_ScReserveContiguousAddressSpace held(size);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 4);
+    held.Release();
+    held.Release();
+    EXPECT_EQ(mLog.Texts("VirtualFree"), std::vector<std::string>());
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
+}
+
+TEST_F(Reservation, WhatCantBeHadIsFourWithoutAReport)
+{
+    for (const U_u64 size : {U_u64(0), kLargest + 1, U_u64(1) << 40, ~U_u64(0)})
+    {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 4);
+        EXPECT_EQ(CodeThrown([=] { U_ScReserveContiguousAddressSpace held(size); }), 4);
+    }
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(Reservation, TheBudgetDoesntRefuseOneAndStandsAgainBehindIt)
+{
+    int purges = 0;
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) { return ++*static_cast<int*>(refcon), 0; }, &purges);
+    SetLimitsAboveUse(0, 1 << 20);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(100 << 20), 0);
+    EXPECT_EQ(purges, 0);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest + 1), 4);
+    EXPECT_EQ(U_AllocateHandleQuiet(2 << 20), nullptr);
+    EXPECT_GT(purges, 0);
+}
+
+TEST_F(Reservation, AFailurePurgesTheHostAndTriesAgain)
+{
+    SKIP_UNDER_SANITIZERS();
+    struct Host
+    {
+        std::optional<ScAddressSpaceLimit> limit;
+        int purges = 0;
+        bool gives = false;
+    } host;
+    host.limit.emplace(1 << 20);
+    U_SetPurgeRequestCallback(
+        [](void* refcon, U_u64, U_u64, bool*) {
+            Host* const asked = static_cast<Host*>(refcon);
+            ++asked->purges;
+            if (asked->gives)
+                asked->limit.reset();
+            return 0;
+        },
+        &host);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest), 4);
+    EXPECT_GT(host.purges, 0);
+    host.gives = true;
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest), 0);
+    EXPECT_TRUE(mAlerts.Texts().empty());
+}

@@ -1,0 +1,170 @@
+#include "text/OwnTexts.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <string_view>
+
+#include "U_LStr.h"
+#include "U_Report.h"
+#include "U_String.h"
+
+namespace
+{
+struct Notation
+{
+    std::string_view mWritten;
+    std::string_view mPlain;
+};
+
+constexpr Notation kNotations[] = {
+    {"#{rsquo}", "'"},  {"#{ldquo}", "\""}, {"#{rdquo}", "\""},
+    {"#{mdash}", "--"}, {"#{endl}", "\n"},  {"^^", "^"},
+};
+
+// A text with its notations written out in ASCII, which makes none longer.
+template <std::size_t size> struct PlainText
+{
+    constexpr explicit PlainText(const char (&text)[size])
+    {
+        std::string_view rest(text, size - 1);
+        std::size_t length = 0;
+        while (!rest.empty())
+        {
+            Notation next = {rest.substr(0, 1), rest.substr(0, 1)};
+            for (const Notation& notation : kNotations)
+            {
+                if (rest.substr(0, notation.mWritten.size()) == notation.mWritten)
+                    next = notation;
+            }
+            for (char plain : next.mPlain)
+                mText[length++] = plain;
+            rest.remove_prefix(next.mWritten.size());
+        }
+    }
+
+    char mText[size] = {};
+};
+
+enum Position
+{
+#define ROW(number, text) kPosition##number,
+#include "text/OwnTexts.inc"
+#undef ROW
+    kLastRow
+};
+
+// The number is the one in the key, by which translations find their row.
+#define ROW(number, text)                                                                          \
+    static_assert(kPosition##number == 1##number - 10000, "the row stands elsewhere");             \
+    constexpr PlainText kPlain##number(text);
+#include "text/OwnTexts.inc"
+#undef ROW
+
+// Nobody reads the texts of the last row: whoever does faults at once.
+char* const kNeverRead = reinterpret_cast<char*>(UINTPTR_MAX);
+
+char sName[] = "UOverride";
+
+// Nobody writes to a text of a table.
+U_LStrRow sRows[] = {
+#define ROW(number, text)                                                                          \
+    {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
+     const_cast<char*>(kPlain##number.mText), 0},
+#include "text/OwnTexts.inc"
+#undef ROW
+    {nullptr, kNeverRead, kNeverRead, 0},
+};
+
+U_LStrCache sStrings = {sName, kLastRow + 1, sRows, 0};
+
+const char kLonePercent = '%';
+
+// The letter of the next field of a format, 0 if there is none; format moves
+// behind it.
+char NextField(const char*& format)
+{
+    while (*format)
+    {
+        if (*format++ != '%')
+            continue;
+        if (!*format)
+            return kLonePercent;
+        const char letter = *format++;
+        if (letter != '%')
+            return letter;
+    }
+    return 0;
+}
+
+// Whether both take the same values.
+bool HaveSameFields(const char* format, const char* other)
+{
+    char letter = 0;
+    do
+    {
+        letter = NextField(format);
+        if (letter != NextField(other))
+            return false;
+    } while (letter);
+    return true;
+}
+
+void FormatCut(char* out, std::size_t size, const char* format, std::va_list values)
+{
+    // The byte more tells whether the text has to be cut.
+    char text[U_ReportTextSize + 1];
+    std::vsnprintf(text, sizeof(text), format, values);
+    U_CopyString(text, std::min(size, U_ReportTextSize), out);
+}
+} // namespace
+
+char* Up_String(U_u32 index)
+{
+    return const_cast<char*>(U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, nullptr));
+}
+
+const char* Up_StringOrEnglish(U_u32 index)
+{
+    assert(index < kLastRow);
+    int error = 0;
+    const char* const text = U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, &error);
+    return error ? Up_EnglishString(index) : text;
+}
+
+const char* Up_EnglishString(U_u32 index)
+{
+    assert(index < kLastRow);
+    return sRows[index].mEnglish;
+}
+
+const char* Up_ZStringOf(U_u32 index)
+{
+    assert(index < kLastRow);
+    return sRows[index].mZString;
+}
+
+const char* Up_FormatOf(U_u32 index)
+{
+    const char* const format = Up_StringOrEnglish(index);
+    const char* const english = Up_EnglishString(index);
+    return HaveSameFields(format, english) ? format : english;
+}
+
+void Up_FormatString(char* out, std::size_t size, U_u32 index, ...)
+{
+    std::va_list values;
+    va_start(values, index);
+    FormatCut(out, size, Up_FormatOf(index), values);
+    va_end(values);
+}
+
+void Up_FormatText(char* out, std::size_t size, const char* format, ...)
+{
+    std::va_list values;
+    va_start(values, format);
+    FormatCut(out, size, format, values);
+    va_end(values);
+}
