@@ -15,13 +15,19 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
 .PHONY: help deps window-deps demo test release-test sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
 
 help: ## List the targets
-	@grep -E '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed 's/:.*## /\t/' | expand -t 16
+	@echo 'First:'
+	@$(call list,demo|test|install|docs)
+	@echo 'All others:'
+	@$(call list,[a-z-]+) | grep -Ev '^  (demo|test|install|docs) '
 
 deps: ## Install the Debian packages that are missing
 	@scripts/deps
 
 window-deps: deps
 	-@scripts/deps $(WINDOW_PACKAGES)
+
+# The targets whose name matches, with their descriptions.
+list = grep -E '^($(1)):.*\#\# ' Makefile | sed 's/^/  /; s/:.*\#\# /\t/' | expand -t 18
 
 define build
 @mkdir -p build
