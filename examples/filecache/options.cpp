@@ -4,6 +4,11 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include <platform/base/printable.h>
 
@@ -138,13 +143,12 @@ Message ParseLanguage(const char* text, const Language** language)
     return Message();
 }
 
-Message ParseReport(const char* path, std::string* file)
+Message CheckReportName(const char* path)
 {
     if (!HasReportEnding(path))
         return {"$$$/QX/FileCache/Wrong/ReportEnding="
                 "the report '^^1' ends neither in .json nor in .xml",
                 {path}};
-    *file = path;
     return Message();
 }
 
@@ -156,76 +160,92 @@ Message ParseCrash(const char* text, Crash* crash)
     return Message();
 }
 
-bool TakesValue(const std::string& name)
+Message ParseFileName(const char* name, const char* text, std::string* file)
 {
-    return name == "--budget" || name == "--threads" || name == "--log" || name == "--telemetry" ||
-           name == "--report" || name == "--dictionary" || name == "--language" ||
-           name == "--crash" || name == "--memory-log";
+    if (!*text)
+        return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
+    *file = text;
+    return Message();
 }
 
-Message ParseValue(const std::string& name, const char* value, Options* options)
+// Reads the value of an option.
+struct ValueOption
 {
-    if (!value)
-        return {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {name}};
-    if (name == "--budget")
-        return ParseBudget(value, &options->budget);
-    if (name == "--threads")
-        return ParseThreads(value, &options->threads);
-    if (name == "--language")
-        return ParseLanguage(value, &options->language);
-    if (name == "--memory-log")
-        return ParseMemoryLog(value, &options->memoryLog);
-    if (name == "--crash")
-        return ParseCrash(value, &options->crash);
-    if (!*value)
-        return {"$$$/QX/FileCache/Wrong/NoFileName=^^1 needs a file name", {name}};
-    if (name == "--log")
-        options->logFile = value;
-    else if (name == "--telemetry")
-        options->telemetryFile = value;
-    else if (name == "--report")
-        return ParseReport(value, &options->reportFile);
-    else
-        options->dictionary = value;
-    return Message();
+    const char* name;
+    Message (*parse)(const char* value, Options* options);
+};
+
+const ValueOption kValueOptions[] = {
+    {"--budget", [](const char* value, Options* o) { return ParseBudget(value, &o->budget); }},
+    {"--threads", [](const char* value, Options* o) { return ParseThreads(value, &o->threads); }},
+    {"--language",
+     [](const char* value, Options* o) { return ParseLanguage(value, &o->language); }},
+    {"--memory-log",
+     [](const char* value, Options* o) { return ParseMemoryLog(value, &o->memoryLog); }},
+    {"--crash", [](const char* value, Options* o) { return ParseCrash(value, &o->crash); }},
+    {"--log",
+     [](const char* value, Options* o) { return ParseFileName("--log", value, &o->logFile); }},
+    {"--telemetry",
+     [](const char* value, Options* o) {
+         return ParseFileName("--telemetry", value, &o->telemetryFile);
+     }},
+    {"--dictionary",
+     [](const char* value, Options* o) {
+         return ParseFileName("--dictionary", value, &o->dictionary);
+     }},
+    {"--report",
+     [](const char* value, Options* o) {
+         const Message wrong = ParseFileName("--report", value, &o->reportFile);
+         return wrong ? wrong : CheckReportName(value);
+     }},
+};
+
+// Arguments that belong to no option.
+Message CheckRest(const std::vector<std::string>& rest)
+{
+    if (rest.empty())
+        return Message();
+    if (rest.front()[0] == '-')
+        return {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {rest.front()}};
+    return {"$$$/QX/FileCache/Wrong/SecondFolder=only one folder can be given, not '^^1' too",
+            {rest.front()}};
 }
 } // namespace
 
 Message ParseOptions(int argc, char** argv, Options* options)
 {
-    Message firstWrong;
-    bool folderGiven = false;
-    bool onlyNames = false; // after --
-    for (int at = 1; at < argc; ++at)
-    {
-        const std::string argument = argv[at];
-        Message wrong;
-        if (onlyNames || argument[0] != '-')
-        {
-            if (folderGiven)
-                wrong = {"$$$/QX/FileCache/Wrong/SecondFolder="
-                         "only one folder can be given, not '^^1' too",
-                         {argument}};
-            folderGiven = true;
-            options->folder = argument;
-        }
-        else if (argument == "--")
-            onlyNames = true;
-        else if (argument == "--help")
-            options->help = true;
-        else if (argument == "--verbose")
-            options->verbose = true;
-        else if (TakesValue(argument))
-        {
-            // The list of arguments ends with a null, which tells of a missing value.
-            ++at;
-            wrong = ParseValue(argument, argv[at], options);
-        }
-        else
-            wrong = {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {argument}};
+    CLI::App app;
+    app.set_help_flag();
+    app.allow_extras();
+    app.add_option("folder", options->folder);
+    app.add_flag("--verbose", options->verbose);
+    app.add_flag("--help", options->help);
+    std::vector<std::pair<const ValueOption*, CLI::Option*>> values;
+    for (const ValueOption& option : kValueOptions)
+        values.emplace_back(&option, app.add_option(option.name)->take_all());
 
-        if (!firstWrong)
-            firstWrong = wrong;
+    Message firstWrong;
+    try
+    {
+        app.parse(argc, argv);
+        firstWrong = CheckRest(app.remaining());
+    }
+    catch (const CLI::ArgumentMismatch&)
+    {
+        firstWrong = {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {argv[argc - 1]}};
+    }
+    catch (const CLI::ParseError& error)
+    {
+        firstWrong = {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {error.what()}};
+    }
+    for (const auto& [option, given] : values)
+    {
+        for (const std::string& value : given->results())
+        {
+            const Message wrong = option->parse(value.c_str(), options);
+            if (!firstWrong)
+                firstWrong = wrong;
+        }
     }
     if (!firstWrong && options->language && !options->dictionary.empty())
         return "$$$/QX/FileCache/Wrong/TwoDictionaries="
