@@ -1,4 +1,4 @@
-# What `make install` puts where, and the Debian package of the same.
+# The installed tree and the Debian package of that tree.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -24,7 +24,7 @@ set_target_properties(${programs} PROPERTIES INSTALL_RPATH $ORIGIN/${to_librarie
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
-# The parts of the platform that hosts include; what its sources share stays here.
+# The platform's headers for hosts. Headers that only its sources share are not installed.
 install(FILES platform/control.h DESTINATION ${headers}/platform)
 install(FILES platform/base/export.h platform/base/printable.h
   DESTINATION ${headers}/platform/base)
@@ -64,7 +64,7 @@ install(FILES
   cmake/u_add_dictionary.cmake
   DESTINATION ${package_folder})
 
-# For pkg-config. The prefix is told from where the file lies.
+# For pkg-config. The prefix is relative to the file, so the tree can be moved.
 file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/u.pc.in ${CMAKE_CURRENT_BINARY_DIR}/u.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/u.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -80,6 +80,6 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-# For those who compile against it.
+# For compiling a host.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost1.81-dev, libboost-thread1.81-dev")
 include(CPack)

@@ -1,4 +1,4 @@
-# What our targets have in common.
+# Settings that all targets share.
 
 function(u_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
@@ -18,8 +18,8 @@ function(u_shared_library target)
   endif()
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
-  # Calls from one library to the other go straight to their target, those inside one
-  # may be inlined: nobody puts functions of their own before ours.
+  # Calls between the libraries go straight to their target, and calls inside a library may
+  # be inlined: no module replaces functions of ours.
   target_compile_options(${target} PRIVATE -fno-plt -fno-semantic-interposition)
   set(script ${CMAKE_SOURCE_DIR}/cmake/${target}.map)
   # Threads that end call into the library, so it is never unloaded.

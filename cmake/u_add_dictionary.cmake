@@ -7,7 +7,7 @@
 # in add_dependencies.
 #
 #   OUTPUT  the dictionary, relative to the current binary folder
-#   LOCALE  what the dictionary says it is for, as in de_DE
+#   LOCALE  the locale that the dictionary names, such as de_DE
 #   TEXTS   files with lines such as "$$$/App/Greeting=Guten Tag, ^1", in UTF-8,
 #           relative to the current source folder; of several texts for a key,
 #           the last one counts

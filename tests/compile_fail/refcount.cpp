@@ -1,4 +1,4 @@
-// Lines with "error:" mustn't compile, for the reason they tell.
+// Lines with "error:" must not compile, for the reason after the word.
 
 #include "U_RefCount.h"
 
@@ -20,7 +20,7 @@ public:
     const U_RCPtrBase& Null() { return sNull; }                                   // error: private
     U_RCObject* Raw() { return mPointer; }                                        // error: private
 
-    // What a wrapper is made of.
+    // The operations that a wrapper uses.
     void Use(U_RCObject* object)
     {
         const Wrapper none;

@@ -1,4 +1,4 @@
-// Lines with "error:" mustn't compile, for the reason they tell.
+// Lines with "error:" must not compile, for the reason after the word.
 
 #include "U_XMP.h"
 

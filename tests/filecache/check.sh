@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the example host on folders made here, and compares what it tells with
-# what find and wc say. Usage: check.sh BINARY DICTIONARY_FOLDER
+# Runs the example host on folders made here, and compares its output with the output of
+# find and wc. Usage: check.sh BINARY DICTIONARY_FOLDER
 set -u
 export LC_ALL=C
 binary=$(realpath "$1")
@@ -25,7 +25,7 @@ run()
     status=$?
 }
 
-# Compares what the user is told, without the frames of alerts, with stdin.
+# Compares the messages to the user, without the frames of alerts, with stdin.
 expect_told()
 {
     diff - <(sed 's/^| *//; s/ *|$//; /^+-*+$/d; /^$/d' "$work/err") || fail "$1"
@@ -79,7 +79,7 @@ mkdir "$work/none"
 count=$(find "$files" -type f -printf x | wc -c)
 bytes=$(find "$files" -type f -exec cat {} + | wc -c)
 
-# The checksum of the first run is what all others have to give.
+# All other runs must print the checksum of the first run.
 run --threads 1 --budget 1G "$files"
 expect_status "everything fits" 0
 expect "everything fits" "files held" "$count"
@@ -90,9 +90,9 @@ checksum=$(figure checksum)
 [ ${#checksum} = 16 ] || fail "no checksum: '$checksum'"
 [ ! -s "$work/err" ] || fail "messages without a reason: $(cat "$work/err")"
 
-# Several threads may pass the budget's check at once, each with a file; one
-# may not, so its figures are exact. What is refused is the same for all. Each row
-# is a budget, the largest file that it admits, and how many it doesn't.
+# Several threads may pass the budget's check at once, each with a file. The figures of one
+# thread are exact. The refused files are the same for any number of threads. Each row: a
+# budget, the largest file that fits, and the number of files that do not fit.
 for row in 2M:200000:2 3072k:3000000:1 6M:5000001:0 1G:5000001:0; do
     IFS=: read -r budget largest refused <<<"$row"
     for threads in 1 2 7; do
@@ -150,8 +150,8 @@ assert (data["files"], data["bytes"], data["bytes_purged"]) == (files, size, pur
 END
     fail "telemetry: $(cat "$work/telemetry")"
 
-# What can't be read is one alert at the end, in the user's language. Who may read
-# everything gives that up for it.
+# The files that cannot be read are one alert at the end, in the user's language. Root drops
+# the right to read every file.
 cd "$work" || exit
 mkdir -p locked/folder
 printf good >locked/good
@@ -180,8 +180,8 @@ END
 chmod 600 locked/lost*
 through=()
 
-# The first file that the budget can't hold is told in the library's words. What
-# is held stays: it can't make room for such a file.
+# The library reports the first file that the budget cannot hold. The files in the cache are
+# kept, since they cannot make room for such a file.
 mkdir tight
 printf small >tight/a
 truncate -s 3000000 tight/b
@@ -222,7 +222,7 @@ if [ -w /dev/full ]; then
     grep -q "can't write all of /dev/full" "$work/err" || fail "no word of lost telemetry"
 fi
 
-# Wrong usage: status 2, a message that says what is wrong, and no figures.
+# Wrong usage: status 2, a message about the fault, and no figures.
 wrong()
 {
     local message=$1
@@ -279,8 +279,8 @@ run --help
 expect_status "help" 0
 grep -q '^Usage: filecache' "$work/out" || fail "no help"
 
-# A translation shows everywhere, and its figures stand below each other in the
-# columns of a terminal, where some characters take two.
+# All output is translated. The figures are aligned in the columns of a terminal, where
+# some characters take two columns.
 translated()
 {
     grep -qF -- "$2" "$work/out" "$work/err" || fail "$1: no '$2' in $(cat "$work/out" "$work/err")"
@@ -324,7 +324,7 @@ run --dictionary "$german" --help
 expect_status "German help" 0
 translated "German help" "Aufruf: filecache"
 
-# Dictionaries are found from where the program stands.
+# Dictionaries are found relative to the program's file.
 mkdir -p "$work/installed/bin" "$work/installed/share/u"
 cp "$binary" "$work/installed/bin"
 cp "$german" "$work/installed/share/u"
@@ -341,8 +341,8 @@ run --dictionary "$work/texts" "$work/none"
 expect "text form" 'Da\\x1Bteien' 0
 expect "text form" "bytes read" 0
 
-# What looks like a place in a file's name is none, and control characters of a
-# name or a text don't reach the terminal.
+# A place such as ^1 in a file's name is not replaced. Control characters of a name or a
+# text do not reach the terminal.
 wrong "can't write $work/missing/^2^1: No such" --log "$work/missing/^2^1" "$files"
 wrong "there is no folder '$work/a\\x1Bb'" "$work/$(printf 'a\033b')"
 

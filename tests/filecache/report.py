@@ -13,7 +13,7 @@ import sys
 import tempfile
 import xml.etree.ElementTree as ElementTree
 
-# Names of files, and what becomes of them in JSON and in XML.
+# File names, and their forms in JSON and in XML.
 NAMES = [
     (b"plain", "plain", "plain"),
     (b"\"quotes' & <marks> ]]> &amp;\\", "\"quotes' & <marks> ]]> &amp;\\", None),
@@ -30,7 +30,7 @@ FULL_DEVICE = "/dev/full"
 
 
 def run(binary, *arguments):
-    # Who may read everything gives that up.
+    # Root drops the right to read every file.
     through = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else []
     return subprocess.run(
         [*through, binary, "--threads", "2", "--budget", "2M", *arguments],

@@ -10,7 +10,7 @@ import sys
 
 DEFINE = re.compile(r'#define (\w+) ("[^"]*")\n')
 ROW = re.compile(r'ROW\((\d+), "(.*)"\)')  # of the library's table of texts
-# A literal, and the ones behind it that the compiler joins to it.
+# A literal and the literals after it, which the compiler joins.
 LITERALS = re.compile(r'"\$\$\$(?:[^"\\]|\\.)*"(?:\s*"(?:[^"\\]|\\.)*")*')
 LINE = re.compile(r'"\$\$\$([^=]+)=((?:[^"\\]|\\.)*)"')
 failures = 0
