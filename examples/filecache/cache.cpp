@@ -24,7 +24,7 @@ KeepFiles::~KeepFiles()
 
 FileCache::FileCache(Console& console) : mConsole(console)
 {
-    // Without memory for it the files are refused, which is told.
+    // If the hog cannot be registered, the files are refused, which is reported.
     U_RegisterHog("cached files", &mHog);
     U_SetHogReportingOn(true);
 }
@@ -59,7 +59,7 @@ int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* fl
     ++cache.mPurgeRequests;
     cache.mBytesPurged += given;
 
-    // Too little is left here, so the recycled pool may have to give.
+    // The cache has too little, so the library may purge the recycled pool.
     if (!sKeepsFiles && given < amountToPurge)
         *flag = true;
     if (cache.mConsole.Verbose())

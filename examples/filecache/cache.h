@@ -1,11 +1,13 @@
 // The files that are held in memory, oldest first.
 //
-// The cache answers the library's purge requests. Any thread; its lock is held
-// only while the list changes, never while a block is allocated or freed.
+// The cache frees files when the library sends a purge request. The lock of the cache is
+// held only while the list changes, never while a block is allocated or freed.
 //
-// A block that is larger than the whole budget is refused whatever gives way for
-// it. Who asks for one anyway, so that the library tells the user, keeps the files
-// in the cache with a KeepFiles.
+// A block larger than the whole budget is refused even if the cache frees every file. A
+// caller that requests such a block on purpose, so that the library reports the refusal,
+// keeps the files with a KeepFiles.
+//
+// Thread safety: any thread.
 
 #ifndef FILECACHE_CACHE_H
 #define FILECACHE_CACHE_H
@@ -26,7 +28,7 @@ struct CachedFile
     U_u64 checksum; // of the name and the bytes, as they were read
 };
 
-// Turns the purge requests of its thread down while it lives, if keep is true.
+// While the object lives, the cache refuses the purge requests of this thread, if keep is true.
 class KeepFiles
 {
 public:
@@ -44,15 +46,14 @@ public:
     FileCache(const FileCache&) = delete;
     FileCache& operator=(const FileCache&) = delete;
 
-    // The hog that its files are counted under, to be named if some are left at the
-    // library's death.
+    // The hog that counts the files. Death reports the hog if files are left.
     U_u32 Hog() const { return mHog; }
 
-    // Takes the handle over.
+    // Takes ownership of the handle.
     void Add(const CachedFile& file);
 
-    // Frees the oldest files until that many bytes are given back, or none is
-    // left. Each is checked against its checksum first. Returns the bytes.
+    // Frees the oldest files until that many bytes are freed or no file is left. Compares
+    // each file with its checksum first. Returns the bytes freed.
     U_u64 DropOldest(U_u64 bytes);
 
     // The library's purge request callback; the refcon is the cache.
@@ -63,7 +64,7 @@ public:
     U_u64 PurgeRequests() const { return mPurgeRequests; }
     U_u64 BytesPurged() const { return mBytesPurged; }
 
-    // Files whose bytes were no longer what had been read.
+    // The number of files whose bytes had changed since they were read.
     U_u64 Mismatches() const { return mMismatches; }
 
 private:

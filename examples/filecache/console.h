@@ -1,5 +1,6 @@
-// What the user sees on stderr while the program works: messages, and on a
-// terminal a progress line below them. Any thread.
+// Messages on stderr while the program works, and on a terminal a progress line below them.
+//
+// Thread safety: any thread.
 
 #ifndef FILECACHE_CONSOLE_H
 #define FILECACHE_CONSOLE_H
@@ -17,14 +18,14 @@ public:
 
     bool Verbose() const { return mVerbose; }
 
-    // Writes a text on a line of its own.
+    // Writes a text as a line.
     void Tell(const std::string& text);
 
     // Rewrites the progress line, cut to the terminal's width. Does nothing
     // where stderr is no terminal.
     void ShowProgress(const std::string& text);
 
-    // Takes the progress line away.
+    // Removes the progress line.
     void EndProgress();
 
 private:

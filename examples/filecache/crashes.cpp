@@ -66,10 +66,10 @@ const struct
     {"memory", &RunOutOfMemory},
 };
 
-// Looked up in good time: what a dying process can still do is uncertain.
+// Looked up before the crash: a dying process may be unable to look up a text.
 char sLastWords[512];
 
-// stderr has no buffer, so this takes no memory.
+// stderr has no buffer, so the call allocates nothing.
 void SayLastWords(void* words)
 {
     std::fputs(static_cast<const char*>(words), stderr);

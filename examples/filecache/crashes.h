@@ -1,4 +1,4 @@
-// Ways to die, to see what comes of them. Those that don't end the process return.
+// Crashes on purpose, which show the last call. A crash that does not end the process returns.
 
 #ifndef FILECACHE_CRASHES_H
 #define FILECACHE_CRASHES_H
@@ -17,11 +17,11 @@ void CallPureVirtual();
 void GiveInvalidParameter();
 void RunOutOfMemory(); // throws
 
-// The way of a name of the command line: null, overflow, illegal, division, exception,
+// Returns the crash of that name on the command line: null, overflow, illegal, division, exception,
 // terminate, pure, parameter or memory. Null for any other.
 Crash FindCrash(const std::string& name);
 
-// Has the library call the host before the process dies, with a line for the user.
+// Installs the handler of the last call, which prints a line for the user.
 void PrepareLastCall();
 
 #endif

@@ -11,7 +11,7 @@
 namespace
 {
 const size_t kMiB = 1 << 20;
-const size_t kLargest = 64 * kMiB; // far beyond any program's texts
+const size_t kLargest = 64 * kMiB; // far more than the texts of any program
 } // namespace
 
 Message DictionaryFile::Read(const std::string& path)
@@ -36,7 +36,7 @@ Message DictionaryFile::Read(const std::string& path)
                 "the dictionary ^^1 is too large: the limit is ^^2 MiB",
                 {path, std::to_string(kLargest / kMiB)}};
 
-    // The library takes a damaged dictionary without a word and shows English.
+    // The library shows English for a damaged dictionary and reports nothing.
     const auto bytes = reinterpret_cast<const unsigned char*>(image.data());
     const hollin::ImageReport report = hollin::CheckImage(bytes, size);
     if (report.mDamaged)

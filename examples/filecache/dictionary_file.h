@@ -1,4 +1,4 @@
-// The dictionary that the program's texts are looked up in.
+// The dictionary of the texts that the program shows.
 
 #ifndef FILECACHE_DICTIONARY_FILE_H
 #define FILECACHE_DICTIONARY_FILE_H
@@ -11,15 +11,15 @@
 
 #include "texts.h"
 
-// The library may point into the file's bytes, so this outlives it.
+// REQUIRES: outlives the library, which may point into the bytes of the file.
 class DictionaryFile
 {
 public:
-    // Reads the file and looks it over. Returns what is wrong with it.
+    // Reads and checks the file. Returns a message if the file is damaged or cannot be read.
     Message Read(const std::string& path);
 
-    // Hands a file that was read to the library, after its birth. Returns the
-    // library's error, 0 if there is none or no file was read.
+    // Loads the dictionary into the library, after birth. Returns the library's error, or 0,
+    // also if no file was read.
     U_Status Use();
 
 private:

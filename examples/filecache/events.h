@@ -1,5 +1,5 @@
-// What the program tells to telemetry: figures, and no name of a user's file. The
-// library adds the errors that it shows, in the words that the user sees.
+// Telemetry of the program: figures, but no name of a user's file. The library adds the
+// errors that it shows, with the text that the user sees.
 
 #ifndef FILECACHE_EVENTS_H
 #define FILECACHE_EVENTS_H
@@ -10,7 +10,7 @@
 
 void TellStart(const Options& options);
 
-// A file that couldn't be held. Any thread.
+// Counts a file that could not be held. Thread safety: any thread.
 void TellRefusal();
 
 void TellFinish(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable);

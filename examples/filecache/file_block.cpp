@@ -11,7 +11,7 @@ namespace
 {
 const size_t kChunk = 64 << 10;
 
-// Tell the allocations apart where the library reports or logs them.
+// Location codes, which the library reports and logs.
 enum : U_u32
 {
     kLocationRead = 1,

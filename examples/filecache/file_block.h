@@ -1,4 +1,4 @@
-// The memory that reading one file takes.
+// The memory for reading one file.
 
 #ifndef FILECACHE_FILE_BLOCK_H
 #define FILECACHE_FILE_BLOCK_H
@@ -29,9 +29,9 @@ private:
 class FileBlock
 {
 public:
-    // expectedSize is a guess: the block follows the bytes that come. A size
-    // beyond the budget is refused without a purge. opName, which isn't copied,
-    // tells the user of a refusal; null keeps it from the user.
+    // expectedSize is a guess: the block grows with the bytes read. A size beyond the
+    // budget is refused without a purge. opName, which is not copied, names the block in the
+    // report of a refusal; null: a refusal is not reported.
     FileBlock(U_u32 hog, U_u64 expectedSize, U_u64 budget, const char* opName);
     ~FileBlock();
     FileBlock(const FileBlock&) = delete;

@@ -1,8 +1,8 @@
 // Loading a file, as a task of its own.
 //
-// Each file that is loaded has a context, and as its state what has been decoded
-// of the file so far. The context is current on the thread that loads the file,
-// and moves to a decoder's thread for as long as that decodes a part of it.
+// Each file has a context, whose state holds the figures of the bytes decoded so far. The
+// context is current on the thread that loads the file, and moves to a decoder's thread
+// while that thread decodes a part of the file.
 
 #ifndef FILECACHE_FILE_TASK_H
 #define FILECACHE_FILE_TASK_H
@@ -24,7 +24,7 @@ public:
 
     void OnActivate() override {} // it begins with the file's name
 
-    // The task ends: a file that has been read to its end counts.
+    // Ends the task. A file that was read to its end is counted.
     void OnDeactivate() override;
 
     // Starts from nothing. A file may be read more than once.
@@ -35,7 +35,7 @@ public:
 
     void End() { mIsWhole = true; }
 
-    // What there is to know for the cache, which adds the handle.
+    // The entry for the cache, without the handle.
     const CachedFile& Entry() const { return mEntry; }
 
 private:

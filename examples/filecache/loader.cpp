@@ -184,7 +184,7 @@ int Loader::Read(std::FILE* file, bool untilRefused, FileBlock* block)
     return 0;
 }
 
-// The task goes along to the decoder's thread and back.
+// The task's context moves to the decoder's thread and back.
 void Loader::DecodeElsewhere(const void* bytes, size_t size)
 {
     const auto suspended = U_SuspendContext::NewSuspendContext();
@@ -237,7 +237,7 @@ bool Loader::WaitForThreads(std::chrono::milliseconds longest)
     return mThreadEnded.wait_for(lock, longest, [this] { return mRunning == 0; });
 }
 
-// What the throttler runs is the host's: the loaders' lock isn't held meanwhile.
+// The throttler runs the host's code, so the loaders' lock is not held then.
 void Loader::ShowProgressUntilDone()
 {
     const std::chrono::milliseconds kRedraw(100);

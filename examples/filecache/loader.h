@@ -1,5 +1,4 @@
-// Loads files into the cache on render threads, and has decoders of its own look
-// into them.
+// Loads files into the cache on render threads, and decodes them on threads of its own.
 
 #ifndef FILECACHE_LOADER_H
 #define FILECACHE_LOADER_H
@@ -27,15 +26,15 @@
 class Loader
 {
 public:
-    // The first file that the budget can't hold is told to the user in the
-    // library's words: it is reason enough for a larger budget. The figures
-    // count the others. The throttler is asked on the thread of Run alone.
+    // The library reports the first file that the budget cannot hold: one report is reason
+    // enough for a larger budget. The figures count the others. Only the thread of Run asks
+    // the throttler.
     Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
            FileCache& cache, Losses& losses, Console& console, U_UIThrottler& throttler);
 
-    // Loads all files, or until the throttler tells to stop: a file that isn't read
-    // to its end by then is let go. Returns when that is done. False if an error
-    // ended a thread early; it has been told.
+    // Loads all files, or until the throttler answers that the user has aborted: a file that
+    // is not read to its end by then is dropped. Returns after all threads have ended. False
+    // if an error ended a thread early; the error has been reported.
     bool Run(unsigned int threads);
 
     const LoadFigures& Figures() const { return mFigures; }
@@ -47,9 +46,8 @@ private:
     void LoadFiles();
     void LoadFile(const std::string& name);
 
-    // False if the file was refused beside others, which take memory of their
-    // own while they are read. Alone, a refusal says that the budget can't hold
-    // it.
+    // Returns false if the file was refused while others were being read, which use memory,
+    // too. A file that is refused alone does not fit the budget.
     bool TryFile(const std::string& name, bool alone);
 
     // Reads and decodes the file, to its end or until the block is refused if that
@@ -59,7 +57,7 @@ private:
     void Unreadable(const std::string& path, int error);
     void Refused(const std::string& path, U_u64 size);
 
-    // The name under which a refusal is told; empty if one has been.
+    // The name for the report of a refusal; empty after the first report.
     std::string OperationName(const std::string& path, bool refusalIsCertain);
 
     void SampleUse();

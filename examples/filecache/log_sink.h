@@ -1,4 +1,4 @@
-// Takes the library's log lines: counts them, and writes them to a file.
+// Counts the library's log lines and writes them to a file.
 
 #ifndef FILECACHE_LOG_SINK_H
 #define FILECACHE_LOG_SINK_H
@@ -19,11 +19,11 @@ public:
     LogSink(const LogSink&) = delete;
     LogSink& operator=(const LogSink&) = delete;
 
-    // Opens the file for the lines to come. Returns what is wrong with it.
+    // Opens the file for the following lines. Returns a message if that fails.
     Message Open(const std::string& path);
 
-    // Stops taking lines, and closes the file. False if not all could be
-    // written. May be called twice.
+    // Ends the sink and closes the file. Returns false if a line could not be written. May be
+    // called twice.
     bool Close();
 
     U_u64 Lines() const { return mLines; }

@@ -22,8 +22,8 @@ void Report(const std::string& path, const std::string& reason)
         U_ZStringToUTF16String(kMany), U_ZStringToUTF16String(kCount),
         U_ZStringToUTF16String(kOne));
     const std::string item = platform::Printable(Text({kItem, {path, reason}}));
-    // A warning: the others are loaded all the same. It comes from no place in
-    // the program that would tell the user anything.
+    // A warning, since the other files are loaded. No location code: the place in the
+    // program means nothing to the user.
     U_ReportError(0, U_Sev_WARNING, U_GroupErrorMessage(ToUTF16(item), group));
 }
 

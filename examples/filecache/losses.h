@@ -1,5 +1,6 @@
-// Files and folders that couldn't be read, and files that couldn't be held. Any
-// thread.
+// Files and folders that could not be read, and files that could not be held.
+//
+// Thread safety: any thread.
 
 #ifndef FILECACHE_LOSSES_H
 #define FILECACHE_LOSSES_H
@@ -24,14 +25,14 @@ public:
         U_u64 size; // bytes
     };
 
-    // Keeps a file or folder that can't be read, and reports it: all of them wait
-    // for U_DisplayPostedErrors, which shows them as one numbered alert.
+    // Adds a file or folder that cannot be read, and reports it as a member of one group:
+    // U_DisplayPostedErrors shows the group as one numbered alert.
     void AddUnreadable(const std::string& path, const std::string& reason);
 
-    // Keeps a file that was read, but not held.
+    // Adds a file that was read and could not be held.
     void AddRefused(const std::string& path, U_u64 size);
 
-    // In the order of their paths.
+    // Return the lists ordered by path.
     std::vector<Unreadable> AllUnreadable() const;
     std::vector<Refused> AllRefused() const;
 

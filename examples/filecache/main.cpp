@@ -1,5 +1,4 @@
-// A cache of files under a budget: what a host does to use the library, from
-// birth to death.
+// A cache of files under a budget: a whole host of the library, from birth to death.
 
 #include <algorithm>
 #include <cerrno>
@@ -47,7 +46,7 @@ enum ExitStatus
 const U_u64 kMiB = 1 << 20;
 const unsigned int kUTF8CodePage = 65001;
 
-// What is wrong with the folder.
+// Returns a message if the folder cannot be walked.
 Message CheckFolder(const std::string& folder)
 {
     std::error_code error;
@@ -62,8 +61,8 @@ Message CheckFolder(const std::string& folder)
     return Message();
 }
 
-// The files' budget comes on top of the application's own footprint, which the
-// library charges to its usage figure.
+// The limits are the files' budget plus the application's own footprint, which the library
+// charges as use.
 U_Status SetLimits(U_u64 budget)
 {
     U_u64 ownSize = 0;
@@ -72,8 +71,8 @@ U_Status SetLimits(U_u64 budget)
     return U_SetMemUsageLimits(maximum - std::max(kMiB, budget / 8), maximum);
 }
 
-// Writes the report that is asked for. It lacks the count of log lines, which come
-// until the library's end. False if it can't be written.
+// Writes the report file, if there is one. The file lacks the count of log lines, which is
+// known only after the library's death. Returns false if the file cannot be written.
 bool TellReport(const Options& options, const Table& table, const Losses& losses, Console& console)
 {
     if (options.reportFile.empty())
@@ -84,7 +83,7 @@ bool TellReport(const Options& options, const Table& table, const Losses& losses
     return !wrong;
 }
 
-// Loads the folder's files and adds what came of it to the table.
+// Loads the folder's files and adds the figures to the table.
 ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
 {
     TellStart(options);
@@ -105,13 +104,13 @@ ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
     AddLoad(figures, cache, unreadable, time.count(), table);
     TellFinish(figures, cache, unreadable);
 
-    // What was dropped on the way has been checked; this checks the rest.
+    // Files that were dropped during the load have been compared; this compares the rest.
     cache.DropOldest(~U_u64(0));
     if (cache.Mismatches() > 0)
         console.Tell(Text({"$$$/QX/FileCache/Error/Mismatches="
                            "files that changed while they were held: ^^1",
                            {std::to_string(cache.Mismatches())}}));
-    U_DisplayPostedErrors(); // what the loaders and the walk couldn't show themselves
+    U_DisplayPostedErrors(); // the reports of the loaders and of the walk
     const bool isReported = TellReport(options, *table, losses, console);
     if (stop.HasStopped())
     {
@@ -123,8 +122,8 @@ ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
     return isFine ? kFine : kFailed;
 }
 
-// What stands ready before the library's birth, and what is wrong with it. That
-// is told after birth: only then are there translated texts.
+// The objects made before the library's birth, and the messages about them. The messages
+// are shown after birth: only then are there translated texts.
 struct Preparation
 {
     Options options;
@@ -135,7 +134,7 @@ struct Preparation
     Message badFile;    // the dictionary, the log or the telemetry
 };
 
-// The library reads its settings as it is born.
+// Birth reads the settings.
 void AskForMemoryLog(unsigned int interval)
 {
     platform::SetDebugSetting("MemoryYoYoLog", "true");
@@ -165,7 +164,7 @@ void Prepare(int argc, char** argv, Preparation* ready)
         AskForMemoryLog(options.memoryLog);
 }
 
-// Does what the command line asks for, in the library's life.
+// Runs the command line between birth and death.
 ExitStatus Run(Preparation& ready, Console& console, Table* table)
 {
     if (U_Status status = ready.dictionary.Use())
@@ -200,8 +199,7 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
     return LoadFolder(ready.options, console, table);
 }
 
-// Texts for what comes after the library's death, which takes the dictionary
-// along.
+// Texts for messages after the library's death, which ends the dictionary.
 struct LastTexts
 {
     std::string noDeath = Text("$$$/QX/FileCache/Error/NoDeath=the library can't end: error ^^1");
@@ -217,7 +215,7 @@ int main(int argc, char** argv)
     platform::SetActiveCodePage(kUTF8CodePage);
     Preparation ready;
     Prepare(argc, argv, &ready);
-    const StopKeys stopKeys; // until the end: a stop that comes late changes nothing
+    const StopKeys stopKeys; // until the end: a late stop changes nothing
     Console console(ready.options.verbose);
     Table table;
     ExitStatus status = kFailed;

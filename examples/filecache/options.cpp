@@ -58,7 +58,7 @@ const U_u64 kMostThreads = 256;
 const U_u64 kLongestInterval = 3600000; // milliseconds
 
 // Reads the digits at the start of text, as the largest number if they make a
-// larger one. Returns what follows them, null if there are none.
+// larger one. Returns the character after the digits; null if there are none.
 const char* ParseDigits(const char* text, U_u64* number)
 {
     const auto result = std::from_chars(text, text + std::strlen(text), *number);
@@ -67,7 +67,7 @@ const char* ParseDigits(const char* text, U_u64* number)
     return result.ec == std::errc::invalid_argument ? nullptr : result.ptr;
 }
 
-// The power of two that a suffix stands for; negative if it is none.
+// Returns the power of two of a suffix; negative for any other text.
 int SuffixShift(const char* suffix)
 {
     if (!*suffix)

@@ -17,7 +17,7 @@ struct Options
     U_u64 budget = 16 << 20; // bytes
     unsigned int threads = 4;
     std::string logFile;       // empty: log lines are only counted
-    std::string telemetryFile; // empty: nothing is told
+    std::string telemetryFile; // empty: no telemetry
     std::string reportFile;    // empty: none is written
     std::string dictionary;    // empty: texts are shown in English
 
@@ -31,10 +31,10 @@ struct Options
     bool help = false;
 };
 
-// Reads all of the command line. Returns the first thing that is wrong with it.
+// Reads the whole command line. Returns a message about the first fault.
 Message ParseOptions(int argc, char** argv, Options* options);
 
-// Tells on stdout what the program takes.
+// Prints the usage to stdout.
 void PrintUsage();
 
 #endif

@@ -43,7 +43,7 @@ U_AnyTree Figures(const Table& table)
     return figures;
 }
 
-// An entry for each loss: its path, and what detail gives of it under a key.
+// Returns a list with an entry for each loss: the path, and the detail under a key.
 template <class Loss, class Detail>
 U_AnyTree ListOf(const std::vector<Loss>& losses, const char* key, const Detail& detail)
 {

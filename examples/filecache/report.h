@@ -9,13 +9,13 @@
 #include "table.h"
 #include "texts.h"
 
-// The form of the file goes by the ending of its name, .json or .xml.
+// The ending of the file's name decides the form: .json or .xml.
 bool HasReportEnding(const std::string& path);
 
-// Writes a report on the folder to the path, in UTF-8. What isn't UTF-8 in the
-// names of files becomes U+FFFD, and in XML what that can't carry, too. Returns
-// what is wrong with the file. Of a run that was stopped it has what was read to its
-// end; that it was is told by the program's status.
+// Writes a report on the folder to the path, in UTF-8. Bytes of file names that are not
+// UTF-8 become U+FFFD; in XML, so do characters that XML does not allow. Returns a message if
+// the file cannot be written. After a stop the report has the files that were read to their
+// end; the program's status says that the run was stopped.
 //
 // JSON: {"folder":"F","figures":{"files_read":7,...},
 //        "unreadable":[{"path":"P","reason":"R"},...],
@@ -23,7 +23,7 @@ bool HasReportEnding(const std::string& path);
 // XML: <filecache folder="F"><figure name="files_read">7</figure>...
 //      <unreadable reason="R">P</unreadable>...<refused bytes="8">P</refused>...</filecache>
 //
-// Where nothing was lost, the lists aren't there.
+// Empty lists are left out.
 Message WriteReport(const std::string& path, const std::string& folder, const Table& table,
                     const Losses& losses);
 

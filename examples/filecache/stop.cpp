@@ -127,12 +127,12 @@ void StopKeys::OnInterrupt()
     if (read(mInterrupts, &taken, sizeof taken) != sizeof taken)
         return;
     PostEscape();
-    // The next one has the usual effect.
+    // The next Ctrl-C has the usual effect.
     RestoreTerminal();
     SetInterruptsHeld(false);
 }
 
-// False if nothing will come any more.
+// Returns false if the terminal sends no more keys.
 bool StopKeys::OnTerminal()
 {
     if (!IsInForeground())
@@ -150,7 +150,7 @@ void StopKeys::PostEscape()
     platform::PostThreadMessage(mMainThread, win32::kWmKeyDown, kEscape, 0);
 }
 
-// Has each key come at once, without being shown.
+// Makes the terminal send each key at once and not show the key.
 void StopKeys::TakeTerminal()
 {
     if (!IsInForeground() || tcgetattr(STDIN_FILENO, &mTerminal) != 0)

@@ -9,18 +9,18 @@
 
 #include <U_Abort.h>
 
-// Makes both into messages of the main thread's queue, as a keyboard's. A second
-// Ctrl-C ends the program at once. One that was started with SIGINT ignored, as
-// shells do in the background, leaves it so. Where the system hasn't what this
+// Posts a key message to the main thread's queue for both, as a keyboard would. A second
+// Ctrl-C ends the program at once. A program that was started with SIGINT ignored, as shells
+// do in the background, leaves SIGINT ignored. If the system lacks a service that the object
 // needs, Ctrl-C ends the program as usual.
 class StopKeys
 {
 public:
-    // On the main thread, before there are others: they are all to leave SIGINT to
+    // REQUIRES: on the main thread, before other threads start. All threads leave SIGINT to
     // this object.
     StopKeys();
 
-    // Puts the terminal and the signal back.
+    // Restores the terminal and the signal.
     ~StopKeys();
     StopKeys(const StopKeys&) = delete;
     StopKeys& operator=(const StopKeys&) = delete;
@@ -42,7 +42,7 @@ private:
     std::thread mWatch;
 };
 
-// The abort check of all loops of the main thread, which remembers an abort.
+// The abort check of all loops of the main thread. Remembers an abort.
 class StopCheck final : public U_UIThrottler
 {
 public:

@@ -1,4 +1,4 @@
-// What the program tells at its end.
+// The figures of a load as rows of the table.
 
 #ifndef FILECACHE_SUMMARY_H
 #define FILECACHE_SUMMARY_H
@@ -9,8 +9,8 @@
 #include "loader.h"
 #include "table.h"
 
-// Adds the rows of a load that took that many seconds. unreadable counts what
-// was met while loading and before.
+// Adds the rows of a load. unreadable: files and folders that could not be read, by the walk
+// and the load. seconds: the time of both.
 void AddLoad(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable, double seconds,
              Table* table);
 

@@ -9,9 +9,8 @@
 #include <U_Any.h>
 #include <U_Types.h>
 
-// Rows of a label and a figure. The figures stand below each other, however
-// wide the labels are in the language shown. A row's name is for programs and the
-// same in all languages.
+// Rows of a label and a figure. The figures are aligned in one column, whatever the width of
+// the labels. A row's name is for programs and is the same in all languages.
 class Table
 {
 public:
@@ -19,7 +18,7 @@ public:
     {
         std::string name;
         std::string label;
-        std::string figure; // as it is shown
+        std::string figure; // as shown
         U_Any value;
     };
 

@@ -37,8 +37,7 @@ std::string Digits(const Guid& guid)
     return text;
 }
 
-// What all lines begin with: their kind, when it happened, and whose it is if
-// somebody says so.
+// Returns the start of a line: the kind, the time, and the owner if there is one.
 boost::json::object Line(const char* kind, const Guid& guid)
 {
     using namespace std::chrono;
@@ -206,7 +205,7 @@ void TelemetryFile::WriteLine(const std::string& json)
     const std::string line = json + '\n';
     std::lock_guard<std::mutex> lock(mLock);
     if (mFile)
-        std::fwrite(line.data(), 1, line.size(), mFile); // Close asks whether it worked
+        std::fwrite(line.data(), 1, line.size(), mFile); // Close checks for errors
 }
 
 void TelemetryFile::LoseLine()

@@ -1,5 +1,4 @@
-// Takes what is told to telemetry and writes it to a file, one JSON object a
-// line.
+// A telemetry provider that writes a file, one JSON object a line.
 
 #ifndef FILECACHE_TELEMETRY_H
 #define FILECACHE_TELEMETRY_H
@@ -14,10 +13,11 @@
 
 #include "texts.h"
 
-// An event is a line of its own, a group a line when its last owner lets go of
-// it. Counted events are kept, up to the largest int, until LogEventsWithCount,
-// which writes a line for each and starts again from none. Any thread; groups too. Strings are
-// UTF-8, and what isn't becomes U+FFFD.
+// An event is a line. A group is a line, written when the last owner releases the group.
+// Counted events are kept, up to the largest int, until LogEventsWithCount, which writes a
+// line for each and starts again at 0. Strings are UTF-8; other bytes become U+FFFD.
+//
+// Thread safety: any thread, also for groups.
 class TelemetryFile : public U::telemetry::U_TelemetryProvider
 {
 public:
@@ -26,12 +26,12 @@ public:
     TelemetryFile(const TelemetryFile&) = delete;
     TelemetryFile& operator=(const TelemetryFile&) = delete;
 
-    // Opens the file and becomes the library's provider. Returns what is wrong
-    // with the file.
+    // Opens the file and becomes the library's provider. Returns a message if the file cannot
+    // be opened.
     Message Open(const std::string& path);
 
-    // Ends being the provider, and closes the file. False if not all could be
-    // written. All groups are gone by then. May be called twice.
+    // Removes the provider and closes the file. Returns false if a line could not be
+    // written. May be called twice. REQUIRES: all groups have been released.
     bool Close();
 
     bool IsLogging() override;

@@ -12,9 +12,8 @@ struct WidthRange
     size_t columns;
 };
 
-// What doesn't take one column. The C library's wcwidth answers for the user's
-// locale, which may know neither UTF-8 nor the dictionary's language; this small
-// table holds in any.
+// Characters that are not one column wide. The C library's wcwidth depends on the user's
+// locale, which may know neither UTF-8 nor the dictionary's language.
 const WidthRange kWidths[] = {
     {0x0300, 0x036F, 0}, // combining marks
     {0x1100, 0x115F, 2}, // Hangul Jamo

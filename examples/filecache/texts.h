@@ -1,11 +1,11 @@
-// The texts that a person reads.
+// The texts that a person reads, in UTF-8.
 //
-// Each is written where it is used, as a ZString: one literal with a key and the
-// English text, such as "$$$/QX/FileCache/Figure/FilesRead=files read". Where the
-// dictionary in use has the key, its text is shown instead. Values go into the
-// places ^1 to ^9, which a literal spells ^^1. A text of the dictionary that has other
-// places than the English text is not used. Everything here is UTF-8, and may be called
-// on any thread.
+// Each text is a ZString at its place of use: one literal with a key and the English text,
+// such as "$$$/QX/FileCache/Figure/FilesRead=files read". If the dictionary in use has the
+// key, its text is shown. Values replace the places ^1 to ^9, which a literal spells ^^1. A
+// text of the dictionary whose places differ from those of the English text is not used.
+//
+// Thread safety: any thread.
 
 #ifndef FILECACHE_TEXTS_H
 #define FILECACHE_TEXTS_H
@@ -17,8 +17,8 @@
 
 #include <U_Types.h>
 
-// What there is to tell, before its text is looked up: much of what goes wrong
-// is found before a dictionary is in use.
+// A message whose text is not looked up yet: many faults are found before a dictionary is in
+// use.
 struct Message
 {
     Message() = default;
@@ -28,28 +28,28 @@ struct Message
     }
     explicit operator bool() const { return zstring != nullptr; }
 
-    const char* zstring = nullptr; // null if there is nothing to tell
+    const char* zstring = nullptr; // null: no message
     std::vector<std::string> values;
 };
 
 // The text in the language of the dictionary in use, with its values.
 std::string Text(const Message& message);
 
-// Puts the values into their places. Places without a value stay, as does what
-// looks like a place inside a value.
+// Replaces the places by the values. A place without a value is kept, and so is a place
+// inside a value.
 std::string Fill(const std::string& text, const std::vector<std::string>& values);
 
-// What can't be converted becomes U+FFFD.
+// Characters that cannot be converted become U+FFFD.
 std::string ToUTF8(const U_UTF16String& text);
 U_UTF16String ToUTF16(const std::string& text);
 
-// Columns that the text takes on a terminal.
+// Returns the width of the text on a terminal, in columns.
 size_t DisplayWidth(const std::string& text);
 
-// Cuts the text to at most that many columns; a character stays whole or goes.
+// Returns the text cut to at most that many columns, at a character boundary.
 std::string CutToWidth(const std::string& text, size_t columns);
 
-// Messages that several parts of the program have.
+// Messages of several parts of the program.
 Message CantRead(const std::string& path, const std::string& reason);
 Message CantWrite(const std::string& path, const std::string& reason);
 

@@ -17,7 +17,7 @@ public:
 
     FoundFiles Walk()
     {
-        // Folders wait on a list instead of on the stack: a tree may be deep.
+        // A list in place of recursion: a tree may be deep.
         mWaiting.push_back(std::string());
         while (!mWaiting.empty() && !mThrottler.ThrottleAndCheckAbort())
         {

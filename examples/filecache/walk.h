@@ -13,12 +13,12 @@
 struct FoundFiles
 {
     std::vector<std::string> names; // relative to the folder, in order
-    size_t unreadable = 0;          // folders and entries that couldn't be looked at
+    size_t unreadable = 0;          // folders and entries that could not be read
 };
 
-// Walks the folder and all below it, until the throttler tells to stop. Symbolic
-// links aren't followed, and only regular files are found. What can't be looked at
-// goes to the losses, and the walk goes on.
+// Finds the regular files of the folder and of all folders below, until the throttler
+// answers that the user has aborted. Symbolic links are not followed. Entries that cannot be
+// read are added to the losses.
 FoundFiles WalkFolder(const std::string& folder, Losses& losses, U_UIThrottler& throttler);
 
 #endif
