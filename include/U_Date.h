@@ -115,7 +115,7 @@ U_EXPORT U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out);
 //
 // Returns: 0; 3 for a null pointer; or 10, reported, for a text that is too long:
 // - U_CopyCtoPString then stores the text that fits. The size of `out` cuts at a character, the
-//   limit of 255 bytes anywhere. The rest of `out` may be overwritten.
+//   limit of 255 bytes anywhere, also within a character. All of `out` may be overwritten.
 // - U_CopyPtoCString then stores nothing.
 U_EXPORT U_Status U_CopyCtoPString(const char* source, U_i32 bufferSize, unsigned char* out);
 U_EXPORT U_Status U_CopyPtoCString(const unsigned char* source, U_i32 bufferSize, char* out);

@@ -49,7 +49,8 @@
 //
 // - An "@" without a second one is removed. The number is written with two decimals and no
 //   options.
-// - A letter that is no option is ignored. It is reported once for each specification.
+// - A letter that is no option is ignored. Each such letter is reported once for each
+//   specification, at most 32 letters of one specification.
 
 #ifndef U_FORMAT_H
 #define U_FORMAT_H

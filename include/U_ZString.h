@@ -54,8 +54,8 @@ U_EXPORT std::string U_ZStringToEnglishMBString(const char* zstring);
 // Returns: U_ZStringToMBRaw returns 0, or an error code; then `out` is unchanged.
 // Throws: U_ZStringToCStr throws as U_ZStringToMBString does.
 // Failures: if the system refuses to convert the English text, an exception of a type that no
-//   header declares passes through this function and all functions above. Only a text beyond
-//   2 GiB is refused. Catch the exception by catch (...).
+//   header declares passes through these two functions and all functions above. Only a text
+//   beyond 2 GiB is refused. Catch the exception by catch (...).
 U_EXPORT void U_ZStringToCStr(const char* zstring, unsigned int size, char* out);
 U_EXPORT U_Status U_ZStringToMBRaw(const char* zstring, unsigned int size, char* out);
 
