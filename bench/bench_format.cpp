@@ -1,4 +1,4 @@
-// Messages beside ICU's, and numbers beside the C library's.
+// Messages, compared with ICU, and numbers, compared with the C library.
 
 #include <cmath>
 #include <cstdio>
@@ -56,7 +56,7 @@ void MultibyteMessage(benchmark::State& state)
 }
 BENCHMARK(MultibyteMessage);
 
-// ICU's message with the arguments, by a format made before.
+// Fills an ICU message. The format is made once.
 icu::UnicodeString FillICU(const icu::MessageFormat& format, UErrorCode& error)
 {
     const icu::Formattable arguments[] = {icu::UnicodeString(true, kName, -1), kFrames, kSeconds};
@@ -90,7 +90,7 @@ BENCHMARK(MessageICUMadeEachTime);
 
 const unsigned int kGroup = krobase::utility::kNumberGroup;
 
-// Numbers of one to ten digits in front of the mark.
+// Numbers with one to ten digits before the decimal mark.
 std::vector<double> Numbers()
 {
     std::mt19937 random(1);
@@ -101,7 +101,7 @@ std::vector<double> Numbers()
     return numbers;
 }
 
-// snprintf and a pass of one's own that groups the integer part.
+// snprintf, and a loop that groups the integer part.
 void FormatByHand(double value, char* out)
 {
     char plain[32];

@@ -1,7 +1,7 @@
-// The library's own texts.
+// Look-up of the library's own texts.
 //
-// The floor is one increment of one counter that all threads share: what
-// handing out a counted string would cost.
+// The floor is one increment of a counter that all threads share, which is the cost of
+// returning a reference-counted string.
 
 #include <atomic>
 #include <cstring>
@@ -14,7 +14,7 @@
 
 namespace
 {
-const U_u32 kOutOfMemory = 33; // index
+const U_u32 kOutOfMemory = 33; // index of the text
 
 alignas(128) std::atomic<unsigned> sSharedCounter(0);
 
@@ -24,7 +24,7 @@ void SharedCounter(benchmark::State& state)
         benchmark::DoNotOptimize(sSharedCounter.fetch_add(1, std::memory_order_relaxed));
 }
 
-// A text that has been looked up before.
+// The text has been looked up before.
 void LookUp(benchmark::State& state)
 {
     if (std::strcmp(Up_String(kOutOfMemory), "Out of memory.") != 0)

@@ -1,7 +1,6 @@
-// Conversions of text beside ICU and the C library.
+// Conversions of text, compared with ICU and the C library.
 //
-// All convert the same text of about 64 KiB into a buffer that is surely large
-// enough.
+// All converters convert the same text of about 64 KiB into a buffer that is large enough.
 
 #include <algorithm>
 #include <cstring>
@@ -17,12 +16,12 @@
 
 namespace
 {
-const int kUnits = 32 * 1024; // of a text in UTF-16
+const int kUnits = 32 * 1024; // UTF-16 units of a text
 
 typedef std::vector<unsigned short> Units;
 typedef std::vector<char> Bytes;
 
-// Each gives the count that it wrote, 0 for a failure.
+// Each converter returns the number of elements that it wrote, 0 for a failure.
 typedef int (*Decoder)(const Bytes& bytes, Units& units);
 typedef int (*Encoder)(const Units& units, Bytes& bytes);
 
@@ -72,7 +71,7 @@ int ICU(const Units& units, Bytes& bytes)
     return U_SUCCESS(error) ? count : 0;
 }
 
-// One of the C library's converters, kept open, and reset for each text.
+// A converter of the C library, opened once and reset for each text.
 class Iconv
 {
 public:
@@ -112,7 +111,7 @@ template <unsigned int codePage> int CLibrary(const Units& units, Bytes& bytes)
     return sConverter.Convert(units, bytes);
 }
 
-// Words of characters out of an alphabet, a few to dozens, mixed by weight.
+// Words from the characters of one alphabet. Mix chooses among scripts by weight.
 struct Script
 {
     std::u16string mAlphabet;
@@ -146,7 +145,7 @@ Units Ascii()
     return Mix({kWords});
 }
 
-// Some five accented letters and a typographic sign in a hundred characters.
+// About five accented letters and one typographic sign in a hundred characters.
 Units Latin()
 {
     return Mix(
@@ -155,7 +154,7 @@ Units Latin()
          {u" \u2019\u201C\u20AC", 1, 1}});
 }
 
-// Kana and ideographs, and a word in Latin letters now and then.
+// Kana and ideographs, with a few words in Latin letters.
 Units Japanese()
 {
     std::u16string kana = u"\u3001\u3002";
@@ -174,7 +173,7 @@ Units Russian()
     return Mix({{letters, 12, 8}, {kLetters, 8, 1}});
 }
 
-// The text in a code page, by our own conversion: the peers check it.
+// Converts to a code page by our own conversion. The comparison with the peers checks it.
 template <unsigned int codePage> Bytes Encoded(const Units& units)
 {
     Bytes bytes(units.size() * 3);
@@ -200,8 +199,8 @@ void Run(benchmark::State& state, int (*convert)(const Source&, Target&), const 
                             static_cast<std::int64_t>(source.size() * sizeof(source[0])));
 }
 
-// Registers a text's conversion from a code page and to it: ours, its peer, and
-// our counting of what it would give.
+// Registers the conversions of a text from and to a code page: ours, the peer, and our count
+// of the result's elements without a conversion.
 template <unsigned int codePage>
 void Register(const std::string& name, Units (*text)(), Decoder peerDecoder, Encoder peerEncoder)
 {

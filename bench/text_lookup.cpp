@@ -1,5 +1,5 @@
-// Look-up of translated texts beside gettext and ICU's resource bundles, and the
-// load of a dictionary beside a copy of its bytes.
+// Look-up of translated texts, compared with gettext and ICU's resource bundles; and loading a
+// dictionary, compared with copying its bytes.
 
 #include <algorithm>
 #include <clocale>
@@ -43,7 +43,7 @@ std::string ReadFile(const std::string& path)
     std::exit(1);
 }
 
-// The keys of the catalogue in a random order, as ZStrings and bare.
+// The keys of the catalogue in random order, as ZStrings and without "$$$".
 struct Keys
 {
     std::vector<std::string> mZStrings;
@@ -69,7 +69,7 @@ const Keys& CatalogueKeys()
     return keys;
 }
 
-// Each way gives the text of the key with a number as UTF-16.
+// Each of these classes returns the text of the key with a number, as UTF-16.
 class Ours
 {
 public:
@@ -141,7 +141,7 @@ private:
     UResourceBundle* mBundle;
 };
 
-// Sums up all texts: the same for each way, or it has looked up something else.
+// A checksum of all texts, which must be the same for each class.
 template <class Way> std::size_t Checksum(const Way& way)
 {
     std::size_t sum = 0;
@@ -193,7 +193,7 @@ std::vector<Entry> MakeEntries(std::size_t count)
     return entries;
 }
 
-// An image as a build would make it.
+// Returns an image as the build of a host makes it.
 std::string MakeImage(const std::vector<Entry>& entries)
 {
     hollin::Dictionary dictionary(true);
@@ -221,7 +221,7 @@ std::unique_ptr<hollin::Dictionary> LoadImage()
     return dictionary;
 }
 
-// The floor: the bytes copied, and an array of identifiers for each bucket.
+// The floor: copies the bytes and allocates an array of identifiers for each bucket.
 struct Copy
 {
     static const std::size_t kBuckets = 1021;
@@ -278,8 +278,8 @@ void Memory_Image(benchmark::State& state)
 }
 BENCHMARK(Memory_Image)->Iterations(1);
 
-// For the plot: texts by key among as many as the argument says, in random order.
-// The peer is a hash table without locale, lock or expansion.
+// For the plot: look-ups in random order in a dictionary whose size is the argument. The peer
+// is a hash table without locale, lock or expansion.
 
 struct LoadedLibrary
 {

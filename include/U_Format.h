@@ -1,45 +1,56 @@
-// Messages with places for values, and numbers as text.
+// Messages with placeholders, and numbers as text.
 //
-// A place in a message is a caret, a type letter or none, and a digit from 1 to
-// 9 that says which argument fills it, so a translation may move the places:
+//     U_UTF16String format = U_ZStringToFormat("$$$/Host/Copied=^^L2 files to ^^1 in ^^F3 s");
+//     U_UTF16String text = U_SubString16(format, "Backup", 12, 3.5);
+//     // "12 files to Backup in 3.5 s"
+//     char size[256];
+//     U_LongFormatBytes(1536 * 1024, size); // "1.5 MB"
+//
+// A placeholder is a caret, a type letter or none, and a digit from 1 to 9. The digit is the
+// number of the argument, so a translation may change the order. A message that is a ZString
+// doubles the caret.
 //
 //   ^1   a string
-//   ^L1  an integer; one of 32 bits as "%i" prints it
+//   ^L1  an integer; an argument of 32 bits is written as "%i" does
 //   ^B1  an integer of 64 bits
-//   ^F1  a number or an integer, without trailing zeros and with at most two
-//        decimals; or as the text between two "@" behind it tells: "^F1@2.3zs@"
-//        asks for two digits in front of the decimal mark at least (1), three
-//        decimals (2), and options by the letters below; with marks of several
-//        bytes it may come out longer than by U_FormatNum
+//   ^F1  a number or an integer, with at most two decimals and no trailing zeros
 //
-// What begins with no digit between the "@" asks for options alone: ".3" says
-// nothing. An "@" that no second one follows is dropped, and the number is
-// written with two decimals and no options. That, and each letter that is no
-// option, once for each "@" pair, is reported as a warning at 0x17001B from inside the
-// call, so logging callbacks and an alert may run in it.
+// The digits are filled from 1 upwards, each at its first placeholder only. The work ends at
+// the first digit without a placeholder or an argument. Later placeholders stay in the text.
 //
-// A digit is filled at its first place only. A digit that no place has, or no
-// argument, ends the work: later places stay as they are. A message that is a ZString
-// writes "^^1".
+// Values that look like placeholders: if a value holds "^2" and the message has "^2" too, that
+// part of the value is filled. The value of the highest digit is filled last and is kept as it
+// is, so use the highest digit for a text from outside, such as a file's name. For two such
+// texts use krobase::utility::ReplaceInString, which fills "@0" to "@9" in one pass.
 //
-// A value that holds "^2" is itself filled if the message has "^2" too. The value of the
-// highest digit is filled last and stays as it is: give that digit to a text from
-// outside, such as a file's name. Two such texts take
-// krobase::utility::ReplaceInString, which fills "@0" to "@9" in one pass.
+// A number specification may follow ^F1 between two "@": "^F1@2.3zs@" writes at least two
+// digits before the decimal mark and three decimals, with the options z and s. The defaults are
+// 1 and 2. A specification that does not begin with a digit sets options only: ".3" sets no
+// decimals. With marks of several bytes the number may be longer than the one that
+// U_FormatNum writes.
 //
-// Numbers are written with the marks of the user's locale. Options, as letters
-// and as the bits of krobase::utility::NumberFlags:
+// Numbers are written with the marks of the user's locale. Options, as letters of a
+// specification and as the bits of krobase::utility::NumberFlags:
 //
 //   n        1   "." and "," instead of the user's marks
 //   (space)  2   pad the integer part with spaces instead of zeros
 //   z        4   no trailing zeros in the fraction
-//   s        8   group the integer part, pad included, in threes
-//   +       16   "+" in front of a number that isn't negative
-//   p       32   a space in front of a number that isn't negative
+//   s        8   group the integer part, with its pad, in threes
+//   +       16   "+" before a number that is not negative
+//   p       32   a space before a number that is not negative
 //
-// Multibyte text is in the active code page. Text for a fixed buffer is cut at a
-// character, which is no error. A null pointer is a bad parameter (3) unless told
-// otherwise. All operations may be called on any thread.
+// Multibyte text is in the active code page. Text for a fixed buffer is cut at a character, which
+// is no error. Unless a comment says otherwise, a null pointer is a bad parameter, code 3.
+//
+// Thread safety: thread-safe.
+//
+// Failures: two faults of a specification are reported as warnings at 0x17001B from inside the
+// call, so logging callbacks and an alert may run in it:
+//
+// - An "@" without a second one is removed. The number is written with two decimals and no
+//   options.
+// - A letter that is no option is ignored. Each such letter is reported once for each
+//   specification, at most 32 letters of one specification.
 
 #ifndef U_FORMAT_H
 #define U_FORMAT_H
@@ -51,7 +62,9 @@
 
 #include "U_Types.h"
 
-// One argument of a message. Strings aren't copied.
+// One argument of a message.
+//
+// Ownership: strings are not copied and must outlive the call.
 class U_FormatArgument
 {
 public:
@@ -77,8 +90,8 @@ public:
     Kind mKind;
     union
     {
-        const char* mMultibyte; // zero-terminated
-        const U_u16* mUTF16;    // zero-terminated
+        const char* mMultibyte; // null-terminated
+        const U_u16* mUTF16;    // null-terminated
         U_i64 mInteger;
         double mDouble;
     };
@@ -87,19 +100,21 @@ private:
     static const Kind kLong = sizeof(long) == sizeof(int) ? kInt32 : kInt64;
 };
 
-// Fill format into out with count arguments. These two are what the library
-// exports; the operations below are templates over them that make the array of
-// what they are given. A string may be multibyte or UTF-16 in either form. Return
-// 0; 3 for an argument of another kind than its place, such as a number for a
-// string; or the code of a failure. The first then leaves out
-// untouched, the second makes it empty, whatever its size. The second writes at
-// most 1,023 bytes and a terminator, and no more than size bytes unless that is 0.
+// Fill `format` into `out` with `count` arguments. The function templates below build the array
+// and call these functions. In both a string may be multibyte or UTF-16.
+//
+// Returns: 0; 3 for an argument of another kind than its placeholder, such as a number for a
+//   string; or the code of another failure. Then the first function leaves `out` unchanged, and
+//   the second one makes `out` empty, whatever its size.
+//
+// The second function writes at most 1,023 bytes and a terminator, and no more than `size` bytes
+// unless `size` is 0.
 U_EXPORT U_Status Up_SubString(U_UTF16String& out, const U_UTF16String& format,
                                const U_FormatArgument* arguments, std::size_t count);
 U_EXPORT U_Status Up_SubString(char* out, unsigned int size, const char* format,
                                const U_FormatArgument* arguments, std::size_t count);
 
-// What the templates share: the arguments as an array.
+// The arguments as an array, for the function templates.
 template <class... Arguments> struct U_FormatPack
 {
     static_assert((std::is_constructible<U_FormatArgument, const Arguments&>::value && ...),
@@ -110,10 +125,12 @@ template <class... Arguments> struct U_FormatPack
 
     explicit U_FormatPack(const Arguments&... arguments) : mArguments{arguments..., 0} {}
 
-    U_FormatArgument mArguments[kCount + 1]; // an array isn't empty
+    U_FormatArgument mArguments[kCount + 1]; // an array has at least one element
 };
 
-// Fills format into out, which is left untouched unless the result is 0.
+// Fills `format` into `out`.
+//
+// Returns: 0, or a code as Up_SubString does; then `out` is unchanged.
 template <class... Arguments>
 U_Status U_SubString(U_UTF16String& out, const U_UTF16String& format, const Arguments&... arguments)
 {
@@ -121,8 +138,9 @@ U_Status U_SubString(U_UTF16String& out, const U_UTF16String& format, const Argu
     return Up_SubString(out, format, pack.mArguments, pack.kCount);
 }
 
-// The same into a buffer of size bytes; 0 stands for 1,024. A failure leaves the
-// empty text.
+// Fills `format` into a buffer of `size` bytes. 0 means 1,024 bytes.
+//
+// Returns: 0, or a code as Up_SubString does; then `out` is empty.
 template <class... Arguments>
 U_Status U_SubString(char* out, unsigned int size, const char* format,
                      const Arguments&... arguments)
@@ -131,7 +149,9 @@ U_Status U_SubString(char* out, unsigned int size, const char* format,
     return Up_SubString(out, size, format, pack.mArguments, pack.kCount);
 }
 
-// The same as a string; a failure is thrown as an int.
+// Returns `format` filled.
+//
+// Throws: an int, the code that Up_SubString returns.
 template <class... Arguments>
 U_UTF16String U_SubString16(const U_UTF16String& format, const Arguments&... arguments)
 {
@@ -141,49 +161,63 @@ U_UTF16String U_SubString16(const U_UTF16String& format, const Arguments&... arg
     return out;
 }
 
-// Resolves a message (U_ZString.h) for the operations above. If the translation has other
-// places than the English text, such as ^L1 for ^1, the result is the English text: the
-// values that suit the English text suit the result. The order of the places, a repeated
-// place and the text between two "@" may differ. A message without such places is compared
-// by @0 to @9, the places of krobase::utility::ReplaceInString. Without an English text the
-// translation is the result. Throws as U_ZStringToUTF16String does.
+// Resolves a message (U_ZString.h) for the functions above. If the translation has other
+// placeholders than the English text, such as ^L1 for ^1, the result is the English text: values
+// that suit the English text always suit the result.
+//
+// - The order of the placeholders, a repeated placeholder and a number specification may differ.
+// - If a message has no such placeholders, its placeholders @0 to @9 for
+//   krobase::utility::ReplaceInString are compared.
+// - Without an English text the result is the translation.
+//
+// Throws: as U_ZStringToUTF16String does.
 U_EXPORT U_UTF16String U_ZStringToFormat(const char* zstring);
 
-// Writes a number into out, 32 bytes: at least integerDigits digits in front of
-// the decimal mark, as far as they have room, and so many decimals. If digits and
-// decimals are 23 characters or more, or marks of several bytes leave no room,
-// the number is written as "%e" does and options z and s do nothing. Infinities
-// are "inf" and what is no number "nan", never padded. Returns 0, 3 for a null
-// out, or the code of a failed conversion with out untouched.
+// Writes a number into `out`, which has room for 32 bytes, with at least `integerDigits` digits
+// before the decimal mark, as far as they fit, and with `decimals` decimals. `flags` are the
+// options above.
+//
+// - If digits and decimals are 23 characters or more, or if marks of several bytes do not fit,
+//   the number is written as "%e" does, and the options z and s have no effect.
+// - Infinities are "inf", and a NaN is "nan". Neither is padded.
+//
+// Returns: 0; 3 for a null `out`; or the code of a failed conversion, with `out` unchanged.
 U_EXPORT int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned int decimals,
                          char* out);
 
-// Reads a decimal number as atof does, but never by the C library's locale: with
-// bit 0 of flags set with the mark ".", else the first 31 bytes with the user's
-// marks. No mark of thousands is passed over. Without a number *out is 0. Returns 0, or the
-// code of a failed conversion with *out untouched.
+// Reads a decimal number as atof does, independent of the C library's locale. If bit 0 of
+// `flags` is set, the decimal mark is ".". Otherwise the first 31 bytes are read with the user's
+// marks. A thousands mark ends the number. Without a number *out is 0.
+//
+// Returns: 0, or the code of a failed conversion, with *out unchanged.
 U_EXPORT int U_ScanNum(char* text, char flags, double* out);
 
-// Put the user's marks in the place of "." and "," in text, or back, wherever
-// they stand. The result is cut at 255 bytes: text has room for 256. Return 0, or
-// the code of a failed conversion with the text untouched.
+// Writes a size in bytes for people: "0 KB", "12 bytes", "1.5 MB". Whole units are rounded down,
+// tenths to the nearest one. A size is never rounded up to the next unit.
+//
+// `out` has room for 256 bytes and is returned. A null `out` has no effect.
+//
+// Throws: int as U_UTF16ToMBString does; without memory std::bad_alloc or the int 4. The content
+//   of `out` is then unspecified.
+U_EXPORT char* U_LongFormatBytes(unsigned long long size, char* out);
+U_EXPORT U_UTF16String U_LongFormatBytes(unsigned long long size);
+
+// Replace every "." and "," in `text` by the user's decimal and thousands marks, and back. `text`
+// has room for 256 bytes. A longer result is cut at 255 bytes.
+//
+// Returns: 0, or the code of a failed conversion, with `text` unchanged.
 U_EXPORT int U_InternationalizeNum(char* text);
 U_EXPORT int U_DeInternationalizeNum(char* text);
 
-// The user's marks as birth found them, "." and "," for those that aren't one
-// byte long; 0 before the first birth.
+// Return the user's marks, as birth read them. A mark that is not one byte long counts as "." or
+// ",". Before the first birth the result is 0.
 U_EXPORT char U_DecimalChar();
 U_EXPORT char U_ThousandsChar();
 
-// Stores the value of a hexadecimal digit and 1 for valid, or 0 for both. Either
-// pointer may be null. Always 0.
+// Stores the value of a hexadecimal digit, and 1 in *valid. For any other character both are 0.
+// Either pointer may be null.
+//
+// Returns: always 0.
 U_EXPORT int U_HexChar2Nibble(char c, unsigned char* value, unsigned char* valid);
-
-// A size in bytes for people: "0 KB", "12 bytes", "1.5 MB". Whole units are rounded down,
-// tenths to the nearest; never into the next unit. out has room for 256 bytes and
-// is the result; a null out does nothing. Throw an int as U_UTF16ToMBString does, and
-// without memory std::bad_alloc or the int 4; what out holds then means nothing.
-U_EXPORT char* U_LongFormatBytes(unsigned long long size, char* out);
-U_EXPORT U_UTF16String U_LongFormatBytes(unsigned long long size);
 
 #endif

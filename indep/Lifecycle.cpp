@@ -22,9 +22,7 @@
 #include "indep/frame/LogSafely.h"
 #include "indep/instrumentation/MemoryLog.h"
 #include "indep/machine/Machine.h"
-#include "text/Date.h"
-#include "text/LStrList.h"
-#include "text/Numbers.h"
+#include "text/Birth.h"
 #include "text/OwnTexts.h"
 
 namespace

@@ -1,25 +1,34 @@
-// Where characters begin and end in multibyte text of the active code page, for
-// the string families. No byte behind the ones in question is looked at.
+// Characters in multibyte text of the active code page: byte types, boundaries and cuts.
+// Thread-safe. No function reads a byte after the bytes that it is asked for.
 
 #ifndef TEXT_CHARACTERS_H
 #define TEXT_CHARACTERS_H
 
 #include <cstddef>
+#include <string_view>
 
-// The type of a byte, as U_CharByte tells it. text is a place where a character
-// starts.
+#include "U_Types.h"
+
+// Returns the type of the byte at an offset, as U_CharByte does.
+// REQUIRES: a character starts at `text`.
 int ByteType(const char* text, std::size_t offset);
 
-// The next place behind place where a character starts, the terminator at the
-// latest. start is a place at or before it where one starts; place isn't the
-// terminator.
-const char* CharacterBehind(const char* start, const char* place);
+// Returns the start of the next character after `position`, or the terminator.
+// REQUIRES: a character starts at `start`, which is not after `position`; `position` is not
+// the terminator.
+const char* NextCharacter(const char* start, const char* position);
 
-// The length of the longest head of at most length bytes that ends behind a
-// whole character.
+// Returns the length of the longest head that has at most `length` bytes and ends at the end
+// of a character.
 std::size_t WholeCharacters(const char* text, std::size_t length);
 
-// Terminates text behind that head.
+// Terminates `text` at the end of that head.
 void CutAtCharacter(char* text, std::size_t length);
+
+// ASCII text as UTF-8.
+inline U_UTF8String UTF8Of(std::string_view ascii)
+{
+    return U_UTF8String(ascii.begin(), ascii.end());
+}
 
 #endif

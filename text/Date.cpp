@@ -1,6 +1,6 @@
-// Second counts as text for the user.
+// Second counts as dates and times in the form of the user's locale.
 
-#include "text/Date.h"
+#include "U_Date.h"
 
 #include <cstddef>
 #include <string_view>
@@ -8,7 +8,7 @@
 #include <win32/dates.h>
 #include <win32/modules.h>
 
-#include "U_Date.h"
+#include "text/Birth.h"
 
 namespace
 {
@@ -20,15 +20,17 @@ const U_i64 kTicksPerSecond = 10000000; // of a file time
 
 typedef decltype(&win32::EnumDateFormatsExEx) EnumDateFormats;
 
-EnumDateFormats sEnumDateFormats = nullptr; // written by birth
+EnumDateFormats sEnumDateFormats = nullptr; // written by birth; null if missing
 
+// A date format of the system, such as "dddd, MMMM d, yyyy".
 struct Picture
 {
     U_u16 mUnits[kTextSize];
 };
 
-// Copies a picture with its names cut short into the Picture at param. The first
-// picture is the only one that counts.
+// Called for each long date format. Copies the format into the Picture at `param`, with runs of
+// M and d shortened to abbreviated names. Returns 0, which ends the enumeration: only the first
+// format is used.
 int TakePicture(U_u16* picture, unsigned int, long long param)
 {
     U_u16* next = reinterpret_cast<Picture*>(param)->mUnits;
@@ -64,7 +66,7 @@ win32::SYSTEMTIME SystemTimeOf(U_u32 seconds)
     return time;
 }
 
-// The empty text if the system can't write it.
+// Returns the empty text if the system cannot format the date.
 U_UTF16String DateText(const win32::SYSTEMTIME& time, U_DateType type)
 {
     unsigned int flags = 0;

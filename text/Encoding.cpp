@@ -1,10 +1,11 @@
+// Conversions between UTF-16, UTF-8 and multibyte text.
+
 #include "U_Encoding.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 
-#include <tolv/text.h>
 #include <win32/text.h>
 
 #include "U_Report.h"
@@ -18,22 +19,22 @@ namespace
 const U_u16 kIncrement = 0x2206;
 const unsigned int kWindowsLatin1 = 1252;
 const unsigned int kWindowsCyrillic = 1251;
-const U_u32 kConversionPlace = kModule | 0x2E;
+const U_u32 kConversionLocation = kModule | 0x2E;
 const char kFailed[] =
     "$$$/QX/U/error_bad_unicode_conversion=could not convert Unicode characters.";
 
-// The report's own text is converted, too: a failure there is silent.
+// The report converts its own text. A failure of that conversion throws without another report.
 [[noreturn]] void ReportAndThrow(unsigned int error)
 {
     const ReentrancyGuard<struct InConversionReport> entered;
     if (entered.IsFirst())
         GuardedNoexcept([] {
-            U_ReportError(kConversionPlace, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
+            U_ReportError(kConversionLocation, U_Sev_PROBLEM, U_ZStringToUTF16String(kFailed));
         });
     throw error ? static_cast<int>(error) : 1;
 }
 
-// The system counts in signed 32 bits.
+// The system takes counts of signed 32 bits.
 int SystemCount(std::size_t count)
 {
     if (count > static_cast<std::size_t>(std::numeric_limits<int>::max()))
@@ -41,14 +42,14 @@ int SystemCount(std::size_t count)
     return static_cast<int>(count);
 }
 
-// What stands for U+2206 in multibyte text. Derived at each use, since a host
-// may change the active code page; asking for that is one load.
+// Returns the substitute for U+2206 in multibyte text. Not stored: the host may change the
+// active code page, and GetACP is one load.
 U_u16 DeltaSubstitute()
 {
     return win32::GetACP() == kWindowsCyrillic ? 0x2020 : 0x00BC;
 }
 
-// The most bytes that one unit takes.
+// An upper bound.
 std::size_t BytesPerUnit(unsigned int codePage)
 {
     return codePage == win32::kCodePageUTF8 ? 3 : 2;
@@ -69,8 +70,10 @@ U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t leng
     return units;
 }
 
-// usedDefault: null, or set if the code page lacks a character, also one with a best fit.
-// REQUIRES: null for UTF-8.
+// Sets *usedDefault if the code page lacks a character, also if that character has a best fit.
+// `usedDefault` may be null.
+//
+// REQUIRES: `usedDefault` is null for UTF-8.
 template <class String>
 String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, int* usedDefault)
 {
@@ -90,7 +93,7 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
     return bytes;
 }
 
-// To UTF-16, with U+2206 brought back. UTF-8 has that character itself.
+// Converts to UTF-16 and replaces the substitute by U+2206, except from UTF-8, which has U+2206.
 U_UTF16String FromCodePage(unsigned int codePage, const char* bytes, std::size_t length)
 {
     if (codePage == win32::kCodePageActive)
@@ -123,7 +126,7 @@ std::string ToActive(const U_u16* units, std::size_t length, bool exact)
     return ConvertToActive(codePage, substituted.data(), length, exact);
 }
 
-// 0 for an encoding that isn't known.
+// Returns 0 for an unknown encoding.
 unsigned int CodePageOfMacEncoding(unsigned int encoding)
 {
     switch (encoding)
@@ -201,14 +204,4 @@ U_UTF16String U_ConvertEncodedStringToUnicode(unsigned char isCodePage, unsigned
 unsigned int U_GetPlatformSpecificCurrentTextEncodingForSerialization()
 {
     return win32::GetACP();
-}
-
-int U_CharByte(const char* text, int offset)
-{
-    return CharByte(text, offset);
-}
-
-int U_CharByteFromScript(const char* text, int offset, short script)
-{
-    return CharacterByteType(text, offset, script);
 }

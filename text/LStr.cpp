@@ -9,7 +9,6 @@
 #include "U_ZString.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "text/LStrList.h"
 #include "text/LStrTable.h"
 
 namespace
@@ -32,7 +31,7 @@ struct FreeTable
 };
 typedef std::unique_ptr<U_LStrCache, FreeTable> HeapCopy;
 
-// Texts of tables are malloc's, as modules' own may be.
+// Allocated by malloc: a module may own texts of its table too, and those are freed alike.
 OwnedText Copy(const char* text)
 {
     const std::size_t size = std::strlen(text) + 1;
@@ -43,29 +42,29 @@ OwnedText Copy(const char* text)
     return copy;
 }
 
-// Fills an empty slot; of threads that do so at once the first wins. Returns
-// what the slot holds from now on.
-char* Publish(char*& slot, char* text)
+// Stores a text in a field that is null. If several threads store at once, the first one wins.
+// Returns the text that the field holds afterwards.
+char* Publish(char*& field, char* text)
 {
     char* present = nullptr;
-    return boost::atomic_ref<char*>(slot).compare_exchange_strong(
+    return boost::atomic_ref<char*>(field).compare_exchange_strong(
                present, text, boost::memory_order_acq_rel, boost::memory_order_acquire)
                ? text
                : present;
 }
 
-// The same with a copy of text, which the row owns from then on.
-char* PublishCopy(U_LStrRow& row, char*& slot, const char* text, U_u32 ownerFlag)
+// Publishes a copy of a text, which the row owns.
+char* PublishCopy(U_LStrRow& row, char*& field, const char* text, U_u32 ownerFlag)
 {
     OwnedText copy = Copy(text);
-    char* const present = Publish(slot, copy.get());
+    char* const present = Publish(field, copy.get());
     if (present != copy.get())
         return present;
     AddFlags(row.mFlags, ownerFlag);
     return copy.release();
 }
 
-// One copy of the literal stands in both slots.
+// Both text fields of a literal row hold one copy of the literal.
 char* ResolveLiteral(U_LStrRow& row)
 {
     const bool owned = LoadField(row.mFlags) & U_LStrRow_OwnsLocal;
@@ -82,13 +81,13 @@ char* ResolveLiteral(U_LStrRow& row)
     char* const present = Publish(row.mEnglish, copy.get());
     if (present != copy.get())
         return present;
-    // The module's literal stays good for those who have got it already.
+    // The module's literal is not freed, so threads that loaded it earlier may go on using it.
     boost::atomic_ref<char*>(row.mLocal).store(copy.release(), boost::memory_order_release);
     AddFlags(row.mFlags, U_LStrRow_OwnsLocal | U_LStrRow_OwnsEnglish);
     return present;
 }
 
-// Null for a row without a text.
+// Returns null for a row without a text.
 char* ResolveRow(U_LStrRow& row, bool english)
 {
     if (LoadField(row.mFlags) & U_LStrRow_Literal)
@@ -102,14 +101,13 @@ char* ResolveRow(U_LStrRow& row, bool english)
                        U_LStrRow_OwnsLocal);
 }
 
-// The first lookup of a row. Kept out of line, so that the later ones pay for
-// nothing here.
-[[gnu::noinline]] const char* LookUpEmptySlot(U_LStrCache& table, U_LStrRow& row, bool english,
+// The first lookup of a row. Out of line, so that later lookups do not pay for its frame.
+[[gnu::noinline]] const char* ResolveAndStore(U_LStrCache& table, U_LStrRow& row, bool english,
                                               int* error)
 {
     const char* text = nullptr;
     const U_Status failure = Guarded([&] {
-        LStrListing listing(table); // a text that is stored is cleaned one day
+        LStrListing listing(table); // a stored text must be cleaned at death
         text = ResolveRow(row, english);
         if (text)
             listing.Enter();
@@ -170,7 +168,7 @@ const char* U_ZLookupLStrCache(U_LStrCache* table, int index, unsigned short eng
     const bool useEnglish = english || !U_ZLocaleAlive();
     if (const char* text = LoadField(useEnglish ? row.mEnglish : row.mLocal))
         return text;
-    return LookUpEmptySlot(*table, row, useEnglish, error);
+    return ResolveAndStore(*table, row, useEnglish, error);
 }
 
 U_Status U_ZRegisterLStrCache(U_LStrCache** table)
@@ -187,7 +185,7 @@ U_Status U_ZRegisterLStrCache(U_LStrCache** table)
             FreeTable()(old);
             return;
         }
-        // Off the list, since the module may unload from now on.
+        // The module of the old table may unload from now on.
         UnlistLStrCache(*old);
         CleanLStrCache(*old);
     });

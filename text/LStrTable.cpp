@@ -1,13 +1,31 @@
 #include "text/LStrTable.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <memory>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "indep/frame/Guard.h"
+#include "text/Birth.h"
 
 namespace
 {
+typedef std::list<U_LStrCache*> TableList;
+
+// Guards the list and the flag U_LStrCache_Listed of each table. No allocation is made under
+// this lock: if the heap refuses a block, a new handler may look texts up itself.
+boost::mutex& sListLock = *new boost::mutex;
+
+// Null before birth and after death. Neither the pointer nor the lock is ever destroyed:
+// threads may still look texts up while the process exits.
+std::unique_ptr<TableList>& sLStrCacheList = *new std::unique_ptr<TableList>;
+
 void CleanRow(U_LStrRow& row)
 {
-    // One text may stand in several slots: it is freed once, by the first that
-    // owns it. All is told before anything is freed.
+    // Several fields may point at one text, which the first field that owns the text frees.
+    // All owners are determined before any text is freed.
     const bool ownsLocal = (row.mFlags & U_LStrRow_OwnsLocal) && row.mLocal != row.mZString;
     const bool ownsEnglish = (row.mFlags & U_LStrRow_OwnsEnglish) && row.mEnglish != row.mZString &&
                              row.mEnglish != row.mLocal;
@@ -18,13 +36,33 @@ void CleanRow(U_LStrRow& row)
     };
     for (char* text : owned)
     {
-        for (char** slot : {&row.mZString, &row.mLocal, &row.mEnglish})
+        for (char** field : {&row.mZString, &row.mLocal, &row.mEnglish})
         {
-            if (*slot == text)
-                *slot = nullptr;
+            if (*field == text)
+                *field = nullptr;
         }
         std::free(text);
     }
+}
+
+bool IsToBeListed(U_LStrCache& table)
+{
+    return !(LoadField(table.mFlags) & (U_LStrCache_HeapCopy | U_LStrCache_Listed));
+}
+
+bool ListExists()
+{
+    boost::lock_guard<boost::mutex> lock(sListLock);
+    return sLStrCacheList != nullptr;
+}
+
+void CleanListed(U_LStrCache* table)
+{
+    if (!IsValidLStrCache(table))
+        throw static_cast<int>(U_Err_BadParameter);
+    CleanLStrCache(*table);
+    // After the next birth a lookup lists the table again.
+    RemoveFlags(table->mFlags, U_LStrCache_Listed);
 }
 } // namespace
 
@@ -38,4 +76,49 @@ void CleanLStrCache(U_LStrCache& table)
     table.mRows = nullptr;
     std::free(table.mName);
     table.mName = nullptr;
+}
+
+U_Status U_ZBirthLStrCacheList()
+{
+    return Guarded([] {
+        auto list = std::make_unique<TableList>();
+        boost::lock_guard<boost::mutex> lock(sListLock);
+        if (!sLStrCacheList)
+            sLStrCacheList = std::move(list);
+    });
+}
+
+U_Status U_ZDeathLStrCacheList()
+{
+    return Guarded([] {
+        boost::lock_guard<boost::mutex> lock(sListLock);
+        const std::unique_ptr<TableList> list = std::move(sLStrCacheList);
+        if (list)
+            std::for_each(list->begin(), list->end(), &CleanListed);
+    });
+}
+
+LStrListing::LStrListing(U_LStrCache& table) : mTable(table)
+{
+    if (IsToBeListed(table) && ListExists())
+        mEntry.push_back(&table);
+}
+
+void LStrListing::Enter()
+{
+    if (mEntry.empty())
+        return;
+    boost::lock_guard<boost::mutex> lock(sListLock);
+    if (!sLStrCacheList || !IsToBeListed(mTable)) // listed by another thread
+        return;
+    sLStrCacheList->splice(sLStrCacheList->end(), mEntry);
+    AddFlags(mTable.mFlags, U_LStrCache_Listed);
+}
+
+void UnlistLStrCache(U_LStrCache& table)
+{
+    boost::lock_guard<boost::mutex> lock(sListLock);
+    if (sLStrCacheList)
+        sLStrCacheList->remove(&table);
+    RemoveFlags(table.mFlags, U_LStrCache_Listed);
 }

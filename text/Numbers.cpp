@@ -1,6 +1,11 @@
+// Numbers and sizes in bytes as text, with the marks of the user's locale.
+
 #include "text/Numbers.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <string>
 
 #include <krobase/format.h>
 #include <win32/locale.h>
@@ -8,29 +13,33 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_String.h"
+#include "U_ZString.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
+#include "text/Birth.h"
 
 namespace
 {
-const unsigned char kScanPlain = 1;    // U_ScanNum: the mark is "."
+const unsigned char kScanPlain = 1;    // flag of U_ScanNum: the decimal mark is "."
 const std::size_t kScanRoom = 32;      // bytes
-const std::size_t kExchangeRoom = 256; // bytes
-const int kSeparatorRoom = 16;         // bytes
+const int kExponentDecimals = 6;       // of "%e"
+const std::size_t kExchangeRoom = 256; // bytes of a text whose marks are exchanged
+const int kMarkRoom = 16;              // bytes
 
-// Written by birth, before other threads use the library.
+// Written by birth, while no other thread uses the library.
 char sDecimalChar = 0;
 char sThousandsChar = 0;
 
-// The user's mark, if it is one byte long.
-char Separator(unsigned int item, char usual)
+// Returns the user's mark if it is one byte long, otherwise `usual`.
+char UserMark(unsigned int item, char usual)
 {
-    char text[kSeparatorRoom];
-    const int count = win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, text, kSeparatorRoom);
+    char text[kMarkRoom];
+    const int count = win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, text, kMarkRoom);
     return count == 2 ? text[0] : usual;
 }
 
-// exchangeASCII does the work for text in ASCII, nearly all there is.
+// Nearly all numbers are ASCII text, which `exchangeASCII` changes in place without a
+// conversion. It returns false for any other text.
 int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_UTF16String&))
 {
     if (!text)
@@ -43,12 +52,63 @@ int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_U
         U_CopyString(U_UTF16ToMBString(units, false).c_str(), kExchangeRoom, text);
     });
 }
+
+// Formats a number with the user's marks, or with "." and "," if the flags ask for those.
+// `marked` has room for kExchangeRoom bytes. Returns 0 or an error code.
+int FormatMarked(double value, unsigned int flags, int integerDigits, unsigned int decimals,
+                 std::size_t mostPlain, char* marked)
+{
+    marked[FormatUnmarked(value, flags, integerDigits, decimals, mostPlain, marked)] = 0;
+    if (flags & krobase::utility::kNumberNoLocaleMarks)
+        return 0;
+    return U_InternationalizeNum(marked);
+}
+
+const U_u64 kKilo = 1024;
+const U_u64 kMega = kKilo * 1024;
+const U_u64 kGiga = kMega * 1024;
+const U_u64 kWholeFrom = 100; // units; from here on no tenths are shown
+
+struct Unit
+{
+    U_u64 mBytes;
+    U_u64 mPart; // 1/1,024 of the unit, in bytes; 0 if the unit never has tenths
+    const char* mName;
+};
+
+// From the largest to the smallest.
+const Unit kUnits[] = {
+    {kGiga, kMega, "$$$/QX/U/ByteSizeFormat/GigaBytes=GB"},
+    {kMega, kKilo, "$$$/QX/U/ByteSizeFormat/MegaBytes=MB"},
+    {kKilo, 0, "$$$/QX/U/ByteSizeFormat/KiloBytes=KB"},
+    {1, 0, "$$$/QX/U/ByteSizeFormat/Bytes=bytes"},
+};
+
+const Unit& UnitFor(U_u64 size)
+{
+    if (size == 0)
+        return kUnits[2]; // "0 KB"
+    const Unit* unit = kUnits;
+    while (size < unit->mBytes)
+        ++unit;
+    return *unit;
+}
+
+// Writes a number of 1,024ths with one decimal.
+std::string WithTenths(U_u64 parts)
+{
+    const float value = static_cast<float>(parts) / 1024;
+    char text[16];
+    const std::to_chars_result end =
+        std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, 1);
+    return std::string(text, end.ptr);
+}
 } // namespace
 
 void Up_ReadNumberSeparators()
 {
-    sDecimalChar = Separator(win32::kLocaleDecimalMark, '.');
-    sThousandsChar = Separator(win32::kLocaleThousandsMark, ',');
+    sDecimalChar = UserMark(win32::kLocaleDecimalMark, '.');
+    sThousandsChar = UserMark(win32::kLocaleThousandsMark, ',');
 }
 
 char U_DecimalChar()
@@ -71,6 +131,37 @@ int U_DeInternationalizeNum(char* text)
 {
     return ExchangeMarks(text, &krobase::utility::DeInternationalizeNum,
                          &krobase::utility::DeInternationalizeNum);
+}
+
+std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
+                           unsigned int decimals, std::size_t mostPlain, char* out)
+{
+    const std::size_t leastDigits = static_cast<std::size_t>(std::max(integerDigits, 0));
+    const krobase::utility::NumberLayout layout = {flags,     leastDigits, decimals,
+                                                   mostPlain, kLongestNum, kExponentDecimals};
+    return krobase::utility::FormatNumber(value, layout, out);
+}
+
+int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned int decimals,
+                char* out)
+{
+    if (!out)
+        return BadArgument("U_FormatNum: no buffer");
+    char marked[kExchangeRoom];
+    std::size_t mostPlain = kMostPlainNum;
+    int failure = FormatMarked(value, flags, integerDigits, decimals, mostPlain, marked);
+    // Marks of several bytes can make the text longer than `out`. First the pad is shortened,
+    // then the number is written with an exponent. Cutting the text would change the value.
+    int digits = std::min(integerDigits, static_cast<int>(kLongestNum));
+    while (!failure && std::strlen(marked) > kLongestNum)
+    {
+        if (digits > 0)
+            --digits;
+        else
+            mostPlain = 0;
+        failure = FormatMarked(value, flags, digits, decimals, mostPlain, marked);
+    }
+    return failure ? failure : U_CopyString(marked, kLongestNum + 1, out);
 }
 
 int U_ScanNum(char* text, char flags, double* out)
@@ -105,4 +196,24 @@ int U_HexChar2Nibble(char c, unsigned char* value, unsigned char* valid)
     if (valid)
         *valid = digit >= 0;
     return 0;
+}
+
+char* U_LongFormatBytes(unsigned long long size, char* out)
+{
+    if (!out)
+        return nullptr;
+    const Unit& unit = UnitFor(size);
+    const bool isWhole = unit.mPart == 0 || size >= kWholeFrom * unit.mBytes;
+    const std::string amount =
+        isWhole ? std::to_string(size / unit.mBytes) : WithTenths(size / unit.mPart);
+    U_CopyString((amount + ' ' + U_ZStringToMBString(unit.mName)).c_str(), kExchangeRoom, out);
+    if (const int failure = U_InternationalizeNum(out))
+        throw failure;
+    return out;
+}
+
+U_UTF16String U_LongFormatBytes(unsigned long long size)
+{
+    char text[kExchangeRoom];
+    return U_MBToUTF16String(U_LongFormatBytes(size, text));
 }

@@ -23,7 +23,7 @@ namespace
 {
 typedef boost::date_time::c_local_adjustor<ptime> LocalTime;
 
-const U_i64 kMicroseconds = 1000000; // a second
+const U_i64 kMicroseconds = 1000000; // per second
 const U_u32 kLargestStep = 0x7FFFFFFF;
 
 const int kFirstZone = -11;
@@ -37,7 +37,7 @@ ptime Start()
     return ptime(boost::gregorian::date(1904, 1, 1));
 }
 
-// A broken-down time that the system may have refused to give.
+// Throws if the system could not convert a time.
 const std::tm& Converted(const std::tm* record)
 {
     if (!record)
@@ -45,7 +45,7 @@ const std::tm& Converted(const std::tm* record)
     return *record;
 }
 
-// Local minus UTC.
+// Returns local time minus UTC, now.
 time_duration OffsetOfToday()
 {
     const long long now = win32::_time64(nullptr);
@@ -53,7 +53,7 @@ time_duration OffsetOfToday()
     return LocalTime::utc_to_local(utc) - utc;
 }
 
-// A time in UTC and on the local clock.
+// One moment in UTC and in local time.
 struct ClockTime
 {
     ptime mUtc;
@@ -69,20 +69,20 @@ ClockTime ClockAt(long long seconds)
     return {utc, Converted(win32::_localtime64(&seconds))};
 }
 
-// On the first day of a month in the year of `now`.
+// Returns the first day of a month in the year of `now`.
 ClockTime ClockOnFirst(const ClockTime& now, boost::gregorian::months_of_year month)
 {
     const ptime start(boost::gregorian::date(now.mUtc.date().year(), month, 1));
     return ClockAt(boost::posix_time::to_time_t(start));
 }
 
-// The offset without daylight saving. The flag alone does not decide: the time zone database
-// sets it for Europe/Dublin in winter, when the clock is behind its standard. If the other
-// flag holds for a season, the smaller of both offsets is the one without daylight saving.
-// A different offset with the same flag is a lasting change of the zone.
+// Returns the offset without daylight saving. The flag tm_isdst alone does not decide:
 //
-// Two months apart, the days of a pair see a season only: Africa/Casablanca is flagged for
-// up to seven weeks a year, which may lie in any month and leave the standard as it is.
+// - The time zone database flags Europe/Dublin in winter, when the clock is behind standard
+//   time. So if the flag is the other one for a season, the smaller offset is the standard.
+// - Africa/Casablanca is flagged for up to seven weeks a year, in any month, without a change
+//   of its standard time. So a season is two days, two months apart, with the same flag.
+// - Another offset with the same flag is a lasting change of the zone.
 time_duration StandardOffset(const ClockTime& now)
 {
     using namespace boost::gregorian;
@@ -98,7 +98,7 @@ time_duration StandardOffset(const ClockTime& now)
     return offset;
 }
 
-// Hours on the standard clock minus hours in UTC.
+// `offset` is the hour of standard time minus the hour in UTC.
 const char* ZoneName(int offset)
 {
     if (offset < kFirstZone)

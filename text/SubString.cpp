@@ -1,4 +1,4 @@
-// Messages with places for values.
+// Messages: placeholders filled with values.
 
 #include "U_Format.h"
 
@@ -14,38 +14,39 @@
 #include "U_ZString.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
-#include "text/FormatNum.h"
-#include "text/NumberForm.h"
+#include "text/Numbers.h"
 
 namespace
 {
 const std::size_t kMostBytes = 1023; // of a message in a buffer
-const std::size_t kNowhere = U_UTF16String::npos;
+const std::size_t kNone = U_UTF16String::npos;
 
-// The forms of a place, in the order in which they are looked for.
-enum Form
+// The types of a placeholder, in the order in which a digit's placeholders are looked for.
+enum Type
 {
     kString,
     kInteger,
     kNumber,
     kLongInteger,
-    kFormCount
+    kTypeCount
 };
 
-// The letters of the forms; the string's has none.
-const U_u16 kLetters[kFormCount] = {0, 'L', 'F', 'B'};
+// The letters of the types. Strings have none.
+const U_u16 kLetters[kTypeCount] = {0, 'L', 'F', 'B'};
 
-struct Place
+// An occurrence in a text.
+struct Placeholder
 {
-    Form mForm;
+    Type mType;
     std::size_t mStart;
     std::size_t mLength;
 };
 
-// A form of one digit as text.
-struct FormText
+// A placeholder as it is written.
+struct PlaceholderText
 {
-    FormText(Form form, int digit) : mUnits{'^', kLetters[form]}, mLength(form == kString ? 2 : 3)
+    PlaceholderText(Type type, int digit)
+        : mUnits{'^', kLetters[type]}, mLength(type == kString ? 2 : 3)
     {
         mUnits[mLength - 1] = static_cast<U_u16>('0' + digit);
     }
@@ -54,65 +55,67 @@ struct FormText
     std::size_t mLength;
 };
 
-// Which forms of which digits a message has. A message without any is one of
-// krobase::utility::ReplaceInString, so its places @0 to @9 count.
-class Forms
+// The set of placeholders of a message. If a message has none, it is a template of
+// krobase::utility::ReplaceInString, and the set holds its placeholders @0 to @9.
+class PlaceholderSet
 {
 public:
-    explicit Forms(const U_UTF16String& format)
+    explicit PlaceholderSet(const U_UTF16String& format)
     {
-        for (std::size_t caret = format.find('^'); caret != kNowhere;
+        for (std::size_t caret = format.find('^'); caret != kNone;
              caret = format.find('^', caret + 1))
-            Note(format, caret);
-        if (std::none_of(std::begin(mForms), std::end(mForms), [](unsigned int f) { return f; }))
-            NoteForReplace(format);
+            Add(format, caret);
+        if (std::none_of(std::begin(mTypes), std::end(mTypes), [](unsigned int t) { return t; }))
+            AddOfTemplate(format);
     }
 
-    bool Has(int digit, Form form) const { return mForms[digit] >> form & 1; }
-    bool operator==(const Forms& other) const
+    bool Has(int digit, Type type) const { return mTypes[digit] >> type & 1; }
+    bool operator==(const PlaceholderSet& other) const
     {
-        return std::equal(std::begin(mForms), std::end(mForms), other.mForms);
+        return std::equal(std::begin(mTypes), std::end(mTypes), other.mTypes);
     }
 
 private:
-    void Note(const U_UTF16String& format, std::size_t caret)
+    // The unit after the caret may be the terminator.
+    void Add(const U_UTF16String& format, std::size_t caret)
     {
-        const U_u16* const letter = format.c_str() + caret + 1; // the terminator at the least
-        int form = kLongInteger;
-        while (form != kString && *letter != kLetters[form])
-            --form;
-        const U_u16 digit = form == kString ? letter[0] : letter[1];
-        if (digit >= '1' && digit <= '9')
-            mForms[digit - '0'] |= 1u << form;
+        const U_u16* const letter = format.c_str() + caret + 1;
+        int type = kLongInteger;
+        while (type != kString && *letter != kLetters[type])
+            --type;
+        const U_u16 digit = type == kString ? letter[0] : letter[1];
+        if (IsDigit(digit) && digit != '0')
+            mTypes[digit - '0'] |= 1u << type;
     }
 
-    void NoteForReplace(const U_UTF16String& format)
+    void AddOfTemplate(const U_UTF16String& format)
     {
-        for (std::size_t at = format.find('@'); at != kNowhere; at = format.find('@', at + 1))
+        for (std::size_t at = format.find('@'); at != kNone; at = format.find('@', at + 1))
         {
             const U_u16 digit = format.c_str()[at + 1];
-            if (digit >= '0' && digit <= '9')
-                mForms[digit - '0'] |= 1u << kFormCount;
+            if (IsDigit(digit))
+                mTypes[digit - '0'] |= 1u << kTypeCount;
         }
     }
 
-    unsigned int mForms[10] = {}; // by digit, a bit each; kFormCount for one of ReplaceInString
+    unsigned int mTypes[10] = {}; // by digit, a bit for each type; kTypeCount for "@0" to "@9"
 };
 
-// Finds the place of a digit. A form counts only if the message has it as well
-// as the text at work: one that a value brought in is no place.
-bool FindPlace(const U_UTF16String& work, const Forms& forms, int digit, Place* place)
+// Finds the placeholder of a digit in the text so far. Only the message's own placeholders
+// count: a value may hold text that looks like one.
+bool FindPlaceholder(const U_UTF16String& work, const PlaceholderSet& set, int digit,
+                     Placeholder* found)
 {
-    for (int i = 0; i < kFormCount; ++i)
+    for (int i = 0; i < kTypeCount; ++i)
     {
-        const Form form = static_cast<Form>(i);
-        if (!forms.Has(digit, form))
+        const Type type = static_cast<Type>(i);
+        if (!set.Has(digit, type))
             continue;
-        const FormText text(form, digit);
+        const PlaceholderText text(type, digit);
         const std::size_t start = work.find(text.mUnits, 0, text.mLength);
-        if (start == kNowhere)
+        if (start == kNone)
             continue;
-        *place = {form, start, text.mLength};
+        *found = {type, start, text.mLength};
         return true;
     }
     return false;
@@ -123,27 +126,30 @@ bool FindPlace(const U_UTF16String& work, const Forms& forms, int digit, Place* 
     throw BadArgument("U_SubString: an argument doesn't suit its place");
 }
 
-void FillString(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
+void FillString(U_UTF16String& work, const Placeholder& placeholder,
+                const U_FormatArgument& argument)
 {
     const bool isMultibyte = argument.mKind == U_FormatArgument::kMultibyte;
     if (isMultibyte && argument.mMultibyte)
-        work.replace(place.mStart, place.mLength, U_MBToUTF16String(argument.mMultibyte));
+        work.replace(placeholder.mStart, placeholder.mLength,
+                     U_MBToUTF16String(argument.mMultibyte));
     else if (argument.mKind == U_FormatArgument::kUTF16 && argument.mUTF16)
-        work.replace(place.mStart, place.mLength, argument.mUTF16);
+        work.replace(placeholder.mStart, placeholder.mLength, argument.mUTF16);
     else
         ThrowWrongKind();
 }
 
-void FillInteger(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
+void FillInteger(U_UTF16String& work, const Placeholder& placeholder,
+                 const U_FormatArgument& argument)
 {
     const bool is32 = argument.mKind == U_FormatArgument::kInt32;
     if (!is32 && argument.mKind != U_FormatArgument::kInt64)
         ThrowWrongKind();
-    const bool asInt = is32 && place.mForm == kInteger;
+    const bool asInt = is32 && placeholder.mType == kInteger;
     const U_i64 value = asInt ? static_cast<int>(argument.mInteger) : argument.mInteger;
     char text[24];
     char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
-    work.replace(place.mStart, place.mLength, U_UTF16String(&text[0], end));
+    work.replace(placeholder.mStart, placeholder.mLength, U_UTF16String(&text[0], end));
 }
 
 double NumberOf(const U_FormatArgument& argument)
@@ -160,36 +166,38 @@ double NumberOf(const U_FormatArgument& argument)
     }
 }
 
-void FillNumber(U_UTF16String& work, const Place& place, const U_FormatArgument& argument)
+void FillNumber(U_UTF16String& work, const Placeholder& placeholder,
+                const U_FormatArgument& argument)
 {
     const double value = NumberOf(argument);
-    const NumberForm how = ReadNumberForm(work, place.mStart + place.mLength);
+    const NumberSpec spec = ReadNumberSpec(work, placeholder.mStart + placeholder.mLength);
     char text[kLongestNum];
     const std::size_t length =
-        FormatUnmarked(value, how.mFlags, how.mIntegerDigits,
-                       static_cast<unsigned int>(how.mDecimals), kMostPlainNum, text);
+        FormatUnmarked(value, spec.mFlags, spec.mIntegerDigits,
+                       static_cast<unsigned int>(spec.mDecimals), kMostPlainNum, text);
     U_UTF16String units(text, text + length);
-    if (!(how.mFlags & krobase::utility::kNumberNoLocaleMarks))
+    if (!(spec.mFlags & krobase::utility::kNumberNoLocaleMarks))
         krobase::utility::InternationalizeNum(units);
-    work.replace(place.mStart, place.mLength + how.mLength, units);
+    work.replace(placeholder.mStart, placeholder.mLength + spec.mLength, units);
 }
 
 U_UTF16String Filled(const U_UTF16String& format, const U_FormatArgument* arguments,
                      std::size_t count)
 {
-    const Forms forms(format);
+    const PlaceholderSet set(format);
     U_UTF16String work = format;
-    Place place;
-    for (int digit = 1; digit <= 9 && count > 0 && FindPlace(work, forms, digit, &place); ++digit)
+    Placeholder found;
+    for (int digit = 1; digit <= 9 && count > 0 && FindPlaceholder(work, set, digit, &found);
+         ++digit)
     {
         const U_FormatArgument& argument = *arguments++;
         --count;
-        if (place.mForm == kString)
-            FillString(work, place, argument);
-        else if (place.mForm == kNumber)
-            FillNumber(work, place, argument);
+        if (found.mType == kString)
+            FillString(work, found, argument);
+        else if (found.mType == kNumber)
+            FillNumber(work, found, argument);
         else
-            FillInteger(work, place, argument);
+            FillInteger(work, found, argument);
     }
     return work;
 }
@@ -199,8 +207,8 @@ U_UTF16String U_ZStringToFormat(const char* zstring)
 {
     U_UTF16String english = U_ZStringToEnglishUTF16String(zstring);
     U_UTF16String text = U_ZStringToUTF16String(zstring);
-    // A ZString of a key alone has no English text to compare the translation with.
-    if (english.empty() || Forms(text) == Forms(english))
+    // Without an English text there is nothing to compare the translation with.
+    if (english.empty() || PlaceholderSet(text) == PlaceholderSet(english))
         return text;
     return english;
 }

@@ -31,7 +31,8 @@ U_u32 Field(U_u32 version, int firstBit, int bits)
     return version >> firstBit & ((1u << bits) - 1);
 }
 
-// One of the library's own texts, by its index, or a ZString; neither for none.
+// The name of an architecture: the index of one of the library's own texts, a ZString, or
+// neither.
 struct Architecture
 {
     U_u32 mIndex;
@@ -66,7 +67,7 @@ U_UTF16String NameOf(const Architecture& architecture)
     return architecture.mZString ? U_ZStringToUTF16String(architecture.mZString) : U_UTF16String();
 }
 
-// Stores the name, or the empty text, and returns why it couldn't be had.
+// Stores the name, or the empty text. Returns the code of a name that cannot be resolved.
 U_Status StoreName(const Architecture& architecture, char (&name)[kNameSize])
 {
     *name = 0;
@@ -76,9 +77,9 @@ U_Status StoreName(const Architecture& architecture, char (&name)[kNameSize])
 }
 
 // The numbers of a version, such as "9.0.1x5".
-struct Numbers
+struct VersionNumbers
 {
-    explicit Numbers(U_u32 version)
+    explicit VersionNumbers(U_u32 version)
     {
         int length = Append(0, "%u.%u", Field(version, 26, 4) << 3 | Field(version, 19, 3),
                             Field(version, 15, 4));
@@ -105,7 +106,7 @@ bool ShowsDebugSuffix(U_u32 version, bool noDebugSuffix)
 
 U_UTF16String U_UTF16Version(U_u32 version, bool noDebugSuffix)
 {
-    U_UTF16String text = U_AsciiToUTF16String(Numbers(version).mText);
+    U_UTF16String text = U_AsciiToUTF16String(VersionNumbers(version).mText);
     if (ShowsDebugSuffix(version, noDebugSuffix))
         text += U_ZStringToUTF16String(kDebugSuffix);
     const U_UTF16String name = NameOf(ArchitectureOf(version));
@@ -123,7 +124,7 @@ U_Status U_AsciiVersion(U_u32 version, bool noDebugSuffix, char* out)
     char name[kNameSize];
     const U_Status noName = StoreName(ArchitectureOf(version), name);
 
-    const Numbers numbers(version);
+    const VersionNumbers numbers(version);
     const char* const form = *name ? "%s%s (%s)" : "%s%s";
     std::snprintf(out, kVersionSize, form, numbers.mText, suffix, name);
     return failure ? failure : noName;

@@ -1,4 +1,4 @@
-#include "text/ZLocale.h"
+// The locale object: its life, and the choice of a language.
 
 #include <atomic>
 #include <limits>
@@ -9,16 +9,17 @@
 #include "U_Encoding.h"
 #include "U_ZString.h"
 #include "indep/frame/Guard.h"
+#include "text/ZString.h"
 
 namespace
 {
 const short kScriptIsDoubleByte = 36;
 
-// Written by birth and death only, with no other thread in the library.
+// Written by birth and death only, while no other thread uses the library.
 U_ZLocale* sZLocale = nullptr;
 
-// The answer of U_DoubleByteSafeMode, in one word so that knowing it and the
-// answer itself never part. All threads that find it unknown store the same.
+// The answer of U_DoubleByteSafeMode. One word, so that a thread never reads the state "known"
+// with an old answer. All threads that compute the answer at once store the same one.
 enum class DoubleByteSafe
 {
     unknown,
@@ -29,33 +30,33 @@ std::atomic<DoubleByteSafe> sDoubleByteSafe(DoubleByteSafe::unknown);
 
 std::atomic<U_u32> sGeneration(0);
 
-// The last step of each change, for what has been derived from the locale before.
-void NoteChange()
+// The last step of each change of the locale. Invalidates all that is derived from the locale.
+void InvalidateDerived()
 {
     sDoubleByteSafe.store(DoubleByteSafe::unknown, std::memory_order_relaxed);
     sGeneration.fetch_add(1, std::memory_order_release);
 }
 
-// A load that fails, by whatever exception, may have changed texts, too.
-class ScChange
+// Invalidates at the end of the scope: a load that throws may have changed texts too.
+class ScInvalidation
 {
 public:
-    ScChange() = default;
-    ~ScChange() { NoteChange(); }
-    ScChange(const ScChange&) = delete;
-    ScChange& operator=(const ScChange&) = delete;
+    ScInvalidation() = default;
+    ~ScInvalidation() { InvalidateDerived(); }
+    ScInvalidation(const ScInvalidation&) = delete;
+    ScInvalidation& operator=(const ScInvalidation&) = delete;
 };
 
 bool IsDoubleByteSafe()
 {
-    // A translation knows its own characters.
+    // A translation uses only characters that its readers have.
     if (sZLocale && sZLocale->mAlive && !sZLocale->mEnglishMode)
         return false;
     return GetScriptManagerVariable(kScriptIsDoubleByte) != 0;
 }
 
-// 0 for an image that is larger than a dictionary can be; loading none marks
-// the dictionary as damaged.
+// Returns 0 for an image that is larger than a dictionary can be: an image of size 0 counts as
+// damaged.
 std::int32_t ImageSize(std::size_t size)
 {
     const std::size_t kMost = std::numeric_limits<std::int32_t>::max();
@@ -78,7 +79,7 @@ U_Status U_ZLocaleBirth()
     if (sZLocale)
         return 0;
     sZLocale = new U_ZLocale;
-    NoteChange();
+    InvalidateDerived();
     return 0;
 }
 
@@ -86,7 +87,7 @@ U_Status U_ZLocaleDeath()
 {
     delete sZLocale;
     sZLocale = nullptr;
-    NoteChange();
+    InvalidateDerived();
     return 0;
 }
 
@@ -99,9 +100,9 @@ U_Status U_ZStringSetCurrentDictionary(U_u16* data, size_t size)
 {
     if (!sZLocale)
         return 0;
-    const ScChange change;
+    const ScInvalidation invalidation;
     return Guarded([&] {
-        const platform::ScQuietNew quiet; // an alert could choose a language in the middle
+        const platform::ScQuietNew quiet; // a handler of an alert could choose a language
         sZLocale->mCurrent.LoadFromMemory(reinterpret_cast<const unsigned char*>(data),
                                           ImageSize(size), false);
         sZLocale->mAlive = true;
@@ -119,7 +120,7 @@ U_Status U_ZStringSetEnglish()
         return 0;
     sZLocale->mAlive = true;
     sZLocale->mEnglishMode = true;
-    NoteChange();
+    InvalidateDerived();
     return 0;
 }
 

@@ -1,13 +1,168 @@
-#include "U_ZString.h"
+// Resolution of ZStrings: look-up, markers and the cache of each thread.
 
+#include "text/ZString.h"
+
+#include <algorithm>
+#include <list>
+#include <new>
+#include <string_view>
+
+#include <platform/base/per_thread.h>
+#include <platform/base/quiet_new.h>
 #include <wril/wril.h>
 
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "U_ZString.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/LogSafely.h"
-#include "text/Resolve.h"
+
+namespace
+{
+const std::string_view kOpening = "{{*";
+const std::string_view kMSWindows = "{{*MSWindows*}}";
+const std::string_view kComment = "{{*COMMENT*}}";
+const std::string_view kCopyYear = "{{*CopyYear*}}";
+const std::string_view kBuildYear = U_BUILD_YEAR; // four digits, from the build
+
+const std::size_t kNone = U_UTF16String::npos;
+
+std::size_t Find(const U_UTF16String& text, std::string_view marker, std::size_t from)
+{
+    const auto start = text.begin() + static_cast<std::ptrdiff_t>(from);
+    const auto found = std::search(start, text.end(), marker.begin(), marker.end());
+    return found == text.end() ? kNone : static_cast<std::size_t>(found - text.begin());
+}
+
+// Nearly all texts hold no marker. A search for one byte proves that several times faster than
+// a search for a run of units.
+bool MayHoldMarker(const U_UTF16String& text)
+{
+    const std::string_view bytes(reinterpret_cast<const char*>(text.data()),
+                                 text.size() * sizeof(U_u16));
+    return bytes.find(kOpening[0]) != std::string_view::npos;
+}
+
+U_UTF16String WithBuildYear(const U_UTF16String& text, std::size_t firstMarker)
+{
+    U_UTF16String result;
+    result.reserve(text.size());
+    std::size_t from = 0;
+    for (std::size_t marker = firstMarker; marker != kNone; marker = Find(text, kCopyYear, from))
+    {
+        result.append(text, from, marker - from);
+        result.append(kBuildYear.begin(), kBuildYear.end());
+        from = marker + kCopyYear.size();
+    }
+    return result.append(text, from);
+}
+
+// Applies the markers {{*MSWindows*}}, {{*COMMENT*}} and {{*CopyYear*}}. An unknown marker stays
+// in the text.
+void ApplyMarkers(U_UTF16String& text)
+{
+    const std::size_t first = MayHoldMarker(text) ? Find(text, kOpening, 0) : kNone;
+    if (first == kNone)
+        return;
+    // The text before this marker is the variant for another platform.
+    const std::size_t windows = Find(text, kMSWindows, first);
+    if (windows != kNone)
+        text.erase(0, windows + kMSWindows.size());
+    const std::size_t comment = Find(text, kComment, 0);
+    if (comment != kNone)
+        text.resize(comment);
+    const std::size_t year = Find(text, kCopyYear, 0);
+    if (year != kNone)
+        text = WithBuildYear(text, year);
+}
+
+const U_u16 kIncrement = 0x2206;
+const U_u16 kCapitalDelta = 0x0394;
+
+U_UTF16String LookUp(const hollin::Dictionary& dictionary, const char* zstring)
+{
+    // A text of the dictionary is copied once, directly from its storage.
+    const std::uint16_t* units = nullptr;
+    std::uint32_t length = 0;
+    if (dictionary.GetRawString(zstring, &units, &length))
+        return U_UTF16String(units, length);
+    const hollin::ZString text = dictionary.GetString(zstring, &hollin::kEncodingUTF8);
+    // The data of an empty text may be null.
+    return text.Length() ? U_UTF16String(text.Data(), text.Length()) : U_UTF16String();
+}
+
+U_UTF16String ResolveWith(const hollin::Dictionary& dictionary, const char* zstring)
+{
+    U_UTF16String text = LookUp(dictionary, zstring);
+    ApplyMarkers(text);
+    if (U_DoubleByteSafeMode())
+        std::replace(text.begin(), text.end(), kIncrement, kCapitalDelta);
+    return text;
+}
+
+struct CacheEntry
+{
+    const char* mZString;
+    U_UTF16String mText;
+};
+
+struct TextCache
+{
+    U_u32 mGeneration; // of the locale that all entries come from
+
+    // A list, whose entries keep their addresses: a new handler of the host may resolve texts,
+    // and so add entries, while an entry is copied.
+    std::list<CacheEntry> mEntries;
+};
+
+const CacheEntry* FindEntry(const std::list<CacheEntry>& entries, const char* zstring)
+{
+    const auto found = std::find_if(entries.begin(), entries.end(), [zstring](const CacheEntry& e) {
+        return e.mZString == zstring;
+    });
+    return found == entries.end() ? nullptr : &*found;
+}
+} // namespace
+
+U_UTF16String ResolveZString(const char* zstring, bool forceEnglish)
+{
+    if (!zstring || !*zstring)
+        return U_UTF16String();
+    U_ZLocale* const locale = ZLocale();
+    if (!locale)
+        return ResolveWith(hollin::Dictionary(), zstring);
+    const bool english = forceEnglish || (locale->mAlive && locale->mEnglishMode);
+    const platform::ScQuietLock<boost::recursive_mutex> lock(locale->mLock);
+    return ResolveWith(english ? locale->mEnglish : locale->mCurrent, zstring);
+}
+
+U_UTF16String CachedText(const char* zstring)
+{
+    const platform::ScQuietNew quiet; // the caller may be composing a report
+    TextCache* const cache = platform::PerThread<TextCache>::Make();
+    if (!cache)
+        return ResolveZString(zstring, false);
+    const U_u32 generation = ZLocaleGeneration();
+    if (cache->mGeneration != generation)
+    {
+        cache->mEntries.clear();
+        cache->mGeneration = generation;
+    }
+    if (const CacheEntry* entry = FindEntry(cache->mEntries, zstring))
+        return entry->mText;
+    U_UTF16String text = ResolveZString(zstring, false);
+    try
+    {
+        std::list<CacheEntry> fresh = {{zstring, text}};
+        cache->mEntries.splice(cache->mEntries.begin(), fresh);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The next call tries again.
+    }
+    return text;
+}
 
 U_UTF16String U_ZStringToUTF16String(const char* zstring)
 {

@@ -12,7 +12,7 @@
 #include "U_Report.h"
 #include "U_ZString.h"
 #include "indep/frame/Location.h"
-#include "text/Ascii.h"
+#include "text/Characters.h"
 
 namespace
 {

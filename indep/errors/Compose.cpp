@@ -11,8 +11,8 @@
 #include "indep/errors/Globals.h"
 #include "indep/errors/Severity.h"
 #include "indep/frame/Guard.h"
-#include "text/KeptText.h"
 #include "text/OwnTexts.h"
+#include "text/ZString.h"
 
 namespace
 {
@@ -29,10 +29,10 @@ void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
         return;
     U_UTF16String word;
     if (traits.mPrefix == Prefix::word)
-        word = KeptText(Up_ZStringOf(traits.mWord));
-    const U_UTF16String order = KeptText(kOrder);
+        word = CachedText(Up_ZStringOf(traits.mWord));
+    const U_UTF16String order = CachedText(kOrder);
     prefix += krobase::utility::ReplaceInString(order, U_MBToUTF16String(name.mText), word);
-    prefix += KeptText(kColon);
+    prefix += CachedText(kColon);
     prefix.push_back(' ');
 }
 

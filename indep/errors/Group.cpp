@@ -8,7 +8,7 @@
 
 #include "U_ZString.h"
 #include "indep/errors/Group.h"
-#include "text/KeptText.h"
+#include "text/ZString.h"
 
 namespace
 {
@@ -31,7 +31,7 @@ size_t FindGroupTag(const U_UTF16String& text)
 {
     try
     {
-        return Find(text, KeptText(kGroupTag));
+        return Find(text, CachedText(kGroupTag));
     }
     catch (const std::exception&)
     {

@@ -12,7 +12,7 @@
 #include "indep/errors/Severity.h"
 #include "indep/errors/Translators.h"
 #include "indep/frame/Guard.h"
-#include "text/Ascii.h"
+#include "text/Characters.h"
 
 namespace
 {

@@ -24,15 +24,15 @@ namespace
 {
 typedef Faults TextFaults;
 
-// Too long to stand inside a string object.
+// Longer than the buffer inside a string object.
 const char kNarrow[] = "a text of some forty characters: caf\xE9, \xFC";
 const std::u16string_view kWide = u"a text of some forty characters: caf\u00E9, \u00FC";
 const char kZString[] = "$$$/faults/text=a default that is too long for a string object";
 const char kResolved[] = "a default that is too long for a string object";
 
-// A table of a module, with one row.
 char sZString[] = "$$$/faults/row=the text of a row that is looked up";
 
+// A table of a module, with one row.
 struct Table : U_LStrCache
 {
     Table() : U_LStrCache{nullptr, 2, rows, 0} {}
@@ -45,7 +45,7 @@ bool IsAscii(const U_UTF16String& text, const char* expected)
     return text.size() == std::strlen(expected) && std::equal(text.begin(), text.end(), expected);
 }
 
-// A row's text in a buffer that held "before".
+// Runs a body that writes into a buffer. A failure must leave the buffer as it was, or empty.
 template <class Body> Outcome InBuffer(const char* expected, Body body)
 {
     char text[256] = "before";
@@ -101,7 +101,7 @@ TEST_F(TextFaults, Buffers)
     });
 }
 
-// Numbers go through UTF-16 where a mark isn't ASCII.
+// Numbers are converted through UTF-16 if a mark is not ASCII.
 TEST_F(TextFaults, Numbers)
 {
     const ScActiveCodePage active(65001);
@@ -129,7 +129,7 @@ TEST_F(TextFaults, Numbers)
     });
 }
 
-TEST_F(TextFaults, TextsOfTheirOwn)
+TEST_F(TextFaults, ZStringsMessagesAndGroups)
 {
     const U_UTF16String heading = Units(u"Several files can't be read");
     const U_UTF16String label = Units(u"@0 errors in all of these files:");
@@ -178,7 +178,7 @@ TEST_F(TextFaults, LStrTables)
     Walk({{"U_ZLookupLStrCache", kCode4, lookUp}});
 }
 
-TEST_F(TextFaults, ATableWhoseFirstLookupFailsIsCleanedAtDeath)
+TEST_F(TextFaults, LStrTableWhoseFirstLookupFailedIsCleanedAtDeath)
 {
     std::deque<Table> tables(1);
     FailEachNew([&] { tables.back().LookUp(); },

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-// Another zone, in the notation of the environment's TZ ("EST5" lies five hours
-// west), until the scope ends.
+// Another time zone until the scope ends, in the notation of the environment variable TZ:
+// "EST5" is five hours west of UTC.
 class ScTimeZone
 {
 public:
@@ -33,7 +33,7 @@ private:
         tzset();
     }
 
-    std::optional<std::string> mBefore; // the environment's own, if it had one
+    std::optional<std::string> mBefore; // TZ of the environment, if it was set
 };
 
 #endif

@@ -1,4 +1,4 @@
-// Dates, second counts and the zone.
+// Dates, second counts and the time zone.
 
 #include <stdexcept>
 #include <string>
@@ -27,8 +27,8 @@ typedef BornLibrary Dates;
 const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
 const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
 const char kSydney[] = "AEST-10AEDT,M10.1.0,M4.1.0/3";
-// Zones that set the flag for summer time while the clock is behind its standard: in
-// Dublin in winter, in Casablanca for a month, in some years over New Year.
+// Zones whose daylight saving flag is set while the clock is behind standard time: Dublin in
+// winter, Casablanca for a month, which includes New Year in some years.
 const char kDublin[] = "IST-1GMT0,M10.5.0,M3.5.0/1";
 const char kCasablanca[] = "<+01>-1<+00>0,J46/3,J81/2";
 const char kCasablancaOverNewYear[] = "<+01>-1<+00>0,J348/3,J18/2";
@@ -39,7 +39,7 @@ std::string Shown(U_u32 seconds, int type, int display, bool showSeconds = true)
                                             static_cast<U_DateTimeDisplay>(display), showSeconds));
 }
 
-// Of a time in UTC.
+// `time` is in UTC.
 void SetNow(const char* time)
 {
     const long long milliseconds =
@@ -50,7 +50,7 @@ void SetNow(const char* time)
 
 TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
 {
-    // In short, at length, abbreviated, and the time with and without seconds.
+    // The short, long and abbreviated date, the time with and without seconds.
     const std::tuple<const char*, std::string, std::string, std::string, std::string, std::string>
         rows[] = {
             {"en_US", "12/3/2025", "Wednesday, December 3, 2025", "Wed, Dec 3, 2025", "3:02:01 PM",
@@ -78,7 +78,7 @@ TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
     }
 }
 
-TEST_F(Dates, TheWholeRangeIsShownAsItStands)
+TEST_F(Dates, TheWholeRangeOfCountsIsShownWithoutAZone)
 {
     const std::pair<U_u32, const char*> rows[] = {
         {0, "Fri, Jan 1, 1904, 12:00:00 AM"},
@@ -87,12 +87,12 @@ TEST_F(Dates, TheWholeRangeIsShownAsItStands)
         {4230328448, "Fri, Dec 13, 1901, 8:45:52 PM"},
         {0xFFFFFFFF, "Thu, Dec 31, 1903, 11:59:59 PM"},
     };
-    const ScTimeZone zone(kNewYork); // has no say
+    const ScTimeZone zone(kNewYork); // has no effect
     for (const auto& [seconds, shown] : rows)
         EXPECT_EQ(Shown(seconds, U_DateType_Abbreviated, U_DateTimeDisplay_DateAndTime), shown);
 }
 
-TEST_F(Dates, WhatTheSystemLacksIsLeftOut)
+TEST_F(Dates, PartsThatTheSystemCannotWriteAreOmitted)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"EnumDateFormatsExEx", "Mi, Dez. 3, 2025, 15:02:01"},
@@ -101,7 +101,7 @@ TEST_F(Dates, WhatTheSystemLacksIsLeftOut)
         {nullptr, "Mi, 3. Dez. 2025, 15:02:01"},
     };
     platform::SetUserLocale("de_DE");
-    // Found at birth, or missing by then.
+    // The function is missing after birth, or at birth already.
     for (const bool bornWithout : {false, true})
     {
         for (const auto& [missing, shown] : rows)
@@ -121,7 +121,7 @@ TEST_F(Dates, WhatTheSystemLacksIsLeftOut)
     EXPECT_TRUE(mAlerts.Texts().empty());
 }
 
-TEST_F(Dates, SecondCountsStandForTimesBothWays)
+TEST_F(Dates, SecondCountsConvertToTimesAndBack)
 {
     const std::pair<U_u32, const char*> rows[] = {
         {0, "1904-01-01 00:00:00"},          {2082844800, "1970-01-01 00:00:00"},
@@ -144,13 +144,13 @@ TEST_F(Dates, SecondCountsStandForTimesBothWays)
     }
 }
 
-TEST_F(Dates, LocalCountsTakeTheOffsetOfTheDateAndGiveBackTodays)
+TEST_F(Dates, LocalCountsUseTheOffsetOfTheDateForwardAndOfTodayBack)
 {
     const std::pair<const char*, const char*> toLocal[] = {
         {"2021-07-01 12:00:00", "2021-07-01 08:00:00"},
         {"2021-01-01 12:00:00", "2021-01-01 07:00:00"},
         {"1970-01-01 00:00:00", "1969-12-31 19:00:00"},
-        {"1969-12-31 23:59:59", "1969-12-31 23:59:59"}, // isn't converted
+        {"1969-12-31 23:59:59", "1969-12-31 23:59:59"}, // before 1970, so not converted
     };
     const ScTimeZone zone(kNewYork);
     for (const auto& [utc, local] : toLocal)
@@ -187,7 +187,7 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
         {"ZZZ-14", "2026-01-15 05:00:00", "-10"},
         {"<+0530>-5:30", "2026-01-15 04:29:59", "+05"},
         {"<+0530>-5:30", "2026-01-15 04:30:00", "+06"}};
-    // Each at hours of which some fall on another day than in UTC.
+    // At some of these hours the local date is not the date in UTC.
     const char* const names[] = {"-11", "-10", "-09", "PST", "MST", "CST", "EST", "-04",
                                  "-03", "-02", "-01", "GMT", "+01", "+02", "+03", "+04",
                                  "+05", "+06", "+07", "+08", "+09", "+10", "+11", "+12"};
@@ -218,7 +218,7 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
     EXPECT_EQ(local.tm_wday, 2);
 }
 
-TEST_F(Dates, ABrokenClockIsAnErrorWhereTheTimeIsNeeded)
+TEST_F(Dates, ABrokenClockIsAnErrorOnlyWhereTheTimeIsNeeded)
 {
     platform::SetWallClock([] { return -1ll; });
     std::tm local = {};

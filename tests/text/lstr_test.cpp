@@ -1,4 +1,4 @@
-// LStr caches: lookups, registered copies, and what birth and death do.
+// LStr caches: lookups, registered copies, and the effects of birth and death.
 
 #include "U_LStr.h"
 
@@ -14,9 +14,9 @@
 #include "U_Lifecycle.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/NoMemory.h"
 #include "tests/support/OnThreads.h"
+#include "tests/support/Text.h"
 
 namespace
 {
@@ -40,7 +40,7 @@ struct ModuleTable : U_LStrCache
 {
     explicit ModuleTable(std::vector<U_LStrRow> theRows) : U_LStrCache(), rows(std::move(theRows))
     {
-        rows.push_back(U_LStrRow());
+        rows.push_back({nullptr, kFilled, kFilled, 0}); // nobody reads the texts of the last row
         mName = name;
         mCount = static_cast<U_i32>(rows.size());
         mRows = rows.data();
@@ -65,8 +65,7 @@ protected:
     void Translate(const std::u16string& hello)
     {
         mImages.push_back(BinaryImage({{"/hello", hello}}));
-        DictionaryImage& image = mImages.back();
-        ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
+        ASSERT_EQ(LoadDictionary(mImages.back()), 0);
     }
 
     void LiveAnew()
@@ -101,29 +100,28 @@ int FailuresWithoutMemory()
 }
 } // namespace
 
-TEST_F(LStr, RowsAreEnglishUntilALanguageIsChosen)
+TEST_F(LStr, RowsAreEnglishUntilALanguageIsChosenAndThenKeepTheirTexts)
 {
     ModuleTable table({ZStringRow(kHello), ZStringRow(kHello, kFilled), ZStringRow(kHello)});
     const char* const english = LookUp(table, 0);
     EXPECT_STREQ(english, "Hello");
     EXPECT_EQ(LookUp(table, 1), kFilled);
-    EXPECT_EQ(table.rows[0].mLocal, nullptr);
 
     Translate(u"Guten Tag");
     const char* const german = LookUp(table, 0);
-    EXPECT_EQ(german, table.rows[0].mLocal);
+    EXPECT_STREQ(german, "Guten Tag");
     EXPECT_STREQ(LookUp(table, 1), "Guten Tag");
     EXPECT_EQ(LookUp(table, 1, true), kFilled);
 
     Translate(u"Bonjour");
     EXPECT_STREQ(LookUp(table, 2), "Bonjour");
-    EXPECT_EQ(LookUp(table, 0), german) << "a text stays when the language changes";
+    EXPECT_EQ(LookUp(table, 0), german);
     EXPECT_STREQ(german, "Guten Tag");
     EXPECT_EQ(LookUp(table, 0, true), english);
     LiveAnew();
 }
 
-TEST_F(LStr, WhereThereIsNoTextAPlaceholderStands)
+TEST_F(LStr, ALookupWithoutATextReturnsAPlaceholder)
 {
     ModuleTable table({ZStringRow(kHello), ZStringRow(nullptr), LiteralRow(nullptr)});
     ModuleTable empty({});
@@ -146,7 +144,7 @@ TEST_F(LStr, WhereThereIsNoTextAPlaceholderStands)
     LiveAnew();
 }
 
-TEST_F(LStr, ATableThatIsNotValidIsRefused)
+TEST_F(LStr, AnInvalidTableIsRefused)
 {
     void (*const kDamages[])(ModuleTable&) = {
         [](ModuleTable& table) { table.mRows = nullptr; },
@@ -156,14 +154,15 @@ TEST_F(LStr, ATableThatIsNotValidIsRefused)
         [](ModuleTable& table) { table.rows[1].mZString = kBye; },
         [](ModuleTable& table) { table.rows[1].mFlags = 1; },
         [](ModuleTable& table) { table.mFlags = 6; }, // a copy in the list
+        nullptr,                                      // no table
     };
-    for (size_t i = 0; i <= std::size(kDamages); ++i)
+    for (const auto& damage : kDamages)
     {
-        SCOPED_TRACE(i);
+        SCOPED_TRACE(&damage - kDamages);
         ModuleTable damaged({ZStringRow(kHello)});
-        if (i < std::size(kDamages))
-            kDamages[i](damaged);
-        U_LStrCache* const refused = i < std::size(kDamages) ? &damaged : nullptr;
+        if (damage)
+            damage(damaged);
+        U_LStrCache* const refused = damage ? &damaged : nullptr;
         U_LStrCache* table = refused;
         int length = 99;
         int error = 99;
@@ -179,48 +178,48 @@ TEST_F(LStr, ATableThatIsNotValidIsRefused)
 
     ModuleTable module({ZStringRow(kHello)});
     U_LStrCache* table = &module;
-    EXPECT_EQ(U_ZUnregisterLStrCache(&table), 3) << "it isn't a copy";
+    EXPECT_EQ(U_ZUnregisterLStrCache(&table), 3) << "not a heap copy";
     EXPECT_EQ(table, &module);
     EXPECT_EQ(U_ZGetLengthLStrCache(table, nullptr), 0);
     EXPECT_EQ(U_ZRegisterLStrCache(nullptr), 0);
     EXPECT_EQ(U_ZUnregisterLStrCache(nullptr), 0);
 }
 
-TEST_F(LStr, DeathFreesTextsAndTheNextLifeResolvesThemAnew)
+TEST_F(LStr, DeathFreesTextsAndTheNextLifeResolvesRowsAgain)
 {
     {
         ModuleTable table({ZStringRow(kHello, kFilled), LiteralRow(nullptr)});
         LookUp(table, 0);
         LookUp(table, 1);
-        EXPECT_EQ(table.mFlags, 0u) << "no text is ours, so that death touches nothing of it";
+        EXPECT_EQ(table.mFlags, 0u) << "owns no text, so death must not touch the table";
     }
     ModuleTable table({ZStringRow(kHello), ZStringRow(kBye, kFilled)});
-    for (const char16_t* greeting : {u"Guten Tag", u"Bonjour"})
+    for (const char* greeting : {"Guten Tag", "Bonjour"})
     {
-        Translate(greeting);
-        const std::u16string expected(greeting);
-        EXPECT_EQ(LookUp(table, 0), std::string(expected.begin(), expected.end()));
+        Translate(std::u16string(greeting, greeting + std::strlen(greeting)));
+        EXPECT_STREQ(LookUp(table, 0), greeting);
         EXPECT_STREQ(LookUp(table, 0, true), "Hello");
         EXPECT_STREQ(LookUp(table, 1), "Bye");
         EXPECT_EQ(table.mFlags, U_LStrCache_Listed);
         LiveAnew();
-        for (const U_LStrRow& row : table.rows)
-            EXPECT_EQ(row.mLocal, nullptr);
+        EXPECT_EQ(table.rows[0].mLocal, nullptr);
         EXPECT_EQ(table.rows[0].mEnglish, nullptr);
+        EXPECT_EQ(table.rows[1].mLocal, nullptr);
         EXPECT_EQ(table.rows[1].mEnglish, kFilled);
         EXPECT_EQ(table.rows[0].mZString, kHello);
     }
 
     ASSERT_EQ(U_Death(), 0);
-    EXPECT_STREQ(LookUp(table, 0), "Hello");
+    const char* const outside = LookUp(table, 0);
+    EXPECT_STREQ(outside, "Hello");
     EXPECT_EQ(table.mFlags, 0u);
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     EXPECT_EQ(LookUp(table, 1), kFilled);
-    EXPECT_STREQ(LookUp(table, 0), "Hello") << "from outside a life, for good";
+    EXPECT_EQ(LookUp(table, 0), outside);
     std::free(table.rows[0].mEnglish);
 }
 
-TEST_F(LStr, DeathStopsAtATableThatIsNoLongerValid)
+TEST_F(LStr, DeathStopsAtAnInvalidTable)
 {
     ModuleTable first({ZStringRow(kHello)});
     ModuleTable damaged({ZStringRow(kHello)});
@@ -243,7 +242,6 @@ TEST_F(LStr, OneCopyOfALiteralServesBothLanguages)
     {
         SCOPED_TRACE(chosen);
         ModuleTable table({LiteralRow(kLiteral)});
-        U_LStrRow& row = table.rows[0];
         if (chosen)
         {
             Translate(u"Guten Tag");
@@ -252,14 +250,13 @@ TEST_F(LStr, OneCopyOfALiteralServesBothLanguages)
         const char* const copy = LookUp(table, 0, chosen);
         EXPECT_STREQ(copy, kLiteral);
         EXPECT_NE(copy, kLiteral);
-        EXPECT_EQ(row.mLocal, copy);
-        EXPECT_EQ(row.mEnglish, copy);
-        EXPECT_EQ(row.mFlags, U_LStrRow_Literal | U_LStrRow_OwnsLocal | U_LStrRow_OwnsEnglish);
         EXPECT_EQ(LookUp(table, 0), copy);
         EXPECT_EQ(LookUp(table, 0, true), copy);
+        EXPECT_EQ(table.rows[0].mFlags,
+                  U_LStrRow_Literal | U_LStrRow_OwnsLocal | U_LStrRow_OwnsEnglish);
         LiveAnew();
-        EXPECT_EQ(row.mLocal, nullptr);
-        EXPECT_EQ(row.mEnglish, nullptr);
+        EXPECT_EQ(table.rows[0].mLocal, nullptr);
+        EXPECT_EQ(table.rows[0].mEnglish, nullptr);
     }
 }
 
@@ -269,8 +266,8 @@ TEST_F(LStr, ARegisteredTableIsACopyThatOutlivesTheModule)
     {
         std::string hello = kHello;
         std::string literal = kLiteral;
-        ModuleTable module({ZStringRow(&hello[0]), LiteralRow(&literal[0]), ZStringRow(kBye)});
-        module.rows[2].mEnglish = kFilled;
+        ModuleTable module(
+            {ZStringRow(&hello[0]), LiteralRow(&literal[0]), ZStringRow(kBye, kFilled)});
         LookUp(module, 0);
         ASSERT_EQ(module.mFlags, U_LStrCache_Listed);
         table = &module;
@@ -280,7 +277,7 @@ TEST_F(LStr, ARegisteredTableIsACopyThatOutlivesTheModule)
         EXPECT_EQ(table->mRows[1].mFlags, U_LStrRow_Literal | U_LStrRow_OwnsLocal);
         EXPECT_EQ(table->mRows[2].mFlags, U_LStrRow_OwnsZString);
         EXPECT_EQ(table->mRows[2].mEnglish, nullptr);
-        EXPECT_EQ(module.mFlags, 0u) << "off the list";
+        EXPECT_EQ(module.mFlags, 0u) << "no longer listed";
         EXPECT_EQ(module.rows[0].mEnglish, nullptr);
         EXPECT_EQ(module.rows[0].mZString, hello.c_str());
         EXPECT_EQ(module.rows[1].mLocal, literal.c_str());
@@ -296,15 +293,15 @@ TEST_F(LStr, ARegisteredTableIsACopyThatOutlivesTheModule)
     Translate(u"Guten Tag");
     const char* const text = LookUp(*table, 0);
     LiveAnew(); // touches nothing of the module
-    EXPECT_STREQ(text, "Guten Tag") << "it is its owner's until that one gives it back";
+    EXPECT_STREQ(text, "Guten Tag") << "only unregistering frees the texts of a copy";
     EXPECT_EQ(U_ZUnregisterLStrCache(&table), 0);
     EXPECT_EQ(table, nullptr);
 }
 
-TEST_F(LStr, CleaningFreesWhatARowOwnsOnce)
+TEST_F(LStr, RegistrationFreesEachTextThatARowOwnsOnce)
 {
-    // Which text each slot holds, -1 for none. The first slot that holds a text
-    // tells whether it is freed.
+    // The text that each field points at, -1 for none. The first field that points at a text
+    // decides whether the text is freed.
     const int kSharings[][3] = {{0, 1, 2}, {0, 0, 2}, {0, 1, 1}, {0, 1, 0}, {0, 0, 0}, {-1, 1, 2}};
     const U_u32 kOwners[] = {U_LStrRow_OwnsZString, U_LStrRow_OwnsLocal, U_LStrRow_OwnsEnglish};
     for (const auto& sharing : kSharings)
@@ -313,25 +310,24 @@ TEST_F(LStr, CleaningFreesWhatARowOwnsOnce)
         {
             SCOPED_TRACE(testing::Message() << &sharing - kSharings << ", flags " << flags);
             char* const texts[] = {strdup("$$$/hello=one"), strdup("two"), strdup("three")};
-            const auto slot = [&](int i) { return sharing[i] < 0 ? nullptr : texts[sharing[i]]; };
-            ModuleTable module({{slot(0), slot(1), slot(2), flags}});
+            const auto field = [&](int i) { return i < 0 ? nullptr : texts[i]; };
+            ModuleTable module({{field(sharing[0]), field(sharing[1]), field(sharing[2]), flags}});
             U_LStrCache* table = &module;
             module.mName = nullptr;
-            ASSERT_EQ(U_ZRegisterLStrCache(&table), 0); // cleans the old table
+            ASSERT_EQ(U_ZRegisterLStrCache(&table), 0);
             EXPECT_EQ(table->mName, nullptr);
 
             const U_LStrRow& row = module.rows[0];
             char* const left[] = {row.mZString, row.mLocal, row.mEnglish};
-            bool freed[3] = {};
-            for (int i = 0; i < 3; ++i)
-            {
-                freed[i] = sharing[i] == i && (flags & kOwners[i]);
-                EXPECT_EQ(left[i], sharing[i] < 0 || freed[sharing[i]] ? nullptr : slot(i));
-            }
             EXPECT_EQ(row.mFlags, flags);
             for (int i = 0; i < 3; ++i)
-                std::free(freed[i] ? nullptr : texts[i]);
-            // The copy has texts of its own, whatever the old table owned.
+            {
+                const bool isFreed = sharing[i] == i && (flags & kOwners[i]);
+                for (int j = 0; j < 3; ++j)
+                    EXPECT_TRUE(sharing[j] != i || left[j] == (isFreed ? nullptr : texts[i])) << j;
+                std::free(isFreed ? nullptr : texts[i]);
+            }
+            // The copy owns its texts, whatever the old table owned.
             LookUp(*table, 0);
             LookUp(*table, 0, true);
             EXPECT_EQ(U_ZUnregisterLStrCache(&table), 0);
@@ -348,7 +344,7 @@ TEST_F(LStr, ThreadsThatRaceGetTheSameText)
     ModuleTable table(rows);
     Translate(u"Guten Tag");
 
-    std::vector<const char*> texts[4]; // by thread; of each row both
+    std::vector<const char*> texts[4]; // by thread; two of each row
     std::atomic<int> arrived(0);
     OnThreads(4, [&](int number) {
         for (int i = 0; i < kRows; ++i)
@@ -370,11 +366,11 @@ TEST_F(LStr, ThreadsThatRaceGetTheSameText)
             EXPECT_TRUE(own[i] == texts[0][i] || i % 4 == 3);
         }
     }
-    LiveAnew(); // it is listed once, and nothing is freed twice
+    LiveAnew(); // the table is listed once, and nothing is freed twice
     EXPECT_EQ(table.mFlags, 0u);
 }
 
-TEST_F(LStrDeathTest, WithoutMemoryTheNextLookupTriesAgain)
+TEST_F(LStrDeathTest, AfterALookupWithoutMemoryTheNextOneTriesAgain)
 {
     SKIP_UNDER_SANITIZERS();
     testing::FLAGS_gtest_death_test_style = "threadsafe";

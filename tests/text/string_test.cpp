@@ -16,7 +16,7 @@ namespace
 {
 const char kBefore[] = "############";
 
-// A buffer that was as kBefore and then got a text with its terminator.
+// Returns kBefore overwritten by a text and its terminator.
 std::string Written(const char* head)
 {
     std::string whole = kBefore;
@@ -24,10 +24,10 @@ std::string Written(const char* head)
     return whole;
 }
 
-// The offset of a found place, -1 for none.
-std::ptrdiff_t Offset(const std::string& text, const char* place)
+// Returns the offset of a match, -1 for none.
+std::ptrdiff_t Offset(const std::string& text, const char* match)
 {
-    return place ? place - text.c_str() : -1;
+    return match ? match - text.c_str() : -1;
 }
 } // namespace
 
@@ -87,7 +87,7 @@ TEST(String, WideCopiesKeepPairsWhole)
     }
 }
 
-TEST(String, AppendingStaysInTheBuffer)
+TEST(String, ConcatenationIsCutAtTheEndOfTheBuffer)
 {
     const std::tuple<const char*, const char*, size_t, const char*> rows[] = {
         {"ab", "cd", 5, "abcd"}, {"ab", "cd", 4, "abc"},      {"ab", "cd", 3, "ab"},
@@ -104,7 +104,7 @@ TEST(String, AppendingStaysInTheBuffer)
     }
 }
 
-TEST(String, TruncationAndSteppingKeepCharacters)
+TEST(String, TruncationAndSteppingKeepCharactersWhole)
 {
     const ScActiveCodePage active(932);
     const std::pair<int, const char*> rows[] = {
@@ -132,8 +132,8 @@ TEST(String, CaseChangesInAsciiOnly)
         {1252, "aZ\xC9\xE9@[`{", "az\xC9\xE9@[`{", "AZ\xC9\xE9@[`{"},
         {932, "A\x83\x41z", "a\x83\x41z", "A\x83\x41Z"}, // the trail byte is an A
         {65001, "A\303\211z", "a\303\211z", "A\303\211Z"},
-        {65001, "A\377zz", "a\357\277\275", "A\357\277\275"}, // cut to the old length
-        {65001, "AB\377z", "ab\377z", "AB\377z"},             // no room for U+FFFD: stale
+        {65001, "A\377zz", "a\357\277\275", "A\357\277\275"}, // cut at the old length
+        {65001, "AB\377z", "ab\377z", "AB\377z"}, // U+FFFD does not fit, so old bytes remain
     };
     for (const auto& [codePage, given, lower, upper] : rows)
     {
@@ -159,11 +159,12 @@ TEST(String, TextsAndBytesAreFoundOnlyWhereCharactersStart)
             {932, "\x83\x83\x83\x83z", "\x83", 0, 2},
             {65001, "\xC3\xA9\xA9", "\xA9", 2, 2},
             {1252, "", "a", -1, -1},
+            {1252, "aaa", "aa", 0, 0}, // no overlap
             {1252, "aaaa", "aa", 0, 2},
             {1252, "abc", "", 0, 3},
             {932, "\x83\\n\x83\\n", "\\n", -1, -1},
             {932, "\x83\\\x83\\", "\x83\\", 0, 2},
-            {932, "\\\x83\\", "\\\x83", 0, 0}, // goes on inside a character
+            {932, "\\\x83\\", "\\\x83", 0, 0}, // ends inside a character
         };
     for (const auto& [codePage, given, wanted, first, last] : rows)
     {
@@ -182,9 +183,8 @@ TEST(String, TextsAndBytesAreFoundOnlyWhereCharactersStart)
     EXPECT_EQ(Offset(text, U_strrchr(text.c_str(), 0)), 3);
 }
 
-// A search that asked for the type of each match from the start of the text
-// would take hours.
-TEST(String, SearchingIsLinearInRunsOfLeadBytes)
+// A search that determines each byte type from the start of the text would take hours.
+TEST(String, SearchesAndComparisonsAreLinearInRunsOfLeadBytes)
 {
     const ScActiveCodePage active(932);
     const std::string text = std::string(2 << 20, '\x83') + "a";
@@ -192,7 +192,7 @@ TEST(String, SearchingIsLinearInRunsOfLeadBytes)
     EXPECT_EQ(U_stricmp(text.c_str(), text.c_str()), 0);
 }
 
-TEST(String, ComparesByUnitsAndWithoutCaseByBytes)
+TEST(String, ComparisonIsByUnitsOrWithoutCaseByBytes)
 {
     const std::tuple<unsigned int, const char*, const char*, int, int> rows[] = {
         {1252, "", "a", -1, -1},
@@ -205,7 +205,7 @@ TEST(String, ComparesByUnitsAndWithoutCaseByBytes)
         {1252, "aBc", "AbC", 1, 0},
         {1252, "_", "A", 1, -1},               // letters are folded to lower case
         {1252, "\x80", "\xFF", 1, -1},         // U+20AC and U+00FF
-        {932, "\xB1", "\x81\x40", 1, -1},      // U+FF71 and U+3000; a longer one comes later
+        {932, "\xB1", "\x81\x40", 1, -1},      // U+FF71 and U+3000; longer characters come later
         {932, "\x83\x41", "\x83\x61", -1, -1}, // trail bytes are no letters
         {932, "A\x83\x41", "a\x83\x41", -1, 0},
     };
@@ -219,20 +219,20 @@ TEST(String, ComparesByUnitsAndWithoutCaseByBytes)
     }
 }
 
-TEST(String, CleaningSpellsOrReplaces)
+TEST(String, CleaningSpellsOrReplacesCharactersBeyondAscii)
 {
-    // Nothing is written where the text is null.
+    // A null result means that nothing is written.
     const std::tuple<unsigned int, const char*, char, unsigned int, const char*, bool> rows[] = {
         {1252, "plain", '?', 9, "plain", false},
         {1252, "\xA9\xE9", '?', 9, "(C)?", true},
         {1252, "\x99\xB0\xB7\xBC", '?', 9, "TMdgr*d", true},
         {1252, "\xE9", 0, 9, "\xE9", false},
         {1252, "ab\251d", '?', 5, "ab(C", true}, // cut at the limit
-        {1252, "ab\xA9", '?', 3, "ab", false},   // not reached
+        {1252, "ab\xA9", '?', 3, "ab", false},   // the spelling does not fit
         {1252, "\xA9", '?', 0, nullptr, false},
         {932, "a\x83\x5C\xB1z", '?', 9, "a??z", true},
         {932, "a\x83\x99z", 0, 9, "a\x83TMz", true}, // each byte alone
-        {932, "a\x83\x5C", 0, 3, "a", false},        // no half character
+        {932, "a\x83\x5C", 0, 3, "a", false},        // no lead byte at the end
         {65001, "\xF0\x9F\x98\x80z", '?', 9, "?z", true},
     };
     for (const auto& [codePage, text, replacement, size, expected, isChanged] : rows)

@@ -7,9 +7,7 @@
 #include <tuple>
 
 #include "U_Report.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
@@ -39,9 +37,9 @@ std::string LastReport()
 }
 } // namespace
 
-TEST_F(Versions, WordsAreWrittenFieldByField)
+TEST_F(Versions, AreWrittenFieldByField)
 {
-    // In wide text, and in narrow text if that is another.
+    // The UTF-16 text, and the multibyte text if that is different.
     const std::tuple<U_u32, bool, const char*, const char*> rows[] = {
         {0x04080600, false, "9.0", nullptr},
         {0x440807FF, false, "9.0", nullptr}, // bit 30, and a build without a stage
@@ -65,10 +63,10 @@ TEST_F(Versions, TranslationsOfAnyLengthFit)
 {
     const std::u16string suffix(20, u's');
     const std::u16string name(300, u'n');
-    const DictionaryImage image = BinaryImage({{"/private/QXDebugVersionSuffix", suffix},
-                                               {"/QX/U/ARCH/Windows64", name},
-                                               {"/QX/U/ARCH/MacintoshPPC", u""}});
-    ASSERT_EQ(U_ZStringSetCurrentDictionary(const_cast<U_u16*>(image.units.data()), image.size), 0);
+    DictionaryImage image = BinaryImage({{"/private/QXDebugVersionSuffix", suffix},
+                                         {"/QX/U/ARCH/Windows64", name},
+                                         {"/QX/U/ARCH/MacintoshPPC", u""}});
+    ASSERT_EQ(LoadDictionary(image), 0);
     EXPECT_EQ(U_UTF16Version(0x87080600, false), Units(u"9.0" + suffix + u" " + name));
     const std::string shortSuffix(15, 's');
     const std::string shortName = " (" + std::string(199, 'n') + ")";
@@ -76,7 +74,7 @@ TEST_F(Versions, TranslationsOfAnyLengthFit)
     EXPECT_EQ(U_UTF16Version(0x06880600, false), Units(u"9.0"));
     EXPECT_EQ(AsciiVersion(0x06880600, false), "9.0");
 
-    // A text that can't be had is left out.
+    // A suffix or a name that cannot be resolved is omitted.
     char text[256];
     int code = 0;
     bool suffixLost = false;
@@ -98,7 +96,7 @@ TEST_F(PascalStrings, TextsThatAreTooLongAreReported)
 {
     const std::string longest(255, 'a');
     const std::string longer(300, 'b');
-    // What fits is stored by the first, and nothing by the second.
+    // The text that U_CopyCtoPString stores. U_CopyPtoCString stores nothing of a longer text.
     const std::tuple<std::string, int, std::string> rows[] = {{"", 1, ""},
                                                               {"abc", 4, "abc"},
                                                               {"abcd", 4, "abc"},
@@ -135,7 +133,7 @@ TEST_F(PascalStrings, TextsThatAreTooLongAreReported)
     EXPECT_STREQ(text, "before");
 }
 
-TEST_F(PascalStrings, TheBufferCutsAtACharacterAndTheCountAnywhere)
+TEST_F(PascalStrings, AreCutAtACharacterByTheBufferAndAnywhereByTheCount)
 {
     const ScActiveCodePage japanese(932);
     std::string source = "ba";
@@ -148,7 +146,7 @@ TEST_F(PascalStrings, TheBufferCutsAtACharacterAndTheCountAnywhere)
     EXPECT_EQ(pascal[0], 254);
 }
 
-TEST_F(PascalStrings, CopiesMayBeMadeInPlace)
+TEST_F(PascalStrings, ConvertInPlace)
 {
     unsigned char text[8] = "abcde";
     EXPECT_EQ(U_CopyCtoPString(reinterpret_cast<char*>(text), 5, text), 10);

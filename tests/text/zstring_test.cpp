@@ -1,4 +1,4 @@
-// ZStrings: their syntax, the language, and the locale's life.
+// ZStrings: syntax, the choice of a language, and the life of the locale.
 
 #include <tuple>
 #include <utility>
@@ -9,18 +9,12 @@
 #include "U_Lifecycle.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
 {
 const char kHello[] = "$$$/hello=Hello";
-
-U_Status Load(DictionaryImage& image)
-{
-    return U_ZStringSetCurrentDictionary(image.units.data(), image.size);
-}
 
 void ExpectResolved(std::initializer_list<std::pair<const char*, std::u16string>> rows)
 {
@@ -31,7 +25,7 @@ void ExpectResolved(std::initializer_list<std::pair<const char*, std::u16string>
 class ZString : public BornLibrary
 {
 protected:
-    // German for "hello", and a text with what the library works on.
+    // German for "hello", and texts that the library changes when it resolves them.
     DictionaryImage mGerman = BinaryImage({{"/hello", u"Guten Tag"},
                                            {"/empty", u""},
                                            {"/raw", u"^^1 #{e9}"},
@@ -40,7 +34,7 @@ protected:
 };
 } // namespace
 
-TEST_F(ZString, TheTextBehindTheKeyIsTheDefault)
+TEST_F(ZString, TheTextAfterTheKeyIsTheDefault)
 {
     ExpectResolved({
         {nullptr, u""},
@@ -50,7 +44,7 @@ TEST_F(ZString, TheTextBehindTheKeyIsTheDefault)
     });
 }
 
-TEST_F(ZString, MarkersChooseDropAndFill)
+TEST_F(ZString, MarkersDropTextAndInsertTheYear)
 {
     ExpectResolved({
         {"=one{{*MSWindows*}}two{{*COMMENT*}}note", u"two"},
@@ -69,9 +63,9 @@ TEST_F(ZString, MarkersChooseDropAndFill)
         EXPECT_TRUE('0' <= digit && digit <= '9');
 }
 
-TEST_F(ZString, ADictionarySpeaksFirst)
+TEST_F(ZString, TextsOfADictionaryComeBeforeDefaults)
 {
-    ASSERT_EQ(Load(mGerman), 0);
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
     ExpectResolved({
         {kHello, u"Guten Tag"},
         {"/hello", u"Guten Tag"},
@@ -83,7 +77,7 @@ TEST_F(ZString, ADictionarySpeaksFirst)
     EXPECT_EQ(U_ZStringToEnglishUTF16String(kHello), Units(u"Hello"));
 
     DictionaryImage more = BinaryImage({{"/hello", u"Moin"}, {"/other", u"Anderes"}});
-    ASSERT_EQ(Load(more), 0);
+    ASSERT_EQ(LoadDictionary(more), 0);
     ExpectResolved({{kHello, u"Moin"}, {"$$$/other=Other", u"Anderes"}, {"/marked", u"win"}});
 }
 
@@ -94,10 +88,10 @@ TEST_F(ZString, ALoadThatFailsChoosesNoLanguage)
     platform::SetDoubleByteScript(true);
     {
         const ScFailingNew failing(1);
-        EXPECT_EQ(Load(mGerman), U_Err_OutOfMemory);
+        EXPECT_EQ(LoadDictionary(mGerman), U_Err_OutOfMemory);
     }
     EXPECT_FALSE(U_ZLocaleAlive());
-    EXPECT_TRUE(U_DoubleByteSafeMode()) << "it is asked for anew";
+    EXPECT_TRUE(U_DoubleByteSafeMode()) << "the system is asked again";
 }
 
 TEST_F(ZString, ALanguageIsChosenByADictionaryOrEnglish)
@@ -106,29 +100,29 @@ TEST_F(ZString, ALanguageIsChosenByADictionaryOrEnglish)
     EXPECT_EQ(U_ZStringSetCurrentDictionaryCompressed(mGerman.units.data(), mGerman.size), 1);
     EXPECT_FALSE(U_ZLocaleAlive());
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello"));
-    ASSERT_EQ(Load(mGerman), 0);
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
     EXPECT_TRUE(U_ZLocaleAlive());
 
     ASSERT_EQ(U_ZLocaleDeath(), 0);
-    ASSERT_EQ(U_ZLocaleDeath(), 0) << "nothing is left";
+    ASSERT_EQ(U_ZLocaleDeath(), 0) << "a second death has no effect";
     EXPECT_FALSE(U_ZLocaleAlive());
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello"));
 
     ASSERT_EQ(U_ZLocaleBirth(), 0);
     EXPECT_FALSE(U_ZLocaleAlive());
     EXPECT_EQ(U_ZStringSetEnglish(), 0);
-    ASSERT_EQ(U_ZLocaleBirth(), 0); // it is there
+    ASSERT_EQ(U_ZLocaleBirth(), 0); // already born
     EXPECT_TRUE(U_ZLocaleAlive());
-    ASSERT_EQ(Load(mGerman), 0);
-    EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello")) << "English is for good";
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
+    EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello")) << "English stays chosen";
 }
 
-TEST_F(ZString, DeathForgetsTheLanguage)
+TEST_F(ZString, DeathResetsTheLanguage)
 {
-    ASSERT_EQ(Load(mGerman), 0);
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
     ASSERT_EQ(U_Death(), 0);
     EXPECT_EQ(U_ZStringToUTF16String("$$$/hello=^Cafe{{*COMMENT*}}"), Units(u"\u00A9afe"));
-    EXPECT_EQ(Load(mGerman), 0); // nothing to load into
+    EXPECT_EQ(LoadDictionary(mGerman), 0); // no locale
     EXPECT_EQ(U_ZStringSetEnglish(), 0);
     EXPECT_FALSE(U_ZLocaleAlive());
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello"));
@@ -137,23 +131,23 @@ TEST_F(ZString, DeathForgetsTheLanguage)
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello"));
 }
 
-TEST_F(ZString, DamagedImagesLeaveDefaults)
+TEST_F(ZString, ADamagedImageChoosesALanguageWithoutTexts)
 {
     EXPECT_EQ(U_ZStringSetCurrentDictionary(nullptr, 0), 0);
     EXPECT_TRUE(U_ZLocaleAlive());
     EXPECT_EQ(U_ZStringSetCurrentDictionary(mGerman.units.data(), 0), 0);
-    // A size of which 32 bits would be the right one.
+    // The low 32 bits of this size are the right size.
     const size_t far = (std::size_t(1) << 32) + mGerman.size;
     EXPECT_EQ(U_ZStringSetCurrentDictionary(mGerman.units.data(), far), 0);
     EXPECT_EQ(U_ZStringSetCurrentDictionary(mGerman.units.data(), mGerman.size - 1), 0);
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Hello"));
-    ASSERT_EQ(Load(mGerman), 0);
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
     EXPECT_EQ(U_ZStringToUTF16String(kHello), Units(u"Guten Tag"));
 }
 
 TEST_F(ZString, MultibyteTextIsInTheActiveCodePage)
 {
-    ASSERT_EQ(Load(mGerman), 0);
+    ASSERT_EQ(LoadDictionary(mGerman), 0);
     EXPECT_EQ(U_ZStringToMBString("$$$/delta=D"), "x\xBC");
     EXPECT_EQ(U_ZStringToMBString("=#{eacute}"), "\xE9");
     EXPECT_EQ(U_ZStringToEnglishMBString("$$$/hello=H#{eacute}"), "H\xE9");
@@ -182,7 +176,7 @@ TEST_F(ZString, DoubleByteSafeTextHasNoIncrement)
 {
     const std::tuple<const char*, bool, std::u16string> rows[] = {
         {"none", true, u"\u0394x\u0394"},
-        {"German", false, u"\u2206x\u2206"}, // it knows its own characters
+        {"German", false, u"\u2206x\u2206"},
         {"English", true, u"\u0394x\u0394"},
     };
     for (const auto& [language, safe, text] : rows)
@@ -192,21 +186,21 @@ TEST_F(ZString, DoubleByteSafeTextHasNoIncrement)
         U_ZLocaleBirth();
         platform::SetDoubleByteScript(true);
         if (*language == 'G')
-            Load(mGerman);
+            LoadDictionary(mGerman);
         if (*language == 'E')
             U_ZStringSetEnglish();
         EXPECT_EQ(U_ZStringToUTF16String("=^Ix^I"), Units(text));
         EXPECT_EQ(U_DoubleByteSafeMode(), safe);
 
         platform::SetDoubleByteScript(false);
-        EXPECT_EQ(U_DoubleByteSafeMode(), safe) << "the answer is kept";
+        EXPECT_EQ(U_DoubleByteSafeMode(), safe) << "the answer is stored";
         ASSERT_EQ(U_ZStringSetEnglish(), 0);
-        EXPECT_FALSE(U_DoubleByteSafeMode()) << "until a language is chosen";
+        EXPECT_FALSE(U_DoubleByteSafeMode()) << "the choice of a language drops the answer";
         EXPECT_EQ(U_ZStringToUTF16String("=^Ix^I"), Units(u"\u2206x\u2206"));
     }
 }
 
-TEST_F(ZString, DebuggingTellsWhatIsNone)
+TEST_F(ZString, ATextThatIsNoZStringIsLogged)
 {
     EXPECT_TRUE(U_IsZstr("$$$"));
     EXPECT_FALSE(U_IsZstr("$$"));

@@ -1,4 +1,6 @@
-#include "text/NumberForm.h"
+// Number specifications of messages, such as "@2.3zs@".
+
+#include "text/Numbers.h"
 
 #include <algorithm>
 #include <optional>
@@ -12,17 +14,18 @@
 
 namespace
 {
-const U_u32 kNumberPlace = kModule | 0x1B;
-const std::size_t kMostReported = 32; // unknown letters of a form
+const U_u32 kNumberLocation = kModule | 0x1B;
+const std::size_t kMostReported = 32; // unknown letters of a specification
 
-// What "%d" passes over.
+// The characters that "%d" skips.
 bool IsWhiteSpace(U_u16 unit)
 {
     return unit == ' ' || (unit >= '\t' && unit <= '\r');
 }
 
-// Reads an integer as "%d" does, and moves on behind it; one too large for any
-// number's text is held to that. Without digits *value stays as it is.
+// Reads an integer as "%d" does and advances *next to its end. A negative integer counts as 0,
+// and an integer above kMost as kMost, which is more than the text of any number needs. If there
+// are no digits, neither *next nor *value changes.
 void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
 {
     const int kMost = 1000;
@@ -30,10 +33,10 @@ void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
     const bool isNegative = at != end && *at == '-';
     if (at != end && (*at == '-' || *at == '+'))
         ++at;
-    if (at == end || *at < '0' || *at > '9')
+    if (at == end || !IsDigit(*at))
         return;
     int scanned = 0;
-    for (; at != end && *at >= '0' && *at <= '9'; ++at)
+    for (; at != end && IsDigit(*at); ++at)
         scanned = std::min(scanned * 10 + (*at - '0'), kMost);
     *value = isNegative ? 0 : scanned;
     next = at;
@@ -43,7 +46,7 @@ void ReportUnknownLetter(U_u16 letter)
 {
     const U_UTF16String text =
         U_AsciiToUTF16String("unknown format char '") + letter + U_AsciiToUTF16String("'");
-    Up_ReportErrString(kNumberPlace, U_Sev_WARNING, U_UTF16ToMBString(text, false).c_str());
+    Up_ReportErrString(kNumberLocation, U_Sev_WARNING, U_UTF16ToMBString(text, false).c_str());
 }
 
 std::optional<unsigned int> OptionOf(U_u16 letter)
@@ -68,48 +71,44 @@ std::optional<unsigned int> OptionOf(U_u16 letter)
     }
 }
 
-bool IsPartOfNumber(U_u16 unit)
-{
-    return (unit >= '0' && unit <= '9') || unit == '.';
-}
 } // namespace
 
-NumberForm ReadNumberForm(const U_UTF16String& work, std::size_t start)
+NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start)
 {
-    NumberForm form = {krobase::utility::kNumberStripZeros, 1, 2, 0};
-    if (start >= work.size() || work[start] != '@')
-        return form;
-    form.mFlags = 0;
-    form.mLength = 1;
-    const std::size_t second = work.find('@', start + 1);
+    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0};
+    if (start >= message.size() || message[start] != '@')
+        return spec;
+    spec.mFlags = 0;
+    spec.mLength = 1;
+    const std::size_t second = message.find('@', start + 1);
     if (second == U_UTF16String::npos)
     {
-        Up_ReportErrString(kNumberPlace, U_Sev_WARNING, "missing 2nd '@' in format string");
-        return form;
+        Up_ReportErrString(kNumberLocation, U_Sev_WARNING, "missing 2nd '@' in format string");
+        return spec;
     }
 
-    form.mLength = second + 1 - start;
-    const U_u16* const first = work.data() + start + 1;
-    const U_u16* const end = work.data() + second;
-    if (first != end && *first >= '0' && *first <= '9')
+    spec.mLength = second + 1 - start;
+    const U_u16* const first = message.data() + start + 1;
+    const U_u16* const end = message.data() + second;
+    if (first != end && IsDigit(*first))
     {
         const U_u16* next = first;
-        ScanInteger(next, end, &form.mIntegerDigits);
+        ScanInteger(next, end, &spec.mIntegerDigits);
         if (next != end && *next == '.')
-            ScanInteger(++next, end, &form.mDecimals);
+            ScanInteger(++next, end, &spec.mDecimals);
     }
-    // A form of many unknown letters comes from a hostile or damaged translation: one alert
-    // for each would keep the user from the host. So a letter is reported once, and only the
-    // first 32 are reported.
+    // A damaged or hostile translation may hold many unknown letters. An alert for each one
+    // would keep the user from the host, so a letter is reported once, and at most
+    // kMostReported letters are reported.
     std::set<U_u16> reported;
     for (const U_u16* letter = first; letter != end; ++letter)
     {
-        if (IsPartOfNumber(*letter))
+        if (IsDigit(*letter) || *letter == '.')
             continue;
         if (const std::optional<unsigned int> option = OptionOf(*letter))
-            form.mFlags |= *option;
+            spec.mFlags |= *option;
         else if (reported.size() < kMostReported && reported.insert(*letter).second)
             ReportUnknownLetter(*letter);
     }
-    return form;
+    return spec;
 }

@@ -1,14 +1,33 @@
-// Text put into plain ASCII.
+// Changes of case, and text spelled in plain ASCII.
 
 #include "U_String.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "U_Encoding.h"
 #include "text/Characters.h"
 
 namespace
 {
-// Null if the byte has none.
+// Adds a distance to all units from `first` to `last`.
+int ShiftLetters(char* text, char first, char last, int distance)
+{
+    U_UTF16String units = U_MBToUTF16String(text);
+    for (U_u16& unit : units)
+    {
+        if (first <= unit && unit <= last)
+            unit = static_cast<U_u16>(unit + distance);
+    }
+    const std::string changed = U_UTF16ToMBString(units, false);
+    // U+FFFD, which replaces a byte that is no character, may be longer than that byte.
+    std::size_t count = std::strlen(text);
+    count = changed.size() > count ? WholeCharacters(changed.data(), count) : changed.size();
+    std::copy_n(changed.data(), count, text);
+    return 0;
+}
+
+// Returns null for a byte without a spelling.
 const char* AsciiSpelling(unsigned char byte)
 {
     switch (byte)
@@ -28,7 +47,7 @@ const char* AsciiSpelling(unsigned char byte)
     }
 }
 
-// Takes what fits, and a terminator.
+// Text that is appended to a buffer of fixed size, as far as it fits.
 class BoundedText
 {
 public:
@@ -44,7 +63,7 @@ public:
         mLength += std::strlen(mOut + mLength);
     }
 
-    // complete: nothing was left out, so the last character is whole.
+    // Writes the terminator. If the text is not complete, its last character may be cut.
     void Finish(bool complete)
     {
         if (complete)
@@ -59,6 +78,16 @@ private:
     std::size_t mLength = 0;
 };
 } // namespace
+
+int U_StringToLower(char* text)
+{
+    return ShiftLetters(text, 'A', 'Z', 'a' - 'A');
+}
+
+int U_StringToUpper(char* text)
+{
+    return ShiftLetters(text, 'a', 'z', 'A' - 'a');
+}
 
 int U_MakeDBCSSafeStr(const char* text, unsigned int size, char* out, bool* changed)
 {
@@ -80,7 +109,7 @@ int U_CleanTo7BitOnly(const char* text, char replacement, unsigned int size, cha
         const char* spelling = isLead ? replacementText : AsciiSpelling(byte);
         if (!spelling && replacement && byte >= 0x80)
             spelling = replacementText;
-        text = isLead ? CharacterBehind(text, text) : text + 1;
+        text = isLead ? NextCharacter(text, text) : text + 1;
         if (!spelling)
         {
             result.Append(static_cast<char>(byte));
