@@ -1,45 +1,78 @@
-// The last call: what the host does when the process is about to die of something
-// that no status code can carry.
+// The last call of the host before the process dies of a failure that no status code can carry.
 //
-// Between birth and death, a hardware exception that nobody handles (an access to
-// memory that isn't there, a stack overflow, an illegal instruction, an arithmetic
-// exception), a call of std::terminate (as by an exception that nobody catches, or a
-// call of a pure virtual function) and an invalid parameter given to the runtime end in
-// a call of the host's handler, on the thread that failed and with no lock held.
-// Several threads may fail at once; the first of them whose handler returns ends the
-// process as a rule, also while those of others still run. Each failure makes a call. A
-// failure within the handler calls no handler a second time; if the failure has also damaged
-// the stack, a second call is possible.
+//     struct Session
+//     {
+//         void Keep() {} // writes the work that the user has not saved
+//     };
+//     static Session session;
+//     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(
+//         [](void* refcon) { static_cast<Session*>(refcon)->Keep(); }, &session);
 //
-// A handler need not return. It may jump out with siglongjmp, whose sigsetjmp has saved the
-// signal mask: with the mask that a hardware exception leaves in the handler, the thread's
-// next hardware exception ends the process without a call. When the handler returns, or
-// throws, which is as much, whoever handled the failure before birth is called, and as a
-// rule the process ends in the system's own way, with a core or crash log as the system is
-// set up. Where that deals with the failure and goes on, or the handler has jumped out, the
-// handlers stay; but an invalid parameter takes those of invalid parameters and hardware
-// exceptions down, until the library is born once more, and another one then ends the
-// process at once.
+// Between birth and death the library calls the host's handler for:
+// - a hardware exception that nothing else handles: an access to memory that is not mapped or
+//   not allowed, a stack overflow, an illegal instruction, an arithmetic exception;
+// - a call of std::terminate, as by an exception that is not caught or a pure virtual call;
+// - an invalid parameter given to the runtime.
 //
-// In a handler little works for sure: the heap may be damaged, and a lock may be held by
-// the code that failed. The same holds for a telemetry provider, which gets the event of a hardware
-// exception first, and for a log sink, which gets a line when the call is over, too. There
-// may be no more than 256 KiB of stack, and the thread can't be ended, as by pthread_exit. A
-// handler that fails itself ends the process at once.
+// The call is made on the thread that failed, and the library holds no lock during the call.
+// After the handler has returned or thrown, the library writes a log line and calls the handler
+// that the failure had before birth. As a rule that is the system's: the process ends with a core
+// or a crash log, as the system is set up.
 //
-// A stack overflow needs a stack to handle it on. The threads of a role (U_Threads.h),
-// those of threaded executors and those that set a local handler have one; on others it
-// ends the process without a call. So does a hardware exception on a thread that blocks
-// its signal.
+// Thread safety: all functions may be called on any thread, also before birth and after death.
+// A handler that was set before birth remains set after death.
 //
-// Handlers can be set before birth and outlive death. Any thread.
+// Each failure makes one call. Several threads may fail at once, and each makes its call. As a
+// rule the first handler that returns ends the process, also while handlers run on other threads.
 //
-// An operator new that fails ends in std::bad_alloc. From birth to death the library's new
-// handler stands in the place of the host's: on a main thread it reports "Out of memory."
-// with the size, at U_Sev_INFO, first, in the words that birth has found. Within a report and where
-// its text is made ready, under one of the library's locks, as in translators (U_Threads.h) and
-// state factories (U_Context.h), and where a call promises to fail quietly, nothing is told: an
-// alert there would hold up others.
+// In a handler, in the telemetry provider that gets the event of a hardware exception before the
+// call, and in the log sink that gets the line after the call:
+// - The heap may be damaged. A lock may be held by the code that failed.
+// - 256 KiB of stack are available, or less.
+// - The thread cannot be ended, as by pthread_exit.
+// - A further failure calls no handler that is running already. A handler that fails ends the
+//   process at once.
+//
+// A handler need not return: it may leave by siglongjmp. The sigsetjmp must have saved the signal
+// mask. With the mask of the handler, the next hardware exception of the thread ends the process
+// without a call.
+//
+// After such a jump, and after a failure that the handler from before birth has dealt with, the
+// library's handlers remain installed. Only an invalid parameter removes those of invalid
+// parameters and of hardware exceptions, until the next birth: a further failure of these kinds
+// ends the process at once.
+//
+// Failures:
+// - A stack overflow needs a second stack. The threads with a role (U_Threads.h), the threads of
+//   threaded executors, the thread of birth and the threads that have set a local handler have
+//   one. On any other thread a stack overflow ends the process without a call.
+// - A hardware exception on a thread that blocks its signal ends the process without a call.
+// - If a failure within the handler has also damaged the stack, a second call is possible.
+// - A handler that the host installs over the library's own, with sigaction and the like, gets
+//   the failure first, and the library only if that handler calls the one that it has replaced.
+//   The library installs its own over such a handler at the next birth, for at most four
+//   different handlers a position. It stays beneath a fifth.
+// - A jump runs no destructor of the frames that it leaves. If these are frames of the library,
+//   because a callback of the host or the library itself has failed, then:
+//   - Locks of the library that these frames hold stay locked. Other threads may wait for ever.
+//   - Out of a report: the library makes no more reports on the thread. Functions still return
+//     their codes.
+//   - Out of the report of a failed allocation, of a failed conversion of text or of an unknown
+//     exception: failures of that one kind are no longer reported on the thread.
+//   - Out of a function within a suspended context (U_Context.h): the behaviour of later
+//     suspensions on the thread is undefined.
+//   - Out of the report of a failed operator new, or of a section in which operator new fails
+//     quietly: the new handler reports no further failure on the thread. After the latter it
+//     is not called at all, and operator new throws std::bad_alloc at once.
+//
+// From birth to death the library's new handler replaces the host's. A failed operator new throws
+// std::bad_alloc. On a main thread the handler first reports "Out of memory." with the size, at
+// U_Sev_INFO, in the words that were in force at birth. The failure is not reported, since an
+// alert would block other threads:
+// - within a report, and while the text of a report is made;
+// - under one of the library's locks, as in translators (U_Threads.h) and state factories
+//   (U_Context.h);
+// - in calls that promise to fail quietly.
 
 #ifndef U_FATAL_H
 #define U_FATAL_H
@@ -48,24 +81,24 @@
 
 typedef void (*U_FatalHandler)(void* refcon);
 
-// The handler of the process; null for none. Either output may be null.
+// The handler of the process; null for none. Either out-parameter may be null.
 U_EXPORT void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
                                                                   void* refcon);
 U_EXPORT void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler,
                                                                   void** refcon);
 
-// The handler of the calling thread, in the place of the process's; null for none.
-// Either output may be null.
+// The handler of the calling thread, which is called instead of that of the process; null for
+// none. Either out-parameter may be null.
 U_EXPORT void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
                                                                  void* refcon);
 U_EXPORT void U_GetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler,
                                                                  void** refcon);
 
-// The handler that would be called on the calling thread, with its refcon; null for
-// none. Either output may be null.
+// Returns the handler that a failure of the calling thread would call, with its refcon; null for
+// none. Either out-parameter may be null.
 U_EXPORT void U_GetUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon);
 
-// Another local handler in a scope.
+// Sets the local handler for a scope, and restores the previous one at the end.
 class U_EXPORT U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler
 {
 public:
@@ -74,11 +107,11 @@ public:
     U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler(
         const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler&) = delete;
 
-    // Takes over what the other is to restore.
+    // This scope restores the handler that the other one would restore.
     U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler&
     operator=(const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler& other);
 
-    // The local handler from before; null if there was none.
+    // The local handler before the scope; null if there was none.
     U_FatalHandler GetPreviousExceptionFunc() const;
     void* GetPreviousExceptionRefcon() const;
 

@@ -2,20 +2,20 @@
 
 #include "indep/crash/Fatal.h"
 
+#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <new>
-#include <utility>
 
 #include <platform/base/quiet_new.h>
+#include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
 #include <win32/exceptions.h>
 #include <win32/runtime.h>
 #include <wril/wril.h>
 
-#include "LiveCall.h"
 #include "U_Report.h"
 #include "U_String.h"
 #include "U_Telemetry.h"
@@ -34,46 +34,7 @@ const char kInvalidParameterTag[] = "QX_invalid_parameter_handler";
 const U_u32 kOutOfMemoryPlace = kModule | 0x28;
 const U_u32 kOutOfMemoryText = 112; // index
 
-// Who stood before birth. A birth that fails leaves its handlers. Where the host covers one
-// then, and the birth that is tried again covers the host's in its turn, that may call what
-// it has found, in that life and after it: then it is the turn of who stood below them all.
-template <class Handler> struct Previous
-{
-    Handler mNext = nullptr; // null: nobody
-    Handler mBelow = nullptr;
-    bool mIsInstalled = false;
-    bool mIsCovered = false; // has been, and stays so
-
-    void Find(Handler found, Handler ours)
-    {
-        if (found != ours)
-        {
-            mIsCovered = mIsCovered || mIsInstalled;
-            mNext = found;
-            if (!mIsCovered)
-                mBelow = found;
-        }
-        else if (!mIsInstalled) // somebody has put it back between two lives
-            mNext = mBelow;
-        mIsInstalled = true;
-    }
-
-    Handler TakeDown()
-    {
-        mIsInstalled = false;
-        return std::exchange(mNext, nullptr);
-    }
-};
-
-// Written by birth and death.
-Previous<win32::InvalidParameterHandler> sPreviousInvalidParameter;
-Previous<std::terminate_handler> sPreviousTerminate;
-win32::NewHandler sPreviousNew = nullptr; // null if nothing stood there or nothing is installed
-
-// The calls of mNext.
-PLATFORM_THREAD_LOCAL LiveCall tPreviousInvalidParameter = {};
-PLATFORM_THREAD_LOCAL LiveCall tPreviousTerminate = {};
-
+win32::NewHandler sPreviousNew = nullptr; // null if there was none or ours is not installed
 bool sNewIsInstalled = false;
 char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
 
@@ -94,39 +55,56 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
     return 0; // the search for somebody who handles it goes on
 }
 
-void OnTerminate()
-{
-    if (!sPreviousTerminate.mIsInstalled || tPreviousTerminate.IsOnStack())
-    {
-        if (sPreviousTerminate.mBelow)
-            sPreviousTerminate.mBelow();
-        return;
-    }
-    Up_CallHandler();
-    if (sPreviousTerminate.mNext)
-        tPreviousTerminate.Make(sPreviousTerminate.mNext);
-}
-
 void LogInvalidParameter(const char* text)
 {
     LogSafely([text] { WRIL_Log(0, "U", kInvalidParameterTag, text); });
 }
 
+// The handlers of std::terminate and of invalid parameters. Only the latest installation of
+// either makes the last call, and only between birth and death.
+
+template <std::size_t level> void OnTerminate();
+
+platform::StackedHandler<std::terminate_handler> sTerminate(&OnTerminate<0>, &OnTerminate<1>,
+                                                            &OnTerminate<2>, &OnTerminate<3>);
+
+template <std::size_t level>
+void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
+                        const unsigned short* file, unsigned int line, std::uintptr_t reserved);
+
+platform::StackedHandler<win32::InvalidParameterHandler> sInvalidParameter(&OnInvalidParameter<0>,
+                                                                           &OnInvalidParameter<1>,
+                                                                           &OnInvalidParameter<2>,
+                                                                           &OnInvalidParameter<3>);
+
+std::atomic<bool> sIsInForce(false); // from birth to death
+
+template <std::size_t level> void OnTerminate()
+{
+    const std::terminate_handler next = sTerminate.Replaced(level);
+    if (sIsInForce && sTerminate.IsLatest(level))
+        Up_CallHandler();
+    if (next)
+        next();
+}
+
+template <std::size_t level>
 void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
                         const unsigned short* file, unsigned int line, std::uintptr_t reserved)
 {
-    if (!sPreviousInvalidParameter.mIsInstalled || tPreviousInvalidParameter.IsOnStack())
+    const win32::InvalidParameterHandler next = sInvalidParameter.Replaced(level);
+    const bool isLast = sIsInForce && sInvalidParameter.IsLatest(level);
+    if (isLast)
     {
-        if (sPreviousInvalidParameter.mBelow)
-            sPreviousInvalidParameter.mBelow(expression, function, file, line, reserved);
-        return;
+        const LastCall call; // walks the stack, which needs the filter
+        win32::_set_invalid_parameter_handler(nullptr);
+        win32::SetUnhandledExceptionFilter(nullptr);
+        call.Make();
     }
-    win32::_set_invalid_parameter_handler(nullptr);
-    win32::SetUnhandledExceptionFilter(nullptr);
-    Up_CallHandler();
-    if (sPreviousInvalidParameter.mNext)
-        tPreviousInvalidParameter.Make(
-            [=] { sPreviousInvalidParameter.mNext(expression, function, file, line, reserved); });
+    if (next)
+        next(expression, function, file, line, reserved);
+    if (!isLast)
+        return;
     LogInvalidParameter("Intentionally passing an invalid param to the runtime to get a crashlog.");
     win32::_invalid_parameter(nullptr, nullptr, nullptr, 0, 0);
     LogInvalidParameter("You should never see this.");
@@ -174,26 +152,33 @@ int OnOutOfMemory(std::size_t size)
 
 void Up_InstallCrashHandlers(bool install)
 {
+    const win32::InvalidParameterHandler current = win32::_get_invalid_parameter_handler();
+    sIsInForce = install;
     if (!install)
     {
-        win32::_set_invalid_parameter_handler(sPreviousInvalidParameter.TakeDown());
+        const std::size_t level = sInvalidParameter.Remove(current);
+        win32::_set_invalid_parameter_handler(sInvalidParameter.Replaced(level));
         win32::SetUnhandledExceptionFilter(nullptr);
         return;
     }
     win32::KeepStackForFilter();
     win32::SetUnhandledExceptionFilter(&OnUnhandledException);
-    sPreviousInvalidParameter.Find(win32::_get_invalid_parameter_handler(), &OnInvalidParameter);
-    win32::_set_invalid_parameter_handler(&OnInvalidParameter);
+    const std::size_t level = sInvalidParameter.Install(current);
+    if (level != sInvalidParameter.kNone)
+        win32::_set_invalid_parameter_handler(sInvalidParameter.Level(level));
 }
 
 void Up_InstallTerminateHandler(bool install)
 {
+    const std::terminate_handler current = std::get_terminate();
     if (!install)
     {
-        std::set_terminate(sPreviousTerminate.TakeDown());
+        std::set_terminate(sTerminate.Replaced(sTerminate.Remove(current)));
         return;
     }
-    sPreviousTerminate.Find(std::set_terminate(&OnTerminate), &OnTerminate);
+    const std::size_t level = sTerminate.Install(current);
+    if (level != sTerminate.kNone)
+        std::set_terminate(sTerminate.Level(level));
 }
 
 void Up_InstallNewHandler(bool install)

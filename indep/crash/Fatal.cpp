@@ -29,8 +29,8 @@ HardwareExceptionHandler sGlobal = {nullptr, nullptr};
 PLATFORM_THREAD_LOCAL HardwareExceptionHandler tLocal = {nullptr, nullptr};
 
 // The calls of the handler and of the log. A failure in either makes no second call of it.
-PLATFORM_THREAD_LOCAL LiveCall tLastCall = {};
-PLATFORM_THREAD_LOCAL LiveCall tLastLine = {};
+PLATFORM_THREAD_LOCAL LiveCall tHandlerCall = {};
+PLATFORM_THREAD_LOCAL LiveCall tLogCall = {};
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -71,12 +71,22 @@ void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 }
 } // namespace
 
+LastCall::LastCall() noexcept
+    : mCallsHandler(!tHandlerCall.IsOnStack()), mLogs(!tLogCall.IsOnStack())
+{
+}
+
+void LastCall::Make() const noexcept
+{
+    if (mCallsHandler)
+        tHandlerCall.Make(&CallHandlerInForce);
+    if (mLogs)
+        tLogCall.Make(&LogReturn);
+}
+
 void Up_CallHandler() noexcept
 {
-    if (!tLastCall.IsOnStack())
-        tLastCall.Make(&CallHandlerInForce);
-    if (!tLastLine.IsOnStack())
-        tLastLine.Make(&LogReturn);
+    LastCall().Make();
 }
 
 void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, void* refcon)

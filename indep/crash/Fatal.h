@@ -3,9 +3,22 @@
 #ifndef INDEP_CRASH_FATAL_H
 #define INDEP_CRASH_FATAL_H
 
-// Makes the last call: the host's handler, unless the calling thread is within the handler
-// already, and the log line after the call. For the paths on which
-// the process dies. Allocates nothing itself.
+// The last call of the host, on a path on which the process dies: the host's handler, then
+// the log line. Leaves out either one that the calling thread is within already. Allocates
+// no memory itself.
+class LastCall
+{
+public:
+    // Walks the stack to find such calls. A damaged stack is harmless while the filter of
+    // hardware exceptions is installed.
+    LastCall() noexcept;
+    void Make() const noexcept;
+
+private:
+    bool mCallsHandler;
+    bool mLogs;
+};
+
 void Up_CallHandler() noexcept;
 
 // Installs the handlers of hardware exceptions and of invalid parameters, or puts the

@@ -25,9 +25,9 @@ struct LiveCall
     {
         if (!mFrame)
             return false;
-        Search search = {*this, false, false};
+        Search search = {*this, 0, false};
         win32::CallUntilException(&Walk, &search);
-        if (search.mIsFound || search.mHasPassed)
+        if (search.mIsFound || IsOlder(search.mVisited))
             mIsUnknown = false;
         else if (!mIsUnknown)
             mIsUnknown = true;
@@ -41,41 +41,55 @@ struct LiveCall
     {
         Run(function);
         // Also keeps the compiler from a jump to Run in the place of the call.
-        *this = {nullptr, nullptr, false};
+        *this = {};
     }
 
-    const void* mFrame;  // the canonical frame address of Run; null if Run has returned
-    const void* mReturn; // the address to which Run returns
-    bool mIsUnknown;     // the last walk ended too early
+    _Unwind_Word mFrame;   // the canonical frame address of Run; 0 if Run has returned
+    _Unwind_Word mReturn;  // the address to which Run returns
+    bool mIsOnFilterStack; // mFrame is
+    bool mIsUnknown;       // the last walk ended too early
 
 private:
     struct Search
     {
         const LiveCall& mCall;
+        _Unwind_Word mVisited; // the canonical frame address of the last frame visited
         bool mIsFound;
-        bool mHasPassed; // the last frame visited is older than the call's
     };
 
     template <class Function> __attribute__((noinline)) void Run(Function& function)
     {
-        mFrame = __builtin_dwarf_cfa();
-        mReturn = __builtin_return_address(0);
+        mFrame = reinterpret_cast<_Unwind_Word>(__builtin_dwarf_cfa());
+        mReturn = reinterpret_cast<_Unwind_Word>(__builtin_return_address(0));
+        mIsOnFilterStack = IsOnFilterStack(mFrame);
         function();
+    }
+
+    static bool IsOnFilterStack(_Unwind_Word address)
+    {
+        return win32::IsOnFilterStack(reinterpret_cast<const void*>(address));
+    }
+
+    // Returns whether the frame is older than the call's. Each stack grows down, but either
+    // of the two may lie above the other. A filter interrupts the thread, so all frames of
+    // the thread's own stack are older.
+    bool IsOlder(_Unwind_Word visited) const
+    {
+        if (!visited || mIsOnFilterStack == IsOnFilterStack(visited))
+            return visited > mFrame;
+        return mIsOnFilterStack;
     }
 
     static void Walk(void* search) { _Unwind_Backtrace(&Compare, search); }
 
     // For each frame the unwinder has the stack pointer at the frame's call: the canonical
-    // frame address of the function that the frame called. A thread's stack grows down, so an
-    // older frame has a higher address.
+    // frame address of the function that the frame called.
     static _Unwind_Reason_Code Compare(_Unwind_Context* context, void* data)
     {
         Search& search = *static_cast<Search*>(data);
-        const _Unwind_Word frame = reinterpret_cast<_Unwind_Word>(search.mCall.mFrame);
-        search.mIsFound =
-            _Unwind_GetCFA(context) == frame &&
-            _Unwind_GetIP(context) == reinterpret_cast<_Unwind_Ptr>(search.mCall.mReturn);
-        search.mHasPassed = _Unwind_GetCFA(context) > frame;
+        search.mVisited = _Unwind_GetCFA(context);
+        search.mIsFound = search.mVisited == search.mCall.mFrame &&
+                          _Unwind_GetIP(context) == search.mCall.mReturn;
         return search.mIsFound ? _URC_END_OF_STACK : _URC_NO_REASON;
     }
 };

@@ -1,4 +1,8 @@
-// Hardware exceptions that nobody handles, under the operating system's own names.
+// Hardware exceptions that nothing else handles, under the operating system's own names.
+//
+// Here exceptions are signals.
+//
+// Thread safety: any thread.
 
 #ifndef WIN32_EXCEPTIONS_H
 #define WIN32_EXCEPTIONS_H
@@ -7,38 +11,60 @@
 
 namespace win32
 {
-struct EXCEPTION_POINTERS; // of no use to U
+struct EXCEPTION_POINTERS; // incomplete
 
-// Called on the failing thread: after an access to memory that isn't there or isn't
-// allowed, a stack overflow, an arithmetic exception, an illegal instruction. Once
-// it returns, whatever it returns, the exception goes to whoever handled it before
-// the filter came, and that is the system as a rule: it ends the process. Where it is
-// somebody who deals with the exception, the filter is called for the next one, too. An
-// exception on the same thread while the filter runs goes to the system at once. Here
-// exceptions are signals: one that is sent is taken alike, unless it was ignored before; a
-// handler that somebody installs behind the filter may call the one that it found, or put it
-// back and return; and on a thread that blocks them an exception ends the process past the
-// filter. errno is as it was afterwards.
+// Called on the thread that failed: after an access to memory that is not mapped or not allowed,
+// a stack overflow, an arithmetic exception or an illegal instruction. errno is preserved.
+//
+// After the filter, the exception is passed on to the action that the signal had before the
+// filter was installed. As a rule that is the system's, which ends the process. If the action
+// deals with the exception, the filter is called for the next one, too.
+//
+// Returns: a value that is not used.
+// Failures:
+// - An exception on the same thread while the filter runs ends the process at once.
+// - An exception on a thread that blocks its signal ends the process without the filter.
+// - A signal that another process or thread has sent is handled alike, unless the signal was
+//   ignored before.
+// - A handler that was installed over ours may call the action that it has replaced, or put that
+//   action back and return. If the filter was installed once more since then, a handler that was
+//   put back in this way passes on without the filter.
 typedef int (*TopLevelExceptionFilter)(EXCEPTION_POINTERS* exception);
 
-// Replaces the process's filter and returns the one before; null for none. Any thread.
+// Replaces the filter of the process. Null removes the filter and restores the actions of the
+// signals, except where another handler was installed over ours. A filter after null is installed
+// over that handler, up to four times; ours stays beneath a fifth handler.
+//
+// Returns: the previous filter; null for none.
 PLATFORM_EXPORT TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter);
 
-// Calls the function. If a hardware exception interrupts the function, leaves it at once
-// without the filter, and returns false. No destructor of the function's frames runs then.
-// Works while a filter is set. For reading memory that may be damaged.
+// Calls the function, and leaves it without the filter if a hardware exception interrupts the
+// function. For reading memory that may be damaged.
+//
+// A signal that is sent during the call is handled after the call, or, if the filter makes the
+// call, after the filter.
+//
+// Returns: whether the function has returned.
+// REQUIRES: a filter is installed. The function neither throws nor is left by a jump, and needs
+// no destructor of its frames to run.
 PLATFORM_EXPORT bool CallUntilException(void (*function)(void* data), void* data);
 
 const unsigned int kLargestStackGuarantee = 256 << 10; // bytes
 
-// Keeps a stack for the filter at hand for the calling thread, for when its own has
-// overflowed: *size bytes, which become those that it had before, 0 if none. At most
-// kLargestStackGuarantee; filters always get as much. Until the thread ends. Non-zero on success; 0
-// if there is no memory. A thread without it whose stack overflows ends the process
-// past the filter.
+// Keeps a second stack for the filter until the calling thread ends, for the case that the
+// thread's own stack overflows. *size is the wanted size in bytes, at most
+// kLargestStackGuarantee, and becomes the previous size, 0 for none. The new stack always has
+// kLargestStackGuarantee bytes.
+//
+// Returns: non-zero on success; 0 if there is no memory. A stack overflow on a thread without a
+// second stack ends the process without the filter.
 PLATFORM_EXPORT int SetThreadStackGuarantee(unsigned int* size);
 
-// Keeps the largest stack for the filter at hand for the calling thread, if there is memory.
+// Returns whether the address lies in the second stack of the calling thread, on which a filter
+// would run. False if the thread has none. May be called in a filter.
+PLATFORM_EXPORT bool IsOnFilterStack(const void* address);
+
+// Keeps a second stack for the calling thread, if there is memory.
 inline void KeepStackForFilter()
 {
     unsigned int size = kLargestStackGuarantee;

@@ -1,4 +1,6 @@
-// The C runtime, under its own names. Any thread.
+// The C runtime, under its own names.
+//
+// Thread safety: any thread.
 
 #ifndef WIN32_RUNTIME_H
 #define WIN32_RUNTIME_H
@@ -28,38 +30,48 @@ const unsigned int kEMZeroDivide = 0x8;
 const unsigned int kEMInvalid = 0x10;
 const unsigned int kEMDenormal = 0x80000;
 
-// Called when operator new finds no memory, with the bytes asked for; 0 if the program
-// has an operator new of its own, which doesn't tell. Non-zero to try again, up to 10000
-// times for one block; 0 to have std::bad_alloc thrown, which stands for whatever the
-// handler throws, too. Any thread, but none that holds a lock of this library or of U.
+// Called if operator new finds no memory, with the size in bytes; 0 if the program has an operator
+// new of its own, from which no size is known. No lock of this library or of U is held during the
+// call.
+//
+// Returns: non-zero to try again, at most 10000 times for one block; 0 to throw std::bad_alloc. An
+// exception of any other type that the handler throws becomes std::bad_alloc.
 typedef int (*NewHandler)(std::size_t size);
 
-// Replaces the handler and returns the one before; null for none. Meanwhile it stands
-// in the place of the standard library's new handler, which null brings back. Whoever has
-// come in that place since stays, and what it calls of this goes on to the one before.
+// Replaces the handler. A handler is called through the standard library's new handler, which it
+// replaces. Null restores the standard library's, unless another one was installed over ours; that
+// one may still call ours, which then passes on to the one that it has replaced. A handler after
+// null is installed over that other one, up to four times; ours stays beneath a fifth.
+//
+// Returns: the previous handler; null for none.
 PLATFORM_EXPORT NewHandler _set_new_handler(NewHandler handler);
 
-// Called when the runtime is given an argument that it can't serve. Texts may be null.
+// Called if the runtime gets an invalid parameter. The texts may be null.
 typedef void (*InvalidParameterHandler)(const unsigned short* expression,
                                         const unsigned short* function, const unsigned short* file,
                                         unsigned int line, std::uintptr_t reserved);
 
-// Replaces the handler and returns the one before; null for none.
+// Replaces the handler.
+//
+// Returns: the previous handler; null for none.
 PLATFORM_EXPORT InvalidParameterHandler
 _set_invalid_parameter_handler(InvalidParameterHandler handler);
 PLATFORM_EXPORT InvalidParameterHandler _get_invalid_parameter_handler();
 
-// Tells of such an argument: calls the handler, and returns if that does. Without a
-// handler the process ends, in a way that the system writes a crash log of.
+// Calls the handler, and returns if the handler returns. Without a handler, ends the process in a
+// way of which the system writes a crash log.
 PLATFORM_EXPORT void _invalid_parameter(const unsigned short* expression,
                                         const unsigned short* function, const unsigned short* file,
                                         unsigned int line, std::uintptr_t reserved);
 
-// Sets the fields in mask of the calling thread's control word and returns the
-// word. Other bits of both are ignored, and so is kEMDenormal, which stays as it is.
-// Where the processor can't tell operands from results, both are flushed if either is to
-// be; where it has no denormal exception, that is always masked. An exception that isn't
-// masked is a hardware exception.
+// Sets the fields in the mask of the calling thread's control word. Other bits of both arguments
+// are ignored, and so is kEMDenormal, which is not changed. An exception that is not masked is a
+// hardware exception.
+//
+// If the processor cannot distinguish operands from results, both are flushed if either is to be.
+// If the processor has no denormal exception, that exception is always masked.
+//
+// Returns: the word after the change.
 PLATFORM_EXPORT unsigned int _controlfp(unsigned int values, unsigned int mask);
 } // namespace win32
 

@@ -26,7 +26,7 @@ namespace
 {
 const int kLimit = 60; // seconds
 
-// What body doesn't catch, nobody does.
+// noexcept: an exception that the body does not catch calls std::terminate.
 [[noreturn]] void RunChild(const std::function<void()>& body, int out) noexcept
 {
     dup2(out, STDERR_FILENO);
@@ -38,9 +38,9 @@ const int kLimit = 60; // seconds
     std::_Exit(0);
 }
 
-// Reads until the process has closed its end, told of its last words, or used up the time.
-// Returns whether it has closed.
-bool Listen(int in, const std::string& lastWords, std::string* told)
+// Reads until the process has closed its end, has printed the last words or has used up the
+// time. Returns whether the process has closed its end.
+bool Listen(int in, const std::string& lastWords, std::string* output)
 {
     const std::time_t end = std::time(nullptr) + kLimit;
     pollfd wait = {in, POLLIN, 0};
@@ -52,8 +52,8 @@ bool Listen(int in, const std::string& lastWords, std::string* told)
         const ssize_t length = read(in, piece, sizeof(piece));
         if (length <= 0)
             return true;
-        told->append(piece, static_cast<std::size_t>(length));
-        if (!lastWords.empty() && told->find(lastWords) != std::string::npos)
+        output->append(piece, static_cast<std::size_t>(length));
+        if (!lastWords.empty() && output->find(lastWords) != std::string::npos)
             return false;
     }
     return false;
@@ -73,15 +73,16 @@ bool Death::WithCode(int code) const
 long Death::Count(const std::string& text) const
 {
     long count = 0;
-    for (std::size_t at = told.find(text); at != std::string::npos; at = told.find(text, at + 1))
+    for (std::size_t at = output.find(text); at != std::string::npos;
+         at = output.find(text, at + 1))
         ++count;
     return count;
 }
 
 std::string Death::Line(const std::string& beginning) const
 {
-    const std::size_t start = ("\n" + told).find("\n" + beginning);
-    return start == std::string::npos ? "" : told.substr(start, told.find('\n', start) - start);
+    const std::size_t start = ("\n" + output).find("\n" + beginning);
+    return start == std::string::npos ? "" : output.substr(start, output.find('\n', start) - start);
 }
 
 Death RunToDeath(const std::function<void()>& body, const std::string& lastWords)
@@ -100,7 +101,7 @@ Death RunToDeath(const std::function<void()>& body, const std::string& lastWords
     close(ends[1]);
     if (child > 0)
     {
-        if (!Listen(ends[0], lastWords, &death.told))
+        if (!Listen(ends[0], lastWords, &death.output))
             kill(child, SIGKILL);
         waitpid(child, &death.status, 0);
     }
@@ -108,7 +109,7 @@ Death RunToDeath(const std::function<void()>& body, const std::string& lastWords
     return death;
 }
 
-void Tell(const char* text, bool withThread)
+void Print(const char* text, bool withThread)
 {
     char line[256];
     const int length =
@@ -124,9 +125,9 @@ void Birth()
         std::_Exit(98);
 }
 
-void TellOfCall(void* refcon)
+void PrintCall(void* refcon)
 {
-    Tell(static_cast<const char*>(refcon), true);
+    Print(static_cast<const char*>(refcon), true);
 }
 
 void SetGlobal(U_FatalHandler handler, const char* refcon)

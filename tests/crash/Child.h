@@ -12,36 +12,39 @@
 struct Death
 {
     int status; // of waitpid
-    std::string told;
+    std::string output;
 
     bool BySignal(int signal) const;
     bool WithCode(int code) const;
 
-    // How often it told of something, and the first line that begins with it.
+    // How often the output contains the text, and its first line that begins with the text.
     long Count(const std::string& text) const;
     std::string Line(const std::string& beginning) const;
 };
 
-// Runs body in a process of its own, which ends with 0 if that returns, and waits until
-// it is dead. Once it has told of lastWords, if any are given, or after a minute, it is killed.
-// The signals of hardware exceptions do there what the system does: without a sanitizer.
+// Runs the body in a process of its own and waits for the end of the process. The process ends
+// with 0 if the body returns, and is killed after a minute, or once the output contains
+// lastWords, if any are given. The signals of hardware exceptions have the system's own actions
+// there, without a sanitizer's.
 Death RunToDeath(const std::function<void()>& body, const std::string& lastWords = "");
 
-// Writes a line to stderr in one call, also where nothing else works: text, and the
-// thread's id if asked for.
-void Tell(const char* text, bool withThread = false);
+// Writes the text as a line to stderr in one call, with the id of the thread if asked for. Works
+// in a handler.
+void Print(const char* text, bool withThread = false);
 
-// What the library writes when the last call is over.
+// The library's log line after the last call.
 const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
 
-// Ends the process with 98 if there is no birth.
+// Ends the process with 98 if birth fails.
 void Birth();
 
-// A handler that tells of its call and of the thread, and how it becomes the process's.
-void TellOfCall(void* refcon);
+// A handler that prints the text and the id of its thread.
+void PrintCall(void* refcon);
+
+// Sets the handler of the process.
 void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on");
 
-// To the process, as another one does.
+// Sends SIGSEGV to the process, as another process would.
 void SendSegmentationFault();
 
 #endif

@@ -1,7 +1,6 @@
 // The last call, as a parent sees it.
 
 #include <atomic>
-#include <csetjmp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -28,23 +27,23 @@
 
 namespace
 {
-enum Place
+enum Where
 {
     kHere,
-    kOnThread, // that has a role
+    kOnThread, // with a role
     kOnExecutor
 };
 
-void Fail(Crash crash, Place place = kHere)
+void Fail(Crash crash, Where where = kHere)
 {
     using namespace krobase::threads;
     const auto fail = [crash] {
-        Tell("failing on", true);
+        Print("failing on", true);
         crash();
     };
-    if (place == kHere)
+    if (where == kHere)
         fail();
-    else if (place == kOnThread)
+    else if (where == kOnThread)
         std::thread([=] {
             U_RegisterRenderThread();
             fail();
@@ -53,14 +52,14 @@ void Fail(Crash crash, Place place = kHere)
         CreateAsyncThreadedExecutor("fails", 1, kThreadPriorityNormal, {}, {})->Post(fail, 0);
 }
 
-// The rest of a line that begins so.
+// The rest of the first line that begins with the text.
 std::string Rest(const Death& death, const std::string& beginning)
 {
     const std::string line = death.Line(beginning);
     return line.empty() ? "none" : line.substr(beginning.size());
 }
 
-// Behind the end of a file that is mapped.
+// Reads after the end of a mapped file.
 __attribute__((noinline, no_sanitize_address, no_sanitize_thread)) void ReadBeyondFile()
 {
     std::FILE* const empty = std::tmpfile();
@@ -73,7 +72,7 @@ struct CrashRow
 {
     const char* what;
     Crash crash;
-    Place place;
+    Where where;
     int signal;
 };
 
@@ -97,13 +96,13 @@ const CrashRow kCrashes[] = {
 
 Crash sSecond = nullptr;
 
-void TellAndFail(void* refcon)
+void PrintAndFail(void* refcon)
 {
-    TellOfCall(refcon);
+    PrintCall(refcon);
     sSecond();
 }
 
-// What a handler does wrong, and where that leads.
+// A failure within the handler, and the end of the process.
 struct HandlerRow
 {
     const char* what;
@@ -115,7 +114,7 @@ struct HandlerRow
 
 const Crash kThrowANumber = [] { throw 5; };
 const Crash kSetAnotherAndTerminate = [] {
-    SetGlobal(&TellOfCall);
+    SetGlobal(&PrintCall);
     std::terminate();
 };
 
@@ -136,36 +135,15 @@ const HandlerRow kHandlers[] = {
     {"gives an invalid parameter", &GiveInvalidParameter, &WriteToNull, SIGABRT, 1},
 };
 
-// A birth that leaves its handlers.
-void FailToBeBorn()
-{
-    platform::SetHeapFailure([](unsigned long long size) { return size != 0; });
-    U_Birth("Test Host", nullptr);
-    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
-}
-
 void WaitForAll(std::atomic<int>& count, int all)
 {
     ++count;
     while (count < all)
         std::this_thread::yield();
 }
-
-sigjmp_buf sBack;
-
-// Where the crash lies deeper or less deep in the stack than the one before.
-__attribute__((noinline)) int FailAtDepth(Crash crash, int depth)
-{
-    volatile char frame[64] = {};
-    if (depth == 0)
-        crash();
-    else
-        frame[depth % 64] = static_cast<char>(FailAtDepth(crash, depth - 1));
-    return frame[0];
-}
 } // namespace
 
-TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
+TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
 {
     enum
     {
@@ -181,20 +159,20 @@ TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
             const Death death = RunToDeath([&] {
                 Birth();
                 if (registered != kNone)
-                    SetGlobal(&TellOfCall, "handler on");
+                    SetGlobal(&PrintCall, "handler on");
                 if (registered != kLocal)
-                    Fail(row.crash, row.place);
+                    Fail(row.crash, row.where);
                 static const Crash sCrash = row.crash;
-                SetGlobal(&TellOfCall, "wrong handler");
+                SetGlobal(&PrintCall, "wrong handler");
                 Fail(
                     [] {
                         U_SetLocalUnhandledExceptionOrHardwareErrorHandler(
-                            &TellOfCall, const_cast<char*>("handler on"));
+                            &PrintCall, const_cast<char*>("handler on"));
                         sCrash();
                     },
-                    row.place);
+                    row.where);
             });
-            SCOPED_TRACE(death.told);
+            SCOPED_TRACE(death.output);
             EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
             EXPECT_EQ(death.Count("handler on"), registered == kNone ? 0 : 1);
             EXPECT_EQ(death.Count("wrong"), 0);
@@ -202,12 +180,12 @@ TEST(Crashes, MakesTheLastCallOnceAndEndsInTheSystemsWay)
             if (registered == kNone)
                 continue;
             EXPECT_EQ(Rest(death, "handler on"), Rest(death, "failing on"));
-            EXPECT_LT(death.told.find("handler on"), death.told.find(kLastLine));
+            EXPECT_LT(death.output.find("handler on"), death.output.find(kLastLine));
         }
     }
 }
 
-TEST(Crashes, EndsWhateverItsHandlerDoes)
+TEST(Crashes, EndTheProcessWhateverTheHandlerDoes)
 {
     for (const HandlerRow& row : kHandlers)
     {
@@ -215,42 +193,42 @@ TEST(Crashes, EndsWhateverItsHandlerDoes)
         const Death death = RunToDeath([&] {
             Birth();
             sSecond = row.second;
-            SetGlobal(&TellAndFail);
+            SetGlobal(&PrintAndFail);
             Fail(row.first);
         });
-        SCOPED_TRACE(death.told);
+        SCOPED_TRACE(death.output);
         EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
         EXPECT_EQ(death.Count("handler on"), 1);
         EXPECT_EQ(death.Count(kLastLine), row.lastLines);
     }
 }
 
-TEST(Crashes, AHandlerThatNeverReturnsHoldsUpNobodyElse)
+TEST(Crashes, AHandlerThatNeverReturnsBlocksNoOtherThread)
 {
     for (Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
     {
         const Death death = RunToDeath(
             [&] {
-                static std::atomic<bool> sStands(false);
+                static std::atomic<bool> sIsInside(false);
                 Birth();
                 SetGlobal([](void* refcon) {
-                    TellOfCall(refcon);
-                    sStands = true;
+                    PrintCall(refcon);
+                    sIsInside = true;
                     for (;;)
                         pause();
                 });
                 std::thread(crash).detach();
-                while (!sStands)
+                while (!sIsInside)
                     std::this_thread::yield();
-                SetGlobal(&TellOfCall);
+                SetGlobal(&PrintCall);
                 U_RegisterRenderThread();
                 U_DeregisterRenderThread();
-                Tell("the others go on");
+                Print("the others go on");
                 for (;;)
                     pause();
             },
             "the others go on");
-        SCOPED_TRACE(death.told);
+        SCOPED_TRACE(death.output);
         EXPECT_TRUE(death.BySignal(SIGKILL)) << death.status;
         EXPECT_EQ(death.Count("handler on"), 1);
         EXPECT_EQ(death.Count("the others go on"), 1);
@@ -268,8 +246,9 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
             static std::atomic<int> sInside(0);
             Birth();
             SetGlobal([](void* refcon) {
-                TellOfCall(refcon);
-                WaitForAll(sInside, 2); // neither waits for the other's end
+                PrintCall(refcon);
+                WaitForAll(sInside,
+                           2); // the call of one thread does not wait for the other to return
             });
             auto fail = [crash] {
                 WaitForAll(sReady, 2);
@@ -279,7 +258,7 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
             fail();
             other.join();
         });
-        SCOPED_TRACE(death.told);
+        SCOPED_TRACE(death.output);
         EXPECT_TRUE(death.BySignal(signal)) << death.status;
         EXPECT_EQ(death.Count("handler on"), 2);
         const std::string first = Rest(death, "handler on");
@@ -288,165 +267,24 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
     }
 }
 
-TEST(Crashes, AHandlerThatJumpsOutIsCalledForTheNextFailureAndNotForItsOwn)
-{
-    const Crash kCallNowhere = [] { reinterpret_cast<void (*)()>(0x1234)(); };
-    // A stack that ends at an address without code does not show that the handler runs: one
-    // more call is made.
-    for (const auto& [crash, second, calls] :
-         {std::tuple<Crash, Crash, int>(&WriteToNull, &Terminate, 5),
-          {&OverflowStack, &Terminate, 5},
-          {&Terminate, &Terminate, 5},
-          {&Terminate, &WriteToNull, 5},
-          {&DivideByZero, &DivideByZero, 5},
-          {kCallNowhere, &Terminate, 5},
-          {&Terminate, kCallNowhere, 6}})
-    {
-        const Death death = RunToDeath([crash = crash, second = second] {
-            static volatile int sRound = 0;
-            sSecond = second;
-            Birth();
-            SetGlobal([](void* refcon) {
-                TellOfCall(refcon);
-                if (sRound == 4)
-                    sSecond();
-                siglongjmp(sBack, 1);
-            });
-            for (; sRound < 5; sRound = sRound + 1)
-            {
-                const int depths[] = {200, 3, 3, 400, 3};
-                if (sigsetjmp(sBack, 1) == 0)
-                    FailAtDepth(crash, depths[sRound]);
-            }
-        });
-        SCOPED_TRACE(death.told);
-        EXPECT_TRUE(WIFSIGNALED(death.status)) << death.status;
-        EXPECT_EQ(death.Count("handler on"), calls);
-    }
-}
-
 TEST(Crashes, ALogSinkThatFailsAfterTheCallGetsNoSecondLine)
 {
     const Death death = RunToDeath([] {
         Birth();
-        SetGlobal(&TellOfCall);
+        SetGlobal(&PrintCall);
         platform::SetLogSink([](int, const char*, const char* tag, const char*) {
-            Tell(tag);
+            Print(tag);
             std::terminate();
         });
         std::terminate();
     });
-    SCOPED_TRACE(death.told);
+    SCOPED_TRACE(death.output);
     EXPECT_TRUE(death.BySignal(SIGABRT)) << death.status;
     EXPECT_EQ(death.Count("HANDLER"), 1);
     EXPECT_EQ(death.Count("handler on"), 2) << "the failure of the sink is one more";
 }
 
-TEST(Crashes, SoMayWhoStoodBeforeBirth)
-{
-    const Death death = RunToDeath([] {
-        std::set_terminate([] { siglongjmp(sBack, 1); });
-        Birth();
-        SetGlobal([](void*) { Tell("saved"); });
-        for (volatile int round = 0; round < 3; ++round)
-        {
-            if (sigsetjmp(sBack, 1) == 0)
-                std::terminate();
-        }
-        std::_Exit(7);
-    });
-    EXPECT_TRUE(death.WithCode(7)) << death.told;
-    EXPECT_EQ(death.Count("saved"), 3);
-}
-
-TEST(Crashes, GoesOnToWhoHandledItBeforeBirth)
-{
-    static std::terminate_handler sFoundTerminate;
-    static win32::InvalidParameterHandler sFoundInvalidParameter;
-    for (Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
-    {
-        for (const bool afterDeath : {false, true})
-        {
-            const Death death = RunToDeath([&] {
-                std::signal(SIGSEGV, [](int) { std::_Exit(9); });
-                std::set_terminate([] { std::_Exit(9); });
-                win32::_set_invalid_parameter_handler(
-                    [](auto* expression, auto* function, auto* file, auto line, auto reserved) {
-                        const bool isWhole = expression[0] == 't' && function[0] == 'e' &&
-                                             file[0] == 'x' && line == 17 && reserved == 42;
-                        std::_Exit(isWhole ? 9 : 8);
-                    });
-                FailToBeBorn();
-                // The host's that come now pass on to what the birth has left.
-                sFoundTerminate = std::set_terminate([] {
-                    Tell("host's");
-                    sFoundTerminate();
-                });
-                sFoundInvalidParameter =
-                    win32::_set_invalid_parameter_handler([](auto... parameters) {
-                        Tell("host's");
-                        sFoundInvalidParameter(parameters...);
-                    });
-                Birth();
-                SetGlobal([](void* refcon) {
-                    // Gone when it returns, and no reason to call once more.
-                    const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler own(&TellOfCall,
-                                                                                        refcon);
-                    TellOfCall(refcon);
-                });
-                if (afterDeath)
-                    U_Death();
-                Fail(crash);
-            });
-            SCOPED_TRACE(death.told);
-            EXPECT_TRUE(death.WithCode(9)) << death.status;
-            EXPECT_EQ(death.Count("host's"), crash != &WriteToNull);
-            EXPECT_EQ(death.Count("handler on"), !afterDeath);
-            EXPECT_EQ(death.Count(kLastLine), !afterDeath);
-        }
-    }
-}
-
-TEST(Crashes, EachLifeMakesItsCallAndGoesOnToWhoStoodBefore)
-{
-    const Death thrown = RunToDeath([] {
-        win32::_set_invalid_parameter_handler([](auto...) {
-            Tell("host's");
-            throw 1;
-        });
-        for (int life = 0; life < 2; ++life)
-        {
-            Birth();
-            SetGlobal(&TellOfCall);
-            EXPECT_THROW(GiveInvalidParameter(), int);
-            U_Death();
-        }
-        std::_Exit(7);
-    });
-    EXPECT_TRUE(thrown.WithCode(7)) << thrown.told;
-    EXPECT_EQ(thrown.Count("handler on"), 2);
-    EXPECT_EQ(thrown.Count("host's"), 2);
-
-    for (const bool afterDeath : {false, true})
-    {
-        const Death death = RunToDeath([&] {
-            std::set_terminate([] { std::_Exit(9); });
-            Birth();
-            SetGlobal(&TellOfCall);
-            const std::terminate_handler found = std::set_terminate([] {});
-            U_Death();
-            std::set_terminate(found); // the library's, between two lives
-            Birth();
-            if (afterDeath)
-                U_Death();
-            Fail(&Terminate);
-        });
-        EXPECT_TRUE(death.WithCode(9)) << death.told;
-        EXPECT_EQ(death.Count("handler on"), !afterDeath);
-    }
-}
-
-TEST(Crashes, AnInvalidParameterIsLoggedBehindTheCall)
+TEST(Crashes, AnInvalidParameterIsLoggedAfterTheCall)
 {
     const Death death = RunToDeath([] {
         Birth();
@@ -455,11 +293,11 @@ TEST(Crashes, AnInvalidParameterIsLoggedBehindTheCall)
     const std::string tag = "[0] U QX_invalid_parameter_handler: ";
     EXPECT_EQ(Rest(death, tag),
               "Intentionally passing an invalid param to the runtime to get a crashlog.");
-    EXPECT_EQ(death.Count(tag), 1); // what nobody should see isn't seen
-    EXPECT_LT(death.told.find(kLastLine), death.told.find(tag));
+    EXPECT_EQ(death.Count(tag), 1); // the line after the abort is never reached
+    EXPECT_LT(death.output.find(kLastLine), death.output.find(tag));
 }
 
-TEST(Crashes, IsToldToTelemetryFirst)
+TEST(Crashes, AHardwareExceptionIsATelemetryEventBeforeTheCall)
 {
     struct Provider : U::telemetry::U_TelemetryProvider
     {
@@ -473,7 +311,7 @@ TEST(Crashes, IsToldToTelemetryFirst)
             std::string line = std::string("event ") + category + " " + event + " ";
             while (*text)
                 line += static_cast<char>(*text++);
-            Tell((line + (guid == krobase::utility::Guid() ? " zero" : " other")).c_str());
+            Print((line + (guid == krobase::utility::Guid() ? " zero" : " other")).c_str());
             throw std::runtime_error("from the provider");
         }
         void LogEventWithCount(Text, Text, Text, int, krobase::utility::Guid) override {}
@@ -493,16 +331,16 @@ TEST(Crashes, IsToldToTelemetryFirst)
             static Provider sProvider;
             Birth();
             U::telemetry::RegisterTelemetryProvider(&sProvider);
-            SetGlobal(&TellOfCall);
+            SetGlobal(&PrintCall);
             Fail(crash);
         });
-        SCOPED_TRACE(death.told);
+        SCOPED_TRACE(death.output);
         EXPECT_TRUE(death.BySignal(events ? SIGSEGV : SIGABRT)) << death.status;
         EXPECT_EQ(death.Count("event Stage CrashHandler InvokingCrashHandler zero\n"), events);
         EXPECT_EQ(death.Count("handler on"), 1);
         if (events)
         {
-            EXPECT_LT(death.told.find("event"), death.told.find("handler on"));
+            EXPECT_LT(death.output.find("event"), death.output.find("handler on"));
         }
     }
 }

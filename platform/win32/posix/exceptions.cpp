@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <csetjmp>
 #include <csignal>
-#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -16,9 +15,8 @@
 #include <ucontext.h>
 #include <unistd.h>
 
+#include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
-
-#include "signal_stack.h"
 
 namespace win32
 {
@@ -26,39 +24,36 @@ namespace
 {
 std::atomic<TopLevelExceptionFilter> sFilter(nullptr);
 
-// A signal that stands for hardware exceptions, with the actions of others: of those
-// who were there first, and of those who have come since and call the handler below in
-// their turn.
+typedef void (*Handler)(int number, siginfo_t* info, void* context);
+
+template <std::size_t level> void OnSignal(int number, siginfo_t* info, void* context);
+
+// A signal that stands for hardware exceptions.
 struct Signal
 {
-    struct sigaction mBefore; // what comes next when the handler below is in place
-    struct sigaction mBelow;  // what comes next for whoever stands in its place and calls it
+    explicit constexpr Signal(int number) : mNumber(number) {}
+
     int mNumber;
-    std::atomic<bool>
-        mIsCovered; // somebody else has stood in its place when it was to be taken down
+    platform::StackedHandler<Handler> mHandlers{&OnSignal<0>, &OnSignal<1>, &OnSignal<2>,
+                                                &OnSignal<3>};
+    // The actions that these have replaced. Each is written while its handler is not in use.
+    struct sigaction mReplaced[platform::StackedHandler<Handler>::kLevels] =
+    {
+    };
 };
 
-// Written under the lock, the actions only while the handler isn't in place: that reads
-// them without. The lock is never destroyed.
-boost::mutex& sLock = *new boost::mutex;
-Signal sSignals[] = {
-    {{}, {}, SIGSEGV, false},
-    {{}, {}, SIGBUS, false},
-    {{}, {}, SIGFPE, false},
-    {{}, {}, SIGILL, false},
+boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
+Signal sSignals[] = {Signal(SIGSEGV), Signal(SIGBUS), Signal(SIGFPE), Signal(SIGILL)};
+
+// One call of CallUntilException, with the signals that were sent meanwhile.
+struct Escape
+{
+    sigjmp_buf mExit;
+    siginfo_t mSent[std::size(sSignals)]; // one for each of the signals; si_signo 0: none
 };
 
-// How the thread has last called whoever comes next: with which context, from which frame
-// of the handler below, for a failure at which address, and whether that comes again.
-PLATFORM_THREAD_LOCAL const void* tContext = nullptr;
-PLATFORM_THREAD_LOCAL const void* tFrame = nullptr;
-PLATFORM_THREAD_LOCAL const void* tAddress = nullptr;
-PLATFORM_THREAD_LOCAL bool tComesBack = false;
-
-// The place to which an exception jumps out of CallUntilException; null outside of it.
-PLATFORM_THREAD_LOCAL sigjmp_buf* tEscape = nullptr;
-
-void OnSignal(int number, siginfo_t* info, void* context);
+// The innermost call on the thread; null outside.
+PLATFORM_THREAD_LOCAL Escape* tEscape = nullptr;
 
 struct sigaction CurrentAction(const Signal& signal)
 {
@@ -67,14 +62,19 @@ struct sigaction CurrentAction(const Signal& signal)
     return current;
 }
 
-bool IsOurs(const struct sigaction& action)
+sigset_t AllSignals()
 {
-    return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == &OnSignal;
+    sigset_t all;
+    sigemptyset(&all);
+    for (const Signal& signal : sSignals)
+        sigaddset(&all, signal.mNumber);
+    return all;
 }
 
-bool Is(const struct sigaction& action, void (*handler)(int))
+// In an action, a handler of any type has the same location.
+bool IsInstalled(const Signal& signal, std::size_t level)
 {
-    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
+    return CurrentAction(signal).sa_sigaction == signal.mHandlers.Level(level);
 }
 
 bool IsSent(const siginfo_t& info)
@@ -82,26 +82,11 @@ bool IsSent(const siginfo_t& info)
     return info.si_code <= 0;
 }
 
-// Whether whoever is called by the handler below passes the exception on to it. If he has
-// jumped out instead, a new one may have the same context, but comes from no frame further
-// in.
-bool IsPassedBack(const siginfo_t& info, const void* context, const void* frame)
-{
-    const bool comesBack = std::exchange(tComesBack, false) && info.si_addr == tAddress;
-    return comesBack || (context == tContext && std::less<const void*>()(frame, tFrame));
-}
-
-void ExpectAgain(const siginfo_t& info, bool comesBack)
-{
-    tAddress = info.si_addr;
-    tComesBack = comesBack;
-}
-
 // The system's own actions need the exception once more. So does an action for one time
-// only: the system is who takes it down.
+// only: the system removes it.
 bool NeedsItOnceMore(const struct sigaction& action)
 {
-    return Is(action, SIG_DFL) || Is(action, SIG_IGN) ||
+    return action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN ||
            (action.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
 }
 
@@ -124,141 +109,125 @@ void BlockFor(const struct sigaction& action, int number, const void* context)
     pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-// Says of the handler below, if it is in place, that it was there before somebody was called,
-// in a flag that does nothing, since the handler blocks its signal in any case. Returns
-// whether it said so.
-bool Mark(int number, bool on)
-{
-    struct sigaction action = {};
-    sigaction(number, nullptr, &action);
-    if (!IsOurs(action))
-        return true; // nobody has put it back
-    const bool was = (action.sa_flags & SA_NODEFER) != 0;
-    action.sa_flags = on ? action.sa_flags | SA_NODEFER : action.sa_flags & ~SA_NODEFER;
-    sigaction(number, &action, nullptr);
-    return was;
-}
-
-// Who has covered the handler below in an earlier life, and stands before it now, may put it
-// back, as he has found it, and return: his way to pass the exception on.
-void CallBefore(const Signal& signal, siginfo_t* info, void* context)
-{
-    if (signal.mIsCovered)
-        Mark(signal.mNumber, true);
-    BlockFor(signal.mBefore, signal.mNumber, context);
-    Call(signal.mBefore, signal.mNumber, info, context);
-    ExpectAgain(*info, signal.mIsCovered && !Mark(signal.mNumber, false));
-}
-
 // An instruction that failed does so again on return. A signal that was sent is sent once
 // more.
-void Repeat(int number, siginfo_t* info)
+void Repeat(int number, const siginfo_t& info)
 {
-    if (IsSent(*info) &&
-        syscall(SYS_rt_tgsigqueueinfo, getpid(), syscall(SYS_gettid), number, info) != 0)
+    if (IsSent(info) &&
+        syscall(SYS_rt_tgsigqueueinfo, getpid(), syscall(SYS_gettid), number, &info) != 0)
         std::raise(number);
 }
 
-// All four are blocked while the filter runs, so a second exception of its own ends the
-// process at once. A handler that stood before it is called from here, and this stays in
-// place: he may deal with the exception, and later ones need the filter, too.
-void OnSignal(int number, siginfo_t* info, void* context)
+// Within CallUntilException. A signal that was sent waits until that has returned: the
+// filter, which may have made the call, is not entered a second time.
+void LeaveOrKeep(Escape& escape, std::size_t index, const siginfo_t& info)
 {
-    if (tEscape)
-        siglongjmp(*tEscape, 1);
-    const int errorBefore = errno;
-    const Signal& signal =
-        *std::find_if(std::begin(sSignals), std::end(sSignals),
-                      [number](const Signal& candidate) { return candidate.mNumber == number; });
-    const void* const frame = __builtin_frame_address(0);
-    const bool isInPlace = IsOurs(CurrentAction(signal));
-    const bool isPassedBack = IsPassedBack(*info, context, frame);
-    const bool isFirst = isInPlace && !isPassedBack;
-    const struct sigaction& next = isFirst ? signal.mBefore : signal.mBelow;
-    if (IsSent(*info) && Is(next, SIG_IGN))
+    if (!IsSent(info))
+        siglongjmp(escape.mExit, 1);
+    escape.mSent[index] = info;
+}
+
+// The replaced action is called from here, while this handler stays installed: the action may
+// deal with the exception, and later exceptions need the filter, too. All signals of the table
+// are blocked while the filter runs, so a second exception of its own ends the process at once.
+void Handle(const Signal& signal, std::size_t level, siginfo_t* info, void* context)
+{
+    const int number = signal.mNumber;
+    const struct sigaction& next = signal.mReplaced[level];
+    if (IsSent(*info) && next.sa_handler == SIG_IGN)
         return; // it would have done nothing without the filter
 
+    // If not, a handler that was installed over this one has called it.
+    const bool isInstalled = IsInstalled(signal, level);
     const TopLevelExceptionFilter filter = sFilter;
-    if (filter && !isPassedBack)
+    if (filter && signal.mHandlers.IsLatest(level))
+    {
+        const int errorBefore = errno;
         filter(nullptr);
-    errno = errorBefore;
+        errno = errorBefore;
+    }
     if (NeedsItOnceMore(next))
     {
-        // What somebody has put in the place of this handler meanwhile stays.
-        if (!isInPlace || IsOurs(CurrentAction(signal)))
+        // An action that was installed while the filter ran is kept.
+        if (!isInstalled || IsInstalled(signal, level))
             sigaction(number, &next, nullptr);
-        ExpectAgain(*info, isFirst && signal.mIsCovered);
-        Repeat(number, info);
+        Repeat(number, *info);
+        return;
     }
-    else if (isFirst)
-    {
-        tContext = context;
-        tFrame = frame;
-        CallBefore(signal, info, context);
-        tContext = nullptr;
-    }
+    if (isInstalled)
+        BlockFor(next, number, context);
+    Call(next, number, info, context);
+}
+
+template <std::size_t level> void OnSignal(int number, siginfo_t* info, void* context)
+{
+    const int errorBefore = errno;
+    const Signal* const signal =
+        std::find_if(std::begin(sSignals), std::end(sSignals),
+                     [number](const Signal& candidate) { return candidate.mNumber == number; });
+    if (tEscape)
+        LeaveOrKeep(*tEscape, static_cast<std::size_t>(signal - sSignals), *info);
     else
-        Call(next, number, info, context);
+        Handle(*signal, level, info, context);
     errno = errorBefore;
 }
 
-// Leaves alone what somebody else has put there since. False if somebody has.
-bool RestoreAction(const Signal& signal)
+void InstallHandlers()
 {
-    if (!IsOurs(CurrentAction(signal)))
-        return false;
-    sigaction(signal.mNumber, &signal.mBefore, nullptr);
-    return true;
-}
-
-void InstallActions()
-{
-    struct sigaction action = {};
-    action.sa_sigaction = &OnSignal;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    sigemptyset(&action.sa_mask);
-    for (const Signal& signal : sSignals)
-        sigaddset(&action.sa_mask, signal.mNumber);
     for (Signal& signal : sSignals)
     {
         const struct sigaction current = CurrentAction(signal);
-        if (IsOurs(current)) // somebody has put it back
+        const std::size_t level = signal.mHandlers.Install(current.sa_sigaction);
+        if (level == signal.mHandlers.kNone || IsInstalled(signal, level))
             continue;
-        // Who has covered the handler calls it in his turn, in every later life, and
-        // mustn't be called by it then.
-        if (!signal.mIsCovered)
-            signal.mBelow = current;
-        signal.mBefore = current;
-        sigaction(signal.mNumber, &action, nullptr);
+        signal.mReplaced[level] = current;
+        struct sigaction ours = {};
+        ours.sa_sigaction = signal.mHandlers.Level(level);
+        ours.sa_flags = SA_SIGINFO | SA_ONSTACK;
+        ours.sa_mask = AllSignals();
+        sigaction(signal.mNumber, &ours, nullptr);
     }
 }
 
-void TakeActionsDown()
+// An action that was installed over ours is kept.
+void RemoveHandlers()
 {
     for (Signal& signal : sSignals)
-        signal.mIsCovered = !RestoreAction(signal) || signal.mIsCovered;
+    {
+        const std::size_t level = signal.mHandlers.Remove(CurrentAction(signal).sa_sigaction);
+        if (IsInstalled(signal, level))
+            sigaction(signal.mNumber, &signal.mReplaced[level], nullptr);
+    }
+}
+
+// Not inline: no variable of the caller may change between sigsetjmp and the jump.
+// The signals are unblocked, since the filter, which blocks them, may be the caller.
+__attribute__((noinline)) bool CallUntilJump(Escape& escape, void (*function)(void*), void* data)
+{
+    if (sigsetjmp(escape.mExit, 0) != 0)
+        return false;
+    const sigset_t all = AllSignals();
+    pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+    function(data);
+    return true;
 }
 } // namespace
 
-// The four signals are let through, since the caller may be the filter, which blocks them.
 bool CallUntilException(void (*function)(void* data), void* data)
 {
-    sigset_t let;
-    sigemptyset(&let);
-    for (const Signal& signal : sSignals)
-        sigaddset(&let, signal.mNumber);
+    Escape escape = {};
     sigset_t before;
-    pthread_sigmask(SIG_UNBLOCK, &let, &before);
-    sigjmp_buf escape;
-    sigjmp_buf* volatile outer = tEscape;
-    const bool completes = sigsetjmp(escape, 0) == 0;
-    if (completes)
-    {
-        tEscape = &escape;
-        function(data);
-    }
-    tEscape = outer;
+    pthread_sigmask(SIG_BLOCK, nullptr, &before);
+    Escape* const outer = std::exchange(tEscape, &escape);
+    const bool completes = CallUntilJump(escape, function, data);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    tEscape = outer;
+    std::atomic_signal_fence(std::memory_order_seq_cst); // no signal is kept after this
+    for (const siginfo_t& info : escape.mSent)
+    {
+        if (info.si_signo != 0)
+            Repeat(info.si_signo, info);
+    }
     return completes;
 }
 
@@ -267,18 +236,9 @@ TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filt
     boost::lock_guard<boost::mutex> lock(sLock);
     const TopLevelExceptionFilter before = sFilter.exchange(filter);
     if (filter && !before)
-        InstallActions();
+        InstallHandlers();
     if (!filter && before)
-        TakeActionsDown();
+        RemoveHandlers();
     return before;
-}
-
-int SetThreadStackGuarantee(unsigned int* size)
-{
-    std::size_t before = 0;
-    if (!size || *size > kLargestStackGuarantee || !ProvideSignalStack(&before))
-        return 0;
-    *size = static_cast<unsigned int>(before);
-    return 1;
 }
 } // namespace win32

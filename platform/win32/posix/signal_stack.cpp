@@ -1,6 +1,7 @@
-#include "signal_stack.h"
+#include <win32/exceptions.h>
 
 #include <csignal>
+#include <cstdint>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,6 +12,11 @@ namespace win32
 {
 namespace
 {
+bool IsNone(const stack_t& stack)
+{
+    return (stack.ss_flags & SS_DISABLE) != 0;
+}
+
 // A page that nobody may touch stands below, so that what overflows this stack too
 // ends there.
 class SignalStack
@@ -60,7 +66,7 @@ private:
     // and none is what there is again at the end.
     bool PutBack(const stack_t& current)
     {
-        if ((current.ss_flags & SS_DISABLE) == 0)
+        if (!IsNone(current))
             return true;
         if (!Use(mStart))
             return false;
@@ -74,15 +80,28 @@ private:
 };
 } // namespace
 
-bool ProvideSignalStack(std::size_t* before)
+int SetThreadStackGuarantee(unsigned int* size)
 {
     stack_t current = {};
-    if (sigaltstack(nullptr, &current) != 0)
+    if (!size || *size > kLargestStackGuarantee || sigaltstack(nullptr, &current) != 0)
+        return 0;
+    const std::size_t before = IsNone(current) ? 0 : current.ss_size;
+    if (before < kLargestStackGuarantee)
+    {
+        SignalStack* const stack = platform::PerThread<SignalStack>::Make();
+        if (!stack || !stack->Install(current))
+            return 0;
+    }
+    *size = static_cast<unsigned int>(before);
+    return 1;
+}
+
+bool IsOnFilterStack(const void* address)
+{
+    stack_t current = {};
+    if (sigaltstack(nullptr, &current) != 0 || IsNone(current))
         return false;
-    *before = current.ss_flags & SS_DISABLE ? 0 : current.ss_size;
-    if (*before >= kLargestStackGuarantee)
-        return true;
-    SignalStack* const stack = platform::PerThread<SignalStack>::Make();
-    return stack && stack->Install(current);
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(current.ss_sp);
+    return reinterpret_cast<std::uintptr_t>(address) - start < current.ss_size;
 }
 } // namespace win32

@@ -1,0 +1,159 @@
+// The handlers of the C runtime: of invalid parameters, and of an operator new that fails.
+// The standard library's new handler gets no size, so this file defines the forms of operator
+// new that know the size. The standard library's other forms call these.
+
+#include <win32/runtime.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <platform/base/quiet_new.h>
+#include <platform/base/stacked_handler.h>
+#include <platform/base/thread_local.h>
+
+namespace win32
+{
+namespace
+{
+const int kMostCalls = 10000; // for one block: a handler may promise more than it can do
+
+std::atomic<InvalidParameterHandler> sInvalidParameterHandler(nullptr);
+std::atomic<NewHandler> sNewHandler(nullptr);
+
+template <std::size_t level> void CallNewHandler();
+
+boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
+platform::StackedHandler<std::new_handler> sStandard(&CallNewHandler<0>, &CallNewHandler<1>,
+                                                     &CallNewHandler<2>, &CallNewHandler<3>);
+
+PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // that the thread's operator new has failed on
+PLATFORM_THREAD_LOCAL int tQuiet = 0;        // how many of the thread's stretches keep silent
+
+// Returns whether operator new is to try again.
+bool HasHelped(std::size_t level, std::size_t size)
+{
+    if (tQuiet)
+        return false;
+    if (const NewHandler handler = sNewHandler)
+        return handler(size) != 0;
+    const std::new_handler next = sStandard.Replaced(level);
+    if (next)
+        next();
+    return next != nullptr;
+}
+
+// Installed as the standard library's new handler.
+template <std::size_t level> void CallNewHandler()
+{
+    const std::size_t size = tSize;
+    tSize = 0;
+    try
+    {
+        if (HasHelped(level, size))
+            return;
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        // Callers of operator new expect no other exception.
+    }
+    throw platform::BadAllocation();
+}
+
+template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allocate)
+{
+    for (int calls = 0; calls < kMostCalls;)
+    {
+        if (void* block = allocate())
+            return block;
+        const std::new_handler handler = std::get_new_handler();
+        if (!handler)
+            break;
+        calls += sStandard.IsLevel(handler);
+        tSize = size;
+        handler();
+    }
+    throw platform::BadAllocation();
+}
+
+void Install()
+{
+    const std::size_t level = sStandard.Install(std::get_new_handler());
+    if (level != sStandard.kNone)
+        std::set_new_handler(sStandard.Level(level));
+}
+
+// A handler that was installed over ours is kept.
+void Remove()
+{
+    const std::new_handler current = std::get_new_handler();
+    const std::size_t level = sStandard.Remove(current);
+    if (current == sStandard.Level(level))
+        std::set_new_handler(sStandard.Replaced(level));
+}
+} // namespace
+
+NewHandler _set_new_handler(NewHandler handler)
+{
+    boost::lock_guard<boost::mutex> lock(sLock);
+    const NewHandler before = sNewHandler.exchange(handler);
+    if (handler && !before)
+        Install();
+    else if (!handler && before)
+        Remove();
+    return before;
+}
+
+InvalidParameterHandler _set_invalid_parameter_handler(InvalidParameterHandler handler)
+{
+    return sInvalidParameterHandler.exchange(handler);
+}
+
+InvalidParameterHandler _get_invalid_parameter_handler()
+{
+    return sInvalidParameterHandler;
+}
+
+void _invalid_parameter(const unsigned short* expression, const unsigned short* function,
+                        const unsigned short* file, unsigned int line, std::uintptr_t reserved)
+{
+    const InvalidParameterHandler handler = sInvalidParameterHandler;
+    if (!handler)
+        std::abort();
+    handler(expression, function, file, line, reserved);
+}
+} // namespace win32
+
+namespace platform
+{
+ScQuietNew::ScQuietNew()
+{
+    ++win32::tQuiet;
+}
+
+ScQuietNew::~ScQuietNew()
+{
+    --win32::tQuiet;
+}
+} // namespace platform
+
+PLATFORM_EXPORT void* operator new(std::size_t size)
+{
+    return win32::AllocateOrHandle(size, [size] { return std::malloc(size ? size : 1); });
+}
+
+PLATFORM_EXPORT void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    // The size must be a multiple of the alignment.
+    const std::size_t unit = static_cast<std::size_t>(alignment);
+    const std::size_t whole = size ? (size + unit - 1) / unit * unit : unit;
+    return win32::AllocateOrHandle(
+        size, [=] { return whole < size ? nullptr : std::aligned_alloc(unit, whole); });
+}
