@@ -79,6 +79,7 @@
 
 #include "U_Types.h"
 
+// Gets the refcon with which it was set.
 typedef void (*U_FatalHandler)(void* refcon);
 
 // The handler of the process; null for none. Either out-parameter may be null.

@@ -1,4 +1,4 @@
-// The ways on which the process dies, and the out-of-memory handler.
+// The handlers of failures that end the process, and the handler of a failed operator new.
 
 #include "indep/crash/Fatal.h"
 
@@ -36,9 +36,9 @@ const U_u32 kOutOfMemoryText = 112; // index
 
 win32::NewHandler sPreviousNew = nullptr; // null if there was none or ours is not installed
 bool sNewIsInstalled = false;
-char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
+char sOutOfMemoryText[U_ReportTextSize]; // a format, in the words in force at the installation
 
-// A new that fails while a failed new is reported isn't reported.
+// A failed operator new is not reported while the thread reports another one.
 PLATFORM_THREAD_LOCAL bool tReportsMemory = false;
 
 int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
@@ -49,10 +49,10 @@ int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
     }
     catch (...)
     {
-        // A provider that fails doesn't keep the host from its call.
+        // The handler is called also if the provider fails.
     }
     Up_CallHandler();
-    return 0; // the search for somebody who handles it goes on
+    return 0; // the search for a handler continues
 }
 
 void LogInvalidParameter(const char* text)
@@ -63,40 +63,33 @@ void LogInvalidParameter(const char* text)
 // The handlers of std::terminate and of invalid parameters. Only the latest installation of
 // either makes the last call, and only between birth and death.
 
-template <std::size_t level> void OnTerminate();
+void OnTerminate(std::size_t level);
+void OnInvalidParameter(std::size_t level, const unsigned short* expression,
+                        const unsigned short* function, const unsigned short* file,
+                        unsigned int line, std::uintptr_t reserved);
 
-platform::StackedHandler<std::terminate_handler> sTerminate(&OnTerminate<0>, &OnTerminate<1>,
-                                                            &OnTerminate<2>, &OnTerminate<3>);
-
-template <std::size_t level>
-void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
-                        const unsigned short* file, unsigned int line, std::uintptr_t reserved);
-
-platform::StackedHandler<win32::InvalidParameterHandler> sInvalidParameter(&OnInvalidParameter<0>,
-                                                                           &OnInvalidParameter<1>,
-                                                                           &OnInvalidParameter<2>,
-                                                                           &OnInvalidParameter<3>);
-
+platform::StackedHandler<&OnTerminate> sTerminate;
+platform::StackedHandler<&OnInvalidParameter> sInvalidParameter;
 std::atomic<bool> sIsInForce(false); // from birth to death
 
-template <std::size_t level> void OnTerminate()
+void OnTerminate(std::size_t level)
 {
     const std::terminate_handler next = sTerminate.Replaced(level);
-    if (sIsInForce && sTerminate.IsLatest(level))
+    if (sIsInForce && level == sTerminate.Latest())
         Up_CallHandler();
     if (next)
         next();
 }
 
-template <std::size_t level>
-void OnInvalidParameter(const unsigned short* expression, const unsigned short* function,
-                        const unsigned short* file, unsigned int line, std::uintptr_t reserved)
+void OnInvalidParameter(std::size_t level, const unsigned short* expression,
+                        const unsigned short* function, const unsigned short* file,
+                        unsigned int line, std::uintptr_t reserved)
 {
     const win32::InvalidParameterHandler next = sInvalidParameter.Replaced(level);
-    const bool isLast = sIsInForce && sInvalidParameter.IsLatest(level);
+    const bool isLast = sIsInForce && level == sInvalidParameter.Latest();
     if (isLast)
     {
-        const LastCall call; // walks the stack, which needs the filter
+        const LastCall call; // walks the stack: must precede the removal of the filter
         win32::_set_invalid_parameter_handler(nullptr);
         win32::SetUnhandledExceptionFilter(nullptr);
         call.Make();
@@ -110,14 +103,14 @@ void OnInvalidParameter(const unsigned short* expression, const unsigned short* 
     LogInvalidParameter("You should never see this.");
 }
 
-// In units of 1024 bytes, rounded up.
+// Returns the size in units of 1024 bytes, rounded up.
 int Kilobytes(std::size_t size)
 {
     const std::size_t kilobytes = size / 1024 + (size % 1024 != 0);
     return kilobytes < INT_MAX ? static_cast<int>(kilobytes) : INT_MAX;
 }
 
-// A format that is too long would be cut in a field, maybe.
+// A format that is too long could be cut within a field: the English one replaces it.
 void KeepOutOfMemoryText()
 {
     const char* const format = Up_FormatOf(kOutOfMemoryText);
@@ -129,7 +122,8 @@ void KeepOutOfMemoryText()
 void ReportMemory(std::size_t size)
 {
     const ScTrue reports(tReportsMemory);
-    char text[U_ReportTextSize]; // a report that is under way keeps the thread's own
+    // Not the thread's logging buffer: an unfinished report may use that.
+    char text[U_ReportTextSize];
     Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
     Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);
 }
@@ -143,8 +137,7 @@ int OnOutOfMemory(std::size_t size)
     }
     catch (...)
     {
-        // Whatever a callback or a presenter throws: the allocation fails as it would
-        // without.
+        // An exception of a callback or a presenter does not replace std::bad_alloc.
     }
     throw platform::BadAllocation();
 }
@@ -156,29 +149,19 @@ void Up_InstallCrashHandlers(bool install)
     sIsInForce = install;
     if (!install)
     {
-        const std::size_t level = sInvalidParameter.Remove(current);
-        win32::_set_invalid_parameter_handler(sInvalidParameter.Replaced(level));
+        win32::_set_invalid_parameter_handler(sInvalidParameter.Remove(current));
         win32::SetUnhandledExceptionFilter(nullptr);
         return;
     }
     win32::KeepStackForFilter();
     win32::SetUnhandledExceptionFilter(&OnUnhandledException);
-    const std::size_t level = sInvalidParameter.Install(current);
-    if (level != sInvalidParameter.kNone)
-        win32::_set_invalid_parameter_handler(sInvalidParameter.Level(level));
+    win32::_set_invalid_parameter_handler(sInvalidParameter.Install(current));
 }
 
 void Up_InstallTerminateHandler(bool install)
 {
     const std::terminate_handler current = std::get_terminate();
-    if (!install)
-    {
-        std::set_terminate(sTerminate.Replaced(sTerminate.Remove(current)));
-        return;
-    }
-    const std::size_t level = sTerminate.Install(current);
-    if (level != sTerminate.kNone)
-        std::set_terminate(sTerminate.Level(level));
+    std::set_terminate(install ? sTerminate.Install(current) : sTerminate.Remove(current));
 }
 
 void Up_InstallNewHandler(bool install)

@@ -1,4 +1,4 @@
-// Who gets the last call.
+// The host's handlers and the last call.
 
 #include "U_Fatal.h"
 
@@ -21,14 +21,14 @@ struct HardwareExceptionHandler
     void* mRefcon;
 };
 
-// Held only to read or write the handler. Neither is ever destroyed: threads may
-// fail until the process is gone.
+// The lock is held only to read or write the handler. Neither is ever destroyed: threads may
+// fail until the process has ended.
 boost::recursive_mutex& sGlobalLock = *new boost::recursive_mutex;
 HardwareExceptionHandler sGlobal = {nullptr, nullptr};
 
 PLATFORM_THREAD_LOCAL HardwareExceptionHandler tLocal = {nullptr, nullptr};
 
-// The calls of the handler and of the log. A failure in either makes no second call of it.
+// The calls of the handler and of the log. A failure within one of them does not repeat it.
 PLATFORM_THREAD_LOCAL LiveCall tHandlerCall = {};
 PLATFORM_THREAD_LOCAL LiveCall tLogCall = {};
 
@@ -53,7 +53,7 @@ void CallHandlerInForce()
     }
     catch (...)
     {
-        // The process dies of the failure that made the call.
+        // The failure that led to the call ends the process.
     }
 }
 
@@ -62,7 +62,7 @@ void LogReturn()
     LogSafely([] { WRIL_Log(0, "U", "HANDLER", "Returned from app registered handler"); });
 }
 
-void Give(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** refcon)
+void Copy(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** refcon)
 {
     if (func)
         *func = handler.mFunc;
@@ -97,7 +97,7 @@ void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler,
 
 void U_GetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon)
 {
-    Give(GlobalHandler(), handler, refcon);
+    Copy(GlobalHandler(), handler, refcon);
 }
 
 void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, void* refcon)
@@ -108,12 +108,12 @@ void U_SetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, 
 
 void U_GetLocalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon)
 {
-    Give(tLocal, handler, refcon);
+    Copy(tLocal, handler, refcon);
 }
 
 void U_GetUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* handler, void** refcon)
 {
-    Give(HandlerInForce(), handler, refcon);
+    Copy(HandlerInForce(), handler, refcon);
 }
 
 typedef U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler ScHandler;

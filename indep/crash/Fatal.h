@@ -19,16 +19,17 @@ private:
     bool mLogs;
 };
 
+// Makes the last call.
 void Up_CallHandler() noexcept;
 
-// Installs the handlers of hardware exceptions and of invalid parameters, or puts the
-// previous ones back.
+// Installs the handlers of hardware exceptions and of invalid parameters, or restores the
+// previous ones.
 void Up_InstallCrashHandlers(bool install);
 
-// The same for std::terminate.
+// Installs the handler of std::terminate, or restores the previous one.
 void Up_InstallTerminateHandler(bool install);
 
-// The same for an operator new that fails.
+// Installs the handler of a failed operator new, or restores the previous one.
 void Up_InstallNewHandler(bool install);
 
 #endif

@@ -17,10 +17,10 @@ struct LiveCall
     // Returns whether the calling thread is within the call. Walks the stack if the call has
     // not returned, which takes about 0.15 microseconds a frame.
     //
-    // A damaged stack, or a jump to an address without code, can end the walk before the
-    // frame of the call is reached or passed. Then the first answer is no, so that a failure
-    // after a jump is not lost, and the next answers are yes, so that a function that fails
-    // in this way does not call itself without end.
+    // A damaged stack, or a call of an address without code, can end the walk before the walk
+    // has reached the frame of the call or an older one. Then the first result is false, so
+    // that a failure after a jump is not lost. The next results are true, so that a function
+    // that fails in this way does not call itself without end.
     bool IsOnStack()
     {
         if (!mFrame)
@@ -40,7 +40,7 @@ struct LiveCall
     template <class Function> void Make(Function function)
     {
         Run(function);
-        // Also keeps the compiler from a jump to Run in the place of the call.
+        // This also prevents a tail call of Run.
         *this = {};
     }
 
@@ -71,8 +71,8 @@ private:
     }
 
     // Returns whether the frame is older than the call's. Each stack grows down, but either
-    // of the two may lie above the other. A filter interrupts the thread, so all frames of
-    // the thread's own stack are older.
+    // of the two stacks may lie above the other. A filter interrupts the thread, so all frames
+    // of the thread's own stack are older than the filter's.
     bool IsOlder(_Unwind_Word visited) const
     {
         if (!visited || mIsOnFilterStack == IsOnFilterStack(visited))

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <iterator>
 
 namespace platform
 {
@@ -14,70 +15,71 @@ namespace platform
 // Another handler that was installed over ours may call ours at any time, also after ours has been
 // removed and installed over that handler. If both installations were one function, the two
 // handlers would call each other without end. So each installation has a function of its own, a
-// level, which passes on to the handler that this level has replaced. No state of a thread is
-// needed, which a jump out of a handler would leave set.
+// level, which calls `run` with its number; `run` passes on to the handler that this level has
+// replaced. No state of a thread is needed, which a jump out of a handler would leave set.
 //
-// For a static variable. Handler is a pointer to a function. One thread at a time installs and
-// removes. Any thread may call the other functions, also in a signal handler.
-template <class Handler> class StackedHandler
+// For a static variable. One thread at a time installs and removes. Any thread may call the other
+// functions, also in a signal handler.
+template <auto run> class StackedHandler;
+
+template <class... Values, void (*run)(std::size_t level, Values...)> class StackedHandler<run>
 {
 public:
-    static const std::size_t kLevels = 4;
-    static const std::size_t kNone = kLevels;
+    typedef void (*Handler)(Values...);
 
-    constexpr StackedHandler(Handler first, Handler second, Handler third, Handler fourth)
-        : mLevels{first, second, third, fourth}
-    {
-    }
+    static constexpr std::size_t kLevels = 4;
 
-    // Returns the level to install over the current handler of the position, or the level that is
-    // installed there already. kNone if all levels are beneath other handlers, and stay there.
-    std::size_t Install(Handler current)
+    // Returns the handler to install instead of the current one of the position. That is the
+    // current one if it is a level, or if all levels are beneath other handlers.
+    Handler Install(Handler current)
     {
         std::size_t level = Find(current);
-        if (level == kNone)
+        if (level == kLevels && mCount == kLevels)
+            return current;
+        if (level == kLevels)
         {
-            if (mCount == kLevels)
-                return kNone;
             level = mCount;
             mReplaced[level] = current;
         }
         mCount = std::max(mCount, level + 1);
         mLatest = level;
-        return level;
+        return kHandlers[level];
     }
 
-    // Ends the latest installation and returns its level. If no handler is installed over this
-    // level, the next installation may use the level again.
-    std::size_t Remove(Handler current)
+    // Ends the latest installation. Returns the handler that it has replaced. If no handler was
+    // installed over the level, the next installation may use the level again.
+    Handler Remove(Handler current)
     {
-        if (current == mLevels[mLatest] && mLatest + 1 == mCount)
+        if (current == kHandlers[mLatest] && mLatest + 1 == mCount)
             --mCount;
-        return mLatest;
+        return mReplaced[mLatest];
     }
 
-    bool IsLevel(Handler handler) const
-    {
-        return std::find(mLevels, mLevels + kLevels, handler) != mLevels + kLevels;
-    }
-    bool IsLatest(std::size_t level) const { return level == mLatest; }
-    Handler Level(std::size_t level) const { return mLevels[level]; }
+    std::size_t Latest() const { return mLatest; }
     Handler Replaced(std::size_t level) const { return mReplaced[level]; }
 
+    // Returns the number of the level, or kLevels if the handler is none.
+    static std::size_t LevelOf(Handler handler)
+    {
+        return static_cast<std::size_t>(
+            std::find(std::begin(kHandlers), std::end(kHandlers), handler) - kHandlers);
+    }
+
 private:
+    template <std::size_t level> static void Call(Values... values) { run(level, values...); }
+
+    static constexpr Handler kHandlers[kLevels] = {&Call<0>, &Call<1>, &Call<2>, &Call<3>};
+
     // A second installation over the same handler uses the same level: the handler was there
     // before that level, and does not call it.
     std::size_t Find(Handler current) const
     {
-        for (std::size_t level = 0; level < kLevels; ++level)
-        {
-            if (current == mLevels[level] || (level < mCount && current == mReplaced[level]))
-                return level;
-        }
-        return kNone;
+        const auto last = mReplaced + mCount;
+        const std::size_t over =
+            static_cast<std::size_t>(std::find(mReplaced, last, current) - mReplaced);
+        return over < mCount ? over : LevelOf(current);
     }
 
-    const Handler mLevels[kLevels];
     std::atomic<Handler> mReplaced[kLevels] = {};
     std::atomic<std::size_t> mLatest{0};
     std::size_t mCount = 0; // of the levels that other handlers may call

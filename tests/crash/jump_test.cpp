@@ -34,7 +34,7 @@ __attribute__((noinline)) int FailAtDepth(Crash crash, int depth)
 
 const std::size_t kStackSize = 512 << 10; // bytes
 
-// The memory of two stacks: the thread's own below, that of its signals above.
+// The memory of two stacks of a thread: its own, and above that the stack of its signals.
 char* sStacks = nullptr;
 
 void* FailFiveTimesBelowTheSignalStack(void*)
@@ -58,7 +58,7 @@ __attribute__((noinline)) void GiveInvalidParameterOnADamagedStack()
     GiveInvalidParameter();
 }
 
-// Needs its frame pointer: the size of its frame is unknown to the compiler.
+// The frame has a size that is unknown to the compiler, so the unwinder needs the frame pointer.
 __attribute__((noinline)) char DamageTheStack(volatile std::size_t size)
 {
     volatile char* const block = static_cast<volatile char*>(alloca(size));

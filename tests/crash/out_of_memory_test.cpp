@@ -1,5 +1,5 @@
-// An operator new that fails. This program has none of its own, so the platform's is
-// the one that knows the size.
+// A failed operator new. This program defines none, so the platform's operator new is called, which
+// knows the size.
 
 #include <climits>
 #include <new>
@@ -34,7 +34,7 @@ const std::size_t kTooMuch = std::size_t(1) << 40; // bytes
 class OutOfMemory : public BornLibrary
 {
 protected:
-    // No more address space than this test can't do without.
+    // Limits the address space to half of the size that the tests ask for.
     void SetUp() override
     {
         BornLibrary::SetUp();
@@ -55,12 +55,12 @@ private:
     rlimit mBefore;
 };
 
-std::string Told(const std::string& kilobytes)
+std::string Sentence(const std::string& kilobytes)
 {
     return "Out of memory. (" + kilobytes + "K requested)";
 }
 
-// The text of what is thrown; empty if nothing is.
+// Returns the text of the std::bad_alloc that is thrown; empty if none is.
 template <class Allocate> std::string Caught(Allocate allocate)
 {
     try
@@ -86,7 +86,7 @@ TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
     const std::tuple<const char*, void* (*)(), std::string, bool> rows[] = {
         {"a byte more", [] { return ::operator new(kTooMuch + 1); }, "1073741825", true},
         {"a byte less", [] { return ::operator new(kTooMuch - 1); }, "1073741824", true},
-        {"more than the text takes", [] { return ::operator new(kTooMuch << 4); },
+        {"more than fits the text", [] { return ::operator new(kTooMuch << 4); },
          std::to_string(INT_MAX), true},
         {"array", [] { return ::operator new[](kTooMuch); }, "1073741824", true},
         {"aligned", [] { return static_cast<void*>(new Aligned[kTooMuch / 64]); }, "1073741824",
@@ -101,11 +101,11 @@ TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
         Up_SetThreadLastError(77);
         EXPECT_EQ(Caught(allocate), throws ? "bad allocation" : "");
         EXPECT_EQ(Up_GetThreadLastError(), 0u);
-        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Told(kilobytes) + "\n\n( 23 :: 40 )"});
+        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Sentence(kilobytes) + "\n\n( 23 :: 40 )"});
     }
 }
 
-TEST_F(OutOfMemory, IsThrownWithoutAReportElsewhere)
+TEST_F(OutOfMemory, IsThrownWithoutAReportOnOtherThreads)
 {
     SKIP_WITHOUT_NEW();
     std::thread([] {
@@ -128,8 +128,7 @@ TEST_F(OutOfMemory, IsReportedOnceIfTheReportRunsOutToo)
     EXPECT_EQ(mAlerts.Texts().size(), 1u);
 }
 
-// Whatever goes wrong on the way: no other exception, and an end.
-TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
+TEST_F(OutOfMemory, IsAlwaysABadAllocAfterALimitedNumberOfCalls)
 {
     SKIP_WITHOUT_NEW();
     mAlerts.mWhileUp = [](const platform::Alert&) { throw "no std::exception"; };
@@ -142,7 +141,7 @@ TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
     const std::tuple<const char*, win32::NewHandler, int> rows[] = {
         {"gives up", [](std::size_t) { return ++sCalls, 0; }, 1},
         {"throws a number", [](std::size_t) -> int { throw ++sCalls; }, 1},
-        {"promises for ever", [](std::size_t) { return ++sCalls; }, 10000},
+        {"never gives up", [](std::size_t) { return ++sCalls; }, 10000},
     };
     for (const auto& [what, handler, calls] : rows)
     {
@@ -156,8 +155,8 @@ TEST_F(OutOfMemory, IsAlwaysStandardsOwnException)
     }
 }
 
-// Whoever takes the place of the platform's handler may call it for ever after.
-TEST_F(OutOfMemory, GoesOnToWhoStoodThereFirst)
+// A handler that was installed over the platform's may call the platform's at any time later.
+TEST_F(OutOfMemory, IsPassedOnToTheFirstHandlerOnceNoneIsInstalled)
 {
     SKIP_WITHOUT_NEW();
     ASSERT_EQ(U_Death(), 0);
@@ -186,16 +185,16 @@ TEST_F(OutOfMemory, GoesOnToWhoStoodThereFirst)
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
-// As from a host's own operator new.
-TEST_F(OutOfMemory, OfAnUnknownSizeIsReportedAsNone)
+// As in a program that defines operator new.
+TEST_F(OutOfMemory, OfAnUnknownSizeIsReportedAsZeroKilobytes)
 {
     const std::new_handler handler = std::get_new_handler();
     ASSERT_NE(handler, nullptr);
     EXPECT_EQ(Caught(handler), "bad allocation");
-    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Told("0") + "\n\n( 23 :: 40 )"});
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Sentence("0") + "\n\n( 23 :: 40 )"});
 }
 
-TEST_F(OutOfMemory, GoesBackToTheHostsHandlerAtDeath)
+TEST_F(OutOfMemory, HasTheHostsHandlerAgainAfterDeath)
 {
     ASSERT_EQ(U_Death(), 0);
     const std::new_handler hosts = [] { throw std::bad_alloc(); };

@@ -124,18 +124,17 @@ void Install(Action handler, int flags)
     std::_Exit(kGoesOn);
 }
 
-char* sPage = nullptr; // that nobody may touch
+char* sPage = nullptr; // inaccessible
 sigjmp_buf sBack;
 
-// The thread sanitizer calls handlers with all signals blocked, and with an errno of
-// its own.
+// The thread sanitizer calls handlers with all signals blocked, and with another errno.
 #if defined(__SANITIZE_THREAD__)
 const bool kHandlersAreWrapped = true;
 #else
 const bool kHandlersAreWrapped = false;
 #endif
 
-// Deals with a touch of the page by allowing it, and with any other signal by a jump.
+// Deals with an access to the page by allowing it, and with any other signal by a jump.
 void Deal(int, siginfo_t* info, void*)
 {
     sigset_t blocked;
@@ -159,7 +158,7 @@ __attribute__((no_sanitize_address, no_sanitize_thread)) void TouchPage()
 }
 } // namespace
 
-TEST(Signals, AreSharedWithThoseWhoHandleThemToo)
+TEST(Signals, ArePassedOnToTheHostsActionsAndFromThem)
 {
     for (const Row& row : kRows)
     {
@@ -175,7 +174,7 @@ TEST(Signals, AreSharedWithThoseWhoHandleThemToo)
     }
 }
 
-TEST(Signals, WhatTheEarlierHandlerDealsWithTakesNothingFromLaterOnes)
+TEST(Signals, AnExceptionThatTheEarlierActionDealsWithIsFollowedByFurtherCalls)
 {
     const Death death = RunToDeath([] {
         sPage = static_cast<char*>(mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
@@ -214,7 +213,7 @@ TEST(Signals, WhatTheEarlierHandlerDealsWithTakesNothingFromLaterOnes)
     EXPECT_EQ(death.Count("local on"), 3);
 }
 
-TEST(Signals, OneThatIsSentIsNotLostWhileExceptionsAreEscaped)
+TEST(Signals, AreHandledAfterACallUntilExceptionDuringWhichTheyAreSent)
 {
     const Death death = RunToDeath([] {
         win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) {
@@ -234,7 +233,7 @@ TEST(Signals, OneThatIsSentIsNotLostWhileExceptionsAreEscaped)
     EXPECT_EQ(death.output, "inside\nfilter\n");
 }
 
-TEST(Signals, OneThatIsSentToTheFilterDoesNotNestIt)
+TEST(Signals, ThatAreSentToTheFilterDoNotRunTheFilterWithinItself)
 {
     const Death death = RunToDeath([] {
         win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) {

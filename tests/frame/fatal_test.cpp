@@ -1,4 +1,4 @@
-// Who gets the last call. How processes die is in the tests of crashes.
+// The registration of the handlers of the last call. tests/crash/ has the calls themselves.
 
 #include "U_Fatal.h"
 
@@ -12,7 +12,7 @@ namespace
 typedef std::pair<U_FatalHandler, void*> Pair;
 typedef U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler ScHandler;
 
-int sRefcons[4]; // their addresses tell refcons apart
+int sRefcons[4]; // distinct addresses
 
 void First(void*) {}
 void Second(void*) {}
@@ -60,7 +60,7 @@ protected:
 };
 } // namespace
 
-TEST_F(FatalHandlers, ALocalOneStandsInThePlaceOfTheGlobalOne)
+TEST_F(FatalHandlers, ALocalHandlerReplacesTheGlobalOneOnItsThread)
 {
     EXPECT_EQ(Read(&U_GetGlobalUnhandledExceptionOrHardwareErrorHandler), kGlobal);
     EXPECT_EQ(Local(), kNone);
@@ -71,13 +71,13 @@ TEST_F(FatalHandlers, ALocalOneStandsInThePlaceOfTheGlobalOne)
         EXPECT_EQ(Local(), kNone);
         EXPECT_EQ(InForce(), kGlobal);
     }).join();
-    SetLocal(Pair(nullptr, &sRefcons[2])); // its refcon isn't used
+    SetLocal(Pair(nullptr, &sRefcons[2])); // the refcon alone is not used
     EXPECT_EQ(InForce(), kGlobal);
     SetGlobal(kNone);
     EXPECT_EQ(InForce(), kNone);
 }
 
-TEST_F(FatalHandlers, ScopesNestAndRestoreWhatTheyFound)
+TEST_F(FatalHandlers, ScopesNestAndRestoreThePreviousHandler)
 {
     {
         const ScHandler outer(&First, &sRefcons[2]);
@@ -97,5 +97,5 @@ TEST_F(FatalHandlers, ScopesNestAndRestoreWhatTheyFound)
         const ScHandler second(&First, &sRefcons[2]);
         first = second;
     }
-    EXPECT_EQ(Local(), Pair(&First, nullptr)) << "what the second one has found";
+    EXPECT_EQ(Local(), Pair(&First, nullptr)) << "the handler before the second scope";
 }

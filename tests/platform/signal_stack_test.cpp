@@ -34,9 +34,10 @@ void Guarantee()
     EXPECT_GE(Current().ss_size, win32::kLargestStackGuarantee);
 }
 
-// The one that a thread has when all its variables are gone, after the first round of
-// destructors. It goes with the one that it has found, which may be a sanitizer's.
-stack_t LeftBehindBy(const std::function<void()>& body)
+// Returns the signal stack of a thread after its variables have been destroyed: in the second
+// round of destructors of thread-specific values. The thread ends with the stack that it had at
+// first, which may be a sanitizer's.
+stack_t StackAfter(const std::function<void()>& body)
 {
     static stack_t sFound;
     static stack_t sLeft;
@@ -62,7 +63,7 @@ stack_t LeftBehindBy(const std::function<void()>& body)
 }
 } // namespace
 
-TEST(SignalStack, TheHostsOwnComesBackWithTheEndOfTheThread)
+TEST(SignalStack, TheHostsOwnIsRestoredAtTheEndOfTheThread)
 {
     std::vector<char> memory(64 << 10);
     stack_t hosts = {};
@@ -71,7 +72,7 @@ TEST(SignalStack, TheHostsOwnComesBackWithTheEndOfTheThread)
     stack_t none = {};
     none.ss_flags = SS_DISABLE;
 
-    const stack_t left = LeftBehindBy([&] {
+    const stack_t left = StackAfter([&] {
         sigaltstack(&hosts, nullptr);
         Guarantee();
         Guarantee();
@@ -79,10 +80,10 @@ TEST(SignalStack, TheHostsOwnComesBackWithTheEndOfTheThread)
     EXPECT_EQ(left.ss_sp, hosts.ss_sp);
     EXPECT_EQ(left.ss_size, hosts.ss_size);
 
-    EXPECT_TRUE(IsNone(LeftBehindBy([&] {
+    EXPECT_TRUE(IsNone(StackAfter([&] {
         sigaltstack(&hosts, nullptr);
         Guarantee();
-        sigaltstack(&none, nullptr); // and the memory of the host's own may be gone
+        sigaltstack(&none, nullptr); // the memory of the host's stack may have been freed
         Guarantee();
     })));
 }

@@ -19,19 +19,18 @@ namespace win32
 {
 namespace
 {
-const int kMostCalls = 10000; // for one block: a handler may promise more than it can do
+const int kMostCalls = 10000; // for one block: a handler may return non-zero without end
 
 std::atomic<InvalidParameterHandler> sInvalidParameterHandler(nullptr);
 std::atomic<NewHandler> sNewHandler(nullptr);
 
-template <std::size_t level> void CallNewHandler();
+void OnFailedNew(std::size_t level);
 
 boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
-platform::StackedHandler<std::new_handler> sStandard(&CallNewHandler<0>, &CallNewHandler<1>,
-                                                     &CallNewHandler<2>, &CallNewHandler<3>);
+platform::StackedHandler<&OnFailedNew> sStandard;
 
-PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // that the thread's operator new has failed on
-PLATFORM_THREAD_LOCAL int tQuiet = 0;        // how many of the thread's stretches keep silent
+PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // of the block for which operator new has failed
+PLATFORM_THREAD_LOCAL int tQuiet = 0;        // the thread's ScQuietNew objects
 
 // Returns whether operator new is to try again.
 bool HasHelped(std::size_t level, std::size_t size)
@@ -47,7 +46,7 @@ bool HasHelped(std::size_t level, std::size_t size)
 }
 
 // Installed as the standard library's new handler.
-template <std::size_t level> void CallNewHandler()
+void OnFailedNew(std::size_t level)
 {
     const std::size_t size = tSize;
     tSize = 0;
@@ -76,27 +75,19 @@ template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allo
         const std::new_handler handler = std::get_new_handler();
         if (!handler)
             break;
-        calls += sStandard.IsLevel(handler);
+        calls += sStandard.LevelOf(handler) < sStandard.kLevels;
         tSize = size;
         handler();
     }
     throw platform::BadAllocation();
 }
 
-void Install()
-{
-    const std::size_t level = sStandard.Install(std::get_new_handler());
-    if (level != sStandard.kNone)
-        std::set_new_handler(sStandard.Level(level));
-}
-
 // A handler that was installed over ours is kept.
 void Remove()
 {
     const std::new_handler current = std::get_new_handler();
-    const std::size_t level = sStandard.Remove(current);
-    if (current == sStandard.Level(level))
-        std::set_new_handler(sStandard.Replaced(level));
+    if (sStandard.LevelOf(current) == sStandard.Latest())
+        std::set_new_handler(sStandard.Remove(current));
 }
 } // namespace
 
@@ -105,7 +96,7 @@ NewHandler _set_new_handler(NewHandler handler)
     boost::lock_guard<boost::mutex> lock(sLock);
     const NewHandler before = sNewHandler.exchange(handler);
     if (handler && !before)
-        Install();
+        std::set_new_handler(sStandard.Install(std::get_new_handler()));
     else if (!handler && before)
         Remove();
     return before;

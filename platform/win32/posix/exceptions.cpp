@@ -24,9 +24,9 @@ namespace
 {
 std::atomic<TopLevelExceptionFilter> sFilter(nullptr);
 
-typedef void (*Handler)(int number, siginfo_t* info, void* context);
+void OnSignal(std::size_t level, int number, siginfo_t* info, void* context);
 
-template <std::size_t level> void OnSignal(int number, siginfo_t* info, void* context);
+typedef platform::StackedHandler<&OnSignal> SignalHandler;
 
 // A signal that stands for hardware exceptions.
 struct Signal
@@ -34,12 +34,9 @@ struct Signal
     explicit constexpr Signal(int number) : mNumber(number) {}
 
     int mNumber;
-    platform::StackedHandler<Handler> mHandlers{&OnSignal<0>, &OnSignal<1>, &OnSignal<2>,
-                                                &OnSignal<3>};
-    // The actions that these have replaced. Each is written while its handler is not in use.
-    struct sigaction mReplaced[platform::StackedHandler<Handler>::kLevels] =
-    {
-    };
+    SignalHandler mHandler;
+    // The actions that the levels have replaced. Each is written while its level is not in use.
+    struct sigaction mReplaced[SignalHandler::kLevels] = {};
 };
 
 boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
@@ -74,7 +71,7 @@ sigset_t AllSignals()
 // In an action, a handler of any type has the same location.
 bool IsInstalled(const Signal& signal, std::size_t level)
 {
-    return CurrentAction(signal).sa_sigaction == signal.mHandlers.Level(level);
+    return SignalHandler::LevelOf(CurrentAction(signal).sa_sigaction) == level;
 }
 
 bool IsSent(const siginfo_t& info)
@@ -82,15 +79,15 @@ bool IsSent(const siginfo_t& info)
     return info.si_code <= 0;
 }
 
-// The system's own actions need the exception once more. So does an action for one time
-// only: the system removes it.
+// Only the system can carry out its own actions, and remove an action that is for one time only.
+// So the action is installed, and the exception repeated.
 bool NeedsItOnceMore(const struct sigaction& action)
 {
     return action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN ||
            (action.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
 }
 
-// In the way of the system.
+// Calls the action's handler as the system would.
 void Call(const struct sigaction& action, int number, siginfo_t* info, void* context)
 {
     if ((action.sa_flags & SA_SIGINFO) != 0)
@@ -109,8 +106,7 @@ void BlockFor(const struct sigaction& action, int number, const void* context)
     pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-// An instruction that failed does so again on return. A signal that was sent is sent once
-// more.
+// The instruction that failed fails again on return. A signal that was sent is sent again.
 void Repeat(int number, const siginfo_t& info)
 {
     if (IsSent(info) &&
@@ -118,8 +114,9 @@ void Repeat(int number, const siginfo_t& info)
         std::raise(number);
 }
 
-// Within CallUntilException. A signal that was sent waits until that has returned: the
-// filter, which may have made the call, is not entered a second time.
+// Within CallUntilException. The function that failed is left. A signal that was sent is kept
+// until CallUntilException returns: if the filter has made that call, the filter must not run
+// within itself.
 void LeaveOrKeep(Escape& escape, std::size_t index, const siginfo_t& info)
 {
     if (!IsSent(info))
@@ -135,12 +132,12 @@ void Handle(const Signal& signal, std::size_t level, siginfo_t* info, void* cont
     const int number = signal.mNumber;
     const struct sigaction& next = signal.mReplaced[level];
     if (IsSent(*info) && next.sa_handler == SIG_IGN)
-        return; // it would have done nothing without the filter
+        return; // without the filter the signal would have had no effect
 
-    // If not, a handler that was installed over this one has called it.
+    // False if a handler that was installed over this one has called this one.
     const bool isInstalled = IsInstalled(signal, level);
     const TopLevelExceptionFilter filter = sFilter;
-    if (filter && signal.mHandlers.IsLatest(level))
+    if (filter && level == signal.mHandler.Latest())
     {
         const int errorBefore = errno;
         filter(nullptr);
@@ -159,7 +156,7 @@ void Handle(const Signal& signal, std::size_t level, siginfo_t* info, void* cont
     Call(next, number, info, context);
 }
 
-template <std::size_t level> void OnSignal(int number, siginfo_t* info, void* context)
+void OnSignal(std::size_t level, int number, siginfo_t* info, void* context)
 {
     const int errorBefore = errno;
     const Signal* const signal =
@@ -177,14 +174,13 @@ void InstallHandlers()
     for (Signal& signal : sSignals)
     {
         const struct sigaction current = CurrentAction(signal);
-        const std::size_t level = signal.mHandlers.Install(current.sa_sigaction);
-        if (level == signal.mHandlers.kNone || IsInstalled(signal, level))
-            continue;
-        signal.mReplaced[level] = current;
         struct sigaction ours = {};
-        ours.sa_sigaction = signal.mHandlers.Level(level);
+        ours.sa_sigaction = signal.mHandler.Install(current.sa_sigaction);
+        if (ours.sa_sigaction == current.sa_sigaction)
+            continue;
         ours.sa_flags = SA_SIGINFO | SA_ONSTACK;
         ours.sa_mask = AllSignals();
+        signal.mReplaced[signal.mHandler.Latest()] = current;
         sigaction(signal.mNumber, &ours, nullptr);
     }
 }
@@ -194,14 +190,16 @@ void RemoveHandlers()
 {
     for (Signal& signal : sSignals)
     {
-        const std::size_t level = signal.mHandlers.Remove(CurrentAction(signal).sa_sigaction);
-        if (IsInstalled(signal, level))
-            sigaction(signal.mNumber, &signal.mReplaced[level], nullptr);
+        const std::size_t level = signal.mHandler.Latest();
+        if (!IsInstalled(signal, level))
+            continue;
+        signal.mHandler.Remove(CurrentAction(signal).sa_sigaction);
+        sigaction(signal.mNumber, &signal.mReplaced[level], nullptr);
     }
 }
 
-// Not inline: no variable of the caller may change between sigsetjmp and the jump.
-// The signals are unblocked, since the filter, which blocks them, may be the caller.
+// Not inline: no variable of the caller may change between sigsetjmp and the jump. Unblocks the
+// signals: the caller may be the filter, which blocks them.
 __attribute__((noinline)) bool CallUntilJump(Escape& escape, void (*function)(void*), void* data)
 {
     if (sigsetjmp(escape.mExit, 0) != 0)

@@ -1,3 +1,5 @@
+// The second stacks of threads, on which signal handlers run.
+
 #include <win32/exceptions.h>
 
 #include <csignal>
@@ -17,8 +19,7 @@ bool IsNone(const stack_t& stack)
     return (stack.ss_flags & SS_DISABLE) != 0;
 }
 
-// A page that nobody may touch stands below, so that what overflows this stack too
-// ends there.
+// An inaccessible page below the stack stops a handler that overflows this stack, too.
 class SignalStack
 {
 public:
@@ -27,7 +28,7 @@ public:
         stack_t current;
         if (!mStart || sigaltstack(nullptr, &current) != 0)
             return;
-        // Whoever has replaced it since may put it back later, so it stays mapped.
+        // The host may have replaced this stack and may restore it later: it stays mapped then.
         if (current.ss_sp != mStart + mPage || sigaltstack(&mBefore, nullptr) != 0)
             return;
         munmap(mStart, mPage + kLargestStackGuarantee);
@@ -36,7 +37,7 @@ public:
     bool Install(const stack_t& before)
     {
         if (mStart)
-            return PutBack(before);
+            return Restore(before);
         mPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         void* const mapped = mmap(nullptr, mPage + kLargestStackGuarantee, PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0);
@@ -62,9 +63,9 @@ private:
         return sigaltstack(&stack, nullptr) == 0;
     }
 
-    // One that the host has put in the place of this stays; that it has left none doesn't,
-    // and none is what there is again at the end.
-    bool PutBack(const stack_t& current)
+    // Keeps a stack by which the host has replaced this one. If the host has removed this one
+    // without a replacement, installs it again; the destructor then leaves no stack.
+    bool Restore(const stack_t& current)
     {
         if (!IsNone(current))
             return true;
@@ -74,7 +75,7 @@ private:
         return true;
     }
 
-    char* mStart = nullptr; // of the page below; null: none is installed
+    char* mStart = nullptr; // of the page below the stack; null: not installed
     std::size_t mPage = 0;  // bytes
     stack_t mBefore = {};
 };
