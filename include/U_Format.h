@@ -104,8 +104,8 @@ private:
 // and call these functions. In both a string may be multibyte or UTF-16.
 //
 // Returns: 0; 3 for an argument of another kind than its placeholder, such as a number for a
-//   string; or the code of another failure. Then the first function leaves `out` unchanged, and
-//   the second one makes `out` empty, whatever its size.
+//   string; or the code of another failure. On failure the first function leaves `out` unchanged,
+//   and the second function makes `out` empty, whatever its size.
 //
 // The second function writes at most 1,023 bytes and a terminator, and no more than `size` bytes
 // unless `size` is 0.
