@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include <boost/thread/lock_types.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <platform/base/immortal.h>
@@ -19,7 +19,8 @@
 
 namespace
 {
-const int kLooks = 100;
+typedef boost::lock_guard<boost::mutex> PostedLock;
+
 const float kGroupedSizeHint = 600;
 
 struct Reported
@@ -42,24 +43,6 @@ Posted& ThePosted()
     static platform::Immortal<Posted> posted;
     return *posted;
 }
-
-// Looks for a while before it sleeps: the list is held for less than a sleep takes.
-class PostedLock
-{
-public:
-    explicit PostedLock(boost::mutex& mutex) : mLock(mutex, boost::defer_lock)
-    {
-        for (int look = 0; look < kLooks; ++look)
-        {
-            if (mLock.try_lock())
-                return;
-        }
-        mLock.lock();
-    }
-
-private:
-    boost::unique_lock<boost::mutex> mLock;
-};
 
 bool IsLastReported(const Reported& last, const Up_PostedError& error)
 {
