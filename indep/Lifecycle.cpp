@@ -34,10 +34,6 @@ const unsigned int kSimpleBeep = 0xFFFFFFFFu;
 const U_u32 kBirthPlace = kModule | 3;
 const U_u16 kDeathPlace = 4;
 
-// Indices of texts.
-const U_u32 kCannotContinue = 3;
-const U_u32 kOutOfMemoryInBirth = 12;
-
 U_RunModeFunction sRunMode = nullptr; // written by birth and death
 
 typedef U_Status (*BirthStep)(const char* displayName);
@@ -136,8 +132,9 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
 void ReportFailedBirth(const char* displayName)
 {
     char text[256];
-    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName, Up_StringOrEnglish(kCannotContinue),
-                  Up_StringOrEnglish(kOutOfMemoryInBirth));
+    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName,
+                  Up_StringOrEnglish(kTextCannotContinue),
+                  Up_StringOrEnglish(kTextOutOfMemoryInBirth));
     Up_ReportErrString(kBirthPlace, U_Sev_FATAL, text);
 }
 } // namespace

@@ -7,15 +7,24 @@
 
 #include "U_Types.h"
 
-// Formats Up_String(index) with its %s and %d fields filled in, as printf does,
+// The numbers of the library's own texts: kTextNone, kTextWarning and so on.
+enum OwnText : U_u32
+{
+#define ROW(number, name, text) kText##name,
+#include "text/OwnTexts.inc"
+#undef ROW
+    kOwnTextCount
+};
+
+// Formats the text with its %s and %d fields filled in, as printf does,
 // into a buffer of size bytes, at most U_ReportTextSize of them; cut at a
 // character. The values may stand in the buffer themselves. A translation whose
 // fields aren't those of the English text is passed over for that. Allocates
 // nothing once the text has been resolved: it serves where memory is out.
-void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
+void Up_FormatString(char* out, std::size_t size, OwnText text, ...);
 
 // The format that Up_FormatString uses.
-const char* Up_FormatOf(U_u32 index);
+const char* Up_FormatOf(OwnText text);
 
 // The same with a format that isn't one of the texts.
 #if defined(__GNUC__)
@@ -24,13 +33,13 @@ __attribute__((format(printf, 3, 4)))
 void Up_FormatText(char* out, std::size_t size, const char* format, ...);
 
 // A text in the current language, or in English if it can't be looked up, as
-// without memory. index must be known.
-const char* Up_StringOrEnglish(U_u32 index);
+// without memory.
+const char* Up_StringOrEnglish(OwnText text);
 
-// The plain English text. index must be known.
-const char* Up_EnglishString(U_u32 index);
+// The plain English text.
+const char* Up_EnglishString(OwnText text);
 
-// The ZString of a text, for those who want it in UTF-16. index must be known.
-const char* Up_ZStringOf(U_u32 index);
+// The ZString of a text, for those who want it in UTF-16.
+const char* Up_ZStringOf(OwnText text);
 
 #endif

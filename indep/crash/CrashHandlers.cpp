@@ -32,7 +32,6 @@ constexpr Units kInvoking = u"InvokingCrashHandler";
 const char kInvalidParameterTag[] = "QX_invalid_parameter_handler";
 
 const U_u32 kOutOfMemoryPlace = kModule | 0x28;
-const U_u32 kOutOfMemoryText = 112; // index
 
 // Who stood before birth. A birth that fails leaves its handlers. Where the host covers one
 // then, and the birth that is tried again covers the host's in its turn, that may call what
@@ -142,10 +141,10 @@ int Kilobytes(std::size_t size)
 // A format that is too long would be cut in a field, maybe.
 void KeepOutOfMemoryText()
 {
-    const char* const format = Up_FormatOf(kOutOfMemoryText);
+    const char* const format = Up_FormatOf(kTextOutOfMemoryRequested);
     const bool fits = std::strlen(format) < sizeof(sOutOfMemoryText);
-    U_CopyString(fits ? format : Up_EnglishString(kOutOfMemoryText), sizeof(sOutOfMemoryText),
-                 sOutOfMemoryText);
+    U_CopyString(fits ? format : Up_EnglishString(kTextOutOfMemoryRequested),
+                 sizeof(sOutOfMemoryText), sOutOfMemoryText);
 }
 
 void ReportMemory(std::size_t size)

@@ -19,9 +19,6 @@
 
 namespace
 {
-const U_u32 kFailedInternally = 110;
-const U_u32 kFailedWithDetail = 111;
-
 struct Injection
 {
     U_RandErrFilter mFilter = nullptr;
@@ -40,8 +37,8 @@ void FillVerification(VerificationText& text, const char* detail, const char* me
     const platform::ScQuietNew quiet; // a report would come between this one and its text
     const U_Status failure = Guarded(
         [&] {
-            const U_UTF16String format =
-                U_ZStringToFormat(Up_ZStringOf(detail ? kFailedWithDetail : kFailedInternally));
+            const U_UTF16String format = U_ZStringToFormat(
+                Up_ZStringOf(detail ? kTextVerificationFailedDetail : kTextVerificationFailed));
             const U_UTF16String filled =
                 detail ? U_SubString16(format, detail, message) : U_SubString16(format, message);
             U_CopyString(U_UTF16ToMBString(filled, false).c_str(), sizeof(text), text);

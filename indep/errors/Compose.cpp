@@ -16,7 +16,6 @@
 
 namespace
 {
-const U_u32 kLocationFormat = 105;
 const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
 const char kColon[] = "$$$/QX/EGG/LStr/0975=:";
 
@@ -79,5 +78,5 @@ LocationText::LocationText(U_u32 location)
 {
     *mText = 0;
     if (location)
-        Up_FormatString(mText, sizeof(mText), kLocationFormat, location >> 16, location & 0xFFFF);
+        Up_FormatString(mText, sizeof(mText), kTextLocation, location >> 16, location & 0xFFFF);
 }

@@ -11,10 +11,6 @@
 
 namespace
 {
-// Indices of texts.
-const U_u32 kNoGlobalsText = 9;
-const U_u32 kDamagedGlobalsText = 11;
-
 // All reports are shown and logged, except that severities 32 and 64 aren't
 // shown and 64 isn't logged.
 const U_u32 kInteractAtBirth = 0xFFBFFF9F;
@@ -79,10 +75,10 @@ U_Status Up_ValidateGlobals(U_u16 code)
     const U_u32 location = kModule | code;
     if (!Globals())
     {
-        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kNoGlobalsText));
+        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kTextNoGlobals));
         return U_Err_NoGlobals;
     }
-    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kDamagedGlobalsText));
+    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kTextDamagedGlobals));
     Up_MarkDying();
     return U_Err_DamagedGlobals;
 }

@@ -4,6 +4,7 @@
 #define INDEP_ERRORS_SEVERITY_H
 
 #include "U_Types.h"
+#include "text/OwnTexts.h"
 
 enum class Prefix
 {
@@ -18,7 +19,7 @@ struct SeverityTraits
     U_u16 mSeverity;
     bool mLogsStack; // a stack crawl follows the line in the log
     Prefix mPrefix;
-    U_u32 mWord;                // index of the severity's word
+    OwnText mWord;
     unsigned int mBoxIcon;      // flag of the system's message box
     int mHostIcon;              // icon of the host's
     const char* mLogTag;        // null: no line in the log
