@@ -5,7 +5,7 @@
 
 #include "U_Format.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

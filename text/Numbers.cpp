@@ -8,7 +8,7 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_String.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 namespace

@@ -7,7 +7,7 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "text/OwnTexts.h"
 
 namespace

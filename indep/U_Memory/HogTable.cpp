@@ -18,7 +18,7 @@
 #include "U_String.h"
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/HogCounts.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/ScTrue.h"
 #include "text/OwnTexts.h"

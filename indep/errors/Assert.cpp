@@ -13,7 +13,7 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Translators.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"
 
@@ -85,6 +85,12 @@ U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail
     VerificationText text;
     FillVerification(text, detail, message);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
+}
+
+U_Status BadArgument(const char* why, U_u32 location)
+{
+    U_ReportFailedVerification(location, 0, nullptr, why);
+    return U_Err_BadParameter;
 }
 
 U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)

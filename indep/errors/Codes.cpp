@@ -1,4 +1,4 @@
-#include "indep/errors/Codes.h"
+#include "indep/errors/ReportPipeline.h"
 
 #include <cstdio>
 #include <cstring>
@@ -9,7 +9,6 @@
 #include "U_String.h"
 #include "U_Suspend.h"
 #include "U_ZString.h"
-#include "text/OwnTexts.h"
 
 namespace
 {

@@ -1,21 +1,35 @@
-#include "indep/errors/Compose.h"
+// Severities and the texts of reports.
 
-#include <cstring>
+#include "indep/errors/ReportPipeline.h"
+
 #include <new>
 #include <utility>
 
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
-#include "U_String.h"
+#include "U_Report.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Severity.h"
 #include "indep/frame/Guard.h"
 #include "text/KeptText.h"
-#include "text/OwnTexts.h"
 
 namespace
 {
+const SeverityTraits kTraits[] = {
+    {U_Sev_MESSAGE, false, Prefix::none, kTextNone, 0x00, 0, nullptr, nullptr},
+    {U_Sev_INFO, false, Prefix::name, kTextNone, 0x40, 4, nullptr, nullptr},
+    {U_Sev_WARNING, false, Prefix::word, kTextWarning, 0x30, 2, "U_Sev_WARNING", "Warning"},
+    {U_Sev_PROBLEM, true, Prefix::word, kTextError, 0x10, 1, "U_Sev_PROBLEM", "Problem"},
+    {U_Sev_FATAL, true, Prefix::word, kTextCannotContinue, 0x40, 4, "U_Sev_FATAL", "Fatal"},
+    {U_Sev_DETAIL, false, Prefix::indent, kTextNone, 0x40, 4, nullptr, nullptr},
+    {U_Sev_DEBUG, false, Prefix::word, kTextDebugInfo, 0x40, 4, nullptr, nullptr},
+    {U_Sev_LEAK, false, Prefix::word, kTextWarning, 0x40, 4, nullptr, "Leak"},
+};
+
+const SeverityTraits kInvalid = {
+    0, false, Prefix::word, kTextInvalidSeverity, 0x40, 4, nullptr, nullptr,
+};
+
 const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
 const char kColon[] = "$$$/QX/EGG/LStr/0975=:";
 
@@ -48,6 +62,16 @@ void AppendPrefix(U_u16 severity, U_UTF16String& text)
 }
 } // namespace
 
+const SeverityTraits& TraitsOf(U_u16 severity)
+{
+    for (const SeverityTraits& traits : kTraits)
+    {
+        if (traits.mSeverity == severity)
+            return traits;
+    }
+    return kInvalid;
+}
+
 const U_UTF16String& ComposedText::Get()
 {
     if (mComposed)
@@ -64,14 +88,6 @@ const U_UTF16String& ComposedText::Get()
         return mText;
     }
     return *mComposed;
-}
-
-HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
-{
-    if (!mIsKnown && Globals())
-        Up_MarkDying();
-    const char* const name = mIsKnown ? Globals()->mName : "";
-    U_CopyStringLen(name, strnlen(name, sizeof(mText)), sizeof(mText), mText);
 }
 
 LocationText::LocationText(U_u32 location)

@@ -9,10 +9,9 @@
 #include "U_Interact.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/ErrorCount.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Repeat.h"
-#include "indep/errors/ThreadState.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
 #include "indep/frame/Guard.h"
 
 namespace

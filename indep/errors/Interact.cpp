@@ -1,7 +1,10 @@
+// The logging callbacks and the interaction mask.
+
 #include "U_Interact.h"
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
@@ -9,8 +12,40 @@
 
 #include <platform/base/immortal.h>
 
+#include "indep/errors/Globals.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
+
 namespace
 {
+typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
+
+// Both words are null in a free slot.
+bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
+                  void* refcon)
+{
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        if (globals->mLoggingFuncs[slot] != oldCallback ||
+            globals->mLoggingRefcons[slot] != oldRefcon)
+            continue;
+        globals->mLoggingFuncs[slot] = callback;
+        globals->mLoggingRefcons[slot] = refcon;
+        return true;
+    }
+    return false;
+}
+
+// Told without the lock, for which threads that report would queue up in vain.
+bool HasCallbacks(const U_Globals& globals)
+{
+    const auto& callbacks = globals.mLoggingFuncs;
+    return std::any_of(std::begin(callbacks), std::end(callbacks),
+                       [](const auto& callback) { return callback.load() != nullptr; });
+}
+
 typedef boost::lock_guard<boost::mutex> InteractLock;
 
 const U_u32 kBaseId = 0xFFFFFFFF;
@@ -53,6 +88,46 @@ Interaction& TheInteraction()
     return *interaction;
 }
 } // namespace
+
+U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return BadArgument("logging_func can not be NULL", kModule | kEntryAddLoggingCallback);
+    if (U_Status damaged = Up_ValidateGlobals(kEntryAddLoggingCallback))
+        return damaged;
+    if (!ReplaceFirst(nullptr, nullptr, callback, refcon))
+        return BadArgument("can not add any more logging_funcs",
+                           kModule | kEntryAddLoggingCallback);
+    return 0;
+}
+
+U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return BadArgument("logging_func can not be NULL", kModule | kEntryRemoveLoggingCallback);
+    if (U_Status damaged = Up_ValidateGlobals(kEntryRemoveLoggingCallback))
+        return damaged;
+    if (!ReplaceFirst(callback, refcon, nullptr, nullptr))
+        return BadArgument("can not find logging_func/refcon pair to remove",
+                           kModule | kEntryRemoveLoggingCallback);
+    return 0;
+}
+
+U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
+{
+    if (!Up_GlobalsAreGood() || !HasCallbacks(*Globals()))
+        return 0;
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    U_Status answer = 0;
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        // Read one by one: a callback may change the slots behind its own.
+        if (U_LoggingCallback callback = globals->mLoggingFuncs[slot])
+            answer = callback(globals->mLoggingRefcons[slot], location, severity, text);
+    }
+    return answer;
+}
 
 U_u32 Up_GetInteract()
 {

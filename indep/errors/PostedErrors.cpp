@@ -1,4 +1,4 @@
-#include "indep/errors/PostedErrors.h"
+#include "indep/errors/Messages.h"
 
 #include <exception>
 #include <optional>
@@ -12,9 +12,7 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
-#include "indep/errors/Coalesce.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Show.h"
 #include "indep/frame/Guard.h"
 
 namespace
@@ -61,7 +59,7 @@ PostedErrors TakePosted()
 }
 
 // In front of what has been posted meanwhile.
-void PutBack(PostedErrors& errors)
+void Requeue(PostedErrors& errors)
 {
     Posted& posted = ThePosted();
     PostedLock lock(posted.mLock);
@@ -81,7 +79,7 @@ public:
         mErrors.splice(mErrors.begin(), mFailed);
         try
         {
-            PutBack(mErrors);
+            Requeue(mErrors);
         }
         catch (...)
         {

@@ -6,7 +6,7 @@
 #include <win32/threads.h>
 
 #include "U_Posted.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 namespace

@@ -1,22 +1,32 @@
-// The report path: every report of the library and of the modules above it.
+// The entry points of the report path, and the latest report of each thread.
 
 #include "U_Report.h"
 
+#include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Encoding.h"
 #include "U_String.h"
-#include "indep/errors/Codes.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Group.h"
+#include "indep/errors/Messages.h"
 #include "indep/errors/QuietStack.h"
-#include "indep/errors/Repeat.h"
-#include "indep/errors/Stations.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
+struct LoggingBuffer
+{
+    char mText[U_ReportTextSize];
+};
+
+LoggingBuffer sEmergencyBuffer = {};
+
+PLATFORM_THREAD_LOCAL Up_LastErrorState tLastError = {};
+
 // Within a report the thread's text and last error are those of that report.
 typedef ReentrancyGuard<struct InReport> ScReporting;
 
@@ -102,6 +112,59 @@ U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* 
 }
 } // namespace
 
+Up_LastErrorState& Up_LastErrorStateOfThread()
+{
+    return tLastError;
+}
+
+U_u32 Up_GetThreadLastError()
+{
+    return tLastError.mLastError;
+}
+
+U_u16 Up_GetThreadLastSeverity()
+{
+    return tLastError.mLastSeverity;
+}
+
+U_u32 Up_GetThreadLastLocation()
+{
+    return tLastError.mLastLocation;
+}
+
+U_u32 Up_SetThreadLastError(U_u32 code)
+{
+    return tLastError.mLastError = code;
+}
+
+char* Up_GetThreadLoggingBuffer()
+{
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Make();
+    return buffer ? buffer->mText : sEmergencyBuffer.mText;
+}
+
+char* Up_FindThreadLoggingBuffer()
+{
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Find();
+    return buffer ? buffer->mText : nullptr;
+}
+
+U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error)
+{
+    if (text)
+    {
+        const char* const latest = Up_FindThreadLoggingBuffer();
+        U_CopyString(latest ? latest : "", U_ReportTextSize, text);
+    }
+    if (severity)
+        *severity = Up_GetThreadLastSeverity();
+    if (location)
+        *location = Up_GetThreadLastLocation();
+    if (error)
+        *error = Up_GetThreadLastError();
+    return 0;
+}
+
 void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
 {
     SendReport(location, severity, text, grouped, kLogLine);
@@ -154,4 +217,17 @@ U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code, const
 {
     return ReportWithCode(location, severity, static_cast<U_u32>(code), text,
                           [&](char* buffer) { AppendSystemText(code, buffer); });
+}
+
+void Up_ErrorsBirth()
+{
+    MakePostedErrors();
+    Up_GetThreadLoggingBuffer();
+    MakeQuietStack();
+}
+
+void Up_ErrorsDeath()
+{
+    FreePostedErrors();
+    FreeQuietStack();
 }

@@ -1,4 +1,4 @@
-#include "indep/errors/Translators.h"
+#include "indep/errors/Report.h"
 
 #include <map>
 #include <memory>
