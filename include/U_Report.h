@@ -9,7 +9,7 @@
 //
 // Terms, explained in docs/concepts.md:
 //
-// - Location code: where a report comes from. The high half is the module, the low half a
+// - Location code: the source of a report. The high half is the module, the low half a
 //   place in the module; 0 is no location.
 // - Severity: one of the U_Sev_ bits of U_Types.h.
 // - Interaction mask: the severities that are shown, and those that are logged (U_Interact.h).

@@ -23,7 +23,7 @@ constexpr Notation kNotations[] = {
     {"#{mdash}", "--"}, {"#{endl}", "\n"},  {"^^", "^"},
 };
 
-// A text with its notations written out in ASCII, which makes none longer.
+// A text with its notations replaced by ASCII. No replacement is longer than its notation.
 template <std::size_t size> struct PlainText
 {
     constexpr explicit PlainText(const char (&text)[size])
@@ -47,19 +47,19 @@ template <std::size_t size> struct PlainText
     char mText[size] = {};
 };
 
-// The number is the one in the key, by which translations find their row.
+// The number is part of the key by which translations find the row.
 #define ROW(number, name, text)                                                                    \
     static_assert(kText##name == 1##number - 10000, "rows are in the order of their numbers");     \
     constexpr PlainText kPlain##name(text);
 #include "text/OwnTexts.inc"
 #undef ROW
 
-// Nobody reads the texts of the last row: whoever does faults at once.
+// The texts of the last row are never read: a read of this address faults at once.
 char* const kNeverRead = reinterpret_cast<char*>(UINTPTR_MAX);
 
 char sName[] = "UOverride";
 
-// Nobody writes to a text of a table.
+// The casts are safe: no function writes to a text of a table.
 U_LStrRow sRows[] = {
 #define ROW(number, name, text)                                                                    \
     {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
@@ -73,8 +73,8 @@ U_LStrCache sStrings = {sName, kOwnTextCount + 1, sRows, 0};
 
 const char kLonePercent = '%';
 
-// The letter of the next field of a format, 0 if there is none; format moves
-// behind it.
+// Returns the letter of the next field of a format, 0 if there is none, and moves `format`
+// after the field.
 char NextField(const char*& format)
 {
     while (*format)
@@ -90,7 +90,7 @@ char NextField(const char*& format)
     return 0;
 }
 
-// Whether both take the same values.
+// Returns true if both formats take the same values.
 bool HaveSameFields(const char* format, const char* other)
 {
     char letter = 0;
@@ -105,7 +105,8 @@ bool HaveSameFields(const char* format, const char* other)
 
 void FormatCut(char* out, std::size_t size, const char* format, std::va_list values)
 {
-    // The byte more tells whether the text has to be cut.
+    // One byte more than the limit, so that U_CopyString sees that a text is too long and cuts it
+    // at a character boundary.
     char text[U_ReportTextSize + 1];
     std::vsnprintf(text, sizeof(text), format, values);
     U_CopyString(text, std::min(size, U_ReportTextSize), out);

@@ -1,4 +1,4 @@
-// Alerts.
+// Shows messages in alerts.
 
 #include "indep/errors/Messages.h"
 
@@ -36,14 +36,15 @@ U_UTF16String WithLocation(const U_UTF16String& text, U_u16 severity, const char
     return text + U_AsciiToUTF16String("\n\n") + U_MBToUTF16String(location);
 }
 
-// Where the host's box is shown, as it was when the alert began.
+// The values of the host's message box when the alert begins. The copies stay valid if the host
+// sets new values while the alert is up.
 struct HostUI
 {
     kroview::pencart::SupplierInterface* mSupplier = Up_DrawSupplierP0;
     boost::intrusive_ptr<kroview::ui::UI_Node> mNode = Up_TopLevelWindowP0;
 };
 
-// Returns 0, or why the box couldn't be shown.
+// Returns 0, or the code of the failure.
 U_Status ShowHostBox(const HostUI& host, const U_UTF16String& text, const HostName& name, int icon,
                      float sizeHint)
 {
@@ -68,8 +69,8 @@ void ShowSystemBox(const U_UTF16String& text, const HostName& name, unsigned int
                        icon | win32::kBoxTopmost | win32::kBoxTaskModal);
 }
 
-// As a user's program would read it from there: what the code page can't hold
-// is gone.
+// Converts to the active code page and back, so that the clipboard has what a program of the
+// user can read: other characters are replaced.
 void CopyToClipboard(const U_UTF16String& text)
 {
     kroview::datatransfer::NewClipboardSendData(U_MBToUTF16String(U_UTF16ToMBString(text, false)));
@@ -89,12 +90,12 @@ void ShowBox(const U_UTF16String& text, const SeverityTraits& traits, float size
 void ShowAlert(const char* location, U_u16 severity, const U_UTF16String& text, float sizeHint)
 {
     U_UTF16String whole;
-    // Without memory for the location the text goes without it.
     const U_Status failure = Guarded([&] { whole = WithLocation(text, severity, location); });
+    // Without memory for the location the text is shown alone.
     ShowBox(failure ? text : whole, TraitsOf(severity), sizeHint);
 }
 
-// A menu or a drag that holds the mouse would keep it from the alert.
+// Without this, a menu or a drag that has captured the mouse would keep it from the alert.
 void EndInputCapture()
 {
     kroview::ui::UI_NodeManager* const manager = kroview::ui::UI_NodeManager::Get(true);

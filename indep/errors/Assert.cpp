@@ -25,16 +25,16 @@ struct Injection
     U_u32 mValue = 0;
 };
 
-// Never destroyed, as threads may ask until the process is gone.
+// Never destroyed: threads may call U_RandErr until the process has ended.
 boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
 Injection sInjection;
 
 typedef char VerificationText[U_ReportTextSize];
 
-// The bare message if the text can't be had or filled.
+// Fills the text; with the message alone if the look-up or the formatting fails.
 void FillVerification(VerificationText& text, const char* detail, const char* message)
 {
-    const platform::ScQuietNew quiet; // a report would come between this one and its text
+    const platform::ScQuietNew quiet; // a report in here would change the thread's latest report
     const U_Status failure = Guarded(
         [&] {
             const U_UTF16String format = U_ZStringToFormat(

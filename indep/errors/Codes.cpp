@@ -1,3 +1,5 @@
+// The meanings of status codes and system codes.
+
 #include "indep/errors/ReportPipeline.h"
 
 #include <cstdio>
@@ -12,7 +14,7 @@
 
 namespace
 {
-// By status code, from 0 on. 1 is what needs no further word.
+// By status code, from 0 on. The code 1 has no text: its failure was already shown.
 const OwnText kStatusTexts[] = {kTextNoError,
                                 kTextNone,
                                 kTextStructureDamaged,
@@ -33,7 +35,7 @@ struct StatusText
     const char* mZString;
 };
 
-// Of the codes that show as numbers in a report.
+// For U_GetStatusText alone: in a report these codes appear as numbers.
 const StatusText kFurtherStatusTexts[] = {
     {U_Err_AlreadyTold, "$$$/QX/U/Status/AlreadyTold=the failure has been shown already"},
     {U_Err_UnknownException, "$$$/QX/U/Status/UnknownException=an exception of an unknown kind"},
@@ -104,8 +106,7 @@ const SystemText kSystemTexts[] = {
     {-8972, kTextCodecCondition},
 };
 
-// Whole families, for the codes that have no text of their own. Both ends
-// belong to a family.
+// Families of codes, for the codes without a text of their own. Both ends are included.
 struct SystemFamily
 {
     U_i32 mLowest;
@@ -144,8 +145,8 @@ const char* ReasonOf(OwnText text)
     return text == kTextNone ? "" : Up_StringOrEnglish(text);
 }
 
-// A copy without its full stop: a text that can't be looked up is reported, and
-// that report takes the buffer.
+// A copy of a text without its full stop. A copy, since a failed look-up of a text is reported,
+// and that report overwrites the buffer.
 struct Message
 {
     explicit Message(const char* text)
@@ -164,7 +165,7 @@ void AppendStatusText(U_u32 code, char* buffer)
 {
     const Message text(buffer);
     const char* const known = ReasonOf(TextOfStatus(code));
-    // The message ends in a full stop, which the reason may bring, too.
+    // Both the format and the reason may end in a full stop; the message has one.
     Message reason(known);
     if (!*known)
         std::snprintf(reason.mText, sizeof(reason.mText), " (%x)", code);

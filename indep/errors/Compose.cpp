@@ -33,8 +33,7 @@ const SeverityTraits kInvalid = {
 const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
 const char kColon[] = "$$$/QX/EGG/LStr/0975=:";
 
-// A translation may put the word in front of the name. Without a name there is no
-// prefix.
+// A translation may put the word before the name. Without a name there is no prefix.
 void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
 {
     const HostName name;
@@ -49,7 +48,7 @@ void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
     prefix.push_back(' ');
 }
 
-// What a failure leaves of the prefix stands.
+// On failure the prefix composed so far is kept.
 void AppendPrefix(U_u16 severity, U_UTF16String& text)
 {
     const SeverityTraits& traits = TraitsOf(severity);

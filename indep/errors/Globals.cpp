@@ -1,3 +1,5 @@
+// The process-wide record, and the queries on it.
+
 #include "indep/errors/Globals.h"
 
 #include <algorithm>
@@ -16,11 +18,10 @@
 
 namespace
 {
-// All reports are shown and logged, except that severities 32 and 64 aren't
-// shown and 64 isn't logged.
+// Shows all severities except U_Sev_DETAIL and U_Sev_DEBUG, and logs all except U_Sev_DEBUG.
 const U_u32 kInteractAtBirth = 0xFFBFFF9F;
 
-// Written by birth and death only, with no other thread in the library.
+// Written by birth and death only, while no other thread is in the library.
 void** sGlobals = nullptr;
 } // namespace
 

@@ -1,4 +1,4 @@
-// Grouped messages.
+// Grouped messages: their identifiers, and one message for each group.
 
 #include "U_Group.h"
 
@@ -26,14 +26,14 @@ const char kSeparator[] = "$$$/private/QX/U/GroupTagSeparator=|||";
 const char kTypeSeparator[] = "$$$/private/QX/U/TypeOfErrorSeparator=###";
 const char kDefaultCountLabel[] = "$$$/QX/U/DisplayPostedErrors/Errors=Errors:";
 
-// Where a marker first stands. An empty one stands nowhere.
-size_t Find(const U_UTF16String& text, const U_UTF16String& marker, size_t from = 0)
+// Returns the first position of a mark. An empty mark is not found.
+size_t Find(const U_UTF16String& text, const U_UTF16String& mark, size_t from = 0)
 {
-    return marker.empty() ? kNowhere : text.find(marker, from);
+    return mark.empty() ? kNowhere : text.find(mark, from);
 }
 
-// Without memory for the tag of the language the English one is looked for: a text
-// with a tag isn't for the user's eyes.
+// Without memory for the tag of the current language, searches for the English tag: a text with
+// a tag must not be shown as it is.
 size_t FindGroupTag(const U_UTF16String& text)
 {
     try
@@ -48,7 +48,7 @@ size_t FindGroupTag(const U_UTF16String& text)
     }
 }
 
-// A text and what stands behind the first separator in it.
+// A text, split at its first separator.
 struct Halves
 {
     Halves(const U_UTF16String& text, const char* separator)
@@ -62,11 +62,11 @@ struct Halves
     }
 
     bool mFound;
-    U_UTF16String mFirst; // all of the text without a separator
+    U_UTF16String mFirst; // the whole text if there is no separator
     U_UTF16String mSecond;
 };
 
-void Give(const U_UTF16String& text, U_UTF16String* output)
+void StoreIf(const U_UTF16String& text, U_UTF16String* output)
 {
     if (output)
         *output = text;
@@ -81,7 +81,7 @@ U_UTF16String WithNumber(const U_UTF16String& format, std::size_t number)
                                              U_AsciiToUTF16String(std::to_string(number).c_str()));
 }
 
-// What is graver than fatal is of another kind and doesn't count.
+// Severities above U_Sev_FATAL do not count: they are other kinds of messages, not graver ones.
 U_u16 GravestOf(const PostedErrors& group)
 {
     U_u16 gravest = U_Sev_MESSAGE;
@@ -93,7 +93,7 @@ U_u16 GravestOf(const PostedErrors& group)
     return gravest;
 }
 
-// A group as one message under its heading.
+// Makes one message of a group, under its heading.
 class GroupMessage
 {
 public:
@@ -153,12 +153,12 @@ void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16String& ident
                                                       U_UTF16String* countLabel,
                                                       U_UTF16String* oneHeading)
 {
-    // Taken apart before anything is given out: an output may be the identifier.
+    // Split completely before the first output is set: an output may be the identifier.
     const Halves parts(identifier, kTypeSeparator);
     const Halves headings(parts.mFirst, kSeparator);
-    Give(headings.mFirst, manyHeading);
-    Give(parts.mFound ? parts.mSecond : U_ZStringToUTF16String(kDefaultCountLabel), countLabel);
-    Give(headings.mFound ? headings.mSecond : headings.mFirst, oneHeading);
+    StoreIf(headings.mFirst, manyHeading);
+    StoreIf(parts.mFound ? parts.mSecond : U_ZStringToUTF16String(kDefaultCountLabel), countLabel);
+    StoreIf(headings.mFound ? headings.mSecond : headings.mFirst, oneHeading);
 }
 
 U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* key)
@@ -172,11 +172,12 @@ U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16Strin
         return text;
 
     const size_t open = brace + 1;
-    U_UTF16String front = text.substr(0, tag == 0 ? 0 : tag - 1); // without its blank
+    U_UTF16String front =
+        text.substr(0, tag == 0 ? 0 : tag - 1); // without the blank before the tag
     front.push_back(' ');
     U_UTF16String result = text.substr(close + 1); // key may be the text
 
-    // A separator outside the braces is none of the identifier's.
+    // A separator outside the braces does not belong to the identifier.
     const U_UTF16String separator = U_ZStringToUTF16String(kSeparator);
     const size_t at = Find(text, separator, open);
     if (at == kNowhere || at + separator.size() > close)
@@ -207,7 +208,7 @@ void Coalesce(PostedErrors& errors)
     for (const Up_PostedError& error : errors)
     {
         Up_PostedError bare = error;
-        U_UTF16String key; // stays empty without a whole tag
+        U_UTF16String key; // stays empty without a complete tag
         bare.mText = U_StripGroupedErrorMessage(error.mText, &key);
         if (key.empty())
             result.push_back(error);

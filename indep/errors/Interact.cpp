@@ -20,7 +20,7 @@ namespace
 {
 typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
 
-// Both words are null in a free slot.
+// Replaces the first slot with the old pair. Both pointers are null in a free slot.
 bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
                   void* refcon)
 {
@@ -38,7 +38,7 @@ bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallb
     return false;
 }
 
-// Told without the lock, for which threads that report would queue up in vain.
+// Reads without the lock, so that threads do not wait for the lock if there is no callback.
 bool HasCallbacks(const U_Globals& globals)
 {
     const auto& callbacks = globals.mLoggingFuncs;
@@ -59,22 +59,23 @@ struct Entry
 struct Interaction
 {
     boost::mutex mLock;        // guards the rest
-    std::list<Entry> mEntries; // the mask in force in front
+    std::list<Entry> mEntries; // the mask in force is the first
     U_u32 mNextTemporaryId = 1;
 
-    // The mask in force once more, which each report reads several times.
-    // Written with the lock held.
+    // A copy of the mask in force, which each report reads several times. Written with the
+    // lock held.
     std::atomic<U_u32> mInForce{0};
 };
 
-// The last step of each change, with the lock held.
+// The last step of each change.
+// REQUIRES: the lock is held.
 void PutInForce(Interaction& interaction)
 {
     const std::list<Entry>& entries = interaction.mEntries;
     interaction.mInForce.store(entries.empty() ? 0 : entries.front().mMask);
 }
 
-// Ids come again after 2^32 uses, but never 0, nor the one that is not temporary.
+// Ids repeat after 2^32 uses, without 0 and the base mask's id.
 U_u32 NextTemporaryId(Interaction& interaction)
 {
     while (interaction.mNextTemporaryId == 0 || interaction.mNextTemporaryId == kBaseId)
@@ -122,7 +123,7 @@ U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severit
     U_Status answer = 0;
     for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
     {
-        // Read one by one: a callback may change the slots behind its own.
+        // Each slot is read when its turn comes: a callback may change later slots.
         if (U_LoggingCallback callback = globals->mLoggingFuncs[slot])
             answer = callback(globals->mLoggingRefcons[slot], location, severity, text);
     }
@@ -137,7 +138,7 @@ U_u32 Up_GetInteract()
 void Up_SetInteract(U_u32 mask)
 {
     Interaction& interaction = TheInteraction();
-    std::list<Entry> entries{{kBaseId, mask}}; // without memory the old ones stay
+    std::list<Entry> entries{{kBaseId, mask}}; // before the change: may throw
     InteractLock lock(interaction.mLock);
     interaction.mEntries.swap(entries);
     PutInForce(interaction);

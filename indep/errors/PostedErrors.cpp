@@ -1,3 +1,5 @@
+// The list of posted messages, and the last shown message.
+
 #include "indep/errors/Messages.h"
 
 #include <exception>
@@ -28,7 +30,7 @@ struct Reported
     U_UTF16String mText;
 };
 
-// The lock is held to compare, append and move only.
+// The lock is held only to compare, append and move.
 struct Posted
 {
     boost::mutex mLock;                  // guards the rest
@@ -58,7 +60,7 @@ PostedErrors TakePosted()
     return taken;
 }
 
-// In front of what has been posted meanwhile.
+// Puts the messages before those that were posted meanwhile.
 void Requeue(PostedErrors& errors)
 {
     Posted& posted = ThePosted();
@@ -67,8 +69,8 @@ void Requeue(PostedErrors& errors)
         posted.mErrors->splice(posted.mErrors->begin(), errors);
 }
 
-// Messages on their way to the user. What hasn't been shown is posted again at the
-// end, whatever that is.
+// Messages that are being shown. The destructor requeues the messages that were not shown, also
+// if an exception passes out.
 class Showing
 {
 public:
@@ -83,7 +85,7 @@ public:
         }
         catch (...)
         {
-            // Only a lock that is broken refuses; then there is nowhere to post.
+            // Only a broken lock throws; then there is no list to post to.
         }
     }
 
@@ -94,7 +96,7 @@ public:
     {
         while (!mErrors.empty())
         {
-            // One that can't be shown mustn't keep the others from the user.
+            // A message that cannot be shown does not keep the others from the user.
             if (IsShown(mErrors.front()))
                 mErrors.pop_front();
             else
@@ -103,8 +105,8 @@ public:
     }
 
 private:
-    // Why it isn't shown is reported by nobody: as long as nothing can be shown, each
-    // try would post one message more for each that waits.
+    // The failure is not reported: while nothing can be shown, each try would post one more
+    // message for each that waits.
     static bool IsShown(const Up_PostedError& error)
     {
         try
@@ -189,7 +191,7 @@ void U_DisplayPostedErrors()
 {
     PostedErrors errors = TakePosted();
     Showing showing(errors);
-    // Without memory for that, messages are shown one by one, as posted.
+    // Without memory to coalesce, the messages are shown one by one, as posted.
     Guarded([&] { Coalesce(errors); });
     showing.ShowInOrder();
 }

@@ -27,11 +27,12 @@ LoggingBuffer sEmergencyBuffer = {};
 
 PLATFORM_THREAD_LOCAL Up_LastErrorState tLastError = {};
 
-// Within a report the thread's text and last error are those of that report.
+// Marks that the thread is inside a report: an inner report must not change the thread's text
+// and last error.
 typedef ReentrancyGuard<struct InReport> ScReporting;
 
-// Returns the thread logging buffer, which the report goes on with: asked for once
-// more, it may be another one, when there is memory again.
+// Returns the buffer that has the text. The report keeps using that buffer: a second
+// Up_GetThreadLoggingBuffer may return another one, if there is memory again.
 char* PutIntoLoggingBuffer(const char* text)
 {
     char* const buffer = Up_GetThreadLoggingBuffer();
@@ -42,7 +43,7 @@ char* PutIntoLoggingBuffer(const char* text)
 enum LogLine
 {
     kLogLine,
-    kNoLogLine // it has been written already
+    kNoLogLine // the log has the line already
 };
 
 void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped,
@@ -67,8 +68,8 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
         report.Display(grouped);
 }
 
-// A new that fails while a text is made ready would be reported through the buffer that
-// has it: the thread isn't within a report yet. So such stretches are quiet.
+// A failing new is not reported while a text is prepared: the thread is not inside a report yet,
+// so the report of the failure would overwrite the buffer with the text.
 U_UTF16String TextOf(const char* buffer)
 {
     const platform::ScQuietNew quiet;
@@ -91,7 +92,7 @@ U_Status SendText(U_u32 location, U_u16 severity, const char* text, LogLine line
     return SendBuffer(location, severity, PutIntoLoggingBuffer(text), line);
 }
 
-// append puts the code's meaning behind the text in the buffer it is given.
+// `append` appends the code's meaning to the text in a buffer.
 template <class Append>
 U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* text, Append append)
 {
@@ -185,7 +186,8 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     Guarded([&] {
-        const platform::ScQuietNew quiet; // a report would change the thread's state
+        const platform::ScQuietNew
+            quiet; // the report of a failing allocation would change the thread's state
         if (!IsDisplayOn(severity) || (severity != U_Sev_FATAL && Up_IsQuiet(false)))
             return;
         Report(location, severity, text).Post();

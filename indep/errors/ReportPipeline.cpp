@@ -44,7 +44,7 @@ std::string LineOf(void* frame)
     return line + "\n";
 }
 
-void LogStackCrawl()
+void LogStackTrace()
 {
     LogSafely([] {
         void* frames[kMostFrames];
@@ -84,7 +84,7 @@ void Report::Log()
         WRIL_sprintf(0, "U", traits.mLogTag, "%s\t%s", reinterpret_cast<const char*>(text.c_str()),
                      location.mText);
         if (traits.mLogsStack)
-            LogStackCrawl();
+            LogStackTrace();
     });
 }
 
@@ -133,7 +133,7 @@ void Report::Display(bool grouped)
     }
 }
 
-// Behind what waits. What can't be shown waits, too.
+// Shows the posted messages first. A message that cannot be shown is posted.
 void Report::ShowNow()
 {
     const U_Status failure = Guarded([&] {
