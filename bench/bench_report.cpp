@@ -145,8 +145,6 @@ BENCHMARK(Resolution);
 BENCHMARK(Unwanted);
 BENCHMARK(Posted);
 BENCHMARK(PostedWithLogLine);
-BENCHMARK(PostedByThreads)->Arg(1)->Iterations(40)->UseManualTime();
-BENCHMARK(PostedByThreads)->Arg(2)->Iterations(40)->UseManualTime();
 
 // For the plot.
 BENCHMARK(PostedByThreads)

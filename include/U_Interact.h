@@ -1,71 +1,101 @@
-// Who hears of reports.
+// The receivers of reports: the logging callbacks, the interaction mask, and the host's name.
 //
-// A host can hang up to ten functions on the report path. The interaction mask
-// says which severities go where: bit b of its low half is the severity of
-// value 1 << b for the user, the same bit of the high half that severity for
-// the callbacks. The log has lines of warnings, problems and fatal errors, if either half
-// has their bit. A library whose record is damaged calls no
-// callback. Any thread; the mask is the whole process's.
+//     int warnings = 0;
+//     const U_LoggingCallback count = [](void* refcon, U_u32, U_u16 severity, const char*) {
+//         *static_cast<int*>(refcon) += severity == U_Sev_WARNING;
+//         return U_Status(0); // the report continues
+//     };
+//     U_AddLoggingCallback(count, &warnings);
+//     U_RemoveLoggingCallback(count, &warnings);
+//
+// Terms, explained in docs/concepts.md:
+//
+// - Interaction mask: decides which severities go where. Bit b of the low half shows the
+//   severity of value 1 << b to the user. The same bit of the high half passes that severity to
+//   the callbacks. The log has a line for a warning, a problem and a fatal error, if either
+//   half has the severity's bit.
+// - Location code: the module in the high half, a place in the module in the low half.
+//
+// Thread safety: all functions may be called on any thread. The mask and the callbacks belong
+// to the whole process.
+//
+// Failures: the functions that return U_Status return 2 for a damaged record of the library,
+// 5889 if the library is not alive. Each refusal is reported. A library with a damaged record
+// calls no callback.
 
 #ifndef U_INTERACT_H
 #define U_INTERACT_H
 
 #include "U_Types.h"
 
-// Sees a report: where it comes from, how severe it is, and its text in the
-// active code page, at most 511 bytes; empty without memory. It runs on the thread that reports,
-// with the lock of the callbacks held: other threads that report, add or remove a callback wait, so
-// one that waits for such a thread waits for ever. It may add and remove callbacks, itself too: the
-// slots are asked in order, each for what stands in it by then. It may not call U_Death, nor
-// have to do with hogs (U_Hog.h). The answer
-// of the last callback that ran is the one that counts. If that isn't 0, or a callback throws, the
-// report ends there: it is neither counted nor shown, and the code goes to who reported.
+// Receives a report: the location code, the severity and the text in the active code page, at
+// most 511 bytes. Without memory to convert the text, the text is empty.
+//
+// - The callback runs on the thread that reports, with the lock of the callbacks held. Other
+//   threads that report, or add or remove a callback, wait for the lock.
+// - The callback may add and remove callbacks, also itself. The slots are read in order, each
+//   when its turn comes, so a change of a later slot takes effect in this report.
+//
+// Returns: 0, or a code that ends the report. The answer of the last callback that ran is the
+// one that counts. An exception of a callback ends the report, too. A report that ends here is
+// neither counted nor shown; the code or the exception passes to the caller that reported.
+//
+// REQUIRES: does not call U_Death or a function of U_Hog.h, and does not wait for a thread that
+// may report: that thread waits for the lock, so both wait for ever.
 typedef U_Status (*U_LoggingCallback)(void* refcon, U_u32 location, U_u16 severity,
                                       const char* text);
 
-// Adds a callback in the first free slot; the same pair may be added again and
-// is called once more then. Death drops all callbacks. Returns 0; 3 for a null
-// callback, or if all ten slots are taken; 2 for a damaged record, 5889 if the
-// library isn't alive.
+// Adds a callback in the first free of ten slots. A pair that is added twice has two slots and
+// is called twice. Death removes all callbacks.
+//
+// Returns: 0; 3 if the callback is null or all slots are taken; 2 or 5889.
 U_EXPORT U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon);
 
-// Removes the first pair of both. Once it has returned, outside a callback, that
-// slot runs no more: if the pair was there once, its refcon may go. Returns 0; 3
-// for a null callback or if there is no such pair; 2 or 5889 as above.
+// Removes the callback from the first slot that has both the function and the refcon. Once the
+// function has returned, outside a callback, that slot no longer runs. If the pair had only one
+// slot, the host may then free the refcon.
+//
+// Returns: 0; 3 if the callback is null or no slot has the pair; 2 or 5889.
 U_EXPORT U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon);
 
-// Copies the host's display name, up to 30 bytes and a zero. Returns 0; 3 for a
-// null out; 2 or 5889 as above. out stays on failure.
+// Copies the host's display name, at most 30 bytes and the terminator. On failure `out` is
+// unchanged.
+//
+// Returns: 0; 3 if `out` is null; 2 or 5889.
 U_EXPORT U_Status U_GetName(char* out);
 
-// The reports counted so far. Returns 0; 3 for a null out; 2 or 5889 as above.
-// out stays on failure.
+// Stores the number of reports counted so far. On failure `out` is unchanged.
+//
+// Returns: 0; 3 if `out` is null; 2 or 5889.
 U_EXPORT U_Status U_GetHowManyErrors(U_u32* out);
 
-// The machine's name in the network. Returns 0, or -1 if the system doesn't
-// tell or the name doesn't fit into size bytes, with its zero; out is empty or
-// holds the start of the name then. A size of 0 or a null out gives -1, and
-// nothing is written. Where sockets have to be started first, the host has done
-// so.
+// Copies the machine's network name into `out`, which has `size` bytes.
+//
+// Returns: 0; -1 if the system has no name, or if the name with its terminator does not fit:
+// `out` is then empty or has the start of the name. -1 also if `size` is 0 or `out` is null;
+// nothing is written then.
+//
+// REQUIRES: on a system whose sockets must be started, the host has started them.
 U_EXPORT U_i32 U_GetComputerName(U_u32 size, char* out);
 
 // For close neighbours.
 
-// The mask in force; 0 before the first birth.
+// Returns the mask in force; 0 before the first birth.
 U_EXPORT U_u32 Up_GetInteract();
 
-// Puts one mask in the place of all, also of temporary ones. Birth sets
-// 0xFFBFFF9F. This and the next throw std::bad_alloc, with the masks as they
-// were.
+// Replaces all masks, also the temporary ones, by one base mask. Birth sets 0xFFBFFF9F.
+//
+// Throws: std::bad_alloc, with the masks unchanged.
 U_EXPORT void Up_SetInteract(U_u32 mask);
 
-// Puts a mask in front of those set so far, in force at once. Returns the id that
-// completes it, never 0.
+// Puts a temporary mask in front of the other masks. The new mask is in force at once.
+//
+// Returns: the id for Up_SetInteractTempComplete, never 0.
+// Throws: std::bad_alloc, with the masks unchanged.
 U_EXPORT U_u32 Up_SetInteractTemp(U_u32 mask);
 
-// Takes a temporary mask away again, in whatever order; the mask in front of
-// the rest is in force then. An unknown id does nothing, and the base mask can't be
-// taken away.
+// Removes a temporary mask; the order of removals is free. The front mask of the rest is then
+// in force. An unknown id has no effect, nor has the id of the base mask.
 U_EXPORT void Up_SetInteractTempComplete(U_u32 id);
 
 #endif

@@ -1,47 +1,66 @@
-// Errors that wait, and stretches without any.
+// Posted errors, quiet mode and deferred reports: three ways to keep alerts back.
 //
-// Posted: a message that can't be shown at once waits in a list of the whole
-// process until U_DisplayPostedErrors shows it. Quiet: a thread drops its own
-// reports. Deferred: a stretch of code keeps its errors to itself and reports
-// the last of them at its end, or none. Any thread, unless told otherwise.
+//     U_IncrementPostErrors(); // no alert from here on
+//     U_StartQuietErrorsOnCurrentThread(true);
+//     // an attempt whose failure is an answer
+//     U_EndQuietErrorsOnCurrentThread();
+//     U_DecrementPostErrors();
+//     U_DisplayPostedErrors();
 //
-// A message that is already shown isn't posted again by another thread than the
-// UI thread, until U_ClearLastReportedError (U_Report.h).
+// Terms, explained in docs/concepts.md:
+//
+// - Posted: a message that cannot be shown at once waits in a list of the process until
+//   U_DisplayPostedErrors shows it.
+// - Quiet mode: a thread drops its own reports.
+// - Deferred: a stretch of code keeps its errors back. The end of the stretch reports the last
+//   of them, or none.
+// - Interaction mask: the severities that are shown, and those that are logged (U_Interact.h).
+//
+// A message that equals the last shown message is not posted, except by the UI thread, until
+// U_ClearLastReportedError (U_Report.h).
+//
+// Thread safety: all functions may be called on any thread, except U_DisplayPostedErrors.
 
 #ifndef U_POSTED_H
 #define U_POSTED_H
 
 #include "U_Types.h"
 
-// While increments outnumber decrements, reports on the UI thread are posted
-// like those of other threads. A decrement too many takes the effect from the next
-// increment, behind which reports are still shown at once. Before birth, after death and over a
-// damaged record both do nothing.
+// Hold alerts back: while there were more increments than decrements, reports on the UI thread
+// are posted as those of other threads are.
+//
+// The count may be negative. An unmatched decrement cancels the next increment. Before birth,
+// after death and with a damaged record both functions do nothing.
 U_EXPORT void U_IncrementPostErrors();
 U_EXPORT void U_DecrementPostErrors();
 
-// Shows what has been posted so far, each message once and in order, with the
-// messages of a group (U_Group.h) as one alert behind the others. Returns when
-// the user has dismissed the last; meanwhile others may post. For the UI thread;
-// nothing here insists, but then U_SetPencartValuesForUErrors mustn't run at the
-// same time. Death shows what is left.
-// A message that even the system's message box can't show stays posted, and why isn't
-// told; the log has a line of an exception out of the host's box. What is neither an int nor a
-// std::exception passes through, with what has not been shown still posted. Without the memory to
-// put groups together their messages are shown one by one as they were posted, with their
-// identifiers.
+// Shows the messages posted so far, each once and in order. The messages of a group (U_Group.h)
+// are one alert, after the messages without a group. Returns when the user has dismissed the
+// last alert. Meanwhile other threads may post. Death shows the messages that are left.
+//
+// Thread safety: for the UI thread. A call on another thread is not refused, but must not run
+// at the same time as U_SetPencartValuesForUErrors.
+//
+// Failures:
+//
+// - A message that the system's message box cannot show stays posted, without a report. An
+//   exception of the host's message box leaves a line in the log.
+// - An exception that is neither an int nor a std::exception passes through. The messages that
+//   were not shown stay posted.
+// - Without memory to put groups together, their messages are shown one by one in the order of
+//   posting, with their identifiers.
 U_EXPORT void U_DisplayPostedErrors();
 
-// Enters a level of quiet mode, in which the calling thread's reports, fatal
-// ones apart, are neither counted nor shown; keepLogging false keeps them from
-// the log and the callbacks, too, also in the levels inside. The second leaves
-// the innermost level. Both return 0; 3, reported, while the library isn't alive
-// or, for the second, outside all levels; 4 without memory, which isn't told.
+// Enter and leave a level of quiet mode for the calling thread. In quiet mode the thread's
+// reports are neither counted nor shown, except fatal ones. If `keepLogging` is false, the
+// reports do not reach the log and the callbacks either, also in the levels inside.
+//
+// Returns: 0; 3, reported, if the library is not alive, or if the thread leaves more levels
+// than it has entered; 4, not reported, without memory.
 U_EXPORT U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging);
 U_EXPORT U_Status U_EndQuietErrorsOnCurrentThread();
 
-// A stretch of deferred reporting. The caller owns it and hands it back to the
-// end.
+// The state of a deferred stretch. The caller owns the structure and passes it to the end.
 struct U_DeferredState
 {
     U_u32 mSavedInteract = 0; // the interaction mask at the start
@@ -50,26 +69,41 @@ struct U_DeferredState
     char* mSavedMessage = nullptr; // the thread logging buffer at the start, or null; owned
 };
 
-// Starts a stretch in which only severities of mask (U_Interact.h) are told of,
-// on all threads. Stretches nest; each start needs its end. Returns 0; 2 or 5889
-// as U_GetHowManyErrors does; 4 without memory for the mask; after these the
-// stretch hides nothing and still needs its end. 3, reported, for a null state.
+// Starts a deferred stretch: on all threads, a severity is shown or logged only if both `mask`
+// and the mask in force have its bit (U_Interact.h). Stretches nest. Each start needs its end,
+// also after a failure.
+//
+// Returns: 0; 3, reported, if `state` is null; 2 or 5889 as U_GetHowManyErrors; 4 without
+// memory for the mask. After 2, 4 and 5889 the stretch keeps no error back.
 U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 
-// Ends it. report false forgets its errors: their count is again what it was, and so is
-// the thread's text if it had one. report true repeats the thread's latest report if
-// errors have been counted since the start, on whatever thread; it is shown as before
-// the start, and the log and the callbacks hear it unless they did. fallbackText, if
-// not null, serves where the thread has no text, or where each report of the thread was
-// quiet or ended by a callback. A thread without any other report repeats that text as a fatal
-// error, of which the process dies: the counted errors were other threads' and must not be
-// lost. The log hears of fallbackText in any case, the callbacks only if the stretch kept its
-// severity from them. async posts the repeat and
-// leaves it out of the log, the counts and the callbacks. Without memory for a mask of
-// its own the repeat is made behind the stretch, and the callbacks hear it once more.
-// What is neither an int nor a std::exception passes through, behind the end of the
-// stretch. Returns 0; 3, reported, for a null state; with async also 4 without memory
-// or the code of a failed conversion, and nothing is posted then.
+// End a deferred stretch.
+//
+// If `report` is false, the errors of the stretch are forgotten: the count of errors is set
+// back, and so is the thread's text, if the thread had one.
+//
+// If `report` is true and any thread's error was counted since the start, the end repeats the
+// latest report of the calling thread:
+//
+// - The repeat is shown as the mask before the start decides. The log and the callbacks
+//   receive the repeat unless they received the report in the stretch.
+// - If the thread's latest text is empty, the repeat has `fallbackText`, or "missing deferred
+//   error information." if that is null. The log always gets a line of this text; the callbacks
+//   receive it only if the stretch kept its severity from them.
+// - If no report of the thread was counted, that text is reported as a fatal error, and the
+//   process is dying: the errors were other threads' and must not be lost. Reports that were
+//   quiet or ended by a callback are not counted.
+// - If `async` is true, the repeat is only posted, without the log, the count and the callbacks.
+//
+// Returns: 0; 3, reported, if `state` is null. If `async` is true, also 4 without memory, or
+// the code of a failed conversion; nothing is posted then.
+//
+// Failures:
+//
+// - Without memory for the mask of the repeat, the repeat is made after the end of the stretch,
+//   and the callbacks receive it again.
+// - An exception that is neither an int nor a std::exception passes through, after the end of
+//   the stretch.
 U_EXPORT U_Status U_DeferredReportingEnd(bool report, const char* fallbackText,
                                          U_DeferredState* state);
 U_EXPORT U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallbackText,

@@ -13,10 +13,8 @@
 #include "indep/U_Memory/Memory.h"
 #include "indep/crash/Fatal.h"
 #include "indep/data/XMLEscapes.h"
-#include "indep/errors/Errors.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Translators.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/LogSafely.h"
@@ -30,11 +28,6 @@ namespace
 const int kLifecycleLevel = 10;
 const unsigned int kSimpleBeep = 0xFFFFFFFFu;
 const U_u32 kBirthPlace = kModule | 3;
-const U_u16 kDeathPlace = 4;
-
-// Indices of texts.
-const U_u32 kCannotContinue = 3;
-const U_u32 kOutOfMemoryInBirth = 12;
 
 U_RunModeFunction sRunMode = nullptr; // written by birth and death
 
@@ -134,8 +127,9 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
 void ReportFailedBirth(const char* displayName)
 {
     char text[256];
-    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName, Up_StringOrEnglish(kCannotContinue),
-                  Up_StringOrEnglish(kOutOfMemoryInBirth));
+    Up_FormatText(text, sizeof(text), "%s%s: %s", displayName,
+                  Up_StringOrEnglish(kTextCannotContinue),
+                  Up_StringOrEnglish(kTextOutOfMemoryInBirth));
     Up_ReportErrString(kBirthPlace, U_Sev_FATAL, text);
 }
 } // namespace
@@ -164,7 +158,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 U_Status U_Death()
 {
     Tell("Death", "U Death");
-    const U_Status failure = Up_ValidateGlobals(kDeathPlace);
+    const U_Status failure = Up_ValidateGlobals(kEntryDeath);
     U_SetPencartValuesForUErrors(nullptr, nullptr);
     if (failure)
         return failure;

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/LStrTable.h"
 

@@ -14,7 +14,7 @@
 #include "U_Format.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/Birth.h"
 

@@ -1,7 +1,6 @@
 #include "text/OwnTexts.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -24,7 +23,7 @@ constexpr Notation kNotations[] = {
     {"#{mdash}", "--"}, {"#{endl}", "\n"},  {"^^", "^"},
 };
 
-// A text with its notations written out in ASCII, which makes none longer.
+// A text with its notations replaced by ASCII. No replacement is longer than its notation.
 template <std::size_t size> struct PlainText
 {
     constexpr explicit PlainText(const char (&text)[size])
@@ -48,42 +47,34 @@ template <std::size_t size> struct PlainText
     char mText[size] = {};
 };
 
-enum Position
-{
-#define ROW(number, text) kPosition##number,
-#include "text/OwnTexts.inc"
-#undef ROW
-    kLastRow
-};
-
-// The number is the one in the key, by which translations find their row.
-#define ROW(number, text)                                                                          \
-    static_assert(kPosition##number == 1##number - 10000, "the row stands elsewhere");             \
-    constexpr PlainText kPlain##number(text);
+// The number is part of the key by which translations find the row.
+#define ROW(number, name, text)                                                                    \
+    static_assert(kText##name == 1##number - 10000, "rows are in the order of their numbers");     \
+    constexpr PlainText kPlain##name(text);
 #include "text/OwnTexts.inc"
 #undef ROW
 
-// Nobody reads the texts of the last row: whoever does faults at once.
+// The texts of the last row are never read: a read of this address faults at once.
 char* const kNeverRead = reinterpret_cast<char*>(UINTPTR_MAX);
 
 char sName[] = "UOverride";
 
-// Nobody writes to a text of a table.
+// The casts are safe: no function writes to a text of a table.
 U_LStrRow sRows[] = {
-#define ROW(number, text)                                                                          \
+#define ROW(number, name, text)                                                                    \
     {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
-     const_cast<char*>(kPlain##number.mText), 0},
+     const_cast<char*>(kPlain##name.mText), 0},
 #include "text/OwnTexts.inc"
 #undef ROW
     {nullptr, kNeverRead, kNeverRead, 0},
 };
 
-U_LStrCache sStrings = {sName, kLastRow + 1, sRows, 0};
+U_LStrCache sStrings = {sName, kOwnTextCount + 1, sRows, 0};
 
 const char kLonePercent = '%';
 
-// The letter of the next field of a format, 0 if there is none; format moves
-// behind it.
+// Returns the letter of the next field of a format, 0 if there is none, and moves `format`
+// after the field.
 char NextField(const char*& format)
 {
     while (*format)
@@ -99,7 +90,7 @@ char NextField(const char*& format)
     return 0;
 }
 
-// Whether both take the same values.
+// Returns true if both formats take the same values.
 bool HaveSameFields(const char* format, const char* other)
 {
     char letter = 0;
@@ -114,7 +105,8 @@ bool HaveSameFields(const char* format, const char* other)
 
 void FormatCut(char* out, std::size_t size, const char* format, std::va_list values)
 {
-    // The byte more tells whether the text has to be cut.
+    // One byte more than the limit, so that U_CopyString sees that a text is too long and cuts it
+    // at a character boundary.
     char text[U_ReportTextSize + 1];
     std::vsnprintf(text, sizeof(text), format, values);
     U_CopyString(text, std::min(size, U_ReportTextSize), out);
@@ -126,38 +118,35 @@ char* Up_String(U_u32 index)
     return const_cast<char*>(U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, nullptr));
 }
 
-const char* Up_StringOrEnglish(U_u32 index)
+const char* Up_StringOrEnglish(OwnText text)
 {
-    assert(index < kLastRow);
     int error = 0;
-    const char* const text = U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, &error);
-    return error ? Up_EnglishString(index) : text;
+    const char* const found = U_ZLookupLStrCache(&sStrings, static_cast<int>(text), 0, &error);
+    return error ? Up_EnglishString(text) : found;
 }
 
-const char* Up_EnglishString(U_u32 index)
+const char* Up_EnglishString(OwnText text)
 {
-    assert(index < kLastRow);
-    return sRows[index].mEnglish;
+    return sRows[text].mEnglish;
 }
 
-const char* Up_ZStringOf(U_u32 index)
+const char* Up_ZStringOf(OwnText text)
 {
-    assert(index < kLastRow);
-    return sRows[index].mZString;
+    return sRows[text].mZString;
 }
 
-const char* Up_FormatOf(U_u32 index)
+const char* Up_FormatOf(OwnText text)
 {
-    const char* const format = Up_StringOrEnglish(index);
-    const char* const english = Up_EnglishString(index);
+    const char* const format = Up_StringOrEnglish(text);
+    const char* const english = Up_EnglishString(text);
     return HaveSameFields(format, english) ? format : english;
 }
 
-void Up_FormatString(char* out, std::size_t size, U_u32 index, ...)
+void Up_FormatString(char* out, std::size_t size, OwnText text, ...)
 {
     std::va_list values;
-    va_start(values, index);
-    FormatCut(out, size, Up_FormatOf(index), values);
+    va_start(values, text);
+    FormatCut(out, size, Up_FormatOf(text), values);
     va_end(values);
 }
 

@@ -1,4 +1,4 @@
-// Messages made of the library's own texts, for the report path.
+// The library's own texts, and messages made of them for the report path.
 
 #ifndef TEXT_OWNTEXTS_H
 #define TEXT_OWNTEXTS_H
@@ -7,30 +7,38 @@
 
 #include "U_Types.h"
 
-// Formats Up_String(index) with its %s and %d fields filled in, as printf does,
-// into a buffer of size bytes, at most U_ReportTextSize of them; cut at a
-// character. The values may stand in the buffer themselves. A translation whose
-// fields aren't those of the English text is passed over for that. Allocates
-// nothing once the text has been resolved: it serves where memory is out.
-void Up_FormatString(char* out, std::size_t size, U_u32 index, ...);
+// The numbers of the texts: kTextNone, kTextWarning and so on.
+enum OwnText : U_u32
+{
+#define ROW(number, name, text) kText##name,
+#include "text/OwnTexts.inc"
+#undef ROW
+    kOwnTextCount
+};
 
-// The format that Up_FormatString uses.
-const char* Up_FormatOf(U_u32 index);
+// Returns a text in the current language; in English if the look-up fails, as without memory.
+const char* Up_StringOrEnglish(OwnText text);
 
-// The same with a format that isn't one of the texts.
+// Returns the plain English text.
+const char* Up_EnglishString(OwnText text);
+
+// Returns the text's ZString, for a look-up in UTF-16.
+const char* Up_ZStringOf(OwnText text);
+
+// Formats a text as printf does, with values for its %s and %d fields, into `out`. Writes at
+// most `size` bytes and at most U_ReportTextSize, cut at a character boundary. A value may be
+// in `out` itself. A translation whose fields differ from those of the English text is replaced
+// by the English text. Allocates nothing once the text was looked up, so that the function
+// works without memory.
+void Up_FormatString(char* out, std::size_t size, OwnText text, ...);
+
+// Returns the format that Up_FormatString uses.
+const char* Up_FormatOf(OwnText text);
+
+// As Up_FormatString, with a format that is none of the texts.
 #if defined(__GNUC__)
 __attribute__((format(printf, 3, 4)))
 #endif
 void Up_FormatText(char* out, std::size_t size, const char* format, ...);
-
-// A text in the current language, or in English if it can't be looked up, as
-// without memory. index must be known.
-const char* Up_StringOrEnglish(U_u32 index);
-
-// The plain English text. index must be known.
-const char* Up_EnglishString(U_u32 index);
-
-// The ZString of a text, for those who want it in UTF-16. index must be known.
-const char* Up_ZStringOf(U_u32 index);
 
 #endif

@@ -13,7 +13,7 @@
 
 #include <win32/wall_clock.h>
 
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 using boost::posix_time::ptime;

@@ -11,7 +11,7 @@
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_Report.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/Characters.h"
 

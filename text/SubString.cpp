@@ -12,7 +12,7 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/Numbers.h"
 

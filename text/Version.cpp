@@ -7,7 +7,7 @@
 #include "U_Encoding.h"
 #include "U_String.h"
 #include "U_ZString.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "text/OwnTexts.h"
 
 namespace
@@ -16,10 +16,6 @@ const char kDebugSuffix[] = "$$$/private/QXDebugVersionSuffix=^I";
 const U_u32 kDebugBuild = 1u << 31;
 const U_u32 kNoStageLetter = 3;
 const char kStageLetter = 'x';
-
-// Indices of texts.
-const U_u32 kWindows = 57;
-const U_u32 kUnknown = 65;
 
 // Sizes of texts in bytes.
 const std::size_t kVersionSize = 256;
@@ -31,11 +27,10 @@ U_u32 Field(U_u32 version, int firstBit, int bits)
     return version >> firstBit & ((1u << bits) - 1);
 }
 
-// The name of an architecture: the index of one of the library's own texts, a ZString, or
-// neither.
+// The name of an architecture: one of the library's own texts, a ZString, or neither.
 struct Architecture
 {
-    U_u32 mIndex;
+    OwnText mText;
     const char* mZString;
 };
 
@@ -44,26 +39,26 @@ Architecture ArchitectureOf(U_u32 version)
     switch (Field(version, 22, 4))
     {
     case 0:
-        return {0, nullptr};
+        return {kTextNone, nullptr};
     case 3:
-        return {kWindows, nullptr};
+        return {kTextWindows, nullptr};
     case 10:
-        return {0, "$$$/QX/U/ARCH/MacintoshPPC=Macintosh PPC"};
+        return {kTextNone, "$$$/QX/U/ARCH/MacintoshPPC=Macintosh PPC"};
     case 11:
-        return {0, "$$$/QX/U/ARCH/MacintoshIntel=Macintosh Intel"};
+        return {kTextNone, "$$$/QX/U/ARCH/MacintoshIntel=Macintosh Intel"};
     case 12:
-        return {0, "$$$/QX/U/ARCH/Windows64=Windows 64"};
+        return {kTextNone, "$$$/QX/U/ARCH/Windows64=Windows 64"};
     case 13:
-        return {0, "$$$/QX/U/ARCH/Macintosh64=Macintosh 64"};
+        return {kTextNone, "$$$/QX/U/ARCH/Macintosh64=Macintosh 64"};
     default:
-        return {kUnknown, nullptr};
+        return {kTextUnknown, nullptr};
     }
 }
 
 U_UTF16String NameOf(const Architecture& architecture)
 {
-    if (architecture.mIndex)
-        return U_MBToUTF16String(Up_StringOrEnglish(architecture.mIndex));
+    if (architecture.mText)
+        return U_MBToUTF16String(Up_StringOrEnglish(architecture.mText));
     return architecture.mZString ? U_ZStringToUTF16String(architecture.mZString) : U_UTF16String();
 }
 
@@ -71,8 +66,8 @@ U_UTF16String NameOf(const Architecture& architecture)
 U_Status StoreName(const Architecture& architecture, char (&name)[kNameSize])
 {
     *name = 0;
-    if (architecture.mIndex)
-        return U_CopyString(Up_StringOrEnglish(architecture.mIndex), sizeof(name), name);
+    if (architecture.mText)
+        return U_CopyString(Up_StringOrEnglish(architecture.mText), sizeof(name), name);
     return architecture.mZString ? U_ZStringToMBRaw(architecture.mZString, sizeof(name), name) : 0;
 }
 

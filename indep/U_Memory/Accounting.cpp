@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

@@ -9,7 +9,7 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Location.h"
 
 namespace

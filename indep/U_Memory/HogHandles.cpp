@@ -10,7 +10,7 @@
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Location.h"
 #include "text/OwnTexts.h"
 
@@ -24,8 +24,7 @@ const U_u32 kUnlockPlace = kModule | 0x23;
 const U_u32 kSizePlace = kModule | 0x24;
 const U_u32 kResizePlace = kModule | 0x25;
 
-const U_u32 kLockedText = 116; // index of a text
-const int kConvertLine = 525;  // reported for a null hog handle
+const int kConvertLine = 525; // reported for a null hog handle
 const char kConversion[] = "conversion handle";
 
 // The bytes before the data. Keeps the data aligned for any type.
@@ -90,7 +89,7 @@ U_Status GetDataSize(void** handle, U_u32* size)
 
 U_Status RefuseLockedHog()
 {
-    Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kLockedText));
+    Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kTextLockedHandle));
     return kLockedHog;
 }
 } // namespace

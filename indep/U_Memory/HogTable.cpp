@@ -18,7 +18,7 @@
 #include "U_String.h"
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/HogCounts.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Location.h"
 #include "indep/frame/ScTrue.h"
 #include "text/OwnTexts.h"
@@ -36,11 +36,6 @@ const U_u32 kBirthPlace = kModule | 0x1F;
 const U_u32 kRegisterPlace = kModule | 0x20;
 const U_u32 kLeakPlace = kModule | 0x26;
 const U_u32 kStatsPlace = kModule | 0x27;
-
-// Indices of texts.
-const U_u32 kTableName = 113;
-const U_u32 kHogName = 114;
-const U_u32 kBadHogText = 115;
 
 const char* const kNotReported[] = {"OMF", "PNGIO", "TIFFIO", "WAV"};
 
@@ -96,7 +91,7 @@ typedef std::unique_ptr<void*, FreeHandle> OwnedHandle;
 void** CopyOfName(const char* name)
 {
     const std::size_t size = std::strlen(name) + 1;
-    void** const copy = U_AllocateHandle(kRegisterPlace, Up_StringOrEnglish(kHogName), size);
+    void** const copy = U_AllocateHandle(kRegisterPlace, Up_StringOrEnglish(kTextHogName), size);
     if (copy)
         std::memcpy(*copy, name, size);
     return copy;
@@ -108,7 +103,7 @@ U_Status MakeRoomForCount()
     if (sCounts.MakeRoom(sCount))
         return 0;
     Up_ReportAllocFailure(kRegisterPlace, HogCounts::BytesOfPiece(sCount),
-                          Up_StringOrEnglish(kTableName), true);
+                          Up_StringOrEnglish(kTextHogTable), true);
     return U_Err_OutOfMemory;
 }
 
@@ -123,7 +118,7 @@ U_Status MakeRoom(HogTable& table)
     const ScTrue grows(table.mGrows); // cleared also if a function of the host throws
     const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
     const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
-                                            Up_StringOrEnglish(kTableName), &table.mSlots);
+                                            Up_StringOrEnglish(kTextHogTable), &table.mSlots);
     if (!failure)
         table.mCapacity = capacity;
     return failure;
@@ -209,7 +204,7 @@ void FreeTable()
 U_Status Up_HogBirth()
 {
     WRIL_Log(kLifecycleLevel, "U", "Birth", "U Hog Birth");
-    const char* const name = Up_StringOrEnglish(kTableName);
+    const char* const name = Up_StringOrEnglish(kTextHogTable);
     void** const table = U_AllocateHandleClear(kBirthPlace, name, sizeof(HogTable));
     if (!table)
         return U_Err_OutOfMemory;
@@ -254,7 +249,7 @@ void CountHog(U_u32 index, U_i64 handles, U_i64 bytes)
 
 U_Status RefuseHog(U_u32 location)
 {
-    Up_ReportErrString(location, U_Sev_PROBLEM, Up_StringOrEnglish(kBadHogText));
+    Up_ReportErrString(location, U_Sev_PROBLEM, Up_StringOrEnglish(kTextBadHog));
     return kBadHog;
 }
 

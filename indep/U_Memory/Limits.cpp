@@ -15,7 +15,7 @@
 #include <wril/wril.h>
 
 #include "indep/U_Memory/Budget.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

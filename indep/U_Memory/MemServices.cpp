@@ -17,7 +17,7 @@
 #include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/LogSafely.h"
 
 using krobase::utility::Guid;

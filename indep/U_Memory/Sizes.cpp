@@ -13,7 +13,7 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Location.h"
 #include "text/OwnTexts.h"
 
@@ -22,7 +22,6 @@ namespace
 const U_u32 kSizePlace = kModule | 0x17;
 const int kSizeLine = 1859;
 const int kCheckLine = 2033;
-const U_u32 kGettingSize = 93; // index of a text
 
 // Negative, reported, for the size of another heap's handle that doesn't fit.
 U_i32 NarrowSize(U_u64 size)
@@ -54,13 +53,14 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
     if (!handle || !size)
     {
         Up_ReportNuloErrString(kSizePlace, U_Sev_PROBLEM, U_Err_BadParameter,
-                               Up_StringOrEnglish(kGettingSize));
+                               Up_StringOrEnglish(kTextGettingHandleSize));
         return U_Err_BadParameter;
     }
     const U_i32 narrow = NarrowSize(MEM_GetHandleSize(UHeap(), handle));
     if (narrow < 0)
     {
-        Up_ReportSyserrString(kSizePlace, U_Sev_PROBLEM, narrow, Up_StringOrEnglish(kGettingSize));
+        Up_ReportSyserrString(kSizePlace, U_Sev_PROBLEM, narrow,
+                              Up_StringOrEnglish(kTextGettingHandleSize));
         return narrow;
     }
     *size = static_cast<U_u32>(narrow);

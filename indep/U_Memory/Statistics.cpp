@@ -8,7 +8,7 @@
 #include "U_MemServices.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

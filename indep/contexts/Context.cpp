@@ -9,7 +9,7 @@
 
 #include "U_Threads.h"
 #include "indep/contexts/ThreadSlot.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
 

@@ -32,7 +32,6 @@ constexpr Units kInvoking = u"InvokingCrashHandler";
 const char kInvalidParameterTag[] = "QX_invalid_parameter_handler";
 
 const U_u32 kOutOfMemoryPlace = kModule | 0x28;
-const U_u32 kOutOfMemoryText = 112; // index
 
 win32::NewHandler sPreviousNew = nullptr; // null if there was none or ours is not installed
 bool sNewIsInstalled = false;
@@ -113,10 +112,10 @@ int Kilobytes(std::size_t size)
 // A format that is too long could be cut within a field: the English one replaces it.
 void KeepOutOfMemoryText()
 {
-    const char* const format = Up_FormatOf(kOutOfMemoryText);
+    const char* const format = Up_FormatOf(kTextOutOfMemoryRequested);
     const bool fits = std::strlen(format) < sizeof(sOutOfMemoryText);
-    U_CopyString(fits ? format : Up_EnglishString(kOutOfMemoryText), sizeof(sOutOfMemoryText),
-                 sOutOfMemoryText);
+    U_CopyString(fits ? format : Up_EnglishString(kTextOutOfMemoryRequested),
+                 sizeof(sOutOfMemoryText), sOutOfMemoryText);
 }
 
 void ReportMemory(std::size_t size)

@@ -1,4 +1,6 @@
-#include "indep/errors/Alert.h"
+// Shows messages in alerts.
+
+#include "indep/errors/Messages.h"
 
 #include <kroview/datatransfer.h>
 #include <kroview/messagebox.h>
@@ -8,12 +10,15 @@
 #include <win32/messages.h>
 
 #include "U_Encoding.h"
+#include "U_Group.h"
 #include "U_Report.h"
+#include "U_Telemetry.h"
 #include "U_ZString.h"
-#include "indep/errors/Compose.h"
-#include "indep/errors/Severity.h"
-#include "indep/errors/Translators.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
 #include "indep/frame/Guard.h"
+#include "text/Characters.h"
 
 kroview::pencart::SupplierInterface* Up_DrawSupplierP0 = nullptr;
 boost::intrusive_ptr<kroview::ui::UI_Node> Up_TopLevelWindowP0;
@@ -31,14 +36,15 @@ U_UTF16String WithLocation(const U_UTF16String& text, U_u16 severity, const char
     return text + U_AsciiToUTF16String("\n\n") + U_MBToUTF16String(location);
 }
 
-// Where the host's box is shown, as it was when the alert began.
+// The values of the host's message box when the alert begins. The copies stay valid if the host
+// sets new values while the alert is up.
 struct HostUI
 {
     kroview::pencart::SupplierInterface* mSupplier = Up_DrawSupplierP0;
     boost::intrusive_ptr<kroview::ui::UI_Node> mNode = Up_TopLevelWindowP0;
 };
 
-// Returns 0, or why the box couldn't be shown.
+// Returns 0, or the code of the failure.
 U_Status ShowHostBox(const HostUI& host, const U_UTF16String& text, const HostName& name, int icon,
                      float sizeHint)
 {
@@ -63,8 +69,8 @@ void ShowSystemBox(const U_UTF16String& text, const HostName& name, unsigned int
                        icon | win32::kBoxTopmost | win32::kBoxTaskModal);
 }
 
-// As a user's program would read it from there: what the code page can't hold
-// is gone.
+// Converts to the active code page and back, so that the clipboard has what a program of the
+// user can read: other characters are replaced.
 void CopyToClipboard(const U_UTF16String& text)
 {
     kroview::datatransfer::NewClipboardSendData(U_MBToUTF16String(U_UTF16ToMBString(text, false)));
@@ -80,6 +86,39 @@ void ShowBox(const U_UTF16String& text, const SeverityTraits& traits, float size
     if (GetCurrentKeyModifiers() & kShiftKey)
         Guarded([&] { CopyToClipboard(text); });
 }
+
+void ShowAlert(const char* location, U_u16 severity, const U_UTF16String& text, float sizeHint)
+{
+    U_UTF16String whole;
+    const U_Status failure = Guarded([&] { whole = WithLocation(text, severity, location); });
+    // Without memory for the location the text is shown alone.
+    ShowBox(failure ? text : whole, TraitsOf(severity), sizeHint);
+}
+
+// Without this, a menu or a drag that has captured the mouse would keep it from the alert.
+void EndInputCapture()
+{
+    kroview::ui::UI_NodeManager* const manager = kroview::ui::UI_NodeManager::Get(true);
+    if (manager && manager->HasInputCapture())
+        manager->EndInputCapture(true);
+}
+
+void SendTelemetry(const char* severityWord, const U_UTF16String& text)
+{
+    using namespace U::telemetry;
+    const auto group = NewDataGroup("Qx", "error", "error", krobase::utility::Guid());
+    AddToGroup(group, "severity", UTF8Of(severityWord));
+    if (!Up_HasGroupTag(text))
+    {
+        AddToGroup(group, "localizedMsg", U_UTF16To8String(text));
+        return;
+    }
+    U_UTF16String heading;
+    U_ExtractSingularPluralFromUniqueGroupIdentifier(text, nullptr, nullptr, &heading);
+    AddToGroup(group, "localizedMsg", U_UTF16To8String(heading));
+    U_UTF16String key;
+    AddToGroup(group, "errDetail", U_UTF16To8String(U_StripGroupedErrorMessage(text, &key)));
+}
 } // namespace
 
 void U_SetPencartValuesForUErrors(kroview::pencart::SupplierInterface* supplier,
@@ -89,10 +128,12 @@ void U_SetPencartValuesForUErrors(kroview::pencart::SupplierInterface* supplier,
     Up_TopLevelWindowP0.swap(node);
 }
 
-void Up_ShowAlert(const char* location, U_u16 severity, const U_UTF16String& text, float sizeHint)
+void Up_ShowMessage(U_u32 location, U_u16 severity, const U_UTF16String& text, float sizeHint)
 {
-    U_UTF16String whole;
-    // Without memory for the location the text goes without it.
-    const U_Status failure = Guarded([&] { whole = WithLocation(text, severity, location); });
-    ShowBox(failure ? text : whole, TraitsOf(severity), sizeHint);
+    const LocationText locationText(location);
+    Guarded(&EndInputCapture, &Up_TranslateUnreported);
+    Guarded([&] { RememberLastReported(location, severity, text); }, &Up_TranslateUnreported);
+    if (const char* word = TraitsOf(severity).mTelemetryWord)
+        Guarded([&] { SendTelemetry(word, text); }, &Up_TranslateUnreported);
+    ShowAlert(locationText.mText, severity, text, sizeHint);
 }

@@ -13,35 +13,32 @@
 #include "U_Format.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/Translators.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"
 
 namespace
 {
-const U_u32 kFailedInternally = 110;
-const U_u32 kFailedWithDetail = 111;
-
 struct Injection
 {
     U_RandErrFilter mFilter = nullptr;
     U_u32 mValue = 0;
 };
 
-// Never destroyed, as threads may ask until the process is gone.
+// Never destroyed: threads may call U_RandErr until the process has ended.
 boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
 Injection sInjection;
 
 typedef char VerificationText[U_ReportTextSize];
 
-// The bare message if the text can't be had or filled.
+// Fills the text; with the message alone if the look-up or the formatting fails.
 void FillVerification(VerificationText& text, const char* detail, const char* message)
 {
-    const platform::ScQuietNew quiet; // a report would come between this one and its text
+    const platform::ScQuietNew quiet; // a report in here would change the thread's latest report
     const U_Status failure = Guarded(
         [&] {
-            const U_UTF16String format =
-                U_ZStringToFormat(Up_ZStringOf(detail ? kFailedWithDetail : kFailedInternally));
+            const U_UTF16String format = U_ZStringToFormat(
+                Up_ZStringOf(detail ? kTextVerificationFailedDetail : kTextVerificationFailed));
             const U_UTF16String filled =
                 detail ? U_SubString16(format, detail, message) : U_SubString16(format, message);
             U_CopyString(U_UTF16ToMBString(filled, false).c_str(), sizeof(text), text);
@@ -88,6 +85,12 @@ U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail
     VerificationText text;
     FillVerification(text, detail, message);
     return Up_ReportErrString(location, U_Sev_PROBLEM, text);
+}
+
+U_Status BadArgument(const char* why, U_u32 location)
+{
+    U_ReportFailedVerification(location, 0, nullptr, why);
+    return U_Err_BadParameter;
 }
 
 U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)

@@ -1,4 +1,6 @@
-#include "indep/errors/Codes.h"
+// The meanings of status codes and system codes.
+
+#include "indep/errors/ReportPipeline.h"
 
 #include <cstdio>
 #include <cstring>
@@ -9,19 +11,23 @@
 #include "U_String.h"
 #include "U_Suspend.h"
 #include "U_ZString.h"
-#include "text/OwnTexts.h"
 
 namespace
 {
-// Indices of texts.
-const U_u32 kNoText = 0;
-const U_u32 kSeparator = 106;
-const U_u32 kTextAndReason = 107;
-const U_u32 kTextReasonAndCode = 108;
-const U_u32 kTextAndCode = 109;
-
-// By status code, from 0 on. 1 is what needs no further word.
-const U_u32 kStatusTexts[] = {40, kNoText, 41, 42, 33, 43, 44, 45, 46, 47, 48, 49, 50};
+// By status code, from 0 on. The code 1 has no text: its failure was already shown.
+const OwnText kStatusTexts[] = {kTextNoError,
+                                kTextNone,
+                                kTextStructureDamaged,
+                                kTextBadParameterPassed,
+                                kTextOutOfMemory,
+                                kTextUnimplemented,
+                                kTextResourceMissing,
+                                kTextHeaderOutOfDate,
+                                kTextUnsupportedEnvironment,
+                                kTextUnsupportedVersion,
+                                kTextValueOutOfRange,
+                                kTextBadDeath,
+                                kTextMultipleBirths};
 
 struct StatusText
 {
@@ -29,7 +35,7 @@ struct StatusText
     const char* mZString;
 };
 
-// Of the codes that show as numbers in a report.
+// For U_GetStatusText alone: in a report these codes appear as numbers.
 const StatusText kFurtherStatusTexts[] = {
     {U_Err_AlreadyTold, "$$$/QX/U/Status/AlreadyTold=the failure has been shown already"},
     {U_Err_UnknownException, "$$$/QX/U/Status/UnknownException=an exception of an unknown kind"},
@@ -41,61 +47,106 @@ const char kNumberOnly[] = "$$$/QX/U/Status/Number=error ^^L1";
 struct SystemText
 {
     U_i32 mCode;
-    U_u32 mIndex;
+    OwnText mText;
 };
 
 const SystemText kSystemTexts[] = {
-    {-33, 15},   {-34, 16},   {-35, 17},   {-36, 18},    {-37, 19},   {-38, 20},   {-39, 21},
-    {-42, 22},   {-43, 23},   {-44, 24},   {-45, 25},    {-46, 26},   {-47, 27},   {-48, 28},
-    {-49, 29},   {-50, 70},   {-51, 30},   {-54, 31},    {-61, 32},   {-108, 33},  {-111, 67},
-    {-120, 34},  {-124, 35},  {-154, 36},  {-155, 37},   {-192, 71},  {-203, 38},  {-2003, 72},
-    {-2004, 73}, {-2007, 74}, {-2008, 75}, {-2010, 76},  {-2014, 77}, {-2015, 78}, {-2020, 79},
-    {-2028, 80}, {-2048, 81}, {-2050, 82}, {-2110, 118}, {-2801, 83}, {-2802, 84}, {-2804, 85},
-    {-2805, 86}, {-2813, 87}, {-2814, 88}, {-5000, 89},  {-5551, 39}, {-8961, 95}, {-8967, 96},
-    {-8969, 97}, {-8970, 98}, {-8971, 99}, {-8972, 100},
+    {-33, kTextDirectoryFull},
+    {-34, kTextDiskFull},
+    {-35, kTextNoSuchVolume},
+    {-36, kTextDiskError},
+    {-37, kTextBadFileName},
+    {-38, kTextFileNotOpen},
+    {-39, kTextUnexpectedEndOfFile},
+    {-42, kTextTooManyFilesOpen},
+    {-43, kTextFileNotFound},
+    {-44, kTextDiskWriteProtected},
+    {-45, kTextFileLocked},
+    {-46, kTextVolumeLocked},
+    {-47, kTextFileBusy},
+    {-48, kTextDuplicateFileName},
+    {-49, kTextFileAlreadyOpen},
+    {-50, kTextBadParameter},
+    {-51, kTextBadFileReference},
+    {-54, kTextNoPermissionToOpen},
+    {-61, kTextWritePermissions},
+    {-108, kTextOutOfMemory},
+    {-111, kTextInvalidBlock},
+    {-120, kTextNoSuchDirectory},
+    {-124, kTextServerDisconnected},
+    {-154, kTextColorTableProtected},
+    {-155, kTextBadGraphicsDevice},
+    {-192, kTextResourceNotFound},
+    {-203, kTextSoundQueueFull},
+    {-2003, kTextQuickTimeNoHandler},
+    {-2004, kTextQuickTimeHandlerNotOpened},
+    {-2007, kTextQuickTimeNoDataHandler},
+    {-2008, kTextQuickTimeMedia},
+    {-2010, kTextQuickTimeMovie},
+    {-2014, kTextQuickTimeDuration},
+    {-2015, kTextQuickTimeTime},
+    {-2020, kTextQuickTimeNotInitialized},
+    {-2028, kTextQuickTimeTrackIndex},
+    {-2048, kTextQuickTimeNoMovie},
+    {-2050, kTextQuickTimeDataReference},
+    {-2110, kTextPathTooLong},
+    {-2801, kTextFragmentConnection},
+    {-2802, kTextFragmentSymbol},
+    {-2804, kTextFragmentLibrary},
+    {-2805, kTextFragmentDuplicateName},
+    {-2813, kTextFragmentTooOld},
+    {-2814, kTextFragmentTooNew},
+    {-5000, kTextAccessDenied},
+    {-5551, kTextUndefinedGestaltCode},
+    {-8961, kTextCodecMissing},
+    {-8967, kTextCodecAbort},
+    {-8969, kTextCodecBadData},
+    {-8970, kTextCodecDataVersion},
+    {-8971, kTextCodecExtension},
+    {-8972, kTextCodecCondition},
 };
 
-// Whole families, for the codes that have no text of their own. Both ends
-// belong to a family.
+// Families of codes, for the codes without a text of their own. Both ends are included.
 struct SystemFamily
 {
     U_i32 mLowest;
     U_i32 mHighest;
-    U_u32 mIndex;
+    OwnText mText;
 };
 
 const SystemFamily kSystemFamilies[] = {
-    {-2058, -2000, 90},  {-2899, -2800, 91},  {-8976, -8960, 101},
-    {-9408, -9400, 102}, {-9999, -9994, 103},
+    {-2058, -2000, kTextQuickTimeError},  {-2899, -2800, kTextFragmentError},
+    {-8976, -8960, kTextCodecError},      {-9408, -9400, kTextDigitizingError},
+    {-9999, -9994, kTextControllerError},
 };
 
-U_u32 IndexOfStatus(U_u32 code)
+OwnText TextOfStatus(U_u32 code)
 {
-    return code < std::size(kStatusTexts) ? kStatusTexts[code] : kNoText;
+    return code < std::size(kStatusTexts) ? kStatusTexts[code] : kTextNone;
 }
 
-U_u32 IndexOfSystemCode(U_i32 code)
+OwnText TextOfSystemCode(U_i32 code)
 {
     for (const SystemText& text : kSystemTexts)
     {
         if (text.mCode == code)
-            return text.mIndex;
+            return text.mText;
     }
     for (const SystemFamily& family : kSystemFamilies)
     {
         if (family.mLowest <= code && code <= family.mHighest)
-            return family.mIndex;
+            return family.mText;
     }
-    return kNoText;
+    return kTextNone;
 }
 
-const char* ReasonOf(U_u32 index)
+const char* ReasonOf(OwnText text)
 {
-    return index == kNoText ? "" : Up_StringOrEnglish(index);
+    return text == kTextNone ? "" : Up_StringOrEnglish(text);
 }
 
-// A copy without its full stop: a text that can't be looked up is reported, and
-// that report takes the buffer.
+// A copy of a text without its full stop. A copy, since a failed look-up of a text is reported,
+// and that report overwrites the buffer.
 struct Message
 {
     explicit Message(const char* text)
@@ -113,23 +164,25 @@ struct Message
 void AppendStatusText(U_u32 code, char* buffer)
 {
     const Message text(buffer);
-    const char* const known = ReasonOf(IndexOfStatus(code));
-    // The message ends in a full stop, which the reason may bring, too.
+    const char* const known = ReasonOf(TextOfStatus(code));
+    // Both the format and the reason may end in a full stop; the message has one.
     Message reason(known);
     if (!*known)
         std::snprintf(reason.mText, sizeof(reason.mText), " (%x)", code);
-    const char* const separator = *known && *text.mText ? Up_StringOrEnglish(kSeparator) : "";
-    Up_FormatString(buffer, U_ReportTextSize, kTextAndReason, text.mText, separator, reason.mText);
+    const char* const separator = *known && *text.mText ? Up_StringOrEnglish(kTextDash) : "";
+    Up_FormatString(buffer, U_ReportTextSize, kTextMessageAndReason, text.mText, separator,
+                    reason.mText);
 }
 
 void AppendSystemText(U_i32 code, char* buffer)
 {
     const Message text(buffer);
-    const char* const reason = ReasonOf(IndexOfSystemCode(code));
+    const char* const reason = ReasonOf(TextOfSystemCode(code));
     if (*reason)
-        Up_FormatString(buffer, U_ReportTextSize, kTextReasonAndCode, text.mText, reason, code);
+        Up_FormatString(buffer, U_ReportTextSize, kTextMessageReasonAndCode, text.mText, reason,
+                        code);
     else
-        Up_FormatString(buffer, U_ReportTextSize, kTextAndCode, text.mText, code);
+        Up_FormatString(buffer, U_ReportTextSize, kTextMessageAndCode, text.mText, code);
 }
 
 U_UTF16String U_GetStatusText(U_Status code)
@@ -139,10 +192,9 @@ U_UTF16String U_GetStatusText(U_Status code)
         if (text.mCode == code)
             return U_ZStringToUTF16String(text.mZString);
     }
-    const U_u32 index =
-        code < 0 ? IndexOfSystemCode(code) : IndexOfStatus(static_cast<U_u32>(code));
-    return index == kNoText ? U_SubString16(U_ZStringToFormat(kNumberOnly), code)
-                            : U_ZStringToUTF16String(Up_ZStringOf(index));
+    const OwnText text = code < 0 ? TextOfSystemCode(code) : TextOfStatus(static_cast<U_u32>(code));
+    return text == kTextNone ? U_SubString16(U_ZStringToFormat(kNumberOnly), code)
+                             : U_ZStringToUTF16String(Up_ZStringOf(text));
 }
 
 void Up_NuloEnglishError(U_u32 code)

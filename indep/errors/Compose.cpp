@@ -1,27 +1,40 @@
-#include "indep/errors/Compose.h"
+// Severities and the texts of reports.
 
-#include <cstring>
+#include "indep/errors/ReportPipeline.h"
+
 #include <new>
 #include <utility>
 
 #include <krobase/format.h>
 
 #include "U_Encoding.h"
-#include "U_String.h"
+#include "U_Report.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Severity.h"
 #include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"
 #include "text/ZString.h"
 
 namespace
 {
-const U_u32 kLocationFormat = 105;
+const SeverityTraits kTraits[] = {
+    {U_Sev_MESSAGE, false, Prefix::none, kTextNone, 0x00, 0, nullptr, nullptr},
+    {U_Sev_INFO, false, Prefix::name, kTextNone, 0x40, 4, nullptr, nullptr},
+    {U_Sev_WARNING, false, Prefix::word, kTextWarning, 0x30, 2, "U_Sev_WARNING", "Warning"},
+    {U_Sev_PROBLEM, true, Prefix::word, kTextError, 0x10, 1, "U_Sev_PROBLEM", "Problem"},
+    {U_Sev_FATAL, true, Prefix::word, kTextCannotContinue, 0x40, 4, "U_Sev_FATAL", "Fatal"},
+    {U_Sev_DETAIL, false, Prefix::indent, kTextNone, 0x40, 4, nullptr, nullptr},
+    {U_Sev_DEBUG, false, Prefix::word, kTextDebugInfo, 0x40, 4, nullptr, nullptr},
+    {U_Sev_LEAK, false, Prefix::word, kTextWarning, 0x40, 4, nullptr, "Leak"},
+};
+
+const SeverityTraits kInvalid = {
+    0, false, Prefix::word, kTextInvalidSeverity, 0x40, 4, nullptr, nullptr,
+};
+
 const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
 const char kColon[] = "$$$/QX/EGG/LStr/0975=:";
 
-// A translation may put the word in front of the name. Without a name there is no
-// prefix.
+// A translation may put the word before the name. Without a name there is no prefix.
 void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
 {
     const HostName name;
@@ -36,7 +49,7 @@ void AppendNameAndWord(const SeverityTraits& traits, U_UTF16String& prefix)
     prefix.push_back(' ');
 }
 
-// What a failure leaves of the prefix stands.
+// On failure the prefix composed so far is kept.
 void AppendPrefix(U_u16 severity, U_UTF16String& text)
 {
     const SeverityTraits& traits = TraitsOf(severity);
@@ -48,6 +61,16 @@ void AppendPrefix(U_u16 severity, U_UTF16String& text)
     });
 }
 } // namespace
+
+const SeverityTraits& TraitsOf(U_u16 severity)
+{
+    for (const SeverityTraits& traits : kTraits)
+    {
+        if (traits.mSeverity == severity)
+            return traits;
+    }
+    return kInvalid;
+}
 
 const U_UTF16String& ComposedText::Get()
 {
@@ -67,17 +90,9 @@ const U_UTF16String& ComposedText::Get()
     return *mComposed;
 }
 
-HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
-{
-    if (!mIsKnown && Globals())
-        Up_MarkDying();
-    const char* const name = mIsKnown ? Globals()->mName : "";
-    U_CopyStringLen(name, strnlen(name, sizeof(mText)), sizeof(mText), mText);
-}
-
 LocationText::LocationText(U_u32 location)
 {
     *mText = 0;
     if (location)
-        Up_FormatString(mText, sizeof(mText), kLocationFormat, location >> 16, location & 0xFFFF);
+        Up_FormatString(mText, sizeof(mText), kTextLocation, location >> 16, location & 0xFFFF);
 }

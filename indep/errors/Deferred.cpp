@@ -1,4 +1,4 @@
-// Stretches whose errors are reported at their end, or forgotten.
+// Deferred reports: stretches whose errors are reported at the end, or forgotten.
 
 #include "U_Posted.h"
 
@@ -9,10 +9,9 @@
 #include "U_Interact.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/errors/ErrorCount.h"
-#include "indep/errors/Refuse.h"
-#include "indep/errors/Repeat.h"
-#include "indep/errors/ThreadState.h"
+#include "indep/errors/Globals.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
 #include "indep/frame/Guard.h"
 
 namespace
@@ -22,7 +21,7 @@ const U_u32 kLogBits = 0xFFFF0000;
 const char kNoState[] = "deferred state can not be NULL";
 const char kNoText[] = "missing deferred error information.";
 
-// Null without memory, or if the thread has no message.
+// Returns a copy that the caller frees; null without memory or without a buffer.
 char* CopyOfLoggingBuffer()
 {
     const char* const text = Up_FindThreadLoggingBuffer();
@@ -43,8 +42,8 @@ void Forget(const U_DeferredState& state)
         U_CopyString(state.mSavedMessage, U_ReportTextSize, buffer);
 }
 
-// For the repeat of a report: shows as before the stretch, and calls back only
-// what the stretch kept from the callbacks.
+// The mask for the repeat of a report: shows as the mask before the stretch does, and calls the
+// callbacks only for severities that the stretch kept from them.
 class ScRepeatMask
 {
 public:
@@ -54,7 +53,7 @@ public:
             mId = Up_SetInteractTemp((state.mSavedInteract & kDisplayBits) |
                                      (state.mSavedInteract & kLogBits & ~maskOfStretch));
         });
-        // Without memory the stretch ends before the repeat, which its mask would hide.
+        // Without memory the stretch ends here, since its mask would hide the repeat.
         if (failure)
             Up_SetInteractTempComplete(state.mTempId);
     }
@@ -67,7 +66,7 @@ private:
     U_u32 mId = 0;
 };
 
-// What a stretch reports at its end.
+// The report that the end of a stretch repeats.
 struct Latest
 {
     explicit Latest(const char* fallbackText)
@@ -75,7 +74,8 @@ struct Latest
         U_GetLastError(mText, &mSeverity, &mLocation, nullptr);
         mIsOwn = mSeverity && *mText;
         if (!mSeverity)
-            mSeverity = U_Sev_FATAL; // what text there is isn't that of the others' errors
+            mSeverity =
+                U_Sev_FATAL; // the errors were other threads', whose texts are not known here
         if (!mIsOwn)
             U_CopyString(fallbackText ? fallbackText : kNoText, sizeof(mText), mText);
     }
@@ -83,13 +83,13 @@ struct Latest
     char mText[U_ReportTextSize];
     U_u16 mSeverity = 0;
     U_u32 mLocation = 0;
-    bool mIsOwn; // the thread has reported it
+    bool mIsOwn; // the thread has reported this text
 };
 
 void RepeatLatest(bool async, const char* fallbackText, const U_DeferredState& state)
 {
     const U_u32 maskOfStretch = Up_GetInteract();
-    const Latest latest(fallbackText); // before memory runs out, which is a report, too
+    const Latest latest(fallbackText); // first: a failing allocation below may report
     const ScRepeatMask mask(state, maskOfStretch);
     if (async)
     {
@@ -101,21 +101,21 @@ void RepeatLatest(bool async, const char* fallbackText, const U_DeferredState& s
     Up_RepeatReport(latest.mLocation, latest.mSeverity, latest.mText, isLogged);
 }
 
-// The last steps of a stretch, whatever passes out of the repeat.
-class ScLastSteps
+// Ends a stretch, also if an exception passes out of the repeat.
+class ScStretchEnd
 {
 public:
-    explicit ScLastSteps(U_DeferredState& state) : mState(state) {}
+    explicit ScStretchEnd(U_DeferredState& state) : mState(state) {}
 
-    ~ScLastSteps()
+    ~ScStretchEnd()
     {
         Up_SetInteractTempComplete(mState.mTempId);
         U_FreePtr(mState.mSavedMessage);
         mState.mSavedMessage = nullptr;
     }
 
-    ScLastSteps(const ScLastSteps&) = delete;
-    ScLastSteps& operator=(const ScLastSteps&) = delete;
+    ScStretchEnd(const ScStretchEnd&) = delete;
+    ScStretchEnd& operator=(const ScStretchEnd&) = delete;
 
 private:
     U_DeferredState& mState;
@@ -148,7 +148,7 @@ U_Status U_DeferredReportingEndAsync(bool report, bool async, const char* fallba
 {
     if (!state)
         return BadArgument(kNoState);
-    const ScLastSteps lastSteps(*state);
+    const ScStretchEnd end(*state);
     return Guarded([&] {
         U_u32 count = state->mErrorCount;
         if (!report)

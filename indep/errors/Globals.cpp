@@ -1,25 +1,27 @@
+// The process-wide record, and the queries on it.
+
 #include "indep/errors/Globals.h"
 
+#include <algorithm>
+#include <cstring>
+#include <limits>
 #include <new>
 
 #include <tolv/memory.h>
+#include <win32/network.h>
 
 #include "U_Alloc.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "indep/errors/Report.h"
 #include "text/OwnTexts.h"
 
 namespace
 {
-// Indices of texts.
-const U_u32 kNoGlobalsText = 9;
-const U_u32 kDamagedGlobalsText = 11;
-
-// All reports are shown and logged, except that severities 32 and 64 aren't
-// shown and 64 isn't logged.
+// Shows all severities except U_Sev_DETAIL and U_Sev_DEBUG, and logs all except U_Sev_DEBUG.
 const U_u32 kInteractAtBirth = 0xFFBFFF9F;
 
-// Written by birth and death only, with no other thread in the library.
+// Written by birth and death only, while no other thread is in the library.
 void** sGlobals = nullptr;
 } // namespace
 
@@ -72,17 +74,61 @@ void Up_MarkDying()
     TOLV_QuietMemDialogs();
 }
 
-U_Status Up_ValidateGlobals(U_u16 code)
+U_Status Up_ValidateGlobals(EntryPoint entry)
 {
     if (Up_GlobalsAreGood())
         return 0;
-    const U_u32 location = kModule | code;
+    const U_u32 location = kModule | entry;
     if (!Globals())
     {
-        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kNoGlobalsText));
+        Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kTextNoGlobals));
         return U_Err_NoGlobals;
     }
-    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kDamagedGlobalsText));
+    Up_ReportErrString(location, U_Sev_FATAL, Up_StringOrEnglish(kTextDamagedGlobals));
     Up_MarkDying();
     return U_Err_DamagedGlobals;
+}
+
+HostName::HostName() : mIsKnown(Up_GlobalsAreGood())
+{
+    if (!mIsKnown && Globals())
+        Up_MarkDying();
+    const char* const name = mIsKnown ? Globals()->mName : "";
+    U_CopyStringLen(name, strnlen(name, sizeof(mText)), sizeof(mText), mText);
+}
+
+U_Status U_GetName(char* out)
+{
+    if (!out)
+        return BadArgument("U_GetName: no place for the answer");
+    if (U_Status damaged = Up_ValidateGlobals(kEntryGetName))
+        return damaged;
+    const HostName name;
+    return U_CopyString(name.mText, sizeof(name.mText), out);
+}
+
+U_i32 U_GetComputerName(U_u32 size, char* out)
+{
+    if (out && size > 0)
+        *out = 0;
+    const U_u32 most = std::numeric_limits<int>::max();
+    return win32::gethostname(out, static_cast<int>(std::min(size, most)));
+}
+
+U_Status U_GetHowManyErrors(U_u32* out)
+{
+    if (!out)
+        return BadArgument("U_GetHowManyErrors: no place for the answer");
+    if (U_Status damaged = Up_ValidateGlobals(kEntryGetHowManyErrors))
+        return damaged;
+    *out = Globals()->mErrorCount;
+    return 0;
+}
+
+U_Status Up_SetHowManyErrors(U_u32 count)
+{
+    if (U_Status damaged = Up_ValidateGlobals(kEntrySetHowManyErrors))
+        return damaged;
+    Globals()->mErrorCount.store(count);
+    return 0;
 }

@@ -1,4 +1,4 @@
-// The record of what exists once per process.
+// The record of the state that exists once per process.
 
 #ifndef INDEP_ERRORS_GLOBALS_H
 #define INDEP_ERRORS_GLOBALS_H
@@ -16,43 +16,66 @@
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;
 
-// Plain data in a handle of the library's heap. The magic numbers at both ends
-// tell whether somebody wrote over it.
+// Plain data in a handle of the library's heap. A wrong magic number at either end shows that
+// the record was overwritten.
 struct U_Globals
 {
     U_u32 mMagicHead;
-    std::atomic<U_u32> mDying;            // set by the first fatal error, never set back
+    std::atomic<U_u32> mDying;            // set by the first fatal error, never reset
     char mName[31];                       // the host's display name
     boost::recursive_mutex* mLoggingLock; // guards the two arrays; owned
     std::atomic<U_LoggingCallback> mLoggingFuncs[kMostLoggingCallbacks];
     void* mLoggingRefcons[kMostLoggingCallbacks];
-    char mApart[platform::kCacheLine]; // each report writes the count, all read the rest
+    char mApart[platform::kCacheLine]; // every report writes the count and reads the rest
     std::atomic<U_u32> mErrorCount;
     char mApartToo[platform::kCacheLine];
     std::atomic<U_u32> mPostErrors; // read as signed: decrements may come first
     U_u32 mMagicTail;
 };
 
-// The record, null while the library isn't alive.
+// The low halves of the location codes of the entry points that need the record.
+enum EntryPoint : U_u16
+{
+    kEntryDeath = 4,
+    kEntryGetName = 9,
+    kEntryGetHowManyErrors = 12,
+    kEntryAddLoggingCallback = 21,
+    kEntryRemoveLoggingCallback = 22,
+    kEntrySetHowManyErrors = 29
+};
+
+// Returns the record; null while the library is not alive.
 U_Globals* Globals();
 
-// Makes the record and turns the reports on. Returns 0, or 4 with no record;
-// throws std::bad_alloc, with a record.
+// Makes the record and sets the interaction mask of birth. Returns 0, or 4 without a record.
+// Throws std::bad_alloc, with a record.
 U_Status Up_MakeGlobals(const char* displayName);
 
-// Destroys the record if there is one.
+// Destroys the record, if there is one.
 void Up_DestroyGlobals();
 
-// Whether the record exists and is whole.
+// Returns true if the record exists and both magic numbers are right.
 bool Up_GlobalsAreGood();
 
-// Notes that the process is dying, if there is a record to note it in, and ends
-// the host services' own memory dialogs.
+// Marks the process as dying, if the record exists, and ends the memory dialogs of the host
+// services.
 void Up_MarkDying();
 
-// The first line of an entry point that needs the record. code is the entry
-// point's place in the library. Returns 0; or, after a fatal report, 2 for a
-// damaged record, or 5889 for none.
-U_Status Up_ValidateGlobals(U_u16 code);
+// The first step of an entry point that needs the record. Returns 0; or, after a fatal report,
+// 2 for a damaged record and 5889 for a missing one.
+U_Status Up_ValidateGlobals(EntryPoint entry);
+
+// Sets the count of errors. Returns what Up_ValidateGlobals returns.
+U_Status Up_SetHowManyErrors(U_u32 count);
+
+// The host's display name. Unlike U_GetName, HostName reports no missing or damaged record:
+// a report composes its text with HostName. A damaged record marks the process as dying.
+struct HostName
+{
+    HostName();
+
+    bool mIsKnown;
+    char mText[31]; // empty if the name is not known
+};
 
 #endif

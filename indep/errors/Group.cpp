@@ -1,13 +1,20 @@
+// Grouped messages: their identifiers, and one message for each group.
+
 #include "U_Group.h"
 
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <map>
+#include <string>
+#include <utility>
 
 #include <krobase/format.h>
 
+#include "U_Encoding.h"
+#include "U_Report.h"
 #include "U_ZString.h"
-#include "indep/errors/Group.h"
+#include "indep/errors/Messages.h"
 #include "text/ZString.h"
 
 namespace
@@ -19,14 +26,14 @@ const char kSeparator[] = "$$$/private/QX/U/GroupTagSeparator=|||";
 const char kTypeSeparator[] = "$$$/private/QX/U/TypeOfErrorSeparator=###";
 const char kDefaultCountLabel[] = "$$$/QX/U/DisplayPostedErrors/Errors=Errors:";
 
-// Where a marker first stands. An empty one stands nowhere.
-size_t Find(const U_UTF16String& text, const U_UTF16String& marker, size_t from = 0)
+// Returns the first position of a mark. An empty mark is not found.
+size_t Find(const U_UTF16String& text, const U_UTF16String& mark, size_t from = 0)
 {
-    return marker.empty() ? kNowhere : text.find(marker, from);
+    return mark.empty() ? kNowhere : text.find(mark, from);
 }
 
-// Without memory for the tag of the language the English one is looked for: a text
-// with a tag isn't for the user's eyes.
+// Without memory for the tag of the current language, searches for the English tag: a text with
+// a tag must not be shown as it is.
 size_t FindGroupTag(const U_UTF16String& text)
 {
     try
@@ -41,7 +48,7 @@ size_t FindGroupTag(const U_UTF16String& text)
     }
 }
 
-// A text and what stands behind the first separator in it.
+// A text, split at its first separator.
 struct Halves
 {
     Halves(const U_UTF16String& text, const char* separator)
@@ -55,15 +62,76 @@ struct Halves
     }
 
     bool mFound;
-    U_UTF16String mFirst; // all of the text without a separator
+    U_UTF16String mFirst; // the whole text if there is no separator
     U_UTF16String mSecond;
 };
 
-void Give(const U_UTF16String& text, U_UTF16String* output)
+void StoreIf(const U_UTF16String& text, U_UTF16String* output)
 {
     if (output)
         *output = text;
 }
+
+const char kBlankLine[] = "$$$/QX/U/DisplayPostedErrors/TwoNewlines=#{endl}#{endl}";
+const char kNumberedMessage[] = "$$$/QX/U/DisplayPostedErrors/IssueNumber=@0)   ";
+
+U_UTF16String WithNumber(const U_UTF16String& format, std::size_t number)
+{
+    return krobase::utility::ReplaceInString(format,
+                                             U_AsciiToUTF16String(std::to_string(number).c_str()));
+}
+
+// Severities above U_Sev_FATAL do not count: they are other kinds of messages, not graver ones.
+U_u16 GravestOf(const PostedErrors& group)
+{
+    U_u16 gravest = U_Sev_MESSAGE;
+    for (const Up_PostedError& error : group)
+    {
+        if (error.mSeverity <= U_Sev_FATAL)
+            gravest = std::max(gravest, error.mSeverity);
+    }
+    return gravest;
+}
+
+// Makes one message of a group, under its heading.
+class GroupMessage
+{
+public:
+    GroupMessage(const U_UTF16String& key, const PostedErrors& errors)
+        : mErrors(errors), mBlankLine(U_ZStringToUTF16String(kBlankLine))
+    {
+        U_ExtractSingularPluralFromUniqueGroupIdentifier(key, &mManyHeading, &mCountLabel,
+                                                         &mOneHeading);
+        const U_UTF16String number = U_AsciiToUTF16String("@0");
+        if (mCountLabel.find(number) == U_UTF16String::npos)
+            mCountLabel = number + U_AsciiToUTF16String(" ") + mCountLabel;
+    }
+
+    Up_PostedError Get() const
+    {
+        if (mErrors.size() > 1)
+            return {NumberedList(), GravestOf(mErrors), 0, true};
+        const Up_PostedError& only = mErrors.front();
+        return {mOneHeading + mBlankLine + only.mText, only.mSeverity, only.mLocation, true};
+    }
+
+private:
+    U_UTF16String NumberedList() const
+    {
+        U_UTF16String text = mManyHeading + mBlankLine + WithNumber(mCountLabel, mErrors.size());
+        const U_UTF16String numbered = U_ZStringToUTF16String(kNumberedMessage);
+        std::size_t number = 0;
+        for (const Up_PostedError& error : mErrors)
+            text += mBlankLine + WithNumber(numbered, ++number) + error.mText;
+        return text;
+    }
+
+    const PostedErrors& mErrors;
+    const U_UTF16String mBlankLine;
+    U_UTF16String mManyHeading;
+    U_UTF16String mCountLabel;
+    U_UTF16String mOneHeading;
+};
 } // namespace
 
 U_UTF16String U_FormUniqueGroupErrorMessageIdentifier(const U_UTF16String& manyHeading,
@@ -85,12 +153,12 @@ void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16String& ident
                                                       U_UTF16String* countLabel,
                                                       U_UTF16String* oneHeading)
 {
-    // Taken apart before anything is given out: an output may be the identifier.
+    // Split completely before the first output is set: an output may be the identifier.
     const Halves parts(identifier, kTypeSeparator);
     const Halves headings(parts.mFirst, kSeparator);
-    Give(headings.mFirst, manyHeading);
-    Give(parts.mFound ? parts.mSecond : U_ZStringToUTF16String(kDefaultCountLabel), countLabel);
-    Give(headings.mFound ? headings.mSecond : headings.mFirst, oneHeading);
+    StoreIf(headings.mFirst, manyHeading);
+    StoreIf(parts.mFound ? parts.mSecond : U_ZStringToUTF16String(kDefaultCountLabel), countLabel);
+    StoreIf(headings.mFound ? headings.mSecond : headings.mFirst, oneHeading);
 }
 
 U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* key)
@@ -104,11 +172,12 @@ U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16Strin
         return text;
 
     const size_t open = brace + 1;
-    U_UTF16String front = text.substr(0, tag == 0 ? 0 : tag - 1); // without its blank
+    U_UTF16String front =
+        text.substr(0, tag == 0 ? 0 : tag - 1); // without the blank before the tag
     front.push_back(' ');
     U_UTF16String result = text.substr(close + 1); // key may be the text
 
-    // A separator outside the braces is none of the identifier's.
+    // A separator outside the braces does not belong to the identifier.
     const U_UTF16String separator = U_ZStringToUTF16String(kSeparator);
     const size_t at = Find(text, separator, open);
     if (at == kNowhere || at + separator.size() > close)
@@ -130,4 +199,23 @@ bool Up_HasGroupTag(const U_UTF16String& text, size_t* position)
     if (position)
         *position = at;
     return true;
+}
+
+void Coalesce(PostedErrors& errors)
+{
+    PostedErrors result;
+    std::map<U_UTF16String, PostedErrors> groups;
+    for (const Up_PostedError& error : errors)
+    {
+        Up_PostedError bare = error;
+        U_UTF16String key; // stays empty without a complete tag
+        bare.mText = U_StripGroupedErrorMessage(error.mText, &key);
+        if (key.empty())
+            result.push_back(error);
+        else
+            groups[key].push_back(std::move(bare));
+    }
+    for (const auto& [key, group] : groups)
+        result.push_back(GroupMessage(key, group).Get());
+    errors.swap(result);
 }

@@ -1,7 +1,10 @@
+// The logging callbacks and the interaction mask.
+
 #include "U_Interact.h"
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
@@ -9,8 +12,40 @@
 
 #include <platform/base/immortal.h>
 
+#include "indep/errors/Globals.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
+
 namespace
 {
+typedef boost::lock_guard<boost::recursive_mutex> CallbackLock;
+
+// Replaces the first slot with the old pair. Both pointers are null in a free slot.
+bool ReplaceFirst(U_LoggingCallback oldCallback, void* oldRefcon, U_LoggingCallback callback,
+                  void* refcon)
+{
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        if (globals->mLoggingFuncs[slot] != oldCallback ||
+            globals->mLoggingRefcons[slot] != oldRefcon)
+            continue;
+        globals->mLoggingFuncs[slot] = callback;
+        globals->mLoggingRefcons[slot] = refcon;
+        return true;
+    }
+    return false;
+}
+
+// Reads without the lock, so that threads do not wait for the lock if there is no callback.
+bool HasCallbacks(const U_Globals& globals)
+{
+    const auto& callbacks = globals.mLoggingFuncs;
+    return std::any_of(std::begin(callbacks), std::end(callbacks),
+                       [](const auto& callback) { return callback.load() != nullptr; });
+}
+
 typedef boost::lock_guard<boost::mutex> InteractLock;
 
 const U_u32 kBaseId = 0xFFFFFFFF;
@@ -24,22 +59,23 @@ struct Entry
 struct Interaction
 {
     boost::mutex mLock;        // guards the rest
-    std::list<Entry> mEntries; // the mask in force in front
+    std::list<Entry> mEntries; // the mask in force is the first
     U_u32 mNextTemporaryId = 1;
 
-    // The mask in force once more, which each report reads several times.
-    // Written with the lock held.
+    // A copy of the mask in force, which each report reads several times. Written with the
+    // lock held.
     std::atomic<U_u32> mInForce{0};
 };
 
-// The last step of each change, with the lock held.
+// The last step of each change.
+// REQUIRES: the lock is held.
 void PutInForce(Interaction& interaction)
 {
     const std::list<Entry>& entries = interaction.mEntries;
     interaction.mInForce.store(entries.empty() ? 0 : entries.front().mMask);
 }
 
-// Ids come again after 2^32 uses, but never 0, nor the one that is not temporary.
+// Ids repeat after 2^32 uses, without 0 and the base mask's id.
 U_u32 NextTemporaryId(Interaction& interaction)
 {
     while (interaction.mNextTemporaryId == 0 || interaction.mNextTemporaryId == kBaseId)
@@ -54,6 +90,46 @@ Interaction& TheInteraction()
 }
 } // namespace
 
+U_Status U_AddLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return BadArgument("logging_func can not be NULL", kModule | kEntryAddLoggingCallback);
+    if (U_Status damaged = Up_ValidateGlobals(kEntryAddLoggingCallback))
+        return damaged;
+    if (!ReplaceFirst(nullptr, nullptr, callback, refcon))
+        return BadArgument("can not add any more logging_funcs",
+                           kModule | kEntryAddLoggingCallback);
+    return 0;
+}
+
+U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
+{
+    if (!callback)
+        return BadArgument("logging_func can not be NULL", kModule | kEntryRemoveLoggingCallback);
+    if (U_Status damaged = Up_ValidateGlobals(kEntryRemoveLoggingCallback))
+        return damaged;
+    if (!ReplaceFirst(callback, refcon, nullptr, nullptr))
+        return BadArgument("can not find logging_func/refcon pair to remove",
+                           kModule | kEntryRemoveLoggingCallback);
+    return 0;
+}
+
+U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
+{
+    if (!Up_GlobalsAreGood() || !HasCallbacks(*Globals()))
+        return 0;
+    U_Globals* globals = Globals();
+    CallbackLock lock(*globals->mLoggingLock);
+    U_Status answer = 0;
+    for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
+    {
+        // Each slot is read when its turn comes: a callback may change later slots.
+        if (U_LoggingCallback callback = globals->mLoggingFuncs[slot])
+            answer = callback(globals->mLoggingRefcons[slot], location, severity, text);
+    }
+    return answer;
+}
+
 U_u32 Up_GetInteract()
 {
     return TheInteraction().mInForce;
@@ -62,7 +138,7 @@ U_u32 Up_GetInteract()
 void Up_SetInteract(U_u32 mask)
 {
     Interaction& interaction = TheInteraction();
-    std::list<Entry> entries{{kBaseId, mask}}; // without memory the old ones stay
+    std::list<Entry> entries{{kBaseId, mask}}; // before the change: may throw
     InteractLock lock(interaction.mLock);
     interaction.mEntries.swap(entries);
     PutInForce(interaction);

@@ -1,10 +1,12 @@
-#include "indep/errors/PostedErrors.h"
+// The list of posted messages, and the last shown message.
+
+#include "indep/errors/Messages.h"
 
 #include <exception>
 #include <optional>
 #include <utility>
 
-#include <boost/thread/lock_types.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <platform/base/immortal.h>
@@ -12,14 +14,13 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
-#include "indep/errors/Coalesce.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Show.h"
 #include "indep/frame/Guard.h"
 
 namespace
 {
-const int kLooks = 100;
+typedef boost::lock_guard<boost::mutex> PostedLock;
+
 const float kGroupedSizeHint = 600;
 
 struct Reported
@@ -29,7 +30,7 @@ struct Reported
     U_UTF16String mText;
 };
 
-// The lock is held to compare, append and move only.
+// The lock is held only to compare, append and move.
 struct Posted
 {
     boost::mutex mLock;                  // guards the rest
@@ -42,24 +43,6 @@ Posted& ThePosted()
     static platform::Immortal<Posted> posted;
     return *posted;
 }
-
-// Looks for a while before it sleeps: the list is held for less than a sleep takes.
-class PostedLock
-{
-public:
-    explicit PostedLock(boost::mutex& mutex) : mLock(mutex, boost::defer_lock)
-    {
-        for (int look = 0; look < kLooks; ++look)
-        {
-            if (mLock.try_lock())
-                return;
-        }
-        mLock.lock();
-    }
-
-private:
-    boost::unique_lock<boost::mutex> mLock;
-};
 
 bool IsLastReported(const Reported& last, const Up_PostedError& error)
 {
@@ -77,8 +60,8 @@ PostedErrors TakePosted()
     return taken;
 }
 
-// In front of what has been posted meanwhile.
-void PutBack(PostedErrors& errors)
+// Puts the messages before those that were posted meanwhile.
+void Requeue(PostedErrors& errors)
 {
     Posted& posted = ThePosted();
     PostedLock lock(posted.mLock);
@@ -86,8 +69,8 @@ void PutBack(PostedErrors& errors)
         posted.mErrors->splice(posted.mErrors->begin(), errors);
 }
 
-// Messages on their way to the user. What hasn't been shown is posted again at the
-// end, whatever that is.
+// Messages that are being shown. The destructor requeues the messages that were not shown, also
+// if an exception passes out.
 class Showing
 {
 public:
@@ -98,11 +81,11 @@ public:
         mErrors.splice(mErrors.begin(), mFailed);
         try
         {
-            PutBack(mErrors);
+            Requeue(mErrors);
         }
         catch (...)
         {
-            // Only a lock that is broken refuses; then there is nowhere to post.
+            // Only a broken lock throws; then there is no list to post to.
         }
     }
 
@@ -113,7 +96,7 @@ public:
     {
         while (!mErrors.empty())
         {
-            // One that can't be shown mustn't keep the others from the user.
+            // A message that cannot be shown does not keep the others from the user.
             if (IsShown(mErrors.front()))
                 mErrors.pop_front();
             else
@@ -122,8 +105,8 @@ public:
     }
 
 private:
-    // Why it isn't shown is reported by nobody: as long as nothing can be shown, each
-    // try would post one message more for each that waits.
+    // The failure is not reported: while nothing can be shown, each try would post one more
+    // message for each that waits.
     static bool IsShown(const Up_PostedError& error)
     {
         try
@@ -208,7 +191,7 @@ void U_DisplayPostedErrors()
 {
     PostedErrors errors = TakePosted();
     Showing showing(errors);
-    // Without memory for that, messages are shown one by one, as posted.
+    // Without memory to coalesce, the messages are shown one by one, as posted.
     Guarded([&] { Coalesce(errors); });
     showing.ShowInOrder();
 }

@@ -6,16 +6,16 @@
 #include <win32/threads.h>
 
 #include "U_Posted.h"
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 namespace
 {
-// Written by birth and death only, with no other thread in the library. A process
-// that ends without death leaves it to its threads.
+// Written by birth and death only, while no other thread is in the library. A process that ends
+// without death does not free the table, which its threads may still use.
 PerThreadQuietStack* sQuietStack = nullptr;
 
-std::atomic<U_u64> sTables(0); // made so far
+std::atomic<U_u64> sTables(0); // the number of tables made so far
 
 PerThreadQuietStack& TheQuietStack()
 {
@@ -38,7 +38,7 @@ PerThreadQuietStack::~PerThreadQuietStack()
     }
 }
 
-// Of threads that chain a block at once, the losers take the winner's.
+// If several threads chain a block at once, the losers free theirs and take the winner's.
 PerThreadQuietStack::Block& PerThreadQuietStack::NextOf(Block& block)
 {
     Block* next = block.mNext;
@@ -48,24 +48,24 @@ PerThreadQuietStack::Block& PerThreadQuietStack::NextOf(Block& block)
     return block.mNext.compare_exchange_strong(next, made.get()) ? *made.release() : *next;
 }
 
-PerThreadQuietStack::Slot& PerThreadQuietStack::SlotAt(U_u32 index)
+PerThreadQuietStack::Entry& PerThreadQuietStack::EntryAt(U_u32 index)
 {
     Block* block = &mFirst;
-    for (; index >= block->mSlots.size(); index -= static_cast<U_u32>(block->mSlots.size()))
+    for (; index >= block->mEntries.size(); index -= static_cast<U_u32>(block->mEntries.size()))
         block = &NextOf(*block);
-    return block->mSlots[index];
+    return block->mEntries[index];
 }
 
-// Walks the chain once, whatever the number of slots.
-template <class Accept> PerThreadQuietStack::Slot* PerThreadQuietStack::FirstOf(Accept accept)
+// Walks the chain of blocks once: finding each entry by its index would take quadratic time.
+template <class Accept> PerThreadQuietStack::Entry* PerThreadQuietStack::FirstOf(Accept accept)
 {
     U_u32 left = mCount;
     for (Block* block = &mFirst; block && left; block = block->mNext)
     {
-        for (Slot& slot : block->mSlots)
+        for (Entry& entry : block->mEntries)
         {
-            if (accept(slot))
-                return &slot;
+            if (accept(entry))
+                return &entry;
             if (--left == 0)
                 return nullptr;
         }
@@ -73,58 +73,58 @@ template <class Accept> PerThreadQuietStack::Slot* PerThreadQuietStack::FirstOf(
     return nullptr;
 }
 
-// A slot becomes a thread's by its own doing only.
-PerThreadQuietStack::Slot* PerThreadQuietStack::Find(U_u32 threadId)
+// The result can be kept in tFound: only the thread itself can claim an entry for its id.
+PerThreadQuietStack::Entry* PerThreadQuietStack::Find(U_u32 threadId)
 {
     if (tFound.mTable != mSerial)
-        tFound = {mSerial, FirstOf([&](const Slot& slot) { return slot.mKey == threadId; })};
-    return tFound.mSlot;
+        tFound = {mSerial, FirstOf([&](const Entry& entry) { return entry.mKey == threadId; })};
+    return tFound.mEntry;
 }
 
-PerThreadQuietStack::Slot& PerThreadQuietStack::Claim(U_u32 threadId)
+PerThreadQuietStack::Entry& PerThreadQuietStack::Claim(U_u32 threadId)
 {
-    const auto take = [&](Slot& slot) {
+    const auto take = [&](Entry& entry) {
         U_u64 nobody = 0;
-        return slot.mKey == nobody && slot.mKey.compare_exchange_strong(nobody, threadId);
+        return entry.mKey == nobody && entry.mKey.compare_exchange_strong(nobody, threadId);
     };
-    // Any thread may take a slot that was handed out and is still free.
-    if (Slot* const free = FirstOf(take))
+    // An entry that was handed out may be free: another thread can have claimed it first.
+    if (Entry* const free = FirstOf(take))
         return *free;
     for (;;)
     {
-        Slot& slot = SlotAt(mCount.fetch_add(1));
-        if (take(slot))
-            return slot;
+        Entry& entry = EntryAt(mCount.fetch_add(1));
+        if (take(entry))
+            return entry;
     }
 }
 
 void PerThreadQuietStack::Push(U_u32 threadId, bool logs)
 {
-    Slot* const mine = Find(threadId);
-    Slot& slot = mine ? *mine : Claim(threadId);
-    tFound.mSlot = &slot;
-    if (!slot.mLevels)
-        slot.mLevels.emplace();
-    slot.mLevels->push_back(logs && (slot.mLevels->empty() || slot.mLevels->back()));
-    slot.mKey = threadId; // a later thread of this id sees the level
+    Entry* const mine = Find(threadId);
+    Entry& entry = mine ? *mine : Claim(threadId);
+    tFound.mEntry = &entry;
+    if (!entry.mLevels)
+        entry.mLevels.emplace();
+    entry.mLevels->push_back(logs && (entry.mLevels->empty() || entry.mLevels->back()));
+    entry.mKey = threadId; // happens before a later thread with this id reads the level
 }
 
 bool PerThreadQuietStack::Pop(U_u32 threadId)
 {
-    Slot* const slot = Find(threadId);
-    if (!slot || !slot->mLevels || slot->mLevels->empty())
+    Entry* const entry = Find(threadId);
+    if (!entry || !entry->mLevels || entry->mLevels->empty())
         return false;
-    slot->mLevels->pop_back();
-    slot->mKey = threadId;
+    entry->mLevels->pop_back();
+    entry->mKey = threadId;
     return true;
 }
 
 std::optional<bool> PerThreadQuietStack::Top(U_u32 threadId)
 {
-    const Slot* const slot = Find(threadId);
-    if (!slot || !slot->mLevels || slot->mLevels->empty())
+    const Entry* const entry = Find(threadId);
+    if (!entry || !entry->mLevels || entry->mLevels->empty())
         return std::nullopt;
-    return slot->mLevels->back();
+    return entry->mLevels->back();
 }
 
 void MakeQuietStack()
@@ -150,7 +150,8 @@ bool Up_IsQuiet(bool forLogging)
 U_Status U_StartQuietErrorsOnCurrentThread(bool keepLogging)
 {
     return Guarded([&] {
-        const platform::ScQuietNew quiet; // an alert could enter levels of its own
+        const platform::ScQuietNew
+            quiet; // the report of a failing allocation could enter levels of its own
         TheQuietStack().Push(win32::GetCurrentThreadId(), keepLogging);
     });
 }

@@ -1,4 +1,4 @@
-// Which threads are in quiet mode.
+// Quiet mode: the levels of each thread.
 
 #ifndef INDEP_ERRORS_QUIET_STACK_H
 #define INDEP_ERRORS_QUIET_STACK_H
@@ -12,10 +12,9 @@
 
 #include "U_Types.h"
 
-// A lock-free table with a stack of levels for each thread that has ever entered
-// quiet mode. A slot stays its thread's for good: a later thread of the same id
-// finds the stack as it was left. All operations are on the calling thread's
-// own stack, whose id they are given.
+// A lock-free table with a stack of levels for each thread that has ever entered quiet mode. An
+// entry is never freed: a later thread with the same id finds the stack as the earlier thread
+// left it. REQUIRES: threadId is the calling thread's id.
 class PerThreadQuietStack
 {
 public:
@@ -24,58 +23,57 @@ public:
     PerThreadQuietStack(const PerThreadQuietStack&) = delete;
     PerThreadQuietStack& operator=(const PerThreadQuietStack&) = delete;
 
-    // Enters a level that logs or doesn't; inside one that doesn't none does.
-    // Throws std::bad_alloc.
+    // Enters a level. A level inside a level that does not log does not log either. Throws
+    // std::bad_alloc.
     void Push(U_u32 threadId, bool logs);
 
-    // Leaves a level. False if the thread is in none.
+    // Leaves the innermost level. Returns false if the thread is in no level.
     bool Pop(U_u32 threadId);
 
-    // The innermost level, that is whether it logs; empty outside all levels.
-    // Allocates nothing.
+    // Returns true if the innermost level logs; no value outside all levels. Allocates nothing.
     std::optional<bool> Top(U_u32 threadId);
 
 private:
-    struct Slot
+    struct Entry
     {
-        std::atomic<U_u64> mKey{0}; // the thread's id, 0 while the slot is free
+        std::atomic<U_u64> mKey{0}; // the thread's id; 0 while the entry is free
         std::optional<std::deque<bool>> mLevels;
     };
 
     struct Block
     {
-        std::array<Slot, 256> mSlots;
+        std::array<Entry, 256> mEntries;
         std::atomic<Block*> mNext{nullptr};
     };
 
-    // What a thread has found out about its slot, null if it has none, so that its
-    // reports needn't search the table: that is as long as there were threads.
+    // A thread's entry, null if the thread has none. Kept so that a report does not search the
+    // table, whose length is the number of threads that were ever quiet.
     struct Found
     {
         U_u64 mTable; // the serial number of the table
-        Slot* mSlot;
+        Entry* mEntry;
     };
 
     static Block& NextOf(Block& block);
-    Slot& SlotAt(U_u32 index);
-    // The first slot handed out that accept returns true for; null without one.
-    template <class Accept> Slot* FirstOf(Accept accept);
-    Slot* Find(U_u32 threadId);
-    Slot& Claim(U_u32 threadId);
+    Entry& EntryAt(U_u32 index);
+    // Returns the first entry for which accept returns true; null without one.
+    template <class Accept> Entry* FirstOf(Accept accept);
+    Entry* Find(U_u32 threadId);
+    Entry& Claim(U_u32 threadId);
 
     static PLATFORM_THREAD_LOCAL Found tFound;
 
-    const U_u64 mSerial;          // no other table of the process has it
-    std::atomic<U_u32> mCount{0}; // slots handed out
+    const U_u64 mSerial;          // differs from every other table's
+    std::atomic<U_u32> mCount{0}; // entries handed out
     Block mFirst;
 };
 
-// For birth and death.
+// Steps of birth and death.
 void MakeQuietStack();
 void FreeQuietStack();
 
-// Whether the calling thread's reports are dropped; forLogging asks whether even
-// their log lines are. No lock, no allocation.
+// Returns true if the calling thread's reports are dropped; with forLogging, if their log lines
+// are dropped, too. Takes no lock and allocates nothing.
 bool Up_IsQuiet(bool forLogging);
 
 #endif

@@ -1,27 +1,38 @@
-// The report path: every report of the library and of the modules above it.
+// The entry points of the report path, and the latest report of each thread.
 
 #include "U_Report.h"
 
+#include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Encoding.h"
 #include "U_String.h"
-#include "indep/errors/Codes.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Group.h"
+#include "indep/errors/Messages.h"
 #include "indep/errors/QuietStack.h"
-#include "indep/errors/Repeat.h"
-#include "indep/errors/Stations.h"
+#include "indep/errors/Report.h"
+#include "indep/errors/ReportPipeline.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
-// Within a report the thread's text and last error are those of that report.
+struct LoggingBuffer
+{
+    char mText[U_ReportTextSize];
+};
+
+LoggingBuffer sEmergencyBuffer = {};
+
+PLATFORM_THREAD_LOCAL Up_LastErrorState tLastError = {};
+
+// Marks that the thread is inside a report: an inner report must not change the thread's text
+// and last error.
 typedef ReentrancyGuard<struct InReport> ScReporting;
 
-// Returns the thread logging buffer, which the report goes on with: asked for once
-// more, it may be another one, when there is memory again.
+// Returns the buffer that has the text. The report keeps using that buffer: a second
+// Up_GetThreadLoggingBuffer may return another one, if there is memory again.
 char* PutIntoLoggingBuffer(const char* text)
 {
     char* const buffer = Up_GetThreadLoggingBuffer();
@@ -32,7 +43,7 @@ char* PutIntoLoggingBuffer(const char* text)
 enum LogLine
 {
     kLogLine,
-    kNoLogLine // it has been written already
+    kNoLogLine // the log has the line already
 };
 
 void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped,
@@ -57,8 +68,8 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
         report.Display(grouped);
 }
 
-// A new that fails while a text is made ready would be reported through the buffer that
-// has it: the thread isn't within a report yet. So such stretches are quiet.
+// A failing new is not reported while a text is prepared: the thread is not inside a report yet,
+// so the report of the failure would overwrite the buffer with the text.
 U_UTF16String TextOf(const char* buffer)
 {
     const platform::ScQuietNew quiet;
@@ -81,7 +92,7 @@ U_Status SendText(U_u32 location, U_u16 severity, const char* text, LogLine line
     return SendBuffer(location, severity, PutIntoLoggingBuffer(text), line);
 }
 
-// append puts the code's meaning behind the text in the buffer it is given.
+// `append` appends the code's meaning to the text in a buffer.
 template <class Append>
 U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* text, Append append)
 {
@@ -101,6 +112,59 @@ U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* 
     return status;
 }
 } // namespace
+
+Up_LastErrorState& Up_LastErrorStateOfThread()
+{
+    return tLastError;
+}
+
+U_u32 Up_GetThreadLastError()
+{
+    return tLastError.mLastError;
+}
+
+U_u16 Up_GetThreadLastSeverity()
+{
+    return tLastError.mLastSeverity;
+}
+
+U_u32 Up_GetThreadLastLocation()
+{
+    return tLastError.mLastLocation;
+}
+
+U_u32 Up_SetThreadLastError(U_u32 code)
+{
+    return tLastError.mLastError = code;
+}
+
+char* Up_GetThreadLoggingBuffer()
+{
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Make();
+    return buffer ? buffer->mText : sEmergencyBuffer.mText;
+}
+
+char* Up_FindThreadLoggingBuffer()
+{
+    LoggingBuffer* const buffer = platform::PerThread<LoggingBuffer>::Find();
+    return buffer ? buffer->mText : nullptr;
+}
+
+U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* error)
+{
+    if (text)
+    {
+        const char* const latest = Up_FindThreadLoggingBuffer();
+        U_CopyString(latest ? latest : "", U_ReportTextSize, text);
+    }
+    if (severity)
+        *severity = Up_GetThreadLastSeverity();
+    if (location)
+        *location = Up_GetThreadLastLocation();
+    if (error)
+        *error = Up_GetThreadLastError();
+    return 0;
+}
 
 void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
 {
@@ -122,7 +186,8 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
     Guarded([&] {
-        const platform::ScQuietNew quiet; // a report would change the thread's state
+        const platform::ScQuietNew
+            quiet; // the report of a failing allocation would change the thread's state
         if (!IsDisplayOn(severity) || (severity != U_Sev_FATAL && Up_IsQuiet(false)))
             return;
         Report(location, severity, text).Post();
@@ -154,4 +219,17 @@ U_Status Up_ReportSyserrString(U_u32 location, U_u16 severity, U_i32 code, const
 {
     return ReportWithCode(location, severity, static_cast<U_u32>(code), text,
                           [&](char* buffer) { AppendSystemText(code, buffer); });
+}
+
+void Up_ErrorsBirth()
+{
+    MakePostedErrors();
+    Up_GetThreadLoggingBuffer();
+    MakeQuietStack();
+}
+
+void Up_ErrorsDeath()
+{
+    FreePostedErrors();
+    FreeQuietStack();
 }

@@ -1,4 +1,6 @@
-#include "indep/errors/Translators.h"
+// The translators of exceptions.
+
+#include "indep/errors/Report.h"
 
 #include <map>
 #include <memory>
@@ -23,17 +25,16 @@
 
 namespace
 {
-// Shared, so that one that unregisters itself lives until it returns.
+// Shared pointers, so that a translator that unregisters itself lives until it returns.
 typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> TranslatorTable;
 
-// Guards the two below; held while translators run. None is ever destroyed:
-// threads may still report while the process exits.
+// Guards the table and the next id; held while translators run. Neither lock nor table is
+// destroyed at exit: threads may still report while the process exits.
 boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
 std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
 U_u32 sNextTranslatorId = 100;
 
-// An entry of the table that has no id yet; none if there is nothing to call or no
-// memory.
+// Returns an entry without an id yet; no entry for an empty translator or without memory.
 TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
 {
     if (!translator)
@@ -50,9 +51,9 @@ TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
     }
 }
 
-// A report inside a translator may throw a callback's code, which stands for the
-// translator's own then.
-bool Takes(const U_ExceptionTranslator& translator, std::exception& exception, int* code)
+// Returns true if the translator recognises the exception. A code that the translator throws,
+// for example of a callback that ended its report, replaces the code that it stored.
+bool Recognises(const U_ExceptionTranslator& translator, std::exception& exception, int* code)
 {
     try
     {
@@ -69,8 +70,8 @@ bool Takes(const U_ExceptionTranslator& translator, std::exception& exception, i
     }
 }
 
-// Asks the translators, the newest first. A translator may register and
-// unregister while it runs, so each next one is looked up by its id.
+// Calls the translators, the newest first, until one recognises the exception. A translator may
+// register and unregister while it runs, so the next one is looked up by its id.
 bool Translate(std::exception& exception, int& code)
 {
     const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
@@ -83,8 +84,8 @@ bool Translate(std::exception& exception, int& code)
         --next;
         below = next->first;
         const std::shared_ptr<const U_ExceptionTranslator> translator = next->second;
-        code = U_Err_UnknownException; // whatever one that didn't take it has stored
-        if (Takes(*translator, exception, &code))
+        code = U_Err_UnknownException; // the last translator may have stored a code
+        if (Recognises(*translator, exception, &code))
             return true;
     }
     return false;
@@ -92,8 +93,8 @@ bool Translate(std::exception& exception, int& code)
 
 typedef ReentrancyGuard<struct InTranslation> ScUnreported;
 
-// An exception that a callback or a presenter throws out of its own report is not reported
-// once more.
+// Reports nothing inside a report of ReportOnce or inside Up_TranslateUnreported: an exception
+// that a callback or a presenter throws out of that report is not reported again.
 void ReportOnce(U_u16 severity, const char* text)
 {
     const ScUnreported entered;
@@ -101,7 +102,7 @@ void ReportOnce(U_u16 severity, const char* text)
         Up_ReportErrString(0, severity, text);
 }
 
-// Empty if the system knows no text.
+// Returns the empty text if the system has no text.
 U_UTF16String SystemText(int result)
 {
     unsigned short* buffer = nullptr;
@@ -117,7 +118,7 @@ U_UTF16String SystemText(int result)
 
 void Up_MakeTranslatorTable()
 {
-    auto table = std::make_unique<TranslatorTable>(); // before the lock
+    auto table = std::make_unique<TranslatorTable>(); // allocates before the lock is taken
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators)
         sTranslators.swap(table);
@@ -125,7 +126,8 @@ void Up_MakeTranslatorTable()
 
 void Up_FreeTranslatorTable()
 {
-    std::unique_ptr<TranslatorTable> ended; // the host's functions end after the lock
+    std::unique_ptr<TranslatorTable>
+        ended; // destroyed after the lock is released: a destructor is the host's code
     const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     ended.swap(sTranslators);
 }
@@ -140,7 +142,8 @@ U_Status Up_ReportUnknownException(const char* what, const char* type)
 
 U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 {
-    // Before the lock: without memory others may have an exception to translate.
+    // Allocates before the lock is taken: the report of a failing allocation must not hold up
+    // other threads' translations.
     TranslatorTable::node_type entry = EntryFor(std::move(translator));
     boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
     if (!sTranslators || !entry)
@@ -152,7 +155,7 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 
 void U_UnregisterExceptionTranslator(U_u32 id)
 {
-    TranslatorTable::node_type ended; // ends after the lock
+    TranslatorTable::node_type ended; // destroyed after the lock is released
     const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
     if (sTranslators)
         ended = sTranslators->extract(id);

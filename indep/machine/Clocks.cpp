@@ -3,7 +3,7 @@
 #include <tolv/profile.h>
 #include <win32/time.h>
 
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Units.h"
 #include "indep/machine/Machine.h"
 

@@ -11,7 +11,7 @@
 #include <win32/debug.h>
 #include <win32/names.h>
 
-#include "indep/errors/Refuse.h"
+#include "indep/errors/Report.h"
 
 namespace
 {

@@ -1,3 +1,5 @@
+// Failed verifications and assertions, and injected errors.
+
 #include <tuple>
 
 #include <platform/control.h>
@@ -17,7 +19,7 @@ typedef std::vector<std::string> Texts;
 typedef BornLibrary Assert;
 } // namespace
 
-TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
+TEST_F(Assert, AFailedVerificationReportsItsDetailAndMessage)
 {
     const std::tuple<const char*, const char*, const char*> kFailures[] = {
         {nullptr, nullptr, "internal verification failure, sorry! {68}"},
@@ -37,7 +39,7 @@ TEST_F(Assert, FailedVerificationsReportWhatTheyKnow)
     EXPECT_EQ(mAlerts.All().size(), std::size(kFailures));
 }
 
-TEST_F(Assert, ATranslationThatTakesOtherValuesGivesWayToEnglish)
+TEST_F(Assert, ATranslationForOtherValuesIsReplacedByEnglish)
 {
     const std::pair<std::u16string, const char*> kRows[] = {
         {u"^^1", "kaputt {68}"},
@@ -71,12 +73,12 @@ TEST_F(Assert, AFailedAssertionIsAProblemCutToItsBuffer)
     EXPECT_EQ(std::string(Up_GetThreadLoggingBuffer()).size(), 511u);
 }
 
-TEST_F(Assert, TheDialogsAnswerComesBack)
+TEST_F(Assert, TheAnswerOfTheDialogIsReturned)
 {
     const std::pair<platform::AssertAnswer, bool> kAnswers[] = {
         {platform::kAnswerGoOn, false},
         {platform::kAnswerGoOnAlways, true},
-        {platform::kAnswerBreak, false}, // no debugger: goes on
+        {platform::kAnswerBreak, false}, // without a debugger the program continues
     };
     for (const auto& [answer, always] : kAnswers)
     {

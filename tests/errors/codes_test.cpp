@@ -1,12 +1,14 @@
-// The library's own texts, held against a list of what users read, and codes in words.
+// The library's own texts, compared with the texts that users read, and the meanings of codes.
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iterator>
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
+
+#include <boost/algorithm/string.hpp>
 
 #include "U_Encoding.h"
 #include "U_Lifecycle.h"
@@ -19,179 +21,106 @@
 
 namespace
 {
-struct Text
+// Indices of texts.
+const U_u32 kOutOfMemory = 33;
+const U_u32 kDash = 106;
+const U_u32 kTextAndReason = 107;
+const U_u32 kTextAndCode = 109;
+const U_u32 kTextCount = 119;
+
+// By index, as a translator reads them; "|" separates the texts.
+const char kTexts[] =
+    "| warning| error| can\u2019t continue|%s at line %d in file \u201C%s\u201D.|"
+    "unable to allocate %d bytes for %s.|not enough memory to create %s.  (%dK requested)|"
+    "not enough memory to create %s.\r\n(%dK requested, %dK available)|"
+    "unable to load resource ID %d|null internal structures.|Error reporting error: %s|"
+    "Internal structures damaged.|out of memory while trying to U_Birth|"
+    "bad parameter passed to U_DoModalDlgP|loading resource|directory full|disk is full|"
+    "no such volume|disk error (I/O error; bad media)|bad file name|file not open|"
+    "unexpected end-of-file|too many files are open|file not found|disk is write protected|"
+    "file is locked|volume is locked|file is busy (delete)|duplicate filename|"
+    "file is already open|bad file reference-number|you do not have permission to open this file|"
+    "write permissions problem|Out of memory.|no such directory|server volume has disconnected|"
+    "color table entry protection has been violated|invalid type of graphics device|"
+    "sound queue is full|an undefined code was passed to Gestalt|no error occurred|"
+    "internal structure damaged|a bad parameter was passed|sorry, this is unimplemented|"
+    "resource is missing or damaged|header is out of date|unsupported in this environment|"
+    "unsupported document version|internal value out of range|multiple or corrupted death|"
+    "multiple births|invalid severity code|Your string is too long.|"
+    "assertion failed\r\n%s\r\nline: %d of file: %s.|bad version architecture|Macintosh|SPARC|"
+    "Windows|SGI|RS/6000|DEC|HP|HP/700|Win32|Macintosh|unknown|resizing block|"
+    "invalid memory block|resizing handle|resizing pointer|bad parameter|resource not found|"
+    "can\u2019t find QuickTime handler|can\u2019t open QuickTime handler|"
+    "no QuickTime data handler|invalid QuickTime media|invalid QuickTime movie|"
+    "invalid QuickTime duration|invalid QuickTime time|QuickTime not initialized|"
+    "bad QuickTime track index|no QuickTime movie found|bad QuickTime data reference|"
+    "code fragment connection not found|code fragment symbol not found|"
+    "code fragment library not found|code fragment duplicate name|code fragment library too old|"
+    "code fragment library too new|access denied|QuickTime error|code fragment error| debug info|"
+    "getting size of handle|swapping handle data|missing QuickTime codec|"
+    "QuickTime codec abort error|QuickTime codec bad data error|"
+    "QuickTime codec data version error|QuickTime codec extension not found|"
+    "QuickTime codec condition error|QuickTime codec error|QuickTime digitizing error|"
+    "QuickTime controller error|OK|( %d :: %d )| \u2014 |%s%s%s.|%s \u2014 %s (%d).|%s (%d).|"
+    "internal verification failure, sorry! {^1}|Verification failure: ^1 {^2}|"
+    "Out of memory. (%dK requested)|tracked memory global table|tracked memory name|"
+    "bad tracked memory ID|Cannot resize a locked handle.|"
+    "Out of memory.\r\n(%dK requested, %dK available)|Path name too long";
+
+// The index of the text of each system code.
+const std::map<U_i32, U_u32> kSystemTexts = {
+    {-33, 15},   {-34, 16},   {-35, 17},   {-36, 18},    {-37, 19},   {-38, 20},   {-39, 21},
+    {-42, 22},   {-43, 23},   {-44, 24},   {-45, 25},    {-46, 26},   {-47, 27},   {-48, 28},
+    {-49, 29},   {-50, 70},   {-51, 30},   {-54, 31},    {-61, 32},   {-108, 33},  {-111, 67},
+    {-120, 34},  {-124, 35},  {-154, 36},  {-155, 37},   {-192, 71},  {-203, 38},  {-2003, 72},
+    {-2004, 73}, {-2007, 74}, {-2008, 75}, {-2010, 76},  {-2014, 77}, {-2015, 78}, {-2020, 79},
+    {-2028, 80}, {-2048, 81}, {-2050, 82}, {-2110, 118}, {-2801, 83}, {-2802, 84}, {-2804, 85},
+    {-2805, 86}, {-2813, 87}, {-2814, 88}, {-5000, 89},  {-5551, 39}, {-8961, 95}, {-8967, 96},
+    {-8969, 97}, {-8970, 98}, {-8971, 99}, {-8972, 100}};
+
+// Families of system codes: the lowest, the highest, and the index of the text.
+const std::array<U_i32, 3> kSystemFamilies[] = {
+    {-2058, -2000, 90},  {-2899, -2800, 91},  {-8976, -8960, 101},
+    {-9408, -9400, 102}, {-9999, -9994, 103},
+};
+
+// The indices of the texts of the status codes from 0 on.
+const U_u32 kStatusTexts[] = {40, 0, 41, 42, 33, 43, 44, 45, 46, 47, 48, 49, 50};
+
+typedef std::vector<std::string> Texts;
+
+const Texts& TextsForUsers()
 {
-    const char* text;
-    U_i32 systemCode = 0;        // that it stands for, if any
-    const char* plain = nullptr; // in ASCII, if that differs
-};
+    static const Texts texts = [] {
+        Texts split;
+        boost::split(split, kTexts, [](char c) { return c == '|'; });
+        return split;
+    }();
+    return texts;
+}
 
-// By index.
-const Text kTexts[] = {
-    {""},
-    {" warning"},
-    {" error"},
-    {" can\u2019t continue", 0, " can't continue"},
-    {"%s at line %d in file \u201C%s\u201D.", 0, "%s at line %d in file \"%s\"."},
-    {"unable to allocate %d bytes for %s."},
-    {"not enough memory to create %s.  (%dK requested)"},
-    {"not enough memory to create %s.\r\n(%dK requested, %dK available)", 0,
-     "not enough memory to create %s.\n(%dK requested, %dK available)"},
-    {"unable to load resource ID %d"},
-    {"null internal structures."},
-    {"Error reporting error: %s"},
-    {"Internal structures damaged."},
-    {"out of memory while trying to U_Birth"},
-    {"bad parameter passed to U_DoModalDlgP"},
-    {"loading resource"},
-    {"directory full", -33},
-    {"disk is full", -34},
-    {"no such volume", -35},
-    {"disk error (I/O error; bad media)", -36},
-    {"bad file name", -37},
-    {"file not open", -38},
-    {"unexpected end-of-file", -39},
-    {"too many files are open", -42},
-    {"file not found", -43},
-    {"disk is write protected", -44},
-    {"file is locked", -45},
-    {"volume is locked", -46},
-    {"file is busy (delete)", -47},
-    {"duplicate filename", -48},
-    {"file is already open", -49},
-    {"bad file reference-number", -51},
-    {"you do not have permission to open this file", -54},
-    {"write permissions problem", -61},
-    {"Out of memory.", -108},
-    {"no such directory", -120},
-    {"server volume has disconnected", -124},
-    {"color table entry protection has been violated", -154},
-    {"invalid type of graphics device", -155},
-    {"sound queue is full", -203},
-    {"an undefined code was passed to Gestalt", -5551},
-    {"no error occurred"},
-    {"internal structure damaged"},
-    {"a bad parameter was passed"},
-    {"sorry, this is unimplemented"},
-    {"resource is missing or damaged"},
-    {"header is out of date"},
-    {"unsupported in this environment"},
-    {"unsupported document version"},
-    {"internal value out of range"},
-    {"multiple or corrupted death"},
-    {"multiple births"},
-    {"invalid severity code"},
-    {"Your string is too long."},
-    {"assertion failed\r\n%s\r\nline: %d of file: %s.", 0,
-     "assertion failed\n%s\nline: %d of file: %s."},
-    {"bad version architecture"},
-    {"Macintosh"},
-    {"SPARC"},
-    {"Windows"},
-    {"SGI"},
-    {"RS/6000"},
-    {"DEC"},
-    {"HP"},
-    {"HP/700"},
-    {"Win32"},
-    {"Macintosh"},
-    {"unknown"},
-    {"resizing block"},
-    {"invalid memory block", -111},
-    {"resizing handle"},
-    {"resizing pointer"},
-    {"bad parameter", -50},
-    {"resource not found", -192},
-    {"can\u2019t find QuickTime handler", -2003, "can't find QuickTime handler"},
-    {"can\u2019t open QuickTime handler", -2004, "can't open QuickTime handler"},
-    {"no QuickTime data handler", -2007},
-    {"invalid QuickTime media", -2008},
-    {"invalid QuickTime movie", -2010},
-    {"invalid QuickTime duration", -2014},
-    {"invalid QuickTime time", -2015},
-    {"QuickTime not initialized", -2020},
-    {"bad QuickTime track index", -2028},
-    {"no QuickTime movie found", -2048},
-    {"bad QuickTime data reference", -2050},
-    {"code fragment connection not found", -2801},
-    {"code fragment symbol not found", -2802},
-    {"code fragment library not found", -2804},
-    {"code fragment duplicate name", -2805},
-    {"code fragment library too old", -2813},
-    {"code fragment library too new", -2814},
-    {"access denied", -5000},
-    {"QuickTime error"},
-    {"code fragment error"},
-    {" debug info"},
-    {"getting size of handle"},
-    {"swapping handle data"},
-    {"missing QuickTime codec", -8961},
-    {"QuickTime codec abort error", -8967},
-    {"QuickTime codec bad data error", -8969},
-    {"QuickTime codec data version error", -8970},
-    {"QuickTime codec extension not found", -8971},
-    {"QuickTime codec condition error", -8972},
-    {"QuickTime codec error"},
-    {"QuickTime digitizing error"},
-    {"QuickTime controller error"},
-    {"OK"},
-    {"( %d :: %d )"},
-    {" \u2014 ", 0, " -- "},
-    {"%s%s%s."},
-    {"%s \u2014 %s (%d).", 0, "%s -- %s (%d)."},
-    {"%s (%d)."},
-    {"internal verification failure, sorry! {^1}"},
-    {"Verification failure: ^1 {^2}"},
-    {"Out of memory. (%dK requested)"},
-    {"tracked memory global table"},
-    {"tracked memory name"},
-    {"bad tracked memory ID"},
-    {"Cannot resize a locked handle."},
-    {"Out of memory.\r\n(%dK requested, %dK available)", 0,
-     "Out of memory.\n(%dK requested, %dK available)"},
-    {"Path name too long", -2110},
-};
-const U_u32 kTextCount = std::size(kTexts);
-
-// By status code.
-const char* const kStatusTexts[] = {
-    "no error occurred",
-    nullptr,
-    "internal structure damaged",
-    "a bad parameter was passed",
-    "Out of memory",
-    "sorry, this is unimplemented",
-    "resource is missing or damaged",
-    "header is out of date",
-    "unsupported in this environment",
-    "unsupported document version",
-    "internal value out of range",
-    "multiple or corrupted death",
-    "multiple births",
-};
-
-const char* PlainText(const Text& text)
+// Returns a text in ASCII.
+std::string PlainText(U_u32 index)
 {
-    return text.plain ? text.plain : text.text;
+    std::string text = TextsForUsers().at(index);
+    const std::pair<const char*, const char*> kPlain[] = {
+        {"\u2019", "'"}, {"\u201C", "\""}, {"\u201D", "\""}, {"\u2014", "--"}, {"\r\n", "\n"},
+    };
+    for (const auto& [written, plain] : kPlain)
+        boost::replace_all(text, written, plain);
+    return text;
 }
 
 std::string SystemText(U_i32 code)
 {
-    const auto found = std::find_if(std::begin(kTexts), std::end(kTexts), [=](const Text& text) {
-        return text.systemCode && text.systemCode == code;
-    });
-    if (found != std::end(kTexts))
-        return PlainText(*found);
-    if (code <= -2000 && code >= -2058)
-        return "QuickTime error";
-    if (code <= -2800 && code >= -2899)
-        return "code fragment error";
-    if (code <= -8960 && code >= -8976)
-        return "QuickTime codec error";
-    if (code <= -9400 && code >= -9408)
-        return "QuickTime digitizing error";
-    if (code <= -9994 && code >= -9999)
-        return "QuickTime controller error";
+    const auto known = kSystemTexts.find(code);
+    if (known != kSystemTexts.end())
+        return PlainText(known->second);
+    for (const auto& [lowest, highest, index] : kSystemFamilies)
+    {
+        if (lowest <= code && code <= highest)
+            return PlainText(static_cast<U_u32>(index));
+    }
     return "";
 }
 
@@ -207,23 +136,19 @@ protected:
     static void ExpectTexts(bool plain)
     {
         for (U_u32 i = 0; i < kTextCount; ++i)
-            EXPECT_STREQ(Up_String(i), plain ? PlainText(kTexts[i]) : kTexts[i].text) << i;
+            EXPECT_EQ(Up_String(i), plain ? PlainText(i) : TextsForUsers().at(i)) << i;
         for (U_u32 index : {kTextCount, kTextCount + 1, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
             EXPECT_STREQ(Up_String(index), "[?]") << index;
     }
 
-    // What becomes of a text in the thread logging buffer.
+    // Return a text with the meaning of a code appended in the thread logging buffer.
     static std::string WithStatus(const std::string& text, U_u32 code)
     {
-        U_CopyString(text.c_str(), U_ReportTextSize, Up_GetThreadLoggingBuffer());
-        Up_NuloEnglishError(code);
-        return Up_GetThreadLoggingBuffer();
+        return Appended(text, &Up_NuloEnglishError, code);
     }
     static std::string WithSystemCode(const std::string& text, U_i32 code)
     {
-        U_CopyString(text.c_str(), U_ReportTextSize, Up_GetThreadLoggingBuffer());
-        Up_SysEnglishError(code);
-        return Up_GetThreadLoggingBuffer();
+        return Appended(text, &Up_SysEnglishError, code);
     }
 
     void Translate(const std::vector<ImageEntry>& entries)
@@ -232,7 +157,7 @@ protected:
         ASSERT_EQ(U_ZStringSetCurrentDictionary(mImage.units.data(), mImage.size), 0);
     }
 
-    // Texts that have been looked up stay until then.
+    // Drops the texts that have been looked up.
     static void BeginAnotherLife()
     {
         ASSERT_EQ(U_Death(), 0);
@@ -240,13 +165,16 @@ protected:
     }
 
 private:
+    template <class Code>
+    static std::string Appended(const std::string& text, void (*append)(Code), Code code)
+    {
+        U_CopyString(text.c_str(), U_ReportTextSize, Up_GetThreadLoggingBuffer());
+        append(code);
+        return Up_GetThreadLoggingBuffer();
+    }
+
     DictionaryImage mImage;
 };
-
-const U_u32 kOutOfMemory = 33;
-const U_u32 kDash = 106;
-const U_u32 kTextAndReason = 107;
-const U_u32 kTextAndCode = 109;
 } // namespace
 
 TEST_F(Codes, TextsArePlainUntilALanguageIsChosenAndOutsideALife)
@@ -287,11 +215,13 @@ TEST_F(Codes, StatusCodesHaveTextsOrAppearInHexadecimal)
 {
     for (U_u32 code = 0; code < 6000; ++code)
     {
-        const char* const known = code < std::size(kStatusTexts) ? kStatusTexts[code] : nullptr;
+        std::string meaning = code < std::size(kStatusTexts) ? PlainText(kStatusTexts[code]) : "";
+        if (meaning == "Out of memory.")
+            meaning.pop_back(); // the message ends in one full stop
         char number[16];
-        std::snprintf(number, sizeof(number), " (%x).", code);
-        EXPECT_EQ(WithStatus("reading", code), known ? "reading -- " + std::string(known) + "."
-                                                     : std::string("reading") + number);
+        std::snprintf(number, sizeof(number), " (%x)", code);
+        EXPECT_EQ(WithStatus("reading", code),
+                  "reading" + (meaning.empty() ? number : " -- " + meaning) + ".");
     }
     EXPECT_EQ(WithStatus("reading", 0xFFFFFFFF), "reading (ffffffff).");
 }
@@ -307,7 +237,7 @@ TEST_F(Codes, SystemCodesHaveTextsAndAppearInDecimal)
     EXPECT_EQ(WithSystemCode("reading", -2147483647 - 1), "reading (-2147483648).");
 }
 
-TEST_F(Codes, TheEndingTakesThePlaceOfAFullStop)
+TEST_F(Codes, AMeaningReplacesTheFullStopOfTheText)
 {
     const std::array<const char*, 5> kRows[] = {
         {"", "Out of memory.", " (1701).", " -- file not found (-43).", " (-1)."},
@@ -329,7 +259,7 @@ TEST_F(Codes, TheEndingTakesThePlaceOfAFullStop)
     EXPECT_EQ(WithSystemCode("opening project", -43), "opening project \x97 file not found (-43).");
 }
 
-TEST_F(Codes, WhatDoesNotFitTheBufferIsCutAtACharacter)
+TEST_F(Codes, AMessageThatDoesNotFitTheBufferIsCutAtACharacter)
 {
     for (std::size_t length : {493u, 494u, 500u, 510u, 511u})
     {
@@ -389,10 +319,10 @@ TEST_F(Codes, TranslationsMayRewordAMessage)
                {KeyOf(kOutOfMemory), u"."}});
     EXPECT_EQ(WithStatus("a.", 0x1701), "<a|| (1701)> 100%");
     EXPECT_EQ(WithSystemCode("a.", -1), "Fehler bei a: -1");
-    EXPECT_EQ(WithStatus("a.", 4), "<a| \x97 |> 100%") << "a full stop is a reason, too";
+    EXPECT_EQ(WithStatus("a.", 4), "<a| \x97 |> 100%") << "a full stop is a meaning, too";
 }
 
-TEST_F(Codes, ATranslationWithOtherFieldsIsPassedOver)
+TEST_F(Codes, ATranslationWithOtherFieldsIsReplacedByEnglish)
 {
     const char* const kFormats[] = {"",        "%s",       "%s%s",    "%s%s%s%s",
                                     "%s%d%s",  "%s%n%s",   "%s%s%",   "%s%s%s%",

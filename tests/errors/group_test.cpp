@@ -1,3 +1,5 @@
+// Identifiers of grouped messages.
+
 #include "U_Group.h"
 
 #include <array>
@@ -11,7 +13,7 @@
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/Text.h"
 
-TEST(Group, AnIdentifierHoldsItsThreePartsAndStandsBeforeTheMessage)
+TEST(Group, AnIdentifierHasThreePartsAndPrecedesTheMessage)
 {
     const U_UTF16String identifier = U_FormUniqueGroupErrorMessageIdentifier(
         Units(u"Files failed"), Units(u"@0 files:"), Units(u"One file failed"));
@@ -21,7 +23,7 @@ TEST(Group, AnIdentifierHoldsItsThreePartsAndStandsBeforeTheMessage)
     EXPECT_EQ(U_GroupErrorMessage(Units(u""), Units(u"@1@0")), Units(u"Grouped_Message_{@1@0}"));
 }
 
-TEST(Group, AnIdentifierIsTakenApartAlsoWithoutItsSeparators)
+TEST(Group, AnIdentifierIsSplitAlsoWithoutItsSeparators)
 {
     const std::array<std::u16string, 4> rows[] = {
         // The identifier, its text for many, its label, its text for one.
@@ -48,22 +50,22 @@ TEST(Group, AnIdentifierIsTakenApartAlsoWithoutItsSeparators)
     }
 }
 
-TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
+TEST(Group, StrippingReturnsTheMessageAndTheKeyOfItsGroup)
 {
     const std::array<std::u16string, 3> rows[] = {
-        // The text, its message and its key, which is "untouched" if it isn't grouped.
+        // The text, its message and its key; the key is "untouched" if the text is not grouped.
         {u"Host error: Grouped_Message_{Files failed|||One file failed###@0 files:}a.txt", u"a.txt",
          u"Host error: Files failed|||Host error: One file failed###@0 files:"},
         {u"Grouped_Message_{a|||b###c}message", u"message", u" a||| b###c"},
         {u"Host: Grouped_Message_{}m", u"m", u"Host: "},
 
-        // Not grouped, or only half.
+        // Not grouped, or without both braces in order.
         {u"Host error: a.txt", u"Host error: a.txt", u"untouched"},
         {u"Grouped_Message_{a|||b###c", u"Grouped_Message_{a|||b###c", u"untouched"},
         {u"Grouped_Message_}{b", u"Grouped_Message_}{b", u"untouched"},
         {u"{a}Grouped_Message_b", u"{a}Grouped_Message_b", u"untouched"},
 
-        // The separator counts inside the braces alone, and the first of each brace.
+        // Only a separator inside the braces counts, and the first of each brace.
         {u"A|||B: Grouped_Message_{a|||b}m", u"m", u"A|||B: a|||A|||B: b"},
         {u"H: Grouped_Message_{a}m|||n", u"m|||n", u"H: a"},
         {u"H: Grouped_Message_{a|}||m", u"||m", u"H: a|"},
@@ -86,7 +88,7 @@ TEST(Group, StrippingGivesTheMessageAndWhatItsGroupHasInCommon)
 
 typedef BornLibrary TranslatedGroup;
 
-TEST_F(TranslatedGroup, MarkersAreTranslatedAndAnEmptyOneIsFoundNowhere)
+TEST_F(TranslatedGroup, MarksAreTranslatedAndAnEmptyMarkIsFoundNowhere)
 {
     DictionaryImage image = BinaryImage({
         {"/QX/U/DisplayPostedErrors/Errors", u"Fehler:"},

@@ -1,3 +1,5 @@
+// Logging callbacks, the interaction mask, and the queries on the record.
+
 #include "U_Interact.h"
 
 #include <algorithm>
@@ -25,9 +27,9 @@ typedef std::vector<std::string> Texts;
 
 const U_u32 kLocation = 0x120034;
 const U_u32 kMaskAtBirth = 0xFFBFFF9F;
-const U_u16 kSeverity = U_Sev_MESSAGE; // its text stands alone
+const U_u16 kSeverity = U_Sev_MESSAGE; // has no prefix
 
-std::string sCalls; // the names of the listeners that were called, in order
+std::string sCalls; // the names of the called listeners, in order
 
 struct Listener
 {
@@ -40,9 +42,9 @@ U_Status Listen(void* refcon, U_u32 location, U_u16 severity, const char* text)
 {
     const Listener& listener = *static_cast<Listener*>(refcon);
     if (location != kLocation)
-        return 0; // a refusal's own report
+        return 0; // the report of a refused call
     EXPECT_EQ(severity, kSeverity);
-    EXPECT_STREQ(text, "what happened");
+    EXPECT_STREQ(text, "text");
     sCalls += listener.name;
     if (listener.action)
         listener.action();
@@ -67,7 +69,7 @@ U_Status Remove(Listener& listener)
 
 U_Status Call()
 {
-    return Up_ReportErrString(kLocation, kSeverity, "what happened");
+    return Up_ReportErrString(kLocation, kSeverity, "text");
 }
 
 std::string Calls()
@@ -88,7 +90,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Callbacks, AreCalledInTheOrderOfTheSlotsAndTheLastAnswerCounts)
+TEST_F(Callbacks, CallbacksRunInTheOrderOfTheSlotsAndTheLastAnswerCounts)
 {
     EXPECT_EQ(Calls(), "");
     for (Listener* listener : {&mA, &mB, &mA, &mC})
@@ -108,7 +110,7 @@ TEST_F(Callbacks, AreCalledInTheOrderOfTheSlotsAndTheLastAnswerCounts)
     EXPECT_EQ(Call(), 0);
 }
 
-TEST_F(Callbacks, WhatIsRefusedIsReportedAndChangesNothing)
+TEST_F(Callbacks, ARefusedChangeIsReportedAndChangesNothing)
 {
     const auto expectRefused = [&](U_Status code, const char* text, const char* place) {
         EXPECT_EQ(code, 3);
@@ -125,16 +127,16 @@ TEST_F(Callbacks, WhatIsRefusedIsReportedAndChangesNothing)
     expectRefused(Remove(mB), kNotFound, "22");
     expectRefused(U_RemoveLoggingCallback(&ListenToo, &mA), kNotFound, "22");
     ASSERT_EQ(Remove(mA), 0);
-    // Which would name the free slot.
+    // This pair would match the free slot.
     expectRefused(U_RemoveLoggingCallback(nullptr, nullptr), "logging_func can not be NULL", "22");
     EXPECT_EQ(Calls(), "aaaaaaaaa");
     EXPECT_EQ(Add(mB), 0);
     EXPECT_EQ(Calls(), "baaaaaaaaa");
 }
 
-TEST_F(Callbacks, MayChangeTheTableWhileTheyRun)
+TEST_F(Callbacks, CallbacksMayChangeTheTableWhileTheyRun)
 {
-    // b removes itself and what stands behind it, and adds one in its own place.
+    // b removes itself and the next slot, and adds a callback in its own slot.
     mB.action = [&] {
         Remove(mB);
         Remove(mC);
@@ -145,14 +147,13 @@ TEST_F(Callbacks, MayChangeTheTableWhileTheyRun)
     EXPECT_EQ(Calls(), "aba");
     EXPECT_EQ(Calls(), "aaa");
 
-    // One that is added behind the one that runs, in the free slot, still hears of
-    // this report.
+    // A callback that is added in a later slot receives the current report.
     bool added = false;
     mA.action = [&] { added = added || Add(mC) == 0; };
     EXPECT_EQ(Calls(), "aaca");
 }
 
-TEST_F(Callbacks, AnExceptionPassesAndFreesTheLock)
+TEST_F(Callbacks, AnExceptionPassesAndReleasesTheLock)
 {
     mA.action = [] { throw 17; };
     ASSERT_EQ(Add(mA), 0);
@@ -161,7 +162,7 @@ TEST_F(Callbacks, AnExceptionPassesAndFreesTheLock)
     EXPECT_EQ(Call(), 17);
     EXPECT_EQ(sCalls, "a");
 
-    OnFreshThread([&] { EXPECT_EQ(Remove(mA), 0); }); // would wait forever for the lock
+    OnFreshThread([&] { EXPECT_EQ(Remove(mA), 0); }); // would wait for ever if the lock were held
     EXPECT_EQ(Calls(), "b");
 }
 
@@ -190,7 +191,7 @@ TEST_F(Callbacks, OtherThreadsWaitWhileACallbackRuns)
     EXPECT_EQ(Calls(), "a");
 }
 
-TEST_F(Callbacks, ADamagedRecordRefusesAllAndCallsNobody)
+TEST_F(Callbacks, ADamagedRecordRefusesChangesAndCallsNoCallback)
 {
     ASSERT_EQ(Add(mA), 0);
     const std::vector<U_u32*> magic = FindMagicNumbers();
@@ -210,7 +211,7 @@ TEST_F(Callbacks, ADamagedRecordRefusesAllAndCallsNobody)
     EXPECT_EQ(Calls(), "a");
 }
 
-TEST_F(Callbacks, EndWithTheLibrary)
+TEST_F(Callbacks, CallbacksEndWithTheLibrary)
 {
     ASSERT_EQ(Add(mA), 0);
     ASSERT_EQ(U_Death(), 0);
@@ -238,11 +239,11 @@ TEST_F(Interact, TemporaryMasksAreCompletedInAnyOrder)
     EXPECT_EQ(Up_GetInteract(), 10u);
 }
 
-TEST_F(Interact, ANewBaseMaskOrLifeVoidsTemporaryOnes)
+TEST_F(Interact, ANewBaseMaskOrLifeRemovesTemporaryMasks)
 {
     const U_u32 id = Up_SetInteractTemp(5);
     Up_SetInteract(6);
-    for (U_u32 none : {id, id + 1000, 0u, 0xFFFFFFFF}) // the last is the base's own
+    for (U_u32 none : {id, id + 1000, 0u, 0xFFFFFFFF}) // the last is the base mask's id
     {
         Up_SetInteractTempComplete(none);
         EXPECT_EQ(Up_GetInteract(), 6u);
@@ -279,7 +280,7 @@ TEST_F(Interact, TheNameIsCutAndErrorsAreCounted)
     EXPECT_STREQ(name, "123456789 123456789 123456789");
 }
 
-TEST(ComputerName, IsTerminatedInWhateverRoom)
+TEST(ComputerName, ComputerNameIsTerminatedInABufferOfAnySize)
 {
     char whole[256] = {};
     ASSERT_EQ(gethostname(whole, sizeof(whole)), 0);

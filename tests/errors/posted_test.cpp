@@ -1,4 +1,4 @@
-// Errors that wait: the posted list, groups, quiet mode and deferred stretches.
+// Posted messages and their groups, quiet mode, and deferred stretches.
 
 #include <algorithm>
 #include <atomic>
@@ -37,7 +37,7 @@ U_Status CountCall(void* refcon, U_u32, U_u16, const char*)
 
 U_Status ThrowForeign(void*, U_u32, U_u16, const char*)
 {
-    throw std::string("nobody's");
+    throw std::string("foreign");
 }
 
 class Supplier : public kroview::pencart::SupplierInterface
@@ -73,15 +73,21 @@ protected:
 
     static void Warn() { U_ReportError(kLocation, U_Sev_WARNING, Units(u"deferred")); }
 
-    // A stretch with what is reported in it, and its end.
-    static void Defer(U_u32 mask, const std::function<void()>& body, bool repeats,
-                      const char* fallback = nullptr, bool async = false)
+    struct End
+    {
+        bool repeats;
+        const char* fallback = nullptr;
+        bool isAsync = false;
+    };
+
+    // Runs the body in a deferred stretch.
+    static void Defer(U_u32 mask, const End& end, const std::function<void()>& body)
     {
         const U_u32 before = Up_GetInteract();
         U_DeferredState state;
         ASSERT_EQ(U_DeferredReportingStart(mask, &state), 0);
         body();
-        EXPECT_EQ(U_DeferredReportingEndAsync(repeats, async, fallback, &state), 0);
+        EXPECT_EQ(U_DeferredReportingEndAsync(end.repeats, end.isAsync, end.fallback, &state), 0);
         EXPECT_EQ(Up_GetInteract(), before);
         EXPECT_EQ(state.mSavedMessage, nullptr);
     }
@@ -91,7 +97,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Posted, WhatIsShownFiltersOtherThreadsUntilItIsCleared)
+TEST_F(Posted, TheShownMessageFiltersOtherThreadsUntilItIsCleared)
 {
     FromWorker(U_Sev_INFO, u"same");
     FromWorker(U_Sev_INFO, u"same");
@@ -105,7 +111,7 @@ TEST_F(Posted, WhatIsShownFiltersOtherThreadsUntilItIsCleared)
 
     FromWorker(U_Sev_MESSAGE, u"Test Host: same");
     EXPECT_EQ(Displayed(), Texts());
-    U_IncrementPostErrors(); // the UI thread's own aren't filtered
+    U_IncrementPostErrors(); // messages of the UI thread are not filtered
     U_ReportError(0, U_Sev_MESSAGE, Units(u"Test Host: same"));
     U_DecrementPostErrors();
     EXPECT_EQ(Displayed().size(), 1u);
@@ -114,14 +120,14 @@ TEST_F(Posted, WhatIsShownFiltersOtherThreadsUntilItIsCleared)
     EXPECT_EQ(Displayed().size(), 1u);
 }
 
-TEST_F(Posted, WhatWaitsIsShownBeforeAMessageOfTheUIThread)
+TEST_F(Posted, PostedMessagesAreShownBeforeAMessageOfTheUIThread)
 {
     FromWorker(U_Sev_MESSAGE, u"first");
     U_ReportError(0, U_Sev_MESSAGE, Units(u"second"));
     EXPECT_EQ(mAlerts.Texts(), (Texts{"first", "second"}));
 }
 
-TEST_F(Posted, WhatIsPostedDuringAnAlertWaitsForTheNextDisplay)
+TEST_F(Posted, AMessagePostedDuringAnAlertWaitsForTheNextDisplay)
 {
     FromWorker(U_Sev_MESSAGE, u"first");
     mAlerts.mWhileUp = [](const platform::Alert&) { FromWorker(U_Sev_MESSAGE, u"meanwhile"); };
@@ -130,7 +136,7 @@ TEST_F(Posted, WhatIsPostedDuringAnAlertWaitsForTheNextDisplay)
     EXPECT_EQ(Displayed(), Texts{"meanwhile"});
 }
 
-TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
+TEST_F(Posted, AMessageThatCannotBeShownStaysPostedAndBlocksNoOther)
 {
     const Texts kWaiting = {"first", "second", "third"};
     for (const char16_t* text : {u"first", u"second", u"third"})
@@ -156,7 +162,7 @@ TEST_F(Posted, WhatCannotBeShownStaysPostedAndKeepsNoOtherFromTheUser)
     EXPECT_EQ(Displayed(), Texts());
 }
 
-TEST_F(Posted, DecrementsMayComeFirst)
+TEST_F(Posted, AnUnmatchedDecrementCancelsTheNextIncrement)
 {
     U_DecrementPostErrors();
     U_ReportError(0, U_Sev_MESSAGE, Units(u"after a decrement"));
@@ -165,7 +171,7 @@ TEST_F(Posted, DecrementsMayComeFirst)
     EXPECT_EQ(mAlerts.Texts(), (Texts{"after a decrement", "even"}));
 }
 
-TEST_F(Posted, TheTagInABufferAndTheFlagOfAReportPost)
+TEST_F(Posted, AGroupTagInABufferAndAGroupedFlagPostTheReport)
 {
     Up_ReportErrString(0, U_Sev_MESSAGE, "Grouped_Message_{Many|||One}a");
     Up_Report16(0, U_Sev_MESSAGE, Units(u"flagged"), true);
@@ -175,7 +181,7 @@ TEST_F(Posted, TheTagInABufferAndTheFlagOfAReportPost)
     EXPECT_EQ(mAlerts.Texts().back(), "Grouped_Message_{One}b");
 }
 
-TEST_F(Posted, AGroupIsOneNumberedAlertBehindTheOthers)
+TEST_F(Posted, AGroupIsOneNumberedAlertAfterTheOthers)
 {
     Grouped(U_Sev_INFO, mFiles, u"first");
     FromWorker(U_Sev_MESSAGE, u"alone");
@@ -193,7 +199,7 @@ TEST_F(Posted, AGroupIsOneNumberedAlertBehindTheOthers)
     EXPECT_EQ(mAlerts.All()[0].flags & 0xFF, 0x10u);
 }
 
-TEST_F(Posted, GroupsMeetByPrefixAndRiseToTheGravestOrdinarySeverity)
+TEST_F(Posted, MessagesGroupByPrefixAndTakeTheGravestOrdinarySeverity)
 {
     Up_SetInteract(0xFFFFFFFF);
     typedef std::pair<std::vector<U_u16>, std::vector<unsigned int>> Row;
@@ -215,7 +221,7 @@ TEST_F(Posted, GroupsMeetByPrefixAndRiseToTheGravestOrdinarySeverity)
     }
 }
 
-TEST_F(Posted, AGroupIsShownInAWiderBoxOfTheHost)
+TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
 {
     Supplier supplier;
     U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
@@ -229,7 +235,7 @@ TEST_F(Posted, AGroupIsShownInAWiderBoxOfTheHost)
     EXPECT_EQ(hints, (std::vector<float>{0, 0, 600}));
 }
 
-TEST_F(Posted, ALabelWithoutANumberGetsOneAndABrokenTagIsNoGroup)
+TEST_F(Posted, ALabelWithoutANumberIsGivenOneAndABrokenTagIsNoGroup)
 {
     const U_UTF16String plain =
         U_FormUniqueGroupErrorMessageIdentifier(Units(u"Many"), Units(u"Errors:"), Units(u"One"));
@@ -244,8 +250,8 @@ TEST_F(Posted, ALabelWithoutANumberGetsOneAndABrokenTagIsNoGroup)
 
 TEST_F(Posted, QuietLevelsNest)
 {
-    // Each row enters levels, which keep the log or don't, and then leaves them one
-    // by one, and tells whether a report is logged by then, innermost first.
+    // Each row has the levels to enter, and for each level, innermost first, whether a report in
+    // it is logged.
     const std::pair<std::vector<bool>, std::vector<bool>> kNests[] = {
         {{true}, {true}},
         {{false}, {false}},
@@ -270,18 +276,18 @@ TEST_F(Posted, QuietLevelsNest)
     EXPECT_TRUE(mAlerts.All().empty());
 }
 
-TEST_F(Posted, QuietModeIsOneThreadsAndUnbalancedEndsAreReported)
+TEST_F(Posted, QuietModeIsPerThreadAndUnbalancedEndsAreReported)
 {
     U_StartQuietErrorsOnCurrentThread(false);
-    FromWorker(U_Sev_MESSAGE, u"heard");
-    EXPECT_EQ(Displayed(), Texts{"heard"});
+    FromWorker(U_Sev_MESSAGE, u"other thread");
+    EXPECT_EQ(Displayed(), Texts{"other thread"});
     U_EndQuietErrorsOnCurrentThread();
 
     EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               Texts{"Test Host error: internal verification failure, sorry! "
                     "{Unbalanced U_EndQuietErrorsOnCurrentThread() (2)}\t"});
-    U_StartQuietErrorsOnCurrentThread(false); // goes with this life
+    U_StartQuietErrorsOnCurrentThread(false); // ends with this life
     EXPECT_EQ(U_Death(), 0);
     mAlerts.Clear();
     EXPECT_EQ(U_StartQuietErrorsOnCurrentThread(false), 3);
@@ -292,7 +298,7 @@ TEST_F(Posted, QuietModeIsOneThreadsAndUnbalancedEndsAreReported)
     EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3);
 }
 
-TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)
+TEST_F(Posted, ThreadsThatAreQuietAtOnceKeepTheirOwnLevels)
 {
     const int kThreads = 300; // more than a block of the table holds
     boost::barrier allIn(kThreads);
@@ -311,8 +317,8 @@ TEST_F(Posted, ThreadsThatAreQuietAtOnceEachKeepTheirOwnLevels)
     EXPECT_EQ(Displayed(), Texts());
 }
 
-// The report searches the table as well, so the ratio does not depend on the machine.
-TEST_F(Posted, AFirstQuietCallWalksTheTableOnce)
+// The report searches the table too, so the ratio does not depend on the machine.
+TEST_F(Posted, AFirstQuietCallTakesNoLongerThanASearchOfTheTable)
 {
     const auto quickest = [](auto call) {
         auto least = std::chrono::nanoseconds::max();
@@ -339,54 +345,47 @@ TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
     U_ReportError(0, U_Sev_INFO, Units(u"before"));
     const U_u32 before = Count();
     mAlerts.Clear();
-    Defer(0, &Warn, false);
+    Defer(0, {false}, &Warn);
     EXPECT_EQ(Count(), before);
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
-    Defer(
-        0, [] {}, true, "nothing happened");
+    Defer(0, {true, "nothing happened"}, [] {});
     EXPECT_EQ(mAlerts.Texts(), Texts());
 
     mLog.Clear();
-    Defer(
-        kLogOnly,
-        [this] {
-            Warn();
-            EXPECT_EQ(mAlerts.Texts(), Texts());
-        },
-        true);
+    Defer(kLogOnly, {true}, [this] {
+        Warn();
+        EXPECT_EQ(mAlerts.Texts(), Texts());
+    });
     EXPECT_EQ(mAlerts.Texts(), kRepeated);
     EXPECT_EQ(Count(), before + 2);
     EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), 1u);
 
     mAlerts.Clear();
-    Defer(0, &Warn, true, nullptr, true);
-    EXPECT_EQ(mAlerts.Texts(), Texts()) << "it is asynchronous";
+    Defer(0, {true, nullptr, true}, &Warn);
+    EXPECT_EQ(mAlerts.Texts(), Texts());
     EXPECT_EQ(Count(), before + 3);
     U_ClearLastReportedError();
     EXPECT_EQ(Displayed(), kRepeated);
 }
 
-TEST_F(Posted, CallbacksHearOfADeferredErrorOnce)
+TEST_F(Posted, CallbacksReceiveADeferredErrorOnce)
 {
-    int heard = 0;
-    ASSERT_EQ(U_AddLoggingCallback(&CountCall, &heard), 0);
+    int calls = 0;
+    ASSERT_EQ(U_AddLoggingCallback(&CountCall, &calls), 0);
     for (U_u32 mask : {kLogOnly, 0u})
     {
-        heard = 0;
-        Defer(
-            mask,
-            [&] {
-                Warn();
-                EXPECT_EQ(heard, mask == kLogOnly);
-            },
-            true);
-        EXPECT_EQ(heard, 1);
+        calls = 0;
+        Defer(mask, {true}, [&] {
+            Warn();
+            EXPECT_EQ(calls, mask == kLogOnly);
+        });
+        EXPECT_EQ(calls, 1);
     }
 }
 
-TEST_F(Posted, WhateverPassesOutOfARepeatTheStretchEnds)
+TEST_F(Posted, AnExceptionOutOfARepeatEndsTheStretch)
 {
-    U_ReportError(0, U_Sev_INFO, Units(u"before")); // makes a message to be saved
+    U_ReportError(0, U_Sev_INFO, Units(u"before")); // makes a text that the stretch saves
     const U_u32 mask = Up_GetInteract();
     U_DeferredState state;
     ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
@@ -402,16 +401,15 @@ TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
     const std::tuple<U_u32, const char*, const char*> kEnds[] = {
         {0, "can't render", "can't render"},
         {0, nullptr, "missing deferred error information."},
-        {kLogOnly, "can't save", "can't save"}, // the warning was logged, this wasn't
+        {kLogOnly, "can't save", "can't save"}, // logged, although the warning was logged, too
     };
-    for (const auto& [mask, fallback, told] : kEnds)
+    for (const auto& [mask, fallback, reported] : kEnds)
     {
         mLog.Clear();
         OnFreshThread([mask = mask, fallback = fallback] {
-            Defer(
-                mask, [] { OnFreshThread(&Warn); }, true, fallback);
+            Defer(mask, {true, fallback}, [] { OnFreshThread(&Warn); });
         });
-        const std::string text = std::string("Test Host can\xE2\x80\x99t continue: ") + told;
+        const std::string text = std::string("Test Host can\xE2\x80\x99t continue: ") + reported;
         EXPECT_EQ(Displayed(), Texts{text + "\n\n"});
         EXPECT_EQ(mLog.Texts("U_Sev_FATAL"), Texts{text + "\t"});
     }
@@ -419,8 +417,8 @@ TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
 
 TEST_F(Posted, AnErrorWithoutATextIsRepeatedWithTheFallback)
 {
-    Defer(
-        0, [] { U_ReportError(kLocation, U_Sev_WARNING, U_UTF16String()); }, true, "can't save");
+    Defer(0, {true, "can't save"},
+          [] { U_ReportError(kLocation, U_Sev_WARNING, U_UTF16String()); });
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: can't save\n\n( 18 :: 52 )"});
 }
 

@@ -1,4 +1,4 @@
-// Null places for answers, in every family.
+// Null out-parameters, in every family.
 
 #include <functional>
 
@@ -20,7 +20,7 @@ namespace
 typedef BornLibrary Refusals;
 }
 
-TEST_F(Refusals, ANullPlaceIsReportedAndGivesThree)
+TEST_F(Refusals, ANullOutParameterIsReportedAndReturnsThree)
 {
     void** const handle = U_AllocateHandleQuiet(8);
     U_LStrCache* noTable = nullptr;

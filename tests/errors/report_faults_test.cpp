@@ -1,5 +1,5 @@
-// What reports do when memory is out, also within themselves, and the road of
-// one request from an allocation to the user.
+// Reports without memory, also inside a report, and one request on its way from the allocation
+// to the user.
 
 #include <cstdio>
 #include <cstring>
@@ -37,13 +37,13 @@ protected:
     void SetUp() override
     {
         BornLibrary::SetUp();
-        // Alerts are counted only: a presenter has no memory either. That memory ran
-        // out is told on top of them.
+        // Alerts are only counted, since the presenter has no memory either. The alerts that
+        // report the lack of memory itself are not counted.
         platform::SetAlertPresenter([this](const platform::Alert& alert) {
             mShown += alert.text.find(mOutOfMemory) == U_UTF16String::npos;
         });
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
-        U_ReportError(0, U_Sev_PROBLEM, Units(u"the first one makes what stays"));
+        U_ReportError(0, U_Sev_PROBLEM, Units(u"makes the state that later reports reuse"));
         mShown = 0;
     }
 
@@ -62,9 +62,10 @@ protected:
 };
 } // namespace
 
-TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
+TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
 {
-    const U_UTF16String text = Units(u"a text that is too long to stand inside a string object");
+    const U_UTF16String text =
+        Units(u"a text that is too long for the buffer inside a string object");
     const U_UTF16String grouped = U_GroupErrorMessage(text, Units(u"Files can't be read"));
     const auto report = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); };
     const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
@@ -72,15 +73,15 @@ TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
     const std::function<void()> kNothing = [] {};
     const struct
     {
-        const char* what;
+        const char* name;
         std::function<void()> prepare;
         std::function<void()> run; // with an allocation that fails
         std::function<void()> finish;
-        int mostAtOnce; // shown before those that wait
+        int mostAtOnce; // shown before the posted messages
         int most;
         int mostDropped;
     } kRows[] = {
-        // The entry and its place on the list.
+        // Allocates the entry and its node in the list.
         {"held back", &U_IncrementPostErrors, report, &U_DecrementPostErrors, 0, 1, 3},
         {"of a group", kNothing, reportGrouped, kNothing, 0, 1, 3},
         {"a group, while it is shown",
@@ -89,14 +90,14 @@ TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
              reportGrouped();
          },
          &U_DisplayPostedErrors, kNothing, 2, 2, 0},
-        // The text, which comes from a buffer.
+        // Allocates the text from a buffer.
         {"deferred",
          [&] {
              ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
              report();
          },
          [&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); }, kNothing, 1, 1, 1},
-        // What its sentence is put together from.
+        // Allocates the parts of the sentence.
         {"of an allocation", kNothing,
          [] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); }, kNothing,
          1, 1, 20},
@@ -104,7 +105,7 @@ TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
     const U_u32 mask = Up_GetInteract();
     for (const auto& row : kRows)
     {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         int dropped = 0;
         row.prepare();
         const long points = FailEachNew(row.run, [&](long nth) {
@@ -127,20 +128,20 @@ TEST_F(ReportFaults, AnErrorIsToldOnceOrDroppedWhicheverAllocationFails)
     }
 }
 
-// What a thread keeps is made on its first report.
-TEST_F(ReportFaults, AThreadsTextIsToldWholeAndKeptWhicheverAllocationFails)
+// A thread's first report also allocates the thread's state.
+TEST_F(ReportFaults, AThreadsTextIsReportedWholeAndKeptWhicheverAllocationFails)
 {
     static const char* text;
     static int whole;
     static int outOfMemory;
     static int others;
-    const U_LoggingCallback listen = [](void*, U_u32, U_u16, const char* heard) {
-        if (std::strstr(heard, text))
+    const U_LoggingCallback listen = [](void*, U_u32, U_u16, const char* received) {
+        if (std::strstr(received, text))
             ++whole;
-        else if (std::strstr(heard, "Out of memory. ("))
+        else if (std::strstr(received, "Out of memory. ("))
             ++outOfMemory;
         else
-            others += *heard != 0; // empty without memory to convert it
+            others += *received != 0; // empty without memory to convert it
         return 0;
     };
     ASSERT_EQ(U_AddLoggingCallback(listen, nullptr), 0);
@@ -175,7 +176,7 @@ TEST_F(ReportFaults, AThreadsTextIsToldWholeAndKeptWhicheverAllocationFails)
             });
             EXPECT_LE(whole, 1);
             EXPECT_LE(outOfMemory, isOnMainThread);
-            EXPECT_LE(outOfMemory, whole); // it never takes the place of the text
+            EXPECT_LE(outOfMemory, whole); // it never replaces the text
             EXPECT_EQ(others, 0);
         }
         EXPECT_EQ(whole, 1);
@@ -196,8 +197,8 @@ TEST_F(AllocFailure, TheSentenceNamesTheSizeAndTheOperation)
         {3 * kMiB, "disk cache", "Unable to allocate 3.000" + kRest + " / disk cache"},
         {3 * kMiB + kMiB / 4, "", "Unable to allocate 3.250" + kRest + " / "},
         {0x7FFFFFFF, "x", "Unable to allocate 2048.000" + kRest + " / x"},
-        {0x80000000, "not told", "Memory allocation of 2.0" + kLimit},
-        {~U_u64(0), "not told", "Memory allocation of 17179869184.0" + kLimit},
+        {0x80000000, "not shown", "Memory allocation of 2.0" + kLimit},
+        {~U_u64(0), "not shown", "Memory allocation of 17179869184.0" + kLimit},
     };
     for (const auto& [size, what, text] : kFailures)
     {
@@ -211,7 +212,7 @@ TEST_F(AllocFailure, TheSentenceNamesTheSizeAndTheOperation)
     EXPECT_EQ(mAlerts.Texts(), Texts());
 }
 
-TEST_F(AllocFailure, AFailureInsideItsReportOnlyLeavesALine)
+TEST_F(AllocFailure, AFailureInsideItsOwnReportIsOnlyLogged)
 {
     mAlerts.mWhileUp = [](const platform::Alert&) {
         EXPECT_EQ(U_AllocateHandle(0, "inner", 3 * kMiB), nullptr);
@@ -224,7 +225,7 @@ TEST_F(AllocFailure, AFailureInsideItsReportOnlyLeavesALine)
     EXPECT_EQ(mAlerts.All().size(), 2u);
 }
 
-TEST_F(AllocFailure, WhateverACallbackDoesTheAllocationJustFails)
+TEST_F(AllocFailure, AnAllocationFailsWhateverACallbackDoes)
 {
     static std::function<U_Status()> answer;
     ASSERT_EQ(
@@ -233,7 +234,7 @@ TEST_F(AllocFailure, WhateverACallbackDoesTheAllocationJustFails)
     const std::function<U_Status()> kAnswers[] = {
         [] { return 5; },
         []() -> U_Status { throw std::runtime_error("broken"); },
-        []() -> U_Status { throw std::string("nobody's"); },
+        []() -> U_Status { throw std::string("foreign"); },
     };
     for (const auto& one : kAnswers)
     {
@@ -242,15 +243,15 @@ TEST_F(AllocFailure, WhateverACallbackDoesTheAllocationJustFails)
         answer = [] { return 0; };
         mAlerts.Clear();
         EXPECT_EQ(U_AllocatePtr(0, "next", 3 * kMiB), nullptr);
-        EXPECT_EQ(mAlerts.All().size(), 1u); // as any other
+        EXPECT_EQ(mAlerts.All().size(), 1u);
     }
-    EXPECT_EQ(mLog.Texts("POSS_FRAGMENTATION"), Texts()); // it was the budget that refused
+    EXPECT_EQ(mLog.Texts("POSS_FRAGMENTATION"), Texts()); // the budget refused, not the heap
 }
 
-// A render thread asks for a block that the heap refuses for good, the host
-// purges until nothing is left to purge, and the sentence reaches the user on
-// the UI thread in their language, before a group of other errors.
-TEST_F(AllocFailure, TheRoadOfOneRequest)
+// A render thread asks for a block that the heap always refuses. The host purges until nothing
+// is left. The sentence is shown on the UI thread in the user's language, before a group of other
+// errors.
+TEST_F(AllocFailure, ARefusedRequestPurgesAndIsShownInTheUsersLanguage)
 {
     platform::SetUserLocale("de_DE");
     DictionaryImage german =

@@ -1,9 +1,11 @@
-// The report path: the order of its decisions, its texts, and what reaches the
-// log, the callbacks and the user.
+// The report path: its decisions, its texts, and the reports that reach the log, the callbacks
+// and the user.
 
 #include <cstring>
 #include <stdexcept>
 #include <tuple>
+
+#include <gmock/gmock.h>
 
 #include <kroview/ui.h>
 #include <platform/control.h>
@@ -31,20 +33,21 @@ const U_u32 kLogOnly = 0xFFFF0000;
 const U_u32 kShowOnly = 0x0000FFFF;
 const U_u32 kAtBirth = 0xFFBFFF9F;
 
-struct Heard
+// A logging callback that captures the texts.
+struct Callback
 {
+    static U_Status Run(void* refcon, U_u32, U_u16, const char* text)
+    {
+        Callback& callback = *static_cast<Callback*>(refcon);
+        callback.mTexts.push_back(text);
+        return callback.mAction ? callback.mAction() : 0;
+    }
+
     Texts mTexts;
     std::function<U_Status()> mAction;
 };
 
-U_Status Listen(void* refcon, U_u32, U_u16, const char* text)
-{
-    Heard& heard = *static_cast<Heard*>(refcon);
-    heard.mTexts.push_back(text);
-    return heard.mAction ? heard.mAction() : 0;
-}
-
-// What U_GetLastError tells, over what stood in the places before.
+// The answer of U_GetLastError, which must replace the values before.
 struct LastError
 {
     LastError() { EXPECT_EQ(U_GetLastError(text, &severity, &location, &error), 0); }
@@ -77,7 +80,7 @@ protected:
     void SetUp() override
     {
         BornLibrary::SetUp();
-        U_AddLoggingCallback(&Listen, &mHeard);
+        U_AddLoggingCallback(&Callback::Run, &mCallback);
     }
 
     U_u32 Count()
@@ -87,7 +90,7 @@ protected:
         return count;
     }
 
-    // The lines of the report path, without crawls.
+    // The log lines of the report path, without stack traces.
     Texts Logged() const
     {
         Texts lines;
@@ -99,12 +102,12 @@ protected:
         return lines;
     }
 
-    Heard mHeard;
+    Callback mCallback;
 };
 
 struct Case
 {
-    const char* what;
+    const char* name;
     U_u16 severity;
     U_u32 mask;
     std::string condition;
@@ -112,62 +115,66 @@ struct Case
 };
 
 const Case kCases[] = {
-    {"a plain problem", U_Sev_PROBLEM, kAll, "", {"logged", "heard", "counted", "shown"}},
-    {"another thread", U_Sev_PROBLEM, kAll, "thread", {"logged", "heard", "counted", "posted"}},
-    {"held back", U_Sev_PROBLEM, kAll, "held", {"logged", "heard", "counted", "posted"}},
-    {"grouped", U_Sev_PROBLEM, kAll, "grouped", {"logged", "heard", "counted", "posted"}},
-    {"log only", U_Sev_WARNING, kLogOnly, "", {"logged", "heard", "counted"}},
+    {"a plain problem", U_Sev_PROBLEM, kAll, "", {"logged", "called back", "counted", "shown"}},
+    {"another thread",
+     U_Sev_PROBLEM,
+     kAll,
+     "thread",
+     {"logged", "called back", "counted", "posted"}},
+    {"held back", U_Sev_PROBLEM, kAll, "held", {"logged", "called back", "counted", "posted"}},
+    {"grouped", U_Sev_PROBLEM, kAll, "grouped", {"logged", "called back", "counted", "posted"}},
+    {"log only", U_Sev_WARNING, kLogOnly, "", {"logged", "called back", "counted"}},
     {"show only", U_Sev_WARNING, kShowOnly, "", {"logged", "counted", "shown"}},
-    {"wanted by nobody", U_Sev_WARNING, 0, "", {"counted"}},
-    {"quiet with log", U_Sev_WARNING, kAll, "quiet", {"logged", "heard"}},
+    {"dropped by both masks", U_Sev_WARNING, 0, "", {"counted"}},
+    {"quiet with log", U_Sev_WARNING, kAll, "quiet", {"logged", "called back"}},
     {"quiet without log", U_Sev_WARNING, kAll, "silent", {}},
-    {"info has no log tag", U_Sev_INFO, kAll, "", {"heard", "counted", "shown"}},
-    {"a message", U_Sev_MESSAGE, kAll, "", {"heard", "counted", "shown"}},
-    {"a detail isn't counted", U_Sev_DETAIL, kAll, "", {"heard", "shown"}},
-    {"a detail at birth", U_Sev_DETAIL, kAtBirth, "", {"heard"}},
+    {"info has no log tag", U_Sev_INFO, kAll, "", {"called back", "counted", "shown"}},
+    {"a message", U_Sev_MESSAGE, kAll, "", {"called back", "counted", "shown"}},
+    {"a detail isn't counted", U_Sev_DETAIL, kAll, "", {"called back", "shown"}},
+    {"a detail at birth", U_Sev_DETAIL, kAtBirth, "", {"called back"}},
     {"a debug line at birth", U_Sev_DEBUG, kAtBirth, "", {"counted"}},
-    {"a leak", U_Sev_LEAK, kAll, "", {"heard", "counted", "shown"}},
-    {"no severity", 5, kAll, "", {"heard", "counted", "shown"}},
-    {"none at all", 0, kAll, "", {"counted"}},
-    {"fatal in quiet", U_Sev_FATAL, kAll, "silent", {"logged", "heard", "counted", "shown"}},
+    {"a leak", U_Sev_LEAK, kAll, "", {"called back", "counted", "shown"}},
+    {"an invalid severity", 5, kAll, "", {"called back", "counted", "shown"}},
+    {"severity 0", 0, kAll, "", {"counted"}},
+    {"fatal in quiet", U_Sev_FATAL, kAll, "silent", {"logged", "called back", "counted", "shown"}},
 };
 } // namespace
 
-TEST_F(Report, TheOrderOfDecisions)
+TEST_F(Report, SeverityMaskAndThreadDecideWhereAReportGoes)
 {
     const U_UTF16String identifier =
         U_FormUniqueGroupErrorMessageIdentifier(Units(u"Many"), Units(u"Things:"), Units(u"One"));
     for (const Case& one : kCases)
     {
-        SCOPED_TRACE(one.what);
+        SCOPED_TRACE(one.name);
         mLog.Clear();
         mAlerts.Clear();
-        mHeard.mTexts.clear();
+        mCallback.mTexts.clear();
         U_ClearLastReportedError();
         const U_u32 counted = Count();
         Up_SetInteract(one.mask);
-        const auto report = [&] {
-            if (one.condition == "quiet" || one.condition == "silent")
-                U_StartQuietErrorsOnCurrentThread(one.condition == "quiet");
-            const U_UTF16String text = Units(u"text");
-            U_ReportError(kLocation, one.severity,
-                          one.condition == "grouped" ? U_GroupErrorMessage(text, identifier)
-                                                     : text);
-            if (one.condition == "quiet" || one.condition == "silent")
-                U_EndQuietErrorsOnCurrentThread();
-        };
-        if (one.condition == "held")
+        const bool isQuiet = one.condition == "quiet" || one.condition == "silent";
+        const bool isHeld = one.condition == "held";
+        const U_UTF16String text = one.condition == "grouped"
+                                       ? U_GroupErrorMessage(Units(u"text"), identifier)
+                                       : Units(u"text");
+        const auto report = [&] { U_ReportError(kLocation, one.severity, text); };
+        if (isQuiet)
+            U_StartQuietErrorsOnCurrentThread(one.condition == "quiet");
+        if (isHeld)
             U_IncrementPostErrors();
         if (one.condition == "thread")
             OnFreshThread(report);
         else
             report();
-        if (one.condition == "held")
+        if (isHeld)
             U_DecrementPostErrors();
+        if (isQuiet)
+            U_EndQuietErrorsOnCurrentThread();
 
         Texts outcome;
         outcome.insert(outcome.end(), Logged().size(), "logged");
-        outcome.insert(outcome.end(), mHeard.mTexts.size(), "heard");
+        outcome.insert(outcome.end(), mCallback.mTexts.size(), "called back");
         outcome.insert(outcome.end(), Count() - counted, "counted");
         outcome.insert(outcome.end(), mAlerts.All().size(), "shown");
         mAlerts.Clear();
@@ -177,7 +184,7 @@ TEST_F(Report, TheOrderOfDecisions)
     }
 }
 
-TEST_F(Report, EverySeverityHasItsTextAndBehindAFatalOneLeaksStayQuiet)
+TEST_F(Report, EverySeverityHasItsTextAndNoLeakIsShownAfterAFatalReport)
 {
     const std::tuple<U_u16, const char*, unsigned int, int> kTexts[] = {
         {U_Sev_MESSAGE, "text", 0x00, 0},
@@ -220,27 +227,27 @@ TEST_F(Report, ATranslationOrdersNameAndWord)
 {
     DictionaryImage image = BinaryImage(
         {{"/QX/U/qx_err_msg_order", u"@1, sagt @0"}, {"/QX/UOverride/LStr/0002", u"Fehler"}});
-    U_ReportError(0, U_Sev_PROBLEM, Units(u"Text")); // what the thread keeps must give way
+    U_ReportError(0, U_Sev_PROBLEM, Units(u"Text")); // the thread keeps the English texts
     ASSERT_EQ(U_ZStringSetCurrentDictionary(image.units.data(), image.size), 0);
     U_ReportError(0, U_Sev_PROBLEM, Units(u"Text"));
     ASSERT_EQ(U_ZStringSetEnglish(), 0);
     U_ReportError(0, U_Sev_PROBLEM, Units(u"Text"));
-    EXPECT_EQ(mHeard.mTexts, (Texts{"Test Host error: Text", "Fehler, sagt Test Host: Text",
-                                    "Test Host error: Text"}));
+    EXPECT_EQ(mCallback.mTexts, (Texts{"Test Host error: Text", "Fehler, sagt Test Host: Text",
+                                       "Test Host error: Text"}));
 }
 
-TEST_F(Report, LongTextsAreCutAtACharacterOnlyWhereABufferHoldsThem)
+TEST_F(Report, LongTextsAreCutAtACharacterInBuffersOnly)
 {
     const ScActiveCodePage japanese(932);
     U_UTF16String text(600, 0x3042); // two bytes each
     U_ReportError(0, U_Sev_MESSAGE, text);
-    ASSERT_EQ(mHeard.mTexts.size(), 1u);
-    EXPECT_EQ(mHeard.mTexts[0].size(), 510u);
+    ASSERT_EQ(mCallback.mTexts.size(), 1u);
+    EXPECT_EQ(mCallback.mTexts[0].size(), 510u);
     EXPECT_EQ(std::string(Up_GetThreadLoggingBuffer()).size(), 510u);
     EXPECT_EQ(mAlerts.All().at(0).text, text);
 
     EXPECT_EQ(Up_ReportErrString(0, U_Sev_MESSAGE, std::string(511, 'x').c_str()), 0);
-    EXPECT_EQ(mHeard.mTexts[1].size(), 511u);
+    EXPECT_EQ(mCallback.mTexts[1].size(), 511u);
 }
 
 TEST_F(Report, TheThreadRemembersItsLatestReport)
@@ -256,14 +263,14 @@ TEST_F(Report, TheThreadRemembersItsLatestReport)
     EXPECT_EQ(Up_GetThreadLastError(), static_cast<U_u32>(-43));
     EXPECT_EQ(Up_ReportErrString(0, U_Sev_WARNING, "other"), 0);
     EXPECT_EQ(Up_GetThreadLastError(), 0u);
-    const std::size_t heard = mHeard.mTexts.size();
+    const std::size_t heard = mCallback.mTexts.size();
     EXPECT_EQ(Up_ReportNuloErrString(0, U_Sev_WARNING, 0, "nothing"), 0);
     EXPECT_EQ(Up_ReportSyserrString(0, U_Sev_WARNING, 0, "nothing"), 0);
-    EXPECT_EQ(mHeard.mTexts.size(), heard);
+    EXPECT_EQ(mCallback.mTexts.size(), heard);
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "other");
 }
 
-TEST_F(Report, EachThreadRemembersItsOwnAndNothingAtFirst)
+TEST_F(Report, EachThreadRemembersItsOwnReportAndNoneAtFirst)
 {
     OnFreshThread([] {
         ExpectNothingReported();
@@ -288,9 +295,9 @@ TEST_F(Report, EachThreadRemembersItsOwnAndNothingAtFirst)
     });
 }
 
-TEST_F(Report, WhatACallbackAnswersOrThrowsEndsThisReportAlone)
+TEST_F(Report, ACodeOrAnExceptionOfACallbackEndsThisReportAlone)
 {
-    // With the status of the guarded form, or 0 if that lets it pass.
+    // With the result of the guarded form; 0 if the exception passes through the guard.
     const std::pair<std::function<U_Status()>, U_Status> kAnswers[] = {
         {[] { return 77; }, 77},
         {[]() -> U_Status { throw 5; }, 5},
@@ -302,7 +309,7 @@ TEST_F(Report, WhatACallbackAnswersOrThrowsEndsThisReportAlone)
     {
         const U_u32 counted = Count();
         mAlerts.Clear();
-        mHeard.mAction = action;
+        mCallback.mAction = action;
         if (status)
         {
             EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), status);
@@ -314,7 +321,7 @@ TEST_F(Report, WhatACallbackAnswersOrThrowsEndsThisReportAlone)
             EXPECT_THROW(Up_ReportErrString(0, U_Sev_PROBLEM, "first"), std::string);
         }
         EXPECT_ANY_THROW(U_ReportError(0, U_Sev_PROBLEM, Units(u"first")));
-        mHeard.mAction = nullptr;
+        mCallback.mAction = nullptr;
         mAlerts.Clear();
         U_ReportError(0, U_Sev_PROBLEM, Units(u"second"));
         EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: second\n\n"});
@@ -323,7 +330,7 @@ TEST_F(Report, WhatACallbackAnswersOrThrowsEndsThisReportAlone)
 
 TEST_F(Report, AReportInsideAReportLeavesNoTrace)
 {
-    mHeard.mAction = [] {
+    mCallback.mAction = [] {
         Up_ReportErrString(0, U_Sev_FATAL, "inner");
         U_ReportError(0, U_Sev_FATAL, Units(u"inner"));
         EXPECT_EQ(Up_ReportNuloErrString(0, U_Sev_FATAL, 4, "inner"), 4);
@@ -334,7 +341,7 @@ TEST_F(Report, AReportInsideAReportLeavesNoTrace)
     };
     U_ReportError(kLocation, U_Sev_WARNING, Units(u"outer"));
     EXPECT_EQ(Logged(), Texts{"U_Sev_WARNING: Test Host warning: outer\t( 18 :: 52 )"});
-    EXPECT_EQ(mHeard.mTexts, Texts{"Test Host warning: outer"});
+    EXPECT_EQ(mCallback.mTexts, Texts{"Test Host warning: outer"});
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: outer\n\n( 18 :: 52 )"});
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "outer");
     EXPECT_FALSE(U_Die());
@@ -344,7 +351,7 @@ TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)
 {
     const std::function<void()> kThrows[] = {[] { throw 9; },
                                              [] { throw std::runtime_error("disk full"); }};
-    int lines = 0; // the first that fails ends the log's part
+    int lines = 0; // a failure ends the log step, so there is no stack trace
     for (const auto& fail : kThrows)
     {
         platform::SetLogSink([&](int, const char*, const char*, const char*) {
@@ -353,13 +360,13 @@ TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)
         });
         EXPECT_EQ(Up_ReportErrString(0, U_Sev_PROBLEM, "text"), 0);
     }
-    EXPECT_EQ(lines, 2 + 1) << "the std::exception has a line of its own";
+    EXPECT_EQ(lines, 2 + 1) << "the std::exception is logged";
     platform::SetLogSink(platform::LogSink());
-    EXPECT_EQ(mHeard.mTexts.size(), 2u);
+    EXPECT_EQ(mCallback.mTexts.size(), 2u);
     EXPECT_EQ(mAlerts.All().size(), 2u);
 }
 
-TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
+TEST_F(Report, AFailingHostBoxIsReplacedByTheSystemBox)
 {
     Supplier supplier;
     U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
@@ -368,7 +375,7 @@ TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
         {[] { throw 0; }, false}, // no failure
         {[] { throw std::runtime_error("no window"); }, true},
     };
-    for (const auto& [fail, givesWay] : kFailures)
+    for (const auto& [fail, isReplaced] : kFailures)
     {
         mAlerts.Clear();
         mAlerts.mWhileUp = [fail = fail](const platform::Alert& alert) {
@@ -376,11 +383,11 @@ TEST_F(Report, AHostBoxThatFailsGivesWayToTheSystems)
                 fail();
         };
         U_ReportError(0, U_Sev_WARNING, Units(u"text"));
-        EXPECT_EQ(mAlerts.All().size(), givesWay ? 2u : 1u);
+        EXPECT_EQ(mAlerts.All().size(), isReplaced ? 2u : 1u);
     }
 }
 
-TEST_F(Report, WithoutAHostsNameTheBoxesHaveTheirOwnTitles)
+TEST_F(Report, AlertsWithoutAHostNameHaveTheirOwnTitles)
 {
     Supplier supplier;
     const ScDamagedRecord damaged(FindMagicNumbers().at(0));
@@ -404,35 +411,35 @@ TEST_F(Report, AnAlertEndsTheInputCaptureAndCopiesWithShift)
     platform::SetModifierKeys(512);
     U_ReportError(0, U_Sev_WARNING, Units(u"second \x2206 \x4E00"));
     EXPECT_EQ(Narrow(platform::ClipboardText()), "Test Host warning: second \xE2\x88\x86 ?\n\n");
-    EXPECT_EQ(ended, 1) << "it ends once";
+    EXPECT_EQ(ended, 1) << "the capture ends once";
 }
 
 TEST_F(Report, AnAsyncReportIsOnlyPosted)
 {
     U_ReportError(0, U_Sev_WARNING, Units(u"earlier"));
     mAlerts.Clear();
-    mHeard.mTexts.clear();
+    mCallback.mTexts.clear();
     mLog.Clear();
     const U_u32 counted = Count();
     U_AsyncReport(kLocation, U_Sev_PROBLEM, Units(u"text"));
     U_AsyncReport(kLocation, U_Sev_DETAIL, Units(u"masked"));
     U_StartQuietErrorsOnCurrentThread(true);
     U_AsyncReport(kLocation, U_Sev_PROBLEM, Units(u"quiet"));
-    U_AsyncReport(kLocation, U_Sev_FATAL, Units(u"grave"));
+    U_AsyncReport(kLocation, U_Sev_FATAL, Units(u"fatal"));
     U_EndQuietErrorsOnCurrentThread();
     EXPECT_FALSE(U_Die());
     EXPECT_EQ(mLog.Texts(), Texts());
-    EXPECT_EQ(mHeard.mTexts, Texts());
+    EXPECT_EQ(mCallback.mTexts, Texts());
     EXPECT_EQ(Count(), counted);
     EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "earlier");
     EXPECT_EQ(mAlerts.Texts(), Texts());
     U_DisplayPostedErrors();
     EXPECT_EQ(mAlerts.Texts(),
               (Texts{"Test Host error: text\n\n( 18 :: 52 )",
-                     "Test Host can\xE2\x80\x99t continue: grave\n\n( 18 :: 52 )"}));
+                     "Test Host can\xE2\x80\x99t continue: fatal\n\n( 18 :: 52 )"}));
 }
 
-TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
+TEST_F(Report, ReportsOutsideALifeEndInAlertsOrSilence)
 {
     EXPECT_EQ(U_Death(), 0);
     mAlerts.Clear();
@@ -450,9 +457,23 @@ TEST_F(Report, OutsideALifeReportsEndInAlertsOrSilence)
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
-TEST_F(Report, TheThreadsBufferIsReportedAsItStands)
+TEST_F(Report, TheThreadLoggingBufferIsReportedUnchanged)
 {
-    U_CopyString("as it stands", U_ReportTextSize, Up_GetThreadLoggingBuffer());
+    U_CopyString("unchanged", U_ReportTextSize, Up_GetThreadLoggingBuffer());
     EXPECT_EQ(Up_ReportError(kLocation, U_Sev_PROBLEM), 0);
-    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: as it stands\n\n( 18 :: 52 )"});
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: unchanged\n\n( 18 :: 52 )"});
+}
+
+TEST_F(Report, AStackTraceFollowsProblemsAndFatalErrors)
+{
+    U_ReportError(0, U_Sev_WARNING, Units(u"text"));
+    EXPECT_TRUE(mLog.Texts("StackCrawl").empty());
+    for (U_u16 severity : {U_Sev_PROBLEM, U_Sev_FATAL})
+    {
+        mLog.Clear();
+        U_ReportError(0, severity, Units(u"text"));
+        EXPECT_THAT(mLog.Texts("StackCrawl"),
+                    testing::ElementsAre(testing::ContainsRegex(
+                        "FatalErrors_Test.*  \\(Line: [0-9]+  File: .*report_test\\.cpp\\)\n")));
+    }
 }

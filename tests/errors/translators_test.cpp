@@ -1,3 +1,5 @@
+// Exception translators.
+
 #include <any>
 #include <atomic>
 #include <memory>
@@ -23,14 +25,14 @@ namespace
 class Translators : public BornLibrary
 {
 protected:
-    // A translator that notes that it was asked, and answers.
-    U_u32 Register(int number, bool takes, int code)
+    // Registers a translator that notes its call.
+    U_u32 Register(int number, bool recognises, int code)
     {
         return U_RegisterExceptionTranslatorImpl([=](std::exception*, int* out) {
-            mAsked.push_back(number);
-            if (takes && code)
+            mCalled.push_back(number);
+            if (recognises && code)
                 *out = code;
-            return takes;
+            return recognises;
         });
     }
 
@@ -40,24 +42,24 @@ protected:
         return U_TranslateAndReportException(error);
     }
 
-    std::vector<int> mAsked;
+    std::vector<int> mCalled;
 };
 } // namespace
 
-TEST_F(Translators, TheNewestIsAskedFirstAndTheFirstToTakeItWins)
+TEST_F(Translators, TheNewestTranslatorThatRecognisesTheExceptionWins)
 {
     Register(1, true, 101);
     const U_u32 second = Register(2, true, 102);
     Register(3, false, 103);
     EXPECT_EQ(Translate(), 102);
-    EXPECT_EQ(mAsked, (std::vector<int>{3, 2}));
+    EXPECT_EQ(mCalled, (std::vector<int>{3, 2}));
     U_UnregisterExceptionTranslator(second);
     U_UnregisterExceptionTranslator(second);
     EXPECT_EQ(Translate(), 101);
     EXPECT_TRUE(mLog.Texts().empty());
 }
 
-TEST_F(Translators, FourteenStandsIfTheOneThatTakesItStoresNothing)
+TEST_F(Translators, TheCodeIsFourteenIfTheTranslatorStoresNone)
 {
     Register(1, true, 0);
     EXPECT_EQ(Translate(), 14);
@@ -69,7 +71,7 @@ TEST_F(Translators, FourteenStandsIfTheOneThatTakesItStoresNothing)
     EXPECT_TRUE(mLog.Texts().empty());
 }
 
-TEST_F(Translators, MemoryAndCastsNeverReachThem)
+TEST_F(Translators, BadAllocAndBadCastNeverReachTranslators)
 {
     Register(1, true, 101);
     std::bad_array_new_length noMemory;
@@ -77,13 +79,13 @@ TEST_F(Translators, MemoryAndCastsNeverReachThem)
     std::bad_typeid badType;
     EXPECT_EQ(U_TranslateAndReportException(noMemory), 4);
     EXPECT_EQ(U_TranslateAndReportException(badCast), 3);
-    EXPECT_TRUE(mAsked.empty());
+    EXPECT_TRUE(mCalled.empty());
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               std::vector<std::string>{"Test Host error: Unexpected data type\t"});
     EXPECT_EQ(U_TranslateAndReportException(badType), 101);
 }
 
-TEST_F(Translators, WhatNobodyTakesIsLogged)
+TEST_F(Translators, AnUnrecognisedExceptionIsLogged)
 {
     Register(1, false, 0);
     EXPECT_EQ(Translate(), 14);
@@ -92,7 +94,7 @@ TEST_F(Translators, WhatNobodyTakesIsLogged)
                                 "U_Sev_WARNING: Test Host warning: Unknown Exception.\t"}));
 }
 
-TEST_F(Translators, WhatOneThrowsStandsForItsCodeOrIsPassedOver)
+TEST_F(Translators, AnIntFromATranslatorIsItsCodeAndAnExceptionIsIgnored)
 {
     Register(1, true, 100);
     U_RegisterExceptionTranslatorImpl(
@@ -102,7 +104,7 @@ TEST_F(Translators, WhatOneThrowsStandsForItsCodeOrIsPassedOver)
     EXPECT_EQ(Translate(), 77);
 }
 
-TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
+TEST_F(Translators, ATranslatorMayRegisterUnregisterAndTranslate)
 {
     Register(1, true, 101);
     const U_u32 older = Register(2, true, 102);
@@ -114,7 +116,7 @@ TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
         U_UnregisterExceptionTranslator(older);
         *out = U_TranslateAndReportException(*exception) + 100;
         Register(3, true, 103);
-        EXPECT_EQ(*text, "alive"); // its own state stays whole until it returns
+        EXPECT_EQ(*text, "alive"); // its state lives until it returns
         return true;
     });
     text.reset();
@@ -123,7 +125,7 @@ TEST_F(Translators, OneMayRegisterUnregisterAndTranslateFromInside)
     EXPECT_EQ(Translate(), 103);
 }
 
-TEST_F(Translators, RunOneThreadAtATime)
+TEST_F(Translators, TranslatorsRunOnOneThreadAtATime)
 {
     std::atomic<int> inside(0);
     std::atomic<int> most(0);
@@ -143,7 +145,7 @@ TEST_F(Translators, RunOneThreadAtATime)
     EXPECT_EQ(most, 1);
 }
 
-TEST_F(Translators, GoWithDeathAndTheirIdsAreNeverGivenAgain)
+TEST_F(Translators, TranslatorsEndWithDeathAndTheirIdsAreNotReused)
 {
     const U_u32 first = Register(1, true, 101);
     ASSERT_EQ(U_Death(), 0);
@@ -151,16 +153,16 @@ TEST_F(Translators, GoWithDeathAndTheirIdsAreNeverGivenAgain)
     EXPECT_EQ(Translate(), 14);
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     EXPECT_EQ(Translate(), 14);
-    EXPECT_TRUE(mAsked.empty());
+    EXPECT_TRUE(mCalled.empty());
     const U_u32 next = Register(1, true, 101);
     EXPECT_EQ(next, first + 1);
     U_UnregisterExceptionTranslator(next);
     EXPECT_EQ(Register(1, true, 101), next + 1);
 }
 
-TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
+TEST_F(Translators, AnATLExceptionWithASystemTextThrowsOne)
 {
-    // What the callback answers, what is thrown, and what is told if the system knows a text.
+    // The result code, the callback's answer, the thrown code, and the log lines.
     typedef std::tuple<unsigned int, U_Status, int, std::vector<std::string>> Row;
     const std::vector<std::string> kNoFile = {
         "U_Sev_WARNING: Test Host warning: No such file or directory.\r\n\t"};
@@ -175,7 +177,7 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
     U_AddLoggingCallback(
         [](void* refcon, U_u32, U_u16, const char*) { return *static_cast<U_Status*>(refcon); },
         &answer);
-    for (const auto& [result, callback, thrown, told] : rows)
+    for (const auto& [result, callback, thrown, logged] : rows)
     {
         SCOPED_TRACE(testing::Message() << result << " " << callback);
         answer = callback;
@@ -183,6 +185,6 @@ TEST_F(Translators, ATLExceptionsThrowOneIfTheSystemKnowsThem)
         ATL::CAtlException exception(static_cast<int>(result));
         EXPECT_EQ(CodeThrown([&] { TranslateAndThrowATLException(exception, __FILE__, __LINE__); }),
                   thrown);
-        EXPECT_EQ(mLog.Texts(), told);
+        EXPECT_EQ(mLog.Texts(), logged);
     }
 }

@@ -9,7 +9,7 @@ import re
 import sys
 
 DEFINE = re.compile(r'#define (\w+) ("[^"]*")\n')
-ROW = re.compile(r'ROW\((\d+), "(.*)"\)')  # of the library's table of texts
+ROW = re.compile(r'ROW\((\d+), \w+, "(.*)"\)')  # of the library's table of texts
 # A literal and the literals after it, which the compiler joins.
 LITERALS = re.compile(r'"\$\$\$(?:[^"\\]|\\.)*"(?:\s*"(?:[^"\\]|\\.)*")*')
 LINE = re.compile(r'"\$\$\$([^=]+)=((?:[^"\\]|\\.)*)"')

@@ -1,5 +1,9 @@
-#include "indep/errors/Stations.h"
+#include "indep/errors/ReportPipeline.h"
 
+#include <cstdint>
+#include <string>
+
+#include <krobase/stack_trace.h>
 #include <wril/wril.h>
 
 #include "U_Encoding.h"
@@ -10,19 +14,47 @@
 #include "U_String.h"
 #include "U_Threads.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/LoggingCallbacks.h"
-#include "indep/errors/PostedErrors.h"
-#include "indep/errors/Severity.h"
-#include "indep/errors/Show.h"
-#include "indep/errors/StackCrawl.h"
-#include "indep/errors/ThreadState.h"
+#include "indep/errors/Messages.h"
 #include "indep/frame/Guard.h"
+#include "indep/frame/LogSafely.h"
 
 namespace
 {
 bool IsLoggingOn(U_u16 severity)
 {
     return Up_GetInteract() >> 16 & severity;
+}
+
+const std::size_t kMostFrames = 50;
+const std::size_t kOwnFrames = 1;
+
+std::string LineOf(void* frame)
+{
+    using namespace krobase::debug;
+    char text[512];
+    std::string line;
+    if (StackFrameFunctionName(frame, text, sizeof(text)))
+        line = text;
+    else
+        line = "??? <" + std::to_string(reinterpret_cast<std::intptr_t>(frame)) + ">";
+    if (const int number = StackFrameLineNumber(frame))
+        line += "  (Line: " + std::to_string(number);
+    if (StackFrameFullFilePath(frame, text, sizeof(text)))
+        line.append("  File: ").append(text).append(")");
+    return line + "\n";
+}
+
+void LogStackTrace()
+{
+    LogSafely([] {
+        void* frames[kMostFrames];
+        const std::size_t count =
+            krobase::debug::GenerateStackTrace(frames, kMostFrames, kOwnFrames);
+        std::string lines;
+        for (std::size_t i = 0; i < count; ++i)
+            lines += LineOf(frames[i]);
+        WRIL_Log(0, "ReportError", "StackCrawl", lines.c_str());
+    });
 }
 } // namespace
 
@@ -52,7 +84,7 @@ void Report::Log()
         WRIL_sprintf(0, "U", traits.mLogTag, "%s\t%s", reinterpret_cast<const char*>(text.c_str()),
                      location.mText);
         if (traits.mLogsStack)
-            LogStackCrawl();
+            LogStackTrace();
     });
 }
 
@@ -101,7 +133,7 @@ void Report::Display(bool grouped)
     }
 }
 
-// Behind what waits. What can't be shown waits, too.
+// Shows the posted messages first. A message that cannot be shown is posted.
 void Report::ShowNow()
 {
     const U_Status failure = Guarded([&] {
