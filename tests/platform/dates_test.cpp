@@ -1,6 +1,8 @@
 #include <ctime>
+#include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +12,7 @@
 #include <win32/text.h>
 #include <win32/wall_clock.h>
 
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -50,6 +53,40 @@ TEST_F(SystemDates, PicturesTellHowADateIsWritten)
                   size > 1)
             << "it doesn't fit";
         EXPECT_EQ(Narrow(text), expected);
+    }
+}
+
+TEST_F(SystemDates, WithoutMemoryCallsFailAndTheNextCallFollowsTheLocale)
+{
+    const unsigned int kUser = win32::kLocaleUserDefault;
+    unsigned short text[64];
+    const std::pair<const char*, std::function<int()>> calls[] = {
+        {"date", [&] { return win32::GetDateFormatW(kUser, 0, &mTime, nullptr, text, 64); }},
+        {"time", [&] { return win32::GetTimeFormatW(kUser, 0, &mTime, nullptr, text, 64); }},
+        {"pictures",
+         [&] {
+             return win32::EnumDateFormatsExEx(
+                 [](unsigned short*, unsigned int, long long) { return 0; }, nullptr,
+                 win32::kDateShortDate, 0);
+         }},
+    };
+    for (const auto& [name, call] : calls)
+    {
+        const auto& run = call;
+        int result = 0;
+        const auto body = [&] {
+            win32::SetLastError(0);
+            result = run();
+        };
+        const auto check = [&, name = name](long nth) {
+            SCOPED_TRACE(testing::Message() << name << " " << nth);
+            EXPECT_EQ(win32::GetLastError(), result ? 0 : win32::kErrorNotEnoughMemory);
+            platform::SetUserLocale("de_DE");
+            ASSERT_NE(win32::GetDateFormatW(kUser, 0, &mTime, nullptr, text, 64), 0);
+            EXPECT_EQ(Narrow(text), "01.03.2005");
+            platform::SetUserLocale("en_US");
+        };
+        EXPECT_GT(FailEachNew(body, check), 0) << name;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 #include <map>
+#include <new>
 #include <string>
 
 #include <unicode/udat.h>
@@ -119,18 +120,20 @@ public:
 private:
     static const std::size_t kMostOpen = 8;
 
-    // Returns false without memory; then the next use loads again.
+    // Returns false, or throws std::bad_alloc, without memory. Then the next use loads again.
     bool Load(const std::string& locale)
     {
+        mLocale.clear();
         mOpen.clear();
         mShortPicture = WithFullYear(PictureOf(StylePattern(locale, UDAT_NONE, UDAT_SHORT)));
         mLongPicture = PictureOf(StylePattern(locale, UDAT_NONE, UDAT_FULL));
         mTime = StylePattern(locale, UDAT_MEDIUM, UDAT_NONE);
         mTimeWithoutSeconds = StylePattern(locale, UDAT_SHORT, UDAT_NONE);
-        const bool isComplete = !mShortPicture.empty() && !mLongPicture.empty() && !mTime.empty() &&
-                                !mTimeWithoutSeconds.empty();
-        mLocale = isComplete ? locale : std::string();
-        return isComplete;
+        if (mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
+            mTimeWithoutSeconds.empty())
+            return false;
+        mLocale = locale;
+        return true;
     }
 
     std::string mLocale;
@@ -166,6 +169,20 @@ int StoreText(const std::u16string& text, unsigned short* buffer, int size)
     return StoreUnits(reinterpret_cast<const unsigned short*>(text.data()),
                       static_cast<int>(text.size()), buffer, size);
 }
+
+// Returns the result of body(formats), or fails without memory.
+template <class Body> int WithFormats(Body body)
+{
+    try
+    {
+        if (UserFormats* const formats = UserFormats::Current())
+            return body(*formats);
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
+    return Fail(kErrorNotEnoughMemory);
+}
 } // namespace
 
 int FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time)
@@ -195,12 +212,11 @@ int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags > kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    UserFormats* const formats = UserFormats::Current();
-    if (!formats)
-        return Fail(kErrorNotEnoughMemory);
-    const std::u16string pattern =
-        PatternOf(picture ? reinterpret_cast<const char16_t*>(picture) : formats->Picture(flags));
-    return StoreText(formats->Write(pattern, date), buffer, size);
+    return WithFormats([=](UserFormats& formats) {
+        const std::u16string pattern = PatternOf(
+            picture ? reinterpret_cast<const char16_t*>(picture) : formats.Picture(flags));
+        return StoreText(formats.Write(pattern, date), buffer, size);
+    });
 }
 
 int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
@@ -213,10 +229,9 @@ int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags & ~kTimeNoSeconds)
         return Fail(kErrorInvalidFlags);
-    UserFormats* const formats = UserFormats::Current();
-    if (!formats)
-        return Fail(kErrorNotEnoughMemory);
-    return StoreText(formats->Write(formats->TimePattern(flags), date), buffer, size);
+    return WithFormats([=](UserFormats& formats) {
+        return StoreText(formats.Write(formats.TimePattern(flags), date), buffer, size);
+    });
 }
 
 int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* localeName,
@@ -228,10 +243,14 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
         return Fail(kErrorInvalidParameter);
     if (flags != kDateShortDate && flags != kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    const UserFormats* const formats = UserFormats::Current();
-    std::u16string picture = formats ? formats->Picture(flags) : std::u16string();
-    if (picture.empty())
-        return Fail(kErrorNotEnoughMemory);
+    std::u16string picture;
+    const auto copyPicture = [&](const UserFormats& formats) {
+        picture = formats.Picture(flags);
+        return 1;
+    };
+    if (!WithFormats(copyPicture))
+        return 0;
+    // Outside the handler of std::bad_alloc: the callback's exceptions reach the caller.
     callback(reinterpret_cast<unsigned short*>(&picture[0]), kGregorian, param);
     return 1;
 }
