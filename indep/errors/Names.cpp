@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include <win32/network.h>
+#include <win32/machine.h>
 
 #include "indep/errors/Globals.h"
 #include "indep/errors/Refuse.h"
