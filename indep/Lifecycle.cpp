@@ -2,7 +2,7 @@
 
 #include <type_traits>
 
-#include <win32/messages.h>
+#include <win32/message_box.h>
 #include <wril/wril.h>
 
 #include "U_Posted.h"

@@ -5,8 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include <win32/dates.h>
-#include <win32/modules.h>
+#include <win32/locale.h>
 
 #include "text/Birth.h"
 

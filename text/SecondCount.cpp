@@ -11,7 +11,7 @@
 #include <boost/date_time/posix_time/conversion.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
-#include <win32/wall_clock.h>
+#include <win32/clocks.h>
 
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"

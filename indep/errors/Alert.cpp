@@ -6,8 +6,8 @@
 #include <kroview/messagebox.h>
 #include <kroview/ui.h>
 #include <tolv/keyboard.h>
-#include <win32/input.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
+#include <win32/message_queue.h>
 
 #include "U_Encoding.h"
 #include "U_Group.h"

@@ -7,7 +7,7 @@
 
 #include <krobase/debug.h>
 #include <platform/base/quiet_new.h>
-#include <win32/debug.h>
+#include <win32/process.h>
 
 #include "U_Encoding.h"
 #include "U_Format.h"

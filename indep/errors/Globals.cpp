@@ -8,7 +8,7 @@
 #include <new>
 
 #include <tolv/memory.h>
-#include <win32/network.h>
+#include <win32/machine.h>
 
 #include "U_Alloc.h"
 #include "U_Report.h"

@@ -13,8 +13,7 @@
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <platform/base/quiet_new.h>
-#include <win32/atl.h>
-#include <win32/messages.h>
+#include <win32/errors.h>
 #include <wril/wril.h>
 
 #include "U_Report.h"

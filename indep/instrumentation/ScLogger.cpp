@@ -6,8 +6,8 @@
 
 #include <krobase/high_precision_time.h>
 #include <krobase/threads.h>
-#include <win32/files.h>
-#include <win32/wall_clock.h>
+#include <win32/clocks.h>
+#include <win32/process.h>
 #include <wril/wril.h>
 
 #include "indep/frame/LogSafely.h"

@@ -4,7 +4,7 @@
 #include <bitset>
 #include <vector>
 
-#include <win32/processor.h>
+#include <win32/machine.h>
 #include <wril/wril.h>
 
 #include "indep/machine/Machine.h"

@@ -1,7 +1,7 @@
 #include "U_Machine.h"
 
 #include <tolv/profile.h>
-#include <win32/time.h>
+#include <win32/clocks.h>
 
 #include "indep/errors/Report.h"
 #include "indep/frame/Units.h"

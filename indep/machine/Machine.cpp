@@ -8,8 +8,8 @@
 
 #include <krobase/machine.h>
 #include <tolv/keyboard.h>
-#include <win32/debug.h>
-#include <win32/names.h>
+#include <win32/machine.h>
+#include <win32/process.h>
 
 #include "indep/errors/Report.h"
 

@@ -10,7 +10,7 @@
 #include <unicode/utf16.h>
 
 #include <platform/base/printable.h>
-#include <win32/debug.h>
+#include <win32/process.h>
 
 #include "layout.h"
 

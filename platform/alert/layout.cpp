@@ -8,7 +8,7 @@
 
 #include <platform/base/code_units.h>
 #include <platform/base/printable.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 
 namespace platform
 {

@@ -6,7 +6,7 @@
 #include <krobase/debug.h>
 #include <kroview/messagebox.h>
 #include <platform/base/switched_function.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 #include <win32/text.h>
 
 namespace platform

@@ -7,7 +7,7 @@
 #include <platform/base/printable.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/switched_function.h>
-#include <win32/debug.h>
+#include <win32/process.h>
 
 #include "private/trace_switches.h"
 

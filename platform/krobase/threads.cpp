@@ -1,5 +1,6 @@
 #include "threads.h"
 
+#include <win32/process.h>
 #include <win32/threads.h>
 
 namespace krobase

@@ -1,4 +1,12 @@
-// Memory, under the operating system's own names. Any thread.
+// Memory, under the operating system's own names: address space, the heap of the process and
+// the memory of the machine.
+//
+//     const unsigned int type = win32::kMemReserve | win32::kMemCommit;
+//     void* const block = win32::VirtualAlloc(nullptr, 1 << 20, type, win32::kPageReadWrite);
+//     if (block)
+//         win32::VirtualFree(block, 0, win32::kMemRelease);
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef WIN32_MEMORY_H
 #define WIN32_MEMORY_H
@@ -6,6 +14,8 @@
 #include <cstddef>
 
 #include <platform/base/export.h>
+
+#include "errors.h"
 
 namespace win32
 {
@@ -16,43 +26,55 @@ const unsigned int kMemTopDown = 0x100000;
 const unsigned int kPageNoAccess = 0x01;
 const unsigned int kPageReadWrite = 0x04;
 
-// Reserves size bytes of address space from a 64 KiB boundary, where the
-// system likes. type is kMemReserve, with kMemCommit and kMemTopDown or without;
-// protection is kPageNoAccess, or kPageReadWrite for what is committed: zeroed
-// memory. Null on failure, with the reason in GetLastError: 87 for other arguments,
-// 8 if there is no such range. address must be null.
+// Reserves `size` bytes of address space from a boundary of 64 KiB that the system chooses.
+// `address` is null. `type` is kMemReserve, alone or with kMemCommit and kMemTopDown.
+// `protection` is kPageNoAccess, or with kMemCommit kPageReadWrite, which makes zeroed memory.
+//
+// Returns: the start of the range, or null. Then GetLastError returns
+//  - 87 for other arguments;
+//  - 8 if there is no such range.
 PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int type,
                                    unsigned int protection);
 
-// Releases a reservation; size is 0 and type kMemRelease. Non-zero on success; 0
-// with the reason in GetLastError: 87 for other arguments, 487 for an address at
-// which none begins, 8 if the system has too many ranges to release one.
+// Releases a reservation. `size` is 0 and `type` is kMemRelease.
+//
+// Returns: non-zero on success, or 0. Then GetLastError returns
+//  - 87 for other arguments;
+//  - 487 if no reservation starts at `address`;
+//  - 8 if the system has too many ranges to release one.
 PLATFORM_EXPORT int VirtualFree(void* address, std::size_t size, unsigned int type);
 
-// Gives free memory of the runtime back to the system. 0 on success.
+// Returns free memory of the C runtime to the system. Returns 0 on success.
 PLATFORM_EXPORT int _heapmin();
 
-// The process's heap, for HeapCompact, which gives its free memory back.
+// Returns the heap of the process, for HeapCompact.
 PLATFORM_EXPORT void* GetProcessHeap();
+
+// Returns free memory of the heap to the system. Returns the bytes of the heap that are still
+// free; 0 for another heap than the process's.
 PLATFORM_EXPORT std::size_t HeapCompact(void* heap, unsigned int flags);
 
 struct MEMORYSTATUSEX
 {
-    unsigned int dwLength; // to be set to the structure's size
-    unsigned int dwMemoryLoad;
-    unsigned long long ullTotalPhys;
-    unsigned long long ullAvailPhys;
+    unsigned int dwLength;           // set to the size of the structure before the call
+    unsigned int dwMemoryLoad;       // the part in use, in percent
+    unsigned long long ullTotalPhys; // bytes
+    unsigned long long ullAvailPhys; // bytes
 };
 
-// The machine's physical memory in units of 1 KiB. 0 on failure. Costs no call
-// to the system but for the first.
+// Stores the size of the machine's physical memory in KiB. The system is called only the first
+// time.
+//
+// Returns: 0 on failure.
 PLATFORM_EXPORT int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes);
 
-// Fills in the machine's physical memory. 0 on failure.
+// Stores the use of the machine's physical memory.
+//
+// Returns: 0 on failure.
 PLATFORM_EXPORT int GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
 
-// Whether the process can't read size bytes from the address on, by then: for
-// diagnosis of a pointer that may be anything.
+// Returns non-zero if the process cannot read `size` bytes from `address` on. For diagnosis of
+// a pointer that may be invalid: other threads may change the answer at any time.
 PLATFORM_EXPORT int IsBadReadPtr(const void* address, std::size_t size);
 } // namespace win32
 

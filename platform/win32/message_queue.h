@@ -1,8 +1,15 @@
-// Message queues, under the operating system's own names.
+// Message queues, timers and windows, under the operating system's own names.
 //
-// A thread has a queue from its first call of PeekMessageW, GetMessageW,
-// SetTimer or CreateWindowExW, or from its first message to itself, until it
-// ends. Only that thread takes messages from it; any thread may post.
+//     win32::SetTimer(nullptr, 0, 1000, nullptr);
+//     win32::MSG message;
+//     while (win32::GetMessageW(&message, nullptr, 0, 0) > 0)
+//         win32::DispatchMessageW(&message);
+//
+// A thread has a queue from its first call of PeekMessageW, GetMessageW, SetTimer or
+// CreateWindowExW, or from the first message that it posts to itself, until it ends.
+//
+// Thread safety: all functions may be called on any thread. A thread takes messages from its
+// own queue only; any thread may post to any queue.
 
 #ifndef WIN32_MESSAGE_QUEUE_H
 #define WIN32_MESSAGE_QUEUE_H
@@ -23,7 +30,7 @@ const unsigned int kWmUser = 0x400;
 
 struct MSG
 {
-    void* hwnd; // null for the thread's own messages
+    void* hwnd; // null for a message to the thread
     unsigned int message;
     unsigned long long wParam;
     long long lParam;
@@ -32,44 +39,59 @@ struct MSG
 const unsigned int kPeekNoRemove = 0;
 const unsigned int kPeekRemove = 1;
 
-// The first message from minimum to maximum, all if both are 0; for one window,
-// or for all and the thread if it is null. A timer that is due has a message
-// behind those that were posted, one however late it is. Returns 0, with
-// *message as it was, if there is none. While nothing is queued and no timer
-// set, it takes no lock and allocates nothing, but for a thread's first call.
+// Stores the first message of the calling thread whose number is from `minimum` to `maximum`,
+// or any if both are 0; of one window, or of all windows and the thread if `window` is null.
+// Removes the message from the queue if `remove` is kPeekRemove. Posted messages precede timer
+// messages; a timer that is due has one message, however late the call is.
+//
+// While the queue is empty and no timer is set, the call takes no lock and allocates nothing,
+// except for the first call of a thread.
+//
+// Returns: non-zero, or 0 if there is no such message; then *message is unchanged.
 PLATFORM_EXPORT int PeekMessageW(MSG* message, void* window, unsigned int minimum,
                                  unsigned int maximum, unsigned int remove);
 
-// The same, waiting for the message, which it removes. 0 if that is kWmQuit, -1
-// without memory for a queue.
+// Waits until there is such a message, stores the message and removes it from the queue.
+//
+// Returns: non-zero; 0 if the message is kWmQuit; -1 without memory for a queue.
 PLATFORM_EXPORT int GetMessageW(MSG* message, void* window, unsigned int minimum,
                                 unsigned int maximum);
 
-// Posts the character of a key, and returns non-zero if it did. Here the layout
-// of the keyboard isn't known: who posts keys posts their characters too, and the
-// answer is 0.
+// Posts the character of a key message, and returns non-zero if there was one. Here the layout
+// of the keyboard is unknown, so the result is always 0: a caller that posts keys also posts
+// their characters.
 PLATFORM_EXPORT int TranslateMessage(const MSG* message);
 
-// Runs the window's procedure on the message and returns its result. What it
-// throws passes through. A message of the thread goes to the procedure of
-// platform::SetWindowProcedure, if one is set.
+// Calls the procedure of the message's window and returns the result. A message to the thread
+// is passed to the procedure of platform::SetWindowProcedure, if one is set, and the result
+// is 0.
+//
+// Throws: the exceptions of the procedure.
 PLATFORM_EXPORT long long DispatchMessageW(const MSG* message);
 
-// Both return 0 if there is no such thread with a queue, no such window, or no
-// memory. A null window stands for the calling thread.
+// Post a message to a thread, or to a window. A null window means the calling thread.
+//
+// Returns: non-zero; 0 if there is no such thread with a queue, no such window, or no memory.
 PLATFORM_EXPORT int PostThreadMessageW(unsigned int threadId, unsigned int message,
                                        unsigned long long wParam, long long lParam);
 PLATFORM_EXPORT int PostMessageW(void* window, unsigned int message, unsigned long long wParam,
                                  long long lParam);
 
-// Sets a timer of the calling thread: from then on a kWmTimer message is due
-// every interval milliseconds, at least 10, with the timer's id. A window's timer
-// has the id given and replaces the one of that id. Without a window the timer
-// replaces the thread's own of that id, and has a new id if there is none. There
-// are no timer procedures: procedure is null. Returns the id, 0 on failure.
+// Sets a timer of the calling thread. From then on a kWmTimer message, whose wParam is the id
+// of the timer, is due every `interval` milliseconds, at least 10. `procedure` is null.
+//
+//  - With a window of the calling thread, the timer has the given id and replaces the window's
+//    timer of that id.
+//  - With a null window, the timer replaces the thread's own timer of the given id. If there
+//    is none, the timer has a new id.
+//
+// Returns: the id of the timer, or 0 on failure.
 PLATFORM_EXPORT unsigned long long SetTimer(void* window, unsigned long long id,
                                             unsigned int interval, void* procedure);
-// Non-zero if there was such a timer. A message that was taken stays taken.
+
+// Removes a timer. A timer message that was taken before remains valid.
+//
+// Returns: 0 if there was no such timer.
 PLATFORM_EXPORT int KillTimer(void* window, unsigned long long id);
 
 typedef long long (*WNDPROC)(void* window, unsigned int message, unsigned long long wParam,
@@ -81,29 +103,41 @@ struct WNDCLASSW
     const unsigned short* lpszClassName;
 };
 
-// Names a window procedure. Returns 0 if the name is taken, else its atom.
+// Registers a window procedure under the name of a class, until the process ends.
+//
+// Returns: the atom of the class; 0 if the name is taken, or without memory.
 PLATFORM_EXPORT unsigned short RegisterClassW(const WNDCLASSW* windowClass);
 
-// The parent of windows that take messages and are never seen.
+// The parent of windows that receive messages and are never visible.
 inline void* MessageOnlyParent()
 {
     return reinterpret_cast<void*>(~2ull);
 }
 
-// A window of the calling thread, of a registered class. Here all windows are
-// message-only ones; the numbers, the menu, the instance and the parameter aren't
-// used. Null on failure.
+// Makes a window of the calling thread. `className` is a registered class and `parent` is
+// MessageOnlyParent(); the other arguments are not used.
+//
+// Returns: the window, or null on failure.
 PLATFORM_EXPORT void* CreateWindowExW(unsigned int extendedStyle, const unsigned short* className,
                                       const unsigned short* windowName, unsigned int style, int x,
                                       int y, int width, int height, void* parent, void* menu,
                                       void* instance, void* parameter);
 
-// Non-zero for a window that hasn't ended, of whichever thread.
+// Returns non-zero for a window, of any thread, that is not destroyed.
 PLATFORM_EXPORT int IsWindow(void* window);
 
-// Ends a window of the calling thread, with its messages and timers; a thread's
-// windows end with it. 0 if it has no such window.
+// Destroys a window of the calling thread, with its messages and timers. The windows of a
+// thread that ends are destroyed too.
+//
+// Returns: 0 if the calling thread has no such window.
 PLATFORM_EXPORT int DestroyWindow(void* window);
+
+// The window that receives the mouse input of the calling thread wherever the pointer is; null
+// if there is none. SetCapture returns the previous window. ReleaseCapture sets null and
+// returns 1.
+PLATFORM_EXPORT void* SetCapture(void* window);
+PLATFORM_EXPORT void* GetCapture();
+PLATFORM_EXPORT int ReleaseCapture();
 } // namespace win32
 
 #endif

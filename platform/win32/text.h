@@ -1,52 +1,54 @@
-// Code pages and text, under the operating system's own names. Any thread.
+// Code pages and text, under the operating system's own names.
 //
-// Counts are signed 32-bit; -1 as a source's count means that it ends with a
-// terminator, which is converted too. A capacity of 0 asks for the count alone.
-// Both conversions return the count written or needed, or 0 with the reason in
-// GetLastError: 87 for a bad argument, an unknown code page, source and
-// destination that overlap or a count above 2^31 - 1; 122 if the destination is
-// too small, which then holds what characters fit; 1004 for other flags than those
-// named below; 8 if the code page's tables, made on its first use, can't be had.
+//     unsigned short units[64];
+//     if (!win32::MultiByteToWideChar(win32::kCodePageUTF8, 0, "text", -1, units, 64))
+//         units[0] = 0;
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef WIN32_TEXT_H
 #define WIN32_TEXT_H
 
 #include <platform/base/export.h>
 
+#include "errors.h"
+
 namespace win32
 {
-const unsigned int kCodePageActive = 0; // stands for the active code page
+const unsigned int kCodePageActive = 0; // means the active code page
 const unsigned int kCodePageUTF8 = 65001;
 
-const unsigned int kNoBestFitChars = 0x400; // a flag
+const unsigned int kNoBestFitChars = 0x400; // a flag of WideCharToMultiByte
 
-const unsigned int kErrorNotEnoughMemory = 8;
-const unsigned int kErrorInvalidParameter = 87;
-const unsigned int kErrorInsufficientBuffer = 122;
-const unsigned int kErrorInvalidFlags = 1004;
-
-// The calling thread's last error. A success leaves it as it is.
-PLATFORM_EXPORT unsigned int GetLastError();
-PLATFORM_EXPORT void SetLastError(unsigned int error);
-
-// The active code page: 1252 unless the host says otherwise.
+// Returns the active code page: 1252 unless the host has set another one.
 PLATFORM_EXPORT unsigned int GetACP();
 
-// Whether the byte begins a character of two bytes. False in UTF-8 and in what
-// is no known code page.
+// Returns non-zero if the byte begins a character of two bytes; 0 for UTF-8 and for an unknown
+// code page.
 PLATFORM_EXPORT int IsDBCSLeadByteEx(unsigned int codePage, unsigned char byte);
 
-// To UTF-16. Bytes that are no character become the code page's default character,
-// in UTF-8 U+FFFD. flags is 0.
+// Convert text to UTF-16, and from UTF-16.
+//
+// A count of -1 means that the source is null-terminated; then the terminator is converted
+// too. A capacity of 0 asks for the count alone.
+//
+//  - MultiByteToWideChar replaces bytes that are no character by the default character of the
+//    code page, in UTF-8 by U+FFFD. `flags` is 0.
+//  - WideCharToMultiByte replaces a unit that the code page lacks by its best fit, the nearest
+//    character of the code page; without a best fit, or with kNoBestFitChars, by
+//    `defaultCharacter`, or the code page's own if that is null. Then *usedDefault becomes 1,
+//    else 0; `usedDefault` may be null. In UTF-8 both pointers are null and `flags` is 0, and
+//    half of a surrogate pair becomes U+FFFD.
+//
+// Returns: the count of characters written or needed, or 0. Then GetLastError returns
+//  - 87 for an unknown code page, a null source, an empty source, other counts, a source and a
+//    destination that overlap, or a result of more than 2^31 - 1 characters;
+//  - 122 if the destination is too small. The destination contains the characters that fit;
+//  - 1004 for other flags;
+//  - 8 if there is no memory for the tables of the code page, which its first use makes.
 PLATFORM_EXPORT int MultiByteToWideChar(unsigned int codePage, unsigned int flags,
                                         const char* bytes, int byteCount, unsigned short* units,
                                         int capacity);
-
-// From UTF-16. A unit that the code page lacks becomes its best fit, the nearest
-// character of the page. A unit without a best fit becomes defaultCharacter (null: the
-// code page's own) and sets *usedDefault, which may be null. With kNoBestFitChars a best
-// fit is never taken. In UTF-8 both pointers must be null and flags 0, and half of a
-// surrogate pair becomes U+FFFD.
 PLATFORM_EXPORT int WideCharToMultiByte(unsigned int codePage, unsigned int flags,
                                         const unsigned short* units, int unitCount, char* bytes,
                                         int capacity, const char* defaultCharacter,

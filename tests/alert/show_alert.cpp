@@ -14,7 +14,7 @@
 #include <platform/alert/sdl/presenter.h>
 #include <platform/control.h>
 #include <tolv/keyboard.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 #include <win32/text.h>
 
 namespace

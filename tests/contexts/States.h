@@ -13,7 +13,7 @@
 #include "U_Context.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 
 typedef boost::shared_ptr<U_Context> ContextPtr;
 typedef std::vector<std::string> Lines;

@@ -18,7 +18,7 @@
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DamagedRecord.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace

@@ -18,7 +18,6 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/FreshThread.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 

@@ -22,7 +22,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace

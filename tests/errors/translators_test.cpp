@@ -11,7 +11,7 @@
 #include <typeinfo>
 #include <vector>
 
-#include <win32/atl.h>
+#include <win32/errors.h>
 
 #include "U_Interact.h"
 #include "U_Lifecycle.h"

@@ -7,7 +7,7 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "tests/support/FailingNew.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace

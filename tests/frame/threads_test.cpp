@@ -9,7 +9,7 @@
 #include <platform/control.h>
 
 #include "U_Threads.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 
 namespace
 {

@@ -11,7 +11,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/PurgeHost.h"
 
 namespace

@@ -7,7 +7,7 @@
 #include <kroview/messagebox.h>
 #include <platform/alert/layout.h>
 #include <platform/control.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 
 #include "tests/support/NoMemory.h"
 #include "tests/support/Text.h"

@@ -15,15 +15,15 @@ struct ByteTypes : testing::Test
     ~ByteTypes() override { platform::ResetAll(); }
 };
 
-// A letter per byte: s single, f first, m middle, l last. Each offset is asked
-// in a block that ends right behind its byte.
-template <class Ask> std::string TypesOf(const std::string& text, Ask ask)
+// Returns a letter for each byte: s single, f first, m middle, l last. Each call has a block that
+// ends directly after its byte, so that a read beyond the byte is an error of the sanitizer.
+template <class TypeOf> std::string TypesOf(const std::string& text, TypeOf typeOf)
 {
     std::string types;
     for (std::size_t offset = 0; offset < text.size(); ++offset)
     {
         const std::vector<char> head(text.data(), text.data() + offset + 1);
-        const short type = ask(head.data(), static_cast<int>(offset));
+        const short type = typeOf(head.data(), static_cast<int>(offset));
         types += type >= kFirstByte && type <= kMiddleByte ? "fslm"[type + 1] : '?';
     }
     return types;

@@ -1,15 +1,18 @@
 #include <ctime>
+#include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include <krobase/high_precision_time.h>
 #include <platform/control.h>
-#include <win32/dates.h>
+#include <win32/clocks.h>
+#include <win32/locale.h>
 #include <win32/text.h>
-#include <win32/wall_clock.h>
 
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -19,7 +22,7 @@ class SystemDates : public testing::Test
 protected:
     void TearDown() override { platform::ResetAll(); }
 
-    const win32::SYSTEMTIME mTime = {2005, 3, 0, 1, 15, 4, 5, 6}; // a Tuesday
+    const win32::SYSTEMTIME mTime = {2005, 3, 0, 1, 15, 4, 5, 6}; // Tuesday, 1 March
 };
 
 const unsigned short* AsUnits(const std::u16string& text)
@@ -28,14 +31,14 @@ const unsigned short* AsUnits(const std::u16string& text)
 }
 } // namespace
 
-TEST_F(SystemDates, PicturesTellHowADateIsWritten)
+TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
     const std::tuple<const char*, std::u16string, const char*> rows[] = {
         {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
         {"en_US", u"M MM MMM MMMM yy, y, yyyy g", "3 03 Mar March 05, 2005, 2005 AD"},
         {"en_US", u"'d''y' hEt ''d'", "d'y hEt '1"},
         {"en_US", u"", ""},
-        {"ru_RU", u"MMMM yyyy", "март 2005"}, // alone a month has another form
+        {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
         {"ru_RU", u"d MMMM", "1 марта"},
     };
     for (const auto& [locale, picture, expected] : rows)
@@ -48,8 +51,42 @@ TEST_F(SystemDates, PicturesTellHowADateIsWritten)
         EXPECT_EQ(win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &mTime, AsUnits(picture),
                                         text, size - 1) == 0,
                   size > 1)
-            << "it doesn't fit";
+            << "the buffer is too small";
         EXPECT_EQ(Narrow(text), expected);
+    }
+}
+
+TEST_F(SystemDates, WithoutMemoryCallsFailAndTheNextCallFollowsTheLocale)
+{
+    const unsigned int kUser = win32::kLocaleUserDefault;
+    unsigned short text[64];
+    const std::pair<const char*, std::function<int()>> calls[] = {
+        {"date", [&] { return win32::GetDateFormatW(kUser, 0, &mTime, nullptr, text, 64); }},
+        {"time", [&] { return win32::GetTimeFormatW(kUser, 0, &mTime, nullptr, text, 64); }},
+        {"pictures",
+         [&] {
+             return win32::EnumDateFormatsExEx(
+                 [](unsigned short*, unsigned int, long long) { return 0; }, nullptr,
+                 win32::kDateShortDate, 0);
+         }},
+    };
+    for (const auto& [name, call] : calls)
+    {
+        const auto& run = call;
+        int result = 0;
+        const auto body = [&] {
+            win32::SetLastError(0);
+            result = run();
+        };
+        const auto check = [&, name = name](long nth) {
+            SCOPED_TRACE(testing::Message() << name << " " << nth);
+            EXPECT_EQ(win32::GetLastError(), result ? 0 : win32::kErrorNotEnoughMemory);
+            platform::SetUserLocale("de_DE");
+            ASSERT_NE(win32::GetDateFormatW(kUser, 0, &mTime, nullptr, text, 64), 0);
+            EXPECT_EQ(Narrow(text), "01.03.2005");
+            platform::SetUserLocale("en_US");
+        };
+        EXPECT_GT(FailEachNew(body, check), 0) << name;
     }
 }
 

@@ -11,7 +11,7 @@
 
 #include <krobase/debug.h>
 #include <platform/control.h>
-#include <win32/debug.h>
+#include <win32/process.h>
 
 #include "tests/support/Text.h"
 

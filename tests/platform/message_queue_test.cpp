@@ -10,7 +10,7 @@
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 
-#include "tests/support/FreshThread.h"
+#include "tests/support/OnThreads.h"
 
 using krobase::threads::Gate;
 using testing::ElementsAre;
@@ -45,7 +45,7 @@ void Post(unsigned int message, unsigned long long wParam = 0)
     EXPECT_TRUE(win32::PostThreadMessageW(win32::GetCurrentThreadId(), message, wParam, 0));
 }
 
-// The numbers of what is queued, in order.
+// Removes all messages of the calling thread and returns their numbers in order.
 std::vector<unsigned int> TakeAll()
 {
     std::vector<unsigned int> numbers;
@@ -55,9 +55,9 @@ std::vector<unsigned int> TakeAll()
     return numbers;
 }
 
-// Each test has a thread of its own, and so a queue.
+// Each test has a thread of its own, and so an empty queue.
 
-TEST(MessageQueues, OnlyThreadsThatLookHaveOne)
+TEST(MessageQueues, AThreadHasAQueueFromItsFirstCallUntilItEnds)
 {
     Gate asked(false);
     Gate looked(false);
@@ -70,7 +70,7 @@ TEST(MessageQueues, OnlyThreadsThatLookHaveOne)
         EXPECT_THAT(TakeAll(), IsEmpty());
         looked.Open();
         MSG message;
-        EXPECT_GT(win32::GetMessageW(&message, nullptr, 0, 0), 0) << "it waits";
+        EXPECT_GT(win32::GetMessageW(&message, nullptr, 0, 0), 0) << "the call waits";
         EXPECT_EQ(message.message, 1234u);
         EXPECT_EQ(win32::GetMessageW(&message, nullptr, 0, 0), 0);
     });
@@ -81,10 +81,11 @@ TEST(MessageQueues, OnlyThreadsThatLookHaveOne)
     EXPECT_TRUE(platform::PostThreadMessage(threadId, 1234, 0, 0));
     EXPECT_TRUE(platform::PostThreadMessage(threadId, win32::kWmQuit, 0, 0));
     looker.join();
-    EXPECT_FALSE(platform::PostThreadMessage(threadId, 1, 0, 0)) << "it went with its thread";
+    EXPECT_FALSE(platform::PostThreadMessage(threadId, 1, 0, 0))
+        << "the queue ended with its thread";
 }
 
-TEST(MessageQueues, WindowsGetTheirMessagesUntilTheyEnd)
+TEST(MessageQueues, AWindowReceivesMessagesUntilItIsDestroyed)
 {
     void* window = nullptr;
     OnFreshThread([&] {
@@ -99,7 +100,7 @@ TEST(MessageQueues, WindowsGetTheirMessagesUntilTheyEnd)
         Post(1025);
         EXPECT_NE(win32::SetTimer(window, 4, 10, nullptr), 0u);
         OnFreshThread([&] {
-            EXPECT_FALSE(win32::DestroyWindow(window)) << "it is another thread's";
+            EXPECT_FALSE(win32::DestroyWindow(window)) << "the window is another thread's";
             EXPECT_EQ(win32::SetTimer(window, 1, 10, nullptr), 0u);
         });
         EXPECT_TRUE(win32::DestroyWindow(window));
@@ -109,17 +110,18 @@ TEST(MessageQueues, WindowsGetTheirMessagesUntilTheyEnd)
         EXPECT_FALSE(win32::KillTimer(window, 4));
         EXPECT_THAT(TakeAll(), ElementsAre(1025u));
         window = MakeWindow();
-        EXPECT_EQ(MakeWindow(nullptr), nullptr) << "none that could be seen";
+        EXPECT_EQ(MakeWindow(nullptr), nullptr) << "a visible window";
     });
-    EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0)) << "it ended with its thread";
+    EXPECT_FALSE(win32::IsWindow(window)) << "the window ended with its thread";
+    EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0));
 }
 
-TEST(MessageQueues, TimersComeAgainUntilTheyAreKilled)
+TEST(MessageQueues, ATimerPostsMessagesUntilItIsKilled)
 {
     OnFreshThread([] {
         void* const window = MakeWindow();
         EXPECT_EQ(win32::SetTimer(window, 9, 1000000, nullptr), 9u);
-        EXPECT_EQ(win32::SetTimer(window, 9, 100, nullptr), 9u) << "the same, sooner";
+        EXPECT_EQ(win32::SetTimer(window, 9, 100, nullptr), 9u) << "a shorter interval";
         MSG message;
         for (int i = 0; i < 2; ++i)
         {

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <krobase/executor.h>
-#include <win32/dates.h>
 #include <win32/exceptions.h>
+#include <win32/locale.h>
 #include <win32/text.h>
 
 #include "tests/support/NoMemory.h"

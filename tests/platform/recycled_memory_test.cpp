@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(Recycler, BlocksServeRequestsThatWasteAtMostAQuarter)
+TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
 {
     const std::tuple<int, int, bool> kRows[] = {
         {100 * kKiB, 85 * kKiB, true},   {100 * kKiB, 80 * kKiB, false},
@@ -53,7 +53,7 @@ TEST_F(Recycler, BlocksServeRequestsThatWasteAtMostAQuarter)
     }
 }
 
-TEST_F(Recycler, PurgeGivesExactlyWhatIsAsked)
+TEST_F(Recycler, APurgeFreesExactlyTheBytesRequested)
 {
     const unsigned long long kFilled = (1024 + 512 + 64) * kKiB;
     for (const unsigned long long asked :
@@ -70,10 +70,10 @@ TEST_F(Recycler, PurgeGivesExactlyWhatIsAsked)
     }
 }
 
-TEST_F(Recycler, APurgeTakesTheLargestThatFitAndCutsTheRestOffTheNext)
+TEST_F(Recycler, APurgeFreesTheLargestBlocksThatFitAndShortensTheNext)
 {
     Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
-    MemoryRecycler::PurgeBytes(600 * kKiB); // 24 KiB of them off the largest
+    MemoryRecycler::PurgeBytes(600 * kKiB); // 512 + 64 KiB, and 24 KiB of the largest block
     const RecycledMemory block(900 * kKiB);
     EXPECT_EQ(block.mBlockSize, 1000u * kKiB);
     EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u);
@@ -86,7 +86,7 @@ TEST_F(Recycler, APurgeTakesTheLargestThatFitAndCutsTheRestOffTheNext)
     EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 64 * kKiB);
 }
 
-TEST_F(Recycler, AFailedRequestLeavesNoBlockAndLosesNone)
+TEST_F(Recycler, AFailedRequestReturnsItsBlockToThePool)
 {
     RecycledMemory block(100 * kKiB);
     const std::size_t size = block.mBlockSize;

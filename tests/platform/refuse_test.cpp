@@ -13,13 +13,11 @@
 #include <tolv/memory.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>
-#include <win32/dates.h>
 #include <win32/locale.h>
+#include <win32/machine.h>
 #include <win32/memory.h>
-#include <win32/messages.h>
-#include <win32/names.h>
+#include <win32/message_box.h>
 #include <win32/process.h>
-#include <win32/processor.h>
 #include <win32/text.h>
 #include <win32/threads.h>
 #include <zelboxmp/xmp.h>

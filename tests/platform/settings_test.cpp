@@ -10,7 +10,7 @@
 #include <platform/control.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 
 #include "tests/support/Text.h"
 

@@ -27,8 +27,7 @@ unsigned short* Units(std::u16string& text)
     return reinterpret_cast<unsigned short*>(&text[0]);
 }
 
-// The text, whose count must come out the same with the room that it needs and
-// with none at all.
+// Returns the text. The count with a capacity of 0 must be the count of units written.
 std::u16string Decode(unsigned int codePage, const std::string& bytes)
 {
     const int size = static_cast<int>(bytes.size());
@@ -55,12 +54,9 @@ std::string Encode(unsigned int codePage, const std::u16string& units, int* used
     return bytes;
 }
 
-// A text in a code page and in UTF-16.
-typedef std::tuple<unsigned int, std::string, std::u16string> PageRow;
-
-TEST(CodePages, CharactersGoBothWays)
+TEST(CodePages, ConvertTextInBothDirections)
 {
-    const PageRow kRows[] = {
+    const std::tuple<unsigned int, std::string, std::u16string> kRows[] = {
         {932, "a\\~\x1A\x1C\x7F", u"a\\~\x1A\x1C\x7F"},
         {932, "\x82\xA0\x93\xFA\x95\\\xB1", u"\u3042\u65E5\u8868\uFF71"},
         {932, "\x81\x60\x81\x7C\x87\x40\xF0\x40", u"\uFF5E\uFF0D\u2460\uE000"},
@@ -78,17 +74,7 @@ TEST(CodePages, CharactersGoBothWays)
         {1258, "\xD0\xFE\xEC", u"\u0110\u20AB\u0301"},
         {65001, "a\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"a\u0080\u07FF\u0800\uFFFF"},
         {65001, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF"},
-    };
-    for (const auto& [codePage, bytes, units] : kRows)
-    {
-        EXPECT_EQ(Decode(codePage, bytes), units) << codePage;
-        EXPECT_EQ(Encode(codePage, units), bytes) << codePage;
-    }
-}
-
-TEST(CodePages, BytesThatAreNoCharacterGiveTheDefault)
-{
-    const PageRow kRows[] = {
+        // Bytes that are no character become the default character.
         {932, "\x81\x30z", u"\u30FBz"},
         {932, "\x85\x40\x81", u"\u30FB\u30FB"},
         {932, std::string("\x81\0a", 3), std::u16string(u"\u30FB\0a", 3)},
@@ -98,16 +84,14 @@ TEST(CodePages, BytesThatAreNoCharacterGiveTheDefault)
         {950, "\x81\x20z", u"?z"},
     };
     for (const auto& [codePage, bytes, units] : kRows)
+    {
         EXPECT_EQ(Decode(codePage, bytes), units) << codePage;
+        const bool hasDefault = units.find_first_of(u"?\u30FB") != std::u16string::npos;
+        EXPECT_TRUE(hasDefault || Encode(codePage, units) == bytes) << codePage;
+    }
 }
 
-std::string BytesOf(unsigned long number)
-{
-    const std::string second(1, static_cast<char>(number));
-    return number > 0xFF ? static_cast<char>(number >> 8) + second : second;
-}
-
-// A character of code_pages.txt, which explains its form.
+// A character of code_pages.txt, whose head describes the form of that file.
 struct Row
 {
     std::string kind;
@@ -143,8 +127,11 @@ std::vector<Row> CodePageRows()
                 units += static_cast<char16_t>(first);
             for (const char16_t unit : units)
             {
+                std::string bytes(1, static_cast<char>(number));
+                if (number > 0xFF)
+                    bytes.insert(0, 1, static_cast<char>(number >> 8));
                 for (const unsigned int page : pages)
-                    rows.push_back({kind, page, BytesOf(number), {unit}});
+                    rows.push_back({kind, page, bytes, {unit}});
                 number += kind != "fits";
             }
         }
@@ -152,9 +139,9 @@ std::vector<Row> CodePageRows()
     return rows;
 }
 
-TEST(CodePages, ReadAndWriteTheCharactersOfTheSystem)
+TEST(CodePages, ConvertTheCharactersOfTheSystem)
 {
-    // The number of characters of each page, for both directions.
+    // The count of characters that each page converts in both directions.
     const std::pair<unsigned int, int> kPages[] = {
         {932, 9402}, {936, 24070}, {949, 17366},  {950, 19840}, {1250, 256}, {1251, 256},
         {1252, 256}, {1253, 256},  {1254, 256},   {1255, 256},  {1256, 256}, {1257, 256},
@@ -194,7 +181,7 @@ TEST(CodePages, ReadAndWriteTheCharactersOfTheSystem)
     }
 }
 
-TEST(CodePages, TheActiveOneIsTheHosts)
+TEST(CodePages, TheHostSetsTheActivePage)
 {
     platform::SetActiveCodePage(932);
     EXPECT_EQ(win32::GetACP(), 932u);
@@ -209,9 +196,9 @@ TEST(CodePages, TheActiveOneIsTheHosts)
     EXPECT_EQ(Encode(win32::kCodePageActive, u"\u00E9"), "\xE9");
 }
 
-TEST(UTF8, IllFormedBytesAreReplaced)
+TEST(UTF8, DecodingReplacesIllFormedBytes)
 {
-    // By the number of characters that replace them.
+    // By the count of U+FFFD that replace the bytes.
     const std::vector<std::string> kBytes[] = {
         {},
         {"\x80", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F", "\xF0\x9F\x8E"},
@@ -219,9 +206,9 @@ TEST(UTF8, IllFormedBytesAreReplaced)
         {"\xE0\x80\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xB0\x80", "\xF5\x80\xFF"},
         {"\xF0\x80\x80\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80"},
     };
-    // Behind other text and in front of it the runs take other ways.
+    // After and before long runs of ASCII, other loops convert the bytes.
     const std::string letters(60, 'x');
-    const std::u16string wide(60, u'x');
+    const std::u16string wideLetters(60, u'x');
     for (std::size_t count = 1; count < std::size(kBytes); ++count)
     {
         const std::u16string replaced(count, u'\uFFFD');
@@ -231,13 +218,14 @@ TEST(UTF8, IllFormedBytesAreReplaced)
             EXPECT_EQ(Decode(65001, bytes), replaced);
             EXPECT_EQ(Decode(65001, bytes + "z"), replaced + u"z");
             EXPECT_EQ(Decode(65001, bytes + "\xC3\xA9"), replaced + u"\u00E9");
-            EXPECT_EQ(Decode(65001, letters + bytes + letters), wide + replaced + wide);
+            EXPECT_EQ(Decode(65001, letters + bytes + letters),
+                      wideLetters + replaced + wideLetters);
         }
     }
     EXPECT_EQ(Decode(65001, "\xED\x9F\xBF\xEE\x80\x80"), u"\uD7FF\uE000");
 }
 
-TEST(UTF8, HalvesOfSurrogatePairsAreReplaced)
+TEST(UTF8, EncodingReplacesHalvesOfSurrogatePairs)
 {
     const std::pair<std::u16string, std::string> kRows[] = {
         {u"\xD83C", "\uFFFD"},
@@ -251,14 +239,15 @@ TEST(UTF8, HalvesOfSurrogatePairsAreReplaced)
         EXPECT_EQ(Encode(65001, units), bytes);
 }
 
-// Texts of a few to some hundred characters, out of pieces whose conversion is
-// known: no way through the runs may convert otherwise than another.
+// A text whose conversion is known.
 struct Piece
 {
     std::string bytes;
     std::u16string units;
 };
 
+// Returns a text of one to some hundred characters, mostly the same ones, so that all loops over
+// runs convert a part of some text.
 Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
 {
     Piece text;
@@ -273,11 +262,10 @@ Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
     return text;
 }
 
-// Converts with the capacity cut everywhere: nothing is written behind it, and
-// what is converted is the head of the whole. A character of so many places may
-// be lost at the end.
+// Converts with every capacity: nothing may be written after the capacity, and the text written
+// must be the head of the whole, without at most one character of `longest` elements.
 template <class Text, class Convert>
-void ExpectBoundaries(const Text& whole, std::size_t places, const Convert& convert)
+void ExpectBoundaries(const Text& whole, std::size_t longest, const Convert& convert)
 {
     const typename Text::value_type kUntouched = '#';
     const int count = static_cast<int>(whole.size());
@@ -288,7 +276,7 @@ void ExpectBoundaries(const Text& whole, std::size_t places, const Convert& conv
         ASSERT_EQ(convert(text, capacity), capacity < count ? 0 : count);
         ASSERT_EQ(win32::GetLastError(), capacity < count ? 122u : 0u);
         const std::size_t fits = static_cast<std::size_t>(std::min(capacity, count));
-        const std::size_t sure = fits < places ? 0 : fits - places;
+        const std::size_t sure = fits < longest ? 0 : fits - longest;
         ASSERT_EQ(text.compare(0, sure, whole, 0, sure), 0);
         ASSERT_EQ(text.find_first_not_of(kUntouched, fits), Text::npos);
     }
@@ -308,7 +296,7 @@ void ExpectBoundaries(unsigned int codePage, const Piece& text)
     });
 }
 
-TEST(Conversions, AllLengthsAndCapacities)
+TEST(Conversions, WriteOnlyTheCharactersThatFit)
 {
     const Piece a = {"a", u"a"};
     const Piece run = {"a long run of seventeen", u"a long run of seventeen"};
@@ -338,7 +326,7 @@ TEST(Conversions, AllLengthsAndCapacities)
     }
 }
 
-TEST(Conversions, ATerminatorMayStandForTheCount)
+TEST(Conversions, IncludeTheTerminatorWithoutACount)
 {
     unsigned short units[4] = {9, 9, 9, 9};
     EXPECT_EQ(win32::MultiByteToWideChar(932, 0, "a\x82\xA0", -1, units, 4), 3);
@@ -348,9 +336,10 @@ TEST(Conversions, ATerminatorMayStandForTheCount)
     EXPECT_EQ(std::string(bytes, 6), std::string("a\xE3\x81\x82\0#", 6));
 }
 
-TEST(Conversions, WhatIsRefusedIsToldApart)
+TEST(Conversions, RefuseArgumentsWithAnErrorOfTheirOwn)
 {
-    const unsigned short units[] = {'t', 0};
+    unsigned short units[8];
+    char bytes[8];
     const std::tuple<unsigned int, unsigned int, int, unsigned int> kRows[] = {
         {437, 0, 1, 87},       {1252, 0, 0, 87},        {1252, 0, -2, 87},
         {1252, 0x80, 1, 1004}, {65001, 0x400, 1, 1004},
@@ -358,13 +347,11 @@ TEST(Conversions, WhatIsRefusedIsToldApart)
     for (const auto& [page, flags, count, error] : kRows)
     {
         SCOPED_TRACE(testing::Message() << page << " " << flags << " " << count);
-        unsigned short toUnits[8];
-        char toBytes[8];
         win32::SetLastError(0);
-        EXPECT_EQ(win32::MultiByteToWideChar(page, flags, "t", count, toUnits, 8), 0);
+        EXPECT_EQ(win32::MultiByteToWideChar(page, flags, "t", count, units, 8), 0);
         EXPECT_EQ(win32::GetLastError(), error);
         win32::SetLastError(0);
-        EXPECT_EQ(win32::WideCharToMultiByte(page, flags, units, count, toBytes, 8, 0, 0), 0);
+        EXPECT_EQ(win32::WideCharToMultiByte(page, flags, Units(u"t"), count, bytes, 8, 0, 0), 0);
         EXPECT_EQ(win32::GetLastError(), error);
     }
 }

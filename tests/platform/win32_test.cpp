@@ -20,7 +20,7 @@ TEST(Win32Threads, AnyOtherExceptionEndsTheProcess)
                 "C0000005");
 }
 
-// The system's answer to a read, without one of our own that would fault.
+// Lets the system read the byte, since a read here would fault.
 bool IsReadable(const void* address)
 {
     int ends[2];
@@ -32,7 +32,7 @@ bool IsReadable(const void* address)
     return readable;
 }
 
-TEST(VirtualMemory, StartsOnTheGranularityAndGoesWhole)
+TEST(VirtualMemory, RangesAreAlignedAndReleasedWhole)
 {
     const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
     for (const std::size_t size : {0x1, 0x1001, 0x10000, 0x300000})
@@ -53,7 +53,7 @@ TEST(VirtualMemory, StartsOnTheGranularityAndGoesWhole)
     }
 }
 
-TEST(VirtualMemory, AReservationGivesNoAccess)
+TEST(VirtualMemory, AReservationIsNotReadable)
 {
     void* block =
         win32::VirtualAlloc(nullptr, 1ull << 36, win32::kMemReserve, win32::kPageNoAccess);
@@ -62,14 +62,14 @@ TEST(VirtualMemory, AReservationGivesNoAccess)
     EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
 }
 
-TEST(VirtualMemory, RefusesWhatItCanNotDo)
+TEST(VirtualMemory, RefusesSizesThatNoRangeHas)
 {
     const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
     for (const std::size_t size : {std::size_t(0), SIZE_MAX, SIZE_MAX - 0x10000})
         EXPECT_EQ(win32::VirtualAlloc(nullptr, size, kBoth, win32::kPageReadWrite), nullptr);
 }
 
-TEST(PhysicalMemory, SetFiguresStandOverTheRealOnes)
+TEST(PhysicalMemory, TheHostsFiguresReplaceTheRealFigures)
 {
     win32::MEMORYSTATUSEX real = {sizeof(real), 0, 0, 0};
     ASSERT_TRUE(win32::GlobalMemoryStatusEx(&real));

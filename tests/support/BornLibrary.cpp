@@ -3,12 +3,12 @@
 #include <boost/function.hpp>
 
 #include <krobase/recycled_memory.h>
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
+#include "tests/support/Text.h"
 
 CapturedLog::CapturedLog()
 {
@@ -55,6 +55,43 @@ std::vector<std::string> CapturedLog::Texts(const std::string& tag) const
     return texts;
 }
 
+CapturedAlerts::CapturedAlerts()
+{
+    platform::SetAlertPresenter([this](const platform::Alert& alert) {
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mAlerts.push_back(alert);
+        }
+        if (mWhileUp)
+            mWhileUp(alert);
+    });
+}
+
+CapturedAlerts::~CapturedAlerts()
+{
+    platform::SetAlertPresenter(platform::AlertPresenter());
+}
+
+void CapturedAlerts::Clear()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mAlerts.clear();
+}
+
+std::vector<platform::Alert> CapturedAlerts::All() const
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    return mAlerts;
+}
+
+std::vector<std::string> CapturedAlerts::Texts() const
+{
+    std::vector<std::string> texts;
+    for (const platform::Alert& alert : All())
+        texts.push_back(Narrow(alert.text));
+    return texts;
+}
+
 void PinSwitches()
 {
     platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
@@ -79,7 +116,7 @@ void BornLibrary::TearDown()
     PinSwitches();
     mLog.Clear();
     EXPECT_EQ(U_Death(), 0);
-    while (U_IsOnMainThread()) // a test may have lived several lives
+    while (U_IsOnMainThread()) // once for each birth of the test
         U_DeregisterMainThread();
     EXPECT_EQ(mLog.Texts("MEM_DumpLeaks"), std::vector<std::string>());
     platform::ResetAll();

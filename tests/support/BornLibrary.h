@@ -1,17 +1,19 @@
-// The fixture of most tests: a born library on a machine of a known size, with the log
-// captured.
+// The fixture of most tests: a born library on a machine of a known size, with captured log
+// lines and alerts.
 
 #ifndef TESTS_SUPPORT_BORN_LIBRARY_H
 #define TESTS_SUPPORT_BORN_LIBRARY_H
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include <platform/control.h>
+
 #include "U_Types.h"
-#include "tests/support/Alerts.h"
 
 struct LogLine
 {
@@ -21,7 +23,7 @@ struct LogLine
     std::string text;
 };
 
-// Captures the log from its construction to its destruction. Any thread logs.
+// Captures the log from its construction to its destruction, of any thread.
 class CapturedLog
 {
 public:
@@ -31,10 +33,10 @@ public:
     void Clear();
     std::vector<LogLine> Lines() const;
 
-    // Each as "tag: text", in order.
+    // Returns each line as "tag: text", in order.
     std::vector<std::string> Texts() const;
 
-    // The texts of one tag, in order.
+    // Returns the texts of one tag, in order.
     std::vector<std::string> Texts(const std::string& tag) const;
 
 private:
@@ -42,7 +44,28 @@ private:
     std::vector<LogLine> mLines;
 };
 
-// The sanitizers take minutes over blocks of gigabytes.
+// Captures the alerts from its construction to its destruction, of any thread.
+class CapturedAlerts
+{
+public:
+    CapturedAlerts();
+    ~CapturedAlerts();
+
+    void Clear();
+    std::vector<platform::Alert> All() const;
+
+    // Returns the texts in UTF-8, in order.
+    std::vector<std::string> Texts() const;
+
+    // Runs while each alert is up, after its capture.
+    std::function<void(const platform::Alert&)> mWhileUp;
+
+private:
+    mutable std::mutex mLock; // guards mAlerts
+    std::vector<platform::Alert> mAlerts;
+};
+
+// True where blocks of gigabytes take minutes.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 const bool kHugeBlocksAreSlow = true;
 #else
@@ -53,7 +76,9 @@ const U_u64 kMiB = 1 << 20;
 const U_u64 kPhysicalMemory = 8192 * kMiB;
 const U_u64 kAvailableMemory = 4096 * kMiB;
 
-// Pins the machine's memory, and puts the limits and the callback of the host back.
+// Sets the machine's memory to the two figures above, removes the limits and the callback of
+// the host, the switches of failures and the attention to low memory, and empties the pool of
+// recycled memory.
 void PinSwitches();
 
 class BornLibrary : public testing::Test
@@ -61,13 +86,13 @@ class BornLibrary : public testing::Test
 protected:
     void SetUp() override;
 
-    // Fails the test if the heap isn't empty at the end.
+    // Fails the test if the heap is not empty after the library's death.
     void TearDown() override;
 
-    // Tracked use now, in bytes.
+    // Returns the tracked use in bytes.
     static U_u64 InUse();
 
-    // Sets the limits as distances from the use of now.
+    // Sets the limits to the present use plus these distances.
     static void SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum);
 
     CapturedLog mLog;

@@ -1,9 +1,9 @@
-// What comes out of a body.
+// The code that a body throws.
 
 #ifndef TESTS_SUPPORT_CODETHROWN_H
 #define TESTS_SUPPORT_CODETHROWN_H
 
-// The int that the body throws, 0 for none.
+// Returns the int that the body throws; 0 if it throws none.
 template <class Body> int CodeThrown(Body body)
 {
     try

@@ -6,12 +6,12 @@
 #include "U_Posted.h"
 #include "indep/errors/Globals.h"
 
-// The record is the live handle, near a new one, whose block starts with the
-// number.
+// The record is the live handle whose block starts with the magic number. It lies near a new
+// handle.
 std::vector<U_u32*> FindMagicNumbers()
 {
-    U_StartQuietErrorsOnCurrentThread(false);      // most of what is tried is no handle
-    const std::uintptr_t kNeighbourhood = 0x10000; // handles stand together in pieces of this size
+    U_StartQuietErrorsOnCurrentThread(false); // most addresses that the loop tries are no handles
+    const std::uintptr_t kNeighbourhood = 0x10000; // bytes; the alignment of a slab of handles
     void** fresh = U_AllocateHandleQuiet(16);
     void** first =
         reinterpret_cast<void**>(reinterpret_cast<std::uintptr_t>(fresh) & ~(kNeighbourhood - 1));

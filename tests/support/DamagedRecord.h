@@ -1,4 +1,4 @@
-// Damage to the library's record, which is to be found before it is used.
+// Damage to the library's record. The library must detect it before it uses the record.
 
 #ifndef TESTS_SUPPORT_DAMAGED_RECORD_H
 #define TESTS_SUPPORT_DAMAGED_RECORD_H
@@ -7,11 +7,11 @@
 
 #include "U_Types.h"
 
-// The places of the magic numbers at both ends of the record. Empty if the
-// library isn't alive.
+// Returns the addresses of the magic numbers at both ends of the record; none between death and
+// birth.
 std::vector<U_u32*> FindMagicNumbers();
 
-// Spoils one of the magic numbers, and mends it when the scope ends.
+// Changes one of the magic numbers until the scope ends.
 class ScDamagedRecord
 {
 public:

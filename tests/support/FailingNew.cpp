@@ -5,7 +5,7 @@
 
 namespace
 {
-thread_local long sLeft = 0; // until one fails; 0: none does, negative: one has
+thread_local long sLeft = 0; // allocations until the failure; 0: no failure, negative: has failed
 
 void* AllocateOnce(std::size_t size, std::size_t alignment)
 {
@@ -19,7 +19,7 @@ void* AllocateOnce(std::size_t size, std::size_t alignment)
     return std::malloc(size ? size : 1);
 }
 
-// As the language has it, a new handler is called and then it is tried again.
+// Calls the new handler and tries again, as the language requires.
 void* Allocate(std::size_t size, std::size_t alignment = 0)
 {
     void* block = AllocateOnce(size, alignment);
@@ -39,7 +39,7 @@ void* AllocateOrNull(std::size_t size, std::size_t alignment = 0) noexcept
     }
     catch (...)
     {
-        return nullptr; // a new handler says by throwing that there is no more
+        return nullptr; // a new handler that throws ends the attempts
     }
 }
 } // namespace

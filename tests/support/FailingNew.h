@@ -1,11 +1,11 @@
-// Allocations of the calling thread that fail on purpose.
+// Failures of operator new on the calling thread.
 
 #ifndef TESTS_SUPPORT_FAILINGNEW_H
 #define TESTS_SUPPORT_FAILINGNEW_H
 
-// Makes the nth operator new from now on throw std::bad_alloc, counted from 1,
-// until the scope ends. A new handler is called first, and then it succeeds: so a
-// test can do something in the middle of a call.
+// Makes the nth operator new from now on throw std::bad_alloc, counted from 1, until the scope
+// ends. If there is a new handler, operator new calls the handler instead and then succeeds, so
+// that a test can act in the middle of a call.
 class ScFailingNew
 {
 public:
@@ -14,12 +14,12 @@ public:
     ScFailingNew(const ScFailingNew&) = delete;
     ScFailingNew& operator=(const ScFailingNew&) = delete;
 
-    // Whether it has come to that.
+    // Returns true if the nth operator new has failed.
     bool HasFailed() const;
 };
 
-// Runs body with each of its allocations failing in turn, and check after each
-// run, until it gets through without. Returns how many points failed.
+// Calls body once for each of its allocations, which fails then, and check(nth) after each
+// call, until a call of body needs no more allocations. Returns the count of failures.
 template <class Body, class Check> long FailEachNew(Body body, Check check)
 {
     for (long nth = 1;; ++nth)

@@ -9,7 +9,7 @@
 
 namespace
 {
-const std::size_t kRoom = 1 << 20; // bytes that are left to take
+const std::size_t kRoom = 1 << 20; // bytes
 
 rlim_t AddressSpace()
 {

@@ -1,17 +1,17 @@
-// Tests of what is left to do when the process has no memory.
+// A process that has no memory left.
 
 #ifndef TESTS_SUPPORT_NOMEMORY_H
 #define TESTS_SUPPORT_NOMEMORY_H
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-const bool kMemoryCanBeLimited = false; // a sanitizer's own can't
+const bool kMemoryCanBeLimited = false; // a sanitizer reserves memory of its own
 #define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's own memory can't be limited"
 #else
 const bool kMemoryCanBeLimited = true;
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 
-// Lets the process map no more than room bytes beyond what it has, until the scope
+// Limits the address space of the process to the present size and `room` bytes, until the scope
 // ends.
 class ScAddressSpaceLimit
 {
@@ -25,8 +25,8 @@ private:
     unsigned long long mBefore;
 };
 
-// Takes all memory that the process can get, until the scope ends. For the
-// child process of a death test.
+// Allocates all memory that the process can have, until the scope ends. For the child process of
+// a death test.
 class ScNoMemory
 {
 public:

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include <tolv/keyboard.h>
-#include <win32/messages.h>
+#include <win32/message_box.h>
 
 #include "sdl.h"
 #include "sheet.h"

@@ -1,5 +1,5 @@
-// What all conversions of text share: runs of ASCII, counting, and the way to
-// fill a buffer that may be too small.
+// The parts that all conversions of text share: runs of ASCII, the count of a result, and the
+// filling of a buffer that may be too small.
 
 #ifndef WIN32_PORTABLE_CONVERSION_H
 #define WIN32_PORTABLE_CONVERSION_H
@@ -14,19 +14,19 @@ namespace win32
 typedef unsigned char Byte;
 typedef unsigned short Unit; // of UTF-16
 
-const std::size_t kTooSmall = SIZE_MAX; // in place of a count
-const std::size_t kBlock = 16;          // characters of a long run moved together
+const std::size_t kTooSmall = SIZE_MAX; // a result in place of a count
+const std::size_t kBlock = 16;          // characters of a long run that are copied together
 const bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
 
-// Takes what a conversion gives. It doesn't look for the end.
+// An output that stores the targets of a conversion. It does not check for the end.
 template <class Target> struct Store
 {
     Target* mNext;
 
     void Put(Target value) { *mNext++ = value; }
 
-    // Puts a piece's first count characters, and scribbles over the places of
-    // the others: a loop that always runs the same way is far faster.
+    // Stores the first `count` characters of a piece, and overwrites the elements for the other
+    // characters with unspecified values: a loop of constant length is far faster.
     template <std::size_t kSize, class Source> void PutHead(const Source* piece, std::size_t count)
     {
         for (std::size_t i = 0; i < kSize; ++i)
@@ -35,24 +35,24 @@ template <class Target> struct Store
     }
 };
 
-// Only counts it.
-template <class Target> struct Tally
+// An output that counts the targets of a conversion.
+struct Counter
 {
     std::size_t mCount;
 
-    void Put(Target) { ++mCount; }
+    template <class Target> void Put(Target) { ++mCount; }
     template <std::size_t kSize, class Source> void PutHead(const Source*, std::size_t count)
     {
         mCount += count;
     }
 };
 
-// A machine word's worth of characters.
+// The characters of one machine word.
 template <class Source> struct Word
 {
     static const std::size_t kSize = sizeof(std::uint64_t) / sizeof(Source);
 
-    // The bits that make characters other than ASCII.
+    // Returns the bits that are set only in characters other than ASCII.
     static std::uint64_t HighBits(const Source* next)
     {
         const std::uint64_t kMask = sizeof(Source) == 1 ? 0x8080808080808080u : 0xFF80FF80FF80FF80u;
@@ -61,7 +61,7 @@ template <class Source> struct Word
         return word & kMask;
     }
 
-    // ASCII characters in front of the first other one.
+    // Returns the count of ASCII characters before the first other character.
     static std::size_t AsciiHead(std::uint64_t highBits)
     {
         const int zeros = kLittleEndian ? __builtin_ctzll(highBits) : __builtin_clzll(highBits);
@@ -77,17 +77,17 @@ template <class Source> bool IsAsciiBlock(const Source* block)
     return bits == 0;
 }
 
-// How far a conversion has come. It goes from function to function by value,
-// so that it stays in registers.
+// The position of a conversion. Functions pass and return it by value, so that it stays in
+// registers.
 template <class Source, class Output> struct Cursor
 {
     const Source* mNext;
     Output mOutput;
 };
 
-// Converts the ASCII characters in front of the first other one or stop. Three
-// sources give at least one target, so while enough of them are left, later
-// characters take all the places that have been scribbled over.
+// Converts the ASCII characters before the first other character or `stop`. Three sources have
+// at least one target. So while the loop runs, enough sources are left for later targets to
+// overwrite the unspecified elements.
 template <class Source, class Output>
 Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
 {
@@ -116,50 +116,57 @@ Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
     return at;
 }
 
-// A converter has the types Source and Target; kMost, the most targets a source
-// gives; and
+// Converts the characters that start before `stop`: runs of ASCII by PutAscii, and other
+// characters by putOther(cursor), which converts at least one.
+template <class Source, class Output, class PutOther>
+Cursor<Source, Output> PutText(Cursor<Source, Output> at, const Source* stop,
+                               const PutOther& putOther)
+{
+    while (at.mNext < stop)
+    {
+        if (*at.mNext < 0x80)
+            at = PutAscii(at, stop);
+        else
+            at = putOther(at);
+    }
+    return at;
+}
+
+// A converter has a function
 //
 //     Cursor<Source, Output> Run(Cursor<Source, Output> at,
 //                                const Source* stop, const Source* end)
 //
-// which converts the characters that start in front of stop. The last one may
-// go on behind it, but not behind end, and then gives at most one target more
-// than the sources in front of stop allow.
+// which converts the characters that start before `stop`. The last character may end after
+// `stop`, but not after `end`. Then it has at most one target more than the sources before
+// `stop` allow.
 
-// The count of targets that a text gives.
-template <class Converter>
-std::size_t Count(const Converter& converter, const typename Converter::Source* next,
-                  std::size_t length)
+// Converts a text for which `capacity` is at least 1. No source has more than `kMost` targets.
+// While the capacity is certainly enough for a piece of the text, there is no check for each
+// character.
+//
+// Returns: the count of targets, or kTooSmall with the characters that fit stored.
+template <std::size_t kMost, class Converter, class Source, class Target>
+std::size_t Fill(const Converter& converter, const Source* next, std::size_t length,
+                 Target* targets, std::size_t capacity)
 {
-    typedef Tally<typename Converter::Target> Output;
-    const Cursor<typename Converter::Source, Output> start = {next, {0}};
-    return converter.Run(start, next + length, next + length).mOutput.mCount;
-}
-
-// Converts a text; returns the count written, or kTooSmall with the characters
-// that fit written. While the room is sure to be enough for a piece of the
-// text, nothing asks again for each character.
-template <class Converter>
-std::size_t Fill(const Converter& converter, const typename Converter::Source* next,
-                 std::size_t length, typename Converter::Target* targets, std::size_t capacity)
-{
-    typedef typename Converter::Target Target;
-    typedef Cursor<typename Converter::Source, Store<Target>> Place;
-    const typename Converter::Source* const end = next + length;
+    typedef Cursor<Source, Store<Target>> StoreCursor;
+    const Source* const end = next + length;
     Target* const last = targets + capacity;
-    Place at = {next, {targets}};
+    StoreCursor at = {next, {targets}};
     while (at.mNext != end)
     {
         const std::size_t room = static_cast<std::size_t>(last - at.mOutput.mNext);
-        const std::size_t sure = room ? (room - 1) / Converter::kMost : 0;
+        const std::size_t sure = room ? (room - 1) / kMost : 0;
         if (sure)
         {
             const std::size_t left = static_cast<std::size_t>(end - at.mNext);
             at = converter.Run(at, at.mNext + std::min(sure, left), end);
             continue;
         }
-        Target character[2 * Converter::kMost];
-        const Place aside = converter.Run(Place{at.mNext, {character}}, at.mNext + 1, end);
+        Target character[2 * kMost];
+        const StoreCursor aside =
+            converter.Run(StoreCursor{at.mNext, {character}}, at.mNext + 1, end);
         const std::size_t count = static_cast<std::size_t>(aside.mOutput.mNext - character);
         if (count > room)
             return kTooSmall;
@@ -167,6 +174,17 @@ std::size_t Fill(const Converter& converter, const typename Converter::Source* n
         at.mOutput.mNext = std::copy(character, character + count, at.mOutput.mNext);
     }
     return static_cast<std::size_t>(at.mOutput.mNext - targets);
+}
+
+// Returns the result of Fill, or with a capacity of 0 the count of targets.
+template <std::size_t kMost, class Converter, class Source, class Target>
+std::size_t Convert(const Converter& converter, const Source* next, std::size_t length,
+                    Target* targets, std::size_t capacity)
+{
+    if (capacity)
+        return Fill<kMost>(converter, next, length, targets, capacity);
+    const Cursor<Source, Counter> start = {next, {0}};
+    return converter.Run(start, next + length, next + length).mOutput.mCount;
 }
 } // namespace win32
 

@@ -1,4 +1,7 @@
-#include "date_pictures.h"
+// Date pictures (win32/locale.h) and ICU's patterns. Both quote alike: text between apostrophes
+// is literal, and two apostrophes are one.
+
+#include "locale.h"
 
 #include <algorithm>
 #include <vector>
@@ -9,7 +12,7 @@ namespace
 {
 const char16_t kQuote = u'\'';
 
-// A run of one letter that stands for a part of the date, or literal text.
+// A field, which is a run of one letter, or literal text.
 struct Piece
 {
     char16_t mLetter; // 0 for literal text
@@ -27,7 +30,7 @@ bool IsPictureLetter(char16_t unit)
     return std::u16string_view(u"dMyYg").find(unit) != std::u16string_view::npos;
 }
 
-// Takes pieces one by one; literal text that meets becomes one piece.
+// Collects letters and literal units. Adjacent literal units become one piece.
 class Pieces
 {
 public:
@@ -48,7 +51,6 @@ public:
     std::vector<Piece> mPieces;
 };
 
-// Both notations quote alike: text between quotes, and two quotes for one.
 std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t))
 {
     Pieces pieces;
@@ -121,8 +123,8 @@ std::u16string PatternField(const Piece& piece, bool hasDayNumber)
     case u'd':
         if (IsDayNumber(piece))
             return std::u16string(count, u'd');
-        return std::u16string(count, u'c'); // a picture has one form of a day's name
-    case u'M': // "1 May" and "May" alone take different forms in some languages
+        return std::u16string(count, u'c'); // a picture has one form of a day name
+    case u'M': // in some languages a month without a day number has a form of its own
         return std::u16string(count, hasDayNumber || count < 3 ? u'M' : u'L');
     case u'g':
         return u"G";

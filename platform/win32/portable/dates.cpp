@@ -1,32 +1,63 @@
-#include <win32/dates.h>
+#include <win32/locale.h>
 
 #include <algorithm>
-#include <ctime>
+#include <cstring>
+#include <locale>
 #include <map>
+#include <new>
 #include <string>
 
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/date_time/gregorian_calendar.hpp>
+#include <boost/date_time/year_month_day.hpp>
+#include <boost/thread/mutex.hpp>
 #include <unicode/udat.h>
 
+#include <platform/base/immortal.h>
 #include <platform/base/per_thread.h>
+#include <platform/base/quiet_new.h>
 
-#include "date_pictures.h"
-#include "modules.h"
-#include "user_locale.h"
+#include "../private/switches.h"
+#include "locale.h"
 
 namespace win32
 {
 namespace
 {
-const unsigned int kErrorCallNotImplemented = 120;
-const unsigned int kGregorian = 1; // the calendar's number
-const unsigned long long kTicksPerSecond = 10000000;
+typedef boost::date_time::year_month_day_base<int, int, int> YearMonthDay;
+typedef boost::date_time::gregorian_calendar_base<YearMonthDay, int> Calendar;
+
+const unsigned int kGregorian = 1; // the number of the calendar
 const unsigned long long kTicksPerMillisecond = 10000;
-const long long kSecondsTo1970 = 11644473600; // from 1601
+const long long kMillisecondsPerDay = 86400000;
 const int kFirstYear = 1601;
 const int kLastYear = 30827;
+const int kFirstDay = 2305814; // 1 January 1601, as a day number of the calendar
+const int kFirstDayOf1970 = 2440588;
 const char16_t kNarrowNoBreakSpace = 0x202F;
 
-// Calls write(buffer, room, &error), which tells the length, until the room serves.
+struct MissingFunction
+{
+    boost::mutex mLock; // guards mName
+    std::string mName;
+};
+
+// Static destructors may write dates.
+MissingFunction& TheMissingFunction()
+{
+    static platform::Immortal<MissingFunction> sMissing;
+    return *sMissing;
+}
+
+// Returns true for the function that a switch takes away.
+bool IsMissing(const char* function)
+{
+    const platform::ScQuietLock<boost::mutex> lock(TheMissingFunction().mLock);
+    return TheMissingFunction().mName == function;
+}
+
+// Calls write(buffer, room, &error), which returns the length, until the room suffices. Returns
+// an empty text if `write` fails.
 template <class Write> std::u16string Grown(Write write)
 {
     std::u16string text(128, u'\0');
@@ -52,7 +83,7 @@ icu::LocalUDateFormatPointer Open(const std::string& locale, UDateFormatStyle ti
                                                   &error));
 }
 
-// The locale's own pattern; the empty one if it can't be had.
+// Returns the pattern of the locale; an empty pattern if ICU has no memory or no data.
 std::u16string StylePattern(const std::string& locale, UDateFormatStyle time, UDateFormatStyle date)
 {
     const icu::LocalUDateFormatPointer format = Open(locale, time, date);
@@ -63,8 +94,8 @@ std::u16string StylePattern(const std::string& locale, UDateFormatStyle time, UD
     });
 }
 
-// The years of this library's dates span more than a century, so two digits don't
-// tell them apart.
+// Writes the year in full: the dates of this library span more than a century, so two digits
+// are ambiguous.
 std::u16string WithFullYear(std::u16string picture)
 {
     const std::size_t year = picture.find(u"yy");
@@ -73,12 +104,12 @@ std::u16string WithFullYear(std::u16string picture)
     return picture;
 }
 
-// How the user's locale writes dates and times. One a thread: ICU's formats belong
-// to one thread at a time and take a hundred times longer to open than to use.
+// The forms of dates and times in the user's locale. One object per thread: an ICU format may be
+// used by one thread at a time, and takes a hundred times longer to open than to use.
 class UserFormats
 {
 public:
-    // Null without memory.
+    // Returns the forms of the calling thread; null without memory. Throws std::bad_alloc.
     static UserFormats* Current()
     {
         UserFormats* const formats = platform::PerThread<UserFormats>::Make();
@@ -88,7 +119,8 @@ public:
         return formats;
     }
 
-    // Returns the text with a terminator; empty without memory.
+    // Returns the text with a terminator; an empty text if ICU has no memory. Throws
+    // std::bad_alloc.
     std::u16string Write(const std::u16string& pattern, UDate date)
     {
         if (mOpen.size() > kMostOpen)
@@ -101,7 +133,7 @@ public:
         std::u16string text = Grown([&](char16_t* out, int room, UErrorCode* error) {
             return udat_format(format.getAlias(), date, out, room, nullptr, error);
         });
-        // No code page has it, and the system's own data has a plain one instead.
+        // No code page has this space, and the system's own data has a plain one.
         std::replace(text.begin(), text.end(), kNarrowNoBreakSpace, u' ');
         return text + u'\0';
     }
@@ -119,21 +151,23 @@ public:
 private:
     static const std::size_t kMostOpen = 8;
 
-    // Returns false without memory; then the next use loads again.
+    // Returns false, or throws std::bad_alloc, without memory. Then the next use loads again.
     bool Load(const std::string& locale)
     {
+        mLocale.clear();
         mOpen.clear();
         mShortPicture = WithFullYear(PictureOf(StylePattern(locale, UDAT_NONE, UDAT_SHORT)));
         mLongPicture = PictureOf(StylePattern(locale, UDAT_NONE, UDAT_FULL));
         mTime = StylePattern(locale, UDAT_MEDIUM, UDAT_NONE);
         mTimeWithoutSeconds = StylePattern(locale, UDAT_SHORT, UDAT_NONE);
-        const bool isComplete = !mShortPicture.empty() && !mLongPicture.empty() && !mTime.empty() &&
-                                !mTimeWithoutSeconds.empty();
-        mLocale = isComplete ? locale : std::string();
-        return isComplete;
+        if (mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
+            mTimeWithoutSeconds.empty())
+            return false;
+        mLocale = locale;
+        return true;
     }
 
-    std::string mLocale;
+    std::string mLocale; // empty unless the members below are complete
     std::u16string mShortPicture;
     std::u16string mLongPicture;
     std::u16string mTime;
@@ -141,22 +175,19 @@ private:
     std::map<std::u16string, icu::LocalUDateFormatPointer> mOpen; // by pattern
 };
 
-// False if there is no such time.
+// Returns false for a time that does not exist.
 bool ToDate(const SYSTEMTIME* time, UDate* date)
 {
-    if (!time || time->wYear < kFirstYear || time->wYear > kLastYear || time->wHour > 23 ||
+    if (!time || time->wYear < kFirstYear || time->wYear > kLastYear || time->wMonth < 1 ||
+        time->wMonth > 12 || time->wDay < 1 ||
+        time->wDay > Calendar::end_of_month_day(time->wYear, time->wMonth) || time->wHour > 23 ||
         time->wMinute > 59 || time->wSecond > 59 || time->wMilliseconds > 999)
         return false;
-    std::tm fields = {};
-    fields.tm_year = time->wYear - 1900;
-    fields.tm_mon = time->wMonth - 1;
-    fields.tm_mday = time->wDay;
-    fields.tm_hour = time->wHour;
-    fields.tm_min = time->wMinute;
-    fields.tm_sec = time->wSecond;
-    const double seconds = static_cast<double>(timegm(&fields)); // puts a 30 February right
-    *date = seconds * 1000 + time->wMilliseconds;
-    return fields.tm_mon == time->wMonth - 1 && fields.tm_mday == time->wDay;
+    const YearMonthDay fields(time->wYear, time->wMonth, time->wDay);
+    const long long days = Calendar::day_number(fields) - kFirstDayOf1970;
+    const int seconds = (time->wHour * 60 + time->wMinute) * 60 + time->wSecond;
+    *date = static_cast<double>(days * kMillisecondsPerDay + seconds * 1000 + time->wMilliseconds);
+    return true;
 }
 
 int StoreText(const std::u16string& text, unsigned short* buffer, int size)
@@ -166,22 +197,38 @@ int StoreText(const std::u16string& text, unsigned short* buffer, int size)
     return StoreUnits(reinterpret_cast<const unsigned short*>(text.data()),
                       static_cast<int>(text.size()), buffer, size);
 }
+
+// Returns the result of body(formats), or fails without memory.
+template <class Body> int WithFormats(Body body)
+{
+    try
+    {
+        if (UserFormats* const formats = UserFormats::Current())
+            return body(*formats);
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
+    return Fail(kErrorNotEnoughMemory);
+}
+
+char sKernel; // its address represents the module
 } // namespace
 
 int FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time)
 {
     const unsigned long long ticks =
         static_cast<unsigned long long>(fileTime->dwHighDateTime) << 32 | fileTime->dwLowDateTime;
-    const std::time_t seconds = static_cast<long long>(ticks / kTicksPerSecond) - kSecondsTo1970;
-    std::tm fields;
-    if (ticks >> 63 || !gmtime_r(&seconds, &fields))
+    if (ticks >> 63)
         return Fail(kErrorInvalidParameter);
-    const auto narrow = [](unsigned long long value) { return static_cast<unsigned short>(value); };
+    const long long milliseconds = static_cast<long long>(ticks / kTicksPerMillisecond);
+    const int ofDay = static_cast<int>(milliseconds % kMillisecondsPerDay);
+    const YearMonthDay date =
+        Calendar::from_day_number(kFirstDay + static_cast<int>(milliseconds / kMillisecondsPerDay));
     const auto field = [](int value) { return static_cast<unsigned short>(value); };
-    *time = {field(fields.tm_year + 1900), field(fields.tm_mon + 1),
-             field(fields.tm_wday),        field(fields.tm_mday),
-             field(fields.tm_hour),        field(fields.tm_min),
-             field(fields.tm_sec),         narrow(ticks % kTicksPerSecond / kTicksPerMillisecond)};
+    *time = {field(date.year),         field(date.month),      field(Calendar::day_of_week(date)),
+             field(date.day),          field(ofDay / 3600000), field(ofDay / 60000 % 60),
+             field(ofDay / 1000 % 60), field(ofDay % 1000)};
     return 1;
 }
 
@@ -195,12 +242,11 @@ int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags > kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    UserFormats* const formats = UserFormats::Current();
-    if (!formats)
-        return Fail(kErrorNotEnoughMemory);
-    const std::u16string pattern =
-        PatternOf(picture ? reinterpret_cast<const char16_t*>(picture) : formats->Picture(flags));
-    return StoreText(formats->Write(pattern, date), buffer, size);
+    return WithFormats([=](UserFormats& formats) {
+        const std::u16string pattern = PatternOf(
+            picture ? reinterpret_cast<const char16_t*>(picture) : formats.Picture(flags));
+        return StoreText(formats.Write(pattern, date), buffer, size);
+    });
 }
 
 int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
@@ -213,10 +259,9 @@ int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
         return Fail(kErrorInvalidParameter);
     if (flags & ~kTimeNoSeconds)
         return Fail(kErrorInvalidFlags);
-    UserFormats* const formats = UserFormats::Current();
-    if (!formats)
-        return Fail(kErrorNotEnoughMemory);
-    return StoreText(formats->Write(formats->TimePattern(flags), date), buffer, size);
+    return WithFormats([=](UserFormats& formats) {
+        return StoreText(formats.Write(formats.TimePattern(flags), date), buffer, size);
+    });
 }
 
 int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* localeName,
@@ -228,11 +273,35 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
         return Fail(kErrorInvalidParameter);
     if (flags != kDateShortDate && flags != kDateLongDate)
         return Fail(kErrorInvalidFlags);
-    const UserFormats* const formats = UserFormats::Current();
-    std::u16string picture = formats ? formats->Picture(flags) : std::u16string();
-    if (picture.empty())
-        return Fail(kErrorNotEnoughMemory);
+    std::u16string picture;
+    const auto copyPicture = [&](const UserFormats& formats) {
+        picture = formats.Picture(flags);
+        return 1;
+    };
+    if (!WithFormats(copyPicture))
+        return 0;
+    // Outside the handler of std::bad_alloc: the callback's exceptions reach the caller.
     callback(reinterpret_cast<unsigned short*>(&picture[0]), kGregorian, param);
     return 1;
+}
+
+void SetMissingFunction(const char* name)
+{
+    const platform::ScQuietLock<boost::mutex> lock(TheMissingFunction().mLock);
+    TheMissingFunction().mName = name ? name : "";
+}
+
+void* GetModuleHandleA(const char* name)
+{
+    return name && boost::iequals(name, "kernel32.dll", std::locale::classic()) ? &sKernel
+                                                                                : nullptr;
+}
+
+ModuleFunction GetProcAddress(void* module, const char* name)
+{
+    const char kEnumDateFormats[] = "EnumDateFormatsExEx";
+    if (module != &sKernel || !name || std::strcmp(name, kEnumDateFormats) != 0 || IsMissing(name))
+        return nullptr;
+    return reinterpret_cast<ModuleFunction>(&EnumDateFormatsExEx);
 }
 } // namespace win32

@@ -12,7 +12,7 @@
 #include <win32/text.h>
 
 #include "../private/switches.h"
-#include "user_locale.h"
+#include "locale.h"
 
 namespace win32
 {
@@ -21,8 +21,8 @@ namespace
 const unsigned short kNoBreakSpace = 0xA0;
 const unsigned short kNarrowNoBreakSpace = 0x202F;
 
-// 0 stands for a mark that isn't one UTF-16 unit long. Aligned as one word, so that
-// each compiler loads both at once.
+// A mark of 0 is a mark that is not one UTF-16 unit long. The alignment lets each compiler load
+// both marks as one word.
 struct alignas(4) NumberMarks
 {
     unsigned short mDecimal;
@@ -31,7 +31,7 @@ struct alignas(4) NumberMarks
 
 const NumberMarks kAmericanMarks = {'.', ','};
 
-// Kept beside the locale, so that asking for them is one load.
+// The marks of the user's locale, kept so that a reader needs one load and no lock.
 std::atomic<NumberMarks> sMarks(kAmericanMarks);
 
 struct UserLocale
@@ -46,8 +46,8 @@ UserLocale& TheUserLocale()
     return *sUserLocale;
 }
 
-// ICU has the narrow no-break space for some languages. No code page has that
-// one, and the system's own data has the plain one instead.
+// Replaces the narrow no-break space, which ICU has for some languages: no code page has it,
+// and the system's own data has the plain no-break space.
 unsigned short Mark(const UNumberFormat* format, UNumberFormatSymbol symbol)
 {
     const int kRoom = 8;
@@ -59,8 +59,8 @@ unsigned short Mark(const UNumberFormat* format, UNumberFormatSymbol symbol)
     return text[0] == kNarrowNoBreakSpace ? kNoBreakSpace : text[0];
 }
 
-// Whether ICU knows the language. It would answer for one that it doesn't know
-// with the environment's locale.
+// Returns true if ICU knows the language of an id. For an unknown language ICU itself would use
+// the locale of the environment.
 bool IsKnownLanguage(const char* localeId)
 {
     char language[ULOC_LANG_CAPACITY];
@@ -76,8 +76,7 @@ bool IsKnownLanguage(const char* localeId)
     return false;
 }
 
-// The marks that go with the digits of ASCII, the only ones that numbers are
-// written with.
+// Returns the marks for ASCII digits, since numbers are written with no other digits.
 NumberMarks MarksOf(const char* localeId)
 {
     char id[ULOC_FULLNAME_CAPACITY];
@@ -92,7 +91,7 @@ NumberMarks MarksOf(const char* localeId)
             Mark(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL)};
 }
 
-// The item's text, of one unit or none.
+// The text of an item: one unit or none.
 struct ItemText
 {
     unsigned short mUnits[2]; // with the terminator
@@ -100,7 +99,7 @@ struct ItemText
     int Size() const { return mUnits[0] ? 2 : 1; }
 };
 
-// Returns 0, or the error.
+// Stores the text of an item. Returns 0 or an error code.
 unsigned int FindItem(unsigned int locale, unsigned int item, ItemText* text)
 {
     if (locale != kLocaleUserDefault)

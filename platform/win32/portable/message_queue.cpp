@@ -1,11 +1,64 @@
 #include <win32/message_queue.h>
 
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+
+#include <boost/function.hpp>
+
+#include <platform/base/quiet_new.h>
+#include <platform/base/switched_function.h>
+#include <platform/base/thread_local.h>
 #include <win32/threads.h>
 
+#include "../private/switches.h"
 #include "thread_queue.h"
 
 namespace win32
 {
+namespace
+{
+typedef platform::ScQuietLock<std::mutex> Lock;
+typedef std::basic_string<unsigned short> ClassName;
+
+struct Window
+{
+    WNDPROC mProcedure;
+    unsigned int mThreadId;
+};
+
+// Never destroyed: threads end until the process does.
+std::mutex& sWindowLock = *new std::mutex; // guards the three variables below
+std::map<ClassName, WNDPROC>& sClasses = *new std::map<ClassName, WNDPROC>;
+std::map<void*, Window>& sWindows = *new std::map<void*, Window>;
+std::size_t sLastWindow = 0; // the last handle; no handle is used twice
+
+PLATFORM_THREAD_LOCAL void* tCapture = nullptr;
+
+typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
+HostProcedure& sHostProcedure = *new HostProcedure;
+
+// Returns false if there is no such window.
+bool FindWindow(void* handle, Window& window)
+{
+    Lock lock(sWindowLock);
+    const auto found = sWindows.find(handle);
+    if (found == sWindows.end())
+        return false;
+    window = found->second;
+    return true;
+}
+
+bool IsOwnWindow(void* handle)
+{
+    Window window = {};
+    return FindWindow(handle, window) && window.mThreadId == GetCurrentThreadId();
+}
+} // namespace
+
 int PeekMessageW(MSG* message, void* window, unsigned int minimum, unsigned int maximum,
                  unsigned int remove)
 {
@@ -27,6 +80,20 @@ int TranslateMessage(const MSG*)
     return 0;
 }
 
+long long DispatchMessageW(const MSG* message)
+{
+    if (!message->hwnd)
+    {
+        if (const auto procedure = sHostProcedure.Get())
+            (*procedure)(message->message, message->wParam, message->lParam);
+        return 0;
+    }
+    Window window = {};
+    if (!FindWindow(message->hwnd, window))
+        return 0;
+    return window.mProcedure(message->hwnd, message->message, message->wParam, message->lParam);
+}
+
 int PostThreadMessageW(unsigned int threadId, unsigned int message, unsigned long long wParam,
                        long long lParam)
 {
@@ -36,9 +103,117 @@ int PostThreadMessageW(unsigned int threadId, unsigned int message, unsigned lon
     return queue && queue->Add({nullptr, message, wParam, lParam});
 }
 
+int PostMessageW(void* handle, unsigned int message, unsigned long long wParam, long long lParam)
+{
+    if (!handle)
+        return PostThreadMessageW(GetCurrentThreadId(), message, wParam, lParam);
+    Window window = {};
+    if (!FindWindow(handle, window))
+        return 0;
+    const std::shared_ptr<ThreadQueue> queue = ThreadQueue::Of(window.mThreadId);
+    return queue && queue->Add({handle, message, wParam, lParam});
+}
+
+unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval,
+                            void* procedure)
+{
+    ThreadQueue* const queue = ThreadQueue::Current();
+    if (procedure || !queue || (window && !IsOwnWindow(window)))
+        return 0;
+    return queue->SetTimer(window, id, interval);
+}
+
 int KillTimer(void* window, unsigned long long id)
 {
     ThreadQueue* const queue = ThreadQueue::Current();
     return queue && queue->KillTimer(window, id);
+}
+
+unsigned short RegisterClassW(const WNDCLASSW* windowClass)
+{
+    try
+    {
+        Lock lock(sWindowLock);
+        const bool entered =
+            sClasses.emplace(windowClass->lpszClassName, windowClass->lpfnWndProc).second;
+        const unsigned int kFirstAtom = 0xC000;
+        return entered ? static_cast<unsigned short>(kFirstAtom + sClasses.size()) : 0;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return 0;
+    }
+}
+
+void* CreateWindowExW(unsigned int, const unsigned short* className, const unsigned short*,
+                      unsigned int, int, int, int, int, void* parent, void*, void*, void*)
+{
+    if (parent != MessageOnlyParent() || !ThreadQueue::Current())
+        return nullptr;
+    try
+    {
+        Lock lock(sWindowLock);
+        const auto procedure = sClasses.find(className);
+        if (procedure == sClasses.end())
+            return nullptr;
+        void* const handle = reinterpret_cast<void*>(sLastWindow + 1);
+        sWindows.emplace(handle, Window{procedure->second, GetCurrentThreadId()});
+        ++sLastWindow;
+        return handle;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+int IsWindow(void* handle)
+{
+    Window window = {};
+    return FindWindow(handle, window);
+}
+
+int DestroyWindow(void* handle)
+{
+    if (!IsOwnWindow(handle))
+        return 0;
+    {
+        Lock lock(sWindowLock);
+        sWindows.erase(handle);
+    }
+    // A post that found the window before its removal may still add a message. The dispatch of
+    // such a message calls nothing.
+    ThreadQueue::Current()->Drop(handle);
+    return 1;
+}
+
+void DestroyWindowsOfThread()
+{
+    const unsigned int threadId = GetCurrentThreadId();
+    Lock lock(sWindowLock);
+    for (auto window = sWindows.begin(); window != sWindows.end();)
+        window = window->second.mThreadId == threadId ? sWindows.erase(window) : ++window;
+}
+
+void* SetCapture(void* window)
+{
+    return std::exchange(tCapture, window);
+}
+
+void* GetCapture()
+{
+    return tCapture;
+}
+
+int ReleaseCapture()
+{
+    tCapture = nullptr;
+    return 1;
+}
+
+void SetWindowProcedure(
+    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure)
+{
+    sHostProcedure.Set(procedure);
 }
 } // namespace win32

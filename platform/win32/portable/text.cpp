@@ -3,11 +3,8 @@
 #include <atomic>
 #include <climits>
 
-#include <platform/base/thread_local.h>
-
 #include "../private/switches.h"
-#include "code_page_text.h"
-#include "utf8.h"
+#include "code_page.h"
 
 namespace win32
 {
@@ -16,13 +13,6 @@ namespace
 const unsigned int kDefaultCodePage = 1252;
 
 std::atomic<unsigned int> sActiveCodePage(kDefaultCodePage);
-PLATFORM_THREAD_LOCAL unsigned int tLastError = 0;
-
-int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
-}
 
 unsigned int Resolve(unsigned int codePage)
 {
@@ -34,7 +24,84 @@ bool IsKnown(unsigned int codePage)
     return codePage == kCodePageUTF8 || IsKnownCodePage(codePage);
 }
 
-// Characters up to and with the terminator.
+// The character for units without an equivalent.
+struct DefaultCharacter
+{
+    Unit mBytes;       // above 0xFF a lead byte and its second byte
+    bool mForBestFits; // also in place of best fits
+    bool mUsed;        // set by ToPage
+};
+
+struct PageDecoder
+{
+    template <class Output>
+    Cursor<Byte, Output> Run(Cursor<Byte, Output> at, const Byte* stop, const Byte* end) const
+    {
+        const CodePage& page = mPage;
+        return PutText(at, stop, [&page, end](Cursor<Byte, Output> next) {
+            const Byte byte = *next.mNext++;
+            if (!page.mIsLead[byte])
+                next.mOutput.Put(page.mSingles[byte]);
+            else if (next.mNext == end || !*next.mNext)
+                next.mOutput.Put(page.mDefaultUnit); // no pair includes a terminator
+            else
+                next.mOutput.Put(page.mPairs[byte - 0x80][*next.mNext++]);
+            return next;
+        });
+    }
+
+    const CodePage& mPage;
+};
+
+template <bool kForBestFits> struct PageEncoder
+{
+    template <class Output>
+    Cursor<Unit, Output> Run(Cursor<Unit, Output> at, const Unit* stop, const Unit*) const
+    {
+        const CodePage& page = mPage;
+        return PutText(at, stop, [this, &page](Cursor<Unit, Output> next) {
+            const Unit unit = *next.mNext++;
+            Unit bytes = page.mBytes[unit];
+            if (!bytes || (kForBestFits && page.HasOnlyBestFit(unit)))
+                bytes = Default();
+            if (bytes > 0xFF)
+                next.mOutput.Put(static_cast<Byte>(bytes >> 8));
+            next.mOutput.Put(static_cast<Byte>(bytes));
+            return next;
+        });
+    }
+
+    Unit Default() const
+    {
+        mFallback.mUsed = true;
+        return mFallback.mBytes;
+    }
+
+    const CodePage& mPage;
+    DefaultCharacter& mFallback;
+};
+
+// Convert text through the tables of a code page. A capacity of 0 asks for the count alone.
+//
+// Returns: the count of characters written or needed, or kTooSmall with the characters that
+// fit written.
+std::size_t FromPage(const CodePage& page, const Byte* bytes, std::size_t length, Unit* units,
+                     std::size_t capacity)
+{
+    if (!capacity && !page.mPairs)
+        return length;
+    return Convert<1>(PageDecoder{page}, bytes, length, units, capacity);
+}
+
+std::size_t ToPage(const CodePage& page, const Unit* units, std::size_t length, Byte* bytes,
+                   std::size_t capacity, DefaultCharacter& fallback)
+{
+    if (fallback.mForBestFits)
+        return Convert<2>(PageEncoder<true>{page, fallback}, units, length, bytes, capacity);
+    return Convert<2>(PageEncoder<false>{page, fallback}, units, length, bytes, capacity);
+}
+
+// Returns the count of characters including the terminator.
 template <class Character> std::size_t LengthWithTerminator(const Character* text)
 {
     std::size_t length = 0;
@@ -44,37 +111,50 @@ template <class Character> std::size_t LengthWithTerminator(const Character* tex
     return length;
 }
 
-// The characters that a caller's count means.
-template <class Character> std::size_t SourceLength(const Character* text, int count)
-{
-    return count < 0 ? LengthWithTerminator(text) : static_cast<std::size_t>(count);
-}
-
-// Whether a source and its count, and a destination and its capacity, can be
-// meant.
-bool AreArguments(const void* source, int count, const void* destination, int capacity)
-{
-    return source && count && count >= -1 && capacity >= 0 && (destination || !capacity);
-}
-
 template <class Source, class Target>
-bool Overlap(const Source* source, std::size_t length, const Target* target, int capacity)
+bool Overlap(const Source* source, std::size_t length, const Target* target, std::size_t capacity)
 {
     const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(source);
     const std::uintptr_t second = reinterpret_cast<std::uintptr_t>(target);
-    return first < second + static_cast<std::size_t>(capacity) * sizeof(Target) &&
-           second < first + length * sizeof(Source);
+    return first < second + capacity * sizeof(Target) && second < first + length * sizeof(Source);
 }
 
-// The result of a conversion out of its count.
-int Answer(std::size_t count)
+// The arguments of both directions. `mFlagsAreKnown` is the check of the direction's flags.
+template <class Source, class Target> struct Arguments
+{
+    unsigned int mCodePage;
+    const Source* mSource;
+    int mCount;
+    const Target* mTarget;
+    int mCapacity;
+    bool mFlagsAreKnown;
+};
+
+// Stores the length of the source. Returns 0 or an error code.
+template <class Source, class Target>
+unsigned int Check(const Arguments<Source, Target>& arguments, std::size_t* length)
+{
+    const auto& [codePage, source, count, target, capacity, flagsAreKnown] = arguments;
+    if (!IsKnown(codePage) || !source || !count || count < -1 || capacity < 0 ||
+        (capacity && !target))
+        return kErrorInvalidParameter;
+    if (!flagsAreKnown)
+        return kErrorInvalidFlags;
+    *length = count < 0 ? LengthWithTerminator(source) : static_cast<std::size_t>(count);
+    const bool overlap =
+        capacity && Overlap(source, *length, target, static_cast<std::size_t>(capacity));
+    return *length > INT_MAX || overlap ? kErrorInvalidParameter : 0;
+}
+
+// Returns the result of a conversion that has this count.
+int ResultOf(std::size_t count)
 {
     if (count == kTooSmall)
         return Fail(kErrorInsufficientBuffer);
     return count <= INT_MAX ? static_cast<int>(count) : Fail(kErrorInvalidParameter);
 }
 
-// The bytes of the default character.
+// Returns the bytes of the default character.
 Unit DefaultOf(const CodePage& page, const char* wanted)
 {
     if (!wanted)
@@ -85,16 +165,6 @@ Unit DefaultOf(const CodePage& page, const char* wanted)
     return static_cast<Unit>(lead << 8 | static_cast<Byte>(wanted[1]));
 }
 } // namespace
-
-unsigned int GetLastError()
-{
-    return tLastError;
-}
-
-void SetLastError(unsigned int error)
-{
-    tLastError = error;
-}
 
 unsigned int GetACP()
 {
@@ -116,23 +186,18 @@ int MultiByteToWideChar(unsigned int codePage, unsigned int flags, const char* b
                         unsigned short* units, int capacity)
 {
     codePage = Resolve(codePage);
-    if (!IsKnown(codePage) || !AreArguments(bytes, byteCount, units, capacity))
-        return Fail(kErrorInvalidParameter);
-    if (flags)
-        return Fail(kErrorInvalidFlags);
-    const std::size_t length = SourceLength(bytes, byteCount);
-    if (length > INT_MAX || (capacity && Overlap(bytes, length, units, capacity)))
-        return Fail(kErrorInvalidParameter);
+    std::size_t length = 0;
+    const Arguments<char, Unit> arguments = {codePage, bytes, byteCount, units, capacity, !flags};
+    if (const unsigned int error = Check(arguments, &length))
+        return Fail(error);
 
-    const Byte* source = reinterpret_cast<const Byte*>(bytes);
+    const Byte* const source = reinterpret_cast<const Byte*>(bytes);
     const std::size_t room = static_cast<std::size_t>(capacity);
     if (codePage == kCodePageUTF8)
-        return Answer(room ? FromUTF8(source, length, units, room) : CountFromUTF8(source, length));
-    const CodePage* page = FindCodePage(codePage);
-    if (!page)
-        return Fail(kErrorNotEnoughMemory);
-    return Answer(room ? FromPage(*page, source, length, units, room)
-                       : CountFromPage(*page, source, length));
+        return ResultOf(FromUTF8(source, length, units, room));
+    const CodePage* const page = FindCodePage(codePage);
+    return page ? ResultOf(FromPage(*page, source, length, units, room))
+                : Fail(kErrorNotEnoughMemory);
 }
 
 int WideCharToMultiByte(unsigned int codePage, unsigned int flags, const unsigned short* units,
@@ -140,27 +205,27 @@ int WideCharToMultiByte(unsigned int codePage, unsigned int flags, const unsigne
                         int* usedDefault)
 {
     codePage = Resolve(codePage);
-    if (!IsKnown(codePage) || !AreArguments(units, unitCount, bytes, capacity) ||
-        (codePage == kCodePageUTF8 && (defaultCharacter || usedDefault)))
+    const bool isUTF8 = codePage == kCodePageUTF8;
+    if (isUTF8 && (defaultCharacter || usedDefault))
         return Fail(kErrorInvalidParameter);
-    if (flags && (flags != kNoBestFitChars || codePage == kCodePageUTF8))
-        return Fail(kErrorInvalidFlags);
-    const std::size_t length = SourceLength(units, unitCount);
-    if (length > INT_MAX || (capacity && Overlap(units, length, bytes, capacity)))
-        return Fail(kErrorInvalidParameter);
+    std::size_t length = 0;
+    const bool flagsAreKnown = !flags || (flags == kNoBestFitChars && !isUTF8);
+    const Arguments<Unit, char> arguments = {codePage, units,    unitCount,
+                                             bytes,    capacity, flagsAreKnown};
+    if (const unsigned int error = Check(arguments, &length))
+        return Fail(error);
 
-    Byte* target = reinterpret_cast<Byte*>(bytes);
+    Byte* const target = reinterpret_cast<Byte*>(bytes);
     const std::size_t room = static_cast<std::size_t>(capacity);
-    if (codePage == kCodePageUTF8)
-        return Answer(room ? ToUTF8(units, length, target, room) : CountToUTF8(units, length));
-    const CodePage* page = FindCodePage(codePage);
+    if (isUTF8)
+        return ResultOf(ToUTF8(units, length, target, room));
+    const CodePage* const page = FindCodePage(codePage);
     if (!page)
         return Fail(kErrorNotEnoughMemory);
     DefaultCharacter fallback = {DefaultOf(*page, defaultCharacter), flags != 0, false};
-    const std::size_t count = room ? ToPage(*page, units, length, target, room, fallback)
-                                   : CountToPage(*page, units, length, fallback);
+    const std::size_t count = ToPage(*page, units, length, target, room, fallback);
     if (usedDefault)
         *usedDefault = fallback.mUsed;
-    return Answer(count);
+    return ResultOf(count);
 }
 } // namespace win32

@@ -12,17 +12,14 @@
 #include <platform/base/thread_local.h>
 #include <win32/threads.h>
 
-#include "windows.h"
-
 namespace win32
 {
 namespace
 {
 typedef platform::ScQuietLock<std::mutex> Lock;
 
-// Guards the queues by thread. Neither is ever destroyed: threads end until the
-// process does.
-std::mutex& sQueuesLock = *new std::mutex;
+// Never destroyed: threads end until the process does.
+std::mutex& sQueuesLock = *new std::mutex; // guards sQueues, which has a key for each thread
 std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues =
     *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>;
 
@@ -32,7 +29,7 @@ void EndQueue(ThreadQueue*)
 {
     tQueue = nullptr;
     std::shared_ptr<ThreadQueue> ended;
-    DropWindowsOfThread();
+    DestroyWindowsOfThread();
     Lock lock(sQueuesLock);
     const auto found = sQueues.find(GetCurrentThreadId());
     if (found == sQueues.end())
@@ -82,7 +79,7 @@ bool ThreadQueue::Add(const MSG& message)
     {
         Lock lock(mLock);
         mMessages.push_back(message);
-        Count();
+        UpdateCount();
         mAdded.notify_all();
         return true;
     }
@@ -131,7 +128,7 @@ unsigned long long ThreadQueue::SetTimer(void* window, unsigned long long id, un
         }
         timer->mInterval = std::chrono::milliseconds(std::clamp(interval, kShortest, kLongest));
         timer->mDue = Clock::now() + timer->mInterval;
-        Count();
+        UpdateCount();
         return timer->mId;
     }
     catch (const std::bad_alloc&)
@@ -147,7 +144,7 @@ bool ThreadQueue::KillTimer(void* window, unsigned long long id)
     if (timer == mTimers.end())
         return false;
     mTimers.erase(timer);
-    Count();
+    UpdateCount();
     return true;
 }
 
@@ -160,7 +157,7 @@ void ThreadQueue::Drop(void* window)
     mTimers.erase(std::remove_if(mTimers.begin(), mTimers.end(),
                                  [=](const Timer& timer) { return timer.mWindow == window; }),
                   mTimers.end());
-    Count();
+    UpdateCount();
 }
 
 bool ThreadQueue::TakePosted(const MessageFilter& filter, bool remove, MSG& message)
@@ -174,7 +171,7 @@ bool ThreadQueue::TakePosted(const MessageFilter& filter, bool remove, MSG& mess
     if (remove)
     {
         mMessages.erase(found);
-        Count();
+        UpdateCount();
     }
     return true;
 }
@@ -210,7 +207,7 @@ ThreadQueue::TimerPosition ThreadQueue::FindTimer(void* window, unsigned long lo
     });
 }
 
-void ThreadQueue::Count()
+void ThreadQueue::UpdateCount()
 {
     mCount.store(mMessages.size() + mTimers.size(), std::memory_order_release);
 }

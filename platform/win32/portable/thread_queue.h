@@ -15,10 +15,10 @@
 
 namespace win32
 {
-// Which messages a call wants.
+// The messages that a call accepts.
 struct MessageFilter
 {
-    void* mWindow; // null for all
+    void* mWindow; // null: any
     unsigned int mMinimum;
     unsigned int mMaximum;
 
@@ -33,23 +33,25 @@ struct MessageFilter
 class ThreadQueue
 {
 public:
-    // The calling thread's, made if need be; null without memory.
+    // Returns the queue of the calling thread, and makes one if there is none. Returns null
+    // without memory.
     static ThreadQueue* Current();
 
-    // Another thread's, null if it has none.
+    // Returns the queue of any thread; null if the thread has none.
     static std::shared_ptr<ThreadQueue> Of(unsigned int threadId);
 
-    // False without memory.
+    // Returns false without memory.
     bool Add(const MSG& message);
 
-    // False if no message fits.
+    // Stores the first accepted message. Take returns false if there is none; WaitAndTake waits.
+    // For the thread of the queue.
     bool Take(const MessageFilter& filter, bool remove, MSG& message);
     void WaitAndTake(const MessageFilter& filter, MSG& message);
 
     unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval);
     bool KillTimer(void* window, unsigned long long id);
 
-    // Drops the messages and timers of a window.
+    // Removes the messages and timers of a window.
     void Drop(void* window);
 
 private:
@@ -68,15 +70,18 @@ private:
     bool TakeTimer(const MessageFilter& filter, bool remove, MSG& message);
     TimerPosition FirstDue(const MessageFilter& filter);
     TimerPosition FindTimer(void* window, unsigned long long id);
-    void Count();
+    void UpdateCount();
 
-    std::mutex mLock; // guards all below but mCount, which it is written under
+    std::mutex mLock; // guards the members below; mCount is read without it
     std::condition_variable mAdded;
     std::deque<MSG> mMessages;
     std::vector<Timer> mTimers;
     unsigned long long mLastTimerId = 0;
-    std::atomic<std::size_t> mCount{0}; // messages and timers; spares their reader the lock
+    std::atomic<std::size_t> mCount{0}; // messages and timers
 };
+
+// Destroys the windows of the calling thread, which ends.
+void DestroyWindowsOfThread();
 } // namespace win32
 
 #endif

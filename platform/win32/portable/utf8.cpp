@@ -1,4 +1,7 @@
-#include "utf8.h"
+// UTF-8. Ill-formed text becomes U+FFFD: one for each longest head of a sequence that could
+// have continued, one for each other byte, and one for each half of a surrogate pair.
+
+#include "code_page.h"
 
 #include <platform/base/code_units.h>
 
@@ -10,7 +13,7 @@ namespace
 {
 const Unit kReplacement = 0xFFFD;
 
-// Bytes of a sequence, as far as they are there and well-formed; at least 1.
+// Returns the count of bytes of a sequence that are present and well-formed; at least 1.
 std::size_t WellFormedHead(const Byte* next, std::size_t sequence, std::size_t left)
 {
     if (sequence < 2 || left < 2 || !IsUTF8Second(next[0], next[1]))
@@ -21,273 +24,216 @@ std::size_t WellFormedHead(const Byte* next, std::size_t sequence, std::size_t l
     return length;
 }
 
-// Two characters of three bytes at once, in lanes of 24 bits with the first byte
-// lowest, cost hardly more than one.
+// Two characters of three bytes are converted at once, in lanes of 24 bits with the first byte
+// lowest. Both cost hardly more than one character.
 const std::uint64_t kBothLanes = 0x000001000001;
 
-// Four characters of two bytes at once.
+// Four characters of two bytes are converted at once, in lanes of 16 bits.
 const std::uint64_t kFourLanes = 0x0001000100010001;
 
-// Whether a unit stands for a character of three bytes.
+// Returns true for a unit that is a character of three bytes.
 bool IsOfThree(std::uint64_t unit)
 {
     return unit >= 0x800 && (unit & 0xF800) != 0xD800;
 }
 
-struct UTF8Decoder
+// Converts well-formed sequences of two bytes and single ASCII characters between them, such
+// as the blanks between words.
+template <class Output> Cursor<Byte, Output> PutTwos(Cursor<Byte, Output> at, const Byte* stop)
 {
-    typedef Byte Source;
-    typedef Unit Target;
-    static const std::size_t kMost = 1;
-
-    template <class Output>
-    Cursor<Byte, Output> Run(Cursor<Byte, Output> at, const Byte* stop, const Byte* end) const
+    while (stop - at.mNext >= 2)
     {
-        while (at.mNext < stop)
-        {
-            if (*at.mNext < 0x80)
-            {
-                at = PutAscii(at, stop);
-                continue;
-            }
-            const Byte* const start = at.mNext;
-            at = PutTwos(at, stop);
-            at = PutThrees(at, stop);
-            if (at.mNext == start)
-                at = PutSequence(at, end);
-        }
-        return at;
+        const Byte lead = at.mNext[0];
+        const Byte second = at.mNext[1];
+        const bool isAscii = lead < 0x80;
+        if (isAscii ? second < 0x80 : lead < 0xC2 || lead > 0xDF || !IsUTF8Continuation(second))
+            break;
+        at.mOutput.Put(static_cast<Unit>(isAscii ? lead : (lead & 0x1F) << 6 | (second & 0x3F)));
+        at.mNext += isAscii ? 1 : 2;
     }
-
-    // Converts well-formed sequences of two bytes, and ASCII characters that
-    // stand alone between them: blanks between words, for one.
-    template <class Output>
-    static Cursor<Byte, Output> PutTwos(Cursor<Byte, Output> at, const Byte* stop)
-    {
-        while (stop - at.mNext >= 2)
-        {
-            const Byte lead = at.mNext[0];
-            const Byte second = at.mNext[1];
-            const bool isAscii = lead < 0x80;
-            if (isAscii ? second < 0x80 : lead < 0xC2 || lead > 0xDF || !IsUTF8Continuation(second))
-                break;
-            at.mOutput.Put(
-                static_cast<Unit>(isAscii ? lead : (lead & 0x1F) << 6 | (second & 0x3F)));
-            at.mNext += isAscii ? 1 : 2;
-        }
-        return at;
-    }
-
-    // Converts pairs of well-formed sequences of three bytes.
-    template <class Output>
-    static Cursor<Byte, Output> PutThrees(Cursor<Byte, Output> at, const Byte* stop)
-    {
-        while (kLittleEndian && stop - at.mNext >= 8)
-        {
-            std::uint64_t bytes;
-            std::memcpy(&bytes, at.mNext, sizeof(bytes));
-            if ((bytes & 0xC0C0F0 * kBothLanes) != 0x8080E0 * kBothLanes)
-                break;
-            const std::uint64_t lanes = (bytes & 0x0F * kBothLanes) << 12 |
-                                        (bytes >> 2 & 0xFC0 * kBothLanes) |
-                                        (bytes >> 16 & 0x3F * kBothLanes);
-            const Unit units[] = {static_cast<Unit>(lanes), static_cast<Unit>(lanes >> 24)};
-            if (!IsOfThree(units[0]) || !IsOfThree(units[1]))
-                break;
-            at.mOutput.template PutHead<2>(units, 2);
-            at.mNext += 6;
-        }
-        return at;
-    }
-
-    template <class Output>
-    static Cursor<Byte, Output> PutSequence(Cursor<Byte, Output> at, const Byte* end)
-    {
-        const Byte* const next = at.mNext;
-        const std::size_t sequence = static_cast<std::size_t>(UTF8Length(*next));
-        const std::size_t head =
-            WellFormedHead(next, sequence, static_cast<std::size_t>(end - next));
-        at.mNext += head;
-        if (sequence == 1 || head < sequence)
-        {
-            at.mOutput.Put(kReplacement);
-            return at;
-        }
-        unsigned int character = *next & (0xFFu >> (sequence + 1));
-        for (std::size_t i = 1; i < sequence; ++i)
-            character = character << 6 | (next[i] & 0x3Fu);
-        if (character > 0xFFFF)
-        {
-            at.mOutput.Put(static_cast<Unit>(0xD7C0 + (character >> 10)));
-            character = 0xDC00 | (character & 0x3FF);
-        }
-        at.mOutput.Put(static_cast<Unit>(character));
-        return at;
-    }
-};
-
-struct UTF8Encoder
-{
-    typedef Unit Source;
-    typedef Byte Target;
-    static const std::size_t kMost = 3;
-
-    template <class Output>
-    Cursor<Unit, Output> Run(Cursor<Unit, Output> at, const Unit* stop, const Unit* end) const
-    {
-        while (at.mNext < stop)
-        {
-            if (*at.mNext < 0x80)
-            {
-                at = PutAscii(at, stop);
-                continue;
-            }
-            const Unit* const start = at.mNext;
-            at = PutTwos(at, stop);
-            at = PutThrees(at, stop);
-            if (at.mNext == start)
-                at = PutCharacter(at, end);
-        }
-        return at;
-    }
-
-    // Converts characters of two bytes, and ASCII characters that stand alone
-    // between them.
-    template <class Output>
-    static Cursor<Unit, Output> PutTwos(Cursor<Unit, Output> at, const Unit* stop)
-    {
-        const Unit* const last = stop - 1;
-        for (; kLittleEndian; ++at.mNext)
-        {
-            at = PutFoursOfTwo(at, stop);
-            if (at.mNext >= last || *at.mNext >= 0x800)
-                break;
-            const unsigned int unit = *at.mNext;
-            const unsigned int bytes = 0x80C0 | unit >> 6 | (unit & 0x3F) << 8;
-            if (unit >= 0x80)
-                PutBytes(static_cast<std::uint16_t>(bytes), 2, at.mOutput);
-            else if (at.mNext[1] >= 0x80)
-                at.mOutput.Put(static_cast<Byte>(unit));
-            else
-                break;
-        }
-        return at;
-    }
-
-    // Converts fours of characters of two bytes.
-    template <class Output>
-    static Cursor<Unit, Output> PutFoursOfTwo(Cursor<Unit, Output> at, const Unit* stop)
-    {
-        while (stop - at.mNext >= 4)
-        {
-            std::uint64_t units;
-            std::memcpy(&units, at.mNext, sizeof(units));
-            // In each lane: below 0x800; and no ASCII, which the sum carries into bit 11.
-            const std::uint64_t carries = (units & 0x0780 * kFourLanes) + 0x0780 * kFourLanes;
-            if (units & 0xF800 * kFourLanes || ~carries & 0x0800 * kFourLanes)
-                break;
-            const std::uint64_t bytes = 0x80C0 * kFourLanes | (units >> 6 & 0x001F * kFourLanes) |
-                                        (units << 8 & 0x3F00 * kFourLanes);
-            PutBytes(bytes, 8, at.mOutput);
-            at.mNext += 4;
-        }
-        return at;
-    }
-
-    // Converts pairs of characters of three bytes. Two more units in front of
-    // stop take the places that are scribbled over.
-    template <class Output>
-    static Cursor<Unit, Output> PutThrees(Cursor<Unit, Output> at, const Unit* stop)
-    {
-        while (kLittleEndian && stop - at.mNext >= 4 && IsOfThree(at.mNext[0]) &&
-               IsOfThree(at.mNext[1]))
-        {
-            const std::uint64_t lanes = at.mNext[0] | std::uint64_t(at.mNext[1]) << 24;
-            const std::uint64_t bytes = 0x8080E0 * kBothLanes | (lanes >> 12 & 0x0F * kBothLanes) |
-                                        (lanes << 2 & 0x3F00 * kBothLanes) |
-                                        (lanes << 16 & 0x3F0000 * kBothLanes);
-            PutBytes(bytes, 6, at.mOutput);
-            at.mNext += 2;
-        }
-        return at;
-    }
-
-    template <class Output>
-    static Cursor<Unit, Output> PutCharacter(Cursor<Unit, Output> at, const Unit* end)
-    {
-        unsigned int character = *at.mNext++;
-        if (character < 0x800)
-        {
-            PutLead(0xC0 | character >> 6, at.mOutput);
-            PutContinuation(character, at.mOutput);
-            return at;
-        }
-        if ((character & 0xF800) == 0xD800)
-        {
-            if (IsHighSurrogate(character) && at.mNext != end && IsLowSurrogate(*at.mNext))
-                return PutPair(at);
-            character = kReplacement;
-        }
-        PutLead(0xE0 | character >> 12, at.mOutput);
-        PutContinuation(character >> 6, at.mOutput);
-        PutContinuation(character, at.mOutput);
-        return at;
-    }
-
-    // The cursor stands at the second half of the pair.
-    template <class Output> static Cursor<Unit, Output> PutPair(Cursor<Unit, Output> at)
-    {
-        const unsigned int character =
-            0x10000 + ((at.mNext[-1] & 0x3FFu) << 10 | (at.mNext[0] & 0x3FFu));
-        PutLead(0xF0 | character >> 18, at.mOutput);
-        PutContinuation(character >> 12, at.mOutput);
-        PutContinuation(character >> 6, at.mOutput);
-        PutContinuation(character, at.mOutput);
-        ++at.mNext;
-        return at;
-    }
-
-    // Puts the first count bytes of a number, the lowest first.
-    template <class Number, class Output>
-    static void PutBytes(Number number, std::size_t count, Output& output)
-    {
-        Byte bytes[sizeof(number)];
-        std::memcpy(bytes, &number, sizeof(number));
-        output.template PutHead<sizeof(number)>(bytes, count);
-    }
-
-    template <class Output> static void PutLead(unsigned int byte, Output& output)
-    {
-        output.Put(static_cast<Byte>(byte));
-    }
-
-    template <class Output> static void PutContinuation(unsigned int bits, Output& output)
-    {
-        output.Put(static_cast<Byte>(0x80 | (bits & 0x3F)));
-    }
-};
-
-const UTF8Decoder kDecoder;
-const UTF8Encoder kEncoder;
-} // namespace
-
-std::size_t CountFromUTF8(const Byte* bytes, std::size_t length)
-{
-    return Count(kDecoder, bytes, length);
+    return at;
 }
+
+// Converts pairs of well-formed sequences of three bytes.
+template <class Output> Cursor<Byte, Output> PutThrees(Cursor<Byte, Output> at, const Byte* stop)
+{
+    while (kLittleEndian && stop - at.mNext >= 8)
+    {
+        std::uint64_t bytes;
+        std::memcpy(&bytes, at.mNext, sizeof(bytes));
+        if ((bytes & 0xC0C0F0 * kBothLanes) != 0x8080E0 * kBothLanes)
+            break;
+        const std::uint64_t lanes = (bytes & 0x0F * kBothLanes) << 12 |
+                                    (bytes >> 2 & 0xFC0 * kBothLanes) |
+                                    (bytes >> 16 & 0x3F * kBothLanes);
+        const Unit units[] = {static_cast<Unit>(lanes), static_cast<Unit>(lanes >> 24)};
+        if (!IsOfThree(units[0]) || !IsOfThree(units[1]))
+            break;
+        at.mOutput.template PutHead<2>(units, 2);
+        at.mNext += 6;
+    }
+    return at;
+}
+
+template <class Output> Cursor<Byte, Output> PutCharacter(Cursor<Byte, Output> at, const Byte* end)
+{
+    const Byte* const next = at.mNext;
+    const std::size_t sequence = static_cast<std::size_t>(UTF8Length(*next));
+    const std::size_t head = WellFormedHead(next, sequence, static_cast<std::size_t>(end - next));
+    at.mNext += head;
+    if (sequence == 1 || head < sequence)
+    {
+        at.mOutput.Put(kReplacement);
+        return at;
+    }
+    unsigned int character = *next & (0xFFu >> (sequence + 1));
+    for (std::size_t i = 1; i < sequence; ++i)
+        character = character << 6 | (next[i] & 0x3Fu);
+    if (character > 0xFFFF)
+    {
+        at.mOutput.Put(static_cast<Unit>(0xD7C0 + (character >> 10)));
+        character = 0xDC00 | (character & 0x3FF);
+    }
+    at.mOutput.Put(static_cast<Unit>(character));
+    return at;
+}
+
+// Puts the first `count` bytes of a number, the lowest first.
+template <class Number, class Output>
+void PutBytes(Number number, std::size_t count, Output& output)
+{
+    Byte bytes[sizeof(number)];
+    std::memcpy(bytes, &number, sizeof(number));
+    output.template PutHead<sizeof(number)>(bytes, count);
+}
+
+template <class Output> void PutLead(unsigned int byte, Output& output)
+{
+    output.Put(static_cast<Byte>(byte));
+}
+
+template <class Output> void PutContinuation(unsigned int bits, Output& output)
+{
+    output.Put(static_cast<Byte>(0x80 | (bits & 0x3F)));
+}
+
+// Converts fours of characters of two bytes.
+template <class Output>
+Cursor<Unit, Output> PutFoursOfTwo(Cursor<Unit, Output> at, const Unit* stop)
+{
+    while (stop - at.mNext >= 4)
+    {
+        std::uint64_t units;
+        std::memcpy(&units, at.mNext, sizeof(units));
+        // In each lane: the unit is below 0x800, and is not ASCII, since then the sum carries
+        // into bit 11.
+        const std::uint64_t carries = (units & 0x0780 * kFourLanes) + 0x0780 * kFourLanes;
+        if (units & 0xF800 * kFourLanes || ~carries & 0x0800 * kFourLanes)
+            break;
+        const std::uint64_t bytes = 0x80C0 * kFourLanes | (units >> 6 & 0x001F * kFourLanes) |
+                                    (units << 8 & 0x3F00 * kFourLanes);
+        PutBytes(bytes, 8, at.mOutput);
+        at.mNext += 4;
+    }
+    return at;
+}
+
+// Converts characters of two bytes and single ASCII characters between them.
+template <class Output> Cursor<Unit, Output> PutTwos(Cursor<Unit, Output> at, const Unit* stop)
+{
+    const Unit* const last = stop - 1;
+    for (; kLittleEndian; ++at.mNext)
+    {
+        at = PutFoursOfTwo(at, stop);
+        if (at.mNext >= last || *at.mNext >= 0x800)
+            break;
+        const unsigned int unit = *at.mNext;
+        const unsigned int bytes = 0x80C0 | unit >> 6 | (unit & 0x3F) << 8;
+        if (unit >= 0x80)
+            PutBytes(static_cast<std::uint16_t>(bytes), 2, at.mOutput);
+        else if (at.mNext[1] >= 0x80)
+            at.mOutput.Put(static_cast<Byte>(unit));
+        else
+            break;
+    }
+    return at;
+}
+
+// Converts pairs of characters of three bytes. The two units that are left before `stop`
+// overwrite the unspecified bytes.
+template <class Output> Cursor<Unit, Output> PutThrees(Cursor<Unit, Output> at, const Unit* stop)
+{
+    while (kLittleEndian && stop - at.mNext >= 4 && IsOfThree(at.mNext[0]) &&
+           IsOfThree(at.mNext[1]))
+    {
+        const std::uint64_t lanes = at.mNext[0] | std::uint64_t(at.mNext[1]) << 24;
+        const std::uint64_t bytes = 0x8080E0 * kBothLanes | (lanes >> 12 & 0x0F * kBothLanes) |
+                                    (lanes << 2 & 0x3F00 * kBothLanes) |
+                                    (lanes << 16 & 0x3F0000 * kBothLanes);
+        PutBytes(bytes, 6, at.mOutput);
+        at.mNext += 2;
+    }
+    return at;
+}
+
+// The cursor is at the second half of the pair.
+template <class Output> Cursor<Unit, Output> PutPair(Cursor<Unit, Output> at)
+{
+    const unsigned int character =
+        0x10000 + ((at.mNext[-1] & 0x3FFu) << 10 | (at.mNext[0] & 0x3FFu));
+    PutLead(0xF0 | character >> 18, at.mOutput);
+    PutContinuation(character >> 12, at.mOutput);
+    PutContinuation(character >> 6, at.mOutput);
+    PutContinuation(character, at.mOutput);
+    ++at.mNext;
+    return at;
+}
+
+template <class Output> Cursor<Unit, Output> PutCharacter(Cursor<Unit, Output> at, const Unit* end)
+{
+    unsigned int character = *at.mNext++;
+    if (character < 0x800)
+    {
+        PutLead(0xC0 | character >> 6, at.mOutput);
+        PutContinuation(character, at.mOutput);
+        return at;
+    }
+    if ((character & 0xF800) == 0xD800)
+    {
+        if (IsHighSurrogate(character) && at.mNext != end && IsLowSurrogate(*at.mNext))
+            return PutPair(at);
+        character = kReplacement;
+    }
+    PutLead(0xE0 | character >> 12, at.mOutput);
+    PutContinuation(character >> 6, at.mOutput);
+    PutContinuation(character, at.mOutput);
+    return at;
+}
+
+// Converts in the direction that the type of the source selects.
+struct UTF8Converter
+{
+    template <class Source, class Output>
+    Cursor<Source, Output> Run(Cursor<Source, Output> at, const Source* stop,
+                               const Source* end) const
+    {
+        return PutText(at, stop, [=](Cursor<Source, Output> next) {
+            const Source* const start = next.mNext;
+            next = PutTwos(next, stop);
+            next = PutThrees(next, stop);
+            return next.mNext == start ? PutCharacter(next, end) : next;
+        });
+    }
+};
+} // namespace
 
 std::size_t FromUTF8(const Byte* bytes, std::size_t length, Unit* units, std::size_t capacity)
 {
-    return Fill(kDecoder, bytes, length, units, capacity);
-}
-
-std::size_t CountToUTF8(const Unit* units, std::size_t length)
-{
-    return Count(kEncoder, units, length);
+    return Convert<1>(UTF8Converter(), bytes, length, units, capacity);
 }
 
 std::size_t ToUTF8(const Unit* units, std::size_t length, Byte* bytes, std::size_t capacity)
 {
-    return Fill(kEncoder, units, length, bytes, capacity);
+    return Convert<3>(UTF8Converter(), units, length, bytes, capacity);
 }
 } // namespace win32

@@ -19,7 +19,6 @@
 
 #include <platform/base/immortal.h>
 #include <platform/base/quiet_new.h>
-#include <win32/text.h>
 
 #include "../private/switches.h"
 
@@ -27,11 +26,12 @@ namespace win32
 {
 namespace
 {
-const unsigned int kErrorInvalidAddress = 487;
-const std::size_t kGranularity = 0x10000; // bytes; where a reservation may start
+const std::size_t kGranularity = 0x10000; // bytes; reservations start on multiples
 
-std::atomic<unsigned long long> sTotalPhysical(0); // 0: the real figure
+// Set by a switch; with 0 the system's figure is used.
+std::atomic<unsigned long long> sTotalPhysical(0);
 std::atomic<unsigned long long> sAvailablePhysical(0);
+
 std::atomic<unsigned int> sCompactions(0);
 
 boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
@@ -42,8 +42,7 @@ std::map<void*, std::size_t>& Reservations()
     return *reservations;
 }
 
-// Maps a little more than asked for and gives back what stands outside the
-// granularity.
+// Maps the size and one granule more, and unmaps the ends that are not aligned.
 void* MapAligned(std::size_t size, int protection)
 {
     const std::size_t span = size + kGranularity;
@@ -62,13 +61,14 @@ void* MapAligned(std::size_t size, int protection)
     return start + before;
 }
 
-void* Fail(unsigned int error)
+void* FailWithNull(unsigned int error)
 {
     SetLastError(error);
     return nullptr;
 }
 
-// In bytes. It doesn't change while the process runs, and the budget asks often.
+// Returns bytes. The figure is kept: it does not change while the process runs, and the budget
+// reads it often.
 unsigned long long InstalledMemory()
 {
     static const unsigned long long sInstalled = [] {
@@ -79,7 +79,7 @@ unsigned long long InstalledMemory()
     return sInstalled;
 }
 
-// In bytes, 0 if the system doesn't tell.
+// Returns bytes; 0 if the system has no figure.
 unsigned long long AvailableMemory()
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> info(std::fopen("/proc/meminfo", "r"),
@@ -102,13 +102,13 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
     if (address || !size || (type & kMemReserve) == 0 ||
         (type & ~(kMemReserve | kMemCommit | kMemTopDown)) != 0 ||
         (access ? (type & kMemCommit) == 0 : protection != kPageNoAccess))
-        return Fail(kErrorInvalidParameter);
+        return FailWithNull(kErrorInvalidParameter);
     if (size > SIZE_MAX - kGranularity)
-        return Fail(kErrorNotEnoughMemory);
+        return FailWithNull(kErrorNotEnoughMemory);
     const std::size_t whole = (size + kPage - 1) / kPage * kPage;
     void* start = MapAligned(whole, access ? PROT_READ | PROT_WRITE : PROT_NONE);
     if (!start)
-        return Fail(kErrorNotEnoughMemory);
+        return FailWithNull(kErrorNotEnoughMemory);
     try
     {
         const platform::ScQuietLock<boost::mutex> lock(sReservationsLock);
@@ -118,29 +118,20 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
     catch (const std::bad_alloc&)
     {
         munmap(start, whole);
-        return Fail(kErrorNotEnoughMemory);
+        return FailWithNull(kErrorNotEnoughMemory);
     }
 }
 
 int VirtualFree(void* address, std::size_t size, unsigned int type)
 {
     if (size || type != kMemRelease)
-    {
-        SetLastError(kErrorInvalidParameter);
-        return 0;
-    }
+        return Fail(kErrorInvalidParameter);
     boost::lock_guard<boost::mutex> lock(sReservationsLock);
     const auto found = Reservations().find(address);
     if (found == Reservations().end())
-    {
-        SetLastError(kErrorInvalidAddress);
-        return 0;
-    }
+        return Fail(kErrorInvalidAddress);
     if (munmap(address, found->second) != 0)
-    {
-        SetLastError(kErrorNotEnoughMemory); // for the pieces that the rest falls into
-        return 0;
-    }
+        return Fail(kErrorNotEnoughMemory); // the system can't split its range once more
     Reservations().erase(found);
     return 1;
 }
@@ -153,7 +144,7 @@ int _heapmin()
 
 void* GetProcessHeap()
 {
-    static char sProcessHeap; // the C library's, which has no address of its own
+    static char sProcessHeap; // represents the C library's heap, which has no address
     return &sProcessHeap;
 }
 
@@ -202,7 +193,7 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available)
 
 int IsBadReadPtr(const void* address, std::size_t size)
 {
-    // The kernel reads it for us, and says so where it can't.
+    // The kernel reads the memory, and fails where a read here would fault.
     char scratch[256];
     const char* next = static_cast<const char*>(address);
     while (size > 0)

@@ -1,16 +1,68 @@
 #include <win32/process.h>
 
+#include <csignal>
+#include <cstring>
 #include <iterator>
+#include <memory>
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
-#include "status_figures.h"
+#include <platform/base/printable.h>
+#include <platform/base/switched_function.h>
+
+#include "../private/switches.h"
 
 namespace win32
 {
+namespace
+{
+typedef platform::SwitchedFunction<void(const char*)> Sink;
+Sink& sSink = *new Sink;
+
+// A figure that the system keeps of the process.
+struct StatusFigure
+{
+    const char* mLabel; // with its colon
+    std::size_t mValue;
+};
+
+void ParseLine(const char* line, StatusFigure& figure)
+{
+    std::size_t value = 0;
+    const std::size_t length = std::strlen(figure.mLabel);
+    if (std::strncmp(line, figure.mLabel, length) == 0 &&
+        std::sscanf(line + length, "%zu", &value) == 1)
+        figure.mValue = value;
+}
+
+// Reads figures from /proc/self/status, in the units of that file. A figure that the file
+// lacks keeps its value. Returns false if the file can't be read.
+bool ReadStatusFigures(StatusFigure* figures, std::size_t count)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> status(
+        std::fopen("/proc/self/status", "r"), &std::fclose);
+    if (!status)
+        return false;
+    char line[128];
+    while (std::fgets(line, sizeof(line), status.get()))
+    {
+        for (std::size_t i = 0; i < count; ++i)
+            ParseLine(line, figures[i]);
+    }
+    return true;
+}
+} // namespace
+
 void* GetCurrentProcess()
 {
     return reinterpret_cast<void*>(~std::size_t(0));
+}
+
+unsigned int GetCurrentProcessId()
+{
+    return static_cast<unsigned int>(getpid());
 }
 
 int GetProcessMemoryInfo(void* process, PROCESS_MEMORY_COUNTERS* counters, unsigned int size)
@@ -36,5 +88,42 @@ int GetProcessMemoryInfo(void* process, PROCESS_MEMORY_COUNTERS* counters, unsig
     counters->WorkingSetSize = kilobytes[kResident].mValue << 10;
     counters->PagefileUsage = (kilobytes[kAnonymous].mValue + kilobytes[kSwapped].mValue) << 10;
     return 1;
+}
+
+int IsDebuggerPresent()
+{
+    StatusFigure tracer = {"TracerPid:", 0};
+    return ReadStatusFigures(&tracer, 1) && tracer.mValue != 0;
+}
+
+void DebugBreak()
+{
+    std::raise(SIGTRAP);
+}
+
+void OutputDebugStringA(const char* text)
+{
+    if (!text)
+        return;
+    if (const auto sink = sSink.Get())
+        (*sink)(text);
+    else
+        platform::WritePrintable(stderr, text, "\t\r\n");
+}
+
+void SetDebugStringSink(const Sink::Function& sink)
+{
+    sSink.Set(sink);
+}
+
+std::FILE* OpenPrivateLog(const char* path)
+{
+    const mode_t kForThisUser = 0600;
+    const int descriptor =
+        open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, kForThisUser);
+    std::FILE* const file = descriptor < 0 ? nullptr : fdopen(descriptor, "a");
+    if (!file && descriptor >= 0)
+        close(descriptor);
+    return file;
 }
 } // namespace win32

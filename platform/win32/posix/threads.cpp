@@ -19,7 +19,7 @@ namespace
 const std::size_t kLongestThreadName = 15; // bytes, the system's limit
 const unsigned int kCallingThread = 0xFFFFFFFFu;
 
-PLATFORM_THREAD_LOCAL unsigned int tThreadId = 0; // until it is asked for
+PLATFORM_THREAD_LOCAL unsigned int tThreadId = 0; // 0 until the first call
 
 void NameCallingThread(const char* name)
 {
@@ -30,7 +30,7 @@ void NameCallingThread(const char* name)
     pthread_setname_np(pthread_self(), cut);
 }
 
-// How far a priority lies from the process's niceness.
+// Returns the distance from the niceness of the process.
 int NicenessOf(int priority)
 {
     const int kStep = 5;
@@ -48,11 +48,6 @@ unsigned int GetCurrentThreadId()
     return tThreadId;
 }
 
-unsigned int GetCurrentProcessId()
-{
-    return static_cast<unsigned int>(getpid());
-}
-
 void* GetCurrentThread()
 {
     return reinterpret_cast<void*>(~std::size_t(1));
@@ -62,7 +57,8 @@ int SetThreadPriority(void* thread, int priority)
 {
     if (thread != GetCurrentThread())
         return 0;
-    const int niceness = getpriority(PRIO_PROCESS, GetCurrentProcessId()) + NicenessOf(priority);
+    const int niceness =
+        getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())) + NicenessOf(priority);
     return setpriority(PRIO_PROCESS, GetCurrentThreadId(), niceness) == 0;
 }
 

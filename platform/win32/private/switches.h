@@ -1,4 +1,4 @@
-// The switches of the operating system's operations, for platform/control.h.
+// The switches that each operating system defines, for platform/control.h.
 
 #ifndef WIN32_PRIVATE_SWITCHES_H
 #define WIN32_PRIVATE_SWITCHES_H

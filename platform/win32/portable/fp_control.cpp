@@ -1,3 +1,6 @@
+// The control word of floating-point arithmetic, in the registers of the processor or through
+// the C library. The same source serves each operating system.
+
 #include <win32/runtime.h>
 
 #include <iterator>
@@ -12,7 +15,7 @@ namespace win32
 {
 namespace
 {
-// Pairs a bit of the control word with the machine's.
+// A bit of the control word and the machine's bit of the same meaning.
 struct Bit
 {
     unsigned int mWord;
@@ -36,25 +39,24 @@ unsigned int FromMachine(unsigned int machine, const Bit* bits, std::size_t coun
 }
 
 #if defined(__x86_64__)
-// In the word of the vector unit, which does all arithmetic but that of long
-// double.
+// Bits of the vector unit, which does all arithmetic except that of long double.
 const Bit kExceptions[] = {{kEMInvalid, 0x80},   {kEMDenormal, 0x100},  {kEMZeroDivide, 0x200},
                            {kEMOverflow, 0x400}, {kEMUnderflow, 0x800}, {kEMInexact, 0x1000}};
 const unsigned int kExceptionBits = 0x1F80;
-const unsigned int kFlags = 0x3F; // exceptions that have happened
+const unsigned int kFlags = 0x3F; // exceptions that have occurred
 const unsigned int kZeroOperands = 0x40;
 const unsigned int kZeroResults = 0x8000;
 const unsigned int kRoundingShift = 13 - 8;
 
-// The old unit, which long double and the C library's idea of rounding use, has the
-// exceptions seven bits and the rounding three bits lower.
-void SetOldUnit(unsigned int machine)
+// The x87 unit serves long double and the C library's rounding functions. Its control word has
+// the exceptions seven bits lower and the rounding three bits lower.
+void SetX87Unit(unsigned int machine)
 {
     unsigned short word = 0;
     asm volatile("fnstcw %0" : "=m"(word));
     word = static_cast<unsigned short>((word & ~0xC3Fu) | (machine & kExceptionBits) >> 7 |
                                        (machine & 0x6000) >> 3);
-    // What has happened while it was masked isn't to arrive now.
+    // Clears the exceptions that occurred while they were masked: they must not be raised now.
     asm volatile("fnclex\n\tfldcw %0" : : "m"(word));
 }
 
@@ -91,7 +93,7 @@ void Write(unsigned int word)
     const unsigned int machine = DenormalBits(word) | (word & kMcwRC) << kRoundingShift |
                                  ToMachine(word, kExceptions, std::size(kExceptions));
     _mm_setcsr(machine | (_mm_getcsr() & kFlags));
-    SetOldUnit(machine);
+    SetX87Unit(machine);
 }
 #else
 const Bit kExceptions[] = {{kEMInvalid, FE_INVALID},

@@ -1,21 +1,17 @@
-#include <win32/messages.h>
+#include <win32/errors.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include <unistd.h>
-
-#include "../private/switches.h"
+#include <platform/base/thread_local.h>
 
 namespace win32
 {
 namespace
 {
-std::atomic<unsigned int> sBeeps(0);
+PLATFORM_THREAD_LOCAL unsigned int tLastError = 0;
 
 struct ResultText
 {
@@ -43,13 +39,13 @@ const ErrorNumber kErrorNumbers[] = {
     {145, ENOTEMPTY}, {183, EEXIST}, {206, ENAMETOOLONG}, {995, ECANCELED}, {1460, ETIMEDOUT},
 };
 
-// Codes that carry one of the system's plain error numbers.
+// Removes the prefix of a result code that contains a plain error code.
 unsigned int PlainCode(unsigned int code)
 {
     return code >> 16 == 0x8007 ? code & 0xFFFF : code;
 }
 
-// ASCII, in whatever locale the host has set; null if there is none.
+// Returns the text in ASCII, whatever locale the host has set; null for an unknown code.
 const char* SystemText(unsigned int code)
 {
     for (const ResultText& row : kResultTexts)
@@ -67,12 +63,14 @@ const char* SystemText(unsigned int code)
 }
 } // namespace
 
-int MessageBeep(unsigned int)
+unsigned int GetLastError()
 {
-    sBeeps.fetch_add(1);
-    if (isatty(STDERR_FILENO))
-        std::fputc('\a', stderr);
-    return 1;
+    return tLastError;
+}
+
+void SetLastError(unsigned int error)
+{
+    tLastError = error;
 }
 
 unsigned int FormatMessageW(unsigned int flags, const void*, unsigned int code, unsigned int,
@@ -81,13 +79,13 @@ unsigned int FormatMessageW(unsigned int flags, const void*, unsigned int code, 
     if (!buffer)
         return 0;
     *buffer = nullptr;
-    const char* text = SystemText(code);
+    const char* const text = SystemText(code);
     if (flags != (kFormatAllocateBuffer | kFormatIgnoreInserts | kFormatFromSystem) || !text)
         return 0;
     const char kEnd[] = ".\r\n";
     const std::size_t textLength = std::strlen(text);
     const std::size_t length = textLength + sizeof(kEnd) - 1;
-    unsigned short* units =
+    unsigned short* const units =
         static_cast<unsigned short*>(std::malloc((length + 1) * sizeof(unsigned short)));
     if (!units)
         return 0;
@@ -101,15 +99,5 @@ void* LocalFree(void* block)
 {
     std::free(block);
     return nullptr;
-}
-
-unsigned int BeepCount()
-{
-    return sBeeps;
-}
-
-void ResetBeepCount()
-{
-    sBeeps = 0;
 }
 } // namespace win32

@@ -1,0 +1,300 @@
+#include <win32/machine.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+
+#include <limits.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#endif
+
+#include <platform/base/code_units.h>
+#include <platform/base/quiet_new.h>
+#include <win32/text.h>
+
+#include "../private/switches.h"
+
+namespace win32
+{
+namespace
+{
+typedef std::basic_string<unsigned short> Name;
+
+const std::size_t kHostNameRoom = HOST_NAME_MAX + 2; // bytes
+const unsigned int kLongestMachineName = 31;         // units
+const std::size_t kLongestUserEntry = 1 << 20;       // bytes
+const unsigned int kMostProcessors = 1 << 16;        // a limit for damaged lists
+const char kProcessorFolder[] = "/sys/devices/system/cpu";
+
+// A name that replaces the system's while it is set.
+struct NameOverride
+{
+    bool mIsSet;
+    std::string mName;
+};
+
+// Never destroyed: threads may still call while the process exits.
+boost::mutex& sLock = *new boost::mutex; // guards the three variables below
+NameOverride& sMachine = *new NameOverride();
+NameOverride& sUser = *new NameOverride();
+std::string& sFolder = *new std::string(kProcessorFolder);
+
+Name FromUTF8(const std::string& bytes)
+{
+    Name name(bytes.size(), 0); // no more units than bytes
+    const int length = bytes.empty() ? 0
+                                     : MultiByteToWideChar(kCodePageUTF8, 0, bytes.data(),
+                                                           static_cast<int>(bytes.size()), &name[0],
+                                                           static_cast<int>(name.size()));
+    name.resize(static_cast<std::size_t>(length));
+    return name;
+}
+
+std::string HostName()
+{
+    char name[kHostNameRoom] = {};
+    return gethostname(name, sizeof(name)) == 0 ? name : "";
+}
+
+std::string UserName()
+{
+    std::vector<char> room(1024);
+    passwd entry;
+    passwd* found = nullptr;
+    while (getpwuid_r(geteuid(), &entry, room.data(), room.size(), &found) == ERANGE &&
+           room.size() < kLongestUserEntry)
+        room.resize(room.size() * 2);
+    return found && found->pw_name ? found->pw_name : "";
+}
+
+std::string Resolve(const NameOverride& replacement, std::string (*systemName)())
+{
+    {
+        const platform::ScQuietLock<boost::mutex> lock(sLock);
+        if (replacement.mIsSet)
+            return replacement.mName;
+    }
+    return systemName();
+}
+
+// Cuts a name to the longest machine name without splitting a surrogate pair.
+void CutLabel(Name& label)
+{
+    if (label.size() <= kLongestMachineName)
+        return;
+    const bool endsInside = platform::IsHighSurrogate(label[kLongestMachineName - 1]);
+    label.resize(kLongestMachineName - (endsInside ? 1 : 0));
+}
+
+// Fails with `tooSmall` if the name and its terminator don't fit.
+int Store(const Name& found, unsigned int tooSmall, bool countsTerminator, unsigned short* name,
+          unsigned int* size)
+{
+    if (found.empty())
+        return Fail(kErrorNotFound);
+    const unsigned int length = static_cast<unsigned int>(found.size());
+    if (!name || *size < length + 1)
+    {
+        *size = length + 1;
+        return Fail(tooSmall);
+    }
+    std::copy_n(found.c_str(), length + 1, name);
+    *size = countsTerminator ? length + 1 : length;
+    return 1;
+}
+
+void Set(NameOverride& replacement, const char* name)
+{
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    replacement.mIsSet = name != nullptr;
+    replacement.mName = name ? name : "";
+}
+
+std::string ProcessorFolder()
+{
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    return sFolder;
+}
+
+// Reads one "first-last" or "number" of a list. Returns false if there is none.
+bool ReadRange(std::FILE* file, unsigned int* first, unsigned int* last)
+{
+    if (std::fscanf(file, "%u", first) != 1)
+        return false;
+    *last = *first;
+    const int next = std::fgetc(file);
+    if (next != '-')
+    {
+        std::ungetc(next, file);
+        return true;
+    }
+    return std::fscanf(file, "%u", last) == 1 && *last >= *first;
+}
+
+// Returns the numbers of a list such as "0-3,8,10-11"; none if the list can't be read.
+std::vector<unsigned int> ReadList(const std::string& path)
+{
+    std::vector<unsigned int> numbers;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "r"),
+                                                               &std::fclose);
+    unsigned int first = 0;
+    unsigned int last = 0;
+    while (file && ReadRange(file.get(), &first, &last))
+    {
+        if (last >= kMostProcessors)
+            return std::vector<unsigned int>();
+        for (unsigned int number = first; number <= last; ++number)
+            numbers.push_back(number);
+        if (std::fgetc(file.get()) != ',')
+            break;
+    }
+    return numbers;
+}
+
+// Returns the count of logical processors of each core; nothing if the system does not describe
+// its processors.
+std::vector<unsigned int> CoreSizes(const std::string& folder)
+{
+    std::vector<unsigned int> sizes;
+    const std::vector<unsigned int> online = ReadList(folder + "/online");
+    std::vector<bool> counted(kMostProcessors);
+    for (unsigned int processor : online)
+    {
+        if (counted[processor])
+            continue;
+        const std::string cpu = folder + "/cpu" + std::to_string(processor);
+        unsigned int size = 0;
+        for (unsigned int sibling : ReadList(cpu + "/topology/thread_siblings_list"))
+        {
+            size += !counted[sibling];
+            counted[sibling] = true;
+        }
+        if (!counted[processor])
+            return std::vector<unsigned int>(); // a core without its own processor
+        sizes.push_back(size);
+    }
+    return sizes;
+}
+} // namespace
+
+int GetComputerNameW(unsigned short* name, unsigned int* size)
+{
+    if (!size)
+        return Fail(kErrorInvalidParameter);
+    try
+    {
+        const std::string host = Resolve(sMachine, &HostName);
+        Name label = FromUTF8(host.substr(0, host.find('.')));
+        CutLabel(label);
+        return Store(label, kErrorBufferOverflow, false, name, size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Fail(kErrorNotEnoughMemory);
+    }
+}
+
+int GetUserNameW(unsigned short* name, unsigned int* size)
+{
+    if (!size)
+        return Fail(kErrorInvalidParameter);
+    try
+    {
+        return Store(FromUTF8(Resolve(sUser, &UserName)), kErrorInsufficientBuffer, true, name,
+                     size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Fail(kErrorNotEnoughMemory);
+    }
+}
+
+void SetNames(const char* machine, const char* user)
+{
+    Set(sMachine, machine);
+    Set(sUser, user);
+}
+
+int gethostname(char* name, int size)
+{
+    if (!name || size <= 0)
+        return -1;
+    char whole[kHostNameRoom] = {};
+    if (::gethostname(whole, sizeof(whole) - 1) != 0)
+        return -1;
+    const std::size_t room = static_cast<std::size_t>(size) - 1;
+    const std::size_t length = std::strlen(whole);
+    const std::size_t copied = std::min(length, room);
+    std::memcpy(name, whole, copied);
+    name[copied] = 0;
+    return length <= room ? 0 : -1;
+}
+
+void __cpuidex(int registers[4], int leaf, int subleaf)
+{
+    unsigned int a = 0;
+    unsigned int b = 0;
+    unsigned int c = 0;
+    unsigned int d = 0;
+#if defined(__x86_64__) || defined(__i386__)
+    if (!__get_cpuid_count(static_cast<unsigned int>(leaf), static_cast<unsigned int>(subleaf), &a,
+                           &b, &c, &d))
+        a = b = c = d = 0;
+#else
+    (void)leaf;
+    (void)subleaf;
+#endif
+    registers[0] = static_cast<int>(a);
+    registers[1] = static_cast<int>(b);
+    registers[2] = static_cast<int>(c);
+    registers[3] = static_cast<int>(d);
+}
+
+int GetLogicalProcessorInformation(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer,
+                                   unsigned int* length)
+{
+    if (!length)
+        return Fail(kErrorInvalidParameter);
+    try
+    {
+        const std::vector<unsigned int> sizes = CoreSizes(ProcessorFolder());
+        if (sizes.empty())
+            return Fail(kErrorGeneralFailure);
+        const unsigned int room = *length;
+        *length = static_cast<unsigned int>(sizes.size() * sizeof(*buffer));
+        if (!buffer || room < *length)
+            return Fail(kErrorInsufficientBuffer);
+        unsigned int processor = 0;
+        for (unsigned int size : sizes)
+        {
+            *buffer = SYSTEM_LOGICAL_PROCESSOR_INFORMATION();
+            buffer->Relationship = kRelationProcessorCore;
+            for (; size > 0; --size)
+                buffer->ProcessorMask |= 1ull << (processor++ % 64);
+            ++buffer;
+        }
+        return 1;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Fail(kErrorNotEnoughMemory);
+    }
+}
+
+void SetProcessorFolder(const char* folder)
+{
+    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    sFolder = folder ? folder : kProcessorFolder;
+}
+} // namespace win32
