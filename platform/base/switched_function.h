@@ -7,8 +7,8 @@
 #include <memory>
 
 #include <boost/function.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
+
+#include "locks.h"
 
 namespace platform
 {
@@ -24,7 +24,7 @@ public:
         if (function)
             fresh = std::make_shared<const Function>(function);
         // The old one ends after the lock: what it holds may log too.
-        boost::lock_guard<boost::mutex> lock(mLock);
+        const ScLock lock(mLock);
         mFunction.swap(fresh);
         mInstalled = mFunction != nullptr;
     }
@@ -35,15 +35,15 @@ public:
     {
         if (!mInstalled.load(std::memory_order_relaxed))
             return nullptr;
-        boost::lock_guard<boost::mutex> lock(mLock);
+        const ScLock lock(mLock);
         return mFunction;
     }
 
     bool Installed() const { return mInstalled.load(std::memory_order_relaxed); }
 
 private:
-    mutable boost::mutex mLock; // guards mFunction
-    std::shared_ptr<const Function> mFunction;
+    mutable Mutex mLock;
+    std::shared_ptr<const Function> mFunction PLATFORM_GUARDED_BY(mLock);
     std::atomic<bool> mInstalled{false}; // spares callers the lock
 };
 } // namespace platform

@@ -5,10 +5,7 @@
 #ifndef KROBASE_DEBUG_H
 #define KROBASE_DEBUG_H
 
-#include <map>
 #include <string>
-
-#include <boost/thread/mutex.hpp>
 
 #include <platform/base/export.h>
 
@@ -31,9 +28,6 @@ public:
 
 private:
     DebugDatabase() = default;
-
-    mutable boost::mutex mLock; // guards mEntries
-    std::map<std::string, std::string> mEntries;
 };
 
 // Changes whenever the trace settings change. Never negative.

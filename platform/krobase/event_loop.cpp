@@ -4,13 +4,12 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 
 #include <boost/make_shared.hpp>
 
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 #include <platform/base/thread_local.h>
 #include <win32/message_queue.h>
 #include <win32/threads.h>
@@ -24,7 +23,6 @@ namespace threads
 namespace
 {
 typedef boost::function<void()> Function;
-typedef platform::ScQuietLock<std::mutex> Lock;
 typedef std::chrono::steady_clock Clock;
 typedef std::map<unsigned long long, Function> Delayed; // by timer
 
@@ -39,7 +37,7 @@ public:
     void Post(const Function& function)
     {
         std::list<Function> posted{function};
-        Lock lock(mLock);
+        const platform::ScLock lock(mLock);
         mReady.splice(mReady.end(), posted);
         if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
             return;
@@ -53,7 +51,7 @@ public:
     {
         std::list<Function> next;
         {
-            Lock lock(mLock);
+            const platform::ScLock lock(mLock);
             if (mReady.empty())
                 return;
             next.splice(next.end(), mReady, mReady.begin());
@@ -88,19 +86,21 @@ public:
 
 private:
     void* const mWindow;
-    std::mutex mLock; // guards mReady
-    std::list<Function> mReady;
+    platform::Mutex mLock;
+    std::list<Function> mReady PLATFORM_GUARDED_BY(mLock);
     Delayed mDelayed;
     unsigned long long mLastTimer = 0;
 };
 
-// Guards the loops by window. Neither is ever destroyed.
-std::mutex& sLoopsLock = *new std::mutex;
-std::map<void*, std::weak_ptr<Loop>>& sLoops = *new std::map<void*, std::weak_ptr<Loop>>;
+typedef std::map<void*, std::weak_ptr<Loop>> Loops; // by window
+
+// Never destroyed: threads end until the process does.
+platform::Mutex sLoopsLock;
+Loops& sLoops PLATFORM_GUARDED_BY(sLoopsLock) = *new Loops;
 
 std::shared_ptr<Loop> FindLoop(void* window)
 {
-    Lock lock(sLoopsLock);
+    const platform::ScLock lock(sLoopsLock);
     const auto found = sLoops.find(window);
     return found != sLoops.end() ? found->second.lock() : nullptr;
 }
@@ -147,14 +147,14 @@ class EventLoopAdaptor : public AsyncEventLoopAdaptor
 public:
     EventLoopAdaptor()
     {
-        Lock lock(sLoopsLock);
+        const platform::ScLock lock(sLoopsLock);
         sLoops[mWindow.get()] = mLoop;
     }
 
     ~EventLoopAdaptor() override
     {
         {
-            Lock lock(sLoopsLock);
+            const platform::ScLock lock(sLoopsLock);
             sLoops.erase(mWindow.get());
         }
         // Only its own thread may destroy a window.

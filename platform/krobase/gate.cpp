@@ -14,15 +14,21 @@ Gate::~Gate() = default;
 
 void Gate::Open()
 {
-    std::lock_guard<std::mutex> lock(mLock);
+    const platform::ScLock lock(mLock);
     mOpen = true;
-    mOpened.notify_all();
+    mOpened.NotifyAll();
 }
 
 bool Gate::PassThrough(int timeout) const
 {
-    std::unique_lock<std::mutex> lock(mLock);
-    return mOpened.wait_for(lock, std::chrono::milliseconds(timeout), [this] { return mOpen; });
+    const auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+    const platform::ScLock lock(mLock);
+    while (!mOpen)
+    {
+        if (!mOpened.WaitUntil(mLock, due))
+            return mOpen;
+    }
+    return true;
 }
 
 OpenOnceGate::OpenOnceGate() : mGate(boost::make_shared<Gate>(false)), mWeakGate(mGate) {}

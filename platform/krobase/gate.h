@@ -3,14 +3,12 @@
 #ifndef KROBASE_GATE_H
 #define KROBASE_GATE_H
 
-#include <condition_variable>
-#include <mutex>
-
 #include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
 #include <platform/base/export.h>
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -30,10 +28,9 @@ public:
     bool PassThrough(int timeout) const;
 
 private:
-    // Not boost's: their waits can be interrupted.
-    mutable std::mutex mLock; // guards mOpen
-    mutable std::condition_variable mOpened;
-    bool mOpen;
+    mutable platform::Mutex mLock;
+    mutable platform::Condition mOpened;
+    bool mOpen PLATFORM_GUARDED_BY(mLock);
 };
 
 // A gate that its opener lets go of: once that is done there is nothing left to

@@ -3,9 +3,9 @@
 #include <map>
 #include <string_view>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
+
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -16,16 +16,15 @@ namespace
 typedef boost::shared_ptr<const std::string> SharedText;
 typedef std::map<std::string_view, boost::weak_ptr<const std::string>> TextTable;
 
-// Guards the table of living texts, whose keys are views of them. Nothing is
-// allocated under it: a new that fails may run a handler that makes texts
-// itself. Neither is ever destroyed: static strings end late.
-boost::mutex& sTextLock = *new boost::mutex;
-TextTable& sTexts = *new TextTable;
+// The living texts. The keys are views of the texts. The table is never destroyed: static
+// strings end late.
+platform::Mutex sTextLock;
+TextTable& sTexts PLATFORM_GUARDED_BY(sTextLock) = *new TextTable;
 
 void Forget(const std::string* text)
 {
     {
-        boost::lock_guard<boost::mutex> lock(sTextLock);
+        const platform::ScLock lock(sTextLock);
         const auto found = sTexts.find(*text);
         // A successor of the same text may stand there already.
         if (found != sTexts.end() && found->second.expired())
@@ -36,7 +35,7 @@ void Forget(const std::string* text)
 
 SharedText Find(std::string_view text)
 {
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScLock lock(sTextLock);
     const auto found = sTexts.find(text);
     return found != sTexts.end() ? found->second.lock() : SharedText();
 }
@@ -47,7 +46,7 @@ SharedText Enter(const SharedText& candidate)
 {
     TextTable entry;
     entry.emplace(*candidate, candidate);
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScLock lock(sTextLock);
     const auto found = sTexts.find(*candidate);
     if (found != sTexts.end())
     {

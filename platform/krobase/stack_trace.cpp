@@ -12,10 +12,9 @@
 #define BOOST_STACKTRACE_BACKTRACE_FORCE_STATIC
 #include <boost/stacktrace/frame.hpp>
 #include <boost/stacktrace/safe_dump_to.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include <platform/base/code_units.h>
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -23,7 +22,7 @@ namespace debug
 {
 namespace
 {
-boost::mutex& sLookUpLock = *new boost::mutex; // guards the state of the look-ups
+platform::Mutex sLookUpLock; // locked in each look-up: all threads share the state of the look-ups
 
 // What a look-up gives of the call that returns to the frame; nothing if it
 // fails. The call ends one byte before: the address itself may belong to the
@@ -35,7 +34,7 @@ template <class LookUp> auto OfCall(void* frame, LookUp lookUp)
         return Result();
     try
     {
-        const platform::ScQuietLock<boost::mutex> lock(sLookUpLock);
+        const platform::ScLock lock(sLookUpLock);
         return lookUp(boost::stacktrace::frame(static_cast<const char*>(frame) - 1));
     }
     catch (const std::exception&)

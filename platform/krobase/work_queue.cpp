@@ -50,12 +50,12 @@ void WorkQueue::Post(const Function& function, int delay)
     if (delay > 0)
         delayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(ready));
 
-    std::lock_guard<std::mutex> lock(mLock);
+    const platform::ScLock lock(mLock);
     if (delay > 0)
         mDelayed.insert(delayed.extract(delayed.begin()));
     else
         mReady.splice(mReady.end(), ready);
-    mChanged.notify_one();
+    mChanged.NotifyOne();
 }
 
 void WorkQueue::Run(const Function& atStart, const Function& atEnd)
@@ -72,21 +72,18 @@ void WorkQueue::Run(const Function& atStart, const Function& atEnd)
 void WorkQueue::RunFunctions()
 {
     Functions next;
-    std::unique_lock<std::mutex> lock(mLock);
-    while (TakeNext(lock, next))
+    while (TakeNext(next))
     {
-        lock.unlock();
         RunContained(next.front());
         next.clear(); // what it owns may post again as it ends
-        lock.lock();
     }
 }
 
 void WorkQueue::Close()
 {
-    std::lock_guard<std::mutex> lock(mLock);
+    const platform::ScLock lock(mLock);
     mClosed = true;
-    mChanged.notify_all();
+    mChanged.NotifyAll();
 }
 
 bool WorkQueue::RunsHere() const
@@ -94,23 +91,24 @@ bool WorkQueue::RunsHere() const
     return tRunning == this;
 }
 
-bool WorkQueue::TakeNext(std::unique_lock<std::mutex>& lock, Functions& next)
+bool WorkQueue::TakeNext(Functions& next)
 {
+    const platform::ScLock lock(mLock);
     while (!TakeDue(next))
     {
         if (mClosed)
             return false;
         if (mDelayed.empty())
         {
-            mChanged.wait(lock);
+            mChanged.Wait(mLock);
             continue;
         }
         const Clock::time_point due = mDelayed.begin()->first;
-        mChanged.wait_until(lock, due);
+        mChanged.WaitUntil(mLock, due);
     }
     // One call that wakes this thread may have stood for more than one function.
     if (!mReady.empty() || !mDelayed.empty())
-        mChanged.notify_one();
+        mChanged.NotifyOne();
     return true;
 }
 

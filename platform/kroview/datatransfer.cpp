@@ -1,8 +1,6 @@
 #include "datatransfer.h"
 
-#include <boost/thread/mutex.hpp>
-
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 
 #include "private/switches.h"
 
@@ -12,8 +10,9 @@ namespace
 {
 typedef krobase::utility::UTF16String UTF16String;
 
-boost::mutex& sClipboardLock = *new boost::mutex; // guards sClipboard; both stay for good
-UTF16String& sClipboard = *new UTF16String;
+// Never destroyed: static destructors may copy to the clipboard.
+platform::Mutex sClipboardLock;
+UTF16String& sClipboard PLATFORM_GUARDED_BY(sClipboardLock) = *new UTF16String;
 } // namespace
 
 namespace datatransfer
@@ -21,14 +20,14 @@ namespace datatransfer
 void NewClipboardSendData(const UTF16String& text)
 {
     UTF16String fresh = text;
-    const platform::ScQuietLock<boost::mutex> lock(sClipboardLock);
+    const platform::ScLock lock(sClipboardLock);
     sClipboard.swap(fresh);
 }
 } // namespace datatransfer
 
 UTF16String ClipboardText()
 {
-    const platform::ScQuietLock<boost::mutex> lock(sClipboardLock);
+    const platform::ScLock lock(sClipboardLock);
     return sClipboard;
 }
 

@@ -3,10 +3,7 @@
 #include <atomic>
 #include <utility>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 
 #include "private/switches.h"
 
@@ -29,13 +26,14 @@ struct Capture
     UI_NodeManager::CaptureEnd mOnEnd;
 };
 
-boost::mutex& sCaptureLock = *new boost::mutex; // guards sCapture; both stay for good
-Capture& sCapture = *new Capture;
+// Never destroyed: static destructors may end a capture.
+platform::Mutex sCaptureLock;
+Capture& sCapture PLATFORM_GUARDED_BY(sCaptureLock) = *new Capture;
 
 // Puts a capture in the place of the one that is given back.
 Capture ExchangeCapture(Capture capture)
 {
-    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    const platform::ScLock lock(sCaptureLock);
     std::swap(capture, sCapture);
     return capture;
 }
@@ -72,7 +70,7 @@ void UI_NodeManager::EndInputCapture(bool cancelled)
 
 bool UI_NodeManager::HasInputCapture() const
 {
-    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    const platform::ScLock lock(sCaptureLock);
     return sCapture.mIsHeld;
 }
 } // namespace ui

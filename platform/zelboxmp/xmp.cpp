@@ -2,10 +2,9 @@
 
 #include <atomic>
 #include <limits>
-#include <mutex>
 #include <new>
 
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 
 #include "private/packet.h"
 
@@ -14,8 +13,8 @@ using namespace zelboxmp;
 struct __XMPMeta__
 {
     std::atomic<unsigned int> mReferences{1};
-    std::mutex mLock; // guards mProperties
-    Properties mProperties;
+    platform::Mutex mLock;
+    Properties mProperties PLATFORM_GUARDED_BY(mLock);
 };
 
 namespace
@@ -47,7 +46,7 @@ bool IsEmpty(const char* text)
 
 std::string PacketOf(__XMPMeta__& metadata)
 {
-    const platform::ScQuietLock<std::mutex> lock(metadata.mLock);
+    const platform::ScLock lock(metadata.mLock);
     return MakePacket(metadata.mProperties);
 }
 } // namespace
@@ -64,7 +63,7 @@ __XMPMeta__* NewMetadata()
 void SetProperty(__XMPMeta__* metadata, const std::string& namespaceName, const std::string& name,
                  const std::string& value)
 {
-    const platform::ScQuietLock<std::mutex> lock(metadata->mLock);
+    const platform::ScLock lock(metadata->mLock);
     Properties& properties = metadata->mProperties;
     const auto space = properties.find(namespaceName);
     if (space != properties.end())

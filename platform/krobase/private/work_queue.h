@@ -4,13 +4,13 @@
 #define KROBASE_WORK_QUEUE_H
 
 #include <chrono>
-#include <condition_variable>
 #include <list>
 #include <map>
-#include <mutex>
 
 #include <boost/function.hpp>
 #include <boost/noncopyable.hpp>
+
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -45,14 +45,14 @@ private:
     void RunFunctions();
 
     // Waits for a function that is due. False if the queue is closed and none is.
-    bool TakeNext(std::unique_lock<std::mutex>& lock, Functions& next);
-    bool TakeDue(Functions& next);
+    bool TakeNext(Functions& next) PLATFORM_EXCLUDES(mLock);
+    bool TakeDue(Functions& next) PLATFORM_REQUIRES(mLock);
 
-    std::mutex mLock; // guards all below
-    std::condition_variable mChanged;
-    Functions mReady;
-    std::multimap<Clock::time_point, Functions> mDelayed; // one each
-    bool mClosed = false;
+    platform::Mutex mLock;
+    platform::Condition mChanged;
+    Functions mReady PLATFORM_GUARDED_BY(mLock);
+    std::multimap<Clock::time_point, Functions> mDelayed PLATFORM_GUARDED_BY(mLock); // one each
+    bool mClosed PLATFORM_GUARDED_BY(mLock) = false;
 };
 } // namespace threads
 } // namespace krobase
