@@ -1,5 +1,5 @@
-// Mutexes, scoped locks, and annotations by which clang proves that a variable is used only
-// while its mutex is locked. scripts/lint runs the proof; other compilers ignore the
+// Mutexes, scoped locks, and annotations with which clang proves that a variable is used only
+// while its mutex is locked. scripts/lint runs that analysis. Other compilers ignore the
 // annotations.
 //
 //     static platform::Mutex sLock;

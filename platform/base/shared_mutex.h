@@ -4,7 +4,7 @@
 //     static platform::SharedMutex sLock;
 //     static int sCount PLATFORM_GUARDED_BY(sLock) = 0;
 //     const platform::ScSharedLock lock(sLock);
-//     return sCount;
+//     const bool isEmpty = sCount == 0;
 //
 // Thread safety: all functions may be called on any thread.
 
@@ -17,9 +17,9 @@
 
 namespace platform
 {
-// One thread locks the mutex with ScLock, or several threads share the mutex with
-// ScSharedLock. A thread that waits in ScLock is ahead of later readers, so readers cannot
-// keep that thread out for ever. A thread that holds a share must not ask for a second share.
+// One thread locks the mutex with ScLock, or several threads share the mutex with ScSharedLock.
+// A thread that waits in ScLock has priority over later readers. REQUIRES: a thread that shares
+// the mutex does not share the mutex a second time.
 class PLATFORM_CAPABILITY SharedMutex
 {
 public:
