@@ -10,7 +10,7 @@
 #include <platform/base/switched_function.h>
 #include <win32/debug.h>
 
-#include "private/trace_switches.h"
+#include "private/switches.h"
 
 namespace krobase
 {

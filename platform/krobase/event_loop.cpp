@@ -26,14 +26,14 @@ typedef boost::function<void()> Function;
 typedef std::chrono::steady_clock Clock;
 typedef std::map<unsigned long long, Function> Delayed; // by timer
 
-// The functions of one adaptor. A message to the window stands for each that may
-// run, a timer of the window for each that is delayed.
+// The functions of one adaptor. The window has one message in its queue for each function that
+// may run, and one timer for each delayed function.
 class Loop : private boost::noncopyable
 {
 public:
     explicit Loop(void* window) : mWindow(window) {}
 
-    // What the function owns is neither copied nor ended under the lock.
+    // The copy of the function, and its destruction after a failure, are outside the lock.
     void Post(const Function& function)
     {
         std::list<Function> posted{function};
@@ -59,10 +59,10 @@ public:
         next.front()();
     }
 
-    // The rest runs on the loop's thread alone.
+    // The functions below run on the loop's thread only.
 
-    // Takes the one function over, with its node: nothing is left to fail here. If the
-    // system gives no timer it runs now, which is better than never.
+    // Moves the only node of `delayed`, so the function cannot be lost without memory. If the
+    // system refuses a timer, the function runs now.
     void Delay(Delayed& delayed, Clock::time_point due)
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
@@ -121,7 +121,7 @@ void* MakeWindow()
 {
     const unsigned short kClassName[] = {'E', 'v', 'e', 'n', 't', 'L', 'o', 'o', 'p', 0};
     const win32::WNDCLASSW windowClass = {&LoopProcedure, kClassName};
-    win32::RegisterClassW(&windowClass); // once; later ones find the name taken
+    win32::RegisterClassW(&windowClass); // fails after the first call: the name is taken
     void* const window =
         win32::CreateWindowExW(0, kClassName, kClassName, 0, 0, 0, 0, 0, win32::MessageOnlyParent(),
                                nullptr, nullptr, nullptr);
@@ -130,8 +130,8 @@ void* MakeWindow()
     return window;
 }
 
-// A number that no other thread of the process has, unlike the thread's id, which may come
-// again. 0 until the thread makes an adaptor.
+// The thread's number, 0 until the thread makes an adaptor. The system's thread id is no
+// alternative: a later thread may have the same id.
 PLATFORM_THREAD_LOCAL unsigned long long tThread = 0;
 std::atomic<unsigned long long> sThreads(0);
 
@@ -157,7 +157,7 @@ public:
             const platform::ScLock lock(sLoopsLock);
             sLoops.erase(mWindow.get());
         }
-        // Only its own thread may destroy a window.
+        // Only the thread of a window may destroy the window.
         if (!IsOwnThread())
             win32::PostMessageW(mWindow.release(), win32::kWmClose, 0, 0);
     }
@@ -168,7 +168,7 @@ public:
     {
         if (delay <= 0)
             return mLoop->Post(function);
-        // Run by the loop, which therefore lives then.
+        // The loop itself calls the function, so the pointer is valid then.
         Loop* const loop = mLoop.get();
         const auto due = Clock::now() + std::chrono::milliseconds(delay);
         const auto delayed = std::make_shared<Delayed>();

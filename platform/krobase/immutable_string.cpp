@@ -26,7 +26,7 @@ void Forget(const std::string* text)
     {
         const platform::ScLock lock(sTextLock);
         const auto found = sTexts.find(*text);
-        // A successor of the same text may stand there already.
+        // Another thread may have entered a new object with the same text.
         if (found != sTexts.end() && found->second.expired())
             sTexts.erase(found);
     }
@@ -40,8 +40,9 @@ SharedText Find(std::string_view text)
     return found != sTexts.end() ? found->second.lock() : SharedText();
 }
 
-// Enters the candidate, unless another thread has entered the same text. The
-// caller holds the candidate past the lock, which its end takes too.
+// Enters the candidate, and returns it. If another thread has entered the same text, returns
+// that text. The caller owns the candidate until after the lock, since the candidate's deleter
+// takes the lock, too.
 SharedText Enter(const SharedText& candidate)
 {
     TextTable entry;
@@ -52,7 +53,7 @@ SharedText Enter(const SharedText& candidate)
     {
         if (SharedText living = found->second.lock())
             return living;
-        sTexts.erase(found); // its key is a view of a text that is about to go
+        sTexts.erase(found); // the key is a view of a text that is about to be deleted
     }
     sTexts.merge(entry);
     return candidate;

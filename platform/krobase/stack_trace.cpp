@@ -6,8 +6,8 @@
 #include <exception>
 #include <string>
 
-// One state for all threads, under our own lock: one a thread, which is the other
-// choice, would read all debug information again for each and never free it.
+// All threads share one state of the look-ups, under a lock of ours. Boost's other choice, a
+// state for each thread, reads all debug information again for each thread and never frees it.
 #define BOOST_STACKTRACE_USE_BACKTRACE
 #define BOOST_STACKTRACE_BACKTRACE_FORCE_STATIC
 #include <boost/stacktrace/frame.hpp>
@@ -22,11 +22,11 @@ namespace debug
 {
 namespace
 {
-platform::Mutex sLookUpLock; // locked in each look-up: all threads share the state of the look-ups
+platform::Mutex sLookUpLock; // guards the state of the look-ups, which Boost owns
 
-// What a look-up gives of the call that returns to the frame; nothing if it
-// fails. The call ends one byte before: the address itself may belong to the
-// next line, or to the next function.
+// Looks up the call that returns to the frame. Returns an empty value after a failure. The look-up
+// uses the last byte of the call, since the return address itself may belong to the next line
+// or to the next function.
 template <class LookUp> auto OfCall(void* frame, LookUp lookUp)
 {
     typedef decltype(lookUp(boost::stacktrace::frame())) Result;

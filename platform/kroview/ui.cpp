@@ -5,6 +5,7 @@
 
 #include <platform/base/locks.h>
 
+#include "datatransfer.h"
 #include "private/switches.h"
 
 namespace kroview
@@ -30,7 +31,7 @@ struct Capture
 platform::Mutex sCaptureLock;
 Capture& sCapture PLATFORM_GUARDED_BY(sCaptureLock) = *new Capture;
 
-// Puts a capture in the place of the one that is given back.
+// Replaces the capture, and returns the previous capture.
 Capture ExchangeCapture(Capture capture)
 {
     const platform::ScLock lock(sCaptureLock);
@@ -38,7 +39,7 @@ Capture ExchangeCapture(Capture capture)
     return capture;
 }
 
-void Tell(const Capture& ended, bool cancelled)
+void NotifyOwner(const Capture& ended, bool cancelled)
 {
     if (ended.mOnEnd)
         ended.mOnEnd(cancelled);
@@ -51,21 +52,20 @@ UI_NodeManager* UI_NodeManager::Get(bool onlyIfMade)
 {
     if (!onlyIfMade)
     {
-        const platform::ScQuietNew quiet; // others wait for the first as for a lock
-        static UI_NodeManager& manager = *new UI_NodeManager;
-        sManager = &manager;
+        static UI_NodeManager sOnly; // has no destructor, so threads may use it at exit
+        sManager = &sOnly;
     }
     return sManager;
 }
 
 void UI_NodeManager::BeginInputCapture(const CaptureEnd& onEnd)
 {
-    Tell(ExchangeCapture({true, onEnd}), true);
+    NotifyOwner(ExchangeCapture({true, onEnd}), true);
 }
 
 void UI_NodeManager::EndInputCapture(bool cancelled)
 {
-    Tell(ExchangeCapture({}), cancelled);
+    NotifyOwner(ExchangeCapture({}), cancelled);
 }
 
 bool UI_NodeManager::HasInputCapture() const
@@ -78,5 +78,35 @@ bool UI_NodeManager::HasInputCapture() const
 void ForgetInputCapture()
 {
     ui::ExchangeCapture({});
+}
+
+namespace
+{
+typedef krobase::utility::UTF16String UTF16String;
+
+// Never destroyed: static destructors may copy to the clipboard.
+platform::Mutex sClipboardLock;
+UTF16String& sClipboard PLATFORM_GUARDED_BY(sClipboardLock) = *new UTF16String;
+} // namespace
+
+namespace datatransfer
+{
+void NewClipboardSendData(const UTF16String& text)
+{
+    UTF16String fresh = text;
+    const platform::ScLock lock(sClipboardLock);
+    sClipboard.swap(fresh);
+}
+} // namespace datatransfer
+
+UTF16String ClipboardText()
+{
+    const platform::ScLock lock(sClipboardLock);
+    return sClipboard;
+}
+
+void EmptyClipboard()
+{
+    datatransfer::NewClipboardSendData(UTF16String());
 }
 } // namespace kroview
