@@ -1,7 +1,7 @@
 // Clocks and fills.
 //
-// The floors: one call of the system's clock, which each clock makes, and the standard
-// library's fill of the same bytes; for a few bytes a loop over them.
+// The floor of a clock is one call of the system's clock, which each clock makes. The floor of a
+// fill is the standard library's fill of the same bytes, and for a few bytes a loop over them.
 
 #include <algorithm>
 #include <cstring>
@@ -74,7 +74,7 @@ __attribute__((noinline)) void FillStandard(U_u32 value, U_i32 count, void* dest
     std::fill_n(static_cast<U_u32*>(destination), count, value);
 }
 
-// A byte at a time, as the loop is written: the barrier keeps it from becoming another.
+// Fills one byte at a time. The barrier keeps the compiler from replacing the loop.
 template <class Value>
 __attribute__((noinline)) void FillBytes(Value value, U_i32 count, void* destination)
 {

@@ -26,7 +26,11 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The platform's headers for hosts. Headers that only its sources share are not installed.
 install(FILES platform/control.h DESTINATION ${headers}/platform)
-install(FILES platform/base/export.h platform/base/printable.h
+install(FILES
+  platform/base/export.h
+  platform/base/locks.h
+  platform/base/printable.h
+  platform/base/quiet_new.h
   DESTINATION ${headers}/platform/base)
 foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING

@@ -7,8 +7,7 @@
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
 
-#include "krobase/private/clock_switch.h"
-#include "krobase/private/trace_switches.h"
+#include "krobase/private/switches.h"
 #include "kroview/private/switches.h"
 #include "tolv/private/profile_switches.h"
 #include "tolv/private/switches.h"

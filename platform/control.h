@@ -1,6 +1,19 @@
-// Switches of the platform layer: how a host without the real libraries says
-// what they would know, and how a test sees what went out. Each takes effect
-// at once, on all threads. All may be called on any thread.
+// The switches of the platform: what a host installs in it, what a test sets, and what a test
+// reads back.
+//
+// A host without the real in-house libraries installs its log, its alerts and its settings
+// here, before birth:
+//
+//     platform::SetLogSink([](int level, const char*, const char* tag, const char* text) {
+//         if (level == 0)
+//             std::printf("%s: %s\n", tag ? tag : "", text ? text : "");
+//     });
+//     platform::SetDebugSetting("MemoryYoYoLog", "true");
+//
+// (The example needs <cstdio>.)
+//
+// Thread safety: all functions may be called on any thread. A switch takes effect at once,
+// on all threads.
 
 #ifndef PLATFORM_CONTROL_H
 #define PLATFORM_CONTROL_H
@@ -12,170 +25,200 @@
 
 namespace platform
 {
-// Puts every switch back and sets every count to 0.
-PLATFORM_EXPORT void ResetAll();
+// Log and traces.
 
-// The code page of multibyte text: 932, 936, 949, 950, 1250 to 1258, 10000,
-// 10001, 10007 or 65001. Any other restores the default, 1252.
-PLATFORM_EXPORT void SetActiveCodePage(unsigned int codePage);
-
-// The user's locale, by an id such as "de_DE". A null or unknown one restores the
-// default, "en_US".
-PLATFORM_EXPORT void SetUserLocale(const char* localeId);
-
-// Whether the system's script is a double-byte one; false at the start.
-PLATFORM_EXPORT void SetDoubleByteScript(bool on);
-
-// Debug settings, read through krobase::debug::DebugDatabase. A null text
-// removes the entry.
-PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);
-
-// Profile integers, read and written through TOLV. The key is ASCII. Throws
-// std::bad_alloc.
-PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
-PLATFORM_EXPORT void ClearProfile();
-
-// Takes each log line, on the thread that logs, with no lock held; several threads may
-// be in the sink at once. The texts are borrowed for the call, and any of them may be
-// null. An exception of the sink reaches the caller that logs; the library goes on
-// without the line.
+// Receives each log line. Each of the texts may be null, and is valid until the sink returns.
 //
-// Level: 0 for reports, failures and the memory service; 10 for the steps of birth and
-// death. Lines of higher levels are less important. No line has a level below 0.
-//
-// Encoding: UTF-8, except for a text that the library got from its caller and logs as
-// it is, such as the name of an operation (active code page) and an exception's what().
-// A sink gets the text raw, with all control characters. Before a sink writes the text to
-// a terminal or a file of lines, it calls platform::Printable (base/printable.h).
-//
-// An empty sink restores the default sink, which writes each line to stderr as
-// "[level] category tag: text". The default sink escapes control characters and bytes
-// that are not UTF-8, as Printable does, except for tabs of the text. A line feed inside the text
-// begins a new line with an indent of four spaces, so that no text can begin a line of
-// the log; a line feed at the end of the text is left out.
-//
-// The default sink writes lines up to the level in the environment's U_LOG_LEVEL, which
-// is read once; 0 if there is none. U_LOG_LEVEL=-1 silences the default sink, and so
-// does a sink that does nothing:
-//
-//     platform::SetLogSink([](int, const char*, const char*, const char*) {});
+// - Thread: the thread that logs, with no lock held. Several threads may be in the sink at
+//   once.
+// - Level: 0 for reports, failures and the memory service; 10 for the steps of birth and
+//   death. A higher level is less important. No line has a level below 0.
+// - Encoding: UTF-8, except for a text that the library received from its caller and logs
+//   unchanged, such as the name of an operation (active code page) and an exception's what().
+// - Control characters: passed on unchanged. Before a sink writes the text to a terminal or
+//   to a file of lines, the sink calls platform::Printable (base/printable.h).
+// - Exceptions: reach the caller that logs. The library itself goes on without the line.
 typedef boost::function<void(int level, const char* category, const char* tag, const char* text)>
     LogSink;
+
+// Replaces the log sink. An empty sink restores the default sink. A sink that does nothing
+// silences the log:
+//
+//     platform::SetLogSink([](int, const char*, const char*, const char*) {});
+//
+// The default sink writes each line to stderr as "[level] category tag: text".
+//
+// - Level: lines above the level in the environment variable U_LOG_LEVEL are left out. The
+//   variable is read once; without it, or without a number in it, the level is 0.
+//   U_LOG_LEVEL=-1 silences the default sink.
+// - Escapes: those of Printable, for control characters and for bytes that are not UTF-8. A
+//   tab in the text is kept.
+// - Line feeds: one at the end of the text is left out. Any other begins a new line with an
+//   indent of four spaces, so that no text can forge a line of the log.
 PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 
-// Turns traces of a category on, up to a level, beside those that are on already; null
-// turns all off.
+// Turns the traces of a category on, up to a level. Other categories stay as they are. A null
+// category turns all traces off.
 PLATFORM_EXPORT void SetTrace(const char* category, int level);
 
-// Takes each trace, under the same rules as a log sink. An empty sink restores the
-// default sink, which writes the trace to stderr with the escapes of Printable. The default
-// sink keeps tabs and line ends, "\n" and "\r\n".
+// Replaces the sink of traces, which follows the rules of LogSink for its thread and its
+// exceptions. An empty sink restores the default sink.
+//
+// The default sink writes the trace to stderr with the escapes of Printable. Tabs and the line
+// ends "\n" and "\r\n" are kept.
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
 
-// The text of every OutputDebugStringA, on the thread that calls it, with no
-// lock held. An empty sink restores the default sink, which writes to stderr as that for
-// traces does.
+// Replaces the sink of OutputDebugStringA, which is called on the thread that calls
+// OutputDebugStringA, with no lock held. An empty sink restores the default sink, which writes
+// to stderr as the default sink of traces does.
 PLATFORM_EXPORT void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 
-// A developer's answer to an assertion.
+// Alerts.
+
+// A developer's answer to a failed assertion.
 enum AssertAnswer
 {
     kAnswerGoOn,
     kAnswerBreak,     // break into the debugger
-    kAnswerGoOnAlways // go on, and don't ask for this assertion again
+    kAnswerGoOnAlways // go on, and do not ask for this assertion again
 };
 
-// What a message box shows. An alert with an answer is an assertion; any other
-// has one button, OK.
+// The contents of a message box. An alert with an `answer` is a failed assertion. Any other
+// alert has one button, OK.
 struct Alert
 {
-    bool throughHost; // through kroview's Messagebox, not through MessageBoxW
+    bool throughHost; // by kroview's Messagebox, not by MessageBoxW
     bool hasTitle;
-    krobase::utility::UTF16String title; // empty if there is none
+    krobase::utility::UTF16String title; // empty without a title
     krobase::utility::UTF16String text;
-    unsigned int flags;   // of MessageBoxW; 0 through the host
-    int icon;             // of Messagebox; 0 through MessageBoxW
+    unsigned int flags;   // of MessageBoxW; 0 by Messagebox
+    int icon;             // of Messagebox; 0 by MessageBoxW
     float sizeHint;       // of Messagebox: 0, or the width that suits the text
-    AssertAnswer* answer; // kAnswerGoOn until the presenter sets it; null if none is asked for
+    AssertAnswer* answer; // kAnswerGoOn until the presenter stores another; null unless asked for
 };
 
-// Shows each alert, on the thread that calls the box and with no lock held, and
-// returns when the user has dismissed it. What it throws reaches the caller of
-// the box. An empty one restores the default, which writes the alert to stderr
-// and returns; an assertion it answers with kAnswerBreak if a debugger is
-// attached. alert/layout.h has what presenters need.
+// Shows an alert, and returns when the user has dismissed the alert. alert/layout.h has
+// functions for presenters.
+//
+// Called on the thread that calls the message box, with no lock held.
+//
+// Throws: any exception; the exception reaches the caller of the message box.
 typedef boost::function<void(const Alert&)> AlertPresenter;
+
+// Replaces the presenter of alerts. An empty presenter restores the default presenter, which
+// writes the alert to stderr and returns. If a debugger is attached, the default presenter
+// answers an assertion with kAnswerBreak.
 PLATFORM_EXPORT void SetAlertPresenter(const AlertPresenter& presenter);
 
-// The modifier keys that are down, as GetCurrentKeyModifiers gives them; 0 at
-// the start. Who sees the keyboard tells them here.
+// Settings. docs/settings.md lists the keys.
+
+// Stores a debug setting, which krobase::debug::DebugDatabase returns. A null text removes the
+// setting.
+PLATFORM_EXPORT void SetDebugSetting(const char* key, const char* text);
+
+// Stores a profile integer, which TOLV returns and may overwrite. A null key does nothing.
+//
+// Throws: std::bad_alloc.
+// REQUIRES: `key` is ASCII.
+PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
+
+// Removes all profile integers.
+PLATFORM_EXPORT void ClearProfile();
+
+// Sets the code page of multibyte text: 932, 936, 949, 950, 1250 to 1258, 10000, 10001, 10007
+// or 65001. Any other number restores the default, 1252.
+PLATFORM_EXPORT void SetActiveCodePage(unsigned int codePage);
+
+// Sets the user's locale by an id such as "de_DE". Null or an unknown id restores the default,
+// "en_US".
+PLATFORM_EXPORT void SetUserLocale(const char* localeId);
+
+// Sets whether the system's script is a double-byte script. The default is false.
+PLATFORM_EXPORT void SetDoubleByteScript(bool on);
+
+// Input and messages.
+
+// Sets the modifier keys that are down, as GetCurrentKeyModifiers returns them. The default is
+// 0. A host that sees the keyboard calls this function on each change.
 PLATFORM_EXPORT void SetModifierKeys(unsigned int mask);
 
-// The text that was put on the clipboard last; empty at the start.
-PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();
-
-// MessageBeep calls so far.
-PLATFORM_EXPORT unsigned int BeepCount();
-
-// Posts a message to a thread's own queue. False if the thread has none: it has one
-// from its first look into it (PeekMessageW, and so the abort check) until it ends,
-// and the calling thread always has. Not for signal handlers.
+// Posts a message to a thread's own queue. A thread has a queue from its first PeekMessageW
+// (which the abort check calls) until the thread ends; the calling thread always has one.
+//
+// Returns: false if the thread has no queue.
+// REQUIRES: the caller is no signal handler.
 PLATFORM_EXPORT bool PostThreadMessage(unsigned int threadId, unsigned int message,
                                        unsigned long long wParam, long long lParam);
 
-// Takes the messages that belong to no window, when they are dispatched, on the
-// thread that dispatches them. It may throw. An empty one drops them again.
+// Replaces the procedure of messages that belong to no window. The procedure is called when
+// such a message is dispatched, on the thread that dispatches, and may throw. An empty
+// procedure restores the default: these messages are dropped.
 PLATFORM_EXPORT void SetWindowProcedure(
     const boost::function<void(unsigned int message, unsigned long long wParam, long long lParam)>&
         procedure);
 
-// FlushEvents calls so far.
-PLATFORM_EXPORT unsigned int FlushEventsCount();
+// Returns whether TOLV_QuietMemDialogs has been called. Host services with memory dialogs of
+// their own ask before they show one.
+PLATFORM_EXPORT bool MemDialogsQuieted();
 
-// The machine's physical memory in bytes, of which whole KiB count; 0 restores
-// the real figure.
+// For tests: reset.
+
+// Restores the default of every switch, and sets every count to 0.
+PLATFORM_EXPORT void ResetAll();
+
+// For tests: the machine.
+
+// Sets the physical memory in bytes, in whole KiB: the rest is ignored. 0 restores the real
+// figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 
-// The clocks: what krobase::utility::HighPrecisionTime counts, in nanoseconds, and
-// the time of day, in milliseconds since 1970, UTC. An empty one restores the real
-// clock.
+// Replaces the clock of krobase::utility::HighPrecisionTime, which returns nanoseconds. An
+// empty function restores the real clock.
 PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& nanoseconds);
+
+// Replaces the clock of the time of day, which returns milliseconds since 1970, UTC. An empty
+// function restores the real clock.
 PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& milliseconds);
 
-// One of the operating system's functions of dates that it lacks: GetProcAddress
-// doesn't find it and a call fails. Null for none.
-PLATFORM_EXPORT void SetMissingFunction(const char* name);
-
-// The performance counter: its counts per second, 0 or less for a machine without
-// one, and whether it can be read. 1,000,000,000 and true at the start; counts are
-// always nanoseconds.
+// Sets the performance counter: its counts per second, and whether the counter can be read. A
+// figure of 0 or less is a machine without a counter. The defaults are 1,000,000,000 and true.
+// Counts are nanoseconds whatever the figure.
 PLATFORM_EXPORT void SetPerformanceCounter(long long countsPerSecond, bool works);
 
-// Where the system tells of the processors' cores; null restores its own folder.
+// Sets the folder in which the system describes the cores of the processors. Null restores the
+// system's own folder.
 PLATFORM_EXPORT void SetProcessorFolder(const char* folder);
 
-// The machine's and the user's name in UTF-8, empty for none; null restores the
-// real one.
+// Sets the name of the machine and of the user, in UTF-8; an empty name is no name. Null
+// restores the real name.
 PLATFORM_EXPORT void SetNames(const char* machine, const char* user);
 
-// Injected heap failures: the predicate sees the size of every MEM_New...,
-// MEM_Resize... and MEM_Set...Size, on the calling thread with no lock held;
-// true makes the operation fail. An empty one ends it.
+// For tests: failures.
+
+// Makes heap operations fail. The predicate receives the size of each MEM_New..., MEM_Resize...
+// and MEM_Set...Size, on the calling thread with no lock held. If the predicate returns true,
+// the operation fails. An empty predicate ends the failures.
 PLATFORM_EXPORT void
 SetHeapFailure(const boost::function<bool(unsigned long long size)>& shouldFail);
 
-// What TOLV_TotalMemoryUsed returns; 0 restores success.
+// Sets the result of TOLV_TotalMemoryUsed. 0 restores success.
 PLATFORM_EXPORT void SetUsageError(short code);
 
-// TOLV_SyncMemUsageWithOS calls so far.
+// Removes one of the operating system's functions for dates: GetProcAddress does not find the
+// function, and a call fails. Null restores all of them.
+PLATFORM_EXPORT void SetMissingFunction(const char* name);
+
+// For tests: what the library has done.
+
+// Returns the text that was last copied to the clipboard. The default is the empty text.
+PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();
+
+// Return the calls so far of MessageBeep, of FlushEvents, of TOLV_SyncMemUsageWithOS, and of
+// HeapCompact on the process's heap.
+PLATFORM_EXPORT unsigned int BeepCount();
+PLATFORM_EXPORT unsigned int FlushEventsCount();
 PLATFORM_EXPORT unsigned int SyncMemUsageCount();
-
-// HeapCompact calls on the process's heap so far.
 PLATFORM_EXPORT unsigned int HeapCompactCount();
-
-// Whether TOLV_QuietMemDialogs has been called: host services that show
-// memory dialogs of their own ask here first.
-PLATFORM_EXPORT bool MemDialogsQuieted();
 } // namespace platform
 
 #endif

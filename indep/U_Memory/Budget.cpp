@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <atomic>
 
-#include <platform/base/cache_line.h>
+#include <platform/base/thread_local.h>
 #include <tolv/memory.h>
 #include <wril/wril.h>
 

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include <platform/base/cache_line.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Types.h"
 

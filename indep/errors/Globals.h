@@ -7,7 +7,7 @@
 
 #include <boost/thread/recursive_mutex.hpp>
 
-#include <platform/base/cache_line.h>
+#include <platform/base/thread_local.h>
 
 #include "U_Interact.h"
 #include "U_Types.h"

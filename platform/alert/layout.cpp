@@ -17,11 +17,11 @@ namespace
 typedef krobase::utility::UTF16String UTF16String;
 using kroview::dialogs::messagebox::Icon;
 
-// Longer ones are broken anyhow: places in them are 32-bit.
+// Longer paragraphs are split: ICU's positions have 32 bits.
 const std::size_t kLongestParagraph = 1 << 20;
 
-// Units of a word that are measured at once: to measure all that is left of a
-// long word for each line of it would take quadratic time.
+// The units of a word that are measured at once. To measure the whole rest of a long word for
+// each of its lines would take quadratic time.
 const int kLongestPiece = 256;
 
 const unsigned short kLineSeparator = 0x2028;
@@ -58,12 +58,13 @@ bool IsLineEnd(unsigned short unit)
     return unit == '\n' || unit == '\r' || unit == kLineSeparator || unit == kParagraphSeparator;
 }
 
-// Units of the line end at the place, 0 if there is none.
-std::size_t LineEndLength(const UTF16String& text, std::size_t place)
+// Returns the units of the line end at the position, or 0 without a line end.
+std::size_t LineEndLength(const UTF16String& text, std::size_t position)
 {
-    if (place == text.size() || !IsLineEnd(text[place]))
+    if (position == text.size() || !IsLineEnd(text[position]))
         return 0;
-    const bool isPair = text[place] == '\r' && place + 1 < text.size() && text[place + 1] == '\n';
+    const bool isPair =
+        text[position] == '\r' && position + 1 < text.size() && text[position + 1] == '\n';
     return isPair ? 2 : 1;
 }
 
@@ -94,7 +95,7 @@ public:
             {
                 if (fitting == start)
                     fitting = CutWord(start, next);
-                // What doesn't fit although it can't be cut stands as it is.
+                // A single character that does not fit is left as it is.
                 if (fitting == next)
                     break;
                 mLines.push_back(Line(start, fitting));
@@ -118,7 +119,7 @@ private:
         return breaks;
     }
 
-    // The end of the word that begins at start, or of a piece of a long one.
+    // Returns the end of the word that begins at `start`, or of a piece of a long word.
     int MeasuredEnd(int start, int word) const
     {
         if (word - start <= kLongestPiece)
@@ -141,8 +142,8 @@ private:
         return start;
     }
 
-    // Where to cut a word that has no room: behind the last character that has,
-    // at least one.
+    // Returns the position to cut a word that does not fit: after the last character that fits,
+    // and after at least one character.
     int CutWord(int start, int end) const
     {
         int cut = std::min(mCharacters->following(start), end);
@@ -163,17 +164,17 @@ private:
     UTF16String mText;
 };
 
-// The place behind the paragraph that begins at start, without its line end.
+// Returns the end of the paragraph that begins at `start`, without its line end.
 std::size_t ParagraphEnd(const UTF16String& text, std::size_t start)
 {
     const std::size_t limit =
         text.size() - start > kLongestParagraph ? start + kLongestParagraph : text.size();
     const auto end = std::find_if(text.begin() + static_cast<std::ptrdiff_t>(start),
                                   text.begin() + static_cast<std::ptrdiff_t>(limit), IsLineEnd);
-    const std::size_t place = static_cast<std::size_t>(end - text.begin());
-    const bool insidePair = place == limit && place < text.size() &&
-                            IsHighSurrogate(text[place - 1]) && IsLowSurrogate(text[place]);
-    return insidePair ? place - 1 : place;
+    const std::size_t position = static_cast<std::size_t>(end - text.begin());
+    const bool insidePair = position == limit && position < text.size() &&
+                            IsHighSurrogate(text[position - 1]) && IsLowSurrogate(text[position]);
+    return insidePair ? position - 1 : position;
 }
 } // namespace
 

@@ -1,13 +1,24 @@
-#include "present.h"
+// The platform's message boxes, the choice of the presenter, and the presenter of the console.
 
+#include <algorithm>
+#include <cstdio>
+#include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
 
 #include <krobase/debug.h>
 #include <kroview/messagebox.h>
+#include <platform/base/printable.h>
 #include <platform/base/switched_function.h>
 #include <win32/message_box.h>
+#include <win32/process.h>
 #include <win32/text.h>
+
+#include "layout.h"
 
 namespace platform
 {
@@ -15,6 +26,110 @@ namespace
 {
 typedef SwitchedFunction<void(const Alert&)> Presenter;
 Presenter& sPresenter = *new Presenter;
+
+typedef krobase::utility::UTF16String UTF16String;
+
+const std::size_t kTextColumns = 72;
+
+const char* IconWord(const Alert& alert)
+{
+    using namespace kroview::dialogs::messagebox;
+    switch (IconOf(alert))
+    {
+    case kIconError:
+        return "[error] ";
+    case kIconWarning:
+        return "[warning] ";
+    case kIconQuestion:
+        return "[question] ";
+    case kIconNote:
+        return "[note] ";
+    case kIconNone:
+        break;
+    }
+    return "";
+}
+
+// Returns the columns that the character takes on a terminal.
+std::size_t Columns(UChar32 character)
+{
+    if (U_GET_GC_MASK(character) & (U_GC_MN_MASK | U_GC_ME_MASK | U_GC_CF_MASK))
+        return 0;
+    const int width = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+    return width == U_EA_FULLWIDTH || width == U_EA_WIDE ? 2 : 1;
+}
+
+std::size_t Columns(const UTF16String& line)
+{
+    std::size_t columns = 0;
+    for (std::size_t position = 0; position < line.size();)
+    {
+        UChar32 character = 0;
+        U16_NEXT(line.data(), position, line.size(), character);
+        columns += Columns(character);
+    }
+    return columns;
+}
+
+void AppendRule(std::string& box)
+{
+    box += '+' + std::string(kTextColumns + 2, '-') + "+\n";
+}
+
+void AppendSection(std::string& box, const UTF16String& text)
+{
+    const std::vector<UTF16String> lines =
+        WrapText(text, [](const UTF16String& line) { return Columns(line) <= kTextColumns; });
+    for (const UTF16String& line : lines)
+    {
+        const krobase::utility::UTF8String bytes = krobase::utility::UTF16to8(line);
+        box += "| ";
+        box.append(bytes.begin(), bytes.end());
+        // A line may be too wide: a character with its marks that has no room is one line.
+        box.append(kTextColumns - std::min(kTextColumns, Columns(line)), ' ');
+        box += " |\n";
+    }
+    if (!lines.empty())
+        AppendRule(box);
+}
+
+void WriteBox(const Alert& alert)
+{
+    std::string box;
+    AppendRule(box);
+    const std::string icon = IconWord(alert);
+    const UTF16String heading = UTF16String(icon.begin(), icon.end()) + alert.title;
+    AppendSection(box, heading);
+    AppendSection(box, alert.text);
+    WriteToStderr(box);
+}
+
+// Allocates nothing.
+void WriteBare(const UTF16String& text)
+{
+    for (std::size_t position = 0; position < text.size();)
+    {
+        UChar32 character = 0;
+        U16_NEXT(text.data(), position, text.size(), character);
+        if (U16_IS_SURROGATE(character))
+            character = 0xFFFD;
+        char bytes[U8_MAX_LENGTH];
+        std::size_t length = 0;
+        U8_APPEND_UNSAFE(bytes, length, character);
+        WritePrintable(stderr, {bytes, length}, "\n\t");
+    }
+    WriteToStderr("\n");
+}
+
+// Calls the presenter with no lock held. Throws what the presenter throws.
+void Present(const Alert& alert)
+{
+    if (const auto presenter = sPresenter.Get())
+        (*presenter)(alert);
+    else
+        PresentOnConsole(alert);
+}
+
 krobase::utility::UTF16String FromUTF8(const std::string& text)
 {
     const unsigned int codePage = win32::kCodePageUTF8;
@@ -24,19 +139,27 @@ krobase::utility::UTF16String FromUTF8(const std::string& text)
     return units.substr(0, units.size() - 1); // without the terminator
 }
 
-// The text with a lead before it, nothing if there is no text.
+// Returns the lead and the text, or the empty text without a text.
 std::string Part(const char* lead, const char* text)
 {
     return text && *text ? std::string(lead) + text : std::string();
 }
 } // namespace
 
-void Present(const Alert& alert)
+void PresentOnConsole(const Alert& alert)
 {
-    if (const auto presenter = sPresenter.Get())
-        (*presenter)(alert);
-    else
-        PresentOnConsole(alert);
+    try
+    {
+        WriteBox(alert);
+    }
+    catch (const std::bad_alloc&)
+    {
+        WriteToStderr(IconWord(alert));
+        WriteBare(alert.title);
+        WriteBare(alert.text);
+    }
+    if (alert.answer && win32::IsDebuggerPresent())
+        *alert.answer = kAnswerBreak;
 }
 
 void SetAlertPresenter(const AlertPresenter& presenter)
@@ -85,7 +208,7 @@ int Messagebox(pencart::SupplierInterface* supplier, const krobase::utility::UTF
         throw std::invalid_argument("a message box needs the host's supplier and node");
     if (kind != kKindAlert || button != kButtonOK)
         throw std::invalid_argument("a message box is an alert with an OK button");
-    // The host may let go of its window while the box is up.
+    // The host may release its window while the alert is shown.
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const boost::intrusive_ptr<ui::UI_Node> held = node;
     platform::Alert alert = {};

@@ -1,4 +1,6 @@
-// What single units and bytes of Unicode text tell. Any thread.
+// Properties of code units of UTF-16, and of bytes and sequences of UTF-8.
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef PLATFORM_BASE_CODE_UNITS_H
 #define PLATFORM_BASE_CODE_UNITS_H
@@ -18,8 +20,8 @@ inline bool IsLowSurrogate(unsigned int unit)
     return (unit & 0xFC00) == 0xDC00;
 }
 
-// Bytes of the UTF-8 sequence that a byte begins, 1 if it is ASCII or begins
-// none.
+// Returns the length in bytes of the UTF-8 sequence that begins with the byte, or 1 for ASCII
+// and for a byte that begins no sequence.
 inline int UTF8Length(unsigned char lead)
 {
     if (lead < 0xC2 || lead > 0xF4)
@@ -32,8 +34,7 @@ inline bool IsUTF8Continuation(unsigned char byte)
     return (byte & 0xC0) == 0x80;
 }
 
-// The length of UTF-8 text that is cut behind a character to at most limit
-// bytes.
+// Returns the length of the text after a cut to at most `limit` bytes, at a character boundary.
 inline std::size_t CutUTF8(const char* text, std::size_t length, std::size_t limit)
 {
     if (length <= limit)
@@ -43,8 +44,8 @@ inline std::size_t CutUTF8(const char* text, std::size_t length, std::size_t lim
     return limit;
 }
 
-// Whether a byte can come second in the sequence: neither an overlong one nor a
-// surrogate nor more than U+10FFFF.
+// Returns whether a sequence with that lead may have that second byte: the sequence is not
+// overlong, no surrogate, and at most U+10FFFF.
 inline bool IsUTF8Second(unsigned char lead, unsigned char second)
 {
     if (lead == 0xE0 || lead == 0xF0)
@@ -54,8 +55,8 @@ inline bool IsUTF8Second(unsigned char lead, unsigned char second)
     return IsUTF8Continuation(second);
 }
 
-// Bytes of the well-formed UTF-8 sequence at the head of a text that is not empty, 0 if
-// there is none.
+// Returns the length in bytes of the well-formed UTF-8 sequence at the head of the text, or 0
+// if there is none. REQUIRES: the text is not empty.
 inline std::size_t WellFormedLength(std::string_view text)
 {
     const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };

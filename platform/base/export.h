@@ -1,4 +1,4 @@
-// The export macro of the platform library.
+// The macro on declarations that leave the platform library.
 
 #ifndef PLATFORM_BASE_EXPORT_H
 #define PLATFORM_BASE_EXPORT_H

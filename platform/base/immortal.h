@@ -1,4 +1,7 @@
-// What threads may need until the process is gone.
+// Static objects that are never destroyed, since threads use them until the process is gone.
+//
+//     static platform::Immortal<std::vector<int>> sNumbers;
+//     (*sNumbers).push_back(1);
 
 #ifndef PLATFORM_BASE_IMMORTAL_H
 #define PLATFORM_BASE_IMMORTAL_H
@@ -9,10 +12,12 @@
 
 namespace platform
 {
-// A static object that is never destroyed. It lies in the static itself, so that making it
-// takes no memory of its own: one who tells that memory has run out may be the first to
-// ask. What the object allocates while it is made is allocated quietly: other threads wait
-// for the first use of a static as for a lock.
+// A static object that is never destroyed.
+//
+// - The object lies inside the static, so its construction allocates no block for it. The first
+//   use may be a report that memory has run out.
+// - While the object is constructed, operator new is quiet. Other threads wait for the first
+//   use of a static as for a lock.
 template <class Object> class Immortal
 {
 public:

@@ -1,4 +1,4 @@
-// Integers in settings and in the environment.
+// Integers from texts of settings and of the environment.
 
 #ifndef PLATFORM_INTEGER_TEXT_H
 #define PLATFORM_INTEGER_TEXT_H

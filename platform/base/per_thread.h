@@ -1,4 +1,4 @@
-// Objects of a thread that end with the thread.
+// Objects of one thread, which are destroyed when the thread ends.
 
 #ifndef PLATFORM_BASE_PER_THREAD_H
 #define PLATFORM_BASE_PER_THREAD_H
@@ -13,17 +13,16 @@
 
 namespace platform
 {
-// The calling thread's object of one type, which is destroyed when the thread ends. For use in
-// place of a thread-local variable with a destructor: if the C library has no memory to
-// register such a destructor, it ends the process.
+// The calling thread's object of one type. A thread-local variable with a destructor is no
+// alternative: if the C library has no memory to register the destructor, the process ends.
 template <class Object> class PerThread
 {
 public:
     // Returns null if the thread has no object.
-    static Object* Find() { return Slot().get(); }
+    static Object* Find() { return ThreadPointer().get(); }
 
-    // Returns the thread's object, and makes one of zeros if there is none. Returns null without
-    // memory, and reports nothing: a report itself uses such objects.
+    // Returns the thread's object. Without an object, makes one that is value-initialised.
+    // Returns null without memory, and reports nothing, since a report uses such objects.
     static Object* Make()
     {
         const ScQuietNew quiet;
@@ -32,8 +31,8 @@ public:
             if (Object* present = Find())
                 return present;
             auto piece = std::make_unique<Object>();
-            Slot().reset(piece.get()); // needs memory itself
-            // Boost does not report that the system's own slot could not be set.
+            ThreadPointer().reset(piece.get()); // allocates, too
+            // Boost does not report a failure of pthread_setspecific.
             return Find() == piece.get() ? piece.release() : nullptr;
         }
         catch (const std::exception&)
@@ -43,12 +42,12 @@ public:
     }
 
 private:
-    typedef boost::thread_specific_ptr<Object> SlotType;
+    typedef boost::thread_specific_ptr<Object> Pointer;
 
-    static SlotType& Slot()
+    static Pointer& ThreadPointer()
     {
-        static Immortal<SlotType> slot;
-        return *slot;
+        static Immortal<Pointer> pointer;
+        return *pointer;
     }
 };
 } // namespace platform

@@ -1,6 +1,7 @@
-// Text for a terminal, or for a line of a log, without the bytes that steer the terminal
-// or forge a line. Names of files and texts of dictionaries may hold such bytes.
+// Text for a terminal or for a line of a log, without bytes that control the terminal or forge
+// a line. File names and texts of dictionaries may hold such bytes.
 //
+//     const std::string path = "caf\xE9";
 //     std::fprintf(stderr, "host: %s\n", platform::Printable(path).c_str());
 //
 // Thread safety: all functions may be called on any thread.
@@ -40,7 +41,7 @@ PLATFORM_EXPORT std::string Printable(std::string_view text, std::string_view ke
 class PLATFORM_EXPORT PrintablePieces
 {
 public:
-    // Borrows both texts for its life.
+    // REQUIRES: both texts stay valid as long as the object.
     explicit PrintablePieces(std::string_view text, std::string_view kept = {});
 
     // Returns the next piece, empty at the end. A piece is valid until the next call.
@@ -55,7 +56,13 @@ private:
     char mEscape[4];
 };
 
-// Hands each piece of Printable(text, kept) to `write`, for writers that must not allocate.
+// Writes text to the standard error stream in one call, without escapes.
+inline void WriteToStderr(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+// Calls `write` with each piece of Printable(text, kept), for writers that must not allocate.
 template <class Write>
 void WritePrintable(std::string_view text, std::string_view kept, const Write& write)
 {
@@ -64,7 +71,8 @@ void WritePrintable(std::string_view text, std::string_view kept, const Write& w
         write(piece);
 }
 
-// Writes Printable(text, kept) to an open file. Allocates nothing. std::ferror has a failure.
+// Writes Printable(text, kept) to an open file. Allocates nothing. After a failure std::ferror
+// returns non-zero.
 PLATFORM_EXPORT void WritePrintable(std::FILE* file, std::string_view text,
                                     std::string_view kept = {});
 } // namespace platform

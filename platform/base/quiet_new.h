@@ -1,4 +1,4 @@
-// Stretches in which no handler hears of an operator new that fails.
+// Scopes in which a failed operator new calls no handler.
 
 #ifndef PLATFORM_BASE_QUIET_NEW_H
 #define PLATFORM_BASE_QUIET_NEW_H
@@ -10,17 +10,18 @@
 
 namespace platform
 {
-// What an operator new that fails throws, in the words of the C runtime.
+// The exception of a failed operator new, with the text of the C runtime.
 class BadAllocation : public std::bad_alloc
 {
 public:
     const char* what() const noexcept override { return "bad allocation"; }
 };
 
-// While one stands, an operator new that fails on its thread calls no handler of
-// win32::_set_new_handler: std::bad_alloc comes at once. For stretches that hold a lock,
-// since a handler may show an alert, which runs anything for as long as the user lets it
-// stand, and for those that promise to fail in silence. They nest.
+// Makes operator new quiet on this thread: a failure throws std::bad_alloc at once, and calls
+// no handler of win32::_set_new_handler. Scopes may nest.
+//
+// For code that holds a lock, since a handler may show an alert, and an alert runs any code
+// until the user dismisses it; and for code that promises to fail without a report.
 class PLATFORM_EXPORT ScQuietNew
 {
 public:
@@ -30,7 +31,7 @@ public:
     ScQuietNew& operator=(const ScQuietNew&) = delete;
 };
 
-// Holds a lock under which memory is allocated.
+// ScLock of locks.h, for mutexes of Boost and of the standard library.
 template <class Mutex> class ScQuietLock
 {
 public:

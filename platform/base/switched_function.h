@@ -1,4 +1,4 @@
-// A function that a switch puts in and takes out while other threads call it.
+// A function that one thread replaces while other threads call it.
 
 #ifndef PLATFORM_BASE_SWITCHED_FUNCTION_H
 #define PLATFORM_BASE_SWITCHED_FUNCTION_H
@@ -7,12 +7,12 @@
 #include <memory>
 
 #include <boost/function.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
+
+#include "locks.h"
 
 namespace platform
 {
-// Owners make theirs by new and never destroy it: static destructors log too.
+// Owners allocate theirs with new and never delete it, since static destructors log, too.
 template <class Signature> class SwitchedFunction
 {
 public:
@@ -23,28 +23,28 @@ public:
         std::shared_ptr<const Function> fresh;
         if (function)
             fresh = std::make_shared<const Function>(function);
-        // The old one ends after the lock: what it holds may log too.
-        boost::lock_guard<boost::mutex> lock(mLock);
+        // The old function is destroyed after the lock: its captures may log as they end.
+        const ScLock lock(mLock);
         mFunction.swap(fresh);
         mInstalled = mFunction != nullptr;
     }
 
-    // The function, null if none is installed. It is called through this copy,
-    // with no lock held.
+    // Returns the function, or null without one. Callers call the function through this
+    // pointer, with no lock held.
     std::shared_ptr<const Function> Get() const
     {
         if (!mInstalled.load(std::memory_order_relaxed))
             return nullptr;
-        boost::lock_guard<boost::mutex> lock(mLock);
+        const ScLock lock(mLock);
         return mFunction;
     }
 
     bool Installed() const { return mInstalled.load(std::memory_order_relaxed); }
 
 private:
-    mutable boost::mutex mLock; // guards mFunction
-    std::shared_ptr<const Function> mFunction;
-    std::atomic<bool> mInstalled{false}; // spares callers the lock
+    mutable Mutex mLock;
+    std::shared_ptr<const Function> mFunction PLATFORM_GUARDED_BY(mLock);
+    std::atomic<bool> mInstalled{false}; // without a function Get takes no lock
 };
 } // namespace platform
 

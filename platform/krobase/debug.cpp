@@ -3,13 +3,14 @@
 #include <atomic>
 #include <climits>
 #include <cstdio>
+#include <map>
 
+#include <platform/base/locks.h>
 #include <platform/base/printable.h>
-#include <platform/base/quiet_new.h>
 #include <platform/base/switched_function.h>
 #include <win32/process.h>
 
-#include "private/trace_switches.h"
+#include "private/switches.h"
 
 namespace krobase
 {
@@ -17,43 +18,48 @@ namespace debug
 {
 namespace
 {
-boost::mutex& sTraceLock = *new boost::mutex; // guards sTraceLevels; both stay for good
-std::map<std::string, int>& sTraceLevels = *new std::map<std::string, int>;
-std::atomic<int> sTraceChanges(0);
-
+typedef std::map<std::string, std::string> Entries;
+typedef std::map<std::string, int> Levels; // by category
 typedef platform::SwitchedFunction<void(const char*)> Sink;
+
+// None of these is ever destroyed: static destructors trace and read settings.
+platform::Mutex sEntriesLock;
+Entries& sEntries PLATFORM_GUARDED_BY(sEntriesLock) = *new Entries;
+
+platform::Mutex sTraceLock;
+Levels& sTraceLevels PLATFORM_GUARDED_BY(sTraceLock) = *new Levels;
+std::atomic<int> sTraceChanges(0);
 Sink& sTraceSink = *new Sink;
 } // namespace
 
 DebugDatabase& DebugDatabase::Instance()
 {
-    const platform::ScQuietNew quiet;                    // others wait for the first as for a lock
-    static DebugDatabase& instance = *new DebugDatabase; // outlives static destructors
-    return instance;
+    static DebugDatabase sInstance; // without a destructor: static destructors read settings
+    return sInstance;
 }
 
 std::string DebugDatabase::GetEntry(const char* key, const char* defaultText) const
 {
-    const platform::ScQuietLock<boost::mutex> lock(mLock);
-    const auto found = mEntries.find(key ? key : "");
-    return found != mEntries.end() ? found->second : std::string(defaultText ? defaultText : "");
+    const platform::ScLock lock(sEntriesLock);
+    const auto found = sEntries.find(key ? key : "");
+    return found != sEntries.end() ? found->second : std::string(defaultText ? defaultText : "");
 }
 
 void DebugDatabase::SetEntry(const char* key, const char* text)
 {
     if (!key)
         return;
-    const platform::ScQuietLock<boost::mutex> lock(mLock);
+    const platform::ScLock lock(sEntriesLock);
     if (text)
-        mEntries[key] = text;
+        sEntries[key] = text;
     else
-        mEntries.erase(key);
+        sEntries.erase(key);
 }
 
 void DebugDatabase::Clear()
 {
-    const platform::ScQuietLock<boost::mutex> lock(mLock);
-    mEntries.clear();
+    const platform::ScLock lock(sEntriesLock);
+    sEntries.clear();
 }
 
 int TraceChangeCount()
@@ -65,7 +71,7 @@ bool TraceEnabled(const char* category, int level, bool askSettings)
 {
     if (!askSettings)
         return false;
-    const platform::ScQuietLock<boost::mutex> lock(sTraceLock);
+    const platform::ScLock lock(sTraceLock);
     const auto found = sTraceLevels.find(category);
     return found != sTraceLevels.end() && level <= found->second;
 }
@@ -90,7 +96,7 @@ void BreakIntoDebugger()
 
 void SetTrace(const char* category, int level)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sTraceLock);
+    const platform::ScLock lock(sTraceLock);
     if (category)
         sTraceLevels[category] = level;
     else

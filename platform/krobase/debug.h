@@ -1,14 +1,16 @@
-// Debug settings, traces, the dialog of an assertion, and the debugger.
+// Debug settings, traces, the dialog of a failed assertion, and the debugger.
 //
-// Thread safety: any thread.
+//     if (krobase::debug::TraceEnabled("host", 2, true))
+//         krobase::debug::Trace("loading\n");
+//
+// platform/control.h sets the settings, and turns traces on.
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROBASE_DEBUG_H
 #define KROBASE_DEBUG_H
 
-#include <map>
 #include <string>
-
-#include <boost/thread/mutex.hpp>
 
 #include <platform/base/export.h>
 
@@ -16,50 +18,54 @@ namespace krobase
 {
 namespace debug
 {
-// Settings by key, as text.
+// The debug settings: texts by key. One object for the process.
+//
+// Throws: std::bad_alloc.
 class PLATFORM_EXPORT DebugDatabase
 {
 public:
     static DebugDatabase& Instance();
 
-    // The entry's text, or the default's if there is none.
+    // Returns the text of an entry, or the default text without an entry. Null counts as an
+    // empty key or text.
     std::string GetEntry(const char* key, const char* defaultText) const;
 
-    // Sets an entry; a null text removes it, and a null key does nothing.
+    // Stores an entry. A null text removes the entry. A null key does nothing.
     void SetEntry(const char* key, const char* text);
     void Clear();
 
 private:
     DebugDatabase() = default;
-
-    mutable boost::mutex mLock; // guards mEntries
-    std::map<std::string, std::string> mEntries;
 };
 
-// Changes whenever the trace settings change. Never negative.
+// Returns a number that changes with each change of the trace settings. It is never negative.
+// A trace site calls TraceEnabled again only after this number has changed.
 PLATFORM_EXPORT int TraceChangeCount();
 
-// Whether the category is traced at that level. askSettings false answers
-// false without a look at the settings.
+// Returns whether the category is traced at the level. If `askSettings` is false, returns
+// false and does not read the settings.
 PLATFORM_EXPORT bool TraceEnabled(const char* category, int level, bool askSettings);
 
-// Writes text, which ends its own lines, to the trace.
+// Writes text to the trace. The text ends its own lines.
+//
+// Throws: what the sink of traces throws.
 PLATFORM_EXPORT void Trace(const char* text);
 
-// Shows a failed assertion through the host's presenter of alerts and waits for
-// the developer's answer. Returns whether it was to break into the debugger;
-// ignoreAlways becomes true, for the caller to keep, if it was to go on and
-// never ask for this assertion again, and stays as it is otherwise. Texts are
-// in UTF-8; a null one, or an empty message, is left out. Throws what the
-// presenter throws.
+// Shows a failed assertion through the presenter of alerts, and waits for the developer's
+// answer. Texts are in UTF-8. A null or empty text is left out.
+//
+// Returns: true for "break into the debugger". The caller then calls BreakIntoDebugger.
+// ignoreAlways: becomes true for "do not ask for this assertion again", for the caller to
+//   store. Any other answer leaves `ignoreAlways` as it is.
+// Throws: what the presenter throws; std::bad_alloc.
 PLATFORM_EXPORT bool BreakAfterAssertDialog(bool& ignoreAlways, const char* expression,
                                             const char* message, const char* file, int line,
                                             const char* function);
 
 PLATFORM_EXPORT bool IsDebuggerAttached();
 
-// Stops the calling thread in the debugger. Without one the process ends, so ask
-// first.
+// Stops the calling thread in the debugger. Without a debugger the process ends, so callers
+// call IsDebuggerAttached first.
 PLATFORM_EXPORT void BreakIntoDebugger();
 } // namespace debug
 } // namespace krobase

@@ -4,13 +4,12 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 
 #include <boost/make_shared.hpp>
 
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 #include <platform/base/thread_local.h>
 #include <win32/message_queue.h>
 #include <win32/threads.h>
@@ -24,22 +23,21 @@ namespace threads
 namespace
 {
 typedef boost::function<void()> Function;
-typedef platform::ScQuietLock<std::mutex> Lock;
 typedef std::chrono::steady_clock Clock;
 typedef std::map<unsigned long long, Function> Delayed; // by timer
 
-// The functions of one adaptor. A message to the window stands for each that may
-// run, a timer of the window for each that is delayed.
+// The functions of one adaptor. The window has one message in its queue for each function that
+// may run, and one timer for each delayed function.
 class Loop : private boost::noncopyable
 {
 public:
     explicit Loop(void* window) : mWindow(window) {}
 
-    // What the function owns is neither copied nor ended under the lock.
+    // The copy of the function, and its destruction after a failure, are outside the lock.
     void Post(const Function& function)
     {
         std::list<Function> posted{function};
-        Lock lock(mLock);
+        const platform::ScLock lock(mLock);
         mReady.splice(mReady.end(), posted);
         if (win32::PostMessageW(mWindow, win32::kWmUser, 0, 0))
             return;
@@ -53,7 +51,7 @@ public:
     {
         std::list<Function> next;
         {
-            Lock lock(mLock);
+            const platform::ScLock lock(mLock);
             if (mReady.empty())
                 return;
             next.splice(next.end(), mReady, mReady.begin());
@@ -61,10 +59,10 @@ public:
         next.front()();
     }
 
-    // The rest runs on the loop's thread alone.
+    // The functions below run on the loop's thread only.
 
-    // Takes the one function over, with its node: nothing is left to fail here. If the
-    // system gives no timer it runs now, which is better than never.
+    // Moves the only node of `delayed`, so the function cannot be lost without memory. If the
+    // system refuses a timer, the function runs now.
     void Delay(Delayed& delayed, Clock::time_point due)
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
@@ -88,19 +86,21 @@ public:
 
 private:
     void* const mWindow;
-    std::mutex mLock; // guards mReady
-    std::list<Function> mReady;
+    platform::Mutex mLock;
+    std::list<Function> mReady PLATFORM_GUARDED_BY(mLock);
     Delayed mDelayed;
     unsigned long long mLastTimer = 0;
 };
 
-// Guards the loops by window. Neither is ever destroyed.
-std::mutex& sLoopsLock = *new std::mutex;
-std::map<void*, std::weak_ptr<Loop>>& sLoops = *new std::map<void*, std::weak_ptr<Loop>>;
+typedef std::map<void*, std::weak_ptr<Loop>> Loops; // by window
+
+// Never destroyed: threads end until the process does.
+platform::Mutex sLoopsLock;
+Loops& sLoops PLATFORM_GUARDED_BY(sLoopsLock) = *new Loops;
 
 std::shared_ptr<Loop> FindLoop(void* window)
 {
-    Lock lock(sLoopsLock);
+    const platform::ScLock lock(sLoopsLock);
     const auto found = sLoops.find(window);
     return found != sLoops.end() ? found->second.lock() : nullptr;
 }
@@ -121,7 +121,7 @@ void* MakeWindow()
 {
     const unsigned short kClassName[] = {'E', 'v', 'e', 'n', 't', 'L', 'o', 'o', 'p', 0};
     const win32::WNDCLASSW windowClass = {&LoopProcedure, kClassName};
-    win32::RegisterClassW(&windowClass); // once; later ones find the name taken
+    win32::RegisterClassW(&windowClass); // fails after the first call: the name is taken
     void* const window =
         win32::CreateWindowExW(0, kClassName, kClassName, 0, 0, 0, 0, 0, win32::MessageOnlyParent(),
                                nullptr, nullptr, nullptr);
@@ -130,8 +130,8 @@ void* MakeWindow()
     return window;
 }
 
-// A number that no other thread of the process has, unlike the thread's id, which may come
-// again. 0 until the thread makes an adaptor.
+// The thread's number, 0 until the thread makes an adaptor. The system's thread id is no
+// alternative: a later thread may have the same id.
 PLATFORM_THREAD_LOCAL unsigned long long tThread = 0;
 std::atomic<unsigned long long> sThreads(0);
 
@@ -147,17 +147,17 @@ class EventLoopAdaptor : public AsyncEventLoopAdaptor
 public:
     EventLoopAdaptor()
     {
-        Lock lock(sLoopsLock);
+        const platform::ScLock lock(sLoopsLock);
         sLoops[mWindow.get()] = mLoop;
     }
 
     ~EventLoopAdaptor() override
     {
         {
-            Lock lock(sLoopsLock);
+            const platform::ScLock lock(sLoopsLock);
             sLoops.erase(mWindow.get());
         }
-        // Only its own thread may destroy a window.
+        // Only the thread of a window may destroy the window.
         if (!IsOwnThread())
             win32::PostMessageW(mWindow.release(), win32::kWmClose, 0, 0);
     }
@@ -168,7 +168,7 @@ public:
     {
         if (delay <= 0)
             return mLoop->Post(function);
-        // Run by the loop, which therefore lives then.
+        // The loop itself calls the function, so the pointer is valid then.
         Loop* const loop = mLoop.get();
         const auto due = Clock::now() + std::chrono::milliseconds(delay);
         const auto delayed = std::make_shared<Delayed>();

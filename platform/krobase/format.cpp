@@ -1,4 +1,4 @@
-// Numbers and messages written.
+// Writing numbers and messages.
 
 #include "format.h"
 
@@ -20,7 +20,7 @@ const std::size_t kMostDecimals = kLongestNumber;
 struct Digits
 {
     char mText[std::numeric_limits<double>::max_exponent10 + 2 + kMostDecimals];
-    std::size_t mInteger; // of them in front of the "."
+    std::size_t mInteger; // the digits before the "."
     std::size_t mLength;
 
     std::size_t Fraction() const { return mLength - mInteger; }
@@ -58,13 +58,13 @@ char SignOf(double value, unsigned int flags)
     return flags & kNumberSpace ? ' ' : '\0';
 }
 
-// The length of an integer part with its marks.
+// The length of an integer part with its thousands marks.
 std::size_t MarkedLength(std::size_t digits, unsigned int flags)
 {
     return digits + (flags & kNumberGroup ? (digits - 1) / 3 : 0);
 }
 
-// The integer part, padded to width characters and then grouped.
+// Writes the integer part, padded to `width` digits and then grouped.
 char* PutInteger(const Digits& digits, std::size_t width, unsigned int flags, char* out)
 {
     const char pad = flags & kNumberPadWithSpaces ? ' ' : '0';
@@ -77,7 +77,7 @@ char* PutInteger(const Digits& digits, std::size_t width, unsigned int flags, ch
     return out;
 }
 
-// Returns the length, 0 if the number is too long.
+// Returns the length, or 0 if the number is too long.
 std::size_t PutPlain(double value, const NumberLayout& layout, std::size_t room, char* out)
 {
     Digits digits;
@@ -97,8 +97,7 @@ std::size_t PutPlain(double value, const NumberLayout& layout, std::size_t room,
     return static_cast<std::size_t>(end - out);
 }
 
-// Returns the length, 0 if there is no room for one digit. Infinities and what
-// is no number come out as words.
+// Returns the length, or 0 without room for one digit. Infinities and NaN are words.
 std::size_t PutExponent(double value, int decimals, std::size_t room, char* out)
 {
     const std::chars_format kNotation = std::chars_format::scientific;
@@ -122,16 +121,16 @@ UTF16String ReplaceInString(const UTF16String& text, const UTF16String& at0, con
                                           &at5, &at6, &at7, &at8, &at9};
     UTF16String result;
     std::size_t start = 0;
-    for (std::size_t place = 0; (place = text.find('@', place)) != UTF16String::npos;)
+    for (std::size_t position = 0; (position = text.find('@', position)) != UTF16String::npos;)
     {
-        const unsigned int next = place + 1 < text.size() ? text[place + 1] : 0;
+        const unsigned int next = position + 1 < text.size() ? text[position + 1] : 0;
         if (next < '0' || next > '9')
         {
-            ++place;
+            ++position;
             continue;
         }
-        result.append(text, start, place - start).append(*strings[next - '0']);
-        start = place += 2;
+        result.append(text, start, position - start).append(*strings[next - '0']);
+        start = position += 2;
     }
     return result.append(text, start);
 }

@@ -1,54 +1,66 @@
-// Gates: threads wait until another opens.
+// Gates: threads wait until another thread opens the gate.
+//
+//     krobase::threads::Gate loaded(false);
+//     boost::thread loader([&loaded] { loaded.Open(); });
+//     const bool isOpen = loaded.PassThrough(1000);
+//     loader.join();
+//
+// (The example also needs <boost/thread/thread.hpp>.)
+//
+// Thread safety: several threads may use a Gate at once. One thread opens an OpenOnceGate, and
+// several may wait.
+//
+// Ordering: all writes of the opener before Open happen before PassThrough returns true.
 
 #ifndef KROBASE_GATE_H
 #define KROBASE_GATE_H
-
-#include <condition_variable>
-#include <mutex>
 
 #include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
 #include <platform/base/export.h>
+#include <platform/base/locks.h>
 
 namespace krobase
 {
 namespace threads
 {
-// Any thread. Whoever passes sees what the opener did before it opened.
 class PLATFORM_EXPORT Gate : private boost::noncopyable
 {
 public:
     explicit Gate(bool open);
     ~Gate();
 
-    // Releases every waiter. The gate stays open.
+    // Ends all waits. The gate stays open.
     void Open();
 
-    // Waits up to timeout milliseconds. True if the gate is open.
+    // Waits until the gate is open, for at most `timeout` milliseconds. The wait is no
+    // interruption point of boost::thread.
+    //
+    // Returns: whether the gate is open.
     bool PassThrough(int timeout) const;
 
 private:
-    // Not boost's: their waits can be interrupted.
-    mutable std::mutex mLock; // guards mOpen
-    mutable std::condition_variable mOpened;
-    bool mOpen;
+    mutable platform::Mutex mLock;
+    mutable platform::Condition mOpened;
+    bool mOpen PLATFORM_GUARDED_BY(mLock);
 };
 
-// A gate that its opener lets go of: once that is done there is nothing left to
-// wait on, and everyone passes. One thread opens; any may wait.
+// A gate that is freed when it opens. After that PassThrough returns true at once.
 class PLATFORM_EXPORT OpenOnceGate : private boost::noncopyable
 {
 public:
-    // Closed. Throws std::bad_alloc.
+    // Makes a closed gate.
+    //
+    // Throws: std::bad_alloc.
     OpenOnceGate();
     ~OpenOnceGate();
 
-    // Opening again does nothing.
+    // A second call does nothing.
     void Open();
 
-    // As with Gate.
+    // As Gate::PassThrough.
     bool PassThrough(int timeout) const;
 
 private:

@@ -1,4 +1,10 @@
-// A 16-byte name that is meant to be unique.
+// Unique identifiers of 16 bytes.
+//
+//     krobase::utility::Guid id;
+//     id.mBytes = {0x5A, 0x01};
+//     const bool isNull = id == krobase::utility::Guid();
+//
+// Thread safety: a Guid is a plain value.
 
 #ifndef KROBASE_GUID_H
 #define KROBASE_GUID_H
@@ -9,7 +15,7 @@ namespace krobase
 {
 namespace utility
 {
-// All zero unless said otherwise. Ordered byte by byte.
+// All bytes are zero by default. The order is that of the bytes.
 struct Guid
 {
     std::array<unsigned char, 16> mBytes = {};

@@ -1,4 +1,10 @@
-// A clock for spans of time. Any thread.
+// A clock for spans of time.
+//
+//     namespace Time = krobase::utility::HighPrecisionTime;
+//     const unsigned long long start = Time::GetTickCount();
+//     const long long elapsed = Time::ConvertToNanos(Time::GetTickCount() - start);
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROBASE_HIGH_PRECISION_TIME_H
 #define KROBASE_HIGH_PRECISION_TIME_H
@@ -11,11 +17,11 @@ namespace utility
 {
 namespace HighPrecisionTime
 {
-// Ticks since some moment before the process began; no change of the time of day
-// moves them.
+// Returns the ticks since a fixed moment before the process began. Changes of the time of day
+// have no effect.
 PLATFORM_EXPORT unsigned long long GetTickCount();
 
-// A number of ticks in nanoseconds, at most the largest long long.
+// Returns a number of ticks in nanoseconds, at most the largest long long.
 PLATFORM_EXPORT long long ConvertToNanos(unsigned long long ticks);
 } // namespace HighPrecisionTime
 } // namespace utility

@@ -3,9 +3,9 @@
 #include <map>
 #include <string_view>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
+
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -16,18 +16,17 @@ namespace
 typedef boost::shared_ptr<const std::string> SharedText;
 typedef std::map<std::string_view, boost::weak_ptr<const std::string>> TextTable;
 
-// Guards the table of living texts, whose keys are views of them. Nothing is
-// allocated under it: a new that fails may run a handler that makes texts
-// itself. Neither is ever destroyed: static strings end late.
-boost::mutex& sTextLock = *new boost::mutex;
-TextTable& sTexts = *new TextTable;
+// The living texts. The keys are views of the texts. The table is never destroyed: static
+// strings end late.
+platform::Mutex sTextLock;
+TextTable& sTexts PLATFORM_GUARDED_BY(sTextLock) = *new TextTable;
 
 void Forget(const std::string* text)
 {
     {
-        boost::lock_guard<boost::mutex> lock(sTextLock);
+        const platform::ScLock lock(sTextLock);
         const auto found = sTexts.find(*text);
-        // A successor of the same text may stand there already.
+        // Another thread may have entered a new object with the same text.
         if (found != sTexts.end() && found->second.expired())
             sTexts.erase(found);
     }
@@ -36,24 +35,25 @@ void Forget(const std::string* text)
 
 SharedText Find(std::string_view text)
 {
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScLock lock(sTextLock);
     const auto found = sTexts.find(text);
     return found != sTexts.end() ? found->second.lock() : SharedText();
 }
 
-// Enters the candidate, unless another thread has entered the same text. The
-// caller holds the candidate past the lock, which its end takes too.
+// Enters the candidate, and returns it. If another thread has entered the same text, returns
+// that text. The caller owns the candidate until after the lock, since the candidate's deleter
+// takes the lock, too.
 SharedText Enter(const SharedText& candidate)
 {
     TextTable entry;
     entry.emplace(*candidate, candidate);
-    boost::lock_guard<boost::mutex> lock(sTextLock);
+    const platform::ScLock lock(sTextLock);
     const auto found = sTexts.find(*candidate);
     if (found != sTexts.end())
     {
         if (SharedText living = found->second.lock())
             return living;
-        sTexts.erase(found); // its key is a view of a text that is about to go
+        sTexts.erase(found); // the key is a view of a text that is about to be deleted
     }
     sTexts.merge(entry);
     return candidate;

@@ -1,4 +1,11 @@
-// Texts that are compared by identity, for keys. Any thread.
+// Strings that are compared by identity, for keys.
+//
+//     const krobase::utility::ImmutableString key("state");
+//     if (key == krobase::utility::ImmutableString("state"))
+//         return;
+//
+// Thread safety: several threads may use the class at once, also with one text. One object
+// that a thread changes is for that thread alone.
 
 #ifndef KROBASE_IMMUTABLE_STRING_H
 #define KROBASE_IMMUTABLE_STRING_H
@@ -14,16 +21,19 @@ namespace krobase
 {
 namespace utility
 {
-// Equal texts share one object for as long as any of them lives. Copying,
-// comparing and ordering look at the handle alone, so the order says nothing
-// about the texts and differs from process to process.
+// Equal texts share one copy of the text as long as any of their objects lives. Copies and
+// comparisons use the address of that copy only, so the order is not that of the texts, and
+// differs from process to process.
 class PLATFORM_EXPORT ImmutableString
 {
 public:
-    // Copies the text; null stands for the empty one. Throws std::bad_alloc.
+    // Copies the text. Null counts as the empty text.
+    //
+    // Throws: std::bad_alloc.
     explicit ImmutableString(const char* text);
 
-    // The empty text if the object has been moved from, which equals no text then.
+    // Returns the text. An object that has been moved from returns the empty text, and equals
+    // no object that has a text.
     const char* Text() const { return mText ? mText->c_str() : ""; }
 
     friend bool operator==(const ImmutableString& left, const ImmutableString& right)
@@ -40,7 +50,7 @@ public:
     }
 
 private:
-    boost::shared_ptr<const std::string> mText; // its first word is the handle
+    boost::shared_ptr<const std::string> mText; // equal texts have equal pointers
 };
 } // namespace utility
 } // namespace krobase

@@ -9,13 +9,15 @@
 
 #include <win32/text.h>
 
+#include "usage_logger.h"
+
 namespace krobase
 {
 namespace serialization
 {
 namespace
 {
-// Boost.JSON speaks plain char.
+// Boost.JSON uses char for UTF-8.
 boost::json::string_view AsChars(const utility::UTF8String& text)
 {
     return {reinterpret_cast<const char*>(text.data()), text.size()};
@@ -51,4 +53,9 @@ utility::UTF16String GetJSONString(const boost::any& value, bool)
     return ToUnits(boost::json::serialize(boost::json::string(AsChars(text))));
 }
 } // namespace serialization
+
+namespace config
+{
+UsageLoggerGroup::~UsageLoggerGroup() = default;
+} // namespace config
 } // namespace krobase

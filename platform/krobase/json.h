@@ -1,4 +1,10 @@
-// JSON literals. Any thread.
+// JSON string literals.
+//
+//     const krobase::utility::UTF8String text(1, 'a');
+//     const krobase::utility::UTF16String literal =
+//         krobase::serialization::GetJSONString(text, false); // "a", quotes included
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROBASE_JSON_H
 #define KROBASE_JSON_H
@@ -14,15 +20,20 @@ namespace krobase
 {
 namespace serialization
 {
-// Reads a JSON text. Of a string, with white space around it or not, the result
-// holds the decoded text as a UTF8String; halves of surrogate pairs that stand
-// there unescaped become U+FFFD, escaped ones are no JSON. Of any other text the
-// result is empty. Never null.
+// Parses a JSON text. White space around the literal is allowed.
+//
+// Returns: for a string literal, its decoded text as a UTF8String. For any other text, an
+//   empty any. Never null.
+// Throws: std::bad_alloc.
+// Failures: an unescaped half of a surrogate pair becomes U+FFFD. With an escaped half the text
+//   is no JSON.
 PLATFORM_EXPORT boost::shared_ptr<boost::any> JSONParse(const utility::UTF16String& text);
 
-// The JSON literal, quotes included, of a value that holds a UTF8String. A
-// literal has no layout, so that withLayout makes no difference. Throws
-// boost::bad_any_cast for any other value and std::length_error beyond 2 GiB.
+// Returns the JSON literal, with quotes, of a UTF8String. `withLayout` has no effect: a
+// literal has no layout.
+//
+// Throws: boost::bad_any_cast for any other value; std::length_error beyond 2 GiB;
+//   std::bad_alloc.
 PLATFORM_EXPORT utility::UTF16String GetJSONString(const boost::any& value, bool withLayout);
 } // namespace serialization
 } // namespace krobase

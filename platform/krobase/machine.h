@@ -1,4 +1,9 @@
-// Facts of the machine. Any thread.
+// Facts of the machine.
+//
+//     const int workers = krobase::utility::CPUCount();
+//     const unsigned long long memory = krobase::utility::TotalPhysicalMemory();
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROBASE_MACHINE_H
 #define KROBASE_MACHINE_H
@@ -9,14 +14,15 @@ namespace krobase
 {
 namespace utility
 {
-// The machine's physical memory in bytes.
+// Returns the physical memory in bytes, or 0 if the system does not know.
 PLATFORM_EXPORT unsigned long long TotalPhysicalMemory();
 
-// The logical processors that the process may use, at least 1.
+// Returns the number of logical processors that the process may use, at least 1.
 PLATFORM_EXPORT int CPUCount();
 
-// An address on the calling thread's stack, which grows downward: the deeper the
-// caller, the lower. Differences between callers are those of their depths.
+// Returns an address in the stack frame of the calling thread. The stack grows downward, so a
+// deeper caller has a lower address. The difference of two addresses is the difference of the
+// depths, in bytes.
 PLATFORM_EXPORT char* StackAddress();
 } // namespace utility
 } // namespace krobase

@@ -19,7 +19,7 @@ namespace
 const char kWhiteSpace[] = " \t\n\v\f\r";
 const char kNumberCharacters[] = "0123456789+-eE"; // and the decimal mark
 
-// Whether a unit is one of a text's characters.
+// Returns whether the unit is one of the characters.
 bool IsOneOf(unsigned int unit, const char* characters)
 {
     for (; *characters; ++characters)
@@ -44,7 +44,7 @@ struct Marks
 const char kPlainDecimal = '.';
 const Marks kPlainMarks = {kPlainDecimal, ','};
 
-// The locale's mark, if it is one unit long.
+// Returns the locale's mark if the mark is one unit long, else the usual mark.
 unsigned short UserMark(unsigned int item, unsigned short usual)
 {
     const int kRoom = 16;
@@ -85,14 +85,14 @@ bool Exchange(char* text, const Marks& from, const Marks& to)
     return true;
 }
 
-// Whether a number out of double's range is too large, and not too small: it is
-// digits with or without ".", and perhaps an exponent.
+// Returns whether a number out of double's range is too large, and not too small. The text is
+// digits with or without a ".", with or without an exponent.
 bool IsTooLarge(const char* first, const char* last)
 {
     const char* const mark = std::find_if(first, last, [](char c) { return c == 'e' || c == 'E'; });
     const char* const point = std::find(first, mark, '.');
     const char* const digit = std::find_if(first, mark, [](char c) { return c > '0' && c <= '9'; });
-    // The power of ten, or of its neighbour, that the first digit stands for.
+    // The power of ten of the first digit that is not 0, or one more.
     const long long power = digit < point ? point - digit : point + 1 - digit;
     long long exponent = 0;
     const char* const exponentText = mark + (mark != last) + (mark != last && mark[1] == '+');
@@ -101,7 +101,8 @@ bool IsTooLarge(const char* first, const char* last)
     return exponent > -power;
 }
 
-// Reads a number that begins at first. Returns its end, first if there is none.
+// Reads a number at the head of the text. Returns the end of the number, or `first` without a
+// number.
 const char* ReadAt(const char* first, const char* last, double* target)
 {
     double value = 0;
@@ -118,7 +119,7 @@ const char* ReadAt(const char* first, const char* last, double* target)
     return result.ptr;
 }
 
-// Behind white space and a "+".
+// Returns the position after white space and a "+".
 const char* NumberStart(const char* first, const char* last)
 {
     while (first != last && IsOneOf(static_cast<unsigned char>(*first), kWhiteSpace))
@@ -128,7 +129,7 @@ const char* NumberStart(const char* first, const char* last)
     return first;
 }
 
-// The nearest integer towards zero that has the value.
+// Truncates the value towards zero, and clamps it to the range of long long.
 long long Clamped(double value)
 {
     typedef std::numeric_limits<long long> Limits;
@@ -138,19 +139,19 @@ long long Clamped(double value)
                                                        : static_cast<long long>(value);
 }
 
-// What of a text can be a number, as narrow text with the mark ".".
+// Returns the head of the text that can be part of a number, as narrow text with the mark ".".
 std::string NumberHead(const UTF16String& text, unsigned int flags)
 {
     const bool isMarked = !(flags & kReadNoLocaleMarks);
     const Marks marks = isMarked ? UserMarks() : kPlainMarks;
     std::string head;
-    std::size_t place = 0;
-    while (place < text.size() && IsOneOf(text[place], kWhiteSpace))
-        ++place;
+    std::size_t position = 0;
+    while (position < text.size() && IsOneOf(text[position], kWhiteSpace))
+        ++position;
     bool inInteger = isMarked;
-    for (; place < text.size(); ++place)
+    for (; position < text.size(); ++position)
     {
-        const unsigned short unit = text[place];
+        const unsigned short unit = text[position];
         const bool isDecimalMark = unit == marks.mDecimal;
         const bool isThousandsMark = !isDecimalMark && unit == marks.mThousands && !head.empty() &&
                                      IsDigit(static_cast<unsigned char>(head.back()));

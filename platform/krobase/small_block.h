@@ -1,5 +1,14 @@
-// Small-block allocation. Any thread; a block may be freed on another thread
-// than the one that allocated it.
+// Allocation of small blocks.
+//
+//     typedef krobase::utility::SmallBlockAllocator Allocator;
+//     std::vector<int, Allocator::STLAllocator<int>> numbers(10);
+//     void* const block = Allocator::Allocate(24);
+//     Allocator::Dispose(block);
+//
+// (The example also needs <vector>.)
+//
+// Thread safety: all functions may be called on any thread. A block may be freed on another
+// thread than the thread that allocated the block.
 
 #ifndef KROBASE_SMALL_BLOCK_H
 #define KROBASE_SMALL_BLOCK_H
@@ -17,12 +26,15 @@ namespace utility
 class PLATFORM_EXPORT SmallBlockAllocator
 {
 public:
-    // A block of size bytes, aligned for any type. Throws std::bad_alloc.
+    // Allocates a block of `size` bytes, aligned for any type.
+    //
+    // Throws: std::bad_alloc.
     static void* Allocate(std::size_t size);
 
-    // Gives a block back. Null does nothing.
+    // Frees a block. Null does nothing.
     static void Dispose(void* block);
 
+    // The allocator of standard containers and strings.
     template <class T> class STLAllocator
     {
     public:

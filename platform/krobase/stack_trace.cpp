@@ -6,16 +6,15 @@
 #include <exception>
 #include <string>
 
-// One state for all threads, under our own lock: one a thread, which is the other
-// choice, would read all debug information again for each and never free it.
+// All threads share one state of the look-ups, under a lock of ours. Boost's other choice, a
+// state for each thread, reads all debug information again for each thread and never frees it.
 #define BOOST_STACKTRACE_USE_BACKTRACE
 #define BOOST_STACKTRACE_BACKTRACE_FORCE_STATIC
 #include <boost/stacktrace/frame.hpp>
 #include <boost/stacktrace/safe_dump_to.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include <platform/base/code_units.h>
-#include <platform/base/quiet_new.h>
+#include <platform/base/locks.h>
 
 namespace krobase
 {
@@ -23,11 +22,11 @@ namespace debug
 {
 namespace
 {
-boost::mutex& sLookUpLock = *new boost::mutex; // guards the state of the look-ups
+platform::Mutex sLookUpLock; // guards the state of the look-ups, which Boost owns
 
-// What a look-up gives of the call that returns to the frame; nothing if it
-// fails. The call ends one byte before: the address itself may belong to the
-// next line, or to the next function.
+// Looks up the call that returns to the frame. Returns an empty value after a failure. The look-up
+// uses the last byte of the call, since the return address itself may belong to the next line
+// or to the next function.
 template <class LookUp> auto OfCall(void* frame, LookUp lookUp)
 {
     typedef decltype(lookUp(boost::stacktrace::frame())) Result;
@@ -35,7 +34,7 @@ template <class LookUp> auto OfCall(void* frame, LookUp lookUp)
         return Result();
     try
     {
-        const platform::ScQuietLock<boost::mutex> lock(sLookUpLock);
+        const platform::ScLock lock(sLookUpLock);
         return lookUp(boost::stacktrace::frame(static_cast<const char*>(frame) - 1));
     }
     catch (const std::exception&)

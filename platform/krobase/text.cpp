@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <new>
 
 #include <platform/base/code_units.h>
 #include <win32/text.h>
@@ -11,16 +12,17 @@ namespace utility
 {
 namespace
 {
-const std::size_t kPiece = 1u << 28; // units whose UTF-8 the system can count
+const std::size_t kPiece = 1u << 28; // units; the length of their UTF-8 fits an int
 
-// Whether a cut at the place would part the halves of a pair.
-bool IsInsidePair(const UTF16String& text, std::size_t place)
+// Returns whether the position is between the halves of a surrogate pair.
+bool IsInsidePair(const UTF16String& text, std::size_t position)
 {
-    return place > 0 && place < text.size() && platform::IsHighSurrogate(text[place - 1]) &&
-           platform::IsLowSurrogate(text[place]);
+    return position > 0 && position < text.size() &&
+           platform::IsHighSurrogate(text[position - 1]) &&
+           platform::IsLowSurrogate(text[position]);
 }
 
-// Units of the first count characters.
+// Returns the number of units in the first `count` characters.
 std::size_t UnitsOfCharacters(const UTF16String& text, unsigned int count)
 {
     std::size_t units = 0;
@@ -59,6 +61,16 @@ UTF8String UTF16to8(const UTF16String& text)
         start = end;
     }
     return bytes;
+}
+
+void* SmallBlockAllocator::Allocate(std::size_t size)
+{
+    return ::operator new(size); // the C library has a cache of small blocks per thread
+}
+
+void SmallBlockAllocator::Dispose(void* block)
+{
+    ::operator delete(block);
 }
 } // namespace utility
 } // namespace krobase

@@ -1,15 +1,25 @@
+// Executors with threads of their own.
+
+#include "executor.h"
+
+#include <chrono>
+#include <exception>
+#include <list>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/make_shared.hpp>
 
+#include <platform/base/locks.h>
+#include <platform/base/thread_local.h>
 #include <win32/exceptions.h>
 #include <win32/threads.h>
+#include <wril/wril.h>
 
-#include "executor.h"
-#include "private/work_queue.h"
 #include "threads.h"
 
 namespace krobase
@@ -18,7 +28,158 @@ namespace threads
 {
 namespace
 {
-typedef WorkQueue::Function Function;
+typedef boost::function<void()> Function;
+
+// Contained as well: a sink that throws must not end the thread.
+void LogThrown(const char* what)
+{
+    try
+    {
+        WRIL_sprintf(0, "krobase", "EXECUTOR", "A function of an executor threw: %s", what);
+    }
+    catch (...)
+    {
+    }
+}
+
+// Calls the function, and logs an exception out of it.
+void RunContained(const Function& function)
+{
+    try
+    {
+        function();
+    }
+    catch (const std::exception& exception)
+    {
+        LogThrown(exception.what());
+    }
+    catch (...)
+    {
+        LogThrown("not a std::exception");
+    }
+}
+
+class WorkQueue : private boost::noncopyable
+{
+public:
+    void Post(const Function& function, int delay);
+
+    // Runs functions on the calling thread until the queue is closed and no function is due.
+    // Calls `atStart` first and `atEnd` last, unless they are empty.
+    void Run(const Function& atStart, const Function& atEnd);
+
+    void Close();
+
+    // Returns whether the calling thread is in Run.
+    bool RunsHere() const;
+
+private:
+    typedef std::chrono::steady_clock Clock;
+
+    // Functions move in list nodes, so that they are copied before the lock and destroyed after
+    // the lock.
+    typedef std::list<Function> Functions;
+
+    void RunFunctions();
+
+    // Waits for a function that is due. Returns false if the queue is closed and none is due.
+    bool TakeNext(Functions& next) PLATFORM_EXCLUDES(mLock);
+    bool TakeDue(Functions& next) PLATFORM_REQUIRES(mLock);
+
+    platform::Mutex mLock;
+    platform::Condition mChanged;
+    Functions mReady PLATFORM_GUARDED_BY(mLock);
+    std::multimap<Clock::time_point, Functions>
+        mDelayed PLATFORM_GUARDED_BY(mLock); // one function each
+    bool mClosed PLATFORM_GUARDED_BY(mLock) = false;
+};
+
+PLATFORM_THREAD_LOCAL const WorkQueue* tRunning = nullptr;
+
+void WorkQueue::Post(const Function& function, int delay)
+{
+    Functions ready{function};
+    std::multimap<Clock::time_point, Functions> delayed;
+    if (delay > 0)
+        delayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(ready));
+
+    const platform::ScLock lock(mLock);
+    if (delay > 0)
+        mDelayed.insert(delayed.extract(delayed.begin()));
+    else
+        mReady.splice(mReady.end(), ready);
+    mChanged.NotifyOne();
+}
+
+void WorkQueue::Run(const Function& atStart, const Function& atEnd)
+{
+    tRunning = this;
+    if (atStart)
+        RunContained(atStart);
+    RunFunctions();
+    if (atEnd)
+        RunContained(atEnd);
+    tRunning = nullptr;
+}
+
+void WorkQueue::RunFunctions()
+{
+    Functions next;
+    while (TakeNext(next))
+    {
+        RunContained(next.front());
+        next.clear(); // before the lock: the captures may post as they are destroyed
+    }
+}
+
+void WorkQueue::Close()
+{
+    const platform::ScLock lock(mLock);
+    mClosed = true;
+    mChanged.NotifyAll();
+}
+
+bool WorkQueue::RunsHere() const
+{
+    return tRunning == this;
+}
+
+bool WorkQueue::TakeNext(Functions& next)
+{
+    const platform::ScLock lock(mLock);
+    while (!TakeDue(next))
+    {
+        if (mClosed)
+            return false;
+        if (mDelayed.empty())
+        {
+            mChanged.Wait(mLock);
+            continue;
+        }
+        const Clock::time_point due = mDelayed.begin()->first;
+        mChanged.WaitUntil(mLock, due);
+    }
+    // Wakes another thread for the next function: one notification may have been for several
+    // functions, as when two delayed functions are due at once.
+    if (!mReady.empty() || !mDelayed.empty())
+        mChanged.NotifyOne();
+    return true;
+}
+
+bool WorkQueue::TakeDue(Functions& next)
+{
+    const auto first = mDelayed.begin();
+    if (first != mDelayed.end() && first->first <= Clock::now())
+    {
+        next.splice(next.end(), first->second);
+        mDelayed.erase(first);
+        return true;
+    }
+    if (mReady.empty())
+        return false;
+    next.splice(next.end(), mReady, mReady.begin());
+    return true;
+}
 
 struct ThreadSetUp
 {
@@ -45,7 +206,7 @@ void RunThread(const ThreadSetUp& setUp, const std::shared_ptr<WorkQueue>& queue
 {
     SetCurrentThreadName(setUp.mName.c_str());
     unsigned int stack = win32::kLargestStackGuarantee;
-    win32::SetThreadStackGuarantee(&stack); // without memory the thread goes without
+    win32::SetThreadStackGuarantee(&stack); // without memory the thread has no signal stack
     if (setUp.mPriority != win32::kThreadPriorityNormal)
         win32::SetThreadPriority(win32::GetCurrentThread(), setUp.mPriority);
     queue->Run(setUp.mAtStart, setUp.mAtEnd);
@@ -62,7 +223,7 @@ public:
         }
         catch (...)
         {
-            // A thread that can't be waited for is left to itself, with the queue.
+            // A thread that cannot be joined is abandoned. The thread owns the queue, too.
         }
     }
 
@@ -73,7 +234,7 @@ public:
         for (int i = 0; i < threadCount; ++i)
         {
             const std::shared_ptr<WorkQueue> queue = mQueue;
-            // They are only read there, and a copy would share what they own.
+            // Boost only reads the attributes. A copy would share their ownership.
             mThreads.emplace_back(const_cast<boost::thread::attributes&>(attributes),
                                   [setUp, queue] { RunThread(setUp, queue); });
         }
@@ -90,7 +251,8 @@ private:
         mQueue->Close();
         for (boost::thread& thread : mThreads)
         {
-            // The queue lives on with a thread that lets go of its own executor.
+            // This thread released the last reference to its own executor. The thread owns
+            // the queue until the thread ends.
             if (thread.get_id() == boost::this_thread::get_id())
                 thread.detach();
             else

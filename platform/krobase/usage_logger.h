@@ -1,4 +1,10 @@
-// What a telemetry sink collects.
+// The data of a telemetry event.
+//
+//     const auto report = [](krobase::config::UsageLoggerGroup& group) {
+//         group.Add("severity", krobase::utility::UTF8String(1, '8'));
+//     };
+//
+// Thread safety: the derived class decides whether several threads may add to one group.
 
 #ifndef KROBASE_USAGE_LOGGER_H
 #define KROBASE_USAGE_LOGGER_H
@@ -11,15 +17,14 @@ namespace krobase
 {
 namespace config
 {
-// Data that belongs together, such as all that is told of one error. The sink
-// derives from it; whether several threads may add to one group is the sink's
-// to say.
+// Named values that belong together, such as those of one error. The telemetry sink derives
+// from the class.
 class PLATFORM_EXPORT UsageLoggerGroup
 {
 public:
     virtual ~UsageLoggerGroup();
 
-    // Both are copied.
+    // Adds a value. The implementation copies the name and the value.
     virtual void Add(const char* name, const utility::UTF8String& value) = 0;
 };
 } // namespace config

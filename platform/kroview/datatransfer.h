@@ -1,4 +1,8 @@
-// The clipboard. Any thread.
+// The clipboard, which is the process's own. platform::ClipboardText reads it.
+//
+//     kroview::datatransfer::NewClipboardSendData(krobase::utility::UTF16String(3, 'x'));
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROVIEW_DATATRANSFER_H
 #define KROVIEW_DATATRANSFER_H
@@ -10,8 +14,9 @@ namespace kroview
 {
 namespace datatransfer
 {
-// Puts text in the place of what is on the clipboard. The clipboard is the
-// process's own; platform::ClipboardText reads it.
+// Replaces the text on the clipboard.
+//
+// Throws: std::bad_alloc; then the clipboard is left as it is.
 PLATFORM_EXPORT void NewClipboardSendData(const krobase::utility::UTF16String& text);
 } // namespace datatransfer
 } // namespace kroview

@@ -1,4 +1,13 @@
 // The host's message box.
+//
+//     using namespace kroview::dialogs::messagebox;
+//     const auto warn = [](kroview::pencart::SupplierInterface& supplier,
+//                          kroview::ui::UI_Node& window, krobase::utility::UTF16String& text) {
+//         Messagebox(&supplier, text, text, kKindAlert, kButtonOK, kIconWarning, &window, {}, 0,
+//         0);
+//     };
+//
+// Thread safety: any thread may call, as far as the presenter of alerts allows.
 
 #ifndef KROVIEW_MESSAGEBOX_H
 #define KROVIEW_MESSAGEBOX_H
@@ -29,16 +38,17 @@ enum Icon
     kIconNote = 4
 };
 
-// What a box calls for messages that it leaves to its owner. An alert leaves
-// none.
+// Receives the messages that a box leaves to its owner. An alert leaves none.
 typedef boost::function<void(unsigned int message)> MessageHandler;
 
-// Shows an alert with an OK button through the host's presenter of alerts, waits
-// until it is dismissed, and returns the button. The node is the window to
-// which the box belongs and is held for so long. widthHint is 0, or the width
-// in points that suits the text; heightHint is 0. Throws std::invalid_argument
-// for a null supplier or node, another kind or another button, and what the
-// presenter throws.
+// Shows an alert with an OK button through the presenter of alerts, and waits until the alert
+// is dismissed.
+//
+// node: the window to which the box belongs. The function holds a reference until it returns.
+// widthHint: 0, or the width in points that suits the text. heightHint: 0.
+// Returns: kButtonOK.
+// Throws: std::invalid_argument for a null supplier or node, another kind or another button;
+//   what the presenter throws; std::bad_alloc.
 PLATFORM_EXPORT int Messagebox(pencart::SupplierInterface* supplier,
                                const krobase::utility::UTF16String& title,
                                const krobase::utility::UTF16String& text, int kind, int button,

@@ -3,11 +3,9 @@
 #include <atomic>
 #include <utility>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
+#include <platform/base/locks.h>
 
-#include <platform/base/quiet_new.h>
-
+#include "datatransfer.h"
 #include "private/switches.h"
 
 namespace kroview
@@ -29,18 +27,19 @@ struct Capture
     UI_NodeManager::CaptureEnd mOnEnd;
 };
 
-boost::mutex& sCaptureLock = *new boost::mutex; // guards sCapture; both stay for good
-Capture& sCapture = *new Capture;
+// Never destroyed: static destructors may end a capture.
+platform::Mutex sCaptureLock;
+Capture& sCapture PLATFORM_GUARDED_BY(sCaptureLock) = *new Capture;
 
-// Puts a capture in the place of the one that is given back.
+// Replaces the capture, and returns the previous capture.
 Capture ExchangeCapture(Capture capture)
 {
-    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    const platform::ScLock lock(sCaptureLock);
     std::swap(capture, sCapture);
     return capture;
 }
 
-void Tell(const Capture& ended, bool cancelled)
+void NotifyOwner(const Capture& ended, bool cancelled)
 {
     if (ended.mOnEnd)
         ended.mOnEnd(cancelled);
@@ -53,26 +52,25 @@ UI_NodeManager* UI_NodeManager::Get(bool onlyIfMade)
 {
     if (!onlyIfMade)
     {
-        const platform::ScQuietNew quiet; // others wait for the first as for a lock
-        static UI_NodeManager& manager = *new UI_NodeManager;
-        sManager = &manager;
+        static UI_NodeManager sOnly; // has no destructor, so threads may use it at exit
+        sManager = &sOnly;
     }
     return sManager;
 }
 
 void UI_NodeManager::BeginInputCapture(const CaptureEnd& onEnd)
 {
-    Tell(ExchangeCapture({true, onEnd}), true);
+    NotifyOwner(ExchangeCapture({true, onEnd}), true);
 }
 
 void UI_NodeManager::EndInputCapture(bool cancelled)
 {
-    Tell(ExchangeCapture({}), cancelled);
+    NotifyOwner(ExchangeCapture({}), cancelled);
 }
 
 bool UI_NodeManager::HasInputCapture() const
 {
-    boost::lock_guard<boost::mutex> lock(sCaptureLock);
+    const platform::ScLock lock(sCaptureLock);
     return sCapture.mIsHeld;
 }
 } // namespace ui
@@ -80,5 +78,35 @@ bool UI_NodeManager::HasInputCapture() const
 void ForgetInputCapture()
 {
     ui::ExchangeCapture({});
+}
+
+namespace
+{
+typedef krobase::utility::UTF16String UTF16String;
+
+// Never destroyed: static destructors may copy to the clipboard.
+platform::Mutex sClipboardLock;
+UTF16String& sClipboard PLATFORM_GUARDED_BY(sClipboardLock) = *new UTF16String;
+} // namespace
+
+namespace datatransfer
+{
+void NewClipboardSendData(const UTF16String& text)
+{
+    UTF16String fresh = text;
+    const platform::ScLock lock(sClipboardLock);
+    sClipboard.swap(fresh);
+}
+} // namespace datatransfer
+
+UTF16String ClipboardText()
+{
+    const platform::ScLock lock(sClipboardLock);
+    return sClipboard;
+}
+
+void EmptyClipboard()
+{
+    datatransfer::NewClipboardSendData(UTF16String());
 }
 } // namespace kroview

@@ -1,5 +1,13 @@
-// What of the host's user interface a message box needs: what draws, the nodes
-// of its tree, and the capture of input by one of them.
+// The parts of the host's user interface that a message box uses: the drawing supplier, the
+// nodes of the host's tree, and the capture of input.
+//
+//     auto* const manager = kroview::ui::UI_NodeManager::Get(false);
+//     manager->BeginInputCapture([](bool cancelled) { std::puts(cancelled ? "cancel" : "drop"); });
+//     manager->EndInputCapture(false);
+//
+// (The example also needs <cstdio>.)
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef KROVIEW_UI_H
 #define KROVIEW_UI_H
@@ -13,7 +21,7 @@ namespace kroview
 {
 namespace pencart
 {
-// What the host draws with. The host derives from it and owns it.
+// The host's drawing services. The host derives from the class and owns the object.
 class PLATFORM_EXPORT SupplierInterface
 {
 public:
@@ -23,9 +31,8 @@ public:
 
 namespace ui
 {
-// A node of the host's tree, such as its top-level window, held by
-// boost::intrusive_ptr. The count may change on any thread; the last to let go
-// deletes the node.
+// A node of the host's tree, such as the top-level window. Owners hold it by
+// boost::intrusive_ptr, on any thread. The last owner deletes the node.
 class PLATFORM_EXPORT UI_Node
     : public boost::intrusive_ref_counter<UI_Node, boost::thread_safe_counter>
 {
@@ -33,25 +40,29 @@ public:
     virtual ~UI_Node();
 };
 
-// Who has captured input: a drag, or a menu that tracks the mouse. One at a
-// time has it. Any thread.
+// The capture of input, by a drag or by a menu that tracks the mouse. There is one capture at
+// a time.
 class PLATFORM_EXPORT UI_NodeManager
 {
 public:
-    // Told once when the capture is over, with no lock held; cancelled is true
-    // if its work isn't to be kept. May begin the next capture.
+    // Called once at the end of the capture, on the thread that ends the capture, with no lock
+    // held. `cancelled` is true if the work of the capture is to be dropped. The function may
+    // begin the next capture.
     typedef boost::function<void(bool cancelled)> CaptureEnd;
 
-    // The manager, which stays for good. It is made when it is first asked for
-    // with onlyIfMade false; until then true gives null.
+    // Returns the manager, which exists until the process ends. Before the first call with
+    // `onlyIfMade` false, a call with `onlyIfMade` true returns null.
     static UI_NodeManager* Get(bool onlyIfMade);
 
-    // Begins a capture; the owner of the one before is told that it is
-    // cancelled. onEnd may be empty.
+    // Begins a capture, after which the previous capture is cancelled. `onEnd` may be empty.
+    //
+    // Throws: what the previous capture's `onEnd` throws, with the new capture begun;
+    //   std::bad_alloc, with the previous capture in force.
     void BeginInputCapture(const CaptureEnd& onEnd);
 
-    // Ends the capture; without one it does nothing. Throws what onEnd throws,
-    // with the capture over.
+    // Ends the capture. Without a capture the function does nothing.
+    //
+    // Throws: what `onEnd` throws, with the capture ended.
     void EndInputCapture(bool cancelled);
     bool HasInputCapture() const;
 

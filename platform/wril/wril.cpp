@@ -20,7 +20,7 @@ namespace
 typedef platform::SwitchedFunction<void(int, const char*, const char*, const char*)> Sink;
 Sink& sSink = *new Sink;
 
-// What is no number leaves the level at 0.
+// Returns 0 without a number in the variable.
 int LevelFromEnvironment()
 {
     const char* text = std::getenv("U_LOG_LEVEL");
@@ -48,9 +48,10 @@ const char* Shown(const char* text)
     return text ? text : "";
 }
 
-const char kKept[] = "\t"; // a tab separates the columns of a report
+const char kKept[] = "\t"; // tabs separate the columns of a report
 
-// The indent keeps a line of the text apart from a line of the log.
+// Writes the text with an indent after each line feed, so that no line of the text can be taken
+// for a line of the log.
 template <class Write> void WriteText(std::string_view text, const Write& write)
 {
     if (!text.empty() && text.back() == '\n')
@@ -79,13 +80,8 @@ void WritePieces(int level, const char* category, const char* tag, const char* t
     write("\n");
 }
 
-void WriteToStderr(std::string_view piece)
-{
-    std::fwrite(piece.data(), 1, piece.size(), stderr);
-}
-
-// One call writes the whole line: processes that share stderr don't mix theirs. A
-// line of usual length takes no memory, since it may be a dying process's last.
+// Writes the line in one call, so that processes which share stderr do not mix their lines. A
+// line of usual length is not allocated, since the line may be the last of a dying process.
 void WriteLine(int level, const char* category, const char* tag, const char* text)
 {
     char usual[1024];
@@ -96,16 +92,16 @@ void WriteLine(int level, const char* category, const char* tag, const char* tex
         length += piece.size();
     });
     if (length <= sizeof(usual))
-        return WriteToStderr({usual, length});
+        return platform::WriteToStderr({usual, length});
 
-    const platform::ScQuietNew quiet; // who logs may hold a lock
+    const platform::ScQuietNew quiet; // the caller may hold a lock
     const std::unique_ptr<char[]> whole(new (std::nothrow) char[length]);
-    if (!whole) // in pieces is better than not at all
-        return WritePieces(level, category, tag, text, WriteToStderr);
+    if (!whole) // several writes are better than no line
+        return WritePieces(level, category, tag, text, platform::WriteToStderr);
     char* end = whole.get();
     WritePieces(level, category, tag, text,
                 [&](std::string_view piece) { end += piece.copy(end, piece.size()); });
-    WriteToStderr({whole.get(), length});
+    platform::WriteToStderr({whole.get(), length});
 }
 } // namespace
 
@@ -132,7 +128,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
     std::unique_ptr<char[]> longLine;
     if (length >= static_cast<int>(sizeof(line)))
     {
-        // Without memory the line is written cut.
+        // Without memory the line is cut.
         const std::size_t size = static_cast<std::size_t>(length) + 1;
         const platform::ScQuietNew quiet;
         longLine.reset(new (std::nothrow) char[size]);
@@ -140,7 +136,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
             std::vsnprintf(longLine.get(), size, format, again);
     }
     va_end(again);
-    // Arguments that can't be formatted leave nothing to read in the buffer.
+    // A negative length is a failure to format, after which the buffer has no text.
     const char* shortLine = length < 0 ? format : line;
     WRIL_Log(level, category, tag, longLine ? longLine.get() : shortLine);
 }

@@ -1,5 +1,11 @@
-// The application log. A line has a level (0 is the most important), a
-// category and a tag. Any thread.
+// The application log. A line has a level, a category and a tag; level 0 is the most important.
+// platform/control.h has the sink of the lines.
+//
+//     WRIL_sprintf(10, "host", "Start", "%d modules", 3);
+//
+// Thread safety: all functions may be called on any thread.
+//
+// Throws: what the sink throws.
 
 #ifndef WRIL_WRIL_H
 #define WRIL_WRIL_H
@@ -8,16 +14,24 @@
 
 #include <platform/base/export.h>
 
+// Logs a line. Null texts are allowed.
 PLATFORM_EXPORT void WRIL_Log(int level, const char* category, const char* tag, const char* text);
 
-// The same with a printf format; a line of any length is written whole.
+// Logs a line with a printf format, whatever its length.
+//
+// Failures:
+// - without memory a line of 512 bytes or more is cut to 511 bytes;
+// - arguments that cannot be formatted leave the format itself as the text.
 #if defined(__GNUC__)
 __attribute__((format(printf, 4, 5)))
 #endif
 PLATFORM_EXPORT void
 WRIL_sprintf(int level, const char* category, const char* tag, const char* format, ...);
 
-// The text of one message and where it comes from, as lines show it.
+// Returns "where: text", the form in which lines show a message with its origin. A null text
+// counts as empty.
+//
+// Throws: std::bad_alloc.
 PLATFORM_EXPORT std::string WRIL_convertMesg(const char* where, const char* text);
 
 #endif

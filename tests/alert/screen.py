@@ -10,19 +10,19 @@ PATIENCE = 30  # seconds
 
 
 def missing():
-    """The programs that a screen needs and that aren't installed."""
+    """Returns the programs that a screen needs and that are not installed."""
     return [name for name in ("Xvfb", "xdotool", "xwd") if not shutil.which(name)]
 
 
 def has_font(language):
-    """Whether a font has the letters of a language; true where nobody can tell."""
+    """Returns whether a font has the letters of a language, or true if fc-list is missing."""
     if not shutil.which("fc-list"):
         return True
     return bool(subprocess.run(["fc-list", ":lang=" + language], capture_output=True).stdout)
 
 
 def wait_for(what, ask):
-    """What ask gives, as soon as that is true."""
+    """Waits until ask returns a true value, and returns the value."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
         result = ask()
@@ -51,7 +51,7 @@ class Picture:
             self.rows.append(list(zip(*channels)))
 
     def count(self, matches, left=0, top=0, right=None, bottom=None):
-        """Pixels of a region that match."""
+        """Returns the number of pixels of a region that match."""
         return sum(matches(pixel) for row in self.rows[top:bottom] for pixel in row[left:right])
 
     def __eq__(self, other):
@@ -74,7 +74,7 @@ class Screen:
         with os.fdopen(end) as number:
             self.environment = dict(os.environ, DISPLAY=":" + number.readline().strip(),
                                     SDL_VIDEODRIVER="x11")
-        # What the libraries below SDL keep to the end isn't ours to free.
+        # The libraries below SDL do not free all of their memory.
         self.environment["ASAN_OPTIONS"] = ":".join(
             filter(None, [os.environ.get("ASAN_OPTIONS"), "detect_leaks=0"]))
 

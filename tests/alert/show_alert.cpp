@@ -1,9 +1,9 @@
-// Shows one alert in a window and says how it was dismissed, on standard output:
-// the answer and the modifier keys, as numbers.
+// Shows one alert in a window, and prints the answer and the modifier keys of its dismissal, as
+// numbers.
 //
 // Usage: show_alert host|plain|assertion ICON TITLE TEXT
 //
-// ICON is the host's or MessageBoxW's number.
+// ICON is a number of Messagebox for host, and of MessageBoxW for plain.
 
 #include <cstdio>
 #include <cstdlib>

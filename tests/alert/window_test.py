@@ -1,4 +1,4 @@
-"""Alerts in a window, on a screen of their own: what is seen, and what ends them.
+"""Alerts in a window, on a screen of their own: the picture, and the ways to dismiss them.
 
 SHOW_ALERT names the program that shows them. With PICTURES in the environment
 each picture is left in that folder, as a PPM file.
@@ -41,7 +41,7 @@ def setUpModule():
 
 
 class Alert:
-    """An alert that is up."""
+    """An alert that is shown."""
 
     def __init__(self, kind, icon, title, text):
         self.program = subprocess.Popen([SHOW_ALERT, kind, str(icon), title, text],
@@ -78,7 +78,7 @@ class Alert:
         screen.xdotool("mousemove", "--window", self.window, x, y, "click", button)
 
     def changed(self):
-        """The picture as soon as it is another one."""
+        """Waits until the picture changes, and returns it."""
         before = self.picture
         self.picture = wait_for("another picture", lambda: self.another(before))
         return self.picture
@@ -92,7 +92,7 @@ class Alert:
         return picture if picture != before else None
 
     def end(self):
-        """The answer and the modifier keys, when the alert is gone."""
+        """Waits for the dismissal, and returns the answer and the modifier keys."""
         out, err = self.program.communicate(timeout=PATIENCE)
         if err or self.program.returncode:
             raise AssertionError(f"status {self.program.returncode}: {err}")
@@ -131,7 +131,7 @@ class Seen(unittest.TestCase):
     def test_each_character_is_drawn_as_itself(self):
         if not has_font("ja"):
             self.skipTest("no Japanese font is installed")
-        unknown = "\ue000" * 4  # which no font has: boxes
+        unknown = "\ue000" * 4  # in no font: drawn as boxes
         pictures = [picture_of(text) for text in ("aaaa", "ääää", "日日日日", "本本本本", unknown)]
         for i, picture in enumerate(pictures):
             for j in range(i):
@@ -185,7 +185,7 @@ class Ended(unittest.TestCase):
         alert = Alert("plain", NOTE, "", "Text")
         x, y = alert.picture.width - MARGIN - 40, alert.picture.height - BUTTON // 2
         alert.click(MARGIN, MARGIN)
-        # A press on the button that is let go beside it.
+        # A press on the button with the release outside of it.
         screen.xdotool("mousemove", "--window", alert.window, x, y, "mousedown", 1,
                        "mousemove", "--window", alert.window, MARGIN, MARGIN, "mouseup", 1)
         self.assertEqual(alert.find(), alert.window)

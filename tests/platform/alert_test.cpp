@@ -21,7 +21,7 @@ class Supplier : public kroview::pencart::SupplierInterface
 {
 };
 
-// Tells of its end.
+// Sets a flag when it is deleted.
 class Node : public kroview::ui::UI_Node
 {
 public:
@@ -67,9 +67,10 @@ TEST_F(Alerts, AHostBoxHoldsItsNodeWhileItIsUp)
     EXPECT_TRUE(mNodeGone);
 }
 
-TEST_F(Alerts, WithoutAPresenterTheAlertIsFramedOnStderr)
+TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
 {
-    platform::SetAlertPresenter([](const Alert&) { ADD_FAILURE() << "it has gone"; });
+    platform::SetAlertPresenter(
+        [](const Alert&) { ADD_FAILURE() << "the presenter has been removed"; });
     platform::ResetAll();
     testing::internal::CaptureStderr();
     ShowPlainBox(
@@ -87,14 +88,14 @@ TEST_F(Alerts, WithoutAPresenterTheAlertIsFramedOnStderr)
               "+--------------------------------------------------------------------------+\n");
 }
 
-TEST_F(Alerts, WithoutMemoryTheBareTextGoesToStderr)
+TEST_F(Alerts, AnAlertWithoutMemoryIsBareTextOnStderr)
 {
     SKIP_UNDER_SANITIZERS();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {
             const ScNoMemory noMemory;
-            // Short: strings hold them themselves.
+            // So short that the strings allocate nothing.
             ShowPlainBox(u"\n\u009B\U0001F600\xD800!", u"Größe");
             std::_Exit(0);
         },
@@ -115,9 +116,9 @@ TEST(AlertLayout, TextIsBrokenWhereItsScriptAllows)
         {u"a\u2028b\u2029\u2028c", {u"a", u"b", u"", u"c"}},
         {u"0123456789abcdefghijklm no", {u"0123456789", u"abcdefghij", u"klm no"}},
         {u"to 0123456789abc", {u"to", u"0123456789", u"abc"}},
-        // No line begins with a mark of punctuation, even without spaces.
+        // A line does not begin with a punctuation mark, also in a script without spaces.
         {u"今日はいい天気ですよ。はい", {u"今日はいい天気です", u"よ。はい"}},
-        // Neither a pair nor a letter with its accent is parted.
+        // A surrogate pair, and a letter with its accents, is not split.
         {u"012345678\U0001F600", {u"012345678", u"\U0001F600"}},
         {u"012345678e\u0301\u0302", {u"012345678", u"e\u0301\u0302"}},
         {u"e\u0301\u0301\u0301\u0301\u0301\u0301\u0301\u0301\u0301\u0301 a",
@@ -138,7 +139,7 @@ TEST(AlertLayout, TextIsBrokenWhereItsScriptAllows)
 TEST(AlertLayout, AParagraphWithoutEndKeepsAllItsText)
 {
     U_UTF16String text(3 << 20, 'x');
-    text[(1 << 20) - 1] = 0xD83D; // the halves of a pair on both sides of where it is broken
+    text[(1 << 20) - 1] = 0xD83D; // a surrogate pair across the position of the split
     text[1 << 20] = 0xDE00;
     const auto lines =
         platform::WrapText(text, [](const U_UTF16String& line) { return line.size() <= 100; });
@@ -149,6 +150,6 @@ TEST(AlertLayout, AParagraphWithoutEndKeepsAllItsText)
         joined += line;
     }
     EXPECT_TRUE(joined == text);
-    EXPECT_LE(lines.size(), text.size() / 100 + 5); // full ones
+    EXPECT_LE(lines.size(), text.size() / 100 + 5); // the lines are full
 }
 } // namespace

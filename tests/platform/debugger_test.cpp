@@ -23,9 +23,9 @@ protected:
     void TearDown() override { platform::ResetAll(); }
 };
 
-TEST_F(Debugger, AnAssertionSaysWhatFailedAndAsksTheDeveloper)
+TEST_F(Debugger, AnAssertionShowsItsTextsAndReturnsTheAnswer)
 {
-    // With the parts of the alert's text, the developer's answer, and what is made of it.
+    // The parts of the text, the text, the answer, and the results: break, ignore always.
     typedef std::array<const char*, 4> Parts;
     typedef std::tuple<Parts, const char16_t*, platform::AssertAnswer, bool, bool> Row;
     const Row kRows[] = {
@@ -58,10 +58,10 @@ TEST_F(Debugger, AnAssertionSaysWhatFailedAndAsksTheDeveloper)
     }
 }
 
-// Runs in a child that this process traces.
+// Called in a child process that this process traces.
 int AskUnderATracer()
 {
-    raise(SIGSTOP); // until the tracer is there
+    raise(SIGSTOP); // until the tracer is attached
     testing::internal::CaptureStderr();
     bool ignoreAlways = false;
     const bool shouldBreak =
@@ -73,7 +73,7 @@ int AskUnderATracer()
     return 2;
 }
 
-TEST_F(Debugger, WithOneAttachedAnUnseenAssertionBreaksIntoIt)
+TEST_F(Debugger, AnUnseenAssertionBreaksIntoAnAttachedDebugger)
 {
     EXPECT_FALSE(krobase::debug::IsDebuggerAttached());
     const pid_t child = fork();

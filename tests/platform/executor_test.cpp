@@ -39,7 +39,7 @@ boost::shared_ptr<AsyncThreadedExecutor> MakeExecutor(int threadCount)
                                        {}, {});
 }
 
-// Dispatches what is queued.
+// Dispatches all messages in the queue.
 void Pump()
 {
     win32::MSG message;
@@ -69,7 +69,7 @@ TEST(ThreadedExecutors, FunctionsRunInOrderAndDelayedOnesWhenDue)
     EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
 }
 
-TEST(ThreadedExecutors, TheEndRunsWhatIsDueAndDropsTheRest)
+TEST(ThreadedExecutors, TheLastOwnerRunsDueFunctionsAndDropsDelayedOnes)
 {
     int runs = 0;
     const auto owned = std::make_shared<int>(0);
@@ -87,7 +87,7 @@ TEST(ThreadedExecutors, TheEndRunsWhatIsDueAndDropsTheRest)
 
 TEST(ThreadedExecutors, TheLastOwnerMayBeAPostedFunction)
 {
-    const auto ended = std::make_shared<Gate>(false); // the thread's, which is nobody's to wait for
+    const auto ended = std::make_shared<Gate>(false); // by the thread, which nothing else waits for
     std::atomic<int> runs(0);
     Gate isLast(false);
     auto last =
@@ -105,9 +105,8 @@ TEST(ThreadedExecutors, TheLastOwnerMayBeAPostedFunction)
     EXPECT_EQ(runs, 1);
 }
 
-// Neither of two that wait for each other may be left to the thread that runs the
-// other.
-TEST(ThreadedExecutors, WhatIsDueAtOnceIsSharedAmongTheThreads)
+// Two functions that wait for each other need two threads.
+TEST(ThreadedExecutors, DueFunctionsAreSharedAmongTheThreads)
 {
     auto executor = MakeExecutor(2);
     for (int round = 0; round < 100; ++round)
@@ -129,12 +128,12 @@ TEST(ThreadedExecutors, WhatIsDueAtOnceIsSharedAmongTheThreads)
     }
 }
 
-TEST(ThreadedExecutors, ThreadsAreSetUpAsAskedAndEndByNoException)
+TEST(ThreadedExecutors, ThreadsHaveTheirSetUpAndSurviveExceptions)
 {
     const CapturedLog log;
     AsyncThreadedExecutor* made = nullptr;
     Gate isMade(false);
-    std::atomic<int> onThread(0); // what runs there first and last
+    std::atomic<int> onThread(0); // counts atStart and atEnd
     const auto ask = [&] {
         EXPECT_TRUE(isMade.PassThrough(kGenerous));
         onThread += made->IsExecutorThread();
@@ -161,11 +160,11 @@ TEST(ThreadedExecutors, ThreadsAreSetUpAsAskedAndEndByNoException)
         0);
     executor.reset();
     EXPECT_EQ(onThread, 2);
-    EXPECT_EQ(log.Texts("EXECUTOR").size(), 3u) << "what functions throw goes no further";
+    EXPECT_EQ(log.Texts("EXECUTOR").size(), 3u) << "exceptions are logged";
     EXPECT_THROW(MakeExecutor(0), std::invalid_argument);
 }
 
-TEST(ThreadedExecutors, ALogThatFailsEndsNoThread)
+TEST(ThreadedExecutors, AThreadSurvivesALogThatThrows)
 {
     platform::SetLogSink([](int, const char*, const char*, const char*) { throw "no log"; });
     Gate done(false);
@@ -209,14 +208,14 @@ TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
         },
         500);
     adaptor->Post([&] { order.push_back(1); }, 0);
-    adaptor->Post([] { throw 2; }, 0); // reaches whoever dispatches
+    adaptor->Post([] { throw 2; }, 0); // reaches the caller that dispatches
     adaptor->Post([&] { order.push_back(3); }, 0);
     loop.join();
     EXPECT_THAT(order, ElementsAre(1, 2, 3));
     EXPECT_THROW(adaptor->Post([] {}, 0), std::runtime_error) << "the thread has ended";
 }
 
-TEST(EventLoopAdaptors, WithoutMemoryNothingIsPosted)
+TEST(EventLoopAdaptors, AFunctionIsNotPostedWithoutMemory)
 {
     auto adaptor = CreateAsyncEventLoopAdaptor();
     std::vector<int> ran;
@@ -234,14 +233,14 @@ TEST(EventLoopAdaptors, WithoutMemoryNothingIsPosted)
         {
         }
     };
-    for (int i = 0; i < 100; ++i) // queues get memory for several messages at once
+    for (int i = 0; i < 100; ++i) // the queue allocates room for several messages at once
         FailEachNew(post, [](long) {});
     Pump();
     EXPECT_EQ(ran, posted);
     EXPECT_GE(posted.size(), 100u);
 }
 
-TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
+TEST(EventLoopAdaptors, TheLastOwnerDropsFunctionsThatHaveNotRun)
 {
     const auto owned = std::make_shared<int>(0);
     auto ending = CreateAsyncEventLoopAdaptor();
@@ -252,7 +251,7 @@ TEST(EventLoopAdaptors, TheEndDropsWhatHasNotRun)
     ending->Post([owned] { *owned += 100; }, 0);
     other->Post([owned] { *owned += 1000; }, 0);
     std::thread([&] { ending.reset(); }).join();
-    EXPECT_EQ(owned.use_count(), 2) << "the other's is left";
+    EXPECT_EQ(owned.use_count(), 2) << "the function of the other adaptor is left";
     Pump();
     EXPECT_EQ(*owned, 1010);
     EXPECT_EQ(owned.use_count(), 1);

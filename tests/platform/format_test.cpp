@@ -28,7 +28,7 @@ protected:
     void TearDown() override { platform::ResetAll(); }
 };
 
-// The text that GetLocaleInfoA stores.
+// Returns the text that GetLocaleInfoA stores.
 std::string LocaleText(unsigned int item)
 {
     char buffer[16];
@@ -45,10 +45,10 @@ UTF16String Wide(const std::string& text)
 }
 } // namespace
 
-TEST_F(Format, StringsGoIntoTheirPlaces)
+TEST_F(Format, StringsReplaceTheirMarks)
 {
     const std::pair<std::u16string, std::u16string> rows[] = {
-        {u"@0", u"@1"}, // what is put in isn't looked at again
+        {u"@0", u"@1"}, // an inserted string is not searched
         {u"@1@0@1", u"one@1one"},
         {u"a@b @@2 @", u"a@b @ @"},
         {u"x@9y @10", u"xnine @0y one0"},
@@ -64,14 +64,14 @@ TEST_F(Format, StringsGoIntoTheirPlaces)
 TEST_F(Format, NumbersAreWritten)
 {
     const std::tuple<double, std::size_t, std::size_t, unsigned int, int, std::u16string> rows[] = {
-        // What the library asks for.
+        // The forms that the library uses.
         {2.04, 1, 1, 0, 31, u"2.0"},
         {1023.9996, 1, 3, 0, 31, u"1024.000"},
         {12, 8, 0, 1, 31, u"00000012"},
         {3, 1, 9, 5, 31, u"3"},
         {0.1 + 0.2, 1, 9, 5, 31, u"0.3"},
         {1e22, 1, 9, 5, 31, u"10000000000000000000000"},
-        // Too long to be written out.
+        // Too long for plain notation.
         {-1.23456789012345678e300, 1, 0, 1, 31, u"-1.2345678901234568e+300"},
         {kInfinity, 5, 2, 63, 31, u"+inf"},
         {-kNaN, 5, 2, 0, 31, u"nan"},
@@ -98,7 +98,7 @@ TEST_F(Format, NumbersAreRead)
         {"1e5", 100000, 1e5}, // a number may have an exponent and no mark
         {"-1.5E+3x", -1500, -1500},
         {"25e-1", 2, 2.5},
-        {"1,234", 1, 1}, // nothing marks thousands
+        {"1,234", 1, 1}, // there is no thousands mark
         {"007", 7, 7},
         {"9007199254740993.9", 9007199254740993, 9007199254740993.9},
         {"9223372036854775807", kMost, 9223372036854775807.},
@@ -133,7 +133,7 @@ TEST_F(Format, MarksAreThoseOfTheUsersLocale)
         {"en_US", 1252, ".", ",", u"1,234.5"},
         {"fr_FR", 65001, ",", "\xC2\xA0", u"1\u00A0234,5"},
         {"de_CH", 1252, ".", "\x92", u"1\u2019234.5"},
-        {"fa_IR", 65001, ".", ",", u"1,234.5"}, // with the digits of ASCII
+        {"fa_IR", 65001, ".", ",", u"1,234.5"}, // the digits are those of ASCII
         {"xx_YY", 1252, ".", ",", u"1,234.5"},
     };
     for (const auto& [locale, codePage, decimal, thousands, marked] : rows)

@@ -10,7 +10,7 @@ using krobase::utility::ImmutableString;
 
 namespace
 {
-TEST(ImmutableStrings, EqualTextsAreOne)
+TEST(ImmutableStrings, EqualTextsShareOneCopy)
 {
     const std::string text = "a text from elsewhere";
     const ImmutableString first(text.c_str());

@@ -22,7 +22,7 @@ namespace
 class Log : public testing::Test
 {
 protected:
-    // The child of a death test starts afresh: the level is read once.
+    // The child of a death test is a new process, which reads U_LOG_LEVEL again.
     void SetUp() override { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
     void TearDown() override { platform::ResetAll(); }
 };
@@ -53,13 +53,13 @@ TEST_F(Log, ASinkMayReplaceItselfAndLogAlsoAtItsEnd)
     platform::SetLogSink([&seen](int, const char*, const char*, const char*) {
         platform::SetLogSink(
             [&seen](int, const char*, const char*, const char* text) { seen += text; });
-        WRIL_Log(0, "category", "tag", "at the farewell, ");
+        WRIL_Log(0, "category", "tag", "in the destructor, ");
     });
-    WRIL_Log(0, "category", "tag", "behind it");
-    EXPECT_EQ(seen, "at the farewell, behind it");
+    WRIL_Log(0, "category", "tag", "after it");
+    EXPECT_EQ(seen, "in the destructor, after it");
 }
 
-TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
+TEST_F(Log, LinesUpToTheLevelGoToStderrWithoutASink)
 {
     const std::pair<const char*, int> kRows[] = {
         {"2", 2}, {"", 0}, {"2x", 0}, {"4294967298", 0}, {"-1", -1},
@@ -83,7 +83,7 @@ TEST_F(Log, WithoutASinkLinesUpToTheLevelGoToStderr)
     unsetenv("U_LOG_LEVEL");
 }
 
-TEST_F(Log, NoTextForgesALineOnStderrOrSteersTheTerminal)
+TEST_F(Log, ATextForgesNoLineOnStderrAndControlsNoTerminal)
 {
     const char kText[] = "a\n[0] b c: d\x1B[2J\r\u009B\x9B\té\n";
     testing::internal::CaptureStderr();
@@ -100,7 +100,7 @@ TEST_F(Log, NoTextForgesALineOnStderrOrSteersTheTerminal)
 TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
 {
     testing::internal::CaptureStderr();
-    WRIL_Log(0, "memory", "budget", "before"); // makes what is made once
+    WRIL_Log(0, "memory", "budget", "before"); // the first line makes statics
     bool failed = false;
     {
         const ScFailingNew failing(1);
@@ -114,7 +114,7 @@ TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
 
 TEST_F(Log, ALongLineGoesToStderrInOneWrite)
 {
-    // Each write to such a socket is a message of its own.
+    // On this type of socket each write is one message.
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
     const int console = dup(STDERR_FILENO);

@@ -1,4 +1,4 @@
-// What isn't there, or isn't known, in every family of the system's interfaces.
+// Arguments that the operating system and the in-house libraries refuse.
 
 #include <functional>
 #include <stdexcept>
@@ -41,7 +41,7 @@ int TakePicture(unsigned short*, unsigned int, long long)
     return 0;
 }
 
-TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
+TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
 {
     unsigned short name[] = {'x', 0};
     char* const over = reinterpret_cast<char*>(name);
@@ -84,7 +84,7 @@ TEST(SystemRefusals, AFailedCallSaysWhyInTheLastError)
         ExpectError(call, win32::kErrorInvalidFlags);
 }
 
-TEST(SystemRefusals, WhatIsntTheCallersOwnIsLeftAlone)
+TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
 {
     win32::PROCESS_MEMORY_COUNTERS counters = {};
     EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
@@ -93,7 +93,7 @@ TEST(SystemRefusals, WhatIsntTheCallersOwnIsLeftAlone)
     EXPECT_EQ(NewHandle(-1), nullptr);
 }
 
-TEST(SystemRefusals, AHostBoxIsAnAlertOfTheHosts)
+TEST(SystemRefusals, AHostBoxNeedsASupplierAndTheKindOfAnAlert)
 {
     using namespace kroview::dialogs::messagebox;
     class Supplier : public kroview::pencart::SupplierInterface
@@ -109,7 +109,7 @@ TEST(SystemRefusals, AHostBoxIsAnAlertOfTheHosts)
                  std::invalid_argument);
 }
 
-TEST(SystemRefusals, ANullPlaceIsABadParameter)
+TEST(SystemRefusals, ANullPointerIsABadParameter)
 {
     unsigned long long limit = 0;
     int value = 0;
@@ -125,7 +125,7 @@ TEST(SystemRefusals, ANullPlaceIsABadParameter)
         EXPECT_EQ(call(), -50) << what;
 }
 
-TEST(SystemRefusals, APacketHasNoSettings)
+TEST(SystemRefusals, APacketRefusesSettings)
 {
     __XMPMeta__* const metadata = zelboxmp::NewMetadata();
     bool stored = false;

@@ -1,12 +1,10 @@
 #include <string>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include <krobase/debug.h>
 #include <kroview/datatransfer.h>
 #include <kroview/ui.h>
-#include <platform/base/integer_text.h>
 #include <platform/control.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
@@ -20,30 +18,6 @@ namespace
 {
 const unsigned short kKey[] = {'k', 'e', 'y', 0};
 
-TEST(Settings, IntegersAreReadAsByStrtolButHeldToTheirType)
-{
-    // A null rest: the text begins with no number.
-    const std::tuple<const char*, int, const char*> rows[] = {
-        {"12", 12, ""},
-        {" \t-7 ms", -7, " ms"},
-        {"+3x", 3, "x"},
-        {"2147483647", 2147483647, ""},
-        {"2147483648.", 2147483647, "."},
-        {"4294967298", 2147483647, ""},
-        {"-99999999999999999999", -2147483647 - 1, ""},
-        {"", 5, nullptr},
-        {"ms", 5, nullptr},
-        {"+-3", 5, nullptr},
-        {"- 3", 5, nullptr},
-    };
-    for (const auto& [text, expected, rest] : rows)
-    {
-        int value = 5;
-        EXPECT_STREQ(platform::ReadInteger(text, &value), rest) << text;
-        EXPECT_EQ(value, expected) << text;
-    }
-}
-
 TEST(Settings, ResetAllPutsEverySettingBack)
 {
     platform::SetDebugSetting("key", "text");
@@ -53,7 +27,7 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     kroview::datatransfer::NewClipboardSendData(Units(u"first"));
     kroview::datatransfer::NewClipboardSendData(Units(u"größer"));
     kroview::ui::UI_NodeManager& ui = *kroview::ui::UI_NodeManager::Get(false);
-    ui.BeginInputCapture([](bool) { ADD_FAILURE() << "it isn't told"; });
+    ui.BeginInputCapture([](bool) { ADD_FAILURE() << "the owner is not notified"; });
     std::string traced;
     platform::SetTraceSink([&](const char* text) { traced += text; });
     krobase::debug::Trace("one");

@@ -15,7 +15,7 @@ struct Trace
     int line = 0; // of the call in Outer
 };
 
-// Nothing behind a call could be done by the caller: it stays a call.
+// A result after the call keeps the compiler from a tail call.
 __attribute__((noinline)) int Inner(Trace& trace, std::size_t skip)
 {
     trace.count = krobase::debug::GenerateStackTrace(trace.frames, 50, skip);
@@ -55,7 +55,7 @@ std::string PathOf(void* frame)
     return path ? path : "";
 }
 
-TEST(StackTrace, NamesTheCallsFromTheInnermostWithoutTheSkipped)
+TEST(StackTrace, CallsAreNamedFromTheInnermostWithoutTheSkipped)
 {
     Trace trace;
     krobase_test::Outer(trace, 0);
@@ -73,7 +73,7 @@ TEST(StackTrace, NamesTheCallsFromTheInnermostWithoutTheSkipped)
     EXPECT_EQ(skipped.count, 0u);
 }
 
-TEST(StackTrace, HoldsAtMostWhatThereIsRoomFor)
+TEST(StackTrace, FramesAreCutToTheArray)
 {
     Trace trace;
     krobase_test::Deep(trace, 300);
@@ -85,7 +85,7 @@ TEST(StackTrace, HoldsAtMostWhatThereIsRoomFor)
     EXPECT_EQ(krobase::debug::GenerateStackTrace(nullptr, 0, 0), 0u);
 }
 
-TEST(StackTrace, CutsNamesToTheBuffer)
+TEST(StackTrace, NamesAreCutToTheBuffer)
 {
     Trace trace;
     krobase_test::Outer(trace, 0);

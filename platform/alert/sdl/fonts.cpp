@@ -1,4 +1,4 @@
-#include "fonts.h"
+#include "drawing.h"
 
 #include <algorithm>
 #include <new>
@@ -33,16 +33,16 @@ template <class Object> FcOwner<Object> Owner(Object* object)
 FcOwner<FcCharSet> CharactersOf(const UTF16String& text)
 {
     FcOwner<FcCharSet> characters = Owner(FcCharSetCreate());
-    for (std::size_t place = 0; place < text.size();)
+    for (std::size_t position = 0; position < text.size();)
     {
         UChar32 character = 0;
-        U16_NEXT(text.data(), place, text.size(), character);
+        U16_NEXT(text.data(), position, text.size(), character);
         FcCharSetAddChar(characters.get(), static_cast<FcChar32>(character));
     }
     return characters;
 }
 
-// All outline fonts, the ones that suit best first.
+// Returns all outline fonts, in the order of preference.
 FcOwner<FcFontSet> SortedFonts(bool bold)
 {
     const FcOwner<FcPattern> pattern =
@@ -56,8 +56,7 @@ FcOwner<FcFontSet> SortedFonts(bool bold)
     return Owner(FcFontSort(nullptr, pattern.get(), FcTrue, nullptr, &result));
 }
 
-// Null if it isn't a file that can be read. A font without a bold face is made
-// bolder.
+// Returns null if the font's file cannot be read. Emboldens a font without a bold face.
 SDLOwner<TTF_Font> Open(FcPattern* font, int pixels, bool bold)
 {
     FcChar8* path = nullptr;
@@ -65,7 +64,7 @@ SDLOwner<TTF_Font> Open(FcPattern* font, int pixels, bool bold)
     if (FcPatternGetString(font, FC_FILE, 0, &path) != FcResultMatch)
         return nullptr;
     FcPatternGetInteger(font, FC_INDEX, 0, &index);
-    // The upper half names an instance of a variable font.
+    // The upper 16 bits are an instance of a variable font.
     SDLOwner<TTF_Font> opened(
         TTF_OpenFontIndex(reinterpret_cast<const char*>(path), pixels, index & 0xFFFF));
     int weight = FC_WEIGHT_BOLD;
@@ -75,7 +74,7 @@ SDLOwner<TTF_Font> Open(FcPattern* font, int pixels, bool bold)
     return opened;
 }
 
-// Whether a font has any of the characters, which then needn't be looked for.
+// Removes the characters that the font has from those wanted. Returns false if it has none.
 bool TakeCharacters(FcPattern* font, FcOwner<FcCharSet>& wanted)
 {
     FcCharSet* has = nullptr;
@@ -86,7 +85,7 @@ bool TakeCharacters(FcPattern* font, FcOwner<FcCharSet>& wanted)
     return true;
 }
 
-// What goes with the character before it.
+// Returns whether the character is drawn in the font of the character before it.
 bool IsAttached(unsigned int character)
 {
     const unsigned int mask = U_GET_GC_MASK(static_cast<UChar32>(character));
@@ -143,12 +142,12 @@ void Fonts::Draw(SDL_Surface* target, int left, int top, const UTF16String& line
     {
         const std::string text = ToUTF8(run.mText);
         const int width = WidthOf(run.mFont, text);
-        if (!width) // which can't be drawn
+        if (!width) // SDL cannot draw an empty surface
             continue;
         const SDLOwner<SDL_Surface> drawn =
             Owned(TTF_RenderUTF8_Blended(run.mFont, text.c_str(), color), "drawing text");
-        SDL_Rect place = {left, top + mAscent - TTF_FontAscent(run.mFont), 0, 0};
-        SDL_BlitSurface(drawn.get(), nullptr, target, &place);
+        SDL_Rect bounds = {left, top + mAscent - TTF_FontAscent(run.mFont), 0, 0};
+        SDL_BlitSurface(drawn.get(), nullptr, target, &bounds);
         left += width;
     }
 }
@@ -156,16 +155,16 @@ void Fonts::Draw(SDL_Surface* target, int left, int top, const UTF16String& line
 std::vector<Fonts::Run> Fonts::RunsOf(const UTF16String& line) const
 {
     std::vector<Run> runs;
-    for (std::size_t place = 0; place < line.size();)
+    for (std::size_t position = 0; position < line.size();)
     {
-        const std::size_t start = place;
+        const std::size_t start = position;
         UChar32 character = 0;
-        U16_NEXT(line.data(), place, line.size(), character);
+        U16_NEXT(line.data(), position, line.size(), character);
         TTF_Font* const before = runs.empty() ? nullptr : runs.back().mFont;
         TTF_Font* const font = FontOf(static_cast<unsigned int>(character), before);
         if (font != before)
             runs.push_back({font, {}});
-        runs.back().mText.append(line, start, place - start);
+        runs.back().mText.append(line, start, position - start);
     }
     return runs;
 }

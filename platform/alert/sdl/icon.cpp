@@ -1,4 +1,4 @@
-#include "icon.h"
+#include "drawing.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,14 +9,15 @@ namespace
 {
 using kroview::dialogs::messagebox::Icon;
 
-// A place in the icon: from -1 to 1, to the right and downwards.
+// A point in the icon: coordinates from -1 to 1, to the right and downwards.
 struct Point
 {
     float x;
     float y;
 };
 
-// All measures are distances from a shape's edge, negative inside it.
+// The functions of shapes return the distance of a point from the edge of the shape, negative
+// inside.
 float Disc(Point p, Point centre, float radius)
 {
     return std::hypot(p.x - centre.x, p.y - centre.y) - radius;
@@ -93,7 +94,7 @@ Drawing DrawingOf(Icon icon)
     }
 }
 
-// Lays a colour over a pixel as far as the shape covers it.
+// Blends a colour into a pixel by the share of the pixel that the shape covers.
 void Cover(SDL_Surface* target, Uint32* pixel, SDL_Color color, float distance, float pixelSize)
 {
     const float share = std::clamp(0.5f - distance / pixelSize, 0.0f, 1.0f);

@@ -1,10 +1,9 @@
-// A presenter of alerts that shows each in a window, for hosts that have no user
-// interface of their own or use SDL themselves:
+// A presenter of alerts that shows each alert in a window of SDL, for hosts without a user
+// interface and for hosts that use SDL themselves.
 //
 //     platform::SetAlertPresenter(&platform::PresentInWindow);
 //
-// SDL wants all windows on one thread: call it on the thread that has the host's,
-// one alert at a time.
+// Thread safety: one thread at a time, and only the thread with the host's own SDL windows.
 
 #ifndef PLATFORM_ALERT_SDL_PRESENTER_H
 #define PLATFORM_ALERT_SDL_PRESENTER_H
@@ -14,16 +13,18 @@
 
 namespace platform
 {
-// Shows the alert in a window above the others and waits until it is dismissed:
-// by a click on its button, Return, Escape, or the end of the window. A text that
-// is too long for the screen scrolls. The buttons of an assertion are its answers;
-// Tab goes through them, and Escape goes on. Characters that no installed font
-// has are drawn as boxes, and all text from left to right.
+// Shows the alert in a window, and waits until the user dismisses the alert.
 //
-// Tells SetModifierKeys which keys were down when the alert was dismissed. Input
-// for the host's other SDL windows is dropped meanwhile; all else stays in SDL's
-// queue. Without a display or a font the alert goes to stderr, with the reason.
-// Throws std::bad_alloc.
+// - Dismissal: a click on a button, Return, Escape, or the end of the window. An assertion has
+//   one button for each answer; Tab moves the focus, and Escape is kAnswerGoOn.
+// - Text: drawn from left to right. A text that is too long for the screen scrolls. A character
+//   in no installed font is drawn as a box.
+// - Modifier keys: those that were down at the dismissal are stored by SetModifierKeys.
+// - Events of the host: input for the host's other SDL windows is dropped while the alert is
+//   shown. All other events stay in SDL's queue.
+//
+// Throws: std::bad_alloc.
+// Failures: without a display or a font the reason and the alert are written to stderr.
 PLATFORM_EXPORT void PresentInWindow(const Alert& alert);
 } // namespace platform
 

@@ -4,8 +4,6 @@
 
 #include <platform/alert/layout.h>
 
-#include "icon.h"
-
 namespace platform
 {
 namespace
@@ -51,7 +49,7 @@ UTF16String FromASCII(const std::string& text)
     return UTF16String(text.begin(), text.end());
 }
 
-// All characters that an alert's window may show.
+// Returns all texts that the window may show.
 UTF16String AllTexts(const Alert& alert)
 {
     UTF16String texts = alert.title + alert.text + FromASCII(kOK.mLabel);
@@ -78,14 +76,15 @@ int Widest(const std::vector<UTF16String>& lines, const Fonts& fonts)
     return widest;
 }
 
-void Fill(SDL_Surface* canvas, const SDL_Rect& place, SDL_Color color)
+void Fill(SDL_Surface* canvas, const SDL_Rect& bounds, SDL_Color color)
 {
-    SDL_FillRect(canvas, &place, SDL_MapRGB(canvas->format, color.r, color.g, color.b));
+    SDL_FillRect(canvas, &bounds, SDL_MapRGB(canvas->format, color.r, color.g, color.b));
 }
 
-SDL_Rect Inside(const SDL_Rect& place, int distance)
+SDL_Rect Inside(const SDL_Rect& bounds, int distance)
 {
-    return {place.x + distance, place.y + distance, place.w - 2 * distance, place.h - 2 * distance};
+    return {bounds.x + distance, bounds.y + distance, bounds.w - 2 * distance,
+            bounds.h - 2 * distance};
 }
 } // namespace
 
@@ -100,18 +99,18 @@ Sheet::Sheet(const Alert& alert, int roomWidth, int roomHeight)
         for (const Choice& choice : kAssertChoices)
             mButtons.push_back({FromASCII(choice.mLabel), choice.mAnswer, {}});
     }
-    PlaceButtons();
+    LayOutButtons();
     WrapTexts(alert, roomWidth);
     ChooseHeight(roomHeight);
     for (Button& button : mButtons)
     {
-        button.mPlace.x += mWidth;
-        button.mPlace.y += mHeight;
+        button.mBounds.x += mWidth;
+        button.mBounds.y += mHeight;
     }
 }
 
-// From the lower right corner, the first on the left.
-void Sheet::PlaceButtons()
+// Lays out the buttons relative to the lower right corner. The first button is on the left.
+void Sheet::LayOutButtons()
 {
     const int height = mTextFonts.LineHeight() + 2 * kButtonPadding;
     int right = -kMargin;
@@ -119,7 +118,7 @@ void Sheet::PlaceButtons()
     {
         const int width =
             std::max(kButtonWidth, mTextFonts.Width(button->mLabel) + 4 * kButtonPadding);
-        button->mPlace = {right - width, -kGap - height, width, height};
+        button->mBounds = {right - width, -kGap - height, width, height};
         right -= width + kButtonPadding;
     }
 }
@@ -137,13 +136,13 @@ void Sheet::WrapTexts(const Alert& alert, int roomWidth)
     mLines = Wrapped(alert.text, mTextFonts, width);
     const int texts =
         std::max({Widest(mHeading, mHeadingFonts), Widest(mLines, mTextFonts), kLeastTextWidth});
-    const int buttons = kMargin - mButtons.front().mPlace.x;
+    const int buttons = kMargin - mButtons.front().mBounds.x;
     mWidth = std::max(TextLeft() + std::min(texts, width) + kMargin, buttons);
 }
 
 void Sheet::ChooseHeight(int roomHeight)
 {
-    const int footer = kGap - mButtons.front().mPlace.y;
+    const int footer = kGap - mButtons.front().mBounds.y;
     const int around = TextTop() + kMargin + footer;
     const int room = (roomHeight - around) / mTextFonts.LineHeight();
     mLinesShown = std::min(Count(mLines), std::max(1, room));
@@ -177,7 +176,7 @@ bool Sheet::FocusAt(int x, int y)
 {
     const SDL_Point point = {x, y};
     const auto found = std::find_if(mButtons.begin(), mButtons.end(), [&](const Button& button) {
-        return SDL_PointInRect(&point, &button.mPlace);
+        return SDL_PointInRect(&point, &button.mBounds);
     });
     if (found == mButtons.end())
         return false;
@@ -223,16 +222,16 @@ void Sheet::DrawScrollBar(SDL_Surface* canvas) const
 
 void Sheet::DrawButtons(SDL_Surface* canvas) const
 {
-    const int top = mButtons.front().mPlace.y - kGap;
+    const int top = mButtons.front().mBounds.y - kGap;
     Fill(canvas, {0, top, mWidth, mHeight - top}, kFooter);
     for (std::size_t i = 0; i < mButtons.size(); ++i)
     {
         const Button& button = mButtons[i];
         const bool hasFocus = i == mFocus;
-        Fill(canvas, button.mPlace, hasFocus ? kFocus : kLine);
-        Fill(canvas, Inside(button.mPlace, hasFocus ? 2 : 1), kButton);
-        const int left = (button.mPlace.w - mTextFonts.Width(button.mLabel)) / 2;
-        mTextFonts.Draw(canvas, button.mPlace.x + left, button.mPlace.y + kButtonPadding,
+        Fill(canvas, button.mBounds, hasFocus ? kFocus : kLine);
+        Fill(canvas, Inside(button.mBounds, hasFocus ? 2 : 1), kButton);
+        const int left = (button.mBounds.w - mTextFonts.Width(button.mLabel)) / 2;
+        mTextFonts.Draw(canvas, button.mBounds.x + left, button.mBounds.y + kButtonPadding,
                         button.mLabel, kInk);
     }
 }

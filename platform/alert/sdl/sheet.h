@@ -1,39 +1,35 @@
-// What the window of an alert shows: icon, title, text and buttons.
+// The contents of an alert's window: icon, title, text and buttons.
 
 #ifndef PLATFORM_ALERT_SDL_SHEET_H
 #define PLATFORM_ALERT_SDL_SHEET_H
 
-#include <string>
 #include <vector>
 
-#include <kroview/messagebox.h>
 #include <platform/control.h>
 
-#include "fonts.h"
-#include "sdl.h"
+#include "drawing.h"
 
 namespace platform
 {
 class Sheet
 {
 public:
-    // Lays the alert out in a room of pixels. What of the text has no room is
-    // scrolled to.
+    // Lays the alert out in a room of pixels. A text that is higher than the room scrolls.
     Sheet(const Alert& alert, int roomWidth, int roomHeight);
 
     int Width() const { return mWidth; }
     int Height() const { return mHeight; }
     SDLOwner<SDL_Surface> Draw() const;
 
-    // Goes through the text by lines, as far as there are any.
+    // Scrolls by a number of lines, at most to the first or the last line.
     void Scroll(int lines);
     int LinesShown() const { return mLinesShown; }
 
-    // The next button has the focus, or with a step of -1 the one before.
+    // Moves the focus to the next button, or with a step of -1 to the previous button.
     void MoveFocus(int step);
     AssertAnswer Focused() const { return mButtons[mFocus].mAnswer; }
 
-    // Gives the focus to the button at a place. False if there is none.
+    // Moves the focus to the button at a point. Returns false if there is no button.
     bool FocusAt(int x, int y);
 
 private:
@@ -41,19 +37,19 @@ private:
     {
         krobase::utility::UTF16String mLabel;
         AssertAnswer mAnswer;
-        SDL_Rect mPlace;
+        SDL_Rect mBounds;
     };
 
     int TextLeft() const;
     int TextTop() const;
     void WrapTexts(const Alert& alert, int roomWidth);
     void ChooseHeight(int roomHeight);
-    void PlaceButtons();
+    void LayOutButtons();
     void DrawTexts(SDL_Surface* canvas) const;
     void DrawScrollBar(SDL_Surface* canvas) const;
     void DrawButtons(SDL_Surface* canvas) const;
 
-    std::vector<Button> mButtons; // the first has the focus at the start
+    std::vector<Button> mButtons; // never empty; at the start the first has the focus
     std::size_t mFocus = 0;
     const kroview::dialogs::messagebox::Icon mIcon;
     const Fonts mHeadingFonts;

@@ -10,7 +10,7 @@ namespace kroview
 krobase::utility::UTF16String ClipboardText();
 void EmptyClipboard();
 
-// Ends the capture without a word to its owner, who may be gone.
+// Ends the capture, and does not call its `onEnd`: the owner may be gone.
 void ForgetInputCapture();
 } // namespace kroview
 

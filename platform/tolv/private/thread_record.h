@@ -9,7 +9,6 @@
 
 #include <atomic>
 
-#include <platform/base/cache_line.h>
 #include <platform/base/thread_local.h>
 
 #include "block.h"

@@ -15,7 +15,7 @@
 
 #include <atomic>
 
-#include <platform/base/cache_line.h>
+#include <platform/base/thread_local.h>
 
 #include "thread_record.h"
 

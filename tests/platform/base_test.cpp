@@ -1,0 +1,152 @@
+// Helpers of the platform: integers and printable text, locks, and objects of one thread.
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include <krobase/executor.h>
+#include <platform/base/integer_text.h>
+#include <platform/base/printable.h>
+#include <platform/base/shared_mutex.h>
+#include <win32/locale.h>
+#include <win32/exceptions.h>
+#include <win32/runtime.h>
+#include <win32/text.h>
+
+#include "tests/support/FailingNew.h"
+#include "tests/support/NoMemory.h"
+
+namespace
+{
+TEST(IntegerText, IsReadAsByStrtolAndClampedToItsType)
+{
+    // A null rest is a text without a number at its head.
+    const std::tuple<const char*, int, const char*> rows[] = {
+        {"12", 12, ""},
+        {" \t-7 ms", -7, " ms"},
+        {"+3x", 3, "x"},
+        {"2147483647", 2147483647, ""},
+        {"2147483648.", 2147483647, "."},
+        {"4294967298", 2147483647, ""},
+        {"-99999999999999999999", -2147483647 - 1, ""},
+        {"", 5, nullptr},
+        {"ms", 5, nullptr},
+        {"+-3", 5, nullptr},
+        {"- 3", 5, nullptr},
+    };
+    for (const auto& [text, expected, rest] : rows)
+    {
+        int value = 5;
+        EXPECT_STREQ(platform::ReadInteger(text, &value), rest) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
+}
+
+TEST(PrintableText, HasNoByteThatControlsATerminalOrEndsALine)
+{
+    const std::pair<std::string, const char*> kRows[] = {
+        {"", ""},
+        {"größer ^1 \\n 日本語 😀 \u00A0\uFFFD", "größer ^1 \\n 日本語 😀 \u00A0\uFFFD"},
+        {"a\nb\rc\td", "a\\nb\\rc\\td"},
+        {"\x1B[31m\a\x7F", "\\x1B[31m\\x07\\x7F"},
+        {std::string("\0x", 2), "\\x00x"},
+        // U+0080 to U+009F, as characters and as bytes of a code page.
+        {"\u009B2J\u0085\u0080x\u009F", "\\xC2\\x9B2J\\xC2\\x85\\xC2\\x80x\\xC2\\x9F"},
+        {"\x9B"
+         "2J\x80",
+         "\\x9B2J\\x80"},
+        {"a\u2028b\u2029\u2030", "a\\xE2\\x80\\xA8b\\xE2\\x80\\xA9\u2030"},
+        {"gr\xF6\xDF"
+         "er",
+         "gr\\xF6\\xDFer"},
+        {"\xC3\xC3\xB6\xC3", "\\xC3ö\\xC3"},
+        {"\xE2\x82\xE2\x82\xAC\xF0\x9F\x98", "\\xE2\\x82€\\xF0\\x9F\\x98"},
+        {"\xC0\x8A\xE0\x80\x8A\xED\xA0\x80\xF4\x90\x80\x80",
+         "\\xC0\\x8A\\xE0\\x80\\x8A\\xED\\xA0\\x80\\xF4\\x90\\x80\\x80"},
+        {"\xC2\x1B[m", "\\xC2\\x1B[m"},
+    };
+    for (const auto& [text, expected] : kRows)
+        EXPECT_EQ(platform::Printable(text), expected);
+    EXPECT_EQ(platform::Printable("a\n\tb\r\n\u0085", "\t\n"), "a\n\tb\\r\n\\xC2\\x85");
+}
+
+TEST(Locks, NoNewHandlerIsCalledWhileAMutexIsLocked)
+{
+    static int sCalls = 0;
+    const win32::NewHandler before = win32::_set_new_handler([](std::size_t) { return ++sCalls; });
+    const auto allocate = [] {
+        const ScFailingNew failing(1);
+        try
+        {
+            ::operator delete(::operator new(8));
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+    };
+    platform::RecursiveMutex mutex;
+    platform::SharedMutex shared;
+    {
+        const platform::ScLock lock(mutex);
+        allocate();
+    }
+    {
+        const platform::ScSharedLock lock(shared);
+        allocate();
+    }
+    EXPECT_EQ(sCalls, 0);
+    allocate();
+    EXPECT_EQ(sCalls, 1);
+    win32::_set_new_handler(before);
+}
+
+// Calls `use` without memory, on a thread that started before. Ends the process with 0 if `use`
+// returns true.
+[[noreturn]] void UseWithoutMemory(const std::function<bool()>& use)
+{
+    std::atomic<bool> isOut(false);
+    bool isSoft = false;
+    std::thread user([&] {
+        while (!isOut)
+            std::this_thread::yield();
+        isSoft = use();
+    });
+    const ScNoMemory noMemory;
+    isOut = true;
+    user.join();
+    std::_Exit(isSoft ? 0 : 1);
+}
+TEST(PerThreadObjects, FailTheirFirstUseWithoutMemoryAndTheProcessGoesOn)
+{
+    SKIP_UNDER_SANITIZERS();
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
+    const std::pair<const char*, std::function<bool()>> rows[] = {
+        {"a signal stack",
+         [] {
+             unsigned int size = win32::kLargestStackGuarantee;
+             return win32::SetThreadStackGuarantee(&size) == 0;
+         }},
+        {"the formats of dates",
+         [] {
+             const win32::SYSTEMTIME time = {2020, 1, 0, 1, 0, 0, 0, 0};
+             return win32::GetTimeFormatW(win32::kLocaleUserDefault, 0, &time, nullptr, nullptr,
+                                          0) == 0 &&
+                    win32::GetLastError() == win32::kErrorNotEnoughMemory;
+         }},
+        {"an event loop's thread", [&] { return !loop->IsExecutorThread(); }},
+    };
+    for (const auto& [name, use] : rows)
+    {
+        SCOPED_TRACE(name);
+        EXPECT_EXIT(UseWithoutMemory(use), testing::ExitedWithCode(0), "");
+    }
+}
+} // namespace
