@@ -154,7 +154,7 @@ private:
     // By the identity of the key's text, and so in an order of no meaning.
     typedef std::map<krobase::utility::ImmutableString, U_StateFactory> StateFactories;
 
-    void TellStates(void (U_State::*hook)());
+    void CallStates(void (U_State::*hook)());
 
     States mStates; // as the constructor filled it
     std::atomic<U_i64> mActiveCount{0};

@@ -145,8 +145,8 @@ private:
                           const boost::function<int()>& function, int& result);
     bool IsContextFree() const;
     void RequireContext() const;
-    void TakeOff();
-    void PutBack();
+    void Detach();
+    void Attach();
 
     boost::shared_ptr<U_Context> mContext; // null if the thread had none
     U_u32 mSavedThreadID;

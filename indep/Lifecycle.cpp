@@ -12,16 +12,13 @@
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/crash/Fatal.h"
-#include "indep/data/XMLEscapes.h"
 #include "indep/errors/Errors.h"
 #include "indep/errors/Globals.h"
 #include "indep/errors/Refuse.h"
 #include "indep/errors/Translators.h"
+#include "indep/frame/BirthSteps.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Location.h"
-#include "indep/frame/LogSafely.h"
 #include "indep/instrumentation/MemoryLog.h"
-#include "indep/machine/Machine.h"
 #include "text/Date.h"
 #include "text/LStrList.h"
 #include "text/Numbers.h"
@@ -92,8 +89,8 @@ const BirthStep kSubBirths[] = {
 };
 // clang-format on
 
-// A line that fails ends neither birth nor death.
-void Tell(const char* tag, const char* text)
+// A failure of the log ends neither birth nor death.
+void LogStep(const char* tag, const char* text)
 {
     LogSafely([=] { WRIL_Log(kLifecycleLevel, "U", tag, text); });
 }
@@ -150,7 +147,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
         return failure;
     sRunMode = runMode;
     U_SetPencartValuesForUErrors(nullptr, nullptr);
-    Tell("Birth", "U Birth");
+    LogStep("Birth", "U Birth");
 
     if (U_Status failure = RunSteps(kFirstSteps, displayName))
         return failure;
@@ -165,7 +162,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 
 U_Status U_Death()
 {
-    Tell("Death", "U Death");
+    LogStep("Death", "U Death");
     const U_Status failure = Up_ValidateGlobals(kDeathPlace);
     U_SetPencartValuesForUErrors(nullptr, nullptr);
     if (failure)

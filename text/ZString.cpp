@@ -6,7 +6,6 @@
 #include "U_Report.h"
 #include "U_String.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/LogSafely.h"
 #include "text/Resolve.h"
 
 U_UTF16String U_ZStringToUTF16String(const char* zstring)

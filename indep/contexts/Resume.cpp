@@ -6,7 +6,7 @@
 #include <win32/threads.h>
 
 #include "U_Threads.h"
-#include "indep/contexts/ThreadSlot.h"
+#include "indep/contexts/CurrentContext.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 
@@ -29,17 +29,17 @@ void U_SuspendContext::PostedCall::Run()
     mFunction.clear();
 }
 
-bool U_SuspendContext::PostedCall::TakeBack()
+bool U_SuspendContext::PostedCall::Cancel()
 {
     if (!Decide(kCaller))
-        return IsTakenBack();
+        return IsCancelled();
     // The closure may lie in the executor's queue for long.
     mContext.reset();
     mFunction.clear();
     return true;
 }
 
-bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
+bool U_SuspendContext::PostedCall::HasReleasedContext(int timeout) const
 {
     // It is mostly a few steps from there: a sleep would take longer.
     for (int look = 0; look < kLooks && !mLeft.PassThrough(0); ++look)
@@ -72,7 +72,7 @@ U_SuspendContext::ScLoan::~ScLoan()
     tInnermost = mOuter;
 }
 
-void U_SuspendContext::ScLoan::NoteLoss(const U_Context& context)
+void U_SuspendContext::ScLoan::MarkLost(const U_Context& context)
 {
     for (const ScLoan* loan = tInnermost; loan; loan = loan->mOuter)
     {
@@ -112,8 +112,8 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     // A trace may take longer than a caller that has given up waits. Its setters mustn't
     // tell the states while this thread becomes theirs.
     const ScKeptActive kept(*context);
-    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
-        mPrevious = slot->lock();
+    if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
+        mPrevious = thread->lock();
     context->mThreadID.store(win32::GetCurrentThreadId(), std::memory_order_relaxed);
     try
     {
@@ -122,7 +122,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     }
     catch (...)
     {
-        LetGo();
+        Detach();
         throw;
     }
 }
@@ -130,10 +130,10 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
 U_SuspendContext::U_ResumeContext::~U_ResumeContext()
 {
     GuardedNoexcept([&] { mContext->Deactivate(); });
-    LetGo();
+    Detach();
 }
 
-void U_SuspendContext::U_ResumeContext::LetGo()
+void U_SuspendContext::U_ResumeContext::Detach()
 {
     // Once calls are given up, a function that runs on may keep the context on its thread.
     U_u32 own = win32::GetCurrentThreadId();

@@ -8,7 +8,7 @@
 #include <platform/base/thread_local.h>
 
 #include "U_Suspend.h"
-#include "indep/contexts/ThreadSlot.h"
+#include "indep/contexts/CurrentContext.h"
 
 // A function on its way to an executor's thread, and who may have the context for
 // it: whoever comes first, that thread or the caller that has given up.
@@ -27,9 +27,9 @@ public:
 
     // For the caller, and for an executor that drops the call. True if the function hasn't
     // begun; then it never will, and nobody holds the context for it.
-    bool TakeBack();
+    bool Cancel();
 
-    bool IsTakenBack() const { return mHolder == kCaller; }
+    bool IsCancelled() const { return mHolder == kCaller; }
 
     // Waits up to timeout milliseconds for the function to end. It doesn't if it began
     // too late to run.
@@ -37,7 +37,7 @@ public:
 
     // Waits as long for the executor's thread to be done with the context. False also
     // if the function has lost the context.
-    bool HasGivenBack(int timeout) const;
+    bool HasReleasedContext(int timeout) const;
 
 private:
     bool Decide(Holder holder)
@@ -67,7 +67,7 @@ public:
 
     // For a suspension that ends on the calling thread and can't put its context back: all
     // calls whose functions run on the thread within the context have lost the context.
-    static void NoteLoss(const U_Context& context);
+    static void MarkLost(const U_Context& context);
 
 private:
     const U_Context& mContext;
@@ -90,7 +90,7 @@ public:
 private:
     class ScKeptActive;
 
-    void LetGo();
+    void Detach();
 
     const boost::shared_ptr<U_Context> mContext;
     boost::shared_ptr<U_Context> mPrevious; // null if there was none

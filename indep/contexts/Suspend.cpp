@@ -5,8 +5,8 @@
 #include <win32/threads.h>
 
 #include "U_Threads.h"
+#include "indep/contexts/CurrentContext.h"
 #include "indep/contexts/Resume.h"
-#include "indep/contexts/ThreadSlot.h"
 #include "indep/errors/Refuse.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
@@ -53,7 +53,7 @@ U_SuspendContext::U_SuspendContext()
     if (!mContext->IsActive())
         throw BadArgument("suspended context not active");
     mSavedThreadID = mContext->GetThreadID();
-    TakeOff();
+    Detach();
 }
 
 U_SuspendContext::~U_SuspendContext()
@@ -63,9 +63,9 @@ U_SuspendContext::~U_SuspendContext()
     {
         AwaitLatest();
         if (mContext && IsContextFree())
-            GuardedNoexcept([&] { PutBack(); });
+            GuardedNoexcept([&] { Attach(); });
         else if (mContext)
-            ScLoan::NoteLoss(*mContext);
+            ScLoan::MarkLost(*mContext);
     }
     sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
 }
@@ -103,7 +103,7 @@ int U_SuspendContext::CallHere(const boost::function<int()>& function)
     if (!mContext)
         return function();
     RequireContext();
-    PutBack();
+    Attach();
     mHolder = kCaller;
     const ScLoan loan(*mContext, mHolder);
     return function();
@@ -124,7 +124,7 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
     if (!isTooLate)
     {
         if (mHolder == kCaller)
-            TakeOff(); // again
+            Detach(); // again
         mHolder = kExecutorThread;
         mPosted = call; // before it is queued: it may begin, whatever else Post does
     }
@@ -132,12 +132,12 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
     {
         // An executor that drops the closure gives the call up.
         const boost::shared_ptr<PostedCall> posted(call.get(),
-                                                   [call](PostedCall*) { call->TakeBack(); });
+                                                   [call](PostedCall*) { call->Cancel(); });
         executor.Post([posted] { posted->Run(); }, 0);
     }
     catch (...)
     {
-        if (call->TakeBack() && mPosted == call)
+        if (call->Cancel() && mPosted == call)
         {
             mPosted = earlier;
             mHolder = kNobody;
@@ -153,7 +153,7 @@ int U_SuspendContext::WaitForResult(PostedCall& call) const
     {
         if (S_terminated.Get())
         {
-            call.TakeBack();
+            call.Cancel();
             return U_Err_SuspendTerminated;
         }
         if (inGate->PassThrough(kPoll))
@@ -165,7 +165,7 @@ int U_SuspendContext::WaitForResult(PostedCall& call) const
 // until its executor has dropped it, or all calls are given up.
 void U_SuspendContext::AwaitLatest() const
 {
-    while (mPosted && !mPosted.unique() && !mPosted->IsTakenBack() && !S_terminated.Get() &&
+    while (mPosted && !mPosted.unique() && !mPosted->IsCancelled() && !S_terminated.Get() &&
            !mPosted->HasEnded(kPoll))
     {
     }
@@ -176,7 +176,7 @@ void U_SuspendContext::AwaitLatest() const
 bool U_SuspendContext::IsContextFree() const
 {
     if (mHolder == kExecutorThread)
-        return mPosted->TakeBack() || mPosted->HasGivenBack(kLongestWait);
+        return mPosted->Cancel() || mPosted->HasReleasedContext(kLongestWait);
     return mHolder != kLost;
 }
 
@@ -186,13 +186,13 @@ void U_SuspendContext::RequireContext() const
         throw BadArgument("suspended context active in another thread");
 }
 
-void U_SuspendContext::TakeOff()
+void U_SuspendContext::Detach()
 {
     mContext->mThreadID.store(U_NoThreadID, std::memory_order_relaxed);
     DetachContextTLS("U_SuspendContext", mContext->GetContextID());
 }
 
-void U_SuspendContext::PutBack()
+void U_SuspendContext::Attach()
 {
     mContext->mThreadID.store(mSavedThreadID, std::memory_order_relaxed);
     AttachContextTLS(mContext);

@@ -20,9 +20,8 @@
 #include "U_String.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
-#include "indep/frame/Location.h"
-#include "indep/frame/LogSafely.h"
-#include "indep/frame/ScTrue.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ReentrancyGuard.h"
 #include "indep/frame/Units.h"
 #include "text/OwnTexts.h"
 
@@ -77,8 +76,8 @@ PLATFORM_THREAD_LOCAL LiveCall tPreviousTerminate = {};
 bool sNewIsInstalled = false;
 char sOutOfMemoryText[U_ReportTextSize]; // a format, as the handler's installation found it
 
-// A new that fails while a failed new is reported isn't reported.
-PLATFORM_THREAD_LOCAL bool tReportsMemory = false;
+// A new that fails while a failed new is reported is not reported.
+typedef ReentrancyGuard<struct MemoryReport> MemoryReportGuard;
 
 int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 {
@@ -150,7 +149,7 @@ void KeepOutOfMemoryText()
 
 void ReportMemory(std::size_t size)
 {
-    const ScTrue reports(tReportsMemory);
+    const MemoryReportGuard reports;
     char text[U_ReportTextSize]; // a report that is under way keeps the thread's own
     Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
     Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);
@@ -160,7 +159,7 @@ int OnOutOfMemory(std::size_t size)
 {
     try
     {
-        if (!tReportsMemory && U_IsOnMainThread())
+        if (!MemoryReportGuard::IsInside() && U_IsOnMainThread())
             ReportMemory(size);
     }
     catch (...)

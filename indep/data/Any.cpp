@@ -10,7 +10,7 @@
 
 #include "U_AnyTree.h"
 #include "U_Encoding.h"
-#include "indep/data/JSONText.h"
+#include "indep/data/JSON.h"
 
 using krobase::utility::NumberToString;
 

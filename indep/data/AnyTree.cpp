@@ -7,8 +7,7 @@
 #include <platform/base/immortal.h>
 
 #include "U_Encoding.h"
-#include "indep/data/JSONReader.h"
-#include "indep/data/JSONText.h"
+#include "indep/data/JSON.h"
 
 namespace
 {

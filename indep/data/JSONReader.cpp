@@ -1,10 +1,8 @@
-#include "indep/data/JSONReader.h"
+#include "indep/data/JSON.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
-
-#include "indep/data/JSONText.h"
 
 namespace
 {

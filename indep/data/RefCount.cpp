@@ -3,7 +3,6 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Location.h"
 
 namespace
 {

@@ -11,7 +11,7 @@
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_ZString.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 #include "text/Ascii.h"
 
 namespace

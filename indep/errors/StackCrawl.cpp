@@ -6,7 +6,7 @@
 #include <krobase/stack_trace.h>
 #include <wril/wril.h>
 
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

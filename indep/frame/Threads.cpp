@@ -63,7 +63,7 @@ public:
     constexpr RoleTrace() : TraceSite("U_THREADS", 6) {}
 
     // The words before and after the thread's id.
-    void Tell(const char* before, const char* after)
+    void Write(const char* before, const char* after)
     {
         Trace(before, win32::GetCurrentThreadId(), after);
     }
@@ -77,14 +77,14 @@ void U_RegisterMainThread()
         sUIThread = threadId;
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterMainThread registered ", " as a main thread");
+    sTrace.Write("U_RegisterMainThread registered ", " as a main thread");
 }
 
 void U_DeregisterMainThread()
 {
     sMainThreads.Remove(win32::GetCurrentThreadId());
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterMainThread removed ", " as a main thread");
+    sTrace.Write("U_RegisterMainThread removed ", " as a main thread");
 }
 
 void U_RegisterRenderThread()
@@ -92,14 +92,14 @@ void U_RegisterRenderThread()
     sRenderThreads.Add(win32::GetCurrentThreadId());
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterRenderThread registered ", " as a render thread");
+    sTrace.Write("U_RegisterRenderThread registered ", " as a render thread");
 }
 
 void U_DeregisterRenderThread()
 {
     sRenderThreads.Remove(win32::GetCurrentThreadId());
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterRenderThread removed ", " as a render thread");
+    sTrace.Write("U_RegisterRenderThread removed ", " as a render thread");
 }
 
 void U_RegisterPSLThread()
@@ -107,14 +107,14 @@ void U_RegisterPSLThread()
     sPSLThread = win32::GetCurrentThreadId();
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPSLThread registered ", " as the psl thread");
+    sTrace.Write("U_RegisterPSLThread registered ", " as the psl thread");
 }
 
 void U_DeregisterPSLThread()
 {
     sPSLThread = U_NoThreadID;
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPSLThread removed ", " as the psl thread");
+    sTrace.Write("U_RegisterPSLThread removed ", " as the psl thread");
 }
 
 void U_RegisterPRThread()
@@ -122,14 +122,14 @@ void U_RegisterPRThread()
     sPRThread = win32::GetCurrentThreadId();
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPRThread registered ", " as the pr thread");
+    sTrace.Write("U_RegisterPRThread registered ", " as the pr thread");
 }
 
 void U_DeregisterPRThread()
 {
     sPRThread = U_NoThreadID;
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPRThread removed ", " as the pr thread");
+    sTrace.Write("U_RegisterPRThread removed ", " as the pr thread");
 }
 
 bool U_IsOnMainThread()

@@ -10,7 +10,7 @@
 #include <win32/wall_clock.h>
 #include <wril/wril.h>
 
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace HighPrecisionTime = krobase::utility::HighPrecisionTime;
 

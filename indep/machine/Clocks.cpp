@@ -4,8 +4,8 @@
 #include <win32/time.h>
 
 #include "indep/errors/Refuse.h"
+#include "indep/frame/BirthSteps.h"
 #include "indep/frame/Units.h"
-#include "indep/machine/Machine.h"
 
 namespace
 {

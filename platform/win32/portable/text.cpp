@@ -5,6 +5,7 @@
 
 #include <platform/base/thread_local.h>
 
+#include "../private/failure.h"
 #include "../private/switches.h"
 #include "code_page_text.h"
 #include "utf8.h"
@@ -17,12 +18,6 @@ const unsigned int kDefaultCodePage = 1252;
 
 std::atomic<unsigned int> sActiveCodePage(kDefaultCodePage);
 PLATFORM_THREAD_LOCAL unsigned int tLastError = 0;
-
-int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
-}
 
 unsigned int Resolve(unsigned int codePage)
 {

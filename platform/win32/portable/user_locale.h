@@ -8,17 +8,12 @@
 
 #include <win32/text.h>
 
+#include "../private/failure.h"
+
 namespace win32
 {
 // ICU's id, such as "de_DE".
 std::string UserLocaleId();
-
-// Sets the thread's last error and returns 0.
-inline int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
-}
 
 // Stores count units, of which the last is the terminator, and returns count; for a
 // size of 0 it only does that. Fails with 87 for a negative size or a null buffer,

@@ -21,6 +21,7 @@
 #include <platform/base/quiet_new.h>
 #include <win32/text.h>
 
+#include "../private/failure.h"
 #include "../private/switches.h"
 
 namespace win32
@@ -62,12 +63,6 @@ void* MapAligned(std::size_t size, int protection)
     return start + before;
 }
 
-void* Fail(unsigned int error)
-{
-    SetLastError(error);
-    return nullptr;
-}
-
 // In bytes. It doesn't change while the process runs, and the budget asks often.
 unsigned long long InstalledMemory()
 {
@@ -102,13 +97,13 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
     if (address || !size || (type & kMemReserve) == 0 ||
         (type & ~(kMemReserve | kMemCommit | kMemTopDown)) != 0 ||
         (access ? (type & kMemCommit) == 0 : protection != kPageNoAccess))
-        return Fail(kErrorInvalidParameter);
+        return Fail<void*>(kErrorInvalidParameter);
     if (size > SIZE_MAX - kGranularity)
-        return Fail(kErrorNotEnoughMemory);
+        return Fail<void*>(kErrorNotEnoughMemory);
     const std::size_t whole = (size + kPage - 1) / kPage * kPage;
     void* start = MapAligned(whole, access ? PROT_READ | PROT_WRITE : PROT_NONE);
     if (!start)
-        return Fail(kErrorNotEnoughMemory);
+        return Fail<void*>(kErrorNotEnoughMemory);
     try
     {
         const platform::ScQuietLock<boost::mutex> lock(sReservationsLock);
@@ -118,7 +113,7 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
     catch (const std::bad_alloc&)
     {
         munmap(start, whole);
-        return Fail(kErrorNotEnoughMemory);
+        return Fail<void*>(kErrorNotEnoughMemory);
     }
 }
 

@@ -16,6 +16,7 @@
 #include <win32/network.h>
 #include <win32/text.h>
 
+#include "../private/failure.h"
 #include "../private/switches.h"
 
 namespace win32
@@ -77,12 +78,6 @@ std::string Known(const SaidName& said, std::string (*ask)())
             return said.mName;
     }
     return ask();
-}
-
-int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
 }
 
 // At most the longest name, with the halves of a surrogate pair together.

@@ -14,6 +14,7 @@
 
 #include <win32/text.h>
 
+#include "../private/failure.h"
 #include "../private/switches.h"
 #include <platform/base/quiet_new.h>
 
@@ -93,11 +94,6 @@ std::vector<unsigned int> CoreSizes(const std::string& folder)
     return sizes;
 }
 
-int Fail(unsigned int error)
-{
-    SetLastError(error);
-    return 0;
-}
 } // namespace
 
 void __cpuidex(int registers[4], int leaf, int subleaf)

@@ -1,4 +1,4 @@
-// Pattern fills and byte order.
+// Bytes: pattern fills, byte order, pointers as numbers.
 
 #include "U_Machine.h"
 
@@ -7,6 +7,7 @@
 #include <limits>
 
 #include <boost/endian/conversion.hpp>
+#include <boost/numeric/conversion/cast.hpp>
 
 namespace
 {
@@ -63,6 +64,12 @@ template <class Value> void Fill(Value value, U_i32 count, void* destination)
         FillLong(values, start, end);
 }
 
+template <class Overflow> class BadCast : public Overflow
+{
+public:
+    const char* what() const noexcept override { return "bad cast"; }
+};
+
 template <class Bits, class Number> void SwapInPlace(Bits (*swap)(Bits), Number* number)
 {
     Bits bits;
@@ -106,4 +113,29 @@ void U_FpShortSwap(float* number)
 void U_FpLongSwap(double* number)
 {
     SwapInPlace(&U_LLongSwap, number);
+}
+
+void* U_Int32ToPointer(U_u32 number)
+{
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(number));
+}
+
+void* U_IntPtrToPointer(intptr_t number)
+{
+    return reinterpret_cast<void*>(number);
+}
+
+intptr_t U_PointerToIntPtr(void* pointer)
+{
+    return reinterpret_cast<intptr_t>(pointer);
+}
+
+U_u32 U_PointerToInt32(void* pointer)
+{
+    const intptr_t number = U_PointerToIntPtr(pointer);
+    if (number < 0)
+        throw BadCast<boost::numeric::negative_overflow>();
+    if (number > 0xFFFFFFFF)
+        throw BadCast<boost::numeric::positive_overflow>();
+    return static_cast<U_u32>(number);
 }

@@ -1,7 +1,12 @@
+// The floating-point control word and the depth of the stack of each thread.
+
 #include "U_Machine.h"
 
+#include <algorithm>
 #include <atomic>
 
+#include <krobase/machine.h>
+#include <platform/base/thread_local.h>
 #include <tolv/profile.h>
 #include <win32/runtime.h>
 
@@ -21,6 +26,9 @@ const U_u32 kAlways = win32::kDNFlush | win32::kEMInexact;
 // thread to start decides. Atomic, so that threads may start at once.
 std::atomic<U_u8> sUse(0);
 std::atomic<U_u32> sSaved(0);
+
+// The highest address that the thread has marked; null without a mark.
+PLATFORM_THREAD_LOCAL char* tMark = nullptr;
 
 int ProfileInt(const unsigned short* key, U_u32 defaultValue)
 {
@@ -57,4 +65,20 @@ void U_TerminateFPControl()
 {
     if (sUse.exchange(0) != 0)
         win32::_controlfp(sSaved, kAllFields);
+}
+
+void U_InitializeCallStackMonitoring()
+{
+    tMark = std::max(tMark, krobase::utility::StackAddress());
+}
+
+size_t U_GetCurrentCallStackSize()
+{
+    const char* const here = krobase::utility::StackAddress();
+    return tMark > here ? static_cast<size_t>(tMark - here) : 0;
+}
+
+bool U_IsCallStackMonitoringInitialized()
+{
+    return tMark != nullptr;
 }
