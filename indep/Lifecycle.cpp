@@ -40,8 +40,8 @@ U_RunModeFunction sRunMode = nullptr; // written by birth and death
 typedef U_Status (*BirthStep)(const char* displayName);
 typedef void (*DeathStep)();
 
-// A function without the display name as a step of birth: one that can fail, or one
-// that can't but throw.
+// Makes a step of birth from a function without the display name: one that returns a status, or one
+// that reports a failure only by an exception.
 template <auto function> U_Status Step(const char*)
 {
     if constexpr (std::is_void_v<decltype(function())>)
@@ -66,7 +66,7 @@ void InstallNewHandler()
     Up_InstallNewHandler(true);
 }
 
-// In order. A failure ends birth and undoes nothing.
+// In order. A failure ends birth and reverts no earlier step.
 const BirthStep kFirstSteps[] = {
     &Step<&Up_DetectCPU>,      &Step<&Up_InitializeMemorySubsystem>,
     &Step<&Up_StartMemoryLog>, &Step<&Up_CheckMemorySubsystem>,
@@ -95,7 +95,7 @@ void LogStep(const char* tag, const char* text)
     LogSafely([=] { WRIL_Log(kLifecycleLevel, "U", tag, text); });
 }
 
-// With the record goes the handler of a failed operator new, which reports.
+// Also removes the handler of a failed operator new, which needs the record for its report.
 void DestroyRecord()
 {
     Up_DestroyGlobals();
@@ -109,7 +109,7 @@ const DeathStep kDeathSteps[] = {
     &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },
-    // What the steps above may need goes last.
+    // The steps above may need the record, the heap and the translators.
     &DestroyRecord,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,
@@ -129,7 +129,7 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
     return 0;
 }
 
-// The text is the same whichever step failed.
+// The text is the same for all steps.
 void ReportFailedBirth(const char* displayName)
 {
     char text[256];

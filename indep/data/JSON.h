@@ -13,26 +13,27 @@ inline void AppendASCII(std::string_view ascii, U_UTF16String* text)
     text->append(ascii.begin(), ascii.end());
 }
 
-// The number that a text reads as, 0 if it is none. As an integer "TRUE" and
-// "true" are 1.
+// Return the number at the start of a text, 0 if there is none. As integers "TRUE" and "true"
+// are 1.
 U_i64 IntegerInText(const U_UTF16String& text);
 double DoubleInText(const U_UTF16String& text);
 
-// The text that a JSON string literal stands for. Throws boost::bad_any_cast if
-// there is any other text from first to last.
+// Returns the text of the JSON string literal from `first` to `last`.
+//
+// Throws: boost::bad_any_cast for any other text.
 U_UTF16String ReadJSONString(const U_u16* first, const U_u16* last);
 
-// Appends the literal of a text. Half of a surrogate pair becomes U+FFFD.
+// Appends the JSON string literal of a text. Half of a surrogate pair becomes U+FFFD.
 void AppendJSONString(const U_UTF16String& text, U_UTF16String* json);
 
 // Reads the members of a tree with one cursor over the text.
 class Up_JSONReader
 {
 public:
-    // The text must outlive the reader and isn't empty.
+    // REQUIRES: the text is not empty and outlives the reader.
     explicit Up_JSONReader(const U_UTF16String& json);
 
-    // Reads one level into a tree, from its opening bracket to behind its end.
+    // Reads one level into a tree, from its opening bracket to its end.
     void ReadLevel(U_AnyTreeWrapper tree, bool asArray);
 
 private:
@@ -44,8 +45,8 @@ private:
         Place mLast;
     };
 
-    // Finds the next of a few characters. Places asked about never go back, so
-    // that all searches together pass over the text once.
+    // Finds the next of a few characters. The start of a search is never before that of an
+    // earlier one, so that all searches together read the text once.
     class Mark
     {
     public:
@@ -76,7 +77,7 @@ private:
     unsigned int mDepth = 1;
     Mark mKeyEnd{":,}]"};
     Mark mTokenEnd{",}]"};
-    Range mHead = {nullptr, nullptr}; // the quoted text that was last stepped over
+    Range mHead = {nullptr, nullptr}; // the quoted text that EndOfHead found last
 };
 
 #endif

@@ -19,14 +19,14 @@ namespace
 const unsigned int kReadFlags = krobase::utility::kReadNoLocaleMarks;
 const U_u16 kQuote = '"';
 
-// Whether a unit is the same inside a literal as outside.
+// Returns true if a unit is the same inside a literal as outside.
 inline bool IsPlain(U_u16 unit)
 {
     const bool isSurrogate = platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit);
     return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
 }
 
-// The unit that an escape of one character stands for, 0 if it is none.
+// Returns the unit of an escape of one character, 0 if the character is no escape.
 U_u16 Unescaped(U_u16 escape)
 {
     static const char kEscapes[] = "\"\\/bfnrt";
@@ -36,8 +36,8 @@ U_u16 Unescaped(U_u16 escape)
     return found ? static_cast<U_u16>(kUnits[found - kEscapes]) : U_u16(0);
 }
 
-// Reads a literal of plain units and short escapes, which most are: that saves
-// them the way through UTF-8. False for any other text.
+// Reads a literal of plain units and short escapes, as most are, without a conversion to UTF-8.
+// Returns false for any other text.
 bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text)
 {
     if (last - first < 2 || *first != kQuote || last[-1] != kQuote)

@@ -104,10 +104,10 @@ public:
             mEntities[static_cast<U_u8>(escape.first)] = escape.second;
     }
 
-    // Empty for a character that stays as it is, or is illegal.
+    // Returns the empty text for a character without an entity or an illegal one.
     std::string_view EntityOf(U_u8 character) const { return mEntities[character]; }
 
-    // Null for what is none of the entities.
+    // Returns null if the text is none of the entities.
     const Escape* Find(std::string_view entity) const
     {
         const auto found =
@@ -116,11 +116,11 @@ public:
         return found == mEscapes.end() ? nullptr : &*found;
     }
 
-    // The first character that doesn't go over as it is.
+    // Returns the first character that is not copied unchanged.
     const U_u8* FindSpecial(const U_u8* at, const U_u8* end) const { return mFinder.Find(at, end); }
 
 private:
-    // Those that aren't control characters.
+    // Returns the escaped characters that are no control characters.
     static std::string MarksOf(const std::vector<Escape>& escapes)
     {
         std::string marks;
@@ -151,8 +151,8 @@ std::vector<Escape> AttributeEscapes()
     return escapes;
 }
 
-// Birth fills the tables, a use before birth does too. They are never
-// destroyed: static destructors may escape too.
+// Filled by birth, or by a use before birth. Never destroyed: static destructors may escape text
+// too.
 const EscapeTable& BodyTable()
 {
     static platform::Immortal<EscapeTable> sBodyTable(&BodyEscapes);
@@ -167,7 +167,7 @@ const EscapeTable& AttributeTable()
 
 void ReportIllegal(U_u8 character, const U_UTF8String& text)
 {
-    const std::size_t kHead = 1024; // bytes, more than the units shown can take
+    const std::size_t kHead = 1024; // bytes, more than the shown units can have
     const unsigned int kShown = 128;
     U_UTF16String head = U_UTF8To16String(text.substr(0, kHead));
     U_TruncateStringToNumChars(&head, kShown);
@@ -180,7 +180,7 @@ void ReportIllegal(U_u8 character, const U_UTF8String& text)
 U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool reportIllegal,
                      bool throwOnIllegal)
 {
-    // A piece is copied while the search has it at hand.
+    // A piece is copied while it is still in the cache from the search.
     const std::ptrdiff_t kPiece = 4096;
     U_UTF8String result;
     result.reserve(text.size());
@@ -211,7 +211,7 @@ U_UTF8String Unescaped(const U_UTF8String& text, const EscapeTable& table)
     U_UTF8String result;
     result.reserve(text.size());
     std::size_t done = 0;
-    std::size_t from = 0; // where the next "&" is looked for
+    std::size_t from = 0; // the start of the search for the next "&"
     for (;;)
     {
         const std::size_t open = source.find('&', from);

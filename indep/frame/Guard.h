@@ -60,7 +60,7 @@ template <class Body> U_Status GuardedNoexcept(Body body) noexcept
 }
 
 // Calls `write`, which writes to the log. If `write` throws, the rest of its lines is lost and
-// the caller goes on.
+// the caller continues.
 template <class Write> void LogSafely(Write write) noexcept
 {
     try

@@ -50,7 +50,7 @@ void ReadFlags()
     sData.SSE4_2 = Bit(c, 20);
 }
 
-// Empty if the system doesn't tell.
+// Returns no entries if the system reports none.
 std::vector<ProcessorInformation> AskSystem()
 {
     U_u32 length = 0;
@@ -58,7 +58,7 @@ std::vector<ProcessorInformation> AskSystem()
     std::vector<ProcessorInformation> entries(length / sizeof(ProcessorInformation));
     if (entries.empty() || !win32::GetLogicalProcessorInformation(entries.data(), &length))
         return std::vector<ProcessorInformation>();
-    // There may be fewer by now.
+    // The second call may return fewer entries.
     entries.resize(std::min(entries.size(), length / sizeof(ProcessorInformation)));
     return entries;
 }

@@ -22,8 +22,8 @@ const int kFirstUse = 2;
 const U_u32 kAllFields = win32::kMcwDN | win32::kMcwRC | win32::kMcwEM;
 const U_u32 kAlways = win32::kDNFlush | win32::kEMInexact;
 
-// One of each for the process, though each thread has a word of its own: the last
-// thread to start decides. Atomic, so that threads may start at once.
+// One of each for the process, although each thread has a control word of its own: the last
+// thread to call U_InitFPControl decides. Atomic, since several threads may call it at once.
 std::atomic<U_u8> sUse(0);
 std::atomic<U_u32> sSaved(0);
 
@@ -55,7 +55,7 @@ void U_InitFPControl()
     }
     const U_u32 mask = static_cast<U_u32>(ProfileInt(kMaskKey.mUnits, kAllFields));
     const U_u32 values = static_cast<U_u32>(ProfileInt(kValuesKey.mUnits, win32::kMcwEM));
-    // In this order: another thread may end the control at any time.
+    // sSaved is set before sUse: another thread may call U_TerminateFPControl at any time.
     sSaved = win32::_controlfp(0, 0);
     sUse = use;
     win32::_controlfp(values | kAlways, mask);
