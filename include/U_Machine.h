@@ -43,7 +43,7 @@ U_EXPORT extern const U_CPU_Data* U_G_CPU_DataP;
 // no performance counter or the profile integer "UseAltPreviewTimingMode" is not 0, and before the
 // first birth, the clock is a counter of milliseconds, which restarts at 0 after 49.7 days.
 //
-// Return: 0, or 3 for a null `out`.
+// Returns: 0, or 3 for a null `out`.
 U_EXPORT U_Status U_SecondsSinceBoot(double* out);
 U_EXPORT U_Status U_MillisecondsSinceBoot(U_u64* out);
 
@@ -54,7 +54,7 @@ U_EXPORT U_Status U_Delay(U_u64 milliseconds);
 // The number of threads that the host wants modules to use. While the number is negative, as at
 // the start of the process, U_GetNumThreads stores the number of logical processors.
 //
-// Return: 0, or 3 for a null `out`.
+// Returns: 0, or 3 for a null `out`.
 U_EXPORT U_Status U_GetNumThreads(U_i32* out);
 U_EXPORT U_Status U_SetNumThreads(U_i32 count);
 
@@ -150,7 +150,7 @@ U_EXPORT U_Status U_ReserveContiguousAddressSpace(U_u64 size);
 // Return the name of the machine, at most 31 code units, and of the user, at most 256. Empty if
 // the system has none.
 //
-// Throw: std::bad_alloc.
+// Throws: std::bad_alloc.
 U_EXPORT U_UTF16String U_GetMachineName();
 U_EXPORT U_UTF16String U_GetUsername();
 

@@ -98,8 +98,8 @@ U_EXPORT U_UTF8String U_EscapeAttributeValueToSafeXML(const U_UTF8String& text, 
 U_EXPORT U_UTF8String U_EscapeBodyTextToSafeXML(const U_UTF8String& text, bool reportIllegal,
                                                 bool throwOnIllegal);
 
-// Return text in which the entities of the functions above are characters again. Any other text
-// between an "&" and the next ";" is unchanged.
+// Return text in which the entities that the function above writes for the same place are
+// characters again. Any other text between an "&" and the next ";" is unchanged.
 U_EXPORT U_UTF8String U_UnEscapeXMLAttributeValue(const U_UTF8String& text);
 U_EXPORT U_UTF8String U_UnEscapeXMLBodyText(const U_UTF8String& text);
 
