@@ -1,8 +1,8 @@
-// Contexts: what the scopes and checks on inner paths cost, and a suspended call.
+// Contexts: the cost of setters and abort checks on inner paths, and of a suspended call.
 //
-// The floors: a setter keeps its context and counts an activation; the abort check
-// asks a queue three times, and each could be a lock; a suspended call passes a
-// function to an executor and waits for the answer.
+// The floors: a setter copies a shared_ptr and counts an activation; the abort check looks into a
+// queue three times, each under a lock; a suspended call posts a function to an executor and
+// waits for the result.
 
 #include <atomic>
 #include <condition_variable>

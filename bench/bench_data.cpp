@@ -1,8 +1,8 @@
 // Trees as JSON, escaping, and binary text.
 //
-// Trees stand beside boost's property tree of strings, escaping beside a bare copy
-// of the text, which is its floor, and binary text beside the loop of the C library's
-// calls that a user would write.
+// The peers: for trees, boost's property tree of strings; for escaping, a plain copy of the text,
+// which is its floor; for binary text, the loop over the C library's functions that a user would
+// write.
 
 #include <algorithm>
 #include <cstdio>
@@ -26,8 +26,8 @@ namespace
 {
 const std::size_t kKB = 1000;
 
-// A settings document of about size bytes: objects of a few values each, in
-// arrays of a hundred.
+// Returns a settings document of about `size` bytes: objects of a few values, in arrays of a
+// hundred.
 std::string MakeDocument(std::size_t size)
 {
     std::string json = "{";
@@ -59,7 +59,7 @@ const std::string& Document(std::size_t size)
     return document;
 }
 
-// From and to the bytes of a file, UTF-8.
+// Reads from UTF-8, the bytes of a file, and writes to UTF-8.
 struct Ours
 {
     typedef U_UTF8String Bytes;
@@ -75,7 +75,7 @@ struct Ours
     }
 };
 
-// Boost's own reader and writer, of trees of strings.
+// Boost's reader and writer for trees of strings.
 struct Peer
 {
     typedef std::string Bytes;
@@ -100,8 +100,8 @@ template <class Way> typename Way::Bytes DocumentFor(const benchmark::State& sta
     return typename Way::Bytes(text.begin(), text.end());
 }
 
-// Both do their work once before it is measured: the first time also clears up
-// what others have left in the heap.
+// Both run once before the measurement: the first run also joins the free blocks that earlier
+// benchmarks have left in the heap.
 
 template <class Way> void Read(benchmark::State& state)
 {
@@ -117,7 +117,7 @@ template <class Way> void Read(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
 }
 
-// Whether a tree that is read from what was written is written the same.
+// Returns true if a tree that is written, read and written again has the same text.
 template <class Way> bool IsReadBack(const typename Way::Bytes& written)
 {
     typename Way::Tree tree;
@@ -139,7 +139,7 @@ template <class Way> void Write(benchmark::State& state)
 
 const std::size_t kTextSize = 1 << 20; // bytes, also of binary data
 
-// Sentences, with nothing in them to escape.
+// Sentences without characters that are escaped.
 U_UTF8String MakePlainText()
 {
     const std::string sentence = "The clip was moved to another bin, and its marks went along. ";
@@ -249,7 +249,7 @@ BENCHMARK(EncodeByPrintf);
 BENCHMARK(Decode);
 BENCHMARK(DecodeByScanf);
 
-// For the plots.
+// The sizes of the plots.
 #define GROWING Arg(20)->Arg(100)->Arg(1000)->Arg(5000)->Arg(20000)
 BENCHMARK(Read<Ours>)->Name("Growth/json/read")->GROWING;
 BENCHMARK(Read<Peer>)->Name("Growth/json/read by boost")->GROWING;

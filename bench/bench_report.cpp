@@ -1,7 +1,7 @@
 // Reports.
 //
-// The floor is the resolution of one of the texts that a report is made of: what
-// a report costs beyond its own texts is the road itself.
+// The floor is the resolution of one of the texts of a report. The rest of the time of a report
+// is the report path itself.
 
 #include <algorithm>
 #include <chrono>
@@ -24,7 +24,7 @@ namespace
 {
 const U_u32 kLocation = 0x120034;
 const int kBatch = 2000;        // messages between two displays
-const int kThreadBatch = 10000; // the same of each thread
+const int kThreadBatch = 10000; // the same, for each thread
 
 class Library
 {
@@ -97,9 +97,9 @@ struct Poster
     Clock::time_point mEnded;
 };
 
-// All threads post a batch at once; the messages are displayed between two batches.
-// The time is that of a message, from the first thread's begin to the last one's end
-// by their own clocks: with a core for each of them nobody else may be awake then.
+// All threads post a batch at once. The messages are displayed between two batches. The result is
+// the time for one message, from the start of the first thread to the end of the last one, by the
+// clocks of these threads: the main thread may get no core meanwhile.
 void PostedByThreads(benchmark::State& state)
 {
     const Library library;
@@ -146,7 +146,7 @@ BENCHMARK(Unwanted);
 BENCHMARK(Posted);
 BENCHMARK(PostedWithLogLine);
 
-// For the plot.
+// The thread counts of the plot.
 BENCHMARK(PostedByThreads)
     ->Name("Growth/posting/posted report")
     ->RangeMultiplier(2)

@@ -1,5 +1,13 @@
-// The abort check as an object, to be handed to a loop. It serves the queue of the
-// thread that asks; what queued work throws passes through.
+// The abort check as an object that a host passes to a long computation.
+//
+//     U_NOUIThrottler throttler;
+//     for (int step = 0; step < 1000 && !throttler.ThrottleAndCheckAbort(); ++step)
+//     {
+//         // one step of the computation
+//     }
+//
+// Thread safety: a call serves the message queue of the calling thread. U_NOUIThrottler has no
+// state, so threads may share one object.
 
 #ifndef U_ABORT_H
 #define U_ABORT_H
@@ -8,19 +16,20 @@
 
 #include "U_Types.h"
 
-// How a long computation lets queued work run and asks whether it is to stop. A
-// host that wants to limit the rate derives from it. It isn't deleted through
-// this class.
+// Lets queued work run during a long computation, and returns whether the computation is to
+// stop. A host derives from this class to limit the rate. REQUIRES: no object is deleted through
+// a pointer to this class, which has no virtual destructor.
 class U_EXPORT U_UIThrottler : private boost::noncopyable
 {
 public:
-    // True if the user wants to stop.
+    // Returns: true if the user wants to stop.
+    // Throws: the exceptions of the queued work.
     virtual bool ThrottleAndCheckAbort() = 0;
 };
 
-// Without a limit: each call is one
-// U_Context::CheckAbortAndFlushCompletionRoutines (U_Context.h), which discards what
-// keys have come meanwhile, up to the next key-up, when it tells of an abort.
+// Has no limit: each call is one U_Context::CheckAbortAndFlushCompletionRoutines (U_Context.h).
+// A call that returns true has discarded the keys that were queued after the Escape key, up to
+// the next key-up.
 class U_EXPORT U_NOUIThrottler : public U_UIThrottler
 {
 public:

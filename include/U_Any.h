@@ -1,17 +1,25 @@
-// The variant, in which loosely typed data moves: any value can be asked for as
-// an integer, a double, a bool, a string or JSON text.
+// The variant for loosely typed data. Any value converts to an integer, a double, a bool, a
+// string or JSON text.
 //
-// A value is held with a tag that says what kind it is. A tag that isn't decided
-// yet is inferred by the first question, also of a const object: threads may ask
-// one object at once only when that is past. Apart from that objects are as safe
-// as plain values.
+//     U_Any value("12");
+//     const U_i64 number = value.GetAs_int(); // 12
+//     value = 2.5;
+//     const U_UTF16String text = value.GetAs_Str(); // "2.5"
+//     const bool isWhole = value.GetAs_int() == number; // false
 //
-// A number or bool of what holds none (a tree, a void*, a type that the library
-// doesn't know, no value) is 0, and a text of it empty, as told below. Any other question
-// that the held type doesn't answer throws boost::bad_any_cast and leaves the object as
-// it was. Narrow text is multibyte
-// text in the active code page, and its conversions fail as those of U_Encoding.h do.
-// Without memory std::bad_alloc is thrown, with the object as it was.
+// A variant holds a value and its kind. The kind may be undecided: the first call that needs the
+// kind infers it from the held type, also for a const object. Narrow text is multibyte text in
+// the active code page.
+//
+// Thread safety: as a plain value, but threads may read one object at the same time only after
+// its kind is decided.
+//
+// Failures:
+// - A tree, a void*, a type that the library does not know, and no value convert to 0 and to an
+//   empty text, unless the function says otherwise.
+// - Any other conversion that the held type does not support throws boost::bad_any_cast.
+// - Conversions of narrow text fail as those of U_Encoding.h do. Without memory the functions
+//   throw std::bad_alloc. The object is unchanged in both cases, as after boost::bad_any_cast.
 
 #ifndef U_ANY_H
 #define U_ANY_H
@@ -30,18 +38,18 @@ class U_EXPORT U_Any
 public:
     enum TypeEnum : U_i32
     {
-        kType_None = 0, // a type that the library doesn't know, or no value
-        kType_Null = 1, // not decided yet, or a void*
+        kType_None = 0, // a type that the library does not know, or no value
+        kType_Null = 1, // undecided, or a void*
         kType_Bool = 2,
         kType_Int = 3,
         kType_Double = 4,
-        kType_Enum = 5, // converts like an integer; no constructor here gives it
+        kType_Enum = 5, // converts as an integer; no constructor here sets this kind
         kType_String = 6,
         kType_MBString = 7,
         kType_Tree = 8
     };
 
-    // An int of 0 that isn't decided yet, which inference takes for a bool.
+    // Holds the int 0 with an undecided kind, which is inferred as kType_Bool.
     U_Any();
 
     U_Any(bool value);
@@ -53,15 +61,15 @@ public:
     U_Any(const U_UTF16String& text);
     U_Any(U_UTF16String&& text);
 
-    // Copies a value of any type and infers its kind from the type: bool and int
-    // are booleans, the other integers up to 64 bits integers, float and double
-    // doubles; strings are strings, whatever they read as.
+    // Copies a value of any type and infers the kind from the type: kType_Bool for bool and int,
+    // kType_Int for the other integers of 16 to 64 bits, kType_Double for float and double, the
+    // kinds of strings for std::string and U_UTF16String, whatever number the text spells.
     U_Any(const boost::any& value);
 
     U_Any(const U_Any& other) = default;
     U_Any& operator=(const U_Any& other) = default;
 
-    // Leave other without a value.
+    // `other` has no value afterwards.
     U_Any(U_Any&& other) noexcept : mValue(std::move(other.mValue)), mType(other.mType)
     {
         other.mType = kType_None;
@@ -76,38 +84,46 @@ public:
 
     TypeEnum GetType() const;
 
-    // As an integer. A double is cut toward zero and held to the range, what is
-    // no number gives 0. Of text "TRUE" and "true" are 1, "FALSE" and "false" 0,
-    // and any other is read as a number, as far as it is one. Held unsigned
-    // integers throw.
+    // Returns the value as an integer.
+    // - A double is truncated toward zero and clamped to the range; NaN converts to 0.
+    // - The texts "TRUE" and "true" are 1, "FALSE" and "false" 0. Any other text is read as a
+    //   number, up to the first character that does not belong to the number.
+    //
+    // Throws: boost::bad_any_cast for a held unsigned integer.
     U_i64 GetAs_int() const;
     U_i64 GetAs_Enum() const;
-    bool GetAs_bool() const; // whether the integer isn't 0, so 0.5 is false
 
-    // A held float throws.
+    // Returns true if GetAs_int returns other than 0. So 0.5 is false.
+    bool GetAs_bool() const;
+
+    // Returns the value as a double.
+    //
+    // Throws: boost::bad_any_cast for a held float.
     double GetAs_double() const;
 
-    // As text: "true" and "false", decimal digits, a whole double with ".0", any
-    // other with up to 9 decimals, "<tree>" for a tree; empty if there is no value.
-    // What 9 decimals can't tell from a whole number goes without any ("1", "-0"),
-    // and reads as an integer.
+    // Returns the value as text: "true" or "false"; decimal digits; a double with up to 9
+    // decimals, a whole one with ".0"; "<tree>" for a tree; empty for no value. A double that is
+    // not whole but has no digit among 9 decimals is written without decimals ("1", "-0"), and
+    // that text reads as an integer.
     U_UTF16String GetAs_Str() const;
     std::string GetAs_MBStr() const;
 
-    // As a JSON value: a literal for text, "null" for a void*. Empty for a tree,
-    // which U_AnyTreeWrapper writes, and for a type that isn't known. A double is
-    // written as its text, which is no JSON if it is infinite, no number or too
-    // long for plain digits ("inf.0", "nan", "1e+40.0"); half of a surrogate pair
-    // becomes U+FFFD.
+    // Returns the value as JSON: a string literal for text, "null" for a void*. Empty for a tree,
+    // which U_AnyTreeWrapper writes, and for a type that the library does not know.
+    //
+    // Failures: a double that is infinite, NaN or too long for plain digits is written as its
+    // text, which is not JSON ("inf.0", "nan", "1e+40.0"). Half of a surrogate pair is written as
+    // U+FFFD.
     U_UTF16String GetAs_JSON() const;
 
-    // Whether it is a number, or text of digits, "-", "." and "," alone, in
-    // whatever order.
+    // Returns true for a number, and for text that has one or more of digits, "-", "." and ","
+    // in any order and no other character.
     bool IsNumeric() const;
 
-    // Takes the text of a JSON string literal. Throws boost::bad_any_cast, with
-    // the object as it was, if json is anything else, or escapes half of a surrogate
-    // pair; half of one that stands there as it is becomes U+FFFD.
+    // Sets the text of a JSON string literal. Half of a surrogate pair becomes U+FFFD.
+    //
+    // Throws: boost::bad_any_cast for any other text, and for a literal that escapes half of a
+    // surrogate pair; the object is unchanged.
     void SetFrom_JSON(const U_UTF16String& json);
 
 private:
@@ -121,9 +137,9 @@ private:
     mutable TypeEnum mType;
 };
 
-// How property trees put and get boost::any. Getting gives a boost::any that holds
-// the U_Any itself, not its value; putting makes a U_Any of what the boost::any
-// holds, with the kind inferred, so what was got becomes a value of no kind.
+// The translator of property trees between U_Any and boost::any. get_value returns a boost::any
+// that holds the U_Any itself, not its value. put_value makes a U_Any of the value that the
+// boost::any holds and infers the kind: a boost::any from get_value becomes kType_None.
 struct U_EXPORT U_AnyTranslator
 {
     typedef U_Any internal_type;

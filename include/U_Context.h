@@ -1,14 +1,22 @@
 // Contexts: logical tasks of the host and their state.
 //
-// A context stands for one task. It carries a state for each registered key, and
-// code on the thread where the task runs finds it through U_Context::GetCurrent,
-// without its being handed down. A thread has at most one current context and
-// doesn't keep it alive. Activations nest: the first makes the context current
-// and tells its states, the last tells them again and ends that.
+// A context represents one task. A context owns one state for each registered key. Code on
+// the thread where the task runs finds the context through U_Context::GetCurrent, without a
+// parameter. A thread has at most one current context and does not own it. Activations nest:
+// the first one makes the context current and calls OnActivate of its states, the last
+// deactivation calls OnDeactivate and leaves the thread without a current context.
 //
-// Any thread may call everything here. A context belongs to one thread at a time. An
-// activation on a thread without a current context takes the context over from the thread
-// that has it, without a check; a host that hands a context on orders the two threads.
+//     const boost::shared_ptr<U_Context> task = U_Context::MakeNewContext();
+//     {
+//         const U_ContextSetter setter(task);
+//         const boost::shared_ptr<U_Context> current = U_Context::GetCurrent(); // the task
+//     }
+//     const bool isIdle = !task->IsActive() && !U_Context::HasCurrent(); // true
+//
+// Thread safety: any thread may call all functions. A context belongs to one thread at a time.
+// An activation on a thread without a current context takes the context over from its thread
+// without a check. REQUIRES: a host that passes a context on orders the two threads.
+//
 // A failed check is reported and then thrown as the int 3.
 
 #ifndef U_CONTEXT_H
@@ -30,15 +38,16 @@
 class U_Context;
 class U_SuspendContext;
 
-// The library has the one instantiation.
+// Instantiated once, in the library.
 extern template class U_EXPORT boost::enable_shared_from_this<U_Context>;
 
-// What a module keeps for each context. It belongs to its context and is made
-// while that is being built, when shared_from_this can't be used yet.
+// The state that a module keeps for each context. The context owns the state. A state is
+// made by the constructor of its context: shared_from_this of the context does not work yet.
 class U_EXPORT U_State : private boost::noncopyable
 {
 public:
-    // The key that the state is registered under, for the host's own listings.
+    // Returns the key under which the state is registered. For the host's own lists: the library
+    // does not call GetKey.
     virtual krobase::utility::ImmutableString GetKey() const = 0;
 
 protected:
@@ -46,81 +55,101 @@ protected:
     virtual ~U_State();
 
 public:
-    // Called when the context becomes current on the calling thread, and when it
-    // ceases to be. With a suspended context neither is called. In both IsActive is
-    // false, unless the context ends, and the context mustn't be activated.
-    // OnActivate may throw. What OnDeactivate throws out of a setter's or a context's
-    // end goes no further: an exception is reported there, an int is dropped, since
-    // who throws one has reported it. Whoever lets either throw keeps the context and
-    // activates it again: if it goes before that, its thread can have no other one.
+    // Called by the first activation, on the thread where the context becomes current, before the
+    // activation counts: IsActive is false. A suspension of the context (U_Suspend.h) calls
+    // neither hook.
+    //
+    // REQUIRES: does not activate the context.
+    // Failures: may throw; then the activation does not count, and the context stays the
+    // thread's. The host keeps the context and activates it again. If the context is destroyed
+    // before that, its thread cannot have another context.
     virtual void OnActivate() = 0;
+
+    // Called by the last deactivation, on its thread, after it was counted: IsActive is false.
+    // If the context is destroyed while it is active, called by the destructor: IsActive is
+    // true.
+    //
+    // REQUIRES: does not activate the context.
+    // Failures: an exception does not leave the destructor of a setter or of the context. It is
+    // reported there; an int is dropped, since the code that throws an int has reported the
+    // failure. After an exception the rule for OnActivate holds: the host keeps the context and
+    // activates it again.
     virtual void OnDeactivate() = 0;
 
 protected:
     U_Context* const mContext; // not owned
 };
 
-// Makes the state of a context that is being built. It may throw; then there is
-// no context. It registers and unregisters nothing and makes no context, and waits for
-// no thread that does: what is registered is locked against changes meanwhile. An operator
-// new that fails in it isn't told (U_Fatal.h). A null state stands under its key and is
-// told nothing.
+// Makes the state of a context that is being constructed. May return null: the context then
+// has a null state under the key and calls no hooks of it.
+//
+// REQUIRES: does not register or unregister a state, makes no context, and waits for no thread
+// that does one of these: the factories are locked while they run.
+// Failures: if a factory throws, no context is made. An operator new that fails in a factory is
+// not reported (U_Fatal.h).
 typedef boost::function<boost::shared_ptr<U_State>(U_Context*)> U_StateFactory;
 
 class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context>
 {
 public:
-    // A context with a state from each factory that is registered now. Throws what
-    // a factory throws, boost::bad_function_call for an empty one, and
+    // Returns a new context with one state from each factory that is registered now.
+    //
+    // Throws: the exceptions of the factories; boost::bad_function_call for an empty factory;
     // std::bad_alloc.
     static boost::shared_ptr<U_Context> MakeNewContext();
 
-    // The calling thread's context, never null. Throws 3 if there is none, or if
-    // it has ended while current.
+    // Returns the current context of the calling thread, never null.
+    //
+    // Throws: 3 if there is none, or if the context was destroyed while it was current.
     static boost::shared_ptr<U_Context> GetCurrent();
 
-    // Whether there is one.
+    // Returns true if GetCurrent would return a context.
     static bool HasCurrent();
 
-    // Runs what is queued for the calling thread: user functions, then timers,
-    // then keys. True if the Escape key was among them; of the keys that have come
-    // meanwhile, those up to the next key-up are discarded then. For inner loops:
-    // with nothing queued it allocates nothing, but for a thread's first call, which
-    // makes its queue. Each of the three runs until there is none left: a window
-    // procedure that always posts the next message, or takes longer than its timer's
-    // interval, keeps the call from returning. What a window procedure throws passes
-    // through, and leaves the rest queued. One that makes the same call runs what is
-    // queued, and of the two the call that has taken the key tells. It needs no
-    // current context.
+    // Dispatches the queued messages of the calling thread: user functions, then timers, then
+    // keys. Needs no current context. Meant for inner loops: with an empty queue the call
+    // allocates nothing, except for the first call of a thread, which makes the queue.
+    //
+    // Returns: true if the Escape key was among the keys. Then the call has also discarded the
+    // keys that were queued after these, up to the next key-up.
+    // Failures:
+    // - An exception of a window procedure passes through; the other messages stay queued.
+    // - Each of the three passes runs until its range of the queue is empty. A window procedure
+    //   that always posts the next message, or that runs longer than the interval of its timer,
+    //   keeps the call from returning.
+    // - A window procedure may make this call too. Each message is dispatched by one of the two
+    //   calls, and the call that takes the Escape key returns true.
     static bool CheckAbortAndFlushCompletionRoutines();
 
-    // Adds the factory of a key for all contexts made from now on. A key that is
-    // registered already keeps its factory. Throws std::bad_alloc.
+    // Registers the factory for all contexts made from now on. If the key is registered, its
+    // first factory stays.
+    //
+    // Throws: std::bad_alloc.
     static void RegisterState(const krobase::utility::ImmutableString& key,
                               const U_StateFactory& factory);
 
-    // Ends that. Contexts keep the states they have; an unknown key does nothing.
+    // Removes the factory of the key, if there is one. Existing contexts keep their states.
     static void UnregisterState(const krobase::utility::ImmutableString& key);
 
-    // A copy shares the states and has the id, the thread and the count of
-    // activations of the original, but isn't current anywhere. So a copy of an active
-    // context is active: its end tells the shared states, and ends the original's
-    // being current on the thread where that happens, since the two have one id.
+    // A copy shares the states of the original, has the same id, thread and count of
+    // activations, and is not current on any thread. A copy of an active context is active: its
+    // destructor calls OnDeactivate of the shared states, and also removes the original from the
+    // thread where that happens, since both have the same id.
     U_Context(const U_Context& other);
     U_Context& operator=(const U_Context& other);
 
-    // A context that ends while it is active tells its states, each whatever the
-    // others throw, on the thread that lets go of it last. IsActive is still true then,
-    // but GetCurrent throws 3 and shared_from_this boost::bad_weak_ptr.
+    // If the context is active, calls OnDeactivate of each state, also after another state has
+    // thrown, on the thread that releases the last reference. Meanwhile IsActive is true,
+    // GetCurrent throws 3 and shared_from_this throws boost::bad_weak_ptr.
     virtual ~U_Context();
 
     bool IsActive() const { return mActiveCount.load() > 0; }
 
-    // From 1 up; no two contexts of a process have the same.
+    // Returns the id, unique in the process, counted from 1.
     U_i64 GetContextID() const { return mContextID; }
 
-    // The system's id of the thread it belongs to or was last current on;
-    // 0xFFFFFFFF before that and while it is suspended.
+    // Returns the system's id of the thread to which the context belongs or on which it was last
+    // current; 0xFFFFFFFF before the first activation and while the context is suspended.
     U_u32 GetThreadID() const { return mThreadID.load(std::memory_order_relaxed); }
 
 protected:
@@ -130,54 +159,61 @@ protected:
 
     U_Context();
 
-    // Makes the context current on the calling thread, or once more so. If another thread
-    // had it, that thread can't activate it again; its deactivations only lower the count.
-    // Throws 3, with nothing changed, if the thread's context has ended, is another one,
-    // or belongs to another thread by now; std::bad_alloc, with nothing changed either;
-    // boost::bad_weak_ptr for a context that no shared_ptr owns; and what a state
-    // throws: then the activation doesn't count, and the context stays the thread's.
+    // Counts one activation and makes the context current on the calling thread. If the context
+    // belonged to another thread, that thread can no longer activate it, and deactivations there
+    // only lower the count.
+    //
+    // Throws:
+    // - 3, with nothing changed, if the thread's current context was destroyed, is another
+    //   context, or now belongs to another thread;
+    // - std::bad_alloc, with nothing changed;
+    // - boost::bad_weak_ptr if no shared_ptr owns the context;
+    // - the exception of a state: the activation does not count, the context stays the thread's.
     virtual void Activate();
 
-    // Takes one activation back. The last one on the context's thread tells the
-    // states and ends its being current. Throws what a state throws, at once: then the
-    // activation is taken back and the context isn't active, the states after that one
-    // aren't told, and the context stays the thread's until a later activation of it
-    // ends cleanly.
+    // Removes one activation. The last deactivation, on the context's thread, calls OnDeactivate
+    // of the states and leaves the thread without a current context.
+    //
+    // Throws: the exception of a state, at once. The activation is removed and the context is
+    // not active, the later states are not called, and the context stays the thread's until a
+    // later activation of it ends without an exception.
     virtual void Deactivate();
 
-    // The state of a key; throws 1 if the context has none.
+    // Returns the state of the key.
+    //
+    // Throws: 1, without a report, if the context has none.
     boost::shared_ptr<U_State> GetState(const krobase::utility::ImmutableString& key);
 
 private:
     typedef std::map<krobase::utility::ImmutableString, boost::shared_ptr<U_State>> States;
 
-    // By the identity of the key's text, and so in an order of no meaning.
+    // Ordered by the identity of the key's text: the order has no meaning.
     typedef std::map<krobase::utility::ImmutableString, U_StateFactory> StateFactories;
 
-    void TellStates(void (U_State::*hook)());
+    void CallStates(void (U_State::*hook)());
 
-    States mStates; // as the constructor filled it
+    States mStates; // changed by operator= only
     std::atomic<U_i64> mActiveCount{0};
     U_i64 mContextID;
-    // Written by the thread that owns the context at the moment. Whoever hands it
-    // over orders the two threads; the rest only reads it as a mark.
+    // Written by the thread to which the context belongs. A host that passes the context on
+    // orders the two threads. Other threads only compare the value with their own id.
     std::atomic<U_u32> mThreadID;
 
     static std::atomic<U_i64> S_ctxt_id;
     static StateFactories& S_states_factory;
 };
 
-// Activates a context until the scope ends, on the thread of the scope.
+// Activates a context for a scope, on the thread of the scope. Owns a reference to the context.
 class U_EXPORT U_ContextSetter : private boost::noncopyable
 {
 public:
-    // Activates the thread's context once more; without one it fails as GetCurrent
-    // does. The second takes the thread's for null. Both throw what
-    // U_Context::Activate throws.
+    // Activates the current context of the thread once more, also for a null `context`.
+    //
+    // Throws: as U_Context::GetCurrent and U_Context::Activate.
     U_ContextSetter();
     explicit U_ContextSetter(const boost::shared_ptr<U_Context>& context);
 
-    // What a state throws is reported and goes no further.
+    // Deactivates the context. An exception of a state is reported and does not pass.
     virtual ~U_ContextSetter();
 
     U_Context* operator->() const { return mContext.get(); }
@@ -186,16 +222,17 @@ private:
     const boost::shared_ptr<U_Context> mContext;
 };
 
-// The same for a thread that has no context, without keeping this one alive. On a
-// thread that has one, or for null, it does nothing.
+// Activates a context for a scope if the thread has no current context, and does not own a
+// reference. Does nothing on a thread that has a current context, and for null.
 class U_EXPORT U_WeakContextSetter : private boost::noncopyable
 {
 public:
+    // Throws: as U_Context::Activate.
     explicit U_WeakContextSetter(const boost::shared_ptr<U_Context>& context);
     virtual ~U_WeakContextSetter();
 
 private:
-    boost::weak_ptr<U_Context> mContext; // empty if it did nothing
+    boost::weak_ptr<U_Context> mContext; // empty if the constructor did nothing
 };
 
 #endif

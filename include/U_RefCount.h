@@ -1,17 +1,26 @@
-// Reference counting for objects that stay on one thread or are guarded by
-// their owner: nothing here is safe against concurrent use of one object.
+// Reference counting without atomic operations, for objects of one thread or of an owner that
+// guards them. A counted class derives from U_RCObject. The host's pointer to it derives from
+// U_RCPtrBase.
 //
-// A class to be counted derives from U_RCObject, and a thin typed wrapper around
-// U_RCPtrBase is the pointer to it. A count that isn't 0 when its object is
-// destroyed is reported, and the destruction goes on.
+//     struct Node : U_RCObject {};
+//     struct NodePtr : U_RCPtrBase
+//     {
+//         explicit NodePtr(Node* node) : U_RCPtrBase(node) {}
+//     };
+//     const NodePtr first(new Node);
+//     const NodePtr second(first); // two references; the last one deletes the node
+//
+// Thread safety: none. An object and its pointers are for one thread at a time.
+//
+// Failures: an object that is destroyed while its count is not 0 is reported, and the destruction
+// continues.
 
 #ifndef U_REFCOUNT_H
 #define U_REFCOUNT_H
 
 #include "U_Types.h"
 
-// The count. It belongs to its object: a copy starts at 0, and an assignment
-// leaves it alone.
+// The count of one object. A copy starts at 0, and an assignment does not change the count.
 class U_EXPORT U_ReferenceCount
 {
 public:
@@ -21,7 +30,7 @@ public:
     ~U_ReferenceCount();
 
     void Increment() const;
-    bool Decrement() const; // whether nobody is left
+    bool Decrement() const; // returns true if the count is now 0 or less
 
     bool IsShared() const;
     bool IsUniquelyReferenced() const;
@@ -31,8 +40,10 @@ private:
     mutable U_i32 mCount;
 };
 
-// The base of counted objects. One is made with new and a count of 0; the first
-// pointer makes it 1, and the last one to go deletes it.
+// The base of counted objects. The count of a new object is 0. The last pointer to an object
+// deletes it.
+//
+// REQUIRES: counted objects are allocated with new.
 class U_EXPORT U_RCObject
 {
 public:
@@ -46,7 +57,7 @@ private:
     U_ReferenceCount mRefCount;
 };
 
-// Stands for the null pointer.
+// The type of U_rcNULL, the null pointer.
 class U_RCPtrNull
 {
 public:
@@ -55,14 +66,14 @@ public:
 
 extern U_EXPORT const U_RCPtrNull U_rcNULL;
 
-// What a typed pointer derives from. It holds one reference to its object and
-// isn't compared or assigned but through the operations for wrappers.
+// The base of typed pointers. Owns one reference to its object, or is null. Derived classes define
+// comparison and assignment with the protected functions.
 class U_EXPORT U_RCPtrBase
 {
 public:
     ~U_RCPtrBase();
 
-    bool operator!() const; // whether it is null
+    bool operator!() const; // true if the pointer is null
 
 protected:
     U_RCPtrBase();
@@ -70,8 +81,8 @@ protected:
     U_RCPtrBase(U_RCObject* object); // null gives a null pointer
     U_RCPtrBase(const U_RCPtrBase& other);
 
-    // Let go of the object and hold another one, or none. The new object is
-    // counted and in place before the old one is released.
+    // Replace the object by another one or by none. The new object is counted and stored before
+    // the old one is released.
     void ClearBase();
     void ResetBase(const U_RCPtrBase& other);
     void ResetBase(U_RCObject* object);
@@ -81,10 +92,10 @@ protected:
     bool ComparePointer(const U_RCObject* object) const;
 
     U_RCObject* Pointer() const;
-    U_RCObject* UsePointer() const; // without a test for null
+    U_RCObject* UsePointer() const; // does not check for null
 
-    // Change the count of a raw pointer, which may be null. The removal of the
-    // last reference deletes the object.
+    // Change the count of an object; `object` may be null. The removal of the last reference
+    // deletes the object.
     static void Hack_AddReference(U_RCObject* object);
     static void Hack_RemoveReference(U_RCObject* object);
 
@@ -99,8 +110,9 @@ private:
     U_RCObject* mPointer;
 };
 
-// For wrappers whose null pointer is dereferenced: reports a warning and throws
-// the int 3.
+// Reports a warning, for a typed pointer that is dereferenced while it is null.
+//
+// Throws: the int 3, always.
 [[noreturn]] U_EXPORT void ThrowNullPointerError();
 
 #endif

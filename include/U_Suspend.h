@@ -1,19 +1,25 @@
 // Suspend and resume: one call on another thread, within the same task.
 //
-// Some work must run on a particular thread and yet belongs to the task that
-// asks for it. A suspend object takes the current context off its thread, a call
-// runs a function on an executor's thread with that context current there, and
-// the end of the object puts the context back. The states of the context aren't
-// told of any of this.
+// Some work belongs to a task but must run on a particular thread. A suspend object detaches the
+// current context from the calling thread, a call runs a function on an executor's thread with
+// that context current there, and the destructor attaches the context to the calling thread
+// again. None of this calls the hooks of the context's states.
 //
-//     const boost::shared_ptr<U_SuspendContext> suspended =
-//         U_SuspendContext::NewSuspendContext();
-//     const int code = suspended->CallOnThreadedExecutor(executor, &Decode);
+//     const auto executor = krobase::threads::CreateAsyncThreadedExecutor(
+//         "decoder", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+//     const U_ContextSetter setter(U_Context::MakeNewContext());
+//     const boost::shared_ptr<U_SuspendContext> suspended = U_SuspendContext::NewSuspendContext();
+//     const int code = suspended->CallOnThreadedExecutor(
+//         executor, [] { return U_Context::HasCurrent() ? 0 : 1; }); // 0
 //
-// In an ordinary call one thread at a time has the context: the caller's until the object
-// has been made, the executor's while it runs the function, and the caller's again
-// when the object ends. A third thread that took the context over within the function is
-// described at the destructor.
+// Thread safety: a suspend object is made, used and destroyed on one thread.
+// TerminateAndFailAllSuspendedContexts may be called on any thread.
+//
+// Ordering: the context belongs to the calling thread until the object is made, to the
+// executor's thread while the function runs, and to the calling thread again after the
+// destructor. The writes of each thread happen before the next one continues. The destructor
+// describes the exceptions: a third thread that took the context over within the function, and
+// a call that was given up.
 
 #ifndef U_SUSPEND_H
 #define U_SUSPEND_H
@@ -30,60 +36,72 @@
 
 #include "U_Context.h"
 
-// The result of a call that was given up.
+// The result of a call that was given up by TerminateAndFailAllSuspendedContexts.
 const U_Status U_Err_SuspendTerminated = 517;
 
-// One suspension, to be made, used and ended on the same thread, and to be ended
-// before the setter is under which it was made: the context would come back to a
-// thread that has no activation of it left, and stay.
+// One suspension.
+//
+// REQUIRES: made, used and destroyed on the same thread, and destroyed before the setter under
+// which it was made. Otherwise the context is attached to a thread without an activation of it,
+// and stays there.
 class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
-    // Takes the current context off the calling thread. On a thread without one the
-    // object serves too, and the function runs without a context of the caller's. Throws
-    // 3, after a report, for a context that isn't active, or std::bad_alloc; the context
-    // is left as it was then.
+    // Detaches the current context from the calling thread. Also serves a thread without a
+    // current context: the function then runs without a context of the caller.
+    //
+    // Throws: 3, after a report, for a context that is not active; std::bad_alloc. The context
+    // is unchanged then.
     static boost::shared_ptr<U_SuspendContext> NewSuspendContext();
 
-    // Puts the context back, which needs no memory, and takes the activation over from a
-    // third thread that has activated the context within the function. On the third thread
-    // the context stays current beside the calling thread's: also where the third thread's
-    // setter ended within the function, since other activations remained, and also after the
-    // calling thread's setter has ended. As long as the context lives, such a thread serves no
-    // other context: a U_ContextSetter of another context throws 3 there, and a
-    // U_WeakContextSetter does nothing.
-    // When a call has been given up while its function was running, this first waits up to a
-    // second for the function to end. A function that takes longer keeps the context, and
-    // the calling thread goes on without one, as does each thread that lent the context on
-    // the way there: the context of a call that was given up is not put back on a second
-    // thread. Their setters may end as usual; the last setter to end calls the states.
-    // An object that ends on another thread puts nothing back.
+    // Waits until the functions of all calls have ended or will never run, and attaches the
+    // context to the calling thread again. Allocates nothing.
+    //
+    // Failures:
+    // - A call was given up while its function ran: the destructor waits up to a second for the
+    //   function. A function that takes longer keeps the context, and the calling thread
+    //   continues without one, as does each thread that lent the context to a further call on
+    //   the way to that function. Their setters may end as usual; the last setter to end calls
+    //   the states.
+    // - A third thread has activated the context within the function: the calling thread takes
+    //   the context over. The context also stays current on the third thread: even if the third
+    //   thread's setter ended within the function, since other activations remained, and even
+    //   after the calling thread's setter has ended. While the context lives, that thread serves
+    //   no other context: a U_ContextSetter of another context throws 3 there, and a
+    //   U_WeakContextSetter does nothing.
+    // - The object is destroyed on another thread: the context is not attached to any thread.
     virtual ~U_SuspendContext();
 
-    // Runs the function on the executor's thread and returns its result when it has
-    // ended: what it returns, or the int that it throws; for a std::exception the
-    // code that U_TranslateAndReportException gives, and 14 for anything else. If
-    // that code is 0, so is the result.
-    // The call's copy of the function, with what it owns, ends when the function has, or
-    // once it never will run, and before the caller goes on that waits for it; a little
-    // later where the context can't become current on the executor's thread.
-    // Where the context can't become current there, the function doesn't run, and the
-    // result is the code of that failure. A context that the executor's thread had of
-    // its own lives on, but is no longer current there, also after the call.
-    // On the executor's own thread the function runs at once, and what it throws
-    // passes through.
-    // Only the first function for another thread is waited for. That of a later call
-    // is queued too, but the call returns at once, with the result of the first; the
-    // next call and the end of the object wait until it has ended, or its executor
-    // has dropped it.
-    // Once all calls have been given up the result is 517, within some 50
-    // milliseconds: a function that hasn't begun by then never runs. One that has
-    // begun goes on alone, so it must own what it uses, and the context may end on
-    // the executor's thread. An event loop whose thread ends before the function has
-    // run leaves its caller waiting until all calls are given up.
-    // Throws 3, after a report, for a null executor, and where an earlier call's function
-    // keeps the context: one that was given up, or one whose own suspension was lost;
-    // std::bad_alloc; and what the executor throws when it can't take the function.
+    // Runs the function on the executor's thread within the context and waits for its end.
+    //
+    // Returns: the value that the function returns or throws as an int. For a std::exception the
+    // code of U_TranslateAndReportException (U_Threads.h), for an exception of another type 14.
+    //
+    // - On the executor's own thread the function runs at once, within the context, and its
+    //   exceptions pass through.
+    // - The call destroys its copy of the function, with all that the copy owns, when the
+    //   function has ended or will never run, and before a caller that waits for the function
+    //   continues.
+    // - One object is for one call to another thread. The function of a later call is queued
+    //   too, but the call returns at once, with the result of the first call. The next call and
+    //   the destructor wait until that function has ended or its executor has dropped it.
+    // - If the caller has a context, a context of the executor's own thread is kept alive during
+    //   the call, but is not current there, during the call and after it.
+    //
+    // Throws: 3, after a report, for a null executor, and if the function of an earlier call
+    // keeps the context: a function that was given up, or one that lost the context in a call of
+    // its own; std::bad_alloc; the exception of an executor that cannot queue the function.
+    //
+    // Failures:
+    // - The context cannot become current on the executor's thread: the function does not run,
+    //   the result is the code of that failure, and the copy of the function may be destroyed a
+    //   little after the call returns.
+    // - All calls were given up: the result is U_Err_SuspendTerminated, within about 50
+    //   milliseconds. A function that has not begun by then never runs. A function that has begun
+    //   continues alone, so it must own all that it uses, and the context may be destroyed on the
+    //   executor's thread.
+    // - The thread of an event loop ends before the function has run: the caller waits until all
+    //   calls are given up.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);
@@ -91,16 +109,18 @@ public:
         const boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor>& executor,
         const boost::function<int()>& function);
 
-    // Gives up all calls that wait, and all to come for another thread, for good: the
-    // host is going down. On an executor's own thread functions go on running. Any
-    // thread.
+    // Gives up all calls that wait for another thread, and all later ones, until the process
+    // ends: for a host that shuts down. Calls on an executor's own thread still run their
+    // functions.
+    //
+    // Thread safety: may be called on any thread.
     static void TerminateAndFailAllSuspendedContexts();
 
 protected:
     U_SuspendContext();
 
-    // What the executor's thread does: runs the function within the context, stores
-    // the result and opens the gate.
+    // The part of the executor's thread: runs the function within the context, stores the
+    // result and opens the gate. Does nothing once all calls were given up.
     static void ExecuteStatic(const boost::function<int()>& function,
                               const boost::shared_ptr<krobase::threads::OpenOnceGate>& gate,
                               const boost::shared_ptr<U_Context>& context,
@@ -113,20 +133,20 @@ private:
     class ScLoan;
     class U_ResumeContext;
 
-    // Which thread has the suspended context. Each posted call keeps a holder of its own.
-    // The object keeps the holder of its latest call, except for a call after all calls have
-    // been given up, which leaves the object's holder alone.
+    // The thread that has the suspended context. Each posted call has a holder of its own. The
+    // object has the holder of its latest call; a call that is made after all calls were given
+    // up does not change the object's holder.
     enum Holder
     {
         // Object: no call has been made, or the executor refused the call.
         // Posted call: the function has not begun.
         kNobody,
         // Object: the latest call ran on the thread that made the object.
-        // Posted call: the call was taken back before its function began; the function never
+        // Posted call: the call was cancelled before its function began; the function never
         // runs.
         kCaller,
         // Object: the latest call was posted, from before the post until the next call. The
-        // posted call's holder says how far its function has come.
+        // posted call's own holder shows whether its function has begun.
         // Posted call: the function has begun; also after the function has ended.
         kExecutorThread,
         // Both: the function suspended the context again, and that inner call was given up
@@ -145,15 +165,15 @@ private:
                           const boost::function<int()>& function, int& result);
     bool IsContextFree() const;
     void RequireContext() const;
-    void TakeOff();
-    void PutBack();
+    void Detach();
+    void Attach();
 
     boost::shared_ptr<U_Context> mContext; // null if the thread had none
     U_u32 mSavedThreadID;
-    // Of the first posted call: closed until its function has ended.
+    // The gate of the first posted call: closed until its function has ended.
     boost::shared_ptr<krobase::threads::OpenOnceGate> inGate;
     boost::shared_ptr<int> mResult;
-    boost::shared_ptr<PostedCall> mPosted; // the latest, null before the first
+    boost::shared_ptr<PostedCall> mPosted; // the latest call, null before the first
     std::atomic<Holder> mHolder{kNobody};
     const U_u32 mOwnThreadID; // of the thread that made the object
 };

@@ -1,4 +1,13 @@
-// Handles on XMP metadata, which lives in objects of the ZelboXMP toolkit.
+// References to XMP metadata, which is stored in objects of the ZelboXMP toolkit.
+//
+//     __XMPMeta__* const metadata = zelboxmp::NewMetadata();
+//     const U_XMPMetaRef reference(metadata);
+//     zelboxmp::Ordinal6(metadata); // releases the first reference
+//     std::string packet;
+//     reference.Serialize(&packet);
+//
+// Thread safety: references on several threads may hold the same object; each reference is for
+// one thread at a time.
 
 #ifndef U_XMP_H
 #define U_XMP_H
@@ -9,34 +18,34 @@
 
 #include "U_Types.h"
 
-// What failed operations throw. The message is the toolkit's own and stays.
+// Thrown by failed operations. The message belongs to the toolkit and is never freed.
 struct U_EXPORT XMP_Error
 {
     U_i32 code;
     const char* message;
-    bool flag; // false when thrown
+    bool flag; // the library throws false
 };
 
-// Holds one reference to a metadata object, or none. Several may hold the same
-// object on several threads; each is for one thread at a time.
+// Owns one reference to a metadata object, or none.
 class U_EXPORT U_XMPMetaRef
 {
 public:
-    // Takes a reference of its own; the caller keeps its. Null is fine here and
-    // in all that follows.
+    // Adds a reference; the caller keeps its own. `metadata` may be null: then all functions work
+    // on no object.
     U_XMPMetaRef(__XMPMeta__* metadata);
     U_XMPMetaRef(const U_XMPMetaRef& other);
     U_XMPMetaRef& operator=(const U_XMPMetaRef& other);
     ~U_XMPMetaRef();
 
-    // The object, without a reference: borrowed for this one's life.
+    // Return the object without a further reference: valid while this reference holds it.
     operator __XMPMeta__*();
     operator __XMPMeta__*() const;
     __XMPMeta__* Get();
     __XMPMeta__* Get() const;
 
-    // Stores the metadata as a packet in UTF-8, the empty text for none. Throws
-    // XMP_Error; the string then holds what the toolkit has stored.
+    // Stores the metadata as a packet in UTF-8; without an object, the empty text.
+    //
+    // Throws: XMP_Error; `*packet` then has the text that the toolkit has stored so far.
     void Serialize(std::string* packet) const;
 
 private:

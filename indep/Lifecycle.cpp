@@ -12,15 +12,13 @@
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/crash/Fatal.h"
-#include "indep/data/XMLEscapes.h"
 #include "indep/errors/Globals.h"
 #include "indep/errors/Report.h"
+#include "indep/frame/BirthSteps.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Location.h"
-#include "indep/frame/LogSafely.h"
 #include "indep/instrumentation/MemoryLog.h"
-#include "indep/machine/Machine.h"
 #include "text/Birth.h"
+#include "text/Numbers.h"
 #include "text/OwnTexts.h"
 
 namespace
@@ -34,8 +32,8 @@ U_RunModeFunction sRunMode = nullptr; // written by birth and death
 typedef U_Status (*BirthStep)(const char* displayName);
 typedef void (*DeathStep)();
 
-// A function without the display name as a step of birth: one that can fail, or one
-// that can't but throw.
+// Makes a step of birth from a function without the display name: one that returns a status, or one
+// that reports a failure only by an exception.
 template <auto function> U_Status Step(const char*)
 {
     if constexpr (std::is_void_v<decltype(function())>)
@@ -60,7 +58,7 @@ void InstallNewHandler()
     Up_InstallNewHandler(true);
 }
 
-// In order. A failure ends birth and undoes nothing.
+// In order. A failure ends birth and reverts no earlier step.
 const BirthStep kFirstSteps[] = {
     &Step<&Up_DetectCPU>,      &Step<&Up_InitializeMemorySubsystem>,
     &Step<&Up_StartMemoryLog>, &Step<&Up_CheckMemorySubsystem>,
@@ -83,13 +81,13 @@ const BirthStep kSubBirths[] = {
 };
 // clang-format on
 
-// A line that fails ends neither birth nor death.
-void Tell(const char* tag, const char* text)
+// A failure of the log ends neither birth nor death.
+void LogStep(const char* tag, const char* text)
 {
     LogSafely([=] { WRIL_Log(kLifecycleLevel, "U", tag, text); });
 }
 
-// With the record goes the handler of a failed operator new, which reports.
+// Also removes the handler of a failed operator new, which needs the record for its report.
 void DestroyRecord()
 {
     Up_DestroyGlobals();
@@ -103,7 +101,7 @@ const DeathStep kDeathSteps[] = {
     &U_DisplayPostedErrors,
     [] { U_ZDeathLStrCacheList(); },
     [] { U_ZLocaleDeath(); },
-    // What the steps above may need goes last.
+    // The steps above may need the record, the heap and the translators.
     &DestroyRecord,
     &Up_TerminateMemorySubsystem,
     &Up_FreeTranslatorTable,
@@ -123,7 +121,7 @@ U_Status RunSteps(const BirthStep (&steps)[count], const char* displayName)
     return 0;
 }
 
-// The text is the same whichever step failed.
+// The text is the same for all steps.
 void ReportFailedBirth(const char* displayName)
 {
     char text[256];
@@ -142,7 +140,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
         return failure;
     sRunMode = runMode;
     U_SetPencartValuesForUErrors(nullptr, nullptr);
-    Tell("Birth", "U Birth");
+    LogStep("Birth", "U Birth");
 
     if (U_Status failure = RunSteps(kFirstSteps, displayName))
         return failure;
@@ -157,7 +155,7 @@ U_Status U_Birth(const char* displayName, U_RunModeFunction runMode)
 
 U_Status U_Death()
 {
-    Tell("Death", "U Death");
+    LogStep("Death", "U Death");
     const U_Status failure = Up_ValidateGlobals(kEntryDeath);
     U_SetPencartValuesForUErrors(nullptr, nullptr);
     if (failure)

@@ -11,7 +11,6 @@
 #include "U_Report.h"
 #include "U_ZString.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Location.h"
 #include "indep/frame/ReentrancyGuard.h"
 
 namespace

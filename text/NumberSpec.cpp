@@ -10,7 +10,7 @@
 
 #include "U_Encoding.h"
 #include "U_Report.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

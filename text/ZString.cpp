@@ -16,7 +16,6 @@
 #include "U_String.h"
 #include "U_ZString.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/LogSafely.h"
 
 namespace
 {

@@ -8,7 +8,6 @@
 
 #include "U_Budget.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/LogSafely.h"
 
 namespace
 {

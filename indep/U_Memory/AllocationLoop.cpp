@@ -10,7 +10,7 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

@@ -12,7 +12,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_MemServices.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

@@ -10,7 +10,7 @@
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

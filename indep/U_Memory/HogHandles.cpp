@@ -11,7 +11,7 @@
 #include "indep/U_Memory/HogTable.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"
 
 namespace

@@ -19,8 +19,8 @@
 #include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/HogCounts.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/Location.h"
-#include "indep/frame/ScTrue.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ReentrancyGuard.h"
 #include "text/OwnTexts.h"
 
 namespace
@@ -50,7 +50,6 @@ struct HogTable
     U_u32 mCapacity; // slots that fit into mSlots
     void** mSelf;    // the handle that holds the table
     void** mSlots;   // a handle of the slots; owned
-    bool mGrows;
 };
 
 // Guards the slots and the table's growth and end. Recursive: growth may call the host's
@@ -113,9 +112,9 @@ U_Status MakeRoom(HogTable& table)
 {
     if (sCount < table.mCapacity)
         return 0;
-    if (table.mGrows)
+    const ReentrancyGuard<struct TableGrowth> growth;
+    if (!growth.IsFirst())
         return U_Err_OutOfMemory;
-    const ScTrue grows(table.mGrows); // cleared also if a function of the host throws
     const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
     const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
                                             Up_StringOrEnglish(kTextHogTable), &table.mSlots);
@@ -217,7 +216,7 @@ U_Status Up_HogBirth()
     // A birth that failed after this step has left a table with its hogs.
     sCounts.Clear();
     sCount = 0;
-    sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots, false};
+    sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots};
     return 0;
 }
 

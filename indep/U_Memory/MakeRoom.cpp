@@ -9,7 +9,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

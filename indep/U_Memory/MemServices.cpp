@@ -18,7 +18,7 @@
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 using krobase::utility::Guid;
 

@@ -11,7 +11,7 @@
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

@@ -14,7 +14,7 @@
 #include "U_Report.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"
 
 namespace

@@ -20,20 +20,21 @@ bool TakeMessage(win32::MSG& message, unsigned int minimum, unsigned int maximum
     return win32::PeekMessageW(&message, nullptr, minimum, maximum, win32::kPeekRemove) != 0;
 }
 
-// Made into text only for a trace that is on.
-struct Told
+// The text of an idle trace. Formatted on output, so only while the trace is on.
+struct IdleText
 {
-    const char* mWhat;
+    const char* mMessage;
 };
 
-std::ostream& operator<<(std::ostream& line, const Told& told)
+std::ostream& operator<<(std::ostream& line, const IdleText& text)
 {
-    return line << WRIL_convertMesg("U_Context::CheckAbortAndFlushCompletionRoutines", told.mWhat);
+    return line << WRIL_convertMesg("U_Context::CheckAbortAndFlushCompletionRoutines",
+                                    text.mMessage);
 }
 
-void Process(const win32::MSG& message, TraceSite& site, const char* what)
+void Process(const win32::MSG& message, TraceSite& site, const char* text)
 {
-    site.Trace(Told{what});
+    site.Trace(IdleText{text});
     win32::TranslateMessage(&message);
     win32::DispatchMessageW(&message);
 }
@@ -53,7 +54,7 @@ bool U_Context::CheckAbortAndFlushCompletionRoutines()
     bool abort = false;
     while (TakeMessage(message, win32::kWmKeyFirst, win32::kWmKeyLast))
     {
-        // Of any message of the range: the key going down or up, or its character.
+        // The Escape key counts in every message of the range: key down, key up and character.
         if (message.wParam == kEscapeKey)
             abort = true;
         Process(message, sKeys, "processing keyboard-event found in queue");

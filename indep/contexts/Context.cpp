@@ -8,10 +8,9 @@
 #include <win32/threads.h>
 
 #include "U_Threads.h"
-#include "indep/contexts/ThreadSlot.h"
+#include "indep/contexts/CurrentContext.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Trace.h"
 
 using krobase::utility::ImmutableString;
 
@@ -21,11 +20,11 @@ namespace
 {
 const int kNoState = 1; // thrown
 
-// Guards S_states_factory. Never destroyed, as the factories aren't: threads may
-// make contexts while the process exits.
+// Guards S_states_factory. Neither is ever destroyed: threads may make contexts while the
+// process exits.
 boost::shared_mutex& sStatesLock = *new boost::shared_mutex;
 
-void Tell(const boost::shared_ptr<U_State>& state, void (U_State::*hook)())
+void CallHook(const boost::shared_ptr<U_State>& state, void (U_State::*hook)())
 {
     if (state)
         (state.get()->*hook)();
@@ -46,7 +45,7 @@ boost::shared_ptr<U_Context> U_Context::MakeNewContext()
 
 U_Context::U_Context() : mContextID(++S_ctxt_id), mThreadID(U_NoThreadID)
 {
-    const platform::ScQuietNew quiet; // under the lock
+    const platform::ScQuietNew quiet; // no report of a failed new while the lock is held
     const boost::shared_lock_guard<boost::shared_mutex> lock(sStatesLock);
     for (const StateFactories::value_type& factory : S_states_factory)
         mStates.emplace(factory.first, factory.second(this));
@@ -75,39 +74,19 @@ U_Context::~U_Context()
     if (!IsActive())
         return;
     for (const States::value_type& state : mStates)
-        GuardedNoexcept([&] { Tell(state.second, &U_State::OnDeactivate); });
+        GuardedNoexcept([&] { CallHook(state.second, &U_State::OnDeactivate); });
     DetachContextTLS("~U_Context", mContextID);
-}
-
-boost::shared_ptr<U_Context> U_Context::GetCurrent()
-{
-    static TraceSite sTrace(kContextTrace, 1);
-    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
-    if (!slot)
-    {
-        sTrace.Trace("Damnit");
-        throw BadArgument("no current context");
-    }
-    boost::shared_ptr<U_Context> context = slot->lock();
-    if (!context)
-        throw BadArgument("current context is gone");
-    return context;
-}
-
-bool U_Context::HasCurrent()
-{
-    const boost::weak_ptr<U_Context>* const slot = ThreadSlot();
-    return slot && !slot->expired();
 }
 
 void U_Context::RegisterState(const ImmutableString& key, const U_StateFactory& factory)
 {
-    // What the factory owns is copied and ended without the lock.
-    StateFactories made;
-    made.emplace(key, factory);
-    const auto refused = [&made] {
+    // The factory is copied before the lock is taken, and a factory that the map refuses is
+    // destroyed after the lock is released: both may run code of the host.
+    StateFactories added;
+    added.emplace(key, factory);
+    const auto refused = [&added] {
         const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
-        return S_states_factory.insert(made.extract(made.begin()));
+        return S_states_factory.insert(added.extract(added.begin()));
     }();
 }
 
@@ -127,21 +106,21 @@ boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& key)
     return found->second;
 }
 
-void U_Context::TellStates(void (U_State::*hook)())
+void U_Context::CallStates(void (U_State::*hook)())
 {
     for (const States::value_type& entry : mStates)
     {
-        const boost::shared_ptr<U_State> state = entry.second; // lives through its call
-        Tell(state, hook);
+        const boost::shared_ptr<U_State> state = entry.second; // alive during the hook
+        CallHook(state, hook);
     }
 }
 
 void U_Context::Activate()
 {
     const U_u32 threadId = win32::GetCurrentThreadId();
-    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
+    if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
     {
-        const boost::shared_ptr<U_Context> current = slot->lock();
+        const boost::shared_ptr<U_Context> current = thread->lock();
         if (!current)
             throw BadArgument("current context is gone");
         if (current->mContextID != mContextID)
@@ -154,24 +133,24 @@ void U_Context::Activate()
         AttachContextTLS(shared_from_this());
         mThreadID.store(threadId, std::memory_order_relaxed);
     }
-    // The count is raised only after the states have been told: one that asks
-    // doesn't see its context as active yet, and one that throws undoes nothing.
+    // The count is raised after the hooks have run: a hook sees its context as not active, and
+    // if a hook throws, the activation does not count.
     if (!IsActive())
-        TellStates(&U_State::OnActivate);
+        CallStates(&U_State::OnActivate);
     ++mActiveCount;
 }
 
 void U_Context::Deactivate()
 {
     const U_i64 count = --mActiveCount;
-    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
+    if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
     {
-        const boost::shared_ptr<U_Context> current = slot->lock();
+        const boost::shared_ptr<U_Context> current = thread->lock();
         if (current.get() != this || GetThreadID() != win32::GetCurrentThreadId())
             return;
     }
     if (count != 0)
         return;
-    TellStates(&U_State::OnDeactivate);
+    CallStates(&U_State::OnDeactivate);
     DetachContextTLS("Deactivate", mContextID);
 }

@@ -6,13 +6,13 @@
 #include <win32/threads.h>
 
 #include "U_Threads.h"
-#include "indep/contexts/ThreadSlot.h"
+#include "indep/contexts/CurrentContext.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 namespace
 {
-const int kLooks = 50; // of a caller that could go on at once
+const int kAttempts = 50; // before a caller sleeps
 } // namespace
 
 void U_SuspendContext::PostedCall::Run()
@@ -20,38 +20,38 @@ void U_SuspendContext::PostedCall::Run()
     if (!Decide(kExecutorThread))
         return;
     ExecuteStatic([this] { return RunFunction(); }, mGate, mContext, mResult);
-    // The caller waits for this: the context mustn't end here because its last owner
-    // there was quicker.
+    // The caller waits for mLeft, so that the context is not destroyed on this thread because the
+    // caller's thread has released its reference first.
     mContext.reset();
     mLeft.Open();
-    // It is still there if it was too late to run. The caller doesn't wait for what it
-    // owns, the last of the suspension perhaps.
+    // The function is still set if it began too late to run. It is destroyed after mLeft is open:
+    // the caller does not wait for its destructors, which may end the suspension.
     mFunction.clear();
 }
 
-bool U_SuspendContext::PostedCall::TakeBack()
+bool U_SuspendContext::PostedCall::Cancel()
 {
     if (!Decide(kCaller))
-        return IsTakenBack();
-    // The closure may lie in the executor's queue for long.
+        return IsCancelled();
+    // The executor may keep the posted closure for a long time.
     mContext.reset();
     mFunction.clear();
     return true;
 }
 
-bool U_SuspendContext::PostedCall::HasGivenBack(int timeout) const
+bool U_SuspendContext::PostedCall::HasReleasedContext(int timeout) const
 {
-    // It is mostly a few steps from there: a sleep would take longer.
-    for (int look = 0; look < kLooks && !mLeft.PassThrough(0); ++look)
+    // The executor's thread mostly needs a few more instructions: a sleep would take longer.
+    for (int attempt = 0; attempt < kAttempts && !mLeft.PassThrough(0); ++attempt)
         std::this_thread::yield();
-    // With the gate open the context has left, however long the thread is held up there.
+    // If the result gate is open, the context has left, even if mLeft is not open yet.
     return (mLeft.PassThrough(timeout) || HasEnded(0)) && mHolder != kLost;
 }
 
 int U_SuspendContext::PostedCall::RunFunction()
 {
-    // Ends before the gate opens: the caller's share in what the function owns is the
-    // last, and if that is the suspension, it doesn't own itself through this call.
+    // Destroyed before the gate opens: so the caller owns the last reference to all that the
+    // function owns, and a suspension in it does not own itself through this call.
     boost::function<int()> function;
     function.swap(mFunction);
     if (!mContext)
@@ -72,7 +72,7 @@ U_SuspendContext::ScLoan::~ScLoan()
     tInnermost = mOuter;
 }
 
-void U_SuspendContext::ScLoan::NoteLoss(const U_Context& context)
+void U_SuspendContext::ScLoan::MarkLost(const U_Context& context)
 {
     for (const ScLoan* loan = tInnermost; loan; loan = loan->mOuter)
     {
@@ -81,8 +81,8 @@ void U_SuspendContext::ScLoan::NoteLoss(const U_Context& context)
     }
 }
 
-// One more activation of an active context: it stays active whatever others take back
-// meanwhile.
+// One more activation of an active context: the context stays active when other threads
+// deactivate it meanwhile.
 class U_SuspendContext::U_ResumeContext::ScKeptActive : private boost::noncopyable
 {
 public:
@@ -109,11 +109,11 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
 {
     if (!context)
         throw BadArgument("resumed context is null");
-    // A trace may take longer than a caller that has given up waits. Its setters mustn't
-    // tell the states while this thread becomes theirs.
+    // A trace below may run longer than a caller that has given up waits. The setters of the
+    // caller must not call the states while the context moves to this thread.
     const ScKeptActive kept(*context);
-    if (const boost::weak_ptr<U_Context>* const slot = ThreadSlot())
-        mPrevious = slot->lock();
+    if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
+        mPrevious = thread->lock();
     context->mThreadID.store(win32::GetCurrentThreadId(), std::memory_order_relaxed);
     try
     {
@@ -122,7 +122,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     }
     catch (...)
     {
-        LetGo();
+        Detach();
         throw;
     }
 }
@@ -130,12 +130,12 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
 U_SuspendContext::U_ResumeContext::~U_ResumeContext()
 {
     GuardedNoexcept([&] { mContext->Deactivate(); });
-    LetGo();
+    Detach();
 }
 
-void U_SuspendContext::U_ResumeContext::LetGo()
+void U_SuspendContext::U_ResumeContext::Detach()
 {
-    // Once calls are given up, a function that runs on may keep the context on its thread.
+    // Once all calls are given up, another function may still have the context on its thread.
     U_u32 own = win32::GetCurrentThreadId();
     if (S_terminated.Get())
         mContext->mThreadID.compare_exchange_strong(own, U_NoThreadID, std::memory_order_relaxed);

@@ -1,4 +1,4 @@
-// How a suspended context passes between two threads.
+// The parts of a suspension by which a context passes between two threads.
 
 #ifndef INDEP_CONTEXTS_RESUME_H
 #define INDEP_CONTEXTS_RESUME_H
@@ -8,10 +8,10 @@
 #include <platform/base/thread_local.h>
 
 #include "U_Suspend.h"
-#include "indep/contexts/ThreadSlot.h"
+#include "indep/contexts/CurrentContext.h"
 
-// A function on its way to an executor's thread, and who may have the context for
-// it: whoever comes first, that thread or the caller that has given up.
+// A function that is posted to an executor's thread. The first of that thread and of a caller
+// that gives up decides which of the two has the context.
 class U_SuspendContext::PostedCall : private boost::noncopyable
 {
 public:
@@ -22,22 +22,22 @@ public:
     {
     }
 
-    // For the executor's thread. Touches nothing if the caller came first.
+    // Runs the function, on the executor's thread. Does nothing after Cancel.
     void Run();
 
-    // For the caller, and for an executor that drops the call. True if the function hasn't
-    // begun; then it never will, and nobody holds the context for it.
-    bool TakeBack();
+    // Called by the caller, and when an executor drops the call. Returns true if the function has
+    // not begun. Then the function never runs, and the call holds no context.
+    bool Cancel();
 
-    bool IsTakenBack() const { return mHolder == kCaller; }
+    bool IsCancelled() const { return mHolder == kCaller; }
 
-    // Waits up to timeout milliseconds for the function to end. It doesn't if it began
-    // too late to run.
+    // Waits up to `timeout` milliseconds. Returns true if the function has ended; false also for a
+    // function that was begun after all calls were given up, which never ends.
     bool HasEnded(int timeout) const { return mGate->PassThrough(timeout); }
 
-    // Waits as long for the executor's thread to be done with the context. False also
-    // if the function has lost the context.
-    bool HasGivenBack(int timeout) const;
+    // Waits up to `timeout` milliseconds. Returns true if the executor's thread has released the
+    // context; false also if the function has lost the context.
+    bool HasReleasedContext(int timeout) const;
 
 private:
     bool Decide(Holder holder)
@@ -49,25 +49,25 @@ private:
     int RunFunction();
 
     std::atomic<Holder> mHolder{kNobody};
-    krobase::threads::Gate mLeft{false}; // open once the executor's thread holds no context
-    boost::function<int()> mFunction;    // until it runs or is known never to
+    krobase::threads::Gate mLeft{false}; // opened when the executor's thread holds no context
+    boost::function<int()> mFunction;    // empty once it runs or will never run
     const boost::shared_ptr<krobase::threads::OpenOnceGate> mGate;
-    boost::shared_ptr<U_Context> mContext; // until it is left or taken back
+    boost::shared_ptr<U_Context> mContext; // null once released or cancelled
     boost::shared_ptr<int> mResult;
 };
 
-// A function that the calling thread runs for a call within a suspended context. The scopes
-// of a thread nest.
+// The scope of a function that the calling thread runs within a suspended context. The scopes of
+// a thread nest.
 class U_SuspendContext::ScLoan : private boost::noncopyable
 {
 public:
-    // The holder of the call, as the object or the posted call keeps it.
+    // `holder` belongs to the suspend object or to the posted call.
     ScLoan(const U_Context& context, std::atomic<Holder>& holder);
     ~ScLoan();
 
-    // For a suspension that ends on the calling thread and can't put its context back: all
-    // calls whose functions run on the thread within the context have lost the context.
-    static void NoteLoss(const U_Context& context);
+    // Called by a suspension that ends on the calling thread and cannot attach its context. Marks
+    // the context as lost for all calls whose functions run on the thread within the context.
+    static void MarkLost(const U_Context& context);
 
 private:
     const U_Context& mContext;
@@ -77,23 +77,23 @@ private:
     static PLATFORM_THREAD_LOCAL ScLoan* tInnermost;
 };
 
-// A suspended context is current on the calling thread until the scope ends. What
-// was current there before is kept alive, and isn't current after.
+// Makes a suspended context current on the calling thread for a scope. The context that was
+// current before is kept alive, and is not current after the scope.
 class U_SuspendContext::U_ResumeContext : private boost::noncopyable
 {
 public:
-    // Throws 3, after a report, for null, and what U_Context::Activate throws; then
-    // the context is suspended as before and the thread has none.
+    // Throws: 3, after a report, for null; as U_Context::Activate. The context is suspended as
+    // before then, and the thread has no current context.
     explicit U_ResumeContext(const boost::shared_ptr<U_Context>& context);
     virtual ~U_ResumeContext();
 
 private:
     class ScKeptActive;
 
-    void LetGo();
+    void Detach();
 
     const boost::shared_ptr<U_Context> mContext;
-    boost::shared_ptr<U_Context> mPrevious; // null if there was none
+    boost::shared_ptr<U_Context> mPrevious; // null if the thread had none
 };
 
 #endif

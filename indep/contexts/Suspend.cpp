@@ -5,8 +5,8 @@
 #include <win32/threads.h>
 
 #include "U_Threads.h"
+#include "indep/contexts/CurrentContext.h"
 #include "indep/contexts/Resume.h"
-#include "indep/contexts/ThreadSlot.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/Trace.h"
@@ -18,15 +18,15 @@ using krobase::threads::OpenOnceGate;
 
 namespace
 {
-const int kPoll = 50;          // milliseconds between two looks at whether to give up
-const int kLongestWait = 1000; // milliseconds for a function that was given up to end
+const int kPoll = 50;          // milliseconds between two checks of S_terminated
+const int kLongestWait = 1000; // milliseconds that a destructor waits for a given-up function
 
 U_i64 ShownID(const boost::shared_ptr<U_Context>& context)
 {
     return context ? context->GetContextID() : -1;
 }
 
-// Opens a gate whatever comes: the caller waits for it.
+// Opens a gate at the end of the scope, also after an exception: the caller waits for the gate.
 struct ScOpening
 {
     ~ScOpening() { mGate.Open(); }
@@ -53,7 +53,7 @@ U_SuspendContext::U_SuspendContext()
     if (!mContext->IsActive())
         throw BadArgument("suspended context not active");
     mSavedThreadID = mContext->GetThreadID();
-    TakeOff();
+    Detach();
 }
 
 U_SuspendContext::~U_SuspendContext()
@@ -63,9 +63,9 @@ U_SuspendContext::~U_SuspendContext()
     {
         AwaitLatest();
         if (mContext && IsContextFree())
-            GuardedNoexcept([&] { PutBack(); });
+            GuardedNoexcept([&] { Attach(); });
         else if (mContext)
-            ScLoan::NoteLoss(*mContext);
+            ScLoan::MarkLost(*mContext);
     }
     sTrace.Trace("~U_SuspendContext for ", ShownID(mContext));
 }
@@ -103,7 +103,7 @@ int U_SuspendContext::CallHere(const boost::function<int()>& function)
     if (!mContext)
         return function();
     RequireContext();
-    PutBack();
+    Attach();
     mHolder = kCaller;
     const ScLoan loan(*mContext, mHolder);
     return function();
@@ -111,12 +111,13 @@ int U_SuspendContext::CallHere(const boost::function<int()>& function)
 
 int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<int()>& function)
 {
-    // Too late to run. It is queued all the same, but doesn't stand for where the context
-    // is: a function that was given up may have that.
+    // After all calls were given up the function is posted, but never runs. mPosted and mHolder
+    // stay those of the earlier call, whose function may have the context.
     const bool isTooLate = S_terminated.Get();
     if (mContext && !isTooLate)
         RequireContext();
-    // A later call writes nothing that this thread reads on its way past the open gate.
+    // A later call has a gate and a result of its own: the first gate is open, and this thread
+    // reads the first result without waiting.
     const boost::shared_ptr<PostedCall> earlier = mPosted;
     const boost::shared_ptr<PostedCall> call = boost::make_shared<PostedCall>(
         function, earlier ? boost::make_shared<OpenOnceGate>() : inGate, mContext,
@@ -124,20 +125,20 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
     if (!isTooLate)
     {
         if (mHolder == kCaller)
-            TakeOff(); // again
+            Detach(); // CallHere has attached the context
         mHolder = kExecutorThread;
-        mPosted = call; // before it is queued: it may begin, whatever else Post does
+        mPosted = call; // before Post: the function may begin, and Post may throw
     }
     try
     {
-        // An executor that drops the closure gives the call up.
+        // The last copy of the closure to be destroyed cancels the call.
         const boost::shared_ptr<PostedCall> posted(call.get(),
-                                                   [call](PostedCall*) { call->TakeBack(); });
+                                                   [call](PostedCall*) { call->Cancel(); });
         executor.Post([posted] { posted->Run(); }, 0);
     }
     catch (...)
     {
-        if (call->TakeBack() && mPosted == call)
+        if (call->Cancel() && mPosted == call)
         {
             mPosted = earlier;
             mHolder = kNobody;
@@ -153,7 +154,7 @@ int U_SuspendContext::WaitForResult(PostedCall& call) const
     {
         if (S_terminated.Get())
         {
-            call.TakeBack();
+            call.Cancel();
             return U_Err_SuspendTerminated;
         }
         if (inGate->PassThrough(kPoll))
@@ -161,22 +162,22 @@ int U_SuspendContext::WaitForResult(PostedCall& call) const
     }
 }
 
-// Until the latest function has ended, which may be one that its call didn't wait for;
-// until its executor has dropped it, or all calls are given up.
+// Waits until the function of the latest call has ended or its executor has dropped it, or all
+// calls are given up. A later call does not wait for its own function.
 void U_SuspendContext::AwaitLatest() const
 {
-    while (mPosted && !mPosted.unique() && !mPosted->IsTakenBack() && !S_terminated.Get() &&
+    while (mPosted && !mPosted.unique() && !mPosted->IsCancelled() && !S_terminated.Get() &&
            !mPosted->HasEnded(kPoll))
     {
     }
 }
 
-// Returns true if no function of a call runs within the context, now or later. A thread that
-// has activated the context on its own doesn't count: the suspension takes the context back.
+// Returns true if no function of a call runs within the context, now or later. A third thread
+// that has activated the context does not count: the suspension takes the context over.
 bool U_SuspendContext::IsContextFree() const
 {
     if (mHolder == kExecutorThread)
-        return mPosted->TakeBack() || mPosted->HasGivenBack(kLongestWait);
+        return mPosted->Cancel() || mPosted->HasReleasedContext(kLongestWait);
     return mHolder != kLost;
 }
 
@@ -186,13 +187,13 @@ void U_SuspendContext::RequireContext() const
         throw BadArgument("suspended context active in another thread");
 }
 
-void U_SuspendContext::TakeOff()
+void U_SuspendContext::Detach()
 {
     mContext->mThreadID.store(U_NoThreadID, std::memory_order_relaxed);
     DetachContextTLS("U_SuspendContext", mContext->GetContextID());
 }
 
-void U_SuspendContext::PutBack()
+void U_SuspendContext::Attach()
 {
     mContext->mThreadID.store(mSavedThreadID, std::memory_order_relaxed);
     AttachContextTLS(mContext);

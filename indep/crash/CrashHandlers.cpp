@@ -20,9 +20,8 @@
 #include "U_String.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
-#include "indep/frame/Location.h"
-#include "indep/frame/LogSafely.h"
-#include "indep/frame/ScTrue.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/ReentrancyGuard.h"
 #include "indep/frame/Units.h"
 #include "text/OwnTexts.h"
 
@@ -38,7 +37,7 @@ bool sNewIsInstalled = false;
 char sOutOfMemoryText[U_ReportTextSize]; // a format, in the words in force at the installation
 
 // A failed operator new is not reported while the thread reports another one.
-PLATFORM_THREAD_LOCAL bool tReportsMemory = false;
+typedef ReentrancyGuard<struct MemoryReport> MemoryReportGuard;
 
 int OnUnhandledException(win32::EXCEPTION_POINTERS*) noexcept
 {
@@ -120,7 +119,7 @@ void KeepOutOfMemoryText()
 
 void ReportMemory(std::size_t size)
 {
-    const ScTrue reports(tReportsMemory);
+    const MemoryReportGuard reports;
     // Not the thread's logging buffer: an unfinished report may use that.
     char text[U_ReportTextSize];
     Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
@@ -131,7 +130,7 @@ int OnOutOfMemory(std::size_t size)
 {
     try
     {
-        if (!tReportsMemory && U_IsOnMainThread())
+        if (!MemoryReportGuard::IsInside() && U_IsOnMainThread())
             ReportMemory(size);
     }
     catch (...)

@@ -11,7 +11,7 @@
 
 #include "LiveCall.h"
 #include "indep/crash/Fatal.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {

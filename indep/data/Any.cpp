@@ -10,7 +10,7 @@
 
 #include "U_AnyTree.h"
 #include "U_Encoding.h"
-#include "indep/data/JSONText.h"
+#include "indep/data/JSON.h"
 
 using krobase::utility::NumberToString;
 
@@ -30,7 +30,7 @@ struct KnownType
 const KnownType kKnownTypes[] = {
     {typeid(void*), U_Any::kType_Null},
     {typeid(bool), U_Any::kType_Bool},
-    {typeid(int), U_Any::kType_Bool}, // U_Any(int) gives its kind itself
+    {typeid(int), U_Any::kType_Bool}, // U_Any(int) sets kType_Int without a look-up
     {typeid(unsigned int), U_Any::kType_Int},
     {typeid(short), U_Any::kType_Int},
     {typeid(unsigned short), U_Any::kType_Int},
@@ -45,7 +45,7 @@ const KnownType kKnownTypes[] = {
     {typeid(U_AnyTree), U_Any::kType_Tree},
 };
 
-// Toward zero, and held to the range. What is no number gives 0.
+// Truncates toward zero and clamps to the range. NaN becomes 0.
 U_i64 Truncated(double value)
 {
     typedef std::numeric_limits<U_i64> Limits;
@@ -57,7 +57,7 @@ U_i64 Truncated(double value)
     return value < -kBeyond ? Limits::min() : static_cast<U_i64>(value);
 }
 
-// Throws boost::bad_any_cast for what is no signed integer.
+// Throws boost::bad_any_cast if the value holds no signed integer.
 U_i64 HeldInteger(const boost::any& value)
 {
     if (const U_i64* held = boost::any_cast<U_i64>(&value))
@@ -75,11 +75,11 @@ U_i64 HeldBool(const boost::any& value)
     return held ? *held : boost::any_cast<const int&>(value);
 }
 
-// A whole number gets a decimal too, so that it always reads as a double.
+// A whole number gets ".0", so that its text reads as a double.
 U_UTF16String DoubleAsText(double value)
 {
     U_UTF16String text = NumberToString(value, 1, kDecimals, kWriteFlags, kLongestDouble);
-    if (std::floor(value) == value) // never of what is no number
+    if (std::floor(value) == value) // false for NaN
         AppendASCII(".0", &text);
     return text;
 }
@@ -111,7 +111,7 @@ U_Any::TypeEnum U_Any::GetType() const
     if (mType != kType_Null)
         return mType;
     const TypeEnum inferred = InferredType();
-    if (inferred != kType_Null) // threads may ask for the kind of a void* at once
+    if (inferred != kType_Null) // no write for a void*: threads may read its kind at the same time
         mType = inferred;
     return inferred;
 }

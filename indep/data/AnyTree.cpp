@@ -7,8 +7,7 @@
 #include <platform/base/immortal.h>
 
 #include "U_Encoding.h"
-#include "indep/data/JSONReader.h"
-#include "indep/data/JSONText.h"
+#include "indep/data/JSON.h"
 
 namespace
 {
@@ -18,15 +17,14 @@ const U_UTF16String& ElementKey()
     return *sElementKey;
 }
 
-// The node at a path of keys between dots, made if it isn't there. The empty path
-// is the tree itself, and a dot that ends a path is ignored, as boost's get_child
-// does. Walked here, since boost's own put recurses once a key and asserts at such a
-// dot.
+// Returns the node at a path, which is keys with dots between them; makes missing nodes. The empty
+// path is the tree itself, and a dot at the end is ignored, as in boost's get_child. boost's put
+// is not used: it recurses for each key and asserts at a dot at the end.
 U_AnyTree& NodeAt(const U_UTF16String& path, U_AnyTree& tree)
 {
     if (std::count(path.begin(), path.end(), '.') >= std::ptrdiff_t(U_MostJSONDepth))
         boost::throw_exception(boost::property_tree::ptree_error("A path has more than 1000 keys"));
-    static_assert(U_MostJSONDepth == 1000, "the text above tells it");
+    static_assert(U_MostJSONDepth == 1000, "the text above has this number");
     U_AnyTree* node = &tree;
     for (std::size_t from = 0; from < path.size();)
     {
@@ -57,7 +55,7 @@ bool U_AnyTreeWrapper::exists(const U_UTF16String& key) const
 
 bool U_AnyTreeWrapper::is_array() const
 {
-    // The empty key is the least, so all have it if the greatest is it.
+    // The empty key is the least key: if the greatest key is empty, all keys are.
     return mTree->empty() || std::prev(mTree->not_found())->first.empty();
 }
 
@@ -109,8 +107,8 @@ const U_AnyTreeWrapper U_AnyTreeWrapper::get_child_tree(const U_UTF16String& key
     return U_AnyTreeWrapper(FindChild(key));
 }
 
-// Appends a node without a value, which costs it no allocation. A range of what
-// nodes are made from makes its node in place, where push_back would copy one.
+// Appends a node without a value: the value needs no allocation. insert constructs the node in
+// place from a range of its parts, where push_back would copy a node.
 U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
 {
     static platform::Immortal<U_Any> sNothing{boost::any()};
@@ -119,16 +117,16 @@ U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
     return mTree->back().second;
 }
 
-// Appends what is a tree from then on, and takes it out of the argument.
+// Appends a node with the contents of `tree`, which is empty afterwards.
 void U_AnyTreeWrapper::AppendTree(const U_UTF16String& key, U_AnyTree& tree)
 {
     Append(key).swap(tree);
     mTree->back().second.data().mType = U_Any::kType_Tree;
 }
 
-// Erases the other children with the last one's key. A child that is to be replaced
-// goes only when the new one is there: it stays if there is no memory, and the new
-// one's key and value may come from it.
+// Erases all other children with the key of the last child. A child is erased after its
+// replacement was appended: without memory the child stays, and the key and value of the
+// replacement may belong to the child.
 void U_AnyTreeWrapper::EraseNamesakesOfLast()
 {
     const auto last = std::prev(mTree->end());
@@ -206,8 +204,8 @@ void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF16String& json)
 {
     if (json.empty())
         return;
-    // The text may be a key or a value of a child that is replaced, so it is read
-    // from a copy; a tree that has no children yet is spared that.
+    // The text may belong to a child that is replaced, so the reader reads a copy. A tree without
+    // children needs no copy.
     const U_UTF16String copy = mTree->empty() ? U_UTF16String() : json;
     Up_JSONReader(copy.empty() ? json : copy).ReadLevel(*this, false);
 }

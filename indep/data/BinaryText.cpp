@@ -29,7 +29,7 @@ constexpr std::array<U_u8, 512> MakePairs()
     return pairs;
 }
 
-// What each character stands for, 0 for one that is no digit.
+// The value of each character, 0 for a character that is no digit.
 constexpr std::array<U_u8, 256> MakeValues()
 {
     std::array<U_u8, 256> values = {};
@@ -41,7 +41,7 @@ constexpr std::array<U_u8, 256> MakeValues()
 constexpr std::array<U_u8, 512> kPairs = MakePairs();
 constexpr std::array<U_u8, 256> kValues = MakeValues();
 
-// The caller hears of a failure by its code, so the user doesn't in a scope.
+// Keeps failures within the scope from the user: the caller receives their code.
 class ScQuietErrors
 {
 public:
@@ -60,7 +60,7 @@ public:
 
 private:
     const bool mIsQuiet;
-    std::optional<platform::ScQuietNew> mQuietNew; // without memory for a level
+    std::optional<platform::ScQuietNew> mQuietNew; // if there is no memory for a quiet level
 };
 
 struct NewArray
@@ -108,7 +108,7 @@ void U_UTF8StringToBinaryData(const U_UTF8String& text, U_ScAutoArray<unsigned c
     if (U_Status failure = U_PurgeLoop(array.mCount, &AllocateArray, &array, false))
         throw failure;
     Decode(text.data(), array.mBytes.get(), array.mCount);
-    // No larger block is let through the loop than an int counts.
+    // U_PurgeLoop refuses blocks of more bytes than an int can count.
     U_ScAutoArray<unsigned char> decoded(array.mBytes.release(), static_cast<int>(array.mCount));
     data->Swap(decoded);
 }

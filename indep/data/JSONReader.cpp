@@ -1,10 +1,8 @@
-#include "indep/data/JSONReader.h"
+#include "indep/data/JSON.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
-
-#include "indep/data/JSONText.h"
 
 namespace
 {
@@ -13,7 +11,7 @@ bool IsBlank(U_u16 unit)
     return unit == '\t' || unit == '\n' || unit == '\r' || unit == ' ';
 }
 
-// Behind the closing quote of a text that begins with one.
+// Returns the unit after the closing quote of a text that begins with a quote.
 const U_u16* EndOfQuoted(const U_u16* at, const U_u16* end)
 {
     for (++at; at != end; ++at)
@@ -21,7 +19,7 @@ const U_u16* EndOfQuoted(const U_u16* at, const U_u16* end)
         if (*at == '"')
             return at + 1;
         if (*at == '\\' && at + 1 != end)
-            ++at; // escapes what follows
+            ++at; // the escaped unit
     }
     return end;
 }
@@ -34,20 +32,20 @@ Up_JSONReader::Up_JSONReader(const U_UTF16String& json)
 
 void Up_JSONReader::ReadLevel(U_AnyTreeWrapper tree, bool asArray)
 {
-    ++mNext; // taken for the bracket, whatever it is
+    ++mNext; // any first character counts as the bracket
     while (ReadMember(tree, asArray))
     {
     }
 }
 
-// Returns whether the level goes on.
+// Returns true if the level may have another member.
 bool Up_JSONReader::ReadMember(U_AnyTreeWrapper tree, bool asArray)
 {
     SkipBlanks();
     if (mNext == mEnd)
         return false;
     U_UTF16String key;
-    if (!IsAtBracket()) // which begins no key
+    if (!IsAtBracket()) // a bracket begins no key
     {
         const Range text = TakeKey();
         const bool isNamed = text.mFirst != text.mLast;
@@ -73,7 +71,7 @@ void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key)
     if (mDepth == U_MostJSONDepth)
         boost::throw_exception(
             boost::property_tree::ptree_error("JSON text is nested more than 1000 levels deep"));
-    static_assert(U_MostJSONDepth == 1000, "the text above tells it");
+    static_assert(U_MostJSONDepth == 1000, "the text above has this number");
     ++mDepth;
     U_AnyTree nested;
     ReadLevel(U_AnyTreeWrapper(nested), IsAt('['));
@@ -83,7 +81,7 @@ void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key)
         tree.EraseNamesakesOfLast();
 }
 
-// Reads a value without brackets. Returns whether the level goes on behind it.
+// Reads a value without brackets. Returns true if the level may have another member.
 bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, bool asArray)
 {
     const Range text = {mNext, mTokenEnd.FindFrom(EndOfHead(), mEnd)};
@@ -104,7 +102,7 @@ bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, b
     return !isLast;
 }
 
-// Of a text that isn't empty.
+// REQUIRES: the text is not empty.
 U_Any Up_JSONReader::ValueOf(const Range& text)
 {
     const U_u16 first = *text.mFirst;
@@ -120,8 +118,8 @@ U_Any Up_JSONReader::ValueOf(const Range& text)
     return isDouble ? U_Any(DoubleInText(word)) : U_Any(IntegerInText(word));
 }
 
-// Takes what stands before a colon, and the colon, without the blanks around. It
-// is empty if there is no colon in the next token.
+// Takes the text before a colon, without blanks around it, and the colon. Returns an empty range
+// if the next token has no colon.
 Up_JSONReader::Range Up_JSONReader::TakeKey()
 {
     const Place colon = mKeyEnd.FindFrom(EndOfHead(), mEnd);
@@ -132,8 +130,8 @@ Up_JSONReader::Range Up_JSONReader::TakeKey()
     return Trimmed(key);
 }
 
-// Behind the quoted text that stands next, if one does. Levels that end look at
-// the same place one after the other, so it is looked for once.
+// Returns the unit after the next quoted text, or the next unit if no quoted text is next. Nested
+// levels that end ask for the same text one after the other, so the end is searched once.
 Up_JSONReader::Place Up_JSONReader::EndOfHead()
 {
     if (!IsAt('"'))
@@ -148,7 +146,7 @@ void Up_JSONReader::SkipBlanks()
     mNext = std::find_if_not(mNext, mEnd, &IsBlank);
 }
 
-// The end of an object.
+// Takes the end of an object.
 void Up_JSONReader::SkipBrace()
 {
     if (!IsAt('}'))

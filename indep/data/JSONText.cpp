@@ -1,7 +1,10 @@
-#include "indep/data/JSONText.h"
+// JSON literals, and trees written as text.
+
+#include "indep/data/JSON.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include <boost/any.hpp>
 
@@ -16,14 +19,14 @@ namespace
 const unsigned int kReadFlags = krobase::utility::kReadNoLocaleMarks;
 const U_u16 kQuote = '"';
 
-// Whether a unit is the same inside a literal as outside.
+// Returns true if a unit is the same inside a literal as outside.
 inline bool IsPlain(U_u16 unit)
 {
     const bool isSurrogate = platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit);
     return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
 }
 
-// The unit that an escape of one character stands for, 0 if it is none.
+// Returns the unit of an escape of one character, 0 if the character is no escape.
 U_u16 Unescaped(U_u16 escape)
 {
     static const char kEscapes[] = "\"\\/bfnrt";
@@ -33,8 +36,8 @@ U_u16 Unescaped(U_u16 escape)
     return found ? static_cast<U_u16>(kUnits[found - kEscapes]) : U_u16(0);
 }
 
-// Reads a literal of plain units and short escapes, which most are: that saves
-// them the way through UTF-8. False for any other text.
+// Reads a literal of plain units and short escapes, as most are, without a conversion to UTF-8.
+// Returns false for any other text.
 bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text)
 {
     if (last - first < 2 || *first != kQuote || last[-1] != kQuote)
@@ -61,7 +64,60 @@ template <std::size_t size> bool Reads(const U_UTF16String& text, const char (&w
 {
     return std::equal(text.begin(), text.end(), word, word + size - 1);
 }
+
+void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
+{
+    for (const auto& [key, child] : tree)
+    {
+        text->append(level, '\t');
+        *text += key;
+        AppendASCII(": ", text);
+        *text += child.data().GetAs_Str();
+        text->push_back('\n');
+        AppendLines(child, level + 1, text);
+    }
+}
 } // namespace
+
+// Writes a tree as JSON into one text.
+class Up_JSONWriter
+{
+public:
+    U_UTF16String& WriteTree(const U_AnyTree& tree, char open, char close)
+    {
+        mJSON.push_back(static_cast<U_u16>(open));
+        bool isFirst = true;
+        for (const auto& [key, child] : tree)
+        {
+            if (!isFirst)
+                mJSON.push_back(',');
+            isFirst = false;
+            if (!key.empty())
+            {
+                AppendJSONString(key, &mJSON);
+                mJSON.push_back(':');
+            }
+            WriteNode(child);
+        }
+        mJSON.push_back(static_cast<U_u16>(close));
+        return mJSON;
+    }
+
+private:
+    void WriteNode(const U_AnyTree& node)
+    {
+        if (node.data().GetType() != U_Any::kType_Tree)
+            node.data().AppendJSON(&mJSON);
+        else if (node.empty())
+            AppendASCII("null", &mJSON);
+        else if (U_AnyTreeWrapper(node).is_array())
+            WriteTree(node, '[', ']');
+        else
+            WriteTree(node, '{', '}');
+    }
+
+    U_UTF16String mJSON;
+};
 
 U_i64 IntegerInText(const U_UTF16String& text)
 {
@@ -100,4 +156,16 @@ void AppendJSONString(const U_UTF16String& text, U_UTF16String* json)
     json->push_back(kQuote);
     *json += text;
     json->push_back(kQuote);
+}
+
+U_UTF16String U_AnyTreeWrapper::GetAs_JSON() const
+{
+    return std::move(Up_JSONWriter().WriteTree(*mTree, '{', '}'));
+}
+
+U_UTF16String U_AnyTreeWrapper::GetAs_Str() const
+{
+    U_UTF16String text;
+    AppendLines(*mTree, 0, &text);
+    return text;
 }

@@ -3,7 +3,6 @@
 #include "U_Assert.h"
 #include "U_Report.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/Location.h"
 
 namespace
 {
@@ -84,7 +83,7 @@ U_RCPtrBase::~U_RCPtrBase()
     ClearBase();
 }
 
-// ResetBase leaves an object alone that stays.
+// ResetBase does nothing if the object stays the same.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 void U_RCPtrBase::operator=(const U_RCPtrBase& other)
 {
@@ -162,7 +161,8 @@ void U_RCPtrBase::ResetBase(U_RCObject* object)
 {
     if (object == mPointer)
         return;
-    // The old object goes last: it may own the new one, or reach this pointer.
+    // The old object is released last: it may own the new one, and its destructor may use this
+    // pointer.
     U_RCObject* const old = mPointer;
     mPointer = object;
     CountIt();

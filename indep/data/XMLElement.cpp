@@ -11,7 +11,7 @@
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_ZString.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 #include "text/Characters.h"
 
 namespace
@@ -30,7 +30,7 @@ int DecimalIn(const U_UTF8String& text)
     return number;
 }
 
-// Of 32 bits, the highest of which is the sign.
+// Returns 32 bits, of which the highest is the sign.
 int HexadecimalIn(const U_UTF8String& text)
 {
     const long long kMost = std::numeric_limits<unsigned int>::max();
@@ -58,7 +58,7 @@ U_XML_Element& U_XML_Element::operator=(const U_XML_Element& other)
 {
     if (this == &other)
         return *this;
-    // Copied first, so that an assignment that finds no memory changes nothing.
+    // Copied first, so that an assignment without memory changes nothing.
     U_XML_Element copy(other);
     mAttributes.swap(copy.mAttributes);
     mName.swap(copy.mName);
@@ -172,7 +172,7 @@ bool U_XML_Element::GetAttributeValueLong(const char* name, int* value, bool hex
 {
     U_UTF8String text;
     const bool isThere = GetAttributeValue(name, &text, reportMissing);
-    *value = hex ? HexadecimalIn(text) : DecimalIn(text); // of no text 0
+    *value = hex ? HexadecimalIn(text) : DecimalIn(text); // 0 for the empty text
     return isThere;
 }
 

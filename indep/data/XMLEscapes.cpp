@@ -1,4 +1,6 @@
-#include "indep/data/XMLEscapes.h"
+// Escaping of text for XML, and back.
+
+#include "U_XML.h"
 
 #include <algorithm>
 #include <array>
@@ -10,16 +12,85 @@
 #include <krobase/format.h>
 #include <platform/base/immortal.h>
 
-#include "ByteFinder.h"
 #include "U_Encoding.h"
 #include "U_Report.h"
-#include "U_XML.h"
 #include "U_ZString.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/BirthSteps.h"
+#include "indep/frame/Guard.h"
 
 namespace
 {
 const std::size_t kNowhere = std::string_view::npos;
+
+typedef std::array<U_u8, 5> Marks;
+
+const std::ptrdiff_t kBlock = 128;
+
+// Returns non-zero for a control character or a mark. Has no branch, so that the compiler
+// makes vector code of its callers.
+inline U_u8 Matches(U_u8 byte, const Marks& marks)
+{
+    int found = byte < 0x20;
+    found |= byte == marks[0];
+    found |= byte == marks[1];
+    found |= byte == marks[2];
+    found |= byte == marks[3];
+    found |= byte == marks[4];
+    return static_cast<U_u8>(found);
+}
+
+// Returns the first block that holds such a byte, or the rest that is shorter than a block.
+[[gnu::always_inline]] inline const U_u8* SkipBlocks(const U_u8* at, const U_u8* end, Marks marks)
+{
+    for (; end - at >= kBlock; at += kBlock)
+    {
+        U_u8 found = 0;
+        for (std::ptrdiff_t i = 0; i < kBlock; ++i)
+            found = static_cast<U_u8>(found | Matches(at[i], marks));
+        if (found)
+            break;
+    }
+    return at;
+}
+
+const U_u8* SkipBlocksAnywhere(const U_u8* at, const U_u8* end, const Marks& marks)
+{
+    return SkipBlocks(at, end, marks);
+}
+
+#if defined(__x86_64__)
+[[gnu::target("avx2")]] const U_u8* SkipBlocksWithAVX2(const U_u8* at, const U_u8* end,
+                                                       const Marks& marks)
+{
+    return SkipBlocks(at, end, marks);
+}
+
+const auto sSkipBlocks = __builtin_cpu_supports("avx2") ? &SkipBlocksWithAVX2 : &SkipBlocksAnywhere;
+#else
+const auto sSkipBlocks = &SkipBlocksAnywhere;
+#endif
+
+// Finds control characters and up to five marks in long runs of other bytes.
+class ByteFinder
+{
+public:
+    // REQUIRES: one to five marks.
+    explicit ByteFinder(std::string_view marks)
+    {
+        for (std::size_t i = 0; i < mMarks.size(); ++i)
+            mMarks[i] = static_cast<U_u8>(marks[std::min(i, marks.size() - 1)]);
+    }
+
+    // Returns the first control character or mark, `last` if there is none.
+    const U_u8* Find(const U_u8* first, const U_u8* last) const
+    {
+        return std::find_if(sSkipBlocks(first, last, mMarks), last,
+                            [this](U_u8 byte) { return Matches(byte, mMarks) != 0; });
+    }
+
+private:
+    Marks mMarks; // padded with the last mark
+};
 
 typedef std::pair<char, std::string_view> Escape; // character, entity
 
@@ -33,10 +104,10 @@ public:
             mEntities[static_cast<U_u8>(escape.first)] = escape.second;
     }
 
-    // Empty for a character that stays as it is, or is illegal.
+    // Returns the empty text for a character without an entity or an illegal one.
     std::string_view EntityOf(U_u8 character) const { return mEntities[character]; }
 
-    // Null for what is none of the entities.
+    // Returns null if the text is none of the entities.
     const Escape* Find(std::string_view entity) const
     {
         const auto found =
@@ -45,11 +116,11 @@ public:
         return found == mEscapes.end() ? nullptr : &*found;
     }
 
-    // The first character that doesn't go over as it is.
+    // Returns the first character that is not copied unchanged.
     const U_u8* FindSpecial(const U_u8* at, const U_u8* end) const { return mFinder.Find(at, end); }
 
 private:
-    // Those that aren't control characters.
+    // Returns the escaped characters that are no control characters.
     static std::string MarksOf(const std::vector<Escape>& escapes)
     {
         std::string marks;
@@ -80,8 +151,8 @@ std::vector<Escape> AttributeEscapes()
     return escapes;
 }
 
-// Birth fills the tables, a use before birth does too. They are never
-// destroyed: static destructors may escape too.
+// Filled by birth, or by a use before birth. Never destroyed: static destructors may escape text
+// too.
 const EscapeTable& BodyTable()
 {
     static platform::Immortal<EscapeTable> sBodyTable(&BodyEscapes);
@@ -96,7 +167,7 @@ const EscapeTable& AttributeTable()
 
 void ReportIllegal(U_u8 character, const U_UTF8String& text)
 {
-    const std::size_t kHead = 1024; // bytes, more than the units shown can take
+    const std::size_t kHead = 1024; // bytes, more than the shown units can have
     const unsigned int kShown = 128;
     U_UTF16String head = U_UTF8To16String(text.substr(0, kHead));
     U_TruncateStringToNumChars(&head, kShown);
@@ -109,7 +180,7 @@ void ReportIllegal(U_u8 character, const U_UTF8String& text)
 U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool reportIllegal,
                      bool throwOnIllegal)
 {
-    // A piece is copied while the search has it at hand.
+    // A piece is copied while it is still in the cache from the search.
     const std::ptrdiff_t kPiece = 4096;
     U_UTF8String result;
     result.reserve(text.size());
@@ -140,7 +211,7 @@ U_UTF8String Unescaped(const U_UTF8String& text, const EscapeTable& table)
     U_UTF8String result;
     result.reserve(text.size());
     std::size_t done = 0;
-    std::size_t from = 0; // where the next "&" is looked for
+    std::size_t from = 0; // the start of the search for the next "&"
     for (;;)
     {
         const std::size_t open = source.find('&', from);

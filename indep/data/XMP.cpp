@@ -2,7 +2,7 @@
 
 namespace
 {
-// The toolkit's entry points for a reference that may be null.
+// Calls of the toolkit for a reference that may be null.
 
 __XMPMeta__* AddReference(__XMPMeta__* metadata)
 {
@@ -41,7 +41,7 @@ U_XMPMetaRef::~U_XMPMetaRef()
     ResetXMPRef(nullptr);
 }
 
-// The new reference comes first: both may be to one object.
+// The new reference is added first: both may be to the same object.
 void U_XMPMetaRef::ResetXMPRef(__XMPMeta__* metadata)
 {
     __XMPMeta__* const old = mRef;
@@ -76,7 +76,7 @@ void U_XMPMetaRef::Serialize(std::string* packet) const
         packet->clear();
         return;
     }
-    const U_XMPMetaRef held(*this); // whatever happens to this one meanwhile
+    const U_XMPMetaRef held(*this); // keeps the object if this reference is destroyed meanwhile
     zelboxmp::Result result = {};
     zelboxmp::Ordinal61(held.mRef, packet, 0, 0, "", "", 0, &Store, &result);
     if (result.errorText)

@@ -11,7 +11,7 @@
 
 #include "U_Interact.h"
 #include "U_Types.h"
-#include "indep/frame/Location.h"
+#include "indep/frame/Guard.h"
 
 const U_u32 kGlobalsMagic = 0x11868;
 const std::size_t kMostLoggingCallbacks = 10;

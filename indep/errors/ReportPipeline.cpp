@@ -16,7 +16,6 @@
 #include "indep/errors/Globals.h"
 #include "indep/errors/Messages.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/LogSafely.h"
 
 namespace
 {

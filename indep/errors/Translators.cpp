@@ -19,7 +19,6 @@
 #include "U_Report.h"
 #include "U_Threads.h"
 #include "indep/frame/Guard.h"
-#include "indep/frame/LogSafely.h"
 #include "indep/frame/ReentrancyGuard.h"
 
 namespace

@@ -1,4 +1,5 @@
-// Guards: the try block of an entry point.
+// Failures inside the library: guards of entry points, of log lines, and the location code
+// of reports.
 //
 // Inside the library a failure is a thrown int, the status code. The code that found the
 // failure has reported it.
@@ -9,6 +10,9 @@
 #include <exception>
 
 #include "U_Threads.h"
+
+// The library's part of a location code. The low half names a line within the library.
+const U_u32 kModule = 0x170000;
 
 // Reports an exception that no translator recognises. Returns 14.
 U_Status Up_ReportUnknownException(const char* what, const char* type);
@@ -53,6 +57,20 @@ template <class Body> U_Status GuardedNoexcept(Body body) noexcept
         // An exception of a logging callback does not replace the failure.
     }
     return U_Err_UnknownException;
+}
+
+// Calls `write`, which writes to the log. If `write` throws, the rest of its lines is lost and
+// the caller continues.
+template <class Write> void LogSafely(Write write) noexcept
+{
+    try
+    {
+        write();
+    }
+    catch (...)
+    {
+        // The log itself has failed: there is no other place to report to.
+    }
 }
 
 #endif

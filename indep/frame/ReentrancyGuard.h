@@ -7,8 +7,8 @@
 
 #include <platform/base/thread_local.h>
 
-// Marks the section as entered on the calling thread for as long as the guard lives. The
-// section is named by a type of its own.
+// Marks the section as entered on the calling thread while the guard lives. `Section` is a type
+// that names the section.
 template <class Section> class ReentrancyGuard
 {
 public:
@@ -17,10 +17,10 @@ public:
     ReentrancyGuard(const ReentrancyGuard&) = delete;
     ReentrancyGuard& operator=(const ReentrancyGuard&) = delete;
 
-    // Returns whether the thread was outside of the section when it made this guard.
+    // Returns true if the thread was outside of the section when it made this guard.
     bool IsFirst() const { return !mIsNested; }
 
-    // Returns whether the calling thread is inside the section.
+    // Returns true if the calling thread is inside the section.
     static bool IsInside() { return tIsInside; }
 
 private:

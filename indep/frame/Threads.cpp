@@ -15,15 +15,16 @@
 
 namespace
 {
-// Threads that hold a role, in the order of registration; one that registered
-// twice stands there twice.
+// The threads with a role, in the order of registration. A thread that registered twice has two
+// entries.
 class ThreadList
 {
 public:
-    // Returns how many entries there are now.
+    // Returns the number of entries, with the new one.
     std::size_t Add(U_u32 threadId)
     {
-        std::list<U_u32> entry{threadId}; // before the lock: without memory others may ask
+        std::list<U_u32> entry{
+            threadId}; // before the lock: a failed new may report, which queries the roles
         boost::lock_guard<boost::shared_mutex> lock(mLock);
         mThreads.splice(mThreads.end(), entry);
         return mThreads.size();
@@ -44,26 +45,26 @@ public:
     }
 
 private:
-    // Guards mThreads; held for one search or edit, always exclusively.
+    // Guards mThreads. Held for one search or edit, always exclusively.
     mutable boost::shared_mutex mLock;
     std::list<U_u32> mThreads;
 };
 
-// Never destroyed: threads may still ask while the process exits.
+// Never destroyed: threads may query their roles while the process exits.
 ThreadList& sMainThreads = *new ThreadList;
 ThreadList& sRenderThreads = *new ThreadList;
 std::atomic<U_u32> sUIThread(U_NoThreadID);
 std::atomic<U_u32> sPSLThread(U_NoThreadID);
 std::atomic<U_u32> sPRThread(U_NoThreadID);
 
-// The last step of a change of roles.
+// Traces a change of roles.
 class RoleTrace : private TraceSite
 {
 public:
     constexpr RoleTrace() : TraceSite("U_THREADS", 6) {}
 
-    // The words before and after the thread's id.
-    void Tell(const char* before, const char* after)
+    // `before` and `after` are the texts around the thread's id.
+    void Write(const char* before, const char* after)
     {
         Trace(before, win32::GetCurrentThreadId(), after);
     }
@@ -77,14 +78,14 @@ void U_RegisterMainThread()
         sUIThread = threadId;
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterMainThread registered ", " as a main thread");
+    sTrace.Write("U_RegisterMainThread registered ", " as a main thread");
 }
 
 void U_DeregisterMainThread()
 {
     sMainThreads.Remove(win32::GetCurrentThreadId());
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterMainThread removed ", " as a main thread");
+    sTrace.Write("U_RegisterMainThread removed ", " as a main thread");
 }
 
 void U_RegisterRenderThread()
@@ -92,14 +93,14 @@ void U_RegisterRenderThread()
     sRenderThreads.Add(win32::GetCurrentThreadId());
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterRenderThread registered ", " as a render thread");
+    sTrace.Write("U_RegisterRenderThread registered ", " as a render thread");
 }
 
 void U_DeregisterRenderThread()
 {
     sRenderThreads.Remove(win32::GetCurrentThreadId());
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterRenderThread removed ", " as a render thread");
+    sTrace.Write("U_RegisterRenderThread removed ", " as a render thread");
 }
 
 void U_RegisterPSLThread()
@@ -107,14 +108,14 @@ void U_RegisterPSLThread()
     sPSLThread = win32::GetCurrentThreadId();
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPSLThread registered ", " as the psl thread");
+    sTrace.Write("U_RegisterPSLThread registered ", " as the psl thread");
 }
 
 void U_DeregisterPSLThread()
 {
     sPSLThread = U_NoThreadID;
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPSLThread removed ", " as the psl thread");
+    sTrace.Write("U_RegisterPSLThread removed ", " as the psl thread");
 }
 
 void U_RegisterPRThread()
@@ -122,14 +123,14 @@ void U_RegisterPRThread()
     sPRThread = win32::GetCurrentThreadId();
     win32::KeepStackForFilter();
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPRThread registered ", " as the pr thread");
+    sTrace.Write("U_RegisterPRThread registered ", " as the pr thread");
 }
 
 void U_DeregisterPRThread()
 {
     sPRThread = U_NoThreadID;
     static RoleTrace sTrace;
-    sTrace.Tell("U_RegisterPRThread removed ", " as the pr thread");
+    sTrace.Write("U_RegisterPRThread removed ", " as the pr thread");
 }
 
 bool U_IsOnMainThread()

@@ -1,4 +1,4 @@
-// Traces for debugging, all of one form.
+// Traces for debugging. All traces have the same form.
 
 #ifndef INDEP_FRAME_TRACE_H
 #define INDEP_FRAME_TRACE_H
@@ -10,8 +10,8 @@
 #include <krobase/debug.h>
 #include <krobase/threads.h>
 
-// A place that traces, to be kept in a static: it asks for the settings again
-// only when they have changed. Any thread.
+// One place in the code that writes traces; a static object. Reads the trace settings only after
+// they have changed. Any thread.
 class TraceSite
 {
 public:
@@ -29,8 +29,8 @@ public:
         return answer.mEnabled != 0;
     }
 
-    // Writes a line that consists of the parts. Builds no text when off; a line that
-    // fails is left out.
+    // Writes one line of the parts. Formats no text while the trace is off. A line that fails is
+    // dropped.
     template <class... Parts> void Trace(const Parts&... parts)
     {
         if (!Enabled())
@@ -47,12 +47,12 @@ public:
         }
         catch (...)
         {
-            // A trace is worth no failure of the operation that it tells of.
+            // A failed trace must not fail the operation.
         }
     }
 
 private:
-    // One word, so that an answer never stands beside another's count.
+    // One atomic word, so that an answer is never read with the count of another one.
     struct Answer
     {
         int mChangeCount;

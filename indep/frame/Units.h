@@ -1,11 +1,11 @@
-// UTF-16 texts that are written in the source.
+// UTF-16 literals of the source code.
 
 #ifndef INDEP_FRAME_UNITS_H
 #define INDEP_FRAME_UNITS_H
 
 #include <cstddef>
 
-// A literal u"..." in the library's own unit type, with its terminator.
+// A literal u"..." as code units of the library's own type, with the terminator.
 template <std::size_t size> struct Units
 {
     constexpr Units(const char16_t (&literal)[size]) // NOLINT: reads as the literal

@@ -20,7 +20,7 @@
 #include "U_Budget.h"
 #include "U_Encoding.h"
 #include "U_MemServices.h"
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 #include "indep/instrumentation/ScLogger.h"
 
 namespace

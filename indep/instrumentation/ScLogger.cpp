@@ -10,7 +10,7 @@
 #include <win32/process.h>
 #include <wril/wril.h>
 
-#include "indep/frame/LogSafely.h"
+#include "indep/frame/Guard.h"
 
 namespace HighPrecisionTime = krobase::utility::HighPrecisionTime;
 

@@ -4,8 +4,8 @@
 #include <win32/clocks.h>
 
 #include "indep/errors/Report.h"
+#include "indep/frame/BirthSteps.h"
 #include "indep/frame/Units.h"
-#include "indep/machine/Machine.h"
 
 namespace
 {
@@ -13,7 +13,7 @@ constexpr Units kUseTicks = u"UseAltPreviewTimingMode";
 
 enum TimingMode
 {
-    kUndecided, // reads the ticks
+    kUndecided, // before birth; reads the ticks
     kCounter,
     kTicks
 };
@@ -69,7 +69,7 @@ U_Status U_Delay(U_u64 milliseconds)
     while (last - start < seconds)
     {
         const double now = SecondsNow();
-        if (now < last) // the clock begins anew, and what has passed has passed
+        if (now < last) // the counter has restarted: the time that has passed counts
             start -= last - now;
         last = now;
     }

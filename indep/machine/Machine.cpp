@@ -1,31 +1,79 @@
-// The thread count, keys, numbers of pointers, and names.
+// The processor, the thread count, keys and names.
 
 #include "U_Machine.h"
 
+#include <algorithm>
 #include <atomic>
+#include <bitset>
+#include <vector>
 
-#include <boost/numeric/conversion/cast.hpp>
-
+#include "indep/errors/Report.h"
+#include "indep/frame/BirthSteps.h"
 #include <krobase/machine.h>
 #include <tolv/keyboard.h>
 #include <win32/machine.h>
 #include <win32/process.h>
-
-#include "indep/errors/Report.h"
+#include <wril/wril.h>
 
 namespace
 {
+typedef win32::SYSTEM_LOGICAL_PROCESSOR_INFORMATION ProcessorInformation;
+
+const int kBirthLevel = 10;
+
 const U_i32 kAskTheMachine = -1;
 const U_u32 kMachineNameRoom = 32; // units, with the terminator
 const U_u32 kUserNameRoom = 256 + 1;
 
+U_CPU_Data sData; // written by birth only
 std::atomic<U_i32> sNumThreads(kAskTheMachine);
 
-template <class Overflow> class BadCast : public Overflow
+U_u32 Bit(int word, int bit)
 {
-public:
-    const char* what() const noexcept override { return "bad cast"; }
-};
+    return static_cast<U_u32>(word) >> bit & 1;
+}
+
+void ReadFlags()
+{
+    int registers[4] = {};
+    win32::__cpuidex(registers, 1, 0);
+    const int c = registers[2];
+    const int d = registers[3];
+    sData.MMX = 1;
+    sData.SSE = Bit(d, 25);
+    sData.SSE2 = Bit(d, 26);
+    sData.SSE3 = Bit(c, 0);
+    sData.SSSE = Bit(c, 9);
+    sData.SSE4_1 = Bit(c, 19);
+    sData.SSE4_2 = Bit(c, 20);
+}
+
+// Returns no entries if the system reports none.
+std::vector<ProcessorInformation> AskSystem()
+{
+    U_u32 length = 0;
+    win32::GetLogicalProcessorInformation(nullptr, &length);
+    std::vector<ProcessorInformation> entries(length / sizeof(ProcessorInformation));
+    if (entries.empty() || !win32::GetLogicalProcessorInformation(entries.data(), &length))
+        return std::vector<ProcessorInformation>();
+    // The second call may return fewer entries.
+    entries.resize(std::min(entries.size(), length / sizeof(ProcessorInformation)));
+    return entries;
+}
+
+void CountCores()
+{
+    const std::vector<ProcessorInformation> entries = AskSystem();
+    if (entries.empty())
+        sData.PhysicalCores = sData.LogicalCores = 1;
+    for (const ProcessorInformation& entry : entries)
+    {
+        if (entry.Relationship != win32::kRelationProcessorCore)
+            continue;
+        ++sData.PhysicalCores;
+        sData.LogicalCores += static_cast<U_u32>(std::bitset<64>(entry.ProcessorMask).count());
+    }
+}
 
 template <U_u32 room> U_UTF16String NameFrom(int (*ask)(unsigned short*, unsigned int*))
 {
@@ -34,6 +82,21 @@ template <U_u32 room> U_UTF16String NameFrom(int (*ask)(unsigned short*, unsigne
     return ask(name, &size) ? U_UTF16String(name) : U_UTF16String();
 }
 } // namespace
+
+const U_CPU_Data* U_G_CPU_DataP = nullptr;
+
+void Up_DetectCPU()
+{
+    U_G_CPU_DataP = &sData;
+    sData = U_CPU_Data();
+    ReadFlags();
+    CountCores();
+    WRIL_sprintf(kBirthLevel, "U", "CPU Data",
+                 "LogicalCores:%d, PhysicalCores:%d, MMX:%d, SSE:%d SSE2:%d, SSE3:%d, "
+                 "SSSE(MNI):%d, SSE4_1:%d, SSE4_2:%d",
+                 sData.LogicalCores, sData.PhysicalCores, sData.MMX, sData.SSE, sData.SSE2,
+                 sData.SSE3, sData.SSSE, sData.SSE4_1, sData.SSE4_2);
+}
 
 U_Status U_GetNumThreads(U_i32* out)
 {
@@ -63,31 +126,6 @@ bool U_QTAvailable()
 bool U_ModKeyDown(U_u32 mask)
 {
     return (GetCurrentKeyModifiers() & mask) == mask;
-}
-
-void* U_Int32ToPointer(U_u32 number)
-{
-    return reinterpret_cast<void*>(static_cast<uintptr_t>(number));
-}
-
-void* U_IntPtrToPointer(intptr_t number)
-{
-    return reinterpret_cast<void*>(number);
-}
-
-intptr_t U_PointerToIntPtr(void* pointer)
-{
-    return reinterpret_cast<intptr_t>(pointer);
-}
-
-U_u32 U_PointerToInt32(void* pointer)
-{
-    const intptr_t number = U_PointerToIntPtr(pointer);
-    if (number < 0)
-        throw BadCast<boost::numeric::negative_overflow>();
-    if (number > 0xFFFFFFFF)
-        throw BadCast<boost::numeric::positive_overflow>();
-    return static_cast<U_u32>(number);
 }
 
 U_UTF16String U_GetMachineName()

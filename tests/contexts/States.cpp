@@ -19,12 +19,12 @@ LoggedState& LoggedState::Of(U_Context& context, const char* key)
     return dynamic_cast<LoggedState&>(*Neighbour::Find(context, key));
 }
 
-void LoggedState::Tell(const char* what)
+void LoggedState::Log(const char* hook)
 {
-    // An activation counts from after its hooks to before them.
+    // An activation counts after OnActivate and until before OnDeactivate.
     const char* const early = mContext->IsActive() ? " while active" : "";
-    WRIL_Log(0, "test", "state", (std::string(what) + mKey.Text() + early).c_str());
-    ++mTouched;
+    WRIL_Log(0, "test", "state", (std::string(hook) + mKey.Text() + early).c_str());
+    ++mTouches;
     if (mThrows)
         throw 9;
 }
@@ -55,7 +55,7 @@ void Contexts::Unregister()
     mKeys.clear();
 }
 
-// A report of a failed check ends in its message, in braces.
+// A report of a failed check ends with the message in braces.
 Lines Contexts::FailedChecks()
 {
     Lines messages = TakeLines(mTaken[1], "U_Sev_PROBLEM");

@@ -1,5 +1,4 @@
-// Contexts under test: states that log what they are told, and what a context keeps
-// for its neighbours.
+// Contexts under test: states that log their hooks, and access to the protected functions.
 
 #ifndef TESTS_CONTEXTS_STATES_H
 #define TESTS_CONTEXTS_STATES_H
@@ -42,37 +41,38 @@ public:
     ~LoggedState() override { --sLiving; }
 
     krobase::utility::ImmutableString GetKey() const override { return mKey; }
-    void OnActivate() override { Tell("on "); }
-    void OnDeactivate() override { Tell("off "); }
+    void OnActivate() override { Log("on "); }
+    void OnDeactivate() override { Log("off "); }
     U_Context& Owner() const { return *mContext; }
 
     static LoggedState& Of(U_Context& context, const char* key);
 
-    int mTouched = 0;     // by whoever has the context
-    bool mThrows = false; // the int 9, when it is told
+    int mTouches = 0;     // counted by the thread that has the context, without a lock
+    bool mThrows = false; // the hooks throw the int 9
     static std::atomic<int> sLiving;
 
 private:
-    void Tell(const char* what);
+    void Log(const char* hook);
 
     const krobase::utility::ImmutableString mKey;
 };
 
-// Unregisters its keys at the end.
+// Unregisters its keys after each test.
 class Contexts : public BornLibrary
 {
 protected:
     void TearDown() override;
 
-    void Register(const char* key); // of a logged state
+    void Register(const char* key); // registers a LoggedState
     void Register(const char* key, const U_StateFactory& factory);
     void Unregister();
 
-    // Since the last call: "on KEY" and "off KEY", and the messages of failed checks.
-    Lines Told() { return TakeLines(mTaken[0], "state"); }
+    // Return the lines since the last call: "on KEY" or "off KEY" for each hook, and the message
+    // of each failed check.
+    Lines HookCalls() { return TakeLines(mTaken[0], "state"); }
     Lines FailedChecks();
 
-    // The traces of a category since then.
+    // Starts to collect the traces of a category. Traces returns those since its last call.
     void StartTraces(const char* category, int level);
     Lines Traces() { return TakeLines(mTaken[2], "trace"); }
 

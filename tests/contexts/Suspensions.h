@@ -1,4 +1,4 @@
-// Calls on executors, under test.
+// Calls on the threads of executors, under test.
 
 #ifndef TESTS_CONTEXTS_SUSPENSIONS_H
 #define TESTS_CONTEXTS_SUSPENSIONS_H
@@ -22,7 +22,7 @@ inline ExecutorPtr MakeExecutor()
         "test", 1, krobase::threads::kThreadPriorityNormal, {}, {});
 }
 
-// Waits until the executor has run all that was posted before.
+// Waits until the executor has run all functions that were posted before.
 inline void Drain(const ExecutorPtr& executor)
 {
     const auto done = std::make_shared<krobase::threads::Gate>(false);
@@ -45,10 +45,10 @@ protected:
         Contexts::TearDown();
     }
 
-    // Takes a termination back, which only tests can.
+    // Clears the flag of a termination. The library never clears the flag.
     static void Revive() { Reviver::Revive(); }
 
-    // Expects the context to be back with this thread, whole.
+    // Expects that the context is current on this thread and can be activated.
     static void ExpectBack(const ContextPtr& context)
     {
         EXPECT_EQ(U_Context::GetCurrent(), context);
@@ -65,7 +65,7 @@ private:
     };
 };
 
-// A function that runs until it is told to end.
+// A function that runs until LetEnd is called.
 class LongFunction
 {
 public:

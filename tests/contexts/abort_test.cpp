@@ -116,12 +116,13 @@ TEST_F(AbortCheck, ClassesOfMessagesAreTakenInTheirOrder)
         EXPECT_EQ(U_NOUIThrottler().ThrottleAndCheckAbort(), aborts);
         EXPECT_EQ(Dispatched(), dispatched);
         EXPECT_EQ(platform::FlushEventsCount() - flushes, aborts ? 1u : 0u);
-        EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines()) << "it isn't remembered";
+        EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines())
+            << "the next call starts anew";
         EXPECT_EQ(TakeRest(), left);
     }
 }
 
-TEST_F(AbortCheck, WhatDispatchingPostsWaitsUnlessItsPassIsOn)
+TEST_F(AbortCheck, MessagesPostedWhileDispatchingWaitForTheirPass)
 {
     Post("tuk");
     bool first = true;
@@ -136,7 +137,7 @@ TEST_F(AbortCheck, WhatDispatchingPostsWaitsUnlessItsPassIsOn)
     EXPECT_EQ(TakeRest(), "u");
 }
 
-// Each call tells of the keys that it has taken itself.
+// Of two nested calls, the one that takes the Escape key returns true.
 TEST_F(AbortCheck, AWindowProcedureMayCheckToo)
 {
     for (const bool innerTakesIt : {true, false})

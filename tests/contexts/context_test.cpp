@@ -22,7 +22,7 @@ const char kGone[] = "current context is gone";
 const char kAnother[] = "another context is already active";
 const char kElsewhere[] = "context already active in another thread";
 
-// Leaves the calling thread with a context that has ended, on another one.
+// Makes a context current on the calling thread and destroys it on another thread.
 void LoseContext()
 {
     ContextPtr context = U_Context::MakeNewContext();
@@ -31,7 +31,7 @@ void LoseContext()
 }
 } // namespace
 
-TEST_F(Contexts, EachOperationMeetsEachConditionOfTheSlot)
+TEST_F(Contexts, EachOperationFailsAsTheCurrentContextRequires)
 {
     enum Condition
     {
@@ -91,7 +91,7 @@ TEST_F(Contexts, EachOperationMeetsEachConditionOfTheSlot)
     }
 }
 
-TEST_F(Contexts, NestedSettersTellTheStatesOnceOnEachSide)
+TEST_F(Contexts, NestedSettersCallEachHookOnce)
 {
     Register("a");
     Register("b");
@@ -99,7 +99,7 @@ TEST_F(Contexts, NestedSettersTellTheStatesOnceOnEachSide)
     EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
     {
         const U_ContextSetter outer(context);
-        EXPECT_THAT(Told(), testing::UnorderedElementsAre("on a", "on b"));
+        EXPECT_THAT(HookCalls(), testing::UnorderedElementsAre("on a", "on b"));
         {
             const U_ContextSetter inner;
             const U_ContextSetter innermost(nullptr);
@@ -108,38 +108,38 @@ TEST_F(Contexts, NestedSettersTellTheStatesOnceOnEachSide)
             EXPECT_EQ(U_Context::GetCurrent(), context);
         }
         EXPECT_TRUE(context->IsActive());
-        EXPECT_THAT(Told(), IsEmpty());
+        EXPECT_THAT(HookCalls(), IsEmpty());
     }
-    EXPECT_THAT(Told(), testing::UnorderedElementsAre("off a", "off b"));
+    EXPECT_THAT(HookCalls(), testing::UnorderedElementsAre("off a", "off b"));
     EXPECT_FALSE(U_Context::HasCurrent());
-    EXPECT_EQ(context->GetThreadID(), ThisThread()) << "it names the last thread";
+    EXPECT_EQ(context->GetThreadID(), ThisThread()) << "the id of the last thread stays";
     OnFreshThread([&] {
         const U_WeakContextSetter weak(context);
         EXPECT_EQ(context->GetThreadID(), ThisThread());
     });
-    EXPECT_EQ(Told().size(), 4u);
+    EXPECT_EQ(HookCalls().size(), 4u);
 }
 
-TEST_F(Contexts, AContextThatEndsWhileActiveTellsItsStatesAndFreesItsThread)
+TEST_F(Contexts, AnActiveContextThatIsDestroyedCallsItsHooksAndFreesItsThread)
 {
     Register("a");
     {
         ContextPtr context = U_Context::MakeNewContext();
         const U_WeakContextSetter weak(context);
         context.reset();
-        EXPECT_THAT(Told(), ElementsAre("on a", "off a while active"));
+        EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a while active"));
         EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0);
     }
-    Told();
+    HookCalls();
     OnFreshThread([&] { LoseContext(); });
-    EXPECT_THAT(Told(), ElementsAre("on a", "off a while active"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a while active"));
 
     ContextPtr elsewhere = U_Context::MakeNewContext();
     OnFreshThread([&] { Neighbour::Raise(*elsewhere); });
     const ContextPtr current = U_Context::MakeNewContext();
     const U_ContextSetter setter(current);
     elsewhere.reset();
-    EXPECT_EQ(U_Context::GetCurrent(), current) << "it wasn't this thread's";
+    EXPECT_EQ(U_Context::GetCurrent(), current) << "the destroyed context was another thread's";
 }
 
 TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
@@ -155,25 +155,26 @@ TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
         EXPECT_EQ(CodeThrown([] { U_ContextSetter setter; }), 3);
         EXPECT_THAT(FailedChecks(), ElementsAre(kElsewhere));
 
-        // It isn't this thread's any more, which only takes back.
+        // The context belongs to the other thread now: deactivations here only lower the count.
         Neighbour::Lower(*context);
         EXPECT_TRUE(context->IsActive());
         Neighbour::Lower(*context);
         EXPECT_FALSE(context->IsActive());
         EXPECT_TRUE(U_Context::HasCurrent());
     });
-    EXPECT_THAT(Told(), ElementsAre("on a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a"));
     OnFreshThread([&] {
         Neighbour::Raise(*context);
         OnFreshThread([&] { Neighbour::Lower(*context); });
-        EXPECT_THAT(Told(), ElementsAre("on a", "off a")) << "the last one, wherever it is";
+        EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"))
+            << "the last deactivation, on any thread";
         Neighbour::Raise(*context);
     });
     OnFreshThread([&] {
         LoseContext();
-        Told();
+        HookCalls();
         Neighbour::Lower(*context);
-        EXPECT_THAT(Told(), IsEmpty()) << "beside one that is gone it is only counted";
+        EXPECT_THAT(HookCalls(), IsEmpty()) << "next to a destroyed context it is only counted";
     });
 }
 
@@ -190,29 +191,29 @@ TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)
             LoggedState& state = LoggedState::Of(*context, thrower.c_str());
             state.mThrows = true;
             EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 9);
-            const Lines told = Told();
-            EXPECT_EQ(told.back(), "on " + thrower);
+            const Lines calls = HookCalls();
+            EXPECT_EQ(calls.back(), "on " + thrower);
             EXPECT_FALSE(context->IsActive());
-            EXPECT_EQ(U_Context::GetCurrent(), context) << "it stays the thread's";
+            EXPECT_EQ(U_Context::GetCurrent(), context) << "the context stays the thread's";
 
             state.mThrows = false;
             {
                 const U_ContextSetter again;
-                EXPECT_EQ(Told().size(), keys.size()) << "all are told anew";
+                EXPECT_EQ(HookCalls().size(), keys.size()) << "all hooks are called again";
                 state.mThrows = true;
             }
-            EXPECT_EQ(Told().size(), told.size()) << "a setter's end throws nothing";
+            EXPECT_EQ(HookCalls().size(), calls.size()) << "a setter's end throws nothing";
             EXPECT_FALSE(context->IsActive());
             state.mThrows = false;
             Neighbour::Raise(*context);
             state.mThrows = true;
-            Told();
+            HookCalls();
         });
-        EXPECT_EQ(Told().size(), keys.size()) << "its end tells all, whoever throws";
+        EXPECT_EQ(HookCalls().size(), keys.size()) << "the destructor calls all hooks";
     }
 }
 
-TEST_F(Contexts, WhateverAStateThrowsOutOfAnEndGoesNoFurther)
+TEST_F(Contexts, ExceptionsOfOnDeactivateLeaveNoDestructor)
 {
     struct Odd : LoggedState
     {
@@ -223,13 +224,13 @@ TEST_F(Contexts, WhateverAStateThrowsOutOfAnEndGoesNoFurther)
     const std::function<void(const ContextPtr&)> ends[] = {
         [](const ContextPtr& context) { U_ContextSetter setter(context); },
         [](const ContextPtr& context) { U_WeakContextSetter setter(context); },
-        [](const ContextPtr& context) { Neighbour::Raise(*context); }, // until it goes
+        [](const ContextPtr& context) { Neighbour::Raise(*context); }, // until its destruction
     };
     for (const auto& end : ends)
     {
-        const std::size_t told = mLog.Texts("UNHANDLED_EXCEPTION").size();
+        const std::size_t before = mLog.Texts("UNHANDLED_EXCEPTION").size();
         OnFreshThread([&] { end(U_Context::MakeNewContext()); });
-        EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size(), told + 1);
+        EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size(), before + 1);
     }
 }
 
@@ -247,11 +248,11 @@ TEST_F(Contexts, AFactoryThatThrowsLeavesNothingBehind)
     {
         Register("a");
         Register("failing", failure);
-        Register("z"); // so that states are made before it, wherever its key stands
+        Register("z"); // so that states are made before the failing one in any order of keys
         Register("y");
         EXPECT_ANY_THROW(U_Context::MakeNewContext());
         EXPECT_EQ(LoggedState::sLiving, 0);
-        OnFreshThread([this] { Unregister(); }); // would wait forever for a lock left behind
+        OnFreshThread([this] { Unregister(); }); // would wait forever for a lock that is still held
         EXPECT_NO_THROW(U_Context::MakeNewContext());
     }
 }
@@ -280,7 +281,8 @@ TEST_F(Contexts, RegistrationsCountForContextsMadeAfterThem)
     const ContextPtr before = U_Context::MakeNewContext();
     Register("a");
     Register("null", [](U_Context*) { return boost::shared_ptr<U_State>(); });
-    Register("a", [](U_Context*) -> boost::shared_ptr<U_State> { throw 5; }); // the first stays
+    Register("a",
+             [](U_Context*) -> boost::shared_ptr<U_State> { throw 5; }); // the first factory stays
     const ContextPtr context = U_Context::MakeNewContext();
     Unregister();
     U_Context::UnregisterState(ImmutableString("a"));
@@ -292,10 +294,10 @@ TEST_F(Contexts, RegistrationsCountForContextsMadeAfterThem)
     EXPECT_EQ(&LoggedState::Of(*context, "a").Owner(), context.get());
     EXPECT_EQ(Neighbour::Find(*context, "null"), nullptr);
     EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 0);
-    EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"));
 }
 
-TEST_F(Contexts, ACopySharesTheStatesAndIsNobodys)
+TEST_F(Contexts, ACopySharesTheStatesAndIsNotCurrent)
 {
     Register("a");
     const ContextPtr context = U_Context::MakeNewContext();
@@ -306,31 +308,26 @@ TEST_F(Contexts, ACopySharesTheStatesAndIsNobodys)
         EXPECT_EQ(copy.GetThreadID(), ThisThread());
         EXPECT_TRUE(copy.IsActive());
     }
-    EXPECT_THAT(Told(), ElementsAre("on a", "off a while active")); // as its owner still is
-    EXPECT_FALSE(U_Context::HasCurrent()) << "the same id is taken for the same context";
+    EXPECT_THAT(HookCalls(),
+                ElementsAre("on a", "off a while active")); // the original is active too
+    EXPECT_FALSE(U_Context::HasCurrent()) << "contexts are compared by id";
 
     const ContextPtr assigned = U_Context::MakeNewContext();
     *assigned = *context;
     EXPECT_EQ(&LoggedState::Of(*assigned, "a"), &LoggedState::Of(*context, "a"));
     EXPECT_EQ(assigned->shared_from_this(), assigned);
-    Neighbour::Lower(*assigned); // or its end would tell the shared state
+    Neighbour::Lower(*assigned); // or its destructor would call the shared state
 }
 
-TEST_F(Contexts, ChangesOfTheSlotAreTraced)
+TEST_F(Contexts, AMissingContextIsTracedAndALostTraceIsNoFailure)
 {
-    const ContextPtr context = U_Context::MakeNewContext();
-    const std::string start = "<" + std::to_string(ThisThread()) + "> <U_Context> ";
-    {
-        const U_ContextSetter setter(context);
-        StartTraces("U_Context", 6);
-    }
+    StartTraces("U_Context", 1);
     CodeThrown([] { U_Context::GetCurrent(); });
     EXPECT_THAT(Traces(),
-                ElementsAre(start + "<6> sThreadContext unset " +
-                                std::to_string(context->GetContextID()) + " from Deactivate\r\n",
-                            start + "<1> Damnit\r\n"));
+                ElementsAre("<" + std::to_string(ThisThread()) + "> <U_Context> <1> Damnit\r\n"));
+    StartTraces("U_Context", 6);
     platform::SetTraceSink([](const char*) { throw "odd"; });
-    EXPECT_EQ(CodeThrown([&] { U_ContextSetter setter(context); }), 0) << "a lost line is no loss";
+    EXPECT_EQ(CodeThrown([] { U_ContextSetter setter(U_Context::MakeNewContext()); }), 0);
     platform::SetTrace(nullptr, 0);
     CodeThrown([] { U_Context::GetCurrent(); });
     EXPECT_THAT(Traces(), IsEmpty());

@@ -1,4 +1,4 @@
-// What becomes of a function on its way to an executor's thread and back.
+// Calls that executors hold, drop, refuse or run twice.
 
 #include "tests/contexts/Suspensions.h"
 
@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 namespace
 {
-// What is posted runs, or is dropped, when the test says so.
+// An executor that runs or drops its posted functions when the test calls RunAll or Drop.
 class HeldExecutor : public krobase::threads::AsyncThreadedExecutor
 {
 public:
@@ -54,7 +54,7 @@ protected:
 };
 } // namespace
 
-TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
+TEST_F(PostedCalls, ALaterCallIsAwaitedByTheNextCallAndByTheEnd)
 {
     Register("a");
     const ExecutorPtr ender = MakeExecutor();
@@ -83,10 +83,10 @@ TEST_F(PostedCalls, ALaterOneIsWaitedForByTheNextAndByTheEnd)
     EXPECT_EQ(ended, 2);
     ExpectBack(context);
     Drain(ender);
-    EXPECT_THAT(Told(), ElementsAre("on a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a"));
 }
 
-TEST_F(PostedCalls, ALaterOneThatIsDroppedHoldsNobodyUp)
+TEST_F(PostedCalls, ADroppedLaterCallBlocksNoThread)
 {
     const ContextPtr context = U_Context::MakeNewContext();
     const U_ContextSetter setter(context);
@@ -100,12 +100,12 @@ TEST_F(PostedCalls, ALaterOneThatIsDroppedHoldsNobodyUp)
     suspended = U_SuspendContext::NewSuspendContext();
     EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; }), 1);
     EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, [suspended] { return 2; }), 1);
-    suspended.reset(); // the function has the last share
+    suspended.reset(); // the function owns the last reference
     mHeld->Drop();
     ExpectBack(context);
 }
 
-TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
+TEST_F(PostedCalls, TheFunctionIsDestroyedBeforeTheCallerContinues)
 {
     const auto nothing = [] {};
     const auto run = [this] { mHeld->RunAll(); };
@@ -138,7 +138,8 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
         const boost::weak_ptr<U_SuspendContext> suspension = suspended;
         bool hasEndedWithin = false;
         boost::shared_ptr<void> owned(nullptr, [&hasEndedWithin](void*) {
-            hasEndedWithin = U_Context::HasCurrent(); // and so before the caller could know
+            hasEndedWithin = U_Context::HasCurrent(); // destroyed on the executor's thread, before
+                                                      // the caller continues
         });
         const boost::weak_ptr<void> watched = owned;
         boost::function<int()> function = [&runs, suspended, owned] {
@@ -152,7 +153,7 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
             row.whenPosted();
         };
         EXPECT_EQ(suspended->CallOnThreadedExecutor(mHeld, function), row.runs ? 7 : 517);
-        EXPECT_EQ(mHeld->mPosted, ++posted) << "whatever comes of it";
+        EXPECT_EQ(mHeld->mPosted, ++posted) << "each call is posted";
         EXPECT_TRUE(watched.expired());
         EXPECT_EQ(hasEndedWithin, row.runs != 0);
         Revive();
@@ -164,7 +165,7 @@ TEST_F(PostedCalls, WhatTheFunctionOwnsEndsBeforeTheCallerGoesOn)
     }
 }
 
-TEST_F(PostedCalls, AnExecutorThatKeepsWhatHasRunKeepsNoContext)
+TEST_F(PostedCalls, AnExecutorThatKeepsAFinishedCallKeepsNoContext)
 {
     ContextPtr context = U_Context::MakeNewContext();
     const boost::weak_ptr<U_Context> watched = context;
@@ -181,7 +182,7 @@ TEST_F(PostedCalls, AnExecutorThatKeepsWhatHasRunKeepsNoContext)
     EXPECT_TRUE(watched.expired());
 }
 
-// A caller that is told of a failure can call again, and is waited for as at first.
+// A caller can call again after a failure and waits as in its first call.
 TEST_F(PostedCalls, AnExecutorThatThrowsKeepsNoContext)
 {
     const ContextPtr context = U_Context::MakeNewContext();
@@ -218,5 +219,5 @@ TEST_F(PostedCalls, ASuspensionThatEndsElsewherePutsNothingBack)
         EXPECT_FALSE(U_Context::HasCurrent());
         EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
     }
-    EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"));
 }

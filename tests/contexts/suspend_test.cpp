@@ -44,7 +44,7 @@ TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
     const std::string here = "<" + std::to_string(ThisThread()) + "> <U_Context> <6> ";
     const std::string there = "<" + std::to_string(executorThread) + "> <U_Context> <6> ";
     EXPECT_NE(here, there);
-    EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"));
     EXPECT_THAT(Traces(),
                 ElementsAre(here + "sThreadContext unset " + id + " from U_SuspendContext\r\n",
                             there + "sThreadContext unset -1 from AttachContextTLS\r\n",
@@ -56,7 +56,7 @@ TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
                             here + "~U_SuspendContext for " + id + "\r\n"));
 }
 
-TEST_F(Suspend, WhateverTheFunctionThrowsIsAnAnswer)
+TEST_F(Suspend, ExceptionsOfTheFunctionAreTheResult)
 {
     const std::tuple<const char*, boost::function<int()>, int> rows[] = {
         {"returns -1", [] { return -1; }, -1},
@@ -79,13 +79,14 @@ TEST_F(Suspend, WhateverTheFunctionThrowsIsAnAnswer)
     }
     EXPECT_THAT(mLog.Texts("UNHANDLED_EXCEPTION").back(),
                 testing::HasSubstr("What: call to empty boost::function"));
-    EXPECT_THAT(Told(), ElementsAre("on a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a"));
 }
 
 TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
 {
     const ContextPtr context = U_Context::MakeNewContext();
-    U_SuspendContext::TerminateAndFailAllSuspendedContexts(); // which isn't asked here
+    U_SuspendContext::TerminateAndFailAllSuspendedContexts(); // does not stop calls on the own
+                                                              // thread
     mExecutor->Post(
         [&] {
             const U_ContextSetter setter(context);
@@ -104,7 +105,8 @@ TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
 
             Revive();
             EXPECT_EQ(suspended->CallOnThreadedExecutor(MakeExecutor(), [] { return 4; }), 4);
-            EXPECT_FALSE(U_Context::HasCurrent()) << "for another thread it is taken off again";
+            EXPECT_FALSE(U_Context::HasCurrent())
+                << "a call to another thread detaches the context again";
             suspended.reset();
             ExpectBack(context);
         },
@@ -113,7 +115,7 @@ TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
     EXPECT_FALSE(context->IsActive());
 }
 
-TEST_F(Suspend, WhatIsCurrentOnTheExecutorStaysAndLivesThroughTheCall)
+TEST_F(Suspend, TheExecutorsOwnContextLivesThroughTheCall)
 {
     const auto hasCurrent = [] { return U_Context::HasCurrent() ? 1 : 2; };
     EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
@@ -140,13 +142,13 @@ TEST_F(Suspend, WhatIsCurrentOnTheExecutorStaysAndLivesThroughTheCall)
     Drain(mExecutor);
 }
 
-TEST_F(Suspend, WrongUsesAreToldAndChangeNothing)
+TEST_F(Suspend, MisuseIsReportedAndChangesNothing)
 {
     Register("a");
     const ContextPtr context = U_Context::MakeNewContext();
     OnFreshThread([&] {
         LoggedState::Of(*context, "a").mThrows = true;
-        CodeThrown([&] { Neighbour::Raise(*context); }); // current, and not active
+        CodeThrown([&] { Neighbour::Raise(*context); }); // current but not active
         EXPECT_EQ(CodeThrown([] { U_SuspendContext::NewSuspendContext(); }), 3);
         EXPECT_THAT(FailedChecks(), ElementsAre("suspended context not active"));
         EXPECT_EQ(U_Context::GetCurrent(), context);
@@ -172,10 +174,10 @@ TEST_F(Suspend, AContextMayEndWhileItIsSuspended)
         EXPECT_EQ(suspended->CallOnThreadedExecutor(
                       mExecutor, [] { return U_Context::GetCurrent()->IsActive() ? 1 : 2; }),
                   1);
-        Drain(mExecutor); // the posted function held it too
-        Told();
+        Drain(mExecutor); // the posted function owned the context too
+        HookCalls();
         suspended.reset();
-        EXPECT_THAT(Told(), ElementsAre("off a while active"));
+        EXPECT_THAT(HookCalls(), ElementsAre("off a while active"));
         EXPECT_FALSE(U_Context::HasCurrent());
         EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0);
     });
@@ -197,13 +199,17 @@ TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
     const U_ContextSetter setter(context);
     context->mMayActivate = false;
     EXPECT_EQ(SuspendedCall(mExecutor, [] { return 1; }), 3);
-    mExecutor->Post([] { EXPECT_FALSE(U_Context::HasCurrent()) << "nor is it left there"; }, 0);
+    mExecutor->Post(
+        [] {
+            EXPECT_FALSE(U_Context::HasCurrent()) << "the executor's thread has no context either";
+        },
+        0);
     Drain(mExecutor);
     context->mMayActivate = true;
     ExpectBack(context);
 }
 
-// A function may pump messages, and so let another task's call run inside its own.
+// A function may pump messages, so that the call of another task runs inside its own.
 TEST_F(Suspend, AnotherCallInsideTheFunctionTakesNoContextAway)
 {
     const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
@@ -248,12 +254,12 @@ TEST_F(Suspend, AnotherCallInsideTheFunctionTakesNoContextAway)
                 pump();
             caller.join();
         }
-        // The other call waits for its answer until it is given.
+        // The other call waits until its function has ended.
         other.join();
     }
 }
 
-// The end of the suspension takes the context back, even from a thread that goes on.
+// The end of the suspension takes the context back, also from a thread that still runs.
 TEST_F(Suspend, AContextThatAThirdThreadTookOverComesBack)
 {
     Register("a");
@@ -296,7 +302,7 @@ TEST_F(Suspend, AContextThatAThirdThreadTookOverComesBack)
         else
             call();
         Drain(mExecutor);
-        EXPECT_THAT(Told(), ElementsAre("on a", "off a"));
+        EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"));
         EXPECT_FALSE(context->IsActive());
     }
 }

@@ -14,7 +14,7 @@ namespace
 class Termination : public Suspend
 {
 protected:
-    // Gives all calls up once the function has begun.
+    // Gives up all calls once the function has begun.
     static std::thread TerminateOnceBegun(LongFunction& function)
     {
         return std::thread([&function] {
@@ -43,7 +43,7 @@ TEST_F(Termination, AFunctionThatHasNotBegunNeverRuns)
         if (callerLeavesFirst)
         {
             suspended.reset();
-            Revive(); // even so it doesn't run: nobody waits for it any more
+            Revive(); // the function does not run then either: no caller waits for it
         }
         before.LetEnd();
         Drain(mExecutor);
@@ -60,23 +60,23 @@ TEST_F(Termination, AFunctionThatEndsSoonGivesTheContextBack)
     const ContextPtr context = U_Context::MakeNewContext();
     const U_ContextSetter setter(context);
     LongFunction function;
-    function.mAtEnd = [&] { ++LoggedState::Of(*context, "a").mTouched; };
+    function.mAtEnd = [&] { ++LoggedState::Of(*context, "a").mTouches; };
     std::thread terminator = TerminateOnceBegun(function);
     SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
     EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function.Function()), 517);
     terminator.join();
-    EXPECT_NE(context->GetThreadID(), U_NoThreadID) << "it is the executor's still";
-    // Late enough for an end that doesn't wait to come first.
+    EXPECT_NE(context->GetThreadID(), U_NoThreadID) << "the context is still the executor's";
+    // Late enough that a destructor that does not wait would end first.
     const ExecutorPtr ender = MakeExecutor();
     ender->Post([&] { function.LetEnd(); }, 300);
     suspended.reset();
-    EXPECT_EQ(LoggedState::Of(*context, "a").mTouched, 2);
+    EXPECT_EQ(LoggedState::Of(*context, "a").mTouches, 2);
     ExpectBack(context);
     Drain(ender);
-    EXPECT_THAT(Told(), ElementsAre("on a"));
+    EXPECT_THAT(HookCalls(), ElementsAre("on a"));
 }
 
-// In itself, or before it on its way into the context.
+// The function is stuck in its body, or before that in a trace of the attached context.
 TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
 {
     Register("a");
@@ -90,7 +90,8 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
         const auto end = [&] {
             ExpectBack(context);
             executorThread = ThisThread();
-            LoggedState::Of(*context, "a").mThrows = true; // when it is told off there
+            LoggedState::Of(*context, "a").mThrows =
+                true; // in the OnDeactivate of the executor's thread
         };
         boost::function<int()> function = stuck.Function();
         if (isOnItsWay)
@@ -119,14 +120,16 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
             terminator.join();
             EXPECT_FALSE(U_Context::HasCurrent());
             EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0)
-                << "the thread is free for another";
+                << "the thread can have another context";
         }
         EXPECT_TRUE(context->IsActive());
-        const Lines before = Told();
+        const Lines before = HookCalls();
         stuck.LetEnd();
         Drain(mExecutor);
-        EXPECT_EQ(before.size(), 3u) << "those of this context and the next; not told off here";
-        EXPECT_THAT(Told(), ElementsAre("off a")) << "the last one out tells the states";
+        EXPECT_EQ(before.size(), 3u)
+            << "the hooks of both contexts, without OnDeactivate of the first";
+        EXPECT_THAT(HookCalls(), ElementsAre("off a"))
+            << "the last thread to deactivate calls the hook";
         EXPECT_NE(executorThread, caller);
         EXPECT_FALSE(context->IsActive());
         EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
@@ -135,8 +138,8 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
     }
 }
 
-// Nobody on the way back has the context while a function further on keeps it.
-TEST_F(Termination, ALoanThatIsLostFurtherOnIsLostToAllWhoLent)
+// While the innermost function keeps the context, no caller in between has it.
+TEST_F(Termination, AContextLostInANestedCallIsLostToAllCallers)
 {
     for (const bool lenderRunsHere : {false, true})
     {
@@ -151,7 +154,7 @@ TEST_F(Termination, ALoanThatIsLostFurtherOnIsLostToAllWhoLent)
             SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
             EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, lendOn), 517);
             if (!lenderRunsHere)
-                Drain(mExecutor); // the function in between has ended
+                Drain(mExecutor); // the function of the outer call has ended
             suspended.reset();
             EXPECT_FALSE(U_Context::HasCurrent());
             EXPECT_NE(context->GetThreadID(), ThisThread());
@@ -203,8 +206,8 @@ TEST_F(Termination, ACallHereDoesNotTakeTheContextFromAFunctionThatKeepsIt)
     EXPECT_FALSE(context->IsActive());
 }
 
-// Whatever the moment of the termination, one thread at a time has the context:
-// its state is counted up without a lock.
+// One thread at a time has the context, at whichever moment calls are given up: the state is
+// counted up without a lock.
 TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
 {
     Register("a");
@@ -213,7 +216,7 @@ TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
     {
         const ContextPtr context = U_Context::MakeNewContext();
         const U_ContextSetter setter(context);
-        int& touched = LoggedState::Of(*context, "a").mTouched;
+        int& touched = LoggedState::Of(*context, "a").mTouches;
         std::atomic<int> holders(0);
         const auto touch = [&touched, &holders] {
             EXPECT_EQ(++holders, 1);
@@ -228,7 +231,7 @@ TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
         });
         for (int call = 0; call < 4; ++call)
         {
-            // The inner one is given up while the context is lent on.
+            // The inner call may be given up while it has the context of the outer call.
             SuspendedCall(mExecutor, [touch, other] {
                 touch();
                 SuspendedCall(other, touch);

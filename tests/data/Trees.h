@@ -1,4 +1,4 @@
-// Trees made of JSON, and told in one line.
+// Trees made of JSON, and their description in one line.
 
 #ifndef TESTS_DATA_TREES_H
 #define TESTS_DATA_TREES_H
@@ -16,7 +16,7 @@ inline U_AnyTree TreeOf(std::u16string_view json)
     return tree;
 }
 
-// Each child as its key, the letter of its kind, its value, and its children in
+// Returns each child as its key, the letter of its kind, its value, and its children in
 // parentheses: "a:i1 b:t(:sx)".
 inline std::string Describe(const U_AnyTree& tree)
 {

@@ -19,7 +19,7 @@ const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const U_i64 kLeast = std::numeric_limits<U_i64>::min();
 const U_i64 kMost = std::numeric_limits<U_i64>::max();
 
-// What an operation gave, or nothing if it threw boost::bad_any_cast.
+// Returns the result of `ask`, or nothing if `ask` throws boost::bad_any_cast.
 template <class Ask> auto Asked(Ask ask) -> std::optional<decltype(ask())>
 {
     try
@@ -50,14 +50,14 @@ struct Row
     bool isNumeric;
 };
 
-// A number reads the same as text and as JSON.
+// A number has the same text and JSON.
 Row Number(const char* name, const U_Any& any, U_Any::TypeEnum type, U_i64 asInt, double asDouble,
            std::u16string_view text)
 {
     return {name, any, type, asInt, asDouble, text, text, type != U_Any::kType_Bool};
 }
 
-// Integers of types that integers aren't read from.
+// Integers of types from which no integer is read.
 template <class Held> Row Unreadable(const char* name)
 {
     const U_Any any = U_Any(boost::any(Held(1)));
@@ -67,7 +67,7 @@ template <class Held> Row Unreadable(const char* name)
 void Check(const Row& row)
 {
     SCOPED_TRACE(row.name);
-    // Each question is asked of a fresh copy, so that each has to infer.
+    // Each conversion has a fresh copy, so that each has to infer the kind.
     EXPECT_EQ(U_Any(row.any).GetType(), row.type);
     EXPECT_EQ(Asked([any = row.any] { return any.GetAs_int(); }), row.asInt);
     EXPECT_EQ(Asked([any = row.any] { return any.GetAs_Enum(); }), row.asInt);
@@ -168,7 +168,7 @@ TEST(Any, ReadsTextForgivingly)
     EXPECT_EQ(U_Any("-" + digits).GetAs_int(), kLeast);
 }
 
-TEST(Any, KnowsWhatIsNoValue)
+TEST(Any, ConvertsNoValueToNothing)
 {
     const Row rows[] = {
         {"void*", U_Any(boost::any(static_cast<void*>(nullptr))), U_Any::kType_Null, 0, 0, u"",
@@ -190,7 +190,7 @@ TEST(Any, NarrowTextIsOfTheActiveCodePage)
     EXPECT_EQ(U_Any(Units(u"\u65E5")).GetAs_MBStr(), "\x93\xFA");
 }
 
-TEST(Any, TakesAJSONStringAndNothingElse)
+TEST(Any, SetFromJSONReadsAStringLiteralOnly)
 {
     const std::tuple<std::u16string_view, std::u16string_view> good[] = {
         {u"\"\"", u""},

@@ -61,7 +61,7 @@ TEST_F(AnyTree, EmptyKeyPutsTheNodeItselfAndPushesElements)
     EXPECT_FALSE(mWrapper.is_array());
 }
 
-TEST_F(AnyTree, PutTakesWhatBelongsToTheChildThatGoes)
+TEST_F(AnyTree, PutReadsItsArgumentsFromTheChildThatItErases)
 {
     mWrapper.SetFrom_JSON(Units(u"{\"a\":{\"b\":{\"c\":1}},\"d.e\":5}"));
     const auto a = mTree.find(Units(u"a"));
@@ -103,7 +103,7 @@ TEST_F(AnyTree, ChildrenAreReachedByKeyOrPath)
 
 TEST_F(AnyTree, ValueThatIsNoTextLeavesTheTreeAsItWas)
 {
-    mWrapper.put("c", U_Any(boost::any(7u))); // an integer by kind that isn't held as one
+    mWrapper.put("c", U_Any(boost::any(7u))); // kType_Int, held as an unsigned int
     EXPECT_THROW(mWrapper.GetAs_JSON(), boost::bad_any_cast);
     EXPECT_THROW(mWrapper.GetAs_Str(), boost::bad_any_cast);
     EXPECT_THROW(mWrapper.CreateReverseMapping(), boost::bad_any_cast);

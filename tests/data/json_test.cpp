@@ -27,7 +27,7 @@ struct Row
 {
     std::u16string_view json;
     const char* tree;
-    const char* written; // null: as it was read
+    const char* written; // null: the same as json
 };
 
 void ExpectRead(std::initializer_list<Row> rows)
@@ -86,7 +86,7 @@ TEST(JSON, LastOfTwoMembersCounts)
 TEST(JSON, ReadsForgivingly)
 {
     ExpectRead({
-        // The first character is taken for the brace.
+        // Any first character counts as the brace.
         {u"[{\"a\":1},{\"b\":2}]", ":t(a:i1) :t(b:i2)", "{{\"a\":1},{\"b\":2}}"},
         {u"[[1],[2]]", ":t(:i1) :t(:i2)", "{[1],[2]}"},
         {u"[1,2]", "", "{}"},
@@ -98,14 +98,14 @@ TEST(JSON, ReadsForgivingly)
          "{\"a\":12,\"c\":false,\"d\":true,\"e\":0,\"f\":1.5}"},
         {u"{\"a\":TRUE,\"b\":False,\"c\":+7,\"d\":.5}", "a:i1 b:i0 c:i7 d:d0.5",
          "{\"a\":1,\"b\":0,\"c\":7,\"d\":0.5}"},
-        // Commas too many, and brackets of the wrong kind.
+        // Surplus commas, and brackets of the wrong kind.
         {u"{\"a\":1,,\"b\":2}", "a:i1 b:i2", "{\"a\":1,\"b\":2}"},
         {u"{\"a\":[1,,2,],\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
         {u"{\"a\":[1,2},\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
         {u"{\"a\":{\"b\":1],\"c\":2}", "a:t(b:i1) c:i2", "{\"a\":{\"b\":1},\"c\":2}"},
-        // A name in an array counts for what is nested only.
+        // In an array, a nested value keeps its name, a plain value does not.
         {u"{\"a\":[\"k\":1,\"k\":{\"b\":2}]}", "a:t(:i1 k:t(b:i2))", "{\"a\":{1,\"k\":{\"b\":2}}}"},
-        // What makes no sense ends its level.
+        // Text that fits no rule ends its level.
         {u"{\"a\":{\"b\":1} ,\"c\":2}", "a:t(b:i1)", "{\"a\":{\"b\":1}}"},
         {u"{\"a\":1,\"\":2,\"c\":3}", "a:i1", "{\"a\":1}"},
         {u"{\"a\":1,:2,\"c\":3}", "a:i1", "{\"a\":1}"},
@@ -128,12 +128,12 @@ TEST(JSON, WritesValuesThatNeverCameFromJSON)
     U_AnyTreeWrapper wrapper(tree);
     tree.data() = U_Any("the root's own value");
     wrapper.put("narrow", "caf\xE9");
-    wrapper.put("untold", U_Any());
+    wrapper.put("undecided", U_Any());
     wrapper.put("void", U_Any(boost::any(static_cast<void*>(nullptr))));
     wrapper.put("held tree", U_Any(boost::any(U_AnyTree())));
     wrapper.put("whole", 3.0);
     EXPECT_EQ(wrapper.GetAs_JSON(),
-              Units(u"{\"narrow\":\"caf\u00E9\",\"untold\":false,\"void\":null,"
+              Units(u"{\"narrow\":\"caf\u00E9\",\"undecided\":false,\"void\":null,"
                     u"\"held tree\":null,\"whole\":3.0}"));
 }
 
@@ -157,7 +157,7 @@ TEST(JSON, TextOfASkewedTreeTakesNoMoreMemoryThanItNeeds)
     EXPECT_LE(skewedText.capacity(), 4 * skewedText.size());
 }
 
-TEST(JSON, WhatWasReadStaysWhenALiteralIsBad)
+TEST(JSON, MembersBeforeABadLiteralStay)
 {
     const std::tuple<std::u16string_view, const char*> rows[] = {
         {u"{\"a\":1,b:2}", "a:i1"},
@@ -182,7 +182,7 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
                                      u"\"d\":true},\"e\":2.5,\"f\":null,\"g\":\"h\"}";
     EXPECT_EQ(Describe(TreeOf(json)),
               "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9))) c:t(d:btrue) e:d2.5 g:sh");
-    // What follows a member, and what was read by then.
+    // The text after a member, and the tree that was read before it.
     const std::tuple<std::u16string_view, const char*> members[] = {
         {u",\"b\"", "a:i12"},
         {u",\"c\"", "a:i12 b:t(:i1 :t(:sx :t(y:s\xE9)))"},
@@ -199,7 +199,7 @@ TEST(JSON, TextCutOffAnywhereGivesTheMembersBeforeTheCut)
         }
         catch (const boost::bad_any_cast&)
         {
-            // A literal that was cut.
+            // The cut is inside a literal.
         }
         for (const auto& [follows, read] : members)
         {

@@ -4,7 +4,7 @@
 
 namespace
 {
-// What a caller's code builds on the base.
+// The typed pointer of a host.
 template <class T> class Ptr : public U_RCPtrBase
 {
 public:
@@ -70,7 +70,7 @@ protected:
         BornLibrary::SetUp();
     }
 
-    // Expects so many living nodes and nothing told.
+    // Expects `count` living nodes and an empty log.
     void ExpectAlive(int count)
     {
         EXPECT_EQ(sAlive, count);
@@ -79,9 +79,9 @@ protected:
 };
 } // namespace
 
-TEST_F(RefCount, AnObjectGoesWithItsLastReference)
+TEST_F(RefCount, AnObjectIsDestroyedWithItsLastReference)
 {
-    delete new Node; // that nobody counted
+    delete new Node; // without any reference
     Node* const node = new Node;
     Ptr<Node>::AddReference(node);
     {
@@ -103,7 +103,7 @@ TEST_F(RefCount, AnObjectGoesWithItsLastReference)
     Ptr<Node>::RemoveReference(nullptr);
 }
 
-TEST_F(RefCount, AnObjectThatGoesMayOwnTheNextOneOrReachItsPointer)
+TEST_F(RefCount, ADestroyedObjectMayOwnTheNextOneOrReachItsPointer)
 {
     Ptr<Node> at(new Node);
     at->mNext = new Node;
@@ -132,7 +132,7 @@ TEST_F(RefCount, ACountBelongsToItsObject)
     EXPECT_TRUE(count.IsShared());
     EXPECT_FALSE(count.Decrement());
     EXPECT_TRUE(count.Decrement());
-    EXPECT_TRUE(count.Decrement()); // below none is none left too
+    EXPECT_TRUE(count.Decrement()); // a negative count is unreferenced too
     EXPECT_TRUE(count.IsUnreferenced());
     count.Increment();
 }

@@ -16,7 +16,7 @@ namespace
 class XMLElement : public BornLibrary
 {
 protected:
-    // The attributes, as "name=value;" each.
+    // Returns the attributes, each as "name=value;".
     static std::string AttributesOf(const U_XML_Element& element)
     {
         std::string text;

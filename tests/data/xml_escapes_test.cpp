@@ -58,7 +58,7 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
         Escaped escaped(kept, kept);
         if (const auto entity = entities.find(byte); entity != entities.end())
             escaped = {Bytes(entity->second.first), Bytes(entity->second.second)};
-        // Early, and behind a run that is searched in pieces.
+        // At the start, and after a run that is searched in pieces.
         for (std::size_t run : {1u, 5000u})
         {
             const U_UTF8String before(run, 'x');
@@ -70,14 +70,14 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
     EXPECT_TRUE(mAlerts.Texts().empty());
 }
 
-TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUndone)
+TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUnescaped)
 {
     const std::tuple<std::string_view, std::string_view, std::string_view> rows[] = {
         {"", "", ""},
         {"&amp;amp;", "&amp;", "&amp;"},
         {"&amp;lt;&lt;", "&lt;<", "&lt;<"},
         {"a & b; &lt;", "a & b; <", "a & b; <"},
-        {"&&lt;&lt;", "&&lt;<", "&&lt;<"}, // an unknown entity goes up to the first ";"
+        {"&&lt;&lt;", "&&lt;<", "&&lt;<"}, // an unknown entity ends at the first ";"
         {"&quot;&apos;", "&quot;&apos;", "\"'"},
         {"&#x9;&#xA;&#xD;", "\t\n\r", "\t\n\r"},
         {"&#10;&#xa;&AMP;&#x09;", "&#10;&#xa;&AMP;&#x09;", "&#10;&#xa;&AMP;&#x09;"},
@@ -93,7 +93,7 @@ TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUndone)
         EXPECT_EQ(U_UnEscapeXMLBodyText(Bytes(text)), Bytes(body));
         EXPECT_EQ(U_UnEscapeXMLAttributeValue(Bytes(text)), Bytes(attribute));
     }
-    // Many, without and with an end.
+    // Many entities that never end, and one that ends after all of them.
     const U_UTF8String open(200000, '&');
     EXPECT_EQ(U_UnEscapeXMLBodyText(open), open);
     EXPECT_EQ(U_UnEscapeXMLBodyText(open + Bytes(";")), open + Bytes(";"));
@@ -105,7 +105,7 @@ TEST_F(XMLEscapes, IllegalCharactersAreReportedOneByOne)
     EXPECT_EQ(U_EscapeBodyTextToSafeXML(text, true, false), Bytes("caf\xC3\xA9 &lt;"));
     const std::vector<std::string> alerts = mAlerts.Texts();
     ASSERT_EQ(alerts.size(), 3u);
-    // A NUL ends what a report shows.
+    // The text in a report ends at a NUL.
     const char* const kCharacters[] = {"\x01", "\x1F", "\x0B"};
     for (std::size_t i = 0; i < 3; ++i)
     {
@@ -128,7 +128,7 @@ TEST_F(XMLEscapes, LongTextIsCutInTheReportAtACharacter)
                                        pairs + "\"\n\n( 23 :: 0 )"});
 }
 
-TEST_F(XMLEscapes, FirstIllegalCharacterEndsItIfAskedFor)
+TEST_F(XMLEscapes, TheFirstIllegalCharacterThrowsIfAsked)
 {
     for (bool reports : {false, true})
     {
@@ -200,7 +200,7 @@ TEST_F(BinaryText, RefusedMemoryLeavesTheArrayAndIsntReported)
 {
     U_ScAutoArray<unsigned char> data;
     U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
-    // More than malloc keeps; more than that the sanitizers don't give.
+    // Larger than the memory that malloc keeps; sanitizers refuse larger blocks.
     const U_UTF8String large((kMemoryCanBeLimited ? 200 : 4) * kMiB, '1');
     const auto decode = [&] { U_UTF8StringToBinaryData(large, &data); };
     if (kMemoryCanBeLimited)
@@ -244,9 +244,9 @@ TEST_F(BinaryText, FailedAttemptsLeaveNothingBehind)
     EXPECT_GT(points, 0);
 }
 
-TEST_F(BinaryText, WhatANewHandlerReportsMeanwhileIsQuiet)
+TEST_F(BinaryText, ReportsOfANewHandlerAreQuiet)
 {
-    SKIP_UNDER_SANITIZERS(); // nor does it call a new handler
+    SKIP_UNDER_SANITIZERS(); // they do not call a new handler
     static int sReports = 0;
     const auto report = [] {
         ++sReports;
@@ -254,13 +254,13 @@ TEST_F(BinaryText, WhatANewHandlerReportsMeanwhileIsQuiet)
     };
     const U_UTF8String text = Bytes("0a0b");
     U_ScAutoArray<unsigned char> data;
-    U_UTF8StringToBinaryData(text, &data); // the thread's levels take memory once
+    U_UTF8StringToBinaryData(text, &data); // the first quiet level of a thread allocates
     const std::new_handler before = std::set_new_handler(report);
     const long points = FailEachNew([&] { U_UTF8StringToBinaryData(text, &data); }, [](long) {});
     EXPECT_EQ(points, 1);
     EXPECT_EQ(sReports, 1);
     EXPECT_TRUE(mAlerts.Texts().empty());
-    report(); // which is shown otherwise
+    report(); // shown outside of the decoder
     std::set_new_handler(before);
     EXPECT_EQ(mAlerts.Texts().size(), 1u);
 }

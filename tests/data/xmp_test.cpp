@@ -14,8 +14,7 @@ namespace
 {
 const char kDublinCore[] = "http://purl.org/dc/elements/1.1/";
 
-// A metadata object of the test's own, whose references must all be back at the
-// end.
+// Has a metadata object. All references to it must be released after each test.
 class XMP : public testing::Test
 {
 protected:
@@ -33,7 +32,7 @@ protected:
 };
 } // namespace
 
-TEST_F(XMP, EachReferenceIsGivenBack)
+TEST_F(XMP, EachReferenceIsReleased)
 {
     U_XMPMetaRef first(mMetadata);
     EXPECT_EQ(References(), 2u);
@@ -42,7 +41,7 @@ TEST_F(XMP, EachReferenceIsGivenBack)
         const U_XMPMetaRef& itself = second;
         second = itself;
         EXPECT_EQ(References(), 3u);
-        second = first; // holds the same already
+        second = first; // assignment of the same object
         EXPECT_EQ(References(), 3u);
         EXPECT_EQ(second.Get(), mMetadata);
         EXPECT_EQ(static_cast<__XMPMeta__*>(itself), mMetadata);
@@ -68,7 +67,7 @@ TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
     EXPECT_EQ(packet.find("<?xpacket begin=\"\xEF\xBB\xBF\"?>"), 0u);
     EXPECT_EQ(packet.find('\n'), std::string::npos);
 
-    // Read by another reader.
+    // Another reader reads the packet.
     std::istringstream stream(packet);
     boost::property_tree::ptree tree;
     boost::property_tree::read_xml(stream, tree);
@@ -82,10 +81,10 @@ TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
     EXPECT_EQ(description.find("ns1:_a-1.b")->second.data(), "x");
 }
 
-TEST_F(XMP, ObjectStaysWhileItIsWrittenThoughItsHolderGoes)
+TEST_F(XMP, AnObjectLivesWhileItIsWritten)
 {
-    static U_XMPMetaRef* sHolder = nullptr; // has the last reference
-    static unsigned int sLive = 0;          // after that is gone
+    static U_XMPMetaRef* sHolder = nullptr; // owns the last reference
+    static unsigned int sLive = 0;          // objects after its destruction
     __XMPMeta__* const metadata = zelboxmp::NewMetadata();
     zelboxmp::SetProperty(metadata, kDublinCore, "title", "kept");
     sHolder = new U_XMPMetaRef(metadata);
@@ -105,7 +104,7 @@ TEST_F(XMP, ObjectStaysWhileItIsWrittenThoughItsHolderGoes)
     EXPECT_EQ(zelboxmp::LiveMetadata(), mLiveBefore + 1);
 }
 
-TEST_F(XMP, WhatCantBeWrittenIsThrownAndReferencesComeBack)
+TEST_F(XMP, AFailedSerializationThrowsAndReleasesItsReference)
 {
     const char kBadName[] = "A property's name can't stand in XML";
     const char kBadText[] = "A property holds a character that can't stand in XML";

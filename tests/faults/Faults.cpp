@@ -12,10 +12,10 @@
 
 namespace
 {
-// An operation that never gets through would be walked for ever.
+// Ends the walk of an operation that fails at every point.
 const long kMostPoints = 5000;
 
-// Makes what a thread keeps from its first report on.
+// Makes the objects that a thread keeps from its first report on.
 void WarmThread()
 {
     U_ReportError(0, U_Sev_PROBLEM, Units(u"the first one makes what stays"));
@@ -83,22 +83,22 @@ void Faults::Walk(std::initializer_list<Operation> operations)
             WarmThread();
             WalkNew(operation);
         });
-        EXPECT_TRUE(mPoints > before) << "it allocates nothing";
+        EXPECT_TRUE(mPoints > before) << "the operation allocates nothing";
         U_DisplayPostedErrors();
         U_ClearLastReportedError();
     }
 }
 
-void Faults::WalkHeap(const Operation& operation, bool allBehind)
+void Faults::WalkHeap(const Operation& operation, bool allAfter)
 {
-    SCOPED_TRACE(allBehind ? "the heap from a point on" : "the heap at a point");
+    SCOPED_TRACE(allAfter ? "all heap blocks from a point on" : "one heap block");
     for (long point = 1; point < kMostPoints; ++point)
     {
         mUsed = InUse();
         std::atomic<long> count{0};
         platform::SetHeapFailure([&](unsigned long long) {
             const long nth = ++count;
-            return allBehind ? nth >= point : nth == point;
+            return allAfter ? nth >= point : nth == point;
         });
         const Outcome outcome = RunOnce(operation);
         platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
@@ -107,7 +107,7 @@ void Faults::WalkHeap(const Operation& operation, bool allBehind)
             return;
         ++mPoints;
     }
-    ADD_FAILURE() << "it never gets through";
+    ADD_FAILURE() << "the operation fails at every point";
 }
 
 void Faults::WalkNew(const Operation& operation)

@@ -25,7 +25,7 @@ TEST_F(DataFaults, Variants)
     const U_UTF16String text = Units(u"a text of some length");
     const U_UTF16String literal = Units(u"\"a text of some length\"");
     const U_Any string(text);
-    // A change of a variant, which is either as it was or changed.
+    // Runs a change of a variant. After a failure the variant must be unchanged.
     const auto change = [&](auto body) {
         U_Any value(7);
         try
@@ -54,7 +54,7 @@ TEST_F(DataFaults, Trees)
     const U_UTF16String key = Units(u"a name of some length");
     const U_UTF16String other = Units(u"another name of some length");
     const U_AnyTree tree = TreeOf(kJSON);
-    // A change of a copy, which is either as it was or changed.
+    // Runs a change of a copy of the tree. After a failure the copy must be unchanged.
     const auto change = [&](auto body, std::size_t size) {
         // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         U_AnyTree copy(tree);
@@ -146,5 +146,5 @@ TEST_F(DataFaults, Metadata)
         return RightIf(packet.find("some title") != std::string::npos);
     };
     Walk({{"U_XMPMetaRef::Serialize", kLess | kBadAlloc, serialize}});
-    zelboxmp::Ordinal6(metadata); // which lets go of it
+    zelboxmp::Ordinal6(metadata); // releases the reference
 }

@@ -1,4 +1,4 @@
-// Reports, and what holds them back, while allocations fail.
+// Reports, deferred and translated, while allocations fail.
 
 #include <stdexcept>
 #include <thread>
@@ -31,7 +31,7 @@ protected:
         });
     }
 
-    // Shows first what an alert that failed has left posted.
+    // First shows the reports that a failed alert has left posted.
     void BeginAnew()
     {
         U_DisplayPostedErrors();
@@ -39,8 +39,8 @@ protected:
         mShown = 0;
     }
 
-    // Runs a report and shows what it has posted: it must reach the user once. Only
-    // where it has to be posted can it be lost.
+    // Runs a report and shows the posted reports: the report must be shown once. A report may
+    // be lost only on a thread where it has to be posted.
     Outcome Shown(const std::function<Outcome()>& report)
     {
         BeginAnew();
@@ -105,10 +105,10 @@ TEST_F(ErrorFaults, Reports)
     });
 }
 
-TEST_F(ErrorFaults, DeferredStretches)
+TEST_F(ErrorFaults, Deferrals)
 {
-    // The error is another one than the alert of memory running out.
-    const auto stretch = [&](bool repeats) {
+    // The error differs from the alert of a failed allocation, which is shown too.
+    const auto deferral = [&](bool repeats) {
         const U_u32 mask = Up_GetInteract();
         const U_u32 count = Count();
         BeginAnew();
@@ -126,8 +126,8 @@ TEST_F(ErrorFaults, DeferredStretches)
             return RightIf(Count() == count && mShown == 0, kLess);
         return RightIf(mShown == 1, kLess);
     };
-    Walk({{"a stretch that is forgotten", kCode4 | kLess, [&] { return stretch(false); }},
-          {"a stretch whose error is repeated", kCode4 | kLess, [&] { return stretch(true); }}});
+    Walk({{"a deferral whose error is dropped", kCode4 | kLess, [&] { return deferral(false); }},
+          {"a deferral whose error is repeated", kCode4 | kLess, [&] { return deferral(true); }}});
 }
 
 TEST_F(ErrorFaults, Exceptions)
@@ -155,7 +155,7 @@ TEST_F(ErrorFaults, DeathTakesTheLibraryDownWithoutMemory)
     for (long nth = 1; failed; ++nth)
     {
         ASSERT_LT(nth, 1000);
-        U_ClearLastReportedError(); // or the same error isn't posted again
+        U_ClearLastReportedError(); // a repeated error would not be posted
         std::thread([&] { U_ReportError(kLocation, U_Sev_PROBLEM, mText); }).join();
         {
             const ScFailingNew failing(nth);

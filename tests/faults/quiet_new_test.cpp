@@ -1,5 +1,4 @@
-// Where an operator new that fails on a main thread may show an alert, and where it
-// mustn't.
+// Alerts of a failed operator new on a main thread: where one may be shown, and where none may.
 
 #include <atomic>
 #include <future>
@@ -45,7 +44,7 @@ namespace
 using krobase::utility::Guid;
 using krobase::utility::ImmutableString;
 
-// Longer than any text that stands in its object.
+// Longer than any text that a string object stores inside itself.
 #define LONG "a text of more units than a string object has room for, and some more"
 
 void AllocateAsHostsDo()
@@ -53,7 +52,7 @@ void AllocateAsHostsDo()
     ::operator delete(::operator new(100));
 }
 
-// Runs once on each of two threads at the same time.
+// Runs on two threads at the same time, once on each.
 struct Operation
 {
     const char* name;
@@ -69,7 +68,7 @@ void LookUpInFreshTable()
     U_ZLookupLStrCache(copy, 0, 0, nullptr);
     U_ZRegisterLStrCache(&copy);
     if (copy == &table)
-        U_ZRegisterLStrCache(&copy); // which takes the table off the list
+        U_ZRegisterLStrCache(&copy); // removes the table from the list
     if (copy != &table)
         U_ZUnregisterLStrCache(&copy);
 }
@@ -152,7 +151,7 @@ protected:
     void SetUp() override
     {
         BornLibrary::SetUp();
-        // Its own allocations would be points, too.
+        // The allocations of log lines would be points too.
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
         platform::SetNames(LONG, LONG);
         platform::SetAlertPresenter([this](const platform::Alert& alert) {
@@ -219,9 +218,9 @@ TEST_F(QuietNew, AnAlertHoldsUpNoOtherThread)
     zelboxmp::Ordinal6(sMetadata);
 }
 
-TEST_F(QuietNew, NoneIsShownWhereSilenceIsPromised)
+TEST_F(QuietNew, NoAlertIsShownWhereSilenceIsPromised)
 {
-    // A thread that the heap doesn't know yet, and more blocks than it has slots for.
+    // The first allocations of a thread, of more blocks than one slab of pointers holds.
     const auto allocate = [] {
         std::vector<void**> handles(2000);
         for (long nth = 1; nth < 12; ++nth)
@@ -249,7 +248,7 @@ TEST_F(QuietNew, NoneIsShownWhereSilenceIsPromised)
         FailEachNew([&] { U_ZStringSetCurrentDictionary(image.units.data(), image.size); },
                     [](long) {});
     };
-    // On a thread that has no level yet.
+    // On a thread without a quiet level.
     const auto quiet = [] {
         OnFreshThread([] {
             U_RegisterMainThread();

@@ -69,7 +69,7 @@ TEST_F(Lifecycle, ALifeBeginsAndEndsInOrder)
     U_u64 presumed = 0;
     EXPECT_EQ(U_PresumedAppSize(&presumed), 0);
     EXPECT_EQ(presumed, 0x8700000u);
-    EXPECT_GT(MEM_GetMemUsage(), before + presumed); // the library's record
+    EXPECT_GT(MEM_GetMemUsage(), before + presumed); // the library's record counts as use
     EXPECT_LT(MEM_GetMemUsage(), before + presumed + 4096);
     ASSERT_EQ(U_Death(), 0);
     EXPECT_THAT(mLog.Texts(),
@@ -96,7 +96,7 @@ TEST_F(Lifecycle, SettingsAreReadAtBirth)
     U_Death();
 }
 
-// More than heaps can exist at once.
+// More lives than heaps can exist at the same time.
 TEST_F(Lifecycle, ManyLivesFollowEachOther)
 {
     platform::SetLogSink([](int, const char*, const char*, const char*) {});
@@ -110,7 +110,7 @@ TEST_F(Lifecycle, ManyLivesFollowEachOther)
     }
 }
 
-TEST_F(Lifecycle, DeathTellsLeaksByName)
+TEST_F(Lifecycle, DeathLogsLeaksByName)
 {
     ASSERT_EQ(U_Birth("Host", nullptr), 0);
     std::string name = "second";
@@ -152,7 +152,7 @@ TEST_F(Lifecycle, DeathLeavesADamagedLibraryInPlace)
             EXPECT_EQ(U_GetRunMode(), 7);
             EXPECT_EQ(U_CheckHandleFromHeap(handle), 0);
         }
-        // Once dying, always dying; the next life starts anew.
+        // The process stays dying in this life. The next life starts anew.
         EXPECT_TRUE(U_Die());
         EXPECT_EQ(platform::BeepCount(), 2u);
         U_FreeHandle(handle);
@@ -171,7 +171,7 @@ TEST_F(Lifecycle, BirthWithoutANameDoesNothing)
 
 TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
 {
-    for (const bool isOfHeap : {true, false}) // or of the record
+    for (const bool isOfHeap : {true, false}) // false: of the record
     {
         SCOPED_TRACE(isOfHeap);
         platform::SetHeapFailure([&](unsigned long long size) { return isOfHeap || size != 0; });
@@ -180,8 +180,8 @@ TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
         EXPECT_EQ(U_GetRunMode(), 7);
         EXPECT_EQ(U_Death(), 5889);
         U_ZStringSetEnglish();
-        EXPECT_FALSE(U_ZLocaleAlive());    // a locale comes after the record
-        MEM_AccountAllocation(-0x8700000); // a failed birth leaves its charge
+        EXPECT_FALSE(U_ZLocaleAlive());    // the locale is born after the record
+        MEM_AccountAllocation(-0x8700000); // a failed birth keeps its charge
         platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
         EXPECT_EQ(U_Birth("Host", nullptr), 0);
         EXPECT_EQ(U_Death(), 0);
@@ -190,7 +190,7 @@ TEST_F(Lifecycle, BirthWithoutMemoryGivesFourAndCanBeTriedAgain)
 
 TEST_F(Lifecycle, AFailedSubBirthIsFatalAndLeavesNoRecord)
 {
-    std::vector<bool> dying; // as the record says while an alert is up
+    std::vector<bool> dying; // U_Die while an alert is shown
     CapturedAlerts alerts;
     alerts.mWhileUp = [&](const platform::Alert&) { dying.push_back(U_Die()); };
     int asked = 0;
@@ -203,9 +203,9 @@ TEST_F(Lifecycle, AFailedSubBirthIsFatalAndLeavesNoRecord)
             "Host can\u2019t continue: Host can't continue: out of memory while trying to U_Birth"
             "\n\n( 23 :: 3 )"));
     EXPECT_EQ(dying, (std::vector<bool>{false, true}));
-    EXPECT_EQ(platform::BeepCount(), 0u) << "the record was there";
+    EXPECT_EQ(platform::BeepCount(), 0u) << "the record existed";
     EXPECT_TRUE(U_Die());
-    EXPECT_EQ(platform::BeepCount(), 2u) << "it is gone";
+    EXPECT_EQ(platform::BeepCount(), 2u) << "the record is gone";
     MEM_AccountAllocation(-0x8700000);
     platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
     EXPECT_EQ(U_Birth("Host", nullptr), 0);
@@ -222,17 +222,17 @@ TEST_F(Lifecycle, AFailedBirthPutsTheNewHandlerBack)
         hadItsOwn = hadItsOwn || std::get_new_handler() != before;
     };
     U_Status code = 0;
-    const ScExpectedLeaks expected; // of the steps before the one that fails
+    const ScExpectedLeaks expected; // of the steps before the failed one
     FailEachNew([&] { code = U_Birth("Host", nullptr); },
                 [&](long nth) {
                     ASSERT_TRUE(code || U_Death() == 0) << nth;
                     EXPECT_EQ(std::get_new_handler(), before) << nth;
                     EXPECT_TRUE(U_Die()) << nth << ": a record is left";
-                    // A failed birth leaves its charge, and earlier steps what they made.
+                    // A failed birth keeps its charge and the allocations of its earlier steps.
                     MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
                 });
     EXPECT_EQ(code, 0);
-    EXPECT_TRUE(hadItsOwn) << "no step behind it has failed";
+    EXPECT_TRUE(hadItsOwn) << "no later step has failed";
 }
 
 TEST_F(Lifecycle, ALogThatThrowsFailsTheStepThatLogs)
@@ -241,7 +241,7 @@ TEST_F(Lifecycle, ALogThatThrowsFailsTheStepThatLogs)
         if (text == std::string("U Hog Birth"))
             throw std::runtime_error("log");
     });
-    // What of another type comes out of the fatal report doesn't keep the record.
+    // The record is also destroyed if the fatal report throws an exception of another type.
     bool isFatal = false;
     platform::SetAlertPresenter([&](const platform::Alert& alert) {
         if (Narrow(alert.text).find("while trying to U_Birth") == std::string::npos)
@@ -264,7 +264,7 @@ TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
     {
         const U_u64 used = MEM_GetMemUsage();
         ASSERT_EQ(U_Birth("Host", nullptr), 0);
-        U_ClearLastReportedError(); // or the same error isn't posted again
+        U_ClearLastReportedError(); // a repeated error would not be posted
         std::thread([] { Up_ReportErrString(0, U_Sev_WARNING, "its alert throws"); }).join();
         void* const leak = U_AllocatePtr(0, "leak", 10);
         auto owned = std::make_shared<int>(0);
@@ -303,7 +303,7 @@ TEST_F(Lifecycle, HandlersEndAroundThePostedErrorsOfDeath)
         ++seen;
         EXPECT_EQ(std::get_terminate(), terminate);
         EXPECT_EQ(win32::_get_invalid_parameter_handler(), nullptr);
-        EXPECT_NE(std::get_new_handler(), newHandler); // it goes with the record
+        EXPECT_NE(std::get_new_handler(), newHandler); // removed with the record
     };
     ASSERT_EQ(U_Birth("Host", nullptr), 0);
     EXPECT_NE(std::get_terminate(), terminate);
@@ -333,7 +333,7 @@ TEST_F(Lifecycle, DeathForgetsItsCallbacksAndKeepsTheMainThread)
     EXPECT_TRUE(U_IsOnMainThread());
 }
 
-// Without a mask yet, a birth that fails tells nothing.
+// Returns true if a failed birth reports nothing before an interaction mask is set.
 bool FailsInSilence()
 {
     CapturedLog log;

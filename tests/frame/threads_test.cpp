@@ -35,7 +35,7 @@ struct Role
     void (*leave)();
     bool (*isOn)();
     bool (*isOf)(U_u32 threadId);
-    bool isListed; // by many threads; else the last one has it
+    bool isListed; // many threads may hold the role; otherwise the last to register
     const char* as;
 };
 
@@ -63,7 +63,7 @@ TEST_F(Threads, TheFirstMainThreadIsTheUIThread)
     });
     U_DeregisterMainThread();
     EXPECT_FALSE(U_IsOnMainThread());
-    EXPECT_TRUE(U_IsOnUIThread()) << "it stays until another takes over";
+    EXPECT_TRUE(U_IsOnUIThread()) << "the thread stays the UI thread until another takes over";
     OnFreshThread([] {
         U_RegisterMainThread();
         EXPECT_TRUE(U_IsOnUIThread());
@@ -77,7 +77,7 @@ TEST_F(Threads, ListedRolesNestAndSingleRolesAreOverwritten)
     for (const Role& role : kRoles)
     {
         SCOPED_TRACE(role.name);
-        role.leave(); // not in the list: nothing happens
+        role.leave(); // does nothing on a thread without the role
         role.enter();
         for (const Role& asked : kRoles)
             EXPECT_EQ(asked.isOn(), &asked == &role) << asked.name;

@@ -1,7 +1,6 @@
 // Processor data, clocks, the thread count, byte order, fills, pointers as numbers,
 // names.
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -37,7 +36,7 @@ namespace fs = std::filesystem;
 
 typedef BornLibrary Machine;
 
-// Makes a folder in the form in which the system tells of its processors.
+// Makes a folder in the form of the system's list of processors.
 fs::path MakeProcessors(const std::string& online, const std::vector<std::string>& siblings)
 {
     const fs::path folder = fs::temp_directory_path() / ("processors-" + std::to_string(getpid()));
@@ -53,7 +52,7 @@ fs::path MakeProcessors(const std::string& online, const std::vector<std::string
     return folder;
 }
 
-// "processor n is a thread of the core of n and n + distance" for 2 * distance of them.
+// Returns the siblings of 2 * distance processors: n and n + distance are threads of one core.
 std::vector<std::string> Pairs(int distance)
 {
     std::vector<std::string> siblings;
@@ -84,7 +83,7 @@ double SystemSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// Whether all of a few readings are whole milliseconds.
+// Returns true if each of 20 readings is a whole number of milliseconds.
 bool ReadsTicks()
 {
     for (int reading = 0; reading < 20; ++reading)
@@ -103,10 +102,10 @@ struct ClockRow
     long long frequency;
     bool works;
     bool ticks;
-    double speed; // of the clock against the system's
+    double speed; // relative to the system's clock
 };
 
-// Runs in a process without a birth so far. True if the clock is the row's.
+// Returns true if the first birth chooses the clock of the row. Runs in a fresh process.
 bool ChoosesClock(const ClockRow& row)
 {
     if (!ReadsTicks()) // before birth
@@ -116,7 +115,7 @@ bool ChoosesClock(const ClockRow& row)
     U_Birth("Test Host", nullptr);
     const double wrong = std::abs(Seconds() - SystemSeconds() * row.speed);
     const bool chosen = ReadsTicks() == row.ticks && wrong < 1;
-    // The choice stays, whatever the next birth finds.
+    // The next birth keeps the choice.
     U_Death();
     platform::SetProfileInt("UseAltPreviewTimingMode", !row.useTicks);
     platform::SetPerformanceCounter(row.frequency, true);
@@ -131,17 +130,14 @@ TEST_F(Machine, ProcessorFlagsAreThoseThatTheSystemLists)
     std::string line;
     while (std::getline(info, line) && line.rfind("flags", 0) != 0)
         continue;
-    std::istringstream words(line);
-    std::vector<std::string> flags;
-    for (std::string word; words >> word;)
-        flags.push_back(word);
+    line += ' ';
     const std::pair<U_u32, const char*> rows[] = {
-        {U_G_CPU_DataP->SSE, "sse"},       {U_G_CPU_DataP->SSE2, "sse2"},
-        {U_G_CPU_DataP->SSE3, "pni"},      {U_G_CPU_DataP->SSSE, "ssse3"},
-        {U_G_CPU_DataP->SSE4_1, "sse4_1"}, {U_G_CPU_DataP->SSE4_2, "sse4_2"},
+        {U_G_CPU_DataP->SSE, " sse "},       {U_G_CPU_DataP->SSE2, " sse2 "},
+        {U_G_CPU_DataP->SSE3, " pni "},      {U_G_CPU_DataP->SSSE, " ssse3 "},
+        {U_G_CPU_DataP->SSE4_1, " sse4_1 "}, {U_G_CPU_DataP->SSE4_2, " sse4_2 "},
     };
     for (const auto& [flag, word] : rows)
-        EXPECT_EQ(flag, std::count(flags.begin(), flags.end(), word)) << word;
+        EXPECT_EQ(flag, line.find(word) != std::string::npos) << word;
     EXPECT_EQ(U_G_CPU_DataP->MMX, 1u);
 }
 
@@ -179,7 +175,7 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
     }
 }
 
-// A clock is chosen once in a process, so each row has one of its own.
+// A process chooses its clock once, so each row runs in a process of its own.
 TEST(ClockDeathTest, TheFirstBirthChoosesTheClock)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
@@ -189,8 +185,8 @@ TEST(ClockDeathTest, TheFirstBirthChoosesTheClock)
         {"profile", 1, 1000000000, true, true, 1},
         {"profile, another value", -7, 1000000000, true, true, 1},
         {"no counter", 0, -1, true, true, 1},
-        {"a counter that stands", 0, 0, true, true, 1},
-        {"a counter that can't be read for now", 0, 1000000000, false, true, 1},
+        {"a counter without a frequency", 0, 0, true, true, 1},
+        {"a counter that cannot be read now", 0, 1000000000, false, true, 1},
     };
     for (const ClockRow& row : rows)
     {
@@ -212,7 +208,7 @@ TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)
     U_MillisecondsSinceBoot(&end);
     EXPECT_GE(end, start + 30);
 
-    // Wherever between two milliseconds one begins.
+    // Delays begin anywhere between two milliseconds.
     for (int round = 0; round < 20; ++round)
     {
         const double began = Seconds();
@@ -250,19 +246,15 @@ TEST_F(Machine, SwapsReverseTheBytes)
     EXPECT_EQ(U_LongSwap(0x12345680u), 0x80563412u);
     EXPECT_EQ(U_LLongSwap(0x123456789ABCDEF0ull), 0xF0DEBC9A78563412ull);
 
-    // A signalling number must come through as it is.
-    const U_u32 shortBits = 0x0000A07Fu;
-    const U_u64 longBits = 0x010000000000F47Full;
-    float shortNumber;
-    double longNumber;
-    std::memcpy(&shortNumber, &shortBits, sizeof(shortBits));
-    std::memcpy(&longNumber, &longBits, sizeof(longBits));
-    U_FpShortSwap(&shortNumber);
-    U_FpLongSwap(&longNumber);
-    const U_u32 swappedShort = 0x7FA00000u;
-    const U_u64 swappedLong = 0x7FF4000000000001ull;
-    EXPECT_EQ(std::memcmp(&shortNumber, &swappedShort, 4), 0);
-    EXPECT_EQ(std::memcmp(&longNumber, &swappedLong, 8), 0);
+    // The bits of a signalling NaN do not change on the way.
+    const auto swapInPlace = [](auto swap, auto number, auto bits) {
+        std::memcpy(&number, &bits, sizeof(bits));
+        swap(&number);
+        std::memcpy(&bits, &number, sizeof(bits));
+        return bits;
+    };
+    EXPECT_EQ(swapInPlace(&U_FpShortSwap, 0.0f, 0x0000A07Fu), 0x7FA00000u);
+    EXPECT_EQ(swapInPlace(&U_FpLongSwap, 0.0, U_u64(0x010000000000F47F)), 0x7FF4000000000001u);
 }
 
 TEST_F(Machine, FillsWriteTheirBytesAndNoOthers)
@@ -311,7 +303,7 @@ TEST_F(Machine, PointersThatDontFitAreRefused)
 
 TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
 {
-    const std::string clef = "\xF0\x9D\x84\x9E"; // two units
+    const std::string clef = "\xF0\x9D\x84\x9E"; // two code units
     const std::string x30(30, 'x');
     const std::array<std::string, 4> rows[] = {
         {"render7.farm.example", "r\xC3\xA9mi", "render7", "r\xC3\xA9mi"},

@@ -1,5 +1,4 @@
-// What each thread has of the machine: its floating-point control word, its stack,
-// and the address space that it reserves.
+// The floating-point control word and the stack of each thread, and reserved address space.
 
 #include <cfenv>
 #include <csignal>
@@ -32,7 +31,7 @@ const unsigned int kAllFields = 0x308031F;
 class FPControl : public BornLibrary
 {
 protected:
-    // A test must leave the word of its thread as it was.
+    // Restores the control word of the thread after each test.
     void SetUp() override
     {
         BornLibrary::SetUp();
@@ -53,7 +52,7 @@ typedef FPControl FPControlDeathTest;
 typedef BornLibrary CallStack;
 typedef BornLibrary Reservation;
 
-// -1 if there is none.
+// Returns the integer of the profile, -1 if there is none.
 int ProfileInt(const char16_t* key)
 {
     int value = -1;
@@ -80,10 +79,10 @@ Arithmetic Calculate()
 
 const int kFrame = 4096;
 
-// Frames on the stack itself, wherever a sanitizer would put their contents.
+// Keeps a frame on the stack itself: a sanitizer may move its contents.
 #define REAL_FRAME __attribute__((noinline, no_sanitize_address))
 
-// The depth seen from so many frames further in.
+// Returns the depth measured `frames` calls further in.
 REAL_FRAME size_t DepthBelow(int frames)
 {
     volatile char frame[kFrame];
@@ -110,7 +109,7 @@ TEST_F(FPControl, TheFirstUseWritesTheDefaultsAndFlushes)
         [&] {
             platform::ClearProfile();
             U_InitFPControl();
-            EXPECT_EQ(Word(), 0x108001Fu) << "with or without memory to write them";
+            EXPECT_EQ(Word(), 0x108001Fu) << "also without memory to write the defaults";
         },
         [&](long) {
             EXPECT_TRUE(Calculate().flushes);
@@ -156,7 +155,7 @@ TEST_F(FPControl, TheProfileDecides)
     }
 }
 
-TEST_F(FPControl, EndingTwiceRestoresOnce)
+TEST_F(FPControl, TerminatingTwiceRestoresOnce)
 {
     U_InitFPControl();
     U_TerminateFPControl();
@@ -164,7 +163,7 @@ TEST_F(FPControl, EndingTwiceRestoresOnce)
     U_TerminateFPControl();
     EXPECT_EQ(Word() & win32::kMcwRC, win32::kRCUp);
 
-    // All fields, whatever the profile's mask.
+    // All fields are restored, also those that the profile's mask excludes.
     win32::_controlfp(mWord, kAllFields);
     platform::SetProfileInt("UseControlFPKey64_2", 1);
     platform::SetProfileInt("ControlFPMaskKey64_2", 0);
@@ -187,7 +186,7 @@ TEST_F(FPControl, ThreadsHaveAWordEachAndTheProcessOneSavedWord)
     EXPECT_EQ(std::fegetround(), FE_DOWNWARD);
 }
 
-TEST_F(FPControlDeathTest, WhatTheProfileDoesntMaskIsRaised)
+TEST_F(FPControlDeathTest, UnmaskedExceptionsAreRaised)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     platform::SetProfileInt("UseControlFPKey64_2", 1);
@@ -195,10 +194,10 @@ TEST_F(FPControlDeathTest, WhatTheProfileDoesntMaskIsRaised)
     platform::SetProfileInt("ControlFPValuesKey64_2", 0);
     EXPECT_EXIT(
         {
-            std::signal(SIGFPE, SIG_DFL); // a sanitizer's is another
+            std::signal(SIGFPE, SIG_DFL); // a sanitizer installs its own handler
             U_InitFPControl();
             volatile double zero = 0;
-            volatile double third = 1.0 / 3; // inexact, which is always masked
+            volatile double third = 1.0 / 3; // an inexact result is always masked
             volatile double infinite = third / zero;
             std::_Exit(infinite > 0);
         },
@@ -226,11 +225,11 @@ TEST_F(CallStack, DepthIsMeasuredFromTheOutermostMark)
     }).join();
 }
 
-TEST_F(Reservation, ARangeThatTwoReleaseIsToldInTheLogWhateverThatThrows)
+TEST_F(Reservation, ASecondReleaseIsLoggedAndDoesNotThrow)
 {
-    std::vector<std::string> told;
+    std::vector<std::string> lines;
     platform::SetLogSink([&](int, const char*, const char* tag, const char* text) {
-        told.push_back(std::string(tag) + ": " + text);
+        lines.push_back(std::string(tag) + ": " + text);
         throw 5;
     });
     U_ScReserveContiguousAddressSpace first(1 << 20);
@@ -240,10 +239,10 @@ TEST_F(Reservation, ARangeThatTwoReleaseIsToldInTheLogWhateverThatThrows)
     first.Release();
     EXPECT_NO_THROW(second.Release());
     platform::SetLogSink(platform::LogSink());
-    EXPECT_EQ(told, std::vector<std::string>{"VirtualFree: VirtualFree error 487"});
+    EXPECT_EQ(lines, std::vector<std::string>{"VirtualFree: VirtualFree error 487"});
 }
 
-TEST_F(Reservation, ARangeIsTheProcesssUntilItIsReleased)
+TEST_F(Reservation, AReservedRangeStaysUntilItsRelease)
 {
     SKIP_UNDER_SANITIZERS();
     const U_u64 size = 1 << 30;
@@ -257,7 +256,7 @@ TEST_F(Reservation, ARangeIsTheProcesssUntilItIsReleased)
     EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
 }
 
-TEST_F(Reservation, WhatCantBeHadIsFourWithoutAReport)
+TEST_F(Reservation, AnImpossibleRangeFailsWithFourAndNoReport)
 {
     for (const U_u64 size : {U_u64(0), kLargest + 1, U_u64(1) << 40, ~U_u64(0)})
     {
@@ -268,7 +267,7 @@ TEST_F(Reservation, WhatCantBeHadIsFourWithoutAReport)
     EXPECT_TRUE(mAlerts.Texts().empty());
 }
 
-TEST_F(Reservation, TheBudgetDoesntRefuseOneAndStandsAgainBehindIt)
+TEST_F(Reservation, TheBudgetIgnoresAReservationAndHoldsAfterIt)
 {
     int purges = 0;
     U_SetPurgeRequestCallback(

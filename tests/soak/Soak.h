@@ -1,5 +1,5 @@
-// What the parts of the soak share: eight threads that do everything at once, and
-// one that shows what they post.
+// Shared by the parts of the soak: eight threads that run all jobs at once, and one thread that
+// shows their posted reports.
 
 #ifndef TESTS_SOAK_SOAK_H
 #define TESTS_SOAK_SOAK_H
@@ -16,11 +16,11 @@
 
 const int kThreads = 8;
 
-// Counts a violation and tells the first ones, unless holds. Any thread.
+// If `holds` is false, counts a violation and prints the first ones. Any thread. Returns `holds`.
 bool Check(bool holds, const char* what);
 long Violations();
 
-// Counts an allocation that was refused, as the limits may make it.
+// Counts a refused allocation. The limits may refuse one.
 void Refused();
 
 // One of the threads.
@@ -31,17 +31,17 @@ struct Worker
     {
     }
 
-    // From 0 to below count.
+    // Returns a random number from 0 to count - 1.
     U_u32 Below(U_u32 count) { return static_cast<U_u32>(random() % count); }
 
     const int number;
     const U_u64 seed;
     std::mt19937_64 random;
-    U_u32 hog = 0;       // the worker's own
+    U_u32 hog = 0;       // of this worker
     U_u32 sharedHog = 0; // of all workers
 };
 
-// A job does one thing and checks it.
+// A job runs one operation and checks the result.
 struct Job
 {
     const char* name;
@@ -58,8 +58,8 @@ void Recycled(Worker& worker);
 void Hogs(Worker& worker);
 void Caching(Worker& worker);
 void Accounting(Worker& worker);
-void StartMemory(); // limits that make the purge callback run
-void EndMemory();   // gives back what is cached
+void StartMemory(); // sets limits at which the purge callback runs
+void EndMemory();   // frees the cached blocks
 long Purges();
 
 // text_jobs.cpp
@@ -70,7 +70,7 @@ void Trees(Worker& worker);
 void Escapes(Worker& worker);
 void Telemetry(Worker& worker);
 void StartTelemetry();
-void EndTelemetry(); // checks that all events came
+void EndTelemetry(); // checks that all events have arrived
 
 // error_jobs.cpp
 void Posts(Worker& worker);
@@ -87,7 +87,7 @@ long Shown();
 // context_jobs.cpp
 void Suspensions(Worker& worker);
 void MainLoopCalls(Worker& worker);
-void StartContexts(); // on the thread that pumps its messages
+void StartContexts(); // REQUIRES: called on the thread that pumps its messages
 void EndContexts();
 
 #endif

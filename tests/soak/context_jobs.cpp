@@ -13,15 +13,15 @@ typedef boost::shared_ptr<U_Context> ContextPtr;
 
 const int kExecutors = 3;
 
-// What a context carries across its suspensions; no lock guards it.
+// The state that a context keeps during its suspensions. No lock guards its values.
 class Value : public U_State
 {
 public:
     explicit Value(U_Context* context) : U_State(context) { ++sLiving; }
     ~Value() override { --sLiving; }
     ImmutableString GetKey() const override { return Key(); }
-    void OnActivate() override { ++mTold; }
-    void OnDeactivate() override { --mTold; }
+    void OnActivate() override { ++mActivations; }
+    void OnDeactivate() override { --mActivations; }
 
     static ImmutableString Key() { return ImmutableString("soak.value"); }
     static boost::shared_ptr<U_State> Make(U_Context* context)
@@ -30,7 +30,7 @@ public:
     }
 
     U_u64 mValue = 0;
-    int mTold = 0;
+    int mActivations = 0;
     static std::atomic<long> sLiving;
 };
 
@@ -47,7 +47,7 @@ struct Neighbour : U_Context
 boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> sExecutors[kExecutors];
 boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor> sMainLoop;
 
-// Suspends a context over calls, each of which sees and changes its state.
+// Suspends a context for a call that checks and changes its state.
 template <class Call> void Suspend(Worker& worker, Call call)
 {
     const ContextPtr context = U_Context::MakeNewContext();
@@ -56,17 +56,19 @@ template <class Call> void Suspend(Worker& worker, Call call)
         Value& value = Neighbour::Of(*context);
         const U_u64 before = value.mValue = worker.random();
         const int result = call(boost::function<int()>([context, before] {
-            Check(U_Context::GetCurrent() == context, "the context on the other side");
+            Check(U_Context::GetCurrent() == context, "the context on the other thread");
             Value& there = Neighbour::Of(*context);
-            Check(there.mValue == before && there.mTold == 1, "its state on the other side");
+            Check(there.mValue == before && there.mActivations == 1,
+                  "its state on the other thread");
             ++there.mValue;
             return 42;
         }));
         Check(result == 42, "the result of a suspended call");
         Check(U_Context::GetCurrent() == context, "the context back");
-        Check(value.mValue == before + 1 && value.mTold == 1, "its state back");
+        Check(value.mValue == before + 1 && value.mActivations == 1, "its state back");
     }
-    Check(!U_Context::HasCurrent() && Neighbour::Of(*context).mTold == 0, "a context put down");
+    Check(!U_Context::HasCurrent() && Neighbour::Of(*context).mActivations == 0,
+          "no current context after the setter");
 }
 } // namespace
 

@@ -16,12 +16,12 @@
 
 namespace
 {
-const long kMostWaiting = 50; // messages of a thread, so that the display keeps up
+const long kMostWaiting = 50; // messages of a thread, so that the display is fast enough
 const char kSingle[] = "soak-single";
 const char kItem[] = "soak-item";
 const char kHidden[] = "soak-hidden";
 
-// Each thread's messages carry numbers that go up; each is shown once, in order.
+// The messages of each thread are numbered. Each is shown once, in order.
 struct Stream
 {
     std::atomic<long> posted{0};
@@ -61,7 +61,7 @@ U_UTF16String NextMessage(const char* word, Worker& worker, Stream* streams)
                                     .c_str());
 }
 
-bool IsBehind(const Stream& stream)
+bool HasManyWaiting(const Stream& stream)
 {
     return stream.posted - stream.shown > kMostWaiting;
 }
@@ -122,10 +122,10 @@ long Shown()
 
 void Posts(Worker& worker)
 {
-    if (IsBehind(sSingles[worker.number]))
+    if (HasManyWaiting(sSingles[worker.number]))
         return;
     const U_UTF16String text = NextMessage(kSingle, worker, sSingles);
-    const bool isSilent = worker.Below(4) == 0; // past log and callbacks
+    const bool isSilent = worker.Below(4) == 0; // without log and callbacks
     if (isSilent)
         return U_AsyncReport(1, U_Sev_INFO, text);
     U_ReportError(1, U_Sev_INFO, text);
@@ -136,7 +136,7 @@ void Posts(Worker& worker)
 
 void Grouped(Worker& worker)
 {
-    if (IsBehind(sItems[worker.number]))
+    if (HasManyWaiting(sItems[worker.number]))
         return;
     static const U_UTF16String& sGroup = *new U_UTF16String(U_FormUniqueGroupErrorMessageIdentifier(
         U_AsciiToUTF16String("Items"), U_AsciiToUTF16String("@0:"), U_AsciiToUTF16String("Item")));
@@ -153,16 +153,16 @@ void Quiet(Worker& worker)
         Check(U_EndQuietErrorsOnCurrentThread() == 0, "the end of a quiet level");
 }
 
-// The mask is every thread's: it hides warnings, which nobody reports otherwise.
+// The mask holds for all threads. It hides warnings, which no other job reports.
 void Deferred(Worker& worker)
 {
     const U_u32 kAllButWarnings = ~(U_Sev_WARNING | U_u32(U_Sev_WARNING) << 16);
     U_DeferredState state;
-    Check(U_DeferredReportingStart(kAllButWarnings, &state) == 0, "a deferred stretch");
+    Check(U_DeferredReportingStart(kAllButWarnings, &state) == 0, "a deferral");
     ReportHidden(U_Sev_WARNING);
     if (worker.Below(2))
         Posts(worker);
-    Check(U_DeferredReportingEnd(false, nullptr, &state) == 0, "the end of a deferred stretch");
+    Check(U_DeferredReportingEnd(false, nullptr, &state) == 0, "the end of a deferral");
 }
 
 void Callbacks(Worker& worker)

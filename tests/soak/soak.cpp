@@ -1,9 +1,8 @@
-// Eight threads that do everything at once for a while, and a main thread that
-// shows what they post.
+// Eight threads that run all jobs at once, and a main thread that shows their posted reports.
 //
 //     soak [SECONDS [SEED]]
 //
-// Ends with 1 if anything was lost, wrong or leaked.
+// Exits with 1 if a check has failed or memory has leaked.
 
 #include <algorithm>
 #include <chrono>
@@ -51,17 +50,17 @@ typedef std::chrono::steady_clock Clock;
 typedef std::chrono::duration<double> Seconds;
 
 const double kRowSeconds = 10;
-const double kWarmUpSeconds = 30; // or a third of the run
-const int kToldViolations = 20;
+const double kWarmUpSeconds = 30; // at most a third of the run
+const int kPrintedViolations = 20;
 
-// What the resident size may grow by after the warm-up. The thread sanitizer's own tables
-// grow on, and the address sanitizer keeps 256 MiB of freed blocks back.
+// The most growth of the resident size after the warm-up. The tables of the thread sanitizer
+// continue to grow, and the address sanitizer keeps 256 MiB of freed blocks.
 #if defined(__SANITIZE_ADDRESS__)
 const U_u64 kMostGrowth = 512 << 20;
 #elif defined(__SANITIZE_THREAD__)
 const U_u64 kMostGrowth = U_u64(192) << 20;
 #else
-const U_u64 kMostGrowth = U_u64(48) << 20; // large recycled blocks come and go
+const U_u64 kMostGrowth = U_u64(48) << 20; // large recycled blocks are made and freed
 #endif
 
 std::atomic<long> sViolations{0};
@@ -126,8 +125,8 @@ void PrintRow(Clock::time_point start)
     std::fflush(stdout);
 }
 
-// Shows and pumps until all threads have ended. Returns the resident size at the end
-// of the warm-up.
+// Shows reports and pumps messages until all threads have ended. Returns the resident size at the
+// end of the warm-up.
 U_u64 Pump(double seconds)
 {
     const Clock::time_point start = Clock::now();
@@ -188,8 +187,8 @@ void Run(double seconds, U_u64 seed)
     EndTelemetry();
     Check(!U_Die(), "no fatal report");
     Check(Purges() > 0, "at least one purge");
-    Check(InUse() == used, "use back where it was");
-    Check(resident <= warm + kMostGrowth, "a resident size that stays");
+    Check(InUse() == used, "the same use as before");
+    Check(resident <= warm + kMostGrowth, "a resident size that does not grow");
     std::printf("use before and after: %llu and %llu bytes; resident after the warm-up and at the "
                 "end: %llu and %llu KiB\n",
                 used, InUse(), warm >> 10, resident >> 10);
@@ -200,7 +199,7 @@ void Run(double seconds, U_u64 seed)
 
 bool Check(bool holds, const char* what)
 {
-    if (!holds && sViolations++ < kToldViolations)
+    if (!holds && sViolations++ < kPrintedViolations)
         std::fprintf(stderr, "VIOLATED: %s\n", what);
     return holds;
 }

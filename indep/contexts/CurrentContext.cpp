@@ -1,0 +1,104 @@
+#include "indep/contexts/CurrentContext.h"
+
+#include <memory>
+
+#include <boost/thread/tss.hpp>
+
+#include "indep/errors/Report.h"
+#include "indep/frame/Guard.h"
+#include "indep/frame/Trace.h"
+
+namespace
+{
+// Stays allocated until the thread ends, so that a context can become current again without
+// an allocation.
+struct PerThread
+{
+    boost::weak_ptr<U_Context> mContext; // empty while mIsSet is false
+    bool mIsSet;
+};
+
+// Never destroyed: threads may end later than static destructors run.
+boost::thread_specific_ptr<PerThread>& sThreadContext = *new boost::thread_specific_ptr<PerThread>;
+} // namespace
+
+const boost::weak_ptr<U_Context>* ThreadContext()
+{
+    const PerThread* const thread = sThreadContext.get();
+    return thread && thread->mIsSet ? &thread->mContext : nullptr;
+}
+
+void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
+{
+    static TraceSite sTrace(kContextTrace, kContextTraceLevel);
+    DetachContextTLS("AttachContextTLS", kAnyContext);
+    sTrace.Trace("sThreadContext set ", context->GetContextID());
+    if (!sThreadContext.get())
+    {
+        auto thread = std::make_unique<PerThread>();
+        sThreadContext.reset(thread.get()); // may throw std::bad_alloc
+        static_cast<void>(thread.release());
+    }
+    *sThreadContext = {context, true};
+}
+
+void DetachContextTLS(const char* reason, U_i64 contextId)
+{
+    static TraceSite sTrace(kContextTrace, kContextTraceLevel);
+    const boost::weak_ptr<U_Context>* const current = ThreadContext();
+    const boost::shared_ptr<U_Context> context = current ? current->lock() : nullptr;
+    const bool isMeant = context ? context->GetContextID() == contextId : current != nullptr;
+    if (contextId != kAnyContext && !isMeant)
+        return;
+    sTrace.Trace("sThreadContext unset ", contextId, " from ", reason);
+    if (current)
+        *sThreadContext = {};
+}
+
+boost::shared_ptr<U_Context> U_Context::GetCurrent()
+{
+    static TraceSite sTrace(kContextTrace, 1);
+    const boost::weak_ptr<U_Context>* const current = ThreadContext();
+    if (!current)
+    {
+        sTrace.Trace("Damnit");
+        throw BadArgument("no current context");
+    }
+    boost::shared_ptr<U_Context> context = current->lock();
+    if (!context)
+        throw BadArgument("current context is gone");
+    return context;
+}
+
+bool U_Context::HasCurrent()
+{
+    const boost::weak_ptr<U_Context>* const current = ThreadContext();
+    return current && !current->expired();
+}
+
+U_ContextSetter::U_ContextSetter() : U_ContextSetter(nullptr) {}
+
+U_ContextSetter::U_ContextSetter(const boost::shared_ptr<U_Context>& context)
+    : mContext(context ? context : U_Context::GetCurrent())
+{
+    mContext->Activate();
+}
+
+U_ContextSetter::~U_ContextSetter()
+{
+    GuardedNoexcept([&] { mContext->Deactivate(); });
+}
+
+U_WeakContextSetter::U_WeakContextSetter(const boost::shared_ptr<U_Context>& context)
+{
+    if (!context || U_Context::HasCurrent())
+        return;
+    mContext = context;
+    context->Activate();
+}
+
+U_WeakContextSetter::~U_WeakContextSetter()
+{
+    if (const boost::shared_ptr<U_Context> context = mContext.lock())
+        GuardedNoexcept([&] { context->Deactivate(); });
+}
