@@ -3,15 +3,8 @@
 // The default hooks call the operating system. A host may replace them; there is no other way
 // from this code to the platform.
 //
-//     hollin::SetDefaultEncoding(&hollin::kEncodingUTF8);
-//     try
-//     {
-//         hollin::ZString text("Gr\xC3\xBC\xC3\x9F" "e");
-//     }
-//     catch (const hollin::VoErrException& failure)
-//     {
-//         std::printf("conversion failed: %d\n", failure.mCode);
-//     }
+//     if (hollin::ConversionHooksAreDefault())
+//         hollin::SetDefaultEncoding(&hollin::kEncodingUTF8);
 //
 // Thread safety: hooks and the default encoding are set before the first text is made, while
 // no other thread is in the dictionary code.
@@ -32,8 +25,8 @@ const std::uint32_t kEncodingUTF8 = 1;
 // Sets the encoding that replaces a null pointer, null at first. Not owned.
 void SetDefaultEncoding(TextEncoding encoding);
 
-// Thrown by value for every failure of the dictionary code but a failed allocation. Derives
-// from nothing. The code is four characters, or the result of a replaced hook.
+// Thrown by value for a buffer that is too small, a bad parameter and a failed conversion.
+// Derives from nothing. The code is four characters, or the result of a replaced hook.
 class VoErrException
 {
 public:

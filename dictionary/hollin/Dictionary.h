@@ -1,9 +1,9 @@
 // A dictionary: texts in UTF-16 by keys, which are runs of bytes.
 //
+//     const std::string image = "\"$$$/Host/Greeting=Hallo\"\n"; // or the bytes of a file
 //     hollin::Dictionary dictionary;
-//     dictionary.LoadFromStream(stream);
-//     if (!dictionary.IsGood())
-//         std::fputs("the image is damaged\n", stderr);
+//     dictionary.LoadFromMemory(reinterpret_cast<const unsigned char*>(image.data()),
+//                               static_cast<std::int32_t>(image.size()), true);
 //     const hollin::ZString text = dictionary.GetString("$$$/Host/Greeting=Hello");
 //
 // A dictionary uses one of two stores:
@@ -180,9 +180,11 @@ public:
     //   can't be found in an image.
     //
     // Returns: the bytes written, or 0 if the stream fails.
-    // Throws: VoErrException with "PARM", before anything is written, for a hash store with a
-    // run longer than kLongestRun. A flat store writes a line to standard error for any
-    // exception, and returns 0.
+    //
+    // Failures:
+    // - A hash store throws VoErrException with "PARM" for a run longer than kLongestRun, before
+    //   anything is written, and does not catch exceptions of the stream.
+    // - A flat store catches every exception, writes a line to standard error and returns 0.
     std::size_t Serialize(std::ostream& stream, SerializeMode mode, TextEncoding encoding,
                           int byteOrder, std::uint32_t base) const;
 

@@ -1,8 +1,9 @@
 // Checks an image without loading it: its figures, and the first damage.
 //
-//     const hollin::ImageReport report = hollin::CheckImage(bytes, size);
-//     if (report.mDamaged)
-//         std::puts(report.mSentence.c_str());
+//     const std::string image = "key=value\n"; // or the bytes of a file
+//     const hollin::ImageReport report = hollin::CheckImage(
+//         reinterpret_cast<const unsigned char*>(image.data()), image.size());
+//     const std::string result = report.mDamaged ? report.mSentence : "no damage";
 //
 // An image is damaged if a load from memory into an empty hash dictionary finds damage. Faults
 // that depend on the dictionary are found by loads only: a line too long for a flat store, and

@@ -1,12 +1,12 @@
 // Reads the text form of a dictionary line by line, for programs that report which line has a
 // text and which line is wrong. Loads read the lines in the same way.
 //
-//     hollin::TextFormReader reader(bytes, size);
+//     const std::string text = "key=value\n$=x\n";
+//     hollin::TextFormReader reader(reinterpret_cast<const unsigned char*>(text.data()),
+//                                   text.size());
+//     std::string problems;
 //     for (hollin::TextLine line; reader.Next(&line);)
-//     {
-//         if (line.mProblem)
-//             std::printf("line %llu: %s\n", line.mNumber + 0ull, line.mProblem);
-//     }
+//         problems += line.mProblem ? std::to_string(line.mNumber) + line.mProblem : "";
 //
 // Thread safety: one thread at a time uses a reader.
 
