@@ -3,9 +3,8 @@
 
 Usage: make_catalogue.py FOLDER
 
-texts.txt is for zdict, catalogue.po for msgfmt and root.txt for genrb. The
-texts come from a fixed seed: 20,000 keys of names as people give them, and German texts of
-two to nine words.
+texts.txt is for zdict, catalogue.po for msgfmt and root.txt for genrb. A fixed seed selects
+20,000 keys of ordinary names, and German texts of two to nine words.
 """
 
 import pathlib

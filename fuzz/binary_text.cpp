@@ -1,5 +1,5 @@
-// Binary data as text: bytes come back from their digits, and any text gives the
-// bytes of its pairs.
+// Binary data as text: the digits of bytes are read back as the same bytes, and any text is
+// read as the bytes of its pairs of characters.
 
 #include <algorithm>
 #include <cstdint>

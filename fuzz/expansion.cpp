@@ -1,5 +1,5 @@
-// The expansion of default texts: it never lengthens a text, and leaves one
-// without notations as it is.
+// The expansion of default texts never lengthens a text, and does not change a text without
+// notations.
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
-// The JSON reader, over units as they come and over UTF-8 text. A tree of which
-// all can be written is written the same after it was read back.
+// Reads JSON from arbitrary units and from UTF-8 text. A tree that JSON can represent is
+// written, read and written again with the same result.
 
 #include <cmath>
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace
 {
-// The tree of what was read before a literal or the depth ended it.
+// Returns the tree that was read before the end, a wrong literal or the depth limit.
 U_AnyTree Read(const U_UTF16String& json)
 {
     U_AnyTree tree;
@@ -28,7 +28,7 @@ U_AnyTree Read(const U_UTF16String& json)
     return tree;
 }
 
-// What else a tree is asked for. Paths have a limit, too.
+// Calls further operations of a tree. The length of paths has a limit.
 void Use(const U_AnyTree& tree)
 {
     U_AnyTreeWrapper(tree).GetAs_Str();
@@ -46,14 +46,14 @@ U_UTF16String Written(const U_AnyTree& tree)
     return U_AnyTreeWrapper(tree).GetAs_JSON();
 }
 
-// Infinite ones are no JSON, and one that rounds to "-0" is read as the integer 0.
+// JSON has no infinite numbers. A number that rounds to "-0" is read as the integer 0.
 bool IsWritable(double value)
 {
     return std::isfinite(value) && (value >= 0 || U_Any(value).GetAs_Str().size() > 2);
 }
 
-// Whether JSON has room for all of it: no empty trees, no elements among members,
-// no odd numbers.
+// Returns whether JSON can represent the tree: no empty trees, no elements among members,
+// writable numbers only.
 bool IsWritable(const U_AnyTree& tree)
 {
     for (const auto& [key, child] : tree)

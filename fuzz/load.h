@@ -1,4 +1,4 @@
-// What the loader targets share.
+// Helpers of the loader targets.
 
 #ifndef FUZZ_LOAD_H
 #define FUZZ_LOAD_H
@@ -8,12 +8,10 @@
 #include <string>
 
 #include <hollin/Dictionary.h>
-#include <hollin/VoErrException.h>
 
 #include "require.h"
 
-// Visits all that was loaded, and writes it: whatever a damaged image left must
-// be sound.
+// Visits and writes all entries, which must be valid also after a damaged image.
 inline void Use(hollin::Dictionary& dictionary)
 {
     dictionary.GetLanguage();
@@ -38,7 +36,7 @@ inline void Use(hollin::Dictionary& dictionary)
     dictionary.Serialize(written, hollin::Dictionary::kText, nullptr, 1, 0);
 }
 
-// Calls body and lets pass what a load may throw: text that can't be converted.
+// Calls body, and ignores the exception of a text that can't be converted.
 template <class Body> void Load(Body body)
 {
     try

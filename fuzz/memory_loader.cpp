@@ -1,5 +1,5 @@
-// Images of any form in memory, over an empty dictionary and over one that is
-// loaded already. What the check finds sound must load, and the other way round.
+// Loads images of any form from memory into an empty dictionary and into a loaded one. The
+// check and the load into the empty dictionary must agree about damage.
 
 #include "load.h"
 

@@ -1,4 +1,4 @@
-// What all targets share.
+// The check of all targets.
 
 #ifndef FUZZ_REQUIRE_H
 #define FUZZ_REQUIRE_H

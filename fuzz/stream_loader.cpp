@@ -1,4 +1,4 @@
-// Images of any form from a stream.
+// Loads images of any form from a stream.
 
 #include "load.h"
 

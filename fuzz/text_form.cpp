@@ -1,4 +1,4 @@
-// The text form: what was read and is written as an image reads back the same.
+// Reads the text form, writes it as an image and reads the image: the texts are the same.
 
 #include "load.h"
 

@@ -1,5 +1,5 @@
-// Entities undone, and text escaped: what is escaped holds no mark of XML and
-// comes back, but for what is illegal.
+// Replaces entities, and escapes text. Escaped text holds no mark of XML, and is restored
+// without its illegal characters.
 
 #include <algorithm>
 #include <cstdint>

@@ -6,10 +6,10 @@
 #include <limits>
 #include <memory>
 
+#include <platform/base/code_units.h>
 #include <win32/text.h>
 
-#include "hollin/VoErrException.h"
-#include "hollin_private/Hooks.h"
+#include "hollin_private/Conversion.h"
 
 namespace hollin
 {
@@ -23,13 +23,13 @@ unsigned int CodePageOf(TextEncoding encoding)
     return isUTF8 ? win32::kCodePageUTF8 : win32::kCodePageActive;
 }
 
-// Lengths and capacities as the system takes them.
+// Lengths and capacities are ints for the system.
 int ToInt(std::uint32_t length)
 {
     return static_cast<int>(std::min(length, kLongestSource));
 }
 
-// What a call that gave 0 failed of.
+// Returns the code of a conversion that failed.
 std::int32_t CodeOfLastError()
 {
     return win32::GetLastError() == win32::kErrorInsufficientBuffer
@@ -37,7 +37,7 @@ std::int32_t CodeOfLastError()
                : VoErrException::kConversionRefused;
 }
 
-// A capacity of 0 would only count.
+// The system takes a capacity of 0 for a request to count.
 std::int32_t CheckConversion(std::uint32_t length, std::uint32_t capacity)
 {
     if (length > kLongestSource)
@@ -85,16 +85,14 @@ std::int32_t DefaultCountBytes(const std::uint16_t* units, std::uint32_t length,
     return needed ? 0 : VoErrException::kConversionRefused;
 }
 
-// The size of the whole characters among the first capacity bytes. There are
-// more bytes than that.
-std::uint32_t WholeCharacters(const char* bytes, std::uint32_t capacity, unsigned int codePage)
+// Returns the size of the whole characters among the first `capacity` bytes.
+//
+// REQUIRES: capacity < length.
+std::uint32_t WholeCharacters(const char* bytes, std::uint32_t length, std::uint32_t capacity,
+                              unsigned int codePage)
 {
     if (codePage == win32::kCodePageUTF8 || win32::GetACP() == win32::kCodePageUTF8)
-    {
-        while (capacity && (bytes[capacity] & 0xC0) == 0x80)
-            --capacity;
-        return capacity;
-    }
+        return static_cast<std::uint32_t>(platform::CutUTF8(bytes, length, capacity));
     std::uint32_t size = 0;
     while (size < capacity)
     {
@@ -107,9 +105,10 @@ std::uint32_t WholeCharacters(const char* bytes, std::uint32_t capacity, unsigne
     return size;
 }
 
-// The system fills a destination that is too small with whole characters, but
-// doesn't tell how far, so the whole text is converted and its start taken. 0 if
-// it can't be.
+// Stores the start of the text, and returns its size, or 0 if the text can't be converted.
+//
+// The whole text is converted: the system fills a short buffer with whole characters, but does
+// not return their size.
 std::uint32_t ToBytesThatFit(const std::uint16_t* units, int length, char* bytes,
                              std::uint32_t capacity, unsigned int codePage)
 {
@@ -122,7 +121,8 @@ std::uint32_t ToBytesThatFit(const std::uint16_t* units, int length, char* bytes
                                                    nullptr, nullptr);
     if (written <= ToInt(capacity))
         return 0;
-    const std::uint32_t size = WholeCharacters(whole.get(), capacity, codePage);
+    const std::uint32_t size =
+        WholeCharacters(whole.get(), static_cast<std::uint32_t>(written), capacity, codePage);
     std::memcpy(bytes, whole.get(), size);
     return size;
 }
@@ -157,9 +157,28 @@ std::int32_t DefaultCompare(const std::uint16_t* left, std::uint32_t leftLength,
     return static_cast<std::int32_t>(leftLength) - static_cast<std::int32_t>(rightLength);
 }
 
-// Written while no other thread is in the dictionary code.
-hollin_private::Hooks sHooks = {DefaultCountUnits, DefaultToUnits, DefaultCountBytes,
-                                DefaultToBytes,    DefaultCompare, nullptr};
+// The hooks in force. Written while no other thread is in the dictionary code.
+struct Hooks
+{
+    CountUnitsHook mCountUnits = DefaultCountUnits;
+    ToUnitsHook mToUnits = DefaultToUnits;
+    CountBytesHook mCountBytes = DefaultCountBytes;
+    ToBytesHook mToBytes = DefaultToBytes;
+    CompareHook mCompare = DefaultCompare;
+    TextEncoding mDefaultEncoding = nullptr;
+};
+Hooks sHooks;
+
+TextEncoding OrDefault(TextEncoding encoding)
+{
+    return encoding ? encoding : sHooks.mDefaultEncoding;
+}
+
+void ThrowIfFailed(std::int32_t code)
+{
+    if (code)
+        throw VoErrException(code);
+}
 } // namespace
 
 void SetConversionHooks(CountUnitsHook countUnits, ToUnitsHook toUnits, CountBytesHook countBytes,
@@ -188,7 +207,49 @@ void SetDefaultEncoding(TextEncoding encoding)
 }
 } // namespace hollin
 
-const hollin_private::Hooks& hollin_private::InstalledHooks()
+namespace hollin_private
 {
-    return hollin::sHooks;
+using hollin::OrDefault;
+using hollin::sHooks;
+using hollin::ThrowIfFailed;
+
+UnitBuffer ToUnits(const char* bytes, std::uint32_t length, hollin::TextEncoding encoding)
+{
+    UnitBuffer units;
+    if (!length)
+        return units;
+    encoding = OrDefault(encoding);
+    std::uint32_t count = 0;
+    ThrowIfFailed(sHooks.mCountUnits(bytes, length, &count, encoding));
+    units.resize(count, boost::container::default_init);
+    ThrowIfFailed(sHooks.mToUnits(bytes, length, units.data(), count, encoding));
+    return units;
 }
+
+std::uint32_t CountBytes(const std::uint16_t* units, std::uint32_t length,
+                         hollin::TextEncoding encoding)
+{
+    std::uint32_t count = 0;
+    encoding = OrDefault(encoding);
+    ThrowIfFailed(sHooks.mCountBytes(units, length, &count, encoding));
+    return count;
+}
+
+std::uint32_t ToBytes(const std::uint16_t* units, std::uint32_t length, char* bytes,
+                      std::uint32_t capacity, hollin::TextEncoding encoding, bool* fits)
+{
+    std::uint32_t size = 0;
+    encoding = OrDefault(encoding);
+    const std::int32_t result = sHooks.mToBytes(units, length, bytes, capacity, &size, encoding);
+    *fits = result != hollin::VoErrException::kBufferTooSmall;
+    if (*fits)
+        ThrowIfFailed(result);
+    return std::min(size, capacity);
+}
+
+std::int32_t CompareUnits(const std::uint16_t* left, std::uint32_t leftLength,
+                          const std::uint16_t* right, std::uint32_t rightLength)
+{
+    return sHooks.mCompare(left, leftLength, right, rightLength);
+}
+} // namespace hollin_private

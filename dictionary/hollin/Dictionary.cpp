@@ -2,16 +2,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iostream>
 #include <limits>
 #include <utility>
 #include <vector>
 
-#include "hollin/VoErrException.h"
 #include "hollin_private/Conversion.h"
-#include "hollin_private/DictionaryEntry.h"
 #include "hollin_private/DictionaryImpl.h"
 #include "hollin_private/Expansion.h"
-#include "hollin_private/ZStringLiteral.h"
+#include "hollin_private/ImageCursor.h"
+#include "hollin_private/ImageLoader.h"
+#include "hollin_private/ImageWriter.h"
 
 namespace hollin
 {
@@ -21,12 +22,40 @@ using hollin_private::DictionaryEntry;
 using hollin_private::DictionaryImpl;
 using hollin_private::FastArray;
 using hollin_private::kUnitSize;
-using hollin_private::ParseZString;
-using hollin_private::StoredFormOf;
-using hollin_private::ZStringLiteral;
+using hollin_private::RunOfUnits;
 
 namespace
 {
+// The parts of a literal such as "$$$/QX/Greeting=Hello". They point into it.
+struct ZStringLiteral
+{
+    ByteRun mKey;                       // up to the first "="
+    const char* mDefaultText = nullptr; // null-terminated; empty if there is none
+};
+
+// Returns false for null, for the empty text, and for a text that begins with "$" but not
+// with "$$$".
+bool ParseZString(const char* text, ZStringLiteral* literal)
+{
+    static const char kPrefix[] = "$$$";
+    const std::size_t prefixLength = sizeof kPrefix - 1;
+    if (!text || !*text)
+        return false;
+    if (*text == '$')
+    {
+        if (std::strncmp(text, kPrefix, prefixLength) != 0)
+            return false;
+        text += prefixLength;
+    }
+    const std::size_t keyLength = std::strcspn(text, "=");
+    if (keyLength > std::numeric_limits<std::uint32_t>::max())
+        return false;
+    literal->mKey = ByteRun{reinterpret_cast<const unsigned char*>(text),
+                            static_cast<std::uint32_t>(keyLength)};
+    literal->mDefaultText = text + keyLength + (text[keyLength] ? 1 : 0);
+    return true;
+}
+
 ZString ExpandDefaultText(const char* text, TextEncoding encoding)
 {
     const std::size_t length = std::strlen(text);
@@ -38,14 +67,14 @@ ZString ExpandDefaultText(const char* text, TextEncoding encoding)
     return ZString(units.data(), static_cast<std::uint32_t>(count));
 }
 
-// What a look-up goes on in when a dictionary has nothing; null if there is none.
+// Returns the default dictionary, or null if there is none or it is this dictionary.
 const DictionaryImpl* FallbackOf(const DictionaryImpl& dictionary)
 {
     const DictionaryImpl* fallback = DefaultDictionary();
     return fallback == &dictionary ? nullptr : fallback;
 }
 
-// The identifier of a literal's key in a flat store, or kNoId.
+// Returns the identifier of a literal's key in a flat store, or kNoId.
 std::uint32_t FindId(const DictionaryImpl& dictionary, const char* key)
 {
     ZStringLiteral literal;
@@ -56,7 +85,7 @@ std::uint32_t FindId(const DictionaryImpl& dictionary, const char* key)
 
 typedef std::uint32_t (FastArray::*Adder)(const ByteRun&, const ByteRun&, const ByteRun*);
 
-// Adds to a flat store under a literal's key. Lengths are in bytes. Returns the
+// Adds an entry with a literal's key to a flat store. Lengths are in bytes. Returns the
 // identifier, or kNoId.
 std::uint32_t AddTo(const DictionaryImpl& dictionary, Adder add, const char* key,
                     const std::uint16_t* value, std::uint32_t valueLength,
@@ -65,18 +94,36 @@ std::uint32_t AddTo(const DictionaryImpl& dictionary, Adder add, const char* key
     ZStringLiteral literal;
     if (!dictionary.IsFlat() || !ParseZString(key, &literal) || (!value && valueLength))
         return kNoId;
-    const ByteRun storedComment = StoredFormOf(comment, commentLength);
-    return ((*dictionary.mFastArray).*add)(literal.mKey, StoredFormOf(value, valueLength),
+    const ByteRun storedComment = RunOfUnits(comment, commentLength);
+    return ((*dictionary.mFastArray).*add)(literal.mKey, RunOfUnits(value, valueLength),
                                            comment ? &storedComment : nullptr);
 }
 
-int GiveRawString(const std::uint16_t* found, std::uint32_t count, const std::uint16_t** units,
-                  std::uint32_t* length)
+int ReturnRawString(const std::uint16_t* found, std::uint32_t count, const std::uint16_t** units,
+                    std::uint32_t* length)
 {
     static const std::uint16_t kEmpty = 0;
     *units = found ? found : &kEmpty;
     *length = count;
     return 1;
+}
+
+std::size_t Write(const hollin_private::DictionaryImpl& dictionary, Dictionary::SerializeMode mode,
+                  const hollin_private::ImageOptions& options, std::ostream& stream)
+{
+    switch (mode)
+    {
+    case Dictionary::kBinary:
+    case Dictionary::kBinaryWithoutKeys:
+        return hollin_private::WriteImage(dictionary, options, stream);
+    case Dictionary::kTextOfHash:
+        if (dictionary.IsFlat())
+            return hollin_private::WriteByteOrderMark(stream);
+        return hollin_private::WriteText(dictionary, stream);
+    case Dictionary::kText:
+        return hollin_private::WriteText(dictionary, stream);
+    }
+    return 0;
 }
 
 typedef std::pair<std::uint32_t, std::unique_ptr<Dictionary>> RegisteredDictionary;
@@ -153,7 +200,7 @@ int Dictionary::GetRawString(const char* key, const std::uint16_t** units,
     if (!ParseZString(key, &literal))
         return 0;
     const DictionaryEntry* entry = mImpl->FindEntry(literal.mKey);
-    return entry ? GiveRawString(entry->mValue.Data(), entry->mValue.Length(), units, length) : 0;
+    return entry ? ReturnRawString(entry->mValue.Data(), entry->mValue.Length(), units, length) : 0;
 }
 
 int Dictionary::GetRawStringById(std::uint32_t id, const std::uint16_t** units,
@@ -164,9 +211,9 @@ int Dictionary::GetRawStringById(std::uint32_t id, const std::uint16_t** units,
     const FastArray& store = *mImpl->mFastArray;
     if (!mImpl->IsFlat() || !store.IsLive(id))
         return 0;
-    const ByteRun value = store.Value(id); // at an even address: images are checked for that
-    return GiveRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
-                         value.mLength / kUnitSize, units, length);
+    const ByteRun value = store.Value(id); // aligned: a load checks the offsets for it
+    return ReturnRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
+                           value.mLength / kUnitSize, units, length);
 }
 
 ZString Dictionary::GetComment(const char* key) const
@@ -179,7 +226,7 @@ ZString Dictionary::GetCommentById(std::uint32_t id) const
     if (!mImpl->IsFlat())
         return ZString();
     const ByteRun comment = mImpl->mFastArray->Comment(id);
-    return ZString::FromStored(comment.mBytes, comment.mLength);
+    return ZString::FromUTF16Bytes(comment.mBytes, comment.mLength);
 }
 
 std::uint32_t Dictionary::SetString(const char* key, const std::uint16_t* value,
@@ -224,7 +271,7 @@ bool Dictionary::NextId(std::uint32_t* id)
     bool found = false;
     if (mImpl->IsFlat())
     {
-        // The first slot is given even if it is removed.
+        // The first slot is returned even if it is removed.
         const FastArray& store = *mImpl->mFastArray;
         while (next > 0 && next < store.TotalIds() && !store.IsLive(next))
             ++next;
@@ -267,9 +314,45 @@ ZString Dictionary::CurrentText() const
     return mImpl->CurrentText();
 }
 
+void Dictionary::LoadFromMemory(const unsigned char* bytes, std::int32_t size, bool copyKeys)
+{
+    const std::size_t known = size > 0 ? static_cast<std::size_t>(size) : 0;
+    hollin_private::LoadImageFromMemory(*mImpl, bytes, known, copyKeys);
+}
+
+void Dictionary::LoadFromStream(std::istream& stream)
+{
+    hollin_private::LoadImageFromStream(*mImpl, stream);
+}
+
 bool Dictionary::IsGood() const
 {
     return mImpl->mGood;
+}
+
+std::size_t Dictionary::Serialize(std::ostream& stream, SerializeMode mode, TextEncoding,
+                                  int byteOrder, std::uint32_t base) const
+{
+    hollin_private::ImageOptions options;
+    options.mBigEndian = hollin_private::NeedsSwap(byteOrder == 0);
+    options.mBase = base;
+    options.mWithoutKeys = mode == kBinaryWithoutKeys;
+    if (!mImpl->IsFlat())
+        return Write(*mImpl, mode, options, stream);
+    try
+    {
+        return Write(*mImpl, mode, options, stream);
+    }
+    catch (...)
+    {
+        std::cerr << "Serialize2: Caught exception" << std::endl;
+        return 0;
+    }
+}
+
+std::size_t Dictionary::Serialize(std::ostream& stream, bool binary, TextEncoding encoding) const
+{
+    return Serialize(stream, binary ? kBinary : kText, encoding, 1, 0);
 }
 
 Dictionary& Dictionary::ForDomain(std::uint32_t domain)

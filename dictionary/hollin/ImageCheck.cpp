@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <vector>
 
-#include "hollin/TextLines.h"
-#include "hollin/VoErrException.h"
+#include "hollin/ConversionHooks.h"
+#include "hollin/TextFormReader.h"
+#include "hollin_private/ByteRun.h"
 #include "hollin_private/Conversion.h"
 #include "hollin_private/DictionaryReader.h"
-#include "hollin_private/FlatImage.h"
-#include "hollin_private/KeyHash.h"
+#include "hollin_private/FlatImageView.h"
 #include "hollin_private/LegacyImage.h"
 
 namespace hollin
@@ -17,22 +17,23 @@ namespace
 {
 using namespace hollin_private;
 
-void Tell(const std::string& place, const char* field, const char* problem, ImageReport& report)
+void SetDamage(const std::string& location, const char* field, const char* problem,
+               ImageReport& report)
 {
     report.mDamaged = true;
     report.mField = field;
     report.mProblem = problem;
-    report.mSentence = place + ", " + field + ": " + problem + ".";
+    report.mSentence = location + ", " + field + ": " + problem + ".";
 }
 
-void TellDamage(const Damage& damage, ImageReport& report)
+void ReportDamage(const Damage& damage, ImageReport& report)
 {
     report.mOffset = damage.mOffset;
-    Tell("Byte " + std::to_string(damage.mOffset), damage.mField, damage.mProblem, report);
+    SetDamage("Byte " + std::to_string(damage.mOffset), damage.mField, damage.mProblem, report);
 }
 
-// Live keys that the file's buckets don't lead to.
-std::uint64_t CountAstray(const FlatImage& image)
+// Counts live keys that are not in their own bucket of the file.
+std::uint64_t CountUnreachable(const FlatImageView& image)
 {
     std::vector<bool> found(image.mKeyed ? image.mCount : 0);
     std::size_t next = 0;
@@ -46,15 +47,15 @@ std::uint64_t CountAstray(const FlatImage& image)
                 found[id] = true;
         }
     }
-    std::uint64_t astray = 0;
+    std::uint64_t unreachable = 0;
     for (std::size_t id = 0; id < found.size(); ++id)
-        astray += !found[id] && image.mKeys.mLengths[id] != 0;
-    return astray;
+        unreachable += !found[id] && image.mKeys.mLengths[id] != 0;
+    return unreachable;
 }
 
 void CheckFlat(ImageCursor& cursor, ImageReport& report)
 {
-    const FlatImage image = ReadFlatImage(cursor);
+    const FlatImageView image = ReadFlatImage(cursor);
     if (image.mLocale.mBytes)
         report.mLocale.assign(reinterpret_cast<const char*>(image.mLocale.mBytes),
                               image.mLocale.mLength);
@@ -72,11 +73,11 @@ void CheckFlat(ImageCursor& cursor, ImageReport& report)
         report.mLongestBucket = std::max(report.mLongestBucket, image.mBucketSizes[i]);
     if (!cursor.Sound())
         return;
-    report.mAstray = CountAstray(image);
+    report.mUnreachable = CountUnreachable(image);
     report.mTrailing = cursor.Remaining();
 }
 
-// Values in an encoding of their own are converted on loading.
+// A load converts values that have an encoding.
 void CheckConversion(const LegacyEntry& entry, std::uint32_t textFlag, ImageCursor& cursor)
 {
     if (!textFlag)
@@ -88,7 +89,7 @@ void CheckConversion(const LegacyEntry& entry, std::uint32_t textFlag, ImageCurs
     }
     catch (const VoErrException&)
     {
-        cursor.Spoil(entry.mValue.mBytes, "value", "the system can't convert it");
+        cursor.SetDamaged(entry.mValue.mBytes, "value", "the system can't convert it");
     }
 }
 
@@ -105,7 +106,7 @@ void CheckLegacy(ImageCursor& cursor, const ImageHeader& header, ImageReport& re
         report.mLongestBucket = std::max(report.mLongestBucket, inBucket);
         report.mKeyBytes += entry.mKey.mLength;
         report.mValueBytes += entry.mValue.mLength;
-        report.mAstray += HashKey(entry.mKey, kBucketCount) != entry.mBucket;
+        report.mUnreachable += HashKey(entry.mKey, kBucketCount) != entry.mBucket;
         CheckConversion(entry, header.mTextFlag, cursor);
     }
     report.mLive = report.mSlots;
@@ -130,10 +131,10 @@ void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& repo
         CheckLegacy(cursor, header, report);
         break;
     case ImageLayout::kUnknownVersion:
-        cursor.Spoil(kImageMagicLength, "version", "it is unknown");
+        cursor.SetDamaged(kImageMagicLength, "version", "it is unknown");
     }
     if (!cursor.Sound())
-        TellDamage(cursor.FirstDamage(), report);
+        ReportDamage(cursor.FirstDamage(), report);
 }
 
 ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
@@ -153,7 +154,7 @@ ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
 void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report)
 {
     report.mCoding = CodingOf(bytes, size);
-    TextLines lines(bytes, size);
+    TextFormReader lines(bytes, size);
     for (TextLine line; lines.Next(&line);)
     {
         ++report.mSlots;
@@ -161,7 +162,7 @@ void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report
         if (!line.mProblem || report.mDamaged)
             continue;
         report.mLine = line.mNumber;
-        Tell("Line " + std::to_string(line.mNumber), line.mField, line.mProblem, report);
+        SetDamage("Line " + std::to_string(line.mNumber), line.mField, line.mProblem, report);
     }
 }
 } // namespace
@@ -170,7 +171,7 @@ ImageReport CheckImage(const unsigned char* bytes, std::size_t size)
 {
     ImageReport report;
     if (!bytes || !size)
-        TellDamage({0, "image", "it is empty"}, report);
+        ReportDamage({0, "image", "it is empty"}, report);
     else if (IsBinaryImage(bytes, size))
         CheckBinary(bytes, size, report);
     else

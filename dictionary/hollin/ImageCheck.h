@@ -1,9 +1,15 @@
-// Looks an image over without loading it: what it holds, and where it is damaged.
+// Checks an image without loading it: its figures, and the first damage.
 //
-// It finds damaged what loads into an empty hash dictionary do. What depends on
-// the dictionary only a load can tell: a line too long for a flat store, and a
-// base that doesn't fit what is there. A line of nothing but a byte-order mark
-// counts as an entry, as in a load from memory. Any thread may call it.
+//     const std::string image = "key=value\n"; // or the bytes of a file
+//     const hollin::ImageReport report = hollin::CheckImage(
+//         reinterpret_cast<const unsigned char*>(image.data()), image.size());
+//     const std::string result = report.mDamaged ? report.mSentence : "no damage";
+//
+// An image is damaged if a load from memory into an empty hash dictionary finds damage. Faults
+// that depend on the dictionary are found by loads only: a line too long for a flat store, and
+// a base that does not fit the entries of the dictionary.
+//
+// Thread safety: any thread may call CheckImage.
 
 #ifndef HOLLIN_IMAGE_CHECK_H
 #define HOLLIN_IMAGE_CHECK_H
@@ -14,7 +20,7 @@
 
 namespace hollin
 {
-// What doesn't apply to a form, or stands behind the damage, is 0 or empty.
+// A field is 0 or empty if the form does not have it, or if it is after the damage.
 struct ImageReport
 {
     enum Form
@@ -24,10 +30,12 @@ struct ImageReport
     };
     Form mForm = kText;
 
-    // Of a text its lines that aren't empty, of an image its entries. Slots count
-    // removed entries too, and lines that can't be read. Live entries are counted,
-    // whatever the image tells, which is no damage; without keys it alone knows.
+    // The lines of a text that aren't empty, or the slots of an image. Removed entries and
+    // lines that can't be read are included.
     std::uint64_t mSlots = 0;
+
+    // Counted, apart from an image without keys, whose own count is the only source. A wrong
+    // count in an image is not damage.
     std::uint64_t mLive = 0;
 
     // The text form
@@ -42,37 +50,43 @@ struct ImageReport
     // The binary form
     std::uint8_t mMajor = 0;
     std::uint8_t mMinor = 0;
-    std::uint8_t mTextFlag = 0; // of version 1: the values' encoding; 0 is UTF-16
+    std::uint8_t mTextFlag = 0; // of version 1: the encoding of the values; 0 is UTF-16
     bool mBigEndian = false;
     bool mKeyed = false;
-    std::uint32_t mBase = 0; // not 0 if it continues another file
+    std::uint32_t mBase = 0; // not 0 if the image continues another image
     std::string mLocale;
-    std::uint32_t mBuckets = 0;       // those that aren't empty
+    std::uint32_t mBuckets = 0;       // that aren't empty
     std::uint32_t mLongestBucket = 0; // in entries
     std::uint32_t mComments = 0;
-    std::uint32_t mLoneCommentId = 0; // of one comment, whose it is: a dictionary gives it for all
-    std::uint64_t mKeyBytes = 0;      // sizes of the pools; of version 1, of all keys
+
+    // The identifier of the only comment's entry. A dictionary returns that comment for every
+    // entry.
+    std::uint32_t mLoneCommentId = 0;
+
+    std::uint64_t mKeyBytes = 0; // of the pool; of version 1, of all keys
     std::uint64_t mValueBytes = 0;
     std::uint64_t mCommentBytes = 0;
 
-    // Entries that no look-up finds, as their key is in a bucket that isn't its
-    // own, or in none. That is no damage.
-    std::uint64_t mAstray = 0;
+    // Entries whose keys are in a wrong bucket or in none, so that no look-up finds them. They
+    // are not damage.
+    std::uint64_t mUnreachable = 0;
 
-    // Of version 2, the bytes behind the end of what it holds. No damage either.
+    // Bytes after the content of an image of version 2. They are not damage.
     std::uint64_t mTrailing = 0;
 
     // The first damage
     bool mDamaged = false;
-    std::uint64_t mOffset = 0; // of an image: where, in bytes
-    std::uint64_t mLine = 0;   // of a text: where, from 1
-    std::string mField;        // what is damaged, as in "value offsets"
-    std::string mProblem;      // what is wrong with it, a clause in English
-    std::string mSentence;     // both, with the place
+    std::uint64_t mOffset = 0; // in an image, in bytes
+    std::uint64_t mLine = 0;   // in a text, from 1
+    std::string mField;        // the damaged field, as "value offsets"
+    std::string mProblem;      // a clause in English
+    std::string mSentence;     // location, field and problem
 };
 
-// size is in bytes; bytes may be null if it is 0. An empty image is damaged, as
-// is one of an unknown version, and a text that the system can't convert.
+// `size` is in bytes. `bytes` may be null if `size` is 0.
+//
+// An empty image, one of an unknown version and a text that the system can't convert are
+// damaged. A line of only a byte-order mark is an entry, as in a load from memory.
 ImageReport CheckImage(const unsigned char* bytes, std::size_t size);
 } // namespace hollin
 

@@ -7,9 +7,11 @@
 #include <limits>
 #include <utility>
 
+#include <platform/base/code_units.h>
+
+#include "hollin/ConversionHooks.h"
 #include "hollin/Dictionary.h"
-#include "hollin/VoErrException.h"
-#include "hollin_private/ByteRunValue.h"
+#include "hollin_private/ByteRun.h"
 #include "hollin_private/Conversion.h"
 
 namespace hollin
@@ -27,16 +29,6 @@ std::uint32_t LengthOf(const char* text)
     if (length > std::numeric_limits<std::uint32_t>::max())
         throw VoErrException(VoErrException::kBadParameter);
     return static_cast<std::uint32_t>(length);
-}
-
-bool IsHighSurrogate(std::uint16_t unit)
-{
-    return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsLowSurrogate(std::uint16_t unit)
-{
-    return (unit & 0xFC00) == 0xDC00;
 }
 } // namespace
 
@@ -73,7 +65,7 @@ ZString ZString::FromNumber(std::int32_t number)
     return ZString(units, static_cast<std::uint32_t>(end - digits));
 }
 
-ZString ZString::FromStored(const void* bytes, std::uint32_t length)
+ZString ZString::FromUTF16Bytes(const void* bytes, std::uint32_t length)
 {
     const std::uint32_t whole = length & ~1u;
     if (!whole)
@@ -90,7 +82,7 @@ void ZString::Assign(const std::uint16_t* units, std::size_t count)
 {
     if (count > std::numeric_limits<std::uint32_t>::max() / sizeof(std::uint16_t))
         throw VoErrException(VoErrException::kBadParameter);
-    *this = FromStored(units, static_cast<std::uint32_t>(count * sizeof(std::uint16_t)));
+    *this = FromUTF16Bytes(units, static_cast<std::uint32_t>(count * sizeof(std::uint16_t)));
 }
 
 std::uint32_t ZString::Length() const
@@ -110,8 +102,8 @@ void ZString::CopyTo(std::uint16_t* units, std::uint32_t size, bool throwIfShort
     if (units && size)
     {
         std::uint32_t count = std::min(length, size - 1);
-        if (count && count < length && IsHighSurrogate(text[count - 1]) &&
-            IsLowSurrogate(text[count]))
+        if (count && count < length && platform::IsHighSurrogate(text[count - 1]) &&
+            platform::IsLowSurrogate(text[count]))
             --count;
         std::copy_n(text, count, units);
         units[count] = 0;
@@ -130,7 +122,7 @@ void ZString::ToMultibyte(char* bytes, std::uint32_t size, bool throwIfShort,
     bool fits = false;
     if (size)
     {
-        bytes[0] = bytes[size - 1] = 0; // what is left if a hook refuses
+        bytes[0] = bytes[size - 1] = 0; // the result if a hook fails
         const std::uint32_t written =
             hollin_private::ToBytes(Data(), Length(), bytes, size - 1, encoding, &fits);
         bytes[written] = 0;

@@ -1,4 +1,4 @@
-// What a text means, and the small changes that a user interface makes to it.
+// Properties of units, numbers in texts, and the small changes of a user interface.
 
 #include <algorithm>
 #include <iterator>
@@ -15,7 +15,7 @@ const std::uint16_t kBackspace = 0x08;
 const std::uint16_t kEllipsis = 0x2026;
 const unsigned char kNoDigit = 255;
 
-// The zeros of the scripts' decimal digits.
+// The digit zero of each script.
 const std::uint16_t kZeros[] = {0x0030, 0xFF10, 0x2070, 0x2080, 0x0660, 0x06F0,
                                 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0BE6,
                                 0x0C66, 0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20};
@@ -42,7 +42,7 @@ unsigned char DigitValue(std::uint16_t unit)
         return 2;
     case 0x00B3:
         return 3;
-    case 0x0BE6: // these aren't digits, though they stand among them
+    case 0x0BE6: // these are no digits, though inside a range of digits
     case 0x2071:
     case 0x2072:
     case 0x2073:

@@ -1,4 +1,4 @@
-// Filling in a text's placeholders.
+// Parameters and placeholders in texts.
 
 #include <cstddef>
 #include <iterator>
@@ -23,9 +23,10 @@ bool Follows(const std::uint16_t* units, const std::uint16_t* end, const std::st
     return true;
 }
 
-// Finds placeholders such as <param name="NAME"/>, with spaces between their
-// pieces. What doesn't go on as a placeholder is passed over for good, up to and
-// including the character that is wrong, so that the search is linear.
+// Finds placeholders such as <param name="NAME"/>, with optional spaces between their pieces.
+//
+// A mismatch skips the text up to and including the wrong character, so that the search takes
+// linear time.
 class PlaceholderSearch
 {
 public:
@@ -35,8 +36,7 @@ public:
     {
     }
 
-    // False at the end of the text. Otherwise Begin and End are the
-    // placeholder's.
+    // Finds the next placeholder, at Begin() and End(). Returns false at the end of the text.
     bool Next()
     {
         std::size_t piece = 0;

@@ -1,5 +1,6 @@
-// Conversions through the hooks. What a hook refuses is thrown as a
-// VoErrException. A null encoding stands for the default one.
+// Conversions through the hooks in force, a null encoding replaced by the default one.
+//
+// Throws: VoErrException with the code of a hook that fails.
 
 #ifndef HOLLIN_PRIVATE_CONVERSION_H
 #define HOLLIN_PRIVATE_CONVERSION_H
@@ -17,12 +18,12 @@ typedef boost::container::small_vector<std::uint16_t, 256> UnitBuffer;
 
 UnitBuffer ToUnits(const char* bytes, std::uint32_t length, hollin::TextEncoding encoding);
 
-// With a terminator.
+// The count includes a terminator.
 std::uint32_t CountBytes(const std::uint16_t* units, std::uint32_t length,
                          hollin::TextEncoding encoding);
 
-// Converts what fits, in whole characters, and returns their size in bytes.
-// *fits tells whether that was all.
+// Converts as many whole characters as fit, and returns their size in bytes. Sets *fits to
+// whether all of the text fits.
 std::uint32_t ToBytes(const std::uint16_t* units, std::uint32_t length, char* bytes,
                       std::uint32_t capacity, hollin::TextEncoding encoding, bool* fits);
 

@@ -1,19 +1,19 @@
 #include "hollin_private/DictionaryImpl.h"
 
-#include "hollin/Ids.h"
-#include "hollin_private/DictionaryEntry.h"
-#include "hollin_private/ImageHeader.h"
+#include "hollin/Limits.h"
+#include "hollin_private/HashTable.h"
+#include "hollin_private/ImageCursor.h"
 
 namespace hollin_private
 {
 namespace
 {
-// Read by every look-up; written by one thread while none looks up.
+// Read by every look-up. Written by one thread while no thread looks up.
 const DictionaryImpl* sDefaultDictionary = nullptr;
 
 hollin::ZString TextOf(const ByteRun& stored)
 {
-    return hollin::ZString::FromStored(stored.mBytes, stored.mLength);
+    return hollin::ZString::FromUTF16Bytes(stored.mBytes, stored.mLength);
 }
 } // namespace
 

@@ -1,4 +1,4 @@
-// What a dictionary consists of.
+// The stores and the state of a dictionary.
 
 #ifndef HOLLIN_PRIVATE_DICTIONARY_IMPL_H
 #define HOLLIN_PRIVATE_DICTIONARY_IMPL_H
@@ -26,39 +26,39 @@ public:
     DictionaryImpl& operator=(const DictionaryImpl&) = delete;
     ~DictionaryImpl();
 
-    // Which store is in use.
+    // Returns whether the flat store is in use. MakeFlat is permanent.
     bool IsFlat() const { return mFormatMajor >= 2; }
-    void MakeFlat(); // for good
+    void MakeFlat();
 
-    // Shares the store of a flat one; a hash dictionary changes nothing here.
+    // Shares the store of a flat dictionary. A hash dictionary is not shared.
     void ShareFrom(const DictionaryImpl& other);
 
-    // Of the hash store; null if the key isn't there.
+    // Returns the entry of a key in the hash store, or null.
     const DictionaryEntry* FindEntry(const ByteRun& key) const;
 
-    // The text of a key in the store in use. False if the key isn't there.
+    // Sets *text to the text of a key in the store in use. Returns false for an absent key.
     bool FindText(const ByteRun& key, hollin::ZString* text) const;
 
-    // Of a flat store. False for what isn't there, and for a hash store.
+    // FindText by identifier. Returns false for a hash store.
     bool FindTextById(std::uint32_t id, hollin::ZString* text) const;
 
-    // What the walk stands at; empty outside a walk.
+    // Return the key and the text of the walk's entry, empty outside a walk.
     ByteRun CurrentKey() const;
     hollin::ZString CurrentText() const;
 
     HashTable mHashTable; // of DictionaryEntry
     boost::intrusive_ptr<FastArray> mFastArray;
-    bool mGood = true; // no load has met damage
+    bool mGood = true; // no load has found damage
     std::uint8_t mFormatMajor = 0;
     std::uint8_t mFormatMinor = 0;
     std::optional<std::string> mLocale;
 
-    // The walk of Dictionary::NextId.
+    // The state of the walk of Dictionary::NextId.
     bool mIterAtStart = true;
     std::uint32_t mIterId = 0;
 };
 
-// The dictionary that look-ups fall back on; null if there is none. Not owned.
+// The dictionary that look-ups read next, or null. Not owned.
 const DictionaryImpl* DefaultDictionary();
 void SetDefaultDictionary(const DictionaryImpl* dictionary);
 } // namespace hollin_private

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "hollin/VoErrException.h"
+#include "hollin/ConversionHooks.h"
 #include "hollin_private/Conversion.h"
 #include "hollin_private/ImageCursor.h"
 

@@ -1,4 +1,4 @@
-// The lines of a dictionary's text form.
+// Reads the lines of the text form.
 
 #ifndef HOLLIN_PRIVATE_DICTIONARY_READER_H
 #define HOLLIN_PRIVATE_DICTIONARY_READER_H
@@ -19,7 +19,7 @@ enum class TextCoding
     kMultibyte     // of the active code page
 };
 
-// What the byte-order mark at the start of a text says.
+// Returns the coding that the byte-order mark at the start of a text names.
 TextCoding CodingOfText(const unsigned char* bytes, std::size_t size);
 
 class DictionaryReader
@@ -27,28 +27,30 @@ class DictionaryReader
 public:
     virtual ~DictionaryReader() = default;
 
-    // A reader of the right kind. A byte-order mark is passed over. The bytes
-    // must outlive it.
+    // Returns a reader for the coding of the text, after its byte-order mark.
+    //
+    // REQUIRES: the bytes outlive the reader.
     static std::unique_ptr<DictionaryReader> Make(const unsigned char* bytes, std::size_t size);
 
-    // The next line, zero-terminated and without its end, valid until the next
-    // call. Null at the end of the text, and from a line on that begins with a
-    // NUL, which ends the text. Throws a VoErrException if the system can't convert
-    // the line; the next call gives the line behind it.
+    // Returns the next line, null-terminated and without its line end, valid until the next
+    // call. Returns null at the end of the text, and at and after a line that begins with a
+    // NUL, which ends the text.
+    //
+    // Throws: VoErrException if the system can't convert the line. The next call returns the
+    // line after it.
     virtual const std::uint16_t* ReadLine() = 0;
 
-    // Of the last line, in units.
+    // The length of the line in units.
     std::size_t LineLength() const { return mLine.size() - 1; }
 
-    // Of the last line, or of the one that couldn't be converted, from 1. A
-    // carriage return and a line feed end one line together, though they are
-    // read as two.
+    // The number of the line that was returned or could not be converted, from 1. A carriage
+    // return with a line feed counts as one line end, though an empty line is read between them.
     std::size_t LineNumber() const { return mLineNumber; }
 
 protected:
     DictionaryReader(const unsigned char* bytes, std::size_t size);
 
-    // ender is the unit that ended the line; 0 for a NUL or the text's end.
+    // `ender` is the unit that ended the line, or 0 for a NUL and for the end of the text.
     void CountLine(bool empty, std::uint16_t ender);
 
     std::vector<std::uint16_t> mLine; // with its terminator
@@ -67,8 +69,7 @@ public:
     const std::uint16_t* ReadLine() override;
 
 protected:
-    // True at the end and at a NUL, both with *unit 0. Half a unit at the end is
-    // passed over.
+    // Returns true with *unit 0 at the end and at a NUL. Half a unit at the end is ignored.
     virtual bool ReadUnit(std::uint16_t* unit);
 };
 

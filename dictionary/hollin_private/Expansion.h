@@ -9,8 +9,8 @@
 
 namespace hollin_private
 {
-// Expands a text where it stands; it never gets longer. Returns the new count of
-// units. What is no notation stays as it is.
+// Expands a text in place. The text never grows. Returns the new count of units. Characters
+// that are no notation are kept.
 std::size_t ExpandText(std::uint16_t* units, std::size_t count);
 } // namespace hollin_private
 

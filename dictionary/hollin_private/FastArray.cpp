@@ -5,8 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "hollin/Ids.h"
-
 namespace hollin_private
 {
 namespace
@@ -15,7 +13,7 @@ using hollin::kLongestRun;
 using hollin::kNoId;
 
 const std::uint32_t kSlotsOfOpenBlock = 100;
-const std::uint32_t kLongestMergedKey = 1023; // longer ones never equal in a merge
+const std::uint32_t kLongestMergedKey = 1023; // longer keys never equal another in a merge
 
 bool CanMerge(const ByteRun& key)
 {
@@ -27,7 +25,7 @@ bool IsTooLong(const ByteRun& value, const ByteRun* comment)
     return std::max(value.mLength, comment ? comment->mLength : 0) > kLongestRun;
 }
 
-// Calls visit(bucket, begin, end) for each bucket, with its slots.
+// Calls visit(bucket, begin, end) for each bucket with its slots.
 template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visit& visit)
 {
     const std::uint32_t* slots = buckets.mIds.data();
@@ -39,14 +37,60 @@ template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visi
 }
 } // namespace
 
+IdBuckets::Ids IdBuckets::Get(std::uint32_t bucket) const
+{
+    if (mBuckets.empty())
+        return Ids();
+    const Bucket& found = mBuckets[bucket];
+    return Ids{found.mIds, found.mIds + found.mCount};
+}
+
+void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
+{
+    if (mBuckets.empty())
+        mBuckets.resize(kBucketCount);
+    Bucket& grown = mBuckets[bucket];
+    const std::size_t needed = grown.mCount + more;
+    if (needed <= grown.mCapacity)
+        return;
+    const std::size_t capacity = std::max(needed, grown.mCapacity + grown.mCapacity / 2);
+    std::unique_ptr<std::uint32_t[]> ids(new std::uint32_t[capacity]);
+    std::copy_n(grown.mIds, grown.mCount, ids.get());
+    grown.mOwned = std::move(ids);
+    grown.mIds = grown.mOwned.get();
+    grown.mCapacity = capacity;
+}
+
+void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id)
+{
+    Reserve(bucket, 1);
+    Bucket& grown = mBuckets[bucket];
+    grown.mOwned[grown.mCount++] = id;
+}
+
+void IdBuckets::Adopt(FileBuckets&& buckets)
+{
+    std::vector<Bucket> adopted(kBucketCount);
+    mFileIds = std::move(buckets.mIds);
+    mBuckets.swap(adopted);
+    const std::uint32_t* ids = mFileIds.data();
+    for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
+    {
+        Bucket& bucket = mBuckets[buckets.mNumbers[i]];
+        bucket.mIds = ids;
+        bucket.mCount = buckets.mSizes[i];
+        ids += buckets.mSizes[i];
+    }
+}
+
 const FastArrayBlock* FastArray::BlockOf(std::uint32_t id) const
 {
     if (id >= mTotalIds)
         return nullptr;
-    const auto startsBehind = [](std::uint32_t wanted, const FastArrayBlock& block) {
+    const auto startsAfter = [](std::uint32_t wanted, const FastArrayBlock& block) {
         return wanted < block.mBaseId;
     };
-    return &*std::prev(std::upper_bound(mBlocks.begin(), mBlocks.end(), id, startsBehind));
+    return &*std::prev(std::upper_bound(mBlocks.begin(), mBlocks.end(), id, startsAfter));
 }
 
 FastArrayBlock* FastArray::BlockOf(std::uint32_t id)
@@ -177,11 +221,11 @@ bool FastArray::AdoptBlock(FastArrayBlock&& block, FileBuckets&& buckets, std::u
     mTotalIds += block.mCount;
     mLiveCount += live;
     mBlocks.push_back(std::move(block));
-    mLastBlockOpen = false; // the identifiers behind it are no longer next
+    mLastBlockOpen = false; // its next slots would need identifiers that are now used
     return true;
 }
 
-// The keys that a merge can meet; of equal ones the first in the bucket.
+// Returns the keys of a bucket that a merge can find. Of equal keys the first one counts.
 FastArray::KnownKeys FastArray::KeysOfBucket(std::uint32_t bucket) const
 {
     const IdBuckets::Ids ids = mBuckets.Get(bucket);
@@ -195,8 +239,8 @@ FastArray::KnownKeys FastArray::KeysOfBucket(std::uint32_t bucket) const
     return known;
 }
 
-// Lets the slot's value replace that of a key that is known, and removes the
-// slot. False if the key isn't known.
+// If the store has the slot's key, replaces the value of that key by the slot's value and
+// removes the slot. Returns whether the store has the key.
 bool FastArray::MergeSlot(FastArrayBlock& block, std::uint32_t slot, const KnownKeys& known)
 {
     const ByteRun key = block.mKeys.Get(slot);
@@ -210,7 +254,7 @@ bool FastArray::MergeSlot(FastArrayBlock& block, std::uint32_t slot, const Known
     return true;
 }
 
-// What is merged goes out of the buckets.
+// Removes the merged slots from the buckets.
 void FastArray::MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets)
 {
     std::uint32_t* kept = buckets.mIds.data();
@@ -231,7 +275,7 @@ void FastArray::MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets)
 
 void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& buckets)
 {
-    // Room for all comes first, so that a failed allocation adds none.
+    // All room is reserved first, so that a failed allocation adds no identifier.
     ForEachBucket(buckets,
                   [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
                       mBuckets.Reserve(bucket, static_cast<std::size_t>(end - slot));

@@ -1,25 +1,78 @@
-// The flat store: blocks of entries, which identifiers number through.
+// The flat store: blocks of entries, and the identifiers of the keys by bucket.
 //
-// Keys are found by their hash; identifiers count from 0, block after block, and
-// a removed entry keeps its own. The store is shared by copies of a dictionary.
-// Offsets and lengths are in bytes.
+// Identifiers count all slots from 0, block after block. A removed entry keeps its
+// identifier. Copies of a dictionary share the store. Offsets and lengths are in bytes.
 
 #ifndef HOLLIN_PRIVATE_FAST_ARRAY_H
 #define HOLLIN_PRIVATE_FAST_ARRAY_H
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "hollin_private/ByteRun.h"
 #include "hollin_private/FastArrayBlock.h"
-#include "hollin_private/IdBuckets.h"
-#include "hollin_private/RefCountObj.h"
 
 namespace hollin_private
 {
+// The bucket tables of a file.
+//
+// Invariants: each number is below kBucketCount and occurs once; mSizes has as many items as
+// mNumbers, and their sum is the size of mIds.
+struct FileBuckets
+{
+    Table<std::uint16_t> mNumbers;
+    Table<std::uint32_t> mSizes;
+    Table<std::uint32_t> mIds; // bucket by bucket
+};
+
+// The identifiers of the keys of a store, by bucket.
+//
+// The buckets are allocated with the first identifier, so that an empty store is cheap. The
+// identifiers of a file stay in the file's one array until one is added to their bucket.
+class IdBuckets
+{
+public:
+    struct Ids
+    {
+        const std::uint32_t* mBegin = nullptr;
+        const std::uint32_t* mEnd = nullptr;
+
+        const std::uint32_t* begin() const { return mBegin; }
+        const std::uint32_t* end() const { return mEnd; }
+        std::size_t size() const { return static_cast<std::size_t>(mEnd - mBegin); }
+    };
+
+    // The result is valid until an identifier is added.
+    //
+    // REQUIRES: bucket < kBucketCount.
+    Ids Get(std::uint32_t bucket) const;
+
+    // Append does not fail after Reserve.
+    void Reserve(std::uint32_t bucket, std::size_t more);
+    void Append(std::uint32_t bucket, std::uint32_t id);
+
+    // Takes the identifiers of a file.
+    //
+    // REQUIRES: there are no identifiers.
+    void Adopt(FileBuckets&& buckets);
+
+private:
+    struct Bucket
+    {
+        const std::uint32_t* mIds = nullptr; // in mOwned or in mFileIds
+        std::size_t mCount = 0;
+        std::size_t mCapacity = 0; // of mOwned
+        std::unique_ptr<std::uint32_t[]> mOwned;
+    };
+
+    std::vector<Bucket> mBuckets; // empty, or kBucketCount
+    Table<std::uint32_t> mFileIds;
+};
+
 class FastArray : public RefCountObj
 {
 public:
@@ -27,48 +80,57 @@ public:
     FastArray(const FastArray&) = delete;
     FastArray& operator=(const FastArray&) = delete;
 
-    // The identifier of a key, the first in the order of its bucket if several have it:
-    // the lowest of those added one by one, but a file lists its own in any order.
-    // hollin::kNoId if there is none. An empty key finds the first slot of its bucket
-    // that is removed or has an empty key.
+    // Returns the identifier of a key, or hollin::kNoId.
+    //
+    // - Of several entries with the key, the first in the bucket counts: the lowest
+    //   identifier of entries that were added one by one, but a file may list its
+    //   identifiers in any order.
+    // - An empty key finds the first slot of its bucket that is removed or has an empty key.
     std::uint32_t Find(const ByteRun& key) const;
 
-    // Below TotalIds() and not removed.
+    // Returns whether the identifier is below TotalIds() and its entry is not removed.
     bool IsLive(std::uint32_t id) const;
 
-    // Point into the store until it changes. Empty for what isn't there; Value
-    // also for a removed entry.
+    // Return a run in the store, valid until the store changes. The run of an absent entry is
+    // empty. Value is also empty for a removed entry. A block with a single comment returns it
+    // for each of its slots.
     ByteRun Key(std::uint32_t id) const;
     ByteRun Value(std::uint32_t id) const;
-
-    // A block with a single comment gives it for each of its slots.
     ByteRun Comment(std::uint32_t id) const;
 
-    // Adds the entry, or replaces the value, and the comment if one is given.
-    // Returns its identifier, or hollin::kNoId, with nothing changed, for a run
-    // above hollin::kLongestRun or if no identifier is left.
+    // Adds the entry, or replaces its value, and its comment if `comment` is not null.
+    //
+    // Returns: the identifier; hollin::kNoId, with nothing changed, for a run longer than
+    // hollin::kLongestRun and if all identifiers are used.
     std::uint32_t Add(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
 
-    // The same for a key that isn't there, without a search.
+    // Add without a search.
+    //
+    // REQUIRES: the store does not have the key.
     std::uint32_t AddNew(const ByteRun& key, const ByteRun& value, const ByteRun* comment);
 
-    // The same for an identifier below TotalIds().
+    // Add for an entry that the store has.
+    //
+    // REQUIRES: id < TotalIds().
     std::uint32_t Replace(std::uint32_t id, const ByteRun& value, const ByteRun* comment);
 
-    // Returns id, or hollin::kNoId for what isn't live or has no key.
+    // Returns the identifier, or hollin::kNoId if the entry isn't live or has no key.
     std::uint32_t Remove(std::uint32_t id);
 
-    // Takes over a block that a file holds. The identifiers in buckets are slots
-    // of the block. base is the file's: where it is 0 and entries are there
-    // already, the values of keys that are there too replace theirs, and those
-    // slots are removed from the block. Slots that the file has removed aren't
-    // merged: they have no key. A block without live slots is dropped; of one
-    // without keys the file tells how many live.
-    // False if the file continues another store than this, or if identifiers
-    // run out; nothing is changed then.
+    // Takes a block that was read from a file. The identifiers in `buckets` are slots of the
+    // block. `base` is the base of the file.
+    //
+    // - If `base` is 0 and the store has entries, the block is merged: its values replace
+    //   those of equal keys, and their slots are removed from the block. Slots that the file
+    //   has removed aren't merged, since they have no key.
+    // - A block without live slots is dropped. The file's count of live slots is used for a
+    //   block without keys.
+    //
+    // Returns: false, with nothing changed, if `base` is not the number of identifiers of
+    // this store, or if there are too few identifiers.
     bool AdoptBlock(FastArrayBlock&& block, FileBuckets&& buckets, std::uint32_t base);
 
-    // For whoever writes the store.
+    // For writers.
     std::uint32_t TotalIds() const { return mTotalIds; }
     std::uint32_t LiveCount() const { return mLiveCount; }
     const std::vector<FastArrayBlock>& Blocks() const { return mBlocks; }

@@ -1,12 +1,21 @@
 #include "hollin_private/FastArrayBlock.h"
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <utility>
 
 namespace hollin_private
 {
 namespace
 {
-// Where the slot's comment is, or would have to be.
+template <class Items, class Item> void InsertAt(Items& items, std::size_t index, Item&& item)
+{
+    items.insert(std::next(items.begin(), static_cast<std::ptrdiff_t>(index)),
+                 std::forward<Item>(item));
+}
+
+// Returns the index of the slot's comment, or the index at which to insert one.
 std::size_t CommentIndex(const FastArrayBlock& block, std::uint32_t slot)
 {
     const Table<std::uint32_t>& ids = block.mCommentIds;
@@ -19,17 +28,51 @@ bool IsCommentOf(const FastArrayBlock& block, std::size_t index, std::uint32_t s
 }
 } // namespace
 
+void StoredRuns::Replace(std::size_t index, const ByteRun& run)
+{
+    const bool isShared = mSharesPool && !IsOutsidePool(index);
+    if (run.mLength > mLengths[index] || (run.mLength && isShared))
+    {
+        OwnedRun copy = CopyOf(run);
+        mPointers.resize(mLengths.size());
+        mPointers[index] = std::move(copy);
+        if (!mOffsets.empty())
+            mOffsets[index] = 0;
+    }
+    else if (run.mLength)
+    {
+        // The source may be part of this store and overlap the destination.
+        std::memmove(const_cast<unsigned char*>(Address(index)), run.mBytes, run.mLength);
+    }
+    mLengths[index] = static_cast<std::uint16_t>(run.mLength);
+}
+
+void StoredRuns::Insert(std::size_t index, const ByteRun& run)
+{
+    OwnedRun copy = CopyOf(run);
+    mPointers.resize(mLengths.size());
+    MakeRoom(mPointers);
+    MakeRoom(mLengths);
+    if (!mOffsets.empty())
+    {
+        MakeRoom(mOffsets);
+        InsertAt(mOffsets, index, 0u);
+    }
+    InsertAt(mLengths, index, static_cast<std::uint16_t>(run.mLength));
+    InsertAt(mPointers, index, std::move(copy));
+}
+
 std::uint32_t FastArrayBlock::CountLive() const
 {
     if (!mHasKeys)
-        return mToldLive;
+        return mStoredLiveCount;
     const auto removed = std::count(mKeys.mLengths.begin(), mKeys.mLengths.end(), 0);
     return mCount - static_cast<std::uint32_t>(removed);
 }
 
 void FastArrayBlock::Append(const ByteRun& key, const ByteRun& value, const ByteRun* comment)
 {
-    // What a failed allocation leaves stands behind mCount, where nobody looks.
+    // A failed allocation leaves runs after mCount, which no function reads.
     mKeys.Insert(mCount, key);
     mValues.Insert(mCount, value);
     if (comment)

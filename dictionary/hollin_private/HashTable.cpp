@@ -4,6 +4,29 @@
 
 namespace hollin_private
 {
+ByteRunKey::ByteRunKey(const ByteRun& bytes, Ownership ownership) : mKey(bytes)
+{
+    if (ownership == kCopy)
+    {
+        mOwned = CopyOf(bytes);
+        mKey.mBytes = mOwned.get();
+    }
+    else if (!bytes.mLength)
+        mKey.mBytes = nullptr;
+}
+
+ByteRunKey::ByteRunKey(const ByteRunKey& other) : ByteRunKey(other.mKey, kCopy) {}
+
+std::uint32_t ByteRunKey::Hash(std::uint32_t tableSize) const
+{
+    return HashKey(mKey, tableSize);
+}
+
+bool ByteRunKey::Equals(const HashItem& other) const
+{
+    return mKey == static_cast<const ByteRunKey&>(other).mKey;
+}
+
 HashTable::~HashTable()
 {
     for (HashItem* item : mBuckets)
@@ -27,11 +50,11 @@ const HashItem* HashTable::Find(const HashItem& key) const
 void HashTable::Insert(std::unique_ptr<HashItem> item)
 {
     const std::uint32_t bucket = item->Hash(kBucketCount);
-    InsertBehind(bucket, nullptr, std::move(item));
+    InsertAfter(bucket, nullptr, std::move(item));
 }
 
-HashItem* HashTable::InsertBehind(std::uint32_t bucket, HashItem* previous,
-                                  std::unique_ptr<HashItem> item)
+HashItem* HashTable::InsertAfter(std::uint32_t bucket, HashItem* previous,
+                                 std::unique_ptr<HashItem> item)
 {
     if (mBuckets.empty())
         mBuckets.resize(kBucketCount);

@@ -1,6 +1,4 @@
-// A chained hash table that owns its items.
-//
-// The buckets are made with the first item, so that an empty table is cheap.
+// The hash store: a chained hash table that owns its items, and the entries in it.
 
 #ifndef HOLLIN_PRIVATE_HASH_TABLE_H
 #define HOLLIN_PRIVATE_HASH_TABLE_H
@@ -10,11 +8,63 @@
 #include <unordered_set>
 #include <vector>
 
-#include "hollin_private/HashItem.h"
-#include "hollin_private/KeyHash.h"
+#include "hollin/ZString.h"
+#include "hollin_private/ByteRun.h"
 
 namespace hollin_private
 {
+class HashItem
+{
+public:
+    HashItem() = default;
+    HashItem(const HashItem&) {} // the copy is not in a chain
+    HashItem& operator=(const HashItem&) = delete;
+    virtual ~HashItem() = default;
+
+    virtual std::uint32_t Hash(std::uint32_t tableSize) const = 0;
+
+    // REQUIRES: `other` has the class of this item.
+    virtual bool Equals(const HashItem& other) const = 0;
+
+    HashItem* mNext = nullptr; // owned by the table
+};
+
+class ByteRunKey : public HashItem
+{
+public:
+    enum Ownership
+    {
+        kBorrow, // allocates nothing; the bytes must outlive the key
+        kCopy
+    };
+
+    ByteRunKey(const ByteRun& bytes, Ownership ownership);
+    ByteRunKey(const ByteRunKey& other); // copies the bytes
+
+    const ByteRun& Key() const { return mKey; }
+
+    std::uint32_t Hash(std::uint32_t tableSize) const override;
+    bool Equals(const HashItem& other) const override;
+
+private:
+    ByteRun mKey;
+    OwnedRun mOwned; // null if the bytes are borrowed
+};
+
+class DictionaryEntry : public ByteRunKey
+{
+public:
+    DictionaryEntry(const ByteRun& key, Ownership keyOwnership, const hollin::ZString& value)
+        : ByteRunKey(key, keyOwnership), mValue(value)
+    {
+    }
+
+    ByteRun ValueBytes() const { return RunOfUnits(mValue.Data(), mValue.Length() * kUnitSize); }
+
+    const hollin::ZString mValue;
+};
+
+// The buckets are allocated with the first item, so that an empty table is cheap.
 class HashTable
 {
 public:
@@ -23,36 +73,47 @@ public:
     HashTable& operator=(const HashTable&) = delete;
     ~HashTable();
 
-    // The first item of its chain that equals the key, or null.
+    // Returns the first item of the chain that equals the key, or null.
     const HashItem* Find(const HashItem& key) const;
 
-    // At the head of its chain. Duplicates aren't looked for.
+    // Inserts the item at the head of its chain. Equal items are kept.
     void Insert(std::unique_ptr<HashItem> item);
 
-    // Into a bucket, below kBucketCount, behind an item of that bucket, or at
-    // the head if previous is null. Returns the item.
-    HashItem* InsertBehind(std::uint32_t bucket, HashItem* previous,
-                           std::unique_ptr<HashItem> item);
+    // Inserts the item into a bucket after `previous`, or at the head if `previous` is null.
+    // Returns the item.
+    //
+    // REQUIRES: bucket < kBucketCount; `previous` is null or in that bucket.
+    HashItem* InsertAfter(std::uint32_t bucket, HashItem* previous, std::unique_ptr<HashItem> item);
 
-    // Deletes items of the table, in one pass over all of it. A walk that stands
-    // at one of them is at its end.
+    // Deletes items in one pass over the table. The removal of the item at the iterator ends
+    // the walk.
     void Remove(const std::unordered_set<const HashItem*>& items);
 
-    // The head of a chain, which mNext links; null if it is empty.
+    // Returns the head of a chain, which mNext links, or null if the chain is empty.
     const HashItem* Chain(std::uint32_t bucket) const;
 
-    // Walks all items, bucket by bucket. Next is false at the end, and the next
-    // walk starts anew.
+    // Walks all items, bucket by bucket. Next returns false at the end. The next call starts
+    // a new walk.
     void ResetIterator();
     bool Next();
     const HashItem* IteratorItem() const { return mIterItem; }
 
 private:
     std::vector<HashItem*> mBuckets;     // empty, or the heads of kBucketCount chains
-    std::uint32_t mIterBucket = 0;       // the bucket of mIterItem
+    std::uint32_t mIterBucket = 0;       // of mIterItem
     const HashItem* mIterItem = nullptr; // null outside a walk
-    bool mIterItemRemoved = false;       // the walk's, which Next ends
+    bool mIterItemRemoved = false;       // the next call of Next ends the walk
 };
+
+// Calls visit(bucket, entry) for each entry of a table, chain by chain.
+template <class Visit> void ForEachEntry(const HashTable& table, const Visit& visit)
+{
+    for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
+    {
+        for (const HashItem* item = table.Chain(bucket); item; item = item->mNext)
+            visit(bucket, static_cast<const DictionaryEntry&>(*item));
+    }
+}
 } // namespace hollin_private
 
 #endif

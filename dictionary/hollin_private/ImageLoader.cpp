@@ -4,19 +4,21 @@
 #include <istream>
 #include <utility>
 
-#include "hollin_private/DictionaryEntry.h"
-#include "hollin_private/FlatImage.h"
+#include "hollin_private/FlatImageView.h"
+#include "hollin_private/HashTable.h"
 #include "hollin_private/LegacyImage.h"
-#include "hollin_private/TextLoader.h"
+#include "hollin_private/TextForm.h"
 
 namespace hollin_private
 {
 namespace
 {
+using boost::container::default_init;
+
 const std::size_t kFirstStreamRead = 0x10000;
 
-// Writers lay runs out one behind the other. Others may let texts share bytes,
-// which is taken to be so unless it is plain that none do.
+// Returns false only if each run begins at or after the end of the run before it, as our
+// writer orders them. Other writers may let texts share bytes.
 bool MaySharePool(const StoredRuns& runs)
 {
     bool apart = true;
@@ -28,11 +30,11 @@ bool MaySharePool(const StoredRuns& runs)
 StoredRuns CopyRuns(const ImageRuns& runs)
 {
     StoredRuns copy;
-    copy.mOffsets.resize(runs.mOffsets.Size());
+    copy.mOffsets.resize(runs.mOffsets.Size(), default_init);
     runs.mOffsets.CopyTo(copy.mOffsets.data());
-    copy.mLengths.resize(runs.mLengths.Size());
+    copy.mLengths.resize(runs.mLengths.Size(), default_init);
     runs.mLengths.CopyTo(copy.mLengths.data());
-    copy.mPool.resize(runs.mPoolSize);
+    copy.mPool.resize(runs.mPoolSize, default_init);
     if (runs.mPoolSize)
         std::memcpy(copy.mPool.data(), runs.mPool, runs.mPoolSize);
     copy.mSharesPool = MaySharePool(copy);
@@ -41,7 +43,7 @@ StoredRuns CopyRuns(const ImageRuns& runs)
 
 template <typename Integer> Table<Integer> CopyTable(const ImageTable<Integer>& table)
 {
-    Table<Integer> copy(table.Size());
+    Table<Integer> copy(table.Size(), default_init);
     table.CopyTo(copy.data());
     return copy;
 }
@@ -57,12 +59,12 @@ void SwapUnits(Table<unsigned char>& pool)
     }
 }
 
-FastArrayBlock CopyBlock(const FlatImage& image)
+FastArrayBlock CopyBlock(const FlatImageView& image)
 {
     FastArrayBlock block;
     block.mCount = image.mCount;
     block.mHasKeys = image.mKeyed;
-    block.mToldLive = image.mKeyed ? 0 : image.mLive;
+    block.mStoredLiveCount = image.mKeyed ? 0 : image.mLive;
     block.mKeys = CopyRuns(image.mKeys);
     block.mValues = CopyRuns(image.mValues);
     block.mComments = CopyRuns(image.mComments);
@@ -75,16 +77,16 @@ FastArrayBlock CopyBlock(const FlatImage& image)
     return block;
 }
 
-FileBuckets CopyBuckets(const FlatImage& image)
+FileBuckets CopyBuckets(const FlatImageView& image)
 {
     return {CopyTable(image.mBucketNumbers), CopyTable(image.mBucketSizes),
             CopyTable(image.mBucketIds)};
 }
 
-// Nothing of the dictionary changes before the whole image is known to be sound.
+// The dictionary is changed only after all of the image is checked.
 bool LoadFlat(DictionaryImpl& dictionary, ImageCursor& cursor)
 {
-    const FlatImage image = ReadFlatImage(cursor);
+    const FlatImageView image = ReadFlatImage(cursor);
     if (!cursor.Sound())
         return false;
     std::string locale(reinterpret_cast<const char*>(image.mLocale.mBytes), image.mLocale.mLength);
@@ -98,11 +100,11 @@ bool LoadFlat(DictionaryImpl& dictionary, ImageCursor& cursor)
 hollin::ZString LegacyValue(const ByteRun& value, std::uint32_t textFlag)
 {
     if (!textFlag)
-        return hollin::ZString::FromStored(value.mBytes, value.mLength);
+        return hollin::ZString::FromUTF16Bytes(value.mBytes, value.mLength);
     return hollin::ZString(reinterpret_cast<const char*>(value.mBytes), value.mLength, &textFlag);
 }
 
-// Entries keep the image's order, in front of what the bucket held before.
+// The entries of a bucket keep the image's order, before the older entries of the bucket.
 bool LoadLegacy(DictionaryImpl& dictionary, ImageCursor& cursor, const ImageHeader& header,
                 bool copyKeys)
 {
@@ -113,7 +115,7 @@ bool LoadLegacy(DictionaryImpl& dictionary, ImageCursor& cursor, const ImageHead
     {
         auto item = std::make_unique<DictionaryEntry>(entry.mKey, ownership,
                                                       LegacyValue(entry.mValue, header.mTextFlag));
-        previous = dictionary.mHashTable.InsertBehind(
+        previous = dictionary.mHashTable.InsertAfter(
             entry.mBucket, entry.mStartsBucket ? nullptr : previous, std::move(item));
     }
     return cursor.Sound();
@@ -148,7 +150,7 @@ void LoadImage(DictionaryImpl& dictionary, const unsigned char* bytes, std::size
         dictionary.mGood = false;
 }
 
-// Keeps a stream from throwing while we read it, as its state tells all.
+// Disables the exceptions of a stream while it is read. Its state shows a failure.
 class QuietStream
 {
 public:
@@ -160,7 +162,7 @@ public:
     {
         try
         {
-            mStream.exceptions(mMask); // throws if the state is in the mask by now
+            mStream.exceptions(mMask); // throws if the state is in the mask
         }
         catch (const std::ios_base::failure&)
         {
@@ -174,7 +176,7 @@ private:
     const std::ios_base::iostate mMask;
 };
 
-// False if the stream fails before its end.
+// Returns false if the stream fails before its end.
 bool ReadToEnd(std::istream& stream, Table<unsigned char>& bytes)
 {
     std::size_t size = 0;
@@ -183,7 +185,7 @@ bool ReadToEnd(std::istream& stream, Table<unsigned char>& bytes)
     while (stream.good())
     {
         if (size == bytes.size())
-            bytes.resize(std::max(kFirstStreamRead, 2 * size));
+            bytes.resize(std::max(kFirstStreamRead, 2 * size), default_init);
         stream.read(reinterpret_cast<char*>(bytes.data() + size),
                     static_cast<std::streamsize>(bytes.size() - size));
         size += static_cast<std::size_t>(stream.gcount());

@@ -10,13 +10,13 @@
 
 namespace hollin_private
 {
-// bytes may be null. Damage clears mGood. Keys of version 1 images point into
-// the bytes unless copyKeys is set.
+// `bytes` may be null. Damage clears mGood. Unless `copyKeys` is set, keys of version 1 images
+// are in the bytes, which must then outlive the dictionary.
 void LoadImageFromMemory(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
                          bool copyKeys);
 
-// Reads the stream to its end first. A stream that fails on the way counts as
-// damaged, whether it throws or not, and nothing is loaded from it.
+// Reads the stream to its end first. A stream that fails or throws before its end is damaged,
+// and nothing of it is loaded.
 void LoadImageFromStream(DictionaryImpl& dictionary, std::istream& stream);
 } // namespace hollin_private
 

@@ -4,12 +4,10 @@
 #include <ostream>
 #include <vector>
 
-#include "hollin/Ids.h"
-#include "hollin/VoErrException.h"
-#include "hollin_private/DictionaryEntry.h"
+#include "hollin/ConversionHooks.h"
+#include "hollin/Limits.h"
 #include "hollin_private/DictionaryReader.h"
-#include "hollin_private/FlatContent.h"
-#include "hollin_private/ImageHeader.h"
+#include "hollin_private/ImageCursor.h"
 #include "hollin_private/TextForm.h"
 
 namespace hollin_private
@@ -17,6 +15,102 @@ namespace hollin_private
 namespace
 {
 const char kDefaultLocale[] = "en_US";
+
+// The content of an image of version 2, gathered from a store. The runs belong to the store.
+// Values and comments are whole units.
+struct ImageContent
+{
+    bool mKeyed = true;
+    std::uint32_t mLive = 0;    // counts entries with an empty key too
+    std::vector<ByteRun> mKeys; // one a slot; none without keys
+    std::vector<ByteRun> mValues;
+
+    std::vector<std::uint16_t> mBucketNumbers; // of buckets that aren't empty
+    std::vector<std::uint32_t> mBucketSizes;
+    std::vector<std::uint32_t> mBucketIds;
+
+    std::vector<std::uint32_t> mCommentIds;
+    std::vector<ByteRun> mComments;
+};
+
+// SetString stores texts of any length in bytes. Images have whole units.
+ByteRun WholeUnits(const ByteRun& text)
+{
+    return {text.mBytes, text.mLength & ~1u};
+}
+
+void AddToBucket(std::uint32_t bucket, std::uint32_t id, ImageContent& content)
+{
+    if (content.mBucketNumbers.empty() || content.mBucketNumbers.back() != bucket)
+    {
+        content.mBucketNumbers.push_back(static_cast<std::uint16_t>(bucket));
+        content.mBucketSizes.push_back(0);
+    }
+    ++content.mBucketSizes.back();
+    content.mBucketIds.push_back(id);
+}
+
+// In a file with keys, a slot without a key is removed. So a slot of a block without keys has
+// no text in such a file.
+void GatherSlots(const FastArrayBlock& block, ImageContent& content)
+{
+    for (std::uint32_t slot = 0; slot < block.mCount; ++slot)
+    {
+        const ByteRun key = block.mKeys.Get(slot);
+        const bool live = content.mKeyed ? key.mLength != 0 : block.IsLive(slot);
+        content.mValues.push_back(live ? WholeUnits(block.mValues.Get(slot)) : ByteRun());
+        if (content.mKeyed)
+            content.mKeys.push_back(key);
+    }
+}
+
+void GatherComments(const FastArrayBlock& block, ImageContent& content)
+{
+    for (std::size_t i = 0; i < block.mCommentIds.size(); ++i)
+    {
+        const ByteRun comment = WholeUnits(block.mComments.Get(i));
+        if (!comment.mLength)
+            continue;
+        content.mCommentIds.push_back(block.mBaseId + block.mCommentIds[i]);
+        content.mComments.push_back(comment);
+    }
+}
+
+// Numbers the entries in the order of the chains.
+ImageContent ContentOf(const HashTable& table)
+{
+    ImageContent content;
+    std::uint32_t id = 0;
+    ForEachEntry(table, [&](std::uint32_t bucket, const DictionaryEntry& entry) {
+        AddToBucket(bucket, id++, content);
+        content.mKeys.push_back(entry.Key());
+        content.mValues.push_back(entry.ValueBytes());
+    });
+    content.mLive = id;
+    return content;
+}
+
+// Joins all blocks. Removed slots keep their identifiers, without text. Content without keys
+// has the text of every live slot.
+ImageContent ContentOf(const FastArray& store, bool withoutKeys)
+{
+    ImageContent content;
+    content.mKeyed = false;
+    content.mLive = store.LiveCount();
+    for (const FastArrayBlock& block : store.Blocks())
+        content.mKeyed |= block.mHasKeys && !withoutKeys;
+    for (const FastArrayBlock& block : store.Blocks())
+    {
+        GatherSlots(block, content);
+        GatherComments(block, content);
+    }
+    for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
+    {
+        for (const std::uint32_t id : store.Buckets().Get(bucket))
+            AddToBucket(bucket, id, content);
+    }
+    return content;
+}
 
 std::uint32_t Checked32(std::uint64_t size)
 {
@@ -40,7 +134,7 @@ std::uint64_t PoolSize(const std::vector<ByteRun>& runs)
     return size;
 }
 
-// The bytes of an image as it grows.
+// Appends the fields of an image.
 class ImageBuffer
 {
 public:
@@ -67,7 +161,7 @@ public:
             Add(value);
     }
 
-    // Offsets count from 0, as the pool is packed.
+    // The runs of the pool are adjacent.
     void AddRunTables(const std::vector<ByteRun>& runs)
     {
         std::uint32_t offset = 0;
@@ -114,7 +208,7 @@ void AddHeader(ImageBuffer& image, bool bigEndian, const std::string& locale)
     image.AddBytes(locale.data(), locale.size());
 }
 
-void AddSlotTables(ImageBuffer& image, const FlatContent& content)
+void AddSlotTables(ImageBuffer& image, const ImageContent& content)
 {
     const std::uint32_t keyPoolSize = Checked32(PoolSize(content.mKeys));
     const std::uint32_t valuePoolSize = Checked32(PoolSize(content.mValues));
@@ -127,7 +221,7 @@ void AddSlotTables(ImageBuffer& image, const FlatContent& content)
     image.AddUnitPool(content.mValues);
 }
 
-void AddComments(ImageBuffer& image, const FlatContent& content)
+void AddComments(ImageBuffer& image, const ImageContent& content)
 {
     image.Add(Checked32(content.mComments.size()));
     if (content.mComments.empty())
@@ -138,7 +232,7 @@ void AddComments(ImageBuffer& image, const FlatContent& content)
     image.AddUnitPool(content.mComments);
 }
 
-void AddBlock(ImageBuffer& image, const FlatContent& content, std::uint32_t base)
+void AddBlock(ImageBuffer& image, const ImageContent& content, std::uint32_t base)
 {
     image.Add(base);
     image.Add(std::uint8_t(content.mKeyed ? 'Y' : 'N'));
@@ -171,8 +265,8 @@ std::size_t WriteImage(const DictionaryImpl& dictionary, const ImageOptions& opt
                        std::ostream& stream)
 {
     const bool flat = dictionary.IsFlat();
-    const FlatContent content = flat ? ContentOf(*dictionary.mFastArray, options.mWithoutKeys)
-                                     : ContentOf(dictionary.mHashTable);
+    const ImageContent content = flat ? ContentOf(*dictionary.mFastArray, options.mWithoutKeys)
+                                      : ContentOf(dictionary.mHashTable);
     ImageBuffer image(NeedsSwap(options.mBigEndian));
     AddHeader(image, options.mBigEndian, dictionary.mLocale.value_or(kDefaultLocale));
     AddBlock(image, content, flat ? options.mBase : 0);
@@ -185,7 +279,7 @@ std::size_t WriteText(const DictionaryImpl& dictionary, std::ostream& stream)
     if (!dictionary.IsFlat())
     {
         ForEachEntry(dictionary.mHashTable, [&](std::uint32_t, const DictionaryEntry& entry) {
-            AppendTextLine(entry.Key(), entry.StoredValue(), text);
+            AppendTextLine(entry.Key(), entry.ValueBytes(), text);
         });
         return WriteUnits(text, stream);
     }

@@ -1,7 +1,9 @@
 // Writes a dictionary: version 2.7 of the binary form, or the text form.
 //
-// An image is made in memory and written at once, so that a stream need not be
-// able to seek and a failure on our side leaves it untouched.
+// An image is made in memory and written by one call: the stream need not be able to seek, and
+// a failed allocation writes nothing.
+//
+// Returns: each function the bytes written, or 0 if the stream fails.
 
 #ifndef HOLLIN_PRIVATE_IMAGE_WRITER_H
 #define HOLLIN_PRIVATE_IMAGE_WRITER_H
@@ -21,15 +23,15 @@ struct ImageOptions
     bool mWithoutKeys = false; // flat stores only
 };
 
-// Each returns the bytes written, or 0 if the stream fails.
-
-// Removed entries keep their places, without text; a store that has no keys is
-// written whole. Throws "PARM" for a run above hollin::kLongestRun and for pools
-// that 32 bits can't tell the size of.
+// Removed entries keep their identifiers, without text. All entries of a store without keys
+// are written.
+//
+// Throws: VoErrException with "PARM" for a run longer than hollin::kLongestRun, and for a pool
+// or a count of 4 GiB or more.
 std::size_t WriteImage(const DictionaryImpl& dictionary, const ImageOptions& options,
                        std::ostream& stream);
 
-// UTF-16 of this machine, with a byte-order mark.
+// In UTF-16 of this machine, with a byte-order mark.
 std::size_t WriteText(const DictionaryImpl& dictionary, std::ostream& stream);
 std::size_t WriteByteOrderMark(std::ostream& stream);
 } // namespace hollin_private

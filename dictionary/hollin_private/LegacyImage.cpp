@@ -1,6 +1,6 @@
 #include "hollin_private/LegacyImage.h"
 
-#include "hollin_private/KeyHash.h"
+#include "hollin_private/ByteRun.h"
 
 namespace hollin_private
 {
@@ -9,8 +9,8 @@ namespace
 const char kBucketNumberTooHigh[] = "a bucket number is above 1020";
 const char kSplitUnit[] = "a value's length splits a unit";
 
-// Version 1.5. All lengths stand in front, a key's and a value's in turn; the
-// ends tell how many of them are used up behind each bucket.
+// Version 1.5: a table of all lengths, of a key and a value in turn, then all keys and values.
+// The ends are the number of lengths up to the end of each bucket.
 class LengthTableImage : public LegacyImage
 {
 public:
@@ -41,14 +41,15 @@ private:
     {
         const std::uint32_t end = mEnds[mNextBucket];
         if (end < mBucketEnd)
-            mCursor.Spoil(mEnds.At(mNextBucket), "bucket ends", "they fall");
+            mCursor.SetDamaged(mEnds.At(mNextBucket), "bucket ends", "they fall");
         if (end > mLengths.Size())
-            mCursor.Spoil(mEnds.At(mNextBucket), "bucket ends", "one lies beyond the lengths");
+            mCursor.SetDamaged(mEnds.At(mNextBucket), "bucket ends", "one lies beyond the lengths");
         if (end % 2)
-            mCursor.Spoil(mEnds.At(mNextBucket), "bucket ends", "one parts a key from its value");
+            mCursor.SetDamaged(mEnds.At(mNextBucket), "bucket ends",
+                               "one parts a key from its value");
         mBucket = mNumbers[mNextBucket];
         if (mBucket >= kBucketCount)
-            mCursor.Spoil(mNumbers.At(mNextBucket), "bucket numbers", kBucketNumberTooHigh);
+            mCursor.SetDamaged(mNumbers.At(mNextBucket), "bucket numbers", kBucketNumberTooHigh);
         mBucketEnd = end;
         ++mNextBucket;
     }
@@ -59,7 +60,7 @@ private:
         const std::uint32_t keyLength = mLengths[mField];
         const std::uint32_t valueLength = mLengths[mField + 1];
         if (mUnits && valueLength % 2)
-            mCursor.Spoil(mLengths.At(mField + 1), "lengths", kSplitUnit);
+            mCursor.SetDamaged(mLengths.At(mField + 1), "lengths", kSplitUnit);
         entry->mKey = {mCursor.Take(keyLength, "key"), keyLength};
         entry->mValue = {mCursor.Take(valueLength, "value"), valueLength};
         mField += 2;
@@ -77,8 +78,8 @@ private:
     std::uint32_t mField = 0; // next of the lengths
 };
 
-// Version 1.0. Records tell where each bucket begins in the data, and the last
-// one where the data ends; each entry has its lengths with it.
+// Version 1.0: records have the offset of each bucket in the data, the last record the end of
+// the data. Each entry has its lengths.
 class EntriesImage : public LegacyImage
 {
 public:
@@ -120,11 +121,11 @@ private:
         const std::size_t end = DataOffset(mNextRecord + 1);
         mBucket = LoadInteger<std::uint16_t>(record, false);
         if (mBucket >= kBucketCount)
-            mCursor.Spoil(record, "records", kBucketNumberTooHigh);
+            mCursor.SetDamaged(record, "records", kBucketNumberTooHigh);
         if (begin > end)
-            mCursor.Spoil(record + 2, "records", "the offsets fall");
+            mCursor.SetDamaged(record + 2, "records", "the offsets fall");
         if (begin > mDataSize)
-            mCursor.Spoil(record + 2, "records", "an offset lies beyond the data");
+            mCursor.SetDamaged(record + 2, "records", "an offset lies beyond the data");
         ++mNextRecord;
         if (!mCursor.Sound())
             return;
@@ -132,11 +133,11 @@ private:
         mCursor.Seek(mData + begin);
     }
 
-    // A run of the entry, which must end within its bucket.
+    // Takes a run of the entry, which must end in its bucket.
     const unsigned char* TakeInBucket(std::uint32_t size, const char* field)
     {
         if (mCursor.Sound() && size > mBucketEnd - mCursor.Offset())
-            mCursor.Spoil(mCursor.Offset(), field, "it reaches beyond its bucket");
+            mCursor.SetDamaged(mCursor.Offset(), field, "it reaches beyond its bucket");
         return mCursor.Take(size, field);
     }
 
@@ -154,7 +155,7 @@ private:
         const std::size_t at = mCursor.Offset();
         const std::uint32_t valueLength = ReadLength("value length");
         if (mUnits && valueLength % 2)
-            mCursor.Spoil(at, "value length", kSplitUnit);
+            mCursor.SetDamaged(at, "value length", kSplitUnit);
         entry->mValue = {TakeInBucket(valueLength, "value"), valueLength};
         return mCursor.Sound();
     }

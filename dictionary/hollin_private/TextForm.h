@@ -1,4 +1,4 @@
-// The text form of a dictionary: lines of key=value, in double quotes or not.
+// The text form of a dictionary: lines of key=value, with or without double quotes.
 
 #ifndef HOLLIN_PRIVATE_TEXT_FORM_H
 #define HOLLIN_PRIVATE_TEXT_FORM_H
@@ -7,30 +7,38 @@
 #include <cstdint>
 #include <vector>
 
-#include "hollin_private/ByteRun.h"
+#include "hollin_private/DictionaryImpl.h"
 
 namespace hollin_private
 {
-// The most that a text's 32-bit length in bytes can tell, in units. Loads leave
-// out the line of a longer key or value.
+// The longest key or value that is loaded, in units. Its length in bytes fits in 32 bits.
 const std::size_t kLongestText = 0x7FFFFFFF;
 
-// What a line holds: a key of one byte per unit, and a value in the notations of
-// text files, not expanded.
 struct TextEntry
 {
-    std::vector<unsigned char> mKey;
-    const std::uint16_t* mWrittenKey = nullptr; // the key in the line, unit for byte
-    std::vector<std::uint16_t> mValue;
+    std::vector<unsigned char> mKey;            // one byte a unit
+    const std::uint16_t* mWrittenKey = nullptr; // the units of the key, in the line
+    std::vector<std::uint16_t> mValue;          // not expanded
 };
 
-// Fills in *entry, whose buffers are used anew. False if the entry begins with a
-// dollar sign that doesn't begin "$$$".
+// Fills in *entry, and reuses its buffers. Returns false if the entry begins with a dollar
+// sign but not with "$$$".
 bool ParseTextLine(const std::uint16_t* line, std::size_t length, TextEntry* entry);
 
-// Appends the line of an entry. A line end and a double quote in the value are
-// escaped, nothing else is. The value is UTF-16, at any address.
+// Appends the line of an entry. Only line ends and double quotes in the value are escaped.
+// The value is UTF-16 and may be unaligned.
 void AppendTextLine(const ByteRun& key, const ByteRun& value, std::vector<std::uint16_t>& text);
+
+enum class TextSource
+{
+    kMemory,
+    kStream // a line of only a byte-order mark is skipped
+};
+
+// Adds the entries of a text to a dictionary. A line that can't be stored is skipped and
+// clears mGood.
+void LoadText(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
+              TextSource source);
 } // namespace hollin_private
 
 #endif

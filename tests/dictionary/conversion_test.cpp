@@ -10,7 +10,7 @@
 
 #include <platform/control.h>
 
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
 
 using hollin::TextEncoding;
 using hollin::VoErrException;

@@ -7,14 +7,14 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
 namespace
 {
-const std::vector<TestEntry> kDamaged = {
+const std::vector<ImageEntry> kDamaged = {
     {"/shared", u"new", u"note"}, {"/added", u"text", u"other"}, {"/last", u"x"}};
 
 // Loads the image over a dictionary, which must not change.
@@ -163,7 +163,7 @@ TEST(DamagedStream, ThatFailsGivesNothingAndNoneNeedSeek)
                             std::ios_base::badbit | std::ios_base::failbit})
     {
         for (const std::string& bytes : {image, image.substr(0, 40), BuildEntries(kDamaged).Image(),
-                                         TextImage(u"/added=text")})
+                                         TextBytes(u"/added=text")})
         {
             for (const bool fails : {true, false})
             {

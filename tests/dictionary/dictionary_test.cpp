@@ -7,7 +7,7 @@
 
 #include <hollin_private/DictionaryImpl.h>
 
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
 
 using hollin::Dictionary;
 using hollin::kNoId;

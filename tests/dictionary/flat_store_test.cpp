@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 using hollin::kNoId;
@@ -128,12 +128,12 @@ TEST(FlatLayers, ASecondFileReplacesAndAdds)
     EXPECT_EQ(TextOf(flat, one) + TextOf(flat, two), u"85");
     EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "grown by all of the file";
     EXPECT_EQ(TextOf(flat, "/e"), u"9");
-    EXPECT_EQ(Check(Saved(flat)).mAstray, 0u);
+    EXPECT_EQ(Check(Saved(flat)).mUnreachable, 0u);
 }
 
 TEST(FlatLayers, AFileLoadedAgainIsDropped)
 {
-    const std::vector<TestEntry> entries = {{"/a", u"1"}, {"/b", u"2"}, {"", u""}};
+    const std::vector<ImageEntry> entries = {{"/a", u"1"}, {"/b", u"2"}, {"", u""}};
     Dictionary flat(true);
     LoadFlat(flat, entries);
     Set(flat, "/a", u"changed");

@@ -7,20 +7,20 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
 namespace
 {
-const std::vector<TestEntry> kEntries = {
+const std::vector<ImageEntry> kEntries = {
     {"/app/title", u"Titel", u"menu bar"},
     {"", u""}, // removed
     {"/app/empty", u""},
     {"/app/greek", u"\x394\xD83D\xDE00", u"a letter"},
 };
-const std::vector<TestEntry> kChecked = {
+const std::vector<ImageEntry> kChecked = {
     {"/a", u"eins", u"note"}, {"", u""}, {"/bc", u"zwei", u"more"}};
 } // namespace
 
@@ -81,7 +81,7 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
             std::generate(text.begin(), text.end(), [&] { return char16_t(0xA0 + below(0x1F00)); });
             texts[key] = text;
         }
-        std::vector<TestEntry> entries;
+        std::vector<ImageEntry> entries;
         entries.reserve(texts.size());
         for (const auto& text : texts)
             entries.push_back({text.first, text.second, below(5) ? u"" : text.second});
@@ -99,7 +99,7 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
             const hollin::ImageReport report = Check(image.Image());
             EXPECT_FALSE(report.mDamaged) << report.mSentence;
             EXPECT_EQ(report.mLive, texts.size());
-            EXPECT_EQ(report.mAstray, 0u);
+            EXPECT_EQ(report.mUnreachable, 0u);
 
             Loaded text(Saved(dictionary, Dictionary::kText), kWays[below(2)]);
             EXPECT_EQ(TextsOf(text), texts);
@@ -144,8 +144,8 @@ TEST(ImageCheck, CountsLinesAsEditorsDo)
     for (const auto& [text, line] : rows)
     {
         const hollin::ImageReport reports[] = {Check(std::string(text.begin(), text.end())),
-                                               Check(TextImage(text)),
-                                               Check(TextImage(text, true))};
+                                               Check(TextBytes(text)),
+                                               Check(TextBytes(text, true))};
         EXPECT_EQ(reports[0].mCoding, hollin::ImageReport::kActiveCodePage);
         EXPECT_NE(reports[1].mCoding, reports[2].mCoding);
         for (const hollin::ImageReport& report : reports)
@@ -155,7 +155,7 @@ TEST(ImageCheck, CountsLinesAsEditorsDo)
             EXPECT_EQ(report.mLine, line);
         }
     }
-    EXPECT_EQ(Check(TextImage(u"a=1\x2028\x2029$=x")).mLine, 3u);
+    EXPECT_EQ(Check(TextBytes(u"a=1\x2028\x2029$=x")).mLine, 3u);
     EXPECT_FALSE(Check("a=1\nb=2\n").mDamaged);
     EXPECT_EQ(Check("a=1\n\nb=2\n").mLive, 2u);
 }

@@ -4,25 +4,25 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
 namespace
 {
-typedef ImageBuilder (*Build)(const std::vector<TestEntry>&, std::uint8_t);
+typedef ImageBuilder (*Build)(const std::vector<ImageEntry>&, std::uint8_t);
 const Build kVersions[] = {BuildEntries, BuildLengthTable};
 
 // Two keys of one bucket, so that they are in order.
 const std::string kOne = "a0bbbbbbbb";
 const std::string kTwo = "a1bbbbbbbb";
-const std::vector<TestEntry> kOneBucket = {{kOne, u"eins"}, {kTwo, u"zwei"}};
+const std::vector<ImageEntry> kOneBucket = {{kOne, u"eins"}, {kTwo, u"zwei"}};
 
 class LegacyImage : public testing::TestWithParam<Build>
 {
 protected:
-    static std::string Image(const std::vector<TestEntry>& entries, std::uint8_t textFlag = 0)
+    static std::string Image(const std::vector<ImageEntry>& entries, std::uint8_t textFlag = 0)
     {
         return GetParam()(entries, textFlag).Image();
     }
@@ -88,13 +88,13 @@ TEST_P(LegacyImage, HasNoPlaceInAFlatStore)
     Load(dictionary, Image({{"/a", u"later"}, {"/c", u"later"}}));
     EXPECT_TRUE(dictionary.IsGood());
     EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"flat"}}));
-    Load(dictionary, TextImage(u"/a=text\n/c=text"));
+    Load(dictionary, TextBytes(u"/a=text\n/c=text"));
     EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"text"}, {"/c", u"text"}}));
 }
 
 TEST(LegacyDamage, IsFoundAndNamed)
 {
-    const std::vector<TestEntry> entries = {{"/a", u"1"}, {"/b", u"2"}};
+    const std::vector<ImageEntry> entries = {{"/a", u"1"}, {"/b", u"2"}};
     const ImageBuilder old = BuildEntries(entries);
     const ImageBuilder table = BuildLengthTable(entries);
     const std::size_t records = old.Offset("records");

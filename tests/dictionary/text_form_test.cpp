@@ -6,8 +6,8 @@
 
 #include <platform/control.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
@@ -51,7 +51,7 @@ TEST_F(TextForm, LineHoldsAKeyAndAValue)
     for (const auto& [line, key, value] : rows)
     {
         for (const Way way : kWays)
-            EXPECT_EQ(LoadedTexts(TextImage(line), way), (KeyedTexts{{key, value}})) << key;
+            EXPECT_EQ(LoadedTexts(TextBytes(line), way), (KeyedTexts{{key, value}})) << key;
     }
 }
 
@@ -64,7 +64,7 @@ TEST_F(TextForm, EveryLineEndEndsALine)
     {
         const std::u16string text = u"a=1" + end + u"b=2\n\0c=3"s; // a NUL in front ends all
         for (const bool bigEndian : {false, true})
-            EXPECT_EQ(LoadedTexts(TextImage(text, bigEndian)), both);
+            EXPECT_EQ(LoadedTexts(TextBytes(text, bigEndian)), both);
         if (end < u"\x2028")
         {
             EXPECT_EQ(LoadedTexts(std::string(text.begin(), text.end())), both);
@@ -84,7 +84,7 @@ TEST_F(TextForm, EncodingsGiveTheSameTexts)
 
 TEST_F(TextForm, LineOfOnlyAMarkIsPassedOverInAStream)
 {
-    const std::string image = TextImage(u"\xFEFF\r\na=1\n\xFEFF\n");
+    const std::string image = TextBytes(u"\xFEFF\r\na=1\n\xFEFF\n");
     EXPECT_EQ(LoadedTexts(image, Way::kStream), (KeyedTexts{{"a", u"1"}}));
     EXPECT_EQ(LoadedTexts(image, Way::kMemory), (KeyedTexts{{"a", u"1"}, {"\xFF", u""}}));
 }
@@ -183,7 +183,7 @@ TEST_F(TextForm, LongLinesTakeTimeInProportion)
         std::u16string text = u"a=";
         while (text.size() < units)
             text += piece;
-        EXPECT_TRUE(Loaded(TextImage(text + u"\nb=1")).HasString("b"));
+        EXPECT_TRUE(Loaded(TextBytes(text + u"\nb=1")).HasString("b"));
         EXPECT_TRUE(Loaded(std::string(text.begin(), text.end()) + "\nb=1").HasString("b"));
     }
 }

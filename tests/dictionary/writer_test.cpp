@@ -6,14 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
 namespace
 {
-const std::vector<TestEntry> kEntries = {
+const std::vector<ImageEntry> kEntries = {
     {"/a", u"eins", u"one"}, {"/b", u"\x4E8C"}, {"/c", u"", u"three"}, {"/d", u"vier"}};
 
 // Takes so many bytes and refuses the rest; it can't seek.
@@ -80,7 +80,7 @@ TEST(Writer, JoinsAllBlocksIntoOne)
         EXPECT_FALSE(report.mDamaged) << report.mSentence;
         EXPECT_EQ(report.mSlots, 256u);
         EXPECT_EQ(report.mLive, 253u); // not the two removed, nor the replaced slot
-        EXPECT_EQ(report.mAstray, 0u);
+        EXPECT_EQ(report.mUnreachable, 0u);
         Loaded again(image);
         EXPECT_EQ(TextsOf(again), TextsOf(dictionary));
         EXPECT_EQ(CommentOf(again, "/e") + CommentOf(again, "/d"), u"five");
@@ -111,7 +111,7 @@ TEST(Writer, WritesAHashStoreWithItsKeysInTheOrderOfItsChains)
     const std::string one = "a0bbbbbbbb"; // of one bucket with the other
     const std::string two = "a1bbbbbbbb";
     Loaded dictionary(one + "=1\n" + two + "=2\n/c=\n");
-    std::vector<TestEntry> entries;
+    std::vector<ImageEntry> entries;
     for (const std::string& key : KeysOf(dictionary))
         entries.push_back({key, TextOf(dictionary, key)});
     for (const auto mode : {Dictionary::kBinary, Dictionary::kBinaryWithoutKeys})

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
 
 using hollin::VoErrException;
 using hollin::ZString;
@@ -55,10 +55,10 @@ TEST(ZString, IsMadeOfManyThings)
 
     const char16_t units[] = u" ab";
     const char* stored = reinterpret_cast<const char*>(units) + 1;
-    EXPECT_EQ(ToText(ZString::FromStored(stored, 5)).size(), 2u);
-    EXPECT_EQ(ToText(ZString::FromStored(units, 3)), u" ");
-    EXPECT_EQ(ToText(ZString::FromStored(units, 1)), u"");
-    EXPECT_EQ(ToText(ZString::FromStored(nullptr, 0)), u"");
+    EXPECT_EQ(ToText(ZString::FromUTF16Bytes(stored, 5)).size(), 2u);
+    EXPECT_EQ(ToText(ZString::FromUTF16Bytes(units, 3)), u" ");
+    EXPECT_EQ(ToText(ZString::FromUTF16Bytes(units, 1)), u"");
+    EXPECT_EQ(ToText(ZString::FromUTF16Bytes(nullptr, 0)), u"");
 }
 
 TEST(ZString, CopiesIntoABuffer)

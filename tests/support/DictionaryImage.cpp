@@ -1,109 +1,277 @@
 #include "tests/support/DictionaryImage.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 
 namespace
 {
-class ByteWriter
-{
-public:
-    template <class Integer> void Put(Integer value)
-    {
-        mBytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
-    }
-    void PutBytes(const std::string& bytes) { mBytes += bytes; }
-    void PutUnits(const std::u16string& units)
-    {
-        mBytes.append(reinterpret_cast<const char*>(units.data()), 2 * units.size());
-    }
-    DictionaryImage Image() const
-    {
-        DictionaryImage image = {std::vector<U_u16>((mBytes.size() + 1) / 2), mBytes.size()};
-        std::memcpy(image.units.data(), mBytes.data(), mBytes.size());
-        return image;
-    }
+typedef std::map<std::uint32_t, std::vector<std::size_t>> Buckets; // to indices of entries
 
-private:
-    std::string mBytes;
-};
-
-// At most nine bytes of a key count.
-U_u16 BucketOf(const std::string& key)
+Buckets BucketsOf(const std::vector<ImageEntry>& entries)
 {
-    const size_t step = key.size() < 10 ? 1 : key.size() / 5;
-    U_u32 hash = 0;
-    for (size_t i = 0; i < key.size(); i += step)
-        hash = ((hash << 5) + static_cast<unsigned char>(key[i])) % 1021;
-    return static_cast<U_u16>(hash);
+    Buckets buckets;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        if (!entries[i].key.empty())
+            buckets[BucketOf(entries[i].key)].push_back(i);
+    }
+    return buckets;
 }
 
-U_u32 Count(size_t count)
+void AddHeader(ImageBuilder& image, std::uint32_t major, std::uint32_t minor, std::uint32_t flag)
 {
-    return static_cast<U_u32>(count);
+    image.Field("header").Bytes("ZString Binary Format").U8(major).U8(minor).U8(flag);
 }
 
-// Offsets and lengths of runs that follow each other.
-void PutRuns(ByteWriter& out, const std::vector<size_t>& lengths)
+std::string Joined(const std::vector<std::string>& runs)
 {
-    size_t offset = 0;
-    for (size_t length : lengths)
+    std::string joined;
+    for (const std::string& run : runs)
+        joined += run;
+    return joined;
+}
+
+void AddRunTables(ImageBuilder& image, const std::string& kind,
+                  const std::vector<std::string>& runs)
+{
+    std::size_t offset = 0;
+    image.Field(kind + " offsets");
+    for (const std::string& run : runs)
     {
-        out.Put(Count(offset));
-        offset += length;
+        image.U32(offset);
+        offset += run.size();
     }
-    for (size_t length : lengths)
-        out.Put(static_cast<U_u16>(length));
+    image.Field(kind + " lengths");
+    for (const std::string& run : runs)
+        image.U16(run.size());
+}
+
+void AddBuckets(ImageBuilder& image, const Buckets& buckets)
+{
+    image.Field("bucket numbers");
+    for (const auto& bucket : buckets)
+        image.U16(bucket.first);
+    image.Field("bucket sizes");
+    for (const auto& bucket : buckets)
+        image.U32(bucket.second.size());
+    image.Field("bucket identifiers");
+    for (const auto& bucket : buckets)
+    {
+        for (const std::size_t id : bucket.second)
+            image.U32(id);
+    }
+}
+
+std::string LegacyValue(const ImageEntry& entry, std::uint8_t textFlag)
+{
+    if (textFlag == 0)
+        return ImageBuilder().Units(entry.value).Image();
+    std::string bytes;
+    for (const char16_t unit : entry.value)
+        bytes.push_back(static_cast<char>(unit));
+    return bytes;
 }
 } // namespace
 
-DictionaryImage BinaryImage(const std::vector<ImageEntry>& entries)
+ImageBuilder& ImageBuilder::Field(const std::string& name)
 {
-    std::string keys;
-    std::u16string texts;
-    std::vector<size_t> keyLengths;
-    std::vector<size_t> textLengths;
-    std::map<U_u16, std::vector<U_u32>> buckets;
+    mFields.emplace_back(name, mImage.size());
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Bytes(const std::string& bytes)
+{
+    mImage += bytes;
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Units(const std::u16string& units)
+{
+    for (const char16_t unit : units)
+        U16(unit);
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Integer(std::uint64_t value, std::size_t width)
+{
+    const std::size_t offset = mImage.size();
+    mImage.resize(offset + width);
+    Store(mImage, offset, value, width);
+    return *this;
+}
+
+void ImageBuilder::Store(std::string& image, std::size_t offset, std::uint64_t value,
+                         std::size_t width) const
+{
+    for (std::size_t i = 0; i < width; ++i)
+    {
+        const std::size_t byte = mBigEndian ? width - 1 - i : i;
+        image.at(offset + byte) = static_cast<char>(value >> (8 * i));
+    }
+}
+
+std::size_t ImageBuilder::Offset(const std::string& field) const
+{
+    for (const auto& known : mFields)
+    {
+        if (known.first == field)
+            return known.second;
+    }
+    throw std::logic_error("the image has no field " + field);
+}
+
+std::string ImageBuilder::FieldAt(std::size_t offset) const
+{
+    std::string field;
+    for (const auto& known : mFields)
+    {
+        if (known.second <= offset)
+            field = known.first;
+    }
+    return field;
+}
+
+std::string ImageBuilder::With(std::size_t offset, std::uint64_t value, std::size_t width) const
+{
+    std::string image = mImage;
+    Store(image, offset, value, width);
+    return image;
+}
+
+std::uint32_t BucketOf(const std::string& key)
+{
+    const std::size_t step = std::max<std::size_t>(key.size() / 5, 1);
+    std::uint32_t hash = 0;
+    for (std::size_t i = 0; i < key.size(); i += step)
+        hash = ((hash << 5) + static_cast<unsigned char>(key[i])) % 1021;
+    return hash;
+}
+
+ImageBuilder BuildFlat(const std::vector<ImageEntry>& entries, const FlatOptions& options)
+{
+    const bool keyed = options.marker != 'N';
+    const auto bytesOf = [&](const std::u16string& text) {
+        return ImageBuilder(options.bigEndian).Units(text).Image();
+    };
+    std::vector<std::string> keys;
+    std::vector<std::string> values;
+    std::vector<std::string> comments;
+    std::vector<std::size_t> commentIds;
     for (const ImageEntry& entry : entries)
     {
-        buckets[BucketOf(entry.key)].push_back(Count(keyLengths.size()));
-        keys += entry.key;
-        texts += entry.text;
-        keyLengths.push_back(entry.key.size());
-        textLengths.push_back(2 * entry.text.size());
+        if (!entry.comment.empty())
+        {
+            commentIds.push_back(keys.size());
+            comments.push_back(bytesOf(entry.comment));
+        }
+        keys.push_back(entry.key);
+        values.push_back(bytesOf(entry.value));
     }
+    const auto removed = keyed ? std::count(keys.begin(), keys.end(), "") : 0;
+    const Buckets buckets = keyed ? BucketsOf(entries) : Buckets();
 
-    ByteWriter out;
-    out.PutBytes(std::string("ZString Binary Format\2\7\0\0", 25));
-    out.Put(5u);
-    out.PutBytes("de_DE");
-    out.Put(0u); // stands alone
-    out.PutBytes("Y");
-    out.Put(Count(entries.size()));
-    out.Put(Count(entries.size()));
-    out.Put(Count(buckets.size()));
-    out.Put(Count(keys.size()));
-    out.Put(Count(2 * texts.size()));
-    PutRuns(out, keyLengths);
-    PutRuns(out, textLengths);
-    out.PutBytes(keys);
-    out.PutUnits(texts);
-    for (const auto& bucket : buckets)
-        out.Put(bucket.first);
-    for (const auto& bucket : buckets)
-        out.Put(Count(bucket.second.size()));
+    ImageBuilder image(options.bigEndian);
+    AddHeader(image, 2, options.minor, 0);
+    if (options.minor >= 1)
+        image.Field("byte-order byte").U8(options.bigEndian);
+    image.Field("locale length").U32(options.locale.size());
+    image.Field("locale name").Bytes(options.locale);
+    image.Field("base").U32(options.base);
+    image.Field("keyed marker").U8(static_cast<unsigned char>(options.marker));
+    image.Field("count").U32(keys.size());
+    image.Field("live").U32(keys.size() - static_cast<std::size_t>(removed));
+    image.Field("buckets").U32(buckets.size());
+    if (keyed)
+        image.Field("key pool size").U32(Joined(keys).size());
+    image.Field("value pool size").U32(Joined(values).size());
+    if (keyed)
+        AddRunTables(image, "key", keys);
+    AddRunTables(image, "value", values);
+    if (keyed)
+        image.Field("key pool").Bytes(Joined(keys));
+    image.Field("value pool").Bytes(Joined(values));
+    if (keyed)
+        AddBuckets(image, buckets);
+    image.Field("comment count").U32(comments.size());
+    if (comments.empty())
+        return image;
+    image.Field("comment pool size").U32(Joined(comments).size());
+    image.Field("comment identifiers");
+    for (const std::size_t id : commentIds)
+        image.U32(id);
+    AddRunTables(image, "comment", comments);
+    image.Field("comment pool").Bytes(Joined(comments));
+    return image;
+}
+
+ImageBuilder BuildEntries(const std::vector<ImageEntry>& entries, std::uint8_t textFlag)
+{
+    const Buckets buckets = BucketsOf(entries);
+    ImageBuilder data;
+    ImageBuilder image;
+    AddHeader(image, 1, 0, textFlag);
+    image.Field("record count").U16(buckets.size() + 1).Field("records");
     for (const auto& bucket : buckets)
     {
-        for (U_u32 id : bucket.second)
-            out.Put(id);
+        image.U16(bucket.first).U32(data.Image().size());
+        for (const std::size_t i : bucket.second)
+        {
+            const std::string value = LegacyValue(entries[i], textFlag);
+            data.U32(entries[i].key.size()).Bytes(entries[i].key);
+            data.U32(value.size()).Bytes(value);
+        }
     }
-    out.Put(0u); // no comments
-    return out.Image();
+    image.U16(0xFFFF).U32(data.Image().size()).Field("data").Bytes(data.Image());
+    return image;
+}
+
+ImageBuilder BuildLengthTable(const std::vector<ImageEntry>& entries, std::uint8_t textFlag)
+{
+    const Buckets buckets = BucketsOf(entries);
+    std::size_t end = 0;
+    std::string data;
+    ImageBuilder image;
+    ImageBuilder lengths;
+    AddHeader(image, 1, 5, textFlag);
+    image.Field("bucket count").U32(buckets.size()).Field("bucket ends");
+    for (const auto& bucket : buckets)
+    {
+        image.U32(end += 2 * bucket.second.size());
+        for (const std::size_t i : bucket.second)
+        {
+            const std::string value = LegacyValue(entries[i], textFlag);
+            lengths.U32(entries[i].key.size()).U32(value.size());
+            data += entries[i].key + value;
+        }
+    }
+    image.Field("lengths").Bytes(lengths.Image()).Field("bucket numbers");
+    for (const auto& bucket : buckets)
+        image.U16(bucket.first);
+    image.Field("data").Bytes(data);
+    return image;
+}
+
+std::string TextBytes(const std::u16string& text, bool bigEndian)
+{
+    return ImageBuilder(bigEndian).Units(u"\xFEFF" + text).Image();
+}
+
+DictionaryImage::DictionaryImage(const std::string& image)
+    : units((image.size() + 1) / 2), size(image.size())
+{
+    std::memcpy(units.data(), image.data(), size);
+}
+
+DictionaryImage BinaryImage(const std::vector<ImageEntry>& entries)
+{
+    FlatOptions options;
+    options.locale = "de_DE";
+    return DictionaryImage(BuildFlat(entries, options).Image());
 }
 
 DictionaryImage TextImage(const std::u16string& lines)
 {
-    ByteWriter out;
-    out.PutUnits(u"\uFEFF" + lines);
-    return out.Image();
+    return DictionaryImage(TextBytes(lines));
 }

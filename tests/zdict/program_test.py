@@ -9,6 +9,7 @@ import signal
 import subprocess
 import unittest
 
+from images import flat
 from program import IMAGE, TEXT, Case
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -138,21 +139,39 @@ class Files(Case):
 class Usage(Case):
     def test_wrong_usage(self):
         for arguments, what in [
-                ([], "a command is missing (see zdict --help)"),
-                (["compile"], "compile needs TEXT... (see zdict compile --help)"),
-                (["dump", "a", "b"], "dump takes FILE only, not 'b' too"),
-                (["dump", "--base", "1", "a"], "unknown option '--base' (see zdict dump --help)"),
-                (["check", "-v"], "unknown option '-v'"),
+                ([], "A command is required (see zdict --help)"),
+                (["compil", "a"], "there is no command 'compil' (see zdict --help)"),
+                (["compile"], "TEXT is required (see zdict compile --help)"),
+                (["get", "a"], "KEY is required"),
+                (["dump", "a", "b"], "not expected: b (see zdict dump --help)"),
+                (["dump", "--base", "1", "a"], "--base"),
+                (["check", "-v", "a"], "-v"),
                 (["compile", "a", "-o", ""], "-o needs a file name"),
-                (["compile", "--big-endian=yes", "a"], "--big-endian takes no value"),
+                (["compile", "a", "-o"], "-o"),
+                (["compile", "--big-endian=yes", "a"], "big-endian was given a disallowed"),
                 (["compile", "--locale", "de DE", "a"], "the locale 'de DE' isn't a name"),
                 *((["compile", "--base", base, "a"], f"the base '{base}' isn't a number from 0 to")
-                  for base in ("-1", "4294967296", "1x", "")),
+                  for base in ("-1", "4294967296", "1x", "0x1", "")),
                 *((["check", "--code-page", page, "a"], f"the code page '{page}' isn't 932, ")
                   for page in ("0", "65001x", ""))]:
             result = self.run_tool(*arguments, status=2)
             self.assertIn(what, result.err)
             self.assertEqual(result.out, b"")
+
+    def test_operands_are_taken_as_they_are(self):
+        image = flat([("010", "1"), ("[x,y]", "2"), ("-o", "3"), ("get", "4"), ("{}", "5")])
+        os.chdir(self.folder)
+        self.addCleanup(os.chdir, HERE)
+        for name in "[x,y]", "[x]", "{}", "get", "merge", "-x":
+            self.file(name, image)
+            self.run_tool("check", "--", name)
+            self.assertEqual(self.run_tool("get", "--", name, "-o").out, b"3\n")
+            self.assertEqual(self.run_tool("merge", "--", name, name).out, image)
+        for key, text in ("010", b"1"), ("[x,y]", b"2"), ("get", b"4"), ("{}", b"5"):
+            self.assertEqual(self.run_tool("get", "[x]", key).out, text + b"\n")
+        self.run_tool("compile", "-o", "first", "--base", "7", "-o", "[x]", "--base=010",
+                      self.file("text", TEXT))
+        self.assertEqual(self.content("[x]"), flat([("/a", "b")], base=10))
 
     def test_help_and_manual_name_everything(self):
         help_text = self.run_tool("--help").out.decode()
@@ -163,7 +182,7 @@ class Usage(Case):
             manual = file.read().replace("\\-", "-")
         for command in commands:
             own = self.run_tool(command, "--help").out.decode()
-            self.assertTrue(own.startswith(f"Usage: zdict {command} "))
+            self.assertIn(f"Usage: zdict {command} ", own)
             self.assertLessEqual(max(map(len, (help_text + own).splitlines())), 80)
             for option in re.findall(r"^  (-+[a-z0-9-]+)", own, re.M) + [command]:
                 self.assertIn(option, manual)

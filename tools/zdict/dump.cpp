@@ -1,24 +1,27 @@
+// The commands dump and get: texts are written as files and to the terminal.
+
 #include <algorithm>
 
-#include "commands.h"
+#include "command_line.h"
 #include "entries.h"
-#include "text_line.h"
-#include "utf8.h"
+#include "text_output.h"
 
 namespace
 {
 const std::uint16_t kByteOrderMark = 0xFEFF;
 
-// Tells of everything that the text form can't carry.
+// Reports each entry that the text form can't carry.
+//
+// Throws: Failure, if there is one.
 void RequireCarried(const Entries& entries, const InputFile& file, const Options& options)
 {
     std::size_t refused = 0;
     for (const Entry& entry : entries)
     {
         if (const char* const problem = KeyProblem(entry.mKey))
-            Tell(file.mName, "the key " + Quoted(entry.mKey) + " " + problem);
+            Report(file.mName, "the key " + Quoted(entry.mKey) + " " + problem);
         else if (entry.mComment.Length() && !options.mNoComments)
-            Tell(file.mName, Quoted(entry.mKey) + " has a comment (see --no-comments)");
+            Report(file.mName, Quoted(entry.mKey) + " has a comment (see --no-comments)");
         else
             continue;
         ++refused;
@@ -42,7 +45,7 @@ std::string InUTF8(const Entries& entries)
     return text;
 }
 
-// Of this machine's byte order.
+// In this machine's byte order.
 std::string InUTF16(const Entries& entries)
 {
     Units text = {kByteOrderMark};
@@ -50,6 +53,14 @@ std::string InUTF16(const Entries& entries)
         AppendLine(entry.mKey, entry.mText, &text);
     return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof text[0]);
 }
+
+// The key of a literal of the source code: the part between "$$$" and "=".
+std::string KeyOf(const std::string& literal)
+{
+    const std::size_t begin = literal.compare(0, 3, "$$$") == 0 ? 3 : 0;
+    return literal.substr(begin, literal.find('=') - begin);
+}
+} // namespace
 
 Status Dump(const Options& options)
 {
@@ -62,16 +73,19 @@ Status Dump(const Options& options)
               options.mUTF16 ? Content::kBinary : Content::kText);
     return kFine;
 }
-} // namespace
 
-const Command kDumpCommand = {
-    "dump",
-    "FILE",
-    "make a text of an image",
-    "Writes an image of any version, or a text, as a text: a line for each key, in\n"
-    "the order of their bytes. What a reader would change is written in a notation,\n"
-    "so that compile makes the same texts of it. It refuses what a text can't carry.\n",
-    kOutputOption | kUTF16Option | kNoCommentsOption | kCodePageOption,
-    1,
-    1,
-    Dump};
+Status Get(const Options& options)
+{
+    const InputFile file = ReadFile(options.mOperands[0]);
+    const Entries entries = ReadEntries(file, CheckFile(file, options), options);
+    const std::string key = KeyOf(options.mOperands[1]);
+    const auto matches = [&](const Entry& entry) { return entry.mKey == key; };
+    const auto found = std::find_if(entries.begin(), entries.end(), matches);
+    if (found == entries.end())
+        throw Failure{kFaulty, file.mName, "it has no key " + Quoted(key)};
+    if (options.mComment && !found->mComment.Length())
+        throw Failure{kFaulty, file.mName, Quoted(key) + " has no comment"};
+    const hollin::ZString& text = options.mComment ? found->mComment : found->mText;
+    WriteFile(kStandardStream, ToUTF8(text) + "\n", Content::kText);
+    return kFine;
+}

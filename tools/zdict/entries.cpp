@@ -7,11 +7,11 @@
 #include <platform/control.h>
 
 #include "messages.h"
-#include "text_source.h"
+#include "text_input.h"
 
 namespace
 {
-// The key at which a walk stands, in either store.
+// Returns the key of the current entry of a walk, in a flat or a hash store.
 std::string CurrentKey(const hollin::Dictionary& dictionary)
 {
     std::string key(dictionary.CurrentKey(nullptr, 0, false) + std::size_t(1), '\0');
@@ -20,7 +20,7 @@ std::string CurrentKey(const hollin::Dictionary& dictionary)
     return key;
 }
 
-// A look-up takes a literal of the source code, which can't name every key.
+// A look-up takes a literal of the source code. No literal has such a key.
 void RequireLookUp(const std::string& key, const InputFile& file)
 {
     if (key.find_first_of(std::string("=\0", 2)) == std::string::npos)
@@ -29,7 +29,8 @@ void RequireLookUp(const std::string& key, const InputFile& file)
                   "the key " + Quoted(key) + " can't be looked up: it holds a \"=\" or a NUL"};
 }
 
-// A lone comment is given for every entry, but is one entry's.
+// A dictionary returns the only comment of a block for each of its entries. The comment
+// belongs to one of them.
 hollin::ZString CommentOf(const hollin::Dictionary& dictionary, std::uint32_t id,
                           const hollin::ImageReport& report)
 {
@@ -37,9 +38,10 @@ hollin::ZString CommentOf(const hollin::Dictionary& dictionary, std::uint32_t id
     return isItsOwn ? dictionary.GetCommentById(id) : hollin::ZString();
 }
 
-// Gives an entry whose key comes again what a look-up finds. Keys that no look-up
-// finds keep the first.
-void LookUp(const hollin::Dictionary& dictionary, const hollin::ImageReport& report, Entry* entry)
+// Sets the text and the comment of an entry to those that a look-up finds. An entry that
+// no look-up finds is kept as it is.
+void SetAsLookedUp(const hollin::Dictionary& dictionary, const hollin::ImageReport& report,
+                   Entry* entry)
 {
     const std::string literal = "$$$" + entry->mKey;
     if (!dictionary.HasString(literal.c_str()))
@@ -54,38 +56,39 @@ Entries ReadImage(const InputFile& file, const hollin::ImageReport& report)
     dictionary.LoadFromMemory(file.mBytes.data(), static_cast<std::int32_t>(file.mBytes.size()),
                               false);
     Entries entries;
-    std::unordered_map<std::string, std::size_t> places; // of keys in the entries
+    std::unordered_map<std::string, std::size_t> indices; // of keys in the entries
     for (std::uint32_t id = 0; dictionary.NextId(&id);)
     {
         const std::string key = CurrentKey(dictionary);
         if (key.empty() && report.mMajor >= 2)
             continue; // a removed slot
         RequireLookUp(key, file);
-        const auto place = places.emplace(key, entries.size());
-        if (place.second)
+        const auto [index, isNew] = indices.emplace(key, entries.size());
+        if (isNew)
         {
             entries.push_back({key, dictionary.CurrentText(), CommentOf(dictionary, id, report)});
             continue;
         }
-        Tell(file.mName, "the key " + Quoted(key) + " is in it twice; what a look-up finds counts");
-        LookUp(dictionary, report, &entries[place.first->second]);
+        Report(file.mName,
+               "the key " + Quoted(key) + " is in it twice; what a look-up finds counts");
+        SetAsLookedUp(dictionary, report, &entries[index->second]);
     }
     return entries;
 }
 
-void TellOfLines(const InputFile& file, const std::vector<LineNote>& notes)
+void ReportLines(const InputFile& file, const std::vector<LineNote>& notes)
 {
     for (const LineNote& note : notes)
-        Tell(file.mName, "line " + std::to_string(note.mLine) + ": " + note.mWhat);
+        Report(file.mName, "line " + std::to_string(note.mLine) + ": " + note.mWhat);
 }
 
 Entries ReadTextEntries(const InputFile& file, const Options& options)
 {
     TextContent content = ReadText(file, options);
-    TellOfLines(file, content.mProblems);
+    ReportLines(file, content.mProblems);
     if (!content.mProblems.empty())
         throw Failure{kFaulty, file.mName, std::string()};
-    TellOfLines(file, content.mDoubts);
+    ReportLines(file, content.mDoubts);
     return std::move(content.mEntries);
 }
 } // namespace

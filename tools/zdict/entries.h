@@ -1,4 +1,4 @@
-// What a file holds, of any form.
+// The entries of a file of any form.
 
 #ifndef ZDICT_ENTRIES_H
 #define ZDICT_ENTRIES_H
@@ -10,8 +10,8 @@
 #include <hollin/ImageCheck.h>
 #include <hollin/ZString.h>
 
+#include "command_line.h"
 #include "files.h"
-#include "options.h"
 
 struct Entry
 {
@@ -23,20 +23,20 @@ struct Entry
 // Each key once, with the text that a look-up finds, in the order of the file.
 typedef std::vector<Entry> Entries;
 
-// Looks a file over. Texts and values of its own code page are taken to be in
-// the one of the options.
+// Checks a file. The code page of the options is used for texts and values in a code page.
 hollin::ImageReport CheckFile(const InputFile& file, const Options& options);
 
-// An empty file is no text but a damaged image, other than among the layers of
-// an image to be made.
+// Returns whether the file is a text. An empty file is a damaged image.
 bool IsText(const InputFile& file, const hollin::ImageReport& report);
 
-// report is of the same file. Throws a Failure, people having been told of each bad line, if the
-// file is damaged, or holds keys that can't be looked up or none at all.
+// `report` is the result of CheckFile. Each bad or doubtful line is reported.
+//
+// Throws: Failure for a damaged file, for an image without keys, and for a key that can't be
+// looked up.
 Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report,
                     const Options& options);
 
-// Where the damage of an image is, and what.
+// Returns the location and the kind of an image's damage.
 std::string DamageOf(const hollin::ImageReport& report);
 
 #endif

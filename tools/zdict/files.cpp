@@ -31,7 +31,7 @@ const int kMostNames = 1000; // tried for a new file
     throw Failure{kUnusable, name, std::string("can't be read: ") + why};
 }
 
-// Opens an input, whose name for people is set.
+// Opens an input, and sets its name for messages.
 int Open(const std::string& name, InputFile* file)
 {
     static bool sStdinRead = false; // one thread
@@ -88,21 +88,22 @@ void WriteInPlace(int descriptor, const std::string& bytes, Content content,
         FailToWrite(name, std::strerror(errno));
 }
 
-// A file beside another one, under a name of its own until it takes the other's.
-class FileBeside
+// A file in the folder of the target. Its own name is replaced by the target's when it is
+// complete.
+class NewFile
 {
 public:
-    FileBeside(const Target& target, const std::string& path)
+    NewFile(const Target& target, const std::string& path)
         : mTarget(target), mPath(path), mFile(Create())
     {
     }
-    ~FileBeside()
+    ~NewFile()
     {
         if (!mName.empty())
             unlinkat(mTarget.mFolder.Get(), mName.c_str(), 0);
     }
-    FileBeside(const FileBeside&) = delete;
-    FileBeside& operator=(const FileBeside&) = delete;
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
 
     void Write(const std::string& bytes, mode_t permissions)
     {
@@ -134,7 +135,7 @@ private:
     }
 
     const Target& mTarget;
-    const std::string& mPath; // for people
+    const std::string& mPath; // for messages
     std::string mName;
     Descriptor mFile;
 };
@@ -159,7 +160,7 @@ InputFile ReadFile(const std::string& name)
         const auto size = static_cast<std::size_t>(state.st_size);
         if (size > kLargestFile)
             FailToRead(file.mName, kTooLarge);
-        file.mBytes.resize(size + 1); // the one byte more meets the end at once
+        file.mBytes.resize(size + 1); // the extra byte lets the first read find the end
     }
     ReadToEnd(input.Get(), &file);
     return file;
@@ -174,6 +175,6 @@ void WriteFile(const std::string& name, const std::string& bytes, Content conten
         return WriteInPlace(
             openat(target.mFolder.Get(), target.mName.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC),
             bytes, content, name);
-    FileBeside(target, name)
+    NewFile(target, name)
         .Write(bytes, target.mExists ? target.mState.st_mode & kPermissions : NewFilePermissions());
 }

@@ -1,4 +1,4 @@
-// What the program tells people, and with which status it ends.
+// Messages on standard error, and the status of the program.
 
 #ifndef ZDICT_MESSAGES_H
 #define ZDICT_MESSAGES_H
@@ -12,25 +12,24 @@ enum Status
     kUnusable = 2 // wrong usage, or a file that can't be read or written
 };
 
-// Thrown by value by what can't go on. The text is for people; it is empty if
-// they have been told already.
+// Thrown by value by every operation of a command that can't continue.
 struct Failure
 {
     Status mStatus;
-    std::string mFile; // as people gave it; empty if it is about none
-    std::string mWhat;
+    std::string mFile; // as in the command line; empty if the failure is not of one file
+    std::string mWhat; // empty if the failure has been reported
 };
 
-// Writes a line to stderr, with the program's name and the file's, if there is
-// one, in front.
-void Tell(const std::string& file, const std::string& what);
-void Tell(const Failure& failure); // nothing if its text is empty
+// Writes a line to standard error, with the names of the program and of the file, if there is
+// one.
+void Report(const std::string& file, const std::string& what);
+void Report(const Failure& failure); // writes nothing if mWhat is empty
 
-// The text in double quotes, without the bytes that would steer a terminal, and cut if it
-// is very long.
+// Returns the text in double quotes, without the bytes that would steer a terminal. A very
+// long text is cut.
 std::string Quoted(const std::string& text);
 
-// Such as "1 text" and "2 texts".
+// Returns such texts as "1 text" and "2 texts".
 std::string Counted(unsigned long long count, const std::string& thing);
 
 #endif

@@ -73,7 +73,7 @@ private:
         Take(std::string(text, static_cast<std::size_t>(length)));
     }
 
-    // Puts the names of a path in front of those that are left.
+    // Puts the names of a path before the names that are left.
     void Take(const std::string& path)
     {
         if (path.empty())
@@ -106,8 +106,8 @@ private:
 
     const std::string mPath;
     Descriptor mFolder;
-    std::string mShown;              // the folder, for people: empty or with a "/" at the end
-    std::vector<std::string> mNames; // left to walk, the next one last
+    std::string mShown;              // the folder, for messages: empty or with a final "/"
+    std::vector<std::string> mNames; // left to walk, the next name last
     int mLinks = 0;
     bool mEndsInLink = false; // whether a link leads to the last name
 };

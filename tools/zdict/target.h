@@ -1,4 +1,4 @@
-// The place of an output file, with all links on the way followed.
+// The folder and the name of an output file, after all links of its path.
 
 #ifndef ZDICT_TARGET_H
 #define ZDICT_TARGET_H
@@ -21,7 +21,7 @@ public:
 
     int Get() const { return mDescriptor; }
 
-    // False if what was written may not be there. stdin and stdout stay open.
+    // Returns false if written bytes may be lost. stdin and stdout are kept open.
     bool Close();
 
 private:
@@ -36,12 +36,16 @@ struct Target
     struct stat mState; // of the file, if it exists; never of a link
 };
 
-// Walks from folder to folder, so that no link that is put in place meanwhile is followed.
+// Finds the target of an output path.
 //
-// Throws: Failure, for a folder or the target of a link that does not exist, and for a
-// link of another user in a sticky folder that everybody may write to: that user may have
-// set a trap for a file of the follower. The rule is that of the kernel's protected
-// symlinks, and holds for each link on the way.
+// The path is walked from folder to folder, so that a link that another process creates during
+// the walk is not followed.
+//
+// Throws: Failure
+// - for a folder, or the target of a link, that does not exist;
+// - for a link of another user in a sticky folder that everybody may write to: that user may
+//   aim the link at a file of the follower. This is the rule of the kernel's protected
+//   symlinks, for each link of the path.
 Target FindTarget(const std::string& path);
 
 [[noreturn]] void FailToWrite(const std::string& name, const std::string& why);

@@ -1,4 +1,4 @@
-#include "text_source.h"
+#include "text_input.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include <boost/nowide/utf/utf.hpp>
 
 #include <hollin/Dictionary.h>
-#include <hollin/TextLines.h>
+#include <hollin/TextFormReader.h>
 #include <platform/control.h>
 #include <win32/text.h>
 
@@ -18,14 +18,14 @@ namespace
 {
 const std::size_t kNowhere = SIZE_MAX;
 
-// What makes a text as a whole doubtful, and at which byte.
+// A fault that makes the whole text unusable, and the offset of its byte.
 struct Fault
 {
     std::size_t mOffset = kNowhere;
     const char* mWhat = nullptr;
 };
 
-// The unit at an offset: a byte, or two.
+// Returns the code unit at an offset, of one or two bytes.
 unsigned int UnitAt(const TextBytes& text, std::size_t offset)
 {
     const unsigned int first = text.mBytes[offset];
@@ -45,8 +45,8 @@ bool EndsLine(const TextBytes& text, unsigned int unit)
     return unit == '\n' || unit == '\r' || (text.mUTF16 && (unit == 0x2028 || unit == 0x2029));
 }
 
-// The line that an offset is in. A carriage return and a line feed end one line
-// together.
+// Returns the number of the line at an offset. A carriage return with a line feed ends one
+// line.
 std::uint64_t LineOf(const TextBytes& text, std::size_t offset)
 {
     std::uint64_t line = 1;
@@ -85,7 +85,7 @@ std::size_t FindNul(const TextBytes& text)
     return kNowhere;
 }
 
-// A load would read on behind each of these, with characters or lines lost.
+// A load ignores each of these faults, and loses characters or lines.
 Fault FindFault(const TextBytes& text)
 {
     const std::size_t nul = FindNul(text);
@@ -99,7 +99,7 @@ Fault FindFault(const TextBytes& text)
     return {};
 }
 
-// Why the line can't be used; empty if it can.
+// Returns why the line can't be used, or an empty text if it can.
 std::string ProblemOf(const hollin::TextLine& line)
 {
     if (line.mProblem)
@@ -115,7 +115,8 @@ std::string ProblemOf(const hollin::TextLine& line)
     return std::string();
 }
 
-// Texts of one file by key; a later line replaces an earlier one.
+// Collects the entries of one file. A later line replaces the text of an earlier line with
+// the same key.
 class EntryCollector
 {
 public:
@@ -125,14 +126,14 @@ public:
     {
         if (!line.mHasEquals)
             mContent->mDoubts.push_back({line.mNumber, "without a \"=\", all of it is a key"});
-        const auto place =
-            mPlaces.emplace(line.mKey, Place{mContent->mEntries.size(), line.mNumber});
-        if (place.second)
+        const auto [position, isNew] =
+            mPositions.emplace(line.mKey, Position{mContent->mEntries.size(), line.mNumber});
+        if (isNew)
         {
             mContent->mEntries.push_back({line.mKey, line.mText, hollin::ZString()});
             return;
         }
-        Place& earlier = place.first->second;
+        Position& earlier = position->second;
         mContent->mDoubts.push_back({line.mNumber, "it replaces the text of " + Quoted(line.mKey) +
                                                        " in line " +
                                                        std::to_string(earlier.mLine)});
@@ -141,14 +142,14 @@ public:
     }
 
 private:
-    struct Place
+    struct Position
     {
         std::size_t mIndex;
         std::uint64_t mLine;
     };
 
     TextContent* const mContent;
-    std::unordered_map<std::string, Place> mPlaces;
+    std::unordered_map<std::string, Position> mPositions;
 };
 } // namespace
 
@@ -180,7 +181,7 @@ TextContent ReadText(const InputFile& file, const Options& options)
 
     platform::SetActiveCodePage(text.mCodePage);
     EntryCollector collector(&content);
-    hollin::TextLines lines(text.mBytes, text.mSize);
+    hollin::TextFormReader lines(text.mBytes, text.mSize);
     for (hollin::TextLine line; lines.Next(&line);)
     {
         const std::string problem = ProblemOf(line);

@@ -1,8 +1,8 @@
-#include "hollin/TextLines.h"
+#include "hollin/TextFormReader.h"
 
 #include <algorithm>
 
-#include "hollin/VoErrException.h"
+#include "hollin/ConversionHooks.h"
 #include "hollin_private/DictionaryReader.h"
 #include "hollin_private/Expansion.h"
 #include "hollin_private/TextForm.h"
@@ -13,27 +13,27 @@ namespace
 {
 using namespace hollin_private;
 
-// The bytes of a key have lost what they can't hold.
+// The key's bytes are the low bytes of its units only.
 bool IsWrittenInASCII(const TextEntry& entry)
 {
     const auto isASCII = [](std::uint16_t unit) { return unit < 0x80; };
     return std::all_of(entry.mWrittenKey, entry.mWrittenKey + entry.mKey.size(), isASCII);
 }
 
-void Spoil(const char* field, const char* problem, TextLine* line)
+void SetProblem(const char* field, const char* problem, TextLine* line)
 {
     line->mField = field;
     line->mProblem = problem;
 }
 
-// The line is zero-terminated, so there is a unit behind every key.
+// The line is null-terminated, so that there is a unit after every key.
 void Fill(const std::uint16_t* units, std::size_t length, TextLine* line)
 {
     TextEntry entry;
     if (!ParseTextLine(units, length, &entry))
-        return Spoil("prefix", "it isn't \"$$$\"", line);
+        return SetProblem("prefix", "it isn't \"$$$\"", line);
     if (entry.mKey.size() > kLongestText || entry.mValue.size() > kLongestText)
-        return Spoil("length", "it is above 2^31 - 1 characters", line);
+        return SetProblem("length", "it is above 2^31 - 1 characters", line);
     line->mKey.assign(entry.mKey.begin(), entry.mKey.end());
     line->mKeyIsASCII = IsWrittenInASCII(entry);
     line->mHasEquals = entry.mWrittenKey[entry.mKey.size()] == '=';
@@ -42,14 +42,14 @@ void Fill(const std::uint16_t* units, std::size_t length, TextLine* line)
 }
 } // namespace
 
-TextLines::TextLines(const unsigned char* bytes, std::size_t size)
+TextFormReader::TextFormReader(const unsigned char* bytes, std::size_t size)
     : mReader(DictionaryReader::Make(bytes, size))
 {
 }
 
-TextLines::~TextLines() = default;
+TextFormReader::~TextFormReader() = default;
 
-bool TextLines::Next(TextLine* line)
+bool TextFormReader::Next(TextLine* line)
 {
     *line = TextLine();
     try
@@ -65,7 +65,7 @@ bool TextLines::Next(TextLine* line)
     }
     catch (const VoErrException&)
     {
-        Spoil("text", "the system can't convert it", line);
+        SetProblem("text", "the system can't convert it", line);
     }
     line->mNumber = mReader->LineNumber();
     return true;

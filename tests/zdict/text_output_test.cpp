@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
-#include "tests/dictionary/support/Loading.h"
-#include "tools/zdict/text_line.h"
+#include "tests/dictionary/Loading.h"
+#include "tests/support/DictionaryImage.h"
+#include "tools/zdict/text_output.h"
 
 namespace
 {
@@ -43,7 +43,7 @@ TEST(TextLine, BringsEveryCharacterAndEveryMixOfNotationsBack)
     std::u16string file;
     for (std::size_t i = 0; i < texts.size(); ++i)
         file += LineOf(std::to_string(i), texts[i]);
-    const Loaded dictionary(TextImage(file));
+    const Loaded dictionary(TextBytes(file));
     for (std::size_t i = 0; i < texts.size(); ++i)
         ASSERT_EQ(TextOf(dictionary, std::to_string(i)), texts[i]) << "line " << i + 1;
 }
@@ -55,7 +55,7 @@ TEST(TextLine, KeysWithoutAProblemAreBroughtBack)
         if (KeyProblem(key))
             return;
         ++carried;
-        Loaded dictionary(TextImage(LineOf(key, u"text")));
+        Loaded dictionary(TextBytes(LineOf(key, u"text")));
         EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{key, u"text"}}));
     });
     EXPECT_GT(carried, 7u + 7 * 7 + 7 * 7 * 7); // those of harmless characters, and more

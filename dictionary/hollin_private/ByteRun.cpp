@@ -1,4 +1,4 @@
-#include "hollin_private/KeyHash.h"
+#include "hollin_private/ByteRun.h"
 
 #include <algorithm>
 
@@ -11,5 +11,20 @@ std::uint32_t HashKey(const ByteRun& key, std::uint32_t tableSize)
     for (std::uint64_t i = 0; i < key.mLength; i += step)
         hash = ((hash << 5) + key.mBytes[i]) % tableSize;
     return hash;
+}
+
+ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length)
+    : mLength(length), mBytes(CopyOf(ByteRun{static_cast<const unsigned char*>(bytes), length}))
+{
+}
+
+void intrusive_ptr_add_ref(ByteRunValue* value)
+{
+    value->AddRef();
+}
+
+void intrusive_ptr_release(ByteRunValue* value)
+{
+    value->Release();
 }
 } // namespace hollin_private

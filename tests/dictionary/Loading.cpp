@@ -1,4 +1,4 @@
-#include "tests/dictionary/support/Loading.h"
+#include "tests/dictionary/Loading.h"
 
 #include <cstring>
 #include <sstream>
@@ -27,7 +27,7 @@ void Load(hollin::Dictionary& dictionary, const std::string& image, Way way)
     dictionary.LoadFromMemory(bytes.data(), static_cast<std::int32_t>(bytes.size()), true);
 }
 
-void LoadFlat(hollin::Dictionary& dictionary, const std::vector<TestEntry>& entries,
+void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries,
               const FlatOptions& options)
 {
     Load(dictionary, BuildFlat(entries, options).Image());

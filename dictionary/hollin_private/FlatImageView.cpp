@@ -1,14 +1,14 @@
-#include "hollin_private/FlatImage.h"
+#include "hollin_private/FlatImageView.h"
 
 #include <algorithm>
 
-#include "hollin_private/KeyHash.h"
+#include "hollin_private/ByteRun.h"
 
 namespace hollin_private
 {
 namespace
 {
-// The names of the fields of one kind of runs.
+// The names of the fields of keys, values or comments.
 struct RunFields
 {
     const char* mOffsets;
@@ -37,29 +37,30 @@ void ReadPoolSize(ImageCursor& cursor, const RunFields& fields, ImageRuns& runs)
     const std::size_t at = cursor.Offset();
     runs.mPoolSize = cursor.Read<std::uint32_t>(fields.mPoolSize);
     if (fields.mUnits && runs.mPoolSize % 2)
-        cursor.Spoil(at, fields.mPoolSize, "it isn't a whole number of units");
+        cursor.SetDamaged(at, fields.mPoolSize, "it isn't a whole number of units");
 }
 
-// Names the first run that isn't sound. Called once it is known that there is one.
-void SpoilFirstRun(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
+// Reports the first damaged run. Called only if there is one.
+void FindDamagedRun(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
 {
     for (std::size_t i = 0; i < runs.mOffsets.Size(); ++i)
     {
         const std::uint64_t offset = runs.mOffsets[i];
         const std::uint32_t length = runs.mLengths[i];
         if (offset > runs.mPoolSize)
-            return cursor.Spoil(runs.mOffsets.At(i), fields.mOffsets, "one lies beyond its pool");
+            return cursor.SetDamaged(runs.mOffsets.At(i), fields.mOffsets,
+                                     "one lies beyond its pool");
         if (fields.mUnits && offset % 2)
-            return cursor.Spoil(runs.mOffsets.At(i), fields.mOffsets, "one splits a unit");
+            return cursor.SetDamaged(runs.mOffsets.At(i), fields.mOffsets, "one splits a unit");
         if (offset + length > runs.mPoolSize)
-            return cursor.Spoil(runs.mLengths.At(i), fields.mLengths,
-                                "one reaches beyond its pool");
+            return cursor.SetDamaged(runs.mLengths.At(i), fields.mLengths,
+                                     "one reaches beyond its pool");
         if (fields.mUnits && length % 2)
-            return cursor.Spoil(runs.mLengths.At(i), fields.mLengths, "one splits a unit");
+            return cursor.SetDamaged(runs.mLengths.At(i), fields.mLengths, "one splits a unit");
     }
 }
 
-// One pass without a branch per run: this is on the way of every load.
+// One pass without a branch per run, since every load checks all runs.
 void CheckRuns(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
 {
     std::uint64_t farthest = 0;
@@ -73,7 +74,7 @@ void CheckRuns(ImageCursor& cursor, const RunFields& fields, const ImageRuns& ru
         bits |= offset | length;
     }
     if (farthest > runs.mPoolSize || (fields.mUnits && bits % 2))
-        SpoilFirstRun(cursor, fields, runs);
+        FindDamagedRun(cursor, fields, runs);
 }
 
 void CheckBelow(ImageCursor& cursor, const ImageTable<std::uint32_t>& ids, std::uint32_t count,
@@ -87,7 +88,7 @@ void CheckBelow(ImageCursor& cursor, const ImageTable<std::uint32_t>& ids, std::
     std::size_t i = 0;
     while (ids[i] < count)
         ++i;
-    cursor.Spoil(ids.At(i), field, "one isn't below the count");
+    cursor.SetDamaged(ids.At(i), field, "one isn't below the count");
 }
 
 template <typename Integer>
@@ -99,11 +100,11 @@ void CheckAscending(ImageCursor& cursor, const ImageTable<Integer>& numbers, con
     for (std::size_t i = 1; !ascending && i < numbers.Size(); ++i)
     {
         if (numbers[i] <= numbers[i - 1])
-            return cursor.Spoil(numbers.At(i), field, "they don't ascend");
+            return cursor.SetDamaged(numbers.At(i), field, "they don't ascend");
     }
 }
 
-void ReadBuckets(ImageCursor& cursor, FlatImage& image)
+void ReadBuckets(ImageCursor& cursor, FlatImageView& image)
 {
     image.mBucketNumbers = cursor.ReadTable<std::uint16_t>(image.mBucketCount, "bucket numbers");
     image.mBucketSizes = cursor.ReadTable<std::uint32_t>(image.mBucketCount, "bucket sizes");
@@ -112,7 +113,7 @@ void ReadBuckets(ImageCursor& cursor, FlatImage& image)
     for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
     {
         if (image.mBucketNumbers[i] >= kBucketCount)
-            cursor.Spoil(image.mBucketNumbers.At(i), "bucket numbers", "one is above 1020");
+            cursor.SetDamaged(image.mBucketNumbers.At(i), "bucket numbers", "one is above 1020");
         total += image.mBucketSizes[i];
     }
     image.mBucketIds =
@@ -120,7 +121,7 @@ void ReadBuckets(ImageCursor& cursor, FlatImage& image)
     CheckBelow(cursor, image.mBucketIds, image.mCount, "bucket identifiers");
 }
 
-void ReadComments(ImageCursor& cursor, FlatImage& image)
+void ReadComments(ImageCursor& cursor, FlatImageView& image)
 {
     const std::uint32_t count = cursor.Read<std::uint32_t>("comment count");
     if (!count)
@@ -136,7 +137,7 @@ void ReadComments(ImageCursor& cursor, FlatImage& image)
     CheckRuns(cursor, kCommentFields, image.mComments);
 }
 
-void ReadCounts(ImageCursor& cursor, FlatImage& image)
+void ReadCounts(ImageCursor& cursor, FlatImageView& image)
 {
     image.mBase = cursor.Read<std::uint32_t>("base");
     image.mKeyed = cursor.Read<unsigned char>("keyed marker") != kNotKeyed;
@@ -145,10 +146,11 @@ void ReadCounts(ImageCursor& cursor, FlatImage& image)
     image.mBucketCount = cursor.Read<std::uint32_t>("buckets");
 }
 
-// Counts the slots in use by their keys. Without any there is nothing but what the
-// image tells. A number that is wrong is no damage, as nothing is found by it, and
-// writers count entries with an empty key, too.
-void CountLive(FlatImage& image)
+// Counts the live slots by their keys. For an image without keys, its own count is used.
+//
+// A wrong count in the image is not damage: no look-up uses the count, and writers include
+// entries with an empty key.
+void CountLive(FlatImageView& image)
 {
     image.mLive = image.mKeyed ? image.mCount : std::min(image.mLive, image.mCount);
     for (std::size_t slot = 0; slot < image.mKeys.mLengths.Size(); ++slot)
@@ -156,9 +158,9 @@ void CountLive(FlatImage& image)
 }
 } // namespace
 
-FlatImage ReadFlatImage(ImageCursor& cursor)
+FlatImageView ReadFlatImage(ImageCursor& cursor)
 {
-    FlatImage image;
+    FlatImageView image;
     image.mSwap = cursor.Swap();
     image.mLocale.mLength = cursor.Read<std::uint32_t>("locale length");
     image.mLocale.mBytes = cursor.Take(image.mLocale.mLength, "locale name");

@@ -1,31 +1,22 @@
-#include "text_line.h"
+#include "text_output.h"
 
 #include <algorithm>
 #include <cstring>
 
+#include <platform/base/code_units.h>
 #include <platform/base/printable.h>
 
 namespace
 {
-bool IsHighSurrogate(unsigned int unit)
-{
-    return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsLowSurrogate(unsigned int unit)
-{
-    return (unit & 0xFC00) == 0xDC00;
-}
-
-// What a line can't hold, what an editor may take for a line end, and what is
-// invisible or no character at all.
+// Returns whether a unit ends a line, may end one in an editor, is invisible or is no
+// character.
 bool IsUnfitForFiles(unsigned int unit)
 {
     return platform::IsControl(unit) || unit == 0x2028 || unit == 0x2029 || unit == 0xFEFF ||
            unit == 0xFFFE || unit == 0xFFFF;
 }
 
-// The letter that follows a backslash in place of a unit; 0 if it has none.
+// Returns the letter that stands for a unit after a backslash, or 0.
 char EscapeOf(unsigned int unit)
 {
     switch (unit)
@@ -42,7 +33,8 @@ char EscapeOf(unsigned int unit)
     return 0;
 }
 
-// next is the unit behind it, 0 at the end.
+// Returns whether a reader would take the unit for the start of a notation. `next` is
+// the unit after it, or 0 at the end.
 bool BeginsNotation(unsigned int unit, unsigned int next)
 {
     switch (unit)
@@ -79,23 +71,23 @@ std::size_t AppendCharacter(const std::uint16_t* units, const std::uint16_t* end
 {
     const std::uint16_t unit = units[0];
     const std::uint16_t next = end - units > 1 ? units[1] : std::uint16_t(0);
-    if (IsHighSurrogate(unit) && IsLowSurrogate(next))
+    if (platform::IsHighSurrogate(unit) && platform::IsLowSurrogate(next))
     {
         line->insert(line->end(), units, units + 2);
         return 2;
     }
     if (const char escape = EscapeOf(unit))
         AppendASCII({'\\', escape}, line);
-    else if (IsUnfitForFiles(unit) || BeginsNotation(unit, next) || IsHighSurrogate(unit) ||
-             IsLowSurrogate(unit))
+    else if (IsUnfitForFiles(unit) || BeginsNotation(unit, next) ||
+             platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit))
         AppendNumber(unit, line);
     else
         line->push_back(unit);
     return 1;
 }
 
-// A reader takes a double quote for the end of the entry, but for one that
-// follows a backslash.
+// Returns whether a double quote in the key would end the entry for a reader: one that
+// follows a backslash does not.
 bool HoldsClosingQuote(const std::string& key)
 {
     for (std::size_t i = 0; i < key.size(); ++i)
@@ -130,4 +122,13 @@ void AppendLine(const std::string& key, const hollin::ZString& text, Units* line
     for (const std::uint16_t* units = text.Data(); units != end;)
         units += AppendCharacter(units, end, line);
     AppendASCII("\"\n", line);
+}
+
+std::string ToUTF8(const hollin::ZString& text)
+{
+    const std::uint32_t encoding = hollin::kEncodingUTF8;
+    std::string bytes(text.MultibyteLength(&encoding), '\0');
+    text.ToMultibyte(bytes.data(), static_cast<std::uint32_t>(bytes.size()), true, &encoding);
+    bytes.pop_back(); // the terminator
+    return bytes;
 }

@@ -1,4 +1,4 @@
-// Texts as literals, loading images, and looking at what a dictionary holds.
+// Texts as literals, loads of images, and the content of a dictionary.
 
 #ifndef TESTS_DICTIONARY_LOADING_H
 #define TESTS_DICTIONARY_LOADING_H
@@ -10,9 +10,8 @@
 
 #include <hollin/Dictionary.h>
 #include <hollin/ImageCheck.h>
-#include <hollin/VoErrException.h>
 
-#include "tests/dictionary/support/ImageBuilder.h"
+#include "tests/support/DictionaryImage.h"
 
 inline hollin::ZString ToZString(const std::u16string& text)
 {
@@ -36,7 +35,7 @@ inline std::uint32_t Set(hollin::Dictionary& dictionary, const char* key,
                                 static_cast<std::uint32_t>(2 * length));
 }
 
-// The code of what is thrown, 0 for nothing.
+// Returns the code of the VoErrException that the body throws, or 0.
 template <class Body> std::int32_t CodeThrownBy(const Body& body)
 {
     try
@@ -59,15 +58,15 @@ enum class Way
 };
 const Way kWays[] = {Way::kMemory, Way::kStream};
 
-// From a block of exactly the image's size, so that the sanitizers see a read
-// beyond it. Keys are copied.
+// Loads from a block of exactly the image's size, so that the sanitizers find a read beyond
+// it. Keys are copied.
 void Load(hollin::Dictionary& dictionary, const std::string& image, Way way = Way::kMemory);
 
-// The same of a version 2 image made of entries.
-void LoadFlat(hollin::Dictionary& dictionary, const std::vector<TestEntry>& entries,
+// Loads a version 2 image of entries.
+void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries,
               const FlatOptions& options = {});
 
-// A dictionary of one image, which is sound.
+// A dictionary of one undamaged image.
 class Loaded : public hollin::Dictionary
 {
 public:
@@ -76,13 +75,13 @@ public:
 
 hollin::ImageReport Check(const std::string& image);
 
-// "(none)" if the dictionary doesn't have the key, which is without a prefix.
+// Return "(none)" for an absent entry. The key has no prefix.
 std::u16string TextOf(const hollin::Dictionary& dictionary, const std::string& key);
 std::u16string TextById(const hollin::Dictionary& dictionary, std::uint32_t id);
 std::u16string CommentOf(const hollin::Dictionary& dictionary, const std::string& key);
 std::string LocaleOf(const hollin::Dictionary& dictionary);
 
-// Keys in the order of a walk, and their texts.
+// The keys in the order of a walk, and the texts by key.
 std::vector<std::string> KeysOf(hollin::Dictionary& dictionary);
 KeyedTexts TextsOf(hollin::Dictionary& dictionary);
 
@@ -90,11 +89,11 @@ std::string Saved(const hollin::Dictionary& dictionary,
                   hollin::Dictionary::SerializeMode mode = hollin::Dictionary::kBinary,
                   bool bigEndian = false, std::uint32_t base = 0);
 
-// Bytes with a "z" can't be converted, until the scope ends.
+// In its scope, bytes with a "z" can't be converted.
 class ScRefusedConversion
 {
 public:
-    static constexpr std::int32_t kCode = 1234; // of what is thrown
+    static constexpr std::int32_t kCode = 1234; // of the exception
 
     ScRefusedConversion();
     ~ScRefusedConversion();

@@ -1,0 +1,29 @@
+// Texts as they are written for translators.
+
+#ifndef ZDICT_TEXT_OUTPUT_H
+#define ZDICT_TEXT_OUTPUT_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <hollin/ZString.h>
+
+typedef std::vector<std::uint16_t> Units;
+
+// Returns why the text form can't carry a key, as a clause, or null if it can.
+const char* KeyProblem(const std::string& key);
+
+// Appends the line of an entry, with a line feed. A reader reads the same key and text.
+//
+// Characters that a reader would change are written as notations: line ends, tabs and
+// double quotes with a backslash, all others by number, as #{5E}. A caret before a digit
+// is not changed, as readers keep parameters.
+//
+// REQUIRES: KeyProblem(key) is null.
+void AppendLine(const std::string& key, const hollin::ZString& text, Units* line);
+
+// Half a pair of surrogates becomes U+FFFD.
+std::string ToUTF8(const hollin::ZString& text);
+
+#endif
