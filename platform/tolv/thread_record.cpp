@@ -94,14 +94,18 @@ ThreadRecord* MakeRecord()
             record = NewRecord();
         sLiveRecords.fetch_add(1, std::memory_order_relaxed);
         Owner().reset(record);
-        return tRecord = record;
+        // Boost does not report that the system could not store the record. Such a record
+        // would never be retired.
+        if (Owner().get() == record)
+            return tRecord = record;
     }
     catch (const std::exception&)
     {
-        if (record)
-            Retire(record);
-        return nullptr;
+        // Without memory the thread has no record.
     }
+    if (record)
+        Retire(record);
+    return nullptr;
 }
 
 void** TakeSlot(ThreadRecord* record)
