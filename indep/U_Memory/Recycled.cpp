@@ -26,9 +26,9 @@ const U_u32 kMark = 0xBEEFBEEF;
 const U_u32 kHeaderBytes = sizeof(RecycledHeader);
 
 // The header's bytes are charged twice: inside the block's size and on top of it.
-U_i32 ChargeOf(const RecycledMemory& memory)
+U_i32 ChargeOf(std::size_t blockSize)
 {
-    return static_cast<U_i32>(static_cast<U_u32>(memory.mBlockSize) + kHeaderBytes);
+    return static_cast<U_i32>(static_cast<U_u32>(blockSize) + kHeaderBytes);
 }
 
 void* NewRecycled(U_u64 size, Claim* claim)
@@ -39,7 +39,8 @@ void* NewRecycled(U_u64 size, Claim* claim)
         {
             const platform::ScQuietNew quiet; // the new handler would show an alert
             memory = new RecycledMemory(0);
-            memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes));
+            memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes),
+                             [](std::size_t blockSize) { Up_AccountFrames(ChargeOf(blockSize)); });
         }
         catch (...)
         {
@@ -53,7 +54,6 @@ void* NewRecycled(U_u64 size, Claim* claim)
         delete memory;
         return nullptr;
     }
-    Up_AccountFrames(ChargeOf(*memory));
     RecycledHeader* header = static_cast<RecycledHeader*>(memory->mBlock);
     header->mMark = kMark;
     header->mOwner = memory;
@@ -76,7 +76,7 @@ U_Status U_FreeRecycledPtr(void* pointer)
     if (!pointer)
         return 0;
     RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
-    const U_i32 charge = ChargeOf(*memory);
+    const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;
     Up_AccountFrames(-charge);
     return 0;

@@ -29,6 +29,14 @@ public:
     // negative or above 0x7FFFFFEF.
     void Allocate(int size);
 
+    // As Allocate(size), with a charge for the block. `charge` is called once, with the size of
+    // the block in bytes, if the object gets a block. A block out of the pool is charged
+    // before GetCurrentPoolSize falls: every reader finds the block in the pool or charged.
+    //
+    // REQUIRES: `charge` throws nothing and does not call the pool, whose lock is held.
+    typedef void (*Charge)(std::size_t blockSize);
+    void Allocate(int size, Charge charge);
+
     static void* operator new(std::size_t size);
     static void operator delete(void* object);
 
