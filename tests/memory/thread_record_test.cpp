@@ -15,7 +15,7 @@ namespace
 thread_local bool tStoresNothing = false;
 } // namespace
 
-// Takes the place of the C library's function, also for Boost.
+// Replaces the C library's function, also in Boost.
 extern "C" __attribute__((visibility("default"))) int
 pthread_setspecific(pthread_key_t key, const void* value) noexcept
 {
