@@ -1,7 +1,7 @@
-// The memory spine beside the C library.
+// Allocation beside the C library.
 //
-// The floor is what the contract itself costs: malloc and free, and one
-// increment of one counter that all threads share.
+// The floor is malloc and free, and one increment of a counter that all threads share, which the
+// budget's contract requires.
 
 #include <algorithm>
 #include <atomic>
@@ -91,7 +91,7 @@ private:
     }
 };
 
-// Whether the allocator gives blocks that can be written.
+// Returns whether the allocator returns blocks that can be written.
 template <class Allocator> bool Works(std::size_t size)
 {
     typename Allocator::Block first = Allocator::Allocate(size);
@@ -122,8 +122,8 @@ template <class Allocator> void Churn(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 
-// The same while no block counts towards a measurement: what is left is the
-// heap's own path, in which threads share nothing that they write.
+// As Churn, but no block is counted: the heap's own path, in which threads share no data that they
+// write.
 void ChurnUncounted(benchmark::State& state)
 {
     U_ScDisableProactivePrePurging uncounted;
@@ -168,22 +168,22 @@ private:
     std::vector<std::thread> mThreads;
 };
 
-// A measured block beside as many live threads as the second argument says.
+// A measured block beside live threads. The second argument is their number.
 void ChurnAmongThreads(benchmark::State& state)
 {
     const LiveThreads threads(static_cast<int>(state.range(1)));
     Churn<Ptr>(state);
 }
 
-// The same after that many threads have ended.
+// A measured block after that number of threads have ended.
 void ChurnAfterThreads(benchmark::State& state)
 {
     LiveThreads(static_cast<int>(state.range(1)));
     Churn<Ptr>(state);
 }
 
-// The same beside as many live blocks as the second argument says, of which one in
-// eight was freed again in random order.
+// As Churn, beside live blocks, of which one in eight was freed and allocated again in random
+// order. The second argument is their number.
 template <class Allocator> void ChurnAmongLive(benchmark::State& state)
 {
     std::vector<typename Allocator::Block> live(static_cast<std::size_t>(state.range(1)));
@@ -208,8 +208,8 @@ std::size_t Resident()
     return counters.WorkingSetSize;
 }
 
-// Resident bytes for each live block. To be run alone: memory that earlier
-// work left to the process isn't counted.
+// Resident bytes for each live block. Runs in a process of its own, since memory that the process
+// has from earlier work is not counted.
 template <class Allocator> void Overhead(benchmark::State& state)
 {
     std::vector<typename Allocator::Block> live(kLiveBlocks);
@@ -228,7 +228,7 @@ template <class Allocator> void Overhead(benchmark::State& state)
         Allocator::Free(block);
 }
 
-// What a user would write instead: malloc under a budget with a lock.
+// The alternative that a user would write: malloc under a budget with a lock.
 class LockedBudget
 {
 public:
@@ -255,7 +255,7 @@ private:
     std::size_t mUsed = 0;
 };
 
-// Blocks that all threads hold together; the oldest goes first.
+// Blocks that all threads share. The oldest block is freed first.
 template <class FreeBlock> class Cache
 {
 public:
@@ -284,11 +284,11 @@ public:
         return true;
     }
 
-    std::size_t Peak() const { return mPeak; } // bytes held at most, for when all is done
+    std::size_t Peak() const { return mPeak; } // the most bytes held; read after all threads end
 
 private:
     FreeBlock mFree;
-    std::mutex mLock; // guards the rest
+    std::mutex mLock; // guards the members below
     std::deque<std::pair<void*, std::size_t>> mBlocks;
     std::size_t mHeld = 0;
     std::size_t mPeak = 0;
@@ -324,9 +324,9 @@ U_u64 InUse()
     return used;
 }
 
-const U_u64 kPassedOn = 100000; // bytes of a block that a producer passes on to a consumer
+const U_u64 kPassedOn = 100000; // bytes of a block that a producer passes to a consumer
 
-// Calls run(use) for readings of the use, while a producer passes blocks on to a consumer.
+// Calls run(use) with readings of the use while a producer passes blocks to a consumer.
 template <class Run> void UnderProducerAndConsumer(benchmark::State& state, Run run)
 {
     std::atomic<void*> handed(nullptr);
@@ -377,9 +377,8 @@ int DropOldest(void* refcon, U_u64, U_u64, bool*)
     return 0;
 }
 
-// Eight threads allocate against a full budget, and a part is purged each
-// time. Fails if more is held than the maximum and the blocks in flight, or if
-// anything is lost.
+// Eight threads allocate against a full budget, and each purge frees a part of the cache. Fails if
+// the cache holds more than the maximum and the blocks in flight, or if bytes are lost.
 void PurgeStorm(benchmark::State& state)
 {
     const U_u64 before = InUse();
@@ -465,7 +464,7 @@ BENCHMARK_TEMPLATE(Churn, Handle)->Name("Growth/threads/handle")->GROWING_THREAD
 
 int main(int argc, char** argv)
 {
-    // Purges are told in the log at length; here it is dropped.
+    // Purges write many log lines, which are dropped.
     platform::SetLogSink([](int, const char*, const char*, const char*) {});
     if (U_Birth("bench_memory", nullptr) != 0)
         return 1;

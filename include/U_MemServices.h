@@ -1,6 +1,16 @@
-// Smaller services around the budget: objects that live in the library's heap,
-// memory that the host holds elsewhere, and the system's figures. Sizes are in
-// bytes. All operations may be called on any thread.
+// Services around the budget: objects in the library's heap, memory that the host holds
+// elsewhere, and figures of the system.
+//
+//     struct Layer : U_MemTrackedObject { int mWidth = 0; };
+//     krobase::utility::Guid id;
+//     id.mBytes[0] = 1;
+//     U_InstallExternalMemoryManager(id, [] { return size_t(100); }); // bytes held elsewhere
+//     delete new (1, "Layer") Layer;
+//     U_UnInstallExternalMemoryManager(id);
+//
+// Sizes are in bytes.
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef U_MEMSERVICES_H
 #define U_MEMSERVICES_H
@@ -13,8 +23,8 @@
 
 #include "U_Types.h"
 
-// Gives the classes that derive from it allocation under the budget of
-// U_Budget.h. It holds nothing itself.
+// A base class without data. Objects of a derived class live in the library's heap and count
+// under the budget of U_Budget.h.
 class U_EXPORT U_MemTrackedObject
 {
 public:
@@ -22,9 +32,11 @@ public:
     U_MemTrackedObject(const U_MemTrackedObject&) = default;
     U_MemTrackedObject& operator=(const U_MemTrackedObject&);
 
-    // Throw std::bad_alloc if the memory can't be had, which is reported under the
-    // opName as U_Alloc.h tells; without one under the name "U_MemTrackedObject". A null
-    // opName keeps the user out of it. Blocks are aligned to 16 bytes, whatever the type.
+    // Allocate as U_AllocatePtr does, without a name under the opName "U_MemTrackedObject".
+    // Blocks are aligned to 16 bytes, whatever the alignment of the type.
+    //
+    // Throw: std::bad_alloc without memory, after the report that U_Alloc.h describes. A null
+    // `opName` means that the failure is not reported to the user.
     static void* operator new(std::size_t size);
     static void* operator new[](std::size_t size);
     static void* operator new(std::size_t size, U_u32 location, const char* opName);
@@ -39,54 +51,61 @@ public:
     static void* operator new(std::size_t size, void* place) noexcept;
     static void operator delete(void* object, void* place) noexcept;
 
-    // A block for other purposes, zeroed if clear, to be given back with
-    // TrackedDelete. Throws as the operators do.
+    // Allocates a block for another purpose, zeroed if `clear` is true. TrackedDelete frees the
+    // block. Throws: as the operators.
     static void* TrackedNew(std::size_t size, bool clear);
     static void TrackedDelete(void* block) noexcept;
 };
 
-// An external manager is a piece of the host that holds memory which the library does not
-// allocate. Its function returns the bytes that it holds, which count as use.
+// An external manager is a part of the host that holds memory which the library does not
+// allocate. The function of the manager returns the bytes that the manager holds. Every
+// measurement calls the function and counts the bytes as use.
 //
-// The function runs on any thread that measures use. The library holds no lock then but,
-// while a hog is registered, that of the hogs. One object may be called by several threads
-// at once, and keeps its state from one measurement to the next. The function may install
-// and uninstall managers. An allocation may be what measures, also when memory is out: the
-// function throws nothing and allocates nothing that is measured in turn. An empty function
-// makes every measurement throw boost::bad_function_call.
+// Rules for the function:
+// - The function runs on every thread that measures use. Several threads may call one function
+//   object at once. The object keeps its state from one measurement to the next.
+// - The library holds no lock during the call, except the lock of the hogs while a hog is
+//   registered.
+// - The function may install and uninstall managers.
+// - The function throws nothing, and allocates nothing that is measured in turn: an allocation
+//   may be the caller of the measurement, also when there is no memory.
+// - The function object is not empty. An empty one makes every measurement throw
+//   boost::bad_function_call.
 //
-// A measurement calls the functions that are installed when it begins, so a function that is
-// uninstalled meanwhile may be called once more. A function is destroyed with the last
-// measurement that calls it, on that measurement's thread. Managers stay until they are
-// uninstalled, also over the library's death.
+// A measurement calls the functions that are installed when the measurement begins. So a
+// function that is uninstalled meanwhile may be called once more. The last measurement that
+// calls a function destroys the function object, on the thread of that measurement. Managers
+// stay installed until they are uninstalled, also after the library's death.
 
-// Adds a manager, with a copy of the function. A manager that is already there under the id
-// keeps its own function. Throws std::bad_alloc, or what the copy throws, and then adds
-// nothing.
+// Adds a manager with a copy of the function. A manager that is installed already under `id`
+// keeps its own function.
+//
+// Throws: std::bad_alloc, or an exception of the copy; then no manager is added.
 U_EXPORT void U_InstallExternalMemoryManager(const krobase::utility::Guid& id,
                                              const boost::function<size_t()>& size);
 
-// Removes a manager; an unknown id does nothing. Never fails and reports nothing. If
-// memory is missing, the function is not called any more, and the next change of the
-// managers that finds memory destroys the function.
+// Removes a manager. An unknown `id` does nothing. Never fails and reports nothing.
+//
+// Failures: without memory the function is not called any more, but is destroyed only by the
+// next change of the managers that has memory.
 U_EXPORT void U_UnInstallExternalMemoryManager(const krobase::utility::Guid& id);
 
-// Returns the sum of all managers' bytes now. Calls their functions in the order of the ids.
-// Needs no memory.
+// Returns the sum of the bytes that all managers hold now. Calls their functions in the order
+// of the identifiers. Allocates nothing.
 U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
 
-// The figures of the memory log. Counts are since
-// the process or the machine began; what the system doesn't tell is 0.
+// The figures of the memory log. Counts start with the process or with the machine. A figure
+// that the system does not have is 0.
 struct U_MemoryStats
 {
     U_u64 mFaults;
     U_u64 mPageins;
     U_u64 mResident;
     U_u64 mVirtual;
-    U_u64 mCalcMem; // tracked use of the heaps
-    U_u64 mCalcU;   // use as the budget sees it, managers included
-    U_u64 mCalc;    // for the memory log to fill in
-    U_u64 mSlop;    // resident beyond the tracked use, at the last comparison
+    U_u64 mCalcMem; // the tracked use
+    U_u64 mCalcU;   // use as the budget measures it, with the pool and the external managers
+    U_u64 mCalc;    // set by the memory log
+    U_u64 mSlop;    // bytes resident beyond the tracked use at the last comparison
     U_u64 mGlobFree;
     U_u64 mGlobActive;
     U_u64 mGlobInactive;
@@ -96,12 +115,17 @@ struct U_MemoryStats
     U_u64 mGlobPageouts;
 };
 
-// Fills in the record. Returns 0, 1 if the system's figures couldn't be had,
-// with the other ones in place, or 3 for a null record.
+// Stores the figures.
+//
+// Returns: 0; 1 if the system has no figures, and then the library's own figures are stored;
+// or 3 for a null record.
 U_EXPORT int U_GetSystemMemoryStats(U_MemoryStats* stats);
 
-// Logs what the library's heap holds, and how that has changed since the
-// baseline; value shows in the line. Return 0; before birth they do nothing.
+// U_MEM_Report logs the live blocks and bytes of the library's heap and their change since the
+// baseline; `value` appears in the line. U_MEM_SetBaseline sets the baseline to the present
+// figures. Before birth both do nothing.
+//
+// Return: 0.
 U_EXPORT int U_MEM_Report(int value);
 U_EXPORT int U_MEM_SetBaseline();
 

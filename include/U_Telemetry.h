@@ -1,18 +1,28 @@
 // Telemetry.
 //
-// The library collects none itself. A host that has a place for it installs one
-// provider, and every operation here but StripQuotedContents hands its arguments
-// on to it; without a provider they do nothing. So code can tell of use and errors
-// without knowing whether anybody listens. Any thread may call, so a provider
-// copes with all of them at once.
+// The library collects no telemetry by itself. A host that has a telemetry service installs one
+// provider. Every function here except StripQuotedContents forwards its arguments to the
+// provider, and does nothing without one. So code can report use and errors without a check for
+// a provider.
 //
-// Of itself the library tells three things, with Guids of zeros: each warning,
-// problem, fatal error and leak, each time the library tries to show it, makes a group ("Qx",
-// "error", "error") with "severity", "localizedMsg", and for a message with a group's
-// identifier (U_Group.h) "errDetail"; a plug-in that is missing a group ("qx", "plugin_error",
-// "plugin_error"), to which "match_name" and "version" are added directly; and the
-// event ("Stage", "CrashHandler", "InvokingCrashHandler") a crash, on the thread that
-// crashed and in whatever state that left the process.
+//     using namespace U::telemetry;
+//     IncrementEventCount("Stage", "Render", "Frame");
+//     const auto group = NewDataGroup("Stage", "render", "frame", krobase::utility::Guid());
+//     AddToGroup(group, "layers", U_UTF8String(1, '7')); // a null group is allowed
+//
+// Thread safety: all functions but RegisterTelemetryProvider may be called on any thread, and
+// several threads may be in the provider at once.
+//
+// Throws: exceptions of the provider are passed to the caller.
+//
+// The library itself reports three kinds of event, each with a Guid of zeros:
+// - The group ("Qx", "error", "error") for each warning, problem, fatal error and leak, each
+//   time the library tries to show the message. The group has "severity" and "localizedMsg", and
+//   "errDetail" for a message with a group identifier (U_Group.h).
+// - The group ("qx", "plugin_error", "plugin_error") for a missing plug-in. "match_name" and
+//   "version" are added with the group's own Add, not with the provider's AddToGroup.
+// - The event ("Stage", "CrashHandler", "InvokingCrashHandler") for a crash, on the thread that
+//   crashed. The process may be in any state then.
 
 #ifndef U_TELEMETRY_H
 #define U_TELEMETRY_H
@@ -30,9 +40,11 @@ namespace U
 {
 namespace telemetry
 {
-// What a host derives its provider from. The provider says what its strings
-// mean, and keeps the event counts if it counts; an exception that it throws
-// passes to the caller. Providers are called by slot: the order stays.
+// The base class of a host's provider. The provider defines the meaning of its strings, and
+// keeps the counts of events.
+//
+// Thread safety: every operation may be called on any thread, on several threads at once.
+// The order of the operations is part of the binary interface.
 struct U_EXPORT U_TelemetryProvider
 {
     U_TelemetryProvider();
@@ -51,21 +63,26 @@ struct U_EXPORT U_TelemetryProvider
     virtual void ClearEventCount(const std::string& first, const std::string& second,
                                  const std::string& third) = 0;
     virtual void LogEventsWithCount() = 0;
+
+    // Returns a group for further data, or null.
     virtual boost::shared_ptr<krobase::config::UsageLoggerGroup>
     NewDataGroup(const char* product, const char* event, const char* subcategory,
                  krobase::utility::Guid guid) = 0;
-    // group is what NewDataGroup gave, null too.
+
+    // `group`: a result of NewDataGroup, also null.
     virtual void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& group,
                             const char* name, const U_UTF8String& value) = 0;
 };
 
-// Installs a provider in the place of the one before; null removes it. The
-// provider stays the caller's and outlives every call that may still reach it,
-// so a host changes it while no other thread tells anything.
+// Installs a provider in place of the earlier one. Null removes the provider. The caller keeps
+// ownership.
+//
+// REQUIRES: no other thread calls telemetry during the change, and the provider outlives every
+// call that may still reach it.
 U_EXPORT void RegisterTelemetryProvider(U_TelemetryProvider* provider);
 
-// The provider's operations of the same names. Without a provider IsLogging is
-// false and NewDataGroup gives null. text ends with a zero.
+// Each function forwards to the provider's operation of the same name. Without a provider
+// IsLogging returns false and NewDataGroup returns null. `text` is null-terminated.
 U_EXPORT bool IsLogging();
 U_EXPORT void LogEvent(const char* category, const char* event, const unsigned short* text,
                        krobase::utility::Guid guid);
@@ -82,22 +99,28 @@ NewDataGroup(const char* product, const char* event, const char* subcategory,
 U_EXPORT void AddToGroup(const boost::shared_ptr<krobase::config::UsageLoggerGroup>& group,
                          const char* name, const U_UTF8String& value);
 
-// The text without what a user may have written into it: for each kind of quote
-// in turn, all between the first left and the last right one goes, also what
-// stands between two quoted pieces. The quotes stay. A quote without its partner
-// takes nothing out; what stands around it may then appear twice. The kinds are
-// ", ', the typographic double and the typographic single ones, in the language
-// of the first call; a kind of which a translation leaves a quote empty is looked for
-// as in English. Throws std::bad_alloc.
+// Returns the text without quoted parts, which may be text of the user.
+//
+// The function handles four kinds of quote in turn: ", ', the typographic double quotes and the
+// typographic single quotes. For each kind the text between the first left quote and the last
+// right quote is removed, also unquoted text between two quoted parts. The quotes are kept.
+//
+// Throws: std::bad_alloc.
+// Failures:
+// - Nothing is removed for a quote without a partner. The text before or after that quote may
+//   appear twice in the result.
+// - The quotes are those of the language at the first call. If a translation has an empty left
+//   or right quote for a kind, the English quotes of that kind are used.
 U_EXPORT U_UTF16String StripQuotedContents(const U_UTF16String& text);
 } // namespace telemetry
 } // namespace U
 
 // For close neighbours.
 
-// Tells telemetry, if there is any, of a plug-in that is missing or doesn't
-// load: its match name, and its version as eight digits or more. Throws std::bad_alloc,
-// and what the provider throws.
+// Reports a plug-in that is missing or cannot be loaded to telemetry. `version` is written with
+// at least eight digits. Does nothing without a provider or without a group.
+//
+// Throws: std::bad_alloc, and exceptions of the provider.
 U_EXPORT void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName,
                                                 unsigned int version);
 

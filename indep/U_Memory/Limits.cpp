@@ -1,4 +1,4 @@
-// The two limits, settings, and attention to low memory.
+// The limits, the budget's settings, and the attention to low memory.
 
 #include "U_Budget.h"
 
@@ -42,13 +42,13 @@ void Lower(U_u64& limit, U_u64 override)
         limit = override;
 }
 
-// The pair as it is stored: the maximum is the larger value and the gap is kept. If little
-// memory is free, the prepurge limit leaves the fudge buffer free.
+// The limits as they are stored: the maximum is the larger value, and the gap is kept. If little
+// memory is free, the prepurge limit is lowered so that the fudge buffer stays free.
 struct NormalLimits
 {
     NormalLimits(U_u64 prepurge, U_u64 maximum) : mMaximum(std::max(prepurge, maximum))
     {
-        // If the maximum is below the gap, the difference wraps and does not limit.
+        // If the maximum is below the gap, the difference wraps, so the prepurge limit is kept.
         mPrepurge = std::min(prepurge, mMaximum - kLeastGap);
         U_i64 free = 0;
         if (!Up_FreeAboveFudgeBuffer(&free))
@@ -67,7 +67,7 @@ void Up_ReadBudgetSettings()
 {
     const std::string fudgeBuffer =
         Setting("MemoryFudgeBuffer2", std::to_string(kDefaultFudgeBuffer));
-    sFudgeBuffer = 0; // also for what is no number
+    sFudgeBuffer = 0; // for a text that is no number
     platform::ReadInteger(fudgeBuffer.c_str(), &sFudgeBuffer);
     sGoDirect = FlagSetting("MemoryAccountDirect2", true);
 }

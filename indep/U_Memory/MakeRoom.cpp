@@ -1,4 +1,4 @@
-// The purge requests that make room for a block.
+// Making room for a block by purge requests.
 
 #include "indep/U_Memory/Budget.h"
 
@@ -15,13 +15,13 @@ namespace
 {
 const char* const kMakeRoomTag = "MAKE_ROOM_FOR_BLOCK";
 
-// Two separate values: a thread that allocates during a change may read the callback with
-// the other callback's refcon. The host sets both once, before the allocations that should
-// call the callback.
+// Two separate values: a thread that allocates during a change may read one callback with the
+// refcon of the other. The host sets both once, before the allocations that should call the
+// callback.
 std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
 std::atomic<void*> sPurgeRefcon(nullptr);
 
-// One run of making room: asks the host again for as long as use falls.
+// Asks the host to purge, and again for as long as use falls.
 class PurgeRun
 {
 public:
@@ -66,7 +66,7 @@ private:
         return 0;
     }
 
-    // The bytes to be freed, so that the request fits.
+    // Returns the bytes that must be freed so that the request fits.
     U_u64 Amount() const
     {
         return mUsed < mPrepurge ? mRequest - (mPrepurge - mUsed)
@@ -83,8 +83,8 @@ private:
         return mCallback(mRefcon, mRequest, amount, &mFlag);
     }
 
-    // Use has stalled. Only the recycled pool can shrink now, if the host has set the flag
-    // and the block itself does not come out of the pool.
+    // Called when use did not fall. Shrinks the recycled pool if the host has set the flag and the
+    // block itself is not taken from the pool.
     void PurgePool(U_u64 amount)
     {
         if (!mFlag || mRecycled)

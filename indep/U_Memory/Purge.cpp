@@ -71,10 +71,10 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
     auto attempt = [&](Claim*) -> void* {
         bool okay = false;
         result = procedure(refcon, &okay);
-        // Any address: no block is cleared.
+        // Any address will do, since no block is cleared.
         return okay && result == 0 ? &result : nullptr;
     };
-    // The host accounts for the memory of its own procedure, if at all.
+    // The host itself charges the memory of its procedure.
     const U_u64 growth = 0;
     Up_AllocateShared({0, nullptr, size, growth, kAsIs, recycled}, attempt);
     return result;

@@ -1,4 +1,4 @@
-// Recycled pointers and the size of their pool.
+// Recycled pointers and their pool.
 
 #include "U_Alloc.h"
 
@@ -25,10 +25,10 @@ static_assert(sizeof(RecycledHeader) == 16, "the caller's bytes keep the block's
 const U_u32 kMark = 0xBEEFBEEF;
 const U_u32 kHeaderBytes = sizeof(RecycledHeader);
 
-// The header's bytes are charged twice: inside the block's size and on top of it.
-U_i32 ChargeOf(const RecycledMemory& memory)
+// The bytes of the header are charged twice: inside the size of the block and in addition to it.
+U_i32 ChargeOf(std::size_t blockSize)
 {
-    return static_cast<U_i32>(static_cast<U_u32>(memory.mBlockSize) + kHeaderBytes);
+    return static_cast<U_i32>(static_cast<U_u32>(blockSize) + kHeaderBytes);
 }
 
 void* NewRecycled(U_u64 size, Claim* claim)
@@ -39,12 +39,13 @@ void* NewRecycled(U_u64 size, Claim* claim)
         {
             const platform::ScQuietNew quiet; // the new handler would show an alert
             memory = new RecycledMemory(0);
-            memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes));
+            memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes),
+                             [](std::size_t blockSize) { Up_AccountFrames(ChargeOf(blockSize)); });
         }
         catch (...)
         {
             if (claim)
-                claim->End(); // before a translator or a callback of the host runs
+                claim->End(); // before an exception translator or a callback of the host runs
             throw;
         }
     });
@@ -53,7 +54,6 @@ void* NewRecycled(U_u64 size, Claim* claim)
         delete memory;
         return nullptr;
     }
-    Up_AccountFrames(ChargeOf(*memory));
     RecycledHeader* header = static_cast<RecycledHeader*>(memory->mBlock);
     header->mMark = kMark;
     header->mOwner = memory;
@@ -64,19 +64,19 @@ void* NewRecycled(U_u64 size, Claim* claim)
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
     auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
-    const U_u64 growth =
-        size + U_u64(2) * kHeaderBytes; // and the block's rounding, charged with it
+    // Without the rounding of the block, which is known only with the block.
+    const U_u64 growth = size + U_u64(2) * kHeaderBytes;
     return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
 }
 
-// The block enters the pool before its charge is taken off: a claim of another thread must
-// not find the room of both.
+// The block enters the pool before its charge is taken off. Otherwise a claim of another thread
+// could find the block in neither figure.
 U_Status U_FreeRecycledPtr(void* pointer)
 {
     if (!pointer)
         return 0;
     RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
-    const U_i32 charge = ChargeOf(*memory);
+    const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;
     Up_AccountFrames(-charge);
     return 0;

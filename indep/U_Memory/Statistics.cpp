@@ -12,7 +12,7 @@
 
 namespace
 {
-// The prepurge limit stays lowered until the host sets limits again.
+// A lowered prepurge limit is kept until the host sets limits again.
 void LowerLimitIfMemoryIsLow(U_u64 used)
 {
     U_u64 prepurge = 0;
@@ -64,7 +64,7 @@ U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
 
 bool MallocCanGive(std::size_t size)
 {
-    // Volatile, so that the compiler keeps the calls.
+    // Volatile, since the compiler may remove a malloc that is freed at once.
     void* volatile block = std::malloc(size);
     const bool given = block != nullptr;
     std::free(block);
@@ -84,7 +84,7 @@ U_u64 LargestBlock()
     return low;
 }
 
-// 1 where the difference would be negative.
+// Returns the difference, or 1 instead of a negative difference.
 U_u64 Less(U_u64 value, U_u64 part)
 {
     return part > value ? 1 : value - part;

@@ -1,23 +1,25 @@
-// The memory log: a row of figures at each interval, of what the library takes for
-// use and of what the system reports.
+// The memory log: rows with the use that the library measures and the figures of the system.
 
 #ifndef INDEP_INSTRUMENTATION_MEMORY_LOG_H
 #define INDEP_INSTRUMENTATION_MEMORY_LOG_H
 
-// Starts the log if the setting "MemoryYoYoLog" is "true". For birth.
+// Starts the log if the setting "MemoryYoYoLog" is "true". Called by birth.
 //
-// The log is the file /bc_memory.PROCESS.log, which is appended to: a start line, a
-// header, and a row after each interval, in milliseconds from the setting
-// "MemoryYoYoLogInterval", at least 1, and 1000 if it is none or no number.
+// The log appends to the file /bc_memory.PROCESS.log: a start line, a header, and a row after each
+// interval. The setting "MemoryYoYoLogInterval" is the interval in milliseconds, at least 1; the
+// default is 1000, also for a text that is no number. The log continues after a death until the
+// process ends.
 //
-// The log goes on over a death until the process ends. A later start ends the old thread,
-// which may first finish a row, reads the interval again, opens the file again, and writes
-// another start line and header. The files of earlier starts stay open. A row is left out if
-// a host's function throws, and late if there is no memory to wait with. A child of fork has
-// no log until its first start.
+// A later start ends the old thread, which may first finish a row. The start reads the interval
+// again, opens the file again, and writes another start line and header. The files of earlier
+// starts stay open.
 //
-// Throws the errno, as an int, of a file that can't be opened, what starting a thread
-// throws, and std::bad_alloc. Then there is no log until the next start.
+// Throws: the errno, as an int, if the file cannot be opened; exceptions of the start of a thread;
+// std::bad_alloc. Then there is no log until the next start.
+// Failures:
+// - If a function of the host throws, a row is missing.
+// - Without memory to schedule a row, the row is late.
+// - A child of fork has no log until its first start.
 void Up_StartMemoryLog();
 
 #endif

@@ -32,7 +32,7 @@ void WriteStamp(std::FILE* file)
                      now.millitm);
 }
 
-// Formats a line's text and writes it without an end.
+// Formats the text of a line and writes it without the line end.
 #if defined(__GNUC__)
 __attribute__((format(printf, 2, 3)))
 #endif
@@ -50,7 +50,7 @@ void WriteText(std::FILE* file, const char* format, ...)
 
 U_ScFileLogger::U_ScFileLogger(const char* pathname) : path(pathname)
 {
-    errno = 0; // an old value would pass for the reason
+    errno = 0; // an old value would be taken for the reason
     file = win32::OpenPrivateLog(path.c_str());
     if (file)
         return;
@@ -68,12 +68,12 @@ U_ScFileLogger::~U_ScFileLogger()
         std::fclose(file);
 }
 
-// False without a file.
+// Returns false without a file.
 bool U_ScFileLogger::BeginLine()
 {
     if (!file)
         return false;
-    // What has failed may have left half a line.
+    // A failed write may have left half a line.
     if (std::ferror(file))
     {
         std::clearerr(file);
@@ -121,8 +121,8 @@ void U_ScFileLogger::EndSpan()
     EndLine();
 }
 
-// The span is this class's: within its constructor and destructor the virtual
-// operations are its own.
+// The span starts and ends here and not in the base class, since in this constructor and destructor
+// the virtual functions are those of this class.
 U_ScGlobalLogger::U_ScGlobalLogger(const char* pathname) : U_ScFileLogger(pathname)
 {
     StartSpan();

@@ -1,13 +1,12 @@
-// Scoped loggers: a log file that stands for a span of time.
+// Scoped loggers: a log file for a span of time.
 //
-// Opening it writes a start line, closing it an end line with the time that
-// passed, and each line in between is in the file when its call returns. A file
-// that exists is appended to. The objects have no lock: one thread at a time, or
-// lines mix.
+// The constructor writes a start line, and the destructor an end line with the time that passed.
+// Each line is in the file when its call returns. An existing file is appended to.
 //
-// A full disk, or any other failure to write, doesn't disturb the caller: lines
-// are lost or cut short, and the first one that finds room again starts on a line
-// of its own.
+// Thread safety: an object has no lock and is used by one thread at a time. Otherwise lines mix.
+//
+// Failures: on a full disk, or after any other failure to write, lines are lost or cut. The caller
+// is not notified. The first line that is written after a failure starts on a line of its own.
 
 #ifndef INDEP_INSTRUMENTATION_SC_LOGGER_H
 #define INDEP_INSTRUMENTATION_SC_LOGGER_H
@@ -17,20 +16,21 @@
 
 #include "U_Types.h"
 
-// Owns the file; derived classes start and end the span.
+// Owns the file. Derived classes start and end the span.
 class U_ScFileLogger
 {
 public:
-    // path, in the system's narrow encoding, mustn't be null. A new file is the user's
-    // alone; a path that ends in a symbolic link isn't opened. If the file can't be opened,
-    // the path is logged and the errno thrown, as an int. Without an errno the object has no
-    // file, and writing does nothing.
+    // `path` is in the system's narrow encoding and not null. Only the user may read a new file.
+    // A path that ends in a symbolic link is not opened.
+    //
+    // Throws: the errno, as an int, if the file cannot be opened; the path is logged. If errno is
+    // 0, the object has no file and writes nothing.
     explicit U_ScFileLogger(const char* path);
     virtual ~U_ScFileLogger();
     U_ScFileLogger(const U_ScFileLogger&) = delete;
     U_ScFileLogger& operator=(const U_ScFileLogger&) = delete;
 
-    // Writes one line, without a line end in format.
+    // Writes one line. `format` has no line end.
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
@@ -38,7 +38,7 @@ public:
     Printf(const char* format, ...);
 
 protected:
-    // Write the text of a line to file, without its end.
+    // Write the text of a line to the file, without the line end.
     virtual void WriteStartLine() = 0;
     virtual void WriteEndLine() = 0;
 
@@ -50,11 +50,10 @@ protected:
     U_u64 endTicks = 0;
     U_i64 elapsedNanos = 0;
 
-    // Whether each line begins with "[process:thread] month/day/year time ". It
-    // does: the file is appended to, run after run, and its lines tell no time of
-    // their own, so only the stamp says when a row was written and by which
-    // process. Rows begin with a tab: in a spreadsheet the stamp fills a first
-    // column that would be empty without it, and the others stay where they are.
+    // True: each line begins with "[process:thread] month/day/year time ". The file is appended to
+    // in every run and its lines contain no time, so only the stamp shows when and by which
+    // process a row was written. Rows begin with a tab: in a spreadsheet the stamp fills the first
+    // column, and the other columns keep their positions.
     bool stampLines = true;
 
     std::string path;
@@ -64,12 +63,12 @@ private:
     void EndLine();
 };
 
-// Writes " * log start" when it is made and " * log end: delta=1.500", in seconds,
-// when it is destroyed.
+// Writes " * log start" in the constructor, and " * log end: delta=1.500", in seconds, in the
+// destructor.
 class U_ScGlobalLogger : public U_ScFileLogger
 {
 public:
-    explicit U_ScGlobalLogger(const char* path); // throws as the base does
+    explicit U_ScGlobalLogger(const char* path); // throws as U_ScFileLogger
     ~U_ScGlobalLogger() override;
 
 protected:

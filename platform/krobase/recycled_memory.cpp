@@ -37,14 +37,16 @@ public:
         return *instance;
     }
 
-    // A block for a size class; *size becomes its own size. Null if none fits.
-    void* Take(std::size_t* size)
+    // Returns a block for a size class and stores the size of the block in *size. Returns null
+    // if no block fits. Calls `charge` before the pool's sum falls.
+    void* Take(std::size_t* size, RecycledMemory::Charge charge)
     {
         boost::lock_guard<boost::mutex> lock(mLock);
         const auto found = mBlocks.lower_bound(*size);
         if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
             return nullptr;
         *size = found->first;
+        charge(*size);
         return Remove(found);
     }
 
@@ -62,8 +64,9 @@ public:
         }
     }
 
-    // Takes no lock: the budget asks often.
-    unsigned long long Bytes() const { return mBytes.load(std::memory_order_relaxed); }
+    // Takes no lock, since the budget reads the sum for every measured block. A thread that
+    // reads the sum without a block also sees the charge for the block.
+    unsigned long long Bytes() const { return mBytes.load(std::memory_order_acquire); }
 
     // Whole blocks that fit what is wanted, the largest first; what then
     // remains is smaller than every block left, and is cut off one of them.
@@ -147,6 +150,11 @@ RecycledMemory::~RecycledMemory()
 
 void RecycledMemory::Allocate(int size)
 {
+    Allocate(size, [](std::size_t) {});
+}
+
+void RecycledMemory::Allocate(int size, Charge charge)
+{
     if (mBlock)
         Pool::Instance().Give(mBlock, mBlockSize);
     mBlock = nullptr;
@@ -154,11 +162,14 @@ void RecycledMemory::Allocate(int size)
     if (size < 0 || size > kLargestBlock)
         throw std::bad_alloc();
     std::size_t blockSize = SizeClass(static_cast<std::size_t>(size));
-    void* block = Pool::Instance().Take(&blockSize);
+    void* block = Pool::Instance().Take(&blockSize, charge);
     if (!block)
+    {
         block = std::malloc(blockSize);
-    if (!block)
-        throw std::bad_alloc();
+        if (!block)
+            throw std::bad_alloc();
+        charge(blockSize);
+    }
     mBlock = block;
     mBlockSize = blockSize;
 }

@@ -1,6 +1,7 @@
-// Blocks that are kept for the next request instead of going back to the
-// system at once. Any thread; one RecycledMemory object is one thread's at a
-// time.
+// Blocks that a pool keeps for the next request.
+//
+// Thread safety: all functions may be called on any thread. One RecycledMemory object is used by
+// one thread at a time.
 
 #ifndef KROBASE_RECYCLED_MEMORY_H
 #define KROBASE_RECYCLED_MEMORY_H
@@ -23,11 +24,20 @@ public:
     RecycledMemory(const RecycledMemory&) = delete;
     RecycledMemory& operator=(const RecycledMemory&) = delete;
 
-    // Gives the object a block of at least size bytes, out of the pool if it
-    // holds one that fits; a block that the object had goes to the pool first.
-    // Throws std::bad_alloc, with no block owned, if there is none or size is
-    // negative or above 0x7FFFFFEF.
+    // Allocates a block of at least `size` bytes, from the pool if a block in the pool fits.
+    // First gives the object's present block to the pool.
+    //
+    // Throws: std::bad_alloc without memory, or for a `size` that is negative or above
+    // 0x7FFFFFEF. Then the object owns no block.
     void Allocate(int size);
+
+    // As Allocate(size). If the object gets a block, calls `charge` once with the size of the
+    // block in bytes. A block from the pool is charged before GetCurrentPoolSize falls, so
+    // every reader finds the block in the pool or charged.
+    //
+    // REQUIRES: `charge` throws nothing, and calls nothing that takes the lock of the pool.
+    typedef void (*Charge)(std::size_t blockSize);
+    void Allocate(int size, Charge charge);
 
     static void* operator new(std::size_t size);
     static void operator delete(void* object);
@@ -39,11 +49,11 @@ public:
 class PLATFORM_EXPORT MemoryRecycler
 {
 public:
-    // Bytes that the pool holds.
+    // Returns the bytes in the pool. Takes no lock.
     static unsigned long long GetCurrentPoolSize();
 
-    // Gives bytes of the pool, or all of it if that is less, back to the C
-    // library: whole blocks, and the end of one more. Returns the bytes given.
+    // Gives `bytes` bytes of the pool, or the whole pool if it is smaller, back to the C
+    // library: whole blocks, and the end of one more block. Returns the bytes given back.
     static unsigned long long PurgeBytes(unsigned long long bytes);
 };
 } // namespace utility

@@ -13,7 +13,7 @@
 #include "private/thread_record.h"
 
 #if defined(__ELF__)
-// A function of the leak checker. The address is null in a process without a leak checker.
+// A function of the leak checker. Its address is null in a process without a leak checker.
 // Weak, since a host may be built with a sanitizer while this library is built without one.
 extern "C" __attribute__((weak)) void __lsan_register_root_region(const void*, std::size_t);
 #endif
@@ -25,8 +25,8 @@ namespace
 const std::size_t kChainsPerSlab = kSlotsPerSlab / kChainSlots;
 static_assert(kSlotsPerSlab % kChainSlots == 0, "a slab is cut into whole chains");
 
-// Guards the pool and the growth of slabs. Like the pool it is never destroyed:
-// blocks are freed until the process ends.
+// Guards the pool and the list of slabs. Neither the lock nor the pool is destroyed, since blocks
+// are freed until the process ends.
 boost::mutex& sPoolLock = *new boost::mutex;
 
 std::vector<SlotChain>& Pool()
@@ -37,8 +37,8 @@ std::vector<SlotChain>& Pool()
 
 std::atomic<Slab*> sFirstSlab(nullptr);
 
-// Which 64 KiB pieces of the address space are slabs: a bit each, in leaves of
-// 4 GiB. It is read without a lock; a bit, once set, stays.
+// The directory of slabs: a bit for each 64 KiB of the address space, in leaves of 4 GiB. The
+// directory is read without a lock. A bit is never cleared.
 const unsigned kAddressBits = 48;
 const unsigned kLeafBits = 32;
 const unsigned kSlabBits = 16;
@@ -101,7 +101,7 @@ Slab* NewSlab()
     return nullptr;
 }
 
-// Cuts a new slab into chains and puts them in the pool.
+// Divides a new slab into chains and adds the chains to the pool.
 bool GrowPool()
 {
     std::vector<SlotChain>& pool = Pool();

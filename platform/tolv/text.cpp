@@ -62,8 +62,8 @@ bool IsLead(unsigned int codePage, unsigned char byte)
     return byte >= 0x80 && win32::IsDBCSLeadByteEx(codePage, byte);
 }
 
-// A byte that can't lead ends a character, so the bytes behind the nearest one
-// in front pair up, and what is left over at the offset is its type.
+// A byte that cannot be a lead byte ends a character. So the bytes after the last such byte before
+// the offset form pairs, and the parity of their number is the type of the byte at the offset.
 short TypeInDoubleByte(unsigned int codePage, const char* text, int offset)
 {
     const unsigned char byte = ByteAt(text, offset);

@@ -1,5 +1,6 @@
-// Bytes of multibyte text, and facts of the script, with Macintosh numbering.
-// Any thread.
+// Bytes of multibyte text, and facts about the script, with Macintosh numbering.
+//
+// Thread safety: all functions may be called on any thread.
 
 #ifndef TOLV_TEXT_H
 #define TOLV_TEXT_H
@@ -13,9 +14,9 @@ const short kFirstByte = -1;
 const short kLastByte = 1;
 const short kMiddleByte = 2; // in a character of three or four bytes
 
-// The type of the byte at an offset, in the active code page. Looks at the
-// bytes up to that one only, so text needs no terminator. A terminator, and a
-// byte that belongs to no character, is a single byte.
+// Returns the type of the byte at an offset, in the active code page. Reads no byte after the
+// offset, so the text needs no terminator. A terminator, and a byte that belongs to no character,
+// is a single byte.
 PLATFORM_EXPORT short CharByte(const char* text, int offset);
 
 // The same in a script's own encoding: 0 Roman, 1 Japanese, 2 traditional
@@ -23,8 +24,8 @@ PLATFORM_EXPORT short CharByte(const char* text, int offset);
 // the active code page.
 PLATFORM_EXPORT short CharacterByteType(const char* text, int offset, short script);
 
-// Selector 36: not 0 if the system's script is a double-byte one. Any other
-// selector gives 0.
+// Selector 36: returns non-zero if the system's script is a double-byte script. Any other selector
+// returns 0.
 PLATFORM_EXPORT int GetScriptManagerVariable(short selector);
 
 #endif

@@ -23,11 +23,12 @@ ThreadRecord* sFirstIdle = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
 std::atomic<long long> sLiveRecords(0);
 
-// The part is handed over first: the parts of threads that are not counted are 0.
+// The part is handed over before the count falls: the record of a thread that is not counted has
+// the part 0.
 void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
-    ReleaseClaim(*record, 0); // a host may have jumped out of an allocation
+    ReleaseClaim(*record, 0); // a host may have left an allocation with a jump
     HandOver(*record);
     sLiveRecords.fetch_sub(1, std::memory_order_release);
     boost::lock_guard<boost::mutex> lock(sIdleLock);
@@ -37,7 +38,7 @@ void Retire(ThreadRecord* record)
 
 boost::thread_specific_ptr<ThreadRecord>& Owner()
 {
-    // Never destroyed: static destructors free blocks, too.
+    // Never destroyed, since static destructors free blocks, too.
     static platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
     return *owner;
 }
@@ -77,7 +78,7 @@ bool Refill(ThreadRecord& record)
 void Spill(ThreadRecord& record)
 {
     if (record.mSpare.mCount && !GiveChain(record.mSpare))
-        return; // the active chain grows instead
+        return; // without memory for the pool the active chain grows
     record.mSpare = record.mActive;
     record.mActive = SlotChain();
 }
@@ -85,7 +86,7 @@ void Spill(ThreadRecord& record)
 
 ThreadRecord* MakeRecord()
 {
-    const platform::ScQuietNew quiet; // quiet allocations need a record, too
+    const platform::ScQuietNew quiet; // a quiet allocation must not report its record
     ThreadRecord* record = nullptr;
     try
     {
@@ -94,14 +95,18 @@ ThreadRecord* MakeRecord()
             record = NewRecord();
         sLiveRecords.fetch_add(1, std::memory_order_relaxed);
         Owner().reset(record);
-        return tRecord = record;
+        // Boost does not report that the system could not store the record. Such a record
+        // would never be retired.
+        if (Owner().get() == record)
+            return tRecord = record;
     }
     catch (const std::exception&)
     {
-        if (record)
-            Retire(record);
-        return nullptr;
+        // Without memory the thread has no record.
     }
+    if (record)
+        Retire(record);
+    return nullptr;
 }
 
 void** TakeSlot(ThreadRecord* record)

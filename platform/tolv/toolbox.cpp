@@ -31,7 +31,7 @@ void** NewHandle(int size)
 {
     if (size < 0)
         return nullptr;
-    const platform::ScQuietNew quiet; // the caller has the null
+    const platform::ScQuietNew quiet; // the null reports the failure
     void* block = std::malloc(size ? static_cast<std::size_t>(size) : 1);
     Master* master = block ? new (std::nothrow) Master{block, size, false} : nullptr;
     if (!master)

@@ -8,6 +8,8 @@ ProcessUsage sProcessUsage;
 
 namespace
 {
+const int kMostRefusals = 16; // while other threads change the usage at every comparison
+
 bool Fits(unsigned long long usage, unsigned long long size, unsigned long long limit)
 {
     return usage <= limit && size <= limit - usage;
@@ -74,26 +76,36 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
     return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
 }
 
-// A block that moves from beside the usage into the figure is charged before it leaves, and a
-// block that moves out of the figure is there before its charge is taken off. So the larger of
-// two readings, before and after the figure, counts the block. If the block is back beside the
-// usage after the exchange, the readings may have missed it: then the claim is made anew.
+// A block that moves from beside the usage into the figure is charged before the bytes beside
+// the usage fall. A block that moves out of the figure is beside the usage before its charge is
+// taken off. So the larger of two readings, before and after the figure, counts the block.
+// - If the block is back beside the usage after the exchange, both readings may have missed
+//   the block. Then the claim is made anew.
+// - If the readings differ or the figure changes, a block may have been counted twice. Then a
+//   refusal is not final, and the comparison is repeated.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
                 unsigned long long limit, unsigned long long (*beside)(), unsigned long long* usage)
 {
     const auto readBeside = [beside] { return beside ? static_cast<long long>(beside()) : 0; };
-    for (;;)
+    for (int refusals = 0;;)
     {
         const long long before = readBeside();
         long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
-        const long long most = std::max(before, readBeside());
+        const long long after = readBeside();
+        const long long most = std::max(before, after);
         const long long seen = figure - ClaimOf(record) + most;
         // The parts are summed near the limit only: the sum visits every thread.
         if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
         {
             *usage = AtLeastZero(seen + SumOfParts());
             if (!Fits(*usage, size, limit))
-                return false;
+            {
+                if (++refusals == kMostRefusals ||
+                    (before == after &&
+                     figure == sProcessUsage.mBytes.load(std::memory_order_acquire)))
+                    return false;
+                continue;
+            }
         }
         if (!record || !growth)
             return true;

@@ -1,4 +1,4 @@
-// Scoped loggers, compiled into the test: the library keeps them to itself.
+// Scoped loggers, compiled into the test, since the library does not export them.
 
 #include <cerrno>
 #include <csignal>
@@ -51,7 +51,7 @@ protected:
         return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
 
-    // What a line of the calling thread begins with.
+    // The stamp of a line of the calling thread.
     static std::string Prefix()
     {
         char ids[64];
@@ -78,8 +78,8 @@ int ThrownFor(const std::string& path)
 }
 } // namespace
 
-// The linker gives the loggers of this program the second one for win32::OpenPrivateLog. It
-// asks for a visible one, since the library refers to that function, too.
+// The linker replaces win32::OpenPrivateLog in the loggers of this program by the second function,
+// which must be visible, since the library refers to win32::OpenPrivateLog, too.
 extern "C" std::FILE* __real__ZN5win3214OpenPrivateLogEPKc(const char* path);
 extern "C" __attribute__((visibility("default"))) std::FILE*
 __wrap__ZN5win3214OpenPrivateLogEPKc(const char* path);
@@ -130,7 +130,7 @@ TEST_F(ScLogger, LinesAreInTheFileWhenTheirCallReturns)
 
 TEST_F(ScLogger, WithoutStampsLinesAreTheirTextAlone)
 {
-    const std::string start = Prefix() + " * log start\n"; // stamped until told otherwise
+    const std::string start = Prefix() + " * log start\n"; // written before the stamps end
     {
         PlainLogger logger(mPath.c_str());
         logger.Printf("%d%%", 7);

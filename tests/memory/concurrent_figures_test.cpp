@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
@@ -206,21 +207,53 @@ TEST_F(ConcurrentFigures, ARecycledBlockThatComesAndGoesLeavesNoRoom)
 {
     const U_u64 kBlock = 32 * kMiB;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); // the pool keeps it
-    SetLimitsAboveUse(kMiB, kBlock + kMiB);
-    int had = 0;
-    int asks = 0;
+    for (const U_u64 size : {kBlock - 16, 26 * kMiB}) // all of the block, and a part
     {
-        const ScRepeated churn(
-            [&] { U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); });
-        for (; asks < 20000 || churn.Runs() < 1000; ++asks)
+        SCOPED_TRACE(size);
+        SetLimitsAboveUse(kMiB, 2 * kMiB);
+        const U_u64 maximum = InUse() + 2 * kMiB;
+        int had = 0;
+        int asks = 0;
         {
-            void* const block = U_AllocatePtrQuiet(kBlock + 2 * kMiB);
-            had += block ? 1 : 0;
-            U_FreePtr(block);
+            const ScRepeated churn(
+                [&] { U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, size)); });
+            for (; asks < 20000 || churn.Runs() < 1000; ++asks)
+            {
+                MEM_Claim claim;
+                MEM_ClaimUsage(4 * kMiB, 1, maximum, &U_GetRecycledMemorySize, &claim);
+                had += claim.mFits ? 1 : 0;
+                MEM_EndClaim(&claim);
+            }
         }
+        // A block that leaves and comes back, both during one comparison, can be missed.
+        EXPECT_LT(had, asks / 1000);
     }
-    // A block that leaves and comes back, both during one comparison, can be missed.
-    EXPECT_LT(had, asks / 1000);
+}
+
+// The functions return the bytes beside the usage.
+TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
+{
+    static int sReads;
+    const std::pair<unsigned long long (*)(), bool> kRows[] = {
+        // The block leaves after the first reading, so that both figures count the block.
+        {[]() -> unsigned long long {
+             if (++sReads > 1)
+                 return 0;
+             MEM_AccountSystemAllocation(kMiB);
+             return kMiB;
+         },
+         true},
+        {[]() -> unsigned long long { return ++sReads % 2 ? 2 * kMiB : 0; }, false}, // no rest
+    };
+    for (const auto& [beside, fits] : kRows)
+    {
+        sReads = 0;
+        const U_u64 used = MEM_GetMemUsage();
+        MEM_Claim claim;
+        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, beside, &claim), 0);
+        EXPECT_EQ(claim.mFits, fits);
+        MEM_AccountSystemAllocation(static_cast<long long>(used - MEM_GetMemUsage()));
+    }
 }
 
 // The budget charges a block before the heap is asked. Nothing that runs on the

@@ -4,6 +4,7 @@
 #include <list>
 #include <new>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -50,6 +51,27 @@ TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
         EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), reused ? 0 : pool);
         ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(asked));
         std::memset(block.mBlock, 0xA5, block.mBlockSize);
+    }
+}
+
+TEST_F(Recycler, ABlockIsChargedBeforeItLeavesThePool)
+{
+    static std::size_t sCharged;
+    static unsigned long long sPool; // during the charge
+    const std::pair<int, unsigned long long> kRows[] = {{100 * kKiB, 104 * kKiB}, {4096, 0}};
+    for (const auto& [asked, pool] : kRows)
+    {
+        SCOPED_TRACE(asked);
+        MemoryRecycler::PurgeBytes(kAll);
+        Fill({104 * kKiB});
+        RecycledMemory block(0);
+        block.Allocate(asked, [](std::size_t blockSize) {
+            sCharged = blockSize;
+            sPool = MemoryRecycler::GetCurrentPoolSize();
+        });
+        EXPECT_EQ(sCharged, block.mBlockSize);
+        EXPECT_EQ(sPool, 104 * kKiB) << "the pool still has the block";
+        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 104 * kKiB - pool);
     }
 }
 

@@ -1,4 +1,4 @@
-// Stretches whose blocks are lost on purpose, for the sanitizer that looks for them.
+// Scopes in which the leak checker ignores allocations, for tests that leak on purpose.
 
 #ifndef TESTS_SUPPORT_EXPECTEDLEAKS_H
 #define TESTS_SUPPORT_EXPECTEDLEAKS_H

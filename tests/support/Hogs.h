@@ -1,4 +1,4 @@
-// The fixture of the tests of hogs.
+// The fixture of the hog tests.
 
 #ifndef TESTS_SUPPORT_HOGS_H
 #define TESTS_SUPPORT_HOGS_H
@@ -26,7 +26,7 @@ inline void PrintTo(const Stats& stats, std::ostream* out)
     *out << stats.mHandles << " handles, " << stats.mBytes << " bytes";
 }
 
-// A born library with one hog.
+// A born library with one registered hog.
 class Hogs : public BornLibrary
 {
 protected:

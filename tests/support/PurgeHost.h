@@ -1,4 +1,4 @@
-// A host that is asked to purge.
+// A host with a purge callback.
 
 #ifndef TESTS_SUPPORT_PURGEHOST_H
 #define TESTS_SUPPORT_PURGEHOST_H
@@ -9,7 +9,7 @@
 
 #include "U_Budget.h"
 
-// Takes the purge requests of one thread until the scope ends.
+// Records the purge requests of one thread until the scope ends.
 class ScPurgeHost
 {
 public:
@@ -29,7 +29,7 @@ public:
         U_u64 amount;
     };
     std::vector<Request> mRequests;
-    int mResult = 0; // of the callback
+    int mResult = 0; // the result of the callback
 
 private:
     static int Ask(void* refcon, U_u64 block, U_u64 amount, bool* flag)
