@@ -126,13 +126,20 @@ TEST_F(Posted, PostedMessagesAreShownBeforeAMessageOfTheUIThread)
     EXPECT_EQ(mAlerts.Texts(), (Texts{"first", "second"}));
 }
 
-TEST_F(Posted, AMessagePostedDuringAnAlertWaitsForTheNextDisplay)
+TEST_F(Posted, AMessagePostedDuringAnAlertFollowsThoseThatCouldNotBeShown)
 {
-    FromWorker(U_Sev_MESSAGE, u"first");
-    mAlerts.mWhileUp = [](const platform::Alert&) { FromWorker(U_Sev_MESSAGE, u"meanwhile"); };
-    EXPECT_EQ(Displayed(), Texts{"first"});
-    mAlerts.mWhileUp = nullptr;
-    EXPECT_EQ(Displayed(), Texts{"meanwhile"});
+    for (bool fails : {false, true})
+    {
+        FromWorker(U_Sev_MESSAGE, u"first");
+        mAlerts.mWhileUp = [=](const platform::Alert&) {
+            FromWorker(U_Sev_MESSAGE, u"meanwhile");
+            if (fails)
+                throw 5;
+        };
+        EXPECT_EQ(Displayed(), Texts{"first"});
+        mAlerts.mWhileUp = nullptr;
+        EXPECT_EQ(Displayed(), fails ? Texts({"first", "meanwhile"}) : Texts{"meanwhile"});
+    }
 }
 
 TEST_F(Posted, AMessageThatCannotBeShownStaysPostedAndBlocksNoOther)
