@@ -4,8 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
+#include <platform/base/locks.h>
 
 #include "indep/frame/Guard.h"
 #include "text/Birth.h"
@@ -16,11 +15,12 @@ typedef std::list<U_LStrCache*> TableList;
 
 // Guards the list and the flag U_LStrCache_Listed of each table. No allocation is made under
 // this lock: if the heap refuses a block, a new handler may look texts up itself.
-boost::mutex& sListLock = *new boost::mutex;
+platform::Mutex sListLock;
 
-// Null before birth and after death. Neither the pointer nor the lock is ever destroyed:
-// threads may still look texts up while the process exits.
-std::unique_ptr<TableList>& sLStrCacheList = *new std::unique_ptr<TableList>;
+// Null before birth and after death. The pointer is never destroyed: threads may still look
+// texts up while the process exits.
+std::unique_ptr<TableList>&
+    sLStrCacheList PLATFORM_GUARDED_BY(sListLock) = *new std::unique_ptr<TableList>;
 
 void CleanRow(U_LStrRow& row)
 {
@@ -52,7 +52,7 @@ bool IsToBeListed(U_LStrCache& table)
 
 bool ListExists()
 {
-    boost::lock_guard<boost::mutex> lock(sListLock);
+    const platform::ScLock lock(sListLock);
     return sLStrCacheList != nullptr;
 }
 
@@ -82,7 +82,7 @@ U_Status U_ZBirthLStrCacheList()
 {
     return Guarded([] {
         auto list = std::make_unique<TableList>();
-        boost::lock_guard<boost::mutex> lock(sListLock);
+        const platform::ScLock lock(sListLock);
         if (!sLStrCacheList)
             sLStrCacheList = std::move(list);
     });
@@ -91,7 +91,7 @@ U_Status U_ZBirthLStrCacheList()
 U_Status U_ZDeathLStrCacheList()
 {
     return Guarded([] {
-        boost::lock_guard<boost::mutex> lock(sListLock);
+        const platform::ScLock lock(sListLock);
         const std::unique_ptr<TableList> list = std::move(sLStrCacheList);
         if (list)
             std::for_each(list->begin(), list->end(), &CleanListed);
@@ -108,7 +108,7 @@ void LStrListing::Enter()
 {
     if (mEntry.empty())
         return;
-    boost::lock_guard<boost::mutex> lock(sListLock);
+    const platform::ScLock lock(sListLock);
     if (!sLStrCacheList || !IsToBeListed(mTable)) // listed by another thread
         return;
     sLStrCacheList->splice(sLStrCacheList->end(), mEntry);
@@ -117,7 +117,7 @@ void LStrListing::Enter()
 
 void UnlistLStrCache(U_LStrCache& table)
 {
-    boost::lock_guard<boost::mutex> lock(sListLock);
+    const platform::ScLock lock(sListLock);
     if (sLStrCacheList)
         sLStrCacheList->remove(&table);
     RemoveFlags(table.mFlags, U_LStrCache_Listed);

@@ -7,6 +7,7 @@
 #include <new>
 #include <string_view>
 
+#include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 #include <wril/wril.h>
@@ -132,7 +133,7 @@ U_UTF16String ResolveZString(const char* zstring, bool forceEnglish)
     if (!locale)
         return ResolveWith(hollin::Dictionary(), zstring);
     const bool english = forceEnglish || (locale->mAlive && locale->mEnglishMode);
-    const platform::ScQuietLock<boost::recursive_mutex> lock(locale->mLock);
+    const platform::ScLock lock(locale->mLock);
     return ResolveWith(english ? locale->mEnglish : locale->mCurrent, zstring);
 }
 

@@ -3,9 +3,9 @@
 #ifndef TEXT_ZSTRING_H
 #define TEXT_ZSTRING_H
 
-#include <boost/thread/recursive_mutex.hpp>
-
 #include "U_Types.h"
+#include <platform/base/locks.h>
+
 #include "hollin/Dictionary.h"
 
 struct U_ZLocale
@@ -17,7 +17,7 @@ struct U_ZLocale
 
     // Held while a text is looked up in either dictionary. The fields above change only
     // while no other thread resolves.
-    boost::recursive_mutex mLock;
+    platform::RecursiveMutex mLock;
 };
 
 // Returns null before birth and after death.

@@ -7,8 +7,7 @@
 #include <memory>
 #include <new>
 
-#include <boost/thread/recursive_mutex.hpp>
-
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <wril/wril.h>
 
@@ -25,7 +24,7 @@
 
 namespace
 {
-typedef platform::ScQuietLock<boost::recursive_mutex> HogLock;
+typedef platform::ScLock<platform::RecursiveMutex> HogLock;
 
 const U_u32 kTableMagic = 72017;
 const U_u32 kSlotsAtOnce = 10;
@@ -54,7 +53,7 @@ struct HogTable
 
 // Guards the slots and the table's growth and end. Recursive: growth may call the host's
 // purge callback and report, and both may call in here again. Never destroyed.
-boost::recursive_mutex& sLock = *new boost::recursive_mutex;
+platform::RecursiveMutex sLock;
 
 // Null outside the library's life. Written by birth and death only, while no other thread
 // is in the library.

@@ -7,9 +7,8 @@
 #include <boost/container/flat_map.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
@@ -42,22 +41,22 @@ typedef boost::shared_ptr<const Managers> Table;
 // A table is never changed: a change puts a new one in its place. A measurement keeps the
 // table that it began with, so it allocates nothing: it may run because memory is out.
 // Null without managers. Never destroyed: threads may measure until the process ends.
-boost::mutex& sTableLock = *new boost::mutex; // guards sTable
-Table& sTable = *new Table;
+platform::Mutex sTableLock;
+Table& sTable PLATFORM_GUARDED_BY(sTableLock) = *new Table;
 
 // True while there is a table. Most hosts have none, and every measured block reads the flag.
 std::atomic<bool> sHasManagers(false);
 
 Table TakeTable()
 {
-    boost::lock_guard<boost::mutex> lock(sTableLock);
+    const platform::ScLock lock(sTableLock);
     return sTable;
 }
 
 // Puts a table in the place of the one that it was made from; false if that has gone.
 bool Replace(const Table& old, Table made)
 {
-    boost::lock_guard<boost::mutex> lock(sTableLock);
+    const platform::ScLock lock(sTableLock);
     if (sTable != old)
         return false;
     sTable.swap(made); // the caller holds the old one, which ends without the lock

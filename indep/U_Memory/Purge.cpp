@@ -2,9 +2,7 @@
 
 #include "U_Budget.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
+#include <platform/base/locks.h>
 #include <win32/memory.h>
 #include <wril/wril.h>
 
@@ -19,7 +17,7 @@ const int kMostPurgeRounds = 3;
 
 // Lets one thread compact at a time. Never destroyed: threads may run while the process
 // exits.
-boost::mutex& sCompactionLock = *new boost::mutex;
+platform::Mutex sCompactionLock;
 } // namespace
 
 U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
@@ -82,7 +80,7 @@ U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon, b
 
 U_Status U_CompactMem()
 {
-    boost::lock_guard<boost::mutex> lock(sCompactionLock);
+    const platform::ScLock lock(sCompactionLock);
     win32::_heapmin();
     win32::HeapCompact(win32::GetProcessHeap(), 0);
     return 0;

@@ -1,10 +1,8 @@
 #include "U_Context.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/shared_lock_guard.hpp>
-#include <boost/thread/shared_mutex.hpp>
-
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
+#include <platform/base/shared_mutex.h>
 #include <win32/threads.h>
 
 #include "U_Threads.h"
@@ -22,7 +20,7 @@ const int kNoState = 1; // thrown
 
 // Guards S_states_factory. Neither is ever destroyed: threads may make contexts while the
 // process exits.
-boost::shared_mutex& sStatesLock = *new boost::shared_mutex;
+platform::SharedMutex& sStatesLock = *new platform::SharedMutex;
 
 void CallHook(const boost::shared_ptr<U_State>& state, void (U_State::*hook)())
 {
@@ -45,8 +43,7 @@ boost::shared_ptr<U_Context> U_Context::MakeNewContext()
 
 U_Context::U_Context() : mContextID(++S_ctxt_id), mThreadID(U_NoThreadID)
 {
-    const platform::ScQuietNew quiet; // no report of a failed new while the lock is held
-    const boost::shared_lock_guard<boost::shared_mutex> lock(sStatesLock);
+    const platform::ScSharedLock lock(sStatesLock);
     for (const StateFactories::value_type& factory : S_states_factory)
         mStates.emplace(factory.first, factory.second(this));
 }
@@ -85,7 +82,7 @@ void U_Context::RegisterState(const ImmutableString& key, const U_StateFactory& 
     StateFactories added;
     added.emplace(key, factory);
     const auto refused = [&added] {
-        const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+        const platform::ScLock lock(sStatesLock);
         return S_states_factory.insert(added.extract(added.begin()));
     }();
 }
@@ -93,7 +90,7 @@ void U_Context::RegisterState(const ImmutableString& key, const U_StateFactory& 
 void U_Context::UnregisterState(const ImmutableString& key)
 {
     const auto removed = [&key] {
-        const boost::lock_guard<boost::shared_mutex> lock(sStatesLock);
+        const platform::ScLock lock(sStatesLock);
         return S_states_factory.extract(key);
     }();
 }

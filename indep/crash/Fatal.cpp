@@ -2,9 +2,7 @@
 
 #include "U_Fatal.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/recursive_mutex.hpp>
-
+#include <platform/base/locks.h>
 #include <platform/base/thread_local.h>
 #include <win32/exceptions.h>
 #include <wril/wril.h>
@@ -21,10 +19,9 @@ struct HardwareExceptionHandler
     void* mRefcon;
 };
 
-// The lock is held only to read or write the handler. Neither is ever destroyed: threads may
-// fail until the process has ended.
-boost::recursive_mutex& sGlobalLock = *new boost::recursive_mutex;
-HardwareExceptionHandler sGlobal = {nullptr, nullptr};
+// The lock is held only to read or write the handler.
+platform::RecursiveMutex sGlobalLock;
+HardwareExceptionHandler sGlobal PLATFORM_GUARDED_BY(sGlobalLock) = {nullptr, nullptr};
 
 PLATFORM_THREAD_LOCAL HardwareExceptionHandler tLocal = {nullptr, nullptr};
 
@@ -34,7 +31,7 @@ PLATFORM_THREAD_LOCAL LiveCall tLogCall = {};
 
 HardwareExceptionHandler GlobalHandler()
 {
-    boost::lock_guard<boost::recursive_mutex> lock(sGlobalLock);
+    const platform::ScLock lock(sGlobalLock);
     return sGlobal;
 }
 
@@ -91,7 +88,7 @@ void Up_CallHandler() noexcept
 
 void U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, void* refcon)
 {
-    boost::lock_guard<boost::recursive_mutex> lock(sGlobalLock);
+    const platform::ScLock lock(sGlobalLock);
     sGlobal = {handler, refcon};
 }
 

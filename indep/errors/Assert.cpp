@@ -2,10 +2,8 @@
 
 #include <cstdio>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <krobase/debug.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <win32/process.h>
 
@@ -25,9 +23,8 @@ struct Injection
     U_u32 mValue = 0;
 };
 
-// Never destroyed: threads may call U_RandErr until the process has ended.
-boost::mutex& sInjectionLock = *new boost::mutex; // guards sInjection
-Injection sInjection;
+platform::Mutex sInjectionLock;
+Injection sInjection PLATFORM_GUARDED_BY(sInjectionLock);
 
 typedef char VerificationText[U_ReportTextSize];
 
@@ -95,7 +92,7 @@ U_Status BadArgument(const char* why, U_u32 location)
 
 U_Status U_SetRandErrFilter(U_RandErrFilter filter, U_u32 value)
 {
-    boost::lock_guard<boost::mutex> lock(sInjectionLock);
+    const platform::ScLock lock(sInjectionLock);
     sInjection = {filter, value};
     return 0;
 }
@@ -104,7 +101,7 @@ bool U_RandErr(U_u32 first, U_u32 second)
 {
     Injection injection;
     {
-        boost::lock_guard<boost::mutex> lock(sInjectionLock);
+        const platform::ScLock lock(sInjectionLock);
         injection = sInjection;
     }
     return injection.mFilter && injection.mFilter(first, second, injection.mValue);

@@ -8,9 +8,9 @@
 #include <list>
 
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 
 #include "indep/errors/Globals.h"
 #include "indep/errors/Report.h"
@@ -46,7 +46,7 @@ bool HasCallbacks(const U_Globals& globals)
                        [](const auto& callback) { return callback.load() != nullptr; });
 }
 
-typedef boost::lock_guard<boost::mutex> InteractLock;
+typedef platform::ScLock<platform::Mutex> InteractLock;
 
 const U_u32 kBaseId = 0xFFFFFFFF;
 
@@ -58,9 +58,9 @@ struct Entry
 
 struct Interaction
 {
-    boost::mutex mLock;        // guards the rest
-    std::list<Entry> mEntries; // the mask in force is the first
-    U_u32 mNextTemporaryId = 1;
+    platform::Mutex mLock;
+    std::list<Entry> mEntries PLATFORM_GUARDED_BY(mLock); // the mask in force is the first
+    U_u32 mNextTemporaryId PLATFORM_GUARDED_BY(mLock) = 1;
 
     // A copy of the mask in force, which each report reads several times. Written with the
     // lock held.
@@ -68,15 +68,14 @@ struct Interaction
 };
 
 // The last step of each change.
-// REQUIRES: the lock is held.
-void PutInForce(Interaction& interaction)
+void PutInForce(Interaction& interaction) PLATFORM_REQUIRES(interaction.mLock)
 {
     const std::list<Entry>& entries = interaction.mEntries;
     interaction.mInForce.store(entries.empty() ? 0 : entries.front().mMask);
 }
 
 // Ids repeat after 2^32 uses, without 0 and the base mask's id.
-U_u32 NextTemporaryId(Interaction& interaction)
+U_u32 NextTemporaryId(Interaction& interaction) PLATFORM_REQUIRES(interaction.mLock)
 {
     while (interaction.mNextTemporaryId == 0 || interaction.mNextTemporaryId == kBaseId)
         ++interaction.mNextTemporaryId;

@@ -6,10 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 
 #include "U_Posted.h"
 #include "U_Report.h"
@@ -19,7 +17,7 @@
 
 namespace
 {
-typedef boost::lock_guard<boost::mutex> PostedLock;
+typedef platform::ScLock<platform::Mutex> PostedLock;
 
 const float kGroupedSizeHint = 600;
 
@@ -33,9 +31,9 @@ struct Reported
 // The lock is held only to compare, append and move.
 struct Posted
 {
-    boost::mutex mLock;                  // guards the rest
-    std::optional<PostedErrors> mErrors; // from birth to death
-    Reported mLastReported;
+    platform::Mutex mLock;
+    std::optional<PostedErrors> mErrors PLATFORM_GUARDED_BY(mLock); // from birth to death
+    Reported mLastReported PLATFORM_GUARDED_BY(mLock);
 };
 
 Posted& ThePosted()

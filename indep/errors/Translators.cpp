@@ -9,9 +9,8 @@
 #include <utility>
 
 #include <boost/core/demangle.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <win32/errors.h>
 #include <wril/wril.h>
@@ -26,11 +25,12 @@ namespace
 // Shared pointers, so that a translator that unregisters itself lives until it returns.
 typedef std::map<U_u32, std::shared_ptr<const U_ExceptionTranslator>> TranslatorTable;
 
-// Guards the table and the next id; held while translators run. Neither lock nor table is
-// destroyed at exit: threads may still report while the process exits.
-boost::recursive_mutex& sTranslatorLock = *new boost::recursive_mutex;
-std::unique_ptr<TranslatorTable>& sTranslators = *new std::unique_ptr<TranslatorTable>;
-U_u32 sNextTranslatorId = 100;
+// The lock is held while translators run. The table is never destroyed at exit: threads may
+// still report while the process exits.
+platform::RecursiveMutex sTranslatorLock;
+std::unique_ptr<TranslatorTable>&
+    sTranslators PLATFORM_GUARDED_BY(sTranslatorLock) = *new std::unique_ptr<TranslatorTable>;
+U_u32 sNextTranslatorId PLATFORM_GUARDED_BY(sTranslatorLock) = 100;
 
 // Returns an entry without an id yet; no entry for an empty translator or without memory.
 TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
@@ -72,7 +72,7 @@ bool Recognises(const U_ExceptionTranslator& translator, std::exception& excepti
 // register and unregister while it runs, so the next one is looked up by its id.
 bool Translate(std::exception& exception, int& code)
 {
-    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScLock lock(sTranslatorLock);
     U_u32 below = sNextTranslatorId;
     while (sTranslators)
     {
@@ -117,7 +117,7 @@ U_UTF16String SystemText(int result)
 void Up_MakeTranslatorTable()
 {
     auto table = std::make_unique<TranslatorTable>(); // allocates before the lock is taken
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScLock lock(sTranslatorLock);
     if (!sTranslators)
         sTranslators.swap(table);
 }
@@ -126,7 +126,7 @@ void Up_FreeTranslatorTable()
 {
     std::unique_ptr<TranslatorTable>
         ended; // destroyed after the lock is released: a destructor is the host's code
-    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScLock lock(sTranslatorLock);
     ended.swap(sTranslators);
 }
 
@@ -143,7 +143,7 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
     // Allocates before the lock is taken: the report of a failing allocation must not hold up
     // other threads' translations.
     TranslatorTable::node_type entry = EntryFor(std::move(translator));
-    boost::lock_guard<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScLock lock(sTranslatorLock);
     if (!sTranslators || !entry)
         return 0;
     entry.key() = sNextTranslatorId;
@@ -154,7 +154,7 @@ U_u32 U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator translator)
 void U_UnregisterExceptionTranslator(U_u32 id)
 {
     TranslatorTable::node_type ended; // destroyed after the lock is released
-    const platform::ScQuietLock<boost::recursive_mutex> lock(sTranslatorLock);
+    const platform::ScLock lock(sTranslatorLock);
     if (sTranslators)
         ended = sTranslators->extract(id);
 }

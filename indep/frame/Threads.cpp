@@ -4,10 +4,8 @@
 #include <atomic>
 #include <list>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/shared_mutex.hpp>
-
 #include <krobase/threads.h>
+#include <platform/base/locks.h>
 #include <win32/exceptions.h>
 #include <win32/threads.h>
 
@@ -25,14 +23,14 @@ public:
     {
         std::list<U_u32> entry{
             threadId}; // before the lock: a failed new may report, which queries the roles
-        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        const platform::ScLock lock(mLock);
         mThreads.splice(mThreads.end(), entry);
         return mThreads.size();
     }
 
     void Remove(U_u32 threadId)
     {
-        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        const platform::ScLock lock(mLock);
         const auto found = std::find(mThreads.begin(), mThreads.end(), threadId);
         if (found != mThreads.end())
             mThreads.erase(found);
@@ -40,14 +38,13 @@ public:
 
     bool Holds(U_u32 threadId) const
     {
-        boost::lock_guard<boost::shared_mutex> lock(mLock);
+        const platform::ScLock lock(mLock);
         return std::find(mThreads.begin(), mThreads.end(), threadId) != mThreads.end();
     }
 
 private:
-    // Guards mThreads. Held for one search or edit, always exclusively.
-    mutable boost::shared_mutex mLock;
-    std::list<U_u32> mThreads;
+    mutable platform::Mutex mLock; // held for one search or edit
+    std::list<U_u32> mThreads PLATFORM_GUARDED_BY(mLock);
 };
 
 // Never destroyed: threads may query their roles while the process exits.

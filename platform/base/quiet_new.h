@@ -3,7 +3,6 @@
 #ifndef PLATFORM_BASE_QUIET_NEW_H
 #define PLATFORM_BASE_QUIET_NEW_H
 
-#include <mutex>
 #include <new>
 
 #include "export.h"
@@ -29,19 +28,6 @@ public:
     ~ScQuietNew();
     ScQuietNew(const ScQuietNew&) = delete;
     ScQuietNew& operator=(const ScQuietNew&) = delete;
-};
-
-// ScLock of locks.h, for mutexes of Boost and of the standard library.
-template <class Mutex> class ScQuietLock
-{
-public:
-    explicit ScQuietLock(Mutex& mutex) : mLock(mutex) {}
-    ScQuietLock(const ScQuietLock&) = delete;
-    ScQuietLock& operator=(const ScQuietLock&) = delete;
-
-private:
-    const ScQuietNew mQuiet; // until the lock is free
-    const std::lock_guard<Mutex> mLock;
 };
 } // namespace platform
 

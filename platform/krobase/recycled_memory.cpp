@@ -7,10 +7,8 @@
 #include <map>
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
 #include "small_block.h"
@@ -41,7 +39,7 @@ public:
     // if no block fits. Calls `charge` before the pool's sum falls.
     void* Take(std::size_t* size, RecycledMemory::Charge charge)
     {
-        boost::lock_guard<boost::mutex> lock(mLock);
+        const platform::ScLock lock(mLock);
         const auto found = mBlocks.lower_bound(*size);
         if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
             return nullptr;
@@ -54,7 +52,7 @@ public:
     {
         try
         {
-            const platform::ScQuietLock<boost::mutex> lock(mLock);
+            const platform::ScLock lock(mLock);
             mBlocks.emplace(size, block);
             mBytes += size;
         }
@@ -72,7 +70,7 @@ public:
     // remains is smaller than every block left, and is cut off one of them.
     unsigned long long Purge(unsigned long long bytes)
     {
-        boost::lock_guard<boost::mutex> lock(mLock);
+        const platform::ScLock lock(mLock);
         unsigned long long wanted = std::min(bytes, Bytes());
         const unsigned long long given = wanted;
         while (wanted)
@@ -90,7 +88,7 @@ public:
 private:
     typedef std::multimap<std::size_t, void*> Blocks;
 
-    void* Remove(Blocks::iterator place)
+    void* Remove(Blocks::iterator place) PLATFORM_REQUIRES(mLock)
     {
         void* block = place->second;
         mBytes -= place->first;
@@ -99,7 +97,7 @@ private:
     }
 
     // Returns the bytes cut off, 0 if the system won't.
-    std::size_t Cut(std::size_t bytes)
+    std::size_t Cut(std::size_t bytes) PLATFORM_REQUIRES(mLock)
     {
         Blocks::node_type node = mBlocks.extract(mBlocks.begin());
         const std::size_t rest = node.key() - bytes;
@@ -114,9 +112,9 @@ private:
         return shrunk ? bytes : 0;
     }
 
-    boost::mutex mLock; // guards the blocks and changes of their sum
-    Blocks mBlocks;
-    std::atomic<unsigned long long> mBytes{0};
+    platform::Mutex mLock;
+    Blocks mBlocks PLATFORM_GUARDED_BY(mLock);
+    std::atomic<unsigned long long> mBytes{0}; // written under the lock
 };
 
 // Sizes are rounded up to eight steps a doubling, so that a block fits its

@@ -4,9 +4,8 @@
 #include <new>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
 #include "private/block.h"
@@ -25,15 +24,15 @@ const int kNotThisHeap = -111;
 const unsigned long long kLargestBlock = 0xFFFFFFFFull - sizeof(BlockHeader);
 const std::size_t kMostHeaps = 0xFFFF;
 
-boost::mutex& sHeapsLock = *new boost::mutex; // guards the list of heaps; never destroyed
+platform::Mutex sHeapsLock;
 
-std::vector<MEM_Heap*>& Heaps()
+std::vector<MEM_Heap*>& Heaps() PLATFORM_REQUIRES(sHeapsLock)
 {
     static platform::Immortal<std::vector<MEM_Heap*>> heaps;
     return *heaps;
 }
 
-MEM_Heap* TakeEndedHeap()
+MEM_Heap* TakeEndedHeap() PLATFORM_REQUIRES(sHeapsLock)
 {
     for (MEM_Heap* heap : Heaps())
     {
@@ -160,7 +159,7 @@ MEM_HeapRef MEM_NewHeap()
 {
     if (FailureInjected(0))
         return nullptr;
-    const platform::ScQuietLock<boost::mutex> lock(sHeapsLock);
+    const platform::ScLock lock(sHeapsLock);
     if (MEM_Heap* ended = TakeEndedHeap())
         return ended;
     std::vector<MEM_Heap*>& heaps = Heaps();

@@ -5,10 +5,8 @@
 #include <new>
 #include <string_view>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <krobase/text.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
 #include "private/profile_switches.h"
@@ -23,8 +21,9 @@ typedef krobase::utility::UTF16String Key;
 typedef std::basic_string_view<unsigned short> KeyView; // asking takes no memory
 
 // Never destroyed: static destructors of the host may still ask.
-boost::mutex& sLock = *new boost::mutex; // guards sValues
-std::map<Key, int, std::less<>>& sValues = *new std::map<Key, int, std::less<>>;
+platform::Mutex sLock;
+std::map<Key, int, std::less<>>&
+    sValues PLATFORM_GUARDED_BY(sLock) = *new std::map<Key, int, std::less<>>;
 } // namespace
 
 short TOLV_GetProfileInt(const unsigned short* key, int defaultValue, int* out)
@@ -40,7 +39,7 @@ short TOLV_GetRequiredProfileInt(const unsigned short* key, int* out)
 {
     if (!key || !out)
         return kBadParameter;
-    const boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     const auto found = sValues.find(KeyView(key));
     if (found == sValues.end())
         return kNotFound;
@@ -54,7 +53,7 @@ short TOLV_SetProfileInt(const unsigned short* key, int value)
         return kBadParameter;
     try
     {
-        const platform::ScQuietLock<boost::mutex> lock(sLock);
+        const platform::ScLock lock(sLock);
         sValues[key] = value;
         return 0;
     }
@@ -68,7 +67,7 @@ namespace tolv
 {
 void ClearProfile()
 {
-    const boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     sValues.clear();
 }
 } // namespace tolv

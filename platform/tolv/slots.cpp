@@ -4,9 +4,8 @@
 #include <new>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <win32/memory.h>
 
@@ -25,11 +24,11 @@ namespace
 const std::size_t kChainsPerSlab = kSlotsPerSlab / kChainSlots;
 static_assert(kSlotsPerSlab % kChainSlots == 0, "a slab is cut into whole chains");
 
-// Guards the pool and the list of slabs. Neither the lock nor the pool is destroyed, since blocks
-// are freed until the process ends.
-boost::mutex& sPoolLock = *new boost::mutex;
+// Guards the pool and changes of the list of slabs.
+platform::Mutex sPoolLock;
 
-std::vector<SlotChain>& Pool()
+// Never destroyed, since blocks are freed until the process ends.
+std::vector<SlotChain>& Pool() PLATFORM_REQUIRES(sPoolLock)
 {
     static platform::Immortal<std::vector<SlotChain>> pool;
     return *pool;
@@ -102,7 +101,7 @@ Slab* NewSlab()
 }
 
 // Divides a new slab into chains and adds the chains to the pool.
-bool GrowPool()
+bool GrowPool() PLATFORM_REQUIRES(sPoolLock)
 {
     std::vector<SlotChain>& pool = Pool();
     try
@@ -131,7 +130,7 @@ bool GrowPool()
 
 SlotChain TakeChain()
 {
-    const platform::ScQuietLock<boost::mutex> lock(sPoolLock);
+    const platform::ScLock lock(sPoolLock);
     std::vector<SlotChain>& pool = Pool();
     if (pool.empty() && !GrowPool())
         return SlotChain();
@@ -142,7 +141,7 @@ SlotChain TakeChain()
 
 bool GiveChain(const SlotChain& chain)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sPoolLock);
+    const platform::ScLock lock(sPoolLock);
     try
     {
         Pool().push_back(chain);

@@ -2,11 +2,10 @@
 
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/tss.hpp>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
 #include "private/tracked_usage.h"
@@ -17,9 +16,8 @@ PLATFORM_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
 
 namespace
 {
-// Guards the idle list. Never destroyed: threads may end while the process exits.
-boost::mutex& sIdleLock = *new boost::mutex;
-ThreadRecord* sFirstIdle = nullptr;
+platform::Mutex sIdleLock;
+ThreadRecord* sFirstIdle PLATFORM_GUARDED_BY(sIdleLock) = nullptr;
 std::atomic<ThreadRecord*> sFirstRecord(nullptr);
 std::atomic<long long> sLiveRecords(0);
 
@@ -31,7 +29,7 @@ void Retire(ThreadRecord* record)
     ReleaseClaim(*record, 0); // a host may have left an allocation with a jump
     HandOver(*record);
     sLiveRecords.fetch_sub(1, std::memory_order_release);
-    boost::lock_guard<boost::mutex> lock(sIdleLock);
+    const platform::ScLock lock(sIdleLock);
     record->mNextIdle = sFirstIdle;
     sFirstIdle = record;
 }
@@ -45,7 +43,7 @@ boost::thread_specific_ptr<ThreadRecord>& Owner()
 
 ThreadRecord* TakeIdle()
 {
-    boost::lock_guard<boost::mutex> lock(sIdleLock);
+    const platform::ScLock lock(sIdleLock);
     ThreadRecord* record = sFirstIdle;
     if (record)
         sFirstIdle = record->mNextIdle;

@@ -10,10 +10,10 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/date_time/gregorian_calendar.hpp>
 #include <boost/date_time/year_month_day.hpp>
-#include <boost/thread/mutex.hpp>
 #include <unicode/udat.h>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 
@@ -38,8 +38,8 @@ const char16_t kNarrowNoBreakSpace = 0x202F;
 
 struct MissingFunction
 {
-    boost::mutex mLock; // guards mName
-    std::string mName;
+    platform::Mutex mLock;
+    std::string mName PLATFORM_GUARDED_BY(mLock);
 };
 
 // Static destructors may write dates.
@@ -52,7 +52,7 @@ MissingFunction& TheMissingFunction()
 // Returns true for the function that a switch takes away.
 bool IsMissing(const char* function)
 {
-    const platform::ScQuietLock<boost::mutex> lock(TheMissingFunction().mLock);
+    const platform::ScLock lock(TheMissingFunction().mLock);
     return TheMissingFunction().mName == function;
 }
 
@@ -287,7 +287,7 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
 
 void SetMissingFunction(const char* name)
 {
-    const platform::ScQuietLock<boost::mutex> lock(TheMissingFunction().mLock);
+    const platform::ScLock lock(TheMissingFunction().mLock);
     TheMissingFunction().mName = name ? name : "";
 }
 

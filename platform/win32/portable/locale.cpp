@@ -3,11 +3,11 @@
 #include <atomic>
 #include <cstring>
 
-#include <boost/thread/mutex.hpp>
 #include <unicode/uloc.h>
 #include <unicode/unum.h>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <win32/text.h>
 
@@ -36,8 +36,8 @@ std::atomic<NumberMarks> sMarks(kAmericanMarks);
 
 struct UserLocale
 {
-    boost::mutex mLock; // guards mId
-    std::string mId = "en_US";
+    platform::Mutex mLock;
+    std::string mId PLATFORM_GUARDED_BY(mLock) = "en_US";
 };
 
 UserLocale& TheUserLocale()
@@ -116,13 +116,13 @@ void SetUserLocale(const char* localeId)
 {
     const char* const id = localeId && IsKnownLanguage(localeId) ? localeId : "en_US";
     sMarks.store(MarksOf(id), std::memory_order_relaxed);
-    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
+    const platform::ScLock lock(TheUserLocale().mLock);
     TheUserLocale().mId = id;
 }
 
 std::string UserLocaleId()
 {
-    const platform::ScQuietLock<boost::mutex> lock(TheUserLocale().mLock);
+    const platform::ScLock lock(TheUserLocale().mLock);
     return TheUserLocale().mId;
 }
 

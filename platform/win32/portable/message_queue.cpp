@@ -2,13 +2,13 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
 
 #include <boost/function.hpp>
 
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/switched_function.h>
 #include <platform/base/thread_local.h>
@@ -21,7 +21,6 @@ namespace win32
 {
 namespace
 {
-typedef platform::ScQuietLock<std::mutex> Lock;
 typedef std::basic_string<unsigned short> ClassName;
 
 struct Window
@@ -31,10 +30,12 @@ struct Window
 };
 
 // Never destroyed: threads end until the process does.
-std::mutex& sWindowLock = *new std::mutex; // guards the three variables below
-std::map<ClassName, WNDPROC>& sClasses = *new std::map<ClassName, WNDPROC>;
-std::map<void*, Window>& sWindows = *new std::map<void*, Window>;
-std::size_t sLastWindow = 0; // the last handle; no handle is used twice
+platform::Mutex sWindowLock;
+std::map<ClassName, WNDPROC>&
+    sClasses PLATFORM_GUARDED_BY(sWindowLock) = *new std::map<ClassName, WNDPROC>;
+std::map<void*, Window>& sWindows PLATFORM_GUARDED_BY(sWindowLock) = *new std::map<void*, Window>;
+// The last handle. No handle is used twice.
+std::size_t sLastWindow PLATFORM_GUARDED_BY(sWindowLock) = 0;
 
 PLATFORM_THREAD_LOCAL void* tCapture = nullptr;
 
@@ -44,7 +45,7 @@ HostProcedure& sHostProcedure = *new HostProcedure;
 // Returns false if there is no such window.
 bool FindWindow(void* handle, Window& window)
 {
-    Lock lock(sWindowLock);
+    const platform::ScLock lock(sWindowLock);
     const auto found = sWindows.find(handle);
     if (found == sWindows.end())
         return false;
@@ -133,7 +134,7 @@ unsigned short RegisterClassW(const WNDCLASSW* windowClass)
 {
     try
     {
-        Lock lock(sWindowLock);
+        const platform::ScLock lock(sWindowLock);
         const bool entered =
             sClasses.emplace(windowClass->lpszClassName, windowClass->lpfnWndProc).second;
         const unsigned int kFirstAtom = 0xC000;
@@ -152,7 +153,7 @@ void* CreateWindowExW(unsigned int, const unsigned short* className, const unsig
         return nullptr;
     try
     {
-        Lock lock(sWindowLock);
+        const platform::ScLock lock(sWindowLock);
         const auto procedure = sClasses.find(className);
         if (procedure == sClasses.end())
             return nullptr;
@@ -178,7 +179,7 @@ int DestroyWindow(void* handle)
     if (!IsOwnWindow(handle))
         return 0;
     {
-        Lock lock(sWindowLock);
+        const platform::ScLock lock(sWindowLock);
         sWindows.erase(handle);
     }
     // A post that found the window before its removal may still add a message. The dispatch of
@@ -190,7 +191,7 @@ int DestroyWindow(void* handle)
 void DestroyWindowsOfThread()
 {
     const unsigned int threadId = GetCurrentThreadId();
-    Lock lock(sWindowLock);
+    const platform::ScLock lock(sWindowLock);
     for (auto window = sWindows.begin(); window != sWindows.end();)
         window = window->second.mThreadId == threadId ? sWindows.erase(window) : ++window;
 }

@@ -8,9 +8,7 @@
 #include <cstdlib>
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
@@ -26,7 +24,7 @@ std::atomic<NewHandler> sNewHandler(nullptr);
 
 void OnFailedNew(std::size_t level);
 
-boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
+platform::Mutex sLock; // held while a handler is changed
 platform::StackedHandler<&OnFailedNew> sStandard;
 
 PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // of the block for which operator new has failed
@@ -93,7 +91,7 @@ void Remove()
 
 NewHandler _set_new_handler(NewHandler handler)
 {
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     const NewHandler before = sNewHandler.exchange(handler);
     if (handler && !before)
         std::set_new_handler(sStandard.Install(std::get_new_handler()));

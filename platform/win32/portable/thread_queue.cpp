@@ -8,6 +8,7 @@
 #include <boost/thread/tss.hpp>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/thread_local.h>
 #include <win32/threads.h>
@@ -16,12 +17,10 @@ namespace win32
 {
 namespace
 {
-typedef platform::ScQuietLock<std::mutex> Lock;
-
 // Never destroyed: threads end until the process does.
-std::mutex& sQueuesLock = *new std::mutex; // guards sQueues, which has a key for each thread
-std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues =
-    *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>;
+platform::Mutex sQueuesLock;
+std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues PLATFORM_GUARDED_BY(sQueuesLock) =
+    *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>; // by thread
 
 PLATFORM_THREAD_LOCAL ThreadQueue* tQueue = nullptr;
 
@@ -30,7 +29,7 @@ void EndQueue(ThreadQueue*)
     tQueue = nullptr;
     std::shared_ptr<ThreadQueue> ended;
     DestroyWindowsOfThread();
-    Lock lock(sQueuesLock);
+    const platform::ScLock lock(sQueuesLock);
     const auto found = sQueues.find(GetCurrentThreadId());
     if (found == sQueues.end())
         return;
@@ -50,7 +49,7 @@ ThreadQueue* MakeQueue()
     {
         const std::shared_ptr<ThreadQueue> queue = std::make_shared<ThreadQueue>();
         Ender().reset(queue.get());
-        Lock lock(sQueuesLock);
+        const platform::ScLock lock(sQueuesLock);
         sQueues[GetCurrentThreadId()] = queue;
         return tQueue = queue.get();
     }
@@ -68,7 +67,7 @@ ThreadQueue* ThreadQueue::Current()
 
 std::shared_ptr<ThreadQueue> ThreadQueue::Of(unsigned int threadId)
 {
-    Lock lock(sQueuesLock);
+    const platform::ScLock lock(sQueuesLock);
     const auto found = sQueues.find(threadId);
     return found != sQueues.end() ? found->second : nullptr;
 }
@@ -77,10 +76,10 @@ bool ThreadQueue::Add(const MSG& message)
 {
     try
     {
-        Lock lock(mLock);
+        const platform::ScLock lock(mLock);
         mMessages.push_back(message);
         UpdateCount();
-        mAdded.notify_all();
+        mAdded.NotifyAll();
         return true;
     }
     catch (const std::bad_alloc&)
@@ -93,23 +92,23 @@ bool ThreadQueue::Take(const MessageFilter& filter, bool remove, MSG& message)
 {
     if (!mCount.load(std::memory_order_acquire))
         return false;
-    Lock lock(mLock);
+    const platform::ScLock lock(mLock);
     return TakePosted(filter, remove, message) || TakeTimer(filter, remove, message);
 }
 
 void ThreadQueue::WaitAndTake(const MessageFilter& filter, MSG& message)
 {
-    std::unique_lock<std::mutex> lock(mLock);
+    const platform::ScLock lock(mLock);
     while (!TakePosted(filter, true, message) && !TakeTimer(filter, true, message))
     {
         const TimerPosition first = FirstDue(filter);
         if (first == mTimers.end())
         {
-            mAdded.wait(lock);
+            mAdded.Wait(mLock);
             continue;
         }
         const Clock::time_point due = first->mDue;
-        mAdded.wait_until(lock, due);
+        mAdded.WaitUntil(mLock, due);
     }
 }
 
@@ -119,7 +118,7 @@ unsigned long long ThreadQueue::SetTimer(void* window, unsigned long long id, un
     const unsigned int kLongest = 0x7FFFFFFF;
     try
     {
-        Lock lock(mLock);
+        const platform::ScLock lock(mLock);
         TimerPosition timer = FindTimer(window, id);
         if (timer == mTimers.end())
         {
@@ -139,7 +138,7 @@ unsigned long long ThreadQueue::SetTimer(void* window, unsigned long long id, un
 
 bool ThreadQueue::KillTimer(void* window, unsigned long long id)
 {
-    Lock lock(mLock);
+    const platform::ScLock lock(mLock);
     const TimerPosition timer = FindTimer(window, id);
     if (timer == mTimers.end())
         return false;
@@ -150,7 +149,7 @@ bool ThreadQueue::KillTimer(void* window, unsigned long long id)
 
 void ThreadQueue::Drop(void* window)
 {
-    Lock lock(mLock);
+    const platform::ScLock lock(mLock);
     mMessages.erase(std::remove_if(mMessages.begin(), mMessages.end(),
                                    [=](const MSG& message) { return message.hwnd == window; }),
                     mMessages.end());

@@ -5,12 +5,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include <platform/base/locks.h>
 #include <win32/message_queue.h>
 
 namespace win32
@@ -66,18 +65,19 @@ private:
     };
     typedef std::vector<Timer>::iterator TimerPosition;
 
-    bool TakePosted(const MessageFilter& filter, bool remove, MSG& message);
-    bool TakeTimer(const MessageFilter& filter, bool remove, MSG& message);
-    TimerPosition FirstDue(const MessageFilter& filter);
-    TimerPosition FindTimer(void* window, unsigned long long id);
-    void UpdateCount();
+    bool TakePosted(const MessageFilter& filter, bool remove, MSG& message)
+        PLATFORM_REQUIRES(mLock);
+    bool TakeTimer(const MessageFilter& filter, bool remove, MSG& message) PLATFORM_REQUIRES(mLock);
+    TimerPosition FirstDue(const MessageFilter& filter) PLATFORM_REQUIRES(mLock);
+    TimerPosition FindTimer(void* window, unsigned long long id) PLATFORM_REQUIRES(mLock);
+    void UpdateCount() PLATFORM_REQUIRES(mLock);
 
-    std::mutex mLock; // guards the members below; mCount is read without it
-    std::condition_variable mAdded;
-    std::deque<MSG> mMessages;
-    std::vector<Timer> mTimers;
-    unsigned long long mLastTimerId = 0;
-    std::atomic<std::size_t> mCount{0}; // messages and timers
+    platform::Mutex mLock;
+    platform::Condition mAdded;
+    std::deque<MSG> mMessages PLATFORM_GUARDED_BY(mLock);
+    std::vector<Timer> mTimers PLATFORM_GUARDED_BY(mLock);
+    unsigned long long mLastTimerId PLATFORM_GUARDED_BY(mLock) = 0;
+    std::atomic<std::size_t> mCount{0}; // messages and timers; written under the lock
 };
 
 // Destroys the windows of the calling thread, which ends.

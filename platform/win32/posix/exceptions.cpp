@@ -8,13 +8,11 @@
 #include <iterator>
 #include <utility>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
 
+#include <platform/base/locks.h>
 #include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
 
@@ -39,7 +37,7 @@ struct Signal
     struct sigaction mReplaced[SignalHandler::kLevels] = {};
 };
 
-boost::mutex& sLock = *new boost::mutex; // guards the change of handlers; never destroyed
+platform::Mutex sLock; // held while handlers are changed
 Signal sSignals[] = {Signal(SIGSEGV), Signal(SIGBUS), Signal(SIGFPE), Signal(SIGILL)};
 
 // One call of CallUntilException, with the signals that were sent meanwhile.
@@ -231,7 +229,7 @@ bool CallUntilException(void (*function)(void* data), void* data)
 
 TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter)
 {
-    boost::lock_guard<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     const TopLevelExceptionFilter before = sFilter.exchange(filter);
     if (filter && !before)
         InstallHandlers();

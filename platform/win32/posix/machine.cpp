@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include <limits.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -20,6 +18,7 @@
 #endif
 
 #include <platform/base/code_units.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <win32/text.h>
 
@@ -45,10 +44,10 @@ struct NameOverride
 };
 
 // Never destroyed: threads may still call while the process exits.
-boost::mutex& sLock = *new boost::mutex; // guards the three variables below
-NameOverride& sMachine = *new NameOverride();
-NameOverride& sUser = *new NameOverride();
-std::string& sFolder = *new std::string(kProcessorFolder);
+platform::Mutex sLock;
+NameOverride& sMachine = *new NameOverride(); // read and written under the lock
+NameOverride& sUser = *new NameOverride();    // likewise
+std::string& sFolder PLATFORM_GUARDED_BY(sLock) = *new std::string(kProcessorFolder);
 
 Name FromUTF8(const std::string& bytes)
 {
@@ -81,7 +80,7 @@ std::string UserName()
 std::string Resolve(const NameOverride& replacement, std::string (*systemName)())
 {
     {
-        const platform::ScQuietLock<boost::mutex> lock(sLock);
+        const platform::ScLock lock(sLock);
         if (replacement.mIsSet)
             return replacement.mName;
     }
@@ -116,14 +115,14 @@ int Store(const Name& found, unsigned int tooSmall, bool countsTerminator, unsig
 
 void Set(NameOverride& replacement, const char* name)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     replacement.mIsSet = name != nullptr;
     replacement.mName = name ? name : "";
 }
 
 std::string ProcessorFolder()
 {
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     return sFolder;
 }
 
@@ -294,7 +293,7 @@ int GetLogicalProcessorInformation(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer,
 
 void SetProcessorFolder(const char* folder)
 {
-    const platform::ScQuietLock<boost::mutex> lock(sLock);
+    const platform::ScLock lock(sLock);
     sFolder = folder ? folder : kProcessorFolder;
 }
 } // namespace win32

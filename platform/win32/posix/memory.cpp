@@ -8,9 +8,6 @@
 #include <memory>
 #include <new>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/sysinfo.h>
@@ -18,6 +15,7 @@
 #include <unistd.h>
 
 #include <platform/base/immortal.h>
+#include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
 #include "../private/switches.h"
@@ -34,9 +32,9 @@ std::atomic<unsigned long long> sAvailablePhysical(0);
 
 std::atomic<unsigned int> sCompactions(0);
 
-boost::mutex& sReservationsLock = *new boost::mutex; // guards the reservations
+platform::Mutex sReservationsLock;
 
-std::map<void*, std::size_t>& Reservations()
+std::map<void*, std::size_t>& Reservations() PLATFORM_REQUIRES(sReservationsLock)
 {
     static platform::Immortal<std::map<void*, std::size_t>> reservations;
     return *reservations;
@@ -111,7 +109,7 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
         return FailWithNull(kErrorNotEnoughMemory);
     try
     {
-        const platform::ScQuietLock<boost::mutex> lock(sReservationsLock);
+        const platform::ScLock lock(sReservationsLock);
         Reservations()[start] = whole;
         return start;
     }
@@ -126,7 +124,7 @@ int VirtualFree(void* address, std::size_t size, unsigned int type)
 {
     if (size || type != kMemRelease)
         return Fail(kErrorInvalidParameter);
-    boost::lock_guard<boost::mutex> lock(sReservationsLock);
+    const platform::ScLock lock(sReservationsLock);
     const auto found = Reservations().find(address);
     if (found == Reservations().end())
         return Fail(kErrorInvalidAddress);
