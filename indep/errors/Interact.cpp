@@ -65,22 +65,21 @@ struct Interaction
     // A copy of the mask in force, which each report reads several times. Written with the
     // lock held.
     std::atomic<U_u32> mInForce{0};
+
+    // The last step of each change.
+    void PutInForce() PLATFORM_REQUIRES(mLock)
+    {
+        mInForce.store(mEntries.empty() ? 0 : mEntries.front().mMask);
+    }
+
+    // Ids repeat after 2^32 uses, without 0 and the base mask's id.
+    U_u32 NextTemporaryId() PLATFORM_REQUIRES(mLock)
+    {
+        while (mNextTemporaryId == 0 || mNextTemporaryId == kBaseId)
+            ++mNextTemporaryId;
+        return mNextTemporaryId++;
+    }
 };
-
-// The last step of each change.
-void PutInForce(Interaction& interaction) PLATFORM_REQUIRES(interaction.mLock)
-{
-    const std::list<Entry>& entries = interaction.mEntries;
-    interaction.mInForce.store(entries.empty() ? 0 : entries.front().mMask);
-}
-
-// Ids repeat after 2^32 uses, without 0 and the base mask's id.
-U_u32 NextTemporaryId(Interaction& interaction) PLATFORM_REQUIRES(interaction.mLock)
-{
-    while (interaction.mNextTemporaryId == 0 || interaction.mNextTemporaryId == kBaseId)
-        ++interaction.mNextTemporaryId;
-    return interaction.mNextTemporaryId++;
-}
 
 Interaction& TheInteraction()
 {
@@ -140,7 +139,7 @@ void Up_SetInteract(U_u32 mask)
     std::list<Entry> entries{{kBaseId, mask}}; // before the change: may throw
     InteractLock lock(interaction.mLock);
     interaction.mEntries.swap(entries);
-    PutInForce(interaction);
+    interaction.PutInForce();
 }
 
 U_u32 Up_SetInteractTemp(U_u32 mask)
@@ -148,9 +147,9 @@ U_u32 Up_SetInteractTemp(U_u32 mask)
     Interaction& interaction = TheInteraction();
     std::list<Entry> entry{{0, mask}};
     InteractLock lock(interaction.mLock);
-    entry.front().mId = NextTemporaryId(interaction);
+    entry.front().mId = interaction.NextTemporaryId();
     interaction.mEntries.splice(interaction.mEntries.begin(), entry);
-    PutInForce(interaction);
+    interaction.PutInForce();
     return interaction.mEntries.front().mId;
 }
 
@@ -164,5 +163,5 @@ void Up_SetInteractTempComplete(U_u32 id)
     if (entry == interaction.mEntries.end())
         return;
     interaction.mEntries.erase(entry);
-    PutInForce(interaction);
+    interaction.PutInForce();
 }
