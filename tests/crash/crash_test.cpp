@@ -247,8 +247,7 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
             Birth();
             SetGlobal([](void* refcon) {
                 PrintCall(refcon);
-                WaitForAll(sInside,
-                           2); // the call of one thread does not wait for the other to return
+                WaitForAll(sInside, 2); // neither call waits for the other to return
             });
             auto fail = [crash] {
                 WaitForAll(sReady, 2);
