@@ -1,122 +1,184 @@
-// Handles, pointers, recycled pointers and accounting.
+// Handles, pointers, recycled pointers, and charges for memory of the host's own.
 //
-// Every block is allocated under the budget of U_Budget.h: one that would pass
-// the maximum limit is refused, and one that the heap refuses is tried again
-// for as long as the host's purge callback really frees memory. No operation throws of
-// its own; what passes out of a report (U_Report.h) or a measurement (U_MemServices.h)
-// passes here. All may be called on any thread between birth and death. Before a first
-// birth there is no memory, which is told as below.
+// The library allocates every block under the budget of U_Budget.h. A block that would pass
+// the maximum limit is refused. If the heap refuses a block, the library asks the host to
+// purge, and tries again for as long as use falls. Sizes are in bytes; the largest block has
+// 0x7FFFFFFF bytes.
 //
-// Sizes are in bytes. The largest block is 0x7FFFFFFF bytes. opName names the
-// allocation for the user and the log; a pointer keeps its first 63 bytes for the leak
-// report, where some 65,000 different names are told apart. Failures are reported to the user with
-// the size and the name; a null opName, like a Quiet variant, keeps them to the log. Two kinds are
-// told otherwise: a size above the largest is reported without the name, and leaves
-// no line in the log if opName is null; and where the use of memory can't be measured,
-// the block is refused with neither report nor line.
+//     void** thumbnail = U_AllocateHandleClear(1, "Thumbnail", 4096);
+//     if (thumbnail && U_ResizeHandle(1, 8192, "Thumbnail", &thumbnail) == 0)
+//         static_cast<char*>(*thumbnail)[8191] = 1; // the block may have moved
+//     U_FreeHandle(thumbnail);
+//
+// Kinds of block:
+// - A pointer serves most purposes.
+// - A handle is a pointer to a pointer to the block. The handle keeps its value when a resize
+//   moves the block.
+// - A recycled pointer is for large blocks that are allocated and freed all the time. A pool
+//   keeps freed blocks for the next request.
+// Every kind is resized and freed with the functions of its kind only.
+//
+// Thread safety: all functions may be called on any thread between birth and death. One block
+// is resized or freed by one thread at a time.
+//
+// Arguments of all allocations: `location` and `opName` name the allocation in the report of a
+// failure. The heap keeps the first 63 bytes of a pointer's `opName` for the log of leaks, and
+// distinguishes about 65,000 names. A null `opName`, like a Quiet variant, means that a failure
+// is logged and not reported to the user.
+//
+// Throws: no function throws by itself. An exception of a host's function that runs inside a
+// report (U_Report.h) or a measurement (U_MemServices.h) is passed on.
+//
+// Failures of all allocations:
+// - If the budget or the heap refuses a block, the library logs the failure and reports the
+//   size and `opName` to the user.
+// - A size above the largest is reported without `opName`. If `opName` is null, such a size is
+//   neither reported nor logged.
+// - If use cannot be measured, the block is refused without a report and without a log line.
+// - Before the first birth handles and pointers fail as they do without memory.
 
 #ifndef U_ALLOC_H
 #define U_ALLOC_H
 
 #include "U_Types.h"
 
-// Handles. The handle keeps its value for the block's life; *handle is the
-// block's first byte, aligned for any type, which may move when the handle is
-// resized. The caller owns the block. Null if it can't be had.
+// Allocates a pointer. The caller owns the block, which is aligned for any type. The Clear
+// variants zero the block, with one exception: if use cannot be measured after a failed attempt,
+// a block of a later attempt is not zeroed.
 //
-// The Clear variants zero the block, but for one that came only after a retry
-// in which the use of memory couldn't be measured.
-U_EXPORT void** U_AllocateHandle(U_u32 location, const char* opName, U_u64 size);
-U_EXPORT void** U_AllocateHandleClear(U_u32 location, const char* opName, U_u64 size);
-U_EXPORT void** U_AllocateHandleQuiet(U_u64 size);
-U_EXPORT void** U_AllocateHandleClearQuiet(U_u64 size);
-
-// Plain pointers, in the same way.
+// Returns: the block, or null.
 U_EXPORT void* U_AllocatePtr(U_u32 location, const char* opName, U_u64 size);
 U_EXPORT void* U_AllocatePtrClear(U_u32 location, const char* opName, U_u64 size);
 U_EXPORT void* U_AllocatePtrQuiet(U_u64 size);
 U_EXPORT void* U_AllocatePtrClearQuiet(U_u64 size);
 
-// Resizes. Returns 0, 3 for a null handle, or 4 with the handle and its block
-// as they were. Bytes added aren't cleared. A handle that isn't a live one of the
-// library's heap is told and treated as one that there is no memory for.
-U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle);
-
-// Resizes and stores the new address in *pointer. On failure returns 4 and
-// stores null there while the old block stays allocated: keep its address if
-// you mean to go on with it or to free it. A null *pointer allocates; a null
-// pointer gives 3.
+// Resizes the block *pointer and stores the new address in *pointer. Added bytes are not
+// cleared. A null *pointer allocates.
+//
+// Returns: 0; 3 for a null `pointer`; or 4, and then *pointer is null and the old block is
+// still allocated. A caller that needs the old block keeps a copy of the address.
+// REQUIRES: *pointer is null or a live pointer.
 U_EXPORT U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer);
 U_EXPORT U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer);
 
-// Frees. Null does nothing; a handle that isn't live is reported and left alone; a
-// live one of another heap is reported and freed there. A pointer must be a live one,
-// here as in the other operations on pointers. Always 0.
-U_EXPORT U_Status U_FreeHandle(void** handle);
+// Frees the block. Null does nothing.
+//
+// Returns: 0.
+// REQUIRES: null or a live pointer.
 U_EXPORT U_Status U_FreePtr(void* pointer);
 
-// Stores the block's size. A handle that isn't a live one of the library's heap is
-// reported first: one of another heap then gives its size, one that isn't live 0.
-// With nothing stored reports and returns 3 for a null handle or output, and a
-// negative code for a handle of another heap whose block doesn't fit a signed 32-bit
-// size.
-U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
-
-// The same for a pointer; a null one has size 0.
+// Stores the size of the block, 0 for a null pointer.
+//
+// Returns: 0, or 3 for a null `size`.
+// REQUIRES: null or a live pointer.
 U_EXPORT U_Status U_GetPtrSize(void* pointer, U_u64* size);
 
-// 0 if the handle is a live one of the library's heap, or null; else non-zero, with
-// a report.
+// Allocates a handle. *handle is the first byte of the block, aligned for any type, and changes
+// when a resize moves the block. The caller owns the handle. The Clear variants zero the block,
+// with the exception described at U_AllocatePtr.
+//
+// Returns: the handle, or null.
+U_EXPORT void** U_AllocateHandle(U_u32 location, const char* opName, U_u64 size);
+U_EXPORT void** U_AllocateHandleClear(U_u32 location, const char* opName, U_u64 size);
+U_EXPORT void** U_AllocateHandleQuiet(U_u64 size);
+U_EXPORT void** U_AllocateHandleClearQuiet(U_u64 size);
+
+// Resizes the block of *handle. The handle keeps its value. Added bytes are not cleared.
+//
+// Returns: 0; 3 for a null handle; or 4, and then the handle and its block are unchanged.
+// Failures: a handle that is not a live handle of the library's heap fails like a handle for
+// which there is no memory, with the same report.
+U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle);
+
+// Frees the handle and its block. Null does nothing.
+//
+// Returns: 0.
+// Failures:
+// - A live handle of another heap is reported, and then freed in that heap.
+// - A handle that is not live is reported and not freed.
+U_EXPORT U_Status U_FreeHandle(void** handle);
+
+// Stores the size of the handle's block.
+//
+// Returns: 0; or 3 with a report for a null handle or a null `size`.
+// Failures:
+// - A handle that is not a live handle of the library's heap is reported first. The function
+//   then stores the size for a handle of another heap, and 0 for a handle that is not live.
+// - If the block of a handle of another heap is larger than the largest block, the function
+//   reports the size, stores nothing and returns a negative code.
+U_EXPORT U_Status U_GetHandleSize(void** handle, U_u32* size);
+
+// Returns: 0 if the handle is null or a live handle of the library's heap; otherwise another
+// value, after a report.
 U_EXPORT U_Status U_CheckHandleFromHeap(void** handle);
 
-// Makes a new handle with the same contents and stores it in *out. Returns 0,
-// 4 with *out null, or the error of U_GetHandleSize with *out untouched; 3 for a null
-// out. The copy of what isn't a live handle is empty.
+// Stores in *out a new handle with the same contents. The caller owns *out.
+//
+// Returns: 0; 3 for a null `out`; 4 with *out null; or the error of U_GetHandleSize with *out
+// unchanged.
+// Failures: the copy of a handle that is not live is empty. A purge callback may resize or free
+// the handle meanwhile. The copy has the earlier size, and only the bytes that the handle still
+// has are copied.
 U_EXPORT U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out);
 
-// The same, with a handle of the host services' toolbox as the copy: to be
-// freed with DisposeHandle. It isn't tracked and is tried once.
-U_EXPORT U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out);
-
-// The same, from a toolbox handle to a new handle of the library. Always 0, but for
-// a null out; *out is null if the copy couldn't be made, or the source
-// is null.
-U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName,
-                                                void*** out);
-
-// Moves a resource's contents into a new handle, detaches the resource and
-// frees it. Returns 0 or the resource manager's error, after which *out holds the
-// copy and the source is freed all the same. If the copy can't be made, *out is null,
-// the resource stays as it was and the result is 4; 3 for a null resource. A null out
-// does nothing.
-U_EXPORT U_Status U_DetachResource(void** resource, const char* opName, void*** out);
-
-// Recycled pointers: blocks from a pool that keeps what is given back for the
-// next request. Null if the block can't be had; with its header it must fit
-// 0x7FFFFFEF bytes. Free them with U_FreeRecycledPtr only, which does nothing
-// for null and always gives 0.
+// Allocates a recycled pointer: takes a block from the pool, or a new block if no block in the
+// pool fits.
+//
+// Returns: the block, or null. Null also for a size that with the header of 16 bytes is above
+// 0x7FFFFFEF.
 U_EXPORT void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size);
+
+// Gives the block of a recycled pointer to the pool. Null does nothing.
+//
+// Returns: 0.
+// REQUIRES: null or a live recycled pointer.
 U_EXPORT U_Status U_FreeRecycledPtr(void* pointer);
 
-// The pointer itself: the data address is the base address.
+// Returns the pointer itself: the address of the data is the base address.
 U_EXPORT void* U_GetRecycledPtrBaseAddress(void* pointer);
 
-// Bytes that the pool holds for reuse.
+// Returns the bytes that the pool keeps for later requests.
 U_EXPORT U_u64 U_GetRecycledMemorySize();
 
-// Gives up to that many bytes of the pool back to the system. Returns the
-// bytes given back.
+// Gives at most `bytes` bytes of the pool back to the system. Returns the bytes given back.
 U_EXPORT U_u64 U_PurgeRecycledMemory(U_u64 bytes);
 
-// Charge memory that the host allocated elsewhere to the usage figure; a
-// negative delta takes it off. Return 0.
+// Charge memory that the host allocated elsewhere to the tracked use. A negative delta takes
+// the charge off. U_AccountFrameAllocation also counts the bytes as frame allocations, which
+// the statistic U_MemStat_InUseWithoutFrames leaves out. Nothing is compared with the limits.
+//
+// Return: 0.
 U_EXPORT U_Status U_AccountAllocation(U_i32 delta);
 U_EXPORT U_Status U_AccountFrameAllocation(U_i64 delta);
 U_EXPORT U_Status U_AccountSystemAllocation(U_i64 delta);
 
-// add true charges size, which must fit a signed 32-bit value: else reports and
-// returns 3 with nothing charged. add false takes the low 32 bits of size off, as a
-// signed value.
+// Charges `size` if `add` is true. Otherwise takes the low 32 bits of `size`, as a signed
+// value, off the tracked use.
+//
+// Returns: 0; or 3 with a report, and nothing charged, if `add` is true and `size` does not fit
+// a signed 32-bit value.
 U_EXPORT U_Status U_AccountAllocationEx(U_u64 size, bool add);
+
+// Copies from and to the toolbox of the host services.
+
+// Stores in *out a handle of the toolbox with the same contents. The caller owns *out and frees
+// the copy with DisposeHandle. The copy is not tracked, and the toolbox is asked once.
+//
+// Returns: as U_DuplicateHandle.
+U_EXPORT U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out);
+
+// Stores in *out a new handle with the contents of a toolbox handle. *out is null if the source
+// is null or there is no memory.
+//
+// Returns: 0, or 3 for a null `out`.
+U_EXPORT U_Status U_DuplicateHandleFromPlatform(void** platformHandle, const char* opName,
+                                                void*** out);
+
+// Moves the contents of a resource into the new handle *out, detaches the resource and frees
+// the resource's own handle. A null `out` does nothing.
+//
+// Returns: 0 or the error of the resource manager, and in both cases *out has the copy and the
+// resource is freed; 3 for a null resource; or 4 with *out null and the resource unchanged.
+U_EXPORT U_Status U_DetachResource(void** resource, const char* opName, void*** out);
 
 #endif
