@@ -2,7 +2,6 @@
 
 #include "text/Characters.h"
 
-#include <algorithm>
 #include <iterator>
 #include <limits>
 
@@ -102,8 +101,7 @@ void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out)
     if (size == 0)
         return;
     U_UTF8String bytes = U_UTF16To8String(text);
-    const std::size_t kMost = std::numeric_limits<unsigned int>::max();
-    U_TruncateStringToByteSize(&bytes, static_cast<unsigned int>(std::min(size - 1, kMost)));
+    U_TruncateStringToByteSize(&bytes, ClampedCount(size - 1));
     const int failure = U_CopyString(reinterpret_cast<const char*>(bytes.c_str()), size,
                                      reinterpret_cast<char*>(out));
     if (failure)

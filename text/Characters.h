@@ -4,7 +4,9 @@
 #ifndef TEXT_CHARACTERS_H
 #define TEXT_CHARACTERS_H
 
+#include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <string_view>
 
 #include "U_Types.h"
@@ -24,6 +26,13 @@ std::size_t WholeCharacters(const char* text, std::size_t length);
 
 // Terminates `text` at the end of that head.
 void CutAtCharacter(char* text, std::size_t length);
+
+// Returns `count`, at most the largest count that the cuts of U_Encoding.h take.
+inline unsigned int ClampedCount(std::size_t count)
+{
+    const std::size_t kMost = std::numeric_limits<unsigned int>::max();
+    return static_cast<unsigned int>(std::min(count, kMost));
+}
 
 // ASCII text as UTF-8.
 inline U_UTF8String UTF8Of(std::string_view ascii)

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 #include "U_Date.h"
 #include "U_Encoding.h"
@@ -14,6 +13,26 @@
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/Characters.h"
+
+namespace
+{
+const std::size_t kMostBytes = 255; // the largest count of a Pascal string
+
+// Returns the code for a text that is too long.
+U_Status ReportTooLong(const char* format, U_i32 bufferSize, const char* source)
+{
+    char text[U_ReportTextSize];
+    U_SubString(text, sizeof(text), format, bufferSize, source);
+    Up_ReportErrString(0, U_Sev_PROBLEM, text);
+    return U_Err_OutOfRange;
+}
+
+// A negative size counts as 0.
+std::size_t Capacity(U_i32 bufferSize)
+{
+    return static_cast<std::size_t>(std::max(bufferSize, 0));
+}
+} // namespace
 
 int U_CopyString(const char* src, size_t size, char* dst)
 {
@@ -48,8 +67,7 @@ U_Status U_CopyStringW(const U_u16* src, size_t size, U_u16* dst)
             return;
         // One unit more than fits shows whether the cut would divide a surrogate pair.
         U_UTF16String text(src, size);
-        const std::size_t kMost = std::numeric_limits<unsigned int>::max();
-        U_TruncateStringToNumChars(&text, static_cast<unsigned int>(std::min(size - 1, kMost)));
+        U_TruncateStringToNumChars(&text, ClampedCount(size - 1));
         std::memcpy(dst, text.c_str(), (text.size() + 1) * sizeof(U_u16));
     });
 }
@@ -67,26 +85,6 @@ int U_TruncateString(int length, char* text)
         CutAtCharacter(text, most);
     return 0;
 }
-
-namespace
-{
-const std::size_t kMostBytes = 255; // the largest count of a Pascal string
-
-// Returns the code for a text that is too long.
-U_Status ReportTooLong(const char* format, U_i32 bufferSize, const char* source)
-{
-    char text[U_ReportTextSize];
-    U_SubString(text, sizeof(text), format, bufferSize, source);
-    Up_ReportErrString(0, U_Sev_PROBLEM, text);
-    return U_Err_OutOfRange;
-}
-
-// A negative size counts as 0.
-std::size_t Capacity(U_i32 bufferSize)
-{
-    return static_cast<std::size_t>(std::max(bufferSize, 0));
-}
-} // namespace
 
 U_Status U_CopyCtoPString(const char* source, U_i32 bufferSize, unsigned char* out)
 {
