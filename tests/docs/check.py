@@ -1,4 +1,5 @@
-"""Compiles and runs the programs in the documents, and looks for what their links name.
+"""Compiles and runs the programs in the documents, compiles the examples of the public
+headers, and checks that the targets of links and the named source files exist.
 
     check.py BUILD_FOLDER CXX_COMPILER
 
@@ -15,6 +16,11 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
+SOURCE = re.compile(r"`([\w/]+\.(?:cpp|h|inc|py))`")
+SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "examples", "tests",
+           "bench", "fuzz"]
+EXAMPLE = re.compile(r"^//     (.*\n)", re.MULTILINE)
+INCLUDE = re.compile(r"^ *#include .*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")
 FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include"]
 
@@ -56,11 +62,46 @@ def dead_links(document):
             yield f"{document.relative_to(ROOT)}: there is no {target}"
 
 
+def dead_sources(document, sources):
+    """Source files that the document names and the tree lacks."""
+    for name in sorted(set(SOURCE.findall(document.read_text(encoding="utf-8")))):
+        if not any(path.endswith("/" + name) for path in sources):
+            yield f"{document.relative_to(ROOT)}: there is no source {name}"
+
+
+def example(header):
+    """The example in the comment above the include guard: its lines are indented."""
+    head = header.read_text(encoding="utf-8").partition("\n#ifndef ")[0]
+    return "".join(EXAMPLE.findall(head))
+
+
+def check_examples(build, compiler, folder):
+    """All examples in one source, each in a function of its own."""
+    headers = sorted(ROOT.glob("include/*.h"))
+    includes = "".join(f"#include <{header.name}>\n" for header in headers)
+    functions = ""
+    for header in headers:
+        code = example(header)
+        if not code:
+            yield f"include/{header.name}: there is no example"
+        includes += "".join(INCLUDE.findall(code))
+        functions += (f"void {header.stem}()\n{{\n#line 1 \"{header.name}, the example\"\n"
+                      f"{INCLUDE.sub('', code)}}}\n")
+    source = pathlib.Path(folder, "examples.cpp")
+    source.write_text(f"{includes}namespace examples\n{{\n{functions}}}\n", encoding="utf-8")
+    if fails([compiler, *FLAGS, "-Wno-unused", f"-I{build}/include", "-fsyntax-only", source]):
+        yield "include/: an example does not compile"
+
+
 def main(build, compiler):
     documents = [*ROOT.glob("*.md"), *sorted(ROOT.glob("docs/**/*.md"))]
     faults = [fault for document in documents for fault in dead_links(document)]
+    sources = [str(path) for folder in SOURCES for path in ROOT.glob(folder + "/**/*.*")]
+    for document in [*documents, ROOT / "tests/COVERAGE.md"]:
+        faults += dead_sources(document, sources)
     count = 0
     with tempfile.TemporaryDirectory() as folder:
+        faults += check_examples(build, compiler, folder)
         for document in documents:
             for line, code in programs(document):
                 count += 1
