@@ -9,7 +9,6 @@
 
 #include "krobase/private/switches.h"
 #include "kroview/private/switches.h"
-#include "tolv/private/profile_switches.h"
 #include "tolv/private/switches.h"
 #include "win32/private/switches.h"
 #include "wril/private/sink.h"

@@ -1,15 +1,56 @@
 #include "U_Alloc.h"
 
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#include <boost/numeric/conversion/cast.hpp>
+
+#include <win32/memory.h>
+
+#include "U_Assert.h"
+#include "U_Report.h"
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
+#include "indep/frame/Guard.h"
+#include "text/OwnTexts.h"
 
 namespace
 {
+const U_u32 kSizeLocation = kModule | 0x17;
+const int kSizeLine = 1859;
+const int kCheckLine = 2033;
+const U_u32 kGettingSize = 93; // index of a text
+
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
     return Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+}
+
+// The size of a handle of another heap may not fit. Then reports and returns a negative value.
+U_i32 NarrowSize(U_u64 size)
+{
+    try
+    {
+        return boost::numeric_cast<U_i32>(size);
+    }
+    catch (const boost::numeric::bad_numeric_cast& failure)
+    {
+        U_ReportFailedVerification(kSizeLocation, kSizeLine, nullptr, failure.what());
+        return std::numeric_limits<U_i32>::min();
+    }
+}
+
+// Returns the address in a handle, null if the handle is unreadable. The handle may be misaligned,
+// so the address is copied.
+void* BlockOf(void** handle)
+{
+    void* block = nullptr;
+    if (!win32::IsBadReadPtr(handle, sizeof(block)))
+        std::memcpy(&block, handle, sizeof(block));
+    return block;
 }
 } // namespace
 
@@ -94,4 +135,45 @@ U_Status U_FreePtr(void* pointer)
 {
     MEM_DisposePtr(UHeap(), pointer);
     return 0;
+}
+
+U_Status U_GetHandleSize(void** handle, U_u32* size)
+{
+    U_CheckHandleFromHeap(handle);
+    if (!handle || !size)
+    {
+        Up_ReportNuloErrString(kSizeLocation, U_Sev_PROBLEM, U_Err_BadParameter,
+                               Up_StringOrEnglish(kGettingSize));
+        return U_Err_BadParameter;
+    }
+    const U_i32 narrow = NarrowSize(MEM_GetHandleSize(UHeap(), handle));
+    if (narrow < 0)
+    {
+        Up_ReportSyserrString(kSizeLocation, U_Sev_PROBLEM, narrow,
+                              Up_StringOrEnglish(kGettingSize));
+        return narrow;
+    }
+    *size = static_cast<U_u32>(narrow);
+    return 0;
+}
+
+U_Status U_GetPtrSize(void* pointer, U_u64* size)
+{
+    if (!size)
+        return BadArgument("U_GetPtrSize: no place for the size");
+    *size = static_cast<U_u32>(MEM_GetPtrSize(UHeap(), pointer));
+    return 0;
+}
+
+U_Status U_CheckHandleFromHeap(void** handle)
+{
+    const U_Status foreign = MEM_CheckHandleFromHeap(UHeap(), handle);
+    if (foreign)
+    {
+        char text[128];
+        std::snprintf(text, sizeof(text), "Handle is not from U heap. MP:%p P:%p",
+                      static_cast<void*>(handle), BlockOf(handle));
+        Up_AssertFailed(text, "..\\indep\\U_Memory", kCheckLine);
+    }
+    return foreign;
 }

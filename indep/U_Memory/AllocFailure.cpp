@@ -1,4 +1,4 @@
-#include "indep/U_Memory/AllocFailure.h"
+// The report of a failed allocation to the user.
 
 #include <string>
 
@@ -10,16 +10,17 @@
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_ZString.h"
+#include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
 
 namespace
 {
-// Where docs/help/memory.md is published, to which the messages send the user.
+// The published address of docs/help/memory.md.
 #define HELP_PAGE "https://u.example/help/memory"
 
-// A message with @0 for the size in its unit and @1 for the operation.
+// In the text @0 is the size in the unit and @1 the operation.
 struct Message
 {
     const char* mText;
@@ -84,6 +85,6 @@ void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what, bool po
     }
     catch (...)
     {
-        // An allocation fails without an exception, whatever a callback throws.
+        // A failed allocation throws no exception of a callback.
     }
 }

@@ -7,7 +7,6 @@
 
 #include "U_Budget.h"
 #include "U_Threads.h"
-#include "indep/U_Memory/AllocFailure.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/frame/Guard.h"
@@ -16,7 +15,7 @@ namespace
 {
 const char* const kFailedTag = "ALLOC_OP_FAILED";
 
-// An attempt that fails takes the charge back before anything else runs.
+// If the attempt fails, the claim ends before anything else runs.
 void* AttemptUnder(Claim* claim, const AllocationAttempt& attempt)
 {
     void* const block = attempt(claim);
@@ -36,7 +35,7 @@ public:
         void* block = nullptr;
         U_u16 attempts = 1;
         MakeRoom();
-        bool progress = true; // the second attempt is made even if use has not fallen
+        bool progress = true; // a second attempt is made also if use did not fall
         while (!block && progress)
         {
             const U_u64 previous = mMeasure;
@@ -58,8 +57,8 @@ public:
     U_Status MeasureError() const { return mMeasureError; }
 
 private:
-    // The room under the limit is added to the request, so that the purge frees the size
-    // of the block although the block would fit: the heap has just refused it.
+    // The room under the limit is added to the request, so that the purge frees the size of the
+    // block although the block fits under the limit: the heap has just refused the block.
     void MakeRoom()
     {
         LogFailedAttempt();
@@ -73,7 +72,7 @@ private:
         Measure();
     }
 
-    // If the measurement fails, the last measurement is kept, which ends the loop.
+    // After an error the last measurement is kept, which ends the loop.
     void Measure()
     {
         U_u64 use = 0;
@@ -130,7 +129,7 @@ void* Refuse(const AllocationRequest& request)
     return nullptr;
 }
 
-// Outside the loop: no block can be that large.
+// Reports a size that no block can have.
 [[gnu::cold]] void* RefuseSize(const AllocationRequest& request)
 {
     if (request.mOpName)
@@ -138,8 +137,8 @@ void* Refuse(const AllocationRequest& request)
     return nullptr;
 }
 
-// The rounds after a failed first attempt. Kept out of line, so that an attempt that
-// succeeds pays for nothing here.
+// The rounds after a failed first attempt. Not inlined, so that an attempt that succeeds does not
+// pay for the recovery's stack frame.
 [[gnu::noinline]] void* Recover(const AllocationRequest& request, Claim* claim,
                                 const AllocationAttempt& attempt)
 {
@@ -152,7 +151,7 @@ void* Refuse(const AllocationRequest& request)
     return block;
 }
 
-// Kept out of line like Recover.
+// Not inlined, like Recover.
 [[gnu::noinline]] void* AllocateMeasured(const AllocationRequest& request,
                                          const AllocationAttempt& attempt)
 {

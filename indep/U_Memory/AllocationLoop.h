@@ -1,4 +1,4 @@
-// The loop that every allocation runs under.
+// The loop that every allocation uses, and the report of a failed allocation.
 
 #ifndef INDEP_U_MEMORY_ALLOCATION_LOOP_H
 #define INDEP_U_MEMORY_ALLOCATION_LOOP_H
@@ -9,9 +9,9 @@
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 
-// One attempt at an allocation: returns the block's first byte, or null. A
-// reference to a callable that outlives it. The callable gets the claim for the block, null
-// for a block without one.
+// One attempt at an allocation, which returns the first byte of the block, or null. Refers to a
+// callable, which outlives this object. The argument of the callable is the claim for the block,
+// null for a block that is not measured.
 class AllocationAttempt
 {
 public:
@@ -46,14 +46,19 @@ struct AllocationRequest
     U_u64 mSize;         // bytes
     U_u64 mGrowth;       // bytes by which an attempt that succeeds raises the tracked use
     Clearing mClearing;
-    bool mRecycled; // the block comes out of the recycled pool
+    bool mRecycled; // the block may be taken from the recycled pool
 };
 
-// Asks the budget and tries the attempt. After a failure, makes room and tries again for as
-// long as use falls. Returns the block, cleared if requested, or null after a report.
+// Asks the budget and makes the attempt. After a failure, makes room and repeats the attempt for
+// as long as use falls. Returns the block, cleared if requested, or null after a report.
 void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
 
-// The growth of a block that is resized, 0 for a block that shrinks.
+// Reports a failed allocation of `size` bytes to the user. `what` names the operation and may be
+// null. `possibleFragmentation`: the budget had allowed the block, and the heap refused. Any
+// thread may call this; throws nothing. A failure inside the report is logged only.
+void Up_ReportAllocFailure(U_u32 location, U_u64 size, const char* what,
+                           bool possibleFragmentation);
+
 inline U_u64 Growth(U_u64 oldSize, U_u64 newSize)
 {
     return newSize > oldSize ? newSize - oldSize : 0;

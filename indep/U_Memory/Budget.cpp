@@ -17,13 +17,13 @@
 namespace
 {
 const U_u64 kSmallBlock = 2048;         // bytes
-const U_u32 kSmallBlocksPerCheck = 256; // of smaller blocks one in so many is measured
+const U_u32 kSmallBlocksPerCheck = 256; // one of so many smaller blocks is measured
 const double kPurgeAhead = 0.02;        // of the prepurge limit
 
 std::atomic<U_u32> sPrePurgingDisabled(0);
 
-// All threads write it, so it has a cache line to itself, with the neighbour that
-// processors fetch along with it.
+// All threads write the counter, so it has two cache lines of its own: processors fetch lines in
+// pairs.
 struct alignas(2 * platform::kCacheLine) SmallBlockCounter
 {
     std::atomic<U_u32> mCount{0};
@@ -36,8 +36,8 @@ struct Limits
     U_u64 mMaximum = 0;
 };
 
-// A block that would pass the prepurge limit: the host is asked to purge, and then the
-// maximum limit decides, since the host may have nothing left to purge.
+// Decides on a block that would pass the prepurge limit: asks the host to purge, and then compares
+// with the maximum limit, since the host may have nothing left to purge.
 U_Status DecideAbovePrepurge(Claim& claim, const Limits& limits, bool* okay)
 {
     const U_u64 wanted = static_cast<U_u64>(static_cast<double>(claim.Size()) +
@@ -52,8 +52,8 @@ U_Status DecideAbovePrepurge(Claim& claim, const Limits& limits, bool* okay)
     return claim.TryUnder(limits.mMaximum, okay);
 }
 
-// For a recycled block that fits beside use without the pool: shrinks the pool by the
-// bytes that use with the pool is above the prepurge limit.
+// For a recycled block that fits if the pool is not counted: shrinks the pool by the bytes that use
+// with the pool exceeds the prepurge limit.
 U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
 {
     Claim total(0, 0, false);
@@ -81,8 +81,8 @@ U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
 }
 } // namespace
 
-// External managers are asked once. The pool is read in the step of the comparison, since
-// blocks move between the pool and the tracked use.
+// External managers are measured once. The pool is read in the step of the comparison, since blocks
+// move between the pool and the tracked use.
 U_Status Claim::TryUnder(U_u64 limit, bool* fits)
 {
     End();
@@ -102,7 +102,7 @@ void Claim::Renew()
     TryUnder(mCeiling, &fits);
 }
 
-void Claim::TakeBack()
+void Claim::Cancel()
 {
     MEM_EndClaim(&mClaim);
     mClaim = MEM_Claim();

@@ -9,14 +9,15 @@
 
 // A charge to the tracked use for a block that the calling thread is about to allocate.
 //
-// The budget makes the claim in the same atomic step in which it finds that the block
-// fits, so two threads never find the same room. The block's own charge is paid out of the
-// claim. The thread's own measurements leave the claim out until then.
+// The comparison with the limit and the claim are one atomic step, so two threads never get the
+// same room. The charge for the block itself is paid out of the claim. Until that charge the
+// thread's own measurements leave the claim out.
 class Claim
 {
 public:
-    // size: bytes that are compared with the limits. growth: bytes by which use grows with
-    // the block. recycled: the block comes out of the recycled pool, which is not use then.
+    // `size`: bytes that are compared with the limits. `growth`: bytes by which the block raises
+    // the tracked use. `recycled`: the block may be taken from the recycled pool, which then does
+    // not count as use.
     Claim(U_u64 size, U_u64 growth, bool recycled)
         : mSize(size), mGrowth(growth), mRecycled(recycled)
     {
@@ -28,30 +29,29 @@ public:
     U_u64 Size() const { return mSize; }
     bool IsRecycled() const { return mRecycled; }
 
-    // Makes the claim if use plus the size is at most the limit, and stores in *fits
-    // whether it is. Returns an error of the measurement.
+    // If use plus the size is at most the limit, makes the claim and sets *fits. Returns 0 or an
+    // error of the measurement.
     U_Status TryUnder(U_u64 limit, bool* fits);
 
-    // The use that TryUnder compared, if the size did not fit.
+    // Returns the use that TryUnder compared. Valid if the size did not fit.
     U_u64 Use() const { return mUse; }
 
     // Sets the limit for Renew.
     void SetCeiling(U_u64 limit) { mCeiling = limit; }
 
-    // For one more attempt, after an attempt that failed: claims again if there is room below
-    // the ceiling. The attempt is made in any case, and without a claim it may pass the
-    // maximum limit.
+    // Claims again before one more attempt, if there is room below the ceiling. The attempt is
+    // made in any case; an attempt without a claim may pass the maximum limit.
     void Renew();
 
-    // Takes back the part of the claim that no charge was paid from.
+    // Cancels the part of the claim that no charge was paid from.
     void End()
     {
         if (mClaim.mFits)
-            TakeBack();
+            Cancel();
     }
 
 private:
-    void TakeBack();
+    void Cancel();
 
     const U_u64 mSize;
     const U_u64 mGrowth;
@@ -66,23 +66,24 @@ private:
 // purging is disabled.
 bool Up_IsMeasured(U_u64 size);
 
-// Decides whether the claim's block may be allocated, after making room for it if need be,
-// and makes the claim. Returns an error of the measurement, with *okay false.
+// Decides whether the claim's block may be allocated, and makes the claim. Makes room first if the
+// block does not fit under the prepurge limit. Returns 0 or an error of the measurement, with *okay
+// false.
 U_Status Up_MeasureAndDecide(Claim& claim, bool* okay);
 
-// The same for a block that may not be measured: such a block is okay.
+// As Up_MeasureAndDecide, but a block that is not measured is okay.
 inline U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
 {
     *okay = true;
     return Up_IsMeasured(claim.Size()) ? Up_MeasureAndDecide(claim, okay) : 0;
 }
 
-// Asks the host to purge until `request` bytes fit under the prepurge limit, or until use
-// no longer falls. Returns the error that ended the run.
+// Asks the host to purge until `request` bytes fit under the prepurge limit, or until use no longer
+// falls. Returns 0 or the error that ended the run.
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled);
 
-// The parts of a measured use that a statistic subtracts. A second reading could exceed the
-// use.
+// The parts of a measured use that a statistic subtracts. A second reading of a part could exceed
+// the use.
 struct UseParts
 {
     U_u64 mPool = 0;           // the recycled pool
@@ -93,20 +94,19 @@ struct UseParts
 // Measures use with the recycled pool, and the parts of that use.
 U_Status Up_MeasureUse(U_u64* total, UseParts* parts);
 
-// U_GetMemoryStat with the recycled pool counted as use or not.
+// As U_GetMemoryStat. `countRecycled`: the recycled pool counts as use.
 U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);
 
-// Stores the free physical memory above the fudge buffer, in bytes, negative if less than
-// the fudge buffer is free. Returns false if the library pays no attention to low memory or
-// the system has no figure.
+// Stores the free physical memory less the fudge buffer, in bytes, which may be negative. Returns
+// false if the library pays no attention to low memory or the system has no figure.
 bool Up_FreeAboveFudgeBuffer(U_i64* bytes);
 
 // Returns `prepurge`, lowered so that the fudge buffer stays free. `free`: the figure of
-// Up_FreeAboveFudgeBuffer. The result is at least 1, since 0 means never set; a limit that
-// was never set stays so.
+// Up_FreeAboveFudgeBuffer. The result is at least 1, since 0 means that no limit is set. A limit of
+// 0 is not changed.
 U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free);
 
-// Returns whether `more` bytes fit beside `used` bytes under a limit.
+// Returns whether the sum of `used` and `more` bytes is at most the limit.
 inline bool Up_Fits(U_u64 used, U_u64 more, U_u64 limit)
 {
     return used <= limit && more <= limit - used;

@@ -1,4 +1,4 @@
-// Copies of handles: in the library's heap, and to and from the toolbox.
+// Copies of handles within the library's heap, and to and from the toolbox.
 
 #include "U_Alloc.h"
 
@@ -6,7 +6,7 @@
 
 #include <tolv/toolbox.h>
 
-#include "indep/U_Memory/AllocFailure.h"
+#include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
 #include "indep/errors/Report.h"
@@ -14,10 +14,10 @@
 
 namespace
 {
-const U_u32 kDuplicatePlace = kModule | 0x1C;
+const U_u32 kDuplicateLocation = kModule | 0x1C;
 
-// The purge callback may have resized the source, or freed it, and the copy may have its
-// address. A handle that is not live has no size and is not read.
+// The purge callback may have resized or freed the source since `size` was read, and the copy may
+// have the address of the freed source. `sizeNow` is 0 for a handle that is not live.
 void CopyContents(void** to, void** from, U_u64 size, U_u64 sizeNow)
 {
     const U_u64 common = std::min(size, sizeNow);
@@ -62,8 +62,9 @@ U_Status U_DuplicateHandle(void** handle, const char* opName, void*** out)
 {
     if (!out)
         return BadArgument("U_DuplicateHandle: no place for the copy");
-    return Duplicate(handle, out,
-                     [&](U_u32 size) { return U_AllocateHandle(kDuplicatePlace, opName, size); });
+    return Duplicate(handle, out, [&](U_u32 size) {
+        return U_AllocateHandle(kDuplicateLocation, opName, size);
+    });
 }
 
 U_Status U_DuplicateHandleToPlatform(void** handle, const char* opName, void*** out)

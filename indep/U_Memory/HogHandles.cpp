@@ -18,11 +18,11 @@ namespace
 {
 const U_Status kLockedHog = 1;
 
-const U_u32 kFreePlace = kModule | 0x21;
-const U_u32 kLockPlace = kModule | 0x22;
-const U_u32 kUnlockPlace = kModule | 0x23;
-const U_u32 kSizePlace = kModule | 0x24;
-const U_u32 kResizePlace = kModule | 0x25;
+const U_u32 kFreeLocation = kModule | 0x21;
+const U_u32 kLockLocation = kModule | 0x22;
+const U_u32 kUnlockLocation = kModule | 0x23;
+const U_u32 kSizeLocation = kModule | 0x24;
+const U_u32 kResizeLocation = kModule | 0x25;
 
 const int kConvertLine = 525; // reported for a null hog handle
 const char kConversion[] = "conversion handle";
@@ -32,19 +32,19 @@ struct alignas(16) HogHeader
 {
     U_i32 mLockCount;
     U_u32 mHogIndex;
-    std::uintptr_t mMark; // MarkOf the handle for a handle made by U_NewHogHandle
+    std::uintptr_t mMark; // the result of MarkOf for a handle made by U_NewHogHandle
 };
 static_assert(sizeof(HogHeader) == 16, "sizes count on it");
 
-// A mark for the handle in this life of the library. A heap that has handles left at death
+// Returns the mark of a handle in this life of the library. A heap that has handles left at death
 // is not used again, so no leaked handle has the mark of a later life.
 std::uintptr_t MarkOf(void** handle, MEM_HeapRef heap)
 {
     return reinterpret_cast<std::uintptr_t>(handle) ^ reinterpret_cast<std::uintptr_t>(heap);
 }
 
-// Returns the header if its index is a registered hog's, otherwise null. A handle that is
-// not live or has no room for the header is not read.
+// Returns the header if its index is registered, otherwise null. Does not read a handle that is not
+// live or has no room for the header.
 HogHeader* FindHeader(void** handle, U_u64 blockSize)
 {
     if (!handle || blockSize < sizeof(HogHeader))
@@ -58,7 +58,7 @@ HogHeader* FindHeader(void** handle)
     return FindHeader(handle, MEM_GetHandleSize(UHeap(), handle));
 }
 
-// Returns the size of a block for the data. Data that are too large give a size that no
+// Returns the size of a block for the data. For data that are too large, returns a size that no
 // block can have.
 U_u64 BlockSize(U_u64 dataSize)
 {
@@ -75,8 +75,8 @@ U_Status GetDataSize(void** handle, U_u32* size)
     return 0;
 }
 
-// Frees a handle that has a hog's index but was not made by U_NewHogHandle in this life: a
-// copy of a hog handle, perhaps in another heap.
+// Frees a handle that has a registered index but was not made by U_NewHogHandle in this life: a
+// copy of a hog handle, possibly in another heap.
 [[gnu::noinline]] U_Status FreeUnmarked(void** handle, U_u32 index)
 {
     U_u32 size = 0;
@@ -89,7 +89,7 @@ U_Status GetDataSize(void** handle, U_u32* size)
 
 U_Status RefuseLockedHog()
 {
-    Up_ReportErrString(kResizePlace, U_Sev_PROBLEM, Up_StringOrEnglish(kTextLockedHandle));
+    Up_ReportErrString(kResizeLocation, U_Sev_PROBLEM, Up_StringOrEnglish(kTextLockedHandle));
     return kLockedHog;
 }
 } // namespace
@@ -119,7 +119,7 @@ U_Status U_FreeHogHandle(void** handle)
     const U_u64 blockSize = MEM_GetHandleSize(heap, handle);
     const HogHeader* const header = FindHeader(handle, blockSize);
     if (!header)
-        return RefuseHog(kFreePlace);
+        return RefuseHog(kFreeLocation);
     if (header->mMark != MarkOf(handle, heap))
         return FreeUnmarked(handle, header->mHogIndex);
     CountHog(header->mHogIndex, -1, static_cast<U_i64>(sizeof(HogHeader) - blockSize));
@@ -131,12 +131,12 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
 {
     const HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kResizePlace);
+        return RefuseHog(kResizeLocation);
     const U_u32 index = header->mHogIndex;
     if (header->mLockCount)
         return RefuseLockedHog();
-    U_u32 told = 0;
-    if (U_Status failure = GetDataSize(handle, &told))
+    U_u32 oldSize = 0;
+    if (U_Status failure = GetDataSize(handle, &oldSize))
         return failure;
     const U_u64 newBlock = BlockSize(newSize);
     // The purge callback may have resized or locked the handle.
@@ -166,7 +166,7 @@ U_Status U_LockHogHandle(void** handle, void** data)
     *data = nullptr;
     HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kLockPlace);
+        return RefuseHog(kLockLocation);
     ++header->mLockCount;
     *data = header + 1;
     return 0;
@@ -176,7 +176,7 @@ U_Status U_UnlockHogHandle(void** handle)
 {
     HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kUnlockPlace);
+        return RefuseHog(kUnlockLocation);
     if (header->mLockCount > 0)
         --header->mLockCount;
     return 0;
@@ -188,7 +188,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
         return BadArgument("U_GetHogHandleSize: no place for the size");
     *size = 0;
     if (!FindHeader(handle))
-        return RefuseHog(kSizePlace);
+        return RefuseHog(kSizeLocation);
     U_u32 dataSize = 0;
     const U_Status failure = GetDataSize(handle, &dataSize);
     *size = dataSize;
@@ -213,7 +213,7 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
         return U_Err_OutOfMemory;
     // The purge callback may have freed the hog handle, and the copy may have its address.
     if (*out == hogHandle)
-        return RefuseHog(kLockPlace);
+        return RefuseHog(kLockLocation);
     void* data = nullptr;
     if (U_Status refused = U_LockHogHandle(hogHandle, &data))
         return refused;

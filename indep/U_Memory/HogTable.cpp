@@ -15,8 +15,7 @@
 #include "U_Hog.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "indep/U_Memory/AllocFailure.h"
-#include "indep/U_Memory/HogCounts.h"
+#include "indep/U_Memory/AllocationLoop.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
@@ -27,57 +26,57 @@ namespace
 typedef platform::ScLock<platform::RecursiveMutex> HogLock;
 
 const U_u32 kTableMagic = 72017;
-const U_u32 kSlotsAtOnce = 10;
+const U_u32 kEntriesAtOnce = 10;
 const U_Status kBadHog = 2;
 const int kLifecycleLevel = 10;
 
-const U_u32 kBirthPlace = kModule | 0x1F;
-const U_u32 kRegisterPlace = kModule | 0x20;
-const U_u32 kLeakPlace = kModule | 0x26;
-const U_u32 kStatsPlace = kModule | 0x27;
+const U_u32 kBirthLocation = kModule | 0x1F;
+const U_u32 kRegisterLocation = kModule | 0x20;
+const U_u32 kLeakLocation = kModule | 0x26;
+const U_u32 kStatsLocation = kModule | 0x27;
 
 const char* const kNotReported[] = {"OMF", "PNGIO", "TIFFIO", "WAV"};
 
-struct HogSlot
+struct HogEntry
 {
-    void** mName; // a handle of the name's text; owned
+    void** mName; // owned; a handle that contains the name
 };
 
 struct HogTable
 {
     U_u32 mMagic;    // for readers of a memory dump
-    U_u32 mCapacity; // slots that fit into mSlots
+    U_u32 mCapacity; // entries that fit into mEntries
     void** mSelf;    // the handle that holds the table
-    void** mSlots;   // a handle of the slots; owned
+    void** mEntries; // a handle of the entries; owned
 };
 
-// Guards the slots and the table's growth and end. Recursive: growth may call the host's
-// purge callback and report, and both may call in here again. Never destroyed.
+// Guards the entries and the table's growth and end. Recursive, since growth may call the host's
+// purge callback and report, and both may call hog functions. Never destroyed.
 platform::RecursiveMutex sLock;
 
-// Null outside the library's life. Written by birth and death only, while no other thread
-// is in the library.
+// Null outside the library's life. Only birth and death write the pointer, while no other thread is
+// in the library.
 HogTable* sTable = nullptr;
 
-// Registered hogs, 0 without a table. Grows under the lock until death, and is read without
-// the lock.
+// The number of registered hogs, 0 without a table. Grows under the lock until death, and is read
+// without the lock.
 std::atomic<U_u32> sCount(0);
 
 // The counts of the registered hogs. Never destroyed: threads may free hog handles until
 // the process ends.
-HogCounts& sCounts = *new HogCounts;
+HogCounters& sCounters = *new HogCounters;
 
 std::atomic<bool> sReportsLeaks(false);
 
-// Called with the lock held. Without the lock the slots may move.
-HogSlot* Slots(const HogTable& table)
+// REQUIRES: the lock is held while the result is used, since the entries move when the table grows.
+HogEntry* Entries(const HogTable& table)
 {
-    return static_cast<HogSlot*>(*table.mSlots);
+    return static_cast<HogEntry*>(*table.mEntries);
 }
 
-U_u64 SizeOfSlots(U_u32 count)
+U_u64 SizeOfEntries(U_u32 count)
 {
-    return count * U_u64(sizeof(HogSlot));
+    return count * U_u64(sizeof(HogEntry));
 }
 
 struct FreeHandle
@@ -89,24 +88,24 @@ typedef std::unique_ptr<void*, FreeHandle> OwnedHandle;
 void** CopyOfName(const char* name)
 {
     const std::size_t size = std::strlen(name) + 1;
-    void** const copy = U_AllocateHandle(kRegisterPlace, Up_StringOrEnglish(kTextHogName), size);
+    void** const copy = U_AllocateHandle(kRegisterLocation, Up_StringOrEnglish(kTextHogName), size);
     if (copy)
         std::memcpy(*copy, name, size);
     return copy;
 }
 
-// Called with the lock held.
+// REQUIRES: the lock is held.
 U_Status MakeRoomForCount()
 {
-    if (sCounts.MakeRoom(sCount))
+    if (sCounters.MakeRoom(sCount))
         return 0;
-    Up_ReportAllocFailure(kRegisterPlace, HogCounts::BytesOfPiece(sCount),
+    Up_ReportAllocFailure(kRegisterLocation, HogCounters::BytesOfPiece(sCount),
                           Up_StringOrEnglish(kTextHogTable), true);
     return U_Err_OutOfMemory;
 }
 
-// Called with the lock held. While the table grows, a purge callback cannot register a hog:
-// there is no room for the hog yet.
+// REQUIRES: the lock is held. While the table grows, a purge callback cannot register a hog, since
+// there is no room yet.
 U_Status MakeRoom(HogTable& table)
 {
     if (sCount < table.mCapacity)
@@ -114,16 +113,16 @@ U_Status MakeRoom(HogTable& table)
     const ReentrancyGuard<struct TableGrowth> growth;
     if (!growth.IsFirst())
         return U_Err_OutOfMemory;
-    const U_u32 capacity = table.mCapacity + kSlotsAtOnce;
-    const U_Status failure = U_ResizeHandle(kRegisterPlace, SizeOfSlots(capacity),
-                                            Up_StringOrEnglish(kTextHogTable), &table.mSlots);
+    const U_u32 capacity = table.mCapacity + kEntriesAtOnce;
+    const U_Status failure = U_ResizeHandle(kRegisterLocation, SizeOfEntries(capacity),
+                                            Up_StringOrEnglish(kTextHogTable), &table.mEntries);
     if (!failure)
         table.mCapacity = capacity;
     return failure;
 }
 
-// Takes the lock. On success the slot owns the name.
-U_Status AddSlot(HogTable& table, void** name, U_u32* index)
+// On success the entry owns the name. Takes the lock.
+U_Status AddEntry(HogTable& table, void** name, U_u32* index)
 {
     HogLock lock(sLock);
     if (U_Status failure = MakeRoom(table))
@@ -131,12 +130,12 @@ U_Status AddSlot(HogTable& table, void** name, U_u32* index)
     if (U_Status failure = MakeRoomForCount())
         return failure;
     *index = sCount;
-    Slots(table)[*index] = {name};
-    sCount = *index + 1; // from here on other threads find the slot
+    Entries(table)[*index] = {name};
+    sCount = *index + 1; // publishes the entry to other threads
     return 0;
 }
 
-// The text of the leak report, cut at a character boundary if it is too long.
+// The text of the leak report. A text that is too long is cut at a character boundary.
 class LeakText
 {
 public:
@@ -169,18 +168,18 @@ bool IsReported(const char* name)
                         [name](const char* part) { return std::strstr(name, part) != nullptr; });
 }
 
-HogTally LiveOf(U_u32 index)
+PackedCount LiveOf(U_u32 index)
 {
-    return sCounts[index].mLive.load(std::memory_order_relaxed);
+    return sCounters[index].mLive.load(std::memory_order_relaxed);
 }
 
-// Called with the lock held.
+// REQUIRES: the lock is held.
 void AddLeaks(LeakText* leaks)
 {
     for (U_u32 index = 0; index < sCount; ++index)
     {
-        const char* const name = static_cast<const char*>(*Slots(*sTable)[index].mName);
-        const HogTally live = LiveOf(index);
+        const char* const name = static_cast<const char*>(*Entries(*sTable)[index].mName);
+        const PackedCount live = LiveOf(index);
         if (HandlesOf(live) && IsReported(name))
             leaks->Add(name, BytesOf(live));
     }
@@ -189,10 +188,10 @@ void AddLeaks(LeakText* leaks)
 void FreeTable()
 {
     HogTable& table = *sTable;
-    HogSlot* const slots = Slots(table);
+    HogEntry* const entries = Entries(table);
     for (U_u32 index = 0; index < sCount; ++index)
-        U_FreeHandle(slots[index].mName);
-    U_FreeHandle(table.mSlots);
+        U_FreeHandle(entries[index].mName);
+    U_FreeHandle(table.mEntries);
     U_FreeHandle(table.mSelf);
     sTable = nullptr;
     sCount = 0;
@@ -203,19 +202,20 @@ U_Status Up_HogBirth()
 {
     WRIL_Log(kLifecycleLevel, "U", "Birth", "U Hog Birth");
     const char* const name = Up_StringOrEnglish(kTextHogTable);
-    void** const table = U_AllocateHandleClear(kBirthPlace, name, sizeof(HogTable));
+    void** const table = U_AllocateHandleClear(kBirthLocation, name, sizeof(HogTable));
     if (!table)
         return U_Err_OutOfMemory;
-    void** const slots = U_AllocateHandleClear(kBirthPlace, name, SizeOfSlots(kSlotsAtOnce));
-    if (!slots)
+    void** const entries =
+        U_AllocateHandleClear(kBirthLocation, name, SizeOfEntries(kEntriesAtOnce));
+    if (!entries)
     {
         U_FreeHandle(table);
         return U_Err_OutOfMemory;
     }
-    // A birth that failed after this step has left a table with its hogs.
-    sCounts.Clear();
+    // An earlier birth that failed after this step left a table and its hogs.
+    sCounters.Clear();
     sCount = 0;
-    sTable = new (*table) HogTable{kTableMagic, kSlotsAtOnce, table, slots};
+    sTable = new (*table) HogTable{kTableMagic, kEntriesAtOnce, table, entries};
     return 0;
 }
 
@@ -227,11 +227,11 @@ void Up_TerminateHogs()
     LeakText leaks;
     if (sReportsLeaks)
         AddLeaks(&leaks);
-    sCounts.Clear();
+    sCounters.Clear();
     FreeTable();
     if (!leaks.HasLeaks())
         return;
-    Up_ReportErrString(kLeakPlace, U_Sev_LEAK, leaks.Get());
+    Up_ReportErrString(kLeakLocation, U_Sev_LEAK, leaks.Get());
     WRIL_Log(0, "U", "Up_TerminateHogs", leaks.Get());
 }
 
@@ -242,7 +242,7 @@ bool IsHog(U_u32 index)
 
 void CountHog(U_u32 index, U_i64 handles, U_i64 bytes)
 {
-    sCounts[index].mLive.fetch_add(TallyOf(handles, bytes), std::memory_order_relaxed);
+    sCounters[index].mLive.fetch_add(Pack(handles, bytes), std::memory_order_relaxed);
 }
 
 U_Status RefuseHog(U_u32 location)
@@ -257,13 +257,13 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
         return BadArgument("U_RegisterHog: no name, or no place for the identifier");
     if (!sTable)
         return BadArgument("U_RegisterHog: the library isn't alive");
-    OwnedHandle copy(CopyOfName(name)); // freed without the lock, since freeing may report
+    OwnedHandle copy(CopyOfName(name)); // freed without the lock, since U_FreeHandle may report
     if (!copy)
         return U_Err_OutOfMemory;
     U_u32 index = 0;
-    if (U_Status failure = AddSlot(*sTable, copy.get(), &index))
+    if (U_Status failure = AddEntry(*sTable, copy.get(), &index))
         return failure;
-    static_cast<void>(copy.release()); // the slot owns it now
+    static_cast<void>(copy.release()); // the entry owns the name now
     *id = HogIndexOrId(index);
     return 0;
 }
@@ -274,8 +274,8 @@ U_Status U_GetHogStats(U_u32 id, U_u32* liveHandles, U_u32* liveBytes)
         return BadArgument("U_GetHogStats: no place for the answers");
     const U_u32 index = HogIndexOrId(id);
     if (!IsHog(index))
-        return RefuseHog(kStatsPlace);
-    const HogTally live = LiveOf(index);
+        return RefuseHog(kStatsLocation);
+    const PackedCount live = LiveOf(index);
     *liveHandles = HandlesOf(live);
     *liveBytes = BytesOf(live);
     return 0;

@@ -1,6 +1,7 @@
 #include "U_MemServices.h"
 
 #include <atomic>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -13,6 +14,7 @@
 #include <tolv/memory.h>
 #include <win32/process.h>
 
+#include "U_Alloc.h"
 #include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
 #include "indep/U_Memory/Memory.h"
@@ -23,6 +25,8 @@ using krobase::utility::Guid;
 
 namespace
 {
+const char kOpName[] = "U_MemTrackedObject"; // of allocations without a name
+
 typedef boost::function<size_t()> Measure;
 
 struct Manager
@@ -30,21 +34,21 @@ struct Manager
     explicit Manager(const Measure& size) : mSize(size) {}
 
     const Measure mSize;
-    std::atomic<bool> mIsInstalled{true}; // false: uninstalled, and still in the table
+    std::atomic<bool> mIsInstalled{true}; // false: uninstalled, but still in the table
 };
 
-// The functions are shared, so that none is copied or destroyed under the lock: a function
-// may call in here when it is copied or destroyed.
+// The functions are shared, so that no function is copied or destroyed under the lock: its copy
+// constructor or destructor may call functions of this file.
 typedef boost::container::flat_map<Guid, boost::shared_ptr<Manager>> Managers;
 typedef boost::shared_ptr<const Managers> Table;
 
-// A table is never changed: a change puts a new one in its place. A measurement keeps the
-// table that it began with, so it allocates nothing: it may run because memory is out.
-// Null without managers. Never destroyed: threads may measure until the process ends.
+// A table is immutable; a change replaces the table. A measurement keeps the table that it began
+// with, and allocates nothing, since it may run because there is no memory. Null without managers.
+// Never destroyed, since threads may measure until the process ends.
 platform::Mutex sTableLock;
 Table& sTable PLATFORM_GUARDED_BY(sTableLock) = *new Table;
 
-// True while there is a table. Most hosts have none, and every measured block reads the flag.
+// True while there is a table. Every measured block reads the flag, and most hosts have no table.
 std::atomic<bool> sHasManagers(false);
 
 Table TakeTable()
@@ -53,18 +57,18 @@ Table TakeTable()
     return sTable;
 }
 
-// Puts a table in the place of the one that it was made from; false if that has gone.
+// Replaces the table `old` by `made`. Returns false if another thread has replaced `old`.
 bool Replace(const Table& old, Table made)
 {
     const platform::ScLock lock(sTableLock);
     if (sTable != old)
         return false;
-    sTable.swap(made); // the caller holds the old one, which ends without the lock
+    sTable.swap(made); // `old` keeps the old table until the lock is free
     sHasManagers.store(sTable != nullptr, std::memory_order_release);
     return true;
 }
 
-// The installed managers of a table, but for one. Throws std::bad_alloc.
+// Returns the installed managers of a table except `id`. Throws std::bad_alloc.
 Managers CopyWithout(const Table& table, const Guid& id)
 {
     Managers copy;
@@ -133,7 +137,7 @@ void U_UnInstallExternalMemoryManager(const Guid& id)
         }
         catch (const std::bad_alloc&)
         {
-            manager->mIsInstalled = false; // the next change of the table drops it
+            manager->mIsInstalled = false; // the next change of the table removes the manager
             return;
         }
     }
@@ -174,4 +178,69 @@ int U_MEM_Report(int value)
 int U_MEM_SetBaseline()
 {
     return MEM_SetBaseline(UHeap());
+}
+
+U_MemTrackedObject& U_MemTrackedObject::operator=(const U_MemTrackedObject&) = default;
+
+void* U_MemTrackedObject::operator new(std::size_t size, U_u32 location, const char* opName)
+{
+    if (void* block = U_AllocatePtr(location, opName, size))
+        return block;
+    throw platform::BadAllocation();
+}
+
+void* U_MemTrackedObject::operator new[](std::size_t size, U_u32 location, const char* opName)
+{
+    return operator new(size, location, opName);
+}
+
+void* U_MemTrackedObject::operator new(std::size_t size)
+{
+    return operator new(size, 0, kOpName);
+}
+
+void* U_MemTrackedObject::operator new[](std::size_t size)
+{
+    return operator new(size, 0, kOpName);
+}
+
+void* U_MemTrackedObject::operator new(std::size_t, void* place) noexcept
+{
+    return place;
+}
+
+void U_MemTrackedObject::operator delete(void* object) noexcept
+{
+    TrackedDelete(object);
+}
+
+void U_MemTrackedObject::operator delete[](void* objects) noexcept
+{
+    TrackedDelete(objects);
+}
+
+void U_MemTrackedObject::operator delete(void* object, U_u32, const char*) noexcept
+{
+    TrackedDelete(object);
+}
+
+void U_MemTrackedObject::operator delete[](void* objects, U_u32, const char*) noexcept
+{
+    TrackedDelete(objects);
+}
+
+void U_MemTrackedObject::operator delete(void*, void*) noexcept {}
+
+void* U_MemTrackedObject::TrackedNew(std::size_t size, bool clear)
+{
+    void* const block = operator new(size);
+    if (clear)
+        std::memset(block, 0, size);
+    return block;
+}
+
+void U_MemTrackedObject::TrackedDelete(void* block) noexcept
+{
+    if (block)
+        U_FreePtr(block);
 }

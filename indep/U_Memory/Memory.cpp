@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <utility>
 
 #include <platform/base/thread_local.h>
@@ -11,22 +12,25 @@
 #include "U_MemServices.h"
 #include "U_Threads.h"
 #include "indep/U_Memory/Budget.h"
+#include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 
 namespace
 {
 const U_i32 kPresumedAppSize = 0x8700000; // bytes
+const U_i64 kMostCharge = std::numeric_limits<U_i32>::max();
 
-MEM_HeapRef sHeap =
-    nullptr; // written by birth; kept after death, so that blocks that are left can be freed
+// Written by birth. Kept after death, so that blocks that are left can be freed.
+MEM_HeapRef sHeap = nullptr;
 
 std::atomic<U_i64> sFrameAllocation(0); // bytes
 std::atomic<U_u32> sFrameChanges(0);
 
-// The parts of the measurement that runs on this thread; null outside of measurements.
+// The parts of the measurement that runs on this thread, null outside measurements.
 PLATFORM_THREAD_LOCAL UseParts* tParts = nullptr;
 
-// External managers, which are asked after the tracked use, may measure too, and may throw.
+// Sets tParts in a scope. Scopes nest, since the function of an external manager may measure, and
+// may throw.
 class ScParts
 {
 public:
@@ -39,8 +43,8 @@ private:
     UseParts* const mOuter;
 };
 
-// The tracked use, with the frame allocation counter that belongs to it. A frame that is made
-// or freed between the two readings would be in one of them only.
+// Reads the tracked use together with the frame allocation counter. Repeats the reading if the
+// counter changes between the two, since a frame would then be in one of them only.
 U_u64 UsageWithFrames(U_i64* frames)
 {
     const int kMostTries = 1000;
@@ -59,8 +63,8 @@ U_u64 UsageWithFrames(U_i64* frames)
     }
 }
 
-// The larger of two readings of the pool: a block that moves between the pool and the tracked
-// use is in one of them, and may be counted twice.
+// Takes the larger of two readings of the pool, so that a block that moves between the pool and the
+// tracked use is counted at least once. Such a block may be counted twice.
 U_u64 BytesInUse()
 {
     U_i64 frames = 0;
@@ -101,7 +105,7 @@ void Up_TerminateMemorySubsystem()
 {
     const TOLV_U_Callbacks none = {nullptr, nullptr, nullptr};
     TOLV_Install_U_Callback(&none);
-    // The steps below are made even if the log fails.
+    // The steps after this one run even if the log fails.
     GuardedNoexcept([] { MEM_DumpLeaks(sHeap); });
     Up_ClearPurgeRequestCallback();
     MEM_AccountAllocation(-kPresumedAppSize);
@@ -112,8 +116,8 @@ MEM_HeapRef UHeap()
     return sHeap;
 }
 
-// Functions that are installed in the host services in place of BytesInUse do not store the
-// parts.
+// The parts are read first, since a function that a host installs in the host services in place of
+// BytesInUse does not store them.
 U_Status Up_MeasureUse(U_u64* total, UseParts* parts)
 {
     parts->mPool = U_GetRecycledMemorySize();
@@ -122,9 +126,9 @@ U_Status Up_MeasureUse(U_u64* total, UseParts* parts)
     return TOLV_TotalMemoryUsed(total);
 }
 
-// In this order the tracked use includes the counter's bytes at every moment. The count of
-// changes lies between the two, so a reader that finds the count unchanged has read a use
-// that includes the counter's bytes.
+// The order matters: at every moment the tracked use includes the counter's bytes. The count of
+// changes is raised between the two, so a reader that finds the count unchanged has read a use that
+// includes the counter's bytes.
 U_Status Up_AccountFrames(U_i64 delta)
 {
     if (delta > 0)
@@ -144,4 +148,28 @@ U_Status U_PresumedAppSize(U_u64* out)
     if (out)
         *out = kPresumedAppSize;
     return 0;
+}
+
+U_Status U_AccountAllocation(U_i32 delta)
+{
+    return MEM_AccountAllocation(delta);
+}
+
+U_Status U_AccountAllocationEx(U_u64 size, bool add)
+{
+    if (!add)
+        return MEM_AccountAllocation(static_cast<U_i32>(0u - static_cast<U_u32>(size)));
+    if (size > static_cast<U_u64>(kMostCharge))
+        return BadArgument("U_AccountAllocationEx: the size is out of range");
+    return MEM_AccountAllocation(static_cast<U_i32>(size));
+}
+
+U_Status U_AccountFrameAllocation(U_i64 delta)
+{
+    return Up_AccountFrames(delta);
+}
+
+U_Status U_AccountSystemAllocation(U_i64 delta)
+{
+    return MEM_AccountSystemAllocation(delta);
 }

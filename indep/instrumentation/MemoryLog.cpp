@@ -34,21 +34,21 @@ const char kHeader[] =
 
 const std::chrono::milliseconds kWaitForMemory(100);
 
-// The loggers of all starts; the last one is the log thread's while that thread runs. No
-// logger is ever destroyed, which would write an end line: each line has been flushed, and the
-// end of the process closes the files.
+// The loggers of all starts. While the log thread runs, the last logger belongs to that thread.
+// Loggers are never destroyed, since a destructor would write an end line. Each line is flushed,
+// and the end of the process closes the files.
 std::deque<U_ScGlobalLogger>& sLoggers = *new std::deque<U_ScGlobalLogger>;
 U_MemoryStats sPrevious = {};
 int sInterval = 1000; // milliseconds
 
-std::atomic<bool> sIsEnding(false); // the thread: it waits no longer for memory
+std::atomic<bool> sIsEnding(false); // true: the thread no longer waits for memory
 
-// Owns the log thread; null without one.
+// Owns the log thread, null without a thread.
 boost::shared_ptr<AsyncThreadedExecutor>* sExecutor = nullptr;
-unsigned int sProcess = 0; // that started the log thread
+unsigned int sProcess = 0; // the process that started the log thread
 
-// Ends the log thread, and with the thread the rows. A child of fork has the executor but not
-// the thread: the child leaves the executor alone, whose end would wait for the thread.
+// Ends the log thread. A child of fork has the executor but not the thread. The child does not
+// delete the executor, since the destructor would wait for the thread.
 void EndThread()
 {
     sIsEnding = true;
@@ -65,8 +65,8 @@ struct ProcessEnd
     ~ProcessEnd() { EndThread(); }
 } sProcessEnd;
 
-// An interval of 0 would keep the thread from ever ending. A text that is no number
-// tells no interval.
+// The interval is at least 1, since with 0 the thread would never end. A text that is no number
+// does not change the interval.
 int ReadInterval()
 {
     const std::string text = krobase::debug::DebugDatabase::Instance().GetEntry(
@@ -103,7 +103,7 @@ void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
         now.mVirtual, Difference(now.mVirtual, before.mVirtual), now.mCalcMem,
         Difference(now.mCalcMem, now.mVirtual), now.mCalcU, Difference(now.mCalcU, now.mVirtual),
         static_cast<U_i64>(now.mSlop), Difference(now.mSlop, before.mSlop), now.mCalc,
-        static_cast<U_i64>(now.mCalc), // not a difference, whatever the column says
+        static_cast<U_i64>(now.mCalc), // not a difference, despite the column's name
         now.mResident, Difference(now.mResident, before.mResident), now.mPageins, now.mFaults,
         Difference(now.mFaults, before.mFaults), prepurge, maximum, now.mGlobFree, now.mGlobActive,
         now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts);
@@ -111,16 +111,16 @@ void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
 
 void Up_LogMemoryRow(AsyncThreadedExecutor* executor);
 
-// The row is given its executor: a start that replaces sExecutor waits for the row.
+// The executor is an argument of the row, since a start that replaces sExecutor waits for the row.
 void Up_ScheduleMemoryRow(AsyncThreadedExecutor* executor)
 {
     executor->Post([executor] { Up_LogMemoryRow(executor); }, sInterval);
 }
 
-// On the log thread: a row that has no memory to come after this one comes later.
-void ScheduleInTheEnd(AsyncThreadedExecutor* executor)
+// Schedules the next row. Without memory, waits and tries again. Runs on the log thread.
+void ScheduleWhenMemoryAllows(AsyncThreadedExecutor* executor)
 {
-    const platform::ScQuietNew quiet; // nothing is lost
+    const platform::ScQuietNew quiet; // a failure here only delays a row
     while (!sIsEnding)
     {
         try
@@ -137,19 +137,19 @@ void ScheduleInTheEnd(AsyncThreadedExecutor* executor)
 
 void Up_LogMemoryRow(AsyncThreadedExecutor* executor)
 {
-    // A host's function that throws costs one row. A report could meet the library's death,
-    // which doesn't know of this thread.
+    // If a function of the host throws, one row is missing. The exception is not reported, since
+    // a report could run during the library's death, which does not wait for this thread.
     LogSafely([] {
         U_u64 prepurge = 0;
         U_u64 maximum = 0;
         U_GetMemUsageLimits(&prepurge, &maximum);
         U_MemoryStats now = {};
-        U_GetSystemMemoryStats(&now); // what couldn't be had shows as 0
+        U_GetSystemMemoryStats(&now); // a figure that the system does not have is 0
         now.mCalc = now.mVirtual;
         WriteRow(now, prepurge, maximum);
         sPrevious = now;
     });
-    ScheduleInTheEnd(executor);
+    ScheduleWhenMemoryAllows(executor);
 }
 } // namespace
 
@@ -157,7 +157,7 @@ void Up_StartMemoryLog()
 {
     if (krobase::debug::DebugDatabase::Instance().GetEntry("MemoryYoYoLog", "false") != "true")
         return;
-    EndThread(); // the log of an earlier birth
+    EndThread(); // of an earlier birth
     sInterval = ReadInterval();
     StartFile();
     const boost::function<void()> nothing;

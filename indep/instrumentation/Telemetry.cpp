@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include <krobase/format.h>
+
+#include "U_Encoding.h"
 #include "U_ZString.h"
 
 namespace U
@@ -17,8 +20,7 @@ namespace
 {
 typedef std::pair<U_UTF16String, U_UTF16String> Delimiters; // left, right
 
-// Not owned. Whoever finds a provider also finds what was written before it was
-// installed.
+// Not owned. A thread that reads a provider also sees all writes before its installation.
 std::atomic<U_TelemetryProvider*> sProvider(nullptr);
 
 U_TelemetryProvider* Provider()
@@ -46,8 +48,8 @@ const Quote kQuotes[] = {
      "$$$/U/StripQuotedContents/Entry4Right=#{rsquo}", 0x2018, 0x2019},
 };
 
-// An empty delimiter would be found everywhere, and none at all would let the user's
-// text out.
+// An empty delimiter would be found everywhere, and no delimiter would keep the user's text in the
+// result. So the English delimiters are used then.
 Delimiters Resolve(const Quote& quote)
 {
     Delimiters delimiters(U_ZStringToUTF16String(quote.mLeft),
@@ -62,12 +64,11 @@ Delimiters Resolve(const Quote& quote)
 
 typedef std::vector<Delimiters> QuoteDelimiters;
 
-// Null until the first call. Never destroyed: threads may strip until the process is
-// gone.
+// Null until the first call. Never destroyed, since threads may strip until the process ends.
 std::atomic<const QuoteDelimiters*> sQuoteDelimiters(nullptr);
 
-// Resolved without a lock, since to resolve may be to report: of threads that do so
-// at once, the losers take the winner's.
+// Resolves without a lock, since the resolution may report. If several threads resolve at once, all
+// use the delimiters of the first.
 const QuoteDelimiters& TheQuoteDelimiters()
 {
     const QuoteDelimiters* present = sQuoteDelimiters;
@@ -87,7 +88,7 @@ void StripBetween(const Delimiters& delimiters, U_UTF16String* text)
     const size_t close = text->rfind(right);
     if (open == U_UTF16String::npos || close == U_UTF16String::npos)
         return;
-    // The right delimiter may stand first, or be the left one itself.
+    // The right delimiter may be before the left one, or may be the same occurrence.
     *text = text->substr(0, open + left.size()) + text->substr(close);
 }
 } // namespace
@@ -167,3 +168,17 @@ U_UTF16String StripQuotedContents(const U_UTF16String& text)
 }
 } // namespace telemetry
 } // namespace U
+
+void Up_HDT_ReportPluginErrorTelemetry(const U_UTF16String& matchName, unsigned int version)
+{
+    const boost::shared_ptr<krobase::config::UsageLoggerGroup> group =
+        U::telemetry::NewDataGroup("qx", "plugin_error", "plugin_error", krobase::utility::Guid());
+    if (!group)
+        return;
+    const size_t kDigits = 8;
+    const int kMostCharacters = 31;
+    const U_UTF16String number = krobase::utility::NumberToString(
+        version, kDigits, 0, krobase::utility::kNumberNoLocaleMarks, kMostCharacters);
+    group->Add("match_name", U_UTF16To8String(matchName));
+    group->Add("version", U_UTF16To8String(number));
+}

@@ -25,7 +25,7 @@ const std::size_t kLargestClass = 1 << 30;
 const std::size_t kClassesPerDoubling = 8;
 const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
 
-// Blocks that were given back, by size.
+// Freed blocks by size.
 class Pool
 {
 public:
@@ -66,8 +66,8 @@ public:
     // reads the sum without a block also sees the charge for the block.
     unsigned long long Bytes() const { return mBytes.load(std::memory_order_acquire); }
 
-    // Whole blocks that fit what is wanted, the largest first; what then
-    // remains is smaller than every block left, and is cut off one of them.
+    // Frees whole blocks up to the wanted bytes, the largest first. The rest is smaller than every
+    // block left, and is cut off the smallest block.
     unsigned long long Purge(unsigned long long bytes)
     {
         const platform::ScLock lock(mLock);
@@ -88,15 +88,15 @@ public:
 private:
     typedef std::multimap<std::size_t, void*> Blocks;
 
-    void* Remove(Blocks::iterator place) PLATFORM_REQUIRES(mLock)
+    void* Remove(Blocks::iterator position) PLATFORM_REQUIRES(mLock)
     {
-        void* block = place->second;
-        mBytes -= place->first;
-        mBlocks.erase(place);
+        void* block = position->second;
+        mBytes -= position->first;
+        mBlocks.erase(position);
         return block;
     }
 
-    // Returns the bytes cut off, 0 if the system won't.
+    // Shortens the smallest block. Returns the bytes cut off, 0 if the C library refuses.
     std::size_t Cut(std::size_t bytes) PLATFORM_REQUIRES(mLock)
     {
         Blocks::node_type node = mBlocks.extract(mBlocks.begin());
@@ -117,9 +117,9 @@ private:
     std::atomic<unsigned long long> mBytes{0}; // written under the lock
 };
 
-// Sizes are rounded up to eight steps a doubling, so that a block fits its
-// neighbours' requests too. Very large ones stay as they are: users count
-// blocks in signed 32 bits.
+// Rounds a size up to one of eight steps a doubling, so that a block also fits requests of about
+// its size. Sizes above kLargestClass are not rounded, since users count the bytes of a block in
+// signed 32 bits.
 std::size_t SizeClass(std::size_t size)
 {
     if (size <= kSmallestClass)

@@ -8,12 +8,27 @@
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
-#include "private/block.h"
 #include "private/heap.h"
-#include "private/names.h"
 #include "private/switches.h"
 #include "private/thread_record.h"
 #include "private/tracked_usage.h"
+
+namespace tolv
+{
+typedef platform::SwitchedFunction<bool(unsigned long long)> Predicate;
+Predicate& sShouldFail = *new Predicate;
+
+void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
+{
+    sShouldFail.Set(shouldFail);
+}
+
+bool AskPredicate(unsigned long long size)
+{
+    const auto shouldFail = sShouldFail.Get();
+    return shouldFail && (*shouldFail)(size);
+}
+} // namespace tolv
 
 using namespace tolv;
 
@@ -53,7 +68,7 @@ bool MayHave(unsigned long long size)
 void SetSize(void** slot, unsigned long long size)
 {
     Slab* slab = SlabOf(slot);
-    Poke(slab->mSizes[SlotIndex(slab, slot)], static_cast<std::uint32_t>(size));
+    StoreRelease(slab->mSizes[SlotIndex(slab, slot)], static_cast<std::uint32_t>(size));
 }
 
 unsigned long long SizeOf(void** slot)
@@ -84,7 +99,8 @@ void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
     return std::realloc(oldMemory, bytes);
 }
 
-// Returns a new block with a slot, which does not hold the block yet. Null without memory.
+// Returns a new block and its slot, or null without memory. The slot does not contain the address
+// of the block yet.
 BlockHeader* AllocateBlock(ThreadRecord* record, std::size_t size)
 {
     void** slot = TakeSlot(record);
@@ -101,7 +117,7 @@ BlockHeader* AllocateBlock(ThreadRecord* record, std::size_t size)
     return header;
 }
 
-// Makes a block and returns its slot, or null. All new blocks are made here.
+// Makes a block and returns its slot, or null.
 void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
 {
     if (!heap || !MayHave(size))
@@ -117,9 +133,9 @@ void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
     void** slot = header->mSlot;
     Slab* slab = SlabOf(slot);
     const std::size_t index = SlotIndex(slab, slot);
-    Poke(slab->mSizes[index], static_cast<std::uint32_t>(size));
-    Poke(slab->mHeaps[index], heap->mNumber);
-    Poke(*slot, static_cast<void*>(header + 1));
+    StoreRelease(slab->mSizes[index], static_cast<std::uint32_t>(size));
+    StoreRelease(slab->mHeaps[index], heap->mNumber);
+    StoreRelease(*slot, static_cast<void*>(header + 1));
     AddUsage(record, static_cast<long long>(size));
     return slot;
 }
@@ -136,7 +152,7 @@ bool ResizeBlock(void** slot, unsigned long long size)
     if (!memory)
         return false;
     SetSize(slot, size);
-    Poke(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
+    StoreRelease(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
     AddUsage(record, static_cast<long long>(size) - static_cast<long long>(oldSize));
     return true;
 }

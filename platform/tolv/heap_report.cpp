@@ -5,9 +5,7 @@
 #include <wril/wril.h>
 
 #include "memory.h"
-#include "private/block.h"
 #include "private/heap.h"
-#include "private/names.h"
 
 using namespace tolv;
 
@@ -32,9 +30,9 @@ template <class Visit> void WalkHeap(MEM_HeapRef heap, Visit visit)
     {
         for (std::size_t i = 0; i < kSlotsPerSlab; ++i)
         {
-            void* block = Peek(slab->mBlocks[i]);
-            if (IsLive(block) && Peek(slab->mHeaps[i]) == heap->mNumber)
-                visit(block, Peek(slab->mSizes[i]));
+            void* block = LoadAcquire(slab->mBlocks[i]);
+            if (IsLive(block) && LoadAcquire(slab->mHeaps[i]) == heap->mNumber)
+                visit(block, LoadAcquire(slab->mSizes[i]));
         }
     }
 }
@@ -74,7 +72,7 @@ void MEM_DumpLeaks(MEM_HeapRef heap)
     }
     catch (const std::bad_alloc&)
     {
-        // The sum below still tells of the leaks.
+        // Without memory for the names only the sum is logged.
     }
     WRIL_sprintf(0, "TOLV", "MEM_DumpLeaks", "left in the heap: %lld blocks, %lld bytes",
                  left.mBlocks, left.mBytes);

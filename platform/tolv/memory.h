@@ -42,14 +42,14 @@ PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned lo
 PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
 PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
 
-// Logs, under the tag "MEM_DumpLeaks", a line for each name with blocks left
-// in the heap, then their sum; nothing if there is none. Ends the heap: no
-// other thread may be in it.
+// Logs under the tag "MEM_DumpLeaks" a line for each name that has blocks left in the heap, and
+// then the sum. Logs nothing if no block is left. Ends the heap. REQUIRES: no other thread uses the
+// heap.
 PLATFORM_EXPORT void MEM_DumpLeaks(MEM_HeapRef heap);
 
-// Logs, under the tag "MEM_Report", live blocks and bytes and their change
-// since the baseline, which starts at zero. Both visit the heap while other threads may
-// change it. Return 0.
+// MEM_Report logs under the tag "MEM_Report" the live blocks and bytes and their change since the
+// baseline. MEM_SetBaseline sets the baseline, which is zero at first. Other threads may change the
+// heap meanwhile. Return 0.
 PLATFORM_EXPORT int MEM_Report(MEM_HeapRef heap, int value);
 PLATFORM_EXPORT int MEM_SetBaseline(MEM_HeapRef heap);
 
@@ -61,8 +61,8 @@ PLATFORM_EXPORT int MEM_AccountSystemAllocation(long long delta);
 // while no other thread changes it; otherwise off by at most 32 KiB for each such thread.
 PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
 
-// A charge for a block that the calling thread is about to allocate. Until the thread has
-// the block, its own readings of the usage leave the claim out; other threads see it.
+// A charge for a block that the calling thread is about to allocate. Until the thread has the
+// block, readings on this thread leave the claim out, and readings on other threads include it.
 struct MEM_Claim
 {
     bool mFits = false;            // `size` fitted under the limit
@@ -70,21 +70,26 @@ struct MEM_Claim
     unsigned long long mOuter = 0; // bytes that the thread had claimed before
 };
 
-// Compares the tracked usage plus `size` with `limit` and, if the sum fits, charges `growth`
-// bytes to the usage in the same atomic step: of two threads that compete for the last
-// room one finds it. `beside`, which may be null, returns bytes that are compared with the
-// usage; it is called again if another thread changes the usage. The next charges of the
-// thread, such as that of the block itself, are paid out of the claim. The cost does not
-// depend on the number of threads unless use is within 16 KiB a thread of the limit.
-// Without memory for the thread's record nothing is charged.
+// Compares the tracked usage plus `size` with `limit`. If the sum fits, charges `growth` bytes to
+// the usage in the same atomic step: of two threads that compete for the last room one thread gets
+// the room. The next charges of the thread, such as that of the block itself, are paid out of the
+// claim.
+//
+// `pooledBytes`, which may be null, returns the bytes of a pool of freed blocks, which are added to
+// the usage for the comparison. The function is called again if another thread changes the usage.
+// If the sum does not fit while the pool or the usage changes, the comparison is repeated several
+// times.
+//
+// The cost does not depend on the number of threads unless use is within 16 KiB a thread of the
+// limit. Without memory for the thread's record nothing is charged.
 //
 // Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.
 PLATFORM_EXPORT short MEM_ClaimUsage(unsigned long long size, unsigned long long growth,
-                                     unsigned long long limit, unsigned long long (*beside)(),
+                                     unsigned long long limit, unsigned long long (*pooledBytes)(),
                                      MEM_Claim* claim);
 
-// Takes back the part of the claim that no charge was paid from. To be called on the
-// thread that claimed, in reverse order of claims.
+// Cancels the part of the claim that no charge was paid from.
+// REQUIRES: runs on the thread that claimed, in reverse order of claims.
 PLATFORM_EXPORT void MEM_EndClaim(const MEM_Claim* claim);
 
 // The base limits and the override, in bytes. Return 0, or -50 for a null
@@ -125,7 +130,7 @@ PLATFORM_EXPORT short TOLV_GetSlop(unsigned long long* out);
 PLATFORM_EXPORT int TOLV_DisableProactivePrePurging();
 PLATFORM_EXPORT int TOLV_EnableProactivePrePurging();
 
-// From this call on the host services show no memory dialogs.
+// After this call the host services show no memory dialogs.
 PLATFORM_EXPORT void TOLV_QuietMemDialogs();
 
 #endif

@@ -1,4 +1,4 @@
-#include "private/names.h"
+#include "private/heap.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -11,11 +11,12 @@ namespace tolv
 namespace
 {
 const std::size_t kLongestName = 63;
-const std::uint32_t kPlaces = 0x10000;
+const std::uint32_t kEntries = 0x10000;
 const std::uint32_t kMostProbes = 64;
-const std::uint32_t kNoPlace = 0xFFFFFFFFu;
+const std::uint32_t kNoName = 0xFFFFFFFFu;
 
-std::atomic<const char*> sNames[kPlaces]; // once set, an entry stays
+// Null, or a name. A name is never removed.
+std::atomic<const char*> sNames[kEntries];
 
 std::uint32_t Hash(const char* name, std::size_t length)
 {
@@ -25,24 +26,25 @@ std::uint32_t Hash(const char* name, std::size_t length)
     return hash;
 }
 
-bool IsName(const char* entry, const char* name, std::size_t length)
+bool IsName(const char* present, const char* name, std::size_t length)
 {
-    return std::strncmp(entry, name, length) == 0 && entry[length] == 0;
+    return std::strncmp(present, name, length) == 0 && present[length] == 0;
 }
 
-// Puts a copy of the name in a free place, unless another thread was first.
-const char* Claim(std::atomic<const char*>& place, const char* name, std::size_t length)
+// Stores a copy of the name in a free entry. If another thread was first, returns the name of that
+// thread. Returns null without memory.
+const char* Claim(std::atomic<const char*>& entry, const char* name, std::size_t length)
 {
     char* copy = static_cast<char*>(std::malloc(length + 1));
     if (!copy)
         return nullptr;
     std::memcpy(copy, name, length);
     copy[length] = 0;
-    const char* entry = nullptr;
-    if (place.compare_exchange_strong(entry, copy, std::memory_order_acq_rel))
+    const char* present = nullptr;
+    if (entry.compare_exchange_strong(present, copy, std::memory_order_acq_rel))
         return copy;
     std::free(copy);
-    return entry;
+    return present;
 }
 } // namespace
 
@@ -55,23 +57,23 @@ std::uint32_t InternName(const char* name)
     const std::uint32_t start = Hash(name, length);
     for (std::uint32_t probe = 0; probe < kMostProbes; ++probe)
     {
-        const std::uint32_t place = (start + probe) % kPlaces;
-        const char* entry = sNames[place].load(std::memory_order_acquire);
-        if (!entry)
-            entry = Claim(sNames[place], name, length);
-        if (!entry)
-            return kNoPlace;
-        if (IsName(entry, name, length))
-            return place + 1;
+        const std::uint32_t index = (start + probe) % kEntries;
+        const char* present = sNames[index].load(std::memory_order_acquire);
+        if (!present)
+            present = Claim(sNames[index], name, length);
+        if (!present)
+            return kNoName;
+        if (IsName(present, name, length))
+            return index + 1;
     }
-    return kNoPlace;
+    return kNoName;
 }
 
 const char* NameOf(std::uint32_t number)
 {
     if (number == 0)
         return "(no name)";
-    if (number > kPlaces)
+    if (number > kEntries)
         return "(further names)";
     return sNames[number - 1].load(std::memory_order_acquire);
 }

@@ -9,7 +9,7 @@
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
-#include "private/profile_switches.h"
+#include "private/switches.h"
 
 namespace
 {
@@ -18,9 +18,9 @@ const short kNotFound = -43;
 const short kNoMemory = -108;
 
 typedef krobase::utility::UTF16String Key;
-typedef std::basic_string_view<unsigned short> KeyView; // asking takes no memory
+typedef std::basic_string_view<unsigned short> KeyView; // a look-up allocates nothing
 
-// Never destroyed: static destructors of the host may still ask.
+// Never destroyed, since static destructors of the host may still read values.
 platform::Mutex sLock;
 std::map<Key, int, std::less<>>&
     sValues PLATFORM_GUARDED_BY(sLock) = *new std::map<Key, int, std::less<>>;

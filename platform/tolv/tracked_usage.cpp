@@ -33,7 +33,7 @@ long long SumOfParts()
     return sum;
 }
 
-// The most that all parts together can be: a part is handed over after the charge that
+// Returns an upper bound of the sum of all parts. A part is handed over after the charge that
 // reaches kHandOver. Parts of threads that have ended are 0.
 long long MostOfParts()
 {
@@ -41,9 +41,9 @@ long long MostOfParts()
 }
 } // namespace
 
-// In this order a reader that finds a positive part empty finds the figure changed: the
-// exchange of a claim that has read the old figure fails. After a negative part has been
-// emptied, the usage reads too high for a moment.
+// The order of the two stores matters. A reader that finds a positive part empty also finds the
+// figure changed, so the exchange of a claim that has read the old figure fails. After a negative
+// part was emptied, the usage reads too high for a moment.
 void HandOver(ThreadRecord& record)
 {
     const long long part = record.mUsagePart.load(std::memory_order_relaxed);
@@ -76,25 +76,29 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
     return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
 }
 
-// A block that moves from beside the usage into the figure is charged before the bytes beside
-// the usage fall. A block that moves out of the figure is beside the usage before its charge is
-// taken off. So the larger of two readings, before and after the figure, counts the block.
-// - If the block is back beside the usage after the exchange, both readings may have missed
-//   the block. Then the claim is made anew.
+// A block that leaves the pool is charged to the figure before the pool's bytes fall. A block that
+// is freed is in the pool before its charge is taken off. So the larger of two readings of the
+// pool, before and after the figure, counts each moving block at least once.
+// - If the pool has grown after the exchange, a block may have left and entered the pool between
+// the
+//   readings, and both may have missed it. Then the claim is made anew.
 // - If the readings differ or the figure changes, a block may have been counted twice. Then a
 //   refusal is not final, and the comparison is repeated.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long (*beside)(), unsigned long long* usage)
+                unsigned long long limit, unsigned long long (*pooledBytes)(),
+                unsigned long long* usage)
 {
-    const auto readBeside = [beside] { return beside ? static_cast<long long>(beside()) : 0; };
+    const auto readPool = [pooledBytes] {
+        return pooledBytes ? static_cast<long long>(pooledBytes()) : 0;
+    };
     for (int refusals = 0;;)
     {
-        const long long before = readBeside();
+        const long long before = readPool();
         long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
-        const long long after = readBeside();
+        const long long after = readPool();
         const long long most = std::max(before, after);
         const long long seen = figure - ClaimOf(record) + most;
-        // The parts are summed near the limit only: the sum visits every thread.
+        // The parts are summed near the limit only, since the sum visits every record.
         if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
         {
             *usage = AtLeastZero(seen + SumOfParts());
@@ -114,7 +118,7 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
                 std::memory_order_relaxed))
             continue;
         record->mClaimed += growth;
-        if (readBeside() <= most)
+        if (readPool() <= most)
             return true;
         ReleaseClaim(*record, record->mClaimed - growth);
     }

@@ -69,7 +69,7 @@ unsigned long long MEM_GetMemUsage()
 }
 
 short MEM_ClaimUsage(unsigned long long size, unsigned long long growth, unsigned long long limit,
-                     unsigned long long (*beside)(), MEM_Claim* claim)
+                     unsigned long long (*pooledBytes)(), MEM_Claim* claim)
 {
     if (!claim)
         return kBadParameter;
@@ -78,7 +78,7 @@ short MEM_ClaimUsage(unsigned long long size, unsigned long long growth, unsigne
         return failure;
     tolv::ThreadRecord* const record = tolv::MyRecord();
     claim->mOuter = record ? record->mClaimed : 0;
-    claim->mFits = tolv::ClaimUsage(record, size, growth, limit, beside, &claim->mUsage);
+    claim->mFits = tolv::ClaimUsage(record, size, growth, limit, pooledBytes, &claim->mUsage);
     return 0;
 }
 

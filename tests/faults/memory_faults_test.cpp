@@ -14,7 +14,7 @@
 namespace
 {
 const U_u64 kSize = 1000;
-const char kContents[] = "what stands in a block";
+const char kContents[] = "contents of a block";
 
 typedef Faults MemoryFaults;
 
@@ -52,7 +52,7 @@ Outcome OfPointer(void* pointer, bool clear)
     return outcome;
 }
 
-// Of a call that makes a handle with the contents, or stores that there is none.
+// For a call that stores a handle with the contents, or null.
 template <class Make, class Release> Outcome OfMade(Make make, Release release)
 {
     void* earlier = nullptr;
@@ -145,10 +145,10 @@ TEST_F(MemoryFaults, Copies)
         const Outcome outcome = OfMade(detached, &U_FreeHandle);
         if (outcome != kCode4)
             return outcome;
-        DetachResource(resource); // it is one still
-        const bool stayed = ResError() == 0 && HasContents(*resource);
+        DetachResource(resource); // still a resource
+        const bool isUnchanged = ResError() == 0 && HasContents(*resource);
         DisposeHandle(resource);
-        return stayed ? outcome : kWrong;
+        return isUnchanged ? outcome : kWrong;
     };
     const auto duplicate = [&](void*** out) { return U_DuplicateHandle(handle, "copy", out); };
     const auto toPlatform = [&](void*** out) {
@@ -237,7 +237,7 @@ TEST_F(MemoryFaults, Services)
         catch (const std::bad_alloc&)
         {
             if (U_GetSizeOfExternalMemoryManagers() != 0)
-                return kWrong; // nothing is added
+                return kWrong; // a failure adds no manager
             throw;
         }
         U_UnInstallExternalMemoryManager(id);

@@ -1,4 +1,4 @@
-// The memory log, in processes of their own: it has no end but the process's.
+// The memory log. Each test runs in a process of its own, since the log ends with the process.
 
 #include <algorithm>
 #include <atomic>
@@ -65,7 +65,7 @@ Texts Lines()
     return lines;
 }
 
-// Lines are whole once the next one stands behind them.
+// Waits until a line follows the first `count` lines: only then these lines are complete.
 Texts WaitForLines(std::size_t count)
 {
     Texts lines;
@@ -77,14 +77,14 @@ Texts WaitForLines(std::size_t count)
     return lines;
 }
 
-// Whether rows are still being written.
-bool GoesOn()
+// Returns whether the log still writes rows.
+bool Continues()
 {
     const std::size_t written = Lines().size();
     return WaitForLines(written + 2).size() >= written + 2;
 }
 
-// The columns, from 1 on as the header counts them behind the stamp.
+// The columns after the stamp, numbered from 1 as in the header.
 Figures Row(const std::string& line)
 {
     Figures row = {0};
@@ -96,8 +96,8 @@ Figures Row(const std::string& line)
     return row;
 }
 
-// What a row says of itself, and against the one before.
-void ExpectRight(const Figures& row, const Figures& before)
+// Compares the columns of a row with each other and with the row before.
+void ExpectConsistent(const Figures& row, const Figures& before)
 {
     ASSERT_EQ(row.size(), 25u);
     for (const std::size_t column : {1, 7, 11, 14})
@@ -114,7 +114,7 @@ void LogRows()
     U_SetMemUsageLimits(kPrepurge, kMaximum);
     ASSERT_GE(WaitForLines(5).size(), 5u);
     void* const block = U_AllocatePtrQuiet(20 * kMiB);
-    // Rows that came while the block was made don't show it.
+    // Rows that were written during the allocation do not include the block.
     const std::size_t written = Lines().size();
     const Texts lines = WaitForLines(written + 2);
     ASSERT_GE(lines.size(), written + 2);
@@ -125,21 +125,21 @@ void LogRows()
     for (std::size_t line = 2; line + 1 < lines.size(); ++line)
     {
         const Figures row = Row(lines[line]);
-        ExpectRight(row, last);
+        ExpectConsistent(row, last);
         last = row;
     }
-    // The first rows may come before the limits are set, and see more of birth's own blocks.
+    // The first rows may be earlier than the limits, and include blocks of the birth.
     EXPECT_EQ(last[16], static_cast<long long>(kPrepurge));
     EXPECT_EQ(last[17], static_cast<long long>(kMaximum));
     EXPECT_GE(last[3] - first[3], static_cast<long long>(19 * kMiB));
     U_FreePtr(block);
-    EXPECT_EQ(U_Death(), 0); // the log goes on, and the process ends all the same
+    EXPECT_EQ(U_Death(), 0); // the log continues, and the process can end
 }
 
-// Throws, or leaves the log thread without memory for what comes next, in turn.
+// Throws in the first row. In later rows an allocation of the log thread fails.
 unsigned int sMainThread = 0;
 std::atomic<int> sMeasured(0);
-thread_local std::optional<ScFailingNew> sFailing; // over the end of the row
+thread_local std::optional<ScFailingNew> sFailing; // until the next row
 
 size_t DisturbRow()
 {
@@ -161,7 +161,7 @@ long Starts()
     });
 }
 
-void GoOnWhateverHappens()
+void ContinueAfterFailedRows()
 {
     CapturedAlerts alerts;
     sMainThread = krobase::threads::GetCurrentThreadID();
@@ -172,14 +172,14 @@ void GoOnWhateverHappens()
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     ASSERT_GE(sMeasured, 6);
     U_UnInstallExternalMemoryManager(id);
-    EXPECT_TRUE(GoesOn());
+    EXPECT_TRUE(Continues());
     EXPECT_EQ(U_Death(), 0);
-    EXPECT_TRUE(GoesOn());
+    EXPECT_TRUE(Continues());
     EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
-    EXPECT_TRUE(GoesOn());
+    EXPECT_TRUE(Continues());
     EXPECT_EQ(Starts(), 2);
     EXPECT_EQ(U_Death(), 0);
-    EXPECT_EQ(alerts.Texts(), Texts()) << "a report could meet the library's death";
+    EXPECT_EQ(alerts.Texts(), Texts()) << "a report could run during the library's death";
 }
 
 void StartAgain()
@@ -194,17 +194,16 @@ void StartAgain()
         EXPECT_THAT(lines[start], testing::HasSubstr("  * log start"));
         EXPECT_THAT(lines[start + 1], testing::EndsWith(kHeader));
     }
-    ExpectRight(Row(lines[4]), Figures(25));
+    ExpectConsistent(Row(lines[4]), Figures(25));
     EXPECT_EQ(U_Death(), 0);
 }
 
-// A birth that fails for want of an allocation leaves the log to the next one, which goes
-// on with what has been written.
+// After a birth that fails without memory, the next birth starts the log and appends to the file.
 void StartAfterFailures()
 {
     Ask("true", "10");
-    const int kFailedBehindTheStart = 2;
-    int failedBehindTheStart = 0;
+    const int kFailedAfterTheStart = 2;
+    int failedAfterTheStart = 0;
     for (long nth = 1; nth <= 80; ++nth)
     {
         const pid_t child = fork();
@@ -213,22 +212,22 @@ void StartAfterFailures()
             std::optional<ScFailingNew> failing(nth);
             const U_Status failure = U_Birth("Memory Log", nullptr);
             failing.reset();
-            const bool isBehindTheStart = failure && Starts() == 1;
-            const bool starts = !failure || (U_Birth("Memory Log", nullptr) == 0 && GoesOn() &&
-                                             Starts() == (isBehindTheStart ? 2 : 1));
+            const bool isAfterTheStart = failure && Starts() == 1;
+            const bool starts = !failure || (U_Birth("Memory Log", nullptr) == 0 && Continues() &&
+                                             Starts() == (isAfterTheStart ? 2 : 1));
             std::remove(Path().c_str());
-            _exit(!starts ? 1 : isBehindTheStart ? kFailedBehindTheStart : 0);
+            _exit(!starts ? 1 : isAfterTheStart ? kFailedAfterTheStart : 0);
         }
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFEXITED(status)) << nth;
         EXPECT_NE(WEXITSTATUS(status), 1) << nth;
-        failedBehindTheStart += WEXITSTATUS(status) == kFailedBehindTheStart;
+        failedAfterTheStart += WEXITSTATUS(status) == kFailedAfterTheStart;
     }
-    EXPECT_GT(failedBehindTheStart, 0);
+    EXPECT_GT(failedAfterTheStart, 0);
 }
 
-// Each birth opens the file: a birth reports a failure to open, and makes a missing file.
+// Each birth opens the file, or makes a missing file. A birth that cannot open the file fails.
 void OpenTheFileAgain()
 {
     ASSERT_EQ(BirthWith("true", "10"), 0);
@@ -238,13 +237,12 @@ void OpenTheFileAgain()
     EXPECT_EQ(BirthWith("true", "10"), EISDIR);
     rmdir(Path().c_str());
     ASSERT_EQ(BirthWith("true", "10"), 0);
-    EXPECT_TRUE(GoesOn());
+    EXPECT_TRUE(Continues());
     EXPECT_EQ(Starts(), 1);
     EXPECT_EQ(U_Death(), 0);
 }
 
-// A child of fork that waits for the log thread of its parent never ends: SIGALRM ends the
-// child.
+// SIGALRM ends a child that waits for the log thread of its parent.
 int StatusOfFork(void (*run)())
 {
     const pid_t child = fork();
@@ -263,16 +261,16 @@ void StartInAChild()
     ASSERT_EQ(BirthWith("true", "10"), 0);
     EXPECT_EQ(U_Death(), 0);
     EXPECT_EQ(StatusOfFork([] {
-                  const bool starts = U_Birth("Memory Log", nullptr) == 0 && GoesOn();
+                  const bool starts = U_Birth("Memory Log", nullptr) == 0 && Continues();
                   std::remove(Path().c_str());
                   _exit(!starts);
               }),
               0);
     EXPECT_TRUE(WIFEXITED(StatusOfFork([] { std::exit(0); })));
-    EXPECT_TRUE(GoesOn());
+    EXPECT_TRUE(Continues());
 }
 
-// Milliseconds of the day in a line's stamp.
+// The time of a line's stamp, in milliseconds of the day.
 long Stamp(const std::string& line)
 {
     int hour = 0, minute = 0, second = 0, milliseconds = 0;
@@ -293,11 +291,11 @@ void WaitFor(const char* interval, long expected)
     EXPECT_EQ(U_Death(), 0);
 }
 
-// Runs in a child process, which may not fail.
+// Runs in a child process, which must succeed.
 template <class Run> void InAProcess(Run run)
 {
     if (access("/", W_OK) != 0)
-        GTEST_SKIP() << "the log's folder is the root, which isn't ours to write";
+        GTEST_SKIP() << "the log's folder, the root, is not writable";
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -311,14 +309,14 @@ template <class Run> void InAProcess(Run run)
 }
 } // namespace
 
-TEST(MemoryLog, WritesRowsOfFiguresThatAgree)
+TEST(MemoryLog, RowsHaveFiguresThatAgree)
 {
     InAProcess(&LogRows);
 }
 
-TEST(MemoryLog, GoesOnWhateverHappensToARow)
+TEST(MemoryLog, TheLogContinuesAfterAFailedRow)
 {
-    InAProcess(&GoOnWhateverHappens);
+    InAProcess(&ContinueAfterFailedRows);
 }
 
 TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnInterval)
@@ -326,39 +324,31 @@ TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnInterval)
     InAProcess(&StartAgain);
 }
 
-TEST(MemoryLog, GoesOnAfterABirthThatFailed)
+TEST(MemoryLog, TheLogStartsAfterAFailedBirth)
 {
     InAProcess(&StartAfterFailures);
 }
 
-TEST(MemoryLog, EachBirthOpensTheFile)
+TEST(MemoryLog, EachBirthOpensTheFileOrReturnsTheError)
 {
     InAProcess(&OpenTheFileAgain);
 }
 
-TEST(MemoryLog, AChildOfForkStartsItsOwn)
+TEST(MemoryLog, AChildOfForkStartsALogOfItsOwn)
 {
 #ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the sanitizer lets no child of several threads start a thread";
+    GTEST_SKIP() << "under the sanitizer a child of several threads cannot start a thread";
 #endif
     InAProcess(&StartInAChild);
 }
 
-TEST(MemoryLog, WaitsOneIntervalBetweenRows)
+TEST(MemoryLog, RowsAreOneIntervalApart)
 {
     InAProcess([] { WaitFor("300 ms", 300); });
     InAProcess([] { WaitFor("often", 1000); });
 }
 
-TEST(MemoryLog, BirthTellsAFileThatCanNotBeOpened)
-{
-    InAProcess([] {
-        mkdir(Path().c_str(), 0700);
-        EXPECT_EQ(BirthWith("true", "10"), EISDIR);
-    });
-}
-
-TEST(MemoryLog, IsOffUnlessTheSettingIsTrue)
+TEST(MemoryLog, TheLogIsOffUnlessTheSettingIsTrue)
 {
     InAProcess([] {
         for (const char* text : {static_cast<const char*>(nullptr), "", "1", "True", "true "})
@@ -366,6 +356,6 @@ TEST(MemoryLog, IsOffUnlessTheSettingIsTrue)
             EXPECT_EQ(BirthWith(text, "1"), 0);
             EXPECT_EQ(U_Death(), 0);
         }
-        EXPECT_NE(access(Path().c_str(), F_OK), 0) << "there is a file";
+        EXPECT_NE(access(Path().c_str(), F_OK), 0) << "a file exists";
     });
 }

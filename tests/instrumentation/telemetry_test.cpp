@@ -44,7 +44,7 @@ private:
     Calls& mCalls;
 };
 
-// Writes down each call with all it was given.
+// Records each call with its arguments.
 class RecordingProvider : public telemetry::U_TelemetryProvider
 {
 public:
@@ -105,7 +105,7 @@ public:
     boost::shared_ptr<RecordingGroup> mGroup = boost::make_shared<RecordingGroup>(mCalls);
 
 private:
-    // The first and the last byte, as that is where a wrong copy shows.
+    // The first and the last byte.
     static std::string Digits(const Guid& guid)
     {
         return " " + std::to_string(guid.mBytes[0]) + "-" + std::to_string(guid.mBytes[15]);
@@ -161,7 +161,7 @@ TEST_F(Telemetry, EveryCallReachesTheProviderWithItsArguments)
     EXPECT_TRUE(logging);
     EXPECT_EQ(provider.mCalls, expected);
 
-    // A later provider takes the place of the first.
+    // A later provider replaces the first.
     RecordingProvider second;
     second.mLogging = false;
     telemetry::RegisterTelemetryProvider(&second);
@@ -189,7 +189,7 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
     telemetry::RegisterTelemetryProvider(&provider);
     Up_HDT_ReportPluginErrorTelemetry(Units(u"Gl\u00FChen"), 42);
     Up_HDT_ReportPluginErrorTelemetry(Units(u""), 0xFFFFFFFF);
-    provider.mGroup.reset(); // telemetry is off
+    provider.mGroup.reset(); // the provider returns no group
     Up_HDT_ReportPluginErrorTelemetry(Units(u"other"), 1);
     EXPECT_EQ(provider.mCalls, (Calls{
                                    "NewDataGroup qx plugin_error plugin_error 0-0",
@@ -202,10 +202,10 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
                                }));
 }
 
-TEST_F(Telemetry, TellsOfShownMessagesThatHaveAWord)
+TEST_F(Telemetry, ShownProblemsMakeGroups)
 {
     const char16_t kTagged[] = u"Grouped_Message_{Many|||One###Files:}a.txt";
-    // With what is added to the group; none: there is no group.
+    // With the values of the group; without values no group is made.
     const std::tuple<U_u16, const char16_t*, Calls> kShown[] = {
         {U_Sev_MESSAGE, u"text", {}},
         {U_Sev_INFO, u"text", {}},
@@ -243,7 +243,7 @@ TEST_F(Telemetry, TellsOfShownMessagesThatHaveAWord)
     EXPECT_EQ(provider.mCalls, Calls());
 }
 
-TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
+TEST(StripQuotedContents, TextBetweenTheOutermostQuotesIsRemoved)
 {
     const std::pair<std::u16string, std::u16string> rows[] = {
         {u"", u""},
@@ -252,14 +252,14 @@ TEST(StripQuotedContents, TakesOutWhatStandsBetweenTheOutermostQuotes)
         {u"a \"b\" c \"d\" e", u"a \"\" e"},
         {u"\"\"", u"\"\""},
         {u"it's what's left", u"it''s left"},
-        {u"don't", u"don''t"}, // one quote is both its ends
+        {u"don't", u"don''t"}, // one quote is the left and the right one
         {u"\"", u"\"\""},
         {u"open \u201Cname\u201D, \u2018x\u2019.", u"open \u201C\u201D, \u2018\u2019."},
         {u"\u201Ca \u201Cb\u201D c\u201D", u"\u201C\u201D"},
         {u"only \u201Cleft", u"only \u201Cleft"},
         {u"only right\u201D", u"only right\u201D"},
-        {u"a\u201Db\u201Cc", u"a\u201Db\u201C\u201Db\u201Cc"}, // the right one first
-        {u"x \"it's\" y's z", u"x \"\" y''s z"}, // in turn: the first ' is gone by then
+        {u"a\u201Db\u201Cc", u"a\u201Db\u201C\u201Db\u201Cc"}, // the right quote first
+        {u"x \"it's\" y's z", u"x \"\" y''s z"}, // in turn: the first ' is removed before
         {u"'a' \"b 'c' d\" 'e'", u"''"},
     };
     for (const auto& [text, stripped] : rows)
@@ -276,11 +276,11 @@ TEST(StripQuotedContents, ThreadsMayBeTheFirstToStrip)
     });
 }
 
-TEST(StripQuotedContentsDeathTest, QuotesAreThoseOfTheFirstLanguageAskedFor)
+TEST(StripQuotedContentsDeathTest, QuotesAreThoseOfTheLanguageAtTheFirstCall)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto strip = [](const char16_t* left, const char16_t* text) {
-        // Never freed: the library may point into it.
+        // Never freed, since the library keeps pointers into the image.
         auto& image = *new DictionaryImage(BinaryImage({
             {"/U/StripQuotedContents/Entry1Left", left},
             {"/U/StripQuotedContents/Entry1Right", u">>"},

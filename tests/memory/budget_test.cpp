@@ -41,17 +41,17 @@ protected:
         return value;
     }
 
-    // Whether a block of that size is had. Frees it again.
-    static bool Had(U_u64 size)
+    // Allocates and frees a block. Returns whether the block was allocated.
+    static bool CanAllocate(U_u64 size)
     {
         void* block = U_AllocatePtrQuiet(size);
         U_FreePtr(block);
         return block != nullptr;
     }
 
-    static bool MallocGives(U_u64 size)
+    static bool MallocSucceeds(U_u64 size)
     {
-        void* volatile block = std::malloc(size); // or the pair is optimised away
+        void* volatile block = std::malloc(size); // volatile, so that the compiler keeps the pair
         std::free(block);
         return block != nullptr;
     }
@@ -82,7 +82,7 @@ TEST_F(Budget, LimitsAreNormalised)
     }
 }
 
-TEST_F(Budget, OverridesHoldWhereTheyAreLower)
+TEST_F(Budget, OverridesApplyWhereTheyAreLower)
 {
     const Pair base = {200, 400};
     const Pair machine = {7 * 8192 / 10, 8192};
@@ -90,7 +90,7 @@ TEST_F(Budget, OverridesHoldWhereTheyAreLower)
         {base, {0, 0}, {200, 400}},     {base, {100, 300}, {100, 300}},
         {base, {100, 0}, {100, 400}},   {base, {0, 300}, {200, 300}},
         {base, {201, 401}, {200, 400}}, {base, {300, 300}, {200, 300}},
-        {{0, 0}, {100, 300}, machine}, // there is nothing to be lower than
+        {{0, 0}, {100, 300}, machine}, // no base limits
     };
     for (const auto& [set, lower, effective] : rows)
     {
@@ -106,22 +106,23 @@ TEST_F(Budget, OverridesHoldWhereTheyAreLower)
 TEST_F(Budget, ABlockMayPassThePrepurgeLimitButNotTheMaximum)
 {
     const std::tuple<U_u64, bool, bool> rows[] = {
+        // size, allocated, above the prepurge limit
         {10000, true, false},
         {10001, true, true},
         {20000, true, true},
         {20001, false, true},
     };
-    for (const auto& [size, had, isOver] : rows)
+    for (const auto& [size, isAllocated, isOver] : rows)
     {
         SCOPED_TRACE(size);
         SetLimitsAboveUse(10000, 20000);
         mLog.Clear();
-        EXPECT_EQ(Had(size), had);
+        EXPECT_EQ(CanAllocate(size), isAllocated);
         EXPECT_EQ(mLog.Texts("MEM").empty(), !isOver);
     }
 }
 
-TEST_F(Budget, ARefusedBlockIsToldInTheLog)
+TEST_F(Budget, ARefusedBlockIsLogged)
 {
     SetLimitsAboveUse(0, 100);
     const U_u64 used = InUse();
@@ -141,14 +142,14 @@ TEST_F(Budget, OneSmallBlockIn256IsMeasured)
     SetLimitsAboveUse(0, 0);
     for (int round = 0; round < 2; ++round)
     {
-        EXPECT_FALSE(Had(2048)) << "measured, and starts the count";
+        EXPECT_FALSE(CanAllocate(2048)) << "measured, and starts the count";
         for (int i = 1; i <= 255; ++i)
-            ASSERT_TRUE(Had(2047)) << i;
-        EXPECT_FALSE(Had(100)) << "the 256th";
+            ASSERT_TRUE(CanAllocate(2047)) << i;
+        EXPECT_FALSE(CanAllocate(100)) << "the 256th";
         for (int i = 0; i < 100; ++i)
-            ASSERT_TRUE(Had(100)) << "the count starts again";
+            ASSERT_TRUE(CanAllocate(100)) << "the count starts again";
     }
-    Had(4096);
+    CanAllocate(4096);
 }
 
 TEST_F(Budget, NothingIsMeasuredWhileDisabled)
@@ -160,10 +161,10 @@ TEST_F(Budget, NothingIsMeasuredWhileDisabled)
             U_ScDisableProactivePrePurging inner;
             outer = inner; // copies nothing
         }
-        EXPECT_TRUE(Had(1000000));
+        EXPECT_TRUE(CanAllocate(1000000));
         EXPECT_TRUE(mLog.Texts().empty());
     }
-    EXPECT_FALSE(Had(1000000));
+    EXPECT_FALSE(CanAllocate(1000000));
 }
 
 TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
@@ -194,24 +195,24 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
 
         MEM_SetMemUsageLimits(asked, asked + 500 * kMiB);
         EXPECT_EQ(Stat(U_MemStat_InUse), used);
-        EXPECT_EQ(Limits().prepurge, asked) << "just asking changes nothing";
+        EXPECT_EQ(Limits().prepurge, asked) << "statistic 0 changes no limit";
         EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
         EXPECT_EQ(Limits().prepurge, prepurge);
         platform::SetPhysicalMemory(kPhysicalMemory, kAvailableMemory);
-        EXPECT_EQ(Limits().prepurge, prepurge) << "it stays lowered";
+        EXPECT_EQ(Limits().prepurge, prepurge) << "the limit is still lowered";
     }
 
-    // What was never set has no limit to be lowered, and refuses nothing.
+    // Limits that were never set are not lowered, and refuse no block.
     platform::SetPhysicalMemory(kPhysicalMemory, 1);
     U_SetMemUsageLimits(0, 0);
     EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
     EXPECT_EQ(Limits().maximum, kPhysicalMemory);
-    EXPECT_TRUE(Had(100000));
+    EXPECT_TRUE(CanAllocate(100000));
 }
 
 TEST_F(Budget, TheFudgeBufferIsASettingReadAtBirth)
 {
-    typedef std::pair<const char*, U_u64> Row; // the setting and the room left, in MiB
+    typedef std::pair<const char*, U_u64> Row; // the setting, and the room in MiB
     for (const auto& [setting, room] : {Row{"104857600", 300}, Row{"0", 1000}})
     {
         SCOPED_TRACE(setting);
@@ -226,7 +227,7 @@ TEST_F(Budget, TheFudgeBufferIsASettingReadAtBirth)
     }
 }
 
-TEST_F(Budget, StatisticsTellUseAndRoom)
+TEST_F(Budget, StatisticsReturnUseAndRoom)
 {
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
     const U_u64 pool = U_GetRecycledMemorySize();
@@ -254,22 +255,22 @@ TEST_F(Budget, StatisticsTellUseAndRoom)
     EXPECT_EQ(U_GetMemoryStat(0, nullptr), 3);
 }
 
-TEST_F(Budget, TheLargestBlockIsWhatMallocGives)
+TEST_F(Budget, TheLargestBlockIsTheLargestOfMalloc)
 {
     if (kHugeBlocksAreSlow)
         GTEST_SKIP();
     U_u64 largest = 0;
-    bool gives = false;
-    bool givesMore = true;
+    bool succeeds = false;
+    bool succeedsWithMore = true;
     {
         const ScAddressSpaceLimit limited(300 * kMiB);
         largest = Stat(U_MemStat_LargestBlock);
-        gives = MallocGives(largest);
-        givesMore = MallocGives(largest + 1024);
+        succeeds = MallocSucceeds(largest);
+        succeedsWithMore = MallocSucceeds(largest + 1024);
     }
-    EXPECT_TRUE(gives) << largest;
-    EXPECT_FALSE(givesMore) << largest;
-    EXPECT_LT(Stat(U_MemStat_LargestBlock), 0xC0000000) << "where malloc gives more";
+    EXPECT_TRUE(succeeds) << largest;
+    EXPECT_FALSE(succeedsWithMore) << largest;
+    EXPECT_LT(Stat(U_MemStat_LargestBlock), 0xC0000000) << "the search ends below 3 GiB";
     EXPECT_GT(Stat(U_MemStat_LargestBlock), largest);
 }
 
@@ -285,7 +286,7 @@ TEST_F(Budget, AccountingChargesAndChecksItsRange)
     U_AccountSystemAllocation(-large);
     U_AccountAllocation(-1000);
     const U_i64 most = std::numeric_limits<U_i64>::max();
-    U_AccountSystemAllocation(most); // a host's mistake must be undoable
+    U_AccountSystemAllocation(most); // a host can undo a wrong charge
     U_AccountSystemAllocation(-most);
     EXPECT_EQ(InUse(), used);
     EXPECT_EQ(U_AccountAllocationEx(0x7FFFFFFF, true), 0);

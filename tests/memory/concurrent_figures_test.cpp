@@ -16,9 +16,9 @@
 
 namespace
 {
-const U_u64 kThreadShare = 32 * 1024; // bytes that a thread may keep back from the tracked use
+const U_u64 kThreadPart = 32 * 1024; // bytes by which a thread's part of the tracked use varies
 
-// Runs work on another thread, again and again, until the scope ends.
+// Runs `work` repeatedly on another thread until the scope ends.
 class ScRepeated
 {
 public:
@@ -54,7 +54,7 @@ private:
 class ConcurrentFigures : public Hogs
 {
 protected:
-    // Threads that live at once leave as many records, which a sum over threads visits.
+    // Makes 200 records of threads, which every sum over threads visits.
     void SetUp() override
     {
         Hogs::SetUp();
@@ -69,7 +69,7 @@ protected:
     }
 };
 
-// Calls read again and again, while one thread makes blocks and another frees them.
+// Calls `read` repeatedly while one thread allocates blocks and another thread frees them.
 template <class Block, class Make, class Free, class Read>
 void WhilePassing(Make make, Free free, Read read)
 {
@@ -98,8 +98,8 @@ U_u64 Stat(U_u32 which)
 }
 } // namespace
 
-// Unsigned counts: a handle that is seen to go before it was made would be 2^32 - 1.
-TEST_F(ConcurrentFigures, AHogCountsNoHandleThatHasGone)
+// The counts are unsigned: a handle that is subtracted before it is added would give 2^32 - 1.
+TEST_F(ConcurrentFigures, AHogCountsNoFreedHandle)
 {
     Stats most = {0, 0};
     WhilePassing<void**>(
@@ -108,14 +108,15 @@ TEST_F(ConcurrentFigures, AHogCountsNoHandleThatHasGone)
             const Stats now = Count();
             most = {std::max(most.mHandles, now.mHandles), std::max(most.mBytes, now.mBytes)};
         });
-    EXPECT_LE(most.mHandles, 2u) << "one handed over, one in flight";
+    EXPECT_LE(most.mHandles, 2u) << "one handed over, one with a thread";
     EXPECT_LE(most.mBytes, 200u);
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
-TEST_F(ConcurrentFigures, UseIsOffByWhatThreadsKeepBackAndNotByWhatFlowsThrough)
+TEST_F(ConcurrentFigures, UseIsOffByThePartsOfThreadsOnly)
 {
-    for (const U_u64 size : {100000, 2000}) // charged at once, and kept back for a while
+    for (const U_u64 size :
+         {100000, 2000}) // charged at once, and first charged to the thread's part
     {
         SCOPED_TRACE(size);
         const U_u64 before = InUse();
@@ -127,13 +128,13 @@ TEST_F(ConcurrentFigures, UseIsOffByWhatThreadsKeepBackAndNotByWhatFlowsThrough)
                                 least = std::min(least, now);
                                 most = std::max(most, now);
                             });
-        EXPECT_GE(least, before - 3 * kThreadShare);
-        EXPECT_LE(most, before + 2 * size + 3 * kThreadShare);
-        EXPECT_EQ(InUse(), before) << "exact when no thread is at work";
+        EXPECT_GE(least, before - 3 * kThreadPart);
+        EXPECT_LE(most, before + 2 * size + 3 * kThreadPart);
+        EXPECT_EQ(InUse(), before) << "exact when no thread allocates";
     }
 }
 
-TEST_F(ConcurrentFigures, RecycledBlocksThatComeAndGoWrapNoFigure)
+TEST_F(ConcurrentFigures, RecycledBlocksInMotionWrapNoFigure)
 {
     const int kThreads = 4;
     const int kRuns = kHugeBlocksAreSlow ? 200 : 10000;
@@ -176,9 +177,9 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
     SetLimitsAboveUse(60 * kMiB, 64 * kMiB);
     std::atomic<int> held(0);
     std::atomic<int> mostHeld(0);
-    std::atomic<int> had(0);
+    std::atomic<int> allocated(0);
     platform::SetHeapFailure([](unsigned long long) {
-        std::this_thread::yield(); // between the decision and the block
+        std::this_thread::yield(); // between the decision and the allocation
         return false;
     });
     OnThreads(4, [&](int) {
@@ -187,7 +188,7 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
             void* const block = U_AllocatePtrQuiet(kBlock);
             if (!block)
                 continue;
-            ++had;
+            ++allocated;
             const int now = ++held;
             for (int most = mostHeld; most < now && !mostHeld.compare_exchange_weak(most, now);)
             {
@@ -199,11 +200,11 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
     });
     platform::SetHeapFailure({});
     EXPECT_EQ(mostHeld, 1);
-    EXPECT_GT(had, 0);
+    EXPECT_GT(allocated, 0);
 }
 
-// The block is in use or in the pool, and both count for a block that is not recycled.
-TEST_F(ConcurrentFigures, ARecycledBlockThatComesAndGoesLeavesNoRoom)
+// A recycled block is in use or in the pool. Both count against a block that is not recycled.
+TEST_F(ConcurrentFigures, ARecycledBlockInMotionLeavesNoRoom)
 {
     const U_u64 kBlock = 32 * kMiB;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); // the pool keeps it
@@ -212,7 +213,7 @@ TEST_F(ConcurrentFigures, ARecycledBlockThatComesAndGoesLeavesNoRoom)
         SCOPED_TRACE(size);
         SetLimitsAboveUse(kMiB, 2 * kMiB);
         const U_u64 maximum = InUse() + 2 * kMiB;
-        int had = 0;
+        int fits = 0;
         int asks = 0;
         {
             const ScRepeated churn(
@@ -221,16 +222,16 @@ TEST_F(ConcurrentFigures, ARecycledBlockThatComesAndGoesLeavesNoRoom)
             {
                 MEM_Claim claim;
                 MEM_ClaimUsage(4 * kMiB, 1, maximum, &U_GetRecycledMemorySize, &claim);
-                had += claim.mFits ? 1 : 0;
+                fits += claim.mFits ? 1 : 0;
                 MEM_EndClaim(&claim);
             }
         }
-        // A block that leaves and comes back, both during one comparison, can be missed.
-        EXPECT_LT(had, asks / 1000);
+        // A block that leaves the pool and returns during one comparison may be missed.
+        EXPECT_LT(fits, asks / 1000);
     }
 }
 
-// The functions return the bytes beside the usage.
+// The functions return the bytes of the pool.
 TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
 {
     static int sReads;
@@ -245,19 +246,19 @@ TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
          true},
         {[]() -> unsigned long long { return ++sReads % 2 ? 2 * kMiB : 0; }, false}, // no rest
     };
-    for (const auto& [beside, fits] : kRows)
+    for (const auto& [pooledBytes, fits] : kRows)
     {
         sReads = 0;
         const U_u64 used = MEM_GetMemUsage();
         MEM_Claim claim;
-        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, beside, &claim), 0);
+        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, pooledBytes, &claim), 0);
         EXPECT_EQ(claim.mFits, fits);
         MEM_AccountSystemAllocation(static_cast<long long>(used - MEM_GetMemUsage()));
     }
 }
 
-// The budget charges a block before the heap is asked. Nothing that runs on the
-// allocating thread sees that charge before the thread has the block.
+// The budget charges a block before the heap allocates the block. Until then no measurement on the
+// allocating thread includes the charge.
 TEST_F(ConcurrentFigures, AThreadSeesNoChargeForABlockThatItDoesNotHaveYet)
 {
     U_u64 before = 0;
@@ -272,10 +273,10 @@ TEST_F(ConcurrentFigures, AThreadSeesNoChargeForABlockThatItDoesNotHaveYet)
     EXPECT_EQ(U_AllocatePtrQuiet(kMiB), nullptr);
     platform::SetHeapFailure({});
     EXPECT_EQ(inside, before);
-    EXPECT_EQ(other, before + kMiB) << "another thread finds the room taken";
-    EXPECT_EQ(InUse(), before) << "a heap that refuses takes the charge back";
+    EXPECT_EQ(other, before + kMiB) << "another thread sees the charge";
+    EXPECT_EQ(InUse(), before) << "the charge is cancelled if the heap refuses";
 
-    // A purge request on the way to a recycled block, whose room is taken already.
+    // A purge request for a recycled block whose claim is already made.
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
     const ScPurgeHost host([&](bool*) { inside = InUse() - U_GetRecycledMemorySize(); });
     const U_u64 used = InUse() - U_GetRecycledMemorySize();

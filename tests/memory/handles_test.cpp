@@ -1,5 +1,4 @@
-// Blocks one by one: sizes, copies, resources, recycled pointers, and what is
-// no block of ours.
+// Single blocks: sizes, copies, resources, recycled pointers, and foreign handles.
 
 #include <cstdio>
 #include <cstring>
@@ -38,7 +37,7 @@ protected:
         return handle;
     }
 
-    // Where the last report came from.
+    // The location of the last report.
     static U_u32 LastLocation()
     {
         U_u32 location = 0;
@@ -48,7 +47,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Handles, KeepTheirValueAndContentsAcrossResizes)
+TEST_F(Handles, HandlesKeepTheirValueAndContentsAcrossResizes)
 {
     void** handle = Filled();
     void** const value = handle;
@@ -58,22 +57,22 @@ TEST_F(Handles, KeepTheirValueAndContentsAcrossResizes)
         ASSERT_EQ(U_ResizeHandle(1, size, "resize", &handle), 0);
         EXPECT_EQ(handle, value);
         EXPECT_STREQ(static_cast<char*>(*handle), kText);
-        U_u32 told = 0;
-        EXPECT_EQ(U_GetHandleSize(handle, &told), 0);
-        EXPECT_EQ(told, size);
+        U_u32 stored = 0;
+        EXPECT_EQ(U_GetHandleSize(handle, &stored), 0);
+        EXPECT_EQ(stored, size);
     }
     U_FreeHandle(handle);
 
     void* pointer = nullptr;
     ASSERT_EQ(U_ResizePtr(1, 500000, "new", &pointer), 0) << "null allocates";
-    U_u64 told = 0;
-    EXPECT_EQ(U_GetPtrSize(pointer, &told), 0);
-    EXPECT_EQ(told, 500000u);
+    U_u64 stored = 0;
+    EXPECT_EQ(U_GetPtrSize(pointer, &stored), 0);
+    EXPECT_EQ(stored, 500000u);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pointer) % 16, 0u);
     U_FreePtr(pointer);
 }
 
-TEST_F(Handles, NullIsAnswered)
+TEST_F(Handles, NullArgumentsAreRefusedOrIgnored)
 {
     U_u32 size = 77;
     U_u64 longSize = 77;
@@ -98,7 +97,7 @@ TEST_F(Handles, NullIsAnswered)
     EXPECT_EQ(mAlerts.Texts(), kNoSize);
 }
 
-TEST_F(Handles, OfOthersAreToldAndHarmless)
+TEST_F(Handles, ForeignHandlesAreReportedAndDoNoHarm)
 {
     const U_u64 used = InUse();
     MEM_HeapRef otherHeap = MEM_NewHeap();
@@ -108,7 +107,7 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
     U_FreeHandle(freed);
     void* words[2] = {};
     void** onStack = words;
-    // What it is, and the size of what is copied.
+    // The kind of handle, and the size of a copy.
     const std::tuple<const char*, void**, U_u32> rows[] = {
         {"another heap's", ofOther, 10},
         {"the toolbox's", ofToolbox, 0},
@@ -136,26 +135,27 @@ TEST_F(Handles, OfOthersAreToldAndHarmless)
         DisposeHandle(copy);
     }
     EXPECT_EQ(U_FreeHandle(ofToolbox), 0);
-    EXPECT_EQ(GetHandleSize(ofToolbox), 10) << "still there";
+    EXPECT_EQ(GetHandleSize(ofToolbox), 10) << "not freed";
 
-    char told[200];
-    std::snprintf(told, sizeof(told),
+    char report[200];
+    std::snprintf(report, sizeof(report),
                   "Test Host error: assertion failed\nHandle is not from U heap. MP:%p P:%p\n"
                   "line: 2033 of file: ..\\indep\\U_Memory.\n\n",
                   static_cast<void*>(ofOther), *ofOther);
     mAlerts.Clear();
     mAlerts.mWhileUp = [&](const platform::Alert&) {
-        EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 10u) << "told before it is freed";
+        EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 10u)
+            << "reported before the handle is freed";
     };
     EXPECT_EQ(U_FreeHandle(ofOther), 0);
-    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{told});
+    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{report});
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 0u) << "freed in its own heap";
     MEM_DumpLeaks(otherHeap);
     DisposeHandle(ofToolbox);
     EXPECT_EQ(InUse(), used);
 }
 
-TEST_F(Handles, OfOthersBeyondTheSizeLimitHaveNoSize)
+TEST_F(Handles, ForeignHandlesAboveTheSizeLimitHaveNoSize)
 {
     if (kHugeBlocksAreSlow)
         GTEST_SKIP();
@@ -175,9 +175,9 @@ TEST_F(Handles, OfOthersBeyondTheSizeLimitHaveNoSize)
     MEM_DumpLeaks(otherHeap);
 }
 
-TEST_F(Handles, DuplicatesThatCantBeMadeAreToldWhere)
+TEST_F(Handles, FailedDuplicatesAreReportedWithTheirLocation)
 {
-    void** handle = U_AllocateHandleQuiet(5000); // so large that it is measured
+    void** handle = U_AllocateHandleQuiet(5000); // large enough to be measured
     void** ofToolbox = FilledPlatform();
     void** out = nullptr;
     platform::SetHeapFailure([](unsigned long long) { return true; });
@@ -197,7 +197,7 @@ TEST_F(Handles, DuplicatesThatCantBeMadeAreToldWhere)
     DisposeHandle(ofToolbox);
 }
 
-TEST_F(Handles, ADuplicateHasWhatAPurgeForItHasLeft)
+TEST_F(Handles, ADuplicateCopiesTheBytesThatAPurgeLeft)
 {
     for (const bool frees : {false, true})
     {
@@ -221,12 +221,12 @@ TEST_F(Handles, ADuplicateHasWhatAPurgeForItHasLeft)
     }
 }
 
-TEST_F(Handles, AResourceIsMovedOrStays)
+TEST_F(Handles, AResourceIsMovedOrUnchanged)
 {
     void** resource = FilledPlatform();
     AddResource(resource);
     AddResource(resource);
-    EXPECT_EQ(ResError(), -194) << "once is enough";
+    EXPECT_EQ(ResError(), -194) << "a resource already";
     void** out = nullptr;
     platform::SetHeapFailure([](unsigned long long) { return true; });
     EXPECT_EQ(U_GetHandleSize(nullptr, nullptr), 3); // another location
@@ -242,7 +242,7 @@ TEST_F(Handles, AResourceIsMovedOrStays)
     U_FreeHandle(out);
 }
 
-TEST_F(Handles, RecycledPointersComeBackAndBalanceTheirCharge)
+TEST_F(Handles, RecycledPointersAreReusedAndBalanceTheirCharge)
 {
     void* first = U_AllocateRecycledPtr(1, "recycled", 100000);
     ASSERT_TRUE(first);
@@ -261,7 +261,7 @@ TEST_F(Handles, RecycledPointersComeBackAndBalanceTheirCharge)
     void* again = U_AllocateRecycledPtr(1, "recycled", 99000);
     EXPECT_EQ(U_GetRecycledMemorySize(), 0u) << "taken from the pool";
     EXPECT_EQ(MEM_GetMemUsage(), used + pool + 16);
-    EXPECT_EQ(withoutFrames(), before - pool) << "it is a frame";
+    EXPECT_EQ(withoutFrames(), before - pool) << "a recycled block is a frame";
     U_FreeRecycledPtr(again);
     EXPECT_EQ(MEM_GetMemUsage(), used);
     EXPECT_EQ(withoutFrames(), before);

@@ -1,4 +1,4 @@
-// The heap itself, on many threads at once.
+// The heap on many threads at once, and without memory.
 
 #include <atomic>
 #include <cstdlib>
@@ -23,9 +23,9 @@ namespace
 typedef BornLibrary Heap;
 
 // A block that any thread may check, resize and free.
-struct Place
+struct SharedBlock
 {
-    std::mutex lock; // guards the rest
+    std::mutex lock; // guards the other members
     void** handle = nullptr;
     char fill = 0;
 
@@ -38,7 +38,7 @@ struct Place
     bool IsWhole() const { return !handle || Bytes().find_first_not_of(fill) == std::string::npos; }
 };
 
-// Where even the C library has no memory. Returns what goes wrong.
+// Uses the heap while the C library has no memory. Returns the number of wrong results.
 int FaultsWithoutMemory()
 {
     const unsigned long long kLarge = 1 << 20;
@@ -58,7 +58,7 @@ int FaultsWithoutMemory()
         faults += MEM_NewHandle(heap, kLarge) != nullptr;
         faults += MEM_ResizePtr(heap, kept, kLarge) != nullptr;
         faults += MEM_SetHandleSize(heap, handle, kLarge) == 0;
-        // What was given back for those may serve others.
+        // The thread's cached blocks were freed for the attempts, so a small block fits.
         void* const small = MEM_NewPtrDebug(heap, 200, "small", nullptr, 0);
         faults += !small;
         MEM_DisposePtr(heap, small);
@@ -70,51 +70,51 @@ int FaultsWithoutMemory()
 }
 } // namespace
 
-TEST(HeapDeathTest, RefusesWithoutMemoryAndLosesNoBlock)
+TEST(HeapDeathTest, WithoutMemoryTheHeapRefusesAndLosesNoBlock)
 {
     SKIP_UNDER_SANITIZERS();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(std::exit(FaultsWithoutMemory()), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(Heap, KeepsContentsWhileThreadsHammerIt)
+TEST_F(Heap, BlocksKeepTheirContentsWhileThreadsResizeThem)
 {
     const U_u64 before = InUse();
-    std::vector<Place> places(64);
+    std::vector<SharedBlock> blocks(64);
     std::atomic<int> damaged(0);
     OnThreads(4, [&](int number) {
         std::mt19937 random(static_cast<unsigned>(number));
         for (int i = 0; i < 5000; ++i)
         {
-            Place& place = places[random() % places.size()];
-            const std::lock_guard<std::mutex> guard(place.lock);
+            SharedBlock& shared = blocks[random() % blocks.size()];
+            const std::lock_guard<std::mutex> guard(shared.lock);
             const U_u64 size = random() % 6000;
-            damaged += !place.IsWhole();
-            if (!place.handle)
-                place.handle = U_AllocateHandleQuiet(size);
+            damaged += !shared.IsWhole();
+            if (!shared.handle)
+                shared.handle = U_AllocateHandleQuiet(size);
             else if (random() % 2)
-                U_FreeHandle(std::exchange(place.handle, nullptr));
+                U_FreeHandle(std::exchange(shared.handle, nullptr));
             else
             {
-                const std::string whole = place.Bytes();
-                EXPECT_EQ(U_ResizeHandle(1, size, nullptr, &place.handle), 0);
-                damaged += place.Bytes().compare(0, whole.size(), whole, 0, size) != 0;
+                const std::string whole = shared.Bytes();
+                EXPECT_EQ(U_ResizeHandle(1, size, nullptr, &shared.handle), 0);
+                damaged += shared.Bytes().compare(0, whole.size(), whole, 0, size) != 0;
             }
-            place.fill = static_cast<char>(random());
-            if (place.handle)
-                std::memset(*place.handle, place.fill, size);
+            shared.fill = static_cast<char>(random());
+            if (shared.handle)
+                std::memset(*shared.handle, shared.fill, size);
         }
     });
-    for (const Place& place : places)
+    for (const SharedBlock& shared : blocks)
     {
-        damaged += !place.IsWhole();
-        U_FreeHandle(place.handle);
+        damaged += !shared.IsWhole();
+        U_FreeHandle(shared.handle);
     }
     EXPECT_EQ(damaged, 0);
     EXPECT_EQ(InUse(), before);
 }
 
-TEST_F(Heap, MasterPointersFreedElsewhereAreUsedAgain)
+TEST_F(Heap, MasterPointersFreedOnOtherThreadsAreReused)
 {
     const U_u64 before = InUse();
     std::set<void**> handles;
@@ -135,7 +135,7 @@ TEST_F(Heap, MasterPointersFreedElsewhereAreUsedAgain)
     EXPECT_LT(handles.size(), settled + 5000);
 }
 
-TEST_F(Heap, NamesAreKeptCutAtACharacter)
+TEST_F(Heap, LongNamesAreCutAtACharacter)
 {
     const std::string longName = std::string(62, 'n') + "\xC3\xA9" + "rest";
     MEM_HeapRef heap = MEM_NewHeap();
@@ -150,6 +150,6 @@ TEST_F(Heap, NamesAreKeptCutAtACharacter)
     MEM_DisposePtr(heap, leak);
     MEM_DisposeHandle(heap, unnamed);
     MEM_DumpLeaks(heap);
-    EXPECT_EQ(MEM_NewHeap(), heap) << "an empty one is given out again";
+    EXPECT_EQ(MEM_NewHeap(), heap) << "an empty heap is reused";
     MEM_DumpLeaks(heap);
 }

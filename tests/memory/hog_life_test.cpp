@@ -1,4 +1,4 @@
-// Hogs from birth to death: the report of what is left, and what the next life sees.
+// Hogs from birth to death: the report of leaks, and the hogs of the next life.
 
 #include <optional>
 
@@ -70,13 +70,14 @@ TEST_F(HogLeaks, DeathNamesThoseWithHandlesLeft)
     EXPECT_EQ(mReport.mSeverity, U_Sev_LEAK);
     EXPECT_EQ(mReport.mText, "Test Host warning: " + expected);
     EXPECT_EQ(mAlerts.All().size(), 1u);
-    const Texts lines = LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never told"});
+    const Texts lines =
+        LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never reported"});
     EXPECT_EQ(lines.back().size(), 1023u);
     U_SetHogReportingOn(false);
 }
 
-// More may have been freed than was made: copies are freed as what they are copies of.
-TEST_F(HogLeaks, BytesOfTooFewAreNegative)
+// A copy of a hog handle is freed as a handle of the same hog, so the count may become negative.
+TEST_F(HogLeaks, BytesOfANegativeCountAreNegative)
 {
     void** handle = New(10);
     for (int count = 0; count < 2; ++count)
@@ -95,7 +96,7 @@ TEST_F(HogLeaks, BytesOfTooFewAreNegative)
     U_Birth("Test Host", nullptr);
 }
 
-TEST_F(HogLeaks, ABirthAfterOneThatFailedBeginsWithNone)
+TEST_F(HogLeaks, ABirthAfterAFailedBirthHasNoHogs)
 {
     U_Death();
     const U_u64 used = MEM_GetMemUsage();
@@ -125,7 +126,7 @@ TEST_F(HogLeaks, ABirthAfterOneThatFailedBeginsWithNone)
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
-TEST_F(HogLeaks, AlertsNameTheTableThatABirthFailedFor)
+TEST_F(HogLeaks, AFailedBirthNamesTheTableInItsAlert)
 {
     U_Death();
     const ScExpectedLeaks expected; // of the steps before the one that fails

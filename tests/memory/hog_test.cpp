@@ -1,4 +1,4 @@
-// Hogs: their handles, and what is refused.
+// Hogs: their handles, and refusals.
 
 #include <cstring>
 #include <functional>
@@ -20,7 +20,7 @@ typedef std::vector<std::string> Texts;
 
 const char kBadHog[] = "Test Host error: bad tracked memory ID\t";
 
-U_Status LockInVain(void** handle)
+U_Status FailToLock(void** handle)
 {
     void* data = &data;
     const U_Status refused = U_LockHogHandle(handle, &data);
@@ -28,7 +28,7 @@ U_Status LockInVain(void** handle)
     return refused;
 }
 
-U_Status AskSizeInVain(void** handle)
+U_Status FailToGetSize(void** handle)
 {
     U_u64 size = 99;
     const U_Status refused = U_GetHogHandleSize(handle, &size);
@@ -37,7 +37,7 @@ U_Status AskSizeInVain(void** handle)
 }
 } // namespace
 
-TEST_F(Hogs, KeepTheirHeaderToThemselves)
+TEST_F(Hogs, SizesLeaveTheHeaderOut)
 {
     void** handle = New(100);
     U_u64 size = 0;
@@ -51,15 +51,15 @@ TEST_F(Hogs, KeepTheirHeaderToThemselves)
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % 16, 0u);
     std::memset(data, 0xEE, 100);
     EXPECT_EQ(Count(), (Stats{1, 100}));
-    EXPECT_EQ(U_FreeHogHandle(handle), 0) << "freeing takes no notice of locks";
+    EXPECT_EQ(U_FreeHogHandle(handle), 0) << "a locked handle can be freed";
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
-TEST_F(Hogs, LockedOnesAreNotResized)
+TEST_F(Hogs, LockedHandlesAreNotResized)
 {
     void** handle = New(100);
     void* data = nullptr;
-    EXPECT_EQ(U_UnlockHogHandle(handle), 0) << "one unlock too many counts for nothing";
+    EXPECT_EQ(U_UnlockHogHandle(handle), 0) << "an unmatched unlock does nothing";
     EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
     EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
     EXPECT_EQ(U_UnlockHogHandle(handle), 0);
@@ -71,12 +71,12 @@ TEST_F(Hogs, LockedOnesAreNotResized)
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, RegisterInRowsOfTenAndKeepTheirCounts)
+TEST_F(Hogs, RegistrationsGrowTheTableAndKeepItsCounts)
 {
     void** handle = New(7);
     for (U_u32 index = 1; index < 32; ++index)
     {
-        ASSERT_EQ(U_RegisterHog("test", &mId), 0) << "a name may come again";
+        ASSERT_EQ(U_RegisterHog("test", &mId), 0) << "a name may be registered again";
         EXPECT_EQ(mId, index ^ kFirstId);
         EXPECT_EQ(Count(), (Stats{0, 0}));
     }
@@ -85,7 +85,7 @@ TEST_F(Hogs, RegisterInRowsOfTenAndKeepTheirCounts)
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
+TEST_F(Hogs, BadIdentifiersAreReportedWithTheLocation)
 {
     void** out = U_AllocateHandleQuiet(1);
     void** const untouched = out;
@@ -101,50 +101,50 @@ TEST_F(Hogs, BadIdentifiersAreReportedWhereTheyAreMet)
     U_FreeHandle(untouched);
 }
 
-// Also those whose bytes tell of the first hog, but in no live block with a header.
-TEST_F(Hogs, HandlesThatTellNoHogAreRefusedAndLeftAlone)
+// Also handles whose bytes contain the index of the first hog, but that are not live or too small.
+TEST_F(Hogs, HandlesWithoutAHogAreRefusedAndUnchanged)
 {
     void* none = nullptr;
     U_u64 header[2] = {};
     void* local = header;
     void** stranger = U_AllocateHandleClearQuiet(64);
-    static_cast<U_u32*>(*stranger)[1] = 1; // the hog behind the last
+    static_cast<U_u32*>(*stranger)[1] = 1; // the index after the last hog
     void** empty = U_AllocateHandleClearQuiet(0);
     void** half = U_AllocateHandleClearQuiet(8);
     void** almost = U_AllocateHandleClearQuiet(15);
-    void** gone = New(100);
-    EXPECT_EQ(U_FreeHogHandle(gone), 0);
+    void** freed = New(100);
+    EXPECT_EQ(U_FreeHogHandle(freed), 0);
     char* const inside = reinterpret_cast<char*>(stranger) + 1;
 
     const std::tuple<const char*, U_Status (*)(void**)> kCalls[] = {
         {"( 23 :: 33 )", &U_FreeHogHandle},
-        {"( 23 :: 34 )", &LockInVain},
+        {"( 23 :: 34 )", &FailToLock},
         {"( 23 :: 35 )", &U_UnlockHogHandle},
-        {"( 23 :: 36 )", &AskSizeInVain},
+        {"( 23 :: 36 )", &FailToGetSize},
         {"( 23 :: 37 )", [](void** handle) { return U_ResizeHogHandle(0, "to", 10, handle); }},
     };
     void** const kHandles[] = {nullptr,  &none, &local,
                                stranger, empty, half,
-                               almost,   gone,  reinterpret_cast<void**>(inside)};
-    for (const auto& [where, call] : kCalls)
+                               almost,   freed, reinterpret_cast<void**>(inside)};
+    for (const auto& [location, call] : kCalls)
     {
         for (std::size_t index = 0; index < std::size(kHandles); ++index)
         {
-            SCOPED_TRACE(where + (" of handle " + std::to_string(index)));
+            SCOPED_TRACE(location + (" of handle " + std::to_string(index)));
             mLog.Clear();
             EXPECT_EQ(call(kHandles[index]), 2);
-            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(where)});
+            EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{kBadHog + std::string(location)});
         }
     }
     EXPECT_EQ(Count(), (Stats{0, 0}));
     for (void** handle : {stranger, empty, half, almost})
     {
-        EXPECT_EQ(U_CheckHandleFromHeap(handle), 0) << "it lives on";
+        EXPECT_EQ(U_CheckHandleFromHeap(handle), 0) << "still live";
         U_FreeHandle(handle);
     }
 }
 
-TEST_F(Hogs, ConvertFromAndToPlainHandles)
+TEST_F(Hogs, HogHandlesConvertFromAndToPlainHandles)
 {
     void** plain = U_AllocateHandleQuiet(6);
     std::memcpy(*plain, "hello", 6);
@@ -176,7 +176,7 @@ TEST_F(Hogs, ConvertFromAndToPlainHandles)
     U_FreeHogHandle(hog);
 }
 
-TEST_F(Hogs, SizesThatCanNotBeHadChangeNothing)
+TEST_F(Hogs, ImpossibleSizesChangeNothing)
 {
     void** handle = New(100);
     for (U_u64 size : {U_u64(0x7FFFFFFF), U_u64(0xFFFFFFF0), U_u64(0x100000064), ~U_u64(0)})
@@ -190,17 +190,17 @@ TEST_F(Hogs, SizesThatCanNotBeHadChangeNothing)
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, ARegistrationThatFailsTellsOfWhatAndTakesNoSlot)
+TEST_F(Hogs, AFailedRegistrationIsReportedAndTakesNoIndex)
 {
-    // And the bytes of a block that can be had.
+    // The text of the report, and the size of the largest block that the heap gives.
     const std::pair<const char*, unsigned long long> kRows[] = {
         {"tracked memory name", 0}, {"tracked memory global table", 100}};
     for (U_u32 index = 1; index < 10; ++index)
         U_RegisterHog("fills the table", &mId);
-    for (const auto& [what, had] : kRows)
+    for (const auto& [what, largest] : kRows)
     {
         mAlerts.Clear();
-        platform::SetHeapFailure([most = had](unsigned long long size) { return size > most; });
+        platform::SetHeapFailure([most = largest](unsigned long long size) { return size > most; });
         EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
         platform::SetHeapFailure({});
         EXPECT_THAT(mAlerts.Texts(),
@@ -212,7 +212,7 @@ TEST_F(Hogs, ARegistrationThatFailsTellsOfWhatAndTakesNoSlot)
     EXPECT_EQ(mId, 10 ^ kFirstId);
 }
 
-// A purge request that growth makes runs with the table locked for other threads.
+// The growth of the table calls the purge callback with the table locked.
 TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
 {
     void** handle = New(100000);
@@ -220,7 +220,7 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
         U_RegisterHog("fills the table", &mId);
     const ScPurgeHost host([&](bool*) {
         U_u32 nested = 0;
-        EXPECT_EQ(U_RegisterHog("nested", &nested), 4) << "there is no room for it either";
+        EXPECT_EQ(U_RegisterHog("nested", &nested), 4) << "the table has no room yet";
         EXPECT_EQ(U_FreeHogHandle(handle), 0);
         platform::SetHeapFailure({});
     });
@@ -231,7 +231,7 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
-// A purge request runs on the thread that asks, in the middle of its call.
+// The purge callback runs on the allocating thread, within the call that allocates.
 TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
 {
     void** handle = New(200);
@@ -241,38 +241,38 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
         platform::SetHeapFailure({});
         change();
     });
-    const auto whenNextAsked = [&](const std::function<void()>& body) {
+    const auto onNextPurge = [&](const std::function<void()>& body) {
         change = body;
         platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
     };
     const auto shrink = [&] { EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, handle), 0); };
-    whenNextAsked(shrink);
+    onNextPurge(shrink);
     EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 20, handle), 0);
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
 
     U_u32 size = 0;
-    whenNextAsked(shrink);
+    onNextPurge(shrink);
     EXPECT_EQ(U_NewHandleFromHogHandle(handle, &copy), 0);
     EXPECT_EQ(U_GetHandleSize(copy, &size), 0);
-    EXPECT_EQ(size, 1u << 20) << "of which five bytes are told";
+    EXPECT_EQ(size, 1u << 20) << "the earlier size, of which five bytes are copied";
     EXPECT_EQ(Count(), (Stats{1, 5}));
     U_FreeHogHandle(handle);
 
-    whenNextAsked([&] { U_FreeHandle(copy); });
-    EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &handle), 0) << "of what has gone";
+    onNextPurge([&] { U_FreeHandle(copy); });
+    EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &handle), 0) << "from a freed handle";
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
 
     void* data = nullptr;
-    void* const place = *handle;
-    whenNextAsked([&] { EXPECT_EQ(U_LockHogHandle(handle, &data), 0); });
-    SetLimitsAboveUse(1, 1 << 30); // so that it is asked before anything is tried
+    void* const address = *handle;
+    onNextPurge([&] { EXPECT_EQ(U_LockHogHandle(handle, &data), 0); });
+    SetLimitsAboveUse(1, 1 << 30); // so that the callback runs before the first attempt
     EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 1 << 21, handle), 1);
-    EXPECT_EQ(*handle, place);
+    EXPECT_EQ(*handle, address);
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
+TEST_F(Hogs, FlagsDecideOnClearingAndReports)
 {
     const std::tuple<const char*, U_u32, bool> kRows[] = {
         {"picture", 0, true},
@@ -282,10 +282,10 @@ TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
         {"picture", U_Hog_Quiet | U_Hog_Clear, false},
     };
     const char kZeros[600] = {};
-    for (const auto& [opName, flags, isTold] : kRows)
+    for (const auto& [opName, flags, isReported] : kRows)
     {
         SCOPED_TRACE(flags);
-        for (const bool isUsed : {false, true}) // the block that was just given back
+        for (const bool isUsed : {false, true}) // the second block reuses the first
         {
             void* data = nullptr;
             void** handle = New(600, flags);
@@ -300,11 +300,11 @@ TEST_F(Hogs, FlagsDecideOnZerosAndOnReports)
         platform::SetHeapFailure([](unsigned long long size) { return size == 616; });
         EXPECT_EQ(U_NewHogHandle(mId, kLocation, opName, 600, flags, &handle), 4);
         platform::SetHeapFailure({});
-        EXPECT_EQ(mAlerts.All().size(), isTold ? 1u : 0u);
+        EXPECT_EQ(mAlerts.All().size(), isReported ? 1u : 0u);
     }
 }
 
-TEST_F(Hogs, OfAnotherHeapAreReportedAndFreedAllTheSame)
+TEST_F(Hogs, HandlesOfAnotherHeapAreReportedAndFreed)
 {
     MEM_HeapRef otherHeap = MEM_NewHeap();
     void** handle = MEM_NewHandle(otherHeap, 100);
@@ -312,7 +312,7 @@ TEST_F(Hogs, OfAnotherHeapAreReportedAndFreedAllTheSame)
     void** own = New(84);
     mLog.Clear();
     EXPECT_EQ(U_FreeHogHandle(handle), 0);
-    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for its size, and for its end";
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for the size, and for the free";
     EXPECT_EQ(Count(), (Stats{0, 0}));
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, handle), 0u);
     U_FreeHandle(own);

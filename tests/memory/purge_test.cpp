@@ -1,4 +1,4 @@
-// Making room: the host's callback, the recycled pool, and when it ends.
+// Making room: the host's callback, the recycled pool, and the end of a run.
 
 #include <chrono>
 #include <condition_variable>
@@ -95,18 +95,18 @@ TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
     U_FreePtr(block);
 }
 
-TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
+TEST_F(Purge, AStallShrinksThePoolIfTheHostSetsTheFlag)
 {
-    // The host's flag, what is pooled beside about 2.8 MiB of request, whether the pool
-    // shrinks, and what is told.
+    // The host's flag, the bytes in the pool for a request of about 2.8 MiB, whether the pool
+    // shrinks, and the start of the log line.
     const std::tuple<bool, U_u64, bool, std::string> rows[] = {
         {false, 4 * kMiB, false, std::string(kStalled) + "0"},
         {true, 0, false, kPoolStalled},
         {true, 4 * kMiB, true, "DONE. Under threshold"},
     };
-    for (const auto& [flagged, pooled, shrinks, told] : rows)
+    for (const auto& [flagged, pooled, shrinks, line] : rows)
     {
-        SCOPED_TRACE(told);
+        SCOPED_TRACE(line);
         U_PurgeRecycledMemory(~0ull);
         if (pooled)
             U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, pooled));
@@ -121,11 +121,11 @@ TEST_F(Purge, AStallShrinksThePoolIfTheHostSaysSo)
         ASSERT_EQ(host.mRequests.size(), 1u);
         EXPECT_EQ(U_GetRecycledMemorySize(), shrinks ? pool - host.mRequests[0].amount : pool);
         ASSERT_EQ(Done().size(), 1u);
-        EXPECT_EQ(Done()[0].substr(0, told.size()), told);
+        EXPECT_EQ(Done()[0].substr(0, line.size()), line);
     }
 }
 
-TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndNoHostBeginsNone)
+TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndWithoutAHostNoneStarts)
 {
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
     const U_u64 pool = U_GetRecycledMemorySize();
@@ -144,16 +144,15 @@ TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndNoHostBeginsNone)
     EXPECT_EQ(U_GetRecycledMemorySize(), pool);
 }
 
-TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
+TEST_F(Purge, TheCheckReturnsWhetherTheLimitWasHitAndStillIs)
 {
-    // Use stands 10 MiB under the limit, and the host holds 20 MiB.
-    // What is needed, whether the host frees a MiB each time that it is asked, the answer,
-    // and the requests.
+    // Use is 10 MiB below the limit, and the host has 20 MiB. The rows: the bytes needed, whether
+    // the host frees 1 MiB in each call, whether use is above the limit at the end, and the calls.
     const std::tuple<U_u64, bool, bool, std::size_t> rows[] = {
         {10 * kMiB, false, false, 0},    // exactly at the limit
-        {10 * kMiB + 1, false, true, 3}, // three runs, each asks once
-        {13 * kMiB, true, false, 4},     // the last byte beside takes a round more
-        {40 * kMiB, true, true, 23},     // the first run asks until nothing is left
+        {10 * kMiB + 1, false, true, 3}, // three runs of one call each
+        {13 * kMiB, true, false, 4},     // the check requests one byte more than needed
+        {40 * kMiB, true, true, 23},     // the first run ends when the host has nothing left
         {~U_u64(0), false, true, 3},     // no sum wraps
     };
     for (const auto& [needed, hostFrees, isOver, requests] : rows)
@@ -173,16 +172,16 @@ TEST_F(Purge, TheCheckTellsWhetherTheLimitWasHitAndIsStill)
         EXPECT_EQ(over, isOver);
         EXPECT_EQ(hit, requests > 0);
         EXPECT_EQ(host.mRequests.size(), requests);
-        std::vector<std::string> told;
+        std::vector<std::string> lines;
         if (hit)
-            told.push_back("hit limit with inUse=" + std::to_string(used) +
-                           ", needed=" + std::to_string(static_cast<U_i64>(needed)) +
-                           ", purgeLimit=" + std::to_string(Prepurge()));
-        EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), told);
+            lines.push_back("hit limit with inUse=" + std::to_string(used) +
+                            ", needed=" + std::to_string(static_cast<U_i64>(needed)) +
+                            ", purgeLimit=" + std::to_string(Prepurge()));
+        EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), lines);
     }
 }
 
-TEST_F(Purge, TheCheckStaysOnTheSafeSideOfAnError)
+TEST_F(Purge, TheCheckReturnsOverTheLimitAfterAnError)
 {
     MEM_SetMemUsageLimits(kMiB, 2 * kMiB);
     bool over = false;
@@ -196,7 +195,7 @@ TEST_F(Purge, TheCheckStaysOnTheSafeSideOfAnError)
     EXPECT_EQ(U_CheckRAMPurgeLimit(nullptr, 0, nullptr), 3);
 }
 
-TEST_F(Purge, SeveralThreadsAreInTheHostAtOnce)
+TEST_F(Purge, SeveralThreadsRunTheCallbackAtOnce)
 {
     struct Meeting
     {

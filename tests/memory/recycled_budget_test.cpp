@@ -1,5 +1,5 @@
-// The recycled pool in the budget: room for recycled blocks, and what a host
-// that says so lets go of for others.
+// The recycled pool in the budget: room for recycled blocks, and shrunk for other blocks if the
+// host sets the flag.
 
 #include <tuple>
 #include <utility>
@@ -29,7 +29,7 @@ protected:
         ASSERT_GE(mPool, kMiB);
     }
 
-    // Use with the pool stands that far above the prepurge limit.
+    // Sets the prepurge limit `excess` bytes below use with the pool.
     void SetPrepurgeBelowUse(U_u64 excess)
     {
         MEM_SetMemUsageLimits(InUse() - excess, InUse() + 100 * kMiB);
@@ -40,7 +40,7 @@ protected:
 };
 } // namespace
 
-TEST_F(RecycledBudget, ThePoolIsRoomAndGivesWayByTheExcess)
+TEST_F(RecycledBudget, ThePoolCountsAsRoomAndShrinksByTheExcess)
 {
     const U_u64 used = InUse();
     SetPrepurgeBelowUse(1000);
@@ -55,7 +55,7 @@ TEST_F(RecycledBudget, ThePoolIsRoomAndGivesWayByTheExcess)
     U_FreeRecycledPtr(block);
 }
 
-TEST_F(RecycledBudget, APoolThatTheHostEmptiesLeavesUseToBePurged)
+TEST_F(RecycledBudget, IfTheHostEmptiesThePoolUseIsPurged)
 {
     const ScPurgeHost host([](bool*) { U_PurgeRecycledMemory(~0ull); });
     const U_u64 excess = mPool - 100000; // more than half, so that the host is asked
@@ -75,7 +75,7 @@ TEST_F(RecycledBudget, APoolThatTheHostEmptiesLeavesUseToBePurged)
     U_FreeRecycledPtr(block);
 }
 
-TEST_F(RecycledBudget, ARecycledRunKeepsThePoolWhateverTheHostSays)
+TEST_F(RecycledBudget, ARecycledRunKeepsThePoolDespiteTheFlag)
 {
     const ScPurgeHost host([](bool* flag) { *flag = true; });
     SetPrepurgeBelowUse(mPool + 1000);
@@ -85,17 +85,16 @@ TEST_F(RecycledBudget, ARecycledRunKeepsThePoolWhateverTheHostSays)
     EXPECT_EQ(U_GetRecycledMemorySize(), mPool);
 }
 
-TEST_F(RecycledBudget, TheHostsLeaveToShrinkThePoolLastsForTheRun)
+TEST_F(RecycledBudget, TheFlagOfTheHostLastsForTheRun)
 {
     void* held = U_AllocatePtrQuiet(kMiB);
-    std::vector<bool> flags; // as each round found them
+    std::vector<bool> flags; // at the start of each call
     const ScPurgeHost host([&](bool* flag) {
         flags.push_back(*flag);
         *flag = true;
         U_FreePtr(std::exchange(held, nullptr));
     });
-    // The host frees 1 MiB of about 2.8; then use stalls and the pool gives
-    // its one, which is less than what is left.
+    // The host frees 1 MiB of about 2.8 MiB. Then use stalls, and the pool has only 1 MiB.
     SetPrepurgeBelowUse(0);
     void* block = U_AllocatePtrQuiet(5000);
     EXPECT_TRUE(block);
@@ -123,7 +122,7 @@ TEST_F(RecycledBudget, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
 {
     const std::tuple<U_u64, bool, bool> rows[] = {
         {4000, true, true}, {4001, true, false}, {4000, false, false}};
-    for (const auto& [size, recycled, had] : rows)
+    for (const auto& [size, recycled, isAllocated] : rows)
     {
         SCOPED_TRACE(testing::Message() << size << recycled);
         const ScPurgeHost host;
@@ -132,7 +131,7 @@ TEST_F(RecycledBudget, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
         MEM_SetMemUsageLimits(use, use + 4000);
         void* const fromPool = recycled ? U_AllocateRecycledPtr(0, nullptr, size) : nullptr;
         void* const plain = recycled ? nullptr : U_AllocatePtrQuiet(size);
-        EXPECT_EQ(fromPool || plain, had);
+        EXPECT_EQ(fromPool || plain, isAllocated);
         const double wanted = static_cast<double>(size) + 0.02 * static_cast<double>(use);
         EXPECT_EQ(host.mRequests.back().amount, static_cast<U_u64>(wanted) + (recycled ? 0 : pool));
         U_FreeRecycledPtr(fromPool);

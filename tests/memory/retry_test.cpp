@@ -1,4 +1,4 @@
-// The loop that every allocation runs under: attempts, purges, log lines.
+// The loop of every allocation: attempts, purges and log lines.
 
 #include <algorithm>
 #include <cstring>
@@ -50,7 +50,7 @@ protected:
         mLog.Clear();
     }
 
-    // The lines of the loop, without that of the report at its end.
+    // The lines of the loop, without the line of the report.
     Lines LoopLines() const
     {
         Lines lines = mLog.Texts();
@@ -64,21 +64,21 @@ protected:
     void** mHandle = nullptr;
 };
 
-// One way to ask for kSize bytes. Says whether it was had, and frees it.
-struct Way
+// A function that allocates kSize bytes, returns whether that succeeded, and frees the block.
+struct Function
 {
     const char* what;
     bool named;
-    bool (*ask)(void*& pointer, void**& handle);
+    bool (*allocate)(void*& pointer, void**& handle);
 };
 
-bool Had(void* pointer)
+bool FreeBlock(void* pointer)
 {
     U_FreePtr(pointer);
     return pointer != nullptr;
 }
 
-bool Had(void** handle)
+bool FreeBlock(void** handle)
 {
     U_FreeHandle(handle);
     return handle != nullptr;
@@ -87,9 +87,9 @@ bool Had(void** handle)
 template <class Resize> bool Resized(void*& pointer, Resize resize)
 {
     void* resized = pointer;
-    const bool had = resize(&resized) == 0;
-    pointer = had ? resized : pointer;
-    return had && resized;
+    const bool succeeded = resize(&resized) == 0;
+    pointer = succeeded ? resized : pointer;
+    return succeeded && resized;
 }
 
 int Procedure(void*, bool* okay)
@@ -98,15 +98,19 @@ int Procedure(void*, bool* okay)
     return 0;
 }
 
-const Way kWays[] = {
-    {"handle", true, [](void*&, void**&) { return Had(U_AllocateHandle(1, "Test block", kSize)); }},
+const Function kFunctions[] = {
+    {"handle", true,
+     [](void*&, void**&) { return FreeBlock(U_AllocateHandle(1, "Test block", kSize)); }},
     {"handle, no name", false,
-     [](void*&, void**&) { return Had(U_AllocateHandle(1, nullptr, kSize)); }},
-    {"handle, quiet", false, [](void*&, void**&) { return Had(U_AllocateHandleQuiet(kSize)); }},
+     [](void*&, void**&) { return FreeBlock(U_AllocateHandle(1, nullptr, kSize)); }},
+    {"handle, quiet", false,
+     [](void*&, void**&) { return FreeBlock(U_AllocateHandleQuiet(kSize)); }},
     {"handle, clear", true,
-     [](void*&, void**&) { return Had(U_AllocateHandleClear(1, "Test block", kSize)); }},
-    {"pointer", true, [](void*&, void**&) { return Had(U_AllocatePtr(1, "Test block", kSize)); }},
-    {"pointer, quiet", false, [](void*&, void**&) { return Had(U_AllocatePtrClearQuiet(kSize)); }},
+     [](void*&, void**&) { return FreeBlock(U_AllocateHandleClear(1, "Test block", kSize)); }},
+    {"pointer", true,
+     [](void*&, void**&) { return FreeBlock(U_AllocatePtr(1, "Test block", kSize)); }},
+    {"pointer, quiet", false,
+     [](void*&, void**&) { return FreeBlock(U_AllocatePtrClearQuiet(kSize)); }},
     {"resize handle", true,
      [](void*&, void**& handle) { return U_ResizeHandle(1, kSize, "Test block", &handle) == 0; }},
     {"resize pointer", true,
@@ -120,28 +124,28 @@ const Way kWays[] = {
 };
 } // namespace
 
-TEST_F(Retry, EachWayTriesAgainOnceWhateverHappenedToUse)
+TEST_F(Retry, EachFunctionRetriesOnceAlsoIfUseDidNotFall)
 {
-    for (const Way& way : kWays)
+    for (const Function& function : kFunctions)
     {
         for (int failures = 0; failures <= 2; ++failures)
         {
-            SCOPED_TRACE(testing::Message() << way.what << ", failures: " << failures);
+            SCOPED_TRACE(testing::Message() << function.what << ", failures: " << failures);
             FailNext(failures);
-            EXPECT_EQ(way.ask(mPointer, mHandle), failures < 2);
+            EXPECT_EQ(function.allocate(mPointer, mHandle), failures < 2);
 
             Lines expected;
             for (int failed = 0; failed < std::min(failures, 2); ++failed)
             {
                 expected.push_back(kFailed);
-                if (way.named)
+                if (function.named)
                     expected.push_back(kNamed);
             }
             if (failures)
                 expected.push_back(failures == 1 ? kRecovered : kNotRecovered);
             if (failures > 1)
                 expected.push_back(std::string("ALLOC_FAILED_UNABLE_TO_RECOVER: what:") +
-                                   (way.named ? "Test block" : "Unidentified caller."));
+                                   (function.named ? "Test block" : "Unidentified caller."));
             EXPECT_EQ(LoopLines(), expected);
             EXPECT_TRUE(mLog.Lines().empty() || mLog.Lines().front().level == 0);
         }
@@ -150,20 +154,20 @@ TEST_F(Retry, EachWayTriesAgainOnceWhateverHappenedToUse)
 
 TEST_F(Retry, ALogThatThrowsChangesNothing)
 {
-    U_ResizePtrQuiet(kSize, &mPointer); // some ways leave both so
+    U_ResizePtrQuiet(kSize, &mPointer); // the size that some functions leave
     U_ResizeHandle(1, kSize, nullptr, &mHandle);
     const U_u64 used = InUse();
     platform::SetLogSink([](int, const char*, const char*, const char*) { throw 9; });
-    for (const Way& way : kWays)
+    for (const Function& function : kFunctions)
     {
         for (int failures : {1, 2})
         {
             FailNext(failures);
-            EXPECT_EQ(way.ask(mPointer, mHandle), failures < 2) << way.what;
+            EXPECT_EQ(function.allocate(mPointer, mHandle), failures < 2) << function.what;
         }
     }
     const ScPurgeHost host;
-    SetLimitsAboveUse(0, 0); // the budget refuses, in more lines
+    SetLimitsAboveUse(0, 0); // the budget refuses, which logs more lines
     EXPECT_EQ(U_AllocatePtr(1, "Test block", kSize), nullptr);
     bool over = false;
     EXPECT_EQ(U_CheckRAMPurgeLimit(&over, kMiB, nullptr), 0);
@@ -172,7 +176,7 @@ TEST_F(Retry, ALogThatThrowsChangesNothing)
     EXPECT_EQ(InUse(), used);
 }
 
-// Room that has gone since the budget allowed the block does not take the second attempt.
+// The second attempt is made also if the room is gone since the budget allowed the block.
 TEST_F(Retry, TheSecondAttemptIsMadeWithoutRoom)
 {
     SetLimitsAboveUse(5 * kMiB, 10 * kMiB);
@@ -180,14 +184,14 @@ TEST_F(Retry, TheSecondAttemptIsMadeWithoutRoom)
     const ScPurgeHost host([](bool*) { U_AccountAllocation(20 * kMiB); });
     void* const block = U_AllocatePtrQuiet(4 * kMiB);
     EXPECT_NE(block, nullptr);
-    EXPECT_EQ(mFailures, -1) << "the heap was asked twice";
+    EXPECT_EQ(mFailures, -1) << "two attempts";
     U_FreePtr(block);
     U_AccountAllocation(-static_cast<U_i32>(20 * kMiB * host.mRequests.size()));
 }
 
-TEST_F(Retry, GoesOnForAsLongAsUseFalls)
+TEST_F(Retry, AttemptsContinueWhileUseFalls)
 {
-    // The host frees a block in each of three rounds, which earns a try each.
+    // The host frees a block in each of three rounds, and each round allows one more attempt.
     const std::pair<int, const char*> rows[] = {
         {2, "success:t, retries:2"},
         {3, "success:t, retries:3"},
@@ -206,14 +210,14 @@ TEST_F(Retry, GoesOnForAsLongAsUseFalls)
             cache.pop_back();
         });
         FailNext(failures);
-        EXPECT_EQ(Had(U_AllocatePtrQuiet(kSize)), failures < 4);
+        EXPECT_EQ(FreeBlock(U_AllocatePtrQuiet(kSize)), failures < 4);
         EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{outcome});
         for (void* left : cache)
             U_FreePtr(left);
     }
 }
 
-TEST_F(Retry, AFailedTryPurgesTheBlocksSizeOffTodaysUse)
+TEST_F(Retry, AFailedAttemptPurgesTheSizeOfTheBlock)
 {
     ScPurgeHost host;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(1, nullptr, kMiB));
@@ -226,8 +230,9 @@ TEST_F(Retry, AFailedTryPurgesTheBlocksSizeOffTodaysUse)
         U_PurgeLoop(
             kSize, [](void*, bool*) { return 0; }, nullptr, recycled);
         const U_u64 room = 10 * kMiB + (recycled ? U_GetRecycledMemorySize() : 0);
-        EXPECT_EQ(host.mRequests.size(), 2u) << "once for each try";
-        EXPECT_GE(platform::SyncMemUsageCount(), syncs + 4) << "the loop's own and the purge's";
+        EXPECT_EQ(host.mRequests.size(), 2u) << "once for each attempt";
+        EXPECT_GE(platform::SyncMemUsageCount(), syncs + 4)
+            << "two of the loop and two of the purge";
         EXPECT_EQ(host.mRequests.back().block, room + kSize);
         EXPECT_EQ(host.mRequests.back().amount, kSize);
     }
@@ -237,7 +242,7 @@ TEST_F(Retry, UseThatCanNoLongerBeMeasuredEndsTheLoop)
 {
     mLog.Clear();
     platform::SetHeapFailure([](unsigned long long) {
-        platform::SetUsageError(-108); // after the budget has said yes
+        platform::SetUsageError(-108); // after the budget allowed the block
         return true;
     });
     EXPECT_EQ(U_AllocatePtrQuiet(kSize), nullptr);
@@ -245,7 +250,7 @@ TEST_F(Retry, UseThatCanNoLongerBeMeasuredEndsTheLoop)
                                    "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Unidentified caller."}));
 }
 
-TEST_F(Retry, CompactsTheHeapOnMainThreadsOnly)
+TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
 {
     const auto compactions = [this] {
         const unsigned int before = platform::HeapCompactCount();
@@ -257,7 +262,7 @@ TEST_F(Retry, CompactsTheHeapOnMainThreadsOnly)
     OnFreshThread([&] { EXPECT_EQ(compactions(), 0u); });
 }
 
-TEST_F(Retry, SizesBeyondTheLargestAreRefusedBeforeAnythingHappens)
+TEST_F(Retry, SizesAboveTheLargestAreRefusedAtOnce)
 {
     int asked = 0;
     platform::SetHeapFailure([&](unsigned long long) { return ++asked; });
@@ -276,14 +281,14 @@ TEST_F(Retry, SizesBeyondTheLargestAreRefusedBeforeAnythingHappens)
         EXPECT_EQ(U_PurgeLoop(size, &Procedure, nullptr, false), 4);
     }
     EXPECT_EQ(mLog.Texts(), Lines());
-    // With the pool's own header this one no longer fits.
+    // With the header this size is above the limit of the pool.
     EXPECT_EQ(U_AllocateRecycledPtr(1, "big", 0x7FFFFFFF), nullptr);
     EXPECT_EQ(asked, 0);
     EXPECT_EQ(U_AllocatePtrQuiet(0x7FFFFFFF), nullptr);
     EXPECT_EQ(asked, 2) << "the largest reaches the heap";
 }
 
-TEST_F(Retry, NoBytesAreABlockToo)
+TEST_F(Retry, EmptyBlocksAreAllocated)
 {
     void** handle = U_AllocateHandleClearQuiet(0);
     void* pointer = U_AllocatePtrQuiet(0);
@@ -296,7 +301,7 @@ TEST_F(Retry, NoBytesAreABlockToo)
     U_FreeRecycledPtr(recycled);
 }
 
-TEST_F(Retry, AnErrorOfTheBudgetEndsInSilence)
+TEST_F(Retry, AnErrorOfTheBudgetIsNotLogged)
 {
     platform::SetUsageError(-108);
     mLog.Clear();
@@ -307,7 +312,7 @@ TEST_F(Retry, AnErrorOfTheBudgetEndsInSilence)
     EXPECT_EQ(mLog.Texts(), Lines());
 }
 
-TEST_F(Retry, ClearBlocksAreZeroAlsoWhenTheirMemoryWasUsed)
+TEST_F(Retry, ClearBlocksAreZeroAlsoInUsedMemory)
 {
     for (U_u64 size : {1, 1000, 3000, 100000})
     {

@@ -56,26 +56,26 @@ protected:
         U_InstallExternalMemoryManager(Id(number), [size] { return size; });
     }
 
-    // What std::bad_alloc said.
+    // Returns the text of the std::bad_alloc.
     template <class Allocate> static std::string Refused(Allocate allocate)
     {
         platform::SetHeapFailure([](U_u64) { return true; });
-        std::string said;
+        std::string text;
         try
         {
             allocate();
         }
         catch (const std::bad_alloc& failure)
         {
-            said = failure.what();
+            text = failure.what();
         }
         platform::SetHeapFailure({});
-        return said;
+        return text;
     }
 };
 } // namespace
 
-TEST_F(MemServices, TrackedObjectsCountAsUseUntilTheyGo)
+TEST_F(MemServices, TrackedObjectsCountAsUseUntilTheyAreFreed)
 {
     const U_u64 before = InUse();
     const auto taken = [&] { return InUse() - before; };
@@ -108,7 +108,7 @@ TEST_F(MemServices, TrackedObjectsCountAsUseUntilTheyGo)
 
 TEST_F(MemServices, RefusedObjectIsReportedByNameAndThrows)
 {
-    // Without a name the user hears nothing.
+    // Without a name nothing is reported to the user.
     const std::tuple<void (*)(), const char*, const char*> rows[] = {
         {[] { delete new Tracked; }, "U_MemTrackedObject", ""},
         {[] { delete[] new Tracked[2]; }, "U_MemTrackedObject", ""},
@@ -117,7 +117,7 @@ TEST_F(MemServices, RefusedObjectIsReportedByNameAndThrows)
         {[] { delete[] new (0x170002, "Two") Tracked[2]; }, "Two", "( 23 :: 2 "},
         {[] { delete new (0x170001, nullptr) Tracked; }, nullptr, ""},
     };
-    for (const auto& [allocate, name, place] : rows)
+    for (const auto& [allocate, name, location] : rows)
     {
         SCOPED_TRACE(name ? name : "quiet");
         mAlerts.Clear();
@@ -125,9 +125,9 @@ TEST_F(MemServices, RefusedObjectIsReportedByNameAndThrows)
         if (!name)
             EXPECT_TRUE(mAlerts.Texts().empty());
         else
-            EXPECT_THAT(
-                mAlerts.Texts(),
-                ElementsAre(AllOf(HasSubstr(" / " + std::string(name) + ")"), HasSubstr(place))));
+            EXPECT_THAT(mAlerts.Texts(),
+                        ElementsAre(AllOf(HasSubstr(" / " + std::string(name) + ")"),
+                                          HasSubstr(location))));
     }
 }
 
@@ -146,7 +146,7 @@ TEST_F(MemServices, ManagersCountAsUseButNotAsTheLibrarysOwn)
     U_GetMemoryStat(U_MemStat_InUseByLibrary, &ownWithManagers);
     EXPECT_EQ(ownWithManagers, own);
 
-    // They count against the limits.
+    // Managers count against the limits.
     SetLimitsAboveUse(10 * kMiB, 20 * kMiB);
     Install(3, 19 * kMiB);
     EXPECT_EQ(U_AllocatePtrQuiet(2 * kMiB), nullptr);
@@ -159,7 +159,7 @@ TEST_F(MemServices, ManagersCountAsUseButNotAsTheLibrarysOwn)
         const ScFailingNew failing(1);
         U_UnInstallExternalMemoryManager(Id(number));
     }
-    Install(9, 7); // in the place of one that was uninstalled without memory
+    Install(9, 7); // replaces a manager that was uninstalled without memory
     const ScFailingNew failing(1);
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 2000u + 35 + 7);
     EXPECT_FALSE(failing.HasFailed()) << "a measurement allocates";
@@ -168,7 +168,7 @@ TEST_F(MemServices, ManagersCountAsUseButNotAsTheLibrarysOwn)
 TEST_F(MemServices, UseByTheLibraryStopsAboveZero)
 {
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
-    // Of a usage figure that doesn't hold the managers.
+    // A usage figure without the managers.
     static long long sBesidePool = 0;
     const TOLV_U_Callbacks callbacks = {
         [] { return U_GetRecycledMemorySize() + static_cast<unsigned long long>(sBesidePool); },
@@ -187,7 +187,7 @@ TEST_F(MemServices, UseByTheLibraryStopsAboveZero)
     }
 }
 
-TEST_F(MemServices, AMeasurementAsksExactlyTheManagersThatItBeganWith)
+TEST_F(MemServices, AMeasurementCallsTheManagersThatItBeganWith)
 {
     unsigned char installed = 0;
     const std::function<void()> installNext = [&] {
@@ -204,13 +204,13 @@ TEST_F(MemServices, AMeasurementAsksExactlyTheManagersThatItBeganWith)
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 39u);
 }
 
-TEST_F(MemServices, ManagersMayChangeTheTableWhileTheyAreAsked)
+TEST_F(MemServices, ManagersMayChangeTheTableDuringAMeasurement)
 {
     std::string asked;
     U_InstallExternalMemoryManager(Id(2), [&asked]() -> size_t {
         asked += "2";
         U_UnInstallExternalMemoryManager(Id(2));
-        U_UnInstallExternalMemoryManager(Id(3)); // is asked once more
+        U_UnInstallExternalMemoryManager(Id(3)); // is called once more
         Install(4, 40);
         return 2;
     });
@@ -227,7 +227,7 @@ TEST_F(MemServices, ManagersMayChangeTheTableWhileTheyAreAsked)
     EXPECT_EQ(asked, "1231");
 }
 
-TEST_F(MemServices, FunctionMayCallInWhenItIsCopiedAndGoes)
+TEST_F(MemServices, AManagerMayCallTheLibraryInItsCopyAndDestructor)
 {
     struct Caller
     {
@@ -237,7 +237,7 @@ TEST_F(MemServices, FunctionMayCallInWhenItIsCopiedAndGoes)
         size_t operator()() const { return 1; }
     };
     U_InstallExternalMemoryManager(Id(1), Caller());
-    U_InstallExternalMemoryManager(Id(1), Caller()); // goes at once
+    U_InstallExternalMemoryManager(Id(1), Caller()); // destroyed at once
     U_UnInstallExternalMemoryManager(Id(1));
     EXPECT_EQ(U_GetSizeOfExternalMemoryManagers(), 0u);
 }
@@ -250,7 +250,7 @@ TEST_F(MemServices, SystemFiguresFollowWhatTheProcessTouches)
     void* const block = U_AllocatePtrClear(0, "Touched", kTouched);
     std::memset(block, 1, kTouched);
     const U_i64 tracked = static_cast<U_i64>(MEM_GetMemUsage());
-    U_AccountSystemAllocation(-tracked); // for all that is resident to be slop
+    U_AccountSystemAllocation(-tracked); // so that all resident bytes are slop
     TOLV_SyncMemUsageWithOS();
     U_AccountSystemAllocation(tracked);
     Install(1, 4242);
@@ -268,18 +268,18 @@ TEST_F(MemServices, SystemFiguresFollowWhatTheProcessTouches)
     TOLV_GetSlop(&slop);
     EXPECT_GT(slop, 0u);
     EXPECT_EQ(after.mSlop, slop);
-    for (const U_u64 untold :
+    for (const U_u64 unknown :
          {after.mPageins, after.mCalc, after.mGlobFree, after.mGlobActive, after.mGlobInactive,
           after.mGlobWired, after.mGlobFaults, after.mGlobPageins, after.mGlobPageouts})
-        EXPECT_EQ(untold, 0u);
+        EXPECT_EQ(unknown, 0u);
     EXPECT_EQ(U_GetSystemMemoryStats(nullptr), 3);
 }
 
-TEST_F(MemServices, LibrarysFiguresAreThereWithoutTheSystems)
+TEST_F(MemServices, TheLibrarysFiguresDoNotNeedTheSystems)
 {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit none = {0, limit.rlim_max}; // no file of the system's can be opened
+    const rlimit none = {0, limit.rlim_max}; // the system's files cannot be opened
     U_MemoryStats stats;
     std::memset(&stats, 0xEE, sizeof(stats));
     setrlimit(RLIMIT_NOFILE, &none);

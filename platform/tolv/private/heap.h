@@ -1,19 +1,64 @@
-// What a heap is, for the sources of the heap.
+// Heaps, blocks and the names of blocks, for the sources of the heap.
 
 #ifndef TOLV_HEAP_H
 #define TOLV_HEAP_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+
+#include "slots.h"
 
 struct MEM_Heap
 {
     explicit MEM_Heap(std::uint16_t number) : mNumber(number) {}
 
     const std::uint16_t mNumber;
-    std::atomic<bool> mEnded{false}; // found empty at its end: may be given out again
+    std::atomic<bool> mEnded{false}; // was empty at its end: MEM_NewHeap may return it again
     std::atomic<long long> mBaselineBlocks{0};
     std::atomic<long long> mBaselineBytes{0};
 };
+
+namespace tolv
+{
+// The bytes before the caller's bytes.
+struct alignas(16) BlockHeader
+{
+    void** mSlot;
+    std::uint32_t mName;
+};
+
+inline BlockHeader* HeaderOf(void* block)
+{
+    return static_cast<BlockHeader*>(block) - 1;
+}
+
+// Returns the slot of a live block, or null for null and for an address that is no block.
+// REQUIRES: the bytes before the address are readable.
+inline void** SlotOfBlock(void* block)
+{
+    if (!block)
+        return nullptr;
+    void** slot = HeaderOf(block)->mSlot;
+    return FindSlab(slot) && *slot == block ? slot : nullptr;
+}
+
+// Returns the slab of a live handle, or null for any other address.
+inline Slab* SlabOfHandle(void** handle)
+{
+    Slab* slab = FindSlab(handle);
+    if (!slab || reinterpret_cast<std::uintptr_t>(handle) % sizeof(void*) ||
+        SlotIndex(slab, handle) >= kSlotsPerSlab || !IsLive(LoadAcquire(*handle)))
+        return nullptr;
+    return slab;
+}
+
+// Returns the number of a name, 0 for null. The number is valid until the process ends. Names are
+// cut to 63 bytes. The table is bounded: names without a free entry share one number. Takes no
+// lock.
+std::uint32_t InternName(const char* name);
+
+const char* NameOf(std::uint32_t number);
+} // namespace tolv
 
 #endif

@@ -1,10 +1,9 @@
 // Master pointers.
 //
-// Every live block owns one slot, which holds the block's address; a handle is
-// the address of a slot. Slots stand in slabs aligned to their size, so that
-// the slab, and with it the block's size and heap, is found from the slot's
-// address. A free slot holds the next free one with its lowest bit set, which
-// no block's address has.
+// Every live block owns one slot, which contains the block's address. A handle is the address of
+// a slot. Slots are elements of slabs that are aligned to their size: the address of a slot
+// determines the slab, and so the block's size and heap. A free slot contains the address of the
+// next free slot with the lowest bit set. No block's address has that bit.
 
 #ifndef TOLV_SLOTS_H
 #define TOLV_SLOTS_H
@@ -19,8 +18,7 @@ namespace tolv
 const std::size_t kSlabBytes = 0x10000;
 const std::size_t kSlotsPerSlab = 4680;
 
-// Sizes and heaps stand in arrays of their own: that keeps the bookkeeping of
-// a block at 14 bytes.
+// Sizes and heaps have arrays of their own, so that a block costs 14 bytes here and not 16.
 struct Slab
 {
     void* mBlocks[kSlotsPerSlab];
@@ -37,18 +35,18 @@ struct SlotChain
     std::size_t mCount = 0;
 };
 
-// A fresh or used chain of free slots from the common pool; empty without
-// memory. Takes the pool's lock.
+// Returns a chain of free slots from the common pool, an empty chain without memory. Takes the
+// pool's lock.
 SlotChain TakeChain();
 
-// Gives a chain to the common pool. False, with the chain left to the caller,
-// if the pool can't grow. Takes the pool's lock.
+// Gives a chain to the common pool. If the pool cannot grow, returns false and the caller keeps the
+// chain. Takes the pool's lock.
 bool GiveChain(const SlotChain& chain);
 
-// The slab of an address, null if it lies in none. Any address may be asked.
+// Returns the slab that contains an address, or null. The address need not be readable.
 Slab* FindSlab(const void* address);
 
-// The newest slab; from there mNext leads through all. Slabs never go.
+// Returns the newest slab, the head of the list of all slabs. Slabs are never freed.
 Slab* FirstSlab();
 
 inline Slab* SlabOf(void** slot)
@@ -61,13 +59,13 @@ inline std::size_t SlotIndex(const Slab* slab, void** slot)
     return static_cast<std::size_t>(slot - slab->mBlocks);
 }
 
-// What stands in a slot, its size or its heap is written by the block's owner
-// and may be read by a report on any thread at the same time.
-template <class T> T Peek(T& value)
+// Access to a slot, its size and its heap. The block's owner writes them, and a report on any
+// thread may read them at the same time.
+template <class T> T LoadAcquire(T& value)
 {
     return boost::atomic_ref<T>(value).load(boost::memory_order_acquire);
 }
-template <class T> void Poke(T& value, T newValue)
+template <class T> void StoreRelease(T& value, T newValue)
 {
     boost::atomic_ref<T>(value).store(newValue, boost::memory_order_release);
 }
@@ -77,21 +75,20 @@ inline bool IsLive(void* slotContent)
     return (reinterpret_cast<std::uintptr_t>(slotContent) & 1) == 0 && slotContent != nullptr;
 }
 
-// Makes a slot tell of no block, while it stays with the block's memory.
+// Marks the slot of a cached block. The slot is in no chain.
 inline void MarkFree(void** slot)
 {
-    Poke(*slot, reinterpret_cast<void*>(std::uintptr_t(1)));
+    StoreRelease(*slot, reinterpret_cast<void*>(std::uintptr_t(1)));
 }
 
-// Pushes a slot on a chain, which makes it free.
 inline void Push(SlotChain& chain, void** slot)
 {
-    Poke(*slot, static_cast<void*>(reinterpret_cast<char*>(chain.mFirst) + 1));
+    StoreRelease(*slot, static_cast<void*>(reinterpret_cast<char*>(chain.mFirst) + 1));
     chain.mFirst = slot;
     ++chain.mCount;
 }
 
-// Takes a slot off a chain that isn't empty.
+// REQUIRES: the chain is not empty.
 inline void** Pop(SlotChain& chain)
 {
     void** slot = chain.mFirst;

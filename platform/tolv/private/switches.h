@@ -1,4 +1,4 @@
-// The switches of the heap and the usage figure, for platform/control.h.
+// Switches of TOLV for platform/control.h.
 
 #ifndef TOLV_SWITCHES_H
 #define TOLV_SWITCHES_H
@@ -14,25 +14,27 @@ void SetUsageError(short code);
 unsigned int SyncMemUsageCount();
 bool MemDialogsQuieted();
 
-// FlushEvents calls so far.
+void ClearProfile(); // of the profile integers
+
+// Calls of FlushEvents since the last reset.
 unsigned int FlushEventsCount();
 void ResetFlushEventsCount();
 
-// What GetScriptManagerVariable answers.
+// Sets the result of GetScriptManagerVariable.
 void SetDoubleByteScript(bool on);
 
-// What GetCurrentKeyModifiers answers.
+// Sets the result of GetCurrentKeyModifiers.
 void SetModifierKeys(unsigned int mask);
 
-// Ends injected failures and sets the counts back; limits stay.
+// Ends injected failures and sets the counts to 0. Does not change the limits.
 void ResetSwitches();
 
 extern platform::SwitchedFunction<bool(unsigned long long)>& sShouldFail;
 
 bool AskPredicate(unsigned long long size);
 
-// Whether an injected failure hits an operation for size bytes. While none are
-// injected it looks at one flag.
+// Returns whether an injected failure applies to an operation on `size` bytes. Without an injected
+// failure the cost is one load.
 inline bool FailureInjected(unsigned long long size)
 {
     return sShouldFail.Installed() && AskPredicate(size);

@@ -11,7 +11,7 @@
 
 #include <platform/base/thread_local.h>
 
-#include "block.h"
+#include "heap.h"
 #include "slots.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -26,56 +26,57 @@ namespace tolv
 {
 const std::size_t kChainSlots = 585;
 
-// Small blocks that their thread freed, with their slots, by the size that
-// they can hold. The C library keeps such a cache too, but ends it where our
-// header carries a block of 1 KiB past it. A full cache of all sizes holds
-// 1 MiB.
+// Small blocks that the thread freed, with their slots, by capacity. The C library has such a
+// cache, too, but only up to about 1 KiB, which a block of 1 KiB with our header exceeds. A full
+// cache of all sizes contains 1 MiB.
 class BlockCache
 {
 public:
 #if defined(TOLV_WITH_ADDRESS_SANITIZER)
-    // The sanitizer is to see each block come and go.
+    // No cache, so that the sanitizer sees each allocation and each free.
     static const std::size_t kLargest = 0;
 #else
     static const std::size_t kLargest = 2048;
 #endif
 
-    // A block that holds size bytes, null if there is none. Its slot is free.
+    // Returns a block with a capacity of at least `size` bytes, or null. The slot of the block is
+    // marked as free.
     BlockHeader* Take(std::size_t size)
     {
-        const std::size_t place = Class(size);
-        if (size > kLargest || !mFirst[place])
+        const std::size_t sizeClass = Class(size);
+        if (size > kLargest || !mFirst[sizeClass])
             return nullptr;
-        BlockHeader* header = mFirst[place];
-        mFirst[place] = *Next(header);
-        --mCount[place];
+        BlockHeader* header = mFirst[sizeClass];
+        mFirst[sizeClass] = *Next(header);
+        --mCount[sizeClass];
         return header;
     }
 
-    // Any block, null once the cache is empty.
+    // Returns any block, or null if the cache is empty.
     BlockHeader* TakeAny()
     {
-        for (std::size_t place = 0; place < kClasses; ++place)
+        for (std::size_t sizeClass = 0; sizeClass < kClasses; ++sizeClass)
         {
-            if (BlockHeader* header = Take(place * kStep))
+            if (BlockHeader* header = Take(sizeClass * kStep))
                 return header;
         }
         return nullptr;
     }
 
-    // False if the block isn't small or there are enough of its size.
+    // Returns false, and the caller keeps the block, if the block is too large or the cache of its
+    // size class is full.
     bool Give(BlockHeader* header, std::size_t size)
     {
-        const std::size_t place = Class(size);
-        if (size > kLargest || mCount[place] == kMostPerClass)
+        const std::size_t sizeClass = Class(size);
+        if (size > kLargest || mCount[sizeClass] == kMostPerClass)
             return false;
-        *Next(header) = mFirst[place];
-        mFirst[place] = header;
-        ++mCount[place];
+        *Next(header) = mFirst[sizeClass];
+        mFirst[sizeClass] = header;
+        ++mCount[sizeClass];
         return true;
     }
 
-    // The bytes to allocate for a block of that size: all of its class.
+    // Returns the bytes to allocate for a block: the largest size of its size class.
     static std::size_t Capacity(std::size_t size)
     {
         return size && size <= kLargest ? Class(size) * kStep : size < kStep ? kStep : size;
@@ -103,8 +104,8 @@ struct alignas(platform::kCacheLine) ThreadRecord
 {
     std::atomic<long long> mUsagePart{0}; // bytes not handed over yet, see tracked_usage.h
     unsigned long long mClaimed = 0;      // bytes charged for blocks that the thread lacks yet
-    SlotChain mActive;                    // slots are taken from here and given back to here
-    SlotChain mSpare;                     // keeps a thread that swings round an edge off the pool
+    SlotChain mActive;                    // TakeSlot and GiveSlot use this chain
+    SlotChain mSpare;                     // full or empty; saves visits to the pool
     ThreadRecord* mNext = nullptr;        // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
@@ -112,27 +113,27 @@ struct alignas(platform::kCacheLine) ThreadRecord
 
 extern PLATFORM_THREAD_LOCAL ThreadRecord* tRecord;
 
-// Makes the calling thread's record; null without memory.
+// Makes the calling thread's record. Returns null without memory.
 ThreadRecord* MakeRecord();
 
-// The calling thread's record; null without memory.
+// Returns the calling thread's record, or null without memory.
 inline ThreadRecord* MyRecord()
 {
     ThreadRecord* record = tRecord;
     return record ? record : MakeRecord();
 }
 
-// A free slot, null without memory.
+// Returns a free slot, or null without memory.
 void** TakeSlot(ThreadRecord* record);
 
-// Makes a slot free again. It stays with the calling thread, or goes to the
-// common pool once that has plenty. A null record gives it to the pool.
+// Makes a slot free. The calling thread keeps the slot, and gives a chain to the common pool if two
+// chains are full. A null record gives the slot to the pool.
 void GiveSlot(ThreadRecord* record, void** slot);
 
-// The newest record; mNext leads from there through all. Records are never freed.
+// Returns the newest record, the head of the list of all records. Records are never freed.
 ThreadRecord* FirstRecord();
 
-// Records of threads that have not ended.
+// Returns the number of records of threads that have not ended.
 long long LiveRecords();
 } // namespace tolv
 

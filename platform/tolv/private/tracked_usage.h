@@ -1,10 +1,9 @@
-// The tracked usage: one figure of the process, and a small part that each thread keeps back.
+// The tracked usage: one figure of the process, and a small part in each thread's record.
 //
-// A thread adds charges below kDirectCharge to a part of its own and hands the part over
-// when it reaches kHandOver either way. Larger charges change the process's figure at once.
-// The usage is the process's figure plus all parts. The sum of both is exact while no
-// thread changes them. A part stays within 16 KiB either way, so it moves by at most 32 KiB
-// while a reader sums.
+// A thread adds charges below kDirectCharge to its part. When the part reaches kHandOver or
+// -kHandOver, the thread adds the part to the figure. Larger charges change the figure at once.
+// The usage is the figure plus all parts, which is exact while no thread charges. A part is
+// between -16 KiB and 16 KiB, so it changes by at most 32 KiB while a reader sums.
 //
 // A claim is a charge to the process's figure for a block that the thread does not have
 // yet. The thread's next charges are paid out of its claim, also charges of a callback that
@@ -58,15 +57,15 @@ inline void AddUsage(ThreadRecord* record, long long bytes)
 // The usage without the claim of the calling thread, at least 0.
 unsigned long long UsageSeenBy(const ThreadRecord* record);
 
-// If the usage seen by the thread, plus the bytes beside it, plus `size`, is at most `limit`,
-// adds `growth` to the process's figure and to the thread's claim, in one atomic step with
-// the comparison. Otherwise returns false and stores in *usage the usage with the bytes
-// beside it. Without a record nothing is claimed. `beside` may be null.
+// If the usage seen by the thread, plus the bytes of the pool, plus `size`, is at most `limit`,
+// adds `growth` to the process's figure and to the thread's claim, in one atomic step with the
+// comparison. Otherwise returns false and stores in *usage the usage with the bytes of the pool.
+// Without a record nothing is claimed. `pooledBytes` may be null.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long (*beside)(),
+                unsigned long long limit, unsigned long long (*pooledBytes)(),
                 unsigned long long* usage);
 
-// Takes back the thread's claim but for `kept` bytes.
+// Cancels the thread's claim except `kept` bytes.
 void ReleaseClaim(ThreadRecord& record, unsigned long long kept);
 } // namespace tolv
 
