@@ -21,7 +21,6 @@ namespace
 const U_u32 kSizeLocation = kModule | 0x17;
 const int kSizeLine = 1859;
 const int kCheckLine = 2033;
-const U_u32 kGettingSize = 93; // index of a text
 
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
@@ -143,14 +142,14 @@ U_Status U_GetHandleSize(void** handle, U_u32* size)
     if (!handle || !size)
     {
         Up_ReportNuloErrString(kSizeLocation, U_Sev_PROBLEM, U_Err_BadParameter,
-                               Up_StringOrEnglish(kGettingSize));
+                               Up_StringOrEnglish(kTextGettingHandleSize));
         return U_Err_BadParameter;
     }
     const U_i32 narrow = NarrowSize(MEM_GetHandleSize(UHeap(), handle));
     if (narrow < 0)
     {
         Up_ReportSyserrString(kSizeLocation, U_Sev_PROBLEM, narrow,
-                              Up_StringOrEnglish(kGettingSize));
+                              Up_StringOrEnglish(kTextGettingHandleSize));
         return narrow;
     }
     *size = static_cast<U_u32>(narrow);

@@ -8,6 +8,8 @@
 
 #include <platform/base/quiet_new.h>
 
+#include <platform/base/thread_local.h>
+
 #include "U_Types.h"
 
 // Called by birth and death. Up_HogBirth returns 0, or 4 with no table.
