@@ -42,7 +42,7 @@ PLATFORM_EXPORT int IsDBCSLeadByteEx(unsigned int codePage, unsigned char byte);
 //
 // Returns: the count of characters written or needed, or 0. Then GetLastError returns
 //  - 87 for an unknown code page, a null source, an empty source, other counts, a source and a
-//    destination that overlap, or a result of more than 2^31 - 1 characters;
+//    destination that overlap, or a source or result of more than 2^31 - 1 characters;
 //  - 122 if the destination is too small. The destination contains the characters that fit;
 //  - 1004 for other flags;
 //  - 8 if there is no memory for the tables of the code page, which its first use makes.
