@@ -36,7 +36,7 @@ typedef boost::function<bool(const krobase::utility::UTF16String& line)> LineFit
 //   inside; a character that does not fit is a line of its own.
 // - The line ends "\n", "\r\n", "\r", U+2028 and U+2029 begin a new line. Other control
 //   characters become spaces.
-// - Spaces at the end of a broken line, and empty lines at the end of the text, are left out.
+// - Spaces at the end of a line, and empty lines at the end of the text, are left out.
 //
 // Throws: std::bad_alloc; what `fits` throws.
 PLATFORM_EXPORT std::vector<krobase::utility::UTF16String>

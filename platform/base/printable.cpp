@@ -13,11 +13,11 @@ struct Head
     bool mIsPrintable;
 };
 
-// Returns whether the list of kept bytes holds the first byte of the text.
-bool IsKept(std::string_view text, std::string_view kept)
+// Returns whether the list of unescaped bytes holds the first byte of the text.
+bool IsUnescaped(std::string_view text, std::string_view unescaped)
 {
     const bool isOverwriting = text[0] == '\r' && text.substr(0, 2) != "\r\n";
-    return !isOverwriting && kept.find(text[0]) != std::string_view::npos;
+    return !isOverwriting && unescaped.find(text[0]) != std::string_view::npos;
 }
 
 bool EndsLine(std::string_view character)
@@ -25,14 +25,14 @@ bool EndsLine(std::string_view character)
     return character == "\u2028" || character == "\u2029";
 }
 
-Head HeadOf(std::string_view text, std::string_view kept)
+Head HeadOf(std::string_view text, std::string_view unescaped)
 {
     const std::size_t length = WellFormedLength(text);
     if (length == 0)
         return {1, false};
     const unsigned char lead = static_cast<unsigned char>(text[0]);
     if (length == 1)
-        return {1, !IsControl(lead) || IsKept(text, kept)};
+        return {1, !IsControl(lead) || IsUnescaped(text, unescaped)};
     const bool isControl = lead == 0xC2 && IsControl(static_cast<unsigned char>(text[1]));
     return {length, !isControl && !EndsLine(text.substr(0, length))};
 }
@@ -45,8 +45,8 @@ char LetterOf(unsigned char byte)
 }
 } // namespace
 
-PrintablePieces::PrintablePieces(std::string_view text, std::string_view kept)
-    : mText(text), mKept(kept)
+PrintablePieces::PrintablePieces(std::string_view text, std::string_view unescaped)
+    : mText(text), mUnescaped(unescaped)
 {
 }
 
@@ -55,7 +55,7 @@ std::string_view PrintablePieces::Next()
     std::size_t printable = 0;
     while (mRefused == 0 && printable < mText.size())
     {
-        const Head head = HeadOf(mText.substr(printable), mKept);
+        const Head head = HeadOf(mText.substr(printable), mUnescaped);
         if (head.mIsPrintable)
             printable += head.mLength;
         else if (printable)
@@ -84,16 +84,16 @@ std::string_view PrintablePieces::Escaped(unsigned char byte)
     return {mEscape, 4};
 }
 
-std::string Printable(std::string_view text, std::string_view kept)
+std::string Printable(std::string_view text, std::string_view unescaped)
 {
     std::string printable;
-    WritePrintable(text, kept, [&](std::string_view piece) { printable += piece; });
+    WritePrintable(text, unescaped, [&](std::string_view piece) { printable += piece; });
     return printable;
 }
 
-void WritePrintable(std::FILE* file, std::string_view text, std::string_view kept)
+void WritePrintable(std::FILE* file, std::string_view text, std::string_view unescaped)
 {
-    WritePrintable(text, kept, [file](std::string_view piece) {
+    WritePrintable(text, unescaped, [file](std::string_view piece) {
         std::fwrite(piece.data(), 1, piece.size(), file);
     });
 }

@@ -25,8 +25,8 @@ inline bool IsControl(unsigned int character)
 }
 
 // Returns UTF-8 text with an escape in place of
-// - each byte of a control character, except those listed in `kept`; "\r" is kept in front
-//   of "\n" only, since any other carriage return lets a line overwrite itself;
+// - each byte of a control character, except those listed in `unescaped`; "\r" stays as it is
+//   before "\n" only, since any other carriage return lets a line overwrite itself;
 // - each byte of U+2028 and U+2029, which end a line;
 // - each byte that is not part of well-formed UTF-8.
 //
@@ -34,15 +34,15 @@ inline bool IsControl(unsigned int character)
 // as it is.
 //
 // Throws: std::bad_alloc.
-// REQUIRES: `kept` is ASCII.
-PLATFORM_EXPORT std::string Printable(std::string_view text, std::string_view kept = {});
+// REQUIRES: `unescaped` is ASCII.
+PLATFORM_EXPORT std::string Printable(std::string_view text, std::string_view unescaped = {});
 
-// The pieces of Printable(text, kept), one after the other. Allocates nothing.
+// The pieces of Printable(text, unescaped), one after the other. Allocates nothing.
 class PLATFORM_EXPORT PrintablePieces
 {
 public:
     // REQUIRES: both texts stay valid as long as the object.
-    explicit PrintablePieces(std::string_view text, std::string_view kept = {});
+    explicit PrintablePieces(std::string_view text, std::string_view unescaped = {});
 
     // Returns the next piece, empty at the end. A piece is valid until the next call.
     std::string_view Next();
@@ -51,7 +51,7 @@ private:
     std::string_view Escaped(unsigned char byte);
 
     std::string_view mText; // the rest
-    std::string_view mKept;
+    std::string_view mUnescaped;
     std::size_t mRefused = 0; // bytes at the head of the rest that need an escape
     char mEscape[4];
 };
@@ -62,19 +62,19 @@ inline void WriteToStderr(std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
-// Calls `write` with each piece of Printable(text, kept), for writers that must not allocate.
+// Calls `write` with each piece of Printable(text, unescaped), for writers that must not allocate.
 template <class Write>
-void WritePrintable(std::string_view text, std::string_view kept, const Write& write)
+void WritePrintable(std::string_view text, std::string_view unescaped, const Write& write)
 {
-    PrintablePieces pieces(text, kept);
+    PrintablePieces pieces(text, unescaped);
     for (std::string_view piece = pieces.Next(); !piece.empty(); piece = pieces.Next())
         write(piece);
 }
 
-// Writes Printable(text, kept) to an open file. Allocates nothing. After a failure std::ferror
+// Writes Printable(text, unescaped) to an open file. Allocates nothing. After a failure std::ferror
 // returns non-zero.
 PLATFORM_EXPORT void WritePrintable(std::FILE* file, std::string_view text,
-                                    std::string_view kept = {});
+                                    std::string_view unescaped = {});
 } // namespace platform
 
 #endif

@@ -48,7 +48,7 @@ const char* Shown(const char* text)
     return text ? text : "";
 }
 
-const char kKept[] = "\t"; // tabs separate the columns of a report
+const char kUnescaped[] = "\t"; // tabs separate the columns of a report
 
 // Writes the text with an indent after each line feed, so that no line of the text can be taken
 // for a line of the log.
@@ -58,11 +58,11 @@ template <class Write> void WriteText(std::string_view text, const Write& write)
         text.remove_suffix(1);
     for (std::size_t end; (end = text.find('\n')) != std::string_view::npos;)
     {
-        platform::WritePrintable(text.substr(0, end), kKept, write);
+        platform::WritePrintable(text.substr(0, end), kUnescaped, write);
         write("\n    ");
         text.remove_prefix(end + 1);
     }
-    platform::WritePrintable(text, kKept, write);
+    platform::WritePrintable(text, kUnescaped, write);
 }
 
 template <class Write>
