@@ -1,4 +1,4 @@
-// Contexts under test: states that log their hooks, and access to the protected functions.
+// Contexts under test, and states that log their hooks.
 
 #ifndef TESTS_CONTEXTS_STATES_H
 #define TESTS_CONTEXTS_STATES_H
@@ -10,6 +10,7 @@
 #include <krobase/threads.h>
 
 #include "U_Context.h"
+#include "tests/contexts/CountingState.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
 #include "tests/support/OnThreads.h"
@@ -23,16 +24,6 @@ inline U_u32 ThisThread()
 {
     return krobase::threads::GetCurrentThreadID();
 }
-
-struct Neighbour : U_Context
-{
-    static void Raise(U_Context& context) { (context.*&Neighbour::Activate)(); }
-    static void Lower(U_Context& context) { (context.*&Neighbour::Deactivate)(); }
-    static boost::shared_ptr<U_State> Find(U_Context& context, const char* key)
-    {
-        return (context.*&Neighbour::GetState)(krobase::utility::ImmutableString(key));
-    }
-};
 
 class LoggedState : public U_State
 {

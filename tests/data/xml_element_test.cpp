@@ -1,14 +1,12 @@
 #include "U_XML.h"
 
 #include <limits>
-#include <new>
 #include <string>
 #include <tuple>
 
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
-#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -71,41 +69,6 @@ TEST_F(XMLElement, CopyHoldsAllFieldsOfItsOwn)
         EXPECT_EQ(element->GetCDataSection(), Bytes("c"));
         EXPECT_EQ(AttributesOf(*element), "a=1;");
     }
-}
-
-TEST_F(XMLElement, ChangeThatFindsNoMemoryChangesNothing)
-{
-    const U_UTF8String text(1000, 'x');
-    U_XML_Element source(text, 7);
-    source.SetBodyText(text);
-    source.SetAttribute("b", text);
-    U_XML_Element element(Bytes("e"), 1);
-    element.SetAttribute("a", Bytes("1"));
-    const U_XML_Element original(element);
-    const auto check = [&](auto change) {
-        bool isDone = false;
-        const auto body = [&] {
-            try
-            {
-                change();
-                isDone = true;
-            }
-            catch (const std::bad_alloc&)
-            {
-            }
-        };
-        const long failures = FailEachNew(body, [&](long nth) {
-            SCOPED_TRACE(nth);
-            EXPECT_TRUE(isDone ||
-                        (AttributesOf(element) == "a=1;" && element.GetName() == Bytes("e") &&
-                         element.GetType() == 1 && element.GetBodyText().empty()));
-        });
-        EXPECT_GE(failures, 2);
-    };
-    check([&] { element.SetAttribute(text, text); });
-    element = original;
-    check([&] { element = source; });
-    EXPECT_EQ(element.GetBodyText(), text);
 }
 
 TEST_F(XMLElement, NumbersAreReadAsFarAsTheyGo)

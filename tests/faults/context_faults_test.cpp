@@ -2,8 +2,6 @@
 
 #include <new>
 
-#include <boost/make_shared.hpp>
-
 #include "U_Context.h"
 #include "U_Fatal.h"
 #include "U_Machine.h"
@@ -16,38 +14,13 @@ using krobase::utility::ImmutableString;
 
 namespace
 {
-class CountingState : public U_State
-{
-public:
-    explicit CountingState(U_Context* context) : U_State(context) { ++sLiving; }
-    ~CountingState() override { --sLiving; }
-    ImmutableString GetKey() const override { return ImmutableString("faults.counting"); }
-    void OnActivate() override { ++mActivations; }
-    void OnDeactivate() override { --mActivations; }
-
-    int mActivations = 0;
-    static std::atomic<int> sLiving;
-};
-
-std::atomic<int> CountingState::sLiving{0};
-
-boost::shared_ptr<U_State> MakeCounting(U_Context* context)
-{
-    return boost::make_shared<CountingState>(context);
-}
-
-int Activations(U_Context& context)
-{
-    return static_cast<CountingState&>(*Neighbour::Find(context, "faults.counting")).mActivations;
-}
-
 class ContextFaults : public Faults
 {
 protected:
     void SetUp() override
     {
         Faults::SetUp();
-        U_Context::RegisterState(mKey, &MakeCounting);
+        U_Context::RegisterState(mKey, &CountingState::Make);
     }
 
     void TearDown() override
@@ -57,7 +30,7 @@ protected:
         Faults::TearDown();
     }
 
-    const ImmutableString mKey{"faults.counting"};
+    const ImmutableString mKey{CountingState::kKey};
 };
 } // namespace
 
@@ -66,7 +39,7 @@ TEST_F(ContextFaults, Contexts)
     const ImmutableString key("a key of its own, longer than a string object");
     const ContextPtr context = U_Context::MakeNewContext();
     const auto registerState = [&] {
-        U_Context::RegisterState(key, &MakeCounting);
+        U_Context::RegisterState(key, &CountingState::Make);
         const ContextPtr made = U_Context::MakeNewContext();
         const bool right = Neighbour::Find(*made, key.Text()) != nullptr;
         U_Context::UnregisterState(key);
@@ -77,7 +50,7 @@ TEST_F(ContextFaults, Contexts)
         {
             const U_ContextSetter setter(context);
             const U_ContextSetter nested;
-            if (Activations(*context) != 1)
+            if (CountingState::Of(*context).mActivations != 1)
                 return kWrong;
         }
         catch (const std::bad_alloc&)
@@ -113,7 +86,9 @@ TEST_F(ContextFaults, Suspensions)
         {
             const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
             const auto look = [context] {
-                return U_Context::GetCurrent() == context ? Activations(*context) + 41 : 0;
+                return U_Context::GetCurrent() == context
+                           ? CountingState::Of(*context).mActivations + 41
+                           : 0;
             };
             result = suspended->CallOnThreadedExecutor(executor, look);
             if (suspended->CallOnThreadedExecutor(executor, [] { return 7; }) != result)
@@ -121,7 +96,7 @@ TEST_F(ContextFaults, Suspensions)
         }
         catch (const std::bad_alloc&)
         {
-            if (U_Context::GetCurrent() != context || Activations(*context) != 1)
+            if (U_Context::GetCurrent() != context || CountingState::Of(*context).mActivations != 1)
                 return kWrong;
             throw;
         }

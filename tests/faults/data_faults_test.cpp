@@ -101,7 +101,34 @@ TEST_F(DataFaults, XML)
     const U_UTF8String name = Bytes("a name of some length");
     const U_UTF8String digits = Bytes("00010203040506070809");
     const U_UTF8String illegal = Bytes("a text with \x01 and \x02 in it");
+    U_XML_Element source(name, 7);
+    source.SetBodyText(name);
+    source.SetAttribute(name, name);
+    // Runs a change of an element. After a failure the element must be unchanged.
+    const auto change = [&](auto body) {
+        U_XML_Element element(digits, 1);
+        const auto isUnchanged = [&] {
+            return element.GetName() == digits && element.GetType() == 1 &&
+                   element.GetBodyText().empty() &&
+                   element.GetAttrsBegin() == element.GetAttrsEnd();
+        };
+        try
+        {
+            body(element);
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (!isUnchanged())
+                return kWrong;
+            throw;
+        }
+        return RightIf(!isUnchanged());
+    };
     Walk({
+        {"U_XML_Element::SetAttribute", kBadAlloc,
+         [&] { return change([&](U_XML_Element& element) { element.SetAttribute(name, name); }); }},
+        {"U_XML_Element::operator=", kBadAlloc,
+         [&] { return change([&](U_XML_Element& element) { element = source; }); }},
         {"new U_XML_Element", kBadAlloc,
          [&] {
              delete new U_XML_Element(name, 7);

@@ -1,48 +1,13 @@
-#include <string>
-
-#include <boost/make_shared.hpp>
-
 #include "U_Context.h"
 #include "U_Suspend.h"
+#include "tests/contexts/CountingState.h"
 #include "tests/soak/Soak.h"
 
 namespace
 {
-using krobase::utility::ImmutableString;
 typedef boost::shared_ptr<U_Context> ContextPtr;
 
 const int kExecutors = 3;
-
-// The state that a context keeps during its suspensions. No lock guards its values.
-class Value : public U_State
-{
-public:
-    explicit Value(U_Context* context) : U_State(context) { ++sLiving; }
-    ~Value() override { --sLiving; }
-    ImmutableString GetKey() const override { return Key(); }
-    void OnActivate() override { ++mActivations; }
-    void OnDeactivate() override { --mActivations; }
-
-    static ImmutableString Key() { return ImmutableString("soak.value"); }
-    static boost::shared_ptr<U_State> Make(U_Context* context)
-    {
-        return boost::make_shared<Value>(context);
-    }
-
-    U_u64 mValue = 0;
-    int mActivations = 0;
-    static std::atomic<long> sLiving;
-};
-
-std::atomic<long> Value::sLiving{0};
-
-struct Neighbour : U_Context
-{
-    static Value& Of(U_Context& context)
-    {
-        return static_cast<Value&>(*(context.*&Neighbour::GetState)(Value::Key()));
-    }
-};
 
 boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> sExecutors[kExecutors];
 boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor> sMainLoop;
@@ -53,11 +18,11 @@ template <class Call> void Suspend(Worker& worker, Call call)
     const ContextPtr context = U_Context::MakeNewContext();
     {
         const U_ContextSetter setter(context);
-        Value& value = Neighbour::Of(*context);
+        CountingState& value = CountingState::Of(*context);
         const U_u64 before = value.mValue = worker.random();
         const int result = call(boost::function<int()>([context, before] {
             Check(U_Context::GetCurrent() == context, "the context on the other thread");
-            Value& there = Neighbour::Of(*context);
+            CountingState& there = CountingState::Of(*context);
             Check(there.mValue == before && there.mActivations == 1,
                   "its state on the other thread");
             ++there.mValue;
@@ -67,7 +32,7 @@ template <class Call> void Suspend(Worker& worker, Call call)
         Check(U_Context::GetCurrent() == context, "the context back");
         Check(value.mValue == before + 1 && value.mActivations == 1, "its state back");
     }
-    Check(!U_Context::HasCurrent() && Neighbour::Of(*context).mActivations == 0,
+    Check(!U_Context::HasCurrent() && CountingState::Of(*context).mActivations == 0,
           "no current context after the setter");
 }
 } // namespace
@@ -90,7 +55,8 @@ void MainLoopCalls(Worker& worker)
 
 void StartContexts()
 {
-    U_Context::RegisterState(Value::Key(), &Value::Make);
+    U_Context::RegisterState(krobase::utility::ImmutableString(CountingState::kKey),
+                             &CountingState::Make);
     for (auto& executor : sExecutors)
         executor = krobase::threads::CreateAsyncThreadedExecutor(
             "soak", 1, krobase::threads::kThreadPriorityNormal, {}, {});
@@ -102,6 +68,6 @@ void EndContexts()
     for (auto& executor : sExecutors)
         executor.reset();
     sMainLoop.reset();
-    U_Context::UnregisterState(Value::Key());
-    Check(Value::sLiving == 0, "no context left");
+    U_Context::UnregisterState(krobase::utility::ImmutableString(CountingState::kKey));
+    Check(CountingState::sLiving == 0, "no context left");
 }
