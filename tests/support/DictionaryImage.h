@@ -72,7 +72,7 @@ ImageBuilder BuildLengthTable(const std::vector<ImageEntry>& entries, std::uint8
 // A text in UTF-16 with a byte-order mark.
 std::string TextBytes(const std::u16string& text, bool bigEndian = false);
 
-// An image as U_ZStringSetCurrentDictionary takes it, whole units, and a size in bytes.
+// An image for U_ZStringSetCurrentDictionary: whole units, and a size in bytes.
 struct DictionaryImage
 {
     explicit DictionaryImage(const std::string& image = {});

@@ -10,7 +10,7 @@ class Compile(Case):
     def test_bytes_are_those_of_the_format(self):
         self.assertEqual(self.compiled(TEXT), IMAGE[False])
         self.assertEqual(self.compiled(TEXT, "--big-endian"), IMAGE[True])
-        self.assertEqual(flat([("/a", "b")]), IMAGE[False])  # what other tests stand on
+        self.assertEqual(flat([("/a", "b")]), IMAGE[False])  # the builder of the other tests
 
     def test_options_reach_the_image(self):
         text = "/a=b\n/c=d ^C\n"
@@ -45,7 +45,7 @@ class Compile(Case):
                           f"zdict: {second}: 3 texts, 2 in place of earlier ones",
                           "zdict: 4 texts in the image"])
 
-    def test_doubtful_lines_are_told(self):
+    def test_doubtful_lines_are_reported(self):
         result = self.run_tool("compile", "-", stdin=b"/a=1\n/b=2\n\n/a=3\n/a=4\n# remark")
         self.assertEqual(result.out, flat([("/a", "4"), ("/b", "2"), ("# remark", "")]))
         self.assertEqual(result.err.splitlines(),
@@ -63,10 +63,10 @@ class Compile(Case):
         text = self.file("bad.txt", "\n".join(f"/{n}=x\n{line}" for n, line in enumerate(bad)))
         self.file("out", "before")
         result = self.run_tool("compile", "-o", self.path("out"), text, fine, text, status=1)
-        told = [f"zdict: {text}: line {2 * n + 2}: {what}" for n, what in enumerate(bad.values())]
+        reported = [f"zdict: {text}: line {2 * n + 2}: {what}" for n, what in enumerate(bad.values())]
         lines = result.err.splitlines()
-        self.assertEqual(len(lines), 2 * len(told) + 1)
-        for line, start in zip(lines, told + told):
+        self.assertEqual(len(lines), 2 * len(reported) + 1)
+        for line, start in zip(lines, reported + reported):
             self.assertTrue(line.startswith(start), line)
         self.assertEqual(lines[-1], "zdict: nothing is written")
         self.assertEqual(self.content("out"), b"before")
@@ -89,7 +89,7 @@ class Compile(Case):
             checked = self.run_tool("check", "-", stdin=text, status=1)
             self.assertEqual(checked.out.decode(), f"standard input: damaged at {what}\n")
 
-    def test_what_makes_no_image_is_told(self):
+    def test_failed_compilations_are_reported(self):
         for text, option, what in [
                 (IMAGE[False], "--base=0", "it is an image, not a text (see merge)"),
                 (b"a=1", "--base=4294967295", "no identifiers for 1 text")]:
@@ -97,7 +97,7 @@ class Compile(Case):
             self.assertIn(what, result.err)
         self.run_tool("compile", "-", stdin=b"\xEF\xBB\xBF" + IMAGE[False], status=1)
 
-    def test_no_entries_go_both_ways(self):
+    def test_empty_texts_and_images(self):
         empty = flat([], keyed=False)
         self.assertEqual(self.compiled("\n"), empty)
         self.assertEqual(self.dumped(empty), b"")

@@ -1,4 +1,4 @@
-"""What comes out of images: texts, single entries, other images."""
+"""From images to texts, single entries and other images."""
 
 import os
 import unittest
@@ -8,7 +8,7 @@ from program import ENTRIES, IMAGE, Case
 
 
 class Dump(Case):
-    def test_what_is_compiled_again_is_the_same(self):
+    def test_dumped_texts_compile_to_the_same_image(self):
         entries = sorted(ENTRIES)
         for image in flat(ENTRIES), flat(ENTRIES, big=True):
             for options in (), ("--utf16",):
@@ -40,7 +40,7 @@ class Dump(Case):
             self.assertIn("which code page its texts are in (see --code-page)", result.err)
             self.assertEqual(self.dumped(paged, "--code-page", "1252").decode(), '"$$$/a=Größe"\n')
 
-    def test_what_lines_cannot_carry_is_refused_by_name(self):
+    def test_entries_that_no_line_holds_are_refused_by_name(self):
         image = flat([("fine", "1"), ('a"b', "2"), ("a\nb", "3"), ("é", "4"), ("/c", "5", "note"),
                       ("/d", "6", "other")])
         result = self.run_tool("dump", "-o", self.path("out"), "-", stdin=image, status=1)
@@ -118,7 +118,7 @@ class Merge(Case):
         entries = [("/a", "1"), ("/b", "2"), ("/c", "3", "note")]
         self.assertEqual(self.run_tool("merge", "-", stdin=flat(entries)).out, flat(entries))
 
-    def test_any_file_that_fails_stops_it(self):
+    def test_a_failed_file_stops_the_merge(self):
         good, bad = self.file("good", IMAGE[False]), self.file("bad", IMAGE[False][:80])
         missing = self.path("missing")
         result = self.run_tool("merge", "-o", self.path("out"), bad, missing, good, status=2)

@@ -1,4 +1,4 @@
-"""Dictionary images put together by hand, apart from the library's own writer."""
+"""Builds dictionary images, independent of the library's own writer."""
 
 import struct
 

@@ -1,4 +1,4 @@
-"""Runs the dictionary tool, which the environment's ZDICT names, on files made here."""
+"""Runs the program named by the environment's ZDICT on files of a temporary folder."""
 
 import os
 import re
@@ -11,7 +11,7 @@ ZDICT = os.environ["ZDICT"]
 
 TEXT = '"$$$/a=b"\n'
 
-# What the text above makes, byte for byte; the numbers are in both byte orders.
+# The image of TEXT, by byte order.
 IMAGE = {
     False: bytes.fromhex(
         "5A537472696E672042696E61727920466F726D6174"  # ZString Binary Format
@@ -81,6 +81,6 @@ class Case(unittest.TestCase):
         return self.run_tool("dump", *options, "-", stdin=image).out
 
     def texts(self, image):
-        """Of an image, by key."""
+        """Returns the texts of an image by key."""
         lines = self.dumped(image, "--no-comments").decode().splitlines()
         return dict(re.fullmatch(r'"\$\$\$(.*?)=(.*)"', line).groups() for line in lines)

@@ -16,7 +16,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 
 
 class Files(Case):
-    def test_an_output_file_is_whole_or_as_it_was(self):
+    def test_an_output_file_is_complete_or_unchanged(self):
         self.file("out", "before")
         os.chmod(self.path("out"), 0o640)
         os.symlink("out", self.path("link"))
@@ -51,7 +51,7 @@ class Files(Case):
         self.run_tool("merge", "-o", self.path("new"), self.path("new"), text)  # onto itself
         self.assertEqual(self.content("new"), IMAGE[False])
 
-    def test_what_cannot_be_written_is_told(self):
+    def test_write_failures_are_reported(self):
         os.symlink("nowhere", self.path("dangling"))
         for target in self.folder, self.path("none/out"), self.path("dangling"), "/dev/full":
             result = self.run_tool("compile", "-o", target, "-", stdin=TEXT.encode(), status=2)
@@ -106,7 +106,7 @@ class Files(Case):
         os.close(leader)
         os.close(follower)
 
-    def test_what_cannot_be_read_is_told(self):
+    def test_read_failures_are_reported(self):
         large = self.file("large", "")
         os.truncate(large, 1 << 31)
         for name, what in [(self.path("missing"), "No such file or directory"),
@@ -119,7 +119,7 @@ class Files(Case):
         result = self.run_tool("merge", "-", "-", stdin=IMAGE[False], status=2)
         self.assertIn("standard input: can't be read twice", result.err)
 
-    def test_neither_names_nor_texts_steer_the_terminal(self):
+    def test_no_name_or_text_steers_the_terminal(self):
         image = self.file("image", self.compiled('"$$$/\x1b[2J=\t#{1B}[31m#{9B}2J\\nc"\n'))
         for arguments, raw, shown in [
                 (["get", image, "/\x1b[2J"], "\t\x1b[31m\x9b2J\nc\n",

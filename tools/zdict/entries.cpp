@@ -99,7 +99,7 @@ hollin::ImageReport CheckFile(const InputFile& file, const Options& options)
     platform::SetActiveCodePage(text.mCodePage);
     hollin::ImageReport report = hollin::CheckImage(text.mBytes, text.mSize);
     if (text.mBytes != file.mBytes.data())
-        report.mForm = hollin::ImageReport::kText; // no image has a byte-order mark in front
+        report.mForm = hollin::ImageReport::kText; // no image begins with a byte-order mark
     return report;
 }
 

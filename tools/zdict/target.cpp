@@ -109,7 +109,7 @@ private:
     std::string mShown;              // the folder, for messages: empty or with a final "/"
     std::vector<std::string> mNames; // left to walk, the next name last
     int mLinks = 0;
-    bool mEndsInLink = false; // whether a link leads to the last name
+    bool mEndsInLink = false; // the last name is the target of a link
 };
 } // namespace
 
