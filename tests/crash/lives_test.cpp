@@ -125,7 +125,10 @@ TEST(Lives, EachMakeTheirCallAndPassItOn)
             std::set_terminate(found); // the library's
             Birth();
             if (afterDeath)
+            {
                 U_Death();
+                std::set_terminate(found);
+            }
             Terminate();
         });
         EXPECT_TRUE(death.WithCode(9)) << death.output;
