@@ -48,19 +48,19 @@ hollin::ImageReport Check(const std::string& image)
 std::u16string TextOf(const hollin::Dictionary& dictionary, const std::string& key)
 {
     const std::uint16_t* units = nullptr;
-    std::uint32_t length = 0;
-    if (!dictionary.GetRawString(("$$$" + key).c_str(), &units, &length))
-        return u"(none)";
-    return Wide(units, length);
+    std::uint32_t length = 1;
+    if (dictionary.GetRawString(("$$$" + key).c_str(), &units, &length))
+        return Wide(units, length);
+    return units || length ? u"(not cleared)" : u"(none)";
 }
 
 std::u16string TextById(const hollin::Dictionary& dictionary, std::uint32_t id)
 {
     const std::uint16_t* units = nullptr;
-    std::uint32_t length = 0;
-    if (!dictionary.GetRawStringById(id, &units, &length))
-        return u"(none)";
-    return Wide(units, length);
+    std::uint32_t length = 1;
+    if (dictionary.GetRawStringById(id, &units, &length))
+        return Wide(units, length);
+    return units || length ? u"(not cleared)" : u"(none)";
 }
 
 std::u16string CommentOf(const hollin::Dictionary& dictionary, const std::string& key)

@@ -51,6 +51,10 @@ template <class Body> std::int32_t CodeThrownBy(const Body& body)
 
 typedef std::map<std::string, std::u16string> KeyedTexts;
 
+// Two keys of one bucket: of ten bytes, only every second one is hashed.
+const char kOne[] = "a0bbbbbbbb";
+const char kTwo[] = "a1bbbbbbbb";
+
 enum class Way
 {
     kMemory,

@@ -1,4 +1,4 @@
-// Texts from and to bytes, and the hooks that all conversions go through.
+// Conversions between texts and bytes, and their hooks.
 
 #include <algorithm>
 #include <cstring>
@@ -23,7 +23,7 @@ const std::uint32_t kOther = 9;
 std::int32_t sFailure = 0;
 TextEncoding sEncoding = nullptr;
 
-// Hooks that turn a byte into the unit above it, and back.
+// Hooks that convert each byte to the unit that is 1 higher, and back.
 std::int32_t CountUnits(const char*, std::uint32_t length, std::uint32_t* count,
                         TextEncoding encoding)
 {
@@ -75,7 +75,7 @@ protected:
         platform::ResetAll();
     }
 
-    // The bytes that fit into size, and whether that is the whole text.
+    // The bytes that fit, and whether they are the whole text.
     typedef std::pair<std::string, bool> Cut;
 
     static Cut ToMultibyte(const ZString& text, std::uint32_t size, TextEncoding encoding)
@@ -108,12 +108,12 @@ TEST_F(Conversion, BytesAreReadInTheirEncoding)
     EXPECT_EQ(ToText(ZString("\xC3\xA9", &hollin::kEncodingUTF8)), u"\u00E9");
     hollin::SetDefaultEncoding(&hollin::kEncodingUTF8);
     EXPECT_EQ(ToText(ZString("\xC3\xA9")), u"\u00E9");
-    EXPECT_EQ(ToText(ZString("\xE9", &kOther)), u"\u00E9") << "only null is replaced";
+    EXPECT_EQ(ToText(ZString("\xE9", &kOther)), u"\u00E9") << "only a null encoding is replaced";
     const std::string large(100000, 'x');
     EXPECT_EQ(ToText(ZString(large.c_str())), std::u16string(100000, u'x'));
 }
 
-TEST_F(Conversion, ATextIsCutBetweenCharacters)
+TEST_F(Conversion, TextIsCutBetweenCharacters)
 {
     const TextEncoding utf8 = &hollin::kEncodingUTF8;
     const std::tuple<unsigned int, std::uint32_t, TextEncoding, std::u16string, Cut> rows[] = {
@@ -180,7 +180,7 @@ TEST_F(Conversion, ReplacedHooksConvert)
     EXPECT_TRUE(hollin::ConversionHooksAreDefault());
 }
 
-TEST_F(Conversion, WhatAHookRefusesIsThrown)
+TEST_F(Conversion, FailureOfAHookIsThrown)
 {
     hollin::SetConversionHooks(CountUnits, ToUnits, CountBytes, ToBytes);
     sFailure = 4711;
@@ -198,7 +198,7 @@ TEST_F(Conversion, WhatAHookRefusesIsThrown)
     EXPECT_STREQ(bytes.c_str(), "abc");
 }
 
-TEST_F(Conversion, TheCompareHookDecides)
+TEST_F(Conversion, CompareHookOrdersTexts)
 {
     hollin::SetCompareHook(CompareLengths);
     EXPECT_EQ(ToZString(u"abc"), ToZString(u"xyz"));

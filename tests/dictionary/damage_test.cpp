@@ -1,4 +1,4 @@
-// Damaged images of version 2, and streams that fail: nothing of them is kept.
+// Nothing is loaded from damaged images of version 2 and from streams that fail.
 
 #include <istream>
 #include <sstream>
@@ -27,16 +27,16 @@ void ExpectRefused(const std::string& image, Way way)
     EXPECT_EQ(LocaleOf(dictionary), "en_US");
     EXPECT_EQ(TextById(dictionary, 2), u"(none)");
     Load(dictionary, BuildFlat({{"/next", u"n"}}).Image());
-    EXPECT_EQ(TextById(dictionary, 2), u"n"); // no identifier was spent
+    EXPECT_EQ(TextById(dictionary, 2), u"n"); // no identifier was used
     EXPECT_FALSE(dictionary.IsGood());
 
-    Loaded hash("a=1"); // which stays one
+    Loaded hash("a=1"); // which remains a hash dictionary
     Load(hash, image, way);
     EXPECT_FALSE(hash.IsGood());
     EXPECT_EQ(TextOf(hash, "a"), u"1");
 }
 
-// A source that only reads on, byte by byte, and fails at its end or just ends.
+// A source that reads byte by byte, can't seek, and fails or ends at its end.
 class PipeBuffer : public std::streambuf
 {
 public:
@@ -89,7 +89,7 @@ TEST(Damage, EachFieldIsCheckedAndNamed)
     const char kReaches[] = "one reaches beyond its pool";
     const char kSplit[] = "one splits a unit";
     const char kNotBelow[] = "one isn't below the count";
-    // A field, its item of so many bytes, the value put there; what is told.
+    // A field, the number and the size of its item, the new value, the reported damage.
     const std::tuple<const char*, std::size_t, std::size_t, std::uint64_t, const char*, const char*>
         patches[] = {
             {"locale length", 0, 4, 0xFFFFFFFF, "locale name", kShort},
@@ -156,7 +156,7 @@ TEST(Damage, EmptyAndMissingImagesAreRefused)
     ExpectRefused("", Way::kStream);
 }
 
-TEST(DamagedStream, ThatFailsGivesNothingAndNoneNeedSeek)
+TEST(DamagedStream, FailedStreamLoadsNothingAndNoStreamSeeks)
 {
     const std::string image = BuildFlat(kDamaged).Image();
     for (const auto mask : {std::ios_base::goodbit, std::ios_base::badbit,
@@ -186,9 +186,9 @@ TEST(DamagedStream, ThatFailsGivesNothingAndNoneNeedSeek)
     EXPECT_FALSE(dictionary.IsGood());
 }
 
-TEST(DamagedStream, ThatThrowsAtItsEndIsReadAsAnyOther)
+TEST(DamagedStream, StreamThatThrowsAtItsEndIsLoaded)
 {
-    std::istringstream stream("in front" + BuildFlat(kDamaged).Image());
+    std::istringstream stream("before: " + BuildFlat(kDamaged).Image());
     stream.seekg(8);
     stream.exceptions(std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit);
     Dictionary dictionary;

@@ -1,4 +1,4 @@
-// Dictionaries: looking up, changing, copying, walking, and the registry.
+// Dictionaries: look-ups, changes, copies, walks and the registry.
 
 #include <string>
 #include <vector>
@@ -22,17 +22,7 @@ std::u16string Get(const Dictionary& dictionary, const char* key)
     return ToText(dictionary.GetString(key, kUTF8));
 }
 
-// "none" if it isn't found.
-std::u16string GetRaw(const Dictionary& dictionary, const char* key)
-{
-    const std::uint16_t* units = nullptr;
-    std::uint32_t length = 1;
-    if (!dictionary.GetRawString(key, &units, &length))
-        return units || length ? u"not cleared" : u"none";
-    return std::u16string(units, units + length);
-}
-
-// Leaves no default dictionary behind.
+// Resets the default dictionary after each test.
 class Fallback : public testing::Test
 {
 protected:
@@ -40,7 +30,7 @@ protected:
 };
 } // namespace
 
-TEST(Dictionary, AnEmptyOneGivesDefaultTexts)
+TEST(Dictionary, EmptyDictionaryReturnsDefaultTexts)
 {
     const std::pair<const char*, std::u16string> lookups[] = {
         {nullptr, u""},
@@ -58,12 +48,12 @@ TEST(Dictionary, AnEmptyOneGivesDefaultTexts)
         const Dictionary dictionary(flat);
         for (const auto& [zstring, text] : lookups)
             EXPECT_EQ(Get(dictionary, zstring), text) << (zstring ? zstring : "null");
-        EXPECT_EQ(GetRaw(dictionary, "$$$/a=b"), u"none");
+        EXPECT_EQ(TextOf(dictionary, "/a=b"), u"(none)");
     }
     EXPECT_EQ(ToText(Dictionary().GetString("/a=\xE9")), u"\u00E9") << "the active code page";
 }
 
-TEST(Dictionary, StoredTextsAreGivenAsTheyAre)
+TEST(Dictionary, StoredTextIsNotExpanded)
 {
     Dictionary flat(true);
     EXPECT_EQ(Set(flat, "$$$/a=ignored", u"^^1 #{e9}"), 0u);
@@ -71,7 +61,7 @@ TEST(Dictionary, StoredTextsAreGivenAsTheyAre)
     EXPECT_EQ(Get(flat, "$$$/a=default"), u"^^1 #{e9}");
     EXPECT_EQ(Get(flat, "$$$/empty=default"), u"");
     EXPECT_EQ(Get(flat, "$$$/A=default"), u"default");
-    EXPECT_EQ(GetRaw(flat, "$$$/empty"), u"");
+    EXPECT_EQ(TextOf(flat, "/empty"), u"");
     EXPECT_TRUE(flat.HasString("/empty=x"));
     EXPECT_FALSE(flat.HasString("$/empty"));
     EXPECT_EQ(ToText(flat.GetStringById(0)), u"^^1 #{e9}");
@@ -79,11 +69,11 @@ TEST(Dictionary, StoredTextsAreGivenAsTheyAre)
 
     const std::u16string odd = u"ab";
     EXPECT_EQ(flat.SetString("/odd", reinterpret_cast<const std::uint16_t*>(odd.data()), 3), 2u);
-    EXPECT_EQ(Get(flat, "/odd") + GetRaw(flat, "/odd"), u"aa") << "in whole units";
+    EXPECT_EQ(Get(flat, "/odd") + TextOf(flat, "/odd"), u"aa") << "in whole units";
     EXPECT_EQ(ToText(Loaded("/a=1").GetStringById(0)), u"") << "a hash store has no identifiers";
 }
 
-TEST(Dictionary, OnlyAFlatOneIsChanged)
+TEST(Dictionary, OnlyAFlatDictionaryIsChanged)
 {
     Dictionary hash;
     EXPECT_EQ(Set(hash, "/a", u"1"), kNoId);
@@ -130,14 +120,14 @@ TEST(Dictionary, CopiesShareAFlatStore)
     EXPECT_TRUE(assigned.NextId(&id));
     assigned = copy;
     EXPECT_TRUE(assigned.NextId(&id));
-    EXPECT_EQ(id, 0u) << "a walk starts anew";
+    EXPECT_EQ(id, 0u) << "a new walk";
     assigned = Dictionary();
-    EXPECT_EQ(Get(assigned, "/a"), u"2") << "of a hash dictionary nothing is copied";
+    EXPECT_EQ(Get(assigned, "/a"), u"2") << "a hash dictionary is not copied";
     copy = Dictionary(true);
     EXPECT_EQ(Get(copy, "/a=gone"), u"gone");
 }
 
-TEST(Dictionary, AWalkGivesEachEntry)
+TEST(Dictionary, WalkReturnsEachEntry)
 {
     Dictionary flat(true);
     std::uint32_t id = 77;
@@ -153,13 +143,13 @@ TEST(Dictionary, AWalkGivesEachEntry)
     flat.ResetIterator();
     flat.RemoveString("/a");
     ASSERT_TRUE(flat.NextId(&id));
-    EXPECT_EQ(std::to_string(id) + flat.CurrentKey(), "0") << "the first comes unseen";
+    EXPECT_EQ(std::to_string(id) + flat.CurrentKey(), "0") << "the first slot is not checked";
     ASSERT_TRUE(flat.NextId(&id));
     EXPECT_EQ(std::to_string(id) + flat.CurrentKey(), "3/d");
     EXPECT_FALSE(flat.NextId(&id));
 }
 
-TEST(Dictionary, AWalkGivesTextsAndIdentifiers)
+TEST(Dictionary, WalkReturnsTextsAndIdentifiers)
 {
     for (const bool isFlat : {false, true})
     {
@@ -178,7 +168,7 @@ TEST(Dictionary, AWalkGivesTextsAndIdentifiers)
     }
 }
 
-TEST(Dictionary, TheCurrentKeyIsCopied)
+TEST(Dictionary, CurrentKeyIsCopied)
 {
     Dictionary flat(true);
     Set(flat, "/key", u"text");
@@ -196,7 +186,7 @@ TEST(Dictionary, TheCurrentKeyIsCopied)
     EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
 }
 
-TEST_F(Fallback, TheDefaultDictionaryIsAskedNext)
+TEST_F(Fallback, DefaultDictionaryIsReadNext)
 {
     Dictionary& registered = Dictionary::ForDomain(1);
     EXPECT_EQ(&Dictionary::ForDomain(1), &registered);
@@ -219,11 +209,11 @@ TEST_F(Fallback, TheDefaultDictionaryIsAskedNext)
     EXPECT_EQ(ToText(flat.GetStringById(0)), u"own a");
     EXPECT_EQ(ToText(Dictionary().GetStringById(1)), u"registered b");
     EXPECT_FALSE(flat.HasString("/b"));
-    EXPECT_EQ(GetRaw(flat, "/b"), u"none");
+    EXPECT_EQ(TextOf(flat, "/b"), u"(none)");
     EXPECT_EQ(ToText(ZString::FromDomain(2, "$$$/a=default")), u"registered a");
 }
 
-TEST_F(Fallback, ADefaultDictionaryThatGoesIsForgotten)
+TEST_F(Fallback, DestroyedDefaultDictionaryIsReset)
 {
     {
         hollin_private::DictionaryImpl shortLived(false);

@@ -18,7 +18,7 @@ std::u16string Expand(std::u16string text)
     return text;
 }
 
-// Each text, alone and between others.
+// Expands each text alone and inside another text.
 void ExpectExpanded(const std::vector<std::pair<std::u16string, std::u16string>>& rows)
 {
     for (const auto& [written, expanded] : rows)
@@ -45,7 +45,7 @@ TEST(Expansion, EscapesStandForCharacters)
                     {u"^^^C", u"^\u00A9"},
                     {u"\\\\n", u"\\n"},
                     {u"^^^^1", u"^^1"}});
-    // What isn't in the introducer's table, and what stands behind such a character.
+    // Characters that are not in the introducer's table are kept.
     ExpectKept({u"^1", u"\\1", u"^t", u"^b", u"\\C", u"^\"", u"^c", u"\\#", u"^\\n", u"\\^C"});
     EXPECT_EQ(Expand(u""), u"");
     EXPECT_EQ(Expand(u"100^"), u"100^");
@@ -70,8 +70,8 @@ TEST(Expansion, NamesStandForCharacters)
         EXPECT_EQ(Expand(end), end);
 }
 
-// Every name of a set has its code point, so that no row is missing or slips.
-TEST(Expansion, TheLatin1SetIsWhole)
+// All names in the order of their code points.
+TEST(Expansion, Latin1SetIsComplete)
 {
     std::istringstream names(
         "nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg macr deg "
@@ -90,7 +90,7 @@ TEST(Expansion, TheLatin1SetIsWhole)
     EXPECT_EQ(expected, 0x0100);
 }
 
-TEST(Expansion, TheSpecialSetIsWhole)
+TEST(Expansion, SpecialSetIsComplete)
 {
     ExpectExpanded(
         {{u"#{quot}#{amp}#{lt}#{gt}", u"\"&<>"},

@@ -1,4 +1,4 @@
-// Flat stores: replacing, removing, comments, and files laid over one another.
+// Flat stores: changes of entries, comments, and loads of several files.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ using hollin::kNoId;
 
 namespace
 {
-// The texts of the identifiers 0, 1 and so on.
+// The texts of all identifiers below `count`.
 std::u16string TextsById(const Dictionary& dictionary, std::uint32_t count)
 {
     std::u16string texts;
@@ -28,7 +28,7 @@ std::u16string CommentsById(const Dictionary& dictionary, std::uint32_t count)
 }
 } // namespace
 
-TEST(FlatStore, AReplacedTextIsTheLast)
+TEST(FlatStore, ReplacedTextIsTheNewOne)
 {
     Dictionary flat(true);
     LoadFlat(flat, {{"/a", u"1111"}, {"/file", u"2222"}, {"/c", u"3333"}});
@@ -44,7 +44,7 @@ TEST(FlatStore, AReplacedTextIsTheLast)
         }
     }
     EXPECT_EQ(TextsById(flat, 6), u"1111 abc 3333 4444 abc 4444 ");
-    // By a part of the store itself.
+    // The new text may be a part of the old one in the store.
     Set(flat, "/file", u"01234");
     const std::uint16_t* stored = nullptr;
     std::uint32_t length = 0;
@@ -53,7 +53,7 @@ TEST(FlatStore, AReplacedTextIsTheLast)
     EXPECT_EQ(TextOf(flat, "/file"), u"1234");
 }
 
-TEST(FlatStore, ARemovedEntryKeepsItsIdentifier)
+TEST(FlatStore, RemovedEntryKeepsItsIdentifier)
 {
     Dictionary flat(true);
     LoadFlat(flat, {{"/a", u"1"}, {"/b", u"2"}});
@@ -66,7 +66,7 @@ TEST(FlatStore, ARemovedEntryKeepsItsIdentifier)
     EXPECT_EQ(TextsById(flat, 4), u"5 (none) (none) 4 ");
 }
 
-TEST(FlatStore, ASingleCommentAnswersForItsBlock)
+TEST(FlatStore, SingleCommentIsReturnedForItsBlock)
 {
     Dictionary flat(true);
     Set(flat, "/a", u"1");
@@ -84,7 +84,7 @@ TEST(FlatStore, ASingleCommentAnswersForItsBlock)
     EXPECT_EQ(CommentsById(flat, 3), u"first   ");
 }
 
-TEST(FlatStore, AFilesBlockTakesFurtherComments)
+TEST(FlatStore, BlockOfAFileTakesFurtherComments)
 {
     Dictionary flat(true);
     LoadFlat(flat, {{"/a", u"1", u"zero"}, {"/b", u"2"}, {"/c", u"3", u"other"}});
@@ -97,7 +97,7 @@ TEST(FlatStore, AFilesBlockTakesFurtherComments)
     EXPECT_EQ(CommentsById(flat, 4), u"zero one two four ");
 }
 
-TEST(FlatStore, RunsTooLongAreRefused)
+TEST(FlatStore, RunAboveTheLimitIsRefused)
 {
     const std::string longest(65535, 'l');
     const std::u16string longestText(32767, u'l');
@@ -115,23 +115,21 @@ TEST(FlatStore, RunsTooLongAreRefused)
     EXPECT_EQ(Set(flat, "/new", u""), 1u);
 }
 
-TEST(FlatLayers, ASecondFileReplacesAndAdds)
+TEST(FlatLayers, SecondFileReplacesAndAdds)
 {
-    const std::string one = "a0bbbbbbbb"; // only every second byte is hashed
-    const std::string two = "a1bbbbbbbb";
-    ASSERT_EQ(BucketOf(one), BucketOf(two));
+    ASSERT_EQ(BucketOf(kOne), BucketOf(kTwo));
     Dictionary flat(true);
-    LoadFlat(flat, {{one, u"1"}, {"/b", u"2"}, {"/c", u"3"}});
+    LoadFlat(flat, {{kOne, u"1"}, {"/b", u"2"}, {"/c", u"3"}});
     Set(flat, "/d", u"4");
-    LoadFlat(flat, {{two, u"5"}, {"/b", u"six"}, {"/d", u"7"}, {"", u""}, {one, u"8"}});
+    LoadFlat(flat, {{kTwo, u"5"}, {"/b", u"six"}, {"/d", u"7"}, {"", u""}, {kOne, u"8"}});
     EXPECT_EQ(TextsById(flat, 10), u"8 six 3 7 5 (none) (none) (none) (none) (none) ");
-    EXPECT_EQ(TextOf(flat, one) + TextOf(flat, two), u"85");
-    EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "grown by all of the file";
+    EXPECT_EQ(TextOf(flat, kOne) + TextOf(flat, kTwo), u"85");
+    EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "the file's count is added";
     EXPECT_EQ(TextOf(flat, "/e"), u"9");
     EXPECT_EQ(Check(Saved(flat)).mUnreachable, 0u);
 }
 
-TEST(FlatLayers, AFileLoadedAgainIsDropped)
+TEST(FlatLayers, FileLoadedAgainIsDropped)
 {
     const std::vector<ImageEntry> entries = {{"/a", u"1"}, {"/b", u"2"}, {"", u""}};
     Dictionary flat(true);
@@ -144,7 +142,7 @@ TEST(FlatLayers, AFileLoadedAgainIsDropped)
     EXPECT_EQ(Set(flat, "/c", u"3"), 3u);
 }
 
-TEST(FlatLayers, LongKeysAreNeverEqualInAMerge)
+TEST(FlatLayers, KeyAbove1023BytesIsNeverMerged)
 {
     const std::string longest(1023, 'k');
     const std::string tooLong(1024, 'k');
@@ -155,11 +153,11 @@ TEST(FlatLayers, LongKeysAreNeverEqualInAMerge)
     EXPECT_EQ(TextOf(flat, tooLong), u"2") << "the first of the two";
 }
 
-TEST(FlatLayers, TextsThatShareBytesChangeApart)
+TEST(FlatLayers, TextsThatShareBytesChangeIndependently)
 {
     const ImageBuilder whole = BuildFlat({{"/a", u"text", u"note"}, {"/b", u"text", u"note"}});
     std::string image = whole.With(whole.Offset("value offsets") + 4, 0, 4);
-    image[whole.Offset("comment offsets") + 4] = 0; // the first one's bytes, too
+    image[whole.Offset("comment offsets") + 4] = 0; // the bytes of the first comment
     for (const std::u16string text : {u"shor", u"s", u"longer"})
     {
         Loaded dictionary(image);
@@ -171,7 +169,7 @@ TEST(FlatLayers, TextsThatShareBytesChangeApart)
     }
 }
 
-TEST(FlatLayers, ContinuationFollowsWithoutMerging)
+TEST(FlatLayers, ContinuationFileIsNotMerged)
 {
     const FlatOptions continued = {7, false, "de_DE", 2, 'Y'};
     Dictionary dictionary;
@@ -179,15 +177,16 @@ TEST(FlatLayers, ContinuationFollowsWithoutMerging)
     LoadFlat(dictionary, {{"/c", u"3", u"third"}, {"/a", u"4"}, {"", u""}}, continued);
     EXPECT_TRUE(dictionary.IsGood());
     EXPECT_EQ(TextsById(dictionary, 5), u"1 2 3 4 (none) ");
-    EXPECT_EQ(TextOf(dictionary, "/a"), u"1"); // the earlier identifier is found first
+    EXPECT_EQ(TextOf(dictionary, "/a"), u"1"); // the lower identifier counts
     EXPECT_EQ(TextOf(dictionary, "/c") + CommentOf(dictionary, "/c"), u"3third");
 
-    LoadFlat(dictionary, {{"/d", u"5"}, {"/a", u"6"}}, {7, false, "xx", 2, 'Y'}); // of another
+    LoadFlat(dictionary, {{"/d", u"5"}, {"/a", u"6"}},
+             {7, false, "xx", 2, 'Y'}); // of another store
     EXPECT_FALSE(dictionary.IsGood());
     EXPECT_FALSE(dictionary.HasString("/d"));
     EXPECT_EQ(TextOf(dictionary, "/a"), u"1");
     EXPECT_EQ(LocaleOf(dictionary), "de_DE");
 
-    const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // which any file may be
+    const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // into an empty store
     EXPECT_EQ(TextById(first, 0), u"3");
 }

@@ -1,5 +1,5 @@
-// Images of version 2, any image made from entries, and what the check tells of
-// sound ones.
+// Images of version 2, images of all forms with the same entries, and the check of undamaged
+// images.
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,7 +24,7 @@ const std::vector<ImageEntry> kChecked = {
     {"/a", u"eins", u"note"}, {"", u""}, {"/bc", u"zwei", u"more"}};
 } // namespace
 
-TEST(FlatImage, EveryMinorVersionAndByteOrderGivesTheSameTexts)
+TEST(FlatImage, EveryMinorVersionAndByteOrderHasTheSameTexts)
 {
     for (const int version : {0, 1, 5, 7, 127, -1, -7, -127}) // the latter big-endian
     {
@@ -64,8 +64,7 @@ TEST(UnknownVersion, ChangesNothingButTheFlag)
     }
 }
 
-// Every form holds what was put in, however it is laid out.
-TEST(AnyImage, HoldsWhatItWasMadeFrom)
+TEST(AnyImage, HasTheEntriesItWasMadeFrom)
 {
     std::mt19937 random(20240601);
     const auto below = [&](std::size_t limit) { return random() % limit; };
@@ -107,23 +106,23 @@ TEST(AnyImage, HoldsWhatItWasMadeFrom)
     }
 }
 
-TEST(ImageCheck, CountsWhatIsLive)
+TEST(ImageCheck, CountsLiveEntries)
 {
     const ImageBuilder keyed = BuildFlat(kChecked);
     const ImageBuilder keyless = BuildFlat(kChecked, kKeyless);
-    for (const std::uint32_t told : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu})
+    for (const std::uint32_t stored : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu})
     {
-        SCOPED_TRACE(told);
-        const std::string images[] = {keyed.With(keyed.Offset("live"), told, 4),
-                                      keyless.With(keyless.Offset("live"), told, 4)};
+        SCOPED_TRACE(stored);
+        const std::string images[] = {keyed.With(keyed.Offset("live"), stored, 4),
+                                      keyless.With(keyless.Offset("live"), stored, 4)};
         for (const std::string& image : images)
             EXPECT_FALSE(Check(image).mDamaged) << Check(image).mSentence;
         EXPECT_EQ(Check(images[0]).mLive, 2u);
         EXPECT_EQ(TextOf(Loaded(images[0]), "/bc"), u"zwei");
-        EXPECT_EQ(Check(images[1]).mLive, std::min(told, 3u)); // nothing else tells
-        EXPECT_EQ(TextById(Loaded(images[1]), 2), told ? u"zwei" : u"(none)");
+        EXPECT_EQ(Check(images[1]).mLive, std::min(stored, 3u)); // the only source of the count
+        EXPECT_EQ(TextById(Loaded(images[1]), 2), stored ? u"zwei" : u"(none)");
     }
-    // An empty key is an entry to whoever writes it, and a removed slot in the file.
+    // The writer counts an entry with an empty key. In the file it is a removed slot.
     hollin::Dictionary flat(true);
     Load(flat, "=1\na=2\n");
     for (const std::string& image : {Saved(Loaded("=1\na=2\n")), Saved(flat)})
@@ -131,7 +130,7 @@ TEST(ImageCheck, CountsWhatIsLive)
         const hollin::ImageReport report = Check(image);
         EXPECT_FALSE(report.mDamaged) << report.mSentence;
         EXPECT_EQ(report.mLive, 1u);
-        EXPECT_EQ(image[43], 2); // told
+        EXPECT_EQ(image[43], 2); // the count in the file
     }
 }
 

@@ -14,9 +14,6 @@ namespace
 typedef ImageBuilder (*Build)(const std::vector<ImageEntry>&, std::uint8_t);
 const Build kVersions[] = {BuildEntries, BuildLengthTable};
 
-// Two keys of one bucket, so that they are in order.
-const std::string kOne = "a0bbbbbbbb";
-const std::string kTwo = "a1bbbbbbbb";
 const std::vector<ImageEntry> kOneBucket = {{kOne, u"eins"}, {kTwo, u"zwei"}};
 
 class LegacyImage : public testing::TestWithParam<Build>
@@ -30,7 +27,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Versions, LegacyImage, testing::ValuesIn(kVersions));
 } // namespace
 
-TEST_P(LegacyImage, EntriesKeepTheirOrderInFrontOfOlderOnes)
+TEST_P(LegacyImage, EntriesKeepTheirOrderBeforeOlderEntries)
 {
     Loaded dictionary(Image(kOneBucket));
     Load(dictionary, Image({{kTwo, u"two"}, {kTwo, u"never found"}}));
@@ -46,24 +43,24 @@ TEST_P(LegacyImage, KeysAreCopiedOnRequest)
         std::vector<unsigned char> bytes(image.begin(), image.end());
         Dictionary dictionary;
         dictionary.LoadFromMemory(bytes.data(), static_cast<std::int32_t>(bytes.size()), copyKeys);
-        EXPECT_TRUE(dictionary.HasString(kOne.c_str()));
+        EXPECT_TRUE(dictionary.HasString(kOne));
         bytes.assign(bytes.size(), 'x');
-        EXPECT_EQ(dictionary.HasString(kOne.c_str()), copyKeys);
+        EXPECT_EQ(dictionary.HasString(kOne), copyKeys);
     }
 }
 
-TEST_P(LegacyImage, ValueThatCannotBeConvertedLeavesWhatCameBefore)
+TEST_P(LegacyImage, UnconvertibleValueKeepsTheEntriesBeforeIt)
 {
     const ScRefusedConversion refused;
     Dictionary dictionary;
     EXPECT_EQ(CodeThrownBy([&] { Load(dictionary, Image(kOneBucket, 1)); }),
               ScRefusedConversion::kCode);
     EXPECT_EQ(TextOf(dictionary, kOne), u"eins");
-    EXPECT_FALSE(dictionary.HasString(kTwo.c_str()));
+    EXPECT_FALSE(dictionary.HasString(kTwo));
     EXPECT_EQ(Check(Image(kOneBucket, 1)).mField, "value");
 }
 
-TEST_P(LegacyImage, EntriesInFrontOfACutStay)
+TEST_P(LegacyImage, EntriesBeforeATruncationAreLoaded)
 {
     const std::string image = Image(kOneBucket);
     std::u16string lastOne;
@@ -74,13 +71,13 @@ TEST_P(LegacyImage, EntriesInFrontOfACutStay)
         Load(dictionary, image.substr(0, size), kWays[size % 2]);
         EXPECT_FALSE(dictionary.IsGood());
         EXPECT_TRUE(Check(image.substr(0, size)).mDamaged);
-        EXPECT_FALSE(dictionary.HasString(kTwo.c_str()));
+        EXPECT_FALSE(dictionary.HasString(kTwo));
         lastOne = TextOf(dictionary, kOne);
     }
     EXPECT_EQ(lastOne, u"eins");
 }
 
-TEST_P(LegacyImage, HasNoPlaceInAFlatStore)
+TEST_P(LegacyImage, EntriesAreNotFoundInAFlatDictionary)
 {
     Loaded dictionary(Image({{"/a", u"old"}, {"/b", u"old"}}));
     Load(dictionary, BuildFlat({{"/a", u"flat"}}).Image());
@@ -92,7 +89,7 @@ TEST_P(LegacyImage, HasNoPlaceInAFlatStore)
     EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"text"}, {"/c", u"text"}}));
 }
 
-TEST(LegacyDamage, IsFoundAndNamed)
+TEST(LegacyDamage, FieldIsCheckedAndNamed)
 {
     const std::vector<ImageEntry> entries = {{"/a", u"1"}, {"/b", u"2"}};
     const ImageBuilder old = BuildEntries(entries);
@@ -104,8 +101,8 @@ TEST(LegacyDamage, IsFoundAndNamed)
     const std::tuple<std::string, const char*, std::uint64_t> rows[] = {
         {old.With(old.Offset("record count"), 0xFFFF, 2), "records", records},
         {old.With(records, 1021, 2), "records", records},
-        {old.With(records + 2, 13, 4), "records", records + 2},  // behind the second's
-        {old.With(records + 8, 25, 4), "key length", data + 24}, // behind the data
+        {old.With(records + 2, 13, 4), "records", records + 2},  // after the second bucket's
+        {old.With(records + 8, 25, 4), "key length", data + 24}, // after the data
         {old.With(data, 5, 4), "value length", data + 9},        // no room for one
         {old.With(data, 9, 4), "key", data + 4},                 // out of its bucket
         {old.With(data + 6, 1, 4), "value length", data + 6},    // half a unit
@@ -136,7 +133,7 @@ TEST(LegacyDamage, IsFoundAndNamed)
         EXPECT_EQ(report.mOffset, offset) << report.mSentence;
     }
 
-    // Ends that fall: the entry in front of them is sound.
+    // Ends that descend: the entry before them is undamaged.
     std::string falling = table.With(ends, 4, 4);
     falling.replace(ends + 4, 1, "\2");
     EXPECT_EQ(Check(falling).mField, "bucket ends");

@@ -38,7 +38,7 @@ TEST_F(TextForm, LineHoldsAKeyAndAValue)
         {uR"("key=value" trailing words)", "key", u"value"},
         {uR"(words in front "key=value")", "key", u"value"},
         {uR"("key=value)", "key", u"value"},
-        {uR"(key="value)", "value", u""}, // what is in front of the quote goes
+        {uR"(key="value)", "value", u""}, // the text before the quote is ignored
         {uR"("key=a \"quoted\" word" end)", "key", u"a \"quoted\" word"},
         {uR"(key=say \"so\")", "key", u"say \"so\""},
         {uR"("")", "", u""},
@@ -62,7 +62,8 @@ TEST_F(TextForm, EveryLineEndEndsALine)
     for (const std::u16string& end :
          {u"\n"s, u"\r"s, u"\r\n"s, u"\n\n\r\r"s, u"\x2028"s, u"\x2029"s, u"\0"s})
     {
-        const std::u16string text = u"a=1" + end + u"b=2\n\0c=3"s; // a NUL in front ends all
+        const std::u16string text =
+            u"a=1" + end + u"b=2\n\0c=3"s; // a NUL at the start of a line ends the text
         for (const bool bigEndian : {false, true})
             EXPECT_EQ(LoadedTexts(TextBytes(text, bigEndian)), both);
         if (end < u"\x2028")
@@ -82,14 +83,14 @@ TEST_F(TextForm, EncodingsGiveTheSameTexts)
     EXPECT_EQ(LoadedTexts("/u=\xE2\x80\xA8."), (KeyedTexts{{"/u", u"\x2028."}})); // no line end
 }
 
-TEST_F(TextForm, LineOfOnlyAMarkIsPassedOverInAStream)
+TEST_F(TextForm, LineOfOnlyAMarkIsSkippedInAStream)
 {
     const std::string image = TextBytes(u"\xFEFF\r\na=1\n\xFEFF\n");
     EXPECT_EQ(LoadedTexts(image, Way::kStream), (KeyedTexts{{"a", u"1"}}));
     EXPECT_EQ(LoadedTexts(image, Way::kMemory), (KeyedTexts{{"a", u"1"}, {"\xFF", u""}}));
 }
 
-TEST_F(TextForm, LineWithADamagedPrefixIsLeftOut)
+TEST_F(TextForm, LineWithADamagedPrefixIsSkipped)
 {
     for (const char* line : {"$", "$$", "$/a=x", "$$/a=x", "\"$$/a=x\""})
     {
@@ -115,8 +116,7 @@ TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
     EXPECT_EQ(KeysOf(flat), (std::vector<std::string>{"", "a", "b"}));
     EXPECT_EQ(TextOf(flat, "a"), u"three");
 
-    // Both entries of an old image stand in the chain; the text's takes the place
-    // of the first one, for each line anew.
+    // The chain has both entries of the old image. Each line replaces the first of them.
     Dictionary hash;
     Load(hash, BuildEntries({{"a", u"1"}, {"b", u"2"}, {"a", u"3"}}).Image());
     Load(hash, "a=4\na=5\nc=6\nb=7\na=8\n");
@@ -124,7 +124,7 @@ TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
     EXPECT_EQ(TextsOf(hash), (KeyedTexts{{"a", u"8"}, {"b", u"7"}, {"c", u"6"}}));
 }
 
-TEST_F(TextForm, AWalkWithTextsLoadedInBetweenEnds)
+TEST_F(TextForm, WalkEndsThoughTextsAreLoaded)
 {
     for (const bool flat : {false, true})
     {
@@ -139,8 +139,8 @@ TEST_F(TextForm, AWalkWithTextsLoadedInBetweenEnds)
     }
 }
 
-// All keys are in one bucket, so that searches would walk them all.
-TEST_F(TextForm, KeysThatCollideTakeTimeInProportion)
+// All keys are in one bucket.
+TEST_F(TextForm, CollidingKeysTakeLinearTime)
 {
     const int keys = 60000;
     std::string text;
@@ -164,7 +164,7 @@ TEST_F(TextForm, KeysThatCollideTakeTimeInProportion)
     }
 }
 
-TEST_F(TextForm, FlatStoreLeavesOutRunsThatAreTooLong)
+TEST_F(TextForm, FlatStoreSkipsRunsAboveTheLimit)
 {
     const std::string longKey(hollin::kLongestRun + 1, 'k');
     const std::string text = "a=1\n" + longKey + "=1\nc=" + std::string(32768, 'v') + "\nb=2";
@@ -175,7 +175,7 @@ TEST_F(TextForm, FlatStoreLeavesOutRunsThatAreTooLong)
     EXPECT_EQ(LoadedTexts(text).size(), 4u);
 }
 
-TEST_F(TextForm, LongLinesTakeTimeInProportion)
+TEST_F(TextForm, LongLinesTakeLinearTime)
 {
     const std::size_t units = 1000000;
     for (const std::u16string piece : {u"x", u"^", u"#{", u"#{alpha", u"#{lt}", u"\"", u"\n"})
@@ -188,7 +188,7 @@ TEST_F(TextForm, LongLinesTakeTimeInProportion)
     }
 }
 
-TEST_F(TextForm, LineThatCannotBeConvertedLeavesTheLoad)
+TEST_F(TextForm, UnconvertibleLineEndsTheLoad)
 {
     const ScRefusedConversion refused;
     const std::string image = "a=1\nb=z\nc=3\n";

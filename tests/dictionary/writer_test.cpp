@@ -1,4 +1,4 @@
-// Writing dictionaries: version 2.7, and the text form.
+// The writer of version 2.7 and of the text form.
 
 #include <ostream>
 #include <sstream>
@@ -16,7 +16,7 @@ namespace
 const std::vector<ImageEntry> kEntries = {
     {"/a", u"eins", u"one"}, {"/b", u"\x4E8C"}, {"/c", u"", u"three"}, {"/d", u"vier"}};
 
-// Takes so many bytes and refuses the rest; it can't seek.
+// Accepts `room` bytes. It can't seek.
 class FullBuffer : public std::streambuf
 {
 public:
@@ -36,7 +36,7 @@ private:
     const std::size_t mRoom;
 };
 
-// A text form as units, of this machine.
+// The units of a text form in this machine's byte order.
 std::u16string UnitsOf(const std::string& image)
 {
     std::u16string units(image.size() / 2, u'\0');
@@ -45,7 +45,7 @@ std::u16string UnitsOf(const std::string& image)
 }
 } // namespace
 
-TEST(Writer, GivesBackTheImageThatWasRead)
+TEST(Writer, WritesTheImageThatWasRead)
 {
     for (const char marker : {'Y', 'N'})
     {
@@ -54,7 +54,7 @@ TEST(Writer, GivesBackTheImageThatWasRead)
             const ImageBuilder built = BuildFlat(kEntries, {7, bigEndian, "ja_JP", 0, marker});
             const std::string image = built.Image();
             EXPECT_EQ(Saved(Loaded(image), Dictionary::kBinary, bigEndian), image);
-            // How many live is counted, or told if there are no keys.
+            // The live slots are counted by their keys; without keys, the file's count is used.
             const std::string fewer = built.With(built.Offset("live"), 3, 4);
             EXPECT_EQ(Saved(Loaded(fewer), Dictionary::kBinary, bigEndian),
                       marker == 'Y' ? image : fewer);
@@ -108,9 +108,7 @@ TEST(Writer, WritesSlotsWithoutKeysAsRemovedAmongThoseWithKeys)
 
 TEST(Writer, WritesAHashStoreWithItsKeysInTheOrderOfItsChains)
 {
-    const std::string one = "a0bbbbbbbb"; // of one bucket with the other
-    const std::string two = "a1bbbbbbbb";
-    Loaded dictionary(one + "=1\n" + two + "=2\n/c=\n");
+    Loaded dictionary(std::string(kOne) + "=1\n" + kTwo + "=2\n/c=\n");
     std::vector<ImageEntry> entries;
     for (const std::string& key : KeysOf(dictionary))
         entries.push_back({key, TextOf(dictionary, key)});
@@ -121,7 +119,7 @@ TEST(Writer, WritesAHashStoreWithItsKeysInTheOrderOfItsChains)
     }
 }
 
-TEST(Writer, RefusesRunsThatAreTooLongForAFile)
+TEST(Writer, RefusesRunsAboveTheLimit)
 {
     Loaded longest(std::string(hollin::kLongestRun, 'k') + "=v\n");
     Loaded again(Saved(longest));
@@ -133,7 +131,7 @@ TEST(Writer, RefusesRunsThatAreTooLongForAFile)
     EXPECT_EQ(stream.str(), "");
 }
 
-TEST(Writer, TellsOfAStreamThatFails)
+TEST(Writer, ReturnsZeroIfTheStreamFails)
 {
     Loaded flat(BuildFlat(kEntries).Image());
     Loaded hash("/a=1");

@@ -1,4 +1,4 @@
-// Texts: their facts, their changes, and the parameters in them.
+// Texts: properties, changes and parameters.
 
 #include <limits>
 #include <string>
@@ -17,7 +17,7 @@ namespace
 {
 typedef std::vector<std::pair<std::u16string, std::u16string>> Changes; // before and after
 
-// Each change is made to a copy, and must leave the original as it was.
+// Changes a copy of each text, and expects the original unchanged.
 void ExpectChanges(void (ZString::*operation)(), const Changes& changes)
 {
     for (const auto& [before, after] : changes)
@@ -30,7 +30,7 @@ void ExpectChanges(void (ZString::*operation)(), const Changes& changes)
     }
 }
 
-// Every unit of a text has a quality.
+// Expects a property of every unit of a text.
 void ExpectAll(bool (*isOne)(std::uint16_t), const std::u16string& units, bool expected = true)
 {
     for (const char16_t unit : units)
@@ -38,7 +38,7 @@ void ExpectAll(bool (*isOne)(std::uint16_t), const std::u16string& units, bool e
 }
 } // namespace
 
-TEST(ZString, IsMadeOfManyThings)
+TEST(ZString, IsMadeOfEachSource)
 {
     EXPECT_EQ(ToText(ZString()), u"");
     EXPECT_EQ(ZString().Data(), nullptr);
@@ -189,7 +189,7 @@ TEST(ZString, ReadsIntegersOfAnyScript)
     }
 }
 
-TEST(ZString, KnowsTheDigitsOfEachScript)
+TEST(ZString, DigitValuesOfEachScript)
 {
     const std::u16string zeros = u"\u0030\uFF10\u2070\u2080\u0660\u06F0\u0966\u09E6\u0A66\u0AE6"
                                  u"\u0B66\u0BE6\u0C66\u0CE6\u0D66\u0E50\u0ED0\u0F20";
@@ -209,7 +209,7 @@ TEST(ZString, KnowsTheDigitsOfEachScript)
     EXPECT_EQ(digits, 18 * 10 - 4 + 3);
 }
 
-TEST(ZString, KnowsSpacesAndSigns)
+TEST(ZString, SpacesAndSigns)
 {
     const std::u16string spaces =
         u"\u0020\u3000\u00A0\t\n\v\f\r\u2000\u200A\u200B\u2028\u2029\uFEFF";
@@ -226,7 +226,7 @@ TEST(ZString, KnowsSpacesAndSigns)
     EXPECT_FALSE(ToZString(spaces + u"x").IsBlank());
 }
 
-TEST(ZString, SmallChangesAreMadeToCopies)
+TEST(ZString, ChangesLeaveCopiesUnchanged)
 {
     ExpectChanges(&ZString::TrimSpaces,
                   {{u"  a b ", u"a b"}, {u"   ", u""}, {u"", u""}, {u"\ta ", u"\ta"}});

@@ -1,4 +1,4 @@
-// The lines that dump writes bring back what they were made of.
+// The lines of dump are read as the entries they were made of.
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ std::u16string LineOf(const std::string& key, const std::u16string& text)
     return std::u16string(line.begin(), line.end());
 }
 
-// Calls with every string of up to so many characters of an alphabet.
+// Calls visit with every string of up to `longest` characters of an alphabet.
 template <class String, class Visitor>
 void ForEachString(const String& alphabet, std::size_t longest, const Visitor& visit)
 {
@@ -31,7 +31,7 @@ void ForEachString(const String& alphabet, std::size_t longest, const Visitor& v
 
 } // namespace
 
-TEST(TextLine, BringsEveryCharacterAndEveryMixOfNotationsBack)
+TEST(TextLine, EveryTextIsReadAsItWasWritten)
 {
     std::vector<std::u16string> texts;
     for (unsigned int unit = 0; unit <= 0xFFFF; ++unit)
@@ -48,7 +48,7 @@ TEST(TextLine, BringsEveryCharacterAndEveryMixOfNotationsBack)
         ASSERT_EQ(TextOf(dictionary, std::to_string(i)), texts[i]) << "line " << i + 1;
 }
 
-TEST(TextLine, KeysWithoutAProblemAreBroughtBack)
+TEST(TextLine, KeyWithoutAProblemIsReadAsItWasWritten)
 {
     std::size_t carried = 0;
     ForEachString(std::string("a\"\\=\n\r\0$ #{^\xE9", 13), 3, [&](const std::string& key) {
@@ -58,5 +58,5 @@ TEST(TextLine, KeysWithoutAProblemAreBroughtBack)
         Loaded dictionary(TextBytes(LineOf(key, u"text")));
         EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{key, u"text"}}));
     });
-    EXPECT_GT(carried, 7u + 7 * 7 + 7 * 7 * 7); // those of harmless characters, and more
+    EXPECT_GT(carried, 7u + 7 * 7 + 7 * 7 * 7); // at least all of ordinary characters
 }

@@ -66,6 +66,7 @@ class Parser
 public:
     Parser() : mApp("Makes dictionary images of translators' texts, and looks into them.", "zdict")
     {
+        mApp.allow_windows_style_options(false); // a key begins with a slash
         mApp.set_help_flag("--help", "print this text");
         mApp.get_formatter()->column_width(20);
         mApp.get_formatter()->label("REQUIRED", "");
