@@ -69,6 +69,8 @@ public:
 
     void AddRef() { intrusive_ptr_add_ref(this); }
     void Release() { intrusive_ptr_release(this); }
+    bool IsReferenced() const { return use_count() > 0; }
+    bool IsShared() const { return use_count() > 1; }
 
 protected:
     RefCountObj() = default;
