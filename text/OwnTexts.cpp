@@ -64,6 +64,7 @@ U_LStrRow sRows[] = {
 #define ROW(number, name, text)                                                                    \
     {const_cast<char*>("$$$/QX/UOverride/LStr/" #number "=" text), nullptr,                        \
      const_cast<char*>(kPlain##name.mText), 0},
+#include "text/OwnTexts.inc"
 #undef ROW
     {nullptr, kNeverRead, kNeverRead, 0},
 };

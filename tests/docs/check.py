@@ -19,7 +19,7 @@ CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 SOURCE = re.compile(r"`([\w/]+\.(?:cpp|h|inc|py))`")
 SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "examples", "tests",
            "bench", "fuzz"]
-EXAMPLE = re.compile(r"^//     (.*\n)", re.MULTILINE)
+EXAMPLE = re.compile(r"^//     .*\n(?:(?://\n)*//     .*\n)*", re.MULTILINE)
 INCLUDE = re.compile(r"^ *#include .*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")
 FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include"]
@@ -70,9 +70,10 @@ def dead_sources(document, sources):
 
 
 def example(header):
-    """The example in the comment above the include guard: its lines are indented."""
+    """The example in the comment above the include guard: the first run of indented lines."""
     head = header.read_text(encoding="utf-8").partition("\n#ifndef ")[0]
-    return "".join(EXAMPLE.findall(head))
+    run = EXAMPLE.search(head)
+    return re.sub(r"^//(?:     )?", "", run[0], flags=re.MULTILINE) if run else ""
 
 
 def check_examples(build, compiler, folder):
@@ -85,7 +86,7 @@ def check_examples(build, compiler, folder):
         if not code:
             yield f"include/{header.name}: there is no example"
         includes += "".join(INCLUDE.findall(code))
-        functions += (f"void {header.stem}()\n{{\n#line 1 \"{header.name}, the example\"\n"
+        functions += (f"void ExampleOf{header.stem}()\n{{\n#line 1 \"{header.name}, the example\"\n"
                       f"{INCLUDE.sub('', code)}}}\n")
     source = pathlib.Path(folder, "examples.cpp")
     source.write_text(f"{includes}namespace examples\n{{\n{functions}}}\n", encoding="utf-8")
