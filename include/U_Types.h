@@ -42,7 +42,7 @@ enum : U_Status
     U_Err_DamagedGlobals = 2,     // the library's record was overwritten
     U_Err_BadParameter = 3,       // also a failed verification
     U_Err_OutOfMemory = 4,        // also a block that a limit of the budget refuses
-    U_Err_Unimplemented = 5,      // the function is not implemented yet
+    U_Err_Unimplemented = 5,      // the function is not implemented
     U_Err_BadResource = 6,        // a resource is missing or damaged
     U_Err_HeaderOutOfDate = 7,    // the header of some data has an older format
     U_Err_UnsupportedHere = 8,    // the environment does not support the operation

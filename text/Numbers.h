@@ -29,7 +29,7 @@ struct NumberSpec
     std::size_t mLength; // in the message, with both "@"
 };
 
-// Reads the specification that starts at an offset of a message. Returns the default
+// Reads the format specifier that starts at an offset of a message. Returns the default
 // specification, of length 0, if none starts there. An "@" without a second one is reported;
 // the result then has no options and the length 1.
 NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start);

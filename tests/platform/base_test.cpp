@@ -15,8 +15,8 @@
 #include <platform/base/integer_text.h>
 #include <platform/base/printable.h>
 #include <platform/base/shared_mutex.h>
-#include <win32/locale.h>
 #include <win32/exceptions.h>
+#include <win32/locale.h>
 #include <win32/runtime.h>
 #include <win32/text.h>
 
