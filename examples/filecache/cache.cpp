@@ -3,7 +3,7 @@
 #include <U_Hog.h>
 #include <platform/base/thread_local.h>
 
-#include "checksum.h"
+#include "figures.h"
 #include "texts.h"
 
 namespace

@@ -4,6 +4,7 @@
 #define FILECACHE_FIGURES_H
 
 #include <atomic>
+#include <cstddef>
 
 #include <U_Types.h>
 
@@ -18,5 +19,17 @@ struct LoadFigures
     std::atomic<U_u64> unreadable{0}; // failed to open or to be read
     std::atomic<U_u64> peakUse{0};    // the library's usage figure at its highest
 };
+
+// FNV-1a with 64 bits.
+const U_u64 kChecksumStart = 0xCBF29CE484222325u;
+
+// Returns the checksum continued over more bytes.
+inline U_u64 Checksum(U_u64 sum, const void* bytes, size_t size)
+{
+    const U_u8* byte = static_cast<const U_u8*>(bytes);
+    for (const U_u8* end = byte + size; byte != end; ++byte)
+        sum = (sum ^ *byte) * 0x100000001B3u;
+    return sum;
+}
 
 #endif

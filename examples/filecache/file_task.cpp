@@ -4,7 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "checksum.h"
+#include "figures.h"
 
 using krobase::utility::ImmutableString;
 
