@@ -4,7 +4,7 @@
 #include <platform/base/thread_local.h>
 
 #include "figures.h"
-#include "texts.h"
+#include "message.h"
 
 namespace
 {

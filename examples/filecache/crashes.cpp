@@ -10,7 +10,7 @@
 #include <platform/base/printable.h>
 #include <win32/runtime.h>
 
-#include "texts.h"
+#include "message.h"
 
 // The sanitizers would find these before the processor does.
 #define UNCHECKED                                                                                  \

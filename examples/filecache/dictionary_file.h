@@ -9,7 +9,7 @@
 
 #include <U_Types.h>
 
-#include "texts.h"
+#include "message.h"
 
 // REQUIRES: outlives the library, which may point into the bytes of the file.
 class DictionaryFile

@@ -2,7 +2,7 @@
 
 #include <U_Telemetry.h>
 
-#include "texts.h"
+#include "message.h"
 
 namespace telemetry = U::telemetry;
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "texts.h"
+#include "message.h"
 
 struct Language
 {

@@ -17,7 +17,7 @@
 #include <platform/base/printable.h>
 
 #include "events.h"
-#include "texts.h"
+#include "message.h"
 
 namespace fs = std::filesystem;
 

@@ -9,7 +9,7 @@
 
 #include <U_Types.h>
 
-#include "texts.h"
+#include "message.h"
 
 class LogSink
 {

@@ -7,7 +7,7 @@
 #include <U_ZString.h>
 #include <platform/base/printable.h>
 
-#include "texts.h"
+#include "message.h"
 
 namespace
 {

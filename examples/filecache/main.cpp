@@ -22,13 +22,13 @@
 #include "loader.h"
 #include "log_sink.h"
 #include "losses.h"
+#include "message.h"
 #include "options.h"
 #include "report.h"
 #include "stop.h"
 #include "summary.h"
 #include "table.h"
-#include "telemetry.h"
-#include "texts.h"
+#include "telemetry_file.h"
 #include "walk.h"
 
 namespace fs = std::filesystem;

@@ -9,7 +9,7 @@
 
 #include "crashes.h"
 #include "language.h"
-#include "texts.h"
+#include "message.h"
 
 struct Options
 {

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "losses.h"
+#include "message.h"
 #include "table.h"
-#include "texts.h"
 
 // The ending of the file's name decides the form: .json or .xml.
 bool HasReportEnding(const std::string& path);

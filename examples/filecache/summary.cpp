@@ -3,7 +3,7 @@
 #include <U_Alloc.h>
 #include <U_Budget.h>
 
-#include "texts.h"
+#include "message.h"
 
 namespace
 {

@@ -5,7 +5,7 @@
 
 #include <platform/base/printable.h>
 
-#include "texts.h"
+#include "message.h"
 
 namespace
 {

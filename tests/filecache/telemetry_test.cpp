@@ -1,4 +1,4 @@
-#include "examples/filecache/telemetry.h"
+#include "examples/filecache/telemetry_file.h"
 
 #include <cstdio>
 #include <fstream>

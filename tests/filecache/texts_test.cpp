@@ -1,5 +1,5 @@
 #include "examples/filecache/language.h"
-#include "examples/filecache/texts.h"
+#include "examples/filecache/message.h"
 
 #include <string>
 #include <tuple>

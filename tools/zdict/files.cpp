@@ -14,7 +14,7 @@
 #include <platform/base/printable.h>
 
 #include "messages.h"
-#include "target.h"
+#include "output_path.h"
 
 const char* const kStandardStream = "-";
 

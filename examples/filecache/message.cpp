@@ -1,4 +1,4 @@
-#include "texts.h"
+#include "message.h"
 
 #include <U_Encoding.h>
 #include <U_Format.h>

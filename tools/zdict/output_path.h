@@ -1,7 +1,7 @@
 // The folder and the name of an output file, after all links of its path.
 
-#ifndef ZDICT_TARGET_H
-#define ZDICT_TARGET_H
+#ifndef ZDICT_OUTPUT_PATH_H
+#define ZDICT_OUTPUT_PATH_H
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "target.h"
+#include "output_path.h"
 
 #include <cerrno>
 #include <climits>

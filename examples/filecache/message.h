@@ -7,8 +7,8 @@
 //
 // Thread safety: any thread.
 
-#ifndef FILECACHE_TEXTS_H
-#define FILECACHE_TEXTS_H
+#ifndef FILECACHE_MESSAGE_H
+#define FILECACHE_MESSAGE_H
 
 #include <cstddef>
 #include <string>

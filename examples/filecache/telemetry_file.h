@@ -1,7 +1,7 @@
 // A telemetry provider that writes a file, one JSON object a line.
 
-#ifndef FILECACHE_TELEMETRY_H
-#define FILECACHE_TELEMETRY_H
+#ifndef FILECACHE_TELEMETRY_FILE_H
+#define FILECACHE_TELEMETRY_FILE_H
 
 #include <array>
 #include <cstdio>
@@ -11,7 +11,7 @@
 
 #include <U_Telemetry.h>
 
-#include "texts.h"
+#include "message.h"
 
 // An event is a line. A group is a line, written when the last owner releases the group.
 // Counted events are kept, up to the largest int, until LogEventsWithCount, which writes a

@@ -1,4 +1,4 @@
-#include "telemetry.h"
+#include "telemetry_file.h"
 
 #include <cerrno>
 #include <chrono>
