@@ -1,4 +1,4 @@
-# The front door. Each target does its own set-up; `make` alone lists them.
+# Entry points. Each target does its own set-up; `make` alone lists them.
 
 DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
@@ -7,7 +7,7 @@ SOAK_SECONDS ?= 600
 SOAK_TSAN_SECONDS ?= 180
 PREFIX ?= /usr/local
 
-# For the window of alerts and its test, which go without where these can't be had.
+# Packages for the alert window and its test, which are skipped without these packages.
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 

@@ -20,7 +20,7 @@
 // code, usually 3. A translation without a place for the message is replaced by the English
 // text.
 //
-// Returns: what Up_ReportErrString returns (U_Report.h).
+// Returns: the result of Up_ReportErrString (U_Report.h).
 U_EXPORT U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,
                                              const char* message);
 
@@ -52,8 +52,8 @@ U_EXPORT U_Status Up_AssertImpl(const char* expression, const char* file, int li
 // Returns: 0. An exception that is neither an int nor a std::exception passes through.
 U_EXPORT U_Status Up_AssertFailed(const char* expression, const char* file, int line);
 
-// Writes the text and a line feed for the debugger, as two pieces: another thread's text may
-// come between them.
+// Writes the text and a line feed for the debugger, as two pieces: another thread may write its
+// text between them.
 U_EXPORT void Up_DebugCStr(const char* text);
 
 #endif

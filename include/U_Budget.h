@@ -30,7 +30,8 @@
 // - Use is exact while no other thread is inside the library. While other threads allocate
 //   and free, a figure is off by at most 32 KiB for each of them, however many bytes they
 //   allocate and free. A block that another thread is about to get may be included, and a
-//   recycled block that another thread takes from the pool or gives back may be counted twice.
+//   recycled block that another thread takes from the pool or returns to the pool may be counted
+//   twice.
 // - If the pool or use changes while a block is compared, and the block does not fit, the
 //   comparison is repeated several times before the block is refused.
 // - The recycled pool is read once for each figure, so no figure falls below zero because a
@@ -38,7 +39,7 @@
 //
 // Charges that may take use past the maximum limit:
 // - the rounding of a recycled block, up to two fifths of the block;
-// - a recycled block that another thread takes from the pool and gives back during the
+// - a recycled block that another thread takes from the pool and returns during the
 //   comparison;
 // - a block that the heap refuses at the first attempt and allocates at a later one;
 // - blocks that a callback allocates or resizes on the allocating thread;
@@ -159,7 +160,7 @@ typedef int (*U_PurgeLoopProcedure)(void* refcon, bool* okay);
 U_EXPORT U_Status U_PurgeLoop(U_u64 size, U_PurgeLoopProcedure procedure, void* refcon,
                               bool recycled);
 
-// Both give free memory of the C runtime back to the system. One thread compacts at a time.
+// Both return free memory of the C runtime to the system. One thread compacts at a time.
 //
 // Return: 0.
 U_EXPORT U_Status U_CompactMem();

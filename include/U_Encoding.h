@@ -14,7 +14,8 @@
 //
 // - A U+00BC of the text's own becomes U+2206 on the way back.
 // - The substitute depends on the code page that is active at the time of the conversion. If
-//   the active code page changes, an older text may come back with another character for U+2206.
+//   the active code page changes, an older text may be converted back with another character for
+//   U+2206.
 // - Code page 65001 has U+2206 and needs no substitute.
 //
 // Pointers must not be null.

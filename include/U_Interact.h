@@ -33,8 +33,8 @@
 //
 // - The callback runs on the thread that reports, with the lock of the callbacks held. Other
 //   threads that report, or add or remove a callback, wait for the lock.
-// - The callback may add and remove callbacks, also itself. The slots are read in order, each
-//   when its turn comes, so a change of a later slot takes effect in this report.
+// - The callback may add and remove callbacks, also itself. The slots are read in
+//   order. A change of a slot that has not been read yet takes effect in this report.
 //
 // Returns: 0, or a code that ends the report. The answer of the last callback that ran is the
 // one that counts. An exception of a callback ends the report, too. A report that ends here is

@@ -123,7 +123,7 @@ U_EXPORT void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& t
 U_EXPORT U_Status Up_ReportError(U_u32 location, U_u16 severity);
 
 // Stores a text in the thread logging buffer, cut at a character boundary to fit, and reports
-// the text. A null text is an empty one. Returns what Up_ReportError returns.
+// the text. A null text is an empty one. Returns the result of Up_ReportError.
 U_EXPORT U_Status Up_ReportErrString(U_u32 location, U_u16 severity, const char* text);
 
 // Report a text with the meaning of a code at its end. A status code without a meaning appears

@@ -1,5 +1,5 @@
-// The switches of the platform: what a host installs in it, what a test sets, and what a test
-// reads back.
+// Switches of the platform: services that a host installs, settings that a test sets, and
+// figures that a test reads.
 //
 // A host without the real in-house libraries installs its log, its alerts and its settings
 // here, before birth:
@@ -37,7 +37,7 @@ namespace platform
 //   unchanged, such as the name of an operation (active code page) and an exception's what().
 // - Control characters: passed on unchanged. Before a sink writes the text to a terminal or
 //   to a file of lines, the sink calls platform::Printable (base/printable.h).
-// - Exceptions: reach the caller that logs. The library itself goes on without the line.
+// - Exceptions: passed to the caller that logs. The library continues without the line.
 typedef boost::function<void(int level, const char* category, const char* tag, const char* text)>
     LogSink;
 
@@ -208,7 +208,7 @@ PLATFORM_EXPORT void SetUsageError(short code);
 // function, and a call fails. Null restores all of them.
 PLATFORM_EXPORT void SetMissingFunction(const char* name);
 
-// For tests: what the library has done.
+// For tests: counts and results of the library's actions.
 
 // Returns the text that was last copied to the clipboard. The default is the empty text.
 PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();

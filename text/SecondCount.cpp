@@ -78,8 +78,9 @@ ClockTime ClockOnFirst(const ClockTime& now, boost::gregorian::months_of_year mo
 
 // Returns the offset without daylight saving. The flag tm_isdst alone does not decide:
 //
-// - The time zone database flags Europe/Dublin in winter, when the clock is behind standard
-//   time. So if the flag is the other one for a season, the smaller offset is the standard.
+// - The time zone database flags Europe/Dublin in winter, when local time is an hour less than
+//   standard time. So if the flag is the other one for a season, the smaller offset is the
+//   standard.
 // - Africa/Casablanca is flagged for up to seven weeks a year, in any month, without a change
 //   of its standard time. So a season is two days, two months apart, with the same flag.
 // - Another offset with the same flag is a lasting change of the zone.

@@ -109,7 +109,7 @@ struct CacheEntry
 
 struct TextCache
 {
-    U_u32 mGeneration; // of the locale that all entries come from
+    U_u32 mGeneration; // of the locale: all entries were resolved in it
 
     // A list, whose entries keep their addresses: a new handler of the host may resolve texts,
     // and so add entries, while an entry is copied.

@@ -100,7 +100,7 @@ private:
     U_Status mMeasureError = 0;
 };
 
-// `okay`: the budget had allowed the block.
+// `okay`: true if the budget allowed the block.
 void ReportUnableToRecover(const AllocationRequest& request, bool okay)
 {
     LogSafely([&] {

@@ -10,8 +10,8 @@
 #include "U_Suspend.h"
 #include "indep/contexts/CurrentContext.h"
 
-// A function that is posted to an executor's thread. The first of that thread and of a caller
-// that gives up decides which of the two has the context.
+// A function posted to an executor's thread. That thread and a caller that cancels the call
+// compete; the first one owns the context.
 class U_SuspendContext::PostedCall : private boost::noncopyable
 {
 public:

@@ -69,8 +69,8 @@ void ShowSystemBox(const U_UTF16String& text, const HostName& name, unsigned int
                        icon | win32::kBoxTopmost | win32::kBoxTaskModal);
 }
 
-// Converts to the active code page and back, so that the clipboard has what a program of the
-// user can read: other characters are replaced.
+// Converts to the active code page and back, so that other programs can read the clipboard:
+// characters that the code page lacks are replaced.
 void CopyToClipboard(const U_UTF16String& text)
 {
     kroview::datatransfer::NewClipboardSendData(U_MBToUTF16String(U_UTF16ToMBString(text, false)));

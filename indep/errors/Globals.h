@@ -29,7 +29,7 @@ struct U_Globals
     char mApart[platform::kCacheLine]; // every report writes the count and reads the rest
     std::atomic<U_u32> mErrorCount;
     char mApartToo[platform::kCacheLine];
-    std::atomic<U_u32> mPostErrors; // read as signed: decrements may come first
+    std::atomic<U_u32> mPostErrors; // read as signed: a decrement may precede its increment
     U_u32 mMagicTail;
 };
 
@@ -65,7 +65,7 @@ void Up_MarkDying();
 // 2 for a damaged record and 5889 for a missing one.
 U_Status Up_ValidateGlobals(EntryPoint entry);
 
-// Sets the count of errors. Returns what Up_ValidateGlobals returns.
+// Sets the count of errors. Returns the result of Up_ValidateGlobals.
 U_Status Up_SetHowManyErrors(U_u32 count);
 
 // The host's display name. Unlike U_GetName, HostName reports no missing or damaged record:

@@ -121,7 +121,7 @@ U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severit
     U_Status answer = 0;
     for (std::size_t slot = 0; slot < kMostLoggingCallbacks; ++slot)
     {
-        // Each slot is read when its turn comes: a callback may change later slots.
+        // Each slot is read immediately before its call: a callback may change later slots.
         if (U_LoggingCallback callback = globals->mLoggingFuncs[slot])
             answer = callback(globals->mLoggingRefcons[slot], location, severity, text);
     }

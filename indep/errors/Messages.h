@@ -49,7 +49,7 @@ void Up_ShowMessage(U_u32 location, U_u16 severity, const U_UTF16String& text, f
 bool Up_HasGroupTag(const U_UTF16String& text, std::size_t* position = nullptr);
 
 // Puts the messages of each group together in one entry. Entries without a group keep their
-// order and come first; the entries of groups follow in the order of their keys by code unit.
+// order and are first; the entries of groups follow in the order of their keys by code unit.
 // If an exception is thrown, `errors` is unchanged.
 void Coalesce(PostedErrors& errors);
 

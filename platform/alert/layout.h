@@ -38,7 +38,7 @@ typedef boost::function<bool(const krobase::utility::UTF16String& line)> LineFit
 //   characters become spaces.
 // - Spaces at the end of a line, and empty lines at the end of the text, are left out.
 //
-// Throws: std::bad_alloc; what `fits` throws.
+// Throws: std::bad_alloc; the exceptions of `fits`.
 PLATFORM_EXPORT std::vector<krobase::utility::UTF16String>
 WrapText(const krobase::utility::UTF16String& text, const LineFits& fits);
 

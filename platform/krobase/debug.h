@@ -48,7 +48,7 @@ PLATFORM_EXPORT bool TraceEnabled(const char* category, int level, bool askSetti
 
 // Writes text to the trace. The text ends its own lines.
 //
-// Throws: what the sink of traces throws.
+// Throws: the exceptions of the sink of traces.
 PLATFORM_EXPORT void Trace(const char* text);
 
 // Shows a failed assertion through the presenter of alerts, and waits for the developer's
@@ -57,7 +57,7 @@ PLATFORM_EXPORT void Trace(const char* text);
 // Returns: true for "break into the debugger". The caller then calls BreakIntoDebugger.
 // ignoreAlways: becomes true for "do not ask for this assertion again", for the caller to
 //   store. Any other answer leaves `ignoreAlways` as it is.
-// Throws: what the presenter throws; std::bad_alloc.
+// Throws: the exceptions of the presenter; std::bad_alloc.
 PLATFORM_EXPORT bool BreakAfterAssertDialog(bool& ignoreAlways, const char* expression,
                                             const char* message, const char* file, int line,
                                             const char* function);

@@ -14,7 +14,7 @@ namespace krobase
 {
 namespace utility
 {
-// Owns one block, or none. The destructor gives the block to the pool.
+// Owns at most one block. The destructor returns the block to the pool.
 class PLATFORM_EXPORT RecycledMemory
 {
 public:
@@ -25,7 +25,7 @@ public:
     RecycledMemory& operator=(const RecycledMemory&) = delete;
 
     // Allocates a block of at least `size` bytes, from the pool if a block in the pool fits.
-    // First gives the object's present block to the pool.
+    // First returns the object's present block to the pool.
     //
     // Throws: std::bad_alloc without memory, or for a `size` that is negative or above
     // 0x7FFFFFEF. Then the object owns no block.

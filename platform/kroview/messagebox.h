@@ -48,7 +48,7 @@ typedef boost::function<void(unsigned int message)> MessageHandler;
 // widthHint: 0, or the width in points that suits the text. heightHint: 0.
 // Returns: kButtonOK.
 // Throws: std::invalid_argument for a null supplier or node, another kind or another button;
-//   what the presenter throws; std::bad_alloc.
+//   the exceptions of the presenter; std::bad_alloc.
 PLATFORM_EXPORT int Messagebox(pencart::SupplierInterface* supplier,
                                const krobase::utility::UTF16String& title,
                                const krobase::utility::UTF16String& text, int kind, int button,

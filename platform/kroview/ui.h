@@ -56,13 +56,13 @@ public:
 
     // Begins a capture, after which the previous capture is cancelled. `onEnd` may be empty.
     //
-    // Throws: what the previous capture's `onEnd` throws, with the new capture begun;
+    // Throws: the exceptions of the previous capture's `onEnd`; the new capture has begun;
     //   std::bad_alloc, with the previous capture in force.
     void BeginInputCapture(const CaptureEnd& onEnd);
 
     // Ends the capture. Without a capture the function does nothing.
     //
-    // Throws: what `onEnd` throws, with the capture ended.
+    // Throws: the exceptions of `onEnd`; the capture has ended.
     void EndInputCapture(bool cancelled);
     bool HasInputCapture() const;
 

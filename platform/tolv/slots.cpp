@@ -41,7 +41,7 @@ std::atomic<Slab*> sFirstSlab(nullptr);
 const unsigned kAddressBits = 48;
 const unsigned kLeafBits = 32;
 const unsigned kSlabBits = 16;
-static_assert(kSlabBytes == std::size_t(1) << kSlabBits, "a bit stands for one slab");
+static_assert(kSlabBytes == std::size_t(1) << kSlabBits, "a bit represents one slab");
 
 struct Leaf
 {

@@ -10,8 +10,8 @@
 //
 // Thread safety: all functions may be called on any thread.
 //
-// A date picture is a text that says how a date is written. Its letters stand for parts of
-// the date, in the language, with the calendar and the digits of the user's locale:
+// A date picture is the format of a date. Its letters are replaced by parts of the date, in
+// the language, with the calendar and the digits of the user's locale:
 //
 //   d, dd           the day of the month, in at least one or two digits
 //   ddd, dddd       the name of the day of the week, short or full

@@ -5,7 +5,7 @@
 //
 // Thread safety: all functions may be called on any thread.
 //
-// Throws: what the sink throws.
+// Throws: the exceptions of the sink.
 
 #ifndef WRIL_WRIL_H
 #define WRIL_WRIL_H

@@ -69,7 +69,7 @@ typedef void (*StoreText)(void* clientString, const char* text, unsigned int len
 //
 // options, padding, newline, indent, baseIndent: 0, null or empty; anything else is
 //   kErrorBadSettings.
-// Throws: what `store` throws, except for std::bad_alloc and an ErrorCode, which become the
+// Throws: the exceptions of `store`, except for std::bad_alloc and an ErrorCode, which become the
 //   result.
 // Failures: the error is stored in `result`, and `store` is not called.
 PLATFORM_EXPORT void Ordinal61(__XMPMeta__* metadata, void* clientString, unsigned int options,

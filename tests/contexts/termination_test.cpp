@@ -138,7 +138,7 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
     }
 }
 
-// While the innermost function keeps the context, no caller in between has it.
+// While the innermost function uses the context, no outer caller may attach the context.
 TEST_F(Termination, AContextLostInANestedCallIsLostToAllCallers)
 {
     for (const bool lenderRunsHere : {false, true})

@@ -55,8 +55,8 @@ def translated_texts(path):
 
 
 def marks(text):
-    """What a translation has to keep: places, of which ^1 may be written ^^1,
-    options and addresses."""
+    """Returns the placeholders (^1 or ^^1), options and addresses that a translation must
+    keep."""
     return sorted(set(re.findall(r"\^[1-9]|@[0-9]|%[a-z]|--[a-z]+|https:\S*\w", text)))
 
 

@@ -31,7 +31,7 @@ read -ra flags < <(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --li
 "$compiler" -std=c++17 "$here/host.cpp" "${flags[@]}" -Wl,-rpath,"$libraries" -o "$folder/plain"
 expect_greeting "$folder/plain" "$folder/host/host_de.zdict"
 
-# Each block that operator delete gets must come from the operator new beside it.
+# operator delete receives only blocks of the operator new in the same module.
 expect_own_new() {
     "$@" -std=c++17 "$here/host.cpp" "${flags[@]}" -Wl,-rpath,"$libraries" -o "$folder/own_new"
     expect_greeting "$folder/own_new" "$folder/host/host_de.zdict"

@@ -16,7 +16,7 @@ bool IsUnfitForFiles(unsigned int unit)
            unit == 0xFFFE || unit == 0xFFFF;
 }
 
-// Returns the letter that stands for a unit after a backslash, or 0.
+// Returns the letter after the backslash in the escape of a unit, or 0.
 char EscapeOf(unsigned int unit)
 {
     switch (unit)

@@ -126,8 +126,8 @@ inline ThreadRecord* MyRecord()
 // Returns a free slot, or null without memory.
 void** TakeSlot(ThreadRecord* record);
 
-// Makes a slot free. The calling thread keeps the slot, and gives a chain to the common pool if two
-// chains are full. A null record gives the slot to the pool.
+// Frees a slot, which the record keeps. If two chains are full, one of them is moved to the common
+// pool. Without a record the slot is moved to the pool.
 void GiveSlot(ThreadRecord* record, void** slot);
 
 // Returns the newest record, the head of the list of all records. Records are never freed.

@@ -26,7 +26,7 @@ void OnSignal(std::size_t level, int number, siginfo_t* info, void* context);
 
 typedef platform::StackedHandler<&OnSignal> SignalHandler;
 
-// A signal that stands for hardware exceptions.
+// A signal that reports hardware exceptions.
 struct Signal
 {
     explicit constexpr Signal(int number) : mNumber(number) {}
