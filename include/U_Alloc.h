@@ -27,7 +27,8 @@
 // is logged and not reported to the user.
 //
 // Throws: no function throws by itself. An exception of a host's function that runs inside a
-// report (U_Report.h) or a measurement (U_MemServices.h) is passed on.
+// measurement (U_MemServices.h) is passed on. So is one that passes out of a report (U_Report.h),
+// other than the report of a failed allocation.
 //
 // Failures of all allocations:
 // - If the budget or the heap refuses a block, the library logs the failure and reports the

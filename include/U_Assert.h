@@ -43,8 +43,9 @@ U_EXPORT bool U_RandErr(U_u32 first, U_u32 second);
 // this assertion from now on.
 //
 // Returns: 0.
-// Failures: if the dialog fails, the program continues; an exception other than std::bad_alloc
-// is reported. An exception that is neither an int nor a std::exception passes through.
+// Failures: if the dialog fails, the program continues; a std::exception other than
+// std::bad_alloc is reported. An exception that is neither an int nor a std::exception passes
+// through.
 U_EXPORT U_Status Up_AssertImpl(const char* expression, const char* file, int line, bool* flag);
 
 // Reports a failed assertion as a U_Sev_PROBLEM.

@@ -38,6 +38,9 @@
 //   block enters or leaves the pool.
 //
 // Charges that may take use past the maximum limit:
+// - a recycled block, which is compared without the recycled pool;
+// - any block below the prepurge limit in force, if an override of the maximum is lower than
+//   that;
 // - the rounding of a recycled block, up to two fifths of the block;
 // - a recycled block that another thread takes from the pool and returns during the
 //   comparison;
@@ -100,7 +103,9 @@ U_EXPORT U_Status U_GetPurgeRequestCallback(U_PurgeRequestCallback* callback, vo
 U_EXPORT U_Status U_SetMemUsageLimits(U_u64 prepurge, U_u64 maximum);
 
 // Sets overrides of the limits, normalised in the same way. Once base limits are set, each
-// override that is lower than its base limit is in force. 0 for both means no override.
+// override that is lower than its base limit is in force. 0 for both means no override. An
+// override of the maximum alone that is lower than the prepurge limit does not refuse blocks
+// below the prepurge limit.
 //
 // Returns: as U_SetMemUsageLimits.
 U_EXPORT U_Status U_SetMemUsageLimitsOverride(U_u64 prepurge, U_u64 maximum);

@@ -50,8 +50,8 @@
 // - If a failure within the handler has also damaged the stack, a second call is possible.
 // - A handler that the host installs over the library's own, with sigaction and the like, gets
 //   the failure first, and the library only if that handler calls the one that it has replaced.
-//   The library installs its own over such a handler at the next birth, for at most four
-//   different handlers a position. It stays beneath a fifth.
+//   The library installs its own over such a handler at the next birth, for at most three
+//   different handlers a position. It stays beneath a fourth.
 // - A jump runs no destructor of the frames that it leaves. If these are frames of the library,
 //   because a callback of the host or the library itself has failed, then:
 //   - Locks of the library that these frames hold stay locked. Other threads may wait for ever.
@@ -59,6 +59,8 @@
 //     their codes.
 //   - Out of the report of a failed allocation, of a failed conversion of text or of an unknown
 //     exception: failures of that one kind are no longer reported on the thread.
+//   - Out of a purge callback that U_RegisterHog has called: U_RegisterHog returns 4 on the
+//     thread whenever the table of hogs has to grow.
 //   - Out of a function within a suspended context (U_Context.h): the behaviour of later
 //     suspensions on the thread is undefined.
 //   - Out of the report of a failed operator new, or of a section in which operator new fails

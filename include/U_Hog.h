@@ -42,8 +42,8 @@ enum : U_u32
 // Registers a hog and stores its identifier in *id. The name is copied. A second registration
 // of a name makes a second hog. An identifier is valid until death.
 //
-// Returns: 0; 4 without memory, or inside a purge request of another registration; or 3 outside
-// the library's life. After a failure *id is unchanged.
+// Returns: 0; 4 without memory, or inside a purge request of another registration; or 3 for a null
+// name or address, or outside the library's life. After a failure *id is unchanged.
 // Failures: if the table of hogs cannot grow at once, the library reports and asks the host to
 // purge while it holds the lock of the table. The callbacks must not register a hog then, nor
 // wait for a thread that registers one.
@@ -94,10 +94,11 @@ U_EXPORT U_Status U_GetHogHandleSize(void** handle, U_u64* size);
 // owns *out.
 //
 // Returns: 0; 4 with *out null; 3 for a null hog handle, with *out unchanged; or 2 or the
-// code of U_GetHandleSize, with *out an empty handle that the caller owns.
+// code of U_GetHandleSize, with *out an empty handle that the caller owns (see Failures).
 // Failures: a purge callback may resize or free the hog handle meanwhile. After a resize *out
 // has the earlier size, and only the bytes that the hog handle still has are copied. If the hog
-// handle was freed, no byte is copied and the result is 2.
+// handle was freed, no byte is copied, *out has the earlier size and uninitialised bytes, and the
+// result is 2.
 U_EXPORT U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out);
 
 // Stores in *out a hog handle with a copy of a plain handle's contents. The plain handle is

@@ -73,8 +73,9 @@ public:
 //   boost::bad_function_call.
 //
 // A measurement calls the functions that are installed when the measurement begins. So a
-// function that is uninstalled meanwhile may be called once more. The last measurement that
-// calls a function destroys the function object, on the thread of that measurement. Managers
+// function that is uninstalled meanwhile may be called once more. The function object is
+// destroyed by the uninstallation, or by the last measurement that still calls the function, on
+// the thread of that measurement. Managers
 // stay installed until they are uninstalled, also after the library's death.
 
 // Adds a manager with a copy of the function. A manager that is installed already under `id`

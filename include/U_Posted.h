@@ -44,7 +44,7 @@ U_EXPORT void U_DecrementPostErrors();
 // Failures:
 //
 // - A message that the system's message box cannot show stays posted, without a report. An
-//   exception of the host's message box leaves a line in the log.
+//   exception of the host's message box that no translator recognises leaves a line in the log.
 // - An exception that is neither an int nor a std::exception passes through. The messages that
 //   were not shown stay posted.
 // - Without memory to put groups together, their messages are shown one by one in the order of
@@ -74,13 +74,14 @@ struct U_DeferredState
 // also after a failure.
 //
 // Returns: 0; 3, reported, if `state` is null; 2 or 5889 as U_GetHowManyErrors; 4 without
-// memory for the mask. After 2, 4 and 5889 the stretch keeps no error back.
+// memory for the mask. After 2, 4 and 5889 the stretch keeps no error back, and
+// its end repeats nothing.
 U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 
 // End a deferred stretch.
 //
 // If `report` is false, the errors of the stretch are forgotten: the count of errors is set
-// back, and so is the thread's text, if the thread had one.
+// back, and so is the thread's text, if the thread had one and there was memory to keep it.
 //
 // If `report` is true and any thread's error was counted since the start, the end repeats the
 // latest report of the calling thread:
@@ -88,11 +89,12 @@ U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 // - The repeat is shown as the mask before the start decides. The log and the callbacks
 //   receive the repeat unless they received the report in the stretch.
 // - If the thread's latest text is empty, the repeat has `fallbackText`, or "missing deferred
-//   error information." if that is null. The log always gets a line of this text; the callbacks
-//   receive it only if the stretch kept its severity from them.
-// - If no report of the thread was counted, that text is reported as a fatal error, and the
-//   process is dying: the errors were other threads' and must not be lost. Reports that were
-//   quiet or ended by a callback are not counted.
+//   error information." if that is null. The log gets a line of this text even if the
+//   report had one, as far as its severity and the mask allow; the callbacks receive the text
+//   only if the stretch kept its severity from them.
+// - If the thread has made no report since it began, or each was quiet or ended by a callback,
+//   that text is reported as a fatal error, and the process is dying unless `async` is true: the
+//   errors were other threads' and must not be lost.
 // - If `async` is true, the repeat is only posted, without the log, the count and the callbacks.
 //
 // Returns: 0; 3, reported, if `state` is null. If `async` is true, also 4 without memory, or

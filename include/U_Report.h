@@ -17,7 +17,8 @@
 // A report passes these steps:
 //
 // 1. The log gets a line, and each logging callback is called, if the interaction mask has the
-//    severity (U_Interact.h). A callback can end the report here.
+//    severity (U_Interact.h). In a quiet stretch without logging (U_Posted.h) only a fatal
+//    report does both. A callback can end the report here.
 // 2. The report is counted (U_GetHowManyErrors), whatever the mask is. A U_Sev_DETAIL is not
 //    counted. In quiet mode (U_Posted.h) only a fatal report is counted and shown.
 // 3. If the mask shows the severity, the message is shown at once. The message is posted
@@ -34,14 +35,15 @@
 // Failures:
 //
 // - A thread that reports inside a report of its own, for example in a logging callback or
-//   while its alert is up, is ignored: the inner report leaves no trace.
+//   while its alert is up, is ignored. Exceptions: U_AsyncReport posts as usual, and
+//   Up_Report16 and Up_ReportError set the thread's last error to 0.
 // - A message that cannot be shown is posted. A message that cannot be posted, without memory
 //   or outside the library's life, is lost without a report.
 // - Without memory to convert its text, a report of multibyte text is dropped and returns 4.
 // - An exception that is neither an int nor a std::exception passes out of the report, whatever
 //   function threw it.
-// - If the library's record is damaged, messages have no host's name, and the process is dying
-//   from then on (U_Die).
+// - If the library's record is damaged or missing, messages have no host's name. A damaged
+//   record also makes the process die (U_Die).
 
 #ifndef U_REPORT_H
 #define U_REPORT_H

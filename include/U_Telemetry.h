@@ -21,8 +21,8 @@
 //   "errDetail" for a message with a group identifier (U_Group.h).
 // - The group ("qx", "plugin_error", "plugin_error") for a missing plug-in. "match_name" and
 //   "version" are added with the group's own Add, not with the provider's AddToGroup.
-// - The event ("Stage", "CrashHandler", "InvokingCrashHandler") for a crash, on the thread that
-//   crashed. The process may be in any state then.
+// - The event ("Stage", "CrashHandler", "InvokingCrashHandler") for a hardware exception
+//   (U_Fatal.h), on the thread of the exception. The process may be in any state then.
 
 #ifndef U_TELEMETRY_H
 #define U_TELEMETRY_H

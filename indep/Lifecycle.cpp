@@ -81,7 +81,7 @@ const BirthStep kSubBirths[] = {
 };
 // clang-format on
 
-// A failure of the log ends neither birth nor death.
+// A failure of the log in this line ends neither birth nor death.
 void LogStep(const char* tag, const char* text)
 {
     LogSafely([=] { WRIL_Log(kLifecycleLevel, "U", tag, text); });

@@ -14,7 +14,7 @@ const U_u64 kLargestBlock = 0x7FFFFFFF; // bytes; a request must fit a signed 32
 // Makes the heap, charges the application's presumed size, and reads the settings.
 void Up_InitializeMemorySubsystem();
 
-// Logs the settings. Returns 0, or 4 without a heap.
+// Logs the settings. Returns 0, or 4 without a heap. Throws the exceptions of the log sink.
 U_Status Up_CheckMemorySubsystem();
 
 // Logs the blocks that are left in the heap, and undoes the initialisation.

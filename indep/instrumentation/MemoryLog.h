@@ -7,8 +7,8 @@
 //
 // The log appends to the file /bc_memory.PROCESS.log: a start line, a header, and a row after each
 // interval. The setting "MemoryYoYoLogInterval" is the interval in milliseconds, at least 1; the
-// default is 1000, also for a text that is no number. The log continues after a death until the
-// process ends.
+// default, also for a text that is no number, is the interval of the earlier start, at first 1000.
+// The log continues after a death until the process ends.
 //
 // A later start ends the old thread, which may first finish a row. The start reads the interval
 // again, opens the file again, and writes another start line and header. The files of earlier

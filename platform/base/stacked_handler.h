@@ -16,7 +16,9 @@ namespace platform
 // removed and installed over that handler. If both installations were one function, the two
 // handlers would call each other without end. So each installation has a function of its own, a
 // level, which calls `run` with its number; `run` passes on to the handler that this level has
-// replaced. No state of a thread is needed, which a jump out of a handler would leave set.
+// replaced. No state of a thread is needed, which a jump out of a handler would leave set. The
+// handlers of one position must not be installed again over ours from a pointer that was read
+// before an earlier removal: that level may serve another installation by then.
 //
 // For a static variable. One thread at a time installs and removes. Any thread may call the other
 // functions, also in a signal handler.
