@@ -5,7 +5,7 @@
 //     const U_i64 number = value.GetAs_int(); // 12
 //     value = 2.5;
 //     const U_UTF16String text = value.GetAs_Str(); // "2.5"
-//     const bool isWhole = value.GetAs_int() == number; // false
+//     const bool isEqual = value.GetAs_int() == number; // false: 2 is not 12
 //
 // A variant holds a value and its kind. The kind may be undecided: the first call that needs the
 // kind infers it from the held type, also for a const object. Narrow text is multibyte text in

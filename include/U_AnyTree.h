@@ -102,7 +102,7 @@ public:
     void put(const char* key, const U_Any& value);
 
     // Returns the tree as text for people: one line for each node, "key: value", with one leading
-    // tab for each level.
+    // tab for each level below the first.
     //
     // Throws: as the conversions of the values.
     U_UTF16String GetAs_Str() const;

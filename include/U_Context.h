@@ -207,7 +207,7 @@ private:
 class U_EXPORT U_ContextSetter : private boost::noncopyable
 {
 public:
-    // Activates the current context of the thread once more, also for a null `context`.
+    // Activate `context`; without one, or for null, the current context of the thread once more.
     //
     // Throws: as U_Context::GetCurrent and U_Context::Activate.
     U_ContextSetter();

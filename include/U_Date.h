@@ -28,7 +28,7 @@
 enum U_SecondsType : U_i32
 {
     U_SecondsType_Local = 0, // the count is local time, the ptime UTC
-    U_SecondsType_AsIs = 1   // count and ptime are in the same zone; so is any other value
+    U_SecondsType_AsIs = 1   // count and ptime are in the same zone; any other value means the same
 };
 
 // The form of a date. Any other value is the system's default form.
@@ -59,7 +59,7 @@ enum U_DateTimeDisplay : U_i32
 U_EXPORT U_Status U_DateTimeZoneNow(std::tm* out, std::string& zone);
 
 // Converts a time to a second count and drops the fraction. With U_SecondsType_Local the zone's
-// offset at that time is added. A time before 1970 is not converted.
+// offset at that time is added. To a time before 1970 no offset is added.
 //
 // Returns: the count modulo 2^32, for a time outside the range of second counts.
 // Throws: the exceptions of boost for a time that the system cannot convert.

@@ -26,8 +26,8 @@
 // throws the system's error code as an int, or 1 if the system has none. A result that does not
 // fit in memory throws std::bad_alloc.
 //
-// - 87: the text is too long for the system's counts of signed 32 bits, or the code page is
-//   unknown.
+// - 87: the text, or the largest result that it may have, is too long for the system's counts of
+//   signed 32 bits; or the code page is unknown.
 // - 8: no memory for the tables of a code page that is used for the first time.
 // - The failure is not reported if it happens inside the report of another one, or on a thread
 //   that has no memory left to record that a report is in progress.

@@ -56,7 +56,8 @@ struct U_LStrCache
 };
 
 // A table is invalid if it is null, lacks the last row, or is both a heap copy and listed. Each
-// function then reports the code 3 to its caller and has no other effect.
+// function then reports the code 3 to its caller and has no other effect, unless a null pointer
+// makes the call do nothing.
 
 // Returns the text of a row, which is never null: in English if `english` is not 0 or no
 // language has been chosen, otherwise in the current language. *error is set to 0 or to an

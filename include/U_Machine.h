@@ -116,8 +116,8 @@ U_EXPORT bool U_IsCallStackMonitoringInitialized();
 // Owns a contiguous range of reserved address space, at most 2 GiB less one byte. The range cannot
 // be read or written: it keeps the addresses free for a later user.
 //
-// The constructor may ask the host to purge. Meanwhile the blocks of other threads are not
-// measured against the limits.
+// The constructor and U_ReserveContiguousAddressSpace may ask the host to purge. Meanwhile the
+// blocks of other threads are not measured against the limits.
 //
 // REQUIRES: constructed between birth and death. The range may be released at any time.
 class U_EXPORT U_ScReserveContiguousAddressSpace

@@ -40,8 +40,8 @@ private:
     mutable U_i32 mCount;
 };
 
-// The base of counted objects. The count of a new object is 0. The last pointer to an object
-// deletes it.
+// The base of counted objects. The count of a new object is 0, and each pointer adds 1. The last
+// pointer to an object deletes it.
 //
 // REQUIRES: counted objects are allocated with new.
 class U_EXPORT U_RCObject

@@ -42,8 +42,8 @@ const U_Status U_Err_SuspendTerminated = 517;
 // One suspension.
 //
 // REQUIRES: made, used and destroyed on the same thread, and destroyed before the setter under
-// which it was made. Otherwise the context is attached to a thread without an activation of it,
-// and stays there.
+// which it was made. If the setter ends first, the context is attached to a thread without an
+// activation of it, and stays there.
 class U_EXPORT U_SuspendContext : private boost::noncopyable
 {
 public:
@@ -88,9 +88,10 @@ public:
     // - If the caller has a context, a context of the executor's own thread is kept alive during
     //   the call, but is not current there, during the call and after it.
     //
-    // Throws: 3, after a report, for a null executor, and if the function of an earlier call
-    // keeps the context: a function that was given up, or one that lost the context in a call of
-    // its own; std::bad_alloc; the exception of an executor that cannot queue the function.
+    // Throws: 3, after a report, for a null executor, and on the executor's own thread if the
+    // function of an earlier call keeps the context: a function that was given up, or one that
+    // lost the context in a call of its own; std::bad_alloc; the exception of an executor that
+    // cannot queue the function.
     //
     // Failures:
     // - The context cannot become current on the executor's thread: the function does not run,

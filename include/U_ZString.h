@@ -15,7 +15,8 @@
 //
 // - ^ and \ begin escapes. A parameter of U_SubString such as ^1 is written ^^1.
 // - #{eacute} and #{U+20AC} are characters by name and by number.
-// - {{*MSWindows*}} drops the text before it; {{*COMMENT*}} drops itself and the text after
+// - {{*MSWindows*}} drops itself and the text before it; {{*COMMENT*}} drops itself and the text
+// after
 //   it; {{*CopyYear*}} becomes the year of the library's build.
 //
 // A dictionary stores texts that are expanded already, apart from the three markers. On a

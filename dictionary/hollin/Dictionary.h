@@ -7,7 +7,8 @@
 //     const hollin::ZString text = dictionary.GetString("$$$/Host/Greeting=Hello");
 //
 // A dictionary uses one of two stores:
-// - The hash store holds text files and images of version 1. It can't be changed.
+// - The hash store holds text files and images of version 1. Operations on single texts
+//   (SetString, AddString, RemoveString) do not change it.
 // - The flat store holds images of version 2 in their own layout, and can be changed.
 //
 // A load of an image of version 2 makes a dictionary flat, and it stays so. Entries of the
@@ -192,7 +193,7 @@ public:
     std::size_t Serialize(std::ostream& stream, bool binary, TextEncoding encoding) const;
 
     // Returns the registered dictionary of a domain, which the first call makes empty. The
-    // reference is valid until the end of the process.
+    // dictionary is destroyed at the end of the process.
     static Dictionary& ForDomain(std::uint32_t domain);
 
     // Makes the registered dictionary of a domain the default dictionary, and returns it.

@@ -1,8 +1,10 @@
 #include "options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <utility>
@@ -200,15 +202,67 @@ const ValueOption kValueOptions[] = {
      }},
 };
 
-// Arguments that belong to no option.
+Message UnknownOption(const std::string& argument)
+{
+    return {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {argument}};
+}
+
+Message SecondFolder(const std::string& name)
+{
+    return {"$$$/QX/FileCache/Wrong/SecondFolder=only one folder can be given, not '^^1' too",
+            {name}};
+}
+
+bool TakesValue(const std::string& name)
+{
+    return std::any_of(std::begin(kValueOptions), std::end(kValueOptions),
+                       [&name](const ValueOption& option) { return name == option.name; });
+}
+
+// The command line, divided at the mark "--".
+struct Arguments
+{
+    Arguments(int argc, char** argv)
+    {
+        bool isValue = false;
+        for (int i = 1; i < argc; ++i)
+        {
+            const std::string argument = argv[i];
+            if (!isValue && argument == "--")
+            {
+                folders.assign(argv + i + 1, argv + argc);
+                break;
+            }
+            isValue = !isValue && TakesValue(argument);
+            beforeMark.push_back(argument);
+        }
+    }
+
+    std::vector<std::string> beforeMark;
+    std::vector<std::string> folders; // after the mark
+};
+
+// Checks an argument of the form --name=value, which CLI11 accepts for flags and without a
+// value, too.
+Message CheckJoined(const std::string& argument)
+{
+    const std::size_t equals = argument.find('=');
+    if (argument.compare(0, 2, "--") != 0 || equals == std::string::npos)
+        return Message();
+    const std::string name = argument.substr(0, equals);
+    if (!TakesValue(name))
+        return UnknownOption(argument);
+    if (equals + 1 == argument.size())
+        return {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {name}};
+    return Message();
+}
+
+// Checks the arguments that are neither options nor the first folder.
 Message CheckRest(const std::vector<std::string>& rest)
 {
     if (rest.empty())
         return Message();
-    if (rest.front()[0] == '-')
-        return {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {rest.front()}};
-    return {"$$$/QX/FileCache/Wrong/SecondFolder=only one folder can be given, not '^^1' too",
-            {rest.front()}};
+    return rest.front()[0] == '-' ? UnknownOption(rest.front()) : SecondFolder(rest.front());
 }
 } // namespace
 
@@ -217,26 +271,39 @@ Message ParseOptions(int argc, char** argv, Options* options)
     CLI::App app;
     app.set_help_flag();
     app.allow_extras();
-    app.add_option("folder", options->folder);
+    CLI::Option* const folder = app.add_option("folder", options->folder);
     app.add_flag("--verbose", options->verbose);
     app.add_flag("--help", options->help);
     std::vector<std::pair<const ValueOption*, CLI::Option*>> values;
     for (const ValueOption& option : kValueOptions)
         values.emplace_back(&option, app.add_option(option.name)->take_all());
 
+    Arguments arguments(argc, argv);
     Message firstWrong;
+    for (const std::string& argument : arguments.beforeMark)
+    {
+        if (!firstWrong)
+            firstWrong = CheckJoined(argument);
+    }
+    if (firstWrong)
+        return firstWrong;
     try
     {
-        app.parse(argc, argv);
+        // CLI11 takes the arguments from the last to the first.
+        app.parse(
+            std::vector<std::string>(arguments.beforeMark.rbegin(), arguments.beforeMark.rend()));
         firstWrong = CheckRest(app.remaining());
     }
-    catch (const CLI::ArgumentMismatch&)
+    catch (const CLI::ParseError&)
     {
         firstWrong = {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {argv[argc - 1]}};
     }
-    catch (const CLI::ParseError& error)
+    for (std::size_t i = 0; i < arguments.folders.size(); ++i)
     {
-        firstWrong = {"$$$/QX/FileCache/Wrong/Option=unknown option '^^1'", {error.what()}};
+        if (i == 0 && folder->count() == 0)
+            options->folder = arguments.folders[i];
+        else if (!firstWrong)
+            firstWrong = SecondFolder(arguments.folders[i]);
     }
     for (const auto& [option, given] : values)
     {

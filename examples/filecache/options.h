@@ -31,7 +31,7 @@ struct Options
     bool help = false;
 };
 
-// Reads the whole command line. Returns a message about the first fault.
+// Reads the whole command line. Returns a message about one fault, or none.
 Message ParseOptions(int argc, char** argv, Options* options);
 
 // Prints the usage to stdout.

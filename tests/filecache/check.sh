@@ -237,6 +237,10 @@ wrong "isn't a folder" "$files/Nothing"
 wrong "only one folder" "$files" "$work/none"
 wrong "unknown option '--colour'" --colour "$files"
 wrong "needs a value" --budget
+wrong "--log needs a value" --log= "$files"
+wrong "unknown option '--verbose=no'" --verbose=no "$files"
+wrong "only one folder can be given, not '-b'" "$files" -- -b
+wrong "there is no folder '--threads'" -- --threads
 wrong "can't write" --log "$work/missing/log" "$files"
 wrong "can't write" --telemetry "$work/missing/telemetry" "$files"
 for budget in 0 1M 2097151; do

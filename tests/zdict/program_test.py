@@ -141,6 +141,8 @@ class Usage(Case):
         for arguments, what in [
                 ([], "A command is required (see zdict --help)"),
                 (["compil", "a"], "there is no command 'compil' (see zdict --help)"),
+                (["compil", "--help"], "there is no command 'compil'"),
+                (["compile", "--locale=", "a"], "--locale needs a value"),
                 (["compile"], "TEXT is required (see zdict compile --help)"),
                 (["get", "a"], "KEY is required"),
                 (["dump", "a", "b"], "not expected: b (see zdict dump --help)"),
@@ -165,6 +167,7 @@ class Usage(Case):
         for name in "[x,y]", "[x]", "{}", "get", "merge", "-x":
             self.file(name, image)
             self.run_tool("check", "--", name)
+            self.run_tool("check", "./" + name, "--", name)
             self.assertEqual(self.run_tool("get", "--", name, "-o").out, b"3\n")
             self.assertEqual(self.run_tool("merge", "--", name, name).out, image)
         for key, text in ("010", b"1"), ("[x,y]", b"2"), ("get", b"4"), ("{}", b"5"):

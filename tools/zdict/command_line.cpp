@@ -1,8 +1,11 @@
 #include "command_line.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -42,22 +45,55 @@ std::string CheckLocale(const std::string& name)
     return std::string();
 }
 
-// The arguments after the program's name, from the last to the first, as CLI11 takes them.
-//
-// CLI11 reads [a,b] as two files, unless a path is before the bracket. The key of `get` is
-// not a file and not a list.
+bool TakesValue(const std::string& argument)
+{
+    return argument == "-o" || argument == "--locale" || argument == "--base" ||
+           argument == "--code-page";
+}
+
+// Protects a file name that CLI11 would not read as one operand: [a,b] is a list, ++ ends a
+// command, and after -- a name may begin with a minus.
+std::string FileName(const std::string& name, bool isAfterMark)
+{
+    const bool isList = name.size() > 1 && name.front() == '[' && name.back() == ']';
+    const bool isOption = isAfterMark && name.size() > 1 && name.front() == '-';
+    return isList || isOption || name == "++" ? "./" + name : name;
+}
+
+// Returns the arguments after the program's name, from the last to the first, as CLI11 takes
+// them. CLI11 knows the mark -- only while operands are missing, so the mark of a command
+// whose operands are all files is dropped here. The key of `get` is not a file.
 std::vector<std::string> Reversed(int count, const char* const* arguments)
 {
-    std::vector<std::string> reversed;
-    for (int i = count - 1; i > 0; --i)
+    const bool areFiles = count > 1 && std::string_view(arguments[1]) != "get";
+    std::vector<std::string> result;
+    bool isValue = false;
+    bool isAfterMark = false;
+    for (int i = 1; i < count; ++i)
     {
-        std::string argument = arguments[i];
-        if (argument.size() > 1 && argument.front() == '[' && argument.back() == ']' &&
-            std::string_view(arguments[1]) != "get")
-            argument.insert(0, "./");
-        reversed.push_back(argument);
+        const std::string argument = arguments[i];
+        const std::size_t equals = argument.find('=');
+        if (isValue || !areFiles)
+        {
+            result.push_back(argument);
+            isValue = false;
+        }
+        else if (!isAfterMark && argument == "--")
+            isAfterMark = true;
+        else if (!isAfterMark && argument.compare(0, 3, "-o=") == 0)
+            result.insert(result.end(), {"-o", argument.substr(3)});
+        else if (!isAfterMark && equals + 1 == argument.size() &&
+                 TakesValue(argument.substr(0, equals)))
+            throw Failure{kUnusable, std::string(),
+                          argument.substr(0, equals) + " needs a value (see zdict --help)"};
+        else
+        {
+            isValue = !isAfterMark && TakesValue(argument);
+            result.push_back(isValue ? argument : FileName(argument, isAfterMark));
+        }
     }
-    return reversed;
+    std::reverse(result.begin(), result.end());
+    return result;
 }
 
 // Parses one command line.
@@ -93,16 +129,14 @@ public:
         }
         catch (const CLI::CallForHelp&)
         {
+            RequireCommand(count, arguments);
             std::fputs(mApp.help().c_str(), stdout);
             return kFine;
         }
         catch (const CLI::ParseError& error)
         {
+            RequireCommand(count, arguments);
             const auto commands = mApp.get_subcommands();
-            if (commands.empty() && count > 1 && arguments[1][0] != '-')
-                throw Failure{kUnusable, std::string(),
-                              std::string("there is no command '") + arguments[1] +
-                                  "' (see zdict --help)"};
             const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
             throw Failure{kUnusable, std::string(),
                           std::string(error.what()) + " (see zdict " + command + "--help)"};
@@ -111,6 +145,15 @@ public:
     }
 
 private:
+    // Throws a Failure if the first argument is neither an option nor a command.
+    void RequireCommand(int count, const char* const* arguments) const
+    {
+        if (mApp.get_subcommands().empty() && count > 1 && arguments[1][0] != '-')
+            throw Failure{kUnusable, std::string(),
+                          std::string("there is no command '") + arguments[1] +
+                              "' (see zdict --help)"};
+    }
+
     CLI::App* Add(const char* name, Run run, const char* summary, const char* help)
     {
         CLI::App* const command = mApp.add_subcommand(name, summary);
