@@ -22,7 +22,7 @@ namespace hollin_private
 //
 // Invariants: each number is below kBucketCount and occurs once; mSizes has as many items as
 // mNumbers, and their sum is the size of mIds.
-struct FileBuckets
+struct FileBuckets // NOLINT(bugprone-exception-escape): the move of a Boost vector throws nothing
 {
     Table<std::uint16_t> mNumbers;
     Table<std::uint32_t> mSizes;

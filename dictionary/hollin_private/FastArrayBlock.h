@@ -29,7 +29,7 @@ template <class Items> void MakeRoom(Items& items)
 //
 // A run lies in the pool, or in memory of its own if its pointer is set: runs that were
 // added one by one, and runs that were replaced by longer ones.
-class StoredRuns
+class StoredRuns // NOLINT(bugprone-exception-escape): the move of a Boost vector throws nothing
 {
 public:
     Table<std::uint32_t> mOffsets; // into mPool; empty if no run lies there
