@@ -261,7 +261,7 @@ std::string TextBytes(const std::u16string& text, bool bigEndian)
 DictionaryImage::DictionaryImage(const std::string& image)
     : units((image.size() + 1) / 2), size(image.size())
 {
-    std::memcpy(units.data(), image.data(), size);
+    std::copy(image.begin(), image.end(), reinterpret_cast<char*>(units.data()));
 }
 
 DictionaryImage BinaryImage(const std::vector<ImageEntry>& entries)
