@@ -86,8 +86,7 @@ template <class Lockable> class PLATFORM_SCOPED_CAPABILITY ScLock
 {
 public:
     explicit ScLock(Lockable& mutex) PLATFORM_ACQUIRE(mutex) : mMutex(mutex) { mMutex.Lock(); }
-    // NOLINTNEXTLINE(bugprone-exception-escape): an exception of a broken lock ends the process
-    ~ScLock() PLATFORM_RELEASE() { mMutex.Unlock(); }
+    ~ScLock() PLATFORM_RELEASE() { mMutex.Unlock(); } // NOLINT(bugprone-exception-escape)
     ScLock(const ScLock&) = delete;
     ScLock& operator=(const ScLock&) = delete;
 

@@ -40,8 +40,7 @@ public:
     {
         mMutex.LockShared();
     }
-    // NOLINTNEXTLINE(bugprone-exception-escape): an exception of a broken lock ends the process
-    ~ScSharedLock() PLATFORM_RELEASE() { mMutex.UnlockShared(); }
+    ~ScSharedLock() PLATFORM_RELEASE() { mMutex.UnlockShared(); } // NOLINT(bugprone-exception-escape)
     ScSharedLock(const ScSharedLock&) = delete;
     ScSharedLock& operator=(const ScSharedLock&) = delete;
 
