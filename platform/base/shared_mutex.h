@@ -40,7 +40,7 @@ public:
     {
         mMutex.LockShared();
     }
-    ~ScSharedLock() PLATFORM_RELEASE() { mMutex.UnlockShared(); } // NOLINT(bugprone-exception-escape)
+    ~ScSharedLock() PLATFORM_RELEASE() { mMutex.UnlockShared(); } // NOLINT: as ~ScLock
     ScSharedLock(const ScSharedLock&) = delete;
     ScSharedLock& operator=(const ScSharedLock&) = delete;
 
