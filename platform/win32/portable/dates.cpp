@@ -185,7 +185,7 @@ bool ToDate(const SYSTEMTIME* time, UDate* date)
         return false;
     const YearMonthDay fields(time->wYear, time->wMonth, time->wDay);
     const long long days = Calendar::day_number(fields) - kFirstDayOf1970;
-    const int seconds = (time->wHour * 60 + time->wMinute) * 60 + time->wSecond;
+    const long long seconds = (time->wHour * 60 + time->wMinute) * 60 + time->wSecond;
     *date = static_cast<double>(days * kMillisecondsPerDay + seconds * 1000 + time->wMilliseconds);
     return true;
 }
