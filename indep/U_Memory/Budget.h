@@ -71,7 +71,7 @@ bool Up_IsMeasured(U_u64 size);
 // false.
 U_Status Up_MeasureAndDecide(Claim& claim, bool* okay);
 
-// As Up_MeasureAndDecide, but a block that is not measured is okay.
+// Decides like Up_MeasureAndDecide. A block that is not measured may be allocated.
 inline U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
 {
     *okay = true;
@@ -94,7 +94,7 @@ struct UseParts
 // Measures use with the recycled pool, and the parts of that use.
 U_Status Up_MeasureUse(U_u64* total, UseParts* parts);
 
-// As U_GetMemoryStat. `countRecycled`: the recycled pool counts as use.
+// Stores the statistic of U_GetMemoryStat. `countRecycled`: the recycled pool counts as use.
 U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled);
 
 // Stores the free physical memory less the fudge buffer, in bytes, which may be negative. Returns

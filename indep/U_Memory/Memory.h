@@ -23,7 +23,7 @@ void Up_TerminateMemorySubsystem();
 // Returns the library's heap, null before the first birth.
 MEM_HeapRef UHeap();
 
-// As memcpy, but both addresses may be null, as they are for an empty block.
+// Copies the bytes like memcpy. Either address may be null for an empty block.
 inline void CopyBytes(void* to, const void* from, std::size_t size)
 {
     if (to && from)

@@ -115,7 +115,7 @@ char* Up_FindThreadLoggingBuffer();
 void AppendStatusText(U_u32 code, char* buffer);
 void AppendSystemText(U_i32 code, char* buffer);
 
-// As Up_ReportErrString. If `isLogged` is true, the log already has the report's line.
+// Reports like Up_ReportErrString. If `isLogged` is true, the log has the line already.
 U_Status Up_RepeatReport(U_u32 location, U_u16 severity, const char* text, bool isLogged);
 
 #endif

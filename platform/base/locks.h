@@ -107,7 +107,7 @@ public:
         mNative.wait(held);
     }
 
-    // As Wait, but no longer than until `due`.
+    // Waits like Wait, at the latest until `due`.
     // Returns: whether the wait ended before `due`.
     template <class Time> bool WaitUntil(Mutex& mutex, const Time& due) PLATFORM_REQUIRES(mutex)
     {
