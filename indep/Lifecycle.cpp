@@ -10,14 +10,14 @@
 #include "U_Threads.h"
 #include "U_ZString.h"
 #include "indep/U_Memory/HogTable.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/crash/Fatal.h"
 #include "indep/errors/Globals.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/BirthSteps.h"
 #include "indep/frame/Guard.h"
 #include "indep/instrumentation/MemoryLog.h"
-#include "text/Birth.h"
+#include "text/BirthSteps.h"
 #include "text/Numbers.h"
 #include "text/OwnTexts.h"
 
@@ -25,7 +25,7 @@ namespace
 {
 const int kLifecycleLevel = 10;
 const unsigned int kSimpleBeep = 0xFFFFFFFFu;
-const U_u32 kBirthPlace = kModule | 3;
+const U_u32 kBirthLocation = kModule | 3;
 
 U_RunModeFunction sRunMode = nullptr; // written by birth and death
 
@@ -128,7 +128,7 @@ void ReportFailedBirth(const char* displayName)
     Up_FormatText(text, sizeof(text), "%s%s: %s", displayName,
                   Up_StringOrEnglish(kTextCannotContinue),
                   Up_StringOrEnglish(kTextOutOfMemoryInBirth));
-    Up_ReportErrString(kBirthPlace, U_Sev_FATAL, text);
+    Up_ReportErrString(kBirthLocation, U_Sev_FATAL, text);
 }
 } // namespace
 

@@ -7,7 +7,7 @@
 
 #include <win32/locale.h>
 
-#include "text/Birth.h"
+#include "text/BirthSteps.h"
 
 namespace
 {

@@ -7,7 +7,7 @@
 #include <platform/base/locks.h>
 
 #include "indep/frame/Guard.h"
-#include "text/Birth.h"
+#include "text/BirthSteps.h"
 
 namespace
 {

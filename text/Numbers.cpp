@@ -16,7 +16,7 @@
 #include "U_ZString.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
-#include "text/Birth.h"
+#include "text/BirthSteps.h"
 
 namespace
 {

@@ -13,7 +13,6 @@
 #include <wril/wril.h>
 
 #include "U_Encoding.h"
-#include "U_Report.h"
 #include "U_String.h"
 #include "U_ZString.h"
 #include "indep/frame/Guard.h"
@@ -202,11 +201,6 @@ bool U_IsZstr(const std::string& text)
 std::string Up_HDT_ConvertToMB(const U_UTF16String& text)
 {
     return U_UTF16ToMBString(text, false);
-}
-
-void Up_HDT_ReportErr(unsigned short severity, const U_UTF16String& text)
-{
-    U_ReportError(0, severity, text);
 }
 
 bool Up_IsValidZString(const char* zstring)

@@ -3,7 +3,7 @@
 #include <U_Hog.h>
 #include <platform/base/thread_local.h>
 
-#include "figures.h"
+#include "load_figures.h"
 #include "message.h"
 
 namespace
@@ -63,8 +63,9 @@ int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* fl
     if (!sKeepsFiles && given < amountToPurge)
         *flag = true;
     if (cache.mConsole.Verbose())
-        cache.mConsole.Tell(Text({"$$$/QX/FileCache/Told/Purged=asked to purge ^^1 bytes, gave ^^2",
-                                  {std::to_string(amountToPurge), std::to_string(given)}}));
+        cache.mConsole.Print(
+            Text({"$$$/QX/FileCache/Status/Purged=asked to purge ^^1 bytes, gave ^^2",
+                  {std::to_string(amountToPurge), std::to_string(given)}}));
     return sKeepsFiles ? kTurnedDown : 0;
 }
 

@@ -27,7 +27,7 @@ Console::~Console()
     EndProgress();
 }
 
-void Console::Tell(const std::string& text)
+void Console::Print(const std::string& text)
 {
     const std::string line = platform::Printable(text);
     std::lock_guard<std::mutex> lock(mLock);

@@ -19,7 +19,7 @@ public:
     bool Verbose() const { return mVerbose; }
 
     // Writes a text as a line.
-    void Tell(const std::string& text);
+    void Print(const std::string& text);
 
     // Rewrites the progress line, cut to the terminal's width. Does nothing
     // where stderr is no terminal.

@@ -136,7 +136,7 @@ Crash FindCrash(const std::string& name)
 
 void PrepareLastCall()
 {
-    const std::string words = Text("$$$/QX/FileCache/Told/LastCall="
+    const std::string words = Text("$$$/QX/FileCache/Status/LastCall="
                                    "the file cache has failed and ends; no file has been changed");
     std::snprintf(sLastWords, sizeof(sLastWords), "%s\n", platform::Printable(words).c_str());
     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(&SayLastWords, sLastWords);

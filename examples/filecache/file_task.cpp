@@ -4,7 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "figures.h"
+#include "load_figures.h"
 
 using krobase::utility::ImmutableString;
 

@@ -12,7 +12,7 @@
 #include <U_Context.h>
 
 #include "cache.h"
-#include "figures.h"
+#include "load_figures.h"
 
 class DecodedFile : public U_State
 {

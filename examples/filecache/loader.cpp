@@ -16,8 +16,8 @@
 #include <U_Threads.h>
 #include <platform/base/printable.h>
 
-#include "events.h"
 #include "message.h"
+#include "telemetry_events.h"
 
 namespace fs = std::filesystem;
 
@@ -46,8 +46,8 @@ bool Loader::Run(unsigned int threads)
         catch (const std::system_error& error)
         {
             // Those that run already take its share over.
-            mConsole.Tell(Text({"$$$/QX/FileCache/Error/NoThread=can't start thread ^^1: ^^2",
-                                {std::to_string(number), error.what()}}));
+            mConsole.Print(Text({"$$$/QX/FileCache/Error/NoThread=can't start thread ^^1: ^^2",
+                                 {std::to_string(number), error.what()}}));
             mFailed = true;
             std::lock_guard<std::mutex> lock(mLock);
             --mRunning;
@@ -71,7 +71,7 @@ bool Loader::MakeDecoders(unsigned int threads)
     }
     catch (const std::exception& error)
     {
-        mConsole.Tell(Text(
+        mConsole.Print(Text(
             {"$$$/QX/FileCache/Error/NoDecoders=can't start the decoders: ^^1", {error.what()}}));
         return false;
     }
@@ -87,11 +87,11 @@ void Loader::RunThread(unsigned int number)
     }
     catch (const std::exception& error)
     {
-        TellEarlyEnd(number, error.what());
+        PrintEarlyEnd(number, error.what());
     }
     catch (int code) // as the library throws it
     {
-        TellEarlyEnd(number, "error " + std::to_string(code));
+        PrintEarlyEnd(number, "error " + std::to_string(code));
     }
     U_DeregisterRenderThread();
 
@@ -100,7 +100,7 @@ void Loader::RunThread(unsigned int number)
     mThreadEnded.notify_one();
 }
 
-void Loader::TellEarlyEnd(unsigned int number, const std::string& why)
+void Loader::PrintEarlyEnd(unsigned int number, const std::string& why)
 {
     mFailed = true;
     U_ReportError(0, U_Sev_PROBLEM,
@@ -204,21 +204,22 @@ void Loader::Unreadable(const std::string& path, int error)
 
 std::string Loader::OperationName(const std::string& path, bool refusalIsCertain)
 {
-    const bool told = refusalIsCertain ? mRefusalTold.exchange(true) : mRefusalTold.load();
-    if (told)
+    const bool isPrinted =
+        refusalIsCertain ? mIsRefusalPrinted.exchange(true) : mIsRefusalPrinted.load();
+    if (isPrinted)
         return std::string();
     return platform::Printable(Text({"$$$/QX/FileCache/Operation/Hold=hold ^^1", {path}}));
 }
 
 void Loader::Refused(const std::string& path, U_u64 size)
 {
-    mRefusalTold = true;
+    mIsRefusalPrinted = true;
     ++mFigures.refusals;
     mLosses.AddRefused(path, size);
-    TellRefusal();
+    LogRefusal();
     if (mConsole.Verbose())
-        mConsole.Tell(Text({"$$$/QX/FileCache/Told/Refused=refused: ^^1, ^^2 bytes",
-                            {path, std::to_string(size)}}));
+        mConsole.Print(Text({"$$$/QX/FileCache/Status/Refused=refused: ^^1, ^^2 bytes",
+                             {path, std::to_string(size)}}));
 }
 
 void Loader::SampleUse()

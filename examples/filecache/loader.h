@@ -18,9 +18,9 @@
 
 #include "cache.h"
 #include "console.h"
-#include "figures.h"
 #include "file_block.h"
 #include "file_task.h"
+#include "load_figures.h"
 #include "losses.h"
 
 class Loader
@@ -42,7 +42,7 @@ public:
 private:
     bool MakeDecoders(unsigned int threads);
     void RunThread(unsigned int number);
-    void TellEarlyEnd(unsigned int number, const std::string& why);
+    void PrintEarlyEnd(unsigned int number, const std::string& why);
     void LoadFiles();
     void LoadFile(const std::string& name);
 
@@ -76,7 +76,7 @@ private:
     boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> mDecoders; // while it runs
 
     std::atomic<size_t> mNext{0}; // the first name that no thread has taken
-    std::atomic<bool> mRefusalTold{false};
+    std::atomic<bool> mIsRefusalPrinted{false};
     std::shared_mutex mTurn; // shared while a file is loaded beside others
     std::atomic<bool> mFailed{false};
     std::atomic<bool> mStopping{false};

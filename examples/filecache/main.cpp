@@ -18,16 +18,16 @@
 #include "console.h"
 #include "crashes.h"
 #include "dictionary_file.h"
-#include "events.h"
+#include "figure_rows.h"
+#include "figure_table.h"
 #include "loader.h"
 #include "log_sink.h"
 #include "losses.h"
 #include "message.h"
 #include "options.h"
-#include "report.h"
+#include "report_file.h"
 #include "stop.h"
-#include "summary.h"
-#include "table.h"
+#include "telemetry_events.h"
 #include "telemetry_file.h"
 #include "walk.h"
 
@@ -73,20 +73,21 @@ U_Status SetLimits(U_u64 budget)
 
 // Writes the report file, if there is one. The file lacks the count of log lines, which is
 // known only after the library's death. Returns false if the file cannot be written.
-bool TellReport(const Options& options, const Table& table, const Losses& losses, Console& console)
+bool WriteReportFile(const Options& options, const Table& table, const Losses& losses,
+                     Console& console)
 {
     if (options.reportFile.empty())
         return true;
     const Message wrong = WriteReport(options.reportFile, options.folder, table, losses);
     if (wrong)
-        console.Tell(Text(wrong));
+        console.Print(Text(wrong));
     return !wrong;
 }
 
 // Loads the folder's files and adds the figures to the table.
 ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
 {
-    TellStart(options);
+    LogStart(options);
     const auto start = std::chrono::steady_clock::now();
     StopCheck stop;
     Losses losses;
@@ -102,20 +103,20 @@ ExitStatus LoadFolder(const Options& options, Console& console, Table* table)
     const U_u64 unreadable = found.unreadable + figures.unreadable;
     console.EndProgress();
     AddLoad(figures, cache, unreadable, time.count(), table);
-    TellFinish(figures, cache, unreadable);
+    LogFinish(figures, cache, unreadable);
 
     // Files that were dropped during the load have been compared; this compares the rest.
     cache.DropOldest(~U_u64(0));
     if (cache.Mismatches() > 0)
-        console.Tell(Text({"$$$/QX/FileCache/Error/Mismatches="
-                           "files that changed while they were held: ^^1",
-                           {std::to_string(cache.Mismatches())}}));
+        console.Print(Text({"$$$/QX/FileCache/Error/Mismatches="
+                            "files that changed while they were held: ^^1",
+                            {std::to_string(cache.Mismatches())}}));
     U_DisplayPostedErrors(); // the reports of the loaders and of the walk
-    const bool isReported = TellReport(options, *table, losses, console);
+    const bool isReported = WriteReportFile(options, *table, losses, console);
     if (stop.HasStopped())
     {
-        console.Tell(Text("$$$/QX/FileCache/Told/Stopped="
-                          "stopped; the figures are of what was read to its end"));
+        console.Print(Text("$$$/QX/FileCache/Status/Stopped="
+                           "stopped; the figures are of what was read to its end"));
         return kStopped;
     }
     const bool isFine = ran && isReported && unreadable == 0 && cache.Mismatches() == 0;
@@ -169,15 +170,15 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
 {
     if (U_Status status = ready.dictionary.Use())
     {
-        console.Tell(Text({"$$$/QX/FileCache/Error/NoDictionary="
-                           "can't use the dictionary ^^1: error ^^2",
-                           {ready.options.dictionary, std::to_string(status)}}));
+        console.Print(Text({"$$$/QX/FileCache/Error/NoDictionary="
+                            "can't use the dictionary ^^1: error ^^2",
+                            {ready.options.dictionary, std::to_string(status)}}));
         return kFailed;
     }
     if (ready.badFile)
-        console.Tell(Text(ready.badFile));
+        console.Print(Text(ready.badFile));
     if (ready.wrongUsage)
-        console.Tell(
+        console.Print(
             Text({"$$$/QX/FileCache/Wrong/SeeHelp=^^1 (see --help)", {Text(ready.wrongUsage)}}));
     if (ready.badFile || ready.wrongUsage)
         return kWrongUsage;
@@ -188,9 +189,9 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
     }
     if (U_Status status = SetLimits(ready.options.budget))
     {
-        console.Tell(Text({"$$$/QX/FileCache/Error/NoLimits="
-                           "can't set the memory limits: error ^^1",
-                           {std::to_string(status)}}));
+        console.Print(Text({"$$$/QX/FileCache/Error/NoLimits="
+                            "can't set the memory limits: error ^^1",
+                            {std::to_string(status)}}));
         return kFailed;
     }
     PrepareLastCall();
@@ -221,26 +222,26 @@ int main(int argc, char** argv)
     ExitStatus status = kFailed;
     U_Status error = U_Birth("File cache", nullptr);
     if (error)
-        console.Tell(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
-                           {std::to_string(error)}}));
+        console.Print(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
+                            {std::to_string(error)}}));
     else
         status = Run(ready, console, &table);
     const LastTexts texts;
     if (!error && (error = U_Death()) != 0)
     {
-        console.Tell(Fill(texts.noDeath, {std::to_string(error)}));
+        console.Print(Fill(texts.noDeath, {std::to_string(error)}));
         status = kFailed;
     }
     U_DeregisterMainThread();
 
     if (!ready.log.Close())
     {
-        console.Tell(Fill(texts.lostFile, {ready.options.logFile}));
+        console.Print(Fill(texts.lostFile, {ready.options.logFile}));
         status = kFailed;
     }
     if (!ready.telemetry.Close())
     {
-        console.Tell(Fill(texts.lostFile, {ready.options.telemetryFile}));
+        console.Print(Fill(texts.lostFile, {ready.options.telemetryFile}));
         status = kFailed;
     }
     if (!table.Empty())
@@ -250,7 +251,7 @@ int main(int argc, char** argv)
     }
     if (std::fflush(stdout) != 0)
     {
-        console.Tell(Fill(texts.lostOutput, {std::strerror(errno)}));
+        console.Print(Fill(texts.lostOutput, {std::strerror(errno)}));
         status = kFailed;
     }
     return status;

@@ -14,7 +14,7 @@
 
 #include <platform/base/printable.h>
 
-#include "report.h"
+#include "report_file.h"
 
 namespace
 {

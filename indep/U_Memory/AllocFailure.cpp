@@ -11,7 +11,7 @@
 #include "U_Report.h"
 #include "U_ZString.h"
 #include "indep/U_Memory/AllocationLoop.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
 

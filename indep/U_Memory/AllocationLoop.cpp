@@ -8,7 +8,7 @@
 #include "U_Budget.h"
 #include "U_Threads.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/frame/Guard.h"
 
 namespace

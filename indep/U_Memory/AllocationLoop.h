@@ -7,7 +7,7 @@
 
 #include "U_Types.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 
 // One attempt at an allocation, which returns the first byte of the block, or null. Refers to a
 // callable, which outlives this object. The argument of the callable is the claim for the block,

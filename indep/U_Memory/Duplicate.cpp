@@ -8,7 +8,7 @@
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 

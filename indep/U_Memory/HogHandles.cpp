@@ -9,7 +9,7 @@
 #include "U_Report.h"
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/HogTable.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 #include "text/OwnTexts.h"

@@ -17,7 +17,7 @@
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
 

@@ -6,7 +6,7 @@
 #include <platform/base/quiet_new.h>
 
 #include "indep/U_Memory/AllocationLoop.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/frame/Guard.h"
 
 using krobase::utility::MemoryRecycler;

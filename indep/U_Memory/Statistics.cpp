@@ -7,7 +7,7 @@
 #include "U_Alloc.h"
 #include "U_MemServices.h"
 #include "indep/U_Memory/Budget.h"
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 #include "indep/errors/Report.h"
 
 namespace

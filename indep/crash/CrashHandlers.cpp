@@ -22,15 +22,15 @@
 #include "U_Threads.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
-#include "indep/frame/Units.h"
+#include "indep/frame/UTF16Literal.h"
 #include "text/OwnTexts.h"
 
 namespace
 {
-constexpr Units kInvoking = u"InvokingCrashHandler";
+constexpr UTF16Literal kInvoking = u"InvokingCrashHandler";
 const char kInvalidParameterTag[] = "QX_invalid_parameter_handler";
 
-const U_u32 kOutOfMemoryPlace = kModule | 0x28;
+const U_u32 kOutOfMemoryLocation = kModule | 0x28;
 
 win32::NewHandler sPreviousNew = nullptr; // null if there was none or ours is not installed
 bool sNewIsInstalled = false;
@@ -123,7 +123,7 @@ void ReportMemory(std::size_t size)
     // Not the thread's logging buffer: an unfinished report may use that.
     char text[U_ReportTextSize];
     Up_FormatText(text, sizeof(text), sOutOfMemoryText, Kilobytes(size));
-    Up_ReportErrString(kOutOfMemoryPlace, U_Sev_INFO, text);
+    Up_ReportErrString(kOutOfMemoryLocation, U_Sev_INFO, text);
 }
 
 int OnOutOfMemory(std::size_t size)

@@ -2,13 +2,10 @@
 
 #include "indep/errors/Globals.h"
 
-#include <algorithm>
 #include <cstring>
-#include <limits>
 #include <new>
 
 #include <tolv/memory.h>
-#include <win32/machine.h>
 
 #include "U_Alloc.h"
 #include "U_Report.h"
@@ -105,14 +102,6 @@ U_Status U_GetName(char* out)
         return damaged;
     const HostName name;
     return U_CopyString(name.mText, sizeof(name.mText), out);
-}
-
-U_i32 U_GetComputerName(U_u32 size, char* out)
-{
-    if (out && size > 0)
-        *out = 0;
-    const U_u32 most = std::numeric_limits<int>::max();
-    return win32::gethostname(out, static_cast<int>(std::min(size, most)));
 }
 
 U_Status U_GetHowManyErrors(U_u32* out)

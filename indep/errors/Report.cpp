@@ -8,6 +8,7 @@
 
 #include "U_Encoding.h"
 #include "U_String.h"
+#include "U_ZString.h"
 #include "indep/errors/Globals.h"
 #include "indep/errors/Messages.h"
 #include "indep/errors/QuietStack.h"
@@ -232,4 +233,9 @@ void Up_ErrorsDeath()
 {
     FreePostedErrors();
     FreeQuietStack();
+}
+
+void Up_HDT_ReportErr(unsigned short severity, const U_UTF16String& text)
+{
+    U_ReportError(0, severity, text);
 }

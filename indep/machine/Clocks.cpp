@@ -5,11 +5,11 @@
 
 #include "indep/errors/Report.h"
 #include "indep/frame/BirthSteps.h"
-#include "indep/frame/Units.h"
+#include "indep/frame/UTF16Literal.h"
 
 namespace
 {
-constexpr Units kUseTicks = u"UseAltPreviewTimingMode";
+constexpr UTF16Literal kUseTicks = u"UseAltPreviewTimingMode";
 
 enum TimingMode
 {

@@ -1,19 +1,23 @@
-// The processor, the thread count, keys and names.
+// The processor, the thread count, keys, names, and the depth of the stack.
 
 #include "U_Machine.h"
 
 #include <algorithm>
 #include <atomic>
 #include <bitset>
+#include <limits>
 #include <vector>
 
-#include "indep/errors/Report.h"
-#include "indep/frame/BirthSteps.h"
 #include <krobase/machine.h>
+#include <platform/base/thread_local.h>
 #include <tolv/keyboard.h>
 #include <win32/machine.h>
 #include <win32/process.h>
 #include <wril/wril.h>
+
+#include "U_Interact.h"
+#include "indep/errors/Report.h"
+#include "indep/frame/BirthSteps.h"
 
 namespace
 {
@@ -27,6 +31,9 @@ const U_u32 kUserNameRoom = 256 + 1;
 
 U_CPU_Data sData; // written by birth only
 std::atomic<U_i32> sNumThreads(kAskTheMachine);
+
+// The highest address that the thread has marked; null without a mark.
+PLATFORM_THREAD_LOCAL char* tMark = nullptr;
 
 U_u32 Bit(int word, int bit)
 {
@@ -141,4 +148,28 @@ U_UTF16String U_GetUsername()
 bool U_IsDebuggerPresent()
 {
     return win32::IsDebuggerPresent() != 0;
+}
+
+U_i32 U_GetComputerName(U_u32 size, char* out)
+{
+    if (out && size > 0)
+        *out = 0;
+    const U_u32 most = std::numeric_limits<int>::max();
+    return win32::gethostname(out, static_cast<int>(std::min(size, most)));
+}
+
+void U_InitializeCallStackMonitoring()
+{
+    tMark = std::max(tMark, krobase::utility::StackAddress());
+}
+
+size_t U_GetCurrentCallStackSize()
+{
+    const char* const here = krobase::utility::StackAddress();
+    return tMark > here ? static_cast<size_t>(tMark - here) : 0;
+}
+
+bool U_IsCallStackMonitoringInitialized()
+{
+    return tMark != nullptr;
 }

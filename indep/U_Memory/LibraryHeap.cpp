@@ -1,4 +1,4 @@
-#include "indep/U_Memory/Memory.h"
+#include "indep/U_Memory/LibraryHeap.h"
 
 #include <algorithm>
 #include <atomic>

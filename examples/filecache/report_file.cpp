@@ -1,4 +1,4 @@
-#include "report.h"
+#include "report_file.h"
 
 #include <algorithm>
 #include <cerrno>

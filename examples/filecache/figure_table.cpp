@@ -1,4 +1,4 @@
-#include "table.h"
+#include "figure_table.h"
 
 #include <algorithm>
 #include <cstdio>

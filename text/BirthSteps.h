@@ -1,7 +1,7 @@
 // The steps of birth and death for texts.
 
-#ifndef TEXT_BIRTH_H
-#define TEXT_BIRTH_H
+#ifndef TEXT_BIRTH_STEPS_H
+#define TEXT_BIRTH_STEPS_H
 
 #include "U_Types.h"
 

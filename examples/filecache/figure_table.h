@@ -1,7 +1,7 @@
 // The figures that are printed at the end.
 
-#ifndef FILECACHE_TABLE_H
-#define FILECACHE_TABLE_H
+#ifndef FILECACHE_FIGURE_TABLE_H
+#define FILECACHE_FIGURE_TABLE_H
 
 #include <string>
 #include <vector>

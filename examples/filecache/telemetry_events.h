@@ -1,18 +1,18 @@
 // Telemetry of the program: figures, but no name of a user's file. The library adds the
 // errors that it shows, with the text that the user sees.
 
-#ifndef FILECACHE_EVENTS_H
-#define FILECACHE_EVENTS_H
+#ifndef FILECACHE_TELEMETRY_EVENTS_H
+#define FILECACHE_TELEMETRY_EVENTS_H
 
 #include "cache.h"
 #include "loader.h"
 #include "options.h"
 
-void TellStart(const Options& options);
+void LogStart(const Options& options);
 
 // Counts a file that could not be held. Thread safety: any thread.
-void TellRefusal();
+void LogRefusal();
 
-void TellFinish(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable);
+void LogFinish(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable);
 
 #endif

@@ -1,4 +1,4 @@
-#include "events.h"
+#include "telemetry_events.h"
 
 #include <U_Telemetry.h>
 
@@ -11,19 +11,19 @@ namespace
 const char kProduct[] = "filecache";
 } // namespace
 
-void TellStart(const Options& options)
+void LogStart(const Options& options)
 {
     const U_UTF16String text = ToUTF16("threads " + std::to_string(options.threads) + ", budget " +
                                        std::to_string(options.budget));
     telemetry::LogEvent("Stage", "Start", text.c_str(), krobase::utility::Guid());
 }
 
-void TellRefusal()
+void LogRefusal()
 {
     telemetry::IncrementEventCount(kProduct, "load", "refused");
 }
 
-void TellFinish(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable)
+void LogFinish(const LoadFigures& figures, const FileCache& cache, U_u64 unreadable)
 {
     telemetry::LogEventsWithCount();
     const auto group =

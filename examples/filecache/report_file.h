@@ -1,13 +1,13 @@
 // The figures and losses of a run in a file for other programs.
 
-#ifndef FILECACHE_REPORT_H
-#define FILECACHE_REPORT_H
+#ifndef FILECACHE_REPORT_FILE_H
+#define FILECACHE_REPORT_FILE_H
 
 #include <string>
 
+#include "figure_table.h"
 #include "losses.h"
 #include "message.h"
-#include "table.h"
 
 // The ending of the file's name decides the form: .json or .xml.
 bool HasReportEnding(const std::string& path);

@@ -1,7 +1,7 @@
 // The library's heap, the frame allocation counter, and birth and death of the memory subsystem.
 
-#ifndef INDEP_U_MEMORY_MEMORY_H
-#define INDEP_U_MEMORY_MEMORY_H
+#ifndef INDEP_U_MEMORY_LIBRARY_HEAP_H
+#define INDEP_U_MEMORY_LIBRARY_HEAP_H
 
 #include <cstring>
 

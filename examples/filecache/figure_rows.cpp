@@ -1,4 +1,4 @@
-#include "summary.h"
+#include "figure_rows.h"
 
 #include <U_Alloc.h>
 #include <U_Budget.h>

@@ -1,7 +1,7 @@
 // The figures of a load, and the checksum of a file.
 
-#ifndef FILECACHE_FIGURES_H
-#define FILECACHE_FIGURES_H
+#ifndef FILECACHE_LOAD_FIGURES_H
+#define FILECACHE_LOAD_FIGURES_H
 
 #include <atomic>
 #include <cstddef>

@@ -1,22 +1,19 @@
-// The floating-point control word and the depth of the stack of each thread.
+// The floating-point control word of each thread.
 
 #include "U_Machine.h"
 
-#include <algorithm>
 #include <atomic>
 
-#include <krobase/machine.h>
-#include <platform/base/thread_local.h>
 #include <tolv/profile.h>
 #include <win32/runtime.h>
 
-#include "indep/frame/Units.h"
+#include "indep/frame/UTF16Literal.h"
 
 namespace
 {
-constexpr Units kUseKey = u"UseControlFPKey64_2";
-constexpr Units kMaskKey = u"ControlFPMaskKey64_2";
-constexpr Units kValuesKey = u"ControlFPValuesKey64_2";
+constexpr UTF16Literal kUseKey = u"UseControlFPKey64_2";
+constexpr UTF16Literal kMaskKey = u"ControlFPMaskKey64_2";
+constexpr UTF16Literal kValuesKey = u"ControlFPValuesKey64_2";
 
 const int kFirstUse = 2;
 const U_u32 kAllFields = win32::kMcwDN | win32::kMcwRC | win32::kMcwEM;
@@ -26,9 +23,6 @@ const U_u32 kAlways = win32::kDNFlush | win32::kEMInexact;
 // thread to call U_InitFPControl decides. Atomic, since several threads may call it at once.
 std::atomic<U_u8> sUse(0);
 std::atomic<U_u32> sSaved(0);
-
-// The highest address that the thread has marked; null without a mark.
-PLATFORM_THREAD_LOCAL char* tMark = nullptr;
 
 int ProfileInt(const unsigned short* key, U_u32 defaultValue)
 {
@@ -65,20 +59,4 @@ void U_TerminateFPControl()
 {
     if (sUse.exchange(0) != 0)
         win32::_controlfp(sSaved, kAllFields);
-}
-
-void U_InitializeCallStackMonitoring()
-{
-    tMark = std::max(tMark, krobase::utility::StackAddress());
-}
-
-size_t U_GetCurrentCallStackSize()
-{
-    const char* const here = krobase::utility::StackAddress();
-    return tMark > here ? static_cast<size_t>(tMark - here) : 0;
-}
-
-bool U_IsCallStackMonitoringInitialized()
-{
-    return tMark != nullptr;
 }
