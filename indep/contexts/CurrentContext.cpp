@@ -1,8 +1,8 @@
 #include "indep/contexts/CurrentContext.h"
 
-#include <memory>
+#include <new>
 
-#include <boost/thread/tss.hpp>
+#include <platform/base/per_thread.h>
 
 #include "indep/errors/Report.h"
 #include "indep/frame/Guard.h"
@@ -12,19 +12,18 @@ namespace
 {
 // Stays allocated until the thread ends, so that a context can become current again without
 // an allocation.
-struct PerThread
+struct CurrentContext
 {
     boost::weak_ptr<U_Context> mContext; // empty while mIsSet is false
     bool mIsSet;
 };
 
-// Never destroyed: threads may end later than static destructors run.
-boost::thread_specific_ptr<PerThread>& sThreadContext = *new boost::thread_specific_ptr<PerThread>;
+typedef platform::PerThread<CurrentContext> ThreadCurrentContext;
 } // namespace
 
 const boost::weak_ptr<U_Context>* ThreadContext()
 {
-    const PerThread* const thread = sThreadContext.get();
+    const CurrentContext* const thread = ThreadCurrentContext::Find();
     return thread && thread->mIsSet ? &thread->mContext : nullptr;
 }
 
@@ -33,13 +32,10 @@ void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     DetachContextTLS("AttachContextTLS", kAnyContext);
     sTrace.Trace("sThreadContext set ", context->GetContextID());
-    if (!sThreadContext.get())
-    {
-        auto thread = std::make_unique<PerThread>();
-        sThreadContext.reset(thread.get()); // may throw std::bad_alloc
-        static_cast<void>(thread.release());
-    }
-    *sThreadContext = {context, true};
+    CurrentContext* const thread = ThreadCurrentContext::Make();
+    if (!thread)
+        throw std::bad_alloc();
+    *thread = {context, true};
 }
 
 void DetachContextTLS(const char* reason, U_i64 contextId)
@@ -52,7 +48,7 @@ void DetachContextTLS(const char* reason, U_i64 contextId)
         return;
     sTrace.Trace("sThreadContext unset ", contextId, " from ", reason);
     if (current)
-        *sThreadContext = {};
+        *ThreadCurrentContext::Find() = {};
 }
 
 boost::shared_ptr<U_Context> U_Context::GetCurrent()

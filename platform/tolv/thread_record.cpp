@@ -2,10 +2,8 @@
 
 #include <new>
 
-#include <boost/thread/tss.hpp>
-
-#include <platform/base/immortal.h>
 #include <platform/base/locks.h>
+#include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 
 #include "private/tracked_usage.h"
@@ -34,12 +32,17 @@ void Retire(ThreadRecord* record)
     sFirstIdle = record;
 }
 
-boost::thread_specific_ptr<ThreadRecord>& Owner()
+// Destroyed when the thread ends.
+struct RecordOwner
 {
-    // Never destroyed, since static destructors free blocks, too.
-    static platform::Immortal<boost::thread_specific_ptr<ThreadRecord>> owner(&Retire);
-    return *owner;
-}
+    ~RecordOwner()
+    {
+        if (mRecord)
+            Retire(mRecord);
+    }
+
+    ThreadRecord* mRecord = nullptr;
+};
 
 ThreadRecord* TakeIdle()
 {
@@ -85,26 +88,20 @@ void Spill(ThreadRecord& record)
 ThreadRecord* MakeRecord()
 {
     const platform::ScQuietNew quiet; // a quiet allocation must not report its record
-    ThreadRecord* record = nullptr;
+    RecordOwner* const owner = platform::PerThread<RecordOwner>::Make();
+    if (!owner)
+        return nullptr;
     try
     {
-        record = TakeIdle();
-        if (!record)
-            record = NewRecord();
+        ThreadRecord* const idle = TakeIdle();
+        owner->mRecord = idle ? idle : NewRecord();
         sLiveRecords.fetch_add(1, std::memory_order_relaxed);
-        Owner().reset(record);
-        // Boost does not report that the system could not store the record. Such a record
-        // would never be retired.
-        if (Owner().get() == record)
-            return tRecord = record;
+        return tRecord = owner->mRecord;
     }
-    catch (const std::exception&)
+    catch (const std::bad_alloc&)
     {
-        // Without memory the thread has no record.
+        return nullptr;
     }
-    if (record)
-        Retire(record);
-    return nullptr;
 }
 
 void** TakeSlot(ThreadRecord* record)

@@ -5,11 +5,8 @@
 #include <map>
 #include <new>
 
-#include <boost/thread/tss.hpp>
-
-#include <platform/base/immortal.h>
 #include <platform/base/locks.h>
-#include <platform/base/quiet_new.h>
+#include <platform/base/per_thread.h>
 #include <platform/base/thread_local.h>
 #include <win32/threads.h>
 
@@ -24,31 +21,30 @@ std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues PLATFORM_GUARDED_B
 
 PLATFORM_THREAD_LOCAL ThreadQueue* tQueue = nullptr;
 
-void EndQueue(ThreadQueue*)
+// Destroyed when the thread ends.
+struct QueueEnd
 {
-    tQueue = nullptr;
-    std::shared_ptr<ThreadQueue> ended;
-    DestroyWindowsOfThread();
-    const platform::ScLock lock(sQueuesLock);
-    const auto found = sQueues.find(GetCurrentThreadId());
-    if (found == sQueues.end())
-        return;
-    ended.swap(found->second);
-    sQueues.erase(found);
-}
-
-boost::thread_specific_ptr<ThreadQueue>& Ender()
-{
-    static platform::Immortal<boost::thread_specific_ptr<ThreadQueue>> ender(&EndQueue);
-    return *ender;
-}
+    ~QueueEnd()
+    {
+        tQueue = nullptr;
+        std::shared_ptr<ThreadQueue> ended;
+        DestroyWindowsOfThread();
+        const platform::ScLock lock(sQueuesLock);
+        const auto found = sQueues.find(GetCurrentThreadId());
+        if (found == sQueues.end())
+            return;
+        ended.swap(found->second);
+        sQueues.erase(found);
+    }
+};
 
 ThreadQueue* MakeQueue()
 {
+    if (!platform::PerThread<QueueEnd>::Make())
+        return nullptr;
     try
     {
         const std::shared_ptr<ThreadQueue> queue = std::make_shared<ThreadQueue>();
-        Ender().reset(queue.get());
         const platform::ScLock lock(sQueuesLock);
         sQueues[GetCurrentThreadId()] = queue;
         return tQueue = queue.get();
