@@ -122,7 +122,7 @@ template <class Allocator> void Churn(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 
-// As Churn, but no block is counted: the heap's own path, in which threads share no data that they
+// Churn, but no block is counted: the heap's own path, in which threads share no data that they
 // write.
 void ChurnUncounted(benchmark::State& state)
 {
@@ -182,7 +182,7 @@ void ChurnAfterThreads(benchmark::State& state)
     Churn<Ptr>(state);
 }
 
-// As Churn, beside live blocks, of which one in eight was freed and allocated again in random
+// Churn beside live blocks, of which one in eight was freed and allocated again in random
 // order. The second argument is their number.
 template <class Allocator> void ChurnAmongLive(benchmark::State& state)
 {

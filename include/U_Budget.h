@@ -58,14 +58,14 @@
 // Frees about `amountToPurge` bytes of the host's own caches, so that `blockRequest` bytes
 // fit.
 //
-// The library calls the callback on the thread that allocates, with no lock of the library
-// held. Several threads may be in the callback at once. The callback may allocate. While use
-// falls, the library calls the callback again for the bytes that are still missing. One
-// allocation may run several such series of calls.
-//
-// *flag is false at the start of each series. If the callback sets *flag, the library shrinks
-// the recycled pool after a call that did not lower use. For recycled blocks and for
-// U_CheckRAMPurgeLimit *flag changes nothing.
+// - Thread: the thread that allocates, with no lock of the library held. Several threads may
+//   be in the callback at once.
+// - The callback may allocate.
+// - While use falls, the library calls the callback again for the bytes that are still
+//   missing. One allocation may run several such series of calls.
+// - *flag is false at the start of each series. If the callback sets *flag, the library
+//   shrinks the recycled pool after a call that did not lower use. For recycled blocks and
+//   for U_CheckRAMPurgeLimit *flag changes nothing.
 //
 // Returns: 0, or another value to end the series.
 // REQUIRES: throws nothing.

@@ -35,7 +35,7 @@ void Up_FormatString(char* out, std::size_t size, OwnText text, ...);
 // Returns the format that Up_FormatString uses.
 const char* Up_FormatOf(OwnText text);
 
-// As Up_FormatString, with a format that is none of the texts.
+// Fills `out` like Up_FormatString, with a format that is none of the texts.
 #if defined(__GNUC__)
 __attribute__((format(printf, 3, 4)))
 #endif

@@ -22,7 +22,7 @@ bool EndsWith(std::string_view text, std::string_view ending)
            text.substr(text.size() - ending.size()).compare(ending) == 0;
 }
 
-// As JSON.
+// The report in JSON.
 
 U_UTF16String Key(const char* name)
 {
@@ -71,7 +71,7 @@ std::string AsJSON(const std::string& folder, const Table& table, const Losses& 
     return ToUTF8(wrapper.GetAs_JSON()) + '\n';
 }
 
-// As XML.
+// The report in XML.
 
 bool IsForXML(U_u16 unit)
 {

@@ -110,8 +110,8 @@ Up_LastErrorState& Up_LastErrorStateOfThread();
 // Returns the thread logging buffer; null if the thread has none.
 char* Up_FindThreadLoggingBuffer();
 
-// As Up_NuloEnglishError and Up_SysEnglishError, with the text in `buffer`, which has
-// U_ReportTextSize bytes.
+// Append the text to `buffer`, which has U_ReportTextSize bytes, as Up_NuloEnglishError and
+// Up_SysEnglishError append the text to the thread's logging buffer.
 void AppendStatusText(U_u32 code, char* buffer);
 void AppendSystemText(U_i32 code, char* buffer);
 

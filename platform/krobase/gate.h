@@ -60,7 +60,7 @@ public:
     // A second call does nothing.
     void Open();
 
-    // As Gate::PassThrough.
+    // Waits like Gate::PassThrough.
     bool PassThrough(int timeout) const;
 
 private:

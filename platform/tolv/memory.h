@@ -71,17 +71,18 @@ struct MEM_Claim
 };
 
 // Compares the tracked usage plus `size` with `limit`. If the sum fits, charges `growth` bytes to
-// the usage in the same atomic step: of two threads that compete for the last room one thread gets
-// the room. The next charges of the thread, such as that of the block itself, are paid out of the
-// claim.
+// the usage in the same atomic step. The next charges of the thread, such as that of the block
+// itself, are paid out of the claim.
 //
-// `pooledBytes`, which may be null, returns the bytes of a pool of freed blocks, which are added to
-// the usage for the comparison. The function is called again if another thread changes the usage.
-// If the sum does not fit while the pool or the usage changes, the comparison is repeated several
-// times.
-//
-// The cost does not depend on the number of threads unless use is within 16 KiB a thread of the
-// limit. Without memory for the thread's record nothing is charged.
+// - Of two threads that compete for the last room one thread gets the room.
+// - `pooledBytes`, which may be null, returns the bytes of a pool of freed blocks, which are added
+//   to the usage for the comparison. `pooledBytes` is called again if another thread changes the
+//   usage.
+// - If the sum does not fit while the pool or the usage changes, the comparison is repeated
+//   several times.
+// - The cost does not depend on the number of threads unless use is within 16 KiB a thread of the
+//   limit.
+// - Without memory for the thread's record nothing is charged.
 //
 // Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.
 PLATFORM_EXPORT short MEM_ClaimUsage(unsigned long long size, unsigned long long growth,

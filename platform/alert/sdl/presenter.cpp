@@ -303,7 +303,8 @@ private:
 
     Sheet mSheet;
     SDLOwner<SDL_Window> mWindow;
-    // As of the event that is handled. SDL_GetModState has those of the last event in the queue.
+    // The modifier keys at the event that is handled. SDL_GetModState returns the keys at the last
+    // event in the queue.
     int mModifiers = SDL_GetModState();
     bool mIsPressed = false; // the mouse button, on a button of the sheet
 };

@@ -78,7 +78,7 @@ bool IsSent(const siginfo_t& info)
 }
 
 // Only the system can carry out its own actions, and remove an action that is for one time only.
-// So the action is installed, and the exception repeated.
+// For such an action the filter installs the action and repeats the exception.
 bool NeedsItOnceMore(const struct sigaction& action)
 {
     return action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN ||
