@@ -1,6 +1,6 @@
 // Shows messages in alerts.
 
-#include "indep/errors/Messages.h"
+#include "indep/errors/UserMessages.h"
 
 #include <kroview/datatransfer.h>
 #include <kroview/messagebox.h>

@@ -14,7 +14,7 @@
 #include "U_Encoding.h"
 #include "U_Report.h"
 #include "U_ZString.h"
-#include "indep/errors/Messages.h"
+#include "indep/errors/UserMessages.h"
 #include "text/ZString.h"
 
 namespace

@@ -1,6 +1,6 @@
 // The list of posted messages, and the last shown message.
 
-#include "indep/errors/Messages.h"
+#include "indep/errors/UserMessages.h"
 
 #include <exception>
 #include <optional>

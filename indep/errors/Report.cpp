@@ -10,10 +10,10 @@
 #include "U_String.h"
 #include "U_ZString.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Messages.h"
 #include "indep/errors/QuietStack.h"
 #include "indep/errors/Report.h"
 #include "indep/errors/ReportPipeline.h"
+#include "indep/errors/UserMessages.h"
 #include "indep/frame/Guard.h"
 #include "indep/frame/ReentrancyGuard.h"
 

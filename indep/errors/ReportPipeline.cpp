@@ -14,7 +14,7 @@
 #include "U_String.h"
 #include "U_Threads.h"
 #include "indep/errors/Globals.h"
-#include "indep/errors/Messages.h"
+#include "indep/errors/UserMessages.h"
 #include "indep/frame/Guard.h"
 
 namespace

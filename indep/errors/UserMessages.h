@@ -1,7 +1,7 @@
 // Messages for the user: posted, put together in groups, and shown.
 
-#ifndef INDEP_ERRORS_MESSAGES_H
-#define INDEP_ERRORS_MESSAGES_H
+#ifndef INDEP_ERRORS_USER_MESSAGES_H
+#define INDEP_ERRORS_USER_MESSAGES_H
 
 #include <cstddef>
 #include <list>
