@@ -9,12 +9,12 @@ namespace
 {
 typedef std::map<std::uint32_t, std::vector<std::size_t>> Buckets; // to indices of entries
 
-Buckets BucketsOf(const std::vector<ImageEntry>& entries)
+Buckets BucketsOf(const std::vector<ImageEntry>& entries, bool hasRemoved = false)
 {
     Buckets buckets;
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        if (!entries[i].key.empty())
+        if (!hasRemoved || !entries[i].key.empty())
             buckets[BucketOf(entries[i].key)].push_back(i);
     }
     return buckets;
@@ -170,7 +170,7 @@ ImageBuilder BuildFlat(const std::vector<ImageEntry>& entries, const FlatOptions
         values.push_back(bytesOf(entry.value));
     }
     const auto removed = keyed ? std::count(keys.begin(), keys.end(), "") : 0;
-    const Buckets buckets = keyed ? BucketsOf(entries) : Buckets();
+    const Buckets buckets = BucketsOf(entries, true); // counted in an image without keys, too
 
     ImageBuilder image(options.bigEndian);
     AddHeader(image, 2, options.minor, 0);
