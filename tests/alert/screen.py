@@ -4,7 +4,6 @@ import os
 import shutil
 import struct
 import subprocess
-import time
 
 PATIENCE = 30  # seconds
 
@@ -19,17 +18,6 @@ def has_font(language):
     if not shutil.which("fc-list"):
         return True
     return bool(subprocess.run(["fc-list", ":lang=" + language], capture_output=True).stdout)
-
-
-def wait_for(what, ask):
-    """Waits until ask returns a true value, and returns the value."""
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        result = ask()
-        if result:
-            return result
-        time.sleep(0.02)
-    raise AssertionError(f"{what} didn't come in {PATIENCE} seconds")
 
 
 class Picture:

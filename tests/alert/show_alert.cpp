@@ -1,5 +1,5 @@
-// Shows one alert in a window, and prints the answer and the modifier keys of its dismissal, as
-// numbers.
+// Shows one alert in a window. Prints a line for each time that the window is drawn, and at last
+// the answer and the modifier keys of the dismissal, as numbers.
 //
 // Usage: show_alert host|plain|assertion ICON TITLE TEXT
 //
@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include <dlfcn.h>
 
 #include <krobase/debug.h>
 #include <kroview/messagebox.h>
@@ -45,6 +47,19 @@ int ShowAssertion(const char* text)
     return ignoreAlways ? 2 : shouldBreak ? 1 : 0;
 }
 } // namespace
+
+// Replaces the function of SDL for the window of alerts. The original function returns after the
+// display has the picture.
+struct SDL_Window;
+extern "C" __attribute__((visibility("default"))) int SDL_UpdateWindowSurface(SDL_Window* window)
+{
+    typedef int (*Update)(SDL_Window*);
+    const auto update = reinterpret_cast<Update>(dlsym(RTLD_NEXT, "SDL_UpdateWindowSurface"));
+    const int result = update(window);
+    std::puts("drawn");
+    std::fflush(stdout);
+    return result;
+}
 
 int main(int count, char** arguments)
 {

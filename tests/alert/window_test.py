@@ -5,10 +5,11 @@ each picture is left in that folder, as a PPM file.
 """
 
 import os
+import select
 import subprocess
 import unittest
 
-from screen import PATIENCE, Screen, has_font, missing, wait_for
+from screen import PATIENCE, Screen, has_font, missing
 
 SHOW_ALERT = os.environ["SHOW_ALERT"]
 PICTURES = os.environ.get("PICTURES")
@@ -44,28 +45,19 @@ class Alert:
     """An alert that is shown."""
 
     def __init__(self, kind, icon, title, text):
-        self.program = subprocess.Popen([SHOW_ALERT, kind, str(icon), title, text],
+        self.program = subprocess.Popen([SHOW_ALERT, kind, str(icon), title, text], bufsize=0,
                                         env=screen.environment, stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, text=True)
-        try:
-            self.window = wait_for("the window", self.find)
-            self.picture = wait_for("the picture", self.drawn)
-        except AssertionError:
+                                        stderr=subprocess.PIPE)
+        self.await_drawing()
+        self.window = screen.xdotool("getwindowfocus")[0].decode()
+        self.picture = screen.picture(self.window)
+
+    def await_drawing(self):
+        """Waits until the window is drawn once more."""
+        if not select.select([self.program.stdout], [], [], PATIENCE)[0]:
             self.program.kill()
-            self.program.communicate()
-            raise
-
-    def find(self):
-        if self.program.poll() is not None:
-            self.end()
-            raise AssertionError("the alert is gone already")
-        found = screen.xdotool("search", "--onlyvisible", "--pid", self.program.pid)
-        return found[0].decode() if found else None
-
-    def drawn(self):
-        picture = screen.picture(self.window)
-        corners = picture.rows[0][0], picture.rows[-1][0]
-        return picture if corners == (GROUND, FOOTER) else None
+        if self.program.stdout.readline() != b"drawn\n":
+            raise AssertionError(f"the alert isn't drawn: {self.program.communicate()}")
 
     def keep(self, name):
         if PICTURES:
@@ -80,23 +72,21 @@ class Alert:
     def changed(self):
         """Waits until the picture changes, and returns it."""
         before = self.picture
-        self.picture = wait_for("another picture", lambda: self.another(before))
+        while self.picture == before:
+            self.await_drawing()
+            self.picture = screen.picture(self.window)
         return self.picture
 
     def changed_by(self, key):
         self.key(key)
         return self.changed()
 
-    def another(self, before):
-        picture = screen.picture(self.window)
-        return picture if picture != before else None
-
     def end(self):
         """Waits for the dismissal, and returns the answer and the modifier keys."""
         out, err = self.program.communicate(timeout=PATIENCE)
         if err or self.program.returncode:
             raise AssertionError(f"status {self.program.returncode}: {err}")
-        return tuple(map(int, out.split()))
+        return tuple(map(int, out.splitlines()[-1].split()))
 
     def dismiss(self):
         self.key("Return")
@@ -188,9 +178,11 @@ class Ended(unittest.TestCase):
         # A press on the button with the release outside of it.
         screen.xdotool("mousemove", "--window", alert.window, x, y, "mousedown", 1,
                        "mousemove", "--window", alert.window, MARGIN, MARGIN, "mouseup", 1)
-        self.assertEqual(alert.find(), alert.window)
+        # The modifier key shows that this click has dismissed the alert.
+        screen.xdotool("keydown", "shift")
         alert.click(x, y)
-        self.assertEqual(alert.end(), (0, 0))
+        screen.xdotool("keyup", "shift")
+        self.assertEqual(alert.end(), (0, 512))
 
     def test_an_assertion_takes_each_answer(self):
         for keys, answer in ((["Return"], 0), (["Tab", "Return"], 1), (["Right", "space"], 1),

@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include <boost/property_tree/xml_parser.hpp>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
@@ -128,17 +128,11 @@ TEST_F(XMP, AFailedSerializationThrowsAndReleasesItsReference)
         zelboxmp::SetProperty(metadata, space, name, value);
         const U_XMPMetaRef reference(metadata);
         std::string packet = "old";
-        try
-        {
-            reference.Serialize(&packet);
-            ADD_FAILURE();
-        }
-        catch (const XMP_Error& error)
-        {
-            EXPECT_EQ(error.code, message == kBadName ? 2 : 3);
-            EXPECT_STREQ(error.message, message);
-            EXPECT_FALSE(error.flag);
-        }
+        EXPECT_THAT([&] { reference.Serialize(&packet); },
+                    testing::Throws<XMP_Error>(testing::AllOf(
+                        testing::Field(&XMP_Error::code, message == kBadName ? 2 : 3),
+                        testing::Field(&XMP_Error::message, testing::StrEq(message)),
+                        testing::Field(&XMP_Error::flag, false))));
         EXPECT_EQ(packet, "old");
         EXPECT_EQ(zelboxmp::ReferenceCount(metadata), 2u);
         zelboxmp::Ordinal6(metadata);

@@ -4,10 +4,16 @@
 #define TESTS_DICTIONARY_LOADING_H
 
 #include <cstdint>
+#include <cstring>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include <boost/endian/conversion.hpp>
+#include <gtest/gtest.h>
+
+#include <hollin/ConversionHooks.h>
 #include <hollin/Dictionary.h>
 #include <hollin/ImageCheck.h>
 
@@ -64,34 +70,100 @@ const Way kWays[] = {Way::kMemory, Way::kStream};
 
 // Loads from a block of exactly the image's size, so that the sanitizers find a read beyond
 // it. Keys are copied.
-void Load(hollin::Dictionary& dictionary, const std::string& image, Way way = Way::kMemory);
+inline void Load(hollin::Dictionary& dictionary, const std::string& image, Way way = Way::kMemory)
+{
+    if (way == Way::kStream)
+    {
+        std::istringstream stream(image);
+        dictionary.LoadFromStream(stream);
+        return;
+    }
+    const std::vector<unsigned char> bytes(image.begin(), image.end());
+    dictionary.LoadFromMemory(bytes.data(), static_cast<std::int32_t>(bytes.size()), true);
+}
 
 // Loads a version 2 image of entries.
-void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries,
-              const FlatOptions& options = {});
+inline void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries,
+                     const FlatOptions& options = {})
+{
+    Load(dictionary, BuildFlat(entries, options).Image());
+}
 
 // A dictionary of one undamaged image.
-class Loaded : public hollin::Dictionary
+struct Loaded : hollin::Dictionary
 {
-public:
-    explicit Loaded(const std::string& image, Way way = Way::kMemory);
+    explicit Loaded(const std::string& image, Way way = Way::kMemory)
+    {
+        Load(*this, image, way);
+        EXPECT_TRUE(IsGood());
+    }
 };
 
-hollin::ImageReport Check(const std::string& image);
+inline hollin::ImageReport Check(const std::string& image)
+{
+    const std::vector<unsigned char> bytes(image.begin(), image.end());
+    return hollin::CheckImage(bytes.data(), bytes.size());
+}
 
-// Return "(none)" for an absent entry. The key has no prefix.
-std::u16string TextOf(const hollin::Dictionary& dictionary, const std::string& key);
-std::u16string TextById(const hollin::Dictionary& dictionary, std::uint32_t id);
-std::u16string CommentOf(const hollin::Dictionary& dictionary, const std::string& key);
-std::string LocaleOf(const hollin::Dictionary& dictionary);
+// Returns the text that `ask` stores, or "(none)" if it returns false.
+template <class Ask> std::u16string TextIf(const Ask& ask)
+{
+    const std::uint16_t* units = nullptr;
+    std::uint32_t length = 1;
+    if (ask(&units, &length))
+        return std::u16string(units, units + length);
+    return units || length ? u"(not cleared)" : u"(none)";
+}
+
+// The key has no prefix.
+inline std::u16string TextOf(const hollin::Dictionary& dictionary, const std::string& key)
+{
+    return TextIf([&](auto units, auto length) {
+        return dictionary.GetRawString(("$$$" + key).c_str(), units, length);
+    });
+}
+
+inline std::u16string TextById(const hollin::Dictionary& dictionary, std::uint32_t id)
+{
+    return TextIf(
+        [&](auto units, auto length) { return dictionary.GetRawStringById(id, units, length); });
+}
+
+inline std::u16string CommentOf(const hollin::Dictionary& dictionary, const std::string& key)
+{
+    return ToText(dictionary.GetComment(key.c_str()));
+}
 
 // The keys in the order of a walk, and the texts by key.
-std::vector<std::string> KeysOf(hollin::Dictionary& dictionary);
-KeyedTexts TextsOf(hollin::Dictionary& dictionary);
+inline std::vector<std::string> KeysOf(hollin::Dictionary& dictionary)
+{
+    std::vector<std::string> keys;
+    char key[hollin::kLongestRun + 2]; // a hash store has keys above the limit
+    dictionary.ResetIterator();
+    for (std::uint32_t id = 0; dictionary.NextId(&id);)
+        keys.emplace_back(key, dictionary.CurrentKey(key, sizeof key, true));
+    return keys;
+}
 
-std::string Saved(const hollin::Dictionary& dictionary,
-                  hollin::Dictionary::SerializeMode mode = hollin::Dictionary::kBinary,
-                  bool bigEndian = false, std::uint32_t base = 0);
+inline KeyedTexts TextsOf(hollin::Dictionary& dictionary)
+{
+    KeyedTexts texts;
+    for (const std::string& key : KeysOf(dictionary))
+        texts[key] = TextOf(dictionary, key);
+    return texts;
+}
+
+inline std::string Saved(const hollin::Dictionary& dictionary,
+                         hollin::Dictionary::SerializeMode mode = hollin::Dictionary::kBinary,
+                         bool bigEndian = false, std::uint32_t base = 0)
+{
+    const bool isBigHere = boost::endian::order::native == boost::endian::order::big;
+    std::ostringstream stream;
+    const std::size_t written =
+        dictionary.Serialize(stream, mode, nullptr, bigEndian == isBigHere, base);
+    EXPECT_EQ(written, stream.str().size());
+    return stream.str();
+}
 
 // In its scope, bytes with a "z" can't be converted.
 class ScRefusedConversion
@@ -99,8 +171,17 @@ class ScRefusedConversion
 public:
     static constexpr std::int32_t kCode = 1234; // of the exception
 
-    ScRefusedConversion();
-    ~ScRefusedConversion();
+    ScRefusedConversion()
+    {
+        hollin::SetConversionHooks(
+            [](const char* bytes, std::uint32_t length, std::uint32_t* count,
+               hollin::TextEncoding) {
+                *count = length;
+                return std::memchr(bytes, 'z', length) ? kCode : 0;
+            },
+            nullptr, nullptr, nullptr);
+    }
+    ~ScRefusedConversion() { hollin::SetConversionHooks(nullptr, nullptr, nullptr, nullptr); }
     ScRefusedConversion(const ScRefusedConversion&) = delete;
     ScRefusedConversion& operator=(const ScRefusedConversion&) = delete;
 };

@@ -56,12 +56,6 @@ std::int32_t ToBytes(const std::uint16_t* units, std::uint32_t length, char* byt
     return sFailure;
 }
 
-std::int32_t CompareLengths(const std::uint16_t*, std::uint32_t left, const std::uint16_t*,
-                            std::uint32_t right)
-{
-    return static_cast<std::int32_t>(left) - static_cast<std::int32_t>(right);
-}
-
 class Conversion : public testing::Test
 {
 protected:
@@ -200,7 +194,10 @@ TEST_F(Conversion, FailureOfAHookIsThrown)
 
 TEST_F(Conversion, CompareHookOrdersTexts)
 {
-    hollin::SetCompareHook(CompareLengths);
+    hollin::SetCompareHook(
+        [](const std::uint16_t*, std::uint32_t left, const std::uint16_t*, std::uint32_t right) {
+            return std::int32_t(left) - std::int32_t(right);
+        });
     EXPECT_EQ(ToZString(u"abc"), ToZString(u"xyz"));
     EXPECT_LT(ToZString(u"z"), ToZString(u"ab"));
     hollin::SetCompareHook(nullptr);

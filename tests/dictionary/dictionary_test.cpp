@@ -21,13 +21,6 @@ std::u16string Get(const Dictionary& dictionary, const char* key)
 {
     return ToText(dictionary.GetString(key, kUTF8));
 }
-
-// Resets the default dictionary after each test.
-class Fallback : public testing::Test
-{
-protected:
-    void TearDown() override { hollin_private::SetDefaultDictionary(nullptr); }
-};
 } // namespace
 
 TEST(Dictionary, EmptyDictionaryReturnsDefaultTexts)
@@ -186,7 +179,7 @@ TEST(Dictionary, CurrentKeyIsCopied)
     EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
 }
 
-TEST_F(Fallback, DefaultDictionaryIsReadNext)
+TEST(Dictionary, DefaultDictionaryIsReadNext)
 {
     Dictionary& registered = Dictionary::ForDomain(1);
     EXPECT_EQ(&Dictionary::ForDomain(1), &registered);
@@ -211,18 +204,5 @@ TEST_F(Fallback, DefaultDictionaryIsReadNext)
     EXPECT_FALSE(flat.HasString("/b"));
     EXPECT_EQ(TextOf(flat, "/b"), u"(none)");
     EXPECT_EQ(ToText(ZString::FromDomain(2, "$$$/a=default")), u"registered a");
-}
-
-TEST_F(Fallback, DestroyedDefaultDictionaryIsReset)
-{
-    {
-        hollin_private::DictionaryImpl shortLived(false);
-        hollin_private::SetDefaultDictionary(&shortLived);
-        {
-            const hollin_private::DictionaryImpl another(false);
-        }
-        EXPECT_EQ(hollin_private::DefaultDictionary(), &shortLived);
-    }
-    EXPECT_EQ(hollin_private::DefaultDictionary(), nullptr);
-    EXPECT_EQ(Get(Dictionary(), "/a=2"), u"2");
+    hollin_private::SetDefaultDictionary(nullptr);
 }

@@ -185,7 +185,7 @@ TEST(FlatLayers, ContinuationFileIsNotMerged)
     EXPECT_FALSE(dictionary.IsGood());
     EXPECT_FALSE(dictionary.HasString("/d"));
     EXPECT_EQ(TextOf(dictionary, "/a"), u"1");
-    EXPECT_EQ(LocaleOf(dictionary), "de_DE");
+    EXPECT_EQ(ToText(dictionary.GetLanguage()), u"de_DE");
 
     const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // into an empty store
     EXPECT_EQ(TextById(first, 0), u"3");

@@ -1,9 +1,11 @@
-// The text form: lines, their notations and encodings.
+// The text form: lines, encodings, and notations: escapes, and named and numbered characters.
 
+#include <sstream>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
+#include <hollin_private/Expansion.h>
 #include <platform/control.h>
 
 #include "tests/dictionary/Loading.h"
@@ -19,14 +21,31 @@ KeyedTexts LoadedTexts(const std::string& image, Way way = Way::kMemory)
     return TextsOf(dictionary);
 }
 
-class TextForm : public testing::Test
+std::u16string Expand(std::u16string text)
 {
-protected:
-    void TearDown() override { platform::ResetAll(); }
-};
+    text.resize(
+        hollin_private::ExpandText(reinterpret_cast<std::uint16_t*>(&text[0]), text.size()));
+    return text;
+}
+
+// Expands each text alone and inside another text.
+void ExpectExpanded(const std::vector<std::pair<std::u16string, std::u16string>>& rows)
+{
+    for (const auto& [written, expanded] : rows)
+    {
+        EXPECT_EQ(Expand(written), expanded);
+        EXPECT_EQ(Expand(u"<" + written + u"> "), u"<" + expanded + u"> ");
+    }
+}
+
+void ExpectKept(const std::vector<std::u16string>& texts)
+{
+    for (const std::u16string& text : texts)
+        ExpectExpanded({{text, text}});
+}
 } // namespace
 
-TEST_F(TextForm, LineHoldsAKeyAndAValue)
+TEST(TextForm, LineHoldsAKeyAndAValue)
 {
     const std::tuple<std::u16string, std::string, std::u16string> rows[] = {
         {uR"(key=value)", "key", u"value"},
@@ -55,7 +74,7 @@ TEST_F(TextForm, LineHoldsAKeyAndAValue)
     }
 }
 
-TEST_F(TextForm, EveryLineEndEndsALine)
+TEST(TextForm, EveryLineEndEndsALine)
 {
     using namespace std::string_literals;
     const KeyedTexts both = {{"a", u"1"}, {"b", u"2"}};
@@ -73,7 +92,7 @@ TEST_F(TextForm, EveryLineEndEndsALine)
     }
 }
 
-TEST_F(TextForm, EncodingsGiveTheSameTexts)
+TEST(TextForm, EncodingsGiveTheSameTexts)
 {
     for (const Way way : kWays)
         EXPECT_EQ(LoadedTexts("\"/e=\xE9t\xE9\"\r\n", way), (KeyedTexts{{"/e", u"\xE9t\xE9"}}));
@@ -81,16 +100,17 @@ TEST_F(TextForm, EncodingsGiveTheSameTexts)
     EXPECT_EQ(LoadedTexts("/j=\x83\x5C\x8E\x9F"), (KeyedTexts{{"/j", u"\x30BD\x6B21"}}));
     platform::SetActiveCodePage(65001);
     EXPECT_EQ(LoadedTexts("/u=\xE2\x80\xA8."), (KeyedTexts{{"/u", u"\x2028."}})); // no line end
+    platform::ResetAll();
 }
 
-TEST_F(TextForm, LineOfOnlyAMarkIsSkippedInAStream)
+TEST(TextForm, LineOfOnlyAMarkIsSkippedInAStream)
 {
     const std::string image = TextBytes(u"\xFEFF\r\na=1\n\xFEFF\n");
     EXPECT_EQ(LoadedTexts(image, Way::kStream), (KeyedTexts{{"a", u"1"}}));
     EXPECT_EQ(LoadedTexts(image, Way::kMemory), (KeyedTexts{{"a", u"1"}, {"\xFF", u""}}));
 }
 
-TEST_F(TextForm, LineWithADamagedPrefixIsSkipped)
+TEST(TextForm, LineWithADamagedPrefixIsSkipped)
 {
     for (const char* line : {"$", "$$", "$/a=x", "$$/a=x", "\"$$/a=x\""})
     {
@@ -109,7 +129,7 @@ TEST_F(TextForm, LineWithADamagedPrefixIsSkipped)
     }
 }
 
-TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
+TEST(TextForm, LaterLineReplacesAnEarlierOne)
 {
     Dictionary flat(true);
     Load(flat, "=1\na=1\nb=2\na=three\n=3");
@@ -124,7 +144,7 @@ TEST_F(TextForm, LaterLineReplacesAnEarlierOne)
     EXPECT_EQ(TextsOf(hash), (KeyedTexts{{"a", u"8"}, {"b", u"7"}, {"c", u"6"}}));
 }
 
-TEST_F(TextForm, WalkEndsThoughTextsAreLoaded)
+TEST(TextForm, WalkEndsThoughTextsAreLoaded)
 {
     for (const bool flat : {false, true})
     {
@@ -140,7 +160,7 @@ TEST_F(TextForm, WalkEndsThoughTextsAreLoaded)
 }
 
 // All keys are in one bucket.
-TEST_F(TextForm, CollidingKeysTakeLinearTime)
+TEST(TextForm, CollidingKeysTakeLinearTime)
 {
     const int keys = 60000;
     std::string text;
@@ -164,7 +184,7 @@ TEST_F(TextForm, CollidingKeysTakeLinearTime)
     }
 }
 
-TEST_F(TextForm, FlatStoreSkipsRunsAboveTheLimit)
+TEST(TextForm, FlatStoreSkipsRunsAboveTheLimit)
 {
     const std::string longKey(hollin::kLongestRun + 1, 'k');
     const std::string text = "a=1\n" + longKey + "=1\nc=" + std::string(32768, 'v') + "\nb=2";
@@ -175,7 +195,7 @@ TEST_F(TextForm, FlatStoreSkipsRunsAboveTheLimit)
     EXPECT_EQ(LoadedTexts(text).size(), 4u);
 }
 
-TEST_F(TextForm, LongLinesTakeLinearTime)
+TEST(TextForm, LongLinesTakeLinearTime)
 {
     const std::size_t units = 1000000;
     for (const std::u16string piece : {u"x", u"^", u"#{", u"#{alpha", u"#{lt}", u"\"", u"\n"})
@@ -188,7 +208,7 @@ TEST_F(TextForm, LongLinesTakeLinearTime)
     }
 }
 
-TEST_F(TextForm, UnconvertibleLineEndsTheLoad)
+TEST(TextForm, UnconvertibleLineEndsTheLoad)
 {
     const ScRefusedConversion refused;
     const std::string image = "a=1\nb=z\nc=3\n";
@@ -199,4 +219,83 @@ TEST_F(TextForm, UnconvertibleLineEndsTheLoad)
     EXPECT_EQ(report.mLine, 2u);
     EXPECT_EQ(report.mSlots, 3u);
     EXPECT_EQ(report.mLive, 2u);
+}
+
+TEST(Expansion, EscapesStandForCharacters)
+{
+    ExpectExpanded({{u"\\\"\\n\\r\\t\\b\\\\", u"\"\n\r\t\b\\"},
+                    {u"^Q^[^]^{^}", u"\"\u201C\u201D\u2018\u2019"},
+                    {u"^C^R^T^D^B", u"\u00A9\u00AE\u2122\u00B0\u2022"},
+                    {u"^#^!^I^S^n^r^^", u"\u2318\u00AC\u2206\u2211\n\r^"},
+                    {u"^^1 and ^1", u"^1 and ^1"},
+                    {u"^^^C", u"^\u00A9"},
+                    {u"\\\\n", u"\\n"},
+                    {u"^^^^1", u"^^1"}});
+    // Characters that are not in the introducer's table are kept.
+    ExpectKept({u"^1", u"\\1", u"^t", u"^b", u"\\C", u"^\"", u"^c", u"\\#", u"^\\n", u"\\^C"});
+    EXPECT_EQ(Expand(u""), u"");
+    EXPECT_EQ(Expand(u"100^"), u"100^");
+    EXPECT_EQ(Expand(u"100\\"), u"100\\");
+    EXPECT_EQ(Expand(u"^^^"), u"^^");
+}
+
+TEST(Expansion, NamesStandForCharacters)
+{
+    ExpectExpanded({{u"#{endl}#{tab}#{cr}#{lf}", u"\r\n\t\r\n"},
+                    {u"#{endl}}", u"\r\n}"},
+                    {u"##{lt}", u"#<"},
+                    {u"#{#{lt}", u"#{<"},
+                    // The escapes come first.
+                    {u"#{^}", u"#{\u2019"},
+                    {u"^#{lt}", u"\u2318{lt}"},
+                    {u"^^#{lt}", u"^<"}});
+    ExpectKept({u"#{hellip}", u"#{alpha}", u"#{bogus}", u"#{LT}", u"#{Nbsp}", u"#{sup}",
+                u"#{sup22}", u"#{nbs}", u"#{lt }", u"#{ lt}", u"# {lt}", u"#lt}", u"#\\{lt}",
+                u"#{}", std::u16string(u"#{lt\0}", 6)});
+    for (const std::u16string end : {u"#{lt", u"#", u"#{", u"#{41"})
+        EXPECT_EQ(Expand(end), end);
+}
+
+// All names in the order of their code points.
+TEST(Expansion, Latin1SetIsComplete)
+{
+    std::istringstream names(
+        "nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg macr deg "
+        "plusmn sup2 sup3 acute micro para middot cedil sup1 ordm raquo frac14 frac12 frac34 "
+        "iquest Agrave Aacute Acirc Atilde Auml Aring AElig Ccedil Egrave Eacute Ecirc Euml "
+        "Igrave Iacute Icirc Iuml ETH Ntilde Ograve Oacute Ocirc Otilde Ouml times Oslash Ugrave "
+        "Uacute Ucirc Uuml Yacute THORN szlig agrave aacute acirc atilde auml aring aelig ccedil "
+        "egrave eacute ecirc euml igrave iacute icirc iuml eth ntilde ograve oacute ocirc otilde "
+        "ouml divide oslash ugrave uacute ucirc uuml yacute thorn yuml");
+    char16_t expected = 0x00A0;
+    for (std::string name; names >> name; ++expected)
+    {
+        const std::u16string written(name.begin(), name.end());
+        EXPECT_EQ(Expand(u"#{" + written + u"}"), std::u16string(1, expected)) << name;
+    }
+    EXPECT_EQ(expected, 0x0100);
+}
+
+TEST(Expansion, SpecialSetIsComplete)
+{
+    ExpectExpanded(
+        {{u"#{quot}#{amp}#{lt}#{gt}", u"\"&<>"},
+         {u"#{OElig}#{oelig}#{Scaron}#{scaron}#{Yuml}", u"\u0152\u0153\u0160\u0161\u0178"},
+         {u"#{circ}#{tilde}", u"\u02C6\u02DC"},
+         {u"#{ensp}#{emsp}#{thinsp}", u"\u2002\u2003\u2009"},
+         {u"#{zwnj}#{zwj}#{lrm}#{rlm}", u"\u200C\u200D\u200E\u200F"},
+         {u"#{ndash}#{mdash}", u"\u2013\u2014"},
+         {u"#{lsquo}#{rsquo}#{sbquo}", u"\u2018\u2019\u201A"},
+         {u"#{ldquo}#{rdquo}#{bdquo}", u"\u201C\u201D\u201E"},
+         {u"#{dagger}#{Dagger}#{permil}", u"\u2020\u2021\u2030"},
+         {u"#{lsaquo}#{rsaquo}#{euro}", u"\u2039\u203A\u20AC"}});
+}
+
+TEST(Expansion, NumbersStandForCharacters)
+{
+    ExpectExpanded({{u"#{e9}#{E9}#{U+E9}#{uE9}", u"\u00E9\u00E9\u00E9\u00E9"},
+                    {u"#{u00A8}#{U+20ac}#{9}#{FFFF}", u"\u00A8\u20AC\t\uFFFF"},
+                    {u"#{0}", std::u16string(1, 0)}});
+    ExpectKept({u"#{U+12345}", u"#{00041}", u"#{U+}", u"#{u}", u"#{U41}", u"#{u+41}", u"#{g}",
+                u"#{4g}", u"#{uU+41}", u"#{U+u41}", u"#{+41}", u"#{-1}", u"#{\u0661}", u"#{}1"});
 }

@@ -339,11 +339,12 @@ wrong "can't read $work/installed/share/u/filecache_ja.zdict: No such file" --la
 wrong "the language 'fr' isn't de, en or ja" --language fr "$files"
 wrong "können nicht zusammen angegeben" --language en --dictionary "$german" "$files"
 
-# The text form does as well.
-printf '"$$$/QX/FileCache/Figure/FilesRead=Da#{1B}teien"\r\n' >"$work/texts"
+# The text form does as well. A translation without the places of the English text is not used.
+printf '"$$$/QX/FileCache/%s"\r\n' 'Figure/FilesRead=Da#{1B}teien' 'Error/CantWrite=nein' >"$work/texts"
 run --dictionary "$work/texts" "$work/none"
 expect "text form" 'Da\\x1Bteien' 0
 expect "text form" "bytes read" 0
+wrong "can't write $work/missing/log: No such" --dictionary "$work/texts" --log "$work/missing/log" "$files"
 
 # A place such as ^1 in a file's name is not replaced. Control characters of a name or a
 # text do not reach the terminal.

@@ -1,21 +1,22 @@
 #!/usr/bin/env python3
 """Stops the example host while it reads a file that would take it minutes, and
 expects its figures of what it has read until then. Usage: stop.py BINARY"""
-import contextlib
+import ctypes
 import json
 import os
 import pty
 import re
+import select
 import signal
 import subprocess
 import sys
 import tempfile
-import time
 
 binary = os.path.abspath(sys.argv[1])
 GENEROUS = 100  # seconds
 SMALL_FILES = 200
 ENDLESS = 1 << 40  # bytes, none of them on the disk
+IN_OPEN = 0x20
 failures = 0
 
 
@@ -34,32 +35,34 @@ def make_files(folder):
         file.truncate(ENDLESS)
 
 
-def await_reading(process, path):
-    """Waits until the process has the file open."""
-    end = time.monotonic() + GENEROUS
-    while time.monotonic() < end and process.poll() is None:
-        with contextlib.suppress(OSError):
-            folder = f"/proc/{process.pid}/fd"
-            if path in (os.readlink(f"{folder}/{number}") for number in os.listdir(folder)):
-                return
-        time.sleep(0.01)
-    raise RuntimeError("the big file isn't read")
+def watch(path):
+    """Returns a descriptor that becomes readable when a process opens the file."""
+    libc = ctypes.CDLL(None, use_errno=True)
+    descriptor = libc.inotify_init1(os.O_CLOEXEC)
+    if libc.inotify_add_watch(descriptor, os.fsencode(path), IN_OPEN) < 0:
+        raise OSError(ctypes.get_errno(), f"{path} can't be watched")
+    return descriptor
 
 
 def run(name, files, work, stop, stdin=subprocess.DEVNULL, **start):
     log = f"{work}/log"
     report = f"{work}/report.json"
     command = [binary, "--threads", "1", "--log", log, "--report", report, files]
+    opened = watch(f"{files}/z")
     with subprocess.Popen(command, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           text=True, **start) as process:
         try:
-            await_reading(process, f"{files}/z")
+            # The output is readable at its end, too, if the process ends early.
+            if opened not in select.select([opened, process.stdout], [], [], GENEROUS)[0]:
+                raise RuntimeError("the big file isn't read")
             stop(process)
             out, err = process.communicate(timeout=GENEROUS)
         except (RuntimeError, subprocess.TimeoutExpired) as error:
             process.kill()
             fail(f"{name}: {error}, {process.communicate()}")
             return
+        finally:
+            os.close(opened)
     figures = dict(re.findall(r"^(\w[\w ]*?)  +(\w+)", out, re.MULTILINE))
     # One thread reads the files in order, and the last one not to its end.
     expected = {"files read": SMALL_FILES, "files held": SMALL_FILES,

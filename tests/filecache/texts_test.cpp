@@ -9,8 +9,6 @@
 
 #include <unistd.h>
 
-#include <U_ZString.h>
-
 namespace
 {
 using testing::Eq;
@@ -31,21 +29,6 @@ TEST(HostTexts, ValuesAreFilledInOnePass)
     {
         SCOPED_TRACE(text);
         EXPECT_THAT(Fill(text, values), Eq(expected));
-    }
-}
-
-TEST(HostTexts, ATranslationWithOtherPlacesIsNotUsed)
-{
-    const std::tuple<const char16_t*, const char*> kRows[] = {
-        {u"^^2: ^^1", "r: p"}, {u"^^1 ^^L2", "p, r"}, {u"^^1", "p, r"}, {u"^^1 ^^2 ^^3", "p, r"}};
-    for (const auto& [text, expected] : kRows)
-    {
-        std::u16string lines = u"\uFEFF\"$$$/m=" + std::u16string(text) + u"\"\r\n";
-        U_ZLocaleBirth();
-        U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(lines.data()),
-                                      lines.size() * sizeof(U_u16));
-        EXPECT_THAT(Text({"$$$/m=^^1, ^^2", {"p", "r"}}), Eq(expected));
-        U_ZLocaleDeath();
     }
 }
 

@@ -1,3 +1,4 @@
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,11 +40,11 @@ class Alerts : public testing::Test
 protected:
     void TearDown() override { platform::ResetAll(); }
 
-    int ShowHostBox()
+    int ShowHostBox(Supplier* supplier, int kind = messagebox::kKindAlert)
     {
-        return messagebox::Messagebox(&mSupplier, Units(u"Title"), Units(u"Text"), 1, 1,
-                                      messagebox::kIconWarning, mNode, messagebox::MessageHandler(),
-                                      600.0f, 0.0f);
+        return messagebox::Messagebox(supplier, Units(u"Title"), Units(u"Text"), kind,
+                                      messagebox::kButtonOK, messagebox::kIconWarning, mNode,
+                                      messagebox::MessageHandler(), 600.0f, 0.0f);
     }
 
     static int ShowPlainBox(const char16_t* text, const char16_t* title)
@@ -63,8 +64,14 @@ TEST_F(Alerts, AHostBoxHoldsItsNodeWhileItIsUp)
         mNode.reset();
         EXPECT_FALSE(mNodeGone);
     });
-    ShowHostBox();
+    ShowHostBox(&mSupplier);
     EXPECT_TRUE(mNodeGone);
+}
+
+TEST_F(Alerts, AHostBoxNeedsASupplierAndTheKindOfAnAlert)
+{
+    EXPECT_THROW(ShowHostBox(nullptr), std::invalid_argument);
+    EXPECT_THROW(ShowHostBox(&mSupplier, messagebox::kKindAlert + 1), std::invalid_argument);
 }
 
 TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)

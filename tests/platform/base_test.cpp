@@ -1,54 +1,27 @@
-// Helpers of the platform: integers and printable text, locks, and objects of one thread.
+// Helpers of the platform: printable text, objects of one thread, and immutable strings.
 
 #include <atomic>
 #include <cstdlib>
 #include <functional>
-#include <new>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include <krobase/executor.h>
-#include <platform/base/integer_text.h>
+#include <krobase/high_precision_time.h>
+#include <krobase/immutable_string.h>
 #include <platform/base/printable.h>
-#include <platform/base/shared_mutex.h>
 #include <win32/exceptions.h>
-#include <win32/locale.h>
-#include <win32/runtime.h>
-#include <win32/text.h>
 
-#include "tests/support/FailingNew.h"
 #include "tests/support/NoMemory.h"
+#include "tests/support/OnThreads.h"
+
+using krobase::utility::ImmutableString;
 
 namespace
 {
-TEST(IntegerText, IsReadAsByStrtolAndClampedToItsType)
-{
-    // A null rest is a text without a number at its head.
-    const std::tuple<const char*, int, const char*> rows[] = {
-        {"12", 12, ""},
-        {" \t-7 ms", -7, " ms"},
-        {"+3x", 3, "x"},
-        {"2147483647", 2147483647, ""},
-        {"2147483648.", 2147483647, "."},
-        {"4294967298", 2147483647, ""},
-        {"-99999999999999999999", -2147483647 - 1, ""},
-        {"", 5, nullptr},
-        {"ms", 5, nullptr},
-        {"+-3", 5, nullptr},
-        {"- 3", 5, nullptr},
-    };
-    for (const auto& [text, expected, rest] : rows)
-    {
-        int value = 5;
-        EXPECT_STREQ(platform::ReadInteger(text, &value), rest) << text;
-        EXPECT_EQ(value, expected) << text;
-    }
-}
-
 TEST(PrintableText, HasNoByteThatControlsATerminalOrEndsALine)
 {
     const std::pair<std::string, const char*> kRows[] = {
@@ -77,34 +50,9 @@ TEST(PrintableText, HasNoByteThatControlsATerminalOrEndsALine)
     EXPECT_EQ(platform::Printable("a\n\tb\r\n\u0085", "\t\n"), "a\n\tb\\r\n\\xC2\\x85");
 }
 
-TEST(Locks, NoNewHandlerIsCalledWhileAMutexIsLocked)
+TEST(Ticks, TheMostTicksAreTheMostNanoseconds)
 {
-    static int sCalls = 0;
-    const win32::NewHandler before = win32::_set_new_handler([](std::size_t) { return ++sCalls; });
-    const auto allocate = [] {
-        const ScFailingNew failing(1);
-        try
-        {
-            ::operator delete(::operator new(8));
-        }
-        catch (const std::bad_alloc&)
-        {
-        }
-    };
-    platform::RecursiveMutex mutex;
-    platform::SharedMutex shared;
-    {
-        const platform::ScLock lock(mutex);
-        allocate();
-    }
-    {
-        const platform::ScSharedLock lock(shared);
-        allocate();
-    }
-    EXPECT_EQ(sCalls, 0);
-    allocate();
-    EXPECT_EQ(sCalls, 1);
-    win32::_set_new_handler(before);
+    EXPECT_EQ(krobase::utility::HighPrecisionTime::ConvertToNanos(~0ull), 0x7FFFFFFFFFFFFFFF);
 }
 
 // Calls `use` without memory, on a thread that started before. Ends the process with 0 if `use`
@@ -134,13 +82,6 @@ TEST(PerThreadObjects, FailTheirFirstUseWithoutMemoryAndTheProcessGoesOn)
              unsigned int size = win32::kLargestStackGuarantee;
              return win32::SetThreadStackGuarantee(&size) == 0;
          }},
-        {"the formats of dates",
-         [] {
-             const win32::SYSTEMTIME time = {2020, 1, 0, 1, 0, 0, 0, 0};
-             return win32::GetTimeFormatW(win32::kLocaleUserDefault, 0, &time, nullptr, nullptr,
-                                          0) == 0 &&
-                    win32::GetLastError() == win32::kErrorNotEnoughMemory;
-         }},
         {"an event loop's thread", [&] { return !loop->IsExecutorThread(); }},
     };
     for (const auto& [name, use] : rows)
@@ -148,5 +89,19 @@ TEST(PerThreadObjects, FailTheirFirstUseWithoutMemoryAndTheProcessGoesOn)
         SCOPED_TRACE(name);
         EXPECT_EXIT(UseWithoutMemory(use), testing::ExitedWithCode(0), "");
     }
+}
+
+TEST(ImmutableStrings, ThreadsAgreeWhileTextsComeAndGo)
+{
+    OnThreads(4, [](int) {
+        for (int round = 0; round < 20000; ++round)
+        {
+            const ImmutableString one("passing");
+            const ImmutableString two("passing");
+            ASSERT_EQ(one, two);
+            ASSERT_NE(one, ImmutableString("other"));
+            ASSERT_STREQ(one.Text(), "passing");
+        }
+    });
 }
 } // namespace

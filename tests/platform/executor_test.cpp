@@ -18,6 +18,7 @@
 #include <win32/message_queue.h>
 
 #include "tests/support/BornLibrary.h"
+#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 
 using krobase::threads::AsyncEventLoopAdaptor;
@@ -188,14 +189,8 @@ TEST(EventLoopAdaptors, FunctionsRunWhenTheThreadPumps)
         win32::MSG message;
         while (win32::GetMessageW(&message, nullptr, 0, 0) > 0)
         {
-            try
-            {
-                win32::DispatchMessageW(&message);
-            }
-            catch (int code)
-            {
+            if (const int code = CodeThrown([&] { win32::DispatchMessageW(&message); }))
                 order.push_back(code);
-            }
         }
     });
     ASSERT_TRUE(ready.PassThrough(kGenerous));

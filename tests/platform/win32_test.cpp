@@ -1,15 +1,32 @@
+// Memory, exceptions, signal stacks, and arguments that the operating system and the in-house
+// libraries refuse.
+
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <platform/control.h>
+#include <tolv/memory.h>
+#include <tolv/profile.h>
+#include <tolv/toolbox.h>
+#include <win32/exceptions.h>
+#include <win32/locale.h>
+#include <win32/machine.h>
 #include <win32/memory.h>
+#include <win32/process.h>
+#include <win32/text.h>
 #include <win32/threads.h>
+#include <zelboxmp/xmp.h>
 
 namespace
 {
@@ -53,20 +70,17 @@ TEST(VirtualMemory, RangesAreAlignedAndReleasedWhole)
     }
 }
 
-TEST(VirtualMemory, AReservationIsNotReadable)
+TEST(VirtualMemory, AReservationIsNotReadableAndAnImpossibleSizeIsRefused)
 {
-    void* block =
-        win32::VirtualAlloc(nullptr, 1ull << 36, win32::kMemReserve, win32::kPageNoAccess);
+    const auto reserve = [](std::size_t size) {
+        return win32::VirtualAlloc(nullptr, size, win32::kMemReserve, win32::kPageNoAccess);
+    };
+    void* const block = reserve(1ull << 36);
     ASSERT_NE(block, nullptr);
     EXPECT_FALSE(IsReadable(block));
     EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
-}
-
-TEST(VirtualMemory, RefusesSizesThatNoRangeHas)
-{
-    const unsigned int kBoth = win32::kMemReserve | win32::kMemCommit;
     for (const std::size_t size : {std::size_t(0), SIZE_MAX, SIZE_MAX - 0x10000})
-        EXPECT_EQ(win32::VirtualAlloc(nullptr, size, kBoth, win32::kPageReadWrite), nullptr);
+        EXPECT_EQ(reserve(size), nullptr);
 }
 
 TEST(PhysicalMemory, TheHostsFiguresReplaceTheRealFigures)
@@ -88,5 +102,176 @@ TEST(PhysicalMemory, TheHostsFiguresReplaceTheRealFigures)
 
     status.dwLength = 0;
     EXPECT_FALSE(win32::GlobalMemoryStatusEx(&status));
+}
+
+const unsigned int kUser = win32::kLocaleUserDefault;
+
+typedef std::pair<const char*, std::function<int()>> Call;
+
+void ExpectError(const Call& call, unsigned int error)
+{
+    SCOPED_TRACE(call.first);
+    win32::SetLastError(0);
+    EXPECT_EQ(call.second(), 0);
+    EXPECT_EQ(win32::GetLastError(), error);
+}
+
+int TakePicture(unsigned short*, unsigned int, long long)
+{
+    return 0;
+}
+
+TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
+{
+    unsigned short name[] = {'x', 0};
+    char* const over = reinterpret_cast<char*>(name);
+    win32::SYSTEMTIME day = {2026, 11, 3, 25, 0, 0, 0, 0};
+    const win32::SYSTEMTIME noDay = {2026, 2, 1, 30, 0, 0, 0, 0};
+    const win32::FILETIME farTime = {0, 0x80000000};
+    const Call kBadParameters[] = {
+        {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); }},
+        {"user's name", [] { return win32::GetUserNameW(nullptr, nullptr); }},
+        {"processors", [] { return win32::GetLogicalProcessorInformation(nullptr, nullptr); }},
+        {"another locale's mark",
+         [] { return win32::GetLocaleInfoA(0x407, win32::kLocaleDecimalMark, nullptr, 0); }},
+        {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); }},
+        {"a 30 February",
+         [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); }},
+        {"a picture of times",
+         [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); }},
+        {"no room for a date",
+         [&] { return win32::GetDateFormatW(kUser, 0, &day, nullptr, nullptr, 99); }},
+        {"a time before 1601", [&] { return win32::FileTimeToSystemTime(&farTime, &day); }},
+        {"a text over its source",
+         [&] { return win32::WideCharToMultiByte(0, 0, name, 2, over, 4, nullptr, nullptr); }},
+        {"no callback",
+         [] { return win32::EnumDateFormatsExEx(nullptr, nullptr, win32::kDateShortDate, 0); }},
+        {"another locale's dates",
+         [&] { return win32::EnumDateFormatsExEx(&TakePicture, name, win32::kDateShortDate, 0); }},
+    };
+    for (const Call& call : kBadParameters)
+        ExpectError(call, win32::kErrorInvalidParameter);
+
+    const Call kBadFlags[] = {
+        {"an unknown item", [] { return win32::GetLocaleInfoW(kUser, 1, nullptr, 0); }},
+        {"dates", [&] { return win32::GetDateFormatW(kUser, 4, &day, nullptr, nullptr, 0); }},
+        {"times", [&] { return win32::GetTimeFormatW(kUser, 1, &day, nullptr, nullptr, 0); }},
+        {"both dates", [] { return win32::EnumDateFormatsExEx(&TakePicture, nullptr, 3, 0); }},
+    };
+    for (const Call& call : kBadFlags)
+        ExpectError(call, win32::kErrorInvalidFlags);
+}
+
+TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
+{
+    win32::PROCESS_MEMORY_COUNTERS counters = {};
+    EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
+    EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
+    EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
+    EXPECT_EQ(NewHandle(-1), nullptr);
+}
+
+TEST(SystemRefusals, ANullPointerIsABadParameter)
+{
+    unsigned long long limit = 0;
+    int value = 0;
+    const Call kCalls[] = {
+        {"prepurge", [&] { return MEM_GetMemUsageLimits(nullptr, &limit); }},
+        {"maximum", [&] { return MEM_GetMemUsageLimitsOverride(&limit, nullptr); }},
+        {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
+        {"slop", [] { return TOLV_GetSlop(nullptr); }},
+        {"required key", [&] { return TOLV_GetRequiredProfileInt(nullptr, &value); }},
+        {"new key", [] { return TOLV_SetProfileInt(nullptr, 1); }},
+    };
+    for (const auto& [what, call] : kCalls)
+        EXPECT_EQ(call(), -50) << what;
+}
+
+TEST(SystemRefusals, APacketRefusesSettings)
+{
+    __XMPMeta__* const metadata = zelboxmp::NewMetadata();
+    bool stored = false;
+    const auto store = [](void* client, const char*, unsigned int) {
+        *static_cast<bool*>(client) = true;
+    };
+    zelboxmp::Result result = {};
+    zelboxmp::Ordinal61(metadata, &stored, 0, 2048, "", "", 0, store, &result);
+    EXPECT_EQ(result.errorCode, zelboxmp::kErrorBadSettings);
+    EXPECT_STREQ(result.errorText, "Unknown settings for a packet");
+    EXPECT_FALSE(stored);
+    zelboxmp::Ordinal6(metadata);
+}
+
+stack_t Current()
+{
+    stack_t current = {};
+    sigaltstack(nullptr, &current);
+    return current;
+}
+
+bool IsNone(const stack_t& stack)
+{
+    return (stack.ss_flags & SS_DISABLE) != 0;
+}
+
+void Guarantee()
+{
+    unsigned int size = win32::kLargestStackGuarantee;
+    EXPECT_NE(win32::SetThreadStackGuarantee(&size), 0);
+    EXPECT_FALSE(IsNone(Current()));
+    EXPECT_GE(Current().ss_size, win32::kLargestStackGuarantee);
+}
+
+// Returns the signal stack of a thread after its variables have been destroyed: in the second
+// round of destructors of thread-specific values. The thread ends with the stack that it had at
+// first, which may be a sanitizer's.
+stack_t StackAfter(const std::function<void()>& body)
+{
+    static stack_t sFound;
+    static stack_t sLeft;
+    static pthread_key_t key;
+    static bool isSecondRound;
+    isSecondRound = false;
+    pthread_key_create(&key, [](void* value) {
+        if (!std::exchange(isSecondRound, true))
+        {
+            pthread_setspecific(key, value);
+            return;
+        }
+        sLeft = Current();
+        sigaltstack(&sFound, nullptr);
+    });
+    std::thread([&] {
+        sFound = Current();
+        pthread_setspecific(key, &sFound);
+        body();
+    }).join();
+    pthread_key_delete(key);
+    return sLeft;
+}
+
+TEST(SignalStack, TheHostsOwnIsRestoredAtTheEndOfTheThread)
+{
+    std::vector<char> memory(64 << 10);
+    stack_t hosts = {};
+    hosts.ss_sp = memory.data();
+    hosts.ss_size = memory.size();
+    stack_t none = {};
+    none.ss_flags = SS_DISABLE;
+
+    const stack_t left = StackAfter([&] {
+        sigaltstack(&hosts, nullptr);
+        Guarantee();
+        Guarantee();
+    });
+    EXPECT_EQ(left.ss_sp, hosts.ss_sp);
+    EXPECT_EQ(left.ss_size, hosts.ss_size);
+
+    EXPECT_TRUE(IsNone(StackAfter([&] {
+        sigaltstack(&hosts, nullptr);
+        Guarantee();
+        sigaltstack(&none, nullptr); // the memory of the host's stack may have been freed
+        Guarantee();
+    })));
 }
 } // namespace

@@ -9,20 +9,26 @@ namespace
 {
 typedef std::map<std::uint32_t, std::vector<std::size_t>> Buckets; // to indices of entries
 
-Buckets BucketsOf(const std::vector<ImageEntry>& entries)
+Buckets BucketsOf(const std::vector<ImageEntry>& entries, bool hasRemoved = false)
 {
     Buckets buckets;
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        if (!entries[i].key.empty())
+        if (!hasRemoved || !entries[i].key.empty())
             buckets[BucketOf(entries[i].key)].push_back(i);
     }
     return buckets;
 }
 
-void AddHeader(ImageBuilder& image, std::uint32_t major, std::uint32_t minor, std::uint32_t flag)
+ImageBuilder Header(std::uint32_t major, std::uint32_t minor, std::uint32_t flag,
+                    bool bigEndian = false)
 {
-    image.Field("header").Bytes("ZString Binary Format").U8(major).U8(minor).U8(flag);
+    return ImageBuilder(bigEndian)
+        .Field("header")
+        .Bytes("ZString Binary Format")
+        .U8(major)
+        .U8(minor)
+        .U8(flag);
 }
 
 std::string Joined(const std::vector<std::string>& runs)
@@ -66,12 +72,8 @@ void AddBuckets(ImageBuilder& image, const Buckets& buckets)
 
 std::string LegacyValue(const ImageEntry& entry, std::uint8_t textFlag)
 {
-    if (textFlag == 0)
-        return ImageBuilder().Units(entry.value).Image();
-    std::string bytes;
-    for (const char16_t unit : entry.value)
-        bytes.push_back(static_cast<char>(unit));
-    return bytes;
+    return textFlag ? std::string(entry.value.begin(), entry.value.end())
+                    : ImageBuilder().Units(entry.value).Image();
 }
 } // namespace
 
@@ -170,10 +172,9 @@ ImageBuilder BuildFlat(const std::vector<ImageEntry>& entries, const FlatOptions
         values.push_back(bytesOf(entry.value));
     }
     const auto removed = keyed ? std::count(keys.begin(), keys.end(), "") : 0;
-    const Buckets buckets = keyed ? BucketsOf(entries) : Buckets();
+    const Buckets buckets = BucketsOf(entries, true); // counted in an image without keys, too
 
-    ImageBuilder image(options.bigEndian);
-    AddHeader(image, 2, options.minor, 0);
+    ImageBuilder image = Header(2, options.minor, 0, options.bigEndian);
     if (options.minor >= 1)
         image.Field("byte-order byte").U8(options.bigEndian);
     image.Field("locale length").U32(options.locale.size());
@@ -210,8 +211,7 @@ ImageBuilder BuildEntries(const std::vector<ImageEntry>& entries, std::uint8_t t
 {
     const Buckets buckets = BucketsOf(entries);
     ImageBuilder data;
-    ImageBuilder image;
-    AddHeader(image, 1, 0, textFlag);
+    ImageBuilder image = Header(1, 0, textFlag);
     image.Field("record count").U16(buckets.size() + 1).Field("records");
     for (const auto& bucket : buckets)
     {
@@ -232,9 +232,8 @@ ImageBuilder BuildLengthTable(const std::vector<ImageEntry>& entries, std::uint8
     const Buckets buckets = BucketsOf(entries);
     std::size_t end = 0;
     std::string data;
-    ImageBuilder image;
+    ImageBuilder image = Header(1, 5, textFlag);
     ImageBuilder lengths;
-    AddHeader(image, 1, 5, textFlag);
     image.Field("bucket count").U32(buckets.size()).Field("bucket ends");
     for (const auto& bucket : buckets)
     {

@@ -12,7 +12,7 @@
 
 struct ImageEntry
 {
-    std::string key; // empty for a removed slot
+    std::string key; // empty for a removed slot of version 2
     std::u16string value;
     std::u16string comment = {};
 };

@@ -149,21 +149,6 @@ TEST(Encoding, AsciiIsWidenedAndEnglishTextConvertsToTheActivePage)
     EXPECT_EQ(U_ConvertEnglishEncodedTextToCurrentEncoding("\xE9\x99\xBC"), "e\x99?");
 }
 
-TEST(Encoding, UTF8ConvertsToUTF16AndInvalidSequencesAreReplaced)
-{
-    const std::tuple<std::string, std::u16string, std::string> rows[] = {
-        {"\xC2\xBC\xE2\x88\x86", u"\u00BC\u2206", "\xC2\xBC\xE2\x88\x86"},
-        {"a\xFFz", u"a\uFFFDz", "a\xEF\xBF\xBDz"},
-    };
-    for (const auto& [bytes, units, back] : rows)
-    {
-        SCOPED_TRACE(bytes);
-        EXPECT_EQ(U_UTF8To16String(Bytes(bytes)), Units(units));
-        EXPECT_EQ(U_UTF16To8String(Units(units)), Bytes(back));
-    }
-    EXPECT_EQ(U_UTF16To8String(Units(u"a\xDC00z")), Bytes("a\xEF\xBF\xBDz"));
-}
-
 TEST(Encoding, ByteTypesFollowTheCodePageOrTheScript)
 {
     EXPECT_EQ(U_CharByteFromScript("\x83\x5C", 1, 0), 0);

@@ -1,6 +1,8 @@
 """From images to texts, single entries and other images."""
 
+import itertools
 import os
+import re
 import unittest
 
 from images import flat, legacy
@@ -17,6 +19,24 @@ class Dump(Case):
                 self.assertEqual(self.dumped(text, *options), text)
         self.assertEqual(self.compiled(self.dumped(flat(entries)), "--big-endian", "--locale=x"),
                          flat(entries, big=True, locale="x"))
+
+    def test_every_text_compiles_to_itself(self):
+        def texts(length):
+            return map("".join, itertools.product('\\"^#{}41nC\n\ud83d\ude00', repeat=length))
+
+        units = "".join(map(chr, range(0x10000))) + "x".join(texts(4))
+        pieces = [*texts(1), *texts(2), *(units[at:at + 30000] for at in range(0, len(units), 30000))]
+        image = flat(sorted((str(number), text) for number, text in enumerate(pieces)))
+        self.assertTrue(self.compiled(self.dumped(image)) == image)
+
+    def test_every_key_compiles_to_itself_or_is_refused(self):
+        keys = sorted("".join(key) for length in range(1, 4)
+                      for key in itertools.product('a"\\\n\r$ #{^é', repeat=length))
+        unfit = [key for key in keys if re.search(r'[\n\ré]|(?<!\\)"', key)]
+        kept = flat([(key, "text") for key in keys if key not in unfit])
+        self.assertTrue(self.compiled(self.dumped(kept)) == kept)
+        refused = self.run_tool("dump", "-", stdin=flat([(key, "") for key in unfit]), status=1)
+        self.assertEqual(len(refused.err.splitlines()), len(unfit) + 1)
 
     def test_lines_are_sorted_and_readable(self):
         self.assertEqual(

@@ -31,11 +31,6 @@ std::uint32_t ParseNumber(const std::string& text, const std::string& problem)
     return number;
 }
 
-std::string CheckOutput(const std::string& name)
-{
-    return name.empty() ? "-o needs a file name" : std::string();
-}
-
 std::string CheckLocale(const std::string& name)
 {
     const char* const allowed =
@@ -130,16 +125,16 @@ public:
         catch (const CLI::CallForHelp&)
         {
             RequireCommand(count, arguments);
+            // CLI11 answers --help before it refuses unknown arguments.
+            if (mApp.remaining_size(true) > 0)
+                Refuse(CLI::ExtrasError(mApp.remaining(true)));
             std::fputs(mApp.help().c_str(), stdout);
             return kFine;
         }
         catch (const CLI::ParseError& error)
         {
             RequireCommand(count, arguments);
-            const auto commands = mApp.get_subcommands();
-            const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
-            throw Failure{kUnusable, std::string(),
-                          std::string(error.what()) + " (see zdict " + command + "--help)"};
+            Refuse(error);
         }
         return mRun(mOptions);
     }
@@ -152,6 +147,14 @@ private:
             throw Failure{kUnusable, std::string(),
                           std::string("there is no command '") + arguments[1] +
                               "' (see zdict --help)"};
+    }
+
+    [[noreturn]] void Refuse(const CLI::ParseError& error) const
+    {
+        const auto commands = mApp.get_subcommands();
+        const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
+        throw Failure{kUnusable, std::string(),
+                      std::string(error.what()) + " (see zdict " + command + "--help)"};
     }
 
     CLI::App* Add(const char* name, Run run, const char* summary, const char* help)
@@ -189,10 +192,12 @@ private:
 
     void AddOutput(CLI::App* command)
     {
-        command->add_option("-o", mOptions.mOutput, "write to the file OUT, not to standard output")
+        command
+            ->add_option_function<std::string>(
+                "-o", [this](const std::string& value) { SetOutput(value); },
+                "write to the file OUT, not to standard output")
             ->type_name("OUT")
-            ->take_last()
-            ->check(CheckOutput);
+            ->take_last();
     }
 
     // The options of commands that write an image.
@@ -280,6 +285,13 @@ private:
                 "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
                 "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n"),
             "FILE", "an image or a text");
+    }
+
+    void SetOutput(const std::string& value)
+    {
+        if (value.empty())
+            throw CLI::ValidationError("-o needs a file name");
+        mOptions.mOutput = value;
     }
 
     void SetBase(const std::string& value)

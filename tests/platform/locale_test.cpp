@@ -1,6 +1,6 @@
-// Numbers and messages as text, and the user's locale.
+// Numbers, messages and dates as text, in the user's locale.
 
-#include <cstring>
+#include <functional>
 #include <limits>
 #include <string>
 #include <tuple>
@@ -13,6 +13,7 @@
 #include <win32/locale.h>
 #include <win32/text.h>
 
+#include "tests/support/FailingNew.h"
 #include "tests/support/Text.h"
 
 using namespace krobase::utility;
@@ -27,17 +28,9 @@ class Format : public testing::Test
 protected:
     void TearDown() override { platform::ResetAll(); }
 };
+typedef Format SystemDates;
 
-// Returns the text that GetLocaleInfoA stores.
-std::string LocaleText(unsigned int item)
-{
-    char buffer[16];
-    const int count =
-        win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, buffer, sizeof(buffer));
-    EXPECT_EQ(win32::GetLocaleInfoA(win32::kLocaleUserDefault, item, nullptr, 0), count);
-    EXPECT_EQ(std::strlen(buffer) + 1, static_cast<std::size_t>(count));
-    return buffer;
-}
+const win32::SYSTEMTIME kTime = {2005, 3, 0, 1, 15, 4, 5, 6}; // Tuesday, 1 March
 
 UTF16String Wide(const std::string& text)
 {
@@ -124,29 +117,61 @@ TEST_F(Format, NumbersAreRead)
         expectRead(none, -1, -1);
 }
 
-TEST_F(Format, MarksAreThoseOfTheUsersLocale)
+TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
-    typedef std::tuple<const char*, unsigned int, const char*, const char*, std::u16string> Marks;
-    const Marks rows[] = {
-        {nullptr, 1252, ".", ",", u"1,234.5"},
-        {"de_DE", 1252, ",", ".", u"1.234,5"},
-        {"en_US", 1252, ".", ",", u"1,234.5"},
-        {"fr_FR", 65001, ",", "\xC2\xA0", u"1\u00A0234,5"},
-        {"de_CH", 1252, ".", "\x92", u"1\u2019234.5"},
-        {"fa_IR", 65001, ".", ",", u"1,234.5"}, // the digits are those of ASCII
-        {"xx_YY", 1252, ".", ",", u"1,234.5"},
+    const std::tuple<const char*, std::u16string, const char*> rows[] = {
+        {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
+        {"en_US", u"M MM MMM MMMM yy, y, yyyy g", "3 03 Mar March 05, 2005, 2005 AD"},
+        {"en_US", u"'d''y' hEt ''d'", "d'y hEt '1"},
+        {"en_US", u"", ""},
+        {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
+        {"ru_RU", u"d MMMM", "1 марта"},
     };
-    for (const auto& [locale, codePage, decimal, thousands, marked] : rows)
+    for (const auto& [locale, picture, expected] : rows)
     {
-        SCOPED_TRACE(locale ? locale : "none");
-        const ScActiveCodePage active(codePage);
         platform::SetUserLocale(locale);
-        EXPECT_EQ(LocaleText(win32::kLocaleDecimalMark), decimal);
-        EXPECT_EQ(LocaleText(win32::kLocaleThousandsMark), thousands);
-        UTF16String number = Units(u"1,234.5");
-        InternationalizeNum(number);
-        EXPECT_EQ(number, Units(marked));
-        DeInternationalizeNum(number);
-        EXPECT_EQ(number, Units(u"1,234.5"));
+        unsigned short text[64];
+        const int size = win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
+                                               Units(picture).c_str(), text, 64);
+        EXPECT_EQ(size, static_cast<int>(U_UTF16String(text).size()) + 1);
+        EXPECT_EQ(win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
+                                        Units(picture).c_str(), text, size - 1) == 0,
+                  size > 1)
+            << "the buffer is too small";
+        EXPECT_EQ(Narrow(text), expected);
+    }
+}
+
+TEST_F(SystemDates, WithoutMemoryCallsFailAndTheNextCallFollowsTheLocale)
+{
+    const unsigned int kUser = win32::kLocaleUserDefault;
+    unsigned short text[64];
+    const std::pair<const char*, std::function<int()>> calls[] = {
+        {"date", [&] { return win32::GetDateFormatW(kUser, 0, &kTime, nullptr, text, 64); }},
+        {"time", [&] { return win32::GetTimeFormatW(kUser, 0, &kTime, nullptr, text, 64); }},
+        {"pictures",
+         [&] {
+             return win32::EnumDateFormatsExEx(
+                 [](unsigned short*, unsigned int, long long) { return 0; }, nullptr,
+                 win32::kDateShortDate, 0);
+         }},
+    };
+    for (const auto& [name, call] : calls)
+    {
+        const auto& run = call;
+        int result = 0;
+        const auto body = [&] {
+            win32::SetLastError(0);
+            result = run();
+        };
+        const auto check = [&, name = name](long nth) {
+            SCOPED_TRACE(testing::Message() << name << " " << nth);
+            EXPECT_EQ(win32::GetLastError(), result ? 0 : win32::kErrorNotEnoughMemory);
+            platform::SetUserLocale("de_DE");
+            ASSERT_NE(win32::GetDateFormatW(kUser, 0, &kTime, nullptr, text, 64), 0);
+            EXPECT_EQ(Narrow(text), "01.03.2005");
+            platform::SetUserLocale("en_US");
+        };
+        EXPECT_GT(FailEachNew(body, check), 0) << name;
     }
 }
