@@ -11,7 +11,8 @@
 // Between birth and death the library calls the host's handler for:
 // - a hardware exception that nothing else handles: an access to memory that is not mapped or
 //   not allowed, a stack overflow, an illegal instruction, an arithmetic exception;
-// - a call of std::terminate, as by an exception that is not caught or a pure virtual call;
+// - a call of std::terminate, as by an exception that is not caught or a pure virtual call, which
+//   on Windows is an access to memory that is not mapped;
 // - an invalid parameter given to the runtime.
 //
 // The call is made on the thread that failed, and the library holds no lock during the call.
@@ -29,29 +30,33 @@
 // call, and in the log sink that gets the line after the call:
 // - The heap may be damaged. A lock may be held by the code that failed.
 // - 256 KiB of stack are available, or less.
-// - The thread cannot be ended, as by pthread_exit.
+// - The thread cannot be ended alone, as by pthread_exit or ExitThread.
 // - A further failure calls no handler that is running already. A handler that fails ends the
 //   process at once.
 //
-// A handler need not return: it may leave by siglongjmp. The sigsetjmp must have saved the signal
-// mask. With the mask of the handler, the next hardware exception of the thread ends the process
-// without a call.
+// Jumps:
+// - On POSIX systems a handler need not return: it may leave by siglongjmp. The sigsetjmp must have
+//   saved the signal mask. With the mask of the handler, the next hardware exception of the thread
+//   ends the process without a call.
+// - On Windows a handler must return or end the process: the system calls the handler while it
+//   searches the stack for a handler of the exception, and a jump would leave that search.
 //
-// After such a jump, and after a failure that the handler from before birth has dealt with, the
+// After a jump, and after a failure that the handler from before birth has dealt with, the
 // library's handlers remain installed. Only an invalid parameter removes those of invalid
 // parameters and of hardware exceptions, until the next birth: a further failure of these kinds
 // ends the process at once.
 //
 // Failures:
-// - A stack overflow needs a second stack. The threads with a role (U_Threads.h), the threads of
+// - A stack overflow needs stack that is kept for the handler: on POSIX systems a second stack, on
+//   Windows a part of the thread's own. The threads with a role (U_Threads.h), the threads of
 //   threaded executors, the thread of birth and the threads that have set a local handler have
-//   one. On any other thread a stack overflow ends the process without a call.
-// - A hardware exception on a thread that blocks its signal ends the process without a call.
+//   kept it. On any other thread a stack overflow ends the process without a call.
+// - POSIX: a hardware exception on a thread that blocks its signal ends the process without a call.
 // - If a failure within the handler has also damaged the stack, a second call is possible.
-// - A handler that the host installs over the library's own, with sigaction and the like, gets
-//   the failure first, and the library only if that handler calls the one that it has replaced.
-//   The library installs its own over such a handler at the next birth, for at most three
-//   different handlers a position. It stays beneath a fourth.
+// - A handler that the host installs over the library's own, with sigaction,
+//   SetUnhandledExceptionFilter and the like, gets the failure first, and the library only if that
+//   handler calls the one that it has replaced. The library installs its own over such a handler at
+//   the next birth, for at most three different handlers a position. It stays beneath a fourth.
 // - A jump runs no destructor of the frames that it leaves. If these are frames of the library,
 //   because a callback of the host or the library itself has failed, then:
 //   - Locks of the library that these frames hold stay locked. Other threads may wait for ever.

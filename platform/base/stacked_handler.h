@@ -24,10 +24,11 @@ namespace platform
 // functions, also in a signal handler.
 template <auto run> class StackedHandler;
 
-template <class... Values, void (*run)(std::size_t level, Values...)> class StackedHandler<run>
+template <class Result, class... Values, Result (*run)(std::size_t level, Values...)>
+class StackedHandler<run>
 {
 public:
-    typedef void (*Handler)(Values...);
+    typedef Result (*Handler)(Values...);
 
     static constexpr std::size_t kLevels = 4;
 
@@ -68,7 +69,10 @@ public:
     }
 
 private:
-    template <std::size_t level> static void Call(Values... values) { run(level, values...); }
+    template <std::size_t level> static Result Call(Values... values)
+    {
+        return run(level, values...);
+    }
 
     static constexpr Handler kHandlers[kLevels] = {&Call<0>, &Call<1>, &Call<2>, &Call<3>};
 

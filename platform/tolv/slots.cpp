@@ -76,7 +76,7 @@ bool EnterInDirectory(Slab* slab)
 
 // Registers the slab with the leak checker, which searches no mapped memory by itself.
 // Without the registration the leak checker reports each object that only a block refers to.
-void ShowToLeakChecker(const Slab* slab)
+void ShowToLeakChecker([[maybe_unused]] const Slab* slab)
 {
 #if defined(__ELF__)
     if (__lsan_register_root_region)

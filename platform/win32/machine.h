@@ -18,8 +18,8 @@
 namespace win32
 {
 // Store a name in UTF-16 with a terminator: the name of the machine, which is the host name
-// without its domain, cut at a character boundary to 31 units; and the name of the user whose
-// rights the process has. *size is the capacity in units. On success it becomes the length,
+// without its domain, cut at a character boundary to 31 units, or on Windows the name of at most 15
+// units that the system itself derives; and the name of the user whose rights the process has. *size is the capacity in units. On success it becomes the length,
 // GetUserNameW including the terminator and GetComputerNameW without it.
 //
 // Returns: non-zero on success, or 0. Then GetLastError returns
@@ -53,8 +53,8 @@ struct SYSTEM_LOGICAL_PROCESSOR_INFORMATION
     unsigned long long Reserved[2];
 };
 
-// Stores an entry for each processor core. *length is the capacity of the buffer in bytes and
-// becomes the size needed.
+// Stores an entry for each processor core. On Windows there are entries with another Relationship,
+// too. *length is the capacity of the buffer in bytes and becomes the size needed.
 //
 // Returns: non-zero on success, or 0. Then GetLastError returns
 //  - 122 if the buffer is too small or null;

@@ -51,9 +51,9 @@ PLATFORM_EXPORT int IsDebuggerPresent();
 // Stops the calling thread in the debugger. Without a debugger the process ends.
 PLATFORM_EXPORT void DebugBreak();
 
-// Passes a text, without a line end of its own, to the sink of platform/control.h, by default
-// to stderr, where control characters other than tabs and line ends become escapes. Null writes
-// nothing.
+// Passes a text, without a line end of its own, to the sink of platform/control.h. By default
+// passes the text to the system's debugger on Windows, and elsewhere to stderr, where control
+// characters other than tabs and line ends become escapes. Null writes nothing.
 PLATFORM_EXPORT void OutputDebugStringA(const char* text);
 
 // Opens a log file for appending. If there is none, makes a file that only this user may read

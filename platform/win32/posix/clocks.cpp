@@ -1,10 +1,8 @@
 #include <win32/clocks.h>
 
 #include <atomic>
-#include <chrono>
 #include <ctime>
 
-#include <platform/base/switched_function.h>
 #include <platform/base/thread_local.h>
 
 #include "../private/switches.h"
@@ -15,13 +13,9 @@ namespace
 {
 const long long kNanosecondsPerSecond = 1000000000;
 const long long kNanosecondsPerMillisecond = 1000000;
-const long long kMillisecondsPerSecond = 1000;
 
 std::atomic<long long> sFrequency(kNanosecondsPerSecond);
 std::atomic<bool> sCounterWorks(true);
-
-typedef platform::SwitchedFunction<long long()> WallClock;
-WallClock& sWallClock = *new WallClock;
 
 PLATFORM_THREAD_LOCAL std::tm tRecord = {};
 
@@ -30,14 +24,6 @@ long long NanosecondsSinceStart()
     timespec now;
     clock_gettime(CLOCK_BOOTTIME, &now);
     return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
-}
-
-long long MillisecondsSince1970()
-{
-    using namespace std::chrono;
-    if (const auto clock = sWallClock.Get())
-        return (*clock)();
-    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 } // namespace
 
@@ -74,24 +60,6 @@ void ResetPerformanceCounter()
     SetPerformanceCounter(kNanosecondsPerSecond, true);
 }
 
-void _ftime64(_timeb64* now)
-{
-    const long long time = MillisecondsSince1970();
-    const long long milliseconds =
-        (time % kMillisecondsPerSecond + kMillisecondsPerSecond) % kMillisecondsPerSecond;
-    now->time = (time - milliseconds) / kMillisecondsPerSecond;
-    now->millitm = static_cast<unsigned short>(milliseconds);
-}
-
-long long _time64(long long* seconds)
-{
-    _timeb64 now;
-    _ftime64(&now);
-    if (seconds)
-        *seconds = now.time;
-    return now.time;
-}
-
 std::tm* _gmtime64(const long long* seconds)
 {
     const std::time_t time = *seconds;
@@ -102,10 +70,5 @@ std::tm* _localtime64(const long long* seconds)
 {
     const std::time_t time = *seconds;
     return time < 0 ? nullptr : localtime_r(&time, &tRecord);
-}
-
-void SetWallClock(const WallClock::Function& milliseconds)
-{
-    sWallClock.Set(milliseconds);
 }
 } // namespace win32

@@ -13,52 +13,23 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
-#endif
-
-#include <platform/base/code_units.h>
 #include <platform/base/locks.h>
-#include <platform/base/quiet_new.h>
-#include <win32/text.h>
 
+#include "../private/machine.h"
 #include "../private/switches.h"
 
 namespace win32
 {
 namespace
 {
-typedef std::basic_string<unsigned short> Name;
-
 const std::size_t kHostNameRoom = HOST_NAME_MAX + 2; // bytes
-const unsigned int kLongestMachineName = 31;         // units
 const std::size_t kLongestUserEntry = 1 << 20;       // bytes
 const unsigned int kMostProcessors = 1 << 16;        // a limit for damaged lists
 const char kProcessorFolder[] = "/sys/devices/system/cpu";
 
-// A name that replaces the system's while it is set.
-struct NameOverride
-{
-    bool mIsSet;
-    std::string mName;
-};
-
 // Never destroyed: threads may still call while the process exits.
 platform::Mutex sLock;
-NameOverride& sMachine = *new NameOverride(); // read and written under the lock
-NameOverride& sUser = *new NameOverride();    // likewise
 std::string& sFolder PLATFORM_GUARDED_BY(sLock) = *new std::string(kProcessorFolder);
-
-Name FromUTF8(const std::string& bytes)
-{
-    Name name(bytes.size(), 0); // no more units than bytes
-    const int length = bytes.empty() ? 0
-                                     : MultiByteToWideChar(kCodePageUTF8, 0, bytes.data(),
-                                                           static_cast<int>(bytes.size()), &name[0],
-                                                           static_cast<int>(name.size()));
-    name.resize(static_cast<std::size_t>(length));
-    return name;
-}
 
 std::string HostName()
 {
@@ -75,49 +46,6 @@ std::string UserName()
            room.size() < kLongestUserEntry)
         room.resize(room.size() * 2);
     return found && found->pw_name ? found->pw_name : "";
-}
-
-std::string Resolve(const NameOverride& replacement, std::string (*systemName)())
-{
-    {
-        const platform::ScLock lock(sLock);
-        if (replacement.mIsSet)
-            return replacement.mName;
-    }
-    return systemName();
-}
-
-// Cuts a name to the longest machine name without splitting a surrogate pair.
-void CutLabel(Name& label)
-{
-    if (label.size() <= kLongestMachineName)
-        return;
-    const bool endsInside = platform::IsHighSurrogate(label[kLongestMachineName - 1]);
-    label.resize(kLongestMachineName - (endsInside ? 1 : 0));
-}
-
-// Fails with `tooSmall` if the name and its terminator don't fit.
-int Store(const Name& found, unsigned int tooSmall, bool countsTerminator, unsigned short* name,
-          unsigned int* size)
-{
-    if (found.empty())
-        return Fail(kErrorNotFound);
-    const unsigned int length = static_cast<unsigned int>(found.size());
-    if (!name || *size < length + 1)
-    {
-        *size = length + 1;
-        return Fail(tooSmall);
-    }
-    std::copy_n(found.c_str(), length + 1, name);
-    *size = countsTerminator ? length + 1 : length;
-    return 1;
-}
-
-void Set(NameOverride& replacement, const char* name)
-{
-    const platform::ScLock lock(sLock);
-    replacement.mIsSet = name != nullptr;
-    replacement.mName = name ? name : "";
 }
 
 std::string ProcessorFolder()
@@ -189,40 +117,18 @@ std::vector<unsigned int> CoreSizes(const std::string& folder)
 
 int GetComputerNameW(unsigned short* name, unsigned int* size)
 {
-    if (!size)
-        return Fail(kErrorInvalidParameter);
-    try
-    {
-        const std::string host = Resolve(sMachine, &HostName);
-        Name label = FromUTF8(host.substr(0, host.find('.')));
-        CutLabel(label);
-        return Store(label, kErrorBufferOverflow, false, name, size);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return Fail(kErrorNotEnoughMemory);
-    }
+    const auto system = [](unsigned short* found, unsigned int* length) {
+        return StoreName(kMachineName, HostName(), found, length);
+    };
+    return GetName(kMachineName, system, name, size);
 }
 
 int GetUserNameW(unsigned short* name, unsigned int* size)
 {
-    if (!size)
-        return Fail(kErrorInvalidParameter);
-    try
-    {
-        return Store(FromUTF8(Resolve(sUser, &UserName)), kErrorInsufficientBuffer, true, name,
-                     size);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return Fail(kErrorNotEnoughMemory);
-    }
-}
-
-void SetNames(const char* machine, const char* user)
-{
-    Set(sMachine, machine);
-    Set(sUser, user);
+    const auto system = [](unsigned short* found, unsigned int* length) {
+        return StoreName(kUserName, UserName(), found, length);
+    };
+    return GetName(kUserName, system, name, size);
 }
 
 int gethostname(char* name, int size)
@@ -238,26 +144,6 @@ int gethostname(char* name, int size)
     std::memcpy(name, whole, copied);
     name[copied] = 0;
     return length <= room ? 0 : -1;
-}
-
-void __cpuidex(int registers[4], int leaf, int subleaf)
-{
-    unsigned int a = 0;
-    unsigned int b = 0;
-    unsigned int c = 0;
-    unsigned int d = 0;
-#if defined(__x86_64__) || defined(__i386__)
-    if (!__get_cpuid_count(static_cast<unsigned int>(leaf), static_cast<unsigned int>(subleaf), &a,
-                           &b, &c, &d))
-        a = b = c = d = 0;
-#else
-    (void)leaf;
-    (void)subleaf;
-#endif
-    registers[0] = static_cast<int>(a);
-    registers[1] = static_cast<int>(b);
-    registers[2] = static_cast<int>(c);
-    registers[3] = static_cast<int>(d);
 }
 
 int GetLogicalProcessorInformation(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer,

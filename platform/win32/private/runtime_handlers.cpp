@@ -1,17 +1,16 @@
 // The handlers of the C runtime: of invalid parameters, and of an operator new that fails.
-// The standard library's new handler gets no size, so this file defines the forms of operator
-// new that know the size. The standard library's other forms call these.
 
 #include <win32/runtime.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <new>
 
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
+
+#include "runtime.h"
 
 namespace win32
 {
@@ -64,11 +63,20 @@ void OnFailedNew(std::size_t level)
     throw platform::BadAllocation();
 }
 
-template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allocate)
+// A handler that was installed over ours is kept.
+void Remove()
+{
+    const std::new_handler current = std::get_new_handler();
+    if (sStandard.LevelOf(current) == sStandard.Latest())
+        std::set_new_handler(sStandard.Remove(current));
+}
+} // namespace
+
+void* Allocate(std::size_t size, std::size_t alignment)
 {
     for (int calls = 0; calls < kMostCalls;)
     {
-        if (void* block = allocate())
+        if (void* block = TryAllocate(size, alignment))
             return block;
         const std::new_handler handler = std::get_new_handler();
         if (!handler)
@@ -79,15 +87,6 @@ template <class Allocate> void* AllocateOrHandle(std::size_t size, Allocate allo
     }
     throw platform::BadAllocation();
 }
-
-// A handler that was installed over ours is kept.
-void Remove()
-{
-    const std::new_handler current = std::get_new_handler();
-    if (sStandard.LevelOf(current) == sStandard.Latest())
-        std::set_new_handler(sStandard.Remove(current));
-}
-} // namespace
 
 NewHandler _set_new_handler(NewHandler handler)
 {
@@ -115,7 +114,7 @@ void _invalid_parameter(const unsigned short* expression, const unsigned short* 
 {
     const InvalidParameterHandler handler = sInvalidParameterHandler;
     if (!handler)
-        std::abort();
+        EndWithCrashLog();
     handler(expression, function, file, line, reserved);
 }
 } // namespace win32
@@ -132,17 +131,3 @@ ScQuietNew::~ScQuietNew()
     --win32::tQuiet;
 }
 } // namespace platform
-
-PLATFORM_EXPORT void* operator new(std::size_t size)
-{
-    return win32::AllocateOrHandle(size, [size] { return std::malloc(size ? size : 1); });
-}
-
-PLATFORM_EXPORT void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    // The size must be a multiple of the alignment.
-    const std::size_t unit = static_cast<std::size_t>(alignment);
-    const std::size_t whole = size ? (size + unit - 1) / unit * unit : unit;
-    return win32::AllocateOrHandle(
-        size, [=] { return whole < size ? nullptr : std::aligned_alloc(unit, whole); });
-}
