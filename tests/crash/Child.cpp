@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include <gtest/gtest.h>
+
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -60,14 +62,12 @@ bool Listen(int in, const std::string& lastWords, std::string* output)
 }
 } // namespace
 
-bool Death::BySignal(int signal) const
+void Death::Expect(int expected, std::initializer_list<std::pair<std::string, long>> texts) const
 {
-    return WIFSIGNALED(status) && WTERMSIG(status) == signal;
-}
-
-bool Death::WithCode(int code) const
-{
-    return WIFEXITED(status) && WEXITSTATUS(status) == code;
+    SCOPED_TRACE(output);
+    EXPECT_EQ(end, expected);
+    for (const auto& [text, count] : texts)
+        EXPECT_EQ(Count(text), count) << text;
 }
 
 long Death::Count(const std::string& text) const
@@ -79,10 +79,13 @@ long Death::Count(const std::string& text) const
     return count;
 }
 
-std::string Death::Line(const std::string& beginning) const
+std::string Death::Rest(const std::string& beginning) const
 {
     const std::size_t start = ("\n" + output).find("\n" + beginning);
-    return start == std::string::npos ? "" : output.substr(start, output.find('\n', start) - start);
+    if (start == std::string::npos)
+        return "none";
+    const std::size_t rest = start + beginning.size();
+    return output.substr(rest, output.find('\n', rest) - rest);
 }
 
 Death RunToDeath(const std::function<void()>& body, const std::string& lastWords)
@@ -103,7 +106,9 @@ Death RunToDeath(const std::function<void()>& body, const std::string& lastWords
     {
         if (!Listen(ends[0], lastWords, &death.output))
             kill(child, SIGKILL);
-        waitpid(child, &death.status, 0);
+        int status = 0;
+        waitpid(child, &status, 0);
+        death.end = WIFSIGNALED(status) ? WTERMSIG(status) : ExitWith(WEXITSTATUS(status));
     }
     close(ends[0]);
     return death;

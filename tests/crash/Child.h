@@ -4,22 +4,31 @@
 #define TESTS_CRASH_CHILD_H
 
 #include <functional>
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "U_Fatal.h"
+
+// The end of a process that exits with the code.
+constexpr int ExitWith(int code)
+{
+    return 1000 + code;
+}
 
 // How a process ended, and what it wrote to stderr.
 struct Death
 {
-    int status; // of waitpid
+    int end; // the signal, or ExitWith(code)
     std::string output;
 
-    bool BySignal(int signal) const;
-    bool WithCode(int code) const;
+    // Expects this end, and each text as often as its number says. A failure prints the output.
+    void Expect(int expected, std::initializer_list<std::pair<std::string, long>> texts = {}) const;
 
-    // How often the output contains the text, and its first line that begins with the text.
     long Count(const std::string& text) const;
-    std::string Line(const std::string& beginning) const;
+
+    // The rest of the first line that begins with the text; "none" without such a line.
+    std::string Rest(const std::string& beginning) const;
 };
 
 // Runs the body in a process of its own and waits for the end of the process. The process ends

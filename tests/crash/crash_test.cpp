@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <krobase/executor.h>
@@ -24,6 +23,7 @@
 #include "U_Threads.h"
 #include "examples/filecache/crashes.h"
 #include "tests/crash/Child.h"
+#include "tests/support/RecordingProvider.h"
 
 namespace
 {
@@ -50,13 +50,6 @@ void Fail(Crash crash, Where where = kHere)
         }).join();
     else
         CreateAsyncThreadedExecutor("fails", 1, kThreadPriorityNormal, {}, {})->Post(fail, 0);
-}
-
-// The rest of the first line that begins with the text.
-std::string Rest(const Death& death, const std::string& beginning)
-{
-    const std::string line = death.Line(beginning);
-    return line.empty() ? "none" : line.substr(beginning.size());
 }
 
 // Reads after the end of a mapped file.
@@ -143,6 +136,8 @@ void WaitForAll(std::atomic<int>& count, int all)
 }
 } // namespace
 
+// In this order: the event, the call on the thread that fails, and the lines of the log. The event
+// is for hardware exceptions, and the second line for invalid parameters.
 TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
 {
     enum
@@ -151,13 +146,24 @@ TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
         kLocal,
         kNone
     };
+    const std::string event = "LogEvent Stage CrashHandler InvokingCrashHandler 0-0\n";
+    const std::string parameter = "[0] U QX_invalid_parameter_handler: ";
+    const std::string lastLines =
+        kLastLine + parameter +
+        "Intentionally passing an invalid param to the runtime to get a crashlog.\n";
     for (const CrashRow& row : kCrashes)
     {
         for (int registered : {kGlobal, kLocal, kNone})
         {
             SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(registered));
             const Death death = RunToDeath([&] {
+                static RecordingProvider sProvider;
+                sProvider.mOnCall = [](const std::string& call) {
+                    Print(call.c_str());
+                    throw std::runtime_error("from the provider");
+                };
                 Birth();
+                U::telemetry::RegisterTelemetryProvider(&sProvider);
                 if (registered != kNone)
                     SetGlobal(&PrintCall, "handler on");
                 if (registered != kLocal)
@@ -172,15 +178,17 @@ TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
                     },
                     row.where);
             });
-            SCOPED_TRACE(death.output);
-            EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
-            EXPECT_EQ(death.Count("handler on"), registered == kNone ? 0 : 1);
-            EXPECT_EQ(death.Count("wrong"), 0);
-            EXPECT_EQ(death.Count(kLastLine), 1);
-            if (registered == kNone)
-                continue;
-            EXPECT_EQ(Rest(death, "handler on"), Rest(death, "failing on"));
-            EXPECT_LT(death.output.find("handler on"), death.output.find(kLastLine));
+            const std::string call = "handler on" + death.Rest("failing on") + "\n";
+            const std::string order = (row.signal == SIGABRT ? "" : event) +
+                                      (registered == kNone ? "" : call) + kLastLine;
+            const bool isParameter = row.crash == &GiveInvalidParameter;
+            death.Expect(row.signal, {{order, 1},
+                                      {event, row.signal != SIGABRT},
+                                      {"handler on", registered != kNone},
+                                      {"wrong", 0},
+                                      {kLastLine, 1},
+                                      {lastLines, isParameter},
+                                      {parameter, isParameter}});
         }
     }
 }
@@ -196,10 +204,7 @@ TEST(Crashes, EndTheProcessWhateverTheHandlerDoes)
             SetGlobal(&PrintAndFail);
             Fail(row.first);
         });
-        SCOPED_TRACE(death.output);
-        EXPECT_TRUE(death.BySignal(row.signal)) << death.status;
-        EXPECT_EQ(death.Count("handler on"), 1);
-        EXPECT_EQ(death.Count(kLastLine), row.lastLines);
+        death.Expect(row.signal, {{"handler on", 1}, {kLastLine, row.lastLines}});
     }
 }
 
@@ -228,11 +233,7 @@ TEST(Crashes, AHandlerThatNeverReturnsBlocksNoOtherThread)
                     pause();
             },
             "the others go on");
-        SCOPED_TRACE(death.output);
-        EXPECT_TRUE(death.BySignal(SIGKILL)) << death.status;
-        EXPECT_EQ(death.Count("handler on"), 1);
-        EXPECT_EQ(death.Count("the others go on"), 1);
-        EXPECT_EQ(death.Count(kLastLine), 0);
+        death.Expect(SIGKILL, {{"handler on", 1}, {"the others go on", 1}, {kLastLine, 0}});
     }
 }
 
@@ -257,11 +258,8 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
             fail();
             other.join();
         });
-        SCOPED_TRACE(death.output);
-        EXPECT_TRUE(death.BySignal(signal)) << death.status;
-        EXPECT_EQ(death.Count("handler on"), 2);
-        const std::string first = Rest(death, "handler on");
-        EXPECT_EQ(death.Count("handler on" + first + "\n"), 1);
+        const std::string first = "handler on" + death.Rest("handler on") + "\n";
+        death.Expect(signal, {{"handler on", 2}, {first, 1}});
         EXPECT_GE(death.Count(kLastLine), 1);
     }
 }
@@ -277,69 +275,6 @@ TEST(Crashes, ALogSinkThatFailsAfterTheCallGetsNoSecondLine)
         });
         std::terminate();
     });
-    SCOPED_TRACE(death.output);
-    EXPECT_TRUE(death.BySignal(SIGABRT)) << death.status;
-    EXPECT_EQ(death.Count("HANDLER"), 1);
-    EXPECT_EQ(death.Count("handler on"), 2) << "the failure of the sink is one more";
-}
-
-TEST(Crashes, AnInvalidParameterIsLoggedAfterTheCall)
-{
-    const Death death = RunToDeath([] {
-        Birth();
-        Fail(&GiveInvalidParameter);
-    });
-    const std::string tag = "[0] U QX_invalid_parameter_handler: ";
-    EXPECT_EQ(Rest(death, tag),
-              "Intentionally passing an invalid param to the runtime to get a crashlog.");
-    EXPECT_EQ(death.Count(tag), 1); // the line after the abort is never reached
-    EXPECT_LT(death.output.find(kLastLine), death.output.find(tag));
-}
-
-TEST(Crashes, AHardwareExceptionIsATelemetryEventBeforeTheCall)
-{
-    struct Provider : U::telemetry::U_TelemetryProvider
-    {
-        typedef boost::shared_ptr<krobase::config::UsageLoggerGroup> Group;
-        typedef const std::string& Text;
-
-        bool IsLogging() override { return true; }
-        void LogEvent(const char* category, const char* event, const unsigned short* text,
-                      krobase::utility::Guid guid) override
-        {
-            std::string line = std::string("event ") + category + " " + event + " ";
-            while (*text)
-                line += static_cast<char>(*text++);
-            Print((line + (guid == krobase::utility::Guid() ? " zero" : " other")).c_str());
-            throw std::runtime_error("from the provider");
-        }
-        void LogEventWithCount(Text, Text, Text, int, krobase::utility::Guid) override {}
-        void IncrementEventCount(Text, Text, Text) override {}
-        void ClearEventCount(Text, Text, Text) override {}
-        void LogEventsWithCount() override {}
-        Group NewDataGroup(const char*, const char*, const char*, krobase::utility::Guid) override
-        {
-            return {};
-        }
-        void AddToGroup(const Group&, const char*, const U_UTF8String&) override {}
-    };
-    for (const auto& [crash, events] :
-         {std::pair<Crash, long>(&WriteToNull, 1), {&Terminate, 0}, {&GiveInvalidParameter, 0}})
-    {
-        const Death death = RunToDeath([crash = crash] {
-            static Provider sProvider;
-            Birth();
-            U::telemetry::RegisterTelemetryProvider(&sProvider);
-            SetGlobal(&PrintCall);
-            Fail(crash);
-        });
-        SCOPED_TRACE(death.output);
-        EXPECT_TRUE(death.BySignal(events ? SIGSEGV : SIGABRT)) << death.status;
-        EXPECT_EQ(death.Count("event Stage CrashHandler InvokingCrashHandler zero\n"), events);
-        EXPECT_EQ(death.Count("handler on"), 1);
-        if (events)
-        {
-            EXPECT_LT(death.output.find("event"), death.output.find("handler on"));
-        }
-    }
+    // The failure of the sink is the second.
+    death.Expect(SIGABRT, {{"HANDLER", 1}, {"handler on", 2}});
 }

@@ -2,15 +2,15 @@
 // knows the size.
 
 #include <climits>
+#include <iterator>
 #include <new>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include <sys/resource.h>
 
 #include <platform/control.h>
 #include <win32/runtime.h>
@@ -18,12 +18,7 @@
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SKIP_WITHOUT_NEW() GTEST_SKIP() << "a sanitizer's operator new calls no new handler"
-#else
-#define SKIP_WITHOUT_NEW() ((void)0)
-#endif
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -34,31 +29,15 @@ const std::size_t kTooMuch = std::size_t(1) << 40; // bytes
 class OutOfMemory : public BornLibrary
 {
 protected:
-    // Limits the address space to half of the size that the tests ask for.
+    // A sanitizer's operator new calls no new handler.
     void SetUp() override
     {
         BornLibrary::SetUp();
-        getrlimit(RLIMIT_AS, &mBefore);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-        rlimit limit = mBefore;
-        limit.rlim_cur = kTooMuch / 2;
-        setrlimit(RLIMIT_AS, &limit);
-#endif
-    }
-    void TearDown() override
-    {
-        setrlimit(RLIMIT_AS, &mBefore);
-        BornLibrary::TearDown();
+        SKIP_UNDER_SANITIZERS();
     }
 
-private:
-    rlimit mBefore;
+    const ScAddressSpaceLimit mLimit{kTooMuch / 2};
 };
-
-std::string Sentence(const std::string& kilobytes)
-{
-    return "Out of memory. (" + kilobytes + "K requested)";
-}
 
 // Returns the text of the std::bad_alloc that is thrown; empty if none is.
 template <class Allocate> std::string Caught(Allocate allocate)
@@ -82,43 +61,36 @@ struct alignas(64) Aligned
 
 TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
 {
-    SKIP_WITHOUT_NEW();
-    const std::tuple<const char*, void* (*)(), std::string, bool> rows[] = {
-        {"a byte more", [] { return ::operator new(kTooMuch + 1); }, "1073741825", true},
-        {"a byte less", [] { return ::operator new(kTooMuch - 1); }, "1073741824", true},
-        {"more than fits the text", [] { return ::operator new(kTooMuch << 4); },
-         std::to_string(INT_MAX), true},
-        {"array", [] { return ::operator new[](kTooMuch); }, "1073741824", true},
-        {"aligned", [] { return static_cast<void*>(new Aligned[kTooMuch / 64]); }, "1073741824",
-         true},
-        {"without exceptions", [] { return ::operator new(kTooMuch, std::nothrow); }, "1073741824",
-         false},
+    const std::pair<void* (*)(), std::string> rows[] = {
+        {[] { return ::operator new(kTooMuch + 1); }, "1073741825"},
+        {[] { return ::operator new(kTooMuch - 1); }, "1073741824"},
+        {[] { return ::operator new(kTooMuch << 4); }, std::to_string(INT_MAX)},
+        {[] { return ::operator new[](kTooMuch); }, "1073741824"},
+        {[] { return static_cast<void*>(new Aligned[kTooMuch / 64]); }, "1073741824"},
+        {[]() -> void* { return std::get_new_handler()(), nullptr; }, "0"}, // of no known size
+        {[] { return ::operator new(kTooMuch, std::nothrow); }, "1073741824"},
     };
-    for (const auto& [what, allocate, kilobytes, throws] : rows)
+    for (const auto& row : rows)
     {
-        SCOPED_TRACE(what);
+        SCOPED_TRACE(&row - rows);
         mAlerts.Clear();
         Up_SetThreadLastError(77);
-        EXPECT_EQ(Caught(allocate), throws ? "bad allocation" : "");
+        EXPECT_EQ(Caught(row.first), &row == std::end(rows) - 1 ? "" : "bad allocation");
         EXPECT_EQ(Up_GetThreadLastError(), 0u);
-        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Sentence(kilobytes) + "\n\n( 23 :: 40 )"});
+        EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: Out of memory. (" + row.second +
+                                         "K requested)\n\n( 23 :: 40 )"});
     }
 }
 
-TEST_F(OutOfMemory, IsThrownWithoutAReportOnOtherThreads)
+TEST_F(OutOfMemory, IsThrownWithoutAReportOnOtherThreadsAndWithinAReport)
 {
-    SKIP_WITHOUT_NEW();
     std::thread([] {
         EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
         EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "");
     }).join();
     EXPECT_EQ(mAlerts.Texts(), Texts());
     EXPECT_EQ(mLog.Texts(), Texts());
-}
 
-TEST_F(OutOfMemory, IsReportedOnceIfTheReportRunsOutToo)
-{
-    SKIP_WITHOUT_NEW();
     int nested = 0;
     mAlerts.mWhileUp = [&](const platform::Alert&) {
         nested += Caught([] { return ::operator new(kTooMuch * 2); }) == "bad allocation";
@@ -130,7 +102,6 @@ TEST_F(OutOfMemory, IsReportedOnceIfTheReportRunsOutToo)
 
 TEST_F(OutOfMemory, IsAlwaysABadAllocAfterALimitedNumberOfCalls)
 {
-    SKIP_WITHOUT_NEW();
     mAlerts.mWhileUp = [](const platform::Alert&) { throw "no std::exception"; };
     EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
     EXPECT_EQ(::operator new(kTooMuch, std::nothrow), nullptr);
@@ -158,7 +129,6 @@ TEST_F(OutOfMemory, IsAlwaysABadAllocAfterALimitedNumberOfCalls)
 // A handler that was installed over the platform's may call the platform's at any time later.
 TEST_F(OutOfMemory, IsPassedOnToTheFirstHandlerOnceNoneIsInstalled)
 {
-    SKIP_WITHOUT_NEW();
     ASSERT_EQ(U_Death(), 0);
     static int sFirst = 0;
     static int sCovering = 0;
@@ -185,16 +155,7 @@ TEST_F(OutOfMemory, IsPassedOnToTheFirstHandlerOnceNoneIsInstalled)
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }
 
-// As in a program that defines operator new.
-TEST_F(OutOfMemory, OfAnUnknownSizeIsReportedAsZeroKilobytes)
-{
-    const std::new_handler handler = std::get_new_handler();
-    ASSERT_NE(handler, nullptr);
-    EXPECT_EQ(Caught(handler), "bad allocation");
-    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: " + Sentence("0") + "\n\n( 23 :: 40 )"});
-}
-
-TEST_F(OutOfMemory, HasTheHostsHandlerAgainAfterDeath)
+TEST_F(OutOfMemory, TheNewHandlersOfTheHostAreInstalledAgainAfterDeath)
 {
     ASSERT_EQ(U_Death(), 0);
     const std::new_handler hosts = [] { throw std::bad_alloc(); };

@@ -29,17 +29,20 @@ struct Handlers
 {
     void (*signal)(int);
     std::terminate_handler terminate;
+    win32::InvalidParameterHandler invalidParameter;
 
     void Install() const
     {
         std::signal(SIGSEGV, signal);
         std::set_terminate(terminate);
+        win32::_set_invalid_parameter_handler(invalidParameter);
     }
 };
 
 template <int code> constexpr Handlers Ending()
 {
-    return {[](int) { std::_Exit(code); }, [] { std::_Exit(code); }};
+    return {[](int) { std::_Exit(code); }, [] { std::_Exit(code); },
+            [](auto...) { std::_Exit(code); }};
 }
 
 const Handlers kHandlers[] = {Ending<1>(), Ending<2>(), Ending<3>(),
@@ -85,35 +88,15 @@ TEST(Lives, PassAFailureOnToTheHandlersFromBeforeBirth)
                     U_Death();
                 crash();
             });
-            SCOPED_TRACE(death.output);
-            EXPECT_TRUE(death.WithCode(9)) << death.status;
-            EXPECT_EQ(death.Count("host's"), crash != &WriteToNull);
-            EXPECT_EQ(death.Count("handler on"), !afterDeath);
-            EXPECT_EQ(death.Count(kLastLine), !afterDeath);
+            death.Expect(ExitWith(9), {{"host's", crash != &WriteToNull},
+                                       {"handler on", !afterDeath},
+                                       {kLastLine, !afterDeath}});
         }
     }
 }
 
-TEST(Lives, EachMakeTheirCallAndPassItOn)
+TEST(Lives, MakeOneCallIfTheHostPutsTheTerminateHandlerOfAnEarlierLifeBack)
 {
-    const Death thrown = RunToDeath([] {
-        win32::_set_invalid_parameter_handler([](auto...) {
-            Print("host's");
-            throw 1;
-        });
-        for (int life = 0; life < 2; ++life)
-        {
-            Birth();
-            SetGlobal(&PrintCall);
-            EXPECT_THROW(GiveInvalidParameter(), int);
-            U_Death();
-        }
-        std::_Exit(7);
-    });
-    EXPECT_TRUE(thrown.WithCode(7)) << thrown.output;
-    EXPECT_EQ(thrown.Count("handler on"), 2);
-    EXPECT_EQ(thrown.Count("host's"), 2);
-
     for (const bool afterDeath : {false, true})
     {
         const Death death = RunToDeath([&] {
@@ -131,8 +114,7 @@ TEST(Lives, EachMakeTheirCallAndPassItOn)
             }
             Terminate();
         });
-        EXPECT_TRUE(death.WithCode(9)) << death.output;
-        EXPECT_EQ(death.Count("handler on"), !afterDeath);
+        death.Expect(ExitWith(9), {{"handler on", !afterDeath}});
     }
 }
 
@@ -140,7 +122,7 @@ TEST(Lives, MakeTheirCallWhateverTheHostInstallsBetweenAndDuringThem)
 {
     for (const bool during : {false, true})
     {
-        for (const Crash crash : {&WriteToNull, &Terminate})
+        for (const Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
         {
             const Death death = RunToDeath([during, crash] {
                 for (const Handlers& handlers : kHandlers)
@@ -157,9 +139,7 @@ TEST(Lives, MakeTheirCallWhateverTheHostInstallsBetweenAndDuringThem)
                 SetGlobal(&PrintCall);
                 crash();
             });
-            SCOPED_TRACE(death.output);
-            EXPECT_TRUE(death.WithCode(6)) << death.status;
-            EXPECT_EQ(death.Count("handler on"), 1);
+            death.Expect(ExitWith(6), {{"handler on", 1}});
         }
     }
 }

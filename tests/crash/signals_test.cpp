@@ -48,28 +48,29 @@ struct Row
     Life life;
     Crash crash;
     long calls;
-    int signal; // that ends the process; 0: it ends with the code
-    int code;
+    int end; // of the process
 };
 
 const int kGoesOn = 7; // the code if the crash returns
+const int kHandled = ExitWith(9);
 
 const Row kRows[] = {
-    {"covered", kDefault, kCalls, kBorn, &WriteToNull, 1, SIGSEGV, 0},
-    {"covered, sent", kDefault, kCalls, kBorn, &SendSegmentationFault, 1, SIGSEGV, 0},
-    {"covered, handled", kExits, kCalls, kBorn, &WriteToNull, 1, 0, 9},
-    {"covered, dead", kDefault, kCalls, kDead, &WriteToNull, 0, SIGSEGV, 0},
-    {"covered, dead, handled", kExits, kCalls, kDead, &WriteToNull, 0, 0, 9},
-    {"covered, reborn, handled", kExits, kCalls, kReborn, &WriteToNull, 1, 0, 9},
-    {"covered, reborn twice", kDefault, kCalls, kRebornTwice, &WriteToNull, 1, SIGSEGV, 0},
-    {"put back", kDefault, kPutsBack, kBorn, &WriteToNull, 1, SIGSEGV, 0},
-    {"put back, reborn, handled", kExits, kPutsBack, kReborn, &WriteToNull, 1, 0, 9},
-    {"reborn, handled", kExits, kNone, kReborn, &WriteToNull, 1, 0, 9},
-    {"handled once", kPrintsOnce, kNone, kBorn, &WriteToNull, 1, SIGSEGV, 0},
-    {"sent, handled", kExits, kNone, kBorn, &SendSegmentationFault, 1, 0, 9},
-    {"ignored", kIgnored, kNone, kBorn, &WriteToNull, 1, SIGSEGV, 0},
-    {"sent, ignored", kIgnored, kNone, kBorn, &SendSegmentationFault, 0, 0, kGoesOn},
-    {"covered, sent, ignored", kIgnored, kCalls, kBorn, &SendSegmentationFault, 0, 0, kGoesOn},
+    {"covered", kDefault, kCalls, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"covered, sent", kDefault, kCalls, kBorn, &SendSegmentationFault, 1, SIGSEGV},
+    {"covered, handled", kExits, kCalls, kBorn, &WriteToNull, 1, kHandled},
+    {"covered, dead", kDefault, kCalls, kDead, &WriteToNull, 0, SIGSEGV},
+    {"covered, dead, handled", kExits, kCalls, kDead, &WriteToNull, 0, kHandled},
+    {"covered, reborn, handled", kExits, kCalls, kReborn, &WriteToNull, 1, kHandled},
+    {"covered, reborn twice", kDefault, kCalls, kRebornTwice, &WriteToNull, 1, SIGSEGV},
+    {"put back", kDefault, kPutsBack, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"put back, reborn, handled", kExits, kPutsBack, kReborn, &WriteToNull, 1, kHandled},
+    {"reborn, handled", kExits, kNone, kReborn, &WriteToNull, 1, kHandled},
+    {"handled once", kPrintsOnce, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"sent, handled", kExits, kNone, kBorn, &SendSegmentationFault, 1, kHandled},
+    {"ignored", kIgnored, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"sent, ignored", kIgnored, kNone, kBorn, &SendSegmentationFault, 0, ExitWith(kGoesOn)},
+    {"covered, sent, ignored", kIgnored, kCalls, kBorn, &SendSegmentationFault, 0,
+     ExitWith(kGoesOn)},
 };
 
 typedef void (*Action)(int signal, siginfo_t* info, void* context);
@@ -164,13 +165,10 @@ TEST(Signals, ArePassedOnToTheHostsActionsAndFromThem)
     {
         SCOPED_TRACE(row.what);
         const Death death = RunToDeath([&] { Live(row); });
-        SCOPED_TRACE(death.output);
-        EXPECT_TRUE(row.signal ? death.BySignal(row.signal) : death.WithCode(row.code))
-            << death.status;
-        EXPECT_EQ(death.Count("host's"), row.cover != kNone);
-        EXPECT_EQ(death.Count("once"), row.before == kPrintsOnce);
-        EXPECT_EQ(death.Count("handler on"), row.calls);
-        EXPECT_EQ(death.Count(kLastLine), row.calls);
+        death.Expect(row.end, {{"host's", row.cover != kNone},
+                               {"once", row.before == kPrintsOnce},
+                               {"handler on", row.calls},
+                               {kLastLine, row.calls}});
     }
 }
 
@@ -205,15 +203,13 @@ TEST(Signals, AnExceptionThatTheEarlierActionDealsWithIsFollowedByFurtherCalls)
         }
         std::_Exit(kGoesOn);
     });
-    SCOPED_TRACE(death.output);
-    EXPECT_TRUE(death.WithCode(kGoesOn)) << death.status;
-    EXPECT_EQ(death.Count("allowed"), 6);
-    EXPECT_EQ(death.Count("first handler on"), 3);
-    EXPECT_EQ(death.Count("second handler on"), 3);
-    EXPECT_EQ(death.Count("local on"), 3);
+    death.Expect(
+        ExitWith(kGoesOn),
+        {{"allowed", 6}, {"first handler on", 3}, {"second handler on", 3}, {"local on", 3}});
 }
 
-TEST(Signals, AreHandledAfterACallUntilExceptionDuringWhichTheyAreSent)
+// The filter alone, without the library.
+TEST(Signals, ThatAreSentDuringACallUntilExceptionRunTheFilterAfterIt)
 {
     const Death death = RunToDeath([] {
         win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) {
@@ -228,8 +224,7 @@ TEST(Signals, AreHandledAfterACallUntilExceptionDuringWhichTheyAreSent)
             nullptr);
         Print(completes ? "completes" : "interrupted");
     });
-    SCOPED_TRACE(death.output);
-    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.status;
+    death.Expect(SIGSEGV);
     EXPECT_EQ(death.output, "inside\nfilter\n");
 }
 
@@ -247,7 +242,6 @@ TEST(Signals, ThatAreSentToTheFilterDoNotRunTheFilterWithinItself)
         });
         WriteToNull();
     });
-    SCOPED_TRACE(death.output);
-    EXPECT_TRUE(death.BySignal(SIGSEGV)) << death.status;
+    death.Expect(SIGSEGV);
     EXPECT_EQ(death.output, "filter\ninside\nends\n");
 }

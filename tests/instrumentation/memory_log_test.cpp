@@ -2,18 +2,23 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
-#include <fstream>
+#include <cstring>
+#include <functional>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +29,7 @@
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
+#include "tests/instrumentation/PrivateLog.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
 
@@ -39,9 +45,35 @@ const char kHeader[] =
     "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
     "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
 
-std::string Path()
+// The log's files, in memory of a fixed size, since an allocation of the log thread may fail.
+struct Written
 {
-    return "/bc_memory." + std::to_string(getpid()) + ".log";
+    std::mutex lock; // guards the other members
+    std::condition_variable changed;
+    char text[1 << 20];
+    std::size_t size = 0;
+    int openFailure = 0; // the reason of the next openings
+} sWritten;
+
+ssize_t Append(void*, const char* bytes, std::size_t count)
+{
+    const std::lock_guard<std::mutex> lock(sWritten.lock);
+    if (count > sizeof(sWritten.text) - sWritten.size)
+        return 0;
+    std::memcpy(sWritten.text + sWritten.size, bytes, count);
+    sWritten.size += count;
+    sWritten.changed.notify_all();
+    return static_cast<ssize_t>(count);
+}
+
+std::FILE* Open(const char* path)
+{
+    char expected[64];
+    std::snprintf(expected, sizeof(expected), "/bc_memory.%d.log", static_cast<int>(getpid()));
+    errno = std::strcmp(path, expected) == 0 ? sWritten.openFailure : ENOENT;
+    cookie_io_functions_t functions = {};
+    functions.write = &Append;
+    return errno ? nullptr : fopencookie(nullptr, "a", functions);
 }
 
 void Ask(const char* log, const char* interval)
@@ -56,32 +88,35 @@ U_Status BirthWith(const char* log, const char* interval)
     return U_Birth("Memory Log", nullptr);
 }
 
-Texts Lines()
-{
-    Texts lines;
-    std::ifstream file(Path());
-    for (std::string line; std::getline(file, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-// Waits until a line follows the first `count` lines: only then these lines are complete.
+// Returns the lines once there are so many, or the lines after a minute.
 Texts WaitForLines(std::size_t count)
 {
+    const auto end = [] { return sWritten.text + sWritten.size; };
+    std::unique_lock<std::mutex> lock(sWritten.lock);
     Texts lines;
-    for (int waited = 0; waited < 3000 && lines.size() <= count; ++waited)
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        lines = Lines();
-    }
+    sWritten.changed.wait_for(lock, std::chrono::minutes(1), [&] {
+        lines.clear();
+        std::istringstream text(std::string(sWritten.text, end()));
+        for (std::string line; std::getline(text, line);)
+            lines.push_back(line);
+        return lines.size() >= count;
+    });
     return lines;
 }
 
 // Returns whether the log still writes rows.
 bool Continues()
 {
-    const std::size_t written = Lines().size();
-    return WaitForLines(written + 2).size() >= written + 2;
+    const std::size_t enough = WaitForLines(0).size() + 2;
+    return WaitForLines(enough).size() >= enough;
+}
+
+long Starts()
+{
+    const Texts lines = WaitForLines(0);
+    return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("  * log start") != std::string::npos;
+    });
 }
 
 // The columns after the stamp, numbered from 1 as in the header.
@@ -108,34 +143,6 @@ void ExpectConsistent(const Figures& row, const Figures& before)
     EXPECT_EQ(row[10], row[1]);
 }
 
-void LogRows()
-{
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    U_SetMemUsageLimits(kPrepurge, kMaximum);
-    ASSERT_GE(WaitForLines(5).size(), 5u);
-    void* const block = U_AllocatePtrQuiet(20 * kMiB);
-    // Rows that were written during the allocation do not include the block.
-    const std::size_t written = Lines().size();
-    const Texts lines = WaitForLines(written + 2);
-    ASSERT_GE(lines.size(), written + 2);
-    EXPECT_THAT(lines[0], testing::HasSubstr("  * log start"));
-    EXPECT_THAT(lines[1], testing::EndsWith(kHeader));
-    const Figures first = Row(lines[2]);
-    Figures last(25);
-    for (std::size_t line = 2; line + 1 < lines.size(); ++line)
-    {
-        const Figures row = Row(lines[line]);
-        ExpectConsistent(row, last);
-        last = row;
-    }
-    // The first rows may be earlier than the limits, and include blocks of the birth.
-    EXPECT_EQ(last[16], static_cast<long long>(kPrepurge));
-    EXPECT_EQ(last[17], static_cast<long long>(kMaximum));
-    EXPECT_GE(last[3] - first[3], static_cast<long long>(19 * kMiB));
-    U_FreePtr(block);
-    EXPECT_EQ(U_Death(), 0); // the log continues, and the process can end
-}
-
 // Throws in the first row. In later rows an allocation of the log thread fails.
 unsigned int sMainThread = 0;
 std::atomic<int> sMeasured(0);
@@ -153,156 +160,31 @@ size_t DisturbRow()
     return 0;
 }
 
-long Starts()
+// Runs in a child of fork, which SIGALRM ends if it waits for a thread of its parent.
+int CodeOfFork(const std::function<int()>& run)
 {
-    const Texts lines = Lines();
-    return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
-        return line.find("log start") != std::string::npos;
-    });
-}
-
-void ContinueAfterFailedRows()
-{
-    CapturedAlerts alerts;
-    sMainThread = krobase::threads::GetCurrentThreadID();
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    const krobase::utility::Guid id = {};
-    U_InstallExternalMemoryManager(id, &DisturbRow);
-    for (int waited = 0; waited < 3000 && sMeasured < 6; ++waited)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_GE(sMeasured, 6);
-    U_UnInstallExternalMemoryManager(id);
-    EXPECT_TRUE(Continues());
-    EXPECT_EQ(U_Death(), 0);
-    EXPECT_TRUE(Continues());
-    EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
-    EXPECT_TRUE(Continues());
-    EXPECT_EQ(Starts(), 2);
-    EXPECT_EQ(U_Death(), 0);
-    EXPECT_EQ(alerts.Texts(), Texts()) << "a report could run during the library's death";
-}
-
-void StartAgain()
-{
-    ASSERT_EQ(BirthWith("true", "1000000"), 0);
-    EXPECT_EQ(U_Death(), 0);
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    const Texts lines = WaitForLines(5);
-    ASSERT_GE(lines.size(), 5u);
-    for (const std::size_t start : {0, 2})
-    {
-        EXPECT_THAT(lines[start], testing::HasSubstr("  * log start"));
-        EXPECT_THAT(lines[start + 1], testing::EndsWith(kHeader));
-    }
-    ExpectConsistent(Row(lines[4]), Figures(25));
-    EXPECT_EQ(U_Death(), 0);
-}
-
-// After a birth that fails without memory, the next birth starts the log and appends to the file.
-void StartAfterFailures()
-{
-    Ask("true", "10");
-    const int kFailedAfterTheStart = 2;
-    int failedAfterTheStart = 0;
-    for (long nth = 1; nth <= 80; ++nth)
-    {
-        const pid_t child = fork();
-        if (child == 0)
-        {
-            std::optional<ScFailingNew> failing(nth);
-            const U_Status failure = U_Birth("Memory Log", nullptr);
-            failing.reset();
-            const bool isAfterTheStart = failure && Starts() == 1;
-            const bool starts = !failure || (U_Birth("Memory Log", nullptr) == 0 && Continues() &&
-                                             Starts() == (isAfterTheStart ? 2 : 1));
-            std::remove(Path().c_str());
-            _exit(!starts ? 1 : isAfterTheStart ? kFailedAfterTheStart : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFEXITED(status)) << nth;
-        EXPECT_NE(WEXITSTATUS(status), 1) << nth;
-        failedAfterTheStart += WEXITSTATUS(status) == kFailedAfterTheStart;
-    }
-    EXPECT_GT(failedAfterTheStart, 0);
-}
-
-// Each birth opens the file, or makes a missing file. A birth that cannot open the file fails.
-void OpenTheFileAgain()
-{
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    EXPECT_EQ(U_Death(), 0);
-    std::remove(Path().c_str());
-    mkdir(Path().c_str(), 0700);
-    EXPECT_EQ(BirthWith("true", "10"), EISDIR);
-    rmdir(Path().c_str());
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    EXPECT_TRUE(Continues());
-    EXPECT_EQ(Starts(), 1);
-    EXPECT_EQ(U_Death(), 0);
-}
-
-// SIGALRM ends a child that waits for the log thread of its parent.
-int StatusOfFork(void (*run)())
-{
+    sWritten.lock.lock(); // the log thread must not own the lock in the child
     const pid_t child = fork();
+    sWritten.lock.unlock();
     if (child == 0)
     {
         alarm(20);
-        run();
+        _exit(run());
     }
     int status = 0;
     EXPECT_EQ(waitpid(child, &status, 0), child);
-    return status;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-void StartInAChild()
-{
-    ASSERT_EQ(BirthWith("true", "10"), 0);
-    EXPECT_EQ(U_Death(), 0);
-    EXPECT_EQ(StatusOfFork([] {
-                  const bool starts = U_Birth("Memory Log", nullptr) == 0 && Continues();
-                  std::remove(Path().c_str());
-                  _exit(!starts);
-              }),
-              0);
-    EXPECT_TRUE(WIFEXITED(StatusOfFork([] { std::exit(0); })));
-    EXPECT_TRUE(Continues());
-}
-
-// The time of a line's stamp, in milliseconds of the day.
-long Stamp(const std::string& line)
-{
-    int hour = 0, minute = 0, second = 0, milliseconds = 0;
-    EXPECT_EQ(std::sscanf(line.c_str(), "[%*d:%*x] %*d/%*d/%*d %d:%d:%d.%d", &hour, &minute,
-                          &second, &milliseconds),
-              4);
-    return ((hour * 60 + minute) * 60 + second) * 1000L + milliseconds;
-}
-
-void WaitFor(const char* interval, long expected)
-{
-    ASSERT_EQ(BirthWith("true", interval), 0);
-    const Texts lines = WaitForLines(2);
-    ASSERT_GE(lines.size(), 3u);
-    const long kDay = 24 * 60 * 60 * 1000L;
-    const long waited = (Stamp(lines[2]) - Stamp(lines[1]) + kDay) % kDay;
-    EXPECT_GE(waited, expected - 1); // a stamp is cut to whole milliseconds
-    EXPECT_EQ(U_Death(), 0);
-}
-
-// Runs in a child process, which must succeed.
+// Runs in a process of its own, which must succeed.
 template <class Run> void InAProcess(Run run)
 {
-    if (access("/", W_OK) != 0)
-        GTEST_SKIP() << "the log's folder, the root, is not writable";
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            std::remove(Path().c_str());
+            gOpenPrivateLog = &Open;
             PinSwitches();
             run();
-            std::remove(Path().c_str());
             std::exit(testing::Test::HasFailure());
         },
         testing::ExitedWithCode(0), "");
@@ -311,27 +193,110 @@ template <class Run> void InAProcess(Run run)
 
 TEST(MemoryLog, RowsHaveFiguresThatAgree)
 {
-    InAProcess(&LogRows);
+    InAProcess([] {
+        ASSERT_EQ(BirthWith("true", "10"), 0);
+        U_SetMemUsageLimits(kPrepurge, kMaximum);
+        const std::size_t before = WaitForLines(5).size();
+        void* const block = U_AllocatePtrQuiet(20 * kMiB);
+        // A row that was written during the allocation does not include the block.
+        const Texts lines = WaitForLines(before + 10);
+        ASSERT_GE(lines.size(), before + 10);
+        EXPECT_THAT(lines[0], testing::HasSubstr("  * log start"));
+        EXPECT_THAT(lines[1], testing::EndsWith(kHeader));
+        Figures last(25);
+        for (std::size_t line = 2; line < lines.size(); ++line)
+        {
+            const Figures row = Row(lines[line]);
+            ExpectConsistent(row, last);
+            last = row;
+        }
+        // The first rows may be earlier than the limits, and include blocks of the birth.
+        EXPECT_EQ(last[16], static_cast<long long>(kPrepurge));
+        EXPECT_EQ(last[17], static_cast<long long>(kMaximum));
+        EXPECT_GE(last[3] - Row(lines[2])[3], static_cast<long long>(19 * kMiB));
+        U_FreePtr(block);
+        EXPECT_EQ(U_Death(), 0); // the log continues, and the process can end
+    });
 }
 
 TEST(MemoryLog, TheLogContinuesAfterAFailedRow)
 {
-    InAProcess(&ContinueAfterFailedRows);
+    InAProcess([] {
+        CapturedAlerts alerts;
+        sMainThread = krobase::threads::GetCurrentThreadID();
+        ASSERT_EQ(BirthWith("true", "10"), 0);
+        const krobase::utility::Guid id = {};
+        U_InstallExternalMemoryManager(id, &DisturbRow);
+        WaitForLines(WaitForLines(0).size() + 6);
+        ASSERT_GE(sMeasured, 6);
+        U_UnInstallExternalMemoryManager(id);
+        EXPECT_TRUE(Continues());
+        EXPECT_EQ(U_Death(), 0);
+        EXPECT_TRUE(Continues());
+        EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
+        EXPECT_TRUE(Continues());
+        EXPECT_EQ(Starts(), 2);
+        EXPECT_EQ(U_Death(), 0);
+        EXPECT_EQ(alerts.Texts(), Texts()) << "a report could run during the library's death";
+    });
 }
 
-TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnInterval)
+TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnIntervalOrReturnsTheError)
 {
-    InAProcess(&StartAgain);
+    InAProcess([] {
+        ASSERT_EQ(BirthWith("true", "1000000"), 0);
+        EXPECT_EQ(U_Death(), 0);
+        sWritten.openFailure = EISDIR;
+        EXPECT_EQ(BirthWith("true", "10"), EISDIR);
+        sWritten.openFailure = 0;
+        ASSERT_EQ(BirthWith("true", "10"), 0);
+        const Texts lines = WaitForLines(5);
+        ASSERT_GE(lines.size(), 5u);
+        for (const std::size_t start : {0, 2})
+        {
+            EXPECT_THAT(lines[start], testing::HasSubstr("  * log start"));
+            EXPECT_THAT(lines[start + 1], testing::EndsWith(kHeader));
+        }
+        ExpectConsistent(Row(lines[4]), Figures(25));
+        EXPECT_EQ(U_Death(), 0);
+    });
 }
 
-TEST(MemoryLog, TheLogStartsAfterAFailedBirth)
+// The log may have started before the birth fails.
+TEST(MemoryLog, TheLogStartsAgainAfterABirthThatFailsWithoutMemory)
 {
-    InAProcess(&StartAfterFailures);
-}
-
-TEST(MemoryLog, EachBirthOpensTheFileOrReturnsTheError)
-{
-    InAProcess(&OpenTheFileAgain);
+    enum
+    {
+        kWrong,
+        kFailedBeforeTheStart,
+        kFailedAfterTheStart,
+        kBornDespiteAFailure,
+        kBorn
+    };
+    InAProcess([] {
+        Ask("true", "10");
+        std::set<int> codes;
+        for (long nth = 1; codes.count(kBorn) == 0; ++nth)
+        {
+            codes.insert(CodeOfFork([&] {
+                std::optional<ScFailingNew> failing(nth);
+                const bool isBorn = U_Birth("Memory Log", nullptr) == 0;
+                const bool hasFailed = failing->HasFailed();
+                failing.reset();
+                const long starts = Starts();
+                if (!isBorn && (U_Birth("Memory Log", nullptr) || Starts() != starts + 1))
+                    return kWrong;
+                if (!Continues())
+                    return kWrong;
+                if (isBorn)
+                    return hasFailed ? kBornDespiteAFailure : kBorn;
+                return starts ? kFailedAfterTheStart : kFailedBeforeTheStart;
+            }));
+            ASSERT_EQ(codes.count(kWrong) + codes.count(-1), 0u) << nth;
+        }
+        EXPECT_THAT(codes, testing::IsSupersetOf(
+                               std::vector<int>{kFailedBeforeTheStart, kFailedAfterTheStart}));
+    });
 }
 
 TEST(MemoryLog, AChildOfForkStartsALogOfItsOwn)
@@ -339,13 +304,28 @@ TEST(MemoryLog, AChildOfForkStartsALogOfItsOwn)
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "under the sanitizer a child of several threads cannot start a thread";
 #endif
-    InAProcess(&StartInAChild);
+    InAProcess([] {
+        ASSERT_EQ(BirthWith("true", "10"), 0);
+        EXPECT_EQ(U_Death(), 0);
+        EXPECT_EQ(CodeOfFork([] { return U_Birth("", nullptr) == 0 && Continues() ? 7 : 8; }), 7);
+        EXPECT_EQ(CodeOfFork([]() -> int { std::exit(7); }), 7);
+        EXPECT_TRUE(Continues());
+    });
 }
 
-TEST(MemoryLog, RowsAreOneIntervalApart)
+TEST(MemoryLog, TheFirstRowIsOneIntervalAfterTheBirth)
 {
-    InAProcess([] { WaitFor("300 ms", 300); });
-    InAProcess([] { WaitFor("often", 1000); });
+    for (const auto& [interval, milliseconds] :
+         {std::pair<const char*, int>("300 ms", 300), {"often", 1000}})
+    {
+        InAProcess([text = interval, least = milliseconds] {
+            const auto start = std::chrono::steady_clock::now();
+            ASSERT_EQ(BirthWith("true", text), 0);
+            ASSERT_GE(WaitForLines(3).size(), 3u);
+            EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(least));
+            EXPECT_EQ(U_Death(), 0);
+        });
+    }
 }
 
 TEST(MemoryLog, TheLogIsOffUnlessTheSettingIsTrue)
@@ -356,6 +336,6 @@ TEST(MemoryLog, TheLogIsOffUnlessTheSettingIsTrue)
             EXPECT_EQ(BirthWith(text, "1"), 0);
             EXPECT_EQ(U_Death(), 0);
         }
-        EXPECT_NE(access(Path().c_str(), F_OK), 0) << "a file exists";
+        EXPECT_EQ(WaitForLines(0), Texts());
     });
 }

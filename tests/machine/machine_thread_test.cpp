@@ -22,6 +22,7 @@
 #include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/NoMemory.h"
+#include "tests/support/PurgeHost.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -31,21 +32,11 @@ const unsigned int kAllFields = 0x308031F;
 class FPControl : public BornLibrary
 {
 protected:
-    // Restores the control word of the thread after each test.
-    void SetUp() override
-    {
-        BornLibrary::SetUp();
-        mWord = win32::_controlfp(0, 0);
-    }
-    void TearDown() override
-    {
-        win32::_controlfp(mWord, kAllFields);
-        BornLibrary::TearDown();
-    }
+    ~FPControl() { win32::_controlfp(mWord, kAllFields); }
 
     static unsigned int Word() { return win32::_controlfp(0, 0); }
 
-    unsigned int mWord = 0;
+    const unsigned int mWord = Word(); // restored after each test
 };
 
 typedef FPControl FPControlDeathTest;
@@ -82,22 +73,23 @@ const int kFrame = 4096;
 // Keeps a frame on the stack itself: a sanitizer may move its contents.
 #define REAL_FRAME __attribute__((noinline, no_sanitize_address))
 
-// Returns the depth measured `frames` calls further in.
-REAL_FRAME size_t DepthBelow(int frames)
+// Returns the result of the function, called `frames` calls further in.
+REAL_FRAME size_t Below(int frames, size_t (*function)())
 {
     volatile char frame[kFrame];
     frame[0] = 0;
-    const size_t depth = frames ? DepthBelow(frames - 1) : U_GetCurrentCallStackSize();
-    return depth + static_cast<size_t>(frame[0]); // no tail call
+    const size_t result = frames ? Below(frames - 1, function) : function();
+    return result + static_cast<size_t>(frame[0]); // no tail call
 }
 
-REAL_FRAME int MarkBelow(int frames)
+size_t DepthBelow(int frames)
 {
-    volatile char frame[kFrame];
-    frame[0] = 0;
-    if (!frames)
-        U_InitializeCallStackMonitoring();
-    return (frames ? MarkBelow(frames - 1) : 0) + frame[0];
+    return Below(frames, &U_GetCurrentCallStackSize);
+}
+
+void MarkBelow(int frames)
+{
+    Below(frames, [] { return U_InitializeCallStackMonitoring(), size_t(0); });
 }
 
 const U_u64 kLargest = 0x7FFFFFFF;
@@ -238,22 +230,9 @@ TEST_F(Reservation, ASecondReleaseIsLoggedAndDoesNotThrow)
     second = first;
     first.Release();
     EXPECT_NO_THROW(second.Release());
+    second.Release(); // has nothing left to release
     platform::SetLogSink(platform::LogSink());
     EXPECT_EQ(lines, std::vector<std::string>{"VirtualFree: VirtualFree error 487"});
-}
-
-TEST_F(Reservation, AReservedRangeStaysUntilItsRelease)
-{
-    SKIP_UNDER_SANITIZERS();
-    const U_u64 size = 1 << 30;
-    const ScAddressSpaceLimit limit(size + size / 2);
-    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
-    U_ScReserveContiguousAddressSpace held(size);
-    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 4);
-    held.Release();
-    held.Release();
-    EXPECT_EQ(mLog.Texts("VirtualFree"), std::vector<std::string>());
-    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
 }
 
 TEST_F(Reservation, AnImpossibleRangeFailsWithFourAndNoReport)
@@ -269,39 +248,32 @@ TEST_F(Reservation, AnImpossibleRangeFailsWithFourAndNoReport)
 
 TEST_F(Reservation, TheBudgetIgnoresAReservationAndHoldsAfterIt)
 {
-    int purges = 0;
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) { return ++*static_cast<int*>(refcon), 0; }, &purges);
+    const ScPurgeHost host;
     SetLimitsAboveUse(0, 1 << 20);
     EXPECT_EQ(U_ReserveContiguousAddressSpace(100 << 20), 0);
-    EXPECT_EQ(purges, 0);
+    EXPECT_EQ(host.mRequests.size(), 0u);
     EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest + 1), 4);
-    EXPECT_EQ(U_AllocateHandleQuiet(2 << 20), nullptr);
-    EXPECT_GT(purges, 0);
+    EXPECT_FALSE(CanAllocate(2 << 20));
+    EXPECT_GT(host.mRequests.size(), 0u);
 }
 
-TEST_F(Reservation, AFailurePurgesTheHostAndTriesAgain)
+TEST_F(Reservation, WithoutARangeTheHostIsPurgedAndTheReservationTriedAgain)
 {
     SKIP_UNDER_SANITIZERS();
-    struct Host
-    {
-        std::optional<ScAddressSpaceLimit> limit;
-        int purges = 0;
-        bool gives = false;
-    } host;
-    host.limit.emplace(1 << 20);
-    U_SetPurgeRequestCallback(
-        [](void* refcon, U_u64, U_u64, bool*) {
-            Host* const asked = static_cast<Host*>(refcon);
-            ++asked->purges;
-            if (asked->gives)
-                asked->limit.reset();
-            return 0;
-        },
-        &host);
-    EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest), 4);
-    EXPECT_GT(host.purges, 0);
-    host.gives = true;
-    EXPECT_EQ(U_ReserveContiguousAddressSpace(kLargest), 0);
+    const U_u64 size = 1 << 30;
+    const ScAddressSpaceLimit limit(size + size / 2);
+    std::optional<U_ScReserveContiguousAddressSpace> held(size);
+    bool gives = false;
+    const ScPurgeHost host([&](bool*) {
+        if (gives)
+            held.reset();
+    });
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 4);
+    EXPECT_GT(host.mRequests.size(), 0u);
+    gives = true;
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
+    EXPECT_FALSE(held);
+    EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0) << "the range is released";
+    EXPECT_EQ(mLog.Texts("VirtualFree"), std::vector<std::string>());
     EXPECT_TRUE(mAlerts.Texts().empty());
 }

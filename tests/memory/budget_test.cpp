@@ -18,44 +18,33 @@
 
 namespace
 {
-struct Pair
+typedef std::pair<U_u64, U_u64> Pair; // the prepurge and the maximum limit
+
+typedef BornLibrary Budget;
+
+template <class Get> Pair Read(Get get)
 {
-    U_u64 prepurge;
-    U_u64 maximum;
-};
+    Pair limits;
+    EXPECT_EQ(get(&limits.first, &limits.second), 0);
+    return limits;
+}
 
-class Budget : public BornLibrary
+Pair Limits()
 {
-protected:
-    static Pair Limits()
-    {
-        Pair limits = {};
-        EXPECT_EQ(U_GetMemUsageLimits(&limits.prepurge, &limits.maximum), 0);
-        return limits;
-    }
+    return Read(&U_GetMemUsageLimits);
+}
 
-    static U_u64 Stat(U_u32 which)
-    {
-        U_u64 value = 1234567;
-        EXPECT_EQ(U_GetMemoryStat(which, &value), 0);
-        return value;
-    }
+U_u64 Prepurge()
+{
+    return Limits().first;
+}
 
-    // Allocates and frees a block. Returns whether the block was allocated.
-    static bool CanAllocate(U_u64 size)
-    {
-        void* block = U_AllocatePtrQuiet(size);
-        U_FreePtr(block);
-        return block != nullptr;
-    }
-
-    static bool MallocSucceeds(U_u64 size)
-    {
-        void* volatile block = std::malloc(size); // volatile, so that the compiler keeps the pair
-        std::free(block);
-        return block != nullptr;
-    }
-};
+bool MallocSucceeds(U_u64 size)
+{
+    void* volatile block = std::malloc(size); // volatile, so that the compiler keeps the pair
+    std::free(block);
+    return block != nullptr;
+}
 } // namespace
 
 TEST_F(Budget, LimitsAreNormalised)
@@ -69,36 +58,30 @@ TEST_F(Budget, LimitsAreNormalised)
     };
     for (const auto& [set, expected] : rows)
     {
-        SCOPED_TRACE(testing::Message() << set.prepurge << " " << set.maximum);
-        EXPECT_EQ(U_SetMemUsageLimits(set.prepurge, set.maximum), 0);
-        EXPECT_EQ(U_SetMemUsageLimitsOverride(set.prepurge, set.maximum), 0);
-        for (const auto read : {&MEM_GetMemUsageLimits, &MEM_GetMemUsageLimitsOverride})
-        {
-            Pair stored = {};
-            read(&stored.prepurge, &stored.maximum);
-            EXPECT_EQ(stored.prepurge, expected.prepurge);
-            EXPECT_EQ(stored.maximum, expected.maximum);
-        }
+        EXPECT_EQ(U_SetMemUsageLimits(set.first, set.second), 0);
+        EXPECT_EQ(U_SetMemUsageLimitsOverride(set.first, set.second), 0);
+        EXPECT_EQ(Read(&MEM_GetMemUsageLimits), expected);
+        EXPECT_EQ(Read(&MEM_GetMemUsageLimitsOverride), expected);
     }
 }
 
 TEST_F(Budget, OverridesApplyWhereTheyAreLower)
 {
     const Pair base = {200, 400};
-    const Pair machine = {7 * 8192 / 10, 8192};
     const std::tuple<Pair, Pair, Pair> rows[] = {
-        {base, {0, 0}, {200, 400}},     {base, {100, 300}, {100, 300}},
-        {base, {100, 0}, {100, 400}},   {base, {0, 300}, {200, 300}},
-        {base, {201, 401}, {200, 400}}, {base, {300, 300}, {200, 300}},
-        {{0, 0}, {100, 300}, machine}, // no base limits
+        // the limits, the overrides and the result, all in MiB
+        {base, {0, 0}, {200, 400}},
+        {base, {100, 300}, {100, 300}},
+        {base, {100, 0}, {100, 400}},
+        {base, {0, 300}, {200, 300}},
+        {base, {201, 401}, {200, 400}},
+        {{0, 0}, {100, 300}, {7 * 8192 / 10, 8192}}, // the machine's
     };
     for (const auto& [set, lower, effective] : rows)
     {
-        SCOPED_TRACE(testing::Message() << lower.prepurge << " " << lower.maximum);
-        MEM_SetMemUsageLimits(set.prepurge * kMiB, set.maximum * kMiB);
-        MEM_SetMemUsageLimitsOverride(lower.prepurge * kMiB, lower.maximum * kMiB);
-        EXPECT_EQ(Limits().prepurge / kMiB, effective.prepurge);
-        EXPECT_EQ(Limits().maximum, effective.maximum * kMiB);
+        MEM_SetMemUsageLimits(set.first * kMiB, set.second * kMiB);
+        MEM_SetMemUsageLimitsOverride(lower.first * kMiB, lower.second * kMiB);
+        EXPECT_EQ(Pair(Limits().first / kMiB, Limits().second / kMiB), effective);
     }
     EXPECT_EQ(U_GetMemUsageLimits(nullptr, nullptr), 3);
 }
@@ -126,13 +109,13 @@ TEST_F(Budget, ARefusedBlockIsLogged)
 {
     SetLimitsAboveUse(0, 100);
     const U_u64 used = InUse();
-    const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Limits().prepurge));
+    const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Prepurge()));
     mLog.Clear();
     EXPECT_EQ(U_AllocatePtr(1, "Refused", 5000), nullptr);
     EXPECT_EQ(mLog.Texts(), (std::vector<std::string>{
                                 "MEM: Amount Requested above tracked usage thresh. used:\t" +
                                     std::to_string(used) + "\trequest:\t" + std::to_string(wanted) +
-                                    "\tthresh:" + std::to_string(Limits().prepurge),
+                                    "\tthresh:" + std::to_string(Prepurge()),
                                 "Up_AllocateShared: Up_OkayToAllocBlock did not say ok, size=5000",
                                 "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Refused"}));
 }
@@ -186,44 +169,44 @@ TEST_F(Budget, LowMemoryLowersThePrepurgeLimit)
         U_SetPayAttentionToLowMemory(pays);
         platform::SetPhysicalMemory(kPhysicalMemory, available);
         U_SetMemUsageLimits(asked, asked + 500 * kMiB);
-        EXPECT_EQ(Limits().prepurge, prepurge);
-        U_SetMemUsageLimitsOverride(asked, asked + 500 * kMiB);
-        Pair stored = {};
-        MEM_GetMemUsageLimitsOverride(&stored.prepurge, &stored.maximum);
-        EXPECT_EQ(stored.prepurge, prepurge);
-        MEM_SetMemUsageLimitsOverride(0, 0);
-
+        EXPECT_EQ(Prepurge(), prepurge);
         MEM_SetMemUsageLimits(asked, asked + 500 * kMiB);
         EXPECT_EQ(Stat(U_MemStat_InUse), used);
-        EXPECT_EQ(Limits().prepurge, asked) << "statistic 0 changes no limit";
+        EXPECT_EQ(Prepurge(), asked) << "statistic 0 changes no limit";
         EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
-        EXPECT_EQ(Limits().prepurge, prepurge);
+        EXPECT_EQ(Prepurge(), prepurge);
         platform::SetPhysicalMemory(kPhysicalMemory, kAvailableMemory);
-        EXPECT_EQ(Limits().prepurge, prepurge) << "the limit is still lowered";
+        EXPECT_EQ(Prepurge(), prepurge) << "the limit is still lowered";
     }
 
     // Limits that were never set are not lowered, and refuse no block.
     platform::SetPhysicalMemory(kPhysicalMemory, 1);
     U_SetMemUsageLimits(0, 0);
     EXPECT_EQ(Stat(U_MemStat_InUseLowMemory), used);
-    EXPECT_EQ(Limits().maximum, kPhysicalMemory);
+    EXPECT_EQ(Limits().second, kPhysicalMemory);
     EXPECT_TRUE(CanAllocate(100000));
 }
 
-TEST_F(Budget, TheFudgeBufferIsASettingReadAtBirth)
+TEST_F(Budget, BirthReadsTheSettings)
 {
-    typedef std::pair<const char*, U_u64> Row; // the setting, and the room in MiB
-    for (const auto& [setting, room] : {Row{"104857600", 300}, Row{"0", 1000}})
+    // The fudge buffer, the room in MiB that it leaves, and the line of the log.
+    const std::tuple<const char*, U_u64, const char*> rows[] = {
+        {"104857600", 300, "fudgebuffer=104857600, goDirect=0"},
+        {"0", 1000, "fudgebuffer=0, goDirect=0"},
+    };
+    platform::SetDebugSetting("MemoryAccountDirect2", "TRUE");
+    for (const auto& [setting, room, line] : rows)
     {
-        SCOPED_TRACE(setting);
         ASSERT_EQ(U_Death(), 0);
         platform::SetDebugSetting("MemoryFudgeBuffer2", setting);
+        mLog.Clear();
         ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+        EXPECT_EQ(mLog.Texts("Up_InitializeMemorySubsystem"), std::vector<std::string>{line});
         U_SetPayAttentionToLowMemory(true);
         platform::SetPhysicalMemory(kPhysicalMemory, 400 * kMiB);
         const U_u64 used = InUse();
         U_SetMemUsageLimits(used + 1000 * kMiB, used + 2000 * kMiB);
-        EXPECT_EQ(Limits().prepurge, used + room * kMiB);
+        EXPECT_EQ(Prepurge(), used + room * kMiB);
     }
 }
 

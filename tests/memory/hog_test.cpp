@@ -1,7 +1,8 @@
-// Hogs: their handles, and refusals.
+// Hogs: their handles, refusals, the report of leaks, and the hogs of the next life.
 
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -11,6 +12,9 @@
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
+#include "U_Lifecycle.h"
+#include "tests/support/ExpectedLeaks.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/Hogs.h"
 #include "tests/support/PurgeHost.h"
 
@@ -20,24 +24,48 @@ typedef std::vector<std::string> Texts;
 
 const char kBadHog[] = "Test Host error: bad tracked memory ID\t";
 
-U_Status FailToLock(void** handle)
+void FailLargeBlocks()
 {
-    void* data = &data;
-    const U_Status refused = U_LockHogHandle(handle, &data);
-    EXPECT_EQ(data, nullptr);
-    return refused;
+    platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
 }
 
-U_Status FailToGetSize(void** handle)
+class HogLeaks : public Hogs
 {
-    U_u64 size = 99;
-    const U_Status refused = U_GetHogHandleSize(handle, &size);
-    EXPECT_EQ(size, 0u);
-    return refused;
-}
+protected:
+    void TearDown() override
+    {
+        U_SetHogReportingOn(false);
+        Hogs::TearDown();
+    }
+
+    // Dies and lives again. Returns the lines about leaks.
+    Texts LeakLines()
+    {
+        mAlerts.Clear();
+        mLog.Clear();
+        U_Death();
+        U_Birth("Test Host", nullptr);
+        return mLog.Texts("Up_TerminateHogs");
+    }
+
+    // The same with one handle left of each hog.
+    Texts LeakLinesOf(const Texts& names)
+    {
+        std::vector<void**> left;
+        for (const std::string& name : names)
+        {
+            EXPECT_EQ(U_RegisterHog(name.c_str(), &mId), 0);
+            left.push_back(New(10 + left.size()));
+        }
+        const Texts lines = LeakLines();
+        for (void** handle : left)
+            MEM_DisposeHandle(nullptr, handle);
+        return lines;
+    }
+};
 } // namespace
 
-TEST_F(Hogs, SizesLeaveTheHeaderOut)
+TEST_F(Hogs, SizesLeaveTheHeaderOutAndLockedHandlesAreNotResized)
 {
     void** handle = New(100);
     U_u64 size = 0;
@@ -45,59 +73,39 @@ TEST_F(Hogs, SizesLeaveTheHeaderOut)
     void* data = nullptr;
     EXPECT_EQ(U_GetHogHandleSize(handle, &size), 0);
     EXPECT_EQ(U_GetHandleSize(handle, &blockSize), 0);
-    ASSERT_EQ(U_LockHogHandle(handle, &data), 0);
     EXPECT_EQ(size, 100u);
     EXPECT_EQ(blockSize, 116u);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % 16, 0u);
-    std::memset(data, 0xEE, 100);
-    EXPECT_EQ(Count(), (Stats{1, 100}));
-    EXPECT_EQ(U_FreeHogHandle(handle), 0) << "a locked handle can be freed";
-    EXPECT_EQ(Count(), (Stats{0, 0}));
-}
-
-TEST_F(Hogs, LockedHandlesAreNotResized)
-{
-    void** handle = New(100);
-    void* data = nullptr;
     EXPECT_EQ(U_UnlockHogHandle(handle), 0) << "an unmatched unlock does nothing";
     EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
     EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % 16, 0u);
+    std::memset(data, 0xEE, 100);
     EXPECT_EQ(U_UnlockHogHandle(handle), 0);
     EXPECT_EQ(U_ResizeHogHandle(kLocation, "resize", 10, handle), 1);
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               Texts{"Test Host error: Cannot resize a locked handle.\t( 23 :: 37 )"});
+    EXPECT_EQ(Count(), (Stats{1, 100}));
     EXPECT_EQ(U_UnlockHogHandle(handle), 0);
     EXPECT_EQ(U_ResizeHogHandle(kLocation, "resize", 10, handle), 0);
-    U_FreeHogHandle(handle);
-}
-
-TEST_F(Hogs, RegistrationsGrowTheTableAndKeepItsCounts)
-{
-    void** handle = New(7);
-    for (U_u32 index = 1; index < 32; ++index)
-    {
-        ASSERT_EQ(U_RegisterHog("test", &mId), 0) << "a name may be registered again";
-        EXPECT_EQ(mId, index ^ kFirstId);
-        EXPECT_EQ(Count(), (Stats{0, 0}));
-    }
-    mId = kFirstId;
-    EXPECT_EQ(Count(), (Stats{1, 7}));
-    U_FreeHogHandle(handle);
+    EXPECT_EQ(Count(), (Stats{1, 10}));
+    EXPECT_EQ(U_LockHogHandle(handle, &data), 0);
+    EXPECT_EQ(U_FreeHogHandle(handle), 0) << "a locked handle can be freed";
+    EXPECT_EQ(Count(), (Stats{0, 0}));
 }
 
 TEST_F(Hogs, BadIdentifiersAreReportedWithTheLocation)
 {
     void** out = U_AllocateHandleQuiet(1);
     void** const untouched = out;
-    Stats stats;
+    Stats stats(99, 99);
     EXPECT_EQ(U_NewHogHandle(0, kLocation, "new", 10, 0, &out), 2);
     EXPECT_EQ(U_NewHogHandle(1 ^ kFirstId, kLocation, "new", 10, 0, &out), 2);
-    EXPECT_EQ(U_GetHogStats(1, &stats.mHandles, &stats.mBytes), 2);
+    EXPECT_EQ(U_GetHogStats(1, &stats.first, &stats.second), 2);
     const std::string bad = kBadHog;
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
               (Texts{bad + "( 18 :: 52 )", bad + "( 18 :: 52 )", bad + "( 23 :: 39 )"}));
     EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(stats, Stats()) << "nothing is stored";
+    EXPECT_EQ(stats, Stats(99, 99)) << "nothing is stored";
     U_FreeHandle(untouched);
 }
 
@@ -118,9 +126,19 @@ TEST_F(Hogs, HandlesWithoutAHogAreRefusedAndUnchanged)
 
     const std::tuple<const char*, U_Status (*)(void**)> kCalls[] = {
         {"( 23 :: 33 )", &U_FreeHogHandle},
-        {"( 23 :: 34 )", &FailToLock},
+        {"( 23 :: 34 )",
+         [](void** handle) {
+             void* data = &data;
+             const U_Status refused = U_LockHogHandle(handle, &data);
+             return data ? 0 : refused;
+         }},
         {"( 23 :: 35 )", &U_UnlockHogHandle},
-        {"( 23 :: 36 )", &FailToGetSize},
+        {"( 23 :: 36 )",
+         [](void** handle) {
+             U_u64 size = 99;
+             const U_Status refused = U_GetHogHandleSize(handle, &size);
+             return size ? 0 : refused;
+         }},
         {"( 23 :: 37 )", [](void** handle) { return U_ResizeHogHandle(0, "to", 10, handle); }},
     };
     void** const kHandles[] = {nullptr,  &none, &local,
@@ -190,26 +208,33 @@ TEST_F(Hogs, ImpossibleSizesChangeNothing)
     U_FreeHogHandle(handle);
 }
 
-TEST_F(Hogs, AFailedRegistrationIsReportedAndTakesNoIndex)
+TEST_F(Hogs, RegistrationsGrowTheTableAndAFailedOneIsReportedAndTakesNoIndex)
 {
     // The text of the report, and the size of the largest block that the heap gives.
     const std::pair<const char*, unsigned long long> kRows[] = {
         {"tracked memory name", 0}, {"tracked memory global table", 100}};
-    for (U_u32 index = 1; index < 10; ++index)
-        U_RegisterHog("fills the table", &mId);
-    for (const auto& [what, largest] : kRows)
+    void** handle = New(7);
+    for (U_u32 index = 1; index < 32; ++index)
     {
-        mAlerts.Clear();
-        platform::SetHeapFailure([most = largest](unsigned long long size) { return size > most; });
-        EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
-        platform::SetHeapFailure({});
-        EXPECT_THAT(mAlerts.Texts(),
-                    testing::ElementsAre(testing::AllOf(testing::HasSubstr(what),
-                                                        testing::HasSubstr("( 23 :: 32 )"))));
-        EXPECT_EQ(mId, 9 ^ kFirstId);
+        for (const auto& [what, largest] : kRows)
+        {
+            if (index != 10)
+                continue;
+            mAlerts.Clear();
+            platform::SetHeapFailure([most = largest](U_u64 size) { return size > most; });
+            EXPECT_EQ(U_RegisterHog("one more", &mId), 4);
+            platform::SetHeapFailure({});
+            EXPECT_THAT(mAlerts.Texts(),
+                        testing::ElementsAre(testing::AllOf(testing::HasSubstr(what),
+                                                            testing::HasSubstr("( 23 :: 32 )"))));
+        }
+        ASSERT_EQ(U_RegisterHog("test", &mId), 0) << "a name may be registered again";
+        EXPECT_EQ(mId, index ^ kFirstId);
+        EXPECT_EQ(Count(), (Stats{0, 0}));
     }
-    EXPECT_EQ(U_RegisterHog("one more", &mId), 0);
-    EXPECT_EQ(mId, 10 ^ kFirstId);
+    mId = kFirstId;
+    EXPECT_EQ(Count(), (Stats{1, 7}));
+    U_FreeHogHandle(handle);
 }
 
 // The growth of the table calls the purge callback with the table locked.
@@ -224,7 +249,7 @@ TEST_F(Hogs, APurgeCallbackMayUseHogsWhileTheTableGrows)
         EXPECT_EQ(U_FreeHogHandle(handle), 0);
         platform::SetHeapFailure({});
     });
-    platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+    FailLargeBlocks();
     EXPECT_EQ(U_RegisterHog("eleventh", &mId), 0);
     EXPECT_EQ(mId, 10 ^ kFirstId);
     mId = kFirstId;
@@ -243,7 +268,7 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
     });
     const auto onNextPurge = [&](const std::function<void()>& body) {
         change = body;
-        platform::SetHeapFailure([](unsigned long long size) { return size > 100; });
+        FailLargeBlocks();
     };
     const auto shrink = [&] { EXPECT_EQ(U_ResizeHogHandle(0, nullptr, 5, handle), 0); };
     onNextPurge(shrink);
@@ -317,4 +342,64 @@ TEST_F(Hogs, HandlesOfAnotherHeapAreReportedAndFreed)
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, handle), 0u);
     U_FreeHandle(own);
     MEM_DumpLeaks(otherHeap);
+}
+
+TEST_F(HogLeaks, DeathNamesThoseWithHandlesLeft)
+{
+    EXPECT_EQ(LeakLinesOf({"silent"}), Texts()) << "reporting is off";
+    U_SetHogReportingOn(true);
+    const Texts names = {"images", "the TIFFIO writer", "sounds", "WAV", "OMF", "old PNGIO", "wav"};
+    const std::string expected = "Tracked Memory leaks detected\rimages: 10 bytes leaked\r"
+                                 "sounds: 12 bytes leaked\rwav: 16 bytes leaked\r";
+    EXPECT_EQ(LeakLinesOf(names), Texts{expected});
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: " + expected + "\n\n( 23 :: 38 )"});
+    const Texts lines =
+        LeakLinesOf({std::string(900, 'n'), std::string(100, 'm'), "never reported"});
+    EXPECT_EQ(lines.back().size(), 1023u);
+}
+
+// A copy of a hog handle is freed as a handle of the same hog, so the count may become negative.
+TEST_F(HogLeaks, BytesOfANegativeCountAreNegative)
+{
+    void** handle = New(10);
+    for (int count = 0; count < 2; ++count)
+    {
+        void** copy = nullptr;
+        ASSERT_EQ(U_DuplicateHandle(handle, "copy", &copy), 0);
+        EXPECT_EQ(U_FreeHogHandle(copy), 0);
+    }
+    U_FreeHandle(handle);
+    EXPECT_EQ(Count(), (Stats{0xFFFFFFFF, 0xFFFFFFFF - 9})) << "modulo 2^32, each alone";
+    U_SetHogReportingOn(true);
+    EXPECT_EQ(LeakLines(), Texts{"Tracked Memory leaks detected\rtest: -10 bytes leaked\r"});
+}
+
+TEST_F(HogLeaks, ABirthAfterAFailedBirthHasNoHogs)
+{
+    U_Death();
+    const U_u64 used = MEM_GetMemUsage();
+    const ScExpectedLeaks expected; // of the steps before the one that fails
+    U_Status failure = 0;
+    for (long nth = 1; nth < 100 && !failure; ++nth)
+    {
+        std::optional<ScFailingNew> failing; // from the step of hogs on
+        platform::SetLogSink([&](int, const char*, const char*, const char* text) {
+            if (text == std::string("U Hog Birth"))
+                failing.emplace(nth);
+        });
+        failure = U_Birth("Test Host", nullptr);
+        failing.reset();
+        if (!failure)
+            U_Death();
+    }
+    const CapturedLog log;
+    ASSERT_NE(failure, 0);
+    ASSERT_EQ(U_RegisterHog("of a life that didn't begin", &mId), 0);
+    U_FreeHandle(New(10));
+    MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
+
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+    ASSERT_EQ(U_RegisterHog("next", &mId), 0);
+    EXPECT_EQ(mId, kFirstId);
+    EXPECT_EQ(Count(), (Stats{0, 0}));
 }

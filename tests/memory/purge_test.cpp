@@ -5,7 +5,10 @@
 #include <deque>
 #include <mutex>
 #include <tuple>
+#include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
@@ -18,8 +21,7 @@
 
 namespace
 {
-const char kStalled[] = "DONE. Purge not freeing anything (but maybe recycled memory), recycled=";
-const char kPoolStalled[] = "DONE. Purge recycled not freeing anything";
+typedef std::vector<std::string> Lines;
 
 class Purge : public BornLibrary
 {
@@ -32,10 +34,11 @@ protected:
         BornLibrary::TearDown();
     }
 
-    void Hold(int count, U_u64 size)
+    // Has so many blocks of 1 MiB.
+    void Hold(std::size_t count)
     {
-        for (int i = 0; i < count; ++i)
-            mHeld.push_back(U_AllocatePtrQuiet(size));
+        while (mHeld.size() < count)
+            mHeld.push_back(U_AllocatePtrQuiet(kMiB));
     }
 
     bool FreeOldest()
@@ -47,17 +50,25 @@ protected:
         return true;
     }
 
-    static U_u64 Prepurge()
+    // Puts one block into the empty pool. Returns the bytes of the pool.
+    static U_u64 Pool(U_u64 size)
     {
-        U_u64 prepurge = 0;
-        U_u64 maximum = 0;
-        U_GetMemUsageLimits(&prepurge, &maximum);
-        return prepurge;
+        U_PurgeRecycledMemory(~U_u64(0));
+        U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, size));
+        return U_GetRecycledMemorySize();
     }
 
-    std::vector<std::string> Done() const
+    // Sets the prepurge limit `excess` bytes below the use with the pool.
+    void SetPrepurgeBelowUse(U_u64 excess)
     {
-        std::vector<std::string> done;
+        MEM_SetMemUsageLimits(InUse() - excess, InUse() + 100 * kMiB);
+        mLog.Clear();
+    }
+
+    // The lines that end a run.
+    Lines Done() const
+    {
+        Lines done;
         for (const std::string& text : mLog.Texts("MAKE_ROOM_FOR_BLOCK"))
         {
             if (text.compare(0, 5, "DONE.") == 0)
@@ -66,20 +77,25 @@ protected:
         return done;
     }
 
+    static std::string UnderThreshold(U_u64 use, U_u64 prepurge, U_u64 request)
+    {
+        return "DONE. Under threshold with inUse=" + std::to_string(use) +
+               ", prepurgelimit=" + std::to_string(prepurge) +
+               ", request=" + std::to_string(request) + ", recycled=0";
+    }
+
     std::deque<void*> mHeld;
 };
 } // namespace
 
 TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
 {
-    Hold(100, kMiB);
+    Hold(100);
     const ScPurgeHost host([this](bool*) { FreeOldest(); });
     const auto& requests = host.mRequests;
-    SetLimitsAboveUse(0, 100 * kMiB);
+    SetPrepurgeBelowUse(0);
     const U_u64 used = InUse();
-    mLog.Clear();
-    void* block = U_AllocatePtrQuiet(5000);
-    ASSERT_TRUE(block);
+    EXPECT_TRUE(CanAllocate(5000));
     ASSERT_GT(requests.size(), 1u);
     for (std::size_t i = 1; i < requests.size(); ++i)
     {
@@ -87,63 +103,65 @@ TEST_F(Purge, AHostThatFreesAPartIsAskedForTheRest)
         EXPECT_EQ(requests[i].amount, requests[i - 1].amount - kMiB);
     }
     EXPECT_LE(requests.back().amount, kMiB);
-    EXPECT_EQ(Done(), std::vector<std::string>{"DONE. Under threshold with inUse=" +
-                                               std::to_string(used - requests.size() * kMiB) +
-                                               ", prepurgelimit=" + std::to_string(used) +
-                                               ", request=" + std::to_string(requests[0].block) +
-                                               ", recycled=0"});
-    U_FreePtr(block);
+    EXPECT_EQ(Done(),
+              Lines{UnderThreshold(used - requests.size() * kMiB, used, requests[0].block)});
 }
 
 TEST_F(Purge, AStallShrinksThePoolIfTheHostSetsTheFlag)
 {
-    // The host's flag, the bytes in the pool for a request of about 2.8 MiB, whether the pool
-    // shrinks, and the start of the log line.
-    const std::tuple<bool, U_u64, bool, std::string> rows[] = {
-        {false, 4 * kMiB, false, std::string(kStalled) + "0"},
-        {true, 0, false, kPoolStalled},
-        {true, 4 * kMiB, true, "DONE. Under threshold"},
-    };
-    for (const auto& [flagged, pooled, shrinks, line] : rows)
+    for (const bool flagged : {false, true})
     {
-        SCOPED_TRACE(line);
-        U_PurgeRecycledMemory(~0ull);
-        if (pooled)
-            U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, pooled));
-        const U_u64 pool = U_GetRecycledMemorySize();
-        const ScPurgeHost host([answer = flagged](bool* flag) {
+        SCOPED_TRACE(flagged);
+        const U_u64 pool = Pool(4 * kMiB); // more than a request of about 2.8 MiB
+        const ScPurgeHost host([flagged](bool* flag) {
             EXPECT_FALSE(*flag);
-            *flag = answer;
+            *flag = flagged;
         });
-        SetLimitsAboveUse(0, 100 * kMiB);
-        mLog.Clear();
-        U_FreePtr(U_AllocatePtrQuiet(5000));
+        SetPrepurgeBelowUse(0);
+        EXPECT_TRUE(CanAllocate(5000));
         ASSERT_EQ(host.mRequests.size(), 1u);
-        EXPECT_EQ(U_GetRecycledMemorySize(), shrinks ? pool - host.mRequests[0].amount : pool);
-        ASSERT_EQ(Done().size(), 1u);
-        EXPECT_EQ(Done()[0].substr(0, line.size()), line);
+        EXPECT_EQ(U_GetRecycledMemorySize(), flagged ? pool - host.mRequests[0].amount : pool);
+        const char* const line =
+            flagged ? "DONE. Under threshold"
+                    : "DONE. Purge not freeing anything (but maybe recycled memory), recycled=0";
+        EXPECT_THAT(Done(), testing::ElementsAre(testing::StartsWith(line)));
     }
+}
+
+TEST_F(Purge, TheFlagOfTheHostLastsForTheRun)
+{
+    Hold(1);
+    Pool(kMiB);
+    std::vector<bool> flags; // at the start of each call
+    const ScPurgeHost host([&](bool* flag) {
+        flags.push_back(*flag);
+        *flag = true;
+        FreeOldest();
+    });
+    // The host frees 1 MiB of about 2.8 MiB. Then use stalls, and the pool has only 1 MiB.
+    SetPrepurgeBelowUse(0);
+    EXPECT_TRUE(CanAllocate(5000));
+    EXPECT_EQ(flags, (std::vector<bool>{false, true}));
+    EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
+    EXPECT_EQ(Done(), Lines{"DONE. Purge recycled not freeing anything"});
 }
 
 TEST_F(Purge, AnErrorOfTheHostEndsTheRunAndWithoutAHostNoneStarts)
 {
-    U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kMiB));
-    const U_u64 pool = U_GetRecycledMemorySize();
-    Hold(10, kMiB);
-    SetLimitsAboveUse(0, 100 * kMiB);
-    mLog.Clear();
-    U_FreePtr(U_AllocatePtrQuiet(5000));
-    EXPECT_TRUE(mLog.Texts("MAKE_ROOM_FOR_BLOCK").empty());
-    {
-        ScPurgeHost host([this](bool*) { FreeOldest(); });
-        host.mResult = 7;
-        U_FreePtr(U_AllocatePtrQuiet(5000));
-        EXPECT_EQ(host.mRequests.size(), 1u);
-    }
-    EXPECT_TRUE(Done().empty());
+    const U_u64 pool = Pool(kMiB);
+    Hold(10);
+    SetPrepurgeBelowUse(0);
+    EXPECT_TRUE(CanAllocate(5000));
+    EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK"), Lines());
+    ScPurgeHost host([this](bool*) { FreeOldest(); });
+    host.mResult = 7;
+    EXPECT_TRUE(CanAllocate(5000));
+    EXPECT_EQ(host.mRequests.size(), 1u);
+    EXPECT_EQ(Done(), Lines());
     EXPECT_EQ(U_GetRecycledMemorySize(), pool);
 }
 
+// The check leaves the pool out of the use, and its runs keep the pool despite the host's flag.
 TEST_F(Purge, TheCheckReturnsWhetherTheLimitWasHitAndStillIs)
 {
     // Use is 10 MiB below the limit, and the host has 20 MiB. The rows: the bytes needed, whether
@@ -155,16 +173,18 @@ TEST_F(Purge, TheCheckReturnsWhetherTheLimitWasHitAndStillIs)
         {40 * kMiB, true, true, 23},     // the first run ends when the host has nothing left
         {~U_u64(0), false, true, 3},     // no sum wraps
     };
+    const U_u64 pool = Pool(kMiB);
     for (const auto& [needed, hostFrees, isOver, requests] : rows)
     {
         SCOPED_TRACE(testing::Message() << needed << " " << hostFrees);
-        Hold(20 - static_cast<int>(mHeld.size()), kMiB);
-        const ScPurgeHost host([this, frees = hostFrees](bool*) {
+        Hold(20);
+        const ScPurgeHost host([this, frees = hostFrees](bool* flag) {
+            *flag = true;
             if (frees)
                 FreeOldest();
         });
-        SetLimitsAboveUse(10 * kMiB, 100 * kMiB);
-        const U_u64 used = InUse();
+        const U_u64 used = InUse() - pool;
+        MEM_SetMemUsageLimits(used + 10 * kMiB, used + 100 * kMiB);
         mLog.Clear();
         bool over = !isOver;
         bool hit = false;
@@ -172,11 +192,12 @@ TEST_F(Purge, TheCheckReturnsWhetherTheLimitWasHitAndStillIs)
         EXPECT_EQ(over, isOver);
         EXPECT_EQ(hit, requests > 0);
         EXPECT_EQ(host.mRequests.size(), requests);
-        std::vector<std::string> lines;
+        EXPECT_EQ(U_GetRecycledMemorySize(), pool);
+        Lines lines;
         if (hit)
             lines.push_back("hit limit with inUse=" + std::to_string(used) +
                             ", needed=" + std::to_string(static_cast<U_i64>(needed)) +
-                            ", purgeLimit=" + std::to_string(Prepurge()));
+                            ", purgeLimit=" + std::to_string(used + 10 * kMiB));
         EXPECT_EQ(mLog.Texts("U_CheckRAMPurgeLimit"), lines);
     }
 }
@@ -210,11 +231,67 @@ TEST_F(Purge, SeveralThreadsRunTheCallbackAtOnce)
             std::unique_lock<std::mutex> guard(all.lock);
             ++all.count;
             all.arrived.notify_all();
-            EXPECT_TRUE(all.arrived.wait_for(guard, std::chrono::seconds(60),
+            EXPECT_TRUE(all.arrived.wait_for(guard, std::chrono::minutes(1),
                                              [&] { return all.count >= kThreads; }));
             return 0;
         },
         &meeting);
-    SetLimitsAboveUse(0, 100 * kMiB);
-    OnThreads(kThreads, [](int) { U_FreePtr(U_AllocatePtrQuiet(5000)); });
+    SetPrepurgeBelowUse(0);
+    OnThreads(kThreads, [](int) { CanAllocate(5000); });
+}
+
+TEST_F(Purge, ThePoolIsRoomForARecycledBlockAndShrinksByTheExcess)
+{
+    const U_u64 pool = Pool(kMiB);
+    const U_u64 used = InUse() - pool;
+    SetPrepurgeBelowUse(1000);
+    void* block = U_AllocateRecycledPtr(0, nullptr, 4000);
+    EXPECT_TRUE(block);
+    EXPECT_THAT(mLog.Texts("MEM"),
+                testing::ElementsAre(
+                    testing::AllOf(testing::HasSubstr("(including recycled). used:\t" +
+                                                      std::to_string(used) + "\trequest:\t4000"),
+                                   testing::HasSubstr("amoutToPurge=1000"))));
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool - 1000);
+    U_FreeRecycledPtr(block);
+}
+
+TEST_F(Purge, UseIsPurgedForARecycledBlockIfTheHostEmptiesThePool)
+{
+    const U_u64 pool = Pool(kMiB);
+    const ScPurgeHost host([](bool*) { U_PurgeRecycledMemory(~0ull); });
+    const U_u64 excess = pool - 100000; // more than half, so that the host is asked
+    SetPrepurgeBelowUse(excess);
+    const U_u64 used = InUse() - pool;
+    const U_u64 prepurge = InUse() - excess;
+    void* block = U_AllocateRecycledPtr(0, nullptr, 4000);
+    EXPECT_TRUE(block);
+    EXPECT_EQ(mLog.Texts("MAKE_ROOM_FOR_BLOCK"),
+              (Lines{"Issuing Purge Request\tblock_request:\t" + std::to_string(4000 + excess) +
+                         "\tamt_to_purge:\t" + std::to_string(4000 + excess - 100000),
+                     "DONE. Purge not freeing anything (but maybe recycled memory), recycled=1",
+                     UnderThreshold(used, prepurge, 1)}));
+    U_FreeRecycledPtr(block);
+}
+
+TEST_F(Purge, AboveThePrepurgeLimitTheMaximumIsForUseWithoutThePool)
+{
+    const std::tuple<U_u64, bool, bool> rows[] = {// size, recycled, allocated
+                                                  {4000, true, true},
+                                                  {4001, true, false},
+                                                  {4000, false, false}};
+    Pool(kMiB);
+    for (const auto& [size, recycled, isAllocated] : rows)
+    {
+        SCOPED_TRACE(testing::Message() << size << recycled);
+        const ScPurgeHost host;
+        const U_u64 pool = U_GetRecycledMemorySize();
+        const U_u64 use = InUse() - pool;
+        MEM_SetMemUsageLimits(use, use + 4000);
+        void* const block = recycled ? U_AllocateRecycledPtr(0, nullptr, size) : nullptr;
+        EXPECT_EQ(recycled ? block != nullptr : CanAllocate(size), isAllocated);
+        const double wanted = static_cast<double>(size) + 0.02 * static_cast<double>(use);
+        EXPECT_EQ(host.mRequests.back().amount, static_cast<U_u64>(wanted) + (recycled ? 0 : pool));
+        U_FreeRecycledPtr(block);
+    }
 }

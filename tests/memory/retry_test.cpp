@@ -1,6 +1,5 @@
 // The loop of every allocation: attempts, purges and log lines.
 
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -59,116 +58,86 @@ protected:
         return lines;
     }
 
+    // Allocates kSize bytes in one of kFunctions ways. Returns whether that succeeded.
+    bool Allocate(int function, const char* name)
+    {
+        if (function == 0)
+            return FreeBlock(U_AllocateHandle(1, name, kSize));
+        if (function == 1)
+            return FreeBlock(U_AllocatePtr(1, name, kSize));
+        if (function == 2)
+            return U_ResizeHandle(1, kSize, name, &mHandle) == 0;
+        void* resized = mPointer;
+        if (U_ResizePtr(1, kSize, name, &resized))
+            return false;
+        mPointer = resized;
+        return true;
+    }
+    static const int kFunctions = 4;
+
     int mFailures = 0;
     void* mPointer = nullptr;
     void** mHandle = nullptr;
+
+private:
+    static bool FreeBlock(void** handle) { return U_FreeHandle(handle), handle != nullptr; }
+    static bool FreeBlock(void* pointer) { return U_FreePtr(pointer), pointer != nullptr; }
 };
-
-// A function that allocates kSize bytes, returns whether that succeeded, and frees the block.
-struct Function
-{
-    const char* what;
-    bool named;
-    bool (*allocate)(void*& pointer, void**& handle);
-};
-
-bool FreeBlock(void* pointer)
-{
-    U_FreePtr(pointer);
-    return pointer != nullptr;
-}
-
-bool FreeBlock(void** handle)
-{
-    U_FreeHandle(handle);
-    return handle != nullptr;
-}
-
-template <class Resize> bool Resized(void*& pointer, Resize resize)
-{
-    void* resized = pointer;
-    const bool succeeded = resize(&resized) == 0;
-    pointer = succeeded ? resized : pointer;
-    return succeeded && resized;
-}
 
 int Procedure(void*, bool* okay)
 {
     *okay = true;
     return 0;
 }
-
-const Function kFunctions[] = {
-    {"handle", true,
-     [](void*&, void**&) { return FreeBlock(U_AllocateHandle(1, "Test block", kSize)); }},
-    {"handle, no name", false,
-     [](void*&, void**&) { return FreeBlock(U_AllocateHandle(1, nullptr, kSize)); }},
-    {"handle, quiet", false,
-     [](void*&, void**&) { return FreeBlock(U_AllocateHandleQuiet(kSize)); }},
-    {"handle, clear", true,
-     [](void*&, void**&) { return FreeBlock(U_AllocateHandleClear(1, "Test block", kSize)); }},
-    {"pointer", true,
-     [](void*&, void**&) { return FreeBlock(U_AllocatePtr(1, "Test block", kSize)); }},
-    {"pointer, quiet", false,
-     [](void*&, void**&) { return FreeBlock(U_AllocatePtrClearQuiet(kSize)); }},
-    {"resize handle", true,
-     [](void*&, void**& handle) { return U_ResizeHandle(1, kSize, "Test block", &handle) == 0; }},
-    {"resize pointer", true,
-     [](void*& pointer, void**&) {
-         return Resized(pointer, [](void** to) { return U_ResizePtr(1, kSize, "Test block", to); });
-     }},
-    {"resize pointer, quiet", false,
-     [](void*& pointer, void**&) {
-         return Resized(pointer, [](void** to) { return U_ResizePtrQuiet(kSize, to); });
-     }},
-};
 } // namespace
 
 TEST_F(Retry, EachFunctionRetriesOnceAlsoIfUseDidNotFall)
 {
-    for (const Function& function : kFunctions)
+    // Of each number of failures: the lines, without the line of the name after each failure.
+    const Lines rows[] = {
+        {},
+        {kFailed, kRecovered},
+        {kFailed, kFailed, kNotRecovered, "ALLOC_FAILED_UNABLE_TO_RECOVER: what:"},
+    };
+    for (int number = 0; number < 2 * kFunctions * 3; ++number)
     {
-        for (int failures = 0; failures <= 2; ++failures)
-        {
-            SCOPED_TRACE(testing::Message() << function.what << ", failures: " << failures);
-            FailNext(failures);
-            EXPECT_EQ(function.allocate(mPointer, mHandle), failures < 2);
+        const int failures = number % 3;
+        const char* const name = number % 2 ? "Test block" : nullptr;
+        SCOPED_TRACE(number);
+        FailNext(failures);
+        EXPECT_EQ(Allocate(number / 6, name), failures < 2);
 
-            Lines expected;
-            for (int failed = 0; failed < std::min(failures, 2); ++failed)
-            {
-                expected.push_back(kFailed);
-                if (function.named)
-                    expected.push_back(kNamed);
-            }
-            if (failures)
-                expected.push_back(failures == 1 ? kRecovered : kNotRecovered);
-            if (failures > 1)
-                expected.push_back(std::string("ALLOC_FAILED_UNABLE_TO_RECOVER: what:") +
-                                   (function.named ? "Test block" : "Unidentified caller."));
-            EXPECT_EQ(LoopLines(), expected);
-            EXPECT_TRUE(mLog.Lines().empty() || mLog.Lines().front().level == 0);
+        Lines expected;
+        for (const std::string& line : rows[failures])
+        {
+            expected.push_back(line);
+            if (name && line == kFailed)
+                expected.push_back(kNamed);
         }
+        if (failures == 2)
+            expected.back() += name ? name : "Unidentified caller.";
+        EXPECT_EQ(LoopLines(), expected);
+        EXPECT_TRUE(mLog.Lines().empty() || mLog.Lines().front().level == 0);
     }
 }
 
 TEST_F(Retry, ALogThatThrowsChangesNothing)
 {
-    U_ResizePtrQuiet(kSize, &mPointer); // the size that some functions leave
-    U_ResizeHandle(1, kSize, nullptr, &mHandle);
+    for (const int resize : {2, 3})
+        Allocate(resize, nullptr); // leaves the size that the later calls leave
     const U_u64 used = InUse();
     platform::SetLogSink([](int, const char*, const char*, const char*) { throw 9; });
-    for (const Function& function : kFunctions)
+    for (int function = 0; function < kFunctions; ++function)
     {
         for (int failures : {1, 2})
         {
             FailNext(failures);
-            EXPECT_EQ(function.allocate(mPointer, mHandle), failures < 2) << function.what;
+            EXPECT_EQ(Allocate(function, "Test block"), failures < 2) << function;
         }
     }
     const ScPurgeHost host;
     SetLimitsAboveUse(0, 0); // the budget refuses, which logs more lines
-    EXPECT_EQ(U_AllocatePtr(1, "Test block", kSize), nullptr);
+    EXPECT_FALSE(Allocate(1, "Test block"));
     bool over = false;
     EXPECT_EQ(U_CheckRAMPurgeLimit(&over, kMiB, nullptr), 0);
     EXPECT_TRUE(over);
@@ -176,16 +145,13 @@ TEST_F(Retry, ALogThatThrowsChangesNothing)
     EXPECT_EQ(InUse(), used);
 }
 
-// The second attempt is made also if the room is gone since the budget allowed the block.
-TEST_F(Retry, TheSecondAttemptIsMadeWithoutRoom)
+TEST_F(Retry, ASecondAttemptIsMadeEvenIfTheRoomIsGoneByThen)
 {
     SetLimitsAboveUse(5 * kMiB, 10 * kMiB);
     FailNext(1);
     const ScPurgeHost host([](bool*) { U_AccountAllocation(20 * kMiB); });
-    void* const block = U_AllocatePtrQuiet(4 * kMiB);
-    EXPECT_NE(block, nullptr);
+    EXPECT_TRUE(CanAllocate(4 * kMiB));
     EXPECT_EQ(mFailures, -1) << "two attempts";
-    U_FreePtr(block);
     U_AccountAllocation(-static_cast<U_i32>(20 * kMiB * host.mRequests.size()));
 }
 
@@ -210,7 +176,7 @@ TEST_F(Retry, AttemptsContinueWhileUseFalls)
             cache.pop_back();
         });
         FailNext(failures);
-        EXPECT_EQ(FreeBlock(U_AllocatePtrQuiet(kSize)), failures < 4);
+        EXPECT_EQ(CanAllocate(kSize), failures < 4);
         EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{outcome});
         for (void* left : cache)
             U_FreePtr(left);
@@ -238,16 +204,22 @@ TEST_F(Retry, AFailedAttemptPurgesTheSizeOfTheBlock)
     }
 }
 
-TEST_F(Retry, UseThatCanNoLongerBeMeasuredEndsTheLoop)
+TEST_F(Retry, UseThatCannotBeMeasuredEndsTheLoop)
 {
-    mLog.Clear();
     platform::SetHeapFailure([](unsigned long long) {
         platform::SetUsageError(-108); // after the budget allowed the block
         return true;
     });
+    mLog.Clear();
     EXPECT_EQ(U_AllocatePtrQuiet(kSize), nullptr);
     EXPECT_EQ(mLog.Texts(), (Lines{kFailed, kFailed, kNotRecovered,
                                    "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Unidentified caller."}));
+    mLog.Clear(); // the error comes before the first attempt now, and is not logged
+    EXPECT_EQ(U_AllocatePtr(1, "block", kSize), nullptr);
+    EXPECT_EQ(U_AllocateRecycledPtr(1, "block", kSize), nullptr);
+    EXPECT_EQ(U_ResizeHandle(1, kSize, "block", &mHandle), 4);
+    EXPECT_EQ(U_PurgeLoop(kSize, &Procedure, nullptr, false), 4);
+    EXPECT_EQ(mLog.Texts(), Lines());
 }
 
 TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
@@ -255,7 +227,7 @@ TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
     const auto compactions = [this] {
         const unsigned int before = platform::HeapCompactCount();
         FailNext(1);
-        U_FreePtr(U_AllocatePtrQuiet(kSize));
+        CanAllocate(kSize);
         return platform::HeapCompactCount() - before;
     };
     EXPECT_GT(compactions(), 0u);
@@ -288,33 +260,9 @@ TEST_F(Retry, SizesAboveTheLargestAreRefusedAtOnce)
     EXPECT_EQ(asked, 2) << "the largest reaches the heap";
 }
 
-TEST_F(Retry, EmptyBlocksAreAllocated)
-{
-    void** handle = U_AllocateHandleClearQuiet(0);
-    void* pointer = U_AllocatePtrQuiet(0);
-    void* recycled = U_AllocateRecycledPtr(1, "none", 0);
-    ASSERT_TRUE(handle && *handle && pointer && recycled);
-    EXPECT_EQ(U_ResizeHandle(1, 100, "some", &handle), 0);
-    std::memset(*handle, 1, 100);
-    U_FreeHandle(handle);
-    U_FreePtr(pointer);
-    U_FreeRecycledPtr(recycled);
-}
-
-TEST_F(Retry, AnErrorOfTheBudgetIsNotLogged)
-{
-    platform::SetUsageError(-108);
-    mLog.Clear();
-    EXPECT_EQ(U_AllocatePtr(1, "block", kSize), nullptr);
-    EXPECT_EQ(U_AllocateRecycledPtr(1, "block", kSize), nullptr);
-    EXPECT_EQ(U_ResizeHandle(1, kSize, "block", &mHandle), 4);
-    EXPECT_EQ(U_PurgeLoop(kSize, &Procedure, nullptr, false), 4);
-    EXPECT_EQ(mLog.Texts(), Lines());
-}
-
 TEST_F(Retry, ClearBlocksAreZeroAlsoInUsedMemory)
 {
-    for (U_u64 size : {1, 1000, 3000, 100000})
+    for (U_u64 size : {0, 1, 1000, 3000, 100000})
     {
         for (int failures : {0, 1})
         {
@@ -324,6 +272,7 @@ TEST_F(Retry, ClearBlocksAreZeroAlsoInUsedMemory)
             U_FreePtr(used);
             FailNext(failures);
             void* const block = U_AllocatePtrClearQuiet(size);
+            ASSERT_TRUE(block);
             const std::string bytes(static_cast<char*>(block), size);
             EXPECT_EQ(bytes, std::string(size, '\0'));
             U_FreePtr(block);

@@ -5,6 +5,7 @@
 #include <krobase/recycled_memory.h>
 #include <tolv/memory.h>
 
+#include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
@@ -122,11 +123,18 @@ void BornLibrary::TearDown()
     platform::ResetAll();
 }
 
-U_u64 BornLibrary::InUse()
+U_u64 BornLibrary::Stat(U_u32 which)
 {
-    U_u64 used = 0;
-    U_GetMemoryStat(U_MemStat_InUse, &used);
-    return used;
+    U_u64 value = 1234567;
+    EXPECT_EQ(U_GetMemoryStat(which, &value), 0);
+    return value;
+}
+
+bool BornLibrary::CanAllocate(U_u64 size)
+{
+    void* const block = U_AllocatePtrQuiet(size);
+    U_FreePtr(block);
+    return block != nullptr;
 }
 
 void BornLibrary::SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum)

@@ -89,8 +89,14 @@ protected:
     // Fails the test if the heap is not empty after the library's death.
     void TearDown() override;
 
+    // Returns a statistic of U_GetMemoryStat.
+    static U_u64 Stat(U_u32 which);
+
     // Returns the tracked use in bytes.
-    static U_u64 InUse();
+    static U_u64 InUse() { return Stat(0); }
+
+    // Allocates and frees a block. Returns whether the block was allocated.
+    static bool CanAllocate(U_u64 size);
 
     // Sets the limits to the present use plus these distances.
     static void SetLimitsAboveUse(U_u64 prepurge, U_u64 maximum);
