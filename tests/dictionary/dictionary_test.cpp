@@ -91,6 +91,8 @@ TEST(Dictionary, OnlyAFlatDictionaryIsChanged)
     const std::uint16_t note[] = {'n', 'o', 't', 'e'};
     EXPECT_EQ(flat.AddString("/b", note, 2, note, 8), 1u);
     EXPECT_EQ(Get(flat, "/b") + ToText(flat.GetComment("/b")), u"nnote");
+    EXPECT_EQ(Set(flat, "/a", u"2"), 2u) << "the removed entry keeps its identifier";
+    EXPECT_EQ(TextById(flat, 0), u"(none)");
     flat.SetLanguage("de_DE");
     flat.SetLanguage("");
     flat.SetLanguage(nullptr);

@@ -53,19 +53,6 @@ TEST(FlatStore, ReplacedTextIsTheNewOne)
     EXPECT_EQ(TextOf(flat, "/file"), u"1234");
 }
 
-TEST(FlatStore, RemovedEntryKeepsItsIdentifier)
-{
-    Dictionary flat(true);
-    LoadFlat(flat, {{"/a", u"1"}, {"/b", u"2"}});
-    Set(flat, "/c", u"3");
-    EXPECT_EQ(flat.RemoveString("/b"), 1u);
-    EXPECT_EQ(flat.RemoveString("/c"), 2u);
-    EXPECT_EQ(flat.RemoveString("/c"), kNoId);
-    EXPECT_EQ(Set(flat, "/b", u"4"), 3u);
-    LoadFlat(flat, {{"", u"stale"}, {"/a", u"5"}});
-    EXPECT_EQ(TextsById(flat, 4), u"5 (none) (none) 4 ");
-}
-
 TEST(FlatStore, SingleCommentIsReturnedForItsBlock)
 {
     Dictionary flat(true);
@@ -121,7 +108,7 @@ TEST(FlatLayers, SecondFileReplacesAndAdds)
     Dictionary flat(true);
     LoadFlat(flat, {{kOne, u"1"}, {"/b", u"2"}, {"/c", u"3"}});
     Set(flat, "/d", u"4");
-    LoadFlat(flat, {{kTwo, u"5"}, {"/b", u"six"}, {"/d", u"7"}, {"", u""}, {kOne, u"8"}});
+    LoadFlat(flat, {{kTwo, u"5"}, {"/b", u"six"}, {"/d", u"7"}, {"", u"stale"}, {kOne, u"8"}});
     EXPECT_EQ(TextsById(flat, 10), u"8 six 3 7 5 (none) (none) (none) (none) (none) ");
     EXPECT_EQ(TextOf(flat, kOne) + TextOf(flat, kTwo), u"85");
     EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "the file's count is added";

@@ -215,7 +215,7 @@ TEST(ZString, SpacesAndSigns)
 TEST(ZString, ChangesLeaveCopiesUnchanged)
 {
     ExpectChanges(&ZString::TrimSpaces,
-                  {{u"  a b ", u"a b"}, {u"   ", u""}, {u"", u""}, {u"\ta ", u"\ta"}});
+                  {{u"  a b  ", u"a b"}, {u"   ", u""}, {u"", u""}, {u"\ta ", u"\ta"}});
     ExpectChanges(&ZString::EllipsisToDots,
                   {{u"Open\u2026", u"Open..."}, {u"", u""}, {u"\u2026\u2026", u"\u2026..."}});
     ExpectChanges(&ZString::RemoveEllipsis, {{u"Open\u2026", u"Open"},

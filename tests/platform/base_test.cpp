@@ -71,6 +71,7 @@ TEST(Ticks, TheMostTicksAreTheMostNanoseconds)
     user.join();
     std::_Exit(isSoft ? 0 : 1);
 }
+
 TEST(PerThreadObjects, FailTheirFirstUseWithoutMemoryAndTheProcessGoesOn)
 {
     SKIP_UNDER_SANITIZERS();

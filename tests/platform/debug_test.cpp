@@ -1,17 +1,12 @@
-// Assertions, debuggers, traces, settings and stacks.
+// Assertions, traces, settings and stacks.
 
 #include <array>
-#include <csignal>
 #include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <krobase/debug.h>
 #include <krobase/stack_trace.h>
@@ -113,13 +108,13 @@ TEST(StackTrace, NamesAreCutToTheBuffer)
     EXPECT_EQ(krobase::debug::StackFrameFunctionName(trace.frames[0], nullptr, 8), nullptr);
 }
 
-class Debugger : public testing::Test
+class Debugging : public testing::Test
 {
 protected:
     void TearDown() override { platform::ResetAll(); }
 };
 
-TEST_F(Debugger, AnAssertionShowsItsTextsAndReturnsTheAnswer)
+TEST_F(Debugging, AnAssertionShowsItsTextsAndReturnsTheAnswer)
 {
     typedef std::array<const char*, 4> Parts;
     const std::tuple<Parts, const char16_t*, platform::AssertAnswer> rows[] = {
@@ -146,51 +141,7 @@ TEST_F(Debugger, AnAssertionShowsItsTextsAndReturnsTheAnswer)
     }
 }
 
-// Called in a child process that this process traces.
-int AskUnderATracer()
-{
-    raise(SIGSTOP); // until the tracer is attached
-    testing::internal::CaptureStderr();
-    bool ignoreAlways = false;
-    const bool shouldBreak =
-        krobase::debug::BreakAfterAssertDialog(ignoreAlways, "a < b", "", "f", 7, "g");
-    testing::internal::GetCapturedStderr();
-    if (!shouldBreak || ignoreAlways || !krobase::debug::IsDebuggerAttached())
-        return 1;
-    krobase::debug::BreakIntoDebugger();
-    return 2;
-}
-
-TEST_F(Debugger, AnUnseenAssertionBreaksIntoAnAttachedDebugger)
-{
-    EXPECT_FALSE(krobase::debug::IsDebuggerAttached());
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-        _exit(AskUnderATracer());
-
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, WUNTRACED), child);
-    if (ptrace(PTRACE_SEIZE, child, nullptr, nullptr) != 0)
-    {
-        kill(child, SIGKILL);
-        waitpid(child, &status, 0);
-        GTEST_SKIP() << "this system lets no process trace another";
-    }
-    kill(child, SIGCONT);
-    std::string stops;
-    while (waitpid(child, &status, 0) == child && WIFSTOPPED(status))
-    {
-        if (WSTOPSIG(status) == SIGTRAP && status >> 16 == 0)
-            stops += "break ";
-        ptrace(PTRACE_CONT, child, nullptr, nullptr);
-    }
-    EXPECT_EQ(stops, "break ");
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 2);
-}
-
-TEST_F(Debugger, DebugStringsAndTracesGoToTheSinkOrEscapedToStderr)
+TEST_F(Debugging, DebugStringsAndTracesGoToTheSinkOrEscapedToStderr)
 {
     std::string seen;
     platform::SetDebugStringSink([&](const char* text) { seen += text; });

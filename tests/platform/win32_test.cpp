@@ -1,25 +1,20 @@
-// Memory, exceptions, signal stacks, and arguments that the operating system and the in-house
-// libraries refuse.
+// Memory, exceptions, and arguments that the operating system and the in-house libraries refuse.
 
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>
-#include <win32/exceptions.h>
 #include <win32/locale.h>
 #include <win32/machine.h>
 #include <win32/memory.h>
@@ -200,78 +195,5 @@ TEST(SystemRefusals, APacketRefusesSettings)
     EXPECT_STREQ(result.errorText, "Unknown settings for a packet");
     EXPECT_FALSE(stored);
     zelboxmp::Ordinal6(metadata);
-}
-
-stack_t Current()
-{
-    stack_t current = {};
-    sigaltstack(nullptr, &current);
-    return current;
-}
-
-bool IsNone(const stack_t& stack)
-{
-    return (stack.ss_flags & SS_DISABLE) != 0;
-}
-
-void Guarantee()
-{
-    unsigned int size = win32::kLargestStackGuarantee;
-    EXPECT_NE(win32::SetThreadStackGuarantee(&size), 0);
-    EXPECT_FALSE(IsNone(Current()));
-    EXPECT_GE(Current().ss_size, win32::kLargestStackGuarantee);
-}
-
-// Returns the signal stack of a thread after its variables have been destroyed: in the second
-// round of destructors of thread-specific values. The thread ends with the stack that it had at
-// first, which may be a sanitizer's.
-stack_t StackAfter(const std::function<void()>& body)
-{
-    static stack_t sFound;
-    static stack_t sLeft;
-    static pthread_key_t key;
-    static bool isSecondRound;
-    isSecondRound = false;
-    pthread_key_create(&key, [](void* value) {
-        if (!std::exchange(isSecondRound, true))
-        {
-            pthread_setspecific(key, value);
-            return;
-        }
-        sLeft = Current();
-        sigaltstack(&sFound, nullptr);
-    });
-    std::thread([&] {
-        sFound = Current();
-        pthread_setspecific(key, &sFound);
-        body();
-    }).join();
-    pthread_key_delete(key);
-    return sLeft;
-}
-
-TEST(SignalStack, TheHostsOwnIsRestoredAtTheEndOfTheThread)
-{
-    std::vector<char> memory(64 << 10);
-    stack_t hosts = {};
-    hosts.ss_sp = memory.data();
-    hosts.ss_size = memory.size();
-    stack_t none = {};
-    none.ss_flags = SS_DISABLE;
-
-    const stack_t left = StackAfter([&] {
-        sigaltstack(&hosts, nullptr);
-        Guarantee();
-        Guarantee();
-    });
-    EXPECT_EQ(left.ss_sp, hosts.ss_sp);
-    EXPECT_EQ(left.ss_size, hosts.ss_size);
-
-    EXPECT_TRUE(IsNone(StackAfter([&] {
-        sigaltstack(&hosts, nullptr);
-        Guarantee();
-        sigaltstack(&none, nullptr); // the memory of the host's stack may have been freed
-        Guarantee();
-    })));
 }
 } // namespace

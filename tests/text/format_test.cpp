@@ -329,6 +329,7 @@ TEST_F(SubString, ATranslationThatTakesOtherValuesIsReplacedByTheEnglishText)
     const std::tuple<const char*, std::u16string, bool> rows[] = {
         {kMessage, u"^^L2: ^^1, ^^F3@1.3s@ %n", true},
         {kMessage, u"^^1 ^^L2 ^^F3 ^^1", true},
+        {kMessage, u"^^1 ^^L2 ^^F3 ^^0", true}, // no placeholder
         {kMessage, u"^^1 ^^L2 ^^F3 ^^4", false},
         {kMessage, u"^^1 ^^L2", false},
         {kMessage, u"^^L1 ^^L2 ^^F3", false},

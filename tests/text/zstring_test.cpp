@@ -34,16 +34,6 @@ protected:
 };
 } // namespace
 
-TEST_F(ZString, TheTextAfterTheKeyIsTheDefault)
-{
-    ExpectResolved({
-        {nullptr, u""},
-        {"$$/a=b", u""},
-        {"$$$/a=\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"},
-        {"=^^1 ^1 100^ \\n ^C #{endl}#{e9}#{eacute}", u"^1 ^1 100^ \n \u00A9 \r\n\u00E9\u00E9"},
-    });
-}
-
 TEST_F(ZString, MarkersDropTextAndInsertTheYear)
 {
     ExpectResolved({
@@ -67,6 +57,9 @@ TEST_F(ZString, TextsOfADictionaryComeBeforeDefaults)
 {
     ASSERT_EQ(LoadDictionary(mGerman), 0);
     ExpectResolved({
+        {nullptr, u""},
+        {"$$$/a=\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"},
+        {"=100^ \\n ^C #{endl}#{e9}#{eacute}", u"100^ \n \u00A9 \r\n\u00E9\u00E9"},
         {kHello, u"Guten Tag"},
         {"/hello", u"Guten Tag"},
         {"$$$/empty=Nothing", u""},
