@@ -28,7 +28,7 @@ std::atomic<U_u8> sUse(0);
 std::atomic<U_u32> sSaved(0);
 
 // The highest address that the thread has marked; null without a mark.
-PLATFORM_THREAD_LOCAL char* tMark = nullptr;
+PLATFORM_THREAD_LOCAL(char*, tMark);
 
 int ProfileInt(const unsigned short* key, U_u32 defaultValue)
 {
@@ -69,7 +69,7 @@ void U_TerminateFPControl()
 
 void U_InitializeCallStackMonitoring()
 {
-    tMark = std::max(tMark, krobase::utility::StackAddress());
+    tMark = std::max<char*>(tMark, krobase::utility::StackAddress());
 }
 
 size_t U_GetCurrentCallStackSize()

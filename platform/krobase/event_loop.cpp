@@ -132,7 +132,7 @@ void* MakeWindow()
 
 // The thread's number, 0 until the thread makes an adaptor. The system's thread id is no
 // alternative: a later thread may have the same id.
-PLATFORM_THREAD_LOCAL unsigned long long tThread = 0;
+PLATFORM_THREAD_LOCAL(unsigned long long, tThread);
 std::atomic<unsigned long long> sThreads(0);
 
 unsigned long long ThisThread()

@@ -22,7 +22,7 @@ platform::Mutex sQueuesLock;
 std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues PLATFORM_GUARDED_BY(sQueuesLock) =
     *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>; // by thread
 
-PLATFORM_THREAD_LOCAL ThreadQueue* tQueue = nullptr;
+PLATFORM_THREAD_LOCAL(ThreadQueue*, tQueue);
 
 void EndQueue(ThreadQueue*)
 {
