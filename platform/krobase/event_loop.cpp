@@ -105,15 +105,16 @@ std::shared_ptr<Loop> FindLoop(void* window)
     return found != sLoops.end() ? found->second.lock() : nullptr;
 }
 
-long long LoopProcedure(void* window, unsigned int message, unsigned long long wParam, long long)
+long long LoopProcedure(void* window, unsigned int message, unsigned long long wParam,
+                        long long lParam)
 {
     const std::shared_ptr<Loop> loop = FindLoop(window);
-    if (message == win32::kWmClose)
-        win32::DestroyWindow(window);
-    else if (loop && message == win32::kWmUser)
+    if (loop && message == win32::kWmUser)
         loop->RunNext();
     else if (loop && message == win32::kWmTimer)
         loop->RunDelayed(wParam);
+    else
+        return win32::DefWindowProcW(window, message, wParam, lParam);
     return 0;
 }
 

@@ -188,6 +188,13 @@ int DestroyWindow(void* handle)
     return 1;
 }
 
+long long DefWindowProcW(void* handle, unsigned int message, unsigned long long, long long)
+{
+    if (message == kWmClose)
+        DestroyWindow(handle);
+    return 0;
+}
+
 void DestroyWindowsOfThread()
 {
     const unsigned int threadId = GetCurrentThreadId();
