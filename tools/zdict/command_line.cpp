@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cstdio>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -63,15 +62,15 @@ std::string FileName(const std::string& name, bool isAfterMark)
 // Returns the arguments after the program's name, from the last to the first, as CLI11 takes
 // them. CLI11 knows the mark -- only while operands are missing, so the mark of a command
 // whose operands are all files is dropped here. The key of `get` is not a file.
-std::vector<std::string> Reversed(int count, const char* const* arguments)
+std::vector<std::string> Reversed(const std::vector<std::string>& arguments)
 {
-    const bool areFiles = count > 1 && std::string_view(arguments[1]) != "get";
+    const bool areFiles = arguments.size() > 1 && arguments[1] != "get";
     std::vector<std::string> result;
     bool isValue = false;
     bool isAfterMark = false;
-    for (int i = 1; i < count; ++i)
+    for (std::size_t i = 1; i < arguments.size(); ++i)
     {
-        const std::string argument = arguments[i];
+        const std::string& argument = arguments[i];
         const std::size_t equals = argument.find('=');
         if (isValue || !areFiles)
         {
@@ -119,23 +118,23 @@ public:
         AddStats();
     }
 
-    Status Parse(int count, const char* const* arguments)
+    Status Parse(const std::vector<std::string>& arguments)
     {
         try
         {
-            mApp.parse(Reversed(count, arguments));
+            mApp.parse(Reversed(arguments));
             if (!mRun)
                 throw CLI::RequiredError("A command");
         }
         catch (const CLI::CallForHelp&)
         {
-            RequireCommand(count, arguments);
+            RequireCommand(arguments);
             std::fputs(mApp.help().c_str(), stdout);
             return kFine;
         }
         catch (const CLI::ParseError& error)
         {
-            RequireCommand(count, arguments);
+            RequireCommand(arguments);
             const auto commands = mApp.get_subcommands();
             const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
             throw Failure{kUnusable, std::string(),
@@ -146,12 +145,12 @@ public:
 
 private:
     // Throws a Failure if the first argument is neither an option nor a command.
-    void RequireCommand(int count, const char* const* arguments) const
+    void RequireCommand(const std::vector<std::string>& arguments) const
     {
-        if (mApp.get_subcommands().empty() && count > 1 && arguments[1][0] != '-')
+        if (mApp.get_subcommands().empty() && arguments.size() > 1 &&
+            arguments[1].rfind('-', 0) != 0)
             throw Failure{kUnusable, std::string(),
-                          std::string("there is no command '") + arguments[1] +
-                              "' (see zdict --help)"};
+                          "there is no command '" + arguments[1] + "' (see zdict --help)"};
     }
 
     CLI::App* Add(const char* name, Run run, const char* summary, const char* help)
@@ -306,7 +305,7 @@ private:
 };
 } // namespace
 
-Status RunCommandLine(int count, const char* const* arguments)
+Status RunCommandLine(const std::vector<std::string>& arguments)
 {
-    return Parser().Parse(count, arguments);
+    return Parser().Parse(arguments);
 }
