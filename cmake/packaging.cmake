@@ -26,9 +26,14 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The platform's headers for hosts. Headers that only its sources share are not installed.
 install(FILES platform/control.h DESTINATION ${headers}/platform)
+set(system posix)
+if(WIN32)
+  set(system native)
+endif()
 install(FILES
   platform/base/export.h
   platform/base/locks.h
+  platform/base/locks_${system}.h
   platform/base/printable.h
   platform/base/quiet_new.h
   DESTINATION ${headers}/platform/base)

@@ -5,19 +5,40 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
+# All sources below the folders, apart from those of other systems: the folders native/, and
+# files that end in _native.cpp, are for 64-bit Windows; the folders portable/ and posix/, and
+# files that end in _posix.cpp, are for the others.
+function(u_sources variable)
+  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
+  if(WIN32)
+    list(FILTER sources EXCLUDE REGEX "/(portable|posix)/|_posix\\.cpp$")
+  else()
+    list(FILTER sources EXCLUDE REGEX "/native/|_native\\.cpp$")
+  endif()
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
 #   u_shared_library(<target> <folder>... [EXCEPT <expression>])
 #
 # A shared library of all sources below the folders, apart from those whose path matches
-# the expression. Only the symbols that its version script names leave the library.
+# the expression. Only the symbols that its version script names leave the library; on Windows,
+# those that the sources export.
 function(u_shared_library target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXCEPT" "")
-  list(TRANSFORM arg_UNPARSED_ARGUMENTS APPEND /*.cpp OUTPUT_VARIABLE patterns)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
+  u_sources(sources ${arg_UNPARSED_ARGUMENTS})
   if(arg_EXCEPT)
     list(FILTER sources EXCLUDE REGEX ${arg_EXCEPT})
   endif()
+  if(WIN32)
+    list(APPEND sources ${CMAKE_SOURCE_DIR}/platform/base/pinned_native.cpp)
+    list(REMOVE_DUPLICATES sources)
+  endif()
   add_library(${target} SHARED ${sources})
   u_warnings(${target})
+  if(WIN32)
+    return()
+  endif()
   # Calls between the libraries go straight to their target, and calls inside a library may
   # be inlined: no module replaces functions of ours.
   target_compile_options(${target} PRIVATE -fno-plt -fno-semantic-interposition)
@@ -30,10 +51,24 @@ function(u_shared_library target)
     LINK_DEPENDS ${script})
 endfunction()
 
+# Sets the variable to a file that runs the program: on Windows, a script that runs the program
+# under the emulator of the toolchain file.
+function(u_program_file variable target)
+  set(file $<TARGET_FILE:${target}>)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    set(file ${CMAKE_BINARY_DIR}/run/${target})
+    set(program ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}${CMAKE_EXECUTABLE_SUFFIX})
+    file(CONFIGURE OUTPUT ${file} @ONLY CONTENT
+      "#!/bin/sh\nexec '@CMAKE_CROSSCOMPILING_EMULATOR@' '@program@' \"$@\"\n")
+    file(CHMOD ${file} PERMISSIONS
+      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  endif()
+  set(${variable} ${file} PARENT_SCOPE)
+endfunction()
+
 # A test program of all tests below the folders, against one library.
 function(u_test_program target library)
-  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
+  u_sources(sources ${ARGN})
   add_executable(${target} ${sources})
   u_warnings(${target})
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})

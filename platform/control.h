@@ -69,8 +69,9 @@ PLATFORM_EXPORT void SetTrace(const char* category, int level);
 PLATFORM_EXPORT void SetTraceSink(const boost::function<void(const char* text)>& sink);
 
 // Replaces the sink of OutputDebugStringA, which is called on the thread that calls
-// OutputDebugStringA, with no lock held. An empty sink restores the default sink, which writes
-// to stderr as the default sink of traces does.
+// OutputDebugStringA, with no lock held. An empty sink restores the default sink, which passes the
+// text to the debugger on Windows, and elsewhere writes to stderr as the default sink of traces
+// does.
 PLATFORM_EXPORT void SetDebugStringSink(const boost::function<void(const char* text)>& sink);
 
 // Alerts.
@@ -105,9 +106,10 @@ struct Alert
 // Throws: any exception; the exception reaches the caller of the message box.
 typedef boost::function<void(const Alert&)> AlertPresenter;
 
-// Replaces the presenter of alerts. An empty presenter restores the default presenter, which
-// writes the alert to stderr and returns. If a debugger is attached, the default presenter
-// answers an assertion with kAnswerBreak.
+// Replaces the presenter of alerts. An empty presenter restores the default presenter, which shows
+// the alert in the message box of a system that has one. Without such a box, or without a desktop,
+// it writes the alert to stderr and returns; if a debugger is attached, it answers an assertion
+// with kAnswerBreak.
 PLATFORM_EXPORT void SetAlertPresenter(const AlertPresenter& presenter);
 
 // Settings. docs/settings.md lists the keys.
@@ -126,11 +128,12 @@ PLATFORM_EXPORT void SetProfileInt(const char* key, int value);
 PLATFORM_EXPORT void ClearProfile();
 
 // Sets the code page of multibyte text: 932, 936, 949, 950, 1250 to 1258, 10000, 10001, 10007
-// or 65001. Any other number restores the default, 1252.
+// or 65001. Any other number, and a code page that the system lacks, restores the default: the
+// system's own code page, or 1252 on a system without one.
 PLATFORM_EXPORT void SetActiveCodePage(unsigned int codePage);
 
-// Sets the user's locale by an id such as "de_DE". Null or an unknown id restores the default,
-// "en_US".
+// Sets the user's locale by an id such as "de_DE". Null or an unknown id restores the default: the
+// system's own locale of the user, or "en_US" on a system without one.
 PLATFORM_EXPORT void SetUserLocale(const char* localeId);
 
 // Sets whether the system's script is a double-byte script. The default is false.
@@ -181,12 +184,12 @@ PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& n
 PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& milliseconds);
 
 // Sets the performance counter: its counts per second, and whether the counter can be read. A
-// figure of 0 or less is a machine without a counter. The defaults are 1,000,000,000 and true.
-// Counts are nanoseconds whatever the figure.
+// figure of 0 or less is a machine without a counter. Counts are nanoseconds whatever the figure.
+// The default is the system's counter on Windows, and elsewhere 1,000,000,000 and true.
 PLATFORM_EXPORT void SetPerformanceCounter(long long countsPerSecond, bool works);
 
 // Sets the folder in which the system describes the cores of the processors. Null restores the
-// system's own folder.
+// system's own folder. Windows has no such folder: the call has no effect there.
 PLATFORM_EXPORT void SetProcessorFolder(const char* folder);
 
 // Sets the name of the machine and of the user, in UTF-8; an empty name is no name. Null
@@ -210,7 +213,8 @@ PLATFORM_EXPORT void SetMissingFunction(const char* name);
 
 // For tests: counts and results of the library's actions.
 
-// Returns the text that was last copied to the clipboard. The default is the empty text.
+// Returns the text that the library has last copied to the clipboard; the empty text if there is
+// none, or if another program has replaced the text.
 PLATFORM_EXPORT krobase::utility::UTF16String ClipboardText();
 
 // Return the calls so far of MessageBeep, of FlushEvents, of TOLV_SyncMemUsageWithOS, and of

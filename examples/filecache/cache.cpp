@@ -8,7 +8,7 @@
 
 namespace
 {
-PLATFORM_THREAD_LOCAL bool sKeepsFiles = false;
+PLATFORM_THREAD_LOCAL(bool, sKeepsFiles);
 const int kTurnedDown = 1; // ends the library's asking
 } // namespace
 

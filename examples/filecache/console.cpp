@@ -2,25 +2,12 @@
 
 #include <cstdio>
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <platform/base/printable.h>
 
 #include "message.h"
+#include "system.h"
 
-namespace
-{
-size_t TerminalWidth()
-{
-    winsize size = {};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return 80;
-    return size.ws_col;
-}
-} // namespace
-
-Console::Console(bool verbose) : mVerbose(verbose), mTerminal(isatty(STDERR_FILENO) != 0) {}
+Console::Console(bool verbose) : mVerbose(verbose), mTerminal(IsTerminal()) {}
 
 Console::~Console()
 {

@@ -8,6 +8,8 @@
 #include <U_ZString.h>
 #include <hollin/ImageCheck.h>
 
+#include "system.h"
+
 namespace
 {
 const size_t kMiB = 1 << 20;
@@ -16,8 +18,7 @@ const size_t kLargest = 64 * kMiB; // far more than the texts of any program
 
 Message DictionaryFile::Read(const std::string& path)
 {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                         std::fclose);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(OpenFile(path, "rb"), std::fclose);
     if (!file)
         return CantRead(path, std::strerror(errno));
     std::vector<U_u16> image;

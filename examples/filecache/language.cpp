@@ -1,7 +1,6 @@
 #include "language.h"
 
 #include <filesystem>
-#include <system_error>
 
 namespace fs = std::filesystem;
 
@@ -24,20 +23,16 @@ const Language* FindLanguage(const std::string& name)
     return name == kEnglish.name ? &kEnglish : nullptr;
 }
 
-Message ShippedDictionary(const Language& language, std::string* path, const char* program)
+Message ShippedDictionary(const Language& language, const std::string& program, std::string* path)
 {
     path->clear();
     if (&language == &kEnglish)
         return Message();
-    std::error_code error;
-    const fs::path file = fs::read_symlink(program, error);
-    if (!error && !file.is_absolute())
-        error = std::make_error_code(std::errc::no_such_file_or_directory);
-    if (error)
-        return {"$$$/QX/FileCache/Error/NoProgramFolder="
-                "can't find the program's own folder, which has the dictionaries: ^^1",
-                {error.message()}};
+    const fs::path file = fs::u8path(program);
+    if (!file.is_absolute())
+        return "$$$/QX/FileCache/Error/NoProgramFolder="
+               "can't find the program's own folder, which has the dictionaries";
     const std::string name = std::string("filecache_") + language.name + ".zdict";
-    *path = (file.parent_path() / kDictionaries / name).lexically_normal().string();
+    *path = (file.parent_path() / kDictionaries / name).lexically_normal().generic_u8string();
     return Message();
 }

@@ -16,11 +16,9 @@ struct Language
 // Null if there are no texts in that language.
 const Language* FindLanguage(const std::string& name);
 
-// Stores the path of the language's dictionary, from the program's own folder; empty for
-// English, which needs none. Returns a message if the program's folder is not found. Then
-// there is no path: a relative path would load a dictionary from the current folder.
-// `program` is the system's link to the program's file.
-Message ShippedDictionary(const Language& language, std::string* path,
-                          const char* program = "/proc/self/exe");
+// Stores the path of the language's dictionary, from the folder of the program's file; empty for
+// English, which needs none. Returns a message if `program` is no absolute path. Then there is
+// no path: a relative path would load a dictionary from the current folder.
+Message ShippedDictionary(const Language& language, const std::string& program, std::string* path);
 
 #endif

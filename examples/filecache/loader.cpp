@@ -17,7 +17,9 @@
 #include <platform/base/printable.h>
 
 #include "message.h"
+#include "system.h"
 #include "telemetry_events.h"
+#include "walk.h"
 
 namespace fs = std::filesystem;
 
@@ -131,9 +133,8 @@ void Loader::LoadFile(const std::string& name)
 
 bool Loader::TryFile(const std::string& name, bool alone)
 {
-    const std::string path = (fs::path(mFolder) / name).string();
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                         std::fclose);
+    const std::string path = JoinedPath(mFolder, name);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(OpenFile(path, "rb"), std::fclose);
     if (!file)
     {
         Unreadable(path, errno);
@@ -141,7 +142,7 @@ bool Loader::TryFile(const std::string& name, bool alone)
     }
 
     std::error_code noSize;
-    const U_u64 found = fs::file_size(path, noSize);
+    const U_u64 found = fs::file_size(SystemPath(path), noSize);
     const U_u64 expected = noSize ? 0 : found;
     const bool fits = expected <= mBudget;
     const bool mayWait = fits && !alone;

@@ -6,6 +6,8 @@
 #include <platform/base/printable.h>
 #include <platform/control.h>
 
+#include "system.h"
+
 LogSink::LogSink()
 {
     platform::SetLogSink([this](int level, const char* category, const char* tag,
@@ -20,9 +22,7 @@ LogSink::~LogSink()
 Message LogSink::Open(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mLock);
-    mFile = std::fopen(path.c_str(), "w");
-    if (mFile)
-        std::setvbuf(mFile, nullptr, _IOLBF, BUFSIZ); // a crash loses no line
+    mFile = OpenFile(path, "wb");
     return mFile ? Message() : CantWrite(path, std::strerror(errno));
 }
 
@@ -51,4 +51,5 @@ void LogSink::Take(int level, const char* category, const char* tag, const char*
         platform::WritePrintable(mFile, column ? column : "", "\t");
     }
     std::fputc('\n', mFile);
+    std::fflush(mFile); // a crash loses no line
 }

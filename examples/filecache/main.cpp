@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include <U_Alloc.h>
 #include <U_Budget.h>
@@ -27,6 +29,7 @@
 #include "options.h"
 #include "report_file.h"
 #include "stop.h"
+#include "system.h"
 #include "telemetry_events.h"
 #include "telemetry_file.h"
 #include "walk.h"
@@ -50,7 +53,7 @@ const unsigned int kUTF8CodePage = 65001;
 Message CheckFolder(const std::string& folder)
 {
     std::error_code error;
-    const fs::file_status status = fs::status(folder, error);
+    const fs::file_status status = fs::status(SystemPath(folder), error);
     if (status.type() == fs::file_type::not_found)
         return {"$$$/QX/FileCache/Wrong/NoFolder=there is no folder '^^1'", {folder}};
     if (status.type() == fs::file_type::none)
@@ -142,15 +145,16 @@ void AskForMemoryLog(unsigned int interval)
     platform::SetDebugSetting("MemoryYoYoLogInterval", std::to_string(interval).c_str());
 }
 
-void Prepare(int argc, char** argv, Preparation* ready)
+void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
 {
     Options& options = ready->options;
-    ready->wrongUsage = ParseOptions(argc, argv, &options);
+    ready->wrongUsage = ParseOptions(arguments, &options);
     if (options.language)
     {
         platform::SetUserLocale(options.language->locale);
         if (options.dictionary.empty())
-            ready->badFile = ShippedDictionary(*options.language, &options.dictionary);
+            ready->badFile =
+                ShippedDictionary(*options.language, ProgramFile(), &options.dictionary);
     }
     if (!ready->badFile && !options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);
@@ -212,10 +216,11 @@ struct LastTexts
 
 int main(int argc, char** argv)
 {
+    const ProgramStart start(argc, argv);
     // Dictionaries in the text form are read as their translators write them.
     platform::SetActiveCodePage(kUTF8CodePage);
     Preparation ready;
-    Prepare(argc, argv, &ready);
+    Prepare(start.Arguments(), &ready);
     const StopKeys stopKeys; // until the end: a late stop changes nothing
     Console console(ready.options.verbose);
     Table table;

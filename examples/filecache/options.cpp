@@ -21,7 +21,7 @@ namespace
 const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/Synopsis=Usage: filecache [options] [FOLDER]\n\n",
     "$$$/QX/FileCache/Usage/Purpose="
-    "Loads every file under FOLDER (/usr/include) into memory under a budget, drops\n"
+    "Loads every file under FOLDER (^^1) into memory under a budget, drops\n"
     "the oldest when the library asks for memory back, and tells what it did.\n"
     "Symbolic links aren't followed.\n\n",
     "$$$/QX/FileCache/Usage/Budget="
@@ -222,15 +222,15 @@ bool TakesValue(const std::string& name)
 // The command line, divided at the mark "--".
 struct Arguments
 {
-    Arguments(int argc, char** argv)
+    explicit Arguments(const std::vector<std::string>& arguments)
     {
         bool isValue = false;
-        for (int i = 1; i < argc; ++i)
+        for (auto next = arguments.begin() + 1; next < arguments.end(); ++next)
         {
-            const std::string argument = argv[i];
+            const std::string& argument = *next;
             if (!isValue && argument == "--")
             {
-                folders.assign(argv + i + 1, argv + argc);
+                folders.assign(next + 1, arguments.end());
                 break;
             }
             isValue = !isValue && TakesValue(argument);
@@ -266,11 +266,12 @@ Message CheckRest(const std::vector<std::string>& rest)
 }
 } // namespace
 
-Message ParseOptions(int argc, char** argv, Options* options)
+Message ParseOptions(const std::vector<std::string>& commandLine, Options* options)
 {
     CLI::App app;
     app.set_help_flag();
     app.allow_extras();
+    app.allow_windows_style_options(false); // a path begins with a slash
     CLI::Option* const folder = app.add_option("folder", options->folder);
     app.add_flag("--verbose", options->verbose);
     app.add_flag("--help", options->help);
@@ -278,7 +279,7 @@ Message ParseOptions(int argc, char** argv, Options* options)
     for (const ValueOption& option : kValueOptions)
         values.emplace_back(&option, app.add_option(option.name)->take_all());
 
-    Arguments arguments(argc, argv);
+    const Arguments arguments(commandLine);
     Message firstWrong;
     for (const std::string& argument : arguments.beforeMark)
     {
@@ -296,7 +297,7 @@ Message ParseOptions(int argc, char** argv, Options* options)
     }
     catch (const CLI::ParseError&)
     {
-        firstWrong = {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {argv[argc - 1]}};
+        firstWrong = {"$$$/QX/FileCache/Wrong/NoValue=^^1 needs a value", {commandLine.back()}};
     }
     for (std::size_t i = 0; i < arguments.folders.size(); ++i)
     {
@@ -323,5 +324,5 @@ Message ParseOptions(int argc, char** argv, Options* options)
 void PrintUsage()
 {
     for (const char* text : kUsage)
-        std::fputs(platform::Printable(Text(text), "\n").c_str(), stdout);
+        std::fputs(platform::Printable(Text({text, {DefaultFolder()}}), "\n").c_str(), stdout);
 }

@@ -4,16 +4,18 @@
 #define FILECACHE_OPTIONS_H
 
 #include <string>
+#include <vector>
 
 #include <U_Types.h>
 
 #include "crashes.h"
 #include "language.h"
 #include "message.h"
+#include "system.h"
 
 struct Options
 {
-    std::string folder = "/usr/include";
+    std::string folder = DefaultFolder();
     U_u64 budget = 16 << 20; // bytes
     unsigned int threads = 4;
     std::string logFile;       // empty: log lines are only counted
@@ -31,8 +33,9 @@ struct Options
     bool help = false;
 };
 
-// Reads the whole command line. Returns a message about one fault, or none.
-Message ParseOptions(int argc, char** argv, Options* options);
+// Reads the whole command line, which begins with the program's name. Returns a message about one
+// fault, or none.
+Message ParseOptions(const std::vector<std::string>& arguments, Options* options);
 
 // Prints the usage to stdout.
 void PrintUsage();

@@ -11,6 +11,8 @@
 #include <U_Encoding.h>
 #include <U_XML.h>
 
+#include "system.h"
+
 namespace
 {
 const char kJSONEnding[] = ".json";
@@ -144,7 +146,7 @@ std::string AsXML(const std::string& folder, const Table& table, const Losses& l
 // Returns 0 or the system's error.
 int WriteFile(const std::string& path, const std::string& text)
 {
-    std::FILE* const file = std::fopen(path.c_str(), "w");
+    std::FILE* const file = OpenFile(path, "wb");
     if (!file)
         return errno;
     int error = std::fwrite(text.data(), 1, text.size(), file) == text.size() ? 0 : errno;

@@ -9,6 +9,8 @@
 #include <boost/json.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include "system.h"
+
 using krobase::config::UsageLoggerGroup;
 using krobase::utility::Guid;
 
@@ -102,10 +104,9 @@ Message TelemetryFile::Open(const std::string& path)
 {
     {
         std::lock_guard<std::mutex> lock(mLock);
-        mFile = std::fopen(path.c_str(), "w");
+        mFile = OpenFile(path, "wb");
         if (!mFile)
             return CantWrite(path, std::strerror(errno));
-        std::setvbuf(mFile, nullptr, _IOLBF, BUFSIZ); // a crash loses no line
     }
     U::telemetry::RegisterTelemetryProvider(this);
     return Message();
@@ -204,8 +205,10 @@ void TelemetryFile::WriteLine(const std::string& json)
 {
     const std::string line = json + '\n';
     std::lock_guard<std::mutex> lock(mLock);
-    if (mFile)
-        std::fwrite(line.data(), 1, line.size(), mFile); // Close checks for errors
+    if (!mFile)
+        return;
+    std::fwrite(line.data(), 1, line.size(), mFile); // Close checks for errors
+    std::fflush(mFile);                              // a crash loses no line
 }
 
 void TelemetryFile::LoseLine()

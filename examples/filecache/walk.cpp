@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "system.h"
+
 namespace fs = std::filesystem;
 
 namespace
@@ -10,7 +12,7 @@ namespace
 class Walker
 {
 public:
-    Walker(const fs::path& top, Losses& losses, U_UIThrottler& throttler)
+    Walker(const std::string& top, Losses& losses, U_UIThrottler& throttler)
         : mTop(top), mLosses(losses), mThrottler(throttler)
     {
     }
@@ -33,11 +35,10 @@ private:
     void WalkOne(const std::string& folder)
     {
         std::error_code error;
-        fs::directory_iterator entry(mTop / folder, error);
+        fs::directory_iterator entry(SystemPath(JoinedPath(mTop, folder)), error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error))
         {
-            const std::string leaf = entry->path().filename().string();
-            Sort(*entry, (fs::path(folder) / leaf).string());
+            Sort(*entry, JoinedPath(folder, TextOf(entry->path().filename())));
             if (mThrottler.ThrottleAndCheckAbort())
                 return;
         }
@@ -59,17 +60,22 @@ private:
 
     void Unreadable(const std::string& name, const std::error_code& error)
     {
-        mLosses.AddUnreadable((mTop / name).string(), error.message());
+        mLosses.AddUnreadable(JoinedPath(mTop, name), error.message());
         ++mFound.unreadable;
     }
 
-    const fs::path mTop;
+    const std::string mTop;
     Losses& mLosses;
     U_UIThrottler& mThrottler;
     std::vector<std::string> mWaiting;
     FoundFiles mFound;
 };
 } // namespace
+
+std::string JoinedPath(const std::string& folder, const std::string& name)
+{
+    return (fs::u8path(folder) / fs::u8path(name)).generic_u8string();
+}
 
 FoundFiles WalkFolder(const std::string& folder, Losses& losses, U_UIThrottler& throttler)
 {

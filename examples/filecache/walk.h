@@ -16,6 +16,9 @@ struct FoundFiles
     size_t unreadable = 0;          // folders and entries that could not be read
 };
 
+// Returns the path of a file in a folder; with an empty name, of the folder.
+std::string JoinedPath(const std::string& folder, const std::string& name);
+
 // Finds the regular files of the folder and of all folders below, until the throttler
 // answers that the user has aborted. Symbolic links are not followed. Entries that cannot be
 // read are added to the losses.

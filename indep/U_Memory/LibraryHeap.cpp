@@ -27,14 +27,14 @@ std::atomic<U_i64> sFrameAllocation(0); // bytes
 std::atomic<U_u32> sFrameChanges(0);
 
 // The parts of the measurement that runs on this thread, null outside measurements.
-PLATFORM_THREAD_LOCAL UseParts* tParts = nullptr;
+PLATFORM_THREAD_LOCAL(UseParts*, tParts);
 
 // Sets tParts in a scope. Scopes nest, since the function of an external manager may measure, and
 // may throw.
 class ScParts
 {
 public:
-    explicit ScParts(UseParts* parts) : mOuter(std::exchange(tParts, parts)) {}
+    explicit ScParts(UseParts* parts) : mOuter(tParts) { tParts = parts; }
     ~ScParts() { tParts = mOuter; }
     ScParts(const ScParts&) = delete;
     ScParts& operator=(const ScParts&) = delete;

@@ -60,11 +60,12 @@ int U_SuspendContext::PostedCall::RunFunction()
     return function();
 }
 
-PLATFORM_THREAD_LOCAL U_SuspendContext::ScLoan* U_SuspendContext::ScLoan::tInnermost = nullptr;
+PLATFORM_THREAD_LOCAL(U_SuspendContext::ScLoan*, U_SuspendContext::ScLoan::tInnermost);
 
 U_SuspendContext::ScLoan::ScLoan(const U_Context& context, std::atomic<Holder>& holder)
-    : mContext(context), mHolder(holder), mOuter(std::exchange(tInnermost, this))
+    : mContext(context), mHolder(holder), mOuter(tInnermost)
 {
+    tInnermost = this;
 }
 
 U_SuspendContext::ScLoan::~ScLoan()

@@ -74,7 +74,7 @@ private:
     std::atomic<Holder>& mHolder;
     ScLoan* const mOuter;
 
-    static PLATFORM_THREAD_LOCAL ScLoan* tInnermost;
+    static PLATFORM_THREAD_LOCAL(ScLoan*, tInnermost);
 };
 
 // Makes a suspended context current on the calling thread for a scope. The context that was

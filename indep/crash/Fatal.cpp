@@ -23,11 +23,11 @@ struct HardwareExceptionHandler
 platform::RecursiveMutex sGlobalLock;
 HardwareExceptionHandler sGlobal PLATFORM_GUARDED_BY(sGlobalLock) = {nullptr, nullptr};
 
-PLATFORM_THREAD_LOCAL HardwareExceptionHandler tLocal = {nullptr, nullptr};
+PLATFORM_THREAD_LOCAL(HardwareExceptionHandler, tLocal);
 
 // The calls of the handler and of the log. A failure within one of them does not repeat it.
-PLATFORM_THREAD_LOCAL LiveCall tHandlerCall = {};
-PLATFORM_THREAD_LOCAL LiveCall tLogCall = {};
+PLATFORM_THREAD_LOCAL(LiveCall, tHandlerCall);
+PLATFORM_THREAD_LOCAL(LiveCall, tLogCall);
 
 HardwareExceptionHandler GlobalHandler()
 {
@@ -37,7 +37,8 @@ HardwareExceptionHandler GlobalHandler()
 
 HardwareExceptionHandler HandlerInForce()
 {
-    return tLocal.mFunc ? tLocal : GlobalHandler();
+    const HardwareExceptionHandler local = tLocal;
+    return local.mFunc ? local : GlobalHandler();
 }
 
 void CallHandlerInForce()
@@ -69,16 +70,16 @@ void Copy(const HardwareExceptionHandler& handler, U_FatalHandler* func, void** 
 } // namespace
 
 LastCall::LastCall() noexcept
-    : mCallsHandler(!tHandlerCall.IsOnStack()), mLogs(!tLogCall.IsOnStack())
+    : mCallsHandler(!LiveCall::IsOnStack(tHandlerCall)), mLogs(!LiveCall::IsOnStack(tLogCall))
 {
 }
 
 void LastCall::Make() const noexcept
 {
     if (mCallsHandler)
-        tHandlerCall.Make(&CallHandlerInForce);
+        LiveCall::Make(tHandlerCall, &CallHandlerInForce);
     if (mLogs)
-        tLogCall.Make(&LogReturn);
+        LiveCall::Make(tLogCall, &LogReturn);
 }
 
 void Up_CallHandler() noexcept

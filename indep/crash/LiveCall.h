@@ -11,7 +11,7 @@
 // the call sets and clears would stay set after a jump out of the function. IsOnStack looks
 // for the frame of the call on the stack instead.
 //
-// For a thread-local variable, zero at first.
+// The functions take the thread-local variable of the call, zero at first.
 struct LiveCall
 {
     // Returns whether the calling thread is within the call. Walks the stack if the call has
@@ -21,27 +21,30 @@ struct LiveCall
     // has reached the frame of the call or an older one. Then the first result is false, so
     // that a failure after a jump is not lost. The next results are true, so that a function
     // that fails in this way does not call itself without end.
-    bool IsOnStack()
+    template <class Variable> static bool IsOnStack(Variable& variable)
     {
-        if (!mFrame)
+        LiveCall call = variable;
+        if (!call.mFrame)
             return false;
-        Search search = {*this, 0, false};
+        Search search = {call, 0, false};
         win32::CallUntilException(&Walk, &search);
-        if (search.mIsFound || IsOlder(search.mVisited))
-            mIsUnknown = false;
-        else if (!mIsUnknown)
-            mIsUnknown = true;
+        if (search.mIsFound || call.IsOlder(search.mVisited))
+            call.mIsUnknown = false;
+        else if (!call.mIsUnknown)
+            call.mIsUnknown = true;
         else
             return true;
+        variable = call;
         return search.mIsFound;
     }
 
-    // Calls the function. REQUIRES: IsOnStack() has returned false.
-    template <class Function> void Make(Function function)
+    // Calls the function. REQUIRES: IsOnStack has returned false.
+    template <class Variable, class Function>
+    static void Make(Variable& variable, Function function)
     {
-        Run(function);
+        Run(variable, function);
         // This also prevents a tail call of Run.
-        *this = {};
+        variable = LiveCall();
     }
 
     _Unwind_Word mFrame;   // the canonical frame address of Run; 0 if Run has returned
@@ -57,11 +60,14 @@ private:
         bool mIsFound;
     };
 
-    template <class Function> __attribute__((noinline)) void Run(Function& function)
+    template <class Variable, class Function>
+    __attribute__((noinline)) static void Run(Variable& variable, Function& function)
     {
-        mFrame = reinterpret_cast<_Unwind_Word>(__builtin_dwarf_cfa());
-        mReturn = reinterpret_cast<_Unwind_Word>(__builtin_return_address(0));
-        mIsOnFilterStack = IsOnFilterStack(mFrame);
+        LiveCall call = variable;
+        call.mFrame = reinterpret_cast<_Unwind_Word>(__builtin_dwarf_cfa());
+        call.mReturn = reinterpret_cast<_Unwind_Word>(__builtin_return_address(0));
+        call.mIsOnFilterStack = IsOnFilterStack(call.mFrame);
+        variable = call;
         function();
     }
 

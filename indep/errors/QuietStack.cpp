@@ -25,7 +25,7 @@ PerThreadQuietStack& TheQuietStack()
 }
 } // namespace
 
-PLATFORM_THREAD_LOCAL PerThreadQuietStack::Found PerThreadQuietStack::tFound = {0, nullptr};
+PLATFORM_THREAD_LOCAL(PerThreadQuietStack::Found, PerThreadQuietStack::tFound);
 
 PerThreadQuietStack::PerThreadQuietStack() : mSerial(++sTables) {}
 
@@ -76,9 +76,13 @@ template <class Accept> PerThreadQuietStack::Entry* PerThreadQuietStack::FirstOf
 // The result can be kept in tFound: only the thread itself can claim an entry for its id.
 PerThreadQuietStack::Entry* PerThreadQuietStack::Find(U_u32 threadId)
 {
-    if (tFound.mTable != mSerial)
-        tFound = {mSerial, FirstOf([&](const Entry& entry) { return entry.mKey == threadId; })};
-    return tFound.mEntry;
+    Found found = tFound;
+    if (found.mTable != mSerial)
+    {
+        found = {mSerial, FirstOf([&](const Entry& entry) { return entry.mKey == threadId; })};
+        tFound = found;
+    }
+    return found.mEntry;
 }
 
 PerThreadQuietStack::Entry& PerThreadQuietStack::Claim(U_u32 threadId)
@@ -102,7 +106,7 @@ void PerThreadQuietStack::Push(U_u32 threadId, bool logs)
 {
     Entry* const mine = Find(threadId);
     Entry& entry = mine ? *mine : Claim(threadId);
-    tFound.mEntry = &entry;
+    tFound = {mSerial, &entry};
     if (!entry.mLevels)
         entry.mLevels.emplace();
     entry.mLevels->push_back(logs && (entry.mLevels->empty() || entry.mLevels->back()));

@@ -61,7 +61,7 @@ private:
     Entry* Find(U_u32 threadId);
     Entry& Claim(U_u32 threadId);
 
-    static PLATFORM_THREAD_LOCAL Found tFound;
+    static PLATFORM_THREAD_LOCAL(Found, tFound);
 
     const U_u64 mSerial;          // differs from every other table's
     std::atomic<U_u32> mCount{0}; // entries handed out

@@ -26,7 +26,12 @@ struct LoggingBuffer
 
 LoggingBuffer sEmergencyBuffer = {};
 
-PLATFORM_THREAD_LOCAL Up_LastErrorState tLastError = {};
+PLATFORM_THREAD_LOCAL(Up_LastErrorState, tLastError);
+
+Up_LastErrorState LastError()
+{
+    return tLastError;
+}
 
 // Marks that the thread is inside a report: an inner report must not change the thread's text
 // and last error.
@@ -114,29 +119,31 @@ U_Status ReportWithCode(U_u32 location, U_u16 severity, U_u32 code, const char* 
 }
 } // namespace
 
-Up_LastErrorState& Up_LastErrorStateOfThread()
-{
-    return tLastError;
-}
-
 U_u32 Up_GetThreadLastError()
 {
-    return tLastError.mLastError;
+    return LastError().mLastError;
 }
 
 U_u16 Up_GetThreadLastSeverity()
 {
-    return tLastError.mLastSeverity;
+    return LastError().mLastSeverity;
 }
 
 U_u32 Up_GetThreadLastLocation()
 {
-    return tLastError.mLastLocation;
+    return LastError().mLastLocation;
 }
 
 U_u32 Up_SetThreadLastError(U_u32 code)
 {
-    return tLastError.mLastError = code;
+    const Up_LastErrorState last = LastError();
+    tLastError = {code, last.mLastSeverity, last.mLastLocation};
+    return code;
+}
+
+void Up_SetThreadLastReport(U_u16 severity, U_u32 location)
+{
+    tLastError = {Up_GetThreadLastError(), severity, location};
 }
 
 char* Up_GetThreadLoggingBuffer()

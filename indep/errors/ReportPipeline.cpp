@@ -107,9 +107,7 @@ bool Report::MayShowNow(bool grouped) const
 
 void Report::Display(bool grouped)
 {
-    Up_LastErrorState& last = Up_LastErrorStateOfThread();
-    last.mLastSeverity = mSeverity;
-    last.mLastLocation = mLocation;
+    Up_SetThreadLastReport(mSeverity, mLocation);
     if (mSeverity != U_Sev_DETAIL && Globals())
         ++Globals()->mErrorCount;
     if (!IsDisplayOn(mSeverity))

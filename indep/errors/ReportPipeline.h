@@ -104,8 +104,8 @@ struct Up_LastErrorState
     U_u32 mLastLocation;
 };
 
-// Returns the calling thread's state. All fields are 0 at first.
-Up_LastErrorState& Up_LastErrorStateOfThread();
+// Sets the severity and the location of the calling thread's state, and keeps the code.
+void Up_SetThreadLastReport(U_u16 severity, U_u32 location);
 
 // Returns the thread logging buffer; null if the thread has none.
 char* Up_FindThreadLoggingBuffer();

@@ -3,8 +3,6 @@
 #ifndef INDEP_FRAME_REENTRANCY_GUARD_H
 #define INDEP_FRAME_REENTRANCY_GUARD_H
 
-#include <utility>
-
 #include <platform/base/thread_local.h>
 
 // Marks the section as entered on the calling thread while the guard lives. `Section` is a type
@@ -12,7 +10,7 @@
 template <class Section> class ReentrancyGuard
 {
 public:
-    ReentrancyGuard() : mIsNested(std::exchange(tIsInside, true)) {}
+    ReentrancyGuard() : mIsNested(tIsInside) { tIsInside = true; }
     ~ReentrancyGuard() { tIsInside = mIsNested; }
     ReentrancyGuard(const ReentrancyGuard&) = delete;
     ReentrancyGuard& operator=(const ReentrancyGuard&) = delete;
@@ -24,11 +22,11 @@ public:
     static bool IsInside() { return tIsInside; }
 
 private:
-    static PLATFORM_THREAD_LOCAL bool tIsInside;
+    static PLATFORM_THREAD_LOCAL(bool, tIsInside);
 
     const bool mIsNested;
 };
 
-template <class Section> PLATFORM_THREAD_LOCAL bool ReentrancyGuard<Section>::tIsInside = false;
+template <class Section> PLATFORM_THREAD_LOCAL(bool, ReentrancyGuard<Section>::tIsInside);
 
 #endif

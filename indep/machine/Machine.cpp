@@ -33,7 +33,7 @@ U_CPU_Data sData; // written by birth only
 std::atomic<U_i32> sNumThreads(kAskTheMachine);
 
 // The highest address that the thread has marked; null without a mark.
-PLATFORM_THREAD_LOCAL char* tMark = nullptr;
+PLATFORM_THREAD_LOCAL(char*, tMark);
 
 U_u32 Bit(int word, int bit)
 {
@@ -160,7 +160,7 @@ U_i32 U_GetComputerName(U_u32 size, char* out)
 
 void U_InitializeCallStackMonitoring()
 {
-    tMark = std::max(tMark, krobase::utility::StackAddress());
+    tMark = std::max<char*>(tMark, krobase::utility::StackAddress());
 }
 
 size_t U_GetCurrentCallStackSize()

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <memory>
-#include <new>
-
-#include <unicode/brkiter.h>
 
 #include <platform/base/code_units.h>
 #include <platform/base/printable.h>
 #include <win32/message_box.h>
+
+#include "characters.h"
 
 namespace platform
 {
@@ -17,7 +16,7 @@ namespace
 typedef krobase::utility::UTF16String UTF16String;
 using kroview::dialogs::messagebox::Icon;
 
-// Longer paragraphs are split: ICU's positions have 32 bits.
+// Longer paragraphs are split: the positions of breaks have 32 bits.
 const std::size_t kLongestParagraph = 1 << 20;
 
 // The units of a word that are measured at once. To measure the whole rest of a long word for
@@ -72,8 +71,7 @@ class ParagraphWrapper
 {
 public:
     ParagraphWrapper(const LineFits& fits, std::vector<UTF16String>& lines)
-        : mFits(fits), mLines(lines), mWords(Breaks(&icu::BreakIterator::createLineInstance)),
-          mCharacters(Breaks(&icu::BreakIterator::createCharacterInstance))
+        : mFits(fits), mLines(lines)
     {
     }
 
@@ -81,15 +79,13 @@ public:
     {
         mText = paragraph;
         std::replace_if(mText.begin(), mText.end(), IsControl, ' ');
-        const icu::UnicodeString text(mText.data(), static_cast<int>(mText.size()));
-        mWords->setText(text);
-        mCharacters->setText(text);
+        mBreaks->SetText(mText);
         int start = 0;
         int fitting = 0; // the last break before which the line fits
         const int end = static_cast<int>(mText.size());
         for (int next = 0; next < end;)
         {
-            const int word = mWords->following(next);
+            const int word = mBreaks->NextLineEnd(next);
             next = MeasuredEnd(next, word);
             while (!mFits(Line(start, next)))
             {
@@ -108,23 +104,12 @@ public:
     }
 
 private:
-    typedef icu::BreakIterator* (*Factory)(const icu::Locale&, UErrorCode&);
-
-    static std::unique_ptr<icu::BreakIterator> Breaks(Factory make)
-    {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> breaks(make(icu::Locale::getRoot(), status));
-        if (U_FAILURE(status))
-            throw std::bad_alloc();
-        return breaks;
-    }
-
     // Returns the end of the word that begins at `start`, or of a piece of a long word.
     int MeasuredEnd(int start, int word) const
     {
         if (word - start <= kLongestPiece)
             return word;
-        const int end = mCharacters->preceding(start + kLongestPiece + 1);
+        const int end = mBreaks->LastCharacterEnd(start + kLongestPiece + 1);
         return end > start ? end : word;
     }
 
@@ -146,10 +131,10 @@ private:
     // and after at least one character.
     int CutWord(int start, int end) const
     {
-        int cut = std::min(mCharacters->following(start), end);
+        int cut = std::min(mBreaks->NextCharacterEnd(start), end);
         while (cut < end)
         {
-            const int further = std::min(mCharacters->following(cut), end);
+            const int further = std::min(mBreaks->NextCharacterEnd(cut), end);
             if (!mFits(Line(start, further)))
                 break;
             cut = further;
@@ -159,8 +144,7 @@ private:
 
     const LineFits& mFits;
     std::vector<UTF16String>& mLines;
-    const std::unique_ptr<icu::BreakIterator> mWords;
-    const std::unique_ptr<icu::BreakIterator> mCharacters;
+    const std::unique_ptr<TextBreaks> mBreaks = MakeTextBreaks();
     UTF16String mText;
 };
 

@@ -7,18 +7,18 @@
 #include <string>
 #include <vector>
 
-#include <unicode/uchar.h>
-#include <unicode/utf16.h>
-
 #include <krobase/debug.h>
 #include <kroview/messagebox.h>
+#include <platform/base/code_units.h>
 #include <platform/base/printable.h>
 #include <platform/base/switched_function.h>
 #include <win32/message_box.h>
 #include <win32/process.h>
 #include <win32/text.h>
 
+#include "characters.h"
 #include "layout.h"
+#include "system_box.h"
 
 namespace platform
 {
@@ -50,13 +50,12 @@ const char* IconWord(const Alert& alert)
     return "";
 }
 
-// Returns the columns that the character takes on a terminal.
-std::size_t Columns(UChar32 character)
+// Returns the units of the character at the position: 2 for a surrogate pair.
+std::size_t CharacterLength(const UTF16String& text, std::size_t position)
 {
-    if (U_GET_GC_MASK(character) & (U_GC_MN_MASK | U_GC_ME_MASK | U_GC_CF_MASK))
-        return 0;
-    const int width = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
-    return width == U_EA_FULLWIDTH || width == U_EA_WIDE ? 2 : 1;
+    const bool isPair = IsHighSurrogate(text[position]) && position + 1 < text.size() &&
+                        IsLowSurrogate(text[position + 1]);
+    return isPair ? 2 : 1;
 }
 
 std::size_t Columns(const UTF16String& line)
@@ -64,9 +63,12 @@ std::size_t Columns(const UTF16String& line)
     std::size_t columns = 0;
     for (std::size_t position = 0; position < line.size();)
     {
-        UChar32 character = 0;
-        U16_NEXT(line.data(), position, line.size(), character);
-        columns += Columns(character);
+        const std::size_t length = CharacterLength(line, position);
+        unsigned int character = line[position];
+        if (length == 2)
+            character = 0x10000 + ((character & 0x3FF) << 10 | (line[position + 1] & 0x3FFu));
+        columns += ColumnsOf(character);
+        position += length;
     }
     return columns;
 }
@@ -109,14 +111,13 @@ void WriteBare(const UTF16String& text)
 {
     for (std::size_t position = 0; position < text.size();)
     {
-        UChar32 character = 0;
-        U16_NEXT(text.data(), position, text.size(), character);
-        if (U16_IS_SURROGATE(character))
-            character = 0xFFFD;
-        char bytes[U8_MAX_LENGTH];
-        std::size_t length = 0;
-        U8_APPEND_UNSAFE(bytes, length, character);
-        WritePrintable(stderr, {bytes, length}, "\n\t");
+        const std::size_t length = CharacterLength(text, position);
+        char bytes[4];
+        const int count = win32::WideCharToMultiByte(win32::kCodePageUTF8, 0, &text[position],
+                                                     static_cast<int>(length), bytes, sizeof(bytes),
+                                                     nullptr, nullptr);
+        WritePrintable(stderr, {bytes, static_cast<std::size_t>(count)}, "\n\t");
+        position += length;
     }
     WriteToStderr("\n");
 }
@@ -126,7 +127,7 @@ void Present(const Alert& alert)
 {
     if (const auto presenter = sPresenter.Get())
         (*presenter)(alert);
-    else
+    else if (!PresentInSystemBox(alert))
         PresentOnConsole(alert);
 }
 

@@ -15,11 +15,14 @@
 #ifndef PLATFORM_BASE_LOCKS_H
 #define PLATFORM_BASE_LOCKS_H
 
-#include <condition_variable>
-#include <mutex>
 #include <type_traits>
 
 #include "quiet_new.h"
+#if defined(_WIN32)
+#include "locks_native.h"
+#else
+#include "locks_posix.h"
+#endif
 
 #if defined(__clang__)
 #define PLATFORM_THREAD_ATTRIBUTE(attribute) __attribute__((attribute))
@@ -55,7 +58,7 @@
 
 namespace platform
 {
-// A mutex over one of the standard library's. Use ScLock; call Lock and Unlock only where a
+// A mutex over one of the system's. Use ScLock; call Lock and Unlock only where a
 // lock has no scope.
 template <class Native> class PLATFORM_CAPABILITY BasicMutex
 {
@@ -74,8 +77,8 @@ private:
     Native mNative;
 };
 
-typedef BasicMutex<std::mutex> Mutex;
-typedef BasicMutex<std::recursive_mutex> RecursiveMutex;
+typedef BasicMutex<NativeMutex> Mutex;
+typedef BasicMutex<NativeRecursiveMutex> RecursiveMutex;
 static_assert(std::is_trivially_destructible_v<Mutex>);
 static_assert(std::is_trivially_destructible_v<RecursiveMutex>);
 
@@ -101,32 +104,20 @@ class Condition
 {
 public:
     // Unlocks the mutex, waits for a notification, and locks the mutex again.
-    void Wait(Mutex& mutex) PLATFORM_REQUIRES(mutex)
-    {
-        Held held(mutex.mNative);
-        mNative.wait(held);
-    }
+    void Wait(Mutex& mutex) PLATFORM_REQUIRES(mutex) { mNative.Wait(mutex.mNative); }
 
     // Waits like Wait, at the latest until `due`.
     // Returns: whether the wait ended before `due`.
     template <class Time> bool WaitUntil(Mutex& mutex, const Time& due) PLATFORM_REQUIRES(mutex)
     {
-        Held held(mutex.mNative);
-        return mNative.wait_until(held, due) == std::cv_status::no_timeout;
+        return mNative.WaitUntil(mutex.mNative, due);
     }
 
-    void NotifyOne() { mNative.notify_one(); }
-    void NotifyAll() { mNative.notify_all(); }
+    void NotifyOne() { mNative.NotifyOne(); }
+    void NotifyAll() { mNative.NotifyAll(); }
 
 private:
-    // The caller's lock in the standard library's form. The mutex stays locked at the end.
-    struct Held : std::unique_lock<std::mutex>
-    {
-        explicit Held(std::mutex& mutex) : std::unique_lock<std::mutex>(mutex, std::adopt_lock) {}
-        ~Held() { release(); }
-    };
-
-    std::condition_variable mNative;
+    NativeCondition mNative;
 };
 } // namespace platform
 

@@ -105,15 +105,16 @@ std::shared_ptr<Loop> FindLoop(void* window)
     return found != sLoops.end() ? found->second.lock() : nullptr;
 }
 
-long long LoopProcedure(void* window, unsigned int message, unsigned long long wParam, long long)
+long long LoopProcedure(void* window, unsigned int message, unsigned long long wParam,
+                        long long lParam)
 {
     const std::shared_ptr<Loop> loop = FindLoop(window);
-    if (message == win32::kWmClose)
-        win32::DestroyWindow(window);
-    else if (loop && message == win32::kWmUser)
+    if (loop && message == win32::kWmUser)
         loop->RunNext();
     else if (loop && message == win32::kWmTimer)
         loop->RunDelayed(wParam);
+    else
+        return win32::DefWindowProcW(window, message, wParam, lParam);
     return 0;
 }
 
@@ -132,7 +133,7 @@ void* MakeWindow()
 
 // The thread's number, 0 until the thread makes an adaptor. The system's thread id is no
 // alternative: a later thread may have the same id.
-PLATFORM_THREAD_LOCAL unsigned long long tThread = 0;
+PLATFORM_THREAD_LOCAL(unsigned long long, tThread);
 std::atomic<unsigned long long> sThreads(0);
 
 unsigned long long ThisThread()

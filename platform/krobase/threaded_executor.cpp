@@ -94,7 +94,7 @@ private:
     bool mClosed PLATFORM_GUARDED_BY(mLock) = false;
 };
 
-PLATFORM_THREAD_LOCAL const WorkQueue* tRunning = nullptr;
+PLATFORM_THREAD_LOCAL(const WorkQueue*, tRunning);
 
 void WorkQueue::Post(const Function& function, int delay)
 {

@@ -1,4 +1,5 @@
-// The clipboard, which is the process's own. platform::ClipboardText reads it.
+// The clipboard: the system's, or on a system without one the process's own.
+// platform::ClipboardText reads the text back.
 //
 //     kroview::datatransfer::NewClipboardSendData(krobase::utility::UTF16String(3, 'x'));
 //
@@ -17,6 +18,8 @@ namespace datatransfer
 // Replaces the text on the clipboard.
 //
 // Throws: std::bad_alloc; then the clipboard is left as it is.
+// Failures: if another program has the clipboard open, the text is not copied, and a line of the
+//   log at level 0 says so.
 PLATFORM_EXPORT void NewClipboardSendData(const krobase::utility::UTF16String& text);
 } // namespace datatransfer
 } // namespace kroview

@@ -10,7 +10,7 @@
 
 namespace tolv
 {
-PLATFORM_THREAD_LOCAL ThreadRecord* tRecord = nullptr;
+PLATFORM_THREAD_LOCAL(ThreadRecord*, tRecord);
 
 namespace
 {

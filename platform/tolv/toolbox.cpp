@@ -11,7 +11,7 @@ namespace
 const short kResourceNotFound = -192;
 const short kAddResourceFailed = -194;
 
-PLATFORM_THREAD_LOCAL short tResourceError = 0;
+PLATFORM_THREAD_LOCAL(short, tResourceError);
 
 // A handle is the address of its master's first member.
 struct Master

@@ -82,8 +82,8 @@ const unsigned int kTimeNoSeconds = 2;
 //
 // Returns: the count of units with the terminator, or 0. Then GetLastError returns
 //  - 87 for a locale other than the user's, a time that does not exist, a negative size, a
-//    null buffer, a picture together with flags, or any picture of a time;
-//  - 1004 for other flags;
+//    null buffer, or any picture of a time;
+//  - 1004 for other flags, or a picture of a date together with flags;
 //  - 122 if the buffer is too small. The buffer is unchanged;
 //  - 8 without memory;
 //  - 120 if the system lacks the function.
@@ -92,13 +92,13 @@ PLATFORM_EXPORT int GetDateFormatW(unsigned int locale, unsigned int flags, cons
 PLATFORM_EXPORT int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,
                                    const unsigned short* picture, unsigned short* buffer, int size);
 
-// Receives a date picture, the number of its calendar, which is always 1, and the caller's
-// `param`. Returns 0 to end the enumeration.
+// Receives a date picture, the number of its calendar, which is 1 for the Gregorian calendar, and
+// the caller's `param`. Returns 0 to end the enumeration.
 typedef int (*DateFormatCallback)(unsigned short* picture, unsigned int calendar, long long param);
 
-// Calls `callback` with each picture of short or of long dates of the user's locale.
-// There is one of each. `localeName` is null, which means the user's locale. Exceptions of the
-// callback reach the caller.
+// Calls `callback` with each picture of short or of long dates of the user's locale, first with
+// the picture that GetDateFormatW uses. `localeName` is null, which means the user's locale.
+// Exceptions of the callback reach the caller.
 //
 // Returns: non-zero on success, or 0. Then GetLastError returns
 //  - 87 for a locale name or a null callback;

@@ -57,9 +57,9 @@ PLATFORM_EXPORT int PeekMessageW(MSG* message, void* window, unsigned int minimu
 PLATFORM_EXPORT int GetMessageW(MSG* message, void* window, unsigned int minimum,
                                 unsigned int maximum);
 
-// Posts the character of a key message, and returns non-zero if there was one. Here the layout
-// of the keyboard is unknown, so the result is always 0: a caller that posts keys also posts
-// their characters.
+// Posts the character of a key message, and returns non-zero if there was one. A system that does
+// not know the layout of the keyboard returns 0: there, a caller that posts keys also posts their
+// characters.
 PLATFORM_EXPORT int TranslateMessage(const MSG* message);
 
 // Calls the procedure of the message's window and returns the result. A message to the thread
@@ -102,6 +102,13 @@ struct WNDCLASSW
     WNDPROC lpfnWndProc;
     const unsigned short* lpszClassName;
 };
+
+// Handles a message as the system does without a procedure: kWmClose destroys the window.
+//
+// The system sends messages of its own to a window, such as those of its creation. A procedure
+// passes each message that it does not know to this function, and returns the result.
+PLATFORM_EXPORT long long DefWindowProcW(void* window, unsigned int message,
+                                         unsigned long long wParam, long long lParam);
 
 // Registers a window procedure under the name of a class, until the process ends.
 //

@@ -20,7 +20,7 @@ const unsigned int kCodePageUTF8 = 65001;
 
 const unsigned int kNoBestFitChars = 0x400; // a flag of WideCharToMultiByte
 
-// Returns the active code page: 1252 unless the host has set another one.
+// Returns the active code page: the one that the host has set, or else the system's own.
 PLATFORM_EXPORT unsigned int GetACP();
 
 // Returns non-zero if the byte begins a character of two bytes; 0 for UTF-8 and for an unknown
@@ -30,7 +30,7 @@ PLATFORM_EXPORT int IsDBCSLeadByteEx(unsigned int codePage, unsigned char byte);
 // Convert text to UTF-16, and from UTF-16.
 //
 // A count of -1 means that the source is null-terminated; then the terminator is converted
-// too. A capacity of 0 asks for the count alone.
+// too. A capacity of 0 asks for the count alone. The source and the destination do not overlap.
 //
 //  - MultiByteToWideChar replaces bytes that are no character by the default character of the
 //    code page, in UTF-8 by U+FFFD. `flags` is 0.
@@ -41,11 +41,11 @@ PLATFORM_EXPORT int IsDBCSLeadByteEx(unsigned int codePage, unsigned char byte);
 //    half of a surrogate pair becomes U+FFFD.
 //
 // Returns: the count of characters written or needed, or 0. Then GetLastError returns
-//  - 87 for an unknown code page, a null source, an empty source, other counts, a source and a
-//    destination that overlap, or a source or result of more than 2^31 - 1 characters;
+//  - 87 for an unknown code page, a null source, an empty source, other counts, a source that is
+//    the destination, too, or a source or result of more than 2^31 - 1 characters;
 //  - 122 if the destination is too small. The destination contains the characters that fit;
 //  - 1004 for other flags;
-//  - 8 if there is no memory for the tables of the code page, which its first use makes.
+//  - 8 without memory.
 PLATFORM_EXPORT int MultiByteToWideChar(unsigned int codePage, unsigned int flags,
                                         const char* bytes, int byteCount, unsigned short* units,
                                         int capacity);

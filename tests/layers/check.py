@@ -13,6 +13,7 @@ import sys
 
 # From the lowest row to the highest.
 ROWS = [
+    ["platform/win32/native/windows_api.h"],
     ["platform/base"],
     ["platform/wril"],
     ["platform/win32"],

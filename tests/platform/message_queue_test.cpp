@@ -25,8 +25,10 @@ const unsigned short kClassName[] = {'T', 'e', 's', 't', 0};
 
 thread_local std::vector<std::string> tDispatched;
 
-long long Record(void*, unsigned int message, unsigned long long wParam, long long lParam)
+long long Record(void* window, unsigned int message, unsigned long long wParam, long long lParam)
 {
+    if (message < win32::kWmUser)
+        return win32::DefWindowProcW(window, message, wParam, lParam);
     tDispatched.push_back(std::to_string(message) + " " + std::to_string(wParam) + " " +
                           std::to_string(lParam));
     return 7;
@@ -114,6 +116,38 @@ TEST(MessageQueues, AWindowReceivesMessagesUntilItIsDestroyed)
     });
     EXPECT_FALSE(win32::IsWindow(window)) << "the window ended with its thread";
     EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0));
+}
+
+TEST(MessageQueues, AnExceptionOfAProcedureReachesTheDispatcher)
+{
+    const unsigned short kThrowing[] = {'T', 'h', 'r', 'o', 'w', 's', 0};
+    const win32::WNDPROC throwing = [](void* window, unsigned int message,
+                                       unsigned long long wParam, long long lParam) -> long long {
+        if (message == win32::kWmUser)
+            throw static_cast<int>(wParam);
+        return win32::DefWindowProcW(window, message, wParam, lParam);
+    };
+    OnFreshThread([&] {
+        const win32::WNDCLASSW windowClass = {throwing, kThrowing};
+        EXPECT_NE(win32::RegisterClassW(&windowClass), 0);
+        EXPECT_EQ(win32::RegisterClassW(&windowClass), 0) << "the name is taken";
+        void* const window =
+            win32::CreateWindowExW(0, kThrowing, nullptr, 0, 0, 0, 0, 0, win32::MessageOnlyParent(),
+                                   nullptr, nullptr, nullptr);
+        for (const unsigned int code : {14u, 15u})
+        {
+            win32::PostMessageW(window, win32::kWmUser, code, 0);
+            MSG message;
+            ASSERT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+            EXPECT_THAT([&] { win32::DispatchMessageW(&message); },
+                        testing::Throws<int>(static_cast<int>(code)));
+        }
+        win32::PostMessageW(window, win32::kWmClose, 0, 0);
+        MSG message;
+        ASSERT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
+        EXPECT_EQ(win32::DispatchMessageW(&message), 0);
+        EXPECT_FALSE(win32::IsWindow(window)) << "the system's handling of the message";
+    });
 }
 
 TEST(MessageQueues, ATimerPostsMessagesUntilItIsKilled)

@@ -402,7 +402,7 @@ TEST(Conversions, RefuseArgumentsWithAnErrorOfTheirOwn)
     unsigned short units[8];
     char bytes[8];
     const std::tuple<unsigned int, unsigned int, int, unsigned int> kRows[] = {
-        {437, 0, 1, 87},       {1252, 0, 0, 87},        {1252, 0, -2, 87},
+        {12345, 0, 1, 87},     {1252, 0, 0, 87},        {1252, 0, -2, 87},
         {1252, 0x80, 1, 1004}, {65001, 0x400, 1, 1004},
     };
     for (const auto& [page, flags, count, error] : kRows)

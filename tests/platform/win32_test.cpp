@@ -150,6 +150,8 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
     const Call kBadFlags[] = {
         {"an unknown item", [] { return win32::GetLocaleInfoW(kUser, 1, nullptr, 0); }},
         {"dates", [&] { return win32::GetDateFormatW(kUser, 4, &day, nullptr, nullptr, 0); }},
+        {"a picture with flags",
+         [&] { return win32::GetDateFormatW(kUser, 1, &day, name, nullptr, 0); }},
         {"times", [&] { return win32::GetTimeFormatW(kUser, 1, &day, nullptr, nullptr, 0); }},
         {"both dates", [] { return win32::EnumDateFormatsExEx(&TakePicture, nullptr, 3, 0); }},
     };

@@ -51,6 +51,20 @@ class Files(Case):
         self.run_tool("merge", "-o", self.path("new"), self.path("new"), text)  # onto itself
         self.assertEqual(self.content("new"), IMAGE[False])
 
+    def test_names_are_long_and_of_any_script(self):
+        folder = os.path.join(self.folder, *4 * ["größe 日本 \U0001f3ac" + 100 * "x"])
+        os.makedirs(folder)
+        text, image, absent = (os.path.join(folder, name) for name in ("ä", "ö", "ü"))
+        with open(text, "w", encoding="utf-8", newline="") as file:
+            file.write('"$$$/a=#{1A}"\r\n')  # the character ends a text file of some systems
+        self.run_tool("compile", "-o", image, text)
+        with open(image, "rb") as file:
+            self.assertEqual(self.dumped(file.read()), self.run_tool("dump", text).out)
+        self.run_tool("merge", "-o", image, image, text)  # over the old file
+        self.assertEqual(sorted(os.listdir(folder)), ["ä", "ö"])
+        result = self.run_tool("check", absent, status=2)
+        self.assertIn(f"zdict: {absent}: can't be read: No such file", result.err)
+
     def test_write_failures_are_reported(self):
         os.symlink("nowhere", self.path("dangling"))
         for target in self.folder, self.path("none/out"), self.path("dangling"), "/dev/full":

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cstdio>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -58,15 +57,15 @@ std::string FileName(const std::string& name, bool isAfterMark)
 // Returns the arguments after the program's name, from the last to the first, as CLI11 takes
 // them. CLI11 knows the mark -- only while operands are missing, so the mark of a command
 // whose operands are all files is dropped here. The key of `get` is not a file.
-std::vector<std::string> Reversed(int count, const char* const* arguments)
+std::vector<std::string> Reversed(const std::vector<std::string>& arguments)
 {
-    const bool areFiles = count > 1 && std::string_view(arguments[1]) != "get";
+    const bool areFiles = arguments.size() > 1 && arguments[1] != "get";
     std::vector<std::string> result;
     bool isValue = false;
     bool isAfterMark = false;
-    for (int i = 1; i < count; ++i)
+    for (std::size_t i = 1; i < arguments.size(); ++i)
     {
-        const std::string argument = arguments[i];
+        const std::string& argument = arguments[i];
         const std::size_t equals = argument.find('=');
         if (isValue || !areFiles)
         {
@@ -114,17 +113,17 @@ public:
         AddStats();
     }
 
-    Status Parse(int count, const char* const* arguments)
+    Status Parse(const std::vector<std::string>& arguments)
     {
         try
         {
-            mApp.parse(Reversed(count, arguments));
+            mApp.parse(Reversed(arguments));
             if (!mRun)
                 throw CLI::RequiredError("A command");
         }
         catch (const CLI::CallForHelp&)
         {
-            RequireCommand(count, arguments);
+            RequireCommand(arguments);
             // CLI11 answers --help before it refuses unknown arguments.
             if (mApp.remaining_size(true) > 0)
                 Refuse(CLI::ExtrasError(mApp.remaining(true)));
@@ -133,7 +132,7 @@ public:
         }
         catch (const CLI::ParseError& error)
         {
-            RequireCommand(count, arguments);
+            RequireCommand(arguments);
             Refuse(error);
         }
         return mRun(mOptions);
@@ -141,12 +140,12 @@ public:
 
 private:
     // Throws a Failure if the first argument is neither an option nor a command.
-    void RequireCommand(int count, const char* const* arguments) const
+    void RequireCommand(const std::vector<std::string>& arguments) const
     {
-        if (mApp.get_subcommands().empty() && count > 1 && arguments[1][0] != '-')
+        if (mApp.get_subcommands().empty() && arguments.size() > 1 &&
+            arguments[1].rfind('-', 0) != 0)
             throw Failure{kUnusable, std::string(),
-                          std::string("there is no command '") + arguments[1] +
-                              "' (see zdict --help)"};
+                          "there is no command '" + arguments[1] + "' (see zdict --help)"};
     }
 
     [[noreturn]] void Refuse(const CLI::ParseError& error) const
@@ -318,7 +317,7 @@ private:
 };
 } // namespace
 
-Status RunCommandLine(int count, const char* const* arguments)
+Status RunCommandLine(const std::vector<std::string>& arguments)
 {
-    return Parser().Parse(count, arguments);
+    return Parser().Parse(arguments);
 }

@@ -25,10 +25,11 @@ struct Options
     bool mVerbose = false;
 };
 
-// Parses the command line and runs its command. Help is printed on standard output.
+// Parses the command line, which begins with the program's name, and runs its command. Help is
+// printed on standard output.
 //
 // Throws: Failure, also for wrong usage.
-Status RunCommandLine(int count, const char* const* arguments);
+Status RunCommandLine(const std::vector<std::string>& arguments);
 
 // The commands.
 //

@@ -5,19 +5,21 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <hollin/ConversionHooks.h>
 
 #include "command_line.h"
+#include "system.h"
 
 namespace
 {
 // Runs the command. Reports an exception, and returns its status.
-Status RunGuarded(int count, const char* const* arguments)
+Status RunGuarded(const std::vector<std::string>& arguments)
 {
     try
     {
-        return RunCommandLine(count, arguments);
+        return RunCommandLine(arguments);
     }
     catch (const Failure& failure)
     {
@@ -39,7 +41,8 @@ Status RunGuarded(int count, const char* const* arguments)
 
 int main(int count, char** arguments)
 {
-    const Status status = RunGuarded(count, arguments);
+    const ProgramStart start(count, arguments);
+    const Status status = RunGuarded(start.Arguments());
     if (std::fflush(stdout) == 0 && !std::ferror(stdout))
         return status;
     Report("standard output", std::string("can't be written: ") + std::strerror(errno));

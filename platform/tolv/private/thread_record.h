@@ -111,7 +111,7 @@ struct alignas(platform::kCacheLine) ThreadRecord
     BlockCache mBlocks;
 };
 
-extern PLATFORM_THREAD_LOCAL ThreadRecord* tRecord;
+extern PLATFORM_THREAD_LOCAL(ThreadRecord*, tRecord);
 
 // Makes the calling thread's record. Returns null without memory.
 ThreadRecord* MakeRecord();

@@ -35,7 +35,9 @@
 
 #include <windows.h>
 
-#include <psapi.h> // after <windows.h>
+#include <psapi.h> // after <windows.h>, as the next two
+#include <sddl.h>
+#include <shellapi.h>
 
 // Macros that would rename functions of our own.
 #undef GetProcessMemoryInfo
@@ -64,6 +66,11 @@ inline wchar_t* Wide(unsigned short* text)
 inline const unsigned short* Units(const wchar_t* text)
 {
     return reinterpret_cast<const unsigned short*>(text);
+}
+
+inline unsigned short* Units(wchar_t* text)
+{
+    return reinterpret_cast<unsigned short*>(text);
 }
 } // namespace win32
 

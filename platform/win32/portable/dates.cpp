@@ -12,12 +12,10 @@
 #include <boost/date_time/year_month_day.hpp>
 #include <unicode/udat.h>
 
-#include <platform/base/immortal.h>
-#include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 
-#include "../private/switches.h"
+#include "../private/date_arguments.h"
 #include "locale.h"
 
 namespace win32
@@ -35,26 +33,6 @@ const int kLastYear = 30827;
 const int kFirstDay = 2305814; // 1 January 1601, as a day number of the calendar
 const int kFirstDayOf1970 = 2440588;
 const char16_t kNarrowNoBreakSpace = 0x202F;
-
-struct MissingFunction
-{
-    platform::Mutex mLock;
-    std::string mName PLATFORM_GUARDED_BY(mLock);
-};
-
-// Static destructors may write dates.
-MissingFunction& TheMissingFunction()
-{
-    static platform::Immortal<MissingFunction> sMissing;
-    return *sMissing;
-}
-
-// Returns true for the function that a switch takes away.
-bool IsMissing(const char* function)
-{
-    const platform::ScLock lock(TheMissingFunction().mLock);
-    return TheMissingFunction().mName == function;
-}
 
 // Calls write(buffer, room, &error), which returns the length, until the room suffices. Returns
 // an empty text if `write` fails.
@@ -178,7 +156,7 @@ private:
 // Returns false for a time that does not exist.
 bool ToDate(const SYSTEMTIME* time, UDate* date)
 {
-    if (!time || time->wYear < kFirstYear || time->wYear > kLastYear || time->wMonth < 1 ||
+    if (time->wYear < kFirstYear || time->wYear > kLastYear || time->wMonth < 1 ||
         time->wMonth > 12 || time->wDay < 1 ||
         time->wDay > Calendar::end_of_month_day(time->wYear, time->wMonth) || time->wHour > 23 ||
         time->wMinute > 59 || time->wSecond > 59 || time->wMilliseconds > 999)
@@ -236,12 +214,10 @@ int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
                    const unsigned short* picture, unsigned short* buffer, int size)
 {
     UDate date = 0;
-    if (IsMissing("GetDateFormatW"))
-        return Fail(kErrorCallNotImplemented);
-    if (locale != kLocaleUserDefault || !ToDate(time, &date) || (picture && flags))
+    if (const unsigned int error = RefuseDate(locale, flags, time, picture))
+        return Fail(error);
+    if (!ToDate(time, &date))
         return Fail(kErrorInvalidParameter);
-    if (flags > kDateLongDate)
-        return Fail(kErrorInvalidFlags);
     return WithFormats([=](UserFormats& formats) {
         const std::u16string pattern = PatternOf(
             picture ? reinterpret_cast<const char16_t*>(picture) : formats.Picture(flags));
@@ -253,12 +229,10 @@ int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
                    const unsigned short* picture, unsigned short* buffer, int size)
 {
     UDate date = 0;
-    if (IsMissing("GetTimeFormatW"))
-        return Fail(kErrorCallNotImplemented);
-    if (locale != kLocaleUserDefault || !ToDate(time, &date) || picture)
+    if (const unsigned int error = RefuseTime(locale, flags, time, picture))
+        return Fail(error);
+    if (!ToDate(time, &date))
         return Fail(kErrorInvalidParameter);
-    if (flags & ~kTimeNoSeconds)
-        return Fail(kErrorInvalidFlags);
     return WithFormats([=](UserFormats& formats) {
         return StoreText(formats.Write(formats.TimePattern(flags), date), buffer, size);
     });
@@ -267,12 +241,8 @@ int GetTimeFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* ti
 int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* localeName,
                         unsigned int flags, long long param)
 {
-    if (IsMissing("EnumDateFormatsExEx"))
-        return Fail(kErrorCallNotImplemented);
-    if (!callback || localeName)
-        return Fail(kErrorInvalidParameter);
-    if (flags != kDateShortDate && flags != kDateLongDate)
-        return Fail(kErrorInvalidFlags);
+    if (const unsigned int error = RefuseEnumeration(callback, localeName, flags))
+        return Fail(error);
     std::u16string picture;
     const auto copyPicture = [&](const UserFormats& formats) {
         picture = formats.Picture(flags);
@@ -283,12 +253,6 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
     // Outside the handler of std::bad_alloc: the callback's exceptions reach the caller.
     callback(reinterpret_cast<unsigned short*>(&picture[0]), kGregorian, param);
     return 1;
-}
-
-void SetMissingFunction(const char* name)
-{
-    const platform::ScLock lock(TheMissingFunction().mLock);
-    TheMissingFunction().mName = name ? name : "";
 }
 
 void* GetModuleHandleA(const char* name)

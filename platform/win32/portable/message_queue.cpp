@@ -37,7 +37,7 @@ std::map<void*, Window>& sWindows PLATFORM_GUARDED_BY(sWindowLock) = *new std::m
 // The last handle. No handle is used twice.
 std::size_t sLastWindow PLATFORM_GUARDED_BY(sWindowLock) = 0;
 
-PLATFORM_THREAD_LOCAL void* tCapture = nullptr;
+PLATFORM_THREAD_LOCAL(void*, tCapture);
 
 typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
 HostProcedure& sHostProcedure = *new HostProcedure;
@@ -186,6 +186,13 @@ int DestroyWindow(void* handle)
     // such a message calls nothing.
     ThreadQueue::Current()->Drop(handle);
     return 1;
+}
+
+long long DefWindowProcW(void* handle, unsigned int message, unsigned long long, long long)
+{
+    if (message == kWmClose)
+        DestroyWindow(handle);
+    return 0;
 }
 
 void DestroyWindowsOfThread()

@@ -19,7 +19,7 @@ platform::Mutex sQueuesLock;
 std::map<unsigned int, std::shared_ptr<ThreadQueue>>& sQueues PLATFORM_GUARDED_BY(sQueuesLock) =
     *new std::map<unsigned int, std::shared_ptr<ThreadQueue>>; // by thread
 
-PLATFORM_THREAD_LOCAL ThreadQueue* tQueue = nullptr;
+PLATFORM_THREAD_LOCAL(ThreadQueue*, tQueue);
 
 // Destroyed when the thread ends.
 struct QueueEnd

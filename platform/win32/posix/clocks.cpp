@@ -17,7 +17,7 @@ const long long kNanosecondsPerMillisecond = 1000000;
 std::atomic<long long> sFrequency(kNanosecondsPerSecond);
 std::atomic<bool> sCounterWorks(true);
 
-PLATFORM_THREAD_LOCAL std::tm tRecord = {};
+PLATFORM_THREAD_LOCAL(std::tm, tRecord);
 
 long long NanosecondsSinceStart()
 {

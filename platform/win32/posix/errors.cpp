@@ -11,7 +11,7 @@ namespace win32
 {
 namespace
 {
-PLATFORM_THREAD_LOCAL unsigned int tLastError = 0;
+PLATFORM_THREAD_LOCAL(unsigned int, tLastError);
 
 struct ResultText
 {

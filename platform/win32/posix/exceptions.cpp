@@ -48,7 +48,7 @@ struct Escape
 };
 
 // The innermost call on the thread; null outside.
-PLATFORM_THREAD_LOCAL Escape* tEscape = nullptr;
+PLATFORM_THREAD_LOCAL(Escape*, tEscape);
 
 struct sigaction CurrentAction(const Signal& signal)
 {

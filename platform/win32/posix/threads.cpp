@@ -19,7 +19,7 @@ namespace
 const std::size_t kLongestThreadName = 15; // bytes, the system's limit
 const unsigned int kCallingThread = 0xFFFFFFFFu;
 
-PLATFORM_THREAD_LOCAL unsigned int tThreadId = 0; // 0 until the first call
+PLATFORM_THREAD_LOCAL(unsigned int, tThreadId); // 0 until the first call
 
 void NameCallingThread(const char* name)
 {

@@ -26,8 +26,8 @@ void OnFailedNew(std::size_t level);
 platform::Mutex sLock; // held while a handler is changed
 platform::StackedHandler<&OnFailedNew> sStandard;
 
-PLATFORM_THREAD_LOCAL std::size_t tSize = 0; // of the block for which operator new has failed
-PLATFORM_THREAD_LOCAL int tQuiet = 0;        // the thread's ScQuietNew objects
+PLATFORM_THREAD_LOCAL(std::size_t, tSize); // of the block for which operator new has failed
+PLATFORM_THREAD_LOCAL(int, tQuiet);        // the thread's ScQuietNew objects
 
 // Returns whether operator new is to try again.
 bool HasHelped(std::size_t level, std::size_t size)

@@ -1,32 +1,13 @@
 // The folder and the name of an output file, after all links of its path.
 
-#ifndef ZDICT_OUTPUT_PATH_H
-#define ZDICT_OUTPUT_PATH_H
+#ifndef ZDICT_OUTPUT_PATH_POSIX_H
+#define ZDICT_OUTPUT_PATH_POSIX_H
 
 #include <string>
 
 #include <sys/stat.h>
 
-// A file descriptor that is closed at the end of its scope.
-class Descriptor
-{
-public:
-    explicit Descriptor(int descriptor) : mDescriptor(descriptor) {}
-    ~Descriptor() { Close(); }
-    Descriptor(Descriptor&& other) noexcept : mDescriptor(other.mDescriptor)
-    {
-        other.mDescriptor = -1;
-    }
-    Descriptor& operator=(Descriptor&& other) noexcept;
-
-    int Get() const { return mDescriptor; }
-
-    // Returns false if written bytes may be lost. stdin and stdout are kept open.
-    bool Close();
-
-private:
-    int mDescriptor;
-};
+#include "system.h"
 
 struct Target
 {
@@ -47,7 +28,5 @@ struct Target
 //   aim the link at a file of the follower. This is the rule of the kernel's protected
 //   symlinks, for each link of the path.
 Target FindTarget(const std::string& path);
-
-[[noreturn]] void FailToWrite(const std::string& name, const std::string& why);
 
 #endif

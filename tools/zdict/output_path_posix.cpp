@@ -1,4 +1,4 @@
-#include "output_path.h"
+#include "output_path_posix.h"
 
 #include <cerrno>
 #include <climits>
@@ -7,8 +7,6 @@
 
 #include <fcntl.h>
 #include <unistd.h>
-
-#include "messages.h"
 
 namespace
 {
@@ -113,25 +111,7 @@ private:
 };
 } // namespace
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
-{
-    std::swap(mDescriptor, other.mDescriptor);
-    return *this;
-}
-
-bool Descriptor::Close()
-{
-    const int descriptor = mDescriptor;
-    mDescriptor = -1;
-    return descriptor <= STDERR_FILENO || close(descriptor) == 0;
-}
-
 Target FindTarget(const std::string& path)
 {
     return Walk(path).ToTheEnd();
-}
-
-void FailToWrite(const std::string& name, const std::string& why)
-{
-    throw Failure{kUnusable, name, "can't be written: " + why};
 }

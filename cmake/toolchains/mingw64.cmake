@@ -1,0 +1,23 @@
+# 64-bit Windows, built on Debian with MinGW-w64 and run under Wine. scripts/native_deps
+# installs the compiler, Wine and the libraries.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+# The compiler whose std::thread is complete.
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+
+if(DEFINED ENV{XDG_CACHE_HOME})
+  set(U_NATIVE_PREFIX $ENV{XDG_CACHE_HOME}/u-native/prefix)
+else()
+  set(U_NATIVE_PREFIX $ENV{HOME}/.cache/u-native/prefix)
+endif()
+set(CMAKE_FIND_ROOT_PATH ${U_NATIVE_PREFIX} /usr/x86_64-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+get_filename_component(folder ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${folder}/scripts/wine)

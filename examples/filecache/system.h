@@ -1,0 +1,49 @@
+// The operations that each operating system has in a form of its own. Texts and names of files
+// are UTF-8; where the system's names are bytes, they are those bytes.
+
+#ifndef FILECACHE_SYSTEM_H
+#define FILECACHE_SYSTEM_H
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Prepares the standard streams for bytes and for UTF-8 until the end of its scope, which is that
+// of main.
+class ProgramStart
+{
+public:
+    ProgramStart(int argc, char** argv);
+    ~ProgramStart();
+    ProgramStart(const ProgramStart&) = delete;
+    ProgramStart& operator=(const ProgramStart&) = delete;
+
+    // Returns the arguments, the first of them the program's name.
+    const std::vector<std::string>& Arguments() const { return mArguments; }
+
+private:
+    std::vector<std::string> mArguments;
+    std::shared_ptr<void> mTerminal; // of the system
+};
+
+// Returns the absolute path of the program's file; the empty text if it is not found.
+std::string ProgramFile();
+
+// Returns a folder with many files, which every installation of the system has.
+std::string DefaultFolder();
+
+// Opens a file in one of the modes of fopen, which names "b" for bytes. Returns null with the
+// reason in errno.
+std::FILE* OpenFile(const std::string& path, const char* mode);
+
+// Returns the path in the form for std::filesystem, and the text of a path from there.
+std::filesystem::path SystemPath(const std::string& path);
+std::string TextOf(const std::filesystem::path& path);
+
+// Return whether stderr is a terminal that understands escape sequences, and its columns.
+bool IsTerminal();
+size_t TerminalWidth();
+
+#endif

@@ -1,0 +1,127 @@
+#include "datatransfer.h"
+
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include <win32/native/windows_api.h>
+#include <wril/wril.h>
+
+#include "private/switches.h"
+
+namespace kroview
+{
+namespace
+{
+typedef krobase::utility::UTF16String UTF16String;
+
+// The number of the clipboard's contents after the last copy of the library; 0 before.
+std::atomic<DWORD> sOwnContents(0);
+
+bool HasOwnContents()
+{
+    const DWORD own = sOwnContents;
+    return own && own == ::GetClipboardSequenceNumber();
+}
+
+// Opens the clipboard for a scope. The clipboard accepts data only from a window.
+class ScClipboard
+{
+public:
+    ScClipboard()
+        : mWindow(::CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                    nullptr, nullptr)),
+          mIsOpen(mWindow && ::OpenClipboard(mWindow))
+    {
+    }
+    ~ScClipboard()
+    {
+        if (mIsOpen)
+            ::CloseClipboard();
+        if (mWindow)
+            ::DestroyWindow(mWindow);
+    }
+    ScClipboard(const ScClipboard&) = delete;
+    ScClipboard& operator=(const ScClipboard&) = delete;
+
+    bool IsOpen() const { return mIsOpen; }
+
+private:
+    const HWND mWindow;
+    const bool mIsOpen;
+};
+
+struct FreeGlobal
+{
+    void operator()(void* block) const { ::GlobalFree(block); }
+};
+typedef std::unique_ptr<void, FreeGlobal> GlobalBlock;
+
+// Returns the text and a terminator in a block that the clipboard can own.
+GlobalBlock BlockOf(const UTF16String& text)
+{
+    const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
+    GlobalBlock block(::GlobalAlloc(GMEM_MOVEABLE, size));
+    void* const bytes = block ? ::GlobalLock(block.get()) : nullptr;
+    if (!bytes)
+        throw std::bad_alloc();
+    std::memcpy(bytes, text.c_str(), size);
+    ::GlobalUnlock(block.get());
+    return block;
+}
+
+// Returns the text of the block before its first terminator.
+UTF16String TextOf(HANDLE block)
+{
+    const wchar_t* const units = static_cast<const wchar_t*>(::GlobalLock(block));
+    if (!units)
+        return {};
+    const std::size_t length = wcsnlen(units, ::GlobalSize(block) / sizeof(wchar_t));
+    const std::unique_ptr<void, decltype(&::GlobalUnlock)> unlock(block, &::GlobalUnlock);
+    return UTF16String(win32::Units(units), length);
+}
+} // namespace
+
+namespace datatransfer
+{
+void NewClipboardSendData(const UTF16String& text)
+{
+    GlobalBlock block = BlockOf(text);
+    bool isCopied = false;
+    {
+        const ScClipboard clipboard;
+        isCopied = clipboard.IsOpen() && ::EmptyClipboard() &&
+                   ::SetClipboardData(CF_UNICODETEXT, block.get());
+    }
+    if (!isCopied)
+    {
+        WRIL_sprintf(0, "kroview", "NewClipboardSendData", "the clipboard refused the text");
+        return;
+    }
+    static_cast<void>(block.release()); // the clipboard owns the block
+    sOwnContents = ::GetClipboardSequenceNumber();
+}
+} // namespace datatransfer
+
+UTF16String ClipboardText()
+{
+    if (!HasOwnContents())
+        return {};
+    const ScClipboard clipboard;
+    if (!clipboard.IsOpen() || !HasOwnContents())
+        return {};
+    const HANDLE block = ::GetClipboardData(CF_UNICODETEXT);
+    return block ? TextOf(block) : UTF16String();
+}
+
+// Leaves the text of another program.
+void EmptyClipboard()
+{
+    if (!HasOwnContents())
+        return;
+    const ScClipboard clipboard;
+    if (clipboard.IsOpen() && HasOwnContents())
+        ::EmptyClipboard();
+}
+} // namespace kroview

@@ -1,0 +1,179 @@
+#include <win32/process.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <boost/system/error_code.hpp>
+
+#include <platform/base/switched_function.h>
+#include <win32/text.h>
+
+#include "../private/switches.h"
+#include "windows_api.h"
+
+// The compiler's headers do not declare this function.
+extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress();
+
+namespace win32
+{
+namespace
+{
+typedef ::PROCESS_MEMORY_COUNTERS SystemCounters;
+
+static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters) &&
+              offsetof(PROCESS_MEMORY_COUNTERS, PageFaultCount) ==
+                  offsetof(SystemCounters, PageFaultCount) &&
+              offsetof(PROCESS_MEMORY_COUNTERS, WorkingSetSize) ==
+                  offsetof(SystemCounters, WorkingSetSize) &&
+              offsetof(PROCESS_MEMORY_COUNTERS, PeakPagefileUsage) ==
+                  offsetof(SystemCounters, PeakPagefileUsage));
+
+typedef platform::SwitchedFunction<void(const char*)> Sink;
+Sink& sSink = *new Sink;
+
+// Protected, so that no right of the folder is inherited: all rights for the owner alone.
+const wchar_t kForThisUser[] = L"D:P(A;;FA;;;OW)";
+
+typedef std::unique_ptr<void, HLOCAL (*)(HLOCAL)> LocalBlock;
+
+LocalBlock MakeDescriptor()
+{
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ::ConvertStringSecurityDescriptorToSecurityDescriptorW(kForThisUser, SDDL_REVISION_1,
+                                                           &descriptor, nullptr);
+    return LocalBlock(descriptor, &::LocalFree);
+}
+
+// Throws: std::bad_alloc.
+std::basic_string<unsigned short> ToUTF16(const char* text)
+{
+    const int length = static_cast<int>(std::strlen(text));
+    std::basic_string<unsigned short> units(static_cast<std::size_t>(length), 0);
+    units.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(kCodePageActive, 0, text, length, units.data(), length)));
+    return units;
+}
+
+bool IsLink(HANDLE file)
+{
+    FILE_ATTRIBUTE_TAG_INFO info = {};
+    return ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &info, sizeof(info)) &&
+           (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// Opens the link itself, not its target.
+HANDLE OpenForAppending(const char* path)
+{
+    const LocalBlock descriptor = MakeDescriptor();
+    if (!descriptor)
+        return INVALID_HANDLE_VALUE;
+    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
+    return ::CreateFileW(Wide(ToUTF16(path).c_str()), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
+                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
+                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
+                         nullptr);
+}
+
+// Returns the errno of the system's error.
+int ErrorNumber(DWORD error)
+{
+    const boost::system::error_condition condition =
+        boost::system::error_code(static_cast<int>(error), boost::system::system_category())
+            .default_error_condition();
+    return condition.category() == boost::system::generic_category() ? condition.value() : EINVAL;
+}
+
+std::FILE* FailWith(int reason)
+{
+    errno = reason;
+    return nullptr;
+}
+
+// Owns the handle.
+std::FILE* ToFile(HANDLE handle)
+{
+    const int descriptor =
+        ::_open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_APPEND | _O_TEXT);
+    if (descriptor < 0)
+    {
+        ::CloseHandle(handle);
+        return FailWith(EMFILE);
+    }
+    std::FILE* const file = ::_fdopen(descriptor, "a");
+    if (!file)
+        ::_close(descriptor);
+    return file;
+}
+} // namespace
+
+void* GetCurrentProcess()
+{
+    return ::GetCurrentProcess();
+}
+
+unsigned int GetCurrentProcessId()
+{
+    return ::GetCurrentProcessId();
+}
+
+int GetProcessMemoryInfo(void* process, PROCESS_MEMORY_COUNTERS* counters, unsigned int size)
+{
+    return counters &&
+           ::K32GetProcessMemoryInfo(process, reinterpret_cast<SystemCounters*>(counters), size);
+}
+
+int IsDebuggerPresent()
+{
+    return ::IsDebuggerPresent();
+}
+
+void DebugBreak()
+{
+    ::DebugBreak();
+}
+
+bool OtherThreadsHaveEnded()
+{
+    return ::RtlDllShutdownInProgress() != FALSE;
+}
+
+void OutputDebugStringA(const char* text)
+{
+    if (!text)
+        return;
+    if (const auto sink = sSink.Get())
+        (*sink)(text);
+    else
+        ::OutputDebugStringA(text);
+}
+
+void SetDebugStringSink(const Sink::Function& sink)
+{
+    sSink.Set(sink);
+}
+
+std::FILE* OpenPrivateLog(const char* path)
+{
+    try
+    {
+        const HANDLE handle = OpenForAppending(path);
+        if (handle == INVALID_HANDLE_VALUE)
+            return FailWith(ErrorNumber(::GetLastError()));
+        if (!IsLink(handle))
+            return ToFile(handle);
+        ::CloseHandle(handle);
+        return FailWith(ELOOP);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return FailWith(ENOMEM);
+    }
+}
+} // namespace win32

@@ -1,0 +1,87 @@
+// The operations that each operating system has in a form of its own.
+
+#ifndef ZDICT_SYSTEM_H
+#define ZDICT_SYSTEM_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "files.h"
+
+// Prepares the standard streams for bytes and for UTF-8 until the end of its scope, which is that
+// of main.
+class ProgramStart
+{
+public:
+    ProgramStart(int count, char** arguments);
+    ~ProgramStart();
+    ProgramStart(const ProgramStart&) = delete;
+    ProgramStart& operator=(const ProgramStart&) = delete;
+
+    // Returns the arguments in UTF-8, the first of them the program's name.
+    const std::vector<std::string>& Arguments() const { return mArguments; }
+
+private:
+    std::vector<std::string> mArguments;
+    std::shared_ptr<void> mTerminal; // of the system
+};
+
+const int kStdin = 0;
+const int kStdout = 1;
+
+// A file descriptor that is closed at the end of its scope.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) : mDescriptor(descriptor) {}
+    ~Descriptor() { Close(); }
+    Descriptor(Descriptor&& other) noexcept : mDescriptor(other.mDescriptor)
+    {
+        other.mDescriptor = -1;
+    }
+    Descriptor& operator=(Descriptor&& other) noexcept;
+
+    int Get() const { return mDescriptor; }
+
+    // Returns false if written bytes may be lost. stdin and stdout are kept open.
+    bool Close();
+
+private:
+    int mDescriptor;
+};
+
+// The next five functions store the reason of a failure in errno.
+
+// Returns the descriptor, or -1.
+int OpenInput(const std::string& name);
+
+// Stores the size of a regular file; 0 for any other file. Returns false on failure.
+bool FindSize(int descriptor, unsigned long long* size);
+
+// Return the count of bytes, which may be less than `size`; -1 on failure.
+long long Read(int descriptor, void* bytes, std::size_t size);
+long long Write(int descriptor, const void* bytes, std::size_t size);
+
+bool IsTerminal(int descriptor);
+
+// Replaces a regular file at once by a new file with the same permissions, so that a failure
+// leaves the old file. Writes any other file in place.
+//
+// Throws: Failure.
+void WriteNamed(const std::string& name, const std::string& bytes, Content content);
+
+// Writes to an open file and closes the file. A descriptor of -1 is a failure with its reason in
+// errno.
+//
+// Throws: Failure.
+void WriteInPlace(int descriptor, const std::string& bytes, Content content,
+                  const std::string& name);
+
+// Writes all bytes. Throws: Failure.
+void WriteAll(int descriptor, const std::string& bytes, const std::string& name);
+
+[[noreturn]] void FailToWrite(const std::string& name, const std::string& why);
+
+#endif

@@ -1,0 +1,47 @@
+#include "system.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+ProgramStart::ProgramStart(int count, char** arguments) : mArguments(arguments, arguments + count)
+{
+}
+
+ProgramStart::~ProgramStart() = default;
+
+bool Descriptor::Close()
+{
+    const int descriptor = mDescriptor;
+    mDescriptor = -1;
+    return descriptor <= STDERR_FILENO || close(descriptor) == 0;
+}
+
+int OpenInput(const std::string& name)
+{
+    return open(name.c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+bool FindSize(int descriptor, unsigned long long* size)
+{
+    struct stat state = {};
+    if (fstat(descriptor, &state) != 0)
+        return false;
+    *size = S_ISREG(state.st_mode) ? static_cast<unsigned long long>(state.st_size) : 0;
+    return true;
+}
+
+long long Read(int descriptor, void* bytes, std::size_t size)
+{
+    return read(descriptor, bytes, size);
+}
+
+long long Write(int descriptor, const void* bytes, std::size_t size)
+{
+    return write(descriptor, bytes, size);
+}
+
+bool IsTerminal(int descriptor)
+{
+    return isatty(descriptor) != 0;
+}
