@@ -40,6 +40,7 @@ install(FILES
 foreach(folder krobase kroview tolv win32 wril zelboxmp)
   install(DIRECTORY platform/${folder} DESTINATION ${headers} FILES_MATCHING
     PATTERN *.h
+    PATTERN native EXCLUDE
     PATTERN portable EXCLUDE
     PATTERN posix EXCLUDE
     PATTERN private EXCLUDE)

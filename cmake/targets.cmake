@@ -5,17 +5,19 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# All sources below the folders, apart from those of other systems: the folders native/, and
-# files that end in _native.cpp, are for 64-bit Windows; the folders portable/ and posix/, and
-# files that end in _posix.cpp, are for the others.
+# The files of other systems: the folders native/, and files that end in _native, are for 64-bit
+# Windows; the folders portable/ and posix/, and files that end in _posix, are for the others.
+if(WIN32)
+  set(U_OTHER_SYSTEMS "/(portable|posix)/|_posix\\.(cpp|h)$")
+else()
+  set(U_OTHER_SYSTEMS "/native/|_native\\.(cpp|h)$")
+endif()
+
+# All sources below the folders, apart from those of other systems.
 function(u_sources variable)
   list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
-  if(WIN32)
-    list(FILTER sources EXCLUDE REGEX "/(portable|posix)/|_posix\\.cpp$")
-  else()
-    list(FILTER sources EXCLUDE REGEX "/native/|_native\\.cpp$")
-  endif()
+  list(FILTER sources EXCLUDE REGEX ${U_OTHER_SYSTEMS})
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -76,10 +78,11 @@ function(u_test_program target library)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()
 
-# Compiles each header below a folder alone, apart from those whose path there
-# matches an expression that may follow.
+# Compiles each header below a folder alone, apart from those of other systems and those whose
+# path there matches an expression that may follow.
 function(u_header_check target folder library)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  list(FILTER headers EXCLUDE REGEX ${U_OTHER_SYSTEMS})
   if(ARGN)
     list(FILTER headers EXCLUDE REGEX ${ARGN})
   endif()
