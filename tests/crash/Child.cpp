@@ -3,11 +3,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include <gtest/gtest.h>
 
-#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,7 +24,7 @@ extern "C" const char* __tsan_default_options()
 
 namespace
 {
-const int kLimit = 60; // seconds
+const unsigned int kLimit = 60; // seconds
 
 // noexcept: an exception that the body does not catch calls std::terminate.
 [[noreturn]] void RunChild(const std::function<void()>& body, int out) noexcept
@@ -36,30 +34,11 @@ const int kLimit = 60; // seconds
     setrlimit(RLIMIT_CORE, &noCore);
     for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
         std::signal(signal, SIG_DFL);
+    alarm(kLimit);
     body();
     std::_Exit(0);
 }
 
-// Reads until the process has closed its end, has printed the last words or has used up the
-// time. Returns whether the process has closed its end.
-bool Listen(int in, const std::string& lastWords, std::string* output)
-{
-    const std::time_t end = std::time(nullptr) + kLimit;
-    pollfd wait = {in, POLLIN, 0};
-    char piece[4096];
-    while (std::time(nullptr) < end)
-    {
-        if (poll(&wait, 1, 1000) <= 0)
-            continue;
-        const ssize_t length = read(in, piece, sizeof(piece));
-        if (length <= 0)
-            return true;
-        output->append(piece, static_cast<std::size_t>(length));
-        if (!lastWords.empty() && output->find(lastWords) != std::string::npos)
-            return false;
-    }
-    return false;
-}
 } // namespace
 
 void Death::Expect(int expected, std::initializer_list<std::pair<std::string, long>> texts) const
@@ -88,7 +67,7 @@ std::string Death::Rest(const std::string& beginning) const
     return output.substr(rest, output.find('\n', rest) - rest);
 }
 
-Death RunToDeath(const std::function<void()>& body, const std::string& lastWords)
+Death RunToDeath(const std::function<void()>& body)
 {
     Death death = {-1, ""};
     int ends[2];
@@ -102,15 +81,13 @@ Death RunToDeath(const std::function<void()>& body, const std::string& lastWords
         RunChild(body, ends[1]);
     }
     close(ends[1]);
-    if (child > 0)
-    {
-        if (!Listen(ends[0], lastWords, &death.output))
-            kill(child, SIGKILL);
-        int status = 0;
-        waitpid(child, &status, 0);
-        death.end = WIFSIGNALED(status) ? WTERMSIG(status) : ExitWith(WEXITSTATUS(status));
-    }
+    char piece[4096];
+    for (ssize_t length; (length = read(ends[0], piece, sizeof(piece))) > 0;)
+        death.output.append(piece, static_cast<std::size_t>(length));
     close(ends[0]);
+    int status = 0;
+    if (child > 0 && waitpid(child, &status, 0) == child)
+        death.end = WIFSIGNALED(status) ? WTERMSIG(status) : ExitWith(WEXITSTATUS(status));
     return death;
 }
 

@@ -32,10 +32,9 @@ struct Death
 };
 
 // Runs the body in a process of its own and waits for the end of the process. The process ends
-// with 0 if the body returns, and is killed after a minute, or once the output contains
-// lastWords, if any are given. The signals of hardware exceptions have the system's own actions
-// there, without a sanitizer's.
-Death RunToDeath(const std::function<void()>& body, const std::string& lastWords = "");
+// with 0 if the body returns, and by SIGALRM after a minute. The signals of hardware exceptions
+// have the system's own actions there, without a sanitizer's.
+Death RunToDeath(const std::function<void()>& body);
 
 // Writes the text as a line to stderr in one call, with the id of the thread if asked for. Works
 // in a handler.

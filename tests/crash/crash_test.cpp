@@ -212,28 +212,24 @@ TEST(Crashes, AHandlerThatNeverReturnsBlocksNoOtherThread)
 {
     for (Crash crash : {&WriteToNull, &Terminate, &GiveInvalidParameter})
     {
-        const Death death = RunToDeath(
-            [&] {
-                static std::atomic<bool> sIsInside(false);
-                Birth();
-                SetGlobal([](void* refcon) {
-                    PrintCall(refcon);
-                    sIsInside = true;
-                    for (;;)
-                        pause();
-                });
-                std::thread(crash).detach();
-                while (!sIsInside)
-                    std::this_thread::yield();
-                SetGlobal(&PrintCall);
-                U_RegisterRenderThread();
-                U_DeregisterRenderThread();
-                Print("the others go on");
+        const Death death = RunToDeath([&] {
+            static std::atomic<bool> sIsInside(false);
+            Birth();
+            SetGlobal([](void* refcon) {
+                PrintCall(refcon);
+                sIsInside = true;
                 for (;;)
                     pause();
-            },
-            "the others go on");
-        death.Expect(SIGKILL, {{"handler on", 1}, {"the others go on", 1}, {kLastLine, 0}});
+            });
+            std::thread(crash).detach();
+            while (!sIsInside)
+                std::this_thread::yield();
+            SetGlobal(&PrintCall);
+            U_RegisterRenderThread();
+            U_DeregisterRenderThread();
+            std::_Exit(7);
+        });
+        death.Expect(ExitWith(7), {{"handler on", 1}, {kLastLine, 0}});
     }
 }
 

@@ -17,62 +17,6 @@
 
 namespace
 {
-enum Before // the action of the signal before birth
-{
-    kDefault,
-    kIgnored,
-    kExits,     // with 9
-    kPrintsOnce // and returns; the system has removed the action
-};
-
-enum Cover // a handler that the host installs after birth
-{
-    kNone,
-    kCalls,   // the action that it has replaced
-    kPutsBack // that action, and returns
-};
-
-enum Life // at the crash
-{
-    kBorn,
-    kDead,
-    kReborn,
-    kRebornTwice
-};
-
-struct Row
-{
-    const char* what;
-    Before before;
-    Cover cover;
-    Life life;
-    Crash crash;
-    long calls;
-    int end; // of the process
-};
-
-const int kGoesOn = 7; // the code if the crash returns
-const int kHandled = ExitWith(9);
-
-const Row kRows[] = {
-    {"covered", kDefault, kCalls, kBorn, &WriteToNull, 1, SIGSEGV},
-    {"covered, sent", kDefault, kCalls, kBorn, &SendSegmentationFault, 1, SIGSEGV},
-    {"covered, handled", kExits, kCalls, kBorn, &WriteToNull, 1, kHandled},
-    {"covered, dead", kDefault, kCalls, kDead, &WriteToNull, 0, SIGSEGV},
-    {"covered, dead, handled", kExits, kCalls, kDead, &WriteToNull, 0, kHandled},
-    {"covered, reborn, handled", kExits, kCalls, kReborn, &WriteToNull, 1, kHandled},
-    {"covered, reborn twice", kDefault, kCalls, kRebornTwice, &WriteToNull, 1, SIGSEGV},
-    {"put back", kDefault, kPutsBack, kBorn, &WriteToNull, 1, SIGSEGV},
-    {"put back, reborn, handled", kExits, kPutsBack, kReborn, &WriteToNull, 1, kHandled},
-    {"reborn, handled", kExits, kNone, kReborn, &WriteToNull, 1, kHandled},
-    {"handled once", kPrintsOnce, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
-    {"sent, handled", kExits, kNone, kBorn, &SendSegmentationFault, 1, kHandled},
-    {"ignored", kIgnored, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
-    {"sent, ignored", kIgnored, kNone, kBorn, &SendSegmentationFault, 0, ExitWith(kGoesOn)},
-    {"covered, sent, ignored", kIgnored, kCalls, kBorn, &SendSegmentationFault, 0,
-     ExitWith(kGoesOn)},
-};
-
 typedef void (*Action)(int signal, siginfo_t* info, void* context);
 
 struct sigaction sFound;
@@ -102,17 +46,67 @@ void Install(Action handler, int flags)
     sigaction(SIGSEGV, &action, &sFound);
 }
 
+// The action of the signal before birth; null: the system's.
+typedef void (*Before)();
+
+const Before kDefault = nullptr;
+const Before kIgnored = [] { std::signal(SIGSEGV, SIG_IGN); };
+const Before kExits = [] { std::signal(SIGSEGV, [](int) { std::_Exit(9); }); };
+const Before kPrintsOnce = [] { Install(&PrintOnce, static_cast<int>(SA_RESETHAND)); };
+
+// A handler that the host installs after birth; null: none.
+const Action kNone = nullptr;
+const Action kCalls = &PrintAndPassOn;
+const Action kPutsBack = &PrintAndPutBack;
+
+enum Life // at the crash
+{
+    kBorn,
+    kDead,
+    kReborn,
+    kRebornTwice
+};
+
+struct Row
+{
+    const char* what;
+    Before before;
+    Action cover;
+    Life life;
+    Crash crash;
+    long calls;
+    int end; // of the process
+};
+
+const int kGoesOn = ExitWith(7); // if the crash returns
+const int kHandled = ExitWith(9);
+
+const Row kRows[] = {
+    {"covered", kDefault, kCalls, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"covered, sent", kDefault, kCalls, kBorn, &SendSegmentationFault, 1, SIGSEGV},
+    {"covered, handled", kExits, kCalls, kBorn, &WriteToNull, 1, kHandled},
+    {"covered, dead", kDefault, kCalls, kDead, &WriteToNull, 0, SIGSEGV},
+    {"covered, dead, handled", kExits, kCalls, kDead, &WriteToNull, 0, kHandled},
+    {"covered, reborn, handled", kExits, kCalls, kReborn, &WriteToNull, 1, kHandled},
+    {"covered, reborn twice", kDefault, kCalls, kRebornTwice, &WriteToNull, 1, SIGSEGV},
+    {"put back", kDefault, kPutsBack, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"put back, reborn, handled", kExits, kPutsBack, kReborn, &WriteToNull, 1, kHandled},
+    {"reborn, handled", kExits, kNone, kReborn, &WriteToNull, 1, kHandled},
+    {"handled once", kPrintsOnce, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"sent, handled", kExits, kNone, kBorn, &SendSegmentationFault, 1, kHandled},
+    {"ignored", kIgnored, kNone, kBorn, &WriteToNull, 1, SIGSEGV},
+    {"sent, ignored", kIgnored, kNone, kBorn, &SendSegmentationFault, 0, kGoesOn},
+    {"covered, sent, ignored", kIgnored, kCalls, kBorn, &SendSegmentationFault, 0, kGoesOn},
+};
+
 [[noreturn]] void Live(const Row& row)
 {
-    if (row.before == kPrintsOnce)
-        Install(&PrintOnce, static_cast<int>(SA_RESETHAND));
-    else if (row.before != kDefault)
-        std::signal(
-            SIGSEGV, row.before == kIgnored ? SIG_IGN : [](int) { std::_Exit(9); });
+    if (row.before)
+        row.before();
     Birth();
     SetGlobal(&PrintCall);
-    if (row.cover != kNone)
-        Install(row.cover == kCalls ? &PrintAndPassOn : &PrintAndPutBack, SA_ONSTACK);
+    if (row.cover)
+        Install(row.cover, SA_ONSTACK);
     for (int life = kBorn; life < row.life; ++life)
     {
         if (life != kBorn)
@@ -122,7 +116,7 @@ void Install(Action handler, int flags)
     if (row.life >= kReborn)
         Birth();
     row.crash();
-    std::_Exit(kGoesOn);
+    std::_Exit(7);
 }
 
 char* sPage = nullptr; // inaccessible
@@ -201,10 +195,10 @@ TEST(Signals, AnExceptionThatTheEarlierActionDealsWithIsFollowedByFurtherCalls)
             if (sigsetjmp(sBack, 1) == 0)
                 WriteToNull();
         }
-        std::_Exit(kGoesOn);
+        std::_Exit(7);
     });
     death.Expect(
-        ExitWith(kGoesOn),
+        kGoesOn,
         {{"allowed", 6}, {"first handler on", 3}, {"second handler on", 3}, {"local on", 3}});
 }
 

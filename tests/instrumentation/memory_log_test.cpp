@@ -236,6 +236,10 @@ TEST(MemoryLog, TheLogContinuesAfterAFailedRow)
         EXPECT_EQ(U_Birth("Memory Log", nullptr), 0);
         EXPECT_TRUE(Continues());
         EXPECT_EQ(Starts(), 2);
+        const Texts lines = WaitForLines(WaitForLines(0).size() + 4);
+        const auto thread = [](const std::string& line) { return line.substr(0, line.find(' ')); };
+        for (auto line = lines.end() - 4; line != lines.end(); ++line)
+            EXPECT_EQ(thread(*line), thread(lines.back())) << "the earlier thread goes on";
         EXPECT_EQ(U_Death(), 0);
         EXPECT_EQ(alerts.Texts(), Texts()) << "a report could run during the library's death";
     });

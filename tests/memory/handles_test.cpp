@@ -23,19 +23,13 @@ const char kText[] = "contents of a block";
 class Handles : public BornLibrary
 {
 protected:
-    static void** Filled()
+    static void** Fill(void** handle)
     {
-        void** handle = U_AllocateHandleQuiet(sizeof(kText));
         std::memcpy(*handle, kText, sizeof(kText));
         return handle;
     }
-
-    static void** FilledPlatform()
-    {
-        void** handle = NewHandle(sizeof(kText));
-        std::memcpy(*handle, kText, sizeof(kText));
-        return handle;
-    }
+    static void** Filled() { return Fill(U_AllocateHandleQuiet(sizeof(kText))); }
+    static void** FilledPlatform() { return Fill(NewHandle(sizeof(kText))); }
 
     // The location of the last report.
     static U_u32 LastLocation()

@@ -234,20 +234,15 @@ TEST_F(MemServices, SystemFiguresFollowWhatTheProcessTouches)
           after.mGlobWired, after.mGlobFaults, after.mGlobPageins, after.mGlobPageouts})
         EXPECT_EQ(unknown, 0u);
     EXPECT_EQ(U_GetSystemMemoryStats(nullptr), 3);
-}
 
-TEST_F(MemServices, TheLibrarysFiguresDoNotNeedTheSystems)
-{
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit none = {0, limit.rlim_max}; // the system's files cannot be opened
-    U_MemoryStats stats;
-    std::memset(&stats, 0xEE, sizeof(stats));
+    const rlimit none = {0, limit.rlim_max};
     setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(U_GetSystemMemoryStats(&stats), 1);
+    EXPECT_EQ(U_GetSystemMemoryStats(&after), 1) << "the system's files cannot be opened";
     setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_EQ(stats.mFaults + stats.mResident + stats.mVirtual, 0u);
-    EXPECT_EQ(stats.mCalcMem, MEM_GetMemUsage());
+    EXPECT_EQ(after.mFaults + after.mResident + after.mVirtual, 0u);
+    EXPECT_EQ(after.mCalcMem, MEM_GetMemUsage());
 }
 
 TEST_F(MemServices, AReportComparesTheHeapWithTheBaseline)
