@@ -137,4 +137,9 @@ TEST(LegacyDamage, FieldIsCheckedAndNamed)
     std::string falling = table.With(ends, 4, 4);
     falling.replace(ends + 4, 1, "\2");
     EXPECT_EQ(Check(falling).mField, "bucket ends");
+
+    // Two offsets just beyond the data.
+    std::string beyond = old.With(records + 2, 25, 4);
+    beyond.replace(records + 8, 1, "\x19");
+    EXPECT_EQ(Check(beyond).mOffset, records + 2);
 }

@@ -281,6 +281,7 @@ TEST(UTF8, DecodingReplacesIllFormedBytes)
             EXPECT_EQ(Decode(65001, bytes + "\xC3\xA9"), replaced + u"\u00E9");
             EXPECT_EQ(Decode(65001, letters + bytes + letters),
                       wideLetters + replaced + wideLetters);
+            EXPECT_EQ(Decode(65001, bytes + bytes + letters), replaced + replaced + wideLetters);
         }
     }
     EXPECT_EQ(Decode(65001, "\xED\x9F\xBF\xEE\x80\x80"), u"\uD7FF\uE000");

@@ -122,6 +122,7 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
     char* const over = reinterpret_cast<char*>(name);
     win32::SYSTEMTIME day = {2026, 11, 3, 25, 0, 0, 0, 0};
     const win32::SYSTEMTIME noDay = {2026, 2, 1, 30, 0, 0, 0, 0};
+    const win32::SYSTEMTIME noHour = {2026, 2, 1, 28, 24, 0, 0, 0};
     const win32::FILETIME farTime = {0, 0x80000000};
     const Call kBadParameters[] = {
         {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); }},
@@ -132,6 +133,8 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
         {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); }},
         {"a 30 February",
          [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); }},
+        {"an hour 24",
+         [&] { return win32::GetTimeFormatW(kUser, 0, &noHour, nullptr, nullptr, 0); }},
         {"a picture of times",
          [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); }},
         {"no room for a date",
