@@ -1,4 +1,5 @@
-// A state that counts its activations, and access to the protected functions of a context.
+// A state that counts its activations, access to the protected functions of a context, and
+// executors.
 
 #ifndef TESTS_CONTEXTS_COUNTING_STATE_H
 #define TESTS_CONTEXTS_COUNTING_STATE_H
@@ -7,7 +8,18 @@
 
 #include <boost/make_shared.hpp>
 
+#include <krobase/executor.h>
+
 #include "U_Context.h"
+
+typedef boost::shared_ptr<U_Context> ContextPtr;
+typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
+
+inline ExecutorPtr MakeExecutor()
+{
+    return krobase::threads::CreateAsyncThreadedExecutor(
+        "test", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+}
 
 struct Neighbour : U_Context
 {
@@ -23,13 +35,13 @@ struct Neighbour : U_Context
 class CountingState : public U_State
 {
 public:
-    explicit CountingState(U_Context* context) : U_State(context) { ++sLiving; }
+    explicit CountingState(U_Context* context, const char* key = kKey) : U_State(context), mKey(key)
+    {
+        ++sLiving;
+    }
     ~CountingState() override { --sLiving; }
 
-    krobase::utility::ImmutableString GetKey() const override
-    {
-        return krobase::utility::ImmutableString(kKey);
-    }
+    krobase::utility::ImmutableString GetKey() const override { return mKey; }
     void OnActivate() override { ++mActivations; }
     void OnDeactivate() override { --mActivations; }
 
@@ -44,9 +56,12 @@ public:
 
     static constexpr const char* kKey = "test.counting";
 
-    U_u64 mValue = 0;
+    int mValue = 0; // for the thread that has the context
     int mActivations = 0;
     static inline std::atomic<long> sLiving{0};
+
+protected:
+    const krobase::utility::ImmutableString mKey;
 };
 
 #endif

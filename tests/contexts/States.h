@@ -3,11 +3,14 @@
 #ifndef TESTS_CONTEXTS_STATES_H
 #define TESTS_CONTEXTS_STATES_H
 
-#include <atomic>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <krobase/threads.h>
+#include <platform/control.h>
+#include <wril/wril.h>
 
 #include "U_Context.h"
 #include "tests/contexts/CountingState.h"
@@ -15,7 +18,6 @@
 #include "tests/support/CodeThrown.h"
 #include "tests/support/OnThreads.h"
 
-typedef boost::shared_ptr<U_Context> ContextPtr;
 typedef std::vector<std::string> Lines;
 
 const int kGenerous = 60000; // milliseconds
@@ -25,52 +27,95 @@ inline U_u32 ThisThread()
     return krobase::threads::GetCurrentThreadID();
 }
 
-class LoggedState : public U_State
+// Its hooks are logged, and count in mValue.
+class LoggedState : public CountingState
 {
 public:
-    LoggedState(U_Context* context, const char* key);
-    ~LoggedState() override { --sLiving; }
+    using CountingState::CountingState;
 
-    krobase::utility::ImmutableString GetKey() const override { return mKey; }
     void OnActivate() override { Log("on "); }
     void OnDeactivate() override { Log("off "); }
     U_Context& Owner() const { return *mContext; }
 
-    static LoggedState& Of(U_Context& context, const char* key);
+    static LoggedState& Of(U_Context& context, const char* key)
+    {
+        return dynamic_cast<LoggedState&>(*Neighbour::Find(context, key));
+    }
 
-    int mTouches = 0;     // counted by the thread that has the context, without a lock
     bool mThrows = false; // the hooks throw the int 9
-    static std::atomic<int> sLiving;
 
 private:
-    void Log(const char* hook);
-
-    const krobase::utility::ImmutableString mKey;
+    void Log(const char* hook)
+    {
+        // An activation counts after OnActivate and until before OnDeactivate.
+        const char* const early = mContext->IsActive() ? " while active" : "";
+        WRIL_Log(0, "test", "state", (std::string(hook) + mKey.Text() + early).c_str());
+        ++mValue;
+        if (mThrows)
+            throw 9;
+    }
 };
 
 // Unregisters its keys after each test.
 class Contexts : public BornLibrary
 {
 protected:
-    void TearDown() override;
+    void TearDown() override
+    {
+        Unregister();
+        EXPECT_EQ(CountingState::sLiving, 0);
+        BornLibrary::TearDown();
+    }
 
-    void Register(const char* key); // registers a LoggedState
-    void Register(const char* key, const U_StateFactory& factory);
-    void Unregister();
+    void Register(const char* key) // registers a LoggedState
+    {
+        Register(key, [key](U_Context* context) {
+            return boost::make_shared<LoggedState>(context, key);
+        });
+    }
+
+    void Register(const char* key, const U_StateFactory& factory)
+    {
+        mKeys.emplace_back(key);
+        U_Context::RegisterState(mKeys.back(), factory);
+    }
+
+    void Unregister()
+    {
+        for (const krobase::utility::ImmutableString& key : mKeys)
+            U_Context::UnregisterState(key);
+        mKeys.clear();
+    }
 
     // Return the lines since the last call: "on KEY" or "off KEY" for each hook, and the message
-    // of each failed check.
-    Lines HookCalls() { return TakeLines(mTaken[0], "state"); }
-    Lines FailedChecks();
+    // of each failed check, which the report has in braces.
+    Lines HookCalls() { return TakeLines("state"); }
+    Lines FailedChecks()
+    {
+        Lines messages = TakeLines("U_Sev_PROBLEM");
+        for (std::string& text : messages)
+            text = text.substr(text.find('{') + 1, text.find('}') - text.find('{') - 1);
+        return messages;
+    }
 
     // Starts to collect the traces of a category. Traces returns those since its last call.
-    void StartTraces(const char* category, int level);
-    Lines Traces() { return TakeLines(mTaken[2], "trace"); }
+    void StartTraces(const char* category, int level)
+    {
+        platform::SetTraceSink([](const char* line) { WRIL_Log(0, "test", "trace", line); });
+        platform::SetTrace(category, level);
+    }
+    Lines Traces() { return TakeLines("trace"); }
 
 private:
-    Lines TakeLines(std::size_t& taken, const char* tag);
+    Lines TakeLines(const std::string& tag)
+    {
+        Lines lines = mLog.Texts(tag);
+        const std::size_t taken = std::exchange(mTaken[tag], lines.size());
+        lines.erase(lines.begin(), lines.begin() + static_cast<Lines::difference_type>(taken));
+        return lines;
+    }
 
-    std::size_t mTaken[3] = {};
+    std::map<std::string, std::size_t> mTaken; // lines by tag
     std::vector<krobase::utility::ImmutableString> mKeys;
 };
 

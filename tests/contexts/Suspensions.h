@@ -7,20 +7,12 @@
 #include <memory>
 #include <thread>
 
-#include <krobase/executor.h>
 #include <krobase/gate.h>
 
 #include "U_Suspend.h"
 #include "tests/contexts/States.h"
 
 typedef boost::shared_ptr<U_SuspendContext> SuspendPtr;
-typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
-
-inline ExecutorPtr MakeExecutor()
-{
-    return krobase::threads::CreateAsyncThreadedExecutor(
-        "test", 1, krobase::threads::kThreadPriorityNormal, {}, {});
-}
 
 // Waits until the executor has run all functions that were posted before.
 inline void Drain(const ExecutorPtr& executor)
@@ -35,6 +27,35 @@ inline int SuspendedCall(const ExecutorPtr& executor, const boost::function<int(
     return U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor, function);
 }
 
+// Expects that the context is current on this thread and can be activated.
+inline void ExpectBack(const ContextPtr& context)
+{
+    EXPECT_EQ(U_Context::GetCurrent(), context);
+    EXPECT_EQ(context->GetThreadID(), ThisThread());
+    EXPECT_EQ(CodeThrown([] { U_ContextSetter nested; }), 0);
+}
+
+// An active context of this thread, which is suspended until End.
+struct Task
+{
+    int Call(const ExecutorPtr& executor, const boost::function<int()>& function)
+    {
+        return suspended->CallOnThreadedExecutor(executor, function);
+    }
+
+    void Suspend() { suspended = U_SuspendContext::NewSuspendContext(); }
+
+    void End() // expects the context back
+    {
+        suspended.reset();
+        ExpectBack(context);
+    }
+
+    const ContextPtr context = U_Context::MakeNewContext();
+    const U_ContextSetter setter{context};
+    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
+};
+
 class Suspend : public Contexts
 {
 protected:
@@ -48,12 +69,11 @@ protected:
     // Clears the flag of a termination. The library never clears the flag.
     static void Revive() { Reviver::Revive(); }
 
-    // Expects that the context is current on this thread and can be activated.
-    static void ExpectBack(const ContextPtr& context)
+    // Runs the function on the executor's thread and waits for its end.
+    void RunThere(const std::function<void()>& function)
     {
-        EXPECT_EQ(U_Context::GetCurrent(), context);
-        EXPECT_EQ(context->GetThreadID(), ThisThread());
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter nested; }), 0);
+        mExecutor->Post(function, 0);
+        Drain(mExecutor);
     }
 
     ExecutorPtr mExecutor = MakeExecutor();

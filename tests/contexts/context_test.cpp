@@ -1,5 +1,8 @@
 #include <algorithm>
 #include <functional>
+#include <initializer_list>
+#include <map>
+#include <memory>
 
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
@@ -22,160 +25,143 @@ const char kGone[] = "current context is gone";
 const char kAnother[] = "another context is already active";
 const char kElsewhere[] = "context already active in another thread";
 
-// Makes a context current on the calling thread and destroys it on another thread.
-void LoseContext()
+struct Step
 {
-    ContextPtr context = U_Context::MakeNewContext();
-    Neighbour::Raise(*context);
-    OnFreshThread([&] { context.reset(); });
-}
+    const char* text;  // the number of a thread, an operation, and a context; '0' is no context
+    const char* trace; // the hooks that were called, or the failed check, or the answer
+};
+
+// Plays steps on threads of their own, with contexts that have one state, "s".
+class ContextSteps : public Contexts
+{
+protected:
+    void SetUp() override
+    {
+        Contexts::SetUp();
+        Register("s");
+    }
+
+    void TearDown() override
+    {
+        mThreads.clear();
+        mContexts.clear();
+        Contexts::TearDown();
+    }
+
+    void Play(std::initializer_list<Step> steps)
+    {
+        for (const Step& step : steps)
+        {
+            Thread& thread = mThreads[step.text[0]];
+            ContextPtr& context = mContexts[step.text[2]];
+            if (!context && step.text[2] != '0')
+                context = U_Context::MakeNewContext();
+            Lines trace;
+            const auto run = [&] { trace = {Run(thread, step.text[1], context)}; };
+            krobase::threads::Gate done(false);
+            thread.executor->Post(
+                [&] {
+                    thread.id = ThisThread();
+                    const int code = CodeThrown(run);
+                    const Lines hooks = HookCalls();
+                    if (code == 3 || !hooks.empty())
+                        trace = code ? FailedChecks() : hooks;
+                    EXPECT_TRUE(step.text[1] != '?' || U_Context::HasCurrent() == (code == 0));
+                    done.Open();
+                },
+                0);
+            ASSERT_TRUE(done.PassThrough(kGenerous));
+            EXPECT_THAT(trace, ElementsAre(step.trace))
+                << &step - steps.begin() << ": " << step.text;
+        }
+    }
+
+private:
+    struct Thread
+    {
+        const ExecutorPtr executor = MakeExecutor();
+        std::vector<std::shared_ptr<void>> setters;
+        U_u32 id = 0;
+    };
+
+    std::string Run(Thread& thread, char operation, ContextPtr& context)
+    {
+        switch (operation)
+        {
+        case '+':
+            Neighbour::Raise(*context);
+            break;
+        case '-':
+            Neighbour::Lower(*context);
+            break;
+        case '~':
+            context.reset();
+            break;
+        case '(':
+            thread.setters.push_back(std::make_shared<U_ContextSetter>(context));
+            break;
+        case '[':
+            thread.setters.push_back(std::make_shared<U_WeakContextSetter>(context));
+            break;
+        case ')': // ends the newest setter
+            thread.setters.pop_back();
+            break;
+        case '@':
+            for (const auto& [number, other] : mThreads)
+            {
+                if (context->GetThreadID() == other.id)
+                    return {number};
+            }
+            EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
+            return "nowhere";
+        default:
+            const ContextPtr current = U_Context::GetCurrent();
+            for (const auto& [letter, other] : mContexts)
+            {
+                if (other == current)
+                    return {letter};
+            }
+        }
+        return "";
+    }
+
+    std::map<char, Thread> mThreads;
+    std::map<char, ContextPtr> mContexts;
+};
 } // namespace
 
-TEST_F(Contexts, EachOperationFailsAsTheCurrentContextRequires)
+TEST_F(ContextSteps, EachOperationFailsAsTheCurrentContextRequires)
 {
-    enum Condition
-    {
-        kEmpty,
-        kHoldsThis,
-        kHoldsAnother,
-        kHoldsGone,
-        kConditions
-    };
-    struct Row
-    {
-        const char* operation;
-        std::function<void(const ContextPtr&)> run;
-        const char* failures[kConditions];
-    };
-    const Row rows[] = {
-        {"GetCurrent", [](const ContextPtr&) { U_Context::GetCurrent(); }, {kNone, "", "", kGone}},
-        {"setter", [](const ContextPtr&) { U_ContextSetter setter; }, {kNone, "", "", kGone}},
-        {"setter of null",
-         [](const ContextPtr&) { U_ContextSetter setter(nullptr); },
-         {kNone, "", "", kGone}},
-        {"setter of this",
-         [](const ContextPtr& context) { U_ContextSetter setter(context); },
-         {"", "", kAnother, kGone}},
-        {"weak setter of this",
-         [](const ContextPtr& context) { U_WeakContextSetter setter(context); },
-         {"", "", "", kGone}},
-        {"weak setter of null",
-         [](const ContextPtr&) { U_WeakContextSetter setter(nullptr); },
-         {"", "", "", ""}},
-    };
-    for (const Row& row : rows)
-    {
-        for (int condition = 0; condition < kConditions; ++condition)
-        {
-            SCOPED_TRACE(row.operation + std::string(" / ") + std::to_string(condition));
-            OnFreshThread([&] {
-                const ContextPtr context = U_Context::MakeNewContext();
-                const ContextPtr another = U_Context::MakeNewContext();
-                if (condition == kHoldsThis)
-                    Neighbour::Raise(*context);
-                if (condition == kHoldsAnother)
-                    Neighbour::Raise(*another);
-                if (condition == kHoldsGone)
-                    LoseContext();
-                const bool had = condition == kHoldsThis || condition == kHoldsAnother;
-                EXPECT_EQ(U_Context::HasCurrent(), had);
-
-                const std::string failure = row.failures[condition];
-                EXPECT_EQ(CodeThrown([&] { row.run(context); }), failure.empty() ? 0 : 3);
-                EXPECT_EQ(FailedChecks(), failure.empty() ? Lines{} : Lines{failure});
-                EXPECT_EQ(U_Context::HasCurrent(), had);
-                EXPECT_EQ(context->IsActive(), condition == kHoldsThis);
-                EXPECT_EQ(another->IsActive(), condition == kHoldsAnother);
-            });
-        }
-    }
+    Play({{"1?0", kNone}, {"1(0", kNone}, {"1[0", ""}, {"1?0", kNone}});
+    Play({{"1(a", "on s"}, {"1?0", "a"}, {"1(0", ""}, {"1(a", ""}, {"1[0", ""}, {"1[b", ""}});
+    Play({{"1(b", kAnother}, {"1+b", kAnother}, {"1?0", "a"}, {"2(b", "on s"}, {"2)0", "off s"}});
+    // A context that another thread has destroyed.
+    Play({{"3+c", "on s"}, {"1~c", "off s while active"}, {"3?0", kGone}, {"3(0", kGone}});
+    Play({{"3(b", kGone}, {"3[b", kGone}, {"3[0", ""}, {"1?0", "a"}, {"2?0", kNone}});
 }
 
-TEST_F(Contexts, NestedSettersCallEachHookOnce)
+TEST_F(ContextSteps, NestedSettersCallEachHookOnce)
 {
-    Register("a");
-    Register("b");
-    const ContextPtr context = U_Context::MakeNewContext();
-    EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
-    {
-        const U_ContextSetter outer(context);
-        EXPECT_THAT(HookCalls(), testing::UnorderedElementsAre("on a", "on b"));
-        {
-            const U_ContextSetter inner;
-            const U_ContextSetter innermost(nullptr);
-            const U_WeakContextSetter weak(context);
-            EXPECT_EQ(innermost->GetContextID(), context->GetContextID());
-            EXPECT_EQ(U_Context::GetCurrent(), context);
-        }
-        EXPECT_TRUE(context->IsActive());
-        EXPECT_THAT(HookCalls(), IsEmpty());
-    }
-    EXPECT_THAT(HookCalls(), testing::UnorderedElementsAre("off a", "off b"));
-    EXPECT_FALSE(U_Context::HasCurrent());
-    EXPECT_EQ(context->GetThreadID(), ThisThread()) << "the id of the last thread stays";
-    OnFreshThread([&] {
-        const U_WeakContextSetter weak(context);
-        EXPECT_EQ(context->GetThreadID(), ThisThread());
-    });
-    EXPECT_EQ(HookCalls().size(), 4u);
+    Play({{"1@a", "nowhere"}, {"1(a", "on s"}, {"1(0", ""}, {"1(a", ""}, {"1[a", ""}});
+    Play({{"1@a", "1"}, {"1)0", ""}, {"1)0", ""}, {"1)0", ""}, {"1?0", "a"}});
+    Play({{"1)0", "off s"}, {"1?0", kNone}, {"1@a", "1"}}); // the last thread
+    Play({{"2[a", "on s"}, {"2@a", "2"}, {"2)0", "off s"}});
 }
 
-TEST_F(Contexts, AnActiveContextThatIsDestroyedCallsItsHooksAndFreesItsThread)
+TEST_F(ContextSteps, AnActiveContextThatIsDestroyedCallsItsHooksAndFreesItsThread)
 {
-    Register("a");
-    {
-        ContextPtr context = U_Context::MakeNewContext();
-        const U_WeakContextSetter weak(context);
-        context.reset();
-        EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a while active"));
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0);
-    }
-    HookCalls();
-    OnFreshThread([&] { LoseContext(); });
-    EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a while active"));
-
-    ContextPtr elsewhere = U_Context::MakeNewContext();
-    OnFreshThread([&] { Neighbour::Raise(*elsewhere); });
-    const ContextPtr current = U_Context::MakeNewContext();
-    const U_ContextSetter setter(current);
-    elsewhere.reset();
-    EXPECT_EQ(U_Context::GetCurrent(), current) << "the destroyed context was another thread's";
+    Play({{"1[a", "on s"}, {"1~a", "off s while active"}, {"1(b", "on s"}, {"2+c", "on s"}});
+    Play({{"1~c", "off s while active"}, {"1?0", "b"}}); // the context of another thread
 }
 
-TEST_F(Contexts, AThreadWithoutAContextTakesOneOver)
+TEST_F(ContextSteps, AThreadWithoutAContextTakesOneOver)
 {
-    Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    OnFreshThread([&] {
-        Neighbour::Raise(*context);
-        OnFreshThread([&] {
-            Neighbour::Raise(*context);
-            EXPECT_EQ(context->GetThreadID(), ThisThread());
-        });
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter setter; }), 3);
-        EXPECT_THAT(FailedChecks(), ElementsAre(kElsewhere));
-
-        // The context belongs to the other thread now: deactivations here only lower the count.
-        Neighbour::Lower(*context);
-        EXPECT_TRUE(context->IsActive());
-        Neighbour::Lower(*context);
-        EXPECT_FALSE(context->IsActive());
-        EXPECT_TRUE(U_Context::HasCurrent());
-    });
-    EXPECT_THAT(HookCalls(), ElementsAre("on a"));
-    OnFreshThread([&] {
-        Neighbour::Raise(*context);
-        OnFreshThread([&] { Neighbour::Lower(*context); });
-        EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"))
-            << "the last deactivation, on any thread";
-        Neighbour::Raise(*context);
-    });
-    OnFreshThread([&] {
-        LoseContext();
-        HookCalls();
-        Neighbour::Lower(*context);
-        EXPECT_THAT(HookCalls(), IsEmpty()) << "next to a destroyed context it is only counted";
-    });
+    Play({{"1+a", "on s"}, {"2+a", ""}, {"2@a", "2"}, {"1(0", kElsewhere}});
+    // The context belongs to thread 2 now: deactivations of thread 1 only lower the count.
+    Play({{"1-a", ""}, {"1-a", ""}, {"1?0", "a"}, {"2+a", "on s"}});
+    // The last deactivation calls the hook, on any thread, but not next to a destroyed context.
+    Play({{"3+b", "on s"}, {"4-b", "off s"}, {"3+b", "on s"}});
+    Play({{"5+c", "on s"}, {"1~c", "off s while active"}, {"5-b", ""}, {"3+b", "on s"}});
 }
 
 TEST_F(Contexts, AHookThatThrowsStopsTheRestAndAddsNoActivation)
@@ -251,7 +237,7 @@ TEST_F(Contexts, AFactoryThatThrowsLeavesNothingBehind)
         Register("z"); // so that states are made before the failing one in any order of keys
         Register("y");
         EXPECT_ANY_THROW(U_Context::MakeNewContext());
-        EXPECT_EQ(LoggedState::sLiving, 0);
+        EXPECT_EQ(CountingState::sLiving, 0);
         OnFreshThread([this] { Unregister(); }); // would wait forever for a lock that is still held
         EXPECT_NO_THROW(U_Context::MakeNewContext());
     }

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <platform/control.h>
+#include <win32/message_queue.h>
 
 #include "U_Threads.h"
 #include "tests/contexts/Suspensions.h"
@@ -16,29 +17,25 @@ using testing::ElementsAre;
 TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
 {
     Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    const std::string id = std::to_string(context->GetContextID());
+    std::string id;
     U_u32 executorThread = 0;
     {
-        const U_ContextSetter setter(context);
-        const U_ContextSetter nested;
         StartTraces("U_Context", 6);
-
-        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        EXPECT_FALSE(U_Context::HasCurrent());
-        EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
-        EXPECT_TRUE(context->IsActive());
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor,
-                                                    [&] {
-                                                        executorThread = ThisThread();
-                                                        ExpectBack(context);
-                                                        return 42;
-                                                    }),
-                  42);
-        EXPECT_FALSE(U_Context::HasCurrent());
-        EXPECT_EQ(context->GetThreadID(), U_NoThreadID);
-        suspended.reset();
-        ExpectBack(context);
+        Task task;
+        id = std::to_string(task.context->GetContextID());
+        const auto function = [&] {
+            executorThread = ThisThread();
+            ExpectBack(task.context);
+            return 42;
+        };
+        for (int calls = 0; calls < 2; ++calls)
+        {
+            EXPECT_FALSE(U_Context::HasCurrent());
+            EXPECT_EQ(task.context->GetThreadID(), U_NoThreadID);
+            EXPECT_TRUE(task.context->IsActive());
+            EXPECT_TRUE(calls || task.Call(mExecutor, function) == 42);
+        }
+        task.End();
         platform::SetTrace(nullptr, 0);
     }
     const std::string here = "<" + std::to_string(ThisThread()) + "> <U_Context> <6> ";
@@ -46,7 +43,9 @@ TEST_F(Suspend, TheContextIsHandedOverAndBackStepByStep)
     EXPECT_NE(here, there);
     EXPECT_THAT(HookCalls(), ElementsAre("on a", "off a"));
     EXPECT_THAT(Traces(),
-                ElementsAre(here + "sThreadContext unset " + id + " from U_SuspendContext\r\n",
+                ElementsAre(here + "sThreadContext unset -1 from AttachContextTLS\r\n",
+                            here + "sThreadContext set " + id + "\r\n",
+                            here + "sThreadContext unset " + id + " from U_SuspendContext\r\n",
                             there + "sThreadContext unset -1 from AttachContextTLS\r\n",
                             there + "sThreadContext set " + id + "\r\n",
                             there + "sThreadContext unset -1 from ~U_ResumeContext\r\n",
@@ -67,15 +66,15 @@ TEST_F(Suspend, ExceptionsOfTheFunctionAreTheResult)
         {"empty", boost::function<int()>(), 14},
     };
     Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
+    Task task;
     for (const auto& [name, function, result] : rows)
     {
         SCOPED_TRACE(name);
         const std::size_t unhandled = mLog.Texts("UNHANDLED_EXCEPTION").size();
-        EXPECT_EQ(SuspendedCall(mExecutor, function), result);
+        EXPECT_EQ(task.Call(mExecutor, function), result);
         EXPECT_EQ(mLog.Texts("UNHANDLED_EXCEPTION").size() - unhandled, result == 14 ? 1u : 0u);
-        ExpectBack(context);
+        task.End();
+        task.Suspend();
     }
     EXPECT_THAT(mLog.Texts("UNHANDLED_EXCEPTION").back(),
                 testing::HasSubstr("What: call to empty boost::function"));
@@ -84,35 +83,24 @@ TEST_F(Suspend, ExceptionsOfTheFunctionAreTheResult)
 
 TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
 {
-    const ContextPtr context = U_Context::MakeNewContext();
-    U_SuspendContext::TerminateAndFailAllSuspendedContexts(); // does not stop calls on the own
-                                                              // thread
-    mExecutor->Post(
-        [&] {
-            const U_ContextSetter setter(context);
-            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-            const auto call = [&](const boost::function<int()>& function) {
-                return suspended->CallOnThreadedExecutor(mExecutor, function);
-            };
-            EXPECT_EQ(call([&] {
-                          ExpectBack(context);
-                          return 3;
-                      }),
-                      3);
-            EXPECT_EQ(CodeThrown([&] { call([]() -> int { throw 7; }); }), 7);
-            EXPECT_THROW(call({}), boost::bad_function_call);
-            ExpectBack(context);
+    U_SuspendContext::TerminateAndFailAllSuspendedContexts(); // stops calls to other threads
+    RunThere([&] {
+        Task task;
+        const auto function = [&] {
+            ExpectBack(task.context);
+            return 3;
+        };
+        EXPECT_EQ(task.Call(mExecutor, function), 3);
+        EXPECT_EQ(CodeThrown([&] { task.Call(mExecutor, []() -> int { throw 7; }); }), 7);
+        EXPECT_THROW(task.Call(mExecutor, {}), boost::bad_function_call);
+        ExpectBack(task.context);
 
-            Revive();
-            EXPECT_EQ(suspended->CallOnThreadedExecutor(MakeExecutor(), [] { return 4; }), 4);
-            EXPECT_FALSE(U_Context::HasCurrent())
-                << "a call to another thread detaches the context again";
-            suspended.reset();
-            ExpectBack(context);
-        },
-        0);
-    Drain(mExecutor);
-    EXPECT_FALSE(context->IsActive());
+        Revive();
+        EXPECT_EQ(task.Call(MakeExecutor(), [] { return 4; }), 4);
+        EXPECT_FALSE(U_Context::HasCurrent())
+            << "a call to another thread detaches the context again";
+        task.End();
+    });
 }
 
 TEST_F(Suspend, TheExecutorsOwnContextLivesThroughTheCall)
@@ -121,7 +109,7 @@ TEST_F(Suspend, TheExecutorsOwnContextLivesThroughTheCall)
     EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
     ContextPtr own = U_Context::MakeNewContext();
     const boost::weak_ptr<U_Context> watched = own;
-    mExecutor->Post([&] { Neighbour::Raise(*own); }, 0);
+    RunThere([&] { Neighbour::Raise(*own); });
     EXPECT_EQ(SuspendedCall(mExecutor, [&] { return U_Context::GetCurrent() == own ? 1 : 2; }), 1);
     {
         const U_ContextSetter setter(U_Context::MakeNewContext());
@@ -131,15 +119,11 @@ TEST_F(Suspend, TheExecutorsOwnContextLivesThroughTheCall)
         };
         EXPECT_EQ(SuspendedCall(mExecutor, endOwn), 2);
     }
-    Drain(mExecutor);
-    EXPECT_TRUE(watched.expired());
-    mExecutor->Post(
-        [&] {
-            EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
-            EXPECT_FALSE(U_Context::HasCurrent());
-        },
-        0);
-    Drain(mExecutor);
+    RunThere([&] { EXPECT_TRUE(watched.expired()); });
+    RunThere([&] {
+        EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
+        EXPECT_FALSE(U_Context::HasCurrent());
+    });
 }
 
 TEST_F(Suspend, MisuseIsReportedAndChangesNothing)
@@ -199,12 +183,7 @@ TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
     const U_ContextSetter setter(context);
     context->mMayActivate = false;
     EXPECT_EQ(SuspendedCall(mExecutor, [] { return 1; }), 3);
-    mExecutor->Post(
-        [] {
-            EXPECT_FALSE(U_Context::HasCurrent()) << "the executor's thread has no context either";
-        },
-        0);
-    Drain(mExecutor);
+    RunThere([] { EXPECT_FALSE(U_Context::HasCurrent()) << "on the executor's thread either"; });
     context->mMayActivate = true;
     ExpectBack(context);
 }
@@ -213,48 +192,44 @@ TEST_F(Suspend, AContextThatCannotBecomeActiveThereComesBack)
 TEST_F(Suspend, AnotherCallInsideTheFunctionTakesNoContextAway)
 {
     const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
-    const auto pump = [] { U_Context::CheckAbortAndFlushCompletionRoutines(); };
+    const U_u32 loopThread = ThisThread();
+    const auto pumpUntil = [](const std::atomic<bool>& flag) {
+        win32::MSG message;
+        while (!flag && win32::GetMessageW(&message, nullptr, 0, 0) > 0)
+            win32::DispatchMessageW(&message);
+    };
+    const auto callOnLoop = [&](const boost::function<int()>& function) {
+        Task task;
+        EXPECT_EQ(task.suspended->CallOnEventLoopAdaptorExecutor(loop, function), 1);
+        task.End(); // waits until the function has ended
+    };
     for (const bool here : {false, true})
     {
         SCOPED_TRACE(here ? "the thread's own call" : "a posted call");
         std::atomic<bool> inside(false);
+        std::atomic<bool> done(here);
         std::thread other;
-        const auto letOtherIn = [&] {
-            other = std::thread([&] {
-                const U_ContextSetter task(U_Context::MakeNewContext());
-                const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-                suspended->CallOnEventLoopAdaptorExecutor(loop, [&] {
-                    inside = true;
-                    return 0;
-                });
-            });
-            while (!inside)
-                pump();
+        const auto enter = [&] {
+            inside = true;
             return 1;
         };
-        const auto call = [&] {
-            const ContextPtr context = U_Context::MakeNewContext();
-            const U_ContextSetter task(context);
-            {
-                const SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-                EXPECT_EQ(suspended->CallOnEventLoopAdaptorExecutor(loop, letOtherIn), 1);
-            }
-            ExpectBack(context);
+        const auto letOtherIn = [&] {
+            other = std::thread([&] { callOnLoop(enter); });
+            pumpUntil(inside);
+            return 1;
         };
+        std::thread caller;
         if (here)
-            call();
+            callOnLoop(letOtherIn);
         else
-        {
-            std::atomic<bool> done(false);
-            std::thread caller([&] {
-                call();
+            caller = std::thread([&] {
+                callOnLoop(letOtherIn);
                 done = true;
+                platform::PostThreadMessage(loopThread, win32::kWmUser, 0, 0);
             });
-            while (!done)
-                pump();
+        pumpUntil(done);
+        if (!here)
             caller.join();
-        }
-        // The other call waits until its function has ended.
         other.join();
     }
 }

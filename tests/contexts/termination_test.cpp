@@ -27,8 +27,7 @@ protected:
 
 TEST_F(Termination, AFunctionThatHasNotBegunNeverRuns)
 {
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
+    Task task;
     std::atomic<int> runs(0);
     const auto run = [&runs] { return ++runs; };
     for (const bool callerLeavesFirst : {false, true})
@@ -36,42 +35,39 @@ TEST_F(Termination, AFunctionThatHasNotBegunNeverRuns)
         LongFunction before;
         mExecutor->Post(before.Function(), 0);
         std::thread terminator = TerminateOnceBegun(before);
-        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, run), 517);
+        EXPECT_EQ(task.Call(mExecutor, run), 517);
+        EXPECT_EQ(task.Call(mExecutor, run), 517);
         terminator.join();
         if (callerLeavesFirst)
         {
-            suspended.reset();
+            task.suspended.reset();
             Revive(); // the function does not run then either: no caller waits for it
         }
         before.LetEnd();
         Drain(mExecutor);
-        suspended.reset();
-        ExpectBack(context);
+        task.End();
         EXPECT_EQ(runs, 0);
         Revive();
+        task.Suspend();
     }
 }
 
 TEST_F(Termination, AFunctionThatEndsSoonGivesTheContextBack)
 {
     Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    const U_ContextSetter setter(context);
+    Task task;
+    int& touches = LoggedState::Of(*task.context, "a").mValue;
     LongFunction function;
-    function.mAtEnd = [&] { ++LoggedState::Of(*context, "a").mTouches; };
+    function.mAtEnd = [&] { ++touches; };
     std::thread terminator = TerminateOnceBegun(function);
-    SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-    EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function.Function()), 517);
+    EXPECT_EQ(task.Call(mExecutor, function.Function()), 517);
     terminator.join();
-    EXPECT_NE(context->GetThreadID(), U_NoThreadID) << "the context is still the executor's";
+    EXPECT_NE(task.context->GetThreadID(), U_NoThreadID) << "the context is still the executor's";
     // Late enough that a destructor that does not wait would end first.
     const ExecutorPtr ender = MakeExecutor();
     ender->Post([&] { function.LetEnd(); }, 300);
-    suspended.reset();
-    EXPECT_EQ(LoggedState::Of(*context, "a").mTouches, 2);
-    ExpectBack(context);
+    task.End();
+    EXPECT_EQ(touches, 2);
     Drain(ender);
     EXPECT_THAT(HookCalls(), ElementsAre("on a"));
 }
@@ -107,9 +103,7 @@ TEST_F(Termination, AFunctionThatIsStuckKeepsTheContextForItself)
             };
         }
         else
-        {
             stuck.mAtEnd = end;
-        }
         {
             const U_ContextSetter setter(context);
             std::thread terminator = TerminateOnceBegun(stuck);
@@ -160,14 +154,9 @@ TEST_F(Termination, AContextLostInANestedCallIsLostToAllCallers)
             EXPECT_NE(context->GetThreadID(), ThisThread());
         };
         if (lenderRunsHere)
-        {
-            mExecutor->Post(lend, 0);
-            Drain(mExecutor);
-        }
+            RunThere(lend);
         else
-        {
             lend();
-        }
         terminator.join();
         stuck.LetEnd();
         Drain(other);
@@ -178,32 +167,23 @@ TEST_F(Termination, AContextLostInANestedCallIsLostToAllCallers)
 
 TEST_F(Termination, ACallHereDoesNotTakeTheContextFromAFunctionThatKeepsIt)
 {
-    const ContextPtr context = U_Context::MakeNewContext();
     const ExecutorPtr other = MakeExecutor();
     LongFunction stuck;
     std::thread terminator = TerminateOnceBegun(stuck);
-    mExecutor->Post(
-        [&] {
-            const U_ContextSetter setter(context);
-            SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-            EXPECT_EQ(suspended->CallOnThreadedExecutor(other, stuck.Function()), 517);
-            const auto here = [&] {
-                suspended->CallOnThreadedExecutor(mExecutor, [] { return 1; });
-            };
-            EXPECT_EQ(CodeThrown(here), 3);
-            EXPECT_THAT(FailedChecks(), ElementsAre("suspended context active in another thread"));
-            EXPECT_FALSE(U_Context::HasCurrent());
-            stuck.LetEnd();
-            Drain(other);
-            EXPECT_EQ(CodeThrown(here), 0);
-            ExpectBack(context);
-            suspended.reset();
-            ExpectBack(context);
-        },
-        0);
-    Drain(mExecutor);
+    RunThere([&] {
+        Task task;
+        EXPECT_EQ(task.Call(other, stuck.Function()), 517);
+        const auto here = [&] { task.Call(mExecutor, [] { return 1; }); };
+        EXPECT_EQ(CodeThrown(here), 3);
+        EXPECT_THAT(FailedChecks(), ElementsAre("suspended context active in another thread"));
+        EXPECT_FALSE(U_Context::HasCurrent());
+        stuck.LetEnd();
+        Drain(other);
+        EXPECT_EQ(CodeThrown(here), 0);
+        ExpectBack(task.context);
+        task.End();
+    });
     terminator.join();
-    EXPECT_FALSE(context->IsActive());
 }
 
 // One thread at a time has the context, at whichever moment calls are given up: the state is
@@ -216,7 +196,7 @@ TEST_F(Termination, TerminationAtAnyMomentNeverSharesTheContext)
     {
         const ContextPtr context = U_Context::MakeNewContext();
         const U_ContextSetter setter(context);
-        int& touched = LoggedState::Of(*context, "a").mTouches;
+        int& touched = LoggedState::Of(*context, "a").mValue;
         std::atomic<int> holders(0);
         const auto touch = [&touched, &holders] {
             EXPECT_EQ(++holders, 1);

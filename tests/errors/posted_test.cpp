@@ -6,6 +6,7 @@
 #include <functional>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 #include <boost/thread/barrier.hpp>
 
@@ -30,7 +31,7 @@ const U_u32 kLogOnly = 0xFFFF0000;
 
 U_Status CountCall(void* refcon, U_u32, U_u16, const char*)
 {
-    ++*static_cast<int*>(refcon);
+    ++*static_cast<unsigned int*>(refcon);
     return 0;
 }
 
@@ -160,11 +161,16 @@ TEST_F(Posted, AMessageThatCannotBeShownStaysPostedAndBlocksNoOther)
             throw 5;
     };
     EXPECT_EQ(Displayed(), kWaiting);
-    mAlerts.mWhileUp = [](const platform::Alert&) { throw std::string("unknown"); };
+    FromWorker(U_Sev_MESSAGE, u"second");
+    mAlerts.mWhileUp = [](const platform::Alert& alert) {
+        if (Narrow(alert.text) == "first")
+            throw 5;
+        throw std::string("unknown");
+    };
     EXPECT_THROW(U_DisplayPostedErrors(), std::string);
     EXPECT_THROW(U_ReportError(0, U_Sev_MESSAGE, Units(u"fourth")), std::string);
     mAlerts.mWhileUp = nullptr;
-    EXPECT_EQ(Displayed(), (Texts{"first", "fourth"}));
+    EXPECT_EQ(Displayed(), (Texts{"first", "second", "fourth"}));
     EXPECT_EQ(Displayed(), Texts());
 }
 
@@ -232,13 +238,10 @@ TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
     Supplier supplier;
     U_SetPencartValuesForUErrors(&supplier, new kroview::ui::UI_Node);
     U_ReportError(0, U_Sev_MESSAGE, Units(u"at once"));
-    FromWorker(U_Sev_MESSAGE, u"alone");
     Grouped(U_Sev_INFO, mFiles, u"only");
     U_DisplayPostedErrors();
-    std::vector<float> hints;
-    for (const platform::Alert& alert : mAlerts.All())
-        hints.push_back(alert.sizeHint);
-    EXPECT_EQ(hints, (std::vector<float>{0, 0, 600}));
+    EXPECT_EQ(mAlerts.All().at(0).sizeHint, 0);
+    EXPECT_EQ(mAlerts.All().at(1).sizeHint, 600);
 }
 
 TEST_F(Posted, ALabelWithoutANumberIsGivenOneAndABrokenTagIsNoGroup)
@@ -347,45 +350,48 @@ TEST_F(Posted, AFirstQuietCallTakesNoLongerThanASearchOfTheTable)
 
 TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrors)
 {
-    const Texts kRepeated = {"Test Host warning: deferred\n\n( 18 :: 52 )"};
-    U_ReportError(0, U_Sev_INFO, Units(u"before"));
-    const U_u32 before = Count();
-    mAlerts.Clear();
-    Defer(0, {false}, &Warn);
-    EXPECT_EQ(Count(), before);
-    EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
-    Defer(0, {true, "nothing happened"}, [] {});
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-
-    mLog.Clear();
-    Defer(kLogOnly, {true}, [this] {
-        Warn();
-        EXPECT_EQ(mAlerts.Texts(), Texts());
-    });
-    EXPECT_EQ(mAlerts.Texts(), kRepeated);
-    EXPECT_EQ(Count(), before + 2);
-    EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), 1u);
-
-    mAlerts.Clear();
-    Defer(0, {true, nullptr, true}, &Warn);
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-    EXPECT_EQ(Count(), before + 3);
-    U_ClearLastReportedError();
-    EXPECT_EQ(Displayed(), kRepeated);
-}
-
-TEST_F(Posted, CallbacksReceiveADeferredErrorOnce)
-{
-    int calls = 0;
+    const auto nothing = [] {};
+    const auto withoutText = [] { U_ReportError(kLocation, U_Sev_WARNING, U_UTF16String()); };
+    // The outcome: l logged, i called back inside the stretch, c called back at its end, n counted,
+    // s shown at the end, p posted.
+    const std::tuple<const char*, U_u32, std::function<void()>, End, const char*> kRows[] = {
+        {"forgotten", 0, &Warn, {false}, ""},
+        {"forgotten, but for its log", kLogOnly, &Warn, {false}, "li"},
+        {"nothing to repeat", 0, nothing, {true, "nothing happened"}, ""},
+        {"repeated, not in the log", kLogOnly, &Warn, {true}, "linns"},
+        {"repeated", 0, &Warn, {true}, "lcnns"},
+        {"posted", 0, &Warn, {true, nullptr, true}, "np"},
+        {"without a text", 0, withoutText, {true, "can't save"}, "lcnns"},
+    };
+    unsigned int calls = 0;
     ASSERT_EQ(U_AddLoggingCallback(&CountCall, &calls), 0);
-    for (U_u32 mask : {kLogOnly, 0u})
+    for (const auto& [name, mask, body, end, expected] : kRows)
     {
+        SCOPED_TRACE(name);
+        U_ReportError(0, U_Sev_INFO, Units(u"before"));
+        const U_u32 before = Count();
+        std::string outcome;
         calls = 0;
-        Defer(mask, {true}, [&] {
-            Warn();
-            EXPECT_EQ(calls, mask == kLogOnly);
+        mAlerts.Clear();
+        mLog.Clear();
+        Defer(mask, end, [&, body = body] {
+            body();
+            outcome = std::string(std::exchange(calls, 0), 'i');
+            EXPECT_EQ(mAlerts.Texts(), Texts());
         });
-        EXPECT_EQ(calls, 1);
+        Texts alerts = mAlerts.Texts();
+        outcome = std::string(mLog.Texts("U_Sev_WARNING").size(), 'l') + outcome +
+                  std::string(calls, 'c') + std::string(Count() - before, 'n') +
+                  std::string(alerts.size(), 's');
+        EXPECT_TRUE(Count() != before || Up_GetThreadLoggingBuffer() == std::string("before"));
+        for (const std::string& text : Displayed())
+        {
+            outcome += 'p';
+            alerts.push_back(text);
+        }
+        EXPECT_EQ(outcome, expected);
+        const std::string text = end.fallback ? end.fallback : "deferred";
+        EXPECT_EQ(alerts, Texts(alerts.size(), "Test Host warning: " + text + "\n\n( 18 :: 52 )"));
     }
 }
 
@@ -419,13 +425,6 @@ TEST_F(Posted, ErrorsOfOtherThreadsInAStretchAreNotLost)
         EXPECT_EQ(Displayed(), Texts{text + "\n\n"});
         EXPECT_EQ(mLog.Texts("U_Sev_FATAL"), Texts{text + "\t"});
     }
-}
-
-TEST_F(Posted, AnErrorWithoutATextIsRepeatedWithTheFallback)
-{
-    Defer(0, {true, "can't save"},
-          [] { U_ReportError(kLocation, U_Sev_WARNING, U_UTF16String()); });
-    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host warning: can't save\n\n( 18 :: 52 )"});
 }
 
 TEST_F(Posted, ADeferredStretchOutsideALifeHidesNothing)

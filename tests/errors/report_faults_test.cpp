@@ -70,7 +70,19 @@ TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
     const auto report = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); };
     const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
     U_DeferredState state;
-    const std::function<void()> kNothing = [] {};
+    const auto nothing = [] {};
+    const auto reportTwo = [&] {
+        reportGrouped();
+        reportGrouped();
+    };
+    const auto defer = [&] {
+        ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
+        report();
+    };
+    const auto repeat = [&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); };
+    const auto allocate = [] {
+        EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr);
+    };
     const struct
     {
         const char* name;
@@ -83,24 +95,12 @@ TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
     } kRows[] = {
         // Allocates the entry and its node in the list.
         {"held back", &U_IncrementPostErrors, report, &U_DecrementPostErrors, 0, 1, 3},
-        {"of a group", kNothing, reportGrouped, kNothing, 0, 1, 3},
-        {"a group, while it is shown",
-         [&] {
-             reportGrouped();
-             reportGrouped();
-         },
-         &U_DisplayPostedErrors, kNothing, 2, 2, 0},
+        {"of a group", nothing, reportGrouped, nothing, 0, 1, 3},
+        {"a group, while it is shown", reportTwo, &U_DisplayPostedErrors, nothing, 2, 2, 0},
         // Allocates the text from a buffer.
-        {"deferred",
-         [&] {
-             ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
-             report();
-         },
-         [&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); }, kNothing, 1, 1, 1},
+        {"deferred", defer, repeat, nothing, 1, 1, 1},
         // Allocates the parts of the sentence.
-        {"of an allocation", kNothing,
-         [] { EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr); }, kNothing,
-         1, 1, 20},
+        {"of an allocation", nothing, allocate, nothing, 1, 1, 20},
     };
     const U_u32 mask = Up_GetInteract();
     for (const auto& row : kRows)

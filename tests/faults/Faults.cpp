@@ -1,7 +1,5 @@
 #include "tests/faults/Faults.h"
 
-#include <new>
-
 #include <boost/function.hpp>
 
 #include "U_Posted.h"
@@ -22,38 +20,13 @@ void WarmThread()
     U_StartQuietErrorsOnCurrentThread(true);
     U_EndQuietErrorsOnCurrentThread();
 }
-
-Outcome RunOnce(const Operation& operation)
-{
-    try
-    {
-        return operation.run();
-    }
-    catch (const std::bad_alloc&)
-    {
-        return kBadAlloc;
-    }
-    catch (int code)
-    {
-        return code == U_Err_OutOfMemory ? kThrown4 : kWrong;
-    }
-    catch (...)
-    {
-        return kWrong;
-    }
-}
 } // namespace
-
-void Faults::Silence()
-{
-    platform::SetAlertPresenter([](const platform::Alert&) {});
-    platform::SetLogSink([](int, const char*, const char*, const char*) {});
-}
 
 void Faults::SetUp()
 {
     BornLibrary::SetUp();
-    Silence();
+    platform::SetAlertPresenter([](const platform::Alert&) {});
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
     WarmThread();
 }
 
@@ -66,22 +39,26 @@ void Faults::TearDown()
     });
     BornLibrary::TearDown();
     EXPECT_EQ(leakLines, 0);
+    EXPECT_EQ(CountingState::sLiving, 0);
 }
 
-void Faults::Walk(std::initializer_list<Operation> operations)
+void Faults::Walk(const Operations& operations)
 {
+    const ScOperations registered;
     for (const Operation& operation : operations)
     {
         SCOPED_TRACE(operation.name);
-        ASSERT_EQ(RunOnce(operation), kRight) << "with memory";
+        Own own(1);
+        ASSERT_EQ(OutcomeOf(operation, own), kRight) << "with memory";
         const long before = mPoints;
-        WalkHeap(operation, false);
-        WalkHeap(operation, true);
-        WalkNew(operation);
+        WalkHeap(operation, own, false);
+        WalkHeap(operation, own, true);
+        WalkNew(operation, own);
         OnFreshThread([&] {
             SCOPED_TRACE(std::string(operation.name) + " on another thread");
             WarmThread();
-            WalkNew(operation);
+            Own other(2);
+            WalkNew(operation, other);
         });
         EXPECT_TRUE(mPoints > before) << "the operation allocates nothing";
         U_DisplayPostedErrors();
@@ -89,7 +66,7 @@ void Faults::Walk(std::initializer_list<Operation> operations)
     }
 }
 
-void Faults::WalkHeap(const Operation& operation, bool allAfter)
+void Faults::WalkHeap(const Operation& operation, Own& own, bool allAfter)
 {
     SCOPED_TRACE(allAfter ? "all heap blocks from a point on" : "one heap block");
     for (long point = 1; point < kMostPoints; ++point)
@@ -100,9 +77,9 @@ void Faults::WalkHeap(const Operation& operation, bool allAfter)
             const long nth = ++count;
             return allAfter ? nth >= point : nth == point;
         });
-        const Outcome outcome = RunOnce(operation);
+        const Outcome outcome = OutcomeOf(operation, own);
         platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
-        Check(operation, outcome, point);
+        Check(operation, own, outcome, point);
         if (count < point)
             return;
         ++mPoints;
@@ -110,23 +87,23 @@ void Faults::WalkHeap(const Operation& operation, bool allAfter)
     ADD_FAILURE() << "the operation fails at every point";
 }
 
-void Faults::WalkNew(const Operation& operation)
+void Faults::WalkNew(const Operation& operation, Own& own)
 {
     SCOPED_TRACE("operator new");
     mUsed = InUse();
     Outcome outcome = kWrong;
-    mPoints += FailEachNew([&] { outcome = RunOnce(operation); },
+    mPoints += FailEachNew([&] { outcome = OutcomeOf(operation, own); },
                            [&](long point) {
                                ASSERT_LT(point, kMostPoints);
-                               Check(operation, outcome, point);
+                               Check(operation, own, outcome, point);
                                mUsed = InUse();
                            });
 }
 
-void Faults::Check(const Operation& operation, Outcome outcome, long point)
+void Faults::Check(const Operation& operation, Own& own, Outcome outcome, long point)
 {
     EXPECT_TRUE(outcome & (operation.failures | kRight)) << "point " << point << ": " << outcome;
     EXPECT_TRUE(operation.keeps || InUse() == mUsed)
         << "point " << point << ": " << InUse() - mUsed;
-    EXPECT_EQ(RunOnce(operation), kRight) << "after point " << point;
+    EXPECT_EQ(OutcomeOf(operation, own), kRight) << "after point " << point;
 }

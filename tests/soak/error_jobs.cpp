@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
 #include <string>
 
 #include <platform/control.h>
@@ -19,7 +18,7 @@ namespace
 const long kMostWaiting = 50; // messages of a thread, so that the display is fast enough
 const char kSingle[] = "soak-single";
 const char kItem[] = "soak-item";
-const char kHidden[] = "soak-hidden";
+const char kHidden[] = "hidden"; // also of quiet operations
 
 // The messages of each thread are numbered. Each is shown once, in order.
 struct Stream
@@ -66,11 +65,6 @@ bool HasManyWaiting(const Stream& stream)
     return stream.posted - stream.shown > kMostWaiting;
 }
 
-void ReportHidden(U_u16 severity)
-{
-    U_ReportError(0, severity, U_AsciiToUTF16String(kHidden));
-}
-
 struct Listener
 {
     static const int kAlive = 0x5A5A;
@@ -94,32 +88,6 @@ long Sum(std::atomic<long> Stream::*count)
         sum += sSingles[thread].*count + sItems[thread].*count;
     return sum;
 }
-} // namespace
-
-void StartErrors()
-{
-    platform::SetAlertPresenter(&Present);
-}
-
-void EndErrors()
-{
-    for (int thread = 0; thread < kThreads; ++thread)
-    {
-        Check(sSingles[thread].posted == sSingles[thread].shown, "all messages shown");
-        Check(sItems[thread].posted == sItems[thread].shown, "all grouped messages shown");
-    }
-}
-
-long Posted()
-{
-    return Sum(&Stream::posted);
-}
-
-long Shown()
-{
-    return Sum(&Stream::shown);
-}
-
 void Posts(Worker& worker)
 {
     if (HasManyWaiting(sSingles[worker.number]))
@@ -143,23 +111,13 @@ void Grouped(Worker& worker)
     U_ReportError(1, U_Sev_INFO, U_GroupErrorMessage(NextMessage(kItem, worker, sItems), sGroup));
 }
 
-void Quiet(Worker& worker)
-{
-    const U_u32 levels = 1 + worker.Below(3);
-    for (U_u32 level = 0; level < levels; ++level)
-        Check(U_StartQuietErrorsOnCurrentThread(worker.Below(2)) == 0, "a quiet level");
-    ReportHidden(U_Sev_INFO);
-    for (U_u32 level = 0; level < levels; ++level)
-        Check(U_EndQuietErrorsOnCurrentThread() == 0, "the end of a quiet level");
-}
-
 // The mask holds for all threads. It hides warnings, which no other job reports.
 void Deferred(Worker& worker)
 {
     const U_u32 kAllButWarnings = ~(U_Sev_WARNING | U_u32(U_Sev_WARNING) << 16);
     U_DeferredState state;
     Check(U_DeferredReportingStart(kAllButWarnings, &state) == 0, "a deferral");
-    ReportHidden(U_Sev_WARNING);
+    U_ReportError(0, U_Sev_WARNING, U_AsciiToUTF16String(kHidden));
     if (worker.Below(2))
         Posts(worker);
     Check(U_DeferredReportingEnd(false, nullptr, &state) == 0, "the end of a deferral");
@@ -174,18 +132,32 @@ void Callbacks(Worker& worker)
     Check(U_RemoveLoggingCallback(&Listener::Listen, &listener) == 0, "a callback's removal");
     listener.alive = 0;
 }
+} // namespace
 
-void Translators(Worker& worker)
+Jobs StartErrors()
 {
-    const int code = 1000 + worker.number;
-    const std::string own = std::to_string(code);
-    const U_u32 id = U_RegisterExceptionTranslatorImpl([=](std::exception* exception, int* out) {
-        const bool isOurs = own == exception->what();
-        if (isOurs)
-            *out = code;
-        return isOurs;
-    });
-    std::runtime_error error(own);
-    Check(U_TranslateAndReportException(error) == code, "a translator's own code");
-    U_UnregisterExceptionTranslator(id);
+    platform::SetAlertPresenter(&Present);
+    return {{"posts", &Posts},
+            {"grouped", &Grouped},
+            {"deferred", &Deferred},
+            {"callbacks", &Callbacks}};
+}
+
+void EndErrors()
+{
+    for (int thread = 0; thread < kThreads; ++thread)
+    {
+        Check(sSingles[thread].posted == sSingles[thread].shown, "all messages shown");
+        Check(sItems[thread].posted == sItems[thread].shown, "all grouped messages shown");
+    }
+}
+
+long Posted()
+{
+    return Sum(&Stream::posted);
+}
+
+long Shown()
+{
+    return Sum(&Stream::shown);
 }

@@ -12,6 +12,7 @@ namespace
 const U_u64 kPrepurge = 16 << 20;
 const U_u64 kMaximum = 64 << 20;
 const U_u64 kCached = 64 << 10;  // bytes of a block that is kept until a purge
+const U_u32 kMostShared = 5000;  // bytes of a handle of the shared hog
 const U_u64 kAccounted = 100000; // bytes that Accounting charges at the most, twice
 
 // Bytes by which a figure may pass the maximum: charges without a check, blocks that are
@@ -21,6 +22,7 @@ const U_u64 kUnmeasured =
     (kThreads + 2) * (2 * kAccounted + 256 * 2048 + (32 << 10) + kLargeRecycled * 2 / 5);
 
 U_u64 sUseAtStart = 0;
+U_u32 sSharedHog = 0;
 
 std::mutex sCacheLock; // guards sCache
 std::vector<void**> sCache;
@@ -57,69 +59,6 @@ int Purge(void*, U_u64, U_u64 amountToPurge, bool*)
     return 0;
 }
 
-bool IsFilled(const void* data, int byte, std::size_t size)
-{
-    const unsigned char* const bytes = static_cast<const unsigned char*>(data);
-    for (std::size_t index = 0; index < size; ++index)
-    {
-        if (bytes[index] != byte)
-            return false;
-    }
-    return true;
-}
-} // namespace
-
-void StartMemory()
-{
-    sUseAtStart = Stat(U_MemStat_InUse);
-    U_SetMemUsageLimits(sUseAtStart + kPrepurge, sUseAtStart + kMaximum);
-    U_SetPurgeRequestCallback(&Purge, nullptr);
-}
-
-void EndMemory()
-{
-    U_SetPurgeRequestCallback(nullptr, nullptr);
-    while (void** const handle = TakeCached())
-        U_FreeHandle(handle);
-    U_PurgeRecycledMemory(~U_u64(0));
-}
-
-long Purges()
-{
-    return sPurges;
-}
-
-void Blocks(Worker& worker)
-{
-    const U_u32 size = 1 + worker.Below(20000);
-    const U_u32 larger = size + worker.Below(20000);
-    void** handle = U_AllocateHandleClearQuiet(size);
-    if (!handle)
-        return Refused();
-    Check(IsFilled(*handle, 0, size), "a cleared handle");
-    std::memset(*handle, worker.number, size);
-    if (U_ResizeHandle(0, larger, nullptr, &handle))
-        Refused();
-    Check(IsFilled(*handle, worker.number, size), "a resized handle");
-    void** copy = nullptr;
-    if (U_DuplicateHandle(handle, nullptr, &copy))
-        Refused();
-    else
-        Check(IsFilled(*copy, worker.number, size), "a duplicate");
-    U_FreeHandle(copy);
-    U_FreeHandle(handle);
-    void* const old = U_AllocatePtr(1, "soak", size);
-    if (!old)
-        return Refused();
-    std::memset(old, worker.number, size);
-    void* pointer = old;
-    if (U_ResizePtrQuiet(larger, &pointer))
-        Refused();
-    else
-        Check(IsFilled(pointer, worker.number, size), "a resized pointer");
-    U_FreePtr(pointer ? pointer : old);
-}
-
 void Recycled(Worker& worker)
 {
     const bool isLarge = worker.Below(50) == 0;
@@ -134,30 +73,16 @@ void Recycled(Worker& worker)
     U_FreeRecycledPtr(pointer);
 }
 
-void Hogs(Worker& worker)
+void SharedHog(Worker& worker)
 {
-    const U_u64 size = 1 + worker.Below(5000);
+    const U_u64 size = 1 + worker.Below(kMostShared);
     void** handle = nullptr;
-    if (U_NewHogHandle(worker.hog, 0, nullptr, size, U_Hog_Clear | U_Hog_Quiet, &handle))
+    if (U_NewHogHandle(sSharedHog, 0, nullptr, size, U_Hog_Quiet, &handle))
         return Refused();
-    void* data = nullptr;
-    U_LockHogHandle(handle, &data);
-    Check(IsFilled(data, 0, size), "a cleared hog");
-    std::memset(data, worker.number, size);
-    U_UnlockHogHandle(handle);
-    if (U_ResizeHogHandle(0, nullptr, 2 * size, handle))
-        Refused();
-    U_LockHogHandle(handle, &data);
-    Check(IsFilled(data, worker.number, size), "a resized hog");
     U_u32 handles = 0;
     U_u32 bytes = 0;
-    U_GetHogStats(worker.hog, &handles, &bytes);
-    Check(handles == 1 && (bytes == size || bytes == 2 * size), "a hog's count");
-    U_FreeHogHandle(handle);
-    if (U_NewHogHandle(worker.sharedHog, 0, nullptr, size, U_Hog_Quiet, &handle))
-        return Refused();
-    U_GetHogStats(worker.sharedHog, &handles, &bytes);
-    Check(handles >= 1 && handles <= kThreads && bytes >= size && bytes <= kThreads * 5000,
+    U_GetHogStats(sSharedHog, &handles, &bytes);
+    Check(handles >= 1 && handles <= kThreads && bytes >= size && bytes <= kThreads * kMostShared,
           "a shared hog's count");
     U_FreeHogHandle(handle);
 }
@@ -175,7 +100,7 @@ void Caching(Worker& worker)
 void Accounting(Worker& worker)
 {
     krobase::utility::Guid id;
-    id.mBytes[0] = static_cast<unsigned char>(1 + worker.number);
+    id.mBytes[1] = worker.own.number;
     const U_u32 size = worker.Below(kAccounted);
     U_InstallExternalMemoryManager(id, [size] { return std::size_t(size); });
     Check(U_GetSizeOfExternalMemoryManagers() >= size, "an external manager");
@@ -189,4 +114,30 @@ void Accounting(Worker& worker)
           "use without frames");
     U_AccountAllocation(-static_cast<U_i32>(size));
     U_UnInstallExternalMemoryManager(id);
+}
+} // namespace
+
+Jobs StartMemory()
+{
+    Check(U_RegisterHog("soak, shared", &sSharedHog) == 0, "a shared hog");
+    sUseAtStart = Stat(U_MemStat_InUse);
+    U_SetMemUsageLimits(sUseAtStart + kPrepurge, sUseAtStart + kMaximum);
+    U_SetPurgeRequestCallback(&Purge, nullptr);
+    return {{"recycled", &Recycled},
+            {"a shared hog", &SharedHog},
+            {"caching", &Caching},
+            {"accounting", &Accounting}};
+}
+
+void EndMemory()
+{
+    U_SetPurgeRequestCallback(nullptr, nullptr);
+    while (void** const handle = TakeCached())
+        U_FreeHandle(handle);
+    U_PurgeRecycledMemory(~U_u64(0));
+}
+
+long Purges()
+{
+    return sPurges;
 }

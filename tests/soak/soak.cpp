@@ -1,4 +1,5 @@
-// Eight threads that run all jobs at once, and a main thread that shows their posted reports.
+// Eight threads that run all operations and jobs at once, and a main thread that shows their
+// posted reports.
 //
 //     soak [SECONDS [SEED]]
 //
@@ -9,48 +10,30 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <iterator>
 #include <thread>
 
 #include <platform/control.h>
+#include <win32/message_queue.h>
 
 #include "U_Budget.h"
-#include "U_Context.h"
-#include "U_Hog.h"
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "U_Posted.h"
+#include "U_Suspend.h"
 #include "tests/soak/Soak.h"
-
-Job gJobs[] = {
-    {"blocks", &Blocks, {}},
-    {"recycled", &Recycled, {}},
-    {"hogs", &Hogs, {}},
-    {"caching", &Caching, {}},
-    {"accounting", &Accounting, {}},
-    {"zstrings", &ZStrings, {}},
-    {"lstrs", &LStrs, {}},
-    {"formats", &Formats, {}},
-    {"trees", &Trees, {}},
-    {"escapes", &Escapes, {}},
-    {"telemetry", &Telemetry, {}},
-    {"posts", &Posts, {}},
-    {"grouped", &Grouped, {}},
-    {"quiet", &Quiet, {}},
-    {"deferred", &Deferred, {}},
-    {"callbacks", &Callbacks, {}},
-    {"translators", &Translators, {}},
-    {"suspensions", &Suspensions, {}},
-    {"main loop calls", &MainLoopCalls, {}},
-};
-const int gJobCount = sizeof(gJobs) / sizeof(gJobs[0]);
 
 namespace
 {
 typedef std::chrono::steady_clock Clock;
 typedef std::chrono::duration<double> Seconds;
 
+const int kExecutors = 3;
+const U_u32 kMostSize = 20000; // bytes of the blocks of operations
 const double kRowSeconds = 10;
 const double kWarmUpSeconds = 30; // at most a third of the run
+const unsigned int kTimer = 10;   // milliseconds between two looks at the posted reports
 const int kPrintedViolations = 20;
 
 // The most growth of the resident size after the warm-up. The tables of the thread sanitizer
@@ -65,15 +48,55 @@ const U_u64 kMostGrowth = U_u64(48) << 20; // large recycled blocks are made and
 
 std::atomic<long> sViolations{0};
 std::atomic<long> sRefusals{0};
+std::atomic<long> sRuns{0};
 std::atomic<bool> sEnds{false};
 std::atomic<int> sRunning{0};
 std::atomic<long> sLeakLines{0};
 
-void Work(Worker& worker)
+// The limits may refuse blocks of the heap. There is memory for all else.
+Jobs OperationJobs()
+{
+    Jobs jobs;
+    for (const Operation& operation : AllOperations())
+    {
+        const auto run = [operation](Worker& worker) {
+            worker.own.size = 1 + worker.Below(kMostSize);
+            const Outcome outcome = OutcomeOf(operation, worker.own);
+            Check(outcome & (kRight | (operation.failures & ~kLess)), operation.name);
+            if (outcome != kRight)
+                Refused();
+        };
+        if (!operation.keeps)
+            jobs.push_back({operation.name, run});
+    }
+    return jobs;
+}
+
+Jobs ContextJobs()
+{
+    const auto mainLoop = krobase::threads::CreateAsyncEventLoopAdaptor();
+    const auto call = [mainLoop](Worker& worker) {
+        const U_ContextSetter setter(worker.own.context);
+        CountingState& state = CountingState::Of(*worker.own.context);
+        const int before = state.mValue;
+        const auto count = [&] {
+            return U_Context::GetCurrent() == worker.own.context ? ++state.mValue : -1;
+        };
+        Check(U_SuspendContext::NewSuspendContext()->CallOnEventLoopAdaptorExecutor(
+                  mainLoop, count) == before + 1,
+              "the context on the main thread");
+        Check(state.mActivations == 1, "its state back");
+    };
+    return {{"main loop calls", call}};
+}
+
+// Half of the runs are operations.
+void Work(Worker& worker, const std::vector<Jobs>& kinds)
 {
     while (!sEnds)
     {
-        Job& job = gJobs[worker.Below(static_cast<U_u32>(gJobCount))];
+        const Jobs& jobs = kinds[worker.Below(static_cast<U_u32>(kinds.size()))];
+        const Job& job = jobs[worker.Below(static_cast<U_u32>(jobs.size()))];
         try
         {
             job.run(worker);
@@ -86,17 +109,9 @@ void Work(Worker& worker)
         {
             Check(false, job.name);
         }
-        ++job.runs;
+        ++sRuns;
     }
     --sRunning;
-}
-
-long Operations()
-{
-    long sum = 0;
-    for (const Job& job : gJobs)
-        sum += job.runs;
-    return sum;
 }
 
 U_u64 InUse()
@@ -120,25 +135,31 @@ double Since(Clock::time_point start)
 
 void PrintRow(Clock::time_point start)
 {
-    std::printf("%7.1f %12ld %9ld %9ld %10ld %10llu %12llu\n", Since(start), Operations(), Posted(),
+    std::printf("%7.1f %12ld %9ld %9ld %10ld %10llu %12llu\n", Since(start), sRuns.load(), Posted(),
                 Shown(), Purges(), InUse() >> 10, Resident() >> 10);
     std::fflush(stdout);
 }
 
-// Shows reports and pumps messages until all threads have ended. Returns the resident size at the
-// end of the warm-up.
+// Waits for messages, and shows reports at each message of a timer, until all threads have ended.
+// Returns the resident size at the end of the warm-up.
 U_u64 Pump(double seconds)
 {
     const Clock::time_point start = Clock::now();
     const double warmUp = std::min(kWarmUpSeconds, seconds / 3);
     double nextRow = 0;
     U_u64 warm = 0;
+    const unsigned long long timer = win32::SetTimer(nullptr, 0, kTimer, nullptr);
+    Check(timer != 0, "a timer");
     std::printf("%7s %12s %9s %9s %10s %10s %12s\n", "seconds", "operations", "posted", "shown",
                 "purges", "use KiB", "resident KiB");
-    while (sRunning)
+    win32::MSG message;
+    while (sRunning && win32::GetMessageW(&message, nullptr, 0, 0) > 0)
     {
-        U_DisplayPostedErrors();
+        win32::DispatchMessageW(&message);
         U_Context::CheckAbortAndFlushCompletionRoutines();
+        if (message.message != win32::kWmTimer)
+            continue;
+        U_DisplayPostedErrors();
         if (Since(start) >= nextRow)
         {
             PrintRow(start);
@@ -147,53 +168,46 @@ U_u64 Pump(double seconds)
         if (!warm && Since(start) >= warmUp)
             warm = Resident();
         sEnds = Since(start) >= seconds;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
+    win32::KillTimer(nullptr, timer);
     U_DisplayPostedErrors();
     PrintRow(start);
     return warm;
 }
 
-void Run(double seconds, U_u64 seed)
+void RunAll(double seconds, U_u64 seed)
 {
-    StartTelemetry();
-    StartErrors();
-    StartContexts();
-    U_u32 sharedHog = 0;
-    Check(U_RegisterHog("soak, shared", &sharedHog) == 0, "a shared hog");
-    std::vector<Worker> workers;
-    workers.reserve(kThreads);
+    const ScOperations registered;
+    std::vector<ExecutorPtr> executors;
+    for (int number = 0; number < kExecutors; ++number)
+        executors.push_back(MakeExecutor());
+    std::deque<Worker> workers;
     for (int number = 0; number < kThreads; ++number)
-    {
-        workers.emplace_back(number, seed + static_cast<U_u64>(number));
-        workers.back().sharedHog = sharedHog;
-        Check(U_RegisterHog("soak", &workers.back().hog) == 0, "a hog");
-    }
+        workers.emplace_back(number, seed + static_cast<U_u64>(number),
+                             executors[static_cast<std::size_t>(number % kExecutors)]);
+    Jobs shared;
+    for (Jobs jobs : {StartErrors(), ContextJobs(), StartMemory()})
+        std::move(jobs.begin(), jobs.end(), std::back_inserter(shared));
     const U_u64 used = InUse();
-    StartMemory();
+    const std::vector<Jobs> kinds = {OperationJobs(), shared};
     std::vector<std::thread> threads;
-    threads.reserve(kThreads);
     sRunning = kThreads;
     for (Worker& worker : workers)
-        threads.emplace_back(&Work, std::ref(worker));
+        threads.emplace_back([&] { Work(worker, kinds); });
     const U_u64 warm = Pump(seconds);
     for (std::thread& thread : threads)
         thread.join();
 
     const U_u64 resident = Resident();
     EndMemory();
-    EndContexts();
     EndErrors();
-    EndTelemetry();
     Check(!U_Die(), "no fatal report");
     Check(Purges() > 0, "at least one purge");
     Check(InUse() == used, "the same use as before");
     Check(resident <= warm + kMostGrowth, "a resident size that does not grow");
     std::printf("use before and after: %llu and %llu bytes; resident after the warm-up and at the "
-                "end: %llu and %llu KiB\n",
-                used, InUse(), warm >> 10, resident >> 10);
-    for (const Worker& worker : workers)
-        std::printf("thread %d: seed %llu\n", worker.number, worker.seed);
+                "end: %llu and %llu KiB; seed %llu\n",
+                used, InUse(), warm >> 10, resident >> 10, seed);
 }
 } // namespace
 
@@ -223,11 +237,10 @@ int main(int argc, char** argv)
     });
     if (U_Birth("Soak", nullptr))
         return 1;
-    Run(seconds, seed);
+    RunAll(seconds, seed);
+    Check(CountingState::sLiving == 0, "no context left");
     Check(U_Death() == 0, "death");
     Check(sLeakLines == 0, "no leak at death");
-    for (const Job& job : gJobs)
-        std::printf("%-16s %10ld\n", job.name, job.runs.load());
     std::printf("refused allocations: %ld; violations: %ld\n", sRefusals.load(),
                 sViolations.load());
     return sViolations ? 1 : 0;

@@ -1,0 +1,206 @@
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <krobase/debug.h>
+#include <krobase/executor.h>
+#include <krobase/stack_trace.h>
+#include <tolv/profile.h>
+#include <win32/message_queue.h>
+
+#include "U_Fatal.h"
+#include "U_Machine.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "U_Suspend.h"
+#include "U_Threads.h"
+#include "tests/operations/Operations.h"
+#include "tests/support/Text.h"
+
+using krobase::utility::ImmutableString;
+
+namespace
+{
+// Longer than the buffer inside a string object.
+const char kLong[] = "a text of more units than a string object has room for, and some more";
+const U_UTF16String kHidden = Units(u"hidden, and of more units than a string object has room for");
+
+Outcome RegisterState(Own& own)
+{
+    const ImmutableString key((std::string(kLong) + std::to_string(own.number)).c_str());
+    U_Context::RegisterState(key, &CountingState::Make);
+    const bool right = Neighbour::Find(*U_Context::MakeNewContext(), key.Text()) != nullptr;
+    U_Context::UnregisterState(key);
+    return RightIf(right);
+}
+
+Outcome Activate(Own& own)
+{
+    const auto isFree = [&] { return !U_Context::HasCurrent() && !own.context->IsActive(); };
+    RunOrLeaveIntact(
+        [&] {
+            const U_ContextSetter setter(own.context);
+            const U_ContextSetter nested;
+            if (CountingState::Of(*own.context).mActivations != 1)
+                throw kWrong;
+        },
+        isFree);
+    return RightIf(isFree());
+}
+
+// The functions run within the context on the executor's thread. The second result is not waited
+// for.
+Outcome CallSuspended(Own& own)
+{
+    const ContextPtr context = own.context;
+    const U_ContextSetter setter(context);
+    CountingState& state = CountingState::Of(*context);
+    const int before = state.mValue;
+    int result = 0;
+    const auto count = [context] {
+        CountingState& there = CountingState::Of(*context);
+        return U_Context::GetCurrent() == context && there.mActivations == 1 ? ++there.mValue : -1;
+    };
+    const auto isBack = [&] {
+        return U_Context::GetCurrent() == context && state.mActivations == 1;
+    };
+    RunOrLeaveIntact(
+        [&] {
+            const auto suspended = U_SuspendContext::NewSuspendContext();
+            result = suspended->CallOnThreadedExecutor(own.executor, count);
+            if (suspended->CallOnThreadedExecutor(own.executor, count) != result)
+                throw kWrong;
+        },
+        isBack);
+    return RightIf(isBack() && result == before + 1 && state.mValue == before + 2);
+}
+
+Outcome EnterRole(void (*enter)(), void (*leave)(), bool (*isOn)())
+{
+    const bool before = isOn();
+    RunOrLeaveIntact(enter, [&] { return isOn() == before; });
+    const bool right = isOn();
+    leave();
+    return RightIf(right && isOn() == before);
+}
+
+Outcome SetLocalHandler(Own& own)
+{
+    const U_FatalHandler handler = [](void*) {};
+    U_FatalHandler found = nullptr;
+    void* refcon = nullptr;
+    {
+        const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler set(handler, &own);
+        U_GetLocalUnhandledExceptionOrHardwareErrorHandler(&found, &refcon);
+    }
+    U_FatalHandler left = nullptr;
+    U_GetLocalUnhandledExceptionOrHardwareErrorHandler(&left, nullptr);
+    return RightIf(found == handler && refcon == &own && !left);
+}
+
+// The translator allocates, so it fails too.
+Outcome Translate(Own& own)
+{
+    std::runtime_error error(kLong + std::to_string(own.number));
+    const U_u32 id = U_RegisterExceptionTranslatorImpl(
+        [text = std::string(error.what()), code = own.number](std::exception* thrown, int* out) {
+            const bool isOurs = std::string(thrown->what()) == text;
+            if (isOurs)
+                *out = 1000 + code;
+            return isOurs;
+        });
+    if (!id)
+        return kNull;
+    const U_Status code = U_TranslateAndReportException(error);
+    U_UnregisterExceptionTranslator(id);
+    return RightIf(code == 1000 + own.number, code == U_Err_UnknownException ? kLess : kWrong);
+}
+
+// Without memory the thread's text is empty.
+Outcome ReportQuietly(Own&)
+{
+    if (const U_Status failure = U_StartQuietErrorsOnCurrentThread(true))
+        return OfCode(failure, false);
+    const U_Status inner = U_StartQuietErrorsOnCurrentThread(false);
+    U_ReportError(1, U_Sev_INFO, kHidden);
+    char text[U_ReportTextSize];
+    U_GetLastError(text, nullptr, nullptr, nullptr);
+    if ((inner == 0 && U_EndQuietErrorsOnCurrentThread()) || U_EndQuietErrorsOnCurrentThread())
+        return kWrong;
+    const bool isOwn = std::string_view(text).substr(0, 7) == "hidden,";
+    return inner ? OfCode(inner, false) : RightIf(isOwn, *text ? kWrong : kLess);
+}
+
+Outcome SetProfile(Own& own)
+{
+    const U_UTF16String key = Units(std::u16string(30, static_cast<char16_t>('A' + own.number)));
+    int value = 0;
+    const short result = TOLV_SetProfileInt(key.c_str(), 5);
+    if (result == -108)
+        return kNull;
+    return RightIf(result == 0 && TOLV_GetRequiredProfileInt(key.c_str(), &value) == 0 &&
+                   value == 5);
+}
+
+// The second function is late.
+Outcome PostToLoop(Own&)
+{
+    const auto runs = std::make_shared<int>(0);
+    const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
+    loop->Post([runs] { ++*runs; }, 0);
+    loop->Post([runs] { ++*runs; }, 1000);
+    win32::MSG message;
+    while (win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove))
+        win32::DispatchMessageW(&message);
+    return RightIf(*runs == 1);
+}
+} // namespace
+
+Operations ContextOperations()
+{
+    return {
+        {"U_Context::RegisterState", kBadAlloc, &RegisterState},
+        {"U_Context::MakeNewContext", kBadAlloc,
+         [](Own&) { return RightIf(U_Context::MakeNewContext()->GetContextID() > 0); }},
+        {"U_ContextSetter", kBadAlloc, &Activate},
+        {"U_WeakContextSetter", kBadAlloc,
+         [](Own& own) {
+             const U_WeakContextSetter setter(own.context);
+             return RightIf(U_Context::GetCurrent() == own.context);
+         }},
+        {"U_Context::CheckAbortAndFlushCompletionRoutines", kBadAlloc,
+         [](Own&) { return RightIf(!U_Context::CheckAbortAndFlushCompletionRoutines()); }},
+        {"U_SuspendContext", kBadAlloc, &CallSuspended},
+        {"U_RegisterMainThread", kBadAlloc,
+         [](Own&) {
+             return EnterRole(&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread);
+         }},
+        {"U_RegisterRenderThread", kBadAlloc,
+         [](Own&) {
+             return EnterRole(&U_RegisterRenderThread, &U_DeregisterRenderThread,
+                              &U_IsOnRenderThread);
+         }},
+        {"a local handler", kBadAlloc, &SetLocalHandler},
+        {"U_RegisterExceptionTranslatorImpl", kNull | kLess | kBadAlloc, &Translate},
+        {"U_StartQuietErrorsOnCurrentThread", kCode4 | kLess, &ReportQuietly},
+        {"U_GetUsername", kBadAlloc | kLess,
+         [](Own&) { return RightIf(!U_GetUsername().empty(), kLess); }},
+        {"DebugDatabase::GetEntry", kBadAlloc,
+         [](Own&) {
+             return RightIf(krobase::debug::DebugDatabase::Instance().GetEntry(kLong, kLong) ==
+                            kLong);
+         }},
+        {"TraceEnabled", kBadAlloc,
+         [](Own&) { return RightIf(!krobase::debug::TraceEnabled(kLong, 5, true)); }},
+        {"StackFrameFunctionName", kNull | kBadAlloc,
+         [](Own&) {
+             char name[16];
+             void* const frame = reinterpret_cast<char*>(&PostToLoop) + 1;
+             return RightIf(krobase::debug::StackFrameFunctionName(frame, name, 16), kNull);
+         }},
+        {"TOLV_SetProfileInt", kBadAlloc | kNull, &SetProfile, true},
+        {"AsyncEventLoopAdaptor::Post", kBadAlloc, &PostToLoop},
+        {"ImmutableString", kBadAlloc,
+         [](Own&) { return RightIf(std::string(ImmutableString(kLong).Text()) == kLong); }},
+    };
+}

@@ -1,0 +1,99 @@
+#include <cstring>
+#include <string>
+
+#include "U_Encoding.h"
+#include "U_Format.h"
+#include "U_Group.h"
+#include "U_LStr.h"
+#include "U_Machine.h"
+#include "U_String.h"
+#include "U_Telemetry.h"
+#include "U_ZString.h"
+#include "tests/operations/Operations.h"
+#include "tests/operations/Texts.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+// Longer than the buffer inside a string object.
+const char kNarrow[] = "a text of some forty characters: caf\xE9, \xFC";
+const char kZString[] = "$$$/operations/text=a default that is too long#{endl}for a string object";
+const char kResolved[] = "a default that is too long\r\nfor a string object";
+const U_UTF16String kWide = Units(u"a text of some forty characters: caf\u00E9, \u00FC");
+const U_UTF16String kFormat = Units(u"^L1 messages of a length that matters, ^2");
+const U_UTF16String kMessage = Units(u"a file with a long name");
+const U_UTF16String kGroup =
+    Units(u"Several files can't be read|||A file can't be read###@0 files:");
+const U_UTF16String kGrouped = Units(
+    u"Grouped_Message_{Several files can't be read|||A file can't be read###@0 files:}a file with "
+    u"a long name");
+
+Outcome LookUpInTable(Own&)
+{
+    Table module;
+    U_LStrCache* table = &module;
+    if (const U_Status failure = U_ZRegisterLStrCache(&table))
+        return OfCode(failure, false, table == &module);
+    int error = 0;
+    const bool right = std::strcmp(U_ZLookupLStrCache(table, 0, 0, &error), Table::kText) == 0;
+    const Outcome outcome = OfCode(error, right);
+    return U_ZUnregisterLStrCache(&table) ? kWrong : outcome;
+}
+} // namespace
+
+Operations TextOperations()
+{
+    return {
+        {"U_MBToUTF16String", kBadAlloc,
+         [](Own&) { return RightIf(U_MBToUTF16String(kNarrow) == kWide); }},
+        {"U_UTF16ToMBString", kBadAlloc,
+         [](Own&) { return RightIf(U_UTF16ToMBString(kWide, true) == kNarrow); }},
+        {"U_ConvertEncodedStringToUnicode", kBadAlloc,
+         [](Own&) { return RightIf(U_ConvertEncodedStringToUnicode(1, 1252, kNarrow) == kWide); }},
+        {"StripQuotedContents", kBadAlloc,
+         [](Own&) {
+             static const U_UTF16String kText = Units(u"cannot open \"/a/long/path/to/it\"");
+             return RightIf(IsAscii(U::telemetry::StripQuotedContents(kText), "cannot open \"\""));
+         }},
+        {"U_StringToUpper", kBadAlloc,
+         [](Own&) {
+             char text[] = "a lower-case text of more than fifteen";
+             U_StringToUpper(text);
+             return RightIf(std::strcmp(text, "A LOWER-CASE TEXT OF MORE THAN FIFTEEN") == 0);
+         }},
+        {"U_strcmp", kBadAlloc, [](Own&) { return RightIf(U_strcmp(kNarrow, kResolved) > 0); }},
+        {"U_ZStringToMBRaw", kCode4,
+         [](Own&) {
+             return InBuffer("before", kResolved,
+                             [](char* text) { return U_ZStringToMBRaw(kZString, 256, text); });
+         }},
+        {"U_ZStringToUTF16String", kBadAlloc,
+         [](Own&) { return RightIf(IsAscii(U_ZStringToUTF16String(kZString), kResolved)); }},
+        {"U_SubString into a buffer", kCode4,
+         [](Own&) {
+             return InBuffer("before", "7 of 1.5 of a text of a length that matters",
+                             [](char* text) {
+                                 return U_SubString(text, 256, "^L1 of ^F2 of ^3", 7, 1.5,
+                                                    "a text of a length that matters");
+                             });
+         }},
+        {"U_SubString", kCode4,
+         [](Own&) {
+             U_UTF16String out;
+             const U_Status code = U_SubString(out, kFormat, 3, "text");
+             return OfCode(code, IsAscii(out, "3 messages of a length that matters, text"),
+                           out.empty());
+         }},
+        {"U_SubString16", kThrown4,
+         [](Own&) { return RightIf(U_SubString16(kFormat, 3, "text").size() == 41); }},
+        {"U_GroupErrorMessage", kBadAlloc,
+         [](Own&) { return RightIf(U_GroupErrorMessage(kMessage, kGroup) == kGrouped); }},
+        {"U_StripGroupedErrorMessage", kBadAlloc,
+         [](Own&) {
+             U_UTF16String key;
+             const bool isStripped = U_StripGroupedErrorMessage(kGrouped, &key) == kMessage;
+             return RightIf(isStripped && key.size() == kGroup.size() + 2); // two blanks
+         }},
+        {"U_ZLookupLStrCache", kCode4, &LookUpInTable},
+    };
+}
