@@ -5,17 +5,20 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# All sources below the folders, apart from those of other systems: the folders native/, and
-# files that end in _native.cpp, are for 64-bit Windows; the folders portable/ and posix/, and
-# files that end in _posix.cpp, are for the others.
+# Matches the paths of other systems: the folders native/, and files whose name ends in _native,
+# are for 64-bit Windows; the folders portable/ and posix/, and files whose name ends in _posix,
+# are for the others.
+if(WIN32)
+  set(u_other_systems "(^|/)(portable|posix)/|_posix\\.(h|cpp)$")
+else()
+  set(u_other_systems "(^|/)native/|_native\\.(h|cpp)$")
+endif()
+
+# All sources below the folders, apart from those of other systems.
 function(u_sources variable)
   list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
-  if(WIN32)
-    list(FILTER sources EXCLUDE REGEX "/(portable|posix)/|_posix\\.cpp$")
-  else()
-    list(FILTER sources EXCLUDE REGEX "/native/|_native\\.cpp$")
-  endif()
+  list(FILTER sources EXCLUDE REGEX ${u_other_systems})
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -80,6 +83,7 @@ endfunction()
 # matches an expression that may follow.
 function(u_header_check target folder library)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  list(FILTER headers EXCLUDE REGEX ${u_other_systems})
   if(ARGN)
     list(FILTER headers EXCLUDE REGEX ${ARGN})
   endif()

@@ -14,7 +14,7 @@
 #include <cstddef>
 
 #if defined(_WIN32)
-#include "thread_word.h"
+#include "thread_word_native.h"
 #endif
 
 // PLATFORM_THREAD_LOCAL(Type, name) declares a variable of a few words that are zero at first,

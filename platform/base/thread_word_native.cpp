@@ -1,4 +1,4 @@
-#include "thread_word.h"
+#include "thread_word_native.h"
 
 #include <cstdlib>
 
