@@ -12,7 +12,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test release-test sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
+.PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
 
 help: ## List the targets
 	@echo 'First:'
@@ -46,6 +46,11 @@ test: window-deps ## Build and run all tests
 release-test: window-deps ## All tests on the release build
 	$(call build,release)
 	ctest --preset release
+
+native: deps ## Build for 64-bit Windows and run all tests under Wine
+	@scripts/native_deps
+	$(call build,native)
+	ctest --preset native
 
 asan: window-deps ## All tests under the address and undefined behaviour sanitizers
 	$(call build,asan)

@@ -1,4 +1,4 @@
-# The installed tree and the Debian package of that tree.
+# The installed tree and the package of that tree: for Debian, or a ZIP file for Windows.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -16,6 +16,8 @@ set_target_properties(zdict PROPERTIES EXPORT_NAME zdict)
 
 install(TARGETS ${libraries} EXPORT UTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   INCLUDES DESTINATION ${headers})
 install(TARGETS ${programs} EXPORT UTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # An installed tree may be moved as a whole.
@@ -74,18 +76,30 @@ install(FILES
   cmake/u_add_dictionary.cmake
   DESTINATION ${package_folder})
 
+set(CPACK_PACKAGE_NAME libu)
+set(CPACK_PACKAGE_VENDOR "the U developers")
+set(CPACK_PACKAGE_CONTACT "the U developers <u@u.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media application")
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  # The DLLs that ours need. Windows finds DLLs beside the program.
+  install(FILES
+    $<TARGET_FILE:Boost::json>
+    $<TARGET_FILE:Boost::thread>
+    ${U_RUNTIME_DLLS}
+    DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(CPACK_GENERATOR ZIP)
+  include(CPack)
+  return()
+endif()
+
 # For pkg-config. The prefix is relative to the file, so the tree can be moved.
 file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/u.pc.in ${CMAKE_CURRENT_BINARY_DIR}/u.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/u.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME libu)
-set(CPACK_PACKAGE_VENDOR "the U developers")
-set(CPACK_PACKAGE_CONTACT "the U developers <u@u.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media application")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

@@ -5,19 +5,20 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# The files of other systems: the folders native/, and files that end in _native, are for 64-bit
-# Windows; the folders portable/ and posix/, and files that end in _posix, are for the others.
+# Matches the paths of other systems: the folders native/, and files whose name ends in _native,
+# are for 64-bit Windows; the folders portable/ and posix/, and files whose name ends in _posix,
+# are for the others.
 if(WIN32)
-  set(U_OTHER_SYSTEMS "/(portable|posix)/|_posix\\.(cpp|h)$")
+  set(u_other_systems "(^|/)(portable|posix)/|_posix\\.(h|cpp)$")
 else()
-  set(U_OTHER_SYSTEMS "/native/|_native\\.(cpp|h)$")
+  set(u_other_systems "(^|/)native/|_native\\.(h|cpp)$")
 endif()
 
 # All sources below the folders, apart from those of other systems.
 function(u_sources variable)
   list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
-  list(FILTER sources EXCLUDE REGEX ${U_OTHER_SYSTEMS})
+  list(FILTER sources EXCLUDE REGEX ${u_other_systems})
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -82,7 +83,7 @@ endfunction()
 # path there matches an expression that may follow.
 function(u_header_check target folder library)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
-  list(FILTER headers EXCLUDE REGEX ${U_OTHER_SYSTEMS})
+  list(FILTER headers EXCLUDE REGEX ${u_other_systems})
   if(ARGN)
     list(FILTER headers EXCLUDE REGEX ${ARGN})
   endif()

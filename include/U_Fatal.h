@@ -57,6 +57,8 @@
 //   SetUnhandledExceptionFilter and the like, gets the failure first, and the library only if that
 //   handler calls the one that it has replaced. The library installs its own over such a handler at
 //   the next birth, for at most three different handlers a position. It stays beneath a fourth.
+// - Windows: a handler of std::signal gets a hardware exception of the first thread first, also if
+//   the handler was set before birth.
 // - A jump runs no destructor of the frames that it leaves. If these are frames of the library,
 //   because a callback of the host or the library itself has failed, then:
 //   - Locks of the library that these frames hold stay locked. Other threads may wait for ever.

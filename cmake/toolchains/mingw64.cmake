@@ -19,5 +19,13 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
+# The compiler's DLLs, which programs need where they run.
+set(U_RUNTIME_DLLS /usr/x86_64-w64-mingw32/lib/libwinpthread-1.dll)
+foreach(name libgcc_s_seh-1 libstdc++-6)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}.dll
+    OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+  list(APPEND U_RUNTIME_DLLS ${path})
+endforeach()
+
 get_filename_component(folder ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${folder}/scripts/wine)

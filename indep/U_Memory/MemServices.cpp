@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <cstring>
+#include <map>
 #include <new>
 #include <utility>
 
-#include <boost/container/flat_map.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 
@@ -39,7 +39,7 @@ struct Manager
 
 // The functions are shared, so that no function is copied or destroyed under the lock: its copy
 // constructor or destructor may call functions of this file.
-typedef boost::container::flat_map<Guid, boost::shared_ptr<Manager>> Managers;
+typedef std::map<Guid, boost::shared_ptr<Manager>> Managers;
 typedef boost::shared_ptr<const Managers> Table;
 
 // A table is immutable; a change replaces the table. A measurement keeps the table that it began
@@ -74,7 +74,6 @@ Managers CopyWithout(const Table& table, const Guid& id)
     Managers copy;
     if (!table)
         return copy;
-    copy.reserve(table->size() + 1);
     for (const auto& [other, manager] : *table)
     {
         if (other != id && manager->mIsInstalled)

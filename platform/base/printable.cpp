@@ -96,5 +96,7 @@ void WritePrintable(std::FILE* file, std::string_view text, std::string_view une
     WritePrintable(text, unescaped, [file](std::string_view piece) {
         std::fwrite(piece.data(), 1, piece.size(), file);
     });
+    if (file == stderr)
+        std::fflush(file);
 }
 } // namespace platform

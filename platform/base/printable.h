@@ -56,10 +56,12 @@ private:
     char mEscape[4];
 };
 
-// Writes text to the standard error stream in one call, without escapes.
+// Writes text to the standard error stream in one call, without escapes. Windows buffers a stream
+// that is no console, and a process that dies writes no buffer: the text is written at once.
 inline void WriteToStderr(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
 }
 
 // Calls `write` with each piece of Printable(text, unescaped), for writers that must not allocate.
@@ -71,8 +73,8 @@ void WritePrintable(std::string_view text, std::string_view unescaped, const Wri
         write(piece);
 }
 
-// Writes Printable(text, unescaped) to an open file. Allocates nothing. After a failure std::ferror
-// returns non-zero.
+// Writes Printable(text, unescaped) to an open file. Allocates nothing. Text for stderr is written
+// at once. After a failure std::ferror returns non-zero.
 PLATFORM_EXPORT void WritePrintable(std::FILE* file, std::string_view text,
                                     std::string_view unescaped = {});
 } // namespace platform

@@ -1,7 +1,7 @@
 // Thread-local variables of Windows, which thread_local.h declares.
 
-#ifndef PLATFORM_BASE_THREAD_WORD_H
-#define PLATFORM_BASE_THREAD_WORD_H
+#ifndef PLATFORM_BASE_THREAD_WORD_NATIVE_H
+#define PLATFORM_BASE_THREAD_WORD_NATIVE_H
 
 #include <atomic>
 #include <cstddef>

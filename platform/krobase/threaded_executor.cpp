@@ -17,6 +17,7 @@
 #include <platform/base/locks.h>
 #include <platform/base/thread_local.h>
 #include <win32/exceptions.h>
+#include <win32/process.h>
 #include <win32/threads.h>
 #include <wril/wril.h>
 
@@ -217,6 +218,8 @@ class ThreadedExecutor : public AsyncThreadedExecutor
 public:
     ~ThreadedExecutor() override
     {
+        if (win32::OtherThreadsHaveEnded())
+            return;
         try
         {
             End();

@@ -51,6 +51,10 @@ PLATFORM_EXPORT int IsDebuggerPresent();
 // Stops the calling thread in the debugger. Without a debugger the process ends.
 PLATFORM_EXPORT void DebugBreak();
 
+// Returns true if the process ends and the system has already ended all other threads, as in the
+// static destructors of a DLL on Windows. Such a thread may have ended with a lock locked.
+bool OtherThreadsHaveEnded();
+
 // Passes a text, without a line end of its own, to the sink of platform/control.h. By default
 // passes the text to the system's debugger on Windows, and elsewhere to stderr, where control
 // characters other than tabs and line ends become escapes. Null writes nothing.

@@ -1,6 +1,7 @@
 #include <win32/memory.h>
 
 #include <atomic>
+#include <cstdint>
 
 #include <malloc.h>
 
@@ -14,6 +15,8 @@ namespace
 static_assert(kMemCommit == MEM_COMMIT && kMemReserve == MEM_RESERVE &&
               kMemRelease == MEM_RELEASE && kMemTopDown == MEM_TOP_DOWN);
 static_assert(kPageNoAccess == PAGE_NOACCESS && kPageReadWrite == PAGE_READWRITE);
+
+const std::size_t kGranularity = 0x10000; // bytes; reservations start on multiples
 
 // Set by a switch; with 0 the system's figure is used.
 std::atomic<unsigned long long> sTotalPhysical(0);
@@ -40,6 +43,9 @@ void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned 
 
 int VirtualFree(void* address, std::size_t size, unsigned int type)
 {
+    // The system rounds the address down to a page.
+    if (reinterpret_cast<std::uintptr_t>(address) % kGranularity != 0)
+        return Fail(kErrorInvalidAddress);
     return ::VirtualFree(address, size, type);
 }
 

@@ -38,17 +38,41 @@ static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters) &&
 typedef platform::SwitchedFunction<void(const char*)> Sink;
 Sink& sSink = *new Sink;
 
-// Protected, so that no right of the folder is inherited: all rights for the owner alone.
-const wchar_t kForThisUser[] = L"D:P(A;;FA;;;OW)";
-
 typedef std::unique_ptr<void, HLOCAL (*)(HLOCAL)> LocalBlock;
 
+LocalBlock Own(void* block)
+{
+    return LocalBlock(block, &::LocalFree);
+}
+
+// Returns the user of the process in the system's notation, empty on failure.
+std::wstring UserOfProcess()
+{
+    // Room for the largest identifier of a user.
+    alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+    DWORD size = sizeof(user);
+    HANDLE token = nullptr;
+    if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token))
+        return L"";
+    const BOOL isKnown = ::GetTokenInformation(token, TokenUser, user, size, &size);
+    ::CloseHandle(token);
+    wchar_t* text = nullptr;
+    if (!isKnown || !::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &text))
+        return L"";
+    const LocalBlock owned = Own(text);
+    return text;
+}
+
+// Returns a security descriptor by which this user owns the file and nobody else may use it. It is
+// protected, so that no right of the folder is inherited. Null on failure.
 LocalBlock MakeDescriptor()
 {
+    const std::wstring user = UserOfProcess();
+    const std::wstring rights = L"O:" + user + L"D:P(A;;FA;;;" + user + L")";
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ::ConvertStringSecurityDescriptorToSecurityDescriptorW(kForThisUser, SDDL_REVISION_1,
+    ::ConvertStringSecurityDescriptorToSecurityDescriptorW(rights.c_str(), SDDL_REVISION_1,
                                                            &descriptor, nullptr);
-    return LocalBlock(descriptor, &::LocalFree);
+    return Own(descriptor);
 }
 
 // Throws: std::bad_alloc.

@@ -101,6 +101,11 @@ void DebugBreak()
     std::raise(SIGTRAP);
 }
 
+bool OtherThreadsHaveEnded()
+{
+    return false;
+}
+
 void OutputDebugStringA(const char* text)
 {
     if (!text)
