@@ -31,8 +31,8 @@ public:
     // 0x7FFFFFEF. Then the object owns no block.
     void Allocate(int size);
 
-    // Works like Allocate(size). If the object gets a block, calls `charge` once with the size of the
-    // block in bytes. A block from the pool is charged before GetCurrentPoolSize falls, so
+    // Works like Allocate(size). If the object gets a block, calls `charge` once with the size of
+    // the block in bytes. A block from the pool is charged before GetCurrentPoolSize falls, so
     // every reader finds the block in the pool or charged.
     //
     // REQUIRES: `charge` throws nothing, and calls nothing that takes the lock of the pool.

@@ -19,8 +19,9 @@ namespace win32
 {
 // Store a name in UTF-16 with a terminator: the name of the machine, which is the host name
 // without its domain, cut at a character boundary to 31 units, or on Windows the name of at most 15
-// units that the system itself derives; and the name of the user whose rights the process has. *size is the capacity in units. On success it becomes the length,
-// GetUserNameW including the terminator and GetComputerNameW without it.
+// units that the system itself derives; and the name of the user whose rights the process has.
+// *size is the capacity in units. On success it becomes the length, GetUserNameW including the
+// terminator and GetComputerNameW without it.
 //
 // Returns: non-zero on success, or 0. Then GetLastError returns
 //  - 87 for a null size;
