@@ -5,7 +5,7 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# Matches the paths of other systems: the folders native/, and files whose name ends in _native,
+# Matches the paths, below a folder of ours, of other systems: the folders native/, and files whose name ends in _native,
 # are for 64-bit Windows; the folders portable/ and posix/, and files whose name ends in _posix,
 # are for the others.
 if(WIN32)
@@ -16,10 +16,14 @@ endif()
 
 # All sources below the folders, apart from those of other systems.
 function(u_sources variable)
-  list(TRANSFORM ARGN APPEND /*.cpp OUTPUT_VARIABLE patterns)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns})
-  list(FILTER sources EXCLUDE REGEX ${u_other_systems})
-  set(${variable} ${sources} PARENT_SCOPE)
+  set(all)
+  foreach(folder ${ARGN})
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.cpp)
+    list(FILTER sources EXCLUDE REGEX ${u_other_systems})
+    list(TRANSFORM sources PREPEND ${folder}/)
+    list(APPEND all ${sources})
+  endforeach()
+  set(${variable} ${all} PARENT_SCOPE)
 endfunction()
 
 #   u_shared_library(<target> <folder>... [EXCEPT <expression>])
