@@ -11,8 +11,8 @@
 // Between birth and death the library calls the host's handler for:
 // - a hardware exception that nothing else handles: an access to memory that is not mapped or
 //   not allowed, a stack overflow, an illegal instruction, an arithmetic exception;
-// - a call of std::terminate, as by an exception that is not caught or a pure virtual call, which
-//   on Windows is an access to memory that is not mapped;
+// - a call of std::terminate, as by an exception that is not caught or a pure virtual call (on
+//   Windows a pure virtual call is an access to memory that is not mapped);
 // - an invalid parameter given to the runtime.
 //
 // The call is made on the thread that failed, and the library holds no lock during the call.

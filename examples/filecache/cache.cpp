@@ -8,18 +8,18 @@
 
 namespace
 {
-PLATFORM_THREAD_LOCAL(bool, sKeepsFiles);
+PLATFORM_THREAD_LOCAL(bool, tKeepsFiles);
 const int kTurnedDown = 1; // ends the library's asking
 } // namespace
 
 KeepFiles::KeepFiles(bool keep)
 {
-    sKeepsFiles = keep;
+    tKeepsFiles = keep;
 }
 
 KeepFiles::~KeepFiles()
 {
-    sKeepsFiles = false;
+    tKeepsFiles = false;
 }
 
 FileCache::FileCache(Console& console) : mConsole(console)
@@ -55,18 +55,18 @@ U_u64 FileCache::DropOldest(U_u64 bytes)
 int FileCache::OnPurgeRequest(void* refcon, U_u64, U_u64 amountToPurge, bool* flag)
 {
     FileCache& cache = *static_cast<FileCache*>(refcon);
-    U_u64 given = sKeepsFiles ? 0 : cache.DropOldest(amountToPurge);
+    U_u64 given = tKeepsFiles ? 0 : cache.DropOldest(amountToPurge);
     ++cache.mPurgeRequests;
     cache.mBytesPurged += given;
 
     // The cache has too little, so the library may purge the recycled pool.
-    if (!sKeepsFiles && given < amountToPurge)
+    if (!tKeepsFiles && given < amountToPurge)
         *flag = true;
     if (cache.mConsole.Verbose())
         cache.mConsole.Print(
             Text({"$$$/QX/FileCache/Status/Purged=asked to purge ^^1 bytes, gave ^^2",
                   {std::to_string(amountToPurge), std::to_string(given)}}));
-    return sKeepsFiles ? kTurnedDown : 0;
+    return tKeepsFiles ? kTurnedDown : 0;
 }
 
 size_t FileCache::FilesHeld() const

@@ -89,11 +89,11 @@ void Loader::RunThread(unsigned int number)
     }
     catch (const std::exception& error)
     {
-        PrintEarlyEnd(number, error.what());
+        ReportEarlyEnd(number, error.what());
     }
     catch (int code) // as the library throws it
     {
-        PrintEarlyEnd(number, "error " + std::to_string(code));
+        ReportEarlyEnd(number, "error " + std::to_string(code));
     }
     U_DeregisterRenderThread();
 
@@ -102,7 +102,7 @@ void Loader::RunThread(unsigned int number)
     mThreadEnded.notify_one();
 }
 
-void Loader::PrintEarlyEnd(unsigned int number, const std::string& why)
+void Loader::ReportEarlyEnd(unsigned int number, const std::string& why)
 {
     mFailed = true;
     U_ReportError(0, U_Sev_PROBLEM,

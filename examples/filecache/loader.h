@@ -42,7 +42,7 @@ public:
 private:
     bool MakeDecoders(unsigned int threads);
     void RunThread(unsigned int number);
-    void PrintEarlyEnd(unsigned int number, const std::string& why);
+    void ReportEarlyEnd(unsigned int number, const std::string& why);
     void LoadFiles();
     void LoadFile(const std::string& name);
 

@@ -24,7 +24,7 @@ public:
     StopKeys& operator=(const StopKeys&) = delete;
 
 private:
-    class Watch; // of the system
+    class Watch; // one for each operating system
 
     std::unique_ptr<Watch> mWatch; // null if Ctrl-C is ignored
 };

@@ -25,10 +25,10 @@ public:
 
 private:
     std::vector<std::string> mArguments;
-    std::shared_ptr<void> mTerminal; // of the system
+    std::shared_ptr<void> mTerminal; // restores the terminal
 };
 
-// Returns the absolute path of the program's file; the empty text if it is not found.
+// Returns the path of the program's file, or the empty text if the system does not know it.
 std::string ProgramFile();
 
 // Returns a folder with many files, which every installation of the system has.

@@ -1,7 +1,5 @@
 #include "indep/contexts/CurrentContext.h"
 
-#include <new>
-
 #include <platform/base/per_thread.h>
 
 #include "indep/errors/Report.h"
@@ -32,10 +30,7 @@ void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     DetachContextTLS("AttachContextTLS", kAnyContext);
     sTrace.Trace("sThreadContext set ", context->GetContextID());
-    CurrentContext* const thread = ThreadCurrentContext::Make();
-    if (!thread)
-        throw std::bad_alloc();
-    *thread = {context, true};
+    ThreadCurrentContext::MakeOrThrow() = {context, true};
 }
 
 void DetachContextTLS(const char* reason, U_i64 contextId)

@@ -22,18 +22,28 @@ public:
     static Object* Find() { return ThreadPointer().get(); }
 
     // Returns the thread's object. Without an object, makes one that is value-initialised.
-    // Returns null without memory, and reports nothing, since a report uses such objects.
+    //
+    // Throws: std::bad_alloc.
+    static Object& MakeOrThrow()
+    {
+        if (Object* present = Find())
+            return *present;
+        auto piece = std::make_unique<Object>();
+        ThreadPointer().reset(piece.get()); // allocates, too
+        // Boost does not report that the system could not store the pointer.
+        if (Find() != piece.get())
+            throw BadAllocation();
+        return *piece.release();
+    }
+
+    // Like MakeOrThrow, but returns null without memory, and reports nothing: a report uses such
+    // objects.
     static Object* Make()
     {
         const ScQuietNew quiet;
         try
         {
-            if (Object* present = Find())
-                return present;
-            auto piece = std::make_unique<Object>();
-            ThreadPointer().reset(piece.get()); // allocates, too
-            // Boost does not report a failure of pthread_setspecific.
-            return Find() == piece.get() ? piece.release() : nullptr;
+            return &MakeOrThrow();
         }
         catch (const std::exception&)
         {

@@ -18,8 +18,8 @@ namespace datatransfer
 // Replaces the text on the clipboard.
 //
 // Throws: std::bad_alloc; then the clipboard is left as it is.
-// Failures: if another program has the clipboard open, the text is not copied, and a line of the
-//   log at level 0 says so.
+// Failures: on Windows, if another program has the clipboard open, the text is not copied, and a
+//   line of the log at level 0 says so.
 PLATFORM_EXPORT void NewClipboardSendData(const krobase::utility::UTF16String& text);
 } // namespace datatransfer
 } // namespace kroview

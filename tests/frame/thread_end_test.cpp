@@ -1,4 +1,4 @@
-// What threads leave behind when they end.
+// The memory of threads that have ended.
 
 #include <thread>
 

@@ -1,4 +1,4 @@
-// What POSIX alone has: tracing processes and signal stacks.
+// Tracing processes and signal stacks, which POSIX alone has.
 
 #include <csignal>
 #include <functional>

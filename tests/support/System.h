@@ -1,4 +1,4 @@
-// What the tests know of the system that runs them.
+// Properties of the system that runs the tests.
 
 #ifndef TESTS_SUPPORT_SYSTEM_H
 #define TESTS_SUPPORT_SYSTEM_H

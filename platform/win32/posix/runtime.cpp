@@ -25,9 +25,11 @@ void EndWithCrashLog()
 }
 } // namespace win32
 
+// The ordinary case calls malloc alone.
 PLATFORM_EXPORT void* operator new(std::size_t size)
 {
-    return win32::Allocate(size, 0);
+    void* const block = win32::TryAllocate(size, 0);
+    return block ? block : win32::Allocate(size, 0);
 }
 
 PLATFORM_EXPORT void* operator new(std::size_t size, std::align_val_t alignment)

@@ -1,4 +1,4 @@
-// What the systems share of the machine: the switch of its names, and the processor.
+// The switch of the names of machine and user, and the processor, on every system.
 
 #include "machine.h"
 
