@@ -27,8 +27,11 @@ function(u_add_dictionary target)
   endforeach()
 
   if(TARGET zdict)
+    set(command zdict)
     set(tool zdict)
   elseif(TARGET U::zdict)
+    # CMake itself runs only programs of the build under the emulator.
+    set(command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:U::zdict>)
     set(tool U::zdict)
   else()
     message(FATAL_ERROR "u_add_dictionary(${target}): there is no zdict; import it as U::zdict first")
@@ -46,7 +49,7 @@ function(u_add_dictionary target)
 
   add_custom_command(OUTPUT ${output}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND ${tool} compile -o ${output} --locale ${arg_LOCALE} ${texts}
+    COMMAND ${command} compile -o ${output} --locale ${arg_LOCALE} ${texts}
     DEPENDS ${texts} $<TARGET_FILE:${tool}>
     COMMENT "Compiling the dictionary ${name}"
     VERBATIM)

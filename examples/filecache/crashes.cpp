@@ -120,7 +120,7 @@ void GiveInvalidParameter()
 
 void RunOutOfMemory()
 {
-    volatile std::size_t size = std::size_t(1) << 46;
+    volatile std::size_t size = std::size_t(1) << 47; // more than the address space
     ::operator delete(::operator new(size));
 }
 

@@ -6,8 +6,10 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 // Prepares the standard streams for bytes and for UTF-8 until the end of its scope, which is that
@@ -38,9 +40,17 @@ std::string DefaultFolder();
 // reason in errno.
 std::FILE* OpenFile(const std::string& path, const char* mode);
 
-// Returns the path in the form for std::filesystem, and the text of a path from there.
+// Returns the path in the form for std::filesystem.
 std::filesystem::path SystemPath(const std::string& path);
-std::string TextOf(const std::filesystem::path& path);
+
+// Receives the name of an entry of a folder, and its type; `none`, with the error, if the type is
+// not known. Returns false to end the listing.
+typedef std::function<bool(const std::string& name, std::filesystem::file_type type,
+                           const std::error_code& error)>
+    TakeEntry;
+
+// Lists the entries of a folder. Links are not followed. Returns the error that ended the listing.
+std::error_code ListFolder(const std::string& path, const TakeEntry& take);
 
 // Return whether stderr is a terminal that understands escape sequences, and its columns.
 bool IsTerminal();

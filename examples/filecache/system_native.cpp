@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include <fcntl.h>
 #include <io.h>
@@ -17,6 +18,24 @@ namespace
 HANDLE ErrorStream()
 {
     return ::GetStdHandle(STD_ERROR_HANDLE);
+}
+
+std::error_code LastError()
+{
+    return {win32::ErrorNumber(::GetLastError()), std::generic_category()};
+}
+
+// Links to files and to folders are of one type.
+fs::file_type TypeOf(const WIN32_FIND_DATAW& entry)
+{
+    const bool isReparsePoint = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (isReparsePoint && IsReparseTagNameSurrogate(entry.dwReserved0))
+        return fs::file_type::symlink;
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        return fs::file_type::directory;
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DEVICE)
+        return fs::file_type::unknown;
+    return fs::file_type::regular;
 }
 } // namespace
 
@@ -66,9 +85,27 @@ fs::path SystemPath(const std::string& path)
     return win32::SystemPath(path);
 }
 
-std::string TextOf(const fs::path& path)
+// Not by fs::directory_iterator, which lists the current folder in place of one with a long path.
+std::error_code ListFolder(const std::string& path, const TakeEntry& take)
 {
-    return win32::UTF8Of(path.generic_wstring());
+    WIN32_FIND_DATAW entry = {};
+    std::wstring pattern = win32::SystemPath(path);
+    pattern += !pattern.empty() && pattern.back() == L'\\' ? L"*" : L"\\*";
+    const HANDLE search =
+        ::FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr,
+                           FIND_FIRST_EX_LARGE_FETCH);
+    if (search == INVALID_HANDLE_VALUE)
+        return LastError();
+    const std::unique_ptr<void, BOOL (*)(HANDLE)> end(
+        search, [](HANDLE open) { return ::FindClose(open); });
+    do
+    {
+        const std::wstring_view name = entry.cFileName;
+        if (name != L"." && name != L".." &&
+            !take(win32::UTF8Of(name), TypeOf(entry), std::error_code()))
+            return {};
+    } while (::FindNextFileW(search, &entry));
+    return ::GetLastError() == ERROR_NO_MORE_FILES ? std::error_code() : LastError();
 }
 
 bool IsTerminal()

@@ -1,7 +1,5 @@
 #include "system.h"
 
-#include <system_error>
-
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -15,7 +13,7 @@ std::string ProgramFile()
 {
     std::error_code error;
     const fs::path file = fs::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : TextOf(file);
+    return error ? std::string() : file.string();
 }
 
 std::string DefaultFolder()
@@ -33,9 +31,18 @@ fs::path SystemPath(const std::string& path)
     return path;
 }
 
-std::string TextOf(const fs::path& path)
+std::error_code ListFolder(const std::string& path, const TakeEntry& take)
 {
-    return path.string();
+    std::error_code error;
+    fs::directory_iterator entry(path, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+    {
+        std::error_code unknown;
+        const fs::file_type type = entry->symlink_status(unknown).type();
+        if (!take(entry->path().filename().string(), type, unknown))
+            break;
+    }
+    return error;
 }
 
 bool IsTerminal()

@@ -34,22 +34,17 @@ public:
 private:
     void WalkOne(const std::string& folder)
     {
-        std::error_code error;
-        fs::directory_iterator entry(SystemPath(JoinedPath(mTop, folder)), error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error))
-        {
-            Sort(*entry, JoinedPath(folder, TextOf(entry->path().filename())));
-            if (mThrottler.ThrottleAndCheckAbort())
-                return;
-        }
-        if (error)
+        const auto take = [&](const std::string& name, fs::file_type type,
+                              const std::error_code& error) {
+            Sort(JoinedPath(folder, name), type, error);
+            return !mThrottler.ThrottleAndCheckAbort();
+        };
+        if (const std::error_code error = ListFolder(JoinedPath(mTop, folder), take))
             Unreadable(folder, error);
     }
 
-    void Sort(const fs::directory_entry& entry, const std::string& name)
+    void Sort(const std::string& name, fs::file_type type, const std::error_code& error)
     {
-        std::error_code error;
-        const fs::file_type type = entry.symlink_status(error).type();
         if (type == fs::file_type::none)
             Unreadable(name, error);
         else if (type == fs::file_type::directory)

@@ -90,7 +90,10 @@ Target FindTarget(const std::string& name)
         FailBySystem(name);
     if (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         FailToWrite(name, std::strerror(EISDIR));
-    return {FinalPath(file.Get(), name), true, true};
+    const DWORD attributes = ::GetFileAttributesW(path.c_str()); // of the link, if it is one
+    const bool isLink =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+    return {isLink ? FinalPath(file.Get(), name) : path, true, true};
 }
 
 // A file in the folder of the target. Its own name is replaced by the target's when it is

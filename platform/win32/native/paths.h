@@ -56,18 +56,16 @@ inline std::wstring AbsolutePath(const std::wstring& path)
     }
 }
 
-// Returns the path in the form for the system's functions. Those take paths of more than 260
-// units only if they are absolute and begin with a mark.
+// Returns the path in the form for the system's functions: absolute and after a mark, without which
+// those refuse paths of more than 260 units. Names of devices have a mark of their own.
 inline std::wstring SystemPath(std::string_view path)
 {
-    const std::size_t kLongestPlain = 247; // of a folder, which must have room for a name
-    const std::wstring plain = WideOf(path);
-    const std::wstring absolute = AbsolutePath(plain);
-    if (absolute.size() <= kLongestPlain || absolute.compare(0, 4, L"\\\\?\\") == 0)
-        return plain;
-    if (absolute.compare(0, 2, L"\\\\") == 0)
-        return L"\\\\?\\UNC" + absolute.substr(1);
-    return L"\\\\?\\" + absolute;
+    const std::wstring absolute = AbsolutePath(WideOf(path));
+    if (absolute.size() > 2 && absolute.compare(1, 2, L":\\") == 0)
+        return L"\\\\?\\" + absolute;
+    const bool isShare =
+        absolute.compare(0, 2, L"\\\\") == 0 && absolute[2] != L'?' && absolute[2] != L'.';
+    return isShare ? L"\\\\?\\UNC" + absolute.substr(1) : absolute;
 }
 
 // Corrects errno after a failure to open a file: the C runtime reports a folder as a file without
