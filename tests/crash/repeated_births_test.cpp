@@ -95,6 +95,25 @@ TEST(Lives, PassAFailureOnToTheHandlersFromBeforeBirth)
     }
 }
 
+TEST(Lives, MakeACallEachIfTheHandlerFromBeforeBirthThrows)
+{
+    const Death death = RunToDeath([] {
+        win32::_set_invalid_parameter_handler([](auto...) {
+            Print("host's");
+            throw 1;
+        });
+        for (int life = 0; life < 2; ++life)
+        {
+            Birth();
+            SetGlobal(&PrintCall);
+            EXPECT_THROW(GiveInvalidParameter(), int);
+            U_Death();
+        }
+        std::_Exit(7);
+    });
+    death.Expect(ExitWith(7), {{"handler on", 2}, {"host's", 2}});
+}
+
 TEST(Lives, MakeOneCallIfTheHostPutsTheTerminateHandlerOfAnEarlierLifeBack)
 {
     for (const bool afterDeath : {false, true})
