@@ -1,5 +1,5 @@
+#include <exception>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include <krobase/debug.h>
@@ -98,9 +98,9 @@ Outcome SetLocalHandler(Own& own)
     return RightIf(found == handler && refcon == &own && !left);
 }
 
-struct NumberedError : std::runtime_error
+struct NumberedError : std::exception
 {
-    explicit NumberedError(int number) : std::runtime_error(kLong), mCode(1000 + number) {}
+    explicit NumberedError(int number) : mCode(1000 + number) {}
 
     int mCode;
 };
