@@ -44,7 +44,8 @@ struct Types
     WORD mText;  // C3
 
     bool IsMark() const { return mBasic & C1_PUNCT; }
-    bool IsAccent() const { return mText & C3_NONSPACING; }
+    // A letter with an accent has the bit, too.
+    bool IsAccent() const { return (mText & C3_NONSPACING) && !(mText & C3_ALPHA); }
     bool IsEastAsian() const
     {
         return mText & (C3_IDEOGRAPH | C3_HIRAGANA | C3_KATAKANA | C3_FULLWIDTH);

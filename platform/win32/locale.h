@@ -84,7 +84,7 @@ const unsigned int kTimeNoSeconds = 2;
 //  - 87 for a locale other than the user's, a time that does not exist, a negative size, a
 //    null buffer, or any picture of a time;
 //  - 1004 for other flags, or a picture of a date together with flags;
-//  - 122 if the buffer is too small. The buffer is unchanged;
+//  - 122 if the buffer is too small. The contents of the buffer are unspecified;
 //  - 8 without memory;
 //  - 120 if the system lacks the function.
 PLATFORM_EXPORT int GetDateFormatW(unsigned int locale, unsigned int flags, const SYSTEMTIME* time,

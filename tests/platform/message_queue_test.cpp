@@ -23,13 +23,13 @@ const int kGenerous = 60000; // milliseconds
 
 const unsigned short kClassName[] = {'T', 'e', 's', 't', 0};
 
-thread_local std::vector<std::string> tDispatched;
+std::vector<std::string> sDispatched; // one thread at a time dispatches
 
 long long Record(void* window, unsigned int message, unsigned long long wParam, long long lParam)
 {
     if (message < win32::kWmUser)
         return win32::DefWindowProcW(window, message, wParam, lParam);
-    tDispatched.push_back(std::to_string(message) + " " + std::to_string(wParam) + " " +
+    sDispatched.push_back(std::to_string(message) + " " + std::to_string(wParam) + " " +
                           std::to_string(lParam));
     return 7;
 }
@@ -90,13 +90,14 @@ TEST(MessageQueues, AThreadHasAQueueFromItsFirstCallUntilItEnds)
 TEST(MessageQueues, AWindowReceivesMessagesUntilItIsDestroyed)
 {
     void* window = nullptr;
+    sDispatched.clear();
     OnFreshThread([&] {
         window = MakeWindow();
         MSG message;
         EXPECT_TRUE(win32::PostMessageW(window, 1024, 2, -3));
         ASSERT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
         EXPECT_EQ(win32::DispatchMessageW(&message), 7);
-        EXPECT_THAT(tDispatched, ElementsAre("1024 2 -3"));
+        EXPECT_THAT(sDispatched, ElementsAre("1024 2 -3"));
 
         win32::PostMessageW(window, 1024, 0, 0);
         Post(1025);
