@@ -14,6 +14,7 @@
 #include <win32/text.h>
 
 #include "tests/support/FailingNew.h"
+#include "tests/support/System.h"
 #include "tests/support/Text.h"
 
 using namespace krobase::utility;
@@ -121,8 +122,8 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
     const std::tuple<const char*, std::u16string, const char*> rows[] = {
         {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
-        {"en_US", u"M MM MMM MMMM yy, y, yyyy g", "3 03 Mar March 05, 2005, 2005 AD"},
-        {"en_US", u"'d''y' hEt ''d'", "d'y hEt '1"},
+        {"en_US", u"M MM MMM MMMM yy, yyyy g", "3 03 Mar March 05, 2005 AD"},
+        {"en_US", u"'d''y' hEt 'd'd", "d'y hEt d1"},
         {"en_US", u"", ""},
         {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
         {"ru_RU", u"d MMMM", "1 марта"},
@@ -134,16 +135,18 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
         const int size = win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
                                                Units(picture).c_str(), text, 64);
         EXPECT_EQ(size, static_cast<int>(U_UTF16String(text).size()) + 1);
+        EXPECT_EQ(Narrow(text), expected);
         EXPECT_EQ(win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
                                         Units(picture).c_str(), text, size - 1) == 0,
                   size > 1)
             << "the buffer is too small";
-        EXPECT_EQ(Narrow(text), expected);
     }
 }
 
 TEST_F(SystemDates, WithoutMemoryCallsFailAndTheNextCallFollowsTheLocale)
 {
+    if (IsWindows())
+        GTEST_SKIP() << "the system formats dates with memory of its own";
     const unsigned int kUser = win32::kLocaleUserDefault;
     unsigned short text[64];
     const std::pair<const char*, std::function<int()>> calls[] = {
