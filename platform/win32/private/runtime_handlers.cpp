@@ -3,6 +3,7 @@
 #include <win32/runtime.h>
 
 #include <atomic>
+#include <exception>
 #include <new>
 
 #include <platform/base/locks.h>
@@ -54,7 +55,9 @@ void OnFailedNew(std::size_t level)
     }
     catch (const std::bad_alloc&)
     {
-        throw;
+        // Not `throw;`: if no function catches the exception, that aborts on Windows without the
+        // handler of std::terminate.
+        std::rethrow_exception(std::current_exception());
     }
     catch (...)
     {
