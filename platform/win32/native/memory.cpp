@@ -30,7 +30,12 @@ unsigned long long InstalledMemory()
 {
     static const unsigned long long sInstalled = [] {
         ULONGLONG kilobytes = 0;
-        return ::GetPhysicallyInstalledSystemMemory(&kilobytes) ? kilobytes : 0;
+        if (::GetPhysicallyInstalledSystemMemory(&kilobytes) && kilobytes)
+            return kilobytes;
+        // Some firmware does not list the memory. The system knows the part that it manages.
+        ::MEMORYSTATUSEX status = {};
+        status.dwLength = sizeof(status);
+        return ::GlobalMemoryStatusEx(&status) ? status.ullTotalPhys >> 10 : 0;
     }();
     return sInstalled;
 }
@@ -90,6 +95,8 @@ int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
     status->ullTotalPhys = total ? total >> 10 << 10 : system.ullTotalPhys;
     status->ullAvailPhys = available ? available : system.ullAvailPhys;
     status->dwMemoryLoad = system.dwMemoryLoad;
+    if (!status->ullTotalPhys)
+        return 0;
     if (total || available)
     {
         const unsigned long long free = status->ullAvailPhys * 100 / status->ullTotalPhys;

@@ -97,7 +97,7 @@ LRESULT CALLBACK CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM 
     catch (...)
     {
         KeepException();
-        return 0;
+        return message == WM_CREATE ? -1 : 0; // -1: no window is made
     }
 }
 

@@ -10,12 +10,11 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <boost/system/error_code.hpp>
-
 #include <platform/base/switched_function.h>
 #include <win32/text.h>
 
 #include "../private/switches.h"
+#include "paths.h"
 #include "windows_api.h"
 
 // The compiler's headers do not declare this function.
@@ -105,15 +104,6 @@ HANDLE OpenForAppending(const char* path)
                          nullptr);
 }
 
-// Returns the errno of the system's error.
-int ErrorNumber(DWORD error)
-{
-    const boost::system::error_condition condition =
-        boost::system::error_code(static_cast<int>(error), boost::system::system_category())
-            .default_error_condition();
-    return condition.category() == boost::system::generic_category() ? condition.value() : EINVAL;
-}
-
 std::FILE* FailWith(int reason)
 {
     errno = reason;
@@ -123,8 +113,8 @@ std::FILE* FailWith(int reason)
 // Owns the handle.
 std::FILE* ToFile(HANDLE handle)
 {
-    const int descriptor =
-        ::_open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_APPEND | _O_TEXT);
+    const int descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(handle),
+                                             _O_APPEND | _O_TEXT | _O_NOINHERIT);
     if (descriptor < 0)
     {
         ::CloseHandle(handle);

@@ -36,9 +36,9 @@ void* AllocateOrNull(std::size_t size, std::size_t alignment) noexcept
     {
         return Allocate(size, alignment);
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
-        return nullptr;
+        return nullptr; // a host's new handler may throw any type
     }
 }
 
