@@ -97,7 +97,7 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
 
 TEST_F(Alerts, AnAlertWithoutMemoryIsBareTextOnStderr)
 {
-    SKIP_UNDER_SANITIZERS();
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {

@@ -1,15 +1,12 @@
 // Memory, exceptions, and arguments that the operating system and the in-house libraries refuse.
 
 #include <algorithm>
-#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <utility>
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
@@ -23,25 +20,15 @@
 #include <win32/threads.h>
 #include <zelboxmp/xmp.h>
 
+#include "tests/support/System.h"
+
 namespace
 {
 TEST(Win32Threads, AnyOtherExceptionEndsTheProcess)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(win32::RaiseException(0xC0000005u, 0, 0, nullptr), testing::KilledBySignal(SIGABRT),
-                "C0000005");
-}
-
-// Lets the system read the byte, since a read here would fault.
-bool IsReadable(const void* address)
-{
-    int ends[2];
-    if (pipe(ends) != 0)
-        return false;
-    const bool readable = write(ends[1], address, 1) == 1;
-    close(ends[0]);
-    close(ends[1]);
-    return readable;
+    EXPECT_EXIT(win32::RaiseException(0xC0000005u, 0, 0, nullptr),
+                EndsBy(IsWindows() ? kBadAccess : kAborted), IsWindows() ? "" : "C0000005");
 }
 
 TEST(VirtualMemory, RangesAreAlignedAndReleasedWhole)
