@@ -1,45 +1,15 @@
 #include "tests/crash/Child.h"
 
-#include <csignal>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <krobase/gate.h>
 #include <win32/threads.h>
 
 #include "U_Lifecycle.h"
-
-// A handler here may do what is unsafe in a signal handler: it is the host's last call,
-// and the process dies anyway.
-extern "C" const char* __tsan_default_options();
-extern "C" const char* __tsan_default_options()
-{
-    return "report_signal_unsafe=0";
-}
-
-namespace
-{
-const unsigned int kLimit = 60; // seconds
-
-// noexcept: an exception that the body does not catch calls std::terminate.
-[[noreturn]] void RunChild(const std::function<void()>& body, int out) noexcept
-{
-    dup2(out, STDERR_FILENO);
-    const rlimit noCore = {0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
-        std::signal(signal, SIG_DFL);
-    alarm(kLimit);
-    body();
-    std::_Exit(0);
-}
-
-} // namespace
 
 void Death::Expect(int expected, std::initializer_list<std::pair<std::string, long>> texts) const
 {
@@ -67,38 +37,21 @@ std::string Death::Rest(const std::string& beginning) const
     return output.substr(rest, output.find('\n', rest) - rest);
 }
 
-Death RunToDeath(const std::function<void()>& body)
-{
-    Death death = {-1, ""};
-    int ends[2];
-    if (pipe(ends) != 0)
-        return death;
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0)
-    {
-        close(ends[0]);
-        RunChild(body, ends[1]);
-    }
-    close(ends[1]);
-    char piece[4096];
-    for (ssize_t length; (length = read(ends[0], piece, sizeof(piece))) > 0;)
-        death.output.append(piece, static_cast<std::size_t>(length));
-    close(ends[0]);
-    int status = 0;
-    if (child > 0 && waitpid(child, &status, 0) == child)
-        death.end = WIFSIGNALED(status) ? WTERMSIG(status) : ExitWith(WEXITSTATUS(status));
-    return death;
-}
-
 void Print(const char* text, bool withThread)
 {
     char line[256];
     const int length =
         withThread ? std::snprintf(line, sizeof(line), "%s %u\n", text, win32::GetCurrentThreadId())
                    : std::snprintf(line, sizeof(line), "%s\n", text);
-    if (write(STDERR_FILENO, line, static_cast<std::size_t>(length)) != length)
+    if (!WriteRaw(line, static_cast<std::size_t>(length)))
         std::_Exit(99);
+}
+
+void WaitForTheEnd()
+{
+    const krobase::threads::Gate closed(false);
+    for (;;)
+        closed.PassThrough(INT_MAX);
 }
 
 void Birth()
@@ -115,9 +68,4 @@ void PrintCall(void* refcon)
 void SetGlobal(U_FatalHandler handler, const char* refcon)
 {
     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(handler, const_cast<char*>(refcon));
-}
-
-void SendSegmentationFault()
-{
-    kill(getpid(), SIGSEGV);
 }

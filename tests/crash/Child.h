@@ -7,19 +7,16 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "U_Fatal.h"
-
-// The end of a process that exits with the code.
-constexpr int ExitWith(int code)
-{
-    return 1000 + code;
-}
+#include "examples/filecache/crashes.h"
+#include "tests/support/System.h"
 
 // How a process ended, and what it wrote to stderr.
 struct Death
 {
-    int end; // the signal, or ExitWith(code)
+    int end; // one of tests/support/System.h
     std::string output;
 
     // Expects this end, and each text as often as its number says. A failure prints the output.
@@ -32,13 +29,38 @@ struct Death
 };
 
 // Runs the body in a process of its own and waits for the end of the process. The process ends
-// with 0 if the body returns, and by SIGALRM after a minute. The signals of hardware exceptions
-// have the system's own actions there, without a sanitizer's.
+// with 0 if the body returns, and is killed after a minute. Hardware exceptions have the system's
+// own actions there, without a sanitizer's.
+//
+// On Windows the process is this program again, which repeats the test up to this call: the test
+// makes the same calls each time, and the body changes nothing outside of its process.
 Death RunToDeath(const std::function<void()>& body);
+
+// A hardware exception of one system.
+struct SystemCrash
+{
+    const char* what;
+    Crash crash;
+    int end;
+};
+std::vector<SystemCrash> SystemCrashes();
+
+// Sets the action of the host for an access to memory that is not allowed, which the system takes
+// if nothing else handles the access.
+void SetBadAccessAction(void (*action)(int signal));
+
+// Sends SIGSEGV to the process, as another process would. On POSIX systems only.
+void SendSegmentationFault();
 
 // Writes the text as a line to stderr in one call, with the id of the thread if asked for. Works
 // in a handler.
 void Print(const char* text, bool withThread = false);
+
+// Writes the bytes to stderr in one call, and returns whether they are written.
+bool WriteRaw(const char* text, std::size_t length);
+
+// Waits until the process is killed.
+[[noreturn]] void WaitForTheEnd();
 
 // The library's log line after the last call.
 const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
@@ -51,8 +73,5 @@ void PrintCall(void* refcon);
 
 // Sets the handler of the process.
 void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on");
-
-// Sends SIGSEGV to the process, as another process would.
-void SendSegmentationFault();
 
 #endif

@@ -19,12 +19,20 @@
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/NoMemory.h"
+#include "tests/support/System.h"
 
 namespace
 {
 typedef std::vector<std::string> Texts;
 
-const std::size_t kTooMuch = std::size_t(1) << 40; // bytes
+// Bytes. Windows needs long to refuse a block that would fit the address space.
+const std::size_t kTooMuch = std::size_t(1) << (IsWindows() ? 59 : 40);
+
+// Returns the text of a size near kTooMuch in kilobytes.
+std::string Kilobytes(const char* onPosix)
+{
+    return IsWindows() ? std::to_string(INT_MAX) : onPosix;
+}
 
 class OutOfMemory : public BornLibrary
 {
@@ -62,13 +70,13 @@ struct alignas(64) Aligned
 TEST_F(OutOfMemory, IsReportedWithTheSizeOnAMainThreadAndThrown)
 {
     const std::pair<void* (*)(), std::string> rows[] = {
-        {[] { return ::operator new(kTooMuch + 1); }, "1073741825"},
-        {[] { return ::operator new(kTooMuch - 1); }, "1073741824"},
+        {[] { return ::operator new(kTooMuch + 1); }, Kilobytes("1073741825")},
+        {[] { return ::operator new(kTooMuch - 1); }, Kilobytes("1073741824")},
         {[] { return ::operator new(kTooMuch << 4); }, std::to_string(INT_MAX)},
-        {[] { return ::operator new[](kTooMuch); }, "1073741824"},
-        {[] { return static_cast<void*>(new Aligned[kTooMuch / 64]); }, "1073741824"},
+        {[] { return ::operator new[](kTooMuch); }, Kilobytes("1073741824")},
+        {[] { return static_cast<void*>(new Aligned[kTooMuch / 64]); }, Kilobytes("1073741824")},
         {[]() -> void* { return std::get_new_handler()(), nullptr; }, "0"}, // of no known size
-        {[] { return ::operator new(kTooMuch, std::nothrow); }, "1073741824"},
+        {[] { return ::operator new(kTooMuch, std::nothrow); }, Kilobytes("1073741824")},
     };
     for (const auto& row : rows)
     {

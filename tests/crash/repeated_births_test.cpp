@@ -1,6 +1,5 @@
 // Births, deaths and the handlers that others install before, between and after them.
 
-#include <csignal>
 #include <cstdlib>
 #include <exception>
 
@@ -11,7 +10,6 @@
 
 #include "U_Fatal.h"
 #include "U_Lifecycle.h"
-#include "examples/filecache/crashes.h"
 #include "tests/crash/Child.h"
 
 namespace
@@ -33,7 +31,7 @@ struct Handlers
 
     void Install() const
     {
-        std::signal(SIGSEGV, signal);
+        SetBadAccessAction(signal);
         std::set_terminate(terminate);
         win32::_set_invalid_parameter_handler(invalidParameter);
     }
@@ -58,7 +56,7 @@ TEST(Lives, PassAFailureOnToTheHandlersFromBeforeBirth)
         for (const bool afterDeath : {false, true})
         {
             const Death death = RunToDeath([&] {
-                std::signal(SIGSEGV, [](int) { std::_Exit(9); });
+                SetBadAccessAction([](int) { std::_Exit(9); });
                 std::set_terminate([] { std::_Exit(9); });
                 win32::_set_invalid_parameter_handler(
                     [](auto* expression, auto* function, auto* file, auto line, auto reserved) {

@@ -217,7 +217,7 @@ TEST(JSON, NestingHasALimitAndUpToItNeedsLittleStack)
 #else
     const std::size_t kOwnStack = 1 << 20;
 #endif
-    const std::size_t kStack = kMemoryCanBeLimited ? kOwnStack : 8 << 20;
+    const std::size_t kStack = MemoryCanBeLimited() ? kOwnStack : 8 << 20;
     const std::pair<std::u16string_view, std::size_t> rows[] = {
         {u"[", 1}, {u"{\"a\":", 1}, {u"{", 1}, {u"{\"a\":[", 2}};
     for (const auto& [opening, levels] : rows)

@@ -217,9 +217,9 @@ TEST_F(BinaryText, RefusedMemoryLeavesTheArrayAndIsntReported)
     U_ScAutoArray<unsigned char> data;
     U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
     // Larger than the memory that malloc keeps; sanitizers refuse larger blocks.
-    const U_UTF8String large((kMemoryCanBeLimited ? 200 : 4) * kMiB, '1');
+    const U_UTF8String large((MemoryCanBeLimited() ? 200 : 4) * kMiB, '1');
     const auto decode = [&] { U_UTF8StringToBinaryData(large, &data); };
-    if (kMemoryCanBeLimited)
+    if (MemoryCanBeLimited())
     {
         const ScAddressSpaceLimit limited(kMiB);
         EXPECT_EQ(CodeThrown(decode), 4) << "of the process";

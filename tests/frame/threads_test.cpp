@@ -3,13 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-
 #include <krobase/threads.h>
 #include <platform/control.h>
 
 #include "U_Threads.h"
 #include "tests/support/OnThreads.h"
+#include "tests/support/System.h"
 
 namespace
 {
@@ -123,18 +122,18 @@ TEST_F(Threads, EachChangeOfRolesIsTraced)
 
 TEST_F(Threads, AThreadGetsItsNameCutAtACharacter)
 {
-    const std::pair<const char*, const char*> rows[] = {
+    const std::string longest(kLongestThreadName, 'n');
+    const std::string shorter(kLongestThreadName - 1, 'n');
+    const std::pair<std::string, std::string> rows[] = {
         {"Render 1", "Render 1"},
-        {"A name of more than 15", "A name of more "},
-        {"Fourteen bytes\xC3\xA9", "Fourteen bytes"},
+        {longest + "more", longest},
+        {shorter + "\xC3\xA9", shorter},
     };
     OnFreshThread([&] {
         for (const auto& [name, expected] : rows)
         {
-            U_SetCurrentThreadName(name);
-            char seen[16] = {};
-            pthread_getname_np(pthread_self(), seen, sizeof(seen));
-            EXPECT_STREQ(seen, expected);
+            U_SetCurrentThreadName(name.c_str());
+            EXPECT_EQ(ThreadName(), expected);
         }
         U_SetCurrentThreadName(nullptr);
     });

@@ -242,6 +242,7 @@ TEST_F(Budget, TheLargestBlockIsTheLargestOfMalloc)
 {
     if (kHugeBlocksAreSlow)
         GTEST_SKIP();
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     U_u64 largest = 0;
     bool succeeds = false;
     bool succeedsWithMore = true;

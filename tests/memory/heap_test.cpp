@@ -66,7 +66,7 @@ int FaultsWithoutMemory()
 
 TEST(HeapDeathTest, WithoutMemoryTheHeapRefusesAndLosesNoBlock)
 {
-    SKIP_UNDER_SANITIZERS();
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(std::exit(FaultsWithoutMemory()), testing::ExitedWithCode(0), "");
 }

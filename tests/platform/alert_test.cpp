@@ -100,9 +100,7 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
 
 TEST_F(Alerts, AnAlertWithoutMemoryIsBareTextOnStderr)
 {
-    SKIP_UNDER_SANITIZERS();
-    if (IsWindows())
-        GTEST_SKIP() << "a process cannot limit its memory there";
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {

@@ -74,7 +74,7 @@ TEST(Ticks, TheMostTicksAreTheMostNanoseconds)
 
 TEST(PerThreadObjects, FailTheirFirstUseWithoutMemoryAndTheProcessGoesOn)
 {
-    SKIP_UNDER_SANITIZERS();
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
     const std::pair<const char*, std::function<bool()>> rows[] = {

@@ -8,9 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <pthread.h>
-#include <sys/resource.h>
-
 #include <krobase/executor.h>
 #include <krobase/gate.h>
 #include <krobase/threads.h>
@@ -20,6 +17,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/System.h"
 
 using krobase::threads::AsyncEventLoopAdaptor;
 using krobase::threads::AsyncThreadedExecutor;
@@ -151,11 +149,9 @@ TEST(ThreadedExecutors, ThreadsHaveTheirSetUpAndSurviveExceptions)
     executor->Post(
         [&] {
             EXPECT_TRUE(made->IsExecutorThread());
-            char name[32] = {};
-            pthread_getname_np(pthread_self(), name, sizeof(name));
-            EXPECT_STREQ(name, "a name that is ");
-            EXPECT_GT(getpriority(PRIO_PROCESS, GetCurrentThreadID()),
-                      getpriority(PRIO_PROCESS, krobase::threads::GetCurrentProcessID()));
+            EXPECT_EQ(ThreadName(),
+                      std::string("a name that is rather long").substr(0, kLongestThreadName));
+            EXPECT_TRUE(HasLowPriority());
             throw "odd";
         },
         0);

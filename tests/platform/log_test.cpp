@@ -8,14 +8,12 @@
 
 #include <gmock/gmock.h>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <platform/control.h>
 #include <wril/wril.h>
 
 #include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
+#include "tests/support/System.h"
 
 namespace
 {
@@ -67,7 +65,7 @@ TEST_F(Log, LinesUpToTheLevelGoToStderrWithoutASink)
     for (const auto& [setting, highestWritten] : kRows)
     {
         SCOPED_TRACE(setting);
-        setenv("U_LOG_LEVEL", setting, 1);
+        SetVariable("U_LOG_LEVEL", setting);
         std::string expected;
         for (int level = 0; level <= highestWritten; ++level)
             expected +=
@@ -80,7 +78,7 @@ TEST_F(Log, LinesUpToTheLevelGoToStderrWithoutASink)
             },
             testing::ExitedWithCode(0), testing::StrEq(expected));
     }
-    unsetenv("U_LOG_LEVEL");
+    SetVariable("U_LOG_LEVEL", nullptr);
 }
 
 TEST_F(Log, ATextForgesNoLineOnStderrAndControlsNoTerminal)
@@ -110,26 +108,6 @@ TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[0] memory budget: before\n[0] memory budget: the last\n");
     EXPECT_FALSE(failed);
-}
-
-TEST_F(Log, ALongLineGoesToStderrInOneWrite)
-{
-    // On this type of socket each write is one message.
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
-    const int console = dup(STDERR_FILENO);
-    dup2(ends[1], STDERR_FILENO);
-    const std::string text(20000, 'y');
-    WRIL_Log(0, "memory", nullptr, text.c_str());
-    dup2(console, STDERR_FILENO);
-
-    std::vector<char> message(30000);
-    const ssize_t length = recv(ends[0], message.data(), message.size(), MSG_DONTWAIT);
-    ASSERT_GT(length, 0);
-    EXPECT_EQ(std::string(message.data(), static_cast<std::size_t>(length)),
-              "[0] memory : " + text + "\n");
-    for (const int descriptor : {ends[0], ends[1], console})
-        close(descriptor);
 }
 
 TEST_F(Log, SinksAreSwappedUnderThreadsThatLog)

@@ -4,15 +4,25 @@
 #define TESTS_SUPPORT_NOMEMORY_H
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-const bool kMemoryCanBeLimited = false; // a sanitizer reserves memory of its own
-#define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's own memory can't be limited"
+const bool kCallsNewHandler = false;
+#define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's operator new calls no new handler"
 #else
-const bool kMemoryCanBeLimited = true;
+const bool kCallsNewHandler = true; // operator new does
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 
+// Returns false under a sanitizer, which reserves memory of its own, and under Wine, which limits
+// no memory.
+bool MemoryCanBeLimited();
+
+#define SKIP_UNLESS_MEMORY_CAN_BE_LIMITED()                                                        \
+    if (MemoryCanBeLimited())                                                                      \
+        ;                                                                                          \
+    else                                                                                           \
+        GTEST_SKIP() << "the memory of the process can't be limited"
+
 // Limits the address space of the process to the present size and `room` bytes, until the scope
-// ends.
+// ends; on Windows, the memory that the process has committed.
 class ScAddressSpaceLimit
 {
 public:
@@ -22,7 +32,7 @@ public:
     ScAddressSpaceLimit& operator=(const ScAddressSpaceLimit&) = delete;
 
 private:
-    unsigned long long mBefore;
+    unsigned long long mBefore; // the limit
 };
 
 // Allocates all memory that the process can have, until the scope ends. For the child process of

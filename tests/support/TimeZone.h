@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "tests/support/System.h"
+
 // Another time zone until the scope ends, in the notation of the environment variable TZ:
 // "EST5" is five hours west of UTC.
 class ScTimeZone
@@ -26,10 +28,7 @@ public:
 private:
     static void Set(const char* zone)
     {
-        if (zone)
-            setenv("TZ", zone, 1);
-        else
-            unsetenv("TZ");
+        SetVariable("TZ", zone);
         tzset();
     }
 

@@ -1,0 +1,29 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <wril/wril.h>
+
+TEST(LogOnPosix, ALongLineGoesToStderrInOneWrite)
+{
+    // On this type of socket each write is one message.
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const int console = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    const std::string text(20000, 'y');
+    WRIL_Log(0, "memory", nullptr, text.c_str());
+    dup2(console, STDERR_FILENO);
+
+    std::vector<char> message(30000);
+    const ssize_t length = recv(ends[0], message.data(), message.size(), MSG_DONTWAIT);
+    ASSERT_GT(length, 0);
+    EXPECT_EQ(std::string(message.data(), static_cast<std::size_t>(length)),
+              "[0] memory : " + text + "\n");
+    for (const int descriptor : {ends[0], ends[1], console})
+        close(descriptor);
+}
