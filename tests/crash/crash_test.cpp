@@ -55,7 +55,6 @@ struct CrashRow
     int end;
 };
 
-// The rows of the system are run on an executor.
 std::vector<CrashRow> Crashes()
 {
     std::vector<CrashRow> rows = {
@@ -74,7 +73,7 @@ std::vector<CrashRow> Crashes()
         {"invalid parameter on a thread", &GiveInvalidParameter, kOnThread, kInvalidParameter},
     };
     for (const SystemCrash& crash : SystemCrashes())
-        rows.push_back({crash.what, crash.crash, kOnExecutor, crash.end});
+        rows.push_back({crash.what, crash.crash, kHere, crash.end});
     return rows;
 }
 

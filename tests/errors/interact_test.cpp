@@ -12,7 +12,6 @@
 #include <boost/function.hpp>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "U_Lifecycle.h"
 #include "U_Report.h"

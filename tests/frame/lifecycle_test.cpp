@@ -23,6 +23,7 @@
 #include "tests/support/DamagedRecord.h"
 #include "tests/support/ExpectedLeaks.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/System.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -193,7 +194,8 @@ TEST_F(Lifecycle, AFailedBirthPutsTheNewHandlerBack)
                     MEM_AccountAllocation(static_cast<U_i32>(used - MEM_GetMemUsage()));
                 });
     EXPECT_EQ(code, 0);
-    EXPECT_TRUE(hadItsOwn) << "no later step has failed";
+    // The later steps call operator new on POSIX systems only.
+    EXPECT_TRUE(hadItsOwn || IsWindows()) << "no later step has failed";
 }
 
 TEST_F(Lifecycle, ALogThatThrowsFailsTheStepThatLogs)

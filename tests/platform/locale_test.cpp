@@ -130,6 +130,8 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
     };
     for (const auto& [locale, picture, expected] : rows)
     {
+        if (IsWine() && picture == u"MMMM yyyy")
+            continue; // Wine knows one form of a month
         platform::SetUserLocale(locale);
         unsigned short text[64];
         const int size = win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
@@ -145,8 +147,6 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 
 TEST_F(SystemDates, WithoutMemoryCallsFailAndTheNextCallFollowsTheLocale)
 {
-    if (IsWindows())
-        GTEST_SKIP() << "the system formats dates with memory of its own";
     const unsigned int kUser = win32::kLocaleUserDefault;
     unsigned short text[64];
     const std::pair<const char*, std::function<int()>> calls[] = {

@@ -4,10 +4,8 @@
 #define TESTS_SUPPORT_NOMEMORY_H
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-const bool kCallsNewHandler = false;
 #define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "a sanitizer's operator new calls no new handler"
 #else
-const bool kCallsNewHandler = true; // operator new does
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 

@@ -17,6 +17,7 @@
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/System.h"
 #include "tests/support/Text.h"
 #include "tests/support/TimeZone.h"
 
@@ -28,7 +29,8 @@ using boost::posix_time::time_from_string;
 typedef BornLibrary Dates;
 
 const U_u32 kAfternoon = 3847618921; // 3 December 2025, 15:02:01
-const char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
+// The C runtime of Windows knows no rules of daylight saving but those of New York.
+const char* const kNewYork = IsWindows() ? "EST5EDT" : "EST5EDT,M3.2.0,M11.1.0";
 const char kSydney[] = "AEST-10AEDT,M10.1.0,M4.1.0/3";
 // Zones whose daylight saving flag is set while the clock is behind standard time: Dublin in
 // winter, Casablanca for a month, which includes New Year in some years.
@@ -62,6 +64,12 @@ std::string AsciiVersion(U_u32 version, bool noDebugSuffix)
     return text;
 }
 
+// Returns the short form of a German Wednesday.
+std::string Wednesday()
+{
+    return IsWine() ? "Mi." : "Mi";
+}
+
 std::string LastReport()
 {
     char text[U_ReportTextSize];
@@ -81,8 +89,8 @@ TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
         rows[] = {
             {"en_US", "12/3/2025", "Wednesday, December 3, 2025", "Wed, Dec 3, 2025", "3:02:01 PM",
              "3:02 PM"},
-            {"de_DE", "03.12.2025", "Mittwoch, 3. Dezember 2025", "Mi, 3. Dez. 2025", "15:02:01",
-             "15:02"},
+            {"de_DE", "03.12.2025", "Mittwoch, 3. Dezember 2025", Wednesday() + ", 3. Dez. 2025",
+             "15:02:01", "15:02"},
             {"ja_JP", "2025/12/03", "2025年12月3日水曜日", "2025年12月3日水", "15:02:01", "15:02"},
             {"ar_EG", "٣\u200f/١٢\u200f/٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥",
              "٣:٠٢:٠١ م", "٣:٠٢ م"},
@@ -90,6 +98,8 @@ TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
     for (const auto& [locale, shortDate, longDate, abbreviated, time, shortTime] : rows)
     {
         SCOPED_TRACE(locale);
+        if (IsWine() && locale == std::string("ar_EG"))
+            continue; // Wine writes the digits of English
         platform::SetUserLocale(locale);
         const std::string dates[] = {shortDate, longDate, abbreviated, shortDate};
         for (int type = 0; type < 4; ++type)
@@ -120,11 +130,13 @@ TEST_F(Dates, TheWholeRangeOfCountsIsShownWithoutAZone)
 
 TEST_F(Dates, PartsThatTheSystemCannotWriteAreOmitted)
 {
-    const std::pair<const char*, const char*> rows[] = {
-        {"EnumDateFormatsExEx", "Mi, Dez. 3, 2025, 15:02:01"},
+    const std::pair<const char*, std::string> rows[] = {
+        // Wine copies the letters of YYYY.
+        {"EnumDateFormatsExEx",
+         IsWine() ? "Mi., Dez 3, YYYY, 15:02:01" : "Mi, Dez. 3, 2025, 15:02:01"},
         {"GetDateFormatW", "15:02:01"},
-        {"GetTimeFormatW", "Mi, 3. Dez. 2025"},
-        {nullptr, "Mi, 3. Dez. 2025, 15:02:01"},
+        {"GetTimeFormatW", Wednesday() + ", 3. Dez. 2025"},
+        {nullptr, Wednesday() + ", 3. Dez. 2025, 15:02:01"},
     };
     platform::SetUserLocale("de_DE");
     // The function is missing after birth, or at birth already.
@@ -225,6 +237,8 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
     }
     for (const auto& [zoneName, now, expected] : rows)
     {
+        if (IsWindows() && zoneName.find_first_of(",<") != std::string::npos)
+            continue; // POSIX only
         SCOPED_TRACE(zoneName + " at " + now);
         const ScTimeZone zone(zoneName.c_str());
         SetNow(now.c_str());
@@ -234,6 +248,8 @@ TEST_F(Dates, ZonesAreNamedByTheirWholeHours)
         EXPECT_EQ(name, expected);
     }
 
+    if (IsWine())
+        return; // the C runtime of Wine ignores the daylight saving of TZ
     const ScTimeZone zone(kNewYork);
     SetNow("2026-07-15 03:05:06");
     std::tm local = {};

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
@@ -113,7 +112,6 @@ TEST_F(PageDeathTest, TablesOfAPageAreMadeAfterAnyFailedAllocation)
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {
-            alarm(60);
             const bool isGreek = ConvertsAfterEachFailure([] {
                 return U_ConvertEncodedStringToUnicode(1, 1253, "\xE1") == Units(u"\u03B1");
             });

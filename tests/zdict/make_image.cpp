@@ -9,6 +9,11 @@
 #include <string>
 #include <vector>
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 #include "tests/support/DictionaryImage.h"
 
 namespace
@@ -31,6 +36,9 @@ template <class Text> Text ReadText()
 
 int main(int, char** arguments)
 {
+#if defined(_WIN32)
+    _setmode(1, _O_BINARY); // stdout
+#endif
     const int form = std::atoi(arguments[1]);
     const auto option = static_cast<std::uint8_t>(std::atoi(arguments[2]));
     std::vector<ImageEntry> entries(ReadNumber());
