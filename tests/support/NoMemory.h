@@ -9,8 +9,8 @@
 #define SKIP_UNDER_SANITIZERS() ((void)0)
 #endif
 
-// Returns false under a sanitizer, which reserves memory of its own, and under Wine, which limits
-// no memory.
+// Returns false under a sanitizer, which reserves memory of its own, and under Wine unless the
+// starter of the process has limited the address space.
 bool MemoryCanBeLimited();
 
 #define SKIP_UNLESS_MEMORY_CAN_BE_LIMITED()                                                        \
@@ -20,7 +20,7 @@ bool MemoryCanBeLimited();
         GTEST_SKIP() << "the memory of the process can't be limited"
 
 // Limits the address space of the process to the present size and `room` bytes, until the scope
-// ends; on Windows, the memory that the process has committed.
+// ends.
 class ScAddressSpaceLimit
 {
 public:
@@ -30,7 +30,7 @@ public:
     ScAddressSpaceLimit& operator=(const ScAddressSpaceLimit&) = delete;
 
 private:
-    unsigned long long mBefore; // the limit
+    unsigned long long mBefore; // the state of an outer limit
 };
 
 // Allocates all memory that the process can have, until the scope ends. For the child process of

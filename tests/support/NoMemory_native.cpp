@@ -1,9 +1,12 @@
-// The memory of the process is limited by a job, which this process enters at the first limit and
-// never leaves.
+// The limit is that of the address space: all free ranges but one are reserved. Wine keeps a byte
+// for each page of a range, so the program that starts the tests under Wine limits the address
+// space, and says so in the environment.
 
 #include "tests/support/NoMemory.h"
 
+#include <cstddef>
 #include <cstdlib>
+#include <iterator>
 
 #include <win32/native/windows_api.h>
 
@@ -11,44 +14,36 @@
 
 namespace
 {
-const SIZE_T kNoLimit = ~SIZE_T(0);
+const SIZE_T kLargest = SIZE_T(1) << 46; // bytes; half of the address space
+const SIZE_T kSmallest = 0x10000;        // the system's unit of reservations
 
-HANDLE MakeJob()
+void* sRanges[0x10000];
+std::size_t sCount = 0;
+
+void* Reserve(SIZE_T size)
 {
-    const HANDLE job = ::CreateJobObjectW(nullptr, nullptr);
-    if (!job || !::AssignProcessToJobObject(job, ::GetCurrentProcess()))
-        std::abort();
-    return job;
+    return ::VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS);
 }
-
-void SetLimit(unsigned long long bytes)
-{
-    static const HANDLE sJob = MakeJob();
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
-    if (bytes != kNoLimit)
-        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
-    limits.ProcessMemoryLimit = bytes;
-    ::SetInformationJobObject(sJob, JobObjectExtendedLimitInformation, &limits, sizeof(limits));
-}
-
-unsigned long long sLimit = kNoLimit;
 } // namespace
 
 bool MemoryCanBeLimited()
 {
-    return !IsWine();
+    return !IsWine() || std::getenv("ADDRESS_SPACE_IS_LIMITED");
 }
 
-ScAddressSpaceLimit::ScAddressSpaceLimit(unsigned long long room) : mBefore(sLimit)
+ScAddressSpaceLimit::ScAddressSpaceLimit(unsigned long long room) : mBefore(sCount)
 {
-    PROCESS_MEMORY_COUNTERS counters = {};
-    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
-    sLimit = counters.PagefileUsage + room;
-    SetLimit(sLimit);
+    void* const kept = Reserve(room);
+    for (SIZE_T size = kLargest; size >= kSmallest; size /= 2)
+    {
+        while (void* range = sCount < std::size(sRanges) ? Reserve(size) : nullptr)
+            sRanges[sCount++] = range;
+    }
+    ::VirtualFree(kept, 0, MEM_RELEASE);
 }
 
 ScAddressSpaceLimit::~ScAddressSpaceLimit()
 {
-    sLimit = mBefore;
-    SetLimit(sLimit);
+    while (sCount > mBefore)
+        ::VirtualFree(sRanges[--sCount], 0, MEM_RELEASE);
 }

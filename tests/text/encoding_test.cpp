@@ -15,6 +15,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
+#include "tests/support/System.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -38,7 +39,8 @@ template <class Convert> bool ConvertsAfterEachFailure(Convert convert)
         }
     };
     const long points = FailEachNew(run, [](long) {});
-    return points > 0 && isRight && convert();
+    // Windows has the tables of code pages in memory of its own.
+    return (points > 0 || IsWindows()) && isRight && convert();
 }
 
 typedef BornLibrary RefusedConversion;

@@ -8,6 +8,7 @@ import tempfile
 import unittest
 
 ZDICT = os.environ["ZDICT"]
+WINDOWS = os.environ.get("TESTED_SYSTEM") == "Windows"
 
 TEXT = '"$$$/a=b"\n'
 
