@@ -29,6 +29,8 @@ private:
     std::unique_ptr<Watch> mWatch; // null if Ctrl-C is ignored
 };
 
+const unsigned char kEscape = 27; // as a key, and as a byte of the terminal
+
 // Makes the calling thread's queue: only then others can post to it.
 void MakeQueue();
 
