@@ -74,14 +74,17 @@ LocalBlock MakeDescriptor()
     return Own(descriptor);
 }
 
+// Returns the form of a path in the active code page that the system's functions accept at any
+// length.
+//
 // Throws: std::bad_alloc.
-std::basic_string<unsigned short> ToUTF16(const char* text)
+std::wstring PathOf(const char* text)
 {
     const int length = static_cast<int>(std::strlen(text));
-    std::basic_string<unsigned short> units(static_cast<std::size_t>(length), 0);
+    std::wstring units(static_cast<std::size_t>(length), 0);
     units.resize(static_cast<std::size_t>(
-        MultiByteToWideChar(kCodePageActive, 0, text, length, units.data(), length)));
-    return units;
+        MultiByteToWideChar(kCodePageActive, 0, text, length, Units(units.data()), length)));
+    return SystemForm(units);
 }
 
 bool IsLink(HANDLE file)
@@ -91,17 +94,22 @@ bool IsLink(HANDLE file)
            (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-// Opens the link itself, not its target.
-HANDLE OpenForAppending(const char* path)
+// Opens the link itself, not its target. Stores the error of a failure.
+HANDLE OpenForAppending(const char* path, DWORD* error)
 {
+    const std::wstring name = PathOf(path);
     const LocalBlock descriptor = MakeDescriptor();
-    if (!descriptor)
-        return INVALID_HANDLE_VALUE;
-    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
-    return ::CreateFileW(Wide(ToUTF16(path).c_str()), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
-                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
-                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
-                         nullptr);
+    HANDLE file = INVALID_HANDLE_VALUE;
+    if (descriptor)
+    {
+        SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
+        file = ::CreateFileW(name.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
+                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
+                             nullptr);
+    }
+    *error = ::GetLastError(); // before the descriptor is freed
+    return file;
 }
 
 std::FILE* FailWith(int reason)
@@ -177,9 +185,10 @@ std::FILE* OpenPrivateLog(const char* path)
 {
     try
     {
-        const HANDLE handle = OpenForAppending(path);
+        DWORD error = 0;
+        const HANDLE handle = OpenForAppending(path, &error);
         if (handle == INVALID_HANDLE_VALUE)
-            return FailWith(ErrorNumber(::GetLastError()));
+            return FailWith(ErrorNumber(error));
         if (!IsLink(handle))
             return ToFile(handle);
         ::CloseHandle(handle);
