@@ -68,13 +68,15 @@ void ResetPerformanceCounter()
     sCounterWorks = true;
 }
 
+// The C runtime converts some hours before 1970, too.
+
 std::tm* _gmtime64(const long long* seconds)
 {
-    return ::_gmtime64(seconds);
+    return *seconds < 0 ? nullptr : ::_gmtime64(seconds);
 }
 
 std::tm* _localtime64(const long long* seconds)
 {
-    return ::_localtime64(seconds);
+    return *seconds < 0 ? nullptr : ::_localtime64(seconds);
 }
 } // namespace win32

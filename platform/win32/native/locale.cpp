@@ -1,6 +1,7 @@
 #include <win32/locale.h>
 
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 
 #include <platform/base/immortal.h>
@@ -31,19 +32,21 @@ HostLocale& TheHostLocale()
     return *sHostLocale;
 }
 
-// Stores the system's form of an id such as "de_DE". Returns false for an id that can't be a name.
+// Stores the system's form of an id such as "de_DE", without the encoding and the variant of an id
+// such as "de_DE.UTF-8@euro". Returns false for an id that can't be a name.
 bool ToName(const char* localeId, LocaleName* name)
 {
-    for (std::size_t i = 0; i < std::size(name->mText); ++i)
+    const std::size_t length = std::strcspn(localeId, ".@");
+    if (length >= std::size(name->mText))
+        return false;
+    for (std::size_t i = 0; i < length; ++i)
     {
         const unsigned char byte = static_cast<unsigned char>(localeId[i]);
         if (byte >= 0x80)
             return false;
         name->mText[i] = byte == '_' ? L'-' : static_cast<wchar_t>(byte);
-        if (!byte)
-            return true;
     }
-    return false;
+    return true;
 }
 
 // Returns the locale of an id, or the nearest locale that the system has; the system's own for

@@ -111,8 +111,20 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available)
     sAvailablePhysical = available;
 }
 
+// The system's own function reads the memory, and so removes the guard of a page.
 int IsBadReadPtr(const void* address, std::size_t size)
 {
-    return ::IsBadReadPtr(address, size);
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(address);
+    if (size > UINTPTR_MAX - start)
+        return 1;
+    for (std::uintptr_t next = start; next < start + size;)
+    {
+        ::MEMORY_BASIC_INFORMATION range = {};
+        if (!::VirtualQuery(reinterpret_cast<const void*>(next), &range, sizeof(range)) ||
+            range.State != MEM_COMMIT || (range.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0)
+            return 1;
+        next = reinterpret_cast<std::uintptr_t>(range.BaseAddress) + range.RegionSize;
+    }
+    return 0;
 }
 } // namespace win32
