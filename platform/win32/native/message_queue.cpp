@@ -16,7 +16,6 @@
 #include <win32/threads.h>
 
 #include "../private/switches.h"
-#include "procedures.h"
 #include "windows_api.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase; // the start of this module

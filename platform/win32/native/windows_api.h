@@ -72,6 +72,11 @@ inline unsigned short* Units(wchar_t* text)
 {
     return reinterpret_cast<unsigned short*>(text);
 }
+
+// Throws the first exception that a window procedure of the calling thread has thrown since the
+// last call. For use after a call of the system that calls procedures: an exception must not cross
+// the system's frames, so the exception is kept until then.
+void RethrowFromProcedures();
 } // namespace win32
 
 #endif
