@@ -8,14 +8,11 @@
 #include <string_view>
 #include <utility>
 
-#include <boost/function.hpp>
-
 #include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
-#include <platform/base/switched_function.h>
 #include <win32/threads.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 #include "windows_api.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase; // the start of this module
@@ -35,9 +32,6 @@ typedef std::map<std::basic_string<unsigned short>, WNDPROC, std::less<>> Classe
 // Never destroyed: threads end until the process does.
 platform::Mutex sClassLock;
 Classes& sClasses PLATFORM_GUARDED_BY(sClassLock) = *new Classes;
-
-typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
-HostProcedure& sHostProcedure = *new HostProcedure;
 
 // A thread has one from its first window on.
 struct ProcedureFailure
@@ -176,10 +170,7 @@ int TranslateMessage(const MSG* message)
 long long DispatchMessageW(const MSG* message)
 {
     if (!message->hwnd)
-    {
-        if (const auto procedure = sHostProcedure.Get())
-            (*procedure)(message->message, message->wParam, message->lParam);
-    }
+        CallHostProcedure(*message);
     const ::MSG native = Native(*message);
     const long long result = ::DispatchMessageW(&native);
     RethrowFromProcedures();
@@ -289,11 +280,5 @@ int ReleaseCapture()
     const int result = ::ReleaseCapture();
     RethrowFromProcedures();
     return result;
-}
-
-void SetWindowProcedure(
-    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure)
-{
-    sHostProcedure.Set(procedure);
 }
 } // namespace win32

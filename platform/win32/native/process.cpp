@@ -10,10 +10,9 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <platform/base/switched_function.h>
 #include <win32/text.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 #include "paths.h"
 #include "windows_api.h"
 
@@ -26,16 +25,9 @@ namespace
 {
 typedef ::PROCESS_MEMORY_COUNTERS SystemCounters;
 
-static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, PageFaultCount) ==
-                  offsetof(SystemCounters, PageFaultCount) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, WorkingSetSize) ==
-                  offsetof(SystemCounters, WorkingSetSize) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, PeakPagefileUsage) ==
-                  offsetof(SystemCounters, PeakPagefileUsage));
-
-typedef platform::SwitchedFunction<void(const char*)> Sink;
-Sink& sSink = *new Sink;
+static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters));
+static_assert(offsetof(PROCESS_MEMORY_COUNTERS, WorkingSetSize) ==
+              offsetof(SystemCounters, WorkingSetSize));
 
 typedef std::unique_ptr<void, HLOCAL (*)(HLOCAL)> LocalBlock;
 
@@ -166,19 +158,14 @@ bool OtherThreadsHaveEnded()
     return ::RtlDllShutdownInProgress() != FALSE;
 }
 
-void OutputDebugStringA(const char* text)
+void WriteDebugString(const char* text)
 {
-    if (!text)
-        return;
-    if (const auto sink = sSink.Get())
-        (*sink)(text);
-    else
-        ::OutputDebugStringA(text);
+    ::OutputDebugStringA(text);
 }
 
-void SetDebugStringSink(const Sink::Function& sink)
+int Beep(unsigned int type)
 {
-    sSink.Set(sink);
+    return ::MessageBeep(type);
 }
 
 std::FILE* OpenPrivateLog(const char* path)
