@@ -31,7 +31,7 @@ private:
 
 const unsigned char kEscape = 27; // as a key, and as a byte of the terminal
 
-// Makes the calling thread's queue: only then others can post to it.
+// Makes the calling thread's queue. Before, other threads can't post to the thread.
 void MakeQueue();
 
 // Posts the Escape key to the thread.

@@ -35,8 +35,8 @@ bool IsInterruptIgnored()
     return sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN;
 }
 
-// In the background the terminal is another program's: touching it would suspend
-// this one.
+// In the background the terminal is another program's. A program in the background that changes the
+// terminal is suspended.
 bool IsInForeground()
 {
     return tcgetpgrp(STDIN_FILENO) == getpgrp();

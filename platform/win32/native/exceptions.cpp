@@ -25,8 +25,8 @@ platform::StackedHandler<&OnException> sHandler;
 
 PLATFORM_THREAD_LOCAL(bool, tIsInFilter);
 
-// A C++ exception that nothing catches. GCC's runtime raises it, expects that the program then
-// continues, and calls std::terminate.
+// A C++ exception that nothing catches. GCC's runtime raises a system's exception for the C++
+// exception, expects that the program then continues, and calls std::terminate.
 bool IsThrow(const EXCEPTION_RECORD& record)
 {
     const DWORD kGCC = 0x20474343;

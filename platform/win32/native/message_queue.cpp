@@ -33,7 +33,7 @@ typedef std::map<std::basic_string<unsigned short>, WNDPROC, std::less<>> Classe
 platform::Mutex sClassLock;
 Classes& sClasses PLATFORM_GUARDED_BY(sClassLock) = *new Classes;
 
-// A thread has one from its first window on.
+// A thread has an object of this class from its first window on.
 struct ProcedureFailure
 {
     std::exception_ptr mFirst;

@@ -54,8 +54,8 @@ std::wstring UserOfProcess()
     return text;
 }
 
-// Returns a security descriptor by which this user owns the file and nobody else may use it. It is
-// protected, so that no right of the folder is inherited. Null on failure.
+// Returns a security descriptor by which this user owns the file and nobody else may use the file.
+// The descriptor is protected, so that no right of the folder is inherited. Null on failure.
 LocalBlock MakeDescriptor()
 {
     const std::wstring user = UserOfProcess();

@@ -1,4 +1,5 @@
-// The operating system's own headers. No other file of the tree includes them.
+// The operating system's own headers, which no other file of the tree includes, and functions for
+// the sources that call the system.
 //
 // Inside namespace win32 a plain name is the seam's and a name after `::` is the system's:
 //
