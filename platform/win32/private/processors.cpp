@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <platform/base/integer_text.h>
 #include <platform/base/locks.h>
 
 #include "machine.h"
@@ -29,36 +30,43 @@ std::optional<std::string> Folder()
     return sFolder;
 }
 
-// Reads one "first-last" or "number" of a list. Returns false if there is none.
-bool ReadRange(std::FILE* file, unsigned int* first, unsigned int* last)
+// Returns the text of a file; empty if the file can't be read.
+std::string ReadText(const std::string& path)
 {
-    if (std::fscanf(file, "%u", first) != 1)
-        return false;
+    std::string text;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "r"),
+                                                               &std::fclose);
+    char piece[256];
+    while (const std::size_t count = file ? std::fread(piece, 1, sizeof(piece), file.get()) : 0)
+        text.append(piece, count);
+    return text;
+}
+
+// Reads one "first-last" or "number" of a list. Returns the rest of the list, or null without a
+// number.
+const char* ReadRange(const char* text, unsigned int* first, unsigned int* last)
+{
+    const char* next = platform::ReadInteger(text, first);
     *last = *first;
-    const int next = std::fgetc(file);
-    if (next != '-')
-    {
-        std::ungetc(next, file);
-        return true;
-    }
-    return std::fscanf(file, "%u", last) == 1 && *last >= *first;
+    if (next && *next == '-')
+        next = platform::ReadInteger(next + 1, last);
+    return next && *last >= *first ? next : nullptr;
 }
 
 // Returns the numbers of a list such as "0-3,8,10-11"; none if the list can't be read.
 std::vector<unsigned int> ReadList(const std::string& path)
 {
     std::vector<unsigned int> numbers;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "r"),
-                                                               &std::fclose);
+    const std::string text = ReadText(path);
     unsigned int first = 0;
     unsigned int last = 0;
-    while (file && ReadRange(file.get(), &first, &last))
+    for (const char* next = text.c_str(); (next = ReadRange(next, &first, &last)); ++next)
     {
         if (last >= kMostProcessors)
             return std::vector<unsigned int>();
         for (unsigned int number = first; number <= last; ++number)
             numbers.push_back(number);
-        if (std::fgetc(file.get()) != ',')
+        if (*next != ',')
             break;
     }
     return numbers;
