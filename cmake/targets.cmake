@@ -5,9 +5,9 @@ function(u_warnings target)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 
-# Matches the paths, below a folder of ours, of other systems: the folders native/, and files whose name ends in _native,
-# are for 64-bit Windows; the folders portable/ and posix/, and files whose name ends in _posix,
-# are for the others.
+# Matches the paths, below a folder of ours, of other systems: the folders native/, and files
+# whose name ends in _native, are for 64-bit Windows; the folders portable/ and posix/, and files
+# whose name ends in _posix, are for the others.
 if(WIN32)
   set(u_other_systems "(^|/)(portable|posix)/|_posix\\.(h|cpp)$")
 else()

@@ -188,8 +188,8 @@ PLATFORM_EXPORT void SetWallClock(const boost::function<long long()>& millisecon
 // The default is the system's counter on Windows, and elsewhere 1,000,000,000 and true.
 PLATFORM_EXPORT void SetPerformanceCounter(long long countsPerSecond, bool works);
 
-// Sets the folder in which the system describes the cores of the processors. Null restores the
-// system's own folder. Windows has no such folder: the call has no effect there.
+// Sets a folder that describes the cores of the processors in texts, in the form of Linux's
+// /sys/devices/system/cpu. Null restores the system's own description.
 PLATFORM_EXPORT void SetProcessorFolder(const char* folder);
 
 // Sets the name of the machine and of the user, in UTF-8; an empty name is no name. Null

@@ -8,7 +8,7 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-if(DEFINED ENV{XDG_CACHE_HOME})
+if(NOT "$ENV{XDG_CACHE_HOME}" STREQUAL "")
   set(U_NATIVE_PREFIX $ENV{XDG_CACHE_HOME}/u-native/prefix)
 else()
   set(U_NATIVE_PREFIX $ENV{HOME}/.cache/u-native/prefix)

@@ -3,11 +3,11 @@
 #include <cstdio>
 
 #include <platform/base/printable.h>
+#include <program/program.h>
 
 #include "message.h"
-#include "system.h"
 
-Console::Console(bool verbose) : mVerbose(verbose), mTerminal(IsTerminal()) {}
+Console::Console(bool verbose) : mVerbose(verbose), mTerminal(HasEscapes()) {}
 
 Console::~Console()
 {

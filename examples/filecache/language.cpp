@@ -23,15 +23,17 @@ const Language* FindLanguage(const std::string& name)
     return name == kEnglish.name ? &kEnglish : nullptr;
 }
 
-Message ShippedDictionary(const Language& language, const std::string& program, std::string* path)
+Message ShippedDictionary(const Language& language, const std::string& program,
+                          const std::error_code& reason, std::string* path)
 {
     path->clear();
     if (&language == &kEnglish)
         return Message();
     const fs::path file = fs::u8path(program);
     if (!file.is_absolute())
-        return "$$$/QX/FileCache/Error/NoProgramFolder="
-               "can't find the program's own folder, which has the dictionaries";
+        return {"$$$/QX/FileCache/Error/NoProgramFolder="
+                "can't find the program's own folder, which has the dictionaries: ^^1",
+                {reason.message()}};
     const std::string name = std::string("filecache_") + language.name + ".zdict";
     *path = (file.parent_path() / kDictionaries / name).lexically_normal().generic_u8string();
     return Message();

@@ -4,6 +4,7 @@
 #define FILECACHE_LANGUAGE_H
 
 #include <string>
+#include <system_error>
 
 #include "message.h"
 
@@ -17,8 +18,9 @@ struct Language
 const Language* FindLanguage(const std::string& name);
 
 // Stores the path of the language's dictionary, from the folder of the program's file; empty for
-// English, which needs none. Returns a message if `program` is no absolute path. Then there is
-// no path: a relative path would load a dictionary from the current folder.
-Message ShippedDictionary(const Language& language, const std::string& program, std::string* path);
+// English, which needs none. Returns a message with the reason if `program` is no absolute path.
+// Then there is no path: a relative path would load a dictionary from the current folder.
+Message ShippedDictionary(const Language& language, const std::string& program,
+                          const std::error_code& reason, std::string* path);
 
 #endif

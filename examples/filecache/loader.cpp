@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <system_error>
@@ -20,8 +19,6 @@
 #include "system.h"
 #include "telemetry_events.h"
 #include "walk.h"
-
-namespace fs = std::filesystem;
 
 Loader::Loader(const std::string& folder, const std::vector<std::string>& names, U_u64 budget,
                FileCache& cache, Losses& losses, Console& console, U_UIThrottler& throttler)
@@ -141,9 +138,7 @@ bool Loader::TryFile(const std::string& name, bool alone)
         return true;
     }
 
-    std::error_code noSize;
-    const U_u64 found = fs::file_size(SystemPath(path), noSize);
-    const U_u64 expected = noSize ? 0 : found;
+    const U_u64 expected = SizeOf(file.get());
     const bool fits = expected <= mBudget;
     const bool mayWait = fits && !alone;
     const std::string opName = mayWait ? std::string() : OperationName(path, !fits);

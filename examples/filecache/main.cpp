@@ -15,6 +15,7 @@
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <platform/control.h>
+#include <program/program.h>
 
 #include "cache.h"
 #include "console.h"
@@ -53,13 +54,13 @@ const unsigned int kUTF8CodePage = 65001;
 Message CheckFolder(const std::string& folder)
 {
     std::error_code error;
-    const fs::file_status status = fs::status(SystemPath(folder), error);
-    if (status.type() == fs::file_type::not_found)
+    const fs::file_type type = TypeOf(folder, error);
+    if (type == fs::file_type::not_found)
         return {"$$$/QX/FileCache/Wrong/NoFolder=there is no folder '^^1'", {folder}};
-    if (status.type() == fs::file_type::none)
+    if (type == fs::file_type::none)
         return {"$$$/QX/FileCache/Wrong/UnknownFolder=can't look at '^^1': ^^2",
                 {folder, error.message()}};
-    if (status.type() != fs::file_type::directory)
+    if (type != fs::file_type::directory)
         return {"$$$/QX/FileCache/Wrong/NotAFolder='^^1' isn't a folder", {folder}};
     return Message();
 }
@@ -152,9 +153,11 @@ void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
     if (options.language)
     {
         platform::SetUserLocale(options.language->locale);
+        std::error_code error;
+        const std::string program = ProgramFile(error);
         if (options.dictionary.empty())
             ready->badFile =
-                ShippedDictionary(*options.language, ProgramFile(), &options.dictionary);
+                ShippedDictionary(*options.language, program, error, &options.dictionary);
     }
     if (!ready->badFile && !options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);

@@ -4,11 +4,6 @@
 #include <platform/control.h>
 #include <win32/message_queue.h>
 
-namespace
-{
-const unsigned char kEscape = 27;
-} // namespace
-
 void MakeQueue()
 {
     win32::MSG message;

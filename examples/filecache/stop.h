@@ -29,7 +29,9 @@ private:
     std::unique_ptr<Watch> mWatch; // null if Ctrl-C is ignored
 };
 
-// Makes the calling thread's queue: only then others can post to it.
+const unsigned char kEscape = 27; // as a key, and as a byte of the terminal
+
+// Makes the calling thread's queue. Before, other threads can't post to the thread.
 void MakeQueue();
 
 // Posts the Escape key to the thread.

@@ -1,7 +1,7 @@
 #include "stop.h"
 
 #include <atomic>
-#include <system_error>
+#include <exception>
 #include <thread>
 
 #include <win32/native/windows_api.h>
@@ -52,7 +52,7 @@ StopKeys::Watch::Watch()
     {
         mThread = std::thread([this] { Run(); });
     }
-    catch (const std::system_error&)
+    catch (const std::exception&) // a std::system_error, or std::bad_alloc
     {
         // Ctrl-C stops the program without the watch.
     }

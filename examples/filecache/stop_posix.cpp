@@ -2,7 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
-#include <system_error>
+#include <exception>
 #include <thread>
 
 #include <poll.h>
@@ -15,8 +15,6 @@
 
 namespace
 {
-const unsigned char kEscape = 27;
-
 sigset_t Interrupt()
 {
     sigset_t signals;
@@ -37,8 +35,8 @@ bool IsInterruptIgnored()
     return sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN;
 }
 
-// In the background the terminal is another program's: touching it would suspend
-// this one.
+// In the background the terminal is another program's. A program in the background that changes the
+// terminal is suspended.
 bool IsInForeground()
 {
     return tcgetpgrp(STDIN_FILENO) == getpgrp();
@@ -80,7 +78,7 @@ StopKeys::Watch::Watch()
         TakeTerminal();
         mThread = std::thread([this] { Run(); });
     }
-    catch (const std::system_error&)
+    catch (const std::exception&) // a std::system_error, or std::bad_alloc
     {
         RestoreTerminal();
         SetInterruptsHeld(false);

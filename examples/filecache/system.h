@@ -7,31 +7,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 #include <system_error>
-#include <vector>
 
-// Prepares the standard streams for bytes and for UTF-8 until the end of its scope, which is that
-// of main.
-class ProgramStart
-{
-public:
-    ProgramStart(int argc, char** argv);
-    ~ProgramStart();
-    ProgramStart(const ProgramStart&) = delete;
-    ProgramStart& operator=(const ProgramStart&) = delete;
-
-    // Returns the arguments, the first of them the program's name.
-    const std::vector<std::string>& Arguments() const { return mArguments; }
-
-private:
-    std::vector<std::string> mArguments;
-    std::shared_ptr<void> mTerminal; // restores the terminal
-};
-
-// Returns the path of the program's file, or the empty text if the system does not know it.
-std::string ProgramFile();
+// Returns the path of the program's file. On failure returns the empty text and stores the error.
+std::string ProgramFile(std::error_code& error);
 
 // Returns a folder with many files, which every installation of the system has.
 std::string DefaultFolder();
@@ -40,8 +20,12 @@ std::string DefaultFolder();
 // reason in errno.
 std::FILE* OpenFile(const std::string& path, const char* mode);
 
-// Returns the path in the form for std::filesystem.
-std::filesystem::path SystemPath(const std::string& path);
+// Returns the size of an open regular file in bytes; 0 for any other file, and on failure.
+unsigned long long SizeOf(std::FILE* file);
+
+// Returns the type of a folder or of another file, after all links; `not_found` if there is no such
+// file; `none`, with the error, if the type is not known.
+std::filesystem::file_type TypeOf(const std::string& path, std::error_code& error);
 
 // Receives the name of an entry of a folder, and its type; `none`, with the error, if the type is
 // not known. Returns false to end the listing.
@@ -51,9 +35,5 @@ typedef std::function<bool(const std::string& name, std::filesystem::file_type t
 
 // Lists the entries of a folder. Links are not followed. Returns the error that ended the listing.
 std::error_code ListFolder(const std::string& path, const TakeEntry& take);
-
-// Return whether stderr is a terminal that understands escape sequences, and its columns.
-bool IsTerminal();
-size_t TerminalWidth();
 
 #endif

@@ -2,27 +2,28 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
-#include <fcntl.h>
-#include <io.h>
+#include <sys/stat.h>
 
 #include <win32/native/paths.h>
-#include <win32/native/program.h>
 #include <win32/native/windows_api.h>
 
 namespace fs = std::filesystem;
 
 namespace
 {
-HANDLE ErrorStream()
-{
-    return ::GetStdHandle(STD_ERROR_HANDLE);
-}
-
 std::error_code LastError()
 {
     return {win32::ErrorNumber(::GetLastError()), std::generic_category()};
+}
+
+fs::file_type TypeOf(DWORD attributes)
+{
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY)
+        return fs::file_type::directory;
+    return attributes & FILE_ATTRIBUTE_DEVICE ? fs::file_type::unknown : fs::file_type::regular;
 }
 
 // Links to files and to folders are of one type.
@@ -31,32 +32,19 @@ fs::file_type TypeOf(const WIN32_FIND_DATAW& entry)
     const bool isReparsePoint = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     if (isReparsePoint && IsReparseTagNameSurrogate(entry.dwReserved0))
         return fs::file_type::symlink;
-    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-        return fs::file_type::directory;
-    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DEVICE)
-        return fs::file_type::unknown;
-    return fs::file_type::regular;
+    return TypeOf(entry.dwFileAttributes);
 }
 } // namespace
 
-ProgramStart::ProgramStart(int, char**)
-    : mArguments(win32::ProgramArguments()), mTerminal(std::make_shared<win32::ScTerminalInUTF8>())
-{
-    for (std::FILE* const stream : {stdin, stdout, stderr})
-        ::_setmode(::_fileno(stream), _O_BINARY);
-    // The C runtime buffers a stderr that is no terminal.
-    std::setvbuf(stderr, nullptr, _IONBF, 0);
-}
-
-ProgramStart::~ProgramStart() = default;
-
-std::string ProgramFile()
+std::string ProgramFile(std::error_code& error)
 {
     std::wstring file(MAX_PATH, L'\0');
     for (;;)
     {
         const DWORD room = static_cast<DWORD>(file.size());
         const DWORD length = ::GetModuleFileNameW(nullptr, file.data(), room);
+        if (!length)
+            error = LastError();
         if (length < room)
             return win32::UTF8Of(file.substr(0, length));
         file.resize(2 * file.size());
@@ -80,9 +68,24 @@ std::FILE* OpenFile(const std::string& path, const char* mode)
     return file;
 }
 
-fs::path SystemPath(const std::string& path)
+unsigned long long SizeOf(std::FILE* file)
 {
-    return win32::SystemPath(path);
+    struct _stati64 state = {};
+    const bool isRegular =
+        ::_fstati64(::_fileno(file), &state) == 0 && (state.st_mode & _S_IFMT) == _S_IFREG;
+    return isRegular ? static_cast<unsigned long long>(state.st_size) : 0;
+}
+
+// Not by std::filesystem: the C runtime refuses the "?" in the form for the system's functions.
+fs::file_type TypeOf(const std::string& path, std::error_code& error)
+{
+    const std::wstring name = win32::SystemPath(path);
+    const DWORD attributes = ::GetFileAttributesW(name.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES)
+        return TypeOf(attributes);
+    error = LastError();
+    return error == std::errc::no_such_file_or_directory ? fs::file_type::not_found
+                                                         : fs::file_type::none;
 }
 
 // Not by fs::directory_iterator, which lists the current folder in place of one with a long path.
@@ -106,20 +109,4 @@ std::error_code ListFolder(const std::string& path, const TakeEntry& take)
             return {};
     } while (::FindNextFileW(search, &entry));
     return ::GetLastError() == ERROR_NO_MORE_FILES ? std::error_code() : LastError();
-}
-
-bool IsTerminal()
-{
-    DWORD mode = 0;
-    return ::GetConsoleMode(ErrorStream(), &mode) &&
-           ::SetConsoleMode(ErrorStream(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-}
-
-size_t TerminalWidth()
-{
-    CONSOLE_SCREEN_BUFFER_INFO info = {};
-    if (!::GetConsoleScreenBufferInfo(ErrorStream(), &info) ||
-        info.srWindow.Right < info.srWindow.Left)
-        return 80;
-    return static_cast<size_t>(info.srWindow.Right - info.srWindow.Left) + 1;
 }

@@ -1,17 +1,11 @@
 #include "system.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
-ProgramStart::ProgramStart(int argc, char** argv) : mArguments(argv, argv + argc) {}
-
-ProgramStart::~ProgramStart() = default;
-
-std::string ProgramFile()
+std::string ProgramFile(std::error_code& error)
 {
-    std::error_code error;
     const fs::path file = fs::read_symlink("/proc/self/exe", error);
     return error ? std::string() : file.string();
 }
@@ -26,9 +20,16 @@ std::FILE* OpenFile(const std::string& path, const char* mode)
     return std::fopen(path.c_str(), mode);
 }
 
-fs::path SystemPath(const std::string& path)
+unsigned long long SizeOf(std::FILE* file)
 {
-    return path;
+    struct stat state = {};
+    const bool isRegular = fstat(fileno(file), &state) == 0 && S_ISREG(state.st_mode);
+    return isRegular ? static_cast<unsigned long long>(state.st_size) : 0;
+}
+
+fs::file_type TypeOf(const std::string& path, std::error_code& error)
+{
+    return fs::status(path, error).type();
 }
 
 std::error_code ListFolder(const std::string& path, const TakeEntry& take)
@@ -43,17 +44,4 @@ std::error_code ListFolder(const std::string& path, const TakeEntry& take)
             break;
     }
     return error;
-}
-
-bool IsTerminal()
-{
-    return isatty(STDERR_FILENO) != 0;
-}
-
-size_t TerminalWidth()
-{
-    winsize size = {};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return 80;
-    return size.ws_col;
 }

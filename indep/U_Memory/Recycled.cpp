@@ -4,6 +4,7 @@
 
 #include <krobase/recycled_memory.h>
 #include <platform/base/quiet_new.h>
+#include <platform/base/rethrow.h>
 
 #include "indep/U_Memory/AllocationLoop.h"
 #include "indep/U_Memory/LibraryHeap.h"
@@ -46,7 +47,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
         {
             if (claim)
                 claim->End(); // before an exception translator or a callback of the host runs
-            throw;
+            platform::Rethrow();
         }
     });
     if (failure || !memory || !memory->mBlock)

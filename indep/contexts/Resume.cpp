@@ -3,6 +3,7 @@
 #include <thread>
 #include <utility>
 
+#include <platform/base/rethrow.h>
 #include <win32/threads.h>
 
 #include "U_Threads.h"
@@ -124,7 +125,7 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     catch (...)
     {
         Detach();
-        throw;
+        platform::Rethrow();
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <platform/base/rethrow.h>
 #include <win32/threads.h>
 
 #include "U_Threads.h"
@@ -143,7 +144,7 @@ int U_SuspendContext::CallThere(AsyncExecutor& executor, const boost::function<i
             mPosted = earlier;
             mHolder = kNobody;
         }
-        throw;
+        platform::Rethrow();
     }
     return WaitForResult(*call);
 }

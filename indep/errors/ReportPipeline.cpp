@@ -4,6 +4,7 @@
 #include <string>
 
 #include <krobase/stack_trace.h>
+#include <platform/base/rethrow.h>
 #include <wril/wril.h>
 
 #include "U_Encoding.h"
@@ -126,7 +127,7 @@ void Report::Display(bool grouped)
     catch (...)
     {
         Post();
-        throw;
+        platform::Rethrow();
     }
 }
 

@@ -1,7 +1,7 @@
 // The system has data of single characters only, so lines are broken by a few rules for each
 // script.
 
-#include "characters.h"
+#include "system.h"
 
 #include <string_view>
 #include <vector>

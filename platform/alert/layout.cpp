@@ -7,7 +7,7 @@
 #include <platform/base/printable.h>
 #include <win32/message_box.h>
 
-#include "characters.h"
+#include "system.h"
 
 namespace platform
 {

@@ -16,9 +16,8 @@
 #include <win32/process.h>
 #include <win32/text.h>
 
-#include "characters.h"
 #include "layout.h"
-#include "system_box.h"
+#include "system.h"
 
 namespace platform
 {

@@ -1,6 +1,6 @@
-#include "system_box.h"
+#include "system.h"
 
-#include <win32/native/procedures.h>
+#include <win32/message_box.h>
 #include <win32/native/windows_api.h>
 
 #include "layout.h"
@@ -10,6 +10,11 @@ namespace platform
 namespace
 {
 typedef krobase::utility::UTF16String UTF16String;
+
+static_assert(win32::kBoxIconError == MB_ICONERROR && win32::kBoxIconQuestion == MB_ICONQUESTION &&
+              win32::kBoxIconWarning == MB_ICONWARNING &&
+              win32::kBoxIconNote == MB_ICONINFORMATION && win32::kBoxTaskModal == MB_TASKMODAL &&
+              win32::kBoxTopmost == MB_TOPMOST);
 
 // Below the text of a failed assertion.
 const char kQuestion[] = "\n\nBreak into the debugger?\n"
@@ -24,6 +29,9 @@ bool HasDesktop()
                                        sizeof(flags), &needed) &&
            (flags.dwFlags & WSF_VISIBLE);
 }
+
+// The flags that a host may set. Others would replace the buttons.
+const UINT kKnownFlags = MB_ICONMASK | MB_TASKMODAL | MB_TOPMOST;
 
 UINT IconFlag(const Alert& alert)
 {
@@ -65,10 +73,12 @@ bool PresentInSystemBox(const Alert& alert)
     UTF16String text = alert.text;
     if (alert.answer)
         text.append(kQuestion, kQuestion + sizeof(kQuestion) - 1);
-    const UINT flags = IconFlag(alert) | MB_TASKMODAL | MB_TOPMOST | MB_SETFOREGROUND |
-                       (alert.answer ? MB_YESNOCANCEL | MB_DEFBUTTON2 : MB_OK);
+    const UINT look =
+        alert.throughHost ? IconFlag(alert) | MB_TASKMODAL | MB_TOPMOST : alert.flags & kKnownFlags;
+    const UINT buttons = alert.answer ? MB_YESNOCANCEL | MB_DEFBUTTON2 : MB_OK;
+    const wchar_t* const title = alert.hasTitle ? win32::Wide(alert.title.c_str()) : nullptr;
     const int button =
-        ::MessageBoxW(nullptr, win32::Wide(text.c_str()), win32::Wide(alert.title.c_str()), flags);
+        ::MessageBoxW(nullptr, win32::Wide(text.c_str()), title, look | buttons | MB_SETFOREGROUND);
     if (button > 0 && alert.answer)
         *alert.answer = AnswerOf(button);
     win32::RethrowFromProcedures();

@@ -74,12 +74,22 @@ GlobalBlock BlockOf(const UTF16String& text)
 // Returns the text of the block before its first terminator.
 UTF16String TextOf(HANDLE block)
 {
-    const wchar_t* const units = static_cast<const wchar_t*>(::GlobalLock(block));
+    const wchar_t* const units = block ? static_cast<const wchar_t*>(::GlobalLock(block)) : nullptr;
     if (!units)
         return {};
     const std::size_t length = wcsnlen(units, ::GlobalSize(block) / sizeof(wchar_t));
     const std::unique_ptr<void, decltype(&::GlobalUnlock)> unlock(block, &::GlobalUnlock);
     return UTF16String(win32::Units(units), length);
+}
+
+// Stores the number of the contents if they are the text. The system may change the number at the
+// end of the opening in which the text was stored, and another program may replace the text then.
+void KeepNumberOf(const UTF16String& text)
+{
+    const ScClipboard clipboard;
+    const UTF16String shown = text.c_str(); // up to its first terminator
+    if (clipboard.IsOpen() && TextOf(::GetClipboardData(CF_UNICODETEXT)) == shown)
+        sOwnContents = ::GetClipboardSequenceNumber();
 }
 } // namespace
 
@@ -100,7 +110,7 @@ void NewClipboardSendData(const UTF16String& text)
         return;
     }
     static_cast<void>(block.release()); // the clipboard owns the block
-    sOwnContents = ::GetClipboardSequenceNumber();
+    KeepNumberOf(text);
 }
 } // namespace datatransfer
 
@@ -111,8 +121,7 @@ UTF16String ClipboardText()
     const ScClipboard clipboard;
     if (!clipboard.IsOpen() || !HasOwnContents())
         return {};
-    const HANDLE block = ::GetClipboardData(CF_UNICODETEXT);
-    return block ? TextOf(block) : UTF16String();
+    return TextOf(::GetClipboardData(CF_UNICODETEXT));
 }
 
 // Leaves the text of another program.

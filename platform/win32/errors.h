@@ -26,7 +26,8 @@ const unsigned int kErrorInsufficientBuffer = 122;
 const unsigned int kErrorInvalidAddress = 487;
 const unsigned int kErrorInvalidFlags = 1004;
 
-// The last error of the calling thread. A function that succeeds leaves it unchanged.
+// The last error of the calling thread. A function that fails sets the last error. On Windows a
+// function that succeeds may change the last error, too.
 PLATFORM_EXPORT unsigned int GetLastError();
 PLATFORM_EXPORT void SetLastError(unsigned int error);
 

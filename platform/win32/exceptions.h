@@ -11,12 +11,14 @@
 
 namespace win32
 {
-struct EXCEPTION_POINTERS; // incomplete
+struct EXCEPTION_POINTERS; // of the system's header, which only files for Windows include
 
 // Called on the thread that failed: after an access to memory that is not mapped or not allowed,
 // a stack overflow, an arithmetic exception or an illegal instruction. On Windows also after any
 // other exception of the system that nothing handles, such as a breakpoint without a debugger, but
 // not after a C++ exception. errno is preserved.
+//
+// exception: on Windows the system's description of the exception; null on POSIX.
 //
 // After the filter, the exception is passed on to the action that was in force before the filter
 // was installed. As a rule that is the system's, which ends the process. If the action deals with

@@ -18,11 +18,12 @@
 //   M, MM           the number of the month, in at least one or two digits
 //   MMM, MMMM       the name of the month, short or full
 //   yy              the last two digits of the year
-//   y, yyy, yyyy    the year in full
+//   yyyy            the year in full
 //   g, gg           the era
 //
-// Y has the meaning of y. Text between apostrophes is literal, two apostrophes are one, and
-// all other characters are themselves.
+// Text between apostrophes is literal, two apostrophes are one, and all other characters are
+// themselves. Systems differ in y, yyy and Y: on Windows y is the last two digits without a leading
+// zero and Y is itself; elsewhere each of them is the year in full.
 
 #ifndef WIN32_LOCALE_H
 #define WIN32_LOCALE_H
@@ -109,8 +110,8 @@ PLATFORM_EXPORT int EnumDateFormatsExEx(DateFormatCallback callback,
                                         const unsigned short* localeName, unsigned int flags,
                                         long long param);
 
-// Returns a module of the process; null for any name but "kernel32.dll", whose letters may be
-// in either case.
+// Returns a module that the process has loaded, by its name in either case; null if there is none.
+// Every process has "kernel32.dll", the only module on systems other than Windows.
 PLATFORM_EXPORT void* GetModuleHandleA(const char* name);
 
 // Returns a function of a module, to be cast to the type of the function; null if the module

@@ -31,7 +31,7 @@ const unsigned int kPageReadWrite = 0x04;
 // `protection` is kPageNoAccess, or with kMemCommit kPageReadWrite, which makes zeroed memory.
 //
 // Returns: the start of the range, or null. Then GetLastError returns
-//  - 87 for other arguments;
+//  - 87 for other arguments that are refused. Windows allows more than these;
 //  - 8 if there is no such range.
 PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int type,
                                    unsigned int protection);
@@ -74,7 +74,8 @@ PLATFORM_EXPORT int GetPhysicallyInstalledSystemMemory(unsigned long long* kilob
 PLATFORM_EXPORT int GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
 
 // Returns non-zero if the process cannot read `size` bytes from `address` on. For diagnosis of
-// a pointer that may be invalid: other threads may change the answer at any time.
+// a pointer that may be invalid: other threads may change the answer at any time. Nothing is read
+// of a page that guards a stack.
 PLATFORM_EXPORT int IsBadReadPtr(const void* address, std::size_t size);
 } // namespace win32
 

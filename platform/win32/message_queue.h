@@ -10,6 +10,11 @@
 //
 // Thread safety: all functions may be called on any thread. A thread takes messages from its
 // own queue only; any thread may post to any queue.
+//
+// Procedures of windows: on Windows the system may call the procedure also within PeekMessageW,
+// GetMessageW, CreateWindowExW, DestroyWindow, SetCapture and ReleaseCapture. If the procedure
+// throws, that call throws the exception once the system has returned. PeekMessageW and
+// GetMessageW first return a message that they have removed; the next call then throws.
 
 #ifndef WIN32_MESSAGE_QUEUE_H
 #define WIN32_MESSAGE_QUEUE_H
@@ -51,7 +56,8 @@ const unsigned int kPeekRemove = 1;
 PLATFORM_EXPORT int PeekMessageW(MSG* message, void* window, unsigned int minimum,
                                  unsigned int maximum, unsigned int remove);
 
-// Waits until there is such a message, stores the message and removes it from the queue.
+// Waits until there is such a message, stores the message and removes it from the queue. On
+// Windows the message of the system's own PostQuitMessage ends each wait.
 //
 // Returns: non-zero; 0 if the message is kWmQuit; -1 without memory for a queue.
 PLATFORM_EXPORT int GetMessageW(MSG* message, void* window, unsigned int minimum,
@@ -66,12 +72,13 @@ PLATFORM_EXPORT int TranslateMessage(const MSG* message);
 // is passed to the procedure of platform::SetWindowProcedure, if one is set, and the result
 // is 0.
 //
-// Throws: the exceptions of the procedure.
+// Throws: the exceptions of both procedures.
 PLATFORM_EXPORT long long DispatchMessageW(const MSG* message);
 
 // Post a message to a thread, or to a window. A null window means the calling thread.
 //
-// Returns: non-zero; 0 if there is no such thread with a queue, no such window, or no memory.
+// Returns: non-zero; 0 if there is no such thread with a queue, no such window, or no room for the
+//   message: no memory, or on Windows the system's limit of messages in a queue.
 PLATFORM_EXPORT int PostThreadMessageW(unsigned int threadId, unsigned int message,
                                        unsigned long long wParam, long long lParam);
 PLATFORM_EXPORT int PostMessageW(void* window, unsigned int message, unsigned long long wParam,

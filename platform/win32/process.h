@@ -62,7 +62,7 @@ PLATFORM_EXPORT void OutputDebugStringA(const char* text);
 
 // Opens a log file for appending. If there is none, makes a file that only this user may read
 // and write. Refuses a path whose last part is a symbolic link. The programs that the process
-// starts do not inherit the file.
+// starts do not inherit the file. On Windows the path is in the active code page.
 //
 // Returns: the file, which the caller closes with std::fclose; null with the reason in errno.
 PLATFORM_EXPORT std::FILE* OpenPrivateLog(const char* path);

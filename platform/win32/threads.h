@@ -44,7 +44,7 @@ struct ThreadNameRecord
 // Raises an exception with `argumentCount` arguments of the size of an unsigned int. The
 // thread-naming exception sets the name of the thread, cut at a character boundary to the
 // length that the system stores, and the function returns. Any other exception ends the
-// process.
+// process, unless on Windows a debugger or a handler of the host continues the thread.
 PLATFORM_EXPORT void RaiseException(unsigned int code, unsigned int flags,
                                     unsigned int argumentCount, const void* arguments);
 } // namespace win32

@@ -32,12 +32,14 @@ TEST(HostTexts, ValuesAreFilledInOnePass)
 
 TEST(HostTexts, WithoutTheProgramsFolderNoDictionaryIsTakenFromTheCurrentOne)
 {
+    const std::error_code reason = std::make_error_code(std::errc::permission_denied);
     for (const char* program : {"", "bin/filecache"})
     {
         std::string path = "before";
-        EXPECT_TRUE(ShippedDictionary(*FindLanguage("de"), program, &path));
+        const Message wrong = ShippedDictionary(*FindLanguage("de"), program, reason, &path);
+        EXPECT_THAT(Text(wrong), testing::EndsWith(": " + reason.message()));
         EXPECT_EQ(path, "");
-        EXPECT_FALSE(ShippedDictionary(*FindLanguage("en"), program, &path));
+        EXPECT_FALSE(ShippedDictionary(*FindLanguage("en"), program, reason, &path));
     }
 }
 

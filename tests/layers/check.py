@@ -29,6 +29,7 @@ ROWS = [
     ["indep/machine", "indep/contexts", "indep/data", "indep/instrumentation"],
     ["indep/crash"],
     ["indep"],
+    ["tools/program"],
     ["tools", "examples", "bench", "fuzz"],
     ["tests"],
 ]
@@ -43,7 +44,7 @@ ONLY = {
     "tools": {"dictionary", "platform"},
 }
 
-SEARCHED = ["", "include", "platform", "dictionary"]
+SEARCHED = ["", "include", "platform", "dictionary", "tools"]
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^>"]+)[>"]', re.MULTILINE)
 RANK = {folder: rank for rank, row in enumerate(ROWS) for folder in row}
 

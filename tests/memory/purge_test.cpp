@@ -1,8 +1,9 @@
 // Making room: the host's callback, the recycled pool, and the end of a run.
 
-#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <deque>
-#include <thread>
+#include <mutex>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -217,17 +218,26 @@ TEST_F(Purge, TheCheckReturnsOverTheLimitAfterAnError)
 
 TEST_F(Purge, SeveralThreadsRunTheCallbackAtOnce)
 {
-    static std::atomic<int> sInside;
-    sInside = 0;
+    struct Meeting
+    {
+        std::mutex mLock;
+        std::condition_variable mCame;
+        int mInside = 0;
+    } meeting;
     U_SetPurgeRequestCallback(
-        [](void*, U_u64, U_u64, bool*) {
-            for (++sInside; sInside < 3;)
-                std::this_thread::yield();
+        [](void* refcon, U_u64, U_u64, bool*) {
+            Meeting& place = *static_cast<Meeting*>(refcon);
+            std::unique_lock<std::mutex> lock(place.mLock);
+            ++place.mInside;
+            place.mCame.notify_all();
+            EXPECT_TRUE(place.mCame.wait_for(lock, std::chrono::minutes(1),
+                                             [&] { return place.mInside >= 3; }));
             return 0;
         },
-        nullptr);
+        &meeting);
     SetPrepurgeBelowUse(0);
     OnThreads(3, [](int) { CanAllocate(5000); });
+    U_SetPurgeRequestCallback(nullptr, nullptr);
 }
 
 TEST_F(Purge, ThePoolIsRoomForARecycledBlockAndShrinksByTheExcess)

@@ -76,8 +76,11 @@ TEST_F(Format, NumbersAreWritten)
             << value << " in " << most;
     EXPECT_EQ(NumberToString(1e308, 1, 0, 9, 1000).size(), 309u + 102u);
 
-    platform::SetUserLocale("de_DE");
-    EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1.234.567,2"));
+    for (const char* id : {"de_DE.UTF-8", "de_DE@euro", "de_DE"})
+    {
+        platform::SetUserLocale(id);
+        EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1.234.567,2")) << id;
+    }
     EXPECT_EQ(NumberToString(1234567.25, 1, 1, 9, 31), Units(u"1,234,567.2"));
 }
 

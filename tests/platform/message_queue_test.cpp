@@ -10,6 +10,7 @@
 #include <win32/message_queue.h>
 #include <win32/threads.h>
 
+#include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
 
 using krobase::threads::Gate;
@@ -21,7 +22,7 @@ namespace
 {
 const int kGenerous = 60000; // milliseconds
 
-const unsigned short kClassName[] = {'T', 'e', 's', 't', 0};
+const unsigned short kClassName[] = {'T', 'e', 's', 't', 'W', 'i', 'n', 'd', 'o', 'w', 0};
 
 std::vector<std::string> sDispatched; // one thread at a time dispatches
 
@@ -148,6 +149,29 @@ TEST(MessageQueues, AnExceptionOfAProcedureReachesTheDispatcher)
         ASSERT_TRUE(win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekRemove));
         EXPECT_EQ(win32::DispatchMessageW(&message), 0);
         EXPECT_FALSE(win32::IsWindow(window)) << "the system's handling of the message";
+    });
+}
+
+TEST(MessageQueues, AWindowWithoutMemoryIsNullAndNoException)
+{
+    OnFreshThread([] {
+        MakeWindow(); // registers the class and makes the thread's queue
+        void* window = nullptr;
+        EXPECT_NO_THROW(FailEachNew([&] { window = MakeWindow(); }, [](long) {}));
+        EXPECT_NE(window, nullptr) << "the last call has all the memory";
+    });
+}
+
+TEST(MessageQueues, AQuitOutsideTheFilterIsKept)
+{
+    OnFreshThread([] {
+        MSG message;
+        Post(win32::kWmQuit, 5);
+        EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, win32::kWmKeyFirst, win32::kWmKeyLast,
+                                         win32::kPeekRemove));
+        EXPECT_FALSE(win32::PeekMessageW(&message, MakeWindow(), 0, 0, win32::kPeekRemove));
+        EXPECT_EQ(win32::GetMessageW(&message, nullptr, 0, 0), 0);
+        EXPECT_EQ(message.wParam, 5u);
     });
 }
 

@@ -12,6 +12,7 @@
 #include <tolv/memory.h>
 #include <tolv/profile.h>
 #include <tolv/toolbox.h>
+#include <win32/clocks.h>
 #include <win32/locale.h>
 #include <win32/machine.h>
 #include <win32/memory.h>
@@ -84,6 +85,15 @@ TEST(PhysicalMemory, TheHostsFiguresReplaceTheRealFigures)
 
     status.dwLength = 0;
     EXPECT_FALSE(win32::GlobalMemoryStatusEx(&status));
+}
+
+TEST(Clocks, ATimeBefore1970HasNoFields)
+{
+    for (const long long seconds : {-1ll, -43201ll})
+    {
+        EXPECT_EQ(win32::_gmtime64(&seconds), nullptr) << seconds;
+        EXPECT_EQ(win32::_localtime64(&seconds), nullptr) << seconds;
+    }
 }
 
 const unsigned int kUser = win32::kLocaleUserDefault;

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include <platform/base/printable.h>
+#include <program/program.h>
 
 #include "messages.h"
 #include "system.h"

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include <hollin/ConversionHooks.h>
+#include <program/program.h>
 
 #include "command_line.h"
-#include "system.h"
 
 namespace
 {

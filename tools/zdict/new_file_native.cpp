@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <io.h>
@@ -69,6 +70,15 @@ std::wstring FinalPath(HANDLE file, const std::string& name)
     }
 }
 
+// Keeps the last error. A link is there even if its target is not.
+bool IsThere(const std::wstring& path)
+{
+    const DWORD error = ::GetLastError();
+    const bool isThere = ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    ::SetLastError(error);
+    return isThere;
+}
+
 Target FindTarget(const std::string& name)
 {
     const std::wstring path = win32::SystemPath(name);
@@ -77,9 +87,8 @@ Target FindTarget(const std::string& name)
                                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!file.IsOpen())
     {
-        const DWORD attributes = ::GetFileAttributesW(path.c_str());
         // A link to a file that does not exist is refused.
-        if (::GetLastError() != ERROR_FILE_NOT_FOUND || attributes != INVALID_FILE_ATTRIBUTES)
+        if (::GetLastError() != ERROR_FILE_NOT_FOUND || IsThere(path))
             FailBySystem(name);
         return {path, false, true};
     }
@@ -120,18 +129,33 @@ public:
         if (::_commit(mFile.Get()) != 0 || !mFile.Close())
             FailToWrite(mName, std::strerror(errno));
         if (!Replace())
-            FailBySystem(mName);
+            Fail();
         mPath.clear();
     }
 
 private:
-    // ReplaceFileW keeps the attributes and the access rights of the old file.
+    // ReplaceFileW keeps the attributes and the access rights of the old file. It may fail after
+    // the end of the old file, with the new file under its own name.
     bool Replace() const
     {
-        if (mTarget.mExists)
-            return ::ReplaceFileW(mTarget.mPath.c_str(), mPath.c_str(), nullptr, 0, nullptr,
-                                  nullptr) != 0;
-        return ::MoveFileExW(mPath.c_str(), mTarget.mPath.c_str(), MOVEFILE_WRITE_THROUGH) != 0;
+        const wchar_t* const target = mTarget.mPath.c_str();
+        if (mTarget.mExists &&
+            ::ReplaceFileW(target, mPath.c_str(), nullptr, 0, nullptr, nullptr) != 0)
+            return true;
+        return (!mTarget.mExists || !IsThere(mTarget.mPath)) &&
+               ::MoveFileExW(mPath.c_str(), target, MOVEFILE_WRITE_THROUGH) != 0;
+    }
+
+    // Keeps the new file if the old file is lost or not found.
+    [[noreturn]] void Fail()
+    {
+        const DWORD error = ::GetLastError();
+        const bool isLost = mTarget.mExists && !IsThere(mTarget.mPath);
+        const std::wstring kept = isLost ? std::exchange(mPath, {}) : std::wstring();
+        std::string why = std::strerror(win32::ErrorNumber(error));
+        if (isLost)
+            why += " (the new file is " + win32::UTF8Of(kept) + ")";
+        FailToWrite(mName, why);
     }
 
     // _O_EXCL refuses a file that another process made, so the name may be guessed.

@@ -4,29 +4,9 @@
 #define ZDICT_SYSTEM_H
 
 #include <cstddef>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "files.h"
-
-// Prepares the standard streams for bytes and for UTF-8 until the end of its scope, which is that
-// of main.
-class ProgramStart
-{
-public:
-    ProgramStart(int count, char** arguments);
-    ~ProgramStart();
-    ProgramStart(const ProgramStart&) = delete;
-    ProgramStart& operator=(const ProgramStart&) = delete;
-
-    // Returns the arguments in UTF-8, the first of them the program's name.
-    const std::vector<std::string>& Arguments() const { return mArguments; }
-
-private:
-    std::vector<std::string> mArguments;
-    std::shared_ptr<void> mTerminal; // of the system
-};
 
 const int kStdin = 0;
 const int kStdout = 1;
@@ -52,7 +32,7 @@ private:
     int mDescriptor;
 };
 
-// The next five functions store the reason of a failure in errno.
+// The next four functions store the reason of a failure in errno.
 
 // Returns the descriptor, or -1.
 int OpenInput(const std::string& name);
@@ -63,8 +43,6 @@ bool FindSize(int descriptor, unsigned long long* size);
 // Return the count of bytes, which may be less than `size`; -1 on failure.
 long long Read(int descriptor, void* bytes, std::size_t size);
 long long Write(int descriptor, const void* bytes, std::size_t size);
-
-bool IsTerminal(int descriptor);
 
 // Replaces a regular file at once by a new file with the same permissions, so that a failure
 // leaves the old file. Writes any other file in place.

@@ -8,8 +8,6 @@
 #include <sys/stat.h>
 
 #include <win32/native/paths.h>
-#include <win32/native/program.h>
-#include <win32/native/windows_api.h>
 
 namespace
 {
@@ -20,15 +18,6 @@ unsigned int Count(std::size_t size)
     return static_cast<unsigned int>(std::min<std::size_t>(size, INT_MAX));
 }
 } // namespace
-
-ProgramStart::ProgramStart(int, char**)
-    : mArguments(win32::ProgramArguments()), mTerminal(std::make_shared<win32::ScTerminalInUTF8>())
-{
-    for (const int stream : {kStdin, kStdout, kStderr})
-        ::_setmode(stream, _O_BINARY);
-}
-
-ProgramStart::~ProgramStart() = default;
 
 bool Descriptor::Close()
 {
@@ -64,11 +53,4 @@ long long Read(int descriptor, void* bytes, std::size_t size)
 long long Write(int descriptor, const void* bytes, std::size_t size)
 {
     return ::_write(descriptor, bytes, Count(size));
-}
-
-bool IsTerminal(int descriptor)
-{
-    DWORD mode = 0; // _isatty takes NUL for a terminal
-    const HANDLE handle = reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
-    return ::GetConsoleMode(handle, &mode) != 0;
 }

@@ -4,12 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-ProgramStart::ProgramStart(int count, char** arguments) : mArguments(arguments, arguments + count)
-{
-}
-
-ProgramStart::~ProgramStart() = default;
-
 bool Descriptor::Close()
 {
     const int descriptor = mDescriptor;
@@ -39,9 +33,4 @@ long long Read(int descriptor, void* bytes, std::size_t size)
 long long Write(int descriptor, const void* bytes, std::size_t size)
 {
     return write(descriptor, bytes, size);
-}
-
-bool IsTerminal(int descriptor)
-{
-    return isatty(descriptor) != 0;
 }

@@ -2,6 +2,9 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
+
+#include <malloc.h>
 
 #include <platform/base/locks.h>
 #include <platform/base/stacked_handler.h>
@@ -22,8 +25,8 @@ platform::StackedHandler<&OnException> sHandler;
 
 PLATFORM_THREAD_LOCAL(bool, tIsInFilter);
 
-// A C++ exception that nothing catches. GCC's runtime raises it, expects that the program then
-// continues, and calls std::terminate.
+// A C++ exception that nothing catches. GCC's runtime raises a system's exception for the C++
+// exception, expects that the program then continues, and calls std::terminate.
 bool IsThrow(const EXCEPTION_RECORD& record)
 {
     const DWORD kGCC = 0x20474343;
@@ -31,13 +34,20 @@ bool IsThrow(const EXCEPTION_RECORD& record)
            (record.ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
 }
 
-void CallFilter(TopLevelExceptionFilter filter)
+void CallFilter(TopLevelExceptionFilter filter, ::EXCEPTION_POINTERS* exception)
 {
     const int errorBefore = errno;
     tIsInFilter = true;
-    filter(nullptr);
+    filter(reinterpret_cast<EXCEPTION_POINTERS*>(exception));
     tIsInFilter = false;
     errno = errorBefore;
+}
+
+// A filter may run without memory, so the system's slot of the variable is taken before.
+void TakeSlot()
+{
+    tIsInFilter = true;
+    tIsInFilter = false;
 }
 
 // The system calls the filter of a second exception within the filter of the first one. Such an
@@ -50,7 +60,7 @@ long OnException(std::size_t level, ::EXCEPTION_POINTERS* exception)
         return EXCEPTION_CONTINUE_SEARCH;
     const TopLevelExceptionFilter filter = sFilter;
     if (filter && level == sHandler.Latest())
-        CallFilter(filter);
+        CallFilter(filter, exception);
     const auto next = sHandler.Replaced(level);
     return next ? next(exception) : EXCEPTION_CONTINUE_SEARCH;
 }
@@ -74,6 +84,7 @@ void Remove()
 TopLevelExceptionFilter SetUnhandledExceptionFilter(TopLevelExceptionFilter filter)
 {
     const platform::ScLock lock(sLock);
+    TakeSlot();
     const TopLevelExceptionFilter before = sFilter.exchange(filter);
     if (filter && !before)
         ::SetUnhandledExceptionFilter(sHandler.Install(TakeFilter()));
@@ -100,8 +111,8 @@ bool IsOnFilterStack(const void*)
 }
 
 // The frame that a hardware exception unwinds to. GCC has no structured exception handling in
-// C++, so the function is written in assembler: a call of function(data) that returns 1, and
-// OnGuardedException as the handler of the frame.
+// C++, so the function is written in assembler: a call of function(data) that returns kReturned,
+// and Up_OnGuardedException as the handler of the frame.
 extern "C" int Up_CallGuarded(void (*function)(void* data), void* data);
 extern "C" char Up_CallGuardedEnd[];
 
@@ -126,19 +137,31 @@ Up_CallGuardedEnd:
     .seh_endproc
 )");
 
-// Unwinds to the end of Up_CallGuarded, which then returns 0.
+// The results of Up_CallGuarded.
+const int kInterrupted = 0;
+const int kReturned = 1; // as in the code above
+const int kOverflowed = 2;
+
+// Unwinds to the end of Up_CallGuarded, which then returns kInterrupted or kOverflowed.
 extern "C" __attribute__((used)) EXCEPTION_DISPOSITION
 Up_OnGuardedException(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
                       DISPATCHER_CONTEXT* dispatcher)
 {
+    const bool isOverflow = record->ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+    void* const result = reinterpret_cast<void*>(
+        static_cast<std::intptr_t>(isOverflow ? kOverflowed : kInterrupted));
     if ((record->ExceptionFlags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) == 0)
-        ::RtlUnwindEx(frame, Up_CallGuardedEnd, record, nullptr, context,
+        ::RtlUnwindEx(frame, Up_CallGuardedEnd, record, result, context,
                       static_cast<UNWIND_HISTORY_TABLE*>(dispatcher->HistoryTable));
     return ExceptionContinueSearch;
 }
 
 bool CallUntilException(void (*function)(void* data), void* data)
 {
-    return Up_CallGuarded(function, data) != 0;
+    const int result = Up_CallGuarded(function, data);
+    // Without the page that guards the stack, the next overflow would end the process at once.
+    if (result == kOverflowed)
+        ::_resetstkoflw();
+    return result == kReturned;
 }
 } // namespace win32

@@ -1,14 +1,10 @@
 #include <win32/machine.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <cstring>
-#include <iterator>
 
 #include <win32/text.h>
 
 #include "../private/machine.h"
-#include "../private/switches.h"
 #include "windows_api.h"
 
 namespace win32
@@ -34,6 +30,15 @@ template <auto ask> int StoreSystemName(unsigned short* name, unsigned int* size
     *size = room;
     return isStored;
 }
+
+int StoreSystemProcessors(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer, unsigned int* length)
+{
+    DWORD room = buffer ? *length : 0;
+    const BOOL isStored =
+        ::GetLogicalProcessorInformation(reinterpret_cast<SystemInformation*>(buffer), &room);
+    *length = room;
+    return isStored;
+}
 } // namespace
 
 int GetComputerNameW(unsigned short* name, unsigned int* size)
@@ -51,30 +56,16 @@ int gethostname(char* name, int size)
 {
     unsigned short host[kHostNameRoom];
     char whole[kHostNameRoom * 4] = {};
-    DWORD length = kHostNameRoom;
-    if (!name || size <= 0 || !::GetComputerNameExW(ComputerNameDnsHostname, Wide(host), &length) ||
-        !WideCharToMultiByte(kCodePageActive, 0, host, -1, whole, sizeof(whole), nullptr, nullptr))
-        return -1;
-    const std::size_t room = static_cast<std::size_t>(size) - 1;
-    const std::size_t bytes = std::strlen(whole);
-    const std::size_t copied = std::min(bytes, room);
-    std::memcpy(name, whole, copied);
-    name[copied] = 0;
-    return bytes <= room ? 0 : -1;
+    DWORD room = kHostNameRoom;
+    const bool isKnown =
+        ::GetComputerNameExW(ComputerNameDnsHostname, Wide(host), &room) &&
+        WideCharToMultiByte(kCodePageActive, 0, host, -1, whole, sizeof(whole), nullptr, nullptr);
+    return StoreHostName(isKnown ? whole : nullptr, name, size);
 }
 
 int GetLogicalProcessorInformation(SYSTEM_LOGICAL_PROCESSOR_INFORMATION* buffer,
                                    unsigned int* length)
 {
-    if (!length)
-        return Fail(kErrorInvalidParameter);
-    DWORD room = buffer ? *length : 0;
-    const BOOL isStored =
-        ::GetLogicalProcessorInformation(reinterpret_cast<SystemInformation*>(buffer), &room);
-    *length = room;
-    return isStored;
+    return GetProcessors(&StoreSystemProcessors, buffer, length);
 }
-
-// The system describes its processors in no folder.
-void SetProcessorFolder(const char*) {}
 } // namespace win32

@@ -1,20 +1,18 @@
 #include <win32/message_queue.h>
 
 #include <exception>
+#include <functional>
 #include <map>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
-
-#include <boost/function.hpp>
 
 #include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
-#include <platform/base/switched_function.h>
 #include <win32/threads.h>
 
-#include "../private/switches.h"
-#include "procedures.h"
+#include "../private/system.h"
 #include "windows_api.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase; // the start of this module
@@ -28,17 +26,14 @@ static_assert(kWmKeyFirst == WM_KEYFIRST && kWmKeyLast == WM_KEYLAST && kWmKeyDo
               kWmKeyUp == WM_KEYUP && kWmSysKeyUp == WM_SYSKEYUP && kWmTimer == WM_TIMER);
 static_assert(kPeekNoRemove == PM_NOREMOVE && kPeekRemove == PM_REMOVE);
 
-typedef std::basic_string<unsigned short> ClassName;
+// Searched by texts of any type, so that a search allocates nothing.
+typedef std::map<std::basic_string<unsigned short>, WNDPROC, std::less<>> Classes;
 
 // Never destroyed: threads end until the process does.
 platform::Mutex sClassLock;
-std::map<ClassName, WNDPROC>&
-    sClasses PLATFORM_GUARDED_BY(sClassLock) = *new std::map<ClassName, WNDPROC>;
+Classes& sClasses PLATFORM_GUARDED_BY(sClassLock) = *new Classes;
 
-typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
-HostProcedure& sHostProcedure = *new HostProcedure;
-
-// A thread has one from its first window on.
+// A thread has an object of this class from its first window on.
 struct ProcedureFailure
 {
     std::exception_ptr mFirst;
@@ -105,13 +100,22 @@ LRESULT CALLBACK CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM 
 WNDPROC FindProcedure(const unsigned short* className)
 {
     const platform::ScLock lock(sClassLock);
-    const auto found = sClasses.find(className);
+    const auto found = sClasses.find(std::basic_string_view<unsigned short>(className));
     return found != sClasses.end() ? found->second : nullptr;
 }
 
 bool IsOwnWindow(HWND window)
 {
     return ::GetWindowThreadProcessId(window, nullptr) == ::GetCurrentThreadId();
+}
+
+// The system returns the message of PostQuitMessage whatever the filter is.
+bool IsUnwantedQuit(const ::MSG& message, const void* window, unsigned int minimum,
+                    unsigned int maximum)
+{
+    const bool isAnyNumber = !minimum && !maximum;
+    return message.message == WM_QUIT &&
+           (window || (!isAnyNumber && (WM_QUIT < minimum || WM_QUIT > maximum)));
 }
 
 // Makes the queue of the calling thread.
@@ -135,17 +139,21 @@ int PeekMessageW(MSG* message, void* window, unsigned int minimum, unsigned int 
                  unsigned int remove)
 {
     ::MSG taken;
-    if (::PeekMessageW(&taken, Native(window), minimum, maximum, remove))
+    const bool isTaken = ::PeekMessageW(&taken, Native(window), minimum, maximum, remove) != 0;
+    if (isTaken && !IsUnwantedQuit(taken, window, minimum, maximum))
     {
         *message = Own(taken);
         return 1;
     }
+    if (isTaken && remove == kPeekRemove)
+        ::PostQuitMessage(static_cast<int>(taken.wParam));
     RethrowFromProcedures();
     return 0;
 }
 
 int GetMessageW(MSG* message, void* window, unsigned int minimum, unsigned int maximum)
 {
+    RethrowFromProcedures();
     ::MSG taken;
     const int result = ::GetMessageW(&taken, Native(window), minimum, maximum);
     if (result >= 0)
@@ -162,10 +170,7 @@ int TranslateMessage(const MSG* message)
 long long DispatchMessageW(const MSG* message)
 {
     if (!message->hwnd)
-    {
-        if (const auto procedure = sHostProcedure.Get())
-            (*procedure)(message->message, message->wParam, message->lParam);
-    }
+        CallHostProcedure(*message);
     const ::MSG native = Native(*message);
     const long long result = ::DispatchMessageW(&native);
     RethrowFromProcedures();
@@ -247,7 +252,9 @@ int IsWindow(void* window)
 
 int DestroyWindow(void* window)
 {
-    return ::DestroyWindow(Native(window));
+    const int result = ::DestroyWindow(Native(window));
+    RethrowFromProcedures();
+    return result;
 }
 
 long long DefWindowProcW(void* window, unsigned int message, unsigned long long wParam,
@@ -258,7 +265,9 @@ long long DefWindowProcW(void* window, unsigned int message, unsigned long long 
 
 void* SetCapture(void* window)
 {
-    return ::SetCapture(Native(window));
+    void* const before = ::SetCapture(Native(window));
+    RethrowFromProcedures();
+    return before;
 }
 
 void* GetCapture()
@@ -268,12 +277,8 @@ void* GetCapture()
 
 int ReleaseCapture()
 {
-    return ::ReleaseCapture();
-}
-
-void SetWindowProcedure(
-    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure)
-{
-    sHostProcedure.Set(procedure);
+    const int result = ::ReleaseCapture();
+    RethrowFromProcedures();
+    return result;
 }
 } // namespace win32

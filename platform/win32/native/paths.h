@@ -58,14 +58,19 @@ inline std::wstring AbsolutePath(const std::wstring& path)
 
 // Returns the path in the form for the system's functions: absolute and after a mark, without which
 // those refuse paths of more than 260 units. Names of devices have a mark of their own.
-inline std::wstring SystemPath(std::string_view path)
+inline std::wstring SystemForm(const std::wstring& path)
 {
-    const std::wstring absolute = AbsolutePath(WideOf(path));
+    const std::wstring absolute = AbsolutePath(path);
     if (absolute.size() > 2 && absolute.compare(1, 2, L":\\") == 0)
         return L"\\\\?\\" + absolute;
     const bool isShare =
         absolute.compare(0, 2, L"\\\\") == 0 && absolute[2] != L'?' && absolute[2] != L'.';
     return isShare ? L"\\\\?\\UNC" + absolute.substr(1) : absolute;
+}
+
+inline std::wstring SystemPath(std::string_view path)
+{
+    return SystemForm(WideOf(path));
 }
 
 // Corrects errno after a failure to open a file: the C runtime reports a folder as a file without

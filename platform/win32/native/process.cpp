@@ -10,10 +10,9 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <platform/base/switched_function.h>
 #include <win32/text.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 #include "paths.h"
 #include "windows_api.h"
 
@@ -26,16 +25,9 @@ namespace
 {
 typedef ::PROCESS_MEMORY_COUNTERS SystemCounters;
 
-static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, PageFaultCount) ==
-                  offsetof(SystemCounters, PageFaultCount) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, WorkingSetSize) ==
-                  offsetof(SystemCounters, WorkingSetSize) &&
-              offsetof(PROCESS_MEMORY_COUNTERS, PeakPagefileUsage) ==
-                  offsetof(SystemCounters, PeakPagefileUsage));
-
-typedef platform::SwitchedFunction<void(const char*)> Sink;
-Sink& sSink = *new Sink;
+static_assert(sizeof(PROCESS_MEMORY_COUNTERS) == sizeof(SystemCounters));
+static_assert(offsetof(PROCESS_MEMORY_COUNTERS, WorkingSetSize) ==
+              offsetof(SystemCounters, WorkingSetSize));
 
 typedef std::unique_ptr<void, HLOCAL (*)(HLOCAL)> LocalBlock;
 
@@ -62,8 +54,8 @@ std::wstring UserOfProcess()
     return text;
 }
 
-// Returns a security descriptor by which this user owns the file and nobody else may use it. It is
-// protected, so that no right of the folder is inherited. Null on failure.
+// Returns a security descriptor by which this user owns the file and nobody else may use the file.
+// The descriptor is protected, so that no right of the folder is inherited. Null on failure.
 LocalBlock MakeDescriptor()
 {
     const std::wstring user = UserOfProcess();
@@ -74,14 +66,17 @@ LocalBlock MakeDescriptor()
     return Own(descriptor);
 }
 
+// Returns the form of a path in the active code page that the system's functions accept at any
+// length.
+//
 // Throws: std::bad_alloc.
-std::basic_string<unsigned short> ToUTF16(const char* text)
+std::wstring PathOf(const char* text)
 {
     const int length = static_cast<int>(std::strlen(text));
-    std::basic_string<unsigned short> units(static_cast<std::size_t>(length), 0);
+    std::wstring units(static_cast<std::size_t>(length), 0);
     units.resize(static_cast<std::size_t>(
-        MultiByteToWideChar(kCodePageActive, 0, text, length, units.data(), length)));
-    return units;
+        MultiByteToWideChar(kCodePageActive, 0, text, length, Units(units.data()), length)));
+    return SystemForm(units);
 }
 
 bool IsLink(HANDLE file)
@@ -91,17 +86,22 @@ bool IsLink(HANDLE file)
            (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-// Opens the link itself, not its target.
-HANDLE OpenForAppending(const char* path)
+// Opens the link itself, not its target. Stores the error of a failure.
+HANDLE OpenForAppending(const char* path, DWORD* error)
 {
+    const std::wstring name = PathOf(path);
     const LocalBlock descriptor = MakeDescriptor();
-    if (!descriptor)
-        return INVALID_HANDLE_VALUE;
-    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
-    return ::CreateFileW(Wide(ToUTF16(path).c_str()), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
-                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
-                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
-                         nullptr);
+    HANDLE file = INVALID_HANDLE_VALUE;
+    if (descriptor)
+    {
+        SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
+        file = ::CreateFileW(name.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
+                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
+                             nullptr);
+    }
+    *error = ::GetLastError(); // before the descriptor is freed
+    return file;
 }
 
 std::FILE* FailWith(int reason)
@@ -158,28 +158,24 @@ bool OtherThreadsHaveEnded()
     return ::RtlDllShutdownInProgress() != FALSE;
 }
 
-void OutputDebugStringA(const char* text)
+void WriteDebugString(const char* text)
 {
-    if (!text)
-        return;
-    if (const auto sink = sSink.Get())
-        (*sink)(text);
-    else
-        ::OutputDebugStringA(text);
+    ::OutputDebugStringA(text);
 }
 
-void SetDebugStringSink(const Sink::Function& sink)
+int Beep(unsigned int type)
 {
-    sSink.Set(sink);
+    return ::MessageBeep(type);
 }
 
 std::FILE* OpenPrivateLog(const char* path)
 {
     try
     {
-        const HANDLE handle = OpenForAppending(path);
+        DWORD error = 0;
+        const HANDLE handle = OpenForAppending(path, &error);
         if (handle == INVALID_HANDLE_VALUE)
-            return FailWith(ErrorNumber(::GetLastError()));
+            return FailWith(ErrorNumber(error));
         if (!IsLink(handle))
             return ToFile(handle);
         ::CloseHandle(handle);

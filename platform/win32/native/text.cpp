@@ -28,7 +28,7 @@ unsigned int Resolve(unsigned int codePage)
 }
 
 // Returns 0, or the error of arguments that the conversions refuse. The system itself takes each
-// negative count as -1, and not every version of it refuses the rest.
+// negative count as -1, and not every version of the system refuses the rest.
 unsigned int Refuse(const void* source, int count, const void* target, bool flagsAreKnown)
 {
     if (count < -1 || (target && target == source))

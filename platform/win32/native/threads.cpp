@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 
 #include <platform/base/code_units.h>
 #include <win32/exceptions.h>
@@ -23,12 +24,18 @@ typedef HRESULT(WINAPI* SetDescription)(HANDLE thread, const wchar_t* descriptio
 const unsigned int kCallingThread = 0xFFFFFFFFu;
 const int kLongestThreadName = 63; // bytes
 
-// Returns null if the system lacks the function, which the compiler's headers do not declare.
+// Returns null if the system lacks the function. The compiler's headers do not declare the
+// function, and versions of the system differ in the DLL that has it.
 SetDescription FindSetDescription()
 {
-    const HMODULE kernel = ::GetModuleHandleW(L"kernel32.dll");
-    return reinterpret_cast<SetDescription>(
-        reinterpret_cast<void*>(::GetProcAddress(kernel, "SetThreadDescription")));
+    for (const wchar_t* const name : {L"kernel32.dll", L"kernelbase.dll"})
+    {
+        const HMODULE module = ::GetModuleHandleW(name);
+        const FARPROC found = module ? ::GetProcAddress(module, "SetThreadDescription") : nullptr;
+        if (found)
+            return reinterpret_cast<SetDescription>(reinterpret_cast<void*>(found));
+    }
+    return nullptr;
 }
 
 // Stores the name that process viewers show. A name that is not UTF-8 is not stored.

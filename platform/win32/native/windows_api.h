@@ -1,4 +1,5 @@
-// The operating system's own headers. No other file of the tree includes them.
+// The operating system's own headers, which no other file of the tree includes, and functions for
+// the sources that call the system.
 //
 // Inside namespace win32 a plain name is the seam's and a name after `::` is the system's:
 //
@@ -72,6 +73,11 @@ inline unsigned short* Units(wchar_t* text)
 {
     return reinterpret_cast<unsigned short*>(text);
 }
+
+// Throws the first exception that a window procedure of the calling thread has thrown since the
+// last call. For use after a call of the system that calls procedures: an exception must not cross
+// the system's frames, so the exception is kept until then.
+void RethrowFromProcedures();
 } // namespace win32
 
 #endif

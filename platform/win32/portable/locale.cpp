@@ -81,7 +81,7 @@ NumberMarks MarksOf(const char* localeId)
 {
     char id[ULOC_FULLNAME_CAPACITY];
     UErrorCode error = U_ZERO_ERROR;
-    uloc_getName(localeId, id, ULOC_FULLNAME_CAPACITY, &error);
+    uloc_canonicalize(localeId, id, ULOC_FULLNAME_CAPACITY, &error); // "@euro" is no keyword
     uloc_setKeywordValue("numbers", "latn", id, ULOC_FULLNAME_CAPACITY, &error);
     const icu::LocalUNumberFormatPointer format(
         unum_open(UNUM_DECIMAL, nullptr, 0, id, nullptr, &error));

@@ -6,15 +6,12 @@
 #include <string>
 #include <utility>
 
-#include <boost/function.hpp>
-
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
-#include <platform/base/switched_function.h>
 #include <platform/base/thread_local.h>
 #include <win32/threads.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 #include "thread_queue.h"
 
 namespace win32
@@ -38,9 +35,6 @@ std::map<void*, Window>& sWindows PLATFORM_GUARDED_BY(sWindowLock) = *new std::m
 std::size_t sLastWindow PLATFORM_GUARDED_BY(sWindowLock) = 0;
 
 PLATFORM_THREAD_LOCAL(void*, tCapture);
-
-typedef platform::SwitchedFunction<void(unsigned int, unsigned long long, long long)> HostProcedure;
-HostProcedure& sHostProcedure = *new HostProcedure;
 
 // Returns false if there is no such window.
 bool FindWindow(void* handle, Window& window)
@@ -85,8 +79,7 @@ long long DispatchMessageW(const MSG* message)
 {
     if (!message->hwnd)
     {
-        if (const auto procedure = sHostProcedure.Get())
-            (*procedure)(message->message, message->wParam, message->lParam);
+        CallHostProcedure(*message);
         return 0;
     }
     Window window = {};
@@ -217,11 +210,5 @@ int ReleaseCapture()
 {
     tCapture = nullptr;
     return 1;
-}
-
-void SetWindowProcedure(
-    const boost::function<void(unsigned int, unsigned long long, long long)>& procedure)
-{
-    sHostProcedure.Set(procedure);
 }
 } // namespace win32

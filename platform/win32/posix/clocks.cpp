@@ -1,11 +1,10 @@
 #include <win32/clocks.h>
 
-#include <atomic>
 #include <ctime>
 
 #include <platform/base/thread_local.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 
 namespace win32
 {
@@ -13,9 +12,6 @@ namespace
 {
 const long long kNanosecondsPerSecond = 1000000000;
 const long long kNanosecondsPerMillisecond = 1000000;
-
-std::atomic<long long> sFrequency(kNanosecondsPerSecond);
-std::atomic<bool> sCounterWorks(true);
 
 PLATFORM_THREAD_LOCAL(std::tm, tRecord);
 
@@ -32,32 +28,15 @@ unsigned int GetTickCount()
     return static_cast<unsigned int>(NanosecondsSinceStart() / kNanosecondsPerMillisecond);
 }
 
-int QueryPerformanceCounter(long long* counts)
+long long SystemFrequency()
 {
-    if (!sCounterWorks.load(std::memory_order_relaxed))
-        return 0;
+    return kNanosecondsPerSecond;
+}
+
+bool ReadSystemCounter(long long* counts)
+{
     *counts = NanosecondsSinceStart();
-    return 1;
-}
-
-int QueryPerformanceFrequency(long long* countsPerSecond)
-{
-    const long long frequency = sFrequency.load(std::memory_order_relaxed);
-    if (frequency < 0)
-        return 0;
-    *countsPerSecond = frequency;
-    return 1;
-}
-
-void SetPerformanceCounter(long long frequency, bool works)
-{
-    sFrequency = frequency;
-    sCounterWorks = works;
-}
-
-void ResetPerformanceCounter()
-{
-    SetPerformanceCounter(kNanosecondsPerSecond, true);
+    return true;
 }
 
 std::tm* _gmtime64(const long long* seconds)

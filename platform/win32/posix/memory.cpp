@@ -1,7 +1,6 @@
 #include <win32/memory.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -18,19 +17,13 @@
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 
 namespace win32
 {
 namespace
 {
 const std::size_t kGranularity = 0x10000; // bytes; reservations start on multiples
-
-// Set by a switch; with 0 the system's figure is used.
-std::atomic<unsigned long long> sTotalPhysical(0);
-std::atomic<unsigned long long> sAvailablePhysical(0);
-
-std::atomic<unsigned int> sCompactions(0);
 
 platform::Mutex sReservationsLock;
 
@@ -63,18 +56,6 @@ void* FailWithNull(unsigned int error)
 {
     SetLastError(error);
     return nullptr;
-}
-
-// Returns bytes. The figure is kept: it does not change while the process runs, and the budget
-// reads it often.
-unsigned long long InstalledMemory()
-{
-    static const unsigned long long sInstalled = [] {
-        struct sysinfo info;
-        return sysinfo(&info) == 0 ? static_cast<unsigned long long>(info.totalram) * info.mem_unit
-                                   : 0;
-    }();
-    return sInstalled;
 }
 
 // Returns bytes; 0 if the system has no figure.
@@ -146,47 +127,22 @@ void* GetProcessHeap()
     return &sProcessHeap;
 }
 
-unsigned int HeapCompactCount()
+std::size_t CompactProcessHeap(unsigned int)
 {
-    return sCompactions.load(std::memory_order_relaxed);
-}
-
-std::size_t HeapCompact(void* heap, unsigned int)
-{
-    if (heap != GetProcessHeap())
-        return 0;
-    sCompactions.fetch_add(1, std::memory_order_relaxed);
     malloc_trim(0);
     return mallinfo2().fordblks;
 }
 
-int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes)
+unsigned long long InstalledMemory()
 {
-    const unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
-    *kilobytes = (total ? total : InstalledMemory()) >> 10;
-    return *kilobytes != 0;
+    struct sysinfo info;
+    return sysinfo(&info) == 0 ? static_cast<unsigned long long>(info.totalram) * info.mem_unit : 0;
 }
 
-int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
+void FindMemoryUse(unsigned long long* total, unsigned long long* available)
 {
-    unsigned long long kilobytes = 0;
-    if (!status || status->dwLength < sizeof(*status) ||
-        !GetPhysicallyInstalledSystemMemory(&kilobytes))
-        return 0;
-    unsigned long long available = sAvailablePhysical;
-    if (!available && !(available = AvailableMemory()))
-        return 0;
-    status->ullTotalPhys = kilobytes << 10;
-    status->ullAvailPhys = available;
-    const unsigned long long free = status->ullAvailPhys * 100 / status->ullTotalPhys;
-    status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
-    return 1;
-}
-
-void SetPhysicalMemory(unsigned long long total, unsigned long long available)
-{
-    sTotalPhysical = total;
-    sAvailablePhysical = available;
+    *total = InstalledMemory();
+    *available = AvailableMemory();
 }
 
 int IsBadReadPtr(const void* address, std::size_t size)

@@ -10,17 +10,13 @@
 #include <unistd.h>
 
 #include <platform/base/printable.h>
-#include <platform/base/switched_function.h>
 
-#include "../private/switches.h"
+#include "../private/system.h"
 
 namespace win32
 {
 namespace
 {
-typedef platform::SwitchedFunction<void(const char*)> Sink;
-Sink& sSink = *new Sink;
-
 // A figure that the system keeps of the process.
 struct StatusFigure
 {
@@ -106,19 +102,16 @@ bool OtherThreadsHaveEnded()
     return false;
 }
 
-void OutputDebugStringA(const char* text)
+void WriteDebugString(const char* text)
 {
-    if (!text)
-        return;
-    if (const auto sink = sSink.Get())
-        (*sink)(text);
-    else
-        platform::WritePrintable(stderr, text, "\t\r\n");
+    platform::WritePrintable(stderr, text, "\t\r\n");
 }
 
-void SetDebugStringSink(const Sink::Function& sink)
+int Beep(unsigned int)
 {
-    sSink.Set(sink);
+    if (isatty(STDERR_FILENO))
+        std::fputc('\a', stderr);
+    return 1;
 }
 
 std::FILE* OpenPrivateLog(const char* path)

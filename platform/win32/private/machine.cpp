@@ -3,6 +3,7 @@
 #include "machine.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <optional>
 
@@ -99,6 +100,18 @@ int GetName(NameKind kind, int (*system)(unsigned short* name, unsigned int* siz
     {
         return Fail(kErrorNotEnoughMemory);
     }
+}
+
+int StoreHostName(const char* whole, char* name, int size)
+{
+    if (!whole || !name || size <= 0)
+        return -1;
+    const std::size_t room = static_cast<std::size_t>(size) - 1;
+    const std::size_t length = std::strlen(whole);
+    const std::size_t copied = std::min(length, room);
+    std::memcpy(name, whole, copied);
+    name[copied] = 0;
+    return length <= room ? 0 : -1;
 }
 
 void SetNames(const char* machine, const char* user)

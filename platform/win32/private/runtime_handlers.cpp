@@ -3,11 +3,11 @@
 #include <win32/runtime.h>
 
 #include <atomic>
-#include <exception>
 #include <new>
 
 #include <platform/base/locks.h>
 #include <platform/base/quiet_new.h>
+#include <platform/base/rethrow.h>
 #include <platform/base/stacked_handler.h>
 #include <platform/base/thread_local.h>
 
@@ -55,9 +55,7 @@ void OnFailedNew(std::size_t level)
     }
     catch (const std::bad_alloc&)
     {
-        // Not `throw;`: if no function catches the exception, that aborts on Windows without the
-        // handler of std::terminate.
-        std::rethrow_exception(std::current_exception());
+        platform::Rethrow();
     }
     catch (...)
     {

@@ -1,4 +1,4 @@
-#include "characters.h"
+#include "system.h"
 
 #include <new>
 
@@ -59,5 +59,11 @@ std::size_t ColumnsOf(unsigned int character)
 std::unique_ptr<TextBreaks> MakeTextBreaks()
 {
     return std::make_unique<Breaks>();
+}
+
+// The system has no message boxes. alert/sdl/ has a presenter with a window.
+bool PresentInSystemBox(const Alert&)
+{
+    return false;
 }
 } // namespace platform

@@ -1,12 +1,14 @@
-// Properties of the characters of an alert, which each system's own data decides.
+// What each system decides about alerts: properties of their characters, by its own data, and its
+// message box.
 
-#ifndef PLATFORM_ALERT_CHARACTERS_H
-#define PLATFORM_ALERT_CHARACTERS_H
+#ifndef PLATFORM_ALERT_SYSTEM_H
+#define PLATFORM_ALERT_SYSTEM_H
 
 #include <cstddef>
 #include <memory>
 
 #include <krobase/text.h>
+#include <platform/control.h>
 
 namespace platform
 {
@@ -36,6 +38,12 @@ public:
 
 // Throws: std::bad_alloc.
 std::unique_ptr<TextBreaks> MakeTextBreaks();
+
+// Shows the alert in the system's message box, and waits until the user has dismissed the box.
+//
+// Returns: false if the system has no message boxes, or no desktop to show one on.
+// Throws: the exceptions of window procedures that the box calls while it waits.
+bool PresentInSystemBox(const Alert& alert);
 } // namespace platform
 
 #endif

@@ -1,0 +1,75 @@
+// The physical memory of the machine, which a switch replaces, and the heap of the process.
+
+#include <win32/memory.h>
+
+#include <atomic>
+
+#include "switches.h"
+#include "system.h"
+
+namespace win32
+{
+namespace
+{
+// Set by a switch; with 0 the system's figure is used.
+std::atomic<unsigned long long> sTotalPhysical(0);
+std::atomic<unsigned long long> sAvailablePhysical(0);
+
+std::atomic<unsigned int> sCompactions(0);
+
+// Rounds bytes down to whole KiB.
+unsigned long long WholeKilobytes(unsigned long long bytes)
+{
+    return bytes >> 10 << 10;
+}
+} // namespace
+
+int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes)
+{
+    // The system's figure does not change while the process runs, and the budget reads it often.
+    static const unsigned long long sInstalled = InstalledMemory();
+    const unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
+    *kilobytes = (total ? total : sInstalled) >> 10;
+    return *kilobytes != 0;
+}
+
+int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
+{
+    if (!status || status->dwLength < sizeof(*status))
+        return 0;
+    unsigned long long total = 0;
+    unsigned long long available = 0;
+    FindMemoryUse(&total, &available);
+    if (const unsigned long long set = sTotalPhysical)
+        total = set;
+    if (const unsigned long long set = sAvailablePhysical)
+        available = set;
+    total = WholeKilobytes(total);
+    if (!total || !available)
+        return 0;
+    status->ullTotalPhys = total;
+    status->ullAvailPhys = available;
+    const unsigned long long free = available * 100 / total;
+    status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
+    return 1;
+}
+
+void SetPhysicalMemory(unsigned long long total, unsigned long long available)
+{
+    sTotalPhysical = total;
+    sAvailablePhysical = available;
+}
+
+std::size_t HeapCompact(void* heap, unsigned int flags)
+{
+    if (heap != GetProcessHeap())
+        return 0;
+    sCompactions.fetch_add(1, std::memory_order_relaxed);
+    return CompactProcessHeap(flags);
+}
+
+unsigned int HeapCompactCount()
+{
+    return sCompactions.load(std::memory_order_relaxed);
+}
+} // namespace win32
