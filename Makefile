@@ -5,6 +5,7 @@ DEMO_ARGS ?=
 FUZZ_SECONDS ?= 600
 SOAK_SECONDS ?= 600
 SOAK_TSAN_SECONDS ?= 180
+SOAK_NATIVE_SECONDS ?= 180
 PREFIX ?= /usr/local
 
 # Packages for the alert window and its test, which are skipped without these packages.
@@ -47,13 +48,12 @@ release-test: window-deps ## All tests on the release build
 	$(call build,release)
 	ctest --preset release
 
-# The unit tests do not build there yet.
-native: deps ## Build for 64-bit Windows and run the tests that build there, under Wine
+native: deps ## Build for 64-bit Windows, and run all tests that can hold there, under Wine
 	@scripts/native_deps
-	$(call build,native,--target U zdict filecache first soak dictionary_tests filecache_tests)
-	scripts/wine build/native/bin/dictionary_tests.exe --gtest_brief=1
-	scripts/wine build/native/bin/filecache_tests.exe --gtest_brief=1
-	scripts/wine build/native/bin/soak.exe 5
+	$(call build,native)
+	scripts/native_tests
+	ctest --test-dir build/native -R 'installed_package|exported_symbols' -V
+	scripts/wine build/native/bin/soak.exe $(SOAK_NATIVE_SECONDS)
 
 asan: window-deps ## All tests under the address and undefined behaviour sanitizers
 	$(call build,asan)

@@ -26,6 +26,11 @@ echo "a line" >"$folder/files/a.txt"
 "$wine" "$u/bin/filecache.exe" --language de "$folder/files" >"$folder/told" 2>&1 &&
     tr -d '\r' <"$folder/told" | grep -Eq 'gelesene Dateien +1$' || { cat "$folder/told"; exit 1; }
 
+# Our DLLs, as they are shipped: the bytes, and the DLLs that they import.
+for name in libU libUplatform; do
+    echo "$name.dll: $(stat -c %s "$u/bin/$name.dll") bytes; imports" \
+        $(x86_64-w64-mingw32-objdump -p "$u/bin/$name.dll" | sed -n 's/.*DLL Name: //p')
+done
 # The programs need no DLLs but the system's and those of the package.
 for file in "$u"/bin/*.exe "$u"/bin/*.dll; do
     x86_64-w64-mingw32-objdump -p "$file" | sed -n 's/.*DLL Name: //p'

@@ -34,6 +34,8 @@ bool MemoryCanBeLimited()
 ScAddressSpaceLimit::ScAddressSpaceLimit(unsigned long long room) : mBefore(sCount)
 {
     void* const kept = Reserve(room);
+    if (!kept)
+        return; // the address space has less room
     for (SIZE_T size = kLargest; size >= kSmallest; size /= 2)
     {
         while (void* range = sCount < std::size(sRanges) ? Reserve(size) : nullptr)
