@@ -96,8 +96,13 @@ Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
     {
         if (IsAsciiBlock(at.mNext))
         {
-            at.mOutput.template PutHead<kBlock>(at.mNext, kBlock);
-            at.mNext += kBlock;
+            // A loop of its own, since the compiler keeps the cursor of a small loop in registers.
+            const Source* const last = stop - kBlock - 3 * kWord;
+            do
+            {
+                at.mOutput.template PutHead<kBlock>(at.mNext, kBlock);
+                at.mNext += kBlock;
+            } while (at.mNext <= last && IsAsciiBlock(at.mNext));
             continue;
         }
         std::uint64_t highBits;
