@@ -1,4 +1,4 @@
-// What each system decides about alerts: properties of their characters, by its own data, and its
+// The parts of alerts that differ between systems: properties of their characters, by its own data, and its
 // message box.
 
 #ifndef PLATFORM_ALERT_SYSTEM_H

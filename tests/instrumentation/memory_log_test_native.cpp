@@ -27,6 +27,8 @@ std::size_t LinesOf(const std::string& path)
     return count;
 }
 
+const char kPathFile[] = "memory_log_path.txt"; // has the path of the child's log
+
 // Writes rows until the process ends. Returns the status of the process.
 int LogToTheEnd()
 {
@@ -36,6 +38,7 @@ int LogToTheEnd()
         return 1;
     const std::string path =
         "/bc_memory." + std::to_string(krobase::threads::GetCurrentProcessID()) + ".log";
+    std::ofstream(kPathFile) << path;
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     std::size_t lines = 0;
     while (lines < 5 && std::chrono::steady_clock::now() < end)
@@ -50,10 +53,14 @@ int LogToTheEnd()
 
 TEST(MemoryLogDeathTest, TheProcessEndsWhileRowsAreWritten)
 {
+    // The log is in the root of the current drive. Under Wine, the user may not write to the root
+    // of the drive that has the build folder.
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(testing::TempDir());
     EXPECT_EXIT(std::exit(LogToTheEnd()), testing::ExitedWithCode(0), "");
-    for (const auto& file : std::filesystem::directory_iterator("/"))
-    {
-        if (file.path().filename().string().rfind("bc_memory.", 0) == 0)
-            std::filesystem::remove(file.path());
-    }
+    std::string path;
+    std::getline(std::ifstream(kPathFile), path);
+    std::filesystem::remove(path);
+    std::filesystem::remove(kPathFile);
+    std::filesystem::current_path(before);
 }

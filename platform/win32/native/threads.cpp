@@ -53,7 +53,7 @@ void DescribeCallingThread(const char* name)
 }
 
 // Debuggers read names out of this exception.
-void TellDebugger(void* record)
+void NameForDebugger(void* record)
 {
     ::RaiseException(kThreadNamingException, 0, sizeof(ThreadNameRecord) / sizeof(ULONG_PTR),
                      static_cast<const ULONG_PTR*>(record));
@@ -91,6 +91,6 @@ void RaiseException(unsigned int code, unsigned int flags, unsigned int argument
         return;
     DescribeCallingThread(record.name);
     if (::IsDebuggerPresent())
-        CallUntilException(&TellDebugger, &record);
+        CallUntilException(&NameForDebugger, &record);
 }
 } // namespace win32

@@ -1,5 +1,5 @@
-// What each operating system defines for the sources of this folder, and what those sources offer
-// to each system.
+// The functions that each operating system defines for the sources of this folder, and the
+// functions of this folder that each system calls.
 
 #ifndef WIN32_PRIVATE_SYSTEM_H
 #define WIN32_PRIVATE_SYSTEM_H
