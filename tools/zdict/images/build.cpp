@@ -1,4 +1,4 @@
-// The commands compile and merge: images are made of texts and images.
+#include "images/build.h"
 
 #include <algorithm>
 #include <limits>
@@ -9,18 +9,11 @@
 
 #include <hollin/Dictionary.h>
 
-#include "command_line.h"
-#include "entries.h"
+#include "images/entries.h"
 
 namespace
 {
 const std::size_t kLargestImage = std::numeric_limits<std::int32_t>::max();
-
-enum class Inputs
-{
-    kTexts,
-    kTextsAndImages
-};
 
 std::uint32_t ByteLength(const hollin::ZString& text)
 {
@@ -38,7 +31,7 @@ void RequireRoom(const Entry& entry, const std::string& fileName)
                           Counted(hollin::kLongestRun, "byte")};
 }
 
-std::string Serialized(hollin::Dictionary& dictionary, const Options& options)
+std::string Serialized(hollin::Dictionary& dictionary, const BuildOptions& options)
 {
     const bool bigEndianHere = boost::endian::order::native == boost::endian::order::big;
     const auto mode =
@@ -63,7 +56,7 @@ public:
     // Keeps the earlier locale if the name is empty.
     void SetLocale(const std::string& name) { mLocale = name.empty() ? mLocale : name; }
 
-    void WriteImage(const Options& options) const;
+    void WriteImage(const BuildOptions& options) const;
 
 private:
     Entries mEntries;
@@ -92,7 +85,7 @@ std::size_t MergedEntries::Add(const Entries& entries, const std::string& fileNa
     return replaced;
 }
 
-void MergedEntries::WriteImage(const Options& options) const
+void MergedEntries::WriteImage(const BuildOptions& options) const
 {
     const std::string count = Counted(mEntries.size(), "text");
     if (mEntries.size() > std::numeric_limits<std::uint32_t>::max() - options.mBase)
@@ -113,18 +106,18 @@ void MergedEntries::WriteImage(const Options& options) const
 }
 
 // Adds one file. Reports a failure, and returns its status.
-Status AddFile(const std::string& name, const Options& options, Inputs inputs,
+Status AddFile(const std::string& name, const BuildOptions& options, Inputs inputs,
                MergedEntries* merged)
 {
     try
     {
         const InputFile file = ReadFile(name);
-        const hollin::ImageReport report = CheckFile(file, options);
+        const hollin::ImageReport report = CheckFile(file, options.mCodePage);
         if (inputs == Inputs::kTexts && report.mForm == hollin::ImageReport::kBinary)
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
         // An empty file is a text without entries, as an empty image is dumped.
         const Entries entries =
-            file.mBytes.empty() ? Entries() : ReadEntries(file, report, options);
+            file.mBytes.empty() ? Entries() : ReadEntries(file, report, options.mCodePage);
         const std::size_t replaced = merged->Add(entries, file.mName);
         merged->SetLocale(report.mLocale);
         if (options.mVerbose)
@@ -138,27 +131,17 @@ Status AddFile(const std::string& name, const Options& options, Inputs inputs,
     }
     return kFine;
 }
+} // namespace
 
-Status BuildImage(const Options& options, Inputs inputs)
+Status BuildImage(const BuildOptions& options, Inputs inputs)
 {
     MergedEntries merged;
     Status status = kFine;
-    for (const std::string& name : options.mOperands)
+    for (const std::string& name : options.mFiles)
         status = std::max(status, AddFile(name, options, inputs, &merged));
     if (status == kFine)
         merged.WriteImage(options);
     else
         Report(std::string(), "nothing is written");
     return status;
-}
-} // namespace
-
-Status Compile(const Options& options)
-{
-    return BuildImage(options, Inputs::kTexts);
-}
-
-Status Merge(const Options& options)
-{
-    return BuildImage(options, Inputs::kTextsAndImages);
 }

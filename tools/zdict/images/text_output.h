@@ -1,7 +1,7 @@
 // Texts as they are written for translators.
 
-#ifndef ZDICT_TEXT_OUTPUT_H
-#define ZDICT_TEXT_OUTPUT_H
+#ifndef ZDICT_IMAGES_TEXT_OUTPUT_H
+#define ZDICT_IMAGES_TEXT_OUTPUT_H
 
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-#include "entries.h"
+#include "images/entries.h"
 
 #include <unordered_map>
 #include <utility>
@@ -6,8 +6,8 @@
 #include <hollin/Dictionary.h>
 #include <platform/control.h>
 
+#include "images/text_input.h"
 #include "messages.h"
-#include "text_input.h"
 
 namespace
 {
@@ -82,9 +82,9 @@ void ReportLines(const InputFile& file, const std::vector<LineNote>& notes)
         Report(file.mName, "line " + std::to_string(note.mLine) + ": " + note.mWhat);
 }
 
-Entries ReadTextEntries(const InputFile& file, const Options& options)
+Entries ReadTextEntries(const InputFile& file, CodePage codePage)
 {
-    TextContent content = ReadText(file, options);
+    TextContent content = ReadText(file, codePage);
     ReportLines(file, content.mProblems);
     if (!content.mProblems.empty())
         throw Failure{kFaulty, file.mName, std::string()};
@@ -93,9 +93,9 @@ Entries ReadTextEntries(const InputFile& file, const Options& options)
 }
 } // namespace
 
-hollin::ImageReport CheckFile(const InputFile& file, const Options& options)
+hollin::ImageReport CheckFile(const InputFile& file, CodePage codePage)
 {
-    const TextBytes text(file, options);
+    const TextBytes text(file, codePage);
     platform::SetActiveCodePage(text.mCodePage);
     hollin::ImageReport report = hollin::CheckImage(text.mBytes, text.mSize);
     if (text.mBytes != file.mBytes.data())
@@ -114,16 +114,15 @@ std::string DamageOf(const hollin::ImageReport& report)
            report.mProblem;
 }
 
-Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report,
-                    const Options& options)
+Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report, CodePage codePage)
 {
     if (IsText(file, report))
-        return ReadTextEntries(file, options);
+        return ReadTextEntries(file, codePage);
     if (report.mDamaged)
         throw Failure{kFaulty, file.mName, DamageOf(report)};
     if (!report.mKeyed && report.mSlots)
         throw Failure{kFaulty, file.mName, "it has no keys"};
-    if (report.mTextFlag > hollin::kEncodingUTF8 && !options.mCodePageGiven)
+    if (report.mTextFlag > hollin::kEncodingUTF8 && !codePage.mIsGiven)
         throw Failure{kUnusable, file.mName,
                       "it doesn't say which code page its texts are in (see --code-page)"};
     return ReadImage(file, report);

@@ -1,19 +1,19 @@
 // Reads texts as translators write them, and finds mistakes that a load ignores.
 
-#ifndef ZDICT_TEXT_INPUT_H
-#define ZDICT_TEXT_INPUT_H
+#ifndef ZDICT_IMAGES_TEXT_INPUT_H
+#define ZDICT_IMAGES_TEXT_INPUT_H
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "entries.h"
+#include "images/entries.h"
 
 // The bytes of a text, and its coding. A text with a byte-order mark of UTF-8 is in UTF-8.
 struct TextBytes
 {
-    TextBytes(const InputFile& file, const Options& options);
+    TextBytes(const InputFile& file, CodePage codePage);
 
     const unsigned char* mBytes; // after a byte-order mark of UTF-8
     std::size_t mSize;
@@ -35,6 +35,6 @@ struct TextContent
     std::vector<LineNote> mDoubts;   // lines that may be mistakes
 };
 
-TextContent ReadText(const InputFile& file, const Options& options);
+TextContent ReadText(const InputFile& file, CodePage codePage);
 
 #endif

@@ -1,4 +1,4 @@
-#include "text_input.h"
+#include "images/text_input.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -153,8 +153,8 @@ private:
 };
 } // namespace
 
-TextBytes::TextBytes(const InputFile& file, const Options& options)
-    : mBytes(file.mBytes.data()), mSize(file.mBytes.size()), mCodePage(options.mCodePage)
+TextBytes::TextBytes(const InputFile& file, CodePage codePage)
+    : mBytes(file.mBytes.data()), mSize(file.mBytes.size()), mCodePage(codePage.mNumber)
 {
     const auto begins = [&](std::initializer_list<unsigned char> mark) {
         return mSize >= mark.size() && std::equal(mark.begin(), mark.end(), mBytes);
@@ -168,10 +168,10 @@ TextBytes::TextBytes(const InputFile& file, const Options& options)
     mSize -= 3;
 }
 
-TextContent ReadText(const InputFile& file, const Options& options)
+TextContent ReadText(const InputFile& file, CodePage codePage)
 {
     TextContent content;
-    const TextBytes text(file, options);
+    const TextBytes text(file, codePage);
     const Fault fault = FindFault(text);
     if (fault.mOffset != kNowhere)
     {

@@ -1,7 +1,7 @@
 // The entries of a file of any form.
 
-#ifndef ZDICT_ENTRIES_H
-#define ZDICT_ENTRIES_H
+#ifndef ZDICT_IMAGES_ENTRIES_H
+#define ZDICT_IMAGES_ENTRIES_H
 
 #include <cstdint>
 #include <string>
@@ -10,8 +10,8 @@
 #include <hollin/ImageCheck.h>
 #include <hollin/ZString.h>
 
-#include "command_line.h"
 #include "files.h"
+#include "images/code_page.h"
 
 struct Entry
 {
@@ -23,8 +23,8 @@ struct Entry
 // Each key once, with the text that a look-up finds, in the order of the file.
 typedef std::vector<Entry> Entries;
 
-// Checks a file. The code page of the options is used for texts and values in a code page.
-hollin::ImageReport CheckFile(const InputFile& file, const Options& options);
+// Checks a file. The code page is used for texts and values in a code page.
+hollin::ImageReport CheckFile(const InputFile& file, CodePage codePage);
 
 // Returns whether the file is a text. An empty file is a damaged image.
 bool IsText(const InputFile& file, const hollin::ImageReport& report);
@@ -33,8 +33,7 @@ bool IsText(const InputFile& file, const hollin::ImageReport& report);
 //
 // Throws: Failure for a damaged file, for an image without keys, and for a key that can't be
 // looked up.
-Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report,
-                    const Options& options);
+Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report, CodePage codePage);
 
 // Returns the location and the kind of an image's damage.
 std::string DamageOf(const hollin::ImageReport& report);

@@ -1,4 +1,4 @@
-#include "text_output.h"
+#include "images/text_output.h"
 
 #include <algorithm>
 #include <cstring>

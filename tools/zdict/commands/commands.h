@@ -1,0 +1,17 @@
+// All commands of the program, in alphabetical order. Each has a source of its own.
+
+#ifndef ZDICT_COMMANDS_COMMANDS_H
+#define ZDICT_COMMANDS_COMMANDS_H
+
+#include <memory>
+
+#include "command.h"
+
+std::unique_ptr<Command> MakeCheck();
+std::unique_ptr<Command> MakeCompile();
+std::unique_ptr<Command> MakeDump();
+std::unique_ptr<Command> MakeGet();
+std::unique_ptr<Command> MakeMerge();
+std::unique_ptr<Command> MakeStats();
+
+#endif
