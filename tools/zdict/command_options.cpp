@@ -87,6 +87,16 @@ void AddValue(CLI::App* app, const char* name, const char* type, std::string* va
     AddFunction(app, name, type, set, help);
 }
 
+void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
+               const char* help)
+{
+    const auto add = [values](const std::string& text) { values->push_back(text); };
+    app->add_option_function<std::string>(name, add, help)
+        ->type_name(type)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->trigger_on_parse();
+}
+
 void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& choices,
                std::string* value, const char* help)
 {
