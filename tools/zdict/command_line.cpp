@@ -60,6 +60,11 @@ const Row kRows[] = {
      "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
      "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
      MakeStats},
+    {"status", "print how much of the texts is translated",
+     "Prints a row for each translation: how many of the English texts are\n"
+     "translated, outdated (fuzzy, or made of an older English text), untranslated and\n"
+     "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
+     MakeStatus},
 };
 
 bool IsOption(const std::string& argument)
