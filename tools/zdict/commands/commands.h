@@ -13,6 +13,7 @@ std::unique_ptr<Command> MakeDump();
 std::unique_ptr<Command> MakeGet();
 std::unique_ptr<Command> MakeLint();
 std::unique_ptr<Command> MakeMerge();
+std::unique_ptr<Command> MakePseudo();
 std::unique_ptr<Command> MakeStats();
 std::unique_ptr<Command> MakeStatus();
 

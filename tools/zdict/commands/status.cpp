@@ -2,28 +2,13 @@
 
 #include "command_options.h"
 #include "commands/commands.h"
-#include "lint/report.h"
+#include "lint/text_lines.h"
 #include "status/page.h"
 #include "status/table.h"
 #include "system.h"
 
 namespace
 {
-// Reads a text file. Errors of its form are reported; other findings are those of lint.
-LintedFile ReadLines(const std::string& name, CodePage codePage)
-{
-    Findings findings(CheckSet(
-        {"not-a-text-form", "encoding", "bad-prefix", "key-empty", "key-not-ascii", "key-length"},
-        {}));
-    LintedFile lines;
-    LintFile(ReadFile(name), codePage, LintOptions(), &findings, &lines);
-    for (const Finding& finding : findings.All())
-        Report(std::string(), LineOf(finding));
-    if (!lines.mIsTextForm)
-        throw Failure{kFaulty, name, std::string()};
-    return lines;
-}
-
 class StatusCommand : public Command
 {
 public:
