@@ -41,6 +41,11 @@ const Row kRows[] = {
      "notations, so that compile makes the same texts of it. Content that a text\n"
      "can't carry is refused.\n",
      MakeDump},
+    {"extract", "collect the texts of source code",
+     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/, and\n"
+     "writes them as a text, in the order of their keys. Folders are walked. Two\n"
+     "English texts of one key are an error.\n",
+     MakeExtract},
     {"get", "print the text of a key",
      "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
      "be a literal of the source code, as $$$/a/b=text.\n",

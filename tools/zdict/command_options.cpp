@@ -87,6 +87,12 @@ void AddValue(CLI::App* app, const char* name, const char* type, std::string* va
     AddFunction(app, name, type, set, help);
 }
 
+void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
+               const char* help)
+{
+    app->add_option(name, *values, help)->type_name(type)->allow_extra_args(false);
+}
+
 void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& choices,
                std::string* value, const char* help)
 {

@@ -33,6 +33,10 @@ void AddFlag(CLI::App* app, const char* name, bool* flag, const char* help);
 void AddValue(CLI::App* app, const char* name, const char* type, std::string* value,
               const char* help);
 
+// An option that may be given several times. All its values count.
+void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
+               const char* help);
+
 // An option whose value is one of `choices`.
 void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& choices,
                std::string* value, const char* help);

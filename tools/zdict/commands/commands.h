@@ -10,6 +10,7 @@
 std::unique_ptr<Command> MakeCheck();
 std::unique_ptr<Command> MakeCompile();
 std::unique_ptr<Command> MakeDump();
+std::unique_ptr<Command> MakeExtract();
 std::unique_ptr<Command> MakeGet();
 std::unique_ptr<Command> MakeMerge();
 std::unique_ptr<Command> MakeStats();
