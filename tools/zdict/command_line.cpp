@@ -59,6 +59,11 @@ const Row kRows[] = {
      "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
      "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
      MakeStats},
+    {"update", "bring a translation up to date with new English texts",
+     "Writes the translation TEXT again. Texts whose English text has changed are marked\n"
+     "as fuzzy, with the old English text in their notes, and texts of keys that English\n"
+     "lacks are left out. All other lines stay as they are. Changes are reported.\n",
+     MakeUpdate},
 };
 
 bool IsOption(const std::string& argument)

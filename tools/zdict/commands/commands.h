@@ -14,5 +14,6 @@ std::unique_ptr<Command> MakeExtract();
 std::unique_ptr<Command> MakeGet();
 std::unique_ptr<Command> MakeMerge();
 std::unique_ptr<Command> MakeStats();
+std::unique_ptr<Command> MakeUpdate();
 
 #endif
