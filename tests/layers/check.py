@@ -29,7 +29,8 @@ ROWS = [
     ["indep/machine", "indep/contexts", "indep/data", "indep/instrumentation"],
     ["indep/crash"],
     ["indep"],
-    ["tools", "examples", "bench", "fuzz"],
+    ["tools", "examples", "bench"],
+    ["fuzz"],
     ["tests"],
 ]
 

@@ -50,6 +50,12 @@ const Row kRows[] = {
      "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
      "be a literal of the source code, as $$$/a/b=text.\n",
      MakeGet},
+    {"lint", "find mistakes in translators' texts",
+     "Checks texts, and compares them with the English ones if --english names them.\n"
+     "Prints a line for each finding, as file:line:column: severity: message [check].\n"
+     "A flag no-CHECK in the note of a text switches the check off for the text, as in\n"
+     "{{*COMMENT*}}#, no-untranslated. Status 1 for an error; for a warning if strict.\n",
+     MakeLint},
     {"merge", "make one image of images and texts",
      "Loads images of any version, and texts, in order, and makes one image of\n"
      "version 2.7 of them. If several files have a key, the text of the last one\n"

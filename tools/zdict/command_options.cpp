@@ -90,7 +90,11 @@ void AddValue(CLI::App* app, const char* name, const char* type, std::string* va
 void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
                const char* help)
 {
-    app->add_option(name, *values, help)->type_name(type)->allow_extra_args(false);
+    const auto add = [values](const std::string& text) { values->push_back(text); };
+    app->add_option_function<std::string>(name, add, help)
+        ->type_name(type)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->trigger_on_parse();
 }
 
 void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& choices,

@@ -33,7 +33,7 @@ void AddFlag(CLI::App* app, const char* name, bool* flag, const char* help);
 void AddValue(CLI::App* app, const char* name, const char* type, std::string* value,
               const char* help);
 
-// An option that may be given several times. All its values count.
+// An option that may be repeated; all of its values count.
 void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
                const char* help);
 

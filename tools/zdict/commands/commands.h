@@ -12,6 +12,7 @@ std::unique_ptr<Command> MakeCompile();
 std::unique_ptr<Command> MakeDump();
 std::unique_ptr<Command> MakeExtract();
 std::unique_ptr<Command> MakeGet();
+std::unique_ptr<Command> MakeLint();
 std::unique_ptr<Command> MakeMerge();
 std::unique_ptr<Command> MakeStats();
 std::unique_ptr<Command> MakeUpdate();

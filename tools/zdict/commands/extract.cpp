@@ -25,19 +25,19 @@ std::pair<std::string, std::string> SplitOption(const char* option, const std::s
 
 // Reports the problems in the order of the files and their lines. Returns whether one of them is
 // an error.
-bool ReportProblems(std::vector<Problem>* problems, const std::vector<std::string>& files)
+bool ReportProblems(std::vector<SourceProblem>* problems, const std::vector<std::string>& files)
 {
     std::unordered_map<std::string, std::size_t> order;
     for (const std::string& file : files)
         order.emplace(file, order.size());
     std::stable_sort(problems->begin(), problems->end(),
-                     [&](const Problem& left, const Problem& right) {
+                     [&](const SourceProblem& left, const SourceProblem& right) {
                          const std::size_t first = order[left.mPlace.mFile];
                          const std::size_t second = order[right.mPlace.mFile];
                          return first != second ? first < second : left.mPlace < right.mPlace;
                      });
     bool hasError = false;
-    for (const Problem& problem : *problems)
+    for (const SourceProblem& problem : *problems)
     {
         ReportAt(ToString(problem.mPlace),
                  (problem.mIsError ? "error: " : "warning: ") + problem.mWhat);
@@ -76,17 +76,17 @@ public:
             mEnglishRules.mDefines.insert(SplitOption("--define", define));
 
         const std::vector<std::string> files = FindSources(mSources, mExcludes);
-        Findings findings;
+        SourceTexts found;
         {
             Progress progress("file", files.size());
             for (std::size_t i = 0; i < files.size(); ++i)
             {
-                ReadSource(files[i], &findings);
+                ReadSource(files[i], &found);
                 progress.Show(i + 1);
             }
         }
-        const std::vector<EnglishText> texts = CollectEnglish(mEnglishRules, &findings);
-        if (ReportProblems(&findings.mProblems, files))
+        const std::vector<EnglishText> texts = CollectEnglish(mEnglishRules, &found);
+        if (ReportProblems(&found.mProblems, files))
         {
             Report(std::string(), "nothing is written");
             return kFaulty;
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    void ReadSource(const std::string& name, Findings* findings)
+    void ReadSource(const std::string& name, SourceTexts* found)
     {
         InputFile file = ReadFile(name);
         const std::string begin(
@@ -106,7 +106,7 @@ private:
             throw Failure{kFaulty, file.mName, "it is UTF-16, not UTF-8"};
         file.mBytes.push_back(0);
         SourceReader(file.mName, reinterpret_cast<const char*>(file.mBytes.data()),
-                     file.mBytes.size() - 1, mReadingRules, findings)
+                     file.mBytes.size() - 1, mReadingRules, found)
             .Read();
     }
 

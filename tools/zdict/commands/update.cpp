@@ -64,10 +64,10 @@ public:
         if (mEnglish.empty())
             throw Failure{kUnusable, std::string(),
                           "--english is required (see zdict update --help)"};
-        const English english = ReadEnglish(mEnglish);
-        std::unique_ptr<English> old;
+        const EnglishTexts english = ReadEnglish(mEnglish);
+        std::unique_ptr<EnglishTexts> old;
         if (!mOldEnglish.empty())
-            old = std::make_unique<English>(ReadEnglish(mOldEnglish));
+            old = std::make_unique<EnglishTexts>(ReadEnglish(mOldEnglish));
 
         const InputFile file = ReadFile(mTranslation);
         const std::string translation = InUTF8(file, mCodePage);
@@ -80,17 +80,17 @@ public:
     }
 
 private:
-    English ReadEnglish(const std::string& name) const
+    EnglishTexts ReadEnglish(const std::string& name) const
     {
         const InputFile file = ReadFile(name);
         if (file.mBytes.empty())
-            return English(Entries());
-        return English(ReadEntries(file, CheckFile(file, mCodePage), mCodePage));
+            return EnglishTexts(Entries());
+        return EnglishTexts(ReadEntries(file, CheckFile(file, mCodePage), mCodePage));
     }
 
     static void ReportChanges(const std::string& file, const Updated& updated)
     {
-        for (const Change& change : updated.mChanges)
+        for (const TextChange& change : updated.mChanges)
         {
             if (change.mLine)
                 ReportAt(file + ":" + std::to_string(change.mLine) + ":1", change.mWhat);

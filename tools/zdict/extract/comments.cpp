@@ -42,15 +42,15 @@ void AppendLine(const std::string& line, std::string* text)
 }
 } // namespace
 
-Comments::Comments(const std::string& tag, Lines* lines, Findings* findings)
-    : mTag(tag), mLines(lines), mFindings(findings), mFirstText(findings->mTexts.size())
+Comments::Comments(const std::string& tag, Lines* lines, SourceTexts* found)
+    : mTag(tag), mLines(lines), mFound(found), mFirstText(found->mTexts.size())
 {
 }
 
 void Comments::AppendToTexts(const std::string& text)
 {
-    for (std::size_t i = mFirstText; i < mFindings->mTexts.size(); ++i)
-        AppendLine(text, &mFindings->mTexts[i].mComment);
+    for (std::size_t i = mFirstText; i < mFound->mTexts.size(); ++i)
+        AppendLine(text, &mFound->mTexts[i].mComment);
 }
 
 std::string Comments::Take(const Token& comment, std::uint64_t openLine)
@@ -120,6 +120,6 @@ std::string Comments::Of(std::uint64_t line)
 void Comments::AddText(std::uint64_t lastLine)
 {
     if (lastLine != mTextLine)
-        mFirstText = mFindings->mTexts.size() - 1;
+        mFirstText = mFound->mTexts.size() - 1;
     mTextLine = lastLine;
 }

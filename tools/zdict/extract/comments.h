@@ -13,14 +13,14 @@
 #include <string_view>
 #include <vector>
 
-#include "extract/findings.h"
 #include "extract/lexer.h"
 #include "extract/lines.h"
+#include "extract/source_texts.h"
 
 class Comments
 {
 public:
-    Comments(const std::string& tag, Lines* lines, Findings* findings);
+    Comments(const std::string& tag, Lines* lines, SourceTexts* found);
 
     // A comment. `openLine` is the last line of a literal that has not ended, or 0. Returns the
     // text for that literal.
@@ -36,7 +36,7 @@ public:
     // Returns the comment of a text that begins in a line.
     std::string Of(std::uint64_t line);
 
-    // The last text of the findings, which ends in a line. A later comment may belong to it.
+    // The last text of the found, which ends in a line. A later comment may belong to it.
     void AddText(std::uint64_t lastLine);
 
 private:
@@ -52,7 +52,7 @@ private:
 
     const std::string& mTag;
     Lines* const mLines;
-    Findings* const mFindings;
+    SourceTexts* const mFound;
 
     State mState = kNone;
     std::string mText;

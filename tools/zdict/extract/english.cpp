@@ -18,8 +18,8 @@ namespace
 class Macros
 {
 public:
-    Macros(const EnglishRules& rules, const Findings& findings)
-        : mDefines(rules.mDefines), mFound(findings.mMacros)
+    Macros(const EnglishRules& rules, const SourceTexts& found)
+        : mDefines(rules.mDefines), mFound(found.mMacros)
     {
     }
 
@@ -117,32 +117,32 @@ void AddComment(const std::string& comment, std::string* lines)
 class Collector
 {
 public:
-    Collector(const EnglishRules& rules, Findings* findings)
-        : mRules(rules), mFindings(findings), mMacros(rules, *findings)
+    Collector(const EnglishRules& rules, SourceTexts* found)
+        : mRules(rules), mFound(found), mMacros(rules, *found)
     {
     }
 
-    void Add(const Finding& finding)
+    void Add(const SourceText& text)
     {
         std::string literal;
-        const std::string unknown = mMacros.Append(finding.mParts, &literal);
+        const std::string unknown = mMacros.Append(text.mParts, &literal);
         if (literal.compare(0, kPrefix.size(), kPrefix) != 0)
             return;
         if (!unknown.empty())
-            return Complain(finding, unknown, true);
+            return Complain(text, unknown, true);
         const std::size_t equals = literal.find('=');
         const std::string key = literal.substr(3, equals - 3);
         if (IsExcluded(key) || equals + 1 == literal.size())
             return;
         if (equals == std::string::npos)
-            return Complain(finding, "the literal " + Quoted(literal) + " has no \"=\" and no text",
+            return Complain(text, "the literal " + Quoted(literal) + " has no \"=\" and no text",
                             false);
         const std::string problem = ProblemOf(key, literal);
         if (!problem.empty())
-            return Complain(finding, problem, true);
+            return Complain(text, problem, true);
         if (key.find_first_of(" \t") != std::string::npos)
-            Complain(finding, "the key " + Quoted(key) + " has a blank", false);
-        Add(finding, key, literal);
+            Complain(text, "the key " + Quoted(key) + " has a blank", false);
+        Add(text, key, literal);
     }
 
     std::vector<EnglishText> Sorted()
@@ -161,40 +161,40 @@ private:
                            [&](const std::string& glob) { return MatchesGlob(key, glob); });
     }
 
-    void Add(const Finding& finding, const std::string& key, const std::string& literal)
+    void Add(const SourceText& text, const std::string& key, const std::string& literal)
     {
         const std::string written = literal.substr(literal.find('=') + 1);
         const auto [index, isNew] = mIndices.emplace(key, mTexts.size());
         if (isNew)
-            return mTexts.push_back({key, written, {finding.mPlace}, finding.mComment});
+            return mTexts.push_back({key, written, {text.mPlace}, text.mComment});
         EnglishText& first = mTexts[index->second];
         if (written != first.mWritten &&
             Expanded(literal) != Expanded("$$$" + key + "=" + first.mWritten))
-            return Complain(finding,
+            return Complain(text,
                             "the text of " + Quoted(key) + " is " + Quoted(written) + ", but " +
                                 Quoted(first.mWritten) + " at " + ToString(first.mPlaces[0]),
                             true);
-        first.mPlaces.push_back(finding.mPlace);
-        AddComment(finding.mComment, &first.mComment);
+        first.mPlaces.push_back(text.mPlace);
+        AddComment(text.mComment, &first.mComment);
     }
 
-    void Complain(const Finding& finding, const std::string& what, bool isError)
+    void Complain(const SourceText& text, const std::string& what, bool isError)
     {
-        mFindings->mProblems.push_back({finding.mPlace, what, isError});
+        mFound->mProblems.push_back({text.mPlace, what, isError});
     }
 
     const EnglishRules& mRules;
-    Findings* const mFindings;
+    SourceTexts* const mFound;
     const Macros mMacros;
     std::vector<EnglishText> mTexts;
     std::unordered_map<std::string, std::size_t> mIndices; // of keys
 };
 } // namespace
 
-std::vector<EnglishText> CollectEnglish(const EnglishRules& rules, Findings* findings)
+std::vector<EnglishText> CollectEnglish(const EnglishRules& rules, SourceTexts* found)
 {
-    Collector collector(rules, findings);
-    for (const Finding& finding : findings->mTexts)
-        collector.Add(finding);
+    Collector collector(rules, found);
+    for (const SourceText& text : found->mTexts)
+        collector.Add(text);
     return collector.Sorted();
 }

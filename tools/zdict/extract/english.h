@@ -9,12 +9,12 @@
 
 #include <hollin/Limits.h>
 
-#include "extract/findings.h"
+#include "extract/source_texts.h"
 
 // The longest text that an image can hold, with its note.
 const std::size_t kLongestUnits = hollin::kLongestRun / sizeof(std::uint16_t);
 
-// What is taken from the findings.
+// What is taken from the found.
 struct EnglishRules
 {
     std::unordered_map<std::string, std::string> mDefines; // values of macros
@@ -25,12 +25,12 @@ struct EnglishText
 {
     std::string mKey;     // without "$$$"
     std::string mWritten; // with its notations, in UTF-8
-    std::vector<Place> mPlaces;
+    std::vector<SourcePlace> mPlaces;
     std::string mComment; // the lines of all places
 };
 
-// Returns the texts in the order of their keys. Adds to the problems of the findings.
-std::vector<EnglishText> CollectEnglish(const EnglishRules& rules, Findings* findings);
+// Returns the texts in the order of their keys. Adds to the problems of the found.
+std::vector<EnglishText> CollectEnglish(const EnglishRules& rules, SourceTexts* found);
 
 struct EnglishForm
 {

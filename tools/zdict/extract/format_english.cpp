@@ -76,7 +76,7 @@ Note NoteOf(const EnglishText& text, const EnglishForm& form, Note note)
     note.mExtracted += (note.mExtracted.empty() ? "" : "\n") + text.mComment;
     if (!form.mHasReferences)
         return note;
-    for (const Place& place : text.mPlaces)
+    for (const SourcePlace& place : text.mPlaces)
     {
         const std::string reference = place.mFile + ":" + std::to_string(place.mLine);
         if (note.mReferences.empty() || note.mReferences.back() != reference)

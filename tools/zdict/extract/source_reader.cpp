@@ -54,12 +54,12 @@ void AppendParts(const Parts& more, Parts* parts)
 }
 } // namespace
 
-bool Place::operator<(const Place& other) const
+bool SourcePlace::operator<(const SourcePlace& other) const
 {
     return mLine != other.mLine ? mLine < other.mLine : mColumn < other.mColumn;
 }
 
-std::string ToString(const Place& place)
+std::string ToString(const SourcePlace& place)
 {
     return place.mFile + ":" + std::to_string(place.mLine) + ":" + std::to_string(place.mColumn);
 }
@@ -70,9 +70,9 @@ bool SourceReader::Definition::Has(const std::string& parameter) const
 }
 
 SourceReader::SourceReader(const std::string& file, const char* source, std::size_t size,
-                           const ReadingRules& rules, Findings* findings)
-    : mFile(file), mRules(rules), mFindings(findings), mLexer(source, size), mLines(source),
-      mComments(rules.mCommentTag, &mLines, findings)
+                           const ReadingRules& rules, SourceTexts* found)
+    : mFile(file), mRules(rules), mFound(found), mLexer(source, size), mLines(source),
+      mComments(rules.mCommentTag, &mLines, found)
 {
 }
 
@@ -99,7 +99,7 @@ void SourceReader::Take()
         return; // the next token decides
 
     const bool hadText = mRun.mIsOpen && !mRun.mIsForeign;
-    const Place place = mRun.mPlace;
+    const SourcePlace place = mRun.mPlace;
     EndRun();
     const bool isDirective =
         mToken.mKind == Token::kDefine || mToken.mKind == Token::kOtherDirective;
@@ -259,7 +259,7 @@ void SourceReader::CloseRun(Run* run)
     if (isMacro && !run->mIsWide && !run->mIsUnterminated && !run->mProblem)
     {
         mMacros[mDefinition.mName] = run->mParts;
-        mFindings->mMacros[mDefinition.mName].push_back(run->mParts);
+        mFound->mMacros[mDefinition.mName].push_back(run->mParts);
         // A macro that is the beginning of literals.
         const std::string& value = run->mParts.front().mText;
         const std::size_t equals = value.find('=');
@@ -288,22 +288,22 @@ void SourceReader::CloseRun(Run* run)
     Find({std::move(run->mParts), run->mPlace, run->mLastLine, std::move(run->mComment)});
 }
 
-void SourceReader::Find(Finding finding)
+void SourceReader::Find(SourceText text)
 {
-    const std::string above = mComments.Of(finding.mPlace.mLine);
-    if (finding.mComment.empty())
-        finding.mComment = above;
-    const std::uint64_t lastLine = finding.mLastLine;
-    mFindings->mTexts.push_back(std::move(finding));
+    const std::string above = mComments.Of(text.mPlace.mLine);
+    if (text.mComment.empty())
+        text.mComment = above;
+    const std::uint64_t lastLine = text.mLastLine;
+    mFound->mTexts.push_back(std::move(text));
     mComments.AddText(lastLine);
 }
 
-void SourceReader::Complain(const Place& place, const std::string& what, bool isError)
+void SourceReader::Complain(const SourcePlace& place, const std::string& what, bool isError)
 {
-    mFindings->mProblems.push_back({place, what, isError});
+    mFound->mProblems.push_back({place, what, isError});
 }
 
-Place SourceReader::PlaceOf(const char* byte)
+SourcePlace SourceReader::PlaceOf(const char* byte)
 {
     const std::uint64_t line = mLines.LineOf(byte);
     return {mFile, line, mLines.ColumnOf(byte)};

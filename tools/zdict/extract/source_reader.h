@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "extract/comments.h"
-#include "extract/findings.h"
 #include "extract/lexer.h"
 #include "extract/lines.h"
+#include "extract/source_texts.h"
 
 // How a source is read.
 struct ReadingRules
@@ -29,7 +29,7 @@ public:
     //
     // REQUIRES: all arguments outlive the reader.
     SourceReader(const std::string& file, const char* source, std::size_t size,
-                 const ReadingRules& rules, Findings* findings);
+                 const ReadingRules& rules, SourceTexts* found);
 
     void Read();
 
@@ -46,7 +46,7 @@ private:
         const char* mProblem = nullptr;
         const char* mEnd = nullptr; // of its last literal
         Parts mParts;
-        Place mPlace;
+        SourcePlace mPlace;
         std::uint64_t mLastLine = 0;
         std::string mComment;
     };
@@ -75,13 +75,13 @@ private:
     void Extend(const Part& part);
     void ReadRow(const std::string& pattern);
     bool ReadArguments(Lexer* lexer, std::vector<Parts>* arguments, const char** end);
-    void Find(Finding finding);
-    void Complain(const Place& place, const std::string& what, bool isError);
-    Place PlaceOf(const char* byte);
+    void Find(SourceText text);
+    void Complain(const SourcePlace& place, const std::string& what, bool isError);
+    SourcePlace PlaceOf(const char* byte);
 
     const std::string& mFile;
     const ReadingRules& mRules;
-    Findings* const mFindings;
+    SourceTexts* const mFound;
     Lexer mLexer;
     Token mToken;
     Lines mLines;
@@ -90,7 +90,7 @@ private:
     Definition mDefinition;
     std::unordered_map<std::string, Parts> mMacros; // of this file, up to the token
     bool mIsCut = false;                            // a directive ended the last text
-    Place mCutPlace;
+    SourcePlace mCutPlace;
 };
 
 #endif

@@ -97,6 +97,6 @@ void SourceReader::ReadRow(const std::string& pattern)
             return Complain(PlaceOf(mToken.mBegin),
                             "the row has no argument " + std::to_string(number), true);
     }
-    const Place place = PlaceOf(mToken.mBegin);
+    const SourcePlace place = PlaceOf(mToken.mBegin);
     Find({std::move(parts), place, mLines.LineOf(end), std::string()});
 }

@@ -71,7 +71,7 @@ void SetOldEnglish(const std::string& old, const std::string& now, Note* note)
 class Updater
 {
 public:
-    Updater(const English& english, const English* old, const UpdateRules& rules)
+    Updater(const EnglishTexts& english, const EnglishTexts* old, const UpdateRules& rules)
         : mEnglish(english), mOld(old), mRules(rules)
     {
     }
@@ -154,15 +154,15 @@ private:
         mResult.mText += LineOf(key, text, end);
     }
 
-    const English& mEnglish;
-    const English* const mOld;
+    const EnglishTexts& mEnglish;
+    const EnglishTexts* const mOld;
     const UpdateRules mRules;
     std::unordered_map<std::string, std::size_t> mLast; // index of the last line of a key
     Updated mResult;
 };
 } // namespace
 
-English::English(const Entries& entries)
+EnglishTexts::EnglishTexts(const Entries& entries)
 {
     for (const Entry& entry : entries)
     {
@@ -174,14 +174,14 @@ English::English(const Entries& entries)
     }
 }
 
-const NotedText* English::Find(const std::string& key) const
+const NotedText* EnglishTexts::Find(const std::string& key) const
 {
     const auto found = mTexts.find(key);
     return found == mTexts.end() ? nullptr : &found->second;
 }
 
-Updated UpdateTranslation(const std::string& translation, const English& english,
-                          const English* old, const UpdateRules& rules)
+Updated UpdateTranslation(const std::string& translation, const EnglishTexts& english,
+                          const EnglishTexts* old, const UpdateRules& rules)
 {
     return Updater(english, old, rules).Update(translation);
 }

@@ -12,10 +12,10 @@
 #include "images/entries.h"
 
 // English texts with their notes.
-class English
+class EnglishTexts
 {
 public:
-    explicit English(const Entries& entries);
+    explicit EnglishTexts(const Entries& entries);
 
     // Returns null if there is no such key.
     const NotedText* Find(const std::string& key) const;
@@ -33,7 +33,7 @@ struct UpdateRules
     bool mAddNew = false; // in English, as fuzzy texts
 };
 
-struct Change
+struct TextChange
 {
     std::uint64_t mLine; // in the translation, 0 if it is not there
     std::string mWhat;   // with the key
@@ -46,7 +46,7 @@ struct Updated
     std::size_t mChanged = 0; // in English
     std::size_t mNew = 0;
     std::size_t mObsolete = 0;
-    std::vector<Change> mChanges;
+    std::vector<TextChange> mChanges;
 };
 
 // Updates a translation, which is in UTF-8. A line whose text stays right is not changed.
@@ -60,7 +60,7 @@ struct Updated
 // - A line that a later line with the same key replaces is left out.
 //
 // REQUIRES: each line is an entry, and the active code page is UTF-8.
-Updated UpdateTranslation(const std::string& translation, const English& english,
-                          const English* old, const UpdateRules& rules);
+Updated UpdateTranslation(const std::string& translation, const EnglishTexts& english,
+                          const EnglishTexts* old, const UpdateRules& rules);
 
 #endif

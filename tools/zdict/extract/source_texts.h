@@ -1,7 +1,7 @@
 // The literals that a reader finds in sources, before they are checked.
 
-#ifndef ZDICT_EXTRACT_FINDINGS_H
-#define ZDICT_EXTRACT_FINDINGS_H
+#ifndef ZDICT_EXTRACT_SOURCE_TEXTS_H
+#define ZDICT_EXTRACT_SOURCE_TEXTS_H
 
 #include <cstdint>
 #include <string>
@@ -17,37 +17,37 @@ struct Part
 
 typedef std::vector<Part> Parts;
 
-struct Place
+struct SourcePlace
 {
     std::string mFile;
     std::uint64_t mLine = 0;   // from 1
     std::uint64_t mColumn = 0; // in bytes, from 1
 
-    bool operator<(const Place& other) const;
+    bool operator<(const SourcePlace& other) const;
 };
 
 // Returns file:line:column.
-std::string ToString(const Place& place);
+std::string ToString(const SourcePlace& place);
 
-struct Finding
+struct SourceText
 {
-    Parts mParts; // joined, they begin with kPrefix
-    Place mPlace; // of the first byte
+    Parts mParts;       // joined, they begin with kPrefix
+    SourcePlace mPlace; // of the first byte
     std::uint64_t mLastLine = 0;
     std::string mComment; // for translators
 };
 
-struct Problem
+struct SourceProblem
 {
-    Place mPlace;
+    SourcePlace mPlace;
     std::string mWhat; // a clause
     bool mIsError = false;
 };
 
-struct Findings
+struct SourceTexts
 {
-    std::vector<Finding> mTexts;
-    std::vector<Problem> mProblems;
+    std::vector<SourceText> mTexts;
+    std::vector<SourceProblem> mProblems;
     // The values of each macro that is defined as literals.
     std::unordered_map<std::string, std::vector<Parts>> mMacros;
 };
