@@ -32,6 +32,16 @@
 #   DESTINATION   folder to which the dictionaries and the English texts are installed; without
 #                 it they are not installed
 
+# In a build of STRICT texts, this file is run as a script that compares the English texts.
+if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files --ignore-eol ${OLD} ${NEW}
+    RESULT_VARIABLE result)
+  if(result)
+    message(FATAL_ERROR "${OLD} is not the English text of the sources; build the target ${UPDATE}")
+  endif()
+  return()
+endif()
+
 function(u_add_texts target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT;WITH_LIBRARY" "ENGLISH;OUTPUT;DESTINATION"
     "LANGUAGES;LOCALES;SOURCES;TABLES;DEFINES;EXCLUDE;EXCLUDE_KEYS")
@@ -105,8 +115,8 @@ function(u_add_texts target)
   set(strict)
   if(arg_STRICT)
     set(strict --strict)
-    set(compare COMMAND ${CMAKE_COMMAND} -E compare_files --ignore-eol ${old_english}
-      ${plain_english})
+    set(compare COMMAND ${CMAKE_COMMAND} -D OLD=${old_english} -D NEW=${plain_english}
+      -D UPDATE=${target}_texts_update -P ${CMAKE_CURRENT_FUNCTION_LIST_FILE})
   endif()
   set(checked ${work}/checked)
   add_custom_command(OUTPUT ${checked}
@@ -115,7 +125,7 @@ function(u_add_texts target)
     COMMAND ${CMAKE_COMMAND} -E touch ${checked}
     DEPENDS ${english} ${plain_english} ${translations} $<$<BOOL:${strict}>:${old_english}>
       $<TARGET_FILE:${tool}>
-    COMMENT "Checking the translations of ${target} (${target}_texts_update brings them up to date)"
+    COMMENT "Checking the translations of ${target}"
     VERBATIM)
 
   set(dictionaries)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <string_view>
 
 #include "extract/literal.h"
 
@@ -89,10 +90,12 @@ void SourceReader::Take()
 {
     if (mToken.mKind == Token::kComment)
         return TakeComment();
-    mComments.Pass(mToken);
+    const bool isWord = mToken.mKind == Token::kIdentifier;
+    if (isWord || mToken.mKind == Token::kString)
+        mComments.Pass(mToken);
     if (mToken.mKind == Token::kString)
         return TakeString();
-    if (mToken.mKind == Token::kIdentifier && TakeWord())
+    if (isWord && TakeWord())
         return;
     const bool isSign = mToken.Is('@') && mLexer.IsNext('"'); // of a literal of Objective-C
     if (isSign || (mDefinition.mHasParameters && mRun.mIsOpen && mToken.Is('#')))
@@ -101,6 +104,9 @@ void SourceReader::Take()
     const bool hadText = mRun.mIsOpen && !mRun.mIsForeign;
     const SourcePlace place = mRun.mPlace;
     EndRun();
+    // A semicolon ends the comment of the text before it.
+    if (!isWord)
+        mComments.Pass(mToken);
     const bool isDirective =
         mToken.mKind == Token::kDefine || mToken.mKind == Token::kOtherDirective;
     if (isDirective && hadText)
@@ -138,7 +144,11 @@ void SourceReader::TakeString()
 {
     if (mIsCut && !mDefinition.mIsOpen)
     {
-        Complain(mCutPlace, "a preprocessor directive divides the literal", true);
+        const std::string_view body(mToken.mBody,
+                                    static_cast<std::size_t>(mToken.mBodyEnd - mToken.mBody));
+        // Between #if and #else, there may be a text of its own.
+        if (body.substr(0, kPrefix.size()) != kPrefix)
+            Complain(mCutPlace, "a preprocessor directive divides the literal", true);
         mIsCut = false;
     }
     const char first = mToken.mBody == mToken.mBodyEnd ? '$' : *mToken.mBody;
