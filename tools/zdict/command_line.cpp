@@ -41,6 +41,11 @@ const Row kRows[] = {
      "notations, so that compile makes the same texts of it. Content that a text\n"
      "can't carry is refused.\n",
      MakeDump},
+    {"extract", "collect the texts of source code",
+     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/, and\n"
+     "writes them as a text, in the order of their keys. Folders are walked. Two\n"
+     "English texts of one key are an error.\n",
+     MakeExtract},
     {"get", "print the text of a key",
      "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
      "be a literal of the source code, as $$$/a/b=text.\n",
@@ -70,6 +75,11 @@ const Row kRows[] = {
      "translated, outdated (fuzzy, or made of an older English text), untranslated and\n"
      "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
      MakeStatus},
+    {"update", "bring a translation up to date with new English texts",
+     "Writes the translation TEXT again. Texts whose English text has changed are marked\n"
+     "as fuzzy, with the old English text in their notes, and texts of keys that English\n"
+     "lacks are left out. All other lines stay as they are. Changes are reported.\n",
+     MakeUpdate},
 };
 
 bool IsOption(const std::string& argument)

@@ -30,6 +30,7 @@ private:
 
 const int kStdin = 0;
 const int kStdout = 1;
+const int kStderr = 2;
 
 // A file descriptor that is closed at the end of its scope.
 class Descriptor

@@ -115,13 +115,24 @@ const char* KeyProblem(const std::string& key)
     return nullptr;
 }
 
-void AppendLine(const std::string& key, const hollin::ZString& text, Units* line)
+void AppendText(const hollin::ZString& text, Units* line)
 {
-    AppendASCII("\"$$$" + key + "=", line);
     const std::uint16_t* const end = text.Data() + text.Length();
     for (const std::uint16_t* units = text.Data(); units != end;)
         units += AppendCharacter(units, end, line);
+}
+
+void AppendLine(const std::string& key, const hollin::ZString& text, Units* line)
+{
+    AppendASCII("\"$$$" + key + "=", line);
+    AppendText(text, line);
     AppendASCII("\"\n", line);
+}
+
+hollin::ZString FromUTF8(const std::string& bytes)
+{
+    const std::uint32_t encoding = hollin::kEncodingUTF8;
+    return hollin::ZString(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &encoding);
 }
 
 std::string ToUTF8(const hollin::ZString& text)

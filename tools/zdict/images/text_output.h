@@ -23,6 +23,12 @@ const char* KeyProblem(const std::string& key);
 // REQUIRES: KeyProblem(key) is null.
 void AppendLine(const std::string& key, const hollin::ZString& text, Units* line);
 
+// Appends the text of such a line.
+void AppendText(const hollin::ZString& text, Units* line);
+
+// REQUIRES: the bytes are UTF-8.
+hollin::ZString FromUTF8(const std::string& bytes);
+
 // Half a pair of surrogates becomes U+FFFD.
 std::string ToUTF8(const hollin::ZString& text);
 

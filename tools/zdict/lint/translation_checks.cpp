@@ -389,7 +389,8 @@ bool TextPair::IsOutdated(std::string* oldEnglish) const
 
 bool TextPair::IsUntranslated() const
 {
-    return Translation() == English() && HasWord(English());
+    return Translation() == English() && HasWord(English()) &&
+           !NoteOf(mTranslation).HasFlag(kSameFlag);
 }
 
 void LintTranslation(const LintedFile& english, const LintedFile& translation, Findings* findings)
