@@ -10,6 +10,7 @@
 #include <hollin/Dictionary.h>
 
 #include "images/entries.h"
+#include "lint/warnings.h"
 
 namespace
 {
@@ -115,6 +116,8 @@ Status AddFile(const std::string& name, const BuildOptions& options, Inputs inpu
         const hollin::ImageReport report = CheckFile(file, options.mCodePage);
         if (inputs == Inputs::kTexts && report.mForm == hollin::ImageReport::kBinary)
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
+        if (IsText(file, report))
+            WarnAboutText(file, options.mCodePage);
         // An empty file is a text without entries, as an empty image is dumped.
         const Entries entries =
             file.mBytes.empty() ? Entries() : ReadEntries(file, report, options.mCodePage);
