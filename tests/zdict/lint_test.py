@@ -33,7 +33,7 @@ LINES = [
     ('  "$$$/a=Text"  ', []),
     ('"$$$/a=sagt \\"ja\\""', []),
     ('"$$$/a=Text" // Bemerkung', [(14, "text-behind-quote")]),
-    ('"$$$/a=sagt "ja" dazu"', [(13, "text-behind-quote")]),
+    ('"$$$/a=sagt "ja" dazu"', [(14, "text-behind-quote")]),
     ('Menü: "$$$/a=Text"', [(1, "text-before-quote")]),
     ('/a="Text"', [(1, "text-before-quote"), (5, "no-equals")]),
     ('"$$$/a=Text', [(1, "unclosed-entry")]),
@@ -59,8 +59,7 @@ LINES = [
     ('"$$$/a=#{mdash"', [(8, "unknown-character")]),
     ('"$$$/a=#1 {x} #"', []),
     # Markers
-    ('"$$$/a=A{{*MSWindows*}}B {{*CopyYear*}}{{*COMMENT*}}{{*free*}} ^x', [(1, "unclosed-entry"),
-                                                                         (63, "unknown-notation")]),
+    ('"$$$/a=A{{*MSWindows*}}B {{*CopyYear*}}{{*COMMENT*}}{{*free*}} ^x C:\\d"', []),
     ('"$$$/a=A{{*COMENT*}}B"', [(9, "unknown-marker")]),
     ('"$$$/a=A{{*Comment*}}B"', [(9, "unknown-marker")]),
     ('"$$$/a=A{{COMMENT}}B"', [(9, "unknown-marker")]),
@@ -162,7 +161,7 @@ class Lines(LintCase):
                                           ("\ufeff\n", "\n", "utf-16-be")):
                     number = 1 + head.count("\n") + 2 * head.count("\r\r")
                     found = self.lint((head + line + end).encode(coding), "--no-check",
-                                      "not-a-text-form")
+                                      "not-a-text-form", name="text")
                     self.assertEqual(sorted(found),
                                      sorted((number, column, check) for column, check in expected))
 

@@ -11,7 +11,7 @@ TEXTS = [
     ("a", ["[à~]"]),
     ("^^1 of ^^2, ^^L3, ^^F4@2.1zs@ s", ["[^^1 ", " ^^2,", " ^^L3,", " ^^F4@2.1zs@ "]),
     ("@0 and @1", ["[@0 ", " @1 "]),
-    ("%d bytes for %-5.2s %% 5%", ["[%d ", " %-5.2s ", " %% ", " 5% "]),
+    ("%d bytes for %-5.2s %% s", ["[%d ", " %-5.2s ", " %% š "]),
     ("#{copy} {{*CopyYear*}} #{rsquo}s ^C \\\"x\\\"", ["[#{copy} {{*CopyYear*}} #{rsquo}š ^C \\\"ẋ"]),
     ("Mac{{*MSWindows*}}Windows{{*COMMENT*}}#. A note: ^1",
      ["=[Ṁàç~]{{*MSWindows*}}[Ŵîñđöŵš öñ]{{*COMMENT*}}#. A note: ^1\""]),
@@ -25,7 +25,7 @@ TEXTS = [
     ("https://u.example/", ["=[https://u.example/"]),
     ("Ärger #{hellip} ^x", ["[Äŕĝéŕ #{"]),
     ("Open{{*COMMENT*}}max-length: 7", ["=[Öþéñ]{{"]),
-    ("Open{{*COMMENT*}}max-length: 5", ["=Öþéñ{{"]),
+    ("Shut{{*COMMENT*}}max-length: 5", ["=Šĥûţ{{"]),
 ]
 
 

@@ -8,6 +8,7 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "images/entries.h"
+#include "images/load.h"
 #include "lint/line_checks.h"
 #include "lint/report.h"
 
@@ -61,8 +62,9 @@ Status CheckOne(const std::string& name, CodePage codePage)
     try
     {
         const InputFile file = ReadFile(name);
-        const hollin::ImageReport report = CheckFile(file, codePage);
-        return IsText(file, report) ? CheckText(file, codePage) : CheckImageFile(file, report);
+        if (IsText(file, FormOf(file, codePage)))
+            return CheckText(file, codePage);
+        return CheckImageFile(file, CheckFile(file, codePage));
     }
     catch (const Failure& failure)
     {
