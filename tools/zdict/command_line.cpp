@@ -61,10 +61,20 @@ const Row kRows[] = {
      "version 2.7 of them. If several files have a key, the text of the last one\n"
      "counts, and the last comment that there is. The last locale counts too.\n",
      MakeMerge},
+    {"pseudo", "make texts of a pseudo-locale",
+     "Writes the English texts with accents, a third longer and in brackets, so that\n"
+     "a program shows which texts it doesn't look up, cuts or can't display. Places,\n"
+     "notations, markers, notes, addresses and options of command lines are kept.\n",
+     MakePseudo},
     {"stats", "print figures of a file",
      "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
      "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
      MakeStats},
+    {"status", "print how much of the texts is translated",
+     "Prints a row for each translation: how many of the English texts are\n"
+     "translated, outdated (fuzzy, or made of an older English text), untranslated and\n"
+     "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
+     MakeStatus},
     {"update", "bring a translation up to date with new English texts",
      "Writes the translation TEXT again. Texts whose English text has changed are marked\n"
      "as fuzzy, with the old English text in their notes, and texts of keys that English\n"

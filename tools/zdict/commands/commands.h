@@ -14,7 +14,9 @@ std::unique_ptr<Command> MakeExtract();
 std::unique_ptr<Command> MakeGet();
 std::unique_ptr<Command> MakeLint();
 std::unique_ptr<Command> MakeMerge();
+std::unique_ptr<Command> MakePseudo();
 std::unique_ptr<Command> MakeStats();
+std::unique_ptr<Command> MakeStatus();
 std::unique_ptr<Command> MakeUpdate();
 
 #endif

@@ -30,7 +30,7 @@ const CheckInfo kChecks[] = {
     {LintCheck::kKeyQuote, "key-quote", kWarning, false, "the key has a quote"},
     {LintCheck::kKeyLength, "key-length", kError, false,
      "the key is longer than an image can hold"},
-    {LintCheck::kDuplicateKey, "duplicate-key", kError, false,
+    {LintCheck::kDuplicateKey, "duplicate-key", kWarning, false,
      "an earlier line has the key; the later text counts"},
     {LintCheck::kUnknownNotation, "unknown-notation", kWarning, false,
      "^x or \\x that is no notation and stays in the text"},

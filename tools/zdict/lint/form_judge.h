@@ -14,6 +14,7 @@ class FormJudge
 {
 public:
     void Add(const RawLine& line);
+    void AddFit(std::size_t lines) { mLines += lines; } // that fit
 
     // Returns the other form that the file seems to have, as a clause, or an empty text if the
     // file has the text form.

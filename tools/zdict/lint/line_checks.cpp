@@ -181,6 +181,8 @@ bool LineChecker::CheckKey()
 
 void LineChecker::CheckDuplicate()
 {
+    if (!mFindings->Wants(LintCheck::kDuplicateKey))
+        return;
     const auto [earlier, isNew] = mKeyLines.emplace(mLine->Key(), mLine->mNumber);
     if (isNew)
         return;
@@ -356,8 +358,15 @@ void LintFile(const InputFile& file, CodePage codePage, const LintOptions& optio
     FormJudge judge;
     const std::size_t first = findings->All().size();
     std::uint64_t lastLine = 0;
-    for (RawLine line; scanner.Next(&line);)
+    const bool mayFindInPlainLines = lines || findings->Wants(LintCheck::kDuplicateKey) ||
+                                     options.mLongest || options.mTargetCodePage;
+    RawLine line;
+    while (true)
     {
+        if (!mayFindInPlainLines)
+            judge.AddFit(scanner.SkipPlainLines());
+        if (!scanner.Next(&line))
+            break;
         lastLine = line.mNumber;
         judge.Add(line);
         const bool isUsed = checker.CheckLine(line);

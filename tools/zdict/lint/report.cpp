@@ -49,10 +49,14 @@ std::string AsJSON(const Finding& finding)
 
 std::string LineOf(const Finding& finding)
 {
-    const CheckInfo& info = InfoOf(finding.mCheck);
+    return LineOf(finding, InfoOf(finding.mCheck).mSeverity);
+}
+
+std::string LineOf(const Finding& finding, Severity severity)
+{
     const std::string line = finding.mFile + ":" + std::to_string(finding.mLine) + ":" +
-                             std::to_string(finding.mColumn) + ": " + WordOf(info.mSeverity) +
-                             ": " + finding.mMessage + " [" + info.mName + "]";
+                             std::to_string(finding.mColumn) + ": " + WordOf(severity) + ": " +
+                             finding.mMessage + " [" + InfoOf(finding.mCheck).mName + "]";
     return platform::Printable(line);
 }
 

@@ -10,6 +10,7 @@
 
 // Returns the finding as editors read it: file:line:column: severity: message [name].
 std::string LineOf(const Finding& finding);
+std::string LineOf(const Finding& finding, Severity severity);
 
 // Returns a line for each finding, and a line with their counts.
 std::string AsText(const Findings& findings, std::size_t files);

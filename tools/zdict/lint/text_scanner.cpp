@@ -1,10 +1,13 @@
 #include "lint/text_scanner.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include <platform/base/code_units.h>
 #include <win32/text.h>
+
+#include "lint/plain_line.h"
 
 namespace
 {
@@ -174,6 +177,29 @@ bool TextScanner::ReadBytes(RawLine* line, char16_t* ender)
     }
     mCursor = end == mEnd ? end : end + 1;
     return true;
+}
+
+std::size_t TextScanner::SkipPlainLines()
+{
+    std::size_t count = 0;
+    while (mUnitSize == 1 && mCursor != mEnd)
+    {
+        const auto* const end = static_cast<const unsigned char*>(
+            std::memchr(mCursor, '\n', static_cast<std::size_t>(mEnd - mCursor)));
+        if (!end)
+            break;
+        const auto size = static_cast<std::size_t>(end - mCursor);
+        const bool hasReturn = size && end[-1] == '\r';
+        const std::string_view line(reinterpret_cast<const char*>(mCursor),
+                                    size - (hasReturn ? 1 : 0));
+        if (!IsPlainLine(line))
+            break;
+        mCursor = end + 1;
+        mLastEnder = '\n';
+        ++mLine;
+        ++count;
+    }
+    return count;
 }
 
 void TextScanner::Convert(const unsigned char* bytes, std::size_t size, RawLine* line)

@@ -61,6 +61,11 @@ public:
     // the text, and at a line that begins with a NUL, which ends the text.
     bool Next(RawLine* line);
 
+    // Skips the lines up to the next one in which a check of lines may find anything: in the
+    // others, quotes enclose a key after "$$$" and a text without notations and markers. Returns
+    // the count of skipped lines. Such a line of a text in UTF-16 is not skipped.
+    std::size_t SkipPlainLines();
+
     // The line and the column of the first NUL that was read; 0 if there was none.
     std::uint64_t NulLine() const { return mNulLine; }
     std::uint64_t NulColumn() const { return mNulColumn; }
