@@ -9,7 +9,6 @@
 #include "images/text_output.h"
 
 const char* const kFuzzyFlag = "fuzzy";
-const char* const kSameFlag = "same";
 const char* const kObsoleteFlag = "obsolete";
 
 namespace

@@ -28,7 +28,6 @@
 #include <hollin/ZString.h>
 
 extern const char* const kFuzzyFlag;    // "fuzzy"
-extern const char* const kSameFlag;     // "same", of a translation that is the English text
 extern const char* const kObsoleteFlag; // "obsolete", of a key that English lacks
 
 struct Note

@@ -98,13 +98,12 @@ bool Lexer::SkipBlanks()
 const char* Lexer::EndOfName(const char* begin, std::string* name) const
 {
     const char* end = begin;
-    name->clear();
     for (;;)
     {
         const char* const part = end;
         while (ClassOf(*end) >= kDigit)
             ++end;
-        name->append(part, end);
+        name->append(part, static_cast<std::size_t>(end - part));
         const char* const next = SkipContinuations(end);
         if (next == end || ClassOf(*next) < kDigit)
             return end;

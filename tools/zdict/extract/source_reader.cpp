@@ -101,21 +101,19 @@ void SourceReader::Take()
     if (isSign || (mDefinition.mHasParameters && mRun.mIsOpen && mToken.Is('#')))
         return; // the next token decides
 
-    const bool hadText = mRun.mIsOpen && !mRun.mIsForeign;
-    const SourcePlace place = mRun.mPlace;
+    const bool isDirective =
+        mToken.mKind == Token::kDefine || mToken.mKind == Token::kOtherDirective;
+    if (isDirective && mRun.mIsOpen && !mRun.mIsForeign)
+    {
+        mIsCut = true;
+        mCutPlace = mRun.mPlace;
+    }
+    else if (!isDirective && !mDefinition.mIsOpen)
+        mIsCut = false;
     EndRun();
     // A semicolon ends the comment of the text before it.
     if (!isWord)
         mComments.Pass(mToken);
-    const bool isDirective =
-        mToken.mKind == Token::kDefine || mToken.mKind == Token::kOtherDirective;
-    if (isDirective && hadText)
-    {
-        mIsCut = true;
-        mCutPlace = place;
-    }
-    else if (!isDirective && !mDefinition.mIsOpen)
-        mIsCut = false;
 
     if (mToken.mKind == Token::kDefine)
         TakeDefinition();

@@ -393,8 +393,7 @@ bool TextPair::IsOutdated(std::string* oldEnglish) const
 
 bool TextPair::IsUntranslated() const
 {
-    return Translation() == English() && HasWord(English()) &&
-           !NoteOf(mTranslation).HasFlag(kSameFlag);
+    return Translation() == English() && HasWord(English());
 }
 
 void LintTranslation(const LintedFile& english, const LintedFile& translation, Findings* findings)
