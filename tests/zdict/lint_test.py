@@ -6,7 +6,7 @@ import re
 import subprocess
 import unittest
 
-from program import ZDICT, Case
+from program import IMAGE, ZDICT, Case
 
 FINDING = re.compile(r"(.*?):(\d+):(\d+): (error|warning): (.*) \[([a-z-]+)\]")
 
@@ -283,6 +283,8 @@ class Options(LintCase):
                 ('"$$$/a=12345{{*COMMENT*}}max-length: 5"', ["--max-length", "4"], 0)]:
             self.lint(text, *options, status=status)
         self.run_tool("lint", status=2)
+        result = self.run_tool("lint", self.file("image", IMAGE[False]), status=2)
+        self.assertIn("image: it is an image, not a text", result.err)
         self.run_tool("lint", self.path("none"), self.file("bad", '"$$$/a=^1 ^1"'), status=2)
 
     def test_json_has_the_findings_and_a_summary(self):

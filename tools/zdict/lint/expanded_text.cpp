@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <hollin/Markers.h>
 #include <hollin_private/Expansion.h>
 
 namespace
@@ -34,11 +35,6 @@ bool BeginsPlace(std::u16string_view text)
     return hasLetter ? text.size() > 2 && IsDigit(text[2]) : IsDigit(text[1]);
 }
 } // namespace
-
-const std::u16string_view kWindowsMarker = u"{{*MSWindows*}}";
-const std::u16string_view kCommentMarker = u"{{*COMMENT*}}";
-const std::u16string_view kYearMarker = u"{{*CopyYear*}}";
-const std::u16string_view kMarkers[] = {kWindowsMarker, kCommentMarker, kYearMarker};
 
 void ExpandedText::Set(const RawLine& line)
 {
@@ -120,18 +116,13 @@ void ExpandedText::ExpandCharacters(const RawLine& line)
 
 TextParts::TextParts(std::u16string_view text) : mShownEnd(text.size())
 {
-    const std::size_t opening = text.find(u"{{*");
-    if (opening == kNone)
+    if (!hollin::MayHoldMarker(text))
         return;
-    const std::size_t windows = text.find(kWindowsMarker, opening);
-    if (windows != kNone)
-    {
-        mVariantEnd = windows;
-        mShown = windows + kWindowsMarker.size();
-    }
-    const std::size_t comment = text.find(kCommentMarker, mShown);
+    mShown = hollin::BeginOfVariant(text);
+    mVariantEnd = mShown ? mShown - hollin::kMSWindowsMarker.size() : 0;
+    const std::size_t comment = hollin::FindComment(text);
     if (comment == kNone)
         return;
     mShownEnd = comment;
-    mNote = comment + kCommentMarker.size();
+    mNote = comment + hollin::kCommentMarker.size();
 }

@@ -59,9 +59,4 @@ struct TextParts
     std::size_t mNote = std::u16string::npos; // after {{*COMMENT*}}
 };
 
-extern const std::u16string_view kMarkers[3]; // the whole markers
-extern const std::u16string_view kWindowsMarker;
-extern const std::u16string_view kCommentMarker;
-extern const std::u16string_view kYearMarker;
-
 #endif

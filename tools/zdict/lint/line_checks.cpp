@@ -3,10 +3,12 @@
 #include <algorithm>
 
 #include <hollin/Limits.h>
+#include <hollin/Markers.h>
 #include <platform/base/code_units.h>
 #include <platform/control.h>
 #include <win32/text.h>
 
+#include "images/load.h"
 #include "images/text_input.h"
 #include "lint/form_judge.h"
 #include "lint/places.h"
@@ -47,9 +49,12 @@ bool LooksLikeMarker(std::u16string_view text)
 
 bool BeginsWithMarker(std::u16string_view text)
 {
-    return std::any_of(std::begin(kMarkers), std::end(kMarkers), [&](std::u16string_view marker) {
-        return text.substr(0, marker.size()) == marker;
-    });
+    const auto isHead = [&](std::string_view marker) {
+        return text.size() >= marker.size() &&
+               std::equal(marker.begin(), marker.end(), text.begin());
+    };
+    return isHead(hollin::kMSWindowsMarker) || isHead(hollin::kCommentMarker) ||
+           isHead(hollin::kCopyYearMarker);
 }
 
 // Checks the lines of one file.
@@ -256,7 +261,7 @@ void LineChecker::CheckMarkers(const TextParts& parts)
         at = isMarker || isMisspelt ? std::max(rest.find_first_not_of(u'{') + at, at + 1) : at + 1;
     }
     // Look-ups apply the marker of a platform before that of a note.
-    const std::size_t comment = text.find(kCommentMarker);
+    const std::size_t comment = hollin::FindMarker(text, hollin::kCommentMarker, 0);
     if (comment < parts.mVariantEnd)
         AddInText(LintCheck::kMarkerOrder, parts.mVariantEnd,
                   "{{*MSWindows*}} in the note drops the text before it");
@@ -354,6 +359,8 @@ void Keep(RawLine line, LintedFile* lines)
 void LintFile(const InputFile& file, CodePage codePage, const LintOptions& options,
               Findings* findings, LintedFile* lines)
 {
+    if (FormOf(file, codePage).mForm == hollin::ImageReport::kBinary)
+        throw Failure{kUnusable, file.mName, "it is an image, not a text (see dump)"};
     const TextBytes text(file, codePage);
     platform::SetActiveCodePage(text.mCodePage);
     TextScanner scanner(text.mBytes, text.mSize);

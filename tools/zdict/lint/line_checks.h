@@ -32,6 +32,8 @@ struct LintedFile
 
 // Checks a file of the text form. `lines` may be null; else it is filled in with the lines that
 // loads use.
+//
+// Throws: Failure for an image.
 void LintFile(const InputFile& file, CodePage codePage, const LintOptions& options,
               Findings* findings, LintedFile* lines);
 

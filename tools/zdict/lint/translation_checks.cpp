@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include <hollin/Markers.h>
+
 #include "lint/places.h"
 #include "lint/text_notes.h"
 #include "lint/units.h"
@@ -259,7 +261,10 @@ void PairChecker::CheckFields()
 
 void PairChecker::CheckMarkers()
 {
-    if (mEnglish.find(kYearMarker) != kNone && mText.find(kYearMarker) == kNone)
+    const auto hasYear = [](std::u16string_view text) {
+        return hollin::FindMarker(text, hollin::kCopyYearMarker, 0) != kNone;
+    };
+    if (hasYear(mEnglish) && !hasYear(mText))
         Add(LintCheck::kMarkerLost, 0, "{{*CopyYear*}} of the English text is missing");
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include <hollin/Markers.h>
+
 #include "lint/expanded_text.h"
 #include "lint/places.h"
 #include "lint/text_notes.h"
@@ -51,9 +53,10 @@ public:
         MarkOptions();
         Mark(text.find(u" \b"), kNone, Use::kKept);
         MarkPlaces();
-        for (std::size_t at = text.find(kYearMarker); at != kNone;
-             at = text.find(kYearMarker, at + 1))
-            Mark(at, at + kYearMarker.size(), Use::kPlace);
+        const std::string_view year = hollin::kCopyYearMarker;
+        for (std::size_t at = hollin::FindMarker(text, year, 0); at != kNone;
+             at = hollin::FindMarker(text, year, at + 1))
+            Mark(at, at + year.size(), Use::kPlace);
     }
 
     Use Of(std::size_t unit) const { return mUses[unit]; }
