@@ -41,10 +41,19 @@ const Row kRows[] = {
      "notations, so that compile makes the same texts of it. Content that a text\n"
      "can't carry is refused.\n",
      MakeDump},
+    {"export", "make a file for translators' tools",
+     "Writes English texts and their translation as PO, as a template of PO, or as\n"
+     "XLIFF 1.2 or 2.0. A key is the context of its text. Without FILE, nothing is\n"
+     "translated yet.\n",
+     MakeExport},
     {"get", "print the text of a key",
      "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
      "be a literal of the source code, as $$$/a/b=text.\n",
      MakeGet},
+    {"import", "make a text of a file of translators' tools",
+     "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
+     "translator marked as fuzzy, and what is obsolete, is left out.\n",
+     MakeImport},
     {"merge", "make one image of images and texts",
      "Loads images of any version, and texts, in order, and makes one image of\n"
      "version 2.7 of them. If several files have a key, the text of the last one\n"
