@@ -112,7 +112,10 @@ public:
         : mFile(file), mOptions(options), mHasEnglish(!english.empty())
     {
         for (const Entry& entry : english)
-            mKeys[ToExchange(SplitNote(entry.mText).mText)].push_back(entry.mKey);
+        {
+            mKeys.insert(entry.mKey);
+            mKeysByText[ToExchange(SplitNote(entry.mText).mText)].push_back(entry.mKey);
+        }
     }
 
     void Add(const CatalogueEntry& entry)
@@ -152,8 +155,13 @@ private:
 
     std::vector<std::string> KeysOf(const CatalogueEntry& entry)
     {
-        const auto keys = mKeys.find(entry.mEnglish);
-        if (keys != mKeys.end())
+        for (const std::string& reference : entry.mNote.mReferences)
+        {
+            if (mKeys.count(reference))
+                return {reference};
+        }
+        const auto keys = mKeysByText.find(entry.mEnglish);
+        if (keys != mKeysByText.end())
             return keys->second;
         Fail(entry, mHasEnglish
                         ? "the key is missing, and no English text is " + Quoted(entry.mEnglish)
@@ -216,8 +224,9 @@ private:
     const std::string mFile;
     const TakeOptions mOptions;
     const bool mHasEnglish;
-    std::unordered_map<std::string, std::vector<std::string>> mKeys; // by English text
-    std::unordered_map<std::string, Place> mPlaces;                  // by key
+    std::unordered_set<std::string> mKeys; // of the English texts
+    std::unordered_map<std::string, std::vector<std::string>> mKeysByText;
+    std::unordered_map<std::string, Place> mPlaces; // by key
     Entries mEntries;
     std::size_t mFaults = 0;
     std::size_t mFuzzy = 0;
@@ -264,6 +273,8 @@ Catalogue MakeCatalogue(const Entries& english, const std::string& englishFile,
 Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,
                          const Entries& english, const TakeOptions& options)
 {
+    if (catalogue.mEntries.empty())
+        throw Failure{kFaulty, file, "it has no entries"};
     Taker taker(file, english, options);
     // Of a key that is obsolete and in use, the one in use counts.
     for (const bool isObsolete : {false, true})

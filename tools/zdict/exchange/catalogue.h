@@ -59,7 +59,8 @@ struct TakeOptions
 // Returns the translations of a catalogue as texts. Each fault is reported with its place, and the
 // counts of translations that are left out.
 //
-// An entry without a key gets the keys of `english` that have its English text.
+// An entry without a key gets the key of `english` that is one of its references, where some
+// tools put it, or all keys that have its English text.
 //
 // Throws: Failure for a catalogue with faults.
 Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,

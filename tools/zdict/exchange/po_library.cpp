@@ -48,12 +48,13 @@ void OnProblem(int severity, po_message_t, const char* file, std::size_t line, s
     StopIfFatal(severity);
 }
 
-void OnProblemOfTwo(int severity, po_message_t, const char* file1, std::size_t line1,
-                    std::size_t column1, int, const char* text1, po_message_t, const char*,
-                    std::size_t line2, std::size_t, int, const char* text2)
+// The library names no place of the second message.
+void OnProblemOfTwo(int severity, po_message_t, const char* file, std::size_t line,
+                    std::size_t column, int, const char* text, po_message_t second, const char*,
+                    std::size_t, std::size_t, int, const char*)
 {
-    AddProblem(severity, file1, line1, column1,
-               OneLine(text1) + " (" + OneLine(text2) + ", line " + std::to_string(line2) + ")");
+    const char* const key = second ? po_message_msgctxt(second) : nullptr;
+    AddProblem(severity, file, line, column, OneLine(text) + (key ? " of " + Quoted(key) : ""));
     StopIfFatal(severity);
 }
 

@@ -150,9 +150,11 @@ private:
             po_message_set_prev_msgid(message, note.mOldEnglish->c_str());
     }
 
-    // Returns whether msgfmt accepts the translation in a message with the flag.
+    // Returns whether msgfmt accepts the translation, if there is one, in a message with the flag.
     bool HasSoundFields(const CatalogueEntry& entry)
     {
+        if (entry.mTranslation.empty() || mForm == POForm::kTemplate)
+            return true;
         const po_message_t message = po_message_create();
         po_message_insert(mTriedIterator.get(), message); // which frees it
         po_message_set_msgid(message, entry.mEnglish.c_str());
