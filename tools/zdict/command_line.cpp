@@ -41,6 +41,11 @@ const Row kRows[] = {
      "notations, so that compile makes the same texts of it. Content that a text\n"
      "can't carry is refused.\n",
      MakeDump},
+    {"export", "make a file for translators' tools",
+     "Writes English texts and their translation as PO, as a template of PO, or as\n"
+     "XLIFF 1.2 or 2.0. A key is the context of its text. Without FILE, nothing is\n"
+     "translated yet.\n",
+     MakeExport},
     {"extract", "collect the texts of source code",
      "Collects the literals of C, C++ and Objective-C sources that begin with $$$/, and\n"
      "writes them as a text, in the order of their keys. Folders are walked. Two\n"
@@ -50,6 +55,10 @@ const Row kRows[] = {
      "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
      "be a literal of the source code, as $$$/a/b=text.\n",
      MakeGet},
+    {"import", "make a text of a file of translators' tools",
+     "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
+     "translator marked as fuzzy, and what is obsolete, is left out.\n",
+     MakeImport},
     {"lint", "find mistakes in translators' texts",
      "Checks texts, and compares them with the English ones if --english names them.\n"
      "Prints a line for each finding, as file:line:column: severity: message [check].\n"

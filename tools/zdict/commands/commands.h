@@ -10,8 +10,10 @@
 std::unique_ptr<Command> MakeCheck();
 std::unique_ptr<Command> MakeCompile();
 std::unique_ptr<Command> MakeDump();
+std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeExtract();
 std::unique_ptr<Command> MakeGet();
+std::unique_ptr<Command> MakeImport();
 std::unique_ptr<Command> MakeLint();
 std::unique_ptr<Command> MakeMerge();
 std::unique_ptr<Command> MakePseudo();

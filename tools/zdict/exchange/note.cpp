@@ -89,11 +89,8 @@ std::string FormatReference(const std::string& reference)
 {
     if (reference.find_first_of(kBlanks) == std::string::npos)
         return reference;
-    const std::size_t digits = reference.find_last_not_of("0123456789");
-    const bool hasLine =
-        digits != std::string::npos && reference[digits] == ':' && digits + 1 < reference.size();
-    const std::size_t end = hasLine ? digits : reference.size();
-    return kOpen + reference.substr(0, end) + kClose + reference.substr(end);
+    const Reference parts = SplitReference(reference);
+    return kOpen + parts.mFile + kClose + (parts.mLine.empty() ? "" : ":" + parts.mLine);
 }
 
 void AddFlags(const std::string& line, Note* note)
@@ -173,6 +170,15 @@ bool operator==(const Note& left, const Note& right)
     return left.mReferences == right.mReferences && left.mExtracted == right.mExtracted &&
            left.mFlags == right.mFlags && left.mOldEnglish == right.mOldEnglish &&
            left.mTranslator == right.mTranslator;
+}
+
+Reference SplitReference(const std::string& reference)
+{
+    const std::size_t colon = reference.find_last_not_of("0123456789");
+    const bool hasLine =
+        colon != std::string::npos && reference[colon] == ':' && colon + 1 < reference.size();
+    return {reference.substr(0, hasLine ? colon : reference.size()),
+            hasLine ? reference.substr(colon + 1) : std::string()};
 }
 
 Note ParseNote(const std::string& comment)
