@@ -128,7 +128,7 @@ class RoundTrip(Exchange):
         xliff = self.exported("xliff1", self.english, self.german)
         lost = re.sub(rb' resname="[^"]*"', b"", xliff)
         done = self.imported(lost, status=1)
-        self.assertIn(":5:5: the key is missing (see --english)", done.err)
+        self.assertIn(":5:4: the key is missing (see --english)", done.err)
         found = self.imported(lost, "--english", self.english).out
         self.assertEqual(found, self.imported(xliff).out)
 
