@@ -60,6 +60,10 @@ install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
   PATTERN Doxyfile EXCLUDE
   PATTERN doxygen_comments EXCLUDE)
 install(FILES tools/zdict/zdict.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+if(NOT WIN32)
+  install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()
 
 # For find_package(U).
 install(EXPORT UTargets NAMESPACE U:: DESTINATION ${package_folder})

@@ -57,9 +57,10 @@ class Exchange(Case):
         self.english = self.file("en.txt", ENGLISH.lstrip())
         self.german = self.file("de.txt", GERMAN.lstrip())
 
-    def exported(self, form, english, *translation, **more):
-        return self.run_tool("export", "--format", form, "--locale=de_DE", "--english", english,
-                             *translation, **more).out
+    def exported(self, form, english, *translation, whole=False, **more):
+        result = self.run_tool("export", "--format", form, "--locale=de_DE", "--english", english,
+                               *translation, **more)
+        return result if whole else result.out
 
     def imported(self, content, *options, **more):
         return self.run_tool("import", *options, "-", stdin=content, **more)
@@ -128,7 +129,7 @@ class RoundTrip(Exchange):
         xliff = self.exported("xliff1", self.english, self.german)
         lost = re.sub(rb' resname="[^"]*"', b"", xliff)
         done = self.imported(lost, status=1)
-        self.assertIn(":5:5: the key is missing (see --english)", done.err)
+        self.assertIn(":5:4: the key is missing (see --english)", done.err)
         found = self.imported(lost, "--english", self.english).out
         self.assertEqual(found, self.imported(xliff).out)
 
@@ -175,7 +176,8 @@ class Tools(Exchange):
     def test_msgmerge_keeps_translations_and_notes(self):
         self.export("po", "de.po", self.german)
         before = self.content("de.po")
-        self.run_program("msgmerge", "-q", "--previous", "-o", "merged.po", "de.po", self.export("pot", "en.pot"))
+        self.export("pot", "en.pot")
+        self.run_program("msgmerge", "-q", "--previous", "-o", "merged.po", "de.po", "en.pot")
         options = "--fuzzy", "--obsolete"
         self.assertEqual(self.imported(self.content("merged.po"), *options).out,
                          self.imported(before, *options).out)
@@ -190,7 +192,7 @@ class Tools(Exchange):
         self.export("po", "de.po", self.file("de.txt", sound(GERMAN)))
         self.export("xliff1", "de.xlf", self.german)
         for line in ("po2xliff de.po po.xlf", "xliff2po de.xlf xlf.po",
-                     "pofilter -t printf de.po filtered.po", "pofilter -t printf de.xlf filtered.xlf"):
+                     "pofilter -t printf de.po out.po", "pofilter -t printf de.xlf out.xlf"):
             self.assertNotIn("WARNING", self.run_program(*line.split()), line)
 
         def texts(name):
@@ -286,7 +288,7 @@ class BadXLIFF(Exchange):
              .encode("latin-1"), "ä"),
             (self.xliff(self.UNIT % "日").encode("utf-16"), "日"),
             (self.xliff(self.UNIT % "x").replace("<", "<x:").replace("<x:/", "</x:"), "x"),
-            (self.xliff(self.UNIT.replace("<trans", '<y:trans-unit xmlns:y="z"/><trans') % "x"), "x"),
+            (self.xliff('<y:trans-unit xmlns:y="z"/>' + self.UNIT % "x"), "x"),
         ]
         for content, text in rows:
             content = content if isinstance(content, bytes) else content.encode()
@@ -337,10 +339,10 @@ class BadXLIFF(Exchange):
                         "</segment>", "2.0"), '"" is no character'),
             (self.xliff(self.UNIT2 % '<segment><source>a</source><target order="2">b</target>'
                         "</segment>", "2.0"), "segments in another order"),
-            (self.xliff(self.UNIT % "b" + self.UNIT % "c"), 'the key "/a" has a translation already'),
+            (self.xliff(self.UNIT % "b" + self.UNIT % "c"), 'the key "/a" has a translation'),
             (self.xliff(self.UNIT % ("<mrk>" * 2000 + "</mrk>" * 2000)), "nested too deeply"),
             (self.xliff("<group>" * 2000 + "</group>" * 2000), "nested too deeply"),
-            (self.xliff("", start='<?xml version="1.0" encoding="x-mac"?>'), '"X-MAC" isn\'t known'),
+            (self.xliff("", start='<?xml version="1.0" encoding="mac"?>'), '"MAC" isn\'t known'),
             (self.xliff(self.UNIT % "ä").encode("latin-1"), "it isn't UTF-8"),
         ]
         for content, what in rows:
@@ -360,11 +362,8 @@ class BadXLIFF(Exchange):
     def test_a_key_that_xml_cannot_hold_is_refused(self):
         english = self.file("e", b'"$$$/a\x01b=c"\n')
         for form in "xliff1", "xliff2":
-            done = self.exported_failure(form, english)
-            self.assertIn("XML can't hold the key", done)
-
-    def exported_failure(self, form, english):
-        return self.run_tool("export", "--format", form, "--english", english, status=1).err
+            self.assertIn("XML can't hold the key",
+                          self.exported(form, english, status=1, whole=True).err)
 
 
 if __name__ == "__main__":

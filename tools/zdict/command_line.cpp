@@ -35,6 +35,10 @@ const Row kRows[] = {
      "nothing is written then. Identifiers count the keys in the order of their first\n"
      "lines.\n",
      MakeCompile},
+    {"completion", "print the completion of command lines for a shell",
+     "Prints a script for bash, which completes commands, options and names of files:\n"
+     "source <(zdict completion bash).\n",
+     MakeCompletion},
     {"dump", "make a text of an image",
      "Writes an image of any version, or a text, as a text: a line for each key, in\n"
      "the order of their bytes. Characters that a reader would change are written as\n"
@@ -47,18 +51,22 @@ const Row kRows[] = {
      "translated yet.\n",
      MakeExport},
     {"extract", "collect the texts of source code",
-     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/, and\n"
-     "writes them as a text, in the order of their keys. Folders are walked. Two\n"
+     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/,\n"
+     "and writes them as a text, in the order of their keys. Folders are walked. Two\n"
      "English texts of one key are an error.\n",
      MakeExtract},
-    {"get", "print the text of a key",
-     "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
-     "be a literal of the source code, as $$$/a/b=text.\n",
+    {"get", "print the texts of keys",
+     "Prints the text that a look-up of each KEY finds, as it is stored, in UTF-8. KEY\n"
+     "may be a literal of the source code, as $$$/a/b=text.\n",
      MakeGet},
     {"import", "make a text of a file of translators' tools",
      "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
      "translator marked as fuzzy, and what is obsolete, is left out.\n",
      MakeImport},
+    {"keys", "list the keys of files",
+     "Lists the keys of images of any version, and of texts, each once, in the order\n"
+     "of their bytes.\n",
+     MakeKeys},
     {"lint", "find mistakes in translators' texts",
      "Checks texts, and compares them with the English ones if --english names them.\n"
      "Prints a line for each finding, as file:line:column: severity: message [check].\n"
@@ -67,14 +75,19 @@ const Row kRows[] = {
      MakeLint},
     {"merge", "make one image of images and texts",
      "Loads images of any version, and texts, in order, and makes one image of\n"
-     "version 2.7 of them. If several files have a key, the text of the last one\n"
-     "counts, and the last comment that there is. The last locale counts too.\n",
+     "version 2.7 of them, with the identifiers that a program has after these loads.\n"
+     "If several files have a key, the text of the last one counts, and the last\n"
+     "comment that there is. The last locale counts too.\n",
      MakeMerge},
     {"pseudo", "make texts of a pseudo-locale",
      "Writes the English texts with accents, a third longer and in brackets, so that\n"
      "a program shows which texts it doesn't look up, cuts or can't display. Places,\n"
      "notations, markers, notes, addresses and options of command lines are kept.\n",
      MakePseudo},
+    {"remove", "make a file without some of its keys",
+     "Writes an image of version 2.7 without the keys, with the same identifiers, or a\n"
+     "text without the lines of the keys. If a key is absent, nothing is written.\n",
+     MakeRemove},
     {"stats", "print figures of a file",
      "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
      "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
@@ -85,9 +98,10 @@ const Row kRows[] = {
      "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
      MakeStatus},
     {"update", "bring a translation up to date with new English texts",
-     "Writes the translation TEXT again. Texts whose English text has changed are marked\n"
-     "as fuzzy, with the old English text in their notes, and texts of keys that English\n"
-     "lacks are left out. All other lines stay as they are. Changes are reported.\n",
+     "Writes the translation TEXT again. Texts whose English text has changed are\n"
+     "marked as fuzzy, with the old English text in their notes, and texts of keys\n"
+     "that English lacks are left out. All other lines stay as they are. Changes are\n"
+     "reported.\n",
      MakeUpdate},
 };
 
@@ -147,7 +161,8 @@ public:
     Parser() : mApp("Makes dictionary images of translators' texts, and looks into them.", "zdict")
     {
         mApp.allow_windows_style_options(false); // a key begins with a slash
-        mApp.set_help_flag("--help", "print this text");
+        mApp.set_help_flag("-h,--help", "print this text");
+        mApp.set_version_flag("--version", "zdict " ZDICT_VERSION, "print the version");
         mApp.get_formatter()->column_width(20);
         mApp.get_formatter()->label("REQUIRED", "");
         mApp.require_subcommand(0, 1);
@@ -169,10 +184,14 @@ public:
         }
         catch (const CLI::CallForHelp&)
         {
-            // CLI11 answers --help before it refuses unknown arguments.
-            if (mApp.remaining_size(true) > 0)
-                Refuse(CLI::ExtrasError(mApp.remaining(true)));
+            RefuseUnknown();
             std::fputs(mApp.help().c_str(), stdout);
+            return kFine;
+        }
+        catch (const CLI::CallForVersion& version)
+        {
+            RefuseUnknown();
+            std::printf("%s\n", version.what());
             return kFine;
         }
         catch (const CLI::ParseError& error)
@@ -205,6 +224,13 @@ private:
             throw Failure{kUnusable, std::string(),
                           "there is no command '" + arguments[1] + "' (see zdict --help)"};
         return Reversed(arguments, *commands.front());
+    }
+
+    // CLI11 answers --help and --version before it refuses unknown arguments.
+    void RefuseUnknown() const
+    {
+        if (mApp.remaining_size(true) > 0)
+            Refuse(CLI::ExtrasError(mApp.remaining(true)));
     }
 
     [[noreturn]] void Refuse(const CLI::ParseError& error) const

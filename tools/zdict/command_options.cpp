@@ -55,6 +55,17 @@ std::string WithoutMark(const std::string& operand)
     return operand.substr(1);
 }
 
+// `number` may be an optional one.
+template <class Number>
+void AddNumberTo(CLI::App* app, const char* name, const char* thing, Number* number,
+                 const char* help)
+{
+    const auto set = [number, prefix = "the " + std::string(thing)](const std::string& text) {
+        *number = ParseNumber(text, prefix + " '" + text + "' isn't a number from 0 to 4294967295");
+    };
+    AddFunction(app, name, "N", set, help);
+}
+
 CLI::Option* AddOneOperand(CLI::App* app, const char* name, std::string* value, const char* help)
 {
     const auto store = [value](const CLI::results_t& operands) {
@@ -122,10 +133,13 @@ void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& 
 void AddNumber(CLI::App* app, const char* name, const char* thing, std::uint32_t* number,
                const char* help)
 {
-    const auto set = [number, prefix = "the " + std::string(thing)](const std::string& text) {
-        *number = ParseNumber(text, prefix + " '" + text + "' isn't a number from 0 to 4294967295");
-    };
-    AddFunction(app, name, "N", set, help);
+    AddNumberTo(app, name, thing, number, help);
+}
+
+void AddNumber(CLI::App* app, const char* name, const char* thing,
+               std::optional<std::uint32_t>* number, const char* help)
+{
+    AddNumberTo(app, name, thing, number, help);
 }
 
 void AddOutput(CLI::App* app, std::string* name)

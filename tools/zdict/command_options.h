@@ -7,6 +7,7 @@
 #define ZDICT_COMMAND_OPTIONS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,8 @@ void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& 
 // An option whose value is a decimal number. `thing` is the number's name in messages, as "base".
 void AddNumber(CLI::App* app, const char* name, const char* thing, std::uint32_t* number,
                const char* help);
+void AddNumber(CLI::App* app, const char* name, const char* thing,
+               std::optional<std::uint32_t>* number, const char* help);
 
 // -o. The name is not empty.
 void AddOutput(CLI::App* app, std::string* name);

@@ -53,7 +53,7 @@ private:
     int mDescriptor;
 };
 
-// The next five functions store the reason of a failure in errno.
+// The next six functions store the reason of a failure in errno.
 
 // Returns the descriptor, or -1.
 int OpenInput(const std::string& name);
@@ -66,6 +66,9 @@ long long Read(int descriptor, void* bytes, std::size_t size);
 long long Write(int descriptor, const void* bytes, std::size_t size);
 
 bool IsTerminal(int descriptor);
+
+// Returns the bytes of a regular file, which may be closed then; null on failure.
+std::shared_ptr<const unsigned char> Map(int descriptor, std::size_t size);
 
 // Replaces a regular file at once by a new file with the same permissions, so that a failure
 // leaves the old file. Writes any other file in place.

@@ -1,6 +1,7 @@
 #include "system.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,4 +45,13 @@ long long Write(int descriptor, const void* bytes, std::size_t size)
 bool IsTerminal(int descriptor)
 {
     return isatty(descriptor) != 0;
+}
+
+std::shared_ptr<const unsigned char> Map(int descriptor, std::size_t size)
+{
+    void* const bytes = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+    if (bytes == MAP_FAILED)
+        return nullptr;
+    return {static_cast<const unsigned char*>(bytes),
+            [bytes, size](const unsigned char*) { munmap(bytes, size); }};
 }

@@ -8,13 +8,13 @@
 
 inline void AddBuildOptions(CLI::App* app, BuildOptions* options)
 {
-    AddCodePage(app, &options->mCodePage);
+    AddCodePage(app, &options->mLoad.mCodePage);
     AddOutput(app, &options->mOutput);
-    AddLocale(app, &options->mLocale, "the locale that the image names, as de_DE");
+    AddLocale(app, &options->mForm.mLocale, "the locale that the image names, as de_DE");
     AddNumber(app, "--base", "base", &options->mBase,
               "first identifier, if it continues another image (0)");
-    AddFlag(app, "--big-endian", &options->mBigEndian, "write a big-endian image");
-    AddFlag(app, "--no-keys", &options->mNoKeys,
+    AddFlag(app, "--big-endian", &options->mForm.mBigEndian, "write a big-endian image");
+    AddFlag(app, "--no-keys", &options->mForm.mNoKeys,
             "leave keys out: texts are found by identifier only");
     AddFlag(app, "--verbose", &options->mVerbose,
             "print how many texts each file has and replaces");

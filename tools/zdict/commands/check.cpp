@@ -7,6 +7,7 @@
 
 #include "command_options.h"
 #include "commands/commands.h"
+#include "images/entries.h"
 #include "images/text_input.h"
 
 namespace
@@ -29,7 +30,8 @@ void Print(const std::string& file, const std::string& what)
 
 Status CheckText(const InputFile& file, CodePage codePage)
 {
-    const TextContent content = ReadText(file, codePage);
+    EntryTable table;
+    const TextNotes content = LoadText(file, {codePage}, &table);
     for (const LineNote& problem : content.mProblems)
         Print(file.mName,
               "damaged at line " + std::to_string(problem.mLine) + ": " + problem.mWhat);
@@ -37,7 +39,7 @@ Status CheckText(const InputFile& file, CodePage codePage)
         Print(file.mName, "line " + std::to_string(doubt.mLine) + ": " + doubt.mWhat);
     if (!content.mProblems.empty())
         return kFaulty;
-    Print(file.mName, "fine, text, " + Counted(content.mEntries.size(), "text"));
+    Print(file.mName, "fine, text, " + Counted(content.mCounts.mTexts, "text"));
     return kFine;
 }
 
@@ -59,8 +61,9 @@ Status CheckOne(const std::string& name, CodePage codePage)
     try
     {
         const InputFile file = ReadFile(name);
-        const hollin::ImageReport report = CheckFile(file, codePage);
-        return IsText(file, report) ? CheckText(file, codePage) : CheckImageFile(file, report);
+        if (IsText(file, FormOf(file, codePage)))
+            return CheckText(file, codePage);
+        return CheckImageFile(file, CheckFile(file, codePage));
     }
     catch (const Failure& failure)
     {

@@ -25,25 +25,23 @@ public:
         if (mFormat.empty() || mEnglish.empty())
             throw Failure{kUnusable, std::string(),
                           "export needs --format and --english (see zdict export --help)"};
-        const InputFile english = ReadFile(mEnglish);
-        const Entries englishEntries =
-            ReadEntries(english, CheckFile(english, mCodePage), mCodePage);
-        InputFile translation;
-        Entries translationEntries;
-        if (!mTranslation.empty())
-        {
-            translation = ReadFile(mTranslation);
-            translationEntries =
-                ReadEntries(translation, CheckFile(translation, mCodePage), mCodePage);
-        }
         Catalogue catalogue =
-            MakeCatalogue(englishEntries, english.mName, translationEntries, translation.mName);
+            MakeCatalogue(Texts(mEnglish), mEnglish, Texts(mTranslation), mTranslation);
         catalogue.mLocale = mLocale;
         WriteFile(mOutput, WriteCatalogue(catalogue, mFormat), Content::kText);
         return kFine;
     }
 
 private:
+    // Returns no texts without a file.
+    Entries Texts(const std::string& name) const
+    {
+        if (name.empty())
+            return Entries();
+        const InputFile file = ReadFile(name);
+        return ReadEntries(file, CheckFile(file, mCodePage), mCodePage);
+    }
+
     std::string mFormat;
     std::string mEnglish;
     std::string mTranslation;

@@ -1,5 +1,7 @@
 // Texts of exchange files.
 
+#include <utility>
+
 #include "command_options.h"
 #include "commands/commands.h"
 #include "exchange/formats.h"
@@ -25,9 +27,10 @@ public:
     Status Run() override
     {
         mOptions.mNotes = !mNoNotes;
-        const InputFile file = ReadFile(mFile);
-        const Catalogue catalogue = ReadCatalogue(file, mFormat);
-        const Entries texts = TakeTranslations(catalogue, file.mName, English(), mOptions);
+        InputFile file = ReadFile(mFile);
+        const std::string name = file.mName;
+        const Catalogue catalogue = ReadCatalogue(std::move(file), mFormat);
+        const Entries texts = TakeTranslations(catalogue, name, English(), mOptions);
         std::string output;
         for (const Entry& entry : texts)
         {

@@ -9,6 +9,7 @@
 
 #include "command_options.h"
 #include "commands/commands.h"
+#include "images/entries.h"
 #include "images/text_input.h"
 
 namespace

@@ -4,12 +4,13 @@
 #include <unordered_set>
 
 #include <hollin/Dictionary.h>
+#include <hollin/Markers.h>
 
 #include "exchange/exchange_text.h"
 #include "images/text_output.h"
 #include "messages.h"
 
-const char* const kEmptyTranslation = "{{*COMMENT*}}";
+const std::string kEmptyTranslation(hollin::kCommentMarker);
 
 namespace
 {
@@ -186,7 +187,7 @@ private:
         if (!isEmpty && !FromExchange(entry.mTranslation, &text))
             return Fail(entry, "two halves of a surrogate pair follow each other");
         if (HasNote(text))
-            return Fail(entry, std::string("the translation holds ") + kEmptyTranslation);
+            return Fail(entry, "the translation holds " + kEmptyTranslation);
         if (mOptions.mNotes)
             text = JoinNote(text, NoteOf(entry));
         if (text.Length() > hollin::kLongestRun / 2)

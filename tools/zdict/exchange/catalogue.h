@@ -12,7 +12,7 @@
 
 // The translation of a text that is to be empty in a language. An empty translation is a missing
 // one in all formats. Look-ups drop the marker.
-extern const char* const kEmptyTranslation; // "{{*COMMENT*}}"
+extern const std::string kEmptyTranslation; // "{{*COMMENT*}}"
 
 // A place in a file, from 1. A line of 0 is unknown.
 struct Place

@@ -1,6 +1,7 @@
 #include "exchange/formats.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "exchange/po.h"
 #include "exchange/xliff.h"
@@ -38,8 +39,8 @@ std::string WriteCatalogue(const Catalogue& catalogue, const std::string& format
     return WritePO(catalogue, format == kTemplate ? POForm::kTemplate : POForm::kTranslation);
 }
 
-Catalogue ReadCatalogue(const InputFile& file, const std::string& format)
+Catalogue ReadCatalogue(InputFile file, const std::string& format)
 {
     const bool isXLIFF = format.empty() ? IsXML(file) : format == kXLIFF12 || format == kXLIFF20;
-    return isXLIFF ? ReadXLIFF(file) : ReadPO(file);
+    return isXLIFF ? ReadXLIFF(std::move(file)) : ReadPO(file);
 }

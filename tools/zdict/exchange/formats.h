@@ -17,6 +17,6 @@ std::string WriteCatalogue(const Catalogue& catalogue, const std::string& format
 // Reads a file of the format, or of the format that its content has if `format` is empty.
 //
 // Throws: Failure.
-Catalogue ReadCatalogue(const InputFile& file, const std::string& format);
+Catalogue ReadCatalogue(InputFile file, const std::string& format);
 
 #endif

@@ -27,7 +27,7 @@ enum class XLIFFVersion
 // - A translation is fuzzy if its state or its unit says that it is not done.
 //
 // Throws: Failure, with the place of the fault.
-Catalogue ReadXLIFF(const InputFile& file);
+Catalogue ReadXLIFF(InputFile file);
 
 // Returns an XLIFF document in UTF-8.
 //

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 #include "exchange/exchange_text.h"
 #include "exchange/xliff.h"
@@ -35,7 +36,7 @@ void AddLines(const std::string& lines, std::string* all)
 class Reader
 {
 public:
-    explicit Reader(const InputFile& file) : mFile(file.mName), mXML(file) {}
+    explicit Reader(InputFile file) : mFile(file.mName), mXML(std::move(file)) {}
 
     Catalogue Read()
     {
@@ -270,7 +271,7 @@ private:
 };
 } // namespace
 
-Catalogue ReadXLIFF(const InputFile& file)
+Catalogue ReadXLIFF(InputFile file)
 {
-    return Reader(file).Read();
+    return Reader(std::move(file)).Read();
 }

@@ -1,6 +1,7 @@
 #include "exchange/xliff.h"
 
 #include <cstdio>
+#include <cstring>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -11,6 +12,8 @@
 
 namespace
 {
+const char kUnits[] = "<!--units-->";
+
 // Returns a locale as de_DE.UTF-8 as a language tag.
 std::string TagOf(const std::string& locale)
 {
@@ -108,21 +111,39 @@ public:
 
     std::string Write()
     {
-        pugi::xml_node declaration = mDocument.append_child(pugi::node_declaration);
+        pugi::xml_document shell;
+        pugi::xml_node declaration = shell.append_child(pugi::node_declaration);
         declaration.append_attribute("version") = "1.0";
         declaration.append_attribute("encoding") = "UTF-8";
-        AddText(mDocument, "\n");
-        pugi::xml_node root = mDocument.append_child("xliff");
-        if (mVersion == XLIFFVersion::k12)
-            AddFile12(root);
-        else
-            AddFile20(root);
-        std::ostringstream stream;
-        mDocument.save(stream, "", pugi::format_raw | pugi::format_no_escapes, pugi::encoding_utf8);
-        return stream.str() + "\n";
+        AddText(shell, "\n");
+        AddShell(shell.append_child("xliff"));
+        const std::string text = Saved(shell);
+        const std::size_t place = text.rfind(kUnits);
+
+        std::string result = text.substr(0, place);
+        for (const CatalogueEntry& entry : mCatalogue.mEntries)
+        {
+            // A document for each unit takes a fraction of the memory that one for all would take.
+            pugi::xml_document unit;
+            if (mVersion == XLIFFVersion::k12)
+                AddUnit12(unit, entry);
+            else
+                AddUnit20(unit, entry);
+            result += Saved(unit);
+        }
+        return result + text.substr(place + std::strlen(kUnits)) + "\n";
     }
 
 private:
+    static std::string Saved(const pugi::xml_document& document)
+    {
+        std::ostringstream stream;
+        document.save(stream, "",
+                      pugi::format_raw | pugi::format_no_escapes | pugi::format_no_declaration,
+                      pugi::encoding_utf8);
+        return stream.str();
+    }
+
     static void AddText(pugi::xml_node node, const std::string& text)
     {
         node.append_child(pugi::node_pcdata).set_value(Escaped(text, "&<>\r").c_str());
@@ -189,28 +210,41 @@ private:
         return content;
     }
 
-    void AddFile12(pugi::xml_node root) const
+    // Adds all but the units, whose place gets a comment.
+    void AddShell(pugi::xml_node root) const
     {
-        Set(root, "xmlns", "urn:oasis:names:tc:xliff:document:1.2");
-        Set(root, "version", "1.2");
+        const bool is12 = mVersion == XLIFFVersion::k12;
+        const std::string version = is12 ? "1.2" : "2.0";
+        Set(root, "xmlns", "urn:oasis:names:tc:xliff:document:" + version);
+        Set(root, "version", version);
+        if (!is12)
+        {
+            Set(root, "srcLang", "en");
+            Set(root, "trgLang", TagOf(mCatalogue.mLocale));
+        }
         pugi::xml_node file = AddChild(root, "file", 1);
+        if (!is12)
+            Set(file, "id", "texts");
         Set(file, "original", mCatalogue.mEnglishFile);
-        Set(file, "source-language", "en");
-        if (!mCatalogue.mLocale.empty())
-            Set(file, "target-language", TagOf(mCatalogue.mLocale));
-        Set(file, "datatype", "plaintext");
-        pugi::xml_node body = AddChild(file, "body", 2);
-        for (const CatalogueEntry& entry : mCatalogue.mEntries)
-            AddUnit12(body, entry);
-        EndChildren(body, 2);
+        if (is12)
+        {
+            Set(file, "source-language", "en");
+            if (!mCatalogue.mLocale.empty())
+                Set(file, "target-language", TagOf(mCatalogue.mLocale));
+            Set(file, "datatype", "plaintext");
+        }
+        pugi::xml_node units = is12 ? AddChild(file, "body", 2) : file;
+        units.append_child(pugi::node_comment).set_value("units");
+        if (is12)
+            EndChildren(units, 2);
         EndChildren(file, 1);
         EndChildren(root, 0);
     }
 
-    void AddUnit12(pugi::xml_node body, const CatalogueEntry& entry) const
+    void AddUnit12(pugi::xml_node parent, const CatalogueEntry& entry) const
     {
         const bool isDone = !entry.mTranslation.empty() && !entry.mNote.IsFuzzy();
-        pugi::xml_node unit = AddChild(body, "trans-unit", 3);
+        pugi::xml_node unit = AddChild(parent, "trans-unit", 3);
         SetKey(unit, "id", entry.mKey);
         SetKey(unit, "resname", entry.mKey);
         Set(unit, "approved", isDone ? "yes" : "no");
@@ -262,24 +296,9 @@ private:
         AddNoteText(context, line);
     }
 
-    void AddFile20(pugi::xml_node root) const
+    void AddUnit20(pugi::xml_node parent, const CatalogueEntry& entry) const
     {
-        Set(root, "xmlns", "urn:oasis:names:tc:xliff:document:2.0");
-        Set(root, "version", "2.0");
-        Set(root, "srcLang", "en");
-        Set(root, "trgLang", TagOf(mCatalogue.mLocale));
-        pugi::xml_node file = AddChild(root, "file", 1);
-        Set(file, "id", "texts");
-        Set(file, "original", mCatalogue.mEnglishFile);
-        for (const CatalogueEntry& entry : mCatalogue.mEntries)
-            AddUnit20(file, entry);
-        EndChildren(file, 1);
-        EndChildren(root, 0);
-    }
-
-    void AddUnit20(pugi::xml_node file, const CatalogueEntry& entry) const
-    {
-        pugi::xml_node unit = AddChild(file, "unit", 2);
+        pugi::xml_node unit = AddChild(parent, "unit", 2);
         Set(unit, "id", TokenOf(entry.mKey));
         SetKey(unit, "name", entry.mKey);
         AddNotes20(unit, entry.mNote);
@@ -333,7 +352,6 @@ private:
 
     const Catalogue& mCatalogue;
     const XLIFFVersion mVersion;
-    pugi::xml_document mDocument;
 };
 } // namespace
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+#include <utility>
 
 #include <boost/nowide/utf/convert.hpp>
 
@@ -72,9 +74,9 @@ std::string DeclaredEncoding(const std::string& text)
 }
 } // namespace
 
-XMLText::XMLText(const InputFile& file) : mFile(file.mName)
+XMLText::XMLText(InputFile file) : mFile(file.mName)
 {
-    Decode(file);
+    Decode(std::move(file));
     mLines.push_back(0);
     for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
         mLines.push_back(++at);
@@ -89,7 +91,8 @@ XMLText::XMLText(const InputFile& file) : mFile(file.mName)
 
 Place XMLText::PlaceOf(pugi::xml_node node) const
 {
-    return PlaceOf(static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0)));
+    // The offset is that of the name behind the "<".
+    return PlaceOf(static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 1) - 1));
 }
 
 Place XMLText::PlaceOf(std::size_t offset) const
@@ -98,7 +101,7 @@ Place XMLText::PlaceOf(std::size_t offset) const
     return {static_cast<std::uint64_t>(next - mLines.begin()), offset - *(next - 1) + 1};
 }
 
-void XMLText::Decode(const InputFile& file)
+void XMLText::Decode(InputFile file)
 {
     const std::vector<unsigned char>& bytes = file.mBytes;
     const auto begins = [&](std::initializer_list<unsigned char> mark) {

@@ -20,7 +20,7 @@ public:
     // entity of its own, is refused.
     //
     // Throws: Failure, with the place of the fault.
-    explicit XMLText(const InputFile& file);
+    explicit XMLText(InputFile file);
     XMLText(const XMLText&) = delete;
     XMLText& operator=(const XMLText&) = delete;
 
@@ -31,7 +31,7 @@ public:
 
 private:
     Place PlaceOf(std::size_t offset) const;
-    void Decode(const InputFile& file);
+    void Decode(InputFile file);
     void RequireSimple() const;
     [[noreturn]] void Fail(std::size_t offset, const std::string& what) const;
 

@@ -2,145 +2,150 @@
 
 #include <algorithm>
 #include <limits>
-#include <sstream>
-#include <unordered_map>
 
-#include <boost/endian/conversion.hpp>
-
-#include <hollin/Dictionary.h>
-
-#include "images/entries.h"
+#include <hollin/ImageBuilder.h>
 
 namespace
 {
 const std::size_t kLargestImage = std::numeric_limits<std::int32_t>::max();
 
-std::uint32_t ByteLength(const hollin::ZString& text)
+std::uint32_t Length(UnitView text)
 {
-    return text.Length() * static_cast<std::uint32_t>(sizeof(std::uint16_t));
+    return static_cast<std::uint32_t>(text.size());
 }
 
-// An empty key marks a removed entry in an image, and lengths have 16 bits.
-void RequireRoom(const Entry& entry, const std::string& fileName)
+// Lengths have 16 bits in an image. A text and an image of version 1 may hold longer ones.
+void RequireRoom(const EntryTable& table, const std::string& fileName)
 {
-    if (entry.mKey.empty())
-        throw Failure{kFaulty, fileName, "it has an empty key, which no image can hold"};
-    if (entry.mKey.size() > hollin::kLongestRun || ByteLength(entry.mText) > hollin::kLongestRun)
-        throw Failure{kFaulty, fileName,
-                      "no image can hold " + Quoted(entry.mKey) + ": it or its text is above " +
-                          Counted(hollin::kLongestRun, "byte")};
+    const std::size_t longestText = hollin::kLongestRun / sizeof(std::uint16_t);
+    for (std::uint32_t id = 0; id < table.Slots(); ++id)
+    {
+        if (table.Key(id).size() > hollin::kLongestRun || table.Text(id).size() > longestText ||
+            table.Comment(id).size() > longestText)
+            throw Failure{kFaulty, fileName,
+                          "no image can hold " + Quoted(std::string(table.Key(id))) +
+                              ": it or its text is above " + Counted(hollin::kLongestRun, "byte")};
+    }
 }
 
-std::string Serialized(hollin::Dictionary& dictionary, const BuildOptions& options)
+std::string Serialized(const EntryTable& table, const ImageForm& form)
 {
-    const bool bigEndianHere = boost::endian::order::native == boost::endian::order::big;
-    const auto mode =
-        options.mNoKeys ? hollin::Dictionary::kBinaryWithoutKeys : hollin::Dictionary::kBinary;
-    std::ostringstream stream;
-    if (!dictionary.Serialize(stream, mode, nullptr, options.mBigEndian == bigEndianHere,
-                              options.mBase))
-        throw Failure{kUnusable, options.mOutput, "can't be written: it would be too large"};
-    return stream.str();
+    hollin::ImageBuilder builder(table.Slots() && !form.mNoKeys);
+    builder.Reserve(table.Slots());
+    for (std::uint32_t id = 0; id < table.Slots(); ++id)
+        builder.AddSlot(table.Key(id), table.Text(id).data(), Length(table.Text(id)));
+    for (std::uint32_t bucket = 0; bucket < hollin::kBucketCount; ++bucket)
+    {
+        for (const std::uint32_t id : table.Bucket(bucket))
+            builder.AddToBucket(bucket, id);
+    }
+    for (std::uint32_t id = 0; id < table.Slots(); ++id)
+    {
+        if (const UnitView comment = table.Comment(id); !comment.empty())
+            builder.AddComment(id, comment.data(), Length(comment));
+    }
+    return builder.Image(form.mLocale, form.mBigEndian, form.mBase);
 }
 
-// The entries of several files, each key once.
-class MergedEntries
+// Loads files, and keeps the locale and the base of the result.
+class Build
 {
 public:
-    // An entry replaces the text of an earlier entry with the same key, and the comment if
-    // it has one. Returns the number of replaced texts.
-    //
-    // Throws: Failure, with the file's name, for an entry that no image can hold.
-    std::size_t Add(const Entries& entries, const std::string& fileName);
+    Build(const BuildOptions& options, Inputs inputs) : mOptions(options), mInputs(inputs) {}
 
-    // Keeps the earlier locale if the name is empty.
-    void SetLocale(const std::string& name) { mLocale = name.empty() ? mLocale : name; }
+    // Adds one file. Reports a failure, and returns its status.
+    Status Add(const std::string& name)
+    {
+        try
+        {
+            AddFile(ReadFile(name));
+        }
+        catch (const Failure& failure)
+        {
+            Report(failure);
+            return failure.mStatus;
+        }
+        return kFine;
+    }
 
-    void WriteImage(const BuildOptions& options) const;
+    void Write() const
+    {
+        ImageForm form = mOptions.mForm;
+        form.mLocale = form.mLocale.empty() ? mLocale : form.mLocale;
+        form.mBase = mOptions.mBase.value_or(mBase);
+        const std::size_t live = WriteImage(mTable, form, mOptions.mOutput);
+        if (mOptions.mVerbose)
+            Report(std::string(), Counted(live, "text") + " in the image");
+    }
 
 private:
-    Entries mEntries;
-    std::unordered_map<std::string, std::size_t> mIndices; // of keys in mEntries
-    std::string mLocale;
-};
-
-std::size_t MergedEntries::Add(const Entries& entries, const std::string& fileName)
-{
-    std::size_t replaced = 0;
-    for (const Entry& entry : entries)
+    void AddFile(const InputFile& file)
     {
-        RequireRoom(entry, fileName);
-        const auto [index, isNew] = mIndices.emplace(entry.mKey, mEntries.size());
-        if (isNew)
-        {
-            mEntries.push_back(entry);
-            continue;
-        }
-        Entry& earlier = mEntries[index->second];
-        earlier.mText = entry.mText;
-        if (entry.mComment.Length())
-            earlier.mComment = entry.mComment;
-        ++replaced;
-    }
-    return replaced;
-}
-
-void MergedEntries::WriteImage(const BuildOptions& options) const
-{
-    const std::string count = Counted(mEntries.size(), "text");
-    if (mEntries.size() > std::numeric_limits<std::uint32_t>::max() - options.mBase)
-        throw Failure{kUnusable, std::string(),
-                      "above that base there are no identifiers for " + count};
-    hollin::Dictionary dictionary(true);
-    dictionary.SetLanguage(options.mLocale.empty() ? mLocale.c_str() : options.mLocale.c_str());
-    for (const Entry& entry : mEntries)
-        dictionary.AddString(("$$$" + entry.mKey).c_str(), entry.mText.Data(),
-                             ByteLength(entry.mText), entry.mComment.Data(),
-                             ByteLength(entry.mComment));
-    const std::string image = Serialized(dictionary, options);
-    if (image.size() > kLargestImage)
-        throw Failure{kUnusable, options.mOutput, "can't be written: it would be 2 GiB or larger"};
-    WriteFile(options.mOutput, image, Content::kBinary);
-    if (options.mVerbose)
-        Report(std::string(), count + " in the image");
-}
-
-// Adds one file. Reports a failure, and returns its status.
-Status AddFile(const std::string& name, const BuildOptions& options, Inputs inputs,
-               MergedEntries* merged)
-{
-    try
-    {
-        const InputFile file = ReadFile(name);
-        const hollin::ImageReport report = CheckFile(file, options.mCodePage);
-        if (inputs == Inputs::kTexts && report.mForm == hollin::ImageReport::kBinary)
+        const hollin::ImageReport report = FormOf(file, mOptions.mLoad.mCodePage);
+        const bool isImage = report.mForm == hollin::ImageReport::kBinary;
+        if (mInputs == Inputs::kTexts && isImage)
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
-        // An empty file is a text without entries, as an empty image is dumped.
-        const Entries entries =
-            file.mBytes.empty() ? Entries() : ReadEntries(file, report, options.mCodePage);
-        const std::size_t replaced = merged->Add(entries, file.mName);
-        merged->SetLocale(report.mLocale);
-        if (options.mVerbose)
-            Report(file.mName, Counted(entries.size(), "text") + ", " + std::to_string(replaced) +
-                                   " in place of earlier ones");
+        LoadCounts counts;
+        if (!file.mBytes.empty()) // an empty file is a text without entries
+        {
+            RequireFit(report, file);
+            counts = LoadFile(file, report, mOptions.mLoad, &mTable);
+            if (report.mMajor < 2)
+                RequireRoom(mTable, file.mName);
+        }
+        mLocale = report.mLocale.empty() ? mLocale : report.mLocale;
+        if (mOptions.mVerbose)
+            Report(file.mName, Counted(counts.mTexts, "text") + ", " +
+                                   std::to_string(counts.mReplaced) + " in place of earlier ones");
     }
-    catch (const Failure& failure)
+
+    // An image with a base continues the identifiers of the files before it. The first file may
+    // continue a file that isn't merged.
+    void RequireFit(const hollin::ImageReport& report, const InputFile& file)
     {
-        Report(failure);
-        return failure.mStatus;
+        if (report.mDamaged || !report.mBase)
+            return;
+        const std::uint64_t next = std::uint64_t(mBase) + mTable.Slots();
+        if (!mTable.Slots())
+            mBase = report.mBase;
+        else if (report.mBase != next)
+            throw Failure{kFaulty, file.mName,
+                          "it continues other files: its identifiers begin at " +
+                              std::to_string(report.mBase) + ", not at " + std::to_string(next)};
     }
-    return kFine;
-}
+
+    const BuildOptions& mOptions;
+    const Inputs mInputs;
+    EntryTable mTable;
+    std::string mLocale;     // of the last image
+    std::uint32_t mBase = 0; // of the first image
+};
 } // namespace
+
+std::size_t WriteImage(const EntryTable& table, const ImageForm& form, const std::string& output)
+{
+    std::size_t live = 0;
+    for (std::uint32_t id = 0; id < table.Slots(); ++id)
+        live += table.IsLive(id);
+    if (table.Slots() > std::numeric_limits<std::uint32_t>::max() - form.mBase)
+        throw Failure{kUnusable, std::string(),
+                      "above that base there are no identifiers for " +
+                          Counted(table.Slots(), "text")};
+    const std::string image = Serialized(table, form);
+    if (image.size() > kLargestImage)
+        throw Failure{kUnusable, output, "can't be written: it would be 2 GiB or larger"};
+    WriteFile(output, image, Content::kBinary);
+    return live;
+}
 
 Status BuildImage(const BuildOptions& options, Inputs inputs)
 {
-    MergedEntries merged;
+    Build build(options, inputs);
     Status status = kFine;
     for (const std::string& name : options.mFiles)
-        status = std::max(status, AddFile(name, options, inputs, &merged));
+        status = std::max(status, build.Add(name));
     if (status == kFine)
-        merged.WriteImage(options);
+        build.Write();
     else
         Report(std::string(), "nothing is written");
     return status;

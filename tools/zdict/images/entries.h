@@ -1,9 +1,8 @@
-// The entries of a file of any form.
+// The entries of a file of any form, for commands that work on single texts.
 
 #ifndef ZDICT_IMAGES_ENTRIES_H
 #define ZDICT_IMAGES_ENTRIES_H
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -23,16 +22,15 @@ struct Entry
 // Each key once, with the text that a look-up finds, in the order of the file.
 typedef std::vector<Entry> Entries;
 
-// Checks a file. The code page is used for texts and values in a code page.
+// Checks all of a file. The code page is used for texts and values in a code page.
 hollin::ImageReport CheckFile(const InputFile& file, CodePage codePage);
 
 // Returns whether the file is a text. An empty file is a damaged image.
 bool IsText(const InputFile& file, const hollin::ImageReport& report);
 
-// `report` is the result of CheckFile. Each bad or doubtful line is reported.
+// `report` is the result of CheckFile or FormOf. Each bad or doubtful line is reported.
 //
-// Throws: Failure for a damaged file, for an image without keys, and for a key that can't be
-// looked up.
+// Throws: Failure, as LoadFile.
 Entries ReadEntries(const InputFile& file, const hollin::ImageReport& report, CodePage codePage);
 
 // Returns the location and the kind of an image's damage.

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
-#include <unordered_map>
 
 #include <boost/nowide/utf/utf.hpp>
 
-#include <hollin/Dictionary.h>
+#include <hollin/Limits.h>
+#include <hollin/Markers.h>
 #include <hollin/TextFormReader.h>
 #include <platform/control.h>
 #include <win32/text.h>
@@ -45,19 +46,58 @@ bool EndsLine(const TextBytes& text, unsigned int unit)
     return unit == '\n' || unit == '\r' || (text.mUTF16 && (unit == 0x2028 || unit == 0x2029));
 }
 
-// Returns the number of the line at an offset. A carriage return with a line feed ends one
-// line.
+// Walks the lines of a text. A carriage return with a line feed ends one line.
+class LineWalk
+{
+public:
+    // `begin` is the offset of the first line.
+    LineWalk(const TextBytes& text, std::size_t begin) : mText(text), mEnd(begin) {}
+
+    // Returns false at the end of the text. Half a unit at the end is a line or a part of one.
+    bool Next()
+    {
+        mBegin = mEnd;
+        ++mNumber;
+        while (mEnd < mText.mSize)
+        {
+            const unsigned int unit = Take();
+            if (!EndsLine(mText, unit))
+                continue;
+            if (unit == '\r' && mEnd + UnitSize(mText) <= mText.mSize &&
+                UnitAt(mText, mEnd) == '\n')
+                Take();
+            return true;
+        }
+        return mBegin < mEnd;
+    }
+
+    std::uint64_t Number() const { return mNumber; } // from 1
+    std::size_t Begin() const { return mBegin; }
+    std::size_t End() const { return mEnd; } // after the line end
+
+private:
+    unsigned int Take()
+    {
+        const bool isWhole = mEnd + UnitSize(mText) <= mText.mSize;
+        const unsigned int unit = isWhole ? UnitAt(mText, mEnd) : 0;
+        mEnd += isWhole ? UnitSize(mText) : 1;
+        return unit;
+    }
+
+    const TextBytes& mText;
+    std::uint64_t mNumber = 0;
+    std::size_t mBegin = 0;
+    std::size_t mEnd;
+};
+
+// Returns the number of the line at an offset.
 std::uint64_t LineOf(const TextBytes& text, std::size_t offset)
 {
-    std::uint64_t line = 1;
-    unsigned int previous = 0;
-    for (std::size_t at = 0; at < offset; at += UnitSize(text))
+    LineWalk walk(text, 0);
+    while (walk.Next() && walk.End() <= offset)
     {
-        const unsigned int unit = UnitAt(text, at);
-        line += EndsLine(text, unit) && (unit != '\n' || previous != '\r');
-        previous = unit;
     }
-    return line;
+    return walk.Number();
 }
 
 std::size_t FindMalformedUTF8(const TextBytes& text)
@@ -68,6 +108,11 @@ std::size_t FindMalformedUTF8(const TextBytes& text)
     for (const char* next = begin; next != end;)
     {
         const char* const character = next;
+        if (static_cast<unsigned char>(*next) < 0x80)
+        {
+            ++next;
+            continue;
+        }
         if (!boost::nowide::utf::is_valid_codepoint(Traits::decode(next, end)))
             return static_cast<std::size_t>(character - begin);
     }
@@ -76,8 +121,13 @@ std::size_t FindMalformedUTF8(const TextBytes& text)
 
 std::size_t FindNul(const TextBytes& text)
 {
-    const std::size_t step = UnitSize(text);
-    for (std::size_t at = 0; at + step <= text.mSize; at += step)
+    if (!text.mUTF16)
+    {
+        const void* const nul = std::memchr(text.mBytes, 0, text.mSize);
+        return nul ? static_cast<std::size_t>(static_cast<const unsigned char*>(nul) - text.mBytes)
+                   : kNowhere;
+    }
+    for (std::size_t at = 0; at + 1 < text.mSize; at += 2)
     {
         if (!UnitAt(text, at))
             return at;
@@ -115,42 +165,64 @@ std::string ProblemOf(const hollin::TextLine& line)
     return std::string();
 }
 
-// Collects the entries of one file. A later line replaces the text of an earlier line with
+// Adds the lines of one file to a table. A later line replaces the text of an earlier line with
 // the same key.
-class EntryCollector
+class LineLoad
 {
 public:
-    explicit EntryCollector(TextContent* content) : mContent(content) {}
+    LineLoad(const LoadOptions& options, EntryTable* table, TextNotes* notes)
+        : mSplits(options.mComments), mTable(*table), mNotes(*notes), mLines(table->Slots())
+    {
+    }
 
     void Add(const hollin::TextLine& line)
     {
         if (!line.mHasEquals)
-            mContent->mDoubts.push_back({line.mNumber, "without a \"=\", all of it is a key"});
-        const auto [position, isNew] =
-            mPositions.emplace(line.mKey, Position{mContent->mEntries.size(), line.mNumber});
-        if (isNew)
-        {
-            mContent->mEntries.push_back({line.mKey, line.mText, hollin::ZString()});
-            return;
-        }
-        Position& earlier = position->second;
-        mContent->mDoubts.push_back({line.mNumber, "it replaces the text of " + Quoted(line.mKey) +
-                                                       " in line " +
-                                                       std::to_string(earlier.mLine)});
-        mContent->mEntries[earlier.mIndex].mText = line.mText;
-        earlier.mLine = line.mNumber;
+            mNotes.mDoubts.push_back({line.mNumber, "without a \"=\", all of it is a key"});
+        const UnitView text = ViewOf(line.mText);
+        const std::size_t marker = mSplits ? hollin::FindComment(text) : UnitView::npos;
+        const std::uint32_t id = Put(line, text.substr(0, marker));
+        if (mSplits)
+            mTable.SetComment(id, marker == UnitView::npos
+                                      ? UnitView()
+                                      : text.substr(marker + hollin::kCommentMarker.size()));
     }
 
 private:
-    struct Position
+    std::uint32_t Put(const hollin::TextLine& line, UnitView text)
     {
-        std::size_t mIndex;
-        std::uint64_t mLine;
-    };
+        std::uint32_t id = mTable.Find(line.mKey);
+        if (id == hollin::kNoId)
+        {
+            id = mTable.Add(line.mKey, text);
+            mLines.push_back(0);
+        }
+        else
+        {
+            mTable.SetText(id, text);
+            if (mLines[id])
+                mNotes.mDoubts.push_back({line.mNumber, "it replaces the text of " +
+                                                            Quoted(line.mKey) + " in line " +
+                                                            std::to_string(mLines[id])});
+            else
+                ++mNotes.mCounts.mReplaced;
+        }
+        mNotes.mCounts.mTexts += !mLines[id];
+        mLines[id] = line.mNumber;
+        return id;
+    }
 
-    TextContent* const mContent;
-    std::unordered_map<std::string, Position> mPositions;
+    const bool mSplits;
+    EntryTable& mTable;
+    TextNotes& mNotes;
+    std::vector<std::uint64_t> mLines; // of the file's keys, by identifier; 0 for others
 };
+
+// Returns the number of line feeds, which is about that of the lines.
+std::size_t EstimateLines(const TextBytes& text)
+{
+    return static_cast<std::size_t>(std::count(text.mBytes, text.mBytes + text.mSize, '\n')) + 1;
+}
 } // namespace
 
 TextBytes::TextBytes(const InputFile& file, CodePage codePage)
@@ -168,27 +240,50 @@ TextBytes::TextBytes(const InputFile& file, CodePage codePage)
     mSize -= 3;
 }
 
-TextContent ReadText(const InputFile& file, CodePage codePage)
+TextNotes LoadText(const InputFile& file, const LoadOptions& options, EntryTable* table)
 {
-    TextContent content;
-    const TextBytes text(file, codePage);
+    TextNotes notes;
+    const TextBytes text(file, options.mCodePage);
     const Fault fault = FindFault(text);
     if (fault.mOffset != kNowhere)
     {
-        content.mProblems.push_back({LineOf(text, fault.mOffset), fault.mWhat});
-        return content;
+        notes.mProblems.push_back({LineOf(text, fault.mOffset), fault.mWhat});
+        return notes;
     }
 
     platform::SetActiveCodePage(text.mCodePage);
-    EntryCollector collector(&content);
+    table->Reserve(EstimateLines(text), text.mSize, text.mSize);
+    LineLoad load(options, table, &notes);
     hollin::TextFormReader lines(text.mBytes, text.mSize);
     for (hollin::TextLine line; lines.Next(&line);)
     {
         const std::string problem = ProblemOf(line);
         if (problem.empty())
-            collector.Add(line);
+            load.Add(line);
         else
-            content.mProblems.push_back({line.mNumber, problem});
+            notes.mProblems.push_back({line.mNumber, problem});
     }
-    return content;
+    return notes;
+}
+
+std::string WithoutKeys(const InputFile& file, CodePage codePage, const std::set<std::string>& keys)
+{
+    const TextBytes text(file, codePage);
+    platform::SetActiveCodePage(text.mCodePage);
+    std::set<std::uint64_t> removed; // the numbers of lines
+    hollin::TextFormReader lines(text.mBytes, text.mSize);
+    for (hollin::TextLine line; lines.Next(&line);)
+    {
+        if (keys.count(line.mKey))
+            removed.insert(line.mNumber);
+    }
+
+    const std::size_t mark = text.mUTF16 ? 2 : 0;
+    std::string kept(file.mBytes.data(), text.mBytes + mark);
+    for (LineWalk walk(text, mark); walk.Next();)
+    {
+        if (!removed.count(walk.Number()))
+            kept.append(text.mBytes + walk.Begin(), text.mBytes + walk.End());
+    }
+    return kept;
 }

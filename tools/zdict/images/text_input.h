@@ -5,10 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "images/entries.h"
+#include "images/load.h"
 
 // The bytes of a text, and its coding. A text with a byte-order mark of UTF-8 is in UTF-8.
 struct TextBytes
@@ -28,13 +29,19 @@ struct LineNote
     std::string mWhat;   // a clause
 };
 
-struct TextContent
+struct TextNotes
 {
-    Entries mEntries;
+    LoadCounts mCounts;
     std::vector<LineNote> mProblems; // lines that can't be used
     std::vector<LineNote> mDoubts;   // lines that may be mistakes
 };
 
-TextContent ReadText(const InputFile& file, CodePage codePage);
+// Returns the bytes of the text's file without the lines of the keys. All other lines are kept as
+// they are.
+std::string WithoutKeys(const InputFile& file, CodePage codePage,
+                        const std::set<std::string>& keys);
+
+// Loads the good lines of a text over the entries of the table.
+TextNotes LoadText(const InputFile& file, const LoadOptions& options, EntryTable* table);
 
 #endif

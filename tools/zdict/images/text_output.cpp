@@ -49,7 +49,7 @@ bool BeginsNotation(unsigned int unit, unsigned int next)
     return false;
 }
 
-void AppendASCII(const std::string& text, Units* line)
+void AppendASCII(std::string_view text, Units* line)
 {
     line->insert(line->end(), text.begin(), text.end());
 }
@@ -77,7 +77,7 @@ std::size_t AppendCharacter(const std::uint16_t* units, const std::uint16_t* end
         return 2;
     }
     if (const char escape = EscapeOf(unit))
-        AppendASCII({'\\', escape}, line);
+        line->insert(line->end(), {'\\', static_cast<std::uint16_t>(escape)});
     else if (IsUnfitForFiles(unit) || BeginsNotation(unit, next) ||
              platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit))
         AppendNumber(unit, line);
@@ -115,16 +115,18 @@ const char* KeyProblem(const std::string& key)
     return nullptr;
 }
 
-void AppendText(const hollin::ZString& text, Units* line)
+void AppendText(UnitView text, Units* line)
 {
-    const std::uint16_t* const end = text.Data() + text.Length();
-    for (const std::uint16_t* units = text.Data(); units != end;)
+    const std::uint16_t* const end = text.data() + text.size();
+    for (const std::uint16_t* units = text.data(); units != end;)
         units += AppendCharacter(units, end, line);
 }
 
-void AppendLine(const std::string& key, const hollin::ZString& text, Units* line)
+void AppendLine(std::string_view key, UnitView text, Units* line)
 {
-    AppendASCII("\"$$$" + key + "=", line);
+    AppendASCII("\"$$$", line);
+    AppendASCII(key, line);
+    AppendASCII("=", line);
     AppendText(text, line);
     AppendASCII("\"\n", line);
 }

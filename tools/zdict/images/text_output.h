@@ -5,11 +5,10 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include <hollin/ZString.h>
-
-typedef std::vector<std::uint16_t> Units;
+#include "images/entry_table.h"
 
 // Returns why the text form can't carry a key, as a clause, or null if it can.
 const char* KeyProblem(const std::string& key);
@@ -21,10 +20,15 @@ const char* KeyProblem(const std::string& key);
 // is not changed, as readers keep parameters.
 //
 // REQUIRES: KeyProblem(key) is null.
-void AppendLine(const std::string& key, const hollin::ZString& text, Units* line);
+void AppendLine(std::string_view key, UnitView text, Units* line);
+
+inline void AppendLine(std::string_view key, const hollin::ZString& text, Units* line)
+{
+    AppendLine(key, ViewOf(text), line);
+}
 
 // Appends the text of such a line.
-void AppendText(const hollin::ZString& text, Units* line);
+void AppendText(UnitView text, Units* line);
 
 // REQUIRES: the bytes are UTF-8.
 hollin::ZString FromUTF8(const std::string& bytes);
