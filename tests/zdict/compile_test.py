@@ -66,7 +66,8 @@ class Compile(Case):
         result = self.run_tool("compile", "-", stdin=b"/a=1\n/b=2\n\n/a=3\n/a=4\n# remark")
         self.assertEqual(result.out, flat([("/a", "4"), ("/b", "2"), ("# remark", "")]))
         self.assertEqual(result.err.splitlines(),
-                         ['zdict: standard input: line 4: it replaces the text of "/a" in line 1',
+                         ['standard input:6:2: warning: the key "# remark" has a blank [key-blank]',
+                          'zdict: standard input: line 4: it replaces the text of "/a" in line 1',
                           'zdict: standard input: line 5: it replaces the text of "/a" in line 4',
                           'zdict: standard input: line 6: without a "=", all of it is a key'])
 

@@ -8,7 +8,9 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "images/entries.h"
-#include "images/text_input.h"
+#include "images/load.h"
+#include "lint/line_checks.h"
+#include "lint/report.h"
 
 namespace
 {
@@ -30,16 +32,15 @@ void Print(const std::string& file, const std::string& what)
 
 Status CheckText(const InputFile& file, CodePage codePage)
 {
-    EntryTable table;
-    const TextNotes content = LoadText(file, {codePage}, &table);
-    for (const LineNote& problem : content.mProblems)
-        Print(file.mName,
-              "damaged at line " + std::to_string(problem.mLine) + ": " + problem.mWhat);
-    for (const LineNote& doubt : content.mDoubts)
-        Print(file.mName, "line " + std::to_string(doubt.mLine) + ": " + doubt.mWhat);
-    if (!content.mProblems.empty())
+    Findings findings((CheckSet()));
+    LintedFile lines;
+    LintFile(file, codePage, LintOptions(), &findings, &lines);
+    findings.SortFrom(0);
+    for (const Finding& finding : findings.All())
+        std::printf("%s\n", LineOf(finding).c_str());
+    if (findings.CountOf(Severity::kError))
         return kFaulty;
-    Print(file.mName, "fine, text, " + Counted(content.mCounts.mTexts, "text"));
+    Print(file.mName, "fine, text, " + Counted(lines.mLines.size(), "text"));
     return kFine;
 }
 

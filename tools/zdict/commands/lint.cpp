@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <win32/text.h>
+
 #include "command_options.h"
 #include "commands/commands.h"
 #include "lint/languages.h"
@@ -92,7 +94,8 @@ private:
     {
         LintOptions options = mOptions;
         const std::string locale = mLocale.empty() ? LocaleOfFile(file) : mLocale;
-        options.mTargetCodePage = mTargetCodePage ? mTargetCodePage : CodePageOfLocale(locale);
+        const unsigned int page = mTargetCodePage ? mTargetCodePage : CodePageOfLocale(locale);
+        options.mTargetCodePage = page == win32::kCodePageUTF8 ? 0 : page; // has all characters
         return options;
     }
 

@@ -5,6 +5,9 @@
 
 #include <hollin/ImageBuilder.h>
 
+#include "images/entries.h"
+#include "lint/warnings.h"
+
 namespace
 {
 const std::size_t kLargestImage = std::numeric_limits<std::int32_t>::max();
@@ -85,6 +88,8 @@ private:
         const bool isImage = report.mForm == hollin::ImageReport::kBinary;
         if (mInputs == Inputs::kTexts && isImage)
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
+        if (IsText(file, report))
+            WarnAboutText(file, mOptions.mLoad.mCodePage);
         LoadCounts counts;
         if (!file.mBytes.empty()) // an empty file is a text without entries
         {

@@ -30,6 +30,11 @@ inline void AppendLine(std::string_view key, const hollin::ZString& text, Units*
 // Appends the text of such a line.
 void AppendText(UnitView text, Units* line);
 
+inline void AppendText(const hollin::ZString& text, Units* line)
+{
+    AppendText(ViewOf(text), line);
+}
+
 // REQUIRES: the bytes are UTF-8.
 hollin::ZString FromUTF8(const std::string& bytes);
 

@@ -79,7 +79,7 @@ private:
     bool CheckKey();
     void CheckDuplicate();
     bool CheckLength(const TextParts& parts);
-    void CheckNotations();
+    void CheckNotations(const TextParts& parts);
     void CheckMarkers(const TextParts& parts);
     void CheckPlaces(const TextParts& parts);
     void CheckCharacters(const TextParts& parts);
@@ -111,7 +111,7 @@ bool LineChecker::CheckLine(const RawLine& line)
     const TextParts parts(mText.Units());
     if (!CheckLength(parts))
         return false;
-    CheckNotations();
+    CheckNotations(parts);
     CheckMarkers(parts);
     CheckPlaces(parts);
     CheckCharacters(parts);
@@ -215,10 +215,13 @@ bool LineChecker::CheckLength(const TextParts& parts)
     return true;
 }
 
-void LineChecker::CheckNotations()
+// Nobody sees a note, in which a path may have a backslash.
+void LineChecker::CheckNotations(const TextParts& parts)
 {
     for (const UnknownNotation& unknown : mText.Unknown())
     {
+        if (unknown.mOffset >= mText.OffsetOf(parts.mShownEnd))
+            continue;
         const bool isCharacter = unknown.mRaw[0] == '#';
         if (isCharacter)
             Add(LintCheck::kUnknownCharacter, unknown.mOffset,

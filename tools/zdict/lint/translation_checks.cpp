@@ -82,6 +82,13 @@ struct LineEnds
     std::size_t mPairs = 0;
 };
 
+std::u16string WithoutReturns(std::u16string_view text)
+{
+    std::u16string result(text);
+    result.erase(std::remove(result.begin(), result.end(), u'\r'), result.end());
+    return result;
+}
+
 std::string Named(std::u16string_view blanks)
 {
     return blanks.empty() ? "none" : QuotedUnits(blanks);
@@ -279,12 +286,9 @@ void PairChecker::CheckBlanks()
     const std::u16string_view ownHead = mText.substr(0, BlankHead(mText));
     if (englishHead.size() == mEnglish.size())
         return; // nothing but blanks
+    // The forms of line ends are the business of another check.
     const auto isOther = [](std::u16string_view left, std::u16string_view right) {
-        // A line end of another form is the business of another check.
-        return !std::equal(
-            left.begin(), left.end(), right.begin(), right.end(), [](char16_t a, char16_t b) {
-                return a == b || ((a == '\r' || a == '\n') && (b == '\r' || b == '\n'));
-            });
+        return WithoutReturns(left) != WithoutReturns(right);
     };
     if (isOther(englishHead, ownHead))
         Add(LintCheck::kBlanks, 0,

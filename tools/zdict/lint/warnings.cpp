@@ -13,6 +13,7 @@ void WarnAboutText(const InputFile& file, CodePage codePage)
                                               "duplicate-key", "too-long"};
     Findings findings(CheckSet({}, ofLoads));
     LintFile(file, codePage, LintOptions(), &findings, nullptr);
+    findings.SortFrom(0);
     for (const Finding& finding : findings.All())
     {
         if (finding.mCheck == LintCheck::kNotATextForm)

@@ -19,12 +19,14 @@ const char kHead[] = R"(<!DOCTYPE html>
 <style>
 :root {
   color-scheme: light dark;
-  --ground: #f6f7f9; --card: #fff; --ink: #1c2430; --soft: #5b6675; --line: #dde2e9;
+  --ground: #f6f7f9; --card: #fff; --ink: #1c2430; --soft: #5b6675;
+  --faint: #a3abb7; --line: #dde2e9;
   --translated: #2f8f5b; --outdated: #d99a1b; --untranslated: #7a86d6; --missing: #d9dee6;
 }
 @media (prefers-color-scheme: dark) {
   :root {
-    --ground: #14181e; --card: #1d232b; --ink: #e6eaf0; --soft: #9aa6b5; --line: #323b47;
+    --ground: #14181e; --card: #1d232b; --ink: #e6eaf0; --soft: #9aa6b5;
+    --faint: #66707e; --line: #323b47;
     --translated: #46b27a; --outdated: #e0ab3f; --untranslated: #8f9be6; --missing: #3a4452;
   }
 }
@@ -45,19 +47,31 @@ table.all { width: 100%; border-collapse: separate; border-spacing: 0; overflow:
 .all th, .all td { padding: .55rem .8rem; text-align: right; border-top: 1px solid var(--line); }
 .all thead th { border: 0; color: var(--soft); font-size: .8rem; font-weight: 600; }
 .all th:first-child, .all th:nth-child(2) { text-align: left; }
-.all td.none { color: var(--soft); opacity: .55; }
+.all td.none { color: var(--faint); }
 .all td { font-variant-numeric: tabular-nums; }
 .all td.share { width: 34%; }
 .all a { color: inherit; }
-.bar { display: flex; height: .7rem; border-radius: .35rem; overflow: hidden; background: var(--missing); }
+.bar {
+  display: flex; height: .7rem; border-radius: .35rem; overflow: hidden;
+  background: var(--missing);
+}
 .bar i { display: block; }
 .translated { background: var(--translated); }
 .outdated { background: var(--outdated); }
 .untranslated { background: var(--untranslated); }
 .missing { background: var(--missing); }
-ul.legend { display: flex; flex-wrap: wrap; gap: .3rem 1.2rem; margin: .8rem 0 0; padding: 0; list-style: none; color: var(--soft); font-size: .85rem; }
-.legend i { display: inline-block; width: .75rem; height: .75rem; margin-right: .4rem; border-radius: .2rem; vertical-align: -1px; }
-.head { display: flex; justify-content: space-between; gap: 1rem; align-items: baseline; margin-bottom: .6rem; }
+ul.legend {
+  display: flex; flex-wrap: wrap; gap: .3rem 1.2rem; margin: .8rem 0 0; padding: 0;
+  list-style: none; color: var(--soft); font-size: .85rem;
+}
+.legend i {
+  display: inline-block; width: .75rem; height: .75rem; margin-right: .4rem;
+  border-radius: .2rem; vertical-align: -1px;
+}
+.head {
+  display: flex; justify-content: space-between; gap: 1rem; align-items: baseline;
+  margin-bottom: .6rem;
+}
 .head b { font-size: 1.15rem; font-variant-numeric: tabular-nums; }
 details { margin-top: .7rem; }
 summary { cursor: pointer; font-weight: 600; }
@@ -65,10 +79,13 @@ summary span { color: var(--soft); font-weight: normal; }
 .list { overflow-x: auto; }
 .list table { width: 100%; margin-top: .5rem; border-collapse: collapse; font-size: .9rem; }
 .list th { color: var(--soft); font-size: .8rem; font-weight: 600; text-align: left; }
-.list th, .list td { padding: .35rem .6rem; border-top: 1px solid var(--line); vertical-align: top; white-space: pre-wrap; overflow-wrap: anywhere; }
+.list th, .list td {
+  padding: .35rem .6rem; border-top: 1px solid var(--line); vertical-align: top;
+  white-space: pre-wrap; overflow-wrap: anywhere;
+}
 .list td:first-child { width: 34%; font: .8rem/1.7 ui-monospace, monospace; }
-.list td.line { width: 3rem; color: var(--soft); text-align: right; }
-.list th.line { text-align: right; }
+.list .line { width: 3.5rem; text-align: right; white-space: nowrap; overflow-wrap: normal; }
+.list td.line { color: var(--soft); }
 p.done { margin: .7rem 0 0; color: var(--soft); }
 </style>
 </head>
