@@ -45,15 +45,24 @@ const Row kRows[] = {
      "notations, so that compile makes the same texts of it. Content that a text\n"
      "can't carry is refused.\n",
      MakeDump},
+    {"export", "make a file for translators' tools",
+     "Writes English texts and their translation as PO, as a template of PO, or as\n"
+     "XLIFF 1.2 or 2.0. A key is the context of its text. Without FILE, nothing is\n"
+     "translated yet.\n",
+     MakeExport},
     {"extract", "collect the texts of source code",
-     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/, and\n"
-     "writes them as a text, in the order of their keys. Folders are walked. Two\n"
+     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/,\n"
+     "and writes them as a text, in the order of their keys. Folders are walked. Two\n"
      "English texts of one key are an error.\n",
      MakeExtract},
     {"get", "print the texts of keys",
      "Prints the text that a look-up of each KEY finds, as it is stored, in UTF-8. KEY\n"
      "may be a literal of the source code, as $$$/a/b=text.\n",
      MakeGet},
+    {"import", "make a text of a file of translators' tools",
+     "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
+     "translator marked as fuzzy, and what is obsolete, is left out.\n",
+     MakeImport},
     {"keys", "list the keys of files",
      "Lists the keys of images of any version, and of texts, each once, in the order\n"
      "of their bytes.\n",
@@ -89,9 +98,10 @@ const Row kRows[] = {
      "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
      MakeStatus},
     {"update", "bring a translation up to date with new English texts",
-     "Writes the translation TEXT again. Texts whose English text has changed are marked\n"
-     "as fuzzy, with the old English text in their notes, and texts of keys that English\n"
-     "lacks are left out. All other lines stay as they are. Changes are reported.\n",
+     "Writes the translation TEXT again. Texts whose English text has changed are\n"
+     "marked as fuzzy, with the old English text in their notes, and texts of keys\n"
+     "that English lacks are left out. All other lines stay as they are. Changes are\n"
+     "reported.\n",
      MakeUpdate},
 };
 

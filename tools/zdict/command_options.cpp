@@ -65,15 +65,25 @@ void AddNumberTo(CLI::App* app, const char* name, const char* thing, Number* num
     };
     AddFunction(app, name, "N", set, help);
 }
-} // namespace
 
-void AddOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+CLI::Option* AddOneOperand(CLI::App* app, const char* name, std::string* value, const char* help)
 {
     const auto store = [value](const CLI::results_t& operands) {
         *value = WithoutMark(operands.front());
         return true;
     };
-    app->add_option(name, store, help)->required();
+    return app->add_option(name, store, help);
+}
+} // namespace
+
+void AddOptionalOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+{
+    AddOneOperand(app, name, value, help);
+}
+
+void AddOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+{
+    AddOneOperand(app, name, value, help)->required();
 }
 
 void AddOperands(CLI::App* app, const char* name, std::vector<std::string>* values,

@@ -23,8 +23,9 @@ class App;
 const char kOperandMark = '\x01';
 
 // Required operands, in the order of the calls. AddOperands takes one or more, and is the last
-// call.
+// call. So is AddOptionalOperand.
 void AddOperand(CLI::App* app, const char* name, std::string* value, const char* help);
+void AddOptionalOperand(CLI::App* app, const char* name, std::string* value, const char* help);
 void AddOperands(CLI::App* app, const char* name, std::vector<std::string>* values,
                  const char* help);
 

@@ -53,16 +53,15 @@ public:
     {
         AddOutput(app, &mOutput);
         AddValues(app, "--exclude", "GLOB", &mExcludes,
-                  "skip files and folders below SOURCE whose name matches, or whose path from "
-                  "there if GLOB has a slash");
-        AddValues(app, "--table", "MACRO=PATTERN", &mTables,
-                  "calls of MACRO are texts: PATTERN is the literal, with %1 to %9 for arguments");
+                  "skip files and folders whose name or path matches");
+        AddValues(app, "--table", "MACRO=TEXT", &mTables,
+                  "calls of MACRO are texts; %1 to %9 are arguments");
         AddValues(app, "--define", "MACRO=TEXT", &mDefines,
-                  "value of a macro inside literals that the sources do not define");
+                  "value of a macro that sources do not define");
         AddValues(app, "--exclude-key", "GLOB", &mEnglishRules.mExcludedKeys,
                   "leave out texts whose key matches, without $$$");
         AddValue(app, "--comment-tag", "TAG", &mReadingRules.mCommentTag,
-                 "comments beside literals that hold TAG are for translators (TRANSLATORS:)");
+                 "mark of comments for translators (TRANSLATORS:)");
         AddFlag(app, "--no-references", &mNoReferences, "leave out files and lines");
         AddFlag(app, "--no-notes", &mNoNotes, "leave out references and comments");
         AddOperands(app, "SOURCE", &mSources, "source files, and folders of them");

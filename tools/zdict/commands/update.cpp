@@ -38,7 +38,7 @@ std::string InUTF8(const InputFile& file, CodePage codePage)
         units.push_back(static_cast<std::uint16_t>(text.mBigEndian ? first << 8 | second
                                                                    : second << 8 | first));
     }
-    return ToUTF8(hollin::ZString(units.data(), static_cast<std::uint32_t>(units.size())));
+    return ToUTF8(ToZString(ViewOf(units)));
 }
 
 class Update : public Command
@@ -53,8 +53,7 @@ public:
                  "the English texts that the translation was made of");
         AddFlag(app, "--keep-obsolete", &mRules.mKeepObsolete,
                 "keep the lines of keys that English lacks");
-        AddFlag(app, "--add-new", &mRules.mAddNew,
-                "add the keys that the translation lacks, in English and marked as fuzzy");
+        AddFlag(app, "--add-new", &mRules.mAddNew, "add missing keys in English, marked as fuzzy");
         AddFlag(app, "--quiet", &mIsQuiet, "print no report");
         AddOperand(app, "TEXT", &mTranslation, "the translation");
     }

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 
 #include <hollin/Dictionary.h>
+#include <hollin/Markers.h>
 
 #include "images/text_output.h"
 
@@ -13,8 +13,6 @@ const char* const kObsoleteFlag = "obsolete";
 
 namespace
 {
-const std::u16string_view kPlatformMarker = u"{{*MSWindows*}}";
-const std::u16string_view kNoteMarker = u"{{*COMMENT*}}";
 const char kMarkerStart[] = "{{";
 const char kBlanks[] = " \t";
 const std::string kOpen = "\u2068"; // of a file name with a blank
@@ -89,11 +87,8 @@ std::string FormatReference(const std::string& reference)
 {
     if (reference.find_first_of(kBlanks) == std::string::npos)
         return reference;
-    const std::size_t digits = reference.find_last_not_of("0123456789");
-    const bool hasLine =
-        digits != std::string::npos && reference[digits] == ':' && digits + 1 < reference.size();
-    const std::size_t end = hasLine ? digits : reference.size();
-    return kOpen + reference.substr(0, end) + kClose + reference.substr(end);
+    const Reference parts = SplitReference(reference);
+    return kOpen + parts.mFile + kClose + (parts.mLine.empty() ? "" : ":" + parts.mLine);
 }
 
 void AddFlags(const std::string& line, Note* note)
@@ -130,23 +125,6 @@ void FormatList(const char* prefix, const std::vector<std::string>& parts, const
         *note += (i ? separator : " ") + parts[i];
     *note += '\n';
 }
-
-std::u16string UnitsOf(const hollin::ZString& text)
-{
-    return std::u16string(text.Data(), text.Data() + text.Length());
-}
-
-hollin::ZString ToText(const std::u16string& units)
-{
-    return hollin::ZString(std::vector<std::uint16_t>(units.begin(), units.end()).data(),
-                           static_cast<std::uint32_t>(units.size()));
-}
-
-std::size_t FindNote(const std::u16string& text)
-{
-    const std::size_t platform = text.find(kPlatformMarker);
-    return text.find(kNoteMarker, platform == text.npos ? 0 : platform + kPlatformMarker.size());
-}
 } // namespace
 
 bool Note::IsEmpty() const
@@ -173,6 +151,15 @@ bool operator==(const Note& left, const Note& right)
     return left.mReferences == right.mReferences && left.mExtracted == right.mExtracted &&
            left.mFlags == right.mFlags && left.mOldEnglish == right.mOldEnglish &&
            left.mTranslator == right.mTranslator;
+}
+
+Reference SplitReference(const std::string& reference)
+{
+    const std::size_t colon = reference.find_last_not_of("0123456789");
+    const bool hasLine =
+        colon != std::string::npos && reference[colon] == ':' && colon + 1 < reference.size();
+    return {reference.substr(0, hasLine ? colon : reference.size()),
+            hasLine ? reference.substr(colon + 1) : std::string()};
 }
 
 Note ParseNote(const std::string& comment)
@@ -231,25 +218,27 @@ std::string FormatNote(const Note& note)
 
 bool HasNote(const hollin::ZString& text)
 {
-    return FindNote(UnitsOf(text)) != std::u16string::npos;
+    return hollin::FindComment(ViewOf(text)) != UnitView::npos;
 }
 
 NotedText SplitNote(const hollin::ZString& text)
 {
-    const std::u16string units = UnitsOf(text);
-    const std::size_t at = FindNote(units);
-    if (at == units.npos)
+    const UnitView units = ViewOf(text);
+    const std::size_t at = hollin::FindComment(units);
+    if (at == UnitView::npos)
         return {text, Note()};
-    const hollin::ZString comment = ToText(units.substr(at + kNoteMarker.size()));
-    return {ToText(units.substr(0, at)), ParseNote(ToUTF8(comment))};
+    const UnitView comment = units.substr(at + hollin::kCommentMarker.size());
+    return {ToZString(units.substr(0, at)), ParseNote(ToUTF8(ToZString(comment)))};
 }
 
 hollin::ZString JoinNote(const hollin::ZString& text, const Note& note)
 {
     if (note.IsEmpty())
         return text;
-    const std::string comment = FormatNote(note);
+    const std::string comment = std::string(hollin::kCommentMarker) + FormatNote(note);
     const hollin::ZString units(comment.data(), static_cast<std::uint32_t>(comment.size()),
                                 &hollin::kEncodingUTF8);
-    return ToText(UnitsOf(text) + std::u16string(kNoteMarker) + UnitsOf(units));
+    Units joined(ViewOf(text).begin(), ViewOf(text).end());
+    joined.insert(joined.end(), ViewOf(units).begin(), ViewOf(units).end());
+    return ToZString(ViewOf(joined));
 }

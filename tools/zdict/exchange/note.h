@@ -48,6 +48,14 @@ struct Note
 
 bool operator==(const Note& left, const Note& right);
 
+struct Reference
+{
+    std::string mFile;
+    std::string mLine; // digits, or empty
+};
+
+Reference SplitReference(const std::string& reference);
+
 // Reads and writes the part behind the marker, also as the comment of an entry of an image.
 Note ParseNote(const std::string& comment);
 std::string FormatNote(const Note& note); // empty for an empty note

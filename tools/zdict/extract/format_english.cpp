@@ -44,7 +44,7 @@ std::size_t AppendNotation(const std::uint16_t* units, const std::uint16_t* end,
     // A unit that is written with an introducer or a number of its own must not be taken for the
     // second unit of this notation.
     Units second;
-    AppendText(hollin::ZString(&next, 1), &second);
+    AppendText(UnitView(&next, 1), &second);
     const bool isPlain = second.size() == 1 || platform::IsHighSurrogate(next);
     line->insert(line->end(), isPlain ? 1 : 2, unit);
     return 1;
@@ -63,8 +63,8 @@ void AppendWritten(const hollin::ZString& text, Units* line)
             units += AppendNotation(units, end, line);
             continue;
         }
-        const std::uint32_t length = end - units > 1 && platform::IsHighSurrogate(*units) ? 2 : 1;
-        AppendText(hollin::ZString(units, length), line);
+        const std::size_t length = end - units > 1 && platform::IsHighSurrogate(*units) ? 2 : 1;
+        AppendText(UnitView(units, length), line);
         units += length;
     }
 }
@@ -106,9 +106,9 @@ std::string FormatEnglish(const std::vector<EnglishText>& texts, const EnglishFo
             note.mReferences.resize(fewer);
             noted = JoinNote(hollin::ZString(), note);
         }
-        AppendText(noted, &line);
+        AppendText(ViewOf(noted), &line);
         AppendASCII("\"\n", &line);
-        result += ToUTF8(hollin::ZString(line.data(), static_cast<std::uint32_t>(line.size())));
+        result += ToUTF8(ToZString(ViewOf(line)));
     }
     return result;
 }

@@ -54,7 +54,7 @@ std::string LineOf(const std::string& key, const NotedText& text, const std::str
     Units units;
     AppendLine(key, JoinNote(text.mText, text.mNote), &units);
     units.pop_back(); // the line feed
-    return ToUTF8(hollin::ZString(units.data(), static_cast<std::uint32_t>(units.size()))) + end;
+    return ToUTF8(ToZString(ViewOf(units))) + end;
 }
 
 // Makes a note say that the translation was made of another English text, or that it was made of
