@@ -49,8 +49,8 @@ void RequireSameLine(const RawLine& line, const hollin::TextLine& read)
     Require(line.mHasEquals == read.mHasEquals);
     const ExpandedText text(line);
     const std::uint16_t* const units = read.mText.Data();
-    Require(std::equal(text.Units().begin(), text.Units().end(), units,
-                       units + read.mText.Length()));
+    Require(
+        std::equal(text.Units().begin(), text.Units().end(), units, units + read.mText.Length()));
     RequireOffsets(line, text);
     RequirePlaces(text.Units());
 }

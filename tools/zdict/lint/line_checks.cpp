@@ -384,7 +384,8 @@ void LintFile(const InputFile& file, CodePage codePage, const LintOptions& optio
             Keep(line, lines);
     }
     CheckEnd(file.mName, scanner, lastLine, findings);
-    const std::string otherForm = judge.OtherForm();
+    // Lines that NULs cut aren't judged: the encoding is the mistake.
+    const std::string otherForm = scanner.NulLine() ? std::string() : judge.OtherForm();
     if (!otherForm.empty() && findings->Wants(LintCheck::kNotATextForm))
     {
         findings->CutTo(first);
