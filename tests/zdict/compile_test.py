@@ -108,7 +108,7 @@ class Compile(Case):
             checked = self.run_tool("check", "-", stdin=text, status=1)
             line = re.match("line ([0-9]+)", what)[1]
             self.assertRegex(checked.out.decode(),
-                             rf"\Astandard input:{line}:[0-9]+: error: .* \[encoding\]\n")
+                             rf"(?m)^standard input:{line}:[0-9]+: error: .* \[encoding\]$")
 
     def test_failed_compilations_are_reported(self):
         for text, option, what in [
