@@ -1,6 +1,5 @@
 # The installed tree and the package of that tree: for Debian, or a ZIP file for Windows.
 
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(libraries U Uplatform)
@@ -52,8 +51,6 @@ if(TARGET Ualert_sdl)
   install(FILES platform/alert/sdl/presenter.h DESTINATION ${headers}/platform/alert/sdl)
 endif()
 
-install(DIRECTORY ${CMAKE_BINARY_DIR}/share/u DESTINATION ${CMAKE_INSTALL_DATADIR}
-  FILES_MATCHING PATTERN *.zdict)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES fuzz/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/fuzz)
 install(FILES bench/RESULTS.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
@@ -63,17 +60,24 @@ install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
   PATTERN Doxyfile EXCLUDE
   PATTERN doxygen_comments EXCLUDE)
 install(FILES tools/zdict/zdict.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+if(NOT WIN32)
+  install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()
 
 # For find_package(U).
 install(EXPORT UTargets NAMESPACE U:: DESTINATION ${package_folder})
+set(dictionary_folder ${CMAKE_INSTALL_DATADIR}/u)
 configure_package_config_file(cmake/UConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/UConfig.cmake
-  INSTALL_DESTINATION ${package_folder})
+  INSTALL_DESTINATION ${package_folder}
+  PATH_VARS dictionary_folder)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/UConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/UConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/UConfigVersion.cmake
   cmake/u_add_dictionary.cmake
+  cmake/u_add_texts.cmake
   DESTINATION ${package_folder})
 
 set(CPACK_PACKAGE_NAME libu)

@@ -1,5 +1,9 @@
 # Settings that all targets share.
 
+# The year that texts show with {{*CopyYear*}}: the year in which the build is configured,
+# or the year of SOURCE_DATE_EPOCH, for reproducible builds.
+string(TIMESTAMP u_build_year "%Y" UTC)
+
 function(u_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too

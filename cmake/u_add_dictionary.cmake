@@ -15,6 +15,20 @@
 # The tool is the target zdict in U's own build, and elsewhere the program that
 # the project imports as U::zdict.
 
+# Sets the variables to the beginning of a command that runs the tool, and to its target.
+function(u_find_zdict command tool)
+  if(TARGET zdict)
+    set(${command} zdict PARENT_SCOPE)
+    set(${tool} zdict PARENT_SCOPE)
+  elseif(TARGET U::zdict)
+    # CMake itself runs only programs of the build under the emulator.
+    set(${command} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:U::zdict> PARENT_SCOPE)
+    set(${tool} U::zdict PARENT_SCOPE)
+  else()
+    message(FATAL_ERROR "there is no zdict; import it as U::zdict first")
+  endif()
+endfunction()
+
 function(u_add_dictionary target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "OUTPUT;LOCALE" "TEXTS")
   if(arg_UNPARSED_ARGUMENTS)
@@ -26,17 +40,7 @@ function(u_add_dictionary target)
     endif()
   endforeach()
 
-  if(TARGET zdict)
-    set(command zdict)
-    set(tool zdict)
-  elseif(TARGET U::zdict)
-    # CMake itself runs only programs of the build under the emulator.
-    set(command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:U::zdict>)
-    set(tool U::zdict)
-  else()
-    message(FATAL_ERROR "u_add_dictionary(${target}): there is no zdict; import it as U::zdict first")
-  endif()
-
+  u_find_zdict(command tool)
   cmake_path(ABSOLUTE_PATH arg_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR} NORMALIZE
     OUTPUT_VARIABLE output)
   cmake_path(GET output PARENT_PATH folder)

@@ -1,14 +1,15 @@
 #include "hollin/ImageCheck.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include "hollin/ConversionHooks.h"
+#include "hollin/ImageView.h"
 #include "hollin/TextFormReader.h"
 #include "hollin_private/ByteRun.h"
 #include "hollin_private/Conversion.h"
 #include "hollin_private/DictionaryReader.h"
-#include "hollin_private/FlatImageView.h"
 #include "hollin_private/LegacyImage.h"
 
 namespace hollin
@@ -17,64 +18,22 @@ namespace
 {
 using namespace hollin_private;
 
-void SetDamage(const std::string& location, const char* field, const char* problem,
-               ImageReport& report)
-{
-    report.mDamaged = true;
-    report.mField = field;
-    report.mProblem = problem;
-    report.mSentence = location + ", " + field + ": " + problem + ".";
-}
-
-void ReportDamage(const Damage& damage, ImageReport& report)
-{
-    report.mOffset = damage.mOffset;
-    SetDamage("Byte " + std::to_string(damage.mOffset), damage.mField, damage.mProblem, report);
-}
-
 // Counts live keys that are not in their own bucket of the file.
-std::uint64_t CountUnreachable(const FlatImageView& image)
+std::uint64_t CountUnreachable(const ImageView& image)
 {
-    std::vector<bool> found(image.mKeyed ? image.mCount : 0);
-    std::size_t next = 0;
-    for (std::size_t bucket = 0; bucket < image.mBucketSizes.Size(); ++bucket)
+    std::vector<bool> found(image.Report().mKeyed ? image.Slots() : 0);
+    for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
     {
-        const std::size_t end = next + image.mBucketSizes[bucket];
-        for (; next < end; ++next)
+        for (const std::uint32_t slot : image.SlotsIn(bucket))
         {
-            const std::uint32_t id = image.mBucketIds[next];
-            if (HashKey(image.mKeys.At(id), kBucketCount) == image.mBucketNumbers[bucket])
-                found[id] = true;
+            if (BucketOf(image.Key(slot)) == bucket)
+                found[slot] = true;
         }
     }
     std::uint64_t unreachable = 0;
-    for (std::size_t id = 0; id < found.size(); ++id)
-        unreachable += !found[id] && image.mKeys.mLengths[id] != 0;
+    for (std::uint32_t slot = 0; slot < found.size(); ++slot)
+        unreachable += !found[slot] && !image.Key(slot).empty();
     return unreachable;
-}
-
-void CheckFlat(ImageCursor& cursor, ImageReport& report)
-{
-    const FlatImageView image = ReadFlatImage(cursor);
-    if (image.mLocale.mBytes)
-        report.mLocale.assign(reinterpret_cast<const char*>(image.mLocale.mBytes),
-                              image.mLocale.mLength);
-    report.mKeyed = image.mKeyed;
-    report.mBase = image.mBase;
-    report.mSlots = image.mCount;
-    report.mLive = image.mLive;
-    report.mBuckets = image.mBucketCount;
-    report.mComments = static_cast<std::uint32_t>(image.mCommentIds.Size());
-    report.mLoneCommentId = report.mComments == 1 ? image.mCommentIds[0] : 0;
-    report.mKeyBytes = image.mKeys.mPoolSize;
-    report.mValueBytes = image.mValues.mPoolSize;
-    report.mCommentBytes = image.mComments.mPoolSize;
-    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
-        report.mLongestBucket = std::max(report.mLongestBucket, image.mBucketSizes[i]);
-    if (!cursor.Sound())
-        return;
-    report.mUnreachable = CountUnreachable(image);
-    report.mTrailing = cursor.Remaining();
 }
 
 // A load converts values that have an encoding.
@@ -112,6 +71,14 @@ void CheckLegacy(ImageCursor& cursor, const ImageHeader& header, ImageReport& re
     report.mLive = report.mSlots;
 }
 
+void CheckFlat(const unsigned char* bytes, std::size_t size, ImageReport& report)
+{
+    const ImageView image(bytes, size);
+    report = image.Report();
+    if (image.IsReadable() && report.mKeyed)
+        report.mUnreachable = CountUnreachable(image);
+}
+
 void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& report)
 {
     ImageCursor cursor(bytes, size);
@@ -124,8 +91,7 @@ void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& repo
     switch (header.Layout())
     {
     case ImageLayout::kFlat:
-        CheckFlat(cursor, report);
-        break;
+        return CheckFlat(bytes, size, report);
     case ImageLayout::kEntries:
     case ImageLayout::kLengthTable:
         CheckLegacy(cursor, header, report);
@@ -133,8 +99,8 @@ void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& repo
     case ImageLayout::kUnknownVersion:
         cursor.SetDamaged(kImageMagicLength, "version", "it is unknown");
     }
-    if (!cursor.Sound())
-        ReportDamage(cursor.FirstDamage(), report);
+    if (const Damage& damage = cursor.FirstDamage(); !cursor.Sound())
+        report.SetDamageAt(damage.mOffset, damage.mField, damage.mProblem);
 }
 
 ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
@@ -162,16 +128,30 @@ void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report
         if (!line.mProblem || report.mDamaged)
             continue;
         report.mLine = line.mNumber;
-        SetDamage("Line " + std::to_string(line.mNumber), line.mField, line.mProblem, report);
+        report.SetDamage("Line " + std::to_string(line.mNumber), line.mField, line.mProblem);
     }
 }
 } // namespace
+
+void ImageReport::SetDamage(const std::string& location, const char* field, const char* problem)
+{
+    mDamaged = true;
+    mField = field;
+    mProblem = problem;
+    mSentence = location + ", " + field + ": " + problem + ".";
+}
+
+void ImageReport::SetDamageAt(std::uint64_t offset, const char* field, const char* problem)
+{
+    mOffset = offset;
+    SetDamage("Byte " + std::to_string(offset), field, problem);
+}
 
 ImageReport CheckImage(const unsigned char* bytes, std::size_t size)
 {
     ImageReport report;
     if (!bytes || !size)
-        ReportDamage({0, "image", "it is empty"}, report);
+        report.SetDamageAt(0, "image", "it is empty");
     else if (IsBinaryImage(bytes, size))
         CheckBinary(bytes, size, report);
     else

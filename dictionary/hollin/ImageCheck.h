@@ -81,6 +81,10 @@ struct ImageReport
     std::string mField;        // the damaged field, as "value offsets"
     std::string mProblem;      // a clause in English
     std::string mSentence;     // location, field and problem
+
+    // Sets the fields of a damage. The location is that of the sentence, as "Line 3".
+    void SetDamage(const std::string& location, const char* field, const char* problem);
+    void SetDamageAt(std::uint64_t offset, const char* field, const char* problem);
 };
 
 // `size` is in bytes. `bytes` may be null if `size` is 0.

@@ -34,6 +34,13 @@ inline std::string_view ViewOf(const ByteRun& run)
     return std::string_view(reinterpret_cast<const char*>(run.mBytes), run.mLength);
 }
 
+// REQUIRES: the text is below 4 GiB.
+inline ByteRun RunOf(std::string_view text)
+{
+    return ByteRun{reinterpret_cast<const unsigned char*>(text.data()),
+                   static_cast<std::uint32_t>(text.size())};
+}
+
 inline bool operator==(const ByteRun& left, const ByteRun& right)
 {
     return left.mLength == right.mLength &&

@@ -2,7 +2,7 @@
 
 #include <limits>
 #include <ostream>
-#include <vector>
+#include <utility>
 
 #include "hollin/ConversionHooks.h"
 #include "hollin/Limits.h"
@@ -14,40 +14,10 @@ namespace hollin_private
 {
 namespace
 {
-const char kDefaultLocale[] = "en_US";
-
-// The content of an image of version 2, gathered from a store. The runs belong to the store.
-// Values and comments are whole units.
-struct ImageContent
-{
-    bool mKeyed = true;
-    std::uint32_t mLive = 0;    // counts entries with an empty key too
-    std::vector<ByteRun> mKeys; // one a slot; none without keys
-    std::vector<ByteRun> mValues;
-
-    std::vector<std::uint16_t> mBucketNumbers; // of buckets that aren't empty
-    std::vector<std::uint32_t> mBucketSizes;
-    std::vector<std::uint32_t> mBucketIds;
-
-    std::vector<std::uint32_t> mCommentIds;
-    std::vector<ByteRun> mComments;
-};
-
 // SetString stores texts of any length in bytes. Images have whole units.
 ByteRun WholeUnits(const ByteRun& text)
 {
     return {text.mBytes, text.mLength & ~1u};
-}
-
-void AddToBucket(std::uint32_t bucket, std::uint32_t id, ImageContent& content)
-{
-    if (content.mBucketNumbers.empty() || content.mBucketNumbers.back() != bucket)
-    {
-        content.mBucketNumbers.push_back(static_cast<std::uint16_t>(bucket));
-        content.mBucketSizes.push_back(0);
-    }
-    ++content.mBucketSizes.back();
-    content.mBucketIds.push_back(id);
 }
 
 // In a file with keys, a slot without a key is removed. So a slot of a block without keys has
@@ -82,7 +52,7 @@ ImageContent ContentOf(const HashTable& table)
     ImageContent content;
     std::uint32_t id = 0;
     ForEachEntry(table, [&](std::uint32_t bucket, const DictionaryEntry& entry) {
-        AddToBucket(bucket, id++, content);
+        content.AddToBucket(bucket, id++);
         content.mKeys.push_back(entry.Key());
         content.mValues.push_back(entry.ValueBytes());
     });
@@ -107,7 +77,7 @@ ImageContent ContentOf(const FastArray& store, bool withoutKeys)
     for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
     {
         for (const std::uint32_t id : store.Buckets().Get(bucket))
-            AddToBucket(bucket, id, content);
+            content.AddToBucket(bucket, id);
     }
     return content;
 }
@@ -134,18 +104,32 @@ std::uint64_t PoolSize(const std::vector<ByteRun>& runs)
     return size;
 }
 
+// Returns at least the size of the image without its locale.
+std::uint64_t RoomFor(const ImageContent& content)
+{
+    const std::uint64_t header = 64; // and the counts
+    const std::uint64_t run = sizeof(std::uint32_t) + sizeof(std::uint16_t);
+    const std::uint64_t runs =
+        content.mKeys.size() + content.mValues.size() + content.mBucketNumbers.size();
+    return header + runs * run + content.mBucketIds.size() * sizeof(std::uint32_t) +
+           content.mComments.size() * (run + sizeof(std::uint32_t)) + PoolSize(content.mKeys) +
+           PoolSize(content.mValues) + PoolSize(content.mComments);
+}
+
 // Appends the fields of an image.
 class ImageBuffer
 {
 public:
-    explicit ImageBuffer(bool swap) : mSwap(swap) {}
+    ImageBuffer(bool swap, std::uint64_t size) : mSwap(swap)
+    {
+        mBytes.reserve(static_cast<std::size_t>(size));
+    }
 
-    const std::vector<unsigned char>& Bytes() const { return mBytes; }
+    std::string Take() { return std::move(mBytes); }
 
     void AddBytes(const void* bytes, std::size_t size)
     {
-        const unsigned char* const begin = static_cast<const unsigned char*>(bytes);
-        mBytes.insert(mBytes.end(), begin, begin + size);
+        mBytes.append(static_cast<const char*>(bytes), size);
     }
 
     template <typename Integer> void Add(Integer value)
@@ -157,6 +141,8 @@ public:
 
     template <typename Integer> void AddTable(const std::vector<Integer>& table)
     {
+        if (!mSwap)
+            return AddBytes(table.data(), table.size() * sizeof(Integer));
         for (const Integer value : table)
             Add(value);
     }
@@ -193,7 +179,7 @@ public:
 
 private:
     const bool mSwap;
-    std::vector<unsigned char> mBytes;
+    std::string mBytes;
 };
 
 // Values are UTF-16 in every case, so the text flag is 0.
@@ -261,16 +247,37 @@ std::size_t WriteUnits(const std::vector<std::uint16_t>& units, std::ostream& st
 }
 } // namespace
 
+void ImageContent::AddToBucket(std::uint32_t bucket, std::uint32_t id)
+{
+    if (mBucketNumbers.empty() || mBucketNumbers.back() != bucket)
+    {
+        mBucketNumbers.push_back(static_cast<std::uint16_t>(bucket));
+        mBucketSizes.push_back(0);
+    }
+    ++mBucketSizes.back();
+    mBucketIds.push_back(id);
+}
+
+std::string ImageOf(const ImageContent& content, const ImageOptions& options,
+                    const std::string& locale)
+{
+    ImageBuffer image(NeedsSwap(options.mBigEndian), RoomFor(content) + locale.size());
+    AddHeader(image, options.mBigEndian, locale);
+    AddBlock(image, content, options.mBase);
+    return image.Take();
+}
+
 std::size_t WriteImage(const DictionaryImpl& dictionary, const ImageOptions& options,
                        std::ostream& stream)
 {
     const bool flat = dictionary.IsFlat();
     const ImageContent content = flat ? ContentOf(*dictionary.mFastArray, options.mWithoutKeys)
                                       : ContentOf(dictionary.mHashTable);
-    ImageBuffer image(NeedsSwap(options.mBigEndian));
-    AddHeader(image, options.mBigEndian, dictionary.mLocale.value_or(kDefaultLocale));
-    AddBlock(image, content, flat ? options.mBase : 0);
-    return WriteAll(image.Bytes().data(), image.Bytes().size(), stream);
+    ImageOptions written = options;
+    written.mBase = flat ? options.mBase : 0;
+    const std::string image =
+        ImageOf(content, written, dictionary.mLocale.value_or(kDefaultLocale));
+    return WriteAll(image.data(), image.size(), stream);
 }
 
 std::size_t WriteText(const DictionaryImpl& dictionary, std::ostream& stream)

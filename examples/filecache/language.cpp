@@ -7,7 +7,9 @@ namespace fs = std::filesystem;
 namespace
 {
 const Language kEnglish = {"en", "en_US"};
-const Language kTranslated[] = {{"de", "de_DE"}, {"ja", "ja_JP"}};
+// "pseudo" is English with accents, longer and in brackets. Texts that it doesn't reach aren't
+// looked up. Help and messages leave its name out: it is for developers.
+const Language kTranslated[] = {{"de", "de_DE"}, {"ja", "ja_JP"}, {"pseudo", "en_US"}};
 
 // From the program's folder: the same in a build and where it is installed.
 const char kDictionaries[] = "../share/u";

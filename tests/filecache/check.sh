@@ -328,6 +328,14 @@ run --dictionary "$german" --help
 expect_status "German help" 0
 translated "German help" "Aufruf: filecache"
 
+# Each text that is looked up is in brackets in the pseudo-locale.
+run --language pseudo --help
+expect_status "pseudo-locale" 0
+translated "pseudo-locale" "[Ûšàĝé: ƒîļéçàçĥé "
+run --language pseudo "$files"
+expect_status "pseudo-locale" 0
+labels | grep -v '^\[' && fail "pseudo-locale: a label is not looked up"
+
 # Dictionaries are found relative to the program's file.
 mkdir -p "$work/installed/bin" "$work/installed/share/u"
 cp "$binary" "$work/installed/bin"

@@ -30,7 +30,8 @@ ROWS = [
     ["indep/crash"],
     ["indep"],
     ["tools/program"],
-    ["tools", "examples", "bench", "fuzz"],
+    ["tools", "examples", "bench"],
+    ["fuzz"],
     ["tests"],
 ]
 

@@ -34,9 +34,9 @@ class Damage(Case):
         self.assertEqual(result.out.decode().replace(self.folder + "/", "").splitlines(), [
             "sound: fine, version 2.7, 11 texts",
             "offset: damaged at byte 65 in value offsets: one splits a unit",
-            'text: damaged at line 2: prefix: it isn\'t "$$$"',
-            "text: damaged at line 3: the key is empty",
-            'text: line 4: it replaces the text of "a" in line 1',
+            "text:2:1: error: the key begins with $, but not with $$$ [bad-prefix]",
+            "text:3:1: error: the key is empty [key-empty]",
+            'text:4:1: warning: it replaces the text of "a" in line 1 [duplicate-key]',
             "empty: damaged at byte 0 in image: it is empty",
             "astray: no look-up finds 1 of its 2 texts: keys in the wrong bucket",
             "good: fine, text, 1 text",

@@ -1,5 +1,6 @@
 """From images to texts, single entries and other images."""
 
+import datetime
 import itertools
 import os
 import re
@@ -65,17 +66,28 @@ class Dump(Case):
                       ("/d", "6", "other")])
         result = self.run_tool("dump", "-o", self.path("out"), "-", stdin=image, status=1)
         self.assertEqual(result.err.splitlines(),
-                         ['zdict: standard input: the key "a"b" holds a double quote',
+                         ['zdict: standard input: "/c" has a comment (see --comments, --no-comments)',
+                          'zdict: standard input: "/d" has a comment (see --comments, --no-comments)',
                           'zdict: standard input: the key "a\\nb" holds a line end or a NUL',
+                          'zdict: standard input: the key "a"b" holds a double quote',
                           'zdict: standard input: the key "é" isn\'t ASCII',
-                          'zdict: standard input: "/c" has a comment (see --no-comments)',
-                          'zdict: standard input: "/d" has a comment (see --no-comments)',
                           "zdict: standard input: the text form can't carry 5 of its 6 texts"])
         self.assertFalse(os.path.exists(self.path("out")))
         self.assertEqual(self.dumped(flat([("/c", "5", "note")]), "--no-comments"), b'"$$$/c=5"\n')
         for image, what in [(flat([("a=b", "1")]), 'the key "a=b" can\'t be looked up'),
                             (flat([("/a", "1")], keyed=False), "it has no keys")]:
             self.assertIn(what, self.run_tool("dump", "-", stdin=image, status=1).err)
+
+    def test_comments_that_compile_would_not_split_are_refused(self):
+        marked = "2{{*COMMENT*}}3"
+        image = flat([("/a", "1", "x"), ("/b", marked), ("/c", marked, "x"),
+                      ("/d", "4", "{{*MSWindows*}}"), ("/e", "{{*COMMENT", "*}}")])
+        result = self.run_tool("dump", "--comments", "-", stdin=image, status=1)
+        self.assertEqual(re.findall(r'"(/.)" has a marker that hides its comment', result.err),
+                         ["/b", "/c", "/d"])
+        self.run_tool("dump", "--comments", "--no-comments", "-", stdin=image, status=2)
+        self.assertEqual(self.dumped(flat([("/b", "1", "x\ny")]), "--comments"),
+                         b'"$$$/b=1{{*COMMENT*}}x\\ny"\n')
 
     def test_of_two_equal_keys_the_one_looked_up_counts(self):
         for image in (flat([("/a", "1"), ("/a", "2")]), legacy([("/a", "1"), ("/a", "2")], 0),
@@ -91,8 +103,7 @@ class Dump(Case):
             ids = image.index(bytes([0x44, 2, 2, 0, 0, 0])) + 6
             image[ids:ids + 8] = bytes([1, 0, 0, 0, 0, 0, 0, 0])
             self.assertEqual(self.run_tool("get", "-", "/a", stdin=bytes(image)).out, b"1\n")
-            merged = self.run_tool("merge", "-", stdin=bytes(image)).out
-            self.assertEqual(merged, flat(entries[1:]))
+            self.assertEqual(self.run_tool("merge", "-", stdin=bytes(image)).out, image)
 
     def test_texts_that_no_look_up_finds_are_shown(self):
         image = bytearray(legacy([("/a", "1")], 0))
@@ -114,12 +125,129 @@ class Get(Case):
         for key in "/c", "", "$$$", "$/a", "/A":
             result = self.run_tool("get", lone, key, status=1)
             self.assertEqual((result.out, "it has no key" in result.err), (b"", True))
+        several = self.run_tool("get", lone, "/b", "/c", "$$$/a=x", "/d", status=1)
+        self.assertEqual(several.out, b"zwei\n^1\n1\n")
+        self.assertEqual(several.err, "".join(f'zdict: {lone}: it has no key "{key}"\n'
+                                              for key in ("/c", "/d")))
         text = self.file("text", '"$$$/a=x#{mdash}"')
         self.assertEqual(self.run_tool("get", text, "/a").out.decode(), "x\u2014\n")
         self.assertEqual(self.run_tool("get", "-", "/a", stdin=IMAGE[True]).out, b"b\n")
 
 
+    def test_markers_are_applied_as_in_a_look_up(self):
+        year = datetime.date.today().year
+        entries = {"/a": ("x", "x"), "/b": ("A{{*MSWindows*}}B{{*COMMENT*}}C", "B"),
+                   "/c": ("A{{*COMMENT*}}B{{*MSWindows*}}C", "C"), "/d": ("{{*COMMENT*}}C", ""),
+                   "/e": ("© {{*CopyYear*}}{{*CopyYear*}}!{{*Other*}}", f"© {year}{year}!{{{{*Other*}}}}"),
+                   "/f": ("A{{*MSWindows*}}B{{*MSWindows*}}C", "B{{*MSWindows*}}C")}
+        image = flat([(key, text) for key, (text, _) in entries.items()])
+        for content in image, self.dumped(image), legacy([(k, t) for k, (t, _) in entries.items()], 0):
+            out = self.run_tool("get", "--apply-markers", self.file("image", content), *entries).out
+            self.assertEqual(out.decode().splitlines(), [shown for _, shown in entries.values()])
+
+    def test_every_form_and_the_image_in_its_file_have_the_same_texts(self):
+        entries = [(key, text) for key, text in ENTRIES if "=" not in key and text != "\ud83d"]
+        big = flat(entries, big=True)
+        self.file("image", big)
+        for key, _ in entries:
+            in_file = self.run_tool("get", self.path("image"), "--", key).out
+            self.assertEqual(in_file, self.run_tool("get", "-", "--", key, stdin=big).out)
+            self.assertEqual(in_file, self.run_tool("get", "-", "--", key,
+                                                    stdin=legacy(entries, 5)).out)
+        for cut in range(21, len(big)):
+            self.file("cut", big[:cut])
+            self.assertEqual(self.run_tool("get", self.path("cut"), "/menu/file", status=1).out, b"")
+
+
+class Keys(Case):
+    def test_the_keys_of_all_files_are_listed_once(self):
+        image = self.file("image", flat([("/b", "1"), ("/a", "2"), ("/b", "3")]))
+        text = self.file("text", "/c=1\n/a=2\n")
+        old = self.file("old", legacy([("/B", "x")], 0))
+        self.assertEqual(self.run_tool("keys", image, text, old).out, b"/B\n/a\n/b\n/c\n")
+        removed = self.run_tool("remove", image, "/b").out
+        self.assertEqual(self.run_tool("keys", "-", stdin=removed).out, b"/a\n")
+        result = self.run_tool("keys", "-", stdin=flat([("a\nb", "1")]), status=1)
+        self.assertIn('the key "a\\nb" holds a line end', result.err)
+
+
+class Remove(Case):
+    def test_other_entries_keep_their_identifiers(self):
+        entries = [("/a", "1"), ("/b", "2", "note"), ("/c", "3", "note"), ("/b", "4")]
+        form = {"big": True, "locale": "de_DE", "base": 7}
+        image = self.file("image", flat(entries, **form))
+        self.run_tool("remove", "-o", self.path("out"), image, "/b")
+        left = self.content("out")
+        self.assertEqual(self.run_tool("merge", "--big-endian", self.path("out")).out, left)
+        self.assertEqual(self.run_tool("get", self.path("out"), "/a", "/c").out, b"1\n3\n")
+        self.assertEqual(self.run_tool("get", "--comment", self.path("out"), "/c").out, b"note\n")
+        stats = re.sub(" +", " ", self.run_tool("stats", self.path("out")).out.decode())
+        for row in ("slots 4", "live 2", "comments 1", "base 7", "locale de_DE",
+                    "byte order big-endian", "value bytes 4"):
+            self.assertIn(row + "\n", stats)
+        self.file("next", "/d=5\n")
+        self.run_tool("merge", "-o", self.path("all"), self.path("out"), self.path("next"))
+        stats = re.sub(" +", " ", self.run_tool("stats", self.path("all")).out.decode())
+        self.assertIn("slots 5\nlive 3\n", stats)
+
+    def test_other_lines_of_a_text_are_kept(self):
+        lines = ['  "$$$/a=1" left\r\n', "\r", "/b=2\n", "\n", "/a=3\r", "/c=4"]
+        kept = "".join(line for line in lines if "/a" not in line)
+        for coding, mark in ("utf-8", b""), ("utf-8", b"\xEF\xBB\xBF"), ("utf-16-le", b"\xFF\xFE"), (
+                "utf-16-be", b"\xFE\xFF"):
+            text = mark + "".join(lines).encode(coding)
+            self.run_tool("remove", "-o", self.path("out"), self.file("text", text), "/a")
+            self.assertEqual(self.content("out"), mark + kept.encode(coding))
+
+    def test_an_absent_key_stops_the_removal(self):
+        for content in flat([("/a", "1")]), "/a=1\n":
+            name = self.file("file", content)
+            result = self.run_tool("remove", "-o", self.path("out"), name, "/a", "/b", "", status=1)
+            self.assertEqual(result.err.splitlines(),
+                             [f'zdict: {name}: it has no key "/b"',
+                              f'zdict: {name}: it has no key ""', "zdict: nothing is written"])
+            self.assertFalse(os.path.exists(self.path("out")))
+
+
 class Merge(Case):
+    def merged(self, *contents, status=0):
+        names = [self.file(str(n), content) for n, content in enumerate(contents)]
+        return self.run_tool("merge", *names, status=status)
+
+    def test_identifiers_are_those_of_loads_in_this_order(self):
+        removed = self.run_tool("remove", self.file("x", flat([("/r", "0"), ("/a", "1")])), "/r").out
+        self.assertEqual(self.merged(removed).out, removed)
+        # A known key of the second image leaves a removed slot, an image of known keys none.
+        result = self.merged(removed, flat([("/a", "2"), ("/b", "3")]), flat([("/b", "4")]), "/c=5\n")
+        self.file("out", result.out)
+        stats = re.sub(" +", " ", self.run_tool("stats", self.path("out")).out.decode())
+        self.assertIn("slots 5\nlive 3\n", stats)
+        # The slots /r and the second /a are removed.
+        self.assertEqual(self.run_tool("merge", "--no-keys", self.path("out")).out,
+                         self.without_keys(["", "2", "", "4", "5"], ["/r", "/a", "/a", "/b", "/c"]))
+        self.assertEqual(self.texts(result.out), {"/a": "2", "/b": "4", "/c": "5"})
+
+    def without_keys(self, texts, keys):
+        image = bytearray(flat(list(zip(keys, texts)), keyed=False))
+        at = image.index(b"N") + 5  # the count of live slots
+        image[at:at + 4] = sum(map(bool, texts)).to_bytes(4, "little")
+        return bytes(image)
+
+    def test_a_continuation_must_fit(self):
+        first, second = flat([("/a", "1"), ("/b", "2")]), [("/c", "3"), ("/a", "4")]
+        self.assertEqual(self.merged(first, flat(second, base=2)).out,
+                         flat([("/a", "1"), ("/b", "2"), *second]))
+        # A look-up finds the first entry of the key.
+        self.assertEqual(self.texts(self.merged(first, flat(second, base=2)).out)["/a"], "1")
+        self.assertEqual(self.merged(flat(second, base=2), flat([("/x", "5")], base=4)).out,
+                         flat([*second, ("/x", "5")], base=2))
+        self.assertEqual(self.merged("/a=1\n", flat([("/c", "3")], base=1)).out,
+                         flat([("/a", "1"), ("/c", "3")]))
+        for base in 1, 3:
+            result = self.merged(first, flat(second, base=base), status=1)
+            self.assertIn(f"its identifiers begin at {base}, not at 2\nzdict: nothing", result.err)
+            self.assertEqual(result.out, b"")
+
     def test_later_files_win(self):
         first = self.file("1", legacy([("/a", "1"), ("/b", "2")], 0))
         second = self.file("2", flat([("/b", "zwei", "two"), ("/c", "3", "three")], locale="de_DE"))
@@ -129,10 +257,16 @@ class Merge(Case):
         self.run_tool("merge", "-o", self.path("out"), first, second, third, fourth)
         expected = [("/a", "eins", "one"), ("/b", "zwei", "two"), ("/c", "drei", "three"),
                     ("/d", "vier")]
-        self.assertEqual(self.content("out"), flat(expected, locale="de_AT"))
-        self.run_tool("merge", "-o", self.path("big"), "--big-endian", "--locale", "fr_FR",
-                      self.path("out"))
-        self.assertEqual(self.content("big"), flat(expected, big=True, locale="fr_FR"))
+        out = self.path("out")
+        self.assertEqual(self.texts(self.content("out")), {key: text for key, text, *_ in expected})
+        for key, _, *comment in expected:
+            if comment:
+                self.assertEqual(self.run_tool("get", "--comment", out, key).out.decode(),
+                                 comment[0] + "\n")
+        self.assertIn("de_AT", self.run_tool("stats", out).out.decode())
+        flat_out = self.compiled(self.dumped(self.content("out"), "--comments"), "--comments",
+                                 "--big-endian", "--locale", "fr_FR")
+        self.assertEqual(flat_out, flat(expected, big=True, locale="fr_FR"))
 
     def test_a_lone_comment_stays_with_its_entry(self):
         entries = [("/a", "1"), ("/b", "2"), ("/c", "3", "note")]

@@ -172,7 +172,9 @@ class Usage(Case):
                 (["get", "a"], "KEY is required"),
                 (["dump", "a", "b"], "not expected: b (see zdict dump --help)"),
                 (["dump", "--base", "1", "a"], "--base"),
-                (["check", "-v", "a"], "-v"),
+                (["check", "-v", "a"], "-v"), (["remove", "a"], "KEY is required"),
+                (["--version", "a"], "not expected: a (see zdict --help)"),
+                (["completion", "fish"], "no completion for the shell 'fish'"),
                 (["compile", "a", "-o", ""], "zdict: -o needs a file name (see zdict compile --help)"),
                 (["compile", "a", "-o"], "-o"),
                 (["compile", "--big-endian=yes", "a"], "big-endian was given a disallowed"),
@@ -204,21 +206,37 @@ class Usage(Case):
     def test_help_and_manual_name_everything(self):
         help_text = self.run_tool("--help").out.decode()
         commands = re.findall(r"^  ([a-z]+) ", help_text, re.M)
-        self.assertEqual(len(commands), 6)
+        self.assertIn("zdict 1.", self.run_tool("--version").out.decode())
         page = os.path.join(HERE, "../../tools/zdict/zdict.1")
         with open(page, encoding="utf-8") as file:
             manual = file.read().replace("\\-", "-")
         for command in commands:
             own = self.run_tool(command, "--help").out.decode()
+            self.assertEqual(self.run_tool(command, "-h").out.decode(), own)
             self.assertIn(f"Usage: zdict {command} ", own)
             self.assertLessEqual(max(map(len, (help_text + own).splitlines())), 80)
-            for option in re.findall(r"^  (-+[a-z0-9-]+)", own, re.M) + [command]:
+            for option in re.findall(r"(?:^  |,)(-+[a-z0-9-]+)", own, re.M) + [command]:
                 self.assertIn(option, manual)
         if shutil.which("man"):
             done = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", page],
                                   capture_output=True, timeout=60, check=True,
                                   env={**os.environ, "MANWIDTH": "80", "LC_ALL": "C.UTF-8"})
             self.assertEqual(done.stderr.decode(), "")
+
+    @unittest.skipUnless(shutil.which("bash"), "bash")
+    def test_bash_completes_commands_options_and_values(self):
+        script = self.file("script", self.run_tool("completion", "bash").out)
+        commands = re.findall(r"^  ([a-z]+) ", self.run_tool("--help").out.decode(), re.M)
+        for words, expected in [
+                (["c"], [name for name in commands if name.startswith("c")]),
+                (["--v"], ["--version"]), (["compile", "--b"], ["--base", "--big-endian"]),
+                (["compile", "--base", ""], []), (["get", "file", "--app"], ["--apply-markers"]),
+                (["dump", "fi"], []), (["check", "--code-page", "=", "1"], [])]:
+            program = (f'source {script}; COMP_WORDS=(zdict "$@"); COMP_CWORD=$#; compopt() {{ :; }}; '
+                       'set -u; _zdict; printf "%s\\n" ${COMPREPLY[@]+"${COMPREPLY[@]}"}')
+            done = subprocess.run(["bash", "-c", program, "bash", *words], capture_output=True,
+                                  timeout=60, check=True)
+            self.assertEqual((done.stdout.decode().split(), done.stderr), (expected, b""), words)
 
 
 if __name__ == "__main__":

@@ -1,15 +1,13 @@
 #include "command_line.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <string>
-#include <vector>
+#include <memory>
 
 #include <CLI/CLI.hpp>
 
-#include <platform/control.h>
-#include <win32/text.h>
+#include "command_options.h"
+#include "commands/commands.h"
 
 namespace
 {
@@ -17,73 +15,139 @@ const char kStatusHelp[] =
     "Status: 0 success, 1 damaged content or something not found, 2 wrong usage or a\n"
     "file that can't be read or written.";
 
-typedef Status (*Run)(const Options& options);
-
-// Decimal digits only: CLI11 also reads octal and hexadecimal numbers.
-std::uint32_t ParseNumber(const std::string& text, const std::string& problem)
+struct Row
 {
-    std::uint32_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end)
-        throw CLI::ValidationError(problem);
-    return number;
+    const char* mName;
+    const char* mSummary;
+    const char* mHelp; // in lines of at most 80 characters
+    std::unique_ptr<Command> (*mMake)();
+};
+
+// In alphabetical order.
+const Row kRows[] = {
+    {"check", "print whether files are sound, or where they are damaged",
+     "Checks images of any version, and texts, and prints a line or more for\n"
+     "each: that it is fine, or where it is damaged.\n",
+     MakeCheck},
+    {"compile", "make an image of texts",
+     "Makes an image of version 2.7 of texts, one key=text a line. If several texts\n"
+     "have a key, the last one counts. A bad line is reported by file and number, and\n"
+     "nothing is written then. Identifiers count the keys in the order of their first\n"
+     "lines.\n",
+     MakeCompile},
+    {"completion", "print the completion of command lines for a shell",
+     "Prints a script for bash, which completes commands, options and names of files:\n"
+     "source <(zdict completion bash).\n",
+     MakeCompletion},
+    {"dump", "make a text of an image",
+     "Writes an image of any version, or a text, as a text: a line for each key, in\n"
+     "the order of their bytes. Characters that a reader would change are written as\n"
+     "notations, so that compile makes the same texts of it. Content that a text\n"
+     "can't carry is refused.\n",
+     MakeDump},
+    {"export", "make a file for translators' tools",
+     "Writes English texts and their translation as PO, as a template of PO, or as\n"
+     "XLIFF 1.2 or 2.0. A key is the context of its text. Without FILE, nothing is\n"
+     "translated yet.\n",
+     MakeExport},
+    {"extract", "collect the texts of source code",
+     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/,\n"
+     "and writes them as a text, in the order of their keys. Folders are walked. Two\n"
+     "English texts of one key are an error.\n",
+     MakeExtract},
+    {"get", "print the texts of keys",
+     "Prints the text that a look-up of each KEY finds, as it is stored, in UTF-8. KEY\n"
+     "may be a literal of the source code, as $$$/a/b=text.\n",
+     MakeGet},
+    {"import", "make a text of a file of translators' tools",
+     "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
+     "translator marked as fuzzy, and what is obsolete, is left out.\n",
+     MakeImport},
+    {"keys", "list the keys of files",
+     "Lists the keys of images of any version, and of texts, each once, in the order\n"
+     "of their bytes.\n",
+     MakeKeys},
+    {"lint", "find mistakes in translators' texts",
+     "Checks texts, and compares them with the English ones if --english names them.\n"
+     "Prints a line for each finding, as file:line:column: severity: message [check].\n"
+     "A flag no-CHECK in the note of a text switches the check off for the text, as in\n"
+     "{{*COMMENT*}}#, no-untranslated. Status 1 for an error; for a warning if strict.\n",
+     MakeLint},
+    {"merge", "make one image of images and texts",
+     "Loads images of any version, and texts, in order, and makes one image of\n"
+     "version 2.7 of them, with the identifiers that a program has after these loads.\n"
+     "If several files have a key, the text of the last one counts, and the last\n"
+     "comment that there is. The last locale counts too.\n",
+     MakeMerge},
+    {"pseudo", "make texts of a pseudo-locale",
+     "Writes the English texts with accents, a third longer and in brackets, so that\n"
+     "a program shows which texts it doesn't look up, cuts or can't display. Places,\n"
+     "notations, markers, notes, addresses and options of command lines are kept.\n",
+     MakePseudo},
+    {"remove", "make a file without some of its keys",
+     "Writes an image of version 2.7 without the keys, with the same identifiers, or a\n"
+     "text without the lines of the keys. If a key is absent, nothing is written.\n",
+     MakeRemove},
+    {"stats", "print figures of a file",
+     "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
+     "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
+     MakeStats},
+    {"status", "print how much of the texts is translated",
+     "Prints a row for each translation: how many of the English texts are\n"
+     "translated, outdated (fuzzy, or made of an older English text), untranslated and\n"
+     "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
+     MakeStatus},
+    {"update", "bring a translation up to date with new English texts",
+     "Writes the translation TEXT again. Texts whose English text has changed are\n"
+     "marked as fuzzy, with the old English text in their notes, and texts of keys\n"
+     "that English lacks are left out. All other lines stay as they are. Changes are\n"
+     "reported.\n",
+     MakeUpdate},
+};
+
+bool IsOption(const std::string& argument)
+{
+    return argument.size() > 1 && argument.front() == '-';
 }
 
-std::string CheckLocale(const std::string& name)
+bool TakesValue(const CLI::App& command, const std::string& name)
 {
-    const char* const allowed =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-@.";
-    if (name.empty() || name.find_first_not_of(allowed) != std::string::npos)
-        return "the locale '" + name + "' isn't a name such as de_DE";
-    return std::string();
-}
-
-bool TakesValue(const std::string& argument)
-{
-    return argument == "-o" || argument == "--locale" || argument == "--base" ||
-           argument == "--code-page";
-}
-
-// Protects a file name that CLI11 would not read as one operand: [a,b] is a list, ++ ends a
-// command, and after -- a name may begin with a minus.
-std::string FileName(const std::string& name, bool isAfterMark)
-{
-    const bool isList = name.size() > 1 && name.front() == '[' && name.back() == ']';
-    const bool isOption = isAfterMark && name.size() > 1 && name.front() == '-';
-    return isList || isOption || name == "++" ? "./" + name : name;
+    const CLI::Option* const option = command.get_option_no_throw(name);
+    return option && option->get_items_expected_max() > 0;
 }
 
 // Returns the arguments after the program's name, from the last to the first, as CLI11 takes
-// them. CLI11 knows the mark -- only while operands are missing, so the mark of a command
-// whose operands are all files is dropped here. The key of `get` is not a file.
-std::vector<std::string> Reversed(const std::vector<std::string>& arguments)
+// them. Each operand of a command is marked, since CLI11 would read a list in [a,b], an option
+// in a name that begins with a minus, and a command in a name of a command. The mark -- is
+// dropped.
+std::vector<std::string> Reversed(const std::vector<std::string>& arguments,
+                                  const CLI::App& command)
 {
-    const bool areFiles = arguments.size() > 1 && arguments[1] != "get";
-    std::vector<std::string> result;
+    std::vector<std::string> result = {arguments[1]};
     bool isValue = false;
     bool isAfterMark = false;
-    for (std::size_t i = 1; i < arguments.size(); ++i)
+    for (std::size_t i = 2; i < arguments.size(); ++i)
     {
         const std::string& argument = arguments[i];
-        const std::size_t equals = argument.find('=');
-        if (isValue || !areFiles)
+        const std::string name = argument.substr(0, argument.find('='));
+        if (isValue)
         {
             result.push_back(argument);
             isValue = false;
         }
-        else if (!isAfterMark && argument == "--")
+        else if (isAfterMark || !IsOption(argument))
+            result.push_back(kOperandMark + argument);
+        else if (argument == "--")
             isAfterMark = true;
-        else if (!isAfterMark && argument.compare(0, 3, "-o=") == 0)
-            result.insert(result.end(), {"-o", argument.substr(3)});
-        else if (!isAfterMark && equals + 1 == argument.size() &&
-                 TakesValue(argument.substr(0, equals)))
+        else if (name == "-o" && name != argument)
+            result.insert(result.end(), {name, argument.substr(name.size() + 1)});
+        else if (name.size() + 1 == argument.size() && TakesValue(command, name))
             throw Failure{kUnusable, std::string(),
-                          argument.substr(0, equals) + " needs a value (see zdict --help)"};
+                          name + " needs a value (see zdict " + arguments[1] + " --help)"};
         else
         {
-            isValue = !isAfterMark && TakesValue(argument);
-            result.push_back(isValue ? argument : FileName(argument, isAfterMark));
+            isValue = name == argument && TakesValue(command, name);
+            result.push_back(argument);
         }
     }
     std::reverse(result.begin(), result.end());
@@ -97,223 +161,90 @@ public:
     Parser() : mApp("Makes dictionary images of translators' texts, and looks into them.", "zdict")
     {
         mApp.allow_windows_style_options(false); // a key begins with a slash
-        mApp.set_help_flag("--help", "print this text");
+        mApp.set_help_flag("-h,--help", "print this text");
+        mApp.set_version_flag("--version", "zdict " ZDICT_VERSION, "print the version");
         mApp.get_formatter()->column_width(20);
         mApp.get_formatter()->label("REQUIRED", "");
-        mApp.require_subcommand(0, 1); // a second command's name is an operand
+        mApp.require_subcommand(0, 1);
         mApp.footer(std::string("'-' as a file is standard input or output. 'zdict COMMAND "
                                 "--help' describes one\ncommand, the manual page zdict(1) all "
                                 "of them.\n\n") +
                     kStatusHelp);
-        AddCompile();
-        AddDump();
-        AddGet();
-        AddCheck();
-        AddMerge();
-        AddStats();
+        for (const Row& row : kRows)
+            Add(row);
     }
 
     Status Parse(const std::vector<std::string>& arguments)
     {
         try
         {
-            mApp.parse(Reversed(arguments));
-            if (!mRun)
+            mApp.parse(ForCLI(arguments));
+            if (!mCommand)
                 throw CLI::RequiredError("A command");
         }
         catch (const CLI::CallForHelp&)
         {
-            RequireCommand(arguments);
-            // CLI11 answers --help before it refuses unknown arguments.
-            if (mApp.remaining_size(true) > 0)
-                Refuse(CLI::ExtrasError(mApp.remaining(true)));
+            RefuseUnknown();
             std::fputs(mApp.help().c_str(), stdout);
+            return kFine;
+        }
+        catch (const CLI::CallForVersion& version)
+        {
+            RefuseUnknown();
+            std::printf("%s\n", version.what());
             return kFine;
         }
         catch (const CLI::ParseError& error)
         {
-            RequireCommand(arguments);
             Refuse(error);
         }
-        return mRun(mOptions);
+        return mCommand->Run();
     }
 
 private:
-    // Throws a Failure if the first argument is neither an option nor a command.
-    void RequireCommand(const std::vector<std::string>& arguments) const
+    void Add(const Row& row)
     {
-        if (mApp.get_subcommands().empty() && arguments.size() > 1 &&
-            arguments[1].rfind('-', 0) != 0)
+        CLI::App* const app = mApp.add_subcommand(row.mName, row.mSummary);
+        app->footer(std::string(row.mHelp) + "\n" + kStatusHelp);
+        mCommands.push_back(row.mMake());
+        Command* const command = mCommands.back().get();
+        command->AddOptions(app);
+        app->callback([this, command] { mCommand = command; });
+    }
+
+    // Returns the arguments as CLI11 takes them. Throws a Failure if the first argument is neither
+    // an option nor a command.
+    std::vector<std::string> ForCLI(const std::vector<std::string>& arguments) const
+    {
+        if (arguments.size() < 2 || IsOption(arguments[1]))
+            return std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1);
+        const auto commands = mApp.get_subcommands(
+            [&](const CLI::App* command) { return command->get_name() == arguments[1]; });
+        if (commands.empty())
             throw Failure{kUnusable, std::string(),
                           "there is no command '" + arguments[1] + "' (see zdict --help)"};
+        return Reversed(arguments, *commands.front());
+    }
+
+    // CLI11 answers --help and --version before it refuses unknown arguments.
+    void RefuseUnknown() const
+    {
+        if (mApp.remaining_size(true) > 0)
+            Refuse(CLI::ExtrasError(mApp.remaining(true)));
     }
 
     [[noreturn]] void Refuse(const CLI::ParseError& error) const
     {
         const auto commands = mApp.get_subcommands();
         const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
-        throw Failure{kUnusable, std::string(),
-                      std::string(error.what()) + " (see zdict " + command + "--help)"};
-    }
-
-    CLI::App* Add(const char* name, Run run, const char* summary, const char* help)
-    {
-        CLI::App* const command = mApp.add_subcommand(name, summary);
-        command->footer(std::string(help) + "\n" + kStatusHelp);
-        command->callback([this, run] { mRun = run; });
-        command
-            ->add_option_function<std::string>(
-                "--code-page", [this](const std::string& value) { SetCodePage(value); },
-                "code page of texts that don't name theirs (65001, UTF-8)")
-            ->type_name("N")
-            ->take_last();
-        return command;
-    }
-
-    CLI::Option* AddOperand(CLI::App* command, const char* name, const char* help)
-    {
-        const auto store = [this](const CLI::results_t& operands) {
-            mOptions.mOperands.insert(mOptions.mOperands.end(), operands.begin(), operands.end());
-            return true;
-        };
-        return command->add_option(name, store, help)->required();
-    }
-
-    void AddOperands(CLI::App* command, const char* name, const char* help)
-    {
-        AddOperand(command, name, help)->expected(1, -1)->allow_extra_args();
-    }
-
-    static void AddFlag(CLI::App* command, const char* name, bool* flag, const char* help)
-    {
-        command->add_flag(name, *flag, help)->disable_flag_override();
-    }
-
-    void AddOutput(CLI::App* command)
-    {
-        command
-            ->add_option_function<std::string>(
-                "-o", [this](const std::string& value) { SetOutput(value); },
-                "write to the file OUT, not to standard output")
-            ->type_name("OUT")
-            ->take_last();
-    }
-
-    // The options of commands that write an image.
-    void AddImageOptions(CLI::App* command)
-    {
-        AddOutput(command);
-        command
-            ->add_option("--locale", mOptions.mLocale, "the locale that the image names, as de_DE")
-            ->type_name("NAME")
-            ->take_last()
-            ->check(CheckLocale);
-        command
-            ->add_option_function<std::string>(
-                "--base", [this](const std::string& value) { SetBase(value); },
-                "first identifier, if it continues another image (0)")
-            ->type_name("N")
-            ->take_last();
-        AddFlag(command, "--big-endian", &mOptions.mBigEndian, "write a big-endian image");
-        AddFlag(command, "--no-keys", &mOptions.mNoKeys,
-                "leave keys out: texts are found by identifier only");
-        AddFlag(command, "--verbose", &mOptions.mVerbose,
-                "print how many texts each file has and replaces");
-    }
-
-    void AddCompile()
-    {
-        CLI::App* const command =
-            Add("compile", Compile, "make an image of texts",
-                "Makes an image of version 2.7 of texts, one key=text a line. If several texts\n"
-                "have a key, the last one counts. A bad line is reported by file and number, and\n"
-                "nothing is written then. Identifiers count the keys in the order of their first\n"
-                "lines.\n");
-        AddImageOptions(command);
-        AddOperands(command, "TEXT", "texts, in order");
-    }
-
-    void AddDump()
-    {
-        CLI::App* const command =
-            Add("dump", Dump, "make a text of an image",
-                "Writes an image of any version, or a text, as a text: a line for each key, in\n"
-                "the order of their bytes. Characters that a reader would change are written as\n"
-                "notations, so that compile makes the same texts of it. Content that a text\n"
-                "can't carry is refused.\n");
-        AddOutput(command);
-        AddFlag(command, "--utf16", &mOptions.mUTF16, "write UTF-16, not UTF-8");
-        AddFlag(command, "--no-comments", &mOptions.mNoComments, "leave comments out");
-        AddOperand(command, "FILE", "an image or a text");
-    }
-
-    void AddGet()
-    {
-        CLI::App* const command =
-            Add("get", Get, "print the text of a key",
-                "Prints the text that a look-up of KEY finds, as it is stored, in UTF-8. KEY may\n"
-                "be a literal of the source code, as $$$/a/b=text.\n");
-        AddFlag(command, "--comment", &mOptions.mComment, "print the comment, not the text");
-        AddOperand(command, "FILE", "an image or a text");
-        AddOperand(command, "KEY", "a key, or a literal of the source code");
-    }
-
-    void AddCheck()
-    {
-        AddOperands(Add("check", Check, "print whether files are sound, or where they are damaged",
-                        "Checks images of any version, and texts, and prints a line or more for\n"
-                        "each: that it is fine, or where it is damaged.\n"),
-                    "FILE", "images and texts");
-    }
-
-    void AddMerge()
-    {
-        CLI::App* const command =
-            Add("merge", Merge, "make one image of images and texts",
-                "Loads images of any version, and texts, in order, and makes one image of\n"
-                "version 2.7 of them. If several files have a key, the text of the last one\n"
-                "counts, and the last comment that there is. The last locale counts too.\n");
-        AddImageOptions(command);
-        AddOperands(command, "FILE", "images and texts, in order");
-    }
-
-    void AddStats()
-    {
-        AddOperand(
-            Add("stats", Stats, "print figures of a file",
-                "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
-                "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n"),
-            "FILE", "an image or a text");
-    }
-
-    void SetOutput(const std::string& value)
-    {
-        if (value.empty())
-            throw CLI::ValidationError("-o needs a file name");
-        mOptions.mOutput = value;
-    }
-
-    void SetBase(const std::string& value)
-    {
-        mOptions.mBase =
-            ParseNumber(value, "the base '" + value + "' isn't a number from 0 to 4294967295");
-    }
-
-    void SetCodePage(const std::string& value)
-    {
-        const std::string problem =
-            "the code page '" + value +
-            "' isn't 932, 936, 949, 950, 1250 to 1258, 10000, 10001, 10007 or 65001";
-        mOptions.mCodePage = ParseNumber(value, problem);
-        mOptions.mCodePageGiven = true;
-        platform::SetActiveCodePage(mOptions.mCodePage);
-        if (win32::GetACP() != mOptions.mCodePage)
-            throw CLI::ValidationError(problem);
+        std::string what = error.what();
+        what.erase(std::remove(what.begin(), what.end(), kOperandMark), what.end());
+        throw Failure{kUnusable, std::string(), what + " (see zdict " + command + "--help)"};
     }
 
     CLI::App mApp;
-    Options mOptions;
-    Run mRun = nullptr;
+    std::vector<std::unique_ptr<Command>> mCommands;
+    Command* mCommand = nullptr; // of the command line
 };
 } // namespace
 

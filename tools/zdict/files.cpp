@@ -79,6 +79,20 @@ InputFile ReadFile(const std::string& name)
     return file;
 }
 
+MappedFile MapFile(const std::string& name)
+{
+    MappedFile file;
+    if (name == kStandardStream)
+        return file;
+    const Descriptor input(OpenInput(name));
+    unsigned long long size = 0;
+    if (input.Get() < 0 || !FindSize(input.Get(), &size) || !size || size > kLargestFile)
+        return file;
+    file.mSize = static_cast<std::size_t>(size);
+    file.mBytes = Map(input.Get(), file.mSize);
+    return file;
+}
+
 void FailToWrite(const std::string& name, const std::string& why)
 {
     throw Failure{kUnusable, name, "can't be written: " + why};

@@ -5,6 +5,8 @@
 #ifndef ZDICT_FILES_H
 #define ZDICT_FILES_H
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,20 @@ struct InputFile
 // Reads a file, or stdin, of at most 2 GiB - 1, since the sizes of images are signed 32-bit
 // integers. stdin can be read once.
 InputFile ReadFile(const std::string& name);
+
+// The bytes of a file in place. They are not copied, and the system reads only what is used.
+struct MappedFile
+{
+    std::shared_ptr<const unsigned char> mBytes; // null if the file can't be mapped
+    std::size_t mSize = 0;
+};
+
+// Maps a regular file. Returns null bytes for any other file, and on failure, which ReadFile then
+// reports.
+//
+// A program ends by a signal if another program cuts the file short while it is mapped. zdict
+// itself replaces files by new ones.
+MappedFile MapFile(const std::string& name);
 
 enum class Content
 {

@@ -16,6 +16,11 @@ void Report(const std::string& file, const std::string& what)
     std::fprintf(stderr, "zdict: %s\n", platform::Printable(line).c_str());
 }
 
+void ReportAt(const std::string& place, const std::string& what)
+{
+    std::fprintf(stderr, "%s\n", platform::Printable(place + ": " + what).c_str());
+}
+
 void Report(const Failure& failure)
 {
     if (!failure.mWhat.empty())

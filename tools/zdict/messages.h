@@ -25,6 +25,9 @@ struct Failure
 void Report(const std::string& file, const std::string& what);
 void Report(const Failure& failure); // writes nothing if mWhat is empty
 
+// Writes a line with a place in a file, as file:line:column, which editors understand.
+void ReportAt(const std::string& place, const std::string& what);
+
 // Returns the text in double quotes, without the bytes that would steer a terminal. A very
 // long text is cut.
 std::string Quoted(const std::string& text);

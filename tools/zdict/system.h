@@ -4,12 +4,14 @@
 #define ZDICT_SYSTEM_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "files.h"
 
 const int kStdin = 0;
 const int kStdout = 1;
+const int kStderr = 2;
 
 // A file descriptor that is closed at the end of its scope.
 class Descriptor
@@ -32,7 +34,7 @@ private:
     int mDescriptor;
 };
 
-// The next four functions store the reason of a failure in errno.
+// The next five functions store the reason of a failure in errno.
 
 // Returns the descriptor, or -1.
 int OpenInput(const std::string& name);
@@ -43,6 +45,9 @@ bool FindSize(int descriptor, unsigned long long* size);
 // Return the count of bytes, which may be less than `size`; -1 on failure.
 long long Read(int descriptor, void* bytes, std::size_t size);
 long long Write(int descriptor, const void* bytes, std::size_t size);
+
+// Returns the bytes of a regular file, which may be closed then; null on failure.
+std::shared_ptr<const unsigned char> Map(int descriptor, std::size_t size);
 
 // Replaces a regular file at once by a new file with the same permissions, so that a failure
 // leaves the old file. Writes any other file in place.

@@ -54,3 +54,17 @@ long long Write(int descriptor, const void* bytes, std::size_t size)
 {
     return ::_write(descriptor, bytes, Count(size));
 }
+
+std::shared_ptr<const unsigned char> Map(int descriptor, std::size_t)
+{
+    const HANDLE file = reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+    const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+    if (!mapping)
+        return nullptr;
+    const void* const bytes = ::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
+    ::CloseHandle(mapping); // the view keeps it
+    if (!bytes)
+        return nullptr;
+    return {static_cast<const unsigned char*>(bytes),
+            [bytes](const unsigned char*) { ::UnmapViewOfFile(bytes); }};
+}

@@ -1,6 +1,7 @@
 #include "system.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,4 +34,13 @@ long long Read(int descriptor, void* bytes, std::size_t size)
 long long Write(int descriptor, const void* bytes, std::size_t size)
 {
     return write(descriptor, bytes, size);
+}
+
+std::shared_ptr<const unsigned char> Map(int descriptor, std::size_t size)
+{
+    void* const bytes = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+    if (bytes == MAP_FAILED)
+        return nullptr;
+    return {static_cast<const unsigned char*>(bytes),
+            [bytes, size](const unsigned char*) { munmap(bytes, size); }};
 }

@@ -1,0 +1,370 @@
+"""Files for translators' tools, out and back."""
+
+import gettext
+import os
+import re
+import subprocess
+import unittest
+
+from images import flat
+from program import Case
+
+FORMATS = "po", "xliff1", "xliff2"
+
+ENGLISH = r"""
+"$$$/App/Title=Hello, ^^1{{*COMMENT*}}#: src/a.cpp:12 src/b.cpp\n#. Title of\n#. the window"
+"$$$/App/Format=%d of %s\n"
+"$$$/App/Changed=new text"
+"$$$/App/Control=a#{8}#{7F}b#{1}#{FFFF}#{0}"
+"$$$/App/Half=a#{D83D}b #{23}{0} #{23}{23}{D83D} #{23}{41}"
+"$$$/App/Empty="
+"$$$/App/Platform=one{{*MSWindows*}}two"
+"$$$/App/Missing=not translated"
+"$$$/App/Percent=100% of %d"
+"""
+
+GERMAN = r"""
+"$$$/App/Title=Hallo, ^^1{{*COMMENT*}}wie man grüßt\n\n# #: x"
+"$$$/App/Format=%d von %s\n"
+"$$$/App/Changed=neuer Text{{*COMMENT*}}#, fuzzy\n#| old\r\n#| text"
+"$$$/App/Control= ä#{8}#{7F}b#{1}#{FFFF}#{0} <&>\"'\r\n\t\\ "
+"$$$/App/Half=ä#{D83D}b #{23}{0} #{23}{23}{D83D} #{23}{41}]]>"
+"$$$/App/Empty="
+"$$$/App/Platform=eins{{*MSWindows*}}zwei"
+"$$$/App/Percent=100 % von %d"
+"$$$/App/Obsolete=alt{{*COMMENT*}}#| old"
+"""
+
+HEADER = 'msgid ""\nmsgstr "Content-Type: text/plain; charset=%s\\n"\n'
+ENTRY = '\nmsgctxt "/a"\nmsgid "a"\nmsgstr "%s"\n'
+
+
+def real_catalogues():
+    """Yields the language and the texts of gettext's own programs."""
+    for language in "de", "ja", "ru":
+        name = f"/usr/share/locale/{language}/LC_MESSAGES/gettext-tools.mo"
+        if not os.path.exists(name):
+            continue
+        with open(name, "rb") as file:
+            catalogue = gettext.GNUTranslations(file)._catalog
+        yield language, {english: text for english, text in catalogue.items()
+                         if isinstance(english, str) and english}
+
+
+class Exchange(Case):
+    def setUp(self):
+        super().setUp()
+        self.english = self.file("en.txt", ENGLISH.lstrip())
+        self.german = self.file("de.txt", GERMAN.lstrip())
+
+    def exported(self, form, english, *translation, whole=False, **more):
+        result = self.run_tool("export", "--format", form, "--locale=de_DE", "--english", english,
+                               *translation, **more)
+        return result if whole else result.out
+
+    def imported(self, content, *options, **more):
+        return self.run_tool("import", *options, "-", stdin=content, **more)
+
+    def need_po(self):
+        done = self.run_tool("export", "--format=po", "--english", self.english, status=None)
+        if "was built without PO" in done.err:
+            self.skipTest("this zdict was built without PO")
+
+    def formats(self):
+        done = self.run_tool("export", "--format=po", "--english", self.english, status=None)
+        return FORMATS[1:] if "was built without PO" in done.err else FORMATS
+
+
+class RoundTrip(Exchange):
+    def test_each_text_comes_back(self):
+        expected = self.texts(self.compiled(re.sub(r"\{\{\*COMMENT.*", '"', GERMAN).lstrip()))
+        for form in self.formats():
+            first = self.exported(form, self.english, self.german)
+            text = self.imported(first, "--fuzzy", "--obsolete", "--no-notes").out
+            self.assertEqual(self.texts(self.compiled(text)), expected, form)
+            # With notes, the second export is that of the first one, byte for byte.
+            noted = self.imported(first, "--fuzzy", "--obsolete").out
+            again = self.exported(form, self.english, self.file("noted", noted))
+            self.assertEqual(again.decode(), first.decode(), form)
+            self.assertEqual(self.imported(again, "--fuzzy", "--obsolete").out, noted, form)
+
+    def test_real_catalogues_come_back(self):
+        languages = list(real_catalogues())
+        if not languages:
+            self.skipTest("this system has no catalogues of gettext")
+        for language, texts in languages:
+            keys = [f"/{number}" for number in range(len(texts))]
+            english = self.file("english", flat(list(zip(keys, texts))))
+            translation = flat(list(zip(keys, texts.values())))
+            for form in self.formats():
+                first = self.exported(form, english, self.file("translation", translation))
+                text = self.imported(first, "--no-notes").out
+                self.assertTrue(self.compiled(text) == translation, f"{language} as {form}")
+                again = self.exported(form, english, self.file("again", text))
+                self.assertTrue(again == first, f"{language} as {form}")
+
+    def test_notes_and_states_are_carried(self):
+        for form in self.formats():
+            content = self.exported(form, self.english, self.german)
+            done = self.imported(content)
+            notes = dict(re.findall(r'"\$\$\$/App/(\w+)=.*?\{\{\*COMMENT\*\}\}(.*)"',
+                                    done.out.decode()))
+            self.assertEqual(notes["Title"], r"#: src/a.cpp:12 src/b.cpp\n#. Title of\n"
+                             r"#. the window\n#| Hello, ^1\nwie man grüßt\n\n# #: x")
+            self.assertNotIn("Changed", notes)
+            self.assertEqual(done.err.splitlines(), [
+                "zdict: standard input: 1 fuzzy translation left out (see --fuzzy)",
+                "zdict: standard input: 1 obsolete translation left out (see --obsolete)"])
+            taken = self.imported(content, "--fuzzy").out.decode()
+            self.assertIn(r"neuer Text{{*COMMENT*}}#, fuzzy\n#| old\r\n#| text", taken)
+
+    def test_a_translation_of_an_older_english_text_is_fuzzy(self):
+        old = self.file("old", '"$$$/App/Changed=neu{{*COMMENT*}}#| old text"')
+        for form in self.formats():
+            content = self.exported(form, self.english, old)
+            self.assertIn("1 fuzzy translation", self.imported(content).err)
+            self.assertIn(b"old text", content)
+
+    def test_keys_of_lost_contexts_are_found_by_the_english_text(self):
+        xliff = self.exported("xliff1", self.english, self.german)
+        lost = re.sub(rb' resname="[^"]*"', b"", xliff)
+        done = self.imported(lost, status=1)
+        self.assertIn(":5:4: the key is missing (see --english)", done.err)
+        found = self.imported(lost, "--english", self.english).out
+        self.assertEqual(found, self.imported(xliff).out)
+
+
+class Tools(Exchange):
+    """The programs of gettext and of the translate toolkit."""
+
+    def setUp(self):
+        super().setUp()
+        self.need_po()
+
+    def run_program(self, *arguments, status=0):
+        done = subprocess.run(arguments, cwd=self.folder, capture_output=True, timeout=60)
+        output = (done.stdout + done.stderr).decode()
+        self.assertEqual(done.returncode, status, f"{arguments}: {output}")
+        return output
+
+    def export(self, form, name, *translation):
+        self.run_tool("export", "--format", form, "--locale=de_DE", "-o", self.path(name),
+                      "--english", self.english, *translation)
+        return self.path(name)
+
+    def test_msgfmt_accepts_the_export(self):
+        self.export("po", "de.po", self.german)
+        self.export("pot", "en.pot")
+        self.assertEqual(self.run_program("msgfmt", "-c", "-v", "-o", "de.mo", "de.po"),
+                         "7 translated messages, 1 fuzzy translation, 1 untranslated message.\n")
+        self.run_program("msgfmt", "-c", "-o", "en.mo", "en.pot")
+        text = self.content("de.po").decode()
+        self.assertIn('#, c-format\nmsgctxt "/App/Format"', text)
+        self.assertNotIn('c-format\nmsgctxt "/App/Percent"', text)
+        with open(self.path("de.mo"), "rb") as file:
+            texts = gettext.GNUTranslations(file)
+        self.assertEqual(texts.pgettext("/App/Title", "Hello, ^1"), "Hallo, ^1")
+
+    def test_line_feeds_that_msgfmt_refuses_make_a_fuzzy_entry(self):
+        english = self.file("e", r'"$$$/a=x\n"' + "\n" + '"$$$/b=%s %d"')
+        german = self.file("g", r'"$$$/a=y"' + "\n" + '"$$$/b=%d"')
+        done = self.run_tool("export", "--format=po", "--english", english, "--locale=de",
+                             "-o", self.path("x.po"), german)
+        self.assertIn(f'{german}: the translation of "/a" is marked as fuzzy', done.err)
+        self.run_program("msgfmt", "-c", "-o", "x.mo", "x.po")
+
+    def test_msgmerge_keeps_translations_and_notes(self):
+        self.export("po", "de.po", self.german)
+        before = self.content("de.po")
+        self.export("pot", "en.pot")
+        self.run_program("msgmerge", "-q", "--previous", "-o", "merged.po", "de.po", "en.pot")
+        options = "--fuzzy", "--obsolete"
+        self.assertEqual(self.imported(self.content("merged.po"), *options).out,
+                         self.imported(before, *options).out)
+
+    def test_the_translate_toolkit_reads_and_writes_the_files(self):
+        # The toolkit refuses control characters in PO, and drops contexts and the obsolete.
+        def sound(text):
+            return "".join(line + "\n" for line in text.split("\n")
+                           if line and "/Control" not in line and "/Obsolete" not in line)
+
+        self.english = self.file("en.txt", sound(ENGLISH))
+        self.export("po", "de.po", self.file("de.txt", sound(GERMAN)))
+        self.export("xliff1", "de.xlf", self.german)
+        for line in ("po2xliff de.po po.xlf", "xliff2po de.xlf xlf.po",
+                     "pofilter -t printf de.po out.po", "pofilter -t printf de.xlf out.xlf"):
+            self.assertNotIn("WARNING", self.run_program(*line.split()), line)
+
+        def texts(name):
+            return sorted(self.imported(self.content(name), "--english", self.english, "--fuzzy",
+                                        "--no-notes").out.decode().splitlines())
+
+        self.assertEqual(len(texts("de.po")), 7)
+        for name in "po.xlf", "xlf.po":
+            self.assertEqual(texts(name), texts("de.po"))
+
+
+class BadPO(Exchange):
+    def setUp(self):
+        super().setUp()
+        self.need_po()
+
+    def test_charsets(self):
+        rows = [("ISO-8859-1", "ä".encode("latin-1"), "ä"), ("Shift_JIS", b"\x83\x5c\x5c\x83\x80",
+                                                            None),
+                ("EUC-JP", "日本".encode("euc-jp"), "日本"), ("KOI8-R", "я".encode("koi8-r"), "я"),
+                ("UTF-8", "ä".encode(), "ä"), ("UTF-8", b"\xe4", None), ("KOI9-Q", b"a", None),
+                ("ASCII", b"\xe4", None)]
+        for charset, coded, text in rows:
+            content = HEADER.encode() % charset.encode() + ENTRY.encode() % coded
+            done = self.imported(content, "--no-notes", status=0 if text else 1)
+            self.assertEqual(done.out.decode(), f'"$$$/a={text}"\n' if text else "", charset)
+            if not text:
+                self.assertIn("zdict: standard input", done.err)
+        self.assertEqual(self.imported(b"\xef\xbb\xbf" + ENTRY.encode() % b"x", "--no-notes").out,
+                         b'"$$$/a=x"\n')
+
+    def test_faults_are_refused_with_their_place(self):
+        header = HEADER % "UTF-8"
+        rows = [
+            (header + ENTRY % "b" + ENTRY % "c", ':9: duplicate message definition of "/a"'),
+            (header + ENTRY % "b" + ENTRY.replace('id "a', 'id "b') % "c",
+             ':9:1: the key "/a" has a translation already, at standard input:5:1'),
+            (header + 'msgid "a"\nmsgstr "b"\n', ":3:1: the key is missing (see --english)"),
+            (header + ENTRY % "b" + 'domain "x"\n', ":7:1: domains are not carried"),
+            (header + '\nmsgctxt "/ä"\nmsgid "a"\nmsgstr "b"\n', ':5:1: the key "/ä" isn\'t ASCII'),
+            (header + '\nmsgctxt "a=b"\nmsgid "a"\nmsgstr "b"\n', 'the key "a=b" holds a "="'),
+            (header + ENTRY % "x{{*COMMENT*}}y", ":5:1: the translation holds {{*COMMENT*}}"),
+            (header + ENTRY % "#{D83D}#{DE00}", ":5:1: two halves of a surrogate pair"),
+            (header + ENTRY % ("x" * 32768), ":5:1: the translation and its note are longer"),
+            (header + '\nmsgctxt "/a"\nmsgid "a"\nmsgstr "b', ":6: end-of-file within string"),
+            (header + '\nmsgctxt "/a"\nmsgid "a"\n', ": missing 'msgstr' section"),
+            (header + ENTRY % r"\q", ": invalid control sequence"),
+            ('{"a": "b"}', ":1:2: syntax error"), ("", ": it has no entries"),
+            ("a\nb\0", ":2: it holds a NUL"),
+            ("?" * 100 + "\n", " it is no sound PO file"),
+        ]
+        for content, what in rows:
+            done = self.run_tool("import", "-o", self.path("out"), "-", stdin=content.encode(),
+                                 status=1)
+            self.assertIn(what, done.err)
+            self.assertFalse(os.path.exists(self.path("out")), what)
+
+    def test_plural_forms_are_reported(self):
+        plural = '\nmsgctxt "/b"\nmsgid "a"\nmsgid_plural "b"\nmsgstr[0] "c"\nmsgstr[1] "d"\n'
+        done = self.imported((HEADER % "UTF-8" + plural + ENTRY % "b").encode(), "--no-notes")
+        self.assertEqual(done.out, b'"$$$/a=b"\n')
+        self.assertIn(":5:1: plural forms are not carried, the entry is left out", done.err)
+
+    def test_flags_and_references_of_other_programs_are_kept(self):
+        entry = ('# mine\n#. theirs\n#: \u2068my file.c\u2069:3 b.c\n#, no-c-format, range: 1..2\n'
+                 '#| msgctxt "/a"\n#| msgid "x"\n') + ENTRY.lstrip() % "b"
+        text = self.imported(entry.encode()).out.decode()
+        self.assertEqual(text, '"$$$/a=b{{*COMMENT*}}#: \u2068my file.c\u2069:3 b.c\\n#. theirs'
+                               '\\n#, no-c-format, range: 1..2\\n#| a\\nmine"\n')
+        back = self.exported("po", self.file("e", '"$$$/a=a"'), self.file("t", text)).decode()
+        self.assertIn("#: \u2068my file.c\u2069:3 b.c\n#, no-c-format", back)
+
+
+class BadXLIFF(Exchange):
+    UNIT = '<trans-unit resname="/a"><source>a</source><target>%s</target></trans-unit>'
+    UNIT2 = '<unit id="a" name="/a">%s</unit>'
+
+    @staticmethod
+    def xliff(body, version="1.2", start=""):
+        inner = f"<file>{body}</file>" if version[0] == "2" else f"<file><body>{body}</body></file>"
+        return f'{start}<xliff version="{version}">{inner}</xliff>'
+
+    def test_texts_of_other_programs(self):
+        segment = "<segment><source>%s</source><target>%s</target></segment>"
+        rows = [
+            (self.xliff(self.UNIT % '<mrk mtype="seg">a<ph id="1">%s</ph></mrk> <bpt id="2">&lt;b>'
+                        '</bpt>'), "a%s <b>"),
+            (self.xliff(self.UNIT % " <!-- note --> x<![CDATA[<&]]>&#x41;&quot; "), '  x<&A\\" '),
+            (self.xliff(self.UNIT2 % ((segment % ("a", "b")) + "<ignorable><source> </source>"
+                        "</ignorable>" + segment % ("c", '<mrk id="m">d</mrk><cp hex="0007"/>')),
+                        "2.0"), "b d#{7}"),
+            (self.xliff(self.UNIT % "ä", start='<?xml version="1.0" encoding="iso-8859-1"?>')
+             .encode("latin-1"), "ä"),
+            (self.xliff(self.UNIT % "日").encode("utf-16"), "日"),
+            (self.xliff(self.UNIT % "x").replace("<", "<x:").replace("<x:/", "</x:"), "x"),
+            (self.xliff('<y:trans-unit xmlns:y="z"/>' + self.UNIT % "x"), "x"),
+        ]
+        for content, text in rows:
+            content = content if isinstance(content, bytes) else content.encode()
+            self.assertEqual(self.imported(content, "--no-notes").out.decode(),
+                             f'"$$$/a={text}"\n', content)
+
+    def test_states(self):
+        unit = '<trans-unit resname="/a" %s><source>a</source><target %s>b</target></trans-unit>'
+        segment = '<segment %s><source>a</source>%s</segment>'
+        rows = [(unit % ("", ""), "b"), (unit % ('approved="no"', ""), "fuzzy"),
+                (unit % ('approved="no"', 'state="translated"'), "b"),
+                (unit % ("", 'state="needs-review-translation"'), "fuzzy"),
+                (unit % ("", 'state="new"'), "fuzzy"), (self.UNIT % "", ""),
+                (self.UNIT2 % segment % ("", "<target>b</target>"), "b"),
+                (self.UNIT2 % segment % ('state="initial"', "<target>b</target>"), "fuzzy"),
+                (self.UNIT2 % segment % ("", ""), ""),
+                (self.UNIT2 % (segment % ("", "<target>b</target>") + segment % ("", "")), "left")]
+        for unit, expected in rows:
+            content = self.xliff(unit, "2.0" if unit.startswith("<unit") else "1.2").encode()
+            done = self.imported(content, "--no-notes")
+            text = '"$$$/a=b"\n' if expected == "b" else ""
+            self.assertEqual(done.out.decode(), text, unit)
+            self.assertIn(expected if expected in ("fuzzy", "left") else "", done.err)
+
+    def test_faults_are_refused_with_their_place(self):
+        secret = self.file("secret", "secret")
+        doctype = f'<!DOCTYPE x [<!ENTITY e SYSTEM "file://{secret}">]>'
+        rows = [
+            (self.xliff(self.UNIT % "&e;", start="\n" + doctype), ":2:1: a document type"),
+            (self.xliff(self.UNIT % "&nbsp;"), ':1:85: the entity "&nbsp;'),
+            (self.xliff(self.UNIT % "&#0;"), 'the entity "&#0;'),
+            (self.xliff(self.UNIT % "&#xD800;"), 'the entity "&#xD800;'),
+            (self.xliff(self.UNIT % "& b"), 'the entity "& b'),
+            (self.xliff(self.UNIT % "\b"), ":1:85: it holds a control character"),
+            (self.xliff(self.UNIT % "b")[:-8], "Start-end tags mismatch"),
+            (self.xliff(self.UNIT % "b")[:60], ":1:"),
+            (self.xliff("", "3.0"), ':1:1: its version "3.0" of XLIFF'),
+            ("<html/>", ':1:1: it isn\'t XLIFF, but has the root "html"'),
+            (self.xliff('\n <trans-unit resname="/a"><target>b</target></trans-unit>'),
+             ":2:2: it has no source"),
+            (self.xliff(self.UNIT2 % "<segment><target>b</target></segment>", "2.0"),
+             "it has no source"),
+            (self.xliff(self.UNIT % '<g id="1">b</g>'), ':1:85: the inline element "g" is not'),
+            (self.xliff(self.UNIT % 'a<x id="1"/>'), 'the inline element "x" is not carried'),
+            (self.xliff(self.UNIT % '<x id="1" ctype="x-char" equiv-text="#{110000}"/>'),
+             '"#{110000}" is no character'),
+            (self.xliff(self.UNIT2 % '<segment><source>a</source><target><cp hex=""/></target>'
+                        "</segment>", "2.0"), '"" is no character'),
+            (self.xliff(self.UNIT2 % '<segment><source>a</source><target order="2">b</target>'
+                        "</segment>", "2.0"), "segments in another order"),
+            (self.xliff(self.UNIT % "b" + self.UNIT % "c"), 'the key "/a" has a translation'),
+            (self.xliff(self.UNIT % ("<mrk>" * 2000 + "</mrk>" * 2000)), "nested too deeply"),
+            (self.xliff("<group>" * 2000 + "</group>" * 2000), "nested too deeply"),
+            (self.xliff("", start='<?xml version="1.0" encoding="mac"?>'), '"MAC" isn\'t known'),
+            (self.xliff(self.UNIT % "ä").encode("latin-1"), "it isn't UTF-8"),
+        ]
+        for content, what in rows:
+            content = content if isinstance(content, bytes) else content.encode()
+            done = self.run_tool("import", "-o", self.path("out"), "-", stdin=content, status=1)
+            self.assertIn(what, done.err)
+            self.assertNotIn("secret", done.err.replace(secret, ""))
+            self.assertFalse(os.path.exists(self.path("out")), what)
+
+    def test_plural_groups_and_binary_data_are_reported(self):
+        plural = '<group restype="x-gettext-plurals">' + self.UNIT % "b" + "</group><bin-unit/>"
+        done = self.imported(self.xliff(plural + self.UNIT % "c").encode(), "--no-notes")
+        self.assertEqual(done.out, b'"$$$/a=c"\n')
+        self.assertIn("plural forms are not carried", done.err)
+        self.assertIn("binary data is not carried", done.err)
+
+    def test_a_key_that_xml_cannot_hold_is_refused(self):
+        english = self.file("e", b'"$$$/a\x01b=c"\n')
+        for form in "xliff1", "xliff2":
+            self.assertIn("XML can't hold the key",
+                          self.exported(form, english, status=1, whole=True).err)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,102 @@
+// Whether files are sound.
+
+#include <algorithm>
+#include <cstdio>
+
+#include <platform/base/printable.h>
+
+#include "command_options.h"
+#include "commands/commands.h"
+#include "images/entries.h"
+#include "images/load.h"
+#include "lint/line_checks.h"
+#include "lint/report.h"
+
+namespace
+{
+std::string VersionOf(const hollin::ImageReport& report)
+{
+    return "version " + std::to_string(report.mMajor) + "." + std::to_string(report.mMinor);
+}
+
+// Loads ignore bytes after the content, which a concatenation of files may leave.
+std::string TrailingOf(const hollin::ImageReport& report)
+{
+    return report.mTrailing ? ", " + Counted(report.mTrailing, "byte") + " behind its end" : "";
+}
+
+void Print(const std::string& file, const std::string& what)
+{
+    std::printf("%s: %s\n", platform::Printable(file).c_str(), what.c_str());
+}
+
+Status CheckText(const InputFile& file, CodePage codePage)
+{
+    Findings findings((CheckSet()));
+    LintedFile lines;
+    LintFile(file, codePage, LintOptions(), &findings, &lines);
+    findings.SortFrom(0);
+    for (const Finding& finding : findings.All())
+        std::printf("%s\n", LineOf(finding).c_str());
+    if (findings.CountOf(Severity::kError))
+        return kFaulty;
+    Print(file.mName, "fine, text, " + Counted(lines.mLines.size(), "text"));
+    return kFine;
+}
+
+Status CheckImageFile(const InputFile& file, const hollin::ImageReport& report)
+{
+    if (report.mDamaged)
+        Print(file.mName, DamageOf(report));
+    else if (report.mUnreachable)
+        Print(file.mName, "no look-up finds " + std::to_string(report.mUnreachable) + " of its " +
+                              Counted(report.mLive, "text") + ": keys in the wrong bucket");
+    else
+        Print(file.mName, "fine, " + VersionOf(report) + ", " + Counted(report.mLive, "text") +
+                              TrailingOf(report));
+    return report.mDamaged || report.mUnreachable ? kFaulty : kFine;
+}
+
+Status CheckOne(const std::string& name, CodePage codePage)
+{
+    try
+    {
+        const InputFile file = ReadFile(name);
+        if (IsText(file, FormOf(file, codePage)))
+            return CheckText(file, codePage);
+        return CheckImageFile(file, CheckFile(file, codePage));
+    }
+    catch (const Failure& failure)
+    {
+        Report(failure);
+        return failure.mStatus;
+    }
+}
+
+class Check : public Command
+{
+public:
+    void AddOptions(CLI::App* app) override
+    {
+        AddCodePage(app, &mCodePage);
+        AddOperands(app, "FILE", &mFiles, "images and texts");
+    }
+
+    Status Run() override
+    {
+        Status status = kFine;
+        for (const std::string& name : mFiles)
+            status = std::max(status, CheckOne(name, mCodePage));
+        return status;
+    }
+
+private:
+    std::vector<std::string> mFiles;
+    CodePage mCodePage;
+};
+} // namespace
+
+std::unique_ptr<Command> MakeCheck()
+{
+    return std::make_unique<Check>();
+}

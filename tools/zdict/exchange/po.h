@@ -1,0 +1,33 @@
+// Catalogues as PO, by gettext's own library.
+//
+// msgctxt is the key, msgid the English text and msgstr the translation.
+
+#ifndef ZDICT_EXCHANGE_PO_H
+#define ZDICT_EXCHANGE_PO_H
+
+#include <string>
+
+#include "exchange/catalogue.h"
+#include "files.h"
+
+enum class POForm
+{
+    kTranslation,
+    kTemplate // without translations
+};
+
+// Reads PO in any charset that iconv converts. Plural forms are reported and left out.
+//
+// Throws: Failure. Each fault is reported with its place.
+Catalogue ReadPO(const InputFile& file);
+
+// Returns a PO file of UTF-8.
+//
+// - A translation that begins or ends with a line feed where the English text does not, or the
+//   other way round, is reported and marked as fuzzy, since msgfmt refuses such a text.
+// - An entry with fields as %s is marked as c-format if msgfmt accepts its translation.
+//
+// Throws: Failure.
+std::string WritePO(const Catalogue& catalogue, POForm form);
+
+#endif

@@ -1,0 +1,227 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include <iconv.h>
+
+#include "exchange/exchange_text.h"
+#include "exchange/po.h"
+#include "exchange/po_library.h"
+#include "exchange/po_places.h"
+#include "messages.h"
+
+namespace
+{
+const std::size_t kMostReports = 20;
+const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
+const char kCharset[] = "charset=";
+
+// Converts the strings of one file to UTF-8.
+class Converter
+{
+public:
+    // Throws: Failure for an unknown charset.
+    Converter(const char* header, const std::string& file)
+    {
+        const std::string charset = CharsetOf(header ? header : "");
+        // A template has the placeholder in the place of a name.
+        if (charset.empty() || charset == "CHARSET")
+            return;
+        mCharset = charset;
+        mHandle = iconv_open("UTF-8", charset.c_str());
+        if (mHandle == kNone)
+            throw Failure{kFaulty, file, "its charset " + Quoted(charset) + " is unknown"};
+    }
+    ~Converter()
+    {
+        if (mHandle != kNone)
+            iconv_close(mHandle);
+    }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    const std::string& Charset() const { return mCharset; }
+
+    // Returns false for bytes that the charset does not have.
+    bool Convert(const char* text, std::string* utf8) const
+    {
+        const std::string bytes = text ? text : "";
+        if (mHandle != kNone && mCharset != "UTF-8")
+            return ConvertByHandle(bytes, utf8);
+        *utf8 = bytes;
+        return IsUTF8(bytes);
+    }
+
+private:
+    static std::string CharsetOf(const std::string& header)
+    {
+        char* const field = po_header_field(header.c_str(), "Content-Type");
+        const std::string type = field ? field : "";
+        std::free(field);
+        const std::size_t at = type.find(kCharset);
+        if (at == std::string::npos)
+            return std::string();
+        const std::size_t begin = at + sizeof kCharset - 1;
+        return type.substr(begin, type.find_first_of(" \t;", begin) - begin);
+    }
+
+    bool ConvertByHandle(std::string bytes, std::string* utf8) const
+    {
+        utf8->clear();
+        iconv(mHandle, nullptr, nullptr, nullptr, nullptr);
+        char* from = bytes.data();
+        for (std::size_t left = bytes.size(); left;)
+        {
+            char buffer[1024];
+            char* to = buffer;
+            std::size_t room = sizeof buffer;
+            const bool failed =
+                iconv(mHandle, &from, &left, &to, &room) == static_cast<std::size_t>(-1);
+            utf8->append(buffer, to);
+            if (failed && errno != E2BIG)
+                return false;
+        }
+        return utf8->find('\0') == std::string::npos;
+    }
+
+    std::string mCharset = "UTF-8";
+    iconv_t mHandle = kNone;
+};
+
+std::string WithoutLastLineFeed(std::string lines)
+{
+    if (!lines.empty() && lines.back() == '\n')
+        lines.pop_back();
+    return lines;
+}
+
+// Reads the messages of a parsed file.
+class MessageReader
+{
+public:
+    MessageReader(const std::string& file, const Converter& converter)
+        : mFile(file), mConverter(converter)
+    {
+    }
+
+    void Add(po_message_t message, const POMessagePlace& place)
+    {
+        const bool isHeader = !po_message_msgctxt(message) && !*po_message_msgid(message);
+        if (isHeader)
+            return;
+        if (po_message_msgid_plural(message))
+        {
+            Report(At(mFile, place.mPlace), "plural forms are not carried, the entry is left out");
+            return;
+        }
+        CatalogueEntry entry;
+        entry.mPlace = place.mPlace;
+        mIsSound = true;
+        entry.mKey = Text(po_message_msgctxt(message));
+        entry.mEnglish = Text(po_message_msgid(message));
+        entry.mTranslation = Text(po_message_msgstr(message));
+        entry.mNote = NoteOf(message, place.mFlags);
+        if (!mIsSound && ++mFaults <= kMostReports)
+            Report(At(mFile, place.mPlace), "a text of the entry is not in " +
+                                                mConverter.Charset() +
+                                                ", the charset of the header");
+        mEntries.push_back(std::move(entry));
+    }
+
+    // Throws: Failure.
+    std::vector<CatalogueEntry> Finish()
+    {
+        if (mFaults)
+            throw Failure{kFaulty, mFile, Counted(mFaults, "entry's text") + " can't be converted"};
+        return std::move(mEntries);
+    }
+
+private:
+    std::string Text(const char* text)
+    {
+        std::string utf8;
+        mIsSound &= mConverter.Convert(text, &utf8);
+        return utf8;
+    }
+
+    Note NoteOf(po_message_t message, const std::string& flags)
+    {
+        // The library splits file names at blanks. A note reads the parts as one again.
+        std::string references = "#:";
+        for (int i = 0; po_filepos_t position = po_message_filepos(message, i); ++i)
+        {
+            const std::size_t line = po_filepos_start_line(position);
+            references += " " + Text(po_filepos_file(position));
+            if (line != static_cast<std::size_t>(-1))
+                references += ":" + std::to_string(line);
+        }
+        Note note = ParseNote(references + "\n#, " + flags);
+        note.mExtracted = WithoutLastLineFeed(Text(po_message_extracted_comments(message)));
+        note.mTranslator = WithoutLastLineFeed(Text(po_message_comments(message)));
+        if (const char* const old = po_message_prev_msgid(message))
+            note.mOldEnglish = Text(old);
+        note.SetFlag(kObsoleteFlag, po_message_is_obsolete(message));
+        return note;
+    }
+
+    const std::string mFile;
+    const Converter& mConverter;
+    bool mIsSound = true; // all texts of the current message
+    std::size_t mFaults = 0;
+    std::vector<CatalogueEntry> mEntries;
+};
+
+// Throws: Failure if one of the problems is an error.
+void ReportProblems(const std::string& file, const std::vector<POProblem>& problems)
+{
+    std::size_t errors = 0;
+    std::size_t reports = 0;
+    for (const POProblem& problem : problems)
+    {
+        errors += problem.mIsError;
+        if (++reports <= kMostReports)
+            Report(At(file, problem.mPlace), (problem.mIsError ? "" : "warning: ") + problem.mWhat);
+    }
+    if (errors)
+        throw Failure{kFaulty, file, "it is no sound PO file, " + Counted(errors, "error")};
+}
+
+// Throws: Failure for content that the library ignores or can't read.
+std::vector<unsigned char> BytesOf(const InputFile& file)
+{
+    const std::vector<unsigned char> mark = {0xEF, 0xBB, 0xBF};
+    const std::vector<unsigned char>& bytes = file.mBytes;
+    const auto nul = std::find(bytes.begin(), bytes.end(), 0);
+    if (nul != bytes.end())
+    {
+        const auto line = std::count(bytes.begin(), nul, '\n') + 1;
+        throw Failure{kFaulty, At(file.mName, {static_cast<std::uint64_t>(line), 0}),
+                      "it holds a NUL (UTF-16?)"};
+    }
+    const bool hasMark =
+        bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin());
+    return std::vector<unsigned char>(bytes.begin() + (hasMark ? 3 : 0), bytes.end());
+}
+} // namespace
+
+Catalogue ReadPO(const InputFile& file)
+{
+    const std::vector<unsigned char> bytes = BytesOf(file);
+    std::vector<POProblem> problems;
+    const POFile parsed = ParsePO(bytes, &problems);
+    ReportProblems(file.mName, problems);
+    if (!parsed)
+        throw Failure{kFaulty, file.mName, "it can't be read as PO"};
+
+    const POPlaces places = FindMessages(bytes);
+    if (places.mDomain.mLine)
+        throw Failure{kFaulty, At(file.mName, places.mDomain), "domains are not carried"};
+    const Converter converter(po_file_domain_header(parsed.get(), nullptr), file.mName);
+    MessageReader reader(file.mName, converter);
+    const POIterator iterator(po_message_iterator(parsed.get(), nullptr));
+    for (std::size_t i = 0; const po_message_t message = po_next_message(iterator.get()); ++i)
+        reader.Add(message, i < places.mMessages.size() ? places.mMessages[i] : POMessagePlace());
+    Catalogue catalogue;
+    catalogue.mEntries = reader.Finish();
+    return catalogue;
+}

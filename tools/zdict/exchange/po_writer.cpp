@@ -1,0 +1,200 @@
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include <platform/base/printable.h>
+
+#include "exchange/po.h"
+#include "exchange/po_library.h"
+#include "messages.h"
+
+namespace
+{
+const char kFieldFlag[] = "c-format";
+const char kNoDate[] = "YEAR-MO-DA HO:MI+ZONE";
+
+// Returns the date that reproducible builds set, or the placeholder of gettext's tools.
+std::string Date(const char* placeholder)
+{
+    const char* const epoch = std::getenv("SOURCE_DATE_EPOCH");
+    char* end = nullptr;
+    const long long seconds = epoch ? std::strtoll(epoch, &end, 10) : 0;
+    if (!epoch || !*epoch || *end)
+        return placeholder;
+    const std::time_t time = static_cast<std::time_t>(seconds);
+    const std::tm* const utc = std::gmtime(&time);
+    char date[40];
+    return utc && std::strftime(date, sizeof date, "%Y-%m-%d %H:%M+0000", utc) ? date : placeholder;
+}
+
+std::string HeaderOf(const Catalogue& catalogue, POForm form)
+{
+    // msgfmt warns of a placeholder for the date of a translation.
+    const std::string revised = Date(form == POForm::kTemplate ? kNoDate : "");
+    const std::string project =
+        catalogue.mEnglishFile.substr(catalogue.mEnglishFile.find_last_of("/\\") + 1);
+    return "Project-Id-Version: " + platform::Printable(project) +
+           "\nReport-Msgid-Bugs-To: \nPOT-Creation-Date: " + Date(kNoDate) +
+           "\nPO-Revision-Date: " + revised +
+           "\nLast-Translator: \nLanguage-Team: \nLanguage: " + catalogue.mLocale +
+           "\nMIME-Version: 1.0\nContent-Type: text/plain; charset=UTF-8\n"
+           "Content-Transfer-Encoding: 8bit\n";
+}
+
+// Returns whether the text has fields of sprintf, and no other percent signs.
+bool HasFields(const std::string& text)
+{
+    bool hasField = false;
+    for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; ++at)
+    {
+        if (text[++at] == '%')
+            continue;
+        at = text.find_first_not_of("0123456789$+-.#*", at);
+        at = at == std::string::npos ? at : text.find_first_not_of("hlLqjzt", at);
+        if (at == std::string::npos || !std::strchr("diouxXeEfgGcsp", text[at]))
+            return false;
+        hasField = true;
+    }
+    return hasField;
+}
+
+// Returns whether msgfmt accepts the line feeds at the ends of the texts.
+bool HasSameLineFeeds(const std::string& english, const std::string& translation)
+{
+    const auto isLineFeed = [](const std::string& text, bool atEnd) {
+        return !text.empty() && (atEnd ? text.back() : text.front()) == '\n';
+    };
+    return isLineFeed(english, false) == isLineFeed(translation, false) &&
+           isLineFeed(english, true) == isLineFeed(translation, true);
+}
+
+bool IsFormatOfLibrary(const std::string& flag)
+{
+    for (const char* const* format = po_format_list(); *format; ++format)
+    {
+        if (flag == *format)
+            return true;
+    }
+    return false;
+}
+
+class MessageWriter
+{
+public:
+    MessageWriter(POForm form, const std::string& fileName) : mForm(form), mFileName(fileName) {}
+
+    po_file_t File() const { return mFile.get(); }
+
+    void AddHeader(const std::string& header)
+    {
+        const po_message_t message = po_message_create();
+        po_message_set_msgid(message, "");
+        po_message_set_msgstr(message, header.c_str());
+        po_message_set_fuzzy(message, mForm == POForm::kTemplate);
+        po_message_insert(mIterator.get(), message);
+    }
+
+    void Add(const CatalogueEntry& entry)
+    {
+        const bool isObsolete = entry.mNote.HasFlag(kObsoleteFlag);
+        if (mForm == POForm::kTemplate && isObsolete)
+            return;
+        const po_message_t message = po_message_create();
+        po_message_set_msgctxt(message, entry.mKey.c_str());
+        po_message_set_msgid(message, entry.mEnglish.c_str());
+        po_message_set_msgstr(message,
+                              mForm == POForm::kTemplate ? "" : entry.mTranslation.c_str());
+        po_message_set_obsolete(message, isObsolete);
+        AddNote(entry, message);
+        po_message_insert(mIterator.get(), message);
+    }
+
+private:
+    static void AddReference(const std::string& reference, po_message_t message)
+    {
+        // In the form of a note, a file name with blanks is enclosed.
+        Note one;
+        one.mReferences = {reference};
+        const Reference parts = SplitReference(FormatNote(one).substr(3));
+        const bool hasLine = !parts.mLine.empty() && parts.mLine.size() < 10;
+        const std::string file = hasLine ? parts.mFile : reference;
+        po_message_add_filepos(message, file.c_str(),
+                               hasLine ? std::strtoul(parts.mLine.c_str(), nullptr, 10)
+                                       : static_cast<std::size_t>(-1));
+    }
+
+    void AddNote(const CatalogueEntry& entry, po_message_t message)
+    {
+        const Note& note = entry.mNote;
+        for (const std::string& reference : note.mReferences)
+            AddReference(reference, message);
+        if (!note.mExtracted.empty())
+            po_message_set_extracted_comments(message, (note.mExtracted + "\n").c_str());
+        std::vector<std::string> flags = note.mFlags;
+        if (HasFields(entry.mEnglish))
+            flags.push_back(kFieldFlag);
+        for (const std::string& flag : flags)
+        {
+            if (IsFormatOfLibrary(flag) && !note.HasFlag("no-" + flag) &&
+                (flag != kFieldFlag || HasSoundFields(entry)))
+                po_message_set_format(message, flag.c_str(), 1);
+            if (flag.compare(0, 3, "no-") == 0 && IsFormatOfLibrary(flag.substr(3)))
+                po_message_set_format(message, flag.c_str() + 3, 0);
+        }
+        if (mForm == POForm::kTemplate)
+            return;
+        if (!note.mTranslator.empty())
+            po_message_set_comments(message, (note.mTranslator + "\n").c_str());
+        po_message_set_fuzzy(message, IsFuzzy(entry));
+        if (note.mOldEnglish)
+            po_message_set_prev_msgid(message, note.mOldEnglish->c_str());
+    }
+
+    // Returns whether msgfmt accepts the translation, if there is one, in a message with the flag.
+    bool HasSoundFields(const CatalogueEntry& entry)
+    {
+        if (entry.mTranslation.empty() || mForm == POForm::kTemplate)
+            return true;
+        const po_message_t message = po_message_create();
+        po_message_insert(mTriedIterator.get(), message); // which frees it
+        po_message_set_msgid(message, entry.mEnglish.c_str());
+        po_message_set_msgstr(message, entry.mTranslation.c_str());
+        po_message_set_format(message, kFieldFlag, 1);
+        return HasSoundFormat(message);
+    }
+
+    bool IsFuzzy(const CatalogueEntry& entry)
+    {
+        if (entry.mTranslation.empty() || entry.mNote.IsFuzzy())
+            return entry.mNote.IsFuzzy();
+        if (HasSameLineFeeds(entry.mEnglish, entry.mTranslation))
+            return false;
+        Report(mFileName,
+               "the translation of " + Quoted(entry.mKey) +
+                   " is marked as fuzzy: it and the English text don't begin and end with "
+                   "the same line feeds");
+        return true;
+    }
+
+    const POForm mForm;
+    const std::string mFileName; // for messages
+    const POFile mFile{po_file_create()};
+    const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
+    const POFile mTried{po_file_create()};
+    const POIterator mTriedIterator{po_message_iterator(mTried.get(), nullptr)};
+};
+} // namespace
+
+std::string WritePO(const Catalogue& catalogue, POForm form)
+{
+    MessageWriter writer(form, catalogue.mTranslationFile);
+    writer.AddHeader(HeaderOf(catalogue, form));
+    for (const CatalogueEntry& entry : catalogue.mEntries)
+        writer.Add(entry);
+    std::string bytes;
+    std::vector<POProblem> problems;
+    if (!FormatPO(writer.File(), &bytes, &problems))
+        throw Failure{kUnusable, std::string(),
+                      problems.empty() ? "PO can't be written" : problems.back().mWhat};
+    return bytes;
+}

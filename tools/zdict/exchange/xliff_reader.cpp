@@ -1,0 +1,277 @@
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <utility>
+
+#include "exchange/exchange_text.h"
+#include "exchange/xliff.h"
+#include "exchange/xliff_names.h"
+#include "exchange/xml_text.h"
+#include "messages.h"
+
+namespace
+{
+const int kDeepest = 100; // levels of elements
+
+bool IsOneOf(const std::string& name, std::initializer_list<const char*> names)
+{
+    for (const char* const one : names)
+    {
+        if (name == one)
+            return true;
+    }
+    return false;
+}
+
+std::string Attribute(pugi::xml_node node, const char* name)
+{
+    return node.attribute(name).value();
+}
+
+void AddLines(const std::string& lines, std::string* all)
+{
+    *all += (all->empty() ? "" : "\n") + lines;
+}
+
+class Reader
+{
+public:
+    explicit Reader(InputFile file) : mFile(file.mName), mXML(std::move(file)) {}
+
+    Catalogue Read()
+    {
+        const pugi::xml_node root = mXML.Root();
+        if (LocalName(root) != "xliff")
+            Fail(root, "it isn't XLIFF, but has the root " + Quoted(root.name()));
+        const std::string name = root.name();
+        mPrefix = name.substr(0, name.find(':') + 1);
+        const std::string version = Attribute(root, "version");
+        mIs20 = IsOneOf(version, {"2.0", "2.1"});
+        if (!mIs20 && !IsOneOf(version, {"1.1", "1.2"}))
+            Fail(root, "its version " + Quoted(version) + " of XLIFF isn't 1.1, 1.2, 2.0 or 2.1");
+        AddUnits(root, 0);
+        return std::move(mCatalogue);
+    }
+
+private:
+    // Returns whether an element is one of XLIFF, not of an extension.
+    bool IsOwn(pugi::xml_node node) const
+    {
+        const std::string name = node.name();
+        return node.type() == pugi::node_element && name.compare(0, mPrefix.size(), mPrefix) == 0 &&
+               name.find(':', mPrefix.size()) == std::string::npos;
+    }
+
+    std::string NameOf(pugi::xml_node node) const
+    {
+        return IsOwn(node) ? LocalName(node) : std::string();
+    }
+
+    pugi::xml_node Child(pugi::xml_node node, const char* name) const
+    {
+        return node.find_child([&](pugi::xml_node child) { return NameOf(child) == name; });
+    }
+
+    void AddUnits(pugi::xml_node node, int depth)
+    {
+        if (depth > kDeepest)
+            Fail(node, "the elements are nested too deeply");
+        for (const pugi::xml_node child : node.children())
+        {
+            const std::string name = NameOf(child);
+            if (Attribute(child, "restype") == "x-gettext-plurals")
+                Report(PlaceOf(child), "plural forms are not carried, the group is left out");
+            else if (Attribute(child, "restype") == "x-gettext-domain-header")
+                continue;
+            else if (IsOneOf(name, {"file", "body", "group"}))
+                AddUnits(child, depth + 1);
+            else if (name == (mIs20 ? "unit" : "trans-unit"))
+                mCatalogue.mEntries.push_back(mIs20 ? Unit20(child) : Unit12(child));
+            else if (name == "bin-unit")
+                Report(PlaceOf(child), "binary data is not carried, the unit is left out");
+        }
+    }
+
+    CatalogueEntry Unit12(pugi::xml_node unit) const
+    {
+        CatalogueEntry entry;
+        entry.mPlace = mXML.PlaceOf(unit);
+        entry.mKey = Attribute(unit, "resname");
+        entry.mEnglish = Text(RequireChild(unit, "source"));
+        const pugi::xml_node target = Child(unit, "target");
+        entry.mTranslation = Text(target);
+        for (const pugi::xml_node child : unit.children())
+        {
+            const std::string name = NameOf(child);
+            if (name == "note")
+                AddNote(Attribute(child, "from"), child, &entry.mNote);
+            else if (name == "context-group" && Attribute(child, "purpose") == "location")
+                AddReference12(child, &entry.mNote);
+            else if (name == "alt-trans" && Attribute(child, "alttranstype") == kOldVersion &&
+                     Child(child, "source"))
+                entry.mNote.mOldEnglish = Text(Child(child, "source"));
+        }
+        const std::string state = Attribute(target, "state");
+        const bool isOpen = state == "new" || state.compare(0, 6, "needs-") == 0 ||
+                            (state.empty() && Attribute(unit, "approved") == "no");
+        entry.mNote.SetFlag(kFuzzyFlag, isOpen && !entry.mTranslation.empty());
+        return entry;
+    }
+
+    void AddReference12(pugi::xml_node group, Note* note) const
+    {
+        std::string reference;
+        std::string line;
+        for (const pugi::xml_node context : group.children())
+        {
+            const std::string type = Attribute(context, "context-type");
+            if (type == kReferenceFile)
+                reference = context.child_value();
+            else if (type == kReferenceLine)
+                line = context.child_value();
+        }
+        if (!reference.empty())
+            note->mReferences.push_back(line.empty() ? reference : reference + ":" + line);
+    }
+
+    CatalogueEntry Unit20(pugi::xml_node unit) const
+    {
+        CatalogueEntry entry;
+        entry.mPlace = mXML.PlaceOf(unit);
+        entry.mKey = Attribute(unit, "name");
+        for (const pugi::xml_node note : Child(unit, "notes").children())
+        {
+            if (NameOf(note) == "note")
+                AddNote(Attribute(note, "category"), note, &entry.mNote);
+        }
+        AddSegments(unit, &entry);
+        return entry;
+    }
+
+    // A translation that lacks a segment is left out.
+    void AddSegments(pugi::xml_node unit, CatalogueEntry* entry) const
+    {
+        std::size_t translated = 0;
+        std::size_t missing = 0;
+        bool isOpen = false;
+        for (const pugi::xml_node segment : unit.children())
+        {
+            const std::string name = NameOf(segment);
+            if (!IsOneOf(name, {"segment", "ignorable"}))
+                continue;
+            const std::string source = Text(RequireChild(segment, "source"));
+            const pugi::xml_node target = Child(segment, "target");
+            if (target.attribute("order"))
+                Fail(target, "segments in another order are not carried");
+            const std::string text = Text(target);
+            entry->mEnglish += source;
+            entry->mTranslation += name == "ignorable" && !target ? source : text;
+            translated += name == "segment" && !text.empty();
+            missing += name == "segment" && text.empty() && !source.empty();
+            isOpen |= Attribute(segment, "state") == kInitialState;
+        }
+        if (translated && missing)
+            Report(PlaceOf(unit), "a segment has no translation, so that the unit is left out");
+        if (!translated || missing)
+            entry->mTranslation.clear();
+        entry->mNote.SetFlag(kFuzzyFlag, isOpen && !entry->mTranslation.empty());
+    }
+
+    static void AddNote(const std::string& kind, pugi::xml_node node, Note* note)
+    {
+        std::string text;
+        for (const pugi::xml_node child : node.children())
+            text += child.value();
+        if (kind == kFlagsNote)
+        {
+            for (const std::string& flag : ParseNote("#, " + text).mFlags)
+                note->SetFlag(flag, true);
+        }
+        else if (kind == kLocationNote)
+            note->mReferences.push_back(text);
+        else if (kind == kOldEnglishNote)
+            note->mOldEnglish = text;
+        else
+            AddLines(text, kind == kDeveloperNote ? &note->mExtracted : &note->mTranslator);
+    }
+
+    // Throws: Failure for an inline element that stands for something outside of the text.
+    std::string Text(pugi::xml_node content) const
+    {
+        std::string text;
+        AddText(content, 0, &text);
+        return text;
+    }
+
+    void AddText(pugi::xml_node content, int depth, std::string* text) const
+    {
+        if (depth > kDeepest)
+            Fail(content, "the elements are nested too deeply");
+        for (const pugi::xml_node child : content.children())
+        {
+            if (child.type() != pugi::node_element)
+                *text += child.value();
+            else if (IsCharacter(child))
+                AddCharacter(child, text);
+            else if (HasText(child))
+                AddText(child, depth + 1, text);
+            else
+                Fail(child, "the inline element " + Quoted(child.name()) + " is not carried");
+        }
+    }
+
+    // Returns whether all that an inline element stands for is the text in it.
+    bool HasText(pugi::xml_node node) const
+    {
+        const std::string name = NameOf(node);
+        return mIs20 ? IsOneOf(name, {"mrk", "sm", "em"})
+                     : IsOneOf(name, {"mrk", "ph", "bpt", "ept", "it", "sub"});
+    }
+
+    bool IsCharacter(pugi::xml_node node) const
+    {
+        return mIs20 ? NameOf(node) == "cp"
+                     : NameOf(node) == "x" && Attribute(node, "ctype") == kCharacterType;
+    }
+
+    void AddCharacter(pugi::xml_node node, std::string* text) const
+    {
+        const std::string number = Attribute(node, mIs20 ? "hex" : "equiv-text");
+        const bool isFramed = number.size() > 3 && number.compare(0, 2, "#{") == 0;
+        const std::string digits = mIs20      ? number
+                                   : isFramed ? number.substr(2, number.size() - 3)
+                                              : std::string();
+        char* end = nullptr;
+        const unsigned long codePoint = std::strtoul(digits.c_str(), &end, 16);
+        if (digits.empty() || !std::isxdigit(static_cast<unsigned char>(digits[0])) || *end ||
+            !AppendCodePoint(codePoint, text))
+            Fail(node, Quoted(number) + " is no character");
+    }
+
+    pugi::xml_node RequireChild(pugi::xml_node node, const char* name) const
+    {
+        const pugi::xml_node child = Child(node, name);
+        if (!child)
+            Fail(node, std::string("it has no ") + name);
+        return child;
+    }
+
+    std::string PlaceOf(pugi::xml_node node) const { return At(mFile, mXML.PlaceOf(node)); }
+
+    [[noreturn]] void Fail(pugi::xml_node node, const std::string& what) const
+    {
+        throw Failure{kFaulty, PlaceOf(node), what};
+    }
+
+    const std::string mFile;
+    const XMLText mXML;
+    std::string mPrefix; // of the namespace, with its colon
+    bool mIs20 = false;
+    Catalogue mCatalogue;
+};
+} // namespace
+
+Catalogue ReadXLIFF(InputFile file)
+{
+    return Reader(std::move(file)).Read();
+}

@@ -1,0 +1,182 @@
+#include "exchange/xml_text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <utility>
+
+#include <boost/nowide/utf/convert.hpp>
+
+#include "exchange/exchange_text.h"
+#include "messages.h"
+
+namespace
+{
+const std::size_t kLongestReference = 12; // "&#x0010FFFF;"
+
+bool BeginsWith(const std::string& text, std::size_t at, const char* what)
+{
+    return text.compare(at, std::strlen(what), what) == 0;
+}
+
+// Returns whether an entity is one of XML itself, or the number of a character.
+bool IsKnownEntity(const std::string& name)
+{
+    if (name.size() < 2 || name[0] != '#')
+        return name == "amp" || name == "lt" || name == "gt" || name == "quot" || name == "apos";
+    const bool isHex = name[1] == 'x';
+    const std::string digits = name.substr(isHex ? 2 : 1);
+    const char* const allowed = isHex ? "0123456789abcdefABCDEF" : "0123456789";
+    if (digits.empty() || digits.find_first_not_of(allowed) != std::string::npos)
+        return false;
+    const unsigned long number = std::strtoul(digits.c_str(), nullptr, isHex ? 16 : 10);
+    std::string character;
+    std::size_t length;
+    return AppendCodePoint(number, &character) && !BeginsWith(character, 0, "#{") &&
+           IsXMLCharacter(character.data(), character.size(), &length);
+}
+
+std::string FromUTF16(const std::vector<unsigned char>& bytes, bool isBigEndian)
+{
+    std::u16string units(bytes.size() / 2 - 1, u'\0');
+    for (std::size_t i = 0; i < units.size(); ++i)
+    {
+        const unsigned int first = bytes[2 * i + 2];
+        const unsigned int second = bytes[2 * i + 3];
+        units[i] = static_cast<char16_t>(isBigEndian ? first << 8 | second : second << 8 | first);
+    }
+    return boost::nowide::utf::convert_string<char>(units.data(), units.data() + units.size());
+}
+
+std::string FromLatin1(const std::string& bytes)
+{
+    std::string text;
+    for (const char byte : bytes)
+        AppendCodePoint(static_cast<unsigned char>(byte), &text);
+    return text;
+}
+
+// Returns the encoding that the declaration names, in upper case, or an empty text.
+std::string DeclaredEncoding(const std::string& text)
+{
+    const std::string declaration =
+        BeginsWith(text, 0, "<?xml") ? text.substr(0, text.find("?>")) : std::string();
+    const std::size_t name = declaration.find("encoding");
+    const std::size_t open = declaration.find_first_of("\"'", name);
+    if (name == std::string::npos || open == std::string::npos)
+        return std::string();
+    const std::size_t close = declaration.find(declaration[open], open + 1);
+    std::string encoding = declaration.substr(open + 1, close - open - 1);
+    for (char& letter : encoding)
+        letter = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    return encoding;
+}
+} // namespace
+
+XMLText::XMLText(InputFile file) : mFile(file.mName)
+{
+    Decode(std::move(file));
+    mLines.push_back(0);
+    for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
+        mLines.push_back(++at);
+    RequireSimple();
+    // Blanks between elements are kept, since they may stand between two elements of a text.
+    const pugi::xml_parse_result result = mDocument.load_buffer_inplace(
+        mText.data(), mText.size(), pugi::parse_default | pugi::parse_ws_pcdata,
+        pugi::encoding_utf8);
+    if (!result)
+        Fail(static_cast<std::size_t>(result.offset), result.description());
+}
+
+Place XMLText::PlaceOf(pugi::xml_node node) const
+{
+    // The offset is that of the name behind the "<".
+    return PlaceOf(static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 1) - 1));
+}
+
+Place XMLText::PlaceOf(std::size_t offset) const
+{
+    const auto next = std::upper_bound(mLines.begin(), mLines.end(), offset);
+    return {static_cast<std::uint64_t>(next - mLines.begin()), offset - *(next - 1) + 1};
+}
+
+void XMLText::Decode(InputFile file)
+{
+    const std::vector<unsigned char>& bytes = file.mBytes;
+    const auto begins = [&](std::initializer_list<unsigned char> mark) {
+        return bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin());
+    };
+    if (begins({0xFF, 0xFE}) || begins({0xFE, 0xFF}))
+    {
+        mText = bytes.size() % 2 ? std::string() : FromUTF16(bytes, begins({0xFE, 0xFF}));
+        if (mText.empty())
+            throw Failure{kFaulty, mFile, "it isn't UTF-16"};
+        return;
+    }
+    mText.assign(bytes.begin() + (begins({0xEF, 0xBB, 0xBF}) ? 3 : 0), bytes.end());
+    const std::string encoding = DeclaredEncoding(mText);
+    if (encoding == "ISO-8859-1")
+        mText = FromLatin1(mText);
+    else if (!encoding.empty() && encoding != "UTF-8" && encoding != "US-ASCII")
+        throw Failure{kFaulty, mFile, "its encoding " + Quoted(encoding) + " isn't known"};
+    if (!IsUTF8(mText))
+        throw Failure{kFaulty, mFile, "it isn't UTF-8"};
+}
+
+// The parser skips a document type, leaves unknown entities as they stand and takes control
+// characters. Each of them would change texts.
+void XMLText::RequireSimple() const
+{
+    struct Section
+    {
+        const char* mBegin;
+        const char* mEnd;
+    };
+    const Section kSections[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    const auto isControl = [](char byte) {
+        return byte >= 0 && byte < ' ' && !std::strchr("\t\n\r", byte);
+    };
+    const auto control = std::find_if(mText.begin(), mText.end(),
+                                      [&](char byte) { return !byte || isControl(byte); });
+    if (control != mText.end())
+        Fail(static_cast<std::size_t>(control - mText.begin()),
+             "it holds a control character, which XML doesn't allow");
+    for (std::size_t at = 0; (at = mText.find_first_of("<&", at)) != std::string::npos; ++at)
+    {
+        for (const Section& section : kSections)
+        {
+            if (BeginsWith(mText, at, section.mBegin))
+                at = std::min(mText.find(section.mEnd, at + std::strlen(section.mBegin)),
+                              mText.size() - 1);
+        }
+        if (BeginsWith(mText, at, "<!"))
+            Fail(at, "a document type is refused, its entities and files are not read");
+        const std::size_t end = mText[at] == '&' ? mText.find(';', at) : at;
+        if (mText[at] == '&' && (end == std::string::npos || end - at > kLongestReference ||
+                                 !IsKnownEntity(mText.substr(at + 1, end - at - 1))))
+            Fail(at,
+                 "the entity " + Quoted(mText.substr(at, kLongestReference)) + " isn't one of XML");
+    }
+}
+
+void XMLText::Fail(std::size_t offset, const std::string& what) const
+{
+    throw Failure{kFaulty, At(mFile, PlaceOf(offset)), what};
+}
+
+bool IsXMLCharacter(const char* text, std::size_t size, std::size_t* length)
+{
+    const auto byte = static_cast<unsigned char>(text[0]);
+    *length = byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+    *length = std::min(*length, size);
+    const std::string character(text, *length);
+    const bool isControl = byte < ' ' && !(byte && std::strchr("\t\n\r", byte));
+    return !isControl && character != "\uFFFE" && character != "\uFFFF";
+}
+
+std::string LocalName(pugi::xml_node node)
+{
+    const std::string name = node.name();
+    return name.substr(name.find(':') + 1);
+}

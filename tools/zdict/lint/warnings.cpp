@@ -1,0 +1,24 @@
+#include "lint/warnings.h"
+
+#include <cstdio>
+
+#include "lint/line_checks.h"
+#include "lint/report.h"
+#include "messages.h"
+
+void WarnAboutText(const InputFile& file, CodePage codePage)
+{
+    const std::vector<std::string> ofLoads = {"encoding",      "bad-prefix", "key-empty",
+                                              "key-not-ascii", "key-length", "no-equals",
+                                              "duplicate-key", "too-long"};
+    Findings findings(CheckSet({}, ofLoads));
+    LintFile(file, codePage, LintOptions(), &findings, nullptr);
+    findings.SortFrom(0);
+    for (const Finding& finding : findings.All())
+    {
+        if (finding.mCheck == LintCheck::kNotATextForm)
+            throw Failure{kFaulty, file.mName, finding.mMessage};
+        // An editor doesn't find a file after the program's name.
+        std::fputs((LineOf(finding, Severity::kWarning) + "\n").c_str(), stderr);
+    }
+}

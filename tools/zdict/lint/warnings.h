@@ -1,0 +1,15 @@
+// Warnings of commands that load a text.
+
+#ifndef ZDICT_LINT_WARNINGS_H
+#define ZDICT_LINT_WARNINGS_H
+
+#include "files.h"
+#include "images/code_page.h"
+
+// Reports what the checks without an English text find, apart from the mistakes that a load
+// reports itself.
+//
+// Throws: Failure for a file that hasn't the text form.
+void WarnAboutText(const InputFile& file, CodePage codePage);
+
+#endif
