@@ -1,17 +1,16 @@
 #!/usr/bin/env python3
 """Writes one catalogue of translated texts in three forms.
 
-Usage: make_catalogue.py FOLDER
+Usage: make_catalogue.py FOLDER COUNT
 
 texts.txt is for zdict, catalogue.po for msgfmt and root.txt for genrb. A fixed seed selects
-20,000 keys of ordinary names, and German texts of two to nine words.
+COUNT keys of ordinary names, and German texts of two to nine words.
 """
 
 import pathlib
 import random
 import sys
 
-KEYS = 20000
 WORDS = """die Datei konnte nicht geöffnet werden bitte prüfen Sie Größe Höhe und
 Länge des Fensters Übergang Bild Ton Spur löschen ändern für alle Ebenen""".split()
 
@@ -26,7 +25,7 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     draw = random.Random(1)
     keys = set()
-    while len(keys) < KEYS:
+    while len(keys) < int(sys.argv[2]):
         keys.add("/QX/" + "/".join(draw.choices(NAMES, k=draw.randint(2, 5))))
     entries = [
         (key, " ".join(draw.choices(WORDS, k=draw.randint(2, 9)))) for key in sorted(keys)

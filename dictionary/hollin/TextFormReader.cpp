@@ -27,9 +27,8 @@ void SetProblem(const char* field, const char* problem, TextLine* line)
 }
 
 // The line is null-terminated, so that there is a unit after every key.
-void Fill(const std::uint16_t* units, std::size_t length, TextLine* line)
+void Fill(const std::uint16_t* units, std::size_t length, TextEntry& entry, TextLine* line)
 {
-    TextEntry entry;
     if (!ParseTextLine(units, length, &entry))
         return SetProblem("prefix", "it isn't \"$$$\"", line);
     if (entry.mKey.size() > kLongestText || entry.mValue.size() > kLongestText)
@@ -43,7 +42,7 @@ void Fill(const std::uint16_t* units, std::size_t length, TextLine* line)
 } // namespace
 
 TextFormReader::TextFormReader(const unsigned char* bytes, std::size_t size)
-    : mReader(DictionaryReader::Make(bytes, size))
+    : mReader(DictionaryReader::Make(bytes, size)), mEntry(std::make_unique<TextEntry>())
 {
 }
 
@@ -61,7 +60,7 @@ bool TextFormReader::Next(TextLine* line)
             if (!units)
                 return false;
         } while (!mReader->LineLength());
-        Fill(units, mReader->LineLength(), line);
+        Fill(units, mReader->LineLength(), *mEntry, line);
     }
     catch (const VoErrException&)
     {

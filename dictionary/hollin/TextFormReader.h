@@ -23,7 +23,8 @@
 namespace hollin_private
 {
 class DictionaryReader;
-}
+struct TextEntry;
+} // namespace hollin_private
 
 namespace hollin
 {
@@ -58,6 +59,7 @@ public:
 
 private:
     const std::unique_ptr<hollin_private::DictionaryReader> mReader;
+    const std::unique_ptr<hollin_private::TextEntry> mEntry; // of the line
 };
 } // namespace hollin
 

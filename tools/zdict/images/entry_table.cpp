@@ -52,12 +52,19 @@ std::vector<std::uint32_t> EntryTable::Entries() const
     return ids;
 }
 
-std::uint32_t EntryTable::Add(std::string_view key, UnitView text)
+std::uint32_t EntryTable::FindOrAdd(std::string_view key)
 {
+    // Nearly all keys are new: one search of the index is enough for them.
     const std::uint32_t id = AddSlot(key);
-    SetText(id, text);
-    AddToBucket(hollin::BucketOf(key), id);
-    return id;
+    const auto [found, isNew] = mIndex.insert(id);
+    if (isNew)
+        mBuckets[hollin::BucketOf(key)].push_back(id);
+    else
+    {
+        mKeys.resize(mKeys.size() - key.size());
+        mSlots.pop_back();
+    }
+    return *found;
 }
 
 std::uint32_t EntryTable::AddSlot(std::string_view key)

@@ -66,10 +66,11 @@ public:
     // finds, the first slot counts.
     std::vector<std::uint32_t> Entries() const;
 
-    // Adds an entry in the next slot, and in the bucket of its key.
+    // Returns the identifier that a look-up of the key finds. If there is none, adds an entry
+    // without text in the next slot, and in the bucket of its key.
     //
-    // REQUIRES: the key isn't empty, and a look-up does not find it.
-    std::uint32_t Add(std::string_view key, UnitView text);
+    // REQUIRES: the key isn't empty.
+    std::uint32_t FindOrAdd(std::string_view key);
 
     // Adds a slot that is in no bucket. An empty key makes a removed slot.
     std::uint32_t AddSlot(std::string_view key);

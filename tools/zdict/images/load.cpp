@@ -66,23 +66,15 @@ LoadCounts LoadLegacyImage(const InputFile& file, EntryTable* table)
         RequireLookUp(key, file);
         if (key.empty())
             throw Failure{kFaulty, file.mName, "it has an empty key, which no image can hold"};
-        const std::uint32_t id = table->Find(key);
-        if (id == hollin::kNoId)
-        {
-            table->Add(key, ViewOf(dictionary.CurrentText()));
-            isInFile.push_back(true);
-            ++counts.mTexts;
-            continue;
-        }
-        // A look-up does not find an entry in the wrong bucket.
+        const std::uint32_t id = table->FindOrAdd(key);
+        counts.mReplaced += id < isInFile.size() && !isInFile[id];
+        isInFile.resize(table->Slots());
+        // Of equal keys, a look-up finds one that isn't in the wrong bucket.
         const std::string literal = "$$$" + key;
         if (!isInFile[id])
             table->SetText(id, ViewOf(dictionary.CurrentText()));
-        else
-            ReportDouble(key, file);
-        if (isInFile[id] && dictionary.HasString(literal.c_str()))
+        else if (ReportDouble(key, file); dictionary.HasString(literal.c_str()))
             table->SetText(id, ViewOf(dictionary.GetString(literal.c_str())));
-        counts.mReplaced += !isInFile[id];
         counts.mTexts += !isInFile[id];
         isInFile[id] = true;
     }

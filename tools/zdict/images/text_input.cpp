@@ -191,22 +191,13 @@ public:
 private:
     std::uint32_t Put(const hollin::TextLine& line, UnitView text)
     {
-        std::uint32_t id = mTable.Find(line.mKey);
-        if (id == hollin::kNoId)
-        {
-            id = mTable.Add(line.mKey, text);
-            mLines.push_back(0);
-        }
-        else
-        {
-            mTable.SetText(id, text);
-            if (mLines[id])
-                mNotes.mDoubts.push_back({line.mNumber, "it replaces the text of " +
-                                                            Quoted(line.mKey) + " in line " +
-                                                            std::to_string(mLines[id])});
-            else
-                ++mNotes.mCounts.mReplaced;
-        }
+        const std::uint32_t id = mTable.FindOrAdd(line.mKey);
+        mTable.SetText(id, text);
+        mNotes.mCounts.mReplaced += id < mLines.size() && !mLines[id];
+        mLines.resize(mTable.Slots());
+        if (mLines[id])
+            mNotes.mDoubts.push_back({line.mNumber, "it replaces the text of " + Quoted(line.mKey) +
+                                                        " in line " + std::to_string(mLines[id])});
         mNotes.mCounts.mTexts += !mLines[id];
         mLines[id] = line.mNumber;
         return id;
