@@ -359,6 +359,12 @@ class BadXLIFF(Exchange):
         self.assertIn("plural forms are not carried", done.err)
         self.assertIn("binary data is not carried", done.err)
 
+    def test_a_reference_is_kept_in_one_line(self):
+        unit = self.UNIT2 % ('<notes><note category="location">a\nb:3</note></notes>'
+                             "<segment><source>a</source><target>b</target></segment>")
+        self.assertEqual(self.imported(self.xliff(unit, "2.0").encode()).out.decode(),
+                         '"$$$/a=b{{*COMMENT*}}#: \u2068a b\u2069:3\\n#| a"\n')
+
     def test_a_key_that_xml_cannot_hold_is_refused(self):
         english = self.file("e", b'"$$$/a\x01b=c"\n')
         for form in "xliff1", "xliff2":

@@ -65,15 +65,16 @@ void AppendValue(const std::string& command, const CLI::Option& option, std::str
     const std::string type = option.get_type_name();
     if (option.get_items_expected_max() == 0 || type == "FILE" || type == "OUT")
         return;
-    std::string choices = type;
-    std::replace(choices.begin(), choices.end(), '|', ' ');
+    std::string completion = "compopt +o default";
+    if (type.find('|') != std::string::npos)
+    {
+        completion = "COMPREPLY=($(compgen -W '" + type + "' -- \"$current\"))";
+        std::replace(completion.begin(), completion.end(), '|', ' ');
+    }
     for (const std::string& name : NamesOf(option))
     {
-        *script += "    '" + command + " " + name + "')\n";
-        *script += type.find('|') == std::string::npos
-                       ? "        compopt +o default\n"
-                       : "        COMPREPLY=($(compgen -W '" + choices + "' -- \"$current\"))\n";
-        *script += "        return ;;\n";
+        script->append("    '").append(command).append(" ").append(name).append("')\n");
+        script->append("        ").append(completion).append("\n        return ;;\n");
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include <hollin/Dictionary.h>
 #include <hollin/Markers.h>
@@ -20,12 +21,24 @@ hollin::ZString FromUTF8(const std::string& text)
                            &hollin::kEncodingUTF8);
 }
 
+// Catalogues have no NULs, and a note is no text of the application.
+std::string WithoutNul(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find('\0', at)) != std::string::npos;)
+        text.replace(at, 1, "\uFFFD");
+    return text;
+}
+
 // The comment of an image's entry is a note, too.
 NotedText Split(const Entry& entry)
 {
     NotedText split = SplitNote(entry.mText);
     if (split.mNote.IsEmpty() && entry.mComment.Length())
         split.mNote = ParseNote(ToUTF8(entry.mComment));
+    for (std::string* const lines : {&split.mNote.mExtracted, &split.mNote.mTranslator})
+        *lines = WithoutNul(std::move(*lines));
+    for (std::string& reference : split.mNote.mReferences)
+        reference = WithoutNul(std::move(reference));
     return split;
 }
 
@@ -212,8 +225,8 @@ private:
 
     void Fail(const CatalogueEntry& entry, const std::string& what)
     {
-        ++mFaults;
-        Report(At(mFile, entry.mPlace), what);
+        if (++mFaults <= kMostReports)
+            Report(At(mFile, entry.mPlace), what);
     }
 
     void ReportCount(std::size_t count, const char* thing, const char* option) const
@@ -253,7 +266,7 @@ Catalogue MakeCatalogue(const Entries& english, const std::string& englishFile,
         byKey.emplace(entry.mKey, &entry);
 
     Catalogue catalogue;
-    catalogue.mEnglishFile = englishFile;
+    catalogue.mEnglishFile = englishFile.substr(englishFile.find_last_of("/\\") + 1);
     catalogue.mTranslationFile = translationFile;
     std::unordered_set<std::string> used;
     for (const Entry& entry : english)

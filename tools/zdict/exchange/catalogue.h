@@ -3,6 +3,7 @@
 #ifndef ZDICT_EXCHANGE_CATALOGUE_H
 #define ZDICT_EXCHANGE_CATALOGUE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,6 +14,9 @@
 // The translation of a text that is to be empty in a language. An empty translation is a missing
 // one in all formats. Look-ups drop the marker.
 extern const std::string kEmptyTranslation; // "{{*COMMENT*}}"
+
+// Of one file, further faults are counted only.
+const std::size_t kMostReports = 20;
 
 // A place in a file, from 1. A line of 0 is unknown.
 struct Place
@@ -36,9 +40,9 @@ struct CatalogueEntry
 
 struct Catalogue
 {
-    std::string mEnglishFile; // the names of the files that it was made of
-    std::string mTranslationFile;
-    std::string mLocale; // as de_DE, or empty
+    std::string mEnglishFile;     // the name of the English file, without its folder
+    std::string mTranslationFile; // for messages
+    std::string mLocale;          // as de_DE, or empty
     std::vector<CatalogueEntry> mEntries;
 };
 

@@ -32,7 +32,7 @@ extern const char* const kObsoleteFlag; // "obsolete", of a key that English lac
 
 struct Note
 {
-    std::vector<std::string> mReferences;   // as "src/a.cpp:12" or "src/a.cpp"
+    std::vector<std::string> mReferences;   // as "src/a.cpp:12", in one line
     std::string mExtracted;                 // lines, without a line feed at the end
     std::vector<std::string> mFlags;        // without blanks and commas
     std::optional<std::string> mOldEnglish; // without its own note

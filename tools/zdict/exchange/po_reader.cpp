@@ -12,7 +12,6 @@
 
 namespace
 {
-const std::size_t kMostReports = 20;
 const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
 const char kCharset[] = "charset=";
 
@@ -111,7 +110,9 @@ public:
             return;
         if (po_message_msgid_plural(message))
         {
-            Report(At(mFile, place.mPlace), "plural forms are not carried, the entry is left out");
+            if (++mPlurals <= kMostReports)
+                Report(At(mFile, place.mPlace),
+                       "plural forms are not carried, the entry is left out");
             return;
         }
         CatalogueEntry entry;
@@ -132,7 +133,9 @@ public:
     std::vector<CatalogueEntry> Finish()
     {
         if (mFaults)
-            throw Failure{kFaulty, mFile, Counted(mFaults, "entry's text") + " can't be converted"};
+            throw Failure{kFaulty, mFile, Counted(mFaults, "text") + " can't be converted"};
+        if (mPlurals > kMostReports)
+            Report(mFile, Counted(mPlurals, "plural form") + " left out");
         return std::move(mEntries);
     }
 
@@ -168,6 +171,7 @@ private:
     const Converter& mConverter;
     bool mIsSound = true; // all texts of the current message
     std::size_t mFaults = 0;
+    std::size_t mPlurals = 0;
     std::vector<CatalogueEntry> mEntries;
 };
 

@@ -31,9 +31,7 @@ std::string HeaderOf(const Catalogue& catalogue, POForm form)
 {
     // msgfmt warns of a placeholder for the date of a translation.
     const std::string revised = Date(form == POForm::kTemplate ? kNoDate : "");
-    const std::string project =
-        catalogue.mEnglishFile.substr(catalogue.mEnglishFile.find_last_of("/\\") + 1);
-    return "Project-Id-Version: " + platform::Printable(project) +
+    return "Project-Id-Version: " + platform::Printable(catalogue.mEnglishFile) +
            "\nReport-Msgid-Bugs-To: \nPOT-Creation-Date: " + Date(kNoDate) +
            "\nPO-Revision-Date: " + revised +
            "\nLast-Translator: \nLanguage-Team: \nLanguage: " + catalogue.mLocale +
@@ -115,9 +113,10 @@ private:
         // In the form of a note, a file name with blanks is enclosed.
         Note one;
         one.mReferences = {reference};
-        const Reference parts = SplitReference(FormatNote(one).substr(3));
+        const std::string text = FormatNote(one).substr(3);
+        const Reference parts = SplitReference(text);
         const bool hasLine = !parts.mLine.empty() && parts.mLine.size() < 10;
-        const std::string file = hasLine ? parts.mFile : reference;
+        const std::string file = hasLine ? parts.mFile : text;
         po_message_add_filepos(message, file.c_str(),
                                hasLine ? std::strtoul(parts.mLine.c_str(), nullptr, 10)
                                        : static_cast<std::size_t>(-1));

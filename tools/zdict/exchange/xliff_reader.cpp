@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
@@ -31,6 +33,13 @@ std::string Attribute(pugi::xml_node node, const char* name)
 void AddLines(const std::string& lines, std::string* all)
 {
     *all += (all->empty() ? "" : "\n") + lines;
+}
+
+// A reference is a part of one line of a note.
+std::string OneLine(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
 }
 
 class Reader
@@ -131,7 +140,7 @@ private:
                 line = context.child_value();
         }
         if (!reference.empty())
-            note->mReferences.push_back(line.empty() ? reference : reference + ":" + line);
+            note->mReferences.push_back(OneLine(line.empty() ? reference : reference + ":" + line));
     }
 
     CatalogueEntry Unit20(pugi::xml_node unit) const
@@ -188,7 +197,7 @@ private:
                 note->SetFlag(flag, true);
         }
         else if (kind == kLocationNote)
-            note->mReferences.push_back(text);
+            note->mReferences.push_back(OneLine(text));
         else if (kind == kOldEnglishNote)
             note->mOldEnglish = text;
         else

@@ -192,7 +192,6 @@ private:
                               const std::string& text) const
     {
         pugi::xml_node content = AddChild(node, name, depth);
-        Set(content, "xml:space", "preserve");
         unsigned int id = 0;
         ForEachRun(
             text, [&](const std::string& run) { AddText(content, run); },
@@ -215,25 +214,26 @@ private:
     {
         const bool is12 = mVersion == XLIFFVersion::k12;
         const std::string version = is12 ? "1.2" : "2.0";
+        const std::string target = TagOf(mCatalogue.mLocale);
         Set(root, "xmlns", "urn:oasis:names:tc:xliff:document:" + version);
         Set(root, "version", version);
-        if (!is12)
-        {
-            Set(root, "srcLang", "en");
-            Set(root, "trgLang", TagOf(mCatalogue.mLocale));
-        }
         pugi::xml_node file = AddChild(root, "file", 1);
-        if (!is12)
-            Set(file, "id", "texts");
         Set(file, "original", mCatalogue.mEnglishFile);
+        pugi::xml_node units = file;
         if (is12)
         {
             Set(file, "source-language", "en");
-            if (!mCatalogue.mLocale.empty())
-                Set(file, "target-language", TagOf(mCatalogue.mLocale));
+            Set(file, "target-language", target);
             Set(file, "datatype", "plaintext");
+            units = AddChild(file, "body", 2);
         }
-        pugi::xml_node units = is12 ? AddChild(file, "body", 2) : file;
+        else
+        {
+            Set(root, "srcLang", "en");
+            Set(root, "trgLang", target);
+            Set(file, "id", "texts");
+            Set(file, "xml:space", "preserve");
+        }
         units.append_child(pugi::node_comment).set_value("units");
         if (is12)
             EndChildren(units, 2);
