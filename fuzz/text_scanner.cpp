@@ -9,7 +9,7 @@
 #include <platform/control.h>
 
 #include "tools/zdict/lint/expanded_text.h"
-#include "tools/zdict/lint/places.h"
+#include "tools/zdict/lint/parameters.h"
 
 namespace
 {

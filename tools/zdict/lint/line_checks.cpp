@@ -11,7 +11,7 @@
 #include "images/load.h"
 #include "images/text_input.h"
 #include "lint/form_judge.h"
-#include "lint/places.h"
+#include "lint/parameters.h"
 #include "lint/text_notes.h"
 #include "lint/units.h"
 #include "messages.h"
@@ -273,18 +273,18 @@ void LineChecker::CheckPlaces(const TextParts& parts)
         std::u16string_view(mText.Units()).substr(parts.mShown, parts.mShownEnd - parts.mShown);
     if (text.find(u'^') == kNone)
         return;
-    const Places places(text);
+    const Parameters places(text);
     char16_t next = '1';
-    while (next <= '9' && places.Find(Place::kCaret, next))
+    while (next <= '9' && places.Find(Parameter::kCaret, next))
         ++next;
-    const Place* seen[10] = {};
-    for (const Place& place : places.mAll)
+    const Parameter* seen[10] = {};
+    for (const Parameter& place : places.mAll)
     {
-        if (place.mKind != Place::kCaret)
+        if (place.mKind != Parameter::kCaret)
             continue;
         const std::string written = UTF8Of(places.Written(place));
         const std::size_t unit = parts.mShown + place.mBegin;
-        const Place*& earlier = seen[place.mDigit - '0'];
+        const Parameter*& earlier = seen[place.mDigit - '0'];
         if (earlier)
             AddInText(LintCheck::kPlaceRepeated, unit,
                       written + " is there twice: only the first is filled");

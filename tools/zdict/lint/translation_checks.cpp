@@ -5,7 +5,7 @@
 
 #include <hollin/Markers.h>
 
-#include "lint/places.h"
+#include "lint/parameters.h"
 #include "lint/text_notes.h"
 #include "lint/units.h"
 #include "messages.h"
@@ -21,7 +21,7 @@ std::u16string_view Shown(const ExpandedText& text, const TextParts& parts)
     return std::u16string_view(text.Units()).substr(parts.mShown, parts.mShownEnd - parts.mShown);
 }
 
-// Returns whether the text has a word of letters. Places, names in capital letters, and short
+// Returns whether the text has a word of letters. Parameters, names in capital letters, and short
 // words, which may be units, don't count.
 bool HasWord(std::u16string_view text)
 {
@@ -178,19 +178,19 @@ void PairChecker::CheckPlaces()
 {
     if (mEnglish.find_first_of(u"^@") == kNone && mText.find_first_of(u"^@") == kNone)
         return;
-    const Places english(mEnglish);
-    const Places own(mText);
+    const Parameters english(mEnglish);
+    const Parameters own(mText);
     bool reported[2][10] = {};
-    for (const Place& place : english.mAll)
+    for (const Parameter& place : english.mAll)
     {
-        if (place.mKind == Place::kField)
+        if (place.mKind == Parameter::kField)
             continue;
         bool& isReported = reported[place.mKind][place.mDigit - '0'];
         if (isReported)
             continue;
         isReported = true;
         const std::string written = UTF8Of(english.Written(place));
-        const Place* const found = own.Find(place.mKind, place.mDigit);
+        const Parameter* const found = own.Find(place.mKind, place.mDigit);
         if (!found)
         {
             // The caret of ^B needs another one, or the two units are a bullet.
@@ -207,9 +207,9 @@ void PairChecker::CheckPlaces()
                 "the number format is " + Named(own.Format(*found)) + ", in English " +
                     Named(english.Format(place)));
     }
-    for (const Place& place : own.mAll)
+    for (const Parameter& place : own.mAll)
     {
-        if (place.mKind == Place::kField || reported[place.mKind][place.mDigit - '0'])
+        if (place.mKind == Parameter::kField || reported[place.mKind][place.mDigit - '0'])
             continue;
         reported[place.mKind][place.mDigit - '0'] = true;
         Add(LintCheck::kPlaceAdded, place.mBegin,
@@ -222,8 +222,8 @@ void PairChecker::CheckFields()
 {
     if (mEnglish.find(u'%') == kNone && mText.find(u'%') == kNone)
         return;
-    const bool isFormat = Places(mEnglish).HasFields();
-    if (!isFormat && !Places(mText).HasFields())
+    const bool isFormat = Parameters(mEnglish).HasFields();
+    if (!isFormat && !Parameters(mText).HasFields())
         return;
     const std::vector<Field> english = isFormat ? FieldsOf(mEnglish) : std::vector<Field>();
     const std::vector<Field> own = FieldsOf(mText);

@@ -6,7 +6,7 @@
 #include <hollin/Markers.h>
 
 #include "lint/expanded_text.h"
-#include "lint/places.h"
+#include "lint/parameters.h"
 #include "lint/text_notes.h"
 #include "lint/units.h"
 
@@ -105,8 +105,8 @@ private:
 
     void MarkPlaces()
     {
-        const Places places(mText);
-        for (const Place& place : places.mAll)
+        const Parameters places(mText);
+        for (const Parameter& place : places.mAll)
             Mark(place.mBegin, place.mFormatEnd, Use::kPlace);
         if (!places.HasFields())
             return;

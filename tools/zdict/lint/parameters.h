@@ -1,14 +1,14 @@
 // The places of a text that a program fills with values: ^1, ^L2, ^F1@2.3zs@, @0 and %s.
 
-#ifndef ZDICT_LINT_PLACES_H
-#define ZDICT_LINT_PLACES_H
+#ifndef ZDICT_LINT_PARAMETERS_H
+#define ZDICT_LINT_PARAMETERS_H
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-struct Place
+struct Parameter
 {
     enum Kind
     {
@@ -28,24 +28,24 @@ struct Place
 };
 
 // In the order of the text.
-struct Places
+struct Parameters
 {
-    explicit Places(std::u16string_view text);
+    explicit Parameters(std::u16string_view text);
 
     std::u16string_view mText;
-    std::vector<Place> mAll; // fields too
+    std::vector<Parameter> mAll; // fields too
 
-    std::u16string_view Written(const Place& place) const
+    std::u16string_view Written(const Parameter& place) const
     {
         return mText.substr(place.mBegin, place.mEnd - place.mBegin);
     }
-    std::u16string_view Format(const Place& place) const
+    std::u16string_view Format(const Parameter& place) const
     {
         return mText.substr(place.mEnd, place.mFormatEnd - place.mEnd);
     }
 
     // Returns the first place of a kind and a digit, or null.
-    const Place* Find(Place::Kind kind, char16_t digit) const;
+    const Parameter* Find(Parameter::Kind kind, char16_t digit) const;
 
     // Returns whether the text is a format of printf. A percent sign after a number isn't a
     // field, as in 50%.

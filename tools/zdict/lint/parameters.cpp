@@ -1,4 +1,4 @@
-#include "lint/places.h"
+#include "lint/parameters.h"
 
 #include <algorithm>
 
@@ -18,7 +18,7 @@ bool IsLetter(char16_t unit)
 }
 
 // Fills in the place whose caret is at `at`. Returns false if there is none.
-bool ReadCaret(std::u16string_view text, std::size_t at, Place* place)
+bool ReadCaret(std::u16string_view text, std::size_t at, Parameter* place)
 {
     std::size_t next = at + 1;
     const bool hasLetter =
@@ -27,7 +27,7 @@ bool ReadCaret(std::u16string_view text, std::size_t at, Place* place)
     next += hasLetter ? 1 : 0;
     if (next >= text.size() || !IsDigit(text[next]) || text[next] == '0')
         return false;
-    *place = {Place::kCaret, text[next], at, next + 1, next + 1, false};
+    *place = {Parameter::kCaret, text[next], at, next + 1, next + 1, false};
     if (!isNumber || next + 1 >= text.size() || text[next + 1] != '@')
         return true;
     const std::size_t second = text.find(u'@', next + 2);
@@ -76,12 +76,12 @@ bool IsInAddress(std::u16string_view text, std::size_t at)
 }
 } // namespace
 
-Places::Places(std::u16string_view text) : mText(text)
+Parameters::Parameters(std::u16string_view text) : mText(text)
 {
     for (std::size_t at = text.find_first_of(u"^@%"); at != kNone;
          at = text.find_first_of(u"^@%", at))
     {
-        Place place = {Place::kField, 0, at, at + 1, at + 1, false};
+        Parameter place = {Parameter::kField, 0, at, at + 1, at + 1, false};
         bool isPlace = false;
         if (text[at] == '^')
             isPlace = ReadCaret(text, at, &place);
@@ -89,7 +89,7 @@ Places::Places(std::u16string_view text) : mText(text)
         {
             isPlace = at + 1 < text.size() && IsDigit(text[at + 1]) && !IsInAddress(text, at);
             if (isPlace)
-                place = {Place::kAt, text[at + 1], at, at + 2, at + 2, false};
+                place = {Parameter::kAt, text[at + 1], at, at + 2, at + 2, false};
         }
         else if (at + 1 < text.size() && text[at + 1] == '%')
             place.mFormatEnd = at + 2; // a percent sign itself
@@ -104,18 +104,18 @@ Places::Places(std::u16string_view text) : mText(text)
     }
 }
 
-const Place* Places::Find(Place::Kind kind, char16_t digit) const
+const Parameter* Parameters::Find(Parameter::Kind kind, char16_t digit) const
 {
-    const auto matches = [=](const Place& place) {
+    const auto matches = [=](const Parameter& place) {
         return place.mKind == kind && place.mDigit == digit;
     };
     const auto found = std::find_if(mAll.begin(), mAll.end(), matches);
     return found == mAll.end() ? nullptr : &*found;
 }
 
-bool Places::HasFields() const
+bool Parameters::HasFields() const
 {
-    const auto isField = [](const Place& place) { return place.mKind == Place::kField; };
+    const auto isField = [](const Parameter& place) { return place.mKind == Parameter::kField; };
     return std::any_of(mAll.begin(), mAll.end(), isField);
 }
 
