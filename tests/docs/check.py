@@ -1,12 +1,17 @@
 """Compiles and runs the programs in the documents, compiles the examples of the public
-headers, and checks that the targets of links and the named source files exist.
+headers, runs the commands in the documents, and checks that the targets of links and the named
+source files exist.
 
     check.py BUILD_FOLDER CXX_COMPILER
 
 A program is a block of C++ with a main; it compiles without a warning against the
 build's libraries, runs, and ends with the status 0.
+
+A console block has commands behind "$ ", each with its output. `cat` of a file that is not there
+makes the file. All blocks of a document run in one folder.
 """
 
+import os
 import pathlib
 import re
 import subprocess
@@ -15,6 +20,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+CONSOLE = re.compile(r"^```console\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 SOURCE = re.compile(r"`([\w/]+\.(?:cpp|h|inc|py))`")
 SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "examples", "tests",
@@ -52,6 +58,28 @@ def check_program(place, code, build, compiler, folder):
         return f"{path}:{line}: doesn't compile"
     status = fails([program], cwd=folder)
     return f"{path}:{line}: ended with the status {status}" if status else None
+
+
+def check_commands(document, build):
+    """Runs the commands of a document's console blocks. Returns the faults."""
+    text = document.read_text(encoding="utf-8")
+    environment = {**os.environ, "PATH": f"{build}/bin:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
+    faults = []
+    with tempfile.TemporaryDirectory() as folder:
+        for block in CONSOLE.finditer(text):
+            for step in re.split(r"^\$ ", block[1], flags=re.MULTILINE)[1:]:
+                command, _, expected = step.partition("\n")
+                made = pathlib.Path(folder, command[4:]) if command.startswith("cat ") else None
+                if made and not made.exists():
+                    made.parent.mkdir(parents=True, exist_ok=True)
+                    made.write_text(expected, encoding="utf-8")
+                    continue
+                done = subprocess.run(command, shell=True, cwd=folder, env=environment, timeout=60,
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+                if done.stdout.decode() != expected:
+                    faults.append(f"{document.relative_to(ROOT)}: {command}: printed\n"
+                                  f"{done.stdout.decode()}")
+    return faults
 
 
 def dead_links(document):
@@ -98,6 +126,8 @@ def main(build, compiler):
     documents = [*ROOT.glob("*.md"), *sorted(ROOT.glob("docs/**/*.md"))]
     faults = [fault for document in documents for fault in dead_links(document)]
     sources = [str(path) for folder in SOURCES for path in ROOT.glob(folder + "/**/*.*")]
+    for document in documents:
+        faults += check_commands(document, build)
     for document in [*documents, ROOT / "tests/COVERAGE.md"]:
         faults += dead_sources(document, sources)
     count = 0
