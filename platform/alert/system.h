@@ -1,5 +1,5 @@
-// The parts of alerts that differ between systems: properties of their characters, by its own data, and its
-// message box.
+// The parts of alerts that differ between systems: properties of their characters, by its own data,
+// and its message box.
 
 #ifndef PLATFORM_ALERT_SYSTEM_H
 #define PLATFORM_ALERT_SYSTEM_H
