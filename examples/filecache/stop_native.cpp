@@ -24,20 +24,17 @@ BOOL WINAPI OnInterrupt(DWORD event)
 
 class StopKeys::Watch
 {
-public:
-    Watch();
-    ~Watch();
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-
-private:
-    void Run() const;
-    bool OnTerminal() const;
-
     const unsigned int mMainThread = win32::GetCurrentThreadId();
     const HANDLE mTerminal = ::GetStdHandle(STD_INPUT_HANDLE);
     const HANDLE mEnd = ::CreateEventW(nullptr, TRUE, FALSE, nullptr); // set to end the watch
     std::thread mThread; // runs only if stdin is a terminal
+
+    void Run() const;
+    bool OnTerminal() const;
+
+public:
+    Watch();
+    ~Watch();
 };
 
 StopKeys::Watch::Watch()

@@ -16,6 +16,7 @@
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
 #include "tests/support/DictionaryImage.h"
+#include "tests/support/System.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -129,6 +130,9 @@ TEST_F(Numbers, BirthReadsMarksOfOneByte)
     for (const auto& [locale, codePage, decimal, thousands] : lives)
     {
         SCOPED_TRACE(locale ? locale : "none");
+        const bool isOfTheUser = !locale || locale == std::string("xx_YY");
+        if (isOfTheUser && IsWindows() && !IsWine())
+            continue; // the user of Wine has the marks of English
         ASSERT_EQ(U_Death(), 0);
         const ScActiveCodePage active(codePage);
         platform::SetUserLocale(locale);
