@@ -11,8 +11,6 @@
 
 namespace
 {
-const int kStderr = 2;
-
 unsigned int Count(std::size_t size)
 {
     return static_cast<unsigned int>(std::min<std::size_t>(size, INT_MAX));

@@ -157,5 +157,6 @@ bool HasSoundFormat(po_message_t message)
     std::vector<POProblem> problems;
     sProblems = &problems;
     po_message_check_format(message, &kHandler);
+    sProblems = nullptr;
     return problems.empty();
 }
