@@ -76,7 +76,8 @@ std::string DeclaredEncoding(const std::string& text)
 
 XMLText::XMLText(InputFile file) : mFile(file.mName)
 {
-    Decode(std::move(file));
+    Decode(file);
+    file.mBytes = std::vector<unsigned char>(); // to save the memory for the tree
     mLines.push_back(0);
     for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
         mLines.push_back(++at);
@@ -101,7 +102,7 @@ Place XMLText::PlaceOf(std::size_t offset) const
     return {static_cast<std::uint64_t>(next - mLines.begin()), offset - *(next - 1) + 1};
 }
 
-void XMLText::Decode(InputFile file)
+void XMLText::Decode(const InputFile& file)
 {
     const std::vector<unsigned char>& bytes = file.mBytes;
     const auto begins = [&](std::initializer_list<unsigned char> mark) {

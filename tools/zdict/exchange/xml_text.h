@@ -31,7 +31,7 @@ public:
 
 private:
     Place PlaceOf(std::size_t offset) const;
-    void Decode(InputFile file);
+    void Decode(const InputFile& file);
     void RequireSimple() const;
     [[noreturn]] void Fail(std::size_t offset, const std::string& what) const;
 

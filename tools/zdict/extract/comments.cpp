@@ -62,7 +62,7 @@ std::string Comments::Take(const Token& comment, std::uint64_t openLine)
     if (!isTagged && mState != kAbove && !mTrailingEnd)
         return std::string();
 
-    const std::string text = TextOf(isTagged ? all.substr(tag + mTag.size()) : all);
+    std::string text = TextOf(isTagged ? all.substr(tag + mTag.size()) : all);
     const std::uint64_t beginLine = mLines->LineOf(comment.mBegin);
     const std::uint64_t column = mLines->ColumnOf(comment.mBegin);
     const std::uint64_t endLine = mLines->LineOf(comment.mEnd);

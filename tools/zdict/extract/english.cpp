@@ -28,7 +28,7 @@ public:
     {
         for (const Part& part : parts)
         {
-            const std::string problem =
+            std::string problem =
                 part.mIsMacro ? AppendMacro(part.mText, bytes, depth) : std::string();
             if (!problem.empty())
                 return problem;
@@ -55,7 +55,7 @@ private:
         for (const Parts& parts : found->second)
         {
             std::string other;
-            const std::string problem = Append(parts, &other, depth + 1);
+            std::string problem = Append(parts, &other, depth + 1);
             if (!problem.empty())
                 return problem;
             if (value && *value != other)

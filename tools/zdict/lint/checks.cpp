@@ -114,8 +114,9 @@ std::string ListOfChecks()
     {
         const std::string name = info.mName;
         const std::string word = WordOf(info.mSeverity);
-        list += name + std::string(20 - name.size(), ' ') + word +
-                std::string(9 - word.size(), ' ') + info.mSummary + "\n";
+        list.append(name).append(20 - name.size(), ' ');
+        list.append(word).append(9 - word.size(), ' ');
+        list.append(info.mSummary).append("\n");
     }
     return list;
 }

@@ -66,7 +66,7 @@ std::string LocaleOfFile(const std::string& fileName)
     std::size_t start = 0;
     while (start < name.size())
     {
-        const std::string end = name.substr(start);
+        std::string end = name.substr(start);
         const std::size_t length = static_cast<std::size_t>(
             std::find_if(end.begin(), end.end(), IsSeparator) - end.begin());
         const bool isRegion = length == end.size() || end.size() - length <= 8;

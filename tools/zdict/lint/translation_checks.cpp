@@ -229,6 +229,7 @@ void PairChecker::CheckFields()
     const std::vector<Field> own = FieldsOf(mText);
     const auto sorted = [](const std::vector<Field>& fields) {
         std::vector<std::u16string_view> written;
+        written.reserve(fields.size());
         for (const Field& field : fields)
             written.push_back(field.mWritten);
         std::sort(written.begin(), written.end());

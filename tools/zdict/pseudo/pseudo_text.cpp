@@ -249,7 +249,7 @@ std::u16string PseudoLine(const RawLine& line, Direction direction)
     const std::size_t longest = mayBeLimited ? LongestOf(NoteOf(ExpandedText(line))) : 0;
     for (const Extent extent : {Extent::kAll, Extent::kBrackets})
     {
-        const std::u16string result = PseudoWriter(line, direction, extent).Line();
+        std::u16string result = PseudoWriter(line, direction, extent).Line();
         if (!longest || ShownLength(result) <= longest)
             return result;
     }
