@@ -1,5 +1,5 @@
-// What gettext's library does not report of a PO file: the places of the messages, and the flags
-// that it has no function for.
+// The parts of a PO file that gettext's library does not report: the places of the messages, and
+// the flags that it has no function for.
 
 #ifndef ZDICT_EXCHANGE_PO_PLACES_H
 #define ZDICT_EXCHANGE_PO_PLACES_H

@@ -73,16 +73,12 @@ std::string Hex(unsigned int number, const char* format)
 
 std::string EntityOf(char character)
 {
-    switch (character)
+    static const std::pair<char, const char*> kNames[] = {
+        {'&', "amp"}, {'<', "lt"}, {'>', "gt"}, {'"', "quot"}};
+    for (const auto& [named, name] : kNames)
     {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
+        if (named == character)
+            return "&" + std::string(name) + ";";
     }
     return "&#" + std::to_string(static_cast<unsigned char>(character)) + ";";
 }
