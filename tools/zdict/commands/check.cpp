@@ -1,4 +1,4 @@
-// Whether files are sound.
+// Checks that files are sound.
 
 #include <algorithm>
 #include <cstdio>

@@ -68,7 +68,7 @@ void AddSourceNote(const Note& english, Note* note)
 {
     if (!english.mReferences.empty())
         note->mReferences = english.mReferences;
-    // A remark that stands in the source code's text is for translators.
+    // A remark in the text of the source code is for translators.
     const char* const between =
         english.mExtracted.empty() || english.mTranslator.empty() ? "" : "\n";
     const std::string extracted = english.mExtracted + between + english.mTranslator;

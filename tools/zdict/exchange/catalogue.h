@@ -57,7 +57,7 @@ struct TakeOptions
 {
     bool mFuzzy = false;    // take fuzzy translations, too
     bool mObsolete = false; // take obsolete translations, too
-    bool mNotes = true;     // keep notes behind the texts
+    bool mNotes = true;     // keep the notes of the texts
 };
 
 // Returns the translations of a catalogue as texts. Each fault is reported with its place, and the

@@ -31,8 +31,8 @@ int DigitValue(char16_t unit)
     return unit >= 'A' && unit <= 'F' ? unit - 'A' + 10 : -1;
 }
 
-// Returns the length of a number in braces that stands for a NUL or for half a pair, and stores
-// the unit; or returns 0.
+// Returns the length of a number in braces that is the notation of a NUL or of half a pair, and
+// stores the unit; or returns 0.
 std::size_t ReadNumber(std::u16string_view text, std::uint16_t* unit)
 {
     *unit = 0;
@@ -49,7 +49,7 @@ std::size_t ReadNumber(std::u16string_view text, std::uint16_t* unit)
     return IsHalf(*unit) ? kHalf : 0;
 }
 
-// Returns whether the text behind a "#" is a notation, with any count of escapes.
+// Returns whether the text after a "#" is a notation, with any count of escapes.
 bool BeginsNotation(std::u16string_view text)
 {
     while (text.substr(0, kEscape.size()) == kEscape)

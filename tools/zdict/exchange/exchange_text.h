@@ -2,8 +2,8 @@
 //
 // An exchange file has each text as a look-up finds it, in UTF-8 without NULs. NULs and halves of
 // surrogate pairs are written by number, as "#{0}" and "#{D83D}". A text that holds such a
-// sequence by itself gets "{23}" behind the "#", and one more if it holds that, too. Any other
-// text is not changed, and both directions lose nothing.
+// sequence by itself gets "{23}" after the "#", and one "{23}" more if the sequence has one
+// already. Any other text is not changed, and both directions lose nothing.
 
 #ifndef ZDICT_EXCHANGE_EXCHANGE_TEXT_H
 #define ZDICT_EXCHANGE_EXCHANGE_TEXT_H

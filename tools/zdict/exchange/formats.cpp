@@ -13,7 +13,7 @@ const char kTemplate[] = "pot";
 const char kXLIFF12[] = "xliff1";
 const char kXLIFF20[] = "xliff2";
 
-// XML begins with "<", perhaps behind byte-order marks, blanks or the NUL of UTF-16.
+// XML begins with "<", perhaps after byte-order marks, blanks or the NUL of UTF-16.
 bool IsXML(const InputFile& file)
 {
     const std::string before("\xEF\xBB\xBF\xFE\xFF \t\r\n\0", 10);

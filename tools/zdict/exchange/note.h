@@ -1,7 +1,7 @@
 // The note of a text: the comments, references and flags that the road from the source code to
 // the translators keeps beside it.
 //
-// A note stands in the text itself, behind the marker {{*COMMENT*}}, where look-ups drop it. Its
+// A note is a part of the text itself, after the marker {{*COMMENT*}}, where look-ups drop it. Its
 // lines are separated by line feeds and begin with the prefixes of PO:
 //
 //     "$$$/App/Title=Hallo, ^^1{{*COMMENT*}}#: src/a.cpp:12\n#. Title of the window\n#, fuzzy"
@@ -12,7 +12,7 @@
 // - "#, " flags, separated by commas.
 // - "#| " a line of the English text that the translation was made of.
 // - Any other line belongs to the translator's own comment. Such a line that begins with one of
-//   the prefixes, or with "# ", is written behind "# ".
+//   the prefixes, or with "# ", is written after "# ".
 // - "{{*" is written as "{{\*", since look-ups apply a marker of a platform even in a note. A
 //   sequence with backslashes gets one more.
 //
@@ -56,7 +56,7 @@ struct Reference
 
 Reference SplitReference(const std::string& reference);
 
-// Reads and writes the part behind the marker, also as the comment of an entry of an image.
+// Reads and writes the part after the marker, also as the comment of an entry of an image.
 Note ParseNote(const std::string& comment);
 std::string FormatNote(const Note& note); // empty for an empty note
 

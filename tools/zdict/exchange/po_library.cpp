@@ -10,7 +10,7 @@
 
 namespace
 {
-// Of the call that runs, in one thread.
+// The problems and the return point of the present call; one thread calls the library.
 std::vector<POProblem>* sProblems = nullptr;
 std::jmp_buf sFatalError;
 
@@ -66,6 +66,15 @@ template <typename Function> po_file_t Call(Function function, po_file_t argumen
     if (setjmp(sFatalError))
         return nullptr;
     return function(argument, name);
+}
+
+// Returns false after a fatal error.
+bool CheckFormat(po_message_t message)
+{
+    if (setjmp(sFatalError))
+        return false;
+    po_message_check_format(message, &kHandler);
+    return true;
 }
 
 // A folder of this process for one file.
@@ -156,7 +165,7 @@ bool HasSoundFormat(po_message_t message)
 {
     std::vector<POProblem> problems;
     sProblems = &problems;
-    po_message_check_format(message, &kHandler);
+    const bool isWhole = CheckFormat(message);
     sProblems = nullptr;
-    return problems.empty();
+    return isWhole && problems.empty();
 }

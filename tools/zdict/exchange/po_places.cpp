@@ -8,7 +8,7 @@ namespace
 const char kBlanks[] = " \t";
 const char kKeywordLetters[] = "abcdefghijklmnopqrstuvwxyz_";
 
-// Returns the place behind the string that begins at a double quote.
+// Returns the end of the string that begins at a double quote.
 std::size_t EndOfString(std::string_view line, std::size_t at)
 {
     for (++at; at < line.size() && line[at] != '"'; ++at)
@@ -37,7 +37,7 @@ public:
     POPlaces Finish() { return std::move(mPlaces); }
 
 private:
-    // Returns the place behind the token.
+    // Returns the end of the token.
     std::size_t AddToken(std::string_view line, std::size_t at)
     {
         if (line[at] == '"')

@@ -204,7 +204,7 @@ private:
             AddLines(text, kind == kDeveloperNote ? &note->mExtracted : &note->mTranslator);
     }
 
-    // Throws: Failure for an inline element that stands for something outside of the text.
+    // Throws: Failure for an inline element that represents content outside of the text.
     std::string Text(pugi::xml_node content) const
     {
         std::string text;
@@ -229,7 +229,7 @@ private:
         }
     }
 
-    // Returns whether all that an inline element stands for is the text in it.
+    // Returns whether the text of an inline element is all of its content.
     bool HasText(pugi::xml_node node) const
     {
         const std::string name = NameOf(node);

@@ -82,7 +82,7 @@ XMLText::XMLText(InputFile file) : mFile(file.mName)
     for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
         mLines.push_back(++at);
     RequireSimple();
-    // Blanks between elements are kept, since they may stand between two elements of a text.
+    // Blanks between elements are kept, since they may separate two elements of a text.
     const pugi::xml_parse_result result = mDocument.load_buffer_inplace(
         mText.data(), mText.size(), pugi::parse_default | pugi::parse_ws_pcdata,
         pugi::encoding_utf8);
@@ -92,7 +92,7 @@ XMLText::XMLText(InputFile file) : mFile(file.mName)
 
 Place XMLText::PlaceOf(pugi::xml_node node) const
 {
-    // The offset is that of the name behind the "<".
+    // The offset is that of the name after the "<".
     return PlaceOf(static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 1) - 1));
 }
 
@@ -125,7 +125,7 @@ void XMLText::Decode(const InputFile& file)
         throw Failure{kFaulty, mFile, "it isn't UTF-8"};
 }
 
-// The parser skips a document type, leaves unknown entities as they stand and takes control
+// The parser skips a document type, leaves unknown entities unchanged and takes control
 // characters. Each of them would change texts.
 void XMLText::RequireSimple() const
 {

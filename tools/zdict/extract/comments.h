@@ -1,7 +1,7 @@
-// The programmers' comments for translators that stand directly beside literals.
+// The programmers' comments for translators directly beside literals.
 //
 // A comment belongs to the texts
-//   - of the line in which it ends, or begins behind them,
+//   - of the line in which it ends, or begins after them,
 //   - of the statement or the braces that begin in the line below it, up to the first line with
 //     texts.
 // Comments on consecutive lines are one comment, which begins at its tag.
@@ -61,7 +61,7 @@ private:
 
     std::size_t mFirstText = 0; // of those that end in mTextLine
     std::uint64_t mTextLine = 0;
-    std::uint64_t mTrailingEnd = 0; // line of a comment behind texts, while no token follows
+    std::uint64_t mTrailingEnd = 0; // line of a comment after texts, while no token follows
     std::uint64_t mTrailingColumn = 0;
 };
 

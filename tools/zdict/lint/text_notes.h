@@ -1,4 +1,4 @@
-// The notes behind the texts of lines, and the settings of the checks in them.
+// The notes of the texts of lines, and the settings of the checks in them.
 
 #ifndef ZDICT_LINT_TEXT_NOTES_H
 #define ZDICT_LINT_TEXT_NOTES_H
@@ -8,7 +8,7 @@
 #include "exchange/note.h"
 #include "lint/expanded_text.h"
 
-// Returns the note behind {{*COMMENT*}}, which may be empty.
+// Returns the note after {{*COMMENT*}}, which may be empty.
 Note NoteOf(const ExpandedText& text);
 
 // Returns the number after "max-length:" in a comment of the note, or 0.
