@@ -86,10 +86,10 @@ fresh-test: ## Run make demo and make test in a fresh Debian, on what is committ
 headers: deps ## Compile each public header alone
 	$(call build,dev,--target header_check)
 
-docs: ## Make the reference of the public headers, in build/docs/html
+docs: ## Make a site of the documents and the reference of the headers, in build/docs/html
 	@scripts/deps doxygen
 	@mkdir -p build/docs
-	doxygen docs/Doxyfile
+	doxygen docs/site/Doxyfile
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
 	@scripts/deps gettext icu-devtools gnuplot-nox

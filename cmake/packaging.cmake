@@ -57,8 +57,7 @@ install(FILES bench/RESULTS.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
 install(FILES tests/COVERAGE.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/tests)
 install(DIRECTORY bench/plots DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
-  PATTERN Doxyfile EXCLUDE
-  PATTERN doxygen_comments EXCLUDE)
+  PATTERN site EXCLUDE)
 install(FILES tools/zdict/zdict.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(NOT WIN32)
   install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict

@@ -33,6 +33,7 @@ public:
 class U_EXPORT U_NOUIThrottler : public U_UIThrottler
 {
 public:
+    // A throttler without state.
     U_NOUIThrottler();
     bool ThrottleAndCheckAbort() override;
     virtual ~U_NOUIThrottler();

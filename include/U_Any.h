@@ -36,6 +36,7 @@
 class U_EXPORT U_Any
 {
 public:
+    // The kind of a value.
     enum TypeEnum : U_i32
     {
         kType_None = 0, // a type that the library does not know, or no value
@@ -52,6 +53,7 @@ public:
     // Holds the int 0 with an undecided kind, which is inferred as kType_Bool.
     U_Any();
 
+    // Hold the value, with the kind of its type.
     U_Any(bool value);
     U_Any(int value);
     U_Any(U_i64 value);
@@ -82,7 +84,7 @@ public:
         return *this;
     }
 
-    TypeEnum GetType() const;
+    TypeEnum GetType() const; // the kind of the value
 
     // Returns the value as an integer.
     // - A double is truncated toward zero and clamped to the range; NaN converts to 0.

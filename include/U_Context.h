@@ -51,6 +51,7 @@ public:
     virtual krobase::utility::ImmutableString GetKey() const = 0;
 
 protected:
+    // `context` makes the state, and outlives it.
     explicit U_State(U_Context* context);
     virtual ~U_State();
 
@@ -143,6 +144,7 @@ public:
     // GetCurrent throws 3 and shared_from_this throws boost::bad_weak_ptr.
     virtual ~U_Context();
 
+    // Returns whether activations outnumber deactivations.
     bool IsActive() const { return mActiveCount.load() > 0; }
 
     // Returns the id, unique in the process, counted from 1.
@@ -216,6 +218,7 @@ public:
     // Deactivates the context. An exception of a state is reported and does not pass.
     virtual ~U_ContextSetter();
 
+    // Returns the context that this object has activated.
     U_Context* operator->() const { return mContext.get(); }
 
 private:

@@ -112,6 +112,7 @@ U_EXPORT void U_GetUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler* hand
 class U_EXPORT U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler
 {
 public:
+    // Sets the handler; null for none.
     U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler(U_FatalHandler handler, void* refcon);
     ~U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler();
     U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler(

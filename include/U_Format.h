@@ -68,6 +68,7 @@
 class U_FormatArgument
 {
 public:
+    // The type of the value.
     enum Kind
     {
         kMultibyte,
@@ -77,6 +78,7 @@ public:
         kDouble
     };
 
+    // A string, an integer or a number; texts end in 0.
     U_FormatArgument(const char* text) : mKind(kMultibyte), mMultibyte(text) {}
     U_FormatArgument(const U_u16* text) : mKind(kUTF16), mUTF16(text) {}
     U_FormatArgument(int value) : mKind(kInt32), mInteger(value) {}
@@ -87,12 +89,12 @@ public:
     U_FormatArgument(U_u64 value) : mKind(kInt64), mInteger(static_cast<U_i64>(value)) {}
     U_FormatArgument(double value) : mKind(kDouble), mDouble(value) {}
 
-    Kind mKind;
+    Kind mKind; // of the member that is set
     union
     {
         const char* mMultibyte; // null-terminated
         const U_u16* mUTF16;    // null-terminated
-        U_i64 mInteger;
+        U_i64 mInteger;         // also one of 32 bits
         double mDouble;
     };
 
@@ -121,8 +123,9 @@ template <class... Arguments> struct U_FormatPack
                   "an argument of a message is a const char*, a const U_u16*, an integer or a "
                   "floating-point number");
 
-    static const std::size_t kCount = sizeof...(Arguments);
+    static const std::size_t kCount = sizeof...(Arguments); // of arguments
 
+    // Takes copies of the values and pointers to the texts.
     explicit U_FormatPack(const Arguments&... arguments) : mArguments{arguments..., 0} {}
 
     U_FormatArgument mArguments[kCount + 1]; // an array has at least one element

@@ -39,20 +39,22 @@ enum : U_u32
     U_LStrRow_OwnsEnglish = 8
 };
 
+// One text of a table.
 struct U_LStrRow
 {
-    char* mZString;
+    char* mZString; // the key and the English text; null in the last row
     char* mLocal;   // in the current language; null until resolved
     char* mEnglish; // null until resolved; a module may fill in the English text
-    U_u32 mFlags;
+    U_u32 mFlags;   // of U_LStrRow_Literal and its neighbours
 };
 
+// A table of texts.
 struct U_LStrCache
 {
-    char* mName;
+    char* mName;  // of the module, for people who debug
     U_i32 mCount; // rows, with the last row, whose mZString is null and which has no flags
     U_LStrRow* mRows;
-    U_u32 mFlags;
+    U_u32 mFlags; // of U_LStrCache_HeapCopy and its neighbour
 };
 
 // A table is invalid if it is null, lacks the last row, or is both a heap copy and listed. Each

@@ -24,12 +24,12 @@
 struct U_CPU_Data
 {
     U_u32 MMX; // always 1
-    U_u32 SSE;
+    U_u32 SSE; // 1 or 0, as for all instruction sets below
     U_u32 SSE2;
     U_u32 SSE3;
     U_u32 PhysicalCores; // processor cores, 1 if the system reports none
     U_u32 LogicalCores;  // logical processors, 1 if the system reports none
-    U_u32 SSSE;
+    U_u32 SSSE;          // SSSE3
     U_u32 SSE4_1;
     U_u32 SSE4_2;
 };
@@ -154,6 +154,7 @@ U_EXPORT U_Status U_ReserveContiguousAddressSpace(U_u64 size);
 U_EXPORT U_UTF16String U_GetMachineName();
 U_EXPORT U_UTF16String U_GetUsername();
 
+// Returns whether a debugger is attached to the process.
 U_EXPORT bool U_IsDebuggerPresent();
 
 // For close neighbours.

@@ -30,7 +30,7 @@ class U_EXPORT U_MemTrackedObject
 public:
     U_MemTrackedObject() = default;
     U_MemTrackedObject(const U_MemTrackedObject&) = default;
-    U_MemTrackedObject& operator=(const U_MemTrackedObject&);
+    U_MemTrackedObject& operator=(const U_MemTrackedObject&); // copies nothing
 
     // Allocate as U_AllocatePtr does, without a name under the opName "U_MemTrackedObject".
     // Blocks are aligned to 16 bytes, whatever the alignment of the type.
@@ -42,6 +42,7 @@ public:
     static void* operator new(std::size_t size, U_u32 location, const char* opName);
     static void* operator new[](std::size_t size, U_u32 location, const char* opName);
 
+    // Free an object or an array. Null does nothing.
     static void operator delete(void* object) noexcept;
     static void operator delete[](void* objects) noexcept;
     static void operator delete(void* object, U_u32 location, const char* opName) noexcept;
@@ -99,15 +100,15 @@ U_EXPORT size_t U_GetSizeOfExternalMemoryManagers();
 // that the system does not have is 0.
 struct U_MemoryStats
 {
-    U_u64 mFaults;
-    U_u64 mPageins;
-    U_u64 mResident;
-    U_u64 mVirtual;
-    U_u64 mCalcMem; // the tracked use
-    U_u64 mCalcU;   // use as the budget measures it, with the pool and the external managers
-    U_u64 mCalc;    // set by the memory log
-    U_u64 mSlop;    // bytes resident beyond the tracked use at the last comparison
-    U_u64 mGlobFree;
+    U_u64 mFaults;   // page faults of the process
+    U_u64 mPageins;  // always 0
+    U_u64 mResident; // bytes of the process in physical memory
+    U_u64 mVirtual;  // bytes of the address space in use
+    U_u64 mCalcMem;  // the tracked use
+    U_u64 mCalcU;    // use as the budget measures it, with the pool and the external managers
+    U_u64 mCalc;     // set by the memory log
+    U_u64 mSlop;     // bytes resident beyond the tracked use at the last comparison
+    U_u64 mGlobFree; // always 0, as all figures of the machine that follow
     U_u64 mGlobActive;
     U_u64 mGlobInactive;
     U_u64 mGlobWired;

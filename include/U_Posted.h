@@ -63,9 +63,9 @@ U_EXPORT U_Status U_EndQuietErrorsOnCurrentThread();
 // The state of a deferred stretch. The caller owns the structure and passes it to the end.
 struct U_DeferredState
 {
-    U_u32 mSavedInteract = 0; // the interaction mask at the start
-    U_u32 mTempId = 0;        // of the mask of the stretch; 0 without one
-    U_u32 mErrorCount = 0;
+    U_u32 mSavedInteract = 0;      // the interaction mask at the start
+    U_u32 mTempId = 0;             // of the mask of the stretch; 0 without one
+    U_u32 mErrorCount = 0;         // errors counted before the stretch
     char* mSavedMessage = nullptr; // the thread logging buffer at the start, or null; owned
 };
 

@@ -24,17 +24,17 @@
 class U_EXPORT U_ReferenceCount
 {
 public:
-    U_ReferenceCount();
+    U_ReferenceCount(); // the count 0
     U_ReferenceCount(const U_ReferenceCount& other);
     U_ReferenceCount& operator=(const U_ReferenceCount& other);
     ~U_ReferenceCount();
 
-    void Increment() const;
+    void Increment() const; // adds 1
     bool Decrement() const; // returns true if the count is now 0 or less
 
-    bool IsShared() const;
-    bool IsUniquelyReferenced() const;
-    bool IsUnreferenced() const;
+    bool IsShared() const;             // the count is above 1
+    bool IsUniquelyReferenced() const; // the count is 1
+    bool IsUnreferenced() const;       // the count is 0
 
 private:
     mutable U_i32 mCount;
@@ -64,6 +64,7 @@ public:
     U_RCPtrNull() {}
 };
 
+// Makes a null pointer of any pointer class below.
 extern U_EXPORT const U_RCPtrNull U_rcNULL;
 
 // The base of typed pointers. Owns one reference to its object, or is null. Derived classes define
@@ -76,6 +77,7 @@ public:
     bool operator!() const; // true if the pointer is null
 
 protected:
+    // A null pointer, or one more reference to an object.
     U_RCPtrBase();
     U_RCPtrBase(const U_RCPtrNull& null);
     U_RCPtrBase(U_RCObject* object); // null gives a null pointer
@@ -87,11 +89,12 @@ protected:
     void ResetBase(const U_RCPtrBase& other);
     void ResetBase(U_RCObject* object);
 
+    // Return whether both point to the same object, or both to none.
     bool Compare(const U_RCPtrBase& other) const;
     bool CompareNull() const;
     bool ComparePointer(const U_RCObject* object) const;
 
-    U_RCObject* Pointer() const;
+    U_RCObject* Pointer() const;    // the object; null for a null pointer
     U_RCObject* UsePointer() const; // does not check for null
 
     // Change the count of an object; `object` may be null. The removal of the last reference

@@ -151,6 +151,7 @@ U_EXPORT char* Up_String(U_u32 index);
 U_EXPORT void Up_NuloEnglishError(U_u32 code);
 U_EXPORT void Up_SysEnglishError(U_i32 code);
 
+// Return the code, the severity and the location of the thread's last report; 0 without one.
 U_EXPORT U_u32 Up_GetThreadLastError();
 U_EXPORT U_u16 Up_GetThreadLastSeverity();
 U_EXPORT U_u32 Up_GetThreadLastLocation();

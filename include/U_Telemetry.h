@@ -47,17 +47,22 @@ namespace telemetry
 // The order of the operations is part of the binary interface.
 struct U_EXPORT U_TelemetryProvider
 {
+    // A provider without state.
     U_TelemetryProvider();
     U_TelemetryProvider(const U_TelemetryProvider& other);
     U_TelemetryProvider& operator=(const U_TelemetryProvider& other);
     virtual ~U_TelemetryProvider();
 
+    // Returns whether events are recorded.
     virtual bool IsLogging() = 0;
+
+    // Records an event, once or `count` times.
     virtual void LogEvent(const char* category, const char* event, const unsigned short* text,
                           krobase::utility::Guid guid) = 0;
     virtual void LogEventWithCount(const std::string& first, const std::string& second,
                                    const std::string& third, int count,
                                    krobase::utility::Guid guid) = 0;
+    // Adds 1 to the count of an event, sets the count to 0, and records all counts.
     virtual void IncrementEventCount(const std::string& first, const std::string& second,
                                      const std::string& third) = 0;
     virtual void ClearEventCount(const std::string& first, const std::string& second,

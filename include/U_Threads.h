@@ -46,6 +46,7 @@ U_EXPORT void U_DeregisterPSLThread();
 U_EXPORT void U_RegisterPRThread();
 U_EXPORT void U_DeregisterPRThread();
 
+// Return whether the calling thread, or the thread with the id, is registered for the role.
 U_EXPORT bool U_IsOnMainThread();
 U_EXPORT bool U_IsMainThreadID(U_u32 threadId);
 U_EXPORT bool U_IsOnRenderThread();

@@ -11,6 +11,7 @@
 
 #include <krobase/text.h>
 
+// On a declaration: the library exports the function or the class.
 #if defined(_WIN32)
 #if defined(U_BUILDING)
 #define U_EXPORT __declspec(dllexport)
@@ -21,6 +22,7 @@
 #define U_EXPORT __attribute__((visibility("default")))
 #endif
 
+// Integers with a sign (i) or without (u), of as many bits.
 typedef int U_i32;
 typedef unsigned int U_u32;
 typedef unsigned short U_u16;
@@ -59,14 +61,15 @@ enum : U_u16
 {
     U_Sev_MESSAGE = 1, // shown without a prefix
     U_Sev_INFO = 2,
-    U_Sev_WARNING = 4,
-    U_Sev_PROBLEM = 8,
+    U_Sev_WARNING = 4, // the operation went on
+    U_Sev_PROBLEM = 8, // the operation failed
     U_Sev_FATAL = 16,  // a fatal report makes the process die
     U_Sev_DETAIL = 32, // belongs to another report and is not counted
     U_Sev_DEBUG = 64,
     U_Sev_LEAK = 128
 };
 
+// Strings of UTF-16 units and of bytes of UTF-8. Small strings come from the small-block allocator.
 typedef krobase::utility::UTF16String U_UTF16String;
 typedef krobase::utility::UTF8String U_UTF8String;
 

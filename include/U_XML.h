@@ -38,14 +38,17 @@ public:
     // `type` is a number of the caller's choice. -1 makes the element invalid.
     U_XML_Element(const U_UTF8String& name, int type);
 
+    // Copy all parts of the element.
     U_XML_Element(const U_XML_Element& other);
     U_XML_Element& operator=(const U_XML_Element& other);
     virtual ~U_XML_Element();
 
     bool IsValid() const; // true if the type is not -1
+    // Return the type and the name that the constructor got.
     int GetType() const;
     U_UTF8String GetName() const;
 
+    // Return or replace the parts of the element, which are empty at first.
     U_UTF8String GetNamespace() const;
     U_UTF8String GetBodyText() const;
     U_UTF8String GetCDataSection() const;
@@ -53,6 +56,7 @@ public:
     void SetBodyText(const U_UTF8String& text);
     void SetCDataSection(const U_UTF8String& text);
 
+    // Return the ends of a walk over the attributes.
     Attributes::const_iterator GetAttrsBegin() const;
     Attributes::const_iterator GetAttrsEnd() const;
 
@@ -126,9 +130,10 @@ public:
     U_ScAutoArray(const U_ScAutoArray&) = delete;
     U_ScAutoArray& operator=(const U_ScAutoArray&) = delete;
 
-    T* Get() const { return mArray; }
-    int Count() const { return mCount; }
+    T* Get() const { return mArray; }    // stays owned by this object
+    int Count() const { return mCount; } // of bytes
 
+    // Exchanges the arrays of two owners.
     void Swap(U_ScAutoArray& other) noexcept
     {
         std::swap(mArray, other.mArray);

@@ -21,9 +21,9 @@
 // Thrown by failed operations. The message belongs to the toolkit and is never freed.
 struct U_EXPORT XMP_Error
 {
-    U_i32 code;
-    const char* message;
-    bool flag; // the library throws false
+    U_i32 code;          // of the toolkit
+    const char* message; // in English
+    bool flag;           // the library throws false
 };
 
 // Owns one reference to a metadata object, or none.

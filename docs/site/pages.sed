@@ -1,0 +1,6 @@
+# For doxygen: links to files that are not part of the site lead to the source tree. A backslash or
+# a quote that stands alone in a cell of a table becomes an entity.
+s|](\.\./\([a-z]\)|](../../../\1|g
+s/`\\"`/<code>\&#92;\&quot;<\/code>/
+s/| " |/| \&quot; |/
+s/| \\ |/| \&#92; |/
