@@ -9,17 +9,20 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <string>
-#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <libintl.h>
 #include <malloc.h>
 
 #include <benchmark/benchmark.h>
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <hollin/Dictionary.h>
 #include <unicode/ures.h>
 #include <unicode/ustring.h>
@@ -178,17 +181,44 @@ struct Entry
     U_UTF16String mText;
 };
 
-std::vector<Entry> MakeEntries(std::size_t count)
+// Keys as programs have them: paths of words.
+struct ProgramKeys
 {
-    std::vector<Entry> entries(count);
-    std::mt19937 draw(1);
-    for (std::size_t number = 0; number < count; ++number)
+    static std::string Key(std::size_t, std::mt19937& draw)
     {
-        Entry& entry = entries[number];
-        entry.mKey = "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
-        entry.mText.resize(10 + draw() % 50);
+        static const char* const kWords[] = {
+            "Export", "Import", "Panel",   "Dialog", "Button", "Label",  "Title",    "Audio",
+            "Video",  "Layer",  "Effects", "Mask",   "Color",  "Render", "Settings", "Preview",
+            "Undo",   "Cache",  "Memory",  "Disk",   "File",   "Folder", "Keyframe", "Camera",
+            "Light",  "Text",   "Font",    "Shape",  "Path",   "Brush",  "Warning",  "Error"};
+        std::string key = "/QX";
+        for (std::size_t words = 3 + draw() % 4; words; --words)
+            key += std::string("/") + kWords[draw() % std::size(kWords)];
+        return key + kWords[draw() % std::size(kWords)] + std::to_string(draw() % 100);
+    }
+};
+
+// Keys that differ in a module and a number alone.
+struct RegularKeys
+{
+    static std::string Key(std::size_t number, std::mt19937& draw)
+    {
+        return "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
+    }
+};
+
+template <class Shape> std::vector<Entry> MakeEntries(std::size_t count)
+{
+    std::vector<Entry> entries;
+    std::unordered_set<std::string> known;
+    std::mt19937 draw(1);
+    while (entries.size() < count)
+    {
+        Entry entry = {Shape::Key(entries.size(), draw), U_UTF16String(10 + draw() % 50, 0)};
         for (U_u16& unit : entry.mText)
             unit = static_cast<U_u16>('a' + draw() % 26);
+        if (known.insert(entry.mKey).second)
+            entries.push_back(std::move(entry));
     }
     return entries;
 }
@@ -207,7 +237,7 @@ std::string MakeImage(const std::vector<Entry>& entries)
 
 const std::string& Image()
 {
-    static const std::string sImage = MakeImage(MakeEntries(kImageKeys));
+    static const std::string sImage = MakeImage(MakeEntries<RegularKeys>(kImageKeys));
     return sImage;
 }
 
@@ -278,65 +308,120 @@ void Memory_Image(benchmark::State& state)
 }
 BENCHMARK(Memory_Image)->Iterations(1);
 
-// For the plot: look-ups in random order in a dictionary whose size is the argument. The peer
-// is a hash table without locale, lock or expansion.
+// Look-ups in random order in a dictionary whose size is the argument. The peer is a flat hash
+// table without locale or markers.
 
-struct LoadedLibrary
+// Entries in random order, and their image.
+struct Catalogue
 {
-    explicit LoadedLibrary(const std::vector<Entry>& entries) : mImage(MakeImage(entries))
+    explicit Catalogue(std::vector<Entry> entries) : mEntries(std::move(entries))
     {
-        U_Birth("bench_text", nullptr);
-        U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&mImage[0]), mImage.size());
-        for (const Entry& entry : entries)
+        mImage = MakeImage(mEntries);
+        std::shuffle(mEntries.begin(), mEntries.end(), std::mt19937(2));
+        for (const Entry& entry : mEntries)
             mZStrings.push_back("$$$" + entry.mKey + "=");
     }
-    ~LoadedLibrary() { U_Death(); }
+
+    std::vector<Entry> mEntries;
+    std::vector<std::string> mZStrings;
+    std::string mImage;
+};
+
+// Makes the catalogue at the first call.
+template <class Shape> Catalogue& CatalogueOf(std::size_t count)
+{
+    static std::map<std::size_t, std::unique_ptr<Catalogue>> sMade;
+    std::unique_ptr<Catalogue>& made = sMade[count];
+    if (!made)
+        made = std::make_unique<Catalogue>(MakeEntries<Shape>(count));
+    return *made;
+}
+
+class Dictionary
+{
+public:
+    explicit Dictionary(Catalogue& catalogue) : mZStrings(catalogue.mZStrings)
+    {
+        U_Birth("bench_text", nullptr);
+        U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&catalogue.mImage[0]),
+                                      catalogue.mImage.size());
+    }
+    ~Dictionary() { U_Death(); }
+    Dictionary(const Dictionary&) = delete;
+    Dictionary& operator=(const Dictionary&) = delete;
 
     U_UTF16String Text(std::size_t number) const
     {
         return U_ZStringToUTF16String(mZStrings[number].c_str());
     }
 
-    std::string mImage; // outlives the library
-    std::vector<std::string> mZStrings;
+private:
+    const std::vector<std::string>& mZStrings;
 };
 
-struct HashTable
+class FlatMap
 {
-    explicit HashTable(const std::vector<Entry>& entries)
+public:
+    explicit FlatMap(const Catalogue& catalogue) : mEntries(catalogue.mEntries)
     {
-        for (const Entry& entry : entries)
-        {
+        for (const Entry& entry : mEntries)
             mTexts.emplace(entry.mKey, entry.mText);
-            mKeys.push_back(entry.mKey);
-        }
     }
 
-    U_UTF16String Text(std::size_t number) const { return mTexts.find(mKeys[number])->second; }
+    U_UTF16String Text(std::size_t number) const
+    {
+        return mTexts.find(mEntries[number].mKey)->second;
+    }
 
-    std::unordered_map<std::string, U_UTF16String> mTexts;
-    std::vector<std::string> mKeys;
+private:
+    boost::unordered_flat_map<std::string, U_UTF16String> mTexts;
+    const std::vector<Entry>& mEntries;
 };
 
-template <class Way> void LookUpAmong(benchmark::State& state)
+// Each text is looked up once before the loop, which also makes the indices of all buckets.
+template <class Way> std::unique_ptr<Way> MakeWay(Catalogue& catalogue)
 {
-    std::vector<Entry> entries = MakeEntries(static_cast<std::size_t>(state.range(0)));
-    std::shuffle(entries.begin(), entries.end(), std::mt19937(2));
-    const Way way(entries);
-    for (std::size_t number = 0; number < entries.size(); ++number)
+    auto way = std::make_unique<Way>(catalogue);
+    for (std::size_t number = 0; number < catalogue.mEntries.size(); ++number)
     {
-        if (way.Text(number) != entries[number].mText)
+        if (way->Text(number) != catalogue.mEntries[number].mText)
             Fail("another text");
     }
-    std::size_t number = 0;
-    for (auto _ : state)
-    {
-        benchmark::DoNotOptimize(way.Text(number));
-        number = number + 1 < entries.size() ? number + 1 : 0;
-    }
+    return way;
 }
 
+template <class Way, class Shape> void LookUpAmong(benchmark::State& state)
+{
+    static std::unique_ptr<Way> sWay; // of all threads, which the loop starts together
+    const auto count = static_cast<std::size_t>(state.range(0));
+    if (state.thread_index() == 0)
+        sWay = MakeWay<Way>(CatalogueOf<Shape>(count));
+    std::size_t number = count / 2 * static_cast<std::size_t>(state.thread_index());
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(sWay->Text(number));
+        number = number + 1 < count ? number + 1 : 0;
+    }
+    if (state.thread_index() == 0)
+        sWay.reset();
+}
+
+#define SIZES Arg(100000)->Arg(500000)->UseRealTime()
+BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, ProgramKeys)->SIZES;
+BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, ProgramKeys)->SIZES;
+BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, RegularKeys)->SIZES;
+BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, RegularKeys)->SIZES;
+BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, ProgramKeys)
+    ->Arg(20000)
+    ->UseRealTime()
+    ->ThreadRange(1, 2);
+
+// For the plot.
 #define GROWING RangeMultiplier(10)->Range(100, 100000)
-BENCHMARK_TEMPLATE(LookUpAmong, LoadedLibrary)->Name("Growth/look-up/dictionary")->GROWING;
-BENCHMARK_TEMPLATE(LookUpAmong, HashTable)->Name("Growth/look-up/bare hash table")->GROWING;
+BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, RegularKeys)
+    ->Name("Growth/look-up/dictionary")
+    ->GROWING;
+BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, RegularKeys)
+    ->Name("Growth/look-up/bare hash table")
+    ->GROWING;
 } // namespace

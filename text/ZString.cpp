@@ -7,7 +7,6 @@
 #include <new>
 #include <string_view>
 
-#include <platform/base/locks.h>
 #include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 #include <wril/wril.h>
@@ -78,7 +77,7 @@ U_UTF16String ResolveZString(const char* zstring, bool forceEnglish)
     if (!locale)
         return ResolveWith(hollin::Dictionary(), zstring);
     const bool english = forceEnglish || (locale->mAlive && locale->mEnglishMode);
-    const platform::ScLock lock(locale->mLock);
+    const platform::ScQuietNew quiet; // the caller may be composing a report
     return ResolveWith(english ? locale->mEnglish : locale->mCurrent, zstring);
 }
 

@@ -4,20 +4,18 @@
 #define TEXT_ZSTRING_H
 
 #include "U_Types.h"
-#include <platform/base/locks.h>
 
 #include "hollin/Dictionary.h"
 
+// Thread safety: any number of threads may look texts up at once, since a look-up changes
+// nothing that another look-up reads. The fields and the dictionary's texts change only while no
+// thread resolves.
 struct U_ZLocale
 {
     hollin::Dictionary mCurrent;       // the current language
     const hollin::Dictionary mEnglish; // always empty: a ZString carries its English text
     bool mAlive = false;               // a language has been chosen
     bool mEnglishMode = false;         // English has been chosen; never reset
-
-    // Held while a text is looked up in either dictionary. The fields above change only
-    // while no other thread resolves.
-    platform::RecursiveMutex mLock;
 };
 
 // Returns null before birth and after death.

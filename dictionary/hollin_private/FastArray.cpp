@@ -13,6 +13,7 @@ using hollin::kLongestRun;
 using hollin::kNoId;
 
 const std::uint32_t kSlotsOfOpenBlock = 100;
+const std::size_t kScannedIds = 8;            // a scan of so few is as quick as an index
 const std::uint32_t kLongestMergedKey = 1023; // longer keys never equal another in a merge
 
 bool CanMerge(const ByteRun& key)
@@ -39,7 +40,7 @@ template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visi
 
 IdBuckets::Ids IdBuckets::Get(std::uint32_t bucket) const
 {
-    if (mBuckets.empty())
+    if (!mBuckets)
         return Ids();
     const Bucket& found = mBuckets[bucket];
     return Ids{found.mIds, found.mIds + found.mCount};
@@ -47,8 +48,8 @@ IdBuckets::Ids IdBuckets::Get(std::uint32_t bucket) const
 
 void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
 {
-    if (mBuckets.empty())
-        mBuckets.resize(kBucketCount);
+    if (!mBuckets)
+        mBuckets = std::make_unique<Bucket[]>(kBucketCount);
     Bucket& grown = mBuckets[bucket];
     const std::size_t needed = grown.mCount + more;
     if (needed <= grown.mCapacity)
@@ -61,18 +62,23 @@ void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
     grown.mCapacity = capacity;
 }
 
-void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id)
+void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key)
 {
     Reserve(bucket, 1);
     Bucket& grown = mBuckets[bucket];
     grown.mOwned[grown.mCount++] = id;
+    KeyIndex* index = grown.mIndex.Get();
+    if (index && index->HasRoom())
+        index->Insert(KeyIndex::Hash(key), id);
+    else
+        grown.mIndex.Drop(); // the next look-up makes a larger one
 }
 
 void IdBuckets::Adopt(FileBuckets&& buckets)
 {
-    std::vector<Bucket> adopted(kBucketCount);
+    auto adopted = std::make_unique<Bucket[]>(kBucketCount);
     mFileIds = std::move(buckets.mIds);
-    mBuckets.swap(adopted);
+    mBuckets = std::move(adopted);
     const std::uint32_t* ids = mFileIds.data();
     for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
     {
@@ -100,23 +106,27 @@ FastArrayBlock* FastArray::BlockOf(std::uint32_t id)
 
 std::uint32_t FastArray::Find(const ByteRun& key) const
 {
-    const FastArrayBlock* block = nullptr;
-    const std::uint16_t* lengths = nullptr;
-    std::uint32_t base = 0;
-    std::uint32_t count = 0;
-    for (std::uint32_t id : mBuckets.Get(HashKey(key, kBucketCount)))
-    {
-        if (id < base || id - base >= count)
-        {
-            block = BlockOf(id);
-            base = block->mBaseId;
-            count = block->mCount;
-            lengths = block->mKeys.mLengths.data();
-        }
-        if (lengths[id - base] == key.mLength && block->mKeys.Get(id - base) == key)
-            return id;
-    }
-    return kNoId;
+    const std::uint32_t bucket = HashKey(key, kBucketCount);
+    const IdBuckets::Ids ids = mBuckets.Get(bucket);
+    if (ids.size() <= kScannedIds || !key.mLength)
+        return Scan(ids, key);
+    const KeyIndex* index = mBuckets.IndexOf(bucket, [this](std::uint32_t id) { return Key(id); });
+    if (!index)
+        return Scan(ids, key);
+    return index->Find(KeyIndex::Hash(key), [&](std::uint32_t id) { return HasKey(id, key); });
+}
+
+bool FastArray::HasKey(std::uint32_t id, const ByteRun& key) const
+{
+    return Key(id) == key;
+}
+
+// An empty key finds removed slots too.
+std::uint32_t FastArray::Scan(const IdBuckets::Ids& ids, const ByteRun& key) const
+{
+    const auto found =
+        std::find_if(ids.begin(), ids.end(), [&](std::uint32_t id) { return HasKey(id, key); });
+    return found == ids.end() ? kNoId : *found;
 }
 
 bool FastArray::IsLive(std::uint32_t id) const
@@ -170,7 +180,7 @@ std::uint32_t FastArray::AddNew(const ByteRun& key, const ByteRun& value, const 
     mBuckets.Reserve(bucket, 1);
     FastArrayBlock& block = OpenBlock();
     block.Append(key, value, comment);
-    mBuckets.Append(bucket, mTotalIds);
+    mBuckets.Append(bucket, mTotalIds, key);
     if (block.mCount == kSlotsOfOpenBlock)
         mLastBlockOpen = false;
     ++mLiveCount;
@@ -283,7 +293,7 @@ void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& bucket
     ForEachBucket(buckets,
                   [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
                       for (; slot != end; ++slot)
-                          mBuckets.Append(bucket, block.mBaseId + *slot);
+                          mBuckets.Append(bucket, block.mBaseId + *slot, block.mKeys.Get(*slot));
                   });
 }
 } // namespace hollin_private

@@ -11,10 +11,12 @@
 #include <memory>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "hollin_private/ByteRun.h"
 #include "hollin_private/FastArrayBlock.h"
+#include "hollin_private/KeyIndex.h"
 
 namespace hollin_private
 {
@@ -51,9 +53,16 @@ public:
     // REQUIRES: bucket < kBucketCount.
     Ids Get(std::uint32_t bucket) const;
 
-    // Append does not fail after Reserve.
+    // Append does not fail after Reserve. `key` is the identifier's key.
     void Reserve(std::uint32_t bucket, std::size_t more);
-    void Append(std::uint32_t bucket, std::uint32_t id);
+    void Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key);
+
+    // Returns the index of the keys of a bucket, or null without memory. keyOf(id) gives the
+    // key of an identifier.
+    //
+    // REQUIRES: the bucket is not empty.
+    // Thread safety: thread-safe beside Get and IndexOf.
+    template <class KeyOf> const KeyIndex* IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const;
 
     // Takes the identifiers of a file.
     //
@@ -67,12 +76,29 @@ private:
         std::size_t mCount = 0;
         std::size_t mCapacity = 0; // of mOwned
         std::unique_ptr<std::uint32_t[]> mOwned;
+        mutable KeyIndexOwner mIndex; // of all mIds, if there is one
     };
 
-    std::vector<Bucket> mBuckets; // empty, or kBucketCount
+    std::unique_ptr<Bucket[]> mBuckets; // null, or kBucketCount
     Table<std::uint32_t> mFileIds;
 };
 
+template <class KeyOf>
+const KeyIndex* IdBuckets::IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const
+{
+    const Bucket& indexed = mBuckets[bucket];
+    if (const KeyIndex* index = indexed.mIndex.Get())
+        return index;
+    std::unique_ptr<KeyIndex> made = KeyIndex::Make(indexed.mCount);
+    if (!made)
+        return nullptr;
+    for (std::uint32_t id : Get(bucket))
+        made->Insert(KeyIndex::Hash(keyOf(id)), id);
+    return indexed.mIndex.Publish(std::move(made));
+}
+
+// Thread safety: any number of threads may call the const functions at once, while no thread
+// changes the store.
 class FastArray : public RefCountObj
 {
 public:
@@ -142,6 +168,8 @@ private:
     const FastArrayBlock* BlockOf(std::uint32_t id) const; // null if there is none
     FastArrayBlock* BlockOf(std::uint32_t id);
     FastArrayBlock& OpenBlock();
+    bool HasKey(std::uint32_t id, const ByteRun& key) const;
+    std::uint32_t Scan(const IdBuckets::Ids& ids, const ByteRun& key) const;
     KnownKeys KeysOfBucket(std::uint32_t bucket) const;
     bool MergeSlot(FastArrayBlock& block, std::uint32_t slot, const KnownKeys& known);
     void MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets);

@@ -1,9 +1,15 @@
 // Flat stores: changes of entries, comments, and loads of several files.
 
+#include <random>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "tests/dictionary/Loading.h"
 #include "tests/support/DictionaryImage.h"
+#include "tests/support/FailingNew.h"
+#include "tests/support/OnThreads.h"
 
 using hollin::Dictionary;
 using hollin::kNoId;
@@ -25,6 +31,23 @@ std::u16string CommentsById(const Dictionary& dictionary, std::uint32_t count)
     for (std::uint32_t id = 0; id < count; ++id)
         comments += ToText(dictionary.GetCommentById(id)) + u" ";
     return comments;
+}
+
+// A key of ten bytes, of which only every second one is hashed: all these keys are in one bucket.
+std::string CrowdedKey(unsigned number)
+{
+    std::string key = "a0b0c0d0e0";
+    for (std::size_t i = 1; i < key.size(); i += 2, number /= 10)
+        key[i] = static_cast<char>('0' + number % 10);
+    return key;
+}
+
+std::vector<ImageEntry> CrowdedEntries(unsigned count)
+{
+    std::vector<ImageEntry> entries;
+    for (unsigned number = 0; number < count; ++number)
+        entries.push_back({CrowdedKey(number), u"of the file"});
+    return entries;
 }
 } // namespace
 
@@ -100,6 +123,64 @@ TEST(FlatStore, RunAboveTheLimitIsRefused)
     EXPECT_EQ(TextsOf(flat), (KeyedTexts{{longest, longestText}}));
     EXPECT_EQ(CommentOf(flat, longest), longestText);
     EXPECT_EQ(Set(flat, "/new", u""), 1u);
+}
+
+TEST(FlatStore, CrowdedBucketKeepsEachKeyThroughChanges)
+{
+    const unsigned kKeys = 300;
+    Dictionary flat(true);
+    LoadFlat(flat, CrowdedEntries(100));
+    std::vector<std::u16string> expected(kKeys, u"(none)");
+    std::fill_n(expected.begin(), 100, u"of the file");
+    std::mt19937 draw(1);
+    for (int step = 0; step < 2000; ++step)
+    {
+        const unsigned number = static_cast<unsigned>(draw() % kKeys);
+        const std::string key = CrowdedKey(number);
+        EXPECT_EQ(TextOf(flat, key), expected[number]) << key << " before step " << step;
+        if (draw() % 3)
+        {
+            const std::string text = std::to_string(step);
+            expected[number].assign(text.begin(), text.end());
+            Set(flat, key.c_str(), expected[number]);
+        }
+        else
+        {
+            const bool removed = flat.RemoveString(key.c_str()) != kNoId;
+            EXPECT_EQ(removed, expected[number] != u"(none)") << key;
+            expected[number] = u"(none)";
+        }
+    }
+    for (unsigned number = 0; number < kKeys; ++number)
+        EXPECT_EQ(TextOf(flat, CrowdedKey(number)), expected[number]);
+}
+
+TEST(FlatStore, FirstOfEqualKeysIsFoundInACrowdedBucket)
+{
+    std::vector<ImageEntry> entries = CrowdedEntries(20);
+    entries[5].value = u"first";
+    entries.push_back({CrowdedKey(5), u"second"});
+    Dictionary flat(true);
+    LoadFlat(flat, entries);
+    EXPECT_EQ(TextOf(flat, CrowdedKey(5)), u"first");
+    flat.RemoveString(CrowdedKey(5).c_str());
+    EXPECT_EQ(TextOf(flat, CrowdedKey(5)), u"second");
+}
+
+TEST(FlatStore, CrowdedBucketIsSearchedWithoutMemoryAndByManyThreads)
+{
+    Dictionary flat(true);
+    LoadFlat(flat, CrowdedEntries(200));
+    for (const long nth : {1, 2}) // the allocations of an index
+    {
+        const ScFailingNew failing(nth);
+        EXPECT_TRUE(flat.HasString(CrowdedKey(199).c_str()));
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    OnThreads(4, [&flat](int) {
+        for (unsigned number = 0; number < 200; ++number)
+            EXPECT_TRUE(flat.HasString(CrowdedKey(number).c_str()));
+    });
 }
 
 TEST(FlatLayers, SecondFileReplacesAndAdds)
