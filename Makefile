@@ -52,7 +52,7 @@ native: deps ## Build for 64-bit Windows, and run all tests that can hold there,
 	@scripts/native_deps
 	$(call build,native)
 	scripts/native_tests
-	ctest --test-dir build/native -R 'installed_package|exported_symbols|first_program|_access' -V
+	ctest --preset native -V
 	scripts/wine build/native/bin/soak.exe $(SOAK_NATIVE_SECONDS)
 
 asan: window-deps ## All tests under the address and undefined behaviour sanitizers

@@ -86,11 +86,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media app
 set(CPACK_STRIP_FILES ON)
 if(WIN32)
   # The DLLs that ours need. Windows finds DLLs beside the program.
-  install(FILES
-    $<TARGET_FILE:Boost::json>
-    $<TARGET_FILE:Boost::thread>
-    ${U_RUNTIME_DLLS}
-    DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${u_runtime_copies} DESTINATION ${CMAKE_INSTALL_BINDIR})
   set(CPACK_GENERATOR ZIP)
   include(CPack)
   return()

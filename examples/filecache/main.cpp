@@ -15,6 +15,7 @@
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <platform/control.h>
+#include <program/folders.h>
 #include <program/program.h>
 
 #include "cache.h"
