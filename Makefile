@@ -12,6 +12,8 @@ PREFIX ?= /usr/local
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 
+PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
+
 .DEFAULT_GOAL := help
 .PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
 
@@ -69,13 +71,14 @@ install: deps ## Install the release build (PREFIX, DESTDIR)
 	$(call build,release)
 	cmake --install build/release --prefix $(PREFIX)
 
-package: deps ## Make the Debian package, in build/release
-	$(call build,release)
-	cd build/release && cpack -G DEB
+package: ## Make the Debian packages of what is committed, in build/package
+	@scripts/deps $(PACKAGE_PACKAGES)
+	scripts/package
 
-package-test: package ## Install the package into a fresh Debian and run the host there (root)
-	@scripts/deps debootstrap
-	scripts/fresh_debian tests/package/fresh.sh build/release/*.deb
+package-test: package ## Check the packages, and install and use them in a fresh Debian (root)
+	@scripts/deps debootstrap lintian devscripts diffoscope-minimal
+	tests/package/check_packages build/package
+	scripts/fresh_debian tests/package/fresh.sh tests/package build/package/*.deb
 
 fresh-test: ## Run make demo and make test in a fresh Debian, on what is committed (root)
 	@scripts/deps debootstrap
