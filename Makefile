@@ -92,7 +92,7 @@ docs: ## Make the reference of the public headers, in build/docs/html
 	doxygen docs/Doxyfile
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
-	@scripts/deps gettext icu-devtools gnuplot-nox
+	@scripts/deps gettext icu-devtools
 	$(call build,bench,--target bench)
 	scripts/bench build/release/bench
 	scripts/plots build/release/bench

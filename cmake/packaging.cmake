@@ -61,6 +61,8 @@ install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
   PATTERN doxygen_comments EXCLUDE)
 install(FILES tools/zdict/zdict.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(NOT WIN32)
+  install(PROGRAMS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/memlog DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES tools/memlog/memlog.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()
@@ -108,6 +110,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+# For memlog.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnuplot-nox")
 # For compiling a host.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost1.81-dev, libboost-thread1.81-dev")
 include(CPack)

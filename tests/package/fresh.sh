@@ -9,4 +9,5 @@ echo "a line" >/files/a.txt
 filecache --language de /files | tee /told
 grep -Eq "gelesene Dateien +1$" /told
 zdict --help >/dev/null
+memlog --version
 echo "The package runs on a fresh Debian."
