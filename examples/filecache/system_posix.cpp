@@ -23,6 +23,7 @@ std::string DefaultFolder()
 bool RunProgram(const std::vector<std::string>& arguments, std::error_code& error)
 {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str())); // posix_spawn does not change them
     words.push_back(nullptr);
