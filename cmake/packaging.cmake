@@ -65,6 +65,8 @@ install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
 install(FILES tools/zdict/zdict.1 examples/filecache/filecache.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(NOT WIN32)
+  install(PROGRAMS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/memlog DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES tools/memlog/memlog.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()

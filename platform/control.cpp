@@ -136,6 +136,7 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available)
 void SetTickClock(const boost::function<unsigned long long()>& nanoseconds)
 {
     krobase::utility::SetTickClock(nanoseconds);
+    wril::SetClock(nanoseconds);
 }
 
 void SetWallClock(const boost::function<long long()>& milliseconds)

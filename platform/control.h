@@ -55,6 +55,11 @@ typedef boost::function<void(int level, const char* category, const char* tag, c
 //   tab in the text is kept.
 // - Line feeds: one at the end of the text is left out. Any other begins a new line with an
 //   indent of four spaces, so that no text can forge a line of the log.
+// - Repeats: after a line, its repeats within a second are left out and counted. Then the last of
+//   them is written, with " ... repeated 312 times" behind the text, as soon as any line is logged
+//   or the process ends by exit. A repeat has the same level, category, tag and text; the numbers
+//   may differ if the format of WRIL_sprintf has only numbers. A process that dies in another way
+//   loses the counts. A sink of the host receives all lines.
 PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 
 // Turns the traces of a category on, up to a level. Other categories stay as they are. A null
@@ -175,8 +180,8 @@ PLATFORM_EXPORT void ResetAll();
 // figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 
-// Replaces the clock of krobase::utility::HighPrecisionTime, which returns nanoseconds. An
-// empty function restores the real clock.
+// Replaces the clock of krobase::utility::HighPrecisionTime and of the default log sink, which
+// returns nanoseconds. An empty function restores the real clock.
 PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& nanoseconds);
 
 // Replaces the clock of the time of day, which returns milliseconds since 1970, UTC. An empty

@@ -12,6 +12,7 @@
 #include <U_Alloc.h>
 #include <U_Budget.h>
 #include <U_Lifecycle.h>
+#include <U_MemServices.h>
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <platform/control.h>
@@ -27,6 +28,7 @@
 #include "loader.h"
 #include "log_sink.h"
 #include "losses.h"
+#include "memory_plot.h"
 #include "message.h"
 #include "options.h"
 #include "report_file.h"
@@ -50,6 +52,7 @@ enum ExitStatus
 
 const U_u64 kMiB = 1 << 20;
 const unsigned int kUTF8CodePage = 65001;
+const unsigned int kPlotInterval = 20; // milliseconds
 
 // Returns a message if the folder cannot be walked.
 Message CheckFolder(const std::string& folder)
@@ -136,16 +139,10 @@ struct Preparation
     DictionaryFile dictionary;
     LogSink log;
     TelemetryFile telemetry;
+    MemoryPlot plot;
     Message wrongUsage; // of the command line, or the folder
     Message badFile;    // the dictionary, the log or the telemetry
 };
-
-// Birth reads the settings.
-void AskForMemoryLog(unsigned int interval)
-{
-    platform::SetDebugSetting("MemoryYoYoLog", "true");
-    platform::SetDebugSetting("MemoryYoYoLogInterval", std::to_string(interval).c_str());
-}
 
 void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
 {
@@ -169,8 +166,13 @@ void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
         ready->badFile = ready->log.Open(options.logFile);
     if (!ready->wrongUsage && !ready->badFile && !options.telemetryFile.empty())
         ready->badFile = ready->telemetry.Open(options.telemetryFile);
-    if (!ready->wrongUsage && !ready->badFile && options.memoryLog)
-        AskForMemoryLog(options.memoryLog);
+    if (ready->wrongUsage || ready->badFile)
+        return;
+    if (!options.memoryPlot.empty())
+        ready->badFile = ready->plot.Start(options.memoryPlot,
+                                           options.memoryLog ? options.memoryLog : kPlotInterval);
+    else if (options.memoryLog)
+        AskForMemoryLog(options.memoryLog, "");
 }
 
 // Runs the command line between birth and death.
@@ -208,6 +210,17 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
     return LoadFolder(ready.options, console, table);
 }
 
+// Returns the message about a failed birth.
+Message NoBirth(U_Status status)
+{
+    int error = 0;
+    const std::string path = U_GetMemoryLogPath(&error);
+    if (error != 0 && status == error)
+        return CantWrite(path, std::strerror(error));
+    return {"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
+            {std::to_string(status)}};
+}
+
 // Texts for messages after the library's death, which ends the dictionary.
 struct LastTexts
 {
@@ -231,8 +244,7 @@ int main(int argc, char** argv)
     ExitStatus status = kFailed;
     U_Status error = U_Birth("File cache", nullptr);
     if (error)
-        console.Print(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
-                            {std::to_string(error)}}));
+        console.Print(Text(NoBirth(error)));
     else
         status = Run(ready, console, &table);
     const LastTexts texts;
@@ -255,6 +267,11 @@ int main(int argc, char** argv)
     }
     if (!table.Empty())
     {
+        if (const Message wrong = ready.plot.Draw())
+        {
+            console.Print(Text(wrong));
+            status = kFailed;
+        }
         table.AddCount("log_lines", texts.logLines, ready.log.Lines());
         table.Print();
     }

@@ -14,6 +14,7 @@
 
 #include <platform/base/printable.h>
 
+#include "memory_plot.h"
 #include "report_file.h"
 
 namespace
@@ -42,6 +43,9 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/MemoryLog="
     "  --memory-log MS    write a row of memory figures every MS milliseconds, to\n"
     "                     /bc_memory.PROCESS.log\n",
+    "$$$/QX/FileCache/Usage/MemoryPlot="
+    "  --memory-plot FILE draw the use of memory to FILE, a .png, .svg or .html, by a\n"
+    "                     row every MS milliseconds of --memory-log (20)\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Crash="
@@ -154,6 +158,15 @@ Message CheckReportName(const char* path)
     return Message();
 }
 
+Message CheckPlotName(const char* path)
+{
+    if (!HasPlotEnding(path))
+        return {"$$$/QX/FileCache/Wrong/PlotEnding="
+                "the plot '^^1' ends in none of .png, .svg and .html",
+                {path}};
+    return Message();
+}
+
 Message ParseCrash(const char* text, Crash* crash)
 {
     *crash = FindCrash(text);
@@ -194,6 +207,11 @@ const ValueOption kValueOptions[] = {
     {"--dictionary",
      [](const char* value, Options* o) {
          return ParseFileName("--dictionary", value, &o->dictionary);
+     }},
+    {"--memory-plot",
+     [](const char* value, Options* o) {
+         const Message wrong = ParseFileName("--memory-plot", value, &o->memoryPlot);
+         return wrong ? wrong : CheckPlotName(value);
      }},
     {"--report",
      [](const char* value, Options* o) {

@@ -20,6 +20,7 @@ struct Options
     unsigned int threads = 4;
     std::string logFile;       // empty: log lines are only counted
     std::string telemetryFile; // empty: no telemetry
+    std::string memoryPlot;    // empty: none is drawn
     std::string reportFile;    // empty: none is written
     std::string dictionary;    // empty: texts are shown in English
 

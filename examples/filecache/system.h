@@ -7,12 +7,17 @@
 #include <cstdio>
 #include <string>
 #include <system_error>
+#include <vector>
 
 // Returns the path of the program's file. On failure returns the empty text and stores the error.
 std::string ProgramFile(std::error_code& error);
 
 // Returns a folder with many files, which every installation of the system has.
 std::string DefaultFolder();
+
+// Runs a program to its end. The first argument is the program's path. Returns whether the program
+// ended with the status 0; otherwise stores the error.
+bool RunProgram(const std::vector<std::string>& arguments, std::error_code& error);
 
 // Opens a file in one of the modes of fopen, which names "b" for bytes. Returns null with the
 // reason in errno.

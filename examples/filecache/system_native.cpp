@@ -30,6 +30,13 @@ std::string DefaultFolder()
     return win32::UTF8Of({windows, std::min<UINT>(length, MAX_PATH)}) + "\\INF";
 }
 
+// The one program that the host runs, memlog, is not on Windows.
+bool RunProgram(const std::vector<std::string>&, std::error_code& error)
+{
+    error = std::make_error_code(std::errc::function_not_supported);
+    return false;
+}
+
 std::FILE* OpenFile(const std::string& path, const char* mode)
 {
     const std::wstring name = win32::SystemPath(path);

@@ -1,8 +1,12 @@
 #include "system.h"
 
+#include <cerrno>
 #include <filesystem>
 
+#include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -15,6 +19,34 @@ std::string ProgramFile(std::error_code& error)
 std::string DefaultFolder()
 {
     return "/usr/include";
+}
+
+bool RunProgram(const std::vector<std::string>& arguments, std::error_code& error)
+{
+    std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments)
+        words.push_back(const_cast<char*>(argument.c_str())); // posix_spawn does not change them
+    words.push_back(nullptr);
+    pid_t child = 0;
+    int status = posix_spawn(&child, words[0], nullptr, nullptr, words.data(), environ);
+    if (status != 0)
+    {
+        error.assign(status, std::generic_category());
+        return false;
+    }
+    while (waitpid(child, &status, 0) < 0)
+    {
+        if (errno != EINTR)
+        {
+            error.assign(errno, std::generic_category());
+            return false;
+        }
+    }
+    if (status == 0)
+        return true;
+    error = std::make_error_code(std::errc::io_error); // the program has written the reason
+    return false;
 }
 
 std::FILE* OpenFile(const std::string& path, const char* mode)

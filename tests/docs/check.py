@@ -23,8 +23,8 @@ BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CONSOLE = re.compile(r"^```console\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 SOURCE = re.compile(r"`([\w/]+\.(?:cpp|h|inc|py))`")
-SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "examples", "tests",
-           "bench", "fuzz"]
+SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "adapters", "examples",
+           "tests", "bench", "fuzz"]
 EXAMPLE = re.compile(r"^//     .*\n(?:(?://\n)*//     .*\n)*", re.MULTILINE)
 INCLUDE = re.compile(r"^ *#include .*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")

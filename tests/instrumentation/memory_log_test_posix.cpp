@@ -66,11 +66,17 @@ ssize_t Append(void*, const char* bytes, std::size_t count)
     return static_cast<ssize_t>(count);
 }
 
+std::string sFolder; // the file is expected in this folder
+
+std::string ExpectedPath()
+{
+    return sFolder + "/bc_memory." + std::to_string(getpid()) + ".log";
+}
+
 std::FILE* Open(const char* path)
 {
-    char expected[64];
-    std::snprintf(expected, sizeof(expected), "/bc_memory.%d.log", static_cast<int>(getpid()));
-    errno = std::strcmp(path, expected) == 0 ? sWritten.openFailure : ENOENT;
+    const std::string expected = ExpectedPath();
+    errno = path == expected ? sWritten.openFailure : ENOENT;
     cookie_io_functions_t functions = {};
     functions.write = &Append;
     return errno ? nullptr : fopencookie(nullptr, "a", functions);
@@ -263,6 +269,42 @@ TEST(MemoryLog, EachBirthStartsTheLogWithItsOwnIntervalOrReturnsTheError)
         }
         ExpectConsistent(Row(lines[4]), Figures(25));
         EXPECT_EQ(U_Death(), 0);
+    });
+}
+
+TEST(MemoryLog, TheHostChoosesTheFolderAndGetsThePathAndTheError)
+{
+    InAProcess([] {
+        int error = 9;
+        EXPECT_EQ(U_GetMemoryLogPath(&error), "");
+        EXPECT_EQ(error, 0);
+        struct Row
+        {
+            const char* folder; // null: not set
+            const char* prefix;
+            int failure;
+        };
+        const Row kRows[] = {{nullptr, "", EACCES},
+                             {"", "", 0},
+                             {"/var/log/größe", "/var/log/größe", ENOSPC},
+                             {"here", "here", 0},
+                             {nullptr, "", EROFS}};
+        for (const Row& row : kRows)
+        {
+            sFolder = row.prefix;
+            sWritten.openFailure = row.failure;
+            krobase::debug::DebugDatabase::Instance().SetEntry("MemoryYoYoLogFolder", row.folder);
+            const long starts = Starts();
+            EXPECT_EQ(BirthWith("true", "100000"), row.failure) << row.prefix;
+            EXPECT_EQ(U_GetMemoryLogPath(&error), ExpectedPath());
+            EXPECT_EQ(error, row.failure);
+            EXPECT_EQ(Starts(), starts + (row.failure == 0)) << row.prefix;
+            if (row.failure == 0)
+            {
+                EXPECT_EQ(U_Death(), 0);
+            }
+        }
+        EXPECT_EQ(U_GetMemoryLogPath(nullptr), ExpectedPath());
     });
 }
 

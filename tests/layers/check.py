@@ -30,6 +30,7 @@ ROWS = [
     ["indep/crash"],
     ["indep"],
     ["tools/program"],
+    ["adapters"],
     ["tools", "examples", "bench"],
     ["fuzz"],
     ["tests"],
@@ -45,7 +46,7 @@ ONLY = {
     "tools": {"dictionary", "platform"},
 }
 
-SEARCHED = ["", "include", "platform", "dictionary", "tools"]
+SEARCHED = ["", "include", "platform", "dictionary", "tools", "adapters/cpp"]
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^>"]+)[>"]', re.MULTILINE)
 RANK = {folder: rank for rank, row in enumerate(ROWS) for folder in row}
 

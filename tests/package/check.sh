@@ -27,6 +27,7 @@ expect_greeting "$folder/host/host" "$folder/host/host_de.zdict"
 expect_greeting "$folder/host/host" "$folder/host/plain_de.zdict"
 "$u/bin/zdict" get "$folder/host/host_de.zdict" /QX/UOverride/LStr/0023 | grep -q "nicht gefunden" ||
     { echo "the library's texts are missing"; exit 1; }
+[[ $("$u/bin/memlog" --version) == "memlog "[0-9]* ]] || { echo "memlog does not run"; exit 1; }
 
 libraries=$(dirname "$(find "$u" -name libU.so)")
 read -ra flags < <(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs u)

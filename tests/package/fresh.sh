@@ -58,6 +58,7 @@ filecache --language de files >told
 grep -Eq "gelesene Dateien +1$" told
 filecache --version
 zdict --version
+memlog --version
 ' || fail "the packages do not serve an ordinary user"
 [ -s /usr/share/doc/libu-doc/html/index.html ] || fail "the documents are missing"
 
