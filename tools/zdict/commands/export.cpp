@@ -3,6 +3,7 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "exchange/formats.h"
+#include "images/load.h"
 
 namespace
 {
@@ -25,23 +26,18 @@ public:
         if (mFormat.empty() || mEnglish.empty())
             throw Failure{kUnusable, std::string(),
                           "export needs --format and --english (see zdict export --help)"};
-        Catalogue catalogue =
-            MakeCatalogue(Texts(mEnglish), mEnglish, Texts(mTranslation), mTranslation);
+        EntryTable english;
+        EntryTable translations;
+        LoadAny(ReadFile(mEnglish), mCodePage, &english);
+        if (!mTranslation.empty())
+            LoadAny(ReadFile(mTranslation), mCodePage, &translations);
+        Catalogue catalogue = MakeCatalogue(english, mEnglish, translations, mTranslation);
         catalogue.mLocale = mLocale;
         WriteFile(mOutput, WriteCatalogue(catalogue, mFormat), Content::kText);
         return kFine;
     }
 
 private:
-    // Returns no texts without a file.
-    Entries Texts(const std::string& name) const
-    {
-        if (name.empty())
-            return Entries();
-        const InputFile file = ReadFile(name);
-        return ReadEntries(file, CheckFile(file, mCodePage), mCodePage);
-    }
-
     std::string mFormat;
     std::string mEnglish;
     std::string mTranslation;

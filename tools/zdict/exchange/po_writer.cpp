@@ -1,6 +1,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <optional>
+#include <utility>
 
 #include <platform/base/printable.h>
 
@@ -76,20 +78,25 @@ bool IsFormatOfLibrary(const std::string& flag)
     return false;
 }
 
+const std::size_t kBatchSize = 1 << 20;
+
+// Writes messages in batches, since the library takes 8 bytes of memory for each byte that it
+// writes. A batch begins with the header, which is cut off.
 class MessageWriter
 {
 public:
-    MessageWriter(POForm form, const std::string& fileName) : mForm(form), mFileName(fileName) {}
-
-    po_file_t File() const { return mFile.get(); }
-
-    void AddHeader(const std::string& header)
+    MessageWriter(POForm form, const std::string& fileName, const std::string& header)
+        : mForm(form), mFileName(fileName), mHeader(header)
     {
-        const po_message_t message = po_message_create();
-        po_message_set_msgid(message, "");
-        po_message_set_msgstr(message, header.c_str());
-        po_message_set_fuzzy(message, mForm == POForm::kTemplate);
-        po_message_insert(mIterator.get(), message);
+        Begin();
+        Flush();
+        mWrittenHeader = mBytes;
+    }
+
+    std::string Finish()
+    {
+        Flush();
+        return std::move(mBytes);
     }
 
     void Add(const CatalogueEntry& entry)
@@ -104,10 +111,44 @@ public:
                               mForm == POForm::kTemplate ? "" : entry.mTranslation.c_str());
         po_message_set_obsolete(message, isObsolete);
         AddNote(entry, message);
-        po_message_insert(mIterator.get(), message);
+        po_message_insert(mBatch->mIterator.get(), message);
+        mBatch->mSize += entry.mKey.size() + entry.mEnglish.size() + entry.mTranslation.size();
+        if (mBatch->mSize >= kBatchSize)
+            Flush();
     }
 
 private:
+    struct Messages
+    {
+        const POFile mFile{po_file_create()};
+        const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
+        std::size_t mSize = 0; // of the texts
+    };
+
+    void Begin()
+    {
+        mTried.emplace();
+        mBatch.emplace();
+        const po_message_t message = po_message_create();
+        po_message_set_msgid(message, "");
+        po_message_set_msgstr(message, mHeader.c_str());
+        po_message_set_fuzzy(message, mForm == POForm::kTemplate);
+        po_message_insert(mBatch->mIterator.get(), message);
+    }
+
+    // Throws: Failure.
+    void Flush()
+    {
+        std::string bytes;
+        std::vector<POProblem> problems;
+        const bool isWritten = FormatPO(mBatch->mFile.get(), &bytes, &problems);
+        if (!isWritten || bytes.compare(0, mWrittenHeader.size(), mWrittenHeader) != 0)
+            throw Failure{kUnusable, std::string(),
+                          problems.empty() ? "PO can't be written" : problems.back().mWhat};
+        mBytes.append(bytes, mWrittenHeader.size());
+        Begin();
+    }
+
     static void AddReference(const std::string& reference, po_message_t message)
     {
         // In the form of a note, a file name with blanks is enclosed.
@@ -155,7 +196,7 @@ private:
         if (entry.mTranslation.empty() || mForm == POForm::kTemplate)
             return true;
         const po_message_t message = po_message_create();
-        po_message_insert(mTriedIterator.get(), message); // which frees it
+        po_message_insert(mTried->mIterator.get(), message); // which frees it
         po_message_set_msgid(message, entry.mEnglish.c_str());
         po_message_set_msgstr(message, entry.mTranslation.c_str());
         po_message_set_format(message, kFieldFlag, 1);
@@ -177,23 +218,17 @@ private:
 
     const POForm mForm;
     const std::string mFileName; // for messages
-    const POFile mFile{po_file_create()};
-    const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
-    const POFile mTried{po_file_create()};
-    const POIterator mTriedIterator{po_message_iterator(mTried.get(), nullptr)};
+    const std::string mHeader;
+    std::string mWrittenHeader;
+    std::optional<Messages> mBatch;
+    std::optional<Messages> mTried; // for HasSoundFields
+    std::string mBytes;
 };
 } // namespace
 
 std::string WritePO(const Catalogue& catalogue, POForm form)
 {
-    MessageWriter writer(form, catalogue.mTranslationFile);
-    writer.AddHeader(HeaderOf(catalogue, form));
-    for (const CatalogueEntry& entry : catalogue.mEntries)
-        writer.Add(entry);
-    std::string bytes;
-    std::vector<POProblem> problems;
-    if (!FormatPO(writer.File(), &bytes, &problems))
-        throw Failure{kUnusable, std::string(),
-                      problems.empty() ? "PO can't be written" : problems.back().mWhat};
-    return bytes;
+    MessageWriter writer(form, catalogue.mTranslationFile, HeaderOf(catalogue, form));
+    catalogue.mForEach([&](const CatalogueEntry& entry) { writer.Add(entry); });
+    return writer.Finish();
 }
