@@ -3,6 +3,7 @@
 #include "U_Alloc.h"
 
 #include <krobase/recycled_memory.h>
+#include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/rethrow.h>
 
@@ -32,6 +33,16 @@ U_i32 ChargeOf(std::size_t blockSize)
     return static_cast<U_i32>(static_cast<U_u32>(blockSize) + kHeaderBytes);
 }
 
+// Hides the header and the spare bytes at the end of the block from a checker of the process.
+void HideBounds(const RecycledHeader* header, U_u64 size)
+{
+    if (!platform::MemoryIsWatched())
+        return;
+    const U_u64 spare = header->mOwner->mBlockSize - kHeaderBytes - size;
+    platform::HideMemory(reinterpret_cast<const char*>(header + 1) + size, spare);
+    platform::HideMemory(header, sizeof(*header));
+}
+
 void* NewRecycled(U_u64 size, Claim* claim)
 {
     RecycledMemory* memory = nullptr;
@@ -58,6 +69,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
     RecycledHeader* header = static_cast<RecycledHeader*>(memory->mBlock);
     header->mMark = kMark;
     header->mOwner = memory;
+    HideBounds(header, size);
     return header + 1;
 }
 } // namespace
@@ -76,7 +88,9 @@ U_Status U_FreeRecycledPtr(void* pointer)
 {
     if (!pointer)
         return 0;
-    RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
+    RecycledHeader* const header = static_cast<RecycledHeader*>(pointer) - 1;
+    platform::RevealMemory(header, sizeof(*header));
+    RecycledMemory* memory = header->mOwner;
     const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;
     Up_AccountFrames(-charge);

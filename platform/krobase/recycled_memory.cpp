@@ -9,6 +9,7 @@
 
 #include <platform/base/immortal.h>
 #include <platform/base/locks.h>
+#include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 
 #include "small_block.h"
@@ -25,7 +26,8 @@ const std::size_t kLargestClass = 1 << 30;
 const std::size_t kClassesPerDoubling = 8;
 const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
 
-// Freed blocks by size.
+// Freed blocks by size. If a checker watches the process, the pool keeps the sizes only: each block
+// is freed at once and allocated anew, so that the checker knows each owner of a block.
 class Pool
 {
 public:
@@ -36,12 +38,16 @@ public:
     }
 
     // Returns a block for a size class and stores the size of the block in *size. Returns null
-    // if no block fits. Calls `charge` before the pool's sum falls.
+    // if no block fits, or without memory. Calls `charge` before the pool's sum falls.
     void* Take(std::size_t* size, RecycledMemory::Charge charge)
     {
         const platform::ScLock lock(mLock);
         const auto found = mBlocks.lower_bound(*size);
         if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+            return nullptr;
+        if (!found->second)
+            found->second = std::malloc(found->first);
+        if (!found->second)
             return nullptr;
         *size = found->first;
         charge(*size);
@@ -50,6 +56,11 @@ public:
 
     void Give(void* block, std::size_t size)
     {
+        if (platform::MemoryIsWatched())
+        {
+            std::free(block);
+            block = nullptr;
+        }
         try
         {
             const platform::ScLock lock(mLock);
@@ -86,7 +97,7 @@ public:
     }
 
 private:
-    typedef std::multimap<std::size_t, void*> Blocks;
+    typedef std::multimap<std::size_t, void*> Blocks; // null: see above
 
     void* Remove(Blocks::iterator position) PLATFORM_REQUIRES(mLock)
     {
@@ -101,15 +112,16 @@ private:
     {
         Blocks::node_type node = mBlocks.extract(mBlocks.begin());
         const std::size_t rest = node.key() - bytes;
-        void* shrunk = std::realloc(node.mapped(), rest);
-        if (shrunk)
+        void* const shrunk = node.mapped() ? std::realloc(node.mapped(), rest) : nullptr;
+        const bool isCut = shrunk || !node.mapped();
+        if (isCut)
         {
             node.mapped() = shrunk;
             node.key() = rest;
             mBytes -= bytes;
         }
         mBlocks.insert(std::move(node));
-        return shrunk ? bytes : 0;
+        return isCut ? bytes : 0;
     }
 
     platform::Mutex mLock;

@@ -18,6 +18,8 @@ namespace tolv
 typedef platform::SwitchedFunction<bool(unsigned long long)> Predicate;
 Predicate& sShouldFail = *new Predicate;
 
+std::atomic<bool> sIsWatched(false);
+
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
 {
     sShouldFail.Set(shouldFail);
@@ -27,6 +29,12 @@ bool AskPredicate(unsigned long long size)
 {
     const auto shouldFail = sShouldFail.Get();
     return shouldFail && (*shouldFail)(size);
+}
+
+PLATFORM_READS_HIDDEN_MEMORY BlockHeader ReadHiddenHeader(const BlockHeader* header)
+{
+    const platform::ScHiddenReads reads;
+    return *header;
 }
 } // namespace tolv
 
@@ -77,6 +85,19 @@ unsigned long long SizeOf(void** slot)
     return slab->mSizes[SlotIndex(slab, slot)];
 }
 
+// Hide a header from the checker that watches the process, and reveal the header.
+void Hide(const BlockHeader* header)
+{
+    if (IsWatched())
+        platform::HideMemory(header, sizeof(*header));
+}
+
+void Reveal(const BlockHeader* header)
+{
+    if (IsWatched())
+        platform::RevealMemory(header, sizeof(*header));
+}
+
 // Frees the thread's cached blocks.
 void EmptyCache(ThreadRecord& record)
 {
@@ -85,6 +106,12 @@ void EmptyCache(ThreadRecord& record)
         GiveSlot(&record, header->mSlot);
         std::free(header);
     }
+}
+
+// Returns the bytes to allocate for a block. A watched block has no spare bytes at its end.
+std::size_t BytesOfBlock(std::size_t size)
+{
+    return sizeof(BlockHeader) + (IsWatched() ? size : BlockCache::Capacity(size));
 }
 
 // Returns memory of the C library, moved from oldMemory if that is not null. Without memory
@@ -106,7 +133,7 @@ BlockHeader* AllocateBlock(ThreadRecord* record, std::size_t size)
     void** slot = TakeSlot(record);
     if (!slot)
         return nullptr;
-    void* memory = ReallocOrTrim(record, nullptr, sizeof(BlockHeader) + BlockCache::Capacity(size));
+    void* memory = ReallocOrTrim(record, nullptr, BytesOfBlock(size));
     if (!memory)
     {
         GiveSlot(record, slot);
@@ -124,7 +151,7 @@ void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
         return nullptr;
     ThreadRecord* record = MyRecord();
     const std::size_t bytes = static_cast<std::size_t>(size);
-    BlockHeader* header = record ? record->mBlocks.Take(bytes) : nullptr;
+    BlockHeader* header = record ? record->mBlocks.Take(bytes) : nullptr; // empty if watched
     if (!header)
         header = AllocateBlock(record, bytes);
     if (!header)
@@ -136,6 +163,7 @@ void** NewBlock(MEM_HeapRef heap, unsigned long long size, const char* name)
     StoreRelease(slab->mSizes[index], static_cast<std::uint32_t>(size));
     StoreRelease(slab->mHeaps[index], heap->mNumber);
     StoreRelease(*slot, static_cast<void*>(header + 1));
+    Hide(header);
     AddUsage(record, static_cast<long long>(size));
     return slot;
 }
@@ -146,13 +174,17 @@ bool ResizeBlock(void** slot, unsigned long long size)
     if (!MayHave(size))
         return false;
     const unsigned long long oldSize = SizeOf(slot);
-    const std::size_t capacity = BlockCache::Capacity(static_cast<std::size_t>(size));
+    const std::size_t bytes = BytesOfBlock(static_cast<std::size_t>(size));
     ThreadRecord* record = MyRecord();
-    void* memory = ReallocOrTrim(record, HeaderOf(*slot), sizeof(BlockHeader) + capacity);
+    BlockHeader* const oldHeader = HeaderOf(*slot);
+    Reveal(oldHeader);
+    void* memory = ReallocOrTrim(record, oldHeader, bytes);
+    BlockHeader* const header = memory ? static_cast<BlockHeader*>(memory) : oldHeader;
+    Hide(header);
     if (!memory)
         return false;
     SetSize(slot, size);
-    StoreRelease(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
+    StoreRelease(*slot, static_cast<void*>(header + 1));
     AddUsage(record, static_cast<long long>(size) - static_cast<long long>(oldSize));
     return true;
 }
@@ -164,7 +196,9 @@ void FreeBlock(void** slot)
     BlockHeader* header = HeaderOf(*slot);
     AddUsage(record, -static_cast<long long>(size));
     MarkFree(slot);
-    if (record && record->mBlocks.Give(header, static_cast<std::size_t>(size)))
+    if (IsWatched())
+        Reveal(header);
+    else if (record && record->mBlocks.Give(header, static_cast<std::size_t>(size)))
         return;
     GiveSlot(record, slot);
     std::free(header);
@@ -175,6 +209,7 @@ MEM_HeapRef MEM_NewHeap()
 {
     if (FailureInjected(0))
         return nullptr;
+    sIsWatched.store(platform::MemoryIsWatched(), std::memory_order_relaxed);
     const platform::ScLock lock(sHeapsLock);
     if (MEM_Heap* ended = TakeEndedHeap())
         return ended;

@@ -48,7 +48,7 @@ void LogLeaksByName(MEM_HeapRef heap)
 {
     std::map<std::string, Sum> leaks;
     WalkHeap(heap, [&](void* block, std::uint32_t size) {
-        leaks[NameOf(HeaderOf(block)->mName)].Add(size);
+        leaks[NameOf(ReadHeader(block).mName)].Add(size);
     });
     for (const auto& leak : leaks)
         WRIL_sprintf(0, "TOLV", "MEM_DumpLeaks", "%s: %lld blocks, %lld bytes", leak.first.c_str(),

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <platform/base/memory_tools.h>
+
 #include "slots.h"
 
 struct MEM_Heap
@@ -33,13 +35,30 @@ inline BlockHeader* HeaderOf(void* block)
     return static_cast<BlockHeader*>(block) - 1;
 }
 
+// Whether a checker watches the memory of the process. Then the heap keeps no freed block for
+// reuse, and hides the headers. Set before the first block.
+extern std::atomic<bool> sIsWatched;
+
+inline bool IsWatched()
+{
+    return sIsWatched.load(std::memory_order_relaxed);
+}
+
+BlockHeader ReadHiddenHeader(const BlockHeader* header);
+
+// Returns a copy of the header of a block. REQUIRES: the bytes before the block are readable.
+inline BlockHeader ReadHeader(void* block)
+{
+    return IsWatched() ? ReadHiddenHeader(HeaderOf(block)) : *HeaderOf(block);
+}
+
 // Returns the slot of a live block, or null for null and for an address that is no block.
 // REQUIRES: the bytes before the address are readable.
 inline void** SlotOfBlock(void* block)
 {
     if (!block)
         return nullptr;
-    void** slot = HeaderOf(block)->mSlot;
+    void** slot = ReadHeader(block).mSlot;
     return FindSlab(slot) && *slot == block ? slot : nullptr;
 }
 

@@ -14,14 +14,6 @@
 #include "heap.h"
 #include "slots.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define TOLV_WITH_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TOLV_WITH_ADDRESS_SANITIZER
-#endif
-#endif
-
 namespace tolv
 {
 const std::size_t kChainSlots = 585;
@@ -32,12 +24,7 @@ const std::size_t kChainSlots = 585;
 class BlockCache
 {
 public:
-#if defined(TOLV_WITH_ADDRESS_SANITIZER)
-    // No cache, so that the sanitizer sees each allocation and each free.
-    static const std::size_t kLargest = 0;
-#else
     static const std::size_t kLargest = 2048;
-#endif
 
     // Returns a block with a capacity of at least `size` bytes, or null. The slot of the block is
     // marked as free.
@@ -87,10 +74,7 @@ private:
     static const std::size_t kClasses = kLargest / kStep + 1;
     static const unsigned char kMostPerClass = 8;
 
-    static std::size_t Class(std::size_t size)
-    {
-        return (size + kStep - 1) / kStep;
-    }
+    static std::size_t Class(std::size_t size) { return (size + kStep - 1) / kStep; }
     static BlockHeader** Next(BlockHeader* header)
     {
         return reinterpret_cast<BlockHeader**>(header + 1);
