@@ -159,7 +159,7 @@ void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
     }
     if (!ready->badFile && !options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);
-    if (ready->wrongUsage || ready->badFile || options.help)
+    if (ready->wrongUsage || ready->badFile || options.help || options.version)
         return;
     ready->wrongUsage = CheckFolder(options.folder);
     if (!ready->wrongUsage && !options.logFile.empty())
@@ -195,6 +195,11 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
     if (ready.options.help)
     {
         PrintUsage();
+        return kFine;
+    }
+    if (ready.options.version)
+    {
+        std::puts("filecache " FILECACHE_VERSION);
         return kFine;
     }
     if (U_Status status = SetLimits(ready.options.budget))

@@ -7,6 +7,7 @@
 #include <U_MemServices.h>
 #include <platform/control.h>
 
+#include "program/folders.h"
 #include "system.h"
 
 namespace fs = std::filesystem;

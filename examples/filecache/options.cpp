@@ -52,7 +52,9 @@ const char* const kUsage[] = {
     "  --crash KIND       die to see the last call: of null, overflow, illegal, division,\n"
     "                     exception, terminate, pure, parameter or memory\n",
     "$$$/QX/FileCache/Usage/Help="
-    "  --help             show this text\n\n",
+    "  --help             show this text\n",
+    "$$$/QX/FileCache/Usage/Version="
+    "  --version          show the version\n\n",
     "$$$/QX/FileCache/Usage/Status="
     "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage,\n"
     "3 stopped with Escape or Ctrl-C.\n",
@@ -293,6 +295,7 @@ Message ParseOptions(const std::vector<std::string>& commandLine, Options* optio
     CLI::Option* const folder = app.add_option("folder", options->folder);
     app.add_flag("--verbose", options->verbose);
     app.add_flag("--help", options->help);
+    app.add_flag("--version", options->version);
     std::vector<std::pair<const ValueOption*, CLI::Option*>> values;
     for (const ValueOption& option : kValueOptions)
         values.emplace_back(&option, app.add_option(option.name)->take_all());

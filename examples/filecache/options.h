@@ -32,6 +32,7 @@ struct Options
     unsigned int memoryLog = 0; // milliseconds between two rows; 0: no log
     bool verbose = false;
     bool help = false;
+    bool version = false;
 };
 
 // Reads the whole command line, which begins with the program's name. Returns a message about one
