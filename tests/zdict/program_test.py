@@ -19,8 +19,6 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 class Files(Case):
     def test_an_output_file_keeps_its_bits_and_its_old_content_on_failure(self):
         self.file("out", "before")
-        os.chmod(self.path("out"), 0o640)
-        os.symlink("out", self.path("link"))
         text = self.file("text", TEXT)
 
         def small_files():
@@ -29,8 +27,14 @@ class Files(Case):
 
         result = self.run_tool("compile", "-o", self.path("out"), text, status=2,
                                preexec_fn=small_files)
-        self.assertIn("out: can't be written: File too large", result.err)
+        what = "Invalid argument" if WINDOWS else "File too large"
+        self.assertIn("out: can't be written: " + what, result.err)
         self.assertEqual(self.content("out"), b"before")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["out", "text"])
+        if WINDOWS:
+            return
+        os.chmod(self.path("out"), 0o640)
+        os.symlink("out", self.path("link"))
         self.run_tool("compile", "-o", self.path("link"), text)
         self.assertEqual(self.content("out"), IMAGE[False])
         self.assertTrue(os.path.islink(self.path("link")))
