@@ -34,6 +34,9 @@
 
 # In a build of STRICT texts, this file is run as a script that compares the English texts.
 if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
+  if(NOT EXISTS ${OLD})
+    message(FATAL_ERROR "there is no ${OLD}; build the target ${UPDATE}")
+  endif()
   execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files --ignore-eol ${OLD} ${NEW}
     RESULT_VARIABLE result)
   if(result)
@@ -58,6 +61,12 @@ function(u_add_texts target)
   endif()
   if(NOT arg_LOCALES)
     set(arg_LOCALES ${arg_LANGUAGES})
+  endif()
+  list(LENGTH arg_LANGUAGES language_count)
+  list(LENGTH arg_LOCALES locale_count)
+  if(NOT language_count EQUAL locale_count)
+    message(FATAL_ERROR "u_add_texts(${target}): there are ${language_count} LANGUAGES and "
+      "${locale_count} LOCALES")
   endif()
   if(NOT arg_OUTPUT)
     set(arg_OUTPUT ${CMAKE_CURRENT_BINARY_DIR})
@@ -111,6 +120,9 @@ function(u_add_texts target)
         "file and the target ${target}_texts_update")
     endif()
   endforeach()
+  # A build depends on the file only if it exists: the update target writes it for the first time,
+  # and the next build finds it by the glob.
+  file(GLOB known_english CONFIGURE_DEPENDS ${old_english})
   set(compare)
   set(strict)
   if(arg_STRICT)
@@ -123,7 +135,7 @@ function(u_add_texts target)
     COMMAND ${command} lint ${strict} --english ${english} ${translations}
     ${compare}
     COMMAND ${CMAKE_COMMAND} -E touch ${checked}
-    DEPENDS ${english} ${plain_english} ${translations} $<$<BOOL:${strict}>:${old_english}>
+    DEPENDS ${english} ${plain_english} ${translations} $<$<BOOL:${strict}>:${known_english}>
       $<TARGET_FILE:${tool}>
     COMMENT "Checking the translations of ${target}"
     VERBATIM)
@@ -153,15 +165,13 @@ function(u_add_texts target)
   endif()
 
   set(updates)
-  set(old)
-  if(EXISTS ${old_english})
-    set(old --old-english ${old_english})
-  endif()
   foreach(translation ${translations})
     list(APPEND updates
-      COMMAND ${command} update --add-new --english ${english} ${old} -o ${translation} ${translation})
+      COMMAND ${command} update --add-new --english ${english} --old-english ${old_english}
+        -o ${translation} ${translation})
   endforeach()
   add_custom_target(${target}_texts_update
+    COMMAND ${CMAKE_COMMAND} -E touch ${old_english} # an empty file is a text without entries
     ${updates}
     COMMAND ${CMAKE_COMMAND} -E copy ${plain_english} ${old_english}
     DEPENDS ${english} ${plain_english}

@@ -37,7 +37,7 @@ class Damage(Case):
             "text:2:1: error: the key begins with $, but not with $$$ [bad-prefix]",
             "text:3:1: error: the key is empty [key-empty]",
             'text:4:1: warning: it replaces the text of "a" in line 1 [duplicate-key]',
-            "empty: damaged at byte 0 in image: it is empty",
+            "empty: fine, text, 0 texts",
             "astray: no look-up finds 1 of its 2 texts: keys in the wrong bucket",
             "good: fine, text, 1 text",
             "longer: fine, version 2.7, 11 texts, 12 bytes behind its end"])
@@ -62,6 +62,7 @@ class Stats(Case):
         table = self.table(legacy([("/a", "bcd")], 5))
         self.assertLessEqual({"version": "1.5", "live": "1", "key bytes": "2", "value bytes": "6",
                               "buckets used": "1 of 1021"}.items(), table.items())
+        self.assertLessEqual({"form": "text", "texts": "0"}.items(), self.table(b"").items())
         table = self.table("a=1\na=23\n/b=é".encode("utf-8"))
         self.assertLessEqual({"form": "text", "encoding": "code page 65001", "lines": "3",
                               "texts": "2", "value bytes": "6", "bytes a text": "3.0"}.items(),

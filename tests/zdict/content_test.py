@@ -45,7 +45,7 @@ class Dump(Case):
             ['"$$$$dollar=x"', '"$$$/control=#{0}#{1}#{7F}#{85}#{FEFF}#{FFFF}"', '"$$$/empty="',
              '"$$$/half=#{D83D}"', '"$$$/menu/edit=Bearbeiten ^1"', '"$$$/menu/file=Datei"',
              '"$$$/mixed=Zeile 1\\r\\n\\t\\"Zeile\\" \U0001F600#{2028}"',
-             '"$$$/path=C:#{5C}neu#{5E}^1 #{23}{41}"', '"$$$/plain=^2: #3 {4} (5 % @0) é"',
+             '"$$$/path=C:#{5C}neu^^^1 #{23}{41}"', '"$$$/plain=^2: #3 {4} (5 % @0) é"',
              '"$$$plain key=日本語"', '"$$$q\\"=y"'])
         self.assertEqual(self.dumped(flat([("/a", "é")]), "--utf16"),
                          '\ufeff"$$$/a=é"\n'.encode("utf-16-le"))
@@ -132,6 +132,10 @@ class Get(Case):
         text = self.file("text", '"$$$/a=x#{mdash}"')
         self.assertEqual(self.run_tool("get", text, "/a").out.decode(), "x\u2014\n")
         self.assertEqual(self.run_tool("get", "-", "/a", stdin=IMAGE[True]).out, b"b\n")
+        noted = '"$$$/a=x{{*COMMENT*}}#: a.c:1\\nmine"'
+        for content in noted, self.compiled(noted), self.compiled(noted, "--comments"):
+            self.assertEqual(self.run_tool("get", "--comment", self.file("noted", content), "/a").out,
+                             b"#: a.c:1\nmine\n")
 
 
     def test_markers_are_applied_as_in_a_look_up(self):
@@ -196,7 +200,8 @@ class Remove(Case):
         for coding, mark in ("utf-8", b""), ("utf-8", b"\xEF\xBB\xBF"), ("utf-16-le", b"\xFF\xFE"), (
                 "utf-16-be", b"\xFE\xFF"):
             text = mark + "".join(lines).encode(coding)
-            self.run_tool("remove", "-o", self.path("out"), self.file("text", text), "/a")
+            self.run_tool("remove", "-o", self.path("out"), self.file("text", text),
+                          "$$$/a=1")
             self.assertEqual(self.content("out"), mark + kept.encode(coding))
 
     def test_an_absent_key_stops_the_removal(self):

@@ -132,8 +132,9 @@ class Extract(Case):
                           ['a.cpp:5:2: warning: the key "/t/a b" has a blank']))
         self.assertIn("a.cpp:1:1: error: the row has no argument 3",
                       self.extracted("ROW(1, 2)", "--table", table, status=1)[1])
-        for wrong in ["ROW", "=x"]:
-            self.run_tool("extract", "--table", wrong, "x.cpp", status=2)
+        self.extracted('ROW("$$$/a", "b") ROW2("/c=d")', "--table", "ROW=%1=%2", "--table", "ROW2=$$$%1")
+        for wrong in ["ROW", "=x", "ROW=foo%1", "ROW="]:
+            self.assertIn("--table", self.extracted("ROW(1)", "--table", wrong, status=2)[1][0])
 
     def test_notes(self):
         source = """// TRANSLATORS: of the

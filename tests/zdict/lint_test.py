@@ -64,9 +64,11 @@ LINES = [
     ('"$$$/a=A{{*Comment*}}B"', [(9, "unknown-marker")]),
     ('"$$$/a=A{{COMMENT}}B"', [(9, "unknown-marker")]),
     ('"$$$/a=A{*COMMENT*}B"', [(9, "unknown-marker")]),
+    ('"$$$/a=A{ {*COMMENT*}}B"', [(9, "unknown-marker")]),
     ('"$$$/a=A{{* CopyYear *}}B"', [(9, "unknown-marker")]),
     ('"$$$/a={{x}} {comment} {}"', []),
     ('"$$$/a=A{{*COMMENT*}}see {{*MSWindows*}}"', [(26, "marker-order")]),
+    ('"$$$/a=A{{*MSWindows*}}B{{*MSWindows*}}C"', [(25, "marker-order")]),
     # Places
     ('"$$$/a=^^2 ^1 ^^L3 ^F4@2.1zs@"', []),
     ('"$$$/a=^1 ^3"', [(11, "place-gap")]),
@@ -90,6 +92,8 @@ PAIRS = [
     ("MiB", "MiB", []),
     ("SPARC ^1", "SPARC ^1", []),
     (": --", ": --", []),
+    ("#{copy} {{*CopyYear*}} 3 AG", "#{copy} {{*CopyYear*}} 3 AG", []),
+    ("{{*CopyYear*}} Example", "{{*CopyYear*}} Example", [(8, "untranslated")]),
     # Places that the library fills by digit
     ("^^1 of ^^2", "^2 von ^^1", []),
     ("^^1 of ^^2", "^1", [(8, "place-lost")]),
@@ -101,6 +105,7 @@ PAIRS = [
     ("^^F1@2.0@ s", "^F1@2.0@ Sek.", []),
     ("^^F1@2.0@ s", "^F1@1.0@ Sek.", [(8, "number-format")]),
     ("^^F1 s", "^F1@2.0@ Sek.", [(8, "number-format")]),
+    ("^^F1@2.0@ s", "^F1@2.0q@ Sek.", [(8, "number-format")]),
     ("@0 (@1)", "@1: @0, @0", []),
     ("@0 (@1)", "@0", [(8, "place-lost")]),
     ("@0", "@0 @1", [(11, "place-added")]),
@@ -120,6 +125,14 @@ PAIRS = [
     ("half done", "zu 50% fertig, zu 50 %ig", []),
     ("half done", "zu %s fertig", [(11, "place-added")]),
     ("50% off", "50% weniger", []),
+    ("Windows 10 %s", "Windows 10", [(8, "place-lost")]),
+    ("100%s", "100", [(8, "place-lost")]),
+    ("MP3%s, ^^1%d", "MP3, ^1", [(8, "place-lost")]),
+    ("Top 10 %s", "Die zehn besten %s", []),
+    ("% d items", "%d Dinge", [(8, "place-changed")]),
+    ("% d items", "% d Dinge", []),
+    ("half % done", "halb fertig", []),
+    ("5 % done", "5 % der Dinge, 5 % a", []),
     # Markers, mnemonics, blanks and line ends
     ("© {{*CopyYear*}}", "© 2020", [(8, "marker-lost")]),
     ("&File", "&Datei", []),
@@ -177,7 +190,19 @@ class Lines(LintCase):
                 (b"$$$/a=1\n$$$\0/b=2", [(2, 4, "encoding")]),
                 (b"\xFF\xFE/\0a\0=\0b", [(1, 1, "encoding")])]:
             self.assertEqual([row for row in self.lint(text) if row[2] == "encoding"], expected)
-        self.assertEqual(self.lint(b"$$$/a=\xE4", "--code-page", "1252"), [])
+        for text, code_page, expected in [
+                (b"$$$/a=\xE4", "1252", []), (b"$$$/a=?\x81\x45\x87\x90x", "932", []),
+                (b"$$$/a=\x81\x40\x81\x01x", "932", [(1, 8, "encoding")]),
+                (b"$$$/a=\x81", "949", [(1, 7, "encoding")]),
+                ("\ufeff$$$/a=\U0001F600\ud83d!".encode("utf-16-le", "surrogatepass"), "65001",
+                 [(1, 8, "encoding")]),
+                ("\ufeff$$$/a=x\ude00\ud83d".encode("utf-16-be", "surrogatepass"), "65001",
+                 [(1, 8, "encoding")])]:
+            self.assertEqual(self.lint(text, "--code-page", code_page, name="a"), expected, text)
+        # A NUL inside a line ends no line of an editor.
+        self.assertEqual(self.lint(b"$$$/a=1\0$$$/a =2\n$$$/c =3\n"),
+                         [(1, 8, "encoding"), (1, 14, "key-blank"), (2, 6, "key-blank")])
+        self.assertIn("a NUL ends the line", self.rows[0][4])
 
     def test_other_forms_are_refused(self):
         po = 'msgid ""\nmsgstr ""\n"Content-Type: text/plain; charset=UTF-8\\n"\n\n' \
@@ -185,14 +210,18 @@ class Lines(LintCase):
         for text, name in [
                 (po, "PO"), ('{"/a": "b=c", "/b": "d"}', "JSON"), ('[\n"/a",\n"/b"\n]\n', "JSON"),
                 ('<?xml version="1.0"?>\n<xliff version="1.2">\n</xliff>\n', "XML"),
-                ("Dear all,\n\nplease find the texts\nin the next mail.\n", "3 lines")]:
+                ("Dear all,\n\nplease find the texts\nin the next mail.\n", "3 lines"),
+                ("Dear all,\nthe texts follow\n", "2 lines"), ("/a;File;Datei\n", "1 line"),
+                ("int Main()\n{\n    int x = 3;\n    return x = 3;\n}\n", "5 lines"),
+                ("[general]\nname=x\nsize=3\n", "INI"), ('/* a */\n"/a" = "x";\n', "2 lines")]:
             self.assertEqual(self.lint(text, status=1), [(1, 1, "not-a-text-form")])
             self.assertIn(name, self.rows[0][4])
             source = self.file("x", text)
             result = self.run_tool("compile", "-o", self.path("out"), source, status=1)
             self.assertIn("it isn't lines of key=text", result.err)
             self.assertIn("[not-a-text-form]", self.run_tool("check", source, status=1).out.decode())
-        for text in ("", "\n", "/a=1\n", "$$$/a", "# a remark\n/a=1\n/b=2\n"):
+        for text in ("", "\n", "/a=1\n", "$$$/a", "/a\n/b\n", "# a remark\n/a=1\n/b=2\n",
+                     '"$$$/a b=1"\n[x]\n'):
             self.assertNotIn("not-a-text-form", [row[2] for row in self.lint(text)])
 
     def test_fast_lines_lose_no_finding(self):
@@ -218,6 +247,18 @@ class Translations(LintCase):
                 self.assertEqual(sorted(found),
                                  sorted((1, column, check) for column, check in expected))
 
+    def test_blanks_are_named_apart(self):
+        self.lint('"$$$/a=Fehler:#{nbsp}\\n"\n', english='"$$$/a=Error: \\t"\n')
+        self.assertIn('at the end are "#{A0}\\n", in English " \\t"', self.rows[0][4])
+
+    def test_english_may_be_an_image(self):
+        text = '"$$$/a=One ^^2 \u2028{{*COMMENT*}}max-length: 3"\n"$$$/b=Two"\n'
+        findings = self.lint('"$$$/a=Eins"\n', english=text)
+        for options in [], ["--comments"]:
+            self.assertEqual(self.lint('"$$$/a=Eins"\n', english=self.compiled(text, *options)),
+                             findings)
+        self.assertEqual(len(findings), 5)
+
     def test_keys_are_compared(self):
         english = '"$$$/a=One"\n"$$$/b=Two"\n"$$$/c=Three"\n"$$$/empty="\n"$$$/d=Four"\n'
         text = '"$$$/b=Zwei"\n\n"$$$/c=Drei"\n"$$$/x=Alt"\n'
@@ -238,7 +279,9 @@ class Translations(LintCase):
         for name, options, expected in [
                 ("de.txt", [], "\u2192"), ("app_de_DE.txt", [], "\u2192"), ("ja.txt", [], "Ö"),
                 ("zh_TW.txt", [], "Ö"), ("app.txt", [], None), ("pseudo.txt", [], None),
-                ("app.txt", ["--locale", "de"], "\u2192"),
+                ("app.txt", ["--locale", "de"], "\u2192"), ("sr.txt", [], "Ö"),
+                ("app_sr_Latn_RS.txt", [], "\u2192"), ("sr@latin.txt", [], "\u2192"),
+                ("a.txt", ["--locale", "sr_RS@latin"], "\u2192"), ("uz_Cyrl.txt", [], "Ö"),
                 ("de.txt", ["--target-code-page", "65001"], None),
                 ("de.txt", ["--target-code-page", "1251"], "Ö")]:
             found = self.lint(text, *options, name=name)

@@ -139,6 +139,8 @@ class Files(Case):
                            "No such file or directory")]:
             for command in "check", "dump", "stats", "merge", "compile":
                 result = self.run_tool(command, name, status=2)
+                shown = "''" if name == "" else name
+                self.assertIn(f"zdict: {shown}: ", result.err)
                 self.assertIn(f"{what}\n", result.err)
                 self.assertEqual(result.out, b"")
         result = self.run_tool("merge", "-", "-", stdin=IMAGE[False], status=2)
@@ -181,7 +183,9 @@ class Usage(Case):
                 *((["compile", "--base", base, "a"], f"the base '{base}' isn't a number from 0 to")
                   for base in ("-1", "4294967296", "1x", "0x1", "")),
                 *((["check", "--code-page", page, "a"], f"the code page '{page}' isn't 932, ")
-                  for page in ("0", "65001x", ""))]:
+                  for page in ("0", "65001x", "")),
+                *((["lint", "--target-code-page", page, "a"], f"the code page '{page}' isn't 932, ")
+                  for page in ("0", "99999"))]:
             result = self.run_tool(*arguments, status=2)
             self.assertIn(what, result.err)
             self.assertEqual(result.out, b"")
@@ -229,7 +233,11 @@ class Usage(Case):
                 (["c"], [name for name in commands if name.startswith("c")]),
                 (["--v"], ["--version"]), (["compile", "--b"], ["--base", "--big-endian"]),
                 (["compile", "--base", ""], []), (["get", "file", "--app"], ["--apply-markers"]),
-                (["dump", "fi"], []), (["check", "--code-page", "=", "1"], [])]:
+                (["dump", "fi"], []), (["check", "--code-page", "=", "1"], []),
+                (["completion", "b"], ["bash"]), (["completion", "--he"], ["--help"]),
+                (["lint", "--only", "key-b"], ["key-blank"]),
+                (["lint", "--no-check", "marker-"], ["marker-order", "marker-lost"]),
+                (["lint", "--format", "j"], ["json"])]:
             program = (f'source {script}; COMP_WORDS=(zdict "$@"); COMP_CWORD=$#; compopt() {{ :; }}; '
                        'set -u; _zdict; printf "%s\\n" ${COMPREPLY[@]+"${COMPREPLY[@]}"}')
             done = subprocess.run(["bash", "-c", program, "bash", *words], capture_output=True,

@@ -23,6 +23,12 @@ TEXTS = [
     ("%d%%", ["=%d%%\""]),
     ("", ["=\""]),
     ("https://u.example/", ["=[https://u.example/"]),
+    ("Ask <me@host.example>, or www.host.example.", ["<me@host.example>,", " www.host.example."]),
+    ("-v, [-q|--quiet] or --size=SIZE - a-b", ["[-v, [-q|--quiet] öŕ --size=ŠÎŽÉ - à-ƀ"]),
+    ("<b class=\\\"x\\\">Text</b>&amp;&#169; 1 < two", ["<b class=\\\"x\\\">Ţéẋţ</b>&amp;&#169; 1 < ţŵö"]),
+    ("<br/>", ["=[<br/>"]),
+    ("R&D, &File && E&xit", ["[Ŕ&Đ, &Ƒîļé && É&ẋîţ"]),
+    ("#{copy} {{*CopyYear*}} 3 ^^1", ["=#{copy} {{*CopyYear*}} 3 ^^1"]),
     ("Ärger #{hellip} ^x", ["[Äŕĝéŕ #{"]),
     ("Open{{*COMMENT*}}max-length: 7", ["=[Öþéñ]{{"]),
     ("Shut{{*COMMENT*}}max-length: 5", ["=Šĥûţ{{"]),
@@ -60,6 +66,8 @@ class Pseudo(Case):
                                              "qps-plocm"))
         marked = re.findall("\u200f\u202e([^\u200f\u202e\u202c]*)\u202c\u200f", result)
         self.assertEqual(marked, ["Öþéñ", "ţŵö", "ļîñéš"])
+        result = self.pseudo('"$$$/a=&File && S&ave"\n', "--rtl")
+        self.assertEqual(re.findall("\u202e([^\u202c]*)\u202c", result), ["&Ƒîļé", "Š&àṽé"])
         self.run_tool("pseudo", "--locale", "de", "-", status=2)
 
     def test_ends_that_would_be_a_notation_are_written_as_one(self):

@@ -73,6 +73,12 @@ class Status(Case):
             self.assertEqual(row.split(), expected)
         self.assertEqual(len(set(map(len, [head, *rows]))), 1)
 
+    def test_files_may_be_images(self):
+        names = [self.file(name, self.compiled(text, "--comments")) for name, text, *_ in LANGUAGES]
+        english = self.file("en", self.compiled(ENGLISH))
+        images = self.run_tool("status", "--english", english, *names).out
+        self.assertEqual(images, self.status().out)
+
     def test_a_terminal_has_bars(self):
         rows = self.shown(*self.arguments()).splitlines()
         self.assertEqual([row.split()[-1] for row in rows[1:]],

@@ -34,13 +34,18 @@ class Update(Case):
                 ('"$$$/a=^^1"', "^1" + note + "#: a.c:1", "^^1", '"$$$/a=^^1"'),
                 # The note has the English text of the translation.
                 (f'"$$$/a=D{fuzzy}File"', "Files", "All", f'"$$$/a=D{fuzzy}File"'),
-                (f'"$$$/a=D{fuzzy}File"', "Files", "File", '"$$$/a=D"'),
                 (f'"$$$/a=D{note}#| File\\nmine"', None, "Files", f'"$$$/a=D{fuzzy}File\\nmine"'),
-                (f'"$$$/a=D{note}#, fuzzy"', "File", "File", f'"$$$/a=D{note}#, fuzzy"'),
+                (f'"$$$/a=D{note}#| File"', "Files", "File", None),
+                # Only a translator removes the mark, not English that is the old one again.
+                (f'"$$$/a=D{fuzzy}File"', "Files", "File", None),
+                (f'"$$$/a=D{fuzzy}File"', None, "File", None),
+                (f'"$$$/a=D{note}#, fuzzy"', "File", "File", None),
                 # References are brought up to date where there are some.
                 (f'"$$$/a=D{note}#: a.c:1\\n#. x\\nmine"', "F", f"F{note}#: b.c:2",
                  f'"$$$/a=D{note}#: b.c:2\\nmine"'),
                 (f'"$$$/a=D{note}#: a.c:1"', "F", "F", f'"$$$/a=D{note}#: a.c:1"'),
+                (f'"$$$/a=D{note}#: a.c:1\\n#. x"', "F", f"F{note}#. y",
+                 f'"$$$/a=D{note}#: a.c:1\\n#. y"'),
                 (f'"$$$/a=D{note}mine"', "F", f"F{note}#: b.c:2", f'"$$$/a=D{note}mine"')]:
             lines = self.updated(line, f'"$$$/a={new}"\n' if '"' not in new else f"/a={new}\n",
                                  old=None if old is None else "/a=" + old.replace('"', '\\"'))[0]
@@ -52,7 +57,7 @@ class Update(Case):
         translation = ('/kept=K\r\n\r\n"$$$/changed=C"\r\n/gone=G\r\n/twice=1\r\n/twice=2')
         english_new = '"$$$/new=New ^1{{*COMMENT*}}#, fuzzy"'
         report = ["de.txt:3:1: changed: $$$/changed was \"Was\", is \"Is\"",
-                  "de.txt:4:1: obsolete: $$$/gone", "de.txt:5:1: replaced by line: $$$6",
+                  "de.txt:4:1: obsolete: $$$/gone", "de.txt:5:1: replaced by line 6: $$$/twice",
                   "de.txt: new: $$$/new=New ^1",
                   "zdict: de.txt: 2 texts kept, 1 changed, 1 new, 1 obsolete"]
         changed = '"$$$/changed=C{{*COMMENT*}}#, fuzzy\\n#| Was"'
@@ -62,8 +67,27 @@ class Update(Case):
                  ["/kept=K", "", changed, "/gone=G", "/twice=2", english_new])]:
             lines, messages = self.updated(translation, english, *options, old=old)
             self.assertEqual((lines, messages[-5:]), (expected, report))
-        self.assertEqual(self.updated(translation, english, "--quiet", old=old)[1][-1][:12],
-                         "zdict: de.tx")
+        self.assertEqual(self.updated(translation, english, "--quiet", old=old)[1],
+                         ['de.txt:6: it replaces the text of "/twice" in line 5'])
+
+    def test_a_change_is_found_after_a_round_trip_and_any_count_of_updates(self):
+        english = [self.file(f"{name}.txt", f'"$$$/a={name}"\n') for name in ("One", "Two")]
+        for flags, fuzzy, options in [("", False, ()), ("#, fuzzy\n", True, ("--fuzzy",))]:
+            po = f'{flags}msgctxt "/a"\nmsgid "One"\nmsgstr "Eins"\n'
+            text = self.path("de.txt")
+            self.run_tool("import", *options, "-o", text, self.file("de.po", po))
+            for now, is_outdated in [(0, fuzzy), (0, fuzzy), (1, True), (1, True), (0, True)]:
+                self.run_tool("update", "--english", english[now], "-o", text, text)
+                result = self.run_tool("lint", "--english", english[now], text)
+                self.assertEqual("[outdated]" in result.out.decode(), is_outdated, (flags, now))
+
+    def test_an_unknown_old_english_text_is_reported(self):
+        for translation, old, is_reported in [
+                ("/a=D\n", None, True), ("/a=D\n", "/b=E\n", True), ("/a=D\n", "/a=E\n", False),
+                ("/a=D{{*COMMENT*}}#| E\n", None, False), ("/x=D\n", None, False)]:
+            messages = self.updated(translation, "/a=E\n", old=old)[1]
+            self.assertEqual(any("the old English text of 1 text isn't known" in message
+                                 for message in messages), is_reported, messages)
 
     def test_input_forms(self):
         expected = ['"$$$/a=ä{{*COMMENT*}}#, fuzzy\\n#| b"']
@@ -73,6 +97,11 @@ class Update(Case):
                                       ("cp1252", b"", ("--code-page", "1252"))]:
             lines, _ = self.updated(mark + '"$$$/a=ä"\n'.encode(coding), "/a=c\n", *options, old=image)
             self.assertEqual(lines, expected, coding)
+        for coding in "utf-16-le", "utf-16-be":  # where more characters end a line
+            lines, messages = self.updated("\ufeff/a=1\u2028/b=2\u2029/c=3".encode(coding),
+                                           "/a=1\n/b=2\n/c=3")
+            self.assertEqual(lines, ["/a=1", "/b=2", "/c=3"])
+            self.assertIn("3 texts kept, 0 changed, 0 new", messages[-1])
         self.assertEqual(self.updated("", "/a=c\n", "--add-new")[0],
                          ['"$$$/a=c{{*COMMENT*}}#, fuzzy"'])
         self.assertEqual(self.updated("/a=b\n", "")[0], [])
@@ -100,7 +129,7 @@ set_target_properties(U::zdict PROPERTIES IMPORTED_LOCATION "@ZDICT@")
 include("@ROOT@/cmake/u_add_dictionary.cmake")
 include("@ROOT@/cmake/u_add_texts.cmake")
 add_custom_target(host)
-u_add_texts(host @STRICT@ ENGLISH texts/en.txt LANGUAGES de SOURCES src
+u_add_texts(host @STRICT@ ENGLISH texts/en.txt LANGUAGES de @LOCALES@ SOURCES src
   TABLES "ROW=$$$/t/%1=%2" EXCLUDE_KEYS "/private/*" DESTINATION share)
 """
 
@@ -114,10 +143,18 @@ class Build(Case):
         self.assertEqual(done.returncode != 0, fails, output)
         return output
 
-    def configure(self, strict):
-        project = PROJECT.replace("@ZDICT@", ZDICT).replace("@ROOT@", ROOT).replace("@STRICT@", strict)
+    def configure(self, strict, locales="", fails=False):
+        project = PROJECT
+        for name, value in [("ZDICT", ZDICT), ("ROOT", ROOT), ("STRICT", strict), ("LOCALES", locales)]:
+            project = project.replace(f"@{name}@", value)
         self.file("CMakeLists.txt", project)
-        subprocess.run(["cmake", "-G", "Ninja", "-S", self.folder, "-B", self.path("build")],
+        done = subprocess.run(["cmake", "-G", "Ninja", "-S", self.folder, "-B", self.path("build")],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+        self.assertEqual(done.returncode != 0, fails, done.stdout.decode())
+        return done.stdout.decode()
+
+    def update(self):
+        subprocess.run(["cmake", "--build", self.path("build"), "--target", "host_texts_update"],
                        stdout=subprocess.PIPE, check=True, timeout=60)
 
     def shown(self, key):
@@ -145,9 +182,7 @@ class Build(Case):
         self.file("texts/de.txt", '"$$$/a=Datei"\n"$$$/t/2=zwei"\n')
         self.assertIn("target host_texts_update", self.build(fails=True))
         self.file("texts/de.txt", '"$$$/a=Datei"\n')
-        build = subprocess.run(["cmake", "--build", self.path("build"), "--target",
-                                "host_texts_update"], timeout=60, stdout=subprocess.PIPE)
-        self.assertEqual(build.returncode, 0)
+        self.update()
         self.assertEqual(self.content("texts/en.txt"), b'"$$$/a=Files"\n"$$$/t/2=two"\n')
         self.assertEqual(self.content("texts/de.txt").decode().splitlines(),
                          ['"$$$/a=Datei{{*COMMENT*}}#, fuzzy\\n#| File"',
@@ -159,3 +194,25 @@ class Build(Case):
         subprocess.run(["cmake", "--install", self.path("build"), "--prefix", self.path("at")],
                        check=True, stdout=subprocess.PIPE, timeout=60)
         self.assertEqual(sorted(os.listdir(self.path("at/share"))), ["host_de.zdict", "host_en.txt"])
+
+    def test_the_first_update_may_make_the_english_texts(self):
+        for folder in "src", "texts":
+            os.mkdir(self.path(folder))
+        self.file("src/a.cpp", 'f("$$$/a=Hello")')
+        self.file("texts/de.txt", "")
+        message = self.configure("STRICT", "LOCALES de_DE de_AT", fails=True)
+        self.assertRegex(" ".join(message.split()), "1 LANGUAGES and 2 LOCALES")
+        self.configure("STRICT")
+        self.file("texts/de.txt", '"$$$/a=Hallo"\n')
+        message = " ".join(self.build(fails=True).split())
+        self.assertRegex(message, "there is no .*en.txt; build the target host_texts_update")
+        self.update()
+        self.build()
+        self.assertEqual(self.shown("/a"), "Hallo")
+        self.file("src/a.cpp", 'f("$$$/a=Good bye")')
+        self.update()
+        self.assertIn("[outdated]", self.build(fails=True))
+        self.file("texts/de.txt", '"$$$/a=Ade"\n')
+        self.build()
+        self.file("texts/en.txt", "")  # as an older version
+        self.assertIn("target host_texts_update", self.build(fails=True))

@@ -82,7 +82,7 @@ const Row kRows[] = {
     {"pseudo", "make texts of a pseudo-locale",
      "Writes the English texts with accents, a third longer and in brackets, so that\n"
      "a program shows which texts it doesn't look up, cuts or can't display. Places,\n"
-     "notations, markers, notes, addresses and options of command lines are kept.\n",
+     "notations, markers, notes, addresses, options of programs and tags are kept.\n",
      MakePseudo},
     {"remove", "make a file without some of its keys",
      "Writes an image of version 2.7 without the keys, with the same identifiers, or a\n"
@@ -100,8 +100,8 @@ const Row kRows[] = {
     {"update", "bring a translation up to date with new English texts",
      "Writes the translation TEXT again. Texts whose English text has changed are\n"
      "marked as fuzzy, with the old English text in their notes, and texts of keys\n"
-     "that English lacks are left out. All other lines stay as they are. Changes are\n"
-     "reported.\n",
+     "that English lacks are left out. All other lines stay as they are, fuzzy ones\n"
+     "too. Changes are reported.\n",
      MakeUpdate},
 };
 

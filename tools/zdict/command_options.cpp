@@ -31,15 +31,17 @@ std::string CheckLocale(const std::string& name)
     return std::string();
 }
 
-void SetCodePage(const std::string& value, CodePage* codePage)
+// Returns the code page, which is then the active one.
+std::uint32_t ParseCodePage(const std::string& value)
 {
     const std::string problem =
         "the code page '" + value +
         "' isn't 932, 936, 949, 950, 1250 to 1258, 10000, 10001, 10007 or 65001";
-    *codePage = {ParseNumber(value, problem), true};
-    platform::SetActiveCodePage(codePage->mNumber);
-    if (win32::GetACP() != codePage->mNumber)
+    const std::uint32_t codePage = ParseNumber(value, problem);
+    platform::SetActiveCodePage(codePage);
+    if (win32::GetACP() != codePage)
         throw CLI::ValidationError(problem);
+    return codePage;
 }
 
 // The parser calls `set` with the value.
@@ -157,9 +159,21 @@ void AddLocale(CLI::App* app, std::string* name, const char* help)
     app->add_option("--locale", *name, help)->type_name("NAME")->take_last()->check(CheckLocale);
 }
 
+void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, const char* help)
+{
+    const auto set = [codePage](const std::string& text) {
+        const unsigned int active = win32::GetACP();
+        *codePage = ParseCodePage(text);
+        platform::SetActiveCodePage(active);
+    };
+    AddFunction(app, name, "N", set, help);
+}
+
 void AddCodePage(CLI::App* app, CodePage* codePage)
 {
-    const auto set = [codePage](const std::string& text) { SetCodePage(text, codePage); };
+    const auto set = [codePage](const std::string& text) {
+        *codePage = {ParseCodePage(text), true};
+    };
     AddFunction(app, "--code-page", "N", set,
                 "code page of texts that don't name theirs (65001, UTF-8)");
 }

@@ -55,6 +55,9 @@ void AddOutput(CLI::App* app, std::string* name);
 // --locale
 void AddLocale(CLI::App* app, std::string* name, const char* help);
 
+// An option whose value is a code page that the program converts.
+void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, const char* help);
+
 // --code-page. The page becomes the active one.
 void AddCodePage(CLI::App* app, CodePage* codePage);
 

@@ -29,7 +29,7 @@ const char kTooLarge[] = "it is 2 GiB or larger";
 int Open(const std::string& name, InputFile* file)
 {
     static bool sStdinRead = false; // one thread
-    file->mName = name;
+    file->mName = name.empty() ? "''" : name;
     if (name != kStandardStream)
         return OpenInput(name);
     file->mName = "standard input";

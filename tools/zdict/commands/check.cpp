@@ -62,7 +62,7 @@ Status CheckOne(const std::string& name, CodePage codePage)
     try
     {
         const InputFile file = ReadFile(name);
-        if (IsText(file, FormOf(file, codePage)))
+        if (IsText(FormOf(file, codePage)))
             return CheckText(file, codePage);
         return CheckImageFile(file, CheckFile(file, codePage));
     }

@@ -7,6 +7,7 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "files.h"
+#include "lint/checks.h"
 
 namespace
 {
@@ -28,6 +29,10 @@ _zdict()
     case "${COMP_WORDS[1]} $previous" in
 )";
 const char kMiddle[] = R"(    esac
+    if [[ ${COMP_WORDS[1]} == completion && $current != -* ]]; then
+        COMPREPLY=($(compgen -W bash -- "$current"))
+        return
+    fi
     [[ $current == -* ]] || return
     case "${COMP_WORDS[1]}" in
 )";
@@ -59,18 +64,28 @@ std::string OptionsOf(const CLI::App& app)
     return names;
 }
 
-// Appends how the value of an option is completed. A value with choices has them as its type.
+// Returns the values of an option, separated by blanks. A value with choices has them as its type.
+std::string ValuesOf(const CLI::Option& option)
+{
+    std::string values = option.get_type_name();
+    if (values == "CHECK")
+        return CLI::detail::join(NamesOfChecks(), " ");
+    if (values.find('|') == std::string::npos)
+        return std::string();
+    std::replace(values.begin(), values.end(), '|', ' ');
+    return values;
+}
+
+// Appends how the value of an option is completed.
 void AppendValue(const std::string& command, const CLI::Option& option, std::string* script)
 {
     const std::string type = option.get_type_name();
     if (option.get_items_expected_max() == 0 || type == "FILE" || type == "OUT")
         return;
-    std::string completion = "compopt +o default";
-    if (type.find('|') != std::string::npos)
-    {
-        completion = "COMPREPLY=($(compgen -W '" + type + "' -- \"$current\"))";
-        std::replace(completion.begin(), completion.end(), '|', ' ');
-    }
+    const std::string values = ValuesOf(option);
+    const std::string completion =
+        values.empty() ? "compopt +o default"
+                       : "COMPREPLY=($(compgen -W '" + values + "' -- \"$current\"))";
     for (const std::string& name : NamesOf(option))
     {
         script->append("    '").append(command).append(" ").append(name).append("')\n");

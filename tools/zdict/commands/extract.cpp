@@ -70,7 +70,7 @@ public:
     Status Run() override
     {
         for (const std::string& table : mTables)
-            mReadingRules.mTables.insert(SplitOption("--table", table));
+            AddTable(table);
         for (const std::string& define : mDefines)
             mEnglishRules.mDefines.insert(SplitOption("--define", define));
 
@@ -95,6 +95,19 @@ public:
     }
 
 private:
+    void AddTable(const std::string& option)
+    {
+        const auto table = SplitOption("--table", option);
+        // An argument may have the rest of the prefix.
+        const std::string head = table.second.substr(0, table.second.find('%'));
+        const std::size_t length = std::min(head.size(), kPrefix.size());
+        if (head.compare(0, length, kPrefix, 0, length) != 0 || table.second.empty())
+            throw Failure{kUnusable, std::string(),
+                          "the pattern '" + table.second + "' of --table must begin with " +
+                              kPrefix + " (see zdict extract --help)"};
+        mReadingRules.mTables.insert(table);
+    }
+
     void ReadSource(const std::string& name, SourceTexts* found)
     {
         InputFile file = ReadFile(name);

@@ -7,6 +7,7 @@
 
 #include "command_options.h"
 #include "commands/commands.h"
+#include "images/entries.h"
 #include "images/load.h"
 #include "images/text_output.h"
 
@@ -88,11 +89,15 @@ std::unique_ptr<const Source> Open(const std::string& name, CodePage codePage)
     return std::make_unique<LoadedSource>(name, codePage);
 }
 
-// The key of a literal of the source code: the part between "$$$" and "=".
-std::string KeyOf(const std::string& literal)
+// Returns the comment of an image, or the note in the text itself.
+Units CommentOf(const Found& found)
 {
-    const std::size_t begin = literal.compare(0, 3, "$$$") == 0 ? 3 : 0;
-    return literal.substr(begin, literal.find('=') - begin);
+    const UnitView text = ViewOf(found.mText);
+    const std::size_t marker = hollin::FindComment(text);
+    if (!found.mComment.empty() || marker == UnitView::npos)
+        return found.mComment;
+    const UnitView note = text.substr(marker + hollin::kCommentMarker.size());
+    return Units(note.begin(), note.end());
 }
 
 Units WithMarkersApplied(const Units& text)
@@ -143,7 +148,7 @@ private:
     {
         if (!found)
             return "it has no key " + Quoted(key);
-        if (mComment && found->mComment.empty())
+        if (mComment && CommentOf(*found).empty())
             return Quoted(key) + " has no comment";
         return std::string();
     }
@@ -151,7 +156,7 @@ private:
     Units Wanted(const Found& found) const
     {
         if (mComment)
-            return found.mComment;
+            return CommentOf(found);
         return mApplyMarkers ? WithMarkersApplied(found.mText) : found.mText;
     }
 

@@ -10,6 +10,7 @@
 #include "commands/commands.h"
 #include "lint/languages.h"
 #include "lint/report.h"
+#include "lint/text_lines.h"
 #include "lint/translation_checks.h"
 
 namespace
@@ -30,8 +31,8 @@ public:
         AddNumber(app, "--max-length", "length", &mOptions.mLongest,
                   "most characters of a text whose note sets no max-length");
         AddLocale(app, &mLocale, "the locale of the texts (that of each file's name)");
-        AddNumber(app, "--target-code-page", "code page", &mTargetCodePage,
-                  "the code page that shows the texts (that of the locale)");
+        AddKnownCodePage(app, "--target-code-page", &mTargetCodePage,
+                         "the code page that shows the texts (that of the locale)");
         AddOperands(app, "FILE", &mFiles, "texts of one language each");
         app->get_option("FILE")->required(false); // --list-checks needs none
     }
@@ -61,7 +62,8 @@ private:
         LintedFile english;
         if (!mEnglish.empty())
         {
-            LintFile(ReadFile(mEnglish), mCodePage, mOptions, findings, &english);
+            LintFile(AsText(ReadFile(mEnglish), mCodePage), mCodePage, mOptions, findings,
+                     &english);
             findings->SortFrom(0);
         }
         Status status = kFine;

@@ -1,5 +1,6 @@
 // Files without some of their keys.
 
+#include <algorithm>
 #include <set>
 
 #include "command_options.h"
@@ -18,18 +19,19 @@ public:
         AddCodePage(app, &mCodePage);
         AddOutput(app, &mOutput);
         AddOperand(app, "FILE", &mFile, "an image or a text");
-        AddOperands(app, "KEY", &mKeys, "keys");
+        AddOperands(app, "KEY", &mKeys, "keys, or literals of the source code");
     }
 
     Status Run() override
     {
+        std::transform(mKeys.begin(), mKeys.end(), mKeys.begin(), KeyOf);
         const InputFile file = ReadFile(mFile);
         const hollin::ImageReport report = FormOf(file, mCodePage);
         EntryTable table;
         LoadFile(file, report, {mCodePage}, &table);
         if (ReportAbsent(table, file) != kFine)
             throw Failure{kFaulty, std::string(), "nothing is written"};
-        if (IsText(file, report))
+        if (IsText(report))
             WriteText(file);
         else
             WriteWithout(&table, report);

@@ -106,8 +106,8 @@ public:
     {
         const InputFile file = ReadFile(mFile);
         const hollin::ImageReport report = CheckFile(file, mCodePage);
-        return IsText(file, report) ? PrintTextFigures(file, report, mCodePage)
-                                    : PrintImageFigures(file, report);
+        return IsText(report) ? PrintTextFigures(file, report, mCodePage)
+                              : PrintImageFigures(file, report);
     }
 
 private:

@@ -17,10 +17,9 @@ namespace
 std::string InUTF8(const InputFile& file, CodePage codePage)
 {
     const hollin::ImageReport report = CheckFile(file, codePage);
-    if (!file.mBytes.empty() && !IsText(file, report))
+    if (!IsText(report))
         throw Failure{kUnusable, file.mName, "it is an image, not a text (see dump)"};
-    if (!file.mBytes.empty())
-        ReadEntries(file, report, codePage); // reports bad lines, and throws
+    ReadEntries(file, report, codePage); // reports bad lines, and throws
 
     const TextBytes text(file, codePage);
     if (!text.mUTF16)
@@ -35,8 +34,9 @@ std::string InUTF8(const InputFile& file, CodePage codePage)
     {
         const unsigned int first = text.mBytes[i];
         const unsigned int second = text.mBytes[i + 1];
-        units.push_back(static_cast<std::uint16_t>(text.mBigEndian ? first << 8 | second
-                                                                   : second << 8 | first));
+        const unsigned int unit = text.mBigEndian ? first << 8 | second : second << 8 | first;
+        const bool isSeparator = unit == 0x2028 || unit == 0x2029; // ends no line in UTF-8
+        units.push_back(static_cast<std::uint16_t>(isSeparator ? '\n' : unit));
     }
     return ToUTF8(ToZString(ViewOf(units)));
 }
@@ -82,8 +82,6 @@ private:
     EnglishTexts ReadEnglish(const std::string& name) const
     {
         const InputFile file = ReadFile(name);
-        if (file.mBytes.empty())
-            return EnglishTexts(Entries());
         return EnglishTexts(ReadEntries(file, CheckFile(file, mCodePage), mCodePage));
     }
 
@@ -96,6 +94,9 @@ private:
             else
                 ReportAt(file, change.mWhat);
         }
+        if (updated.mUnknown)
+            Report(file, "the old English text of " + Counted(updated.mUnknown, "text") +
+                             " isn't known, so that its change isn't found (see --old-english)");
         Report(file, Counted(updated.mKept, "text") + " kept, " + std::to_string(updated.mChanged) +
                          " changed, " + std::to_string(updated.mNew) + " new, " +
                          std::to_string(updated.mObsolete) + " obsolete");

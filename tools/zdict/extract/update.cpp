@@ -57,23 +57,18 @@ std::string LineOf(const std::string& key, const NotedText& text, const std::str
     return ToUTF8(ToZString(ViewOf(units))) + end;
 }
 
-// Makes a note say that the translation was made of another English text, or that it was made of
-// this one.
-void SetOldEnglish(const std::string& old, const std::string& now, Note* note)
-{
-    note->SetFlag(kFuzzyFlag, old != now);
-    if (old == now)
-        note->mOldEnglish.reset();
-    else
-        note->mOldEnglish = old;
-}
-
 class Updater
 {
 public:
     Updater(const EnglishTexts& english, const EnglishTexts* old, const UpdateRules& rules)
         : mEnglish(english), mOld(old), mRules(rules)
     {
+        for (const std::string& key : english.Keys())
+        {
+            const Note& note = english.Find(key)->mNote;
+            mHasReferences |= !note.mReferences.empty();
+            mHasComments |= !note.mExtracted.empty();
+        }
     }
 
     Updated Update(const std::string& translation)
@@ -109,7 +104,9 @@ private:
             return;
         }
         if (mLast[line.mKey] + 1 != number)
-            return Tell(number, "replaced by line", std::to_string(mLast[line.mKey] + 1));
+            return Tell(number,
+                        ("replaced by line " + std::to_string(mLast[line.mKey] + 1)).c_str(),
+                        line.mKey);
         const NotedText* const english = mEnglish.Find(line.mKey);
         if (english)
             return Translate(line, number, *english);
@@ -125,22 +122,31 @@ private:
         const Note before = text.mNote;
         const std::string now = ToUTF8(english.mText);
         const NotedText* const old = mOld ? mOld->Find(line.mKey) : nullptr;
+        mResult.mUnknown += !before.mOldEnglish && !old;
         const std::string made = before.mOldEnglish ? *before.mOldEnglish
                                  : old              ? ToUTF8(old->mText)
                                                     : now;
-        // A text may be fuzzy for a reason of the translator's.
-        if (made != now || before.mOldEnglish)
-            SetOldEnglish(made, now, &text.mNote);
-        if (!english.mNote.mReferences.empty() &&
-            (!before.mReferences.empty() || !before.mExtracted.empty()))
+        if (made != now)
         {
-            text.mNote.mReferences = english.mNote.mReferences;
-            text.mNote.mExtracted = english.mNote.mExtracted;
+            text.mNote.SetFlag(kFuzzyFlag, true);
+            text.mNote.mOldEnglish = made;
         }
+        UpdateSourceNote(english.mNote, &text.mNote);
         mResult.mText += text.mNote == before ? line.mBytes : LineOf(line.mKey, text, line.End());
         ++(made == now ? mResult.mKept : mResult.mChanged);
         if (made != now)
             Tell(number, "changed", line.mKey, " was " + Quoted(made) + ", is " + Quoted(now));
+    }
+
+    // English texts that were extracted without references or comments say nothing about those.
+    void UpdateSourceNote(const Note& english, Note* note) const
+    {
+        if (note->mReferences.empty() && note->mExtracted.empty())
+            return;
+        if (mHasReferences)
+            note->mReferences = english.mReferences;
+        if (mHasReferences || mHasComments)
+            note->mExtracted = english.mExtracted;
     }
 
     void AddNew(const std::string& key, const std::string& end)
@@ -157,6 +163,8 @@ private:
     const EnglishTexts& mEnglish;
     const EnglishTexts* const mOld;
     const UpdateRules mRules;
+    bool mHasReferences = false; // any of the English texts
+    bool mHasComments = false;
     std::unordered_map<std::string, std::size_t> mLast; // index of the last line of a key
     Updated mResult;
 };

@@ -44,6 +44,7 @@ struct Updated
     std::string mText; // in UTF-8
     std::size_t mKept = 0;
     std::size_t mChanged = 0; // in English
+    std::size_t mUnknown = 0; // whose old English text is not known
     std::size_t mNew = 0;
     std::size_t mObsolete = 0;
     std::vector<TextChange> mChanges;
@@ -55,8 +56,9 @@ struct Updated
 // their English text; null if it is not known.
 //
 // - A text whose English text is no longer that one is marked as fuzzy, with the old English text
-//   in its note. If English is again the text in the note, the mark is removed.
-// - References and the programmer's comments in notes are those of the new English text.
+//   in its note. A mark and an English text that a note has are kept: a translator removes them.
+// - References and the programmer's comments in notes are those of the new English text, if any
+//   English text has some.
 // - A line that a later line with the same key replaces is left out.
 //
 // REQUIRES: each line is an entry, and the active code page is UTF-8.

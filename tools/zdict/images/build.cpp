@@ -85,19 +85,14 @@ private:
     void AddFile(const InputFile& file)
     {
         const hollin::ImageReport report = FormOf(file, mOptions.mLoad.mCodePage);
-        const bool isImage = report.mForm == hollin::ImageReport::kBinary;
-        if (mInputs == Inputs::kTexts && isImage)
+        if (mInputs == Inputs::kTexts && !IsText(report))
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
-        if (IsText(file, report))
+        if (IsText(report))
             WarnAboutText(file, mOptions.mLoad.mCodePage);
-        LoadCounts counts;
-        if (!file.mBytes.empty()) // an empty file is a text without entries
-        {
-            RequireFit(report, file);
-            counts = LoadFile(file, report, mOptions.mLoad, &mTable);
-            if (report.mMajor < 2)
-                RequireRoom(mTable, file.mName);
-        }
+        RequireFit(report, file);
+        const LoadCounts counts = LoadFile(file, report, mOptions.mLoad, &mTable);
+        if (report.mMajor < 2)
+            RequireRoom(mTable, file.mName);
         mLocale = report.mLocale.empty() ? mLocale : report.mLocale;
         if (mOptions.mVerbose)
             Report(file.mName, Counted(counts.mTexts, "text") + ", " +

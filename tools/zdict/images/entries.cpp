@@ -9,15 +9,23 @@ hollin::ImageReport CheckFile(const InputFile& file, CodePage codePage)
 {
     const TextBytes text(file, codePage);
     platform::SetActiveCodePage(text.mCodePage);
+    if (file.mBytes.empty())
+        return hollin::ImageReport(); // of a text without lines
     hollin::ImageReport report = hollin::CheckImage(text.mBytes, text.mSize);
     if (text.mBytes != file.mBytes.data())
         report.mForm = hollin::ImageReport::kText; // no image begins with a byte-order mark
     return report;
 }
 
-bool IsText(const InputFile& file, const hollin::ImageReport& report)
+bool IsText(const hollin::ImageReport& report)
 {
-    return report.mForm == hollin::ImageReport::kText && !file.mBytes.empty();
+    return report.mForm == hollin::ImageReport::kText;
+}
+
+std::string KeyOf(const std::string& literal)
+{
+    const std::size_t begin = literal.compare(0, 3, "$$$") == 0 ? 3 : 0;
+    return literal.substr(begin, literal.find('=') - begin);
 }
 
 std::string DamageOf(const hollin::ImageReport& report)

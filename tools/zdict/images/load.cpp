@@ -30,7 +30,7 @@ void ReportDouble(std::string_view key, const InputFile& file)
 void ReportLines(const InputFile& file, const std::vector<LineNote>& notes)
 {
     for (const LineNote& note : notes)
-        Report(file.mName, "line " + std::to_string(note.mLine) + ": " + note.mWhat);
+        ReportAt(file.mName + ":" + std::to_string(note.mLine), note.mWhat);
 }
 
 LoadCounts LoadTextFile(const InputFile& file, const LoadOptions& options, EntryTable* table)
@@ -218,7 +218,7 @@ hollin::ImageReport FormOf(const InputFile& file, CodePage codePage)
 LoadCounts LoadFile(const InputFile& file, const hollin::ImageReport& report,
                     const LoadOptions& options, EntryTable* table)
 {
-    if (IsText(file, report))
+    if (IsText(report))
         return LoadTextFile(file, options, table);
     if (report.mDamaged)
         throw Failure{kFaulty, file.mName, DamageOf(report)};

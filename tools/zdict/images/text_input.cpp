@@ -18,6 +18,7 @@
 namespace
 {
 const std::size_t kNowhere = SIZE_MAX;
+const unsigned char kNoByte = 0; // of an empty file, whose bytes may be a null pointer
 
 // A fault that makes the whole text unusable, and the offset of its byte.
 struct Fault
@@ -217,7 +218,8 @@ std::size_t EstimateLines(const TextBytes& text)
 } // namespace
 
 TextBytes::TextBytes(const InputFile& file, CodePage codePage)
-    : mBytes(file.mBytes.data()), mSize(file.mBytes.size()), mCodePage(codePage.mNumber)
+    : mBytes(file.mBytes.empty() ? &kNoByte : file.mBytes.data()), mSize(file.mBytes.size()),
+      mCodePage(codePage.mNumber)
 {
     const auto begins = [&](std::initializer_list<unsigned char> mark) {
         return mSize >= mark.size() && std::equal(mark.begin(), mark.end(), mBytes);

@@ -78,6 +78,8 @@ std::size_t AppendCharacter(const std::uint16_t* units, const std::uint16_t* end
     }
     if (const char escape = EscapeOf(unit))
         line->insert(line->end(), {'\\', static_cast<std::uint16_t>(escape)});
+    else if (unit == '^' && BeginsNotation(unit, next))
+        line->insert(line->end(), {'^', '^'});
     else if (IsUnfitForFiles(unit) || BeginsNotation(unit, next) ||
              platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit))
         AppendNumber(unit, line);

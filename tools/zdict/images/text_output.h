@@ -16,8 +16,8 @@ const char* KeyProblem(const std::string& key);
 // Appends the line of an entry, with a line feed. A reader reads the same key and text.
 //
 // Characters that a reader would change are written as notations: line ends, tabs and
-// double quotes with a backslash, all others by number, as #{5E}. A caret before a digit
-// is not changed, as readers keep parameters.
+// double quotes with a backslash, a caret twice, all others by number, as #{5C}. A caret before a
+// digit is not changed, as readers keep parameters.
 //
 // REQUIRES: KeyProblem(key) is null.
 void AppendLine(std::string_view key, UnitView text, Units* line);

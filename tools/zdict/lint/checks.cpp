@@ -15,7 +15,7 @@ const CheckInfo kChecks[] = {
     {LintCheck::kNotATextForm, "not-a-text-form", kError, false,
      "the file has another form, such as PO or JSON"},
     {LintCheck::kEncoding, "encoding", kError, false,
-     "bytes that are no characters, or a NUL, which ends the text"},
+     "bytes that are no characters, or a NUL, which ends the line"},
     {LintCheck::kBadPrefix, "bad-prefix", kError, false, "the key begins with $, but not with $$$"},
     {LintCheck::kNoEquals, "no-equals", kWarning, false, "without a =, the whole line is a key"},
     {LintCheck::kTextBeforeQuote, "text-before-quote", kError, false,
@@ -39,7 +39,7 @@ const CheckInfo kChecks[] = {
     {LintCheck::kUnknownMarker, "unknown-marker", kError, false,
      "a marker is misspelt and stays in the text"},
     {LintCheck::kMarkerOrder, "marker-order", kError, false,
-     "{{*MSWindows*}} in a note drops the text before it"},
+     "{{*MSWindows*}} in a note, or a second one in the text"},
     {LintCheck::kPlaceGap, "place-gap", kWarning, false,
      "^2 without ^1 and so on: the places after a gap aren't filled"},
     {LintCheck::kPlaceRepeated, "place-repeated", kError, false,
@@ -105,6 +105,14 @@ CheckSet::CheckSet(const std::vector<std::string>& only, const std::vector<std::
         mOn.set(static_cast<std::size_t>(Named(name).mCheck));
     for (const std::string& name : off)
         mOn.reset(static_cast<std::size_t>(Named(name).mCheck));
+}
+
+std::vector<std::string> NamesOfChecks()
+{
+    std::vector<std::string> names;
+    for (const CheckInfo& info : kChecks)
+        names.push_back(info.mName);
+    return names;
 }
 
 std::string ListOfChecks()

@@ -87,6 +87,8 @@ private:
     std::bitset<static_cast<std::size_t>(LintCheck::kCount)> mOn;
 };
 
+std::vector<std::string> NamesOfChecks();
+
 // Returns the table of all checks, a line each.
 std::string ListOfChecks();
 

@@ -1,16 +1,26 @@
 #include "lint/form_judge.h"
 
+#include <algorithm>
+
 #include "lint/units.h"
 #include "messages.h"
 
 namespace
 {
-const std::size_t kFewestLines = 3; // of a file that is judged by the count of its lines
+const std::size_t kFewestLines = 3; // of a file whose bare words are judged
 
 bool IsOfPO(std::u16string_view line)
 {
     return line.substr(0, 6) == u"msgid " || line.substr(0, 7) == u"msgstr " ||
            line.substr(0, 8) == u"msgctxt ";
+}
+
+// Returns whether the line is a head of a section, as [general].
+bool IsSection(std::u16string_view line)
+{
+    line = line.substr(0, line.size() - BlankEnd(line));
+    return line.size() > 2 && line.front() == '[' && line.back() == ']' &&
+           line.find_first_of(u"\",{") == std::u16string_view::npos;
 }
 } // namespace
 
@@ -24,13 +34,22 @@ void FormJudge::Add(const RawLine& line)
         mFirst = units[head];
     ++mLines;
     mOfPO += IsOfPO(units) ? 1 : 0;
+    mPrefixed += line.mHasPrefix ? 1 : 0;
+    mSections += IsSection(units.substr(head)) ? 1 : 0;
     const bool hasTextBefore = line.mOpens && head + 1 != line.mEntry;
-    const bool isFit = line.mHasPrefix || (line.mHasEquals && !hasTextBefore);
-    mUnfit += isFit ? 0 : 1;
+    const std::u16string_view key = line.View(line.mKey, line.mKeyEnd);
+    const bool hasBlank = std::any_of(key.begin(), key.end(), IsBlank);
+    if (line.mHasPrefix || (line.mHasEquals && !hasTextBefore && !hasBlank))
+        return;
+    ++mUnfit;
+    const bool isForeign = units.substr(head).find_first_of(u" \t;,:()") != std::u16string::npos;
+    mForeign += isForeign ? 1 : 0;
 }
 
 std::string FormJudge::OtherForm() const
 {
+    if (mSections && !mPrefixed)
+        return "it seems to be an INI file";
     if (mUnfit * 2 <= mLines)
         return std::string();
     if (mOfPO)
@@ -39,7 +58,7 @@ std::string FormJudge::OtherForm() const
         return "it seems to be JSON";
     if (mFirst == '<')
         return "it seems to be XML (see zdict import for XLIFF)";
-    if (mLines < kFewestLines)
+    if (mLines < kFewestLines && mForeign != mLines)
         return std::string();
     return std::to_string(mUnfit) + " of its " + Counted(mLines, "line") + " aren't key=text";
 }

@@ -26,9 +26,18 @@ const CodePageRow kRows[] = {
     {1258, " vi "},
 };
 
+const unsigned int kLatinOfSerbia = 1250;
+const unsigned int kCyrillic = 1251;
+
 bool IsSeparator(char unit)
 {
-    return unit == '_' || unit == '-' || unit == '.';
+    return unit == '_' || unit == '-' || unit == '.' || unit == '@';
+}
+
+// Returns whether a locale names a script, as in sr_Latn_RS, or by a modifier, as in sr_RS@latin.
+bool NamesScript(const std::string& locale, const char* code, const char* modifier)
+{
+    return locale.find(code) != std::string::npos || locale.find(modifier) != std::string::npos;
 }
 
 // Returns the part of the name before the last of the characters, or all of it.
@@ -49,6 +58,10 @@ unsigned int CodePageOfLocale(const std::string& locale)
                                    locale.find("Hant") != std::string::npos;
         return isTraditional ? 950 : 936;
     }
+    if (language == "sr" && NamesScript(locale, "Latn", "@latin"))
+        return kLatinOfSerbia;
+    if (NamesScript(locale, "Cyrl", "@cyrillic"))
+        return kCyrillic;
     const std::string pattern = " " + language + " ";
     for (const CodePageRow& row : kRows)
     {
@@ -69,7 +82,7 @@ std::string LocaleOfFile(const std::string& fileName)
         std::string end = name.substr(start);
         const std::size_t length = static_cast<std::size_t>(
             std::find_if(end.begin(), end.end(), IsSeparator) - end.begin());
-        const bool isRegion = length == end.size() || end.size() - length <= 8;
+        const bool isRegion = length == end.size() || end.size() - length <= 9; // _Latn_RS
         if (length == 2 && isRegion && CodePageOfLocale(end))
             return end;
         const std::size_t separator = name.find_first_of("_-.", start);

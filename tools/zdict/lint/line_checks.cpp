@@ -103,7 +103,10 @@ bool LineChecker::CheckLine(const RawLine& line)
     mLine = &line;
     CheckQuotes();
     if (line.mMalformed != kNone)
-        Add(LintCheck::kEncoding, line.mMalformed, "the bytes aren't UTF-8 (see --code-page)");
+        Add(LintCheck::kEncoding, line.mMalformed,
+            win32::GetACP() == win32::kCodePageUTF8 && !line.mIsUTF16
+                ? "the bytes aren't UTF-8 (see --code-page)"
+                : "it is no character");
     if (line.mHasBadPrefix)
     {
         Add(LintCheck::kBadPrefix, line.mEntry, "the key begins with $, but not with $$$");
@@ -258,13 +261,17 @@ void LineChecker::CheckMarkers(const TextParts& parts)
                           " is no marker and stays in the text");
             ++reported;
         }
-        at = isMarker || isMisspelt ? std::max(rest.find_first_not_of(u'{') + at, at + 1) : at + 1;
+        const std::size_t name = rest.find_first_not_of(isMarker ? u"{" : u"{* ");
+        at += isMarker || isMisspelt ? std::min(name, rest.size()) : 1;
     }
     // Look-ups apply the marker of a platform before that of a note.
     const std::size_t comment = hollin::FindMarker(text, hollin::kCommentMarker, 0);
     if (comment < parts.mVariantEnd)
         AddInText(LintCheck::kMarkerOrder, parts.mVariantEnd,
                   "{{*MSWindows*}} in the note drops the text before it");
+    const std::size_t second = hollin::FindMarker(text, hollin::kMSWindowsMarker, parts.mShown);
+    if (parts.mShown && second < parts.mShownEnd)
+        AddInText(LintCheck::kMarkerOrder, second, "a second {{*MSWindows*}} stays in the text");
 }
 
 void LineChecker::CheckPlaces(const TextParts& parts)
@@ -340,7 +347,9 @@ void CheckEnd(const std::string& file, const TextScanner& scanner, std::uint64_t
 {
     if (scanner.NulLine())
         findings->Add({LintCheck::kEncoding, file, scanner.NulLine(), scanner.NulColumn(),
-                       std::string(), "a NUL ends the text (UTF-16 without a byte-order mark?)"});
+                       std::string(),
+                       std::string("a NUL ends the ") + (scanner.NulEndsText() ? "text" : "line") +
+                           " (UTF-16 without a byte-order mark?)"});
     else if (scanner.EndsInsideUnit())
         findings->Add({LintCheck::kEncoding, file, std::max<std::uint64_t>(lastLine, 1), 1,
                        std::string(), "the text ends inside a character"});

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "lint/units.h"
+
 namespace
 {
 const std::size_t kNone = std::u16string_view::npos;
@@ -43,15 +45,15 @@ std::size_t FieldLength(std::u16string_view text, std::size_t at)
     const auto skip = [&](std::u16string_view units) {
         next = std::min(text.find_first_not_of(units, next), text.size());
     };
-    skip(u"-+#0123456789.*$'");
+    skip(u"-+# 0123456789.*$'");
     skip(u"hlLzjtq");
     const bool isConversion =
         next < text.size() && std::u16string_view(u"diouxXeEfFgGaAcsp").find(text[next]) != kNone;
     return isConversion ? next + 1 - at : 0;
 }
 
-// A percent sign after a digit, or after a digit and a blank, is the sign of a percentage.
-bool IsPercentage(std::u16string_view text, std::size_t at)
+// Returns whether a number is before a percent sign, directly or with a blank.
+bool FollowsNumber(std::u16string_view text, std::size_t at)
 {
     const auto isBlank = [](char16_t unit) {
         return unit == ' ' || unit == 0xA0 || unit == 0x202F;
@@ -60,6 +62,15 @@ bool IsPercentage(std::u16string_view text, std::size_t at)
         --at;
     // The digit may belong to a place, as in ^1%.
     return at && IsDigit(text[at - 1]);
+}
+
+// Returns whether the units that look like a field are the sign of a percentage: a blank or more
+// letters follow the sign, as in "50% of", "5 %ig" and "half % done".
+bool IsPercentage(std::u16string_view text, std::size_t at, std::size_t length)
+{
+    const bool hasBlank = text.substr(at, length).find(' ') != kNone;
+    const bool isInWord = at + length < text.size() && IsWordUnit(text[at + length]);
+    return FollowsNumber(text, at) ? hasBlank || isInWord : hasBlank && isInWord;
 }
 
 // The sign in an address such as name@2host.example is none of a place.
@@ -95,8 +106,8 @@ Parameters::Parameters(std::u16string_view text) : mText(text)
             place.mFormatEnd = at + 2; // a percent sign itself
         else if (const std::size_t length = FieldLength(text, at))
         {
-            isPlace = !IsPercentage(text, at);
-            place.mEnd = place.mFormatEnd = at + length;
+            isPlace = !IsPercentage(text, at, length);
+            place.mEnd = place.mFormatEnd = at + (isPlace ? length : 1);
         }
         if (isPlace)
             mAll.push_back(place);
@@ -111,6 +122,19 @@ const Parameter* Parameters::Find(Parameter::Kind kind, char16_t digit) const
     };
     const auto found = std::find_if(mAll.begin(), mAll.end(), matches);
     return found == mAll.end() ? nullptr : &*found;
+}
+
+std::vector<std::size_t> MnemonicsOf(std::u16string_view text)
+{
+    std::vector<std::size_t> found;
+    for (std::size_t at = text.find(u'&'); at != kNone && at + 1 < text.size();
+         at = text.find(u'&', at))
+    {
+        if (IsWordUnit(text[at + 1]) || IsDigit(text[at + 1]))
+            found.push_back(at);
+        at += text[at + 1] == ' ' ? 1 : 2;
+    }
+    return found;
 }
 
 bool Parameters::HasFields() const

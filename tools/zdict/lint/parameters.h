@@ -47,8 +47,8 @@ struct Parameters
     // Returns the first place of a kind and a digit, or null.
     const Parameter* Find(Parameter::Kind kind, char16_t digit) const;
 
-    // Returns whether the text is a format of printf. A percent sign after a number isn't a
-    // field, as in 50%.
+    // Returns whether the text is a format of printf. The sign of a percentage isn't a field, as
+    // in 50% of.
     bool HasFields() const;
 };
 
@@ -64,5 +64,9 @@ struct Field
 
 // Returns the fields of a text that is a format of printf.
 std::vector<Field> FieldsOf(std::u16string_view text);
+
+// Returns where the marks of letters of menus are: & before any character but a blank, where && is
+// one sign.
+std::vector<std::size_t> MnemonicsOf(std::u16string_view text);
 
 #endif

@@ -57,6 +57,58 @@ std::size_t CountUnits(std::string_view wellFormed)
     }
     return count;
 }
+
+// Each of the functions returns the offset in units of the first bytes that are no character, or
+// npos.
+std::size_t FindMalformedUTF8(std::string_view text)
+{
+    const std::size_t head = WellFormedHead(text);
+    return head == text.size() ? std::u16string::npos : CountUnits(text.substr(0, head));
+}
+
+std::size_t FindLoneSurrogate(std::u16string_view units)
+{
+    for (std::size_t i = 0; i < units.size(); ++i)
+    {
+        const bool isPair = platform::IsHighSurrogate(units[i]) && i + 1 < units.size() &&
+                            platform::IsLowSurrogate(units[i + 1]);
+        if (!isPair && (platform::IsHighSurrogate(units[i]) || platform::IsLowSurrogate(units[i])))
+            return i;
+        i += isPair ? 1 : 0;
+    }
+    return std::u16string::npos;
+}
+
+// Returns the bytes of the units in the active code page.
+std::string InCodePage(std::u16string_view units)
+{
+    const std::size_t kMostBytes = 2; // of a unit
+    const std::vector<unsigned short> copy(units.begin(), units.end());
+    std::string bytes(units.size() * kMostBytes, '\0');
+    const int size =
+        win32::WideCharToMultiByte(win32::GetACP(), 0, copy.data(), static_cast<int>(copy.size()),
+                                   bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr);
+    bytes.resize(static_cast<std::size_t>(size));
+    return bytes;
+}
+
+// Bytes that are no character of the code page have become its default character. Some
+// characters have several forms in bytes.
+std::size_t FindLostBytes(std::string_view text, std::u16string_view units)
+{
+    const std::u16string_view kDefaults(u"\u30FB?\uFFFD\0", 4);
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < units.size() && at < text.size(); ++i)
+    {
+        const auto lead = static_cast<unsigned char>(text[at]);
+        const std::size_t length = win32::IsDBCSLeadByteEx(win32::GetACP(), lead) ? 2 : 1;
+        if (lead >= 0x80 && kDefaults.find(units[i]) != std::u16string::npos &&
+            InCodePage(units.substr(i, 1)) != text.substr(at, length))
+            return i;
+        at += length;
+    }
+    return std::u16string::npos;
+}
 } // namespace
 
 std::string RawLine::Key() const
@@ -70,7 +122,7 @@ std::string RawLine::Key() const
 
 std::uint64_t RawLine::ColumnOf(std::size_t offset) const
 {
-    std::uint64_t column = 1;
+    std::uint64_t column = mColumnsBefore + 1;
     for (std::size_t i = 0; i < offset; ++i)
     {
         const bool isSecond =
@@ -127,12 +179,23 @@ bool TextScanner::Next(RawLine* line)
         units.clear();
         *line = RawLine();
         line->mUnits = std::move(units);
+        line->mIsUTF16 = mUnitSize == 2;
+        line->mColumnsBefore = mLastEnder ? 0 : mCutColumns;
         if (!(mUnitSize == 2 ? ReadUnits(line, &ender) : ReadBytes(line, &ender)))
             return false;
         CountLine(line, ender);
     } while (line->mUnits.empty());
     ParseParts(line);
     return true;
+}
+
+void TextScanner::NoteNul(const RawLine& line)
+{
+    mNulEndsText |= line.mUnits.empty();
+    if (mNulLine)
+        return;
+    mNulLine = mLine + 1;
+    mNulColumn = line.ColumnOf(line.mUnits.size());
 }
 
 bool TextScanner::ReadUnits(RawLine* line, char16_t* ender)
@@ -146,11 +209,8 @@ bool TextScanner::ReadUnits(RawLine* line, char16_t* ender)
         {
             *ender = unit;
             mCursor = unit || !line->mUnits.empty() ? mCursor + 2 : mEnd;
-            if (!unit && !mNulLine)
-            {
-                mNulLine = mLine + 1;
-                mNulColumn = line->ColumnOf(line->mUnits.size());
-            }
+            if (!unit)
+                NoteNul(*line);
             return unit || !line->mUnits.empty();
         }
         line->mUnits.push_back(unit);
@@ -165,11 +225,8 @@ bool TextScanner::ReadBytes(RawLine* line, char16_t* ender)
     const auto size = static_cast<std::size_t>(end - mCursor);
     *ender = end == mEnd ? 0 : *end;
     Convert(mCursor, size, line);
-    if (end != mEnd && !*end && !mNulLine)
-    {
-        mNulLine = mLine + 1;
-        mNulColumn = line->ColumnOf(line->mUnits.size());
-    }
+    if (end != mEnd && !*end)
+        NoteNul(*line);
     if (!size && !*ender)
     {
         mCursor = mEnd;
@@ -217,15 +274,17 @@ void TextScanner::Convert(const unsigned char* bytes, std::size_t size, RawLine*
         win32::MultiByteToWideChar(win32::GetACP(), 0, text.data(), static_cast<int>(size),
                                    mConverted.data(), static_cast<int>(size));
     line->mUnits.assign(mConverted.begin(), mConverted.begin() + count);
-    const std::size_t head = mIsUTF8 ? WellFormedHead(text) : size;
-    if (head != size)
-        line->mMalformed = CountUnits(text.substr(0, head));
+    line->mMalformed = mIsUTF8 ? FindMalformedUTF8(text) : FindLostBytes(text, line->mUnits);
 }
 
 void TextScanner::CountLine(RawLine* line, char16_t ender)
 {
-    if (!line->mUnits.empty() || ender != '\n' || mLastEnder != '\r')
+    const bool isSecondHalf = line->mUnits.empty() && ender == '\n' && mLastEnder == '\r';
+    if (!isSecondHalf && mLastEnder)
         ++mLine;
     mLastEnder = ender;
+    mCutColumns = ender ? 0 : line->ColumnOf(line->mUnits.size());
     line->mNumber = mLine;
+    if (line->mIsUTF16)
+        line->mMalformed = FindLoneSurrogate(line->mUnits);
 }

@@ -34,8 +34,12 @@ struct RawLine
     bool mHasBadPrefix = false; // "$" without "$$$": loads skip the line
     bool mHasEquals = false;
 
-    // The offset of the first bytes that aren't UTF-8, though the text is in it.
+    bool mIsUTF16 = false; // the text, else it is in a code page
+
+    // The offset of the first bytes that are no character of the text's coding.
     std::size_t mMalformed = std::u16string::npos;
+
+    std::uint64_t mColumnsBefore = 0; // of the file's line, which a NUL has cut
 
     // The low byte of each unit, as keys are stored.
     std::string Key() const;
@@ -69,6 +73,7 @@ public:
     // The line and the column of the first NUL that was read; 0 if there was none.
     std::uint64_t NulLine() const { return mNulLine; }
     std::uint64_t NulColumn() const { return mNulColumn; }
+    bool NulEndsText() const { return mNulEndsText; } // else a line
 
     // Returns whether the text ends with half a unit.
     bool EndsInsideUnit() const { return mUnitSize == 2 && (mEnd - mBegin) % 2; }
@@ -79,8 +84,10 @@ private:
     bool ReadUnits(RawLine* line, char16_t* ender);
     bool ReadBytes(RawLine* line, char16_t* ender);
     void Convert(const unsigned char* bytes, std::size_t size, RawLine* line);
+    void NoteNul(const RawLine& line);
 
-    // Counts a line as the reader does: a carriage return with a line feed is one line end.
+    // Counts a line as an editor does: a carriage return with a line feed is one line end, and a
+    // NUL is none.
     void CountLine(RawLine* line, char16_t ender);
 
     const unsigned char* mBegin;
@@ -91,9 +98,11 @@ private:
     bool mIsUTF8 = false;
     std::vector<unsigned short> mConverted;
     std::uint64_t mLine = 0;
-    char16_t mLastEnder = 0;
+    char16_t mLastEnder = '\n';
+    std::uint64_t mCutColumns = 0; // up to the NUL that ended the last line
     std::uint64_t mNulLine = 0;
     std::uint64_t mNulColumn = 0;
+    bool mNulEndsText = false;
 };
 
 // Finds the parts of a line. REQUIRES: the line's units are set, its other members as constructed.

@@ -1,6 +1,8 @@
 #include "lint/translation_checks.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <map>
 
 #include <hollin/Markers.h>
@@ -21,6 +23,12 @@ std::u16string_view Shown(const ExpandedText& text, const TextParts& parts)
     return std::u16string_view(text.Units()).substr(parts.mShown, parts.mShownEnd - parts.mShown);
 }
 
+std::u16string WithoutYear(std::u16string_view text)
+{
+    const std::u16string all(text);
+    return hollin::WithBuildYear(all, hollin::FindMarker(all, hollin::kCopyYearMarker, 0), "-");
+}
+
 // Returns whether the text has a word of letters. Parameters, names in capital letters, and short
 // words, which may be units, don't count.
 bool HasWord(std::u16string_view text)
@@ -36,20 +44,6 @@ bool HasWord(std::u16string_view text)
             return true;
     }
     return false;
-}
-
-// The marks of letters of menus: & before any character but a blank, where && is one sign.
-std::vector<std::size_t> MnemonicsOf(std::u16string_view text)
-{
-    std::vector<std::size_t> found;
-    for (std::size_t at = text.find(u'&'); at != kNone && at + 1 < text.size();
-         at = text.find(u'&', at))
-    {
-        if (IsWordUnit(text[at + 1]) || (text[at + 1] >= '0' && text[at + 1] <= '9'))
-            found.push_back(at);
-        at += text[at + 1] == ' ' ? 1 : 2;
-    }
-    return found;
 }
 
 struct LineEnds
@@ -91,9 +85,24 @@ std::u16string WithoutReturns(std::u16string_view text)
     return result;
 }
 
-std::string Named(std::u16string_view blanks)
+std::string Named(std::u16string_view format)
 {
-    return blanks.empty() ? "none" : QuotedUnits(blanks);
+    return format.empty() ? "none" : QuotedUnits(format);
+}
+
+// Returns the blanks as they are written in a line, so that a reader tells them apart.
+std::string NamedBlanks(std::u16string_view blanks)
+{
+    std::string written;
+    for (const char16_t blank : blanks)
+    {
+        const char* const controls = "\tt\nn\rr";
+        const char* const control = blank < ' ' ? std::strchr(controls, blank) : nullptr;
+        char number[sizeof "#{2009}"];
+        std::snprintf(number, sizeof number, "#{%X}", static_cast<unsigned int>(blank));
+        written += blank == ' ' ? " " : control ? std::string("\\") + control[1] : number;
+    }
+    return blanks.empty() ? "none" : "\"" + written + "\"";
 }
 
 // Checks one text.
@@ -174,6 +183,13 @@ void PairChecker::CheckLength()
                 std::to_string(longest) + " of the English text");
 }
 
+// The check of the line reports a wrong format.
+bool HasFormatProblem(const Parameters& places, const Parameter& place)
+{
+    const std::u16string_view format = places.Format(place);
+    return !format.empty() && FormatProblem(format);
+}
+
 void PairChecker::CheckPlaces()
 {
     if (mEnglish.find_first_of(u"^@") == kNone && mText.find_first_of(u"^@") == kNone)
@@ -202,7 +218,7 @@ void PairChecker::CheckPlaces()
         else if (own.Written(*found) != english.Written(place))
             Add(LintCheck::kPlaceChanged, found->mBegin,
                 UTF8Of(own.Written(*found)) + " is " + written + " in English");
-        else if (own.Format(*found) != english.Format(place))
+        else if (own.Format(*found) != english.Format(place) && !HasFormatProblem(own, *found))
             Add(LintCheck::kNumberFormat, found->mBegin,
                 "the number format is " + Named(own.Format(*found)) + ", in English " +
                     Named(english.Format(place)));
@@ -298,12 +314,14 @@ void PairChecker::CheckBlanks()
     };
     if (isOther(englishHead, ownHead))
         Add(LintCheck::kBlanks, 0,
-            "the blanks at the start are " + Named(ownHead) + ", in English " + Named(englishHead));
+            "the blanks at the start are " + NamedBlanks(ownHead) + ", in English " +
+                NamedBlanks(englishHead));
     const std::u16string_view englishEnd = mEnglish.substr(mEnglish.size() - BlankEnd(mEnglish));
     const std::u16string_view ownEnd = mText.substr(mText.size() - BlankEnd(mText));
     if (ownHead.size() != mText.size() && isOther(englishEnd, ownEnd))
         Add(LintCheck::kBlanks, mText.size() - ownEnd.size(),
-            "the blanks at the end are " + Named(ownEnd) + ", in English " + Named(englishEnd));
+            "the blanks at the end are " + NamedBlanks(ownEnd) + ", in English " +
+                NamedBlanks(englishEnd));
 }
 
 void PairChecker::CheckLineEnds()
@@ -399,7 +417,7 @@ bool TextPair::IsOutdated(std::string* oldEnglish) const
 
 bool TextPair::IsUntranslated() const
 {
-    return Translation() == English() && HasWord(English());
+    return Translation() == English() && HasWord(WithoutYear(English()));
 }
 
 void LintTranslation(const LintedFile& english, const LintedFile& translation, Findings* findings)

@@ -16,6 +16,7 @@ const std::size_t kNone = std::u16string::npos;
 
 const std::u16string_view kPlain = u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 const std::u16string_view kAccented = u"àƀçđéƒĝĥîĵķļɱñöþǫŕšţûṽŵẋýžÀƁÇĐÉƑĜĤÎĴĶĻṀÑÖÞǪŔŠŢÛṼŴẊÝŽ";
+const std::u16string_view kBeforeOption = u"[(|,/\"'\u201C\u2018";
 const std::u16string_view kPadding = u" one two three four five six seven eight nine ten";
 
 // A right-to-left mark and an override, and the end of the override and a mark.
@@ -36,6 +37,17 @@ char16_t Accented(char16_t unit)
     return index == kNone ? unit : kAccented[index];
 }
 
+bool IsDigit(char16_t unit)
+{
+    return unit >= '0' && unit <= '9';
+}
+
+// Returns whether a name in an address, an option or an entity may have the unit.
+bool IsOfName(char16_t unit)
+{
+    return IsWordUnit(unit) || IsDigit(unit) || unit == '-' || unit == '_';
+}
+
 // What the units of a text are.
 enum class Use : char
 {
@@ -49,8 +61,9 @@ class Uses
 public:
     Uses(std::u16string_view text) : mText(text), mUses(text.size(), Use::kText)
     {
-        MarkAddresses();
-        MarkOptions();
+        MarkRuns();
+        MarkTags();
+        MarkEntities();
         Mark(text.find(u" \b"), kNone, Use::kKept);
         MarkPlaces();
         const std::string_view year = hollin::kCopyYearMarker;
@@ -79,27 +92,71 @@ private:
             mUses[i] = use;
     }
 
-    // Marks runs without blanks that hold "://".
-    void MarkAddresses()
+    // Marks the addresses and the options of command lines among the runs without blanks.
+    void MarkRuns()
     {
-        for (std::size_t at = mText.find(u"://"); at != kNone; at = mText.find(u"://", at + 1))
+        for (std::size_t begin = 0; begin < mText.size();)
         {
-            std::size_t begin = at;
-            while (begin && IsWordUnit(mText[begin - 1]))
-                --begin;
-            Mark(begin, EndOfRun(at), Use::kKept);
+            const std::size_t end = EndOfRun(begin);
+            MarkAddress(begin, end);
+            MarkOption(begin, end);
+            begin = end + 1;
         }
     }
 
-    // Marks words that begin with two hyphens.
-    void MarkOptions()
+    // Marks https://host.example/page, www.host.example and name@host.example. Quotes and
+    // brackets may be around an address.
+    void MarkAddress(std::size_t begin, std::size_t end)
     {
-        for (std::size_t at = mText.find(u"--"); at != kNone; at = mText.find(u"--", at + 1))
+        while (begin != end && !IsOfName(mText[begin]))
+            ++begin;
+        while (begin != end && !IsOfName(mText[end - 1]) && mText[end - 1] != '/')
+            --end;
+        const std::u16string_view run = mText.substr(begin, end - begin);
+        const std::size_t sign = run.find(u'@');
+        const bool isMail = sign != kNone && sign && !IsDigit(run[sign - 1]) &&
+                            run.find(u'.', sign) != kNone && IsOfName(run[sign - 1]);
+        if (run.find(u"://") != kNone || run.substr(0, 4) == u"www." || isMail)
+            Mark(begin, end, Use::kKept);
+    }
+
+    // Marks -v, --verbose and the name in --size=SIZE, also after [ and in lists such as -v|-q.
+    void MarkOption(std::size_t begin, std::size_t end)
+    {
+        for (std::size_t at = mText.find(u'-', begin); at < end; at = mText.find(u'-', at))
         {
-            const auto isOfName = [](char16_t unit) { return IsWordUnit(unit) || unit == '-'; };
-            const auto begin = mText.begin() + static_cast<std::ptrdiff_t>(at);
-            const auto end = std::find_if_not(begin, mText.end(), isOfName);
-            Mark(at, static_cast<std::size_t>(end - mText.begin()), Use::kKept);
+            const bool isHead = at == begin || kBeforeOption.find(mText[at - 1]) != kNone;
+            std::size_t last = at;
+            while (last != end && (IsOfName(mText[last])))
+                ++last;
+            if (isHead && mText.substr(at, last - at).find_first_not_of('-') != kNone)
+                Mark(at, last, Use::kKept);
+            at = last;
+        }
+    }
+
+    // Marks <b>, </b> and <br/>, with their attributes.
+    void MarkTags()
+    {
+        for (std::size_t at = mText.find(u'<'); at != kNone; at = mText.find(u'<', at + 1))
+        {
+            const std::size_t name = at + 1 + (mText.substr(at + 1, 1) == u"/" ? 1 : 0);
+            const std::size_t end = mText.find_first_of(u"<>", name);
+            if (end != kNone && mText[end] == '>' && IsWordUnit(mText[name]))
+                Mark(at, end + 1, Use::kKept);
+        }
+    }
+
+    // Marks &amp; and &#169;.
+    void MarkEntities()
+    {
+        for (std::size_t at = mText.find(u'&'); at != kNone; at = mText.find(u'&', at + 1))
+        {
+            std::size_t end = at + 1;
+            while (end != mText.size() && (IsOfName(mText[end]) || mText[end] == '#'))
+                ++end;
+            if (end > at + 1 && end != mText.size() && mText[end] == ';')
+                Mark(at, end + 1, Use::kKept);
         }
     }
 
@@ -200,12 +257,17 @@ void PseudoWriter::AppendPart(std::size_t begin, std::size_t end)
 
 void PseudoWriter::AppendBody(std::size_t begin, std::size_t end, const Uses& uses)
 {
+    const std::u16string_view body = std::u16string_view(mText.Units()).substr(begin, end - begin);
+    const std::vector<std::size_t> mnemonics = MnemonicsOf(body);
     bool isOpen = false;
     for (std::size_t unit = begin; unit != end; ++unit)
     {
+        // The mark of a mnemonic stays before its letter.
+        const bool isMnemonic =
+            std::binary_search(mnemonics.begin(), mnemonics.end(), unit - begin);
         const char16_t plain = mText.Units()[unit];
         const bool isText = uses.Of(unit - begin) == Use::kText && WrittenOf(unit).size() == 1;
-        const bool isOfWord = isText && IsWordUnit(plain);
+        const bool isOfWord = isText && (IsWordUnit(plain) || isMnemonic);
         if (mDirection == Direction::kRightToLeft && isOfWord != isOpen)
         {
             mOut += isOfWord ? kOpenRightToLeft : kCloseRightToLeft;

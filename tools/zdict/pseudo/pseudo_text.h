@@ -17,8 +17,9 @@ enum class Direction
 // Returns the line of the pseudo-locale, without a line end.
 //
 // Parameters, notations, markers and the note are kept as they are written, and so are addresses,
-// options of command lines, shortcuts, and the blanks at both ends. A text without letters is
-// kept. A text whose note has a max-length gets as much of the rest as it has room for.
+// options of command lines, tags and entities, shortcuts, and the blanks at both ends. A text
+// without letters is kept. A text whose note has a max-length gets as much of the rest as it has
+// room for.
 std::u16string PseudoLine(const RawLine& line, Direction direction);
 
 #endif
