@@ -22,13 +22,14 @@ install(TARGETS ${libraries} EXPORT UTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   INCLUDES DESTINATION ${headers})
+install(TARGETS U_cpp EXPORT UTargets INCLUDES DESTINATION ${headers})
 install(TARGETS ${programs} EXPORT UTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # An installed tree may be moved as a whole.
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH $ORIGIN/${to_libraries})
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 
-install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
+install(DIRECTORY include/ adapters/cpp/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The platform's headers for hosts. Headers that only its sources share are not installed.
 install(FILES platform/control.h DESTINATION ${headers}/platform)
 set(system posix)

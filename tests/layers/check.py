@@ -29,6 +29,7 @@ ROWS = [
     ["indep/machine", "indep/contexts", "indep/data", "indep/instrumentation"],
     ["indep/crash"],
     ["indep"],
+    ["adapters"],
     ["tools/program"],
     ["adapters"],
     ["tools", "examples", "bench"],
@@ -40,9 +41,11 @@ ROWS = [
 MUTUAL = {"indep/errors", "text", "indep/U_Memory"}
 
 # Folders that stand alone, with all that they may include besides themselves. The
-# dictionary reaches the platform through its conversion hooks.
+# dictionary reaches the platform through its conversion hooks. The adapters include what is
+# installed.
 ONLY = {
     "dictionary": {"dictionary", "platform/win32", "platform/base"},
+    "adapters": {"include", "platform"},
     "tools": {"dictionary", "platform"},
 }
 
