@@ -38,17 +38,10 @@ fs::file_type TypeOf(const WIN32_FIND_DATAW& entry)
 
 std::string ProgramFile(std::error_code& error)
 {
-    std::wstring file(MAX_PATH, L'\0');
-    for (;;)
-    {
-        const DWORD room = static_cast<DWORD>(file.size());
-        const DWORD length = ::GetModuleFileNameW(nullptr, file.data(), room);
-        if (!length)
-            error = LastError();
-        if (length < room)
-            return win32::UTF8Of(file.substr(0, length));
-        file.resize(2 * file.size());
-    }
+    const std::wstring path = win32::ModulePath(nullptr);
+    if (path.empty())
+        error = LastError();
+    return win32::UTF8Of(path);
 }
 
 std::string DefaultFolder()
@@ -97,8 +90,8 @@ std::error_code ListFolder(const std::string& path, const TakeEntry& take)
     const HANDLE search =
         ::FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr,
                            FIND_FIRST_EX_LARGE_FETCH);
-    if (search == INVALID_HANDLE_VALUE)
-        return LastError();
+    if (search == INVALID_HANDLE_VALUE) // an empty root of a drive has no entry, not even "."
+        return ::GetLastError() == ERROR_FILE_NOT_FOUND ? std::error_code() : LastError();
     const std::unique_ptr<void, BOOL (*)(HANDLE)> end(
         search, [](HANDLE open) { return ::FindClose(open); });
     do
