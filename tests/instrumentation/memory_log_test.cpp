@@ -79,12 +79,13 @@ void ExpectConsistent(const Figures& row, const Figures& before)
 // Throws in the first row. In later rows an allocation of the log thread fails.
 unsigned int sMainThread = 0;
 std::atomic<int> sMeasured(0);
-thread_local std::optional<ScFailingNew> sFailing; // until the next row
+std::optional<ScFailingNew> sFailing; // of the log thread, until the next row
 
 size_t DisturbRow()
 {
     if (krobase::threads::GetCurrentThreadID() == sMainThread)
         return 0;
+    sFailing.reset();
     const int turn = sMeasured++;
     if (turn == 0)
         throw std::runtime_error("from a manager");
@@ -92,7 +93,6 @@ size_t DisturbRow()
         sFailing.emplace(turn);
     return 0;
 }
-
 } // namespace
 
 TEST(MemoryLog, RowsHaveFiguresThatAgree)
