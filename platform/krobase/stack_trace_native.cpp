@@ -94,7 +94,8 @@ Module* FindModule(const void* address)
     const DWORD flags =
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     HMODULE handle = nullptr;
-    if (!::GetModuleHandleExW(flags, static_cast<const wchar_t*>(address), &handle))
+    // The system takes a null address for the program.
+    if (!address || !::GetModuleHandleExW(flags, static_cast<const wchar_t*>(address), &handle))
         return nullptr;
     auto found = sModules.find(handle);
     if (found == sModules.end())
