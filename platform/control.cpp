@@ -28,7 +28,6 @@ void ResetAll()
     SetDebugStringSink(boost::function<void(const char*)>());
     SetAlertPresenter(AlertPresenter());
     SetModifierKeys(0);
-    kroview::EmptyClipboard();
     kroview::ForgetInputCapture();
     win32::ResetBeepCount();
     SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
@@ -40,6 +39,7 @@ void ResetAll()
     SetWallClock(boost::function<long long()>());
     SetMissingFunction(nullptr);
     tolv::ResetSwitches();
+    kroview::EmptyClipboard(); // may throw an exception of a window's procedure
 }
 
 void SetActiveCodePage(unsigned int codePage)

@@ -10,17 +10,10 @@
 
 std::string ProgramFile(std::error_code& error)
 {
-    std::wstring file(MAX_PATH, L'\0');
-    for (;;)
-    {
-        const DWORD room = static_cast<DWORD>(file.size());
-        const DWORD length = ::GetModuleFileNameW(nullptr, file.data(), room);
-        if (!length)
-            error = {win32::ErrorNumber(::GetLastError()), std::generic_category()};
-        if (length < room)
-            return win32::UTF8Of(file.substr(0, length));
-        file.resize(2 * file.size());
-    }
+    const std::wstring path = win32::ModulePath(nullptr);
+    if (path.empty())
+        error = {win32::ErrorNumber(::GetLastError()), std::generic_category()};
+    return win32::UTF8Of(path);
 }
 
 std::string DefaultFolder()

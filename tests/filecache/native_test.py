@@ -157,6 +157,14 @@ class FileCache(unittest.TestCase):
                 self.assertEqual(out, "")
                 self.assertIn("missing", err)
 
+    def test_an_empty_drive_has_no_files(self):
+        empty = os.path.join(self.work, "empty")
+        os.mkdir(empty)
+        drive = os.path.join(os.environ["WINEPREFIX"], "dosdevices", "q:")
+        os.symlink(empty, drive)
+        self.addCleanup(os.remove, drive)
+        self.assert_figure(self.run_host("Q:\\")[1], "files read", 0)
+
     def test_a_crash_makes_the_last_call_and_ends_the_process(self):
         for kind in CRASHES:
             with self.subTest(kind):

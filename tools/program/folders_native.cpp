@@ -53,8 +53,8 @@ std::error_code ListFolder(const std::string& path, const TakeEntry& take)
     const HANDLE search =
         ::FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr,
                            FIND_FIRST_EX_LARGE_FETCH);
-    if (search == INVALID_HANDLE_VALUE)
-        return LastError();
+    if (search == INVALID_HANDLE_VALUE) // an empty root of a drive has no entry, not even "."
+        return ::GetLastError() == ERROR_FILE_NOT_FOUND ? std::error_code() : LastError();
     const std::unique_ptr<void, BOOL (*)(HANDLE)> end(
         search, [](HANDLE open) { return ::FindClose(open); });
     do
