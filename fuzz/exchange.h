@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "exchange/taker.h"
+#include "files.h"
 #include "messages.h"
 #include "require.h"
 

@@ -28,16 +28,25 @@ public:
                           "export needs --format and --english (see zdict export --help)"};
         EntryTable english;
         EntryTable translations;
-        LoadAny(ReadFile(mEnglish), mCodePage, &english);
+        std::size_t bytes = Load(mEnglish, &english);
         if (!mTranslation.empty())
-            LoadAny(ReadFile(mTranslation), mCodePage, &translations);
+            bytes += Load(mTranslation, &translations);
         Catalogue catalogue = MakeCatalogue(english, mEnglish, translations, mTranslation);
         catalogue.mLocale = mLocale;
+        catalogue.mRoom = 4 * bytes; // memory that is not used is not taken
         WriteFile(mOutput, WriteCatalogue(catalogue, mFormat), Content::kText);
         return kFine;
     }
 
 private:
+    // Returns the size of the file.
+    std::size_t Load(const std::string& name, EntryTable* table) const
+    {
+        const InputFile file = ReadFile(name);
+        LoadAny(file, mCodePage, table);
+        return file.mBytes.size();
+    }
+
     std::string mFormat;
     std::string mEnglish;
     std::string mTranslation;

@@ -47,6 +47,7 @@ struct Catalogue
     std::string mTranslationFile; // for messages
     std::string mLocale;          // as de_DE, or empty
     std::function<void(const OnEntry&)> mForEach; // calls the function for each entry, in order
+    std::size_t mRoom = 0; // for the written file, so that growing copies nothing
 };
 
 // Returns the catalogue of all English texts, with their translations. A translation without an

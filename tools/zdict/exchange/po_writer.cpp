@@ -85,12 +85,14 @@ const std::size_t kBatchSize = 1 << 20;
 class MessageWriter
 {
 public:
-    MessageWriter(POForm form, const std::string& fileName, const std::string& header)
+    MessageWriter(POForm form, const std::string& fileName, const std::string& header,
+                  std::size_t room)
         : mForm(form), mFileName(fileName), mHeader(header)
     {
         Begin();
         Flush();
         mWrittenHeader = mBytes;
+        mBytes.reserve(room);
     }
 
     std::string Finish()
@@ -228,7 +230,8 @@ private:
 
 std::string WritePO(const Catalogue& catalogue, POForm form)
 {
-    MessageWriter writer(form, catalogue.mTranslationFile, HeaderOf(catalogue, form));
+    MessageWriter writer(form, catalogue.mTranslationFile, HeaderOf(catalogue, form),
+                         catalogue.mRoom);
     catalogue.mForEach([&](const CatalogueEntry& entry) { writer.Add(entry); });
     return writer.Finish();
 }

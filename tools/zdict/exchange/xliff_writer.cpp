@@ -79,6 +79,7 @@ public:
         const bool is12 = mVersion == XLIFFVersion::k12;
         const std::string version = is12 ? "1.2" : "2.0";
         const std::string target = TagOf(catalogue.mLocale);
+        mText.reserve(catalogue.mRoom);
         mXML.Open("xliff");
         mXML.Set("xmlns", "urn:oasis:names:tc:xliff:document:" + version);
         mXML.Set("version", version);
@@ -105,7 +106,8 @@ public:
             [&](const CatalogueEntry& entry) { is12 ? AddUnit12(entry) : AddUnit20(entry); });
         for (int open = is12 ? 3 : 2; open; --open)
             mXML.Close();
-        return std::move(mText) + "\n";
+        mText += '\n';
+        return std::move(mText);
     }
 
 private:
