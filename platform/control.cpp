@@ -169,6 +169,16 @@ void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
     tolv::SetHeapFailure(shouldFail);
 }
 
+bool SetHeapChecks(const char* options)
+{
+    return tolv::SetHeapChecks(options);
+}
+
+std::size_t CheckHeap()
+{
+    return tolv::VerifyAllBlocks();
+}
+
 void SetUsageError(short code)
 {
     tolv::SetUsageError(code);

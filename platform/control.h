@@ -18,6 +18,8 @@
 #ifndef PLATFORM_CONTROL_H
 #define PLATFORM_CONTROL_H
 
+#include <cstddef>
+
 #include <boost/function.hpp>
 
 #include <krobase/text.h>
@@ -143,6 +145,23 @@ PLATFORM_EXPORT void SetUserLocale(const char* localeId);
 
 // Sets whether the system's script is a double-byte script. The default is false.
 PLATFORM_EXPORT void SetDoubleByteScript(bool on);
+
+// Checks of the heap, which docs/debugging.md describes.
+
+// Switches the checks of new blocks on or off, by a text of the form of the environment variable
+// U_HEAP_CHECKS: "1" for the default checks, "0" or "" for none, or a list such as
+// "stacks=16,delay=5000,abort". Null restores the value of the variable, which is otherwise read
+// when the first heap is made.
+//
+// Returns: false for a text that is not understood; then nothing changes.
+PLATFORM_EXPORT bool SetHeapChecks(const char* options);
+
+// Verifies the guards of all checked blocks, and the freed blocks that are kept. Logs each fault
+// and repairs the guard. A debugger may call this function.
+//
+// Returns: the number of faults.
+// REQUIRES: no other thread uses the heap.
+PLATFORM_EXPORT std::size_t CheckHeap();
 
 // Input and messages.
 

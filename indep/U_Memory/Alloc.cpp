@@ -25,7 +25,9 @@ const int kCheckLine = 2033;
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
-    return Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    void* const block = Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    KeepOrigin(block, {opName, location, false, false});
+    return block;
 }
 
 // The size of a handle of another heap may not fit. Then reports and returns a negative value.

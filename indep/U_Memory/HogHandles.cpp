@@ -104,7 +104,7 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
     if (!IsHog(index))
         return RefuseHog(location);
     *out = AllocateHandle(location, flags & U_Hog_Quiet ? nullptr : opName, BlockSize(size),
-                          Clearing((flags & U_Hog_Clear) != 0));
+                          Clearing((flags & U_Hog_Clear) != 0), true);
     void** const handle = *out;
     if (!handle)
         return U_Err_OutOfMemory;

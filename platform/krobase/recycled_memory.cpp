@@ -12,6 +12,7 @@
 #include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 
+#include "private/recycled_source.h"
 #include "small_block.h"
 
 namespace krobase
@@ -26,8 +27,33 @@ const std::size_t kLargestClass = 1 << 30;
 const std::size_t kClassesPerDoubling = 8;
 const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
 
-// Freed blocks by size. If a checker watches the process, the pool keeps the sizes only: each block
-// is freed at once and allocated anew, so that the checker knows each owner of a block.
+std::atomic<const RecycledSource*> sSource(nullptr);
+
+// Whether the pool keeps freed blocks, and not only their sizes.
+bool KeepsBlocks()
+{
+    return !sSource.load(std::memory_order_acquire) && !platform::MemoryIsWatched();
+}
+
+// Returns a block of `blockSize` bytes, of which the owner has requested `size`. Null without
+// memory.
+void* NewBlock(std::size_t size, std::size_t blockSize)
+{
+    const RecycledSource* const source = sSource.load(std::memory_order_acquire);
+    void* const block = source ? source->mAllocate(size) : nullptr;
+    return block ? block : std::malloc(blockSize);
+}
+
+void FreeBlock(void* block)
+{
+    const RecycledSource* const source = sSource.load(std::memory_order_acquire);
+    if (!source || !block || !source->mFree(block))
+        std::free(block);
+}
+
+// Freed blocks by size. If a checker watches the process, or the heap is checked, the pool keeps
+// the sizes only: each block is freed at once and allocated anew, so that the checks know each
+// owner of a block.
 class Pool
 {
 public:
@@ -37,16 +63,16 @@ public:
         return *instance;
     }
 
-    // Returns a block for a size class and stores the size of the block in *size. Returns null
-    // if no block fits, or without memory. Calls `charge` before the pool's sum falls.
-    void* Take(std::size_t* size, RecycledMemory::Charge charge)
+    // Returns a block for `asked` bytes of a size class, and stores the size of the block in *size.
+    // Returns null if no block fits, or without memory. Calls `charge` before the pool's sum falls.
+    void* Take(std::size_t asked, std::size_t* size, RecycledMemory::Charge charge)
     {
         const platform::ScLock lock(mLock);
         const auto found = mBlocks.lower_bound(*size);
         if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
             return nullptr;
         if (!found->second)
-            found->second = std::malloc(found->first);
+            found->second = NewBlock(asked, found->first);
         if (!found->second)
             return nullptr;
         *size = found->first;
@@ -56,9 +82,9 @@ public:
 
     void Give(void* block, std::size_t size)
     {
-        if (platform::MemoryIsWatched())
+        if (!KeepsBlocks())
         {
-            std::free(block);
+            FreeBlock(block);
             block = nullptr;
         }
         try
@@ -146,6 +172,11 @@ std::size_t SizeClass(std::size_t size)
 }
 } // namespace
 
+void SetRecycledSource(const RecycledSource& source)
+{
+    sSource.store(&source, std::memory_order_release);
+}
+
 RecycledMemory::RecycledMemory(int size) : mBlock(nullptr), mBlockSize(0)
 {
     if (size)
@@ -171,11 +202,12 @@ void RecycledMemory::Allocate(int size, Charge charge)
     mBlockSize = 0;
     if (size < 0 || size > kLargestBlock)
         throw std::bad_alloc();
-    std::size_t blockSize = SizeClass(static_cast<std::size_t>(size));
-    void* block = Pool::Instance().Take(&blockSize, charge);
+    const std::size_t asked = static_cast<std::size_t>(size);
+    std::size_t blockSize = SizeClass(asked);
+    void* block = Pool::Instance().Take(asked, &blockSize, charge);
     if (!block)
     {
-        block = std::malloc(blockSize);
+        block = NewBlock(asked, blockSize);
         if (!block)
             throw std::bad_alloc();
         charge(blockSize);

@@ -26,17 +26,17 @@ class BlockCache
 public:
     static const std::size_t kLargest = 2048;
 
+    // Ends the caches of all threads: Take finds no block, and Give keeps no block.
+    static void End() { sEnd.store(0, std::memory_order_relaxed); }
+
     // Returns a block with a capacity of at least `size` bytes, or null. The slot of the block is
     // marked as free.
     BlockHeader* Take(std::size_t size)
     {
         const std::size_t sizeClass = Class(size);
-        if (size > kLargest || !mFirst[sizeClass])
+        if (size >= sEnd.load(std::memory_order_relaxed) || !mFirst[sizeClass])
             return nullptr;
-        BlockHeader* header = mFirst[sizeClass];
-        mFirst[sizeClass] = *Next(header);
-        --mCount[sizeClass];
-        return header;
+        return Pop(sizeClass);
     }
 
     // Returns any block, or null if the cache is empty.
@@ -44,18 +44,18 @@ public:
     {
         for (std::size_t sizeClass = 0; sizeClass < kClasses; ++sizeClass)
         {
-            if (BlockHeader* header = Take(sizeClass * kStep))
-                return header;
+            if (mFirst[sizeClass])
+                return Pop(sizeClass);
         }
         return nullptr;
     }
 
-    // Returns false, and the caller keeps the block, if the block is too large or the cache of its
-    // size class is full.
+    // Returns false, and the caller keeps the block, if the block is too large, if the cache of its
+    // size class is full, or after End.
     bool Give(BlockHeader* header, std::size_t size)
     {
         const std::size_t sizeClass = Class(size);
-        if (size > kLargest || mCount[sizeClass] == kMostPerClass)
+        if (size >= sEnd.load(std::memory_order_relaxed) || mCount[sizeClass] == kMostPerClass)
             return false;
         *Next(header) = mFirst[sizeClass];
         mFirst[sizeClass] = header;
@@ -80,9 +80,24 @@ private:
         return reinterpret_cast<BlockHeader**>(header + 1);
     }
 
+    // REQUIRES: the cache of the size class is not empty.
+    BlockHeader* Pop(std::size_t sizeClass)
+    {
+        BlockHeader* header = mFirst[sizeClass];
+        mFirst[sizeClass] = *Next(header);
+        --mCount[sizeClass];
+        return header;
+    }
+
+    // Blocks of this size and larger blocks are not kept: kLargest + 1, or 0 after End. So one
+    // comparison decides both.
+    static std::atomic<std::size_t> sEnd;
+
     BlockHeader* mFirst[kClasses] = {};
     unsigned char mCount[kClasses] = {};
 };
+
+class ThreadChecks; // of the checked heap
 
 struct alignas(platform::kCacheLine) ThreadRecord
 {
@@ -93,6 +108,7 @@ struct alignas(platform::kCacheLine) ThreadRecord
     ThreadRecord* mNext = nullptr;        // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
+    ThreadChecks* mChecks = nullptr; // null until the thread has a checked block
 };
 
 extern PLATFORM_THREAD_LOCAL(ThreadRecord*, tRecord);
