@@ -25,6 +25,7 @@ cmake -S "$here" -B "$folder/host" -DCMAKE_PREFIX_PATH="$u" -DCMAKE_CXX_COMPILER
 cmake --build "$folder/host" >"$folder/build.log" || { cat "$folder/build.log"; exit 1; }
 expect_greeting "$folder/host/host" "$folder/host/host_de.zdict"
 expect_greeting "$folder/host/host" "$folder/host/plain_de.zdict"
+expect_greeting "$folder/host/cpp_host" "$folder/host/host_de.zdict"
 "$u/bin/zdict" get "$folder/host/host_de.zdict" /QX/UOverride/LStr/0023 | grep -q "nicht gefunden" ||
     { echo "the library's texts are missing"; exit 1; }
 [[ $("$u/bin/memlog" --version) == "memlog "[0-9]* ]] || { echo "memlog does not run"; exit 1; }
