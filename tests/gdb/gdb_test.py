@@ -94,7 +94,7 @@ SPOILED = [
     ("set var *(int *) ((char *) pointers[1] - 16) = 0", ""),
     ("u live-blocks (damaged header)",
      r" +address +bytes  heap  handle\n +0x\w+ +24 +\d+  0x\w+"),
-    ("set var (*(int **) &'HogTable.cpp'::sTable)[0] = 0", ""),
+    ("set var (*(int **) &'(anonymous namespace)::sHogTable')[0] = 0", ""),
     ("u hogs", "u hogs: the table of hogs is damaged"),
     ("python slabs = gdb.lookup_static_symbol('tolv::(anonymous namespace)::sFirstSlab').value();"
      "gdb.execute(f'set var *(long *) {int(slabs.address)} = 24')", ""),

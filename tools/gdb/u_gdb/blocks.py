@@ -13,10 +13,10 @@ class Slabs:
 
     def __init__(self):
         self.type = find_type("tolv::Slab")
-        self.bytes = int(variable("tolv::kSlabBytes", "slots.h"))
+        self.bytes = int(variable("tolv::kSlabBytes"))
         self.slots = self.type["mBlocks"].type.range()[1] + 1
         self.starts = []
-        place = int(of_atomic(variable("tolv::(anonymous namespace)::sFirstSlab", "slots.cpp")))
+        place = int(of_atomic(variable("tolv::(anonymous namespace)::sFirstSlab")))
         seen = set()
         while place:
             if place % self.bytes or place in seen:
@@ -46,7 +46,7 @@ class Names:
 
     def __init__(self):
         self.header = find_type("tolv::BlockHeader")
-        self.names = variable("tolv::(anonymous namespace)::sNames", "names.cpp")
+        self.names = variable("tolv::(anonymous namespace)::sNames")
         self.known = {0: "(no name)"}
 
     def name(self, number):

@@ -78,19 +78,18 @@ class Hogs(Listing):
     """List the registered hogs with the number of their live handles and the bytes of these."""
 
     NAME = "u hogs"
-    FILE = "HogTable.cpp"
 
     def lines(self, _argument):
-        table = variable("(anonymous namespace)::sTable", self.FILE)
+        table = variable("(anonymous namespace)::sHogTable")
         if not int(table):
             raise Unreadable("the library is not alive")
-        magic = int(variable("(anonymous namespace)::kTableMagic", self.FILE))
-        count = int(of_atomic(variable("(anonymous namespace)::sCount", self.FILE)))
+        magic = int(variable("(anonymous namespace)::kTableMagic"))
+        count = int(of_atomic(variable("(anonymous namespace)::sCount")))
         if int(table["mMagic"]) != magic or count > int(table["mCapacity"]):
             raise Unreadable("the table of hogs is damaged")
         entry = find_type("(anonymous namespace)::HogEntry").pointer()
         entries = table["mEntries"].dereference().cast(entry)
-        counters = variable("(anonymous namespace)::sCounters", self.FILE)
+        counters = variable("(anonymous namespace)::sCounters")
         yield f"{'handles':>8} {'bytes':>12}  name"
         for index in range(count):
             live = int(of_atomic(self.counter(counters, index)["mLive"]))
@@ -114,11 +113,10 @@ class Threads(Listing):
         roles = {}
         for name in ("main", "render"):
             listed = f"(anonymous namespace)::s{name.capitalize()}Threads"
-            for thread in list_elements(variable(listed, "Threads.cpp")["mThreads"]):
+            for thread in list_elements(variable(listed)["mThreads"]):
                 roles.setdefault(int(thread), []).append(name)
         for name in ("UI", "PSL", "PR"):
-            thread = int(of_atomic(variable(f"(anonymous namespace)::s{name}Thread",
-                                            "Threads.cpp")))
+            thread = int(of_atomic(variable(f"(anonymous namespace)::s{name}Thread")))
             if thread != NO_THREAD:
                 roles.setdefault(thread, []).append(name)
         alive = {thread.ptid[1]: thread for thread in gdb.selected_inferior().threads()}

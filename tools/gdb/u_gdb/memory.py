@@ -1,11 +1,13 @@
 """Reads the memory and the variables of a process, and containers of the standard library."""
 
+import re
 import sys
 
 import gdb
 import gdb.types
 
 PAGE = 4096
+LIBRARY = re.compile(r"/libU(platform)?\.so[.\d]*$")
 
 
 class Unreadable(Exception):
@@ -62,10 +64,13 @@ def find_type(name):
         raise NoDebugInformation() from failure
 
 
-def variable(name, file):
-    """A variable of a source file of the library, which other files may have, too."""
+def variable(name):
+    """A static variable of the libraries. After link-time optimisation a symbol is no longer in the
+    symbol table of its source file, and other symbols of its name have no value."""
     for symbol in gdb.lookup_static_symbols(name):
-        if symbol.symtab.filename.rsplit("/", 1)[-1] == file:
+        objfile = symbol.symtab.objfile
+        file = (objfile.owner or objfile).filename
+        if LIBRARY.search(file) and symbol.addr_class != gdb.SYMBOL_LOC_OPTIMIZED_OUT:
             value = symbol.value()
             return value.referenced_value() if value.type.code == gdb.TYPE_CODE_REF else value
     raise NoDebugInformation()
