@@ -41,7 +41,6 @@ template <class Object> struct Wreck
     alignas(Object) unsigned char mBytes[sizeof(Object)];
 
     Wreck() { std::memset(mBytes, 0x41, sizeof mBytes); }
-    Object& operator*() { return reinterpret_cast<Object&>(mBytes); }
 };
 } // namespace
 

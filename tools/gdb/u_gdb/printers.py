@@ -73,8 +73,11 @@ class TreePrinter:
             yield "children", damaged(failure)
 
 
-def wrapper_tree(value):
-    return TreePrinter(value["mTree"].dereference())
+class WrapperPrinter(TreePrinter):
+    """Prints the tree that a U_AnyTreeWrapper views."""
+
+    def __init__(self, wrapper):
+        super().__init__(wrapper["mTree"].dereference())
 
 
 # Handles.
@@ -168,7 +171,7 @@ class Printers(gdb.printing.PrettyPrinter):
         (r"U_Any", text(any_value)),
         (rf"boost::property_tree::basic_ptree<{string_type('unsigned short')}, U_Any, .*>",
          TreePrinter),
-        (r"U_AnyTreeWrapper", wrapper_tree),
+        (r"U_AnyTreeWrapper", WrapperPrinter),
         (r"U_Context", ContextPrinter),
         (r"Up_PostedError", text(posted_error))]]
 
@@ -176,6 +179,12 @@ class Printers(gdb.printing.PrettyPrinter):
         super().__init__("U")
 
     def __call__(self, value):
+        try:
+            return self.find(value)
+        except FAILURES:
+            return None  # of a type that is only declared
+
+    def find(self, value):
         kind = gdb.types.get_basic_type(value.type)
         if kind.code == gdb.TYPE_CODE_PTR:
             return handle_printer(value) if str(kind) == "void **" else None
