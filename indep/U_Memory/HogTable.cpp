@@ -56,7 +56,7 @@ platform::RecursiveMutex sLock;
 
 // Null outside the library's life. Only birth and death write the pointer, while no other thread is
 // in the library.
-HogTable* sTable = nullptr;
+HogTable* sHogTable = nullptr;
 
 // The number of registered hogs, 0 without a table. Grows under the lock until death, and is read
 // without the lock.
@@ -178,7 +178,7 @@ void AddLeaks(LeakText* leaks)
 {
     for (U_u32 index = 0; index < sCount; ++index)
     {
-        const char* const name = static_cast<const char*>(*Entries(*sTable)[index].mName);
+        const char* const name = static_cast<const char*>(*Entries(*sHogTable)[index].mName);
         const PackedCount live = LiveOf(index);
         if (HandlesOf(live) && IsReported(name))
             leaks->Add(name, BytesOf(live));
@@ -187,13 +187,13 @@ void AddLeaks(LeakText* leaks)
 
 void FreeTable()
 {
-    HogTable& table = *sTable;
+    HogTable& table = *sHogTable;
     HogEntry* const entries = Entries(table);
     for (U_u32 index = 0; index < sCount; ++index)
         U_FreeHandle(entries[index].mName);
     U_FreeHandle(table.mEntries);
     U_FreeHandle(table.mSelf);
-    sTable = nullptr;
+    sHogTable = nullptr;
     sCount = 0;
 }
 } // namespace
@@ -215,14 +215,14 @@ U_Status Up_HogBirth()
     // An earlier birth that failed after this step left a table and its hogs.
     sCounters.Clear();
     sCount = 0;
-    sTable = new (*table) HogTable{kTableMagic, kEntriesAtOnce, table, entries};
+    sHogTable = new (*table) HogTable{kTableMagic, kEntriesAtOnce, table, entries};
     return 0;
 }
 
 void Up_TerminateHogs()
 {
     HogLock lock(sLock);
-    if (!sTable)
+    if (!sHogTable)
         return;
     LeakText leaks;
     if (sReportsLeaks)
@@ -255,13 +255,13 @@ U_Status U_RegisterHog(const char* name, U_u32* id)
 {
     if (!name || !id)
         return BadArgument("U_RegisterHog: no name, or no place for the identifier");
-    if (!sTable)
+    if (!sHogTable)
         return BadArgument("U_RegisterHog: the library isn't alive");
     OwnedHandle copy(CopyOfName(name)); // freed without the lock, since U_FreeHandle may report
     if (!copy)
         return U_Err_OutOfMemory;
     U_u32 index = 0;
-    if (U_Status failure = AddEntry(*sTable, copy.get(), &index))
+    if (U_Status failure = AddEntry(*sHogTable, copy.get(), &index))
         return failure;
     static_cast<void>(copy.release()); // the entry owns the name now
     *id = HogIndexOrId(index);
