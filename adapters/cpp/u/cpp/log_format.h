@@ -3,11 +3,12 @@
 // The message of a group has the group's identifier inside, and a location code stands behind the
 // message of a log line and of an alert.
 //
+//     #include <cstdio>
+//     #include <platform/control.h>
+//
 //     platform::SetLogSink([](int, const char*, const char*, const char* text) {
 //         std::fprintf(stderr, "%s\n", U::cpp::PlainMessage(text ? text : "").c_str());
 //     });
-//
-// (The example needs <cstdio> and platform/control.h.)
 //
 // Thread safety: all functions may be called on any thread, also before birth and after death.
 
