@@ -15,6 +15,8 @@ const std::string kEmptyTranslation(hollin::kCommentMarker);
 
 namespace
 {
+const std::size_t kLongestText = hollin::kLongestRun / 2;
+
 hollin::ZString FromUTF8(const std::string& text)
 {
     return hollin::ZString(text.data(), static_cast<std::uint32_t>(text.size()),
@@ -134,11 +136,34 @@ public:
 
     void Add(const CatalogueEntry& entry)
     {
+        const std::string key = entry.mKey.empty() ? ReferredKey(entry) : entry.mKey;
+        if (key.empty())
+            ++mKeyless[entry.mEnglish].mEntries;
+        else if (IsWanted(entry))
+            Add(entry, key);
+    }
+
+    // Adds an entry without a key, after all entries were counted by Add.
+    void AddKeyless(const CatalogueEntry& entry)
+    {
+        if (!entry.mKey.empty() || !ReferredKey(entry).empty())
+            return;
+        Keyless& same = mKeyless[entry.mEnglish];
+        const std::size_t index = same.mTaken++;
         if (!IsWanted(entry))
             return;
-        std::vector<std::string> keys = {entry.mKey};
-        if (entry.mKey.empty())
-            keys = KeysOf(entry);
+        const std::vector<std::string> keys = KeysOf(entry);
+        if (keys.size() > 1 && same.mEntries == keys.size())
+            return Add(entry, keys[index]);
+        if (same.mIsSpread && entry.mTranslation == same.mTranslation)
+            return;
+        if (same.mIsSpread)
+            return Fail(entry, "the keys of " + Quoted(entry.mEnglish) +
+                                   " have another translation already, and " +
+                                   Counted(keys.size(), "key") + " don't fit " +
+                                   std::to_string(same.mEntries) + " entries");
+        same.mIsSpread = true;
+        same.mTranslation = entry.mTranslation;
         for (const std::string& key : keys)
             Add(entry, key);
     }
@@ -167,13 +192,28 @@ private:
         return false;
     }
 
-    std::vector<std::string> KeysOf(const CatalogueEntry& entry)
+    // The entries without a key of one English text.
+    struct Keyless
+    {
+        std::size_t mEntries = 0;
+        std::size_t mTaken = 0;
+        bool mIsSpread = false;   // over all keys
+        std::string mTranslation; // which is spread
+    };
+
+    // Returns the key that is one of the references, or an empty text.
+    std::string ReferredKey(const CatalogueEntry& entry) const
     {
         for (const std::string& reference : entry.mNote.mReferences)
         {
             if (mKeys.count(reference))
-                return {reference};
+                return reference;
         }
+        return std::string();
+    }
+
+    std::vector<std::string> KeysOf(const CatalogueEntry& entry)
+    {
         const auto keys = mKeysByText.find(entry.mEnglish);
         if (keys != mKeysByText.end())
             return keys->second;
@@ -201,12 +241,14 @@ private:
             return Fail(entry, "two halves of a surrogate pair follow each other");
         if (HasNote(text))
             return Fail(entry, "the translation holds " + kEmptyTranslation);
+        const bool isLong = text.Length() > kLongestText;
         if (mOptions.mNotes)
             text = JoinNote(text, NoteOf(entry));
-        if (text.Length() > hollin::kLongestRun / 2)
-            return Fail(entry, "the translation and its note are longer than " +
-                                   Counted(hollin::kLongestRun / 2, "character") +
-                                   " (see --no-notes)");
+        if (text.Length() > kLongestText)
+            return Fail(entry, (isLong ? "the translation is longer than "
+                                       : "the translation and its note are longer than ") +
+                                   Counted(kLongestText, "character") +
+                                   (isLong ? "" : " (see --no-notes)"));
         mEntries.push_back({key, text, hollin::ZString()});
     }
 
@@ -240,7 +282,8 @@ private:
     const bool mHasEnglish;
     std::unordered_set<std::string> mKeys; // of the English texts
     std::unordered_map<std::string, std::vector<std::string>> mKeysByText;
-    std::unordered_map<std::string, Place> mPlaces; // by key
+    std::unordered_map<std::string, Keyless> mKeyless; // by English text
+    std::unordered_map<std::string, Place> mPlaces;    // by key
     Entries mEntries;
     std::size_t mFaults = 0;
     std::size_t mFuzzy = 0;
@@ -299,5 +342,7 @@ Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,
                 taker.Add(entry);
         }
     }
+    for (const CatalogueEntry& entry : catalogue.mEntries)
+        taker.AddKeyless(entry);
     return taker.Finish();
 }

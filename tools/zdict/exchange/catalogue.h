@@ -64,7 +64,8 @@ struct TakeOptions
 // counts of translations that are left out.
 //
 // An entry without a key gets the key of `english` that is one of its references, where some
-// tools put it, or all keys that have its English text.
+// tools put it, or all keys that have its English text. If as many entries as keys have an English
+// text, the entries are in the order of the keys.
 //
 // Throws: Failure for a catalogue with faults.
 Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,

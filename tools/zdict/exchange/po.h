@@ -21,6 +21,10 @@ enum class POForm
 // Throws: Failure. Each fault is reported with its place.
 Catalogue ReadPO(const InputFile& file);
 
+// Returns whether a line of a comment ends in a backslash, perhaps before blanks. In PO, it has one
+// blank more, since a backslash at its end would continue the line.
+bool EndsInBackslash(const std::string& line);
+
 // Returns a PO file of UTF-8.
 //
 // - A translation that begins or ends with a line feed where the English text does not, or the
