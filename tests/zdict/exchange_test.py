@@ -354,7 +354,7 @@ class BadXLIFF(Exchange):
         doctype = f'<!DOCTYPE x [<!ENTITY e SYSTEM "file://{secret}">]>'
         rows = [
             (self.xliff(self.UNIT % "&e;", start="\n" + doctype), ":2:1: a document type"),
-            (self.xliff(self.UNIT % "&nbsp;"), ':1:85: the entity "&nbsp;'),
+            (self.xliff(self.UNIT % "&nbsp;"), ':1:85: the entity "&nbsp;" isn\'t'),
             (self.xliff(self.UNIT % "&#0;"), 'the entity "&#0;'),
             (self.xliff(self.UNIT % "&#xD800;"), 'the entity "&#xD800;'),
             (self.xliff(self.UNIT % "& b"), 'the entity "& b'),
@@ -378,8 +378,15 @@ class BadXLIFF(Exchange):
             (self.xliff(self.UNIT % "b" + self.UNIT % "c"), 'the key "/a" has a translation'),
             (self.xliff(self.UNIT % ("<mrk>" * 2000 + "</mrk>" * 2000)), "nested too deeply"),
             (self.xliff("<group>" * 2000 + "</group>" * 2000), "nested too deeply"),
-            (self.xliff("", start='<?xml version="1.0" encoding="mac"?>'), '"MAC" isn\'t known'),
-            (self.xliff(self.UNIT % "ä").encode("latin-1"), "it isn't UTF-8"),
+            *((self.xliff("", start=f'<?xml version="1.0" encoding="{name}"?>'),
+               f':1:1: its encoding "{name.upper()}" isn\'t known')
+              for name in ("mac", "windows-1252", "KOI8-R")),
+            (self.xliff("", start='<?xml version="1.0" encoding="UTF-16"?>'), ":1:1: it isn't UTF-16"),
+            (self.xliff("\n\n" + self.UNIT % "ä").encode("latin-1"), ":3:52: it isn't UTF-8"),
+            (self.xliff("\xe4").encode("latin-1") + b"<x/>", ":1:34: it isn't UTF-8"),
+            (self.xliff(self.UNIT % "b") + "\n<x/>", ":2:1: the document has a second root"),
+            (self.xliff("\n" + self.UNIT.replace("<target", '<target a="" a=""') % "b"),
+             'the attribute "a" is there twice'),
         ]
         for content, what in rows:
             content = content if isinstance(content, bytes) else content.encode()

@@ -138,7 +138,7 @@ public:
     {
         const std::string key = entry.mKey.empty() ? ReferredKey(entry) : entry.mKey;
         if (key.empty())
-            ++mKeyless[entry.mEnglish].mEntries;
+            mKeyless[entry.mEnglish].mEntries += !entry.mNote.HasFlag(kObsoleteFlag);
         else if (IsWanted(entry))
             Add(entry, key);
     }
@@ -149,10 +149,17 @@ public:
         if (!entry.mKey.empty() || !ReferredKey(entry).empty())
             return;
         Keyless& same = mKeyless[entry.mEnglish];
-        const std::size_t index = same.mTaken++;
+        const bool isObsolete = entry.mNote.HasFlag(kObsoleteFlag);
+        const std::size_t index = isObsolete ? 0 : same.mTaken++;
         if (!IsWanted(entry))
             return;
         const std::vector<std::string> keys = KeysOf(entry);
+        if (isObsolete)
+        {
+            for (const std::string& key : keys)
+                Add(entry, key);
+            return;
+        }
         if (keys.size() > 1 && same.mEntries == keys.size())
             return Add(entry, keys[index]);
         if (same.mIsSpread && entry.mTranslation == same.mTranslation)
@@ -342,7 +349,13 @@ Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,
                 taker.Add(entry);
         }
     }
-    for (const CatalogueEntry& entry : catalogue.mEntries)
-        taker.AddKeyless(entry);
+    for (const bool isObsolete : {false, true})
+    {
+        for (const CatalogueEntry& entry : catalogue.mEntries)
+        {
+            if (entry.mNote.HasFlag(kObsoleteFlag) == isObsolete)
+                taker.AddKeyless(entry);
+        }
+    }
     return taker.Finish();
 }

@@ -4,9 +4,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <string_view>
 #include <utility>
 
 #include <boost/nowide/utf/convert.hpp>
+
+#include <platform/base/code_units.h>
 
 #include "exchange/exchange_text.h"
 #include "messages.h"
@@ -57,6 +60,29 @@ std::string FromLatin1(const std::string& bytes)
     return text;
 }
 
+std::size_t WellFormedHead(std::string_view text)
+{
+    std::size_t at = 0;
+    while (at != text.size())
+    {
+        const std::size_t length = platform::WellFormedLength(text.substr(at));
+        if (!length)
+            break;
+        at += length;
+    }
+    return at;
+}
+
+// Returns the next node in the order of the document, or null.
+pugi::xml_node NextNode(pugi::xml_node node)
+{
+    if (node.first_child())
+        return node.first_child();
+    while (node && !node.next_sibling())
+        node = node.parent();
+    return node.next_sibling();
+}
+
 // Returns the encoding that the declaration names, in upper case, or an empty text.
 std::string DeclaredEncoding(const std::string& text)
 {
@@ -78,9 +104,7 @@ XMLText::XMLText(InputFile file) : mFile(file.mName)
 {
     Decode(file);
     file.mBytes = std::vector<unsigned char>(); // to save the memory for the tree
-    mLines.push_back(0);
-    for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
-        mLines.push_back(++at);
+    FindLines();
     RequireSimple();
     // Blanks between elements are kept, since they may separate two elements of a text.
     const pugi::xml_parse_result result = mDocument.load_buffer_inplace(
@@ -88,6 +112,7 @@ XMLText::XMLText(InputFile file) : mFile(file.mName)
         pugi::encoding_utf8);
     if (!result)
         Fail(static_cast<std::size_t>(result.offset), result.description());
+    RequireWellFormed();
 }
 
 Place XMLText::PlaceOf(pugi::xml_node node) const
@@ -120,9 +145,42 @@ void XMLText::Decode(const InputFile& file)
     if (encoding == "ISO-8859-1")
         mText = FromLatin1(mText);
     else if (!encoding.empty() && encoding != "UTF-8" && encoding != "US-ASCII")
-        throw Failure{kFaulty, mFile, "its encoding " + Quoted(encoding) + " isn't known"};
+        Fail(0, encoding == "UTF-16" ? "it isn't UTF-16, which it declares"
+                                     : "its encoding " + Quoted(encoding) + " isn't known");
     if (!IsUTF8(mText))
-        throw Failure{kFaulty, mFile, "it isn't UTF-8"};
+    {
+        FindLines();
+        Fail(WellFormedHead(mText), "it isn't UTF-8");
+    }
+}
+
+void XMLText::FindLines()
+{
+    mLines = {0};
+    for (std::size_t at = 0; (at = mText.find('\n', at)) != std::string::npos;)
+        mLines.push_back(++at);
+}
+
+// The parser takes several roots, and several attributes of one name.
+void XMLText::RequireWellFormed() const
+{
+    std::size_t roots = 0;
+    std::vector<std::string_view> names; // of attributes
+    for (pugi::xml_node node = mDocument.first_child(); node; node = NextNode(node))
+    {
+        if (node.type() != pugi::node_element)
+            continue;
+        roots += node.parent() == mDocument;
+        if (roots > 1)
+            Fail(node, "the document has a second root");
+        names.clear();
+        for (const pugi::xml_attribute attribute : node.attributes())
+            names.push_back(attribute.name());
+        std::sort(names.begin(), names.end());
+        const auto twice = std::adjacent_find(names.begin(), names.end());
+        if (twice != names.end())
+            Fail(node, "the attribute " + Quoted(std::string(*twice)) + " is there twice");
+    }
 }
 
 // The parser skips a document type, leaves unknown entities unchanged and takes control
@@ -154,11 +212,16 @@ void XMLText::RequireSimple() const
         if (BeginsWith(mText, at, "<!"))
             Fail(at, "a document type is refused, its entities and files are not read");
         const std::size_t end = mText[at] == '&' ? mText.find(';', at) : at;
-        if (mText[at] == '&' && (end == std::string::npos || end - at > kLongestReference ||
-                                 !IsKnownEntity(mText.substr(at + 1, end - at - 1))))
-            Fail(at,
-                 "the entity " + Quoted(mText.substr(at, kLongestReference)) + " isn't one of XML");
+        const bool isShort = end - at <= kLongestReference; // nor npos
+        const std::string entity = mText.substr(at, isShort ? end - at + 1 : kLongestReference);
+        if (mText[at] == '&' && (!isShort || !IsKnownEntity(entity.substr(1, entity.size() - 2))))
+            Fail(at, "the entity " + Quoted(entity) + " isn't one of XML");
     }
+}
+
+void XMLText::Fail(pugi::xml_node node, const std::string& what) const
+{
+    throw Failure{kFaulty, At(mFile, PlaceOf(node)), what};
 }
 
 void XMLText::Fail(std::size_t offset, const std::string& what) const

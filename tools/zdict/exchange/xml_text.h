@@ -32,12 +32,15 @@ public:
 private:
     Place PlaceOf(std::size_t offset) const;
     void Decode(const InputFile& file);
+    void FindLines();
     void RequireSimple() const;
+    void RequireWellFormed() const;
+    [[noreturn]] void Fail(pugi::xml_node node, const std::string& what) const;
     [[noreturn]] void Fail(std::size_t offset, const std::string& what) const;
 
     const std::string mFile;
     std::string mText;
-    std::vector<std::size_t> mLines; // the offsets of the starts
+    std::vector<std::size_t> mLines = {0}; // the offsets of the starts
     pugi::xml_document mDocument;
 };
 
