@@ -12,6 +12,8 @@ PREFIX ?= /usr/local
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 
+PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
+
 .DEFAULT_GOAL := help
 .PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
 
@@ -52,7 +54,7 @@ native: deps ## Build for 64-bit Windows, and run all tests that can hold there,
 	@scripts/native_deps
 	$(call build,native)
 	scripts/native_tests
-	ctest --test-dir build/native -R 'installed_package|exported_symbols|first_program|_access' -V
+	ctest --preset native -V
 	scripts/wine build/native/bin/soak.exe $(SOAK_NATIVE_SECONDS)
 
 asan: window-deps ## All tests under the address and undefined behaviour sanitizers
@@ -69,13 +71,14 @@ install: deps ## Install the release build (PREFIX, DESTDIR)
 	$(call build,release)
 	cmake --install build/release --prefix $(PREFIX)
 
-package: deps ## Make the Debian package, in build/release
-	$(call build,release)
-	cd build/release && cpack -G DEB
+package: ## Make the Debian packages of what is committed, in build/package
+	@scripts/deps $(PACKAGE_PACKAGES)
+	scripts/package
 
-package-test: package ## Install the package into a fresh Debian and run the host there (root)
-	@scripts/deps debootstrap
-	scripts/fresh_debian tests/package/fresh.sh build/release/*.deb
+package-test: package ## Check the packages, and install and use them in a fresh Debian (root)
+	@scripts/deps debootstrap lintian devscripts diffoscope-minimal
+	tests/package/check_packages build/package
+	scripts/fresh_debian tests/package/fresh.sh tests/package build/package/*.deb
 
 fresh-test: ## Run make demo and make test in a fresh Debian, on what is committed (root)
 	@scripts/deps debootstrap
@@ -92,7 +95,7 @@ docs: ## Make a site of the documents and the reference of the headers, in build
 	doxygen docs/site/Doxyfile
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
-	@scripts/deps gettext icu-devtools gnuplot-nox
+	@scripts/deps gettext icu-devtools
 	$(call build,bench,--target bench)
 	scripts/bench build/release/bench
 	scripts/plots build/release/bench

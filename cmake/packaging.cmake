@@ -1,6 +1,10 @@
-# The installed tree and the package of that tree: for Debian, or a ZIP file for Windows.
+# The installed tree, and for Windows a ZIP file of that tree. debian/ makes the Debian packages.
 
 include(CMakePackageConfigHelpers)
+
+# Whatever the umask of the user who installs.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(libraries U Uplatform)
 if(TARGET Ualert_sdl)
@@ -18,13 +22,14 @@ install(TARGETS ${libraries} EXPORT UTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   INCLUDES DESTINATION ${headers})
+install(TARGETS U_cpp EXPORT UTargets INCLUDES DESTINATION ${headers})
 install(TARGETS ${programs} EXPORT UTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # An installed tree may be moved as a whole.
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH $ORIGIN/${to_libraries})
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH $ORIGIN)
 
-install(DIRECTORY include/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
+install(DIRECTORY include/ adapters/cpp/ DESTINATION ${headers} FILES_MATCHING PATTERN *.h)
 # The platform's headers for hosts. Headers that only its sources share are not installed.
 install(FILES platform/control.h DESTINATION ${headers}/platform)
 set(system posix)
@@ -58,8 +63,11 @@ install(FILES tests/COVERAGE.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/tests)
 install(DIRECTORY bench/plots DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
   PATTERN site EXCLUDE)
-install(FILES tools/zdict/zdict.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES tools/zdict/zdict.1 examples/filecache/filecache.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(NOT WIN32)
+  install(PROGRAMS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/memlog DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES tools/memlog/memlog.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${CMAKE_BINARY_DIR}/share/bash-completion/completions/zdict
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()
@@ -79,18 +87,14 @@ install(FILES
   cmake/u_add_texts.cmake
   DESTINATION ${package_folder})
 
-set(CPACK_PACKAGE_NAME libu)
-set(CPACK_PACKAGE_VENDOR "the U developers")
-set(CPACK_PACKAGE_CONTACT "the U developers <u@u.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media application")
-set(CPACK_STRIP_FILES ON)
 if(WIN32)
   # The DLLs that ours need. Windows finds DLLs beside the program.
-  install(FILES
-    $<TARGET_FILE:Boost::json>
-    $<TARGET_FILE:Boost::thread>
-    ${U_RUNTIME_DLLS}
-    DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${u_runtime_copies} DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(CPACK_PACKAGE_NAME libu)
+  set(CPACK_PACKAGE_VENDOR "the U developers")
+  set(CPACK_PACKAGE_CONTACT "the U developers <u@u.example>")
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Foundation library of a desktop media application")
+  set(CPACK_STRIP_FILES ON)
   set(CPACK_GENERATOR ZIP)
   include(CPack)
   return()
@@ -98,15 +102,13 @@ endif()
 
 # For pkg-config. The prefix is relative to the file, so the tree can be moved.
 file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/u.pc.in ${CMAKE_CURRENT_BINARY_DIR}/u.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/u.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-# For compiling a host.
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost1.81-dev, libboost-thread1.81-dev")
-include(CPack)
+function(u_pkg_config name library summary requires)
+  configure_file(cmake/library.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+u_pkg_config(uplatform Uplatform "Operations of the system for the foundation library U" "")
+u_pkg_config(u U "Foundation library of a desktop media application" uplatform)
+if(TARGET Ualert_sdl)
+  u_pkg_config(ualert_sdl Ualert_sdl "Window for the alerts of the foundation library U" uplatform)
+endif()

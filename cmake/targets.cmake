@@ -62,30 +62,18 @@ function(u_shared_library target)
     LINK_DEPENDS ${script})
 endfunction()
 
-# Sets the variable to a file that runs the program: on Windows, a script that runs the program
-# under the emulator of the toolchain file.
-function(u_program_file variable target)
-  set(file $<TARGET_FILE:${target}>)
-  if(CMAKE_CROSSCOMPILING_EMULATOR)
-    set(file ${CMAKE_BINARY_DIR}/run/${target})
-    set(program ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}${CMAKE_EXECUTABLE_SUFFIX})
-    file(CONFIGURE OUTPUT ${file} @ONLY CONTENT
-      "#!/bin/sh\nexec '@CMAKE_CROSSCOMPILING_EMULATOR@' '@program@' \"$@\"\n")
-    file(CHMOD ${file} PERMISSIONS
-      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-  endif()
-  set(${variable} ${file} PARENT_SCOPE)
-endfunction()
-
-# A test program of all tests below the folders, against one library.
+# A test program of all tests below the folders, against one library. On Windows,
+# scripts/native_tests runs the program.
 function(u_test_program target library)
   u_sources(sources ${ARGN})
   add_executable(${target} ${sources})
   u_warnings(${target})
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE ${library} GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300)
+  if(NOT WIN32)
+    gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+      PROPERTIES TIMEOUT 300)
+  endif()
 endfunction()
 
 # Compiles each header below a folder alone, apart from those of other systems and those whose

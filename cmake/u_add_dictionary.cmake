@@ -29,16 +29,22 @@ function(u_find_zdict command tool)
   endif()
 endfunction()
 
-function(u_add_dictionary target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "OUTPUT;LOCALE" "TEXTS")
+# Fails for an unknown and for a missing argument of a function, which has parsed its arguments with
+# the prefix arg. The arguments after `call` are required.
+macro(u_check_arguments call)
   if(arg_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "u_add_dictionary(${target}): unknown ${arg_UNPARSED_ARGUMENTS}")
+    message(FATAL_ERROR "${call}: unknown ${arg_UNPARSED_ARGUMENTS}")
   endif()
-  foreach(argument OUTPUT LOCALE TEXTS)
+  foreach(argument ${ARGN})
     if(NOT arg_${argument})
-      message(FATAL_ERROR "u_add_dictionary(${target}): ${argument} is missing")
+      message(FATAL_ERROR "${call}: ${argument} is missing")
     endif()
   endforeach()
+endmacro()
+
+function(u_add_dictionary target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "OUTPUT;LOCALE" "TEXTS")
+  u_check_arguments("u_add_dictionary(${target})" OUTPUT LOCALE TEXTS)
 
   u_find_zdict(command tool)
   cmake_path(ABSOLUTE_PATH arg_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR} NORMALIZE

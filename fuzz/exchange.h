@@ -5,9 +5,11 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "exchange/catalogue.h"
-#include "exchange/note.h"
+#include "exchange/taker.h"
+#include "files.h"
 #include "messages.h"
 #include "require.h"
 
@@ -23,33 +25,55 @@ std::string Counted(unsigned long long count, const std::string& thing)
     return std::to_string(count) + thing;
 }
 
+// The entries of a file and their texts.
+struct Exchanged
+{
+    std::vector<CatalogueEntry> mEntries;
+    std::vector<std::pair<std::string, hollin::ZString>> mTexts;
+};
+
+template <typename Read> Exchanged ReadAll(const InputFile& file, Read read)
+{
+    Exchanged all;
+    const EntryTable english;
+    Taker taker("input", english, {true, true, true},
+                [&](const std::string& key, const hollin::ZString& text) {
+                    all.mTexts.emplace_back(key, text);
+                });
+    read(file, [&](CatalogueEntry entry) {
+        all.mEntries.push_back(entry);
+        taker.Add(std::move(entry));
+    });
+    taker.Finish();
+    return all;
+}
+
 // Reads an input, writes the catalogue and reads that again: the texts and their notes are the
 // same, if each has a key of its own.
 template <typename Read, typename Write>
 void RequireSame(const std::uint8_t* data, std::size_t size, Read read, Write write)
 {
-    const TakeOptions kAll = {true, true, true};
-    const auto texts = [&](const Catalogue& catalogue) {
-        return TakeTranslations(catalogue, "input", Entries(), kAll);
-    };
-    Catalogue catalogue;
-    Entries entries;
+    Exchanged first;
     try
     {
-        catalogue = read(InputFile{"input", std::vector<unsigned char>(data, data + size)});
-        entries = texts(catalogue);
+        first = ReadAll({"input", std::vector<unsigned char>(data, data + size)}, read);
     }
     catch (const Failure&)
     {
         return;
     }
-    for (const CatalogueEntry& entry : catalogue.mEntries)
+    for (const CatalogueEntry& entry : first.mEntries)
     {
         const Note note = ParseNote(FormatNote(entry.mNote));
         Require(ParseNote(FormatNote(note)) == note);
         if (entry.mKey.empty() || entry.mNote.HasFlag(kObsoleteFlag))
             return;
     }
+    Catalogue catalogue;
+    catalogue.mForEach = [&](const OnEntry& onEntry) {
+        for (const CatalogueEntry& entry : first.mEntries)
+            onEntry(entry);
+    };
     std::string written;
     try
     {
@@ -59,13 +83,13 @@ void RequireSame(const std::uint8_t* data, std::size_t size, Read read, Write wr
     {
         return; // a key that the format can't hold
     }
-    const Entries again = texts(
-        read(InputFile{"written", std::vector<unsigned char>(written.begin(), written.end())}));
-    Require(again.size() == entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i)
+    const Exchanged again =
+        ReadAll({"written", std::vector<unsigned char>(written.begin(), written.end())}, read);
+    Require(again.mTexts.size() == first.mTexts.size());
+    for (std::size_t i = 0; i < first.mTexts.size(); ++i)
     {
-        Require(again[i].mKey == entries[i].mKey);
-        Require(SplitNote(again[i].mText).mText == SplitNote(entries[i].mText).mText);
+        Require(again.mTexts[i].first == first.mTexts[i].first);
+        Require(SplitNote(again.mTexts[i].second).mText == SplitNote(first.mTexts[i].second).mText);
     }
 }
 

@@ -87,8 +87,8 @@ U_EXPORT void** U_AllocateHandleClearQuiet(U_u64 size);
 // Resizes the block of *handle. The handle keeps its value. Added bytes are not cleared.
 //
 // Returns: 0; 3 for a null handle; or 4, and then the handle and its block are unchanged.
-// Failures: a handle that is not a live handle of the library's heap fails like a handle for
-// which there is no memory, with the same report.
+// Failures: a handle that is not a live handle of the library's heap is reported by
+// U_CheckHandleFromHeap, and the result is 4.
 U_EXPORT U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*** handle);
 
 // Frees the handle and its block. Null does nothing.

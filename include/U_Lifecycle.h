@@ -33,7 +33,7 @@ typedef U_i32 (*U_RunModeFunction)();
 // - 3 for a null name, with nothing done;
 // - 4 if the heap or the library's record cannot be made;
 // - the errno of the system, if the memory log is on (the debug setting "MemoryYoYoLog") and its
-//   file cannot be opened;
+//   file cannot be opened; U_GetMemoryLogPath (U_MemServices.h) returns the path and this code;
 // - otherwise the code of the step that failed.
 //
 // Failures:

@@ -16,6 +16,7 @@
 #define U_MEMSERVICES_H
 
 #include <cstddef>
+#include <string>
 
 #include <boost/function.hpp>
 
@@ -122,6 +123,20 @@ struct U_MemoryStats
 // Returns: 0; 1 if the system has no figures, and then the library's own figures are stored;
 // or 3 for a null record.
 U_EXPORT int U_GetSystemMemoryStats(U_MemoryStats* stats);
+
+// Returns the path of the memory log, which the latest birth with the debug setting "MemoryYoYoLog"
+// has started; empty if there was none. Stores in `openError`, unless it is null, 0 or the errno
+// with which the file could not be opened. U_Birth returned that code. The path is in the system's
+// narrow encoding, for std::fopen.
+//
+//     std::string path = U_GetMemoryLogPath(&error);
+//     if (status != 0 && status == error) // the status of U_Birth
+//         std::fprintf(stderr, "%s: %s\n", path.c_str(), std::strerror(error));
+//
+// May be called before birth and after death. No other thread is in U_Birth.
+//
+// Throws: std::bad_alloc.
+U_EXPORT std::string U_GetMemoryLogPath(int* openError);
 
 // U_MEM_Report logs the live blocks and bytes of the library's heap and their change since the
 // baseline; `value` appears in the line. U_MEM_SetBaseline sets the baseline to the present

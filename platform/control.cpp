@@ -28,7 +28,6 @@ void ResetAll()
     SetDebugStringSink(boost::function<void(const char*)>());
     SetAlertPresenter(AlertPresenter());
     SetModifierKeys(0);
-    kroview::EmptyClipboard();
     kroview::ForgetInputCapture();
     win32::ResetBeepCount();
     SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
@@ -40,6 +39,7 @@ void ResetAll()
     SetWallClock(boost::function<long long()>());
     SetMissingFunction(nullptr);
     tolv::ResetSwitches();
+    kroview::EmptyClipboard(); // may throw an exception of a window's procedure
 }
 
 void SetActiveCodePage(unsigned int codePage)
@@ -136,6 +136,7 @@ void SetPhysicalMemory(unsigned long long total, unsigned long long available)
 void SetTickClock(const boost::function<unsigned long long()>& nanoseconds)
 {
     krobase::utility::SetTickClock(nanoseconds);
+    wril::SetClock(nanoseconds);
 }
 
 void SetWallClock(const boost::function<long long()>& milliseconds)
@@ -166,6 +167,16 @@ void SetNames(const char* machine, const char* user)
 void SetHeapFailure(const boost::function<bool(unsigned long long)>& shouldFail)
 {
     tolv::SetHeapFailure(shouldFail);
+}
+
+bool SetHeapChecks(const char* options)
+{
+    return tolv::SetHeapChecks(options);
+}
+
+std::size_t CheckHeap()
+{
+    return tolv::VerifyAllBlocks();
 }
 
 void SetUsageError(short code)

@@ -18,6 +18,8 @@
 #ifndef PLATFORM_CONTROL_H
 #define PLATFORM_CONTROL_H
 
+#include <cstddef>
+
 #include <boost/function.hpp>
 
 #include <krobase/text.h>
@@ -55,6 +57,11 @@ typedef boost::function<void(int level, const char* category, const char* tag, c
 //   tab in the text is kept.
 // - Line feeds: one at the end of the text is left out. Any other begins a new line with an
 //   indent of four spaces, so that no text can forge a line of the log.
+// - Repeats: after a line, its repeats within a second are left out and counted. Then the last of
+//   them is written, with " ... repeated 312 times" behind the text, as soon as any line is logged
+//   or the process ends by exit. A repeat has the same level, category, tag and text; the numbers
+//   may differ if the format of WRIL_sprintf has only numbers. A process that dies in another way
+//   loses the counts. A sink of the host receives all lines.
 PLATFORM_EXPORT void SetLogSink(const LogSink& sink);
 
 // Turns the traces of a category on, up to a level. Other categories stay as they are. A null
@@ -139,6 +146,23 @@ PLATFORM_EXPORT void SetUserLocale(const char* localeId);
 // Sets whether the system's script is a double-byte script. The default is false.
 PLATFORM_EXPORT void SetDoubleByteScript(bool on);
 
+// Checks of the heap, which docs/debugging.md describes.
+
+// Switches the checks of new blocks on or off, by a text of the form of the environment variable
+// U_HEAP_CHECKS: "1" for the default checks, "0" or "" for none, or a list such as
+// "stacks=16,delay=5000,abort". Null restores the value of the variable, which is otherwise read
+// when the first heap is made.
+//
+// Returns: false for a text that is not understood; then nothing changes.
+PLATFORM_EXPORT bool SetHeapChecks(const char* options);
+
+// Verifies the guards of all checked blocks, and the freed blocks that are kept. Logs each fault
+// and repairs the guard. A debugger may call this function.
+//
+// Returns: the number of faults.
+// REQUIRES: no other thread uses the heap.
+PLATFORM_EXPORT std::size_t CheckHeap();
+
 // Input and messages.
 
 // Sets the modifier keys that are down, as GetCurrentKeyModifiers returns them. The default is
@@ -175,8 +199,8 @@ PLATFORM_EXPORT void ResetAll();
 // figure.
 PLATFORM_EXPORT void SetPhysicalMemory(unsigned long long total, unsigned long long available);
 
-// Replaces the clock of krobase::utility::HighPrecisionTime, which returns nanoseconds. An
-// empty function restores the real clock.
+// Replaces the clock of krobase::utility::HighPrecisionTime and of the default log sink, which
+// returns nanoseconds. An empty function restores the real clock.
 PLATFORM_EXPORT void SetTickClock(const boost::function<unsigned long long()>& nanoseconds);
 
 // Replaces the clock of the time of day, which returns milliseconds since 1970, UTC. An empty

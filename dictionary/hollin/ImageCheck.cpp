@@ -71,27 +71,19 @@ void CheckLegacy(ImageCursor& cursor, const ImageHeader& header, ImageReport& re
     report.mLive = report.mSlots;
 }
 
-void CheckFlat(const unsigned char* bytes, std::size_t size, ImageReport& report)
-{
-    const ImageView image(bytes, size);
-    report = image.Report();
-    if (image.IsReadable() && report.mKeyed)
-        report.mUnreachable = CountUnreachable(image);
-}
-
 void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& report)
 {
+    // The view reports the header of any image, and all figures of version 2 but one.
+    const ImageView image(bytes, size);
+    report = image.Report();
     ImageCursor cursor(bytes, size);
     const ImageHeader header = ReadImageHeader(cursor);
-    report.mForm = ImageReport::kBinary;
-    report.mMajor = header.mMajor;
-    report.mMinor = header.mMinor;
-    report.mTextFlag = header.mTextFlag;
-    report.mBigEndian = header.mBigEndian;
     switch (header.Layout())
     {
     case ImageLayout::kFlat:
-        return CheckFlat(bytes, size, report);
+        if (image.IsReadable() && report.mKeyed)
+            report.mUnreachable = CountUnreachable(image);
+        return;
     case ImageLayout::kEntries:
     case ImageLayout::kLengthTable:
         CheckLegacy(cursor, header, report);

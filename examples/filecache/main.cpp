@@ -12,9 +12,11 @@
 #include <U_Alloc.h>
 #include <U_Budget.h>
 #include <U_Lifecycle.h>
+#include <U_MemServices.h>
 #include <U_Posted.h>
 #include <U_Threads.h>
 #include <platform/control.h>
+#include <program/folders.h>
 #include <program/program.h>
 
 #include "cache.h"
@@ -26,6 +28,7 @@
 #include "loader.h"
 #include "log_sink.h"
 #include "losses.h"
+#include "memory_plot.h"
 #include "message.h"
 #include "options.h"
 #include "report_file.h"
@@ -49,6 +52,7 @@ enum ExitStatus
 
 const U_u64 kMiB = 1 << 20;
 const unsigned int kUTF8CodePage = 65001;
+const unsigned int kPlotInterval = 20; // milliseconds
 
 // Returns a message if the folder cannot be walked.
 Message CheckFolder(const std::string& folder)
@@ -135,16 +139,10 @@ struct Preparation
     DictionaryFile dictionary;
     LogSink log;
     TelemetryFile telemetry;
+    MemoryPlot plot;
     Message wrongUsage; // of the command line, or the folder
     Message badFile;    // the dictionary, the log or the telemetry
 };
-
-// Birth reads the settings.
-void AskForMemoryLog(unsigned int interval)
-{
-    platform::SetDebugSetting("MemoryYoYoLog", "true");
-    platform::SetDebugSetting("MemoryYoYoLogInterval", std::to_string(interval).c_str());
-}
 
 void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
 {
@@ -161,15 +159,20 @@ void Prepare(const std::vector<std::string>& arguments, Preparation* ready)
     }
     if (!ready->badFile && !options.dictionary.empty())
         ready->badFile = ready->dictionary.Read(options.dictionary);
-    if (ready->wrongUsage || ready->badFile || options.help)
+    if (ready->wrongUsage || ready->badFile || options.help || options.version)
         return;
     ready->wrongUsage = CheckFolder(options.folder);
     if (!ready->wrongUsage && !options.logFile.empty())
         ready->badFile = ready->log.Open(options.logFile);
     if (!ready->wrongUsage && !ready->badFile && !options.telemetryFile.empty())
         ready->badFile = ready->telemetry.Open(options.telemetryFile);
-    if (!ready->wrongUsage && !ready->badFile && options.memoryLog)
-        AskForMemoryLog(options.memoryLog);
+    if (ready->wrongUsage || ready->badFile)
+        return;
+    if (!options.memoryPlot.empty())
+        ready->badFile = ready->plot.Start(options.memoryPlot,
+                                           options.memoryLog ? options.memoryLog : kPlotInterval);
+    else if (options.memoryLog)
+        AskForMemoryLog(options.memoryLog, "");
 }
 
 // Runs the command line between birth and death.
@@ -194,6 +197,11 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
         PrintUsage();
         return kFine;
     }
+    if (ready.options.version)
+    {
+        std::puts("filecache " FILECACHE_VERSION);
+        return kFine;
+    }
     if (U_Status status = SetLimits(ready.options.budget))
     {
         console.Print(Text({"$$$/QX/FileCache/Error/NoLimits="
@@ -205,6 +213,17 @@ ExitStatus Run(Preparation& ready, Console& console, Table* table)
     if (ready.options.crash)
         ready.options.crash();
     return LoadFolder(ready.options, console, table);
+}
+
+// Returns the message about a failed birth.
+Message NoBirth(U_Status status)
+{
+    int error = 0;
+    const std::string path = U_GetMemoryLogPath(&error);
+    if (error != 0 && status == error)
+        return CantWrite(path, std::strerror(error));
+    return {"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
+            {std::to_string(status)}};
 }
 
 // Texts for messages after the library's death, which ends the dictionary.
@@ -230,8 +249,7 @@ int main(int argc, char** argv)
     ExitStatus status = kFailed;
     U_Status error = U_Birth("File cache", nullptr);
     if (error)
-        console.Print(Text({"$$$/QX/FileCache/Error/NoBirth=the library can't start: error ^^1",
-                            {std::to_string(error)}}));
+        console.Print(Text(NoBirth(error)));
     else
         status = Run(ready, console, &table);
     const LastTexts texts;
@@ -254,6 +272,11 @@ int main(int argc, char** argv)
     }
     if (!table.Empty())
     {
+        if (const Message wrong = ready.plot.Draw())
+        {
+            console.Print(Text(wrong));
+            status = kFailed;
+        }
         table.AddCount("log_lines", texts.logLines, ready.log.Lines());
         table.Print();
     }

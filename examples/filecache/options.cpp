@@ -14,6 +14,7 @@
 
 #include <platform/base/printable.h>
 
+#include "memory_plot.h"
 #include "report_file.h"
 
 namespace
@@ -42,13 +43,18 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/MemoryLog="
     "  --memory-log MS    write a row of memory figures every MS milliseconds, to\n"
     "                     /bc_memory.PROCESS.log\n",
+    "$$$/QX/FileCache/Usage/MemoryPlot="
+    "  --memory-plot FILE draw the use of memory to FILE, a .png, .svg or .html, by a\n"
+    "                     row every MS milliseconds of --memory-log (20)\n",
     "$$$/QX/FileCache/Usage/Verbose="
     "  --verbose          tell of each purge request and each refused file\n",
     "$$$/QX/FileCache/Usage/Crash="
     "  --crash KIND       die to see the last call: of null, overflow, illegal, division,\n"
     "                     exception, terminate, pure, parameter or memory\n",
     "$$$/QX/FileCache/Usage/Help="
-    "  --help             show this text\n\n",
+    "  --help             show this text\n",
+    "$$$/QX/FileCache/Usage/Version="
+    "  --version          show the version\n\n",
     "$$$/QX/FileCache/Usage/Status="
     "Status: 0 fine, 1 something couldn't be read or didn't match, 2 wrong usage,\n"
     "3 stopped with Escape or Ctrl-C.\n",
@@ -154,6 +160,15 @@ Message CheckReportName(const char* path)
     return Message();
 }
 
+Message CheckPlotName(const char* path)
+{
+    if (!HasPlotEnding(path))
+        return {"$$$/QX/FileCache/Wrong/PlotEnding="
+                "the plot '^^1' ends in none of .png, .svg and .html",
+                {path}};
+    return Message();
+}
+
 Message ParseCrash(const char* text, Crash* crash)
 {
     *crash = FindCrash(text);
@@ -194,6 +209,11 @@ const ValueOption kValueOptions[] = {
     {"--dictionary",
      [](const char* value, Options* o) {
          return ParseFileName("--dictionary", value, &o->dictionary);
+     }},
+    {"--memory-plot",
+     [](const char* value, Options* o) {
+         const Message wrong = ParseFileName("--memory-plot", value, &o->memoryPlot);
+         return wrong ? wrong : CheckPlotName(value);
      }},
     {"--report",
      [](const char* value, Options* o) {
@@ -275,6 +295,7 @@ Message ParseOptions(const std::vector<std::string>& commandLine, Options* optio
     CLI::Option* const folder = app.add_option("folder", options->folder);
     app.add_flag("--verbose", options->verbose);
     app.add_flag("--help", options->help);
+    app.add_flag("--version", options->version);
     std::vector<std::pair<const ValueOption*, CLI::Option*>> values;
     for (const ValueOption& option : kValueOptions)
         values.emplace_back(&option, app.add_option(option.name)->take_all());

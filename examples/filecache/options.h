@@ -20,6 +20,7 @@ struct Options
     unsigned int threads = 4;
     std::string logFile;       // empty: log lines are only counted
     std::string telemetryFile; // empty: no telemetry
+    std::string memoryPlot;    // empty: none is drawn
     std::string reportFile;    // empty: none is written
     std::string dictionary;    // empty: texts are shown in English
 
@@ -31,6 +32,7 @@ struct Options
     unsigned int memoryLog = 0; // milliseconds between two rows; 0: no log
     bool verbose = false;
     bool help = false;
+    bool version = false;
 };
 
 // Reads the whole command line, which begins with the program's name. Returns a message about one

@@ -2,53 +2,18 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
-#include <string_view>
 
 #include <sys/stat.h>
 
 #include <win32/native/paths.h>
 #include <win32/native/windows_api.h>
 
-namespace fs = std::filesystem;
-
-namespace
-{
-std::error_code LastError()
-{
-    return {win32::ErrorNumber(::GetLastError()), std::generic_category()};
-}
-
-fs::file_type TypeOf(DWORD attributes)
-{
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY)
-        return fs::file_type::directory;
-    return attributes & FILE_ATTRIBUTE_DEVICE ? fs::file_type::unknown : fs::file_type::regular;
-}
-
-// Links to files and to folders are of one type.
-fs::file_type TypeOf(const WIN32_FIND_DATAW& entry)
-{
-    const bool isReparsePoint = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (isReparsePoint && IsReparseTagNameSurrogate(entry.dwReserved0))
-        return fs::file_type::symlink;
-    return TypeOf(entry.dwFileAttributes);
-}
-} // namespace
-
 std::string ProgramFile(std::error_code& error)
 {
-    std::wstring file(MAX_PATH, L'\0');
-    for (;;)
-    {
-        const DWORD room = static_cast<DWORD>(file.size());
-        const DWORD length = ::GetModuleFileNameW(nullptr, file.data(), room);
-        if (!length)
-            error = LastError();
-        if (length < room)
-            return win32::UTF8Of(file.substr(0, length));
-        file.resize(2 * file.size());
-    }
+    const std::wstring path = win32::ModulePath(nullptr);
+    if (path.empty())
+        error = {win32::ErrorNumber(::GetLastError()), std::generic_category()};
+    return win32::UTF8Of(path);
 }
 
 std::string DefaultFolder()
@@ -56,6 +21,13 @@ std::string DefaultFolder()
     wchar_t windows[MAX_PATH];
     const UINT length = ::GetSystemWindowsDirectoryW(windows, MAX_PATH);
     return win32::UTF8Of({windows, std::min<UINT>(length, MAX_PATH)}) + "\\INF";
+}
+
+// The one program that the host runs, memlog, is not on Windows.
+bool RunProgram(const std::vector<std::string>&, std::error_code& error)
+{
+    error = std::make_error_code(std::errc::function_not_supported);
+    return false;
 }
 
 std::FILE* OpenFile(const std::string& path, const char* mode)
@@ -74,39 +46,4 @@ unsigned long long SizeOf(std::FILE* file)
     const bool isRegular =
         ::_fstati64(::_fileno(file), &state) == 0 && (state.st_mode & _S_IFMT) == _S_IFREG;
     return isRegular ? static_cast<unsigned long long>(state.st_size) : 0;
-}
-
-// Not by std::filesystem: the C runtime refuses the "?" in the form for the system's functions.
-fs::file_type TypeOf(const std::string& path, std::error_code& error)
-{
-    const std::wstring name = win32::SystemPath(path);
-    const DWORD attributes = ::GetFileAttributesW(name.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES)
-        return TypeOf(attributes);
-    error = LastError();
-    return error == std::errc::no_such_file_or_directory ? fs::file_type::not_found
-                                                         : fs::file_type::none;
-}
-
-// Not by fs::directory_iterator, which lists the current folder in place of one with a long path.
-std::error_code ListFolder(const std::string& path, const TakeEntry& take)
-{
-    WIN32_FIND_DATAW entry = {};
-    std::wstring pattern = win32::SystemPath(path);
-    pattern += !pattern.empty() && pattern.back() == L'\\' ? L"*" : L"\\*";
-    const HANDLE search =
-        ::FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr,
-                           FIND_FIRST_EX_LARGE_FETCH);
-    if (search == INVALID_HANDLE_VALUE)
-        return LastError();
-    const std::unique_ptr<void, BOOL (*)(HANDLE)> end(
-        search, [](HANDLE open) { return ::FindClose(open); });
-    do
-    {
-        const std::wstring_view name = entry.cFileName;
-        if (name != L"." && name != L".." &&
-            !take(win32::UTF8Of(name), TypeOf(entry), std::error_code()))
-            return {};
-    } while (::FindNextFileW(search, &entry));
-    return ::GetLastError() == ERROR_NO_MORE_FILES ? std::error_code() : LastError();
 }

@@ -1,6 +1,12 @@
 #include "system.h"
 
+#include <cerrno>
+#include <filesystem>
+
+#include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -15,6 +21,34 @@ std::string DefaultFolder()
     return "/usr/include";
 }
 
+bool RunProgram(const std::vector<std::string>& arguments, std::error_code& error)
+{
+    std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments)
+        words.push_back(const_cast<char*>(argument.c_str())); // posix_spawn does not change them
+    words.push_back(nullptr);
+    pid_t child = 0;
+    int status = posix_spawn(&child, words[0], nullptr, nullptr, words.data(), environ);
+    if (status != 0)
+    {
+        error.assign(status, std::generic_category());
+        return false;
+    }
+    while (waitpid(child, &status, 0) < 0)
+    {
+        if (errno != EINTR)
+        {
+            error.assign(errno, std::generic_category());
+            return false;
+        }
+    }
+    if (status == 0)
+        return true;
+    error = std::make_error_code(std::errc::io_error); // the program has written the reason
+    return false;
+}
+
 std::FILE* OpenFile(const std::string& path, const char* mode)
 {
     return std::fopen(path.c_str(), mode);
@@ -25,23 +59,4 @@ unsigned long long SizeOf(std::FILE* file)
     struct stat state = {};
     const bool isRegular = fstat(fileno(file), &state) == 0 && S_ISREG(state.st_mode);
     return isRegular ? static_cast<unsigned long long>(state.st_size) : 0;
-}
-
-fs::file_type TypeOf(const std::string& path, std::error_code& error)
-{
-    return fs::status(path, error).type();
-}
-
-std::error_code ListFolder(const std::string& path, const TakeEntry& take)
-{
-    std::error_code error;
-    fs::directory_iterator entry(path, error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error))
-    {
-        std::error_code unknown;
-        const fs::file_type type = entry->symlink_status(unknown).type();
-        if (!take(entry->path().filename().string(), type, unknown))
-            break;
-    }
-    return error;
 }

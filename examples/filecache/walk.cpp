@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "system.h"
+#include <program/folders.h>
 
 namespace fs = std::filesystem;
 

@@ -25,7 +25,9 @@ const int kCheckLine = 2033;
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
     auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
-    return Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    void* const block = Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    KeepOrigin(block, {opName, location, false, false});
+    return block;
 }
 
 // The size of a handle of another heap may not fit. Then reports and returns a negative value.
@@ -98,13 +100,22 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
     if (!handle || !*handle)
         return BadArgument("U_ResizeHandle: no handle");
     void** resized = *handle;
-    auto attempt = [=](Claim*) -> void* {
-        return MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? *resized : nullptr;
+    if (U_CheckHandleFromHeap(resized))
+        return U_Err_OutOfMemory;
+    // The purge callback may have freed the handle. More memory would not help then, so the attempt
+    // ends the loop.
+    bool isFreed = false;
+    auto attempt = [&](Claim*) -> void* {
+        isFreed = MEM_CheckHandleFromHeap(UHeap(), resized) != 0;
+        return isFreed || MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? resized : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), resized), newSize);
-    return Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt)
-               ? 0
-               : U_Err_OutOfMemory;
+    if (!Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt))
+        return U_Err_OutOfMemory;
+    if (!isFreed)
+        return 0;
+    U_CheckHandleFromHeap(resized); // reports
+    return U_Err_OutOfMemory;
 }
 
 U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer)

@@ -64,15 +64,24 @@ inline U_u64 Growth(U_u64 oldSize, U_u64 newSize)
     return newSize > oldSize ? newSize - oldSize : 0;
 }
 
+// Stores the origin of a new block if the heap is checked. The block may be null.
+inline void KeepOrigin(void* block, const MEM_Origin& origin)
+{
+    if (MEM_KeepsOrigins.load(std::memory_order_relaxed) && block)
+        MEM_SetOrigin(block, origin);
+}
+
 // Returns a handle of the library's heap, or null after a report.
-inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
+inline void** AllocateHandle(U_u32 location, const char* opName, U_u64 size, Clearing clearing,
+                             bool isHog = false)
 {
     void** handle = nullptr;
     auto attempt = [&](Claim*) -> void* {
         handle = MEM_NewHandle(UHeap(), size);
         return handle ? *handle : nullptr;
     };
-    Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    void* const block = Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
+    KeepOrigin(block, {opName, location, isHog, false});
     return handle;
 }
 

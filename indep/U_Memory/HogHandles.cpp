@@ -104,7 +104,7 @@ U_Status U_NewHogHandle(U_u32 id, U_u32 location, const char* opName, U_u64 size
     if (!IsHog(index))
         return RefuseHog(location);
     *out = AllocateHandle(location, flags & U_Hog_Quiet ? nullptr : opName, BlockSize(size),
-                          Clearing((flags & U_Hog_Clear) != 0));
+                          Clearing((flags & U_Hog_Clear) != 0), true);
     void** const handle = *out;
     if (!handle)
         return U_Err_OutOfMemory;
@@ -139,20 +139,25 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     if (U_Status failure = GetDataSize(handle, &oldSize))
         return failure;
     const U_u64 newBlock = BlockSize(newSize);
-    // The purge callback may have resized or locked the handle.
+    // The purge callback may have resized, locked or freed the handle. A handle that is locked or
+    // freed ends the loop.
     U_u64 oldBlock = 0;
     bool isLocked = false;
+    bool isFreed = false;
     auto attempt = [&](Claim*) -> void* {
         const HogHeader* const headerNow = FindHeader(handle);
+        isFreed = !headerNow;
         isLocked = headerNow && headerNow->mLockCount;
-        if (isLocked)
-            return *handle;
+        if (isFreed || isLocked)
+            return handle;
         oldBlock = MEM_GetHandleSize(UHeap(), handle);
-        return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? *handle : nullptr;
+        return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? handle : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), handle), newBlock);
     if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs, false}, attempt))
         return U_Err_OutOfMemory;
+    if (isFreed)
+        return RefuseHog(kResizeLocation);
     if (isLocked)
         return RefuseLockedHog();
     CountHog(index, 0, static_cast<U_i64>(newBlock - oldBlock));

@@ -3,6 +3,7 @@
 #include "U_Alloc.h"
 
 #include <krobase/recycled_memory.h>
+#include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 #include <platform/base/rethrow.h>
 
@@ -32,6 +33,17 @@ U_i32 ChargeOf(std::size_t blockSize)
     return static_cast<U_i32>(static_cast<U_u32>(blockSize) + kHeaderBytes);
 }
 
+// Hides the header and the spare bytes at the end of the block from a checker of the process. The
+// checked heap reads the header, and its blocks have no spare bytes.
+void HideBounds(const RecycledHeader* header, U_u64 size)
+{
+    if (!platform::MemoryIsWatched() || MEM_KeepsOrigins)
+        return;
+    const U_u64 spare = header->mOwner->mBlockSize - kHeaderBytes - size;
+    platform::HideMemory(reinterpret_cast<const char*>(header + 1) + size, spare);
+    platform::HideMemory(header, sizeof(*header));
+}
+
 void* NewRecycled(U_u64 size, Claim* claim)
 {
     RecycledMemory* memory = nullptr;
@@ -58,6 +70,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
     RecycledHeader* header = static_cast<RecycledHeader*>(memory->mBlock);
     header->mMark = kMark;
     header->mOwner = memory;
+    HideBounds(header, size);
     return header + 1;
 }
 } // namespace
@@ -67,7 +80,10 @@ void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
     auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
     // Without the rounding of the block, which is known only with the block.
     const U_u64 growth = size + U_u64(2) * kHeaderBytes;
-    return Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
+    void* const data = Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
+    if (data)
+        KeepOrigin(static_cast<RecycledHeader*>(data) - 1, {opName, location, false, true});
+    return data;
 }
 
 // The block enters the pool before its charge is taken off. Otherwise a claim of another thread
@@ -76,7 +92,11 @@ U_Status U_FreeRecycledPtr(void* pointer)
 {
     if (!pointer)
         return 0;
-    RecycledMemory* memory = (static_cast<RecycledHeader*>(pointer) - 1)->mOwner;
+    RecycledHeader* const header = static_cast<RecycledHeader*>(pointer) - 1;
+    platform::RevealMemory(header, sizeof(*header));
+    if (MEM_KeepsOrigins && !MEM_CheckRecycled(header, header->mMark == kMark))
+        return 0;
+    RecycledMemory* memory = header->mOwner;
     const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;
     Up_AccountFrames(-charge);

@@ -12,13 +12,11 @@
 
 #include <krobase/debug.h>
 #include <krobase/executor.h>
-#include <krobase/text.h>
 #include <krobase/threads.h>
 #include <platform/base/integer_text.h>
 #include <platform/base/quiet_new.h>
 
 #include "U_Budget.h"
-#include "U_Encoding.h"
 #include "U_MemServices.h"
 #include "indep/frame/Guard.h"
 #include "indep/instrumentation/ScLogger.h"
@@ -40,6 +38,10 @@ const std::chrono::milliseconds kWaitForMemory(100);
 std::deque<U_ScGlobalLogger>& sLoggers = *new std::deque<U_ScGlobalLogger>;
 U_MemoryStats sPrevious = {};
 int sInterval = 1000; // milliseconds
+
+// Written by birth: the path of the latest start, and the errno with which the file was not opened.
+std::string& sPath = *new std::string;
+int sOpenError = 0;
 
 std::atomic<bool> sIsEnding(false); // true: the thread no longer waits for memory
 
@@ -76,16 +78,27 @@ int ReadInterval()
     return std::max(interval, 1);
 }
 
-U_UTF8String PathOfLog()
+// By default the file is in the root of the current drive.
+std::string PathOfLog()
 {
-    const std::string path = "/bc_memory." + std::to_string(GetCurrentProcessID()) + ".log";
-    return krobase::utility::UTF16to8(U_AsciiToUTF16String(path.c_str()));
+    return krobase::debug::DebugDatabase::Instance().GetEntry("MemoryYoYoLogFolder", "") +
+           "/bc_memory." + std::to_string(GetCurrentProcessID()) + ".log";
 }
 
 // Opens the file and writes the start line and the header.
 void StartFile()
 {
-    sLoggers.emplace_back(reinterpret_cast<const char*>(PathOfLog().c_str()));
+    sPath = PathOfLog();
+    sOpenError = 0;
+    try
+    {
+        sLoggers.emplace_back(sPath.c_str());
+    }
+    catch (int error)
+    {
+        sOpenError = error;
+        throw;
+    }
     sLoggers.back().Printf("%s", kHeader);
 }
 
@@ -165,4 +178,11 @@ void Up_StartMemoryLog()
         "Memory YoYo Log Thread", 1, kThreadPriorityNormal, nothing, nothing));
     sProcess = GetCurrentProcessID();
     Up_ScheduleMemoryRow(sExecutor->get());
+}
+
+std::string U_GetMemoryLogPath(int* openError)
+{
+    if (openError)
+        *openError = sOpenError;
+    return sPath;
 }

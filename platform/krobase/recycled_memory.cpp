@@ -9,8 +9,10 @@
 
 #include <platform/base/immortal.h>
 #include <platform/base/locks.h>
+#include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 
+#include "private/recycled_source.h"
 #include "small_block.h"
 
 namespace krobase
@@ -25,7 +27,33 @@ const std::size_t kLargestClass = 1 << 30;
 const std::size_t kClassesPerDoubling = 8;
 const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than its request
 
-// Freed blocks by size.
+std::atomic<const RecycledSource*> sSource(nullptr);
+
+// Whether the pool keeps freed blocks, and not only their sizes.
+bool KeepsBlocks()
+{
+    return !sSource.load(std::memory_order_acquire) && !platform::MemoryIsWatched();
+}
+
+// Returns a block of `blockSize` bytes, of which the owner has requested `size`. Null without
+// memory.
+void* NewBlock(std::size_t size, std::size_t blockSize)
+{
+    const RecycledSource* const source = sSource.load(std::memory_order_acquire);
+    void* const block = source ? source->mAllocate(size) : nullptr;
+    return block ? block : std::malloc(blockSize);
+}
+
+void FreeBlock(void* block)
+{
+    const RecycledSource* const source = sSource.load(std::memory_order_acquire);
+    if (!source || !block || !source->mFree(block))
+        std::free(block);
+}
+
+// Freed blocks by size. If a checker watches the process, or the heap is checked, the pool keeps
+// the sizes only: each block is freed at once and allocated anew, so that the checks know each
+// owner of a block.
 class Pool
 {
 public:
@@ -35,13 +63,17 @@ public:
         return *instance;
     }
 
-    // Returns a block for a size class and stores the size of the block in *size. Returns null
-    // if no block fits. Calls `charge` before the pool's sum falls.
-    void* Take(std::size_t* size, RecycledMemory::Charge charge)
+    // Returns a block for `asked` bytes of a size class, and stores the size of the block in *size.
+    // Returns null if no block fits, or without memory. Calls `charge` before the pool's sum falls.
+    void* Take(std::size_t asked, std::size_t* size, RecycledMemory::Charge charge)
     {
         const platform::ScLock lock(mLock);
         const auto found = mBlocks.lower_bound(*size);
         if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+            return nullptr;
+        if (!found->second)
+            found->second = NewBlock(asked, found->first);
+        if (!found->second)
             return nullptr;
         *size = found->first;
         charge(*size);
@@ -50,6 +82,11 @@ public:
 
     void Give(void* block, std::size_t size)
     {
+        if (!KeepsBlocks())
+        {
+            FreeBlock(block);
+            block = nullptr;
+        }
         try
         {
             const platform::ScLock lock(mLock);
@@ -86,7 +123,7 @@ public:
     }
 
 private:
-    typedef std::multimap<std::size_t, void*> Blocks;
+    typedef std::multimap<std::size_t, void*> Blocks; // null: see above
 
     void* Remove(Blocks::iterator position) PLATFORM_REQUIRES(mLock)
     {
@@ -101,15 +138,16 @@ private:
     {
         Blocks::node_type node = mBlocks.extract(mBlocks.begin());
         const std::size_t rest = node.key() - bytes;
-        void* shrunk = std::realloc(node.mapped(), rest);
-        if (shrunk)
+        void* const shrunk = node.mapped() ? std::realloc(node.mapped(), rest) : nullptr;
+        const bool isCut = shrunk || !node.mapped();
+        if (isCut)
         {
             node.mapped() = shrunk;
             node.key() = rest;
             mBytes -= bytes;
         }
         mBlocks.insert(std::move(node));
-        return shrunk ? bytes : 0;
+        return isCut ? bytes : 0;
     }
 
     platform::Mutex mLock;
@@ -133,6 +171,11 @@ std::size_t SizeClass(std::size_t size)
     return (size + step - 1) / step * step;
 }
 } // namespace
+
+void SetRecycledSource(const RecycledSource& source)
+{
+    sSource.store(&source, std::memory_order_release);
+}
 
 RecycledMemory::RecycledMemory(int size) : mBlock(nullptr), mBlockSize(0)
 {
@@ -159,11 +202,12 @@ void RecycledMemory::Allocate(int size, Charge charge)
     mBlockSize = 0;
     if (size < 0 || size > kLargestBlock)
         throw std::bad_alloc();
-    std::size_t blockSize = SizeClass(static_cast<std::size_t>(size));
-    void* block = Pool::Instance().Take(&blockSize, charge);
+    const std::size_t asked = static_cast<std::size_t>(size);
+    std::size_t blockSize = SizeClass(asked);
+    void* block = Pool::Instance().Take(asked, &blockSize, charge);
     if (!block)
     {
-        block = std::malloc(blockSize);
+        block = NewBlock(asked, blockSize);
         if (!block)
             throw std::bad_alloc();
         charge(blockSize);

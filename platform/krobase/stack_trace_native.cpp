@@ -8,6 +8,7 @@
 #include <backtrace.h>
 #include <boost/core/demangle.hpp>
 
+#include <win32/native/paths.h>
 #include <win32/native/windows_api.h>
 
 #include <unwind.h> // after windows_api.h
@@ -50,12 +51,36 @@ std::uintptr_t LinkedAddress(const std::string& path)
     return file && header.Signature == IMAGE_NT_SIGNATURE ? header.OptionalHeader.ImageBase : 0;
 }
 
+// Returns the bytes with which the C runtime names the file; empty if it has no such bytes.
+std::string Narrow(const std::wstring& path)
+{
+    char bytes[4 * MAX_PATH];
+    wchar_t same[MAX_PATH] = {};
+    const bool isNamed = ::WideCharToMultiByte(CP_ACP, 0, path.c_str(), -1, bytes, sizeof(bytes),
+                                               nullptr, nullptr) &&
+                         ::MultiByteToWideChar(CP_ACP, 0, bytes, -1, same, MAX_PATH) &&
+                         path == same;
+    return isNamed ? bytes : "";
+}
+
+// Returns the path of the module for libbacktrace, which knows narrow paths alone: the path itself,
+// or its short form if the path is long or has characters that the system's code page lacks. Empty
+// without such a path.
+std::string PathOf(HMODULE handle)
+{
+    const std::wstring path = win32::ModulePath(handle);
+    const std::string narrow = Narrow(path);
+    if (!narrow.empty())
+        return narrow;
+    wchar_t shortPath[MAX_PATH] = {};
+    const DWORD length = ::GetShortPathNameW(win32::SystemForm(path).c_str(), shortPath, MAX_PATH);
+    return length && length < MAX_PATH ? Narrow(shortPath) : "";
+}
+
 Module OpenModule(HMODULE handle)
 {
-    char path[MAX_PATH] = {};
-    const DWORD length = ::GetModuleFileNameA(handle, path, sizeof(path));
-    const bool isWhole = length && length < sizeof(path);
-    const std::uintptr_t linked = isWhole ? LinkedAddress(path) : 0;
+    const std::string path = PathOf(handle);
+    const std::uintptr_t linked = path.empty() ? 0 : LinkedAddress(path);
     if (!linked)
         return {};
     return {path, nullptr, linked - reinterpret_cast<std::uintptr_t>(handle)};
@@ -69,7 +94,8 @@ Module* FindModule(const void* address)
     const DWORD flags =
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     HMODULE handle = nullptr;
-    if (!::GetModuleHandleExW(flags, static_cast<const wchar_t*>(address), &handle))
+    // The system takes a null address for the program.
+    if (!address || !::GetModuleHandleExW(flags, static_cast<const wchar_t*>(address), &handle))
         return nullptr;
     auto found = sModules.find(handle);
     if (found == sModules.end())

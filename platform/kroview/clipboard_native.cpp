@@ -91,6 +91,18 @@ void KeepNumberOf(const UTF16String& text)
     if (clipboard.IsOpen() && TextOf(::GetClipboardData(CF_UNICODETEXT)) == shown)
         sOwnContents = ::GetClipboardSequenceNumber();
 }
+
+// Runs the action with the clipboard open if the contents are those of the library.
+template <class Action> void WithOwnContents(Action action)
+{
+    if (HasOwnContents())
+    {
+        const ScClipboard clipboard;
+        if (clipboard.IsOpen() && HasOwnContents())
+            action();
+    }
+    win32::RethrowFromProcedures();
+}
 } // namespace
 
 namespace datatransfer
@@ -104,33 +116,29 @@ void NewClipboardSendData(const UTF16String& text)
         isCopied = clipboard.IsOpen() && ::EmptyClipboard() &&
                    ::SetClipboardData(CF_UNICODETEXT, block.get());
     }
-    if (!isCopied)
+    if (isCopied)
+    {
+        static_cast<void>(block.release()); // the clipboard owns the block
+        KeepNumberOf(text);
+    }
+    else
     {
         WRIL_sprintf(0, "kroview", "NewClipboardSendData", "the clipboard refused the text");
-        return;
     }
-    static_cast<void>(block.release()); // the clipboard owns the block
-    KeepNumberOf(text);
+    win32::RethrowFromProcedures();
 }
 } // namespace datatransfer
 
 UTF16String ClipboardText()
 {
-    if (!HasOwnContents())
-        return {};
-    const ScClipboard clipboard;
-    if (!clipboard.IsOpen() || !HasOwnContents())
-        return {};
-    return TextOf(::GetClipboardData(CF_UNICODETEXT));
+    UTF16String text;
+    WithOwnContents([&] { text = TextOf(::GetClipboardData(CF_UNICODETEXT)); });
+    return text;
 }
 
 // Leaves the text of another program.
 void EmptyClipboard()
 {
-    if (!HasOwnContents())
-        return;
-    const ScClipboard clipboard;
-    if (clipboard.IsOpen() && HasOwnContents())
-        ::EmptyClipboard();
+    WithOwnContents([] { ::EmptyClipboard(); });
 }
 } // namespace kroview

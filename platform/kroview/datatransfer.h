@@ -17,7 +17,9 @@ namespace datatransfer
 {
 // Replaces the text on the clipboard.
 //
-// Throws: std::bad_alloc; then the clipboard is left as it is.
+// Throws: std::bad_alloc; then the clipboard is left as it is. On Windows, once the text is copied,
+//   an exception of a procedure that the copy called, such as that of the window that had the
+//   clipboard.
 // Failures: on Windows, if another program has the clipboard open, the text is not copied, and a
 //   line of the log at level 0 says so.
 PLATFORM_EXPORT void NewClipboardSendData(const krobase::utility::UTF16String& text);

@@ -5,6 +5,7 @@
 #include <wril/wril.h>
 
 #include "memory.h"
+#include "private/checked_blocks.h"
 #include "private/heap.h"
 
 using namespace tolv;
@@ -48,7 +49,7 @@ void LogLeaksByName(MEM_HeapRef heap)
 {
     std::map<std::string, Sum> leaks;
     WalkHeap(heap, [&](void* block, std::uint32_t size) {
-        leaks[NameOf(HeaderOf(block)->mName)].Add(size);
+        leaks[NameOf(ReadName(HeaderOf(block)))].Add(size);
     });
     for (const auto& leak : leaks)
         WRIL_sprintf(0, "TOLV", "MEM_DumpLeaks", "%s: %lld blocks, %lld bytes", leak.first.c_str(),
@@ -60,6 +61,11 @@ void MEM_DumpLeaks(MEM_HeapRef heap)
 {
     if (!heap)
         return;
+    if (IsWatched())
+    {
+        VerifyAllBlocks();
+        LogCheckedLeaks(heap);
+    }
     const Sum left = SumHeap(heap);
     if (!left.mBlocks)
     {

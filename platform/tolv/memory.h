@@ -9,6 +9,8 @@
 #ifndef TOLV_MEMORY_H
 #define TOLV_MEMORY_H
 
+#include <atomic>
+
 #include <platform/base/export.h>
 
 struct MEM_Heap; // opaque, lives as long as the process
@@ -41,6 +43,27 @@ PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size,
 PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size);
 PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
 PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
+
+// Whether new blocks are checked (platform::SetHeapChecks). Then callers of the functions above
+// call MEM_SetOrigin for each new block.
+PLATFORM_EXPORT extern std::atomic<bool> MEM_KeepsOrigins;
+
+// The operation that allocated a block, for the reports of the checked heap.
+struct MEM_Origin
+{
+    const char* mName; // may be null
+    unsigned mLocation;
+    bool mIsHog;     // the block belongs to a hog handle
+    bool mHasHeader; // the first 16 bytes are a header of the caller, which is not changed
+};
+
+// Stores the origin of a live block. Does nothing for a block that is not checked.
+PLATFORM_EXPORT void MEM_SetOrigin(void* block, const MEM_Origin& origin);
+
+// Returns false, after a report, if the heap is checked and the block is no live block of a
+// recycled pointer. `hasMark` means that the block looks like one: a block that was allocated
+// before the checks began is accepted for its mark. Repairs a damaged header after a report.
+PLATFORM_EXPORT bool MEM_CheckRecycled(void* block, bool hasMark);
 
 // Logs under the tag "MEM_DumpLeaks" a line for each name that has blocks left in the heap, and
 // then the sum. Logs nothing if no block is left. Ends the heap. REQUIRES: no other thread uses the

@@ -12,6 +12,8 @@ namespace tolv
 {
 PLATFORM_THREAD_LOCAL(ThreadRecord*, tRecord);
 
+std::atomic<std::size_t> BlockCache::sEnd(BlockCache::kLargest + 1);
+
 namespace
 {
 platform::Mutex sIdleLock;

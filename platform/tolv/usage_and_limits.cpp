@@ -186,6 +186,7 @@ bool MemDialogsQuieted()
 void ResetSwitches()
 {
     SetHeapFailure(boost::function<bool(unsigned long long)>());
+    SetHeapChecks(nullptr);
     sUsageError = 0;
     sSyncCount = 0;
     sDialogsQuieted = false;

@@ -12,9 +12,10 @@
 // own queue only; any thread may post to any queue.
 //
 // Procedures of windows: on Windows the system may call the procedure also within PeekMessageW,
-// GetMessageW, CreateWindowExW, DestroyWindow, SetCapture and ReleaseCapture. If the procedure
-// throws, that call throws the exception once the system has returned. PeekMessageW and
-// GetMessageW first return a message that they have removed; the next call then throws.
+// GetMessageW, CreateWindowExW, DestroyWindow, SetCapture and ReleaseCapture, and within the copy to
+// the clipboard. If the procedure throws, that call throws the exception once the system has
+// returned. PeekMessageW and GetMessageW first return a message that they have removed; the next
+// call then throws.
 
 #ifndef WIN32_MESSAGE_QUEUE_H
 #define WIN32_MESSAGE_QUEUE_H
@@ -119,7 +120,8 @@ PLATFORM_EXPORT long long DefWindowProcW(void* window, unsigned int message,
 
 // Registers a window procedure under the name of a class, until the process ends.
 //
-// Returns: the atom of the class; 0 if the name is taken, or without memory.
+// Returns: the atom of the class; 0 if the name is taken, without memory, and for a null name or
+//   procedure.
 PLATFORM_EXPORT unsigned short RegisterClassW(const WNDCLASSW* windowClass);
 
 // The parent of windows that receive messages and are never visible.

@@ -1,5 +1,6 @@
 #include "wril.h"
 
+#include <chrono>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
@@ -13,12 +14,27 @@
 #include <platform/base/quiet_new.h>
 #include <platform/base/switched_function.h>
 
+#include "private/repeats.h"
 #include "private/sink.h"
 
 namespace
 {
+using wril::Line;
+
 typedef platform::SwitchedFunction<void(int, const char*, const char*, const char*)> Sink;
 Sink& sSink = *new Sink;
+
+typedef platform::SwitchedFunction<unsigned long long()> Clock;
+Clock& sClock = *new Clock;
+
+unsigned long long Nanoseconds()
+{
+    if (const auto clock = sClock.Get())
+        return (*clock)();
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<unsigned long long>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(time).count());
+}
 
 // Returns 0 without a number in the variable.
 int LevelFromEnvironment()
@@ -65,28 +81,28 @@ template <class Write> void WriteText(std::string_view text, const Write& write)
     platform::WritePrintable(text, kUnescaped, write);
 }
 
-template <class Write>
-void WritePieces(int level, const char* category, const char* tag, const char* text,
-                 const Write& write)
+// `ending` follows the text.
+template <class Write> void WritePieces(const Line& line, const char* ending, const Write& write)
 {
     char number[16];
-    std::snprintf(number, sizeof(number), "[%d] ", level);
+    std::snprintf(number, sizeof(number), "[%d] ", line.mLevel);
     write(number);
-    platform::WritePrintable(Shown(category), {}, write);
+    platform::WritePrintable(line.mCategory, {}, write);
     write(" ");
-    platform::WritePrintable(Shown(tag), {}, write);
+    platform::WritePrintable(line.mTag, {}, write);
     write(": ");
-    WriteText(Shown(text), write);
+    WriteText(line.mText, write);
+    write(ending);
     write("\n");
 }
 
 // Writes the line in one call, so that processes which share stderr do not mix their lines. A
 // line of usual length is not allocated, since the line may be the last of a dying process.
-void WriteLine(int level, const char* category, const char* tag, const char* text)
+void WriteLine(const Line& line, const char* ending = "")
 {
     char usual[1024];
     std::size_t length = 0;
-    WritePieces(level, category, tag, text, [&](std::string_view piece) {
+    WritePieces(line, ending, [&](std::string_view piece) {
         if (length + piece.size() <= sizeof(usual))
             piece.copy(usual + length, piece.size());
         length += piece.size();
@@ -97,20 +113,69 @@ void WriteLine(int level, const char* category, const char* tag, const char* tex
     const platform::ScQuietNew quiet; // the caller may hold a lock
     const std::unique_ptr<char[]> whole(new (std::nothrow) char[length]);
     if (!whole) // several writes are better than no line
-        return WritePieces(level, category, tag, text, platform::WriteToStderr);
+        return WritePieces(line, ending, platform::WriteToStderr);
     char* end = whole.get();
-    WritePieces(level, category, tag, text,
+    WritePieces(line, ending,
                 [&](std::string_view piece) { end += piece.copy(end, piece.size()); });
     platform::WriteToStderr({whole.get(), length});
+}
+
+void WriteRepeated(const wril::Repeated& repeated)
+{
+    char ending[48];
+    std::snprintf(ending, sizeof(ending), " ... repeated %llu times", repeated.mCount);
+    WriteLine({repeated.mLevel, repeated.mCategory, repeated.mTag, repeated.mText, {}}, ending);
+}
+
+void WriteAllRepeated()
+{
+    for (wril::Repeated repeated; wril::EndOne(&repeated);)
+        WriteRepeated(repeated);
+}
+
+struct ProcessEnd
+{
+    ~ProcessEnd() { WriteAllRepeated(); }
+} sProcessEnd;
+
+void WriteUnlessRepeated(const Line& line)
+{
+    wril::Repeated ended;
+    const unsigned long long now = Nanoseconds();
+    wril::Verdict verdict;
+    while ((verdict = wril::Judge(line, now, &ended)) == wril::kWriteRepeated)
+        WriteRepeated(ended);
+    if (verdict == wril::kWriteLine)
+        WriteLine(line);
+}
+
+// Returns whether the format has a conversion that is neither a number nor a percent sign.
+bool HasTexts(std::string_view format)
+{
+    for (std::size_t at = 0; (at = format.find('%', at)) != std::string_view::npos; ++at)
+    {
+        at = format.find_first_not_of("-+ #0123456789.*hlLjzt", at + 1);
+        if (at == std::string_view::npos ||
+            std::string_view("%diouxXeEfFgGaA").find(format[at]) == std::string_view::npos)
+            return true;
+    }
+    return false;
+}
+
+// `format` is null for a text without numbers of a format.
+void Log(int level, const char* category, const char* tag, const char* text, const char* format)
+{
+    if (const auto sink = sSink.Get())
+        (*sink)(level, category, tag, text);
+    else if (level <= DefaultLevel())
+        WriteUnlessRepeated({level, Shown(category), Shown(tag), Shown(text),
+                             format && !HasTexts(format) ? format : Shown(text)});
 }
 } // namespace
 
 void WRIL_Log(int level, const char* category, const char* tag, const char* text)
 {
-    if (const auto sink = sSink.Get())
-        (*sink)(level, category, tag, text);
-    else if (level <= DefaultLevel())
-        WriteLine(level, category, tag, text);
+    Log(level, category, tag, text, nullptr);
 }
 
 void WRIL_sprintf(int level, const char* category, const char* tag, const char* format, ...)
@@ -138,7 +203,7 @@ void WRIL_sprintf(int level, const char* category, const char* tag, const char* 
     va_end(again);
     // A negative length is a failure to format, after which the buffer has no text.
     const char* shortLine = length < 0 ? format : line;
-    WRIL_Log(level, category, tag, longLine ? longLine.get() : shortLine);
+    Log(level, category, tag, longLine ? longLine.get() : shortLine, format);
 }
 
 std::string WRIL_convertMesg(const char* where, const char* text)
@@ -151,5 +216,11 @@ namespace wril
 void SetSink(const Sink::Function& sink)
 {
     sSink.Set(sink);
+    WriteAllRepeated();
+}
+
+void SetClock(const Clock::Function& nanoseconds)
+{
+    sClock.Set(nanoseconds);
 }
 } // namespace wril

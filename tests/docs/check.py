@@ -23,12 +23,14 @@ BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CONSOLE = re.compile(r"^```console\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 SOURCE = re.compile(r"`([\w/]+\.(?:cpp|h|inc|py))`")
-SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "examples", "tests",
-           "bench", "fuzz"]
+SOURCES = ["include", "indep", "text", "dictionary", "platform", "tools", "adapters", "examples",
+           "tests", "bench", "fuzz"]
 EXAMPLE = re.compile(r"^//     .*\n(?:(?://\n)*//     .*\n)*", re.MULTILINE)
 INCLUDE = re.compile(r"^ *#include .*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)|src=\"([^\":]+)\"")
-FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include"]
+FLAGS = ["-std=c++17", "-Wall", "-Wextra", "-Werror", f"-I{ROOT}/include",
+         f"-I{ROOT}/adapters/cpp"]
+HEADERS = ["include", "adapters/cpp"]  # the folders on a host's include path
 
 
 def programs(document):
@@ -106,20 +108,20 @@ def example(header):
 
 def check_examples(build, compiler, folder):
     """All examples in one source, each in a function of its own."""
-    headers = sorted(ROOT.glob("include/*.h"))
-    includes = "".join(f"#include <{header.name}>\n" for header in headers)
-    functions = ""
-    for header in headers:
-        code = example(header)
-        if not code:
-            yield f"include/{header.name}: there is no example"
-        includes += "".join(INCLUDE.findall(code))
-        functions += (f"void ExampleOf{header.stem}()\n{{\n#line 1 \"{header.name}, the example\"\n"
-                      f"{INCLUDE.sub('', code)}}}\n")
+    includes = functions = ""
+    for path in HEADERS:
+        for header in sorted((ROOT / path).glob("**/*.h")):
+            name = header.relative_to(ROOT / path)
+            code = example(header)
+            if not code:
+                yield f"{path}/{name}: there is no example"
+            includes += f"#include <{name}>\n" + "".join(INCLUDE.findall(code))
+            functions += (f"void ExampleOf_{header.stem}()\n{{\n"
+                          f"#line 1 \"{name}, the example\"\n{INCLUDE.sub('', code)}}}\n")
     source = pathlib.Path(folder, "examples.cpp")
     source.write_text(f"{includes}namespace examples\n{{\n{functions}}}\n", encoding="utf-8")
     if fails([compiler, *FLAGS, "-Wno-unused", f"-I{build}/include", "-fsyntax-only", source]):
-        yield "include/: an example does not compile"
+        yield "an example of a header does not compile"
 
 
 def main(build, compiler):

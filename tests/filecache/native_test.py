@@ -53,6 +53,94 @@ class FileCache(unittest.TestCase):
                 for option in (("--language", language), ("--dictionary", dictionary)):
                     self.assert_figure(self.run_host(*option, self.files)[1], label, 40)
 
+    def large_files(self):
+        """Makes two files that the smallest budget cannot hold. Returns their sizes by path."""
+        sizes = {}
+        for number, name in enumerate(["groß & 'weit' 日本", LONG + "/large"]):
+            path = os.path.join(self.files, name)
+            with open(path, "wb") as file:
+                file.truncate(3000000 + number)
+            sizes[path] = 3000000 + number
+        return sizes
+
+    def test_files_beyond_the_budget_are_refused_and_reported(self):
+        large = self.large_files()
+        telemetry = os.path.join(self.work, "telemetry")
+        for form in "json", "xml":
+            report = os.path.join(self.work, "report." + form)
+            _, out, err = self.run_host("--threads", "1", "--budget", "2M", "--report", report,
+                                        "--telemetry", telemetry, self.files)
+            self.assertEqual(err.count("Unable to allocate"), 1, err)
+            self.assert_figure(out, "files read", 42)
+            self.assert_figure(out, "refusals", 2)
+            if form == "json":
+                with open(report, encoding="utf-8") as file:
+                    refused = [(entry["path"], entry["bytes"]) for entry in json.load(file)["refused"]]
+            else:
+                refused = [(entry.text, int(entry.get("bytes")))
+                           for entry in ElementTree.parse(report).getroot().iter("refused")]
+            self.assertEqual(dict(refused), large, form)
+            with open(telemetry, encoding="utf-8") as lines:
+                event, count, group = map(json.loads, lines)
+            self.assertEqual(event["text"], "threads 1, budget 2097152")
+            self.assertEqual((count["part"], count["count"]), ("refused", 2))
+            self.assertEqual(group["data"]["files"], "42")
+
+    def test_a_small_budget_accounts_for_each_byte(self):
+        for number in range(20):
+            with open(os.path.join(self.files, f"medium {number}"), "wb") as file:
+                file.truncate(200000 + number)
+        out = self.run_host("--threads", "1", "--budget", "2M", self.files)[1]
+        read, held, purged = (int(re.search(f"(?m)^bytes {what} +([0-9]+)", out)[1])
+                              for what in ("read", "held", "purged"))
+        self.assertLessEqual(held, 2 << 20)
+        self.assertGreater(purged, 0)
+        self.assertEqual(held + purged, read)
+
+    def test_the_log_has_the_lines_that_are_counted(self):
+        self.large_files()
+        log = os.path.join(self.work, "log")
+        _, out, err = self.run_host("--threads", "2", "--budget", "2M", "--log", log, "--verbose",
+                                    self.files)
+        self.assertEqual(len(re.findall("refused: .*, 300000[01] bytes", err)), 2, err)
+        with open(log, "rb") as file:
+            content = file.read()
+        self.assert_figure(out, "log lines", content.count(b"\n"))
+        self.assertNotIn(b"MEM_DumpLeaks", content)
+
+    def test_a_changed_byte_and_a_changed_name_change_the_checksum(self):
+        def checksum(threads):
+            out = self.run_host("--threads", threads, self.files)[1]
+            return re.search("(?m)^checksum +([0-9a-f]{16})$", out)[1]
+
+        first = checksum("1")
+        self.assertEqual(checksum("7"), first)
+        path = os.path.join(self.files, "Datei 1")
+        with open(path, "r+b") as file:
+            file.write(b"L")
+        second = checksum("1")
+        os.rename(path, path + "x")
+        self.assertEqual(len({first, second, checksum("1")}), 3)
+
+    def test_wrong_usage_is_refused(self):
+        missing = os.path.join(self.work, "missing")
+        for message, *arguments in [
+                ("there is no folder", missing),
+                ("isn't a folder", os.path.join(self.files, "Datei 1")),
+                ("only one folder", self.files, self.work),
+                ("unknown option '--colour'", "--colour", self.files),
+                ("needs a value", "--budget"), ("--log needs a value", "--log=", self.files),
+                ("can't write", "--log", missing + "/log", self.files),
+                ("is below 2M", "--budget", "2097151", self.files),
+                ("isn't a size", "--budget", "16MB", self.files),
+                ("is too large", "--budget", "4294967297G", self.files),
+                ("isn't 1 to 256", "--threads", "257", self.files),
+                ("ends neither in .json nor in .xml", "--report", "report.txt", self.files)]:
+            with self.subTest(message):
+                _, out, err = self.run_host(*arguments, status=2)
+                self.assertIn(message, err)
+                self.assertEqual(out, "")
+
     def test_reports_are_of_their_format(self):
         path = os.path.join(self.work, "Bericht 日本.json")
         self.run_host("--report", path, self.files)
@@ -68,6 +156,14 @@ class FileCache(unittest.TestCase):
                 _, out, err = self.run_host(os.path.join(self.files, name), status=2)
                 self.assertEqual(out, "")
                 self.assertIn("missing", err)
+
+    def test_an_empty_drive_has_no_files(self):
+        empty = os.path.join(self.work, "empty")
+        os.mkdir(empty)
+        drive = os.path.join(os.environ["WINEPREFIX"], "dosdevices", "q:")
+        os.symlink(empty, drive)
+        self.addCleanup(os.remove, drive)
+        self.assert_figure(self.run_host("Q:\\")[1], "files read", 0)
 
     def test_a_crash_makes_the_last_call_and_ends_the_process(self):
         for kind in CRASHES:

@@ -29,7 +29,9 @@ ROWS = [
     ["indep/machine", "indep/contexts", "indep/data", "indep/instrumentation"],
     ["indep/crash"],
     ["indep"],
+    ["adapters"],
     ["tools/program"],
+    ["adapters"],
     ["tools", "examples", "bench"],
     ["fuzz"],
     ["tests"],
@@ -39,13 +41,15 @@ ROWS = [
 MUTUAL = {"indep/errors", "text", "indep/U_Memory"}
 
 # Folders that stand alone, with all that they may include besides themselves. The
-# dictionary reaches the platform through its conversion hooks.
+# dictionary reaches the platform through its conversion hooks. The adapters include what is
+# installed.
 ONLY = {
     "dictionary": {"dictionary", "platform/win32", "platform/base"},
+    "adapters": {"include", "platform"},
     "tools": {"dictionary", "platform"},
 }
 
-SEARCHED = ["", "include", "platform", "dictionary", "tools"]
+SEARCHED = ["", "include", "platform", "dictionary", "tools", "adapters/cpp"]
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^>"]+)[>"]', re.MULTILINE)
 RANK = {folder: rank for rank, row in enumerate(ROWS) for folder in row}
 

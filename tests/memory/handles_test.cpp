@@ -12,6 +12,7 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
+#include "U_Hog.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/PurgeHost.h"
@@ -127,6 +128,7 @@ TEST_F(Handles, ForeignHandlesAreReportedAndDoNoHarm)
     }
     EXPECT_EQ(U_FreeHandle(ofToolbox), 0);
     EXPECT_EQ(GetHandleSize(ofToolbox), 10) << "not freed";
+    EXPECT_THAT(mAlerts.Texts(), testing::Each(testing::HasSubstr("Handle is not from U heap.")));
 
     char report[200];
     std::snprintf(report, sizeof(report),
@@ -189,6 +191,37 @@ TEST_F(Handles, FailedDuplicatesAreReportedWithTheirLocation)
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
     U_FreeHandle(handle);
     DisposeHandle(ofToolbox);
+}
+
+TEST_F(Handles, AResizeOfAHandleThatThePurgeFreedIsNoLackOfMemory)
+{
+    U_u32 hog = 0;
+    ASSERT_EQ(U_RegisterHog("hog", &hog), 0);
+    for (const bool isHog : {false, true})
+    {
+        SCOPED_TRACE(isHog);
+        void** handle = isHog ? nullptr : U_AllocateHandleQuiet(10);
+        if (isHog)
+            U_NewHogHandle(hog, 1, "hog", 10, 0, &handle);
+        ASSERT_TRUE(handle);
+        bool isFreed = false;
+        const ScPurgeHost host([&](bool*) {
+            platform::SetHeapFailure({});
+            if (!isFreed)
+            {
+                EXPECT_EQ(isHog ? U_FreeHogHandle(handle) : U_FreeHandle(handle), 0);
+            }
+            isFreed = true;
+        });
+        platform::SetHeapFailure([](unsigned long long) { return true; });
+        mAlerts.Clear();
+        EXPECT_EQ(isHog ? U_ResizeHogHandle(1, "resize", 5000, handle)
+                        : U_ResizeHandle(1, 5000, "resize", &handle),
+                  isHog ? 2 : 4);
+        EXPECT_THAT(mAlerts.Texts(),
+                    testing::ElementsAre(testing::HasSubstr(isHog ? "bad tracked memory ID"
+                                                                  : "Handle is not from U heap.")));
+    }
 }
 
 TEST_F(Handles, ADuplicateCopiesTheBytesThatAPurgeLeft)

@@ -18,8 +18,10 @@ u=$(dirname "$(dirname "$(find "$folder" -name libU.dll -not -path '*/_CPack_Pac
 cmake -S "$here" -B "$folder/host" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
     -DU_DIR="$u/lib/cmake/U" >"$folder/configure.log" 2>&1 || { cat "$folder/configure.log"; exit 1; }
 cmake --build "$folder/host" >"$folder/build.log" 2>&1 || { cat "$folder/build.log"; exit 1; }
-told=$(WINEPATH="z:$u/bin" "$wine" "$folder/host/host.exe" "$folder/host/host_de.zdict")
-[ "${told%$'\r'}" = "Guten Tag" ] || { echo "the host printed: $told"; exit 1; }
+for host in host cpp_host; do
+    told=$(WINEPATH="z:$u/bin" "$wine" "$folder/host/$host.exe" "$folder/host/host_de.zdict")
+    [ "${told%$'\r'}" = "Guten Tag" ] || { echo "$host printed: $told"; exit 1; }
+done
 
 mkdir "$folder/files"
 echo "a line" >"$folder/files/a.txt"

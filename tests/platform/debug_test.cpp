@@ -94,6 +94,17 @@ TEST(StackTrace, FramesAreCutToTheArray)
     EXPECT_EQ(krobase::debug::GenerateStackTrace(nullptr, 0, 0), 0u);
 }
 
+TEST(StackTrace, AnAddressOutsideOfAllModulesHasNoName)
+{
+    int local = 0;
+    for (void* const frame :
+         {static_cast<void*>(nullptr), reinterpret_cast<void*>(1), static_cast<void*>(&local)})
+    {
+        EXPECT_EQ(NameOf(frame), "") << frame;
+        EXPECT_EQ(krobase::debug::StackFrameLineNumber(frame), 0) << frame;
+    }
+}
+
 TEST(StackTrace, NamesAreCutToTheBuffer)
 {
     Trace trace;

@@ -95,6 +95,106 @@ TEST_F(Log, ATextForgesNoLineOnStderrAndControlsNoTerminal)
     EXPECT_EQ(seen, kText);
 }
 
+// What the default sink writes.
+template <class Run> std::string Written(Run run)
+{
+    testing::internal::CaptureStderr();
+    run();
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Log, RepeatsWithinASecondAreLeftOutAndCounted)
+{
+    const unsigned long long kSecond = 1000000000;
+    unsigned long long now = 5;
+    platform::SetTickClock([&] { return now; });
+    EXPECT_EQ(Written([] {
+                  for (int use = 1; use <= 1000; ++use) // three kinds of line in turn
+                  {
+                      WRIL_sprintf(0, "U", "MEM", "used:\t%d of %5.1f%%", use, 2.5);
+                      WRIL_sprintf(0, "U", "MEM", "name:%s", "a");
+                      WRIL_Log(0, "U", "MEM", "DONE.\n");
+                  }
+                  WRIL_sprintf(0, "U", "MEM", "name:%s", "b");
+                  WRIL_Log(0, "U", "ROOM", "DONE.\n");
+                  WRIL_Log(0, nullptr, "MEM", "DONE.\n");
+              }),
+              "[0] U MEM: used:\t1 of   2.5%\n[0] U MEM: name:a\n[0] U MEM: DONE.\n"
+              "[0] U MEM: name:b\n[0] U ROOM: DONE.\n[0]  MEM: DONE.\n");
+    now += kSecond - 1;
+    EXPECT_EQ(Written([] { WRIL_Log(0, "U", "MEM", "DONE.\n"); }), "");
+    now += 1; // any line ends the repeats
+    EXPECT_EQ(Written([] { WRIL_Log(0, "U", "MEM", "other"); }),
+              "[0] U MEM: used:\t1000 of   2.5% ... repeated 999 times\n"
+              "[0] U MEM: name:a ... repeated 999 times\n"
+              "[0] U MEM: DONE. ... repeated 1000 times\n[0] U MEM: other\n");
+    EXPECT_EQ(Written([] {
+                  WRIL_Log(0, "U", "MEM", "DONE.\n");
+                  WRIL_Log(0, "U", "MEM", "DONE.\n");
+              }),
+              "[0] U MEM: DONE.\n");
+    now = 0; // a clock that was set back
+    EXPECT_EQ(Written([] { WRIL_Log(0, "U", "MEM", "DONE.\n"); }),
+              "[0] U MEM: DONE. ... repeated 1 times\n[0] U MEM: DONE.\n");
+}
+
+TEST_F(Log, NoRepeatIsLost)
+{
+    unsigned long long now = 0;
+    platform::SetTickClock([&] { return now; });
+    // More different lines than are remembered, each repeated once, the longest cut.
+    const auto text = [](int number) {
+        return std::to_string(number) + (number == 7 ? std::string(398, 'x') + "é" : "");
+    };
+    const std::string written = Written([&] {
+        for (int number = 0; number < 100; ++number)
+        {
+            for (int turn = 0; turn < 2; ++turn)
+                WRIL_Log(0, "U", "MEM", text(number).c_str());
+            ++now;
+        }
+        platform::SetLogSink([](int, const char*, const char*, const char*) {});
+    });
+    for (int number = 0; number < 100; ++number)
+    {
+        const std::string line = "[0] U MEM: " + text(number);
+        const std::string cut = number == 7 ? line.substr(0, line.size() - 2) : line;
+        EXPECT_NE(written.find(line + "\n"), std::string::npos) << number;
+        EXPECT_NE(written.find(cut + " ... repeated 1 times\n"), std::string::npos) << number;
+    }
+    platform::ResetAll();
+    EXPECT_EXIT(
+        {
+            for (int turn = 0; turn < 3; ++turn)
+                WRIL_Log(0, "U", "MEM", "at the end");
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0),
+        testing::StrEq("[0] U MEM: at the end\n[0] U MEM: at the end ... repeated 2 times\n"));
+}
+
+TEST_F(Log, ASinkOfTheHostReceivesEachLine)
+{
+    int lines = 0;
+    platform::SetLogSink([&](int, const char*, const char*, const char*) { ++lines; });
+    for (int turn = 0; turn < 100; ++turn)
+        WRIL_Log(0, "U", "MEM", "DONE.");
+    EXPECT_EQ(lines, 100);
+}
+
+TEST_F(Log, ThreadsCountTheirRepeatsTogether)
+{
+    platform::SetTickClock([] { return 0ull; });
+    const std::string written = Written([] {
+        OnThreads(4, [](int) {
+            for (int turn = 0; turn < 1000; ++turn)
+                WRIL_sprintf(0, "U", "MEM", "at %d", 7);
+        });
+        platform::SetLogSink(platform::LogSink());
+    });
+    EXPECT_EQ(written, "[0] U MEM: at 7\n[0] U MEM: at 7 ... repeated 3999 times\n");
+}
+
 TEST_F(Log, ALineOfUsualLengthTakesNoMemory)
 {
     testing::internal::CaptureStderr();

@@ -120,6 +120,21 @@ TEST(MessageQueues, AWindowReceivesMessagesUntilItIsDestroyed)
     EXPECT_FALSE(win32::PostMessageW(window, 1024, 0, 0));
 }
 
+TEST(MessageQueues, AClassHasANameAndAProcedure)
+{
+    const unsigned short kOtherName[] = {'O', 't', 'h', 'e', 'r', 0};
+    for (const win32::WNDCLASSW& windowClass :
+         {win32::WNDCLASSW{&Record, nullptr}, {nullptr, kOtherName}})
+        EXPECT_EQ(win32::RegisterClassW(&windowClass), 0);
+    OnFreshThread([&] {
+        for (const unsigned short* const name :
+             {static_cast<const unsigned short*>(nullptr), kOtherName})
+            EXPECT_EQ(win32::CreateWindowExW(0, name, nullptr, 0, 0, 0, 0, 0,
+                                             win32::MessageOnlyParent(), nullptr, nullptr, nullptr),
+                      nullptr);
+    });
+}
+
 TEST(MessageQueues, AnExceptionOfAProcedureReachesTheDispatcher)
 {
     const unsigned short kThrowing[] = {'T', 'h', 'r', 'o', 'w', 's', 0};

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <kroview/datatransfer.h>
 #include <win32/message_queue.h>
 #include <win32/native/windows_api.h>
 
@@ -58,6 +59,13 @@ TEST(SystemMessages, AnExceptionOfAProcedureReachesTheCallThatMadeTheSystemCallI
         {WM_DESTROY, [](void* window) { win32::DestroyWindow(window); }},
         {WM_CAPTURECHANGED, [](void*) { win32::SetCapture(nullptr); }},
         {WM_CAPTURECHANGED, [](void*) { win32::ReleaseCapture(); }},
+        {WM_DESTROYCLIPBOARD,
+         [](void* window) {
+             EXPECT_TRUE(::OpenClipboard(static_cast<HWND>(window)) && ::EmptyClipboard() &&
+                         ::CloseClipboard())
+                 << "the window has the clipboard";
+             kroview::datatransfer::NewClipboardSendData({'t'});
+         }},
     };
     for (const auto& [message, call] : kRows)
     {

@@ -1,15 +1,20 @@
 // Memory, files and exceptions where the system has a form of its own.
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
+#include <krobase/stack_trace.h>
 #include <platform/control.h>
 #include <win32/exceptions.h>
 #include <win32/memory.h>
 #include <win32/native/paths.h>
 #include <win32/process.h>
+
+#include "tests/support/System.h"
 
 namespace
 {
@@ -31,22 +36,101 @@ TEST(SystemMemory, TheGuardOfAPageIsKeptByALookAtThePage)
     ::VirtualFree(pages, 0, MEM_RELEASE);
 }
 
-TEST(SystemFiles, APrivateLogMayHaveALongNameInTheActiveCodePage)
+// A folder with a long name, in a form for the system's functions.
+class SystemFiles : public testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(::CreateDirectoryW(mFolder.c_str(), nullptr)); }
+    void TearDown() override
+    {
+        EXPECT_TRUE(::RemoveDirectoryW(mFolder.c_str())) << "a file is left";
+        platform::ResetAll();
+    }
+
+    static std::wstring Folder()
+    {
+        wchar_t temporary[MAX_PATH] = {};
+        ::GetTempPathW(MAX_PATH, temporary);
+        return win32::SystemForm(temporary + std::to_wstring(::GetTickCount64()) +
+                                 std::wstring(200, 'x'));
+    }
+
+    std::wstring Path(const std::wstring& name) const { return mFolder + L"\\" + name; }
+
+    const std::wstring mFolder = Folder();
+};
+
+TEST_F(SystemFiles, APrivateLogMayHaveALongNameInTheActiveCodePage)
 {
     platform::SetActiveCodePage(65001);
-    wchar_t temporary[MAX_PATH] = {};
-    ::GetTempPathW(MAX_PATH, temporary);
-    const std::string folder = win32::UTF8Of(temporary) + "log-" +
-                               std::to_string(::GetCurrentProcessId()) + std::string(200, 'x');
-    const std::string path = folder + "\\caf\xC3\xA9-" + std::string(200, 'y');
-    ASSERT_TRUE(::CreateDirectoryW(win32::SystemPath(folder).c_str(), nullptr));
-    std::FILE* const file = win32::OpenPrivateLog(path.c_str());
+    const std::wstring path = Path(L"caf\xE9-" + std::wstring(200, 'y'));
+    std::FILE* const file = win32::OpenPrivateLog(win32::UTF8Of(path).c_str());
     EXPECT_NE(file, nullptr);
     if (file)
         std::fclose(file);
-    EXPECT_TRUE(::DeleteFileW(win32::SystemPath(path).c_str()));
-    EXPECT_TRUE(::RemoveDirectoryW(win32::SystemPath(folder).c_str()));
-    platform::ResetAll();
+    EXPECT_TRUE(::DeleteFileW(path.c_str()));
+}
+
+TEST_F(SystemFiles, APrivateLogHasNoNameOutOfBytesThatAreNoText)
+{
+    const std::pair<unsigned int, const char*> kRows[] = {
+        {65001, "\xED\xA0\x80"}, {65001, "a\xFF"}, {932, "a\x81"}};
+    for (const auto& [codePage, name] : kRows)
+    {
+        SCOPED_TRACE(testing::PrintToString(name));
+        platform::SetActiveCodePage(codePage);
+        errno = 0;
+        EXPECT_EQ(win32::OpenPrivateLog((win32::UTF8Of(Path(L"")) + name).c_str()), nullptr);
+        EXPECT_EQ(errno, EILSEQ);
+    }
+}
+
+TEST_F(SystemFiles, HalvesOfSurrogatePairsAreKeptInNames)
+{
+    const std::pair<std::wstring, const char*> kRows[] = {
+        {L"", ""},
+        {L"\xD83D\xDE00", "\xF0\x9F\x98\x80"},
+        {L"\xD83D", "\xED\xA0\xBD"},
+        {L"\xDE00\xD83Dz", "\xED\xB8\x80\xED\xA0\xBDz"},
+        {L"\xD83D\xD83D\xDE00\xFFFD", "\xED\xA0\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD"},
+        {L"\xD7FF\xE000", "\xED\x9F\xBF\xEE\x80\x80"},
+    };
+    for (const auto& [units, bytes] : kRows)
+    {
+        EXPECT_EQ(win32::UTF8Of(units), bytes);
+        EXPECT_EQ(win32::WideOf(bytes), units);
+    }
+    const std::string kOtherBytes[] = {"\xED\xA0", "\xED\xA0z", "\xED\xC0\x80", "\xFF"};
+    for (const std::string& bytes : kOtherBytes)
+        EXPECT_NE(win32::WideOf(bytes).find(0xFFFD), std::wstring::npos);
+
+    const std::wstring path = Path(L"a\xD83D");
+    const HANDLE file = ::CreateFileW(win32::SystemPath(win32::UTF8Of(path)).c_str(), GENERIC_WRITE,
+                                      0, nullptr, CREATE_NEW, 0, nullptr);
+    // Wine can make no file of that name: its names are those of the POSIX system below.
+    EXPECT_EQ(file == INVALID_HANDLE_VALUE, IsWine());
+    if (file != INVALID_HANDLE_VALUE)
+        ::CloseHandle(file);
+    EXPECT_EQ(::DeleteFileW(path.c_str()) != 0, !IsWine());
+}
+
+// The trace's look-ups read the file of the module.
+TEST_F(SystemFiles, AModuleMayHaveALongNameOfAnyScript)
+{
+    const HMODULE json = ::GetModuleHandleW(L"libboost_json.dll");
+    ASSERT_NE(json, nullptr);
+    const std::wstring path = Path(L"\x65E5\x672C" + std::wstring(150, 'y') + L".dll");
+    ASSERT_TRUE(::CopyFileW(win32::ModulePath(json).c_str(), path.c_str(), TRUE));
+    const HMODULE copy = ::LoadLibraryW(path.c_str());
+    ASSERT_NE(copy, nullptr);
+    const auto function =
+        reinterpret_cast<char*>(::GetProcAddress(copy, "_ZN5boost4json5valueD1Ev"));
+    ASSERT_NE(function, nullptr);
+    char name[100] = {};
+    krobase::debug::StackFrameFunctionName(function + 1, name, sizeof(name));
+    EXPECT_STREQ(name, "boost::json::value::~value()");
+    ::FreeLibrary(copy);
+    EXPECT_TRUE(::DeleteFileW(path.c_str()));
 }
 
 int volatile sDepth = 0;

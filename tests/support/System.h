@@ -55,6 +55,21 @@ double SecondsSinceStart();
 // Returns whether the system can read the byte. A read here would fail.
 bool IsReadable(const void* address);
 
+// Takes the desktop from the process for a scope: a process without one, such as a service, has no
+// message boxes. POSIX systems have neither.
+class ScNoDesktop
+{
+public:
+    ScNoDesktop();
+    ~ScNoDesktop();
+    ScNoDesktop(const ScNoDesktop&) = delete;
+    ScNoDesktop& operator=(const ScNoDesktop&) = delete;
+
+private:
+    void* mStation = nullptr;
+    void* mBefore = nullptr;
+};
+
 // Sets a variable of the environment; null removes the variable.
 void SetVariable(const char* name, const char* value);
 

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include <gtest/gtest.h>
+
 #include <win32/native/windows_api.h>
 
 namespace
@@ -98,6 +100,20 @@ bool IsReadable(const void* address)
     MEMORY_BASIC_INFORMATION info = {};
     return ::VirtualQuery(address, &info, sizeof(info)) && info.State == MEM_COMMIT &&
            (info.Protect & (PAGE_NOACCESS | PAGE_GUARD)) == 0;
+}
+
+// A new station is never visible.
+ScNoDesktop::ScNoDesktop()
+    : mStation(::CreateWindowStationW(nullptr, 0, WINSTA_ALL_ACCESS, nullptr)),
+      mBefore(::GetProcessWindowStation())
+{
+    EXPECT_TRUE(::SetProcessWindowStation(static_cast<HWINSTA>(mStation)));
+}
+
+ScNoDesktop::~ScNoDesktop()
+{
+    ::SetProcessWindowStation(static_cast<HWINSTA>(mBefore));
+    ::CloseWindowStation(static_cast<HWINSTA>(mStation));
 }
 
 void SetVariable(const char* name, const char* value)

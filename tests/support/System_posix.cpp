@@ -92,6 +92,9 @@ bool IsReadable(const void* address)
     return readable;
 }
 
+ScNoDesktop::ScNoDesktop() = default;
+ScNoDesktop::~ScNoDesktop() = default;
+
 void SetVariable(const char* name, const char* value)
 {
     if (value)

@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 import unittest
+import xml.etree.ElementTree
 
 from images import flat
 from program import Case
@@ -270,6 +271,32 @@ class BadPO(Exchange):
             self.assertIn(what, done.err)
             self.assertFalse(os.path.exists(self.path("out")), what)
 
+    def test_parts_of_a_large_file_read_as_one(self):
+        # Above a megabyte, a file is read in parts.
+        entry = ('\n# %s\n#, fuzzy-not\nmsgctxt "/%d"\n\nmsgid ""\n"a%d"\nmsgstr "%s"\n"\\n"\n'
+                 '\n"second"\n')
+        content = HEADER % "UTF-8" + "".join(entry % ("x" * 40, i, i, "ä" * 40)
+                                             for i in range(20000))
+        self.assertGreater(len(content.encode()), 3 << 20)
+        text = self.imported(content.encode()).out.decode().splitlines()
+        self.assertEqual(len(text), 20000)
+        for i in 0, 9999, 19999:
+            self.assertEqual(text[i], f'"$$$/{i}={"ä" * 40}\\nsecond{{{{*COMMENT*}}}}#, fuzzy-not'
+                                      f'\\n#| a{i}\\n{"x" * 40}"')
+        line = content.count("\n") + 1
+        rows = [('msgctxt "/a"\nmsgid "a"\nmsgstr "b', f":{line + 2}: end-of-file within string"),
+                ('msgctxt "/5"\nmsgid "a"\nmsgstr "b"\n', f':{line + 1}:1: the key "/5" has a'),
+                ('msgctxt "/a"\nmsgid "a"\nmsgstr "\\344"\n', f":{line + 1}:1: a text of the entry"),
+                ('domain "x"\n', f":{line}:1: domains are not carried"),
+                ("?\n", f":{line}:2: syntax error")]
+        for end, what in rows:
+            done = self.run_tool("import", "-o", self.path("out"), "-",
+                                 stdin=(content + end).encode(), status=1)
+            self.assertIn(what, done.err)
+            self.assertFalse(os.path.exists(self.path("out")), what)
+        late = (ENTRY.lstrip() % "b" + "\n" + HEADER % "UTF-8").encode()
+        self.assertIn(":5:1: the header is not the first", self.imported(late, status=1).err)
+
     def test_plural_forms_are_reported(self):
         plural = '\nmsgctxt "/b"\nmsgid "a"\nmsgid_plural "b"\nmsgstr[0] "c"\nmsgstr[1] "d"\n'
         done = self.imported((HEADER % "UTF-8" + plural + ENTRY % "b").encode(), "--no-notes")
@@ -300,6 +327,64 @@ class BadPO(Exchange):
                 counts = subprocess.run(["msgfmt", "--statistics", "-o", "/dev/null", "-"], input=po,
                                         capture_output=True, timeout=60).stderr
                 self.assertEqual(counts, b"0 translated messages, 1 fuzzy translation.\n", note)
+
+
+class XLIFF20(Exchange):
+    """The rules of XLIFF 2.0 for the elements that zdict writes, checked by another XML reader."""
+
+    CORE = "{urn:oasis:names:tc:xliff:document:2.0}"
+    SPACE = "{http://www.w3.org/XML/1998/namespace}space"
+    TOKEN = r"[\w:][\w:.-]*\Z"  # NMTOKEN, of which ASCII is used
+    # Of each element: the required and the allowed attributes, and its children in order.
+    RULES = {
+        "xliff": ({"version", "srcLang"}, {"trgLang", SPACE}, r"(file )+"),
+        "file": ({"id"}, {"original", "canResegment", "translate", SPACE},
+                 r"(skeleton )?(notes )?(unit |group )+"),
+        "unit": ({"id"}, {"name", "translate", "type", SPACE},
+                 r"(notes )?(originalData )?(segment |ignorable )*segment (segment |ignorable )*"),
+        "notes": (set(), set(), r"(note )+"),
+        "note": (set(), {"id", "appliesTo", "category", "priority"}, r""),
+        "segment": (set(), {"id", "canResegment", "state", "subState"}, r"source (target )?"),
+        "source": (set(), {SPACE, "{http://www.w3.org/XML/1998/namespace}lang"}, r"(cp )*"),
+        "target": (set(), {SPACE, "order"}, r"(cp )*"),
+        "cp": ({"hex"}, set(), r""),
+    }
+    STATES = {"initial", "translated", "reviewed", "final"}
+
+    def check(self, element):
+        name = element.tag.replace(self.CORE, "")
+        required, allowed, children = self.RULES[name]
+        self.assertLessEqual(required, set(element.keys()), name)
+        self.assertLessEqual(set(element.keys()), required | allowed, name)
+        names = "".join(child.tag.replace(self.CORE, "") + " " for child in element)
+        self.assertRegex(names, children + r"\Z", name)
+        if name not in ("note", "source", "target"):
+            texts = [element.text or ""] + [child.tail or "" for child in element]
+            self.assertEqual("".join(texts).strip(), "", name)
+        if "id" in element.keys():
+            self.assertRegex(element.get("id"), self.TOKEN)
+        for child in element:
+            self.check(child)
+
+    def test_the_export_keeps_the_rules_of_the_format(self):
+        english = self.file("e", ENGLISH.lstrip() + '"$$$/App/a b_c=x"\n"$$$/App/a/b.c=x"\n'
+                            '"$$$a=x"\n"$$$/App/Many={{*COMMENT*}}#: a b:1\\nlines"\n')
+        root = xml.etree.ElementTree.fromstring(self.exported("xliff2", english, self.german))
+        self.check(root)
+        self.assertEqual((root.get("version"), root.get("srcLang"), root.get("trgLang")),
+                         ("2.0", "en", "de-DE"))
+        units = list(root.iter(self.CORE + "unit"))
+        self.assertEqual(len(units), 14)
+        self.assertEqual(len({unit.get("id") for unit in units}), len(units))
+        for segment in root.iter(self.CORE + "segment"):
+            # The state of a segment without a translation is "initial".
+            self.assertIn(segment.get("state"), self.STATES)
+            if segment.find(self.CORE + "target") is None:
+                self.assertEqual(segment.get("state"), "initial")
+        for character in root.iter(self.CORE + "cp"):
+            self.assertRegex(character.get("hex"), r"[0-9A-F]{4}\Z")
+            point = int(character.get("hex"), 16)
+            self.assertTrue(point < 32 and point not in (9, 10, 13) or point in (0xFFFE, 0xFFFF))
 
 
 class BadXLIFF(Exchange):
@@ -359,8 +444,14 @@ class BadXLIFF(Exchange):
             (self.xliff(self.UNIT % "&#xD800;"), 'the entity "&#xD800;'),
             (self.xliff(self.UNIT % "& b"), 'the entity "& b'),
             (self.xliff(self.UNIT % "\b"), ":1:85: it holds a control character"),
-            (self.xliff(self.UNIT % "b")[:-8], "Start-end tags mismatch"),
+            (self.xliff(self.UNIT % "b")[:-8], ':1:122: the document ends in the element "xliff"'),
             (self.xliff(self.UNIT % "b")[:60], ":1:"),
+            (self.xliff(self.UNIT % "b").replace("</body>", "</bdy>"), 'the end tag "bdy" belongs'),
+            (self.xliff(self.UNIT % "b").replace("</trans", "</x><trans"), "Start-end tags mismatch"),
+            (self.xliff("<!-- "), ":1:34: the comment has no end"),
+            (self.xliff(self.UNIT % "b") + "\n<x/>", ":2:1: the document has a second root"),
+            (self.xliff('<group a="'), ":1:34: the tag has no end"),
+            ("<!-- -->", "it has no elements"),
             (self.xliff("", "3.0"), ':1:1: its version "3.0" of XLIFF'),
             ("<html/>", ':1:1: it isn\'t XLIFF, but has the root "html"'),
             (self.xliff('\n <trans-unit resname="/a"><target>b</target></trans-unit>'),

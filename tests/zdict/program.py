@@ -1,10 +1,14 @@
 """Runs the program named by the environment's ZDICT on files of a temporary folder."""
 
+import fcntl
 import os
+import pty
 import re
 import shutil
+import struct
 import subprocess
 import tempfile
+import termios
 import unittest
 
 ZDICT = os.environ["ZDICT"]
@@ -73,6 +77,25 @@ class Case(unittest.TestCase):
         if status is not None:
             self.assertEqual(result.status, status, f"{arguments}: {result.err}")
         return result
+
+    def shown(self, *arguments, stream="stdout"):
+        """Runs the tool with the stream on a terminal. Returns the text that the terminal shows."""
+        leader, follower = pty.openpty()
+        fcntl.ioctl(follower, termios.TIOCSWINSZ, struct.pack("4H", 50, 200, 0, 0))
+        shown = b""
+        with subprocess.Popen([ZDICT, *arguments], stdin=subprocess.DEVNULL,
+                              **{stream: follower}) as process:
+            os.close(follower)
+            try:
+                while chunk := os.read(leader, 10000):
+                    shown += chunk
+            except OSError:
+                pass  # the end of the terminal
+            self.assertEqual(process.wait(60), 0)
+        os.close(leader)
+        if WINDOWS:  # Wine draws the console of the program on the terminal
+            shown = re.sub(rb"\x1b\[[?0-9;]*[A-Za-z]", b"", shown).replace(b"\r\r", b"\r")
+        return shown.decode().expandtabs()
 
     def compiled(self, text, *options, status=0):
         if isinstance(text, str):

@@ -65,14 +65,16 @@ def texts_in(binary):
 
 
 def compiled(source, folder):
-    """Returns the literals of the program, which prints them."""
-    program = os.path.join(folder, "program")
+    """Returns the literals of the program, which prints them. The environment's EMULATOR runs
+    the program, if it is for another system."""
+    program = os.path.join(folder, "program.exe")
     path = os.path.join(folder, "program.cpp")
     with open(path, "w", encoding="utf-8", newline="") as file:
         file.write(source)
     subprocess.run([os.environ.get("CXX", "g++"), "-std=c++17", "-w", "-O0", path, "-o", program],
                    check=True, timeout=100)
-    lines = subprocess.run([program], stdout=subprocess.PIPE, check=True, timeout=10).stdout.split()
+    lines = subprocess.run([*os.environ.get("EMULATOR", "").split(), program],
+                           stdout=subprocess.PIPE, check=True, timeout=10).stdout.split()
     return path, [bytes.fromhex(line.decode()) for line in lines]
 
 

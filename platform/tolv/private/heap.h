@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <platform/base/memory_tools.h>
+
 #include "slots.h"
 
 struct MEM_Heap
@@ -26,12 +28,31 @@ struct alignas(16) BlockHeader
 {
     void** mSlot;
     std::uint32_t mName;
+    std::uint32_t mGuard; // of a checked block
 };
 
 inline BlockHeader* HeaderOf(void* block)
 {
     return static_cast<BlockHeader*>(block) - 1;
 }
+
+// Whether a checker watches the memory of the process, or the heap is or was checked. Then the heap
+// keeps no freed block for reuse. The value never returns to false.
+extern std::atomic<bool> sIsWatched;
+void SetWatched();
+
+inline bool IsWatched()
+{
+    return sIsWatched.load(std::memory_order_relaxed);
+}
+
+// Hide the end of a header from the checker that watches the process, and reveal the end. The
+// head, which each free of a pointer reads, remains visible.
+void HideHeader(const BlockHeader* header);
+void RevealHeader(const BlockHeader* header);
+
+// Returns the number of a block's name. The header may be hidden.
+std::uint32_t ReadName(const BlockHeader* header);
 
 // Returns the slot of a live block, or null for null and for an address that is no block.
 // REQUIRES: the bytes before the address are readable.
@@ -42,6 +63,10 @@ inline void** SlotOfBlock(void* block)
     void** slot = HeaderOf(block)->mSlot;
     return FindSlab(slot) && *slot == block ? slot : nullptr;
 }
+
+// Works like SlotOfBlock for an address before which there may be no memory of the heap: no checker
+// of the process reports the reading.
+void** SlotOfAny(void* block);
 
 // Returns the slab of a live handle, or null for any other address.
 inline Slab* SlabOfHandle(void** handle)

@@ -8,6 +8,7 @@
 #ifndef TOLV_SLOTS_H
 #define TOLV_SLOTS_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,13 +19,16 @@ namespace tolv
 const std::size_t kSlabBytes = 0x10000;
 const std::size_t kSlotsPerSlab = 4680;
 
+struct BlockRecord; // of the checked heap
+
 // Sizes and heaps have arrays of their own, so that a block costs 14 bytes here and not 16.
 struct Slab
 {
     void* mBlocks[kSlotsPerSlab];
     std::uint32_t mSizes[kSlotsPerSlab];
     std::uint16_t mHeaps[kSlotsPerSlab];
-    Slab* mNext; // the list of all slabs
+    Slab* mNext;                                 // the list of all slabs
+    std::atomic<BlockRecord*> mRecords{nullptr}; // null until the slab has a checked block
 };
 static_assert(sizeof(Slab) <= kSlabBytes, "a slab must fit its alignment");
 

@@ -3,6 +3,8 @@
 #ifndef TOLV_SWITCHES_H
 #define TOLV_SWITCHES_H
 
+#include <cstddef>
+
 #include <boost/function.hpp>
 
 #include <platform/base/switched_function.h>
@@ -11,6 +13,20 @@ namespace tolv
 {
 void SetHeapFailure(const boost::function<bool(unsigned long long size)>& shouldFail);
 void SetUsageError(short code);
+
+// Sets the checks of the heap, from the environment for null. Returns false for a text that is
+// not understood.
+bool SetHeapChecks(const char* options);
+
+// Verifies all blocks of the checked heap. Returns the number of faults.
+std::size_t VerifyAllBlocks();
+
+// Finds out whether the process is watched, and whether the heap is to be checked. Called before
+// the first block.
+void StartWatching();
+
+// Reads the environment, unless the checks were set before. Logs a value that is not understood.
+void ReadHeapChecks();
 unsigned int SyncMemUsageCount();
 bool MemDialogsQuieted();
 

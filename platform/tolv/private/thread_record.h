@@ -14,14 +14,6 @@
 #include "heap.h"
 #include "slots.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define TOLV_WITH_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TOLV_WITH_ADDRESS_SANITIZER
-#endif
-#endif
-
 namespace tolv
 {
 const std::size_t kChainSlots = 585;
@@ -32,24 +24,19 @@ const std::size_t kChainSlots = 585;
 class BlockCache
 {
 public:
-#if defined(TOLV_WITH_ADDRESS_SANITIZER)
-    // No cache, so that the sanitizer sees each allocation and each free.
-    static const std::size_t kLargest = 0;
-#else
     static const std::size_t kLargest = 2048;
-#endif
+
+    // Ends the caches of all threads: Take finds no block, and Give keeps no block.
+    static void End() { sEnd.store(0, std::memory_order_relaxed); }
 
     // Returns a block with a capacity of at least `size` bytes, or null. The slot of the block is
     // marked as free.
     BlockHeader* Take(std::size_t size)
     {
         const std::size_t sizeClass = Class(size);
-        if (size > kLargest || !mFirst[sizeClass])
+        if (size >= sEnd.load(std::memory_order_relaxed) || !mFirst[sizeClass])
             return nullptr;
-        BlockHeader* header = mFirst[sizeClass];
-        mFirst[sizeClass] = *Next(header);
-        --mCount[sizeClass];
-        return header;
+        return Pop(sizeClass);
     }
 
     // Returns any block, or null if the cache is empty.
@@ -57,18 +44,18 @@ public:
     {
         for (std::size_t sizeClass = 0; sizeClass < kClasses; ++sizeClass)
         {
-            if (BlockHeader* header = Take(sizeClass * kStep))
-                return header;
+            if (mFirst[sizeClass])
+                return Pop(sizeClass);
         }
         return nullptr;
     }
 
-    // Returns false, and the caller keeps the block, if the block is too large or the cache of its
-    // size class is full.
+    // Returns false, and the caller keeps the block, if the block is too large, if the cache of its
+    // size class is full, or after End.
     bool Give(BlockHeader* header, std::size_t size)
     {
         const std::size_t sizeClass = Class(size);
-        if (size > kLargest || mCount[sizeClass] == kMostPerClass)
+        if (size >= sEnd.load(std::memory_order_relaxed) || mCount[sizeClass] == kMostPerClass)
             return false;
         *Next(header) = mFirst[sizeClass];
         mFirst[sizeClass] = header;
@@ -87,18 +74,30 @@ private:
     static const std::size_t kClasses = kLargest / kStep + 1;
     static const unsigned char kMostPerClass = 8;
 
-    static std::size_t Class(std::size_t size)
-    {
-        return (size + kStep - 1) / kStep;
-    }
+    static std::size_t Class(std::size_t size) { return (size + kStep - 1) / kStep; }
     static BlockHeader** Next(BlockHeader* header)
     {
         return reinterpret_cast<BlockHeader**>(header + 1);
     }
 
+    // REQUIRES: the cache of the size class is not empty.
+    BlockHeader* Pop(std::size_t sizeClass)
+    {
+        BlockHeader* header = mFirst[sizeClass];
+        mFirst[sizeClass] = *Next(header);
+        --mCount[sizeClass];
+        return header;
+    }
+
+    // Blocks of this size and larger blocks are not kept: kLargest + 1, or 0 after End. So one
+    // comparison decides both.
+    static std::atomic<std::size_t> sEnd;
+
     BlockHeader* mFirst[kClasses] = {};
     unsigned char mCount[kClasses] = {};
 };
+
+class ThreadChecks; // of the checked heap
 
 struct alignas(platform::kCacheLine) ThreadRecord
 {
@@ -109,6 +108,7 @@ struct alignas(platform::kCacheLine) ThreadRecord
     ThreadRecord* mNext = nullptr;        // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
+    ThreadChecks* mChecks = nullptr; // null until the thread has a checked block
 };
 
 extern PLATFORM_THREAD_LOCAL(ThreadRecord*, tRecord);

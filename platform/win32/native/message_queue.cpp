@@ -99,6 +99,8 @@ LRESULT CALLBACK CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM 
 // Returns null for an unknown class.
 WNDPROC FindProcedure(const unsigned short* className)
 {
+    if (!className)
+        return nullptr;
     const platform::ScLock lock(sClassLock);
     const auto found = sClasses.find(std::basic_string_view<unsigned short>(className));
     return found != sClasses.end() ? found->second : nullptr;
@@ -207,6 +209,8 @@ int KillTimer(void* window, unsigned long long id)
 
 unsigned short RegisterClassW(const WNDCLASSW* windowClass)
 {
+    if (!windowClass->lpszClassName || !windowClass->lpfnWndProc)
+        return 0;
     ::WNDCLASSW native = {};
     native.lpfnWndProc = &CallProcedure;
     native.cbWndExtra = sizeof(WNDPROC);

@@ -1,4 +1,4 @@
-// Names of files: UTF-8 above the system's functions, UTF-16 in them.
+// Names of files: UTF-8 above the system's functions, and any units of 16 bits in them.
 //
 //     const std::wstring path = win32::SystemPath("C:\\caf\xC3\xA9.txt");
 //     const HANDLE file = ::CreateFileW(path.c_str(), ...);
@@ -10,34 +10,85 @@
 #define WIN32_NATIVE_PATHS_H
 
 #include <cerrno>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 #include <boost/system/error_code.hpp>
 
+#include <platform/base/code_units.h>
+
 #include "windows_api.h"
 
 namespace win32
 {
-// Bytes that are not UTF-8, and halves of surrogate pairs, become U+FFFD, which no name of a file
-// on a usual disk includes.
-inline std::wstring WideOf(std::string_view text)
+// Returns the position of the first half of a surrogate pair without its other half, or the end.
+inline std::size_t FindHalf(std::wstring_view text)
 {
-    const int size = static_cast<int>(text.size());
-    const int count = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
-    std::wstring units(static_cast<std::size_t>(count), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, text.data(), size, units.data(), count);
-    return units;
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        const bool isHigh = platform::IsHighSurrogate(text[i]);
+        if (isHigh && i + 1 < text.size() && platform::IsLowSurrogate(text[i + 1]))
+            ++i;
+        else if (isHigh || platform::IsLowSurrogate(text[i]))
+            return i;
+    }
+    return text.size();
 }
 
+// The same in bytes of UTF8Of.
+inline std::size_t FindHalf(std::string_view text)
+{
+    const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    for (std::size_t i = 0; i + 2 < text.size(); ++i)
+    {
+        if (byteAt(i) == 0xED && byteAt(i + 1) >= 0xA0 && byteAt(i + 1) < 0xC0 &&
+            platform::IsUTF8Continuation(byteAt(i + 2)))
+            return i;
+    }
+    return text.size();
+}
+
+// Names of files are any units. A half of a surrogate pair has the three bytes that UTF-8 would
+// give to its number, so that each name has a text of its own.
 inline std::string UTF8Of(std::wstring_view text)
 {
-    const int size = static_cast<int>(text.size());
-    const int count =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(count), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes.data(), count, nullptr, nullptr);
-    return bytes;
+    std::string bytes;
+    for (;; text.remove_prefix(1))
+    {
+        const std::size_t length = FindHalf(text);
+        std::string part(3 * length, '\0');
+        part.resize(static_cast<std::size_t>(
+            ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(length), part.data(),
+                                  static_cast<int>(part.size()), nullptr, nullptr)));
+        bytes += part;
+        text.remove_prefix(length);
+        if (text.empty())
+            return bytes;
+        const unsigned int half = text.front();
+        bytes += static_cast<char>(0xE0 | half >> 12);
+        bytes += static_cast<char>(0x80 | (half >> 6 & 0x3F));
+        bytes += static_cast<char>(0x80 | (half & 0x3F));
+    }
+}
+
+// The inverse of UTF8Of. Other bytes become U+FFFD.
+inline std::wstring WideOf(std::string_view text)
+{
+    std::wstring units;
+    for (;; text.remove_prefix(3))
+    {
+        const std::size_t length = FindHalf(text);
+        std::wstring part(length, L'\0');
+        part.resize(static_cast<std::size_t>(
+            ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(length), part.data(),
+                                  static_cast<int>(length))));
+        units += part;
+        text.remove_prefix(length);
+        if (text.empty())
+            return units;
+        units += static_cast<wchar_t>(0xD000 | (text[1] & 0x3F) << 6 | (text[2] & 0x3F));
+    }
 }
 
 // Returns the absolute path without "." and ".."; the path itself if the system refuses it.
@@ -81,6 +132,21 @@ inline void CorrectOpenError(const std::wstring& path)
     if (errno == EACCES && attributes != INVALID_FILE_ATTRIBUTES &&
         (attributes & FILE_ATTRIBUTE_DIRECTORY))
         errno = EISDIR;
+}
+
+// Returns the path of the file of a module; null means the program. Empty on failure, with the
+// system's error.
+inline std::wstring ModulePath(HMODULE module)
+{
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;)
+    {
+        const DWORD room = static_cast<DWORD>(path.size());
+        const DWORD length = ::GetModuleFileNameW(module, path.data(), room);
+        path.resize(length < room ? length : 2 * room);
+        if (length < room)
+            return path;
+    }
 }
 
 // Returns the errno of an error of the system.

@@ -66,17 +66,19 @@ LocalBlock MakeDescriptor()
     return Own(descriptor);
 }
 
-// Returns the form of a path in the active code page that the system's functions accept at any
-// length.
+// Stores the form of a path in the active code page that the system's functions accept at any
+// length. Returns false for bytes that are no text: U+FFFD in their place would name another file.
 //
 // Throws: std::bad_alloc.
-std::wstring PathOf(const char* text)
+bool FindPath(const char* text, std::wstring* path)
 {
     const int length = static_cast<int>(std::strlen(text));
     std::wstring units(static_cast<std::size_t>(length), 0);
-    units.resize(static_cast<std::size_t>(
-        MultiByteToWideChar(kCodePageActive, 0, text, length, Units(units.data()), length)));
-    return SystemForm(units);
+    const int count =
+        ::MultiByteToWideChar(GetACP(), MB_ERR_INVALID_CHARS, text, length, units.data(), length);
+    units.resize(static_cast<std::size_t>(count));
+    *path = SystemForm(units);
+    return count || !length;
 }
 
 bool IsLink(HANDLE file)
@@ -87,15 +89,14 @@ bool IsLink(HANDLE file)
 }
 
 // Opens the link itself, not its target. Stores the error of a failure.
-HANDLE OpenForAppending(const char* path, DWORD* error)
+HANDLE OpenForAppending(const std::wstring& path, DWORD* error)
 {
-    const std::wstring name = PathOf(path);
     const LocalBlock descriptor = MakeDescriptor();
     HANDLE file = INVALID_HANDLE_VALUE;
     if (descriptor)
     {
         SECURITY_ATTRIBUTES attributes = {sizeof(attributes), descriptor.get(), FALSE};
-        file = ::CreateFileW(name.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
+        file = ::CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
                              nullptr);
@@ -172,8 +173,11 @@ std::FILE* OpenPrivateLog(const char* path)
 {
     try
     {
+        std::wstring name;
+        if (!FindPath(path, &name))
+            return FailWith(EILSEQ);
         DWORD error = 0;
-        const HANDLE handle = OpenForAppending(path, &error);
+        const HANDLE handle = OpenForAppending(name, &error);
         if (handle == INVALID_HANDLE_VALUE)
             return FailWith(ErrorNumber(error));
         if (!IsLink(handle))

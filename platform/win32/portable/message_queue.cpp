@@ -125,6 +125,8 @@ int KillTimer(void* window, unsigned long long id)
 
 unsigned short RegisterClassW(const WNDCLASSW* windowClass)
 {
+    if (!windowClass->lpszClassName || !windowClass->lpfnWndProc)
+        return 0;
     try
     {
         const platform::ScLock lock(sWindowLock);
@@ -142,7 +144,7 @@ unsigned short RegisterClassW(const WNDCLASSW* windowClass)
 void* CreateWindowExW(unsigned int, const unsigned short* className, const unsigned short*,
                       unsigned int, int, int, int, int, void* parent, void*, void*, void*)
 {
-    if (parent != MessageOnlyParent() || !ThreadQueue::Current())
+    if (!className || parent != MessageOnlyParent() || !ThreadQueue::Current())
         return nullptr;
     try
     {

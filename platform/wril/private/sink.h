@@ -1,4 +1,4 @@
-// The sink of the log, for platform/control.h.
+// The sink of the log and its clock, for platform/control.h.
 
 #ifndef WRIL_SINK_H
 #define WRIL_SINK_H
@@ -9,6 +9,7 @@ namespace wril
 {
 void SetSink(const boost::function<void(int level, const char* category, const char* tag,
                                         const char* text)>& sink);
+void SetClock(const boost::function<unsigned long long()>& nanoseconds);
 } // namespace wril
 
 #endif

@@ -3,6 +3,7 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "exchange/formats.h"
+#include "images/load.h"
 
 namespace
 {
@@ -25,21 +26,25 @@ public:
         if (mFormat.empty() || mEnglish.empty())
             throw Failure{kUnusable, std::string(),
                           "export needs --format and --english (see zdict export --help)"};
-        Catalogue catalogue =
-            MakeCatalogue(Texts(mEnglish), mEnglish, Texts(mTranslation), mTranslation);
+        EntryTable english;
+        EntryTable translations;
+        std::size_t bytes = Load(mEnglish, &english);
+        if (!mTranslation.empty())
+            bytes += Load(mTranslation, &translations);
+        Catalogue catalogue = MakeCatalogue(english, mEnglish, translations, mTranslation);
         catalogue.mLocale = mLocale;
+        catalogue.mRoom = 4 * bytes; // memory that is not used is not taken
         WriteFile(mOutput, WriteCatalogue(catalogue, mFormat), Content::kText);
         return kFine;
     }
 
 private:
-    // Returns no texts without a file.
-    Entries Texts(const std::string& name) const
+    // Returns the size of the file.
+    std::size_t Load(const std::string& name, EntryTable* table) const
     {
-        if (name.empty())
-            return Entries();
         const InputFile file = ReadFile(name);
-        return ReadEntries(file, CheckFile(file, mCodePage), mCodePage);
+        LoadAny(file, mCodePage, table);
+        return file.mBytes.size();
     }
 
     std::string mFormat;

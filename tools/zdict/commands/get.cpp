@@ -64,8 +64,7 @@ class LoadedSource : public Source
 public:
     LoadedSource(const std::string& name, CodePage codePage)
     {
-        const InputFile file = ReadFile(name);
-        LoadFile(file, FormOf(file, codePage), {codePage}, &mTable);
+        LoadAny(ReadFile(name), codePage, &mTable);
     }
 
     std::optional<Found> Find(std::string_view key) const override

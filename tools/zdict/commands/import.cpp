@@ -5,6 +5,8 @@
 #include "command_options.h"
 #include "commands/commands.h"
 #include "exchange/formats.h"
+#include "exchange/taker.h"
+#include "images/load.h"
 #include "images/text_output.h"
 
 namespace
@@ -27,30 +29,28 @@ public:
     Status Run() override
     {
         mOptions.mNotes = !mNoNotes;
-        InputFile file = ReadFile(mFile);
-        const std::string name = file.mName;
-        const Catalogue catalogue = ReadCatalogue(std::move(file), mFormat);
-        const Entries texts = TakeTranslations(catalogue, name, English(), mOptions);
+        EntryTable english;
+        if (!mEnglish.empty())
+            LoadAny(ReadFile(mEnglish), CodePage(), &english);
         std::string output;
-        for (const Entry& entry : texts)
         {
-            Units line;
-            AppendLine(entry.mKey, entry.mText, &line);
-            output += ToUTF8(hollin::ZString(line.data(), static_cast<std::uint32_t>(line.size())));
+            const InputFile file = ReadFile(mFile);
+            output.reserve(file.mBytes.size()); // so that growing copies nothing
+            Taker taker(file.mName, english, mOptions,
+                        [&](const std::string& key, const hollin::ZString& text) {
+                            Units line;
+                            AppendLine(key, text, &line);
+                            output += ToUTF8(ToZString(ViewOf(line)));
+                        });
+            ReadCatalogue(file, mFormat,
+                          [&](CatalogueEntry entry) { taker.Add(std::move(entry)); });
+            taker.Finish();
         }
         WriteFile(mOutput, output, Content::kText);
         return kFine;
     }
 
 private:
-    Entries English() const
-    {
-        if (mEnglish.empty())
-            return Entries();
-        const InputFile file = ReadFile(mEnglish);
-        return ReadEntries(file, CheckFile(file, CodePage()), CodePage());
-    }
-
     std::string mFormat;
     std::string mEnglish;
     std::string mFile;

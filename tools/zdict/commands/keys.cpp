@@ -35,7 +35,7 @@ private:
     void AddKeys(const InputFile& file, std::vector<std::string>* keys) const
     {
         EntryTable table;
-        LoadFile(file, FormOf(file, mCodePage), {mCodePage}, &table);
+        LoadAny(file, mCodePage, &table);
         for (const std::uint32_t id : table.Entries())
         {
             const std::string key(table.Key(id));

@@ -5,11 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "exchange/note.h"
-#include "images/entries.h"
+#include "images/entry_table.h"
 
 // The translation of a text that is to be empty in a language. An empty translation is a missing
 // one in all formats. Look-ups drop the marker.
@@ -38,37 +38,24 @@ struct CatalogueEntry
     Place mPlace;             // in the file that the entry was read from
 };
 
+typedef std::function<void(CatalogueEntry)> OnEntry;
+
+// An entry is made while it is written, since all entries of half a million texts take 400 MB.
 struct Catalogue
 {
     std::string mEnglishFile;     // the name of the English file, without its folder
     std::string mTranslationFile; // for messages
     std::string mLocale;          // as de_DE, or empty
-    std::vector<CatalogueEntry> mEntries;
+    std::function<void(const OnEntry&)> mForEach; // calls the function for each entry, in order
+    std::size_t mRoom = 0; // for the written file, so that growing copies nothing
 };
 
-// Makes a catalogue of all English texts, with their translations. A translation without an
+// Returns the catalogue of all English texts, with their translations. A translation without an
 // English text is marked as obsolete, and a translation of an older English text as fuzzy.
 //
+// REQUIRES: the catalogue is used while the tables are unchanged.
 // Throws: Failure for a key that the text form can't carry.
-Catalogue MakeCatalogue(const Entries& english, const std::string& englishFile,
-                        const Entries& translations, const std::string& translationFile);
-
-struct TakeOptions
-{
-    bool mFuzzy = false;    // take fuzzy translations, too
-    bool mObsolete = false; // take obsolete translations, too
-    bool mNotes = true;     // keep the notes of the texts
-};
-
-// Returns the translations of a catalogue as texts. Each fault is reported with its place, and the
-// counts of translations that are left out.
-//
-// An entry without a key gets the key of `english` that is one of its references, where some
-// tools put it, or all keys that have its English text. If as many entries as keys have an English
-// text, the entries are in the order of the keys.
-//
-// Throws: Failure for a catalogue with faults.
-Entries TakeTranslations(const Catalogue& catalogue, const std::string& file,
-                         const Entries& english, const TakeOptions& options);
+Catalogue MakeCatalogue(const EntryTable& english, const std::string& englishFile,
+                        const EntryTable& translations, const std::string& translationFile);
 
 #endif

@@ -1,7 +1,7 @@
 #include "exchange/exchange_text.h"
 
 #include <cstdint>
-#include <string_view>
+#include <iterator>
 
 #include <boost/nowide/utf/utf.hpp>
 
@@ -12,9 +12,10 @@
 
 namespace
 {
-const std::u16string_view kEscape = u"{23}"; // the number of '#'
-const std::size_t kNul = 3;                  // the length of "{0}"
-const std::size_t kHalf = 6;                 // of "{D83D}"
+const std::uint16_t kEscapeUnits[] = {'{', '2', '3', '}'}; // the number of '#'
+const UnitView kEscape(kEscapeUnits, std::size(kEscapeUnits));
+const std::size_t kNul = 3;  // the length of "{0}"
+const std::size_t kHalf = 6; // of "{D83D}"
 const unsigned long kLastCodePoint = 0x10FFFF;
 
 typedef boost::nowide::utf::utf_traits<char> UTF8;
@@ -24,7 +25,7 @@ bool IsHalf(unsigned int unit)
     return platform::IsHighSurrogate(unit) || platform::IsLowSurrogate(unit);
 }
 
-int DigitValue(char16_t unit)
+int DigitValue(std::uint16_t unit)
 {
     if (unit >= '0' && unit <= '9')
         return unit - '0';
@@ -33,14 +34,14 @@ int DigitValue(char16_t unit)
 
 // Returns the length of a number in braces that is the notation of a NUL or of half a pair, and
 // stores the unit; or returns 0.
-std::size_t ReadNumber(std::u16string_view text, std::uint16_t* unit)
+std::size_t ReadNumber(UnitView text, std::uint16_t* unit)
 {
     *unit = 0;
-    if (text.substr(0, kNul) == u"{0}")
+    if (text.size() >= kNul && text[0] == '{' && text[1] == '0' && text[2] == '}')
         return kNul;
     if (text.size() < kHalf || text[0] != '{' || text[kHalf - 1] != '}')
         return 0;
-    for (const char16_t digit : text.substr(1, kHalf - 2))
+    for (const std::uint16_t digit : text.substr(1, kHalf - 2))
     {
         if (DigitValue(digit) < 0)
             return 0;
@@ -50,7 +51,7 @@ std::size_t ReadNumber(std::u16string_view text, std::uint16_t* unit)
 }
 
 // Returns whether the text after a "#" is a notation, with any count of escapes.
-bool BeginsNotation(std::u16string_view text)
+bool BeginsNotation(UnitView text)
 {
     while (text.substr(0, kEscape.size()) == kEscape)
         text.remove_prefix(kEscape.size());
@@ -76,14 +77,16 @@ void Encode(std::uint32_t codePoint, std::string* text)
 
 std::string ToExchange(const hollin::ZString& text)
 {
-    const std::u16string units(text.Data(), text.Data() + text.Length());
+    const UnitView units = ViewOf(text);
     std::string exchange;
     exchange.reserve(units.size());
     for (std::size_t i = 0; i < units.size(); ++i)
     {
-        const char16_t unit = units[i];
-        const char16_t next = i + 1 < units.size() ? units[i + 1] : u'\0';
-        if (platform::IsHighSurrogate(unit) && platform::IsLowSurrogate(next))
+        const std::uint16_t unit = units[i];
+        const std::uint16_t next = i + 1 < units.size() ? units[i + 1] : std::uint16_t(0);
+        if (unit && unit < 0x80)
+            exchange += static_cast<char>(unit);
+        else if (platform::IsHighSurrogate(unit) && platform::IsLowSurrogate(next))
         {
             Encode(0x10000U + ((unit & 0x3FFU) << 10) + (next & 0x3FFU), &exchange);
             ++i;
@@ -92,7 +95,7 @@ std::string ToExchange(const hollin::ZString& text)
             exchange += Number(unit);
         else
             Encode(unit, &exchange);
-        if (unit == '#' && BeginsNotation(std::u16string_view(units).substr(i + 1)))
+        if (unit == '#' && BeginsNotation(units.substr(i + 1)))
             exchange += "{23}";
     }
     return exchange;
@@ -107,11 +110,11 @@ bool FromExchange(const std::string& text, hollin::ZString* out)
         *out = plain;
         return true;
     }
-    const std::u16string units(plain.Data(), plain.Data() + plain.Length());
+    const UnitView units = ViewOf(plain);
     Units result;
     for (std::size_t i = 0; i < units.size(); ++i)
     {
-        const std::u16string_view rest = std::u16string_view(units).substr(i + 1);
+        const UnitView rest = units.substr(i + 1);
         std::uint16_t unit;
         if (units[i] != '#' || !BeginsNotation(rest))
             result.push_back(units[i]);
@@ -144,12 +147,14 @@ bool AppendCodePoint(unsigned long number, std::string* text)
     return true;
 }
 
-bool IsUTF8(const std::string& text)
+bool IsUTF8(std::string_view text)
 {
     const char* const end = text.data() + text.size();
     for (const char* next = text.data(); next != end;)
     {
-        if (!boost::nowide::utf::is_valid_codepoint(UTF8::decode(next, end)))
+        if (static_cast<unsigned char>(*next) < 0x80)
+            ++next;
+        else if (!boost::nowide::utf::is_valid_codepoint(UTF8::decode(next, end)))
             return false;
     }
     return true;

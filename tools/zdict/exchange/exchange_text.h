@@ -9,6 +9,7 @@
 #define ZDICT_EXCHANGE_EXCHANGE_TEXT_H
 
 #include <string>
+#include <string_view>
 
 #include <hollin/ZString.h>
 
@@ -24,6 +25,6 @@ bool FromExchange(const std::string& text, hollin::ZString* out);
 // none.
 bool AppendCodePoint(unsigned long number, std::string* text);
 
-bool IsUTF8(const std::string& text);
+bool IsUTF8(std::string_view text);
 
 #endif

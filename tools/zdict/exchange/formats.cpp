@@ -1,7 +1,6 @@
 #include "exchange/formats.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "exchange/po.h"
 #include "exchange/xliff.h"
@@ -39,8 +38,8 @@ std::string WriteCatalogue(const Catalogue& catalogue, const std::string& format
     return WritePO(catalogue, format == kTemplate ? POForm::kTemplate : POForm::kTranslation);
 }
 
-Catalogue ReadCatalogue(InputFile file, const std::string& format)
+void ReadCatalogue(const InputFile& file, const std::string& format, const OnEntry& onEntry)
 {
     const bool isXLIFF = format.empty() ? IsXML(file) : format == kXLIFF12 || format == kXLIFF20;
-    return isXLIFF ? ReadXLIFF(std::move(file)) : ReadPO(file);
+    return isXLIFF ? ReadXLIFF(file, onEntry) : ReadPO(file, onEntry);
 }

@@ -14,9 +14,10 @@ std::vector<std::string> FormatNames(); // po, pot, xliff1 and xliff2
 // Returns a file of the format. Throws: Failure.
 std::string WriteCatalogue(const Catalogue& catalogue, const std::string& format);
 
-// Reads a file of the format, or of the format that its content has if `format` is empty.
+// Calls the function for each entry of a file of the format, or of the format that its content has
+// if `format` is empty.
 //
 // Throws: Failure.
-Catalogue ReadCatalogue(InputFile file, const std::string& format);
+void ReadCatalogue(const InputFile& file, const std::string& format, const OnEntry& onEntry);
 
 #endif

@@ -16,10 +16,11 @@ enum class POForm
     kTemplate // without translations
 };
 
-// Reads PO in any charset that iconv converts. Plural forms are reported and left out.
+// Calls the function for each entry of PO in any charset that iconv converts. Plural forms are
+// reported and left out.
 //
 // Throws: Failure. Each fault is reported with its place.
-Catalogue ReadPO(const InputFile& file);
+void ReadPO(const InputFile& file, const OnEntry& onEntry);
 
 // Returns whether a line of a comment ends in a backslash, perhaps before blanks. In PO, it has one
 // blank more, since a backslash at its end would continue the line.

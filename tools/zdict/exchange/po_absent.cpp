@@ -12,7 +12,7 @@ namespace
 }
 } // namespace
 
-Catalogue ReadPO(const InputFile&)
+void ReadPO(const InputFile&, const OnEntry&)
 {
     Refuse();
 }

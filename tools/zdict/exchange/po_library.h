@@ -3,7 +3,6 @@
 #ifndef ZDICT_EXCHANGE_PO_LIBRARY_H
 #define ZDICT_EXCHANGE_PO_LIBRARY_H
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,7 +32,11 @@ struct POProblem
 
 // Each function stores the problems that the library reports. A result of null is a failure, with
 // at least one error. One thread at a time calls them.
-POFile ParsePO(const std::vector<unsigned char>& bytes, std::vector<POProblem>* problems);
+//
+// `isUTF8` says that no message is in another charset.
+POFile ParsePO(const std::string& bytes, bool isUTF8, std::vector<POProblem>* problems);
+
+// REQUIRES: the charset of the file is UTF-8.
 bool FormatPO(po_file_t file, std::string* bytes, std::vector<POProblem>* problems);
 bool HasSoundFormat(po_message_t message);
 

@@ -1,10 +1,11 @@
 #include "exchange/po_places.h"
 
 #include <algorithm>
-#include <string_view>
+#include <utility>
 
 namespace
 {
+const std::size_t kPartSize = 1 << 20;
 const char kBlanks[] = " \t";
 const char kKeywordLetters[] = "abcdefghijklmnopqrstuvwxyz_";
 
@@ -15,60 +16,82 @@ std::size_t EndOfString(std::string_view line, std::size_t at)
         at += line[at] == '\\';
     return std::min(at + 1, line.size());
 }
-
-class Finder
-{
-public:
-    void AddLine(std::string_view line)
-    {
-        ++mLine;
-        std::size_t at = std::min(line.find_first_not_of(kBlanks), line.size());
-        if (line.substr(at, 2) == "#,")
-        {
-            mFlags += (mFlags.empty() ? "" : ",") + std::string(line.substr(at + 2));
-            return;
-        }
-        if (line.substr(at, 2) == "#~" && line.substr(at, 3) != "#~|")
-            at += 2;
-        while (at < line.size() && line[at] != '#')
-            at = AddToken(line, at);
-    }
-
-    POPlaces Finish() { return std::move(mPlaces); }
-
-private:
-    // Returns the end of the token.
-    std::size_t AddToken(std::string_view line, std::size_t at)
-    {
-        if (line[at] == '"')
-            return EndOfString(line, at);
-        const std::size_t end = std::min(line.find_first_not_of(kKeywordLetters, at), line.size());
-        const Place place = {mLine, at + 1};
-        if (line.substr(at, end - at) == "msgid")
-        {
-            mPlaces.mMessages.push_back({place, mFlags});
-            mFlags.clear();
-        }
-        if (line.substr(at, end - at) == "domain" && !mPlaces.mDomain.mLine)
-            mPlaces.mDomain = place;
-        return std::max(end, at + 1);
-    }
-
-    std::uint64_t mLine = 0;
-    std::string mFlags; // of the next message
-    POPlaces mPlaces;
-};
 } // namespace
 
-POPlaces FindMessages(const std::vector<unsigned char>& bytes)
+bool POParts::Next(POPart* part)
 {
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    Finder finder;
-    for (std::size_t begin = 0; begin < text.size();)
+    mPart = POPart();
+    mPart.mFirstLine = mNow.mLine;
+    mBegin = mNow;
+    mEnd = mNow;
+    mHasTranslation = false;
+    mFlags.clear();
+    while (mNow.mOffset < mText.size())
     {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        finder.AddLine(text.substr(begin, end - begin));
-        begin = end + 1;
+        const std::size_t end = std::min(mText.find('\n', mNow.mOffset), mText.size());
+        if (!AddLine(mText.substr(mNow.mOffset, end - mNow.mOffset)))
+        {
+            mNow = mEnd;
+            break;
+        }
+        mNow = {std::min(end + 1, mText.size()), mNow.mLine + 1};
     }
-    return finder.Finish();
+    mIsFirst = false;
+    mPart.mText = mText.substr(mBegin.mOffset, mNow.mOffset - mBegin.mOffset);
+    *part = std::move(mPart);
+    return !part->mText.empty();
+}
+
+// Returns false if the part ends in front of the message that begins in this line.
+bool POParts::AddLine(std::string_view line)
+{
+    std::size_t at = std::min(line.find_first_not_of(kBlanks), line.size());
+    if (line.substr(at, 2) == "#,")
+    {
+        mFlags += (mFlags.empty() ? "" : ",") + std::string(line.substr(at + 2));
+        return true;
+    }
+    if (line.substr(at, 2) == "#~" && line.substr(at, 3) != "#~|")
+        at += 2;
+    while (at < line.size() && line[at] != '#')
+    {
+        if (line[at] == '"')
+        {
+            at = EndOfString(line, at);
+            if (mHasTranslation)
+                mEnd = {std::min(mNow.mOffset + line.size() + 1, mText.size()), mNow.mLine + 1};
+            continue;
+        }
+        const std::size_t end = std::min(line.find_first_not_of(kKeywordLetters, at), line.size());
+        if (!AddKeyword(line.substr(at, end - at), {mNow.mLine, at + 1}))
+            return false;
+        at = std::max(end, at + 1);
+    }
+    return true;
+}
+
+bool POParts::AddKeyword(std::string_view keyword, Place place)
+{
+    const bool isMessage = keyword == "msgid" || keyword == "msgctxt";
+    if (isMessage && mHasTranslation && MayEnd())
+        return false;
+    if (isMessage || keyword == "msgstr")
+        mHasTranslation = keyword == "msgstr";
+    if (keyword == "msgid")
+    {
+        mPart.mMessages.push_back({place, mFlags});
+        mFlags.clear();
+    }
+    if (keyword == "domain" && !mPart.mDomain.mLine)
+        mPart.mDomain = place;
+    return true;
+}
+
+// A message that begins in the line where the one before ends is in the same part. If the second
+// message does, the file is one part.
+bool POParts::MayEnd() const
+{
+    if (mEnd.mOffset == mBegin.mOffset || mEnd.mOffset > mNow.mOffset)
+        return false;
+    return mIsFirst ? mPart.mMessages.size() == 1 : mEnd.mOffset - mBegin.mOffset >= kPartSize;
 }

@@ -1,6 +1,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 #include <iconv.h>
 
@@ -40,15 +43,13 @@ public:
     Converter& operator=(const Converter&) = delete;
 
     const std::string& Charset() const { return mCharset; }
+    bool IsUTF8() const { return mCharset == "UTF-8"; }
 
     // Returns false for bytes that the charset does not have.
     bool Convert(const char* text, std::string* utf8) const
     {
-        const std::string bytes = text ? text : "";
-        if (mHandle != kNone && mCharset != "UTF-8")
-            return ConvertByHandle(bytes, utf8);
-        *utf8 = bytes;
-        return IsUTF8(bytes);
+        *utf8 = text ? text : "";
+        return mHandle != kNone && !IsUTF8() ? ConvertByHandle(*utf8, utf8) : ::IsUTF8(*utf8);
     }
 
 private:
@@ -104,20 +105,83 @@ std::string LinesOf(const std::string& comment)
     return lines;
 }
 
-// Reads the messages of a parsed file.
-class MessageReader
+// Throws: Failure for content that the library ignores or can't read.
+std::string_view TextOf(const InputFile& file)
+{
+    const std::string_view mark = "\xEF\xBB\xBF";
+    const std::string_view text(reinterpret_cast<const char*>(file.mBytes.data()),
+                                file.mBytes.size());
+    const std::size_t nul = text.find('\0');
+    if (nul != std::string_view::npos)
+    {
+        const auto line = std::count(text.begin(), text.begin() + nul, '\n') + 1;
+        throw Failure{kFaulty, At(file.mName, {static_cast<std::uint64_t>(line), 0}),
+                      "it holds a NUL (UTF-16?)"};
+    }
+    return text.substr(text.substr(0, mark.size()) == mark ? mark.size() : 0);
+}
+
+bool IsHeader(po_message_t message)
+{
+    return !po_message_msgctxt(message) && !*po_message_msgid(message);
+}
+
+class Reader
 {
 public:
-    MessageReader(const std::string& file, const Converter& converter)
-        : mFile(file), mConverter(converter)
+    Reader(const std::string& file, const OnEntry& onEntry) : mFile(file), mOnEntry(onEntry) {}
+
+    // Throws: Failure.
+    void Add(const POPart& part)
     {
+        const bool isUTF8 = mConverter && mConverter->IsUTF8();
+        std::vector<POProblem> problems;
+        const POFile parsed = ParsePO(mHeader + std::string(part.mText), isUTF8, &problems);
+        ReportProblems(part, std::move(problems));
+        if (!parsed)
+            throw Failure{kFaulty, mFile, "it can't be read as PO"};
+        if (part.mDomain.mLine)
+            throw Failure{kFaulty, At(mFile, part.mDomain), "domains are not carried"};
+        if (!mConverter)
+            mConverter.emplace(po_file_domain_header(parsed.get(), nullptr), mFile);
+
+        const bool isFirst = part.mFirstLine == 1;
+        auto place = part.mMessages.begin();
+        const POIterator iterator(po_message_iterator(parsed.get(), nullptr));
+        while (const po_message_t message = po_next_message(iterator.get()))
+        {
+            if (!isFirst && !mHeader.empty() && IsHeader(message))
+                continue; // it has no place in this part
+            const POMessagePlace found =
+                place == part.mMessages.end() ? POMessagePlace() : *place++;
+            if (IsHeader(message))
+                SetHeader(part, found);
+            else
+                Add(message, found);
+        }
+    }
+
+    // Throws: Failure.
+    void Finish() const
+    {
+        if (mFaults)
+            throw Failure{kFaulty, mFile, Counted(mFaults, "text") + " can't be converted"};
+        if (mPlurals > kMostReports)
+            Report(mFile, Counted(mPlurals, "plural form") + " left out");
+    }
+
+private:
+    // The header is read again in front of each part, since it names the charset.
+    void SetHeader(const POPart& part, const POMessagePlace& place)
+    {
+        if (part.mFirstLine != 1)
+            throw Failure{kFaulty, At(mFile, place.mPlace), "the header is not the first message"};
+        mHeader = part.mText;
+        mHeaderLines = static_cast<std::uint64_t>(std::count(mHeader.begin(), mHeader.end(), '\n'));
     }
 
     void Add(po_message_t message, const POMessagePlace& place)
     {
-        const bool isHeader = !po_message_msgctxt(message) && !*po_message_msgid(message);
-        if (isHeader)
-            return;
         if (po_message_msgid_plural(message))
         {
             if (++mPlurals <= kMostReports)
@@ -134,26 +198,16 @@ public:
         entry.mNote = NoteOf(message, place.mFlags);
         if (!mIsSound && ++mFaults <= kMostReports)
             Report(At(mFile, place.mPlace), "a text of the entry is not in " +
-                                                mConverter.Charset() +
+                                                mConverter->Charset() +
                                                 ", the charset of the header");
-        mEntries.push_back(std::move(entry));
+        if (mIsSound)
+            mOnEntry(std::move(entry));
     }
 
-    // Throws: Failure.
-    std::vector<CatalogueEntry> Finish()
-    {
-        if (mFaults)
-            throw Failure{kFaulty, mFile, Counted(mFaults, "text") + " can't be converted"};
-        if (mPlurals > kMostReports)
-            Report(mFile, Counted(mPlurals, "plural form") + " left out");
-        return std::move(mEntries);
-    }
-
-private:
     std::string Text(const char* text)
     {
         std::string utf8;
-        mIsSound &= mConverter.Convert(text, &utf8);
+        mIsSound &= mConverter->Convert(text, &utf8);
         return utf8;
     }
 
@@ -177,65 +231,42 @@ private:
         return note;
     }
 
+    // Reports warnings of the header once. Throws: Failure if one of the problems is an error.
+    void ReportProblems(const POPart& part, std::vector<POProblem> problems)
+    {
+        std::size_t errors = 0;
+        for (POProblem& problem : problems)
+        {
+            std::uint64_t& line = problem.mPlace.mLine;
+            const bool isOfHeader = line <= mHeaderLines && !problem.mIsError && !mHeader.empty();
+            if (line > mHeaderLines)
+                line += part.mFirstLine - 1 - mHeaderLines;
+            errors += problem.mIsError;
+            if (!isOfHeader && ++mReports <= kMostReports)
+                Report(At(mFile, problem.mPlace),
+                       (problem.mIsError ? "" : "warning: ") + problem.mWhat);
+        }
+        if (errors)
+            throw Failure{kFaulty, mFile, "it is no sound PO file, " + Counted(errors, "error")};
+    }
+
     const std::string mFile;
-    const Converter& mConverter;
+    const OnEntry& mOnEntry;
+    std::optional<Converter> mConverter;
+    std::string mHeader; // the first part, if it holds the header
+    std::uint64_t mHeaderLines = 0;
     bool mIsSound = true; // all texts of the current message
+    std::size_t mReports = 0;
     std::size_t mFaults = 0;
     std::size_t mPlurals = 0;
-    std::vector<CatalogueEntry> mEntries;
 };
-
-// Throws: Failure if one of the problems is an error.
-void ReportProblems(const std::string& file, const std::vector<POProblem>& problems)
-{
-    std::size_t errors = 0;
-    std::size_t reports = 0;
-    for (const POProblem& problem : problems)
-    {
-        errors += problem.mIsError;
-        if (++reports <= kMostReports)
-            Report(At(file, problem.mPlace), (problem.mIsError ? "" : "warning: ") + problem.mWhat);
-    }
-    if (errors)
-        throw Failure{kFaulty, file, "it is no sound PO file, " + Counted(errors, "error")};
-}
-
-// Throws: Failure for content that the library ignores or can't read.
-std::vector<unsigned char> BytesOf(const InputFile& file)
-{
-    const std::vector<unsigned char> mark = {0xEF, 0xBB, 0xBF};
-    const std::vector<unsigned char>& bytes = file.mBytes;
-    const auto nul = std::find(bytes.begin(), bytes.end(), 0);
-    if (nul != bytes.end())
-    {
-        const auto line = std::count(bytes.begin(), nul, '\n') + 1;
-        throw Failure{kFaulty, At(file.mName, {static_cast<std::uint64_t>(line), 0}),
-                      "it holds a NUL (UTF-16?)"};
-    }
-    const bool hasMark =
-        bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin());
-    return std::vector<unsigned char>(bytes.begin() + (hasMark ? 3 : 0), bytes.end());
-}
 } // namespace
 
-Catalogue ReadPO(const InputFile& file)
+void ReadPO(const InputFile& file, const OnEntry& onEntry)
 {
-    const std::vector<unsigned char> bytes = BytesOf(file);
-    std::vector<POProblem> problems;
-    const POFile parsed = ParsePO(bytes, &problems);
-    ReportProblems(file.mName, problems);
-    if (!parsed)
-        throw Failure{kFaulty, file.mName, "it can't be read as PO"};
-
-    const POPlaces places = FindMessages(bytes);
-    if (places.mDomain.mLine)
-        throw Failure{kFaulty, At(file.mName, places.mDomain), "domains are not carried"};
-    const Converter converter(po_file_domain_header(parsed.get(), nullptr), file.mName);
-    MessageReader reader(file.mName, converter);
-    const POIterator iterator(po_message_iterator(parsed.get(), nullptr));
-    for (std::size_t i = 0; const po_message_t message = po_next_message(iterator.get()); ++i)
-        reader.Add(message, i < places.mMessages.size() ? places.mMessages[i] : POMessagePlace());
-    Catalogue catalogue;
-    catalogue.mEntries = reader.Finish();
-    return catalogue;
+    POParts parts(TextOf(file));
+    Reader reader(file.mName, onEntry);
+    for (POPart part; parts.Next(&part);)
+        reader.Add(part);
+    reader.Finish();
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 #include <optional>
+#include <utility>
 
 #include <platform/base/printable.h>
 
@@ -112,20 +113,27 @@ bool IsFormatOfLibrary(const std::string& flag)
     return false;
 }
 
+const std::size_t kBatchSize = 1 << 20;
+
+// Writes messages in batches, since the library takes 8 bytes of memory for each byte that it
+// writes. A batch begins with the header, which is cut off.
 class MessageWriter
 {
 public:
-    MessageWriter(POForm form, const std::string& fileName) : mForm(form), mFileName(fileName) {}
-
-    po_file_t File() const { return mFile.get(); }
-
-    void AddHeader(const std::string& header)
+    MessageWriter(POForm form, const std::string& fileName, const std::string& header,
+                  std::size_t room)
+        : mForm(form), mFileName(fileName), mHeader(header)
     {
-        const po_message_t message = po_message_create();
-        po_message_set_msgid(message, "");
-        po_message_set_msgstr(message, header.c_str());
-        po_message_set_fuzzy(message, mForm == POForm::kTemplate);
-        po_message_insert(mIterator.get(), message);
+        Begin();
+        Flush();
+        mWrittenHeader = mBytes;
+        mBytes.reserve(room);
+    }
+
+    std::string Finish()
+    {
+        Flush();
+        return std::move(mBytes);
     }
 
     void Add(const CatalogueEntry& entry)
@@ -140,17 +148,51 @@ public:
                               mForm == POForm::kTemplate ? "" : entry.mTranslation.c_str());
         po_message_set_obsolete(message, isObsolete);
         AddNote(entry, message);
-        po_message_insert(mIterator.get(), message);
+        po_message_insert(mBatch->mIterator.get(), message);
+        mBatch->mSize += entry.mKey.size() + entry.mEnglish.size() + entry.mTranslation.size();
+        if (mBatch->mSize >= kBatchSize)
+            Flush();
     }
 
 private:
+    struct Messages
+    {
+        const POFile mFile{po_file_create()};
+        const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
+        std::size_t mSize = 0; // of the texts
+    };
+
+    void Begin()
+    {
+        mTried.emplace();
+        mBatch.emplace();
+        const po_message_t message = po_message_create();
+        po_message_set_msgid(message, "");
+        po_message_set_msgstr(message, mHeader.c_str());
+        po_message_set_fuzzy(message, mForm == POForm::kTemplate);
+        po_message_insert(mBatch->mIterator.get(), message);
+    }
+
+    // Throws: Failure.
+    void Flush()
+    {
+        std::string bytes;
+        std::vector<POProblem> problems;
+        const bool isWritten = FormatPO(mBatch->mFile.get(), &bytes, &problems);
+        if (!isWritten || bytes.compare(0, mWrittenHeader.size(), mWrittenHeader) != 0)
+            throw Failure{kUnusable, std::string(),
+                          problems.empty() ? "PO can't be written" : problems.back().mWhat};
+        mBytes.append(bytes, mWrittenHeader.size());
+        Begin();
+    }
+
     static void AddReference(const std::string& reference, po_message_t message)
     {
         // In the form of a note, a file name with blanks is enclosed.
         Note one;
         one.mReferences = {reference};
         std::string text = FormatNote(one).substr(3);
-        if (text.back() == '\\') // which would continue the line
+        if (!text.empty() && text.back() == '\\') // which would continue the line
             text = "\u2068" + text + "\u2069";
         const Reference parts = SplitReference(text);
         const bool hasLine = !parts.mLine.empty() && parts.mLine.size() < 10;
@@ -195,7 +237,7 @@ private:
         if (entry.mTranslation.empty() || mForm == POForm::kTemplate)
             return true;
         const po_message_t message = po_message_create();
-        po_message_insert(mTriedIterator.get(), message); // which frees it
+        po_message_insert(mTried->mIterator.get(), message); // which frees it
         po_message_set_msgid(message, entry.mEnglish.c_str());
         po_message_set_msgstr(message, entry.mTranslation.c_str());
         po_message_set_format(message, kFieldFlag, 1);
@@ -217,10 +259,11 @@ private:
 
     const POForm mForm;
     const std::string mFileName; // for messages
-    const POFile mFile{po_file_create()};
-    const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
-    const POFile mTried{po_file_create()};
-    const POIterator mTriedIterator{po_message_iterator(mTried.get(), nullptr)};
+    const std::string mHeader;
+    std::string mWrittenHeader;
+    std::optional<Messages> mBatch;
+    std::optional<Messages> mTried; // for HasSoundFields
+    std::string mBytes;
 };
 } // namespace
 
@@ -232,14 +275,8 @@ bool EndsInBackslash(const std::string& line)
 
 std::string WritePO(const Catalogue& catalogue, POForm form)
 {
-    MessageWriter writer(form, catalogue.mTranslationFile);
-    writer.AddHeader(HeaderOf(catalogue, form));
-    for (const CatalogueEntry& entry : catalogue.mEntries)
-        writer.Add(entry);
-    std::string bytes;
-    std::vector<POProblem> problems;
-    if (!FormatPO(writer.File(), &bytes, &problems))
-        throw Failure{kUnusable, std::string(),
-                      problems.empty() ? "PO can't be written" : problems.back().mWhat};
-    return bytes;
+    MessageWriter writer(form, catalogue.mTranslationFile, HeaderOf(catalogue, form),
+                         catalogue.mRoom);
+    catalogue.mForEach([&](const CatalogueEntry& entry) { writer.Add(entry); });
+    return writer.Finish();
 }

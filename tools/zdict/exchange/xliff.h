@@ -9,8 +9,6 @@
 
 #include <string>
 
-#include <pugixml.hpp>
-
 #include "exchange/catalogue.h"
 #include "files.h"
 
@@ -20,14 +18,15 @@ enum class XLIFFVersion
     k20
 };
 
-// Reads XLIFF 1.1, 1.2, 2.0 or 2.1, of this program or of another one.
+// Calls the function for each unit of XLIFF 1.1, 1.2, 2.0 or 2.1, of this program or of another
+// one.
 //
 // - Annotations are dropped, and codes with their text inside are read as that text. Any other
 //   inline element is refused, since its text is not in the file.
 // - A translation is fuzzy if its state or its unit says that it is not done.
 //
 // Throws: Failure, with the place of the fault.
-Catalogue ReadXLIFF(InputFile file);
+void ReadXLIFF(const InputFile& file, const OnEntry& onEntry);
 
 // Returns an XLIFF document in UTF-8.
 //

@@ -3,17 +3,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
-#include <utility>
 
 #include "exchange/exchange_text.h"
 #include "exchange/xliff.h"
 #include "exchange/xliff_names.h"
-#include "exchange/xml_text.h"
+#include "exchange/xml_reader.h"
 #include "messages.h"
 
 namespace
 {
-const int kDeepest = 100; // levels of elements
+const std::size_t kDeepest = 100; // levels of elements
 
 bool IsOneOf(const std::string& name, std::initializer_list<const char*> names)
 {
@@ -45,24 +44,59 @@ std::string OneLine(std::string text)
 class Reader
 {
 public:
-    explicit Reader(InputFile file) : mFile(file.mName), mXML(std::move(file)) {}
-
-    Catalogue Read()
+    Reader(const InputFile& file, const OnEntry& onEntry)
+        : mFile(file.mName), mXML(file), mOnEntry(onEntry)
     {
-        const pugi::xml_node root = mXML.Root();
-        if (LocalName(root) != "xliff")
-            Fail(root, "it isn't XLIFF, but has the root " + Quoted(root.name()));
+    }
+
+    void Read()
+    {
+        if (mXML.Next() == XMLReader::kEnd)
+            throw Failure{kFaulty, mFile, "it has no elements"};
+        ReadRoot(mXML.Tag());
+        for (XMLReader::Step step; (step = mXML.Next()) != XMLReader::kEnd;)
+        {
+            if (step == XMLReader::kOpened)
+                ReadElement();
+        }
+    }
+
+private:
+    void ReadRoot(pugi::xml_node root)
+    {
         const std::string name = root.name();
         mPrefix = name.substr(0, name.find(':') + 1);
+        if (NameOf(root) != "xliff")
+            Fail(root, "it isn't XLIFF, but has the root " + Quoted(name));
         const std::string version = Attribute(root, "version");
         mIs20 = IsOneOf(version, {"2.0", "2.1"});
         if (!mIs20 && !IsOneOf(version, {"1.1", "1.2"}))
             Fail(root, "its version " + Quoted(version) + " of XLIFF isn't 1.1, 1.2, 2.0 or 2.1");
-        AddUnits(root, 0);
-        return std::move(mCatalogue);
+        mUnitName = mPrefix + (mIs20 ? "unit" : "trans-unit");
     }
 
-private:
+    // Enters the elements that hold units. Any other element is read whole.
+    void ReadElement()
+    {
+        const bool isUnit = mXML.Name() == mUnitName;
+        const pugi::xml_node node = isUnit ? mXML.Content() : mXML.Tag();
+        const std::string type = Attribute(node, "restype");
+        if (type == "x-gettext-plurals")
+            Report(PlaceOf(node), "plural forms are not carried, the group is left out");
+        else if (isUnit && type != "x-gettext-domain-header")
+            mOnEntry(mIs20 ? Unit20(node) : Unit12(node));
+        else if (IsOneOf(NameOf(node), {"file", "body", "group"}))
+        {
+            if (mXML.Depth() > kDeepest)
+                Fail(node, "the elements are nested too deeply");
+            return;
+        }
+        else if (NameOf(node) == "bin-unit")
+            Report(PlaceOf(node), "binary data is not carried, the unit is left out");
+        if (!isUnit)
+            mXML.Content();
+    }
+
     // Returns whether an element is one of XLIFF, not of an extension.
     bool IsOwn(pugi::xml_node node) const
     {
@@ -73,32 +107,12 @@ private:
 
     std::string NameOf(pugi::xml_node node) const
     {
-        return IsOwn(node) ? LocalName(node) : std::string();
+        return IsOwn(node) ? node.name() + mPrefix.size() : std::string();
     }
 
     pugi::xml_node Child(pugi::xml_node node, const char* name) const
     {
         return node.find_child([&](pugi::xml_node child) { return NameOf(child) == name; });
-    }
-
-    void AddUnits(pugi::xml_node node, int depth)
-    {
-        if (depth > kDeepest)
-            Fail(node, "the elements are nested too deeply");
-        for (const pugi::xml_node child : node.children())
-        {
-            const std::string name = NameOf(child);
-            if (Attribute(child, "restype") == "x-gettext-plurals")
-                Report(PlaceOf(child), "plural forms are not carried, the group is left out");
-            else if (Attribute(child, "restype") == "x-gettext-domain-header")
-                continue;
-            else if (IsOneOf(name, {"file", "body", "group"}))
-                AddUnits(child, depth + 1);
-            else if (name == (mIs20 ? "unit" : "trans-unit"))
-                mCatalogue.mEntries.push_back(mIs20 ? Unit20(child) : Unit12(child));
-            else if (name == "bin-unit")
-                Report(PlaceOf(child), "binary data is not carried, the unit is left out");
-        }
     }
 
     CatalogueEntry Unit12(pugi::xml_node unit) const
@@ -212,7 +226,7 @@ private:
         return text;
     }
 
-    void AddText(pugi::xml_node content, int depth, std::string* text) const
+    void AddText(pugi::xml_node content, std::size_t depth, std::string* text) const
     {
         if (depth > kDeepest)
             Fail(content, "the elements are nested too deeply");
@@ -273,14 +287,15 @@ private:
     }
 
     const std::string mFile;
-    const XMLText mXML;
+    XMLReader mXML;
+    const OnEntry& mOnEntry;
     std::string mPrefix; // of the namespace, with its colon
+    std::string mUnitName;
     bool mIs20 = false;
-    Catalogue mCatalogue;
 };
 } // namespace
 
-Catalogue ReadXLIFF(InputFile file)
+void ReadXLIFF(const InputFile& file, const OnEntry& onEntry)
 {
-    return Reader(std::move(file)).Read();
+    Reader(file, onEntry).Read();
 }

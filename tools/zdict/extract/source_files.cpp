@@ -5,6 +5,8 @@
 #include <iterator>
 #include <unordered_set>
 
+#include <program/folders.h>
+
 #include "extract/glob.h"
 #include "files.h"
 #include "messages.h"
@@ -30,10 +32,10 @@ public:
     void Add(const std::string& operand)
     {
         std::error_code error;
-        if (operand != kStandardStream && fs::is_directory(fs::u8path(operand), error))
-            Walk(fs::u8path(operand), std::string());
+        if (operand != kStandardStream && TypeOf(operand, error) == fs::file_type::directory)
+            Walk(operand, std::string());
         else
-            AddFile(operand);
+            AddFile(fs::u8path(operand).generic_u8string());
     }
 
     std::vector<std::string> Take() { return std::move(mFiles); }
@@ -42,7 +44,7 @@ private:
     struct Name
     {
         std::string mName;
-        bool mIsFolder;
+        fs::file_type mType;
     };
 
     void AddFile(const std::string& file)
@@ -58,37 +60,32 @@ private:
         });
     }
 
-    std::vector<Name> NamesOf(const fs::path& folder) const
+    std::vector<Name> NamesOf(const std::string& folder) const
     {
         std::vector<Name> names;
-        std::error_code error;
-        for (fs::directory_iterator next(folder, error), end; !error && next != end;
-             next.increment(error))
-        {
-            std::error_code noType;
-            const bool isFolder = next->is_directory(noType) && !next->is_symlink(noType);
-            names.push_back({next->path().filename().u8string(), isFolder});
-        }
-        if (error)
-            throw Failure{kUnusable, folder.generic_u8string(),
-                          "can't be listed: " + error.message()};
+        const auto take = [&](const std::string& name, fs::file_type type, const std::error_code&) {
+            names.push_back({name, type});
+            return true;
+        };
+        if (const std::error_code error = ListFolder(folder, take))
+            throw Failure{kUnusable, folder, "can't be listed: " + error.message()};
         std::sort(names.begin(), names.end(),
                   [](const Name& left, const Name& right) { return left.mName < right.mName; });
         return names;
     }
 
     // `path` is that of the folder from the operand, with a slash at the end if it isn't empty.
-    void Walk(const fs::path& folder, const std::string& path)
+    void Walk(const std::string& folder, const std::string& path)
     {
         for (const Name& name : NamesOf(folder))
         {
             if (name.mName.front() == '.' || IsExcluded(name.mName, path + name.mName))
                 continue;
-            const fs::path whole = folder / fs::u8path(name.mName);
+            const fs::path whole = fs::u8path(folder) / fs::u8path(name.mName);
             std::error_code error;
-            if (name.mIsFolder)
-                Walk(whole, path + name.mName + "/");
-            else if (IsSource(whole) && fs::is_regular_file(whole, error))
+            if (name.mType == fs::file_type::directory)
+                Walk(whole.generic_u8string(), path + name.mName + "/");
+            else if (IsSource(whole) && TypeOf(whole.u8string(), error) == fs::file_type::regular)
                 AddFile(whole.lexically_normal().generic_u8string());
         }
     }

@@ -41,4 +41,10 @@ hollin::ImageReport FormOf(const InputFile& file, CodePage codePage);
 LoadCounts LoadFile(const InputFile& file, const hollin::ImageReport& report,
                     const LoadOptions& options, EntryTable* table);
 
+// Loads a file of any form. Throws: Failure, as LoadFile.
+inline void LoadAny(const InputFile& file, CodePage codePage, EntryTable* table)
+{
+    LoadFile(file, FormOf(file, codePage), {codePage}, table);
+}
+
 #endif

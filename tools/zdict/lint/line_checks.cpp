@@ -94,7 +94,7 @@ private:
     Findings* const mFindings;
     const RawLine* mLine = nullptr;
     ExpandedText mText; // of the line
-    std::unordered_map<std::string, std::uint64_t> mKeyLines;
+    boost::unordered_flat_map<std::string, std::uint64_t> mKeyLines;
     std::vector<char> mBytes;
 };
 

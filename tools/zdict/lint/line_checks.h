@@ -6,8 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
+
+#include <boost/unordered/unordered_flat_map.hpp>
 
 #include "files.h"
 #include "images/code_page.h"
@@ -25,7 +26,7 @@ struct LintedFile
 {
     std::string mName;
     std::vector<RawLine> mLines;
-    std::unordered_map<std::string, std::size_t> mIndices; // of keys in mLines
+    boost::unordered_flat_map<std::string, std::size_t> mIndices; // of keys in mLines
     std::uint64_t mLastLine = 0;
     bool mIsTextForm = true;
 };

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <map>
 
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include <hollin/Markers.h>
 
 #include "lint/parameters.h"
@@ -359,7 +361,7 @@ private:
         std::u16string mText;
         std::uint64_t mLine;
     };
-    std::unordered_map<std::u16string, First> mKnown; // by English text
+    boost::unordered_flat_map<std::u16string, First> mKnown; // by English text
 };
 
 // A missing key is reported at the line of the key before it, where its text belongs.

@@ -5,6 +5,7 @@
 #include <platform/base/printable.h>
 
 #include "messages.h"
+#include "xml_escape.h"
 
 namespace
 {
@@ -96,26 +97,7 @@ p.done { margin: .7rem 0 0; color: var(--soft); }
 std::string Escaped(const std::string& text)
 {
     std::string result;
-    for (const char byte : platform::Printable(text, "\t\r\n"))
-    {
-        switch (byte)
-        {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        case '"':
-            result += "&quot;";
-            break;
-        default:
-            result += byte;
-        }
-    }
+    AppendEscaped(platform::Printable(text, "\t\r\n"), kMarkup, &result);
     return result;
 }
 

@@ -1,0 +1,83 @@
+#include "memory_tools.h"
+
+// The requests are instructions without an effect outside valgrind, so the library that is
+// shipped contains them. Without the header a build works with the address sanitizer only.
+#if defined(__linux__) && __has_include(<valgrind/memcheck.h>)
+#include <valgrind/memcheck.h>
+#define PLATFORM_WITH_VALGRIND
+#endif
+
+#if defined(__ELF__)
+// Functions of the address sanitizer. Their addresses are null in a process without it. Weak,
+// since a host may be built with the sanitizer while this library is built without it.
+extern "C" __attribute__((weak)) void __asan_poison_memory_region(const volatile void*,
+                                                                  std::size_t);
+extern "C" __attribute__((weak)) void __asan_unpoison_memory_region(const volatile void*,
+                                                                    std::size_t);
+#endif
+
+namespace platform
+{
+namespace
+{
+bool RunsOnValgrind()
+{
+#if defined(PLATFORM_WITH_VALGRIND)
+    return RUNNING_ON_VALGRIND != 0;
+#else
+    return false;
+#endif
+}
+
+bool HasAddressSanitizer()
+{
+#if defined(__ELF__)
+    return __asan_poison_memory_region && __asan_unpoison_memory_region;
+#else
+    return false;
+#endif
+}
+} // namespace
+
+bool MemoryIsWatched()
+{
+    static const bool isWatched = HasAddressSanitizer() || RunsOnValgrind();
+    return isWatched;
+}
+
+void HideMemory([[maybe_unused]] const void* start, [[maybe_unused]] std::size_t size)
+{
+#if defined(__ELF__)
+    if (HasAddressSanitizer())
+        __asan_poison_memory_region(start, size);
+#endif
+#if defined(PLATFORM_WITH_VALGRIND)
+    VALGRIND_MAKE_MEM_NOACCESS(start, size);
+#endif
+}
+
+void RevealMemory([[maybe_unused]] const void* start, [[maybe_unused]] std::size_t size)
+{
+#if defined(__ELF__)
+    if (HasAddressSanitizer())
+        __asan_unpoison_memory_region(start, size);
+#endif
+#if defined(PLATFORM_WITH_VALGRIND)
+    VALGRIND_MAKE_MEM_DEFINED(start, size);
+#endif
+}
+
+ScHiddenReads::ScHiddenReads()
+{
+#if defined(PLATFORM_WITH_VALGRIND)
+    VALGRIND_DISABLE_ERROR_REPORTING;
+#endif
+}
+
+ScHiddenReads::~ScHiddenReads()
+{
+#if defined(PLATFORM_WITH_VALGRIND)
+    VALGRIND_ENABLE_ERROR_REPORTING;
+#endif
+}
+} // namespace platform

@@ -1,0 +1,138 @@
+// The texts of the checked heap.
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <map>
+#include <string>
+#include <tuple>
+
+#include <platform/base/thread_local.h>
+#include <wril/wril.h>
+
+#include "private/checked_blocks.h"
+
+namespace tolv
+{
+namespace
+{
+const char kTag[] = "HEAP_CHECK";
+
+// Whether the thread is inside a report. A log sink that uses the heap makes no second report.
+PLATFORM_THREAD_LOCAL(bool, tReports);
+
+const char* KindOf(const BlockRecord& record)
+{
+    static const char* const kKinds[] = {"pointer", "handle", "hog handle", "recycled pointer"};
+    return kKinds[record.mKind];
+}
+
+// Appends the operation and the location, as in `handle "Thumbnail", location 0 :: 1`.
+void AppendOrigin(std::string& text, const BlockRecord& record)
+{
+    char location[64];
+    std::snprintf(location, sizeof(location), "\", location %u :: %u", record.mLocation >> 16,
+                  record.mLocation & 0xFFFF);
+    text.append(KindOf(record)).append(" \"").append(NameOf(record.mName)).append(location);
+}
+
+void AppendStackOf(std::string& text, const char* action, const Stack* stack)
+{
+    text.append("\n  ").append(action);
+    if (stack)
+        AppendStack(text, *stack);
+    else
+        text.append(" a stack that was not kept (U_HEAP_CHECKS=stacks=1 keeps all)");
+}
+
+std::string TextOfFault(const char* fault, const void* address, const BlockRecord* record)
+{
+    char place[64];
+    std::snprintf(place, sizeof(place), ": %p", address);
+    std::string text = std::string(fault) + place;
+    if (record)
+    {
+        std::snprintf(place, sizeof(place), "\n  block of %u bytes: ", record->mSize);
+        AppendOrigin(text.append(place), *record);
+        AppendStackOf(text, "allocated at", record->mAllocated);
+        if (record->mState != kLive)
+            AppendStackOf(text, "freed at", record->mFreed);
+    }
+    if (const Stack* const here = KeepStack(1))
+        AppendStackOf(text, "found at", here);
+    return text;
+}
+
+struct Leak
+{
+    long long mBlocks = 0;
+    long long mBytes = 0;
+    const BlockRecord* mExample = nullptr;
+};
+
+// By kind, name, location and stack of the allocation.
+typedef std::map<std::tuple<int, std::uint32_t, std::uint32_t, const Stack*>, Leak> Leaks;
+
+Leaks CollectLeaks(const MEM_Heap* heap)
+{
+    Leaks leaks;
+    for (Slab* slab = FirstSlab(); slab; slab = slab->mNext)
+    {
+        for (std::size_t i = 0; i < kSlotsPerSlab; ++i)
+        {
+            const BlockRecord* const record = RecordOf(&slab->mBlocks[i]);
+            if (!record || record->mState != kLive ||
+                (slab->mHeaps[i] != heap->mNumber && record->mKind != kRecycled))
+                continue;
+            Leak& leak =
+                leaks[{record->mKind, record->mName, record->mLocation, record->mAllocated}];
+            ++leak.mBlocks;
+            leak.mBytes += record->mSize;
+            leak.mExample = record;
+        }
+    }
+    return leaks;
+}
+
+void LogLeak(const Leak& leak)
+{
+    char sum[80];
+    std::snprintf(sum, sizeof(sum), "%lld blocks, %lld bytes left: ", leak.mBlocks, leak.mBytes);
+    std::string text = sum;
+    AppendOrigin(text, *leak.mExample);
+    AppendStackOf(text, "allocated at", leak.mExample->mAllocated);
+    WRIL_Log(0, "TOLV", kTag, text.c_str());
+}
+} // namespace
+
+void ReportFault(const char* fault, const void* address, const BlockRecord* record)
+{
+    if (tReports)
+        return;
+    tReports = true;
+    try
+    {
+        WRIL_Log(0, "TOLV", kTag, TextOfFault(fault, address, record).c_str());
+    }
+    catch (...)
+    {
+        // The heap throws no exception of a log sink, and continues without memory for the text.
+    }
+    tReports = false;
+    if (CurrentChecks().mAbort)
+        std::abort();
+}
+
+void LogCheckedLeaks(const MEM_Heap* heap)
+{
+    try
+    {
+        for (const auto& leak : CollectLeaks(heap))
+            LogLeak(leak.second);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // Without memory for the texts the sum that the caller logs must do.
+    }
+}
+} // namespace tolv

@@ -1,0 +1,92 @@
+// Status codes as exceptions and back.
+
+#include <u/cpp/errors.h>
+
+#include <functional>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include "tests/adapters/Thrown.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+class CppErrors : public BornLibrary
+{
+};
+
+struct Foreign
+{
+};
+} // namespace
+
+TEST_F(CppErrors, EachCodeCrossesInBothDirections)
+{
+    for (const U_Status code : {0, 1, 2, 3, 4, 10, 517, 5889, -43})
+    {
+        EXPECT_EQ(Thrown([=] { U::cpp::Check(code); }), code);
+        EXPECT_EQ(U::cpp::Guard([=] { U::cpp::Check(code); }), code);
+        EXPECT_EQ(U::cpp::Guard([=] { return code; }), code);
+        EXPECT_EQ(Thrown([=] { U::cpp::Checked([=] { return code ? throw code : 0; }); }), code);
+    }
+    EXPECT_EQ(U::cpp::Checked([] { return 5; }), 5);
+    EXPECT_EQ(mLog.Texts(), std::vector<std::string>()) << "nothing was reported a second time";
+}
+
+TEST_F(CppErrors, AGuardTakesExceptionsOfEveryType)
+{
+    U_RegisterExceptionTranslatorImpl([](std::exception* exception, int* code) {
+        *code = 77;
+        if (dynamic_cast<std::range_error*>(exception))
+            throw Foreign();
+        return dynamic_cast<std::out_of_range*>(exception) != nullptr;
+    });
+    struct Row
+    {
+        std::function<void()> mThrow;
+        U_Status mCode;
+        const char* mLog; // the line of the log, null without one
+    };
+    const Row kRows[] = {
+        {[] { throw 9; }, 9, nullptr},
+        {[] { throw std::bad_alloc(); }, 4, nullptr},
+        {[] { throw std::out_of_range("a"); }, 77, nullptr},
+        {[] { throw std::runtime_error("b"); }, 14, "What: b"},
+        {[] { throw std::system_error(std::make_error_code(std::errc::io_error)); }, 14, "What: "},
+        {[] { throw Foreign(); }, 14, "What: not a std::exception"},
+        {[] { throw std::range_error("the translator throws"); }, 14, nullptr},
+    };
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(&row - kRows);
+        mLog.Clear();
+        EXPECT_EQ(U::cpp::Guard(row.mThrow), row.mCode);
+        const std::vector<std::string> lines = mLog.Texts("UNHANDLED_EXCEPTION");
+        ASSERT_EQ(lines.size(), row.mLog ? 1u : 0u);
+        if (row.mLog)
+        {
+            EXPECT_THAT(lines[0], testing::StartsWith(row.mLog));
+        }
+    }
+}
+
+TEST_F(CppErrors, CodesHaveTextsAndEqualThePortableConditions)
+{
+    const std::pair<U_Status, std::errc> kRows[] = {
+        {U_Err_BadParameter, std::errc::invalid_argument},
+        {U_Err_OutOfMemory, std::errc::not_enough_memory},
+        {U_Err_Unimplemented, std::errc::function_not_supported},
+        {U_Err_UnsupportedHere, std::errc::not_supported},
+        {U_Err_OutOfRange, std::errc::result_out_of_range},
+    };
+    for (const auto& [code, condition] : kRows)
+    {
+        EXPECT_EQ(U::cpp::MakeErrorCode(code), condition);
+        EXPECT_EQ(U::cpp::MakeErrorCode(code).message(), Narrow(U_GetStatusText(code)));
+    }
+    EXPECT_NE(U::cpp::MakeErrorCode(U_Err_BadDeath), std::errc::invalid_argument);
+    EXPECT_FALSE(U::cpp::MakeErrorCode(0));
+    EXPECT_THAT(U::cpp::StatusError(3).what(), testing::HasSubstr("a bad parameter"));
+}
