@@ -115,6 +115,13 @@ bool IsFormatOfLibrary(const std::string& flag)
 
 const std::size_t kBatchSize = 1 << 20;
 
+struct Messages
+{
+    const POFile mFile{po_file_create()};
+    const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
+    std::size_t mSize = 0; // of the texts
+};
+
 // Writes messages in batches, since the library takes 8 bytes of memory for each byte that it
 // writes. A batch begins with the header, which is cut off.
 class MessageWriter
@@ -155,13 +162,6 @@ public:
     }
 
 private:
-    struct Messages
-    {
-        const POFile mFile{po_file_create()};
-        const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
-        std::size_t mSize = 0; // of the texts
-    };
-
     void Begin()
     {
         mTried.emplace();
