@@ -113,13 +113,14 @@ function(u_add_texts target)
         "file and the target ${target}_texts_update")
     endif()
   endforeach()
-  # A build depends on the file only if it exists: the update target writes it for the first time,
-  # and the next build finds it by the glob.
-  file(GLOB known_english CONFIGURE_DEPENDS ${old_english})
   set(compare)
   set(strict)
+  set(known_english)
   if(arg_STRICT)
     set(strict --strict)
+    # A build depends on the file only if it exists: the update target writes it for the first
+    # time, and the next build finds it by the glob.
+    file(GLOB known_english CONFIGURE_DEPENDS ${old_english})
     set(compare COMMAND ${CMAKE_COMMAND} -D OLD=${old_english} -D NEW=${plain_english}
       -D UPDATE=${target}_texts_update -P ${CMAKE_CURRENT_FUNCTION_LIST_FILE})
   endif()
@@ -128,8 +129,7 @@ function(u_add_texts target)
     COMMAND ${command} lint ${strict} --english ${english} ${translations}
     ${compare}
     COMMAND ${CMAKE_COMMAND} -E touch ${checked}
-    DEPENDS ${english} ${plain_english} ${translations} $<$<BOOL:${strict}>:${known_english}>
-      $<TARGET_FILE:${tool}>
+    DEPENDS ${english} ${plain_english} ${translations} ${known_english} $<TARGET_FILE:${tool}>
     COMMENT "Checking the translations of ${target}"
     VERBATIM)
 

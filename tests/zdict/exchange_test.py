@@ -3,6 +3,7 @@
 import gettext
 import os
 import re
+import shutil
 import subprocess
 import unittest
 import xml.etree.ElementTree
@@ -134,6 +135,24 @@ class RoundTrip(Exchange):
         found = self.imported(lost, "--english", self.english).out
         self.assertEqual(found, self.imported(xliff).out)
 
+    def test_entries_of_one_english_text_are_in_the_order_of_its_keys(self):
+        english = self.file("e", "/a=One\n/b=One\n/c=One\n/d=Two\n")
+        for entries, expected in [
+                (["Eins", "Ein", "Eine"], "Eins Ein Eine"), (["Eins", "", "Eine"], "Eins  Eine"),
+                (["Eins"], "Eins Eins Eins"), (["Eins", "Eins"], "Eins Eins Eins"),
+                (["Eins", ""], "Eins Eins Eins"), (["Eins", "Ein"], None),
+                (["Eins"] * 4, "Eins Eins Eins")]:
+            units = "".join(f"<trans-unit><source>One</source><target>{text}</target></trans-unit>"
+                            for text in entries)
+            xliff = f'<xliff version="1.2"><file><body>{units}</body></file></xliff>'.encode()
+            done = self.imported(xliff, "--english", english, "--no-notes",
+                                 status=0 if expected else 1)
+            texts = dict(re.findall('"\\$\\$\\$(/.)=(.*)"', done.out.decode()))
+            if expected:
+                self.assertEqual(" ".join(texts.get(key, "") for key in ("/a", "/b", "/c")), expected)
+            else:
+                self.assertIn('the keys of "One" have another translation already', done.err)
+
 
 class Tools(Exchange):
     """The programs of gettext and of the translate toolkit."""
@@ -237,7 +256,8 @@ class BadPO(Exchange):
             (header + '\nmsgctxt "a=b"\nmsgid "a"\nmsgstr "b"\n', 'the key "a=b" holds a "="'),
             (header + ENTRY % "x{{*COMMENT*}}y", ":5:1: the translation holds {{*COMMENT*}}"),
             (header + ENTRY % "#{D83D}#{DE00}", ":5:1: two halves of a surrogate pair"),
-            (header + ENTRY % ("x" * 32768), ":5:1: the translation and its note are longer"),
+            (header + ENTRY % ("x" * 32768), ":5:1: the translation is longer than 32767 characters\n"),
+            (header + ENTRY % ("x" * 32760), ":5:1: the translation and its note are longer"),
             (header + '\nmsgctxt "/a"\nmsgid "a"\nmsgstr "b', ":6: end-of-file within string"),
             (header + '\nmsgctxt "/a"\nmsgid "a"\n', ": missing 'msgstr' section"),
             (header + ENTRY % r"\q", ": invalid control sequence"),
@@ -290,7 +310,23 @@ class BadPO(Exchange):
         self.assertEqual(text, '"$$$/a=b{{*COMMENT*}}#: \u2068my file.c\u2069:3 b.c\\n#. theirs'
                                '\\n#, no-c-format, range: 1..2\\n#| a\\nmine"\n')
         back = self.exported("po", self.file("e", '"$$$/a=a"'), self.file("t", text)).decode()
-        self.assertIn("#: \u2068my file.c\u2069:3 b.c\n#, no-c-format", back)
+        self.assertIn("#: \u2068my file.c\u2069:3 b.c\n#, no-c-format, range: 1..2\n", back)
+
+    def test_a_backslash_at_the_end_of_a_note_continues_no_line(self):
+        for note in ["C:\\", "C:\\ ", "a\\\\\nb\\", "#. x\\", "#: src\\", "#: a\\ b c\\"]:
+            written = note.replace("\\", "#{5C}").replace("\n", "\\n")
+            text = f'"$$$/a=Eins{{{{*COMMENT*}}}}#, fuzzy\\n{written}"\n'
+            english = self.file("e", '"$$$/a=One{{*COMMENT*}}#. y#{5C}"\n' if "#. " not in note
+                                else '"$$$/a=One"')
+            po = self.exported("po", english, self.file("t", text))
+            first = self.imported(po, "--fuzzy").out
+            self.assertIn(note.split("\n")[-1].lstrip("#.: ").encode().replace(b"\\", b"#{5C}"), first)
+            self.assertIn(b"#, fuzzy", first)
+            self.assertEqual(self.exported("po", english, self.file("again", first)), po, note)
+            if shutil.which("msgfmt"):
+                counts = subprocess.run(["msgfmt", "--statistics", "-o", "/dev/null", "-"], input=po,
+                                        capture_output=True, timeout=60).stderr
+                self.assertEqual(counts, b"0 translated messages, 1 fuzzy translation.\n", note)
 
 
 class XLIFF20(Exchange):
@@ -403,7 +439,7 @@ class BadXLIFF(Exchange):
         doctype = f'<!DOCTYPE x [<!ENTITY e SYSTEM "file://{secret}">]>'
         rows = [
             (self.xliff(self.UNIT % "&e;", start="\n" + doctype), ":2:1: a document type"),
-            (self.xliff(self.UNIT % "&nbsp;"), ':1:85: the entity "&nbsp;'),
+            (self.xliff(self.UNIT % "&nbsp;"), ':1:85: the entity "&nbsp;" isn\'t'),
             (self.xliff(self.UNIT % "&#0;"), 'the entity "&#0;'),
             (self.xliff(self.UNIT % "&#xD800;"), 'the entity "&#xD800;'),
             (self.xliff(self.UNIT % "& b"), 'the entity "& b'),
@@ -433,8 +469,15 @@ class BadXLIFF(Exchange):
             (self.xliff(self.UNIT % "b" + self.UNIT % "c"), 'the key "/a" has a translation'),
             (self.xliff(self.UNIT % ("<mrk>" * 2000 + "</mrk>" * 2000)), "nested too deeply"),
             (self.xliff("<group>" * 2000 + "</group>" * 2000), "nested too deeply"),
-            (self.xliff("", start='<?xml version="1.0" encoding="mac"?>'), '"MAC" isn\'t known'),
-            (self.xliff(self.UNIT % "ä").encode("latin-1"), "it isn't UTF-8"),
+            *((self.xliff("", start=f'<?xml version="1.0" encoding="{name}"?>'),
+               f':1:1: its encoding "{name.upper()}" isn\'t known')
+              for name in ("mac", "windows-1252", "KOI8-R")),
+            (self.xliff("", start='<?xml version="1.0" encoding="UTF-16"?>'), ":1:1: it isn't UTF-16"),
+            (self.xliff("\n\n" + self.UNIT % "ä").encode("latin-1"), ":3:52: it isn't UTF-8"),
+            (self.xliff("\xe4").encode("latin-1") + b"<x/>", ":1:34: it isn't UTF-8"),
+            (self.xliff(self.UNIT % "b") + "\n<x/>", ":2:1: the document has a second root"),
+            (self.xliff("\n" + self.UNIT.replace("<target", '<target a="" a=""') % "b"),
+             'the attribute "a" is there twice'),
         ]
         for content, what in rows:
             content = content if isinstance(content, bytes) else content.encode()

@@ -220,7 +220,7 @@ class Lines(LintCase):
             result = self.run_tool("compile", "-o", self.path("out"), source, status=1)
             self.assertIn("it isn't lines of key=text", result.err)
             self.assertIn("[not-a-text-form]", self.run_tool("check", source, status=1).out.decode())
-        for text in ("", "\n", "/a=1\n", "$$$/a", "/a\n/b\n", "# a remark\n/a=1\n/b=2\n",
+        for text in ("", "\n", "/a=1\n", "$$$/a", "/a\n/b\n", "/a b=1\n", "# a remark\n/a=1\n/b=2\n",
                      '"$$$/a b=1"\n[x]\n'):
             self.assertNotIn("not-a-text-form", [row[2] for row in self.lint(text)])
 

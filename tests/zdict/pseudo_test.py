@@ -23,7 +23,7 @@ TEXTS = [
     ("%d%%", ["=%d%%\""]),
     ("", ["=\""]),
     ("https://u.example/", ["=[https://u.example/"]),
-    ("Ask <me@host.example>, or www.host.example.", ["<me@host.example>,", " www.host.example."]),
+    ("Ask <me1@host.example>, or www.host.example.", ["<me1@host.example>,", " www.host.example."]),
     ("-v, [-q|--quiet] or --size=SIZE - a-b", ["[-v, [-q|--quiet] öŕ --size=ŠÎŽÉ - à-ƀ"]),
     ("<b class=\\\"x\\\">Text</b>&amp;&#169; 1 < two", ["<b class=\\\"x\\\">Ţéẋţ</b>&amp;&#169; 1 < ţŵö"]),
     ("<br/>", ["=[<br/>"]),

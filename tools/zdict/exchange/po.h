@@ -22,6 +22,10 @@ enum class POForm
 // Throws: Failure. Each fault is reported with its place.
 void ReadPO(const InputFile& file, const OnEntry& onEntry);
 
+// Returns whether a line of a comment ends in a backslash, perhaps before blanks. In PO, it has one
+// blank more, since a backslash at its end would continue the line.
+bool EndsInBackslash(const std::string& line);
+
 // Returns a PO file of UTF-8.
 //
 // - A translation that begins or ends with a line feed where the English text does not, or the

@@ -88,10 +88,20 @@ private:
     iconv_t mHandle = kNone;
 };
 
-std::string WithoutLastLineFeed(std::string lines)
+// Returns the lines of a comment without the last line feed, and without the blanks after
+// backslashes that the writer adds.
+std::string LinesOf(const std::string& comment)
 {
-    if (!lines.empty() && lines.back() == '\n')
-        lines.pop_back();
+    std::string lines;
+    for (std::size_t begin = 0; begin < comment.size();)
+    {
+        const std::size_t end = std::min(comment.find('\n', begin), comment.size());
+        std::string line = comment.substr(begin, end - begin);
+        if (EndsInBackslash(line) && line.back() == ' ')
+            line.pop_back();
+        lines += (begin ? "\n" : "") + line;
+        begin = end + 1;
+    }
     return lines;
 }
 
@@ -213,8 +223,8 @@ private:
                 references += ":" + std::to_string(line);
         }
         Note note = ParseNote(references + "\n#, " + flags);
-        note.mExtracted = WithoutLastLineFeed(Text(po_message_extracted_comments(message)));
-        note.mTranslator = WithoutLastLineFeed(Text(po_message_comments(message)));
+        note.mExtracted = LinesOf(Text(po_message_extracted_comments(message)));
+        note.mTranslator = LinesOf(Text(po_message_comments(message)));
         if (const char* const old = po_message_prev_msgid(message))
             note.mOldEnglish = Text(old);
         note.SetFlag(kObsoleteFlag, po_message_is_obsolete(message));

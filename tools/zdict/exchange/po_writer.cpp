@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -68,6 +70,39 @@ bool HasSameLineFeeds(const std::string& english, const std::string& translation
            isLineFeed(english, true) == isLineFeed(translation, true);
 }
 
+// Returns the lines of a comment. After a backslash at its end, a line would continue in the next
+// one; a blank more prevents that.
+std::string CommentOf(const std::string& lines)
+{
+    std::string comment;
+    for (std::size_t begin = 0; begin <= lines.size();)
+    {
+        const std::size_t end = std::min(lines.find('\n', begin), lines.size());
+        const std::string line = lines.substr(begin, end - begin);
+        comment += line + (EndsInBackslash(line) ? " \n" : "\n");
+        begin = end + 1;
+    }
+    return comment;
+}
+
+struct Range
+{
+    int mLeast;
+    int mMost;
+};
+
+// Reads a flag as "range: 0..5".
+std::optional<Range> ParseRange(const std::string& flag)
+{
+    Range range;
+    int length = 0;
+    const int count =
+        std::sscanf(flag.c_str(), "range: %9d..%9d%n", &range.mLeast, &range.mMost, &length);
+    if (count != 2 || static_cast<std::size_t>(length) != flag.size())
+        return std::nullopt;
+    return range;
+}
+
 bool IsFormatOfLibrary(const std::string& flag)
 {
     for (const char* const* format = po_format_list(); *format; ++format)
@@ -79,6 +114,13 @@ bool IsFormatOfLibrary(const std::string& flag)
 }
 
 const std::size_t kBatchSize = 1 << 20;
+
+struct Messages
+{
+    const POFile mFile{po_file_create()};
+    const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
+    std::size_t mSize = 0; // of the texts
+};
 
 // Writes messages in batches, since the library takes 8 bytes of memory for each byte that it
 // writes. A batch begins with the header, which is cut off.
@@ -120,13 +162,6 @@ public:
     }
 
 private:
-    struct Messages
-    {
-        const POFile mFile{po_file_create()};
-        const POIterator mIterator{po_message_iterator(mFile.get(), nullptr)};
-        std::size_t mSize = 0; // of the texts
-    };
-
     void Begin()
     {
         mTried.emplace();
@@ -156,7 +191,9 @@ private:
         // In the form of a note, a file name with blanks is enclosed.
         Note one;
         one.mReferences = {reference};
-        const std::string text = FormatNote(one).substr(3);
+        std::string text = FormatNote(one).substr(3);
+        if (!text.empty() && text.back() == '\\') // which would continue the line
+            text = "\u2068" + text + "\u2069";
         const Reference parts = SplitReference(text);
         const bool hasLine = !parts.mLine.empty() && parts.mLine.size() < 10;
         const std::string file = hasLine ? parts.mFile : text;
@@ -171,7 +208,7 @@ private:
         for (const std::string& reference : note.mReferences)
             AddReference(reference, message);
         if (!note.mExtracted.empty())
-            po_message_set_extracted_comments(message, (note.mExtracted + "\n").c_str());
+            po_message_set_extracted_comments(message, CommentOf(note.mExtracted).c_str());
         std::vector<std::string> flags = note.mFlags;
         if (HasFields(entry.mEnglish))
             flags.push_back(kFieldFlag);
@@ -182,11 +219,13 @@ private:
                 po_message_set_format(message, flag.c_str(), 1);
             if (flag.compare(0, 3, "no-") == 0 && IsFormatOfLibrary(flag.substr(3)))
                 po_message_set_format(message, flag.c_str() + 3, 0);
+            if (const std::optional<Range> range = ParseRange(flag))
+                po_message_set_range(message, range->mLeast, range->mMost);
         }
         if (mForm == POForm::kTemplate)
             return;
         if (!note.mTranslator.empty())
-            po_message_set_comments(message, (note.mTranslator + "\n").c_str());
+            po_message_set_comments(message, CommentOf(note.mTranslator).c_str());
         po_message_set_fuzzy(message, IsFuzzy(entry));
         if (note.mOldEnglish)
             po_message_set_prev_msgid(message, note.mOldEnglish->c_str());
@@ -227,6 +266,12 @@ private:
     std::string mBytes;
 };
 } // namespace
+
+bool EndsInBackslash(const std::string& line)
+{
+    const std::size_t last = line.find_last_not_of(' ');
+    return last != std::string::npos && line[last] == '\\';
+}
 
 std::string WritePO(const Catalogue& catalogue, POForm form)
 {

@@ -10,6 +10,8 @@
 
 namespace
 {
+const std::size_t kLongestText = hollin::kLongestRun / 2;
+
 // The text names the English text that it was made of.
 Note NoteOf(const CatalogueEntry& entry)
 {
@@ -33,20 +35,30 @@ Taker::Taker(const std::string& file, const EntryTable& english, const TakeOptio
 void Taker::Add(CatalogueEntry entry)
 {
     ++mEntries;
-    if (!IsWanted(entry))
+    if (entry.mKey.empty())
+        entry.mKey = ReferredKey(entry);
+    const bool isObsolete = entry.mNote.HasFlag(kObsoleteFlag);
+    if (entry.mKey.empty() && !isObsolete)
+    {
+        ++SameTextOf(entry).mEntries;
+        mKeylessEntries.push_back(std::move(entry));
+    }
+    else if (!IsWanted(entry))
         return;
-    if (entry.mNote.HasFlag(kObsoleteFlag))
+    else if (isObsolete)
         mObsoleteEntries.push_back(std::move(entry));
     else
-        Take(entry);
+        Take(entry, entry.mKey);
 }
 
 void Taker::Finish()
 {
     if (!mEntries)
         throw Failure{kFaulty, mFile, "it has no entries"};
+    for (const CatalogueEntry& entry : mKeylessEntries)
+        TakeKeyless(entry);
     for (const CatalogueEntry& entry : mObsoleteEntries)
-        Take(entry);
+        TakeObsolete(entry);
     if (mFaults)
         throw Failure{kFaulty, mFile, "nothing is imported, " + Counted(mFaults, "fault")};
     ReportCount(mFuzzy, "fuzzy translation", "--fuzzy");
@@ -66,7 +78,30 @@ bool Taker::IsWanted(const CatalogueEntry& entry)
     return false;
 }
 
-void Taker::Take(const CatalogueEntry& entry)
+// REQUIRES: the entries of the text are counted.
+void Taker::TakeKeyless(const CatalogueEntry& entry)
+{
+    SameText& same = SameTextOf(entry);
+    const std::size_t index = same.mTaken++;
+    if (!IsWanted(entry))
+        return;
+    const std::vector<std::string>& keys = KeysOf(entry);
+    if (keys.size() > 1 && same.mEntries == keys.size())
+        return Take(entry, keys[index]);
+    if (same.mIsSpread && entry.mTranslation == same.mTranslation)
+        return;
+    if (same.mIsSpread)
+        return Fail(entry, "the keys of " + Quoted(entry.mEnglish) +
+                               " have another translation already, and " +
+                               Counted(keys.size(), "key") + " don't fit " +
+                               std::to_string(same.mEntries) + " entries");
+    same.mIsSpread = !keys.empty();
+    same.mTranslation = entry.mTranslation;
+    for (const std::string& key : keys)
+        Take(entry, key);
+}
+
+void Taker::TakeObsolete(const CatalogueEntry& entry)
 {
     if (!entry.mKey.empty())
         return Take(entry, entry.mKey);
@@ -94,22 +129,31 @@ void Taker::Take(const CatalogueEntry& entry, const std::string& key)
         return Fail(entry, "two halves of a surrogate pair follow each other");
     if (HasNote(text))
         return Fail(entry, "the translation holds " + kEmptyTranslation);
+    const bool isLong = text.Length() > kLongestText;
     if (mOptions.mNotes)
         text = JoinNote(text, NoteOf(entry));
-    if (text.Length() > hollin::kLongestRun / 2)
-        return Fail(entry, "the translation and its note are longer than " +
-                               Counted(hollin::kLongestRun / 2, "character") + " (see --no-notes)");
+    if (text.Length() > kLongestText)
+        return Fail(entry, (isLong ? "the translation is longer than "
+                                   : "the translation and its note are longer than ") +
+                               Counted(kLongestText, "character") +
+                               (isLong ? "" : " (see --no-notes)"));
     mOnText(key, text);
 }
 
-std::vector<std::string> Taker::KeysOf(const CatalogueEntry& entry)
+// Returns the key that is one of the references, or an empty text.
+std::string Taker::ReferredKey(const CatalogueEntry& entry) const
 {
     for (const std::string& reference : entry.mNote.mReferences)
     {
         if (mEnglish.Find(reference) != hollin::kNoId)
-            return {reference};
+            return reference;
     }
-    const std::vector<std::string>& keys = KeysOfText(entry.mEnglish);
+    return std::string();
+}
+
+const std::vector<std::string>& Taker::KeysOf(const CatalogueEntry& entry)
+{
+    const std::vector<std::string>& keys = SameTextOf(entry).mKeys;
     if (keys.empty())
         Fail(entry, mEnglish.Slots()
                         ? "the key is missing, and no English text is " + Quoted(entry.mEnglish)
@@ -117,15 +161,15 @@ std::vector<std::string> Taker::KeysOf(const CatalogueEntry& entry)
     return keys;
 }
 
-const std::vector<std::string>& Taker::KeysOfText(const std::string& text)
+Taker::SameText& Taker::SameTextOf(const CatalogueEntry& entry)
 {
-    if (mKeysByText.empty())
+    if (mByText.empty())
     {
         for (const std::uint32_t id : mEnglish.Entries())
-            mKeysByText[ToExchange(SplitNote(ToZString(mEnglish.Text(id))).mText)].emplace_back(
+            mByText[ToExchange(SplitNote(ToZString(mEnglish.Text(id))).mText)].mKeys.emplace_back(
                 mEnglish.Key(id));
     }
-    return mKeysByText[text];
+    return mByText[entry.mEnglish];
 }
 
 void Taker::Fail(const CatalogueEntry& entry, const std::string& what)

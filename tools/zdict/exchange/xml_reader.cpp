@@ -69,6 +69,16 @@ std::string FromLatin1(std::string_view bytes)
     return text;
 }
 
+// Returns the next node in the order of the document, or null.
+pugi::xml_node NextNode(pugi::xml_node node)
+{
+    if (node.first_child())
+        return node.first_child();
+    while (node && !node.next_sibling())
+        node = node.parent();
+    return node.next_sibling();
+}
+
 // Returns the encoding that the declaration names, in upper case, or an empty text.
 std::string DeclaredEncoding(std::string_view text)
 {
@@ -242,9 +252,10 @@ std::size_t XMLReader::EndOfTag(std::size_t begin) const
 void XMLReader::CheckEntity(std::size_t at) const
 {
     const std::size_t end = mText.substr(at, kLongestReference + 1).find(';');
-    if (end == std::string_view::npos || !IsKnownEntity(std::string(mText.substr(at + 1, end - 1))))
-        Fail(at, "the entity " + Quoted(std::string(mText.substr(at, kLongestReference))) +
-                     " isn't one of XML");
+    const bool hasEnd = end != std::string_view::npos;
+    const std::string entity(mText.substr(at, hasEnd ? end + 1 : kLongestReference));
+    if (!hasEnd || !IsKnownEntity(entity.substr(1, end - 1)))
+        Fail(at, "the entity " + Quoted(entity) + " isn't one of XML");
 }
 
 pugi::xml_node XMLReader::Parse(std::size_t begin)
@@ -256,7 +267,25 @@ pugi::xml_node XMLReader::Parse(std::size_t begin)
         pugi::encoding_utf8);
     if (!result)
         Fail(begin + static_cast<std::size_t>(result.offset), result.description());
+    RequireSingleAttributes();
     return mDocument.document_element();
+}
+
+// The parser takes several attributes of one name.
+void XMLReader::RequireSingleAttributes() const
+{
+    std::vector<std::string_view> names;
+    for (pugi::xml_node node = mDocument.first_child(); node; node = NextNode(node))
+    {
+        names.clear();
+        for (const pugi::xml_attribute attribute : node.attributes())
+            names.push_back(attribute.name());
+        std::sort(names.begin(), names.end());
+        const auto twice = std::adjacent_find(names.begin(), names.end());
+        if (twice != names.end())
+            throw Failure{kFaulty, At(mFile, PlaceOf(node)),
+                          "the attribute " + Quoted(std::string(*twice)) + " is there twice"};
+    }
 }
 
 void XMLReader::Decode(const InputFile& file)
@@ -282,7 +311,8 @@ void XMLReader::Decode(const InputFile& file)
         mText = mDecoded;
     }
     else if (!encoding.empty() && encoding != "UTF-8" && encoding != "US-ASCII")
-        throw Failure{kFaulty, mFile, "its encoding " + Quoted(encoding) + " isn't known"};
+        Fail(0, encoding == "UTF-16" ? "it isn't UTF-16, which it declares"
+                                     : "its encoding " + Quoted(encoding) + " isn't known");
 }
 
 void XMLReader::RequireCharacters() const

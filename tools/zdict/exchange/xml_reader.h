@@ -69,6 +69,7 @@ private:
     std::size_t EndOfTag(std::size_t begin) const;
     void CheckEntity(std::size_t at) const;
     pugi::xml_node Parse(std::size_t begin);
+    void RequireSingleAttributes() const;
     Place PlaceOf(std::size_t offset) const;
     void Decode(const InputFile& file);
     void RequireCharacters() const;

@@ -1,7 +1,5 @@
 #include "lint/form_judge.h"
 
-#include <algorithm>
-
 #include "lint/units.h"
 #include "messages.h"
 
@@ -38,8 +36,7 @@ void FormJudge::Add(const RawLine& line)
     mSections += IsSection(units.substr(head)) ? 1 : 0;
     const bool hasTextBefore = line.mOpens && head + 1 != line.mEntry;
     const std::u16string_view key = line.View(line.mKey, line.mKeyEnd);
-    const bool hasBlank = std::any_of(key.begin(), key.end(), IsBlank);
-    if (line.mHasPrefix || (line.mHasEquals && !hasTextBefore && !hasBlank))
+    if (line.mHasPrefix || (line.mHasEquals && !hasTextBefore && !BlankEnd(key)))
         return;
     ++mUnfit;
     const bool isForeign = units.substr(head).find_first_of(u" \t;,:()") != std::u16string::npos;

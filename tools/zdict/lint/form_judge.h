@@ -10,7 +10,7 @@
 
 // A reader of the text form finds an entry in any line of any file, so that the lines have to be
 // judged together: most of them fit if the file has the form. A line fits if it has the prefix $$$,
-// or a key without blanks before a =.
+// or a = directly behind a key.
 class FormJudge
 {
 public:
@@ -29,7 +29,7 @@ public:
 private:
     std::size_t mLines = 0;
     std::size_t mUnfit = 0;
-    std::size_t mForeign = 0; // unfit ones, with units that no key has
+    std::size_t mForeign = 0; // unfit ones with a sign of another form
     std::size_t mPrefixed = 0;
     std::size_t mOfPO = 0;
     std::size_t mSections = 0; // of INI files

@@ -114,8 +114,8 @@ private:
             --end;
         const std::u16string_view run = mText.substr(begin, end - begin);
         const std::size_t sign = run.find(u'@');
-        const bool isMail = sign != kNone && sign && !IsDigit(run[sign - 1]) &&
-                            run.find(u'.', sign) != kNone && IsOfName(run[sign - 1]);
+        const bool isMail = sign != kNone && sign && IsOfName(run[sign - 1]) &&
+                            run.find(u'.', sign) != kNone && !IsDigit(run[sign + 1]);
         if (run.find(u"://") != kNone || run.substr(0, 4) == u"www." || isMail)
             Mark(begin, end, Use::kKept);
     }
