@@ -12,8 +12,8 @@
 // own queue only; any thread may post to any queue.
 //
 // Procedures of windows: on Windows the system may call the procedure also within PeekMessageW,
-// GetMessageW, CreateWindowExW, DestroyWindow, SetCapture and ReleaseCapture, and within the copy to
-// the clipboard. If the procedure throws, that call throws the exception once the system has
+// GetMessageW, CreateWindowExW, DestroyWindow, SetCapture and ReleaseCapture, and within the copy
+// to the clipboard. If the procedure throws, that call throws the exception once the system has
 // returned. PeekMessageW and GetMessageW first return a message that they have removed; the next
 // call then throws.
 
