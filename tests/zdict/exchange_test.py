@@ -137,6 +137,9 @@ class RoundTrip(Exchange):
 
     def test_entries_of_one_english_text_are_in_the_order_of_its_keys(self):
         english = self.file("e", "/a=One\n/b=One\n/c=One\n/d=Two\n")
+        other = ('<trans-unit resname="/d"><source>Two</source><target>obsolete</target>'
+                 '<note from="flags">obsolete</note></trans-unit>'
+                 '<trans-unit><source>Two</source><target>Zwei</target></trans-unit>')
         for entries, expected in [
                 (["Eins", "Ein", "Eine"], "Eins Ein Eine"), (["Eins", "", "Eine"], "Eins  Eine"),
                 (["Eins"], "Eins Eins Eins"), (["Eins", "Eins"], "Eins Eins Eins"),
@@ -144,12 +147,13 @@ class RoundTrip(Exchange):
                 (["Eins"] * 4, "Eins Eins Eins")]:
             units = "".join(f"<trans-unit><source>One</source><target>{text}</target></trans-unit>"
                             for text in entries)
-            xliff = f'<xliff version="1.2"><file><body>{units}</body></file></xliff>'.encode()
-            done = self.imported(xliff, "--english", english, "--no-notes",
+            xliff = f'<xliff version="1.2"><file><body>{other}{units}</body></file></xliff>'.encode()
+            done = self.imported(xliff, "--english", english, "--no-notes", "--obsolete",
                                  status=0 if expected else 1)
             texts = dict(re.findall('"\\$\\$\\$(/.)=(.*)"', done.out.decode()))
             if expected:
                 self.assertEqual(" ".join(texts.get(key, "") for key in ("/a", "/b", "/c")), expected)
+                self.assertEqual(texts["/d"], "Zwei")
             else:
                 self.assertIn('the keys of "One" have another translation already', done.err)
 
