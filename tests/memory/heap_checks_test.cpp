@@ -153,10 +153,9 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
             kind.mFree(block.mOwner);
             Damage(block.mBytes + size - 1);
             EXPECT_EQ(platform::CheckHeap(), 1u);
-            EXPECT_THAT(
-                Reports(),
-                ElementsAre(AllOf(Fault("the block was written after it was freed", kind),
-                                  testing::ContainsRegex("freed at\n(    .*\n)+    HeapChecks"))));
+            EXPECT_THAT(Reports(),
+                        ElementsAre(AllOf(Fault("the block was written after it was freed", kind),
+                                          HasSubstr("\n  freed at\n    "))));
         }
     }
 }
