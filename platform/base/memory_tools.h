@@ -15,7 +15,8 @@
 #include "export.h"
 
 #if defined(__GNUC__) && !defined(_WIN32)
-#define PLATFORM_READS_HIDDEN_MEMORY __attribute__((noinline, no_sanitize_address))
+#define PLATFORM_READS_HIDDEN_MEMORY                                                               \
+    __attribute__((noinline, no_sanitize_address, no_sanitize_thread))
 #else
 #define PLATFORM_READS_HIDDEN_MEMORY
 #endif
