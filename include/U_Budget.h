@@ -183,7 +183,7 @@ U_EXPORT U_Status U_EnableProactivePrePurging();
 class U_EXPORT U_ScDisableProactivePrePurging
 {
 public:
-    // Disables. An error of the host service is not told.
+    // Disables proactive purging, and ignores an error of the host service.
     U_ScDisableProactivePrePurging();
     ~U_ScDisableProactivePrePurging();
     U_ScDisableProactivePrePurging(const U_ScDisableProactivePrePurging&) = delete;

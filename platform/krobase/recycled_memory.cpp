@@ -29,7 +29,7 @@ const std::size_t kMostWaste = 4; // a pooled block may be a quarter larger than
 
 std::atomic<const RecycledSource*> sSource(nullptr);
 
-// Whether the pool keeps freed blocks, and not only their sizes.
+// Returns false if the pool keeps only the sizes of freed blocks.
 bool KeepsBlocks()
 {
     return !sSource.load(std::memory_order_acquire) && !platform::MemoryIsWatched();

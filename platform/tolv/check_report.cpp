@@ -18,7 +18,7 @@ namespace
 {
 const char kTag[] = "HEAP_CHECK";
 
-// Whether the thread is inside a report. A log sink that uses the heap makes no second report.
+// True while the thread writes a report. A fault that a log sink causes meanwhile is not reported.
 PLATFORM_THREAD_LOCAL(bool, tReports);
 
 const char* KindOf(const BlockRecord& record)

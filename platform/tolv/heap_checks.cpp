@@ -97,7 +97,7 @@ const char* ValueInEnvironment()
     return value ? value : "";
 }
 
-// Whether the host or the environment has set the checks.
+// True once the host or the environment has set the checks.
 std::atomic<bool> sIsSet(false);
 } // namespace
 

@@ -44,7 +44,7 @@ PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned lo
 PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
 PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
 
-// Whether new blocks are checked (platform::SetHeapChecks). Then callers of the functions above
+// True while new blocks are checked (platform::SetHeapChecks). Then callers of the functions above
 // call MEM_SetOrigin for each new block.
 PLATFORM_EXPORT extern std::atomic<bool> MEM_KeepsOrigins;
 

@@ -95,7 +95,7 @@ TEST_F(Log, ATextForgesNoLineOnStderrAndControlsNoTerminal)
     EXPECT_EQ(seen, kText);
 }
 
-// What the default sink writes.
+// Returns the lines that the default sink writes while `run` runs.
 template <class Run> std::string Written(Run run)
 {
     testing::internal::CaptureStderr();

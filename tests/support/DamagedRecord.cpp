@@ -11,11 +11,10 @@ namespace
 {
 const std::uintptr_t kSlab = 0x10000; // bytes of a slab of handles, and their alignment
 
-// Returns the slabs that have a free handle. The thread may have free handles of many slabs before
-// those of the record's slab.
+// Returns the slabs that have a free handle.
 std::set<std::uintptr_t> FindSlabs()
 {
-    std::vector<void**> fresh(8 * kSlab / sizeof(void*));
+    std::vector<void**> fresh(kSlab / sizeof(void*));
     std::set<std::uintptr_t> slabs;
     for (void**& handle : fresh)
     {

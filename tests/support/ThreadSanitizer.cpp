@@ -1,4 +1,4 @@
-// What the thread sanitizer cannot know.
+// Reports of the thread sanitizer that are no faults.
 
 #ifdef __SANITIZE_THREAD__
 

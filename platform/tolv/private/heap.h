@@ -36,8 +36,8 @@ inline BlockHeader* HeaderOf(void* block)
     return static_cast<BlockHeader*>(block) - 1;
 }
 
-// Whether a checker watches the memory of the process, or the heap is or was checked. Then the heap
-// keeps no freed block for reuse. The value never returns to false.
+// True once the heap is checked, and in a process under a sanitizer or valgrind. The heap keeps no
+// freed block for reuse then. The value never returns to false.
 extern std::atomic<bool> sIsWatched;
 void SetWatched();
 

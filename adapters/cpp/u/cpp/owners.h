@@ -36,7 +36,7 @@
 
 namespace U::cpp
 {
-// What the owners have in common. The function Free of `Family` frees a block.
+// The base of all owners. The function Free of `Family` frees a block.
 template <class Block, class Family> class Owner
 {
 public:

@@ -341,7 +341,7 @@ inline std::string ToJSON(const U_AnyTree& tree)
 // Failures: text that is not JSON is read leniently, as U_AnyTreeWrapper::SetFrom_JSON describes.
 inline U_AnyTree FromJSON(std::string_view json)
 {
-    // As a member of an object, the text has no special rules for its outermost level.
+    // The reader treats the outermost value differently. So the text becomes a member of an object.
     const U_UTF16String key(1, 'j');
     U_UTF16String text = ToUTF16("{\"j\":");
     text += detail::MarkEmptyArrays(ToUTF16(json));
