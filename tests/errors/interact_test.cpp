@@ -282,7 +282,7 @@ TEST_F(Interact, TheNameIsCutAndErrorsAreCounted)
 
 TEST(ComputerName, ComputerNameIsTerminatedInABufferOfAnySize)
 {
-    const std::string whole = HostName();
+    const std::string whole = NetworkName();
     const U_u32 length = static_cast<U_u32>(whole.size());
     for (U_u32 size : {0u, 1u, length, length + 1, 0xFFFFFFFFu})
     {

@@ -1,56 +1,60 @@
 #include "tests/support/DamagedRecord.h"
 
-#include <cstdint>
-#include <set>
-
 #include "U_Alloc.h"
 #include "U_Posted.h"
 #include "indep/errors/Globals.h"
+#include "tests/support/System.h"
 
 namespace
 {
-const std::uintptr_t kSlab = 0x10000; // bytes of a slab of handles, and their alignment
-
-// Returns the slabs that have a free handle.
-std::set<std::uintptr_t> FindSlabs()
+// Reads a word that other threads may write, and that may lie between variables.
+#if defined(__has_attribute) && __has_attribute(no_sanitize)
+__attribute__((no_sanitize("address"), no_sanitize("thread")))
+#endif
+void**
+ReadWord(void* const* word)
 {
-    std::vector<void**> fresh(kSlab / sizeof(void*));
-    std::set<std::uintptr_t> slabs;
-    for (void**& handle : fresh)
+    return static_cast<void**>(*static_cast<void* const volatile*>(word));
+}
+
+// The record is the block of a handle that starts with the magic number.
+bool IsRecord(void** handle)
+{
+    U_u32 size = 0;
+    return handle && !U_CheckHandleFromHeap(handle) && !U_GetHandleSize(handle, &size) &&
+           size >= sizeof(U_u32) && *static_cast<U_u32*>(*handle) == kGlobalsMagic;
+}
+
+// Returns the record's handle, which is in a variable of the library, or null.
+void** FindRecord()
+{
+    for (const Words& words : VariablesOfU())
     {
-        handle = U_AllocateHandleQuiet(16);
-        slabs.insert(reinterpret_cast<std::uintptr_t>(handle) & ~(kSlab - 1));
+        for (void** word = words.mFirst; word < words.mEnd; ++word)
+        {
+            void** const handle = ReadWord(word);
+            if (IsRecord(handle))
+                return handle;
+        }
     }
-    for (void** handle : fresh)
-        U_FreeHandle(handle);
-    return slabs;
+    return nullptr;
 }
 } // namespace
 
-// The record is the live handle whose block starts with the magic number.
 std::vector<U_u32*> FindMagicNumbers()
 {
-    U_StartQuietErrorsOnCurrentThread(false); // most addresses that the loop tries are no handles
     std::vector<U_u32*> numbers;
-    for (const std::uintptr_t slab : FindSlabs())
-    {
-        for (void** handle = reinterpret_cast<void**>(slab);
-             reinterpret_cast<std::uintptr_t>(handle) < slab + kSlab; ++handle)
-        {
-            U_u32 size = 0;
-            if (U_CheckHandleFromHeap(handle) || U_GetHandleSize(handle, &size) ||
-                size < sizeof(U_u32))
-                continue;
-            U_u32* words = static_cast<U_u32*>(*handle);
-            if (words[0] != kGlobalsMagic)
-                continue;
-            for (U_u32* word = words; word < words + size / sizeof(U_u32); ++word)
-            {
-                if (*word == kGlobalsMagic)
-                    numbers.push_back(word);
-            }
-        }
-    }
+    U_StartQuietErrorsOnCurrentThread(false); // most words are no handles
+    void** const record = FindRecord();
+    U_u32 size = 0;
+    if (record)
+        U_GetHandleSize(record, &size);
     U_EndQuietErrorsOnCurrentThread();
+    for (U_u32 i = 0; i < size / sizeof(U_u32); ++i)
+    {
+        U_u32* const word = static_cast<U_u32*>(*record) + i;
+        if (*word == kGlobalsMagic)
+            numbers.push_back(word);
+    }
     return numbers;
 }

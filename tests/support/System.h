@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 // How processes end, as their parents see it: by a signal on POSIX systems, with a status of 32
 // bits on Windows. These are the ends of failures that no code of the process has handled.
@@ -38,7 +39,7 @@ bool IsWindows();
 bool IsWine();
 
 // The names that the system itself keeps, in UTF-8.
-std::string HostName();    // in the form of gethostname
+std::string NetworkName(); // in the form of gethostname
 std::string MachineName(); // of the machine's label
 std::string UserName();
 
@@ -54,6 +55,16 @@ double SecondsSinceStart();
 
 // Returns whether the system can read the byte. A read here would fail.
 bool IsReadable(const void* address);
+
+// A range of memory that holds whole words.
+struct Words
+{
+    void** mFirst;
+    void** mEnd;
+};
+
+// Returns the variables of the loaded library U, which other threads may write at any time.
+std::vector<Words> VariablesOfU();
 
 // Takes the desktop from the process for a scope: a process without one, such as a service, has no
 // message boxes. POSIX systems have neither.

@@ -44,7 +44,7 @@ bool IsWine()
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-std::string HostName()
+std::string NetworkName()
 {
     wchar_t name[256] = {};
     DWORD size = 256;
@@ -119,4 +119,21 @@ ScNoDesktop::~ScNoDesktop()
 void SetVariable(const char* name, const char* value)
 {
     ::_putenv_s(name, value ? value : "");
+}
+
+std::vector<Words> VariablesOfU()
+{
+    std::vector<Words> found;
+    char* const base = reinterpret_cast<char*>(::GetModuleHandleW(L"libU.dll"));
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const IMAGE_SECTION_HEADER* const sections = IMAGE_FIRST_SECTION(headers);
+    for (int i = 0; i < headers->FileHeader.NumberOfSections; ++i)
+    {
+        const IMAGE_SECTION_HEADER& section = sections[i];
+        void** const first = reinterpret_cast<void**>(base + section.VirtualAddress);
+        if (section.Characteristics & IMAGE_SCN_MEM_WRITE)
+            found.push_back({first, first + section.Misc.VirtualSize / sizeof(void*)});
+    }
+    return found;
 }

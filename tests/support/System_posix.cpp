@@ -2,8 +2,10 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
+#include <link.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/resource.h>
@@ -40,7 +42,7 @@ bool IsWine()
     return false;
 }
 
-std::string HostName()
+std::string NetworkName()
 {
     char name[256] = {};
     return gethostname(name, sizeof(name) - 1) == 0 ? name : "";
@@ -48,7 +50,7 @@ std::string HostName()
 
 std::string MachineName()
 {
-    const std::string host = HostName();
+    const std::string host = NetworkName();
     return host.substr(0, host.find('.'));
 }
 
@@ -101,4 +103,24 @@ void SetVariable(const char* name, const char* value)
         setenv(name, value, 1);
     else
         unsetenv(name);
+}
+
+std::vector<Words> VariablesOfU()
+{
+    std::vector<Words> found;
+    const auto visit = [](dl_phdr_info* object, std::size_t, void* result) {
+        if (!std::strstr(object->dlpi_name, "/libU.so"))
+            return 0;
+        for (int i = 0; i < object->dlpi_phnum; ++i)
+        {
+            const ElfW(Phdr)& part = object->dlpi_phdr[i];
+            void** const first = reinterpret_cast<void**>(object->dlpi_addr + part.p_vaddr);
+            if (part.p_type == PT_LOAD && part.p_flags & PF_W)
+                static_cast<std::vector<Words>*>(result)->push_back(
+                    {first, first + part.p_memsz / sizeof(void*)});
+        }
+        return 1;
+    };
+    ::dl_iterate_phdr(visit, &found);
+    return found;
 }
