@@ -15,7 +15,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint format clean
+.PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint analyze format clean
 
 help: ## List the targets
 	@echo 'First:'
@@ -120,6 +120,10 @@ soak: deps ## Do everything at once for SOAK_SECONDS, then SOAK_TSAN_SECONDS und
 lint: window-deps ## Check the format and run clang-tidy
 	$(call build,dev)
 	scripts/lint
+
+analyze: window-deps ## Run the static analyzers, which take longer than make lint
+	$(call build,dev)
+	scripts/analyze
 
 format: deps ## Format all sources
 	git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs clang-format -i
