@@ -67,11 +67,7 @@ void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& ke
     Reserve(bucket, 1);
     Bucket& grown = mBuckets[bucket];
     grown.mOwned[grown.mCount++] = id;
-    KeyIndex* index = grown.mIndex.Get();
-    if (index && index->HasRoom())
-        index->Insert(KeyIndex::Hash(key), id);
-    else
-        grown.mIndex.Drop(); // the next look-up makes a larger one
+    grown.mIndex.Insert(key, id);
 }
 
 void IdBuckets::Adopt(FileBuckets&& buckets)

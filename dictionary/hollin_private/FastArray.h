@@ -57,7 +57,7 @@ public:
     void Reserve(std::uint32_t bucket, std::size_t more);
     void Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key);
 
-    // Returns the index of the keys of a bucket, or null without memory. keyOf(id) gives the
+    // Returns the index of the keys of a bucket, or null without memory. keyOf(id) returns the
     // key of an identifier.
     //
     // REQUIRES: the bucket is not empty.
@@ -76,7 +76,7 @@ private:
         std::size_t mCount = 0;
         std::size_t mCapacity = 0; // of mOwned
         std::unique_ptr<std::uint32_t[]> mOwned;
-        mutable KeyIndexOwner mIndex; // of all mIds, if there is one
+        mutable KeyIndex mIndex; // of all mIds, if it is made
     };
 
     std::unique_ptr<Bucket[]> mBuckets; // null, or kBucketCount
@@ -87,14 +87,9 @@ template <class KeyOf>
 const KeyIndex* IdBuckets::IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const
 {
     const Bucket& indexed = mBuckets[bucket];
-    if (const KeyIndex* index = indexed.mIndex.Get())
-        return index;
-    std::unique_ptr<KeyIndex> made = KeyIndex::Make(indexed.mCount);
-    if (!made)
-        return nullptr;
-    for (std::uint32_t id : Get(bucket))
-        made->Insert(KeyIndex::Hash(keyOf(id)), id);
-    return indexed.mIndex.Publish(std::move(made));
+    if (indexed.mIndex.IsMade() || indexed.mIndex.Make(indexed.mIds, indexed.mCount, keyOf))
+        return &indexed.mIndex;
+    return nullptr;
 }
 
 // Thread safety: any number of threads may call the const functions at once, while no thread

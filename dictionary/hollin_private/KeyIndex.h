@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include "hollin/Limits.h"
 #include "hollin_private/ByteRun.h"
@@ -16,32 +17,40 @@ namespace hollin_private
 {
 // A hash table with open addressing, from the hash of a whole key to identifiers. Of equal keys
 // the one that was inserted first is found first.
+//
+// Thread safety: IsMade, Find and Make may be called by many threads at once, but not beside
+// Insert and Drop.
 class KeyIndex
 {
 public:
-    // Makes an empty index with room for `count` identifiers and as many again. Returns null
-    // without memory.
-    static std::unique_ptr<KeyIndex> Make(std::size_t count);
+    KeyIndex() = default;
+    KeyIndex(const KeyIndex&) = delete;
+    KeyIndex& operator=(const KeyIndex&) = delete;
+    ~KeyIndex() { Drop(); }
 
     // The hash of all bytes of a key.
     static std::uint32_t Hash(const ByteRun& key);
 
-    // Returns whether Insert may be called.
-    bool HasRoom() const { return mFree != 0; }
+    bool IsMade() const { return mEntries.load(std::memory_order_acquire) != nullptr; }
 
-    // REQUIRES: HasRoom(); id != hollin::kNoId.
-    void Insert(std::uint32_t hash, std::uint32_t id);
+    // Makes the table of the identifiers, with room for half as many again. keyOf(id) returns the
+    // key of an identifier. A table that another thread has made meanwhile is kept. Returns false
+    // without memory.
+    //
+    // REQUIRES: all calls before an Insert or Drop have the same identifiers.
+    template <class KeyOf>
+    bool Make(const std::uint32_t* ids, std::size_t count, const KeyOf& keyOf);
 
     // Returns the first identifier with the hash for which hasKey(id) holds, or hollin::kNoId.
-    template <class HasKey> std::uint32_t Find(std::uint32_t hash, const HasKey& hasKey) const
-    {
-        for (std::size_t i = hash & mMask; mEntries[i].mId != hollin::kNoId; i = (i + 1) & mMask)
-        {
-            if (mEntries[i].mHash == hash && hasKey(mEntries[i].mId))
-                return mEntries[i].mId;
-        }
-        return hollin::kNoId;
-    }
+    //
+    // REQUIRES: IsMade().
+    template <class HasKey> std::uint32_t Find(std::uint32_t hash, const HasKey& hasKey) const;
+
+    // Inserts an identifier if there is a table. A full table is dropped, and the next Make makes
+    // a larger one.
+    void Insert(const ByteRun& key, std::uint32_t id);
+
+    void Drop() { delete[] mEntries.exchange(nullptr, std::memory_order_relaxed); }
 
 private:
     struct Entry
@@ -50,35 +59,45 @@ private:
         std::uint32_t mId = hollin::kNoId; // kNoId in an empty entry
     };
 
-    KeyIndex() = default;
+    // Returns the number of entries for the identifiers, a power of two. At most half are used.
+    static std::size_t SizeFor(std::size_t count);
+    static void InsertIn(Entry* entries, std::size_t mask, std::uint32_t hash, std::uint32_t id);
 
-    std::unique_ptr<Entry[]> mEntries; // never more than half are used
-    std::size_t mMask = 0;             // the number of entries, a power of two, less one
-    std::size_t mFree = 0;             // identifiers that may still be inserted
+    std::atomic<Entry*> mEntries = {nullptr}; // owned
+    // Beside the pointer, and not in front of the entries: Find waits for one line less. Threads
+    // that make the table at once store the same values.
+    std::atomic<std::size_t> mMask = {0}; // the number of entries, less one
+    std::atomic<std::size_t> mUsed = {0};
 };
 
-// The index of a bucket, or none yet.
-//
-// Thread safety: Get and Publish may be called by many threads at once, but not beside Drop.
-class KeyIndexOwner
+template <class KeyOf>
+bool KeyIndex::Make(const std::uint32_t* ids, std::size_t count, const KeyOf& keyOf)
 {
-public:
-    KeyIndexOwner() = default;
-    KeyIndexOwner(const KeyIndexOwner&) = delete;
-    KeyIndexOwner& operator=(const KeyIndexOwner&) = delete;
-    ~KeyIndexOwner() { Drop(); }
+    const std::size_t size = SizeFor(count);
+    std::unique_ptr<Entry[]> made(new (std::nothrow) Entry[size]);
+    if (!made)
+        return false;
+    for (std::size_t i = 0; i < count; ++i)
+        InsertIn(made.get(), size - 1, Hash(keyOf(ids[i])), ids[i]);
+    mMask.store(size - 1, std::memory_order_relaxed);
+    mUsed.store(count, std::memory_order_relaxed);
+    Entry* stored = nullptr;
+    if (mEntries.compare_exchange_strong(stored, made.get(), std::memory_order_acq_rel))
+        made.release();
+    return true;
+}
 
-    // Returns null if there is no index.
-    KeyIndex* Get() const { return mIndex.load(std::memory_order_acquire); }
-
-    // Stores the index. Returns it, or the index that another thread has stored before.
-    const KeyIndex* Publish(std::unique_ptr<KeyIndex> made);
-
-    void Drop() { delete mIndex.exchange(nullptr, std::memory_order_relaxed); }
-
-private:
-    std::atomic<KeyIndex*> mIndex = {nullptr}; // owned
-};
+template <class HasKey> std::uint32_t KeyIndex::Find(std::uint32_t hash, const HasKey& hasKey) const
+{
+    const Entry* const entries = mEntries.load(std::memory_order_acquire);
+    const std::size_t mask = mMask.load(std::memory_order_relaxed);
+    for (std::size_t i = hash & mask; entries[i].mId != hollin::kNoId; i = (i + 1) & mask)
+    {
+        if (entries[i].mHash == hash && hasKey(entries[i].mId))
+            return entries[i].mId;
+    }
+    return hollin::kNoId;
+}
 } // namespace hollin_private
 
 #endif
