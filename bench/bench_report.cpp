@@ -1,15 +1,19 @@
 // Reports.
 //
-// The floor is the resolution of one of the texts of a report. The rest of the time of a report
-// is the report path itself.
+// The peers: the resolution of one of the texts of a report, and a logger of spdlog with a sink
+// that drops its lines.
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 #include <boost/thread/barrier.hpp>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
 
 #include <platform/control.h>
 
@@ -26,13 +30,21 @@ const U_u32 kLocation = 0x120034;
 const int kBatch = 2000;        // messages between two displays
 const int kThreadBatch = 10000; // the same, for each thread
 
+const char kText[] = "The file hill.tif can't be read.";
+
+U_UTF16String sShown; // the text of the latest alert
+std::string sLogged;  // the latest line of the log
+std::string sCalled;  // the text of the latest callback
+
 class Library
 {
 public:
     Library()
     {
-        platform::SetLogSink([](int, const char*, const char*, const char*) {});
-        platform::SetAlertPresenter([](const platform::Alert&) {});
+        sShown.clear();
+        platform::SetAlertPresenter([](const platform::Alert& alert) { sShown = alert.text; });
+        platform::SetLogSink(
+            [](int, const char*, const char*, const char* line) { sLogged.assign(line); });
         U_Birth("bench_report", nullptr);
         U_ZStringSetEnglish();
         U_IncrementPostErrors();
@@ -44,8 +56,13 @@ public:
         platform::ResetAll();
     }
 
-    const U_UTF16String mText = U_AsciiToUTF16String("The file hill.tif can't be read.");
+    const U_UTF16String mText = U_AsciiToUTF16String(kText);
 };
+
+bool Begins(const std::string& text, const std::string& head)
+{
+    return text.compare(0, head.size(), head) == 0;
+}
 
 void Resolution(benchmark::State& state)
 {
@@ -58,14 +75,77 @@ void Unwanted(benchmark::State& state)
 {
     const Library library;
     Up_SetInteract(0);
+    sLogged.clear();
+    U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+    U_u32 count = 0;
+    U_GetHowManyErrors(&count);
+    if (count != 1 || !sLogged.empty())
+        state.SkipWithError("not counted, or logged");
     for (auto _ : state)
         U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+}
+
+// A warning whose one effect is its line in the log.
+void Logged(benchmark::State& state)
+{
+    const Library library;
+    Up_SetInteract(U_u32(U_Sev_WARNING) << 16);
+    U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+    if (!Begins(sLogged, "bench_report warning: " + std::string(kText)))
+        state.SkipWithError("not the line");
+    for (auto _ : state)
+        U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+}
+
+// An information, which has no line in the log, for one callback.
+void Called(benchmark::State& state)
+{
+    const Library library;
+    Up_SetInteract(U_u32(U_Sev_INFO) << 16);
+    U_AddLoggingCallback(
+        [](void*, U_u32, U_u16, const char* text) -> U_Status {
+            sCalled.assign(text);
+            return 0;
+        },
+        nullptr);
+    U_ReportError(kLocation, U_Sev_INFO, library.mText);
+    if (sCalled != "bench_report: " + std::string(kText))
+        state.SkipWithError("not the text");
+    for (auto _ : state)
+        U_ReportError(kLocation, U_Sev_INFO, library.mText);
+}
+
+// spdlog, with a level that drops the line or with a sink that drops the line.
+void LogBySpdlog(benchmark::State& state, spdlog::level::level_enum level)
+{
+    spdlog::logger logger("bench_report", std::make_shared<spdlog::sinks::null_sink_mt>());
+    logger.set_level(level);
+    const std::string file = "hill.tif";
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(&logger);
+        logger.warn("The file {} can't be read.", file);
+    }
+}
+
+void UnwantedBySpdlog(benchmark::State& state)
+{
+    LogBySpdlog(state, spdlog::level::err);
+}
+
+void LoggedBySpdlog(benchmark::State& state)
+{
+    LogBySpdlog(state, spdlog::level::warn);
 }
 
 void Post(benchmark::State& state, U_u16 severity, U_u32 mask)
 {
     const Library library;
     Up_SetInteract(mask);
+    U_ReportError(kLocation, severity, library.mText);
+    U_DisplayPostedErrors();
+    if (sShown.find(library.mText) == U_UTF16String::npos)
+        state.SkipWithError("not the message");
     int posted = 0;
     for (auto _ : state)
     {
@@ -143,6 +223,10 @@ void PostedByThreads(benchmark::State& state)
 
 BENCHMARK(Resolution);
 BENCHMARK(Unwanted);
+BENCHMARK(UnwantedBySpdlog);
+BENCHMARK(Logged);
+BENCHMARK(Called);
+BENCHMARK(LoggedBySpdlog);
 BENCHMARK(Posted);
 BENCHMARK(PostedWithLogLine);
 

@@ -112,9 +112,14 @@ U_Status U_RemoveLoggingCallback(U_LoggingCallback callback, void* refcon)
     return 0;
 }
 
+bool Up_HasLoggingCallbacks()
+{
+    return Up_GlobalsAreGood() && HasCallbacks(*Globals());
+}
+
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
 {
-    if (!Up_GlobalsAreGood() || !HasCallbacks(*Globals()))
+    if (!Up_HasLoggingCallbacks())
         return 0;
     U_Globals* globals = Globals();
     CallbackLock lock(*globals->mLoggingLock);

@@ -143,10 +143,11 @@ void FreePostedErrors()
     posted.mErrors.reset();
 }
 
-U_Status Up_PostError(U_u32 location, U_u16 severity, const U_UTF16String& text)
+U_Status Up_PostError(U_u32 location, U_u16 severity, U_UTF16String text)
 {
     return Guarded([&] {
-        PostedErrors error = {{text, severity, location, false}};
+        PostedErrors error;
+        error.push_back({std::move(text), severity, location, false});
         const bool isOnUIThread = U_IsOnUIThread();
         Posted& posted = ThePosted();
         PostedLock lock(posted.mLock);

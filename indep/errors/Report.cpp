@@ -52,13 +52,13 @@ enum LogLine
     kNoLogLine // the log has the line already
 };
 
-void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped,
+void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, Grouping grouping,
                 LogLine line)
 {
     Up_SetThreadLastError(0);
     const bool isFatal = severity == U_Sev_FATAL;
     const bool mayDisplay = isFatal || !Up_IsQuiet(false);
-    const bool mayLog = isFatal || !Up_IsQuiet(true);
+    const bool mayLog = mayDisplay || !Up_IsQuiet(true);
     const ScReporting reporting;
     if (!reporting.IsFirst())
         return;
@@ -71,7 +71,7 @@ void SendReport(U_u32 location, U_u16 severity, const U_UTF16String& text, bool 
     if (mayLog)
         report.CallBack();
     if (mayDisplay)
-        report.Display(grouped);
+        report.Display(grouping);
 }
 
 // A failing new is not reported while a text is prepared: the thread is not inside a report yet,
@@ -86,7 +86,7 @@ U_Status SendBuffer(U_u32 location, U_u16 severity, const char* buffer, LogLine 
 {
     return Guarded([&] {
         const U_UTF16String text = TextOf(buffer);
-        SendReport(location, severity, text, Up_HasGroupTag(text), line);
+        SendReport(location, severity, text, Grouping::byText, line);
     });
 }
 
@@ -176,7 +176,7 @@ U_Status U_GetLastError(char* text, U_u16* severity, U_u32* location, U_u32* err
 
 void Up_Report16(U_u32 location, U_u16 severity, const U_UTF16String& text, bool grouped)
 {
-    SendReport(location, severity, text, grouped, kLogLine);
+    SendReport(location, severity, text, grouped ? Grouping::yes : Grouping::no, kLogLine);
 }
 
 void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
@@ -186,9 +186,9 @@ void U_ReportError(U_u32 location, U_u16 severity, const U_UTF16String& text)
     char* const buffer = PutIntoLoggingBuffer("");
     Guarded([&] {
         const platform::ScQuietNew quiet;
-        U_CopyString(U_UTF16ToMBString(text, false).c_str(), U_ReportTextSize, buffer);
+        CopyReportText(text, buffer);
     });
-    Up_Report16(location, severity, text, Up_HasGroupTag(text));
+    SendReport(location, severity, text, Grouping::byText, kLogLine);
 }
 
 void U_AsyncReport(U_u32 location, U_u16 severity, const U_UTF16String& text)

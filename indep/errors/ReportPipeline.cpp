@@ -1,6 +1,7 @@
 #include "indep/errors/ReportPipeline.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include <krobase/stack_trace.h>
@@ -12,7 +13,6 @@
 #include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
-#include "U_String.h"
 #include "U_Threads.h"
 #include "indep/errors/Globals.h"
 #include "indep/errors/UserMessages.h"
@@ -64,13 +64,13 @@ bool IsDisplayOn(U_u16 severity)
 }
 
 Report::Report(U_u32 location, U_u16 severity, const U_UTF16String& text)
-    : mLocation(location), mSeverity(severity), mText(severity, text)
+    : mLocation(location), mSeverity(severity), mBareText(text), mText(severity, text)
 {
 }
 
 U_Status Report::Post()
 {
-    return Up_PostError(mLocation, mSeverity, mText.Get());
+    return Up_PostError(mLocation, mSeverity, mText.Take());
 }
 
 void Report::Log()
@@ -79,10 +79,12 @@ void Report::Log()
     if (!traits.mLogTag || !(IsDisplayOn(mSeverity) || IsLoggingOn(mSeverity)))
         return;
     Guarded([&] {
+        U_UTF8String line = U_UTF16To8String(mText.Get());
+        line.resize(std::strlen(reinterpret_cast<const char*>(line.c_str())));
         const LocationText location(mLocation);
-        const U_UTF8String text = U_UTF16To8String(mText.Get());
-        WRIL_sprintf(0, "U", traits.mLogTag, "%s\t%s", reinterpret_cast<const char*>(text.c_str()),
-                     location.mText);
+        line.push_back('\t');
+        line.append(location.mText, location.mText + std::strlen(location.mText));
+        WRIL_Log(0, "U", traits.mLogTag, reinterpret_cast<const char*>(line.c_str()));
         if (traits.mLogsStack)
             LogStackTrace();
     });
@@ -90,23 +92,25 @@ void Report::Log()
 
 void Report::CallBack()
 {
-    if (!IsLoggingOn(mSeverity))
+    if (!IsLoggingOn(mSeverity) || !Up_HasLoggingCallbacks())
         return;
     char text[U_ReportTextSize];
     *text = 0;
-    Guarded(
-        [&] { U_CopyString(U_UTF16ToMBString(mText.Get(), false).c_str(), sizeof(text), text); });
+    Guarded([&] { CopyReportText(mText.Get(), text); });
     if (const U_Status code = Up_CallLoggingCallbacks(mLocation, text, mSeverity))
         throw code;
 }
 
-bool Report::MayShowNow(bool grouped) const
+// The text is searched for the tag last.
+bool Report::MayShowNow(Grouping grouping) const
 {
     const bool heldBack = Globals() && static_cast<U_i32>(Globals()->mPostErrors) > 0;
-    return U_IsOnUIThread() && !heldBack && !grouped;
+    if (heldBack || grouping == Grouping::yes || !U_IsOnUIThread())
+        return false;
+    return grouping == Grouping::no || !Up_HasGroupTag(mBareText);
 }
 
-void Report::Display(bool grouped)
+void Report::Display(Grouping grouping)
 {
     Up_SetThreadLastReport(mSeverity, mLocation);
     if (mSeverity != U_Sev_DETAIL && Globals())
@@ -115,7 +119,7 @@ void Report::Display(bool grouped)
         return;
     if (mSeverity == U_Sev_LEAK && U_Die())
         return;
-    if (!MayShowNow(grouped))
+    if (!MayShowNow(grouping))
     {
         Post();
         return;

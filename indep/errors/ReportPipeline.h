@@ -47,10 +47,25 @@ public:
 
     const U_UTF16String& Get();
 
+    // Returns the text and moves it out of the object, which has no text afterwards.
+    U_UTF16String Take();
+
 private:
     const U_u16 mSeverity;
     const U_UTF16String& mText;
     std::optional<U_UTF16String> mComposed;
+};
+
+// Copies a text in multibyte form, cut at a character boundary. Fails as U_UTF16ToMBString does.
+// REQUIRES: `out` has U_ReportTextSize bytes.
+void CopyReportText(const U_UTF16String& text, char* out);
+
+// Whether a message belongs to a group, which is never shown at once.
+enum class Grouping
+{
+    no,
+    yes,
+    byText // if the text has the tag of grouped messages
 };
 
 // A location code for people: module and place. Empty for the code 0.
@@ -77,19 +92,23 @@ public:
     void CallBack();
 
     // Counts the report. Shows or posts the message if the mask shows the severity.
-    void Display(bool grouped);
+    void Display(Grouping grouping);
 
-    // Returns 0, or the reason why the message was not posted.
+    // Returns 0, or the reason why the message was not posted. The last step of a report.
     U_Status Post();
 
 private:
-    bool MayShowNow(bool grouped) const;
+    bool MayShowNow(Grouping grouping) const;
     void ShowNow();
 
     const U_u32 mLocation;
     const U_u16 mSeverity;
+    const U_UTF16String& mBareText;
     ComposedText mText;
 };
+
+// Returns true if there is a callback to call. Takes no lock.
+bool Up_HasLoggingCallbacks();
 
 // Calls every logging callback, in the order of the slots. Returns the answer of the last
 // callback; 0 without callbacks, and without a valid record, whose pointers may be damaged. An

@@ -26,7 +26,7 @@ void FreePostedErrors();
 
 // Posts a message. On any thread but the UI thread, a message that equals the last shown
 // message is dropped, which is a success. Returns 0; 4 without memory; 3 without a list.
-U_Status Up_PostError(U_u32 location, U_u16 severity, const U_UTF16String& text);
+U_Status Up_PostError(U_u32 location, U_u16 severity, U_UTF16String text);
 
 // Stores the message as the last shown message, for Up_PostError.
 void RememberLastReported(U_u32 location, U_u16 severity, const U_UTF16String& text);

@@ -227,6 +227,31 @@ TEST_F(Report, ATranslationOrdersNameAndWord)
                                        "Test Host error: Text"}));
 }
 
+TEST_F(Report, TheNameIsThatOfThePresentLifeInThePresentCodePage)
+{
+    const struct
+    {
+        const char* name;
+        unsigned int codePage;
+        const char* expected; // UTF-8
+    } kRows[] = {
+        {"Caf\xE9", 1252, "Caf\xC3\xA9: text\n\n"},
+        {"Caf\xE9", 1251, "Caf\xD0\xB9: text\n\n"},
+        {"Caf", 1251, "Caf: text\n\n"},
+        {"a name of thirty bytes, no less", 1251, "a name of thirty bytes, no les: text\n\n"},
+    };
+    for (const auto& row : kRows)
+    {
+        ASSERT_EQ(U_Death(), 0);
+        const ScActiveCodePage codePage(row.codePage);
+        ASSERT_EQ(U_Birth(row.name, nullptr), 0);
+        U_ReportError(0, U_Sev_INFO, Units(u"text"));
+        U_ReportError(0, U_Sev_INFO, Units(u"text"));
+        EXPECT_EQ(mAlerts.Texts(), Texts(2, row.expected));
+        mAlerts.Clear();
+    }
+}
+
 TEST_F(Report, LongTextsAreCutAtACharacterInBuffersOnly)
 {
     const ScActiveCodePage japanese(932);
@@ -239,6 +264,15 @@ TEST_F(Report, LongTextsAreCutAtACharacterInBuffersOnly)
 
     EXPECT_EQ(Up_ReportErrString(0, U_Sev_MESSAGE, std::string(511, 'x').c_str()), 0);
     EXPECT_EQ(mCallback.mTexts[1].size(), 511u);
+    for (const std::size_t length : {511, 512, 600})
+    {
+        U_ReportError(0, U_Sev_MESSAGE, U_UTF16String(length, 0x7F));
+        EXPECT_EQ(mCallback.mTexts.back(), std::string(511, 0x7F)) << length;
+        EXPECT_EQ(Up_GetThreadLoggingBuffer(), std::string(511, 0x7F)) << length;
+    }
+    U_ReportError(0, U_Sev_MESSAGE, Units(u"\u3042a\u0080"));
+    EXPECT_EQ(mCallback.mTexts.back(), "\x82\xA0"
+                                       "a?");
 }
 
 TEST_F(Report, TheThreadRemembersItsLatestReport)
