@@ -143,7 +143,9 @@ void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
                                                 BlockKind kind)
 {
     const std::size_t bytes = static_cast<std::size_t>(size);
-    const std::uint32_t number = name ? InternName(name) : 0;
+    const std::uint32_t number = !name    ? 0
+                                 : record ? record->mNames.NumberOf(name)
+                                          : InternName(name);
     BlockHeader* header = record ? record->mBlocks.Take(bytes) : nullptr;
     if (header)
         header->mName = number;

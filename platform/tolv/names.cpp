@@ -1,4 +1,5 @@
 #include "private/heap.h"
+#include "private/thread_record.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -76,5 +77,14 @@ const char* NameOf(std::uint32_t number)
     if (number > kEntries)
         return "(further names)";
     return sNames[number - 1].load(std::memory_order_acquire);
+}
+
+// A cut name is not equal to the name that was passed, so the next call interns it again.
+std::uint32_t NameCache::Intern(const char* name, Entry& entry)
+{
+    const std::uint32_t number = InternName(name);
+    if (number != kNoName)
+        entry = {name, NameOf(number), number};
+    return number;
 }
 } // namespace tolv

@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
+
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
@@ -118,4 +120,29 @@ TEST_F(Heap, MasterPointersFreedOnOtherThreadsAreReused)
     }
     EXPECT_EQ(InUse(), before);
     EXPECT_LT(handles.size(), settled + 5000);
+}
+
+// A name is looked up by its address first.
+TEST_F(Heap, ABlockHasTheNameThatItsAddressHadThen)
+{
+    const MEM_HeapRef heap = MEM_NewHeap();
+    const std::string kLong(70, 'n');
+    char name[100] = "";
+    std::vector<void*> blocks;
+    for (const std::string& now : {std::string("first"), std::string("firs"), kLong,
+                                   std::string("first"), std::string("first of all"), kLong})
+    {
+        std::strcpy(name, now.c_str());
+        blocks.push_back(MEM_NewPtrDebug(heap, 16, name, nullptr, 0));
+    }
+    MEM_DumpLeaks(heap);
+    EXPECT_THAT(
+        mLog.Texts("MEM_DumpLeaks"),
+        testing::IsSupersetOf<std::string>({"firs: 1 blocks, 16 bytes", "first: 2 blocks, 32 bytes",
+                                            "first of all: 1 blocks, 16 bytes",
+                                            kLong.substr(0, 63) + ": 2 blocks, 32 bytes"}));
+    mLog.Clear();
+    for (void* block : blocks)
+        MEM_DisposePtr(heap, block);
+    MEM_DumpLeaks(heap);
 }

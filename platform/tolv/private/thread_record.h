@@ -1,5 +1,5 @@
 // The heap's record of a thread: free slots, freed small blocks for the next request of
-// their size, and the thread's part of the tracked usage.
+// their size, the numbers of names, and the thread's part of the tracked usage.
 //
 // Only its own thread writes a record, so an allocation takes no lock. When a thread ends,
 // a later thread takes over its record.
@@ -8,6 +8,8 @@
 #define TOLV_THREAD_RECORD_H
 
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 
 #include <platform/base/thread_local.h>
 
@@ -97,6 +99,36 @@ private:
     unsigned char mCount[kClasses] = {};
 };
 
+// The numbers of names that the thread passed lately, by the address of the name. Most names are
+// literals, so the comparison with the stored name is all the work. A host may also change the name
+// at an address.
+class NameCache
+{
+public:
+    std::uint32_t NumberOf(const char* name)
+    {
+        Entry& entry = mEntries[(reinterpret_cast<std::uintptr_t>(name) * kSpread) >> kShift];
+        if (entry.mAddress == name && std::strcmp(entry.mName, name) == 0)
+            return entry.mNumber;
+        return Intern(name, entry);
+    }
+
+private:
+    struct Entry
+    {
+        const char* mAddress;
+        const char* mName; // the interned name; longer names are not entered
+        std::uint32_t mNumber;
+    };
+
+    static std::uint32_t Intern(const char* name, Entry& entry);
+
+    static const std::uint64_t kSpread = 0x9E3779B97F4A7C15; // 2^64 by the golden ratio
+    static const int kShift = 58;
+
+    Entry mEntries[std::size_t(1) << (64 - kShift)] = {};
+};
+
 class ThreadChecks; // of the checked heap
 
 struct alignas(platform::kCacheLine) ThreadRecord
@@ -108,6 +140,7 @@ struct alignas(platform::kCacheLine) ThreadRecord
     ThreadRecord* mNext = nullptr;        // the list of all records
     ThreadRecord* mNextIdle = nullptr;
     BlockCache mBlocks;
+    NameCache mNames;
     ThreadChecks* mChecks = nullptr; // null until the thread has a checked block
 };
 
