@@ -107,6 +107,8 @@ public:
     template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
     MessageValue(Number value) : mArgument(value), mIsText(false)
     {
+        static_assert(std::is_signed_v<Number> || sizeof(Number) < sizeof(U_i64),
+                      "a message's integer is signed and has 64 bits: convert a size to U_i64");
     }
 
     bool IsText() const noexcept { return mIsText; }
