@@ -84,6 +84,8 @@ inline const std::error_category& StatusCategory() noexcept
     return sCategory;
 }
 
+// Returns a status code as an error of the category above. An errno is no status code, although its
+// number may equal one: for the status of a birth use Life::Error (life.h).
 inline std::error_code MakeErrorCode(U_Status status) noexcept
 {
     return std::error_code(status, StatusCategory());
@@ -98,6 +100,7 @@ public:
     // Throws: std::bad_alloc.
     explicit StatusError(U_Status status) : std::system_error(MakeErrorCode(status)) {}
 
+    // Returns the status code.
     U_Status Status() const noexcept { return code().value(); }
 };
 

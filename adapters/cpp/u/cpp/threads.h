@@ -236,6 +236,7 @@ public:
         return future;
     }
 
+    // Returns the executor, for suspended calls.
     const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& Executor() const noexcept
     {
         return mExecutor;

@@ -124,18 +124,22 @@ template <class Tree> class Children
         TreeIterator;
 
 public:
+    // A forward iterator over the children.
     class Iterator
     {
     public:
+        // The members of a forward iterator.
         typedef std::forward_iterator_tag iterator_category;
         typedef typename Tree::value_type value_type;
         typedef std::ptrdiff_t difference_type;
         typedef typename std::iterator_traits<TreeIterator>::pointer pointer;
         typedef typename std::iterator_traits<TreeIterator>::reference reference;
 
+        // The range makes its iterators by the second constructor.
         Iterator() = default;
         Iterator(TreeIterator place, TreeIterator end) : mPlace(place), mEnd(end) { Skip(); }
 
+        // The operators of a forward iterator.
         reference operator*() const { return *mPlace; }
         pointer operator->() const { return &*mPlace; }
         Iterator& operator++()
@@ -163,10 +167,14 @@ public:
         TreeIterator mPlace, mEnd;
     };
 
+    // Makes the range of the children of `tree`.
     explicit Children(Tree& tree) : mTree(&tree) {}
 
+    // Return iterators at the first child and after the last one.
     Iterator begin() const { return Iterator(mTree->begin(), mTree->end()); }
     Iterator end() const { return Iterator(mTree->end(), mTree->end()); }
+
+    // Returns true if there is no child but the mark of an empty array.
     bool IsEmpty() const { return begin() == end(); }
 
 private:
@@ -353,8 +361,8 @@ inline void RestoreEmptyArrays(U_AnyTree& node)
 // brackets. A node of kType_Tree without children is an empty object. A member of kType_None is
 // null. Other values are written as U_Any::GetAs_JSON writes them.
 //
-// Failures: the text is not JSON if the tree has a double that is not finite: these are written as
-// "nan", "inf.0" and "-inf.0".
+// Failures: the text is not JSON if the tree has a double that is not finite or too long for plain
+// digits: such doubles are written as "nan", "inf.0" or "1e+40.0".
 inline std::string ToJSON(const U_AnyTree& tree)
 {
     U_UTF16String json;
