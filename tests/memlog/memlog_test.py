@@ -325,7 +325,7 @@ class Follow(Case):
         self.assertIn("12:01:30", axis)
         self.assertNotIn("12:00:01", axis)  # more than a minute ago
         self.assertLessEqual(max(map(len, axis.replace("\r", "").split("\n"))), 100)
-        self.end_host()
+        self.host.stdin.close()  # the process ends, and nobody waits for it
         self.wait_for(f"process {pid} has ended")
         self.assertEqual(self.tool.wait(timeout=30), 0)
 
@@ -359,7 +359,7 @@ class Host(Case):
                              env=environment)
         self.assertEqual(done.returncode, 1)
         self.assertIn("none/plot.png can't be written", done.stderr)
-        self.assertIn(f"can't draw the memory log to {self.path('none/plot.png')}", done.stderr)
+        self.assertIn(f"can't draw the memory log to {self.path('none/plot.png')}\n", done.stderr)
         self.assertEqual(os.listdir(self.path("tmp")), [])
         done = self.run_host("--memory-plot", "plot.pdf")
         self.assertEqual(done.returncode, 2)
