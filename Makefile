@@ -78,7 +78,7 @@ package: ## Make the Debian packages of what is committed, in build/package
 package-test: package ## Check the packages, and install and use them in a fresh Debian (root)
 	@scripts/deps debootstrap lintian devscripts diffoscope-minimal
 	tests/package/check_packages build/package
-	scripts/fresh_debian tests/package/fresh.sh tests/package build/package/*.deb
+	scripts/fresh_debian tests/package/fresh.sh tests/package tests/docs build/package/*.deb
 
 fresh-test: ## Run make demo and make test in a fresh Debian, on what is committed (root)
 	@scripts/deps debootstrap

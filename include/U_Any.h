@@ -33,6 +33,7 @@
 
 #include "U_Types.h"
 
+// A value of one of several kinds.
 class U_EXPORT U_Any
 {
 public:
@@ -68,6 +69,7 @@ public:
     // kinds of strings for std::string and U_UTF16String, whatever number the text spells.
     U_Any(const boost::any& value);
 
+    // Copy the value and the kind.
     U_Any(const U_Any& other) = default;
     U_Any& operator=(const U_Any& other) = default;
 
@@ -144,9 +146,11 @@ private:
 // boost::any holds and infers the kind: a boost::any from get_value becomes kType_None.
 struct U_EXPORT U_AnyTranslator
 {
+    // The types that Boost.PropertyTree asks for.
     typedef U_Any internal_type;
     typedef boost::any external_type;
 
+    // Never fail: the result always holds a value.
     boost::optional<boost::any> get_value(const U_Any& value);
     boost::optional<U_Any> put_value(const boost::any& value);
 };
@@ -155,8 +159,10 @@ namespace boost
 {
 namespace property_tree
 {
+// Selects the translator above.
 template <> struct translator_between<U_Any, boost::any>
 {
+    // The translator.
     typedef U_AnyTranslator type;
 };
 } // namespace property_tree

@@ -90,6 +90,7 @@ protected:
 // not reported (U_Fatal.h).
 typedef boost::function<boost::shared_ptr<U_State>(U_Context*)> U_StateFactory;
 
+// A context: its states, one from each factory that was registered when the context was made.
 class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context>
 {
 public:

@@ -51,10 +51,10 @@ struct U_LStrRow
 // A table of texts.
 struct U_LStrCache
 {
-    char* mName;  // of the module, for people who debug
-    U_i32 mCount; // rows, with the last row, whose mZString is null and which has no flags
-    U_LStrRow* mRows;
-    U_u32 mFlags; // of U_LStrCache_HeapCopy and its neighbour
+    char* mName;      // of the module, for people who debug
+    U_i32 mCount;     // rows, with the last row, whose mZString is null and which has no flags
+    U_LStrRow* mRows; // as many as mCount
+    U_u32 mFlags;     // of U_LStrCache_HeapCopy and its neighbour
 };
 
 // A table is invalid if it is null, lacks the last row, or is both a heap copy and listed. Each

@@ -23,15 +23,15 @@
 // processor without such flags. Hosts read the fields directly: their order never changes.
 struct U_CPU_Data
 {
-    U_u32 MMX; // always 1
-    U_u32 SSE; // 1 or 0, as for all instruction sets below
-    U_u32 SSE2;
-    U_u32 SSE3;
+    U_u32 MMX;           // always 1
+    U_u32 SSE;           // 1 or 0
+    U_u32 SSE2;          // 1 or 0
+    U_u32 SSE3;          // 1 or 0
     U_u32 PhysicalCores; // processor cores, 1 if the system reports none
     U_u32 LogicalCores;  // logical processors, 1 if the system reports none
-    U_u32 SSSE;          // SSSE3
-    U_u32 SSE4_1;
-    U_u32 SSE4_2;
+    U_u32 SSSE;          // 1 or 0, of SSSE3
+    U_u32 SSE4_1;        // 1 or 0
+    U_u32 SSE4_2;        // 1 or 0
 };
 
 // Null before the first U_Birth, which fills the record in. Valid from then on, also after death.

@@ -29,9 +29,10 @@
 class U_EXPORT U_MemTrackedObject
 {
 public:
+    // An object holds no data, so a copy copies nothing.
     U_MemTrackedObject() = default;
     U_MemTrackedObject(const U_MemTrackedObject&) = default;
-    U_MemTrackedObject& operator=(const U_MemTrackedObject&); // copies nothing
+    U_MemTrackedObject& operator=(const U_MemTrackedObject&);
 
     // Allocate as U_AllocatePtr does, without a name under the opName "U_MemTrackedObject".
     // Blocks are aligned to 16 bytes, whatever the alignment of the type.
@@ -109,7 +110,10 @@ struct U_MemoryStats
     U_u64 mCalcU;    // use as the budget measures it, with the pool and the external managers
     U_u64 mCalc;     // set by the memory log
     U_u64 mSlop;     // bytes resident beyond the tracked use at the last comparison
-    U_u64 mGlobFree; // always 0, as all figures of the machine that follow
+
+    // The figures of the machine, which are always 0: bytes of free, active, inactive and wired
+    // memory, and counts of faults and of pages read and written.
+    U_u64 mGlobFree;
     U_u64 mGlobActive;
     U_u64 mGlobInactive;
     U_u64 mGlobWired;

@@ -24,9 +24,9 @@
 class U_EXPORT U_ReferenceCount
 {
 public:
-    U_ReferenceCount(); // the count 0
-    U_ReferenceCount(const U_ReferenceCount& other);
-    U_ReferenceCount& operator=(const U_ReferenceCount& other);
+    U_ReferenceCount();                                         // the count 0
+    U_ReferenceCount(const U_ReferenceCount& other);            // the count 0
+    U_ReferenceCount& operator=(const U_ReferenceCount& other); // keeps the count
     ~U_ReferenceCount();
 
     void Increment() const; // adds 1

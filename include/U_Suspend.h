@@ -127,6 +127,7 @@ protected:
                               const boost::shared_ptr<U_Context>& context,
                               boost::shared_ptr<int>& result);
 
+    // True once TerminateAndFailAllSuspendedContexts was called.
     static krobase::threads::AtomicWrapper<bool> S_terminated;
 
 private:

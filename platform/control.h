@@ -95,13 +95,13 @@ enum AssertAnswer
 // alert has one button, OK.
 struct Alert
 {
-    bool throughHost; // by kroview's Messagebox, not by MessageBoxW
-    bool hasTitle;
+    bool throughHost;                    // by kroview's Messagebox, not by MessageBoxW
+    bool hasTitle;                       // the caller passed a title
     krobase::utility::UTF16String title; // empty without a title
-    krobase::utility::UTF16String text;
-    unsigned int flags;   // of MessageBoxW; 0 by Messagebox
-    int icon;             // of Messagebox; 0 by MessageBoxW
-    float sizeHint;       // of Messagebox: 0, or the width that suits the text
+    krobase::utility::UTF16String text;  // the message
+    unsigned int flags;                  // of MessageBoxW; 0 by Messagebox
+    int icon;                            // of Messagebox; 0 by MessageBoxW
+    float sizeHint;                      // of Messagebox: 0, or the width that suits the text
     AssertAnswer* answer; // kAnswerGoOn until the presenter stores another; null unless asked for
 };
 

@@ -1,10 +1,9 @@
 #include "memory_tools.h"
 
 // The requests are instructions without an effect outside valgrind, so the library that is
-// shipped contains them. Without the header a build works with the address sanitizer only.
-#if defined(__linux__) && __has_include(<valgrind/memcheck.h>)
+// shipped contains them.
+#if defined(__linux__)
 #include <valgrind/memcheck.h>
-#define PLATFORM_WITH_VALGRIND
 #endif
 
 #if defined(__ELF__)
@@ -22,7 +21,7 @@ namespace
 {
 bool RunsOnValgrind()
 {
-#if defined(PLATFORM_WITH_VALGRIND)
+#if defined(__linux__)
     return RUNNING_ON_VALGRIND != 0;
 #else
     return false;
@@ -51,7 +50,7 @@ void HideMemory([[maybe_unused]] const void* start, [[maybe_unused]] std::size_t
     if (HasAddressSanitizer())
         __asan_poison_memory_region(start, size);
 #endif
-#if defined(PLATFORM_WITH_VALGRIND)
+#if defined(__linux__)
     VALGRIND_MAKE_MEM_NOACCESS(start, size);
 #endif
 }
@@ -62,21 +61,21 @@ void RevealMemory([[maybe_unused]] const void* start, [[maybe_unused]] std::size
     if (HasAddressSanitizer())
         __asan_unpoison_memory_region(start, size);
 #endif
-#if defined(PLATFORM_WITH_VALGRIND)
+#if defined(__linux__)
     VALGRIND_MAKE_MEM_DEFINED(start, size);
 #endif
 }
 
 ScHiddenReads::ScHiddenReads()
 {
-#if defined(PLATFORM_WITH_VALGRIND)
+#if defined(__linux__)
     VALGRIND_DISABLE_ERROR_REPORTING;
 #endif
 }
 
 ScHiddenReads::~ScHiddenReads()
 {
-#if defined(PLATFORM_WITH_VALGRIND)
+#if defined(__linux__)
     VALGRIND_ENABLE_ERROR_REPORTING;
 #endif
 }

@@ -35,6 +35,16 @@ TEST_F(CppErrors, EachCodeCrossesInBothDirections)
     EXPECT_EQ(mLog.Texts(), std::vector<std::string>()) << "nothing was reported a second time";
 }
 
+TEST_F(CppErrors, TheLibraryReturnsTheCodeOfAStatusErrorWithoutAReport)
+{
+    ASSERT_NE(U::cpp::RegisterStatusTranslator(), 0u);
+    U::cpp::StatusError error(U_Err_OutOfRange);
+    EXPECT_EQ(U_TranslateAndReportException(error), U_Err_OutOfRange);
+    EXPECT_EQ(mLog.Texts(), std::vector<std::string>());
+    std::system_error other(error.code());
+    EXPECT_EQ(U_TranslateAndReportException(other), U_Err_UnknownException);
+}
+
 TEST_F(CppErrors, AGuardTakesExceptionsOfEveryType)
 {
     U_RegisterExceptionTranslatorImpl([](std::exception* exception, int* code) {

@@ -148,12 +148,16 @@ TEST(CppLife, BirthAndDeathHappenOnceAndHaveAStatus)
         EXPECT_FALSE(refused);
         EXPECT_EQ(refused.Status(), 3);
         EXPECT_EQ(refused.End(), 3);
+        EXPECT_EQ(refused.Error(), std::errc::invalid_argument);
+        EXPECT_EQ(refused.Error().category(), U::cpp::StatusCategory());
     }
     {
         U::cpp::Life life("Test Host");
         ASSERT_TRUE(life);
         EXPECT_TRUE(U_IsOnMainThread());
         EXPECT_FALSE(U_Die());
+        U::cpp::StatusError error(U_Err_OutOfRange);
+        EXPECT_EQ(U_TranslateAndReportException(error), U_Err_OutOfRange);
         EXPECT_EQ(life.End(), 0);
         EXPECT_FALSE(life);
         EXPECT_FALSE(U_IsOnMainThread());

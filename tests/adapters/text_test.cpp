@@ -106,8 +106,8 @@ TEST_F(CppText, EachValueIsFilledOnce)
 
 TEST_F(CppText, MessagesTakeNumbersAndTextsOfEachType)
 {
-    EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=^^L1 ^^B2 ^^F3 ^^4 ^^5 ^^6 ^^7", 5,
-                                            U_u64(1) << 40, 2.5, std::u16string_view(u"^1"),
+    EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=^^L1 ^^B2 ^^F3 ^^4 ^^5 ^^6 ^^7", 5u,
+                                            U_i64(1) << 40, 2.5, std::u16string_view(u"^1"),
                                             U::cpp::ToUTF16("w"), std::string("s"), "c")),
               "5 1099511627776 2.5 ^1 w s c");
     EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=^^L1 ^^L2", 1 == 1, short(-3))), "1 -3");

@@ -63,6 +63,29 @@ TEST_F(CppThreads, AThreadHasItsRoleAndTheStatusOfItsFunction)
     EXPECT_EQ(U::cpp::Thread().Join(), 0);
 }
 
+TEST_F(CppThreads, TheEndOfAThreadLeavesTheRoleOfAnotherThread)
+{
+    for (const Role role : {Role::PSL, Role::PR})
+    {
+        std::promise<void> firstHas, secondHas, firstHasEnded;
+        U::cpp::Thread first(role, nullptr, [&] {
+            firstHas.set_value();
+            secondHas.get_future().wait();
+        });
+        firstHas.get_future().wait();
+        U::cpp::Thread second(role, nullptr, [&] {
+            secondHas.set_value();
+            firstHasEnded.get_future().wait();
+            return Has(role) ? 5 : 6;
+        });
+        first.Join();
+        firstHasEnded.set_value();
+        EXPECT_EQ(second.Join(), 5) << int(role);
+    }
+    EXPECT_EQ(U_PSLThreadID(), U_NoThreadID);
+    EXPECT_EQ(U_PRThreadID(), U_NoThreadID);
+}
+
 TEST_F(CppThreads, ADestructorAndAMoveWaitForTheThread)
 {
     std::atomic<int> ended(0);

@@ -36,6 +36,10 @@ TEST_F(CppTrees, JSONComesBackAsItWas)
         R"([[]])",
         R"({"a":1,"b":[true,false],"c":2.5,"d":"[]","e":"\"[ ]{}\\"})",
         "{\"\xC3\xA9\":\"\xF0\x9F\x8E\xB5\"}",
+        // Strings like the mark of an empty array.
+        "[\"\xEF\xB7\x90\"]",
+        "[\"\xEF\xB7\x90\",[],\"\xEF\xB7\x90\"]",
+        "{\"a\":[\"\xEF\xB7\x90\xEF\xB7\x90\"],\"b\":\"\xEF\xB7\x90\",\"\xEF\xB7\x90\":[]}",
     };
     for (const char* text : kTexts)
     {
@@ -43,7 +47,20 @@ TEST_F(CppTrees, JSONComesBackAsItWas)
         const std::string spaced = " \n" + std::string(text) + "\t";
         EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(spaced)), text);
     }
-    EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON("{ \"a\" : [ \n ] , \"b\":null}")), R"({"a":[]})");
+    struct Row
+    {
+        const char *mText, *mRead;
+    };
+    const Row kRows[] = {
+        {"{ \"a\" : [ \n ] , \"b\":null}", R"({"a":[]})"},
+        {R"([null])", "{}"},
+        {R"([1,null,2])", "[1,2]"},
+        {R"([ "\ufDd0" ])", "[\"\xEF\xB7\x90\"]"},
+        {R"(["\uFDD0x", []])", "[\"\xEF\xB7\x90x\",[]]"},
+        {R"(["\\uFDD0"])", R"(["\\uFDD0"])"},
+    };
+    for (const Row& row : kRows)
+        EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(row.mText)), row.mRead) << row.mText;
 }
 
 TEST_F(CppTrees, DamagedJSONIsReadAsFarAsItGoes)

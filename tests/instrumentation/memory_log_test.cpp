@@ -18,6 +18,8 @@
 
 #include <krobase/threads.h>
 
+#include <u/cpp/life.h>
+
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Lifecycle.h"
@@ -203,6 +205,10 @@ TEST(MemoryLog, TheHostChoosesTheFolderAndGetsThePathAndTheError)
             std::error_code ignored;
             std::filesystem::remove(path, ignored);
         }
+        SetMemoryLogFolder(missing);
+        const U::cpp::Life life("Memory Log");
+        EXPECT_EQ(life.Status(), ENOENT);
+        EXPECT_EQ(life.Error(), std::errc::no_such_file_or_directory);
     });
 }
 

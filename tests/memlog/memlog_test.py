@@ -9,16 +9,19 @@ import pty
 import re
 import resource
 import select
-import shutil
 import signal
 import struct
 import subprocess
-import tempfile
+import sys
 import termios
+import time
 import unittest
 
-MEMLOG = os.environ["MEMLOG"]
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.append(os.path.join(HERE, "../support"))
+from folder_case import FolderCase
+
+MEMLOG = os.environ["MEMLOG"]
 MIB = 1 << 20
 COLUMNS = ("virtual delta_virtual calc_mem diff_mem calc_u diff_u slop deltaslop calc diff_calc"
            " resident diff_res pageins faults diff_faults limit_prepurge limit_max glob_free"
@@ -61,22 +64,9 @@ class Page(html.parser.HTMLParser):
         self.text += data
 
 
-class Case(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp()
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
+class Case(FolderCase):
     def log(self, content, name="log"):
-        with open(self.path(name), "wb") as file:
-            file.write(content.encode() if isinstance(content, str) else content)
-        return self.path(name)
-
-    def content(self, name):
-        with open(self.path(name), "rb") as file:
-            return file.read()
+        return self.file(name, content)
 
     def run_tool(self, *arguments, status=0, stdin=None, **more):
         done = subprocess.run([MEMLOG, *arguments], input=stdin, capture_output=True, timeout=60,
@@ -312,8 +302,10 @@ class Follow(Case):
 
     def wait_for(self, text):
         """Waits until the terminal has shown a text, and returns all that came before."""
+        end = time.monotonic() + 30  # the tool draws each second
         while text not in self.shown:
             self.assertTrue(select.select([self.leader], [], [], 30)[0], self.shown)
+            self.assertLess(time.monotonic(), end, self.shown)
             self.shown += os.read(self.leader, 65536).decode()
         before, _, self.shown = self.shown.partition(text)
         return re.sub("\x1b\\[[0-9;]*[A-Za-z]", "", before)
@@ -333,7 +325,7 @@ class Follow(Case):
         self.assertIn("12:01:30", axis)
         self.assertNotIn("12:00:01", axis)  # more than a minute ago
         self.assertLessEqual(max(map(len, axis.replace("\r", "").split("\n"))), 100)
-        self.end_host()
+        self.host.stdin.close()  # the process ends, and nobody waits for it
         self.wait_for(f"process {pid} has ended")
         self.assertEqual(self.tool.wait(timeout=30), 0)
 
@@ -367,7 +359,7 @@ class Host(Case):
                              env=environment)
         self.assertEqual(done.returncode, 1)
         self.assertIn("none/plot.png can't be written", done.stderr)
-        self.assertIn(f"can't draw the memory log to {self.path('none/plot.png')}", done.stderr)
+        self.assertIn(f"can't draw the memory log to {self.path('none/plot.png')}\n", done.stderr)
         self.assertEqual(os.listdir(self.path("tmp")), [])
         done = self.run_host("--memory-plot", "plot.pdf")
         self.assertEqual(done.returncode, 2)

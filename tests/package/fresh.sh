@@ -1,69 +1,65 @@
-# Installs the Debian packages into a fresh Debian and uses them as an ordinary user would:
-# builds hosts with CMake and with pkg-config in a folder with blanks and non-ASCII letters, runs
-# the example host, upgrades from an older version, and removes all. For scripts/fresh_debian.
+# Installs the Debian packages into a fresh Debian, over an older version, uses them as an ordinary
+# user would in a folder with blanks and non-ASCII letters, and removes them without a trace. For
+# scripts/fresh_debian.
 export LC_ALL=C.UTF-8
 cd /given
-rm -f ./*dbgsym*
 fail() {
     echo "$*"
     exit 1
 }
 quietly() {
-    "$@" >/quiet.log 2>&1 || { cat /quiet.log; fail "$* has failed"; }
+    "$@" >/tmp/log 2>&1 || { cat /tmp/log; fail "$* has failed"; }
 }
 install() {
-    quietly apt-get install -y -qq --no-install-recommends --allow-downgrades "$@"
+    quietly apt-get install -y -qq --no-install-recommends "$@"
+}
+# The packages that an installation would install.
+needed() {
+    apt-get install -s --no-install-recommends "$@" | sed -n 's/^Inst \([^ ]*\) .*/\1/p'
+}
+# All files, but for those of the system and of this test.
+list_files() {
+    find / \( -path /proc -o -path /dev -o -path /run -o -path /tmp -o -path /home -o -path /given \) \
+        -prune -o -print | sort
 }
 
 quietly apt-get update -qq
-# What the removal of the packages must not leave behind.
-list_files() {
-    find /usr /etc /var/lib /opt -xdev \( -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o -print |
-        sort
-}
+needed ./libuplatform1_*.deb ./libu1_*.deb | grep -i sdl && fail "libu1 installs SDL"
+for package in ./*.deb; do
+    dpkg-deb -f "$package" Package
+done >/tmp/ours
 
-install ./libuplatform1_*.deb ./libu1_*.deb
-dpkg -l | grep -q libsdl2 && fail "libu1 installs SDL"
-
-install g++ cmake ninja-build pkg-config dpkg-dev
-list_files >/before
+# All but the packages themselves, so that the lists of files differ by their traces alone.
+mapfile -t dependencies < <(needed ./*.deb | grep -vxFf /tmp/ours)
+install "${dependencies[@]}" g++ cmake ninja-build pkg-config gdb gnuplot-nox
+useradd --create-home builder
+list_files >/tmp/before
 
 # Packages of the same files with an older version.
-mkdir /older
+mkdir /tmp/older
 for package in ./*.deb; do
-    dpkg-deb -R "$package" /repacked
-    sed -i 's/^Version: .*/Version: 0.9/; s/(= [0-9.]*)/(= 0.9)/g' /repacked/DEBIAN/control
-    dpkg-deb -b /repacked "/older/$(basename "$package")" >/dev/null
-    rm -r /repacked
+    [[ $package != *dbgsym* ]] || continue
+    dpkg-deb -R "$package" /tmp/repacked
+    sed -i 's/^Version: .*/Version: 0.9/; s/(= [0-9.]*)/(= 0.9)/g' /tmp/repacked/DEBIAN/control
+    dpkg-deb -b /tmp/repacked "/tmp/older/$(basename "$package")" >/dev/null
+    rm -r /tmp/repacked
 done
-install /older/*.deb
+install /tmp/older/*.deb
 install ./*.deb
-dpkg-query -W -f='${Version}\n' libu1 libuplatform1 libualert-sdl1 libu-dev u-tools libu-doc |
-    grep -v '^1\.' && fail "the upgrade has left an older package"
-
-useradd --create-home builder
-cp -r package "/home/builder/Größe und mehr"
-chown -R builder "/home/builder/Größe und mehr"
-su builder -c '
-set -eu
-cd "$HOME/Größe und mehr"
-cmake -G Ninja -S . -B build >log
-cmake --build build >>log
-[ "$(build/host build/host_de.zdict 2>/dev/null)" = "Guten Tag" ]
-g++ -std=c++17 host.cpp $(pkg-config --cflags --libs u) -o plain
-[ "$(./plain build/host_de.zdict 2>/dev/null)" = "Guten Tag" ]
-mkdir files
-echo "a line" >files/a.txt
-filecache --language de files >told
-grep -Eq "gelesene Dateien +1$" told
-filecache --version
-zdict --version
-memlog --version
-' || fail "the packages do not serve an ordinary user"
+mapfile -t ours </tmp/ours
+dpkg-query -W -f='${Version}\n' "${ours[@]}" | grep -v '^1\.' &&
+    fail "the upgrade has left an older package"
 [ -s /usr/share/doc/libu-doc/html/index.html ] || fail "the documents are missing"
 
-userdel --remove builder 2>/dev/null
-quietly apt-get purge -y -qq libu1 libuplatform1 libualert-sdl1 libu-dev u-tools libu-doc
-quietly apt-get autoremove --purge -y -qq
-list_files | grep -E '/(lib)?u[-_1p]|/U/|/U$|zdict|filecache|libU' && fail "the packages have left files"
+folder="/home/builder/Größe und mehr"
+mkdir "$folder"
+cp -r package docs "$folder"
+chown -R builder "$folder"
+pages=/usr/share/doc/libu-doc/pages
+su builder -c "bash '$folder/package/use_packages.sh' $pages/*.md $pages/docs/*.md" ||
+    fail "the packages do not serve an ordinary user"
+
+quietly apt-get purge -y -qq "${ours[@]}"
+list_files >/tmp/after
+diff /tmp/before /tmp/after || fail "the packages have left files, or removed others"
 echo "The packages serve a fresh Debian."

@@ -4,12 +4,13 @@ import fcntl
 import os
 import pty
 import re
-import shutil
 import struct
 import subprocess
-import tempfile
+import sys
 import termios
-import unittest
+
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../support"))
+from folder_case import FolderCase
 
 ZDICT = os.environ["ZDICT"]
 WINDOWS = os.environ.get("TESTED_SYSTEM") == "Windows"
@@ -51,25 +52,7 @@ class Result:
         self.err = done.stderr.decode()
 
 
-class Case(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp()
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def file(self, name, content):
-        if isinstance(content, str):
-            content = content.encode()
-        with open(self.path(name), "wb") as file:
-            file.write(content)
-        return self.path(name)
-
-    def content(self, name):
-        with open(self.path(name), "rb") as file:
-            return file.read()
-
+class Case(FolderCase):
     def run_tool(self, *arguments, status=0, stdin=b"", **more):
         done = subprocess.run([ZDICT, *arguments], input=stdin, stderr=subprocess.PIPE,
                               stdout=more.pop("stdout", subprocess.PIPE), timeout=60, **more)

@@ -332,6 +332,12 @@ def write(path, data):
 
 def is_running(process):
     try:
+        with open(f"/proc/{process}/stat", "rb") as file:
+            # The state follows the name in parentheses. Z: ended, but its parent has not waited.
+            return file.read().rpartition(b")")[2].split()[0] not in (b"Z", b"X")
+    except OSError:
+        pass  # the process has ended, or the system has no such file
+    try:
         os.kill(process, 0)
     except (ProcessLookupError, OverflowError):
         return False

@@ -46,6 +46,7 @@ public:
         Checked([&] { mSetter.emplace(context); });
     }
 
+    // Return the context.
     U_Context& operator*() const noexcept { return *mSetter->operator->(); }
     U_Context* operator->() const noexcept { return mSetter->operator->(); }
 

@@ -84,21 +84,39 @@ inline const std::error_category& StatusCategory() noexcept
     return sCategory;
 }
 
+// Returns a status code as an error of the category above. An errno is no status code, although its
+// number may equal one: for the status of a birth use Life::Error (life.h).
 inline std::error_code MakeErrorCode(U_Status status) noexcept
 {
     return std::error_code(status, StatusCategory());
 }
 
 // A status code as an exception. The code that found the failure has reported the failure, as
-// for a returned status code: a handler does not report StatusError again.
+// for a returned status code: a handler does not report StatusError again. In a life of Life
+// (life.h) the library returns the code of a StatusError that leaves a host's callback.
 class StatusError : public std::system_error
 {
 public:
     // Throws: std::bad_alloc.
     explicit StatusError(U_Status status) : std::system_error(MakeErrorCode(status)) {}
 
+    // Returns the status code.
     U_Status Status() const noexcept { return code().value(); }
 };
+
+// Adds a translator (U_Threads.h) that returns the code of a StatusError, without a report. Life
+// calls this function; a host that calls U_Birth itself calls it after the birth.
+//
+// Returns: the id of the translator, 0 if there is no memory or no life.
+inline U_u32 RegisterStatusTranslator()
+{
+    return U_RegisterExceptionTranslatorImpl([](std::exception* exception, int* code) {
+        const auto* const error = dynamic_cast<const StatusError*>(exception);
+        if (error)
+            *code = error->Status();
+        return error != nullptr;
+    });
+}
 
 // Throws the exception of a status code.
 [[noreturn]] inline void Throw(U_Status status)

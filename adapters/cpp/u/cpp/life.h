@@ -6,7 +6,8 @@
 //     // work, on any threads
 //     const U_Status status = life.End();
 //
-// A process ends with a status, so Life returns status codes and throws nothing of its own.
+// A process ends with a status, so Life returns status codes and throws nothing of its own. Life
+// also registers the translator of StatusError (errors.h).
 //
 // Thread safety: as U_Birth and U_Death (U_Lifecycle.h): no other thread is in the library
 // during the constructor and End.
@@ -14,11 +15,15 @@
 #ifndef U_CPP_LIFE_H
 #define U_CPP_LIFE_H
 
+#include <system_error>
 #include <utility>
 
 #include <U_Lifecycle.h>
+#include <U_MemServices.h>
 #include <U_Threads.h>
 #include <U_Types.h>
+
+#include <u/cpp/errors.h>
 
 namespace U::cpp
 {
@@ -33,6 +38,11 @@ public:
     explicit Life(const char* displayName, U_RunModeFunction runMode = nullptr)
         : mStatus(U_Birth(displayName, runMode)), mIsAlive(mStatus == 0)
     {
+        if (mIsAlive && RegisterStatusTranslator() == 0)
+        {
+            End();
+            mStatus = U_Err_OutOfMemory;
+        }
     }
     Life(const Life&) = delete;
     Life& operator=(const Life&) = delete;
@@ -41,8 +51,22 @@ public:
     // Returns true from a successful birth to the end.
     explicit operator bool() const noexcept { return mIsAlive; }
 
-    // Returns the result of U_Birth, and after the end the result of U_Death.
+    // Returns the result of U_Birth, and after the end the result of U_Death. A birth whose memory
+    // log cannot be opened has the errno of the system, which may equal a status code.
     U_Status Status() const noexcept { return mStatus; }
+
+    // Returns Status() with its category and so with its text: std::generic_category for the errno
+    // of the memory log, otherwise StatusCategory (errors.h).
+    //
+    // Throws: std::bad_alloc.
+    std::error_code Error() const
+    {
+        int openError = 0;
+        U_GetMemoryLogPath(&openError);
+        return mStatus != 0 && mStatus == openError
+                   ? std::error_code(mStatus, std::generic_category())
+                   : MakeErrorCode(mStatus);
+    }
 
     // Calls U_Death and deregisters the main thread that birth registered. A later call, and a
     // call after a failed birth, does nothing.

@@ -135,26 +135,30 @@ template <class String> String Plain(const String& text)
 }
 } // namespace detail
 
-// Return the parts of a text of a log line, a logging callback or an alert.
+// Returns the parts of a text of a log line, a logging callback or an alert, as views of the text.
 inline MessageParts<char> SplitMessage(std::string_view text)
 {
     return detail::Split(text);
 }
 
+// Returns the parts of a text in UTF-16, such as that of an alert.
 inline MessageParts<U_u16> SplitMessage(const U_UTF16String& text)
 {
     return detail::Split(std::basic_string_view<U_u16>(text));
 }
 
-// Return the text without the marks of a group and without the location: the prefix, the group's
+// Returns the text without the marks of a group and without the location: the prefix, the group's
 // heading for one message, and the message, here "Host error: A file can't be read: a.txt".
 //
-// Throw: std::bad_alloc.
+// Throws: std::bad_alloc.
 inline std::string PlainMessage(std::string_view text)
 {
     return detail::Plain(std::string(text));
 }
 
+// Returns a text in UTF-16 without them.
+//
+// Throws: std::bad_alloc.
 inline U_UTF16String PlainMessage(const U_UTF16String& text)
 {
     return detail::Plain(text);

@@ -110,6 +110,8 @@ inline void Free(void* block, std::size_t recycledFrom, std::size_t bytes, std::
 class BudgetResource final : public std::pmr::memory_resource
 {
 public:
+    // `location` and `opName` name the allocations in the report of a failure (U_Alloc.h). Blocks
+    // of `recycledFrom` bytes and more are recycled.
     explicit BudgetResource(U_u32 location, const char* opName,
                             std::size_t recycledFrom = kNeverRecycled) noexcept
         : mLocation(location), mOpName(opName), mRecycledFrom(recycledFrom)
@@ -143,24 +145,35 @@ private:
 template <class T, std::size_t RecycledFrom = kNeverRecycled> class BudgetAllocator
 {
 public:
+    // The members that std::allocator_traits requires.
     typedef T value_type;
     typedef std::true_type is_always_equal;
+
+    // The allocator of another type.
     template <class Other> struct rebind
     {
+        // Recycles from the same size.
         typedef BudgetAllocator<Other, RecycledFrom> other;
     };
 
+    // Names the allocations "BudgetAllocator", at the location 0.
     BudgetAllocator() noexcept = default;
+
+    // `location` and `opName` name the allocations in the report of a failure (U_Alloc.h).
     BudgetAllocator(U_u32 location, const char* opName) noexcept
         : mLocation(location), mOpName(opName)
     {
     }
+
+    // Takes the location and the name of `other`.
     template <class Other>
     BudgetAllocator(const BudgetAllocator<Other, RecycledFrom>& other) noexcept
         : mLocation(other.Location()), mOpName(other.OpName())
     {
     }
 
+    // Returns room for `count` objects.
+    //
     // Throws: std::bad_alloc.
     T* allocate(std::size_t count)
     {
@@ -169,14 +182,18 @@ public:
         return static_cast<T*>(
             detail::Allocate(mLocation, mOpName, RecycledFrom, count * sizeof(T), alignof(T)));
     }
+
+    // Frees the room for `count` objects that an allocator of the same type has returned.
     void deallocate(T* block, std::size_t count) noexcept
     {
         detail::Free(block, RecycledFrom, count * sizeof(T), alignof(T));
     }
 
+    // Return the names of the allocations.
     U_u32 Location() const noexcept { return mLocation; }
     const char* OpName() const noexcept { return mOpName; }
 
+    // All allocators of a type are equal.
     friend bool operator==(const BudgetAllocator&, const BudgetAllocator&) noexcept { return true; }
     friend bool operator!=(const BudgetAllocator&, const BudgetAllocator&) noexcept
     {
@@ -202,7 +219,10 @@ template <class OwnerType> class BlockPin;
 template <class OwnerType> class CachedBlock
 {
 public:
+    // Makes an object without a block.
     CachedBlock() noexcept = default;
+
+    // Takes ownership of a block, which may be none.
     explicit CachedBlock(OwnerType block) noexcept
         : mBlock(std::move(block)), mPins(mBlock ? 0 : kEmpty)
     {
@@ -269,7 +289,10 @@ private:
 template <class OwnerType> class BlockPin
 {
 public:
+    // Makes an empty pin.
     BlockPin() noexcept = default;
+
+    // Take the pin of `other`, which is empty afterwards. The assignment ends the old pin.
     BlockPin(BlockPin&& other) noexcept : mCached(std::exchange(other.mCached, nullptr)) {}
     BlockPin& operator=(BlockPin&& other) noexcept
     {
@@ -283,6 +306,7 @@ public:
             mCached->mPins.fetch_sub(1, std::memory_order_release);
     }
 
+    // Returns true if the pin keeps a block.
     explicit operator bool() const noexcept { return mCached != nullptr; }
 
     // The owner of the block. Threads that have pins at the same time share the owner.

@@ -40,13 +40,16 @@ namespace U::cpp
 template <class Block, class Family> class Owner
 {
 public:
+    // The type of the block: void* or void**.
     typedef Block BlockType;
 
+    // Makes an empty owner.
     Owner() noexcept = default;
 
     // Takes ownership of `block`, which may be null.
     explicit Owner(Block block) noexcept : mBlock(block) {}
 
+    // Take the block of `other`, which is empty afterwards. The assignment frees the old block.
     Owner(Owner&& other) noexcept : mBlock(other.Release()) {}
     Owner& operator=(Owner&& other) noexcept
     {
@@ -55,7 +58,10 @@ public:
     }
     ~Owner() { Reset(); }
 
+    // Returns the block, which the owner keeps; null for an empty owner.
     Block Get() const noexcept { return mBlock; }
+
+    // Returns true if the owner has a block.
     explicit operator bool() const noexcept { return mBlock != nullptr; }
 
     // Returns the block, which the caller owns from now on.
@@ -91,11 +97,13 @@ private:
 template <class OwnerType> class Out
 {
 public:
+    // REQUIRES: `owner` outlives the expression.
     explicit Out(OwnerType& owner) noexcept : mOwner(owner) {}
     ~Out() { mOwner.Reset(mBlock); }
     Out(const Out&) = delete;
     Out& operator=(const Out&) = delete;
 
+    // Returns the address at which the function stores the block.
     operator typename OwnerType::BlockType *() noexcept { return &mBlock; }
 
 private:
@@ -131,8 +139,12 @@ struct ToolboxFamily
 class Pointer : public Owner<void*, detail::PointerFamily>
 {
 public:
+    // The constructors of Owner.
     using Owner::Owner;
 
+    // Return a new block of `size` bytes; that of AllocateClear is cleared to 0.
+    //
+    // Throw: std::bad_alloc.
     static Pointer Allocate(U_u32 location, const char* opName, U_u64 size)
     {
         return Require<Pointer>(U_AllocatePtr(location, opName, size));
@@ -142,8 +154,10 @@ public:
         return Require<Pointer>(U_AllocatePtrClear(location, opName, size));
     }
 
+    // Returns the address of the data, null for an empty owner. A resize may change the address.
     template <class T> T* As() const noexcept { return static_cast<T*>(Get()); }
 
+    // Returns the size of the block in bytes, as it was allocated; 0 for an empty owner.
     U_u64 Size() const
     {
         U_u64 size = 0;
@@ -167,13 +181,18 @@ public:
 class RecycledPointer : public Owner<void*, detail::RecycledFamily>
 {
 public:
+    // The constructors of Owner.
     using Owner::Owner;
 
+    // Returns a block of at least `size` bytes, whose content is undefined.
+    //
+    // Throws: std::bad_alloc.
     static RecycledPointer Allocate(U_u32 location, const char* opName, U_u64 size)
     {
         return Require<RecycledPointer>(U_AllocateRecycledPtr(location, opName, size));
     }
 
+    // Returns the address of the data, null for an empty owner.
     template <class T> T* As() const noexcept { return static_cast<T*>(Get()); }
 };
 
@@ -181,8 +200,12 @@ public:
 class Handle : public Owner<void**, detail::HandleFamily>
 {
 public:
+    // The constructors of Owner.
     using Owner::Owner;
 
+    // Return a new block of `size` bytes; that of AllocateClear is cleared to 0.
+    //
+    // Throw: std::bad_alloc.
     static Handle Allocate(U_u32 location, const char* opName, U_u64 size)
     {
         return Require<Handle>(U_AllocateHandle(location, opName, size));
@@ -195,6 +218,8 @@ public:
     // Returns the address of the data, null for an empty owner. A resize changes the address.
     template <class T> T* As() const noexcept { return Get() ? static_cast<T*>(*Get()) : nullptr; }
 
+    // Returns the size of the block in bytes, as it was allocated.
+    //
     // Throws: StatusError with 3 for an empty owner.
     U_u64 Size() const
     {
@@ -217,6 +242,7 @@ public:
 class HogHandle : public Owner<void**, detail::HogFamily>
 {
 public:
+    // The constructors of Owner.
     using Owner::Owner;
 
     // `hog` is an identifier of U_RegisterHog. `flags` are those of U_NewHogHandle.
@@ -268,6 +294,7 @@ public:
             U_UnlockHogHandle(mHandle);
     }
 
+    // Returns the address of the data.
     template <class T> T* As() const noexcept { return static_cast<T*>(mData); }
 
 private:
@@ -280,6 +307,7 @@ private:
 class ToolboxHandle : public Owner<void**, detail::ToolboxFamily>
 {
 public:
+    // The constructors of Owner.
     using Owner::Owner;
 
     // Throws: std::bad_alloc, also for a size above 0x7FFFFFFF.
@@ -292,6 +320,7 @@ public:
     // Returns the address of the data, null for an empty owner.
     template <class T> T* As() const noexcept { return Get() ? static_cast<T*>(*Get()) : nullptr; }
 
+    // Returns the size of the block in bytes, 0 for an empty owner.
     U_u64 Size() const noexcept { return static_cast<U_u64>(GetHandleSize(Get())); }
 };
 } // namespace U::cpp

@@ -46,6 +46,7 @@ public:
     {
     }
 
+    // Returns the identifier for the functions of U_Group.h.
     const U_UTF16String& Identifier() const noexcept { return mIdentifier; }
 
 private:

@@ -40,9 +40,9 @@
 
 namespace U::cpp
 {
-// Return views of a library's string as standard text.
+// Returns a view of a library's string as standard text.
 //
-// REQUIRES: the string is neither changed nor destroyed while a view is used.
+// REQUIRES: the string is neither changed nor destroyed while the view is used.
 inline std::u16string_view View(const U_UTF16String& text) noexcept
 {
     const U_u16* units = text.data();
@@ -51,6 +51,10 @@ inline std::u16string_view View(const U_UTF16String& text) noexcept
     __asm__ volatile("" : "+r"(units) : : "memory");
     return std::u16string_view(reinterpret_cast<const char16_t*>(units), text.size());
 }
+
+// Returns a view of UTF-8 as standard text.
+//
+// REQUIRES: as above.
 inline std::string_view View(const U_UTF8String& text) noexcept
 {
     return std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
@@ -99,19 +103,30 @@ inline std::string FromMultibyte(const std::string& text)
 class MessageValue
 {
 public:
+    // Take text: UTF-8 or UTF-16.
     MessageValue(std::string_view utf8) : mText(ToUTF16(utf8)) {}
     MessageValue(const std::string& utf8) : MessageValue(std::string_view(utf8)) {}
     MessageValue(const char* utf8) : MessageValue(std::string_view(utf8)) {}
     MessageValue(std::u16string_view text) : mText(ToUTF16(text)) {}
     MessageValue(const U_UTF16String& text) : mText(text) {}
+
+    // Takes a number: a bool, a floating-point number, or an integer that a U_i64 can hold. An
+    // unsigned integer of 64 bits does not compile.
     template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
     MessageValue(Number value) : mArgument(value), mIsText(false)
     {
+        static_assert(std::is_signed_v<Number> || sizeof(Number) < sizeof(U_i64),
+                      "a message's integer is signed and has 64 bits: convert a size to U_i64");
     }
 
+    // Returns true for text, false for a number.
     bool IsText() const noexcept { return mIsText; }
+
+    // Returns the text, which is empty for a number.
     const U_UTF16String& Text() const noexcept { return mText; }
-    const U_FormatArgument& Argument() const noexcept { return mArgument; } // of a number
+
+    // Returns the number for the functions of U_Format.h, 0 for text.
+    const U_FormatArgument& Argument() const noexcept { return mArgument; }
 
 private:
     U_UTF16String mText;
@@ -221,18 +236,22 @@ inline void LoadDictionary(const std::filesystem::path& file)
 class ZStringTable
 {
 public:
+    // A forward iterator over the texts. REQUIRES: the range outlives the iterator.
     class Iterator
     {
     public:
+        // The members of a forward iterator.
         typedef std::forward_iterator_tag iterator_category;
         typedef const char* value_type;
         typedef std::ptrdiff_t difference_type;
         typedef const char* const* pointer;
         typedef const char* reference;
 
+        // The range makes its iterators by the second constructor.
         Iterator() noexcept = default;
         Iterator(const ZStringTable* table, int index) noexcept : mTable(table), mIndex(index) {}
 
+        // The operators of a forward iterator.
         const char* operator*() const { return (*mTable)[mIndex]; }
         Iterator& operator++() noexcept
         {
@@ -255,6 +274,7 @@ public:
         Check(U_ZGetLengthLStrCache(mTable, &mSize));
     }
 
+    // Returns the number of texts.
     int Size() const noexcept { return mSize; }
 
     // Returns the text of a row, "[?]" for an index out of range.
@@ -263,6 +283,7 @@ public:
         return U_ZLookupLStrCache(mTable, index, mIsEnglish, nullptr);
     }
 
+    // Return iterators at the first text and after the last one.
     Iterator begin() const noexcept { return Iterator(this, 0); }
     Iterator end() const noexcept { return Iterator(this, mSize); }
 

@@ -34,7 +34,8 @@
 namespace U::cpp
 {
 // The roles of U_Threads.h. Any number of threads may be Main and Render. PSL and PR have one
-// thread each, the last one to register.
+// thread each, the last one to register: the end of a thread leaves the role of another thread as
+// it is.
 enum class Role
 {
     None,
@@ -46,42 +47,45 @@ enum class Role
 
 namespace detail
 {
-inline void RegisterRole(Role role)
+struct RoleFunctions
 {
-    switch (role)
-    {
-    case Role::None:
-        return;
-    case Role::Main:
-        return U_RegisterMainThread();
-    case Role::Render:
-        return U_RegisterRenderThread();
-    case Role::PSL:
-        return U_RegisterPSLThread();
-    case Role::PR:
-        return U_RegisterPRThread();
-    }
+    void (*mRegister)();
+    void (*mDeregister)();
+    bool (*mHasRole)(); // of the calling thread
+};
+
+// REQUIRES: a role other than None.
+inline const RoleFunctions& FunctionsOf(Role role)
+{
+    // In the order of the enumerators after None.
+    static const RoleFunctions kFunctions[] = {
+        {&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread},
+        {&U_RegisterRenderThread, &U_DeregisterRenderThread, &U_IsOnRenderThread},
+        {&U_RegisterPSLThread, &U_DeregisterPSLThread, &U_IsOnPSLThread},
+        {&U_RegisterPRThread, &U_DeregisterPRThread, &U_IsOnPRThread},
+    };
+    return kFunctions[static_cast<int>(role) - 1];
 }
 
+inline void RegisterRole(Role role)
+{
+    if (role != Role::None)
+        FunctionsOf(role).mRegister();
+}
+
+// Deregisters the calling thread. The check is needed for PSL and PR: their functions would also
+// deregister another thread that has registered since.
 inline void DeregisterRole(Role role)
 {
-    switch (role)
-    {
-    case Role::None:
-        return;
-    case Role::Main:
-        return U_DeregisterMainThread();
-    case Role::Render:
-        return U_DeregisterRenderThread();
-    case Role::PSL:
-        return U_DeregisterPSLThread();
-    case Role::PR:
-        return U_DeregisterPRThread();
-    }
+    if (role != Role::None && FunctionsOf(role).mHasRole())
+        FunctionsOf(role).mDeregister();
 }
 } // namespace detail
 
-// Registers the calling thread for a role in a scope.
+// Registers the calling thread for a role in a scope. If another thread has registered for PSL or
+// PR meanwhile, the end of the scope changes nothing.
+//
+// REQUIRES: no other thread registers for PSL or PR while the scope of such a role ends.
 class RoleGuard
 {
 public:
@@ -102,17 +106,18 @@ public:
     Thread() noexcept = default;
 
     // Starts a thread that registers for the role and calls `function`, which returns a status
-    // code or nothing. `name` is UTF-8.
+    // code or nothing. `name` is UTF-8. A thread with a null or empty name keeps the system's name.
     //
     // Throws: std::bad_alloc; std::system_error if the system refuses a thread.
     template <class Function>
     Thread(Role role, const char* name, Function function) : mStatus(new U_Status(0))
     {
-        mThread = std::thread([role, name = std::string(name), status = mStatus.get(),
+        mThread = std::thread([role, name = std::string(name ? name : ""), status = mStatus.get(),
                                function = std::move(function)]() mutable {
             *status = Guard([&] {
                 const RoleGuard guard(role);
-                U_SetCurrentThreadName(name.c_str());
+                if (!name.empty())
+                    U_SetCurrentThreadName(name.c_str());
                 return function();
             });
         });
@@ -231,6 +236,7 @@ public:
         return future;
     }
 
+    // Returns the executor, for suspended calls.
     const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& Executor() const noexcept
     {
         return mExecutor;

@@ -124,18 +124,22 @@ template <class Tree> class Children
         TreeIterator;
 
 public:
+    // A forward iterator over the children.
     class Iterator
     {
     public:
+        // The members of a forward iterator.
         typedef std::forward_iterator_tag iterator_category;
         typedef typename Tree::value_type value_type;
         typedef std::ptrdiff_t difference_type;
         typedef typename std::iterator_traits<TreeIterator>::pointer pointer;
         typedef typename std::iterator_traits<TreeIterator>::reference reference;
 
+        // The range makes its iterators by the second constructor.
         Iterator() = default;
         Iterator(TreeIterator place, TreeIterator end) : mPlace(place), mEnd(end) { Skip(); }
 
+        // The operators of a forward iterator.
         reference operator*() const { return *mPlace; }
         pointer operator->() const { return &*mPlace; }
         Iterator& operator++()
@@ -163,10 +167,14 @@ public:
         TreeIterator mPlace, mEnd;
     };
 
+    // Makes the range of the children of `tree`.
     explicit Children(Tree& tree) : mTree(&tree) {}
 
+    // Return iterators at the first child and after the last one.
     Iterator begin() const { return Iterator(mTree->begin(), mTree->end()); }
     Iterator end() const { return Iterator(mTree->end(), mTree->end()); }
+
+    // Returns true if there is no child but the mark of an empty array.
     bool IsEmpty() const { return begin() == end(); }
 
 private:
@@ -280,10 +288,29 @@ inline void AppendChildren(const U_AnyTree& node, U_UTF16String& json)
     AppendASCII(isArray ? "]" : "}", json);
 }
 
-// The only element of an array that is empty in the text. A noncharacter, which no text has.
+// The only element of an array that is empty in the text. If the first element of an array is a
+// string that begins with this character, the string gets the character once more. So each string
+// is told apart from the mark.
 const U_u16 kEmptyArrayMark = 0xFDD0;
 
-// Puts the mark into each empty array of the text, outside of strings.
+// Returns true if the string literal at `place` begins with the mark, as a character or escaped.
+inline bool BeginsWithMark(const U_UTF16String& json, std::size_t place)
+{
+    const char kEscaped[] = "\\ufdd0";
+    const std::size_t kLength = sizeof(kEscaped) - 1;
+    if (json[place] != '"' || place + 1 == json.size())
+        return false;
+    return json[place + 1] == kEmptyArrayMark ||
+           (json.size() - place > kLength &&
+            std::equal(kEscaped, kEscaped + kLength, json.data() + place + 1,
+                       [](char letter, U_u16 unit) {
+                           return unit == letter ||
+                                  (unit >= 'A' && unit <= 'F' && unit - 'A' + 'a' == letter);
+                       }));
+}
+
+// Puts the mark into each empty array of the text, outside of strings, and before the strings that
+// begin with the mark.
 inline U_UTF16String MarkEmptyArrays(const U_UTF16String& json)
 {
     const U_u16 kMark[] = {'"', kEmptyArrayMark, '"', 0};
@@ -302,29 +329,40 @@ inline U_UTF16String MarkEmptyArrays(const U_UTF16String& json)
             const std::size_t next = json.find_first_not_of(kSpaces, i + 1);
             if (next != U_UTF16String::npos && json[next] == ']')
                 marked += kMark;
+            else if (next != U_UTF16String::npos && BeginsWithMark(json, next))
+            {
+                marked += '"';
+                marked += kEmptyArrayMark;
+                isInString = true;
+                i = next;
+            }
         }
     }
     return marked;
 }
 
-// Makes the arrays with the mark empty.
+// Makes the arrays with the mark empty, and takes the mark off the strings that have got one.
 inline void RestoreEmptyArrays(U_AnyTree& node)
 {
     for (auto& [key, child] : node)
-    {
-        if (node.size() == 1 && key.empty() && child.empty() &&
-            child.data().GetType() == U_Any::kType_String &&
-            child.data().GetAs_Str() == U_UTF16String(1, kEmptyArrayMark))
-            child.data() = U_Any(boost::any());
-        else
-            RestoreEmptyArrays(child);
-    }
+        RestoreEmptyArrays(child);
+    if (node.empty() || !node.front().first.empty())
+        return;
+    U_Any& first = node.front().second.data();
+    if (first.GetType() != U_Any::kType_String)
+        return;
+    const U_UTF16String text = first.GetAs_Str();
+    if (!text.empty() && text[0] == kEmptyArrayMark)
+        first = text.size() == 1 ? U_Any(boost::any()) : U_Any(text.substr(1));
 }
 } // namespace detail
 
 // Returns the children of a tree as JSON in UTF-8, without white space. An outermost array has
 // brackets. A node of kType_Tree without children is an empty object. A member of kType_None is
 // null. Other values are written as U_Any::GetAs_JSON writes them.
+//
+// Failures: the text is not JSON if the tree has a double that is not finite or too long for plain
+// digits: such doubles are written as "nan", "inf.0" or "1e+40.0".
 inline std::string ToJSON(const U_AnyTree& tree)
 {
     U_UTF16String json;
@@ -334,7 +372,8 @@ inline std::string ToJSON(const U_AnyTree& tree)
 
 // Returns the tree of a JSON text in UTF-8. Empty objects and arrays are nodes, and ToJSON writes
 // them again. An outermost array is read, and white space may come first. Text without an
-// outermost object or array is the tree's own value.
+// outermost object or array is the tree's own value. Nulls make no node: the elements of an array
+// after a null move up, and an array of nulls alone becomes an empty object.
 //
 // Throws: as U_AnyTreeWrapper::SetFrom_JSON; the text may be nested U_MostJSONDepth - 1 levels
 // deep.
