@@ -12,6 +12,9 @@ PREFIX ?= /usr/local
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 
+BENCH_PACKAGES := libbenchmark-dev icu-devtools libspdlog-dev libmimalloc2.0 libjemalloc2 \
+    libtcmalloc-minimal4
+
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 
 .DEFAULT_GOAL := help
@@ -95,7 +98,7 @@ docs: ## Make a site of the documents and the reference of the headers, in build
 	doxygen docs/site/Doxyfile
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
-	@scripts/deps gettext icu-devtools libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4
+	@scripts/deps $(BENCH_PACKAGES)
 	$(call build,bench,--target bench)
 	scripts/bench build/release/bench
 	scripts/plots build/release/bench
