@@ -2,15 +2,24 @@
 //
 // The floors: a setter copies a shared_ptr and counts an activation; the abort check looks into a
 // queue three times, each under a lock; a suspended call posts a function to an executor and
-// waits for the result.
+// waits for the result, and a hand-over through two futexes is the least of the system. Calls are
+// measured beside threads that keep the cores awake, since a core that sleeps wakes slowly.
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
 #include <boost/thread/mutex.hpp>
+
+#include <linux/futex.h>
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <krobase/executor.h>
 
@@ -50,6 +59,23 @@ void Setter_Floor(benchmark::State& state)
         ++count;
         benchmark::ClobberMemory();
         --count;
+    }
+}
+
+void Current_Get(benchmark::State& state)
+{
+    const U_ContextSetter setter(U_Context::MakeNewContext());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(U_Context::GetCurrent());
+}
+
+void Current_Copy(benchmark::State& state)
+{
+    const boost::shared_ptr<int> shared = boost::make_shared<int>(0);
+    for (auto _ : state)
+    {
+        const boost::shared_ptr<int> copy = shared;
+        benchmark::DoNotOptimize(copy.get());
     }
 }
 
@@ -106,12 +132,98 @@ void Call_HandOver(benchmark::State& state)
     }
 }
 
+// Keeps each core busy while no other thread wants to run there.
+class AwakeCores
+{
+public:
+    AwakeCores()
+    {
+        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+        for (unsigned core = 0; core < cores; ++core)
+            mThreads.emplace_back([this] {
+                const sched_param none = {};
+                pthread_setschedparam(pthread_self(), SCHED_IDLE, &none);
+                while (!mEnds.load(std::memory_order_relaxed))
+                {
+                }
+            });
+    }
+    ~AwakeCores()
+    {
+        mEnds = true;
+        for (std::thread& thread : mThreads)
+            thread.join();
+    }
+
+private:
+    std::atomic<bool> mEnds{false};
+    std::vector<std::thread> mThreads;
+};
+
+void CallAwake_Suspended(benchmark::State& state)
+{
+    const AwakeCores awake;
+    Call_Suspended(state);
+}
+
+void CallAwake_HandOver(benchmark::State& state)
+{
+    const AwakeCores awake;
+    Call_HandOver(state);
+}
+
+// A word that threads wait for.
+class Futex
+{
+public:
+    void Set(int value)
+    {
+        mValue.store(value);
+        ::syscall(SYS_futex, &mValue, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+    }
+    int WaitWhile(int value)
+    {
+        while (mValue.load() == value)
+            ::syscall(SYS_futex, &mValue, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
+        return mValue.load();
+    }
+
+private:
+    std::atomic<int> mValue{0};
+};
+
+void CallAwake_Futex(benchmark::State& state)
+{
+    const AwakeCores awake;
+    Futex request;
+    Futex answer;
+    std::thread worker([&] {
+        for (int last = 0; (last = request.WaitWhile(last)) >= 0;)
+            answer.Set(last);
+    });
+    int number = 0;
+    for (auto _ : state)
+    {
+        request.Set(number + 1);
+        if (answer.WaitWhile(number) != number + 1)
+            state.SkipWithError("the wrong result");
+        ++number;
+    }
+    request.Set(-1);
+    worker.join();
+}
+
 BENCHMARK(Setter_Nested);
 BENCHMARK(Setter_Floor);
+BENCHMARK(Current_Get);
+BENCHMARK(Current_Copy);
 BENCHMARK(AbortCheck_Idle);
 BENCHMARK(AbortCheck_ThreeLocks);
 BENCHMARK(Call_Suspended)->UseRealTime();
 BENCHMARK(Call_HandOver)->UseRealTime();
+BENCHMARK(CallAwake_Suspended)->UseRealTime();
+BENCHMARK(CallAwake_HandOver)->UseRealTime();
+BENCHMARK(CallAwake_Futex)->UseRealTime();
 } // namespace
 
 int main(int argc, char** argv)
