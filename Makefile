@@ -95,7 +95,7 @@ docs: ## Make a site of the documents and the reference of the headers, in build
 	doxygen docs/site/Doxyfile
 
 bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
-	@scripts/deps gettext icu-devtools
+	@scripts/deps gettext icu-devtools qtbase5-dev
 	$(call build,bench,--target bench)
 	scripts/bench build/release/bench
 	scripts/plots build/release/bench
