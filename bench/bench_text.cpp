@@ -1,11 +1,13 @@
-// Conversions of text, compared with ICU and the C library.
+// Conversions of text, compared with ICU, the C library and Qt.
 //
-// All converters convert the same text of about 64 KiB into a buffer that is large enough.
+// All converters convert the same text, which is so long that no branch predictor learns it: into a
+// buffer that is large enough, or into a new string.
 
 #include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <iconv.h>
@@ -14,9 +16,16 @@
 #include <unicode/ustring.h>
 #include <win32/text.h>
 
+#ifdef BENCH_HAS_QT
+#include <QByteArray>
+#include <QString>
+#endif
+
+#include "U_Encoding.h"
+
 namespace
 {
-const int kUnits = 32 * 1024; // UTF-16 units of a text
+const int kUnits = 1 << 20; // UTF-16 units of a text
 
 typedef std::vector<unsigned short> Units;
 typedef std::vector<char> Bytes;
@@ -222,6 +231,84 @@ void Register(const std::string& name, Units (*text)(), Decoder peerDecoder, Enc
     add("/encode/peer", encode, peerEncoder, false);
     add("/encode/count", encode, Encoder(OurCount<codePage>), true);
 }
+
+// Ways to make a new string. The sources are in the form of the way's own strings.
+struct OurStrings
+{
+    typedef U_UTF8String Narrow;
+    typedef U_UTF16String Wide;
+
+    static Wide Decode(const Narrow& bytes) { return U_UTF8To16String(bytes); }
+    static Narrow Encode(const Wide& units) { return U_UTF16To8String(units); }
+};
+
+#ifdef BENCH_HAS_QT
+struct QtStrings
+{
+    typedef QByteArray Narrow;
+    typedef QString Wide;
+
+    static Wide Decode(const Narrow& bytes) { return QString::fromUtf8(bytes); }
+    static Narrow Encode(const Wide& units) { return units.toUtf8(); }
+};
+#endif
+
+template <class String, class Text> String Like(const Text& text)
+{
+    const auto* const data =
+        reinterpret_cast<decltype(std::declval<const String>().data())>(text.data());
+    return String(data, Count(text));
+}
+
+template <class Source, class Target>
+void RunNew(benchmark::State& state, Target (*convert)(const Source&), const Source& source,
+            const Target& expected)
+{
+    if (convert(source) != expected)
+        state.SkipWithError("converted otherwise");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(convert(source).data());
+    state.SetBytesProcessed(state.iterations() * Count(source) *
+                            static_cast<std::int64_t>(sizeof(source[0])));
+}
+
+// Registers the conversions from and to UTF-8 into a new string, of the head of a text, by its
+// units.
+template <class Way>
+void RegisterNew(const std::string& name, const std::string& way, Units (*text)())
+{
+    typedef typename Way::Narrow Narrow;
+    typedef typename Way::Wide Wide;
+    const auto headOf = [text](const benchmark::State& state) {
+        Units units = text();
+        units.resize(static_cast<std::size_t>(state.range(0)));
+        return units;
+    };
+    const auto decode = [headOf](benchmark::State& state) {
+        const Units units = headOf(state);
+        RunNew(state, Way::Decode, Like<Narrow>(Encoded<65001>(units)), Like<Wide>(units));
+    };
+    const auto encode = [headOf](benchmark::State& state) {
+        const Units units = headOf(state);
+        RunNew(state, Way::Encode, Like<Wide>(units), Like<Narrow>(Encoded<65001>(units)));
+    };
+    benchmark::RegisterBenchmark((name + "/new/decode/" + way).c_str(), decode)
+        ->Arg(100)
+        ->Arg(kUnits / 32)
+        ->Arg(kUnits);
+    benchmark::RegisterBenchmark((name + "/new/encode/" + way).c_str(), encode)
+        ->Arg(100)
+        ->Arg(kUnits / 32)
+        ->Arg(kUnits);
+}
+
+void RegisterNew(const std::string& name, Units (*text)())
+{
+    RegisterNew<OurStrings>(name, "ours", text);
+#ifdef BENCH_HAS_QT
+    RegisterNew<QtStrings>(name, "Qt", text);
+#endif
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -233,6 +320,9 @@ int main(int argc, char** argv)
     Register<1252>("1252/ASCII", Ascii, CLibrary<1252>, CLibrary<1252>);
     Register<1252>("1252/Latin", Latin, CLibrary<1252>, CLibrary<1252>);
     Register<932>("932/Japanese", Japanese, CLibrary<932>, CLibrary<932>);
+    RegisterNew("UTF-8/ASCII", Ascii);
+    RegisterNew("UTF-8/Russian", Russian);
+    RegisterNew("UTF-8/Japanese", Japanese);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

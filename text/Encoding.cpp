@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include <platform/base/code_units.h>
 #include <win32/text.h>
 
 #include "U_Report.h"
@@ -48,10 +49,42 @@ U_u16 DeltaSubstitute()
     return win32::GetACP() == kWindowsCyrillic ? 0x2020 : 0x00BC;
 }
 
+// A string grows only with a value in each new element, which takes as long as a conversion. So
+// text is converted in pieces of so many elements, into a buffer from which it is appended.
+const std::size_t kPiece = 2048;
+
+// Return the end of the piece that starts at `from`. No character spans the end of a piece, and
+// in UTF-8 no head of one.
+std::size_t EndOfPiece(const char* bytes, std::size_t from, std::size_t length)
+{
+    if (length - from <= kPiece)
+        return length;
+    const std::size_t end = from + kPiece;
+    std::size_t start = end; // of a character with at most three continuation bytes
+    while (end - start < 4)
+    {
+        if (!platform::IsUTF8Continuation(static_cast<unsigned char>(bytes[start])))
+            return start;
+        --start;
+    }
+    return end;
+}
+
+std::size_t EndOfPiece(const U_u16* units, std::size_t from, std::size_t length)
+{
+    if (length - from <= kPiece)
+        return length;
+    const std::size_t end = from + kPiece;
+    const bool isInsidePair =
+        platform::IsHighSurrogate(units[end - 1]) && platform::IsLowSurrogate(units[end]);
+    return isInsidePair ? end - 1 : end;
+}
+
 // An upper bound.
+const std::size_t kMostBytesPerUnit = 3;
 std::size_t BytesPerUnit(unsigned int codePage)
 {
-    return codePage == win32::kCodePageUTF8 ? 3 : 2;
+    return codePage == win32::kCodePageUTF8 ? kMostBytesPerUnit : 2;
 }
 
 U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t length)
@@ -69,6 +102,26 @@ U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t leng
     return units;
 }
 
+U_UTF16String FromUTF8(const char* bytes, std::size_t length)
+{
+    SystemCount(length);
+    U_UTF16String units;
+    if (length > kPiece)
+        units.reserve(length); // no character has more units than bytes
+    U_u16 piece[kPiece];
+    for (std::size_t from = 0; from < length;)
+    {
+        const std::size_t end = EndOfPiece(bytes, from, length);
+        const int count = win32::MultiByteToWideChar(win32::kCodePageUTF8, 0, bytes + from,
+                                                     static_cast<int>(end - from), piece, kPiece);
+        if (count == 0)
+            ReportAndThrow(win32::GetLastError());
+        units.append(piece, static_cast<std::size_t>(count));
+        from = end;
+    }
+    return units;
+}
+
 // Sets *usedDefault if the code page lacks a character, also if that character has a best fit.
 // `usedDefault` may be null.
 //
@@ -76,19 +129,28 @@ U_UTF16String ToUnits(unsigned int codePage, const char* bytes, std::size_t leng
 template <class String>
 String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, int* usedDefault)
 {
+    const std::size_t capacity = length * BytesPerUnit(codePage);
+    SystemCount(capacity);
     String bytes;
-    if (!length)
-        return bytes;
-    const int unitCount = SystemCount(length);
-    const int capacity = SystemCount(length * BytesPerUnit(codePage));
-    bytes.resize(static_cast<std::size_t>(capacity));
+    if (length > kPiece)
+        bytes.reserve(capacity);
     const unsigned int flags = usedDefault ? win32::kNoBestFitChars : 0;
-    const int count = win32::WideCharToMultiByte(codePage, flags, units, unitCount,
-                                                 reinterpret_cast<char*>(&bytes[0]), capacity,
-                                                 nullptr, usedDefault);
-    if (count == 0)
-        ReportAndThrow(win32::GetLastError());
-    bytes.resize(static_cast<std::size_t>(count));
+    char piece[kPiece * kMostBytesPerUnit];
+    for (std::size_t from = 0; from < length;)
+    {
+        const std::size_t end = EndOfPiece(units, from, length);
+        int usedInPiece = 0;
+        const int count = win32::WideCharToMultiByte(
+            codePage, flags, units + from, static_cast<int>(end - from), piece, sizeof(piece),
+            nullptr, usedDefault ? &usedInPiece : nullptr);
+        if (count == 0)
+            ReportAndThrow(win32::GetLastError());
+        if (usedInPiece)
+            *usedDefault = usedInPiece;
+        bytes.append(reinterpret_cast<const typename String::value_type*>(piece),
+                     static_cast<std::size_t>(count));
+        from = end;
+    }
     return bytes;
 }
 
@@ -97,9 +159,10 @@ U_UTF16String FromCodePage(unsigned int codePage, const char* bytes, std::size_t
 {
     if (codePage == win32::kCodePageActive)
         codePage = win32::GetACP();
+    if (codePage == win32::kCodePageUTF8)
+        return FromUTF8(bytes, length);
     U_UTF16String units = ToUnits(codePage, bytes, length);
-    if (codePage != win32::kCodePageUTF8)
-        std::replace(units.begin(), units.end(), DeltaSubstitute(), kIncrement);
+    std::replace(units.begin(), units.end(), DeltaSubstitute(), kIncrement);
     return units;
 }
 
@@ -170,7 +233,7 @@ std::string U_UTF16ToMBString(const U_u16* text, bool exact)
 
 U_UTF16String U_UTF8To16String(const U_UTF8String& text)
 {
-    return ToUnits(win32::kCodePageUTF8, reinterpret_cast<const char*>(text.data()), text.size());
+    return FromUTF8(reinterpret_cast<const char*>(text.data()), text.size());
 }
 
 U_UTF8String U_UTF16To8String(const U_UTF16String& text)

@@ -29,18 +29,20 @@ TEST_F(TextFaults, NumbersInABufferAreRightOrLeftAlone)
     Walk({
         {"U_FormatNum", kCode4,
          [](Own&) {
-             return InBuffer("before", "1\302\240234,5",
-                             [](char* text) { return U_FormatNum(1234.5, 8, 1, 1, text); });
+             return InBuffer("before", "1\302\240234\302\240567,5",
+                             [](char* text) { return U_FormatNum(1234567.5, 8, 1, 1, text); });
          }},
         {"U_ScanNum", kCode4,
          [](Own&) {
-             char text[] = "1234,5\302\240";
+             char text[] = "1234567,5\302\240";
              double number = 7;
              const int code = U_ScanNum(text, 0, &number);
-             return OfCode(code, number == 1234.5, number == 7);
+             return OfCode(code, number == 1234567.5, number == 7);
          }},
         {"U_InternationalizeNum", kCode4,
-         [](Own&) { return InBuffer("1,234.5", "1\302\240234,5", &U_InternationalizeNum); }},
+         [](Own&) {
+             return InBuffer("1,234,567.5", "1\302\240234\302\240567,5", &U_InternationalizeNum);
+         }},
     });
 }
 

@@ -331,6 +331,94 @@ Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
     return text;
 }
 
+// Returns a text of mostly the same piece, with others and in every second text damage.
+template <class String>
+String RandomPieces(const std::vector<String>& pieces, const std::vector<String>& damage,
+                    std::mt19937& random)
+{
+    String text;
+    const String& favourite = pieces[random() % pieces.size()];
+    const unsigned int others = 1 + random() % 16;
+    const bool isDamaged = random() % 2 == 0;
+    while (text.size() < 1500)
+    {
+        if (random() % others)
+            text += favourite;
+        else if (isDamaged && random() % 8 == 0)
+            text += damage[random() % damage.size()];
+        else
+            text += pieces[random() % pieces.size()];
+    }
+    return text;
+}
+
+// Vectors convert long texts, and other loops convert short ones.
+TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
+{
+    const std::vector<std::string> kBytes = {"a",
+                                             "word ",
+                                             "\xC3\xA9",
+                                             "\xD0\xB6 ",
+                                             "\xE3\x81\x82",
+                                             "\xED\x9F\xBF",
+                                             "\xEF\xBF\xBF",
+                                             "\xF0\x9F\x8E\xAC",
+                                             std::string(70, 'x'),
+                                             std::string(1, '\0')};
+    // Wine converts ill-formed text otherwise.
+    const std::vector<std::string> kDamagedBytes =
+        IsWine() ? kBytes
+                 : std::vector<std::string>{"\x80",
+                                            "\xC3",
+                                            "\xE3\x81",
+                                            "\xC1\xBF",
+                                            "\xE0\x9F\xBF",
+                                            "\xED\xA0\x80",
+                                            "\xF4\x90\x80\x80",
+                                            "\x80\x80\x80\x80\x80",
+                                            "\xE1\x80\x80\x80",
+                                            "\xFF",
+                                            "\xE9word"};
+    const std::vector<std::u16string> kUnits = {u"a",
+                                                u"word ",
+                                                u"\u007F\u0080",
+                                                u"\u07FF",
+                                                u"\u0800",
+                                                u"\uD7FF",
+                                                u"\uE000",
+                                                u"\uFFFF",
+                                                u"\U0001F3AC",
+                                                std::u16string(40, u'x'),
+                                                std::u16string(1, u'\0')};
+    const std::vector<std::u16string> kDamagedUnits = {u"\xD83C", u"\xDFAC", u"\xDFAC\xD83C"};
+    const std::size_t kPiece = 40;
+    std::mt19937 random(1);
+    for (int round = 0; round < 300 && !testing::Test::HasFailure(); ++round)
+    {
+        const std::string bytes = RandomPieces(kBytes, kDamagedBytes, random);
+        std::u16string decoded;
+        for (std::size_t from = 0, end = 0; from < bytes.size(); from = end)
+        {
+            end = std::min(from + kPiece, bytes.size());
+            while (end < bytes.size() && (bytes[end] & 0xC0) == 0x80)
+                ++end;
+            decoded += Decode(65001, bytes.substr(from, end - from));
+        }
+        EXPECT_EQ(Decode(65001, bytes), decoded);
+
+        const std::u16string units = RandomPieces(kUnits, kDamagedUnits, random);
+        std::string encoded;
+        for (std::size_t from = 0, end = 0; from < units.size(); from = end)
+        {
+            end = std::min(from + kPiece, units.size());
+            if (end < units.size() && (units[end] & 0xFC00) == 0xDC00)
+                ++end;
+            encoded += Encode(65001, units.substr(from, end - from));
+        }
+        EXPECT_EQ(Encode(65001, units), encoded);
+    }
+}
+
 // Converts with every capacity: nothing may be written after the capacity, and the text written
 // must be the head of the whole, without at most one character of `longest` elements.
 template <class Text, class Convert>

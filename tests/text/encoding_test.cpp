@@ -70,6 +70,42 @@ TEST(Encoding, TextInTheActiveCodePageConvertsToUTF16AndBack)
     }
 }
 
+// Long texts are converted in pieces. Each row, after heads of all lengths around the length of a
+// piece, comes to their boundary with each of its elements.
+TEST(Encoding, LongTextsKeepTheirCharactersWhole)
+{
+    const std::pair<std::string, std::u16string> rows[] = {
+        {"\xC3\xA9\xE3\x81\x82\xF0\x9F\x98\x80", u"\u00E9\u3042\U0001F600"},
+        {"\xE3\x81\x82\x80\x80\xF0\x9F\x98", u"\u3042\uFFFD\uFFFD\uFFFD"},
+        {"\x80\x80\x80\x80\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+    };
+    for (const auto& [bytes, units] : rows)
+    {
+        const bool isDamaged = units.find(u'\uFFFD') != std::u16string::npos;
+        for (std::size_t head = 2040; head <= (IsWine() && isDamaged ? 0 : 2050); ++head)
+        {
+            SCOPED_TRACE(head);
+            const std::string text = std::string(head, 'x') + bytes + std::string(3000, 'y');
+            const U_UTF8String narrow(text.begin(), text.end());
+            const U_UTF16String wide =
+                Units(std::u16string(head, u'x') + units + std::u16string(3000, u'y'));
+            EXPECT_EQ(U_UTF8To16String(narrow), wide);
+            if (!isDamaged)
+            {
+                EXPECT_EQ(U_UTF16To8String(wide), narrow);
+            }
+        }
+    }
+    const U_UTF16String halves = Units(std::u16string(2047, u'x') + u"\xD83D" + u"x\xDE00");
+    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(2047), "?x?");
+    const ScActiveCodePage active(65001);
+    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(2047), "\uFFFDx\uFFFD");
+    const U_UTF16String late =
+        Units(std::u16string(5000, u'x') + u"\u4E00" + std::u16string(5000, u'x'));
+    const ScActiveCodePage latin(1252);
+    EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(late, true); }), 10);
+}
+
 TEST(Encoding, ExactRefusesACharacterThatTheCodePageLacks)
 {
     const std::tuple<unsigned int, std::u16string, int, std::string> rows[] = {

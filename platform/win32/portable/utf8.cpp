@@ -2,6 +2,7 @@
 // have continued, one for each other byte, and one for each half of a surrogate pair.
 
 #include "code_page.h"
+#include "utf8_windows.h"
 
 #include <platform/base/code_units.h>
 
@@ -210,19 +211,39 @@ template <class Output> Cursor<Unit, Output> PutCharacter(Cursor<Unit, Output> a
     return at;
 }
 
-// Converts in the direction that the type of the source selects.
+// Converts in the direction that the type of the source selects, without vectors.
+template <class Source, class Output>
+Cursor<Source, Output> PutPortably(Cursor<Source, Output> at, const Source* stop, const Source* end)
+{
+    return PutText(at, stop, [=](Cursor<Source, Output> next) {
+        const Source* const start = next.mNext;
+        next = PutTwos(next, stop);
+        next = PutThrees(next, stop);
+        return next.mNext == start ? PutCharacter(next, end) : next;
+    });
+}
+
 struct UTF8Converter
 {
-    template <class Source, class Output>
-    Cursor<Source, Output> Run(Cursor<Source, Output> at, const Source* stop,
-                               const Source* end) const
+    template <class Source>
+    Cursor<Source, Counter> Run(Cursor<Source, Counter> at, const Source* stop,
+                                const Source* end) const
     {
-        return PutText(at, stop, [=](Cursor<Source, Output> next) {
-            const Source* const start = next.mNext;
-            next = PutTwos(next, stop);
-            next = PutThrees(next, stop);
-            return next.mNext == start ? PutCharacter(next, end) : next;
-        });
+        return PutPortably(at, stop, end);
+    }
+
+    template <class Source, class Target>
+    Cursor<Source, Store<Target>> Run(Cursor<Source, Store<Target>> at, const Source* stop,
+                                      const Source* end) const
+    {
+        const std::ptrdiff_t kAround = 64; // sources that are converted with a refused window
+        while (stop - at.mNext >= kLeastForWindows && HasWindows())
+        {
+            at = PutWindows(at, stop);
+            if (stop - at.mNext >= kLeastForWindows)
+                at = PutPortably(at, at.mNext + kAround, end);
+        }
+        return PutPortably(at, stop, end);
     }
 };
 } // namespace

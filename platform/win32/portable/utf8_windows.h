@@ -1,0 +1,32 @@
+// UTF-8 by vectors: windows of well-formed text without characters above U+FFFF.
+
+#ifndef WIN32_PORTABLE_UTF8_WINDOWS_H
+#define WIN32_PORTABLE_UTF8_WINDOWS_H
+
+#include "conversion.h"
+
+namespace win32
+{
+// Returns true if the processor has the vectors.
+inline bool HasWindows()
+{
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("avx2");
+#else
+    return false;
+#endif
+}
+
+// The sources before `stop` that the functions below need, as they read ahead.
+const std::ptrdiff_t kLeastForWindows = 160;
+
+// Convert text until a window is ill-formed or has another character, or fewer than
+// kLeastForWindows sources are left before `stop`. They may overwrite one target for each source
+// before `stop`, or three bytes for each unit, with unspecified values.
+//
+// REQUIRES: HasWindows(), and kLeastForWindows sources.
+Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, const Byte* stop);
+Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop);
+} // namespace win32
+
+#endif
