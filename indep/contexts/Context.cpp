@@ -117,11 +117,14 @@ void U_Context::Activate()
     const U_u32 threadId = win32::GetCurrentThreadId();
     if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
     {
-        const boost::shared_ptr<U_Context> current = thread->lock();
-        if (!current)
-            throw BadArgument("current context is gone");
-        if (current->mContextID != mContextID)
-            throw BadArgument("another context is already active");
+        if (!IsThreadContext(this))
+        {
+            const boost::shared_ptr<U_Context> current = thread->lock();
+            if (!current)
+                throw BadArgument("current context is gone");
+            if (current->mContextID != mContextID) // a copy has the same
+                throw BadArgument("another context is already active");
+        }
         if (GetThreadID() != threadId)
             throw BadArgument("context already active in another thread");
     }
@@ -140,12 +143,8 @@ void U_Context::Activate()
 void U_Context::Deactivate()
 {
     const U_i64 count = --mActiveCount;
-    if (const boost::weak_ptr<U_Context>* const thread = ThreadContext())
-    {
-        const boost::shared_ptr<U_Context> current = thread->lock();
-        if (current.get() != this || GetThreadID() != win32::GetCurrentThreadId())
-            return;
-    }
+    if (ThreadContext() && (!IsThreadContext(this) || GetThreadID() != win32::GetCurrentThreadId()))
+        return;
     if (count != 0)
         return;
     CallStates(&U_State::OnDeactivate);

@@ -13,6 +13,7 @@ namespace
 struct CurrentContext
 {
     boost::weak_ptr<U_Context> mContext; // empty while mIsSet is false
+    const U_Context* mAddress;           // of the object of mContext
     bool mIsSet;
 };
 
@@ -25,12 +26,19 @@ const boost::weak_ptr<U_Context>* ThreadContext()
     return thread && thread->mIsSet ? &thread->mContext : nullptr;
 }
 
+// A context that has not ended has its address alone.
+bool IsThreadContext(const U_Context* context)
+{
+    const CurrentContext* const thread = ThreadCurrentContext::Find();
+    return thread && thread->mIsSet && thread->mAddress == context && !thread->mContext.expired();
+}
+
 void AttachContextTLS(const boost::shared_ptr<U_Context>& context)
 {
     static TraceSite sTrace(kContextTrace, kContextTraceLevel);
     DetachContextTLS("AttachContextTLS", kAnyContext);
     sTrace.Trace("sThreadContext set ", context->GetContextID());
-    ThreadCurrentContext::MakeOrThrow() = {context, true};
+    ThreadCurrentContext::MakeOrThrow() = {context, context.get(), true};
 }
 
 void DetachContextTLS(const char* reason, U_i64 contextId)

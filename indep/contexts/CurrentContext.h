@@ -18,6 +18,10 @@ const U_i64 kAnyContext = -1;
 // none.
 const boost::weak_ptr<U_Context>* ThreadContext();
 
+// Returns whether the object is the calling thread's current context. Changes no reference count,
+// since a nested setter calls this twice. REQUIRES: the object is alive.
+bool IsThreadContext(const U_Context* context);
+
 // Makes `context` current on the calling thread in place of the previous one.
 //
 // Throws: std::bad_alloc, only on a thread that never had a context; the thread has none then.

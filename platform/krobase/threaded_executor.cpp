@@ -104,11 +104,15 @@ void WorkQueue::Post(const Function& function, int delay)
     if (delay > 0)
         delayed.emplace(Clock::now() + std::chrono::milliseconds(delay), std::move(ready));
 
-    const platform::ScLock lock(mLock);
-    if (delay > 0)
-        mDelayed.insert(delayed.extract(delayed.begin()));
-    else
-        mReady.splice(mReady.end(), ready);
+    {
+        const platform::ScLock lock(mLock);
+        if (delay > 0)
+            mDelayed.insert(delayed.extract(delayed.begin()));
+        else
+            mReady.splice(mReady.end(), ready);
+    }
+    // After the lock, which the woken thread takes first. The caller shares the queue, which a
+    // function may end meanwhile.
     mChanged.NotifyOne();
 }
 
@@ -245,7 +249,12 @@ public:
 
     bool IsExecutorThread() const override { return mQueue->RunsHere(); }
 
-    void Post(const Function& function, int delay) override { mQueue->Post(function, delay); }
+    // The function may end the executor before the call returns.
+    void Post(const Function& function, int delay) override
+    {
+        const std::shared_ptr<WorkQueue> queue = mQueue;
+        queue->Post(function, delay);
+    }
 
 private:
     void End()
