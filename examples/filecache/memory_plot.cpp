@@ -61,6 +61,8 @@ Message MemoryPlot::Draw()
     std::error_code error;
     if (RunProgram({mProgram, "--output=" + mFile, U_GetMemoryLogPath(nullptr)}, error))
         return Message();
+    if (!error) // memlog has written the reason
+        return {"$$$/QX/FileCache/Error/NoPicture=can't draw the memory log to ^^1", {mFile}};
     return {"$$$/QX/FileCache/Error/NoPlot=can't draw the memory log to ^^1: ^^2",
             {mFile, error.message()}};
 }

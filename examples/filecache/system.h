@@ -16,7 +16,8 @@ std::string ProgramFile(std::error_code& error);
 std::string DefaultFolder();
 
 // Runs a program to its end. The first argument is the program's path. Returns whether the program
-// ended with the status 0; otherwise stores the error.
+// ended with the status 0. Stores the error with which the system could not run the program, or no
+// error.
 bool RunProgram(const std::vector<std::string>& arguments, std::error_code& error);
 
 // Opens a file in one of the modes of fopen, which names "b" for bytes. Returns null with the

@@ -43,10 +43,8 @@ bool RunProgram(const std::vector<std::string>& arguments, std::error_code& erro
             return false;
         }
     }
-    if (status == 0)
-        return true;
-    error = std::make_error_code(std::errc::io_error); // the program has written the reason
-    return false;
+    error.clear();
+    return status == 0;
 }
 
 std::FILE* OpenFile(const std::string& path, const char* mode)

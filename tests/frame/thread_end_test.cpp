@@ -35,23 +35,37 @@ void UseTheLibrary()
     win32::PeekMessageW(&message, nullptr, 0, 0, win32::kPeekNoRemove);
 }
 
-template <class Thread> void RunThreads(int count)
+// An object of a host that uses the library at the end of its thread.
+struct UserAtEnd
+{
+    ~UserAtEnd() { UseTheLibrary(); }
+    bool mIsUsed = false;
+};
+thread_local UserAtEnd tUserAtEnd;
+
+void UseTheLibraryUntilTheEnd()
+{
+    UseTheLibrary();
+    tUserAtEnd.mIsUsed = true; // makes the object
+}
+
+template <class Thread> void RunThreads(int count, void (*function)())
 {
     for (int i = 0; i < count; ++i)
-        Thread(&UseTheLibrary).join();
+        Thread(function).join();
 }
 } // namespace
 
 TEST_F(ThreadEnd, NoMemoryOfTheThreadIsLeft)
 {
     SKIP_UNDER_SANITIZERS(); // they keep memory that is freed
-    RunThreads<std::thread>(100);
-    RunThreads<boost::thread>(100);
+    RunThreads<std::thread>(100, &UseTheLibraryUntilTheEnd);
+    RunThreads<boost::thread>(100, &UseTheLibrary);
     const long long kRoom = 100 << 10; // bytes; 50 a thread
     const long long before = PrivateBytes();
-    RunThreads<std::thread>(2000);
+    RunThreads<std::thread>(2000, &UseTheLibraryUntilTheEnd);
     const long long between = PrivateBytes();
-    RunThreads<boost::thread>(2000);
+    RunThreads<boost::thread>(2000, &UseTheLibrary);
     EXPECT_LT(between - before, kRoom);
     EXPECT_LT(PrivateBytes() - between, kRoom);
 }
