@@ -110,10 +110,20 @@ bool IsOption(const std::string& argument)
     return argument.size() > 1 && argument.front() == '-';
 }
 
-bool TakesValue(const CLI::App& command, const std::string& name)
+bool IsFlag(const CLI::App& command, const std::string& name)
 {
     const CLI::Option* const option = command.get_option_no_throw(name);
-    return option && option->get_items_expected_max() > 0;
+    return option && option->get_items_expected_max() == 0;
+}
+
+bool TakesValue(const CLI::App& command, const std::string& name)
+{
+    return command.get_option_no_throw(name) && !IsFlag(command, name);
+}
+
+[[noreturn]] void RefuseOption(const std::string& name, const char* why, const std::string& command)
+{
+    throw Failure{kUnusable, std::string(), name + why + " (see zdict " + command + " --help)"};
 }
 
 // Returns the arguments after the program's name, from the last to the first, as CLI11 takes
@@ -142,14 +152,17 @@ std::vector<std::string> Reversed(const std::vector<std::string>& arguments,
         else if (name == "-o" && name != argument)
             result.insert(result.end(), {name, argument.substr(name.size() + 1)});
         else if (name.size() + 1 == argument.size() && TakesValue(command, name))
-            throw Failure{kUnusable, std::string(),
-                          name + " needs a value (see zdict " + arguments[1] + " --help)"};
+            RefuseOption(name, " needs a value", arguments[1]);
+        else if (name != argument && IsFlag(command, name))
+            RefuseOption(name, " takes no value", arguments[1]);
         else
         {
             isValue = name == argument && TakesValue(command, name);
             result.push_back(argument);
         }
     }
+    if (isValue)
+        RefuseOption(result.back(), " needs a value", arguments[1]);
     std::reverse(result.begin(), result.end());
     return result;
 }

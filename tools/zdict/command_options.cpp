@@ -169,6 +169,11 @@ void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, 
     AddFunction(app, name, "N", set, help);
 }
 
+void AddNoCheck(CLI::App* app, std::vector<std::string>* names)
+{
+    AddValues(app, "--no-check", "CHECK", names, "leave this check out; may be repeated");
+}
+
 void AddCodePage(CLI::App* app, CodePage* codePage)
 {
     const auto set = [codePage](const std::string& text) {

@@ -61,4 +61,7 @@ void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, 
 // --code-page. The page becomes the active one.
 void AddCodePage(CLI::App* app, CodePage* codePage);
 
+// --no-check, of the commands that check texts.
+void AddNoCheck(CLI::App* app, std::vector<std::string>* names);
+
 #endif
