@@ -146,7 +146,8 @@ Message ParseLanguage(const char* text, const Language** language)
 {
     const Language* const found = FindLanguage(text);
     if (!found)
-        return {"$$$/QX/FileCache/Wrong/Language=the language '^^1' isn't de, en, ja or pseudo", {text}};
+        return {"$$$/QX/FileCache/Wrong/Language=the language '^^1' isn't de, en, ja or pseudo",
+                {text}};
     *language = found;
     return Message();
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include <win32/text.h>
 
 #include "command_options.h"
@@ -33,8 +31,7 @@ public:
         AddLocale(app, &mLocale, "the locale of the texts (that of each file's name)");
         AddKnownCodePage(app, "--target-code-page", &mTargetCodePage,
                          "the code page that shows the texts (that of the locale)");
-        AddOperands(app, "FILE", &mFiles, "texts of one language each");
-        app->get_option("FILE")->required(false); // --list-checks needs none
+        AddOptionalOperands(app, "FILE", &mFiles, "texts of one language each");
     }
 
     Status Run() override
