@@ -28,7 +28,8 @@
 #   STRICT        the build fails on every finding of zdict lint, a missing text among them, and
 #                 if ENGLISH is not what the sources have
 #   WITH_LIBRARY  adds the texts of U itself in the languages that U has
-#   OUTPUT        folder of the dictionaries (the current binary folder)
+#   OUTPUT        folder of the dictionaries, relative to the current binary folder, which is the
+#                 default
 #   DESTINATION   folder to which the dictionaries and the English texts are installed; without
 #                 it they are not installed
 
@@ -64,6 +65,7 @@ function(u_add_texts target)
   if(NOT arg_OUTPUT)
     set(arg_OUTPUT ${CMAKE_CURRENT_BINARY_DIR})
   endif()
+  cmake_path(ABSOLUTE_PATH arg_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR} NORMALIZE)
   u_find_zdict(command tool)
 
   set(old_english ${arg_ENGLISH})
@@ -96,10 +98,19 @@ function(u_add_texts target)
       list(APPEND sources ${path})
     endif()
   endforeach()
+  # A source that is removed, or added with an old date, changes the list.
+  list(JOIN sources "\n" list)
+  set(known)
+  if(EXISTS ${work}/sources)
+    file(READ ${work}/sources known)
+  endif()
+  if(NOT known STREQUAL list)
+    file(WRITE ${work}/sources "${list}")
+  endif()
   add_custom_command(OUTPUT ${english} ${plain_english}
     COMMAND ${command} extract -o ${english} ${options} ${arg_SOURCES}
     COMMAND ${command} extract --no-notes -o ${plain_english} ${options} ${arg_SOURCES}
-    DEPENDS ${sources} $<TARGET_FILE:${tool}>
+    DEPENDS ${sources} ${work}/sources $<TARGET_FILE:${tool}>
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
     COMMENT "Extracting the texts of ${target}"
     VERBATIM)
@@ -140,9 +151,10 @@ function(u_add_texts target)
     if(arg_WITH_LIBRARY AND "${language}" IN_LIST U_LANGUAGES)
       set(library ${U_DICTIONARIES}/U_${language}.zdict)
     endif()
-    # merge reads texts and images, and takes the locale of the last file that names one.
+    # merge reads texts and images, and takes the locale of the last file that names one. A note
+    # of a translation is a comment in the dictionary, not a part of the text.
     add_custom_command(OUTPUT ${dictionary}
-      COMMAND ${command} merge -o ${dictionary} --locale ${locale} ${library} ${translation}
+      COMMAND ${command} merge --comments -o ${dictionary} --locale ${locale} ${library} ${translation}
       DEPENDS ${checked} ${library} ${translation} $<TARGET_FILE:${tool}>
       COMMENT "Compiling the dictionary ${target}_${language}.zdict"
       VERBATIM)

@@ -30,7 +30,7 @@ const char* const kUsage[] = {
     "$$$/QX/FileCache/Usage/Threads="
     "  --threads N        threads that load, 1 to 256 (4)\n",
     "$$$/QX/FileCache/Usage/Language="
-    "  --language LANG    show texts in this language: de, en or ja (en)\n",
+    "  --language LANG    show texts in this language: de, en, ja or pseudo (en)\n",
     "$$$/QX/FileCache/Usage/Dictionary="
     "  --dictionary FILE  take the texts shown from the dictionary FILE\n",
     "$$$/QX/FileCache/Usage/Log="
@@ -146,7 +146,8 @@ Message ParseLanguage(const char* text, const Language** language)
 {
     const Language* const found = FindLanguage(text);
     if (!found)
-        return {"$$$/QX/FileCache/Wrong/Language=the language '^^1' isn't de, en or ja", {text}};
+        return {"$$$/QX/FileCache/Wrong/Language=the language '^^1' isn't de, en, ja or pseudo",
+                {text}};
     *language = found;
     return Message();
 }

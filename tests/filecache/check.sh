@@ -344,7 +344,7 @@ binary=$work/installed/bin/filecache
 run --language de --help
 translated "installed" "Aufruf: filecache"
 wrong "can't read $work/installed/share/u/filecache_ja.zdict: No such file" --language ja --help
-wrong "the language 'fr' isn't de, en or ja" --language fr "$files"
+wrong "the language 'fr' isn't de, en, ja or pseudo" --language fr "$files"
 wrong "können nicht zusammen angegeben" --language en --dictionary "$german" "$files"
 
 # The text form does as well. A translation without the places of the English text is not used.

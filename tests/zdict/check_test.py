@@ -42,6 +42,14 @@ class Damage(Case):
             "good: fine, text, 1 text",
             "longer: fine, version 2.7, 11 texts, 12 bytes behind its end"])
         self.run_tool("check", sound, status=0)
+        doubtful = self.file("doubtful", '"$$$/a=^x" tail\n"$$$/b=^1 ^1"\n')
+        for options in [], ["--no-check", "text-behind-quote"]:
+            result = self.run_tool("check", *options, doubtful)
+            self.assertEqual("doubtful:1:12: warning: the text behind" in result.out.decode(),
+                             not options)
+            self.assertIn("^1 is there twice", result.out.decode())
+            self.assertIn("doubtful: fine, text, 2 texts\n", result.out.decode())
+        self.run_tool("check", "--no-check", "none", sound, status=2)
         self.run_tool("check", sound, self.path("missing"), empty, status=2)
 
 

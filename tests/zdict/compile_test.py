@@ -68,9 +68,18 @@ class Compile(Case):
         self.assertEqual(result.out, flat([("/a", "4"), ("/b", "2"), ("# remark", "")]))
         self.assertEqual(result.err.splitlines(),
                          ['standard input:6:2: warning: the key "# remark" has a blank [key-blank]',
-                          'standard input:4: it replaces the text of "/a" in line 1',
-                          'standard input:5: it replaces the text of "/a" in line 4',
-                          'standard input:6: without a "=", all of it is a key'])
+                          'standard input:4: warning: it replaces the text of "/a" in line 1 '
+                          '[duplicate-key]',
+                          'standard input:5: warning: it replaces the text of "/a" in line 4 '
+                          '[duplicate-key]',
+                          'standard input:6: warning: without a "=", all of it is a key [no-equals]'])
+        text = self.file("text", "/a=1\n/a=3\n# remark")
+        for command in "compile", "merge":
+            off = [f"--no-check={name}" for name in ("duplicate-key", "no-equals", "key-blank")]
+            self.assertEqual(self.run_tool(command, *off, text).err, "")
+            self.run_tool(command, "--no-check=none", text, status=2)
+        note = self.file("note", "/a=1{{*COMMENT*}}x")
+        self.assertEqual(self.run_tool("merge", "--comments", note).out, flat([("/a", "1", "x")]))
 
     def test_bad_lines_are_named_and_nothing_is_written(self):
         long = "x" * 32768

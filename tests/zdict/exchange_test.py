@@ -138,6 +138,28 @@ class Tools(Exchange):
             texts = gettext.GNUTranslations(file)
         self.assertEqual(texts.pgettext("/App/Title", "Hello, ^1"), "Hallo, ^1")
 
+    def test_flags_that_gettext_drops_are_kept(self):
+        note = "{{*COMMENT*}}"
+        self.english = self.file("en.txt", f'"$$$/a=One{note}#, no-blanks"\n"$$$/b=Two %s"\n'
+                                 f'"$$$/c=3{note}#, range: 0..2"')
+        flags = {"/a": "no-blanks, no-untranslated", "/b": "c-format, no-place-lost, no-wrap",
+                 "/c": "range: 0..2, own"}
+        german = self.file("de.txt", f'"$$$/a=Eins{note}#, no-untranslated\\nmine\\n\\n"\n'
+                           f'"$$$/b=Zwei %s{note}#, no-place-lost, no-wrap"\n'
+                           f'"$$$/c=3{note}#, own\\nx"\n')
+        self.export("po", "de.po", german)
+        self.export("pot", "en.pot")
+        self.assertIn(b"# zdict-flags: no-blanks\n", self.content("en.pot"))
+        self.run_program("msgfmt", "-c", "-o", "x.mo", "de.po")
+        self.run_program("msgmerge", "-q", "-o", "merged.po", "de.po", "en.pot")
+        for name in "de.po", "merged.po":
+            lines = self.imported(self.content(name)).out.decode().splitlines()
+            found = {key: set(listed.split(", ")) for key, listed in
+                     (re.search(r'\$\$\$(.*?)=.*?#, (.*?)(?:\\n|")', line).groups() for line in lines)}
+            self.assertEqual(found, {key: set(listed.split(", ")) for key, listed in flags.items()})
+            self.assertTrue(lines[0].endswith('#| One\\nmine\\n\\n"'), lines[0])
+            self.assertNotIn("zdict-flags", "".join(lines))
+
     def test_line_feeds_that_msgfmt_refuses_make_a_fuzzy_entry(self):
         english = self.file("e", r'"$$$/a=x\n"' + "\n" + '"$$$/b=%s %d"')
         german = self.file("g", r'"$$$/a=y"' + "\n" + '"$$$/b=%d"')
@@ -185,6 +207,7 @@ class BadPO(Exchange):
     def test_charsets(self):
         rows = [("ISO-8859-1", "ä".encode("latin-1"), "ä"), ("Shift_JIS", b"\x83\x5c\x5c\x83\x80",
                                                             None),
+                ("Shift_JIS", b"\x83\x5c\x5c01", "ソ#{1}"), ("SHIFT_JIS", b"\x83\x5c0", "ソ0"),
                 ("EUC-JP", "日本".encode("euc-jp"), "日本"), ("KOI8-R", "я".encode("koi8-r"), "я"),
                 ("UTF-8", "ä".encode(), "ä"), ("UTF-8", b"\xe4", None), ("KOI9-Q", b"a", None),
                 ("ASCII", b"\xe4", None)]
@@ -214,6 +237,11 @@ class BadPO(Exchange):
             (header + '\nmsgctxt "/a"\nmsgid "a"\nmsgstr "b', ":6: end-of-file within string"),
             (header + '\nmsgctxt "/a"\nmsgid "a"\n', ": missing 'msgstr' section"),
             (header + ENTRY % r"\q", ": invalid control sequence"),
+            *((header + ENTRY % ("ä" + nul), ":6:11: a text holds a NUL")
+              for nul in (r"\0e", r"\000", r"\400", r"\x0", r"\x100")),
+            (header + ENTRY.replace('"/a"', r'"/a\\0\0b"') % "c", ":4:15: a text holds a NUL"),
+            *((HEADER % name + '#~ msgctxt "/a"\n#~ msgid "a"\n#~ msgstr "\\0"\n',
+               ":5:12: a text holds a NUL") for name in ("UTF-8", "Shift_JIS")),
             ('{"a": "b"}', ":1:2: syntax error"), ("", ": it has no entries"),
             ("a\nb\0", ":2: it holds a NUL"),
             ("?" * 100 + "\n", " it is no sound PO file"),
@@ -222,6 +250,9 @@ class BadPO(Exchange):
             done = self.run_tool("import", "-o", self.path("out"), "-", stdin=content.encode(),
                                  status=1)
             self.assertIn(what, done.err)
+            # Editors find a place at the begin of a line.
+            self.assertRegex(done.err, r"(?m)^standard input:\d+" if re.match(r":\d", what)
+                             else "^zdict: |^standard input:")
             self.assertFalse(os.path.exists(self.path("out")), what)
 
     def test_parts_of_a_large_file_read_as_one(self):

@@ -68,9 +68,14 @@ class Extract(Case):
                 ('#include "$$$/a=b"\n#error "$$$/a=b\n#pragma x("$$$/a=b")', []),
                 ('#define A "$$$/a=b"\n#define B A\nf(A); f(B);', ["a=b"]),
                 ('#define P "$$$/a/"\n#define Q P "b="\nf(P "x=1"); f(Q "2");', ["a/b=2", "a/x=1"]),
-                ('#define H "h"\n#undef H\n#define H "k"\n"$$$/a=" H', ["a=k"]),
+                ('#define H "h"\n#undef /**/ H\n#define H "k"\n"$$$/a=" H', ["a=k"]),
+                ('#if X\n#define H "h"\n#else\n#define H "h"\n#endif\n"$$$/a=" H', ["a=h"]),
                 ('#define F(x) f("$$$/a=b", x)\nF("$$$/c=d")', ["a=b", "c=d"]),
                 ('"$$$/a="', []),  # nothing to translate
+                ('f("$$=x", "$$", "$$$", "$$a=b", "", "$/a=b")', []),
+                ('x = 1; // \r"$$$/a=b"\r#define P "$$$/"\rf(P "c=d")', ["a=b", "c=d"]),
+                *((f'"$$$/a={"x" * count}"', [f"a={'x' * count}"]) for count in (32764, 32767)),
+                (f'"$$$/a={"x" * 32760}^C^C^C^C"', [f"a={'x' * 32760}^C^C^C^C"]),
                 ('"$$$/a=b^"', ["a=b^^"]), ('"$$$/a=b\\\\"', ["a=b#{5C}"]),
                 ('"$$$/a=^\\""', ['a=^^\\"']), ('"$$$/a=^\\\\"', ["a=^^#{5C}"]),
                 ('"$$$/a=\\x01\\xE2\\x80\\xA8"', ["a=#{1}#{2028}"]),
@@ -85,12 +90,17 @@ class Extract(Case):
                 ('f("$$$/a=b");\n  g("$$$/a=c");', 1,
                  '2:5: error: the text of "/a" is "c", but "b" at a.cpp:1:3'),
                 (long, 1, "1:1: error: the text is longer than 32767 characters"),
-                ('f(\n "$$$/a=b\\0c")', 1, "2:2: error: the literal holds a NUL"),
-                ('"$$$/a=\\xE9"', 1, "1:1: error: the literal isn't UTF-8"),
+                (long[:-3] + '^C^C"', 1, "1:1: error: the text is longer"),
+                ('f(\n "$$$/a=b\\0c")', 0, "2:2: warning: the literal holds a NUL"),
+                ('"$$$/a=\\xE9"', 0, "1:1: warning: the literal isn't UTF-8"),
                 ('"$$$/é=b"', 1, '1:1: error: the key "/é" isn\'t ASCII'),
-                ('"$$$/a=\\q"', 1, "1:1: error: an escape is unknown"),
-                ('"$$$/a=\\xFFF"', 1, "1:1: error: the number of an escape is above a byte"),
-                ('"$$$/a=\\u12"', 1, "1:1: error: an escape is not a character's number"),
+                ('"$$$/a=\\q"', 0, "1:1: warning: an escape is unknown"),
+                ('"$$$/a=\\xFFF"', 0, "1:1: warning: the number of an escape is above a byte"),
+                ('"$$$/a=\\u12"', 0, "1:1: warning: an escape is not a character's number"),
+                ('#if X\n#define S ","\n#else\n#define S ";"\n#endif\n"$$$/a=b" S', 1,
+                 "6:1: error: S in the literal has several values (see --define)"),
+                ('f("$$A/x=y")', 0, '1:3: warning: the literal "$$A/x=y" doesn\'t begin with $$$/'),
+                ('"$$" "$A=y"', 0, '1:1: warning: the literal "$$$A=y" doesn\'t begin with $$$/'),
                 ('"$$$/a=b" UNKNOWN', 1, "1:1: error: the value of UNKNOWN in the literal isn't"),
                 ('#define A A "x"\n"$$$/a=" A', 1, "2:1: error: the value of A in the literal"),
                 ('"$$$/a=b"\n#if X\n"c"\n#endif', 1, "1:1: error: a preprocessor directive divides"),
@@ -115,10 +125,25 @@ class Extract(Case):
         self.assertEqual(self.run_tool("extract", "--no-notes", self.folder).out, line.encode())
         self.assertEqual(self.extracted('"$$$/a=see " PAGE "."', "--no-notes", "--define",
                                         "PAGE=https://b/")[0], [line[:-1]])
+        self.file("a.cpp", 'f(PAGE "x", UNKNOWN "/d=e"); return "x"; extern "C" g(NONE "$$$/b=c");\n'
+                           '#define FULL ROOT "e="\nh(ROOT /* */ "d=e", ROOT WORD "f"); x = FULL "g";')
+        self.file("d.h", '#define ROOT "$$$/r/"\n#define WORD "w="\n#define WORDS WORD\n')
+        expected = ['"$$$/b=c"', '"$$$/r/d=e"', '"$$$/r/e=g"', '"$$$/r/w=f"']
+        found = self.run_tool("extract", "--no-notes", self.folder)
+        self.assertEqual((found.out.decode().splitlines(), found.err), (expected, ""))
+        os.remove(self.path("d.h"))
+        defines = ["--define", "ROOT=$$$/r/", "--define", "WORD=w="]
+        found = self.run_tool("extract", "--no-notes", *defines, self.folder)
+        self.assertEqual((found.out.decode().splitlines(), found.err), (expected, ""))
         self.file("a.cpp", '"$$$/a=" TWO')
         result = self.run_tool("extract", self.folder, status=1)
         self.assertIn("1:1: error: TWO in the literal has several values", result.err)
         self.run_tool("extract", "--define", "TWO=2", self.folder)
+        self.file("a.cpp", 'f(TWO "/a=b")')
+        self.file("c.h", '#define TWO "$$$"\n')
+        self.file("b.h", '#define TWO "$$$/x"\n')
+        result = self.run_tool("extract", self.folder, status=1)
+        self.assertIn("1:3: error: TWO in the literal has several values", result.err)
 
     def test_tables(self):
         table = "ROW=$$$/t/%1=%3%%"
@@ -132,6 +157,21 @@ class Extract(Case):
                           ['a.cpp:5:2: warning: the key "/t/a b" has a blank']))
         self.assertIn("a.cpp:1:1: error: the row has no argument 3",
                       self.extracted("ROW(1, 2)", "--table", table, status=1)[1])
+        os.remove(self.path("a.cpp"))
+        self.file("v.h", '#define VALUE "v" /* */ "w"\n')
+        self.file("r.cpp", 'ROW(1, x, VALUE) ROW(2, x, "a" VALUE) ROW(3, x, OTHER) ROW(VALUE, x, true)')
+        found = self.run_tool("extract", "--no-notes", "--table", table, self.folder)
+        self.assertEqual(found.out.decode().splitlines(), [
+            '"$$$/t/1=vw%"', '"$$$/t/2=avw%"', '"$$$/t/3=OTHER%"', '"$$$/t/vw=true%"'])
+        for row, what in [('ROW(1, x, OTHER "x")', "1:1: error: the value of OTHER in the literal"),
+                          ('ROW(1, x, "\\q")', "1:1: warning: an escape is unknown")]:
+            lines, messages = self.extracted(row, "--table", table, status=int("error" in what))
+            self.assertIn(what, messages[0])
+            self.assertEqual(lines, [])
+        for option in "--table", "--define":
+            self.assertIn(option + " has two values for X", self.extracted(
+                "", option, "X=$$$/a", option, "X=$$$/b", status=2)[1][0])
+            self.extracted("", option, "X=$$$/a", option, "X=$$$/a")
         self.extracted('ROW("$$$/a", "b") ROW2("/c=d")', "--table", "ROW=%1=%2", "--table", "ROW2=$$$%1")
         for wrong in ["ROW", "=x", "ROW=foo%1", "ROW="]:
             self.assertIn("--table", self.extracted("ROW(1)", "--table", wrong, status=2)[1][0])

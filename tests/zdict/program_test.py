@@ -89,6 +89,22 @@ class Files(Case):
                 self.assertIn("standard output: can't be written: No space", result.err)
         self.run_tool("compile", "-o", "/dev/null", "-", stdin=TEXT.encode())
 
+    @unittest.skipIf(WINDOWS, "links")
+    def test_open_files_without_a_path_are_written(self):
+        for target in "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1":
+            self.assertEqual(self.run_tool("compile", "-o", target, "-", stdin=TEXT.encode()).out,
+                             IMAGE[False], target)
+        done = subprocess.run(["bash", "-c", '"$0" compile -o >(cat > "$1"; echo) - | cat', os.environ[
+            "ZDICT"], self.path("out")], input=TEXT.encode(), stdout=subprocess.PIPE, timeout=60)
+        self.assertEqual((done.stdout, self.content("out")), (b"\n", IMAGE[False]))
+        os.symlink("nowhere", self.path("dangling"))
+        result = self.run_tool("compile", "-o", self.path("dangling"), "-", stdin=TEXT.encode(),
+                               status=2)
+        self.assertIn("dangling: can't be written: it is a link to ", result.err)
+        with open(self.path("file"), "wb") as file:
+            self.run_tool("compile", "-o", "/dev/stdout", "-", stdin=TEXT.encode(), stdout=file)
+        self.assertEqual(self.content("file"), IMAGE[False])
+
     @unittest.skipIf(os.geteuid(), "links of another user take root")
     def test_a_link_of_another_user_in_a_shared_folder_is_refused(self):
         other, stranger = 1, 2
@@ -177,8 +193,11 @@ class Usage(Case):
                 (["--version", "a"], "not expected: a (see zdict --help)"),
                 (["completion", "fish"], "no completion for the shell 'fish'"),
                 (["compile", "a", "-o", ""], "zdict: -o needs a file name (see zdict compile --help)"),
-                (["compile", "a", "-o"], "-o"),
-                (["compile", "--big-endian=yes", "a"], "big-endian was given a disallowed"),
+                (["compile", "a", "-o"], "zdict: -o needs a value (see zdict compile --help)"),
+                (["compile", "a", "--base"], "zdict: --base needs a value (see"),
+                (["compile", "--big-endian=yes", "a"],
+                 "--big-endian takes no value (see zdict compile --help)"),
+                (["check", "a", "-o"], "not expected: -o"), (["lint", "--strict="], "--strict takes no"),
                 (["compile", "--locale", "de DE", "a"], "the locale 'de DE' isn't a name"),
                 *((["compile", "--base", base, "a"], f"the base '{base}' isn't a number from 0 to")
                   for base in ("-1", "4294967296", "1x", "0x1", "")),

@@ -1,6 +1,7 @@
 """How much of the texts is translated: the table and the page."""
 
 import html.parser
+import re
 import unittest
 
 from program import WINDOWS, Case
@@ -111,7 +112,7 @@ class Status(Case):
             bad = self.file("bad.txt", text)
             for arguments in (["--english", good, bad], ["--english", bad, good]):
                 result = self.run_tool("status", *arguments, status=1)
-                self.assertRegex(result.err, r"bad.txt:1:\d+: error: ")
+                self.assertRegex(result.err, rf"(?m)^{re.escape(bad)}:1:\d+: error: ")
                 self.assertEqual(result.out, b"")
         result = self.run_tool("status", good, status=2)
         self.assertIn("--english is required", result.err)

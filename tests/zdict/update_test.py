@@ -68,7 +68,23 @@ class Update(Case):
             lines, messages = self.updated(translation, english, *options, old=old)
             self.assertEqual((lines, messages[-5:]), (expected, report))
         self.assertEqual(self.updated(translation, english, "--quiet", old=old)[1],
-                         ['de.txt:6: it replaces the text of "/twice" in line 5'])
+                         ['de.txt:6: warning: it replaces the text of "/twice" in line 5'
+                          ' [duplicate-key]'])
+
+    def test_a_note_has_room(self):
+        for length, kept in (20000, False), (32700, False), (32767, None), (10000, True):
+            text, old = "x" * length, "o" * 20000
+            status = 1 if kept is None else 0
+            self.file("en.txt", '"$$$/a=new{{*COMMENT*}}#: a.c:1"')
+            self.file("old.txt", f'"$$$/a={old}"')
+            self.file("de.txt", f'"$$$/a={text}"\n')
+            result = self.run_tool("update", "--english", "en.txt", "--old-english", "old.txt",
+                                   "de.txt", cwd=self.folder, status=status)
+            self.assertEqual("#, fuzzy" in result.out.decode(), not status)
+            self.assertEqual(old in result.out.decode(), bool(kept))
+            self.run_tool("compile", "-", stdin=result.out)
+            if status:
+                self.assertIn('the text of "/a" can\'t be marked as fuzzy', result.err)
 
     def test_a_change_is_found_after_a_round_trip_and_any_count_of_updates(self):
         english = [self.file(f"{name}.txt", f'"$$$/a={name}"\n') for name in ("One", "Two")]
@@ -96,7 +112,8 @@ class Update(Case):
                                       ("utf-16-be", b"\xFE\xFF", ()),
                                       ("cp1252", b"", ("--code-page", "1252"))]:
             lines, _ = self.updated(mark + '"$$$/a=ä"\n'.encode(coding), "/a=c\n", *options, old=image)
-            self.assertEqual(lines, expected, coding)
+            lead = "\ufeff" if coding == "utf-8" else ""  # UTF-16 becomes UTF-8
+            self.assertEqual(lines, [lead + line for line in expected], coding)
         for coding in "utf-16-le", "utf-16-be":  # where more characters end a line
             lines, messages = self.updated("\ufeff/a=1\u2028/b=2\u2029/c=3".encode(coding),
                                            "/a=1\n/b=2\n/c=3")
@@ -129,7 +146,7 @@ set_target_properties(U::zdict PROPERTIES IMPORTED_LOCATION "@ZDICT@")
 include("@ROOT@/cmake/u_add_dictionary.cmake")
 include("@ROOT@/cmake/u_add_texts.cmake")
 add_custom_target(host)
-u_add_texts(host @STRICT@ ENGLISH texts/en.txt LANGUAGES de @LOCALES@ SOURCES src
+u_add_texts(host @STRICT@ OUTPUT dictionaries ENGLISH texts/en.txt LANGUAGES de @LOCALES@ SOURCES src
   TABLES "ROW=$$$/t/%1=%2" EXCLUDE_KEYS "/private/*" DESTINATION share)
 """
 
@@ -158,7 +175,8 @@ class Build(Case):
                        stdout=subprocess.PIPE, check=True, timeout=60)
 
     def shown(self, key):
-        return self.run_tool("get", self.path("build/host_de.zdict"), key).out.decode().rstrip("\n")
+        image = self.path("build/dictionaries/host_de.zdict")
+        return self.run_tool("get", image, key).out.decode().rstrip("\n")
 
     def test_changes_of_sources_reach_the_dictionary(self):
         for folder in "src", "texts":
@@ -191,6 +209,22 @@ class Build(Case):
         self.file("texts/de.txt", '"$$$/a=Dateien"\n"$$$/t/2=zwei"\n')
         self.build()
         self.assertEqual(self.shown("/a"), "Dateien")
+        self.assertNotIn("dictionaries", os.listdir(self.folder))
+
+        # A source that is removed, and one with an old date.
+        self.file("src/b.cpp", 'f("$$$/b=Beta")')
+        self.file("texts/de.txt", '"$$$/a=Dateien"\n"$$$/t/2=zwei"\n"$$$/b=Beta{{*COMMENT*}}'
+                  '#: b.cpp:1\\n#, no-untranslated"\n')
+        os.utime(self.path("src/b.cpp"), (1577836800, 1577836800))
+        self.assertIn("target host_texts_update", self.build(fails=True))
+        self.update()
+        self.build()
+        self.assertEqual(self.shown("/b"), "Beta")  # the note isn't a part of the text
+        os.remove(self.path("src/b.cpp"))
+        self.assertIn("[obsolete-key]", self.build(fails=True))
+        self.update()
+        self.build()
+        self.assertNotIn("Extracting", self.build())
         subprocess.run(["cmake", "--install", self.path("build"), "--prefix", self.path("at")],
                        check=True, stdout=subprocess.PIPE, timeout=60)
         self.assertEqual(sorted(os.listdir(self.path("at/share"))), ["host_de.zdict", "host_en.txt"])

@@ -97,7 +97,7 @@ class BadXLIFF(Exchange):
     def test_states(self):
         unit = '<trans-unit resname="/a" %s><source>a</source><target %s>b</target></trans-unit>'
         segment = '<segment %s><source>a</source>%s</segment>'
-        rows = [(unit % ("", ""), "b"), (unit % ('approved="no"', ""), "fuzzy"),
+        rows = [(unit % ("", ""), "b"), (unit % ('approved="yes"', ""), "b"), (unit % ('approved="no"', ""), "fuzzy"),
                 (unit % ('approved="no"', 'state="translated"'), "b"),
                 (unit % ("", 'state="needs-review-translation"'), "fuzzy"),
                 (unit % ("", 'state="new"'), "fuzzy"), (self.UNIT % "", ""),
@@ -136,6 +136,18 @@ class BadXLIFF(Exchange):
              ":2:2: it has no source"),
             (self.xliff(self.UNIT2 % "<segment><target>b</target></segment>", "2.0"),
              "it has no source"),
+            (self.xliff(self.UNIT.replace("</trans", "<target>c</target></trans") % "b"),
+             '1:95: it is a second target of "trans-unit"'),
+            (self.xliff(self.UNIT.replace("<target", "<source/><target") % "b"),
+             'it is a second source of "trans-unit"'),
+            (self.xliff(self.UNIT.replace("<target", " \n x <target") % "b"),
+             ":1:34: it holds a text outside of its elements: "),
+            *((self.xliff(self.UNIT2 % f"{before}<segment><source>a</source>{inside}</segment>", "2.0"),
+               what) for before, inside, what in [
+                   ("", "<target>b</target><target>c</target>", 'second target of "segment"'),
+                   ("", "<source>b</source><target>c</target>", 'second source of "segment"'),
+                   ("", "<![CDATA[x]]><target>b</target>", 'outside of its elements: "x"'),
+                   ("x", "<target>b</target>", 'outside of its elements: "x"')]),
             (self.xliff(self.UNIT % '<g id="1">b</g>'), ':1:85: the inline element "g" is not'),
             (self.xliff(self.UNIT % 'a<x id="1"/>'), 'the inline element "x" is not carried'),
             (self.xliff(self.UNIT % '<x id="1" ctype="x-char" equiv-text="#{110000}"/>'),
@@ -176,6 +188,15 @@ class BadXLIFF(Exchange):
                              "<segment><source>a</source><target>b</target></segment>")
         self.assertEqual(self.imported(self.xliff(unit, "2.0").encode()).out.decode(),
                          '"$$$/a=b{{*COMMENT*}}#: \u2068a b\u2069:3\\n#| a"\n')
+
+    def test_a_translation_that_a_tool_adds_is_done(self):
+        english = self.file("e", '"$$$/a=One"\n')
+        for form in "xliff1", "xliff2":
+            text = self.exported(form, english).replace(
+                b"One</source>", b"One</source>\n<target>Eins</target>").replace(
+                    b' state="initial"', b"")
+            done = self.imported(text, "--no-notes")
+            self.assertEqual((done.out, done.err), (b'"$$$/a=Eins"\n', ""), form)
 
     def test_a_key_that_xml_cannot_hold_is_refused(self):
         english = self.file("e", b'"$$$/a\x01b=c"\n')

@@ -1,13 +1,20 @@
+// The only source that includes CLI11, whose headers take long to compile.
+
 #include "command_line.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 #include <CLI/CLI.hpp>
 
+#include <platform/control.h>
+#include <win32/text.h>
+
 #include "command_options.h"
-#include "commands/commands.h"
+#include "commands/command_list.h"
 
 namespace
 {
@@ -15,105 +22,91 @@ const char kStatusHelp[] =
     "Status: 0 success, 1 damaged content or something not found, 2 wrong usage or a\n"
     "file that can't be read or written.";
 
-struct Row
+// Decimal digits only: CLI11 also reads octal and hexadecimal numbers.
+std::uint32_t ParseNumber(const std::string& text, const std::string& problem)
 {
-    const char* mName;
-    const char* mSummary;
-    const char* mHelp; // in lines of at most 80 characters
-    std::unique_ptr<Command> (*mMake)();
-};
+    std::uint32_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end)
+        throw CLI::ValidationError(problem);
+    return number;
+}
 
-// In alphabetical order.
-const Row kRows[] = {
-    {"check", "print whether files are sound, or where they are damaged",
-     "Checks images of any version, and texts, and prints a line or more for\n"
-     "each: that it is fine, or where it is damaged.\n",
-     MakeCheck},
-    {"compile", "make an image of texts",
-     "Makes an image of version 2.7 of texts, one key=text a line. If several texts\n"
-     "have a key, the last one counts. A bad line is reported by file and number, and\n"
-     "nothing is written then. Identifiers count the keys in the order of their first\n"
-     "lines.\n",
-     MakeCompile},
-    {"completion", "print the completion of command lines for a shell",
-     "Prints a script for bash, which completes commands, options and names of files:\n"
-     "source <(zdict completion bash).\n",
-     MakeCompletion},
-    {"dump", "make a text of an image",
-     "Writes an image of any version, or a text, as a text: a line for each key, in\n"
-     "the order of their bytes. Characters that a reader would change are written as\n"
-     "notations, so that compile makes the same texts of it. Content that a text\n"
-     "can't carry is refused.\n",
-     MakeDump},
-    {"export", "make a file for translators' tools",
-     "Writes English texts and their translation as PO, as a template of PO, or as\n"
-     "XLIFF 1.2 or 2.0. A key is the context of its text. Without FILE, nothing is\n"
-     "translated yet.\n",
-     MakeExport},
-    {"extract", "collect the texts of source code",
-     "Collects the literals of C, C++ and Objective-C sources that begin with $$$/,\n"
-     "and writes them as a text, in the order of their keys. Folders are walked. Two\n"
-     "English texts of one key are an error.\n",
-     MakeExtract},
-    {"get", "print the texts of keys",
-     "Prints the text that a look-up of each KEY finds, as it is stored, in UTF-8. KEY\n"
-     "may be a literal of the source code, as $$$/a/b=text.\n",
-     MakeGet},
-    {"import", "make a text of a file of translators' tools",
-     "Writes the translations of PO, XLIFF 1.2 or XLIFF 2.0 as a text. What a\n"
-     "translator marked as fuzzy, and what is obsolete, is left out.\n",
-     MakeImport},
-    {"keys", "list the keys of files",
-     "Lists the keys of images of any version, and of texts, each once, in the order\n"
-     "of their bytes.\n",
-     MakeKeys},
-    {"lint", "find mistakes in translators' texts",
-     "Checks texts, and compares them with the English ones if --english names them.\n"
-     "Prints a line for each finding, as file:line:column: severity: message [check].\n"
-     "A flag no-CHECK in the note of a text switches the check off for the text, as in\n"
-     "{{*COMMENT*}}#, no-untranslated. Status 1 for an error; for a warning if strict.\n",
-     MakeLint},
-    {"merge", "make one image of images and texts",
-     "Loads images of any version, and texts, in order, and makes one image of\n"
-     "version 2.7 of them, with the identifiers that a program has after these loads.\n"
-     "If several files have a key, the text of the last one counts, and the last\n"
-     "comment that there is. The last locale counts too.\n",
-     MakeMerge},
-    {"pseudo", "make texts of a pseudo-locale",
-     "Writes the English texts with accents, a third longer and in brackets, so that\n"
-     "a program shows which texts it doesn't look up, cuts or can't display. Places,\n"
-     "notations, markers, notes, addresses, options of programs and tags are kept.\n",
-     MakePseudo},
-    {"remove", "make a file without some of its keys",
-     "Writes an image of version 2.7 without the keys, with the same identifiers, or a\n"
-     "text without the lines of the keys. If a key is absent, nothing is written.\n",
-     MakeRemove},
-    {"stats", "print figures of a file",
-     "Prints the figures of an image of any version, or of a text, as a table. Sizes\n"
-     "are in bytes; a slot is the position of an entry, which a removed entry keeps.\n",
-     MakeStats},
-    {"status", "print how much of the texts is translated",
-     "Prints a row for each translation: how many of the English texts are\n"
-     "translated, outdated (fuzzy, or made of an older English text), untranslated and\n"
-     "missing, and how many of its keys are obsolete. A terminal also shows a bar.\n",
-     MakeStatus},
-    {"update", "bring a translation up to date with new English texts",
-     "Writes the translation TEXT again. Texts whose English text has changed are\n"
-     "marked as fuzzy, with the old English text in their notes, and texts of keys\n"
-     "that English lacks are left out. All other lines stay as they are, fuzzy ones\n"
-     "too. Changes are reported.\n",
-     MakeUpdate},
-};
+std::string CheckLocale(const std::string& name)
+{
+    const char* const allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-@.";
+    if (name.empty() || name.find_first_not_of(allowed) != std::string::npos)
+        return "the locale '" + name + "' isn't a name such as de_DE";
+    return std::string();
+}
+
+// Returns the code page, which is then the active one.
+std::uint32_t ParseCodePage(const std::string& value)
+{
+    const std::string problem =
+        "the code page '" + value +
+        "' isn't 932, 936, 949, 950, 1250 to 1258, 10000, 10001, 10007 or 65001";
+    const std::uint32_t codePage = ParseNumber(value, problem);
+    platform::SetActiveCodePage(codePage);
+    if (win32::GetACP() != codePage)
+        throw CLI::ValidationError(problem);
+    return codePage;
+}
+
+// The parser calls `set` with the value.
+template <class Set>
+void AddFunction(CLI::App* app, const char* name, const char* type, const Set& set,
+                 const char* help)
+{
+    app->add_option_function<std::string>(name, set, help)->type_name(type)->take_last();
+}
+
+std::string WithoutMark(const std::string& operand)
+{
+    return operand.substr(1);
+}
+
+// `number` may be an optional one.
+template <class Number>
+void AddNumberTo(CLI::App* app, const char* name, const char* thing, Number* number,
+                 const char* help)
+{
+    const auto set = [number, prefix = "the " + std::string(thing)](const std::string& text) {
+        *number = ParseNumber(text, prefix + " '" + text + "' isn't a number from 0 to 4294967295");
+    };
+    AddFunction(app, name, "N", set, help);
+}
+
+CLI::Option* AddOneOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+{
+    const auto store = [value](const CLI::results_t& operands) {
+        *value = WithoutMark(operands.front());
+        return true;
+    };
+    return app->add_option(name, store, help);
+}
 
 bool IsOption(const std::string& argument)
 {
     return argument.size() > 1 && argument.front() == '-';
 }
 
-bool TakesValue(const CLI::App& command, const std::string& name)
+bool IsFlag(const CLI::App& command, const std::string& name)
 {
     const CLI::Option* const option = command.get_option_no_throw(name);
-    return option && option->get_items_expected_max() > 0;
+    return option && option->get_items_expected_max() == 0;
+}
+
+bool TakesValue(const CLI::App& command, const std::string& name)
+{
+    return command.get_option_no_throw(name) && !IsFlag(command, name);
+}
+
+[[noreturn]] void RefuseOption(const std::string& name, const char* why, const std::string& command)
+{
+    throw Failure{kUnusable, std::string(), name + why + " (see zdict " + command + " --help)"};
 }
 
 // Returns the arguments after the program's name, from the last to the first, as CLI11 takes
@@ -142,14 +135,17 @@ std::vector<std::string> Reversed(const std::vector<std::string>& arguments,
         else if (name == "-o" && name != argument)
             result.insert(result.end(), {name, argument.substr(name.size() + 1)});
         else if (name.size() + 1 == argument.size() && TakesValue(command, name))
-            throw Failure{kUnusable, std::string(),
-                          name + " needs a value (see zdict " + arguments[1] + " --help)"};
+            RefuseOption(name, " needs a value", arguments[1]);
+        else if (name != argument && IsFlag(command, name))
+            RefuseOption(name, " takes no value", arguments[1]);
         else
         {
             isValue = name == argument && TakesValue(command, name);
             result.push_back(argument);
         }
     }
+    if (isValue)
+        RefuseOption(result.back(), " needs a value", arguments[1]);
     std::reverse(result.begin(), result.end());
     return result;
 }
@@ -170,7 +166,7 @@ public:
                                 "--help' describes one\ncommand, the manual page zdict(1) all "
                                 "of them.\n\n") +
                     kStatusHelp);
-        for (const Row& row : kRows)
+        for (const CommandRow& row : AllCommands())
             Add(row);
     }
 
@@ -202,7 +198,7 @@ public:
     }
 
 private:
-    void Add(const Row& row)
+    void Add(const CommandRow& row)
     {
         CLI::App* const app = mApp.add_subcommand(row.mName, row.mSummary);
         app->footer(std::string(row.mHelp) + "\n" + kStatusHelp);
@@ -246,9 +242,145 @@ private:
     std::vector<std::unique_ptr<Command>> mCommands;
     Command* mCommand = nullptr; // of the command line
 };
+
+CommandInfo InfoOf(const CLI::App& command)
+{
+    CommandInfo info = {command.get_name(), {}};
+    for (const CLI::Option* const option : command.get_options())
+    {
+        OptionInfo one = {{}, option->get_type_name(), option->get_items_expected_max() > 0};
+        for (const std::string& name : option->get_snames())
+            one.mNames.push_back("-" + name);
+        for (const std::string& name : option->get_lnames())
+            one.mNames.push_back("--" + name);
+        info.mOptions.push_back(one);
+    }
+    return info;
+}
 } // namespace
 
 Status RunCommandLine(const std::vector<std::string>& arguments)
 {
     return Parser().Parse(arguments);
+}
+
+void AddOptionalOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+{
+    AddOneOperand(app, name, value, help);
+}
+
+void AddOperand(CLI::App* app, const char* name, std::string* value, const char* help)
+{
+    AddOneOperand(app, name, value, help)->required();
+}
+
+void AddOptionalOperands(CLI::App* app, const char* name, std::vector<std::string>* values,
+                         const char* help)
+{
+    const auto store = [values](const CLI::results_t& operands) {
+        std::transform(operands.begin(), operands.end(), std::back_inserter(*values), WithoutMark);
+        return true;
+    };
+    app->add_option(name, store, help)->expected(1, -1)->allow_extra_args();
+}
+
+void AddOperands(CLI::App* app, const char* name, std::vector<std::string>* values,
+                 const char* help)
+{
+    AddOptionalOperands(app, name, values, help);
+    app->get_option(name)->required();
+}
+
+void AddFlag(CLI::App* app, const char* name, bool* flag, const char* help)
+{
+    app->add_flag(name, *flag, help)->disable_flag_override();
+}
+
+void AddValue(CLI::App* app, const char* name, const char* type, std::string* value,
+              const char* help)
+{
+    const auto set = [value](const std::string& text) { *value = text; };
+    AddFunction(app, name, type, set, help);
+}
+
+void AddValues(CLI::App* app, const char* name, const char* type, std::vector<std::string>* values,
+               const char* help)
+{
+    const auto add = [values](const std::string& text) { values->push_back(text); };
+    app->add_option_function<std::string>(name, add, help)
+        ->type_name(type)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->trigger_on_parse();
+}
+
+void AddChoice(CLI::App* app, const char* name, const std::vector<std::string>& choices,
+               std::string* value, const char* help)
+{
+    const std::string list = CLI::detail::join(choices, "|");
+    const auto set = [=, option = std::string(name)](const std::string& text) {
+        if (std::find(choices.begin(), choices.end(), text) == choices.end())
+            throw CLI::ValidationError(option + " is " + list + ", not '" + text + "'");
+        *value = text;
+    };
+    AddFunction(app, name, list.c_str(), set, help);
+}
+
+void AddNumber(CLI::App* app, const char* name, const char* thing, std::uint32_t* number,
+               const char* help)
+{
+    AddNumberTo(app, name, thing, number, help);
+}
+
+void AddNumber(CLI::App* app, const char* name, const char* thing,
+               std::optional<std::uint32_t>* number, const char* help)
+{
+    AddNumberTo(app, name, thing, number, help);
+}
+
+void AddOutput(CLI::App* app, std::string* name)
+{
+    const auto set = [name](const std::string& text) {
+        if (text.empty())
+            throw CLI::ValidationError("-o needs a file name");
+        *name = text;
+    };
+    AddFunction(app, "-o", "OUT", set, "write to the file OUT, not to standard output");
+}
+
+void AddLocale(CLI::App* app, std::string* name, const char* help)
+{
+    app->add_option("--locale", *name, help)->type_name("NAME")->take_last()->check(CheckLocale);
+}
+
+void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, const char* help)
+{
+    const auto set = [codePage](const std::string& text) {
+        const unsigned int active = win32::GetACP();
+        *codePage = ParseCodePage(text);
+        platform::SetActiveCodePage(active);
+    };
+    AddFunction(app, name, "N", set, help);
+}
+
+void AddNoCheck(CLI::App* app, std::vector<std::string>* names)
+{
+    AddValues(app, "--no-check", "CHECK", names, "leave this check out; may be repeated");
+}
+
+void AddCodePage(CLI::App* app, CodePage* codePage)
+{
+    const auto set = [codePage](const std::string& text) {
+        *codePage = {ParseCodePage(text), true};
+    };
+    AddFunction(app, "--code-page", "N", set,
+                "code page of texts that don't name theirs (65001, UTF-8)");
+}
+
+std::vector<CommandInfo> CommandsOf(const CLI::App& command)
+{
+    const CLI::App& program = *command.get_parent();
+    std::vector<CommandInfo> commands = {InfoOf(program)};
+    for (const CLI::App* const one : program.get_subcommands({}))
+        commands.push_back(InfoOf(*one));
+    return commands;
 }

@@ -23,11 +23,14 @@ class App;
 const char kOperandMark = '\x01';
 
 // Required operands, in the order of the calls. AddOperands takes one or more, and is the last
-// call. So is AddOptionalOperand.
+// call. So are the functions for optional operands.
 void AddOperand(CLI::App* app, const char* name, std::string* value, const char* help);
 void AddOptionalOperand(CLI::App* app, const char* name, std::string* value, const char* help);
 void AddOperands(CLI::App* app, const char* name, std::vector<std::string>* values,
                  const char* help);
+
+void AddOptionalOperands(CLI::App* app, const char* name, std::vector<std::string>* values,
+                         const char* help);
 
 void AddFlag(CLI::App* app, const char* name, bool* flag, const char* help);
 
@@ -60,5 +63,24 @@ void AddKnownCodePage(CLI::App* app, const char* name, std::uint32_t* codePage, 
 
 // --code-page. The page becomes the active one.
 void AddCodePage(CLI::App* app, CodePage* codePage);
+
+// --no-check, of the commands that check texts.
+void AddNoCheck(CLI::App* app, std::vector<std::string>* names);
+
+struct OptionInfo
+{
+    std::vector<std::string> mNames; // with their hyphens; none for an operand
+    std::string mType;               // of the value; choices are separated by |
+    bool mTakesValue;
+};
+
+struct CommandInfo
+{
+    std::string mName;
+    std::vector<OptionInfo> mOptions;
+};
+
+// Returns the program, and then all commands. `command` is one of them.
+std::vector<CommandInfo> CommandsOf(const CLI::App& command);
 
 #endif

@@ -23,7 +23,11 @@ void ReportAt(const std::string& place, const std::string& what)
 
 void Report(const Failure& failure)
 {
-    if (!failure.mWhat.empty())
+    if (failure.mWhat.empty())
+        return;
+    if (failure.mIsPlace)
+        ReportAt(failure.mFile, failure.mWhat);
+    else
         Report(failure.mFile, failure.mWhat);
 }
 

@@ -16,8 +16,9 @@ enum Status
 struct Failure
 {
     Status mStatus;
-    std::string mFile; // as in the command line; empty if the failure is not of one file
-    std::string mWhat; // empty if the failure has been reported
+    std::string mFile;     // as in the command line; empty if the failure is not of one file
+    std::string mWhat;     // empty if the failure has been reported
+    bool mIsPlace = false; // mFile is a place in a file, as file:line:column
 };
 
 // Writes a line to standard error, with the names of the program and of the file, if there is

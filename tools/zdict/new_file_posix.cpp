@@ -81,9 +81,12 @@ void WriteNamed(const std::string& name, const std::string& bytes, Content conte
 {
     const Target target = FindTarget(name);
     if (target.mExists && !S_ISREG(target.mState.st_mode))
+    {
+        const int follow = target.mIsDescriptor ? 0 : O_NOFOLLOW;
         return WriteInPlace(
-            openat(target.mFolder.Get(), target.mName.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC),
+            openat(target.mFolder.Get(), target.mName.c_str(), O_WRONLY | follow | O_CLOEXEC),
             bytes, content, name);
+    }
     NewFile(target, name)
         .Write(bytes, target.mExists ? target.mState.st_mode & kPermissions : NewFilePermissions());
 }

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace
@@ -39,12 +41,17 @@ public:
             const std::string name = mNames.back();
             mNames.pop_back();
             Descriptor entry(openat(mFolder.Get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-            const bool isNew = entry.Get() < 0 && errno == ENOENT && mNames.empty() && !mEndsInLink;
-            if (isNew)
+            const bool isAbsent = entry.Get() < 0 && errno == ENOENT && mNames.empty();
+            if (isAbsent && !mEndsInLink)
                 return {std::move(mFolder), name, false, {}};
+            if (isAbsent)
+                FailToWrite(mPath, "it is a link to " + mShown + name + ", which does not exist");
             if (entry.Get() < 0)
                 FailToWrite(mPath, std::strerror(errno));
             const struct stat state = StateOf(entry, mPath);
+            struct stat target = {};
+            if (S_ISLNK(state.st_mode) && mNames.empty() && IsDescriptor(entry, name, &target))
+                return {std::move(mFolder), name, true, target, true};
             if (S_ISLNK(state.st_mode))
                 Follow(entry, state, name);
             else if (mNames.empty())
@@ -55,6 +62,16 @@ public:
     }
 
 private:
+    // Returns whether a link is one of /proc to an open file without a path, and stores the state
+    // of that file.
+    bool IsDescriptor(const Descriptor& link, const std::string& name, struct stat* target) const
+    {
+        struct statfs system = {};
+        return fstatfs(link.Get(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC &&
+               fstatat(mFolder.Get(), name.c_str(), target, 0) == 0 && !S_ISREG(target->st_mode) &&
+               !S_ISDIR(target->st_mode);
+    }
+
     void Follow(const Descriptor& link, const struct stat& state, const std::string& name)
     {
         if (!MayFollow(state, StateOf(mFolder, mPath)))

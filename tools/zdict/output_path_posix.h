@@ -15,6 +15,10 @@ struct Target
     std::string mName;
     bool mExists;
     struct stat mState; // of the file, if it exists; never of a link
+
+    // The name is a link of the proc file system to an open pipe, terminal or socket, which has no
+    // path.
+    bool mIsDescriptor = false;
 };
 
 // Finds the target of an output path.

@@ -18,6 +18,9 @@ inline void AddBuildOptions(CLI::App* app, BuildOptions* options)
             "leave keys out: texts are found by identifier only");
     AddFlag(app, "--verbose", &options->mVerbose,
             "print how many texts each file has and replaces");
+    AddFlag(app, "--comments", &options->mLoad.mComments,
+            "put what follows {{*COMMENT*}} into the image's comments");
+    AddNoCheck(app, &options->mOffChecks);
 }
 
 #endif

@@ -30,15 +30,22 @@ void Print(const std::string& file, const std::string& what)
     std::printf("%s: %s\n", platform::Printable(file).c_str(), what.c_str());
 }
 
-Status CheckText(const InputFile& file, CodePage codePage)
+// A finding is an error if compile refuses the text, and else a warning.
+Status CheckText(const InputFile& file, CodePage codePage, const CheckSet& checks)
 {
-    Findings findings((CheckSet()));
+    Findings findings(checks);
     LintedFile lines;
     LintFile(file, codePage, LintOptions(), &findings, &lines);
     findings.SortFrom(0);
+    bool hasError = false;
     for (const Finding& finding : findings.All())
-        std::printf("%s\n", LineOf(finding).c_str());
-    if (findings.CountOf(Severity::kError))
+    {
+        const bool isError = StopsLoads(finding.mCheck);
+        const Severity severity = isError ? Severity::kError : Severity::kWarning;
+        std::printf("%s\n", LineOf(finding, severity).c_str());
+        hasError |= isError;
+    }
+    if (hasError)
         return kFaulty;
     Print(file.mName, "fine, text, " + Counted(lines.mLines.size(), "text"));
     return kFine;
@@ -57,13 +64,13 @@ Status CheckImageFile(const InputFile& file, const hollin::ImageReport& report)
     return report.mDamaged || report.mUnreachable ? kFaulty : kFine;
 }
 
-Status CheckOne(const std::string& name, CodePage codePage)
+Status CheckOne(const std::string& name, CodePage codePage, const CheckSet& checks)
 {
     try
     {
         const InputFile file = ReadFile(name);
         if (IsText(FormOf(file, codePage)))
-            return CheckText(file, codePage);
+            return CheckText(file, codePage, checks);
         return CheckImageFile(file, CheckFile(file, codePage));
     }
     catch (const Failure& failure)
@@ -79,20 +86,23 @@ public:
     void AddOptions(CLI::App* app) override
     {
         AddCodePage(app, &mCodePage);
+        AddNoCheck(app, &mOff);
         AddOperands(app, "FILE", &mFiles, "images and texts");
     }
 
     Status Run() override
     {
+        const CheckSet checks({}, mOff);
         Status status = kFine;
         for (const std::string& name : mFiles)
-            status = std::max(status, CheckOne(name, mCodePage));
+            status = std::max(status, CheckOne(name, mCodePage, checks));
         return status;
     }
 
 private:
     std::vector<std::string> mFiles;
     CodePage mCodePage;
+    std::vector<std::string> mOff;
 };
 } // namespace
 

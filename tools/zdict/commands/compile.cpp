@@ -11,8 +11,6 @@ public:
     void AddOptions(CLI::App* app) override
     {
         AddBuildOptions(app, &mOptions);
-        AddFlag(app, "--comments", &mOptions.mLoad.mComments,
-                "put what follows {{*COMMENT*}} into the image's comments");
         AddOperands(app, "TEXT", &mOptions.mFiles, "texts, in order");
     }
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include "command_options.h"
 #include "commands/commands.h"
 #include "files.h"
@@ -42,34 +40,29 @@ const char kEnd[] = R"(    esac
 complete -o default -F _zdict zdict
 )";
 
-std::vector<std::string> NamesOf(const CLI::Option& option)
-{
-    std::vector<std::string> names;
-    for (const std::string& name : option.get_snames())
-        names.push_back("-" + name);
-    for (const std::string& name : option.get_lnames())
-        names.push_back("--" + name);
-    return names;
-}
-
-// Returns all names of the options, each after a blank.
-std::string OptionsOf(const CLI::App& app)
+// Returns all names of the options, separated by blanks.
+std::string OptionsOf(const CommandInfo& command)
 {
     std::string names;
-    for (const CLI::Option* option : app.get_options())
+    for (const OptionInfo& option : command.mOptions)
     {
-        for (const std::string& name : NamesOf(*option))
-            names += " " + name;
+        for (const std::string& name : option.mNames)
+            names += (names.empty() ? "" : " ") + name;
     }
     return names;
 }
 
 // Returns the values of an option, separated by blanks. A value with choices has them as its type.
-std::string ValuesOf(const CLI::Option& option)
+std::string ValuesOf(const OptionInfo& option)
 {
-    std::string values = option.get_type_name();
+    std::string values = option.mType;
     if (values == "CHECK")
-        return CLI::detail::join(NamesOfChecks(), " ");
+    {
+        values.clear();
+        for (const std::string& name : NamesOfChecks())
+            values += (values.empty() ? "" : " ") + name;
+        return values;
+    }
     if (values.find('|') == std::string::npos)
         return std::string();
     std::replace(values.begin(), values.end(), '|', ' ');
@@ -77,39 +70,38 @@ std::string ValuesOf(const CLI::Option& option)
 }
 
 // Appends how the value of an option is completed.
-void AppendValue(const std::string& command, const CLI::Option& option, std::string* script)
+void AppendValue(const std::string& command, const OptionInfo& option, std::string* script)
 {
-    const std::string type = option.get_type_name();
-    if (option.get_items_expected_max() == 0 || type == "FILE" || type == "OUT")
+    if (!option.mTakesValue || option.mType == "FILE" || option.mType == "OUT")
         return;
     const std::string values = ValuesOf(option);
     const std::string completion =
         values.empty() ? "compopt +o default"
                        : "COMPREPLY=($(compgen -W '" + values + "' -- \"$current\"))";
-    for (const std::string& name : NamesOf(option))
+    for (const std::string& name : option.mNames)
     {
         script->append("    '").append(command).append(" ").append(name).append("')\n");
         script->append("        ").append(completion).append("\n        return ;;\n");
     }
 }
 
-std::string BashScript(const CLI::App& program)
+std::string BashScript(const std::vector<CommandInfo>& commands)
 {
-    std::string commands;
+    std::string names;
     std::string values;
     std::string options;
-    for (const CLI::App* command : program.get_subcommands({}))
+    for (std::size_t i = 1; i < commands.size(); ++i)
     {
-        const std::string& name = command->get_name();
-        commands += name + " ";
-        options += "    " + name + ") words='" + OptionsOf(*command).substr(1) + "' ;;\n";
-        for (const CLI::Option* option : command->get_options())
-            AppendValue(name, *option, &values);
+        const CommandInfo& command = commands[i];
+        names += command.mName + " ";
+        options += "    " + command.mName + ") words='" + OptionsOf(command) + "' ;;\n";
+        for (const OptionInfo& option : command.mOptions)
+            AppendValue(command.mName, option, &values);
     }
-    commands += OptionsOf(program).substr(1);
+    names += OptionsOf(commands.front()); // of the program
     std::string begin = kBegin;
     const std::string place = "COMMANDS";
-    begin.replace(begin.find(place), place.size(), commands);
+    begin.replace(begin.find(place), place.size(), names);
     return begin + values + kMiddle + options + kEnd;
 }
 
@@ -128,7 +120,7 @@ public:
         if (mShell != "bash")
             throw Failure{kUnusable, std::string(),
                           "there is no completion for the shell '" + mShell + "', only for bash"};
-        WriteFile(mOutput, BashScript(*mApp->get_parent()), Content::kText);
+        WriteFile(mOutput, BashScript(CommandsOf(*mApp)), Content::kText);
         return kFine;
     }
 

@@ -23,6 +23,19 @@ std::pair<std::string, std::string> SplitOption(const char* option, const std::s
     return {value.substr(0, equals), value.substr(equals + 1)};
 }
 
+// Adds a value of an option that may be repeated for other macros.
+std::pair<std::string, std::string> AddOnce(const char* option, const std::string& value,
+                                            std::unordered_map<std::string, std::string>* values)
+{
+    const auto pair = SplitOption(option, value);
+    const auto [known, isNew] = values->insert(pair);
+    if (!isNew && known->second != pair.second)
+        throw Failure{kUnusable, std::string(),
+                      std::string(option) + " has two values for " + pair.first +
+                          " (see zdict extract --help)"};
+    return pair;
+}
+
 // Reports the problems in the order of the files and their lines. Returns whether one of them is
 // an error.
 bool ReportProblems(std::vector<SourceProblem>* problems, const std::vector<std::string>& files)
@@ -72,7 +85,7 @@ public:
         for (const std::string& table : mTables)
             AddTable(table);
         for (const std::string& define : mDefines)
-            mEnglishRules.mDefines.insert(SplitOption("--define", define));
+            AddOnce("--define", define, &mEnglishRules.mDefines);
 
         const std::vector<std::string> files = FindSources(mSources, mExcludes);
         SourceTexts found;
@@ -97,7 +110,7 @@ public:
 private:
     void AddTable(const std::string& option)
     {
-        const auto table = SplitOption("--table", option);
+        const auto table = AddOnce("--table", option, &mReadingRules.mTables);
         // An argument may have the rest of the prefix.
         const std::string head = table.second.substr(0, table.second.find('%'));
         const std::size_t length = std::min(head.size(), kPrefix.size());
@@ -105,7 +118,6 @@ private:
             throw Failure{kUnusable, std::string(),
                           "the pattern '" + table.second + "' of --table must begin with " +
                               kPrefix + " (see zdict extract --help)"};
-        mReadingRules.mTables.insert(table);
     }
 
     void ReadSource(const std::string& name, SourceTexts* found)
@@ -116,6 +128,9 @@ private:
             file.mBytes.begin() + static_cast<long>(std::min<std::size_t>(2, file.mBytes.size())));
         if (begin == "\xFF\xFE" || begin == "\xFE\xFF")
             throw Failure{kFaulty, file.mName, "it is UTF-16, not UTF-8"};
+        // Old files have carriage returns alone at the ends of their lines.
+        if (std::find(file.mBytes.begin(), file.mBytes.end(), '\n') == file.mBytes.end())
+            std::replace(file.mBytes.begin(), file.mBytes.end(), '\r', '\n');
         file.mBytes.push_back(0);
         SourceReader(file.mName, reinterpret_cast<const char*>(file.mBytes.data()),
                      file.mBytes.size() - 1, mReadingRules, found)

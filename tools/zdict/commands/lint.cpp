@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include <win32/text.h>
 
 #include "command_options.h"
@@ -26,15 +24,14 @@ public:
         AddChoice(app, "--format", {"text", "json"}, &mFormat, "the form of the findings (text)");
         AddOutput(app, &mOutput);
         AddValues(app, "--only", "CHECK", &mOnly, "run this check alone; may be repeated");
-        AddValues(app, "--no-check", "CHECK", &mOff, "leave this check out; may be repeated");
+        AddNoCheck(app, &mOff);
         AddFlag(app, "--list-checks", &mListsChecks, "print the names of the checks");
         AddNumber(app, "--max-length", "length", &mOptions.mLongest,
                   "most characters of a text whose note sets no max-length");
         AddLocale(app, &mLocale, "the locale of the texts (that of each file's name)");
         AddKnownCodePage(app, "--target-code-page", &mTargetCodePage,
                          "the code page that shows the texts (that of the locale)");
-        AddOperands(app, "FILE", &mFiles, "texts of one language each");
-        app->get_option("FILE")->required(false); // --list-checks needs none
+        AddOptionalOperands(app, "FILE", &mFiles, "texts of one language each");
     }
 
     Status Run() override
@@ -48,8 +45,7 @@ public:
             throw Failure{kUnusable, std::string(), "FILE is required (see zdict lint --help)"};
         Findings findings(CheckSet(mOnly, mOff));
         const Status status = CheckFiles(&findings);
-        const std::size_t files = mFiles.size() + (mEnglish.empty() ? 0 : 1);
-        WriteFile(mOutput, mFormat == "json" ? AsJSON(findings, files) : AsText(findings, files),
+        WriteFile(mOutput, mFormat == "json" ? AsJSON(findings, mRead) : AsText(findings, mRead),
                   Content::kText);
         const bool isFaulty =
             findings.CountOf(Severity::kError) || (mIsStrict && !findings.All().empty());
@@ -64,6 +60,7 @@ private:
         {
             LintFile(AsText(ReadFile(mEnglish), mCodePage), mCodePage, mOptions, findings,
                      &english);
+            ++mRead;
             findings->SortFrom(0);
         }
         Status status = kFine;
@@ -80,6 +77,7 @@ private:
             LintedFile translation;
             LintFile(ReadFile(name), mCodePage, OptionsFor(name), findings,
                      mEnglish.empty() ? nullptr : &translation);
+            ++mRead;
             if (!mEnglish.empty() && english.mIsTextForm && translation.mIsTextForm)
                 LintTranslation(english, translation, findings);
             findings->SortFrom(first);
@@ -109,6 +107,7 @@ private:
     std::uint32_t mTargetCodePage = 0;
     bool mIsStrict = false;
     bool mListsChecks = false;
+    std::size_t mRead = 0; // files
     std::string mFormat = "text";
     std::string mOutput = "-";
     std::vector<std::string> mOnly;

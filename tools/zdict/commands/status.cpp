@@ -17,7 +17,8 @@ public:
     void AddOptions(CLI::App* app) override
     {
         AddCodePage(app, &mCodePage);
-        AddValue(app, "--english", "EN", &mEnglish, "the English texts of the same keys");
+        AddValue(app, "--english", "EN", &mEnglish,
+                 "the English texts of the same keys (required)");
         AddValue(app, "--html", "PAGE", &mPage, "also write a page with all texts to work on");
         AddOperands(app, "FILE", &mFiles, "texts of one language each");
     }

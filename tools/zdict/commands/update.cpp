@@ -41,6 +41,12 @@ std::string InUTF8(const InputFile& file, CodePage codePage)
     return ToUTF8(ToZString(ViewOf(units)));
 }
 
+// Returns the byte-order mark of a text in UTF-8, or an empty text.
+std::string MarkOf(const InputFile& file, CodePage codePage)
+{
+    return TextBytes(file, codePage).mSize < file.mBytes.size() ? "\xEF\xBB\xBF" : "";
+}
+
 class Update : public Command
 {
 public:
@@ -72,7 +78,7 @@ public:
         const std::string translation = InUTF8(file, mCodePage);
         platform::SetActiveCodePage(win32::kCodePageUTF8);
         const Updated updated = UpdateTranslation(translation, english, old.get(), mRules);
-        WriteFile(mOutput, updated.mText, Content::kText);
+        WriteFile(mOutput, MarkOf(file, mCodePage) + updated.mText, Content::kText);
         if (!mIsQuiet)
             ReportChanges(file.mName, updated);
         return kFine;

@@ -123,6 +123,16 @@ std::string At(const std::string& file, Place place)
     return place.mColumn ? line + ":" + std::to_string(place.mColumn) : line;
 }
 
+Failure FailureAt(const std::string& file, Place place, const std::string& what)
+{
+    return {kFaulty, At(file, place), what, place.mLine != 0};
+}
+
+void ReportAt(const std::string& file, Place place, const std::string& what)
+{
+    Report(FailureAt(file, place, what));
+}
+
 Catalogue MakeCatalogue(const EntryTable& english, const std::string& englishFile,
                         const EntryTable& translations, const std::string& translationFile)
 {

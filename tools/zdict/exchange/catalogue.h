@@ -10,6 +10,7 @@
 
 #include "exchange/note.h"
 #include "images/entry_table.h"
+#include "messages.h"
 
 // The translation of a text that is to be empty in a language. An empty translation is a missing
 // one in all formats. Look-ups drop the marker.
@@ -27,6 +28,11 @@ struct Place
 
 // Returns "file:line:column".
 std::string At(const std::string& file, Place place);
+
+Failure FailureAt(const std::string& file, Place place, const std::string& what); // kFaulty
+
+// Writes a line to standard error that begins with the place, if it is known.
+void ReportAt(const std::string& file, Place place, const std::string& what);
 
 // All texts are in the form of exchange_text.h, those of the note too.
 struct CatalogueEntry

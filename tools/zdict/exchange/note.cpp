@@ -231,6 +231,22 @@ NotedText SplitNote(const hollin::ZString& text)
     return {ToZString(units.substr(0, at)), ParseNote(ToUTF8(ToZString(comment)))};
 }
 
+Note FittingNote(Note note, std::size_t room)
+{
+    const auto fits = [&] { return JoinNote(hollin::ZString(), note).Length() <= room; };
+    while (!note.mReferences.empty() && !fits())
+        note.mReferences.resize(note.mReferences.size() / 2);
+    if (!fits())
+        note.mExtracted.clear();
+    if (!fits())
+        note.mOldEnglish.reset();
+    if (!fits())
+        note.mTranslator.clear();
+    if (!fits())
+        note.mFlags.clear();
+    return note;
+}
+
 hollin::ZString JoinNote(const hollin::ZString& text, const Note& note)
 {
     if (note.IsEmpty())

@@ -21,6 +21,7 @@
 #ifndef ZDICT_EXCHANGE_NOTE_H
 #define ZDICT_EXCHANGE_NOTE_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -72,6 +73,12 @@ bool HasNote(const hollin::ZString& text);
 // Splits an expanded text as a look-up does: the marker counts that follows the marker of a
 // platform, if the text has such a marker.
 NotedText SplitNote(const hollin::ZString& text);
+
+// Returns the note without the parts for which a text has no room: first the references, then the
+// comments of programmers, the old English text, the translator's comment, and the flags.
+//
+// `room` is in UTF-16 units, for the note and its marker.
+Note FittingNote(Note note, std::size_t room);
 
 // Returns the text with its note. No marker is added for an empty note.
 //

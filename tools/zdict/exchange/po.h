@@ -26,6 +26,10 @@ void ReadPO(const InputFile& file, const OnEntry& onEntry);
 // blank more, since a backslash at its end would continue the line.
 bool EndsInBackslash(const std::string& line);
 
+// The beginning of a line of the translator's comment that has the flags which gettext's tools
+// drop, as no-untranslated.
+extern const std::string kFlagsLine;
+
 // Returns a PO file of UTF-8.
 //
 // - A translation that begins or ends with a line feed where the English text does not, or the

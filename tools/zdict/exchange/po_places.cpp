@@ -9,12 +9,24 @@ const std::size_t kPartSize = 1 << 20;
 const char kBlanks[] = " \t";
 const char kKeywordLetters[] = "abcdefghijklmnopqrstuvwxyz_";
 
-// Returns the end of the string that begins at a double quote.
-std::size_t EndOfString(std::string_view line, std::size_t at)
+// Returns whether an escape whose backslash is at `at` is the number of a NUL, of which the low
+// byte counts.
+bool IsNul(std::string_view line, std::size_t at)
 {
-    for (++at; at < line.size() && line[at] != '"'; ++at)
-        at += line[at] == '\\';
-    return std::min(at + 1, line.size());
+    const bool isHex = line.substr(at + 1, 1) == "x";
+    const std::string_view digits = isHex ? "0123456789abcdefABCDEF" : "01234567";
+    const std::size_t most = isHex ? line.size() : 3;
+    const std::string_view rest = line.substr(std::min(line.size(), at + (isHex ? 2 : 1)), most);
+    const std::string_view number =
+        rest.substr(0, std::min(rest.find_first_not_of(digits), rest.size()));
+    unsigned int value = 0;
+    for (const char digit : number)
+    {
+        const int letter = digit | 0x20;
+        const int one = digit <= '9' ? digit - '0' : letter - 'a' + 10;
+        value = value * (isHex ? 16 : 8) + static_cast<unsigned int>(one);
+    }
+    return !number.empty() && (value & 0xFF) == 0;
 }
 } // namespace
 
@@ -42,6 +54,22 @@ bool POParts::Next(POPart* part)
     return !part->mText.empty();
 }
 
+// Returns the end of the string that begins at a double quote.
+std::size_t POParts::AddString(std::string_view line, std::size_t at)
+{
+    for (++at; at < line.size() && line[at] != '"'; ++at)
+    {
+        if (line[at] != '\\')
+            continue;
+        const bool isAfterByte = static_cast<unsigned char>(line[at - 1]) >= 0x80;
+        Place& nul = isAfterByte ? mPart.mNulAfterByte : mPart.mNul;
+        if (!nul.mLine && IsNul(line, at))
+            nul = {mNow.mLine, at + 1};
+        ++at;
+    }
+    return std::min(at + 1, line.size());
+}
+
 // Returns false if the part ends in front of the message that begins in this line.
 bool POParts::AddLine(std::string_view line)
 {
@@ -57,7 +85,7 @@ bool POParts::AddLine(std::string_view line)
     {
         if (line[at] == '"')
         {
-            at = EndOfString(line, at);
+            at = AddString(line, at);
             if (mHasTranslation)
                 mEnd = {std::min(mNow.mOffset + line.size() + 1, mText.size()), mNow.mLine + 1};
             continue;

@@ -23,6 +23,11 @@ struct POPart
     std::uint64_t mFirstLine = 1;
     std::vector<POMessagePlace> mMessages;
     Place mDomain; // of the first directive "domain"
+
+    // The first escapes of NULs, as \0. Before the second one is a byte that isn't ASCII, so that
+    // its backslash may be a part of a character.
+    Place mNul;
+    Place mNulAfterByte;
 };
 
 // Splits a PO file in an ASCII-compatible charset. The content need not be sound.
@@ -45,6 +50,7 @@ private:
     };
 
     bool AddLine(std::string_view line);
+    std::size_t AddString(std::string_view line, std::size_t at);
     bool AddKeyword(std::string_view keyword, Place place);
     bool MayEnd() const;
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -105,6 +106,28 @@ std::string LinesOf(const std::string& comment)
     return lines;
 }
 
+// Removes the lines of kFlagsLine from the lines of a comment, and returns their flags.
+std::string TakeFlagsLines(std::string* comment)
+{
+    std::string flags;
+    for (std::size_t begin = 0; begin < comment->size();)
+    {
+        const std::size_t end = std::min(comment->find('\n', begin), comment->size());
+        if (comment->compare(begin, kFlagsLine.size(), kFlagsLine) != 0)
+        {
+            begin = end + 1;
+            continue;
+        }
+        const std::size_t value = begin + kFlagsLine.size();
+        flags += "," + comment->substr(value, end - value);
+        // The last line has no line feed; that of the line before it is removed.
+        const bool isLast = end == comment->size();
+        const std::size_t first = isLast && begin ? begin - 1 : begin;
+        comment->erase(first, isLast ? std::string::npos : end + 1 - first);
+    }
+    return flags;
+}
+
 // Throws: Failure for content that the library ignores or can't read.
 std::string_view TextOf(const InputFile& file)
 {
@@ -115,10 +138,21 @@ std::string_view TextOf(const InputFile& file)
     if (nul != std::string_view::npos)
     {
         const auto line = std::count(text.begin(), text.begin() + nul, '\n') + 1;
-        throw Failure{kFaulty, At(file.mName, {static_cast<std::uint64_t>(line), 0}),
-                      "it holds a NUL (UTF-16?)"};
+        throw FailureAt(file.mName, {static_cast<std::uint64_t>(line), 0},
+                        "it holds a NUL (UTF-16?)");
     }
     return text.substr(text.substr(0, mark.size()) == mark ? mark.size() : 0);
+}
+
+// Returns whether the second byte of a character may be that of a backslash.
+bool HasBackslashInCharacters(std::string charset)
+{
+    std::transform(charset.begin(), charset.end(), charset.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
+    });
+    const char* const kNames[] = {"shift", "sjis", "cp9", "big5", "gbk", "gb18030", "johab"};
+    return std::any_of(std::begin(kNames), std::end(kNames),
+                       [&](const char* name) { return charset.find(name) == 0; });
 }
 
 bool IsHeader(po_message_t message)
@@ -141,9 +175,11 @@ public:
         if (!parsed)
             throw Failure{kFaulty, mFile, "it can't be read as PO"};
         if (part.mDomain.mLine)
-            throw Failure{kFaulty, At(mFile, part.mDomain), "domains are not carried"};
+            throw FailureAt(mFile, part.mDomain, "domains are not carried");
         if (!mConverter)
             mConverter.emplace(po_file_domain_header(parsed.get(), nullptr), mFile);
+
+        RefuseNul(part);
 
         const bool isFirst = part.mFirstLine == 1;
         auto place = part.mMessages.begin();
@@ -175,7 +211,7 @@ private:
     void SetHeader(const POPart& part, const POMessagePlace& place)
     {
         if (part.mFirstLine != 1)
-            throw Failure{kFaulty, At(mFile, place.mPlace), "the header is not the first message"};
+            throw FailureAt(mFile, place.mPlace, "the header is not the first message");
         mHeader = part.mText;
         mHeaderLines = static_cast<std::uint64_t>(std::count(mHeader.begin(), mHeader.end(), '\n'));
     }
@@ -185,8 +221,8 @@ private:
         if (po_message_msgid_plural(message))
         {
             if (++mPlurals <= kMostReports)
-                Report(At(mFile, place.mPlace),
-                       "plural forms are not carried, the entry is left out");
+                ReportAt(mFile, place.mPlace,
+                         "plural forms are not carried, the entry is left out");
             return;
         }
         CatalogueEntry entry;
@@ -197,9 +233,9 @@ private:
         entry.mTranslation = Text(po_message_msgstr(message));
         entry.mNote = NoteOf(message, place.mFlags);
         if (!mIsSound && ++mFaults <= kMostReports)
-            Report(At(mFile, place.mPlace), "a text of the entry is not in " +
-                                                mConverter->Charset() +
-                                                ", the charset of the header");
+            ReportAt(mFile, place.mPlace,
+                     "a text of the entry is not in " + mConverter->Charset() +
+                         ", the charset of the header");
         if (mIsSound)
             mOnEntry(std::move(entry));
     }
@@ -222,13 +258,24 @@ private:
             if (line != static_cast<std::size_t>(-1))
                 references += ":" + std::to_string(line);
         }
-        Note note = ParseNote(references + "\n#, " + flags);
+        std::string comments = LinesOf(Text(po_message_comments(message)));
+        const std::string more = TakeFlagsLines(&comments);
+        Note note = ParseNote(references + "\n#, " + flags + "," + more);
         note.mExtracted = LinesOf(Text(po_message_extracted_comments(message)));
-        note.mTranslator = LinesOf(Text(po_message_comments(message)));
+        note.mTranslator = comments;
         if (const char* const old = po_message_prev_msgid(message))
             note.mOldEnglish = Text(old);
         note.SetFlag(kObsoleteFlag, po_message_is_obsolete(message));
         return note;
+    }
+
+    // The library ends a text at a NUL. Throws: Failure.
+    void RefuseNul(const POPart& part) const
+    {
+        const bool isDoubtful = HasBackslashInCharacters(mConverter->Charset());
+        const Place& place = part.mNul.mLine || isDoubtful ? part.mNul : part.mNulAfterByte;
+        if (place.mLine)
+            throw FailureAt(mFile, place, "a text holds a NUL");
     }
 
     // Reports warnings of the header once. Throws: Failure if one of the problems is an error.
@@ -243,8 +290,8 @@ private:
                 line += part.mFirstLine - 1 - mHeaderLines;
             errors += problem.mIsError;
             if (!isOfHeader && ++mReports <= kMostReports)
-                Report(At(mFile, problem.mPlace),
-                       (problem.mIsError ? "" : "warning: ") + problem.mWhat);
+                ReportAt(mFile, problem.mPlace,
+                         (problem.mIsError ? "" : "warning: ") + problem.mWhat);
         }
         if (errors)
             throw Failure{kFaulty, mFile, "it is no sound PO file, " + Counted(errors, "error")};

@@ -113,6 +113,14 @@ bool IsFormatOfLibrary(const std::string& flag)
     return false;
 }
 
+// Returns whether the library has a function for the flag.
+bool IsOfLibrary(const std::string& flag)
+{
+    const bool isNegated = flag.compare(0, 3, "no-") == 0;
+    return flag == kFuzzyFlag || flag == kObsoleteFlag || ParseRange(flag) ||
+           IsFormatOfLibrary(isNegated ? flag.substr(3) : flag);
+}
+
 const std::size_t kBatchSize = 1 << 20;
 
 struct Messages
@@ -212,8 +220,11 @@ private:
         std::vector<std::string> flags = note.mFlags;
         if (HasFields(entry.mEnglish))
             flags.push_back(kFieldFlag);
+        std::string others;
         for (const std::string& flag : flags)
         {
+            if (!IsOfLibrary(flag))
+                others += (others.empty() ? "" : ", ") + flag;
             if (IsFormatOfLibrary(flag) && !note.HasFlag("no-" + flag) &&
                 (flag != kFieldFlag || HasSoundFields(entry)))
                 po_message_set_format(message, flag.c_str(), 1);
@@ -222,10 +233,13 @@ private:
             if (const std::optional<Range> range = ParseRange(flag))
                 po_message_set_range(message, range->mLeast, range->mMost);
         }
+        std::string comment = mForm == POForm::kTemplate ? std::string() : note.mTranslator;
+        if (!others.empty())
+            comment += (comment.empty() ? "" : "\n") + kFlagsLine + others;
+        if (!comment.empty())
+            po_message_set_comments(message, CommentOf(comment).c_str());
         if (mForm == POForm::kTemplate)
             return;
-        if (!note.mTranslator.empty())
-            po_message_set_comments(message, CommentOf(note.mTranslator).c_str());
         po_message_set_fuzzy(message, IsFuzzy(entry));
         if (note.mOldEnglish)
             po_message_set_prev_msgid(message, note.mOldEnglish->c_str());
@@ -266,6 +280,8 @@ private:
     std::string mBytes;
 };
 } // namespace
+
+const std::string kFlagsLine = "zdict-flags: ";
 
 bool EndsInBackslash(const std::string& line)
 {

@@ -175,7 +175,7 @@ Taker::SameText& Taker::SameTextOf(const CatalogueEntry& entry)
 void Taker::Fail(const CatalogueEntry& entry, const std::string& what)
 {
     if (++mFaults <= kMostReports)
-        Report(At(mFile, entry.mPlace), what);
+        ReportAt(mFile, entry.mPlace, what);
 }
 
 void Taker::ReportCount(std::size_t count, const char* thing, const char* option) const

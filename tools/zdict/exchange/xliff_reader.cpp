@@ -82,7 +82,8 @@ private:
         const pugi::xml_node node = isUnit ? mXML.Content() : mXML.Tag();
         const std::string type = Attribute(node, "restype");
         if (type == "x-gettext-plurals")
-            Report(PlaceOf(node), "plural forms are not carried, the group is left out");
+            ReportAt(mFile, mXML.PlaceOf(node),
+                     "plural forms are not carried, the group is left out");
         else if (isUnit && type != "x-gettext-domain-header")
             mOnEntry(mIs20 ? Unit20(node) : Unit12(node));
         else if (IsOneOf(NameOf(node), {"file", "body", "group"}))
@@ -92,7 +93,7 @@ private:
             return;
         }
         else if (NameOf(node) == "bin-unit")
-            Report(PlaceOf(node), "binary data is not carried, the unit is left out");
+            ReportAt(mFile, mXML.PlaceOf(node), "binary data is not carried, the unit is left out");
         if (!isUnit)
             mXML.Content();
     }
@@ -115,11 +116,31 @@ private:
         return node.find_child([&](pugi::xml_node child) { return NameOf(child) == name; });
     }
 
+    // Throws: Failure for a text outside of the elements for texts, or two texts in place of one.
+    void RequireOneText(pugi::xml_node parent) const
+    {
+        std::size_t sources = 0;
+        std::size_t targets = 0;
+        for (const pugi::xml_node child : parent.children())
+        {
+            const std::string name = NameOf(child);
+            sources += name == "source";
+            targets += name == "target";
+            if (sources > 1 || targets > 1)
+                Fail(child, "it is a second " + name + " of " + Quoted(parent.name()));
+            const bool isText =
+                child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata;
+            if (isText && std::strspn(child.value(), " \t\r\n") != std::strlen(child.value()))
+                Fail(parent, "it holds a text outside of its elements: " + Quoted(child.value()));
+        }
+    }
+
     CatalogueEntry Unit12(pugi::xml_node unit) const
     {
         CatalogueEntry entry;
         entry.mPlace = mXML.PlaceOf(unit);
         entry.mKey = Attribute(unit, "resname");
+        RequireOneText(unit);
         entry.mEnglish = Text(RequireChild(unit, "source"));
         const pugi::xml_node target = Child(unit, "target");
         entry.mTranslation = Text(target);
@@ -177,11 +198,13 @@ private:
         std::size_t translated = 0;
         std::size_t missing = 0;
         bool isOpen = false;
+        RequireOneText(unit);
         for (const pugi::xml_node segment : unit.children())
         {
             const std::string name = NameOf(segment);
             if (!IsOneOf(name, {"segment", "ignorable"}))
                 continue;
+            RequireOneText(segment);
             const std::string source = Text(RequireChild(segment, "source"));
             const pugi::xml_node target = Child(segment, "target");
             if (target.attribute("order"))
@@ -194,7 +217,8 @@ private:
             isOpen |= Attribute(segment, "state") == kInitialState;
         }
         if (translated && missing)
-            Report(PlaceOf(unit), "a segment has no translation, so that the unit is left out");
+            ReportAt(mFile, mXML.PlaceOf(unit),
+                     "a segment has no translation, so that the unit is left out");
         if (!translated || missing)
             entry->mTranslation.clear();
         entry->mNote.SetFlag(kFuzzyFlag, isOpen && !entry->mTranslation.empty());
@@ -279,11 +303,9 @@ private:
         return child;
     }
 
-    std::string PlaceOf(pugi::xml_node node) const { return At(mFile, mXML.PlaceOf(node)); }
-
     [[noreturn]] void Fail(pugi::xml_node node, const std::string& what) const
     {
-        throw Failure{kFaulty, PlaceOf(node), what};
+        throw FailureAt(mFile, mXML.PlaceOf(node), what);
     }
 
     const std::string mFile;

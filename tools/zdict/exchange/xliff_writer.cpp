@@ -184,7 +184,9 @@ private:
         mXML.Open("trans-unit");
         SetKey("id", entry.mKey);
         SetKey("resname", entry.mKey);
-        mXML.Set("approved", isDone ? "yes" : "no");
+        // Without a translation, the attribute would mark the tool's translation as fuzzy.
+        if (!entry.mTranslation.empty())
+            mXML.Set("approved", isDone ? "yes" : "no");
         mXML.Set("xml:space", "preserve");
         AddContent("source", entry.mEnglish);
         if (!entry.mTranslation.empty())

@@ -283,8 +283,8 @@ void XMLReader::RequireSingleAttributes() const
         std::sort(names.begin(), names.end());
         const auto twice = std::adjacent_find(names.begin(), names.end());
         if (twice != names.end())
-            throw Failure{kFaulty, At(mFile, PlaceOf(node)),
-                          "the attribute " + Quoted(std::string(*twice)) + " is there twice"};
+            throw FailureAt(mFile, PlaceOf(node),
+                            "the attribute " + Quoted(std::string(*twice)) + " is there twice");
     }
 }
 
@@ -336,7 +336,7 @@ void XMLReader::RequireCharacters() const
 
 void XMLReader::Fail(std::size_t offset, const std::string& what) const
 {
-    throw Failure{kFaulty, At(mFile, PlaceOf(offset)), what};
+    throw FailureAt(mFile, PlaceOf(offset), what);
 }
 
 bool IsXMLCharacter(const char* text, std::size_t size, std::size_t* length)

@@ -23,16 +23,18 @@ public:
     {
     }
 
+    bool Knows(const std::string& name) const { return mDefines.count(name) || mFound.count(name); }
+
     // Appends the bytes. Returns an empty text, or a clause that names what is wrong.
     std::string Append(const Parts& parts, std::string* bytes, int depth = 0) const
     {
         for (const Part& part : parts)
         {
-            std::string problem =
-                part.mIsMacro ? AppendMacro(part.mText, bytes, depth) : std::string();
+            const bool isMacro = part.mIsMacro && (!part.mIsName || Knows(part.mText));
+            std::string problem = isMacro ? AppendMacro(part.mText, bytes, depth) : std::string();
             if (!problem.empty())
                 return problem;
-            if (!part.mIsMacro)
+            if (!isMacro)
                 *bytes += part.mText;
         }
         return std::string();
@@ -56,11 +58,13 @@ private:
         {
             std::string other;
             std::string problem = Append(parts, &other, depth + 1);
-            if (!problem.empty())
-                return problem;
             if (value && *value != other)
-                return name + " in the literal has several values (see --define)";
-            value = other;
+                problem = name + " in the literal has several values (see --define)";
+            value = value.value_or(other);
+            if (problem.empty())
+                continue;
+            *bytes += *value; // it may be the beginning of a text
+            return problem;
         }
         *bytes += *value;
         return std::string();
@@ -82,28 +86,34 @@ bool IsUTF8(const std::string& bytes)
     return true;
 }
 
-// Returns a clause for a literal that no text form can hold, or an empty text.
-std::string ProblemOf(const std::string& key, const std::string& literal)
-{
-    if (literal.find('\0') != std::string::npos)
-        return "the literal holds a NUL, which ends the text";
-    if (!IsUTF8(literal))
-        return "the literal isn't UTF-8";
-    if (const char* const problem = KeyProblem(key))
-        return "the key " + Quoted(key) + " " + problem;
-    if (key.size() > hollin::kLongestRun)
-        return "the key is longer than " + Counted(hollin::kLongestRun, "byte");
-    if (FromUTF8(literal).Length() - key.size() > kLongestUnits)
-        return "the text is longer than " + Counted(kLongestUnits, "character");
-    return std::string();
-}
-
 // Returns the text that look-ups give if they find no translation.
 std::string Expanded(const std::string& literal)
 {
     const std::uint32_t encoding = hollin::kEncodingUTF8;
     hollin::Dictionary nothing(true);
     return ToUTF8(nothing.GetString(literal.c_str(), &encoding));
+}
+
+// Returns whether a literal seems to be a text of which the prefix is misspelt, or has no slash.
+bool HasMalformedPrefix(const std::string& literal)
+{
+    const std::size_t key = literal.find_first_not_of('$');
+    const std::size_t equals = literal.find('=');
+    if (key == std::string::npos || key < 2 || equals == std::string::npos || equals <= key)
+        return false;
+    return key > 2 || literal.find('/') < equals;
+}
+
+// Returns a clause for a literal that no text form can hold, or an empty text.
+std::string ProblemOf(const std::string& key, const std::string& literal)
+{
+    if (const char* const problem = KeyProblem(key))
+        return "the key " + Quoted(key) + " " + problem;
+    if (key.size() > hollin::kLongestRun)
+        return "the key is longer than " + Counted(hollin::kLongestRun, "byte");
+    if (literal.size() > kLongestUnits && FromUTF8(Expanded(literal)).Length() > kLongestUnits)
+        return "the text is longer than " + Counted(kLongestUnits, "character");
+    return std::string();
 }
 
 // Adds each line of a comment that the text does not have.
@@ -122,14 +132,24 @@ public:
     {
     }
 
-    void Add(const SourceText& text)
+    void Add(SourceText text)
     {
+        DropUnknownWords(&text);
         std::string literal;
         const std::string unknown = mMacros.Append(text.mParts, &literal);
         if (literal.compare(0, kPrefix.size(), kPrefix) != 0)
+        {
+            if (unknown.empty() && HasMalformedPrefix(literal))
+                Complain(text,
+                         "the literal " + Quoted(literal) + " doesn't begin with " + kPrefix +
+                             " and is left out",
+                         false);
             return;
+        }
         if (!unknown.empty())
             return Complain(text, unknown, true);
+        if (text.mProblem)
+            return Complain(text, text.mProblem, false);
         const std::size_t equals = literal.find('=');
         const std::string key = literal.substr(3, equals - 3);
         if (IsExcluded(key) || equals + 1 == literal.size())
@@ -137,6 +157,10 @@ public:
         if (equals == std::string::npos)
             return Complain(text, "the literal " + Quoted(literal) + " has no \"=\" and no text",
                             false);
+        if (literal.find('\0') != std::string::npos)
+            return Complain(text, "the literal holds a NUL, which ends the text", false);
+        if (!IsUTF8(literal))
+            return Complain(text, "the literal isn't UTF-8", false);
         const std::string problem = ProblemOf(key, literal);
         if (!problem.empty())
             return Complain(text, problem, true);
@@ -155,6 +179,18 @@ public:
     }
 
 private:
+    // Keeps the macros directly before the first literal.
+    void DropUnknownWords(SourceText* text) const
+    {
+        std::size_t first = text->mWords;
+        while (first && mMacros.Knows(text->mParts[first - 1].mText))
+            --first;
+        if (first < text->mWords)
+            text->mPlace = text->mWordPlace;
+        text->mParts.erase(text->mParts.begin(),
+                           text->mParts.begin() + static_cast<std::ptrdiff_t>(first));
+    }
+
     bool IsExcluded(const std::string& key) const
     {
         return std::any_of(mRules.mExcludedKeys.begin(), mRules.mExcludedKeys.end(),
@@ -194,7 +230,7 @@ private:
 std::vector<EnglishText> CollectEnglish(const EnglishRules& rules, SourceTexts* found)
 {
     Collector collector(rules, found);
-    for (const SourceText& text : found->mTexts)
-        collector.Add(text);
+    for (SourceText& text : found->mTexts)
+        collector.Add(std::move(text));
     return collector.Sorted();
 }

@@ -1,5 +1,7 @@
 // The text form of English texts.
 
+#include <algorithm>
+
 #include <platform/base/code_units.h>
 
 #include "exchange/note.h"
@@ -93,20 +95,14 @@ std::string FormatEnglish(const std::vector<EnglishText>& texts, const EnglishFo
     for (const EnglishText& text : texts)
     {
         const NotedText written = SplitNote(FromUTF8(text.mWritten));
-        Note note = NoteOf(text, form, written.mNote);
         line.clear();
         AppendASCII(("\"$$$" + text.mKey + "=").c_str(), &line);
+        const std::size_t head = line.size();
         AppendWritten(written.mText, &line);
-        // No image can hold more.
-        hollin::ZString noted = JoinNote(hollin::ZString(), note);
-        while (noted.Length() && line.size() + noted.Length() > kLongestUnits)
-        {
-            const std::size_t fewer = note.mReferences.size() / 2;
-            note = note.mReferences.empty() ? Note() : note;
-            note.mReferences.resize(fewer);
-            noted = JoinNote(hollin::ZString(), note);
-        }
-        AppendText(ViewOf(noted), &line);
+        // The written text is at least as long as the text that an image holds.
+        const std::size_t room = kLongestUnits - std::min(kLongestUnits, line.size() - head);
+        const Note note = FittingNote(NoteOf(text, form, written.mNote), room);
+        AppendText(JoinNote(hollin::ZString(), note), &line);
         AppendASCII("\"\n", &line);
         result += ToUTF8(ToZString(ViewOf(line)));
     }

@@ -73,6 +73,14 @@ Lexer::Lexer(const char* source, std::size_t size) : mEnd(source + size), mNext(
         mNext += mark.size();
 }
 
+bool Lexer::MayAdjoin() const
+{
+    const char* next = mNext;
+    while (ClassOf(*next) == kBlank || ClassOf(*next) == kLineEnd)
+        ++next;
+    return ClassOf(*next) == kLetter || *next == '"' || *next == '/' || *next == '\\';
+}
+
 // Returns false at the end of the line of a #define, which is not skipped.
 bool Lexer::SkipBlanks()
 {

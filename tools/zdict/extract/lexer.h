@@ -53,6 +53,9 @@ public:
     // Returns whether the byte after the last token is this one.
     bool IsNext(char character) const { return *mNext == character; }
 
+    // Returns whether a word, a literal or a comment may follow the last token.
+    bool MayAdjoin() const;
+
 private:
     bool SkipBlanks();
     const char* EndOfName(const char* begin, std::string* name) const;

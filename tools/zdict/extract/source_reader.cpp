@@ -7,6 +7,7 @@
 #include "extract/literal.h"
 
 const std::string kPrefix = "$$$/";
+const std::string kMalformedPrefix = "$$";
 
 namespace
 {
@@ -28,11 +29,25 @@ bool IsLiteralSuffix(const std::string& name)
     return name[0] == '_' || IsOneOf(name, {"s", "sv"});
 }
 
-// Returns whether bytes may be the beginning of a text.
+// The keywords that stand directly before a literal.
+bool IsBeforeLiteral(const std::string& name)
+{
+    return IsOneOf(name, {"return", "extern", "else", "case", "throw", "co_return", "co_yield"});
+}
+
+// Returns whether bytes may be the beginning of a text, or of a text with a malformed prefix.
 bool MayBegin(const std::string& bytes)
 {
-    const std::size_t size = std::min(bytes.size(), kPrefix.size());
-    return bytes.compare(0, size, kPrefix, 0, size) == 0;
+    const std::size_t size = std::min(bytes.size(), kMalformedPrefix.size());
+    return bytes.compare(0, size, kMalformedPrefix, 0, size) == 0;
+}
+
+bool IsSame(const Parts& left, const Parts& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const Part& one, const Part& other) {
+                          return one.mText == other.mText && one.mIsMacro == other.mIsMacro;
+                      });
 }
 
 void AppendBytes(const std::string& bytes, Parts* parts)
@@ -103,7 +118,7 @@ void SourceReader::Take()
 
     const bool isDirective =
         mToken.mKind == Token::kDefine || mToken.mKind == Token::kOtherDirective;
-    if (isDirective && mRun.mIsOpen && !mRun.mIsForeign)
+    if (isDirective && mRun.mIsOpen && !mRun.mIsForeign && !mRun.mWords)
     {
         mIsCut = true;
         mCutPlace = mRun.mPlace;
@@ -111,14 +126,18 @@ void SourceReader::Take()
     else if (!isDirective && !mDefinition.mIsOpen)
         mIsCut = false;
     EndRun();
+    if (isWord)
+        return AddWord();
+    mWords.clear();
     // A semicolon ends the comment of the text before it.
-    if (!isWord)
-        mComments.Pass(mToken);
+    mComments.Pass(mToken);
 
     if (mToken.mKind == Token::kDefine)
         TakeDefinition();
     else if (mToken.mKind == Token::kDirectiveEnd)
         EndDefinition();
+    else if (mToken.mKind == Token::kOtherDirective && mToken.mName == "undef")
+        TakeUndefinition();
     else
         mDefinition.mIsLiteral = false;
 }
@@ -128,6 +147,26 @@ void SourceReader::OpenRun()
     mDefinition.mIsLiteral = mDefinition.mIsLiteral && !mRun.mIsOpen;
     mRun = Run();
     mRun.mIsOpen = true;
+    if (mWords.empty())
+        return;
+    mRun.mParts.swap(mWords);
+    mRun.mWords = mRun.mParts.size();
+    mRun.mWordPlace = PlaceOf(mLastWord);
+}
+
+// Keeps a word that belongs to no run, since a literal may follow it directly.
+void SourceReader::AddWord()
+{
+    const bool isKept = mLexer.MayAdjoin() && !IsBeforeLiteral(mToken.mName) &&
+                        !IsOperator(mToken.mName) && !mDefinition.Has(mToken.mName);
+    if (!isKept)
+    {
+        mWords.clear();
+        mDefinition.mIsLiteral = false;
+        return;
+    }
+    mWords.push_back({mToken.mName, true});
+    mLastWord = mToken.mBegin;
 }
 
 void SourceReader::Extend(const Part& part)
@@ -154,7 +193,7 @@ void SourceReader::TakeString()
     {
         OpenRun();
         // An escape may be a dollar sign, or the end of a line. Macros may have any value.
-        mRun.mIsForeign = first != '$' && first != '\\' && !mDefinition.mIsOpen;
+        mRun.mIsForeign = first != '$' && first != '\\' && !mDefinition.mIsOpen && !mRun.mWords;
         if (!mRun.mIsForeign)
             mRun.mPlace = PlaceOf(mToken.mBegin);
     }
@@ -250,6 +289,31 @@ void SourceReader::EndDefinition()
     mDefinition = Definition();
 }
 
+void SourceReader::TakeUndefinition()
+{
+    Lexer line(mToken.mBegin + 1, static_cast<std::size_t>(mToken.mEnd - mToken.mBegin) - 1);
+    Token name;
+    do
+        line.Next(&name);
+    while (name.mKind == Token::kComment || name.mName == "undef");
+    mMacros.erase(name.mName);
+    mAmbiguous.erase(name.mName);
+}
+
+// A second value without #undef is that of another branch of #if.
+void SourceReader::Define(const Parts& value)
+{
+    const std::string& name = mDefinition.mName;
+    mFound->mMacros[name].push_back(value);
+    if (mAmbiguous.count(name))
+        return;
+    const auto [known, isNew] = mMacros.emplace(name, value);
+    if (isNew || IsSame(known->second, value))
+        return;
+    mMacros.erase(known);
+    mAmbiguous.insert(name);
+}
+
 void SourceReader::EndRun()
 {
     if (!mRun.mIsOpen)
@@ -266,19 +330,22 @@ void SourceReader::CloseRun(Run* run)
                          mDefinition.mIsLiteral && mToken.mKind == Token::kDirectiveEnd;
     if (isMacro && !run->mIsWide && !run->mIsUnterminated && !run->mProblem)
     {
-        mMacros[mDefinition.mName] = run->mParts;
-        mFound->mMacros[mDefinition.mName].push_back(run->mParts);
+        Define(run->mParts);
         // A macro that is the beginning of literals.
         const std::string& value = run->mParts.front().mText;
         const std::size_t equals = value.find('=');
         if (run->mParts.size() == 1 && (equals == std::string::npos || equals + 1 == value.size()))
             return;
     }
-    const std::string& first = run->mParts.front().mText;
-    const bool isText = first.compare(0, kPrefix.size(), kPrefix) == 0;
+    if (run->mIsMacroOnly)
+        return;
+    const Part& first = run->mParts[run->mWords]; // a literal, or the first part of a macro
+    const bool isText = !first.mIsMacro && first.mText.compare(0, kPrefix.size(), kPrefix) == 0;
     // Macros that are known later may complete the prefix.
-    if (run->mIsMacroOnly || run->mParts.front().mIsMacro || !MayBegin(first) ||
-        (!isText && (run->mParts.size() == 1 || run->mIsWide || run->mHasParameter)))
+    const bool mayBeText =
+        run->mWords || first.mIsMacro ||
+        (MayBegin(first.mText) && (run->mParts.size() > 1 || first.mText.size() >= kPrefix.size()));
+    if (!isText && (!mayBeText || run->mIsWide || run->mHasParameter || run->mIsUnterminated))
         return;
     if (run->mIsWide)
         return Complain(run->mPlace, "the literal is wide, and no text", false);
@@ -291,9 +358,8 @@ void SourceReader::CloseRun(Run* run)
                         "the literal has parameters of the macro " + mDefinition.mName +
                             " (see --table)",
                         false);
-    if (run->mProblem)
-        return Complain(run->mPlace, run->mProblem, true);
-    Find({std::move(run->mParts), run->mPlace, run->mLastLine, std::move(run->mComment)});
+    Find({std::move(run->mParts), run->mPlace, run->mLastLine, std::move(run->mComment),
+          run->mWords, run->mWordPlace, run->mProblem});
 }
 
 void SourceReader::Find(SourceText text)

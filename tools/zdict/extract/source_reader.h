@@ -1,13 +1,15 @@
 // Finds the texts of one source file.
 //
 // A text is a literal that begins with kPrefix, with the literals and the macros directly beside
-// it, or a row of a table.
+// it, or a row of a table. Macros of other files may complete the prefix, so that a found literal
+// need not begin with kPrefix.
 
 #ifndef ZDICT_EXTRACT_SOURCE_READER_H
 #define ZDICT_EXTRACT_SOURCE_READER_H
 
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "extract/comments.h"
@@ -46,6 +48,8 @@ private:
         const char* mProblem = nullptr;
         const char* mEnd = nullptr; // of its last literal
         Parts mParts;
+        std::size_t mWords = 0; // the first parts, in front of the first literal
+        SourcePlace mWordPlace;
         SourcePlace mPlace;
         std::uint64_t mLastLine = 0;
         std::string mComment;
@@ -63,18 +67,29 @@ private:
         bool Has(const std::string& parameter) const;
     };
 
+    // The call of a macro whose literal has a pattern.
+    struct Row
+    {
+        std::vector<Parts> mArguments;
+        const char* mEnd = nullptr;
+        const char* mProblem = nullptr; // of a literal
+    };
+
     void Take();
     void TakeString();
     bool TakeWord();
     void TakeComment();
     void TakeDefinition();
     void EndDefinition();
+    void TakeUndefinition();
+    void Define(const Parts& value);
+    void AddWord();
     void OpenRun();
     void EndRun();
     void CloseRun(Run* run);
     void Extend(const Part& part);
     void ReadRow(const std::string& pattern);
-    bool ReadArguments(Lexer* lexer, std::vector<Parts>* arguments, const char** end);
+    bool ReadArguments(Lexer* lexer, Row* row);
     void Find(SourceText text);
     void Complain(const SourcePlace& place, const std::string& what, bool isError);
     SourcePlace PlaceOf(const char* byte);
@@ -89,6 +104,9 @@ private:
     Run mRun;
     Definition mDefinition;
     std::unordered_map<std::string, Parts> mMacros; // of this file, up to the token
+    std::unordered_set<std::string> mAmbiguous;     // macros of this file with several values
+    Parts mWords;                                   // directly before the token
+    const char* mLastWord = nullptr;                // the begin of the last word
     bool mIsCut = false;                            // a directive ended the last text
     SourcePlace mCutPlace;
 };

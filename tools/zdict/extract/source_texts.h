@@ -13,6 +13,7 @@ struct Part
 {
     std::string mText;
     bool mIsMacro = false;
+    bool mIsName = false; // a macro, or a name that is spelled if there is no such macro
 };
 
 typedef std::vector<Part> Parts;
@@ -31,10 +32,16 @@ std::string ToString(const SourcePlace& place);
 
 struct SourceText
 {
-    Parts mParts;       // joined, they begin with kPrefix
-    SourcePlace mPlace; // of the first byte
+    Parts mParts;
+    SourcePlace mPlace; // of the first literal
     std::uint64_t mLastLine = 0;
     std::string mComment; // for translators
+
+    // The first parts that are words directly before the first literal: keywords, or macros whose
+    // values may be the beginning of the text.
+    std::size_t mWords = 0;
+    SourcePlace mWordPlace;         // of the last of these words
+    const char* mProblem = nullptr; // of a literal, a clause
 };
 
 struct SourceProblem

@@ -10,7 +10,8 @@ struct Argument
 {
     Parts mLiteral;
     std::string mSpelling;
-    bool mIsLiteral = true; // so far
+    bool mIsLiteral = true; // so far, of literals and words
+    bool mHasLiteral = false;
     const char* mEnd = nullptr;
 
     void Spell(const Token& token)
@@ -21,12 +22,21 @@ struct Argument
             token.mKind == Token::kIdentifier ? token.mName : std::string(token.mBegin, token.mEnd);
         mEnd = token.mEnd;
     }
+
+    Parts Value() const
+    {
+        if (mIsLiteral && mHasLiteral)
+            return mLiteral;
+        if (mIsLiteral && mLiteral.size() == 1) // a word
+            return {{mSpelling, true, true}};
+        return {{mSpelling, false}};
+    }
 };
 } // namespace
 
 // Reads the arguments of a call after its open bracket. Returns false if the call has no end or an
 // argument is a parameter of the macro that is defined.
-bool SourceReader::ReadArguments(Lexer* lexer, std::vector<Parts>* arguments, const char** end)
+bool SourceReader::ReadArguments(Lexer* lexer, Row* row)
 {
     Argument argument;
     Token token;
@@ -43,11 +53,9 @@ bool SourceReader::ReadArguments(Lexer* lexer, std::vector<Parts>* arguments, co
         depth -= isClosing;
         if (depth == 0 || (depth == 1 && token.Is(',')))
         {
-            const bool isLiteral = argument.mIsLiteral && !argument.mLiteral.empty();
-            arguments->push_back(isLiteral ? argument.mLiteral
-                                           : Parts{{argument.mSpelling, false}});
+            row->mArguments.push_back(argument.Value());
             argument = Argument();
-            *end = token.mEnd;
+            row->mEnd = token.mEnd;
             if (depth == 0)
                 return true;
             continue;
@@ -58,13 +66,19 @@ bool SourceReader::ReadArguments(Lexer* lexer, std::vector<Parts>* arguments, co
         if (token.mKind == Token::kString && token.mIsTerminated && !token.mIsWide)
         {
             std::string bytes;
-            if (const char* const problem = AppendLiteral(token, &bytes))
-                Complain(PlaceOf(token.mBegin), problem, true);
+            const char* const problem = AppendLiteral(token, &bytes);
+            row->mProblem = row->mProblem ? row->mProblem : problem;
             argument.mLiteral.push_back({bytes, false});
+            argument.mHasLiteral = true;
         }
         else if (token.mKind == Token::kIdentifier && known != mMacros.end())
+        {
             argument.mLiteral.insert(argument.mLiteral.end(), known->second.begin(),
                                      known->second.end());
+            argument.mHasLiteral = true;
+        }
+        else if (token.mKind == Token::kIdentifier)
+            argument.mLiteral.push_back({token.mName, true});
         else
             argument.mIsLiteral = false;
     }
@@ -78,9 +92,8 @@ void SourceReader::ReadRow(const std::string& pattern)
     if (!open.Is('('))
         return;
     EndRun();
-    std::vector<Parts> arguments;
-    const char* end = nullptr;
-    if (!ReadArguments(&ahead, &arguments, &end))
+    Row row;
+    if (!ReadArguments(&ahead, &row))
         return;
 
     Parts parts = {{std::string(), false}};
@@ -91,12 +104,16 @@ void SourceReader::ReadRow(const std::string& pattern)
         if (!isMark || next < '1' || next > '9')
             parts.push_back({std::string(1, next), false});
         else if (const std::size_t number = static_cast<std::size_t>(next - '0');
-                 number <= arguments.size())
-            parts.insert(parts.end(), arguments[number - 1].begin(), arguments[number - 1].end());
+                 number <= row.mArguments.size())
+        {
+            const Parts& argument = row.mArguments[number - 1];
+            parts.insert(parts.end(), argument.begin(), argument.end());
+        }
         else
             return Complain(PlaceOf(mToken.mBegin),
                             "the row has no argument " + std::to_string(number), true);
     }
     const SourcePlace place = PlaceOf(mToken.mBegin);
-    Find({std::move(parts), place, mLines.LineOf(end), std::string()});
+    Find({std::move(parts), place, mLines.LineOf(row.mEnd), std::string(), 0, SourcePlace(),
+          row.mProblem});
 }

@@ -1,5 +1,8 @@
 #include "extract/update.h"
 
+#include <algorithm>
+
+#include <hollin/Limits.h>
 #include <hollin/TextFormReader.h>
 
 #include "images/text_output.h"
@@ -49,10 +52,19 @@ std::vector<Line> LinesOf(const std::string& text)
     return lines;
 }
 
+// Throws: Failure for a text that leaves no room for the mark of a fuzzy one.
 std::string LineOf(const std::string& key, const NotedText& text, const std::string& end)
 {
+    const std::size_t longest = hollin::kLongestRun / sizeof(std::uint16_t);
+    const std::size_t length = text.mText.Length();
+    const Note note = FittingNote(text.mNote, longest - std::min(longest, length));
+    if (note.IsFuzzy() != text.mNote.IsFuzzy())
+        throw Failure{kFaulty, std::string(),
+                      "the text of " + Quoted(key) + " can't be marked as fuzzy: it has " +
+                          Counted(length, "character") + ", and an image holds " +
+                          std::to_string(longest)};
     Units units;
-    AppendLine(key, JoinNote(text.mText, text.mNote), &units);
+    AppendLine(key, JoinNote(text.mText, note), &units);
     units.pop_back(); // the line feed
     return ToUTF8(ToZString(ViewOf(units))) + end;
 }

@@ -54,7 +54,11 @@ std::string Serialized(const EntryTable& table, const ImageForm& form)
 class Build
 {
 public:
-    Build(const BuildOptions& options, Inputs inputs) : mOptions(options), mInputs(inputs) {}
+    // Throws: Failure for an unknown name of a check.
+    Build(const BuildOptions& options, Inputs inputs)
+        : mOptions(options), mInputs(inputs), mChecks({}, options.mOffChecks)
+    {
+    }
 
     // Adds one file. Reports a failure, and returns its status.
     Status Add(const std::string& name)
@@ -88,9 +92,12 @@ private:
         if (mInputs == Inputs::kTexts && !IsText(report))
             throw Failure{kUnusable, file.mName, "it is an image, not a text (see merge)"};
         if (IsText(report))
-            WarnAboutText(file, mOptions.mLoad.mCodePage);
+            WarnAboutText(file, mOptions.mLoad.mCodePage, mChecks);
         RequireFit(report, file);
-        const LoadCounts counts = LoadFile(file, report, mOptions.mLoad, &mTable);
+        LoadOptions options = mOptions.mLoad;
+        options.mReportsDuplicates = mChecks.Has(LintCheck::kDuplicateKey);
+        options.mReportsNoEquals = mChecks.Has(LintCheck::kNoEquals);
+        const LoadCounts counts = LoadFile(file, report, options, &mTable);
         if (report.mMajor < 2)
             RequireRoom(mTable, file.mName);
         mLocale = report.mLocale.empty() ? mLocale : report.mLocale;
@@ -116,6 +123,7 @@ private:
 
     const BuildOptions& mOptions;
     const Inputs mInputs;
+    const CheckSet mChecks;
     EntryTable mTable;
     std::string mLocale;     // of the last image
     std::uint32_t mBase = 0; // of the first image

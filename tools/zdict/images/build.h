@@ -38,6 +38,7 @@ struct BuildOptions
     ImageForm mForm;                    // an empty locale: the last one of the files
     std::optional<std::uint32_t> mBase; // absent: that of the first file
     bool mVerbose = false;
+    std::vector<std::string> mOffChecks; // the names of checks that warn of nothing
 };
 
 // Loads the files in order and writes one image of them, with the identifiers that a program has

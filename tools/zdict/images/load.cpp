@@ -27,19 +27,26 @@ void ReportDouble(std::string_view key, const InputFile& file)
            "the key " + Quoted(std::string(key)) + " is in it twice; what a look-up finds counts");
 }
 
-void ReportLines(const InputFile& file, const std::vector<LineNote>& notes)
+void ReportLine(const InputFile& file, const LineNote& note)
 {
-    for (const LineNote& note : notes)
-        ReportAt(file.mName + ":" + std::to_string(note.mLine), note.mWhat);
+    ReportAt(file.mName + ":" + std::to_string(note.mLine), note.mWhat);
 }
 
 LoadCounts LoadTextFile(const InputFile& file, const LoadOptions& options, EntryTable* table)
 {
     const TextNotes notes = LoadText(file, options, table);
-    ReportLines(file, notes.mProblems);
+    for (const LineNote& problem : notes.mProblems)
+        ReportLine(file, problem);
     if (!notes.mProblems.empty())
         throw Failure{kFaulty, file.mName, std::string()};
-    ReportLines(file, notes.mDoubts);
+    for (const LineDoubt& doubt : notes.mDoubts)
+    {
+        const bool isDuplicate = doubt.mKind == LineDoubt::kDuplicateKey;
+        if (isDuplicate ? options.mReportsDuplicates : options.mReportsNoEquals)
+            ReportLine(
+                file, {doubt.mNote.mLine, "warning: " + doubt.mNote.mWhat +
+                                              (isDuplicate ? " [duplicate-key]" : " [no-equals]")});
+    }
     return notes.mCounts;
 }
 

@@ -15,6 +15,10 @@ struct LoadOptions
 {
     CodePage mCodePage;
     bool mComments = false; // texts are split at {{*COMMENT*}}
+
+    // The reports of doubtful lines of texts.
+    bool mReportsDuplicates = true;
+    bool mReportsNoEquals = true;
 };
 
 struct LoadCounts

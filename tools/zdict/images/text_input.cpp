@@ -179,7 +179,8 @@ public:
     void Add(const hollin::TextLine& line)
     {
         if (!line.mHasEquals)
-            mNotes.mDoubts.push_back({line.mNumber, "without a \"=\", all of it is a key"});
+            mNotes.mDoubts.push_back(
+                {LineDoubt::kNoEquals, {line.mNumber, "without a \"=\", all of it is a key"}});
         const UnitView text = ViewOf(line.mText);
         const std::size_t marker = mSplits ? hollin::FindComment(text) : UnitView::npos;
         const std::uint32_t id = Put(line, text.substr(0, marker));
@@ -197,8 +198,10 @@ private:
         mNotes.mCounts.mReplaced += id < mLines.size() && !mLines[id];
         mLines.resize(mTable.Slots());
         if (mLines[id])
-            mNotes.mDoubts.push_back({line.mNumber, "it replaces the text of " + Quoted(line.mKey) +
-                                                        " in line " + std::to_string(mLines[id])});
+            mNotes.mDoubts.push_back(
+                {LineDoubt::kDuplicateKey,
+                 {line.mNumber, "it replaces the text of " + Quoted(line.mKey) + " in line " +
+                                    std::to_string(mLines[id])}});
         mNotes.mCounts.mTexts += !mLines[id];
         mLines[id] = line.mNumber;
         return id;

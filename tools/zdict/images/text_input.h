@@ -29,11 +29,22 @@ struct LineNote
     std::string mWhat;   // a clause
 };
 
+struct LineDoubt
+{
+    enum Kind
+    {
+        kNoEquals,
+        kDuplicateKey
+    };
+    Kind mKind;
+    LineNote mNote;
+};
+
 struct TextNotes
 {
     LoadCounts mCounts;
     std::vector<LineNote> mProblems; // lines that can't be used
-    std::vector<LineNote> mDoubts;   // lines that may be mistakes
+    std::vector<LineDoubt> mDoubts;  // lines that may be mistakes
 };
 
 // Returns the bytes of the text's file without the lines of the keys. All other lines are kept as

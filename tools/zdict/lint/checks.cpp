@@ -92,6 +92,23 @@ const CheckInfo& InfoOf(LintCheck check)
     return kChecks[static_cast<std::size_t>(check)];
 }
 
+bool StopsLoads(LintCheck check)
+{
+    switch (check)
+    {
+    case LintCheck::kNotATextForm:
+    case LintCheck::kEncoding:
+    case LintCheck::kBadPrefix:
+    case LintCheck::kKeyEmpty:
+    case LintCheck::kKeyNotASCII:
+    case LintCheck::kKeyLength:
+    case LintCheck::kTooLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
 const char* WordOf(Severity severity)
 {
     return severity == Severity::kError ? "error" : "warning";

@@ -68,6 +68,9 @@ struct CheckInfo
 };
 
 const CheckInfo& InfoOf(LintCheck check);
+
+// Returns whether a load refuses a text with such a finding, or loses a part of it.
+bool StopsLoads(LintCheck check);
 const char* WordOf(Severity severity);
 
 // The checks that are switched on: all of them at first.
@@ -80,6 +83,8 @@ public:
     //
     // Throws: Failure for an unknown name.
     CheckSet(const std::vector<std::string>& only, const std::vector<std::string>& off);
+
+    void Remove(LintCheck check) { mOn.reset(static_cast<std::size_t>(check)); }
 
     bool Has(LintCheck check) const { return mOn[static_cast<std::size_t>(check)]; }
 

@@ -5,6 +5,7 @@
 
 #include <hollin/Markers.h>
 #include <hollin_private/Expansion.h>
+#include <platform/base/code_units.h>
 
 namespace
 {
@@ -24,6 +25,14 @@ std::u16string Expanded(std::u16string_view written)
 bool IsDigit(char16_t unit)
 {
     return unit >= '1' && unit <= '9';
+}
+
+// Returns the end of an unknown notation, behind the second half of a surrogate pair.
+std::size_t EndOfCharacter(const RawLine& line, std::size_t end)
+{
+    const bool isSplit = end < line.mEntryEnd && platform::IsHighSurrogate(line.mUnits[end - 1]) &&
+                         platform::IsLowSurrogate(line.mUnits[end]);
+    return isSplit ? end + 1 : end;
 }
 
 // Returns whether a caret at the head begins a place, such as ^1 or ^L2.
@@ -68,7 +77,7 @@ void ExpandedText::ExpandEscapes(const RawLine& line)
         const std::u16string result = length == 2 ? Expanded(written) : std::u16string(written);
         if (isIntroducer && result.size() == length && mUnknown.size() < kMostUnknown &&
             !BeginsPlace(line.View(at, line.mEntryEnd)))
-            mUnknown.push_back({at, written});
+            mUnknown.push_back({at, line.View(at, EndOfCharacter(line, at + length))});
         for (std::size_t i = 0; i < result.size(); ++i)
             mOffsets.push_back(at + i);
         mUnits += result;

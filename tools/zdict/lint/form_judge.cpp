@@ -57,5 +57,7 @@ std::string FormJudge::OtherForm() const
         return "it seems to be XML (see zdict import for XLIFF)";
     if (mLines < kFewestLines && mForeign != mLines)
         return std::string();
+    if (mLines == 1)
+        return "its 1 line isn't key=text";
     return std::to_string(mUnfit) + " of its " + Counted(mLines, "line") + " aren't key=text";
 }

@@ -47,6 +47,16 @@ bool LooksLikeMarker(std::u16string_view text)
     return false;
 }
 
+// Returns the length of a misspelt marker, with one closing brace or two.
+std::size_t LengthOfMarker(std::u16string_view text)
+{
+    const std::size_t longest = 40;
+    const std::size_t brace = text.substr(0, longest).find(u'}');
+    if (brace == kNone)
+        return 3;
+    return brace + (text.substr(brace, 2) == u"}}" ? 2 : 1);
+}
+
 bool BeginsWithMarker(std::u16string_view text)
 {
     const auto isHead = [&](std::string_view marker) {
@@ -55,6 +65,24 @@ bool BeginsWithMarker(std::u16string_view text)
     };
     return isHead(hollin::kMSWindowsMarker) || isHead(hollin::kCommentMarker) ||
            isHead(hollin::kCopyYearMarker);
+}
+
+// Returns the place of the digit that the library fills: it looks for ^1 first, then for ^L1, ^F1
+// and ^B1. REQUIRES: there is one.
+const Parameter& FilledOf(const Parameters& places, char16_t digit)
+{
+    const auto rank = [&](const Parameter& place) {
+        const std::u16string_view written = places.Written(place);
+        return written.size() == 2 ? 0 : std::u16string_view(u"LFB").find(written[1]) + 1;
+    };
+    const Parameter* filled = nullptr;
+    for (const Parameter& place : places.mAll)
+    {
+        if (place.mKind == Parameter::kCaret && place.mDigit == digit &&
+            (!filled || rank(place) < rank(*filled)))
+            filled = &place;
+    }
+    return *filled;
 }
 
 // Checks the lines of one file.
@@ -138,7 +166,7 @@ void LineChecker::CheckQuotes()
             "the text before the first quote is lost: " + QuotedUnits(before.substr(head)));
     if (!line.mCloses)
     {
-        const bool isEscaped = line.mUnits.back() == '"' && line.mEntryEnd == line.mUnits.size();
+        const bool isEscaped = line.mEntry < line.mUnits.size() && line.mUnits.back() == '"';
         Add(LintCheck::kUnclosedEntry, line.mEntry - 1,
             isEscaped ? "the closing quote is missing: a backslash is before the last one"
                       : "the closing quote is missing");
@@ -255,9 +283,8 @@ void LineChecker::CheckMarkers(const TextParts& parts)
         const bool isMisspelt = !isMarker && (rest.substr(0, 3) == u"{{*" || LooksLikeMarker(rest));
         if (isMisspelt)
         {
-            const std::size_t end = rest.substr(0, 40).find(u'}');
             AddInText(LintCheck::kUnknownMarker, at,
-                      QuotedUnits(rest.substr(0, end == kNone ? 3 : end + 2)) +
+                      QuotedUnits(rest.substr(0, LengthOfMarker(rest))) +
                           " is no marker and stays in the text");
             ++reported;
         }
@@ -284,22 +311,23 @@ void LineChecker::CheckPlaces(const TextParts& parts)
     char16_t next = '1';
     while (next <= '9' && places.Find(Parameter::kCaret, next))
         ++next;
-    const Parameter* seen[10] = {};
     for (const Parameter& place : places.mAll)
     {
         if (place.mKind != Parameter::kCaret)
             continue;
         const std::string written = UTF8Of(places.Written(place));
         const std::size_t unit = parts.mShown + place.mBegin;
-        const Parameter*& earlier = seen[place.mDigit - '0'];
-        if (earlier)
+        const Parameter& filled = FilledOf(places, place.mDigit);
+        if (&place != &filled)
             AddInText(LintCheck::kPlaceRepeated, unit,
-                      written + " is there twice: only the first is filled");
+                      written == UTF8Of(places.Written(filled))
+                          ? written + " is there twice: only the first is filled"
+                          : written + " isn't filled, since " + UTF8Of(places.Written(filled)) +
+                                " is");
         else if (place.mDigit > next)
             AddInText(LintCheck::kPlaceGap, unit,
                       written + " isn't filled, since there is no ^" +
                           std::string(1, static_cast<char>(next)));
-        earlier = &place;
         const std::u16string_view format = places.Format(place);
         const char* const problem = format.empty() ? nullptr : FormatProblem(format);
         if (problem)

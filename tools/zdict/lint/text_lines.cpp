@@ -1,5 +1,7 @@
 #include "lint/text_lines.h"
 
+#include <cstdio>
+
 #include <hollin/Markers.h>
 
 #include "images/entries.h"
@@ -41,7 +43,7 @@ LintedFile ReadLines(const std::string& name, CodePage codePage)
     LintedFile lines;
     LintFile(AsText(ReadFile(name), codePage), codePage, LintOptions(), &findings, &lines);
     for (const Finding& finding : findings.All())
-        Report(std::string(), LineOf(finding));
+        std::fputs((LineOf(finding) + "\n").c_str(), stderr);
     if (!findings.All().empty())
         throw Failure{kFaulty, name, std::string()};
     return lines;

@@ -17,7 +17,6 @@
 namespace
 {
 const std::size_t kNone = std::u16string::npos;
-const std::size_t kShortestWord = 4; // of a text that a translation changes: not MiB
 const std::u16string_view kShortcut = u" \b";
 
 std::u16string_view Shown(const ExpandedText& text, const TextParts& parts)
@@ -31,21 +30,35 @@ std::u16string WithoutYear(std::u16string_view text)
     return hollin::WithBuildYear(all, hollin::FindMarker(all, hollin::kCopyYearMarker, 0), "-");
 }
 
-// Returns whether the text has a word of letters. Parameters, names in capital letters, and short
-// words, which may be units, don't count.
+// Returns whether a translation changes the text: it has
+// - a word of four letters or more, as Open, or of three letters as Cut, but not as MiB,
+// - two words, of which one has three letters or more, or
+// - two words of four capital letters or more. One such word may be a name, as SPARC.
+// Short words with a digit, as Win32, are names.
 bool HasWord(std::u16string_view text)
 {
-    std::size_t length = 0;
-    bool hasSmall = false;
-    for (std::size_t i = 0; i <= text.size(); ++i)
+    const auto isSmall = [](char16_t unit) { return unit >= 'a'; };
+    std::size_t words = 0; // of small letters after the first letter
+    std::size_t longest = 0;
+    std::size_t capitals = 0;
+    for (auto head = text.begin(); head != text.end();)
     {
-        const bool isOfWord = i < text.size() && IsWordUnit(text[i]);
-        hasSmall = isOfWord && (hasSmall || text[i] >= 'a');
-        length = isOfWord ? length + 1 : 0;
-        if (length >= kShortestWord && hasSmall)
+        const auto end = std::find_if_not(head, text.end(), IsWordUnit);
+        const auto length = static_cast<std::size_t>(end - head);
+        const auto small = static_cast<std::size_t>(std::count_if(head, end, isSmall));
+        const bool isTitle = small + 1 == length && !isSmall(*head);
+        const bool isName = end != text.end() && *end >= '0' && *end <= '9';
+        if ((length >= 4 && small) || (length == 3 && isTitle && !isName))
             return true;
+        if (length >= 2 && !isName && (isTitle || small == length))
+        {
+            ++words;
+            longest = std::max(longest, length);
+        }
+        capitals += length >= 4 && !small;
+        head = end == text.end() ? end : end + 1;
     }
-    return false;
+    return (words > 1 && longest > 2) || capitals > 1;
 }
 
 struct LineEnds
@@ -79,6 +92,12 @@ struct LineEnds
     std::size_t mReturns = 0;
     std::size_t mPairs = 0;
 };
+
+std::u16string_view WithoutBlankEnds(std::u16string_view text)
+{
+    text.remove_prefix(BlankHead(text));
+    return text.substr(0, text.size() - BlankEnd(text));
+}
 
 std::u16string WithoutReturns(std::u16string_view text)
 {
@@ -330,6 +349,8 @@ void PairChecker::CheckLineEnds()
 {
     const std::string english = LineEnds(mEnglish).Names();
     const std::string own = LineEnds(mText).Names();
+    if (own.empty() && !LineEnds(WithoutBlankEnds(mEnglish)).Names().empty())
+        Add(LintCheck::kLineEnds, 0, "no line end of the English text is left");
     if (own != english && !own.empty())
         Add(LintCheck::kLineEnds, std::min(mText.find_first_of(u"\r\n"), mText.size()),
             "the line ends are " + own + ", in English " +

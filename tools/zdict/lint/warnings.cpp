@@ -6,12 +6,14 @@
 #include "lint/report.h"
 #include "messages.h"
 
-void WarnAboutText(const InputFile& file, CodePage codePage)
+void WarnAboutText(const InputFile& file, CodePage codePage, CheckSet checks)
 {
-    const std::vector<std::string> ofLoads = {"encoding",      "bad-prefix", "key-empty",
-                                              "key-not-ascii", "key-length", "no-equals",
-                                              "duplicate-key", "too-long"};
-    Findings findings(CheckSet({}, ofLoads));
+    using Check = LintCheck;
+    for (const Check check :
+         {Check::kEncoding, Check::kBadPrefix, Check::kKeyEmpty, Check::kKeyNotASCII,
+          Check::kKeyLength, Check::kNoEquals, Check::kDuplicateKey, Check::kTooLong})
+        checks.Remove(check);
+    Findings findings(checks);
     LintFile(file, codePage, LintOptions(), &findings, nullptr);
     findings.SortFrom(0);
     for (const Finding& finding : findings.All())

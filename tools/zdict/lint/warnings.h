@@ -5,11 +5,12 @@
 
 #include "files.h"
 #include "images/code_page.h"
+#include "lint/checks.h"
 
 // Reports what the checks without an English text find, apart from the mistakes that a load
 // reports itself.
 //
 // Throws: Failure for a file that hasn't the text form.
-void WarnAboutText(const InputFile& file, CodePage codePage);
+void WarnAboutText(const InputFile& file, CodePage codePage, CheckSet checks);
 
 #endif

@@ -17,6 +17,7 @@ const std::size_t kNone = std::u16string::npos;
 const std::u16string_view kPlain = u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 const std::u16string_view kAccented = u"àƀçđéƒĝĥîĵķļɱñöþǫŕšţûṽŵẋýžÀƁÇĐÉƑĜĤÎĴĶĻṀÑÖÞǪŔŠŢÛṼŴẊÝŽ";
 const std::u16string_view kBeforeOption = u"[(|,/\"'\u201C\u2018";
+const std::u16string_view kShortcut = u" \b";
 const std::u16string_view kPadding = u" one two three four five six seven eight nine ten";
 
 // A right-to-left mark and an override, and the end of the override and a mark.
@@ -64,7 +65,6 @@ public:
         MarkRuns();
         MarkTags();
         MarkEntities();
-        Mark(text.find(u" \b"), kNone, Use::kKept);
         MarkPlaces();
         const std::string_view year = hollin::kCopyYearMarker;
         for (std::size_t at = hollin::FindMarker(text, year, 0); at != kNone;
@@ -115,9 +115,17 @@ private:
         const std::u16string_view run = mText.substr(begin, end - begin);
         const std::size_t sign = run.find(u'@');
         const bool isMail = sign != kNone && sign && IsOfName(run[sign - 1]) &&
-                            run.find(u'.', sign) != kNone && !IsDigit(run[sign + 1]);
+                            run.find(u'.', sign) != kNone && !HasPlace(run, sign);
         if (run.find(u"://") != kNone || run.substr(0, 4) == u"www." || isMail)
             Mark(begin, end, Use::kKept);
+    }
+
+    // Returns whether the sign is that of a place, as in @0.
+    static bool HasPlace(std::u16string_view run, std::size_t sign)
+    {
+        const Parameters places(run);
+        return std::any_of(places.mAll.begin(), places.mAll.end(),
+                           [=](const Parameter& place) { return place.mBegin == sign; });
     }
 
     // Marks -v, --verbose and the name in --size=SIZE, also after [ and in lists such as -v|-q.
@@ -236,7 +244,8 @@ private:
 
 void PseudoWriter::AppendPart(std::size_t begin, std::size_t end)
 {
-    const std::u16string_view part = std::u16string_view(mText.Units()).substr(begin, end - begin);
+    std::u16string_view part = std::u16string_view(mText.Units()).substr(begin, end - begin);
+    part = part.substr(0, part.find(kShortcut)); // programs cut the text there
     const std::size_t head = BlankHead(part);
     if (head == part.size())
         return AppendKept(begin, end);
