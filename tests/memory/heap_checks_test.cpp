@@ -1,6 +1,7 @@
 // The checked heap: faults in blocks, wrong frees, and leaks with their operation.
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "U_Hog.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -227,6 +229,30 @@ TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
     EXPECT_THAT(Reports(), ElementsAre(AllOf(HasSubstr("a freed handle was used"),
                                              HasSubstr("handle \"op\", location 7 :: 9"))))
         << "although the memory of the block was freed";
+}
+
+TEST_F(HeapChecks, AFaultFoundForLackOfMemoryIsReportedWithoutTheLockOfThePool)
+{
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
+    const U_u64 large = 64 * kMiB;
+    U_FreeRecycledPtr(AllocateRecycled(large).mOwner); // the pool keeps the size
+    char* const freed = AllocatePointer(kSize).mBytes;
+    U_FreePtr(freed);
+    Damage(freed);
+    static int sReports;
+    sReports = 0;
+    platform::SetLogSink([](int, const char*, const char* tag, const char*) {
+        if (!tag || std::strcmp(tag, "HEAP_CHECK") != 0)
+            return;
+        ++sReports;
+        U_PurgeRecycledMemory(1); // takes the lock
+    });
+    {
+        const ScAddressSpaceLimit limit(8 * kMiB);
+        EXPECT_EQ(U_AllocateRecycledPtr(kLocation, nullptr, large), nullptr);
+    }
+    EXPECT_EQ(sReports, 1);
+    U_FreeRecycledPtr(AllocateRecycled(large).mOwner);
 }
 
 TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
