@@ -7,6 +7,7 @@
 #include <boost/numeric/conversion/cast.hpp>
 
 #include <win32/memory.h>
+#include <wril/wril.h>
 
 #include "U_Assert.h"
 #include "U_Report.h"
@@ -52,6 +53,22 @@ void* BlockOf(void** handle)
     if (!win32::IsBadReadPtr(handle, sizeof(block)))
         std::memcpy(&block, handle, sizeof(block));
     return block;
+}
+
+// Reports a handle that is not live. No purge would help, so the user gets no report.
+U_Status RefuseHandle(void** handle)
+{
+    U_CheckHandleFromHeap(handle);
+    MEM_GetHandleSize(UHeap(), handle); // the checked heap reports
+    return U_Err_OutOfMemory;
+}
+
+// The same for a pointer, which the checked heap has reported. Makes the pointer null.
+U_Status RefusePtr(void** pointer)
+{
+    LogSafely([&] { WRIL_sprintf(0, "U", "U_ResizePtr", "%p is no live pointer", *pointer); });
+    *pointer = nullptr;
+    return U_Err_OutOfMemory;
 }
 } // namespace
 
@@ -100,8 +117,8 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
     if (!handle || !*handle)
         return BadArgument("U_ResizeHandle: no handle");
     void** resized = *handle;
-    if (U_CheckHandleFromHeap(resized))
-        return U_Err_OutOfMemory;
+    if (MEM_CheckHandleFromHeap(UHeap(), resized))
+        return RefuseHandle(resized);
     // The purge callback may have freed the handle. More memory would not help then, so the attempt
     // ends the loop.
     bool isFreed = false;
@@ -112,21 +129,31 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), resized), newSize);
     if (!Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt))
         return U_Err_OutOfMemory;
-    if (!isFreed)
-        return 0;
-    U_CheckHandleFromHeap(resized); // reports
-    return U_Err_OutOfMemory;
+    return isFreed ? RefuseHandle(resized) : 0;
 }
 
 U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** pointer)
 {
     if (!pointer)
         return BadArgument("U_ResizePtr: no pointer to a pointer");
-    void* oldBlock = *pointer;
-    auto attempt = [=](Claim*) { return MEM_ResizePtr(UHeap(), oldBlock, newSize); };
-    const U_u64 growth = Growth(MEM_GetPtrSize(UHeap(), oldBlock), newSize);
-    *pointer = Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt);
-    return *pointer ? 0 : U_Err_OutOfMemory;
+    void* const oldBlock = *pointer;
+    const U_u64 oldSize = MEM_GetPtrSize(UHeap(), oldBlock);
+    if (!oldSize && MEM_CheckPtr(oldBlock))
+        return RefusePtr(pointer);
+    // The purge callback may have freed the block, as in U_ResizeHandle.
+    bool isFreed = false;
+    auto attempt = [&](Claim*) {
+        void* const block = MEM_ResizePtr(UHeap(), oldBlock, newSize);
+        isFreed = !block && MEM_CheckPtr(oldBlock);
+        return isFreed ? oldBlock : block;
+    };
+    const U_u64 growth = Growth(oldSize, newSize);
+    void* const block =
+        Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt);
+    if (isFreed)
+        return RefusePtr(pointer);
+    *pointer = block;
+    return block ? 0 : U_Err_OutOfMemory;
 }
 
 U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer)

@@ -65,6 +65,13 @@ U_u64 BlockSize(U_u64 dataSize)
     return dataSize > kLargestBlock ? dataSize : dataSize + sizeof(HogHeader);
 }
 
+// Reports a handle that is no hog handle of this life.
+U_Status RefuseHandle(U_u32 location, void** handle)
+{
+    MEM_ReportNoHog(handle, false);
+    return RefuseHog(location);
+}
+
 // REQUIRES: FindHeader(handle) is not null.
 U_Status GetDataSize(void** handle, U_u32* size)
 {
@@ -76,9 +83,11 @@ U_Status GetDataSize(void** handle, U_u32* size)
 }
 
 // Frees a handle that has a registered index but was not made by U_NewHogHandle in this life: a
-// copy of a hog handle, possibly in another heap.
-[[gnu::noinline]] U_Status FreeUnmarked(void** handle, U_u32 index)
+// copy of a hog handle, possibly in another heap. A header without a mark is no copy.
+[[gnu::noinline]] U_Status FreeUnmarked(void** handle, const HogHeader& header)
 {
+    MEM_ReportNoHog(handle, header.mMark != 0);
+    const U_u32 index = header.mHogIndex;
     U_u32 size = 0;
     const U_Status failure = GetDataSize(handle, &size);
     if (!failure)
@@ -119,11 +128,11 @@ U_Status U_FreeHogHandle(void** handle)
     const U_u64 blockSize = MEM_GetHandleSize(heap, handle);
     const HogHeader* const header = FindHeader(handle, blockSize);
     if (!header)
-        return RefuseHog(kFreeLocation);
+        return RefuseHandle(kFreeLocation, handle);
     if (header->mMark != MarkOf(handle, heap))
-        return FreeUnmarked(handle, header->mHogIndex);
+        return FreeUnmarked(handle, *header);
     CountHog(header->mHogIndex, -1, static_cast<U_i64>(sizeof(HogHeader) - blockSize));
-    MEM_DisposeHandle(heap, handle);
+    MEM_DisposeHogHandle(heap, handle);
     return 0;
 }
 
@@ -131,7 +140,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
 {
     const HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kResizeLocation);
+        return RefuseHandle(kResizeLocation, handle);
     const U_u32 index = header->mHogIndex;
     if (header->mLockCount)
         return RefuseLockedHog();
@@ -157,7 +166,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs, false}, attempt))
         return U_Err_OutOfMemory;
     if (isFreed)
-        return RefuseHog(kResizeLocation);
+        return RefuseHandle(kResizeLocation, handle);
     if (isLocked)
         return RefuseLockedHog();
     CountHog(index, 0, static_cast<U_i64>(newBlock - oldBlock));
@@ -171,7 +180,7 @@ U_Status U_LockHogHandle(void** handle, void** data)
     *data = nullptr;
     HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kLockLocation);
+        return RefuseHandle(kLockLocation, handle);
     ++header->mLockCount;
     *data = header + 1;
     return 0;
@@ -181,7 +190,7 @@ U_Status U_UnlockHogHandle(void** handle)
 {
     HogHeader* const header = FindHeader(handle);
     if (!header)
-        return RefuseHog(kUnlockLocation);
+        return RefuseHandle(kUnlockLocation, handle);
     if (header->mLockCount > 0)
         --header->mLockCount;
     return 0;
@@ -193,7 +202,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
         return BadArgument("U_GetHogHandleSize: no place for the size");
     *size = 0;
     if (!FindHeader(handle))
-        return RefuseHog(kSizeLocation);
+        return RefuseHandle(kSizeLocation, handle);
     U_u32 dataSize = 0;
     const U_Status failure = GetDataSize(handle, &dataSize);
     *size = dataSize;

@@ -33,15 +33,25 @@ U_i32 ChargeOf(std::size_t blockSize)
     return static_cast<U_i32>(static_cast<U_u32>(blockSize) + kHeaderBytes);
 }
 
-// Hides the header and the spare bytes at the end of the block from a checker of the process. The
-// checked heap reads the header, and its blocks have no spare bytes.
+// Hides the owner in the header and the spare bytes at the end of the block from a checker of the
+// process. The mark remains visible, for TouchMemory. The checked heap hides the owner itself, and
+// its blocks have no spare bytes.
 void HideBounds(const RecycledHeader* header, U_u64 size)
 {
     if (!platform::MemoryIsWatched() || MEM_KeepsOrigins)
         return;
     const U_u64 spare = header->mOwner->mBlockSize - kHeaderBytes - size;
     platform::HideMemory(reinterpret_cast<const char*>(header + 1) + size, spare);
-    platform::HideMemory(header, sizeof(*header));
+    platform::HideMemory(&header->mOwner, sizeof(header->mOwner));
+}
+
+// Reveals the owner. The checker of the process reports a block that was freed before.
+void RevealOwner(const RecycledHeader* header)
+{
+    if (!platform::MemoryIsWatched())
+        return;
+    platform::TouchMemory(header);
+    platform::RevealMemory(&header->mOwner, sizeof(header->mOwner));
 }
 
 void* NewRecycled(U_u64 size, Claim* claim)
@@ -93,9 +103,9 @@ U_Status U_FreeRecycledPtr(void* pointer)
     if (!pointer)
         return 0;
     RecycledHeader* const header = static_cast<RecycledHeader*>(pointer) - 1;
-    platform::RevealMemory(header, sizeof(*header));
-    if (MEM_KeepsOrigins && !MEM_CheckRecycled(header, header->mMark == kMark))
+    if (MEM_KeepsOrigins && !MEM_CheckRecycled(header, kMark))
         return 0;
+    RevealOwner(header);
     RecycledMemory* memory = header->mOwner;
     const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;

@@ -13,6 +13,8 @@ extern "C" __attribute__((weak)) void __asan_poison_memory_region(const volatile
                                                                   std::size_t);
 extern "C" __attribute__((weak)) void __asan_unpoison_memory_region(const volatile void*,
                                                                     std::size_t);
+// What instrumented code calls for a load.
+extern "C" __attribute__((weak)) void __asan_loadN(const volatile void*, std::size_t);
 #endif
 
 namespace platform
@@ -64,6 +66,15 @@ void RevealMemory([[maybe_unused]] const void* start, [[maybe_unused]] std::size
 #if defined(__linux__)
     VALGRIND_MAKE_MEM_DEFINED(start, size);
 #endif
+}
+
+void TouchMemory(const void* byte)
+{
+#if defined(__ELF__)
+    if (__asan_loadN)
+        __asan_loadN(byte, 1);
+#endif
+    static_cast<void>(*static_cast<const volatile unsigned char*>(byte)); // for valgrind
 }
 
 ScHiddenReads::ScHiddenReads()

@@ -27,9 +27,13 @@ namespace platform
 PLATFORM_EXPORT bool MemoryIsWatched();
 
 // HideMemory makes the checker report each access to the bytes. RevealMemory ends that. Without a
-// checker both do nothing. `start` plus `size` is a multiple of 8.
+// checker both do nothing. `start` plus `size` is a multiple of 8, or the end of a block of malloc.
 PLATFORM_EXPORT void HideMemory(const void* start, std::size_t size);
 PLATFORM_EXPORT void RevealMemory(const void* start, std::size_t size);
+
+// Reads one byte. If the byte is hidden or freed, the checker reports the access with the caller's
+// stack, although this library is not instrumented.
+PLATFORM_EXPORT void TouchMemory(const void* byte);
 
 // In a scope the calling thread may read hidden memory, in a function with the attribute
 // PLATFORM_READS_HIDDEN_MEMORY.

@@ -67,17 +67,32 @@ public:
     // Returns null if no block fits, or without memory. Calls `charge` before the pool's sum falls.
     void* Take(std::size_t asked, std::size_t* size, RecycledMemory::Charge charge)
     {
+        Blocks::node_type sizeOnly;
+        {
+            const platform::ScLock lock(mLock);
+            const auto found = mBlocks.lower_bound(*size);
+            if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+                return nullptr;
+            if (found->second)
+            {
+                *size = found->first;
+                charge(*size);
+                return Remove(found);
+            }
+            sizeOnly = mBlocks.extract(found);
+        }
+        // Without the lock, since the checked heap may report a fault to a log sink.
+        void* const block = NewBlock(asked, sizeOnly.key());
         const platform::ScLock lock(mLock);
-        const auto found = mBlocks.lower_bound(*size);
-        if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+        if (!block)
+        {
+            mBlocks.insert(std::move(sizeOnly));
             return nullptr;
-        if (!found->second)
-            found->second = NewBlock(asked, found->first);
-        if (!found->second)
-            return nullptr;
-        *size = found->first;
+        }
+        *size = sizeOnly.key();
         charge(*size);
-        return Remove(found);
+        mBytes -= *size;
+        return block;
     }
 
     void Give(void* block, std::size_t size)
@@ -133,9 +148,12 @@ private:
         return block;
     }
 
-    // Shortens the smallest block. Returns the bytes cut off, 0 if the C library refuses.
+    // Shortens the smallest block. Returns the bytes cut off, 0 if the C library refuses, and if
+    // other threads have taken all sizes for their new blocks.
     std::size_t Cut(std::size_t bytes) PLATFORM_REQUIRES(mLock)
     {
+        if (mBlocks.empty())
+            return 0;
         Blocks::node_type node = mBlocks.extract(mBlocks.begin());
         const std::size_t rest = node.key() - bytes;
         void* const shrunk = node.mapped() ? std::realloc(node.mapped(), rest) : nullptr;

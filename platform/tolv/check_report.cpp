@@ -76,21 +76,14 @@ typedef std::map<std::tuple<int, std::uint32_t, std::uint32_t, const Stack*>, Le
 Leaks CollectLeaks(const MEM_Heap* heap)
 {
     Leaks leaks;
-    for (Slab* slab = FirstSlab(); slab; slab = slab->mNext)
-    {
-        for (std::size_t i = 0; i < kSlotsPerSlab; ++i)
-        {
-            const BlockRecord* const record = RecordOf(&slab->mBlocks[i]);
-            if (!record || record->mState != kLive ||
-                (slab->mHeaps[i] != heap->mNumber && record->mKind != kRecycled))
-                continue;
-            Leak& leak =
-                leaks[{record->mKind, record->mName, record->mLocation, record->mAllocated}];
-            ++leak.mBlocks;
-            leak.mBytes += record->mSize;
-            leak.mExample = record;
-        }
-    }
+    VisitRecords([&](void** slot, const BlockRecord& record) {
+        if (record.mState != kLive || (HeapOf(slot) != heap->mNumber && record.mKind != kRecycled))
+            return;
+        Leak& leak = leaks[{record.mKind, record.mName, record.mLocation, record.mAllocated}];
+        ++leak.mBlocks;
+        leak.mBytes += record.mSize;
+        leak.mExample = &record;
+    });
     return leaks;
 }
 
@@ -121,6 +114,12 @@ void ReportFault(const char* fault, const void* address, const BlockRecord* reco
     tReports = false;
     if (CurrentChecks().mAbort)
         std::abort();
+}
+
+void ReportOtherKind(const void* address, const BlockRecord& record)
+{
+    ReportFault("a block was used or freed by a function for another kind of block", address,
+                &record);
 }
 
 void LogCheckedLeaks(const MEM_Heap* heap)

@@ -1,8 +1,9 @@
 #include "private/checked_blocks.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+
+#include <platform/base/memory_tools.h>
 
 #include "private/thread_record.h"
 
@@ -14,16 +15,17 @@ const std::uint32_t kFrontGuard = 0xFDFDFDFD;
 const unsigned char kTailGuard = 0xFD;
 const std::size_t kTailBytes = 16;
 const unsigned char kFreedFill = 0xDD;
-const std::size_t kFilledAtEnd = 128;            // of a large block only the ends are filled
-const std::size_t kMostDelayedBytes = 16u << 20; // of each thread
-const std::size_t kDelayedSlots = 0x4000;        // of each thread
+const std::size_t kFilledAtEnd = 128; // of a large block only the ends are filled
+// Of each thread. The slot of a handle is kept for longer, since a host that uses a stale handle
+// reads the slot.
+const std::size_t kMostDelayedBytes = 16u << 20;
+const std::size_t kMostSlotsOfHandles = 0x40000;
+const std::size_t kMostOtherSlots = 0x4000;
 
-const char kOtherKind[] = "a block was freed by a function for another kind of block";
+std::atomic<std::uint64_t> sFreedBlocks(0);
 
-unsigned char* BytesOf(const BlockRecord& record)
-{
-    return reinterpret_cast<unsigned char*>(record.mHeader + 1);
-}
+// Stored, since each allocation and each free of a checked block asks several times.
+const bool sHasChecker = platform::MemoryIsWatched();
 
 bool IsAll(const unsigned char* bytes, std::size_t count, unsigned char value)
 {
@@ -53,9 +55,24 @@ void WriteHeader(void** slot, const BlockRecord& record)
     *record.mHeader = {slot, NameInHeader(record), kFrontGuard};
 }
 
+unsigned char* TailOf(const BlockRecord& record)
+{
+    return BytesOf(record) + record.mSize;
+}
+
 void WriteTail(const BlockRecord& record)
 {
-    std::memset(BytesOf(record) + record.mSize, kTailGuard, kTailBytes);
+    std::memset(TailOf(record), kTailGuard, kTailBytes);
+}
+
+void RevealGuards(const BlockRecord& record)
+{
+    if (!sHasChecker)
+        return;
+    RevealHeader(record.mHeader);
+    platform::RevealMemory(TailOf(record), kTailBytes);
+    if (record.mHasOwnerHeader)
+        platform::RevealMemory(BytesOf(record), kOwnerBytes);
 }
 
 std::size_t VerifyFront(void** slot, const BlockRecord& record)
@@ -81,7 +98,7 @@ std::size_t VerifyOwnerHeader(const BlockRecord& record)
 
 std::size_t VerifyTail(const BlockRecord& record)
 {
-    const unsigned char* const tail = BytesOf(record) + record.mSize;
+    const unsigned char* const tail = TailOf(record);
     if (IsAll(tail, kTailBytes, kTailGuard))
         return 0;
     WriteTail(record);
@@ -89,20 +106,21 @@ std::size_t VerifyTail(const BlockRecord& record)
     return 1;
 }
 
-// Reports a block that was written after its end of life.
-std::size_t VerifyFreed(const BlockRecord& record)
+// Reports a block that was written after its end of life, also before and behind its bytes.
+std::size_t VerifyFreed(void** slot, const BlockRecord& record)
 {
+    const std::size_t faults = VerifyFront(slot, record) + VerifyTail(record);
     bool isWhole = true;
     VisitFilled(record, [&](const unsigned char* first, std::size_t count) {
         isWhole = isWhole && IsAll(first, count, kFreedFill);
     });
     if (isWhole)
-        return 0;
+        return faults;
     VisitFilled(record, [](unsigned char* first, std::size_t count) {
         std::memset(first, kFreedFill, count);
     });
     ReportFault("the block was written after it was freed", BytesOf(record), &record);
-    return 1;
+    return faults + 1;
 }
 
 // The record of a slot that may have been no checked block.
@@ -113,23 +131,40 @@ BlockRecord* AnyRecordOf(void** slot)
     return records ? &records[SlotIndex(slab, slot)] : nullptr;
 }
 
-// Calls visit(slot, record) for each slot with a record.
-template <class Visit> void VisitRecords(Visit visit)
+// Slots of freed blocks, the oldest first.
+class SlotQueue
 {
-    for (Slab* slab = FirstSlab(); slab; slab = slab->mNext)
+public:
+    std::size_t Count() const { return mCount; }
+
+    void Push(void** slot)
     {
-        BlockRecord* const records = slab->mRecords.load(std::memory_order_acquire);
-        for (std::size_t i = 0; records && i < kSlotsPerSlab; ++i)
-        {
-            if (records[i].mState != kUnchecked)
-                visit(&slab->mBlocks[i], records[i]);
-        }
+        AnyRecordOf(slot)->mFreedBlock.mNext = nullptr;
+        if (mCount++)
+            AnyRecordOf(mLast)->mFreedBlock.mNext = slot;
+        else
+            mFirst = slot;
+        mLast = slot;
     }
-}
+
+    // REQUIRES: the queue is not empty.
+    void** Pop()
+    {
+        void** const slot = mFirst;
+        mFirst = AnyRecordOf(slot)->mFreedBlock.mNext;
+        --mCount;
+        return slot;
+    }
+
+private:
+    void** mFirst;
+    void** mLast;
+    std::size_t mCount;
+};
 } // namespace
 
-// The checks of one thread: the blocks and the slots that the thread has freed, in that order.
-// The slots are kept longer than the blocks, so that a handle is known as stale for longer.
+// The checks of one thread: the blocks that the thread has freed, and the slots of those of them
+// whose memory is no longer kept. All bytes are 0 at first.
 class ThreadChecks
 {
 public:
@@ -137,71 +172,61 @@ public:
     bool SelectsBlock()
     {
         const unsigned one = CurrentChecks().mStacks;
-        if (!one || ++mBlocks < one)
+        if (!one || ++mUnstacked < one)
             return false;
-        mBlocks = 0;
+        mUnstacked = 0;
         return true;
     }
 
-    void FreeBlocks()
+    void FreeBlocks(ThreadRecord* thread)
     {
-        while (mOldestBlock != mNext)
-            FreeOldestBlock();
+        while (mDelayed.Count())
+            FreeOldestBlock(thread);
     }
 
     void Add(ThreadRecord* thread, void** slot)
     {
-        if (mNext - mOldestSlot == kDelayedSlots)
-            FreeOldestSlot(thread);
-        mSlots[mNext++ % kDelayedSlots] = slot;
+        mDelayed.Push(slot);
         mBytes += AnyRecordOf(slot)->mSize;
-        const std::size_t most = CurrentChecks().mDelay;
-        while (mNext - mOldestBlock > most || mBytes > kMostDelayedBytes)
-            FreeOldestBlock();
+        const std::size_t most = sHasChecker ? 0 : CurrentChecks().mDelay;
+        while (mDelayed.Count() > most || mBytes > kMostDelayedBytes)
+            FreeOldestBlock(thread);
     }
 
 private:
-    void FreeOldestBlock()
+    // The block leaves the queue first, since a log sink may free blocks.
+    void FreeOldestBlock(ThreadRecord* thread)
     {
-        BlockRecord& record = *AnyRecordOf(mSlots[mOldestBlock++ % kDelayedSlots]);
+        void** const slot = mDelayed.Pop();
+        BlockRecord& record = *AnyRecordOf(slot);
         mBytes -= record.mSize;
-        VerifyFreed(record);
-        VerifyTail(record);
+        VerifyFreed(slot, record);
         record.mState = kFreed;
         std::free(record.mHeader);
-        record.mHeader = nullptr;
+        const bool isHandle = record.mKind == kHandle || record.mKind == kHogHandle;
+        KeepSlot(thread, slot, isHandle ? &mHandles : &mOthers,
+                 isHandle ? kMostSlotsOfHandles : kMostOtherSlots);
     }
 
-    void FreeOldestSlot(ThreadRecord* thread)
+    void KeepSlot(ThreadRecord* thread, void** slot, SlotQueue* queue, std::size_t most)
     {
-        if (mOldestBlock == mOldestSlot)
-            FreeOldestBlock();
-        void** const slot = mSlots[mOldestSlot++ % kDelayedSlots];
-        AnyRecordOf(slot)->mState = kUnchecked;
-        GiveSlot(thread, slot);
+        queue->Push(slot);
+        if (queue->Count() <= most)
+            return;
+        void** const oldest = queue->Pop();
+        AnyRecordOf(oldest)->mState = kUnchecked;
+        GiveSlot(thread, oldest);
     }
 
-    std::size_t mNext; // the three positions only grow
-    std::size_t mOldestBlock;
-    std::size_t mOldestSlot;
-    std::size_t mBytes; // of the delayed blocks
-    unsigned mBlocks;   // since the last block with stacks
-    void** mSlots[kDelayedSlots];
+    SlotQueue mDelayed; // with the memory of the blocks
+    SlotQueue mHandles;
+    SlotQueue mOthers;
+    std::size_t mBytes;  // of the delayed blocks
+    unsigned mUnstacked; // blocks since the last block with stacks
 };
 
 namespace
 {
-// Returns the slot of the block, live or freed, at an address. Null if there is none.
-void** FindOwner(const void* block)
-{
-    void** found = nullptr;
-    VisitRecords([&](void** slot, const BlockRecord& record) {
-        if (record.mHeader && BytesOf(record) == block)
-            found = slot;
-    });
-    return found;
-}
-
 // Returns null without memory.
 ThreadChecks* ChecksOf(ThreadRecord* thread)
 {
@@ -253,6 +278,14 @@ void BeginCheck(ThreadRecord* thread, BlockHeader* header, std::size_t size, Blo
     record.mHasOwnerHeader = false;
     header->mGuard = kFrontGuard;
     WriteTail(record);
+    HideGuards(record);
+    EnterInIndex(header + 1, header->mSlot);
+}
+
+void InterruptCheck(void** slot)
+{
+    VerifyBlock(slot);
+    RevealGuards(*AnyRecordOf(slot));
 }
 
 void ContinueCheck(void** slot)
@@ -262,22 +295,46 @@ void ContinueCheck(void** slot)
     record.mHeader = HeaderOf(*slot);
     record.mSize = slab->mSizes[SlotIndex(slab, slot)];
     WriteTail(record);
+    HideGuards(record);
+    EnterInIndex(*slot, slot);
+}
+
+void HideGuards(const BlockRecord& record)
+{
+    if (!sHasChecker)
+        return;
+    HideHeader(record.mHeader);
+    platform::HideMemory(TailOf(record), kTailBytes);
+    if (record.mHasOwnerHeader)
+        platform::HideMemory(BytesOf(record) + kOwnerBytes / 2, kOwnerBytes / 2);
 }
 
 std::size_t VerifyBlock(void** slot)
 {
     const BlockRecord& record = *AnyRecordOf(slot);
-    return VerifyFront(slot, record) + VerifyOwnerHeader(record) + VerifyTail(record);
+    RevealGuards(record);
+    const std::size_t faults =
+        VerifyFront(slot, record) + VerifyOwnerHeader(record) + VerifyTail(record);
+    HideGuards(record);
+    return faults;
+}
+
+void VerifyKind(void** slot, BlockKind kind)
+{
+    const BlockRecord* const record = RecordOf(slot);
+    if (record && record->mKind != kind)
+        ReportOtherKind(BytesOf(*record), *record);
 }
 
 void DelayBlock(ThreadRecord* thread, void** slot, BlockKind kind)
 {
     VerifyBlock(slot);
+    VerifyKind(slot, kind);
     BlockRecord& record = *AnyRecordOf(slot);
-    if ((record.mKind == kPointer) != (kind == kPointer))
-        ReportFault(kOtherKind, BytesOf(record), &record);
+    RevealGuards(record);
     record.mState = kDelayed;
     record.mHasOwnerHeader = false;
+    record.mFreedBlock.mNumber = sFreedBlocks.fetch_add(1, std::memory_order_relaxed);
     record.mFreed = record.mAllocated ? KeepStack(1) : nullptr;
     VisitFilled(record, [](unsigned char* first, std::size_t count) {
         std::memset(first, kFreedFill, count);
@@ -292,49 +349,7 @@ void DelayBlock(ThreadRecord* thread, void** slot, BlockKind kind)
 void FreeDelayed(ThreadRecord& thread)
 {
     if (thread.mChecks)
-        thread.mChecks->FreeBlocks();
-}
-
-bool ExplainRecycled(void* block)
-{
-    void* const bytes = static_cast<unsigned char*>(block) + kOwnerBytes; // the caller's bytes
-    void** const other = FindOwner(bytes);
-    if (!other)
-        return ExplainPointer(block) != nullptr;
-    ReportFault(kOtherKind, bytes, RecordOf(other));
-    return false;
-}
-
-void** ExplainPointer(void* pointer)
-{
-    if (!CurrentChecks().mOn)
-        return nullptr;
-    void** const found = FindOwner(pointer);
-    const BlockRecord* const record = found ? RecordOf(found) : nullptr;
-    if (record && record->mState == kLive)
-    {
-        VerifyBlock(found);
-        return found;
-    }
-    if (record)
-        ReportFault("a freed block was used, or freed a second time", pointer, record);
-    else
-        ReportFault("an address that is no live block was used or freed", pointer, nullptr);
-    return nullptr;
-}
-
-void ExplainHandle(void** handle)
-{
-    if (!CurrentChecks().mOn)
-        return;
-    const Slab* const slab = FindSlab(handle);
-    const bool isSlot = slab && reinterpret_cast<std::uintptr_t>(handle) % sizeof(void*) == 0 &&
-                        SlotIndex(slab, handle) < kSlotsPerSlab;
-    const BlockRecord* const record = isSlot ? RecordOf(handle) : nullptr;
-    if (record)
-        ReportFault("a freed handle was used, or freed a second time", handle, record);
-    else
-        ReportFault("an address that is no live handle was used or freed", handle, nullptr);
+        thread.mChecks->FreeBlocks(&thread);
 }
 
 std::size_t VerifyAllBlocks()
@@ -344,8 +359,16 @@ std::size_t VerifyAllBlocks()
         if (record.mState == kLive)
             faults += VerifyBlock(slot);
         if (record.mState == kDelayed)
-            faults += VerifyFreed(record) + VerifyTail(record);
+            faults += VerifyFreed(slot, record);
     });
     return faults;
+}
+
+void ForgetHogs(const MEM_Heap* heap)
+{
+    VisitRecords([heap](void** slot, BlockRecord& record) {
+        if (record.mState == kLive && record.mKind == kHogHandle && HeapOf(slot) == heap->mNumber)
+            record.mKind = kHandle;
+    });
 }
 } // namespace tolv

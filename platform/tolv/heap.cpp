@@ -183,7 +183,7 @@ bool ResizeBlock(void** slot, unsigned long long size)
     const std::size_t bytes = BytesOfBlock(static_cast<std::size_t>(size), isChecked);
     ThreadRecord* record = MyRecord();
     if (isChecked)
-        VerifyBlock(slot);
+        InterruptCheck(slot);
     else if (IsWatched())
         RevealHeader(HeaderOf(*slot));
     void* memory = ReallocOrTrim(record, HeaderOf(*slot), bytes);
@@ -232,15 +232,22 @@ void** FindHandle(void** handle)
     if (SlabOfHandle(handle))
         return handle;
     if (IsWatched() && handle)
-        ExplainHandle(handle);
+        Explain(handle, kHandle);
     return nullptr;
 }
 
 // Returns the slot of a live block, or null.
 void** FindBlock(void* block)
 {
-    void** const slot = SlotOfBlock(block);
-    return slot || !IsWatched() || !block ? slot : ExplainPointer(block);
+    return IsWatched() ? FindWatched(block) : SlotOfBlock(block);
+}
+
+// Returns the size of a live block.
+unsigned long long VerifiedSizeOf(void** slot)
+{
+    if (IsWatched() && RecordOf(slot))
+        VerifyBlock(slot);
+    return SizeOf(slot);
 }
 } // namespace
 
@@ -260,7 +267,7 @@ void* NewCheckedRecycled(std::size_t size)
 
 bool FreeCheckedRecycled(void* block)
 {
-    void** const slot = SlotOfAny(block);
+    void** const slot = FindLive(block);
     if (!slot || !RecordOf(slot))
         return false;
     MarkFree(slot);
@@ -300,19 +307,28 @@ void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size)
 int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size)
 {
     if (!handle || MEM_CheckHandleFromHeap(heap, handle))
+    {
+        FindHandle(handle); // reports
         return kNotThisHeap;
+    }
     return ResizeBlock(handle, size) ? 0 : kNoMemory;
 }
 
 unsigned long long MEM_GetHandleSize(MEM_HeapRef, void** handle)
 {
-    return FindHandle(handle) ? SizeOf(handle) : 0;
+    return FindHandle(handle) ? VerifiedSizeOf(handle) : 0;
 }
 
 void MEM_DisposeHandle(MEM_HeapRef, void** handle)
 {
     if (FindHandle(handle))
         FreeBlock(handle, kHandle);
+}
+
+void MEM_DisposeHogHandle(MEM_HeapRef, void** handle)
+{
+    if (FindHandle(handle))
+        FreeBlock(handle, kHogHandle);
 }
 
 int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle)
@@ -335,6 +351,8 @@ void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size)
     if (!pointer)
         return MEM_NewPtrDebug(heap, size, nullptr, nullptr, 0);
     void** slot = FindBlock(pointer);
+    if (slot && IsWatched())
+        VerifyKind(slot, kPointer);
     return slot && ResizeBlock(slot, size) ? *slot : nullptr;
 }
 
@@ -347,5 +365,12 @@ void MEM_DisposePtr(MEM_HeapRef, void* pointer)
 unsigned long long MEM_GetPtrSize(MEM_HeapRef, void* pointer)
 {
     void** slot = FindBlock(pointer);
-    return slot ? SizeOf(slot) : 0;
+    return slot ? VerifiedSizeOf(slot) : 0;
+}
+
+int MEM_CheckPtr(void* pointer)
+{
+    if (!pointer)
+        return 0;
+    return (IsWatched() ? FindLive(pointer) : SlotOfBlock(pointer)) ? 0 : kNotThisHeap;
 }

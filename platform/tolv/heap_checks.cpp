@@ -7,7 +7,8 @@
 #include <string>
 
 #include <krobase/private/recycled_source.h>
-#include <platform/base/locks.h>
+#include <platform/base/memory_tools.h>
+#include <win32/memory.h>
 #include <wril/wril.h>
 
 #include "memory.h"
@@ -130,7 +131,7 @@ using namespace tolv;
 
 void MEM_SetOrigin(void* block, const MEM_Origin& origin)
 {
-    void** const slot = SlotOfBlock(block);
+    void** const slot = FindLive(block);
     BlockRecord* const record = slot ? RecordOf(slot) : nullptr;
     if (!record)
         return;
@@ -139,21 +140,53 @@ void MEM_SetOrigin(void* block, const MEM_Origin& origin)
     record->mLocation = origin.mLocation;
     if (origin.mIsHog)
         record->mKind = kHogHandle;
-    record->mHasOwnerHeader = origin.mHasHeader;
-    if (origin.mHasHeader)
-        std::memcpy(record->mOwnerHeader, block, kOwnerBytes);
+    if (!origin.mHasHeader)
+        return;
+    record->mHasOwnerHeader = true;
+    std::memcpy(record->mOwnerHeader, block, kOwnerBytes);
+    HideGuards(*record);
 }
 
-bool MEM_CheckRecycled(void* block, bool hasMark)
+namespace
+{
+// Reads a block that may be freed.
+PLATFORM_READS_HIDDEN_MEMORY bool StartsWith(const void* block, unsigned mark)
+{
+    if (reinterpret_cast<std::uintptr_t>(block) % alignof(unsigned) ||
+        win32::IsBadReadPtr(block, sizeof(mark)))
+        return false;
+    const platform::ScHiddenReads reads;
+    return *static_cast<const unsigned*>(block) == mark;
+}
+} // namespace
+
+bool MEM_CheckRecycled(void* block, unsigned mark)
 {
     if (!CurrentChecks().mOn)
         return true;
-    void** const slot = SlotOfAny(block);
+    void** const slot = FindLive(block);
     const BlockRecord* const record = slot ? RecordOf(slot) : nullptr;
     if (record && record->mKind == kRecycled)
     {
         VerifyBlock(slot);
         return true;
     }
-    return hasMark || ExplainRecycled(block);
+    void* const address = static_cast<unsigned char*>(block) + kOwnerBytes; // the caller's bytes
+    return StartsWith(block, mark) || Explain(address, kRecycled);
+}
+
+void MEM_ReportNoHog(void** handle, bool mayBeCopy)
+{
+    BlockRecord* const record =
+        CurrentChecks().mOn && SlabOfHandle(handle) ? RecordOf(handle) : nullptr;
+    if (!record)
+        return;
+    if (record->mKind != kHogHandle)
+    {
+        if (!mayBeCopy)
+            ReportOtherKind(handle, *record);
+        return;
+    }
+    ReportFault("bytes before the block were overwritten", BytesOf(*record), record);
+    record->mKind = kHandle;
 }

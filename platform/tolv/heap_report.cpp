@@ -65,6 +65,7 @@ void MEM_DumpLeaks(MEM_HeapRef heap)
     {
         VerifyAllBlocks();
         LogCheckedLeaks(heap);
+        ForgetHogs(heap);
     }
     const Sum left = SumHeap(heap);
     if (!left.mBlocks)

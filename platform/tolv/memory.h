@@ -31,6 +31,10 @@ PLATFORM_EXPORT unsigned long long MEM_GetHandleSize(MEM_HeapRef heap, void** ha
 // Frees a handle of any heap. Ignores an address that is no live handle.
 PLATFORM_EXPORT void MEM_DisposeHandle(MEM_HeapRef heap, void** handle);
 
+// Works like MEM_DisposeHandle. The checked heap reports a handle that is no hog handle, as
+// MEM_DisposeHandle reports a hog handle.
+PLATFORM_EXPORT void MEM_DisposeHogHandle(MEM_HeapRef heap, void** handle);
+
 // Returns 0 if the handle is live and belongs to the heap, or is null.
 PLATFORM_EXPORT int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle);
 
@@ -43,6 +47,9 @@ PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size,
 PLATFORM_EXPORT void* MEM_ResizePtr(MEM_HeapRef heap, void* pointer, unsigned long long size);
 PLATFORM_EXPORT void MEM_DisposePtr(MEM_HeapRef heap, void* pointer);
 PLATFORM_EXPORT unsigned long long MEM_GetPtrSize(MEM_HeapRef heap, void* pointer);
+
+// Returns 0 if the pointer is live or null.
+PLATFORM_EXPORT int MEM_CheckPtr(void* pointer);
 
 // True while new blocks are checked (platform::SetHeapChecks). Then callers of the functions above
 // call MEM_SetOrigin for each new block.
@@ -61,9 +68,14 @@ struct MEM_Origin
 PLATFORM_EXPORT void MEM_SetOrigin(void* block, const MEM_Origin& origin);
 
 // Returns false, after a report, if the heap is checked and the block is no live block of a
-// recycled pointer. `hasMark` means that the block looks like one: a block that was allocated
-// before the checks began is accepted for its mark. Repairs a damaged header after a report.
-PLATFORM_EXPORT bool MEM_CheckRecycled(void* block, bool hasMark);
+// recycled pointer. A block that was allocated before the checks began is accepted if the block
+// starts with `mark`. Repairs a damaged header after a report.
+PLATFORM_EXPORT bool MEM_CheckRecycled(void* block, unsigned mark);
+
+// Reports a live checked handle that was used as a hog handle and has no hog's header: another kind
+// of block, unless `mayBeCopy`, or a hog handle whose header is overwritten. The checks take the
+// latter for a plain handle from now on, since the host can only free the handle as such.
+PLATFORM_EXPORT void MEM_ReportNoHog(void** handle, bool mayBeCopy);
 
 // Logs under the tag "MEM_DumpLeaks" a line for each name that has blocks left in the heap, and
 // then the sum. Logs nothing if no block is left. Ends the heap. REQUIRES: no other thread uses the

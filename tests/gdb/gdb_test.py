@@ -73,6 +73,12 @@ LISTS = [
                  r'U_Sev_PROBLEM at 66 :: 1: u"Subject error: Gr.*e"'),
     ("u no_such_place", 'Function "no_such_place" not defined.|The program is not being run.'),
 ]
+CHECKED = [
+    ("print thumbnail", r"\$\d+ = \(handle\) 0x\w+, 120 bytes, heap \d+, Thumbnail"),
+    ("print stale", r"\$\d+ = \(handle\) 0x\w+, free"),
+    LISTS[0],
+    ("u live-blocks Image", r" +address +bytes  heap  handle\n +0x\w+ +516 +\d+  0x\w+"),
+]
 UNREADABLE = r"<damaged: (?:Cannot access memory at address|cannot read \d+ bytes at) 0x4141\w+>"
 DAMAGED = [
     (wreck("U_UTF16String", "badUTF16"), value(f"<damaged: a text of {WRECK_NUMBER} code units>")),
@@ -146,6 +152,10 @@ class Gdb(unittest.TestCase):
                    TEXTS + VALUES + LISTS + DAMAGED + SPOILED)
         self.check([os.environ["SUBJECT"], self.core], ["up", f"source {SCRIPT}"],
                    ASCII_TEXTS + VALUES + LISTS + DAMAGED, "C")
+
+    def test_names_of_all_kinds_in_a_checked_heap(self):
+        setup = ["set environment U_HEAP_CHECKS 1", "break Ready", "run", "up", f"source {SCRIPT}"]
+        self.check([os.environ["SUBJECT"]], setup, CHECKED)
 
     def test_installed_script_is_found(self):
         prefix = pathlib.Path(self.folder.name, "usr")

@@ -113,5 +113,7 @@ int main(int argumentCount, char** arguments)
     Liberator(kind, block);
     if (fault == "use_after_free")
         Culprit(block.mBytes + 1);
+    if (fault == "second_free")
+        Liberator(kind, block);
     return U_Death();
 }

@@ -1,11 +1,13 @@
 """Commits faults in blocks of the library in a host that a checker of memory watches, and reads
-the checker's report: the fault, and the owners of the block.
+the checker's report: the fault, and the owners of the block. All of that a second time with the
+checked heap of the library, which finds faults besides.
 
     faults.py asan|valgrind HOST
 
 Ends with 77 if there is no valgrind.
 """
 
+import itertools
 import os
 import re
 import shutil
@@ -16,6 +18,7 @@ VALGRIND = ["valgrind", "--error-exitcode=9", "--undef-value-errors=no", "--num-
 
 # The sanitizer's fast unwinder stops in code without frame pointers, such as the library's.
 ENVIRONMENT = {**os.environ, "ASAN_OPTIONS": "fast_unwind_on_malloc=0"}
+SECOND_FREE = "HEAP_CHECK: a freed (block|handle) was used, or freed a second time"
 
 KINDS = ["pointer", "handle", "resized", "hog", "recycled"]
 
@@ -27,14 +30,17 @@ FAULTS = {
     "underrun": ("use-after-poison", "Invalid write of size 1", ["Culprit", "SecondOwner"]),
     "use_after_free": ("heap-use-after-free", "Invalid write of size 1",
                        ["Culprit", "SecondOwner", "Liberator"]),
+    "second_free": ("heap-use-after-free", "Invalid read of size",
+                    ["SecondOwner", "Liberator"]),
 }
 
 
-def faults_of(command, kind, fault, text, functions):
-    done = subprocess.run([*command, kind, fault], env=ENVIRONMENT, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, timeout=120, check=False)
+def faults_of(command, kind, fault, text, functions, checks):
+    done = subprocess.run([*command, kind, fault], env={**ENVIRONMENT, "U_HEAP_CHECKS": checks},
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120,
+                          check=False)
     wrong = []
-    if (done.returncode != 0) != bool(text):
+    if (done.returncode != 0) != (bool(text) and text != SECOND_FREE):
         wrong.append(f"ended with {done.returncode}")
     if text and not re.search(text, done.stdout):
         wrong.append(f"does not report {text}")
@@ -42,7 +48,7 @@ def faults_of(command, kind, fault, text, functions):
     if "FirstOwner" in done.stdout:
         wrong.append("names the owner of an earlier block")
     if wrong:
-        print(f"{kind}, {fault}: {', '.join(wrong)}", done.stdout, sep="\n")
+        print(f"{kind}, {fault}, checks {checks}: {', '.join(wrong)}", done.stdout, sep="\n")
     return len(wrong)
 
 
@@ -51,12 +57,17 @@ def main(checker, host):
         return 77
     command = [*VALGRIND, host] if checker == "valgrind" else [host]
     wrong = 0
-    for kind in KINDS:
-        for fault, (asan, valgrind, functions) in FAULTS.items():
-            # The header of a hog handle belongs to the block, so a checker sees no underrun.
-            if (kind, fault) != ("hog", "underrun"):
-                text = valgrind if checker == "valgrind" else asan
-                wrong += faults_of(command, kind, fault, text, functions)
+    for kind, (fault, texts), checks in itertools.product(KINDS, FAULTS.items(), ("0", "stacks=1")):
+        asan, valgrind, functions = texts
+        text = valgrind if checker == "valgrind" else asan
+        # The header of a hog handle belongs to the block, so a checker sees no underrun.
+        if (kind, fault) == ("hog", "underrun"):
+            continue
+        if fault == "second_free" and checks != "0":
+            text = SECOND_FREE
+        elif fault == "second_free" and kind not in ("pointer", "recycled"):
+            continue  # no checker knows a handle
+        wrong += faults_of(command, kind, fault, text, functions, checks)
     return 1 if wrong else 0
 
 

@@ -1,17 +1,21 @@
 // The checked heap: faults in blocks, wrong frees, and leaks with their operation.
 
-#include <cstdlib>
+#include <cstddef>
+#include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
+#include <platform/base/memory_tools.h>
 #include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "U_Hog.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -67,6 +71,12 @@ void FreeHandle(void* handle)
     EXPECT_EQ(U_FreeHandle(static_cast<void**>(handle)), 0);
 }
 
+// Indices of kKinds.
+const std::size_t kPointer = 0;
+const std::size_t kHandle = 1;
+const std::size_t kHog = 3;
+const std::size_t kRecycled = 4;
+
 struct Kind
 {
     const char* mName; // in a report
@@ -83,8 +93,9 @@ const Kind kKinds[] = {
     {"recycled pointer", &AllocateRecycled, [](void* block) { U_FreeRecycledPtr(block); }, true},
 };
 
-// Volatile, so that the compiler does not see the fault.
-void Damage(char* byte)
+// Volatile, so that the compiler does not see the fault. The address sanitizer sees no fault in the
+// bytes that the heap hides.
+PLATFORM_READS_HIDDEN_MEMORY void Damage(char* byte)
 {
     *static_cast<volatile char*>(byte) ^= 0x55;
 }
@@ -119,6 +130,65 @@ testing::Matcher<std::string> Fault(const char* fault, const Kind& kind)
                  HasSubstr(std::string(kind.mName) + " \"op\", location 7 :: 9\n  allocated at\n"),
                  HasSubstr("\n  found at\n"));
 }
+// Uses a block of one kind through a function for another kind.
+struct WrongUse
+{
+    const char* mName;
+    std::size_t mKind;
+    void (*mUse)(const Block& block);
+    bool mFrees; // as without the checks
+};
+
+void** OwnerOf(const Block& block)
+{
+    return static_cast<void**>(block.mOwner);
+}
+
+void Resize(void* pointer)
+{
+    U_ResizePtr(kLocation, 2 * kSize, "resize", &pointer);
+}
+
+const WrongUse kWrongUses[] = {
+    {"U_FreePtr", kHandle, [](const Block& block) { U_FreePtr(block.mOwner); }, false},
+    {"U_FreePtr of the bytes", kHandle, [](const Block& block) { U_FreePtr(block.mBytes); }, true},
+    {"U_ResizePtr of the bytes", kHandle, [](const Block& block) { Resize(block.mBytes); }, false},
+    {"U_FreePtr", kRecycled, [](const Block& block) { U_FreePtr(block.mOwner); }, false},
+    {"U_ResizePtr", kRecycled, [](const Block& block) { Resize(block.mOwner); }, false},
+    {"U_FreeHandle", kPointer, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
+    {"U_FreeHandle", kRecycled, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
+    {"U_FreeHandle", kHog, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, true},
+    {"U_ResizeHandle", kPointer,
+     [](const Block& block) {
+         void** handle = OwnerOf(block);
+         U_ResizeHandle(kLocation, 2 * kSize, "resize", &handle);
+     },
+     false},
+    {"U_FreeRecycledPtr", kPointer, [](const Block& block) { U_FreeRecycledPtr(block.mOwner); },
+     false},
+    {"U_FreeRecycledPtr", kHandle, [](const Block& block) { U_FreeRecycledPtr(block.mOwner); },
+     false},
+    {"U_FreeHogHandle", kHandle,
+     [](const Block& block) {
+         std::memset(block.mBytes, 0x55, kSize);
+         U_FreeHogHandle(OwnerOf(block));
+     },
+     false},
+    {"U_FreeHogHandle of zeros", kHandle,
+     [](const Block& block) {
+         std::memset(block.mBytes, 0, kSize); // the index of the first hog
+         U_FreeHogHandle(OwnerOf(block));
+     },
+     true},
+    {"U_LockHogHandle", kHandle,
+     [](const Block& block) {
+         void* data = nullptr;
+         std::memset(block.mBytes, 0x55, kSize);
+         U_LockHogHandle(OwnerOf(block), &data);
+     },
+     false},
+};
+
 } // namespace
 
 TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
@@ -146,8 +216,8 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
             kind.mFree(block.mOwner);
             EXPECT_THAT(Reports(), testing::SizeIs(kind.mFindsUnderrun ? 1 : 0))
                 << "a block with a damaged header is freed";
-            if (!size)
-                continue;
+            if (!size || platform::MemoryIsWatched())
+                continue; // a checker of the process finds a use after the free
 
             block = kind.mAllocate(size);
             kind.mFree(block.mOwner);
@@ -162,71 +232,174 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
 
 TEST_F(HeapChecks, AWriteToAFreedBlockIsReportedWhenTheBlockLeavesTheQueue)
 {
-    char* const freed = AllocatePointer(kSize).mBytes;
-    U_FreePtr(freed);
-    Damage(freed);
-    for (int count = 0; count < 100; ++count)
-        U_FreePtr(U_AllocatePtrQuiet(kSize));
-    EXPECT_THAT(Reports(), ElementsAre(Fault("was written after it was freed", kKinds[0])));
+    if (platform::MemoryIsWatched())
+        GTEST_SKIP() << "a checker of the process has the queue";
+    const struct
+    {
+        std::ptrdiff_t mPlace;
+        const char* mFault;
+    } rows[] = {{0, "the block was written after it was freed"},
+                {-1, "bytes before the block were overwritten"},
+                {-9, "bytes before the block were overwritten"},
+                {kSize, "bytes after the end of the block were overwritten"}};
+    for (const auto& row : rows)
+    {
+        char* const freed = AllocatePointer(kSize).mBytes;
+        U_FreePtr(freed);
+        Damage(freed + row.mPlace);
+        for (int count = 0; count < 100; ++count)
+            U_FreePtr(U_AllocatePtrQuiet(kSize));
+        EXPECT_THAT(Reports(),
+                    ElementsAre(AllOf(Fault(row.mFault, kKinds[0]), HasSubstr("\n  freed at\n"))));
+    }
 }
 
-TEST_F(HeapChecks, WrongFreesAreReportedAndChangeNothing)
+TEST_F(HeapChecks, QueriesAndLocksVerifyTheGuards)
 {
-    const char* const freedTwice = "a freed block was used, or freed a second time";
-    const char* const noBlock = "an address that is no live block was used or freed";
-    const char* const otherKind = "a block was freed by a function for another kind of block";
+    const std::pair<std::size_t, void (*)(void* owner)> rows[] = {
+        {kPointer,
+         [](void* pointer) {
+             U_u64 size = 0;
+             U_GetPtrSize(pointer, &size);
+         }},
+        {kHandle,
+         [](void* handle) {
+             U_u32 size = 0;
+             U_GetHandleSize(static_cast<void**>(handle), &size);
+         }},
+        {kHog,
+         [](void* handle) {
+             void* data = nullptr;
+             U_LockHogHandle(static_cast<void**>(handle), &data);
+         }},
+    };
+    for (const auto& [kind, use] : rows)
+    {
+        const Block block = kKinds[kind].mAllocate(kSize);
+        Damage(block.mBytes + kSize);
+        use(block.mOwner);
+        EXPECT_THAT(Reports(), ElementsAre(Fault("bytes after the end", kKinds[kind])));
+        kKinds[kind].mFree(block.mOwner);
+    }
+}
+
+TEST_F(HeapChecks, ASecondFreeIsReportedWithBothStacksAndChangesNothing)
+{
     const U_u64 used = InUse();
     for (const Kind& kind : kKinds)
     {
-        SCOPED_TRACE(kind.mName);
-        const Block block = kind.mAllocate(kSize);
-        kind.mFree(block.mOwner);
-        EXPECT_THAT(Reports(), ElementsAre());
-        kind.mFree(block.mOwner);
-        EXPECT_THAT(Reports(),
-                    ElementsAre(AllOf(HasSubstr("freed a second time"), HasSubstr("freed at\n"))));
+        // The memory of a large block leaves the process at once.
+        for (const U_u64 size : {kSize, U_u64(20) << 20})
+        {
+            for (const int further : {0, 200}) // blocks until the block has left the queue
+            {
+                SCOPED_TRACE(testing::Message() << kind.mName << ' ' << size << ' ' << further);
+                const Block block = kind.mAllocate(size);
+                kind.mFree(block.mOwner);
+                for (int count = 0; count < further; ++count)
+                    U_FreePtr(U_AllocatePtrQuiet(kSize + 100));
+                EXPECT_THAT(Reports(), ElementsAre());
+                kind.mFree(block.mOwner);
+                EXPECT_THAT(Reports(), ElementsAre(AllOf(Fault("freed a second time", kind),
+                                                         HasSubstr("\n  freed at\n"))));
+            }
+        }
     }
-    Block freed = AllocatePointer(kSize);
-    U_FreePtr(freed.mOwner);
-    U_u64 size = 0;
-    U_GetPtrSize(freed.mOwner, &size);
-    EXPECT_THAT(Reports(), ElementsAre(HasSubstr(freedTwice)));
-
-    void* const foreign = std::calloc(100, 1);
-    U_FreePtr(static_cast<char*>(foreign) + 32);
-    EXPECT_THAT(Reports(), ElementsAre(HasSubstr(noBlock)));
-    std::free(foreign);
-
-    const Block pointer = AllocatePointer(kSize);
-    U_FreeRecycledPtr(pointer.mOwner);
-    EXPECT_THAT(Reports(), ElementsAre(AllOf(HasSubstr(otherKind), HasSubstr("pointer \"op\""))));
-    U_FreePtr(pointer.mOwner);
-    const Block recycled = AllocateRecycled(kSize);
-    U_FreePtr(recycled.mOwner);
-    EXPECT_THAT(Reports(), ElementsAre(HasSubstr(noBlock)));
-    U_FreeRecycledPtr(recycled.mOwner);
-    U_FreePtr(AllocateHandle(kSize).mBytes);
-    EXPECT_THAT(Reports(), ElementsAre(HasSubstr(otherKind)));
     EXPECT_EQ(InUse() - U_GetRecycledMemorySize(), used);
+}
+
+TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
+{
+    void* const pointer = AllocatePointer(kSize).mOwner;
+    U_FreePtr(pointer);
+    void* resized = pointer;
+    EXPECT_EQ(U_ResizePtr(kLocation, 2 * kSize, "resize", &resized), 4);
+    EXPECT_EQ(resized, nullptr);
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kKinds[kPointer])));
+    U_u64 size = 0;
+    U_GetPtrSize(pointer, &size);
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kKinds[kPointer])));
+
+    void** handle = U_AllocateHandle(kLocation, "op", kSize);
+    U_FreeHandle(handle);
+    EXPECT_EQ(U_ResizeHandle(kLocation, 2 * kSize, "resize", &handle), 4);
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kKinds[kHandle])));
+
+    alignas(16) static char foreign[64];
+    U_FreePtr(foreign + 32);
+    EXPECT_THAT(Reports(), ElementsAre(HasSubstr("an address that is no live block was used")));
+    EXPECT_THAT(mAlerts.Texts(), testing::Not(testing::Contains(HasSubstr("RAM"))));
+}
+
+TEST_F(HeapChecks, AUseThroughAFunctionForAnotherKindIsReported)
+{
+    for (const WrongUse& row : kWrongUses)
+    {
+        const Kind& kind = kKinds[row.mKind];
+        SCOPED_TRACE(testing::Message() << row.mName << " of a " << kind.mName);
+        const Block block = kind.mAllocate(kSize);
+        row.mUse(block);
+        EXPECT_THAT(Reports(), ElementsAre(Fault("a function for another kind of block", kind)));
+        kind.mFree(block.mOwner);
+        EXPECT_EQ(Reports().size(), row.mFrees ? 1u : 0u);
+    }
+}
+
+TEST_F(HeapChecks, AHogHandleWithAnOverwrittenHeaderIsReported)
+{
+    const auto fault = Fault("bytes before the block", kKinds[kHog]);
+    const Block unknown = AllocateHog(kSize);
+    std::memset(unknown.mBytes - 16, 0x55, 16);
+    U_FreeHogHandle(OwnerOf(unknown));
+    EXPECT_THAT(Reports(), ElementsAre(fault)) << "no hog has the index";
+    FreeHandle(unknown.mOwner);
+    const Block unmarked = AllocateHog(kSize);
+    Damage(unmarked.mBytes - 1);
+    U_FreeHogHandle(OwnerOf(unmarked));
+    EXPECT_THAT(Reports(), ElementsAre(fault));
 }
 
 TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
 {
     void** const stale = U_AllocateHandle(kLocation, "op", kSize);
     U_FreeHandle(stale);
-    std::vector<void**> newer;
-    for (int count = 0; count < 2000; ++count)
-        newer.push_back(U_AllocateHandleQuiet(kSize));
-    for (void** handle : newer)
-        EXPECT_NE(handle, stale);
-    for (void** handle : newer)
-        U_FreeHandle(handle);
-    Reports();
+    ASSERT_TRUE(platform::SetHeapChecks("stacks=0,delay=100"));
+    for (int count = 0; count < 50000; ++count)
+    {
+        void** const newer = U_AllocateHandleQuiet(kSize);
+        ASSERT_NE(newer, stale) << count;
+        U_FreeHandle(newer);
+        U_FreePtr(U_AllocatePtrQuiet(kSize));
+    }
+    EXPECT_THAT(Reports(), ElementsAre());
     U_u32 size = 0;
     U_GetHandleSize(stale, &size);
-    EXPECT_THAT(Reports(), ElementsAre(AllOf(HasSubstr("a freed handle was used"),
-                                             HasSubstr("handle \"op\", location 7 :: 9"))))
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kKinds[kHandle])))
         << "although the memory of the block was freed";
+}
+
+TEST_F(HeapChecks, AFaultFoundForLackOfMemoryIsReportedWithoutTheLockOfThePool)
+{
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
+    const U_u64 large = 64 * kMiB;
+    U_FreeRecycledPtr(AllocateRecycled(large).mOwner); // the pool keeps the size
+    char* const freed = AllocatePointer(kSize).mBytes;
+    U_FreePtr(freed);
+    Damage(freed);
+    static int sReports;
+    sReports = 0;
+    platform::SetLogSink([](int, const char*, const char* tag, const char*) {
+        if (!tag || std::strcmp(tag, "HEAP_CHECK") != 0)
+            return;
+        ++sReports;
+        U_PurgeRecycledMemory(1); // takes the lock
+    });
+    {
+        const ScAddressSpaceLimit limit(8 * kMiB);
+        EXPECT_EQ(U_AllocateRecycledPtr(kLocation, nullptr, large), nullptr);
+    }
+    EXPECT_EQ(sReports, 1);
+    U_FreeRecycledPtr(AllocateRecycled(large).mOwner);
 }
 
 TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)

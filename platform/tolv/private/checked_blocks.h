@@ -37,14 +37,20 @@ enum BlockState : unsigned char
     kUnchecked,
     kLive,
     kDelayed, // freed, and the memory is kept
-    kFreed    // only the slot is kept
+    kFreed    // freed, and only the slot is kept
 };
 
 const std::size_t kOwnerBytes = 16;
 
+struct FreedBlock
+{
+    void** mNext;          // of a queue
+    std::uint64_t mNumber; // of two blocks, the block that was freed later has the larger number
+};
+
 struct BlockRecord
 {
-    BlockHeader* mHeader;    // null in the state kFreed
+    BlockHeader* mHeader;    // in the state kFreed another block may have the address
     const Stack* mAllocated; // null if the stack is not kept
     const Stack* mFreed;     // null if the stack is not kept
     std::uint32_t mSize;     // bytes
@@ -52,9 +58,18 @@ struct BlockRecord
     std::uint32_t mLocation;
     BlockKind mKind;
     BlockState mState;
-    bool mHasOwnerHeader;                    // the next field is set
-    unsigned char mOwnerHeader[kOwnerBytes]; // a copy of a header that the block begins with
+    bool mHasOwnerHeader; // mOwnerHeader is set
+    union
+    {
+        unsigned char mOwnerHeader[kOwnerBytes]; // a copy of a header that the block begins with
+        FreedBlock mFreedBlock;                  // in the states kDelayed and kFreed
+    };
 };
+
+inline unsigned char* BytesOf(const BlockRecord& record)
+{
+    return reinterpret_cast<unsigned char*>(record.mHeader + 1);
+}
 
 // The settings of the checks.
 struct HeapChecks
@@ -67,6 +82,26 @@ struct HeapChecks
 HeapChecks CurrentChecks();
 const unsigned kMostDelay = 10000;
 
+// Calls visit(slot, record) for each slot with a record.
+template <class Visit> void VisitRecords(Visit visit)
+{
+    for (Slab* slab = FirstSlab(); slab; slab = slab->mNext)
+    {
+        BlockRecord* const records = slab->mRecords.load(std::memory_order_acquire);
+        for (std::size_t i = 0; records && i < kSlotsPerSlab; ++i)
+        {
+            if (records[i].mState != kUnchecked)
+                visit(&slab->mBlocks[i], records[i]);
+        }
+    }
+}
+
+inline std::uint16_t HeapOf(void** slot)
+{
+    Slab* const slab = SlabOf(slot);
+    return LoadAcquire(slab->mHeaps[SlotIndex(slab, slot)]);
+}
+
 // Returns the record of a checked block that is live or freed. Null for any other slot.
 BlockRecord* RecordOf(void** slot);
 
@@ -77,29 +112,38 @@ bool MayCheck(void** slot);
 // The bytes that a checked block takes besides its header.
 std::size_t BytesOfChecked(std::size_t size);
 
-// Begins the checks of a new block, whose slot may not contain the block's address yet. Continues
-// the checks after a block was moved or resized.
+// Begins the checks of a new block, whose slot may not contain the block's address yet.
 void BeginCheck(ThreadRecord* record, BlockHeader* header, std::size_t size, BlockKind kind);
+
+// Verify a block that is about to be moved or resized, and continue the checks after that.
+void InterruptCheck(void** slot);
 void ContinueCheck(void** slot);
+
+// Hides the guards, and the end of the owner's header, from a checker of the process.
+void HideGuards(const BlockRecord& record);
 
 // Reports a damaged guard, and repairs the guard. Returns the number of faults.
 std::size_t VerifyBlock(void** slot);
 
-// Frees a checked block and its slot, later if the thread has a record. Reports a block of another
-// kind than `kind`.
+// Reports a checked block that is not of the kind.
+void VerifyKind(void** slot, BlockKind kind);
+
+// Frees a checked block and its slot, the slot later if the thread has a record. The block is freed
+// later, too, unless a checker watches the process, which delays the block itself. Reports a block
+// of another kind than `kind`.
 // REQUIRES: the slot is marked as free.
 void DelayBlock(ThreadRecord* record, void** slot, BlockKind kind);
 
 // Frees the delayed blocks of the thread, but not their slots.
 void FreeDelayed(ThreadRecord& record);
 
-// Report an address that is no live block or handle. ExplainPointer returns the slot of a
-// live block whose header was damaged, after a repair; otherwise null.
-void** ExplainPointer(void* pointer);
-void ExplainHandle(void** handle);
+// Stores that the slot is the owner of the block, for FindLive.
+void EnterInIndex(void* block, void** slot);
 
-// The same for the block of a recycled pointer. Returns whether the block is live after a repair.
-bool ExplainRecycled(void* block);
+// Reports an address that a caller uses as a live pointer, handle or recycled pointer, and that
+// FindLive does not find. If the block is live and of the kind, repairs its header and returns its
+// slot; otherwise returns null.
+void** Explain(void* address, BlockKind asked);
 
 // Allocate and free the block of a recycled pointer. Without memory, and if new blocks are not
 // checked, NewCheckedRecycled returns null. FreeCheckedRecycled returns false for a block that was
@@ -114,8 +158,15 @@ std::size_t VerifyAllBlocks();
 // Logs the checked blocks that are left in a heap, and the recycled blocks that are left.
 void LogCheckedLeaks(const MEM_Heap* heap);
 
+// Makes the hog handles that are left in a heap plain handles: after death no function knows their
+// hogs, so the host frees them as handles.
+void ForgetHogs(const MEM_Heap* heap);
+
 // Logs a fault with the block's record, which may be null, and the stack of the caller.
 void ReportFault(const char* fault, const void* address, const BlockRecord* record);
+
+// Reports a block that was used or freed by a function for another kind of block.
+void ReportOtherKind(const void* address, const BlockRecord& record);
 } // namespace tolv
 
 #endif

@@ -68,6 +68,14 @@ inline void** SlotOfBlock(void* block)
 // of the process reports the reading.
 void** SlotOfAny(void* block);
 
+// Works like SlotOfBlock while the heap is watched. While the heap is checked, reads no memory that
+// may be unmapped.
+void** FindLive(void* block);
+
+// Works like FindLive, and reports an address that is no live block: by the checked heap, or else
+// by the checker of the process. Repairs the header of a checked block.
+void** FindWatched(void* block);
+
 // Returns the slab of a live handle, or null for any other address.
 inline Slab* SlabOfHandle(void** handle)
 {

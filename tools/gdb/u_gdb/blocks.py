@@ -3,9 +3,12 @@
 import bisect
 import sys
 
+import gdb
+
 from .memory import Unreadable, c_string, find_type, of_atomic, offset, read, variable, word
 
 LONGEST_NAME = 63  # bytes, of a block
+LIVE = 1  # a state of a record
 
 
 class Slabs:
@@ -16,6 +19,7 @@ class Slabs:
         self.bytes = int(variable("tolv::kSlabBytes"))
         self.slots = self.type["mBlocks"].type.range()[1] + 1
         self.starts = []
+        self.records = {}  # by slab
         place = int(of_atomic(variable("tolv::(anonymous namespace)::sFirstSlab")))
         seen = set()
         while place:
@@ -41,10 +45,21 @@ class Slabs:
             yield data[start:start + self.slots * size].cast(kind)
 
 
+    def record(self, slab, index):
+        """The checked heap's record of a live block, None for a block that is not checked."""
+        if slab not in self.records:
+            kind = find_type("tolv::BlockRecord").pointer()
+            place = of_atomic(gdb.Value(slab).cast(self.type.pointer())["mRecords"])
+            self.records[slab] = place.cast(kind) if int(place) else None
+        records = self.records[slab]
+        return records[index] if records and int(records[index]["mState"]) == LIVE else None
+
+
 class Names:
     """The names of blocks."""
 
-    def __init__(self):
+    def __init__(self, slabs):
+        self.slabs = slabs
         self.header = find_type("tolv::BlockHeader")
         self.names = variable("tolv::(anonymous namespace)::sNames")
         self.known = {0: "(no name)"}
@@ -64,6 +79,9 @@ class Names:
 
     def of_block(self, block, slot):
         try:
+            record = self.slabs.record(*self.slabs.slot(slot))
+            if record is not None:
+                return self.name(int(record["mName"]))
             header = read(block - self.header.sizeof, self.header.sizeof)
             part = {member.name: header[member.bitpos // 8:][:member.type.sizeof]
                     for member in self.header.fields()}

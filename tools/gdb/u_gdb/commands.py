@@ -47,7 +47,8 @@ With a name, each block of that name with its size, its heap and its handle."""
     NAME = "u live-blocks"
 
     def blocks(self):
-        slabs, names = Slabs(), Names()
+        slabs = Slabs()
+        names = Names(slabs)
         for slab in slabs.starts:
             for index, (block, size, heap) in enumerate(zip(*slabs.arrays(slab))):
                 if block and not block & 1:

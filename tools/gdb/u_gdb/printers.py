@@ -95,7 +95,7 @@ def handle_printer(value):
         if not block or block & 1:
             return TextPrinter(value, lambda _: f"(handle) {address:#x}, free")
         sizes, heaps = list(slabs.arrays(found[0]))[1:]
-        name = Names().of_block(block, address)
+        name = Names(slabs).of_block(block, address)
         size, heap = sizes[found[1]], heaps[found[1]]
     except FAILURES:
         return None

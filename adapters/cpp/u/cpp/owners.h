@@ -231,6 +231,8 @@ public:
     // Resizes the block, which may move. The handle keeps its value. Added bytes are not cleared.
     //
     // Throws: std::bad_alloc; StatusError with 3 for an empty owner. The block is unchanged then.
+    // REQUIRES: the owner alone frees the handle. U_CheckHandleFromHeap reports a handle that was
+    // freed elsewhere, and the exception is std::bad_alloc, too.
     void Resize(U_u32 location, const char* opName, U_u64 newSize)
     {
         void** handle = Get();
