@@ -171,9 +171,8 @@ TEST(FlatStore, CrowdedBucketIsSearchedWithoutMemoryAndByManyThreads)
 {
     Dictionary flat(true);
     LoadFlat(flat, CrowdedEntries(200));
-    for (const long nth : {1, 2}) // the allocations of an index
     {
-        const ScFailingNew failing(nth);
+        const ScFailingNew failing(1); // the index
         EXPECT_TRUE(flat.HasString(CrowdedKey(199).c_str()));
         EXPECT_TRUE(failing.HasFailed());
     }
