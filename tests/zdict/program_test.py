@@ -89,7 +89,6 @@ class Files(Case):
                 self.assertIn("standard output: can't be written: No space", result.err)
         self.run_tool("compile", "-o", "/dev/null", "-", stdin=TEXT.encode())
 
-    @unittest.skipIf(WINDOWS, "links")
     def test_open_files_without_a_path_are_written(self):
         for target in "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1":
             self.assertEqual(self.run_tool("compile", "-o", target, "-", stdin=TEXT.encode()).out,
