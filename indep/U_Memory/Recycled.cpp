@@ -26,6 +26,7 @@ static_assert(sizeof(RecycledHeader) == 16, "the caller's bytes keep the block's
 
 const U_u32 kMark = 0xBEEFBEEF;
 const U_u32 kHeaderBytes = sizeof(RecycledHeader);
+const std::size_t kOwnerBytes = sizeof(void*); // of mOwner
 
 // The bytes of the header are charged twice: inside the size of the block and in addition to it.
 U_i32 ChargeOf(std::size_t blockSize)
@@ -42,7 +43,7 @@ void HideBounds(const RecycledHeader* header, U_u64 size)
         return;
     const U_u64 spare = header->mOwner->mBlockSize - kHeaderBytes - size;
     platform::HideMemory(reinterpret_cast<const char*>(header + 1) + size, spare);
-    platform::HideMemory(&header->mOwner, sizeof(header->mOwner));
+    platform::HideMemory(&header->mOwner, kOwnerBytes);
 }
 
 // Reveals the owner. The checker of the process reports a block that was freed before.
@@ -51,7 +52,7 @@ void RevealOwner(const RecycledHeader* header)
     if (!platform::MemoryIsWatched())
         return;
     platform::TouchMemory(header);
-    platform::RevealMemory(&header->mOwner, sizeof(header->mOwner));
+    platform::RevealMemory(&header->mOwner, kOwnerBytes);
 }
 
 void* NewRecycled(U_u64 size, Claim* claim)

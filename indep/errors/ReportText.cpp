@@ -188,7 +188,9 @@ const U_UTF16String& ComposedText::Get()
 U_UTF16String ComposedText::Take()
 {
     const U_UTF16String& text = Get();
-    return mComposed ? std::move(*mComposed) : text;
+    if (mComposed)
+        return std::move(*mComposed);
+    return text;
 }
 
 void CopyReportText(const U_UTF16String& text, char* out)

@@ -27,7 +27,7 @@ std::pair<std::string, std::string> SplitOption(const char* option, const std::s
 std::pair<std::string, std::string> AddOnce(const char* option, const std::string& value,
                                             std::unordered_map<std::string, std::string>* values)
 {
-    const auto pair = SplitOption(option, value);
+    auto pair = SplitOption(option, value);
     const auto [known, isNew] = values->insert(pair);
     if (!isNew && known->second != pair.second)
         throw Failure{kUnusable, std::string(),
