@@ -60,7 +60,7 @@ private:
 // REQUIRES: `out` has U_ReportTextSize bytes.
 void CopyReportText(const U_UTF16String& text, char* out);
 
-// Whether a message belongs to a group, which is never shown at once.
+// True for a message of a group: such a message is never shown at once.
 enum class Grouping
 {
     no,

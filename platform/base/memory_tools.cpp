@@ -13,7 +13,7 @@ extern "C" __attribute__((weak)) void __asan_poison_memory_region(const volatile
                                                                   std::size_t);
 extern "C" __attribute__((weak)) void __asan_unpoison_memory_region(const volatile void*,
                                                                     std::size_t);
-// What instrumented code calls for a load.
+// The functions that instrumented code calls for a load.
 extern "C" __attribute__((weak)) void __asan_loadN(const volatile void*, std::size_t);
 #endif
 
