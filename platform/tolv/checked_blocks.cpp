@@ -106,7 +106,7 @@ std::size_t VerifyTail(const BlockRecord& record)
     return 1;
 }
 
-// Reports a block that was written after its end of life, also before and behind its bytes.
+// Reports a freed block whose bytes or guards were written after the free.
 std::size_t VerifyFreed(void** slot, const BlockRecord& record)
 {
     const std::size_t faults = VerifyFront(slot, record) + VerifyTail(record);

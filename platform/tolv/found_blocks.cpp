@@ -31,7 +31,7 @@ const BlockRecord* RecordOfHandle(void** handle)
     return isSlot ? RecordOf(handle) : nullptr;
 }
 
-// The address that a host has of a recycled block is behind the owner's header.
+// A host has the address after the header of the owner of a recycled block.
 bool IsAddressOf(const BlockRecord& record, const void* address)
 {
     return BytesOf(record) == address ||

@@ -27,7 +27,7 @@ bool IsDigit(char16_t unit)
     return unit >= '1' && unit <= '9';
 }
 
-// Returns the end of an unknown notation, behind the second half of a surrogate pair.
+// Returns the end of an unknown notation. The end is never inside a surrogate pair.
 std::size_t EndOfCharacter(const RawLine& line, std::size_t end)
 {
     const bool isSplit = end < line.mEntryEnd && platform::IsHighSurrogate(line.mUnits[end - 1]) &&
