@@ -40,7 +40,8 @@ mkdir /tmp/older
 for package in ./*.deb; do
     [[ $package != *dbgsym* ]] || continue
     dpkg-deb -R "$package" /tmp/repacked
-    sed -i 's/^Version: .*/Version: 0.9/; s/(= [0-9.]*)/(= 0.9)/g' /tmp/repacked/DEBIAN/control
+    version=$(dpkg-deb -f "$package" Version)
+    sed -i "s/^Version: .*/Version: 0.9/; s/= $version)/= 0.9)/g" /tmp/repacked/DEBIAN/control
     dpkg-deb -b /tmp/repacked "/tmp/older/$(basename "$package")" >/dev/null
     rm -r /tmp/repacked
 done
