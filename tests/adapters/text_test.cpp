@@ -112,6 +112,8 @@ TEST_F(CppText, MessagesTakeNumbersAndTextsOfEachType)
               "5 1099511627776 2.5 ^1 w s c");
     EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=^^L1 ^^L2", 1 == 1, short(-3))), "1 -3");
     EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=plain")), "plain");
+    const char* none = nullptr;
+    EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test=a ^^1", none)), "a ");
     EXPECT_EQ(Thrown([] { U::cpp::Format("$$$/test=^^1", 5); }), 3);
     EXPECT_EQ(Thrown([] { U::cpp::Format("$$$/test=^^L1", "five"); }), 3);
 }

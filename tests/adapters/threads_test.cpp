@@ -98,6 +98,8 @@ TEST_F(CppThreads, ADestructorAndAMoveWaitForTheThread)
         U::cpp::Thread thread(Role::None, "first", work);
         thread = U::cpp::Thread(Role::None, "second", work);
         EXPECT_GE(ended, 1);
+        U::cpp::Thread& same = thread;
+        thread = std::move(same);
         U::cpp::Thread moved(std::move(thread));
         EXPECT_EQ(thread.Join(), 0);
         U::cpp::Thread moveOnly(Role::None, "third",
@@ -126,6 +128,36 @@ TEST_F(CppThreads, APoolRunsFunctionsInItsRole)
     EXPECT_THROW(refused.get(), std::out_of_range);
     EXPECT_FALSE(U_IsOnRenderThread());
 }
+
+TEST_F(CppThreads, AFunctionOfAPoolIsDestroyedBeforeItsFutureIsReady)
+{
+    // Counts itself until its end, which lets other threads run first.
+    struct Owned
+    {
+        explicit Owned(std::atomic<int>* count) : mCount(count) { ++*mCount; }
+        ~Owned()
+        {
+            std::this_thread::yield();
+            --*mCount;
+        }
+        std::atomic<int>* mCount;
+    };
+    std::atomic<int> owned(0);
+    U::cpp::ThreadPool pool(1, Role::None, "pool");
+    for (int i = 0; i < 2000; ++i)
+    {
+        auto kept = std::make_shared<Owned>(&owned);
+        auto future = pool.Submit([kept = std::move(kept), i] {
+            if (i % 2 == 0)
+                throw 9;
+        });
+        future.wait();
+        ASSERT_EQ(owned, 0) << i;
+    }
+}
+
+static_assert(!std::is_move_constructible_v<U::cpp::ThreadPool>,
+              "a pool that was moved from has no threads");
 
 TEST_F(CppThreads, APoolEndsAfterItsFunctions)
 {

@@ -247,7 +247,8 @@ public:
     // The constructors of Owner.
     using Owner::Owner;
 
-    // `hog` is an identifier of U_RegisterHog. `flags` are those of U_NewHogHandle.
+    // Returns a new block of `size` bytes. `hog` is an identifier of U_RegisterHog. `flags` are
+    // those of U_NewHogHandle.
     //
     // Throws: std::bad_alloc; StatusError with 2 for an unknown identifier.
     static HogHandle Allocate(U_u32 hog, U_u32 location, const char* opName, U_u64 size,
@@ -258,6 +259,8 @@ public:
         return handle;
     }
 
+    // Returns the size of the block in bytes, as it was allocated.
+    //
     // Throws: StatusError with 2 for an empty owner.
     U_u64 Size() const
     {
@@ -266,6 +269,8 @@ public:
         return size;
     }
 
+    // Resizes the block, which may move. The handle keeps its value. Added bytes are not cleared.
+    //
     // Throws: std::bad_alloc; StatusError with 1 while a HogLock holds the handle, with 2 for an
     // empty owner. The data is unchanged then.
     void Resize(U_u32 location, const char* opName, U_u64 newSize)
@@ -312,6 +317,8 @@ public:
     // The constructors of Owner.
     using Owner::Owner;
 
+    // Returns a new block of `size` bytes, whose content is undefined.
+    //
     // Throws: std::bad_alloc, also for a size above 0x7FFFFFFF.
     static ToolboxHandle Allocate(U_u64 size)
     {

@@ -9,8 +9,8 @@
 //
 // Narrow text is UTF-8, unless a name says Multibyte: multibyte text is in the active code page.
 //
-// Allocations: a conversion allocates its result and one copy of its argument. A view allocates
-// nothing.
+// Allocations: a conversion allocates its result and at most two copies of the text. A view
+// allocates nothing.
 //
 // Thread safety: thread-safe, except LoadDictionary.
 //
@@ -103,10 +103,10 @@ inline std::string FromMultibyte(const std::string& text)
 class MessageValue
 {
 public:
-    // Take text: UTF-8 or UTF-16.
+    // Take text: UTF-8 or UTF-16. A null pointer is an empty text.
     MessageValue(std::string_view utf8) : mText(ToUTF16(utf8)) {}
     MessageValue(const std::string& utf8) : MessageValue(std::string_view(utf8)) {}
-    MessageValue(const char* utf8) : MessageValue(std::string_view(utf8)) {}
+    MessageValue(const char* utf8) : MessageValue(std::string_view(utf8 ? utf8 : "")) {}
     MessageValue(std::u16string_view text) : mText(ToUTF16(text)) {}
     MessageValue(const U_UTF16String& text) : mText(text) {}
 

@@ -17,6 +17,7 @@
 #include <exception>
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -151,7 +152,7 @@ private:
 namespace detail
 {
 // A function whose result goes to a future. If the object ends before Run, the future gets the
-// exception of a status code.
+// exception of a status code. The function is destroyed before the future is ready.
 template <class Function> class PromisedCall
 {
 public:
@@ -163,8 +164,11 @@ public:
 
     ~PromisedCall()
     {
-        if (!mHasRun)
+        if (mFunction)
+        {
+            mFunction.reset();
             Settle([this]() -> Result { Throw(mFailure.load()); });
+        }
     }
 
     std::future<Result> Future() { return mPromise.get_future(); }
@@ -174,8 +178,10 @@ public:
 
     void Run() noexcept
     {
-        mHasRun = true;
-        Settle([this]() -> Result { return Checked(mFunction); });
+        Settle([this]() -> Result {
+            auto function = std::exchange(mFunction, std::nullopt);
+            return Checked(*function);
+        });
     }
 
 private:
@@ -197,17 +203,17 @@ private:
         }
     }
 
-    Function mFunction;
+    std::optional<Function> mFunction; // none after Run
     std::promise<Result> mPromise;
     std::atomic<U_Status> mFailure{U_Err_SuspendTerminated};
-    bool mHasRun = false;
 };
 } // namespace detail
 
 // A pool of threads with a role. An executor of krobase with the same threads may also run
 // suspended calls (contexts.h).
 //
-// End: the destructor waits until the functions that were submitted have run.
+// End: the destructor waits until the functions that were submitted have run, unless a copy of
+// Executor's pointer is left: the threads end with the last copy.
 class ThreadPool
 {
 public:
@@ -221,12 +227,15 @@ public:
               [role] { detail::RegisterRole(role); }, [role] { detail::DeregisterRole(role); }))
     {
     }
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
 
     // Queues a function, which runs on a thread of the pool. Functions begin in the order in
     // which they were submitted.
     //
     // Returns: the future of the result or of the exception. An int that the function throws
-    // becomes the exception of the status code.
+    // becomes the exception of the status code. The function has been destroyed when the future
+    // is ready.
     // Throws: std::bad_alloc, with nothing queued.
     template <class Function> auto Submit(Function function)
     {
