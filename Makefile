@@ -120,7 +120,8 @@ soak: deps ## Do everything at once for SOAK_SECONDS, then SOAK_TSAN_SECONDS und
 	$(call build,tsan,--target soak)
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 build/tsan/bin/soak $(SOAK_TSAN_SECONDS)
 
-lint: window-deps ## Check the format and run clang-tidy
+lint: window-deps ## Check the format, and run cppcheck and clang-tidy
+	@scripts/deps cppcheck
 	$(call build,dev)
 	scripts/lint
 

@@ -80,7 +80,9 @@ void StripBetween(const Delimiters& delimiters, U_UTF16String* text)
     if (open == U_UTF16String::npos || close == U_UTF16String::npos)
         return;
     // The right delimiter may be before the left one, or may be the same occurrence.
-    *text = text->substr(0, open + left.size()) + text->substr(close);
+    const U_UTF16String rest = text->substr(close);
+    text->resize(open + left.size());
+    *text += rest;
 }
 } // namespace
 
