@@ -25,10 +25,7 @@ std::atomic<void**>& EntryOf(const void* block)
 // Returns the record of a slot that is or was a checked handle, null for any other address.
 const BlockRecord* RecordOfHandle(void** handle)
 {
-    const Slab* const slab = FindSlab(handle);
-    const bool isSlot = slab && reinterpret_cast<std::uintptr_t>(handle) % sizeof(void*) == 0 &&
-                        SlotIndex(slab, handle) < kSlotsPerSlab;
-    return isSlot ? RecordOf(handle) : nullptr;
+    return IsSlot(handle) ? RecordOf(handle) : nullptr;
 }
 
 // A host has the address after the header of the owner of a recycled block.

@@ -175,7 +175,7 @@ bool MEM_CheckRecycled(void* block, unsigned mark)
     return StartsWith(block, mark) || Explain(address, kRecycled);
 }
 
-void MEM_ReportNoHog(void** handle, bool mayBeCopy)
+void MEM_ReportNoHog(void** handle, void** original)
 {
     BlockRecord* const record =
         CurrentChecks().mOn && SlabOfHandle(handle) ? RecordOf(handle) : nullptr;
@@ -183,7 +183,7 @@ void MEM_ReportNoHog(void** handle, bool mayBeCopy)
         return;
     if (record->mKind != kHogHandle)
     {
-        if (!mayBeCopy)
+        if (!IsSlot(original))
             ReportOtherKind(handle, *record);
         return;
     }
