@@ -112,7 +112,7 @@ void ReportFault(const char* fault, const void* address, const BlockRecord* reco
         // The heap throws no exception of a log sink, and continues without memory for the text.
     }
     tReports = false;
-    if (CurrentChecks().mAbort)
+    if (sAbort.load(std::memory_order_relaxed))
         std::abort();
 }
 

@@ -92,7 +92,7 @@ void** FindLive(void* block)
         return slot;
     // The memory before a block that was freed may be unmapped.
     if (!IsAligned(block) ||
-        (CurrentChecks().mOn && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
+        (ChecksNewBlocks() && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
         return nullptr;
     return SlotOfAny(block);
 }
@@ -101,7 +101,7 @@ void** FindWatched(void* block)
 {
     if (!block)
         return nullptr;
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         platform::TouchMemory(HeaderOf(block));
     void** const slot = FindLive(block);
     return slot ? slot : Explain(block, kPointer);
@@ -109,7 +109,7 @@ void** FindWatched(void* block)
 
 void** Explain(void* address, BlockKind asked)
 {
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         return nullptr;
     const BlockRecord* const handle = RecordOfHandle(static_cast<void**>(address));
     if (handle && handle->mState != kLive)
