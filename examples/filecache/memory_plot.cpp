@@ -71,6 +71,7 @@ void AskForMemoryLog(unsigned int interval, const std::string& folder)
 {
     platform::SetDebugSetting("MemoryYoYoLog", "true");
     platform::SetDebugSetting("MemoryYoYoLogInterval", std::to_string(interval).c_str());
+    platform::SetDebugSetting("MemoryYoYoLogPurges", "true");
     platform::SetDebugSetting("MemoryYoYoLogFolder", folder.c_str());
 }
 

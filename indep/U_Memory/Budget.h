@@ -82,6 +82,9 @@ inline U_Status Up_OkayToAllocBlock(Claim& claim, bool* okay)
 // falls. Returns 0 or the error that ended the run.
 U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled);
 
+// Returns the count of calls of the purge callback since the last call of this function.
+U_u64 Up_TakePurgeRequests();
+
 // The parts of a measured use that a statistic subtracts. A second reading of a part could exceed
 // the use.
 struct UseParts

@@ -53,7 +53,8 @@ template <class Allocate> U_Status Duplicate(void** handle, void*** out, Allocat
     *out = allocate(size);
     if (!*out)
         return U_Err_OutOfMemory;
-    CopyContents(*out, handle, size, MEM_GetHandleSize(UHeap(), handle));
+    if (size) // the checked heap has reported a handle that is not live
+        CopyContents(*out, handle, size, MEM_GetHandleSize(UHeap(), handle));
     return 0;
 }
 } // namespace

@@ -43,6 +43,12 @@ std::uintptr_t MarkOf(void** handle, MEM_HeapRef heap)
     return reinterpret_cast<std::uintptr_t>(handle) ^ reinterpret_cast<std::uintptr_t>(heap);
 }
 
+// Returns the handle that has the mark.
+void** MarkedHandle(std::uintptr_t mark, MEM_HeapRef heap)
+{
+    return reinterpret_cast<void**>(mark ^ reinterpret_cast<std::uintptr_t>(heap));
+}
+
 // Returns the header if its index is registered, otherwise null. Does not read a handle that is not
 // live or has no room for the header.
 HogHeader* FindHeader(void** handle, U_u64 blockSize)
@@ -68,7 +74,7 @@ U_u64 BlockSize(U_u64 dataSize)
 // Reports a handle that is no hog handle of this life.
 U_Status RefuseHandle(U_u32 location, void** handle)
 {
-    MEM_ReportNoHog(handle, false);
+    MEM_ReportNoHog(handle, nullptr);
     return RefuseHog(location);
 }
 
@@ -83,10 +89,10 @@ U_Status GetDataSize(void** handle, U_u32* size)
 }
 
 // Frees a handle that has a registered index but was not made by U_NewHogHandle in this life: a
-// copy of a hog handle, possibly in another heap. A header without a mark is no copy.
+// copy of a hog handle, possibly in another heap. A copy has the mark of the original.
 [[gnu::noinline]] U_Status FreeUnmarked(void** handle, const HogHeader& header)
 {
-    MEM_ReportNoHog(handle, header.mMark != 0);
+    MEM_ReportNoHog(handle, MarkedHandle(header.mMark, UHeap()));
     const U_u32 index = header.mHogIndex;
     U_u32 size = 0;
     const U_Status failure = GetDataSize(handle, &size);
@@ -253,7 +259,7 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
         return refused;
     // The purge callback may have resized the handle, or freed it, and the copy may have
     // its address. A handle that is not live has no size and is not read.
-    const U_u64 sizeNow = *out == handle ? 0 : MEM_GetHandleSize(UHeap(), handle);
+    const U_u64 sizeNow = size && *out != handle ? MEM_GetHandleSize(UHeap(), handle) : 0;
     if (sizeNow)
         CopyBytes(data, *handle, std::min<U_u64>(size, sizeNow));
     return U_UnlockHogHandle(*out);

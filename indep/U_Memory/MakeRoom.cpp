@@ -21,6 +21,9 @@ const char* const kMakeRoomTag = "MAKE_ROOM_FOR_BLOCK";
 std::atomic<U_PurgeRequestCallback> sPurgeCallback(nullptr);
 std::atomic<void*> sPurgeRefcon(nullptr);
 
+// Calls of the purge callback that the memory log has not counted.
+std::atomic<U_u64> sPurgeRequests(0);
+
 // Asks the host to purge, and again for as long as use falls.
 class PurgeRun
 {
@@ -80,6 +83,7 @@ private:
                          "Issuing Purge Request\tblock_request:\t%llu\tamt_to_purge:\t%lld",
                          mRequest, static_cast<U_i64>(amount));
         });
+        sPurgeRequests.fetch_add(1, std::memory_order_relaxed);
         return mCallback(mRefcon, mRequest, amount, &mFlag);
     }
 
@@ -126,6 +130,11 @@ U_Status Up_MakeRoomForBlock(U_u64 request, bool recycled)
     if (!callback)
         return 0;
     return PurgeRun(callback, refcon, request, recycled).Run();
+}
+
+U_u64 Up_TakePurgeRequests()
+{
+    return sPurgeRequests.exchange(0, std::memory_order_relaxed);
 }
 
 U_Status U_SetPurgeRequestCallback(U_PurgeRequestCallback callback, void* refcon)

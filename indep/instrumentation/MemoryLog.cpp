@@ -18,6 +18,7 @@
 
 #include "U_Budget.h"
 #include "U_MemServices.h"
+#include "indep/U_Memory/Budget.h"
 #include "indep/frame/Guard.h"
 #include "indep/instrumentation/ScLogger.h"
 
@@ -30,6 +31,8 @@ const char kHeader[] =
     "\tresident\tdiff_res\tpageins\tfaults\tdiff_faults\tlimit_prepurge\tlimit_max\tglob_free"
     "\tglob_active\tglob_inactive\tglob_wired\tglob_faults\tglob_pageins\tglob_pageouts";
 
+const char kPurgesHeader[] = "\tpurges"; // of the column that a setting adds
+
 const std::chrono::milliseconds kWaitForMemory(100);
 
 // The loggers of all starts. While the log thread runs, the last logger belongs to that thread.
@@ -37,7 +40,8 @@ const std::chrono::milliseconds kWaitForMemory(100);
 // and the end of the process closes the files.
 std::deque<U_ScGlobalLogger>& sLoggers = *new std::deque<U_ScGlobalLogger>;
 U_MemoryStats sPrevious = {};
-int sInterval = 1000; // milliseconds
+int sInterval = 1000;       // milliseconds
+bool sCountsPurges = false; // rows have the column
 
 // Written by birth: the path of the latest start, and the errno with which the file was not opened.
 std::string& sPath = *new std::string;
@@ -78,6 +82,12 @@ int ReadInterval()
     return std::max(interval, 1);
 }
 
+bool ReadCountsPurges()
+{
+    return krobase::debug::DebugDatabase::Instance().GetEntry("MemoryYoYoLogPurges", "false") ==
+           "true";
+}
+
 // By default the file is in the root of the current drive.
 std::string PathOfLog()
 {
@@ -99,7 +109,7 @@ void StartFile()
         sOpenError = error;
         throw;
     }
-    sLoggers.back().Printf("%s", kHeader);
+    sLoggers.back().Printf("%s%s", kHeader, sCountsPurges ? kPurgesHeader : "");
 }
 
 U_i64 Difference(U_u64 now, U_u64 before)
@@ -110,16 +120,19 @@ U_i64 Difference(U_u64 now, U_u64 before)
 void WriteRow(const U_MemoryStats& now, U_u64 prepurge, U_u64 maximum)
 {
     const U_MemoryStats& before = sPrevious;
+    const std::string purges =
+        sCountsPurges ? "\t" + std::to_string(Up_TakePurgeRequests()) : std::string();
     sLoggers.back().Printf(
         "\t%llu\t%lld\t%llu\t%lld\t%llu\t%lld\t%lld\t%lld\t%llu\t%lld\t%llu\t%lld"
-        "\t%llu\t%llu\t%lld\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu",
+        "\t%llu\t%llu\t%lld\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu\t%llu%s",
         now.mVirtual, Difference(now.mVirtual, before.mVirtual), now.mCalcMem,
         Difference(now.mCalcMem, now.mVirtual), now.mCalcU, Difference(now.mCalcU, now.mVirtual),
         static_cast<U_i64>(now.mSlop), Difference(now.mSlop, before.mSlop), now.mCalc,
         static_cast<U_i64>(now.mCalc), // not a difference, despite the column's name
         now.mResident, Difference(now.mResident, before.mResident), now.mPageins, now.mFaults,
         Difference(now.mFaults, before.mFaults), prepurge, maximum, now.mGlobFree, now.mGlobActive,
-        now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts);
+        now.mGlobInactive, now.mGlobWired, now.mGlobFaults, now.mGlobPageins, now.mGlobPageouts,
+        purges.c_str());
 }
 
 void Up_LogMemoryRow(AsyncThreadedExecutor* executor);
@@ -172,6 +185,8 @@ void Up_StartMemoryLog()
         return;
     EndThread(); // of an earlier birth
     sInterval = ReadInterval();
+    sCountsPurges = ReadCountsPurges();
+    Up_TakePurgeRequests(); // of an earlier log or life
     StartFile();
     const boost::function<void()> nothing;
     sExecutor = new boost::shared_ptr<AsyncThreadedExecutor>(CreateAsyncThreadedExecutor(

@@ -11,6 +11,9 @@
 // least 1; the default, also for a text that is no number, is the interval of the earlier start, at
 // first 1000. The log continues after a death until the process ends.
 //
+// If the setting "MemoryYoYoLogPurges" is "true", each row has one more column, "purges": the calls
+// of the purge callback since the row before. Each start reads the setting.
+//
 // A later start ends the old thread, which may first finish a row. The start reads the interval
 // again, opens the file again, and writes another start line and header. The files of earlier
 // starts stay open.

@@ -42,8 +42,11 @@ public:
     static void* operator new(std::size_t size);
     static void operator delete(void* object);
 
-    void* mBlock;           // null without a block; aligned for any type
-    std::size_t mBlockSize; // bytes, 0 without a block
+    void* mBlock; // null without a block; aligned for any type
+
+    // The bytes that the pool counts for the block, 0 without a block. The owner uses only the
+    // bytes that were requested: a block of the checked heap has no more.
+    std::size_t mBlockSize;
 };
 
 class PLATFORM_EXPORT MemoryRecycler

@@ -87,14 +87,27 @@ Leaks CollectLeaks(const MEM_Heap* heap)
     return leaks;
 }
 
-void LogLeak(const Leak& leak)
+std::string TextOfLeak(const Leak& leak)
 {
     char sum[80];
     std::snprintf(sum, sizeof(sum), "%lld blocks, %lld bytes left: ", leak.mBlocks, leak.mBytes);
     std::string text = sum;
     AppendOrigin(text, *leak.mExample);
     AppendStackOf(text, "allocated at", leak.mExample->mAllocated);
-    WRIL_Log(0, "TOLV", kTag, text.c_str());
+    return text;
+}
+
+// Logs a text. The heap throws no exception of a log sink, and continues without memory for the
+// text.
+template <class MakeText> void Log(MakeText makeText)
+{
+    try
+    {
+        WRIL_Log(0, "TOLV", kTag, makeText().c_str());
+    }
+    catch (...)
+    {
+    }
 }
 } // namespace
 
@@ -103,16 +116,9 @@ void ReportFault(const char* fault, const void* address, const BlockRecord* reco
     if (tReports)
         return;
     tReports = true;
-    try
-    {
-        WRIL_Log(0, "TOLV", kTag, TextOfFault(fault, address, record).c_str());
-    }
-    catch (...)
-    {
-        // The heap throws no exception of a log sink, and continues without memory for the text.
-    }
+    Log([&] { return TextOfFault(fault, address, record); });
     tReports = false;
-    if (CurrentChecks().mAbort)
+    if (sAbort.load(std::memory_order_relaxed))
         std::abort();
 }
 
@@ -127,11 +133,11 @@ void LogCheckedLeaks(const MEM_Heap* heap)
     try
     {
         for (const auto& leak : CollectLeaks(heap))
-            LogLeak(leak.second);
+            Log([&] { return TextOfLeak(leak.second); });
     }
     catch (const std::bad_alloc&)
     {
-        // Without memory for the texts the sum that the caller logs must do.
+        // Without memory for the list the sum that the caller logs must do.
     }
 }
 } // namespace tolv

@@ -29,8 +29,18 @@ const bool sHasChecker = platform::MemoryIsWatched();
 
 bool IsAll(const unsigned char* bytes, std::size_t count, unsigned char value)
 {
-    // Each byte equals the byte before.
-    return !count || (bytes[0] == value && std::memcmp(bytes, bytes + 1, count - 1) == 0);
+    std::uint64_t pattern = 0;
+    std::memset(&pattern, value, sizeof(pattern));
+    std::uint64_t difference = 0;
+    for (; count >= sizeof(pattern); count -= sizeof(pattern), bytes += sizeof(pattern))
+    {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes, sizeof(word));
+        difference |= word ^ pattern;
+    }
+    for (; count; --count, ++bytes)
+        difference |= static_cast<std::uint64_t>(*bytes ^ value);
+    return difference == 0;
 }
 
 // Calls visit(first, count) for the parts of a freed block that are filled.
@@ -124,7 +134,7 @@ std::size_t VerifyFreed(void** slot, const BlockRecord& record)
 }
 
 // The record of a slot that may have been no checked block.
-BlockRecord* AnyRecordOf(void** slot)
+inline BlockRecord* AnyRecordOf(void** slot)
 {
     const Slab* const slab = SlabOf(slot);
     BlockRecord* const records = slab->mRecords.load(std::memory_order_acquire);
@@ -137,28 +147,32 @@ class SlotQueue
 public:
     std::size_t Count() const { return mCount; }
 
-    void Push(void** slot)
+    void Push(void** slot, BlockRecord* record)
     {
-        AnyRecordOf(slot)->mFreedBlock.mNext = nullptr;
+        record->mFreedBlock.mNext = nullptr;
         if (mCount++)
-            AnyRecordOf(mLast)->mFreedBlock.mNext = slot;
+            mLast->mFreedBlock.mNext = slot;
         else
             mFirst = slot;
-        mLast = slot;
+        mLast = record;
     }
 
     // REQUIRES: the queue is not empty.
-    void** Pop()
+    void** Pop(BlockRecord** record)
     {
         void** const slot = mFirst;
-        mFirst = AnyRecordOf(slot)->mFreedBlock.mNext;
+        *record = AnyRecordOf(slot);
+        mFirst = (*record)->mFreedBlock.mNext;
         --mCount;
+        // The next free reads the record, which has left the caches of the processor meanwhile.
+        if (mFirst)
+            __builtin_prefetch(AnyRecordOf(mFirst));
         return slot;
     }
 
 private:
     void** mFirst;
-    void** mLast;
+    BlockRecord* mLast;
     std::size_t mCount;
 };
 } // namespace
@@ -171,7 +185,7 @@ public:
     // Returns whether the stacks of the next block are kept.
     bool SelectsBlock()
     {
-        const unsigned one = CurrentChecks().mStacks;
+        const unsigned one = sStacks.load(std::memory_order_relaxed);
         if (!one || ++mUnstacked < one)
             return false;
         mUnstacked = 0;
@@ -184,11 +198,11 @@ public:
             FreeOldestBlock(thread);
     }
 
-    void Add(ThreadRecord* thread, void** slot)
+    void Add(ThreadRecord* thread, void** slot, BlockRecord* record)
     {
-        mDelayed.Push(slot);
-        mBytes += AnyRecordOf(slot)->mSize;
-        const std::size_t most = sHasChecker ? 0 : CurrentChecks().mDelay;
+        mDelayed.Push(slot, record);
+        mBytes += record->mSize;
+        const std::size_t most = sHasChecker ? 0 : sDelay.load(std::memory_order_relaxed);
         while (mDelayed.Count() > most || mBytes > kMostDelayedBytes)
             FreeOldestBlock(thread);
     }
@@ -197,25 +211,28 @@ private:
     // The block leaves the queue first, since a log sink may free blocks.
     void FreeOldestBlock(ThreadRecord* thread)
     {
-        void** const slot = mDelayed.Pop();
-        BlockRecord& record = *AnyRecordOf(slot);
-        mBytes -= record.mSize;
-        VerifyFreed(slot, record);
-        record.mState = kFreed;
-        std::free(record.mHeader);
-        const bool isHandle = record.mKind == kHandle || record.mKind == kHogHandle;
-        KeepSlot(thread, slot, isHandle ? &mHandles : &mOthers,
-                 isHandle ? kMostSlotsOfHandles : kMostOtherSlots);
+        BlockRecord* record = nullptr;
+        void** const slot = mDelayed.Pop(&record);
+        mBytes -= record->mSize;
+        VerifyFreed(slot, *record);
+        record->mState = kFreed;
+        std::free(record->mHeader);
+        if (record->mKind == kHandle || record->mKind == kHogHandle)
+            KeepSlot(thread, slot, record, &mHandles, kMostSlotsOfHandles);
+        else
+            KeepSlot(thread, slot, record, &mOthers, kMostOtherSlots);
     }
 
-    void KeepSlot(ThreadRecord* thread, void** slot, SlotQueue* queue, std::size_t most)
+    static void KeepSlot(ThreadRecord* thread, void** slot, BlockRecord* record, SlotQueue* queue,
+                         std::size_t most)
     {
-        queue->Push(slot);
+        queue->Push(slot, record);
         if (queue->Count() <= most)
             return;
-        void** const oldest = queue->Pop();
-        AnyRecordOf(oldest)->mState = kUnchecked;
-        GiveSlot(thread, oldest);
+        BlockRecord* oldest = nullptr;
+        void** const free = queue->Pop(&oldest);
+        oldest->mState = kUnchecked;
+        GiveSlot(thread, free);
     }
 
     SlotQueue mDelayed; // with the memory of the blocks
@@ -244,7 +261,7 @@ BlockRecord* RecordOf(void** slot)
 
 bool MayCheck(void** slot)
 {
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         return false;
     Slab* const slab = SlabOf(slot);
     if (slab->mRecords.load(std::memory_order_acquire))
@@ -340,7 +357,7 @@ void DelayBlock(ThreadRecord* thread, void** slot, BlockKind kind)
         std::memset(first, kFreedFill, count);
     });
     if (ThreadChecks* const checks = ChecksOf(thread))
-        return checks->Add(thread, slot);
+        return checks->Add(thread, slot, &record);
     record.mState = kUnchecked;
     std::free(record.mHeader);
     GiveSlot(thread, slot);

@@ -25,10 +25,7 @@ std::atomic<void**>& EntryOf(const void* block)
 // Returns the record of a slot that is or was a checked handle, null for any other address.
 const BlockRecord* RecordOfHandle(void** handle)
 {
-    const Slab* const slab = FindSlab(handle);
-    const bool isSlot = slab && reinterpret_cast<std::uintptr_t>(handle) % sizeof(void*) == 0 &&
-                        SlotIndex(slab, handle) < kSlotsPerSlab;
-    return isSlot ? RecordOf(handle) : nullptr;
+    return IsSlot(handle) ? RecordOf(handle) : nullptr;
 }
 
 // A host has the address after the header of the owner of a recycled block.
@@ -95,7 +92,7 @@ void** FindLive(void* block)
         return slot;
     // The memory before a block that was freed may be unmapped.
     if (!IsAligned(block) ||
-        (CurrentChecks().mOn && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
+        (ChecksNewBlocks() && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
         return nullptr;
     return SlotOfAny(block);
 }
@@ -104,7 +101,7 @@ void** FindWatched(void* block)
 {
     if (!block)
         return nullptr;
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         platform::TouchMemory(HeaderOf(block));
     void** const slot = FindLive(block);
     return slot ? slot : Explain(block, kPointer);
@@ -112,7 +109,7 @@ void** FindWatched(void* block)
 
 void** Explain(void* address, BlockKind asked)
 {
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         return nullptr;
     const BlockRecord* const handle = RecordOfHandle(static_cast<void**>(address));
     if (handle && handle->mState != kLive)

@@ -255,7 +255,7 @@ namespace tolv
 {
 void* NewCheckedRecycled(std::size_t size)
 {
-    ThreadRecord* const record = CurrentChecks().mOn ? MyRecord() : nullptr;
+    ThreadRecord* const record = ChecksNewBlocks() ? MyRecord() : nullptr;
     void** const slot = record ? NewBlockOf(record, kNoHeap, size, nullptr, kRecycled) : nullptr;
     if (!slot || RecordOf(slot))
         return slot ? *slot : nullptr;

@@ -19,13 +19,22 @@ std::atomic<bool> MEM_KeepsOrigins(false);
 
 namespace tolv
 {
-namespace
-{
-const char kVariable[] = "U_HEAP_CHECKS";
-
 std::atomic<unsigned> sStacks(0);
 std::atomic<unsigned> sDelay(0);
 std::atomic<bool> sAbort(false);
+
+namespace
+{
+const char kVariable[] = "U_HEAP_CHECKS";
+const unsigned kMostDelay = 10000;
+
+struct HeapChecks
+{
+    bool mOn = false;
+    unsigned mStacks = 4096;
+    unsigned mDelay = 256;
+    bool mAbort = false;
+};
 
 // Reads a decimal number of at most six digits, and stores the place after the number.
 bool ReadNumber(const char** text, unsigned* number)
@@ -102,13 +111,6 @@ const char* ValueInEnvironment()
 std::atomic<bool> sIsSet(false);
 } // namespace
 
-HeapChecks CurrentChecks()
-{
-    return {MEM_KeepsOrigins.load(std::memory_order_relaxed),
-            sStacks.load(std::memory_order_relaxed), sDelay.load(std::memory_order_relaxed),
-            sAbort.load(std::memory_order_relaxed)};
-}
-
 void ReadHeapChecks()
 {
     if (!sIsSet && !SetHeapChecks(nullptr))
@@ -162,7 +164,7 @@ PLATFORM_READS_HIDDEN_MEMORY bool StartsWith(const void* block, unsigned mark)
 
 bool MEM_CheckRecycled(void* block, unsigned mark)
 {
-    if (!CurrentChecks().mOn)
+    if (!ChecksNewBlocks())
         return true;
     void** const slot = FindLive(block);
     const BlockRecord* const record = slot ? RecordOf(slot) : nullptr;
@@ -175,15 +177,15 @@ bool MEM_CheckRecycled(void* block, unsigned mark)
     return StartsWith(block, mark) || Explain(address, kRecycled);
 }
 
-void MEM_ReportNoHog(void** handle, bool mayBeCopy)
+void MEM_ReportNoHog(void** handle, void** original)
 {
     BlockRecord* const record =
-        CurrentChecks().mOn && SlabOfHandle(handle) ? RecordOf(handle) : nullptr;
+        ChecksNewBlocks() && SlabOfHandle(handle) ? RecordOf(handle) : nullptr;
     if (!record)
         return;
     if (record->mKind != kHogHandle)
     {
-        if (!mayBeCopy)
+        if (!IsSlot(original))
             ReportOtherKind(handle, *record);
         return;
     }

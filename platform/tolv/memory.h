@@ -73,9 +73,12 @@ PLATFORM_EXPORT void MEM_SetOrigin(void* block, const MEM_Origin& origin);
 PLATFORM_EXPORT bool MEM_CheckRecycled(void* block, unsigned mark);
 
 // Reports a live checked handle that was used as a hog handle and has no hog's header: another kind
-// of block, unless `mayBeCopy`, or a hog handle whose header is overwritten. The checks take the
-// latter for a plain handle from now on, since the host can only free the handle as such.
-PLATFORM_EXPORT void MEM_ReportNoHog(void** handle, bool mayBeCopy);
+// of block, or a hog handle whose header is overwritten. The checks take the latter for a plain
+// handle from now on, since the host can only free the handle as such.
+//
+// `original` is the address of which the block may be a copy. A copy of a handle, which may be
+// freed meanwhile, is not reported. `original` need not be readable.
+PLATFORM_EXPORT void MEM_ReportNoHog(void** handle, void** original);
 
 // Logs under the tag "MEM_DumpLeaks" a line for each name that has blocks left in the heap, and
 // then the sum. Logs nothing if no block is left. Ends the heap. REQUIRES: no other thread uses the

@@ -5,6 +5,7 @@
 #include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
+#include <tolv/memory.h>
 #include <win32/exceptions.h>
 #include <win32/message_queue.h>
 #include <win32/process.h>
@@ -59,6 +60,8 @@ template <class Thread> void RunThreads(int count, void (*function)())
 TEST_F(ThreadEnd, NoMemoryOfTheThreadIsLeft)
 {
     SKIP_UNDER_SANITIZERS(); // they keep memory that is freed
+    if (MEM_KeepsOrigins)
+        GTEST_SKIP() << "the checked heap keeps the slots of freed blocks";
     RunThreads<std::thread>(100, &UseTheLibraryUntilTheEnd);
     RunThreads<boost::thread>(100, &UseTheLibrary);
     const long long kRoom = 100 << 10; // bytes; 50 a thread

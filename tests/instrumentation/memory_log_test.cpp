@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 
 #include <krobase/threads.h>
+#include <platform/control.h>
 
 #include <u/cpp/life.h>
 
@@ -122,6 +123,44 @@ TEST(MemoryLog, RowsHaveFiguresThatAgree)
         EXPECT_GE(last[3] - Row(lines[2])[3], static_cast<long long>(19 * kMiB));
         U_FreePtr(block);
         EXPECT_EQ(U_Death(), 0); // the log continues, and the process can end
+    });
+}
+
+TEST(MemoryLog, ASettingAddsTheCountOfPurgeRequests)
+{
+    InAProcess([] {
+        platform::SetDebugSetting("MemoryYoYoLogPurges", "true");
+        ASSERT_EQ(BirthWith("true", "10"), 0);
+        static long long sRequests = 0;
+        U_SetPurgeRequestCallback(
+            [](void*, U_u64, U_u64, bool*) {
+                ++sRequests;
+                return 0;
+            },
+            nullptr);
+        U_SetMemUsageLimits(kPrepurge, kMaximum);
+        const U_u64 kSizes[] = {kPrepurge, 2 * kMaximum}; // above the limits with the use
+        for (int count = 0; count < 3; ++count)
+        {
+            WaitForLines(WaitForLines(0).size() + 2);
+            for (const U_u64 size : kSizes)
+                U_FreePtr(U_AllocatePtrQuiet(size));
+        }
+        ASSERT_GE(sRequests, 6);
+        const Texts lines = WaitForLines(WaitForLines(0).size() + 2);
+        EXPECT_THAT(lines[1], testing::EndsWith(std::string(kHeader) + "\tpurges"));
+        long long requests = 0;
+        long long most = 0;
+        for (std::size_t line = 2; line < lines.size(); ++line)
+        {
+            const Figures row = Row(lines[line]);
+            ASSERT_EQ(row.size(), 26u);
+            requests += row[25];
+            most = std::max(most, row[25]);
+        }
+        EXPECT_EQ(requests, sRequests);
+        EXPECT_LE(most, sRequests / 3);
+        EXPECT_EQ(U_Death(), 0);
     });
 }
 

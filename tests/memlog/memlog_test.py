@@ -3,7 +3,7 @@
 import contextlib
 import fcntl
 import html.parser
-import importlib.util
+import importlib.machinery
 import os
 import pty
 import re
@@ -15,6 +15,7 @@ import subprocess
 import sys
 import termios
 import time
+import types
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -27,21 +28,24 @@ COLUMNS = ("virtual delta_virtual calc_mem diff_mem calc_u diff_u slop deltaslop
            " resident diff_res pageins faults diff_faults limit_prepurge limit_max glob_free"
            " glob_active glob_inactive glob_wired glob_faults glob_pageins glob_pageouts").split()
 
+WITH_PURGES = [*COLUMNS, "purges"]
+
 
 def stamp(second, process=77, day=26):
     return f"[{process}:1f] 11/{day:02}/2026 12:{second // 60:02}:{second % 60:02}.250 "
 
 
-def head(process=77):
+def head(process=77, columns=COLUMNS):
     return (stamp(0, process) + " * log start\n" + stamp(0, process) +
-            "".join("\t" + name for name in COLUMNS) + "\n")
+            "".join("\t" + name for name in columns) + "\n")
 
 
 def row(second, process=77, **figures):
     all_figures = {"calc_mem": 20 * MIB, "calc_u": 24 * MIB, "resident": 30 * MIB,
                    "limit_prepurge": 40 * MIB, "limit_max": 48 * MIB, **figures}
+    columns = [name for name in WITH_PURGES if name in COLUMNS or name in figures]
     return stamp(second, process) + "".join(
-        f"\t{all_figures.get(name, 0)}" for name in COLUMNS) + "\n"
+        f"\t{all_figures.get(name, 0)}" for name in columns) + "\n"
 
 
 def rows(count, **figures):
@@ -126,6 +130,24 @@ class Logs(Case):
                 self.assertIn("left out", result.err)
                 self.assertRegex(result.out, f"77 2026-11-26 12:00:00 +{2 + bool(end)} ")
 
+    def test_the_column_of_purges_is_in_all_rows_or_in_none(self):
+        for columns, wrong, message in [
+                (WITH_PURGES, row(2), "the row has 24 of 25 figures"),
+                (WITH_PURGES, row(2, purges=-1), "the figure '-1' of purges"),
+                (WITH_PURGES, row(2, purges=2**64), f"the figure '{2**64}' of purges"),
+                (COLUMNS, row(2, purges=1), "the row has 25 of 24 figures")]:
+            good = row(3, **({"purges": 7} if columns is WITH_PURGES else {}))
+            name = self.log(head(columns=columns) + good + wrong)
+            result = self.run_tool(name)
+            self.assertIn(f"memlog: {name}: line 4: {message}", result.err)
+            self.assertRegex(result.out, r"77 2026-11-26 12:00:03 +1 ")
+        name = self.log(head() + row(1, 78, purges=1) + row(2, 78, purges=1) + row(3, 78))
+        self.assertRegex(self.run_tool(name).err, "line 3: process 78 has no start line .*\n"
+                         ".* line 5: the row has 24 of 25 figures")
+        for columns in [*COLUMNS, "other"], [*WITH_PURGES, "other"]:
+            self.log(head(columns=columns))
+            self.assertIn("line 2: the columns are not those of", self.run_tool(name, status=1).err)
+
     def test_extreme_figures_and_line_ends_are_read(self):
         text = head() + row(0, calc_mem=2**64 - 1, diff_mem=-2**63, slop=2**63 - 1) + row(1)
         for content in text, text.replace("\n", "\r\n"):
@@ -183,6 +205,28 @@ class Pictures(Case):
                      "The log has no count of purges"):
             self.assertIn(text, page.text)
 
+    def test_purges_are_drawn_as_marks_on_the_axis_of_time(self):
+        def marks():
+            paths = re.findall(r"<path stroke='(?:rgb\(140, *81, *10\)|#8c510a)' +d='([^']*)'",
+                               self.content("plot.svg").decode())
+            return sum(path.count("L") for path in paths)
+
+        lines = head(columns=WITH_PURGES)
+        for second in range(40):
+            lines += row(second, purges=5 * (second in (10, 20, 30)))
+        self.run_tool("-o", self.path("plot.svg"), self.log(lines))
+        self.assertIn("calls of the purge callback", self.content("plot.svg").decode())
+        counted = marks()
+        self.log(lines.replace("\t5\n", "\t0\n"))
+        self.run_tool("-o", self.path("plot.svg"), self.path("log"))
+        self.assertEqual(counted - marks(), 3)
+        self.run_tool("-o", self.path("plot.html"), self.log(lines))
+        page = Page(self.content("plot.html").decode())
+        self.assertIn("calls of the purge callback15", page.text)
+        self.assertNotIn("no count of purges", page.text)
+        self.run_tool("-o", self.path("plot.svg"), self.log(head() + rows(40)))
+        self.assertNotIn("purge callback", self.content("plot.svg").decode())
+
     def test_limits_far_above_are_written_and_not_drawn(self):
         self.run_tool("-o", self.path("plot.svg"), self.log(head() + rows(3, limit_max=4096 * MIB)))
         svg = self.content("plot.svg").decode()
@@ -190,9 +234,8 @@ class Pictures(Case):
         self.assertNotIn("prepurge limit, above", svg)
 
     def test_thinned_curves_keep_their_peaks(self):
-        spec = importlib.util.spec_from_file_location("memlog", HERE + "/../../tools/memlog/memlog.py")
-        module = importlib.util.module_from_spec(spec)
-        spec.loader.exec_module(module)
+        module = types.ModuleType("memlog")
+        importlib.machinery.SourceFileLoader("memlog", MEMLOG).exec_module(module)
         for count in 1, 999, 1000, 1001, 5003, 100000:
             points = [(x, 5) for x in range(count)]
             high, low = count // 2, count // 3
@@ -354,7 +397,7 @@ class Host(Case):
         done = self.run_host("--memory-log", "1", "--memory-plot", self.path("plot.html"),
                              env=environment)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertIn("rows", Page(self.content("plot.html").decode()).text)
+        self.assertIn("calls of the purge callback", Page(self.content("plot.html").decode()).text)
         done = self.run_host("--memory-plot", self.path("none/plot.png"), "--memory-log", "1",
                              env=environment)
         self.assertEqual(done.returncode, 1)

@@ -112,7 +112,7 @@ protected:
     void TearDown() override
     {
         BornLibrary::TearDown();
-        platform::SetHeapChecks("0");
+        platform::SetHeapChecks(nullptr); // those of the environment
     }
 
     // Returns the reports since the last call.
@@ -177,6 +177,13 @@ const WrongUse kWrongUses[] = {
     {"U_FreeHogHandle of zeros", kHandle,
      [](const Block& block) {
          std::memset(block.mBytes, 0, kSize); // the index of the first hog
+         U_FreeHogHandle(OwnerOf(block));
+     },
+     true},
+    {"U_FreeHogHandle of a hog's index", kHandle,
+     [](const Block& block) {
+         std::memset(block.mBytes, 0, kSize);
+         block.mBytes[8] = 8; // in the place of the mark
          U_FreeHogHandle(OwnerOf(block));
      },
      true},
@@ -345,6 +352,48 @@ TEST_F(HeapChecks, AUseThroughAFunctionForAnotherKindIsReported)
     }
 }
 
+TEST_F(HeapChecks, AStaleHandleIsReportedOnceByEachOperation)
+{
+    typedef U_Status (*Copy)(void** handle, void*** out);
+    const std::pair<std::size_t, Copy> rows[] = {
+        {kHandle,
+         [](void** handle, void*** out) { return U_DuplicateHandle(handle, "copy", out); }},
+        {kHandle,
+         [](void** handle, void*** out) {
+             U_NewHogHandleFromHandle(sHog, handle, out);
+             return U_FreeHogHandle(std::exchange(*out, nullptr));
+         }},
+        {kHog, &U_NewHandleFromHogHandle},
+        {kHog, [](void** handle, void***) { return U_FreeHogHandle(handle); }},
+        {kHog,
+         [](void** handle, void***) { return U_ResizeHogHandle(kLocation, "op", 1, handle); }},
+    };
+    for (const auto& [index, use] : rows)
+    {
+        const Kind& kind = kKinds[index];
+        const Block block = kind.mAllocate(kSize);
+        kind.mFree(block.mOwner);
+        void** out = nullptr;
+        use(OwnerOf(block), &out);
+        EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kind)));
+        FreeHandle(out);
+    }
+}
+
+TEST_F(HeapChecks, ACopyOfAHogHandleIsNoFault)
+{
+    void** const original = OwnerOf(AllocateHog(kSize));
+    for (const bool isLast : {false, true})
+    {
+        void** copy = nullptr;
+        ASSERT_EQ(U_DuplicateHandle(original, "copy", &copy), 0);
+        if (isLast)
+            U_FreeHogHandle(original);
+        EXPECT_EQ(U_FreeHogHandle(copy), 0);
+    }
+    EXPECT_THAT(Reports(), ElementsAre());
+}
+
 TEST_F(HeapChecks, AHogHandleWithAnOverwrittenHeaderIsReported)
 {
     const auto fault = Fault("bytes before the block", kKinds[kHog]);
@@ -437,5 +486,5 @@ TEST(HeapCheckSettings, TextsThatAreNotUnderstoodChangeNothing)
     U_FreePtr(block);
     for (const char* text : {"1", "stacks=0", "stacks=16,delay=0", "abort,delay=10000", "", "0"})
         EXPECT_TRUE(platform::SetHeapChecks(text)) << text;
-    platform::SetHeapChecks("0");
+    platform::SetHeapChecks(nullptr);
 }

@@ -7,12 +7,14 @@
 #include <mutex>
 #include <random>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 
+#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
@@ -103,6 +105,8 @@ TEST_F(Heap, BlocksKeepTheirContentsWhileThreadsResizeThem)
 
 TEST_F(Heap, MasterPointersFreedOnOtherThreadsAreReused)
 {
+    if (MEM_KeepsOrigins)
+        GTEST_SKIP() << "the checked heap keeps the slots of freed handles";
     const U_u64 before = InUse();
     std::set<void**> handles;
     std::size_t settled = 0;
@@ -120,6 +124,27 @@ TEST_F(Heap, MasterPointersFreedOnOtherThreadsAreReused)
     }
     EXPECT_EQ(InUse(), before);
     EXPECT_LT(handles.size(), settled + 5000);
+}
+
+TEST_F(Heap, AnExceptionOfALogSinkHidesNoOtherLineOfTheLeaks)
+{
+    ASSERT_TRUE(platform::SetHeapChecks("stacks=0"));
+    const MEM_HeapRef heap = MEM_NewHeap();
+    void* const leaks[] = {MEM_NewPtrDebug(heap, 16, "first", nullptr, 0),
+                           MEM_NewPtrDebug(heap, 16, "second", nullptr, 0)};
+    std::vector<std::string> tags;
+    platform::SetLogSink([&](int, const char*, const char* tag, const char*) {
+        tags.push_back(tag);
+        if (tags.back() == "HEAP_CHECK")
+            throw std::runtime_error("of the sink");
+    });
+    EXPECT_NO_THROW(MEM_DumpLeaks(heap));
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
+    EXPECT_THAT(tags, testing::ElementsAre("HEAP_CHECK", "HEAP_CHECK", "MEM_DumpLeaks",
+                                           "MEM_DumpLeaks", "MEM_DumpLeaks"));
+    for (void* const leak : leaks)
+        MEM_DisposePtr(heap, leak);
+    platform::SetHeapChecks(nullptr); // those of the environment
 }
 
 // A name is looked up by its address first.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <krobase/recycled_memory.h>
+#include <tolv/memory.h>
 
 using krobase::utility::MemoryRecycler;
 using krobase::utility::RecycledMemory;
@@ -32,6 +33,12 @@ protected:
         for (const int size : sizes)
             blocks.emplace_back(size);
     }
+
+    // Writes the whole block. A block of the checked heap has no more than the requested bytes.
+    static void Write(const RecycledMemory& block, std::size_t asked)
+    {
+        std::memset(block.mBlock, 0xA5, MEM_KeepsOrigins ? asked : block.mBlockSize);
+    }
 };
 
 TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
@@ -50,7 +57,7 @@ TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
         const RecycledMemory block(asked);
         EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), reused ? 0 : pool);
         ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(asked));
-        std::memset(block.mBlock, 0xA5, block.mBlockSize);
+        Write(block, static_cast<std::size_t>(asked));
     }
 }
 
@@ -99,7 +106,7 @@ TEST_F(Recycler, APurgeFreesTheLargestBlocksThatFitAndShortensTheNext)
     const RecycledMemory block(900 * kKiB);
     EXPECT_EQ(block.mBlockSize, 1000u * kKiB);
     EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u);
-    std::memset(block.mBlock, 0xA5, block.mBlockSize);
+    Write(block, 900 * kKiB);
 
     Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
     MemoryRecycler::PurgeBytes(1024 * kKiB);

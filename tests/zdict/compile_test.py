@@ -64,19 +64,23 @@ class Compile(Case):
                                                     "3{{*COMMENT*}}"))
 
     def test_doubtful_lines_are_reported(self):
-        result = self.run_tool("compile", "-", stdin=b"/a=1\n/b=2\n\n/a=3\n/a=4\n# remark")
+        result = self.run_tool("compile", "-", stdin=b'/a=1\n/b=2\n\n"$$$/a=3"\n/a=4\n# remark')
         self.assertEqual(result.out, flat([("/a", "4"), ("/b", "2"), ("# remark", "")]))
         self.assertEqual(result.err.splitlines(),
                          ['standard input:6:2: warning: the key "# remark" has a blank [key-blank]',
-                          'standard input:4: warning: it replaces the text of "/a" in line 1 '
+                          'standard input:4:5: warning: it replaces the text of "/a" in line 1 '
                           '[duplicate-key]',
-                          'standard input:5: warning: it replaces the text of "/a" in line 4 '
+                          'standard input:5:1: warning: it replaces the text of "/a" in line 4 '
                           '[duplicate-key]',
-                          'standard input:6: warning: without a "=", all of it is a key [no-equals]'])
+                          'standard input:6:1: warning: without a =, all of it is a key [no-equals]'])
         text = self.file("text", "/a=1\n/a=3\n# remark")
         for command in "compile", "merge":
             off = [f"--no-check={name}" for name in ("duplicate-key", "no-equals", "key-blank")]
             self.assertEqual(self.run_tool(command, *off, text).err, "")
+            for checks, place, name in [(off[:1], ":3:1", "no-equals"),
+                                        (off[1:], ":2:1", "duplicate-key")]:
+                messages = self.run_tool(command, *checks, "--no-check=key-blank", text).err
+                self.assertRegex(messages, rf"^{re.escape(text)}{place}: .* \[{name}\]\n$")
             self.run_tool(command, "--no-check=none", text, status=2)
         note = self.file("note", "/a=1{{*COMMENT*}}x")
         self.assertEqual(self.run_tool("merge", "--comments", note).out, flat([("/a", "1", "x")]))

@@ -68,7 +68,7 @@ class Update(Case):
             lines, messages = self.updated(translation, english, *options, old=old)
             self.assertEqual((lines, messages[-5:]), (expected, report))
         self.assertEqual(self.updated(translation, english, "--quiet", old=old)[1],
-                         ['de.txt:6: warning: it replaces the text of "/twice" in line 5'
+                         ['de.txt:6:1: warning: it replaces the text of "/twice" in line 5'
                           ' [duplicate-key]'])
 
     def test_a_note_has_room(self):

@@ -17,157 +17,11 @@ import sys
 import time
 
 VERSION = "@PROJECT_VERSION@"
-
-COLUMNS = (b"virtual delta_virtual calc_mem diff_mem calc_u diff_u slop deltaslop calc diff_calc"
-           b" resident diff_res pageins faults diff_faults limit_prepurge limit_max glob_free"
-           b" glob_active glob_inactive glob_wired glob_faults glob_pageins glob_pageouts").split()
-SIGNED = {b"slop", b"deltaslop"} | {name for name in COLUMNS if re.match(b"diff|delta", name)}
-SHOWN = [COLUMNS.index(name) for name in (b"calc_mem", b"calc_u", b"resident", b"limit_prepurge",
-                                          b"limit_max")]
-STAMP = re.compile(rb"\[([0-9]{1,10}):[0-9a-f]{1,16}\] "
-                   rb"([0-9]{2}/[0-9]{2}/[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2})\.([0-9]{3}) (.*)",
-                   re.DOTALL)
-# A row whose figures have 64 bits without a closer look.
-ORDINARY = re.compile(b"".join(rb"\t(-?[0-9]{1,18})" if name in SIGNED else rb"\t([0-9]{1,19})"
-                               for name in COLUMNS))
-LONGEST_LINE = 4096
-MOST_NOTES = 10
 MOST_POINTS = 1000  # of a curve; a picture has no room for more
 SVG = "svg size 1000,600 font 'sans-serif,13' background '#ffffff'"
 PNG = "pngcairo size 1000,600 font 'sans-serif,11'"
 
-# Bytes, but for the time: seconds in local time. The pool includes the external managers.
-Row = collections.namedtuple("Row", "time use pool resident prepurge maximum")
-
-
-class Failure(Exception):
-    """A message for the user."""
-
-
-class Log:
-    """The rows of a log, by runs. A run is what one process has written from a start line on."""
-
-    def __init__(self, keep=None):
-        self.runs = []
-        self.notes = []  # the first faults that do not make the log useless
-        self.faults = 0
-        self._keep = keep  # seconds before the last row; None: all
-        self._current = {}  # the run of each process
-        self._rest = b""
-        self._line = 0
-
-    def feed(self, data):
-        """Reads the next bytes of the log."""
-        *lines, self._rest = (self._rest + data).split(b"\n")
-        for line in lines:
-            self._take(line)
-        self._rest = self._rest[:2 * LONGEST_LINE]
-
-    def end(self):
-        """Follows the last bytes."""
-        if self._line == 0 and not self._rest:
-            raise Failure("the log is empty")
-        if self._line == 0:
-            raise Failure("line 1: there is no start line: the file is no memory log")
-        if self._rest:
-            self._line += 1
-            self._note("the line is incomplete and left out: the process may still write it")
-
-    def _note(self, text):
-        self.faults += 1
-        if len(self.notes) < MOST_NOTES:
-            self.notes.append(f"line {self._line}: {text}")
-
-    def _take(self, line):
-        self._line += 1
-        stamp = STAMP.fullmatch(line.rstrip(b"\r")) if len(line) <= LONGEST_LINE else None
-        text = stamp[4] if stamp else b""
-        if self._line == 1 and text != b" * log start":
-            raise Failure("line 1: there is no start line: the file is no memory log")
-        if not stamp:
-            fault = "there is no process and time" if len(line) <= LONGEST_LINE else \
-                    f"there are more than {LONGEST_LINE} bytes"
-            return self._note(fault + "; the line is left out")
-        process = int(stamp[1])
-        if text == b" * log start":
-            self._start(process)
-        elif text.startswith(b"\tvirtual"):
-            if text.split(b"\t")[1:] != COLUMNS:
-                raise Failure(f"line {self._line}: the columns are not those of a memory log")
-        else:
-            self._add(process, stamp)
-
-    def _start(self, process):
-        run = Run(process)
-        self._current[process] = run
-        self.runs = [run] if self._keep else self.runs + [run]
-        return run
-
-    def _add(self, process, stamp):
-        figures = stamp[4].split(b"\t")[1:]
-        wrong = None if ORDINARY.fullmatch(stamp[4]) else wrong_figure(figures)
-        second = seconds_of(stamp[2])
-        if wrong or second is None:
-            return self._note((wrong or "there is no such time") + "; the line is left out")
-        when = second + int(stamp[3]) / 1000
-        run = self._current.get(process)
-        if not run:
-            self._note(f"process {process} has no start line before; its rows are a run")
-            run = self._start(process)
-        elif run.rows and when < run.rows[-1].time:
-            self._note("the time is earlier than in the row before; from here on, the rows are"
-                       " another run")
-            run = self._start(process)
-        use, total, *others = (int(figures[column]) for column in SHOWN)
-        run.rows.append(Row(when, use, max(0, total - use), *others))  # use may have grown between
-        while self._keep and run.rows[0].time < when - self._keep:
-            run.rows.popleft()
-
-
-class Run:
-    """The rows of one process."""
-
-    def __init__(self, process, rows=()):
-        self.process = process
-        self.rows = collections.deque(rows)
-
-    def peak(self, figure):
-        return max(getattr(row, figure) for row in self.rows)
-
-
-def wrong_figure(figures):
-    """Returns a message about the figures of a row, or None."""
-    if len(figures) != len(COLUMNS):
-        return f"the row has {len(figures)} of {len(COLUMNS)} figures"
-    for name, figure in zip(COLUMNS, figures):
-        least, most = (-2**63, 2**63 - 1) if name in SIGNED else (0, 2**64 - 1)
-        if not re.fullmatch(rb"-?[0-9]{1,20}", figure) or not least <= int(figure) <= most:
-            return f"the figure '{printable(figure.decode('latin-1'))[:40]}' of {name.decode()}" \
-                   " is no number of 64 bits"
-    return None
-
-
-@functools.lru_cache(maxsize=8)
-def seconds_of(text):
-    """Returns the seconds of a time such as 12/31/2026 23:59:59; None if there is no such time."""
-    month, day, year, hour, minute, second = map(int, re.findall(b"[0-9]+", text))
-    if 1 <= month <= 12 and 1970 <= year and hour < 24 and minute < 60 and second < 61 and \
-            1 <= day <= calendar.monthrange(year, month)[1]:
-        return calendar.timegm((year, month, day, hour, minute, second))
-    return None
-
-
-def printable(text):
-    return "".join(c if c.isprintable() else f"\\x{ord(c):02X}" for c in text)
-
-
-def time_text(seconds):
-    return time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(seconds))
-
-
-def mib(size):
-    return f"{size / 2**20:,.1f} MiB"
-
+@MEMLOG_READER@
 
 # Pictures.
 
@@ -195,7 +49,8 @@ def curves(run):
     """Returns the data blocks of gnuplot."""
     lines = []
     for name in Row._fields[1:]:
-        points = thinned([(row.time, getattr(row, name) / 2**20) for row in run.rows])
+        unit = 2**20 if name in BYTES else 1
+        points = thinned([(row.time, getattr(row, name) / unit) for row in run.rows])
         lines += [f"${name} << END", *(f"{x:.3f} {y:.6g}" for x, y in points), "END"]
     return lines
 
@@ -226,7 +81,8 @@ def picture(run, terminal, is_text=False):
     form = form if last - first < 86400 else "%Y-%m-%d\\n%H:%M"
     if last == first:
         first, last = first - 0.5, last + 0.5
-        run = Run(run.process, [run.rows[0]._replace(time=when) for when in (first, last)])
+        run = Run(run.process, run.columns,
+                  [run.rows[0]._replace(time=when) for when in (first, last)])
     script = [f"set terminal {terminal}", *curves(run),
               f"set xrange [{first:.3f}:{last:.3f}]", f"set xtics time format \"{form}\"",
               "set mxtics 2", "set ylabel 'MiB'", f"set yrange [0:{top:.6g}]"]
@@ -236,15 +92,25 @@ def picture(run, terminal, is_text=False):
     else:
         title = f"Memory of process {run.process}, {time_text(first)} to {time_text(last)}"
         pool = max(run.peak("use") / 20, run.peak("pool"), 1) * 1.08 / 2**20
+        purges = max(run.peak("purges"), 4) * 1.08
+        shown = 0.2 if run.counts_purges() else 0  # of the height, for the purges
         script += ["set grid lc rgb '#dddddd'", "set border 3", "set tics nomirror out",
                    "set lmargin 11", "set rmargin 4", "set key outside top center horizontal",
                    f"set multiplot title '{title}'",
-                   "set size 1,0.66", "set origin 0,0.3", "set format x ''",
+                   f"set size 1,{0.66 - shown}", f"set origin 0,{0.3 + shown}", "set format x ''",
                    f"plot {', '.join(drawn)}",
-                   "set size 1,0.34", "set origin 0,0", f"set xtics time format \"{form}\"",
+                   f"set size 1,{0.3 if shown else 0.34}", f"set origin 0,{shown}",
+                   *([] if shown else [f"set xtics time format \"{form}\""]),
                    f"set yrange [0:{pool:.6g}]", f"set ytics {step(pool / 4):.6g}",
                    "plot $pool with filledcurves y1=0 lc rgb '#b9a3d0'"
-                   " title 'recycled pool and external managers'", "unset multiplot"]
+                   " title 'recycled pool and external managers'"]
+        if shown:
+            script += [f"set size 1,{shown + 0.04}", "set origin 0,0",
+                       f"set xtics time format \"{form}\"", "set ylabel 'calls'",
+                       f"set yrange [0:{purges:.6g}]", f"set ytics {step(purges / 4):.6g}",
+                       "plot $purges with impulses lw 2 lc rgb '#8c510a'"
+                       " title 'calls of the purge callback since the row before'"]
+        script.append("unset multiplot")
     return gnuplot("\n".join(script) + "\n")
 
 
@@ -293,9 +159,15 @@ def page(name, log, run):
                ("rows above the prepurge limit", f"{above:,}"),
                ("prepurge limit at the end", mib(run.rows[-1].prepurge)),
                ("maximum limit at the end", mib(run.rows[-1].maximum))]
-    notes = ["Each row shows one moment: a peak between two rows is missing.",
-             "The log has no count of purges. While the host purges, the tracked use stays just"
-             " below the prepurge limit.", *notes_of(log)]
+    notes = ["Each row shows one moment: a peak between two rows is missing."]
+    if run.counts_purges():
+        purges = sum(row.purges for row in run.rows)
+        figures.append(("calls of the purge callback", f"{purges:,}"))
+    else:
+        notes.append("The log has no count of purges, which the debug setting MemoryYoYoLogPurges"
+                     " adds. While the host purges, the tracked use stays just below the prepurge"
+                     " limit.")
+    notes += notes_of(log)
     rows = "\n".join(f"<tr><th>{html.escape(head)}</th><td>{html.escape(text)}</td></tr>"
                      for head, text in figures)
     return PAGE.format(title=f"Memory of process {run.process}", svg=svg[svg.index("<svg"):],
@@ -352,6 +224,8 @@ def screen(run):
     row = run.rows[-1]
     head = f"process {run.process}  {time_text(row.time)}  use {mib(row.use)}  resident " \
            f"{mib(row.resident)}  pool {mib(row.pool)}"
+    if run.counts_purges():
+        head += f"  purges {row.purges:,}"
     drawn = picture(run, f"dumb size {max(width, 40)},{max(height - 2, 10)} ansi", is_text=True)
     lines = [head[:width]] + drawn.decode(errors="replace").strip("\n\f").split("\n")
     return "".join(line + "\x1b[K\n" for line in lines) + "\x1b[J"

@@ -1,10 +1,15 @@
 #include "program.h"
 
+#include <csignal>
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 ProgramStart::ProgramStart(int count, char** arguments) : mArguments(arguments, arguments + count)
 {
+    // The write beyond the limit of a file's size fails then, so that the program can report the
+    // failure and remove the file.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 ProgramStart::~ProgramStart() = default;

@@ -19,6 +19,7 @@
 
 #include "heap.h"
 #include "stacks.h"
+#include <tolv/memory.h>
 
 namespace tolv
 {
@@ -71,16 +72,17 @@ inline unsigned char* BytesOf(const BlockRecord& record)
     return reinterpret_cast<unsigned char*>(record.mHeader + 1);
 }
 
-// The settings of the checks.
-struct HeapChecks
+// The settings of the checks, which a host may change at any time. Variables, since each allocation
+// and each free reads them.
+extern std::atomic<unsigned> sStacks; // one of so many blocks has stacks, 0 for none
+extern std::atomic<unsigned> sDelay;  // freed blocks that each thread keeps
+extern std::atomic<bool> sAbort;      // a fault ends the process
+
+// Returns whether new blocks are checked.
+inline bool ChecksNewBlocks()
 {
-    bool mOn = false;
-    unsigned mStacks = 4096; // one of so many blocks has stacks, 0 for none
-    unsigned mDelay = 256;   // freed blocks that each thread keeps
-    bool mAbort = false;     // a fault ends the process
-};
-HeapChecks CurrentChecks();
-const unsigned kMostDelay = 10000;
+    return MEM_KeepsOrigins.load(std::memory_order_relaxed);
+}
 
 // Calls visit(slot, record) for each slot with a record.
 template <class Visit> void VisitRecords(Visit visit)

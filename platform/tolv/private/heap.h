@@ -79,11 +79,7 @@ void** FindWatched(void* block);
 // Returns the slab of a live handle, or null for any other address.
 inline Slab* SlabOfHandle(void** handle)
 {
-    Slab* slab = FindSlab(handle);
-    if (!slab || reinterpret_cast<std::uintptr_t>(handle) % sizeof(void*) ||
-        SlotIndex(slab, handle) >= kSlotsPerSlab || !IsLive(LoadAcquire(*handle)))
-        return nullptr;
-    return slab;
+    return IsSlot(handle) && IsLive(LoadAcquire(*handle)) ? SlabOf(handle) : nullptr;
 }
 
 // Returns the number of a name, 0 for null. The number is valid until the process ends. Names are

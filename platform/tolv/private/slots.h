@@ -63,6 +63,14 @@ inline std::size_t SlotIndex(const Slab* slab, void** slot)
     return static_cast<std::size_t>(slot - slab->mBlocks);
 }
 
+// Returns whether an address is that of a slot, live or free. The address need not be readable.
+inline bool IsSlot(void** address)
+{
+    const Slab* const slab = FindSlab(address);
+    return slab && reinterpret_cast<std::uintptr_t>(address) % sizeof(void*) == 0 &&
+           SlotIndex(slab, address) < kSlotsPerSlab;
+}
+
 // Access to a slot, its size and its heap. The block's owner writes them, and a report on any
 // thread may read them at the same time.
 template <class T> T LoadAcquire(T& value)

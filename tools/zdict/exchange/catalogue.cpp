@@ -9,7 +9,7 @@
 #include "images/text_output.h"
 #include "messages.h"
 
-const std::string kEmptyTranslation(hollin::kCommentMarker);
+const std::string kEmptyOnPurpose(hollin::kCommentMarker);
 
 namespace
 {
@@ -53,7 +53,7 @@ void RequireKeys(const EntryTable& table, const std::string& file)
 std::string TranslationOf(const hollin::ZString& text)
 {
     const std::string translation = ToExchange(text);
-    return translation.empty() ? kEmptyTranslation : translation;
+    return translation.empty() ? kEmptyOnPurpose : translation;
 }
 
 // Adds the source code's part of a note to the translation's.

@@ -14,7 +14,7 @@
 
 // The translation of a text that is to be empty in a language. An empty translation is a missing
 // one in all formats. Look-ups drop the marker.
-extern const std::string kEmptyTranslation; // "{{*COMMENT*}}"
+extern const std::string kEmptyOnPurpose; // "{{*COMMENT*}}"
 
 // Of one file, further faults are counted only.
 const std::size_t kMostReports = 20;

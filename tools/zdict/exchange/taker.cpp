@@ -124,11 +124,11 @@ void Taker::Take(const CatalogueEntry& entry, const std::string& key)
     mPlaces.push_back(entry.mPlace);
 
     hollin::ZString text;
-    const bool isEmpty = entry.mTranslation == kEmptyTranslation;
+    const bool isEmpty = entry.mTranslation == kEmptyOnPurpose;
     if (!isEmpty && !FromExchange(entry.mTranslation, &text))
         return Fail(entry, "two halves of a surrogate pair follow each other");
     if (HasNote(text))
-        return Fail(entry, "the translation holds " + kEmptyTranslation);
+        return Fail(entry, "the translation holds " + kEmptyOnPurpose);
     const bool isLong = text.Length() > kLongestText;
     if (mOptions.mNotes)
         text = JoinNote(text, NoteOf(entry));

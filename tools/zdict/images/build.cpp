@@ -95,8 +95,7 @@ private:
             WarnAboutText(file, mOptions.mLoad.mCodePage, mChecks);
         RequireFit(report, file);
         LoadOptions options = mOptions.mLoad;
-        options.mReportsDuplicates = mChecks.Has(LintCheck::kDuplicateKey);
-        options.mReportsNoEquals = mChecks.Has(LintCheck::kNoEquals);
+        options.mChecks = mChecks;
         const LoadCounts counts = LoadFile(file, report, options, &mTable);
         if (report.mMajor < 2)
             RequireRoom(mTable, file.mName);

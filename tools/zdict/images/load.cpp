@@ -7,6 +7,7 @@
 
 #include "images/entries.h"
 #include "images/text_input.h"
+#include "lint/warnings.h"
 #include "messages.h"
 
 namespace
@@ -39,14 +40,8 @@ LoadCounts LoadTextFile(const InputFile& file, const LoadOptions& options, Entry
         ReportLine(file, problem);
     if (!notes.mProblems.empty())
         throw Failure{kFaulty, file.mName, std::string()};
-    for (const LineDoubt& doubt : notes.mDoubts)
-    {
-        const bool isDuplicate = doubt.mKind == LineDoubt::kDuplicateKey;
-        if (isDuplicate ? options.mReportsDuplicates : options.mReportsNoEquals)
-            ReportLine(
-                file, {doubt.mNote.mLine, "warning: " + doubt.mNote.mWhat +
-                                              (isDuplicate ? " [duplicate-key]" : " [no-equals]")});
-    }
+    if (notes.mHasDoubts)
+        WarnAboutDoubts(file, options.mCodePage, options.mChecks);
     return notes.mCounts;
 }
 

@@ -10,15 +10,14 @@
 #include "files.h"
 #include "images/code_page.h"
 #include "images/entry_table.h"
+#include "lint/checks.h"
 
 struct LoadOptions
 {
     CodePage mCodePage;
     bool mComments = false; // texts are split at {{*COMMENT*}}
 
-    // The reports of doubtful lines of texts.
-    bool mReportsDuplicates = true;
-    bool mReportsNoEquals = true;
+    CheckSet mChecks = CheckSet(); // of the reports of doubtful lines of texts
 };
 
 struct LoadCounts

@@ -172,18 +172,16 @@ class LineLoad
 {
 public:
     LineLoad(const LoadOptions& options, EntryTable* table, TextNotes* notes)
-        : mSplits(options.mComments), mTable(*table), mNotes(*notes), mLines(table->Slots())
+        : mSplits(options.mComments), mTable(*table), mNotes(*notes), mIsInFile(table->Slots())
     {
     }
 
     void Add(const hollin::TextLine& line)
     {
-        if (!line.mHasEquals)
-            mNotes.mDoubts.push_back(
-                {LineDoubt::kNoEquals, {line.mNumber, "without a \"=\", all of it is a key"}});
+        mNotes.mHasDoubts |= !line.mHasEquals;
         const UnitView text = ViewOf(line.mText);
         const std::size_t marker = mSplits ? hollin::FindComment(text) : UnitView::npos;
-        const std::uint32_t id = Put(line, text.substr(0, marker));
+        const std::uint32_t id = Put(line.mKey, text.substr(0, marker));
         if (mSplits)
             mTable.SetComment(id, marker == UnitView::npos
                                       ? UnitView()
@@ -191,26 +189,22 @@ public:
     }
 
 private:
-    std::uint32_t Put(const hollin::TextLine& line, UnitView text)
+    std::uint32_t Put(const std::string& key, UnitView text)
     {
-        const std::uint32_t id = mTable.FindOrAdd(line.mKey);
+        const std::uint32_t id = mTable.FindOrAdd(key);
         mTable.SetText(id, text);
-        mNotes.mCounts.mReplaced += id < mLines.size() && !mLines[id];
-        mLines.resize(mTable.Slots());
-        if (mLines[id])
-            mNotes.mDoubts.push_back(
-                {LineDoubt::kDuplicateKey,
-                 {line.mNumber, "it replaces the text of " + Quoted(line.mKey) + " in line " +
-                                    std::to_string(mLines[id])}});
-        mNotes.mCounts.mTexts += !mLines[id];
-        mLines[id] = line.mNumber;
+        mNotes.mCounts.mReplaced += id < mIsInFile.size() && !mIsInFile[id];
+        mIsInFile.resize(mTable.Slots());
+        mNotes.mHasDoubts |= mIsInFile[id];
+        mNotes.mCounts.mTexts += !mIsInFile[id];
+        mIsInFile[id] = true;
         return id;
     }
 
     const bool mSplits;
     EntryTable& mTable;
     TextNotes& mNotes;
-    std::vector<std::uint64_t> mLines; // of the file's keys, by identifier; 0 for others
+    std::vector<bool> mIsInFile; // by identifier
 };
 
 // Returns the number of line feeds, which is about that of the lines.

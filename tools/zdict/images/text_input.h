@@ -29,22 +29,11 @@ struct LineNote
     std::string mWhat;   // a clause
 };
 
-struct LineDoubt
-{
-    enum Kind
-    {
-        kNoEquals,
-        kDuplicateKey
-    };
-    Kind mKind;
-    LineNote mNote;
-};
-
 struct TextNotes
 {
     LoadCounts mCounts;
     std::vector<LineNote> mProblems; // lines that can't be used
-    std::vector<LineDoubt> mDoubts;  // lines that may be mistakes
+    bool mHasDoubts = false;         // a line without a "=", or with the key of an earlier line
 };
 
 // Returns the bytes of the text's file without the lines of the keys. All other lines are kept as

@@ -6,13 +6,10 @@
 #include "lint/report.h"
 #include "messages.h"
 
-void WarnAboutText(const InputFile& file, CodePage codePage, CheckSet checks)
+namespace
 {
-    using Check = LintCheck;
-    for (const Check check :
-         {Check::kEncoding, Check::kBadPrefix, Check::kKeyEmpty, Check::kKeyNotASCII,
-          Check::kKeyLength, Check::kNoEquals, Check::kDuplicateKey, Check::kTooLong})
-        checks.Remove(check);
+void Warn(const InputFile& file, CodePage codePage, const CheckSet& checks)
+{
     Findings findings(checks);
     LintFile(file, codePage, LintOptions(), &findings, nullptr);
     findings.SortFrom(0);
@@ -23,4 +20,27 @@ void WarnAboutText(const InputFile& file, CodePage codePage, CheckSet checks)
         // An editor doesn't find a file after the program's name.
         std::fputs((LineOf(finding, Severity::kWarning) + "\n").c_str(), stderr);
     }
+}
+} // namespace
+
+void WarnAboutText(const InputFile& file, CodePage codePage, CheckSet checks)
+{
+    using Check = LintCheck;
+    for (const Check check :
+         {Check::kEncoding, Check::kBadPrefix, Check::kKeyEmpty, Check::kKeyNotASCII,
+          Check::kKeyLength, Check::kNoEquals, Check::kDuplicateKey, Check::kTooLong})
+        checks.Remove(check);
+    Warn(file, codePage, checks);
+}
+
+void WarnAboutDoubts(const InputFile& file, CodePage codePage, const CheckSet& checks)
+{
+    CheckSet doubts({InfoOf(LintCheck::kNoEquals).mName, InfoOf(LintCheck::kDuplicateKey).mName},
+                    {});
+    for (const LintCheck check : {LintCheck::kNoEquals, LintCheck::kDuplicateKey})
+    {
+        if (!checks.Has(check))
+            doubts.Remove(check);
+    }
+    Warn(file, codePage, doubts);
 }
