@@ -357,13 +357,15 @@ class Follow(Case):
         pid = self.host.pid
         self.wait_for("no row yet")
         self.append(row(1, pid))
-        self.wait_for(f"process {pid}  2026-11-26 12:00:01  use 20.0 MiB  resident 30.0 MiB  pool 4.0 MiB")
+        self.wait_for("2026-11-26 12:00:01  use 20.0 MiB  pool 4.0 MiB  resident 30.0 MiB  "
+                      f"process {pid}")
         self.wait_for("maximum limit")
         half, rest = row(90, pid, calc_mem=31 * MIB)[:70], row(90, pid, calc_mem=31 * MIB)[70:]
         self.append(half)
         self.wait_for("12:00:01  use 20.0 MiB")
         self.append(rest)
         self.wait_for("12:01:30  use 31.0 MiB")
+        self.wait_for(f"process {pid}")
         axis = self.wait_for("process ")
         self.assertIn("12:01:30", axis)
         self.assertNotIn("12:00:01", axis)  # more than a minute ago

@@ -222,10 +222,11 @@ def screen(run):
     """Returns the lines for the terminal."""
     width, height = shutil.get_terminal_size()
     row = run.rows[-1]
-    head = f"process {run.process}  {time_text(row.time)}  use {mib(row.use)}  resident " \
-           f"{mib(row.resident)}  pool {mib(row.pool)}"
+    head = f"{time_text(row.time)}  use {mib(row.use)}  pool {mib(row.pool)}  " \
+           f"resident {mib(row.resident)}"
     if run.counts_purges():
         head += f"  purges {row.purges:,}"
+    head += f"  process {run.process}"
     drawn = picture(run, f"dumb size {max(width, 40)},{max(height - 2, 10)} ansi", is_text=True)
     lines = [head[:width]] + drawn.decode(errors="replace").strip("\n\f").split("\n")
     return "".join(line + "\x1b[K\n" for line in lines) + "\x1b[J"
