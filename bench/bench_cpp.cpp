@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory_resource>
 #include <mutex>
+#include <new>
 
 #include <benchmark/benchmark.h>
 
@@ -29,9 +30,19 @@ U_u32 Hog()
     return sId;
 }
 
+// The callers of the bare functions check the block, as each host must.
+template <class Block> Block Checked(Block block)
+{
+    if (!block)
+        throw std::bad_alloc();
+    return block;
+}
+
 struct BarePointer
 {
-    explicit BarePointer(std::size_t size) : mBlock(U_AllocatePtr(kPlace, "bench", size)) {}
+    explicit BarePointer(std::size_t size) : mBlock(Checked(U_AllocatePtr(kPlace, "bench", size)))
+    {
+    }
     ~BarePointer() { U_FreePtr(mBlock); }
     void* Data() { return mBlock; }
     void* mBlock;
@@ -39,7 +50,9 @@ struct BarePointer
 
 struct BareHandle
 {
-    explicit BareHandle(std::size_t size) : mBlock(U_AllocateHandle(kPlace, "bench", size)) {}
+    explicit BareHandle(std::size_t size) : mBlock(Checked(U_AllocateHandle(kPlace, "bench", size)))
+    {
+    }
     ~BareHandle() { U_FreeHandle(mBlock); }
     void* Data() { return *mBlock; }
     void** mBlock;
@@ -47,7 +60,8 @@ struct BareHandle
 
 struct BareRecycled
 {
-    explicit BareRecycled(std::size_t size) : mBlock(U_AllocateRecycledPtr(kPlace, "bench", size))
+    explicit BareRecycled(std::size_t size)
+        : mBlock(Checked(U_AllocateRecycledPtr(kPlace, "bench", size)))
     {
     }
     ~BareRecycled() { U_FreeRecycledPtr(mBlock); }
@@ -59,8 +73,10 @@ struct BareHog
 {
     explicit BareHog(std::size_t size)
     {
-        U_NewHogHandle(Hog(), kPlace, "bench", size, 0, &mBlock);
-        U_LockHogHandle(mBlock, &mData);
+        if (U_NewHogHandle(Hog(), kPlace, "bench", size, 0, &mBlock))
+            throw std::bad_alloc();
+        if (U_LockHogHandle(mBlock, &mData))
+            throw std::bad_alloc();
     }
     ~BareHog()
     {

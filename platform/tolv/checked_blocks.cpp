@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <platform/base/memory_tools.h>
 
@@ -21,6 +22,8 @@ const std::size_t kFilledAtEnd = 128; // of a large block only the ends are fill
 const std::size_t kMostDelayedBytes = 16u << 20;
 const std::size_t kMostSlotsOfHandles = 0x40000;
 const std::size_t kMostOtherSlots = 0x4000;
+
+const std::size_t kMostSpareBytes = 4096;
 
 std::atomic<std::uint64_t> sFreedBlocks(0);
 
@@ -196,6 +199,16 @@ public:
     {
         while (mDelayed.Count())
             FreeOldestBlock(thread);
+        std::free(TakeSpare(mSpareBytes));
+    }
+
+    // Returns the memory that is kept if it has so many bytes, otherwise null.
+    void* TakeSpare(std::size_t bytes)
+    {
+        if (mSpareBytes != bytes)
+            return nullptr;
+        mSpareBytes = 0;
+        return std::exchange(mSpare, nullptr);
     }
 
     void Add(ThreadRecord* thread, void** slot, BlockRecord* record)
@@ -216,11 +229,20 @@ private:
         mBytes -= record->mSize;
         VerifyFreed(slot, *record);
         record->mState = kFreed;
-        std::free(record->mHeader);
+        KeepSpare(record->mHeader, BytesOfChecked(record->mSize));
         if (record->mKind == kHandle || record->mKind == kHogHandle)
             KeepSlot(thread, slot, record, &mHandles, kMostSlotsOfHandles);
         else
             KeepSlot(thread, slot, record, &mOthers, kMostOtherSlots);
+    }
+
+    void KeepSpare(void* memory, std::size_t bytes)
+    {
+        if (bytes > kMostSpareBytes || sHasChecker)
+            return std::free(memory);
+        std::free(mSpare);
+        mSpare = memory;
+        mSpareBytes = bytes;
     }
 
     static void KeepSlot(ThreadRecord* thread, void** slot, BlockRecord* record, SlotQueue* queue,
@@ -238,6 +260,12 @@ private:
     SlotQueue mDelayed; // with the memory of the blocks
     SlotQueue mHandles;
     SlotQueue mOthers;
+    // The memory of the last block that has left mDelayed, for the next block of its size. Saves
+    // the C library a round, which takes a fifth of the time for blocks of 1 KiB: its caches of
+    // threads end below the size with the guards.
+    void* mSpare;
+    std::size_t mSpareBytes;
+
     std::size_t mBytes;  // of the delayed blocks
     unsigned mUnstacked; // blocks since the last block with stacks
 };
@@ -276,7 +304,12 @@ bool MayCheck(void** slot)
 
 std::size_t BytesOfChecked(std::size_t size)
 {
-    return size + kTailBytes;
+    return sizeof(BlockHeader) + size + kTailBytes;
+}
+
+void* TakeSpare(ThreadRecord* thread, std::size_t bytes)
+{
+    return thread && thread->mChecks ? thread->mChecks->TakeSpare(bytes) : nullptr;
 }
 
 void BeginCheck(ThreadRecord* thread, BlockHeader* header, std::size_t size, BlockKind kind)

@@ -96,7 +96,7 @@ void EmptyCache(ThreadRecord& record)
 std::size_t BytesOfBlock(std::size_t size, bool isChecked)
 {
     if (isChecked)
-        return sizeof(BlockHeader) + BytesOfChecked(size);
+        return BytesOfChecked(size);
     return sizeof(BlockHeader) + (IsWatched() ? size : BlockCache::Capacity(size));
 }
 
@@ -122,7 +122,10 @@ void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
     if (!slot)
         return nullptr;
     const bool isChecked = IsWatched() && MayCheck(slot);
-    void* memory = ReallocOrTrim(record, nullptr, BytesOfBlock(size, isChecked));
+    const std::size_t bytes = BytesOfBlock(size, isChecked);
+    void* memory = isChecked ? TakeSpare(record, bytes) : nullptr;
+    if (!memory)
+        memory = ReallocOrTrim(record, nullptr, bytes);
     if (!memory)
     {
         GiveSlot(record, slot);

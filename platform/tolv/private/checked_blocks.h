@@ -111,8 +111,12 @@ BlockRecord* RecordOf(void** slot);
 // checked.
 bool MayCheck(void** slot);
 
-// The bytes that a checked block takes besides its header.
+// The bytes that a checked block takes with its header.
 std::size_t BytesOfChecked(std::size_t size);
+
+// Returns memory of a freed block that had so many bytes with its header, which the caller owns.
+// Null if there is none.
+void* TakeSpare(ThreadRecord* record, std::size_t bytes);
 
 // Begins the checks of a new block, whose slot may not contain the block's address yet.
 void BeginCheck(ThreadRecord* record, BlockHeader* header, std::size_t size, BlockKind kind);
