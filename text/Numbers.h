@@ -3,9 +3,15 @@
 #ifndef TEXT_NUMBERS_H
 #define TEXT_NUMBERS_H
 
+#include <algorithm>
 #include <cstddef>
+#include <string_view>
+
+#include <krobase/format.h>
 
 #include "U_Types.h"
+
+using krobase::utility::NumberMarks;
 
 const std::size_t kLongestNum = 31;   // characters of a formatted number
 const std::size_t kMostPlainNum = 22; // digits and decimals that plain notation has at most
@@ -20,6 +26,23 @@ inline bool IsDigit(U_u16 unit)
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
                            unsigned int decimals, std::size_t mostPlain, char* out);
 
+// Returns the user's marks, or "." and "," if the flags ask for those.
+NumberMarks MarksFor(unsigned int flags);
+
+// Copies a number that FormatUnmarked has written, with marks in place of "." and ",".
+// REQUIRES: if a Unit is a byte, the marks are ASCII.
+template <class Unit>
+void PutMarks(const char* number, std::size_t length, const NumberMarks& marks, Unit* out)
+{
+    const NumberMarks plain = krobase::utility::kPlainNumberMarks;
+    if (marks == plain)
+        std::copy(number, number + length, out);
+    else
+        std::transform(number, number + length, out, [=](char c) {
+            return static_cast<Unit>(marks.InPlaceOf(static_cast<unsigned char>(c), plain));
+        });
+}
+
 // A number specification: the text between two "@" after "^F1" in a message.
 struct NumberSpec
 {
@@ -29,9 +52,9 @@ struct NumberSpec
     std::size_t mLength; // in the message, with both "@"
 };
 
-// Reads the format specifier that starts at an offset of a message. Returns the default
-// specification, of length 0, if none starts there. An "@" without a second one is reported;
-// the result then has no options and the length 1.
-NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start);
+// Reads the specification at the head of a text. Returns the default specification, of length 0,
+// if the text does not begin with one. An "@" without a second one is reported; the result then
+// has no options and the length 1. A Unit is a U_u16, or a char of ASCII text.
+template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text);
 
 #endif

@@ -272,6 +272,8 @@ TEST_F(SubString, ArgumentsFillPlaceholders)
         {Filled("^1 ^2", "x^2y", "z"), "xzy ^2"},
         {Filled("^1 ^L2", "^2", 7), "^2 7"},
         {Filled("^1 ^L2", "^L2", 7), "7 ^L2"},
+        {Filled("^L^12 ^L2", "", 7), "7 ^L2"}, // the value completes a placeholder
+        {Filled("^L3 ^2^1^F4@1.1@ ^1^5", "", "ab", 7, 0.5, "c"), "7 ab0.5 ^1c"},
         {Filled("text too long for ^L1-byte buffer ('^2').", 512u, "abc"),
          "text too long for 512-byte buffer ('abc')."},
     });
@@ -307,6 +309,8 @@ TEST_F(SubString, SpecificationsSetTheFormOfANumber)
         {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
         {Filled("^F1@1.0@@1.0@", 2.5), "2@1.0@"},
         {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},
+        {Filled("^F2^1", "@3.0@", 2.5), "002"}, // the specification is a value
+        {Filled("^F1@^2@ ^2", 2.5, "x"), "2.50 x"},
         {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
     });
     platform::SetUserLocale("de_DE");
