@@ -3,8 +3,8 @@
 #include "text/Numbers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
-#include <set>
 
 #include <krobase/format.h>
 
@@ -75,7 +75,7 @@ std::optional<unsigned int> OptionOf(U_u16 letter)
 
 template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text)
 {
-    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0};
+    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0, false};
     if (text.empty() || text[0] != '@')
         return spec;
     spec.mFlags = 0;
@@ -100,15 +100,24 @@ template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> tex
     // A damaged or hostile translation may hold many unknown letters. An alert for each one
     // would keep the user from the host, so a letter is reported once, and at most
     // kMostReported letters are reported.
-    std::set<Unit> reported;
+    Unit reported[kMostReported];
+    Unit* reportedEnd = reported;
     for (const Unit* letter = first; letter != end; ++letter)
     {
         if (IsDigit(*letter) || *letter == '.')
             continue;
         if (const std::optional<unsigned int> option = OptionOf(*letter))
+        {
             spec.mFlags |= *option;
-        else if (reported.size() < kMostReported && reported.insert(*letter).second)
+            continue;
+        }
+        spec.mHasUnknownLetters = true;
+        if (reportedEnd != std::end(reported) &&
+            std::find(reported, reportedEnd, *letter) == reportedEnd)
+        {
+            *reportedEnd++ = *letter;
             ReportUnknownLetter(static_cast<U_u16>(*letter));
+        }
     }
     return spec;
 }

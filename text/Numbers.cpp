@@ -156,7 +156,7 @@ int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned in
     {
         const std::size_t length =
             FormatUnmarked(value, flags, integerDigits, decimals, kMostPlainNum, out);
-        PutMarks(out, length, marks, out);
+        SetMarks(marks, out, length);
         out[length] = 0;
         return 0;
     }

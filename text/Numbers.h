@@ -3,7 +3,6 @@
 #ifndef TEXT_NUMBERS_H
 #define TEXT_NUMBERS_H
 
-#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -29,18 +28,15 @@ std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
 // Returns the user's marks, or "." and "," if the flags ask for those.
 NumberMarks MarksFor(unsigned int flags);
 
-// Copies a number that FormatUnmarked has written, with marks in place of "." and ",".
+// Replaces "." and "," in a number that FormatUnmarked has written.
 // REQUIRES: if a Unit is a byte, the marks are ASCII.
-template <class Unit>
-void PutMarks(const char* number, std::size_t length, const NumberMarks& marks, Unit* out)
+template <class Unit> void SetMarks(const NumberMarks& marks, Unit* number, std::size_t length)
 {
     const NumberMarks plain = krobase::utility::kPlainNumberMarks;
     if (marks == plain)
-        std::copy(number, number + length, out);
-    else
-        std::transform(number, number + length, out, [=](char c) {
-            return static_cast<Unit>(marks.InPlaceOf(static_cast<unsigned char>(c), plain));
-        });
+        return;
+    for (std::size_t i = 0; i < length; ++i)
+        number[i] = static_cast<Unit>(marks.InPlaceOf(static_cast<U_u16>(number[i]), plain));
 }
 
 // A number specification: the text between two "@" after "^F1" in a message.
@@ -50,6 +46,7 @@ struct NumberSpec
     int mIntegerDigits;
     int mDecimals;
     std::size_t mLength; // in the message, with both "@"
+    bool mHasUnknownLetters;
 };
 
 // Reads the specification at the head of a text. Returns the default specification, of length 0,

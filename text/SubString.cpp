@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <forward_list>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -75,25 +78,11 @@ public:
         return std::equal(std::begin(mTypes), std::end(mTypes), other.mTypes);
     }
 
-    // Returns true if each caret of the message is the start of a placeholder.
-    bool HasNoOtherCarets() const { return !mHasOtherCarets; }
+    // Returns true if the message has a caret that is not the start of a placeholder.
+    bool HasOtherCarets() const { return mHasOtherCarets; }
 
     // The offset of the first such placeholder. REQUIRES: Has(digit, type).
     std::size_t Start(int digit, Type type) const { return mStarts[digit][type]; }
-
-    // Moves the starts of the placeholders of the later digits that are after `offset`.
-    void MoveStarts(int digit, std::size_t offset, std::size_t oldLength, std::size_t newLength)
-    {
-        while (++digit <= 9)
-        {
-            for (int type = 0; type < kTypeCount && mTypes[digit] >> type; ++type)
-            {
-                std::size_t& start = mStarts[digit][type];
-                if (Has(digit, static_cast<Type>(type)) && start > offset)
-                    start = start - oldLength + newLength;
-            }
-        }
-    }
 
 private:
     template <class Unit> void Add(std::basic_string_view<Unit> format, std::size_t caret)
@@ -148,31 +137,41 @@ double NumberOf(const U_FormatArgument& argument)
     }
 }
 
-// A message and its values so far. Text is U_UTF16String or std::string.
+// A message and its values. Text is U_UTF16String or std::string.
+//
+// The values are put into the message at the end, in one pass. If a value, a specification, or the
+// message beside its placeholders has a caret, the values may make or complete placeholders. From
+// then on each value is put into the message at once, and the next placeholder is searched for.
 template <class Text> class Message
 {
     typedef typename Text::value_type Unit;
     typedef std::basic_string_view<Unit> View;
 
 public:
-    Message(View format, std::size_t count) : mSet(format), mKnowsStarts(mSet.HasNoOtherCarets())
-    {
-        const std::size_t kUsualValue = 16; // units
-        mText.reserve(format.size() + count * kUsualValue);
-        mText = format;
-    }
+    explicit Message(View format) : mText(format), mSet(format), mSearches(mSet.HasOtherCarets()) {}
 
-    // Fills the placeholders. Returns the text.
     Text Filled(const U_FormatArgument* arguments, std::size_t count)
     {
         const U_FormatArgument* const end = arguments + count;
         Placeholder found;
         for (int digit = 1; digit <= 9 && arguments != end && Find(digit, &found); ++digit)
+        {
             Fill(found, *arguments++);
-        return std::move(mText);
+            if (mSearches)
+                PutValuesIn();
+        }
+        return WithValues();
     }
 
 private:
+    // A part of the message, and the value in its place.
+    struct Value
+    {
+        std::size_t mStart;
+        std::size_t mEnd;
+        View mText;
+    };
+
     // Finds the placeholder of a digit in the text so far. Only the message's own placeholders
     // count: a value may hold text that looks like one.
     bool Find(int digit, Placeholder* found) const
@@ -182,14 +181,16 @@ private:
             const Type type = static_cast<Type>(i);
             if (!mSet.Has(digit, type))
                 continue;
-            *found = {digit, type, 0};
-            found->mStart = mKnowsStarts ? mSet.Start(digit, type) : Search(*found);
+            *found = {digit, type, mSet.Start(digit, type)};
+            if (mSearches)
+                found->mStart = Search(*found);
             if (found->mStart != kNone)
                 return true;
         }
         return false;
     }
 
+    // REQUIRES: all values are in the text.
     std::size_t Search(const Placeholder& placeholder) const
     {
         Unit text[3] = {'^', static_cast<Unit>(kLetters[placeholder.mType])};
@@ -209,21 +210,24 @@ private:
 
     void FillString(const Placeholder& placeholder, const U_FormatArgument& argument)
     {
-        const bool isMultibyte = argument.mKind == U_FormatArgument::kMultibyte;
-        if (isMultibyte && argument.mMultibyte)
+        View text;
+        if (argument.mKind == U_FormatArgument::kMultibyte && argument.mMultibyte)
         {
             if constexpr (sizeof(Unit) == 1)
-                Replace(placeholder, argument.mMultibyte, 0);
+                text = argument.mMultibyte;
             else
-                Replace(placeholder, U_MBToUTF16String(argument.mMultibyte), 0);
-            return;
+                text = mConverted.emplace_front(U_MBToUTF16String(argument.mMultibyte));
         }
-        if constexpr (sizeof(Unit) > 1)
+        else if (argument.mKind == U_FormatArgument::kUTF16 && argument.mUTF16)
         {
-            if (argument.mKind == U_FormatArgument::kUTF16 && argument.mUTF16)
-                return Replace(placeholder, argument.mUTF16, 0);
+            if constexpr (sizeof(Unit) == 1)
+                ThrowWrongKind(); // narrow text has no such argument
+            else
+                text = argument.mUTF16;
         }
-        ThrowWrongKind();
+        else
+            ThrowWrongKind();
+        AddValue(placeholder, 0, text);
     }
 
     void FillInteger(const Placeholder& placeholder, const U_FormatArgument& argument)
@@ -233,52 +237,112 @@ private:
             ThrowWrongKind();
         const bool asInt = is32 && placeholder.mType == kInteger;
         const U_i64 value = asInt ? static_cast<int>(argument.mInteger) : argument.mInteger;
-        char text[24];
-        char* const end = std::to_chars(text, std::end(text), value).ptr;
-        Unit units[sizeof(text)];
-        std::copy(text, end, units);
-        Replace(placeholder, View(units, static_cast<std::size_t>(end - text)), 0);
+        char text[kLongestNum];
+        const char* const end = std::to_chars(text, std::end(text), value).ptr;
+        AddNumber(placeholder, 0, text, static_cast<std::size_t>(end - text),
+                  krobase::utility::kPlainNumberMarks);
     }
 
-    void FillNumber(const Placeholder& placeholder, const U_FormatArgument& argument)
+    void FillNumber(Placeholder placeholder, const U_FormatArgument& argument)
     {
         const double value = NumberOf(argument);
-        const NumberSpec spec = ReadNumberSpec(View(mText).substr(placeholder.End()));
+        if (IsValueInSpec(placeholder.End()))
+        {
+            PutValuesIn();
+            placeholder.mStart = Search(placeholder);
+        }
+        const NumberSpec spec = ReadNumberSpec(mText.substr(placeholder.End()));
         char text[kLongestNum];
         const std::size_t length =
             FormatUnmarked(value, spec.mFlags, spec.mIntegerDigits,
                            static_cast<unsigned int>(spec.mDecimals), kMostPlainNum, text);
-        Unit units[kLongestNum];
-        PutMarks(text, length, MarksFor(spec.mFlags), units);
-        Replace(placeholder, View(units, length), spec.mLength);
+        AddNumber(placeholder, spec.mLength, text, length, MarksFor(spec.mFlags));
     }
 
-    // Replaces the placeholder that was found, and `specLength` units after it, by a value.
-    //
-    // As long as only placeholders have carets, the offset of a placeholder depends on the lengths
-    // of the values before it alone, and Find need not search.
-    void Replace(const Placeholder& placeholder, View value, std::size_t specLength)
+    // Returns true if a value may be in the specification that starts at an offset.
+    bool IsValueInSpec(std::size_t start) const
     {
-        const std::size_t length = placeholder.Length() + specLength;
-        if (mKnowsStarts)
-        {
-            const View spec = View(mText).substr(placeholder.End(), specLength);
-            mKnowsStarts = value.find('^') == kNone && spec.find('^') == kNone;
-            mSet.MoveStarts(placeholder.mDigit, placeholder.mStart, length, value.size());
-        }
-        mText.replace(placeholder.mStart, length, value);
+        const Value* const next = FirstValueAfter(start);
+        if (next == mValuesEnd)
+            return false;
+        const View between = mText.substr(start, next->mStart - start);
+        return between.empty() || (between[0] == '@' && between.find('@', 1) == kNone);
     }
 
-    Text mText;
+    void AddNumber(const Placeholder& placeholder, std::size_t specLength, const char* text,
+                   std::size_t length, const NumberMarks& marks)
+    {
+        Unit* const units = mNumbers[placeholder.mDigit - 1];
+        std::copy(text, text + length, units);
+        SetMarks(marks, units, length);
+        AddValue(placeholder, specLength, View(units, length));
+    }
+
+    const Value* FirstValueAfter(std::size_t start) const
+    {
+        return std::find_if<const Value*>(
+            mValues, mValuesEnd, [=](const Value& value) { return value.mStart >= start; });
+    }
+
+    static bool HasCaret(View text)
+    {
+        return std::find(text.begin(), text.end(), Unit('^')) != text.end();
+    }
+
+    void AddValue(const Placeholder& placeholder, std::size_t specLength, View text)
+    {
+        mSearches =
+            mSearches || HasCaret(text) || HasCaret(mText.substr(placeholder.End(), specLength));
+        Value* const place = mValues + (FirstValueAfter(placeholder.mStart) - mValues);
+        std::copy_backward(place, mValuesEnd, mValuesEnd + 1);
+        *place = {placeholder.mStart, placeholder.End() + specLength, text};
+        ++mValuesEnd;
+    }
+
+    Text WithValues() const
+    {
+        std::size_t length = mText.size();
+        for (const Value* value = mValues; value != mValuesEnd; ++value)
+            length += value->mText.size() - (value->mEnd - value->mStart);
+        Text text(length, 0); // to append the pieces one by one takes longer
+        Unit* next = text.data();
+        std::size_t start = 0;
+        for (const Value* value = mValues; value != mValuesEnd; ++value)
+        {
+            next += mText.copy(next, value->mStart - start, start);
+            next += value->mText.copy(next, value->mText.size());
+            start = value->mEnd;
+        }
+        mText.copy(next, kNone, start);
+        return text;
+    }
+
+    void PutValuesIn()
+    {
+        mFolded = WithValues();
+        mText = mFolded;
+        mValuesEnd = mValues;
+        mSearches = true;
+    }
+
+    View mText; // the message, or mFolded
+    Text mFolded;
     PlaceholderSet mSet;
-    bool mKnowsStarts; // false: Find searches
+    bool mSearches; // else each placeholder is at its start in mSet
+
+    Value mValues[9]; // not yet in mText, in the order of their starts
+    Value* mValuesEnd = mValues;
+
+    // What mValues refers to, by digit and in no order.
+    Unit mNumbers[9][kLongestNum];
+    std::forward_list<Text> mConverted;
 };
 
 template <class Text>
 Text Filled(std::basic_string_view<typename Text::value_type> format,
             const U_FormatArgument* arguments, std::size_t count)
 {
-    return Message<Text>(format, count).Filled(arguments, count);
+    return Message<Text>(format).Filled(arguments, count);
 }
 
 PlaceholderSet SetOf(const U_UTF16String& format)
@@ -288,10 +352,16 @@ PlaceholderSet SetOf(const U_UTF16String& format)
 
 bool IsASCII(std::string_view text)
 {
-    unsigned char bits = 0;
+    std::uint64_t bits = 0;
+    for (; text.size() >= sizeof(bits); text.remove_prefix(sizeof(bits)))
+    {
+        std::uint64_t word;
+        std::memcpy(&word, text.data(), sizeof(word));
+        bits |= word;
+    }
     for (const char c : text)
         bits |= static_cast<unsigned char>(c);
-    return bits < 0x80;
+    return !(bits & 0x8080808080808080u);
 }
 
 // Returns true if the message with its values is ASCII. All code pages have ASCII.
@@ -337,7 +407,7 @@ U_Status Up_SubString(char* out, unsigned int size, const char* format,
                       Filled<U_UTF16String>(U_MBToUTF16String(format), arguments, count), false);
         const std::size_t room =
             size ? std::min<std::size_t>(size, kMostBytes + 1) : kMostBytes + 1;
-        U_CopyString(filled.c_str(), room, out);
+        U_CopyStringLen(filled.data(), filled.size(), room, out);
     });
     if (failure)
         *out = 0;

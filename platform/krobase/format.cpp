@@ -22,8 +22,11 @@ const std::size_t kMostPad = kLongestNumber;
 class Digits
 {
 public:
+    // REQUIRES: `value` is not negative, and finite.
     Digits(double value, std::size_t decimals)
     {
+        if (PrintScaled(value, decimals))
+            return;
         const int precision = static_cast<int>(std::min(decimals, kMostDecimals));
         char* const first = mText + kMostPad;
         const char* const end =
@@ -57,6 +60,45 @@ public:
     }
 
 private:
+    // Prints the integer that is nearest to the value times a power of ten, which takes half as
+    // long as to_chars of a double. Returns false if the rounding of the product may have
+    // changed which integer is the nearest, as it may near a half.
+    bool PrintScaled(double value, std::size_t decimals)
+    {
+        const double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+        const double kMost = 0x1p50;
+        if (decimals >= std::size(kPowersOfTen))
+            return false;
+        const double scaled = value * kPowersOfTen[decimals];
+        if (!(scaled < kMost))
+            return false;
+        const std::int64_t below = static_cast<std::int64_t>(scaled);
+        const double rest = scaled - static_cast<double>(below);
+        if (std::fabs(rest - 0.5) <= scaled * std::numeric_limits<double>::epsilon())
+            return false;
+
+        char* const first = mText + kMostPad;
+        char* end = std::to_chars(first, std::end(mText), below + (rest > 0.5)).ptr;
+        std::size_t length = static_cast<std::size_t>(end - first);
+        if (length <= decimals)
+        {
+            const std::size_t zeros = decimals + 1 - length;
+            std::copy_backward(first, end, end + zeros);
+            std::fill(first, first + zeros, '0');
+            length += zeros;
+        }
+        mInteger = length - decimals;
+        mLength = length;
+        if (decimals > 0)
+        {
+            char* const point = first + mInteger;
+            std::copy_backward(point, first + length, first + length + 1);
+            *point = '.';
+            ++mLength;
+        }
+        return true;
+    }
+
     char mText[kMostPad + std::numeric_limits<double>::max_exponent10 + 2 + kMostDecimals];
     std::size_t mInteger;
     std::size_t mLength; // without the pad

@@ -1,7 +1,10 @@
 // Numbers as text, their marks, sizes for people, and messages filled with values.
 
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -94,6 +97,34 @@ TEST_F(Numbers, OptionsSetTheFormOfANumber)
         {FormatNum(std::numeric_limits<double>::quiet_NaN(), 2, 9, 2), "nan"},
     });
     EXPECT_EQ(U_FormatNum(1, 0, 1, 1, nullptr), 3);
+}
+
+TEST_F(Numbers, DecimalsAreRoundedAsByTheCLibrary)
+{
+    std::mt19937_64 random(1);
+    const auto expect = [](double value, unsigned int decimals) {
+        char expected[400];
+        std::snprintf(expected, sizeof(expected), "%.*f", static_cast<int>(decimals), value);
+        if (std::strlen(expected) < 23)
+        {
+            EXPECT_EQ(FormatNum(value, 1, 1, decimals), expected);
+        }
+    };
+    for (unsigned int decimals = 0; decimals <= 12; ++decimals)
+    {
+        const double step = std::pow(10.0, -static_cast<double>(decimals));
+        for (int i = 0; i < 2000; ++i)
+        {
+            // Any number, and one at or beside a half of the last decimal.
+            const double whole = static_cast<double>(random() >> (8 + random() % 56));
+            const double half = (whole + 0.5) * step;
+            for (const double value : {whole * step, whole / 3, half, std::nextafter(half, 0),
+                                       std::nextafter(half, HUGE_VAL)})
+                expect(value, decimals);
+        }
+        expect(std::numeric_limits<double>::denorm_min(), decimals);
+        expect(std::pow(2.0, 50), decimals);
+    }
 }
 
 TEST_F(Numbers, MarksAreThoseOfTheUser)
