@@ -12,8 +12,8 @@ PREFIX ?= /usr/local
 WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-core \
     fonts-vlgothic xvfb xdotool x11-apps
 
-BENCH_PACKAGES := libbenchmark-dev icu-devtools libspdlog-dev libmimalloc2.0 libjemalloc2 \
-    libtcmalloc-minimal4 qtbase5-dev
+BENCH_PACKAGES := libbenchmark-dev icu-devtools libfmt-dev libspdlog-dev libmimalloc2.0 \
+    libjemalloc2 libtcmalloc-minimal4 qtbase5-dev
 
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 

@@ -1,8 +1,8 @@
 // Trees as JSON, escaping, and binary text.
 //
 // The peers: for trees, boost's property tree of strings; for escaping, a plain copy of the text,
-// which is its floor; for binary text, the loop over the C library's functions that a user would
-// write.
+// which is its floor, and pugixml's writer; for binary text, the loops that a user would write:
+// over the C library's functions, and over a table.
 
 #include <algorithm>
 #include <cstdio>
@@ -16,6 +16,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
+#include <pugixml.hpp>
 
 #include "U_AnyTree.h"
 #include "U_Encoding.h"
@@ -171,6 +172,59 @@ void CopyPlain(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
+// Words of one to eight letters, each with a character after it that is escaped.
+U_UTF8String MakeMarkedText()
+{
+    std::mt19937 random(1);
+    U_UTF8String text;
+    while (text.size() < kTextSize)
+    {
+        text.append(1 + random() % 8, 'a');
+        text.push_back("&<>"[random() % 3]);
+    }
+    return text;
+}
+
+void EscapeMarked(benchmark::State& state)
+{
+    const U_UTF8String text = MakeMarkedText();
+    if (U_UnEscapeXMLBodyText(U_EscapeBodyTextToSafeXML(text, false, false)) != text)
+        state.SkipWithError("not what was escaped");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(U_EscapeBodyTextToSafeXML(text, false, false).data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+// Appends what pugixml writes to a text.
+struct TextWriter : pugi::xml_writer
+{
+    void write(const void* data, std::size_t size) override
+    {
+        mText.append(static_cast<const U_u8*>(data), size);
+    }
+
+    U_UTF8String mText;
+};
+
+void EscapeMarkedByPugi(benchmark::State& state)
+{
+    const U_UTF8String text = MakeMarkedText();
+    pugi::xml_document document;
+    pugi::xml_node node = document.append_child(pugi::node_pcdata);
+    node.set_value(std::string(text.begin(), text.end()).c_str());
+    const auto write = [&] {
+        TextWriter writer;
+        writer.mText.reserve(text.size());
+        node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+        return writer.mText;
+    };
+    if (write() != U_EscapeBodyTextToSafeXML(text, false, false))
+        state.SkipWithError("escaped otherwise");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(write().data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
 std::vector<U_u8> MakeBytes()
 {
     std::mt19937 random(1);
@@ -197,6 +251,22 @@ void EncodeByPrintf(benchmark::State& state)
     {
         for (std::size_t i = 0; i < bytes.size(); ++i)
             std::snprintf(&text[2 * i], 3, "%02x", bytes[i]);
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+
+void EncodeByTable(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    for (auto _ : state)
+    {
+        std::string text(2 * bytes.size(), 0);
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+        {
+            text[2 * i] = "0123456789abcdef"[bytes[i] >> 4];
+            text[2 * i + 1] = "0123456789abcdef"[bytes[i] & 15];
+        }
         benchmark::DoNotOptimize(text.data());
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
@@ -235,6 +305,24 @@ void DecodeByScanf(benchmark::State& state)
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
+
+void DecodeByTable(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    const U_UTF8String text =
+        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
+    U_u8 values[256] = {};
+    for (int i = 0; i < 16; ++i)
+        values[static_cast<U_u8>("0123456789abcdef"[i])] = static_cast<U_u8>(i);
+    for (auto _ : state)
+    {
+        std::vector<U_u8> decoded(text.size() / 2);
+        for (std::size_t i = 0; i < decoded.size(); ++i)
+            decoded[i] = static_cast<U_u8>(values[text[2 * i]] << 4 | values[text[2 * i + 1]]);
+        benchmark::DoNotOptimize(decoded.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
 } // namespace
 
 #define SIZES Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond) // KB
@@ -244,10 +332,14 @@ BENCHMARK(Write<Ours>)->SIZES;
 BENCHMARK(Write<Peer>)->SIZES;
 BENCHMARK(EscapePlain);
 BENCHMARK(CopyPlain);
+BENCHMARK(EscapeMarked);
+BENCHMARK(EscapeMarkedByPugi);
 BENCHMARK(Encode);
 BENCHMARK(EncodeByPrintf);
+BENCHMARK(EncodeByTable);
 BENCHMARK(Decode);
 BENCHMARK(DecodeByScanf);
+BENCHMARK(DecodeByTable);
 
 // The sizes of the plots.
 #define GROWING Arg(20)->Arg(100)->Arg(1000)->Arg(5000)->Arg(20000)

@@ -1,13 +1,19 @@
-// Messages, compared with ICU, and numbers, compared with the C library.
+// Messages, compared with ICU and fmt, and numbers, compared with the standard library.
+//
+// fmt reads the message at run time, as a translated message is known only then.
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <benchmark/benchmark.h>
+#include <fmt/format.h>
+#include <fmt/xchar.h>
 #include <unicode/msgfmt.h>
 
 #include <U_Format.h>
@@ -18,6 +24,7 @@ typedef std::basic_string<char16_t> Text;
 
 const char16_t kMessage[] = u"^1 took ^F3@1.1@ seconds for ^L2 frames.";
 const char16_t kPattern[] = u"{0} took {2,number,0.0} seconds for {1} frames.";
+const char16_t kPatternFmt[] = u"{0} took {2:.1f} seconds for {1} frames.";
 const char16_t kFilled[] = u"Interview took 12.5 seconds for 300 frames.";
 const char16_t kName[] = u"Interview";
 const int kFrames = 300;
@@ -44,17 +51,62 @@ void Message(benchmark::State& state)
 }
 BENCHMARK(Message);
 
+std::string Narrow(const char16_t* text)
+{
+    const Text whole = text;
+    return std::string(whole.begin(), whole.end());
+}
+
+const std::size_t kRoom = 256; // bytes of a buffer
+
 void MultibyteMessage(benchmark::State& state)
 {
-    const std::string format(std::begin(kMessage), std::end(kMessage) - 1);
-    char out[256];
+    const std::string format = Narrow(kMessage);
+    char out[kRoom];
+    if (U_SubString(out, kRoom, format.c_str(), "Interview", kFrames, kSeconds) ||
+        out != Narrow(kFilled))
+        state.SkipWithError("filled otherwise");
     for (auto _ : state)
     {
-        U_SubString(out, sizeof(out), format.c_str(), "Interview", kFrames, kSeconds);
+        U_SubString(out, kRoom, format.c_str(), "Interview", kFrames, kSeconds);
         benchmark::DoNotOptimize(out);
     }
 }
 BENCHMARK(MultibyteMessage);
+
+void MessageFmt(benchmark::State& state)
+{
+    const Text format = kPatternFmt;
+    const Text name = kName;
+    const auto fill = [&] {
+        return fmt::format(std::basic_string_view<char16_t>(format),
+                           std::basic_string_view<char16_t>(name.c_str()), kFrames, kSeconds);
+    };
+    if (fill() != kFilled)
+        state.SkipWithError("filled otherwise");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(fill().data());
+}
+BENCHMARK(MessageFmt);
+
+void MultibyteMessageFmt(benchmark::State& state)
+{
+    const std::string format = Narrow(kPatternFmt);
+    char out[kRoom];
+    const auto fill = [&] {
+        *fmt::format_to_n(out, kRoom - 1, fmt::runtime(format), "Interview", kFrames, kSeconds)
+             .out = 0;
+    };
+    fill();
+    if (out != Narrow(kFilled))
+        state.SkipWithError("filled otherwise");
+    for (auto _ : state)
+    {
+        fill();
+        benchmark::DoNotOptimize(out);
+    }
+}
+BENCHMARK(MultibyteMessageFmt);
 
 // Fills an ICU message. The format is made once.
 icu::UnicodeString FillICU(const icu::MessageFormat& format, UErrorCode& error)
@@ -101,19 +153,33 @@ std::vector<double> Numbers()
     return numbers;
 }
 
-// snprintf, and a loop that groups the integer part.
-void FormatByHand(double value, char* out)
+// Copies a number with two decimals and groups the integer part.
+void Group(const char* plain, const char* end, char* out)
 {
-    char plain[32];
-    std::snprintf(plain, sizeof(plain), "%.2f", value);
-    const char* const point = std::strchr(plain, '.');
+    const char* const point = end - 3;
     for (const char* at = plain; at != point; ++at)
     {
         *out++ = *at;
         if (point - at > 1 && (point - at) % 3 == 1)
             *out++ = ',';
     }
-    std::memcpy(out, point, std::strlen(point) + 1);
+    std::memcpy(out, point, 3);
+    out[3] = 0;
+}
+
+void FormatByPrintf(double value, char* out)
+{
+    char plain[32];
+    const int length = std::snprintf(plain, sizeof(plain), "%.2f", value);
+    Group(plain, plain + length, out);
+}
+
+void FormatByToChars(double value, char* out)
+{
+    char plain[32];
+    const std::to_chars_result result =
+        std::to_chars(plain, plain + sizeof(plain), value, std::chars_format::fixed, 2);
+    Group(plain, result.ptr, out);
 }
 
 void FormatByLibrary(double value, char* out)
@@ -129,7 +195,7 @@ template <void format(double, char*)> void Number(benchmark::State& state)
     for (double number : numbers)
     {
         format(number, out);
-        FormatByHand(number, other);
+        FormatByPrintf(number, other);
         if (std::strcmp(out, other) != 0)
             state.SkipWithError("written otherwise");
     }
@@ -141,7 +207,8 @@ template <void format(double, char*)> void Number(benchmark::State& state)
     }
 }
 BENCHMARK_TEMPLATE(Number, FormatByLibrary);
-BENCHMARK_TEMPLATE(Number, FormatByHand);
+BENCHMARK_TEMPLATE(Number, FormatByPrintf);
+BENCHMARK_TEMPLATE(Number, FormatByToChars);
 } // namespace
 
 BENCHMARK_MAIN();

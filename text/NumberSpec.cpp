@@ -3,8 +3,8 @@
 #include "text/Numbers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
-#include <set>
 
 #include <krobase/format.h>
 
@@ -26,10 +26,10 @@ bool IsWhiteSpace(U_u16 unit)
 // Reads an integer as "%d" does and advances *next to its end. A negative integer counts as 0,
 // and an integer above kMost as kMost, which is more than the text of any number needs. If there
 // are no digits, neither *next nor *value changes.
-void ScanInteger(const U_u16*& next, const U_u16* end, int* value)
+template <class Unit> void ScanInteger(const Unit*& next, const Unit* end, int* value)
 {
     const int kMost = 1000;
-    const U_u16* at = std::find_if_not(next, end, &IsWhiteSpace);
+    const Unit* at = std::find_if_not(next, end, &IsWhiteSpace);
     const bool isNegative = at != end && *at == '-';
     if (at != end && (*at == '-' || *at == '+'))
         ++at;
@@ -73,26 +73,26 @@ std::optional<unsigned int> OptionOf(U_u16 letter)
 
 } // namespace
 
-NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start)
+template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text)
 {
-    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0};
-    if (start >= message.size() || message[start] != '@')
+    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0, false};
+    if (text.empty() || text[0] != '@')
         return spec;
     spec.mFlags = 0;
     spec.mLength = 1;
-    const std::size_t second = message.find('@', start + 1);
-    if (second == U_UTF16String::npos)
+    const std::size_t second = text.find('@', 1);
+    if (second == std::basic_string_view<Unit>::npos)
     {
         Up_ReportErrString(kNumberLocation, U_Sev_WARNING, "missing 2nd '@' in format string");
         return spec;
     }
 
-    spec.mLength = second + 1 - start;
-    const U_u16* const first = message.data() + start + 1;
-    const U_u16* const end = message.data() + second;
+    spec.mLength = second + 1;
+    const Unit* const first = text.data() + 1;
+    const Unit* const end = text.data() + second;
     if (first != end && IsDigit(*first))
     {
-        const U_u16* next = first;
+        const Unit* next = first;
         ScanInteger(next, end, &spec.mIntegerDigits);
         if (next != end && *next == '.')
             ScanInteger(++next, end, &spec.mDecimals);
@@ -100,15 +100,27 @@ NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start)
     // A damaged or hostile translation may hold many unknown letters. An alert for each one
     // would keep the user from the host, so a letter is reported once, and at most
     // kMostReported letters are reported.
-    std::set<U_u16> reported;
-    for (const U_u16* letter = first; letter != end; ++letter)
+    Unit reported[kMostReported];
+    Unit* reportedEnd = reported;
+    for (const Unit* letter = first; letter != end; ++letter)
     {
         if (IsDigit(*letter) || *letter == '.')
             continue;
         if (const std::optional<unsigned int> option = OptionOf(*letter))
+        {
             spec.mFlags |= *option;
-        else if (reported.size() < kMostReported && reported.insert(*letter).second)
-            ReportUnknownLetter(*letter);
+            continue;
+        }
+        spec.mHasUnknownLetters = true;
+        if (reportedEnd != std::end(reported) &&
+            std::find(reported, reportedEnd, *letter) == reportedEnd)
+        {
+            *reportedEnd++ = *letter;
+            ReportUnknownLetter(static_cast<U_u16>(*letter));
+        }
     }
     return spec;
 }
+
+template NumberSpec ReadNumberSpec(std::string_view text);
+template NumberSpec ReadNumberSpec(std::basic_string_view<U_u16> text);

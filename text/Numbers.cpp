@@ -53,14 +53,12 @@ int ExchangeMarks(char* text, bool (*exchangeASCII)(char*), void (*exchange)(U_U
     });
 }
 
-// Formats a number with the user's marks, or with "." and "," if the flags ask for those.
-// `marked` has room for kExchangeRoom bytes. Returns 0 or an error code.
+// Formats a number with the user's marks. `marked` has room for kExchangeRoom bytes. Returns 0 or
+// an error code.
 int FormatMarked(double value, unsigned int flags, int integerDigits, unsigned int decimals,
                  std::size_t mostPlain, char* marked)
 {
     marked[FormatUnmarked(value, flags, integerDigits, decimals, mostPlain, marked)] = 0;
-    if (flags & krobase::utility::kNumberNoLocaleMarks)
-        return 0;
     return U_InternationalizeNum(marked);
 }
 
@@ -133,6 +131,12 @@ int U_DeInternationalizeNum(char* text)
                          &krobase::utility::DeInternationalizeNum);
 }
 
+NumberMarks MarksFor(unsigned int flags)
+{
+    const bool arePlain = flags & krobase::utility::kNumberNoLocaleMarks;
+    return arePlain ? krobase::utility::kPlainNumberMarks : krobase::utility::UserNumberMarks();
+}
+
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
                            unsigned int decimals, std::size_t mostPlain, char* out)
 {
@@ -147,6 +151,15 @@ int U_FormatNum(double value, unsigned int flags, int integerDigits, unsigned in
 {
     if (!out)
         return BadArgument("U_FormatNum: no buffer");
+    const NumberMarks marks = MarksFor(flags);
+    if (marks.AreASCII())
+    {
+        const std::size_t length =
+            FormatUnmarked(value, flags, integerDigits, decimals, kMostPlainNum, out);
+        SetMarks(marks, out, length);
+        out[length] = 0;
+        return 0;
+    }
     char marked[kExchangeRoom];
     std::size_t mostPlain = kMostPlainNum;
     int failure = FormatMarked(value, flags, integerDigits, decimals, mostPlain, marked);

@@ -4,8 +4,13 @@
 #define TEXT_NUMBERS_H
 
 #include <cstddef>
+#include <string_view>
+
+#include <krobase/format.h>
 
 #include "U_Types.h"
+
+using krobase::utility::NumberMarks;
 
 const std::size_t kLongestNum = 31;   // characters of a formatted number
 const std::size_t kMostPlainNum = 22; // digits and decimals that plain notation has at most
@@ -20,6 +25,20 @@ inline bool IsDigit(U_u16 unit)
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
                            unsigned int decimals, std::size_t mostPlain, char* out);
 
+// Returns the user's marks, or "." and "," if the flags ask for those.
+NumberMarks MarksFor(unsigned int flags);
+
+// Replaces "." and "," in a number that FormatUnmarked has written.
+// REQUIRES: if a Unit is a byte, the marks are ASCII.
+template <class Unit> void SetMarks(const NumberMarks& marks, Unit* number, std::size_t length)
+{
+    const NumberMarks plain = krobase::utility::kPlainNumberMarks;
+    if (marks == plain)
+        return;
+    for (std::size_t i = 0; i < length; ++i)
+        number[i] = static_cast<Unit>(marks.InPlaceOf(static_cast<U_u16>(number[i]), plain));
+}
+
 // A number specification: the text between two "@" after "^F1" in a message.
 struct NumberSpec
 {
@@ -27,11 +46,12 @@ struct NumberSpec
     int mIntegerDigits;
     int mDecimals;
     std::size_t mLength; // in the message, with both "@"
+    bool mHasUnknownLetters;
 };
 
-// Reads the format specifier that starts at an offset of a message. Returns the default
-// specification, of length 0, if none starts there. An "@" without a second one is reported;
-// the result then has no options and the length 1.
-NumberSpec ReadNumberSpec(const U_UTF16String& message, std::size_t start);
+// Reads the specification at the head of a text. Returns the default specification, of length 0,
+// if the text does not begin with one. An "@" without a second one is reported; the result then
+// has no options and the length 1. A Unit is a U_u16, or a char of ASCII text.
+template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text);
 
 #endif

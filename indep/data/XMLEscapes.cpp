@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -70,42 +71,31 @@ const auto sSkipBlocks = __builtin_cpu_supports("avx2") ? &SkipBlocksWithAVX2 : 
 const auto sSkipBlocks = &SkipBlocksAnywhere;
 #endif
 
-// Finds control characters and up to five marks in long runs of other bytes.
-class ByteFinder
+bool IsIllegal(U_u8 byte)
 {
-public:
-    // REQUIRES: one to five marks.
-    explicit ByteFinder(std::string_view marks)
-    {
-        for (std::size_t i = 0; i < mMarks.size(); ++i)
-            mMarks[i] = static_cast<U_u8>(marks[std::min(i, marks.size() - 1)]);
-    }
-
-    // Returns the first control character or mark, `last` if there is none.
-    const U_u8* Find(const U_u8* first, const U_u8* last) const
-    {
-        return std::find_if(sSkipBlocks(first, last, mMarks), last,
-                            [this](U_u8 byte) { return Matches(byte, mMarks) != 0; });
-    }
-
-private:
-    Marks mMarks; // padded with the last mark
-};
+    return byte < 0x20 && byte != 0 && byte != '\t' && byte != '\n' && byte != '\r';
+}
 
 typedef std::pair<char, std::string_view> Escape; // character, entity
 
 class EscapeTable
 {
 public:
-    explicit EscapeTable(std::vector<Escape> (*escapes)())
-        : mEscapes(escapes()), mFinder(MarksOf(mEscapes))
+    explicit EscapeTable(std::vector<Escape> (*escapes)()) : mEscapes(escapes())
     {
-        for (const Escape& escape : mEscapes)
-            mEntities[static_cast<U_u8>(escape.first)] = escape.second;
+        for (std::size_t byte = 0; byte < mForms.size(); ++byte)
+            mForms[byte] = {{static_cast<char>(byte)}, byte >= 0x20 ? 1u : 0u};
+        std::size_t markCount = 0;
+        for (const auto& [character, entity] : mEscapes)
+        {
+            Form& form = mForms[static_cast<U_u8>(character)];
+            entity.copy(form.mText, sizeof(form.mText));
+            form.mLength = entity.size();
+            if (character >= ' ')
+                mMarks.at(markCount++) = static_cast<U_u8>(character);
+        }
+        std::fill(mMarks.begin() + markCount, mMarks.end(), mMarks[0]);
     }
-
-    // Returns the empty text for a character without an entity or an illegal one.
-    std::string_view EntityOf(U_u8 character) const { return mEntities[character]; }
 
     // Returns null if the text is none of the entities.
     const Escape* Find(std::string_view entity) const
@@ -116,25 +106,38 @@ public:
         return found == mEscapes.end() ? nullptr : &*found;
     }
 
-    // Returns the first character that is not copied unchanged.
-    const U_u8* FindSpecial(const U_u8* at, const U_u8* end) const { return mFinder.Find(at, end); }
-
-private:
-    // Returns the escaped characters that are no control characters.
-    static std::string MarksOf(const std::vector<Escape>& escapes)
+    // Returns the end of the blocks at `at` that are copied unchanged.
+    const U_u8* SkipPlain(const U_u8* at, const U_u8* end) const
     {
-        std::string marks;
-        for (const Escape& escape : escapes)
-        {
-            if (escape.first >= ' ')
-                marks += escape.first;
-        }
-        return marks;
+        return sSkipBlocks(at, end, mMarks);
     }
 
+    // Appends the escaped form of a block or a shorter text. Has no branch that depends on the
+    // text, so that a text with many escapes takes as long as a text with few.
+    void AppendEscaped(const U_u8* at, const U_u8* end, U_UTF8String& result) const
+    {
+        U_u8 escaped[kBlock * sizeof(Form::mText)];
+        U_u8* next = escaped;
+        for (; at != end; ++at)
+        {
+            const Form& form = mForms[*at];
+            std::memcpy(next, form.mText, sizeof(form.mText));
+            next += form.mLength;
+        }
+        result.append(escaped, static_cast<std::size_t>(next - escaped));
+    }
+
+private:
+    // The escaped form of a byte. An illegal byte and 0 have none.
+    struct Form
+    {
+        char mText[8];
+        std::size_t mLength;
+    };
+
     std::vector<Escape> mEscapes;
-    ByteFinder mFinder;
-    std::array<std::string_view, 256> mEntities;
+    Marks mMarks; // the escaped characters that are no control characters, padded with the first
+    std::array<Form, 256> mForms;
 };
 
 std::vector<Escape> BodyEscapes()
@@ -177,6 +180,16 @@ void ReportIllegal(U_u8 character, const U_UTF8String& text)
     Up_ReportErrString(kModule, U_Sev_PROBLEM, U_UTF16ToMBString(report, false).c_str());
 }
 
+void ReportIllegals(const U_u8* at, const U_u8* end, const U_UTF8String& text, bool throwOnIllegal)
+{
+    for (; (at = std::find_if(at, end, &IsIllegal)) != end; ++at)
+    {
+        ReportIllegal(*at, text);
+        if (throwOnIllegal)
+            throw 1;
+    }
+}
+
 U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool reportIllegal,
                      bool throwOnIllegal)
 {
@@ -187,20 +200,12 @@ U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool re
     const U_u8* const end = text.data() + text.size();
     for (const U_u8* at = text.data(); at != end;)
     {
-        const U_u8* const stop = at + std::min(kPiece, end - at);
-        const U_u8* const special = table.FindSpecial(at, stop);
-        result.append(at, special);
-        at = special;
-        if (special == stop)
-            continue;
-        const std::string_view entity = table.EntityOf(*special);
-        result.append(entity.begin(), entity.end());
-        const bool isIllegal = entity.empty() && *special != 0;
-        if (isIllegal && (reportIllegal || throwOnIllegal))
-            ReportIllegal(*special, text);
-        if (isIllegal && throwOnIllegal)
-            throw 1;
-        ++at;
+        const U_u8* const marked = table.SkipPlain(at, at + std::min(kPiece, end - at));
+        result.append(at, static_cast<std::size_t>(marked - at));
+        at = marked + std::min(kBlock, end - marked);
+        if (reportIllegal || throwOnIllegal)
+            ReportIllegals(marked, at, text, throwOnIllegal);
+        table.AppendEscaped(marked, at, result);
     }
     return result;
 }

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace krobase
@@ -15,37 +16,93 @@ namespace utility
 namespace
 {
 const std::size_t kMostDecimals = kLongestNumber;
+const std::size_t kMostPad = kLongestNumber;
 
-// A number's digits in plain notation.
-struct Digits
+// A number's digits in plain notation. Room is left before the digits for the pad.
+class Digits
 {
-    char mText[std::numeric_limits<double>::max_exponent10 + 2 + kMostDecimals];
-    std::size_t mInteger; // the digits before the "."
-    std::size_t mLength;
+public:
+    // REQUIRES: `value` is not negative, and finite.
+    Digits(double value, std::size_t decimals)
+    {
+        if (PrintScaled(value, decimals))
+            return;
+        const int precision = static_cast<int>(std::min(decimals, kMostDecimals));
+        char* const first = mText + kMostPad;
+        const char* const end =
+            std::to_chars(first, std::end(mText), value, std::chars_format::fixed, precision).ptr;
+        mLength = static_cast<std::size_t>(end - first);
+        mInteger = precision ? mLength - 1 - static_cast<std::size_t>(precision) : mLength;
+    }
 
+    std::size_t Length() const { return mLength; }
+    std::size_t Integer() const { return mInteger; } // the digits before the "."
     std::size_t Fraction() const { return mLength - mInteger; }
+
+    void StripZeros()
+    {
+        if (mLength == mInteger)
+            return;
+        const char* const text = mText + kMostPad;
+        while (text[mLength - 1] == '0')
+            --mLength;
+        if (text[mLength - 1] == '.')
+            --mLength;
+    }
+
+    // Returns the text, whose integer part is padded to `width` digits.
+    // REQUIRES: `width` is at least Integer(), and the pad is at most kMostPad.
+    const char* Padded(std::size_t width, char pad)
+    {
+        const std::size_t start = kMostPad - (width - mInteger);
+        std::fill(mText + start, mText + kMostPad, pad);
+        return mText + start;
+    }
+
+private:
+    // Prints the integer that is nearest to the value times a power of ten, which takes half as
+    // long as to_chars of a double. Returns false if the rounding of the product may have
+    // changed which integer is the nearest, as it may near a half.
+    bool PrintScaled(double value, std::size_t decimals)
+    {
+        const double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+        const double kMost = 0x1p50;
+        if (decimals >= std::size(kPowersOfTen))
+            return false;
+        const double scaled = value * kPowersOfTen[decimals];
+        if (!(scaled < kMost))
+            return false;
+        const std::int64_t below = static_cast<std::int64_t>(scaled);
+        const double rest = scaled - static_cast<double>(below);
+        if (std::fabs(rest - 0.5) <= scaled * std::numeric_limits<double>::epsilon())
+            return false;
+
+        char* const first = mText + kMostPad;
+        char* end = std::to_chars(first, std::end(mText), below + (rest > 0.5)).ptr;
+        std::size_t length = static_cast<std::size_t>(end - first);
+        if (length <= decimals)
+        {
+            const std::size_t zeros = decimals + 1 - length;
+            std::copy_backward(first, end, end + zeros);
+            std::fill(first, first + zeros, '0');
+            length += zeros;
+        }
+        mInteger = length - decimals;
+        mLength = length;
+        if (decimals > 0)
+        {
+            char* const point = first + mInteger;
+            std::copy_backward(point, first + length, first + length + 1);
+            *point = '.';
+            ++mLength;
+        }
+        return true;
+    }
+
+    char mText[kMostPad + std::numeric_limits<double>::max_exponent10 + 2 + kMostDecimals];
+    std::size_t mInteger;
+    std::size_t mLength; // without the pad
 };
-
-void Print(double value, std::size_t decimals, Digits* digits)
-{
-    const int precision = static_cast<int>(std::min(decimals, kMostDecimals));
-    const char* const end = std::to_chars(std::begin(digits->mText), std::end(digits->mText), value,
-                                          std::chars_format::fixed, precision)
-                                .ptr;
-    digits->mLength = static_cast<std::size_t>(end - digits->mText);
-    digits->mInteger =
-        precision ? digits->mLength - 1 - static_cast<std::size_t>(precision) : digits->mLength;
-}
-
-void StripZeros(Digits* digits)
-{
-    if (digits->mLength == digits->mInteger)
-        return;
-    while (digits->mText[digits->mLength - 1] == '0')
-        --digits->mLength;
-    if (digits->mText[digits->mLength - 1] == '.')
-        --digits->mLength;
-}
 
 char SignOf(double value, unsigned int flags)
 {
@@ -64,15 +121,18 @@ std::size_t MarkedLength(std::size_t digits, unsigned int flags)
     return digits + (flags & kNumberGroup ? (digits - 1) / 3 : 0);
 }
 
-// Writes the integer part, padded to `width` digits and then grouped.
-char* PutInteger(const Digits& digits, std::size_t width, unsigned int flags, char* out)
+// Writes `length` digits, with a thousands mark before each group of three but the first.
+char* PutGroups(const char* digits, std::size_t length, char* out)
 {
-    const char pad = flags & kNumberPadWithSpaces ? ' ' : '0';
-    for (std::size_t left = width; left > 0; --left)
+    const char* const end = digits + length;
+    const char* const firstMark = digits + (length - 1) % 3 + 1;
+    while (digits != firstMark)
+        *out++ = *digits++;
+    for (; digits != end; digits += 3)
     {
-        *out++ = left > digits.mInteger ? pad : digits.mText[digits.mInteger - left];
-        if (flags & kNumberGroup && left > 1 && left % 3 == 1)
-            *out++ = ',';
+        *out++ = ',';
+        std::memcpy(out, digits, 3);
+        out += 3;
     }
     return out;
 }
@@ -80,21 +140,21 @@ char* PutInteger(const Digits& digits, std::size_t width, unsigned int flags, ch
 // Returns the length, or 0 if the number is too long.
 std::size_t PutPlain(double value, const NumberLayout& layout, std::size_t room, char* out)
 {
-    Digits digits;
-    Print(value, layout.mDecimals, &digits);
-    if (digits.mLength > layout.mMostPlain)
+    Digits digits(value, layout.mDecimals);
+    if (digits.Length() > layout.mMostPlain)
         return 0;
     if (layout.mFlags & kNumberStripZeros)
-        StripZeros(&digits);
-    if (MarkedLength(digits.mInteger, layout.mFlags) + digits.Fraction() > room)
+        digits.StripZeros();
+    if (MarkedLength(digits.Integer(), layout.mFlags) + digits.Fraction() > room)
         return 0;
-    std::size_t width = std::max(digits.mInteger, std::min(layout.mIntegerDigits, room));
+    std::size_t width = std::max(digits.Integer(), std::min(layout.mIntegerDigits, room));
     while (MarkedLength(width, layout.mFlags) + digits.Fraction() > room)
         --width;
-    char* const fraction = PutInteger(digits, width, layout.mFlags, out);
-    char* const end =
-        std::copy(digits.mText + digits.mInteger, digits.mText + digits.mLength, fraction);
-    return static_cast<std::size_t>(end - out);
+    const char* const text = digits.Padded(width, layout.mFlags & kNumberPadWithSpaces ? ' ' : '0');
+    char* const fraction = layout.mFlags & kNumberGroup ? PutGroups(text, width, out)
+                                                        : std::copy(text, text + width, out);
+    const char* const end = text + width + digits.Fraction();
+    return static_cast<std::size_t>(std::copy(text + width, end, fraction) - out);
 }
 
 // Returns the length, or 0 without room for one digit. Infinities and NaN are words.

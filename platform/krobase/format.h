@@ -81,6 +81,32 @@ PLATFORM_EXPORT void DeInternationalizeNum(UTF16String& text);
 
 // For callers with narrow text.
 
+// The marks of numbers.
+struct NumberMarks
+{
+    unsigned short mDecimal;
+    unsigned short mThousands;
+
+    bool AreASCII() const { return mDecimal < 0x80 && mThousands < 0x80; }
+    bool operator==(const NumberMarks& other) const
+    {
+        return mDecimal == other.mDecimal && mThousands == other.mThousands;
+    }
+
+    // Returns the mark that stands for a mark of `from`. Returns any other unit unchanged.
+    unsigned short InPlaceOf(unsigned short unit, const NumberMarks& from) const
+    {
+        if (unit == from.mDecimal)
+            return mDecimal;
+        return unit == from.mThousands ? mThousands : unit;
+    }
+};
+
+const NumberMarks kPlainNumberMarks = {'.', ','};
+
+// Returns the user's marks. A mark that is not one unit long counts as "." or ",".
+PLATFORM_EXPORT NumberMarks UserNumberMarks();
+
 // The same for ASCII text.
 //
 // Returns: false if the text before or after is not ASCII; then the text is left as it is.
@@ -102,7 +128,7 @@ struct NumberLayout
 // Writes a number with the marks "." and ",", without a terminator. Allocates nothing.
 //
 // Returns: the number of characters, 0 without room for one digit.
-// REQUIRES: `out` has room for mMost characters.
+// REQUIRES: `out` has room for mMost characters, at most kLongestNumber.
 PLATFORM_EXPORT std::size_t FormatNumber(double value, const NumberLayout& layout, char* out);
 
 // Reads the number at the head of a text, as StringToNumber with kReadNoLocaleMarks. "inf" and

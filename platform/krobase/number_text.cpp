@@ -35,15 +35,6 @@ bool IsDigit(unsigned int unit)
     return unit >= '0' && unit <= '9';
 }
 
-struct Marks
-{
-    unsigned short mDecimal;
-    unsigned short mThousands;
-};
-
-const char kPlainDecimal = '.';
-const Marks kPlainMarks = {kPlainDecimal, ','};
-
 // Returns the locale's mark if the mark is one unit long, else the usual mark.
 unsigned short UserMark(unsigned int item, unsigned short usual)
 {
@@ -53,35 +44,22 @@ unsigned short UserMark(unsigned int item, unsigned short usual)
                                                                                     : usual;
 }
 
-Marks UserMarks()
-{
-    return {UserMark(win32::kLocaleDecimalMark, kPlainMarks.mDecimal),
-            UserMark(win32::kLocaleThousandsMark, kPlainMarks.mThousands)};
-}
-
-unsigned short Exchanged(unsigned short unit, const Marks& from, const Marks& to)
-{
-    if (unit == from.mDecimal)
-        return to.mDecimal;
-    return unit == from.mThousands ? to.mThousands : unit;
-}
-
-void Exchange(UTF16String& text, const Marks& from, const Marks& to)
+void Exchange(UTF16String& text, const NumberMarks& from, const NumberMarks& to)
 {
     std::transform(text.begin(), text.end(), text.begin(),
-                   [&](unsigned short unit) { return Exchanged(unit, from, to); });
+                   [&](unsigned short unit) { return to.InPlaceOf(unit, from); });
 }
 
-bool Exchange(char* text, const Marks& from, const Marks& to)
+bool Exchange(char* text, const NumberMarks& from, const NumberMarks& to)
 {
     for (const char* at = text; *at; ++at)
     {
         const unsigned char byte = static_cast<unsigned char>(*at);
-        if (byte >= 0x80 || Exchanged(byte, from, to) >= 0x80)
+        if (byte >= 0x80 || to.InPlaceOf(byte, from) >= 0x80)
             return false;
     }
     for (; *text; ++text)
-        *text = static_cast<char>(Exchanged(static_cast<unsigned char>(*text), from, to));
+        *text = static_cast<char>(to.InPlaceOf(static_cast<unsigned char>(*text), from));
     return true;
 }
 
@@ -143,7 +121,7 @@ long long Clamped(double value)
 std::string NumberHead(const UTF16String& text, unsigned int flags)
 {
     const bool isMarked = !(flags & kReadNoLocaleMarks);
-    const Marks marks = isMarked ? UserMarks() : kPlainMarks;
+    const NumberMarks marks = isMarked ? UserNumberMarks() : kPlainNumberMarks;
     std::string head;
     std::size_t position = 0;
     while (position < text.size() && IsOneOf(text[position], kWhiteSpace))
@@ -160,30 +138,36 @@ std::string NumberHead(const UTF16String& text, unsigned int flags)
         if (!isDecimalMark && !IsOneOf(unit, kNumberCharacters))
             break;
         inInteger = inInteger && !isDecimalMark && unit != 'e' && unit != 'E';
-        head += isDecimalMark ? kPlainDecimal : static_cast<char>(unit);
+        head += isDecimalMark ? '.' : static_cast<char>(unit);
     }
     return head;
 }
 } // namespace
 
+NumberMarks UserNumberMarks()
+{
+    return {UserMark(win32::kLocaleDecimalMark, kPlainNumberMarks.mDecimal),
+            UserMark(win32::kLocaleThousandsMark, kPlainNumberMarks.mThousands)};
+}
+
 void InternationalizeNum(UTF16String& text)
 {
-    Exchange(text, kPlainMarks, UserMarks());
+    Exchange(text, kPlainNumberMarks, UserNumberMarks());
 }
 
 void DeInternationalizeNum(UTF16String& text)
 {
-    Exchange(text, UserMarks(), kPlainMarks);
+    Exchange(text, UserNumberMarks(), kPlainNumberMarks);
 }
 
 bool InternationalizeNum(char* text)
 {
-    return Exchange(text, kPlainMarks, UserMarks());
+    return Exchange(text, kPlainNumberMarks, UserNumberMarks());
 }
 
 bool DeInternationalizeNum(char* text)
 {
-    return Exchange(text, UserMarks(), kPlainMarks);
+    return Exchange(text, UserNumberMarks(), kPlainNumberMarks);
 }
 
 bool ReadNumber(const char* first, const char* last, double* target)

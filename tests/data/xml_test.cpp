@@ -3,6 +3,7 @@
 #include <limits>
 #include <map>
 #include <new>
+#include <random>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -74,8 +75,8 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
         Escaped escaped(kept, kept);
         if (const auto entity = entities.find(byte); entity != entities.end())
             escaped = {Bytes(entity->second.first), Bytes(entity->second.second)};
-        // At the start, and after a run that is searched in pieces.
-        for (std::size_t run : {1u, 5000u})
+        // At the start, at the borders of a block, and after a run that is searched in pieces.
+        for (std::size_t run : {1u, 127u, 128u, 5000u})
         {
             const U_UTF8String before(run, 'x');
             const U_UTF8String text = before + static_cast<U_u8>(byte) + Bytes("y");
@@ -84,6 +85,23 @@ TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)
         }
     }
     EXPECT_TRUE(mAlerts.Texts().empty());
+}
+
+TEST_F(XMLEscapes, AMixedTextIsEscapedAsItsBytes)
+{
+    std::mt19937 random(1);
+    U_UTF8String text;
+    U_UTF8String body;
+    U_UTF8String attribute;
+    while (text.size() < 3000)
+    {
+        const U_UTF8String byte(1, static_cast<U_u8>(random() % 128));
+        text += byte;
+        body += Body(byte);
+        attribute += Attribute(byte);
+    }
+    EXPECT_EQ(Body(text), body);
+    EXPECT_EQ(Attribute(text), attribute);
 }
 
 TEST_F(XMLEscapes, OnlyTheTablesEntitiesAreUnescaped)

@@ -1,7 +1,10 @@
 // Numbers as text, their marks, sizes for people, and messages filled with values.
 
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -94,6 +97,34 @@ TEST_F(Numbers, OptionsSetTheFormOfANumber)
         {FormatNum(std::numeric_limits<double>::quiet_NaN(), 2, 9, 2), "nan"},
     });
     EXPECT_EQ(U_FormatNum(1, 0, 1, 1, nullptr), 3);
+}
+
+TEST_F(Numbers, DecimalsAreRoundedAsByTheCLibrary)
+{
+    std::mt19937_64 random(1);
+    const auto expect = [](double value, unsigned int decimals) {
+        char expected[400];
+        std::snprintf(expected, sizeof(expected), "%.*f", static_cast<int>(decimals), value);
+        if (std::strlen(expected) < 23)
+        {
+            EXPECT_EQ(FormatNum(value, 1, 1, decimals), expected);
+        }
+    };
+    for (unsigned int decimals = 0; decimals <= 12; ++decimals)
+    {
+        const double step = std::pow(10.0, -static_cast<double>(decimals));
+        for (int i = 0; i < 2000; ++i)
+        {
+            // Any number, and one at or beside a half of the last decimal.
+            const double whole = static_cast<double>(random() >> (8 + random() % 56));
+            const double half = (whole + 0.5) * step;
+            for (const double value : {whole * step, whole / 3, half, std::nextafter(half, 0),
+                                       std::nextafter(half, HUGE_VAL)})
+                expect(value, decimals);
+        }
+        expect(std::numeric_limits<double>::denorm_min(), decimals);
+        expect(std::pow(2.0, 50), decimals);
+    }
 }
 
 TEST_F(Numbers, MarksAreThoseOfTheUser)
@@ -272,6 +303,8 @@ TEST_F(SubString, ArgumentsFillPlaceholders)
         {Filled("^1 ^2", "x^2y", "z"), "xzy ^2"},
         {Filled("^1 ^L2", "^2", 7), "^2 7"},
         {Filled("^1 ^L2", "^L2", 7), "7 ^L2"},
+        {Filled("^L^12 ^L2", "", 7), "7 ^L2"}, // the value completes a placeholder
+        {Filled("^L3 ^2^1^F4@1.1@ ^1^5", "", "ab", 7, 0.5, "c"), "7 ab0.5 ^1c"},
         {Filled("text too long for ^L1-byte buffer ('^2').", 512u, "abc"),
          "text too long for 512-byte buffer ('abc')."},
     });
@@ -307,6 +340,8 @@ TEST_F(SubString, SpecificationsSetTheFormOfANumber)
         {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
         {Filled("^F1@1.0@@1.0@", 2.5), "2@1.0@"},
         {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},
+        {Filled("^F2^1", "@3.0@", 2.5), "002"}, // the specification is a value
+        {Filled("^F1@^2@ ^2", 2.5, "x"), "2.50 x"},
         {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
     });
     platform::SetUserLocale("de_DE");
