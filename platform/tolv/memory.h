@@ -38,6 +38,10 @@ PLATFORM_EXPORT void MEM_DisposeHogHandle(MEM_HeapRef heap, void** handle);
 // Returns 0 if the handle is live and belongs to the heap, or is null.
 PLATFORM_EXPORT int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle);
 
+// Frees a live handle of the heap and returns 0. Returns 0 for null. For any other address frees
+// nothing and returns the result of MEM_CheckHandleFromHeap.
+PLATFORM_EXPORT int MEM_DisposeHandleFromHeap(MEM_HeapRef heap, void** handle);
+
 // Returns a new pointer, null on failure. `name` is copied, up to 63 bytes, and may be null;
 // `file` and `line` may be null and 0.
 PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name,
