@@ -119,7 +119,10 @@ bool Up_IsMeasured(U_u64 size)
 U_Status Up_MeasureAndDecide(Claim& claim, bool* okay)
 {
     *okay = false;
-    sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
+    // Threads that allocate large blocks only do not write the counter, whose cache line they
+    // share.
+    if (sSmallBlocks.mCount.load(std::memory_order_relaxed) != 0)
+        sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
     Limits limits;
     if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
         return failure;

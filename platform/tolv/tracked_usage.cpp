@@ -29,32 +29,73 @@ long long SumOfParts()
 {
     long long sum = 0;
     for (const ThreadRecord* record = FirstRecord(); record; record = record->mNext)
-        sum += record->mUsagePart.load(std::memory_order_acquire);
+        sum += record->mUsagePart.load();
     return sum;
 }
 
-// Returns an upper bound of the sum of all parts. A part is handed over after the charge that
-// reaches kHandOver. Parts of threads that have ended are 0.
+// Returns an upper bound of the sum of all parts. Parts of threads that have ended are 0.
 long long MostOfParts()
 {
-    return (kHandOver + kDirectCharge) * LiveRecords();
+    return kMostPart * LiveRecords();
+}
+
+// Compares again after a change of the figure that was decided with the sum of the parts. The parts
+// are read before the figure, so a part that is handed over meanwhile is in one of the two.
+bool StillFits(const ThreadRecord& record, long long pool, unsigned long long size,
+               unsigned long long limit)
+{
+    const long long parts = SumOfParts();
+    const long long figure = sProcessUsage.mBytes.load();
+    return Fits(AtLeastZero(figure - ClaimOf(&record) + pool + parts), size, limit);
+}
+
+// Charges a claim to the thread's part if use is far from the limit. The budget asks for each block
+// of 2 KiB and more, and threads that wrote the figure for each would wait for its cache line.
+//
+// The comparison includes the most that all parts can contain, so it is true for any sequence of
+// charges to parts. A thread that compares near the limit, with the sum of the parts, may have read
+// the old part. So that thread reads the parts again after its change of the figure, and this
+// thread reads the figure again after its change of the part: one of the two sees the other change.
+template <class ReadPool>
+bool ClaimInPart(ThreadRecord& record, unsigned long long size, unsigned long long growth,
+                 unsigned long long limit, const ReadPool& readPool)
+{
+    if (growth >= static_cast<unsigned long long>(kMostPart))
+        return false;
+    const long long oldPart = record.mUsagePart.load(std::memory_order_relaxed);
+    const long long part = oldPart + static_cast<long long>(growth);
+    if (part >= kMostPart)
+        return false;
+    const long long before = readPool();
+    const long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
+    const long long most = std::max(before, readPool());
+    if (!Fits(AtLeastZero(figure - ClaimOf(&record) + most + MostOfParts()), size, limit))
+        return false;
+    record.mUsagePart.exchange(part);
+    if (sProcessUsage.mBytes.load() == figure && readPool() <= most)
+    {
+        record.mClaimed += growth;
+        return true;
+    }
+    record.mUsagePart.store(oldPart, std::memory_order_release);
+    return false;
 }
 } // namespace
 
 // The order of the two stores matters. A reader that finds a positive part empty also finds the
 // figure changed, so the exchange of a claim that has read the old figure fails. After a negative
 // part was emptied, the usage reads too high for a moment.
-void HandOver(ThreadRecord& record)
+void HandOver(ThreadRecord& record, long long bytes)
 {
     const long long part = record.mUsagePart.load(std::memory_order_relaxed);
     if (part > 0)
     {
-        sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
+        sProcessUsage.mBytes.fetch_add(part + bytes, std::memory_order_release);
         record.mUsagePart.store(0, std::memory_order_release);
         return;
     }
     record.mUsagePart.store(0, std::memory_order_relaxed);
-    sProcessUsage.mBytes.fetch_add(part, std::memory_order_release);
+    sProcessUsage.mBytes.fetch_add(part + bytes, std::memory_order_release);
 }
 
 void ChargeProcess(ThreadRecord* record, long long bytes)
@@ -91,6 +132,8 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
     const auto readPool = [pooledBytes] {
         return pooledBytes ? static_cast<long long>(pooledBytes()) : 0;
     };
+    if (record && growth && ClaimInPart(*record, size, growth, limit, readPool))
+        return true;
     for (int refusals = 0;;)
     {
         const long long before = readPool();
@@ -99,7 +142,8 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
         const long long most = std::max(before, after);
         const long long seen = figure - ClaimOf(record) + most;
         // The parts are summed near the limit only, since the sum visits every record.
-        if (!Fits(AtLeastZero(seen + MostOfParts()), size, limit))
+        const bool isNear = !Fits(AtLeastZero(seen + MostOfParts()), size, limit);
+        if (isNear)
         {
             *usage = AtLeastZero(seen + SumOfParts());
             if (!Fits(*usage, size, limit))
@@ -113,12 +157,11 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
         }
         if (!record || !growth)
             return true;
-        if (!sProcessUsage.mBytes.compare_exchange_strong(
-                figure, figure + static_cast<long long>(growth), std::memory_order_acq_rel,
-                std::memory_order_relaxed))
+        if (!sProcessUsage.mBytes.compare_exchange_strong(figure,
+                                                          figure + static_cast<long long>(growth)))
             continue;
         record->mClaimed += growth;
-        if (readPool() <= most)
+        if (readPool() <= most && (!isNear || StillFits(*record, most, size, limit)))
             return true;
         ReleaseClaim(*record, record->mClaimed - growth);
     }

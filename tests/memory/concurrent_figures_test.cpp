@@ -4,6 +4,7 @@
 #include <atomic>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
@@ -111,31 +112,49 @@ TEST_F(ConcurrentFigures, UseIsOffByThePartsOfThreadsOnly)
 
 TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
 {
-    const U_u64 kBlock = 50 * kMiB;
-    SetLimitsAboveUse(60 * kMiB, 64 * kMiB);
-    std::atomic<int> held(0);
-    std::atomic<int> mostHeld(0);
-    std::atomic<int> allocated(0);
-    platform::SetHeapFailure([](unsigned long long) {
-        std::this_thread::yield(); // between the decision and the allocation
-        return false;
-    });
-    OnThreads(4, [&](int) {
-        for (int run = 0; run < 500; ++run)
-        {
-            void* const block = U_AllocatePtrQuiet(kBlock);
-            if (!block)
-                continue;
-            ++allocated;
-            mostHeld = std::max<int>(mostHeld, ++held);
-            std::this_thread::yield();
-            --held;
-            U_FreePtr(block);
-        }
-    });
-    platform::SetHeapFailure({});
-    EXPECT_EQ(mostHeld, 1);
-    EXPECT_GT(allocated, 0);
+    const struct
+    {
+        U_u64 size;
+        U_u64 room;         // up to the maximum limit
+        std::size_t blocks; // that each thread asks for
+    } kRows[] = {{50 * kMiB, 64 * kMiB, 1}, {12000, 2 * kMiB, 100}, {4096, 2 * kMiB, 300}};
+    for (const auto& row : kRows)
+    {
+        SCOPED_TRACE(row.size);
+        SetLimitsAboveUse(row.room - kMiB, row.room);
+        std::atomic<U_u64> held(0);
+        std::atomic<U_u64> mostHeld(0);
+        std::atomic<int> refused(0);
+        platform::SetHeapFailure([](unsigned long long) {
+            std::this_thread::yield(); // between the decision and the allocation
+            return false;
+        });
+        OnThreads(4, [&](int) {
+            for (std::size_t run = 0; run < 500 / row.blocks + 1; ++run)
+            {
+                std::vector<void*> blocks;
+                while (blocks.size() < row.blocks)
+                {
+                    void* const block = U_AllocatePtrQuiet(row.size);
+                    refused += block ? 0 : 1;
+                    if (!block)
+                        break;
+                    mostHeld = std::max<U_u64>(mostHeld, ++held);
+                    blocks.push_back(block);
+                }
+                std::this_thread::yield();
+                for (void* const block : blocks)
+                {
+                    --held;
+                    U_FreePtr(block);
+                }
+            }
+        });
+        platform::SetHeapFailure({});
+        EXPECT_LE(mostHeld, row.room / row.size);
+        EXPECT_GE(mostHeld, row.room / row.size * 9 / 10) << "no room is lost";
+        EXPECT_GT(refused, 0);
+    }
 }
 
 // A recycled block is in use or in the pool. Both count against a block that is not recycled.

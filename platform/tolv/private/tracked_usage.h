@@ -1,13 +1,15 @@
 // The tracked usage: one figure of the process, and a small part in each thread's record.
 //
-// A thread adds charges below kDirectCharge to its part. When the part reaches kHandOver or
-// -kHandOver, the thread adds the part to the figure. Larger charges change the figure at once.
-// The usage is the figure plus all parts, which is exact while no thread charges. A part is
-// between -16 KiB and 16 KiB, so it changes by at most 32 KiB while a reader sums.
+// A thread adds a charge to its part if the part then stays within kMostPart. Otherwise the thread
+// adds the charge and the part to the figure. The usage is the figure plus all parts, which is
+// exact while no thread charges. A part is between -16 KiB and 16 KiB, so it changes by at most
+// 32 KiB while a reader sums.
 //
-// A claim is a charge to the process's figure for a block that the thread does not have
-// yet. The thread's next charges are paid out of its claim, also charges of a callback that
-// runs before the block is made. The thread's own readings leave the claim out.
+// A claim is a charge for a block that the thread does not have yet. Far from the limit a small
+// claim is charged to the thread's part, so that threads do not write the figure for each block;
+// any other claim is charged to the figure. The thread's next charges are paid out of its claim,
+// also charges of a callback that runs before the block is made. The thread's own readings leave
+// the claim out.
 
 #ifndef TOLV_TRACKED_USAGE_H
 #define TOLV_TRACKED_USAGE_H
@@ -20,8 +22,7 @@
 
 namespace tolv
 {
-const long long kDirectCharge = 2048; // bytes
-const long long kHandOver = 14336;    // bytes
+const long long kMostPart = 16384; // bytes; a part is between -kMostPart and kMostPart
 
 // Every thread writes the figure, and each processor fetches two cache lines at once.
 struct alignas(2 * platform::kCacheLine) ProcessUsage
@@ -30,8 +31,9 @@ struct alignas(2 * platform::kCacheLine) ProcessUsage
 };
 extern ProcessUsage sProcessUsage;
 
-// Adds the thread's part to the process's figure and empties the part.
-void HandOver(ThreadRecord& record);
+// Adds the thread's part and the bytes, which may be negative, to the process's figure, and empties
+// the part.
+void HandOver(ThreadRecord& record, long long bytes);
 
 // Charges the process's figure, apart from the bytes that the thread's claim pays.
 void ChargeProcess(ThreadRecord* record, long long bytes);
@@ -46,21 +48,21 @@ inline bool IsWithin(long long value, long long bound)
 // Charges the bytes, which may be negative. A null record charges the process's figure.
 inline void AddUsage(ThreadRecord* record, long long bytes)
 {
-    if (!record || record->mClaimed || !IsWithin(bytes, kDirectCharge))
+    if (!record || record->mClaimed)
         return ChargeProcess(record, bytes);
     const long long part = record->mUsagePart.load(std::memory_order_relaxed) + bytes;
+    if (!IsWithin(part, kMostPart))
+        return HandOver(*record, bytes);
     record->mUsagePart.store(part, std::memory_order_relaxed);
-    if (!IsWithin(part, kHandOver))
-        HandOver(*record);
 }
 
 // The usage without the claim of the calling thread, at least 0.
 unsigned long long UsageSeenBy(const ThreadRecord* record);
 
 // If the usage seen by the thread, plus the bytes of the pool, plus `size`, is at most `limit`,
-// adds `growth` to the process's figure and to the thread's claim, in one atomic step with the
-// comparison. Otherwise returns false and stores in *usage the usage with the bytes of the pool.
-// Without a record nothing is claimed. `pooledBytes` may be null.
+// adds `growth` to the usage and to the thread's claim, in one atomic step with the comparison.
+// Otherwise returns false and stores in *usage the usage with the bytes of the pool. Without a
+// record nothing is claimed. `pooledBytes` may be null.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
                 unsigned long long limit, unsigned long long (*pooledBytes)(),
                 unsigned long long* usage);
