@@ -2,12 +2,16 @@
 
 #include <algorithm>
 
+#include "memory.h"
+
 namespace tolv
 {
 ProcessUsage sProcessUsage;
 
 namespace
 {
+FramePart sFramesWithoutRecord; // of threads without a record
+
 const int kMostRefusals = 16; // while other threads change the usage at every comparison
 
 bool Fits(unsigned long long usage, unsigned long long size, unsigned long long limit)
@@ -33,10 +37,29 @@ long long SumOfParts()
     return sum;
 }
 
+// Returns the sum of one member of all parts of the frame counter.
+template <class Member> auto SumOfFrames(const Member& member)
+{
+    auto sum = member(sFramesWithoutRecord).load(std::memory_order_acquire);
+    for (const ThreadRecord* record = FirstRecord(); record; record = record->mNext)
+        sum += member(record->mFrames).load(std::memory_order_acquire);
+    return sum;
+}
+
 // Returns an upper bound of the sum of all parts. Parts of threads that have ended are 0.
 long long MostOfParts()
 {
     return kMostPart * LiveRecords();
+}
+
+long long BytesOf(const MEM_Pool* pool)
+{
+    return pool ? static_cast<long long>(pool->mBytes()) : 0;
+}
+
+long long MostOf(const MEM_Pool* pool)
+{
+    return pool ? static_cast<long long>(pool->mMostBytes()) : 0;
 }
 
 // Compares again after a change of the figure that was decided with the sum of the parts. The parts
@@ -56,9 +79,8 @@ bool StillFits(const ThreadRecord& record, long long pool, unsigned long long si
 // charges to parts. A thread that compares near the limit, with the sum of the parts, may have read
 // the old part. So that thread reads the parts again after its change of the figure, and this
 // thread reads the figure again after its change of the part: one of the two sees the other change.
-template <class ReadPool>
 bool ClaimInPart(ThreadRecord& record, unsigned long long size, unsigned long long growth,
-                 unsigned long long limit, const ReadPool& readPool)
+                 unsigned long long limit, const MEM_Pool* pool)
 {
     if (growth >= static_cast<unsigned long long>(kMostPart))
         return false;
@@ -66,13 +88,13 @@ bool ClaimInPart(ThreadRecord& record, unsigned long long size, unsigned long lo
     const long long part = oldPart + static_cast<long long>(growth);
     if (part >= kMostPart)
         return false;
-    const long long before = readPool();
+    const long long before = MostOf(pool);
     const long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
-    const long long most = std::max(before, readPool());
+    const long long most = std::max(before, MostOf(pool));
     if (!Fits(AtLeastZero(figure - ClaimOf(&record) + most + MostOfParts()), size, limit))
         return false;
     record.mUsagePart.exchange(part);
-    if (sProcessUsage.mBytes.load() == figure && readPool() <= most)
+    if (sProcessUsage.mBytes.load() == figure && MostOf(pool) <= most)
     {
         record.mClaimed += growth;
         return true;
@@ -98,19 +120,6 @@ void HandOver(ThreadRecord& record, long long bytes)
     sProcessUsage.mBytes.fetch_add(part + bytes, std::memory_order_release);
 }
 
-void ChargeProcess(ThreadRecord* record, long long bytes)
-{
-    if (record && bytes > 0)
-    {
-        const unsigned long long paid =
-            std::min(record->mClaimed, static_cast<unsigned long long>(bytes));
-        record->mClaimed -= paid;
-        bytes -= static_cast<long long>(paid);
-    }
-    if (bytes)
-        sProcessUsage.mBytes.fetch_add(bytes, std::memory_order_release);
-}
-
 unsigned long long UsageSeenBy(const ThreadRecord* record)
 {
     const long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
@@ -126,23 +135,26 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
 // - If the readings differ or the figure changes, a block may have been counted twice. Then a
 //   refusal is not final, and the comparison is repeated.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long (*pooledBytes)(),
-                unsigned long long* usage)
+                unsigned long long limit, const MEM_Pool* pool, unsigned long long* usage)
 {
-    const auto readPool = [pooledBytes] {
-        return pooledBytes ? static_cast<long long>(pooledBytes()) : 0;
-    };
-    if (record && growth && ClaimInPart(*record, size, growth, limit, readPool))
+    if (record && growth && ClaimInPart(*record, size, growth, limit, pool))
         return true;
+    // The parts are summed near the limit only, and the pool's blocks are counted near the limit
+    // only, since both visit every thread.
+    bool isNear = false;
     for (int refusals = 0;;)
     {
-        const long long before = readPool();
+        const auto readPool = isNear ? &BytesOf : &MostOf;
+        const long long before = readPool(pool);
         long long figure = sProcessUsage.mBytes.load(std::memory_order_acquire);
-        const long long after = readPool();
+        const long long after = readPool(pool);
         const long long most = std::max(before, after);
         const long long seen = figure - ClaimOf(record) + most;
-        // The parts are summed near the limit only, since the sum visits every record.
-        const bool isNear = !Fits(AtLeastZero(seen + MostOfParts()), size, limit);
+        if (!isNear && !Fits(AtLeastZero(seen + MostOfParts()), size, limit))
+        {
+            isNear = true;
+            continue;
+        }
         if (isNear)
         {
             *usage = AtLeastZero(seen + SumOfParts());
@@ -161,7 +173,7 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
                                                           figure + static_cast<long long>(growth)))
             continue;
         record->mClaimed += growth;
-        if (readPool() <= most && (!isNear || StillFits(*record, most, size, limit)))
+        if (readPool(pool) <= most && (!isNear || StillFits(*record, most, size, limit)))
             return true;
         ReleaseClaim(*record, record->mClaimed - growth);
     }
@@ -174,5 +186,56 @@ void ReleaseClaim(ThreadRecord& record, unsigned long long kept)
     const unsigned long long released = record.mClaimed - kept;
     record.mClaimed = kept;
     sProcessUsage.mBytes.fetch_sub(static_cast<long long>(released), std::memory_order_release);
+}
+
+// The order matters: at every moment the usage includes the counter's bytes. The count of changes
+// is raised between the two, so a reader that finds the count unchanged has read a usage that
+// includes the counter's bytes.
+void AddFrames(ThreadRecord* record, long long bytes)
+{
+    FramePart& part = record ? record->mFrames : sFramesWithoutRecord;
+    const auto add = [&](auto& value, auto more) {
+        if (record) // only this thread writes the part
+            value.store(value.load(std::memory_order_relaxed) + more, std::memory_order_release);
+        else
+            value.fetch_add(more, std::memory_order_acq_rel);
+    };
+    if (bytes > 0)
+        AddUsage(record, bytes);
+    else
+        add(part.mBytes, bytes);
+    add(part.mChanges, 1u);
+    if (bytes > 0)
+        add(part.mBytes, bytes);
+    else
+        AddUsage(record, bytes);
+}
+
+long long Frames()
+{
+    return SumOfFrames([](const FramePart& part) -> const auto& { return part.mBytes; });
+}
+
+// Repeats the reading if the counter changes between the two, since a frame would then be in one of
+// them only.
+unsigned long long UsageWithFrames(const ThreadRecord* record, long long* frames)
+{
+    const int kMostTries = 1000;
+    const auto changes = [] {
+        return SumOfFrames([](const FramePart& part) -> const auto& { return part.mChanges; });
+    };
+    for (int tries = 1;; ++tries)
+    {
+        const unsigned before = changes();
+        *frames = Frames();
+        const unsigned long long usage = UsageSeenBy(record);
+        if (before == changes())
+            return usage;
+        if (tries == kMostTries)
+        {
+            *frames = std::min(*frames, static_cast<long long>(usage));
+            return usage;
+        }
+    }
 }
 } // namespace tolv

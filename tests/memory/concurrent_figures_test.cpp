@@ -160,6 +160,7 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
 // A recycled block is in use or in the pool. Both count against a block that is not recycled.
 TEST_F(ConcurrentFigures, ARecycledBlockInMotionLeavesNoRoom)
 {
+    const MEM_Pool kPool = {&U_GetRecycledMemorySize, &U_GetRecycledMemorySize};
     const U_u64 kBlock = 32 * kMiB;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); // the pool keeps it
     for (const U_u64 size : {kBlock - 16, 26 * kMiB}) // all of the block, and a part
@@ -175,7 +176,7 @@ TEST_F(ConcurrentFigures, ARecycledBlockInMotionLeavesNoRoom)
             for (; asks < 20000 || churn.Runs() < 1000; ++asks)
             {
                 MEM_Claim claim;
-                MEM_ClaimUsage(4 * kMiB, 1, maximum, &U_GetRecycledMemorySize, &claim);
+                MEM_ClaimUsage(4 * kMiB, 1, maximum, &kPool, &claim);
                 fits += claim.mFits ? 1 : 0;
                 MEM_EndClaim(&claim);
             }
@@ -190,11 +191,12 @@ TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
 {
     static int sReads;
     const std::pair<unsigned long long (*)(), bool> kRows[] = {
-        // The block leaves after the first reading, so that both figures count the block.
+        // The block leaves after the first reading that counts blocks, so that both figures count
+        // the block. Two readings of the bound are before that.
         {[]() -> unsigned long long {
-             if (++sReads > 1)
+             if (++sReads > 3)
                  return 0;
-             MEM_AccountSystemAllocation(kMiB);
+             MEM_AccountSystemAllocation(sReads == 3 ? kMiB : 0);
              return kMiB;
          },
          true},
@@ -205,7 +207,8 @@ TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
         sReads = 0;
         const U_u64 used = MEM_GetMemUsage();
         MEM_Claim claim;
-        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, pooledBytes, &claim), 0);
+        const MEM_Pool pool = {pooledBytes, pooledBytes};
+        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, &pool, &claim), 0);
         EXPECT_EQ(claim.mFits, fits);
         MEM_AccountSystemAllocation(static_cast<long long>(used - MEM_GetMemUsage()));
     }

@@ -146,9 +146,17 @@ private:
 
 class ThreadChecks; // of the checked heap
 
+// A thread's part of the frame counter. The changes are counted so that a reader notices them.
+struct FramePart
+{
+    std::atomic<long long> mBytes{0};
+    std::atomic<unsigned> mChanges{0};
+};
+
 struct alignas(platform::kCacheLine) ThreadRecord
 {
     std::atomic<long long> mUsagePart{0}; // bytes not handed over yet, see tracked_usage.h
+    FramePart mFrames;                    // stays when the thread ends
     unsigned long long mClaimed = 0;      // bytes charged for blocks that the thread lacks yet
     SlotChain mActive;                    // TakeSlot and GiveSlot use this chain
     SlotChain mSpare;                     // full or empty; saves visits to the pool

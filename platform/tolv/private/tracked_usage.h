@@ -14,11 +14,14 @@
 #ifndef TOLV_TRACKED_USAGE_H
 #define TOLV_TRACKED_USAGE_H
 
+#include <algorithm>
 #include <atomic>
 
 #include <platform/base/thread_local.h>
 
 #include "thread_record.h"
+
+struct MEM_Pool;
 
 namespace tolv
 {
@@ -35,9 +38,6 @@ extern ProcessUsage sProcessUsage;
 // the part.
 void HandOver(ThreadRecord& record, long long bytes);
 
-// Charges the process's figure, apart from the bytes that the thread's claim pays.
-void ChargeProcess(ThreadRecord* record, long long bytes);
-
 // Returns whether -bound < value < bound.
 inline bool IsWithin(long long value, long long bound)
 {
@@ -45,16 +45,41 @@ inline bool IsWithin(long long value, long long bound)
     return static_cast<unsigned long long>(value) + most <= 2 * most;
 }
 
+// Pays a charge out of the thread's claim. Returns the bytes that the claim does not cover.
+inline long long PayFromClaim(ThreadRecord& record, long long bytes)
+{
+    if (bytes <= 0)
+        return bytes;
+    const unsigned long long paid =
+        std::min(record.mClaimed, static_cast<unsigned long long>(bytes));
+    record.mClaimed -= paid;
+    return bytes - static_cast<long long>(paid);
+}
+
 // Charges the bytes, which may be negative. A null record charges the process's figure.
 inline void AddUsage(ThreadRecord* record, long long bytes)
 {
-    if (!record || record->mClaimed)
-        return ChargeProcess(record, bytes);
+    if (!record)
+    {
+        sProcessUsage.mBytes.fetch_add(bytes, std::memory_order_release);
+        return;
+    }
+    if (record->mClaimed)
+        bytes = PayFromClaim(*record, bytes);
     const long long part = record->mUsagePart.load(std::memory_order_relaxed) + bytes;
     if (!IsWithin(part, kMostPart))
         return HandOver(*record, bytes);
-    record->mUsagePart.store(part, std::memory_order_relaxed);
+    record->mUsagePart.store(part, std::memory_order_release);
 }
+
+// Adds to the frame counter and to the usage, which includes the counter's bytes at every moment.
+void AddFrames(ThreadRecord* record, long long bytes);
+
+// The frame counter: the sum of the parts of all threads.
+long long Frames();
+
+// The usage without the claim of the calling thread, with a frame counter that the usage includes.
+unsigned long long UsageWithFrames(const ThreadRecord* record, long long* frames);
 
 // The usage without the claim of the calling thread, at least 0.
 unsigned long long UsageSeenBy(const ThreadRecord* record);
@@ -62,10 +87,9 @@ unsigned long long UsageSeenBy(const ThreadRecord* record);
 // If the usage seen by the thread, plus the bytes of the pool, plus `size`, is at most `limit`,
 // adds `growth` to the usage and to the thread's claim, in one atomic step with the comparison.
 // Otherwise returns false and stores in *usage the usage with the bytes of the pool. Without a
-// record nothing is claimed. `pooledBytes` may be null.
+// record nothing is claimed. `pool` may be null.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
-                unsigned long long limit, unsigned long long (*pooledBytes)(),
-                unsigned long long* usage);
+                unsigned long long limit, const MEM_Pool* pool, unsigned long long* usage);
 
 // Cancels the thread's claim except `kept` bytes.
 void ReleaseClaim(ThreadRecord& record, unsigned long long kept);
