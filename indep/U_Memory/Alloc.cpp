@@ -163,7 +163,9 @@ U_Status U_ResizePtrQuiet(U_u64 newSize, void** pointer)
 
 U_Status U_FreeHandle(void** handle)
 {
-    U_CheckHandleFromHeap(handle);
+    if (MEM_DisposeHandleFromHeap(UHeap(), handle) == 0)
+        return 0;
+    U_CheckHandleFromHeap(handle); // reports
     MEM_DisposeHandle(UHeap(), handle);
     return 0;
 }

@@ -1,7 +1,5 @@
 #include "indep/U_Memory/AllocationLoop.h"
 
-#include <cstring>
-
 #include <tolv/memory.h>
 #include <wril/wril.h>
 
@@ -111,14 +109,6 @@ void ReportUnableToRecover(const AllocationRequest& request, bool okay)
         Up_ReportAllocFailure(request.mLocation, request.mSize, request.mOpName, okay);
 }
 
-// Returns the block, cleared if the request asks for that.
-void* Cleared(void* block, const AllocationRequest& request)
-{
-    if (request.mClearing == kClear)
-        std::memset(block, 0, static_cast<std::size_t>(request.mSize));
-    return block;
-}
-
 void* Refuse(const AllocationRequest& request)
 {
     LogSafely([&] {
@@ -150,11 +140,12 @@ void* Refuse(const AllocationRequest& request)
         return Cleared(block, request);
     return block;
 }
+} // namespace
 
-// Not inlined, like Recover.
-[[gnu::noinline]] void* AllocateMeasured(const AllocationRequest& request,
-                                         const AllocationAttempt& attempt)
+void* Up_AllocateMeasured(const AllocationRequest& request, const AllocationAttempt& attempt)
 {
+    if (request.mSize > kLargestBlock)
+        return RefuseSize(request);
     Claim claim(request.mSize, request.mGrowth, request.mRecycled);
     bool okay = false;
     if (Up_MeasureAndDecide(claim, &okay))
@@ -166,16 +157,8 @@ void* Refuse(const AllocationRequest& request)
         return Recover(request, &claim, attempt);
     return Cleared(block, request);
 }
-} // namespace
 
-void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt)
+void* Up_RecoverUnmeasured(const AllocationRequest& request, const AllocationAttempt& attempt)
 {
-    if (request.mSize > kLargestBlock)
-        return RefuseSize(request);
-    if (Up_IsMeasured(request.mSize))
-        return AllocateMeasured(request, attempt);
-    void* const block = attempt(nullptr);
-    if (!block)
-        return Recover(request, nullptr, attempt);
-    return Cleared(block, request);
+    return Recover(request, nullptr, attempt);
 }

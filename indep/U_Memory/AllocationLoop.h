@@ -3,6 +3,8 @@
 #ifndef INDEP_U_MEMORY_ALLOCATION_LOOP_H
 #define INDEP_U_MEMORY_ALLOCATION_LOOP_H
 
+#include <cstring>
+
 #include <tolv/memory.h>
 
 #include "U_Types.h"
@@ -49,9 +51,33 @@ struct AllocationRequest
     bool mRecycled; // the block may be taken from the recycled pool
 };
 
+// Returns the block, cleared if the request asks for that.
+inline void* Cleared(void* block, const AllocationRequest& request)
+{
+    if (request.mClearing == kClear)
+        std::memset(block, 0, static_cast<std::size_t>(request.mSize));
+    return block;
+}
+
+// The rest of Up_AllocateShared for a block that is measured or too large, and for a block that is
+// not measured after a failed attempt. Not inlined, like AllocationAttempt: most blocks are small,
+// and the first attempt succeeds.
+[[gnu::noinline]] void* Up_AllocateMeasured(const AllocationRequest& request,
+                                            const AllocationAttempt& attempt);
+[[gnu::noinline]] void* Up_RecoverUnmeasured(const AllocationRequest& request,
+                                             const AllocationAttempt& attempt);
+
 // Asks the budget and makes the attempt. After a failure, makes room and repeats the attempt for
 // as long as use falls. Returns the block, cleared if requested, or null after a report.
-void* Up_AllocateShared(const AllocationRequest& request, const AllocationAttempt& attempt);
+template <class Callable>
+inline void* Up_AllocateShared(const AllocationRequest& request, Callable& attempt)
+{
+    if (request.mSize > kLargestBlock || Up_IsMeasured(request.mSize))
+        return Up_AllocateMeasured(request, attempt);
+    if (void* const block = attempt(nullptr))
+        return Cleared(block, request);
+    return Up_RecoverUnmeasured(request, attempt);
+}
 
 // Reports a failed allocation of `size` bytes to the user. `what` names the operation and may be
 // null. `possibleFragmentation`: the budget had allowed the block, and the heap refused. Any

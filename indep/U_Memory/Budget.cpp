@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include <krobase/recycled_memory.h>
 #include <platform/base/thread_local.h>
 #include <tolv/memory.h>
 #include <wril/wril.h>
@@ -14,11 +15,15 @@
 #include "U_MemServices.h"
 #include "indep/frame/Guard.h"
 
+using krobase::utility::MemoryRecycler;
+
 namespace
 {
 const U_u64 kSmallBlock = 2048;         // bytes
 const U_u32 kSmallBlocksPerCheck = 256; // one of so many smaller blocks is measured
 const double kPurgeAhead = 0.02;        // of the prepurge limit
+
+const MEM_Pool kPool = {&MemoryRecycler::GetCurrentPoolSize, &MemoryRecycler::GetMostPoolSize};
 
 std::atomic<U_u32> sPrePurgingDisabled(0);
 
@@ -89,7 +94,7 @@ U_Status Claim::TryUnder(U_u64 limit, bool* fits)
     *fits = false;
     const U_u64 managers = U_GetSizeOfExternalMemoryManagers();
     if (U_Status failure = MEM_ClaimUsage(Up_AddSizes(mSize, managers), mGrowth, limit,
-                                          mRecycled ? nullptr : &U_GetRecycledMemorySize, &mClaim))
+                                          mRecycled ? nullptr : &kPool, &mClaim))
         return failure;
     *fits = mClaim.mFits;
     mUse = mClaim.mUsage + managers;
@@ -119,7 +124,10 @@ bool Up_IsMeasured(U_u64 size)
 U_Status Up_MeasureAndDecide(Claim& claim, bool* okay)
 {
     *okay = false;
-    sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
+    // Threads that allocate large blocks only do not write the counter, whose cache line they
+    // share.
+    if (sSmallBlocks.mCount.load(std::memory_order_relaxed) != 0)
+        sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
     Limits limits;
     if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
         return failure;

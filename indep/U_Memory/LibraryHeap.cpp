@@ -1,9 +1,7 @@
 #include "indep/U_Memory/LibraryHeap.h"
 
 #include <algorithm>
-#include <atomic>
 #include <limits>
-#include <utility>
 
 #include <platform/base/thread_local.h>
 
@@ -23,9 +21,6 @@ const U_i64 kMostCharge = std::numeric_limits<U_i32>::max();
 // Written by birth. Kept after death, so that blocks that are left can be freed.
 MEM_HeapRef sHeap = nullptr;
 
-std::atomic<U_i64> sFrameAllocation(0); // bytes
-std::atomic<U_u32> sFrameChanges(0);
-
 // The parts of the measurement that runs on this thread, null outside measurements.
 PLATFORM_THREAD_LOCAL(UseParts*, tParts);
 
@@ -43,26 +38,6 @@ private:
     UseParts* const mOuter;
 };
 
-// Reads the tracked use together with the frame allocation counter. Repeats the reading if the
-// counter changes between the two, since a frame would then be in one of them only.
-U_u64 UsageWithFrames(U_i64* frames)
-{
-    const int kMostTries = 1000;
-    for (int tries = 1;; ++tries)
-    {
-        const U_u32 changes = sFrameChanges.load(std::memory_order_acquire);
-        *frames = sFrameAllocation.load(std::memory_order_acquire);
-        const U_u64 usage = MEM_GetMemUsage();
-        if (changes == sFrameChanges.load(std::memory_order_acquire))
-            return usage;
-        if (tries == kMostTries)
-        {
-            *frames = std::min(*frames, static_cast<U_i64>(usage));
-            return usage;
-        }
-    }
-}
-
 // Takes the larger of two readings of the pool, so that a block that moves between the pool and the
 // tracked use is counted at least once. Such a block may be counted twice.
 U_u64 BytesInUse()
@@ -70,7 +45,7 @@ U_u64 BytesInUse()
     U_i64 frames = 0;
     const U_u64 before = U_GetRecycledMemorySize();
     const U_u64 usage =
-        tParts && tParts->mWantsFrames ? UsageWithFrames(&frames) : MEM_GetMemUsage();
+        tParts && tParts->mWantsFrames ? MEM_GetMemUsageWithFrames(&frames) : MEM_GetMemUsage();
     const U_u64 pool = std::max(before, U_GetRecycledMemorySize());
     if (tParts)
     {
@@ -121,26 +96,9 @@ MEM_HeapRef UHeap()
 U_Status Up_MeasureUse(U_u64* total, UseParts* parts)
 {
     parts->mPool = U_GetRecycledMemorySize();
-    parts->mFrames = sFrameAllocation.load(std::memory_order_acquire);
+    parts->mFrames = parts->mWantsFrames ? MEM_GetFrames() : 0;
     const ScParts measured(parts);
     return TOLV_TotalMemoryUsed(total);
-}
-
-// The order matters: at every moment the tracked use includes the counter's bytes. The count of
-// changes is raised between the two, so a reader that finds the count unchanged has read a use that
-// includes the counter's bytes.
-U_Status Up_AccountFrames(U_i64 delta)
-{
-    if (delta > 0)
-    {
-        const U_Status result = MEM_AccountSystemAllocation(delta);
-        sFrameChanges.fetch_add(1, std::memory_order_acq_rel);
-        sFrameAllocation.fetch_add(delta, std::memory_order_release);
-        return result;
-    }
-    sFrameAllocation.fetch_add(delta, std::memory_order_release);
-    sFrameChanges.fetch_add(1, std::memory_order_acq_rel);
-    return MEM_AccountSystemAllocation(delta);
 }
 
 U_Status U_PresumedAppSize(U_u64* out)
@@ -166,7 +124,7 @@ U_Status U_AccountAllocationEx(U_u64 size, bool add)
 
 U_Status U_AccountFrameAllocation(U_i64 delta)
 {
-    return Up_AccountFrames(delta);
+    return MEM_AccountFrames(delta);
 }
 
 U_Status U_AccountSystemAllocation(U_i64 delta)

@@ -1,4 +1,4 @@
-// The library's heap, the frame allocation counter, and birth and death of the memory subsystem.
+// The library's heap, and birth and death of the memory subsystem.
 
 #ifndef INDEP_U_MEMORY_LIBRARY_HEAP_H
 #define INDEP_U_MEMORY_LIBRARY_HEAP_H
@@ -29,9 +29,5 @@ inline void CopyBytes(void* to, const void* from, std::size_t size)
     if (to && from)
         std::memcpy(to, from, size);
 }
-
-// Adds the bytes of frames or recycled blocks, which may be negative, to the tracked use and to the
-// frame allocation counter. Returns as MEM_AccountAllocation.
-U_Status Up_AccountFrames(U_i64 delta);
 
 #endif

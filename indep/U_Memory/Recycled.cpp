@@ -64,7 +64,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
             const platform::ScQuietNew quiet; // the new handler would show an alert
             memory = new RecycledMemory(0);
             memory->Allocate(static_cast<U_i32>(static_cast<U_u32>(size) + kHeaderBytes),
-                             [](std::size_t blockSize) { Up_AccountFrames(ChargeOf(blockSize)); });
+                             [](std::size_t blockSize) { MEM_AccountFrames(ChargeOf(blockSize)); });
         }
         catch (...)
         {
@@ -110,7 +110,7 @@ U_Status U_FreeRecycledPtr(void* pointer)
     RecycledMemory* memory = header->mOwner;
     const U_i32 charge = ChargeOf(memory->mBlockSize);
     delete memory;
-    Up_AccountFrames(-charge);
+    MEM_AccountFrames(-charge);
     return 0;
 }
 

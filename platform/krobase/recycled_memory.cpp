@@ -12,6 +12,7 @@
 #include <platform/base/memory_tools.h>
 #include <platform/base/quiet_new.h>
 
+#include "private/local_blocks.h"
 #include "private/recycled_source.h"
 #include "small_block.h"
 
@@ -53,7 +54,8 @@ void FreeBlock(void* block)
 
 // Freed blocks by size. If a checker watches the process, or the heap is checked, the pool keeps
 // the sizes only: each block is freed at once and allocated anew, so that the checks know each
-// owner of a block.
+// owner of a block. Blocks of at most LocalBlocks::kLargest bytes stay with the thread that frees
+// them while there is room, so that threads do not wait for the lock.
 class Pool
 {
 public:
@@ -67,11 +69,15 @@ public:
     // Returns null if no block fits, or without memory. Calls `charge` before the pool's sum falls.
     void* Take(std::size_t asked, std::size_t* size, RecycledMemory::Charge charge)
     {
+        const std::size_t most = *size + *size / kMostWaste;
+        LocalBlocks* const local = LocalBlocks::Find();
+        if (void* const block = local ? local->Take(*size, most, size, charge) : nullptr)
+            return block;
         Blocks::node_type sizeOnly;
         {
             const platform::ScLock lock(mLock);
             const auto found = mBlocks.lower_bound(*size);
-            if (found == mBlocks.end() || found->first > *size + *size / kMostWaste)
+            if (found == mBlocks.end() || found->first > most)
                 return nullptr;
             if (found->second)
             {
@@ -102,28 +108,38 @@ public:
             FreeBlock(block);
             block = nullptr;
         }
-        try
+        else if (size <= LocalBlocks::kLargest)
         {
-            const platform::ScLock lock(mLock);
-            mBlocks.emplace(size, block);
-            mBytes += size;
+            LocalBlocks* const local = LocalBlocks::Make(&GiveShared);
+            if (local && local->Keep(block, size))
+                return;
         }
-        catch (const std::exception&)
-        {
-            std::free(block);
-        }
+        GiveShared(block, size);
     }
 
-    // Takes no lock, since the budget reads the sum for every measured block. A thread that
-    // reads the sum without a block also sees the charge for the block.
-    unsigned long long Bytes() const { return mBytes.load(std::memory_order_acquire); }
+    // Takes no lock. A thread that reads the sum without a block also sees the charge for the
+    // block. The blocks of the threads are read first: a block that moves to the shared blocks is
+    // there before it leaves the thread.
+    unsigned long long Bytes() const
+    {
+        const unsigned long long local = LocalBlocks::BytesOfAll();
+        return local + mBytes.load(std::memory_order_acquire);
+    }
+
+    // For the budget, which reads the bound for every measured block. Takes no lock.
+    unsigned long long MostBytes() const
+    {
+        const unsigned long long local = LocalBlocks::MostBytesOfAll();
+        return local + mBytes.load(std::memory_order_acquire);
+    }
 
     // Frees whole blocks up to the wanted bytes, the largest first. The rest is smaller than every
     // block left, and is cut off the smallest block.
     unsigned long long Purge(unsigned long long bytes)
     {
         const platform::ScLock lock(mLock);
-        unsigned long long wanted = std::min(bytes, Bytes());
+        ShareAll();
+        unsigned long long wanted = std::min(bytes, mBytes.load(std::memory_order_relaxed));
         const unsigned long long given = wanted;
         while (wanted)
         {
@@ -139,6 +155,39 @@ public:
 
 private:
     typedef std::multimap<std::size_t, void*> Blocks; // null: see above
+
+    static void GiveShared(void* block, std::size_t size)
+    {
+        Pool& pool = Instance();
+        try
+        {
+            const platform::ScLock lock(pool.mLock);
+            pool.mBlocks.emplace(size, block);
+            pool.mBytes += size;
+        }
+        catch (const std::exception&)
+        {
+            std::free(block);
+        }
+    }
+
+    // Moves the blocks that the threads keep to the shared blocks.
+    void ShareAll() PLATFORM_REQUIRES(mLock)
+    {
+        LocalBlocks::TakeAll([this](std::size_t size) { mBytes += size; },
+                             [this](void* block, std::size_t size) PLATFORM_REQUIRES(mLock) {
+                                 try
+                                 {
+                                     mBlocks.emplace(size, block);
+                                 }
+                                 catch (const std::exception&)
+                                 {
+                                     mBytes -= size;
+                                     std::free(block);
+                                 }
+                             },
+                             [this](std::size_t size) { mBytes -= size; });
+    }
 
     void* Remove(Blocks::iterator position) PLATFORM_REQUIRES(mLock)
     {
@@ -247,6 +296,11 @@ void RecycledMemory::operator delete(void* object)
 unsigned long long MemoryRecycler::GetCurrentPoolSize()
 {
     return Pool::Instance().Bytes();
+}
+
+unsigned long long MemoryRecycler::GetMostPoolSize()
+{
+    return Pool::Instance().MostBytes();
 }
 
 unsigned long long MemoryRecycler::PurgeBytes(unsigned long long bytes)

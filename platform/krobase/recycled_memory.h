@@ -52,8 +52,12 @@ public:
 class PLATFORM_EXPORT MemoryRecycler
 {
 public:
-    // Returns the bytes in the pool. Takes no lock.
+    // Returns the bytes in the pool. Takes no lock. The cost grows with the number of threads.
     static unsigned long long GetCurrentPoolSize();
+
+    // Returns a bound of the bytes in the pool: at most 64 KiB a thread more. Takes no lock. The
+    // cost does not depend on the number of threads.
+    static unsigned long long GetMostPoolSize();
 
     // Gives `bytes` bytes of the pool, or the whole pool if it is smaller, back to the C
     // library: whole blocks, and the end of one more block. Returns the bytes given back.

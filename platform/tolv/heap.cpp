@@ -343,6 +343,15 @@ int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle)
                                                                                   : kNotThisHeap;
 }
 
+int MEM_DisposeHandleFromHeap(MEM_HeapRef heap, void** handle)
+{
+    if (const int foreign = MEM_CheckHandleFromHeap(heap, handle))
+        return foreign;
+    if (handle)
+        FreeBlock(handle, kHandle);
+    return 0;
+}
+
 void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name, const char*, int)
 {
     void** slot = NewBlock(heap, size, name, kPointer);

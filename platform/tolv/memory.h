@@ -38,6 +38,10 @@ PLATFORM_EXPORT void MEM_DisposeHogHandle(MEM_HeapRef heap, void** handle);
 // Returns 0 if the handle is live and belongs to the heap, or is null.
 PLATFORM_EXPORT int MEM_CheckHandleFromHeap(MEM_HeapRef heap, void** handle);
 
+// Frees a live handle of the heap and returns 0. Returns 0 for null. For any other address frees
+// nothing and returns the result of MEM_CheckHandleFromHeap.
+PLATFORM_EXPORT int MEM_DisposeHandleFromHeap(MEM_HeapRef heap, void** handle);
+
 // Returns a new pointer, null on failure. `name` is copied, up to 63 bytes, and may be null;
 // `file` and `line` may be null and 0.
 PLATFORM_EXPORT void* MEM_NewPtrDebug(MEM_HeapRef heap, unsigned long long size, const char* name,
@@ -95,6 +99,16 @@ PLATFORM_EXPORT int MEM_SetBaseline(MEM_HeapRef heap);
 PLATFORM_EXPORT int MEM_AccountAllocation(int delta);
 PLATFORM_EXPORT int MEM_AccountSystemAllocation(long long delta);
 
+// Adds the bytes of frames, which may be negative, to the frame counter and to the tracked usage.
+// The tracked usage includes the counter's bytes at every moment. Returns 0.
+PLATFORM_EXPORT int MEM_AccountFrames(long long delta);
+
+// Returns the frame counter, which may be negative.
+PLATFORM_EXPORT long long MEM_GetFrames();
+
+// Returns the tracked usage, and stores a frame counter that the usage includes.
+PLATFORM_EXPORT unsigned long long MEM_GetMemUsageWithFrames(long long* frames);
+
 // Returns the tracked usage in bytes: live blocks of all heaps plus the bytes charged above. Exact
 // while no other thread changes it; otherwise off by at most 32 KiB for each such thread.
 PLATFORM_EXPORT unsigned long long MEM_GetMemUsage();
@@ -108,23 +122,30 @@ struct MEM_Claim
     unsigned long long mOuter = 0; // bytes that the thread had claimed before
 };
 
+// A pool of freed blocks, which counts as use for blocks that are not taken from it.
+struct MEM_Pool
+{
+    unsigned long long (*mBytes)();     // the bytes in the pool
+    unsigned long long (*mMostBytes)(); // at least as many; called for each claim
+};
+
 // Compares the tracked usage plus `size` with `limit`. If the sum fits, charges `growth` bytes to
 // the usage in the same atomic step. The next charges of the thread, such as that of the block
 // itself, are paid out of the claim.
 //
 // - Of two threads that compete for the last room one thread gets the room.
-// - `pooledBytes`, which may be null, returns the bytes of a pool of freed blocks, which are added
-//   to the usage for the comparison. `pooledBytes` is called again if another thread changes the
-//   usage.
+// - The bytes of the pool, which may be null, are added to the usage for the comparison. The
+//   functions of the pool are called again if another thread changes the usage.
 // - If the sum does not fit while the pool or the usage changes, the comparison is repeated
 //   several times.
-// - The cost does not depend on the number of threads unless use is within 16 KiB a thread of the
-//   limit.
+// - The cost does not depend on the number of threads unless use is so near the limit that the
+// parts
+//   of the threads, of 16 KiB each, or the bound of the pool decide.
 // - Without memory for the thread's record nothing is charged.
 //
 // Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.
 PLATFORM_EXPORT short MEM_ClaimUsage(unsigned long long size, unsigned long long growth,
-                                     unsigned long long limit, unsigned long long (*pooledBytes)(),
+                                     unsigned long long limit, const MEM_Pool* pool,
                                      MEM_Claim* claim);
 
 // Cancels the part of the claim that no charge was paid from.

@@ -27,7 +27,7 @@ void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
     ReleaseClaim(*record, 0); // a host may have left an allocation with a jump
-    HandOver(*record);
+    HandOver(*record, 0);
     sLiveRecords.fetch_sub(1, std::memory_order_release);
     const platform::ScLock lock(sIdleLock);
     record->mNextIdle = sFirstIdle;

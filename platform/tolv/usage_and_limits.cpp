@@ -63,13 +63,29 @@ int MEM_AccountSystemAllocation(long long delta)
     return 0;
 }
 
+int MEM_AccountFrames(long long delta)
+{
+    tolv::AddFrames(tolv::MyRecord(), delta);
+    return 0;
+}
+
+long long MEM_GetFrames()
+{
+    return tolv::Frames();
+}
+
+unsigned long long MEM_GetMemUsageWithFrames(long long* frames)
+{
+    return tolv::UsageWithFrames(tolv::tRecord, frames);
+}
+
 unsigned long long MEM_GetMemUsage()
 {
     return tolv::UsageSeenBy(tolv::tRecord);
 }
 
 short MEM_ClaimUsage(unsigned long long size, unsigned long long growth, unsigned long long limit,
-                     unsigned long long (*pooledBytes)(), MEM_Claim* claim)
+                     const MEM_Pool* pool, MEM_Claim* claim)
 {
     if (!claim)
         return kBadParameter;
@@ -78,7 +94,7 @@ short MEM_ClaimUsage(unsigned long long size, unsigned long long growth, unsigne
         return failure;
     tolv::ThreadRecord* const record = tolv::MyRecord();
     claim->mOuter = record ? record->mClaimed : 0;
-    claim->mFits = tolv::ClaimUsage(record, size, growth, limit, pooledBytes, &claim->mUsage);
+    claim->mFits = tolv::ClaimUsage(record, size, growth, limit, pool, &claim->mUsage);
     return 0;
 }
 

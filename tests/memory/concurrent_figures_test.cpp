@@ -4,6 +4,7 @@
 #include <atomic>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <platform/control.h>
 #include <tolv/memory.h>
@@ -111,36 +112,55 @@ TEST_F(ConcurrentFigures, UseIsOffByThePartsOfThreadsOnly)
 
 TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
 {
-    const U_u64 kBlock = 50 * kMiB;
-    SetLimitsAboveUse(60 * kMiB, 64 * kMiB);
-    std::atomic<int> held(0);
-    std::atomic<int> mostHeld(0);
-    std::atomic<int> allocated(0);
-    platform::SetHeapFailure([](unsigned long long) {
-        std::this_thread::yield(); // between the decision and the allocation
-        return false;
-    });
-    OnThreads(4, [&](int) {
-        for (int run = 0; run < 500; ++run)
-        {
-            void* const block = U_AllocatePtrQuiet(kBlock);
-            if (!block)
-                continue;
-            ++allocated;
-            mostHeld = std::max<int>(mostHeld, ++held);
-            std::this_thread::yield();
-            --held;
-            U_FreePtr(block);
-        }
-    });
-    platform::SetHeapFailure({});
-    EXPECT_EQ(mostHeld, 1);
-    EXPECT_GT(allocated, 0);
+    const struct
+    {
+        U_u64 size;
+        U_u64 room;         // up to the maximum limit
+        std::size_t blocks; // that each thread asks for
+    } kRows[] = {{50 * kMiB, 64 * kMiB, 1}, {12000, 2 * kMiB, 100}, {4096, 2 * kMiB, 300}};
+    for (const auto& row : kRows)
+    {
+        SCOPED_TRACE(row.size);
+        SetLimitsAboveUse(row.room - kMiB, row.room);
+        std::atomic<U_u64> held(0);
+        std::atomic<U_u64> mostHeld(0);
+        std::atomic<int> refused(0);
+        platform::SetHeapFailure([](unsigned long long) {
+            std::this_thread::yield(); // between the decision and the allocation
+            return false;
+        });
+        OnThreads(4, [&](int) {
+            for (std::size_t run = 0; run < 500 / row.blocks + 1; ++run)
+            {
+                std::vector<void*> blocks;
+                while (blocks.size() < row.blocks)
+                {
+                    void* const block = U_AllocatePtrQuiet(row.size);
+                    refused += block ? 0 : 1;
+                    if (!block)
+                        break;
+                    mostHeld = std::max<U_u64>(mostHeld, ++held);
+                    blocks.push_back(block);
+                }
+                std::this_thread::yield();
+                for (void* const block : blocks)
+                {
+                    --held;
+                    U_FreePtr(block);
+                }
+            }
+        });
+        platform::SetHeapFailure({});
+        EXPECT_LE(mostHeld, row.room / row.size);
+        EXPECT_GE(mostHeld, row.room / row.size * 9 / 10) << "no room is lost";
+        EXPECT_GT(refused, 0);
+    }
 }
 
 // A recycled block is in use or in the pool. Both count against a block that is not recycled.
 TEST_F(ConcurrentFigures, ARecycledBlockInMotionLeavesNoRoom)
 {
+    const MEM_Pool kPool = {&U_GetRecycledMemorySize, &U_GetRecycledMemorySize};
     const U_u64 kBlock = 32 * kMiB;
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, kBlock - 16)); // the pool keeps it
     for (const U_u64 size : {kBlock - 16, 26 * kMiB}) // all of the block, and a part
@@ -156,7 +176,7 @@ TEST_F(ConcurrentFigures, ARecycledBlockInMotionLeavesNoRoom)
             for (; asks < 20000 || churn.Runs() < 1000; ++asks)
             {
                 MEM_Claim claim;
-                MEM_ClaimUsage(4 * kMiB, 1, maximum, &U_GetRecycledMemorySize, &claim);
+                MEM_ClaimUsage(4 * kMiB, 1, maximum, &kPool, &claim);
                 fits += claim.mFits ? 1 : 0;
                 MEM_EndClaim(&claim);
             }
@@ -171,11 +191,12 @@ TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
 {
     static int sReads;
     const std::pair<unsigned long long (*)(), bool> kRows[] = {
-        // The block leaves after the first reading, so that both figures count the block.
+        // The block leaves after the first reading that counts blocks, so that both figures count
+        // the block. Two readings of the bound are before that.
         {[]() -> unsigned long long {
-             if (++sReads > 1)
+             if (++sReads > 3)
                  return 0;
-             MEM_AccountSystemAllocation(kMiB);
+             MEM_AccountSystemAllocation(sReads == 3 ? kMiB : 0);
              return kMiB;
          },
          true},
@@ -186,7 +207,8 @@ TEST_F(ConcurrentFigures, AComparisonIsRepeatedWhileABlockMoves)
         sReads = 0;
         const U_u64 used = MEM_GetMemUsage();
         MEM_Claim claim;
-        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, pooledBytes, &claim), 0);
+        const MEM_Pool pool = {pooledBytes, pooledBytes};
+        EXPECT_EQ(MEM_ClaimUsage(1000, 0, used + kMiB + 1000, &pool, &claim), 0);
         EXPECT_EQ(claim.mFits, fits);
         MEM_AccountSystemAllocation(static_cast<long long>(used - MEM_GetMemUsage()));
     }

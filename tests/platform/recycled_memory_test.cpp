@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstring>
+#include <future>
 #include <list>
 #include <new>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -124,5 +127,52 @@ TEST_F(Recycler, AFailedRequestReturnsItsBlockToThePool)
     EXPECT_EQ(block.mBlockSize, 0u);
     EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), size);
     EXPECT_THROW(RecycledMemory refused(INT_MIN), std::bad_alloc);
+}
+
+// Small blocks stay with the thread that frees them.
+TEST_F(Recycler, BlocksOfAllThreadsAreInThePool)
+{
+    const unsigned long long kBlocks = 6; // more than a thread keeps for itself
+    std::promise<void> filled;
+    std::promise<void> mayEnd;
+    std::thread other([&] {
+        Fill(std::vector<int>(kBlocks, 4096));
+        filled.set_value();
+        mayEnd.get_future().wait();
+        Fill({4096});
+    });
+    filled.get_future().wait();
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), kBlocks * 4096);
+    EXPECT_GE(MemoryRecycler::GetMostPoolSize(), kBlocks * 4096);
+    EXPECT_EQ(MemoryRecycler::PurgeBytes(kBlocks * 4096 - 100), kBlocks * 4096 - 100);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 100u);
+    MemoryRecycler::PurgeBytes(kAll);
+    mayEnd.set_value();
+    other.join();
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 4096u) << "the block outlives its thread";
+    const RecycledMemory block(4096);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u) << "for any thread";
+}
+
+TEST_F(Recycler, APurgeAndTheOwnerNeverTakeTheSameBlock)
+{
+    std::atomic<bool> ends(false);
+    std::thread purger([&] {
+        while (!ends)
+            MemoryRecycler::PurgeBytes(kAll);
+    });
+    for (int run = 0; run < 20000; ++run)
+    {
+        RecycledMemory first(4096);
+        RecycledMemory second(4096);
+        ASSERT_NE(first.mBlock, second.mBlock);
+        std::memset(first.mBlock, 1, 4096);
+        std::memset(second.mBlock, 2, 4096);
+        ASSERT_EQ(static_cast<char*>(first.mBlock)[4095], 1);
+    }
+    ends = true;
+    purger.join();
+    MemoryRecycler::PurgeBytes(kAll);
+    EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 0u);
 }
 } // namespace

@@ -20,13 +20,13 @@ namespace tolv
 {
 const std::size_t kChainSlots = 585;
 
-// Small blocks that the thread freed, with their slots, by capacity. The C library has such a
-// cache, too, but only up to about 1 KiB, which a block of 1 KiB with our header exceeds. A full
-// cache of all sizes contains 1 MiB.
+// Blocks that the thread freed, with their slots, by capacity. The C library has such a cache, too,
+// but only up to about 1 KiB, which a block of 1 KiB with our header exceeds. A full cache of all
+// sizes contains 2 MiB.
 class BlockCache
 {
 public:
-    static const std::size_t kLargest = 2048;
+    static const std::size_t kLargest = 16384;
 
     // Ends the caches of all threads: Take finds no block, and Give keeps no block.
     static void End() { sEnd.store(0, std::memory_order_relaxed); }
@@ -35,10 +35,10 @@ public:
     // marked as free.
     BlockHeader* Take(std::size_t size)
     {
-        const std::size_t sizeClass = Class(size);
-        if (size >= sEnd.load(std::memory_order_relaxed) || !mFirst[sizeClass])
+        if (size >= sEnd.load(std::memory_order_relaxed))
             return nullptr;
-        return Pop(sizeClass);
+        const std::size_t sizeClass = Class(size);
+        return mFirst[sizeClass] ? Pop(sizeClass) : nullptr;
     }
 
     // Returns any block, or null if the cache is empty.
@@ -56,8 +56,10 @@ public:
     // size class is full, or after End.
     bool Give(BlockHeader* header, std::size_t size)
     {
+        if (size >= sEnd.load(std::memory_order_relaxed))
+            return false;
         const std::size_t sizeClass = Class(size);
-        if (size >= sEnd.load(std::memory_order_relaxed) || mCount[sizeClass] == kMostPerClass)
+        if (mCount[sizeClass] == (size <= kLargestFine ? kMostPerFine : kMostPerCoarse))
             return false;
         *Next(header) = mFirst[sizeClass];
         mFirst[sizeClass] = header;
@@ -68,15 +70,28 @@ public:
     // Returns the bytes to allocate for a block: the largest size of its size class.
     static std::size_t Capacity(std::size_t size)
     {
-        return size && size <= kLargest ? Class(size) * kStep : size < kStep ? kStep : size;
+        if (size > kLargest)
+            return size;
+        const std::size_t step = size <= kLargestFine ? kFineStep : kCoarseStep;
+        return size ? (size + step - 1) / step * step : step;
     }
 
 private:
-    static const std::size_t kStep = 16;
-    static const std::size_t kClasses = kLargest / kStep + 1;
-    static const unsigned char kMostPerClass = 8;
+    // Classes in fine steps, and then in coarse steps.
+    static const std::size_t kFineStep = 16;
+    static const std::size_t kLargestFine = 2048;
+    static const std::size_t kFineClasses = kLargestFine / kFineStep + 1;
+    static const std::size_t kCoarseStep = 256;
+    static const std::size_t kClasses = kFineClasses + (kLargest - kLargestFine) / kCoarseStep;
+    static const unsigned char kMostPerFine = 8;
+    static const unsigned char kMostPerCoarse = 2;
 
-    static std::size_t Class(std::size_t size) { return (size + kStep - 1) / kStep; }
+    static std::size_t Class(std::size_t size)
+    {
+        if (size <= kLargestFine)
+            return (size + kFineStep - 1) / kFineStep;
+        return kFineClasses + (size - kLargestFine - 1) / kCoarseStep;
+    }
     static BlockHeader** Next(BlockHeader* header)
     {
         return reinterpret_cast<BlockHeader**>(header + 1);
@@ -131,9 +146,17 @@ private:
 
 class ThreadChecks; // of the checked heap
 
+// A thread's part of the frame counter. The changes are counted so that a reader notices them.
+struct FramePart
+{
+    std::atomic<long long> mBytes{0};
+    std::atomic<unsigned> mChanges{0};
+};
+
 struct alignas(platform::kCacheLine) ThreadRecord
 {
     std::atomic<long long> mUsagePart{0}; // bytes not handed over yet, see tracked_usage.h
+    FramePart mFrames;                    // stays when the thread ends
     unsigned long long mClaimed = 0;      // bytes charged for blocks that the thread lacks yet
     SlotChain mActive;                    // TakeSlot and GiveSlot use this chain
     SlotChain mSpare;                     // full or empty; saves visits to the pool
