@@ -200,9 +200,10 @@ U_UTF8String Escaped(const U_UTF8String& text, const EscapeTable& table, bool re
     const U_u8* const end = text.data() + text.size();
     for (const U_u8* at = text.data(); at != end;)
     {
-        const U_u8* const marked = table.SkipPlain(at, at + std::min(kPiece, end - at));
+        const U_u8* const stop = at + std::min(kPiece, end - at);
+        const U_u8* const marked = table.SkipPlain(at, stop);
         result.append(at, static_cast<std::size_t>(marked - at));
-        at = marked + std::min(kBlock, end - marked);
+        at = marked + std::min(kBlock, stop - marked);
         if (reportIllegal || throwOnIllegal)
             ReportIllegals(marked, at, text, throwOnIllegal);
         table.AppendEscaped(marked, at, result);
