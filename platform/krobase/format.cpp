@@ -26,8 +26,33 @@ struct Digits
     std::size_t Fraction() const { return mLength - mInteger; }
 };
 
+// Prints the shortest digits that identify the value, which is faster than rounding. Returns false
+// unless they are also the rounded digits. They are if they have no more decimals and if adjacent
+// doubles of that size differ by less than the last decimal.
+bool PrintShortest(double value, std::size_t decimals, Digits* digits)
+{
+    if (decimals > 9 || value >= 0x1p22 || (value < 1e-4 && value > 0))
+        return false;
+    const char* const end = std::to_chars(std::begin(digits->mText), std::end(digits->mText), value,
+                                          std::chars_format::fixed)
+                                .ptr;
+    char* const point = std::find(digits->mText, const_cast<char*>(end), '.');
+    digits->mInteger = static_cast<std::size_t>(point - digits->mText);
+    digits->mLength = digits->mInteger + (decimals ? 1 + decimals : 0);
+    const std::size_t length = static_cast<std::size_t>(end - digits->mText);
+    if (length > digits->mLength)
+        return false;
+    std::fill(digits->mText + length, digits->mText + digits->mLength, '0');
+    if (decimals)
+        *point = '.';
+    return true;
+}
+
+// REQUIRES: the value is not negative.
 void Print(double value, std::size_t decimals, Digits* digits)
 {
+    if (PrintShortest(value, decimals, digits))
+        return;
     const int precision = static_cast<int>(std::min(decimals, kMostDecimals));
     const char* const end = std::to_chars(std::begin(digits->mText), std::end(digits->mText), value,
                                           std::chars_format::fixed, precision)
