@@ -1,143 +1,27 @@
-// Trees as JSON, escaping, and binary text.
+// Variants, escaping and binary text.
 //
-// The peers: for trees, boost's property tree of strings; for escaping, a plain copy of the text,
-// which is its floor, and pugixml's writer; for binary text, the loops that a user would write:
-// over the C library's functions, and over a table.
+// The peers: for variants, std::variant; for escaping, a plain copy of the text, which is its
+// floor, and pugixml's writer; for binary text, the loops that a user would write: over the C
+// library's functions, and over a table.
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <random>
-#include <sstream>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <benchmark/benchmark.h>
-#include <boost/property_tree/json_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
 #include <pugixml.hpp>
 
-#include "U_AnyTree.h"
+#include "U_Any.h"
 #include "U_Encoding.h"
 #include "U_Lifecycle.h"
 #include "U_XML.h"
 
 namespace
 {
-const std::size_t kKB = 1000;
-
-// Returns a settings document of about `size` bytes: objects of a few values, in arrays of a
-// hundred.
-std::string MakeDocument(std::size_t size)
-{
-    std::string json = "{";
-    std::size_t number = 0;
-    while (json.size() < size)
-    {
-        json += json.size() > 1 ? "," : "";
-        json += "\"group" + std::to_string(number) + "\":[";
-        for (int i = 0; i < 100; ++i, ++number)
-        {
-            const std::string digits = std::to_string(number * 7919);
-            json += i ? "," : "";
-            json += "{\"name\":\"Setting number " + digits + "\",\"count\":" + digits +
-                    ",\"scale\":" + std::to_string(number % 100) +
-                    ".25,\"on\":" + (number % 2 ? "true" : "false") +
-                    ",\"path\":\"C:\\\\media\\\\clip" + digits + ".mov\"}";
-        }
-        json += "]";
-    }
-    return json + "}";
-}
-
-const std::string& Document(std::size_t size)
-{
-    static std::map<std::size_t, std::string> sDocuments;
-    std::string& document = sDocuments[size];
-    if (document.empty())
-        document = MakeDocument(size);
-    return document;
-}
-
-// Reads from UTF-8, the bytes of a file, and writes to UTF-8.
-struct Ours
-{
-    typedef U_UTF8String Bytes;
-    typedef U_AnyTree Tree;
-
-    static void Read(const Bytes& bytes, Tree* tree)
-    {
-        U_AnyTreeWrapper(*tree).SetFrom_JSON(U_UTF8To16String(bytes));
-    }
-    static Bytes Write(const Tree& tree)
-    {
-        return U_UTF16To8String(U_AnyTreeWrapper(tree).GetAs_JSON());
-    }
-};
-
-// Boost's reader and writer for trees of strings.
-struct Peer
-{
-    typedef std::string Bytes;
-    typedef boost::property_tree::ptree Tree;
-
-    static void Read(const Bytes& bytes, Tree* tree)
-    {
-        std::istringstream stream(bytes);
-        boost::property_tree::read_json(stream, *tree);
-    }
-    static Bytes Write(const Tree& tree)
-    {
-        std::ostringstream stream;
-        boost::property_tree::write_json(stream, tree, false);
-        return stream.str();
-    }
-};
-
-template <class Way> typename Way::Bytes DocumentFor(const benchmark::State& state)
-{
-    const std::string& text = Document(static_cast<std::size_t>(state.range(0)) * kKB);
-    return typename Way::Bytes(text.begin(), text.end());
-}
-
-// Both run once before the measurement: the first run also joins the free blocks that earlier
-// benchmarks have left in the heap.
-
-template <class Way> void Read(benchmark::State& state)
-{
-    const typename Way::Bytes document = DocumentFor<Way>(state);
-    const auto readOnce = [&] {
-        typename Way::Tree tree;
-        Way::Read(document, &tree);
-        benchmark::DoNotOptimize(tree.size());
-    };
-    readOnce();
-    for (auto _ : state)
-        readOnce();
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
-}
-
-// Returns true if a tree that is written, read and written again has the same text.
-template <class Way> bool IsReadBack(const typename Way::Bytes& written)
-{
-    typename Way::Tree tree;
-    Way::Read(written, &tree);
-    return !tree.empty() && Way::Write(tree) == written;
-}
-
-template <class Way> void Write(benchmark::State& state)
-{
-    typename Way::Tree tree;
-    Way::Read(DocumentFor<Way>(state), &tree);
-    if (!IsReadBack<Way>(Way::Write(tree)))
-        state.SkipWithError("not what was written");
-    const std::size_t size = Way::Write(tree).size();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(Way::Write(tree).data());
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
-}
-
 const std::size_t kTextSize = 1 << 20; // bytes, also of binary data
 
 // Sentences without characters that are escaped.
@@ -223,6 +107,50 @@ void EscapeMarkedByPugi(benchmark::State& state)
     for (auto _ : state)
         benchmark::DoNotOptimize(write().data());
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+typedef std::variant<std::monostate, bool, int, U_i64, double, std::string, U_UTF16String> Variant;
+
+template <class Any> void MakeInt(benchmark::State& state)
+{
+    int number = 0;
+    for (auto _ : state)
+    {
+        Any any(++number);
+        benchmark::DoNotOptimize(&any);
+    }
+}
+
+template <class Any> void CopyInt(benchmark::State& state)
+{
+    const Any any(7);
+    for (auto _ : state)
+    {
+        Any copy(any);
+        benchmark::DoNotOptimize(&copy);
+    }
+}
+
+U_i64 IntOf(const U_Any& any)
+{
+    return any.GetAs_int();
+}
+
+U_i64 IntOf(const Variant& variant)
+{
+    return std::get<int>(variant);
+}
+
+template <class Any> void AskForInt(benchmark::State& state)
+{
+    Any any(7);
+    if (IntOf(any) != 7)
+        state.SkipWithError("not the number");
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(&any);
+        benchmark::DoNotOptimize(IntOf(any));
+    }
 }
 
 std::vector<U_u8> MakeBytes()
@@ -325,11 +253,12 @@ void DecodeByTable(benchmark::State& state)
 }
 } // namespace
 
-#define SIZES Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond) // KB
-BENCHMARK(Read<Ours>)->SIZES;
-BENCHMARK(Read<Peer>)->SIZES;
-BENCHMARK(Write<Ours>)->SIZES;
-BENCHMARK(Write<Peer>)->SIZES;
+BENCHMARK(MakeInt<U_Any>);
+BENCHMARK(MakeInt<Variant>);
+BENCHMARK(CopyInt<U_Any>);
+BENCHMARK(CopyInt<Variant>);
+BENCHMARK(AskForInt<U_Any>);
+BENCHMARK(AskForInt<Variant>);
 BENCHMARK(EscapePlain);
 BENCHMARK(CopyPlain);
 BENCHMARK(EscapeMarked);
@@ -340,13 +269,6 @@ BENCHMARK(EncodeByTable);
 BENCHMARK(Decode);
 BENCHMARK(DecodeByScanf);
 BENCHMARK(DecodeByTable);
-
-// The sizes of the plots.
-#define GROWING Arg(20)->Arg(100)->Arg(1000)->Arg(5000)->Arg(20000)
-BENCHMARK(Read<Ours>)->Name("Growth/json/read")->GROWING;
-BENCHMARK(Read<Peer>)->Name("Growth/json/read by boost")->GROWING;
-BENCHMARK(Write<Ours>)->Name("Growth/json/write")->GROWING;
-BENCHMARK(Write<Peer>)->Name("Growth/json/write by boost")->GROWING;
 
 int main(int argc, char** argv)
 {

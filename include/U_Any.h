@@ -24,6 +24,8 @@
 #ifndef U_ANY_H
 #define U_ANY_H
 
+#include <cstring>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -32,6 +34,8 @@
 #include <boost/property_tree/ptree_fwd.hpp>
 
 #include "U_Types.h"
+
+class Up_JSONWriter;
 
 // A value of one of several kinds.
 class U_EXPORT U_Any
@@ -52,13 +56,13 @@ public:
     };
 
     // Holds the int 0 with an undecided kind, which is inferred as kType_Bool.
-    U_Any();
+    U_Any() : mInteger(0), mType(kType_Null), mHeld(kInt) {}
 
     // Hold the value, with the kind of its type.
-    U_Any(bool value);
-    U_Any(int value);
-    U_Any(U_i64 value);
-    U_Any(double value);
+    U_Any(bool value) : mInteger(value), mType(kType_Bool), mHeld(kBool) {}
+    U_Any(int value) : mInteger(value), mType(kType_Int), mHeld(kInt) {}
+    U_Any(U_i64 value) : mInteger(value), mType(kType_Int), mHeld(kInt64) {}
+    U_Any(double value) : mDouble(value), mType(kType_Double), mHeld(kDouble) {}
     U_Any(const char* text); // narrow, not null
     U_Any(const std::string& text);
     U_Any(const U_UTF16String& text);
@@ -70,21 +74,26 @@ public:
     U_Any(const boost::any& value);
 
     // Copy the value and the kind.
-    U_Any(const U_Any& other) = default;
-    U_Any& operator=(const U_Any& other) = default;
+    U_Any(const U_Any& other) : mType(other.mType), mHeld(other.mHeld)
+    {
+        if (mHeld == kAny)
+            new (&mValue) boost::any(other.mValue);
+        else
+            CopyInPlace(other);
+    }
+    U_Any& operator=(const U_Any& other) { return *this = U_Any(other); }
 
     // `other` has no value afterwards.
-    U_Any(U_Any&& other) noexcept : mValue(std::move(other.mValue)), mType(other.mType)
-    {
-        other.mType = kType_None;
-    }
+    U_Any(U_Any&& other) noexcept { Take(other); }
     U_Any& operator=(U_Any&& other) noexcept
     {
-        U_Any taken(std::move(other));
-        mValue.swap(taken.mValue);
-        mType = taken.mType;
+        U_Any taken(std::move(other)); // may be this object
+        End();
+        Take(taken);
         return *this;
     }
+
+    ~U_Any() { End(); }
 
     TypeEnum GetType() const; // the kind of the value
 
@@ -94,7 +103,10 @@ public:
     //   number, up to the first character that does not belong to the number.
     //
     // Throws: boost::bad_any_cast for a held unsigned integer.
-    U_i64 GetAs_int() const;
+    U_i64 GetAs_int() const
+    {
+        return mType == kType_Int && mHeld != kAny ? mInteger : ConvertedToInt();
+    }
     U_i64 GetAs_Enum() const;
 
     // Returns true if GetAs_int returns other than 0. So 0.5 is false.
@@ -134,12 +146,70 @@ private:
     friend class U_AnyTreeWrapper;
     friend class Up_JSONWriter;
 
-    void AppendJSON(U_UTF16String* json) const;
+    // The type of the held value.
+    enum Held : U_i32
+    {
+        kAny, // a type that the boost::any knows, or no value
+        kBool,
+        kInt,
+        kInt64,
+        kDouble
+    };
+
+    // Holds a value in a boost::any, with a kind.
+    template <class Value>
+    U_Any(Value&& value, TypeEnum type)
+        : mValue(std::forward<Value>(value)), mType(type), mHeld(kAny)
+    {
+    }
+
+    // REQUIRES: `other` holds a value in place.
+    void CopyInPlace(const U_Any& other)
+    {
+        std::memcpy(&mInteger, &other.mInteger, sizeof(mInteger)); // or a double of that size
+    }
+
+    // REQUIRES: this object has no value.
+    void Take(U_Any& other) noexcept
+    {
+        mType = other.mType;
+        mHeld = other.mHeld;
+        if (mHeld == kAny)
+            new (&mValue) boost::any(std::move(other.mValue));
+        else
+        {
+            CopyInPlace(other);
+            new (&other.mValue) boost::any;
+        }
+        other.mType = kType_None;
+        other.mHeld = kAny;
+    }
+
+    void End() noexcept
+    {
+        if (mHeld == kAny)
+            mValue.~any();
+    }
+
+    bool HoldsInteger() const { return mHeld != kAny && mHeld != kDouble; }
+    U_i64 ConvertedToInt() const;
+    void WriteJSON(Up_JSONWriter* writer) const;
     TypeEnum InferredType() const;
 
-    boost::any mValue;
+    // The frequent small types are held in the place of the boost::any, without an allocation.
+    union
+    {
+        boost::any mValue; // kAny
+        U_i64 mInteger;    // kBool, kInt and kInt64
+        double mDouble;    // kDouble
+    };
     mutable TypeEnum mType;
+    Held mHeld; // in the padding: a U_Any is as large as with a boost::any alone
 };
+
+static_assert(sizeof(double) == sizeof(U_i64) && sizeof(boost::any) <= sizeof(U_i64) &&
+                  sizeof(U_Any) == 2 * sizeof(U_i64),
+              "a value in place needs no more room than a boost::any");
 
 // The translator of property trees between U_Any and boost::any. get_value returns a boost::any
 // that holds the U_Any itself, not its value. put_value makes a U_Any of the value that the

@@ -1,8 +1,11 @@
 #include "U_Any.h"
 
+#include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
@@ -12,14 +15,18 @@
 #include "U_Encoding.h"
 #include "indep/data/JSON.h"
 
-using krobase::utility::NumberToString;
-
 namespace
 {
-const unsigned int kWriteFlags =
-    krobase::utility::kNumberNoLocaleMarks | krobase::utility::kNumberStripZeros;
 const std::size_t kDecimals = 9;
-const int kLongestDouble = 31; // characters
+const std::size_t kLongestDouble = 31;              // characters
+const std::size_t kDoubleRoom = kLongestDouble + 2; // with ".0"
+const krobase::utility::NumberLayout kDoubleLayout = {krobase::utility::kNumberNoLocaleMarks |
+                                                          krobase::utility::kNumberStripZeros,
+                                                      1,
+                                                      kDecimals,
+                                                      std::numeric_limits<std::size_t>::max(),
+                                                      kLongestDouble,
+                                                      -1};
 
 struct KnownType
 {
@@ -29,17 +36,13 @@ struct KnownType
 
 const KnownType kKnownTypes[] = {
     {typeid(void*), U_Any::kType_Null},
-    {typeid(bool), U_Any::kType_Bool},
-    {typeid(int), U_Any::kType_Bool}, // U_Any(int) sets kType_Int without a look-up
     {typeid(unsigned int), U_Any::kType_Int},
     {typeid(short), U_Any::kType_Int},
     {typeid(unsigned short), U_Any::kType_Int},
     {typeid(long), U_Any::kType_Int},
     {typeid(unsigned long), U_Any::kType_Int},
-    {typeid(U_i64), U_Any::kType_Int},
     {typeid(U_u64), U_Any::kType_Int},
     {typeid(float), U_Any::kType_Double},
-    {typeid(double), U_Any::kType_Double},
     {typeid(U_UTF16String), U_Any::kType_String},
     {typeid(std::string), U_Any::kType_MBString},
     {typeid(U_AnyTree), U_Any::kType_Tree},
@@ -57,47 +60,52 @@ U_i64 Truncated(double value)
     return value < -kBeyond ? Limits::min() : static_cast<U_i64>(value);
 }
 
-// Throws boost::bad_any_cast if the value holds no signed integer.
+// Of a type that is not held in place. Throws boost::bad_any_cast for any other type than signed
+// integers.
 U_i64 HeldInteger(const boost::any& value)
 {
-    if (const U_i64* held = boost::any_cast<U_i64>(&value))
-        return *held;
     if (const short* held = boost::any_cast<short>(&value))
         return *held;
-    if (const long* held = boost::any_cast<long>(&value))
-        return *held;
-    return boost::any_cast<const int&>(value);
-}
-
-U_i64 HeldBool(const boost::any& value)
-{
-    const bool* const held = boost::any_cast<bool>(&value);
-    return held ? *held : boost::any_cast<const int&>(value);
+    return boost::any_cast<const long&>(value);
 }
 
 // A whole number gets ".0", so that its text reads as a double.
-U_UTF16String DoubleAsText(double value)
+std::string_view DoubleAsText(double value, char (&room)[kDoubleRoom])
 {
-    U_UTF16String text = NumberToString(value, 1, kDecimals, kWriteFlags, kLongestDouble);
+    std::size_t length = krobase::utility::FormatNumber(value, kDoubleLayout, room);
     if (std::floor(value) == value) // false for NaN
-        AppendASCII(".0", &text);
-    return text;
+    {
+        room[length++] = '.';
+        room[length++] = '0';
+    }
+    return {room, length};
 }
 } // namespace
 
-U_Any::U_Any() : mValue(0), mType(kType_Null) {}
-U_Any::U_Any(bool value) : mValue(value), mType(kType_Bool) {}
-U_Any::U_Any(int value) : mValue(value), mType(kType_Int) {}
-U_Any::U_Any(U_i64 value) : mValue(value), mType(kType_Int) {}
-U_Any::U_Any(double value) : mValue(value), mType(kType_Double) {}
-U_Any::U_Any(const char* text) : mValue(std::string(text)), mType(kType_MBString) {}
-U_Any::U_Any(const std::string& text) : mValue(text), mType(kType_MBString) {}
-U_Any::U_Any(const U_UTF16String& text) : mValue(text), mType(kType_String) {}
-U_Any::U_Any(U_UTF16String&& text) : mValue(std::move(text)), mType(kType_String) {}
-U_Any::U_Any(const boost::any& value) : mValue(value), mType(InferredType()) {}
+U_Any::U_Any(const char* text) : U_Any(std::string(text), kType_MBString) {}
+U_Any::U_Any(const std::string& text) : U_Any(text, kType_MBString) {}
+U_Any::U_Any(const U_UTF16String& text) : U_Any(text, kType_String) {}
+U_Any::U_Any(U_UTF16String&& text) : U_Any(std::move(text), kType_String) {}
+
+U_Any::U_Any(const boost::any& value) : U_Any()
+{
+    if (const bool* held = boost::any_cast<bool>(&value))
+        *this = U_Any(*held);
+    else if (const int* number = boost::any_cast<int>(&value))
+        *this = U_Any(*number);
+    else if (const U_i64* integer = boost::any_cast<U_i64>(&value))
+        *this = U_Any(*integer);
+    else if (const double* real = boost::any_cast<double>(&value))
+        *this = U_Any(*real);
+    else
+        *this = U_Any(value, kType_None);
+    mType = InferredType();
+}
 
 U_Any::TypeEnum U_Any::InferredType() const
 {
+    if (mHeld != kAny)
+        return mHeld == kDouble ? kType_Double : mHeld == kInt64 ? kType_Int : kType_Bool;
     for (const KnownType& known : kKnownTypes)
     {
         if (mValue.type() == known.mHeld)
@@ -116,15 +124,14 @@ U_Any::TypeEnum U_Any::GetType() const
     return inferred;
 }
 
-U_i64 U_Any::GetAs_int() const
+U_i64 U_Any::ConvertedToInt() const
 {
     switch (GetType())
     {
     case kType_Bool:
-        return HeldBool(mValue);
     case kType_Int:
     case kType_Enum:
-        return HeldInteger(mValue);
+        return HoldsInteger() ? mInteger : HeldInteger(mValue);
     case kType_Double:
         return Truncated(GetAs_double());
     case kType_String:
@@ -154,7 +161,7 @@ double U_Any::GetAs_double() const
     case kType_Enum:
         return static_cast<double>(GetAs_int());
     case kType_Double:
-        return boost::any_cast<const double&>(mValue);
+        return mHeld == kDouble ? mDouble : boost::any_cast<const double&>(mValue);
     case kType_String:
     case kType_MBString:
         return DoubleInText(GetAs_Str());
@@ -173,7 +180,11 @@ U_UTF16String U_Any::GetAs_Str() const
     case kType_Enum:
         return U_AsciiToUTF16String(std::to_string(GetAs_int()).c_str());
     case kType_Double:
-        return DoubleAsText(GetAs_double());
+    {
+        char digits[kDoubleRoom];
+        const std::string_view text = DoubleAsText(GetAs_double(), digits);
+        return U_UTF16String(text.begin(), text.end());
+    }
     case kType_String:
         return boost::any_cast<const U_UTF16String&>(mValue);
     case kType_MBString:
@@ -192,33 +203,41 @@ std::string U_Any::GetAs_MBStr() const
 
 U_UTF16String U_Any::GetAs_JSON() const
 {
-    U_UTF16String json;
-    AppendJSON(&json);
-    return json;
+    Up_JSONWriter writer;
+    WriteJSON(&writer);
+    return writer.TakeText();
 }
 
-void U_Any::AppendJSON(U_UTF16String* json) const
+void U_Any::WriteJSON(Up_JSONWriter* writer) const
 {
     switch (GetType())
     {
     case kType_Null:
-        AppendASCII("null", json);
+        writer->PutASCII("null");
         break;
     case kType_Bool:
-        AppendASCII(GetAs_bool() ? "true" : "false", json);
+        writer->PutASCII(GetAs_bool() ? "true" : "false");
         break;
     case kType_Int:
     case kType_Enum:
-        AppendASCII(std::to_string(GetAs_int()), json);
+    {
+        char digits[std::numeric_limits<U_i64>::digits10 + 2];
+        const char* const end =
+            std::to_chars(std::begin(digits), std::end(digits), GetAs_int()).ptr;
+        writer->PutASCII({digits, static_cast<std::size_t>(end - digits)});
         break;
+    }
     case kType_Double:
-        *json += GetAs_Str();
+    {
+        char digits[kDoubleRoom];
+        writer->PutASCII(DoubleAsText(GetAs_double(), digits));
         break;
+    }
     case kType_String:
-        AppendJSONString(boost::any_cast<const U_UTF16String&>(mValue), json);
+        writer->PutString(boost::any_cast<const U_UTF16String&>(mValue));
         break;
     case kType_MBString:
-        AppendJSONString(GetAs_Str(), json);
+        writer->PutString(GetAs_Str());
         break;
     default:
         break;
@@ -246,8 +265,9 @@ bool U_Any::IsNumeric() const
 
 void U_Any::SetFrom_JSON(const U_UTF16String& json)
 {
-    mValue = ReadJSONString(json.data(), json.data() + json.size());
-    mType = kType_String;
+    U_UTF16String text;
+    ReadJSONString(json.data(), json.data() + json.size(), &text);
+    *this = U_Any(std::move(text));
 }
 
 boost::optional<boost::any> U_AnyTranslator::get_value(const U_Any& value)

@@ -117,11 +117,13 @@ U_AnyTree& U_AnyTreeWrapper::Append(const U_UTF16String& key)
     return mTree->back().second;
 }
 
-// Appends a node with the contents of `tree`, which is empty afterwards.
-void U_AnyTreeWrapper::AppendTree(const U_UTF16String& key, U_AnyTree& tree)
+// Appends a node of kType_Tree with the value of a new tree.
+U_AnyTree& U_AnyTreeWrapper::AppendTree(const U_UTF16String& key)
 {
-    Append(key).swap(tree);
-    mTree->back().second.data().mType = U_Any::kType_Tree;
+    U_AnyTree& tree = Append(key);
+    tree.data() = U_Any();
+    tree.data().mType = U_Any::kType_Tree;
+    return tree;
 }
 
 // Erases all other children with the key of the last child. A child is erased after its
@@ -160,7 +162,8 @@ void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any value)
 void U_AnyTreeWrapper::push_back(const U_UTF16String& key, const U_AnyTree& tree)
 {
     U_AnyTree copy(tree);
-    AppendTree(key, copy);
+    copy.data().mType = U_Any::kType_Tree;
+    Append(key).swap(copy);
 }
 
 void U_AnyTreeWrapper::push_back(const U_UTF16String& key, const U_Any& value)

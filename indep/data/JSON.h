@@ -3,28 +3,78 @@
 #ifndef INDEP_DATA_JSON_H
 #define INDEP_DATA_JSON_H
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "U_AnyTree.h"
 #include "U_Types.h"
 
-inline void AppendASCII(std::string_view ascii, U_UTF16String* text)
-{
-    text->append(ascii.begin(), ascii.end());
-}
-
 // Return the number at the start of a text, 0 if there is none. As integers "TRUE" and "true"
 // are 1.
-U_i64 IntegerInText(const U_UTF16String& text);
-double DoubleInText(const U_UTF16String& text);
+U_i64 IntegerInText(const U_u16* first, const U_u16* last);
+double DoubleInText(const U_u16* first, const U_u16* last);
 
-// Returns the text of the JSON string literal from `first` to `last`.
+inline U_i64 IntegerInText(const U_UTF16String& text)
+{
+    return IntegerInText(text.data(), text.data() + text.size());
+}
+inline double DoubleInText(const U_UTF16String& text)
+{
+    return DoubleInText(text.data(), text.data() + text.size());
+}
+
+// Reads a number that is all of a text and has digits, "-" and "." alone, as most have. Returns
+// false for any other text.
+bool ReadUsualNumber(const U_u16* first, const U_u16* last, U_Any* number);
+
+// Sets `text` to the text of the JSON string literal from `first` to `last`.
 //
 // Throws: boost::bad_any_cast for any other text.
-U_UTF16String ReadJSONString(const U_u16* first, const U_u16* last);
+void ReadJSONString(const U_u16* first, const U_u16* last, U_UTF16String* text);
 
-// Appends the JSON string literal of a text. Half of a surrogate pair becomes U+FFFD.
-void AppendJSONString(const U_UTF16String& text, U_UTF16String* json);
+// Writes JSON at the end of one text. The text has room ahead of its end, so that most units are
+// written without a call.
+class Up_JSONWriter
+{
+public:
+    // Writes a tree between two brackets.
+    void WriteTree(const U_AnyTree& tree, char open, char close);
+
+    void Put(char character)
+    {
+        *MakeRoom(1) = static_cast<U_u16>(character);
+        ++mLength;
+    }
+
+    void PutASCII(std::string_view text)
+    {
+        std::copy(text.begin(), text.end(), MakeRoom(text.size()));
+        mLength += text.size();
+    }
+
+    // Writes the string literal of a text. Half of a surrogate pair becomes U+FFFD.
+    void PutString(const U_UTF16String& text);
+
+    // Returns the text and has none afterwards.
+    U_UTF16String TakeText();
+
+private:
+    void WriteNode(const U_AnyTree& node);
+    void Grow(std::size_t units);
+
+    // Returns the end of the text, with room for the units.
+    U_u16* MakeRoom(std::size_t units)
+    {
+        if (mText.size() - mLength < units)
+            Grow(units);
+        return &mText[mLength];
+    }
+
+    U_UTF16String mText;
+    std::size_t mLength = 0; // the units written
+};
 
 // Reads the members of a tree with one cursor over the text.
 class Up_JSONReader
@@ -45,22 +95,35 @@ private:
         Place mLast;
     };
 
-    // Finds the next of a few characters. The start of a search is never before that of an
+    // Finds the next of a few ASCII characters. The start of a search is never before that of an
     // earlier one, so that all searches together read the text once.
     class Mark
     {
     public:
-        explicit Mark(const char* characters) : mCharacters(characters) {}
+        explicit Mark(std::string_view characters);
         Place FindFrom(Place from, Place end);
+        void SetFound(Place found) { mFound = found; }
 
     private:
-        const char* mCharacters;
+        bool mIsMark[128] = {};
         Place mFound = nullptr;
     };
 
-    bool ReadMember(U_AnyTreeWrapper tree, bool asArray);
-    void ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key);
-    bool ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, bool asArray);
+    // Some bits of the hashes of a level's keys. Most new keys of a large level are recognised
+    // without a search of the tree's index.
+    class KeyFilter
+    {
+    public:
+        // Returns false if the tree has no child with the key, and adds the key.
+        bool MayHave(const U_AnyTree& tree, const U_UTF16String& key);
+
+    private:
+        std::vector<bool> mBits; // none while the level is small
+    };
+
+    bool ReadMember(U_AnyTreeWrapper tree, bool asArray, KeyFilter* keys);
+    void ReadNested(U_AnyTreeWrapper tree, KeyFilter* keys);
+    bool ReadPlain(U_AnyTreeWrapper tree, bool asArray, KeyFilter* keys);
 
     bool IsAt(U_u16 unit) const { return mNext != mEnd && *mNext == unit; }
     bool IsAtBracket() const { return IsAt('{') || IsAt('['); }
@@ -74,6 +137,7 @@ private:
 
     Place mNext;
     const Place mEnd;
+    U_UTF16String mKey; // of the member that is read
     unsigned int mDepth = 1;
     Mark mKeyEnd{":,}]"};
     Mark mTokenEnd{",}]"};

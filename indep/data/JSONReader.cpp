@@ -1,7 +1,7 @@
 #include "indep/data/JSON.h"
 
 #include <algorithm>
-#include <cstring>
+#include <functional>
 #include <utility>
 
 namespace
@@ -23,6 +23,12 @@ const U_u16* EndOfQuoted(const U_u16* at, const U_u16* end)
     }
     return end;
 }
+
+std::size_t HashOf(const U_UTF16String& key)
+{
+    const char* const bytes = reinterpret_cast<const char*>(key.data());
+    return std::hash<std::string_view>()({bytes, key.size() * sizeof(U_u16)});
+}
 } // namespace
 
 Up_JSONReader::Up_JSONReader(const U_UTF16String& json)
@@ -33,18 +39,37 @@ Up_JSONReader::Up_JSONReader(const U_UTF16String& json)
 void Up_JSONReader::ReadLevel(U_AnyTreeWrapper tree, bool asArray)
 {
     ++mNext; // any first character counts as the bracket
-    while (ReadMember(tree, asArray))
+    KeyFilter keys;
+    while (ReadMember(tree, asArray, &keys))
     {
     }
 }
 
+bool Up_JSONReader::KeyFilter::MayHave(const U_AnyTree& tree, const U_UTF16String& key)
+{
+    const std::size_t kSmallLevel = 1000; // the index of a smaller level stays in the caches
+    const std::size_t kLeastBits = 16;    // for each child, so that few new keys need a search
+    if (tree.size() < kSmallLevel)
+        return true;
+    if (mBits.size() < kLeastBits * tree.size())
+    {
+        mBits.assign(4 * kLeastBits * tree.size(), false);
+        for (const auto& child : tree)
+            mBits[HashOf(child.first) % mBits.size()] = true;
+    }
+    std::vector<bool>::reference bit = mBits[HashOf(key) % mBits.size()];
+    const bool wasSet = bit;
+    bit = true;
+    return wasSet;
+}
+
 // Returns true if the level may have another member.
-bool Up_JSONReader::ReadMember(U_AnyTreeWrapper tree, bool asArray)
+bool Up_JSONReader::ReadMember(U_AnyTreeWrapper tree, bool asArray, KeyFilter* keys)
 {
     SkipBlanks();
     if (mNext == mEnd)
         return false;
-    U_UTF16String key;
+    mKey.clear();
     if (!IsAtBracket()) // a bracket begins no key
     {
         const Range text = TakeKey();
@@ -55,34 +80,44 @@ bool Up_JSONReader::ReadMember(U_AnyTreeWrapper tree, bool asArray)
             return false;
         }
         if (isNamed)
-            key = ReadJSONString(text.mFirst, text.mLast);
-        if (isNamed && key.empty())
+            ReadJSONString(text.mFirst, text.mLast, &mKey);
+        if (isNamed && mKey.empty())
             return false;
         SkipBlanks();
     }
     if (!IsAtBracket())
-        return ReadPlain(tree, key, asArray);
-    ReadNested(tree, key);
+        return ReadPlain(tree, asArray, keys);
+    ReadNested(tree, keys);
     return true;
 }
 
-void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, const U_UTF16String& key)
+// Reads a value in brackets as the last child of a tree, which has no such child after an
+// exception.
+void Up_JSONReader::ReadNested(U_AnyTreeWrapper tree, KeyFilter* keys)
 {
     if (mDepth == U_MostJSONDepth)
         boost::throw_exception(
             boost::property_tree::ptree_error("JSON text is nested more than 1000 levels deep"));
     static_assert(U_MostJSONDepth == 1000, "the text above has this number");
     ++mDepth;
-    U_AnyTree nested;
-    ReadLevel(U_AnyTreeWrapper(nested), IsAt('['));
+    const bool mayReplace = !mKey.empty() && keys->MayHave(*tree.mTree, mKey);
+    U_AnyTree& nested = tree.AppendTree(mKey);
+    try
+    {
+        ReadLevel(U_AnyTreeWrapper(nested), IsAt('['));
+    }
+    catch (...)
+    {
+        tree.mTree->pop_back();
+        throw;
+    }
     --mDepth;
-    tree.AppendTree(key, nested);
-    if (!key.empty())
+    if (mayReplace)
         tree.EraseNamesakesOfLast();
 }
 
 // Reads a value without brackets. Returns true if the level may have another member.
-bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, bool asArray)
+bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, bool asArray, KeyFilter* keys)
 {
     const Range text = {mNext, mTokenEnd.FindFrom(EndOfHead(), mEnd)};
     mNext = text.mLast;
@@ -96,8 +131,10 @@ bool Up_JSONReader::ReadPlain(U_AnyTreeWrapper tree, const U_UTF16String& key, b
         U_Any value = ValueOf(text);
         if (asArray)
             tree.Append(U_UTF16String()).data() = std::move(value);
+        else if (keys->MayHave(*tree.mTree, mKey))
+            tree.PutValue(mKey, std::move(value));
         else
-            tree.PutValue(key, std::move(value));
+            tree.Append(mKey).data() = std::move(value);
     }
     return !isLast;
 }
@@ -111,11 +148,16 @@ U_Any Up_JSONReader::ValueOf(const Range& text)
     if (first == '"')
     {
         const Range literal = Trimmed(text);
-        return ReadJSONString(literal.mFirst, literal.mLast);
+        U_UTF16String unquoted;
+        ReadJSONString(literal.mFirst, literal.mLast, &unquoted);
+        return unquoted;
     }
-    const U_UTF16String word(text.mFirst, text.mLast);
-    const bool isDouble = word.find('.') != U_UTF16String::npos;
-    return isDouble ? U_Any(DoubleInText(word)) : U_Any(IntegerInText(word));
+    U_Any number;
+    if (ReadUsualNumber(text.mFirst, text.mLast, &number))
+        return number;
+    if (std::find(text.mFirst, text.mLast, '.') != text.mLast)
+        return DoubleInText(text.mFirst, text.mLast);
+    return IntegerInText(text.mFirst, text.mLast);
 }
 
 // Takes the text before a colon, without blanks around it, and the colon. Returns an empty range
@@ -124,7 +166,10 @@ Up_JSONReader::Range Up_JSONReader::TakeKey()
 {
     const Place colon = mKeyEnd.FindFrom(EndOfHead(), mEnd);
     if (colon == mEnd || *colon != ':')
+    {
+        mTokenEnd.SetFound(colon);
         return {mNext, mNext};
+    }
     const Range key = {mNext, colon};
     mNext = colon + 1;
     return Trimmed(key);
@@ -169,9 +214,16 @@ Up_JSONReader::Range Up_JSONReader::Trimmed(Range text)
     return text;
 }
 
+Up_JSONReader::Mark::Mark(std::string_view characters)
+{
+    for (const char character : characters)
+        mIsMark[static_cast<unsigned char>(character)] = true;
+}
+
 Up_JSONReader::Place Up_JSONReader::Mark::FindFrom(Place from, Place end)
 {
     if (!mFound || mFound < from)
-        mFound = std::find_first_of(from, end, mCharacters, mCharacters + std::strlen(mCharacters));
+        mFound = std::find_if(
+            from, end, [this](U_u16 unit) { return unit < sizeof(mIsMark) && mIsMark[unit]; });
     return mFound;
 }

@@ -3,7 +3,11 @@
 #include "indep/data/JSON.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <cstring>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <boost/any.hpp>
@@ -36,7 +40,7 @@ U_u16 Unescaped(U_u16 escape)
     return found ? static_cast<U_u16>(kUnits[found - kEscapes]) : U_u16(0);
 }
 
-// Reads a literal of plain units and short escapes, as most are, without a conversion to UTF-8.
+// Appends a literal of plain units and short escapes, as most are, without a conversion to UTF-8.
 // Returns false for any other text.
 bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text)
 {
@@ -60,9 +64,44 @@ bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text
     return true;
 }
 
-template <std::size_t size> bool Reads(const U_UTF16String& text, const char (&word)[size])
+bool Reads(const U_u16* first, const U_u16* last, std::string_view word)
 {
-    return std::equal(text.begin(), text.end(), word, word + size - 1);
+    return std::equal(first, last, word.begin(), word.end());
+}
+
+// Reads a number that is all of a text and within the range of its type.
+template <class Number> bool ReadWhole(const char* first, const char* last, U_Any* number)
+{
+    Number value = 0;
+    const std::from_chars_result result = std::from_chars(first, last, value);
+    if (result.ec != std::errc() || result.ptr != last)
+        return false;
+    *number = value;
+    return true;
+}
+
+// Returns the character of a short escape after its backslash, 0 if the unit has no short escape
+// that is always used.
+char EscapeOf(U_u16 unit)
+{
+    switch (unit)
+    {
+    case kQuote:
+    case '\\':
+        return static_cast<char>(unit);
+    case '\b':
+        return 'b';
+    case '\f':
+        return 'f';
+    case '\n':
+        return 'n';
+    case '\r':
+        return 'r';
+    case '\t':
+        return 't';
+    default:
+        return 0;
+    }
 }
 
 void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
@@ -71,7 +110,8 @@ void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
     {
         text->append(level, '\t');
         *text += key;
-        AppendASCII(": ", text);
+        text->push_back(':');
+        text->push_back(' ');
         *text += child.data().GetAs_Str();
         text->push_back('\n');
         AppendLines(child, level + 1, text);
@@ -79,88 +119,128 @@ void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
 }
 } // namespace
 
-// Writes a tree as JSON into one text.
-class Up_JSONWriter
+void Up_JSONWriter::WriteTree(const U_AnyTree& tree, char open, char close)
 {
-public:
-    U_UTF16String& WriteTree(const U_AnyTree& tree, char open, char close)
+    Put(open);
+    bool isFirst = true;
+    for (const auto& [key, child] : tree)
     {
-        mJSON.push_back(static_cast<U_u16>(open));
-        bool isFirst = true;
-        for (const auto& [key, child] : tree)
+        if (!isFirst)
+            Put(',');
+        isFirst = false;
+        if (!key.empty())
         {
-            if (!isFirst)
-                mJSON.push_back(',');
-            isFirst = false;
-            if (!key.empty())
-            {
-                AppendJSONString(key, &mJSON);
-                mJSON.push_back(':');
-            }
-            WriteNode(child);
+            PutString(key);
+            Put(':');
         }
-        mJSON.push_back(static_cast<U_u16>(close));
-        return mJSON;
+        WriteNode(child);
     }
+    Put(close);
+}
 
-private:
-    void WriteNode(const U_AnyTree& node)
-    {
-        if (node.data().GetType() != U_Any::kType_Tree)
-            node.data().AppendJSON(&mJSON);
-        else if (node.empty())
-            AppendASCII("null", &mJSON);
-        else if (U_AnyTreeWrapper(node).is_array())
-            WriteTree(node, '[', ']');
-        else
-            WriteTree(node, '{', '}');
-    }
-
-    U_UTF16String mJSON;
-};
-
-U_i64 IntegerInText(const U_UTF16String& text)
+void Up_JSONWriter::WriteNode(const U_AnyTree& node)
 {
-    if (Reads(text, "TRUE") || Reads(text, "true"))
+    if (node.data().GetType() != U_Any::kType_Tree)
+        node.data().WriteJSON(this);
+    else if (node.empty())
+        PutASCII("null");
+    else if (U_AnyTreeWrapper(node).is_array())
+        WriteTree(node, '[', ']');
+    else
+        WriteTree(node, '{', '}');
+}
+
+void Up_JSONWriter::PutString(const U_UTF16String& text)
+{
+    // Surrogates, which may be alone, and control characters without a short escape are left to
+    // the base library.
+    U_u16* out = MakeRoom(2 * text.size() + 2);
+    *out++ = kQuote;
+    for (const U_u16 unit : text)
+    {
+        if (!IsPlain(unit))
+        {
+            const char escape = EscapeOf(unit);
+            if (!escape)
+            {
+                const U_UTF16String literal =
+                    krobase::serialization::GetJSONString(U_UTF16To8String(text), false);
+                std::copy(literal.begin(), literal.end(), MakeRoom(literal.size()));
+                mLength += literal.size();
+                return;
+            }
+            *out++ = '\\';
+            *out++ = static_cast<U_u16>(escape);
+            continue;
+        }
+        *out++ = unit;
+    }
+    *out++ = kQuote;
+    mLength = static_cast<std::size_t>(out - mText.data());
+}
+
+void Up_JSONWriter::Grow(std::size_t units)
+{
+    mText.resize(std::max({mLength + units, 2 * mText.size(), mText.capacity()}));
+}
+
+U_UTF16String Up_JSONWriter::TakeText()
+{
+    mText.resize(mLength);
+    mLength = 0;
+    return std::move(mText);
+}
+
+U_i64 IntegerInText(const U_u16* first, const U_u16* last)
+{
+    if (Reads(first, last, "TRUE") || Reads(first, last, "true"))
         return 1;
-    if (Reads(text, "FALSE") || Reads(text, "false"))
+    if (Reads(first, last, "FALSE") || Reads(first, last, "false"))
         return 0;
     U_i64 value = 0;
-    krobase::utility::StringToNumber(value, text, kReadFlags);
+    krobase::utility::StringToNumber(value, first, last, kReadFlags);
     return value;
 }
 
-double DoubleInText(const U_UTF16String& text)
+double DoubleInText(const U_u16* first, const U_u16* last)
 {
     double value = 0;
-    krobase::utility::StringToNumber(value, text, kReadFlags);
+    krobase::utility::StringToNumber(value, first, last, kReadFlags);
     return value;
 }
 
-U_UTF16String ReadJSONString(const U_u16* first, const U_u16* last)
+bool ReadUsualNumber(const U_u16* first, const U_u16* last, U_Any* number)
 {
-    U_UTF16String text;
-    if (ReadShortLiteral(first, last, &text))
-        return text;
-    const auto parsed = krobase::serialization::JSONParse(U_UTF16String(first, last));
-    return U_UTF8To16String(boost::any_cast<const U_UTF8String&>(*parsed));
+    char digits[32];
+    if (last - first > std::ptrdiff_t(sizeof(digits)))
+        return false;
+    char* end = digits;
+    bool isDouble = false;
+    for (; first != last; ++first)
+    {
+        if (*first < '-' || *first > '9' || *first == '/') // the others are digits, "-" and "."
+            return false;
+        isDouble = isDouble || *first == '.';
+        *end++ = static_cast<char>(*first);
+    }
+    return isDouble ? ReadWhole<double>(digits, end, number)
+                    : ReadWhole<U_i64>(digits, end, number);
 }
 
-void AppendJSONString(const U_UTF16String& text, U_UTF16String* json)
+void ReadJSONString(const U_u16* first, const U_u16* last, U_UTF16String* text)
 {
-    if (!std::all_of(text.begin(), text.end(), &IsPlain))
-    {
-        *json += krobase::serialization::GetJSONString(U_UTF16To8String(text), false);
+    text->clear();
+    if (ReadShortLiteral(first, last, text))
         return;
-    }
-    json->push_back(kQuote);
-    *json += text;
-    json->push_back(kQuote);
+    const auto parsed = krobase::serialization::JSONParse(U_UTF16String(first, last));
+    *text = U_UTF8To16String(boost::any_cast<const U_UTF8String&>(*parsed));
 }
 
 U_UTF16String U_AnyTreeWrapper::GetAs_JSON() const
 {
-    return std::move(Up_JSONWriter().WriteTree(*mTree, '{', '}'));
+    Up_JSONWriter writer;
+    writer.WriteTree(*mTree, '{', '}');
+    return writer.TakeText();
 }
 
 U_UTF16String U_AnyTreeWrapper::GetAs_Str() const

@@ -75,6 +75,13 @@ PLATFORM_EXPORT UTF16String NumberToString(double value, std::size_t integerDigi
 PLATFORM_EXPORT void StringToNumber(long long& target, const UTF16String& text, unsigned int flags);
 PLATFORM_EXPORT void StringToNumber(double& target, const UTF16String& text, unsigned int flags);
 
+// The same for the text from `first` to `last`. Allocate nothing for a number of up to 64
+// characters.
+PLATFORM_EXPORT void StringToNumber(long long& target, const unsigned short* first,
+                                    const unsigned short* last, unsigned int flags);
+PLATFORM_EXPORT void StringToNumber(double& target, const unsigned short* first,
+                                    const unsigned short* last, unsigned int flags);
+
 // Replace each "." and "," by the user's decimal mark and thousands mark, and back.
 PLATFORM_EXPORT void InternationalizeNum(UTF16String& text);
 PLATFORM_EXPORT void DeInternationalizeNum(UTF16String& text);

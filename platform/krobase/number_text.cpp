@@ -17,7 +17,7 @@ namespace utility
 namespace
 {
 const char kWhiteSpace[] = " \t\n\v\f\r";
-const char kNumberCharacters[] = "0123456789+-eE"; // and the decimal mark
+const char kNumberSigns[] = "+-eE"; // besides digits and the decimal mark
 
 // Returns whether the unit is one of the characters.
 bool IsOneOf(unsigned int unit, const char* characters)
@@ -117,31 +117,60 @@ long long Clamped(double value)
                                                        : static_cast<long long>(value);
 }
 
-// Returns the head of the text that can be part of a number, as narrow text with the mark ".".
-std::string NumberHead(const UTF16String& text, unsigned int flags)
+// The head of a text that can be part of a number, as narrow text with the mark ".". Numbers of
+// usual length are in place.
+class NumberHead
 {
-    const bool isMarked = !(flags & kReadNoLocaleMarks);
-    const NumberMarks marks = isMarked ? UserNumberMarks() : kPlainNumberMarks;
-    std::string head;
-    std::size_t position = 0;
-    while (position < text.size() && IsOneOf(text[position], kWhiteSpace))
-        ++position;
-    bool inInteger = isMarked;
-    for (; position < text.size(); ++position)
+public:
+    NumberHead(const unsigned short* at, const unsigned short* last, unsigned int flags)
     {
-        const unsigned short unit = text[position];
-        const bool isDecimalMark = unit == marks.mDecimal;
-        const bool isThousandsMark = !isDecimalMark && unit == marks.mThousands && !head.empty() &&
-                                     IsDigit(static_cast<unsigned char>(head.back()));
-        if (inInteger && isThousandsMark)
-            continue;
-        if (!isDecimalMark && !IsOneOf(unit, kNumberCharacters))
-            break;
-        inInteger = inInteger && !isDecimalMark && unit != 'e' && unit != 'E';
-        head += isDecimalMark ? '.' : static_cast<char>(unit);
+        const bool isMarked = !(flags & kReadNoLocaleMarks);
+        const NumberMarks marks = isMarked ? UserNumberMarks() : kPlainNumberMarks;
+        while (at != last && IsOneOf(*at, kWhiteSpace))
+            ++at;
+        bool inInteger = isMarked;
+        for (; at != last; ++at)
+        {
+            const unsigned short unit = *at;
+            if (IsDigit(unit))
+            {
+                Put(static_cast<char>(unit));
+                continue;
+            }
+            const bool isDecimalMark = unit == marks.mDecimal;
+            if (inInteger && !isDecimalMark && unit == marks.mThousands && EndsInDigit())
+                continue;
+            if (!isDecimalMark && !IsOneOf(unit, kNumberSigns))
+                break;
+            inInteger = inInteger && !isDecimalMark && unit != 'e' && unit != 'E';
+            Put(isDecimalMark ? '.' : static_cast<char>(unit));
+        }
     }
-    return head;
-}
+
+    const char* Begin() const { return mLong.empty() ? mShort : mLong.data(); }
+    const char* End() const { return Begin() + mLength; }
+
+private:
+    bool EndsInDigit() const
+    {
+        return mLength && IsDigit(static_cast<unsigned char>(Begin()[mLength - 1]));
+    }
+
+    void Put(char character)
+    {
+        if (mLength == sizeof(mShort))
+            mLong.assign(mShort, mLength);
+        if (mLength < sizeof(mShort))
+            mShort[mLength] = character;
+        else
+            mLong += character;
+        ++mLength;
+    }
+
+    char mShort[64];
+    std::size_t mLength = 0;
+    std::string mLong; // empty while the head is in place
+};
 } // namespace
 
 NumberMarks UserNumberMarks()
@@ -176,26 +205,42 @@ bool ReadNumber(const char* first, const char* last, double* target)
     return ReadAt(start, last, target) != start;
 }
 
+void StringToNumber(double& target, const unsigned short* first, const unsigned short* last,
+                    unsigned int flags)
+{
+    const NumberHead head(first, last, flags);
+    ReadNumber(head.Begin(), head.End(), &target);
+}
+
+void StringToNumber(long long& target, const unsigned short* first, const unsigned short* last,
+                    unsigned int flags)
+{
+    const NumberHead head(first, last, flags);
+    const char* const start = NumberStart(head.Begin(), head.End());
+    // Digits alone are read exactly, where a double would round them.
+    long long whole = 0;
+    const std::from_chars_result digits = std::from_chars(start, head.End(), whole);
+    if (digits.ec == std::errc() && digits.ptr == head.End())
+    {
+        target = whole;
+        return;
+    }
+    double number = 0;
+    const char* const end = ReadAt(start, head.End(), &number);
+    if (end == start)
+        return;
+    const bool hasExponent = std::any_of(start, end, [](char c) { return c == 'e' || c == 'E'; });
+    target = digits.ec == std::errc() && !hasExponent ? whole : Clamped(number);
+}
+
 void StringToNumber(double& target, const UTF16String& text, unsigned int flags)
 {
-    const std::string head = NumberHead(text, flags);
-    ReadNumber(head.data(), head.data() + head.size(), &target);
+    StringToNumber(target, text.data(), text.data() + text.size(), flags);
 }
 
 void StringToNumber(long long& target, const UTF16String& text, unsigned int flags)
 {
-    const std::string head = NumberHead(text, flags);
-    const char* const last = head.data() + head.size();
-    const char* const start = NumberStart(head.data(), last);
-    double number = 0;
-    const char* const end = ReadAt(start, last, &number);
-    if (end == start)
-        return;
-    // Digits alone are read exactly, where a double would round them.
-    long long whole = 0;
-    const std::from_chars_result digits = std::from_chars(start, end, whole);
-    const bool hasExponent = std::any_of(start, end, [](char c) { return c == 'e' || c == 'E'; });
-    target = digits.ec == std::errc() && !hasExponent ? whole : Clamped(number);
+    StringToNumber(target, text.data(), text.data() + text.size(), flags);
 }
 } // namespace utility
 } // namespace krobase

@@ -11,7 +11,10 @@
 
 #include <gmock/gmock.h>
 
+#include <krobase/json.h>
+
 #include "U_AnyTree.h"
+#include "U_Encoding.h"
 #include "tests/data/Trees.h"
 
 namespace
@@ -247,6 +250,8 @@ TEST(Any, EachUnitSurvivesJSONButHalvesOfPairs)
         const U_UTF16String expected = {'a', static_cast<U_u16>(isHalf ? 0xFFFD : unit), 'b'};
         ASSERT_EQ(any.GetAs_Str(), expected) << unit;
         ASSERT_GE(*std::min_element(json.begin(), json.end()), 0x20) << unit;
+        ASSERT_EQ(json, krobase::serialization::GetJSONString(U_UTF16To8String(text), false))
+            << unit;
     }
 }
 
@@ -260,7 +265,17 @@ TEST(Any, IsClonedByACopyAndLeftWithoutAValueByAMove)
     U_Any assigned(7);
     assigned = std::move(moved);
     EXPECT_EQ(assigned.GetAs_Str(), Units(u"text"));
-    for (const U_Any* left : {&text, &moved})
+    U_Any number(2.5);
+    U_Any taken(std::move(number));
+    U_Any self(taken);
+    self = static_cast<const U_Any&>(self);
+    EXPECT_EQ(self.GetAs_double(), 2.5);
+    self = std::move(assigned); // a text in the place of a number, and back
+    EXPECT_EQ(self.GetAs_Str(), Units(u"text"));
+    self = taken;
+    EXPECT_EQ(self.GetAs_double(), 2.5);
+    EXPECT_EQ(taken.GetType(), U_Any::kType_Double);
+    for (const U_Any* left : {&text, &moved, &number, &assigned})
     {
         EXPECT_EQ(left->GetType(), U_Any::kType_None);
         EXPECT_EQ(left->GetAs_Str(), U_UTF16String());

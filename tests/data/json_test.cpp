@@ -23,6 +23,12 @@ U_UTF16String Repeated(std::u16string_view piece, std::size_t count)
     return text;
 }
 
+std::u16string Digits(int number)
+{
+    const std::string digits = std::to_string(number);
+    return std::u16string(digits.begin(), digits.end());
+}
+
 struct Row
 {
     std::u16string_view json;
@@ -81,6 +87,30 @@ TEST(JSON, LastOfTwoMembersCounts)
         {u"{\"a\":{\"x\":1},\"a\":3}", "a:i3(x:i1)", "{\"a\":3}"},
         {u"{\"a.b\":1,\"c\":2,\"a.b\":3}", "c:i2 a.b:i3", "{\"c\":2,\"a.b\":3}"},
     });
+}
+
+TEST(JSON, MembersOfALargeObjectReplaceEachOtherAsThoseOfASmallOne)
+{
+    const int kMembers = 1500;
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    for (int round = 0; round < 2; ++round)
+    {
+        std::u16string json = u"{";
+        for (int i = 0; i < 2 * kMembers; ++i) // each key twice
+            json += u"\"k" + Digits(i % kMembers) + u"\":" + Digits(i + round) + u",";
+        json += u"\"k7\":{\"a\":1},\"k8\":[1],\"d.e\":1,\"d.e\":2}";
+        wrapper.SetFrom_JSON(Units(json));
+
+        std::string expected;
+        for (int i = 0; i < kMembers; ++i)
+        {
+            if (i != 7 && i != 8)
+                expected +=
+                    "k" + std::to_string(i) + ":i" + std::to_string(i + kMembers + round) + " ";
+        }
+        EXPECT_EQ(Describe(tree), expected + "k7:t(a:i1) k8:t(:i1) d.e:i2") << round;
+    }
 }
 
 TEST(JSON, ReadsForgivingly)

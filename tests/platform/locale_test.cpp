@@ -1,7 +1,10 @@
 // Numbers, messages and dates as text, in the user's locale.
 
+#include <cmath>
+#include <cstdio>
 #include <functional>
 #include <limits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -82,6 +85,25 @@ TEST_F(Format, NumbersAreWritten)
         EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1.234.567,2")) << id;
     }
     EXPECT_EQ(NumberToString(1234567.25, 1, 1, 9, 31), Units(u"1,234,567.2"));
+}
+
+TEST_F(Format, DecimalsAreThoseOfTheCLibrary)
+{
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 200000; ++i)
+    {
+        // Of all sizes, with few decimals and with all.
+        double value =
+            std::ldexp(static_cast<double>(random() >> 11), static_cast<int>(i % 80) - 80);
+        const int most = static_cast<int>(random() % 12);
+        if (i % 2)
+            value = std::round(value * 1000) / 1000;
+        char expected[64];
+        std::snprintf(expected, sizeof(expected), "%.*f", most, value);
+        ASSERT_EQ(Narrow(NumberToString(value, 1, static_cast<std::size_t>(most), 1, 400)),
+                  expected)
+            << value;
+    }
 }
 
 TEST_F(Format, NumbersAreRead)

@@ -17,11 +17,20 @@ def any_value(value):
     kind = re.sub(r"^.*::", "", str(value["mType"]))
     if not re.fullmatch(r"kType_\w+", kind):
         raise Unreadable(f"the kind {int(value['mType'])}")
+    held_type = re.sub(r"^.*::", "", str(value["mHeld"]))
     holder = value["mValue"]["content"]
-    if not int(holder):
+    if held_type == "kAny" and not int(holder):
         return kind + ", no value"
     if kind == "kType_Tree":
         return kind  # its value has no meaning
+    if held_type == "kBool":
+        return f"{kind} {'true' if int(value['mInteger']) else 'false'}"
+    if held_type in ("kInt", "kInt64"):
+        return f"{kind} {int(value['mInteger'])}"
+    if held_type == "kDouble":
+        return f"{kind} {value['mDouble'].format_string()}"
+    if held_type != "kAny":
+        raise Unreadable(f"the held type {int(value['mHeld'])}")
     word(int(holder))
     held = holder.cast(holder.dynamic_type).dereference()
     if not gdb.types.has_field(held.type, "held"):
