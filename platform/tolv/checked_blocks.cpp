@@ -5,6 +5,8 @@
 
 #include <platform/base/memory_tools.h>
 
+#include "private/checked_cells.h"
+#include "private/own_pages.h"
 #include "private/thread_record.h"
 
 namespace tolv
@@ -92,7 +94,7 @@ std::size_t VerifyFront(void** slot, const BlockRecord& record)
         header.mGuard == kFrontGuard)
         return 0;
     WriteHeader(slot, record);
-    ReportFault("bytes before the block were overwritten", BytesOf(record), &record);
+    ReportFault("bytes before the block were overwritten", CallersBytes(record), &record);
     return 1;
 }
 
@@ -102,7 +104,7 @@ std::size_t VerifyOwnerHeader(const BlockRecord& record)
         std::memcmp(BytesOf(record), record.mOwnerHeader, kOwnerBytes) == 0)
         return 0;
     std::memcpy(BytesOf(record), record.mOwnerHeader, kOwnerBytes);
-    ReportFault("bytes before the block were overwritten", BytesOf(record), &record);
+    ReportFault("bytes before the block were overwritten", CallersBytes(record), &record);
     return 1;
 }
 
@@ -112,7 +114,7 @@ std::size_t VerifyTail(const BlockRecord& record)
     if (IsAll(tail, kTailBytes, kTailGuard))
         return 0;
     WriteTail(record);
-    ReportFault("bytes after the end of the block were overwritten", BytesOf(record), &record);
+    ReportFault("bytes after the end of the block were overwritten", CallersBytes(record), &record);
     return 1;
 }
 
@@ -129,8 +131,24 @@ std::size_t VerifyFreed(void** slot, const BlockRecord& record)
     VisitFilled(record, [](unsigned char* first, std::size_t count) {
         std::memset(first, kFreedFill, count);
     });
-    ReportFault("the block was written after it was freed", BytesOf(record), &record);
+    ReportFault("the block was written after it was freed", CallersBytes(record), &record);
     return faults + 1;
+}
+
+// The bytes of memory that a checked block of the size takes.
+std::size_t MemoryOf(std::size_t size)
+{
+    return sizeof(BlockHeader) + size + kTailBytes;
+}
+
+// Frees the memory of a checked block. The C library has allocated the memory if a checker watches
+// the process.
+void FreeMemory(CellCache* cells, const BlockRecord& record)
+{
+    if (sHasChecker)
+        std::free(record.mHeader);
+    else
+        FreeCell(cells, record.mHeader, MemoryOf(record.mSize));
 }
 
 // The record of a slot that may have been no checked block.
@@ -182,6 +200,8 @@ private:
 class ThreadChecks
 {
 public:
+    CellCache mCells;
+
     // Returns whether the stacks of the next block are kept.
     bool SelectsBlock()
     {
@@ -216,7 +236,7 @@ private:
         mBytes -= record->mSize;
         VerifyFreed(slot, *record);
         record->mState = kFreed;
-        std::free(record->mHeader);
+        FreeMemory(&mCells, *record);
         if (record->mKind == kHandle || record->mKind == kHogHandle)
             KeepSlot(thread, slot, record, &mHandles, kMostSlotsOfHandles);
         else
@@ -248,8 +268,15 @@ namespace
 ThreadChecks* ChecksOf(ThreadRecord* thread)
 {
     if (thread && !thread->mChecks)
-        thread->mChecks = static_cast<ThreadChecks*>(std::calloc(1, sizeof(ThreadChecks)));
+        thread->mChecks = static_cast<ThreadChecks*>(NewForever(sizeof(ThreadChecks)));
     return thread ? thread->mChecks : nullptr;
+}
+
+// Returns null for a thread without checks.
+CellCache* CellsOf(ThreadRecord* thread)
+{
+    ThreadChecks* const checks = ChecksOf(thread);
+    return checks ? &checks->mCells : nullptr;
 }
 } // namespace
 
@@ -268,15 +295,24 @@ bool MayCheck(void** slot)
         return true;
     BlockRecord* none = nullptr;
     BlockRecord* const records =
-        static_cast<BlockRecord*>(std::calloc(kSlotsPerSlab, sizeof(BlockRecord)));
+        static_cast<BlockRecord*>(NewPages(kSlotsPerSlab * sizeof(BlockRecord)));
     if (records && !slab->mRecords.compare_exchange_strong(none, records))
-        std::free(records); // another thread was first
+        FreePages(records); // another thread was first
     return slab->mRecords.load(std::memory_order_acquire) != nullptr;
 }
 
-std::size_t BytesOfChecked(std::size_t size)
+void* NewCheckedMemory(ThreadRecord* thread, std::size_t size)
 {
-    return size + kTailBytes;
+    const std::size_t bytes = MemoryOf(size);
+    return sHasChecker ? std::malloc(bytes) : NewCell(CellsOf(thread), bytes);
+}
+
+void* ResizeCheckedMemory(ThreadRecord* thread, const BlockRecord& record, std::size_t size)
+{
+    const std::size_t bytes = MemoryOf(size);
+    if (sHasChecker)
+        return std::realloc(record.mHeader, bytes);
+    return ResizeCell(CellsOf(thread), record.mHeader, MemoryOf(record.mSize), bytes);
 }
 
 void BeginCheck(ThreadRecord* thread, BlockHeader* header, std::size_t size, BlockKind kind)
@@ -292,6 +328,7 @@ void BeginCheck(ThreadRecord* thread, BlockHeader* header, std::size_t size, Blo
     record.mLocation = 0;
     record.mKind = kind;
     record.mState = kLive;
+    record.mOwnerBytes = 0;
     record.mHasOwnerHeader = false;
     header->mGuard = kFrontGuard;
     WriteTail(record);
@@ -340,7 +377,7 @@ void VerifyKind(void** slot, BlockKind kind)
 {
     const BlockRecord* const record = RecordOf(slot);
     if (record && record->mKind != kind)
-        ReportOtherKind(BytesOf(*record), *record);
+        ReportOtherKind(CallersBytes(*record), *record);
 }
 
 void DelayBlock(ThreadRecord* thread, void** slot, BlockKind kind)
@@ -359,7 +396,7 @@ void DelayBlock(ThreadRecord* thread, void** slot, BlockKind kind)
     if (ThreadChecks* const checks = ChecksOf(thread))
         return checks->Add(thread, slot, &record);
     record.mState = kUnchecked;
-    std::free(record.mHeader);
+    FreeMemory(nullptr, record);
     GiveSlot(thread, slot);
 }
 
@@ -381,11 +418,17 @@ std::size_t VerifyAllBlocks()
     return faults;
 }
 
+void MakePlain(BlockRecord* record)
+{
+    record->mKind = kHandle;
+    record->mOwnerBytes = 0;
+}
+
 void ForgetHogs(const MEM_Heap* heap)
 {
     VisitRecords([heap](void** slot, BlockRecord& record) {
         if (record.mState == kLive && record.mKind == kHogHandle && HeapOf(slot) == heap->mNumber)
-            record.mKind = kHandle;
+            MakePlain(&record);
     });
 }
 } // namespace tolv
