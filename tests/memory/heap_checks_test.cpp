@@ -17,7 +17,6 @@
 #include "U_Hog.h"
 #include "U_Lifecycle.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/NoMemory.h"
 
 namespace
 {
@@ -462,30 +461,6 @@ TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
         << "although the memory of the block was freed";
 }
 
-TEST_F(HeapChecks, AFaultFoundForLackOfMemoryIsReportedWithoutTheLockOfThePool)
-{
-    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
-    const U_u64 large = 64 * kMiB;
-    U_FreeRecycledPtr(AllocateRecycled(large).mOwner); // the pool keeps the size
-    char* const freed = AllocatePointer(kSize).mBytes;
-    U_FreePtr(freed);
-    Damage(freed);
-    static int sReports;
-    sReports = 0;
-    platform::SetLogSink([](int, const char*, const char*, const char* text) {
-        if (!std::strstr(text, "the block was written after it was freed"))
-            return;
-        ++sReports;
-        U_PurgeRecycledMemory(1); // takes the lock
-    });
-    {
-        const ScAddressSpaceLimit limit(8 * kMiB);
-        EXPECT_EQ(U_AllocateRecycledPtr(kLocation, nullptr, large), nullptr);
-    }
-    EXPECT_EQ(sReports, 1);
-    U_FreeRecycledPtr(AllocateRecycled(large).mOwner);
-}
-
 TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
 {
     std::vector<Block> leaks;
@@ -508,18 +483,4 @@ TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
     }
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0); // for TearDown
     mLog.Clear();
-}
-
-TEST(HeapCheckSettings, TextsThatAreNotUnderstoodChangeNothing)
-{
-    ASSERT_TRUE(platform::SetHeapChecks("0"));
-    for (const char* text : {"2", "on", "stacks", "stacks=", "stacks=x", "stacks=-1", "delay=10001",
-                             "stacks=1;", "stacks=1,", ",", "abort=1", "stacks=1234567", " 1"})
-        EXPECT_FALSE(platform::SetHeapChecks(text)) << text;
-    void* const block = U_AllocatePtrQuiet(kSize);
-    EXPECT_EQ(platform::CheckHeap(), 0u);
-    U_FreePtr(block);
-    for (const char* text : {"1", "stacks=0", "stacks=16,delay=0", "abort,delay=10000", "", "0"})
-        EXPECT_TRUE(platform::SetHeapChecks(text)) << text;
-    platform::SetHeapChecks(nullptr);
 }
