@@ -10,14 +10,17 @@
 
 namespace tolv
 {
+namespace
+{
+const std::size_t kMostCells = 62; // of a batch
+} // namespace
+
 // Free cells of one size class. 512 bytes.
 struct CellBatch
 {
-    static const std::size_t kMost = 62;
-
     CellBatch* mNext; // of a list
     std::size_t mCount;
-    void* mCells[kMost];
+    void* mCells[kMostCells];
 };
 
 namespace
@@ -113,7 +116,7 @@ bool Refill(CellBatch** batch, std::size_t sizeClass, std::size_t bytes)
         *batch = EmptyBatch();
     if (!*batch)
         return false;
-    const std::size_t most = std::clamp<std::size_t>(kBatchBytes / bytes, 1, CellBatch::kMost);
+    const std::size_t most = std::clamp<std::size_t>(kBatchBytes / bytes, 1, kMostCells);
     while ((*batch)->mCount < most)
     {
         void* const cell = FreshCell(bytes);
@@ -139,7 +142,7 @@ bool Spill(CellBatch** batch, std::size_t sizeClass)
 
 bool IsFull(const CellBatch* batch)
 {
-    return !batch || batch->mCount == CellBatch::kMost;
+    return !batch || batch->mCount == kMostCells;
 }
 
 bool IsEmpty(const CellBatch* batch)
