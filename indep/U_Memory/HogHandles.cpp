@@ -166,7 +166,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         if (isFreed || isLocked)
             return handle;
         oldBlock = MEM_GetHandleSize(UHeap(), handle);
-        return MEM_SetHandleSize(UHeap(), handle, newBlock) == 0 ? handle : nullptr;
+        return MEM_SetHogHandleSize(UHeap(), handle, newBlock) == 0 ? handle : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), handle), newBlock);
     if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs, false}, attempt))

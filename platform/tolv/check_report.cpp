@@ -27,14 +27,20 @@ const char* KindOf(const BlockRecord& record)
     return kKinds[record.mKind];
 }
 
-// Appends the operation and the location, as in `handle "Thumbnail", location 0 :: 1`.
-void AppendOrigin(std::string& text, const BlockRecord& record)
+// The kind, the operation and the location of a block, as in `handle "Thumbnail", location 0 :: 1`.
+class Origin
 {
-    char location[64];
-    std::snprintf(location, sizeof(location), "\", location %u :: %u", record.mLocation >> 16,
-                  record.mLocation & 0xFFFF);
-    text.append(KindOf(record)).append(" \"").append(NameOf(record.mName)).append(location);
-}
+public:
+    explicit Origin(const BlockRecord& record)
+    {
+        std::snprintf(mText, sizeof(mText), "%s \"%s\", location %u :: %u", KindOf(record),
+                      NameOf(record.mName), record.mLocation >> 16, record.mLocation & 0xFFFF);
+    }
+    const char* Text() const { return mText; }
+
+private:
+    char mText[160]; // a name has at most 63 bytes
+};
 
 void AppendStackOf(std::string& text, const char* action, const Stack* stack)
 {
@@ -45,22 +51,32 @@ void AppendStackOf(std::string& text, const char* action, const Stack* stack)
         text.append(" a stack that was not kept (U_HEAP_CHECKS=stacks=1 keeps all)");
 }
 
-std::string TextOfFault(const char* fault, const void* address, const BlockRecord* record)
+// Allocates nothing: the host may have damaged the C library's heap, too.
+void LogFault(const char* fault, const void* address, const BlockRecord* record)
 {
-    char place[64];
-    std::snprintf(place, sizeof(place), ": %p", address);
-    std::string text = std::string(fault) + place;
+    char text[400];
+    if (record)
+        std::snprintf(text, sizeof(text), "%s: %p\n  block of %u bytes: %s", fault, address,
+                      CallersSize(*record), Origin(*record).Text());
+    else
+        std::snprintf(text, sizeof(text), "%s: %p", fault, address);
+    WRIL_Log(0, "TOLV", kTag, text);
+}
+
+void LogStacks(const void* address, const BlockRecord* record)
+{
+    char place[48];
+    std::snprintf(place, sizeof(place), "stacks of the fault at %p", address);
+    std::string text = place;
     if (record)
     {
-        std::snprintf(place, sizeof(place), "\n  block of %u bytes: ", record->mSize);
-        AppendOrigin(text.append(place), *record);
         AppendStackOf(text, "allocated at", record->mAllocated);
         if (record->mState != kLive)
             AppendStackOf(text, "freed at", record->mFreed);
     }
     if (const Stack* const here = KeepStack(1))
         AppendStackOf(text, "found at", here);
-    return text;
+    WRIL_Log(0, "TOLV", kTag, text.c_str());
 }
 
 struct Leak
@@ -81,29 +97,28 @@ Leaks CollectLeaks(const MEM_Heap* heap)
             return;
         Leak& leak = leaks[{record.mKind, record.mName, record.mLocation, record.mAllocated}];
         ++leak.mBlocks;
-        leak.mBytes += record.mSize;
+        leak.mBytes += CallersSize(record);
         leak.mExample = &record;
     });
     return leaks;
 }
 
-std::string TextOfLeak(const Leak& leak)
+void LogLeak(const Leak& leak)
 {
     char sum[80];
     std::snprintf(sum, sizeof(sum), "%lld blocks, %lld bytes left: ", leak.mBlocks, leak.mBytes);
-    std::string text = sum;
-    AppendOrigin(text, *leak.mExample);
+    std::string text = std::string(sum) + Origin(*leak.mExample).Text();
     AppendStackOf(text, "allocated at", leak.mExample->mAllocated);
-    return text;
+    WRIL_Log(0, "TOLV", kTag, text.c_str());
 }
 
-// Logs a text. The heap throws no exception of a log sink, and continues without memory for the
+// Calls log(). The heap throws no exception of a log sink, and continues without memory for the
 // text.
-template <class MakeText> void Log(MakeText makeText)
+template <class Function> void Log(Function log)
 {
     try
     {
-        WRIL_Log(0, "TOLV", kTag, makeText().c_str());
+        log();
     }
     catch (...)
     {
@@ -116,7 +131,8 @@ void ReportFault(const char* fault, const void* address, const BlockRecord* reco
     if (tReports)
         return;
     tReports = true;
-    Log([&] { return TextOfFault(fault, address, record); });
+    Log([&] { LogFault(fault, address, record); });
+    Log([&] { LogStacks(address, record); });
     tReports = false;
     if (sAbort.load(std::memory_order_relaxed))
         std::abort();
@@ -133,7 +149,7 @@ void LogCheckedLeaks(const MEM_Heap* heap)
     try
     {
         for (const auto& leak : CollectLeaks(heap))
-            Log([&] { return TextOfLeak(leak.second); });
+            Log([&] { LogLeak(leak.second); });
     }
     catch (const std::bad_alloc&)
     {

@@ -28,11 +28,9 @@ const BlockRecord* RecordOfHandle(void** handle)
     return IsSlot(handle) ? RecordOf(handle) : nullptr;
 }
 
-// A host has the address after the header of the owner of a recycled block.
 bool IsAddressOf(const BlockRecord& record, const void* address)
 {
-    return BytesOf(record) == address ||
-           (record.mKind == kRecycled && BytesOf(record) + kOwnerBytes == address);
+    return BytesOf(record) == address || CallersBytes(record) == address;
 }
 
 bool IsNewer(const BlockRecord& one, const BlockRecord& other)
@@ -105,6 +103,14 @@ void** FindWatched(void* block)
         platform::TouchMemory(HeaderOf(block));
     void** const slot = FindLive(block);
     return slot ? slot : Explain(block, kPointer);
+}
+
+bool ReportIfOfHeap(void* address)
+{
+    const bool isOurs = ChecksNewBlocks() && (FindSlab(address) || FindLive(address));
+    if (isOurs)
+        Explain(address, kHandle);
+    return isOurs;
 }
 
 void** Explain(void* address, BlockKind asked)

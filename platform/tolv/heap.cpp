@@ -92,24 +92,23 @@ void EmptyCache(ThreadRecord& record)
         FreeDelayed(record);
 }
 
-// Returns the bytes to allocate for a block. A watched block has no spare bytes at its end.
-std::size_t BytesOfBlock(std::size_t size, bool isChecked)
+// Returns the bytes to allocate for a block that is not checked. A watched block has no spare bytes
+// at its end.
+std::size_t BytesOfBlock(std::size_t size)
 {
-    if (isChecked)
-        return BytesOfChecked(size);
     return sizeof(BlockHeader) + (IsWatched() ? size : BlockCache::Capacity(size));
 }
 
-// Returns memory of the C library, moved from oldMemory if that is not null. Without memory
-// returns null and keeps oldMemory.
-void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
+// Calls allocate(), which returns memory or null. After a failure frees the thread's cache and
+// calls allocate() again.
+template <class Allocate> void* AllocateOrTrim(ThreadRecord* record, Allocate allocate)
 {
-    if (void* memory = std::realloc(oldMemory, bytes))
+    if (void* memory = allocate())
         return memory;
     if (!record)
         return nullptr;
     EmptyCache(*record);
-    return std::realloc(oldMemory, bytes);
+    return allocate();
 }
 
 // Returns a new block and its slot, or null without memory. The slot does not contain the address
@@ -122,10 +121,9 @@ void* ReallocOrTrim(ThreadRecord* record, void* oldMemory, std::size_t bytes)
     if (!slot)
         return nullptr;
     const bool isChecked = IsWatched() && MayCheck(slot);
-    const std::size_t bytes = BytesOfBlock(size, isChecked);
-    void* memory = isChecked ? TakeSpare(record, bytes) : nullptr;
-    if (!memory)
-        memory = ReallocOrTrim(record, nullptr, bytes);
+    void* memory = AllocateOrTrim(record, [=] {
+        return isChecked ? NewCheckedMemory(record, size) : std::malloc(BytesOfBlock(size));
+    });
     if (!memory)
     {
         GiveSlot(record, slot);
@@ -182,20 +180,23 @@ bool ResizeBlock(void** slot, unsigned long long size)
     if (!MayHave(size))
         return false;
     const unsigned long long oldSize = SizeOf(slot);
-    const bool isChecked = IsWatched() && RecordOf(slot);
-    const std::size_t bytes = BytesOfBlock(static_cast<std::size_t>(size), isChecked);
+    const std::size_t bytes = static_cast<std::size_t>(size);
+    const BlockRecord* const checked = IsWatched() ? RecordOf(slot) : nullptr;
     ThreadRecord* record = MyRecord();
-    if (isChecked)
+    if (checked)
         InterruptCheck(slot);
     else if (IsWatched())
         RevealHeader(HeaderOf(*slot));
-    void* memory = ReallocOrTrim(record, HeaderOf(*slot), bytes);
+    void* memory = AllocateOrTrim(record, [=] {
+        return checked ? ResizeCheckedMemory(record, *checked, bytes)
+                       : std::realloc(HeaderOf(*slot), BytesOfBlock(bytes));
+    });
     if (memory)
     {
         SetSize(slot, size);
         StoreRelease(*slot, static_cast<void*>(static_cast<BlockHeader*>(memory) + 1));
     }
-    if (isChecked)
+    if (checked)
         ContinueCheck(slot);
     else if (IsWatched())
         HideHeader(HeaderOf(*slot));
@@ -308,6 +309,14 @@ void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size)
 }
 
 int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size)
+{
+    const int failure = MEM_SetHogHandleSize(heap, handle, size);
+    if (!failure && IsWatched())
+        VerifyKind(handle, kHandle);
+    return failure;
+}
+
+int MEM_SetHogHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size)
 {
     if (!handle || MEM_CheckHandleFromHeap(heap, handle))
     {

@@ -142,6 +142,7 @@ void MEM_SetOrigin(void* block, const MEM_Origin& origin)
     record->mLocation = origin.mLocation;
     if (origin.mIsHog)
         record->mKind = kHogHandle;
+    record->mOwnerBytes = origin.mIsHog || origin.mHasHeader ? kOwnerBytes : 0;
     if (!origin.mHasHeader)
         return;
     record->mHasOwnerHeader = true;
@@ -189,6 +190,6 @@ void MEM_ReportNoHog(void** handle, void** original)
             ReportOtherKind(handle, *record);
         return;
     }
-    ReportFault("bytes before the block were overwritten", BytesOf(*record), record);
-    record->mKind = kHandle;
+    ReportFault("bytes before the block were overwritten", CallersBytes(*record), record);
+    MakePlain(record);
 }

@@ -25,6 +25,10 @@ PLATFORM_EXPORT void** MEM_NewHandle(MEM_HeapRef heap, unsigned long long size);
 // Returns 0 on success; otherwise the block is kept as it was.
 PLATFORM_EXPORT int MEM_SetHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size);
 
+// Works like MEM_SetHandleSize. The checked heap does not report a hog handle, as MEM_SetHandleSize
+// does.
+PLATFORM_EXPORT int MEM_SetHogHandleSize(MEM_HeapRef heap, void** handle, unsigned long long size);
+
 // Returns the block's size in bytes, 0 for an address that is no live handle.
 PLATFORM_EXPORT unsigned long long MEM_GetHandleSize(MEM_HeapRef heap, void** handle);
 

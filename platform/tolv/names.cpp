@@ -2,10 +2,11 @@
 #include "private/thread_record.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
 
 #include <platform/base/code_units.h>
+
+#include "private/own_pages.h"
 
 namespace tolv
 {
@@ -33,19 +34,15 @@ bool IsName(const char* present, const char* name, std::size_t length)
 }
 
 // Stores a copy of the name in a free entry. If another thread was first, returns the name of that
-// thread. Returns null without memory.
+// thread, and the copy is lost. Returns null without memory.
 const char* Claim(std::atomic<const char*>& entry, const char* name, std::size_t length)
 {
-    char* copy = static_cast<char*>(std::malloc(length + 1));
+    char* copy = static_cast<char*>(NewForever(length + 1));
     if (!copy)
         return nullptr;
     std::memcpy(copy, name, length);
-    copy[length] = 0;
     const char* present = nullptr;
-    if (entry.compare_exchange_strong(present, copy, std::memory_order_acq_rel))
-        return copy;
-    std::free(copy);
-    return present;
+    return entry.compare_exchange_strong(present, copy, std::memory_order_acq_rel) ? copy : present;
 }
 } // namespace
 

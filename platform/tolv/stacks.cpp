@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 
 #include <krobase/stack_trace.h>
+
+#include "private/own_pages.h"
 
 namespace tolv
 {
@@ -43,7 +44,7 @@ const Stack* KeepStack(std::size_t skip)
     const Stack* first = bucket.load(std::memory_order_acquire);
     if (const Stack* const known = Find(first, nullptr, frames, count))
         return known;
-    void* const memory = std::malloc(sizeof(Stack) + count * sizeof(void*));
+    void* const memory = NewForever(sizeof(Stack) + count * sizeof(void*));
     if (!memory)
         return nullptr;
     Stack* const stack = new (memory) Stack{first, count};

@@ -6,6 +6,8 @@
 #include <platform/base/quiet_new.h>
 #include <platform/base/thread_local.h>
 
+#include "private/checked_blocks.h"
+
 namespace
 {
 const short kResourceNotFound = -192;
@@ -44,12 +46,12 @@ void** NewHandle(int size)
 
 int GetHandleSize(void** handle)
 {
-    return handle ? MasterOf(handle)->mSize : 0;
+    return handle && !tolv::ReportIfOfHeap(handle) ? MasterOf(handle)->mSize : 0;
 }
 
 void DisposeHandle(void** handle)
 {
-    if (!handle)
+    if (!handle || tolv::ReportIfOfHeap(handle))
         return;
     std::free(*handle);
     delete MasterOf(handle);
@@ -57,7 +59,7 @@ void DisposeHandle(void** handle)
 
 void AddResource(void** handle)
 {
-    const bool fits = handle && !MasterOf(handle)->mIsResource;
+    const bool fits = handle && !tolv::ReportIfOfHeap(handle) && !MasterOf(handle)->mIsResource;
     tResourceError = fits ? 0 : kAddResourceFailed;
     if (fits)
         MasterOf(handle)->mIsResource = true;
@@ -65,7 +67,8 @@ void AddResource(void** handle)
 
 void DetachResource(void** resource)
 {
-    const bool isResource = resource && MasterOf(resource)->mIsResource;
+    const bool isResource =
+        resource && !tolv::ReportIfOfHeap(resource) && MasterOf(resource)->mIsResource;
     tResourceError = isResource ? 0 : kResourceNotFound;
     if (isResource)
         MasterOf(resource)->mIsResource = false;

@@ -90,6 +90,11 @@ DAMAGED = [
     (wreck("krobase::utility::ImmutableString", "badKey"), r"\$\d+ = " + UNREADABLE),
     (wreck("U_Context", "badContext"), r"\$\d+ = context .* = \{states = " + UNREADABLE + r"\}"),
 ]
+NO_SYMBOLS = ("there is no debug information of the library: build it with -g, or install "
+              "libu1-dbgsym and libuplatform1-dbgsym")
+NO_LIBRARY = ("gdb finds no libU in the process: the core file is cut, or the process has not "
+              "loaded the library")
+COMMANDS = ["u live-blocks", "u hogs", "u threads", "u posted"]
 # Damage that gdb itself does to the live process. Each row relies on those before.
 SPOILED = [
     ("set var ascii._M_string_length = 8", ""),
@@ -156,6 +161,23 @@ class Gdb(unittest.TestCase):
     def test_names_of_all_kinds_in_a_checked_heap(self):
         setup = ["set environment U_HEAP_CHECKS 1", "break Ready", "run", "up", f"source {SCRIPT}"]
         self.check([os.environ["SUBJECT"]], setup, CHECKED)
+
+    def test_without_debug_information(self):
+        library = pathlib.Path(os.environ["LIBRARY"])
+        folder = pathlib.Path(self.folder.name, "stripped")
+        folder.mkdir()
+        for path in library.parent.glob("libU*.so.*"):
+            subprocess.run(["strip", "--strip-debug", "-o", folder / path.name, path], check=True)
+        setup = [f"set environment LD_LIBRARY_PATH {folder}", "break Ready", "run", "up",
+                 f"source {SCRIPT}"]
+        rows = [(command, re.escape(f"{command}: {NO_SYMBOLS}")) for command in COMMANDS]
+        context = re.escape(f"<unreadable: {NO_SYMBOLS}>")
+        self.check([os.environ["SUBJECT"]], setup,
+                   rows + [("print *task.px", rf"\$\d+ = {context}.*")])
+
+    def test_process_without_the_library(self):
+        self.check([os.environ["SUBJECT"]], ["starti", f"source {SCRIPT}"],
+                   [(command, re.escape(f"{command}: {NO_LIBRARY}")) for command in COMMANDS])
 
     def test_installed_script_is_found(self):
         prefix = pathlib.Path(self.folder.name, "usr")

@@ -59,7 +59,8 @@ struct BlockRecord
     std::uint32_t mLocation;
     BlockKind mKind;
     BlockState mState;
-    bool mHasOwnerHeader; // mOwnerHeader is set
+    unsigned char mOwnerBytes; // kOwnerBytes if the block begins with a header of the caller, or 0
+    bool mHasOwnerHeader;      // mOwnerHeader is set
     union
     {
         unsigned char mOwnerHeader[kOwnerBytes]; // a copy of a header that the block begins with
@@ -70,6 +71,17 @@ struct BlockRecord
 inline unsigned char* BytesOf(const BlockRecord& record)
 {
     return reinterpret_cast<unsigned char*>(record.mHeader + 1);
+}
+
+// The bytes that the host has asked for.
+inline unsigned char* CallersBytes(const BlockRecord& record)
+{
+    return BytesOf(record) + record.mOwnerBytes;
+}
+
+inline std::uint32_t CallersSize(const BlockRecord& record)
+{
+    return record.mSize - record.mOwnerBytes;
 }
 
 // The settings of the checks, which a host may change at any time. Variables, since each allocation
@@ -111,12 +123,10 @@ BlockRecord* RecordOf(void** slot);
 // checked.
 bool MayCheck(void** slot);
 
-// The bytes that a checked block takes with its header.
-std::size_t BytesOfChecked(std::size_t size);
-
-// Returns memory of a freed block that had so many bytes with its header, which the caller owns.
-// Null if there is none.
-void* TakeSpare(ThreadRecord* record, std::size_t bytes);
+// Allocate and resize the memory of a checked block, with its header and its guard. Without memory
+// return null, and a resize keeps the old memory.
+void* NewCheckedMemory(ThreadRecord* thread, std::size_t size);
+void* ResizeCheckedMemory(ThreadRecord* thread, const BlockRecord& record, std::size_t size);
 
 // Begins the checks of a new block, whose slot may not contain the block's address yet.
 void BeginCheck(ThreadRecord* record, BlockHeader* header, std::size_t size, BlockKind kind);
@@ -164,6 +174,9 @@ std::size_t VerifyAllBlocks();
 // Logs the checked blocks that are left in a heap, and the recycled blocks that are left.
 void LogCheckedLeaks(const MEM_Heap* heap);
 
+// Makes a hog handle a plain handle for the checks.
+void MakePlain(BlockRecord* record);
+
 // Makes the hog handles that are left in a heap plain handles: after death no function knows their
 // hogs, so the host frees them as handles.
 void ForgetHogs(const MEM_Heap* heap);
@@ -173,6 +186,10 @@ void ReportFault(const char* fault, const void* address, const BlockRecord* reco
 
 // Reports a block that was used or freed by a function for another kind of block.
 void ReportOtherKind(const void* address, const BlockRecord& record);
+
+// Reports a block or a handle of this heap that was passed to a function of another heap. Returns
+// false for any other address, and without checks.
+bool ReportIfOfHeap(void* address);
 } // namespace tolv
 
 #endif

@@ -42,7 +42,8 @@ class Listing(gdb.Command):
 class LiveBlocks(Listing):
     """List the live blocks of the heaps: u live-blocks [NAME]
 Without a name, the number of blocks and their bytes for each name, the largest sum first.
-With a name, each block of that name with its size, its heap and its handle."""
+With a name, each block of that name with its size, its heap and its handle.
+Recycled pointers are listed only if U_HEAP_CHECKS is set: otherwise they are no blocks of a heap."""
 
     NAME = "u live-blocks"
 

@@ -16,14 +16,20 @@ class Unreadable(Exception):
 
 class NoDebugInformation(Unreadable):
     def __init__(self):
-        super().__init__("there is no debug information of the library: build it with -g, or "
-                         "install libu1-dbgsym and libuplatform1-dbgsym")
+        if any(LIBRARY.search(objfile.filename or "") for objfile in gdb.objfiles()):
+            super().__init__("there is no debug information of the library: build it with -g, or "
+                             "install libu1-dbgsym and libuplatform1-dbgsym")
+        else:
+            super().__init__("gdb finds no libU in the process: the core file is cut, or the "
+                             "process has not loaded the library")
 
 
 FAILURES = (Unreadable, gdb.error, UnicodeError, OverflowError)  # gdb.MemoryError is a gdb.error
 
 
 def reason(failure):
+    if str(failure).startswith("There is no member named"):  # the type is only declared
+        failure = NoDebugInformation()
     return str(failure).split("\n", 1)[0]
 
 
