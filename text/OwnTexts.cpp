@@ -142,10 +142,10 @@ const char* Up_FormatOf(OwnText text)
     return HaveSameFields(format, english) ? format : english;
 }
 
-void Up_FormatString(char* out, std::size_t size, OwnText text, ...)
+void Up_FormatString(OwnText text, char* out, std::size_t size, ...)
 {
     std::va_list values;
-    va_start(values, text);
+    va_start(values, size);
     FormatCut(out, size, Up_FormatOf(text), values);
     va_end(values);
 }

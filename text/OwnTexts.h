@@ -30,7 +30,7 @@ const char* Up_ZStringOf(OwnText text);
 // in `out` itself. A translation whose fields differ from those of the English text is replaced
 // by the English text. Allocates nothing once the text was looked up, so that the function
 // works without memory.
-void Up_FormatString(char* out, std::size_t size, OwnText text, ...);
+void Up_FormatString(OwnText text, char* out, std::size_t size, ...);
 
 // Returns the format that Up_FormatString uses.
 const char* Up_FormatOf(OwnText text);

@@ -170,7 +170,7 @@ void AppendStatusText(U_u32 code, char* buffer)
     if (!*known)
         std::snprintf(reason.mText, sizeof(reason.mText), " (%x)", code);
     const char* const separator = *known && *text.mText ? Up_StringOrEnglish(kTextDash) : "";
-    Up_FormatString(buffer, U_ReportTextSize, kTextMessageAndReason, text.mText, separator,
+    Up_FormatString(kTextMessageAndReason, buffer, U_ReportTextSize, text.mText, separator,
                     reason.mText);
 }
 
@@ -179,10 +179,10 @@ void AppendSystemText(U_i32 code, char* buffer)
     const Message text(buffer);
     const char* const reason = ReasonOf(TextOfSystemCode(code));
     if (*reason)
-        Up_FormatString(buffer, U_ReportTextSize, kTextMessageReasonAndCode, text.mText, reason,
+        Up_FormatString(kTextMessageReasonAndCode, buffer, U_ReportTextSize, text.mText, reason,
                         code);
     else
-        Up_FormatString(buffer, U_ReportTextSize, kTextMessageAndCode, text.mText, code);
+        Up_FormatString(kTextMessageAndCode, buffer, U_ReportTextSize, text.mText, code);
 }
 
 U_UTF16String U_GetStatusText(U_Status code)

@@ -219,5 +219,5 @@ LocationText::LocationText(U_u32 location)
         return;
     const U_u32 values[] = {location >> 16, location & 0xFFFF};
     if (!Fill(Up_FormatOf(kTextLocation), values, mText))
-        Up_FormatString(mText, sizeof(mText), kTextLocation, values[0], values[1]);
+        Up_FormatString(kTextLocation, mText, sizeof(mText), values[0], values[1]);
 }

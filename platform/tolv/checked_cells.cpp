@@ -29,9 +29,9 @@ const std::size_t kStep = 16; // up to kLargestStepped bytes
 const std::size_t kLargestStepped = 1024;
 const std::size_t kSteppedClasses = kLargestStepped / kStep + 1;
 const std::size_t kClassesPerDoubling = 8; // above that
-const std::size_t kLargestCell = 128 << 10;
+const std::size_t kLargestCell = 1 << 20;
 const std::size_t kLargestOfThread = 2048; // all threads share the larger cells
-const std::size_t kChunkBytes = 4 << 20;
+const std::size_t kChunkBytes = 8 << 20;
 const std::size_t kMargin = 4096;         // before and after the cells of a chunk
 const std::size_t kBatchBytes = 16 << 10; // of new cells
 

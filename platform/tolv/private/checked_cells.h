@@ -2,7 +2,7 @@
 // other checked blocks at most, which are reported, and not the C library's records of its blocks.
 // The lists of free cells are outside of the cells for the same reason.
 //
-// A cell of up to 128 KiB is kept for later blocks of its size class. A larger cell has its own
+// A cell of up to 1 MiB is kept for later blocks of its size class. A larger cell has its own
 // pages, which a free returns to the system.
 
 #ifndef TOLV_CHECKED_CELLS_H
@@ -21,7 +21,7 @@ public:
     void* Take(std::size_t sizeClass, std::size_t bytes);
     void Give(std::size_t sizeClass, void* cell);
 
-    static const std::size_t kClasses = 121;
+    static const std::size_t kClasses = 145;
 
 private:
     struct Batches
