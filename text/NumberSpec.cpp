@@ -75,7 +75,7 @@ std::optional<unsigned int> OptionOf(U_u16 letter)
 
 template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text)
 {
-    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0, false};
+    NumberSpec spec = {krobase::utility::kNumberStripZeros, 1, 2, 0};
     if (text.empty() || text[0] != '@')
         return spec;
     spec.mFlags = 0;
@@ -111,7 +111,6 @@ template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> tex
             spec.mFlags |= *option;
             continue;
         }
-        spec.mHasUnknownLetters = true;
         if (reportedEnd != std::end(reported) &&
             std::find(reported, reportedEnd, *letter) == reportedEnd)
         {

@@ -131,10 +131,11 @@ int U_DeInternationalizeNum(char* text)
                          &krobase::utility::DeInternationalizeNum);
 }
 
-NumberMarks MarksFor(unsigned int flags)
+NumberMarks MarksFor(unsigned int flags, const NumberMarks* user)
 {
-    const bool arePlain = flags & krobase::utility::kNumberNoLocaleMarks;
-    return arePlain ? krobase::utility::kPlainNumberMarks : krobase::utility::UserNumberMarks();
+    if (flags & krobase::utility::kNumberNoLocaleMarks)
+        return krobase::utility::kPlainNumberMarks;
+    return user ? *user : krobase::utility::UserNumberMarks();
 }
 
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,

@@ -25,8 +25,9 @@ inline bool IsDigit(U_u16 unit)
 std::size_t FormatUnmarked(double value, unsigned int flags, int integerDigits,
                            unsigned int decimals, std::size_t mostPlain, char* out);
 
-// Returns the user's marks, or "." and "," if the flags ask for those.
-NumberMarks MarksFor(unsigned int flags);
+// Returns the user's marks, or "." and "," if the flags ask for those. `user` may have the user's
+// marks already, and may be null.
+NumberMarks MarksFor(unsigned int flags, const NumberMarks* user = nullptr);
 
 // Replaces "." and "," in a number that FormatUnmarked has written.
 // REQUIRES: if a Unit is a byte, the marks are ASCII.
@@ -46,7 +47,6 @@ struct NumberSpec
     int mIntegerDigits;
     int mDecimals;
     std::size_t mLength; // in the message, with both "@"
-    bool mHasUnknownLetters;
 };
 
 // Reads the specification at the head of a text. Returns the default specification, of length 0,

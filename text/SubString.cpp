@@ -148,7 +148,11 @@ template <class Text> class Message
     typedef std::basic_string_view<Unit> View;
 
 public:
-    explicit Message(View format) : mText(format), mSet(format), mSearches(mSet.HasOtherCarets()) {}
+    // `marks` are those of numbers. Without them, each number asks for the user's marks.
+    Message(View format, const NumberMarks* marks)
+        : mText(format), mSet(format), mSearches(mSet.HasOtherCarets()), mMarks(marks)
+    {
+    }
 
     Text Filled(const U_FormatArgument* arguments, std::size_t count)
     {
@@ -221,7 +225,7 @@ private:
         else if (argument.mKind == U_FormatArgument::kUTF16 && argument.mUTF16)
         {
             if constexpr (sizeof(Unit) == 1)
-                ThrowWrongKind(); // narrow text has no such argument
+                ThrowWrongKind(); // IsASCII has refused such an argument
             else
                 text = argument.mUTF16;
         }
@@ -256,7 +260,7 @@ private:
         const std::size_t length =
             FormatUnmarked(value, spec.mFlags, spec.mIntegerDigits,
                            static_cast<unsigned int>(spec.mDecimals), kMostPlainNum, text);
-        AddNumber(placeholder, spec.mLength, text, length, MarksFor(spec.mFlags));
+        AddNumber(placeholder, spec.mLength, text, length, MarksFor(spec.mFlags, mMarks));
     }
 
     // Returns true if a value may be in the specification that starts at an offset.
@@ -329,6 +333,7 @@ private:
     Text mFolded;
     PlaceholderSet mSet;
     bool mSearches; // else each placeholder is at its start in mSet
+    const NumberMarks* mMarks;
 
     Value mValues[9]; // not yet in mText, in the order of their starts
     Value* mValuesEnd = mValues;
@@ -340,9 +345,10 @@ private:
 
 template <class Text>
 Text Filled(std::basic_string_view<typename Text::value_type> format,
-            const U_FormatArgument* arguments, std::size_t count)
+            const U_FormatArgument* arguments, std::size_t count,
+            const NumberMarks* marks = nullptr)
 {
-    return Message<Text>(format).Filled(arguments, count);
+    return Message<Text>(format, marks).Filled(arguments, count);
 }
 
 PlaceholderSet SetOf(const U_UTF16String& format)
@@ -364,14 +370,15 @@ bool IsASCII(std::string_view text)
     return !(bits & 0x8080808080808080u);
 }
 
-// Returns true if the message with its values is ASCII. All code pages have ASCII.
-bool IsASCII(std::string_view format, const U_FormatArgument* arguments, std::size_t count)
+// Returns true if the message with its values and marks is ASCII. All code pages have ASCII.
+bool IsASCII(std::string_view format, const U_FormatArgument* arguments, std::size_t count,
+             const NumberMarks& marks)
 {
     const auto isASCII = [](const U_FormatArgument& argument) {
         const bool isText = argument.mKind == U_FormatArgument::kMultibyte && argument.mMultibyte;
         return isText ? IsASCII(argument.mMultibyte) : argument.mKind != U_FormatArgument::kUTF16;
     };
-    return IsASCII(format) && krobase::utility::UserNumberMarks().AreASCII() &&
+    return IsASCII(format) && marks.AreASCII() &&
            std::all_of(arguments, arguments + count, isASCII);
 }
 } // namespace
@@ -400,9 +407,11 @@ U_Status Up_SubString(char* out, unsigned int size, const char* format,
     const U_Status failure = Guarded([&] {
         if (!format)
             ThrowWrongKind();
+        // Read once: a host may change the user's locale while a report is shown.
+        const NumberMarks marks = krobase::utility::UserNumberMarks();
         const std::string filled =
-            IsASCII(format, arguments, count)
-                ? Filled<std::string>(format, arguments, count)
+            IsASCII(format, arguments, count, marks)
+                ? Filled<std::string>(format, arguments, count, &marks)
                 : U_UTF16ToMBString(
                       Filled<U_UTF16String>(U_MBToUTF16String(format), arguments, count), false);
         const std::size_t room =

@@ -44,7 +44,7 @@ public:
 
     void Put(char character)
     {
-        *MakeRoom(1) = static_cast<U_u16>(character);
+        *MakeRoom(1) = static_cast<unsigned char>(character);
         ++mLength;
     }
 

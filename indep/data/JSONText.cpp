@@ -170,7 +170,7 @@ void Up_JSONWriter::PutString(const U_UTF16String& text)
                 return;
             }
             *out++ = '\\';
-            *out++ = static_cast<U_u16>(escape);
+            *out++ = static_cast<unsigned char>(escape);
             continue;
         }
         *out++ = unit;
@@ -186,7 +186,10 @@ void Up_JSONWriter::Grow(std::size_t units)
 
 U_UTF16String Up_JSONWriter::TakeText()
 {
+    const bool isSpacious = mText.capacity() / 2 > mLength; // a host may keep the text
     mText.resize(mLength);
+    if (isSpacious)
+        mText.shrink_to_fit();
     mLength = 0;
     return std::move(mText);
 }

@@ -173,10 +173,22 @@ private:
 };
 } // namespace
 
+// Two marks of different locales could be the same. So the decimal mark is read again, until no
+// other thread has changed the locale between the two.
 NumberMarks UserNumberMarks()
 {
-    return {UserMark(win32::kLocaleDecimalMark, kPlainNumberMarks.mDecimal),
-            UserMark(win32::kLocaleThousandsMark, kPlainNumberMarks.mThousands)};
+    const auto decimalMark = [] {
+        return UserMark(win32::kLocaleDecimalMark, kPlainNumberMarks.mDecimal);
+    };
+    NumberMarks marks = {decimalMark(), 0};
+    for (;;)
+    {
+        marks.mThousands = UserMark(win32::kLocaleThousandsMark, kPlainNumberMarks.mThousands);
+        const auto decimal = decimalMark();
+        if (decimal == marks.mDecimal)
+            return marks;
+        marks.mDecimal = decimal;
+    }
 }
 
 void InternationalizeNum(UTF16String& text)

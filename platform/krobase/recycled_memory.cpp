@@ -171,21 +171,23 @@ private:
         }
     }
 
-    // Moves the blocks that the threads keep to the shared blocks.
+    // Moves the blocks that the threads keep to the shared blocks. clang does not see in TakeAll
+    // that the calling function has the lock.
     void ShareAll() PLATFORM_REQUIRES(mLock)
     {
         LocalBlocks::TakeAll([this](std::size_t size) { mBytes += size; },
-                             [this](void* block, std::size_t size) PLATFORM_REQUIRES(mLock) {
-                                 try
-                                 {
-                                     mBlocks.emplace(size, block);
-                                 }
-                                 catch (const std::exception&)
-                                 {
-                                     mBytes -= size;
-                                     std::free(block);
-                                 }
-                             },
+                             [this](void* block, std::size_t size)
+                                 PLATFORM_NO_THREAD_SAFETY_ANALYSIS {
+                                     try
+                                     {
+                                         mBlocks.emplace(size, block);
+                                     }
+                                     catch (const std::exception&)
+                                     {
+                                         mBytes -= size;
+                                         std::free(block);
+                                     }
+                                 },
                              [this](std::size_t size) { mBytes -= size; });
     }
 

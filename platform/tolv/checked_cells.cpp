@@ -30,7 +30,9 @@ const std::size_t kLargestStepped = 1024;
 const std::size_t kSteppedClasses = kLargestStepped / kStep + 1;
 const std::size_t kClassesPerDoubling = 8; // above that
 const std::size_t kLargestCell = 1 << 20;
-const std::size_t kLargestOfThread = 2048; // all threads share the larger cells
+const std::size_t kLargestOfThread = 2048;    // all threads share the larger cells
+const std::size_t kLargestOfChunk = 32 << 10; // larger cells have pages of their own
+const std::size_t kMostKeptBytes = 32 << 20;  // in free cells with pages of their own
 const std::size_t kChunkBytes = 8 << 20;
 const std::size_t kMargin = 4096;         // before and after the cells of a chunk
 const std::size_t kBatchBytes = 16 << 10; // of new cells
@@ -64,6 +66,7 @@ CellBatch* sEmptyBatches PLATFORM_GUARDED_BY(sBatchLock) = nullptr;
 // Guards the cells of the threads without a cache, and the cells above kLargestOfThread.
 platform::Mutex sSharedLock;
 CellCache sShared PLATFORM_GUARDED_BY(sSharedLock) = {};
+std::size_t sKeptBytes PLATFORM_GUARDED_BY(sSharedLock) = 0;
 
 void PushBatch(CellBatch** list, CellBatch* batch)
 {
@@ -100,8 +103,8 @@ void* FreshCell(std::size_t bytes) PLATFORM_REQUIRES(sBatchLock)
     return std::exchange(sFree, sFree + bytes);
 }
 
-// Exchanges an empty batch, which may be null, for a batch with cells. Without memory returns
-// false, and the batch is empty still.
+// Exchanges an empty batch, which may be null, for a batch with cells. Returns false if there is
+// none, for lack of memory or since no cell of own pages is kept; the batch is empty still.
 bool Refill(CellBatch** batch, std::size_t sizeClass, std::size_t bytes)
 {
     const platform::ScLock lock(sBatchLock);
@@ -112,6 +115,8 @@ bool Refill(CellBatch** batch, std::size_t sizeClass, std::size_t bytes)
         *batch = full;
         return true;
     }
+    if (bytes > kLargestOfChunk)
+        return false;
     if (!*batch)
         *batch = EmptyBatch();
     if (!*batch)
@@ -150,6 +155,25 @@ bool IsEmpty(const CellBatch* batch)
     return !batch || batch->mCount == 0;
 }
 
+// Rounds the size of a cell above kLargestCell up to one of eight sizes a doubling. Returns less
+// than `bytes` if there is no such size.
+std::size_t RoundLarge(std::size_t bytes)
+{
+    std::size_t step = kLargestCell / kClassesPerDoubling;
+    while (step <= bytes / (2 * kClassesPerDoubling))
+        step *= 2;
+    return (bytes + step - 1) / step * step;
+}
+
+// Returns whether both sizes have cells of the same size.
+bool HaveSameCells(std::size_t bytes, std::size_t otherBytes)
+{
+    if (bytes > kLargestCell || otherBytes > kLargestCell)
+        return std::min(bytes, otherBytes) > kLargestCell &&
+               RoundLarge(bytes) == RoundLarge(otherBytes);
+    return ClassOf(&bytes) == ClassOf(&otherBytes);
+}
+
 // A cell with pages of its own begins after a margin, too, and a margin follows.
 void* NewLargeCell(std::size_t bytes)
 {
@@ -183,12 +207,19 @@ void CellCache::Give(std::size_t sizeClass, void* cell)
 void* NewCell(CellCache* cache, std::size_t bytes)
 {
     if (bytes > kLargestCell)
-        return NewLargeCell(bytes);
+        return RoundLarge(bytes) >= bytes ? NewLargeCell(RoundLarge(bytes)) : nullptr;
     const std::size_t sizeClass = ClassOf(&bytes);
     if (cache && bytes <= kLargestOfThread)
         return cache->Take(sizeClass, bytes);
-    const platform::ScLock lock(sSharedLock);
-    return sShared.Take(sizeClass, bytes);
+    {
+        const platform::ScLock lock(sSharedLock);
+        void* const cell = sShared.Take(sizeClass, bytes);
+        if (cell && bytes > kLargestOfChunk)
+            sKeptBytes -= bytes;
+        if (cell || bytes <= kLargestOfChunk)
+            return cell;
+    }
+    return NewLargeCell(bytes);
 }
 
 void FreeCell(CellCache* cache, void* cell, std::size_t bytes)
@@ -198,12 +229,21 @@ void FreeCell(CellCache* cache, void* cell, std::size_t bytes)
     const std::size_t sizeClass = ClassOf(&bytes);
     if (cache && bytes <= kLargestOfThread)
         return cache->Give(sizeClass, cell);
-    const platform::ScLock lock(sSharedLock);
-    sShared.Give(sizeClass, cell);
+    {
+        const platform::ScLock lock(sSharedLock);
+        if (bytes <= kLargestOfChunk || sKeptBytes + bytes <= kMostKeptBytes)
+        {
+            sKeptBytes += bytes > kLargestOfChunk ? bytes : 0;
+            return sShared.Give(sizeClass, cell);
+        }
+    }
+    FreePages(static_cast<char*>(cell) - kMargin);
 }
 
 void* ResizeCell(CellCache* cache, void* cell, std::size_t oldBytes, std::size_t bytes)
 {
+    if (HaveSameCells(oldBytes, bytes))
+        return cell;
     void* const fresh = NewCell(cache, bytes);
     if (!fresh)
         return nullptr;

@@ -88,9 +88,11 @@ void** FindLive(void* block)
     void** const slot = EntryOf(block).load(std::memory_order_acquire);
     if (slot && LoadAcquire(*slot) == block)
         return slot;
-    // The memory before a block that was freed may be unmapped.
+    // The memory before a block that was freed may be unmapped, also after the checks were switched
+    // off. A checker of the process reports such a read.
+    const bool isOfChecker = platform::MemoryIsWatched() && !ChecksNewBlocks();
     if (!IsAligned(block) ||
-        (ChecksNewBlocks() && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
+        (!isOfChecker && win32::IsBadReadPtr(HeaderOf(block), sizeof(BlockHeader))))
         return nullptr;
     return SlotOfAny(block);
 }
@@ -99,7 +101,7 @@ void** FindWatched(void* block)
 {
     if (!block)
         return nullptr;
-    if (!ChecksNewBlocks())
+    if (platform::MemoryIsWatched() && !ChecksNewBlocks())
         platform::TouchMemory(HeaderOf(block));
     void** const slot = FindLive(block);
     return slot ? slot : Explain(block, kPointer);

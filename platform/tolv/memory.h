@@ -143,8 +143,7 @@ struct MEM_Pool
 // - If the sum does not fit while the pool or the usage changes, the comparison is repeated
 //   several times.
 // - The cost does not depend on the number of threads unless use is so near the limit that the
-// parts
-//   of the threads, of 16 KiB each, or the bound of the pool decide.
+//   parts of the threads, of 16 KiB each, or the bound of the pool decide.
 // - Without memory for the thread's record nothing is charged.
 //
 // Returns: 0, or the error of TOLV_TotalMemoryUsed with nothing claimed.

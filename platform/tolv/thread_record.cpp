@@ -1,5 +1,6 @@
 #include "private/thread_record.h"
 
+#include <cstdlib>
 #include <new>
 
 #include <platform/base/locks.h>
@@ -27,6 +28,12 @@ void Retire(ThreadRecord* record)
 {
     tRecord = nullptr;
     ReleaseClaim(*record, 0); // a host may have left an allocation with a jump
+    // The next thread with this record may never need blocks of these sizes.
+    while (BlockHeader* const header = record->mBlocks.TakeCoarse())
+    {
+        GiveSlot(record, header->mSlot);
+        std::free(header);
+    }
     HandOver(*record, 0);
     sLiveRecords.fetch_sub(1, std::memory_order_release);
     const platform::ScLock lock(sIdleLock);

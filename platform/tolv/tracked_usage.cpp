@@ -126,14 +126,14 @@ unsigned long long UsageSeenBy(const ThreadRecord* record)
     return AtLeastZero(figure - ClaimOf(record) + SumOfParts());
 }
 
-// A block that leaves the pool is charged to the figure before the pool's bytes fall. A block that
-// is freed is in the pool before its charge is taken off. So the larger of two readings of the
-// pool, before and after the figure, counts each moving block at least once.
-// - If the pool has grown after the exchange, a block may have left and entered the pool between
-// the
-//   readings, and both may have missed it. Then the claim is made anew.
-// - If the readings differ or the figure changes, a block may have been counted twice. Then a
-//   refusal is not final, and the comparison is repeated.
+// A block that leaves the pool is charged, to the figure or a part, before the pool's bytes fall. A
+// block that is freed is in the pool before its charge is taken off. So the larger of two readings
+// of the pool, before and after the figure, counts each moving block at least once.
+// - If the pool has grown after the exchange, a block may have left the pool and come back between
+//   the readings, and both may have missed it. Then the claim is made anew.
+// - If the pool, the figure or the parts change meanwhile, a block may have been counted twice.
+// Then
+//   a refusal is not final, and the comparison is repeated.
 bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long long growth,
                 unsigned long long limit, const MEM_Pool* pool, unsigned long long* usage)
 {
@@ -157,11 +157,12 @@ bool ClaimUsage(ThreadRecord* record, unsigned long long size, unsigned long lon
         }
         if (isNear)
         {
-            *usage = AtLeastZero(seen + SumOfParts());
+            const long long parts = SumOfParts();
+            *usage = AtLeastZero(seen + parts);
             if (!Fits(*usage, size, limit))
             {
                 if (++refusals == kMostRefusals ||
-                    (before == after &&
+                    (before == after && before == BytesOf(pool) && parts == SumOfParts() &&
                      figure == sProcessUsage.mBytes.load(std::memory_order_acquire)))
                     return false;
                 continue;

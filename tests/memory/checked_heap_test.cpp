@@ -1,9 +1,11 @@
-// The checked heap: its settings, and a report in a lack of memory.
+// The checked heap: its settings, what holds after it was switched off, and a report in a lack of
+// memory.
 
 #include <cstring>
 
 #include <gtest/gtest.h>
 
+#include <platform/base/memory_tools.h>
 #include <platform/control.h>
 
 #include "U_Alloc.h"
@@ -50,6 +52,18 @@ TEST_F(CheckedHeap, AFaultFoundForLackOfMemoryIsReportedWithoutTheLockOfThePool)
     }
     EXPECT_EQ(sReports, 1);
     U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, large));
+}
+
+TEST_F(CheckedHeap, ASecondFreeAfterTheSwitchOffReadsNoUnmappedMemory)
+{
+    if (platform::MemoryIsWatched())
+        GTEST_SKIP() << "the checker of the process reports the second free";
+    ASSERT_TRUE(platform::SetHeapChecks("delay=0"));
+    void* const block = U_AllocatePtrQuiet(4 * kMiB);
+    U_FreePtr(block); // its pages are unmapped
+    ASSERT_TRUE(platform::SetHeapChecks("0"));
+    U_FreePtr(block);
+    EXPECT_TRUE(mLog.Texts("HEAP_CHECK").empty());
 }
 
 TEST(HeapCheckSettings, TextsThatAreNotUnderstoodChangeNothing)

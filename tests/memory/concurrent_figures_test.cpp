@@ -139,7 +139,12 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
                     refused += block ? 0 : 1;
                     if (!block)
                         break;
-                    mostHeld = std::max<U_u64>(mostHeld, ++held);
+                    const U_u64 now = ++held;
+                    for (U_u64 most = mostHeld; most < now;)
+                    {
+                        if (mostHeld.compare_exchange_weak(most, now))
+                            break;
+                    }
                     blocks.push_back(block);
                 }
                 std::this_thread::yield();

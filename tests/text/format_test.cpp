@@ -367,6 +367,17 @@ TEST_F(SubString, FaultsOfASpecificationAreWarnings)
     EXPECT_EQ(mAlerts.Texts(), expected);
 }
 
+TEST_F(SubString, AWarningThatChangesTheLocaleCutsNoMark)
+{
+    const ScActiveCodePage active(65001);
+    platform::SetUserLocale("en_US");
+    mAlerts.mWhileUp = [](const platform::Alert&) { platform::SetUserLocale("fr_FR"); };
+    char out[100];
+    EXPECT_EQ(U_SubString(out, sizeof(out), "^F1@1.1sq@", 1234.5), 0);
+    EXPECT_STREQ(out, "1,234.5"); // the thousands mark of fr_FR has two bytes
+    platform::SetUserLocale("en_US");
+}
+
 // "^1" and "^L1" are different placeholders, although the digit is the same.
 TEST_F(SubString, ATranslationThatTakesOtherValuesIsReplacedByTheEnglishText)
 {

@@ -2,8 +2,9 @@
 // other checked blocks at most, which are reported, and not the C library's records of its blocks.
 // The lists of free cells are outside of the cells for the same reason.
 //
-// A cell of up to 1 MiB is kept for later blocks of its size class. A larger cell has its own
-// pages, which a free returns to the system.
+// A cell of up to 32 KiB is kept for later blocks of its size class. A larger cell has its own
+// pages. Of cells up to 1 MiB, 32 MiB are kept. The free of any other cell returns the pages to the
+// system.
 
 #ifndef TOLV_CHECKED_CELLS_H
 #define TOLV_CHECKED_CELLS_H

@@ -41,16 +41,10 @@ public:
         return mFirst[sizeClass] ? Pop(sizeClass) : nullptr;
     }
 
-    // Returns any block, or null if the cache is empty.
-    BlockHeader* TakeAny()
-    {
-        for (std::size_t sizeClass = 0; sizeClass < kClasses; ++sizeClass)
-        {
-            if (mFirst[sizeClass])
-                return Pop(sizeClass);
-        }
-        return nullptr;
-    }
+    // Returns any block, or null if the cache is empty. TakeCoarse returns a block above
+    // kLargestFine.
+    BlockHeader* TakeAny() { return TakeFrom(0); }
+    BlockHeader* TakeCoarse() { return TakeFrom(kFineClasses); }
 
     // Returns false, and the caller keeps the block, if the block is too large, if the cache of its
     // size class is full, or after End.
@@ -85,6 +79,17 @@ private:
     static const std::size_t kClasses = kFineClasses + (kLargest - kLargestFine) / kCoarseStep;
     static const unsigned char kMostPerFine = 8;
     static const unsigned char kMostPerCoarse = 2;
+
+    // Returns a block of a class from `sizeClass` on, or null.
+    BlockHeader* TakeFrom(std::size_t sizeClass)
+    {
+        for (; sizeClass < kClasses; ++sizeClass)
+        {
+            if (mFirst[sizeClass])
+                return Pop(sizeClass);
+        }
+        return nullptr;
+    }
 
     static std::size_t Class(std::size_t size)
     {
