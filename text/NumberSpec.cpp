@@ -1,4 +1,4 @@
-// Number specifications of messages, such as "@2.3zs@".
+// The forms of numbers in messages, such as "@2.3zs@".
 
 #include "text/Numbers.h"
 
@@ -15,7 +15,7 @@
 namespace
 {
 const U_u32 kNumberLocation = kModule | 0x1B;
-const std::size_t kMostReported = 32; // unknown letters of a specification
+const std::size_t kMostReported = 32; // unknown letters of a form
 
 // The characters that "%d" skips.
 bool IsWhiteSpace(U_u16 unit)

@@ -40,7 +40,7 @@ template <class Unit> void SetMarks(const NumberMarks& marks, Unit* number, std:
         number[i] = static_cast<Unit>(marks.InPlaceOf(static_cast<U_u16>(number[i]), plain));
 }
 
-// A number specification: the text between two "@" after "^F1" in a message.
+// The form of a number: the text between two "@" after "^F1" in a message.
 struct NumberSpec
 {
     unsigned int mFlags;
@@ -49,7 +49,7 @@ struct NumberSpec
     std::size_t mLength; // in the message, with both "@"
 };
 
-// Reads the specification at the head of a text. Returns the default specification, of length 0,
+// Reads the form of a number at the head of a text. Returns the default form, of length 0,
 // if the text does not begin with one. An "@" without a second one is reported; the result then
 // has no options and the length 1. A Unit is a U_u16, or a char of ASCII text.
 template <class Unit> NumberSpec ReadNumberSpec(std::basic_string_view<Unit> text);

@@ -139,9 +139,10 @@ double NumberOf(const U_FormatArgument& argument)
 
 // A message and its values. Text is U_UTF16String or std::string.
 //
-// The values are put into the message at the end, in one pass. If a value, a specification, or the
-// message beside its placeholders has a caret, the values may make or complete placeholders. From
-// then on each value is put into the message at once, and the next placeholder is searched for.
+// The values are put into the message at the end, in one pass. If a value, the form of a number, or
+// the message beside its placeholders has a caret, the values may make or complete placeholders.
+// From then on each value is put into the message at once, and the next placeholder is searched
+// for.
 template <class Text> class Message
 {
     typedef typename Text::value_type Unit;
@@ -263,7 +264,7 @@ private:
         AddNumber(placeholder, spec.mLength, text, length, MarksFor(spec.mFlags, mMarks));
     }
 
-    // Returns true if a value may be in the specification that starts at an offset.
+    // Returns true if a value may be in the form of a number that starts at an offset.
     bool IsValueInSpec(std::size_t start) const
     {
         const Value* const next = FirstValueAfter(start);
@@ -338,7 +339,7 @@ private:
     Value mValues[9]; // not yet in mText, in the order of their starts
     Value* mValuesEnd = mValues;
 
-    // What mValues refers to, by digit and in no order.
+    // The numbers and converted texts to which mValues point: numbers by digit, texts in no order.
     Unit mNumbers[9][kLongestNum];
     std::forward_list<Text> mConverted;
 };

@@ -100,7 +100,7 @@ struct NumberMarks
         return mDecimal == other.mDecimal && mThousands == other.mThousands;
     }
 
-    // Returns the mark that stands for a mark of `from`. Returns any other unit unchanged.
+    // Returns this object's mark for the same mark of `from`, and any other unit unchanged.
     unsigned short InPlaceOf(unsigned short unit, const NumberMarks& from) const
     {
         if (unit == from.mDecimal)

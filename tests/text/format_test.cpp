@@ -340,7 +340,7 @@ TEST_F(SubString, SpecificationsSetTheFormOfANumber)
         {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
         {Filled("^F1@1.0@@1.0@", 2.5), "2@1.0@"},
         {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},
-        {Filled("^F2^1", "@3.0@", 2.5), "002"}, // the specification is a value
+        {Filled("^F2^1", "@3.0@", 2.5), "002"}, // a value is the form of the number
         {Filled("^F1@^2@ ^2", 2.5, "x"), "2.50 x"},
         {Filled("^F1@99999999999999999999.1@", 1.5), std::string(28, '0') + "1.5"},
     });
