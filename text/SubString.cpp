@@ -13,7 +13,6 @@
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include <krobase/format.h>
 
@@ -26,8 +25,7 @@
 
 namespace
 {
-const std::size_t kMostBytes = 1023;   // of a message in a buffer
-const std::size_t kShortMessage = 256; // units
+const std::size_t kMostBytes = 1023; // of a message in a buffer
 const std::size_t kNone = std::string_view::npos;
 
 // The types of a placeholder, in the order in which a digit's placeholders are looked for.
@@ -70,7 +68,7 @@ public:
         for (std::size_t caret = format.find('^'); caret != kNone;
              caret = format.find('^', caret + 1))
             Add(format, caret);
-        if (!mHasPlaceholders)
+        if (std::none_of(std::begin(mTypes), std::end(mTypes), [](unsigned int t) { return t; }))
             AddOfTemplate(format);
     }
 
@@ -103,7 +101,6 @@ private:
         if (!Has(number, static_cast<Type>(type)))
             mStarts[number][type] = caret;
         mTypes[number] |= 1u << type;
-        mHasPlaceholders = true;
     }
 
     template <class Unit> void AddOfTemplate(std::basic_string_view<Unit> format)
@@ -118,7 +115,6 @@ private:
 
     unsigned int mTypes[10] = {}; // by digit, a bit for each type; kTypeCount for "@0" to "@9"
     std::size_t mStarts[10][kTypeCount];
-    bool mHasPlaceholders = false;
     bool mHasOtherCarets = false;
 };
 
@@ -159,8 +155,7 @@ public:
     {
     }
 
-    // Writes the result to `out`, which may be the format or hold a value.
-    void FillInto(Text& out, const U_FormatArgument* arguments, std::size_t count)
+    Text Filled(const U_FormatArgument* arguments, std::size_t count)
     {
         const U_FormatArgument* const end = arguments + count;
         Placeholder found;
@@ -170,18 +165,16 @@ public:
             if (mSearches)
                 PutValuesIn();
         }
-        PutTogether(out);
+        return WithValues();
     }
 
 private:
-    // A part of the message, and the value in its place. Without a constructor, since most
-    // messages have few values.
+    // A part of the message, and the value in its place.
     struct Value
     {
         std::size_t mStart;
         std::size_t mEnd;
-        const Unit* mUnits;
-        std::size_t mLength;
+        View mText;
     };
 
     // Finds the placeholder of a digit in the text so far. Only the message's own placeholders
@@ -298,9 +291,7 @@ private:
 
     static bool HasCaret(View text)
     {
-        // Texts with that byte are rare, and the C library finds a byte faster than a unit.
-        return std::memchr(text.data(), '^', text.size() * sizeof(Unit)) &&
-               text.find(Unit('^')) != kNone;
+        return std::find(text.begin(), text.end(), Unit('^')) != text.end();
     }
 
     void AddValue(const Placeholder& placeholder, std::size_t specLength, View text)
@@ -309,43 +300,31 @@ private:
             mSearches || HasCaret(text) || HasCaret(mText.substr(placeholder.End(), specLength));
         Value* const place = mValues + (FirstValueAfter(placeholder.mStart) - mValues);
         std::copy_backward(place, mValuesEnd, mValuesEnd + 1);
-        *place = {placeholder.mStart, placeholder.End() + specLength, text.data(), text.size()};
+        *place = {placeholder.mStart, placeholder.End() + specLength, text};
         ++mValuesEnd;
     }
 
-    // Makes a short text aside, so that `out` keeps its memory.
-    void PutTogether(Text& out) const
+    Text WithValues() const
     {
         std::size_t length = mText.size();
         for (const Value* value = mValues; value != mValuesEnd; ++value)
-            length += value->mLength - (value->mEnd - value->mStart);
-        if (length <= kShortMessage)
-        {
-            Unit text[kShortMessage];
-            WritePieces(text);
-            out.assign(text, length);
-            return;
-        }
+            length += value->mText.size() - (value->mEnd - value->mStart);
         Text text(length, 0); // to append the pieces one by one takes longer
-        WritePieces(text.data());
-        out = std::move(text);
-    }
-
-    void WritePieces(Unit* next) const
-    {
+        Unit* next = text.data();
         std::size_t start = 0;
         for (const Value* value = mValues; value != mValuesEnd; ++value)
         {
             next += mText.copy(next, value->mStart - start, start);
-            next = std::copy_n(value->mUnits, value->mLength, next);
+            next += value->mText.copy(next, value->mText.size());
             start = value->mEnd;
         }
         mText.copy(next, kNone, start);
+        return text;
     }
 
     void PutValuesIn()
     {
-        PutTogether(mFolded);
+        mFolded = WithValues();
         mText = mFolded;
         mValuesEnd = mValues;
         mSearches = true;
@@ -366,11 +345,11 @@ private:
 };
 
 template <class Text>
-void FillInto(Text& out, std::basic_string_view<typename Text::value_type> format,
-              const U_FormatArgument* arguments, std::size_t count,
-              const NumberMarks* marks = nullptr)
+Text Filled(std::basic_string_view<typename Text::value_type> format,
+            const U_FormatArgument* arguments, std::size_t count,
+            const NumberMarks* marks = nullptr)
 {
-    Message<Text>(format, marks).FillInto(out, arguments, count);
+    return Message<Text>(format, marks).Filled(arguments, count);
 }
 
 PlaceholderSet SetOf(const U_UTF16String& format)
@@ -418,7 +397,7 @@ U_UTF16String U_ZStringToFormat(const char* zstring)
 U_Status Up_SubString(U_UTF16String& out, const U_UTF16String& format,
                       const U_FormatArgument* arguments, std::size_t count)
 {
-    return Guarded([&] { FillInto(out, format, arguments, count); });
+    return Guarded([&] { out = Filled<U_UTF16String>(format, arguments, count); });
 }
 
 U_Status Up_SubString(char* out, unsigned int size, const char* format,
@@ -431,15 +410,11 @@ U_Status Up_SubString(char* out, unsigned int size, const char* format,
             ThrowWrongKind();
         // Read once: a host may change the user's locale while a report is shown.
         const NumberMarks marks = krobase::utility::UserNumberMarks();
-        std::string filled;
-        if (IsASCII(format, arguments, count, marks))
-            FillInto(filled, format, arguments, count, &marks);
-        else
-        {
-            U_UTF16String units;
-            FillInto(units, U_MBToUTF16String(format), arguments, count);
-            filled = U_UTF16ToMBString(units, false);
-        }
+        const std::string filled =
+            IsASCII(format, arguments, count, marks)
+                ? Filled<std::string>(format, arguments, count, &marks)
+                : U_UTF16ToMBString(
+                      Filled<U_UTF16String>(U_MBToUTF16String(format), arguments, count), false);
         const std::size_t room =
             size ? std::min<std::size_t>(size, kMostBytes + 1) : kMostBytes + 1;
         U_CopyStringLen(filled.data(), filled.size(), room, out);
