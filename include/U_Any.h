@@ -105,7 +105,9 @@ public:
     // Throws: boost::bad_any_cast for a held unsigned integer.
     U_i64 GetAs_int() const
     {
-        return mType == kType_Int && mHeld != kAny ? mInteger : ConvertedToInt();
+        // Without the hint the compiler puts the conversion between the test and the return.
+        const bool isInPlace = mType == kType_Int && mHeld != kAny;
+        return __builtin_expect(isInPlace, true) ? mInteger : ConvertedToInt();
     }
     U_i64 GetAs_Enum() const;
 

@@ -51,7 +51,7 @@ U_u16 DeltaSubstitute()
 
 // A string grows only with a value in each new element, which takes as long as a conversion. So
 // text is converted in pieces of so many elements, into a buffer from which it is appended.
-const std::size_t kPiece = 2048;
+const std::size_t kPiece = 4096;
 
 // Return the end of the piece that starts at `from`. No character spans the end of a piece, and
 // in UTF-8 no head of one.
@@ -116,6 +116,8 @@ U_UTF16String FromUTF8(const char* bytes, std::size_t length)
                                                      static_cast<int>(end - from), piece, kPiece);
         if (count == 0)
             ReportAndThrow(win32::GetLastError());
+        if (length <= kPiece)
+            return U_UTF16String(piece, static_cast<std::size_t>(count));
         units.append(piece, static_cast<std::size_t>(count));
         from = end;
     }
@@ -147,11 +149,26 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
             ReportAndThrow(win32::GetLastError());
         if (usedInPiece)
             *usedDefault = usedInPiece;
-        bytes.append(reinterpret_cast<const typename String::value_type*>(piece),
-                     static_cast<std::size_t>(count));
+        const auto* const converted = reinterpret_cast<const typename String::value_type*>(piece);
+        if (length <= kPiece)
+            return String(converted, static_cast<std::size_t>(count));
+        bytes.append(converted, static_cast<std::size_t>(count));
         from = end;
     }
     return bytes;
+}
+
+// A text of so many units is checked and copied faster than it is converted.
+const std::size_t kShort = 256;
+
+bool IsShortAscii(const U_UTF16String& text)
+{
+    if (text.size() > kShort)
+        return false;
+    unsigned int bits = 0;
+    for (const U_u16 unit : text)
+        bits |= unit;
+    return bits < 0x80;
 }
 
 // Converts to UTF-16 and replaces the substitute by U+2206, except from UTF-8, which has U+2206.
@@ -238,6 +255,8 @@ U_UTF16String U_UTF8To16String(const U_UTF8String& text)
 
 U_UTF8String U_UTF16To8String(const U_UTF16String& text)
 {
+    if (IsShortAscii(text))
+        return U_UTF8String(text.begin(), text.end());
     return ToBytes<U_UTF8String>(win32::kCodePageUTF8, text.data(), text.size(), nullptr);
 }
 

@@ -9,6 +9,8 @@
 #include "U_LStr.h"
 #include "U_Report.h"
 #include "U_String.h"
+#include "text/LStrTable.h"
+#include "text/ZString.h"
 
 namespace
 {
@@ -71,6 +73,20 @@ U_LStrRow sRows[] = {
 
 U_LStrCache sStrings = {sName, kOwnTextCount + 1, sRows, 0};
 
+// Returns a text as U_ZLookupLStrCache does. A text that has been looked up is returned without
+// the checks of a table.
+const char* LookUp(U_u32 index, int* error)
+{
+    if (index < kOwnTextCount)
+    {
+        U_LStrRow& row = sRows[index];
+        const U_ZLocale* const locale = ZLocale();
+        if (char* text = LoadField(locale && locale->mAlive ? row.mLocal : row.mEnglish))
+            return text;
+    }
+    return U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, error);
+}
+
 const char kLonePercent = '%';
 
 // Returns the letter of the next field of a format, 0 if there is none, and moves `format`
@@ -115,13 +131,13 @@ void FormatCut(char* out, std::size_t size, const char* format, std::va_list val
 
 char* Up_String(U_u32 index)
 {
-    return const_cast<char*>(U_ZLookupLStrCache(&sStrings, static_cast<int>(index), 0, nullptr));
+    return const_cast<char*>(LookUp(index, nullptr));
 }
 
 const char* Up_StringOrEnglish(OwnText text)
 {
     int error = 0;
-    const char* const found = U_ZLookupLStrCache(&sStrings, static_cast<int>(text), 0, &error);
+    const char* const found = LookUp(text, &error);
     return error ? Up_EnglishString(text) : found;
 }
 

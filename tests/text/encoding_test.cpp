@@ -82,13 +82,13 @@ TEST(Encoding, LongTextsKeepTheirCharactersWhole)
     for (const auto& [bytes, units] : rows)
     {
         const bool isDamaged = units.find(u'\uFFFD') != std::u16string::npos;
-        for (std::size_t head = 2040; head <= (IsWine() && isDamaged ? 0 : 2050); ++head)
+        for (std::size_t head = 4088; head <= (IsWine() && isDamaged ? 0 : 4098); ++head)
         {
             SCOPED_TRACE(head);
-            const std::string text = std::string(head, 'x') + bytes + std::string(3000, 'y');
+            const std::string text = std::string(head, 'x') + bytes + std::string(5000, 'y');
             const U_UTF8String narrow(text.begin(), text.end());
             const U_UTF16String wide =
-                Units(std::u16string(head, u'x') + units + std::u16string(3000, u'y'));
+                Units(std::u16string(head, u'x') + units + std::u16string(5000, u'y'));
             EXPECT_EQ(U_UTF8To16String(narrow), wide);
             if (!isDamaged)
             {
@@ -96,14 +96,34 @@ TEST(Encoding, LongTextsKeepTheirCharactersWhole)
             }
         }
     }
-    const U_UTF16String halves = Units(std::u16string(2047, u'x') + u"\xD83D" + u"x\xDE00");
-    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(2047), "?x?");
+    const U_UTF16String halves = Units(std::u16string(4095, u'x') + u"\xD83D" + u"x\xDE00");
+    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(4095), "?x?");
     const ScActiveCodePage active(65001);
-    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(2047), "\uFFFDx\uFFFD");
+    EXPECT_EQ(U_UTF16ToMBString(halves, false).substr(4095), "\uFFFDx\uFFFD");
     const U_UTF16String late =
         Units(std::u16string(5000, u'x') + u"\u4E00" + std::u16string(5000, u'x'));
     const ScActiveCodePage latin(1252);
     EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(late, true); }), 10);
+}
+
+// Short ASCII text is copied without a conversion. U+0161 has the low byte of "a".
+TEST(Encoding, ShortTextsKeepEachCharacter)
+{
+    for (std::size_t length = 0; length <= 260; ++length)
+    {
+        SCOPED_TRACE(length);
+        EXPECT_EQ(U_UTF16To8String(Units(std::u16string(length, u'\u007F'))),
+                  Bytes(std::string(length, '\x7F')));
+        for (const std::size_t tail : {length, length / 2, std::size_t(0)})
+        {
+            const std::string a(tail, 'a');
+            const std::string x(length - tail, 'x');
+            const std::u16string wideA(tail, u'a');
+            const std::u16string wideX(length - tail, u'x');
+            EXPECT_EQ(U_UTF16To8String(Units(wideX + u"\u0161" + wideA)), Bytes(x + "\u0161" + a));
+            EXPECT_EQ(U_UTF16To8String(Units(wideX + u"\u0080" + wideA)), Bytes(x + "\u0080" + a));
+        }
+    }
 }
 
 TEST(Encoding, ExactRefusesACharacterThatTheCodePageLacks)

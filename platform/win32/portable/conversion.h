@@ -88,32 +88,29 @@ template <class Source, class Output> struct Cursor
     Output mOutput;
 };
 
-// Converts the ASCII characters before the first other character or `stop`. Three sources have
-// at least one target. So while the loop runs, enough sources are left for later targets to
-// overwrite the unspecified elements.
+// Converts the ASCII characters before the first other character or `stop`.
 template <class Source, class Output>
 Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
 {
-    const std::size_t kWord = Word<Source>::kSize;
-    while (static_cast<std::size_t>(stop - at.mNext) >= kBlock + 3 * kWord)
+    const std::ptrdiff_t kWord = Word<Source>::kSize;
+    while (stop - at.mNext >= std::ptrdiff_t(kBlock) && IsAsciiBlock(at.mNext))
     {
-        if (IsAsciiBlock(at.mNext))
-        {
-            // A loop of its own, since the compiler keeps the cursor of a small loop in registers.
-            const Source* const last = stop - kBlock - 3 * kWord;
-            do
-            {
-                at.mOutput.template PutHead<kBlock>(at.mNext, kBlock);
-                at.mNext += kBlock;
-            } while (at.mNext <= last && IsAsciiBlock(at.mNext));
-            continue;
-        }
-        std::uint64_t highBits;
-        while ((highBits = Word<Source>::HighBits(at.mNext)) == 0)
+        at.mOutput.template PutHead<kBlock>(at.mNext, kBlock);
+        at.mNext += kBlock;
+    }
+    while (stop - at.mNext >= kWord)
+    {
+        const std::uint64_t highBits = Word<Source>::HighBits(at.mNext);
+        if (highBits == 0)
         {
             at.mOutput.template PutHead<kWord>(at.mNext, kWord);
             at.mNext += kWord;
+            continue;
         }
+        // Three sources have at least one target. So enough sources must be left for later
+        // targets to overwrite the unspecified elements.
+        if (stop - at.mNext < 4 * kWord)
+            break;
         const std::size_t count = Word<Source>::AsciiHead(highBits);
         at.mOutput.template PutHead<kWord>(at.mNext, count);
         at.mNext += count;

@@ -172,6 +172,25 @@ WITH_AVX2 bool IsAscii(const Unit* block)
     return _mm256_testz_si256(LoadLong(block), _mm256_set1_epi16(static_cast<short>(0xFF80)));
 }
 
+// Converts pairs of blocks of ASCII units, also after the place where windows stop: their bytes
+// overwrite no further targets.
+WITH_AVX2 Cursor<Unit, Store<Byte>> PutAsciiPairs(Cursor<Unit, Store<Byte>> at, const Unit* stop)
+{
+    const __m256i limit = _mm256_set1_epi16(static_cast<short>(0xFF80));
+    while (stop - at.mNext >= 2 * kUnitBlock)
+    {
+        const __m256i low = LoadLong(at.mNext);
+        const __m256i high = LoadLong(at.mNext + kUnitBlock);
+        if (!_mm256_testz_si256(_mm256_or_si256(low, high), limit))
+            break;
+        // The pack leaves the quarters in the order 0, 2, 1, 3.
+        SaveLong(at.mOutput.mNext, _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8));
+        at.mNext += 2 * kUnitBlock;
+        at.mOutput.mNext += 2 * kUnitBlock;
+    }
+    return at;
+}
+
 WITH_AVX2 bool HasSurrogates(const Unit* block)
 {
     const __m256i heads =
@@ -233,23 +252,24 @@ WITH_AVX2 Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, con
 
 WITH_AVX2 Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop)
 {
-    const Unit* next = at.mNext;
-    Byte* bytes = at.mOutput.mNext;
-    for (; stop - next >= kLeastForWindows; next += kUnitBlock)
+    while (stop - at.mNext >= kLeastForWindows)
     {
-        if (IsAscii(next))
+        if (IsAscii(at.mNext))
         {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes),
-                             _mm_packus_epi16(Load(next), Load(next + 8)));
-            bytes += kUnitBlock;
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(at.mOutput.mNext),
+                             _mm_packus_epi16(Load(at.mNext), Load(at.mNext + 8)));
+            at.mNext += kUnitBlock;
+            at.mOutput.mNext += kUnitBlock;
+            at = PutAsciiPairs(at, stop);
             continue;
         }
-        if (HasSurrogates(next))
+        if (HasSurrogates(at.mNext))
             break;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(kUnitBlock); i += kCharacters)
-            bytes += EncodeWindow(next + i, bytes);
+        for (const Unit* const end = at.mNext + kUnitBlock; at.mNext != end;
+             at.mNext += kCharacters)
+            at.mOutput.mNext += EncodeWindow(at.mNext, at.mOutput.mNext);
     }
-    return {next, {bytes}};
+    return at;
 }
 } // namespace win32
 
