@@ -172,8 +172,8 @@ template <class Way> bool IsRead(const typename Way::Bytes& document)
     return written.size() >= document.size() * 9 / 10 && Way::Write(again) == written;
 }
 
-// Reading includes the end of the tree. The first run is not measured, since it also joins the
-// free blocks that earlier benchmarks have left in the heap.
+// Reading includes the end of the tree. The first run of a way is not measured, since it also joins
+// the free blocks that earlier trees have left in the heap.
 template <class Way, class Shape> void Read(benchmark::State& state)
 {
     const typename Way::Bytes document = DocumentFor<Way, Shape>(state);
@@ -194,10 +194,10 @@ template <class Way, class Shape> void Write(benchmark::State& state)
 {
     typename Way::Tree tree;
     const typename Way::Bytes document = DocumentFor<Way, Shape>(state);
-    Way::Read(document, &tree);
-    const typename Way::Bytes written = Way::Write(tree);
     if (!IsRead<Way>(document))
         state.SkipWithError("not what was written");
+    Way::Read(document, &tree);
+    const typename Way::Bytes written = Way::Write(tree);
     for (auto _ : state)
         benchmark::DoNotOptimize(Way::Write(tree).data());
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(written.size()));

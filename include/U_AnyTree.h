@@ -32,7 +32,7 @@ typedef boost::property_tree::basic_ptree<U_UTF16String, U_Any, std::less<U_UTF1
 //
 // Reading, writing, copying and destroying a tree use stack for each level. A thread that reads
 // text from outside needs 512 KiB of stack. For 1,000 levels on x86-64, SetFrom_JSON uses
-// 230 KiB, GetAs_JSON 100 KiB, GetAs_Str 130 KiB, a copy of the tree 260 KiB and its destruction
+// 230 KiB, GetAs_JSON 130 KiB, GetAs_Str 130 KiB, a copy of the tree 260 KiB and its destruction
 // 50 KiB. Copies and destruction are compiled with the caller: without optimisation they use 580
 // and 350 KiB, and the thread needs 1 MiB.
 const unsigned int U_MostJSONDepth = 1000;

@@ -61,7 +61,16 @@ public:
     U_UTF16String TakeText();
 
 private:
+    // A tree that is being written.
+    struct Level
+    {
+        const Level* mOuter; // null for the outermost tree
+        std::size_t mChildren;
+        std::size_t mWritten; // children
+    };
+
     void WriteNode(const U_AnyTree& node);
+    double Progress() const;
     void Grow(std::size_t units);
 
     // Returns the end of the text, with room for the units.
@@ -74,6 +83,7 @@ private:
 
     U_UTF16String mText;
     std::size_t mLength = 0; // the units written
+    const Level* mLevel = nullptr;
 };
 
 // Reads the members of a tree with one cursor over the text.

@@ -169,22 +169,32 @@ TEST(JSON, WritesValuesThatNeverCameFromJSON)
 
 TEST(JSON, TextOfASkewedTreeTakesNoMoreMemoryThanItNeeds)
 {
-    // The first child of each level is large, the others are small.
-    U_AnyTree skewed;
-    U_UTF16String expected = Units(u"null");
-    for (int level = 0; level < 5; ++level)
+    for (const bool isFirstLarge : {true, false})
     {
-        U_AnyTree above;
-        U_AnyTreeWrapper(above).put(skewed);
-        for (int i = 0; i < 1000; ++i)
-            U_AnyTreeWrapper(above).put(1);
-        skewed.swap(above);
-        expected = Units(level == 4 ? u"{" : u"[") + expected + Repeated(u",1", 1000) +
-                   Units(level == 4 ? u"}" : u"]");
+        // One child of each level is large, the others are small.
+        U_AnyTree skewed;
+        U_UTF16String expected = Units(u"null");
+        for (int level = 0; level < 5; ++level)
+        {
+            U_AnyTree above;
+            U_AnyTreeWrapper wrapper(above);
+            if (isFirstLarge)
+                wrapper.put(skewed);
+            for (int i = 0; i < 1000; ++i)
+                wrapper.put(1);
+            if (!isFirstLarge)
+                wrapper.put(skewed);
+            skewed.swap(above);
+            const U_UTF16String large = expected;
+            expected = Units(level == 4 ? u"{" : u"[");
+            expected +=
+                isFirstLarge ? large + Repeated(u",1", 1000) : Repeated(u"1,", 1000) + large;
+            expected += Units(level == 4 ? u"}" : u"]");
+        }
+        const U_UTF16String text = U_AnyTreeWrapper(skewed).GetAs_JSON();
+        EXPECT_EQ(text, expected);
+        EXPECT_LE(text.capacity(), 2 * text.size() + 1);
     }
-    const U_UTF16String skewedText = U_AnyTreeWrapper(skewed).GetAs_JSON();
-    EXPECT_EQ(skewedText, expected);
-    EXPECT_LE(skewedText.capacity(), 4 * skewedText.size());
 }
 
 TEST(JSON, MembersBeforeABadLiteralStay)
