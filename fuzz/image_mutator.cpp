@@ -94,7 +94,7 @@ private:
         return std::string(2 * Below(5), static_cast<char>('a' + Below(3)));
     }
 
-    void AddSlot(ImageForm& form, const std::string& key)
+    void AddSlot(ImageForm& form, std::string key) // a copy: the key may be that of a slot
     {
         form.mSlots.push_back({key, SampleValue(), SampleValue(), OneIn(4)});
         if (!key.empty() || form.mLayout != ImageForm::kFlat)
