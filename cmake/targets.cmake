@@ -6,6 +6,8 @@ string(TIMESTAMP u_build_year "%Y" UTC)
 
 function(u_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+  # Clang's -Wconversion includes what GCC's does not in C++. All builds warn of the same.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
   target_link_options(${target} PRIVATE -Werror) # link-time optimisation warns, too
 endfunction()
 

@@ -10,6 +10,7 @@
 #include "hollin_private/ByteRun.h"
 #include "hollin_private/Conversion.h"
 #include "hollin_private/DictionaryReader.h"
+#include "hollin_private/FlatImageView.h"
 #include "hollin_private/LegacyImage.h"
 
 namespace hollin
@@ -19,20 +20,22 @@ namespace
 using namespace hollin_private;
 
 // Counts live keys that are not in their own bucket of the file.
-std::uint64_t CountUnreachable(const ImageView& image)
+std::uint64_t CountUnreachable(const FlatImageView& image)
 {
-    std::vector<bool> found(image.Report().mKeyed ? image.Slots() : 0);
-    for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
+    std::vector<bool> found(image.mCount);
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
     {
-        for (const std::uint32_t slot : image.SlotsIn(bucket))
+        for (const std::size_t end = next + image.mBucketSizes[i]; next < end; ++next)
         {
-            if (BucketOf(image.Key(slot)) == bucket)
+            const std::uint32_t slot = image.mBucketIds[next];
+            if (HashKey(image.mKeys.At(slot), kBucketCount) == image.mBucketNumbers[i])
                 found[slot] = true;
         }
     }
     std::uint64_t unreachable = 0;
     for (std::uint32_t slot = 0; slot < found.size(); ++slot)
-        unreachable += !found[slot] && !image.Key(slot).empty();
+        unreachable += !found[slot] && image.mKeys.mLengths[slot] != 0;
     return unreachable;
 }
 
@@ -82,7 +85,7 @@ void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& repo
     {
     case ImageLayout::kFlat:
         if (image.IsReadable() && report.mKeyed)
-            report.mUnreachable = CountUnreachable(image);
+            report.mUnreachable = CountUnreachable(*image.Tables());
         return;
     case ImageLayout::kEntries:
     case ImageLayout::kLengthTable:

@@ -78,6 +78,9 @@ public:
     std::uint32_t CommentSlot(std::uint32_t index) const;
     void AppendComment(std::uint32_t index, std::vector<std::uint16_t>* units) const;
 
+    // For CheckImage. Null if the view isn't readable.
+    const hollin_private::FlatImageView* Tables() const { return mImage.get(); }
+
 private:
     ImageReport mReport;
     std::unique_ptr<const hollin_private::FlatImageView> mImage; // null if it isn't readable

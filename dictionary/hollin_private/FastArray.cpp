@@ -40,17 +40,21 @@ template <class Visit> void ForEachBucket(const FileBuckets& buckets, const Visi
 
 IdBuckets::Ids IdBuckets::Get(std::uint32_t bucket) const
 {
-    if (!mBuckets)
-        return Ids();
-    const Bucket& found = mBuckets[bucket];
-    return Ids{found.mIds, found.mIds + found.mCount};
+    const Bucket* const found = Find(bucket);
+    return found ? Ids{found->mIds, found->mIds + found->mCount} : Ids();
+}
+
+IdBuckets::Bucket& IdBuckets::Make(std::uint32_t bucket)
+{
+    std::unique_ptr<Bucket[]>& page = mPages[bucket / kPageSize];
+    if (!page)
+        page = std::make_unique<Bucket[]>(kPageSize);
+    return page[bucket % kPageSize];
 }
 
 void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
 {
-    if (!mBuckets)
-        mBuckets = std::make_unique<Bucket[]>(kBucketCount);
-    Bucket& grown = mBuckets[bucket];
+    Bucket& grown = Make(bucket);
     const std::size_t needed = grown.mCount + more;
     if (needed <= grown.mCapacity)
         return;
@@ -65,20 +69,21 @@ void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
 void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key)
 {
     Reserve(bucket, 1);
-    Bucket& grown = mBuckets[bucket];
+    Bucket& grown = Make(bucket);
     grown.mOwned[grown.mCount++] = id;
     grown.mIndex.Insert(key, id);
 }
 
 void IdBuckets::Adopt(FileBuckets&& buckets)
 {
-    auto adopted = std::make_unique<Bucket[]>(kBucketCount);
+    // All pages are allocated first, so that a failed allocation adds no identifier.
+    for (const std::uint16_t number : buckets.mNumbers)
+        Make(number);
     mFileIds = std::move(buckets.mIds);
-    mBuckets = std::move(adopted);
     const std::uint32_t* ids = mFileIds.data();
     for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
     {
-        Bucket& bucket = mBuckets[buckets.mNumbers[i]];
+        Bucket& bucket = Make(buckets.mNumbers[i]);
         bucket.mIds = ids;
         bucket.mCount = buckets.mSizes[i];
         ids += buckets.mSizes[i];

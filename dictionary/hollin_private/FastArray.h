@@ -33,8 +33,9 @@ struct FileBuckets // NOLINT(bugprone-exception-escape): the move of a Boost vec
 
 // The identifiers of the keys of a store, by bucket.
 //
-// The buckets are allocated with the first identifier, so that an empty store is cheap. The
-// identifiers of a file stay in the file's one array until one is added to their bucket.
+// The buckets are allocated in pages, a page with its first identifier, so that a small store is
+// cheap: all buckets take 56 KiB. The identifiers of a file stay in the file's one array until one
+// is added to their bucket.
 class IdBuckets
 {
 public:
@@ -79,14 +80,27 @@ private:
         mutable KeyIndex mIndex; // of all mIds, if it is made
     };
 
-    std::unique_ptr<Bucket[]> mBuckets; // null, or kBucketCount
+    static const std::uint32_t kPageSize = 32; // in buckets
+    static const std::uint32_t kPageCount = (kBucketCount + kPageSize - 1) / kPageSize;
+
+    // Returns null if the page is not allocated.
+    const Bucket* Find(std::uint32_t bucket) const
+    {
+        const std::unique_ptr<Bucket[]>& page = mPages[bucket / kPageSize];
+        return page ? &page[bucket % kPageSize] : nullptr;
+    }
+
+    // Allocates the page.
+    Bucket& Make(std::uint32_t bucket);
+
+    std::unique_ptr<Bucket[]> mPages[kPageCount];
     Table<std::uint32_t> mFileIds;
 };
 
 template <class KeyOf>
 const KeyIndex* IdBuckets::IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const
 {
-    const Bucket& indexed = mBuckets[bucket];
+    const Bucket& indexed = *Find(bucket);
     if (indexed.mIndex.IsMade() || indexed.mIndex.Make(indexed.mIds, indexed.mCount, keyOf))
         return &indexed.mIndex;
     return nullptr;

@@ -89,6 +89,8 @@ public:
     // the walk.
     void Remove(const std::unordered_set<const HashItem*>& items);
 
+    bool IsEmpty() const { return mBuckets.empty(); }
+
     // Returns the head of a chain, which mNext links, or null if the chain is empty.
     const HashItem* Chain(std::uint32_t bucket) const;
 
@@ -108,6 +110,8 @@ private:
 // Calls visit(bucket, entry) for each entry of a table, chain by chain.
 template <class Visit> void ForEachEntry(const HashTable& table, const Visit& visit)
 {
+    if (table.IsEmpty())
+        return;
     for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
     {
         for (const HashItem* item = table.Chain(bucket); item; item = item->mNext)

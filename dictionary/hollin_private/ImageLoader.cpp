@@ -15,7 +15,7 @@ namespace
 {
 using boost::container::default_init;
 
-const std::size_t kFirstStreamRead = 0x10000;
+const std::size_t kFirstStreamRead = 0x1000;
 
 // Returns false only if each run begins at or after the end of the run before it, as our
 // writer orders them. Other writers may let texts share bytes.

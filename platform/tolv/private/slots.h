@@ -93,9 +93,12 @@ inline void MarkFree(void** slot)
     StoreRelease(*slot, reinterpret_cast<void*>(std::uintptr_t(1)));
 }
 
+// The link of a free slot is the address of the next slot plus 1, and 1 at the end of a chain. It
+// is computed as an integer: nothing may be added to a null pointer.
 inline void Push(SlotChain& chain, void** slot)
 {
-    StoreRelease(*slot, static_cast<void*>(reinterpret_cast<char*>(chain.mFirst) + 1));
+    const auto next = reinterpret_cast<std::uintptr_t>(chain.mFirst);
+    StoreRelease(*slot, reinterpret_cast<void*>(next + 1));
     chain.mFirst = slot;
     ++chain.mCount;
 }
@@ -104,7 +107,7 @@ inline void Push(SlotChain& chain, void** slot)
 inline void** Pop(SlotChain& chain)
 {
     void** slot = chain.mFirst;
-    chain.mFirst = reinterpret_cast<void**>(static_cast<char*>(*slot) - 1);
+    chain.mFirst = reinterpret_cast<void**>(reinterpret_cast<std::uintptr_t>(*slot) - 1);
     --chain.mCount;
     return slot;
 }

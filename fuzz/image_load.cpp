@@ -1,0 +1,70 @@
+// Is what was loaded of an image sound, damaged images included? All entries are visited, looked
+// up, changed and removed.
+
+#include <memory>
+
+#include "load.h"
+
+namespace
+{
+const std::uint16_t kText[] = {'n', 'e', 'w'};
+
+// An empty dictionary of either store, or a loaded one.
+std::unique_ptr<hollin::Dictionary> MakeDictionary(std::size_t kind)
+{
+    auto dictionary = std::make_unique<hollin::Dictionary>(kind % 2 != 0);
+    if (kind == 2)
+        Require(Load(*dictionary, "/a=first\n/QX/U/Demo=first\n"));
+    if (kind == 3)
+    {
+        dictionary->SetString("/a", kText, sizeof kText, kText, 4);
+        dictionary->SetString("/QX/U/Demo", kText, sizeof kText);
+        dictionary->RemoveString("/QX/U/Demo");
+    }
+    return dictionary;
+}
+
+// Returns a key that a look-up finds, or an empty key.
+std::string Visit(hollin::Dictionary& dictionary)
+{
+    std::string found;
+    std::uint32_t id = 0;
+    dictionary.ResetIterator();
+    while (dictionary.NextId(&id))
+    {
+        const std::string key = CurrentKey(dictionary);
+        const hollin::ZString text = dictionary.CurrentText();
+        const std::uint16_t* units = nullptr;
+        std::uint32_t length = 0;
+        if (dictionary.GetRawStringById(id, &units, &length))
+            Require(hollin::ZString(units, length) == text);
+        dictionary.GetCommentById(id);
+        if (!IsNameable(key) || !dictionary.HasString(key.c_str()))
+            continue;
+        Require(dictionary.GetRawString(key.c_str(), &units, &length));
+        Require(dictionary.GetString(key.c_str()) == hollin::ZString(units, length));
+        found = key;
+    }
+    return found;
+}
+
+void Change(hollin::Dictionary& dictionary, const char* key)
+{
+    const std::uint32_t id = dictionary.GetId(key);
+    Require(dictionary.SetString(key, kText, sizeof kText, kText, 2) == id);
+    Require(id == hollin::kNoId || dictionary.GetString(key) == hollin::ZString(kText, 3));
+    Require(dictionary.RemoveString(key) == id);
+    Require(id == hollin::kNoId || dictionary.GetId(key) != id);
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::unique_ptr<hollin::Dictionary> dictionary = MakeDictionary(size % 4);
+    Load(*dictionary, data, size);
+    dictionary->GetLanguage();
+    const std::string key = Visit(*dictionary);
+    if (!key.empty())
+        Change(*dictionary, key.c_str());
+    return 0;
+}

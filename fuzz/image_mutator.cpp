@@ -1,0 +1,216 @@
+// Changes images so that most of them stay sound: the mutator changes the entries and the fields,
+// and writes all tables anew. Some images are damaged in one place afterwards.
+
+#include "image_mutator.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <random>
+
+#include "image_form.h"
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
+namespace
+{
+const char* const kKeys[] = {"/a", "/b", "/QX/U/Demo", "/QX/U/Menu/File/Open", "a=b", "$", ""};
+const char* const kLocales[] = {"en_US", "de", ""};
+
+class Mutator
+{
+public:
+    explicit Mutator(unsigned int seed) : mRandom(seed) {}
+
+    // Returns a number below `limit`, or 0.
+    std::uint32_t Below(std::size_t limit)
+    {
+        return limit ? static_cast<std::uint32_t>(mRandom() % limit) : 0;
+    }
+    bool OneIn(std::uint32_t count) { return Below(count) == 0; }
+
+    void Change(ImageForm& form)
+    {
+        switch (form.mSlots.empty() ? 0 : Below(16))
+        {
+        case 0:
+        case 1:
+            return AddSlot(form, SampleKey());
+        case 2:
+            return AddSlot(form, form.mSlots[Below(form.mSlots.size())].mKey);
+        case 3:
+            return form.Erase(Below(form.mSlots.size()));
+        case 4:
+        case 5:
+            return ChangeKey(form);
+        case 6:
+        case 7:
+            return ChangeBytes(form.mSlots[Below(form.mSlots.size())].mValue, 64);
+        case 8:
+            return CopyValue(form);
+        case 9:
+        case 10:
+            return ChangeComment(form);
+        case 11:
+            return ChangeBuckets(form);
+        default:
+            return ChangeFields(form);
+        }
+    }
+
+    // Overwrites two bytes or four with a number that is near a limit.
+    void Damage(std::string& image)
+    {
+        const std::size_t width = OneIn(2) ? 2 : 4;
+        if (image.size() < width)
+            return;
+        const std::size_t at = Below(image.size() - width + 1);
+        const std::uint32_t numbers[] = {0,
+                                         1,
+                                         0xFF,
+                                         0x7FFFFFFF,
+                                         0xFFFFFFFF,
+                                         Below(1024),
+                                         static_cast<std::uint32_t>(image.size())};
+        std::uint32_t number = numbers[Below(std::size(numbers))];
+        if (OneIn(2))
+            number = static_cast<std::uint8_t>(image[at]) + Below(5) - 2;
+        std::memcpy(&image[at], &number, width);
+    }
+
+private:
+    std::string SampleKey()
+    {
+        std::string key = kKeys[Below(std::size(kKeys))];
+        if (OneIn(3))
+            key += static_cast<char>('0' + Below(10));
+        if (OneIn(64))
+            key.append(1018 + Below(10), 'x'); // near the longest key that a merge compares
+        return key;
+    }
+
+    std::string SampleValue()
+    {
+        return std::string(2 * Below(5), static_cast<char>('a' + Below(3)));
+    }
+
+    void AddSlot(ImageForm& form, std::string key) // a copy: the key may be that of a slot
+    {
+        form.mSlots.push_back({key, SampleValue(), SampleValue(), OneIn(4)});
+        if (!key.empty() || form.mLayout != ImageForm::kFlat)
+            form.AddToBucket(static_cast<std::uint32_t>(form.mSlots.size() - 1));
+    }
+
+    void ChangeBytes(std::string& bytes, std::size_t more)
+    {
+        const std::size_t size = bytes.size();
+        bytes.resize(size + more);
+        bytes.resize(
+            LLVMFuzzerMutate(reinterpret_cast<std::uint8_t*>(&bytes[0]), size, size + more));
+    }
+
+    // The slot gets the bucket of its new key.
+    void ChangeKey(ImageForm& form)
+    {
+        ImageSlot slot = form.mSlots[Below(form.mSlots.size())];
+        form.Erase(static_cast<std::uint32_t>(Below(form.mSlots.size())));
+        if (OneIn(2))
+            slot.mKey = SampleKey();
+        else
+            ChangeBytes(slot.mKey, 16);
+        form.mSlots.push_back(slot);
+        if (!slot.mKey.empty())
+            form.AddToBucket(static_cast<std::uint32_t>(form.mSlots.size() - 1));
+    }
+
+    void CopyValue(ImageForm& form)
+    {
+        const std::string value = form.mSlots[Below(form.mSlots.size())].mValue;
+        ImageSlot& to = form.mSlots[Below(form.mSlots.size())];
+        to.mValue = value.substr(std::min<std::size_t>(value.size(), 2 * Below(3)));
+    }
+
+    void ChangeComment(ImageForm& form)
+    {
+        ImageSlot& slot = form.mSlots[Below(form.mSlots.size())];
+        slot.mHasComment = !slot.mHasComment || OneIn(2);
+        ChangeBytes(slot.mComment, 16);
+    }
+
+    // Identifiers that are missing, occur twice or are in the bucket of another key. Images with
+    // them are not damaged.
+    void ChangeBuckets(ImageForm& form)
+    {
+        const std::uint32_t slot = Below(form.mSlots.size());
+        if (OneIn(2))
+        {
+            for (auto& bucket : form.mBuckets)
+            {
+                std::vector<std::uint32_t>& ids = bucket.second;
+                ids.erase(std::remove(ids.begin(), ids.end(), slot), ids.end());
+            }
+        }
+        if (OneIn(2))
+            form.mBuckets[static_cast<std::uint16_t>(Below(1021))].push_back(slot);
+        else
+            form.AddToBucket(slot);
+    }
+
+    void ChangeFields(ImageForm& form)
+    {
+        switch (Below(9))
+        {
+        case 0:
+            form.mLayout = static_cast<ImageForm::Layout>(Below(3));
+            break;
+        case 1:
+            form.mBigEndian = !form.mBigEndian;
+            break;
+        case 2:
+            form.mKeyed = !form.mKeyed;
+            break;
+        case 3:
+            form.mSharesPools = !form.mSharesPools;
+            break;
+        case 4:
+            form.mBase = OneIn(2) ? 0 : Below(8);
+            break;
+        case 5:
+            form.mWrongLive = static_cast<std::int32_t>(Below(5)) - 2;
+            break;
+        case 6:
+            form.mLocale = kLocales[Below(std::size(kLocales))];
+            break;
+        case 7:
+            form.mMinor = static_cast<std::uint8_t>(Below(128));
+            break;
+        default:
+            form.mTextFlag = static_cast<std::uint8_t>(Below(3));
+            form.mTrailing.assign(Below(4), 'T');
+        }
+    }
+
+    std::minstd_rand mRandom;
+};
+} // namespace
+
+std::size_t MutateImage(std::uint8_t* data, std::size_t size, std::size_t maxSize,
+                        unsigned int seed)
+{
+    Mutator mutator(seed);
+    if (mutator.OneIn(16))
+        return LLVMFuzzerMutate(data, size, maxSize);
+    ImageForm form;
+    if (!ReadForm(data, size, &form))
+        form = ImageForm();
+    do
+        mutator.Change(form);
+    while (mutator.OneIn(2));
+    std::string image = WriteForm(form);
+    if (mutator.OneIn(8))
+        mutator.Damage(image);
+    if (image.size() > maxSize)
+        return LLVMFuzzerMutate(data, size, maxSize);
+    std::copy(image.begin(), image.end(), data);
+    return image.size();
+}
