@@ -1,11 +1,13 @@
 #include <cstring>
 #include <string>
 
+#include "U_Date.h"
 #include "U_Encoding.h"
 #include "U_Format.h"
 #include "U_Group.h"
 #include "U_LStr.h"
 #include "U_Machine.h"
+#include "U_Report.h"
 #include "U_String.h"
 #include "U_Telemetry.h"
 #include "U_ZString.h"
@@ -50,6 +52,29 @@ Operations TextOperations()
          [](Own&) { return RightIf(U_UTF16ToMBString(kWide, true) == kNarrow); }},
         {"U_ConvertEncodedStringToUnicode", kBadAlloc,
          [](Own&) { return RightIf(U_ConvertEncodedStringToUnicode(1, 1252, kNarrow) == kWide); }},
+        {"U_UTF16To8String and back", kBadAlloc,
+         [](Own&) { return RightIf(U_UTF8To16String(U_UTF16To8String(kWide)) == kWide); }},
+        {"U_SplitUTF16String", kBadAlloc,
+         [](Own&) {
+             std::vector<U_UTF16String> parts;
+             U_SplitUTF16String(kWide, Units(u":"), parts);
+             return RightIf(parts.size() == 2 && parts[0].size() == 31);
+         }},
+        {"U_SecondsToDateTimeString", kBadAlloc | kLess,
+         [](Own&) {
+             return RightIf(IsAscii(U_SecondsToDateTimeString(86400, U_DateType_Long,
+                                                              U_DateTimeDisplay_DateAndTime, true),
+                                    "Saturday, January 2, 1904, 12:00:00 AM"),
+                            kLess);
+         }},
+        {"U_LongFormatBytes", kBadAlloc | kThrown4,
+         [](Own&) { return RightIf(IsAscii(U_LongFormatBytes(1536 << 10), "1.5 MB")); }},
+        {"U_GetStatusText", kBadAlloc | kThrown4,
+         [](Own&) {
+             return RightIf(IsAscii(U_GetStatusText(U_Err_OutOfMemory), "Out of memory."));
+         }},
+        {"U_ZStringToFormat", kBadAlloc,
+         [](Own&) { return RightIf(IsAscii(U_ZStringToFormat(kZString), kResolved)); }},
         {"StripQuotedContents", kBadAlloc,
          [](Own&) {
              static const U_UTF16String kText = Units(u"cannot open \"/a/long/path/to/it\"");

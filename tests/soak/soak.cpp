@@ -72,24 +72,6 @@ Jobs OperationJobs()
     return jobs;
 }
 
-Jobs ContextJobs()
-{
-    const auto mainLoop = krobase::threads::CreateAsyncEventLoopAdaptor();
-    const auto call = [mainLoop](Worker& worker) {
-        const U_ContextSetter setter(worker.own.context);
-        CountingState& state = CountingState::Of(*worker.own.context);
-        const int before = state.mValue;
-        const auto count = [&] {
-            return U_Context::GetCurrent() == worker.own.context ? ++state.mValue : -1;
-        };
-        Check(U_SuspendContext::NewSuspendContext()->CallOnEventLoopAdaptorExecutor(
-                  mainLoop, count) == before + 1,
-              "the context on the main thread");
-        Check(state.mActivations == 1, "its state back");
-    };
-    return {{"main loop calls", call}};
-}
-
 // Half of the runs are operations.
 void Work(Worker& worker, const std::vector<Jobs>& kinds)
 {
@@ -99,7 +81,15 @@ void Work(Worker& worker, const std::vector<Jobs>& kinds)
         const Job& job = jobs[worker.Below(static_cast<U_u32>(jobs.size()))];
         try
         {
-            job.run(worker);
+            if (job.changesLanguage)
+            {
+                job.run(worker);
+            }
+            else
+            {
+                const ScResolving resolving(ScResolving::kWorker);
+                job.run(worker);
+            }
         }
         catch (const std::bad_alloc&)
         {
@@ -155,6 +145,7 @@ U_u64 Pump(double seconds)
     win32::MSG message;
     while (sRunning && win32::GetMessageW(&message, nullptr, 0, 0) > 0)
     {
+        const ScResolving resolving(ScResolving::kMain);
         win32::DispatchMessageW(&message);
         U_Context::CheckAbortAndFlushCompletionRoutines();
         if (message.message != win32::kWmTimer)
@@ -186,7 +177,7 @@ void RunAll(double seconds, U_u64 seed)
         workers.emplace_back(number, seed + static_cast<U_u64>(number),
                              executors[static_cast<std::size_t>(number % kExecutors)]);
     Jobs shared;
-    for (Jobs jobs : {StartErrors(), ContextJobs(), StartMemory()})
+    for (Jobs jobs : {StartErrors(), StartContexts(), StartTexts(), StartMemory()})
         std::move(jobs.begin(), jobs.end(), std::back_inserter(shared));
     const U_u64 used = InUse();
     const std::vector<Jobs> kinds = {OperationJobs(), shared};
@@ -201,6 +192,7 @@ void RunAll(double seconds, U_u64 seed)
     const U_u64 resident = Resident();
     EndMemory();
     EndErrors();
+    EndContexts();
     Check(!U_Die(), "no fatal report");
     Check(Purges() > 0, "at least one purge");
     Check(InUse() == used, "the same use as before");

@@ -1,6 +1,7 @@
 #include <win32/locale.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <locale>
 #include <map>
@@ -10,6 +11,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/date_time/gregorian_calendar.hpp>
 #include <boost/date_time/year_month_day.hpp>
+#include <unicode/ucal.h>
 #include <unicode/udat.h>
 
 #include <platform/base/per_thread.h>
@@ -52,9 +54,21 @@ template <class Write> std::u16string Grown(Write write)
     }
 }
 
+// ICU crashes if its allocations fail while it opens a form. So the room must be there before.
+bool HasRoomToOpen()
+{
+    const std::size_t kRoom = 1 << 20; // bytes, several times what a locale takes
+    void* const room = std::malloc(kRoom);
+    std::free(room);
+    return room != nullptr;
+}
+
+// Returns null without memory.
 icu::LocalUDateFormatPointer Open(const std::string& locale, UDateFormatStyle time,
                                   UDateFormatStyle date, const std::u16string& pattern = {})
 {
+    if (!HasRoomToOpen())
+        return icu::LocalUDateFormatPointer();
     UErrorCode error = U_ZERO_ERROR;
     return icu::LocalUDateFormatPointer(udat_open(time, date, locale.c_str(), u"UTC", -1,
                                                   pattern.data(), static_cast<int>(pattern.size()),
@@ -108,8 +122,12 @@ public:
             format = Open(mLocale, UDAT_PATTERN, UDAT_PATTERN, pattern);
         if (format.isNull())
             return {};
+        // udat_format would copy the calendar of the format, and without memory use a copy that
+        // has no time zone.
         std::u16string text = Grown([&](char16_t* out, int room, UErrorCode* error) {
-            return udat_format(format.getAlias(), date, out, room, nullptr, error);
+            ucal_setMillis(mCalendar.getAlias(), date, error);
+            return udat_formatCalendar(format.getAlias(), mCalendar.getAlias(), out, room, nullptr,
+                                       error);
         });
         // No code page has this space, and the system's own data has a plain one.
         std::replace(text.begin(), text.end(), kNarrowNoBreakSpace, u' ');
@@ -134,11 +152,13 @@ private:
     {
         mLocale.clear();
         mOpen.clear();
+        UErrorCode error = U_ZERO_ERROR;
+        mCalendar.adoptInstead(ucal_open(u"UTC", -1, locale.c_str(), UCAL_DEFAULT, &error));
         mShortPicture = WithFullYear(PictureOf(StylePattern(locale, UDAT_NONE, UDAT_SHORT)));
         mLongPicture = PictureOf(StylePattern(locale, UDAT_NONE, UDAT_FULL));
         mTime = StylePattern(locale, UDAT_MEDIUM, UDAT_NONE);
         mTimeWithoutSeconds = StylePattern(locale, UDAT_SHORT, UDAT_NONE);
-        if (mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
+        if (U_FAILURE(error) || mShortPicture.empty() || mLongPicture.empty() || mTime.empty() ||
             mTimeWithoutSeconds.empty())
             return false;
         mLocale = locale;
@@ -150,6 +170,7 @@ private:
     std::u16string mLongPicture;
     std::u16string mTime;
     std::u16string mTimeWithoutSeconds;
+    icu::LocalUCalendarPointer mCalendar;
     std::map<std::u16string, icu::LocalUDateFormatPointer> mOpen; // by pattern
 };
 
