@@ -6,6 +6,9 @@ FUZZ_SECONDS ?= 600
 SOAK_SECONDS ?= 600
 SOAK_TSAN_SECONDS ?= 180
 SOAK_NATIVE_SECONDS ?= 180
+MUTANTS ?= 600
+SEED ?= 1
+FILES ?=
 PREFIX ?= /usr/local
 
 # Packages for the alert window and its test, which are skipped without these packages.
@@ -18,7 +21,7 @@ BENCH_PACKAGES := libbenchmark-dev icu-devtools libfmt-dev libspdlog-dev libmima
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 
 .DEFAULT_GOAL := help
-.PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage fuzz soak lint analyze format clean
+.PHONY: help deps window-deps demo test release-test native sanitize asan tsan install package package-test fresh-test headers docs bench coverage mutants fuzz soak lint analyze format clean
 
 help: ## List the targets
 	@echo 'First:'
@@ -109,6 +112,9 @@ coverage: window-deps ## Line and branch coverage of the library
 	@find build/coverage -name '*.gcda' -delete # counters of an earlier build
 	ctest --preset coverage
 	scripts/coverage build/coverage
+
+mutants: window-deps ## Change the library in MUTANTS places; tests must notice (FILES, SEED)
+	scripts/mutants --count $(MUTANTS) --seed $(SEED) $(FILES)
 
 fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	$(call build,fuzz,--target fuzz)

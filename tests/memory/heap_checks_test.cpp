@@ -267,6 +267,9 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
             EXPECT_THAT(Reports(),
                         ElementsAre(AllOf(Fault("the block was written after it was freed", kind),
                                           Names(block, size), HasSubstr("\n  freed at\n    "))));
+            Damage(block.mBytes + size);
+            EXPECT_EQ(platform::CheckHeap(), 1u);
+            EXPECT_THAT(Reports(), ElementsAre(Fault(overrun, kind)));
         }
     }
 }

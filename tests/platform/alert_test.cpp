@@ -48,10 +48,11 @@ protected:
                                       messagebox::MessageHandler(), 600.0f, 0.0f);
     }
 
-    static int ShowPlainBox(const char16_t* text, const char16_t* title)
+    static int ShowPlainBox(const char16_t* text, const char16_t* title,
+                            unsigned int flags = 0x42010)
     {
         return win32::MessageBoxW(nullptr, reinterpret_cast<const unsigned short*>(text),
-                                  reinterpret_cast<const unsigned short*>(title), 0x42010);
+                                  reinterpret_cast<const unsigned short*>(title), flags);
     }
 
     Supplier mSupplier;
@@ -95,6 +96,22 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
               "| 日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えませ |\n"
               "| ん。                                                                     |\n"
               "+--------------------------------------------------------------------------+\n");
+}
+
+TEST_F(Alerts, OnStderrAWordStandsForTheIcon)
+{
+    const ScNoDesktop noDesktop;
+    const std::pair<unsigned int, const char*> rows[] = {{0, "| T"},
+                                                         {0x10, "| [error] T"},
+                                                         {0x20, "| [question] T"},
+                                                         {0x30, "| [warning] T"},
+                                                         {0x40, "| [note] T"}};
+    for (const auto& [flags, heading] : rows)
+    {
+        testing::internal::CaptureStderr();
+        ShowPlainBox(u"x", u"T", flags);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(heading));
+    }
 }
 
 TEST_F(Alerts, AnAlertWithoutMemoryIsBareTextOnStderr)

@@ -47,8 +47,11 @@ protected:
 TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
 {
     const std::tuple<int, int, bool> kRows[] = {
-        {100 * kKiB, 85 * kKiB, true},   {100 * kKiB, 80 * kKiB, false},
-        {100 * kKiB, 120 * kKiB, false}, {64, 1, true},
+        {100 * kKiB, 85 * kKiB, true},
+        {100 * kKiB, 80 * kKiB, false},
+        {100 * kKiB, 120 * kKiB, false},
+        {64, 1, true},
+        {64, 0, true},
         {1 << 20, (1 << 20) + 1, false},
     };
     for (const auto& [pooled, asked, reused] : kRows)
@@ -57,7 +60,8 @@ TEST_F(Recycler, ReusesABlockIfAtMostAQuarterIsWasted)
         MemoryRecycler::PurgeBytes(kAll);
         Fill({pooled});
         const unsigned long long pool = MemoryRecycler::GetCurrentPoolSize();
-        const RecycledMemory block(asked);
+        RecycledMemory block(0);
+        block.Allocate(asked);
         EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), reused ? 0 : pool);
         ASSERT_GE(block.mBlockSize, static_cast<std::size_t>(asked));
         Write(block, static_cast<std::size_t>(asked));
