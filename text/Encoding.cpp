@@ -124,6 +124,16 @@ U_UTF16String FromUTF8(const char* bytes, std::size_t length)
     return units;
 }
 
+// Returns the bytes of a text whose first `units` units of `length` have so many bytes, and a
+// sixteenth more. Room for the longest text of that many units would be memory of the system that
+// is taken and given back for each large text.
+std::size_t GuessedLength(std::size_t bytes, std::size_t units, std::size_t length)
+{
+    const double guess = static_cast<double>(bytes) / static_cast<double>(units) *
+                         static_cast<double>(length) * 17 / 16;
+    return static_cast<std::size_t>(guess);
+}
+
 // Sets *usedDefault if the code page lacks a character, also if that character has a best fit.
 // `usedDefault` may be null.
 //
@@ -134,8 +144,6 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
     const std::size_t capacity = length * BytesPerUnit(codePage);
     SystemCount(capacity);
     String bytes;
-    if (length > kPiece)
-        bytes.reserve(capacity);
     const unsigned int flags = usedDefault ? win32::kNoBestFitChars : 0;
     char piece[kPiece * kMostBytesPerUnit];
     for (std::size_t from = 0; from < length;)
@@ -152,6 +160,9 @@ String ToBytes(unsigned int codePage, const U_u16* units, std::size_t length, in
         const auto* const converted = reinterpret_cast<const typename String::value_type*>(piece);
         if (length <= kPiece)
             return String(converted, static_cast<std::size_t>(count));
+        if (from == 0)
+            bytes.reserve(
+                std::min(capacity, GuessedLength(static_cast<std::size_t>(count), end, length)));
         bytes.append(converted, static_cast<std::size_t>(count));
         from = end;
     }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -30,14 +29,36 @@ inline bool IsPlain(U_u16 unit)
     return unit >= 0x20 && unit != kQuote && unit != '\\' && !isSurrogate;
 }
 
-// Returns the unit of an escape of one character, 0 if the character is no escape.
-U_u16 Unescaped(U_u16 escape)
+// A unit and the character after the backslash of its short escape. A slash is plain, so that only
+// read texts have its escape.
+struct ShortEscape
 {
-    static const char kEscapes[] = "\"\\/bfnrt";
-    static const char kUnits[] = "\"\\/\b\f\n\r\t";
-    const char* const found =
-        escape < 0x80 ? std::strchr(kEscapes, static_cast<char>(escape)) : nullptr;
-    return found ? static_cast<U_u16>(kUnits[found - kEscapes]) : U_u16(0);
+    char mUnit;
+    char mEscape;
+};
+const ShortEscape kShortEscapes[] = {{'"', '"'},  {'\\', '\\'}, {'/', '/'},  {'\b', 'b'},
+                                     {'\f', 'f'}, {'\n', 'n'},  {'\r', 'r'}, {'\t', 't'}};
+
+// Returns the unit of a short escape, 0 if the character is none.
+U_u16 UnitOf(U_u16 escape)
+{
+    for (const ShortEscape& known : kShortEscapes)
+    {
+        if (escape == static_cast<U_u16>(known.mEscape))
+            return static_cast<U_u16>(known.mUnit);
+    }
+    return 0;
+}
+
+// Returns the short escape of a unit, 0 if the unit has none.
+U_u16 EscapeOf(U_u16 unit)
+{
+    for (const ShortEscape& known : kShortEscapes)
+    {
+        if (unit == static_cast<U_u16>(known.mUnit))
+            return static_cast<U_u16>(known.mEscape);
+    }
+    return 0;
 }
 
 // Appends a literal of plain units and short escapes, as most are, without a conversion to UTF-8.
@@ -55,7 +76,7 @@ bool ReadShortLiteral(const U_u16* first, const U_u16* last, U_UTF16String* text
         text->append(at, end);
         if (end == last)
             break;
-        const U_u16 unit = *end == '\\' && end + 1 != last ? Unescaped(end[1]) : U_u16(0);
+        const U_u16 unit = *end == '\\' && end + 1 != last ? UnitOf(end[1]) : U_u16(0);
         if (!unit)
             return false;
         text->push_back(unit);
@@ -78,30 +99,6 @@ template <class Number> bool ReadWhole(const char* first, const char* last, U_An
         return false;
     *number = value;
     return true;
-}
-
-// Returns the character of a short escape after its backslash, 0 if the unit has no short escape
-// that is always used.
-char EscapeOf(U_u16 unit)
-{
-    switch (unit)
-    {
-    case kQuote:
-    case '\\':
-        return static_cast<char>(unit);
-    case '\b':
-        return 'b';
-    case '\f':
-        return 'f';
-    case '\n':
-        return 'n';
-    case '\r':
-        return 'r';
-    case '\t':
-        return 't';
-    default:
-        return 0;
-    }
 }
 
 void AppendLines(const U_AnyTree& tree, std::size_t level, U_UTF16String* text)
@@ -162,7 +159,7 @@ void Up_JSONWriter::PutString(const U_UTF16String& text)
     {
         if (!IsPlain(unit))
         {
-            const char escape = EscapeOf(unit);
+            const U_u16 escape = EscapeOf(unit);
             if (!escape)
             {
                 const U_UTF16String literal =
@@ -172,7 +169,7 @@ void Up_JSONWriter::PutString(const U_UTF16String& text)
                 return;
             }
             *out++ = '\\';
-            *out++ = static_cast<unsigned char>(escape);
+            *out++ = escape;
             continue;
         }
         *out++ = unit;
