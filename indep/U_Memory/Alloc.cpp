@@ -25,9 +25,10 @@ const int kCheckLine = 2033;
 
 void* AllocatePtr(U_u32 location, const char* opName, U_u64 size, Clearing clearing)
 {
-    auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
-    void* const block = Up_AllocateShared({location, opName, size, size, clearing, false}, attempt);
-    KeepOrigin(block, {opName, location, false, false});
+    const auto attempt = [=](Claim*) { return MEM_NewPtrDebug(UHeap(), size, opName, nullptr, 0); };
+    void* const block = Up_AllocateShared({location, opName, size, size, clearing}, attempt);
+    if (KeepsOrigin(block))
+        MEM_SetOrigin(block, {opName, location, false, false});
     return block;
 }
 
@@ -127,7 +128,7 @@ U_Status U_ResizeHandle(U_u32 location, U_u64 newSize, const char* opName, void*
         return isFreed || MEM_SetHandleSize(UHeap(), resized, newSize) == 0 ? resized : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), resized), newSize);
-    if (!Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt))
+    if (!Up_AllocateShared({location, opName, newSize, growth, kAsIs}, attempt))
         return U_Err_OutOfMemory;
     return isFreed ? RefuseHandle(resized) : 0;
 }
@@ -148,8 +149,7 @@ U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** p
         return isFreed ? oldBlock : block;
     };
     const U_u64 growth = Growth(oldSize, newSize);
-    void* const block =
-        Up_AllocateShared({location, opName, newSize, growth, kAsIs, false}, attempt);
+    void* const block = Up_AllocateShared({location, opName, newSize, growth, kAsIs}, attempt);
     if (isFreed)
         return RefusePtr(pointer);
     *pointer = block;

@@ -169,7 +169,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
         return MEM_SetHogHandleSize(UHeap(), handle, newBlock) == 0 ? handle : nullptr;
     };
     const U_u64 growth = Growth(MEM_GetHandleSize(UHeap(), handle), newBlock);
-    if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs, false}, attempt))
+    if (!Up_AllocateShared({location, opName, newBlock, growth, kAsIs}, attempt))
         return U_Err_OutOfMemory;
     if (isFreed)
         return RefuseHandle(kResizeLocation, handle);

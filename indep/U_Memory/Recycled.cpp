@@ -88,12 +88,12 @@ void* NewRecycled(U_u64 size, Claim* claim)
 
 void* U_AllocateRecycledPtr(U_u32 location, const char* opName, U_u64 size)
 {
-    auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
+    const auto attempt = [=](Claim* claim) { return NewRecycled(size, claim); };
     // Without the rounding of the block, which is known only with the block.
     const U_u64 growth = size + U_u64(2) * kHeaderBytes;
     void* const data = Up_AllocateShared({location, opName, size, growth, kAsIs, true}, attempt);
-    if (data)
-        KeepOrigin(static_cast<RecycledHeader*>(data) - 1, {opName, location, false, true});
+    if (KeepsOrigin(data))
+        MEM_SetOrigin(static_cast<RecycledHeader*>(data) - 1, {opName, location, false, true});
     return data;
 }
 

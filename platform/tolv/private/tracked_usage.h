@@ -56,6 +56,17 @@ inline long long PayFromClaim(ThreadRecord& record, long long bytes)
     return bytes - static_cast<long long>(paid);
 }
 
+// Adds the bytes, which may be negative, to the thread's part. If the part has no room, changes
+// nothing and returns false.
+inline bool AddToPart(ThreadRecord& record, long long bytes)
+{
+    const long long part = record.mUsagePart.load(std::memory_order_relaxed) + bytes;
+    if (!IsWithin(part, kMostPart))
+        return false;
+    record.mUsagePart.store(part, std::memory_order_release);
+    return true;
+}
+
 // Charges the bytes, which may be negative. A null record charges the process's figure.
 inline void AddUsage(ThreadRecord* record, long long bytes)
 {
@@ -66,10 +77,8 @@ inline void AddUsage(ThreadRecord* record, long long bytes)
     }
     if (record->mClaimed)
         bytes = PayFromClaim(*record, bytes);
-    const long long part = record->mUsagePart.load(std::memory_order_relaxed) + bytes;
-    if (!IsWithin(part, kMostPart))
-        return HandOver(*record, bytes);
-    record->mUsagePart.store(part, std::memory_order_release);
+    if (!AddToPart(*record, bytes))
+        HandOver(*record, bytes);
 }
 
 // Adds to the frame counter and to the usage, which includes the counter's bytes at every moment.
