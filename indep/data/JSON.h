@@ -82,8 +82,8 @@ private:
     }
 
     U_UTF16String mText;
-    std::size_t mLength = 0; // the units written
-    const Level* mLevel = nullptr;
+    std::size_t mLength = 0;       // the units written
+    const Level* mLevel = nullptr; // on the stack, so a writer that has thrown is not used again
 };
 
 // Reads the members of a tree with one cursor over the text.

@@ -177,8 +177,8 @@ inline void* BytesOfNew(BlockHeader* header)
 // Makes a block, or returns null. `name` is the number of the block's name.
 //
 // Most blocks come from the thread's cache, and their charge fits the thread's part. Functions that
-// are not inlined do all other work, and NewBlock returns their results unchanged. So the usual
-// block needs no stack frame, as in FreeBlock: the frames took a seventh of the time.
+// are not inlined do all other work, so that the usual block needs no stack frame, as in FreeBlock:
+// a pointer takes 15 in place of 20 ns.
 [[gnu::always_inline]] inline BlockHeader* NewBlock(MEM_HeapRef heap, unsigned long long size,
                                                     std::uint32_t name, BlockKind kind)
 {
@@ -238,7 +238,8 @@ void ReleaseBlock(ThreadRecord* record, void** slot, BlockHeader* header, BlockK
     std::free(header);
 }
 
-// The rest of FreeBlock for a block that the thread's cache does not keep.
+// The rest of FreeBlock for a block that the thread's cache does not keep. A slot that is marked as
+// free still has its size.
 [[gnu::noinline]] void FreeUncached(void** slot, BlockHeader* header, BlockKind kind)
 {
     ThreadRecord* const record = MyRecord();
