@@ -67,8 +67,8 @@ void* Up_RecoverUnmeasured(const AllocationRequest& request, const AllocationAtt
 
 // The rest of Up_AllocateShared for a block that is measured or too large, and for a block that is
 // not measured after a failed attempt. Not inlined, and with copies of the arguments, so that the
-// arguments of an attempt that succeeds at once never leave the registers: most blocks are small,
-// and a tenth of their time was that of stores.
+// request of an attempt that succeeds at once is not stored in memory: most blocks are small, and
+// the shared counter's locked step waits for earlier stores.
 template <class Callable>
 [[gnu::noinline]] void* Up_AllocateSlowly(AllocationRequest request, Callable attempt,
                                           bool isMeasured)
