@@ -82,6 +82,8 @@ U_EXPORT boost::posix_time::ptime U_SecondsToPtime(U_u32 seconds, U_SecondsType 
 //   abbreviated date has the form "Wed, Dec 3, 2025", with the locale's names.
 //
 // Throws: std::bad_alloc.
+// Failures: without a megabyte of memory for the locale's forms, which a thread reads once, the
+//   text is empty. Memory that runs out while the system reads the forms may end the process.
 U_EXPORT U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type,
                                                  U_DateTimeDisplay display, bool showSeconds);
 
