@@ -84,6 +84,8 @@ void IdBuckets::Adopt(FileBuckets&& buckets)
     for (std::size_t i = 0; i < buckets.mNumbers.size(); ++i)
     {
         Bucket& bucket = Make(buckets.mNumbers[i]);
+        bucket.mOwned.reset(); // the room of an identifier whose addition failed
+        bucket.mCapacity = 0;
         bucket.mIds = ids;
         bucket.mCount = buckets.mSizes[i];
         ids += buckets.mSizes[i];
