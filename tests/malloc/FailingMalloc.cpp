@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <limits>
 
 // The functions of the C library that this program replaces.
 extern "C"
@@ -38,7 +39,7 @@ ScFailingMalloc::ScFailingMalloc(long nth, bool forGood)
 {
     sCount = 0;
     sHasFailed = false;
-    sLast = forGood ? ~0ul >> 1 : nth;
+    sLast = forGood ? std::numeric_limits<long>::max() : nth;
     sFirst = nth;
 }
 

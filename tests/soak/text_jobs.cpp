@@ -1,6 +1,7 @@
 #include <array>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "U_ZString.h"
@@ -51,9 +52,9 @@ std::u16string Image(const Language& language)
     return image;
 }
 
-void Load()
+void Load(std::size_t language)
 {
-    std::u16string& image = sLanguages[sLanguage].mImage;
+    std::u16string& image = sLanguages[language].mImage;
     Check(U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(image.data()),
                                         image.size() * sizeof(char16_t)) == 0,
           "a dictionary");
@@ -75,8 +76,15 @@ void Reload(Worker& worker)
     sIsWanted = true;
     sChanged.wait(lock, [] { return sResolving == 0; });
     sIsChosen = true;
-    sLanguage = 1 - sLanguage;
-    Load();
+    try
+    {
+        Load(1 - sLanguage);
+        sLanguage = 1 - sLanguage;
+    }
+    catch (const std::bad_alloc&)
+    {
+        Refused(); // and no language is chosen
+    }
     sIsWanted = sIsChosen = false;
     sChanged.notify_all();
 }
@@ -100,8 +108,7 @@ Jobs StartTexts()
 {
     for (Language& language : sLanguages)
         language.mImage = Image(language);
-    for (sLanguage = sLanguages.size(); sLanguage-- > 0;)
-        Load();
-    sLanguage = 0;
+    Load(1);
+    Load(sLanguage);
     return {{"texts", &Resolve}, {"dictionaries", &Reload, true}};
 }

@@ -54,13 +54,15 @@ template <class Write> std::u16string Grown(Write write)
     }
 }
 
-// ICU crashes if its allocations fail while it opens a form. So the room must be there before.
+// Returns whether there is memory to open a form: ICU crashes if an allocation fails meanwhile.
+// Another thread may take the memory before ICU does.
 bool HasRoomToOpen()
 {
-    const std::size_t kRoom = 1 << 20; // bytes, several times what a locale takes
-    void* const room = std::malloc(kRoom);
+    const std::size_t kRoom = 1 << 20;        // bytes, several times what a locale takes
+    void* volatile room = std::malloc(kRoom); // volatile: else compilers leave the block out
+    const bool isThere = room != nullptr;
     std::free(room);
-    return room != nullptr;
+    return isThere;
 }
 
 // Returns null without memory.
