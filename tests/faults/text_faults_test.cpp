@@ -65,18 +65,14 @@ TEST_F(TextFaults, ALanguageThatFailsToLoadIsLoadedByTheNextCall)
     DictionaryImage german = BinaryImage({{"/faults/text", u"ein Text, der lang genug ist"},
                                           {"/faults/other", u"noch ein Text von solcher Länge"}});
     DictionaryImage lines = TextImage(u"\"$$$/faults/line=eine Zeile mit einem langen Text\"\r\n");
-    const auto load = [](DictionaryImage& image, const char* zstring, const char* expected) {
-        const U_Status code = LoadDictionary(image);
-        return code == U_Err_OutOfMemory
-                   ? kCode4
-                   : RightIf(code == 0 && IsAscii(U_ZStringToUTF16String(zstring), expected));
-    };
     Walk({{"an image", kCode4 | kBadAlloc,
-           [&](Own&) { return load(german, "$$$/faults/text=x", "ein Text, der lang genug ist"); },
+           [&](Own&) {
+               return OfTextFrom(german, "$$$/faults/text=x", "ein Text, der lang genug ist");
+           },
            true},
           {"lines", kCode4 | kBadAlloc,
            [&](Own&) {
-               return load(lines, "$$$/faults/line=x", "eine Zeile mit einem langen Text");
+               return OfTextFrom(lines, "$$$/faults/line=x", "eine Zeile mit einem langen Text");
            },
            true}});
 }

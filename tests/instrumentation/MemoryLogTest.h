@@ -39,6 +39,7 @@ template <class Run> void InAProcess(Run run)
         {
             PinSwitches();
             SetMemoryLogFolder(testing::TempDir());
+            std::remove(MemoryLogPath().c_str()); // of an earlier process with the same ID
             run();
             std::remove(MemoryLogPath().c_str());
             std::exit(testing::Test::HasFailure());

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -211,29 +212,27 @@ TEST_F(Malloc, ALanguageThatFailsToLoadIsLoadedByTheNextCall)
 {
     DictionaryImage german = BinaryImage({{"/malloc/text", u"ein Text, der lang genug ist"}});
     DictionaryImage lines = TextImage(u"\"$$$/malloc/line=eine Zeile mit einem langen Text\"\r\n");
-    const auto load = [](DictionaryImage& image, const char* zstring, const char* expected) {
-        const U_Status code = LoadDictionary(image);
-        return code == U_Err_OutOfMemory
-                   ? kCode4
-                   : RightIf(code == 0 && IsAscii(U_ZStringToUTF16String(zstring), expected));
-    };
-    WalkAll(
-        {{"an image", kCode4 | kBadAlloc,
-          [&](Own&) { return load(german, "$$$/malloc/text=x", "ein Text, der lang genug ist"); },
-          true},
-         {"lines", kCode4 | kBadAlloc,
-          [&](Own&) {
-              return load(lines, "$$$/malloc/line=x", "eine Zeile mit einem langen Text");
-          },
-          true}});
+    WalkAll({{"an image", kCode4 | kBadAlloc,
+              [&](Own&) {
+                  return OfTextFrom(german, "$$$/malloc/text=x", "ein Text, der lang genug ist");
+              },
+              true},
+             {"lines", kCode4 | kBadAlloc,
+              [&](Own&) {
+                  return OfTextFrom(lines, "$$$/malloc/line=x", "eine Zeile mit einem langen Text");
+              },
+              true}});
 }
 
 // With the memory log on, whose thread writes to a file.
 TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     DropAlertsAndLogLines();
-    SetMemoryLogFolder(testing::TempDir());
+    const std::string logs = testing::TempDir() + "malloc_logs";
+    std::filesystem::create_directory(logs);
+    SetMemoryLogFolder(logs);
     AskForMemoryLog("true", "1");
     WalkInChildren(false, "04");
     WalkInChildren(true, "0");
+    std::filesystem::remove_all(logs);
 }

@@ -1,5 +1,5 @@
-// Texts for operations: a module's table, texts in buffers, and a comparison that allocates
-// nothing.
+// Texts for operations: a module's table, texts of dictionaries and in buffers, and a comparison
+// that allocates nothing.
 
 #ifndef TESTS_OPERATIONS_TEXTS_H
 #define TESTS_OPERATIONS_TEXTS_H
@@ -8,7 +8,10 @@
 #include <string_view>
 
 #include "U_LStr.h"
+#include "U_ZString.h"
 #include "tests/operations/Operations.h"
+#include "tests/support/DictionaryImage.h"
+#include "tests/support/Text.h"
 
 // A table with one row.
 struct Table : U_LStrCache
@@ -24,6 +27,15 @@ struct Table : U_LStrCache
 inline bool IsAscii(const U_UTF16String& text, std::string_view expected)
 {
     return std::equal(text.begin(), text.end(), expected.begin(), expected.end());
+}
+
+// Loads the dictionary and looks a text up. Without memory the load returns the code 4.
+inline Outcome OfTextFrom(DictionaryImage& image, const char* zstring, std::string_view expected)
+{
+    const U_Status code = LoadDictionary(image);
+    return code == U_Err_OutOfMemory
+               ? kCode4
+               : RightIf(code == 0 && IsAscii(U_ZStringToUTF16String(zstring), expected));
 }
 
 // Runs a body that changes a text in a buffer. A failure must leave the buffer as it was, or
