@@ -18,7 +18,7 @@ namespace
 {
 std::atomic<long> sFirst{0}; // the number of the first allocation that fails; 0: none fails
 std::atomic<long> sLast{0};
-std::atomic<long> sCount{0}; // allocations since the scope began
+std::atomic<long> sCount{0}; // allocations since the last begin
 std::atomic<bool> sHasFailed{false};
 
 bool Fails()
@@ -35,7 +35,7 @@ bool Fails()
 }
 } // namespace
 
-ScFailingMalloc::ScFailingMalloc(long nth, bool forGood)
+void BeginFailingMalloc(long nth, bool forGood)
 {
     sCount = 0;
     sHasFailed = false;
@@ -43,12 +43,12 @@ ScFailingMalloc::ScFailingMalloc(long nth, bool forGood)
     sFirst = nth;
 }
 
-ScFailingMalloc::~ScFailingMalloc()
+void EndFailingMalloc()
 {
     sFirst = 0;
 }
 
-bool ScFailingMalloc::HasFailed()
+bool HasMallocFailed()
 {
     return sHasFailed;
 }

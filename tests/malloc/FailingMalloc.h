@@ -4,18 +4,13 @@
 #ifndef TESTS_MALLOC_FAILINGMALLOC_H
 #define TESTS_MALLOC_FAILINGMALLOC_H
 
-// Makes allocations fail on all threads until the scope ends, counted from 1 over all threads:
-// the nth one, and if `forGood` also all later ones.
-class ScFailingMalloc
-{
-public:
-    ScFailingMalloc(long nth, bool forGood);
-    ~ScFailingMalloc();
-    ScFailingMalloc(const ScFailingMalloc&) = delete;
-    ScFailingMalloc& operator=(const ScFailingMalloc&) = delete;
+// Makes allocations fail on all threads, counted from 1 over all threads: the nth one, and if
+// `forGood` also all later ones.
+void BeginFailingMalloc(long nth, bool forGood);
 
-    // Returns true if an allocation has failed in the present scope, or else in the last one.
-    static bool HasFailed();
-};
+void EndFailingMalloc();
+
+// Returns true if an allocation has failed since the last begin.
+bool HasMallocFailed();
 
 #endif

@@ -99,6 +99,7 @@ Operations TextOperations();
 Operations DataOperations();
 Operations ContextOperations(); // and threads, reports and the platform
 Operations AllOperations();
+Operations SystemOperations(); // in which the system allocates or opens something; not in the above
 
 // Registers the state that the contexts of Own have, until the scope ends.
 class ScOperations

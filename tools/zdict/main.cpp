@@ -43,8 +43,9 @@ int main(int count, char** arguments)
 {
     const ProgramStart start(count, arguments);
     const Status status = RunGuarded(start.Arguments());
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+    if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        Report("standard output", std::string("can't be written: ") + std::strerror(errno));
+    else if (!std::ferror(stderr)) // otherwise a message is lost
         return status;
-    Report("standard output", std::string("can't be written: ") + std::strerror(errno));
     return kUnusable;
 }

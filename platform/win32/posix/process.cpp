@@ -47,7 +47,7 @@ bool ReadStatusFigures(StatusFigure* figures, std::size_t count)
         for (std::size_t i = 0; i < count; ++i)
             ParseLine(line, figures[i]);
     }
-    return true;
+    return !std::ferror(status.get());
 }
 } // namespace
 

@@ -24,6 +24,21 @@ bool IsSource(const fs::path& path)
     return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
 
+// A file that is left out silently would be missing from the texts.
+void FailIfUnknown(fs::file_type type, const std::string& path, const std::error_code& error)
+{
+    if (type == fs::file_type::none)
+        throw Failure{kUnusable, path, "can't be looked at: " + error.message()};
+}
+
+bool IsRegular(const std::string& path)
+{
+    std::error_code error;
+    const fs::file_type type = TypeOf(path, error);
+    FailIfUnknown(type, path, error);
+    return type == fs::file_type::regular;
+}
+
 class Finder
 {
 public:
@@ -63,7 +78,9 @@ private:
     std::vector<Name> NamesOf(const std::string& folder) const
     {
         std::vector<Name> names;
-        const auto take = [&](const std::string& name, fs::file_type type, const std::error_code&) {
+        const auto take = [&](const std::string& name, fs::file_type type,
+                              const std::error_code& error) {
+            FailIfUnknown(type, folder + "/" + name, error);
             names.push_back({name, type});
             return true;
         };
@@ -82,10 +99,9 @@ private:
             if (name.mName.front() == '.' || IsExcluded(name.mName, path + name.mName))
                 continue;
             const fs::path whole = fs::u8path(folder) / fs::u8path(name.mName);
-            std::error_code error;
             if (name.mType == fs::file_type::directory)
                 Walk(whole.generic_u8string(), path + name.mName + "/");
-            else if (IsSource(whole) && TypeOf(whole.u8string(), error) == fs::file_type::regular)
+            else if (IsSource(whole) && IsRegular(whole.u8string()))
                 AddFile(whole.lexically_normal().generic_u8string());
         }
     }

@@ -1,0 +1,151 @@
+#include "tests/malloc/Walk.h"
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "U_Budget.h"
+#include "U_Lifecycle.h"
+#include "U_Posted.h"
+#include "U_Report.h"
+#include "tests/support/BornLibrary.h"
+#include "tests/support/OnThreads.h"
+#include "tests/support/Text.h"
+
+namespace
+{
+const long kMostPoints = 5000; // ends the walk of an operation that fails at every point
+
+// Codes of a child's exit, besides 0, and 4 for a birth that fails and later succeeds.
+const int kOtherCode = 8;
+const int kDeathFailed = 9;
+const int kHasFailed = 64; // a bit: a point has failed
+
+class ScFailing
+{
+public:
+    ScFailing(const Failing& failing, long point) : mFailing(failing) { failing.begin(point); }
+    ~ScFailing() { mFailing.end(); }
+    ScFailing(const ScFailing&) = delete;
+    ScFailing& operator=(const ScFailing&) = delete;
+
+private:
+    const Failing& mFailing;
+};
+
+// Returns the count of points that failed.
+long Walk(const Operation& operation, Own& own, const Failing& failing, bool onFreshThread)
+{
+    for (long point = 1;; ++point)
+    {
+        SCOPED_TRACE(testing::Message() << "point " << point);
+        U_u64 before = 0;
+        U_u64 after = 0;
+        bool failed = false;
+        Outcome outcome = kWrong;
+        U_GetMemoryStat(U_MemStat_InUse, &before);
+        const auto run = [&] {
+            const ScFailing scope(failing, point);
+            outcome = OutcomeOf(operation, own);
+            failed = failing.hasFailed();
+        };
+        if (onFreshThread)
+            OnFreshThread(run);
+        else
+            run();
+        U_DisplayPostedErrors();
+        U_GetMemoryStat(U_MemStat_InUse, &after);
+        EXPECT_TRUE(outcome & (operation.failures | kRight)) << outcome;
+        EXPECT_TRUE(operation.keeps || before == after) << after - before;
+        EXPECT_EQ(OutcomeOf(operation, own), kRight) << "once nothing fails";
+        if (!failed)
+            return point - 1;
+        if (point == kMostPoints)
+        {
+            ADD_FAILURE() << "the operation fails at every point";
+            return point;
+        }
+    }
+}
+
+int LiveInAChild(const Failing& failing, long point, bool atDeath)
+{
+    U_Status code = 0;
+    if (atDeath)
+    {
+        code = U_Birth("Test Host", nullptr);
+    }
+    else
+    {
+        const ScFailing scope(failing, point);
+        code = U_Birth("Test Host", nullptr);
+    }
+    if (code != 0)
+    {
+        // The errors of the memory log's file are those of the system.
+        const bool known = code == 4 || code == 14 || code == ENOMEM || code == EMFILE;
+        const bool livesLater = U_Birth("Test Host", nullptr) == 0 && U_Death() == 0;
+        return known && livesLater ? 4 : kOtherCode;
+    }
+    OnFreshThread([] { U_ReportError(1, U_Sev_PROBLEM, Units(u"posted")); });
+    if (!atDeath)
+        return U_Death() ? kDeathFailed : 0;
+    const ScFailing scope(failing, point);
+    return U_Death() ? kDeathFailed : 0;
+}
+} // namespace
+
+void WalkAll(const Operations& operations, const std::vector<Failing>& failings)
+{
+    long points = 0;
+    const ScOperations registered;
+    for (const Operation& operation : operations)
+    {
+        Own own(1);
+        ASSERT_EQ(OutcomeOf(operation, own), kRight) << operation.name << " without failures";
+        for (const Failing& failing : failings)
+        {
+            for (const bool onFreshThread : {false, true})
+            {
+                if (onFreshThread && operation.name == failing.leftOut)
+                    continue;
+                SCOPED_TRACE(testing::Message() << operation.name << ", " << failing.name
+                                                << (onFreshThread ? ", on a fresh thread" : ""));
+                points += Walk(operation, own, failing, onFreshThread);
+            }
+        }
+        U_ClearLastReportedError();
+    }
+    EXPECT_GT(points, 0) << "nothing has failed";
+    testing::Test::RecordProperty("points", std::to_string(points));
+}
+
+void WalkInChildren(const Failing& failing, bool atDeath, const std::string& codes)
+{
+    bool failed = true;
+    for (long point = 1; failed; ++point)
+    {
+        SCOPED_TRACE(testing::Message() << point << ", " << failing.name);
+        ASSERT_LT(point, kMostPoints);
+        const pid_t child = fork();
+        if (!child)
+        {
+            const int code = LiveInAChild(failing, point, atDeath);
+            _exit(code | (failing.hasFailed() ? kHasFailed : 0));
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << status;
+        const int code = WEXITSTATUS(status) & ~kHasFailed;
+        EXPECT_NE(codes.find(static_cast<char>('0' + code)), std::string::npos) << code;
+        failed = WEXITSTATUS(status) & kHasFailed;
+    }
+}
+
+void DropAlertsAndLogLines()
+{
+    platform::SetAlertPresenter([](const platform::Alert&) {});
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
+}

@@ -1,0 +1,35 @@
+// Walks over all points at which something below the library may fail: an allocation of the C
+// library, a call to the system.
+
+#ifndef TESTS_MALLOC_WALK_H
+#define TESTS_MALLOC_WALK_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/operations/Operations.h"
+
+// A way to fail, on all threads.
+struct Failing
+{
+    std::string name;
+    std::function<void(long point)> begin; // the first failure is at this point, counted from 1
+    void (*end)();
+    bool (*hasFailed)(); // since the last begin
+    std::string leftOut; // an operation that can't be the first of a thread
+};
+
+// Runs each operation once for each point, which fails, on this thread and as the first operation
+// of a thread. After each run the operation must succeed again, with the same use of the heap.
+void WalkAll(const Operations& operations, const std::vector<Failing>& failings);
+
+// Calls birth or death in a child process once for each point, which fails. A report waits to be
+// shown at death. The child must exit with one of the codes: 0; 4 for a birth that fails, and
+// succeeds once nothing fails.
+void WalkInChildren(const Failing& failing, bool atDeath, const std::string& codes);
+
+// Drops what reports would show and log.
+void DropAlertsAndLogLines();
+
+#endif

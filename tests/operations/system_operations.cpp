@@ -1,0 +1,60 @@
+// Operations in which the system allocates or opens something: threads, files, names.
+
+#include <ctime>
+#include <string>
+
+#include "U_Date.h"
+#include "U_Interact.h"
+#include "U_Machine.h"
+#include "U_MemServices.h"
+#include "U_Suspend.h"
+#include "tests/operations/Operations.h"
+
+Operations SystemOperations()
+{
+    return {
+        {"an executor", kBadAlloc | kCode4 | kLess,
+         [](Own&) {
+             int result = 0;
+             try
+             {
+                 const ContextPtr context = U_Context::MakeNewContext();
+                 const U_ContextSetter setter(context);
+                 result = U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(
+                     MakeExecutor(), [] { return 7; });
+             }
+             catch (const boost::thread_resource_error&)
+             {
+                 return kLess;
+             }
+             return OfCode(result == 7 ? 0 : result, true);
+         }},
+        {"U_GetSystemMemoryStats", kLess,
+         [](Own&) {
+             U_MemoryStats stats = {};
+             const int code = U_GetSystemMemoryStats(&stats);
+             return code == 0 ? RightIf(stats.mResident > 0) : code == 1 ? kLess : kWrong;
+         }},
+        {"U_GetMachineName", kBadAlloc | kLess,
+         [](Own&) { return RightIf(!U_GetMachineName().empty(), kLess); }},
+        {"U_GetComputerName", kLess,
+         [](Own&) {
+             char name[256];
+             return RightIf(U_GetComputerName(sizeof(name), name) == 0 && *name, kLess);
+         }},
+        {"U_DateTimeZoneNow", kCode4 | kBadAlloc,
+         [](Own&) {
+             std::tm now = {};
+             std::string zone;
+             const U_Status code = U_DateTimeZoneNow(&now, zone);
+             return OfCode(code, now.tm_year > 100, now.tm_year == 0 && zone.empty());
+         }},
+        {"a temporary mask", kBadAlloc,
+         [](Own&) {
+             const U_u32 before = Up_GetInteract();
+             RunOrLeaveIntact([] { Up_SetInteractTempComplete(Up_SetInteractTemp(0)); },
+                              [&] { return Up_GetInteract() == before; });
+             return RightIf(Up_GetInteract() == before);
+         }},
+    };
+}

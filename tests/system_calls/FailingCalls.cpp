@@ -1,0 +1,249 @@
+#include "tests/system_calls/FailingCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <new>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace
+{
+struct Call
+{
+    int number;
+    int error;
+    bool waits; // may be interrupted by a signal
+};
+
+// SYS_brk is not here: the C library has the new end of the heap for an error.
+const Call kCalls[] = {
+    {SYS_openat, EMFILE, false},
+    {SYS_read, EIO, true},
+    {SYS_pread64, EIO, true},
+    {SYS_write, ENOSPC, true},
+    {SYS_writev, ENOSPC, true},
+    {SYS_newfstatat, EIO, false},
+    {SYS_lseek, EINVAL, false},
+    {SYS_fsync, EIO, false},
+    {SYS_fchmod, EPERM, false},
+    {SYS_renameat, EIO, false},
+    {SYS_unlinkat, EIO, false},
+    {SYS_readlinkat, EIO, false},
+    {SYS_fstatfs, EIO, false},
+    {SYS_getdents64, EIO, false},
+    {SYS_mmap, ENOMEM, false},
+    {SYS_mremap, ENOMEM, false},
+    {SYS_mprotect, ENOMEM, false},
+    {SYS_munmap, ENOMEM, false},
+    {SYS_madvise, ENOMEM, false},
+    {SYS_clone, EAGAIN, false},
+    {SYS_clone3, EAGAIN, false},
+    {SYS_sched_getaffinity, EINVAL, false},
+    {SYS_sched_setscheduler, EPERM, false},
+    {SYS_setpriority, EPERM, false},
+    {SYS_sysinfo, EFAULT, false},
+    {SYS_uname, EFAULT, false},
+    {SYS_getrusage, EINVAL, false},
+    {SYS_prlimit64, EPERM, false},
+    {SYS_sigaltstack, ENOMEM, false},
+    {SYS_clock_nanosleep, EINVAL, true},
+    {SYS_getrandom, ENOSYS, true},
+};
+
+const std::size_t kPage = 0x1000;
+const std::size_t kMostBytes = 0x10000; // of a short read or write
+
+const Call& CallOf(int number)
+{
+    return *std::find_if(std::begin(kCalls), std::end(kCalls),
+                         [number](const Call& call) { return call.number == number; });
+}
+
+bool Concerns(Failure failure, const seccomp_data& data)
+{
+    switch (failure)
+    {
+    case Failure::kInterrupted:
+        return CallOf(data.nr).waits;
+    case Failure::kShort:
+        return (data.nr == SYS_read || data.nr == SYS_write) && data.args[2] > 1;
+    default:
+        return true;
+    }
+}
+
+// Answers on its own thread, on which nothing may wait for the thread that made the call: no lock,
+// no allocation.
+class Answerer
+{
+public:
+    Answerer(int intercepted, FailingCalls& calls, const char* begin)
+        : mIntercepted(intercepted), mCalls(calls), mBegin(begin), mHasBegun(!*begin)
+    {
+    }
+
+    void Run()
+    {
+        for (;;)
+        {
+            pollfd waiting = {mIntercepted, POLLIN, 0};
+            if (poll(&waiting, 1, -1) < 0 && errno == EINTR)
+                continue;
+            if (!(waiting.revents & POLLIN))
+                return;
+            alignas(seccomp_notif) unsigned char room[256] = {};
+            seccomp_notif& asked = *new (room) seccomp_notif();
+            if (ioctl(mIntercepted, SECCOMP_IOCTL_NOTIF_RECV, &asked) == 0)
+                Decide(asked);
+        }
+    }
+
+private:
+    void Decide(const seccomp_notif& asked)
+    {
+        alignas(seccomp_notif_resp) unsigned char room[256] = {};
+        seccomp_notif_resp& answer = *new (room) seccomp_notif_resp();
+        answer.id = asked.id;
+        const Failure failure = static_cast<Failure>(mCalls.failure.load());
+        const bool isOther = *mBegin && static_cast<pid_t>(asked.pid) != mCalls.process;
+        if (isOther || !Begun(asked.data) || !Concerns(failure, asked.data) || !Fails())
+            answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
+        else if (failure == Failure::kShort)
+            answer.val = HalfOf(asked.data, &answer.error);
+        else
+            answer.error = failure == Failure::kInterrupted ? -EINTR : -CallOf(asked.data.nr).error;
+        ioctl(mIntercepted, SECCOMP_IOCTL_NOTIF_SEND, &answer);
+    }
+
+    bool Begun(const seccomp_data& data)
+    {
+        if (mHasBegun || data.nr != SYS_openat)
+            return mHasBegun;
+        // Page by page, since there may be none after the path.
+        char path[PATH_MAX + 1] = "";
+        for (std::size_t size = 0; size < PATH_MAX && !std::memchr(path, 0, size);)
+        {
+            const std::uint64_t start = data.args[1] + size;
+            const std::size_t step = std::min<std::size_t>(kPage - start % kPage, PATH_MAX - size);
+            if (Move(SYS_process_vm_readv, path + size, start, step) <= 0)
+                break;
+            size += step;
+        }
+        mHasBegun = std::strstr(path, mBegin) != nullptr;
+        return mHasBegun;
+    }
+
+    bool Fails()
+    {
+        const long begin = mCalls.first;
+        if (!begin)
+            return false;
+        const long number = ++mCalls.count;
+        if (number < begin || number > mCalls.last)
+            return false;
+        mCalls.hasFailed = true;
+        return true;
+    }
+
+    long Move(int call, void* own, std::uint64_t theirs, std::size_t size) const
+    {
+        const iovec here = {own, size};
+        const iovec there = {reinterpret_cast<void*>(theirs), size};
+        return syscall(call, mCalls.process.load(), &here, 1, &there, 1, 0);
+    }
+
+    // Reads or writes half the bytes in the caller's place.
+    std::int64_t HalfOf(const seccomp_data& data, std::int32_t* error)
+    {
+        const std::size_t size = std::min(kMostBytes, static_cast<std::size_t>(data.args[2]) / 2);
+        const int process = static_cast<int>(syscall(SYS_pidfd_open, mCalls.process.load(), 0));
+        const int file =
+            static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(data.args[0]), 0));
+        long moved = -1;
+        if (data.nr == SYS_write)
+        {
+            Move(SYS_process_vm_readv, mBytes, data.args[1], size);
+            moved = write(file, mBytes, size);
+        }
+        else
+        {
+            moved = read(file, mBytes, size);
+            if (moved > 0)
+                Move(SYS_process_vm_writev, mBytes, data.args[1], static_cast<std::size_t>(moved));
+        }
+        if (moved < 0)
+            *error = -errno;
+        close(file);
+        close(process);
+        return moved < 0 ? 0 : moved;
+    }
+
+    const int mIntercepted;
+    FailingCalls& mCalls;
+    const char* const mBegin;
+    bool mHasBegun;
+    unsigned char mBytes[kMostBytes];
+};
+} // namespace
+
+void FailingCalls::Begin(Failure theFailure, long nth, bool forGood)
+{
+    process = getpid();
+    failure = static_cast<int>(theFailure);
+    count = 0;
+    hasFailed = false;
+    last = forGood ? std::numeric_limits<long>::max() : nth;
+    first = nth;
+}
+
+void FailingCalls::End()
+{
+    first = 0;
+}
+
+void* SharedMemory(std::size_t size)
+{
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc();
+    return memory;
+}
+
+int InterceptCalls()
+{
+    const std::size_t kFirst = 1; // index of the first comparison
+    const std::size_t count = std::size(kCalls);
+    sock_filter filter[kFirst + std::size(kCalls) + 2] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (std::size_t index = 0; index < count; ++index)
+        filter[kFirst + index] =
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned int>(kCalls[index].number),
+                     static_cast<unsigned char>(count - index), 0);
+    filter[kFirst + count] = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+    filter[kFirst + count + 1] = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF);
+    const sock_fprog program = {static_cast<unsigned short>(std::size(filter)), filter};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+        return -1;
+    return static_cast<int>(
+        syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
+}
+
+void Answer(int intercepted, FailingCalls& calls, const char* begin)
+{
+    Answerer(intercepted, calls, begin).Run();
+}

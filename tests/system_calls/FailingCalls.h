@@ -1,0 +1,54 @@
+// Failures of calls to the system, whoever makes them: the library, the C library below it, or a
+// whole program. Linux only.
+
+#ifndef TESTS_SYSTEM_CALLS_FAILINGCALLS_H
+#define TESTS_SYSTEM_CALLS_FAILINGCALLS_H
+
+#include <atomic>
+#include <cstddef>
+#include <new>
+
+#include <sys/types.h>
+
+enum class Failure
+{
+    kError,       // the call fails with an error that it may have: ENOSPC, EMFILE, ENOMEM
+    kInterrupted, // EINTR, for a call that may wait
+    kShort        // a read or a write of half the bytes
+};
+
+// Which calls fail: shared with the children.
+struct FailingCalls
+{
+    // The calls fail from the nth one on that the failure concerns, counted from 1: that one
+    // call, or with `forGood` all later ones as well. Process: the caller.
+    void Begin(Failure failure, long nth, bool forGood);
+    void End();
+
+    std::atomic<int> failure{0};
+    std::atomic<long> first{0}; // 0: none fails
+    std::atomic<long> last{0};
+    std::atomic<long> count{0};
+    std::atomic<bool> hasFailed{false};
+    std::atomic<pid_t> process{0}; // whose calls fail
+};
+
+// Memory of zeros that a process shares with its children. Never null.
+void* SharedMemory(std::size_t size);
+
+// Returns an object that a process shares with its children. It is never destroyed.
+template <class Object> Object& NewShared()
+{
+    return *new (SharedMemory(sizeof(Object))) Object();
+}
+
+// From here on the calls of this thread, of the threads that it starts, and of its children wait
+// for Answer. Returns a descriptor for Answer, or -1 if the system does not allow this.
+int InterceptCalls();
+
+// Answers the calls until their threads have ended. The caller must not be one of these threads.
+// `begin`: unless it is empty, failures are counted from the first file on whose path has that
+// text.
+void Answer(int intercepted, FailingCalls& calls, const char* begin);
+
+#endif

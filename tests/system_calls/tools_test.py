@@ -1,0 +1,118 @@
+"""The tools while one of their calls to the system fails, is interrupted, or does half its work.
+
+A run either does all its work or says why it does not, and an output file has its old content or
+the whole new one. The environment names the programs: FAIL_CALLS, ZDICT and MEMLOG."""
+
+import os
+import subprocess
+import sys
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+for folder in ("zdict", "memlog", "support"):
+    sys.path.append(os.path.join(HERE, "..", folder))
+from exchange import ENGLISH, GERMAN
+from folder_case import FolderCase
+from memlog_test import head, rows
+
+FAIL_CALLS, ZDICT, MEMLOG = (os.environ[name] for name in ("FAIL_CALLS", "ZDICT", "MEMLOG"))
+NOT_ALLOWED = 121  # the status of FAIL_CALLS where the system does not allow it to intercept calls
+OLD = b"the old content"
+SOURCE = 'const char* text = "$$$/App/Title=Hello";\n' * 3
+# An interruption that never ends would be tried again for ever.
+FAILURES = (("error", "once"), ("error", "for-good"), ("interrupted", "once"),
+            ("short", "for-good"))
+
+# The arguments of the runs. Each reads files in its folder; "-o" is the file "out".
+ZDICT_RUNS = (
+    "compile en.txt", "compile -o out en.txt", "merge --comments -o out en.zdict de.txt",
+    "dump -o out en.zdict", "remove -o out en.zdict /App/Title", "check en.txt en.zdict",
+    "get en.zdict /App/Title", "keys en.txt en.zdict", "stats en.zdict",
+    "lint --english en.txt de.txt", "status --english en.txt de.txt",
+    "extract -o out sources", "update -o out --english en.txt de.txt",
+    "export --format xliff2 --english en.txt -o out de.txt",
+    "export --format po --english en.txt -o out de.txt", "import -o out de.xlf",
+    "import -o out de.po", "pseudo -o out en.txt")
+MEMLOG_RUNS = (("memory.log", 1), ("-o out.html memory.log", 7))
+
+
+class Tools(FolderCase):
+    def setUp(self):
+        super().setUp()
+        self.file("en.txt", ENGLISH.lstrip())
+        self.file("de.txt", GERMAN.lstrip())
+        os.mkdir(self.path("sources"))
+        self.file("sources/a.cpp", SOURCE)
+        self.file("memory.log", head() + rows(3))
+        for arguments in ("compile -o en.zdict en.txt",
+                          "export --format xliff1 --english en.txt -o de.xlf de.txt",
+                          "export --format po --english en.txt -o de.po de.txt"):
+            subprocess.run([ZDICT, *arguments.split()], cwd=self.folder, stderr=subprocess.PIPE)
+        self.inputs = set(os.listdir(self.folder))
+        # Without buffers, Python itself loses the rest of a short write.
+        self.environment = {name: value for name, value in os.environ.items()
+                            if name != "PYTHONUNBUFFERED"}
+
+    def run_once(self, command):
+        """Returns the status, standard output, messages, and the content of the output file."""
+        output = next((self.path(word) for word in command if word.startswith("out")), None)
+        if output:
+            with open(output, "wb") as file:
+                file.write(OLD)
+        done = subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60,
+                              env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        content = None
+        if output:
+            with open(output, "rb") as file:
+                content = file.read()
+            os.unlink(output)
+        left = set(os.listdir(self.folder)) - self.inputs
+        for name in left:
+            os.unlink(self.path(name))
+        return done.returncode, done.stdout, done.stderr.decode(), content, left
+
+    def check(self, program, run, first, step=1):
+        """Fails every `step`th call from the first file on whose path has the text `first`. Returns
+        the count of calls that failed."""
+        command = [program, *run.split()]
+        status, out, messages, content, _ = self.run_once(command)
+        points = 0
+        for failure, times in FAILURES:
+            point = 1 - step
+            has_failed = True
+            while has_failed:
+                point += step
+                result, printed, said, stored, left = self.run_once(
+                    [FAIL_CALLS, failure, str(point), times, first, *command])
+                if result == NOT_ALLOWED:
+                    self.skipTest("the system does not allow to intercept calls")
+                said, _, has_failed = said.rpartition("failed: ")
+                has_failed = has_failed == "1\n"
+                points += has_failed
+                with self.subTest(f"{run}: {failure} {point} {times}"):
+                    if (result, printed, said, stored) == (status, out, messages, content):
+                        self.assertFalse(left)
+                        continue
+                    self.assertNotEqual(failure, "short", said)
+                    self.assertNotEqual(result, 0)
+                    if times == "once":
+                        self.assertIn(result, (1, 2), said)
+                        self.assertIn(": ", said)
+                    self.assertNotIn("Traceback", said)
+                    self.assertIn(stored, (OLD, content) if content else (None,))
+                    if run.startswith("compile"):  # others go on with their other files
+                        self.assertTrue(out.startswith(printed))
+        return points
+
+    def test_zdict(self):
+        for run in ZDICT_RUNS:
+            first = "sources" if "sources" in run else "en." if "en." in run else "de."
+            self.assertGreater(self.check(ZDICT, run, first), 10)
+
+    def test_memlog(self):
+        for run, step in MEMLOG_RUNS:
+            self.assertGreater(self.check(MEMLOG, run, "memory.log", step), 10)
+
+
+if __name__ == "__main__":
+    unittest.main()
