@@ -190,6 +190,41 @@ template <class Way, class Shape> void Read(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
 }
 
+void PutNodes(const U_AnyTree& tree, U_AnyTree* out)
+{
+    for (const auto& [key, child] : tree)
+    {
+        const std::pair<const U_UTF16String&, const U_Any&> node(key, child.data());
+        out->insert(out->end(), &node, &node + 1);
+        PutNodes(child, &out->back().second);
+    }
+}
+
+// The floor of Read<Ours, Shape>: the conversion of the document, and the nodes of the tree, put
+// into Boost's tree one by one and ended.
+template <class Shape> void ReadFloor(benchmark::State& state)
+{
+    const Ours::Bytes document = DocumentFor<Ours, Shape>(state);
+    Ours::Tree tree;
+    Ours::Read(document, &tree);
+    const auto put = [&](Ours::Tree* copy) {
+        const U_UTF16String units = U_UTF8To16String(document);
+        PutNodes(tree, copy);
+        benchmark::DoNotOptimize(units.data());
+    };
+    Ours::Tree checked;
+    put(&checked);
+    if (Ours::Write(checked) != Ours::Write(tree))
+        state.SkipWithError("not the same nodes");
+    for (auto _ : state)
+    {
+        Ours::Tree copy;
+        put(&copy);
+        benchmark::DoNotOptimize(&copy);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
+}
+
 template <class Way, class Shape> void Write(benchmark::State& state)
 {
     typename Way::Tree tree;
@@ -202,6 +237,26 @@ template <class Way, class Shape> void Write(benchmark::State& state)
     const typename Way::Bytes written = Way::Write(tree);
     for (auto _ : state)
         benchmark::DoNotOptimize(Way::Write(tree).data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(written.size()));
+}
+
+// Writes strings below the last of 1,001 members, so that the part of the members that is written
+// does not tell the length of the text.
+void WriteSkewed(benchmark::State& state)
+{
+    Ours::Tree strings;
+    Ours::Read(DocumentFor<Ours, Strings>(state), &strings);
+    Ours::Tree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    for (int i = 0; i < 1000; ++i)
+        wrapper.put(i);
+    wrapper.put(strings);
+    Ours::Tree().swap(strings);
+    const Ours::Bytes written = Ours::Write(tree);
+    if (written.size() < DocumentFor<Ours, Strings>(state).size())
+        state.SkipWithError("not what was written");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Ours::Write(tree).data());
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(written.size()));
 }
 } // namespace
@@ -219,6 +274,10 @@ SHAPES(Ours);
 SHAPES(Rapid);
 SHAPES(Nlohmann);
 SHAPE("nested", Boost, Nested);
+BENCHMARK(ReadFloor<Numbers>)->Name("Read/numbers/Floor")->SIZES;
+BENCHMARK(ReadFloor<Strings>)->Name("Read/strings/Floor")->SIZES;
+BENCHMARK(ReadFloor<Nested>)->Name("Read/nested/Floor")->SIZES;
+BENCHMARK(WriteSkewed)->Name("Write/skewed strings/Ours")->SIZES;
 
 // The sizes of the plots.
 #define GROWING Arg(20)->Arg(100)->Arg(1000)->Arg(5000)->Arg(20000)

@@ -83,6 +83,7 @@ private:
 
     U_UTF16String mText;
     std::size_t mLength = 0;       // the units written
+    unsigned int mGuesses = 0;     // of the length of the whole text
     const Level* mLevel = nullptr; // on the stack, so a writer that has thrown is not used again
 };
 

@@ -190,15 +190,17 @@ double Up_JSONWriter::Progress() const
 
 // Guesses the length of the whole text from the part that is written. A large text is fresh memory
 // of the system, so each unit of room that stays unused costs time. A wrong guess makes the room at
-// least 1.25 and at most 4 times as large.
+// most 4 times as large, and at least 1.25 times. After three wrong guesses the room doubles at
+// least: the last child of a tree may have nearly all of the text.
 void Up_JSONWriter::Grow(std::size_t units)
 {
-    const std::size_t least = mText.size() + mText.size() / 4;
     const std::size_t most = 4 * mText.size();
     const double progress = Progress();
     const double guess = progress > 0 ? static_cast<double>(mLength) * 17 / 16 / progress : 0;
-    const std::size_t room =
-        guess < static_cast<double>(most) ? static_cast<std::size_t>(guess) : most;
+    const bool isSure = guess < static_cast<double>(most);
+    const std::size_t room = isSure ? static_cast<std::size_t>(guess) : most;
+    mGuesses = std::min(mGuesses + isSure, 4u);
+    const std::size_t least = mText.size() + mText.size() / 4 * mGuesses;
     U_UTF16String grown; // a text that grows at its place at least doubles its room
     grown.reserve(std::max({mLength + units, least, room}));
     grown.append(mText, 0, mLength);

@@ -61,12 +61,13 @@ public:
 
 private:
     // Prints the integer that is nearest to the value times a power of ten, which takes half as
-    // long as to_chars of a double. Returns false if the rounding of the product may have
-    // changed which integer is the nearest, as it may near a half.
+    // long as to_chars of a double. Returns false if it is open which integer is the nearest.
+    // Each half below kMost is a double, so a product that is rounded to another double is on the
+    // same side of the half as that double.
     bool PrintScaled(double value, std::size_t decimals)
     {
         const double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
-        const double kMost = 0x1p50;
+        const double kMost = 0x1p52;
         if (decimals >= std::size(kPowersOfTen))
             return false;
         const double scaled = value * kPowersOfTen[decimals];
@@ -74,7 +75,7 @@ private:
             return false;
         const std::int64_t below = static_cast<std::int64_t>(scaled);
         const double rest = scaled - static_cast<double>(below);
-        if (std::fabs(rest - 0.5) <= scaled * std::numeric_limits<double>::epsilon())
+        if (rest == 0.5)
             return false;
 
         char* const first = mText + kMostPad;

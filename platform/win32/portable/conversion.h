@@ -107,9 +107,9 @@ Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
             at.mNext += kWord;
             continue;
         }
-        // Three sources have at least one target. So enough sources must be left for later
-        // targets to overwrite the unspecified elements.
-        if (stop - at.mNext < 4 * kWord)
+        // At most kWord elements are unspecified. Three sources have at least one target, so the
+        // targets of three words overwrite these elements.
+        if (stop - at.mNext < 3 * kWord)
             break;
         const std::size_t count = Word<Source>::AsciiHead(highBits);
         at.mOutput.template PutHead<kWord>(at.mNext, count);
