@@ -107,13 +107,14 @@ bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
 	scripts/plots build/release/bench
 
 coverage: window-deps ## Line and branch coverage of the library
-	@scripts/deps gcovr
+	@scripts/deps llvm
 	$(call build,coverage)
-	@find build/coverage -name '*.gcda' -delete # counters of an earlier build
+	@rm -rf build/coverage/profiles # counters of an earlier build
 	ctest --preset coverage
 	scripts/coverage build/coverage
 
 mutants: window-deps ## Change the library in MUTANTS places; tests must notice (FILES, SEED)
+	@scripts/deps llvm
 	scripts/mutants --count $(MUTANTS) --seed $(SEED) $(FILES)
 
 fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md

@@ -13,8 +13,13 @@
 #include "message.h"
 
 // The sanitizers would find these before the processor does.
-#define UNCHECKED                                                                                  \
-    __attribute__((noinline, no_sanitize_address, no_sanitize_thread, no_sanitize_undefined))
+#define UNCHECKED __attribute__((noinline, no_sanitize("address", "thread", "undefined")))
+
+#if defined(__clang__)
+#define OPAQUE __attribute__((noinline))
+#else
+#define OPAQUE __attribute__((noipa))
+#endif
 
 // Not unnamed: with all classes in sight the compiler would call another function.
 namespace crashes
@@ -27,7 +32,7 @@ public:
     virtual void Pure() = 0;
 
 private:
-    static __attribute__((noipa)) void CallIt(Base* object) { object->Pure(); } // NOLINT: so meant
+    static OPAQUE void CallIt(Base* object) { object->Pure(); } // NOLINT: so meant
 };
 
 class Derived : public Base

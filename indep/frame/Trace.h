@@ -53,7 +53,7 @@ public:
 
 private:
     // One atomic word, so that an answer is never read with the count of another one.
-    struct Answer
+    struct alignas(8) Answer
     {
         int mChangeCount;
         int mEnabled;

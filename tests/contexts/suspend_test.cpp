@@ -261,7 +261,7 @@ TEST_F(Suspend, AContextThatAThirdThreadTookOverComesBack)
             }
             return 1;
         };
-        const auto call = [&] {
+        const auto call = [&, here = here] {
             const U_ContextSetter setter(context);
             SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
             EXPECT_EQ(suspended->CallOnThreadedExecutor(mExecutor, function), 1);

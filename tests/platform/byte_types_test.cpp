@@ -65,10 +65,10 @@ TEST(ByteTypes, FollowTheScript)
     for (const auto& [script, types] : kRows)
     {
         SCOPED_TRACE(script);
-        EXPECT_EQ(
-            TypesOf(text, [&](const char* bytes,
-                              int offset) { return CharacterByteType(bytes, offset, script); }),
-            types);
+        const auto typeOf = [script = script](const char* bytes, int offset) {
+            return CharacterByteType(bytes, offset, script);
+        };
+        EXPECT_EQ(TypesOf(text, typeOf), types);
     }
     platform::SetActiveCodePage(932);
     EXPECT_EQ(CharacterByteType("\x81", 0, 99), kFirstByte);

@@ -149,6 +149,7 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
         {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
         {"en_US", u"M MM MMM MMMM yy, yyyy g", "3 03 Mar March 05, 2005 AD"},
         {"en_US", u"'d''y' hEt 'd'd", "d'y hEt d1"},
+        {"en_US", u"d''", "1'"},
         {"en_US", u"", ""},
         {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
         {"ru_RU", u"d MMMM", "1 марта"},

@@ -77,8 +77,8 @@ public:
     ScNoDesktop& operator=(const ScNoDesktop&) = delete;
 
 private:
-    void* mStation = nullptr;
-    void* mBefore = nullptr;
+    [[maybe_unused]] void* mStation = nullptr;
+    [[maybe_unused]] void* mBefore = nullptr;
 };
 
 // Sets a variable of the environment; null removes the variable.
