@@ -105,9 +105,8 @@ public:
     // Throws: boost::bad_any_cast for a held unsigned integer.
     U_i64 GetAs_int() const
     {
-        // Without the hint the compiler puts the conversion between the test and the return.
         const bool isInPlace = mType == kType_Int && mHeld != kAny;
-        return __builtin_expect(isInPlace, true) ? mInteger : ConvertedToInt();
+        return isInPlace ? mInteger : ConvertedToInt();
     }
     U_i64 GetAs_Enum() const;
 
@@ -194,7 +193,11 @@ private:
     }
 
     bool HoldsInteger() const { return mHeld != kAny && mHeld != kDouble; }
-    U_i64 ConvertedToInt() const;
+
+    // Cold, so that a compiler that knows the attribute does not put the call between the test and
+    // the return of GetAs_int.
+    [[gnu::cold]] U_i64 ConvertedToInt() const;
+
     void WriteJSON(Up_JSONWriter* writer) const;
     TypeEnum InferredType() const;
 

@@ -108,6 +108,13 @@ int ReturnRawString(const std::uint16_t* found, std::uint32_t count, const std::
     return 1;
 }
 
+// The run is aligned: a load checks the offsets for it.
+int ReturnRawRun(const ByteRun& value, const std::uint16_t** units, std::uint32_t* length)
+{
+    return ReturnRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
+                           value.mLength / kUnitSize, units, length);
+}
+
 std::size_t Write(const hollin_private::DictionaryImpl& dictionary, Dictionary::SerializeMode mode,
                   const hollin_private::ImageOptions& options, std::ostream& stream)
 {
@@ -192,13 +199,18 @@ bool Dictionary::HasString(const char* key) const
 int Dictionary::GetRawString(const char* key, const std::uint16_t** units,
                              std::uint32_t* length) const
 {
-    if (mImpl->IsFlat())
-        return GetRawStringById(FindId(*mImpl, key), units, length);
     *units = nullptr;
     *length = 0;
     ZStringLiteral literal;
     if (!ParseZString(key, &literal))
         return 0;
+    if (mImpl->IsFlat())
+    {
+        ByteRun value;
+        const std::uint32_t id = mImpl->mFastArray->Find(literal.mKey, &value);
+        const bool isLive = literal.mKey.mLength ? id != kNoId : mImpl->mFastArray->IsLive(id);
+        return isLive ? ReturnRawRun(value, units, length) : 0;
+    }
     const DictionaryEntry* entry = mImpl->FindEntry(literal.mKey);
     return entry ? ReturnRawString(entry->mValue.Data(), entry->mValue.Length(), units, length) : 0;
 }
@@ -211,9 +223,7 @@ int Dictionary::GetRawStringById(std::uint32_t id, const std::uint16_t** units,
     const FastArray& store = *mImpl->mFastArray;
     if (!mImpl->IsFlat() || !store.IsLive(id))
         return 0;
-    const ByteRun value = store.Value(id); // aligned: a load checks the offsets for it
-    return ReturnRawString(reinterpret_cast<const std::uint16_t*>(value.mBytes),
-                           value.mLength / kUnitSize, units, length);
+    return ReturnRawRun(store.Value(id), units, length);
 }
 
 ZString Dictionary::GetComment(const char* key) const

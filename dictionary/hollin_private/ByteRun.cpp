@@ -7,10 +7,10 @@ namespace hollin_private
 std::uint32_t HashKey(const ByteRun& key, std::uint32_t tableSize)
 {
     const std::uint32_t step = std::max(key.mLength / 5, 1u);
-    std::uint32_t hash = 0;
+    std::uint64_t sum = 0; // of at most nine bytes, so below 2^53: one division is enough
     for (std::uint64_t i = 0; i < key.mLength; i += step)
-        hash = ((hash << 5) + key.mBytes[i]) % tableSize;
-    return hash;
+        sum = (sum << 5) + key.mBytes[i];
+    return static_cast<std::uint32_t>(sum % tableSize);
 }
 
 ByteRunValue::ByteRunValue(const void* bytes, std::uint32_t length)

@@ -56,10 +56,10 @@ bool DictionaryImpl::FindText(const ByteRun& key, hollin::ZString* text) const
 {
     if (IsFlat())
     {
-        const std::uint32_t id = mFastArray->Find(key);
-        if (id == hollin::kNoId)
+        ByteRun value;
+        if (mFastArray->Find(key, &value) == hollin::kNoId)
             return false;
-        *text = TextOf(mFastArray->Value(id));
+        *text = TextOf(value);
         return true;
     }
     const DictionaryEntry* entry = FindEntry(key);

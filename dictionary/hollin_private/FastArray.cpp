@@ -66,12 +66,19 @@ void IdBuckets::Reserve(std::uint32_t bucket, std::size_t more)
     grown.mCapacity = capacity;
 }
 
-void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key)
+void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const KeyAndValue& runs)
 {
     Reserve(bucket, 1);
     Bucket& grown = Make(bucket);
     grown.mOwned[grown.mCount++] = id;
-    grown.mIndex.Insert(key, id);
+    grown.mIndex.Insert(id, runs);
+}
+
+void IdBuckets::Change(std::uint32_t bucket, const ByteRun& key, std::uint32_t id,
+                       const KeyAndValue& runs)
+{
+    if (Bucket* const found = Find(bucket))
+        found->mIndex.Change(key, id, runs);
 }
 
 void IdBuckets::Adopt(FileBuckets&& buckets)
@@ -109,14 +116,41 @@ FastArrayBlock* FastArray::BlockOf(std::uint32_t id)
 
 std::uint32_t FastArray::Find(const ByteRun& key) const
 {
+    ByteRun value;
+    return Find(key, &value);
+}
+
+std::uint32_t FastArray::Find(const ByteRun& key, ByteRun* value) const
+{
     const std::uint32_t bucket = HashKey(key, kBucketCount);
     const IdBuckets::Ids ids = mBuckets.Get(bucket);
-    if (ids.size() <= kScannedIds || !key.mLength)
-        return Scan(ids, key);
-    const KeyIndex* index = mBuckets.IndexOf(bucket, [this](std::uint32_t id) { return Key(id); });
+    const KeyIndex* index = nullptr;
+    if (ids.size() > kScannedIds && key.mLength)
+        index = mBuckets.IndexOf(bucket, [this](std::uint32_t id) { return RunsOf(id); });
     if (!index)
-        return Scan(ids, key);
-    return index->Find(KeyIndex::Hash(key), [&](std::uint32_t id) { return HasKey(id, key); });
+    {
+        const std::uint32_t id = Scan(ids, key);
+        *value = Value(id);
+        return id;
+    }
+    const KeyIndex::Entry* const entry = index->Find(key);
+    *value = entry ? entry->Value() : ByteRun();
+    return entry ? entry->mId : kNoId;
+}
+
+KeyAndValue FastArray::RunsOf(std::uint32_t id) const
+{
+    return {Key(id), Value(id)};
+}
+
+// A file may list an identifier in other buckets too. Their indices keep the old runs, which no
+// look-up finds there.
+void FastArray::SetValue(std::uint32_t id, const ByteRun& value)
+{
+    FastArrayBlock* block = BlockOf(id);
+    block->mValues.Replace(id - block->mBaseId, value);
+    const KeyAndValue runs = RunsOf(id);
+    mBuckets.Change(HashKey(runs.mKey, kBucketCount), runs.mKey, id, runs);
 }
 
 bool FastArray::HasKey(std::uint32_t id, const ByteRun& key) const
@@ -168,8 +202,8 @@ std::uint32_t FastArray::Replace(std::uint32_t id, const ByteRun& value, const B
 {
     if (IsTooLong(value, comment))
         return kNoId;
+    SetValue(id, value);
     FastArrayBlock* block = BlockOf(id);
-    block->mValues.Replace(id - block->mBaseId, value);
     if (comment)
         block->SetComment(id - block->mBaseId, *comment);
     return id;
@@ -183,7 +217,8 @@ std::uint32_t FastArray::AddNew(const ByteRun& key, const ByteRun& value, const 
     mBuckets.Reserve(bucket, 1);
     FastArrayBlock& block = OpenBlock();
     block.Append(key, value, comment);
-    mBuckets.Append(bucket, mTotalIds, key);
+    const std::uint32_t slot = block.mCount - 1;
+    mBuckets.Append(bucket, mTotalIds, {block.mKeys.Get(slot), block.mValues.Get(slot)});
     if (block.mCount == kSlotsOfOpenBlock)
         mLastBlockOpen = false;
     ++mLiveCount;
@@ -206,7 +241,9 @@ std::uint32_t FastArray::Remove(std::uint32_t id)
     FastArrayBlock* block = BlockOf(id);
     if (!block || !block->mHasKeys || !block->IsLive(id - block->mBaseId))
         return kNoId;
+    const ByteRun key = Key(id);
     block->Remove(id - block->mBaseId);
+    mBuckets.Change(HashKey(key, kBucketCount), key, id, KeyAndValue());
     --mLiveCount;
     return id;
 }
@@ -260,8 +297,7 @@ bool FastArray::MergeSlot(FastArrayBlock& block, std::uint32_t slot, const Known
     const auto found = CanMerge(key) ? known.find(ViewOf(key)) : known.end();
     if (found == known.end())
         return false;
-    FastArrayBlock* old = BlockOf(found->second);
-    old->mValues.Replace(found->second - old->mBaseId, block.mValues.Get(slot));
+    SetValue(found->second, block.mValues.Get(slot));
     block.mKeys.mLengths[slot] = 0;
     block.mValues.mLengths[slot] = 0;
     return true;
@@ -296,7 +332,8 @@ void FastArray::AppendIds(const FastArrayBlock& block, const FileBuckets& bucket
     ForEachBucket(buckets,
                   [&](std::uint32_t bucket, const std::uint32_t* slot, const std::uint32_t* end) {
                       for (; slot != end; ++slot)
-                          mBuckets.Append(bucket, block.mBaseId + *slot, block.mKeys.Get(*slot));
+                          mBuckets.Append(bucket, block.mBaseId + *slot,
+                                          {block.mKeys.Get(*slot), block.mValues.Get(*slot)});
                   });
 }
 } // namespace hollin_private

@@ -54,16 +54,22 @@ public:
     // REQUIRES: bucket < kBucketCount.
     Ids Get(std::uint32_t bucket) const;
 
-    // Append does not fail after Reserve. `key` is the identifier's key.
+    // Append does not fail after Reserve. `runs` lie in the store.
     void Reserve(std::uint32_t bucket, std::size_t more);
-    void Append(std::uint32_t bucket, std::uint32_t id, const ByteRun& key);
+    void Append(std::uint32_t bucket, std::uint32_t id, const KeyAndValue& runs);
 
-    // Returns the index of the keys of a bucket, or null without memory. keyOf(id) returns the
-    // key of an identifier.
+    // Returns the index of the keys of a bucket, or null without memory. runsOf(id) returns the
+    // KeyAndValue of an identifier.
     //
     // REQUIRES: the bucket is not empty.
     // Thread safety: thread-safe beside Get and IndexOf.
-    template <class KeyOf> const KeyIndex* IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const;
+    template <class RunsOf>
+    const KeyIndex* IndexOf(std::uint32_t bucket, const RunsOf& runsOf) const;
+
+    // Tells the index of the bucket that the runs of an identifier have changed. `key` is the key
+    // so far.
+    void Change(std::uint32_t bucket, const ByteRun& key, std::uint32_t id,
+                const KeyAndValue& runs);
 
     // Takes the identifiers of a file.
     //
@@ -84,7 +90,7 @@ private:
     static const std::uint32_t kPageCount = (kBucketCount + kPageSize - 1) / kPageSize;
 
     // Returns null if the page is not allocated.
-    const Bucket* Find(std::uint32_t bucket) const
+    Bucket* Find(std::uint32_t bucket) const
     {
         const std::unique_ptr<Bucket[]>& page = mPages[bucket / kPageSize];
         return page ? &page[bucket % kPageSize] : nullptr;
@@ -97,11 +103,11 @@ private:
     Table<std::uint32_t> mFileIds;
 };
 
-template <class KeyOf>
-const KeyIndex* IdBuckets::IndexOf(std::uint32_t bucket, const KeyOf& keyOf) const
+template <class RunsOf>
+const KeyIndex* IdBuckets::IndexOf(std::uint32_t bucket, const RunsOf& runsOf) const
 {
     const Bucket& indexed = *Find(bucket);
-    if (indexed.mIndex.IsMade() || indexed.mIndex.Make(indexed.mIds, indexed.mCount, keyOf))
+    if (indexed.mIndex.IsMade() || indexed.mIndex.Make(indexed.mIds, indexed.mCount, runsOf))
         return &indexed.mIndex;
     return nullptr;
 }
@@ -122,6 +128,10 @@ public:
     //   identifiers in any order.
     // - An empty key finds the first slot of its bucket that is removed or has an empty key.
     std::uint32_t Find(const ByteRun& key) const;
+
+    // Find, which also stores in *value the run that Value would return. A key that is not empty
+    // finds a live entry.
+    std::uint32_t Find(const ByteRun& key, ByteRun* value) const;
 
     // Returns whether the identifier is below TotalIds() and its entry is not removed.
     bool IsLive(std::uint32_t id) const;
@@ -179,6 +189,8 @@ private:
     FastArrayBlock& OpenBlock();
     bool HasKey(std::uint32_t id, const ByteRun& key) const;
     std::uint32_t Scan(const IdBuckets::Ids& ids, const ByteRun& key) const;
+    KeyAndValue RunsOf(std::uint32_t id) const;
+    void SetValue(std::uint32_t id, const ByteRun& value);
     KnownKeys KeysOfBucket(std::uint32_t bucket) const;
     bool MergeSlot(FastArrayBlock& block, std::uint32_t slot, const KnownKeys& known);
     void MergeKnownKeys(FastArrayBlock& block, FileBuckets& buckets);

@@ -15,88 +15,95 @@
 
 namespace hollin_private
 {
-// A hash table with open addressing, from the hash of a whole key to identifiers. Of equal keys
-// the one that was inserted first is found first.
+// A key of the store and its value, as their owner keeps them.
+struct KeyAndValue
+{
+    ByteRun mKey;
+    ByteRun mValue;
+};
+
+// A hash table with open addressing, from the hash of a whole key to identifiers, keys and values.
+// Of equal keys the one that was inserted first is found first. Empty keys are not found.
+//
+// An entry has the addresses of its key and value: a look-up waits for the entry, and then for both
+// at once. With the four tables of the store between, 100,000 keys take 1.1 times as long, and
+// 500,000 keys 1.2 to 1.4 times.
 //
 // Thread safety: IsMade, Find and Make may be called by many threads at once, but not beside
-// Insert and Drop.
+// Insert, Change and Drop.
 class KeyIndex
 {
 public:
+    struct alignas(32) Entry // two in a cache line
+    {
+        ByteRun Value() const { return ByteRun{mValue, mValueLength}; }
+
+        std::uint32_t mHash = 0;
+        std::uint32_t mId = hollin::kNoId; // kNoId in an empty entry
+        const unsigned char* mKey = nullptr;
+        const unsigned char* mValue = nullptr;
+        std::uint16_t mKeyLength = 0; // in bytes, as mValueLength
+        std::uint16_t mValueLength = 0;
+    };
+
     KeyIndex() = default;
     KeyIndex(const KeyIndex&) = delete;
     KeyIndex& operator=(const KeyIndex&) = delete;
     ~KeyIndex() { Drop(); }
 
-    // The hash of all bytes of a key.
-    static std::uint32_t Hash(const ByteRun& key);
-
     bool IsMade() const { return mEntries.load(std::memory_order_acquire) != nullptr; }
 
-    // Makes the table of the identifiers, with room for half as many again. keyOf(id) returns the
-    // key of an identifier. A table that another thread has made meanwhile is kept. Returns false
-    // without memory.
+    // Makes the table of the identifiers, with room for a third more. runsOf(id) returns the
+    // KeyAndValue of an identifier. A table that another thread has made meanwhile is kept.
+    // Returns false without memory.
     //
     // REQUIRES: all calls before an Insert or Drop have the same identifiers.
-    template <class KeyOf>
-    bool Make(const std::uint32_t* ids, std::size_t count, const KeyOf& keyOf);
+    template <class RunsOf>
+    bool Make(const std::uint32_t* ids, std::size_t count, const RunsOf& runsOf);
 
-    // Returns the first identifier with the hash for which hasKey(id) holds, or hollin::kNoId.
+    // Returns the first entry with the key, or null.
     //
-    // REQUIRES: IsMade().
-    template <class HasKey> std::uint32_t Find(std::uint32_t hash, const HasKey& hasKey) const;
+    // REQUIRES: IsMade(), and the key is not empty.
+    const Entry* Find(const ByteRun& key) const;
 
     // Inserts an identifier if there is a table. A full table is dropped, and the next Make makes
     // a larger one.
-    void Insert(const ByteRun& key, std::uint32_t id);
+    void Insert(std::uint32_t id, const KeyAndValue& runs);
+
+    // Changes the runs of an identifier if there is a table, also of one that was inserted more
+    // than once. `key` is the key so far.
+    void Change(const ByteRun& key, std::uint32_t id, const KeyAndValue& runs);
 
     void Drop() { delete[] mEntries.exchange(nullptr, std::memory_order_relaxed); }
 
 private:
-    struct Entry
-    {
-        std::uint32_t mHash = 0;
-        std::uint32_t mId = hollin::kNoId; // kNoId in an empty entry
-    };
-
-    // Returns the number of entries for the identifiers, a power of two. At most half are used.
+    // Returns the number of entries for the identifiers.
     static std::size_t SizeFor(std::size_t count);
-    static void InsertIn(Entry* entries, std::size_t mask, std::uint32_t hash, std::uint32_t id);
+    static void InsertIn(Entry* entries, std::size_t size, std::uint32_t id,
+                         const KeyAndValue& runs);
 
     std::atomic<Entry*> mEntries = {nullptr}; // owned
     // Beside the pointer, and not in front of the entries: Find waits for one line less. Threads
     // that make the table at once store the same values.
-    std::atomic<std::size_t> mMask = {0}; // the number of entries, less one
+    std::atomic<std::size_t> mSize = {0}; // the number of entries
     std::atomic<std::size_t> mUsed = {0};
 };
 
-template <class KeyOf>
-bool KeyIndex::Make(const std::uint32_t* ids, std::size_t count, const KeyOf& keyOf)
+template <class RunsOf>
+bool KeyIndex::Make(const std::uint32_t* ids, std::size_t count, const RunsOf& runsOf)
 {
     const std::size_t size = SizeFor(count);
     std::unique_ptr<Entry[]> made(new (std::nothrow) Entry[size]);
     if (!made)
         return false;
     for (std::size_t i = 0; i < count; ++i)
-        InsertIn(made.get(), size - 1, Hash(keyOf(ids[i])), ids[i]);
-    mMask.store(size - 1, std::memory_order_relaxed);
+        InsertIn(made.get(), size, ids[i], runsOf(ids[i]));
+    mSize.store(size, std::memory_order_relaxed);
     mUsed.store(count, std::memory_order_relaxed);
     Entry* stored = nullptr;
     if (mEntries.compare_exchange_strong(stored, made.get(), std::memory_order_acq_rel))
         made.release();
     return true;
-}
-
-template <class HasKey> std::uint32_t KeyIndex::Find(std::uint32_t hash, const HasKey& hasKey) const
-{
-    const Entry* const entries = mEntries.load(std::memory_order_acquire);
-    const std::size_t mask = mMask.load(std::memory_order_relaxed);
-    for (std::size_t i = hash & mask; entries[i].mId != hollin::kNoId; i = (i + 1) & mask)
-    {
-        if (entries[i].mHash == hash && hasKey(entries[i].mId))
-            return entries[i].mId;
-    }
-    return hollin::kNoId;
 }
 } // namespace hollin_private
 

@@ -84,21 +84,45 @@ U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
         Up_MakeRoomForBlock(1, false);
     return 0;
 }
+
+// Decides on a recycled block beside which the pool does not fit under the prepurge limit.
+U_Status DecideRecycled(Claim& claim, const Limits& limits, bool* okay)
+{
+    bool fits = false;
+    if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
+        return failure;
+    if (!fits)
+        return DecideAbovePrepurge(claim, limits, okay);
+    if (U_Status failure = ShrinkPoolForRecycled(claim.Size(), limits.mPrepurge))
+        return failure;
+    *okay = true;
+    return 0;
+}
 } // namespace
 
 // External managers are measured once. The pool is read in the step of the comparison, since blocks
 // move between the pool and the tracked use.
-U_Status Claim::TryUnder(U_u64 limit, bool* fits)
+U_Status Claim::Try(U_u64 limit, const MEM_Pool* pool, bool* fits)
 {
     End();
     *fits = false;
     const U_u64 managers = U_GetSizeOfExternalMemoryManagers();
-    if (U_Status failure = MEM_ClaimUsage(Up_AddSizes(mSize, managers), mGrowth, limit,
-                                          mRecycled ? nullptr : &kPool, &mClaim))
+    if (U_Status failure =
+            MEM_ClaimUsage(Up_AddSizes(mSize, managers), mGrowth, limit, pool, &mClaim))
         return failure;
     *fits = mClaim.mFits;
     mUse = mClaim.mUsage + managers;
     return 0;
+}
+
+U_Status Claim::TryUnder(U_u64 limit, bool* fits)
+{
+    return Try(limit, mRecycled ? nullptr : &kPool, fits);
+}
+
+U_Status Claim::TryUnderWithPool(U_u64 limit, bool* fits)
+{
+    return Try(limit, &kPool, fits);
 }
 
 void Claim::Renew()
@@ -132,18 +156,13 @@ U_Status Up_MeasureAndDecide(Claim& claim, bool* okay)
     if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
         return failure;
     claim.SetCeiling(std::max(limits.mPrepurge, limits.mMaximum));
-    bool fits = false;
-    if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
+    // If the pool fits beside the block, one comparison is enough for a recycled block, too.
+    if (U_Status failure = claim.TryUnderWithPool(limits.mPrepurge, okay))
         return failure;
-    if (!fits)
-        return DecideAbovePrepurge(claim, limits, okay);
-    if (claim.IsRecycled())
-    {
-        if (U_Status failure = ShrinkPoolForRecycled(claim.Size(), limits.mPrepurge))
-            return failure;
-    }
-    *okay = true;
-    return 0;
+    if (*okay)
+        return 0;
+    return claim.IsRecycled() ? DecideRecycled(claim, limits, okay)
+                              : DecideAbovePrepurge(claim, limits, okay);
 }
 
 U_Status U_DisableProactivePrePurging()

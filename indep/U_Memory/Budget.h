@@ -33,6 +33,9 @@ public:
     // error of the measurement.
     U_Status TryUnder(U_u64 limit, bool* fits);
 
+    // Works like TryUnder, and counts the recycled pool as use also for a recycled block.
+    U_Status TryUnderWithPool(U_u64 limit, bool* fits);
+
     // Returns the use that TryUnder compared. Valid if the size did not fit.
     U_u64 Use() const { return mUse; }
 
@@ -51,6 +54,7 @@ public:
     }
 
 private:
+    U_Status Try(U_u64 limit, const MEM_Pool* pool, bool* fits);
     void Cancel();
 
     const U_u64 mSize;

@@ -6,6 +6,8 @@
 #include <platform/base/per_thread.h>
 #include <platform/base/quiet_new.h>
 
+#include "small_block.h"
+
 namespace krobase
 {
 namespace utility
@@ -48,6 +50,7 @@ struct LocalBlocksOwner
             mGive(LocalBlocks::BlockOf(kept), LocalBlocks::SizeOf(kept));
             word.store(0, std::memory_order_release);
         }
+        SmallBlockAllocator::Dispose(mLocal->TakeObject());
         sLive.fetch_sub(1, std::memory_order_release);
         const platform::ScLock lock(sIdleLock);
         mLocal->mNextIdle = sFirstIdle;

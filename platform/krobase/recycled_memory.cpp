@@ -7,6 +7,8 @@
 #include <map>
 #include <new>
 
+#include <boost/core/bit.hpp>
+
 #include <platform/base/immortal.h>
 #include <platform/base/locks.h>
 #include <platform/base/memory_tools.h>
@@ -233,11 +235,8 @@ std::size_t SizeClass(std::size_t size)
         return kSmallestClass;
     if (size > kLargestClass)
         return size;
-    std::size_t power = kSmallestClass;
-    while (power < size)
-        power *= 2;
-    const std::size_t step = power / 2 / kClassesPerDoubling;
-    return (size + step - 1) / step * step;
+    const std::size_t step = boost::core::bit_ceil(size) / 2 / kClassesPerDoubling;
+    return (size + step - 1) & ~(step - 1);
 }
 } // namespace
 
@@ -287,12 +286,16 @@ void RecycledMemory::Allocate(int size, Charge charge)
 
 void* RecycledMemory::operator new(std::size_t size)
 {
-    return SmallBlockAllocator::Allocate(size);
+    LocalBlocks* const local = LocalBlocks::Find();
+    void* const spare = local && size == sizeof(RecycledMemory) ? local->TakeObject() : nullptr;
+    return spare ? spare : SmallBlockAllocator::Allocate(size);
 }
 
 void RecycledMemory::operator delete(void* object)
 {
-    SmallBlockAllocator::Dispose(object);
+    LocalBlocks* const local = LocalBlocks::Find();
+    if (!local || platform::MemoryIsWatched() || !local->KeepObject(object))
+        SmallBlockAllocator::Dispose(object);
 }
 
 unsigned long long MemoryRecycler::GetCurrentPoolSize()

@@ -233,6 +233,16 @@ TEST(FlatStore, FirstOfEqualKeysIsFoundInACrowdedBucket)
     EXPECT_EQ(TextOf(flat, CrowdedKey(5)), u"second");
 }
 
+TEST(FlatStore, KeyThatItsBucketListsTwiceIsRemoved)
+{
+    const ImageBuilder whole = BuildFlat(CrowdedEntries(20));
+    Loaded flat(whole.With(whole.Offset("bucket identifiers") + 19 * 4, 0, 4));
+    Set(flat, CrowdedKey(0).c_str(), u"a text in memory of its own");
+    EXPECT_EQ(TextOf(flat, CrowdedKey(0)), u"a text in memory of its own");
+    flat.RemoveString(CrowdedKey(0).c_str());
+    EXPECT_EQ(TextOf(flat, CrowdedKey(0)), u"(none)");
+}
+
 TEST(FlatStore, CrowdedBucketIsSearchedWithoutMemoryAndByManyThreads)
 {
     Dictionary flat(true);
@@ -260,6 +270,19 @@ TEST(FlatLayers, SecondFileReplacesAndAdds)
     EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "the file's count is added";
     EXPECT_EQ(TextOf(flat, "/e"), u"9");
     EXPECT_EQ(Check(Saved(flat)).mUnreachable, 0u);
+}
+
+TEST(FlatLayers, LaterFileReplacesInABucketThatWasLookedUp)
+{
+    Dictionary flat(true);
+    LoadFlat(flat, CrowdedEntries(20));
+    for (const std::u16string text : {u"a text in memory of its own", u"short", u"", u"again"})
+    {
+        EXPECT_NE(TextOf(flat, CrowdedKey(5)), text);
+        LoadFlat(flat, {{CrowdedKey(5), text}, {CrowdedKey(40), text}});
+        EXPECT_EQ(TextOf(flat, CrowdedKey(5)), text);
+        EXPECT_EQ(TextOf(flat, CrowdedKey(40)), text);
+    }
 }
 
 TEST(FlatLayers, FileLoadedAgainIsDropped)

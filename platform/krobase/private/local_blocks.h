@@ -66,6 +66,23 @@ struct alignas(platform::kCacheLine) LocalBlocks
         return false;
     }
 
+    // A RecycledMemory object without its block, which the thread keeps for its next one.
+    // KeepObject returns false, and the caller frees the object, if the thread keeps one;
+    // TakeObject returns null if the thread keeps none. REQUIRES: run on the owner thread.
+    bool KeepObject(void* object)
+    {
+        if (mObject)
+            return false;
+        mObject = object;
+        return true;
+    }
+    void* TakeObject()
+    {
+        void* const object = mObject;
+        mObject = nullptr;
+        return object;
+    }
+
     // Returns the bytes that all threads keep. The cost grows with the number of threads.
     static unsigned long long BytesOfAll();
 
@@ -114,6 +131,7 @@ struct alignas(platform::kCacheLine) LocalBlocks
     static LocalBlocks* First();
 
     std::atomic<std::uint64_t> mWords[kBlocks] = {};
+    void* mObject = nullptr;
     LocalBlocks* mNext = nullptr; // the list of all threads' blocks; elements are never freed
     LocalBlocks* mNextIdle = nullptr;
 };
