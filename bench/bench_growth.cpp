@@ -313,11 +313,12 @@ void UseRecycled()
     U_FreeRecycledPtr(block);
 }
 
+U_u32 sHog = 0; // of the library's present life
+
 void UseHogHandle()
 {
-    static const U_u32 sId = RegisterHog(0);
     void** handle = nullptr;
-    U_NewHogHandle(sId, kLocation, "block", 64, 0, &handle);
+    U_NewHogHandle(sHog, kLocation, "block", 64, 0, &handle);
     U_FreeHogHandle(handle);
 }
 
@@ -339,6 +340,7 @@ void UseContext()
 template <void use()> void BesideThreads(benchmark::State& state)
 {
     const Library library;
+    sHog = RegisterHog(0);
     const WaitingThreads threads(Number(state) - 1, use);
     int used = 0;
     for (auto _ : state)
