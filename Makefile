@@ -8,6 +8,7 @@ SOAK_TSAN_SECONDS ?= 180
 SOAK_NATIVE_SECONDS ?= 180
 MUTANTS ?= 600
 SEED ?= 1
+BEFORE ?=
 FILES ?=
 PREFIX ?= /usr/local
 
@@ -16,7 +17,7 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 BENCH_PACKAGES := libbenchmark-dev icu-devtools libfmt-dev libspdlog-dev libmimalloc2.0 \
-    libjemalloc2 libtcmalloc-minimal4 qtbase5-dev rapidjson-dev nlohmann-json3-dev
+    libjemalloc2 libtcmalloc-minimal4 qtbase5-dev qttools5-dev-tools rapidjson-dev nlohmann-json3-dev
 
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 
@@ -100,10 +101,11 @@ docs: ## Make a site of the documents and the reference of the headers, in build
 	@mkdir -p build/docs
 	doxygen docs/site/Doxyfile
 
-bench: deps ## Measure everything, write bench/RESULTS.md and draw bench/plots
+bench: deps ## Measure everything, also against commit BEFORE, and write bench/RESULTS.md and bench/plots
 	@scripts/deps $(BENCH_PACKAGES)
 	$(call build,bench,--target bench)
-	scripts/bench build/release/bench
+	$(if $(BEFORE),scripts/bench_before $(BEFORE))
+	scripts/bench build/release/bench $(if $(BEFORE),build/before/build/release/bench)
 	scripts/plots build/release/bench
 
 coverage: window-deps ## Line and branch coverage of the library

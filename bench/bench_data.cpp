@@ -5,6 +5,7 @@
 // library's functions, and over a table.
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -111,9 +112,21 @@ void EscapeMarkedByPugi(benchmark::State& state)
 
 typedef std::variant<std::monostate, bool, int, U_i64, double, std::string, U_UTF16String> Variant;
 
+U_i64 IntOf(const U_Any& any)
+{
+    return any.GetAs_int();
+}
+
+U_i64 IntOf(const Variant& variant)
+{
+    return std::get<int>(variant);
+}
+
 template <class Any> void MakeInt(benchmark::State& state)
 {
-    int number = 0;
+    int number = 6;
+    if (IntOf(Any(++number)) != 7)
+        state.SkipWithError("not the number");
     for (auto _ : state)
     {
         Any any(++number);
@@ -124,21 +137,13 @@ template <class Any> void MakeInt(benchmark::State& state)
 template <class Any> void CopyInt(benchmark::State& state)
 {
     const Any any(7);
+    if (IntOf(Any(any)) != 7)
+        state.SkipWithError("not the number");
     for (auto _ : state)
     {
         Any copy(any);
         benchmark::DoNotOptimize(&copy);
     }
-}
-
-U_i64 IntOf(const U_Any& any)
-{
-    return any.GetAs_int();
-}
-
-U_i64 IntOf(const Variant& variant)
-{
-    return std::get<int>(variant);
 }
 
 template <class Any> void AskForInt(benchmark::State& state)
@@ -162,92 +167,128 @@ std::vector<U_u8> MakeBytes()
     return bytes;
 }
 
-void Encode(benchmark::State& state)
-{
-    const std::vector<U_u8> bytes = MakeBytes();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(
-            U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data()).data());
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
-}
+// One pair of digits for each byte, and one value for each digit.
+const char kDigits[] = "0123456789abcdef";
 
-void EncodeByPrintf(benchmark::State& state)
+constexpr auto kPairs = [] {
+    std::array<std::array<char, 2>, 256> pairs = {};
+    for (std::size_t i = 0; i < pairs.size(); ++i)
+        pairs[i] = {kDigits[i >> 4], kDigits[i & 15]};
+    return pairs;
+}();
+
+constexpr auto kValues = [] {
+    std::array<U_u8, 256> values = {};
+    for (std::size_t i = 0; i < 16; ++i)
+        values[static_cast<U_u8>(kDigits[i])] = static_cast<U_u8>(i);
+    return values;
+}();
+
+// The ways to write binary data as hexadecimal digits, and to read these.
+struct ByLibrary
 {
-    const std::vector<U_u8> bytes = MakeBytes();
-    std::string text(2 * bytes.size() + 1, 0);
-    for (auto _ : state)
+    typedef U_ScAutoArray<unsigned char> Bytes;
+
+    static U_UTF8String Encode(const std::vector<U_u8>& bytes)
     {
-        for (std::size_t i = 0; i < bytes.size(); ++i)
-            std::snprintf(&text[2 * i], 3, "%02x", bytes[i]);
-        benchmark::DoNotOptimize(text.data());
+        return U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
-}
-
-void EncodeByTable(benchmark::State& state)
-{
-    const std::vector<U_u8> bytes = MakeBytes();
-    for (auto _ : state)
+    static void Decode(const U_UTF8String& text, Bytes* bytes)
     {
-        std::string text(2 * bytes.size(), 0);
+        U_UTF8StringToBinaryData(text, bytes);
+    }
+};
+
+struct ByCLibrary
+{
+    typedef std::vector<U_u8> Bytes;
+
+    static U_UTF8String Encode(const std::vector<U_u8>& bytes)
+    {
+        U_UTF8String text(2 * bytes.size(), 0);
+        char pair[3];
         for (std::size_t i = 0; i < bytes.size(); ++i)
         {
-            text[2 * i] = "0123456789abcdef"[bytes[i] >> 4];
-            text[2 * i + 1] = "0123456789abcdef"[bytes[i] & 15];
+            std::snprintf(pair, sizeof(pair), "%02x", bytes[i]);
+            std::memcpy(&text[2 * i], pair, 2);
         }
-        benchmark::DoNotOptimize(text.data());
+        return text;
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
-}
-
-void Decode(benchmark::State& state)
-{
-    const std::vector<U_u8> bytes = MakeBytes();
-    const U_UTF8String text =
-        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
-    U_ScAutoArray<unsigned char> decoded;
-    for (auto _ : state)
-        U_UTF8StringToBinaryData(text, &decoded);
-    if (!std::equal(bytes.begin(), bytes.end(), decoded.Get(), decoded.Get() + decoded.Count()))
-        state.SkipWithError("not what was encoded");
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
-}
-
-void DecodeByScanf(benchmark::State& state)
-{
-    const std::vector<U_u8> bytes = MakeBytes();
-    const U_UTF8String text =
-        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
-    std::vector<U_u8> decoded(bytes.size());
-    for (auto _ : state)
+    static void Decode(const U_UTF8String& text, Bytes* bytes)
     {
-        for (std::size_t i = 0; i < decoded.size(); ++i)
+        bytes->resize(text.size() / 2);
+        for (std::size_t i = 0; i < bytes->size(); ++i)
         {
             const char pair[] = {static_cast<char>(text[2 * i]), static_cast<char>(text[2 * i + 1]),
                                  0};
             unsigned int value = 0;
             std::sscanf(pair, "%2x", &value);
-            decoded[i] = static_cast<U_u8>(value);
+            (*bytes)[i] = static_cast<U_u8>(value);
         }
-        benchmark::DoNotOptimize(decoded.data());
     }
+};
+
+struct ByTable
+{
+    typedef std::vector<U_u8> Bytes;
+
+    static U_UTF8String Encode(const std::vector<U_u8>& bytes)
+    {
+        U_UTF8String text(2 * bytes.size(), 0);
+        U_u8* next = &text[0];
+        for (const U_u8 byte : bytes)
+        {
+            std::memcpy(next, kPairs[byte].data(), 2);
+            next += 2;
+        }
+        return text;
+    }
+    static void Decode(const U_UTF8String& text, Bytes* bytes)
+    {
+        bytes->resize(text.size() / 2);
+        const U_u8* next = text.data();
+        for (U_u8& byte : *bytes)
+        {
+            byte = static_cast<U_u8>(kValues[next[0]] << 4 | kValues[next[1]]);
+            next += 2;
+        }
+    }
+};
+
+template <class Way> void Encode(benchmark::State& state)
+{
+    const std::vector<U_u8> bytes = MakeBytes();
+    if (Way::Encode(bytes) != ByCLibrary::Encode(bytes))
+        state.SkipWithError("encoded otherwise");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Way::Encode(bytes).data());
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
 
-void DecodeByTable(benchmark::State& state)
+bool IsSame(const std::vector<U_u8>& bytes, const std::vector<U_u8>& decoded)
+{
+    return bytes == decoded;
+}
+
+bool IsSame(const std::vector<U_u8>& bytes, const U_ScAutoArray<unsigned char>& decoded)
+{
+    return std::equal(bytes.begin(), bytes.end(), decoded.Get(), decoded.Get() + decoded.Count());
+}
+
+template <class Way> void Decode(benchmark::State& state)
 {
     const std::vector<U_u8> bytes = MakeBytes();
-    const U_UTF8String text =
-        U_BinaryDataToUTF8String(static_cast<int>(bytes.size()), bytes.data());
-    U_u8 values[256] = {};
-    for (int i = 0; i < 16; ++i)
-        values[static_cast<U_u8>("0123456789abcdef"[i])] = static_cast<U_u8>(i);
+    const U_UTF8String text = ByCLibrary::Encode(bytes);
+    typename Way::Bytes checked;
+    Way::Decode(text, &checked);
+    if (!IsSame(bytes, checked))
+        state.SkipWithError("not what was encoded");
     for (auto _ : state)
     {
-        std::vector<U_u8> decoded(text.size() / 2);
-        for (std::size_t i = 0; i < decoded.size(); ++i)
-            decoded[i] = static_cast<U_u8>(values[text[2 * i]] << 4 | values[text[2 * i + 1]]);
-        benchmark::DoNotOptimize(decoded.data());
+        typename Way::Bytes decoded;
+        Way::Decode(text, &decoded);
+        benchmark::DoNotOptimize(&decoded);
+        benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
@@ -263,12 +304,12 @@ BENCHMARK(EscapePlain);
 BENCHMARK(CopyPlain);
 BENCHMARK(EscapeMarked);
 BENCHMARK(EscapeMarkedByPugi);
-BENCHMARK(Encode);
-BENCHMARK(EncodeByPrintf);
-BENCHMARK(EncodeByTable);
-BENCHMARK(Decode);
-BENCHMARK(DecodeByScanf);
-BENCHMARK(DecodeByTable);
+BENCHMARK(Encode<ByLibrary>);
+BENCHMARK(Encode<ByCLibrary>);
+BENCHMARK(Encode<ByTable>);
+BENCHMARK(Decode<ByLibrary>);
+BENCHMARK(Decode<ByCLibrary>);
+BENCHMARK(Decode<ByTable>);
 
 int main(int argc, char** argv)
 {

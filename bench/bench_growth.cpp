@@ -292,6 +292,36 @@ private:
     std::vector<std::thread> mThreads;
 };
 
+void UseHandle()
+{
+    void** const block = U_AllocateHandleQuiet(64);
+    benchmark::DoNotOptimize(block);
+    U_FreeHandle(block);
+}
+
+void UseNamed()
+{
+    void* const block = U_AllocatePtr(kLocation, "decoded tile", 64);
+    benchmark::DoNotOptimize(block);
+    U_FreePtr(block);
+}
+
+void UseRecycled()
+{
+    void* const block = U_AllocateRecycledPtr(kLocation, nullptr, 4096);
+    benchmark::DoNotOptimize(block);
+    U_FreeRecycledPtr(block);
+}
+
+U_u32 sHog = 0; // of the library's present life
+
+void UseHogHandle()
+{
+    void** handle = nullptr;
+    U_NewHogHandle(sHog, kLocation, "block", 64, 0, &handle);
+    U_FreeHogHandle(handle);
+}
+
 void Report()
 {
     U_ReportError(kLocation, U_Sev_INFO, U_UTF16String(1, 'x'));
@@ -310,6 +340,7 @@ void UseContext()
 template <void use()> void BesideThreads(benchmark::State& state)
 {
     const Library library;
+    sHog = RegisterHog(0);
     const WaitingThreads threads(Number(state) - 1, use);
     int used = 0;
     for (auto _ : state)
@@ -323,7 +354,7 @@ template <void use()> void BesideThreads(benchmark::State& state)
     }
 }
 
-#define STATES Arg(1)->Arg(10)->Arg(100)->Arg(300)->Arg(1000)
+#define STATES Arg(0)->Arg(10)->Arg(100)->Arg(300)->Arg(1000)
 BENCHMARK(MakeContext)->Name("Growth/states/make and end a context")->STATES;
 BENCHMARK(ActivateContext)->Name("Growth/states/activate and deactivate")->STATES;
 
@@ -350,6 +381,14 @@ BENCHMARK(PostAndDisplay)
 #define THREADS RangeMultiplier(2)->Range(1, 64)
 BENCHMARK_TEMPLATE(BesideThreads, Allocate<64>)->Name("Growth/alive/block of 64 bytes")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, Allocate<4096>)->Name("Growth/alive/block of 4 KiB")->THREADS;
+BENCHMARK_TEMPLATE(BesideThreads, UseNamed)->Name("Growth/alive/named block of 64 bytes")->THREADS;
+BENCHMARK_TEMPLATE(BesideThreads, UseHandle)->Name("Growth/alive/handle of 64 bytes")->THREADS;
+BENCHMARK_TEMPLATE(BesideThreads, UseHogHandle)
+    ->Name("Growth/alive/hog handle of 64 bytes")
+    ->THREADS;
+BENCHMARK_TEMPLATE(BesideThreads, UseRecycled)
+    ->Name("Growth/alive/recycled block of 4 KiB")
+    ->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, LookUp)->Name("Growth/alive/look-up of a text")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, Report)->Name("Growth/alive/posted report")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, UseContext)->Name("Growth/alive/context")->THREADS;

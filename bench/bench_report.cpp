@@ -13,6 +13,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/thread/barrier.hpp>
 #include <spdlog/sinks/null_sink.h>
+#include <spdlog/sinks/ringbuffer_sink.h>
 #include <spdlog/spdlog.h>
 
 #include <platform/control.h>
@@ -115,12 +116,22 @@ void Called(benchmark::State& state)
         U_ReportError(kLocation, U_Sev_INFO, library.mText);
 }
 
-// spdlog, with a level that drops the line or with a sink that drops the line.
+// spdlog, with a level that drops the line or with a sink that drops the line. The line is checked
+// in a sink that keeps it.
 void LogBySpdlog(benchmark::State& state, spdlog::level::level_enum level)
 {
-    spdlog::logger logger("bench_report", std::make_shared<spdlog::sinks::null_sink_mt>());
+    const auto kept = std::make_shared<spdlog::sinks::ringbuffer_sink_mt>(1);
+    spdlog::logger logger("bench_report", kept);
     logger.set_level(level);
     const std::string file = "hill.tif";
+    logger.warn("The file {} can't be read.", file);
+    const auto lines = kept->last_raw();
+    if (level > spdlog::level::warn
+            ? !lines.empty()
+            : lines.size() != 1 ||
+                  std::string(lines[0].payload.begin(), lines[0].payload.end()) != kText)
+        state.SkipWithError("not the line");
+    logger.sinks() = {std::make_shared<spdlog::sinks::null_sink_mt>()};
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(&logger);

@@ -321,6 +321,7 @@ int main(int argc, char** argv)
     Register<1252>("1252/Latin", Latin, CLibrary<1252>, CLibrary<1252>);
     Register<932>("932/Japanese", Japanese, CLibrary<932>, CLibrary<932>);
     RegisterNew("UTF-8/ASCII", Ascii);
+    RegisterNew("UTF-8/Latin", Latin);
     RegisterNew("UTF-8/Russian", Russian);
     RegisterNew("UTF-8/Japanese", Japanese);
     benchmark::Initialize(&argc, argv);

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Measures zdict beside gettext's tools on the same data.
 
-Usage: bench_zdict.py ZDICT FOLDER [--benchmark_repetitions=N]
+Usage: bench_zdict.py ZDICT FOLDER
 
 FOLDER holds the catalogue that make_catalogue.py wrote. The figures are printed
 as a benchmark program prints them: the real time in ms, and the counters cpu
@@ -17,9 +17,8 @@ import sys
 import tempfile
 import time
 
-# Of scripts/bench: options that concern programs of many short operations.
-IGNORED = ("--benchmark_format=", "--benchmark_min_time=", "--benchmark_filter=",
-           "--benchmark_enable_random_interleaving=")
+# Of scripts/bench: options that concern programs of many short operations start so.
+IGNORED = "--benchmark_"
 
 LITERALS = 100000
 LITERALS_A_FILE = 500
@@ -60,12 +59,8 @@ def measure(command, environment):
 
 def main():
     zdict, catalogue = sys.argv[1], pathlib.Path(sys.argv[2])
-    repetitions = 1
-    for option in sys.argv[3:]:
-        if option.startswith("--benchmark_repetitions="):
-            repetitions = int(option.split("=")[1])
-        elif not option.startswith(IGNORED):
-            sys.exit(__doc__)
+    if not all(option.startswith(IGNORED) for option in sys.argv[3:]):
+        sys.exit(__doc__)
     texts, po = str(catalogue / "texts.txt"), str(catalogue / "catalogue.po")
     entries = entries_of(texts)
     key = next(entries)[0]
@@ -93,9 +88,7 @@ def main():
             "Xgettext": ["xgettext", "--from-code=UTF-8", "-k_", "-o", out, *sources],
         }
         runs = [{"run_name": "Limit", "real_time": 10, "cpu": 1000, "resident": 250}]
-        for _ in range(repetitions):
-            runs += [{"run_name": run, **measure(command, domain)}
-                     for run, command in commands.items()]
+        runs += [{"run_name": run, **measure(command, domain)} for run, command in commands.items()]
     print(json.dumps({"benchmarks": [{"run_type": "iteration", "name": run["run_name"],
                                       "time_unit": "ms", **run} for run in runs]}))
 

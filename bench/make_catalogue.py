@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Writes one catalogue of translated texts in three forms.
+"""Writes one catalogue of translated texts in four forms.
 
-Usage: make_catalogue.py FOLDER COUNT
+Usage: make_catalogue.py FOLDER COUNT [regular]
 
-texts.txt is for zdict, catalogue.po for msgfmt and root.txt for genrb. A fixed seed selects
-COUNT keys of ordinary names, and German texts of two to nine words.
+texts.txt is for zdict, catalogue.po for msgfmt, root.txt for genrb and catalogue.ts for lrelease.
+A fixed seed selects COUNT keys, and German texts of two to nine words. Keys are paths of ordinary
+names, as programs have them. Regular keys differ in a module and a number alone.
 """
 
 import pathlib
@@ -26,7 +27,10 @@ def main():
     draw = random.Random(1)
     keys = set()
     while len(keys) < int(sys.argv[2]):
-        keys.add("/QX/" + "/".join(draw.choices(NAMES, k=draw.randint(2, 5))))
+        if "regular" in sys.argv[3:]:
+            keys.add(f"/QX/Module{draw.randrange(97)}/Item{len(keys)}")
+        else:
+            keys.add("/QX/" + "/".join(draw.choices(NAMES, k=draw.randint(2, 5))))
     entries = [
         (key, " ".join(draw.choices(WORDS, k=draw.randint(2, 9)))) for key in sorted(keys)
     ]
@@ -43,6 +47,13 @@ def main():
         "root:table(nofallback) {\n"
         + "".join(f'"{key}" {{ "{text}" }}\n' for key, text in entries)
         + "}\n",
+        encoding="utf-8",
+    )
+    (folder / "catalogue.ts").write_text(
+        '<?xml version="1.0"?><!DOCTYPE TS><TS version="2.1"><context><name></name>\n'
+        + "".join(f'<message id="{key}"><source></source><translation>{text}</translation>'
+                  "</message>\n" for key, text in entries)
+        + "</context></TS>\n",
         encoding="utf-8",
     )
 

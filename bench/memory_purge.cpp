@@ -50,6 +50,8 @@ public:
         std::free(block);
     }
 
+    std::size_t Used() const { return mUsed; } // read after all threads end
+
 private:
     std::mutex mLock; // guards mUsed
     std::size_t mUsed = 0;
@@ -76,6 +78,8 @@ public:
         mUsed.fetch_sub(malloc_usable_size(block));
         std::free(block);
     }
+
+    std::size_t Used() const { return mUsed; }
 
 private:
     alignas(128) std::atomic<std::size_t> mUsed{0};
@@ -249,6 +253,10 @@ template <class Budget> void PurgeStormUnder(benchmark::State& state)
     while (cache.DropOldest())
     {
     }
+    if (cache.Peak() > kStormBudget + kStormThreads * kStormBlock)
+        state.SkipWithError("more was held than the maximum and the blocks in flight");
+    if (budget.Used() != 0)
+        state.SkipWithError("bytes were lost");
     state.SetItemsProcessed(state.iterations() * kStormThreads * kStormBlocks);
 }
 

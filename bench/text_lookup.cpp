@@ -1,5 +1,7 @@
-// Look-up of translated texts, compared with gettext and ICU's resource bundles; and loading a
-// dictionary, compared with copying its bytes.
+// Look-up of translated texts beside other catalogues: a flat hash table, Qt's, ICU's and
+// gettext's; and loading a dictionary, compared with copying its bytes.
+//
+// All ways look the same keys up in the same random order, and return a new text in UTF-16.
 
 #include <algorithm>
 #include <clocale>
@@ -14,7 +16,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -27,12 +28,34 @@
 #include <unicode/ures.h>
 #include <unicode/ustring.h>
 
+#ifdef BENCH_HAS_QT
+#include <QString>
+#include <QTranslator>
+#endif
+
+#include "U_Encoding.h"
 #include "U_Lifecycle.h"
 #include "U_ZString.h"
 
 namespace
 {
-const char kFolder[] = BENCH_CATALOGUE_FOLDER; // made at build time
+// The shapes of keys, and the sizes of the catalogues of either shape that the build has made.
+struct ProgramKeys
+{
+    static constexpr const char* kName = "program";
+};
+struct RegularKeys
+{
+    static constexpr const char* kName = "regular";
+};
+const char* const kCatalogues[] = {"program-1000",   "program-20000", "program-100000",
+                                   "program-500000", "regular-1000",  "regular-100000",
+                                   "regular-500000"};
+
+std::string FolderOf(const std::string& catalogue)
+{
+    return std::string(BENCH_CATALOGUES) + "/" + catalogue;
+}
 
 std::string ReadFile(const std::string& path)
 {
@@ -46,309 +69,62 @@ std::string ReadFile(const std::string& path)
     std::exit(1);
 }
 
-// The keys of the catalogue in random order, as ZStrings and without "$$$".
-struct Keys
-{
-    std::vector<std::string> mZStrings;
-    std::vector<std::string> mBare;
-
-    Keys()
-    {
-        std::istringstream lines(ReadFile(std::string(kFolder) + "/texts.txt"));
-        std::string line;
-        while (std::getline(lines, line))
-            mBare.push_back(line.substr(4, line.find('=') - 4));
-        std::shuffle(mBare.begin(), mBare.end(), std::mt19937(1));
-        for (const std::string& key : mBare)
-            mZStrings.push_back("$$$" + key + "=");
-        if (mBare.size() != 20000)
-            Fail("the catalogue isn't there");
-    }
-};
-
-const Keys& CatalogueKeys()
-{
-    static const Keys keys;
-    return keys;
-}
-
-// Each of these classes returns the text of the key with a number, as UTF-16.
-class Ours
-{
-public:
-    Ours() : mImage(ReadFile(std::string(kFolder) + "/catalogue.zdict"))
-    {
-        if (U_Birth("bench_text", nullptr) != 0 ||
-            U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&mImage[0]), mImage.size()) != 0)
-            Fail("the dictionary can't be loaded");
-    }
-    ~Ours() { U_Death(); }
-
-    U_UTF16String Text(std::size_t number) const
-    {
-        return U_ZStringToUTF16String(CatalogueKeys().mZStrings[number].c_str());
-    }
-
-private:
-    std::string mImage; // outlives the library
-};
-
-class Gettext
-{
-public:
-    Gettext()
-    {
-        setenv("LANGUAGE", "de", 1);
-        std::setlocale(LC_ALL, "C.UTF-8");
-        bindtextdomain("catalogue", kFolder);
-    }
-
-    std::u16string Text(std::size_t number) const
-    {
-        const char* text = dgettext("catalogue", CatalogueKeys().mBare[number].c_str());
-        const std::size_t length = std::strlen(text);
-        std::u16string units(length, 0);
-        UErrorCode error = U_ZERO_ERROR;
-        std::int32_t count = 0;
-        u_strFromUTF8(&units[0], static_cast<std::int32_t>(length), &count, text,
-                      static_cast<std::int32_t>(length), &error);
-        units.resize(static_cast<std::size_t>(count));
-        return units;
-    }
-};
-
-class ResourceBundle
-{
-public:
-    ResourceBundle()
-    {
-        UErrorCode error = U_ZERO_ERROR;
-        mBundle = ures_openDirect((std::string(kFolder) + "/icu").c_str(), "root", &error);
-        if (U_FAILURE(error))
-            Fail("the resource bundle can't be opened");
-    }
-    ~ResourceBundle() { ures_close(mBundle); }
-    ResourceBundle(const ResourceBundle&) = delete;
-    ResourceBundle& operator=(const ResourceBundle&) = delete;
-
-    std::u16string Text(std::size_t number) const
-    {
-        UErrorCode error = U_ZERO_ERROR;
-        std::int32_t length = 0;
-        const UChar* text =
-            ures_getStringByKey(mBundle, CatalogueKeys().mBare[number].c_str(), &length, &error);
-        return std::u16string(text, static_cast<std::size_t>(length));
-    }
-
-private:
-    UResourceBundle* mBundle;
-};
-
-// A checksum of all texts, which must be the same for each class.
-template <class Way> std::size_t Checksum(const Way& way)
-{
-    std::size_t sum = 0;
-    for (std::size_t number = 0; number < CatalogueKeys().mBare.size(); ++number)
-    {
-        for (const auto unit : way.Text(number))
-            sum = sum * 31 + static_cast<std::size_t>(unit);
-    }
-    return sum;
-}
-
-template <class Way> void LookUp(benchmark::State& state)
-{
-    static const std::size_t sExpected = Checksum(Ours()); // before the next birth
-    const Way way;
-    if (Checksum(way) != sExpected)
-        Fail("the ways give different texts");
-    std::size_t number = 0;
-    for (auto _ : state)
-    {
-        benchmark::DoNotOptimize(way.Text(number));
-        number = number + 1 < CatalogueKeys().mBare.size() ? number + 1 : 0;
-    }
-}
-BENCHMARK_TEMPLATE(LookUp, Ours);
-BENCHMARK_TEMPLATE(LookUp, Gettext);
-BENCHMARK_TEMPLATE(LookUp, ResourceBundle);
-
-const std::size_t kImageKeys = 100000;
-
-struct Entry
-{
-    std::string mKey;
-    U_UTF16String mText;
-};
-
-// Keys as programs have them: paths of words.
-struct ProgramKeys
-{
-    static std::string Key(std::size_t, std::mt19937& draw)
-    {
-        static const char* const kWords[] = {
-            "Export", "Import", "Panel",   "Dialog", "Button", "Label",  "Title",    "Audio",
-            "Video",  "Layer",  "Effects", "Mask",   "Color",  "Render", "Settings", "Preview",
-            "Undo",   "Cache",  "Memory",  "Disk",   "File",   "Folder", "Keyframe", "Camera",
-            "Light",  "Text",   "Font",    "Shape",  "Path",   "Brush",  "Warning",  "Error"};
-        std::string key = "/QX";
-        for (std::size_t words = 3 + draw() % 4; words; --words)
-            key += std::string("/") + kWords[draw() % std::size(kWords)];
-        return key + kWords[draw() % std::size(kWords)] + std::to_string(draw() % 100);
-    }
-};
-
-// Keys that differ in a module and a number alone.
-struct RegularKeys
-{
-    static std::string Key(std::size_t number, std::mt19937& draw)
-    {
-        return "/QX/Module" + std::to_string(draw() % 97) + "/Item" + std::to_string(number);
-    }
-};
-
-template <class Shape> std::vector<Entry> MakeEntries(std::size_t count)
-{
-    std::vector<Entry> entries;
-    std::unordered_set<std::string> known;
-    std::mt19937 draw(1);
-    while (entries.size() < count)
-    {
-        Entry entry = {Shape::Key(entries.size(), draw), U_UTF16String(10 + draw() % 50, 0)};
-        for (U_u16& unit : entry.mText)
-            unit = static_cast<U_u16>('a' + draw() % 26);
-        if (known.insert(entry.mKey).second)
-            entries.push_back(std::move(entry));
-    }
-    return entries;
-}
-
-// Returns an image as the build of a host makes it.
-std::string MakeImage(const std::vector<Entry>& entries)
-{
-    hollin::Dictionary dictionary(true);
-    for (const Entry& entry : entries)
-        dictionary.SetString(entry.mKey.c_str(), entry.mText.data(),
-                             static_cast<std::uint32_t>(entry.mText.size() * 2));
-    std::ostringstream image;
-    dictionary.Serialize(image, hollin::Dictionary::kBinary, nullptr, 1, 0);
-    return image.str();
-}
-
-const std::string& Image()
-{
-    static const std::string sImage = MakeImage(MakeEntries<RegularKeys>(kImageKeys));
-    return sImage;
-}
-
-std::unique_ptr<hollin::Dictionary> LoadImage()
-{
-    auto dictionary = std::make_unique<hollin::Dictionary>();
-    dictionary->LoadFromMemory(reinterpret_cast<const unsigned char*>(Image().data()),
-                               static_cast<std::int32_t>(Image().size()), false);
-    if (!dictionary->IsGood())
-        Fail("the image is damaged");
-    return dictionary;
-}
-
-// The floor: copies the bytes and allocates an array of identifiers for each bucket.
-struct Copy
-{
-    static const std::size_t kBuckets = 1021;
-
-    Copy() : mBytes(new char[Image().size()])
-    {
-        std::memcpy(mBytes.get(), Image().data(), Image().size());
-        for (auto& bucket : mBuckets)
-            bucket.reset(new std::uint32_t[kImageKeys / kBuckets]);
-    }
-
-    std::unique_ptr<char[]> mBytes;
-    std::unique_ptr<std::uint32_t[]> mBuckets[kBuckets];
-};
-
-void Load_Dictionary(benchmark::State& state)
-{
-    Image();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(LoadImage());
-}
-BENCHMARK(Load_Dictionary)->Unit(benchmark::kMicrosecond);
-
-void Load_Copy(benchmark::State& state)
-{
-    Image();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(std::make_unique<Copy>());
-}
-BENCHMARK(Load_Copy)->Unit(benchmark::kMicrosecond);
-
-std::size_t BytesAllocated()
-{
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-void Memory_Dictionary(benchmark::State& state)
-{
-    Image();
-    const std::size_t before = BytesAllocated();
-    const auto dictionary = LoadImage();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(dictionary.get());
-    state.counters["bytes"] = static_cast<double>(BytesAllocated() - before);
-}
-BENCHMARK(Memory_Dictionary)->Iterations(1);
-
-void Memory_Image(benchmark::State& state)
-{
-    for (auto _ : state)
-        benchmark::DoNotOptimize(Image().data());
-    state.counters["bytes"] = static_cast<double>(Image().size());
-}
-BENCHMARK(Memory_Image)->Iterations(1);
-
-// Look-ups in random order in a dictionary whose size is the argument. The peer is a flat hash
-// table without locale or markers.
-
-// Entries in random order, and their image.
+// Keys in random order, also as ZStrings, and their texts. All strings lie in memory in this order,
+// so that no way waits for its argument.
 struct Catalogue
 {
-    explicit Catalogue(std::vector<Entry> entries) : mEntries(std::move(entries))
+    explicit Catalogue(const std::string& name)
+        : mName(name), mImage(ReadFile(FolderOf(name) + "/catalogue.zdict"))
     {
-        mImage = MakeImage(mEntries);
-        std::shuffle(mEntries.begin(), mEntries.end(), std::mt19937(2));
-        for (const Entry& entry : mEntries)
-            mZStrings.push_back("$$$" + entry.mKey + "=");
+        std::istringstream file(ReadFile(FolderOf(name) + "/texts.txt"));
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line);
+        std::shuffle(lines.begin(), lines.end(), std::mt19937(1));
+        for (const std::string& line : lines)
+            mKeys.push_back(line.substr(4, line.find('=') - 4));
+        for (const std::string& key : mKeys)
+            mZStrings.push_back("$$$" + key + "=");
+        for (const std::string& line : lines)
+        {
+            const auto start = line.begin() + static_cast<std::ptrdiff_t>(line.find('=') + 1);
+            mTexts.push_back(U_UTF8To16String(U_UTF8String(start, line.end() - 1)));
+        }
     }
 
-    std::vector<Entry> mEntries;
+    std::string mName;
+    std::vector<std::string> mKeys;
     std::vector<std::string> mZStrings;
+    std::vector<U_UTF16String> mTexts;
     std::string mImage;
 };
 
-// Makes the catalogue at the first call.
-template <class Shape> Catalogue& CatalogueOf(std::size_t count)
+// Reads the catalogue at the first call.
+Catalogue& CatalogueOf(const std::string& name)
 {
-    static std::map<std::size_t, std::unique_ptr<Catalogue>> sMade;
-    std::unique_ptr<Catalogue>& made = sMade[count];
-    if (!made)
-        made = std::make_unique<Catalogue>(MakeEntries<Shape>(count));
-    return *made;
+    static std::map<std::string, std::unique_ptr<Catalogue>> sRead;
+    std::unique_ptr<Catalogue>& read = sRead[name];
+    if (!read)
+        read = std::make_unique<Catalogue>(name);
+    return *read;
 }
 
-class Dictionary
+// Each of these classes returns the text of the key with a number.
+class Ours
 {
 public:
-    explicit Dictionary(Catalogue& catalogue) : mZStrings(catalogue.mZStrings)
+    static const bool kOneAtATime = true;
+
+    explicit Ours(Catalogue& catalogue) : mZStrings(catalogue.mZStrings)
     {
-        U_Birth("bench_text", nullptr);
-        U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&catalogue.mImage[0]),
-                                      catalogue.mImage.size());
+        if (U_Birth("bench_text", nullptr) != 0 ||
+            U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&catalogue.mImage[0]),
+                                          catalogue.mImage.size()) != 0)
+            Fail("the dictionary can't be loaded");
     }
-    ~Dictionary() { U_Death(); }
-    Dictionary(const Dictionary&) = delete;
-    Dictionary& operator=(const Dictionary&) = delete;
+    ~Ours() { U_Death(); }
+    Ours(const Ours&) = delete;
+    Ours& operator=(const Ours&) = delete;
 
     U_UTF16String Text(std::size_t number) const
     {
@@ -362,66 +138,229 @@ private:
 class FlatMap
 {
 public:
-    explicit FlatMap(const Catalogue& catalogue) : mEntries(catalogue.mEntries)
+    static const bool kOneAtATime = false;
+
+    explicit FlatMap(const Catalogue& catalogue) : mKeys(catalogue.mKeys)
     {
-        for (const Entry& entry : mEntries)
-            mTexts.emplace(entry.mKey, entry.mText);
+        mTexts.reserve(mKeys.size());
+        for (std::size_t number = 0; number < mKeys.size(); ++number)
+            mTexts.emplace(mKeys[number], catalogue.mTexts[number]);
     }
 
-    U_UTF16String Text(std::size_t number) const
-    {
-        return mTexts.find(mEntries[number].mKey)->second;
-    }
+    U_UTF16String Text(std::size_t number) const { return mTexts.find(mKeys[number])->second; }
 
 private:
     boost::unordered_flat_map<std::string, U_UTF16String> mTexts;
-    const std::vector<Entry>& mEntries;
+    const std::vector<std::string>& mKeys;
 };
 
-// Each text is looked up once before the loop, which also makes the indices of all buckets.
-template <class Way> std::unique_ptr<Way> MakeWay(Catalogue& catalogue)
+class Gettext
 {
-    auto way = std::make_unique<Way>(catalogue);
-    for (std::size_t number = 0; number < catalogue.mEntries.size(); ++number)
+public:
+    static const bool kOneAtATime = false;
+
+    explicit Gettext(const Catalogue& catalogue) : mDomain(catalogue.mName), mKeys(catalogue.mKeys)
     {
-        if (way->Text(number) != catalogue.mEntries[number].mText)
+        // All domains are bound first: gettext drops the texts it has found at each new one.
+        static const bool sBound = BindAll();
+        if (!sBound)
+            Fail("no locale");
+    }
+
+    std::u16string Text(std::size_t number) const
+    {
+        const char* text = dgettext(mDomain.c_str(), mKeys[number].c_str());
+        const std::size_t length = std::strlen(text);
+        std::u16string units(length, 0);
+        UErrorCode error = U_ZERO_ERROR;
+        std::int32_t count = 0;
+        u_strFromUTF8(&units[0], static_cast<std::int32_t>(length), &count, text,
+                      static_cast<std::int32_t>(length), &error);
+        units.resize(static_cast<std::size_t>(count));
+        return units;
+    }
+
+private:
+    static bool BindAll()
+    {
+        setenv("LANGUAGE", "de", 1);
+        for (const char* name : kCatalogues)
+            bindtextdomain(name, FolderOf(name).c_str());
+        return std::setlocale(LC_ALL, "C.UTF-8");
+    }
+
+    const std::string mDomain;
+    const std::vector<std::string>& mKeys;
+};
+
+class ResourceBundle
+{
+public:
+    static const bool kOneAtATime = false;
+
+    explicit ResourceBundle(const Catalogue& catalogue) : mKeys(catalogue.mKeys)
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        mBundle = ures_openDirect((FolderOf(catalogue.mName) + "/icu").c_str(), "root", &error);
+        if (U_FAILURE(error))
+            Fail("the resource bundle can't be opened");
+    }
+    ~ResourceBundle() { ures_close(mBundle); }
+    ResourceBundle(const ResourceBundle&) = delete;
+    ResourceBundle& operator=(const ResourceBundle&) = delete;
+
+    std::u16string Text(std::size_t number) const
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        std::int32_t length = 0;
+        const UChar* text = ures_getStringByKey(mBundle, mKeys[number].c_str(), &length, &error);
+        return std::u16string(text, static_cast<std::size_t>(length));
+    }
+
+private:
+    const std::vector<std::string>& mKeys;
+    UResourceBundle* mBundle;
+};
+
+#ifdef BENCH_HAS_QT
+class Qt
+{
+public:
+    static const bool kOneAtATime = false;
+
+    explicit Qt(const Catalogue& catalogue) : mKeys(catalogue.mKeys)
+    {
+        if (!mTranslator.load(QString::fromStdString(FolderOf(catalogue.mName) + "/catalogue.qm")))
+            Fail("the file of Qt can't be loaded");
+    }
+
+    QString Text(std::size_t number) const
+    {
+        return mTranslator.translate(nullptr, mKeys[number].c_str());
+    }
+
+private:
+    const std::vector<std::string>& mKeys;
+    QTranslator mTranslator;
+};
+#endif
+
+// Makes the way at the first call. Each text is then looked up once and compared, which also makes
+// the indices of all buckets, and fills the caches of the other ways. Never destroys the last ways,
+// which static destructors need not outlive.
+template <class Way> const Way& WayOf(Catalogue& catalogue)
+{
+    static auto& sMade = *new std::map<const Catalogue*, std::unique_ptr<Way>>;
+    if (const auto made = sMade.find(&catalogue); made != sMade.end())
+        return *made->second;
+    if (Way::kOneAtATime)
+        sMade.clear();
+    std::unique_ptr<Way>& way = sMade[&catalogue];
+    way = std::make_unique<Way>(catalogue);
+    for (std::size_t number = 0; number < catalogue.mTexts.size(); ++number)
+    {
+        const auto text = way->Text(number);
+        const U_UTF16String& expected = catalogue.mTexts[number];
+        if (static_cast<std::size_t>(text.size()) != expected.size() ||
+            std::memcmp(text.data(), expected.data(), 2 * expected.size()) != 0)
             Fail("another text");
     }
-    return way;
+    return *way;
 }
 
-template <class Way, class Shape> void LookUpAmong(benchmark::State& state)
+template <class Way, class Shape> void LookUp(benchmark::State& state)
 {
-    static std::unique_ptr<Way> sWay; // of all threads, which the loop starts together
+    static const Way* sWay; // of all threads, which the loop starts together
     const auto count = static_cast<std::size_t>(state.range(0));
     if (state.thread_index() == 0)
-        sWay = MakeWay<Way>(CatalogueOf<Shape>(count));
+        sWay = &WayOf<Way>(CatalogueOf(Shape::kName + ("-" + std::to_string(count))));
     std::size_t number = count / 2 * static_cast<std::size_t>(state.thread_index());
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(sWay->Text(number));
         number = number + 1 < count ? number + 1 : 0;
     }
-    if (state.thread_index() == 0)
-        sWay.reset();
 }
 
-#define SIZES Arg(100000)->Arg(500000)->UseRealTime()
-BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, ProgramKeys)->SIZES;
-BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, ProgramKeys)->SIZES;
-BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, RegularKeys)->SIZES;
-BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, RegularKeys)->SIZES;
-BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, ProgramKeys)
-    ->Arg(20000)
-    ->UseRealTime()
-    ->ThreadRange(1, 2);
+#define NAMED(way, shape, name) BENCHMARK(LookUp<way, shape>)->Name("LookUp/" name "/" #way)
+#define THREADS UseRealTime()->ThreadRange(1, 2)
+#define ALL(way)                                                                                   \
+    NAMED(way, ProgramKeys, "program")->Arg(1000)->Arg(20000)->Arg(100000)->Arg(500000)->THREADS;  \
+    NAMED(way, RegularKeys, "regular")->Arg(1000)->Arg(100000)->Arg(500000)->THREADS
+ALL(Ours);
+ALL(FlatMap);
+ALL(Gettext);
+#ifdef BENCH_HAS_QT
+ALL(Qt);
+#endif
+NAMED(ResourceBundle, ProgramKeys, "program")->Arg(1000)->Arg(20000)->THREADS;
+NAMED(ResourceBundle, RegularKeys, "regular")->Arg(1000)->THREADS;
 
 // For the plot.
-#define GROWING RangeMultiplier(10)->Range(100, 100000)
-BENCHMARK_TEMPLATE(LookUpAmong, Dictionary, RegularKeys)
-    ->Name("Growth/look-up/dictionary")
-    ->GROWING;
-BENCHMARK_TEMPLATE(LookUpAmong, FlatMap, RegularKeys)
-    ->Name("Growth/look-up/bare hash table")
-    ->GROWING;
+#define GROWING Arg(1000)->Arg(100000)->Arg(500000)
+BENCHMARK(LookUp<Ours, RegularKeys>)->Name("Growth/look-up/dictionary")->GROWING;
+BENCHMARK(LookUp<FlatMap, RegularKeys>)->Name("Growth/look-up/bare hash table")->GROWING;
+
+const std::string& ImageOf(const benchmark::State& state)
+{
+    return CatalogueOf("program-" + std::to_string(state.range(0))).mImage;
+}
+
+std::unique_ptr<hollin::Dictionary> LoadImage(const std::string& image)
+{
+    auto dictionary = std::make_unique<hollin::Dictionary>();
+    dictionary->LoadFromMemory(reinterpret_cast<const unsigned char*>(image.data()),
+                               static_cast<std::int32_t>(image.size()), false);
+    if (!dictionary->IsGood())
+        Fail("the image is damaged");
+    return dictionary;
+}
+
+void Load_Dictionary(benchmark::State& state)
+{
+    const std::string& image = ImageOf(state);
+    LoadImage(image);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(LoadImage(image));
+}
+BENCHMARK(Load_Dictionary)->Arg(100000)->Arg(500000)->Unit(benchmark::kMicrosecond);
+
+// The floor: into memory that is there, since the C library returns large blocks to the system.
+void Load_Copy(benchmark::State& state)
+{
+    const std::string& image = ImageOf(state);
+    std::vector<char> copy(image.size());
+    for (auto _ : state)
+    {
+        std::memcpy(copy.data(), image.data(), image.size());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(Load_Copy)->Arg(100000)->Arg(500000)->Unit(benchmark::kMicrosecond);
+
+std::size_t BytesAllocated()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+void Memory_Dictionary(benchmark::State& state)
+{
+    const std::string& image = ImageOf(state);
+    const std::size_t before = BytesAllocated();
+    const auto dictionary = LoadImage(image);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(dictionary.get());
+    state.counters["bytes"] = static_cast<double>(BytesAllocated() - before);
+}
+BENCHMARK(Memory_Dictionary)->Arg(100000)->Iterations(1);
+
+void Memory_Image(benchmark::State& state)
+{
+    const std::string& image = ImageOf(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(image.data());
+    state.counters["bytes"] = static_cast<double>(image.size());
+}
+BENCHMARK(Memory_Image)->Arg(100000)->Iterations(1);
 } // namespace
