@@ -78,15 +78,32 @@ std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t))
     return pieces.mPieces;
 }
 
+std::u16string WithDoubledQuotes(std::u16string_view text)
+{
+    std::u16string doubled;
+    for (char16_t unit : text)
+        doubled.append(unit == kQuote ? 2 : 1, unit);
+    return doubled;
+}
+
+// For a picture.
 std::u16string Quoted(const std::u16string& text)
 {
     const auto isSpecial = [](char16_t unit) { return unit == kQuote || IsLetter(unit); };
     if (std::none_of(text.begin(), text.end(), isSpecial))
         return text;
-    std::u16string quoted(1, kQuote);
-    for (char16_t unit : text)
-        quoted.append(unit == kQuote ? 2 : 1, unit);
-    return quoted + kQuote;
+    return kQuote + WithDoubledQuotes(text) + kQuote;
+}
+
+// For a pattern, in which two quotes are one also outside of quotes: so the first quote mark is
+// before a letter.
+std::u16string QuotedInPattern(const std::u16string& text)
+{
+    const auto letter = std::find_if(text.begin(), text.end(), &IsLetter);
+    const std::size_t head = static_cast<std::size_t>(letter - text.begin());
+    const std::u16string before = WithDoubledQuotes(text.substr(0, head));
+    return letter == text.end() ? before
+                                : before + kQuote + WithDoubledQuotes(text.substr(head)) + kQuote;
 }
 
 std::u16string PictureField(const Piece& piece)
@@ -148,7 +165,7 @@ std::u16string PatternOf(std::u16string_view picture)
     const bool hasDayNumber = std::any_of(pieces.begin(), pieces.end(), &IsDayNumber);
     std::u16string pattern;
     for (const Piece& piece : pieces)
-        pattern += piece.mLetter ? PatternField(piece, hasDayNumber) : Quoted(piece.mText);
+        pattern += piece.mLetter ? PatternField(piece, hasDayNumber) : QuotedInPattern(piece.mText);
     return pattern;
 }
 } // namespace win32
