@@ -686,7 +686,9 @@ public:
         }
         try
         {
-            RequireSame(wrapper.get_child_tree(key).get_self(), node.Find(key)->mValue);
+            const U_AnyTreeWrapper child = wrapper.get_child_tree(key);
+            Require(node.Find(key));
+            RequireSame(child.get_self(), node.Find(key)->mValue);
         }
         catch (const boost::bad_any_cast&)
         {

@@ -16,6 +16,7 @@
 #include "U_Date.h"
 #include "U_Encoding.h"
 #include "U_Format.h"
+#include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_String.h"
 #include "model.h"
@@ -535,13 +536,12 @@ public:
             return;
         const Text shown =
             U_SecondsToDateTimeString(seconds, U_DateType_Long, U_DateTimeDisplay_Date, false);
-        thread_local UDateFormat* const tFormat = [] {
-            UErrorCode error = U_ZERO_ERROR;
-            return udat_open(UDAT_NONE, UDAT_FULL, "en_US", u"UTC", -1, nullptr, 0, &error);
-        }();
-        UChar buffer[kRoom];
         UErrorCode error = U_ZERO_ERROR;
-        const int32_t length = udat_format(tFormat, date, buffer, kRoom, nullptr, &error);
+        thread_local const icu::LocalUDateFormatPointer tFormat(
+            udat_open(UDAT_NONE, UDAT_FULL, "en_US", u"UTC", -1, nullptr, 0, &error));
+        UChar buffer[kRoom];
+        const int32_t length =
+            udat_format(tFormat.getAlias(), date, buffer, kRoom, nullptr, &error);
         Require(U_SUCCESS(error) && shown == Text(buffer, buffer + length));
     }
 
@@ -727,6 +727,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     platform::SetLogSink([](int, const char*, const char*, const char*) {});
     Require(U_Birth("fuzz", nullptr) == 0);
+    Up_SetInteract(0); // refused conversions and arguments are counted only
     std::atexit([] { U_Death(); });
     return 0;
 }
