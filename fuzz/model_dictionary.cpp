@@ -1,0 +1,591 @@
+// Have dictionaries the texts, identifiers and comments that a plain model has, after any calls?
+// Two dictionaries are set, copied, written and loaded over each other.
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "load.h"
+#include "model.h"
+
+namespace
+{
+using hollin::Dictionary;
+using hollin::kNoId;
+typedef std::u16string Text;
+
+const std::size_t kRunTimeBlock = 100;      // entries
+const std::size_t kLongestMergedKey = 1023; // a longer key of a file is never that of an entry
+const std::uint32_t kDomain = 1;            // of the default dictionary
+
+// The second and third key are in one bucket. The last two are long.
+const std::string kKeys[] = {"/a",
+                             "/0bbbbbbbb",
+                             "/1bbbbbbbb",
+                             "/c",
+                             "k",
+                             "/a/",
+                             std::string(kLongestMergedKey, 'm'),
+                             std::string(kLongestMergedKey + 1, 'n')};
+
+// A text in a literal or in a line, and as a look-up returns the text.
+struct SourceText
+{
+    const char* mForm;
+    Text mText;
+};
+const SourceText kTexts[] = {{"b", u"b"},
+                             {"#{eacute}", u"\xE9"},
+                             {"^^1", u"^1"},
+                             {"x=y", u"x=y"},
+                             {"", u""},
+                             {"two\\nlines", u"two\nlines"},
+                             {"\\\"q\\\"", u"\"q\""},
+                             {"wide text", u"wide text"}};
+
+const std::uint16_t* Units(const Text& text)
+{
+    return reinterpret_cast<const std::uint16_t*>(text.data());
+}
+
+std::uint32_t ByteLength(const Text& text)
+{
+    return static_cast<std::uint32_t>(2 * text.size());
+}
+
+Text TextOf(const hollin::ZString& text)
+{
+    return Text(text.Data(), text.Data() + text.Length());
+}
+
+void RequireText(const hollin::ZString& text, const Text& expected)
+{
+    Require(text.Length() == expected.size() &&
+            std::equal(expected.begin(), expected.end(), text.Data()));
+}
+
+Text TakeText(Choices& choices)
+{
+    const std::size_t choice = choices.Below(2 * std::size(kTexts));
+    if (choice < std::size(kTexts))
+        return kTexts[choice].mText;
+    return Text(choices.Below(8), static_cast<char16_t>('A' + choice));
+}
+
+// A flat store: a slot for each identifier, and the comments of each block of slots.
+class Store
+{
+public:
+    struct Slot
+    {
+        std::string mKey; // empty in a block without keys
+        Text mText;
+        bool mIsLive = true;
+    };
+
+    struct Block
+    {
+        std::size_t mFirst;
+        std::size_t mEnd;
+        std::map<std::size_t, Text> mComments;
+    };
+
+    std::size_t Size() const { return mSlots.size(); }
+    const Slot* At(std::size_t id) const
+    {
+        return id < Size() && mSlots[id].mIsLive ? &mSlots[id] : nullptr;
+    }
+
+    std::uint32_t Find(const std::string& key) const
+    {
+        for (std::size_t id = 0; id < Size(); ++id)
+        {
+            if (mSlots[id].mIsLive && mSlots[id].mKey == key)
+                return static_cast<std::uint32_t>(id);
+        }
+        return kNoId;
+    }
+
+    // A lone comment is that of all slots of its block.
+    Text CommentOf(std::size_t id) const
+    {
+        for (const Block& block : mBlocks)
+        {
+            if (id < block.mFirst || id >= block.mEnd)
+                continue;
+            const auto found =
+                block.mComments.size() == 1 ? block.mComments.begin() : block.mComments.find(id);
+            return found == block.mComments.end() ? Text() : found->second;
+        }
+        return Text();
+    }
+
+    // Adds an entry of a new key.
+    std::uint32_t Add(const std::string& key, const Text& text)
+    {
+        if (!mHasRoom)
+            mBlocks.push_back({Size(), Size(), {}});
+        mSlots.push_back({key, text, true});
+        mBlocks.back().mEnd = Size();
+        mHasRoom = Size() - mBlocks.back().mFirst < kRunTimeBlock;
+        return static_cast<std::uint32_t>(Size() - 1);
+    }
+
+    std::uint32_t Set(const std::string& key, const Text& text, const Text* comment)
+    {
+        std::uint32_t id = Find(key);
+        if (id == kNoId)
+            id = Add(key, text);
+        mSlots[id].mText = text;
+        for (Block& block : mBlocks)
+        {
+            if (comment && id >= block.mFirst && id < block.mEnd)
+                block.mComments[id] = *comment;
+        }
+        return id;
+    }
+
+    std::uint32_t Remove(const std::string& key)
+    {
+        const std::uint32_t id = Find(key);
+        if (id == kNoId)
+            return id;
+        mSlots[id] = {{}, {}, false};
+        for (Block& block : mBlocks)
+        {
+            if (block.mComments.count(id))
+                block.mComments[id].clear();
+        }
+        return id;
+    }
+
+    // Loads an image of `file`. Returns false if its base is that of another store.
+    bool Load(const Store& file, bool isKeyed, std::size_t base)
+    {
+        const std::size_t existing = Size();
+        if (base && existing && base != existing)
+            return false;
+        std::vector<Slot> added = file.mSlots;
+        bool hasLive = false;
+        for (Slot& slot : added)
+        {
+            if (!isKeyed)
+            {
+                hasLive |= slot.mIsLive;
+                slot = {{}, slot.mText, true};
+                continue;
+            }
+            const bool mayMerge = existing && !base && slot.mKey.size() <= kLongestMergedKey;
+            const std::uint32_t old = mayMerge && !slot.mKey.empty() ? Find(slot.mKey) : kNoId;
+            if (old != kNoId)
+                mSlots[old].mText = slot.mText;
+            if (old != kNoId || slot.mKey.empty()) // also a slot of a block without keys
+                slot = {{}, {}, false};
+            hasLive |= slot.mIsLive;
+        }
+        if (!hasLive)
+            return true;
+        mSlots.insert(mSlots.end(), added.begin(), added.end());
+        mBlocks.push_back({existing, Size(), {}});
+        mHasRoom = false;
+        for (const Block& block : file.mBlocks)
+        {
+            for (const auto& [id, comment] : block.mComments)
+            {
+                if (!comment.empty())
+                    mBlocks.back().mComments[existing + id] = comment;
+            }
+        }
+        return true;
+    }
+
+    bool HasKeyedBlock() const
+    {
+        for (const Slot& slot : mSlots)
+        {
+            if (!slot.mIsLive || !slot.mKey.empty())
+                return true;
+        }
+        return false;
+    }
+
+    const std::vector<Slot>& Slots() const { return mSlots; }
+
+private:
+    std::vector<Slot> mSlots;
+    std::vector<Block> mBlocks;
+    bool mHasRoom = false; // in the last block, which is one of entries that were set
+};
+
+// A dictionary and its model.
+struct Pair
+{
+    std::unique_ptr<Dictionary> mReal;
+    std::map<std::string, Text> mHash; // before the store is flat
+    std::shared_ptr<Store> mFlat;      // shared by copies
+    std::string mLanguage;
+    bool mIsGood = true;
+};
+
+Dictionary& Fallback()
+{
+    static Dictionary& sFallback = []() -> Dictionary& {
+        Dictionary::ForDomain(kDomain) = Dictionary(true);
+        Dictionary& made = Dictionary::SetDefaultDictionary(kDomain);
+        made.SetString("/c", Units(u"default"), 14);
+        return made;
+    }();
+    return sFallback;
+}
+const Text kFallbackText = u"default"; // of "/c", with the identifier 0
+
+class Dictionaries
+{
+public:
+    Dictionaries()
+    {
+        Fallback();
+        for (Pair& pair : mPairs)
+            Renew(pair, true);
+    }
+
+    void Make(Choices& choices) { Renew(Take(choices), choices.Flag()); }
+
+    void Set(Choices& choices)
+    {
+        Pair& pair = Take(choices);
+        TakeKey(choices);
+        const Text text = TakeText(choices);
+        const Text comment = TakeText(choices);
+        const bool hasComment = choices.Flag();
+        const bool adds = choices.Flag() && !pair.mReal->HasString(mLiteral.c_str());
+        const auto set = adds ? &Dictionary::AddString : &Dictionary::SetString;
+        const std::uint32_t id =
+            (*pair.mReal.*set)(mLiteral.c_str(), Units(text), ByteLength(text),
+                               hasComment ? Units(comment) : nullptr, ByteLength(comment));
+        Require(id == (pair.mFlat ? pair.mFlat->Set(mKey, text, hasComment ? &comment : nullptr)
+                                  : kNoId));
+    }
+
+    // Fills the first block of entries that are set at run time. That is slow, and so two bytes
+    // choose it.
+    void Fill(Choices& choices)
+    {
+        Pair& pair = Take(choices);
+        if (choices.Byte() != 1 || !pair.mFlat)
+            return;
+        for (std::size_t i = pair.mFlat->Size(); i < kRunTimeBlock - 1; ++i)
+        {
+            const std::string key = "/fill/" + std::to_string(mNextFill++);
+            Require(pair.mReal->AddString(key.c_str(), Units(u"m"), 2) ==
+                    pair.mFlat->Add(key, u"m"));
+        }
+    }
+
+    void Refuse(Choices& choices)
+    {
+        static const std::vector<std::uint16_t> kTooLong(hollin::kLongestRun / 2 + 1, 'l');
+        Pair& pair = Take(choices);
+        Require(pair.mReal->SetString("/long", kTooLong.data(), hollin::kLongestRun + 1) == kNoId);
+        Require(pair.mReal->SetString("$/a", kTooLong.data(), 2) == kNoId);
+        Require(pair.mReal->GetString("$/a=b") == hollin::ZString());
+    }
+
+    void Remove(Choices& choices)
+    {
+        Pair& pair = Take(choices);
+        TakeKey(choices);
+        Require(pair.mReal->RemoveString(mLiteral.c_str()) ==
+                (pair.mFlat ? pair.mFlat->Remove(mKey) : kNoId));
+    }
+
+    void SetLanguage(Choices& choices)
+    {
+        static const char* const kNames[] = {"de_DE", "en_US", "", nullptr};
+        Pair& pair = Take(choices);
+        const char* const name = choices.Of(kNames);
+        pair.mReal->SetLanguage(name);
+        if (pair.mFlat && name && *name)
+            pair.mLanguage = name;
+    }
+
+    void Copy(Choices& choices)
+    {
+        Pair& from = Take(choices);
+        Pair& to = Take(choices);
+        if (choices.Flag())
+        {
+            Pair copy;
+            copy.mReal = std::make_unique<Dictionary>(*from.mReal);
+            copy.mFlat = from.mFlat;
+            copy.mLanguage = from.mLanguage;
+            to = std::move(copy);
+            return;
+        }
+        *to.mReal = *from.mReal;
+        if (!from.mFlat)
+            return;
+        to.mFlat = from.mFlat;
+        to.mLanguage = from.mLanguage;
+    }
+
+    // Loads the image of one dictionary into one.
+    void LoadImage(Choices& choices)
+    {
+        Pair& from = Take(choices);
+        Pair& to = Take(choices);
+        const bool isKeyed = choices.Byte() % 4;
+        const bool isHash = !from.mFlat;
+        if (to.mFlat && to.mFlat->Size() > kRunTimeBlock)
+            return; // loads over itself double a store
+        const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
+        const std::size_t base = choices.Of(bases);
+        std::ostringstream written;
+        Require(from.mReal->Serialize(
+            written, isKeyed ? Dictionary::kBinary : Dictionary::kBinaryWithoutKeys, nullptr,
+            choices.Flag(), static_cast<std::uint32_t>(base)));
+        const Store file = ContentOf(from);
+        Load(to, written.str(), choices.Byte() % 4 == 3);
+        if (!to.mFlat)
+            to.mFlat = std::make_shared<Store>();
+        const bool hasKeys = isHash || (isKeyed && file.HasKeyedBlock());
+        if (to.mFlat->Load(file, hasKeys, isHash ? 0 : base))
+            to.mLanguage = from.mLanguage.empty() ? "en_US" : from.mLanguage;
+        else
+            to.mIsGood = false;
+    }
+
+    void LoadText(Choices& choices)
+    {
+        Pair& pair = Take(choices);
+        std::string lines;
+        for (std::size_t count = choices.Below(3) + 1; count; --count)
+        {
+            const std::size_t choice = choices.Below(std::size(kTexts) + 1);
+            TakeKey(choices);
+            if (choice == std::size(kTexts))
+            {
+                lines += "$/damaged=b\n";
+                pair.mIsGood = false;
+                continue;
+            }
+            lines += "x\"$$$" + mKey + "=" + kTexts[choice].mForm + "\" y\r\n";
+            if (pair.mFlat)
+                pair.mFlat->Set(mKey, kTexts[choice].mText, nullptr);
+            else
+                pair.mHash[mKey] = kTexts[choice].mText;
+        }
+        Load(pair, lines, choices.Byte() % 4 == 3);
+    }
+
+    // Loads the text form of a dictionary into a new one, of either store.
+    void Rewrite(Choices& choices)
+    {
+        Pair& from = Take(choices);
+        const std::string text = Written(*from.mReal, Dictionary::kText);
+        Dictionary again(choices.Flag());
+        if (!IsPlain(from))
+            return;
+        Require(::Load(again, text));
+        std::map<std::string, Text> texts; // a key of two blocks has the later text
+        const Store file = ContentOf(from);
+        for (const Store::Slot& slot : file.Slots())
+        {
+            if (!slot.mKey.empty())
+                texts[slot.mKey] = slot.mText;
+        }
+        std::uint32_t id = 0;
+        while (again.NextId(&id))
+        {
+            const auto found = texts.find(CurrentKey(again));
+            Require(found != texts.end() && found->second == TextOf(again.CurrentText()));
+            texts.erase(found);
+        }
+        Require(texts.empty());
+    }
+
+    // The entry of the last key, and that of an identifier.
+    void Look(Choices& choices)
+    {
+        TakeKey(choices);
+        mId = static_cast<std::uint32_t>(choices.Below(8));
+    }
+
+    // Of the dictionary that was last used.
+    void Check()
+    {
+        CheckKey(*mUsed, mKey);
+        CheckId(*mUsed, mId);
+        Require(mUsed->mReal->IsGood() == mUsed->mIsGood);
+    }
+
+    void CheckAll()
+    {
+        for (Pair& pair : mPairs)
+        {
+            for (const std::string& key : kKeys)
+                Require(pair.mReal->HasString(key.c_str()) == (FindIn(pair, key) != nullptr));
+            for (std::uint32_t id = 0; pair.mFlat && id <= pair.mFlat->Size(); ++id)
+                RequireText(pair.mReal->GetCommentById(id), pair.mFlat->CommentOf(id));
+            ContentOf(pair);
+            RequireText(pair.mReal->GetLanguage(),
+                        Text(pair.mLanguage.begin(), pair.mLanguage.end()));
+        }
+    }
+
+private:
+    static void Renew(Pair& pair, bool isFlat)
+    {
+        pair = Pair();
+        pair.mReal = std::make_unique<Dictionary>(isFlat);
+        if (isFlat)
+            pair.mFlat = std::make_shared<Store>();
+    }
+
+    Pair& Take(Choices& choices)
+    {
+        mUsed = &mPairs[choices.Below(std::size(mPairs))];
+        return *mUsed;
+    }
+
+    void TakeKey(Choices& choices)
+    {
+        const std::size_t key = choices.Below(64); // long keys are slow
+        mKey = kKeys[key < 62 ? key % (std::size(kKeys) - 2) : key % std::size(kKeys)];
+        const std::size_t form = choices.Below(2 + std::size(kTexts));
+        mDefault = form < 2 ? kTexts[4] : kTexts[form - 2];
+        mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault.mForm;
+    }
+
+    static void Load(Pair& pair, const std::string& bytes, bool fromStream)
+    {
+        if (fromStream)
+        {
+            std::istringstream stream(bytes);
+            pair.mReal->LoadFromStream(stream);
+            return;
+        }
+        pair.mReal->LoadFromMemory(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                   static_cast<std::int32_t>(bytes.size()), true);
+    }
+
+    // Walks the dictionary. Returns the flat store that its image has.
+    static Store ContentOf(Pair& pair)
+    {
+        Store walked;
+        std::uint32_t id = 0;
+        std::size_t next = 0;
+        pair.mReal->ResetIterator();
+        while (pair.mReal->NextId(&id))
+        {
+            const std::string key = CurrentKey(*pair.mReal);
+            const Text text = TextOf(pair.mReal->CurrentText());
+            if (!pair.mFlat)
+            {
+                const auto found = pair.mHash.find(key);
+                Require(found != pair.mHash.end() && found->second == text && id == next++);
+                walked.Set(key, text, nullptr);
+                continue;
+            }
+            for (; next != id; ++next) // the first slot is walked even if it was removed
+                Require(next && !pair.mFlat->At(next));
+            const Store::Slot* const slot = pair.mFlat->At(next++);
+            Require(slot ? slot->mKey == key && slot->mText == text : key.empty() && text.empty());
+        }
+        if (!pair.mFlat)
+            Require(walked.Size() == pair.mHash.size());
+        for (; pair.mFlat && next < pair.mFlat->Size(); ++next)
+            Require(!pair.mFlat->At(next));
+        return pair.mFlat ? *pair.mFlat : walked;
+    }
+
+    // Returns whether the text form protects all texts.
+    static bool IsPlain(const Pair& pair)
+    {
+        for (const auto& [key, text] : pair.mHash)
+        {
+            if (!pair.mFlat && text.find('^') != text.npos)
+                return false;
+        }
+        for (std::size_t id = 0; pair.mFlat && id < pair.mFlat->Size(); ++id)
+        {
+            const Store::Slot* const slot = pair.mFlat->At(id);
+            if (slot && slot->mText.find('^') != slot->mText.npos)
+                return false;
+        }
+        return true;
+    }
+
+    static const Text* FindIn(const Pair& pair, const std::string& key)
+    {
+        if (pair.mFlat)
+        {
+            const Store::Slot* const slot = pair.mFlat->At(pair.mFlat->Find(key));
+            return slot ? &slot->mText : nullptr;
+        }
+        const auto found = pair.mHash.find(key);
+        return found == pair.mHash.end() ? nullptr : &found->second;
+    }
+
+    void CheckKey(const Pair& pair, const std::string& key) const
+    {
+        const std::string literal = "$$$" + key + "=" + mDefault.mForm;
+        const Dictionary& real = *pair.mReal;
+        const Text* const own = FindIn(pair, key);
+        const Text& otherwise = key == "/c" ? kFallbackText : mDefault.mText;
+        RequireText(real.GetString(literal.c_str()), own ? *own : otherwise);
+        Require(real.HasString(literal.c_str()) == (own != nullptr));
+        const std::uint32_t id = pair.mFlat ? pair.mFlat->Find(key) : kNoId;
+        Require(real.GetId(literal.c_str()) == id);
+        RequireText(real.GetComment(literal.c_str()),
+                    id == kNoId ? Text() : pair.mFlat->CommentOf(id));
+        RequireRaw(own, [&](const std::uint16_t** units, std::uint32_t* length) {
+            return real.GetRawString(literal.c_str(), units, length);
+        });
+    }
+
+    static void CheckId(const Pair& pair, std::uint32_t id)
+    {
+        const Dictionary& real = *pair.mReal;
+        const Store::Slot* const slot = pair.mFlat ? pair.mFlat->At(id) : nullptr;
+        const Text* const own = slot ? &slot->mText : nullptr;
+        RequireText(real.GetStringById(id), own ? *own : id ? Text() : kFallbackText);
+        RequireText(real.GetCommentById(id), pair.mFlat ? pair.mFlat->CommentOf(id) : Text());
+        RequireRaw(own, [&](const std::uint16_t** units, std::uint32_t* length) {
+            return real.GetRawStringById(id, units, length);
+        });
+    }
+
+    template <typename Find> static void RequireRaw(const Text* text, const Find& find)
+    {
+        const std::uint16_t* units = nullptr;
+        std::uint32_t length = 0;
+        Require(find(&units, &length) == (text != nullptr));
+        Require((units != nullptr) == (text != nullptr));
+        Require(Text(units, units + length) == (text ? *text : Text()));
+    }
+
+    Pair mPairs[2];
+    Pair* mUsed = mPairs;
+    std::string mKey = kKeys[0];
+    SourceText mDefault = kTexts[0];
+    std::string mLiteral;
+    std::uint32_t mId = 0;
+    std::size_t mNextFill = 0;
+};
+
+void (Dictionaries::*const kCalls[])(Choices&) = {
+    &Dictionaries::Set,      &Dictionaries::Set,  &Dictionaries::Remove, &Dictionaries::LoadImage,
+    &Dictionaries::LoadText, &Dictionaries::Copy, &Dictionaries::Look,   &Dictionaries::SetLanguage,
+    &Dictionaries::Rewrite,  &Dictionaries::Make, &Dictionaries::Fill,   &Dictionaries::Refuse};
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Choices choices(data, size);
+    Dictionaries dictionaries;
+    RunCalls(choices, dictionaries, kCalls);
+    dictionaries.CheckAll();
+    return 0;
+}
