@@ -144,7 +144,7 @@ public:
     int mDisabled = 0;
     int mHeapFailures = 0;              // the next attempts that fail
     U_u32 mSmallBlocks = 0;             // in a row
-    bool mIsReported = true;  // the failure of the latest block, if the block has a name
+    bool mIsReported = true;            // the failure of the latest block, if the block has a name
     std::vector<std::uint8_t> mAnswers; // of the host to the next requests; then it frees nothing
     std::size_t mAnswered = 0;
     std::vector<Request> mRequests;  // since the caller has cleared them

@@ -33,6 +33,7 @@ const U_u64 kBaseUse = 100000; // at the start of each input
 const U_u64 kHogHeader = 16;
 const U_u64 kRecycledHeader = 16;
 const std::size_t kHogs = 2;
+const U_Status kProcedureFailure = 77;
 
 U_u32 sHogs[kHogs];
 U_u64 sExternal = 0; // the bytes of the external manager
@@ -110,7 +111,7 @@ void* NewBlock(Kind kind, U_u64 size, const char* name, bool clear, std::size_t 
     if (kind == kHogHandle)
     {
         void** handle = nullptr;
-        const U_u32 flags = (clear ? U_Hog_Clear : 0) | (name ? 0 : U_Hog_Quiet);
+        const U_u32 flags = U_Hog_Clear * clear | U_Hog_Quiet * !name;
         const U_Status status = U_NewHogHandle(sHogs[hog], 1, name, size, flags, &handle);
         Require(status == (handle ? 0 : 4));
         return handle;
@@ -163,11 +164,15 @@ U_u32 Reports()
 class Model
 {
 public:
-    Model()
+    explicit Model(Choices& choices)
     {
         mModel.mTracked = kBaseUse;
         mModel.mBase = {kBaseUse * 2, kBaseUse * 3};
         U_SetMemUsageLimits(kBaseUse * 2, kBaseUse * 3);
+        FillPool(choices);
+        FillCache(choices);
+        SetHost(choices);
+        SetLimits(choices);
     }
 
     // Leaves nothing behind.
@@ -237,26 +242,22 @@ public:
         made.mHog = choices.Below(kHogs);
         const bool clear = choices.Flag();
         const char* const name = Name(choices);
-        const U_u64 charge = made.Charge();
-        bool fits = false;
-        if (made.mKind == kRecycled)
-            fits = mModel.Allocate(made.mSize, true, [] { return true; });
-        else
-            fits = mModel.AllocateInHeap(charge, charge);
-        mReports += !fits && name && mModel.mIsReported;
-        made.mAddress = NewBlock(made.mKind, made.mSize, name, clear, made.mHog);
-        Require(fits == (made.mAddress != nullptr));
-        if (!fits)
+        if (!Allocate(made, name, clear))
             return;
-        if (made.mKind == kRecycled)
-            TakeRounding(made);
-        else if (clear && !mModel.mUsageFails)
-        {
-            made.mByte = 0;
-            made.RequireBytes(made.mSize);
-        }
         made.Fill(choices.Byte());
         *block = made;
+    }
+
+    // Gives a recycled block to the pool.
+    void FillPool(Choices& choices)
+    {
+        Block made;
+        made.mKind = kRecycled;
+        made.mSize = SizeOfBlock(choices);
+        if (!Allocate(made, nullptr, false))
+            return;
+        made.Fill(0);
+        Free(made);
     }
 
     void ResizeOne(Choices& choices)
@@ -476,16 +477,20 @@ public:
         const std::size_t failures = choices.Below(4);
         std::size_t attempts = 0;
         mModel.Allocate(size, recycled, [&] { return attempts++ >= failures; });
-        std::size_t state[2] = {failures, 0};
+        struct
+        {
+            std::size_t failures;
+            std::size_t attempts;
+        } host = {failures, 0};
         const auto attempt = [](void* refcon, bool* okay) {
-            std::size_t* const state = static_cast<std::size_t*>(refcon);
+            auto& self = *static_cast<decltype(host)*>(refcon);
             Require(!*okay);
-            *okay = state[1]++ >= state[0];
-            return *okay ? 0 : 77;
+            *okay = self.attempts++ >= self.failures;
+            return *okay ? 0 : kProcedureFailure;
         };
-        const U_Status status = U_PurgeLoop(size, attempt, state, recycled);
-        Require(state[1] == attempts);
-        Require(status == (!attempts ? 4 : attempts > failures ? 0 : 77));
+        const U_Status status = U_PurgeLoop(size, attempt, &host, recycled);
+        Require(host.attempts == attempts);
+        Require(status == (!attempts ? 4 : attempts > failures ? 0 : kProcedureFailure));
     }
 
     void Statistics(Choices&)
@@ -526,6 +531,25 @@ private:
                 return &block;
         }
         return nullptr;
+    }
+
+    // Returns whether the block is there.
+    bool Allocate(Block& made, const char* name, bool clear)
+    {
+        const U_u64 charge = made.Charge();
+        bool fits = false;
+        if (made.mKind == kRecycled)
+            fits = mModel.Allocate(made.mSize, true, [] { return true; });
+        else
+            fits = mModel.AllocateInHeap(charge, charge);
+        mReports += !fits && name && mModel.mIsReported;
+        made.mAddress = NewBlock(made.mKind, made.mSize, name, clear, made.mHog);
+        Require(fits == (made.mAddress != nullptr));
+        if (fits && made.mKind == kRecycled)
+            TakeRounding(made);
+        else if (fits && clear && !mModel.mUsageFails)
+            made.RequireBytes(made.mSize);
+        return fits;
     }
 
     // The bytes of a recycled block are known when it is there.
@@ -623,12 +647,12 @@ private:
 };
 
 constexpr void (Model::*kCalls[])(Choices&) = {
-    &Model::New,        &Model::New,        &Model::New,       &Model::ResizeOne,
-    &Model::ResizeOne,  &Model::FreeOne,    &Model::Lock,      &Model::Copy,
-    &Model::Refused,    &Model::SetLimits,  &Model::SetLimits, &Model::SetHost,
-    &Model::FillCache,  &Model::FailHeap,   &Model::Charge,    &Model::ChangeServices,
-    &Model::PurgePool,  &Model::CheckLimit, &Model::Loop,      &Model::Statistics,
-    &Model::SmallBlocks};
+    &Model::New,         &Model::New,        &Model::New,       &Model::ResizeOne,
+    &Model::ResizeOne,   &Model::FreeOne,    &Model::Lock,      &Model::Copy,
+    &Model::Refused,     &Model::SetLimits,  &Model::SetLimits, &Model::SetHost,
+    &Model::FillCache,   &Model::FailHeap,   &Model::Charge,    &Model::ChangeServices,
+    &Model::PurgePool,   &Model::CheckLimit, &Model::Loop,      &Model::Statistics,
+    &Model::SmallBlocks, &Model::FillPool};
 
 // A host on two threads: each has its own blocks, and either may be refused.
 class HostThread
@@ -763,10 +787,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (choices.Below(8) == 7)
     {
         RunTwoThreads(choices);
-        const Model rest; // what the threads have left behind would show
+        const Model rest(choices); // what the threads have left behind would show
         return 0;
     }
-    Model model;
+    Model model(choices);
     RunCalls(choices, model, kCalls);
     return 0;
 }

@@ -76,26 +76,17 @@ std::string LocationText(U_u32 location)
 
 std::string Prefix(U_u16 severity)
 {
-    switch (severity)
-    {
-    case U_Sev_MESSAGE:
-        return "";
-    case U_Sev_DETAIL:
-        return "  ";
-    case U_Sev_INFO:
-        return "fuzz: ";
-    case U_Sev_WARNING:
-    case U_Sev_LEAK:
-        return "fuzz warning: ";
-    case U_Sev_PROBLEM:
-        return "fuzz error: ";
-    case U_Sev_FATAL:
-        return "fuzz can\xE2\x80\x99t continue: ";
-    case U_Sev_DEBUG:
-        return "fuzz debug info: ";
-    default:
-        return "fuzzinvalid severity code: ";
-    }
+    static const std::map<U_u16, const char*> sPrefixes = {
+        {U_Sev_MESSAGE, ""},
+        {U_Sev_INFO, "fuzz: "},
+        {U_Sev_WARNING, "fuzz warning: "},
+        {U_Sev_PROBLEM, "fuzz error: "},
+        {U_Sev_FATAL, "fuzz can\xE2\x80\x99t continue: "},
+        {U_Sev_DETAIL, "  "},
+        {U_Sev_DEBUG, "fuzz debug info: "},
+        {U_Sev_LEAK, "fuzz warning: "}};
+    const auto found = sPrefixes.find(severity);
+    return found == sPrefixes.end() ? "fuzzinvalid severity code: " : found->second;
 }
 
 struct Message
@@ -230,8 +221,11 @@ public:
             if (callback)
                 Require(U_RemoveLoggingCallback(callback, &mScripts[refcon]) == 0);
         }
-        mDuringAlert = 0;
+        sModel = nullptr; // alerts do nothing from here on
         U_DisplayPostedErrors();
+        sEvents.clear();
+        U_DisplayPostedErrors();
+        Require(sEvents.empty());
         U_ClearLastReportedError();
         const auto reset = [](Reporter& reporter) {
             while (!reporter.mQuiet.empty())
@@ -244,9 +238,8 @@ public:
         reset(mOwn);
         if (mUsesOther)
             Second().RunBoth([] {}, [&] { reset(mOther); });
+        Require(sEvents.empty());
         Up_SetInteract(kStartMask);
-        sEvents.clear();
-        sModel = nullptr;
     }
 
     void Check()
