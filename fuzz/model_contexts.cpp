@@ -218,8 +218,8 @@ public:
     // Calls a function on one of the threads.
     void Call(Choices& choices)
     {
-        const int kOften[] = {0, 0, 0, 0, 0, 0, 1, 2}; // a call on another thread takes long
-        const int thread = choices.Of(kOften);
+        const int number = static_cast<int>(choices.Below(16));
+        const int thread = std::max(number - 13, 0); // a change of threads takes long
         RunOn(thread, [&] { One(thread, choices, 0); });
     }
 
@@ -673,7 +673,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    if (choices.Below(8) == 7)
+    if (choices.Below(16) == 15)
     {
         static SecondThread second;
         const Choices own = choices.Half();
