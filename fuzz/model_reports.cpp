@@ -353,8 +353,11 @@ public:
 
     void RemoveCallback(Choices& choices)
     {
-        const U_LoggingCallback callback = choices.Flag() ? &SecondCallback : &FirstCallback;
-        const unsigned refcon = static_cast<unsigned>(choices.Below(kScripts));
+        // An empty slot stands for a pair that may have no slot.
+        auto [callback, refcon] = mCallbacks[choices.Below(kSlots)];
+        if (!callback && choices.Below(8))
+            return;
+        callback = callback ? callback : &FirstCallback;
         const bool fails = !Remove(callback, refcon);
         mRealSlots -= !fails;
         if (fails)
