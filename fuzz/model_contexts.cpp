@@ -1,0 +1,687 @@
+// Contexts: which context does each thread have, which hooks run in which order, and what comes
+// back from suspended calls?
+//
+// Three threads take turns: the first one and those of two executors. So what follows a call is
+// known, also while a thread lends its context to another one.
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+
+#include <krobase/executor.h>
+#include <krobase/gate.h>
+#include <krobase/threads.h>
+#include <platform/control.h>
+
+#include "U_Context.h"
+#include "U_Interact.h"
+#include "U_Lifecycle.h"
+#include "U_Suspend.h"
+#include "model.h"
+#include "second_thread.h"
+
+namespace
+{
+using krobase::utility::ImmutableString;
+typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
+typedef boost::shared_ptr<U_Context> ContextPtr;
+
+const int kNone = -1; // no thread, or no context
+const int kThreads = 3;
+const int kKeys = 3;
+const int kThrown = 9; // by hooks
+const int kRefused = 3;
+
+// The key of a hook, whether it is OnActivate, the context, and whether the context was active.
+typedef std::tuple<int, bool, U_i64, bool> HookCall;
+
+std::vector<HookCall> sHookCalls;
+bool sThrows[kKeys];
+std::atomic<int> sStates{0};
+ExecutorPtr sExecutors[kThreads]; // none for the first thread
+U_u32 sThreadIds[kThreads];
+
+// In the order in which hooks run, which is that of the keys' addresses.
+std::vector<ImmutableString>& Keys()
+{
+    static std::vector<ImmutableString> keys{ImmutableString("a"), ImmutableString("b"),
+                                             ImmutableString("c")};
+    return keys;
+}
+
+class State : public U_State
+{
+public:
+    State(U_Context* context, int key) : U_State(context), mKey(key) { ++sStates; }
+    ~State() override { --sStates; }
+    ImmutableString GetKey() const override { return Keys()[static_cast<std::size_t>(mKey)]; }
+    void OnActivate() override { Hook(true); }
+    void OnDeactivate() override { Hook(false); }
+
+    int mValue = 0;
+    int mHooks = 0;
+    bool mIsQuiet = false; // of a thread that runs beside another one
+
+private:
+    void Hook(bool activates)
+    {
+        ++mHooks;
+        if (mIsQuiet)
+            return;
+        sHookCalls.push_back({mKey, activates, mContext->GetContextID(), mContext->IsActive()});
+        if (sThrows[mKey])
+            throw kThrown;
+    }
+
+    const int mKey;
+};
+
+struct Neighbour : U_Context
+{
+    static State* Find(U_Context& context, int key)
+    {
+        return static_cast<State*>(
+            (context.*&Neighbour::GetState)(Keys()[static_cast<std::size_t>(key)]).get());
+    }
+};
+
+struct Reviver : U_SuspendContext
+{
+    static void Revive() { S_terminated.CompareExchange(true, false); }
+};
+
+void Register(int key, bool isNull)
+{
+    U_Context::RegisterState(
+        Keys()[static_cast<std::size_t>(key)], [key, isNull](U_Context* context) {
+            return isNull ? boost::shared_ptr<U_State>() : boost::make_shared<State>(context, key);
+        });
+}
+
+// Runs the body on the thread, and waits for its end.
+void RunOn(int thread, const std::function<void()>& body)
+{
+    if (!thread)
+        return body();
+    krobase::threads::Gate done(false);
+    sExecutors[thread]->Post(
+        [&] {
+            body();
+            done.Open();
+        },
+        0);
+    while (!done.PassThrough(1000))
+    {
+    }
+}
+
+template <typename Body> int Thrown(Body body)
+{
+    try
+    {
+        body();
+        return 0;
+    }
+    catch (int code)
+    {
+        return code;
+    }
+}
+
+enum StateKind
+{
+    kAbsent,
+    kNull,
+    kThere
+};
+
+// A context as the model knows it.
+struct Task
+{
+    ContextPtr mOwner; // one of the references
+    U_Context* mContext = nullptr;
+    U_i64 mId = 0;
+    int mReferences = 1;
+    int mActive = 0;
+    int mThread = kNone;
+    StateKind mStates[kKeys] = {};
+    int mValues[kKeys] = {};
+};
+
+// A scoped object of a thread.
+struct Scope
+{
+    int mTask = kNone;
+    std::unique_ptr<U_ContextSetter> mSetter;
+    std::unique_ptr<U_WeakContextSetter> mWeak;
+    boost::shared_ptr<U_SuspendContext> mSuspended;
+    int mSavedThread = kNone;
+    bool mHasPosted = false;
+    bool mIsHere = false; // a call on the own thread has attached the context
+    int mResult = 0;      // of the first posted call
+};
+
+class Model
+{
+public:
+    Model() { U_GetHowManyErrors(&mErrors); }
+
+    // Leaves nothing behind but ids.
+    ~Model()
+    {
+        std::fill(sThrows, sThrows + kKeys, false);
+        for (int thread = 0; thread < kThreads; ++thread)
+        {
+            const auto leave = [this, thread] {
+                while (!mScopes[thread].empty())
+                    Leave(thread);
+            };
+            if (!mScopes[thread].empty())
+                RunOn(thread, leave);
+        }
+        for (Task& task : mTasks)
+            Drop(0, task);
+        Check();
+        Require(sStates == 0);
+        Reviver::Revive();
+        U_Context::UnregisterState(Keys()[kKeys - 1]);
+        if (mSlots[0] != kNone || mSlots[1] != kNone || mSlots[2] != kNone)
+            ClearThreads();
+    }
+
+    void Check()
+    {
+        Require(sHookCalls == mHookCalls);
+        sHookCalls.clear();
+        mHookCalls.clear();
+        U_u32 errors = 0;
+        Require(U_GetHowManyErrors(&errors) == 0 && errors == mErrors);
+        for (const Task& task : mTasks)
+        {
+            if (!task.mContext)
+                continue;
+            Require(task.mContext->GetContextID() == task.mId);
+            Require(task.mContext->IsActive() == (task.mActive > 0));
+            Require(task.mContext->GetThreadID() ==
+                    (task.mThread == kNone ? 0xFFFFFFFF : sThreadIds[task.mThread]));
+        }
+        CheckCurrent(0);
+    }
+
+    // Calls a function on one of the threads.
+    void Call(Choices& choices)
+    {
+        const int number = static_cast<int>(choices.Below(16));
+        const int thread = std::max(number - 13, 0); // a change of threads takes long
+        RunOn(thread, [&] { One(thread, choices, 0); });
+    }
+
+private:
+    typedef std::vector<Scope> Scopes;
+
+    // One call on this thread. Scopes below `bottom` are another function's.
+    void One(int thread, Choices& choices, std::size_t bottom)
+    {
+        mIsBusy[thread] = true;
+        CheckCurrent(thread);
+        switch (choices.Below(12))
+        {
+        case 0:
+            Make();
+            break;
+        case 1:
+        case 2:
+            Enter(thread, choices);
+            break;
+        case 3:
+            EnterWeakly(thread, choices);
+            break;
+        case 4:
+        case 5:
+            if (mScopes[thread].size() > bottom)
+                Leave(thread);
+            break;
+        case 6:
+            Suspend(thread);
+            break;
+        case 7:
+        case 8:
+            if (mScopes[thread].size() > bottom)
+                CallSuspended(thread, choices);
+            break;
+        case 9:
+            if (Task* const task = Chosen(choices))
+                Drop(thread, *task);
+            break;
+        case 10:
+            Visit(thread, choices);
+            break;
+        default:
+            Change(choices, bottom != 0);
+        }
+        CheckCurrent(thread);
+        mIsBusy[thread] = bottom != 0;
+    }
+
+    bool IsAlive(int task) const { return task != kNone && Of(task).mContext; }
+    Task& Of(int task) { return mTasks[static_cast<std::size_t>(task)]; }
+    const Task& Of(int task) const { return mTasks[static_cast<std::size_t>(task)]; }
+
+    void CheckCurrent(int thread) const
+    {
+        const bool has = IsAlive(mSlots[thread]);
+        Require(U_Context::HasCurrent() == has);
+        Require(!has || U_Context::GetCurrent().get() == Of(mSlots[thread]).mContext);
+    }
+
+    // Returns a context that the model owns; null if the choice is none.
+    Task* Chosen(Choices& choices)
+    {
+        const std::size_t number = choices.Below(kTasks + 1);
+        return number < mTasks.size() && mTasks[number].mOwner ? &mTasks[number] : nullptr;
+    }
+
+    bool CallHooks(const Task& task, bool activates, bool isActive, bool all = false)
+    {
+        for (int key = 0; key < kKeys; ++key)
+        {
+            if (task.mStates[key] != kThere)
+                continue;
+            mHookCalls.push_back({key, activates, task.mId, isActive});
+            if (sThrows[key] && !all)
+                return false;
+        }
+        return true;
+    }
+
+    // Returns what an activation throws.
+    int Activate(int thread, int number)
+    {
+        Task& task = Of(number);
+        int& slot = mSlots[thread];
+        if (slot != kNone && (slot != number || task.mThread != thread))
+        {
+            ++mErrors;
+            return kRefused;
+        }
+        slot = number;
+        task.mThread = thread;
+        if (task.mActive <= 0 && !CallHooks(task, true, false))
+            return kThrown;
+        ++task.mActive;
+        return 0;
+    }
+
+    void Deactivate(int thread, int number)
+    {
+        Task& task = Of(number);
+        int& slot = mSlots[thread];
+        --task.mActive;
+        if (slot != kNone && (slot != number || task.mThread != thread))
+            return;
+        if (task.mActive == 0 && CallHooks(task, false, false) && slot == number)
+            slot = kNone;
+    }
+
+    void Release(int thread, int number)
+    {
+        Task& task = Of(number);
+        if (--task.mReferences)
+            return;
+        int& slot = mSlots[thread];
+        task.mContext = nullptr;
+        if (task.mActive > 0)
+        {
+            CallHooks(task, false, true, true);
+            if (slot != kNone && !IsAlive(slot))
+                slot = kNone;
+        }
+    }
+
+    void Make()
+    {
+        if (mTasks.size() == kTasks)
+            return;
+        Task task;
+        task.mOwner = U_Context::MakeNewContext();
+        task.mContext = task.mOwner.get();
+        task.mId = task.mContext->GetContextID();
+        Require(task.mId > sLastId);
+        sLastId = task.mId;
+        std::copy(mRegistered, mRegistered + kKeys, task.mStates);
+        mTasks.push_back(task);
+    }
+
+    void Drop(int thread, Task& task)
+    {
+        if (!task.mOwner)
+            return;
+        Release(thread, static_cast<int>(&task - mTasks.data()));
+        task.mOwner.reset();
+    }
+
+    void Enter(int thread, Choices& choices)
+    {
+        const Task* const chosen = Chosen(choices);
+        int task = chosen ? static_cast<int>(chosen - mTasks.data()) : mSlots[thread];
+        int code = kRefused;
+        if (IsAlive(task))
+            code = Activate(thread, task);
+        else
+            ++mErrors; // without a current context
+        Scope scope;
+        scope.mTask = task;
+        const ContextPtr context = chosen ? chosen->mOwner : ContextPtr();
+        const bool isNested = !chosen && choices.Flag();
+        Require(code == Thrown([&] {
+                    scope.mSetter.reset(isNested ? new U_ContextSetter
+                                                 : new U_ContextSetter(context));
+                }));
+        if (code)
+            return;
+        ++Of(task).mReferences;
+        mScopes[thread].push_back(std::move(scope));
+    }
+
+    void EnterWeakly(int thread, Choices& choices)
+    {
+        const Task* const chosen = Chosen(choices);
+        Scope scope;
+        int code = 0;
+        if (chosen && !IsAlive(mSlots[thread]))
+        {
+            scope.mTask = static_cast<int>(chosen - mTasks.data());
+            code = Activate(thread, scope.mTask);
+        }
+        Require(code == Thrown([&] {
+                    scope.mWeak.reset(
+                        new U_WeakContextSetter(chosen ? chosen->mOwner : ContextPtr()));
+                }));
+        if (!code)
+            mScopes[thread].push_back(std::move(scope));
+    }
+
+    void Leave(int thread)
+    {
+        Scope scope = std::move(mScopes[thread].back());
+        mScopes[thread].pop_back();
+        if (scope.mSuspended && scope.mTask != kNone)
+        {
+            mSlots[thread] = scope.mTask;
+            Of(scope.mTask).mThread = scope.mSavedThread;
+        }
+        else if (IsAlive(scope.mTask) && !scope.mSuspended)
+            Deactivate(thread, scope.mTask);
+        if (scope.mTask != kNone && !scope.mWeak)
+            Release(thread, scope.mTask);
+    }
+
+    void Suspend(int thread)
+    {
+        Scope scope;
+        int code = 0;
+        if (IsAlive(mSlots[thread]))
+        {
+            scope.mTask = mSlots[thread];
+            Task& task = Of(scope.mTask);
+            if (task.mActive <= 0)
+            {
+                code = kRefused;
+                ++mErrors;
+            }
+            else
+            {
+                scope.mSavedThread = task.mThread;
+                task.mThread = kNone;
+                mSlots[thread] = kNone;
+                ++task.mReferences;
+            }
+        }
+        Require(code == Thrown([&] { scope.mSuspended = U_SuspendContext::NewSuspendContext(); }));
+        if (!code)
+            mScopes[thread].push_back(std::move(scope));
+    }
+
+    void CallSuspended(int thread, Choices& choices)
+    {
+        const int there = 1 + static_cast<int>(choices.Below(kThreads - 1));
+        const std::size_t inner = choices.Below(4);
+        const int result = static_cast<int>(choices.Below(3)) * 5;
+        const bool throws = choices.Flag();
+        const std::size_t place = mScopes[thread].size() - 1;
+        const Scope& top = mScopes[thread][place];
+        const bool isHere = there == thread;
+        if (!top.mSuspended || (!isHere && (mIsBusy[there] || top.mIsHere || top.mHasPosted)) ||
+            (isHere && top.mHasPosted))
+            return;
+        const int task = top.mTask;
+        if (task != kNone && Of(task).mActive <= 0)
+            return; // its setters have ended on other threads
+        const boost::shared_ptr<U_SuspendContext> suspended = top.mSuspended;
+        const auto function = [&] {
+            const std::size_t bottom = mScopes[there].size();
+            for (std::size_t i = 0; i < inner && !choices.Empty(); ++i)
+                One(there, choices, std::max<std::size_t>(bottom, 1));
+            while (mScopes[there].size() > bottom)
+                Leave(there);
+            if (task != kNone && !isHere)
+            {
+                // The end of the loan.
+                Deactivate(there, task);
+                Of(task).mThread = kNone;
+                mSlots[there] = kNone;
+            }
+            if (throws)
+                throw result;
+            return result;
+        };
+        int returned = 0;
+        if (isHere)
+        {
+            if (task != kNone)
+            {
+                mSlots[there] = task;
+                Of(task).mThread = top.mSavedThread;
+            }
+            mScopes[thread][place].mIsHere = true;
+            const int code = Thrown(
+                [&] { returned = suspended->CallOnThreadedExecutor(sExecutors[there], function); });
+            return Require((throws && result ? code : returned) == result);
+        }
+        mScopes[thread][place].mHasPosted = true;
+        if (mIsTerminated)
+            return Require(suspended->CallOnThreadedExecutor(sExecutors[there], function) ==
+                           U_Err_SuspendTerminated);
+        if (task != kNone)
+        {
+            Of(task).mThread = there;
+            mSlots[there] = task;
+            Require(Activate(there, task) == 0);
+        }
+        returned = suspended->CallOnThreadedExecutor(sExecutors[there], function);
+        Require(returned == result);
+        mIsBusy[there] = false;
+    }
+
+    // Looks at the states of the current context, and changes a value.
+    void Visit(int thread, Choices& choices)
+    {
+        const int slot = mSlots[thread];
+        ContextPtr current;
+        const int code = Thrown([&] { current = U_Context::GetCurrent(); });
+        Require(code == (IsAlive(slot) ? 0 : kRefused));
+        mErrors += code != 0;
+        if (code)
+            return;
+        Task& task = Of(slot);
+        Require(current.get() == task.mContext);
+        for (int key = 0; key < kKeys; ++key)
+        {
+            State* state = nullptr;
+            const int missing = Thrown([&] { state = Neighbour::Find(*current, key); });
+            Require(missing == (task.mStates[key] == kAbsent));
+            Require((state != nullptr) == (task.mStates[key] == kThere));
+            if (!state)
+                continue;
+            Require(state->mValue == task.mValues[key]);
+            task.mValues[key] = state->mValue = choices.Byte();
+        }
+    }
+
+    void Change(Choices& choices, bool isInCall)
+    {
+        const bool isOn = choices.Flag();
+        switch (choices.Below(4))
+        {
+        case 0:
+            if (isOn && mRegistered[kKeys - 1] == kAbsent)
+                mRegistered[kKeys - 1] = choices.Flag() ? kNull : kThere;
+            Register(kKeys - 1, mRegistered[kKeys - 1] == kNull);
+            if (isOn)
+                return;
+            U_Context::UnregisterState(Keys()[kKeys - 1]);
+            mRegistered[kKeys - 1] = kAbsent;
+            return;
+        case 1:
+            // The caller of a function that runs would give it up at a time that is not known.
+            if (!choices.Below(4) && !isInCall)
+            {
+                mIsTerminated = true;
+                U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+            }
+            return;
+        case 2:
+            return Register(0, true); // the first factory stays
+        default:
+            sThrows[choices.Below(kKeys)] = isOn;
+        }
+    }
+
+    // Threads whose context was destroyed under them keep its place, so that inputs would begin
+    // differently. A call on an executor's thread clears the place, and so does the end of an
+    // active context on the thread.
+    void ClearThreads()
+    {
+        std::thread([] {
+            const U_ContextSetter setter(U_Context::MakeNewContext());
+            for (const ExecutorPtr& executor : sExecutors)
+            {
+                if (executor)
+                    U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor,
+                                                                                  [] { return 0; });
+            }
+        }).join();
+        ContextPtr active = U_Context::MakeNewContext();
+        std::unique_ptr<U_WeakContextSetter> setter;
+        std::thread([&] { setter.reset(new U_WeakContextSetter(active)); }).join();
+        active.reset();
+        sHookCalls.clear();
+        std::fill(mSlots, mSlots + kThreads, kNone);
+        for (int thread = 0; thread < kThreads; ++thread)
+            RunOn(thread, [&] {
+                Require(Thrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
+            });
+        sHookCalls.clear();
+    }
+
+    static const std::size_t kTasks = 5;
+    static U_i64 sLastId;
+
+    std::vector<Task> mTasks;
+    Scopes mScopes[kThreads];
+    int mSlots[kThreads] = {kNone, kNone, kNone};
+    bool mIsBusy[kThreads] = {true, false, false};
+    bool mIsTerminated = false;
+    StateKind mRegistered[kKeys] = {kThere, kThere, kAbsent};
+    std::vector<HookCall> mHookCalls;
+    U_u32 mErrors = 0;
+};
+
+U_i64 Model::sLastId = 0;
+
+constexpr void (Model::*kCalls[])(Choices&) = {&Model::Call};
+
+// A thread with tasks of its own, which lends them to an executor that another thread uses, too.
+void RunBeside(Choices choices)
+{
+    const ContextPtr task = U_Context::MakeNewContext();
+    int values = 0;
+    int hooks = 0;
+    State* const state = Neighbour::Find(*task, 0);
+    state->mIsQuiet = true;
+    if (State* const other = Neighbour::Find(*task, 1))
+        other->mIsQuiet = true;
+    while (!choices.Empty())
+    {
+        const U_ContextSetter setter(task);
+        ++hooks;
+        for (std::size_t depth = choices.Below(4); depth; --depth)
+        {
+            const U_ContextSetter nested;
+            Require(U_Context::GetCurrent() == task);
+        }
+        if (choices.Flag())
+        {
+            const boost::shared_ptr<U_SuspendContext> suspended =
+                U_SuspendContext::NewSuspendContext();
+            Require(!U_Context::HasCurrent());
+            const int result =
+                suspended->CallOnThreadedExecutor(sExecutors[1 + choices.Below(kThreads - 1)], [&] {
+                    Require(U_Context::GetCurrent() == task);
+                    return ++state->mValue;
+                });
+            Require(result == ++values);
+        }
+        Require(U_Context::GetCurrent() == task && state->mHooks == 2 * hooks - 1);
+    }
+    Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks && state->mValue == values);
+}
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    platform::SetLogSink([](int, const char*, const char*, const char*) {});
+    Require(U_Birth("fuzz", nullptr) == 0);
+    Up_SetInteract(0); // failed checks are counted only: the stacks in the log take long
+    std::sort(Keys().begin(), Keys().end());
+    Register(0, false);
+    Register(1, false);
+    for (int thread = 0; thread < kThreads; ++thread)
+    {
+        if (thread)
+            sExecutors[thread] = krobase::threads::CreateAsyncThreadedExecutor(
+                "fuzz", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+        RunOn(thread, [=] { sThreadIds[thread] = krobase::threads::GetCurrentThreadID(); });
+    }
+    std::atexit([] {
+        for (ExecutorPtr& executor : sExecutors)
+            executor.reset();
+        U_Context::UnregisterState(Keys()[0]);
+        U_Context::UnregisterState(Keys()[1]);
+        U_Death();
+    });
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Choices choices(data, size);
+    if (choices.Below(16) == 15)
+    {
+        static SecondThread second;
+        const Choices own = choices.Half();
+        second.RunBoth([&] { RunBeside(own); }, [&] { RunBeside(choices); });
+        Require(sStates == 0);
+        return 0;
+    }
+    Model model;
+    RunCalls(choices, model, kCalls);
+    return 0;
+}
