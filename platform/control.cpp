@@ -4,6 +4,7 @@
 #include <new>
 
 #include <krobase/debug.h>
+#include <platform/base/vectors.h>
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
 
@@ -22,6 +23,7 @@ void ResetAll()
     SetActiveCodePage(0);
     SetUserLocale(nullptr);
     SetDoubleByteScript(false);
+    SetVectors(true);
     SetLogSink(LogSink());
     SetTrace(nullptr, 0);
     SetTraceSink(boost::function<void(const char*)>());

@@ -12,6 +12,7 @@
 
 #include <krobase/format.h>
 #include <platform/base/immortal.h>
+#include <platform/base/vectors.h>
 
 #include "U_Encoding.h"
 #include "U_Report.h"
@@ -65,10 +66,6 @@ const U_u8* SkipBlocksAnywhere(const U_u8* at, const U_u8* end, const Marks& mar
 {
     return SkipBlocks(at, end, marks);
 }
-
-const auto sSkipBlocks = __builtin_cpu_supports("avx2") ? &SkipBlocksWithAVX2 : &SkipBlocksAnywhere;
-#else
-const auto sSkipBlocks = &SkipBlocksAnywhere;
 #endif
 
 bool IsIllegal(U_u8 byte)
@@ -109,7 +106,11 @@ public:
     // Returns the end of the blocks at `at` that are copied unchanged.
     const U_u8* SkipPlain(const U_u8* at, const U_u8* end) const
     {
-        return sSkipBlocks(at, end, mMarks);
+#if defined(__x86_64__)
+        if (platform::HasVectors())
+            return SkipBlocksWithAVX2(at, end, mMarks);
+#endif
+        return SkipBlocksAnywhere(at, end, mMarks);
     }
 
     // Appends the escaped form of a block or a shorter text. Has no branch that depends on the

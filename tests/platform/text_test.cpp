@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <platform/base/vectors.h>
 #include <platform/control.h>
 #include <win32/text.h>
 
@@ -338,6 +339,9 @@ TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
             decoded += Decode(65001, bytes.substr(from, end - from));
         }
         EXPECT_EQ(Decode(65001, bytes), decoded);
+        platform::SetVectors(false);
+        EXPECT_EQ(Decode(65001, bytes), decoded) << "without vectors";
+        platform::SetVectors(true);
 
         const std::u16string units = RandomPieces(kUnits, kDamagedUnits, random);
         std::string encoded;
@@ -349,6 +353,9 @@ TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
             encoded += Encode(65001, units.substr(from, end - from));
         }
         EXPECT_EQ(Encode(65001, units), encoded);
+        platform::SetVectors(false);
+        EXPECT_EQ(Encode(65001, units), encoded) << "without vectors";
+        platform::SetVectors(true);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "utf8_windows.h"
 
 #include <platform/base/code_units.h>
+#include <platform/base/vectors.h>
 
 using namespace platform;
 
@@ -237,7 +238,7 @@ struct UTF8Converter
                                       const Source* end) const
     {
         const std::ptrdiff_t kAround = 64; // sources that are converted with a refused window
-        while (stop - at.mNext >= kLeastForWindows && HasWindows())
+        while (stop - at.mNext >= kLeastForWindows && platform::HasVectors())
         {
             at = PutWindows(at, stop);
             if (stop - at.mNext >= kLeastForWindows)

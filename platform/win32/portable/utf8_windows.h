@@ -7,16 +7,6 @@
 
 namespace win32
 {
-// Returns true if the processor has the vectors.
-inline bool HasWindows()
-{
-#if defined(__x86_64__)
-    return __builtin_cpu_supports("avx2");
-#else
-    return false;
-#endif
-}
-
 // The sources before `stop` that the functions below need, as they read ahead.
 const std::ptrdiff_t kLeastForWindows = 160;
 
@@ -24,7 +14,7 @@ const std::ptrdiff_t kLeastForWindows = 160;
 // kLeastForWindows sources are left before `stop`. They may overwrite one target for each source
 // before `stop`, or three bytes for each unit, with unspecified values.
 //
-// REQUIRES: HasWindows(), and kLeastForWindows sources.
+// REQUIRES: platform::HasVectors(), and kLeastForWindows sources.
 Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, const Byte* stop);
 Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop);
 } // namespace win32
