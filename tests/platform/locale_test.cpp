@@ -156,8 +156,9 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
     };
     for (const auto& [locale, picture, expected] : rows)
     {
-        if (IsWine() && picture == u"MMMM yyyy")
-            continue; // Wine knows one form of a month
+        // Wine knows one form of a month, and no quote mark outside of quotes.
+        if (IsWine() && (picture == u"MMMM yyyy" || picture == u"d''"))
+            continue;
         platform::SetUserLocale(locale);
         unsigned short text[64];
         const int size = win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
