@@ -389,7 +389,7 @@ BENCHMARK_TEMPLATE(BesideThreads, UseHogHandle)
 BENCHMARK_TEMPLATE(BesideThreads, UseRecycled)
     ->Name("Growth/alive/recycled block of 4 KiB")
     ->THREADS;
-BENCHMARK_TEMPLATE(BesideThreads, LookUp)->Name("Growth/alive/look-up of a text")->THREADS;
+BENCHMARK_TEMPLATE(BesideThreads, LookUp)->Name("Growth/alive/English text of a ZString")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, Report)->Name("Growth/alive/posted report")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, UseContext)->Name("Growth/alive/context")->THREADS;
 } // namespace

@@ -24,6 +24,7 @@
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Suspend.h"
+#include "library.h"
 #include "model.h"
 #include "second_thread.h"
 
@@ -122,19 +123,6 @@ void RunOn(int thread, const std::function<void()>& body)
     }
 }
 
-template <typename Body> int Thrown(Body body)
-{
-    try
-    {
-        body();
-        return 0;
-    }
-    catch (int code)
-    {
-        return code;
-    }
-}
-
 enum StateKind
 {
     kAbsent,
@@ -173,7 +161,7 @@ class Model
 public:
     Model() { U_GetHowManyErrors(&mErrors); }
 
-    // Leaves nothing behind but ids.
+    // Ends all contexts. Only the ids that they had are used up.
     ~Model()
     {
         std::fill(sThrows, sThrows + kKeys, false);
@@ -482,7 +470,7 @@ private:
                 throw result;
             return result;
         };
-        int returned = 0;
+        int returned = -1; // no result
         if (isHere)
         {
             if (task != kNone)
@@ -493,7 +481,7 @@ private:
             mScopes[thread][place].mIsHere = true;
             const int code = Thrown(
                 [&] { returned = suspended->CallOnThreadedExecutor(sExecutors[there], function); });
-            return Require((throws && result ? code : returned) == result);
+            return Require(returned == (throws ? -1 : result) && code == (throws ? result : 0));
         }
         mScopes[thread][place].mHasPosted = true;
         if (mIsTerminated)
@@ -647,9 +635,7 @@ void RunBeside(Choices choices)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    platform::SetLogSink([](int, const char*, const char*, const char*) {});
-    Require(U_Birth("fuzz", nullptr) == 0);
-    Up_SetInteract(0); // failed checks are counted only: the stacks in the log take long
+    BeBorn();
     std::sort(Keys().begin(), Keys().end());
     Register(0, false);
     Register(1, false);
@@ -665,7 +651,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
             executor.reset();
         U_Context::UnregisterState(Keys()[0]);
         U_Context::UnregisterState(Keys()[1]);
-        U_Death();
     });
     return 0;
 }

@@ -11,17 +11,13 @@
 
 #include "U_AnyTree.h"
 #include "U_Encoding.h"
+#include "library.h"
 #include "model.h"
 #include "second_thread.h"
 
 namespace
 {
 typedef U_UTF16String Text;
-
-Text Wide(const std::string& ascii)
-{
-    return Text(ascii.begin(), ascii.end());
-}
 
 // Returns the longest number at the head of the text, without white space before it.
 std::string NumberOf(const std::string& text)

@@ -17,6 +17,7 @@
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "budget_model.h"
+#include "library.h"
 #include "model.h"
 #include "second_thread.h"
 
@@ -88,13 +89,19 @@ struct Block
         RequireBytes(mSize);
     }
 
-    U_Status Free() const
+    // Returns whether there was a block.
+    bool Free()
     {
+        if (!mAddress)
+            return false;
+        RequireSound();
         void** const handle = static_cast<void**>(mAddress);
-        return mKind == kPointer     ? U_FreePtr(mAddress)
-               : mKind == kHandle    ? U_FreeHandle(handle)
-               : mKind == kHogHandle ? U_FreeHogHandle(handle)
-                                     : U_FreeRecycledPtr(mAddress);
+        Require((mKind == kPointer     ? U_FreePtr(mAddress)
+                 : mKind == kHandle    ? U_FreeHandle(handle)
+                 : mKind == kHogHandle ? U_FreeHogHandle(handle)
+                                       : U_FreeRecycledPtr(mAddress)) == 0);
+        mAddress = nullptr;
+        return true;
     }
 
     Kind mKind = kPointer;
@@ -175,7 +182,7 @@ public:
         SetLimits(choices);
     }
 
-    // Leaves nothing behind.
+    // Frees the blocks, and restores the limits and callbacks.
     ~Model()
     {
         U_SetPurgeRequestCallback(nullptr, nullptr);
@@ -567,11 +574,8 @@ private:
 
     void Free(Block& block)
     {
-        if (!block.mAddress)
+        if (!block.Free())
             return;
-        block.RequireSound();
-        Require(block.Free() == 0);
-        block.mAddress = nullptr;
         mModel.mTracked -= block.Charge();
         if (block.mKind == kRecycled)
             mModel.mPool += block.Charge() - kRecycledHeader;
@@ -668,7 +672,7 @@ public:
             if (!block.mAddress)
                 New(block);
             else if (mChoices.Flag())
-                Free(block);
+                block.Free();
             else if (block.mKind != kRecycled)
                 ResizeOne(block);
         }
@@ -689,7 +693,7 @@ public:
     void FreeAll()
     {
         for (Block& block : mBlocks)
-            Free(block);
+            block.Free();
     }
 
 private:
@@ -717,15 +721,6 @@ private:
         block.RequireBytes(std::min(block.mSize, size));
         block.mSize = size;
         block.Fill(mChoices.Byte());
-    }
-
-    void Free(Block& block)
-    {
-        if (!block.mAddress)
-            return;
-        block.RequireSound();
-        Require(block.Free() == 0);
-        block.mAddress = nullptr;
     }
 
     Choices mChoices;
@@ -767,17 +762,14 @@ void RunTwoThreads(Choices& choices)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    platform::SetLogSink([](int, const char*, const char*, const char*) {});
     platform::SetHeapFailure([](unsigned long long) { return sHeapFailures && sHeapFailures--; });
     platform::SetPhysicalMemory(BudgetModel::kMachine, BudgetModel::kMachine);
     sManager.mBytes[0] = 1;
-    Require(U_Birth("fuzz", nullptr) == 0);
-    Up_SetInteract(0); // reports are counted only: the stacks in the log take long
+    BeBorn();
     for (U_u32& hog : sHogs)
         Require(U_RegisterHog("model", &hog) == 0);
     // The requests are 2 % of the prepurge limit and more. Small ones need a small use.
     Require(U_AccountSystemAllocation(static_cast<U_i64>(kBaseUse - MEM_GetMemUsage())) == 0);
-    std::atexit([] { U_Death(); });
     return 0;
 }
 

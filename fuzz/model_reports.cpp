@@ -22,6 +22,7 @@
 #include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "library.h"
 #include "model.h"
 #include "second_thread.h"
 
@@ -60,11 +61,6 @@ std::string Narrow(const U_UTF16String& text)
 {
     const U_UTF8String narrow = U_UTF16To8String(text);
     return std::string(narrow.begin(), narrow.end());
-}
-
-U_UTF16String Wide(const std::string& text)
-{
-    return U_AsciiToUTF16String(text.c_str());
 }
 
 std::string LocationText(U_u32 location)
@@ -206,7 +202,7 @@ public:
         mOwn.mIsUI = true;
     }
 
-    // Leaves nothing behind but texts, which are empty, and the count.
+    // Restores the masks and callbacks. Empty texts and the count of reports stay.
     ~Model()
     {
         Up_SetInteract(0);
@@ -485,19 +481,6 @@ private:
         Require(location == thread.mLocation && error == thread.mError);
     }
 
-    template <typename Body> static int Thrown(Body body)
-    {
-        try
-        {
-            body();
-            return 0;
-        }
-        catch (int code)
-        {
-            return code;
-        }
-    }
-
     void Refusal(Reporter& thread, U_u32 location, const std::string& message)
     {
         thread.mText = "internal verification failure, sorry! {" + message + "}";
@@ -505,7 +488,7 @@ private:
         Predict(thread, location, U_Sev_PROBLEM, thread.mText, false);
     }
 
-    // What a report causes. Returns the code that ends it.
+    // Expects the events of a report. Returns the code that the report throws, or 0.
     int Predict(Reporter& thread, U_u32 location, U_u16 severity, const std::string& text,
                 bool isGrouped, bool isLogged = true)
     {
@@ -808,19 +791,17 @@ void RunTwoThreads(Choices& choices)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
+    BeBorn();
     platform::SetLogSink([](int, const char* category, const char* tag, const char* text) {
         if (category && !std::strcmp(category, "U") && !std::strncmp(tag, "U_Sev_", 6))
             sEvents.push_back("log " + std::string(tag + 6) + " " + text);
     });
     platform::SetAlertPresenter(&Model::Present);
     platform::SetActiveCodePage(65001);
-    Require(U_Birth("fuzz", nullptr) == 0);
     // A fatal report makes the process die, for good. Each input finds a dying process.
-    Up_SetInteract(0);
     U_ReportError(0, U_Sev_FATAL, U_UTF16String());
     U_ReportError(0, U_Sev_MESSAGE, U_UTF16String());
     Up_SetInteract(kStartMask);
-    std::atexit([] { U_Death(); });
     return 0;
 }
 

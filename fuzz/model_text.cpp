@@ -16,9 +16,8 @@
 #include "U_Date.h"
 #include "U_Encoding.h"
 #include "U_Format.h"
-#include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_String.h"
+#include "library.h"
 #include "model.h"
 #include "second_thread.h"
 
@@ -58,11 +57,6 @@ const std::vector<Character> kCharacters[] = {{{"\xE9", u"\xE9"},
                                                {"\xC2\xA9", u"\xA9"},
                                                {"\xEF\xBF\xBD", u"\uFFFD"}}};
 const char kASCII[] = {'a', 'b', 'A', 'Z', '1', '7', '\\', '.'};
-
-Text Wide(const std::string& ascii)
-{
-    return Text(ascii.begin(), ascii.end());
-}
 
 bool IsHigh(U_u16 unit)
 {
@@ -725,10 +719,7 @@ void Run(Choices choices, std::size_t page, std::size_t locale)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    platform::SetLogSink([](int, const char*, const char*, const char*) {});
-    Require(U_Birth("fuzz", nullptr) == 0);
-    Up_SetInteract(0); // refused conversions and arguments are counted only
-    std::atexit([] { U_Death(); });
+    BeBorn();
     return 0;
 }
 

@@ -4,7 +4,6 @@
 #include <new>
 
 #include <krobase/debug.h>
-#include <platform/base/vectors.h>
 #include <tolv/profile.h>
 #include <win32/message_queue.h>
 
@@ -23,7 +22,6 @@ void ResetAll()
     SetActiveCodePage(0);
     SetUserLocale(nullptr);
     SetDoubleByteScript(false);
-    SetVectors(true);
     SetLogSink(LogSink());
     SetTrace(nullptr, 0);
     SetTraceSink(boost::function<void(const char*)>());
@@ -35,6 +33,7 @@ void ResetAll()
     SetWindowProcedure(boost::function<void(unsigned int, unsigned long long, long long)>());
     win32::ResetPerformanceCounter();
     SetProcessorFolder(nullptr);
+    SetVectors(true);
     SetNames(nullptr, nullptr);
     SetPhysicalMemory(0, 0);
     SetTickClock(boost::function<unsigned long long()>());
@@ -154,6 +153,11 @@ void SetMissingFunction(const char* name)
 void SetPerformanceCounter(long long countsPerSecond, bool works)
 {
     win32::SetPerformanceCounter(countsPerSecond, works);
+}
+
+void SetVectors(bool on)
+{
+    win32::SetVectors(on);
 }
 
 void SetProcessorFolder(const char* folder)

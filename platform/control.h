@@ -216,6 +216,10 @@ PLATFORM_EXPORT void SetPerformanceCounter(long long countsPerSecond, bool works
 // /sys/devices/system/cpu. Null restores the system's own description.
 PLATFORM_EXPORT void SetProcessorFolder(const char* folder);
 
+// Sets whether code with vectors runs on processors that have AVX2. The default is true. The
+// results are the same; a conversion that runs meanwhile may change its way between two blocks.
+PLATFORM_EXPORT void SetVectors(bool on);
+
 // Sets the name of the machine and of the user, in UTF-8; an empty name is no name. Null
 // restores the real name.
 PLATFORM_EXPORT void SetNames(const char* machine, const char* user);

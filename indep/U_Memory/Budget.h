@@ -36,7 +36,7 @@ public:
     // Works like TryUnder, and counts the recycled pool as use also for a recycled block.
     U_Status TryUnderWithPool(U_u64 limit, bool* fits);
 
-    // Returns the use that TryUnder compared. Valid if the size did not fit.
+    // Returns the use of the last comparison. Valid if the size did not fit.
     U_u64 Use() const { return mUse; }
 
     // Sets the limit for Renew.

@@ -12,7 +12,7 @@
 
 #include <krobase/format.h>
 #include <platform/base/immortal.h>
-#include <platform/base/vectors.h>
+#include <win32/machine.h>
 
 #include "U_Encoding.h"
 #include "U_Report.h"
@@ -107,7 +107,7 @@ public:
     const U_u8* SkipPlain(const U_u8* at, const U_u8* end) const
     {
 #if defined(__x86_64__)
-        if (platform::HasVectors())
+        if (win32::IsProcessorFeaturePresent(win32::kAVX2InstructionsAvailable))
             return SkipBlocksWithAVX2(at, end, mMarks);
 #endif
         return SkipBlocksAnywhere(at, end, mMarks);

@@ -43,6 +43,12 @@ PLATFORM_EXPORT int gethostname(char* name, int size);
 // instruction.
 PLATFORM_EXPORT void __cpuidex(int registers[4], int leaf, int subleaf);
 
+const unsigned int kAVX2InstructionsAvailable = 40;
+
+// Returns non-zero if the processor has the feature and the system supports it, unless
+// platform::SetVectors has turned vectors off; 0 also for a feature without a constant here.
+PLATFORM_EXPORT int IsProcessorFeaturePresent(unsigned int feature);
+
 const int kRelationProcessorCore = 0;
 
 struct SYSTEM_LOGICAL_PROCESSOR_INFORMATION

@@ -10,8 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include <platform/base/vectors.h>
-
 #include "U_Interact.h"
 #include "U_Posted.h"
 #include "U_Report.h"

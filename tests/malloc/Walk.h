@@ -17,6 +17,7 @@ struct Failing
     std::function<void(long point)> begin; // the first failure is at this point, counted from 1
     void (*end)();
     bool (*hasFailed)(); // since the last begin
+    bool losesNothing;   // an operation must succeed all the same
     std::string leftOut; // an operation that can't be the first of a thread
 };
 
@@ -24,10 +25,10 @@ struct Failing
 // of a thread. After each run the operation must succeed again, with the same use of the heap.
 void WalkAll(const Operations& operations, const std::vector<Failing>& failings);
 
-// Calls birth or death in a child process once for each point, which fails. A report waits to be
-// shown at death. The child must exit with one of the codes: 0; 4 for a birth that fails, and
-// succeeds once nothing fails.
-void WalkInChildren(const Failing& failing, bool atDeath, const std::string& codes);
+// Calls birth, and then death, in a child process once for each point, which fails. The memory log
+// is on, and a report waits to be shown at death. A birth that fails must succeed once nothing
+// fails; a death must succeed.
+void WalkOverALife(const std::vector<Failing>& failings);
 
 // Drops what reports would show and log.
 void DropAlertsAndLogLines();

@@ -1,11 +1,9 @@
 // All operations, and birth and death, while the C library's allocations fail. A process that
 // ends is a failure: the library goes on without memory.
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "tests/instrumentation/MemoryLogTest.h"
 #include "tests/malloc/FailingMalloc.h"
 #include "tests/malloc/Walk.h"
 #include "tests/operations/Operations.h"
@@ -33,9 +31,9 @@ protected:
 std::vector<Failing> Failings()
 {
     return {{"once", [](long point) { BeginFailingMalloc(point, false); }, &EndFailingMalloc,
-             &HasMallocFailed, kFormsOfICU},
+             &HasMallocFailed, false, kFormsOfICU},
             {"for good", [](long point) { BeginFailingMalloc(point, true); }, &EndFailingMalloc,
-             &HasMallocFailed, kFormsOfICU}};
+             &HasMallocFailed, false, kFormsOfICU}};
 }
 } // namespace
 
@@ -67,18 +65,7 @@ TEST_F(Malloc, ALanguageThatFailsToLoadIsLoadedByTheNextCall)
             Failings());
 }
 
-// With the memory log on, whose thread writes to a file.
 TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
-    DropAlertsAndLogLines();
-    const std::string logs = testing::TempDir() + "malloc_logs";
-    std::filesystem::create_directory(logs);
-    SetMemoryLogFolder(logs);
-    AskForMemoryLog("true", "1");
-    for (const Failing& failing : Failings())
-    {
-        WalkInChildren(failing, false, "04");
-        WalkInChildren(failing, true, "0");
-    }
-    std::filesystem::remove_all(logs);
+    WalkOverALife(Failings());
 }

@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <platform/base/vectors.h>
 #include <platform/control.h>
 #include <win32/text.h>
 
@@ -286,6 +285,15 @@ String RandomPieces(const std::vector<String>& pieces, const std::vector<String>
     return text;
 }
 
+// A failed assertion leaves the vectors on.
+template <class Body> auto WithoutVectors(Body body)
+{
+    platform::SetVectors(false);
+    const auto result = body();
+    platform::SetVectors(true);
+    return result;
+}
+
 // Vectors convert long texts, and other loops convert short ones.
 TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
 {
@@ -339,9 +347,7 @@ TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
             decoded += Decode(65001, bytes.substr(from, end - from));
         }
         EXPECT_EQ(Decode(65001, bytes), decoded);
-        platform::SetVectors(false);
-        EXPECT_EQ(Decode(65001, bytes), decoded) << "without vectors";
-        platform::SetVectors(true);
+        EXPECT_EQ(WithoutVectors([&] { return Decode(65001, bytes); }), decoded);
 
         const std::u16string units = RandomPieces(kUnits, kDamagedUnits, random);
         std::string encoded;
@@ -353,9 +359,7 @@ TEST(UTF8, LongTextsAreConvertedAsTheirShortPieces)
             encoded += Encode(65001, units.substr(from, end - from));
         }
         EXPECT_EQ(Encode(65001, units), encoded);
-        platform::SetVectors(false);
-        EXPECT_EQ(Encode(65001, units), encoded) << "without vectors";
-        platform::SetVectors(true);
+        EXPECT_EQ(WithoutVectors([&] { return Encode(65001, units); }), encoded);
     }
 }
 

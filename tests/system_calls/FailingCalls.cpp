@@ -29,7 +29,9 @@ struct Call
     bool waits; // may be interrupted by a signal
 };
 
-// SYS_brk is not here: the C library has the new end of the heap for an error.
+// Not here: brk, whose error the C library takes for the new end of the heap; close, which would
+// have to close as well; fcntl, which can't fail for a good descriptor; and the clocks, which are
+// read without a call.
 const Call kCalls[] = {
     {SYS_openat, EMFILE, false},
     {SYS_read, EIO, true},
@@ -38,6 +40,7 @@ const Call kCalls[] = {
     {SYS_writev, ENOSPC, true},
     {SYS_newfstatat, EIO, false},
     {SYS_lseek, EINVAL, false},
+    {SYS_poll, ENOMEM, true},
     {SYS_fsync, EIO, false},
     {SYS_fchmod, EPERM, false},
     {SYS_renameat, EIO, false},
@@ -123,7 +126,7 @@ private:
         if (isOther || !Begun(asked.data) || !Concerns(failure, asked.data) || !Fails())
             answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
         else if (failure == Failure::kShort)
-            answer.val = HalfOf(asked.data, &answer.error);
+            AnswerWithHalf(asked.data, answer);
         else
             answer.error = failure == Failure::kInterrupted ? -EINTR : -CallOf(asked.data.nr).error;
         ioctl(mIntercepted, SECCOMP_IOCTL_NOTIF_SEND, &answer);
@@ -143,7 +146,8 @@ private:
                 break;
             size += step;
         }
-        mHasBegun = std::strstr(path, mBegin) != nullptr;
+        const char* const slash = std::strrchr(path, '/');
+        mHasBegun = !std::strcmp(slash ? slash + 1 : path, mBegin);
         return mHasBegun;
     }
 
@@ -166,30 +170,33 @@ private:
         return syscall(call, mCalls.process.load(), &here, 1, &there, 1, 0);
     }
 
-    // Reads or writes half the bytes in the caller's place.
-    std::int64_t HalfOf(const seccomp_data& data, std::int32_t* error)
+    // Reads or writes half the bytes in the caller's place. Lets the caller make the whole call if
+    // the system refuses the caller's file or memory.
+    void AnswerWithHalf(const seccomp_data& data, seccomp_notif_resp& answer)
     {
         const std::size_t size = std::min(kMostBytes, static_cast<std::size_t>(data.args[2]) / 2);
         const int process = static_cast<int>(syscall(SYS_pidfd_open, mCalls.process.load(), 0));
         const int file =
             static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(data.args[0]), 0));
-        long moved = -1;
-        if (data.nr == SYS_write)
+        const bool writes = data.nr == SYS_write;
+        // Also before a read: later its bytes could no longer be put back.
+        const bool hasMemory =
+            Move(SYS_process_vm_readv, mBytes, data.args[1], size) == static_cast<long>(size);
+        if (file < 0 || !hasMemory)
         {
-            Move(SYS_process_vm_readv, mBytes, data.args[1], size);
-            moved = write(file, mBytes, size);
+            mCalls.hasFailed = false;
+            answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
         }
         else
         {
-            moved = read(file, mBytes, size);
-            if (moved > 0)
+            const ssize_t moved = writes ? write(file, mBytes, size) : read(file, mBytes, size);
+            answer.error = moved < 0 ? -errno : 0;
+            answer.val = std::max<ssize_t>(moved, 0);
+            if (!writes && moved > 0)
                 Move(SYS_process_vm_writev, mBytes, data.args[1], static_cast<std::size_t>(moved));
         }
-        if (moved < 0)
-            *error = -errno;
         close(file);
         close(process);
-        return moved < 0 ? 0 : moved;
     }
 
     const int mIntercepted;

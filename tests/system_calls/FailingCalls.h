@@ -47,8 +47,8 @@ template <class Object> Object& NewShared()
 int InterceptCalls();
 
 // Answers the calls until their threads have ended. The caller must not be one of these threads.
-// `begin`: unless it is empty, failures are counted from the first file on whose path has that
-// text.
+// `begin`: unless it is empty, only the calls of the process's first thread fail, and are counted
+// from the first opening of a file of that name on.
 void Answer(int intercepted, FailingCalls& calls, const char* begin);
 
 #endif

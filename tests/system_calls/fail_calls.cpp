@@ -2,9 +2,9 @@
 //
 // Usage: fail_calls error|interrupted|short NTH once|for-good BEGIN PROGRAM [ARGUMENT...]
 //
-// Failures are counted from the first file on whose path has the text BEGIN. Ends as the program
-// does. The last line of the standard error is "failed: 1" if a call has failed, otherwise
-// "failed: 0".
+// Failures are counted from the first opening of a file named BEGIN on. Ends as the program does,
+// or with 121 if the system does not allow to intercept its calls. The last line of the standard
+// error is "failed: 1" if a call has failed, otherwise "failed: 0".
 
 #include <atomic>
 #include <cstdio>
@@ -12,7 +12,9 @@
 #include <cstring>
 #include <thread>
 
+#include <signal.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,9 +25,13 @@ namespace
 const int kUsage = 120;
 const int kNotAllowed = 121;
 
+// Shared with the child.
 struct HandOver
 {
-    std::atomic<int> intercepted{0}; // the child's descriptor; -1 if calls can't be intercepted
+    static const int kUnknown = -2;
+
+    std::atomic<int> intercepted{
+        kUnknown}; // the child's descriptor; -1: calls can't be intercepted
     std::atomic<bool> isTaken{false};
 };
 
@@ -34,6 +40,18 @@ Failure FailureOf(const char* name)
     return !std::strcmp(name, "error")   ? Failure::kError
            : !std::strcmp(name, "short") ? Failure::kShort
                                          : Failure::kInterrupted;
+}
+// Returns the child's descriptor, or -1 if the system does not allow to answer the child's calls or
+// to read its memory.
+int Take(pid_t child, HandOver& handOver)
+{
+    int found = 0;
+    const iovec here = {&found, sizeof(found)};
+    const iovec there = {&handOver.intercepted, sizeof(found)};
+    if (handOver.intercepted < 0 || process_vm_readv(child, &here, 1, &there, 1, 0) < 0)
+        return -1;
+    const int process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+    return static_cast<int>(syscall(SYS_pidfd_getfd, process, found, 0));
 }
 } // namespace
 
@@ -46,25 +64,31 @@ int main(int count, char** arguments)
     calls.Begin(FailureOf(arguments[1]), std::atol(arguments[2]),
                 !std::strcmp(arguments[3], "for-good"));
     const pid_t child = fork();
+    if (child < 0)
+        return kNotAllowed;
     if (!child)
     {
         handOver.intercepted = InterceptCalls();
+        if (handOver.intercepted < 0)
+            _exit(kNotAllowed);
         while (!handOver.isTaken) // without a call that would wait for the answer
             continue;
         execv(arguments[5], arguments + 5);
         _exit(127);
     }
-    while (!handOver.intercepted)
+    while (handOver.intercepted == HandOver::kUnknown)
         std::this_thread::yield();
-    if (handOver.intercepted < 0)
-        return kNotAllowed;
-    const int process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
-    const int intercepted =
-        static_cast<int>(syscall(SYS_pidfd_getfd, process, handOver.intercepted.load(), 0));
     calls.process = child;
+    const int intercepted = Take(child, handOver);
+    int status = 0;
+    if (intercepted < 0)
+    {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        return kNotAllowed;
+    }
     handOver.isTaken = true;
     Answer(intercepted, calls, arguments[4]);
-    int status = 0;
     waitpid(child, &status, 0);
     std::fprintf(stderr, "failed: %d\n", calls.hasFailed ? 1 : 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);

@@ -16,6 +16,7 @@ from folder_case import FolderCase
 from memlog_test import head, rows
 
 FAIL_CALLS, ZDICT, MEMLOG = (os.environ[name] for name in ("FAIL_CALLS", "ZDICT", "MEMLOG"))
+STATUSES = (1, 2, 120)  # 120: Python can't write its streams at its end
 NOT_ALLOWED = 121  # the status of FAIL_CALLS where the system does not allow it to intercept calls
 OLD = b"the old content"
 SOURCE = 'const char* text = "$$$/App/Title=Hello";\n' * 3
@@ -72,8 +73,8 @@ class Tools(FolderCase):
         return done.returncode, done.stdout, done.stderr.decode(), content, left
 
     def check(self, program, run, first, step=1):
-        """Fails every `step`th call from the first file on whose path has the text `first`. Returns
-        the count of calls that failed."""
+        """Fails every `step`th call from the first opening of the file `first` on. Returns the count
+        of calls that failed."""
         command = [program, *run.split()]
         status, out, messages, content, _ = self.run_once(command)
         points = 0
@@ -94,10 +95,10 @@ class Tools(FolderCase):
                         self.assertFalse(left)
                         continue
                     self.assertNotEqual(failure, "short", said)
-                    self.assertNotEqual(result, 0)
+                    self.assertIn(result, STATUSES, said)
                     if times == "once":
-                        self.assertIn(result, (1, 2), said)
                         self.assertIn(": ", said)
+                        self.assertFalse(left)
                     self.assertNotIn("Traceback", said)
                     self.assertIn(stored, (OLD, content) if content else (None,))
                     if run.startswith("compile"):  # others go on with their other files
@@ -106,8 +107,8 @@ class Tools(FolderCase):
 
     def test_zdict(self):
         for run in ZDICT_RUNS:
-            first = "sources" if "sources" in run else "en." if "en." in run else "de."
-            self.assertGreater(self.check(ZDICT, run, first), 10)
+            first = next(word for word in run.split() if os.path.exists(self.path(word)))
+            self.assertGreater(self.check(ZDICT, run, first), 5)
 
     def test_memlog(self):
         for run, step in MEMLOG_RUNS:

@@ -95,8 +95,8 @@ std::u16string Quoted(const std::u16string& text)
     return kQuote + WithDoubledQuotes(text) + kQuote;
 }
 
-// For a pattern, in which two quotes are one also outside of quotes: so the first quote mark is
-// before a letter.
+// For a pattern, in which two quotes are one, inside of quotes and outside. So the quotes before
+// the first letter are doubled, and the quoted part starts at that letter.
 std::u16string QuotedInPattern(const std::u16string& text)
 {
     const auto letter = std::find_if(text.begin(), text.end(), &IsLetter);

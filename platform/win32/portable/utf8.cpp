@@ -5,7 +5,6 @@
 #include "utf8_windows.h"
 
 #include <platform/base/code_units.h>
-#include <platform/base/vectors.h>
 
 using namespace platform;
 
@@ -238,7 +237,7 @@ struct UTF8Converter
                                       const Source* end) const
     {
         const std::ptrdiff_t kAround = 64; // sources that are converted with a refused window
-        while (stop - at.mNext >= kLeastForWindows && platform::HasVectors())
+        while (stop - at.mNext >= kLeastForWindows && HasWindows())
         {
             at = PutWindows(at, stop);
             if (stop - at.mNext >= kLeastForWindows)

@@ -3,10 +3,18 @@
 #ifndef WIN32_PORTABLE_UTF8_WINDOWS_H
 #define WIN32_PORTABLE_UTF8_WINDOWS_H
 
+#include <win32/machine.h>
+
 #include "conversion.h"
 
 namespace win32
 {
+// Returns true if the vectors may be used.
+inline bool HasWindows()
+{
+    return IsProcessorFeaturePresent(kAVX2InstructionsAvailable) != 0;
+}
+
 // The sources before `stop` that the functions below need, as they read ahead.
 const std::ptrdiff_t kLeastForWindows = 160;
 
@@ -14,7 +22,7 @@ const std::ptrdiff_t kLeastForWindows = 160;
 // kLeastForWindows sources are left before `stop`. They may overwrite one target for each source
 // before `stop`, or three bytes for each unit, with unspecified values.
 //
-// REQUIRES: platform::HasVectors(), and kLeastForWindows sources.
+// REQUIRES: HasWindows(), and kLeastForWindows sources.
 Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, const Byte* stop);
 Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop);
 } // namespace win32

@@ -3,6 +3,7 @@
 #include "machine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -25,6 +26,8 @@ namespace
 {
 typedef std::basic_string<unsigned short> Name;
 typedef std::optional<std::string> NameOverride;
+
+std::atomic<bool> sVectorsAreOff(false);
 
 const unsigned int kLongestMachineName = 31; // units
 
@@ -124,6 +127,22 @@ void SetNames(const char* machine, const char* user)
     const platform::ScLock lock(sLock);
     sMachine.swap(newMachine);
     sUser.swap(newUser);
+}
+
+int IsProcessorFeaturePresent(unsigned int feature)
+{
+#if defined(__x86_64__)
+    return feature == kAVX2InstructionsAvailable && __builtin_cpu_supports("avx2") &&
+           !sVectorsAreOff.load(std::memory_order_relaxed);
+#else
+    (void)feature;
+    return 0;
+#endif
+}
+
+void SetVectors(bool on)
+{
+    sVectorsAreOff = !on;
 }
 
 void __cpuidex(int registers[4], int leaf, int subleaf)

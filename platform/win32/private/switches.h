@@ -17,6 +17,7 @@ void SetMissingFunction(const char* name);
 void SetPerformanceCounter(long long frequency, bool works);
 void ResetPerformanceCounter();
 void SetProcessorFolder(const char* folder);
+void SetVectors(bool on);
 void SetNames(const char* machine, const char* user);
 unsigned int BeepCount();
 void ResetBeepCount();

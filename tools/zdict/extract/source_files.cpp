@@ -60,6 +60,7 @@ private:
     {
         std::string mName;
         fs::file_type mType;
+        std::error_code mError; // why the type is not known
     };
 
     void AddFile(const std::string& file)
@@ -80,8 +81,7 @@ private:
         std::vector<Name> names;
         const auto take = [&](const std::string& name, fs::file_type type,
                               const std::error_code& error) {
-            FailIfUnknown(type, folder + "/" + name, error);
-            names.push_back({name, type});
+            names.push_back({name, type, error});
             return true;
         };
         if (const std::error_code error = ListFolder(folder, take))
@@ -99,6 +99,7 @@ private:
             if (name.mName.front() == '.' || IsExcluded(name.mName, path + name.mName))
                 continue;
             const fs::path whole = fs::u8path(folder) / fs::u8path(name.mName);
+            FailIfUnknown(name.mType, whole.generic_u8string(), name.mError);
             if (name.mType == fs::file_type::directory)
                 Walk(whole.generic_u8string(), path + name.mName + "/");
             else if (IsSource(whole) && IsRegular(whole.u8string()))
