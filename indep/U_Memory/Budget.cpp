@@ -100,8 +100,8 @@ U_Status DecideRecycled(Claim& claim, const Limits& limits, bool* okay)
 }
 } // namespace
 
-// External managers are measured once in each comparison. The pool is read in the step of the comparison, since blocks
-// move between the pool and the tracked use.
+// External managers are measured once in each comparison. The pool is read in the step of the
+// comparison, since blocks move between the pool and the tracked use.
 U_Status Claim::Try(U_u64 limit, const MEM_Pool* pool, bool* fits)
 {
     End();

@@ -52,8 +52,8 @@ public:
     }
 
 private:
-    // One atomic word, so that an answer is never read with the count of another one. Aligned, since
-    // without alignment clang calls a library for atomics.
+    // One atomic word, so that an answer is never read with the count of another one. Aligned,
+    // since without alignment clang calls a library for atomics.
     struct alignas(8) Answer
     {
         int mChangeCount;

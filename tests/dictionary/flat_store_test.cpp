@@ -236,7 +236,7 @@ TEST(FlatStore, FirstOfEqualKeysIsFoundInACrowdedBucket)
 TEST(FlatStore, KeyThatItsBucketListsTwiceIsRemoved)
 {
     const ImageBuilder whole = BuildFlat(CrowdedEntries(20));
-    Loaded flat(whole.With(whole.Offset("bucket identifiers") + 19 * 4, 0, 4));
+    Loaded flat(whole.With(whole.Offset("bucket identifiers") + 19 * std::size_t{4}, 0, 4));
     Set(flat, CrowdedKey(0).c_str(), u"a text in memory of its own");
     EXPECT_EQ(TextOf(flat, CrowdedKey(0)), u"a text in memory of its own");
     flat.RemoveString(CrowdedKey(0).c_str());

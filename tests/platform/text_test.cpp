@@ -289,7 +289,7 @@ String RandomPieces(const std::vector<String>& pieces, const std::vector<String>
 template <class Body> auto WithoutVectors(Body body)
 {
     platform::SetVectors(false);
-    const auto result = body();
+    auto result = body();
     platform::SetVectors(true);
     return result;
 }
