@@ -531,11 +531,11 @@ public:
         const Text shown =
             U_SecondsToDateTimeString(seconds, U_DateType_Long, U_DateTimeDisplay_Date, false);
         UErrorCode error = U_ZERO_ERROR;
-        thread_local const icu::LocalUDateFormatPointer tFormat(
+        static const icu::LocalUDateFormatPointer sFormat(
             udat_open(UDAT_NONE, UDAT_FULL, "en_US", u"UTC", -1, nullptr, 0, &error));
         UChar buffer[kRoom];
         const int32_t length =
-            udat_format(tFormat.getAlias(), date, buffer, kRoom, nullptr, &error);
+            udat_format(sFormat.getAlias(), date, buffer, kRoom, nullptr, &error);
         Require(U_SUCCESS(error) && shown == Text(buffer, buffer + length));
     }
 
