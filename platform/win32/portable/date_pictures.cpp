@@ -1,5 +1,6 @@
-// Date pictures (win32/locale.h) and ICU's patterns. Both quote alike: text between apostrophes
-// is literal, and two apostrophes are one.
+// Date pictures (win32/locale.h) and ICU's patterns. In both, text between apostrophes is literal,
+// and two apostrophes in such text are one. Outside of such text, two apostrophes are one in a
+// pattern, and an empty literal text in a picture.
 
 #include "locale.h"
 
@@ -51,7 +52,13 @@ public:
     std::vector<Piece> mPieces;
 };
 
-std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t))
+enum class DoubledQuote
+{
+    kIsLiteral,       // everywhere
+    kIsLiteralQuoted, // only between quotes
+};
+
+std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t), DoubledQuote doubled)
 {
     Pieces pieces;
     bool quoted = false;
@@ -65,7 +72,8 @@ std::vector<Piece> Split(std::u16string_view text, bool (*isField)(char16_t))
             else
                 pieces.AddText(unit);
         }
-        else if (i + 1 < text.size() && text[i + 1] == kQuote)
+        else if (i + 1 < text.size() && text[i + 1] == kQuote &&
+                 (quoted || doubled == DoubledQuote::kIsLiteral))
         {
             pieces.AddText(kQuote);
             ++i;
@@ -95,8 +103,8 @@ std::u16string Quoted(const std::u16string& text)
     return kQuote + WithDoubledQuotes(text) + kQuote;
 }
 
-// For a pattern, in which two quotes are one, inside of quotes and outside. So the quotes before
-// the first letter are doubled, and the quoted part starts at that letter.
+// For a pattern. The quotes before the first letter are doubled, and the quoted part starts at that
+// letter.
 std::u16string QuotedInPattern(const std::u16string& text)
 {
     const auto letter = std::find_if(text.begin(), text.end(), &IsLetter);
@@ -154,14 +162,23 @@ std::u16string PatternField(const Piece& piece, bool hasDayNumber)
 std::u16string PictureOf(std::u16string_view pattern)
 {
     std::u16string picture;
-    for (const Piece& piece : Split(pattern, &IsLetter))
-        picture += piece.mLetter ? PictureField(piece) : Quoted(piece.mText);
-    return picture;
+    std::u16string literal; // not yet in the picture
+    for (const Piece& piece : Split(pattern, &IsLetter, DoubledQuote::kIsLiteral))
+    {
+        literal += piece.mText;
+        const std::u16string field = PictureField(piece);
+        if (field.empty())
+            continue; // literal texts on both sides are one
+        picture += Quoted(literal) + field;
+        literal.clear();
+    }
+    return picture + Quoted(literal);
 }
 
 std::u16string PatternOf(std::u16string_view picture)
 {
-    const std::vector<Piece> pieces = Split(picture, &IsPictureLetter);
+    const std::vector<Piece> pieces =
+        Split(picture, &IsPictureLetter, DoubledQuote::kIsLiteralQuoted);
     const bool hasDayNumber = std::any_of(pieces.begin(), pieces.end(), &IsDayNumber);
     std::u16string pattern;
     for (const Piece& piece : pieces)
