@@ -17,7 +17,8 @@ WINDOW_PACKAGES := libsdl2-dev libsdl2-ttf-dev libfontconfig-dev fonts-dejavu-co
     fonts-vlgothic xvfb xdotool x11-apps
 
 BENCH_PACKAGES := libbenchmark-dev icu-devtools libfmt-dev libspdlog-dev libmimalloc2.0 \
-    libjemalloc2 libtcmalloc-minimal4 qtbase5-dev qttools5-dev-tools rapidjson-dev nlohmann-json3-dev
+    libjemalloc2 libtcmalloc-minimal4 qtbase5-dev qttools5-dev-tools rapidjson-dev nlohmann-json3-dev \
+    libxml2-dev
 
 PACKAGE_PACKAGES := debhelper doxygen libsdl2-dev libsdl2-ttf-dev libfontconfig-dev
 

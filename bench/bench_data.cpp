@@ -1,19 +1,22 @@
 // Variants, escaping and binary text.
 //
 // The peers: for variants, std::variant; for escaping, a plain copy of the text, which is its
-// floor, and pugixml's writer; for binary text, the loops that a user would write: over the C
-// library's functions, and over a table.
+// floor, pugixml's writer and libxml2's function; for binary text, the loops that a user would
+// write: over the C library's functions, and over a table.
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include <benchmark/benchmark.h>
+#include <libxml/entities.h>
+#include <libxml/xmlmemory.h>
 #include <pugixml.hpp>
 
 #include "U_Any.h"
@@ -107,6 +110,22 @@ void EscapeMarkedByPugi(benchmark::State& state)
         state.SkipWithError("escaped otherwise");
     for (auto _ : state)
         benchmark::DoNotOptimize(write().data());
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+// libxml2's function, which escapes quotation marks and carriage returns, too. The text has none.
+void EscapeMarkedByLibxml2(benchmark::State& state)
+{
+    const U_UTF8String text = MakeMarkedText();
+    const auto escape = [&text] {
+        return std::unique_ptr<xmlChar, xmlFreeFunc>(xmlEncodeSpecialChars(nullptr, text.c_str()),
+                                                     xmlFree);
+    };
+    const auto escaped = escape();
+    if (!escaped || U_EscapeBodyTextToSafeXML(text, false, false) != escaped.get())
+        state.SkipWithError("escaped otherwise");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(escape().get());
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
@@ -304,6 +323,7 @@ BENCHMARK(EscapePlain);
 BENCHMARK(CopyPlain);
 BENCHMARK(EscapeMarked);
 BENCHMARK(EscapeMarkedByPugi);
+BENCHMARK(EscapeMarkedByLibxml2);
 BENCHMARK(Encode<ByLibrary>);
 BENCHMARK(Encode<ByCLibrary>);
 BENCHMARK(Encode<ByTable>);

@@ -4,18 +4,26 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <future>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <sched.h>
+
 #include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
 
+#include <krobase/executor.h>
 #include <krobase/guid.h>
 #include <platform/control.h>
+#include <win32/message_queue.h>
+#include <win32/threads.h>
 
 #include "U_Alloc.h"
+#include "U_AnyTree.h"
 #include "U_Context.h"
 #include "U_Encoding.h"
 #include "U_Hog.h"
@@ -24,6 +32,7 @@
 #include "U_MemServices.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "U_Suspend.h"
 #include "U_ZString.h"
 
 namespace
@@ -257,15 +266,22 @@ void PostAndDisplay(benchmark::State& state)
     }
 }
 
+std::unique_ptr<U_ContextSetter> MakeSetter()
+{
+    return std::make_unique<U_ContextSetter>(U_Context::MakeNewContext());
+}
+
 // Threads that have used the library and wait.
 class WaitingThreads
 {
 public:
-    WaitingThreads(int count, void (*use)())
+    // `inContext`: each thread has a current context of its own.
+    WaitingThreads(int count, void (*use)(), bool inContext = false)
     {
         std::atomic<int> ready(0);
         for (int i = 0; i < count; ++i)
-            mThreads.emplace_back([this, use, &ready] {
+            mThreads.emplace_back([this, use, inContext, &ready] {
+                const auto setter = inContext ? MakeSetter() : nullptr;
                 use();
                 ++ready;
                 std::unique_lock<std::mutex> lock(mLock);
@@ -354,6 +370,161 @@ template <void use()> void BesideThreads(benchmark::State& state)
     }
 }
 
+// Each function below is called with a current context, on the measured and on the other threads.
+
+void NestSetter()
+{
+    const U_ContextSetter setter(U_Context::GetCurrent());
+}
+
+void CheckAbort()
+{
+    benchmark::DoNotOptimize(U_Context::CheckAbortAndFlushCompletionRoutines());
+}
+
+void Convert()
+{
+    static const U_UTF8String sText(100, 'x');
+    benchmark::DoNotOptimize(U_UTF8To16String(sText).data());
+}
+
+void WriteTree()
+{
+    U_AnyTree tree;
+    U_AnyTreeWrapper wrapper(tree);
+    wrapper.put("files", 12);
+    wrapper.put("scale", 0.5);
+    wrapper.put("open", true);
+    benchmark::DoNotOptimize(wrapper.GetAs_JSON().data());
+}
+
+template <void use()> void InContextBesideThreads(benchmark::State& state)
+{
+    const Library library;
+    const WaitingThreads threads(Number(state) - 1, use, true);
+    const auto setter = MakeSetter();
+    for (auto _ : state)
+        use();
+}
+
+typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> Executor;
+typedef boost::shared_ptr<krobase::threads::AsyncEventLoopAdaptor> Adaptor;
+
+// A thread that dispatches its messages.
+class EventLoop
+{
+public:
+    EventLoop()
+    {
+        std::promise<void> ready;
+        mThread = std::thread([this, &ready] {
+            mAdaptor = krobase::threads::CreateAsyncEventLoopAdaptor();
+            ready.set_value();
+            win32::MSG message;
+            while (win32::GetMessageW(&message, nullptr, 0, 0) > 0)
+                win32::DispatchMessageW(&message);
+        });
+        ready.get_future().wait();
+    }
+    ~EventLoop()
+    {
+        mAdaptor->Post(
+            [] { win32::PostThreadMessageW(win32::GetCurrentThreadId(), win32::kWmQuit, 0, 0); },
+            0);
+        mThread.join();
+    }
+
+    Adaptor mAdaptor;
+
+private:
+    std::thread mThread;
+};
+
+Executor sExecutor; // of the benchmark that runs, as the adaptor
+Adaptor sAdaptor;
+
+int Call(const Executor& executor)
+{
+    return U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor,
+                                                                         [] { return 7; });
+}
+
+int Call(const Adaptor& adaptor)
+{
+    return U_SuspendContext::NewSuspendContext()->CallOnEventLoopAdaptorExecutor(adaptor,
+                                                                                 [] { return 7; });
+}
+
+template <class Target> int PostAndWait(const Target& target)
+{
+    const auto result = std::make_shared<std::promise<int>>();
+    target->Post([result] { result->set_value(7); }, 0);
+    return result->get_future().get();
+}
+
+void CallExecutor()
+{
+    benchmark::DoNotOptimize(Call(sExecutor));
+}
+
+void CallEventLoop()
+{
+    benchmark::DoNotOptimize(Call(sAdaptor));
+}
+
+void PostToExecutor()
+{
+    benchmark::DoNotOptimize(PostAndWait(sExecutor));
+}
+
+void PostToEventLoop()
+{
+    benchmark::DoNotOptimize(PostAndWait(sAdaptor));
+}
+
+// Keeps the calling thread, and the threads that it starts, on one core for a scope.
+class OneCore
+{
+public:
+    OneCore()
+    {
+        sched_getaffinity(0, sizeof(mBefore), &mBefore);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+        sched_setaffinity(0, sizeof(one), &one);
+    }
+    ~OneCore() { sched_setaffinity(0, sizeof(mBefore), &mBefore); }
+    OneCore(const OneCore&) = delete;
+    OneCore& operator=(const OneCore&) = delete;
+
+private:
+    cpu_set_t mBefore;
+};
+
+// The processor time of the process is measured: both threads work for a call. They share a core,
+// since the time to wake another core differs by a factor of 8.
+template <void use()> void CallBesideThreads(benchmark::State& state)
+{
+    const OneCore core;
+    const Library library;
+    EventLoop loop;
+    sAdaptor = loop.mAdaptor;
+    sExecutor = krobase::threads::CreateAsyncThreadedExecutor(
+        "bench", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+    {
+        const WaitingThreads threads(Number(state) - 1, use, true);
+        const auto setter = MakeSetter();
+        if (Call(sExecutor) != 7 || Call(sAdaptor) != 7 || PostAndWait(sExecutor) != 7 ||
+            PostAndWait(sAdaptor) != 7)
+            state.SkipWithError("another result");
+        for (auto _ : state)
+            use();
+    }
+    sExecutor.reset();
+    sAdaptor.reset();
+}
+
 #define STATES Arg(0)->Arg(10)->Arg(100)->Arg(300)->Arg(1000)
 BENCHMARK(MakeContext)->Name("Growth/states/make and end a context")->STATES;
 BENCHMARK(ActivateContext)->Name("Growth/states/activate and deactivate")->STATES;
@@ -392,6 +563,23 @@ BENCHMARK_TEMPLATE(BesideThreads, UseRecycled)
 BENCHMARK_TEMPLATE(BesideThreads, LookUp)->Name("Growth/alive/English text of a ZString")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, Report)->Name("Growth/alive/posted report")->THREADS;
 BENCHMARK_TEMPLATE(BesideThreads, UseContext)->Name("Growth/alive/context")->THREADS;
+
+#define IN_CONTEXT(use, name)                                                                      \
+    BENCHMARK_TEMPLATE(InContextBesideThreads, use)->Name("Growth/alive-values/" name)->THREADS
+IN_CONTEXT(NestSetter, "nested setter");
+IN_CONTEXT(CheckAbort, "abort check");
+IN_CONTEXT(Convert, "100 units from UTF-8");
+IN_CONTEXT(WriteTree, "small tree as JSON");
+
+#define CALLED(use, name)                                                                          \
+    BENCHMARK_TEMPLATE(CallBesideThreads, use)                                                     \
+        ->Name("Growth/alive-calls/" name)                                                         \
+        ->MeasureProcessCPUTime()                                                                  \
+        ->THREADS
+CALLED(CallExecutor, "suspended call, executor");
+CALLED(CallEventLoop, "suspended call, event loop");
+CALLED(PostToExecutor, "posted function, executor");
+CALLED(PostToEventLoop, "posted function, event loop");
 } // namespace
 
 BENCHMARK_MAIN();

@@ -206,10 +206,10 @@ REPLACED(Jemalloc);
 REPLACED(Tcmalloc);
 
 // For the plots.
-#define GROWING_LIVE ArgsProduct({{64}, {100, 1000, 10000, 100000, kLiveBlocks}})->UseRealTime()
-BENCHMARK_TEMPLATE(ChurnAmongLive, Malloc)->Name("Growth/live/malloc")->GROWING_LIVE;
-BENCHMARK_TEMPLATE(ChurnAmongLive, Ptr)->Name("Growth/live/pointer")->GROWING_LIVE;
-BENCHMARK_TEMPLATE(ChurnAmongLive, Handle)->Name("Growth/live/handle")->GROWING_LIVE;
+#define GROWING_LIVE RangeMultiplier(10)->Range(100, kLiveBlocks)
+BENCHMARK_TEMPLATE(Replace, Malloc)->Name("Growth/live/malloc")->GROWING_LIVE;
+BENCHMARK_TEMPLATE(Replace, Ptr)->Name("Growth/live/pointer")->GROWING_LIVE;
+BENCHMARK_TEMPLATE(Replace, Handle)->Name("Growth/live/handle")->GROWING_LIVE;
 #define GROWING_THREADS Arg(1024)->ThreadRange(1, 8)->UseRealTime()
 BENCHMARK_TEMPLATE(Churn, Malloc)->Name("Growth/threads/malloc")->GROWING_THREADS;
 BENCHMARK_TEMPLATE(Churn, Ptr)->Name("Growth/threads/pointer")->GROWING_THREADS;

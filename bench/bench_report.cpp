@@ -1,18 +1,20 @@
 // Reports.
 //
-// The peers: the resolution of one of the texts of a report, and a logger of spdlog with a sink
-// that drops its lines.
+// The peers: the resolution of one of the texts of a report, and loggers of spdlog. As the library,
+// a logger gets a ready text, and its sink copies the line with the program's name, the severity
+// and the location.
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 #include <boost/thread/barrier.hpp>
-#include <spdlog/sinks/null_sink.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/ringbuffer_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -60,11 +62,6 @@ public:
     const U_UTF16String mText = U_AsciiToUTF16String(kText);
 };
 
-bool Begins(const std::string& text, const std::string& head)
-{
-    return text.compare(0, head.size(), head) == 0;
-}
-
 void Resolution(benchmark::State& state)
 {
     const Library library;
@@ -72,18 +69,26 @@ void Resolution(benchmark::State& state)
         benchmark::DoNotOptimize(U_ZStringToUTF16String("$$$/QX/U/qx_err_msg_order=@0@1"));
 }
 
+const std::string kLine =
+    "bench_report warning: " + std::string(kText) + "\t( 18 :: 52 )"; // of either log
+const std::string kCalledText = "bench_report: " + std::string(kText);
+
 void Unwanted(benchmark::State& state)
 {
     const Library library;
-    Up_SetInteract(0);
     sLogged.clear();
+    Up_SetInteract(U_u32(U_Sev_WARNING) << 16);
     U_ReportError(kLocation, U_Sev_WARNING, library.mText);
-    U_u32 count = 0;
-    U_GetHowManyErrors(&count);
-    if (count != 1 || !sLogged.empty())
-        state.SkipWithError("not counted, or logged");
+    if (sLogged != kLine)
+        state.SkipWithError("a wanted report has not the line");
+    sLogged.clear();
+    Up_SetInteract(0);
     for (auto _ : state)
         U_ReportError(kLocation, U_Sev_WARNING, library.mText);
+    U_u32 count = 0;
+    U_GetHowManyErrors(&count);
+    if (count != state.iterations() + 1 || !sLogged.empty())
+        state.SkipWithError("not counted, or logged");
 }
 
 // A warning whose one effect is its line in the log.
@@ -92,7 +97,7 @@ void Logged(benchmark::State& state)
     const Library library;
     Up_SetInteract(U_u32(U_Sev_WARNING) << 16);
     U_ReportError(kLocation, U_Sev_WARNING, library.mText);
-    if (!Begins(sLogged, "bench_report warning: " + std::string(kText)))
+    if (sLogged != kLine)
         state.SkipWithError("not the line");
     for (auto _ : state)
         U_ReportError(kLocation, U_Sev_WARNING, library.mText);
@@ -110,43 +115,105 @@ void Called(benchmark::State& state)
         },
         nullptr);
     U_ReportError(kLocation, U_Sev_INFO, library.mText);
-    if (sCalled != "bench_report: " + std::string(kText))
+    if (sCalled != kCalledText)
         state.SkipWithError("not the text");
     for (auto _ : state)
         U_ReportError(kLocation, U_Sev_INFO, library.mText);
 }
 
-// spdlog, with a level that drops the line or with a sink that drops the line. The line is checked
-// in a sink that keeps it.
-void LogBySpdlog(benchmark::State& state, spdlog::level::level_enum level)
+// Formats each line and copies it.
+class CopyingSink : public spdlog::sinks::base_sink<std::mutex>
 {
-    const auto kept = std::make_shared<spdlog::sinks::ringbuffer_sink_mt>(1);
-    spdlog::logger logger("bench_report", kept);
-    logger.set_level(level);
-    const std::string file = "hill.tif";
-    logger.warn("The file {} can't be read.", file);
-    const auto lines = kept->last_raw();
-    if (level > spdlog::level::warn
-            ? !lines.empty()
-            : lines.size() != 1 ||
-                  std::string(lines[0].payload.begin(), lines[0].payload.end()) != kText)
-        state.SkipWithError("not the line");
-    logger.sinks() = {std::make_shared<spdlog::sinks::null_sink_mt>()};
-    for (auto _ : state)
+public:
+    std::string mLine; // the latest one, without its line feed
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override
     {
-        benchmark::DoNotOptimize(&logger);
-        logger.warn("The file {} can't be read.", file);
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        mLine.assign(line.data(), line.size());
     }
-}
+    void flush_() override {}
+};
+
+// A logger of spdlog that writes the library's lines. The location is the source of a line.
+class SpdlogLogger
+{
+public:
+    explicit SpdlogLogger(const char* pattern)
+    {
+        mLogger.set_formatter(std::make_unique<spdlog::pattern_formatter>(
+            pattern, spdlog::pattern_time_type::local, ""));
+    }
+
+    void Log(spdlog::level::level_enum level) { mLogger.log(kSource, level, mText); }
+
+    const std::shared_ptr<CopyingSink> mSink = std::make_shared<CopyingSink>();
+    spdlog::logger mLogger{"bench_report", mSink};
+
+private:
+    static constexpr spdlog::source_loc kSource{"18", 52, ""};
+    const spdlog::string_view_t mText = kText;
+};
+
+const char kLinePattern[] = "%n %l: %v\t( %g :: %# )";
 
 void UnwantedBySpdlog(benchmark::State& state)
 {
-    LogBySpdlog(state, spdlog::level::err);
+    SpdlogLogger logger(kLinePattern);
+    logger.Log(spdlog::level::warn);
+    if (logger.mSink->mLine != kLine)
+        state.SkipWithError("a wanted line is another one");
+    logger.mSink->mLine.clear();
+    logger.mLogger.set_level(spdlog::level::err);
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(&logger);
+        logger.Log(spdlog::level::warn);
+    }
+    if (!logger.mSink->mLine.empty())
+        state.SkipWithError("logged");
+}
+
+void LogBySpdlog(benchmark::State& state, const char* pattern, spdlog::level::level_enum level,
+                 const std::string& line)
+{
+    SpdlogLogger logger(pattern);
+    logger.Log(level);
+    if (logger.mSink->mLine != line)
+        state.SkipWithError("not the line");
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(&logger);
+        logger.Log(level);
+    }
 }
 
 void LoggedBySpdlog(benchmark::State& state)
 {
-    LogBySpdlog(state, spdlog::level::warn);
+    LogBySpdlog(state, kLinePattern, spdlog::level::warn, kLine);
+}
+
+void CalledBySpdlog(benchmark::State& state)
+{
+    LogBySpdlog(state, "%n: %v", spdlog::level::info, kCalledText);
+}
+
+// Messages that are kept: as many as the library keeps between two displays.
+void PostedBySpdlog(benchmark::State& state)
+{
+    SpdlogLogger logger(kLinePattern);
+    const auto kept = std::make_shared<spdlog::sinks::ringbuffer_sink_mt>(kBatch);
+    logger.mLogger.sinks() = {kept};
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(&logger);
+        logger.Log(spdlog::level::info);
+    }
+    const auto last = kept->last_raw(1);
+    if (last.size() != 1 || last[0].payload != kText)
+        state.SkipWithError("not the message");
 }
 
 void Post(benchmark::State& state, U_u16 severity, U_u32 mask)
@@ -238,7 +305,9 @@ BENCHMARK(UnwantedBySpdlog);
 BENCHMARK(Logged);
 BENCHMARK(Called);
 BENCHMARK(LoggedBySpdlog);
+BENCHMARK(CalledBySpdlog);
 BENCHMARK(Posted);
+BENCHMARK(PostedBySpdlog);
 BENCHMARK(PostedWithLogLine);
 
 // The thread counts of the plot.

@@ -123,9 +123,9 @@ public:
     // half of a surrogate pair; boost::property_tree::ptree_error for text that is nested deeper
     // than U_MostJSONDepth. The members before the failure stay in the tree.
     //
-    // Failures: two forms of JSON end their object, and the members after them are not read: an
-    // empty name, and white space between the closing bracket of a nested value and the comma. Text
-    // that is not JSON is read leniently.
+    // Failures: an object ends at a member whose name is empty, and at white space between the
+    // closing bracket of a nested value and the next comma. The later members of that object are
+    // not read. Text that is not JSON is read leniently:
     // - The first character counts as the opening brace, whichever character it is. So the
     //   elements of an outermost array are added if they are objects or arrays.
     // - In an array, a name before a plain value is ignored, and a name before a nested value

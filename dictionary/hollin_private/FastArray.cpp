@@ -77,8 +77,8 @@ void IdBuckets::Append(std::uint32_t bucket, std::uint32_t id, const KeyAndValue
 void IdBuckets::Change(std::uint32_t bucket, const ByteRun& key, std::uint32_t id,
                        const KeyAndValue& runs)
 {
-    if (Bucket* const found = Find(bucket))
-        found->mIndex.Change(key, id, runs);
+    if (Find(bucket))
+        Make(bucket).mIndex.Change(key, id, runs);
 }
 
 void IdBuckets::Adopt(FileBuckets&& buckets)

@@ -66,8 +66,8 @@ public:
     template <class RunsOf>
     const KeyIndex* IndexOf(std::uint32_t bucket, const RunsOf& runsOf) const;
 
-    // Tells the index of the bucket that the runs of an identifier have changed. `key` is the key
-    // so far.
+    // Stores the changed key and value of an identifier in the index of the bucket, if the index is
+    // made. `key` is the key before the change.
     void Change(std::uint32_t bucket, const ByteRun& key, std::uint32_t id,
                 const KeyAndValue& runs);
 
@@ -90,13 +90,13 @@ private:
     static const std::uint32_t kPageCount = (kBucketCount + kPageSize - 1) / kPageSize;
 
     // Returns null if the page is not allocated.
-    Bucket* Find(std::uint32_t bucket) const
+    const Bucket* Find(std::uint32_t bucket) const
     {
         const std::unique_ptr<Bucket[]>& page = mPages[bucket / kPageSize];
         return page ? &page[bucket % kPageSize] : nullptr;
     }
 
-    // Allocates the page.
+    // Returns the bucket, and allocates its page if necessary.
     Bucket& Make(std::uint32_t bucket);
 
     std::unique_ptr<Bucket[]> mPages[kPageCount];

@@ -29,6 +29,10 @@ struct KeyAndValue
 // at once. With the four tables of the store between, 100,000 keys take 1.1 times as long, and
 // 500,000 keys 1.2 to 1.4 times.
 //
+// boost::unordered_flat_map is not used, since its metadata lie in an array of their own: each
+// look-up would wait for one cache line more. When Find came to wait for one line less, look-ups
+// among 20,000 to 500,000 keys took 0.64 to 0.79 of the time.
+//
 // Thread safety: IsMade, Find and Make may be called by many threads at once, but not beside
 // Insert, Change and Drop.
 class KeyIndex
@@ -70,8 +74,8 @@ public:
     // a larger one.
     void Insert(std::uint32_t id, const KeyAndValue& runs);
 
-    // Changes the runs of an identifier if there is a table, also of one that was inserted more
-    // than once. `key` is the key so far.
+    // If there is a table, changes the runs in each entry of the identifier, which may have been
+    // inserted more than once. `key` is the key before the change.
     void Change(const ByteRun& key, std::uint32_t id, const KeyAndValue& runs);
 
     void Drop() { delete[] mEntries.exchange(nullptr, std::memory_order_relaxed); }

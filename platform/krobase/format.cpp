@@ -61,9 +61,10 @@ public:
 
 private:
     // Prints the integer that is nearest to the value times a power of ten, which takes half as
-    // long as to_chars of a double. Returns false if it is open which integer is the nearest.
-    // Each half below kMost is a double, so a product that is rounded to another double is on the
-    // same side of the half as that double.
+    // long as to_chars of a double. Returns false, and prints nothing, for too many decimals, for a
+    // product of kMost or more, and for a product that is a half after rounding: the exact product
+    // may then lie on either side of the half. Any other rounded product lies on the same side of
+    // each half as the exact product, since each half below kMost is a double.
     bool PrintScaled(double value, std::size_t decimals)
     {
         const double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};

@@ -66,9 +66,13 @@ struct alignas(platform::kCacheLine) LocalBlocks
         return false;
     }
 
-    // A RecycledMemory object without its block, which the thread keeps for its next one.
-    // KeepObject returns false, and the caller frees the object, if the thread keeps one;
-    // TakeObject returns null if the thread keeps none. REQUIRES: run on the owner thread.
+    // The thread keeps the memory of one RecycledMemory object for its next object.
+    //
+    // KeepObject stores the memory. If memory is already stored, KeepObject returns false, and the
+    // caller frees the memory. TakeObject passes the stored memory to the caller, or returns null
+    // if there is none.
+    //
+    // REQUIRES: run on the owner thread; `object` is not null, and its destructor has run.
     bool KeepObject(void* object)
     {
         if (mObject)

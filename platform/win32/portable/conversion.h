@@ -88,7 +88,8 @@ template <class Source, class Output> struct Cursor
     Output mOutput;
 };
 
-// Converts the ASCII characters before the first other character or `stop`.
+// Converts ASCII characters up to the first other character, or up to `stop`, and returns the
+// position there.
 template <class Source, class Output>
 Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
 {
@@ -107,8 +108,9 @@ Cursor<Source, Output> PutAscii(Cursor<Source, Output> at, const Source* stop)
             at.mNext += kWord;
             continue;
         }
-        // At most kWord elements are unspecified. Three sources have at least one target, so the
-        // targets of three words overwrite these elements.
+        // PutHead writes kWord elements, of which those after the first `count` are unspecified. At
+        // least 3 * kWord sources must be left: these convert to at least kWord elements, since
+        // three sources have at least one target, and so overwrite the unspecified elements.
         if (stop - at.mNext < 3 * kWord)
             break;
         const std::size_t count = Word<Source>::AsciiHead(highBits);
