@@ -142,10 +142,10 @@ void U_Context::Activate()
 
 void U_Context::Deactivate()
 {
-    const U_i64 count = --mActiveCount;
-    if (ThreadContext() && (!IsThreadContext(this) || GetThreadID() != win32::GetCurrentThreadId()))
+    // Before the thread's context is read, since most setters are nested.
+    if (--mActiveCount != 0)
         return;
-    if (count != 0)
+    if (ThreadContext() && (!IsThreadContext(this) || GetThreadID() != win32::GetCurrentThreadId()))
         return;
     CallStates(&U_State::OnDeactivate);
     DetachContextTLS("Deactivate", mContextID);
