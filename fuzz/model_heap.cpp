@@ -28,8 +28,6 @@ int win32::GetProcessMemoryInfo(void*, PROCESS_MEMORY_COUNTERS*, unsigned int)
 
 namespace
 {
-const U_u64 kMostOfSmall = 80; // bytes of a recycled block, however small
-
 U_u64 sExternal = 0; // the bytes of the external manager
 krobase::utility::Guid sManager;
 int sHeapFailures = 0;
@@ -75,8 +73,8 @@ public:
         U_AccountFrameAllocation(-mFrames);
         U_PurgeRecycledMemory(~U_u64(0));
         U_FreePtr(U_AllocatePtrQuiet(2048)); // restarts the count of small blocks
-        Require(Stat(U_MemStat_InUse) == kBaseUse);
-        Require(Stat(U_MemStat_InUseWithoutFrames) == kBaseUse);
+        for (const U_u32 which : {U_MemStat_InUse, U_MemStat_InUseWithoutFrames})
+            Require(Stat(which) == kBaseUse);
     }
 
     void Check()
@@ -85,8 +83,8 @@ public:
         Require(U_GetRecycledMemorySize() == mModel.mPool);
         Limits limits;
         Require(U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum) == 0);
-        Require(limits.mPrepurge == mModel.InForce().mPrepurge);
-        Require(limits.mMaximum == mModel.InForce().mMaximum);
+        const Limits inForce = mModel.InForce();
+        Require(limits.mPrepurge == inForce.mPrepurge && limits.mMaximum == inForce.mMaximum);
         for (std::size_t hog = 0; hog < kHogs; ++hog)
         {
             Held held;
@@ -400,11 +398,9 @@ private:
     bool Allocate(Block& made, const char* name, bool clear)
     {
         const U_u64 charge = made.Charge();
-        bool fits = false;
-        if (made.mKind == kRecycled)
-            fits = mModel.Allocate(made.mSize, true, [] { return true; });
-        else
-            fits = mModel.AllocateInHeap(charge, charge);
+        const bool fits = made.mKind == kRecycled
+                              ? mModel.Allocate(made.mSize, true, [] { return true; })
+                              : mModel.AllocateInHeap(charge, charge);
         mReports += !fits && name && mModel.mIsReported;
         made.mAddress = NewBlock(made.mKind, made.mSize, name, clear, made.mHog);
         Require(fits == (made.mAddress != nullptr));
@@ -423,7 +419,7 @@ private:
         const U_u64 charge = MEM_GetMemUsage() - mModel.mTracked;
         const U_u64 bytes = charge - kRecycledHeader;
         const U_u64 wanted = block.mSize + kRecycledHeader;
-        Require(bytes >= wanted && bytes <= std::max(wanted + wanted * 2 / 5, kMostOfSmall));
+        Require(bytes >= wanted && bytes <= wanted + std::max<U_u64>(wanted * 2 / 5, 63));
         block.mRounding = charge - block.mSize;
         mModel.mTracked += charge;
         const bool isNew = U_GetRecycledMemorySize() == mModel.mPool;
