@@ -9,7 +9,7 @@
 #include <platform/control.h>
 
 #include "U_AnyTree.h"
-#include "json_form.h"
+#include "json.h"
 #include "library.h"
 #include "model.h"
 #include "second_thread.h"

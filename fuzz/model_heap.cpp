@@ -419,7 +419,7 @@ private:
         const U_u64 charge = MEM_GetMemUsage() - mModel.mTracked;
         const U_u64 bytes = charge - kRecycledHeader;
         const U_u64 wanted = block.mSize + kRecycledHeader;
-        Require(bytes >= wanted && bytes <= wanted + std::max<U_u64>(wanted * 2 / 5, 63));
+        Require(bytes >= wanted && bytes <= wanted + std::max<U_u64>(wanted * 41 / 100, 64));
         block.mRounding = charge - block.mSize;
         mModel.mTracked += charge;
         const bool isNew = U_GetRecycledMemorySize() == mModel.mPool;

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "U_AnyTree.h"
-#include "json_form.h"
+#include "json.h"
 #include "library.h"
 #include "model.h"
 
@@ -216,7 +216,7 @@ const double kDoubles[] = {0.0,
                            123456789.123456789,
                            HUGE_VAL,
                            -HUGE_VAL,
-                           std::numeric_limits<double>::quiet_NaN()};
+                           NAN};
 inline U_i64 TakeInteger(Choices& choices)
 {
     const std::size_t choice = choices.Below(16);
