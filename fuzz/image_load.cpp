@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include <hollin/ImageCheck.h>
+
 #include "load.h"
 
 namespace
@@ -22,6 +24,21 @@ std::unique_ptr<hollin::Dictionary> MakeDictionary(std::size_t kind)
         dictionary->RemoveString("/QX/U/Demo");
     }
     return dictionary;
+}
+
+// The load agrees with the check. A damaged image of version 2 changes nothing, and nor does an
+// image that is no image. Bases, and lines for a flat store, may be damage for a load only.
+void RequireResult(hollin::Dictionary& dictionary, std::size_t kind, bool isGood,
+                   const hollin::ImageReport& report)
+{
+    Require(kind ? !isGood || !report.mDamaged : isGood != report.mDamaged);
+    if (isGood || report.mForm == hollin::ImageReport::kText || report.mMajor == 1)
+        return;
+    const std::unique_ptr<hollin::Dictionary> before = MakeDictionary(kind);
+    RequireSameEntries(dictionary, *before);
+    Require(dictionary.GetString("$$$/a=") == before->GetString("$$$/a="));
+    Require(dictionary.GetComment("/a") == before->GetComment("/a"));
+    Require(dictionary.GetLanguage() == before->GetLanguage());
 }
 
 // Returns a key that a look-up finds, or an empty key.
@@ -61,7 +78,8 @@ void Change(hollin::Dictionary& dictionary, const char* key)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::unique_ptr<hollin::Dictionary> dictionary = MakeDictionary(size % 4);
-    Load(*dictionary, data, size);
+    const bool isGood = Load(*dictionary, data, size);
+    RequireResult(*dictionary, size % 4, isGood, hollin::CheckImage(data, size));
     dictionary->GetLanguage();
     const std::string key = Visit(*dictionary);
     if (!key.empty())

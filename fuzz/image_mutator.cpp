@@ -20,7 +20,8 @@ const char* const kLocales[] = {"en_US", "de", ""};
 class Mutator
 {
 public:
-    explicit Mutator(unsigned int seed) : mRandom(seed) {}
+    // `most` is the largest size of an image.
+    Mutator(unsigned int seed, std::size_t most) : mMost(most), mRandom(seed) {}
 
     // Returns a number below `limit`, or 0.
     std::uint32_t Below(std::size_t limit)
@@ -91,7 +92,8 @@ private:
 
     std::string SampleValue()
     {
-        return std::string(2 * Below(5), static_cast<char>('a' + Below(3)));
+        const std::size_t units = mMost > 4096 && OneIn(8) ? Below(mMost / 4) : Below(5);
+        return std::string(2 * units, static_cast<char>('a' + Below(3)));
     }
 
     void AddSlot(ImageForm& form, std::string key) // a copy: the key may be that of a slot
@@ -190,6 +192,7 @@ private:
         }
     }
 
+    const std::size_t mMost;
     std::minstd_rand mRandom;
 };
 } // namespace
@@ -197,7 +200,7 @@ private:
 std::size_t MutateImage(std::uint8_t* data, std::size_t size, std::size_t maxSize,
                         unsigned int seed)
 {
-    Mutator mutator(seed);
+    Mutator mutator(seed, maxSize);
     if (mutator.OneIn(16))
         return LLVMFuzzerMutate(data, size, maxSize);
     ImageForm form;

@@ -1,5 +1,7 @@
 // Does a load from a stream agree with a load from memory?
 
+#include <algorithm>
+#include <cstddef>
 #include <istream>
 #include <streambuf>
 
@@ -7,26 +9,28 @@
 
 namespace
 {
-// The bytes of an input. Gives them in two parts.
+// The bytes of an input. Gives them in parts of growing sizes.
 class Source : public std::streambuf
 {
 public:
     Source(const std::uint8_t* data, std::size_t size)
         : mBegin(const_cast<char*>(reinterpret_cast<const char*>(data))), mEnd(mBegin + size)
     {
-        setg(mBegin, mBegin, mBegin + size / 2);
+        setg(mBegin, mBegin, mBegin);
     }
 
 protected:
     int_type underflow() override
     {
-        setg(mBegin, gptr(), mEnd);
+        mPart = std::min<std::ptrdiff_t>(2 * mPart + 1, mEnd - gptr());
+        setg(mBegin, gptr(), gptr() + mPart);
         return gptr() == mEnd ? traits_type::eof() : traits_type::to_int_type(*gptr());
     }
 
 private:
     char* const mBegin;
     char* const mEnd;
+    std::ptrdiff_t mPart = 0;
 };
 } // namespace
 

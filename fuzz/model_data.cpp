@@ -1,181 +1,27 @@
 // Have variants and trees the values, children and JSON that a plain model has, after any calls?
 
-#include <charconv>
-#include <cmath>
-#include <cstdio>
-#include <limits>
-#include <optional>
+#include <cstdlib>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
+#include <platform/control.h>
+
 #include "U_AnyTree.h"
-#include "U_Encoding.h"
+#include "json.h"
 #include "library.h"
 #include "model.h"
 #include "second_thread.h"
+#include "value_model.h"
 
 namespace
 {
-typedef U_UTF16String Text;
-
-// Returns the longest number at the head of the text, without white space before it.
-std::string NumberOf(const std::string& text)
-{
-    const char* const kDigits = "0123456789";
-    const std::size_t begin = text.find_first_not_of(" \t\n\r");
-    if (begin == text.npos)
-        return {};
-    const auto skip = [&](std::size_t from, const char* set) {
-        return std::min(text.find_first_not_of(set, from), text.size());
-    };
-    const std::size_t sign = begin + (text[begin] == '-' || text[begin] == '+');
-    std::size_t end = skip(sign, kDigits);
-    std::size_t digits = end - sign;
-    if (end < text.size() && text[end] == '.')
-    {
-        const std::size_t fraction = skip(end + 1, kDigits);
-        digits += fraction - end - 1;
-        end = fraction;
-    }
-    if (!digits)
-        return {};
-    if (end < text.size() && (text[end] == 'e' || text[end] == 'E'))
-    {
-        const std::size_t exponent =
-            end + 1 + (end + 1 < text.size() && (text[end + 1] == '-' || text[end + 1] == '+'));
-        if (skip(exponent, kDigits) != exponent)
-            end = skip(exponent, kDigits);
-    }
-    return text.substr(begin, end - begin);
-}
-
-U_i64 Clamped(long double value)
-{
-    typedef std::numeric_limits<U_i64> Limits;
-    if (std::isnan(value))
-        return 0;
-    if (value >= static_cast<long double>(Limits::max()))
-        return Limits::max();
-    return value <= static_cast<long double>(Limits::min()) ? Limits::min()
-                                                            : static_cast<U_i64>(value);
-}
-
-// At most 9 decimals, without zeros at the end. With an exponent if there is no room.
-std::string NumberText(double value)
-{
-    char buffer[400];
-    if (std::isnan(value))
-        return "nan";
-    if (std::isinf(value))
-        return value < 0 ? "-inf" : "inf";
-    std::string text(buffer, static_cast<std::size_t>(
-                                 std::snprintf(buffer, sizeof buffer, "%.9f", value + 0.0)));
-    text.erase(text.find_last_not_of('0') + 1);
-    if (text.back() == '.')
-        text.pop_back();
-    if (text.size() <= 31)
-        return text;
-    return std::string(
-        buffer,
-        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr);
-}
-
-// The results of the conversions of a value. Without a result a conversion throws.
-struct Value
-{
-    U_Any::TypeEnum mKind = U_Any::kType_None;
-    std::optional<U_i64> mInteger = 0;
-    std::optional<double> mDouble = 0;
-    std::optional<Text> mText = Text();
-    bool mIsNumeric = false;
-
-    static Value OfInteger(U_Any::TypeEnum kind, U_i64 value, const std::string& text)
-    {
-        return {kind, value, static_cast<double>(value), Wide(text), kind == U_Any::kType_Int};
-    }
-
-    static Value OfDouble(double value)
-    {
-        const std::string text = NumberText(value) + (std::floor(value) == value ? ".0" : "");
-        return {U_Any::kType_Double, Clamped(value), value, Wide(text), true};
-    }
-
-    static Value OfText(U_Any::TypeEnum kind, const Text& text)
-    {
-        const std::string ascii(text.begin(), text.end()); // other units are no digits
-        const std::string number = NumberOf(ascii);
-        U_i64 integer = Clamped(number.empty() ? 0 : std::strtold(number.c_str(), nullptr));
-        if (ascii == "true" || ascii == "TRUE")
-            integer = 1;
-        const double real = number.empty() ? 0 : std::strtod(number.c_str(), nullptr);
-        const bool isNumeric =
-            !text.empty() && ascii.find_first_not_of("-.,0123456789") == std::string::npos;
-        return {kind, integer, real, text, isNumeric};
-    }
-
-    static Value Unreadable(U_Any::TypeEnum kind) { return {kind, {}, {}, {}, true}; }
-
-    static Value OfTree() { return {U_Any::kType_Tree, 0, 0.0, Wide("<tree>"), false}; }
-};
-
-template <typename Result, typename Call>
-void RequireResult(const std::optional<Result>& expected, const Call& call)
-{
-    try
-    {
-        const Result result = call();
-        Require(expected && (result == *expected || result != result));
-    }
-    catch (const boost::bad_any_cast&)
-    {
-        Require(!expected);
-    }
-}
-
-// Half of a surrogate pair becomes U+FFFD.
-Text Mended(const Text& text)
-{
-    return U_UTF8To16String(U_UTF16To8String(text));
-}
-
-void RequireJSON(const U_Any& real, const Value& value)
-{
-    const Text json = real.GetAs_JSON();
-    if (value.mKind == U_Any::kType_String || value.mKind == U_Any::kType_MBString)
-    {
-        Require(json.size() >= 2 && json.front() == '"' && json.back() == '"');
-        for (const U_u16 unit : json)
-            Require(unit >= ' ');
-        U_Any again(true);
-        again.SetFrom_JSON(json);
-        Require(again.GetType() == U_Any::kType_String &&
-                again.GetAs_Str() == Mended(*value.mText));
-        return;
-    }
-    if (value.mKind == U_Any::kType_Null)
-        Require(json == Wide("null"));
-    else
-        Require(json == (value.mKind == U_Any::kType_Tree ? Text() : *value.mText));
-}
-
-void RequireSame(const U_Any& real, const Value& value)
-{
-    Require(real.GetType() == value.mKind);
-    Require(real.IsNumeric() == value.mIsNumeric);
-    RequireResult(value.mInteger, [&] { return real.GetAs_int(); });
-    RequireResult(value.mDouble, [&] { return real.GetAs_double(); });
-    RequireResult(value.mText, [&] { return real.GetAs_Str(); });
-    if (!value.mText)
-        return;
-    Require(real.GetAs_bool() == (*value.mInteger != 0) && real.GetAs_Enum() == *value.mInteger);
-    Require(real.GetAs_MBStr() == U_UTF16ToMBString(*value.mText, false));
-    RequireJSON(real, value);
-}
+const char* const kKeys[] = {"a", "b", "c", "", "a.b", "a\"\\"};
 
 struct Node
 {
-    Value mValue = Value::OfInteger(U_Any::kType_Bool, 0, "false");
+    Value mValue = Value::Of(false);
     std::vector<std::pair<Text, Node>> mChildren;
 
     Node* Find(const Text& key)
@@ -249,6 +95,27 @@ struct Node
         }
     }
 
+    // The children as JSON.
+    // REQUIRES: IsReadable.
+    Text JSON() const
+    {
+        Text out;
+        for (const auto& [key, child] : mChildren)
+        {
+            out += Wide(&child == &mChildren[0].second ? "" : ",");
+            out += key.empty() ? Text() : Literal(key) + Wide(":");
+            if (child.mValue.mKind != U_Any::kType_Tree)
+                out += child.mValue.JSON();
+            else if (child.mChildren.empty())
+                out += Wide("null");
+            else if (child.IsArray())
+                out += Wide("[") + child.JSON() + Wide("]");
+            else
+                out += Wide("{") + child.JSON() + Wide("}");
+        }
+        return out;
+    }
+
     // Returns whether all values have a text.
     bool IsReadable() const
     {
@@ -261,33 +128,6 @@ struct Node
     }
 };
 
-// The children as JSON; the values are those of the library, which RequireSame checks.
-void WriteJSON(const U_AnyTree& real, const Node& node, Text& out)
-{
-    auto child = real.begin();
-    for (std::size_t i = 0; i < node.mChildren.size(); ++i, ++child)
-    {
-        const auto& [key, expected] = node.mChildren[i];
-        if (i)
-            out += ',';
-        if (!key.empty())
-            out += U_Any(key).GetAs_JSON() + Wide(":");
-        if (expected.mValue.mKind != U_Any::kType_Tree)
-        {
-            out += child->second.data().GetAs_JSON();
-            continue;
-        }
-        if (expected.mChildren.empty())
-        {
-            out += Wide("null");
-            continue;
-        }
-        out += expected.IsArray() ? '[' : '{';
-        WriteJSON(child->second, expected, out);
-        out += expected.IsArray() ? ']' : '}';
-    }
-}
-
 void RequireSame(const U_AnyTree& real, const Node& node)
 {
     RequireSame(real.data(), node.mValue);
@@ -298,138 +138,6 @@ void RequireSame(const U_AnyTree& real, const Node& node)
         Require(child->first == key);
         RequireSame(child->second, expected);
         ++child;
-    }
-}
-
-const char* const kTexts[] = {"",
-                              "true",
-                              "TRUE",
-                              "True",
-                              "false",
-                              "12",
-                              "-7",
-                              "1.5e2",
-                              " 42x",
-                              "1e99",
-                              "-.5",
-                              "1-2,3",
-                              "3.",
-                              "+8",
-                              "\"\\/\n",
-                              "null",
-                              "9223372036854775808",
-                              "-9223372036854775809",
-                              "0x10",
-                              "inf",
-                              "1e",
-                              "."};
-const U_i64 kIntegers[] = {
-    0, 1, -1, 12, 1ll << 40, std::numeric_limits<U_i64>::max(), std::numeric_limits<U_i64>::min()};
-const double kDoubles[] = {0.0,
-                           0.5,
-                           -2.7,
-                           2.0,
-                           1e9,
-                           1e21,
-                           1e22,
-                           1e35,
-                           1e300,
-                           -0.0,
-                           1e-12,
-                           -1e-12,
-                           123456789.123456789,
-                           HUGE_VAL,
-                           -HUGE_VAL,
-                           std::numeric_limits<double>::quiet_NaN()};
-const char* const kKeys[] = {"a", "b", "c", "", "a.b", "a\"\\"};
-
-U_i64 TakeInteger(Choices& choices)
-{
-    const std::size_t choice = choices.Below(16);
-    return choice < std::size(kIntegers) ? kIntegers[choice]
-                                         : static_cast<U_i64>(choices.Below(65536)) - 32768;
-}
-
-double TakeDouble(Choices& choices)
-{
-    const std::size_t choice = choices.Below(32);
-    return choice < std::size(kDoubles) ? kDoubles[choice]
-                                        : static_cast<double>(TakeInteger(choices)) / 64;
-}
-
-Text TakeText(Choices& choices)
-{
-    static const Text kWide[] = {{'e', 0xE9, 0x20AC}, {0xD83D, 0xDE00}, {0xD800, 'x'}, {1, 0x2028}};
-    const std::size_t choice = choices.Below(std::size(kTexts) + std::size(kWide));
-    return choice < std::size(kTexts) ? Wide(kTexts[choice]) : kWide[choice - std::size(kTexts)];
-}
-
-std::pair<U_Any, Value> TakeValue(Choices& choices)
-{
-    const auto integer = [](U_Any::TypeEnum kind, U_i64 value) {
-        return Value::OfInteger(kind, value, std::to_string(value));
-    };
-    const auto truth = [](U_i64 value) {
-        return Value::OfInteger(U_Any::kType_Bool, value, value ? "true" : "false");
-    };
-    const std::size_t sort = choices.Below(16);
-    switch (sort)
-    {
-    case 0:
-    {
-        const bool value = choices.Flag();
-        return {value, truth(value)};
-    }
-    case 1:
-    {
-        const int value = static_cast<int>(TakeInteger(choices));
-        return {value, integer(U_Any::kType_Int, value)};
-    }
-    case 2:
-    {
-        const U_i64 value = TakeInteger(choices);
-        return {value, integer(U_Any::kType_Int, value)};
-    }
-    case 3:
-    {
-        const double value = TakeDouble(choices);
-        return {value, Value::OfDouble(value)};
-    }
-    case 4:
-    {
-        const char* const text = choices.Of(kTexts);
-        return {choices.Flag() ? U_Any(text) : U_Any(boost::any(std::string(text))),
-                Value::OfText(U_Any::kType_MBString, Wide(text))};
-    }
-    case 5:
-    {
-        const int value = static_cast<int>(TakeInteger(choices));
-        return {boost::any(value), truth(value)};
-    }
-    case 6:
-    {
-        const short value = static_cast<short>(TakeInteger(choices));
-        return {boost::any(value), integer(U_Any::kType_Int, value)};
-    }
-    case 7:
-        return {boost::any(TakeInteger(choices) < 0 ? 1u : 2u),
-                Value::Unreadable(U_Any::kType_Int)};
-    case 8:
-        return {boost::any(1.5f), Value::Unreadable(U_Any::kType_Double)};
-    case 9:
-        return {boost::any(static_cast<void*>(nullptr)), {U_Any::kType_Null}};
-    case 10:
-        return {choices.Flag() ? boost::any('c') : boost::any(), {}};
-    case 11:
-        return {boost::any(U_AnyTree()), Value::OfTree()};
-    case 12:
-        return {U_Any(), truth(0)};
-    default:
-    {
-        const Text text = TakeText(choices);
-        return {sort == 13 ? U_Any(boost::any(text)) : U_Any(text),
-                Value::OfText(U_Any::kType_String, text)};
-    }
     }
 }
 
@@ -449,7 +157,7 @@ public:
                 key = Wide("long name");
             text += Wide(i ? "," : "");
             AddSpace(text);
-            text += U_Any(key).GetAs_JSON();
+            text += Literal(key, true);
             AddSpace(text);
             text += ':';
             AddMember(text, node, &key, depth);
@@ -483,37 +191,27 @@ private:
             return text;
         }
         const U_i64 integer = TakeInteger(mChoices);
-        const std::string digits = std::to_string(integer);
-        switch (sort)
-        {
-        case 0:
-            return Put(node, key, Value::OfInteger(U_Any::kType_Int, integer, digits), digits);
-        case 1:
-        {
-            const double value = std::strtod((digits + ".25").c_str(), nullptr);
-            return Put(node, key, Value::OfDouble(value), digits + ".25");
-        }
-        case 2:
-        {
-            const bool value = integer & 1;
-            const char* const word = value ? "true" : "false";
-            return Put(node, key, Value::OfInteger(U_Any::kType_Bool, value, word), word);
-        }
-        case 3:
+        Value value = Value::Of(integer);
+        if (sort == 1)
+            value = Value::Of(std::strtod((std::to_string(integer) + ".25").c_str(), nullptr));
+        if (sort == 2)
+            value = Value::Of((integer & 1) != 0);
+        if (sort == 3)
             return Wide("null");
+        Text written = *value.mText;
+        if (sort == 1)
+            written = Wide(std::to_string(integer) + ".25"); // all digits
+        if (sort == 4)
+        {
+            const Text text = TakeText(mChoices);
+            value = Value::OfText(U_Any::kType_String, Mended(text));
+            written = Literal(text, true);
         }
-        const Text text = Mended(TakeText(mChoices));
-        Put(node, key, Value::OfText(U_Any::kType_String, text), {});
-        return U_Any(text).GetAs_JSON();
-    }
-
-    static Text Put(Node& node, const Text* key, const Value& value, const std::string& text)
-    {
         if (key)
             node.Put(*key, value);
         else
             node.mChildren.push_back({Text(), {value, {}}});
-        return Wide(text);
+        return written;
     }
 
     void AddMember(Text& text, Node& node, const Text* key, int depth)
@@ -565,7 +263,7 @@ public:
         try
         {
             mValues[i].SetFrom_JSON(choice < std::size(kBad) ? Wide(kBad[choice])
-                                                             : U_Any(text).GetAs_JSON());
+                                                             : Literal(text, true));
             Require(choice >= std::size(kBad));
             mExpected[i] = Value::OfText(U_Any::kType_String, Mended(text));
         }
@@ -701,9 +399,7 @@ public:
         Text text;
         place.mNode->WriteText("", text);
         Require(wrapper.GetAs_Str() == text);
-        Text json = Wide("{");
-        WriteJSON(*place.mReal, *place.mNode, json);
-        Require(wrapper.GetAs_JSON() == json + Wide("}"));
+        Require(Canonical(wrapper.GetAs_JSON()) == Wide("{") + place.mNode->JSON() + Wide("}"));
         Node reverse;
         for (const auto& [key, child] : place.mNode->mChildren)
             reverse.At(*child.mValue.mText, true)->mValue = Value::OfText(U_Any::kType_String, key);
@@ -758,9 +454,7 @@ private:
     }
 
     U_Any mValues[3];
-    Value mExpected[3] = {Value::OfInteger(U_Any::kType_Bool, 0, "false"),
-                          Value::OfInteger(U_Any::kType_Bool, 0, "false"),
-                          Value::OfInteger(U_Any::kType_Bool, 0, "false")};
+    Value mExpected[3] = {Value::Of(false), Value::Of(false), Value::Of(false)};
     std::size_t mLast = 0; // used
     U_AnyTree mTrees[2];
     Node mNodes[2];
@@ -781,6 +475,12 @@ void ReadOnTwoThreads(Choices& choices)
     sSecond.RunBoth(read, read);
 }
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    platform::SetActiveCodePage(65001);
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {

@@ -1,25 +1,23 @@
 // Heap, budget and hogs: do blocks keep their bytes, is use right to the byte, is the host asked
 // for the right bytes, and does a refused call change nothing?
 
-#include <cstdlib>
-#include <cstring>
-#include <mutex>
+#include <algorithm>
+#include <map>
 
 #include <krobase/guid.h>
 #include <platform/control.h>
 #include <tolv/memory.h>
 #include <win32/process.h>
 
-#include "U_Alloc.h"
 #include "U_Budget.h"
-#include "U_Hog.h"
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "budget_model.h"
+#include "heap_block.h"
+#include "heap_threads.h"
 #include "library.h"
 #include "model.h"
-#include "second_thread.h"
 
 // Replaces the function of the platform library, since its figures take most of the time of a
 // purge and decide nothing.
@@ -30,135 +28,9 @@ int win32::GetProcessMemoryInfo(void*, PROCESS_MEMORY_COUNTERS*, unsigned int)
 
 namespace
 {
-const U_u64 kBaseUse = 100000; // at the start of each input
-const U_u64 kHogHeader = 16;
-const U_u64 kRecycledHeader = 16;
-const std::size_t kHogs = 2;
-const U_Status kProcedureFailure = 77;
-
-U_u32 sHogs[kHogs];
 U_u64 sExternal = 0; // the bytes of the external manager
 krobase::utility::Guid sManager;
 int sHeapFailures = 0;
-
-enum Kind
-{
-    kPointer,
-    kHandle,
-    kHogHandle,
-    kRecycled,
-    kKinds
-};
-
-struct Block
-{
-    void* Data() const
-    {
-        if (mKind == kHogHandle)
-            return static_cast<char*>(*static_cast<void**>(mAddress)) + kHogHeader;
-        return mKind == kHandle ? *static_cast<void**>(mAddress) : mAddress;
-    }
-
-    U_u64 Charge() const { return mSize + (mKind == kHogHandle ? kHogHeader : 0) + mRounding; }
-
-    void Fill(std::uint8_t byte)
-    {
-        mByte = byte;
-        std::memset(Data(), byte, mSize);
-    }
-
-    // The first `count` bytes are those of Fill.
-    void RequireBytes(U_u64 count) const
-    {
-        const std::uint8_t* const bytes = static_cast<const std::uint8_t*>(Data());
-        Require(!count || (bytes[0] == mByte && !std::memcmp(bytes, bytes + 1, count - 1)));
-    }
-
-    void RequireSound() const
-    {
-        U_u64 size = mSize;
-        U_u32 ofHandle = 0;
-        if (mKind == kPointer)
-            Require(U_GetPtrSize(mAddress, &size) == 0);
-        if (mKind == kHogHandle)
-            Require(U_GetHogHandleSize(static_cast<void**>(mAddress), &size) == 0);
-        if (mKind == kHandle || mKind == kHogHandle)
-            Require(U_GetHandleSize(static_cast<void**>(mAddress), &ofHandle) == 0 &&
-                    ofHandle == Charge());
-        Require(size == mSize);
-        RequireBytes(mSize);
-    }
-
-    // Returns whether there was a block.
-    bool Free()
-    {
-        if (!mAddress)
-            return false;
-        RequireSound();
-        void** const handle = static_cast<void**>(mAddress);
-        Require((mKind == kPointer     ? U_FreePtr(mAddress)
-                 : mKind == kHandle    ? U_FreeHandle(handle)
-                 : mKind == kHogHandle ? U_FreeHogHandle(handle)
-                                       : U_FreeRecycledPtr(mAddress)) == 0);
-        mAddress = nullptr;
-        return true;
-    }
-
-    Kind mKind = kPointer;
-    void* mAddress = nullptr; // of the block, or the handle
-    U_u64 mSize = 0;
-    U_u64 mRounding = 0; // of a recycled block, with the headers
-    std::uint8_t mByte = 0;
-    std::size_t mHog = 0;
-    unsigned mLocks = 0;
-};
-
-void* NewBlock(Kind kind, U_u64 size, const char* name, bool clear, std::size_t hog)
-{
-    if (kind == kHogHandle)
-    {
-        void** handle = nullptr;
-        const U_u32 flags = U_Hog_Clear * clear | U_Hog_Quiet * !name;
-        const U_Status status = U_NewHogHandle(sHogs[hog], 1, name, size, flags, &handle);
-        Require(status == (handle ? 0 : 4));
-        return handle;
-    }
-    if (kind == kRecycled)
-        return U_AllocateRecycledPtr(1, name, size);
-    if (kind == kPointer)
-        return name ? (clear ? U_AllocatePtrClear : U_AllocatePtr)(1, name, size)
-                    : (clear ? U_AllocatePtrClearQuiet : U_AllocatePtrQuiet)(size);
-    return name ? (clear ? U_AllocateHandleClear : U_AllocateHandle)(1, name, size)
-                : (clear ? U_AllocateHandleClearQuiet : U_AllocateHandleQuiet)(size);
-}
-
-// Returns the result of the call, and the address of a pointer that moved.
-U_Status Resize(Block& block, U_u64 size, const char* name)
-{
-    void** handle = static_cast<void**>(block.mAddress);
-    if (block.mKind == kHogHandle)
-        return U_ResizeHogHandle(1, name, size, handle);
-    if (block.mKind == kHandle)
-    {
-        const U_Status status = U_ResizeHandle(1, size, name, &handle);
-        Require(handle == block.mAddress);
-        return status;
-    }
-    void* pointer = block.mAddress;
-    const U_Status status =
-        name ? U_ResizePtr(1, size, name, &pointer) : U_ResizePtrQuiet(size, &pointer);
-    Require((status == 0) == (pointer != nullptr));
-    if (pointer)
-        block.mAddress = pointer;
-    return status;
-}
-
-U_u64 Stat(U_u32 which)
-{
-    U_u64 value = 0;
-    Require(U_GetMemoryStat(which, &value) == 0);
-    return value;
-}
 
 U_u32 Reports()
 {
@@ -196,14 +68,13 @@ public:
         sHeapFailures = 0;
         for (Block& block : mBlocks)
             Free(block);
-        for (void* cached : mCache)
-            U_FreePtr(cached);
+        mCache.FreeAll();
         U_AccountAllocation(-mCharged);
         U_AccountFrameAllocation(-mFrames);
         U_PurgeRecycledMemory(~U_u64(0));
         U_FreePtr(U_AllocatePtrQuiet(2048)); // restarts the count of small blocks
-        Require(Stat(U_MemStat_InUse) == kBaseUse);
-        Require(Stat(U_MemStat_InUseWithoutFrames) == kBaseUse);
+        for (const U_u32 which : {U_MemStat_InUse, U_MemStat_InUseWithoutFrames})
+            Require(Stat(which) == kBaseUse);
     }
 
     void Check()
@@ -212,27 +83,19 @@ public:
         Require(U_GetRecycledMemorySize() == mModel.mPool);
         Limits limits;
         Require(U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum) == 0);
-        Require(limits.mPrepurge == mModel.InForce().mPrepurge);
-        Require(limits.mMaximum == mModel.InForce().mMaximum);
+        const Limits inForce = mModel.InForce();
+        Require(limits.mPrepurge == inForce.mPrepurge && limits.mMaximum == inForce.mMaximum);
         for (std::size_t hog = 0; hog < kHogs; ++hog)
         {
-            U_u32 count = 0;
-            U_u32 bytes = 0;
+            Held held;
             for (const Block& block : mBlocks)
-            {
-                const bool isOfHog =
-                    block.mAddress && block.mKind == kHogHandle && block.mHog == hog;
-                count += isOfHog;
-                bytes += isOfHog ? static_cast<U_u32>(block.mSize) : 0;
-            }
-            U_u32 counted[2] = {};
-            Require(U_GetHogStats(sHogs[hog], &counted[0], &counted[1]) == 0);
-            Require(counted[0] == count && counted[1] == bytes);
+                held.Add(block, hog);
+            held.RequireStats(hog);
         }
         Require(mRequested == mModel.mRequests.size());
         Require(sHeapFailures == mModel.mHeapFailures);
         for (std::size_t place = 0; place < kCachePlaces; ++place)
-            Require(!mCache[place] == !mModel.mCache[place]);
+            Require(mCache.Has(place) == (mModel.mCache[place] != 0));
         Require(Reports() == mReports);
         mModel.mRequests.clear();
         mRequested = 0;
@@ -397,7 +260,7 @@ public:
     {
         const U_u64 size = 1 + SizeOfBlock(choices);
         mModel.FillCache(size);
-        FillRealCache(size);
+        mCache.Fill(size);
     }
 
     void FailHeap(Choices& choices)
@@ -484,20 +347,10 @@ public:
         const std::size_t failures = choices.Below(4);
         std::size_t attempts = 0;
         mModel.Allocate(size, recycled, [&] { return attempts++ >= failures; });
-        struct
-        {
-            std::size_t failures;
-            std::size_t attempts;
-        } host = {failures, 0};
-        const auto attempt = [](void* refcon, bool* okay) {
-            auto& self = *static_cast<decltype(host)*>(refcon);
-            Require(!*okay);
-            *okay = self.attempts++ >= self.failures;
-            return *okay ? 0 : kProcedureFailure;
-        };
-        const U_Status status = U_PurgeLoop(size, attempt, &host, recycled);
-        Require(host.attempts == attempts);
-        Require(status == (!attempts ? 4 : attempts > failures ? 0 : kProcedureFailure));
+        Procedure host{failures};
+        const U_Status status = U_PurgeLoop(size, &Procedure::Attempt, &host, recycled);
+        Require(host.mAttempts == attempts);
+        Require(status == (!attempts ? 4 : attempts > failures ? 0 : Procedure::kFailure));
     }
 
     void Statistics(Choices&)
@@ -505,16 +358,17 @@ public:
         if (mModel.mUsageFails)
             return;
         const Limits limits = mModel.InForce();
-        const U_u64 tracked = mModel.mTracked;
         Require(Stat(U_MemStat_InUse) == mModel.Use());
         Require(Stat(U_MemStat_RoomToPrepurge) == mModel.RoomUnder(limits.mPrepurge, true));
         Require(Stat(U_MemStat_RoomToMaximum) == mModel.RoomUnder(limits.mMaximum, true));
         Require(Stat(U_MemStat_RoomForRecycled) == mModel.RoomUnder(limits.mPrepurge, false));
-        Require(Stat(U_MemStat_InUseByLibrary) == tracked);
+        Require(Stat(U_MemStat_InUseByLibrary) == mModel.mTracked);
         U_i64 frames = mFrames;
         for (const Block& block : mBlocks)
-            frames +=
-                block.mAddress && block.mKind == kRecycled ? static_cast<U_i64>(block.Charge()) : 0;
+        {
+            if (block.mAddress && block.mKind == kRecycled)
+                frames += static_cast<U_i64>(block.Charge());
+        }
         mModel.CheckLowMemory();
         Require(Stat(U_MemStat_InUseWithoutFrames) == mModel.Use() - static_cast<U_u64>(frames));
     }
@@ -544,11 +398,9 @@ private:
     bool Allocate(Block& made, const char* name, bool clear)
     {
         const U_u64 charge = made.Charge();
-        bool fits = false;
-        if (made.mKind == kRecycled)
-            fits = mModel.Allocate(made.mSize, true, [] { return true; });
-        else
-            fits = mModel.AllocateInHeap(charge, charge);
+        const bool fits = made.mKind == kRecycled
+                              ? mModel.Allocate(made.mSize, true, [] { return true; })
+                              : mModel.AllocateInHeap(charge, charge);
         mReports += !fits && name && mModel.mIsReported;
         made.mAddress = NewBlock(made.mKind, made.mSize, name, clear, made.mHog);
         Require(fits == (made.mAddress != nullptr));
@@ -559,17 +411,23 @@ private:
         return fits;
     }
 
-    // The bytes of a recycled block are known when it is there.
+    // The charge is known when the block is there. New blocks of a size have one charge. A block of
+    // the pool may be larger.
     void TakeRounding(Block& block)
     {
+        static std::map<U_u64, U_u64> sOfNew; // bytes by size
         const U_u64 charge = MEM_GetMemUsage() - mModel.mTracked;
         const U_u64 bytes = charge - kRecycledHeader;
         const U_u64 wanted = block.mSize + kRecycledHeader;
-        Require(bytes >= wanted && bytes <= wanted + wanted * 2 / 5 + 64);
+        Require(bytes >= wanted && bytes <= wanted + std::max<U_u64>(wanted * 41 / 100, 64));
         block.mRounding = charge - block.mSize;
         mModel.mTracked += charge;
-        if (U_GetRecycledMemorySize() != mModel.mPool)
-            mModel.PurgePool(bytes); // taken from the pool
+        const bool isNew = U_GetRecycledMemorySize() == mModel.mPool;
+        const auto known =
+            isNew ? sOfNew.emplace(block.mSize, bytes).first : sOfNew.find(block.mSize);
+        Require(known == sOfNew.end() || (isNew ? known->second == bytes : known->second <= bytes));
+        if (!isNew)
+            Require(mModel.PurgePool(bytes) == bytes);
     }
 
     void Free(Block& block)
@@ -590,59 +448,12 @@ private:
         Require(blockRequest == expected.mBlock && amount == expected.mAmount);
         const std::vector<std::uint8_t>& answers = self.mModel.mAnswers;
         const unsigned answer = self.mAnswered < answers.size() ? answers[self.mAnswered++] : 0;
-        switch (answer % 8)
-        {
-        case kFreesTwo:
-            self.FreeCached();
-            self.FreeCached();
-            break;
-        case kSetsFlag:
-            *flag = true;
-            break;
-        case kSetsFlagAndFreesOne:
-            *flag = true;
-            self.FreeCached();
-            break;
-        case kFreesOne:
-            self.FreeCached();
-            break;
-        case kAllocates:
-            self.FillRealCache(BudgetModel::SizeOf(answer));
-            break;
-        case kPurgesPool:
-            U_PurgeRecycledMemory(answer * 64);
-            break;
-        case kFails:
-            return 9;
-        }
-        return 0;
-    }
-
-    void FreeCached()
-    {
-        const auto place =
-            std::find_if(mCache, mCache + kCachePlaces, [](void* cached) { return cached; });
-        if (place == mCache + kCachePlaces)
-            return;
-        U_FreePtr(*place);
-        *place = nullptr;
-    }
-
-    void FillRealCache(U_u64 size)
-    {
-        const auto freePlace = [this] { return std::find(mCache, mCache + kCachePlaces, nullptr); };
-        if (freePlace() == mCache + kCachePlaces)
-            return;
-        void* const cached = U_AllocatePtrQuiet(size);
-        if (freePlace() == mCache + kCachePlaces)
-            U_FreePtr(cached);
-        else
-            *freePlace() = cached;
+        return self.mCache.Answer(answer, flag);
     }
 
     BudgetModel mModel;
     Block mBlocks[kBlocks];
-    void* mCache[kCachePlaces] = {};
+    HostCache mCache;
     U_i32 mCharged = 0;
     U_i32 mFrames = 0;
     std::size_t mAnswered = 0;
@@ -658,106 +469,6 @@ constexpr void (Model::*kCalls[])(Choices&) = {
     &Model::PurgePool,   &Model::CheckLimit, &Model::Loop,      &Model::Statistics,
     &Model::SmallBlocks, &Model::FillPool};
 
-// A host on two threads: each has its own blocks, and either may be refused.
-class HostThread
-{
-public:
-    HostThread(Choices choices, bool isTight) : mChoices(choices), mIsTight(isTight) {}
-
-    void Run()
-    {
-        while (!mChoices.Empty())
-        {
-            Block& block = mBlocks[mChoices.Below(kBlocks)];
-            if (!block.mAddress)
-                New(block);
-            else if (mChoices.Flag())
-                block.Free();
-            else if (block.mKind != kRecycled)
-                ResizeOne(block);
-        }
-    }
-
-    // Adds the charges, the pool and the counts of the hog to the sums.
-    void AddTo(U_u64* charge, U_u32* count, U_u32* bytes) const
-    {
-        for (const Block& block : mBlocks)
-        {
-            const bool isHog = block.mAddress && block.mKind == kHogHandle;
-            *charge += block.mAddress ? block.Charge() : 0;
-            *count += isHog;
-            *bytes += isHog ? static_cast<U_u32>(block.mSize) : 0;
-        }
-    }
-
-    void FreeAll()
-    {
-        for (Block& block : mBlocks)
-            block.Free();
-    }
-
-private:
-    static const std::size_t kBlocks = 4;
-
-    // Under a tight limit all blocks are measured, and are compared with all of the use.
-    U_u64 Size() { return (mIsTight ? 2048 : 0) + mChoices.Size() % 30011; }
-
-    void New(Block& block)
-    {
-        block.mKind = static_cast<Kind>(mChoices.Below(mIsTight ? kRecycled : kHogHandle + 1));
-        block.mSize = Size();
-        block.mHog = 0;
-        block.mAddress = NewBlock(block.mKind, block.mSize, nullptr, mChoices.Flag(), 0);
-        if (block.mAddress)
-            block.Fill(mChoices.Byte());
-    }
-
-    void ResizeOne(Block& block)
-    {
-        const U_u64 size = Size();
-        const U_Status status = Resize(block, size, nullptr);
-        if (status)
-            return Require(status == 4), block.RequireSound();
-        block.RequireBytes(std::min(block.mSize, size));
-        block.mSize = size;
-        block.Fill(mChoices.Byte());
-    }
-
-    Choices mChoices;
-    const bool mIsTight;
-    Block mBlocks[kBlocks];
-};
-
-void RunTwoThreads(Choices& choices)
-{
-    static SecondThread second;
-    const bool isTight = choices.Flag();
-    const U_u64 maximum = kBaseUse + choices.Size();
-    static std::atomic<unsigned> sRequests{0};
-    if (isTight)
-        U_SetMemUsageLimits(kBaseUse, maximum);
-    U_SetPurgeRequestCallback(
-        [](void*, U_u64 request, U_u64 amount, bool*) {
-            ++sRequests;
-            return Require(request && amount), 0;
-        },
-        nullptr);
-    HostThread own(choices.Half(), isTight);
-    HostThread other(choices, isTight);
-    second.RunBoth([&] { own.Run(); }, [&] { other.Run(); });
-    U_u64 charge = kBaseUse;
-    U_u32 count = 0;
-    U_u32 bytes = 0;
-    U_u32 counted[2] = {};
-    own.AddTo(&charge, &count, &bytes);
-    other.AddTo(&charge, &count, &bytes);
-    Require(Stat(U_MemStat_InUse) == charge);
-    Require(!isTight || charge <= maximum);
-    Require(U_GetHogStats(sHogs[0], &counted[0], &counted[1]) == 0);
-    Require(counted[0] == count && counted[1] == bytes);
-    own.FreeAll();
-    other.FreeAll();
-}
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)

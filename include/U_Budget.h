@@ -41,7 +41,7 @@
 // - a recycled block, which is compared without the recycled pool;
 // - any block below the prepurge limit in force, if an override of the maximum is lower than
 //   that;
-// - the rounding of a recycled block, up to two fifths of the block;
+// - the rounding of a recycled block, up to 41 % of the block, or 64 bytes if that is more;
 // - a recycled block that another thread takes from the pool and returns during the
 //   comparison;
 // - a block that the heap refuses at the first attempt and allocates at a later one;

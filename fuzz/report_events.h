@@ -1,0 +1,125 @@
+// What reports cause, as texts: calls of callbacks, alerts and groups of messages.
+
+#ifndef FUZZ_REPORT_EVENTS_H
+#define FUZZ_REPORT_EVENTS_H
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "U_Interact.h"
+#include "U_Report.h"
+#include "second_thread.h"
+
+typedef std::vector<std::string> Events;
+
+const char kTag[] = "Grouped_Message_{";
+const U_u32 kStartMask = 0xFFBFFF9F;
+
+inline Events sEvents; // that happened
+
+inline SecondThread& Second()
+{
+    static SecondThread second;
+    return second;
+}
+
+inline std::string LocationText(U_u32 location)
+{
+    return location ? "( " + std::to_string(location >> 16) +
+                          " :: " + std::to_string(location & 0xFFFF) + " )"
+                    : "";
+}
+
+inline std::string Prefix(U_u16 severity)
+{
+    static const std::map<U_u16, const char*> sPrefixes = {
+        {U_Sev_MESSAGE, ""},
+        {U_Sev_INFO, "fuzz: "},
+        {U_Sev_WARNING, "fuzz warning: "},
+        {U_Sev_PROBLEM, "fuzz error: "},
+        {U_Sev_FATAL, "fuzz can\xE2\x80\x99t continue: "},
+        {U_Sev_DETAIL, "  "},
+        {U_Sev_DEBUG, "fuzz debug info: "},
+        {U_Sev_LEAK, "fuzz warning: "}};
+    const auto found = sPrefixes.find(severity);
+    return found == sPrefixes.end() ? "fuzzinvalid severity code: " : found->second;
+}
+
+struct Message
+{
+    U_u32 mLocation = 0;
+    U_u16 mSeverity = U_Sev_MESSAGE;
+    std::string mText; // with the prefix
+
+    bool operator==(const Message& other) const
+    {
+        return mLocation == other.mLocation && mSeverity == other.mSeverity && mText == other.mText;
+    }
+};
+
+inline std::string AlertEvent(unsigned flags, const std::string& text)
+{
+    return "alert " + std::to_string(flags) + " " + text;
+}
+
+inline std::string CallEvent(const char* callback, unsigned refcon, const Message& message)
+{
+    return callback + std::to_string(refcon) + LocationText(message.mLocation) + " " +
+           std::to_string(message.mSeverity) + " " + message.mText;
+}
+
+// The shown messages of some posted ones.
+inline std::vector<Message> Coalesced(const std::vector<Message>& posted)
+{
+    std::vector<Message> shown;
+    std::map<std::string, std::vector<Message>> groups;
+    for (Message message : posted)
+    {
+        const std::size_t tag = message.mText.find(kTag);
+        if (tag == std::string::npos)
+        {
+            shown.push_back(message);
+            continue;
+        }
+        const std::size_t end = message.mText.find('}');
+        const std::string prefix = message.mText.substr(0, tag ? tag - 1 : 0) + " ";
+        std::string key =
+            prefix + message.mText.substr(tag + sizeof(kTag) - 1, end - tag - sizeof(kTag) + 1);
+        const std::size_t separator = key.find("|||");
+        if (separator != std::string::npos)
+            key.insert(separator + 3, prefix);
+        message.mText.erase(0, end + 1);
+        groups[key].push_back(message);
+    }
+    for (const auto& [key, messages] : groups)
+    {
+        const std::size_t hash = key.find("###");
+        const std::string headings = key.substr(0, hash);
+        const std::size_t bar = headings.find("|||");
+        Message group = messages[0];
+        if (messages.size() == 1)
+            group.mText =
+                headings.substr(bar == std::string::npos ? 0 : bar + 3) + "\r\n\r\n" + group.mText;
+        else
+        {
+            std::string label = hash == std::string::npos ? "Errors:" : key.substr(hash + 3);
+            if (label.compare(0, 2, "@0") == 0)
+                label.erase(0, 3);
+            group = Message();
+            group.mText = headings.substr(0, bar) + "\r\n\r\n" + std::to_string(messages.size()) +
+                          " " + label;
+            for (std::size_t i = 0; i < messages.size(); ++i)
+            {
+                group.mText += "\r\n\r\n" + std::to_string(i + 1) + ")   " + messages[i].mText;
+                if (messages[i].mSeverity <= U_Sev_FATAL)
+                    group.mSeverity = std::max(group.mSeverity, messages[i].mSeverity);
+            }
+        }
+        shown.push_back(group);
+    }
+    return shown;
+}
+
+#endif
