@@ -117,6 +117,28 @@ TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed
     }
 }
 
+TEST(ImageView, FindsEachKeyAmongTheSlotsOfItsBucket)
+{
+    std::vector<ImageEntry> entries = CrowdedEntries(3);
+    entries.push_back({"/other", u"text"});
+    for (const bool bigEndian : {false, true})
+    {
+        FlatOptions options;
+        options.bigEndian = bigEndian;
+        const std::string image = BuildFlat(entries, options).Image();
+        const hollin::ImageView view(reinterpret_cast<const unsigned char*>(image.data()),
+                                     image.size());
+        ASSERT_TRUE(view.IsReadable());
+        EXPECT_EQ(view.Report().mLongestBucket, 3u);
+        for (std::uint32_t slot = 0; slot < entries.size(); ++slot)
+            EXPECT_EQ(view.Find(entries[slot].key), slot);
+        EXPECT_EQ(view.Find(CrowdedKey(9)), kNoId);
+        EXPECT_EQ(view.Find("/none"), kNoId);
+        EXPECT_EQ(view.SlotsIn(hollin::BucketOf(CrowdedKey(9))),
+                  (std::vector<std::uint32_t>{0, 1, 2}));
+    }
+}
+
 TEST(FlatStore, ReplacedTextIsTheNewOne)
 {
     Dictionary flat(true);

@@ -397,6 +397,24 @@ void ExpectBoundaries(unsigned int codePage, const Piece& text)
     });
 }
 
+TEST(Conversions, ReplaceLostCharactersByTheDefaultOfTheCaller)
+{
+    const std::tuple<unsigned int, const char*, std::string> kRows[] = {
+        {932, "\x81\x45", "a\x81\x45z"},
+        {932, "!", "a!z"},
+        {1252, "!", "a!z"},
+    };
+    for (const auto& [codePage, wanted, expected] : kRows)
+    {
+        char bytes[8];
+        int isUsed = 0;
+        const int count = win32::WideCharToMultiByte(codePage, 0, Units(u"a\u0E01z"), 3, bytes, 8,
+                                                     wanted, &isUsed);
+        EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(count)), expected) << wanted;
+        EXPECT_TRUE(isUsed) << wanted;
+    }
+}
+
 TEST(Conversions, WriteOnlyTheCharactersThatFit)
 {
     const Piece a = {"a", u"a"};
