@@ -15,10 +15,10 @@
 #include "U_Lifecycle.h"
 #include "indep/instrumentation/ScLogger.h"
 #include "tests/instrumentation/MemoryLogTest.h"
-#include "tests/malloc/Walk.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/system_calls/FailingCalls.h"
+#include "tests/walks/Walk.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "tests/malloc/Walk.h"
+#include "tests/walks/Walk.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -88,8 +88,7 @@ int LiveInAChild(const Failing& failing, long point, bool atDeath)
     if (code != 0)
     {
         // The errors of the memory log's file are those of the system.
-        const bool known =
-            code == 4 || code == 14 || code == ENOMEM || code == EMFILE;
+        const bool known = code == 4 || code == 14 || code == ENOMEM || code == EMFILE;
         const bool livesLater = U_Birth("Test Host", nullptr) == 0 && U_Death() == 0;
         return known && livesLater ? 4 : kOtherCode;
     }

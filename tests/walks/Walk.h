@@ -1,8 +1,8 @@
 // Walks over all points at which something below the library may fail: an allocation of the C
 // library, a call to the system.
 
-#ifndef TESTS_MALLOC_WALK_H
-#define TESTS_MALLOC_WALK_H
+#ifndef TESTS_WALKS_WALK_H
+#define TESTS_WALKS_WALK_H
 
 #include <functional>
 #include <string>
