@@ -49,3 +49,8 @@ TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     WalkOverALife(Failings());
 }
+
+TEST(MallocOverALife, FirstUsesFailAsPromisedAndThenSucceed)
+{
+    WalkFirstUses(TextOperations(), Failings());
+}

@@ -30,6 +30,10 @@ void WalkAll(const Operations& operations, const std::vector<Failing>& failings)
 // fails; a death must succeed.
 void WalkOverALife(const std::vector<Failing>& failings);
 
+// Runs each operation once for each point, which fails, as the first operation of a process. The
+// next run must succeed.
+void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings);
+
 // Drops what reports would show and log.
 void DropAlertsAndLogLines();
 
