@@ -5,12 +5,9 @@
 #include <vector>
 
 #include "tests/malloc/FailingMalloc.h"
-#include "tests/malloc/Walk.h"
 #include "tests/operations/Operations.h"
-#include "tests/operations/Texts.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
-#include "tests/support/Text.h"
+#include "tests/walks/Walk.h"
 
 namespace
 {
@@ -48,24 +45,12 @@ TEST_F(Malloc, CallsOfTheSystemFailAsPromised)
     WalkAll(SystemOperations(), Failings());
 }
 
-TEST_F(Malloc, ALanguageThatFailsToLoadIsLoadedByTheNextCall)
-{
-    DictionaryImage german = BinaryImage({{"/malloc/text", u"ein Text, der lang genug ist"}});
-    DictionaryImage lines = TextImage(u"\"$$$/malloc/line=eine Zeile mit einem langen Text\"\r\n");
-    WalkAll({{"an image", kCode4 | kBadAlloc,
-              [&](Own&) {
-                  return OfTextFrom(german, "$$$/malloc/text=x", "ein Text, der lang genug ist");
-              },
-              true},
-             {"lines", kCode4 | kBadAlloc,
-              [&](Own&) {
-                  return OfTextFrom(lines, "$$$/malloc/line=x", "eine Zeile mit einem langen Text");
-              },
-              true}},
-            Failings());
-}
-
 TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     WalkOverALife(Failings());
+}
+
+TEST(MallocOverALife, FirstUsesFailAsPromisedAndThenSucceed)
+{
+    WalkFirstUses(TextOperations(), Failings());
 }

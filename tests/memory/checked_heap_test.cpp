@@ -1,7 +1,10 @@
 // The checked heap: its settings, what holds after it was switched off, and a report in a lack of
 // memory.
 
+#include <cstddef>
 #include <cstring>
+#include <set>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +12,7 @@
 #include <platform/control.h>
 
 #include "U_Alloc.h"
+#include "tests/operations/Operations.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/NoMemory.h"
 
@@ -64,6 +68,32 @@ TEST_F(CheckedHeap, ASecondFreeAfterTheSwitchOffReadsNoUnmappedMemory)
     ASSERT_TRUE(platform::SetHeapChecks("0"));
     U_FreePtr(block);
     EXPECT_TRUE(mLog.Texts("HEAP_CHECK").empty());
+}
+
+// Small, medium and large blocks, whose memory a thread, all threads, and the system keep.
+TEST_F(CheckedHeap, FreedBlocksAreUsedAgainAndOverlapNoOther)
+{
+    const std::size_t kBlocks = 300;
+    ASSERT_TRUE(platform::SetHeapChecks("delay=0"));
+    for (const std::size_t size : {std::size_t(40), std::size_t(3000), std::size_t(40000)})
+    {
+        std::set<void*> addresses;
+        for (int round = 0; round < 3; ++round)
+        {
+            std::vector<void*> blocks;
+            for (std::size_t i = 0; i < kBlocks; ++i)
+            {
+                blocks.push_back(U_AllocatePtrQuiet(size));
+                std::memset(blocks.back(), static_cast<int>(i % 256), size);
+            }
+            for (std::size_t i = 0; i < kBlocks; ++i)
+                EXPECT_TRUE(IsFilled(blocks[i], static_cast<int>(i % 256), size));
+            addresses.insert(blocks.begin(), blocks.end());
+            for (void* const block : blocks)
+                U_FreePtr(block);
+        }
+        EXPECT_TRUE(platform::MemoryIsWatched() || addresses.size() < 2 * kBlocks) << size;
+    }
 }
 
 TEST(HeapCheckSettings, TextsThatAreNotUnderstoodChangeNothing)

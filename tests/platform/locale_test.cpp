@@ -143,6 +143,21 @@ TEST_F(Format, NumbersAreRead)
         expectRead(none, -1, -1);
 }
 
+TEST_F(Format, NumbersAreReadWithTheUsersMarks)
+{
+    const std::tuple<const char*, const char*, double> rows[] = {
+        {"en_US", "1,234,567.25", 1234567.25}, {"de_DE", "1.234.567,25", 1234567.25},
+        {"de_DE", "1,234.5", 1.234},           {"en_US", "1e1,5", 10},
+        {"en_US", "-1,5.5e1", -155},           {"de_DE", ".5", -1}};
+    for (const auto& [locale, text, number] : rows)
+    {
+        platform::SetUserLocale(locale);
+        double read = -1;
+        StringToNumber(read, Wide(text), 0);
+        EXPECT_EQ(read, number) << text;
+    }
+}
+
 TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
     const std::tuple<const char*, std::u16string, const char*> rows[] = {

@@ -456,6 +456,20 @@ TEST(Conversions, IncludeTheTerminatorWithoutACount)
     EXPECT_EQ(std::string(bytes, 6), std::string("a\xE3\x81\x82\0#", 6));
 }
 
+TEST(Conversions, WriteTheCallersDefaultCharacter)
+{
+    const std::tuple<unsigned int, const char*, std::string> kRows[] = {
+        {1252, "#", "a#"}, {932, "#", "a#"}, {932, "\x81\x45", "a\x81\x45"}};
+    for (const auto& [page, wanted, expected] : kRows)
+    {
+        char bytes[8] = "";
+        int isUsed = 0;
+        win32::WideCharToMultiByte(page, 0, Units(u"a\u0E01"), 2, bytes, 8, wanted, &isUsed);
+        EXPECT_EQ(bytes, expected) << page;
+        EXPECT_TRUE(isUsed);
+    }
+}
+
 TEST(Conversions, RefuseArgumentsWithAnErrorOfTheirOwn)
 {
     unsigned short units[8];

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <krobase/text.h>
+
 #include "U_Interact.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/CodeThrown.h"
@@ -219,6 +221,7 @@ TEST(Encoding, ByteTypesFollowTheCodePageOrTheScript)
 TEST(Encoding, UTF16IsCutAtCharacters)
 {
     U_UTF16String text = Units(u"a\U0001F600b\U0001F600");
+    EXPECT_EQ(krobase::utility::TruncateStringToNumChars(text, 2, true), Units(u"a\U0001F600"));
     U_TruncateStringToNumChars(&text, 5);
     EXPECT_EQ(text, Units(u"a\U0001F600b"));
     U_TruncateStringToByteSize(&text, 7);

@@ -1,6 +1,9 @@
 #include <win32/process.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -42,12 +45,47 @@ bool ReadStatusFigures(StatusFigure* figures, std::size_t count)
     if (!status)
         return false;
     char line[128];
-    while (std::fgets(line, sizeof(line), status.get()))
+    do
     {
-        for (std::size_t i = 0; i < count; ++i)
-            ParseLine(line, figures[i]);
-    }
+        std::clearerr(status.get());
+        while (std::fgets(line, sizeof(line), status.get()))
+        {
+            for (std::size_t i = 0; i < count; ++i)
+                ParseLine(line, figures[i]);
+        }
+    } while (std::ferror(status.get()) && errno == EINTR);
     return !std::ferror(status.get());
+}
+
+// A file of the C library that drops no text when a signal interrupts a write. The C library's own
+// files drop the text of their buffer.
+void* CookieOf(int descriptor)
+{
+    return reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
+}
+
+int DescriptorOf(void* cookie)
+{
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+}
+
+// Returns a lower count than `size` after an error.
+ssize_t WriteAll(void* cookie, const char* text, std::size_t size)
+{
+    std::size_t count = 0;
+    while (count < size)
+    {
+        const ssize_t written = write(DescriptorOf(cookie), text + count, size - count);
+        if (written < 0 && errno != EINTR)
+            break;
+        count += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+    }
+    return static_cast<ssize_t>(count);
+}
+
+int CloseLog(void* cookie)
+{
+    return close(DescriptorOf(cookie));
 }
 } // namespace
 
@@ -119,8 +157,11 @@ std::FILE* OpenPrivateLog(const char* path)
     const mode_t kForThisUser = 0600;
     const int descriptor =
         open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, kForThisUser);
-    std::FILE* const file = descriptor < 0 ? nullptr : fdopen(descriptor, "a");
-    if (!file && descriptor >= 0)
+    if (descriptor < 0)
+        return nullptr;
+    const cookie_io_functions_t functions = {nullptr, &WriteAll, nullptr, &CloseLog};
+    std::FILE* const file = fopencookie(CookieOf(descriptor), "a", functions);
+    if (!file)
         close(descriptor);
     return file;
 }

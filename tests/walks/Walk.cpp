@@ -1,4 +1,4 @@
-#include "tests/malloc/Walk.h"
+#include "tests/walks/Walk.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -98,16 +98,37 @@ int LiveInAChild(const Failing& failing, long point, bool atDeath)
     const ScFailing scope(failing, point);
     return U_Death() ? kDeathFailed : 0;
 }
-// Returns the count of points that failed. The child must exit with one of the codes.
-long WalkInChildren(const Failing& failing, bool atDeath, const std::string& codes)
+
+// Returns 0 if the first run of the operation in this process ends as promised, and the next one
+// succeeds.
+int RunFirst(const Operation& operation, const Failing& failing, long point)
+{
+    if (U_Birth("Test Host", nullptr) != 0)
+        return kOtherCode;
+    const ScOperations registered;
+    Own own(1);
+    Outcome outcome = kWrong;
+    {
+        const ScFailing scope(failing, point);
+        outcome = OutcomeOf(operation, own);
+    }
+    const bool isAsPromised = outcome & (operation.failures | kRight);
+    return isAsPromised && OutcomeOf(operation, own) == kRight ? 0 : kOtherCode;
+}
+
+// Calls run(point) in a child process once for each point. Returns the count of points that failed.
+// The child must exit with one of the codes, which `run` returns.
+template <class Run>
+long WalkInChildren(const Failing& failing, const std::string& name, const std::string& codes,
+                    Run run)
 {
     for (long point = 1; point < kMostPoints; ++point)
     {
-        SCOPED_TRACE(testing::Message() << point << (atDeath ? ", at death" : ", at birth"));
+        SCOPED_TRACE(testing::Message() << name << ", " << failing.name << ", point " << point);
         const pid_t child = fork();
         if (!child)
         {
-            const int code = LiveInAChild(failing, point, atDeath);
+            const int code = run(point);
             _exit(code | (failing.hasFailed() ? kHasFailed : 0));
         }
         int status = 0;
@@ -155,12 +176,33 @@ void WalkOverALife(const std::vector<Failing>& failings)
     std::filesystem::create_directory(logs);
     SetMemoryLogFolder(logs);
     AskForMemoryLog("true", "1");
+    long points = 0;
     for (const Failing& failing : failings)
     {
-        SCOPED_TRACE(failing.name);
-        EXPECT_GT(WalkInChildren(failing, false, "04") + WalkInChildren(failing, true, "0"), 0);
+        for (const bool atDeath : {false, true})
+            points +=
+                WalkInChildren(failing, atDeath ? "death" : "birth", atDeath ? "0" : "04",
+                               [&](long point) { return LiveInAChild(failing, point, atDeath); });
     }
+    EXPECT_GT(points, 0);
     std::filesystem::remove_all(logs);
+}
+
+void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings)
+{
+    long points = 0;
+    DropAlertsAndLogLines();
+    for (const Operation& operation : operations)
+    {
+        for (const Failing& failing : failings)
+        {
+            if (operation.name != failing.leftOut)
+                points += WalkInChildren(failing, operation.name, "0", [&](long point) {
+                    return RunFirst(operation, failing, point);
+                });
+        }
+    }
+    EXPECT_GT(points, 0);
 }
 
 void DropAlertsAndLogLines()

@@ -1,8 +1,8 @@
 // Walks over all points at which something below the library may fail: an allocation of the C
 // library, a call to the system.
 
-#ifndef TESTS_MALLOC_WALK_H
-#define TESTS_MALLOC_WALK_H
+#ifndef TESTS_WALKS_WALK_H
+#define TESTS_WALKS_WALK_H
 
 #include <functional>
 #include <string>
@@ -29,6 +29,10 @@ void WalkAll(const Operations& operations, const std::vector<Failing>& failings)
 // is on, and a report waits to be shown at death. A birth that fails must succeed once nothing
 // fails; a death must succeed.
 void WalkOverALife(const std::vector<Failing>& failings);
+
+// Runs each operation once for each point, which fails, as the first operation of a process. The
+// next run must succeed.
+void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings);
 
 // Drops what reports would show and log.
 void DropAlertsAndLogLines();
