@@ -1,6 +1,5 @@
 #include <win32/process.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -76,9 +75,10 @@ ssize_t WriteAll(void* cookie, const char* text, std::size_t size)
     while (count < size)
     {
         const ssize_t written = write(DescriptorOf(cookie), text + count, size - count);
-        if (written < 0 && errno != EINTR)
+        if (written > 0)
+            count += static_cast<std::size_t>(written);
+        else if (written == 0 || errno != EINTR)
             break;
-        count += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     }
     return static_cast<ssize_t>(count);
 }
