@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hollin/TextFormReader.h>
 #include <hollin_private/Expansion.h>
 #include <platform/control.h>
 
@@ -73,26 +72,6 @@ TEST(TextForm, LineHoldsAKeyAndAValue)
         for (const Way way : kWays)
             EXPECT_EQ(LoadedTexts(TextBytes(line), way), (KeyedTexts{{key, value}})) << key;
     }
-}
-
-TEST(TextForm, AReaderNamesThePartsOfEachLine)
-{
-    const std::string text = "key=value\n\nalone\n$=x\n";
-    hollin::TextFormReader reader(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-    const std::tuple<std::uint64_t, std::string, bool, bool> rows[] = {
-        // number, key, has an equals sign, is wrong
-        {1, "key", true, false},
-        {3, "alone", false, false},
-        {4, "", false, true},
-    };
-    hollin::TextLine line;
-    for (const auto& [number, key, hasEquals, isWrong] : rows)
-    {
-        ASSERT_TRUE(reader.Next(&line));
-        EXPECT_EQ(std::tuple(line.mNumber, line.mKey, line.mHasEquals, line.mProblem != nullptr),
-                  std::tuple(number, key, hasEquals, isWrong));
-    }
-    EXPECT_FALSE(reader.Next(&line));
 }
 
 TEST(TextForm, EveryLineEndEndsALine)
