@@ -149,19 +149,6 @@ class Get(Case):
             out = self.run_tool("get", "--apply-markers", self.file("image", content), *entries).out
             self.assertEqual(out.decode().splitlines(), [shown for _, shown in entries.values()])
 
-    def test_every_form_and_the_image_in_its_file_have_the_same_texts(self):
-        entries = [(key, text) for key, text in ENTRIES if "=" not in key and text != "\ud83d"]
-        big = flat(entries, big=True)
-        self.file("image", big)
-        for key, _ in entries:
-            in_file = self.run_tool("get", self.path("image"), "--", key).out
-            self.assertEqual(in_file, self.run_tool("get", "-", "--", key, stdin=big).out)
-            self.assertEqual(in_file, self.run_tool("get", "-", "--", key,
-                                                    stdin=legacy(entries, 5)).out)
-        for cut in range(21, len(big)):
-            self.file("cut", big[:cut])
-            self.assertEqual(self.run_tool("get", self.path("cut"), "/menu/file", status=1).out, b"")
-
 
 class Keys(Case):
     def test_the_keys_of_all_files_are_listed_once(self):
@@ -272,10 +259,6 @@ class Merge(Case):
         flat_out = self.compiled(self.dumped(self.content("out"), "--comments"), "--comments",
                                  "--big-endian", "--locale", "fr_FR")
         self.assertEqual(flat_out, flat(expected, big=True, locale="fr_FR"))
-
-    def test_a_lone_comment_stays_with_its_entry(self):
-        entries = [("/a", "1"), ("/b", "2"), ("/c", "3", "note")]
-        self.assertEqual(self.run_tool("merge", "-", stdin=flat(entries)).out, flat(entries))
 
     def test_a_failed_file_stops_the_merge(self):
         good, bad = self.file("good", IMAGE[False]), self.file("bad", IMAGE[False][:80])
