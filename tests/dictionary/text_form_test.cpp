@@ -74,24 +74,6 @@ TEST(TextForm, LineHoldsAKeyAndAValue)
     }
 }
 
-TEST(TextForm, EveryLineEndEndsALine)
-{
-    using namespace std::string_literals;
-    const KeyedTexts both = {{"a", u"1"}, {"b", u"2"}};
-    for (const std::u16string& end :
-         {u"\n"s, u"\r"s, u"\r\n"s, u"\n\n\r\r"s, u"\x2028"s, u"\x2029"s, u"\0"s})
-    {
-        const std::u16string text =
-            u"a=1" + end + u"b=2\n\0c=3"s; // a NUL at the start of a line ends the text
-        for (const bool bigEndian : {false, true})
-            EXPECT_EQ(LoadedTexts(TextBytes(text, bigEndian)), both);
-        if (end < u"\x2028")
-        {
-            EXPECT_EQ(LoadedTexts(std::string(text.begin(), text.end())), both);
-        }
-    }
-}
-
 TEST(TextForm, EncodingsGiveTheSameTexts)
 {
     for (const Way way : kWays)

@@ -278,16 +278,10 @@ TEST_F(SubString, ArgumentsFillPlaceholders)
 TEST_F(SubString, IntegersOfEitherWidthFillPlaceholders)
 {
     ExpectTexts({
-        {Filled("^L1", std::numeric_limits<int>::min()), "-2147483648"},
-        {Filled("^L1", 0xFFFFFFFFu), "-1"},               // as "%i" prints it
-        {Filled("^L1", U_i64(1) << 40), "1099511627776"}, // not cut to 32 bits
+        {Filled("^L1", 0xFFFFFFFFu), "-1"}, // as "%i" prints it
         {Filled("^B1", 0xFFFFFFFFu), "4294967295"},
-        {Filled("^B1", U_i64(1) << 40), "1099511627776"},
         {Filled("^B1", ~U_u64(0)), "-1"},
         {Filled("^B1", std::numeric_limits<U_i64>::min()), "-9223372036854775808"},
-        {Filled("^F1", 0.5), "0.5"},
-        {Filled("^F1", 2), "2"},
-        {Filled("^F1", U_i64(1) << 40), "1099511627776"},
     });
 }
 
@@ -379,8 +373,6 @@ TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
 {
     const char* const kNone = nullptr;
     const U_u16* const kNoUnits = nullptr;
-    EXPECT_EQ(Refused("^1", 5), 3);
-    EXPECT_EQ(Refused("^L1", "a"), 3);
     EXPECT_EQ(Refused("^B1", 0.5), 3);
     EXPECT_EQ(Refused("^F1", "a"), 3);
     EXPECT_EQ(Refused("^1 ^2", "a", kNone), 3);
