@@ -9,6 +9,7 @@
 
 #include <hollin/ImageView.h>
 
+#include "fuzz/image_form.h"
 #include "tests/dictionary/Loading.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
@@ -69,33 +70,12 @@ std::vector<ImageEntry> CrowdedEntries(unsigned count)
 // The file names the key's bucket, too, with no key in it.
 TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed)
 {
-    std::string other = "/other";
-    for (int number = 0; hollin::BucketOf(other) <= hollin::BucketOf("/a"); ++number)
-        other = "/o" + std::to_string(number);
-    std::string image = "ZString Binary Format";
-    const auto put = [&](std::size_t value, int bytes) {
-        for (; bytes > 0; --bytes, value >>= 8)
-            image += static_cast<char>(value & 0xFF);
-    };
-    put(0x0702, 4); // version 2.7, and no flags
-    put(0, 8);
-    image += 'Y';
-    put(1, 4); // key
-    put(1, 4); // identifier
-    put(2, 4); // buckets
-    put(other.size(), 4);
-    put(2, 4);
-    put(0, 4); // where the key is, and its bytes
-    put(other.size(), 2);
-    put(0, 4); // where the text is, and its bytes
-    put(2, 2);
-    image += other;
-    put('b', 2);
-    put(hollin::BucketOf("/a"), 2);
-    put(hollin::BucketOf(other), 2);
-    put(0, 4); // identifiers in each bucket
-    put(1, 4);
-    put(0, 8); // the identifier, and no comments
+    ImageForm form;
+    form.mSlots.push_back({"/other", "bb", "", false});
+    form.AddToBucket(0);
+    ASSERT_NE(hollin::BucketOf("/other"), hollin::BucketOf("/a"));
+    form.mBuckets[static_cast<std::uint16_t>(hollin::BucketOf("/a"))] = {};
+    const std::string image = WriteForm(form);
 
     bool failed = true;
     for (long nth = 1; failed; ++nth)
@@ -109,9 +89,8 @@ TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed
         }
         if (!failed)
             break;
-        flat.LoadFromMemory(reinterpret_cast<const unsigned char*>(image.data()),
-                            static_cast<int>(image.size()), false);
-        ASSERT_NE(flat.GetId(other.c_str()), kNoId);
+        Load(flat, image);
+        ASSERT_NE(flat.GetId("/other"), kNoId);
         Set(flat, "/a", u"new");
         EXPECT_TRUE(flat.HasString("/a"));
     }

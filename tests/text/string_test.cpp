@@ -3,6 +3,7 @@
 #include "U_String.h"
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -33,13 +34,11 @@ std::ptrdiff_t Offset(const std::string& text, const char* match)
 TEST(String, CopiesWriteNothingBeyondTheirSize)
 {
     const ScActiveCodePage active(932);
-    for (std::size_t size = 0; size < 6; ++size)
+    const char* const texts[] = {kBefore, "", "a", "a", "a\x83\x5C", "a\x83\x5C"}; // by size
+    for (std::size_t size = 0; size < std::size(texts); ++size)
     {
         SCOPED_TRACE(size);
-        const std::string written = size ? Written(size == 1  ? ""
-                                                   : size < 4 ? "a"
-                                                              : "a\x83\x5C")
-                                         : kBefore;
+        const std::string written = size ? Written(texts[size]) : texts[size];
         std::string whole = kBefore;
         std::string counted = kBefore;
         EXPECT_EQ(U_CopyString("a\x83\x5C", size, &whole[0]), 0);
