@@ -133,6 +133,18 @@ class Update(Case):
         self.run_tool("update", english, status=2)
 
 
+PROJECT = """cmake_minimum_required(VERSION 3.25)
+project(Host LANGUAGES NONE)
+add_executable(U::zdict IMPORTED GLOBAL)
+set_target_properties(U::zdict PROPERTIES IMPORTED_LOCATION "@ZDICT@")
+include("@ROOT@/cmake/u_add_dictionary.cmake")
+include("@ROOT@/cmake/u_add_texts.cmake")
+add_custom_target(host)
+u_add_texts(host @STRICT@ OUTPUT dictionaries ENGLISH texts/en.txt LANGUAGES de @LOCALES@ SOURCES src
+  TABLES "ROW=$$$/t/%1=%2" EXCLUDE_KEYS "/private/*" DESTINATION share)
+"""
+
+
 @unittest.skipUnless(shutil.which("cmake") and shutil.which("ninja"), "needs CMake and Ninja")
 class Build(Case):
     def build(self, *targets, fails=False):
