@@ -132,6 +132,8 @@ class Get(Case):
         text = self.file("text", '"$$$/a=x#{mdash}"')
         self.assertEqual(self.run_tool("get", text, "/a").out.decode(), "x\u2014\n")
         self.assertEqual(self.run_tool("get", "-", "/a", stdin=IMAGE[True]).out, b"b\n")
+        cut = self.file("cut", IMAGE[True][:80])
+        self.assertEqual(self.run_tool("get", cut, "/a", status=1).out, b"")
         noted = '"$$$/a=x{{*COMMENT*}}#: a.c:1\\nmine"'
         for content in noted, self.compiled(noted), self.compiled(noted, "--comments"):
             self.assertEqual(self.run_tool("get", "--comment", self.file("noted", content), "/a").out,
