@@ -143,7 +143,6 @@ struct Scope
     int mSavedThread = kNone;
     bool mHasPosted = false;
     bool mIsHere = false; // a call on the own thread has attached the context
-    int mResult = 0;      // of the first posted call
 };
 
 // A thread with tasks of its own, which lends them to an executor that another thread uses, too.

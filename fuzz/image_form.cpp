@@ -4,190 +4,64 @@
 #include <iterator>
 
 #include <hollin/ImageView.h>
+#include <hollin_private/FlatImageView.h>
+#include <hollin_private/LegacyImage.h>
 
 namespace
 {
-const char kMagic[] = "ZString Binary Format";
-const std::size_t kMagicLength = sizeof kMagic - 1;
+using namespace hollin_private;
+
 const std::size_t kLongestRun = 0xFFFE;
+const std::size_t kMostTrailing = 8; // bytes that are kept
 
-// Reads fields in turn. After the end, all fields are 0 and empty.
-class Reader
+std::string BytesOf(const ByteRun& run)
 {
-public:
-    Reader(const std::uint8_t* bytes, std::size_t size) : mAt(bytes), mEnd(bytes + size) {}
-
-    std::uint32_t Integer(std::size_t width)
-    {
-        std::uint32_t value = 0;
-        mSound &= width <= Remaining();
-        for (std::size_t i = 0; mSound && i < width; ++i)
-        {
-            const std::size_t byte = mBigEndian ? width - 1 - i : i;
-            value |= std::uint32_t(*mAt++) << (8 * byte);
-        }
-        return value;
-    }
-
-    std::string Bytes(std::size_t size)
-    {
-        mSound &= size <= Remaining();
-        if (!mSound)
-            return std::string();
-        mAt += size;
-        return std::string(reinterpret_cast<const char*>(mAt - size), size);
-    }
-
-    std::vector<std::uint32_t> Table(std::uint32_t count, std::size_t width)
-    {
-        mSound &= count <= Remaining() / width;
-        std::vector<std::uint32_t> table(mSound ? count : 0);
-        for (std::uint32_t& value : table)
-            value = Integer(width);
-        return table;
-    }
-
-    std::size_t Remaining() const { return static_cast<std::size_t>(mEnd - mAt); }
-
-    bool mSound = true;
-    bool mBigEndian = false;
-
-private:
-    const std::uint8_t* mAt;
-    const std::uint8_t* mEnd;
-};
-
-struct RunTables
-{
-    void Read(Reader& in, std::uint32_t count)
-    {
-        mOffsets = in.Table(count, 4);
-        mLengths = in.Table(count, 2);
-    }
-
-    std::string At(std::size_t index, const std::string& pool) const
-    {
-        return mOffsets[index] <= pool.size() ? pool.substr(mOffsets[index], mLengths[index])
-                                              : std::string();
-    }
-
-    std::vector<std::uint32_t> mOffsets;
-    std::vector<std::uint32_t> mLengths;
-};
-
-std::uint64_t Sum(const std::vector<std::uint32_t>& numbers)
-{
-    std::uint64_t sum = 0;
-    for (const std::uint32_t number : numbers)
-        sum += number;
-    return sum;
+    return std::string(ViewOf(run));
 }
 
-void ReadBuckets(Reader& in, std::uint32_t buckets, ImageForm* form)
+void ReadFlat(ImageCursor& cursor, ImageForm* form)
 {
-    const std::vector<std::uint32_t> numbers = in.Table(buckets, 2);
-    const std::vector<std::uint32_t> sizes = in.Table(buckets, 4);
-    for (std::size_t i = 0; in.mSound && i < numbers.size(); ++i)
-        form->mBuckets[static_cast<std::uint16_t>(numbers[i])] = in.Table(sizes[i], 4);
-}
-
-void ReadComments(Reader& in, ImageForm* form)
-{
-    const std::uint32_t count = in.Integer(4);
-    if (!count)
+    const FlatImageView image = ReadFlatImage(cursor);
+    if (!cursor.Sound())
         return;
-    const std::uint32_t size = in.Integer(4);
-    const std::vector<std::uint32_t> ids = in.Table(count, 4);
-    RunTables tables;
-    tables.Read(in, count);
-    const std::string pool = in.Bytes(size);
-    for (std::size_t i = 0; in.mSound && i < ids.size(); ++i)
+    form->mLocale = BytesOf(image.mLocale);
+    form->mBase = image.mBase;
+    form->mKeyed = image.mKeyed;
+    std::size_t keySize = 0;
+    std::size_t valueSize = 0;
+    for (std::uint32_t slot = 0; slot < image.mCount; ++slot)
     {
-        if (ids[i] >= form->mSlots.size())
-            continue;
-        form->mSlots[ids[i]].mHasComment = true;
-        form->mSlots[ids[i]].mComment = tables.At(i, pool);
+        const std::string key = image.mKeyed ? BytesOf(image.mKeys.At(slot)) : std::string();
+        form->mSlots.push_back({key, BytesOf(image.mValues.At(slot)), std::string(), false});
+        keySize += key.size();
+        valueSize += form->mSlots.back().mValue.size();
     }
+    form->mSharesPools = keySize > image.mKeys.mPoolSize || valueSize > image.mValues.mPoolSize;
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
+    {
+        std::vector<std::uint32_t>& ids = form->mBuckets[image.mBucketNumbers[i]];
+        for (const std::size_t end = next + image.mBucketSizes[i]; next < end; ++next)
+            ids.push_back(image.mBucketIds[next]);
+    }
+    for (std::size_t i = 0; i < image.mCommentIds.Size(); ++i)
+    {
+        ImageSlot& slot = form->mSlots[image.mCommentIds[i]];
+        slot.mHasComment = true;
+        slot.mComment = BytesOf(image.mComments.At(i));
+    }
+    const auto trailing = static_cast<std::uint32_t>(std::min(cursor.Remaining(), kMostTrailing));
+    form->mTrailing = BytesOf({cursor.Take(trailing, "trailing"), trailing});
 }
 
-void ReadFlat(Reader& in, ImageForm* form)
+void ReadLegacy(ImageCursor& cursor, const ImageHeader& header, ImageForm* form)
 {
-    if (form->mMinor >= 1)
-        in.mBigEndian = form->mBigEndian = in.Integer(1) & 1;
-    form->mLocale = in.Bytes(in.Integer(4));
-    form->mBase = in.Integer(4);
-    form->mKeyed = in.Integer(1) != 'N';
-    const std::uint32_t count = in.Integer(4);
-    in.Integer(4); // the live slots are counted
-    const std::uint32_t buckets = in.Integer(4);
-    const std::uint32_t keySize = form->mKeyed ? in.Integer(4) : 0;
-    const std::uint32_t valueSize = in.Integer(4);
-    RunTables keys;
-    RunTables values;
-    if (form->mKeyed)
-        keys.Read(in, count);
-    values.Read(in, count);
-    const std::string keyPool = in.Bytes(keySize);
-    const std::string valuePool = in.Bytes(valueSize);
-    if (!in.mSound)
-        return;
-    form->mSharesPools =
-        Sum(keys.mLengths) > keyPool.size() || Sum(values.mLengths) > valuePool.size();
-    form->mSlots.resize(count);
-    for (std::uint32_t slot = 0; slot < count; ++slot)
+    const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
+    for (LegacyEntry entry; image->Next(&entry);)
     {
-        form->mSlots[slot].mKey = form->mKeyed ? keys.At(slot, keyPool) : std::string();
-        form->mSlots[slot].mValue = values.At(slot, valuePool);
-    }
-    if (form->mKeyed)
-        ReadBuckets(in, buckets, form);
-    ReadComments(in, form);
-    form->mTrailing = in.Bytes(std::min<std::size_t>(in.Remaining(), 8));
-}
-
-void AddEntry(std::uint32_t bucket, const std::string& key, const std::string& value,
-              ImageForm* form)
-{
-    form->mBuckets[static_cast<std::uint16_t>(bucket)].push_back(
-        static_cast<std::uint32_t>(form->mSlots.size()));
-    form->mSlots.push_back({key, value, std::string(), false});
-}
-
-void ReadLengthTable(Reader& in, ImageForm* form)
-{
-    const std::uint32_t buckets = in.Integer(4);
-    const std::vector<std::uint32_t> ends = in.Table(buckets, 4);
-    const std::vector<std::uint32_t> lengths = in.Table(ends.empty() ? 0 : ends.back(), 4);
-    const std::vector<std::uint32_t> numbers = in.Table(buckets, 2);
-    std::size_t field = 0;
-    for (std::size_t bucket = 0; in.mSound && bucket < numbers.size(); ++bucket)
-    {
-        for (; field + 1 < lengths.size() && field < ends[bucket]; field += 2)
-        {
-            const std::string key = in.Bytes(lengths[field]);
-            AddEntry(numbers[bucket], key, in.Bytes(lengths[field + 1]), form);
-        }
-    }
-}
-
-void ReadEntries(Reader& in, ImageForm* form)
-{
-    const std::uint32_t records = in.Integer(2);
-    std::vector<std::uint32_t> numbers;
-    std::vector<std::uint32_t> offsets;
-    for (std::uint32_t i = 0; in.mSound && i < records; ++i)
-    {
-        numbers.push_back(in.Integer(2));
-        offsets.push_back(in.Integer(4));
-    }
-    const std::size_t data = in.Remaining();
-    for (std::size_t i = 0; in.mSound && i + 1 < numbers.size(); ++i)
-    {
-        while (in.mSound && data - in.Remaining() < offsets[i + 1])
-        {
-            const std::string key = in.Bytes(in.Integer(4));
-            AddEntry(numbers[i], key, in.Bytes(in.Integer(4)), form);
-        }
+        form->mBuckets[static_cast<std::uint16_t>(entry.mBucket)].push_back(
+            static_cast<std::uint32_t>(form->mSlots.size()));
+        form->mSlots.push_back({BytesOf(entry.mKey), BytesOf(entry.mValue), std::string(), false});
     }
 }
 
@@ -389,50 +263,41 @@ void ImageForm::Erase(std::uint32_t slot)
 
 bool ReadForm(const std::uint8_t* bytes, std::size_t size, ImageForm* form)
 {
-    Reader in(bytes, size);
-    if (in.Bytes(kMagicLength) != kMagic)
+    if (!IsBinaryImage(bytes, size))
         return false;
-    const std::uint32_t major = in.Integer(1);
-    form->mMinor = static_cast<std::uint8_t>(in.Integer(1));
-    form->mTextFlag = static_cast<std::uint8_t>(in.Integer(1));
-    if (major == 2)
-        ReadFlat(in, form);
-    else if (major == 1)
+    ImageCursor cursor(bytes, size);
+    const ImageHeader header = ReadImageHeader(cursor);
+    form->mTextFlag = header.mTextFlag;
+    form->mBigEndian = header.mBigEndian;
+    switch (header.Layout())
     {
-        form->mLayout = form->mMinor == 5 ? ImageForm::kLengthTable : ImageForm::kEntries;
-        form->mMinor = 7; // if the layout is changed
-        form->mLayout == ImageForm::kEntries ? ReadEntries(in, form) : ReadLengthTable(in, form);
+    case ImageLayout::kFlat:
+        form->mMinor = header.mMinor;
+        ReadFlat(cursor, form);
+        break;
+    case ImageLayout::kUnknownVersion:
+        return false;
+    default:
+        form->mLayout = header.Layout() == ImageLayout::kEntries ? ImageForm::kEntries
+                                                                 : ImageForm::kLengthTable;
+        ReadLegacy(cursor, header, form);
     }
-    for (const auto& bucket : form->mBuckets)
-    {
-        for (const std::uint32_t slot : bucket.second)
-            in.mSound &= slot < form->mSlots.size();
-    }
-    return in.mSound && (major == 1 || major == 2);
+    return cursor.Sound();
 }
 
 std::string WriteForm(const ImageForm& form)
 {
+    const bool isFlat = form.mLayout == ImageForm::kFlat;
     Writer out(false);
-    out.mBytes = kMagic;
-    out.Integer(form.mLayout == ImageForm::kFlat ? 2 : 1, 1);
-    switch (form.mLayout)
-    {
-    case ImageForm::kFlat:
-        out.Integer(form.mMinor, 1);
-        out.Integer(form.mTextFlag, 1);
+    out.mBytes = kImageMagic;
+    out.Integer(isFlat ? 2 : 1, 1);
+    out.Integer(isFlat ? form.mMinor : form.mLayout == ImageForm::kLengthTable ? 5 : 0, 1);
+    out.Integer(form.mTextFlag, 1);
+    if (isFlat)
         WriteFlat(form, out);
-        break;
-    case ImageForm::kLengthTable:
-        out.Integer(5, 1);
-        out.Integer(form.mTextFlag, 1);
+    else if (form.mLayout == ImageForm::kLengthTable)
         WriteLengthTable(form, out);
-        break;
-    case ImageForm::kEntries:
-        out.Integer(0, 1);
-        out.Integer(form.mTextFlag, 1);
+    else
         WriteEntries(form, out);
-        break;
-    }
     return out.mBytes;
 }

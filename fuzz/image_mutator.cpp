@@ -1,8 +1,6 @@
 // Changes images so that most of them stay sound: the mutator changes the entries and the fields,
 // and writes all tables anew. Some images are damaged in one place afterwards.
 
-#include "image_mutator.h"
-
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -197,8 +195,9 @@ private:
 };
 } // namespace
 
-std::size_t MutateImage(std::uint8_t* data, std::size_t size, std::size_t maxSize,
-                        unsigned int seed)
+// Bytes that are no sound image are replaced by a new image.
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned int seed)
 {
     Mutator mutator(seed, maxSize);
     if (mutator.OneIn(16))

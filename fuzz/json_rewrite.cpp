@@ -40,6 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const U_AnyTree tree = ReadJSON(U_UTF8To16String(U_UTF8String(data, data + size)));
     const U_UTF16String written = Written(tree);
+    U_AnyTreeWrapper(tree).GetAs_Str();
+    try
+    {
+        U_AnyTreeWrapper(tree).CreateReverseMapping();
+    }
+    catch (const boost::property_tree::ptree_error&) // the length of paths has a limit
+    {
+    }
     if (!IsWritable(tree))
         return 0;
     const U_AnyTree again = ReadJSON(written);

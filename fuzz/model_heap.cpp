@@ -14,8 +14,7 @@
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "budget_model.h"
-#include "heap_block.h"
-#include "heap_threads.h"
+#include "heap_host.h"
 #include "library.h"
 #include "model.h"
 

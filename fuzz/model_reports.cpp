@@ -22,7 +22,6 @@
 #include "model.h"
 #include "report_events.h"
 #include "report_model.h"
-#include "report_threads.h"
 
 // Replaces the function of the platform library: names of frames take most of the time of a
 // report.

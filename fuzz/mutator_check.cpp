@@ -7,7 +7,8 @@
 
 #include <hollin/ImageCheck.h>
 
-#include "image_mutator.h"
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned int seed);
 
 namespace
 {
@@ -37,7 +38,8 @@ int main()
     std::size_t size = 0;
     for (int i = 0; i < kImages; ++i)
     {
-        size = MutateImage(image.data(), size, kLongest, static_cast<unsigned int>(sRandom()));
+        size = LLVMFuzzerCustomMutator(image.data(), size, kLongest,
+                                       static_cast<unsigned int>(sRandom()));
         const hollin::ImageReport report = hollin::CheckImage(image.data(), size);
         if (report.mForm != hollin::ImageReport::kBinary || report.mDamaged)
             continue;

@@ -59,8 +59,7 @@ void RequireSameLine(const RawLine& line, const hollin::TextLine& read, bool has
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string prefix = size % 2 ? "" : size % 4 ? "\xFF\xFE" : "\xFE\xFF";
-    const std::string text = prefix + std::string(reinterpret_cast<const char*>(data), size);
+    const std::string text = TextOf(data, size);
     platform::SetActiveCodePage(kCodePages[size % 3]);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
     hollin::TextFormReader reader(bytes, text.size());

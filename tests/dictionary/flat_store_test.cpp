@@ -9,6 +9,7 @@
 
 #include <hollin/ImageView.h>
 
+#include "fuzz/image_form.h"
 #include "tests/dictionary/Loading.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
@@ -69,33 +70,12 @@ std::vector<ImageEntry> CrowdedEntries(unsigned count)
 // The file names the key's bucket, too, with no key in it.
 TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed)
 {
-    std::string other = "/other";
-    for (int number = 0; hollin::BucketOf(other) <= hollin::BucketOf("/a"); ++number)
-        other = "/o" + std::to_string(number);
-    std::string image = "ZString Binary Format";
-    const auto put = [&](std::size_t value, int bytes) {
-        for (; bytes > 0; --bytes, value >>= 8)
-            image += static_cast<char>(value & 0xFF);
-    };
-    put(0x0702, 4); // version 2.7, and no flags
-    put(0, 8);
-    image += 'Y';
-    put(1, 4); // key
-    put(1, 4); // identifier
-    put(2, 4); // buckets
-    put(other.size(), 4);
-    put(2, 4);
-    put(0, 4); // where the key is, and its bytes
-    put(other.size(), 2);
-    put(0, 4); // where the text is, and its bytes
-    put(2, 2);
-    image += other;
-    put('b', 2);
-    put(hollin::BucketOf("/a"), 2);
-    put(hollin::BucketOf(other), 2);
-    put(0, 4); // identifiers in each bucket
-    put(1, 4);
-    put(0, 8); // the identifier, and no comments
+    ImageForm form;
+    form.mSlots.push_back({"/other", "bb", "", false});
+    form.AddToBucket(0);
+    ASSERT_NE(hollin::BucketOf("/other"), hollin::BucketOf("/a"));
+    form.mBuckets[static_cast<std::uint16_t>(hollin::BucketOf("/a"))] = {};
+    const std::string image = WriteForm(form);
 
     bool failed = true;
     for (long nth = 1; failed; ++nth)
@@ -109,9 +89,8 @@ TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed
         }
         if (!failed)
             break;
-        flat.LoadFromMemory(reinterpret_cast<const unsigned char*>(image.data()),
-                            static_cast<int>(image.size()), false);
-        ASSERT_NE(flat.GetId(other.c_str()), kNoId);
+        Load(flat, image);
+        ASSERT_NE(flat.GetId("/other"), kNoId);
         Set(flat, "/a", u"new");
         EXPECT_TRUE(flat.HasString("/a"));
     }
@@ -137,62 +116,6 @@ TEST(ImageView, FindsEachKeyAmongTheSlotsOfItsBucket)
         EXPECT_EQ(view.SlotsIn(hollin::BucketOf(CrowdedKey(9))),
                   (std::vector<std::uint32_t>{0, 1, 2}));
     }
-}
-
-TEST(FlatStore, ReplacedTextIsTheNewOne)
-{
-    Dictionary flat(true);
-    LoadFlat(flat, {{"/a", u"1111"}, {"/file", u"2222"}, {"/c", u"3333"}});
-    for (const char* key : {"/x", "/added", "/y"})
-        Set(flat, key, u"4444");
-    for (const char* key : {"/file", "/added"})
-    {
-        const std::uint32_t id = flat.GetId(key);
-        for (const std::u16string text : {u"same", u"ab", u"abcd", u"", u"abcdefghi", u"abc"})
-        {
-            EXPECT_EQ(Set(flat, key, text), id);
-            EXPECT_EQ(TextOf(flat, key), text);
-        }
-    }
-    EXPECT_EQ(TextsById(flat, 6), u"1111 abc 3333 4444 abc 4444 ");
-    // The new text may be a part of the old one in the store.
-    Set(flat, "/file", u"01234");
-    const std::uint16_t* stored = nullptr;
-    std::uint32_t length = 0;
-    flat.GetRawString("/file", &stored, &length);
-    flat.SetString("/file", stored + 1, 8);
-    EXPECT_EQ(TextOf(flat, "/file"), u"1234");
-}
-
-TEST(FlatStore, SingleCommentIsReturnedForItsBlock)
-{
-    Dictionary flat(true);
-    Set(flat, "/a", u"1");
-    Set(flat, "/b", u"2", u"note");
-    Set(flat, "/c", u"3");
-    EXPECT_EQ(CommentsById(flat, 4), u"note note note  ");
-    Set(flat, "/a", u"1", u"first");
-    Set(flat, "/c", u"3", u"third");
-    Set(flat, "/b", u"2");
-    EXPECT_EQ(CommentsById(flat, 3), u"first note third ");
-    Set(flat, "/b", u"2", u"a longer note");
-    EXPECT_EQ(CommentsById(flat, 3), u"first a longer note third ");
-    Set(flat, "/b", u"2", u"");
-    flat.RemoveString("/c");
-    EXPECT_EQ(CommentsById(flat, 3), u"first   ");
-}
-
-TEST(FlatStore, BlockOfAFileTakesFurtherComments)
-{
-    Dictionary flat(true);
-    LoadFlat(flat, {{"/a", u"1", u"zero"}, {"/b", u"2"}, {"/c", u"3", u"other"}});
-    EXPECT_EQ(CommentsById(flat, 3), u"zero  other ");
-    Set(flat, "/b", u"2", u"one");
-    Set(flat, "/c", u"3", u"two");
-    Set(flat, "/added", u"4", u"three");
-    Set(flat, "/added", u"4", u"four");
-    LoadFlat(flat, {{"/a", u"5", u"lost"}});
-    EXPECT_EQ(CommentsById(flat, 4), u"zero one two four ");
 }
 
 TEST(FlatStore, RunAboveTheLimitIsRefused)
@@ -280,20 +203,6 @@ TEST(FlatStore, CrowdedBucketIsSearchedWithoutMemoryAndByManyThreads)
     });
 }
 
-TEST(FlatLayers, SecondFileReplacesAndAdds)
-{
-    ASSERT_EQ(BucketOf(kOne), BucketOf(kTwo));
-    Dictionary flat(true);
-    LoadFlat(flat, {{kOne, u"1"}, {"/b", u"2"}, {"/c", u"3"}});
-    Set(flat, "/d", u"4");
-    LoadFlat(flat, {{kTwo, u"5"}, {"/b", u"six"}, {"/d", u"7"}, {"", u"stale"}, {kOne, u"8"}});
-    EXPECT_EQ(TextsById(flat, 10), u"8 six 3 7 5 (none) (none) (none) (none) (none) ");
-    EXPECT_EQ(TextOf(flat, kOne) + TextOf(flat, kTwo), u"85");
-    EXPECT_EQ(Set(flat, "/e", u"9"), 9u) << "the file's count is added";
-    EXPECT_EQ(TextOf(flat, "/e"), u"9");
-    EXPECT_EQ(Check(Saved(flat)).mUnreachable, 0u);
-}
-
 TEST(FlatLayers, LaterFileReplacesInABucketThatWasLookedUp)
 {
     Dictionary flat(true);
@@ -305,30 +214,6 @@ TEST(FlatLayers, LaterFileReplacesInABucketThatWasLookedUp)
         EXPECT_EQ(TextOf(flat, CrowdedKey(5)), text);
         EXPECT_EQ(TextOf(flat, CrowdedKey(40)), text);
     }
-}
-
-TEST(FlatLayers, FileLoadedAgainIsDropped)
-{
-    const std::vector<ImageEntry> entries = {{"/a", u"1"}, {"/b", u"2"}, {"", u""}};
-    Dictionary flat(true);
-    LoadFlat(flat, entries);
-    Set(flat, "/a", u"changed");
-    LoadFlat(flat, entries);
-    LoadFlat(flat, {{"", u""}});
-    LoadFlat(flat, {});
-    EXPECT_EQ(TextsById(flat, 3), u"1 2 (none) ");
-    EXPECT_EQ(Set(flat, "/c", u"3"), 3u);
-}
-
-TEST(FlatLayers, KeyAbove1023BytesIsNeverMerged)
-{
-    const std::string longest(1023, 'k');
-    const std::string tooLong(1024, 'k');
-    Dictionary flat(true);
-    LoadFlat(flat, {{longest, u"1"}, {tooLong, u"2"}});
-    LoadFlat(flat, {{longest, u"3"}, {tooLong, u"4"}});
-    EXPECT_EQ(TextsById(flat, 4), u"3 2 (none) 4 ");
-    EXPECT_EQ(TextOf(flat, tooLong), u"2") << "the first of the two";
 }
 
 TEST(FlatLayers, TextsThatShareBytesChangeIndependently)
@@ -345,26 +230,4 @@ TEST(FlatLayers, TextsThatShareBytesChangeIndependently)
         EXPECT_EQ(TextsById(dictionary, 2), u"x text ");
         EXPECT_EQ(CommentsById(dictionary, 2), u"memo note ");
     }
-}
-
-TEST(FlatLayers, ContinuationFileIsNotMerged)
-{
-    const FlatOptions continued = {7, false, "de_DE", 2, 'Y'};
-    Dictionary dictionary;
-    LoadFlat(dictionary, {{"/a", u"1"}, {"/b", u"2"}});
-    LoadFlat(dictionary, {{"/c", u"3", u"third"}, {"/a", u"4"}, {"", u""}}, continued);
-    EXPECT_TRUE(dictionary.IsGood());
-    EXPECT_EQ(TextsById(dictionary, 5), u"1 2 3 4 (none) ");
-    EXPECT_EQ(TextOf(dictionary, "/a"), u"1"); // the lower identifier counts
-    EXPECT_EQ(TextOf(dictionary, "/c") + CommentOf(dictionary, "/c"), u"3third");
-
-    LoadFlat(dictionary, {{"/d", u"5"}, {"/a", u"6"}},
-             {7, false, "xx", 2, 'Y'}); // of another store
-    EXPECT_FALSE(dictionary.IsGood());
-    EXPECT_FALSE(dictionary.HasString("/d"));
-    EXPECT_EQ(TextOf(dictionary, "/a"), u"1");
-    EXPECT_EQ(ToText(dictionary.GetLanguage()), u"de_DE");
-
-    const Loaded first(BuildFlat({{"/c", u"3"}}, continued).Image()); // into an empty store
-    EXPECT_EQ(TextById(first, 0), u"3");
 }

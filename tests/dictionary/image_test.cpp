@@ -2,9 +2,7 @@
 // streams that fail.
 
 #include <algorithm>
-#include <cstdlib>
 #include <istream>
-#include <random>
 #include <sstream>
 #include <streambuf>
 #include <tuple>
@@ -82,50 +80,6 @@ TEST(UnknownVersion, ChangesNothingButTheFlag)
         EXPECT_FALSE(dictionary.IsGood());
         EXPECT_EQ(TextOf(dictionary, "/a"), u"old");
         EXPECT_EQ(Check(image).mField, "version");
-    }
-}
-
-TEST(AnyImage, HasTheEntriesItWasMadeFrom)
-{
-    std::mt19937 random(20240601);
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    for (int round = 0; round < 60; ++round)
-    {
-        SCOPED_TRACE(round);
-        KeyedTexts texts;
-        for (std::size_t i = round ? below(300) : 5000; i > 0; --i)
-        {
-            std::string key(1 + below(40), '\0');
-            std::generate(key.begin(), key.end(), [&] { return char('>' + below(194)); });
-            std::u16string text(below(30), u'\0');
-            std::generate(text.begin(), text.end(), [&] { return char16_t(0xA0 + below(0x1F00)); });
-            texts[key] = text;
-        }
-        std::vector<ImageEntry> entries;
-        entries.reserve(texts.size());
-        for (const auto& text : texts)
-            entries.push_back({text.first, text.second, below(5) ? u"" : text.second});
-        std::shuffle(entries.begin(), entries.end(), random);
-
-        // Any marker but 'N' is that of an image with keys.
-        const auto minor = static_cast<std::uint8_t>(round < 2 ? 127 * round : 1 + below(127));
-        const FlatOptions options = {minor, minor && below(2), "el_GR", 0, below(2) ? 'Y' : 'n'};
-        const ImageBuilder images[] = {BuildFlat(entries, options), BuildLengthTable(entries),
-                                       BuildEntries(entries)};
-        for (const ImageBuilder& image : images)
-        {
-            SCOPED_TRACE(&image - images);
-            Loaded dictionary(image.Image(), kWays[below(2)]);
-            EXPECT_EQ(TextsOf(dictionary), texts);
-            EXPECT_EQ(ToText(dictionary.GetLanguage()), &image == images ? u"el_GR" : u"");
-            const hollin::ImageReport report = Check(image.Image());
-            EXPECT_FALSE(report.mDamaged) << report.mSentence;
-            EXPECT_EQ(report.mLive, texts.size());
-            EXPECT_EQ(report.mUnreachable, 0u);
-
-            Loaded text(Saved(dictionary, Dictionary::kText), kWays[below(2)]);
-            EXPECT_EQ(TextsOf(text), texts);
-        }
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hollin/TextFormReader.h>
 #include <hollin_private/Expansion.h>
 #include <platform/control.h>
 
@@ -72,44 +71,6 @@ TEST(TextForm, LineHoldsAKeyAndAValue)
     {
         for (const Way way : kWays)
             EXPECT_EQ(LoadedTexts(TextBytes(line), way), (KeyedTexts{{key, value}})) << key;
-    }
-}
-
-TEST(TextForm, AReaderNamesThePartsOfEachLine)
-{
-    const std::string text = "key=value\n\nalone\n$=x\n";
-    hollin::TextFormReader reader(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-    const std::tuple<std::uint64_t, std::string, bool, bool> rows[] = {
-        // number, key, has an equals sign, is wrong
-        {1, "key", true, false},
-        {3, "alone", false, false},
-        {4, "", false, true},
-    };
-    hollin::TextLine line;
-    for (const auto& [number, key, hasEquals, isWrong] : rows)
-    {
-        ASSERT_TRUE(reader.Next(&line));
-        EXPECT_EQ(std::tuple(line.mNumber, line.mKey, line.mHasEquals, line.mProblem != nullptr),
-                  std::tuple(number, key, hasEquals, isWrong));
-    }
-    EXPECT_FALSE(reader.Next(&line));
-}
-
-TEST(TextForm, EveryLineEndEndsALine)
-{
-    using namespace std::string_literals;
-    const KeyedTexts both = {{"a", u"1"}, {"b", u"2"}};
-    for (const std::u16string& end :
-         {u"\n"s, u"\r"s, u"\r\n"s, u"\n\n\r\r"s, u"\x2028"s, u"\x2029"s, u"\0"s})
-    {
-        const std::u16string text =
-            u"a=1" + end + u"b=2\n\0c=3"s; // a NUL at the start of a line ends the text
-        for (const bool bigEndian : {false, true})
-            EXPECT_EQ(LoadedTexts(TextBytes(text, bigEndian)), both);
-        if (end < u"\x2028")
-        {
-            EXPECT_EQ(LoadedTexts(std::string(text.begin(), text.end())), both);
-        }
     }
 }
 

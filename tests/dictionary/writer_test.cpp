@@ -65,55 +65,6 @@ TEST(Writer, WritesTheImageThatWasRead)
     }
 }
 
-TEST(Writer, JoinsAllBlocksIntoOne)
-{
-    Loaded dictionary(BuildFlat(kEntries).Image());
-    Load(dictionary, BuildFlat({{"/a", u"uno"}, {"/e", u"fuenf", u"five"}}).Image());
-    for (int i = 0; i < 250; ++i)
-        Set(dictionary, ("/added/" + std::to_string(i)).c_str(), u"text", u"comment");
-    Set(dictionary, "/d", u"a longer text");
-    Set(dictionary, "/d", u"shorter");
-    dictionary.RemoveString("/added/7");
-    dictionary.RemoveString("/b");
-
-    // The earlier form, which has this machine's byte order. Values are UTF-16 in any encoding.
-    std::ostringstream earlier;
-    const std::size_t written = dictionary.Serialize(earlier, true, &hollin::kEncodingUTF8);
-    EXPECT_EQ(written, earlier.str().size());
-    EXPECT_EQ(earlier.str(), Saved(dictionary));
-    for (const bool bigEndian : {false, true})
-    {
-        const std::string image = Saved(dictionary, Dictionary::kBinary, bigEndian, 0);
-        const hollin::ImageReport report = Check(image);
-        EXPECT_FALSE(report.mDamaged) << report.mSentence;
-        EXPECT_EQ(report.mSlots, 256u);
-        EXPECT_EQ(report.mLive, 253u); // not the two removed, nor the replaced slot
-        EXPECT_EQ(report.mUnreachable, 0u);
-        Loaded again(image);
-        EXPECT_EQ(TextsOf(again), TextsOf(dictionary));
-        EXPECT_EQ(CommentOf(again, "/e") + CommentOf(again, "/d"), u"five");
-        EXPECT_EQ(CommentOf(again, "/added/249"), u"comment");
-        for (std::uint32_t id = 0; id < 256; ++id)
-            EXPECT_EQ(TextById(again, id), TextById(dictionary, id));
-    }
-}
-
-TEST(Writer, WritesSlotsWithoutKeysAsRemovedAmongThoseWithKeys)
-{
-    Loaded dictionary(BuildFlat({{"/a", u"1"}}).Image());
-    Load(dictionary, BuildFlat({{"", u"by number"}}, kKeyless).Image());
-    Set(dictionary, "/b", u"2");
-    ASSERT_EQ(TextById(dictionary, 1), u"by number");
-
-    const Loaded keyed(Saved(dictionary));
-    EXPECT_EQ(TextById(keyed, 1), u"(none)");
-    EXPECT_EQ(TextById(keyed, 2), u"2");
-    const Loaded numbered(Saved(dictionary, Dictionary::kBinaryWithoutKeys));
-    EXPECT_FALSE(numbered.HasString("/a"));
-    EXPECT_EQ(TextById(numbered, 1), u"by number");
-    EXPECT_EQ(TextById(numbered, 2), u"2");
-}
-
 TEST(Writer, WritesAHashStoreWithItsKeysInTheOrderOfItsChains)
 {
     Loaded dictionary(std::string(kOne) + "=1\n" + kTwo + "=2\n/c=\n");
@@ -181,6 +132,10 @@ TEST(TextWriter, EscapesLineEndsAndQuotesAndNothingElse)
     std::ostringstream earlier;
     flat.Serialize(earlier, false, nullptr);
     EXPECT_EQ(UnitsOf(earlier.str()), text);
+    std::ostringstream binary; // values are UTF-16 in any encoding
+    const std::size_t written = flat.Serialize(binary, true, &hollin::kEncodingUTF8);
+    EXPECT_EQ(written, binary.str().size());
+    EXPECT_EQ(binary.str(), Saved(flat));
 
     const Loaded hash(BuildEntries({{"/a", value}, {"/b", u""}}).Image());
     EXPECT_EQ(UnitsOf(Saved(hash, Dictionary::kText)), text);

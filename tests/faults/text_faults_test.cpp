@@ -1,6 +1,5 @@
 // All operations while allocations fail, and those of texts that need settings of the process.
 
-#include <cstring>
 #include <deque>
 
 #include <platform/control.h>
@@ -49,9 +48,11 @@ TEST_F(TextFaults, NumbersInABufferAreRightOrLeftAlone)
 TEST_F(TextFaults, LStrTableWhoseFirstLookupFailedIsCleanedAtDeath)
 {
     std::deque<Table> tables(1);
-    const auto lookUp = [&] { U_ZLookupLStrCache(&tables.back(), 0, 0, nullptr); };
+    const char* text = nullptr;
+    const auto lookUp = [&] { text = U_ZLookupLStrCache(&tables.back(), 0, 0, nullptr); };
     FailEachNew(lookUp, [&](long) {
         lookUp();
+        EXPECT_STREQ(text, Table::kText) << "the next call tries again";
         tables.emplace_back();
     });
     ASSERT_EQ(U_Death(), 0);

@@ -67,7 +67,7 @@ class FileCache(unittest.TestCase):
         large = self.large_files()
         telemetry = os.path.join(self.work, "telemetry")
         for form in "json", "xml":
-            report = os.path.join(self.work, "report." + form)
+            report = os.path.join(self.work, "Bericht 日本." + form)
             _, out, err = self.run_host("--threads", "1", "--budget", "2M", "--report", report,
                                         "--telemetry", telemetry, self.files)
             self.assertEqual(err.count("Unable to allocate"), 1, err)
@@ -140,15 +140,6 @@ class FileCache(unittest.TestCase):
                 _, out, err = self.run_host(*arguments, status=2)
                 self.assertIn(message, err)
                 self.assertEqual(out, "")
-
-    def test_reports_are_of_their_format(self):
-        path = os.path.join(self.work, "Bericht 日本.json")
-        self.run_host("--report", path, self.files)
-        with open(path, encoding="utf-8") as file:
-            self.assertEqual(json.load(file)["figures"]["files_read"], 40)
-        path = os.path.join(self.work, "report.xml")
-        self.run_host("--report", path, self.files)
-        self.assertIsNotNone(ElementTree.parse(path).getroot())
 
     def test_a_folder_that_is_not_there_is_an_error(self):
         for name in ("missing", LONG + "/missing"):

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstring>
@@ -86,23 +85,6 @@ TEST_F(Recycler, ABlockIsChargedBeforeItLeavesThePool)
         EXPECT_EQ(sCharged, block.mBlockSize);
         EXPECT_EQ(sPool, 104 * kKiB) << "the pool still has the block";
         EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), 104 * kKiB - pool);
-    }
-}
-
-TEST_F(Recycler, APurgeFreesExactlyTheBytesRequested)
-{
-    const unsigned long long kFilled = (1024 + 512 + 64) * kKiB;
-    for (const unsigned long long asked :
-         {0ull, 1ull, 64ull * kKiB + 1, 1024ull * kKiB, kFilled - 1, kFilled, kFilled + 1, kAll})
-    {
-        SCOPED_TRACE(asked);
-        MemoryRecycler::PurgeBytes(kAll);
-        Fill({64 * kKiB, 1024 * kKiB, 512 * kKiB});
-        ASSERT_EQ(MemoryRecycler::GetCurrentPoolSize(), kFilled);
-        const unsigned long long given = std::min(asked, kFilled);
-        EXPECT_EQ(MemoryRecycler::PurgeBytes(asked), given);
-        EXPECT_EQ(MemoryRecycler::GetCurrentPoolSize(), kFilled - given);
-        EXPECT_EQ(MemoryRecycler::PurgeBytes(kAll), kFilled - given);
     }
 }
 

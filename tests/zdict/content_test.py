@@ -132,6 +132,8 @@ class Get(Case):
         text = self.file("text", '"$$$/a=x#{mdash}"')
         self.assertEqual(self.run_tool("get", text, "/a").out.decode(), "x\u2014\n")
         self.assertEqual(self.run_tool("get", "-", "/a", stdin=IMAGE[True]).out, b"b\n")
+        cut = self.file("cut", IMAGE[True][:80])
+        self.assertEqual(self.run_tool("get", cut, "/a", status=1).out, b"")
         noted = '"$$$/a=x{{*COMMENT*}}#: a.c:1\\nmine"'
         for content in noted, self.compiled(noted), self.compiled(noted, "--comments"):
             self.assertEqual(self.run_tool("get", "--comment", self.file("noted", content), "/a").out,
@@ -148,19 +150,6 @@ class Get(Case):
         for content in image, self.dumped(image), legacy([(k, t) for k, (t, _) in entries.items()], 0):
             out = self.run_tool("get", "--apply-markers", self.file("image", content), *entries).out
             self.assertEqual(out.decode().splitlines(), [shown for _, shown in entries.values()])
-
-    def test_every_form_and_the_image_in_its_file_have_the_same_texts(self):
-        entries = [(key, text) for key, text in ENTRIES if "=" not in key and text != "\ud83d"]
-        big = flat(entries, big=True)
-        self.file("image", big)
-        for key, _ in entries:
-            in_file = self.run_tool("get", self.path("image"), "--", key).out
-            self.assertEqual(in_file, self.run_tool("get", "-", "--", key, stdin=big).out)
-            self.assertEqual(in_file, self.run_tool("get", "-", "--", key,
-                                                    stdin=legacy(entries, 5)).out)
-        for cut in range(21, len(big)):
-            self.file("cut", big[:cut])
-            self.assertEqual(self.run_tool("get", self.path("cut"), "/menu/file", status=1).out, b"")
 
 
 class Keys(Case):
@@ -272,10 +261,6 @@ class Merge(Case):
         flat_out = self.compiled(self.dumped(self.content("out"), "--comments"), "--comments",
                                  "--big-endian", "--locale", "fr_FR")
         self.assertEqual(flat_out, flat(expected, big=True, locale="fr_FR"))
-
-    def test_a_lone_comment_stays_with_its_entry(self):
-        entries = [("/a", "1"), ("/b", "2"), ("/c", "3", "note")]
-        self.assertEqual(self.run_tool("merge", "-", stdin=flat(entries)).out, flat(entries))
 
     def test_a_failed_file_stops_the_merge(self):
         good, bad = self.file("good", IMAGE[False]), self.file("bad", IMAGE[False][:80])

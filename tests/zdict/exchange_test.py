@@ -8,22 +8,9 @@ import subprocess
 import unittest
 
 from exchange import ENGLISH, GERMAN, Exchange
-from images import flat
 
 HEADER = 'msgid ""\nmsgstr "Content-Type: text/plain; charset=%s\\n"\n'
 ENTRY = '\nmsgctxt "/a"\nmsgid "a"\nmsgstr "%s"\n'
-
-
-def real_catalogues():
-    """Yields the language and the texts of gettext's own programs."""
-    for language in "de", "ja", "ru":
-        name = f"/usr/share/locale/{language}/LC_MESSAGES/gettext-tools.mo"
-        if not os.path.exists(name):
-            continue
-        with open(name, "rb") as file:
-            catalogue = gettext.GNUTranslations(file)._catalog
-        yield language, {english: text for english, text in catalogue.items()
-                         if isinstance(english, str) and english}
 
 
 class RoundTrip(Exchange):
@@ -38,21 +25,6 @@ class RoundTrip(Exchange):
             again = self.exported(form, self.english, self.file("noted", noted))
             self.assertEqual(again.decode(), first.decode(), form)
             self.assertEqual(self.imported(again, "--fuzzy", "--obsolete").out, noted, form)
-
-    def test_real_catalogues_come_back(self):
-        languages = list(real_catalogues())
-        if not languages:
-            self.skipTest("this system has no catalogues of gettext")
-        for language, texts in languages:
-            keys = [f"/{number}" for number in range(len(texts))]
-            english = self.file("english", flat(list(zip(keys, texts))))
-            translation = flat(list(zip(keys, texts.values())))
-            for form in self.formats():
-                first = self.exported(form, english, self.file("translation", translation))
-                text = self.imported(first, "--no-notes").out
-                self.assertTrue(self.compiled(text) == translation, f"{language} as {form}")
-                again = self.exported(form, english, self.file("again", text))
-                self.assertTrue(again == first, f"{language} as {form}")
 
     def test_notes_and_states_are_carried(self):
         for form in self.formats():

@@ -366,17 +366,6 @@ class Options(LintCase):
         self.assertEqual(json.loads(self.run_tool("lint", "--format", "json", "-").out)["findings"],
                          [])
 
-    def test_compile_and_check_warn(self):
-        text = self.file("de.txt", '"$$$/a=^x" tail\n"$$$/b=^1 ^1"\n"$$$/c=good"\n')
-        result = self.run_tool("compile", "-o", self.path("out"), text)
-        found = [FINDING.fullmatch(line).groups() for line in result.err.splitlines()]
-        self.assertEqual([(row[1], row[3], row[5]) for row in found],
-                         [("1", "warning", "unknown-notation"),
-                          ("1", "warning", "text-behind-quote"),
-                          ("2", "warning", "place-repeated")])
-        checked = self.run_tool("check", text).out.decode()
-        self.assertIn("de.txt:1:12: warning: the text behind the closing quote is lost", checked)
-        self.assertIn("de.txt: fine", checked)
 
 
 if __name__ == "__main__":

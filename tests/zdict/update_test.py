@@ -132,12 +132,6 @@ class Update(Case):
             self.assertEqual(self.content("de.txt"), before)
         self.run_tool("update", english, status=2)
 
-    def test_in_place(self):
-        self.file("en.txt", "/a=c\n")
-        file = self.file("de.txt", "/a=d\n/b=e\n")
-        self.run_tool("update", "--english", self.path("en.txt"), "-o", file, file)
-        self.assertEqual(self.content("de.txt"), b"/a=d\n")
-
 
 PROJECT = """cmake_minimum_required(VERSION 3.25)
 project(Host LANGUAGES NONE)

@@ -5,19 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <hollin/Dictionary.h>
-
 #include "exchange/note.h"
-#include "images/text_output.h"
 
 namespace
 {
-hollin::ZString Text(const std::string& utf8)
-{
-    return hollin::ZString(utf8.data(), static_cast<std::uint32_t>(utf8.size()),
-                           &hollin::kEncodingUTF8);
-}
-
 TEST(Note, EachPartIsReadFromItsLines)
 {
     const Note note =
@@ -52,36 +43,6 @@ TEST(Note, AFormattedNoteParsesToItself)
         const std::string written = FormatNote(note);
         EXPECT_TRUE(ParseNote(written) == note) << written;
         EXPECT_EQ(written.find("{{*"), std::string::npos);
-    }
-}
-
-TEST(Note, ATextIsSplitWhereALookUpDropsTheNote)
-{
-    struct Row
-    {
-        const char* mText;
-        const char* mSplit;
-        const char* mTranslator;
-    };
-    const Row kRows[] = {
-        {"a", "a", ""},
-        {"a{{*COMMENT*}}b", "a", "b"},
-        {"a{{*COMMENT*}}b{{*COMMENT*}}c", "a", "b{{*COMMENT*}}c"},
-        {"{{*COMMENT*}}", "", ""},
-        {"{{{*COMMENT*}}x", "{", "x"},
-        {"a{{*MSWindows*}}b{{*COMMENT*}}c", "a{{*MSWindows*}}b", "c"},
-        {"a{{*COMMENT*}}b{{*MSWindows*}}c", "a{{*COMMENT*}}b{{*MSWindows*}}c", ""},
-        {"a{{*COMMENT*}}b{{*MSWindows*}}c{{*COMMENT*}}d", "a{{*COMMENT*}}b{{*MSWindows*}}c", "d"},
-        {"", "", ""},
-    };
-    for (const Row& row : kRows)
-    {
-        const NotedText split = SplitNote(Text(row.mText));
-        EXPECT_EQ(ToUTF8(split.mText), row.mSplit) << row.mText;
-        EXPECT_EQ(split.mNote.mTranslator, row.mTranslator) << row.mText;
-        const NotedText again = SplitNote(JoinNote(split.mText, split.mNote));
-        EXPECT_EQ(ToUTF8(again.mText), row.mSplit) << row.mText;
-        EXPECT_TRUE(again.mNote == split.mNote) << row.mText;
     }
 }
 } // namespace
