@@ -171,6 +171,33 @@ TEST_F(Posted, AFirstQuietCallTakesNoLongerThanASearchOfTheTable)
     EXPECT_LT(quickest(beQuiet), 5 * report);
 }
 
+TEST_F(Posted, ADeferredStretchForgetsOrRepeatsItsErrorsOnce)
+{
+    unsigned int calls = 0;
+    const U_LoggingCallback count = [](void* refcon, U_u32, U_u16, const char*) -> U_Status {
+        ++*static_cast<unsigned int*>(refcon);
+        return 0;
+    };
+    ASSERT_EQ(U_AddLoggingCallback(count, &calls), 0);
+    for (const U_u32 mask : {0u, kLogOnly})
+    {
+        for (const bool repeats : {false, true})
+        {
+            U_ReportError(0, U_Sev_INFO, Units(u"before"));
+            mLog.Clear();
+            calls = 0;
+            U_DeferredState state;
+            ASSERT_EQ(U_DeferredReportingStart(mask, &state), 0);
+            Warn();
+            EXPECT_EQ(calls, mask ? 1u : 0u);
+            EXPECT_EQ(U_DeferredReportingEnd(repeats, nullptr, &state), 0);
+            EXPECT_EQ(calls, mask || repeats ? 1u : 0u);
+            EXPECT_EQ(mLog.Texts("U_Sev_WARNING").size(), calls);
+            EXPECT_STREQ(Up_GetThreadLoggingBuffer(), repeats ? "deferred" : "before");
+        }
+    }
+}
+
 TEST_F(Posted, AnExceptionOutOfARepeatEndsTheStretch)
 {
     U_ReportError(0, U_Sev_INFO, Units(u"before")); // makes a text that the stretch saves
