@@ -144,22 +144,15 @@ TEST_F(Callbacks, CallbacksEndWithTheLibrary)
     EXPECT_EQ(Calls(), "");
 }
 
-TEST_F(Interact, ANewBaseMaskOrLifeRemovesTemporaryMasks)
+TEST_F(Interact, ANewLifeHasTheMaskOfBirth)
 {
-    const U_u32 id = Up_SetInteractTemp(5);
-    Up_SetInteract(6);
-    for (U_u32 none : {id, id + 1000, 0u, 0xFFFFFFFF}) // the last is the base mask's id
-    {
-        Up_SetInteractTempComplete(none);
-        EXPECT_EQ(Up_GetInteract(), 6u);
-    }
-
     const U_u32 last = Up_SetInteractTemp(5);
     ASSERT_EQ(U_Death(), 0);
     ASSERT_EQ(U_Birth("Another life", nullptr), 0);
     EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
     EXPECT_EQ(Up_SetInteractTemp(2), last + 1);
     Up_SetInteractTempComplete(last + 1);
+    Up_SetInteractTempComplete(0xFFFFFFFF); // the id of the base mask
     EXPECT_EQ(Up_GetInteract(), kMaskAtBirth);
 }
 

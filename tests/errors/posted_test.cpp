@@ -110,6 +110,21 @@ TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
     EXPECT_EQ(mAlerts.All().at(1).sizeHint, 600);
 }
 
+TEST_F(Posted, OnlyTheMessageThatWasShownLastIsFiltered)
+{
+    const auto post = [](U_u32 location, U_u16 severity, const char16_t* text) {
+        OnFreshThread([=] { U_ReportError(location, severity, Units(text)); });
+    };
+    post(0, U_Sev_INFO, u"same");
+    EXPECT_EQ(Displayed().size(), 1u);
+    post(0, U_Sev_INFO, u"same");
+    EXPECT_EQ(Displayed().size(), 0u);
+    post(kLocation, U_Sev_INFO, u"same");
+    post(0, U_Sev_MESSAGE, u"Test Host: same");
+    post(0, U_Sev_INFO, u"other");
+    EXPECT_EQ(Displayed().size(), 3u);
+}
+
 TEST_F(Posted, ATagWithoutBracesIsNoGroup)
 {
     for (const char16_t* text : {u"Grouped_Message_ without braces", u"Grouped_Message_ neither"})

@@ -131,11 +131,9 @@ TEST_F(ConcurrentFigures, TheMaximumHoldsBetweenThreads)
                     if (!block)
                         break;
                     const U_u64 now = ++held;
-                    for (U_u64 most = mostHeld; most < now;)
-                    {
-                        if (mostHeld.compare_exchange_weak(most, now))
-                            break;
-                    }
+                    U_u64 most = mostHeld;
+                    while (most < now && !mostHeld.compare_exchange_weak(most, now))
+                        continue;
                     blocks.push_back(block);
                 }
                 std::this_thread::yield();

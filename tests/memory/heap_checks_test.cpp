@@ -109,6 +109,20 @@ void Resize(void* pointer)
     U_ResizePtr(kBlockLocation, 2 * kSize, "resize", &pointer);
 }
 
+void ResizeAsHandle(const Block& block, U_u64 size)
+{
+    void** handle = OwnerOf(block);
+    U_ResizeHandle(kBlockLocation, size, "resize", &handle);
+}
+
+// Fills the block, with another byte in the place of a hog's mark.
+void FreeAsHog(const Block& block, int byte, char mark)
+{
+    std::memset(block.mBytes, byte, kSize);
+    block.mBytes[8] = mark;
+    U_FreeHogHandle(OwnerOf(block));
+}
+
 const WrongUse kWrongUses[] = {
     {"U_FreePtr", kHandle, [](const Block& block) { U_FreePtr(block.mOwner); }, false},
     {"U_FreePtr of the bytes", kHandle, [](const Block& block) { U_FreePtr(block.mBytes); }, true},
@@ -118,18 +132,10 @@ const WrongUse kWrongUses[] = {
     {"U_FreeHandle", kPointer, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
     {"U_FreeHandle", kRecycled, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
     {"U_FreeHandle", kHog, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, true},
-    {"U_ResizeHandle", kPointer,
-     [](const Block& block) {
-         void** handle = OwnerOf(block);
-         U_ResizeHandle(kBlockLocation, 2 * kSize, "resize", &handle);
-     },
+    {"U_ResizeHandle", kPointer, [](const Block& block) { ResizeAsHandle(block, 2 * kSize); },
      false},
-    {"U_ResizeHandle", kHog,
-     [](const Block& block) {
-         void** handle = OwnerOf(block);
-         U_ResizeHandle(kBlockLocation, 16 + kSize, "resize", &handle); // the size of the block
-     },
-     false},
+    {"U_ResizeHandle to its size", kHog,
+     [](const Block& block) { ResizeAsHandle(block, 16 + kSize); }, false},
     {"DisposeHandle", kHandle, [](const Block& block) { DisposeHandle(OwnerOf(block)); }, false},
     {"DisposeHandle of the bytes", kHandle,
      [](const Block& block) { DisposeHandle(reinterpret_cast<void**>(block.mBytes)); }, false},
@@ -140,25 +146,11 @@ const WrongUse kWrongUses[] = {
      false},
     {"U_FreeRecycledPtr", kHandle, [](const Block& block) { U_FreeRecycledPtr(block.mOwner); },
      false},
-    {"U_FreeHogHandle", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0x55, kSize);
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     false},
-    {"U_FreeHogHandle of zeros", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0, kSize); // the index of the first hog
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     true},
+    {"U_FreeHogHandle", kHandle, [](const Block& block) { FreeAsHog(block, 0x55, 0x55); }, false},
+    {"U_FreeHogHandle of zeros", kHandle, [](const Block& block) { FreeAsHog(block, 0, 0); },
+     true}, // the index of the first hog
     {"U_FreeHogHandle of a hog's index", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0, kSize);
-         block.mBytes[8] = 8; // in the place of the mark
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     true},
+     [](const Block& block) { FreeAsHog(block, 0, 8); }, true},
     {"U_LockHogHandle", kHandle,
      [](const Block& block) {
          void* data = nullptr;
