@@ -35,7 +35,6 @@ public:
 
     void OnActivate() override { Log("on "); }
     void OnDeactivate() override { Log("off "); }
-    U_Context& Owner() const { return *mContext; }
 
     static LoggedState& Of(U_Context& context, const char* key)
     {

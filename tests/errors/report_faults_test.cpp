@@ -6,13 +6,11 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <tuple>
 
 #include <platform/control.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "U_Group.h"
 #include "U_Interact.h"
 #include "U_Posted.h"
@@ -64,22 +62,14 @@ protected:
 
 TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
 {
-    const U_UTF16String text =
-        Units(u"a text that is too long for the buffer inside a string object");
-    const U_UTF16String grouped = U_GroupErrorMessage(text, Units(u"Files can't be read"));
-    const auto report = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, text); };
-    const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
-    U_DeferredState state;
+    const U_UTF16String grouped = U_GroupErrorMessage(
+        Units(u"a text that is too long for the buffer inside a string object"), Units(u"Files"));
     const auto nothing = [] {};
+    const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
     const auto reportTwo = [&] {
         reportGrouped();
         reportGrouped();
     };
-    const auto defer = [&] {
-        ASSERT_EQ(U_DeferredReportingStart(0xFFFF0000, &state), 0);
-        report();
-    };
-    const auto repeat = [&] { EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, &state), 0); };
     const auto allocate = [] {
         EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr);
     };
@@ -88,30 +78,21 @@ TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
         const char* name;
         std::function<void()> prepare;
         std::function<void()> run; // with an allocation that fails
-        std::function<void()> finish;
-        int mostAtOnce; // shown before the posted messages
-        int most;
+        int most;                  // shown
         int mostDropped;
     } kRows[] = {
         // Allocates the entry and its node in the list.
-        {"held back", &U_IncrementPostErrors, report, &U_DecrementPostErrors, 0, 1, 3},
-        {"of a group", nothing, reportGrouped, nothing, 0, 1, 3},
-        {"a group, while it is shown", reportTwo, &U_DisplayPostedErrors, nothing, 2, 2, 0},
-        // Allocates the text from a buffer.
-        {"deferred", defer, repeat, nothing, 1, 1, 1},
+        {"of a group", nothing, reportGrouped, 1, 3},
+        {"a group, while it is shown", reportTwo, &U_DisplayPostedErrors, 2, 0},
         // Allocates the parts of the sentence.
-        {"of an allocation", nothing, allocate, nothing, 1, 1, 20},
+        {"of an allocation", nothing, allocate, 1, 20},
     };
-    const U_u32 mask = Up_GetInteract();
     for (const auto& row : kRows)
     {
         SCOPED_TRACE(row.name);
         int dropped = 0;
         row.prepare();
         const long points = FailEachNew(row.run, [&](long nth) {
-            EXPECT_LE(mShown, row.mostAtOnce) << nth;
-            row.finish();
-            EXPECT_EQ(Up_GetInteract(), mask) << nth;
             U_DisplayPostedErrors();
             EXPECT_LE(mShown, row.most) << nth;
             dropped += mShown == 0;
@@ -121,7 +102,6 @@ TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
         EXPECT_GT(points, 3);
         EXPECT_LE(dropped, row.mostDropped);
         row.run();
-        row.finish();
         U_DisplayPostedErrors();
         EXPECT_EQ(mShown, 1);
         mShown = 0;
@@ -248,44 +228,23 @@ TEST_F(AllocFailure, AnAllocationFailsWhateverACallbackDoes)
     EXPECT_EQ(mLog.Texts("POSS_FRAGMENTATION"), Texts()); // the budget refused, not the heap
 }
 
-// A render thread asks for a block that the heap always refuses. The host purges until nothing
-// is left. The sentence is shown on the UI thread in the user's language, before a group of other
-// errors.
-TEST_F(AllocFailure, ARefusedRequestPurgesAndIsShownInTheUsersLanguage)
+TEST_F(AllocFailure, TheSentenceIsInTheUsersLanguageAndTheLogHasTheLargestBlock)
 {
     platform::SetUserLocale("de_DE");
     DictionaryImage german =
-        BinaryImage({{"/QX/U/CannotAllocateEnoughMemory", u"@0 MB fehlen (12803@1)."},
-                     {"/QX/U/DisplayPostedErrors/TwoNewlines", u"\n"}});
+        BinaryImage({{"/QX/U/CannotAllocateEnoughMemory", u"@0 MB fehlen (12803@1)."}});
     ASSERT_EQ(U_ZStringSetCurrentDictionary(german.units.data(), german.size), 0);
-    const U_UTF16String files = U_FormUniqueGroupErrorMessageIdentifier(
-        Units(u"Dateien"), Units(u"@0 Fehler:"), Units(u"Datei"));
-
-    U_SetPurgeRequestCallback([](void*, U_u64, U_u64, bool*) { return 0; }, nullptr);
     platform::SetHeapFailure([](unsigned long long size) { return size == kMiB; });
     const std::string used = std::to_string(InUse());
-    mLog.Clear();
+    EXPECT_EQ(U_AllocateHandle(kLocation, "frame", kMiB), nullptr);
+    EXPECT_EQ(mAlerts.Texts(),
+              Texts{"Test Host: 1,000 MB fehlen (12803 / frame).\n\n( 18 :: 52 )"});
 
-    std::thread([&] {
-        U_RegisterRenderThread();
-        U_ReportError(1, U_Sev_MESSAGE, U_GroupErrorMessage(Units(u"a.txt"), files));
-        EXPECT_EQ(U_AllocateHandle(kLocation, "frame", kMiB), nullptr);
-        U_ReportError(1, U_Sev_MESSAGE, U_GroupErrorMessage(Units(u"b.txt"), files));
-        U_DeregisterRenderThread();
-    }).join();
-    U_SetPurgeRequestCallback(nullptr, nullptr);
-    platform::SetHeapFailure(boost::function<bool(unsigned long long)>());
-
-    const Texts lines = mLog.Texts();
-    ASSERT_EQ(lines.size(), 14u);
+    const Texts lines = mLog.Texts("POSS_FRAGMENTATION");
+    ASSERT_EQ(lines.size(), 1u);
     unsigned long long largest = 0;
-    EXPECT_EQ(std::sscanf(lines.back().c_str(), "POSS_FRAGMENTATION: maxblock:%llu", &largest), 1);
+    EXPECT_EQ(std::sscanf(lines[0].c_str(), "maxblock:%llu", &largest), 1);
     EXPECT_GT(largest, kMiB);
-    EXPECT_EQ(lines.back(), "POSS_FRAGMENTATION: maxblock:" + std::to_string(largest) +
-                                " request:1048576 installed:" + std::to_string(kPhysicalMemory) +
-                                " used:" + used);
-    EXPECT_EQ(mAlerts.Texts(), Texts());
-    U_DisplayPostedErrors();
-    EXPECT_EQ(mAlerts.Texts(), (Texts{"Test Host: 1,000 MB fehlen (12803 / frame).\n\n( 18 :: 52 )",
-                                      " Dateien\n2 Fehler:\n1)   a.txt\n2)   b.txt"}));
+    EXPECT_EQ(lines[0], "maxblock:" + std::to_string(largest) + " request:1048576 installed:" +
+                            std::to_string(kPhysicalMemory) + " used:" + used);
 }

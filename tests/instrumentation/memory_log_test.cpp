@@ -306,13 +306,3 @@ TEST(MemoryLog, TheLogIsOffUnlessTheSettingIsTrue)
         EXPECT_EQ(WaitForLines(0), Texts());
     });
 }
-
-// On Windows the system ends the log thread before the static destructors of the library.
-TEST(MemoryLog, TheProcessEndsWhileRowsAreWritten)
-{
-    InAProcess([] {
-        ASSERT_EQ(BirthWith("true", "1"), 0);
-        EXPECT_GE(WaitForLines(5).size(), 5u);
-        EXPECT_EQ(U_Death(), 0);
-    });
-}

@@ -1,91 +1,29 @@
-// A host with one fault in a block of the library: fault_host KIND FAULT. FirstOwner allocates
-// and frees a block of the same size before, so that the block of SecondOwner could be a reused
-// block. Ends with 0 if nothing stops the host.
+// A host with one fault in a block of the library: fault_host KIND FAULT. KIND is an index of
+// kBlockKinds. FirstOwner allocates and frees a block of the same size before, so that the block of
+// SecondOwner could be a reused block. Ends with 0 if nothing stops the host.
 
 #include <cstddef>
-#include <map>
+#include <cstdlib>
 #include <string>
 
-#include "U_Alloc.h"
-#include "U_Hog.h"
 #include "U_Lifecycle.h"
+#include "tests/support/BlockKinds.h"
 
 namespace
 {
 const std::size_t kSize = 1000;
 
-struct Block
+__attribute__((noinline)) void FirstOwner(const BlockKind& kind)
 {
-    void* mOwner; // the pointer or the handle
-    char* mBytes;
-};
-
-Block AllocatePointer()
-{
-    void* const pointer = U_AllocatePtr(0, "pointer", kSize);
-    return {pointer, static_cast<char*>(pointer)};
+    kind.mFree(kind.mAllocate(kSize).mOwner);
 }
 
-Block AllocateHandle()
+__attribute__((noinline)) Block SecondOwner(const BlockKind& kind)
 {
-    void** const handle = U_AllocateHandle(0, "handle", kSize);
-    return {handle, static_cast<char*>(*handle)};
+    return kind.mAllocate(kSize);
 }
 
-// The size of the first block differs, and the block grows where it lies or is moved.
-Block AllocateResized()
-{
-    void** handle = U_AllocateHandle(0, "handle", kSize / 2);
-    U_ResizeHandle(0, kSize, "resized", &handle);
-    return {handle, static_cast<char*>(*handle)};
-}
-
-Block AllocateHog()
-{
-    U_u32 hog = 0;
-    void** handle = nullptr;
-    void* data = nullptr;
-    U_RegisterHog("hog", &hog);
-    U_NewHogHandle(hog, 0, "hog handle", kSize, 0, &handle);
-    U_LockHogHandle(handle, &data);
-    return {handle, static_cast<char*>(data)};
-}
-
-Block AllocateRecycled()
-{
-    void* const pointer = U_AllocateRecycledPtr(0, "recycled", kSize);
-    return {pointer, static_cast<char*>(pointer)};
-}
-
-void FreeHandle(void* handle)
-{
-    U_FreeHandle(static_cast<void**>(handle));
-}
-
-struct Kind
-{
-    Block (*mAllocate)();
-    void (*mFree)(void*);
-};
-const std::map<std::string, Kind> kKinds = {
-    {"pointer", {&AllocatePointer, [](void* block) { U_FreePtr(block); }}},
-    {"handle", {&AllocateHandle, &FreeHandle}},
-    {"resized", {&AllocateResized, &FreeHandle}},
-    {"hog", {&AllocateHog, [](void* handle) { U_FreeHogHandle(static_cast<void**>(handle)); }}},
-    {"recycled", {&AllocateRecycled, [](void* block) { U_FreeRecycledPtr(block); }}},
-};
-
-__attribute__((noinline)) void FirstOwner(const Kind& kind)
-{
-    kind.mFree(kind.mAllocate().mOwner);
-}
-
-__attribute__((noinline)) Block SecondOwner(const Kind& kind)
-{
-    return kind.mAllocate();
-}
-
-__attribute__((noinline)) void Liberator(const Kind& kind, const Block& block)
+__attribute__((noinline)) void Liberator(const BlockKind& kind, const Block& block)
 {
     kind.mFree(block.mOwner);
 }
@@ -100,7 +38,8 @@ int main(int argumentCount, char** arguments)
 {
     if (argumentCount != 3 || U_Birth("Fault Host", nullptr) != 0)
         return 1;
-    const Kind& kind = kKinds.at(arguments[1]);
+    U_RegisterHog("hog", &sBlockHog);
+    const BlockKind& kind = kBlockKinds[std::atoi(arguments[1])];
     const std::string fault = arguments[2];
     FirstOwner(kind);
     const Block block = SecondOwner(kind);

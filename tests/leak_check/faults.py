@@ -20,6 +20,7 @@ VALGRIND = ["valgrind", "--error-exitcode=9", "--undef-value-errors=no", "--num-
 ENVIRONMENT = {**os.environ, "ASAN_OPTIONS": "fast_unwind_on_malloc=0"}
 SECOND_FREE = "HEAP_CHECK: a freed (block|handle) was used, or freed a second time"
 
+# In the order of kBlockKinds.
 KINDS = ["pointer", "handle", "resized", "hog", "recycled"]
 
 # Per fault the text of each checker, and the functions in its stacks.
@@ -36,9 +37,9 @@ FAULTS = {
 
 
 def faults_of(command, kind, fault, text, functions, checks):
-    done = subprocess.run([*command, kind, fault], env={**ENVIRONMENT, "U_HEAP_CHECKS": checks},
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120,
-                          check=False)
+    done = subprocess.run([*command, str(KINDS.index(kind)), fault],
+                          env={**ENVIRONMENT, "U_HEAP_CHECKS": checks}, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=120, check=False)
     wrong = []
     if (done.returncode != 0) != (bool(text) and text != SECOND_FREE):
         wrong.append(f"ended with {done.returncode}")

@@ -1,15 +1,13 @@
 // Names of the machine and of the user without memory.
 
-#include <new>
 #include <string>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <platform/control.h>
 #include <win32/errors.h>
 #include <win32/machine.h>
 
-#include "U_Machine.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
 
@@ -39,24 +37,5 @@ TEST_F(Names, ALongNameWithoutMemoryIsAFailureOfTheSystem)
         EXPECT_GT(failures, 0);
         EXPECT_TRUE(result) << "the last call has all the memory";
     }
-}
-
-TEST_F(Names, TheLibrarysNameWithoutMemoryIsEmptyOrWhole)
-{
-    platform::SetNames(kLongName.c_str(), nullptr);
-    const U_UTF16String whole(31, 'm');
-    U_UTF16String name;
-    const auto ask = [&] {
-        name.clear();
-        try
-        {
-            name = U_GetMachineName();
-        }
-        catch (const std::bad_alloc&)
-        {
-        }
-    };
-    FailEachNew(ask, [&](long nth) { EXPECT_TRUE(name.empty() || name == whole) << nth; });
-    EXPECT_EQ(name, whole) << "the last call has all the memory";
 }
 } // namespace

@@ -42,31 +42,6 @@ protected:
 };
 } // namespace
 
-TEST_F(Handles, HandlesKeepTheirValueAndContentsAcrossResizes)
-{
-    void** handle = Filled();
-    void** const value = handle;
-    for (U_u64 size : {3000u, 1000000u, 20u})
-    {
-        SCOPED_TRACE(size);
-        ASSERT_EQ(U_ResizeHandle(1, size, "resize", &handle), 0);
-        EXPECT_EQ(handle, value);
-        EXPECT_STREQ(static_cast<char*>(*handle), kText);
-        U_u32 stored = 0;
-        EXPECT_EQ(U_GetHandleSize(handle, &stored), 0);
-        EXPECT_EQ(stored, size);
-    }
-    U_FreeHandle(handle);
-
-    void* pointer = nullptr;
-    ASSERT_EQ(U_ResizePtr(1, 500000, "new", &pointer), 0) << "null allocates";
-    U_u64 stored = 0;
-    EXPECT_EQ(U_GetPtrSize(pointer, &stored), 0);
-    EXPECT_EQ(stored, 500000u);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pointer) % 16, 0u);
-    U_FreePtr(pointer);
-}
-
 TEST_F(Handles, NullHandlesAreRefusedOrIgnored)
 {
     U_u32 size = 77;
@@ -261,27 +236,4 @@ TEST_F(Handles, AResourceIsMovedAndAnotherHandleToo)
     EXPECT_EQ(U_DetachResource(FilledPlatform(), "no resource", &out), -192);
     EXPECT_STREQ(static_cast<char*>(*out), kText);
     U_FreeHandle(out);
-}
-
-TEST_F(Handles, RecycledPointersAreReusedAndBalanceTheirCharge)
-{
-    void* first = U_AllocateRecycledPtr(1, "recycled", 100000);
-    ASSERT_TRUE(first);
-    EXPECT_EQ(U_GetRecycledPtrBaseAddress(first), first);
-    U_FreeRecycledPtr(first);
-    const U_u64 pool = U_GetRecycledMemorySize();
-    EXPECT_GE(pool, 100016u);
-
-    const auto withoutFrames = [] { return Stat(U_MemStat_InUseWithoutFrames); };
-    const U_u64 before = withoutFrames();
-    const U_u64 used = MEM_GetMemUsage();
-    void* again = U_AllocateRecycledPtr(1, "recycled", 99000);
-    EXPECT_EQ(U_GetRecycledMemorySize(), 0u) << "taken from the pool";
-    EXPECT_EQ(MEM_GetMemUsage(), used + pool + 16);
-    EXPECT_EQ(withoutFrames(), before - pool) << "a recycled block is a frame";
-    U_FreeRecycledPtr(again);
-    EXPECT_EQ(MEM_GetMemUsage(), used);
-    EXPECT_EQ(withoutFrames(), before);
-    EXPECT_EQ(U_PurgeRecycledMemory(1000), 1000u);
-    EXPECT_EQ(U_PurgeRecycledMemory(~0ull), pool - 1000);
 }

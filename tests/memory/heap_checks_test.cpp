@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -14,8 +15,8 @@
 #include <tolv/toolbox.h>
 
 #include "U_Alloc.h"
-#include "U_Hog.h"
 #include "U_Lifecycle.h"
+#include "tests/support/BlockKinds.h"
 #include "tests/support/BornLibrary.h"
 
 namespace
@@ -24,75 +25,13 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const U_u32 kLocation = 7 << 16 | 9;
 const U_u64 kSize = 40;
 
-struct Block
-{
-    void* mOwner = nullptr; // the pointer or the handle
-    char* mBytes = nullptr;
-};
-
-Block AllocatePointer(U_u64 size)
-{
-    void* const pointer = U_AllocatePtr(kLocation, "op", size);
-    return {pointer, static_cast<char*>(pointer)};
-}
-
-Block AllocateHandle(U_u64 size)
-{
-    void** const handle = U_AllocateHandle(kLocation, "op", size);
-    return {handle, static_cast<char*>(*handle)};
-}
-
-Block AllocateResized(U_u64 size)
-{
-    void** handle = U_AllocateHandle(kLocation, "op", size + 1000);
-    EXPECT_EQ(U_ResizeHandle(0, size, "another operation", &handle), 0);
-    return {handle, static_cast<char*>(*handle)};
-}
-
-U_u32 sHog = 0;
-
-Block AllocateHog(U_u64 size)
-{
-    void** handle = nullptr;
-    EXPECT_EQ(U_NewHogHandle(sHog, kLocation, "op", size, 0, &handle), 0);
-    return {handle, static_cast<char*>(*handle) + 16};
-}
-
-Block AllocateRecycled(U_u64 size)
-{
-    void* const pointer = U_AllocateRecycledPtr(kLocation, "op", size);
-    return {pointer, static_cast<char*>(pointer)};
-}
-
-void FreeHandle(void* handle)
-{
-    EXPECT_EQ(U_FreeHandle(static_cast<void**>(handle)), 0);
-}
-
-// Indices of kKinds.
+// Indices of kBlockKinds.
 const std::size_t kPointer = 0;
 const std::size_t kHandle = 1;
 const std::size_t kHog = 3;
 const std::size_t kRecycled = 4;
-
-struct Kind
-{
-    const char* mName; // in a report
-    Block (*mAllocate)(U_u64 size);
-    void (*mFree)(void* owner);
-    bool mFindsUnderrun; // the header of a hog handle belongs to the block
-};
-const Kind kKinds[] = {
-    {"pointer", &AllocatePointer, [](void* block) { U_FreePtr(block); }, true},
-    {"handle", &AllocateHandle, &FreeHandle, true},
-    {"handle", &AllocateResized, &FreeHandle, true},
-    {"hog handle", &AllocateHog, [](void* handle) { U_FreeHogHandle(static_cast<void**>(handle)); },
-     false},
-    {"recycled pointer", &AllocateRecycled, [](void* block) { U_FreeRecycledPtr(block); }, true},
-};
 
 // Volatile, so that the compiler does not see the fault. The address sanitizer sees no fault in the
 // bytes that the heap hides.
@@ -108,7 +47,7 @@ protected:
     {
         BornLibrary::SetUp();
         ASSERT_TRUE(platform::SetHeapChecks("stacks=1,delay=100"));
-        ASSERT_EQ(U_RegisterHog("hog", &sHog), 0);
+        ASSERT_EQ(U_RegisterHog("hog", &sBlockHog), 0);
     }
     void TearDown() override
     {
@@ -134,7 +73,7 @@ protected:
     }
 };
 
-testing::Matcher<std::string> Fault(const char* fault, const Kind& kind)
+testing::Matcher<std::string> Fault(const char* fault, const BlockKind& kind)
 {
     return AllOf(HasSubstr(fault),
                  HasSubstr(std::string(kind.mName) + " \"op\", location 7 :: 9\n  allocated at\n"),
@@ -167,7 +106,21 @@ void** OwnerOf(const Block& block)
 
 void Resize(void* pointer)
 {
-    U_ResizePtr(kLocation, 2 * kSize, "resize", &pointer);
+    U_ResizePtr(kBlockLocation, 2 * kSize, "resize", &pointer);
+}
+
+void ResizeAsHandle(const Block& block, U_u64 size)
+{
+    void** handle = OwnerOf(block);
+    U_ResizeHandle(kBlockLocation, size, "resize", &handle);
+}
+
+// Fills the block, with another byte in the place of a hog's mark.
+void FreeAsHog(const Block& block, int byte, char mark)
+{
+    std::memset(block.mBytes, byte, kSize);
+    block.mBytes[8] = mark;
+    U_FreeHogHandle(OwnerOf(block));
 }
 
 const WrongUse kWrongUses[] = {
@@ -179,18 +132,10 @@ const WrongUse kWrongUses[] = {
     {"U_FreeHandle", kPointer, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
     {"U_FreeHandle", kRecycled, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, false},
     {"U_FreeHandle", kHog, [](const Block& block) { U_FreeHandle(OwnerOf(block)); }, true},
-    {"U_ResizeHandle", kPointer,
-     [](const Block& block) {
-         void** handle = OwnerOf(block);
-         U_ResizeHandle(kLocation, 2 * kSize, "resize", &handle);
-     },
+    {"U_ResizeHandle", kPointer, [](const Block& block) { ResizeAsHandle(block, 2 * kSize); },
      false},
-    {"U_ResizeHandle", kHog,
-     [](const Block& block) {
-         void** handle = OwnerOf(block);
-         U_ResizeHandle(kLocation, 16 + kSize, "resize", &handle); // the size of the block
-     },
-     false},
+    {"U_ResizeHandle to its size", kHog,
+     [](const Block& block) { ResizeAsHandle(block, 16 + kSize); }, false},
     {"DisposeHandle", kHandle, [](const Block& block) { DisposeHandle(OwnerOf(block)); }, false},
     {"DisposeHandle of the bytes", kHandle,
      [](const Block& block) { DisposeHandle(reinterpret_cast<void**>(block.mBytes)); }, false},
@@ -201,25 +146,11 @@ const WrongUse kWrongUses[] = {
      false},
     {"U_FreeRecycledPtr", kHandle, [](const Block& block) { U_FreeRecycledPtr(block.mOwner); },
      false},
-    {"U_FreeHogHandle", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0x55, kSize);
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     false},
-    {"U_FreeHogHandle of zeros", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0, kSize); // the index of the first hog
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     true},
+    {"U_FreeHogHandle", kHandle, [](const Block& block) { FreeAsHog(block, 0x55, 0x55); }, false},
+    {"U_FreeHogHandle of zeros", kHandle, [](const Block& block) { FreeAsHog(block, 0, 0); },
+     true}, // the index of the first hog
     {"U_FreeHogHandle of a hog's index", kHandle,
-     [](const Block& block) {
-         std::memset(block.mBytes, 0, kSize);
-         block.mBytes[8] = 8; // in the place of the mark
-         U_FreeHogHandle(OwnerOf(block));
-     },
-     true},
+     [](const Block& block) { FreeAsHog(block, 0, 8); }, true},
     {"U_LockHogHandle", kHandle,
      [](const Block& block) {
          void* data = nullptr;
@@ -233,7 +164,7 @@ const WrongUse kWrongUses[] = {
 
 TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
 {
-    for (const Kind& kind : kKinds)
+    for (const BlockKind& kind : kBlockKinds)
     {
         for (const U_u64 size : {U_u64(0), U_u64(1), kSize, U_u64(5000)})
         {
@@ -274,6 +205,41 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
     }
 }
 
+// Long accesses damage neighbours, too. The process continues.
+TEST_F(HeapChecks, ALongOverrunIsReportedAndTheHeapContinues)
+{
+    if (platform::MemoryIsWatched())
+        GTEST_SKIP() << "a checker of the process ends the process";
+    const std::tuple<const char*, std::ptrdiff_t, std::ptrdiff_t> sides[] = {
+        // the fault, the byte beside the block, the step
+        {"bytes after the end of the block were overwritten", kSize, 1},
+        {"bytes before the block were overwritten", -1, -1},
+    };
+    for (const BlockKind& kind : kBlockKinds)
+    {
+        for (const auto& [fault, first, step] : sides)
+        {
+            for (const std::ptrdiff_t length : {24, 40, 64, 200})
+            {
+                if (!kind.mFindsUnderrun)
+                    continue;
+                SCOPED_TRACE(testing::Message() << kind.mName << fault << length);
+                const Block before = kind.mAllocate(kSize);
+                const Block culprit = kind.mAllocate(kSize);
+                const Block after = kind.mAllocate(kSize);
+                for (std::ptrdiff_t i = 0; i < length; ++i)
+                    Damage(culprit.mBytes + first + i * step);
+                for (const Block& block : {culprit, before, after, kind.mAllocate(kSize)})
+                    kind.mFree(block.mOwner);
+                for (int count = 0; count < 300; ++count) // the blocks leave the queue
+                    kind.mFree(kind.mAllocate(kSize).mOwner);
+                EXPECT_THAT(Reports(),
+                            testing::Contains(AllOf(Fault(fault, kind), Names(culprit, kSize))));
+            }
+        }
+    }
+}
+
 TEST_F(HeapChecks, AWriteToAFreedBlockIsReportedWhenTheBlockLeavesTheQueue)
 {
     if (platform::MemoryIsWatched())
@@ -293,8 +259,8 @@ TEST_F(HeapChecks, AWriteToAFreedBlockIsReportedWhenTheBlockLeavesTheQueue)
         Damage(freed + row.mPlace);
         for (int count = 0; count < 100; ++count)
             U_FreePtr(U_AllocatePtrQuiet(kSize));
-        EXPECT_THAT(Reports(),
-                    ElementsAre(AllOf(Fault(row.mFault, kKinds[0]), HasSubstr("\n  freed at\n"))));
+        EXPECT_THAT(Reports(), ElementsAre(AllOf(Fault(row.mFault, kBlockKinds[0]),
+                                                 HasSubstr("\n  freed at\n"))));
     }
 }
 
@@ -319,18 +285,18 @@ TEST_F(HeapChecks, QueriesAndLocksVerifyTheGuards)
     };
     for (const auto& [kind, use] : rows)
     {
-        const Block block = kKinds[kind].mAllocate(kSize);
+        const Block block = kBlockKinds[kind].mAllocate(kSize);
         Damage(block.mBytes + kSize);
         use(block.mOwner);
-        EXPECT_THAT(Reports(), ElementsAre(Fault("bytes after the end", kKinds[kind])));
-        kKinds[kind].mFree(block.mOwner);
+        EXPECT_THAT(Reports(), ElementsAre(Fault("bytes after the end", kBlockKinds[kind])));
+        kBlockKinds[kind].mFree(block.mOwner);
     }
 }
 
 TEST_F(HeapChecks, ASecondFreeIsReportedWithBothStacksAndChangesNothing)
 {
     const U_u64 used = InUse();
-    for (const Kind& kind : kKinds)
+    for (const BlockKind& kind : kBlockKinds)
     {
         // The memory of a large block leaves the process at once.
         for (const U_u64 size : {kSize, U_u64(20) << 20})
@@ -357,17 +323,17 @@ TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
     void* const pointer = AllocatePointer(kSize).mOwner;
     U_FreePtr(pointer);
     void* resized = pointer;
-    EXPECT_EQ(U_ResizePtr(kLocation, 2 * kSize, "resize", &resized), 4);
+    EXPECT_EQ(U_ResizePtr(kBlockLocation, 2 * kSize, "resize", &resized), 4);
     EXPECT_EQ(resized, nullptr);
-    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kKinds[kPointer])));
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kBlockKinds[kPointer])));
     U_u64 size = 0;
     U_GetPtrSize(pointer, &size);
-    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kKinds[kPointer])));
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kBlockKinds[kPointer])));
 
-    void** handle = U_AllocateHandle(kLocation, "op", kSize);
+    void** handle = U_AllocateHandle(kBlockLocation, "op", kSize);
     U_FreeHandle(handle);
-    EXPECT_EQ(U_ResizeHandle(kLocation, 2 * kSize, "resize", &handle), 4);
-    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kKinds[kHandle])));
+    EXPECT_EQ(U_ResizeHandle(kBlockLocation, 2 * kSize, "resize", &handle), 4);
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kBlockKinds[kHandle])));
 
     alignas(16) static char foreign[64];
     U_FreePtr(foreign + 32);
@@ -379,7 +345,7 @@ TEST_F(HeapChecks, AUseThroughAFunctionForAnotherKindIsReported)
 {
     for (const WrongUse& row : kWrongUses)
     {
-        const Kind& kind = kKinds[row.mKind];
+        const BlockKind& kind = kBlockKinds[row.mKind];
         SCOPED_TRACE(testing::Message() << row.mName << " of a " << kind.mName);
         const Block block = kind.mAllocate(kSize);
         row.mUse(block);
@@ -397,17 +363,17 @@ TEST_F(HeapChecks, AStaleHandleIsReportedOnceByEachOperation)
          [](void** handle, void*** out) { return U_DuplicateHandle(handle, "copy", out); }},
         {kHandle,
          [](void** handle, void*** out) {
-             U_NewHogHandleFromHandle(sHog, handle, out);
+             U_NewHogHandleFromHandle(sBlockHog, handle, out);
              return U_FreeHogHandle(std::exchange(*out, nullptr));
          }},
         {kHog, &U_NewHandleFromHogHandle},
         {kHog, [](void** handle, void***) { return U_FreeHogHandle(handle); }},
         {kHog,
-         [](void** handle, void***) { return U_ResizeHogHandle(kLocation, "op", 1, handle); }},
+         [](void** handle, void***) { return U_ResizeHogHandle(kBlockLocation, "op", 1, handle); }},
     };
     for (const auto& [index, use] : rows)
     {
-        const Kind& kind = kKinds[index];
+        const BlockKind& kind = kBlockKinds[index];
         const Block block = kind.mAllocate(kSize);
         kind.mFree(block.mOwner);
         void** out = nullptr;
@@ -433,7 +399,7 @@ TEST_F(HeapChecks, ACopyOfAHogHandleIsNoFault)
 
 TEST_F(HeapChecks, AHogHandleWithAnOverwrittenHeaderIsReported)
 {
-    const auto fault = Fault("bytes before the block", kKinds[kHog]);
+    const auto fault = Fault("bytes before the block", kBlockKinds[kHog]);
     const Block unknown = AllocateHog(kSize);
     std::memset(unknown.mBytes - 16, 0x55, 16);
     U_FreeHogHandle(OwnerOf(unknown));
@@ -447,7 +413,7 @@ TEST_F(HeapChecks, AHogHandleWithAnOverwrittenHeaderIsReported)
 
 TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
 {
-    void** const stale = U_AllocateHandle(kLocation, "op", kSize);
+    void** const stale = U_AllocateHandle(kBlockLocation, "op", kSize);
     U_FreeHandle(stale);
     ASSERT_TRUE(platform::SetHeapChecks("stacks=0,delay=100"));
     for (int count = 0; count < 50000; ++count)
@@ -460,14 +426,14 @@ TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
     EXPECT_THAT(Reports(), ElementsAre());
     U_u32 size = 0;
     U_GetHandleSize(stale, &size);
-    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kKinds[kHandle])))
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kBlockKinds[kHandle])))
         << "although the memory of the block was freed";
 }
 
 TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
 {
     std::vector<Block> leaks;
-    for (const Kind& kind : kKinds)
+    for (const BlockKind& kind : kBlockKinds)
         leaks.push_back(kind.mAllocate(kSize));
     ASSERT_EQ(U_Death(), 0);
     EXPECT_THAT(Reports(),
@@ -479,10 +445,10 @@ TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
                     HasSubstr("40 bytes left: recycled pointer \"op\", location 7 :: 9\n")));
     for (std::size_t kind = 0; kind < leaks.size(); ++kind)
     {
-        if (kKinds[kind].mAllocate == &AllocateHog)
+        if (kBlockKinds[kind].mAllocate == &AllocateHog)
             FreeHandle(leaks[kind].mOwner);
         else
-            kKinds[kind].mFree(leaks[kind].mOwner);
+            kBlockKinds[kind].mFree(leaks[kind].mOwner);
     }
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0); // for TearDown
     mLog.Clear();
