@@ -1,5 +1,5 @@
 // Shared by the parts of the soak: eight threads that run all jobs at once, and one thread that
-// shows their posted reports.
+// shows their posted reports. No thread resolves texts while a job chooses another language.
 
 #ifndef TESTS_SOAK_SOAK_H
 #define TESTS_SOAK_SOAK_H
@@ -38,6 +38,24 @@ struct Job
 {
     const char* name;
     std::function<void(Worker&)> run;
+    bool changesLanguage = false; // runs outside ScResolving
+};
+
+// A scope in which the calling thread may resolve texts. The threads of jobs enter between two
+// jobs, and wait while a job wants to choose a language. The main thread waits only while a job
+// chooses one, since jobs wait for functions on the main thread.
+class ScResolving
+{
+public:
+    enum Thread
+    {
+        kMain,
+        kWorker
+    };
+    explicit ScResolving(Thread thread);
+    ~ScResolving();
+    ScResolving(const ScResolving&) = delete;
+    ScResolving& operator=(const ScResolving&) = delete;
 };
 
 typedef std::vector<Job> Jobs;
@@ -48,7 +66,10 @@ Jobs StartMemory(); // sets limits at which the purge callback runs
 void EndMemory();   // frees the cached blocks
 long Purges();
 
-Jobs StartTexts(); // look texts up in a dictionary
+Jobs StartContexts(); // lend contexts to two further threads
+void EndContexts();
+
+Jobs StartTexts(); // look texts up, and load dictionaries
 
 Jobs StartErrors();
 void EndErrors();

@@ -21,6 +21,7 @@
 #include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "U_Posted.h"
+#include "U_Suspend.h"
 #include "tests/soak/Soak.h"
 
 namespace
@@ -80,7 +81,15 @@ void Work(Worker& worker, const std::vector<Jobs>& kinds)
         const Job& job = jobs[worker.Below(static_cast<U_u32>(jobs.size()))];
         try
         {
-            job.run(worker);
+            if (job.changesLanguage)
+            {
+                job.run(worker);
+            }
+            else
+            {
+                const ScResolving resolving(ScResolving::kWorker);
+                job.run(worker);
+            }
         }
         catch (const std::bad_alloc&)
         {
@@ -136,6 +145,7 @@ U_u64 Pump(double seconds)
     win32::MSG message;
     while (sRunning && win32::GetMessageW(&message, nullptr, 0, 0) > 0)
     {
+        const ScResolving resolving(ScResolving::kMain);
         win32::DispatchMessageW(&message);
         U_Context::CheckAbortAndFlushCompletionRoutines();
         if (message.message != win32::kWmTimer)
@@ -167,7 +177,7 @@ void RunAll(double seconds, U_u64 seed)
         workers.emplace_back(number, seed + static_cast<U_u64>(number),
                              executors[static_cast<std::size_t>(number % kExecutors)]);
     Jobs shared;
-    for (Jobs jobs : {StartErrors(), StartTexts(), StartMemory()})
+    for (Jobs jobs : {StartErrors(), StartContexts(), StartTexts(), StartMemory()})
         std::move(jobs.begin(), jobs.end(), std::back_inserter(shared));
     const U_u64 used = InUse();
     const std::vector<Jobs> kinds = {OperationJobs(), shared};
@@ -182,6 +192,7 @@ void RunAll(double seconds, U_u64 seed)
     const U_u64 resident = Resident();
     EndMemory();
     EndErrors();
+    EndContexts();
     Check(!U_Die(), "no fatal report");
     Check(Purges() > 0, "at least one purge");
     Check(InUse() == used, "the same use as before");
