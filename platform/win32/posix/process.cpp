@@ -46,7 +46,7 @@ bool ReadStatusFigures(StatusFigure* figures, std::size_t count)
     char line[128];
     do
     {
-        std::clearerr(status.get());
+        std::rewind(status.get()); // an interrupted read has dropped a part of a line
         while (std::fgets(line, sizeof(line), status.get()))
         {
             for (std::size_t i = 0; i < count; ++i)
