@@ -373,6 +373,8 @@ public:
             RequireSame(wrapper.get_child_any(path),
                         node.At(path) ? node.At(path)->mValue : Value());
             Require(node.At(path));
+            Require(&U_AnyTreeWrapper(*place.mReal).get_child_any(path) ==
+                    &wrapper.get_child_any(path));
         }
         catch (const boost::property_tree::ptree_bad_path&)
         {

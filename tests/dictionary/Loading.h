@@ -83,10 +83,9 @@ inline void Load(hollin::Dictionary& dictionary, const std::string& image, Way w
 }
 
 // Loads a version 2 image of entries.
-inline void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries,
-                     const FlatOptions& options = {})
+inline void LoadFlat(hollin::Dictionary& dictionary, const std::vector<ImageEntry>& entries)
 {
-    Load(dictionary, BuildFlat(entries, options).Image());
+    Load(dictionary, BuildFlat(entries).Image());
 }
 
 // A dictionary of one undamaged image.

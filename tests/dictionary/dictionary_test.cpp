@@ -59,6 +59,14 @@ TEST(Dictionary, StoredTextIsNotExpanded)
     EXPECT_EQ(flat.SetString("/odd", reinterpret_cast<const std::uint16_t*>(odd.data()), 3), 2u);
     EXPECT_EQ(Get(flat, "/odd") + TextOf(flat, "/odd"), u"aa") << "in whole units";
     EXPECT_EQ(ToText(Loaded("/a=1").GetStringById(0)), u"") << "a hash store has no identifiers";
+
+    // The new text may be a part of the stored one.
+    Set(flat, "/file", u"01234");
+    const std::uint16_t* stored = nullptr;
+    std::uint32_t length = 0;
+    flat.GetRawString("/file", &stored, &length);
+    flat.SetString("/file", stored + 1, 8);
+    EXPECT_EQ(TextOf(flat, "/file"), u"1234");
 }
 
 TEST(Dictionary, OnlyAFlatDictionaryIsChanged)

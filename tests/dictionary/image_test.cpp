@@ -83,6 +83,17 @@ TEST(UnknownVersion, ChangesNothingButTheFlag)
     }
 }
 
+TEST(AnyImage, HasItsEntriesWithEachMinorVersionAndMarker)
+{
+    for (const auto& [minor, isBig] :
+         {std::pair<std::uint8_t, bool>(0, false), {1, false}, {127, true}})
+    {
+        SCOPED_TRACE(int(minor));
+        Loaded image(BuildFlat(kChecked, {minor, isBig, "el_GR", 0, 'n'}).Image());
+        EXPECT_EQ(TextsOf(image), (KeyedTexts{{"/a", u"eins"}, {"/bc", u"zwei"}}));
+    }
+}
+
 TEST(ImageCheck, CountsLiveEntries)
 {
     const ImageBuilder keyed = BuildFlat(kChecked);

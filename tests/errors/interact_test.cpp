@@ -88,6 +88,14 @@ TEST_F(Callbacks, ANullCallbackIsRefusedAlsoIfASlotIsFree)
     EXPECT_EQ(Calls(), "a");
 }
 
+TEST_F(Callbacks, ACallbackMayRemoveALaterOne)
+{
+    mA.action = [&] { EXPECT_EQ(Remove(mB), 0); };
+    ASSERT_EQ(Add(mA), 0);
+    ASSERT_EQ(Add(mB), 0);
+    EXPECT_EQ(Calls(), "a");
+}
+
 TEST_F(Callbacks, OtherThreadsWaitWhileACallbackRuns)
 {
     ASSERT_EQ(Add(mA), 0);

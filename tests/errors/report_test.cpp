@@ -229,6 +229,13 @@ TEST_F(Report, AnExceptionOfACallbackEndsThisReportAlone)
     EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host: second\n\n"});
 }
 
+TEST_F(Report, TheBufferOfTheThreadIsReported)
+{
+    U_CopyString("buffer", U_ReportTextSize, Up_GetThreadLoggingBuffer());
+    EXPECT_EQ(Up_ReportError(kLocation, U_Sev_WARNING), 0);
+    EXPECT_EQ(GetLast(), LastError("buffer", U_Sev_WARNING, kLocation, 0));
+}
+
 TEST_F(Report, ALogThatThrowsDoesNotStopTheReport)
 {
     int lines = 0; // a failure ends the log step, so there is no stack trace

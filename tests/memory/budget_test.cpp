@@ -42,6 +42,10 @@ TEST_F(Budget, AMaximumBelowThePrepurgeLimitIsRaised)
     EXPECT_EQ(Prepurge(), 99 * kMiB);
     U_SetMemUsageLimits(10, 20);
     EXPECT_EQ(Prepurge(), 10u) << "no room for the gap";
+    U_SetMemUsageLimits(100 * kMiB, 101 * kMiB);
+    EXPECT_EQ(Prepurge(), 100 * kMiB);
+    MEM_SetMemUsageLimitsOverride(50 * kMiB, 0);
+    EXPECT_EQ(Prepurge(), 50 * kMiB);
 }
 
 TEST_F(Budget, ARefusedBlockIsLogged)

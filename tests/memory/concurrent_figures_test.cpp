@@ -71,6 +71,15 @@ protected:
 };
 } // namespace
 
+TEST_F(ConcurrentFigures, AHogCountsTheHandlesOfAllThreads)
+{
+    OnThreads(4, [this](int) {
+        for (int run = 0; run < 50000; ++run)
+            U_FreeHogHandle(New(100));
+    });
+    EXPECT_EQ(Count(), (Stats{0, 0}));
+}
+
 // One thread allocates blocks, and another thread frees them.
 TEST_F(ConcurrentFigures, UseIsOffByThePartsOfThreadsOnly)
 {

@@ -122,5 +122,6 @@ TEST_F(Purge, UseIsPurgedForARecycledBlockIfTheHostEmptiesThePool)
                "DONE. Purge not freeing anything (but maybe recycled memory), recycled=1",
                "DONE. Under threshold with inUse=" + std::to_string(used) +
                    ", prepurgelimit=" + std::to_string(prepurge) + ", request=1, recycled=0"}));
+    EXPECT_EQ(U_GetRecycledPtrBaseAddress(block), block);
     U_FreeRecycledPtr(block);
 }

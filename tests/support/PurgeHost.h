@@ -29,7 +29,6 @@ public:
         U_u64 amount;
     };
     std::vector<Request> mRequests;
-    int mResult = 0; // the result of the callback
 
 private:
     static int Ask(void* refcon, U_u64 block, U_u64 amount, bool* flag)
@@ -37,7 +36,7 @@ private:
         ScPurgeHost& self = *static_cast<ScPurgeHost*>(refcon);
         self.mRequests.push_back({block, amount});
         self.mAnswer(flag);
-        return self.mResult;
+        return 0;
     }
 
     const Answer mAnswer;

@@ -48,6 +48,9 @@ TEST(String, CopiesWriteNothingBeyondTheirSize)
         std::string joined = Written("");
         EXPECT_EQ(U_ConcatString("a\x83\x5C", size, &joined[0]), 0);
         EXPECT_EQ(joined, size ? written : Written(""));
+        std::string full = Written("abcd"); // has no room
+        EXPECT_EQ(U_ConcatString("e", size, &full[0]), 0);
+        EXPECT_EQ(full, Written("abcd"));
     }
 }
 
@@ -104,6 +107,7 @@ TEST(String, SearchesAndComparisonsAreLinearInRunsOfLeadBytes)
     const ScActiveCodePage active(932);
     const std::string text = std::string(2 << 20, '\x83') + "a";
     EXPECT_EQ(Offset(text, U_strrchr(text.c_str(), '\x83')), (2 << 20) - 2);
+    EXPECT_EQ(Offset(text, U_strrstr(text.c_str(), "\x83")), (2 << 20) - 2);
     EXPECT_EQ(U_stricmp(text.c_str(), text.c_str()), 0);
 }
 
