@@ -11,7 +11,6 @@
 
 #include "U_Budget.h"
 #include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_MemServices.h"
 #include "budget_model.h"
 #include "heap_host.h"

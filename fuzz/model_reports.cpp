@@ -3,8 +3,6 @@
 // The model writes down the lines of the log, the calls of callbacks and the alerts that a call is
 // to cause, as texts, and so do the receivers.
 
-#include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -13,9 +11,7 @@
 #include <krobase/stack_trace.h>
 #include <platform/control.h>
 
-#include "U_Group.h"
 #include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "library.h"

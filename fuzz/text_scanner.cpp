@@ -3,7 +3,6 @@
 #include "load.h"
 
 #include <algorithm>
-#include <vector>
 
 #include <hollin/TextFormReader.h>
 #include <platform/control.h>

@@ -1,4 +1,4 @@
-// Dictionaries: look-ups, changes, copies, walks and the registry.
+// Dictionaries: look-ups, changes, walks and the default dictionary.
 
 #include <string>
 

@@ -1,5 +1,4 @@
-// Images of version 2, undamaged and damaged, images of all forms with the same entries, and
-// streams that fail.
+// Images of version 2, undamaged and damaged, and streams that fail.
 
 #include <algorithm>
 #include <istream>

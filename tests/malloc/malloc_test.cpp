@@ -1,7 +1,6 @@
 // All operations, and birth and death, while the C library's allocations fail. A process that
 // ends is a failure: the library goes on without memory.
 
-#include <string>
 #include <vector>
 
 #include "tests/malloc/FailingMalloc.h"

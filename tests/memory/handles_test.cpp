@@ -1,4 +1,4 @@
-// Single blocks: sizes, copies, resources, recycled pointers, and foreign handles.
+// Single handles: null and foreign ones, copies, and resources.
 
 #include <cstdio>
 #include <cstring>

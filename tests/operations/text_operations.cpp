@@ -1,5 +1,4 @@
 #include <cstring>
-#include <string>
 
 #include "U_Date.h"
 #include "U_Encoding.h"

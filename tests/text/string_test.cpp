@@ -1,4 +1,4 @@
-// Zero-terminated multibyte text: copies, cuts, searches, comparisons.
+// Zero-terminated multibyte text: copies, case, long searches, and cleaning.
 
 #include "U_String.h"
 

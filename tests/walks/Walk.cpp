@@ -1,6 +1,5 @@
 #include "tests/walks/Walk.h"
 
-#include <cerrno>
 #include <filesystem>
 
 #include <gtest/gtest.h>
