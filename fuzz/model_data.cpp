@@ -367,6 +367,7 @@ public:
         Node& node = *place.mNode;
         Require(wrapper.exists(key) == (node.Find(key) != nullptr));
         Require(wrapper.empty() == node.mChildren.empty());
+        Require(&U_AnyTreeWrapper(*place.mReal).get_self() == &wrapper.get_self());
         Require(wrapper.is_array() == node.IsArray());
         try
         {
