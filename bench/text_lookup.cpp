@@ -268,13 +268,13 @@ template <class Text> bool IsSame(const Text& text, const U_UTF16String& expecte
 }
 
 // Looks each text up once and compares it, which also makes the indices of all buckets, and fills
-// the caches. Returns false if this takes so long that the loop would take minutes, as an earlier
+// the caches. Returns false if this takes so long that the loops would take minutes, as an earlier
 // library can.
 template <class Way> bool LookUpAll(const Way& way, const Catalogue& catalogue)
 {
     typedef std::chrono::steady_clock Clock;
     const std::size_t count = catalogue.mTexts.size();
-    const auto end = Clock::now() + std::chrono::seconds(2) + count * std::chrono::microseconds(40);
+    const auto end = Clock::now() + std::chrono::seconds(2) + count * std::chrono::microseconds(20);
     for (std::size_t number = 0; number < count; ++number)
     {
         if (!IsSame(way.Text(number), catalogue.mTexts[number]))
