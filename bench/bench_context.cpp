@@ -22,6 +22,7 @@
 #include <unistd.h>
 
 #include <krobase/executor.h>
+#include <win32/message_queue.h>
 
 #include "U_Context.h"
 #include "U_Lifecycle.h"
@@ -41,11 +42,18 @@ void Setter_Nested(benchmark::State& state)
 {
     const boost::shared_ptr<U_Context> context = U_Context::MakeNewContext();
     const U_ContextSetter outer(context);
+    {
+        const U_ContextSetter inner(context);
+        if (U_Context::GetCurrent() != context)
+            state.SkipWithError("another context");
+    }
     for (auto _ : state)
     {
         const U_ContextSetter inner(context);
         benchmark::DoNotOptimize(&inner);
     }
+    if (U_Context::GetCurrent() != context)
+        state.SkipWithError("the outer context is not current again");
 }
 
 void Setter_Floor(benchmark::State& state)
@@ -64,7 +72,10 @@ void Setter_Floor(benchmark::State& state)
 
 void Current_Get(benchmark::State& state)
 {
-    const U_ContextSetter setter(U_Context::MakeNewContext());
+    const boost::shared_ptr<U_Context> context = U_Context::MakeNewContext();
+    const U_ContextSetter setter(context);
+    if (U_Context::GetCurrent() != context)
+        state.SkipWithError("another context");
     for (auto _ : state)
         benchmark::DoNotOptimize(U_Context::GetCurrent());
 }
@@ -79,8 +90,13 @@ void Current_Copy(benchmark::State& state)
     }
 }
 
+// With an Escape key in the queue the check returns true, and removes the key.
 void AbortCheck_Idle(benchmark::State& state)
 {
+    win32::PostMessageW(nullptr, win32::kWmKeyDown, 27, 0);
+    if (!U_Context::CheckAbortAndFlushCompletionRoutines() ||
+        U_Context::CheckAbortAndFlushCompletionRoutines())
+        state.SkipWithError("not the key");
     for (auto _ : state)
         benchmark::DoNotOptimize(U_Context::CheckAbortAndFlushCompletionRoutines());
 }
@@ -114,16 +130,18 @@ void Call_Suspended(benchmark::State& state)
 
 void Call_HandOver(benchmark::State& state)
 {
-    const Executor executor = MakeExecutor();
     std::mutex lock; // guards result
     std::condition_variable done;
+    const Executor executor = MakeExecutor(); // ends first: its thread notifies without the lock
     for (auto _ : state)
     {
         int result = 0;
         executor->Post(
             [&] {
-                const std::lock_guard<std::mutex> locked(lock);
-                result = 7;
+                {
+                    const std::lock_guard<std::mutex> locked(lock);
+                    result = 7;
+                }
                 done.notify_one();
             },
             0);

@@ -65,8 +65,11 @@ public:
 void Resolution(benchmark::State& state)
 {
     const Library library;
+    const char kOrder[] = "$$$/QX/U/qx_err_msg_order=@0@1";
+    if (U_ZStringToUTF16String(kOrder) != U_AsciiToUTF16String("@0@1"))
+        state.SkipWithError("not the text");
     for (auto _ : state)
-        benchmark::DoNotOptimize(U_ZStringToUTF16String("$$$/QX/U/qx_err_msg_order=@0@1"));
+        benchmark::DoNotOptimize(U_ZStringToUTF16String(kOrder));
 }
 
 const std::string kLine =
@@ -216,14 +219,17 @@ void PostedBySpdlog(benchmark::State& state)
         state.SkipWithError("not the message");
 }
 
-void Post(benchmark::State& state, U_u16 severity, U_u32 mask)
+void Post(benchmark::State& state, U_u16 severity, const std::string& line)
 {
     const Library library;
-    Up_SetInteract(mask);
+    sLogged.clear();
+    Up_SetInteract(0xFFFFFFFF);
     U_ReportError(kLocation, severity, library.mText);
     U_DisplayPostedErrors();
     if (sShown.find(library.mText) == U_UTF16String::npos)
         state.SkipWithError("not the message");
+    if (sLogged != line)
+        state.SkipWithError("not the line");
     int posted = 0;
     for (auto _ : state)
     {
@@ -238,12 +244,12 @@ void Post(benchmark::State& state, U_u16 severity, U_u32 mask)
 
 void Posted(benchmark::State& state)
 {
-    Post(state, U_Sev_INFO, 0xFFFFFFFF);
+    Post(state, U_Sev_INFO, "");
 }
 
 void PostedWithLogLine(benchmark::State& state)
 {
-    Post(state, U_Sev_WARNING, 0xFFFFFFFF);
+    Post(state, U_Sev_WARNING, kLine);
 }
 
 typedef std::chrono::steady_clock Clock;

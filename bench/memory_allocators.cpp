@@ -14,11 +14,16 @@ const char* const kSettings[][2] = {{"GLIBC_TUNABLES", "glibc.rtld.optional_stat
 
 void RestartWithSettings(char** argv)
 {
-    if (std::getenv(kSettings[0][0]))
-        return;
-    for (const auto& setting : kSettings)
-        ::setenv(setting[0], setting[1], 1);
-    ::execv("/proc/self/exe", argv);
+    bool isMissing = false;
+    for (const auto& [name, value] : kSettings)
+    {
+        if (std::getenv(name))
+            continue;
+        ::setenv(name, value, 1);
+        isMissing = true;
+    }
+    if (isMissing)
+        ::execv("/proc/self/exe", argv);
 }
 
 template <class Library> bool Load()
