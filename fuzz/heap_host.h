@@ -136,7 +136,7 @@ inline U_Status Resize(Block& block, U_u64 size, const char* name)
     return status;
 }
 
-// What the blocks of a host hold, and those of one hog.
+// The bytes in the blocks of a host, and in those of one hog.
 struct Held
 {
     void Add(const Block& block, std::size_t hog)

@@ -1,4 +1,4 @@
-// What reports cause, as texts: calls of callbacks, alerts and groups of messages. Two threads that
+// Effects of reports as texts: calls of callbacks, alerts and groups of messages. Two threads that
 // report at once.
 
 #ifndef FUZZ_REPORT_EVENTS_H

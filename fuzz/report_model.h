@@ -44,7 +44,7 @@ struct Script
     unsigned mRefcon = 0;
 };
 
-// What a report does next to the log, the callbacks and the user.
+// The effects of a report on the log, the callbacks and the user.
 class ReportModel
 {
 protected:
