@@ -17,6 +17,7 @@
 
 #include "U_Context.h"
 #include "U_Suspend.h"
+#include "code_thrown.h"
 #include "library.h"
 #include "model.h"
 
@@ -202,7 +203,7 @@ inline void ClearThreads()
     sHookCalls.clear();
     for (int thread = 0; thread < kThreads; ++thread)
         RunOn(thread, [&] {
-            Require(Thrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
+            Require(CodeThrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
         });
     sHookCalls.clear();
 }

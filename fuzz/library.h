@@ -71,18 +71,4 @@ inline std::string BytesOf(const U_UTF16String& text)
     return bytes;
 }
 
-// Returns the code that the body throws, or 0.
-template <typename Body> int Thrown(Body body)
-{
-    try
-    {
-        body();
-        return 0;
-    }
-    catch (int code)
-    {
-        return code;
-    }
-}
-
 #endif

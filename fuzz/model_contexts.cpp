@@ -16,6 +16,7 @@
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Suspend.h"
+#include "code_thrown.h"
 #include "context_threads.h"
 #include "library.h"
 #include "model.h"
@@ -235,7 +236,7 @@ private:
         scope.mTask = task;
         const ContextPtr context = chosen ? chosen->mOwner : ContextPtr();
         const bool isNested = !chosen && choices.Flag();
-        Require(code == Thrown([&] {
+        Require(code == CodeThrown([&] {
                     scope.mSetter.reset(isNested ? new U_ContextSetter
                                                  : new U_ContextSetter(context));
                 }));
@@ -255,7 +256,7 @@ private:
             scope.mTask = static_cast<int>(chosen - mTasks.data());
             code = Activate(thread, scope.mTask);
         }
-        Require(code == Thrown([&] {
+        Require(code == CodeThrown([&] {
                     scope.mWeak.reset(
                         new U_WeakContextSetter(chosen ? chosen->mOwner : ContextPtr()));
                 }));
@@ -299,7 +300,8 @@ private:
                 ++task.mReferences;
             }
         }
-        Require(code == Thrown([&] { scope.mSuspended = U_SuspendContext::NewSuspendContext(); }));
+        Require(code ==
+                CodeThrown([&] { scope.mSuspended = U_SuspendContext::NewSuspendContext(); }));
         if (!code)
             mScopes[thread].push_back(std::move(scope));
     }
@@ -346,7 +348,7 @@ private:
                 Of(task).mThread = top.mSavedThread;
             }
             mScopes[thread][place].mIsHere = true;
-            const int code = Thrown(
+            const int code = CodeThrown(
                 [&] { returned = suspended->CallOnThreadedExecutor(sExecutors[there], function); });
             return Require(returned == (throws ? -1 : result) && code == (throws ? result : 0));
         }
@@ -370,7 +372,7 @@ private:
     {
         const int slot = mSlots[thread];
         ContextPtr current;
-        const int code = Thrown([&] { current = U_Context::GetCurrent(); });
+        const int code = CodeThrown([&] { current = U_Context::GetCurrent(); });
         Require(code == (IsAlive(slot) ? 0 : kRefused));
         mErrors += code != 0;
         if (code)
@@ -380,7 +382,7 @@ private:
         for (int key = 0; key < kKeys; ++key)
         {
             State* state = nullptr;
-            const int missing = Thrown([&] { state = Neighbour::Find(*current, key); });
+            const int missing = CodeThrown([&] { state = Neighbour::Find(*current, key); });
             Require(missing == (task.mStates[key] == kAbsent));
             Require((state != nullptr) == (task.mStates[key] == kThere));
             if (!state)

@@ -14,6 +14,7 @@
 #include "U_Interact.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "code_thrown.h"
 #include "library.h"
 #include "model.h"
 #include "report_events.h"
@@ -131,11 +132,11 @@ public:
             case 4:
                 thread.mText = text;
                 return Require(Predict(thread, location, severity, text, isGrouped) ==
-                               Thrown([&] { U_ReportError(location, severity, Wide(text)); }));
+                               CodeThrown([&] { U_ReportError(location, severity, Wide(text)); }));
             default: // the flag decides, not the text
-                return Require(Predict(thread, location, severity, text, isGrouped) == Thrown([&] {
-                                   Up_Report16(location, severity, Wide(text), isGrouped);
-                               }));
+                return Require(
+                    Predict(thread, location, severity, text, isGrouped) ==
+                    CodeThrown([&] { Up_Report16(location, severity, Wide(text), isGrouped); }));
             }
         });
     }
@@ -339,7 +340,7 @@ public:
         if (sModel->mDuringAlert == 1)
             U_AsyncReport(0, U_Sev_INFO, Wide("during an alert"));
         if (sModel->mDuringAlert == 2)
-            Thrown([] { Up_Report16(0, U_Sev_INFO, Wide("within an alert"), false); });
+            CodeThrown([] { Up_Report16(0, U_Sev_INFO, Wide("within an alert"), false); });
         sModel->mPresents = false;
     }
 

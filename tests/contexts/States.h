@@ -13,9 +13,9 @@
 #include <wril/wril.h>
 
 #include "U_Context.h"
+#include "fuzz/code_thrown.h"
 #include "tests/contexts/CountingState.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/CodeThrown.h"
 #include "tests/support/OnThreads.h"
 
 typedef std::vector<std::string> Lines;

@@ -1,6 +1,6 @@
 #include "U_RefCount.h"
+#include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/CodeThrown.h"
 
 namespace
 {

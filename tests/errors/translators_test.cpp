@@ -16,8 +16,8 @@
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Threads.h"
+#include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/CodeThrown.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/System.h"
 

@@ -16,8 +16,8 @@
 #include <krobase/threads.h>
 #include <platform/control.h>
 
+#include "fuzz/code_thrown.h"
 #include "indep/instrumentation/ScLogger.h"
-#include "tests/support/CodeThrown.h"
 #include "tests/support/TimeZone.h"
 
 const long long kNow = 1613016306007; // 11 February 2021, 04:05:06.007 UTC

@@ -14,8 +14,8 @@
 #include <platform/control.h>
 #include <win32/message_queue.h>
 
+#include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
 

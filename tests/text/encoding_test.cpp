@@ -14,8 +14,8 @@
 #include <krobase/text.h>
 
 #include "U_Interact.h"
+#include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/CodeThrown.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
 #include "tests/support/Text.h"

@@ -1,7 +1,7 @@
 // The code that a body throws.
 
-#ifndef TESTS_SUPPORT_CODETHROWN_H
-#define TESTS_SUPPORT_CODETHROWN_H
+#ifndef FUZZ_CODE_THROWN_H
+#define FUZZ_CODE_THROWN_H
 
 // Returns the int that the body throws; 0 if it throws none.
 template <class Body> int CodeThrown(Body body)
