@@ -21,9 +21,10 @@
 //   yyyy            the year in full
 //   g, gg           the era
 //
-// Text between apostrophes is literal, two apostrophes are one, and all other characters are
-// themselves. Systems differ in y, yyy and Y: on Windows y is the last two digits without a leading
-// zero and Y is itself; elsewhere each of them is the year in full.
+// Text between apostrophes is literal, and two apostrophes in such text are one. All other
+// characters are themselves. Systems differ in y, yyy and Y: on Windows y is the last two digits
+// without a leading zero and Y is itself; elsewhere each of them is the year in full. Elsewhere
+// than on Windows, empty text between apostrophes does not end a run of a letter: d''d is dd.
 
 #ifndef WIN32_LOCALE_H
 #define WIN32_LOCALE_H
