@@ -34,11 +34,10 @@ struct DefaultCharacter
 
 struct PageDecoder
 {
-    template <class Output>
-    Cursor<Byte, Output> Run(Cursor<Byte, Output> at, const Byte* stop, const Byte* end) const
+    Cursor<Byte, Unit> Run(Cursor<Byte, Unit> at, const Byte* stop, const Byte* end) const
     {
         const CodePage& page = mPage;
-        return PutText(at, stop, [&page, end](Cursor<Byte, Output> next) {
+        return PutText(at, stop, [&page, end](Cursor<Byte, Unit> next) {
             const Byte byte = *next.mNext++;
             if (!page.mIsLead[byte])
                 next.mOutput.Put(page.mSingles[byte]);
@@ -55,11 +54,10 @@ struct PageDecoder
 
 template <bool kForBestFits> struct PageEncoder
 {
-    template <class Output>
-    Cursor<Unit, Output> Run(Cursor<Unit, Output> at, const Unit* stop, const Unit*) const
+    Cursor<Unit, Byte> Run(Cursor<Unit, Byte> at, const Unit* stop, const Unit*) const
     {
         const CodePage& page = mPage;
-        return PutText(at, stop, [this, &page](Cursor<Unit, Output> next) {
+        return PutText(at, stop, [this, &page](Cursor<Unit, Byte> next) {
             const Unit unit = *next.mNext++;
             Unit bytes = page.mBytes[unit];
             if (!bytes || (kForBestFits && page.HasOnlyBestFit(unit)))

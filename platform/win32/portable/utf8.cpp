@@ -40,7 +40,7 @@ bool IsOfThree(std::uint64_t unit)
 
 // Converts well-formed sequences of two bytes and single ASCII characters between them, such
 // as the blanks between words.
-template <class Output> Cursor<Byte, Output> PutTwos(Cursor<Byte, Output> at, const Byte* stop)
+Cursor<Byte, Unit> PutTwos(Cursor<Byte, Unit> at, const Byte* stop)
 {
     while (stop - at.mNext >= 2)
     {
@@ -56,7 +56,7 @@ template <class Output> Cursor<Byte, Output> PutTwos(Cursor<Byte, Output> at, co
 }
 
 // Converts pairs of well-formed sequences of three bytes.
-template <class Output> Cursor<Byte, Output> PutThrees(Cursor<Byte, Output> at, const Byte* stop)
+Cursor<Byte, Unit> PutThrees(Cursor<Byte, Unit> at, const Byte* stop)
 {
     while (kLittleEndian && stop - at.mNext >= 8)
     {
@@ -70,13 +70,13 @@ template <class Output> Cursor<Byte, Output> PutThrees(Cursor<Byte, Output> at, 
         const Unit units[] = {static_cast<Unit>(lanes), static_cast<Unit>(lanes >> 24)};
         if (!IsOfThree(units[0]) || !IsOfThree(units[1]))
             break;
-        at.mOutput.template PutHead<2>(units, 2);
+        at.mOutput.PutHead<2>(units, 2);
         at.mNext += 6;
     }
     return at;
 }
 
-template <class Output> Cursor<Byte, Output> PutCharacter(Cursor<Byte, Output> at, const Byte* end)
+Cursor<Byte, Unit> PutCharacter(Cursor<Byte, Unit> at, const Byte* end)
 {
     const Byte* const next = at.mNext;
     const std::size_t sequence = static_cast<std::size_t>(UTF8Length(*next));
@@ -100,27 +100,25 @@ template <class Output> Cursor<Byte, Output> PutCharacter(Cursor<Byte, Output> a
 }
 
 // Puts the first `count` bytes of a number, the lowest first.
-template <class Number, class Output>
-void PutBytes(Number number, std::size_t count, Output& output)
+template <class Number> void PutBytes(Number number, std::size_t count, Store<Byte>& output)
 {
     Byte bytes[sizeof(number)];
     std::memcpy(bytes, &number, sizeof(number));
-    output.template PutHead<sizeof(number)>(bytes, count);
+    output.PutHead<sizeof(number)>(bytes, count);
 }
 
-template <class Output> void PutLead(unsigned int byte, Output& output)
+void PutLead(unsigned int byte, Store<Byte>& output)
 {
     output.Put(static_cast<Byte>(byte));
 }
 
-template <class Output> void PutContinuation(unsigned int bits, Output& output)
+void PutContinuation(unsigned int bits, Store<Byte>& output)
 {
     output.Put(static_cast<Byte>(0x80 | (bits & 0x3F)));
 }
 
 // Converts fours of characters of two bytes.
-template <class Output>
-Cursor<Unit, Output> PutFoursOfTwo(Cursor<Unit, Output> at, const Unit* stop)
+Cursor<Unit, Byte> PutFoursOfTwo(Cursor<Unit, Byte> at, const Unit* stop)
 {
     while (stop - at.mNext >= 4)
     {
@@ -140,7 +138,7 @@ Cursor<Unit, Output> PutFoursOfTwo(Cursor<Unit, Output> at, const Unit* stop)
 }
 
 // Converts characters of two bytes and single ASCII characters between them.
-template <class Output> Cursor<Unit, Output> PutTwos(Cursor<Unit, Output> at, const Unit* stop)
+Cursor<Unit, Byte> PutTwos(Cursor<Unit, Byte> at, const Unit* stop)
 {
     const Unit* const last = stop - 1;
     for (; kLittleEndian; ++at.mNext)
@@ -162,7 +160,7 @@ template <class Output> Cursor<Unit, Output> PutTwos(Cursor<Unit, Output> at, co
 
 // Converts pairs of characters of three bytes. The two units that are left before `stop`
 // overwrite the unspecified bytes.
-template <class Output> Cursor<Unit, Output> PutThrees(Cursor<Unit, Output> at, const Unit* stop)
+Cursor<Unit, Byte> PutThrees(Cursor<Unit, Byte> at, const Unit* stop)
 {
     while (kLittleEndian && stop - at.mNext >= 4 && IsOfThree(at.mNext[0]) &&
            IsOfThree(at.mNext[1]))
@@ -178,7 +176,7 @@ template <class Output> Cursor<Unit, Output> PutThrees(Cursor<Unit, Output> at, 
 }
 
 // The cursor is at the second half of the pair.
-template <class Output> Cursor<Unit, Output> PutPair(Cursor<Unit, Output> at)
+Cursor<Unit, Byte> PutPair(Cursor<Unit, Byte> at)
 {
     const unsigned int character =
         0x10000 + ((at.mNext[-1] & 0x3FFu) << 10 | (at.mNext[0] & 0x3FFu));
@@ -190,7 +188,7 @@ template <class Output> Cursor<Unit, Output> PutPair(Cursor<Unit, Output> at)
     return at;
 }
 
-template <class Output> Cursor<Unit, Output> PutCharacter(Cursor<Unit, Output> at, const Unit* end)
+Cursor<Unit, Byte> PutCharacter(Cursor<Unit, Byte> at, const Unit* end)
 {
     unsigned int character = *at.mNext++;
     if (character < 0x800)
@@ -212,10 +210,10 @@ template <class Output> Cursor<Unit, Output> PutCharacter(Cursor<Unit, Output> a
 }
 
 // Converts in the direction that the type of the source selects, without vectors.
-template <class Source, class Output>
-Cursor<Source, Output> PutPortably(Cursor<Source, Output> at, const Source* stop, const Source* end)
+template <class Source, class Target>
+Cursor<Source, Target> PutPortably(Cursor<Source, Target> at, const Source* stop, const Source* end)
 {
-    return PutText(at, stop, [=](Cursor<Source, Output> next) {
+    return PutText(at, stop, [=](Cursor<Source, Target> next) {
         const Source* const start = next.mNext;
         next = PutTwos(next, stop);
         next = PutThrees(next, stop);
@@ -225,16 +223,9 @@ Cursor<Source, Output> PutPortably(Cursor<Source, Output> at, const Source* stop
 
 struct UTF8Converter
 {
-    template <class Source>
-    Cursor<Source, Counter> Run(Cursor<Source, Counter> at, const Source* stop,
-                                const Source* end) const
-    {
-        return PutPortably(at, stop, end);
-    }
-
     template <class Source, class Target>
-    Cursor<Source, Store<Target>> Run(Cursor<Source, Store<Target>> at, const Source* stop,
-                                      const Source* end) const
+    Cursor<Source, Target> Run(Cursor<Source, Target> at, const Source* stop,
+                               const Source* end) const
     {
         const std::ptrdiff_t kAround = 64; // sources that are converted with a refused window
         while (stop - at.mNext >= kLeastForWindows && HasWindows())

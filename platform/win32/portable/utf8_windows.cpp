@@ -174,7 +174,7 @@ WITH_AVX2 bool IsAscii(const Unit* block)
 
 // Converts pairs of blocks of ASCII units, also after the place where windows stop: their bytes
 // overwrite no further targets.
-WITH_AVX2 Cursor<Unit, Store<Byte>> PutAsciiPairs(Cursor<Unit, Store<Byte>> at, const Unit* stop)
+WITH_AVX2 Cursor<Unit, Byte> PutAsciiPairs(Cursor<Unit, Byte> at, const Unit* stop)
 {
     const __m256i limit = _mm256_set1_epi16(static_cast<short>(0xFF80));
     while (stop - at.mNext >= 2 * kUnitBlock)
@@ -211,7 +211,7 @@ WITH_AVX2 std::uint64_t LastsOf(const Byte* block)
 }
 } // namespace
 
-WITH_AVX2 Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, const Byte* stop)
+WITH_AVX2 Cursor<Byte, Unit> PutWindows(Cursor<Byte, Unit> at, const Byte* stop)
 {
     const int kSure = 5; // windows that a block certainly has
     const Byte* next = at.mNext;
@@ -250,7 +250,7 @@ WITH_AVX2 Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, con
     return {next, {units}};
 }
 
-WITH_AVX2 Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop)
+WITH_AVX2 Cursor<Unit, Byte> PutWindows(Cursor<Unit, Byte> at, const Unit* stop)
 {
     while (stop - at.mNext >= kLeastForWindows)
     {

@@ -23,8 +23,8 @@ const std::ptrdiff_t kLeastForWindows = 160;
 // before `stop`, or three bytes for each unit, with unspecified values.
 //
 // REQUIRES: HasWindows(), and kLeastForWindows sources.
-Cursor<Byte, Store<Unit>> PutWindows(Cursor<Byte, Store<Unit>> at, const Byte* stop);
-Cursor<Unit, Store<Byte>> PutWindows(Cursor<Unit, Store<Byte>> at, const Unit* stop);
+Cursor<Byte, Unit> PutWindows(Cursor<Byte, Unit> at, const Byte* stop);
+Cursor<Unit, Byte> PutWindows(Cursor<Unit, Byte> at, const Unit* stop);
 } // namespace win32
 
 #endif
