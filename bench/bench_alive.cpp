@@ -224,12 +224,10 @@ const Catalogue& TheCatalogue()
     return sCatalogue;
 }
 
-// Each thread looks up all keys in turn.
-void LookUpInDictionary()
+void LookUpKey(std::size_t number)
 {
-    static thread_local std::size_t sNext = 0;
     const std::vector<std::string>& keys = TheCatalogue().mKeys;
-    benchmark::DoNotOptimize(U_ZStringToUTF16String(keys[sNext++ % keys.size()].c_str()));
+    benchmark::DoNotOptimize(U_ZStringToUTF16String(keys[number % keys.size()].c_str()));
 }
 
 void LookUpBesideThreads(benchmark::State& state)
@@ -239,9 +237,10 @@ void LookUpBesideThreads(benchmark::State& state)
     if (U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(image.data()), image.size()) != 0 ||
         U_ZStringToUTF16String(TheCatalogue().mKeys.front().c_str()).empty())
         state.SkipWithError("no dictionary");
-    const WaitingThreads threads(Number(state) - 1, LookUpInDictionary);
+    const WaitingThreads threads(Number(state) - 1, [] { LookUpKey(0); });
+    std::size_t next = 0;
     for (auto _ : state)
-        LookUpInDictionary();
+        LookUpKey(next++);
 }
 
 template <void use()> void InContextBesideThreads(benchmark::State& state)
