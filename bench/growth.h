@@ -30,13 +30,16 @@ inline int Number(const benchmark::State& state)
 class Library
 {
 public:
-    // `wanted`: as for Up_SetInteract.
-    explicit Library(U_u32 wanted = 0xFFFFFFFF)
+    // `wanted`: as for Up_SetInteract. `image`: a dictionary; null means English texts.
+    explicit Library(U_u32 wanted = 0xFFFFFFFF, std::string* image = nullptr)
     {
         platform::SetAlertPresenter([](const platform::Alert&) {});
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
         U_Birth("growth", nullptr);
-        U_ZStringSetEnglish();
+        if (image)
+            U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(image->data()), image->size());
+        else
+            U_ZStringSetEnglish();
         U_IncrementPostErrors();
         Up_SetInteract(wanted);
     }
