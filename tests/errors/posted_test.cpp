@@ -180,6 +180,16 @@ TEST_F(Posted, AFirstQuietCallTakesNoLongerThanASearchOfTheTable)
     EXPECT_LT(quickest(beQuiet), 5 * report);
 }
 
+TEST_F(Posted, AForgottenStretchPutsTheTextOfItsThreadBack)
+{
+    U_ReportError(0, U_Sev_INFO, Units(u"before"));
+    U_DeferredState state;
+    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
+    Warn();
+    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
+    EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
+}
+
 TEST_F(Posted, AnExceptionOutOfARepeatEndsTheStretch)
 {
     U_ReportError(0, U_Sev_INFO, Units(u"before")); // makes a text that the stretch saves
