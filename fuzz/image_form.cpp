@@ -2,86 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
-
-#include <hollin/ImageView.h>
-#include <hollin_private/FlatImageView.h>
-#include <hollin_private/LegacyImage.h>
+#include <stdexcept>
 
 namespace
 {
-using namespace hollin_private;
-
 const std::size_t kLongestRun = 0xFFFE;
-const std::size_t kMostTrailing = 8; // bytes that are kept
-
-std::string BytesOf(const ByteRun& run)
-{
-    return std::string(ViewOf(run));
-}
-
-void ReadFlat(ImageCursor& cursor, ImageForm* form)
-{
-    const FlatImageView image = ReadFlatImage(cursor);
-    if (!cursor.Sound())
-        return;
-    form->mLocale = BytesOf(image.mLocale);
-    form->mBase = image.mBase;
-    form->mKeyed = image.mKeyed;
-    std::size_t keySize = 0;
-    std::size_t valueSize = 0;
-    for (std::uint32_t slot = 0; slot < image.mCount; ++slot)
-    {
-        const std::string key = image.mKeyed ? BytesOf(image.mKeys.At(slot)) : std::string();
-        form->mSlots.push_back({key, BytesOf(image.mValues.At(slot)), std::string(), false});
-        keySize += key.size();
-        valueSize += form->mSlots.back().mValue.size();
-    }
-    form->mSharesPools = keySize > image.mKeys.mPoolSize || valueSize > image.mValues.mPoolSize;
-    std::size_t next = 0;
-    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
-    {
-        std::vector<std::uint32_t>& ids = form->mBuckets[image.mBucketNumbers[i]];
-        for (const std::size_t end = next + image.mBucketSizes[i]; next < end; ++next)
-            ids.push_back(image.mBucketIds[next]);
-    }
-    for (std::size_t i = 0; i < image.mCommentIds.Size(); ++i)
-    {
-        ImageSlot& slot = form->mSlots[image.mCommentIds[i]];
-        slot.mHasComment = true;
-        slot.mComment = BytesOf(image.mComments.At(i));
-    }
-    const auto trailing = static_cast<std::uint32_t>(std::min(cursor.Remaining(), kMostTrailing));
-    form->mTrailing = BytesOf({cursor.Take(trailing, "trailing"), trailing});
-}
-
-void ReadLegacy(ImageCursor& cursor, const ImageHeader& header, ImageForm* form)
-{
-    const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
-    for (LegacyEntry entry; image->Next(&entry);)
-    {
-        form->mBuckets[static_cast<std::uint16_t>(entry.mBucket)].push_back(
-            static_cast<std::uint32_t>(form->mSlots.size()));
-        form->mSlots.push_back({BytesOf(entry.mKey), BytesOf(entry.mValue), std::string(), false});
-    }
-}
-
-class Writer
-{
-public:
-    explicit Writer(bool bigEndian) : mBigEndian(bigEndian) {}
-
-    void Integer(std::uint64_t value, std::size_t width)
-    {
-        for (std::size_t i = 0; i < width; ++i)
-        {
-            const std::size_t byte = mBigEndian ? width - 1 - i : i;
-            mBytes += static_cast<char>(value >> (8 * byte));
-        }
-    }
-
-    std::string mBytes;
-    bool mBigEndian;
-};
 
 // The runs of a pool with their offsets.
 class Pool
@@ -104,12 +29,14 @@ public:
         mLengths.push_back(run.size());
     }
 
-    void WriteTables(Writer& out) const
+    void WriteTables(ImageBuilder& image, const std::string& kind) const
     {
+        image.Field(kind + " offsets");
         for (const std::size_t offset : mOffsets)
-            out.Integer(offset, 4);
+            image.U32(offset);
+        image.Field(kind + " lengths");
         for (const std::size_t length : mLengths)
-            out.Integer(length, 2);
+            image.U16(length);
     }
 
     std::string mBytes;
@@ -120,20 +47,28 @@ private:
     std::vector<std::size_t> mLengths;
 };
 
-void WriteBuckets(const ImageForm& form, Writer& out)
+void WriteBucketNumbers(const ImageForm& form, ImageBuilder& image)
 {
+    image.Field("bucket numbers");
     for (const auto& bucket : form.mBuckets)
-        out.Integer(bucket.first, 2);
+        image.U16(bucket.first);
+}
+
+void WriteBuckets(const ImageForm& form, ImageBuilder& image)
+{
+    WriteBucketNumbers(form, image);
+    image.Field("bucket sizes");
     for (const auto& bucket : form.mBuckets)
-        out.Integer(bucket.second.size(), 4);
+        image.U32(bucket.second.size());
+    image.Field("bucket identifiers");
     for (const auto& bucket : form.mBuckets)
     {
         for (const std::uint32_t slot : bucket.second)
-            out.Integer(slot, 4);
+            image.U32(slot);
     }
 }
 
-void WriteComments(const ImageForm& form, Writer& out)
+void WriteComments(const ImageForm& form, ImageBuilder& image)
 {
     Pool comments(form.mSharesPools);
     std::vector<std::size_t> ids;
@@ -144,17 +79,18 @@ void WriteComments(const ImageForm& form, Writer& out)
         ids.push_back(slot);
         comments.Add(form.mSlots[slot].mComment, true);
     }
-    out.Integer(ids.size(), 4);
+    image.Field("comment count").U32(ids.size());
     if (ids.empty())
         return;
-    out.Integer(comments.mBytes.size(), 4);
+    image.Field("comment pool size").U32(comments.mBytes.size());
+    image.Field("comment identifiers");
     for (const std::size_t id : ids)
-        out.Integer(id, 4);
-    comments.WriteTables(out);
-    out.mBytes += comments.mBytes;
+        image.U32(id);
+    comments.WriteTables(image, "comment");
+    image.Field("comment pool").Bytes(comments.mBytes);
 }
 
-void WriteFlat(const ImageForm& form, Writer& out)
+void WriteFlat(const ImageForm& form, ImageBuilder& image)
 {
     Pool keys(form.mSharesPools);
     Pool values(form.mSharesPools);
@@ -163,31 +99,30 @@ void WriteFlat(const ImageForm& form, Writer& out)
     {
         keys.Add(slot.mKey, false);
         values.Add(slot.mValue, true);
-        live += !slot.mKey.empty() || !form.mKeyed;
+        live += !slot.mKey.empty() || !form.IsKeyed();
     }
     if (form.mMinor >= 1)
-        out.Integer(form.mBigEndian, 1);
-    out.mBigEndian = form.mBigEndian && form.mMinor >= 1;
-    out.Integer(form.mLocale.size(), 4);
-    out.mBytes += form.mLocale;
-    out.Integer(form.mBase, 4);
-    out.Integer(form.mKeyed ? 'Y' : 'N', 1);
-    out.Integer(form.mSlots.size(), 4);
-    out.Integer(static_cast<std::uint32_t>(live), 4);
-    out.Integer(form.mBuckets.size(), 4);
-    if (form.mKeyed)
-        out.Integer(keys.mBytes.size(), 4);
-    out.Integer(values.mBytes.size(), 4);
-    if (form.mKeyed)
-        keys.WriteTables(out);
-    values.WriteTables(out);
-    if (form.mKeyed)
-        out.mBytes += keys.mBytes;
-    out.mBytes += values.mBytes;
-    if (form.mKeyed)
-        WriteBuckets(form, out);
-    WriteComments(form, out);
-    out.mBytes += form.mTrailing;
+        image.Field("byte-order byte").U8(form.mBigEndian);
+    image.Field("locale length").U32(form.mLocale.size());
+    image.Field("locale name").Bytes(form.mLocale);
+    image.Field("base").U32(form.mBase);
+    image.Field("keyed marker").U8(static_cast<unsigned char>(form.mMarker));
+    image.Field("count").U32(form.mSlots.size());
+    image.Field("live").U32(static_cast<std::uint32_t>(live));
+    image.Field("buckets").U32(form.mBuckets.size()); // also without keys
+    if (form.IsKeyed())
+        image.Field("key pool size").U32(keys.mBytes.size());
+    image.Field("value pool size").U32(values.mBytes.size());
+    if (form.IsKeyed())
+        keys.WriteTables(image, "key");
+    values.WriteTables(image, "value");
+    if (form.IsKeyed())
+        image.Field("key pool").Bytes(keys.mBytes);
+    image.Field("value pool").Bytes(values.mBytes);
+    if (form.IsKeyed())
+        WriteBuckets(form, image);
+    WriteComments(form, image);
+    image.Bytes(form.mTrailing);
 }
 
 std::string LegacyValue(const ImageForm& form, const ImageSlot& slot)
@@ -196,56 +131,122 @@ std::string LegacyValue(const ImageForm& form, const ImageSlot& slot)
     return slot.mValue.substr(0, form.mTextFlag ? size : size & ~std::size_t(1));
 }
 
-void WriteLengthTable(const ImageForm& form, Writer& out)
+void WriteLengthTable(const ImageForm& form, ImageBuilder& image)
 {
-    Writer lengths(false);
+    ImageBuilder lengths;
     std::string data;
     std::size_t end = 0;
-    out.Integer(form.mBuckets.size(), 4);
+    image.Field("bucket count").U32(form.mBuckets.size()).Field("bucket ends");
     for (const auto& bucket : form.mBuckets)
     {
-        out.Integer(end += 2 * bucket.second.size(), 4);
+        image.U32(end += 2 * bucket.second.size());
         for (const std::uint32_t slot : bucket.second)
         {
             const std::string value = LegacyValue(form, form.mSlots[slot]);
-            lengths.Integer(form.mSlots[slot].mKey.size(), 4);
-            lengths.Integer(value.size(), 4);
+            lengths.U32(form.mSlots[slot].mKey.size()).U32(value.size());
             data += form.mSlots[slot].mKey + value;
         }
     }
-    out.mBytes += lengths.mBytes;
-    for (const auto& bucket : form.mBuckets)
-        out.Integer(bucket.first, 2);
-    out.mBytes += data;
+    image.Field("lengths").Bytes(lengths.Image());
+    WriteBucketNumbers(form, image);
+    image.Field("data").Bytes(data);
 }
 
-void WriteEntries(const ImageForm& form, Writer& out)
+void WriteEntries(const ImageForm& form, ImageBuilder& image)
 {
-    Writer data(false);
-    out.Integer(form.mBuckets.size() + 1, 2);
+    ImageBuilder data;
+    image.Field("record count").U16(form.mBuckets.size() + 1).Field("records");
     for (const auto& bucket : form.mBuckets)
     {
-        out.Integer(bucket.first, 2);
-        out.Integer(data.mBytes.size(), 4);
+        image.U16(bucket.first).U32(data.Image().size());
         for (const std::uint32_t slot : bucket.second)
         {
             const std::string value = LegacyValue(form, form.mSlots[slot]);
-            data.Integer(form.mSlots[slot].mKey.size(), 4);
-            data.mBytes += form.mSlots[slot].mKey;
-            data.Integer(value.size(), 4);
-            data.mBytes += value;
+            data.U32(form.mSlots[slot].mKey.size()).Bytes(form.mSlots[slot].mKey);
+            data.U32(value.size()).Bytes(value);
         }
     }
-    out.Integer(0xFFFF, 2);
-    out.Integer(data.mBytes.size(), 4);
-    out.mBytes += data.mBytes;
+    image.U16(0xFFFF).U32(data.Image().size()).Field("data").Bytes(data.Image());
 }
 } // namespace
 
+ImageBuilder& ImageBuilder::Field(const std::string& name)
+{
+    mFields.emplace_back(name, mImage.size());
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Bytes(const std::string& bytes)
+{
+    mImage += bytes;
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Units(const std::u16string& units)
+{
+    for (const char16_t unit : units)
+        U16(unit);
+    return *this;
+}
+
+ImageBuilder& ImageBuilder::Integer(std::uint64_t value, std::size_t width)
+{
+    const std::size_t offset = mImage.size();
+    mImage.resize(offset + width);
+    Store(mImage, offset, value, width);
+    return *this;
+}
+
+void ImageBuilder::Store(std::string& image, std::size_t offset, std::uint64_t value,
+                         std::size_t width) const
+{
+    for (std::size_t i = 0; i < width; ++i)
+    {
+        const std::size_t byte = mBigEndian ? width - 1 - i : i;
+        image.at(offset + byte) = static_cast<char>(value >> (8 * i));
+    }
+}
+
+std::size_t ImageBuilder::Offset(const std::string& field) const
+{
+    for (const auto& known : mFields)
+    {
+        if (known.first == field)
+            return known.second;
+    }
+    throw std::logic_error("the image has no field " + field);
+}
+
+std::string ImageBuilder::FieldAt(std::size_t offset) const
+{
+    std::string field;
+    for (const auto& known : mFields)
+    {
+        if (known.second <= offset)
+            field = known.first;
+    }
+    return field;
+}
+
+std::string ImageBuilder::With(std::size_t offset, std::uint64_t value, std::size_t width) const
+{
+    std::string image = mImage;
+    Store(image, offset, value, width);
+    return image;
+}
+
+std::uint16_t BucketOf(const std::string& key)
+{
+    const std::size_t step = std::max<std::size_t>(key.size() / 5, 1);
+    std::uint32_t hash = 0;
+    for (std::size_t i = 0; i < key.size(); i += step)
+        hash = ((hash << 5) + static_cast<unsigned char>(key[i])) % 1021;
+    return static_cast<std::uint16_t>(hash);
+}
+
 void ImageForm::AddToBucket(std::uint32_t slot)
 {
-    const std::string& key = mSlots[slot].mKey;
-    mBuckets[static_cast<std::uint16_t>(hollin::BucketOf(key))].push_back(slot);
+    mBuckets[BucketOf(mSlots[slot].mKey)].push_back(slot);
 }
 
 void ImageForm::Erase(std::uint32_t slot)
@@ -261,43 +262,18 @@ void ImageForm::Erase(std::uint32_t slot)
     }
 }
 
-bool ReadForm(const std::uint8_t* bytes, std::size_t size, ImageForm* form)
-{
-    if (!IsBinaryImage(bytes, size))
-        return false;
-    ImageCursor cursor(bytes, size);
-    const ImageHeader header = ReadImageHeader(cursor);
-    form->mTextFlag = header.mTextFlag;
-    form->mBigEndian = header.mBigEndian;
-    switch (header.Layout())
-    {
-    case ImageLayout::kFlat:
-        form->mMinor = header.mMinor;
-        ReadFlat(cursor, form);
-        break;
-    case ImageLayout::kUnknownVersion:
-        return false;
-    default:
-        form->mLayout = header.Layout() == ImageLayout::kEntries ? ImageForm::kEntries
-                                                                 : ImageForm::kLengthTable;
-        ReadLegacy(cursor, header, form);
-    }
-    return cursor.Sound();
-}
-
-std::string WriteForm(const ImageForm& form)
+ImageBuilder WriteForm(const ImageForm& form)
 {
     const bool isFlat = form.mLayout == ImageForm::kFlat;
-    Writer out(false);
-    out.mBytes = kImageMagic;
-    out.Integer(isFlat ? 2 : 1, 1);
-    out.Integer(isFlat ? form.mMinor : form.mLayout == ImageForm::kLengthTable ? 5 : 0, 1);
-    out.Integer(form.mTextFlag, 1);
+    ImageBuilder image(isFlat && form.mBigEndian && form.mMinor >= 1);
+    image.Field("header").Bytes("ZString Binary Format").U8(isFlat ? 2 : 1);
+    image.U8(isFlat ? form.mMinor : form.mLayout == ImageForm::kLengthTable ? 5 : 0);
+    image.U8(form.mTextFlag);
     if (isFlat)
-        WriteFlat(form, out);
+        WriteFlat(form, image);
     else if (form.mLayout == ImageForm::kLengthTable)
-        WriteLengthTable(form, out);
+        WriteLengthTable(form, image);
     else
-        WriteEntries(form, out);
-    return out.mBytes;
+        WriteEntries(form, image);
+    return image;
 }

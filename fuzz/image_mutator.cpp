@@ -6,12 +6,95 @@
 #include <iterator>
 #include <random>
 
+#include <hollin_private/FlatImageView.h>
+#include <hollin_private/LegacyImage.h>
+
 #include "image_form.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
 namespace
 {
+using namespace hollin_private;
+
+const std::size_t kMostTrailing = 8; // bytes that are kept
+
+std::string BytesOf(const ByteRun& run)
+{
+    return std::string(ViewOf(run));
+}
+
+void ReadFlat(ImageCursor& cursor, ImageForm* form)
+{
+    const FlatImageView image = ReadFlatImage(cursor);
+    if (!cursor.Sound())
+        return;
+    form->mLocale = BytesOf(image.mLocale);
+    form->mBase = image.mBase;
+    form->mMarker = image.mKeyed ? 'Y' : 'N';
+    std::size_t keySize = 0;
+    std::size_t valueSize = 0;
+    for (std::uint32_t slot = 0; slot < image.mCount; ++slot)
+    {
+        const std::string key = image.mKeyed ? BytesOf(image.mKeys.At(slot)) : std::string();
+        form->mSlots.push_back({key, BytesOf(image.mValues.At(slot)), std::string(), false});
+        keySize += key.size();
+        valueSize += form->mSlots.back().mValue.size();
+    }
+    form->mSharesPools = keySize > image.mKeys.mPoolSize || valueSize > image.mValues.mPoolSize;
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < image.mBucketSizes.Size(); ++i)
+    {
+        std::vector<std::uint32_t>& ids = form->mBuckets[image.mBucketNumbers[i]];
+        for (const std::size_t end = next + image.mBucketSizes[i]; next < end; ++next)
+            ids.push_back(image.mBucketIds[next]);
+    }
+    for (std::size_t i = 0; i < image.mCommentIds.Size(); ++i)
+    {
+        ImageSlot& slot = form->mSlots[image.mCommentIds[i]];
+        slot.mHasComment = true;
+        slot.mComment = BytesOf(image.mComments.At(i));
+    }
+    const auto trailing = static_cast<std::uint32_t>(std::min(cursor.Remaining(), kMostTrailing));
+    form->mTrailing = BytesOf({cursor.Take(trailing, "trailing"), trailing});
+}
+
+void ReadLegacy(ImageCursor& cursor, const ImageHeader& header, ImageForm* form)
+{
+    const std::unique_ptr<LegacyImage> image = LegacyImage::Open(cursor, header);
+    for (LegacyEntry entry; image->Next(&entry);)
+    {
+        form->mBuckets[static_cast<std::uint16_t>(entry.mBucket)].push_back(
+            static_cast<std::uint32_t>(form->mSlots.size()));
+        form->mSlots.push_back({BytesOf(entry.mKey), BytesOf(entry.mValue), std::string(), false});
+    }
+}
+
+// Reads a sound image. Returns false for any other bytes.
+bool ReadForm(const std::uint8_t* bytes, std::size_t size, ImageForm* form)
+{
+    if (!IsBinaryImage(bytes, size))
+        return false;
+    ImageCursor cursor(bytes, size);
+    const ImageHeader header = ReadImageHeader(cursor);
+    form->mTextFlag = header.mTextFlag;
+    form->mBigEndian = header.mBigEndian;
+    switch (header.Layout())
+    {
+    case ImageLayout::kFlat:
+        form->mMinor = header.mMinor;
+        ReadFlat(cursor, form);
+        break;
+    case ImageLayout::kUnknownVersion:
+        return false;
+    default:
+        form->mLayout = header.Layout() == ImageLayout::kEntries ? ImageForm::kEntries
+                                                                 : ImageForm::kLengthTable;
+        ReadLegacy(cursor, header, form);
+    }
+    return cursor.Sound();
+}
+
 const char* const kKeys[] = {"/a", "/b", "/QX/U/Demo", "/QX/U/Menu/File/Open", "a=b", "$", ""};
 const char* const kLocales[] = {"en_US", "de", ""};
 
@@ -167,7 +250,7 @@ private:
             form.mBigEndian = !form.mBigEndian;
             break;
         case 2:
-            form.mKeyed = !form.mKeyed;
+            form.mMarker = form.IsKeyed() ? 'N' : 'Y';
             break;
         case 3:
             form.mSharesPools = !form.mSharesPools;
@@ -208,7 +291,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     do
         mutator.Change(form);
     while (mutator.OneIn(2));
-    std::string image = WriteForm(form);
+    std::string image = WriteForm(form).Image();
     if (mutator.OneIn(8))
         mutator.Damage(image);
     if (image.size() > maxSize)

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -13,9 +14,7 @@
 
 namespace
 {
-class CppErrors : public BornLibrary
-{
-};
+typedef BornLibrary CppErrors;
 
 struct Foreign
 {
@@ -32,7 +31,7 @@ TEST_F(CppErrors, EachCodeCrossesInBothDirections)
         EXPECT_EQ(Thrown([=] { U::cpp::Checked([=] { return code ? throw code : 0; }); }), code);
     }
     EXPECT_EQ(U::cpp::Checked([] { return 5; }), 5);
-    EXPECT_EQ(mLog.Texts(), std::vector<std::string>()) << "nothing was reported a second time";
+    EXPECT_EQ(mLog.Texts(), Texts()) << "nothing was reported a second time";
 }
 
 TEST_F(CppErrors, TheLibraryReturnsTheCodeOfAStatusErrorWithoutAReport)
@@ -40,7 +39,7 @@ TEST_F(CppErrors, TheLibraryReturnsTheCodeOfAStatusErrorWithoutAReport)
     ASSERT_NE(U::cpp::RegisterStatusTranslator(), 0u);
     U::cpp::StatusError error(U_Err_OutOfRange);
     EXPECT_EQ(U_TranslateAndReportException(error), U_Err_OutOfRange);
-    EXPECT_EQ(mLog.Texts(), std::vector<std::string>());
+    EXPECT_EQ(mLog.Texts(), Texts());
     std::system_error other(error.code());
     EXPECT_EQ(U_TranslateAndReportException(other), U_Err_UnknownException);
 }
@@ -53,13 +52,8 @@ TEST_F(CppErrors, AGuardTakesExceptionsOfEveryType)
             throw Foreign();
         return dynamic_cast<std::out_of_range*>(exception) != nullptr;
     });
-    struct Row
-    {
-        std::function<void()> mThrow;
-        U_Status mCode;
-        const char* mLog; // the line of the log, null without one
-    };
-    const Row kRows[] = {
+    // The code, and the line of the log, null without one.
+    const std::tuple<std::function<void()>, U_Status, const char*> kRows[] = {
         {[] { throw 9; }, 9, nullptr},
         {[] { throw std::bad_alloc(); }, 4, nullptr},
         {[] { throw std::out_of_range("a"); }, 77, nullptr},
@@ -68,16 +62,16 @@ TEST_F(CppErrors, AGuardTakesExceptionsOfEveryType)
         {[] { throw Foreign(); }, 14, "What: not a std::exception"},
         {[] { throw std::range_error("the translator throws"); }, 14, nullptr},
     };
-    for (const Row& row : kRows)
+    for (const auto& [fail, code, line] : kRows)
     {
-        SCOPED_TRACE(&row - kRows);
+        SCOPED_TRACE(code);
         mLog.Clear();
-        EXPECT_EQ(U::cpp::Guard(row.mThrow), row.mCode);
-        const std::vector<std::string> lines = mLog.Texts("UNHANDLED_EXCEPTION");
-        ASSERT_EQ(lines.size(), row.mLog ? 1u : 0u);
-        if (row.mLog)
+        EXPECT_EQ(U::cpp::Guard(fail), code);
+        const Texts lines = mLog.Texts("UNHANDLED_EXCEPTION");
+        ASSERT_EQ(lines.size(), line ? 1u : 0u);
+        if (line)
         {
-            EXPECT_THAT(lines[0], testing::StartsWith(row.mLog));
+            EXPECT_THAT(lines[0], testing::StartsWith(line));
         }
     }
 }

@@ -1,5 +1,5 @@
 #include <string>
-#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,23 +13,13 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
 
 namespace
 {
-std::string Narrow(const U_UTF16String& text)
-{
-    return U_UTF16ToMBString(text, false);
-}
-
 TEST(LogFormat, TheMarksOfAGroupAndTheLocationAreTakenOff)
 {
-    struct Row
-    {
-        std::string_view text;
-        const char* plain;
-        const char* location;
-    };
-    const Row kRows[] = {
+    const std::tuple<std::string, const char*, const char*> kRows[] = {
         {"", "", ""},
         {"Host error: disk is full", "Host error: disk is full", ""},
         {"Host error: disk is full\t( 23 :: 4 )", "Host error: disk is full", "( 23 :: 4 )"},
@@ -48,25 +38,23 @@ TEST(LogFormat, TheMarksOfAGroupAndTheLocationAreTakenOff)
         {"Host error: Grouped_Message_{Many|||On", "Host error: On", ""}, // cut at 511 bytes
         {"Host error: Grouped_Message_", "Host error: Grouped_Message_", ""},
     };
-    for (const Row& row : kRows)
+    for (const auto& [text, plain, location] : kRows)
     {
-        SCOPED_TRACE(row.text);
-        EXPECT_EQ(U::cpp::PlainMessage(row.text), row.plain);
-        EXPECT_EQ(U::cpp::SplitMessage(row.text).mLocation, row.location);
-        const U_UTF16String wide = U_AsciiToUTF16String(std::string(row.text).c_str());
-        EXPECT_EQ(Narrow(U::cpp::PlainMessage(wide)), row.plain);
+        SCOPED_TRACE(text);
+        EXPECT_EQ(U::cpp::PlainMessage(text), plain);
+        EXPECT_EQ(U::cpp::SplitMessage(text).mLocation, location);
+        const U_UTF16String wide = U_AsciiToUTF16String(text.c_str());
+        EXPECT_EQ(Narrow(U::cpp::PlainMessage(wide)), plain);
     }
 }
 
-class LogFormatOfReports : public BornLibrary
-{
-};
+typedef BornLibrary LogFormatOfReports;
 
 TEST_F(LogFormatOfReports, TheLogCallbacksAndAlertsAreReadable)
 {
-    std::vector<std::string> seen;
+    Texts seen;
     const U_LoggingCallback callback = [](void* refcon, U_u32, U_u16, const char* text) {
-        static_cast<std::vector<std::string>*>(refcon)->push_back(U::cpp::PlainMessage(text));
+        static_cast<Texts*>(refcon)->push_back(U::cpp::PlainMessage(text));
         return U_Status(0);
     };
     ASSERT_EQ(U_AddLoggingCallback(callback, &seen), 0);
@@ -79,15 +67,15 @@ TEST_F(LogFormatOfReports, TheLogCallbacksAndAlertsAreReadable)
         U_ReportError(location, U_Sev_WARNING, U_AsciiToUTF16String("full"));
 
     const std::string host = "Test Host warning: ";
-    const std::vector<std::string> plain = {host + "One: a.txt", host + "full", host + "full"};
+    const Texts plain = {host + "One: a.txt", host + "full", host + "full"};
     EXPECT_EQ(seen, plain);
-    std::vector<std::string> logged;
+    Texts logged;
     for (const std::string& text : mLog.Texts("U_Sev_WARNING"))
         logged.push_back(U::cpp::PlainMessage(text));
     EXPECT_EQ(logged, plain);
-    std::vector<std::string> shown;
+    Texts shown;
     for (const platform::Alert& alert : mAlerts.All())
         shown.push_back(Narrow(U::cpp::PlainMessage(alert.text)));
-    EXPECT_EQ(shown, (std::vector<std::string>{host + "One\r\n\r\na.txt", plain[1], plain[2]}));
+    EXPECT_EQ(shown, (Texts{host + "One\r\n\r\na.txt", plain[1], plain[2]}));
 }
 } // namespace

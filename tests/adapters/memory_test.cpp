@@ -21,9 +21,7 @@
 
 namespace
 {
-class CppMemory : public BornLibrary
-{
-};
+typedef BornLibrary CppMemory;
 
 struct alignas(64) Line
 {

@@ -2,6 +2,8 @@
 
 #include <u/cpp/reports.h>
 
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include <u/cpp/threads.h>
@@ -23,10 +25,10 @@ const U_u32 kPlace = 0x10002;
 class CppReports : public BornLibrary
 {
 protected:
-    std::vector<std::string> Shown()
+    Texts Shown()
     {
         U_DisplayPostedErrors();
-        const std::vector<std::string> texts = mAlerts.Texts();
+        const Texts texts = mAlerts.Texts();
         mAlerts.Clear();
         return texts;
     }
@@ -116,14 +118,9 @@ TEST_F(CppReports, APostScopeHoldsAlertsBack)
 TEST_F(CppReports, ADeferredScopeRepeatsItsLastErrorOnce)
 {
     typedef U::cpp::DeferredScope Scope;
-    struct Row
-    {
-        void (*mEnd)(Scope&);
-        std::vector<std::string> mShown;
-        U_u32 mCounted;
-    };
     const std::string kLast = "Test Host warning: second";
-    const Row kRows[] = {
+    // The end of the scope, what is shown, and the errors that are counted.
+    const std::tuple<void (*)(Scope&), Texts, U_u32> kRows[] = {
         {[](Scope&) {}, {kLast}, 3}, // the destructor reports
         {[](Scope& scope) { EXPECT_EQ(scope.Report(), 0); }, {kLast}, 3},
         {[](Scope& scope) { EXPECT_EQ(scope.Post(), 0); }, {kLast}, 2},
@@ -135,22 +132,22 @@ TEST_F(CppReports, ADeferredScopeRepeatsItsLastErrorOnce)
          {},
          0},
     };
-    for (const Row& row : kRows)
+    for (const auto& [end, expected, counted] : kRows)
     {
-        SCOPED_TRACE(&row - kRows);
+        SCOPED_TRACE(counted);
         const U_u32 before = Count(), mask = Up_GetInteract();
         {
             Scope scope(0);
             Warn("$$$/test=first");
             Warn("$$$/test=second");
             EXPECT_THAT(mAlerts.Texts(), IsEmpty());
-            row.mEnd(scope);
+            end(scope);
         }
-        std::vector<std::string> shown;
+        Texts shown;
         for (const std::string& text : Shown())
             shown.push_back(text.substr(0, kLast.size()));
-        EXPECT_EQ(shown, row.mShown);
-        EXPECT_EQ(Count(), before + row.mCounted);
+        EXPECT_EQ(shown, expected);
+        EXPECT_EQ(Count(), before + counted);
         EXPECT_EQ(Up_GetInteract(), mask);
     }
 }

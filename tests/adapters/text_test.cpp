@@ -2,9 +2,9 @@
 
 #include <u/cpp/text.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -45,34 +45,24 @@ private:
     const std::filesystem::path mPath;
 };
 
-std::string UTF16Bytes(std::u16string_view text)
-{
-    return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
-}
 } // namespace
 
 TEST_F(CppText, ConversionsKeepCharactersAndReplaceDamage)
 {
-    struct Row
-    {
-        std::string_view mUTF8;
-        std::u16string_view mUTF16;
-        std::string_view mBack;
-    };
     using namespace std::literals;
-    const Row kRows[] = {
+    const std::tuple<std::string_view, std::u16string_view, std::string_view> kRows[] = {
         {"", u"", ""},
         {"caf\xC3\xA9", u"caf\u00E9", "caf\xC3\xA9"},
         {"\xF0\x9F\x8E\xB5", u"\U0001F3B5", "\xF0\x9F\x8E\xB5"},
         {"a\0b"sv, u"a\0b"sv, "a\0b"sv},
         {"\xC3(", u"\uFFFD(", "\xEF\xBF\xBD("},
     };
-    for (const Row& row : kRows)
+    for (const auto& [utf8, utf16, back] : kRows)
     {
-        const U_UTF16String text = U::cpp::ToUTF16(row.mUTF8);
-        EXPECT_EQ(U::cpp::View(text), row.mUTF16);
-        EXPECT_EQ(U::cpp::ToUTF8(text), row.mBack);
-        EXPECT_EQ(U::cpp::ToUTF8(row.mUTF16), row.mBack);
+        const U_UTF16String text = U::cpp::ToUTF16(utf8);
+        EXPECT_EQ(U::cpp::View(text), utf16);
+        EXPECT_EQ(U::cpp::ToUTF8(text), back);
+        EXPECT_EQ(U::cpp::ToUTF8(utf16), back);
     }
     EXPECT_EQ(U::cpp::ToUTF8(std::u16string_view(u"a\xD800")), "a\xEF\xBF\xBD");
     EXPECT_EQ(U::cpp::ToMultibyte("caf\xC3\xA9"), "caf\xE9");
@@ -83,12 +73,7 @@ TEST_F(CppText, ConversionsKeepCharactersAndReplaceDamage)
 
 TEST_F(CppText, EachValueIsFilledOnce)
 {
-    struct Row
-    {
-        const char* mMessage;
-        std::string mValue1, mValue2, mFilled;
-    };
-    const Row kRows[] = {
+    const std::tuple<const char*, std::string, std::string, std::string> kRows[] = {
         {"^1 to ^2", "a", "b", "a to b"},
         {"^2 before ^1", "a", "b", "b before a"},
         {"^1 to ^2", "a ^2", "^1", "a ^2 to ^1"},
@@ -100,8 +85,8 @@ TEST_F(CppText, EachValueIsFilledOnce)
         {"", "a", "b", ""},
         {"^1", std::string(2000, 'x') + '\0', "", std::string(2000, 'x') + '\0'},
     };
-    for (const Row& row : kRows)
-        EXPECT_EQ(Fill(row.mMessage, row.mValue1, row.mValue2), row.mFilled) << row.mMessage;
+    for (const auto& [message, value1, value2, filled] : kRows)
+        EXPECT_EQ(Fill(message, value1, value2), filled) << message;
 }
 
 TEST_F(CppText, MessagesTakeNumbersAndTextsOfEachType)
@@ -120,7 +105,7 @@ TEST_F(CppText, MessagesTakeNumbersAndTextsOfEachType)
 
 TEST_F(CppText, ADictionaryIsReadFromItsFile)
 {
-    const TemporaryFile german(UTF16Bytes(u"\uFEFF$$$/test/a=sch\u00F6n ^1\n"));
+    const TemporaryFile german(TextBytes(u"$$$/test/a=sch\u00F6n ^1\n"));
     U::cpp::LoadDictionary(german.Path());
     EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Format("$$$/test/a=nice ^^1", "x")), "sch\xC3\xB6n x");
     const TemporaryFile odd("\"$$$/test/b=drei\""); // 17 bytes
@@ -148,12 +133,11 @@ TEST_F(CppText, ATableIsARangeOfItsTexts)
     static U_LStrRow sRows[] = {
         {sOne, nullptr, nullptr, 0}, {sTwo, nullptr, nullptr, 0}, {nullptr, nullptr, nullptr, 0}};
     static U_LStrCache sTable = {sName, 3, sRows, 0};
-    const TemporaryFile german(UTF16Bytes(u"\uFEFF$$$/test/one=Eins\n"));
+    const TemporaryFile german(TextBytes(u"$$$/test/one=Eins\n"));
     U::cpp::LoadDictionary(german.Path());
     const U::cpp::ZStringTable local(sTable), english(sTable, true);
-    EXPECT_THAT(std::vector<std::string>(local.begin(), local.end()), ElementsAre("Eins", "Two"));
-    EXPECT_THAT(std::vector<std::string>(english.begin(), english.end()),
-                ElementsAre("One", "Two"));
+    EXPECT_THAT(Texts(local.begin(), local.end()), ElementsAre("Eins", "Two"));
+    EXPECT_THAT(Texts(english.begin(), english.end()), ElementsAre("One", "Two"));
     EXPECT_EQ(local.Size(), 2);
     EXPECT_STREQ(local[2], "[?]");
     U_LStrCache invalid = {sName, 2, sRows, 0}; // lacks the last row

@@ -2,6 +2,9 @@
 
 #include <u/cpp/trees.h>
 
+#include <tuple>
+#include <utility>
+
 #include <gmock/gmock.h>
 
 #include "tests/adapters/Thrown.h"
@@ -11,9 +14,7 @@
 namespace
 {
 // U_Any's narrow text is in the active code page, so the library is born.
-class CppTrees : public BornLibrary
-{
-};
+typedef BornLibrary CppTrees;
 
 // Puts an integer at a path of a tree, and returns the tree's JSON.
 std::string Put(const char* json, const char* path)
@@ -47,11 +48,7 @@ TEST_F(CppTrees, JSONComesBackAsItWas)
         const std::string spaced = " \n" + std::string(text) + "\t";
         EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(spaced)), text);
     }
-    struct Row
-    {
-        const char *mText, *mRead;
-    };
-    const Row kRows[] = {
+    const std::pair<const char*, const char*> kRows[] = {
         {"{ \"a\" : [ \n ] , \"b\":null}", R"({"a":[]})"},
         {R"([null])", "{}"},
         {R"([1,null,2])", "[1,2]"},
@@ -59,17 +56,13 @@ TEST_F(CppTrees, JSONComesBackAsItWas)
         {R"(["\uFDD0x", []])", "[\"\xEF\xB7\x90x\",[]]"},
         {R"(["\\uFDD0"])", R"(["\\uFDD0"])"},
     };
-    for (const Row& row : kRows)
-        EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(row.mText)), row.mRead) << row.mText;
+    for (const auto& [text, read] : kRows)
+        EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(text)), read) << text;
 }
 
 TEST_F(CppTrees, DamagedJSONIsReadAsFarAsItGoes)
 {
-    struct Row
-    {
-        std::string mText, mRead;
-    };
-    const Row kRows[] = {
+    const std::pair<const char*, const char*> kRows[] = {
         {"", "{}"},
         {"}", "{}"},
         {"{", "{}"},
@@ -79,8 +72,8 @@ TEST_F(CppTrees, DamagedJSONIsReadAsFarAsItGoes)
         {"[]]]]", "[]"},
         {"12", "{}"},
     };
-    for (const Row& row : kRows)
-        EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(row.mText)), row.mRead) << row.mText;
+    for (const auto& [text, read] : kRows)
+        EXPECT_EQ(U::cpp::ToJSON(U::cpp::FromJSON(text)), read) << text;
     EXPECT_EQ(U::cpp::GetPath<U_i64>(U::cpp::FromJSON("12"), ""), 12);
     EXPECT_THROW(U::cpp::FromJSON("{\"a\":\"\\u12\"}"), boost::bad_any_cast);
     const std::string kDeepest =
@@ -106,11 +99,7 @@ TEST_F(CppTrees, EmptyNodesSurviveInTreesToo)
 
 TEST_F(CppTrees, PutPathMakesObjectsAndKeepsPositions)
 {
-    struct Row
-    {
-        const char *mBefore, *mPath, *mAfter;
-    };
-    const Row kRows[] = {
+    const std::tuple<const char*, const char*, const char*> kRows[] = {
         {"{}", "a", R"({"a":7})"},
         {"{}", "a.b.c", R"({"a":{"b":{"c":7}}})"},
         {R"({"a":{},"z":1})", "a.b", R"({"a":{"b":7},"z":1})"},
@@ -118,8 +107,8 @@ TEST_F(CppTrees, PutPathMakesObjectsAndKeepsPositions)
         {R"({"a":{"b":1},"z":1})", "a", R"({"a":7,"z":1})"},
         {R"({"a":[1,2],"z":1})", "a", R"({"a":7,"z":1})"},
     };
-    for (const Row& row : kRows)
-        EXPECT_EQ(Put(row.mBefore, row.mPath), row.mAfter) << row.mPath;
+    for (const auto& [before, path, after] : kRows)
+        EXPECT_EQ(Put(before, path), after) << path;
 }
 
 TEST_F(CppTrees, PutPathRefusesPathsThroughValuesAndArraysUnchanged)

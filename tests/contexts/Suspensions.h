@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <memory>
-#include <thread>
 
 #include <krobase/gate.h>
 

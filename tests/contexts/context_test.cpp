@@ -8,6 +8,7 @@
 #include <platform/control.h>
 
 #include "U_Context.h"
+#include "U_Suspend.h"
 #include "tests/contexts/States.h"
 
 using testing::ElementsAre;
@@ -25,7 +26,17 @@ TEST_F(Contexts, AFailedCheckNamesTheReason)
         const Lines messages = FailedChecks();
         return messages.empty() ? std::string() : messages.back();
     };
+    Register("a");
     OnFreshThread([&] {
+        const ContextPtr idle = U_Context::MakeNewContext();
+        LoggedState::Of(*idle, "a").mThrows = true;
+        CodeThrown([&] { Neighbour::Raise(*idle); }); // current but not active
+        EXPECT_EQ(refused(&U_SuspendContext::NewSuspendContext), "suspended context not active");
+    });
+    OnFreshThread([&] {
+        EXPECT_EQ(
+            refused([] { U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor({}, {}); }),
+            "executor is null");
         EXPECT_EQ(refused(&U_Context::GetCurrent), "no current context");
         EXPECT_EQ(refused(enterCurrent), "no current context");
         Neighbour::Raise(*one);

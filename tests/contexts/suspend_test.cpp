@@ -81,24 +81,15 @@ TEST_F(Suspend, ExceptionsOfTheFunctionAreTheResult)
     EXPECT_THAT(HookCalls(), ElementsAre("on a"));
 }
 
-TEST_F(Suspend, OnItsOwnThreadAnExecutorRunsTheFunctionAtOnce)
+// The model of contexts has the results of such calls.
+TEST_F(Suspend, ACallHereMayBeFollowedByACallToAnotherThread)
 {
-    U_SuspendContext::TerminateAndFailAllSuspendedContexts(); // stops calls to other threads
     RunThere([&] {
         Task task;
-        const auto function = [&] {
-            ExpectBack(task.context);
-            return 3;
-        };
-        EXPECT_EQ(task.Call(mExecutor, function), 3);
-        EXPECT_EQ(CodeThrown([&] { task.Call(mExecutor, []() -> int { throw 7; }); }), 7);
         EXPECT_THROW(task.Call(mExecutor, {}), boost::bad_function_call);
         ExpectBack(task.context);
-
-        Revive();
         EXPECT_EQ(task.Call(MakeExecutor(), [] { return 4; }), 4);
-        EXPECT_FALSE(U_Context::HasCurrent())
-            << "a call to another thread detaches the context again";
+        EXPECT_FALSE(U_Context::HasCurrent()) << "the context is detached again";
         task.End();
     });
 }
@@ -123,47 +114,6 @@ TEST_F(Suspend, TheExecutorsOwnContextLivesThroughTheCall)
     RunThere([&] {
         EXPECT_EQ(SuspendedCall(mExecutor, hasCurrent), 2);
         EXPECT_FALSE(U_Context::HasCurrent());
-    });
-}
-
-TEST_F(Suspend, MisuseIsReportedAndChangesNothing)
-{
-    Register("a");
-    const ContextPtr context = U_Context::MakeNewContext();
-    OnFreshThread([&] {
-        LoggedState::Of(*context, "a").mThrows = true;
-        CodeThrown([&] { Neighbour::Raise(*context); }); // current but not active
-        EXPECT_EQ(CodeThrown([] { U_SuspendContext::NewSuspendContext(); }), 3);
-        EXPECT_THAT(FailedChecks(), ElementsAre("suspended context not active"));
-        EXPECT_EQ(U_Context::GetCurrent(), context);
-        LoggedState::Of(*context, "a").mThrows = false;
-        const U_ContextSetter setter;
-
-        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        EXPECT_EQ(CodeThrown([&] { suspended->CallOnThreadedExecutor({}, {}); }), 3);
-        EXPECT_THAT(FailedChecks(), ElementsAre("executor is null"));
-        suspended.reset();
-        ExpectBack(context);
-    });
-}
-
-TEST_F(Suspend, AContextMayEndWhileItIsSuspended)
-{
-    Register("a");
-    OnFreshThread([&] {
-        ContextPtr context = U_Context::MakeNewContext();
-        Neighbour::Raise(*context);
-        SuspendPtr suspended = U_SuspendContext::NewSuspendContext();
-        context.reset();
-        EXPECT_EQ(suspended->CallOnThreadedExecutor(
-                      mExecutor, [] { return U_Context::GetCurrent()->IsActive() ? 1 : 2; }),
-                  1);
-        Drain(mExecutor); // the posted function owned the context too
-        HookCalls();
-        suspended.reset();
-        EXPECT_THAT(HookCalls(), ElementsAre("off a while active"));
-        EXPECT_FALSE(U_Context::HasCurrent());
-        EXPECT_EQ(CodeThrown([] { U_ContextSetter next(U_Context::MakeNewContext()); }), 0);
     });
 }
 

@@ -23,8 +23,6 @@
 
 namespace
 {
-typedef std::vector<std::string> Texts;
-
 // Bytes. Windows needs long to refuse a block that would fit the address space.
 const std::size_t kTooMuch = std::size_t(1) << (IsWindows() ? 59 : 40);
 

@@ -74,7 +74,7 @@ protected:
     void ExpectAlive(int count)
     {
         EXPECT_EQ(sAlive, count);
-        EXPECT_EQ(mLog.Texts(), std::vector<std::string>());
+        EXPECT_EQ(mLog.Texts(), Texts());
     }
 };
 } // namespace
@@ -147,9 +147,8 @@ TEST_F(RefCount, MisuseIsReported)
     EXPECT_TRUE(!null);
     EXPECT_EQ(CodeThrown([&] { null.operator->(); }), 3);
     EXPECT_EQ(mAlerts.Texts(),
-              (std::vector<std::string>{
-                  "Test Host error: internal verification failure, sorry! {Warning: Reference "
-                  "count not zero.}\n\n",
-                  "Test Host warning: Warning: Attempted to dereference a null pointer.\n\n"
-                  "( 23 :: 0 )"}));
+              (Texts{"Test Host error: internal verification failure, sorry! {Warning: Reference "
+                     "count not zero.}\n\n",
+                     "Test Host warning: Warning: Attempted to dereference a null pointer.\n\n"
+                     "( 23 :: 0 )"}));
 }

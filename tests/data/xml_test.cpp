@@ -136,7 +136,7 @@ TEST_F(XMLEscapes, IllegalCharactersAreReportedOneByOne)
 {
     const U_UTF8String text = Bytes("caf\xC3\xA9\x01 <\x1F\0\x0B"sv);
     EXPECT_EQ(U_EscapeBodyTextToSafeXML(text, true, false), Bytes("caf\xC3\xA9 &lt;"));
-    const std::vector<std::string> alerts = mAlerts.Texts();
+    const Texts alerts = mAlerts.Texts();
     ASSERT_EQ(alerts.size(), 3u);
     // The text in a report ends at a NUL.
     const char* const kCharacters[] = {"\x01", "\x1F", "\x0B"};
@@ -155,10 +155,9 @@ TEST_F(XMLEscapes, LongTextIsCutInTheReportAtACharacter)
     for (int i = 0; i < 63; ++i)
         pairs += "\xF0\x9F\x98\x80"; // two units each, which 128 and the \x02 leave half of
     U_EscapeBodyTextToSafeXML(Bytes("\x02" + pairs + pairs + pairs + pairs + pairs), true, false);
-    EXPECT_EQ(mAlerts.Texts(),
-              std::vector<std::string>{"Test Host error: Illegal XML character \"\x02\" in string "
-                                       "\"\x02" +
-                                       pairs + "\"\n\n( 23 :: 0 )"});
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: Illegal XML character \"\x02\" in string "
+                                     "\"\x02" +
+                                     pairs + "\"\n\n( 23 :: 0 )"});
 }
 
 TEST_F(XMLEscapes, TheFirstIllegalCharacterThrowsIfAsked)
@@ -236,7 +235,7 @@ TEST_F(BinaryText, FailedAttemptsLeaveNothingBehindAndAreQuiet)
         [&](long point) {
             SCOPED_TRACE(point);
             EXPECT_TRUE(code == 4 || (code == 0 && data.Count() == 1000)) << code;
-            EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>());
+            EXPECT_EQ(mAlerts.Texts(), Texts());
             EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3); // no level is left open
             mAlerts.Clear();
         });
@@ -352,11 +351,10 @@ TEST_F(XMLElement, MissingAttributeIsReportedIfAskedFor)
     EXPECT_FALSE(element.GetAttributeValue(Bytes("\xE6\x97\xA5"), &text, true));
     EXPECT_EQ(text, U_UTF8String());
     EXPECT_FALSE(element.GetAttributeValueLong("y", &number, true, true));
-    EXPECT_EQ(mAlerts.Texts(),
-              (std::vector<std::string>{"Test Host error: Element \"caf\xC3\xA9\" does not have "
-                                        "attribute \"\xE6\x97\xA5\".\n\n( 23 :: 0 )",
-                                        "Test Host error: Element \"caf\xC3\xA9\" does not have "
-                                        "attribute \"y\".\n\n( 23 :: 0 )"}));
+    EXPECT_EQ(mAlerts.Texts(), (Texts{"Test Host error: Element \"caf\xC3\xA9\" does not have "
+                                      "attribute \"\xE6\x97\xA5\".\n\n( 23 :: 0 )",
+                                      "Test Host error: Element \"caf\xC3\xA9\" does not have "
+                                      "attribute \"y\".\n\n( 23 :: 0 )"}));
 
     U_AddLoggingCallback([](void*, U_u32, U_u16, const char*) { return 42; }, nullptr);
     text = Bytes("old");

@@ -27,10 +27,6 @@ TEST(Dictionary, EmptyDictionaryReturnsDefaultTexts)
     const std::pair<const char*, std::u16string> lookups[] = {
         {nullptr, u""},
         {"", u""},
-        {"$$$/a=b", u"b"},
-        {"$$$/a", u""},
-        {"a=b", u"b"},
-        {"$$$/a=x=y", u"x=y"},
         {"$$/a=b", u""},
         {"$$$$/a=b", u"b"},
         {"$$$/a=^^1 and ^1", u"^1 and ^1"},
@@ -72,11 +68,7 @@ TEST(Dictionary, StoredTextIsNotExpanded)
 TEST(Dictionary, OnlyAFlatDictionaryIsChanged)
 {
     Dictionary hash;
-    EXPECT_EQ(Set(hash, "/a", u"1"), kNoId);
-    EXPECT_EQ(hash.RemoveString("/a"), kNoId);
     EXPECT_EQ(hash.CurrentKey(), "");
-    hash.SetLanguage("de_DE");
-    EXPECT_EQ(ToText(hash.GetLanguage()), u"");
 
     Dictionary flat(true);
     EXPECT_EQ(Set(flat, nullptr, u"1"), kNoId);

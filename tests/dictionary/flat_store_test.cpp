@@ -9,7 +9,6 @@
 
 #include <hollin/ImageView.h>
 
-#include "fuzz/image_form.h"
 #include "tests/dictionary/Loading.h"
 #include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
@@ -73,9 +72,9 @@ TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed
     ImageForm form;
     form.mSlots.push_back({"/other", "bb", "", false});
     form.AddToBucket(0);
-    ASSERT_NE(hollin::BucketOf("/other"), hollin::BucketOf("/a"));
-    form.mBuckets[static_cast<std::uint16_t>(hollin::BucketOf("/a"))] = {};
-    const std::string image = WriteForm(form);
+    ASSERT_NE(BucketOf("/other"), BucketOf("/a"));
+    form.mBuckets[BucketOf("/a")] = {};
+    const std::string image = WriteForm(form).Image();
 
     bool failed = true;
     for (long nth = 1; failed; ++nth)
@@ -102,9 +101,7 @@ TEST(ImageView, FindsEachKeyAmongTheSlotsOfItsBucket)
     entries.push_back({"/other", u"text"});
     for (const bool bigEndian : {false, true})
     {
-        FlatOptions options;
-        options.bigEndian = bigEndian;
-        const std::string image = BuildFlat(entries, options).Image();
+        const std::string image = BuildFlat(entries, {7, bigEndian}).Image();
         const hollin::ImageView view(reinterpret_cast<const unsigned char*>(image.data()),
                                      image.size());
         ASSERT_TRUE(view.IsReadable());

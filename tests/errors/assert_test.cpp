@@ -14,8 +14,6 @@
 
 namespace
 {
-typedef std::vector<std::string> Texts;
-
 typedef BornLibrary Assert;
 } // namespace
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "U_Encoding.h"
@@ -26,13 +27,8 @@ const U_u32 kTextAndReason = 107;
 const U_u32 kTextAndCode = 109;
 const U_u32 kTextCount = 119;
 
-// Texts as users read them, and in ASCII.
-const struct
-{
-    U_u32 index;
-    const char* written;
-    const char* plain;
-} kTexts[] = {
+// Texts by their index, as users read them, and in ASCII.
+const std::tuple<U_u32, const char*, const char*> kTexts[] = {
     {0, "", ""},
     {1, " warning", " warning"},
     {3, " can\u2019t continue", " can't continue"},
@@ -61,8 +57,8 @@ class Codes : public BornLibrary
 protected:
     static void ExpectTexts(bool plain)
     {
-        for (const auto& text : kTexts)
-            EXPECT_STREQ(Up_String(text.index), plain ? text.plain : text.written);
+        for (const auto& [index, written, ascii] : kTexts)
+            EXPECT_STREQ(Up_String(index), plain ? ascii : written);
         for (U_u32 index : {kTextCount, kTextCount + 1, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
             EXPECT_STREQ(Up_String(index), "[?]") << index;
     }

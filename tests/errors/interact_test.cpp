@@ -22,8 +22,6 @@
 
 namespace
 {
-typedef std::vector<std::string> Texts;
-
 const U_u32 kLocation = 0x120034;
 const U_u32 kMaskAtBirth = 0xFFBFFF9F;
 const U_u16 kSeverity = U_Sev_MESSAGE; // has no prefix

@@ -24,8 +24,6 @@
 
 namespace
 {
-typedef std::vector<std::string> Texts;
-
 const U_u32 kLocation = 0x120034;
 
 // A logging callback that captures the texts.
@@ -57,10 +55,6 @@ LastError GetLast()
     EXPECT_EQ(Up_GetThreadLastError(), error);
     return {text, severity, location, error};
 }
-
-class Supplier : public kroview::pencart::SupplierInterface
-{
-};
 
 class Report : public BornLibrary
 {
@@ -135,25 +129,21 @@ TEST_F(Report, ATranslationOrdersNameAndWord)
 
 TEST_F(Report, TheNameIsThatOfThePresentLifeInThePresentCodePage)
 {
-    const struct
-    {
-        const char* name;
-        unsigned int codePage;
-        const char* expected; // UTF-8
-    } kRows[] = {
+    const std::tuple<const char*, unsigned int, const char*> kRows[] = {
+        // the name in a code page, and the report in UTF-8
         {"Caf\xE9", 1252, "Caf\xC3\xA9: text\n\n"},
         {"Caf\xE9", 1251, "Caf\xD0\xB9: text\n\n"},
         {"Caf", 1251, "Caf: text\n\n"},
         {"a name of thirty bytes, no less", 1251, "a name of thirty bytes, no les: text\n\n"},
     };
-    for (const auto& row : kRows)
+    for (const auto& [name, codePage, expected] : kRows)
     {
         ASSERT_EQ(U_Death(), 0);
-        const ScActiveCodePage codePage(row.codePage);
-        ASSERT_EQ(U_Birth(row.name, nullptr), 0);
+        const ScActiveCodePage active(codePage);
+        ASSERT_EQ(U_Birth(name, nullptr), 0);
         U_ReportError(0, U_Sev_INFO, Units(u"text"));
         U_ReportError(0, U_Sev_INFO, Units(u"text"));
-        EXPECT_EQ(mAlerts.Texts(), Texts(2, row.expected));
+        EXPECT_EQ(mAlerts.Texts(), Texts(2, expected));
         mAlerts.Clear();
     }
 }

@@ -81,8 +81,7 @@ TEST_F(Translators, BadAllocAndBadCastNeverReachTranslators)
     EXPECT_EQ(U_TranslateAndReportException(noMemory), 4);
     EXPECT_EQ(U_TranslateAndReportException(badCast), 3);
     EXPECT_TRUE(mCalled.empty());
-    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"),
-              std::vector<std::string>{"Test Host error: Unexpected data type\t"});
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM"), Texts{"Test Host error: Unexpected data type\t"});
     EXPECT_EQ(U_TranslateAndReportException(badType), 101);
 }
 
@@ -90,9 +89,8 @@ TEST_F(Translators, AnUnrecognisedExceptionIsLogged)
 {
     Register(1, false, 0);
     EXPECT_EQ(Translate(), 14);
-    EXPECT_EQ(mLog.Texts(), (std::vector<std::string>{
-                                "UNHANDLED_EXCEPTION: What: broken, type: std::runtime_error",
-                                "U_Sev_WARNING: Test Host warning: Unknown Exception.\t"}));
+    EXPECT_EQ(mLog.Texts(), (Texts{"UNHANDLED_EXCEPTION: What: broken, type: std::runtime_error",
+                                   "U_Sev_WARNING: Test Host warning: Unknown Exception.\t"}));
 }
 
 TEST_F(Translators, AnIntFromATranslatorIsItsCodeAndAnExceptionIsIgnored)
@@ -164,11 +162,11 @@ TEST_F(Translators, TranslatorsEndWithDeathAndTheirIdsAreNotReused)
 TEST_F(Translators, AnATLExceptionWithASystemTextThrowsOne)
 {
     // The result code, the callback's answer, the thrown code, and the log lines.
-    typedef std::tuple<unsigned int, U_Status, int, std::vector<std::string>> Row;
+    typedef std::tuple<unsigned int, U_Status, int, Texts> Row;
     // The texts of POSIX systems and of Wine. Windows has others.
     const auto warning = [](const char* posix, const char* wine) {
-        return std::vector<std::string>{std::string("U_Sev_WARNING: Test Host warning: ") +
-                                        (IsWine() ? wine : posix) + "\r\n\t"};
+        return Texts{std::string("U_Sev_WARNING: Test Host warning: ") + (IsWine() ? wine : posix) +
+                     "\r\n\t"};
     };
     const auto kNoFile = warning("No such file or directory.", "File not found.");
     const Row rows[] = {

@@ -92,10 +92,9 @@ TEST_F(Lifecycle, DeathLogsLeaksByTheirNamesCutAtACharacter)
     void** const unnamed = U_AllocateHandleQuiet(40);
     name = "gone by then";
     ASSERT_EQ(U_Death(), 0);
-    EXPECT_EQ(
-        mLog.Texts("MEM_DumpLeaks"),
-        (std::vector<std::string>{"(no name): 1 blocks, 40 bytes", kept + ": 2 blocks, 30 bytes",
-                                  "left in the heap: 3 blocks, 70 bytes"}));
+    EXPECT_EQ(mLog.Texts("MEM_DumpLeaks"),
+              (Texts{"(no name): 1 blocks, 40 bytes", kept + ": 2 blocks, 30 bytes",
+                     "left in the heap: 3 blocks, 70 bytes"}));
     for (void* leak : leaks)
         U_FreePtr(leak);
     U_FreeHandle(unnamed);
@@ -119,8 +118,7 @@ TEST_F(Lifecycle, DeathLeavesADamagedLibraryInPlace)
             EXPECT_EQ(platform::BeepCount(), 2u);
             EXPECT_FALSE(platform::MemDialogsQuieted());
             EXPECT_EQ(U_Death(), 2);
-            EXPECT_EQ(alerts.Texts(),
-                      std::vector<std::string>{"Internal structures damaged.\n\n( 23 :: 4 )"});
+            EXPECT_EQ(alerts.Texts(), Texts{"Internal structures damaged.\n\n( 23 :: 4 )"});
             EXPECT_EQ(U_Death(), 2);
             EXPECT_TRUE(platform::MemDialogsQuieted());
             EXPECT_EQ(MEM_GetMemUsage(), used);
@@ -235,7 +233,7 @@ TEST_F(Lifecycle, DeathIsWholeWhateverTheLogAndTheAlertsThrow)
         U_RegisterExceptionTranslatorImpl([owned](std::exception*, int*) { return false; });
         owned.reset();
 
-        std::vector<std::string> threw;
+        Texts threw;
         platform::SetLogSink([&](int, const char*, const char* tag, const char*) {
             threw.push_back(tag);
             fail();

@@ -14,8 +14,6 @@
 
 #include "tests/support/BornLibrary.h"
 
-typedef std::vector<std::string> Texts;
-
 std::string MemoryLogName(); // with a slash
 std::string MemoryLogPath(); // in the tests' folder, where InAProcess leads the log
 

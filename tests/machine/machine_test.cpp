@@ -21,11 +21,14 @@
 
 #include <platform/control.h>
 #include <tolv/keyboard.h>
+#include <win32/errors.h>
+#include <win32/machine.h>
 
 #include "U_Lifecycle.h"
 #include "U_Machine.h"
 #include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
 #include "tests/support/Text.h"
 
@@ -36,7 +39,7 @@ namespace fs = std::filesystem;
 typedef BornLibrary Machine;
 
 // Makes a folder in the form of the system's list of processors.
-fs::path MakeProcessors(const std::string& online, const std::vector<std::string>& siblings)
+fs::path MakeProcessors(const std::string& online, const Texts& siblings)
 {
     const fs::path folder = fs::temp_directory_path() / ("processors-" + std::to_string(getpid()));
     fs::remove_all(folder);
@@ -52,9 +55,9 @@ fs::path MakeProcessors(const std::string& online, const std::vector<std::string
 }
 
 // Returns the siblings of 2 * distance processors: n and n + distance are threads of one core.
-std::vector<std::string> Pairs(int distance)
+Texts Pairs(int distance)
 {
-    std::vector<std::string> siblings;
+    Texts siblings;
     for (int cpu = 0; cpu < 2 * distance; ++cpu)
         siblings.push_back(std::to_string(cpu % distance) + "," +
                            std::to_string(cpu % distance + distance));
@@ -128,8 +131,8 @@ TEST_F(Machine, ProcessorFlagsAreThoseThatTheSystemLists)
 
 TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
 {
-    typedef std::tuple<const char*, std::string, std::vector<std::string>, U_u32, U_u32> Row;
-    std::vector<std::string> withoutOne = Pairs(4);
+    typedef std::tuple<const char*, std::string, Texts, U_u32, U_u32> Row;
+    Texts withoutOne = Pairs(4);
     withoutOne[3].clear();
     const Row rows[] = {
         {"two cores", "0-1", {"0", "1"}, 2, 2},
@@ -302,4 +305,27 @@ TEST_F(Machine, NamesAreWholeCharactersOrEmpty)
     platform::SetNames(nullptr, nullptr);
     EXPECT_EQ(Narrow(U_GetMachineName()), MachineName());
     EXPECT_EQ(Narrow(U_GetUsername()), UserName());
+}
+
+TEST_F(Machine, ALongNameWithoutMemoryIsAFailureOfTheSystem)
+{
+    typedef int (*GetName)(unsigned short* name, unsigned int* size);
+    const std::string longName(300, 'm'); // in no string without an allocation
+    platform::SetNames(longName.c_str(), longName.c_str());
+    for (const GetName get : {&win32::GetComputerNameW, &win32::GetUserNameW})
+    {
+        unsigned short name[400] = {};
+        int result = 0;
+        unsigned int size = 0;
+        const auto ask = [&] {
+            size = 400;
+            win32::SetLastError(0);
+            result = get(name, &size);
+        };
+        const long failures = FailEachNew(ask, [&](long) {
+            EXPECT_EQ(win32::GetLastError(), result ? 0 : win32::kErrorNotEnoughMemory);
+        });
+        EXPECT_GT(failures, 0);
+        EXPECT_TRUE(result) << "the last call has all the memory";
+    }
 }

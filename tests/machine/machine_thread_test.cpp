@@ -220,7 +220,7 @@ TEST_F(CallStack, DepthIsMeasuredFromTheOutermostMark)
 
 TEST_F(Reservation, ASecondReleaseIsLoggedAndDoesNotThrow)
 {
-    std::vector<std::string> lines;
+    Texts lines;
     platform::SetLogSink([&](int, const char*, const char* tag, const char* text) {
         lines.push_back(std::string(tag) + ": " + text);
         throw 5;
@@ -233,8 +233,8 @@ TEST_F(Reservation, ASecondReleaseIsLoggedAndDoesNotThrow)
     EXPECT_NO_THROW(second.Release());
     second.Release(); // has nothing left to release
     platform::SetLogSink(platform::LogSink());
-    EXPECT_EQ(lines, std::vector<std::string>{IsWine() ? "VirtualFree: VirtualFree error 87"
-                                                       : "VirtualFree: VirtualFree error 487"});
+    EXPECT_EQ(lines, Texts{IsWine() ? "VirtualFree: VirtualFree error 87"
+                                    : "VirtualFree: VirtualFree error 487"});
 }
 
 TEST_F(Reservation, AnImpossibleRangeFailsWithFourAndNoReport)
@@ -276,6 +276,6 @@ TEST_F(Reservation, WithoutARangeTheHostIsPurgedAndTheReservationTriedAgain)
     EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0);
     EXPECT_FALSE(held);
     EXPECT_EQ(U_ReserveContiguousAddressSpace(size), 0) << "the range is released";
-    EXPECT_EQ(mLog.Texts("VirtualFree"), std::vector<std::string>());
+    EXPECT_EQ(mLog.Texts("VirtualFree"), Texts());
     EXPECT_TRUE(mAlerts.Texts().empty());
 }

@@ -55,12 +55,12 @@ TEST_F(Budget, ARefusedBlockIsLogged)
     const U_u64 wanted = static_cast<U_u64>(5000 + 0.02 * static_cast<double>(Prepurge()));
     mLog.Clear();
     EXPECT_EQ(U_AllocatePtr(1, "Refused", 5000), nullptr);
-    EXPECT_EQ(mLog.Texts(), (std::vector<std::string>{
-                                "MEM: Amount Requested above tracked usage thresh. used:\t" +
-                                    std::to_string(used) + "\trequest:\t" + std::to_string(wanted) +
-                                    "\tthresh:" + std::to_string(Prepurge()),
-                                "Up_AllocateShared: Up_OkayToAllocBlock did not say ok, size=5000",
-                                "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Refused"}));
+    EXPECT_EQ(mLog.Texts(),
+              (Texts{"MEM: Amount Requested above tracked usage thresh. used:\t" +
+                         std::to_string(used) + "\trequest:\t" + std::to_string(wanted) +
+                         "\tthresh:" + std::to_string(Prepurge()),
+                     "Up_AllocateShared: Up_OkayToAllocBlock did not say ok, size=5000",
+                     "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Refused"}));
 }
 
 TEST_F(Budget, NothingIsMeasuredWhileDisabled)
@@ -120,7 +120,7 @@ TEST_F(Budget, BirthReadsTheSettings)
         platform::SetDebugSetting("MemoryFudgeBuffer2", setting);
         mLog.Clear();
         ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
-        EXPECT_EQ(mLog.Texts("Up_InitializeMemorySubsystem"), std::vector<std::string>{line});
+        EXPECT_EQ(mLog.Texts("Up_InitializeMemorySubsystem"), Texts{line});
         U_SetPayAttentionToLowMemory(true);
         platform::SetPhysicalMemory(kPhysicalMemory, 400 * kMiB);
         const U_u64 used = InUse();

@@ -75,7 +75,12 @@ TEST_F(ConcurrentFigures, AHogCountsTheHandlesOfAllThreads)
 {
     OnThreads(4, [this](int) {
         for (int run = 0; run < 50000; ++run)
-            U_FreeHogHandle(New(100));
+        {
+            void** const handle = New(100);
+            const Stats now = run % 100 ? Stats{1, 100} : Count(); // while others change them
+            EXPECT_TRUE(now.first >= 1 && now.first <= 4 && now.second == 100 * now.first);
+            U_FreeHogHandle(handle);
+        }
     });
     EXPECT_EQ(Count(), (Stats{0, 0}));
 }

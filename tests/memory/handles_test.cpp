@@ -53,7 +53,7 @@ TEST_F(Handles, NullHandlesAreRefusedOrIgnored)
     EXPECT_EQ(U_GetHandleSize(nullptr, &size), 3);
     EXPECT_EQ(size, 77u);
     EXPECT_EQ(U_DuplicateHandleToPlatform(nullptr, "none", &out), 3);
-    EXPECT_EQ(mAlerts.Texts(), (std::vector<std::string>{noSize, noSize}));
+    EXPECT_EQ(mAlerts.Texts(), (Texts{noSize, noSize}));
     EXPECT_EQ(U_DuplicateHandle(nullptr, "none", &out), 3);
     EXPECT_EQ(U_ResizeHandle(1, 5, "none", &none), 3);
     EXPECT_EQ(U_GetPtrSize(nullptr, &longSize), 0);
@@ -116,7 +116,7 @@ TEST_F(Handles, ForeignHandlesAreReportedAndDoNoHarm)
             << "reported before the handle is freed";
     };
     EXPECT_EQ(U_FreeHandle(ofOther), 0);
-    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{report});
+    EXPECT_EQ(mAlerts.Texts(), Texts{report});
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, ofOther), 0u) << "freed in its own heap";
     MEM_DumpLeaks(otherHeap);
     EXPECT_EQ(MEM_NewHeap(), otherHeap) << "an empty heap is reused";

@@ -56,9 +56,9 @@ protected:
     }
 
     // Returns the reports since the last call, each with its stacks.
-    std::vector<std::string> Reports()
+    Texts Reports()
     {
-        std::vector<std::string> reports;
+        Texts reports;
         for (const std::string& text : mLog.Texts("HEAP_CHECK"))
         {
             const std::size_t stacks =
@@ -244,23 +244,20 @@ TEST_F(HeapChecks, AWriteToAFreedBlockIsReportedWhenTheBlockLeavesTheQueue)
 {
     if (platform::MemoryIsWatched())
         GTEST_SKIP() << "a checker of the process has the queue";
-    const struct
-    {
-        std::ptrdiff_t mPlace;
-        const char* mFault;
-    } rows[] = {{0, "the block was written after it was freed"},
-                {-1, "bytes before the block were overwritten"},
-                {-9, "bytes before the block were overwritten"},
-                {kSize, "bytes after the end of the block were overwritten"}};
-    for (const auto& row : rows)
+    const std::pair<std::ptrdiff_t, const char*> rows[] = {
+        {0, "the block was written after it was freed"},
+        {-1, "bytes before the block were overwritten"},
+        {-9, "bytes before the block were overwritten"},
+        {kSize, "bytes after the end of the block were overwritten"}};
+    for (const auto& [place, fault] : rows)
     {
         char* const freed = AllocatePointer(kSize).mBytes;
         U_FreePtr(freed);
-        Damage(freed + row.mPlace);
+        Damage(freed + place);
         for (int count = 0; count < 100; ++count)
             U_FreePtr(U_AllocatePtrQuiet(kSize));
-        EXPECT_THAT(Reports(), ElementsAre(AllOf(Fault(row.mFault, kBlockKinds[0]),
-                                                 HasSubstr("\n  freed at\n"))));
+        EXPECT_THAT(Reports(),
+                    ElementsAre(AllOf(Fault(fault, kBlockKinds[0]), HasSubstr("\n  freed at\n"))));
     }
 }
 

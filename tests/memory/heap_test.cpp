@@ -132,7 +132,7 @@ TEST_F(Heap, AnExceptionOfALogSinkHidesNoOtherLineOfTheLeaks)
     const MEM_HeapRef heap = MEM_NewHeap();
     void* const leaks[] = {MEM_NewPtrDebug(heap, 16, "first", nullptr, 0),
                            MEM_NewPtrDebug(heap, 16, "second", nullptr, 0)};
-    std::vector<std::string> tags;
+    Texts tags;
     platform::SetLogSink([&](int, const char*, const char* tag, const char*) {
         tags.push_back(tag);
         if (tags.back() == "HEAP_CHECK")

@@ -10,6 +10,7 @@
 #include <platform/control.h>
 #include <win32/message_box.h>
 
+#include "tests/support/BornLibrary.h"
 #include "tests/support/NoMemory.h"
 #include "tests/support/System.h"
 #include "tests/support/Text.h"
@@ -18,10 +19,6 @@ namespace
 {
 namespace messagebox = kroview::dialogs::messagebox;
 using platform::Alert;
-
-class Supplier : public kroview::pencart::SupplierInterface
-{
-};
 
 // Sets a flag when it is deleted.
 class Node : public kroview::ui::UI_Node

@@ -92,12 +92,17 @@ TEST_F(Format, DecimalsAreThoseOfTheCLibrary)
     std::mt19937_64 random(1);
     for (int i = 0; i < 200000; ++i)
     {
-        // Of all sizes, with few decimals and with all.
+        // Of all sizes, with few decimals and with all, and at or beside a half of the last one.
         double value =
             std::ldexp(static_cast<double>(random() >> 11), static_cast<int>(i % 80) - 80);
         const int most = static_cast<int>(random() % 12);
-        if (i % 2)
+        if (i % 4 == 1)
             value = std::round(value * 1000) / 1000;
+        if (i % 4 == 3)
+        {
+            value = (std::floor(value) + 0.5) * std::pow(10.0, -most);
+            value = std::nextafter(value, random() % 2 ? value : random() % 2 ? 0 : kInfinity);
+        }
         char expected[64];
         std::snprintf(expected, sizeof(expected), "%.*f", most, value);
         ASSERT_EQ(Narrow(NumberToString(value, 1, static_cast<std::size_t>(most), 1, 400)),

@@ -4,7 +4,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include <gmock/gmock.h>
 

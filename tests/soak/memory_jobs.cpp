@@ -3,7 +3,6 @@
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
-#include "U_Hog.h"
 #include "U_MemServices.h"
 #include "tests/soak/Soak.h"
 
@@ -12,7 +11,6 @@ namespace
 const U_u64 kPrepurge = 16 << 20;
 const U_u64 kMaximum = 64 << 20;
 const U_u64 kCached = 64 << 10;  // bytes of a block that is kept until a purge
-const U_u32 kMostShared = 5000;  // bytes of a handle of the shared hog
 const U_u64 kAccounted = 100000; // bytes that Accounting charges at the most, twice
 
 // Bytes by which a figure may pass the maximum: charges without a check, blocks that are
@@ -22,7 +20,6 @@ const U_u64 kUnmeasured =
     (kThreads + 2) * (2 * kAccounted + 256 * 2048 + (32 << 10) + kLargeRecycled * 2 / 5);
 
 U_u64 sUseAtStart = 0;
-U_u32 sSharedHog = 0;
 
 std::mutex sCacheLock; // guards sCache
 std::vector<void**> sCache;
@@ -73,20 +70,6 @@ void Recycled(Worker& worker)
     U_FreeRecycledPtr(pointer);
 }
 
-void SharedHog(Worker& worker)
-{
-    const U_u64 size = 1 + worker.Below(kMostShared);
-    void** handle = nullptr;
-    if (U_NewHogHandle(sSharedHog, 0, nullptr, size, U_Hog_Quiet, &handle))
-        return Refused();
-    U_u32 handles = 0;
-    U_u32 bytes = 0;
-    U_GetHogStats(sSharedHog, &handles, &bytes);
-    Check(handles >= 1 && handles <= kThreads && bytes >= size && bytes <= kThreads * kMostShared,
-          "a shared hog's count");
-    U_FreeHogHandle(handle);
-}
-
 void Caching(Worker& worker)
 {
     void** const handle = U_AllocateHandle(0, nullptr, kCached);
@@ -119,14 +102,10 @@ void Accounting(Worker& worker)
 
 Jobs StartMemory()
 {
-    Check(U_RegisterHog("soak, shared", &sSharedHog) == 0, "a shared hog");
     sUseAtStart = Stat(U_MemStat_InUse);
     U_SetMemUsageLimits(sUseAtStart + kPrepurge, sUseAtStart + kMaximum);
     U_SetPurgeRequestCallback(&Purge, nullptr);
-    return {{"recycled", &Recycled},
-            {"a shared hog", &SharedHog},
-            {"caching", &Caching},
-            {"accounting", &Accounting}};
+    return {{"recycled", &Recycled}, {"caching", &Caching}, {"accounting", &Accounting}};
 }
 
 void EndMemory()

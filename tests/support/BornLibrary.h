@@ -11,9 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <kroview/ui.h>
 #include <platform/control.h>
 
 #include "U_Types.h"
+
+typedef std::vector<std::string> Texts;
 
 struct LogLine
 {
@@ -63,6 +66,11 @@ public:
 private:
     mutable std::mutex mLock; // guards mAlerts
     std::vector<platform::Alert> mAlerts;
+};
+
+// A host with a box of its own for alerts.
+class Supplier : public kroview::pencart::SupplierInterface
+{
 };
 
 // True where blocks of gigabytes take minutes.

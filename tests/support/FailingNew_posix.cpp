@@ -20,18 +20,19 @@ void* AllocateOnce(std::size_t size, std::size_t alignment)
 }
 
 // Calls the new handler and tries again, as the language requires.
-void* Allocate(std::size_t size, std::size_t alignment = 0)
+void* Allocate(std::size_t size, std::align_val_t alignment = {})
 {
-    void* block = AllocateOnce(size, alignment);
-    while (!block && std::get_new_handler())
+    for (;;)
     {
+        if (void* block = AllocateOnce(size, static_cast<std::size_t>(alignment)))
+            return block;
+        if (!std::get_new_handler())
+            throw std::bad_alloc();
         std::get_new_handler()();
-        block = AllocateOnce(size, alignment);
     }
-    return block;
 }
 
-void* AllocateOrNull(std::size_t size, std::size_t alignment = 0) noexcept
+void* AllocateOrNull(std::size_t size, std::align_val_t alignment = {}) noexcept
 {
     try
     {
@@ -39,7 +40,7 @@ void* AllocateOrNull(std::size_t size, std::size_t alignment = 0) noexcept
     }
     catch (...)
     {
-        return nullptr; // a new handler that throws ends the attempts
+        return nullptr; // a new handler that throws ends the attempts, as the lack of one
     }
 }
 } // namespace
@@ -59,109 +60,34 @@ bool ScFailingNew::HasFailed() const
     return sLeft < 0;
 }
 
-void* operator new(std::size_t size)
-{
-    if (void* block = Allocate(size))
-        return block;
-    throw std::bad_alloc();
-}
+// Each form is replaced: the sanitizers have forms of their own, which would not call one another.
+#define REPLACE_NEW(PARAMETERS, BLOCK)                                                             \
+    void* operator new PARAMETERS                                                                  \
+    {                                                                                              \
+        return BLOCK;                                                                              \
+    }                                                                                              \
+    void* operator new[] PARAMETERS                                                                \
+    {                                                                                              \
+        return BLOCK;                                                                              \
+    }
+#define REPLACE_DELETE(PARAMETERS)                                                                 \
+    void operator delete PARAMETERS noexcept                                                       \
+    {                                                                                              \
+        std::free(block);                                                                          \
+    }                                                                                              \
+    void operator delete[] PARAMETERS noexcept                                                     \
+    {                                                                                              \
+        std::free(block);                                                                          \
+    }
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return AllocateOrNull(size);
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    if (void* block = Allocate(size, static_cast<std::size_t>(alignment)))
-        return block;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return AllocateOrNull(size, static_cast<std::size_t>(alignment));
-}
-
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, const std::nothrow_t&) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::align_val_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept
-{
-    std::free(block);
-}
-
-// The forms for arrays. The sanitizers have forms of their own, which would not call those above.
-
-void* operator new[](std::size_t size)
-{
-    return operator new(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
-{
-    return operator new(size, tag);
-}
-
-void* operator new[](std::size_t size, std::align_val_t alignment)
-{
-    return operator new(size, alignment);
-}
-
-void* operator new[](std::size_t size, std::align_val_t alignment,
-                     const std::nothrow_t& tag) noexcept
-{
-    return operator new(size, alignment, tag);
-}
-
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, const std::nothrow_t&) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::align_val_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept
-{
-    std::free(block);
-}
+REPLACE_NEW((std::size_t size), Allocate(size))
+REPLACE_NEW((std::size_t size, std::align_val_t alignment), Allocate(size, alignment))
+REPLACE_NEW((std::size_t size, const std::nothrow_t&) noexcept, AllocateOrNull(size))
+REPLACE_NEW((std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept,
+            AllocateOrNull(size, alignment))
+REPLACE_DELETE((void* block))
+REPLACE_DELETE((void* block, std::size_t))
+REPLACE_DELETE((void* block, const std::nothrow_t&))
+REPLACE_DELETE((void* block, std::align_val_t))
+REPLACE_DELETE((void* block, std::size_t, std::align_val_t))
+REPLACE_DELETE((void* block, std::align_val_t, const std::nothrow_t&))

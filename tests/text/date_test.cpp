@@ -302,7 +302,6 @@ TEST_F(Versions, AreWrittenFieldByField)
         EXPECT_EQ(Narrow(U_UTF16Version(version, noDebugSuffix)), wide);
         EXPECT_EQ(AsciiVersion(version, noDebugSuffix), narrow ? narrow : wide);
     }
-    EXPECT_EQ(U_AsciiVersion(0, false, nullptr), 3);
 }
 
 TEST_F(Versions, TranslationsOfAnyLengthFit)

@@ -155,7 +155,7 @@ TEST_F(RefusedConversion, IsReportedAsAProblem)
         "Test Host error: could not convert Unicode characters.\n\n( 23 :: 46 )";
     EXPECT_EQ(CodeThrown(refuse), 87);
     EXPECT_EQ(CodeThrown(loseCharacters), 10);
-    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>(2, alert));
+    EXPECT_EQ(mAlerts.Texts(), Texts(2, alert));
 
     // The result of the report does not change the code.
     const U_LoggingCallback answersACode = [](void*, U_u32, U_u16, const char*) { return 5; };

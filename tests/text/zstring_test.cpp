@@ -135,7 +135,7 @@ TEST_F(ZString, MultibyteTextIsInTheActiveCodePage)
     EXPECT_EQ(U_ZStringToEnglishMBString("$$$/hello=H#{eacute}"), "H\xE9");
     EXPECT_EQ(Up_HDT_ConvertToMB(Units(u"\u2206\u4E00")), "\xBC?");
     Up_HDT_ReportErr(U_Sev_PROBLEM, Units(u"\u2206"));
-    EXPECT_EQ(mAlerts.Texts(), std::vector<std::string>{"Test Host error: \xE2\x88\x86\n\n"});
+    EXPECT_EQ(mAlerts.Texts(), Texts{"Test Host error: \xE2\x88\x86\n\n"});
 
     const ScActiveCodePage active(932);
     const std::string before = "######";
@@ -192,7 +192,7 @@ TEST_F(ZString, ATextThatIsNoZStringIsLogged)
     EXPECT_FALSE(Up_IsValidZString(nullptr));
     EXPECT_FALSE(Up_IsValidZString("%s"));
     EXPECT_FALSE(Up_IsValidZString(""));
-    EXPECT_EQ(mLog.Texts(), (std::vector<std::string>{"Invalid ZString: %s", "Invalid ZString: "}));
+    EXPECT_EQ(mLog.Texts(), (Texts{"Invalid ZString: %s", "Invalid ZString: "}));
     EXPECT_EQ(mLog.Lines().front().level, 0);
     EXPECT_EQ(mLog.Lines().front().category, "U");
 }
