@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <iterator>
@@ -202,7 +203,7 @@ void WriteHex()
     benchmark::DoNotOptimize(U_BinaryDataToUTF8String(sizeof(sBytes), sBytes).data());
 }
 
-// A program's texts, as a benchmark of look-ups has them.
+// The texts of a program in one image, and their keys.
 struct Catalogue
 {
     Catalogue()
@@ -212,6 +213,8 @@ struct Catalogue
         std::ifstream texts(BENCH_CATALOGUE "/texts.txt");
         for (std::string line; std::getline(texts, line);) // "$$$/QX/Name=Text"
             mKeys.push_back(line.substr(1, line.find('=')));
+        if (mKeys.empty())
+            std::abort();
     }
 
     std::string mImage;
@@ -234,8 +237,11 @@ void LookUpBesideThreads(benchmark::State& state)
 {
     std::string image = TheCatalogue().mImage;
     const Library library(0xFFFFFFFF, &image);
-    if (U_ZStringToUTF16String(TheCatalogue().mKeys.front().c_str()).empty())
-        state.SkipWithError("not in the dictionary");
+    for (const std::string& key : TheCatalogue().mKeys)
+    {
+        if (U_ZStringToUTF16String(key.c_str()).empty())
+            state.SkipWithError("not in the dictionary");
+    }
     const WaitingThreads threads(Number(state) - 1, [] { LookUpKey(0); });
     std::size_t next = 0;
     for (auto _ : state)

@@ -107,7 +107,10 @@ template <class Allocator> void Replace(benchmark::State& state)
         state.SkipWithError("no usable block");
     std::vector<typename Allocator::Block> live(static_cast<std::size_t>(state.range(0)));
     for (auto& block : live)
+    {
         block = Allocator::Allocate(kLiveSize);
+        std::memset(Allocator::Bytes(block), 1, sizeof(void*)); // its page is there
+    }
     std::shuffle(live.begin(), live.end(), std::mt19937(1));
     std::minstd_rand random(1);
     for (auto _ : state)

@@ -210,7 +210,7 @@ void Run(benchmark::State& state, int (*convert)(const Source&, Target&), const 
 }
 
 // Registers the conversions of a text from and to a code page: ours, the peer, and our count
-// of the result's elements without a conversion.
+// of the result's elements, which stores none of them for the caller.
 template <unsigned int codePage>
 void Register(const std::string& name, Units (*text)(), Decoder peerDecoder, Encoder peerEncoder)
 {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -36,9 +37,10 @@ public:
         platform::SetAlertPresenter([](const platform::Alert&) {});
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
         U_Birth("growth", nullptr);
-        if (image)
-            U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(image->data()), image->size());
-        else
+        if (image && U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(image->data()),
+                                                   image->size()) != 0)
+            std::abort();
+        if (!image)
             U_ZStringSetEnglish();
         U_IncrementPostErrors();
         Up_SetInteract(wanted);

@@ -370,7 +370,23 @@ void Load_Dictionary(benchmark::State& state)
 }
 BENCHMARK(Load_Dictionary)->Arg(100000)->Arg(500000)->Unit(benchmark::kMicrosecond);
 
-// The floor: into memory that is there, since the C library returns large blocks to the system.
+// One floor: into new memory, as a load does.
+void Load_NewCopy(benchmark::State& state)
+{
+    const std::string& image = ImageOf(state);
+    const auto makeCopy = [&image] {
+        std::unique_ptr<char[]> copy(new char[image.size()]);
+        std::memcpy(copy.get(), image.data(), image.size());
+        return copy;
+    };
+    if (!std::equal(image.begin(), image.end(), makeCopy().get()))
+        state.SkipWithError("another image");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(makeCopy().get());
+}
+BENCHMARK(Load_NewCopy)->Arg(100000)->Arg(500000)->Unit(benchmark::kMicrosecond);
+
+// The other floor: into memory that is there. The C library returns large blocks to the system.
 void Load_Copy(benchmark::State& state)
 {
     const std::string& image = ImageOf(state);

@@ -244,7 +244,7 @@ String RandomPieces(const std::vector<String>& pieces, const std::vector<String>
     const String& favourite = pieces[random() % pieces.size()];
     const unsigned int others = 1 + random() % 16;
     const bool isDamaged = random() % 2 == 0;
-    while (text.size() < 1500)
+    while (text.size() < 5000) // a count converts pieces of 4,096
     {
         if (random() % others)
             text += favourite;
