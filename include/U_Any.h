@@ -192,8 +192,6 @@ private:
             mValue.~any();
     }
 
-    bool HoldsInteger() const { return mHeld != kAny && mHeld != kDouble; }
-
     // Cold, so that a compiler that knows the attribute does not put the call between the test and
     // the return of GetAs_int.
     [[gnu::cold]] U_i64 ConvertedToInt() const;

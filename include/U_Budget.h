@@ -113,7 +113,7 @@ U_EXPORT U_Status U_SetMemUsageLimitsOverride(U_u64 prepurge, U_u64 maximum);
 // Stores the limits in force. Before limits are set, these are 70 % and 100 % of the physical
 // memory.
 //
-// Returns: 0, 3 for a null output, or the error of the host service.
+// Returns: 0, or 3 for a null output.
 U_EXPORT U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum);
 
 // Stores the application's presumed size, 135 MiB: the application's own code and data, which

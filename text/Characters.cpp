@@ -102,10 +102,7 @@ void U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out)
         return;
     U_UTF8String bytes = U_UTF16To8String(text);
     U_TruncateStringToByteSize(&bytes, ClampedCount(size - 1));
-    const int failure = U_CopyString(reinterpret_cast<const char*>(bytes.c_str()), size,
-                                     reinterpret_cast<char*>(out));
-    if (failure)
-        throw failure;
+    U_CopyString(reinterpret_cast<const char*>(bytes.c_str()), size, reinterpret_cast<char*>(out));
 }
 
 void U_SplitUTF16String(const U_UTF16String& text, const U_UTF16String& separator,

@@ -45,12 +45,11 @@ std::int32_t CheckConversion(std::uint32_t length, std::uint32_t capacity)
     return capacity ? 0 : VoErrException::kBufferTooSmall;
 }
 
+// ToUnits does not call the two hooks below for an empty text.
 std::int32_t DefaultCountUnits(const char* bytes, std::uint32_t length, std::uint32_t* count,
                                TextEncoding encoding)
 {
     *count = 0;
-    if (!length)
-        return 0;
     if (length > kLongestSource)
         return VoErrException::kConversionRefused;
     const int needed =
@@ -62,8 +61,6 @@ std::int32_t DefaultCountUnits(const char* bytes, std::uint32_t length, std::uin
 std::int32_t DefaultToUnits(const char* bytes, std::uint32_t length, std::uint16_t* units,
                             std::uint32_t capacity, TextEncoding encoding)
 {
-    if (!length)
-        return 0;
     if (std::int32_t failure = CheckConversion(length, capacity))
         return failure;
     const int written = win32::MultiByteToWideChar(CodePageOf(encoding), 0, bytes, ToInt(length),

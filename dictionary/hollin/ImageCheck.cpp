@@ -81,35 +81,26 @@ void CheckBinary(const unsigned char* bytes, std::size_t size, ImageReport& repo
     report = image.Report();
     ImageCursor cursor(bytes, size);
     const ImageHeader header = ReadImageHeader(cursor);
-    switch (header.Layout())
+    if (header.Layout() == ImageLayout::kFlat)
     {
-    case ImageLayout::kFlat:
         if (image.IsReadable() && report.mKeyed)
             report.mUnreachable = CountUnreachable(*image.Tables());
         return;
-    case ImageLayout::kEntries:
-    case ImageLayout::kLengthTable:
-        CheckLegacy(cursor, header, report);
-        break;
-    case ImageLayout::kUnknownVersion:
-        cursor.SetDamaged(kImageMagicLength, "version", "it is unknown");
     }
+    if (header.Layout() == ImageLayout::kUnknownVersion)
+        cursor.SetDamaged(kImageMagicLength, "version", "it is unknown");
+    else
+        CheckLegacy(cursor, header, report);
     if (const Damage& damage = cursor.FirstDamage(); !cursor.Sound())
         report.SetDamageAt(damage.mOffset, damage.mField, damage.mProblem);
 }
 
 ImageReport::Coding CodingOf(const unsigned char* bytes, std::size_t size)
 {
-    switch (CodingOfText(bytes, size))
-    {
-    case TextCoding::kUTF16:
-        return ImageReport::kUTF16;
-    case TextCoding::kSwappedUTF16:
-        return ImageReport::kSwappedUTF16;
-    case TextCoding::kMultibyte:
-        break;
-    }
-    return ImageReport::kActiveCodePage;
+    const TextCoding coding = CodingOfText(bytes, size);
+    if (coding == TextCoding::kMultibyte)
+        return ImageReport::kActiveCodePage;
+    return coding == TextCoding::kUTF16 ? ImageReport::kUTF16 : ImageReport::kSwappedUTF16;
 }
 
 void CheckText(const unsigned char* bytes, std::size_t size, ImageReport& report)

@@ -29,10 +29,10 @@ void SetProblem(const char* field, const char* problem, TextLine* line)
 // The line is null-terminated, so that there is a unit after every key.
 void Fill(const std::uint16_t* units, std::size_t length, TextEntry& entry, TextLine* line)
 {
+    if (length > kLongestText)
+        return SetProblem("length", "it is above 2^31 - 1 characters", line);
     if (!ParseTextLine(units, length, &entry))
         return SetProblem("prefix", "it isn't \"$$$\"", line);
-    if (entry.mKey.size() > kLongestText || entry.mValue.size() > kLongestText)
-        return SetProblem("length", "it is above 2^31 - 1 characters", line);
     line->mKey.assign(entry.mKey.begin(), entry.mKey.end());
     line->mKeyIsASCII = IsWrittenInASCII(entry);
     line->mHasEquals = entry.mWrittenKey[entry.mKey.size()] == '=';

@@ -45,16 +45,12 @@ std::unique_ptr<DictionaryReader> DictionaryReader::Make(const unsigned char* by
                                                          std::size_t size)
 {
     const std::size_t mark = sizeof kByteOrderMark;
-    switch (CodingOfText(bytes, size))
-    {
-    case TextCoding::kUTF16:
+    const TextCoding coding = CodingOfText(bytes, size);
+    if (coding == TextCoding::kMultibyte)
+        return std::make_unique<MultibyteReader>(bytes, size);
+    if (coding == TextCoding::kUTF16)
         return std::make_unique<UnicodeReader>(bytes + mark, size - mark);
-    case TextCoding::kSwappedUTF16:
-        return std::make_unique<ByteSwapUnicodeReader>(bytes + mark, size - mark);
-    case TextCoding::kMultibyte:
-        break;
-    }
-    return std::make_unique<MultibyteReader>(bytes, size);
+    return std::make_unique<ByteSwapUnicodeReader>(bytes + mark, size - mark);
 }
 
 void DictionaryReader::CountLine(bool empty, std::uint16_t ender)

@@ -40,10 +40,12 @@ void ReadPoolSize(ImageCursor& cursor, const RunFields& fields, ImageRuns& runs)
         cursor.SetDamaged(at, fields.mPoolSize, "it isn't a whole number of units");
 }
 
-// Reports the first damaged run. Called only if there is one.
+// Reports the first damaged run.
+//
+// REQUIRES: there is one.
 void FindDamagedRun(ImageCursor& cursor, const RunFields& fields, const ImageRuns& runs)
 {
-    for (std::size_t i = 0; i < runs.mOffsets.Size(); ++i)
+    for (std::size_t i = 0;; ++i)
     {
         const std::uint64_t offset = runs.mOffsets[i];
         const std::uint32_t length = runs.mLengths[i];
@@ -97,11 +99,12 @@ void CheckAscending(ImageCursor& cursor, const ImageTable<Integer>& numbers, con
     bool ascending = true;
     for (std::size_t i = 1; i < numbers.Size(); ++i)
         ascending &= numbers[i - 1] < numbers[i];
-    for (std::size_t i = 1; !ascending && i < numbers.Size(); ++i)
-    {
-        if (numbers[i] <= numbers[i - 1])
-            return cursor.SetDamaged(numbers.At(i), field, "they don't ascend");
-    }
+    if (ascending)
+        return;
+    std::size_t i = 1;
+    while (numbers[i - 1] < numbers[i])
+        ++i;
+    cursor.SetDamaged(numbers.At(i), field, "they don't ascend");
 }
 
 void ReadBuckets(ImageCursor& cursor, FlatImageView& image)

@@ -77,7 +77,8 @@ public:
     {
         return static_cast<std::size_t>(at - mBytes);
     }
-    void Seek(std::size_t offset) { mOffset = offset <= mSize ? offset : mSize; }
+    // REQUIRES: the offset is not above the size of the image.
+    void Seek(std::size_t offset) { mOffset = offset; }
     std::size_t Remaining() const { return mSize - mOffset; }
 
     // Returns the next bytes, or null if the image ends before them.

@@ -128,17 +128,10 @@ bool LoadBinary(DictionaryImpl& dictionary, const unsigned char* bytes, std::siz
     const ImageHeader header = ReadImageHeader(cursor);
     if (!cursor.Sound())
         return false;
-    switch (header.Layout())
-    {
-    case ImageLayout::kFlat:
+    if (header.Layout() == ImageLayout::kFlat)
         return LoadFlat(dictionary, cursor);
-    case ImageLayout::kEntries:
-    case ImageLayout::kLengthTable:
-        return LoadLegacy(dictionary, cursor, header, copyKeys);
-    case ImageLayout::kUnknownVersion:
-        break;
-    }
-    return false;
+    return header.Layout() != ImageLayout::kUnknownVersion &&
+           LoadLegacy(dictionary, cursor, header, copyKeys);
 }
 
 void LoadImage(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_t size,
@@ -184,8 +177,8 @@ bool ReadToEnd(std::istream& stream, Table<unsigned char>& bytes)
         return false;
     while (stream.good())
     {
-        if (size == bytes.size())
-            bytes.resize(std::max(kFirstStreamRead, 2 * size), default_init);
+        // A stream that is good after a read has filled the bytes.
+        bytes.resize(std::max(kFirstStreamRead, 2 * size), default_init);
         stream.read(reinterpret_cast<char*>(bytes.data() + size),
                     static_cast<std::streamsize>(bytes.size() - size));
         size += static_cast<std::size_t>(stream.gcount());

@@ -160,8 +160,6 @@ bool IsBlank(const DictionaryReader& reader, const std::uint16_t* line, TextSour
 
 bool Put(TextStore& store, TextEntry& entry)
 {
-    if (entry.mKey.size() > kLongestText || entry.mValue.size() > kLongestText)
-        return false;
     const ByteRun key = {entry.mKey.data(), static_cast<std::uint32_t>(entry.mKey.size())};
     const std::size_t units = ExpandText(entry.mValue.data(), entry.mValue.size());
     const hollin::ZString value(entry.mValue.data(), static_cast<std::uint32_t>(units));
@@ -208,7 +206,8 @@ void LoadText(DictionaryImpl& dictionary, const unsigned char* bytes, std::size_
     {
         if (IsBlank(*reader, line, source))
             continue;
-        if (!ParseTextLine(line, reader->LineLength(), &entry) || !Put(store, entry))
+        if (reader->LineLength() > kLongestText ||
+            !ParseTextLine(line, reader->LineLength(), &entry) || !Put(store, entry))
             dictionary.mGood = false;
     }
 }

@@ -35,15 +35,9 @@ struct alignas(2 * platform::kCacheLine) SmallBlockCounter
 };
 SmallBlockCounter sSmallBlocks;
 
-struct Limits
-{
-    U_u64 mPrepurge = 0;
-    U_u64 mMaximum = 0;
-};
-
 // Decides on a block that would pass the prepurge limit: asks the host to purge, and then compares
 // with the maximum limit, since the host may have nothing left to purge.
-U_Status DecideAbovePrepurge(Claim& claim, const Limits& limits, bool* okay)
+U_Status DecideAbovePrepurge(Claim& claim, const MemoryLimits& limits, bool* okay)
 {
     const U_u64 wanted = static_cast<U_u64>(static_cast<double>(claim.Size()) +
                                             kPurgeAhead * static_cast<double>(limits.mPrepurge));
@@ -86,7 +80,7 @@ U_Status ShrinkPoolForRecycled(U_u64 size, U_u64 prepurge)
 }
 
 // Decides on a recycled block beside which the pool does not fit under the prepurge limit.
-U_Status DecideRecycled(Claim& claim, const Limits& limits, bool* okay)
+U_Status DecideRecycled(Claim& claim, const MemoryLimits& limits, bool* okay)
 {
     bool fits = false;
     if (U_Status failure = claim.TryUnder(limits.mPrepurge, &fits))
@@ -152,9 +146,7 @@ U_Status Up_MeasureAndDecide(Claim& claim, bool* okay)
     // share.
     if (sSmallBlocks.mCount.load(std::memory_order_relaxed) != 0)
         sSmallBlocks.mCount.store(0, std::memory_order_relaxed);
-    Limits limits;
-    if (U_Status failure = U_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum))
-        return failure;
+    const MemoryLimits limits = Up_LimitsInForce();
     claim.SetCeiling(std::max(limits.mPrepurge, limits.mMaximum));
     // If the pool fits beside the block, one comparison is enough for a recycled block, too.
     if (U_Status failure = claim.TryUnderWithPool(limits.mPrepurge, okay))

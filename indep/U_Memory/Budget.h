@@ -65,6 +65,16 @@ private:
     MEM_Claim mClaim;
 };
 
+// In bytes.
+struct MemoryLimits
+{
+    U_u64 mPrepurge = 0;
+    U_u64 mMaximum = 0;
+};
+
+// Returns the limits of U_GetMemUsageLimits.
+MemoryLimits Up_LimitsInForce();
+
 // Counts a block of that size. Returns whether the block is to be measured against the
 // limits: a block of 2 KiB or more, or the 256th smaller block in a row, unless proactive
 // purging is disabled.

@@ -3,6 +3,7 @@
 #include "U_Alloc.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <tolv/toolbox.h>
 
@@ -22,7 +23,7 @@ void CopyContents(void** to, void** from, U_u64 size, U_u64 sizeNow)
 {
     const U_u64 common = std::min(size, sizeNow);
     if (common && to != from)
-        CopyBytes(*to, *from, common);
+        std::memcpy(*to, *from, common);
 }
 
 U_u32 ToolboxSize(void** handle)

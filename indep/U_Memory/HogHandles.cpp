@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 #include "U_Alloc.h"
@@ -78,14 +79,13 @@ U_Status RefuseHandle(U_u32 location, void** handle)
     return RefuseHog(location);
 }
 
+// Returns the size of the data. Reports a handle of another heap.
+//
 // REQUIRES: FindHeader(handle) is not null.
-U_Status GetDataSize(void** handle, U_u32* size)
+U_u64 DataSize(void** handle)
 {
-    U_u32 blockSize = 0;
-    if (U_Status failure = U_GetHandleSize(handle, &blockSize))
-        return failure;
-    *size = blockSize - static_cast<U_u32>(sizeof(HogHeader));
-    return 0;
+    U_CheckHandleFromHeap(handle);
+    return MEM_GetHandleSize(UHeap(), handle) - sizeof(HogHeader);
 }
 
 // Frees a handle that has a registered index but was not made by U_NewHogHandle in this life: a
@@ -94,12 +94,9 @@ U_Status GetDataSize(void** handle, U_u32* size)
 {
     MEM_ReportNoHog(handle, MarkedHandle(header.mMark, UHeap()));
     const U_u32 index = header.mHogIndex;
-    U_u32 size = 0;
-    const U_Status failure = GetDataSize(handle, &size);
-    if (!failure)
-        CountHog(index, -1, -U_i64(size));
+    CountHog(index, -1, -static_cast<U_i64>(DataSize(handle)));
     U_FreeHandle(handle);
-    return failure;
+    return 0;
 }
 
 U_Status RefuseLockedHog()
@@ -150,9 +147,7 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     const U_u32 index = header->mHogIndex;
     if (header->mLockCount)
         return RefuseLockedHog();
-    U_u32 oldSize = 0;
-    if (U_Status failure = GetDataSize(handle, &oldSize))
-        return failure;
+    U_CheckHandleFromHeap(handle); // reports
     const U_u64 newBlock = BlockSize(newSize);
     // The purge callback may have resized, locked or freed the handle. A handle that is locked or
     // freed ends the loop.
@@ -209,10 +204,8 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
     *size = 0;
     if (!FindHeader(handle))
         return RefuseHandle(kSizeLocation, handle);
-    U_u32 dataSize = 0;
-    const U_Status failure = GetDataSize(handle, &dataSize);
-    *size = dataSize;
-    return failure;
+    *size = DataSize(handle);
+    return 0;
 }
 
 U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
@@ -239,7 +232,7 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
         return refused;
     // The purge callback may have resized the hog handle.
     const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), hogHandle) - sizeof(HogHeader);
-    CopyBytes(**out, data, std::min(size, sizeNow));
+    std::memcpy(**out, data, std::min(size, sizeNow));
     return U_UnlockHogHandle(hogHandle);
 }
 
@@ -254,13 +247,10 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
         return failure;
     if (U_Status refused = U_NewHogHandle(id, 0, kConversion, size, 0, out))
         return refused;
-    void* data = nullptr;
-    if (U_Status refused = U_LockHogHandle(*out, &data))
-        return refused;
     // The purge callback may have resized the handle, or freed it, and the copy may have
     // its address. A handle that is not live has no size and is not read.
     const U_u64 sizeNow = size && *out != handle ? MEM_GetHandleSize(UHeap(), handle) : 0;
     if (sizeNow)
-        CopyBytes(data, *handle, std::min<U_u64>(size, sizeNow));
-    return U_UnlockHogHandle(*out);
+        std::memcpy(static_cast<HogHeader*>(**out) + 1, *handle, std::min<U_u64>(size, sizeNow));
+    return 0;
 }

@@ -3,8 +3,6 @@
 #ifndef INDEP_U_MEMORY_LIBRARY_HEAP_H
 #define INDEP_U_MEMORY_LIBRARY_HEAP_H
 
-#include <cstring>
-
 #include <tolv/memory.h>
 
 #include "U_Types.h"
@@ -22,12 +20,5 @@ void Up_TerminateMemorySubsystem();
 
 // Returns the library's heap, null before the first birth.
 MEM_HeapRef UHeap();
-
-// Copies the bytes like memcpy. Either address may be null for an empty block.
-inline void CopyBytes(void* to, const void* from, std::size_t size)
-{
-    if (to && from)
-        std::memcpy(to, from, size);
-}
 
 #endif

@@ -31,11 +31,6 @@ std::string Setting(const char* key, const std::string& defaultText)
     return krobase::debug::DebugDatabase::Instance().GetEntry(key, defaultText.c_str());
 }
 
-bool FlagSetting(const char* key, bool defaultValue)
-{
-    return Setting(key, defaultValue ? "true" : "false") == "true";
-}
-
 void Lower(U_u64& limit, U_u64 override)
 {
     if (override && override < limit)
@@ -69,7 +64,7 @@ void Up_ReadBudgetSettings()
         Setting("MemoryFudgeBuffer2", std::to_string(kDefaultFudgeBuffer));
     sFudgeBuffer = 0; // for a text that is no number
     platform::ReadInteger(fudgeBuffer.c_str(), &sFudgeBuffer);
-    sGoDirect = FlagSetting("MemoryAccountDirect2", true);
+    sGoDirect = Setting("MemoryAccountDirect2", "true") == "true";
 }
 
 void Up_LogBudgetSettings()
@@ -97,26 +92,29 @@ U_u64 Up_LoweredPrepurge(U_u64 prepurge, U_u64 used, U_i64 free)
     return lowered > 0 ? static_cast<U_u64>(lowered) : 1;
 }
 
+MemoryLimits Up_LimitsInForce()
+{
+    MemoryLimits limits;
+    MemoryLimits overrides;
+    MEM_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum);
+    MEM_GetMemUsageLimitsOverride(&overrides.mPrepurge, &overrides.mMaximum);
+    Lower(limits.mPrepurge, overrides.mPrepurge);
+    Lower(limits.mMaximum, overrides.mMaximum);
+    if (limits.mPrepurge == 0)
+    {
+        const U_u64 physical = krobase::utility::TotalPhysicalMemory();
+        limits = {static_cast<U_u64>(0.7 * static_cast<double>(physical)), physical};
+    }
+    return limits;
+}
+
 U_Status U_GetMemUsageLimits(U_u64* prepurge, U_u64* maximum)
 {
     if (!prepurge || !maximum)
         return BadArgument("U_GetMemUsageLimits: no place for a limit");
-    *prepurge = 0;
-    *maximum = 0;
-    if (U_Status failure = MEM_GetMemUsageLimits(prepurge, maximum))
-        return failure;
-    U_u64 prepurgeOverride = 0;
-    U_u64 maximumOverride = 0;
-    if (U_Status failure = MEM_GetMemUsageLimitsOverride(&prepurgeOverride, &maximumOverride))
-        return failure;
-    Lower(*prepurge, prepurgeOverride);
-    Lower(*maximum, maximumOverride);
-    if (*prepurge == 0)
-    {
-        const U_u64 physical = krobase::utility::TotalPhysicalMemory();
-        *prepurge = static_cast<U_u64>(0.7 * static_cast<double>(physical));
-        *maximum = physical;
-    }
+    const MemoryLimits limits = Up_LimitsInForce();
+    *prepurge = limits.mPrepurge;
+    *maximum = limits.mMaximum;
     return 0;
 }
 

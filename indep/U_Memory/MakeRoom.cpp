@@ -35,8 +35,8 @@ public:
 
     U_Status Run()
     {
-        U_u64 maximum = 0;
-        U_Status failure = U_GetMemUsageLimits(&mPrepurge, &maximum);
+        mPrepurge = Up_LimitsInForce().mPrepurge;
+        U_Status failure = 0;
         while (!failure && !mDone)
             failure = Round();
         return failure;

@@ -28,11 +28,8 @@ U_Status U_CheckRAMPurgeLimit(bool* overLimit, U_u64 needed, bool* hitLimit)
     if (hitLimit)
         *hitLimit = true;
 
-    U_u64 prepurge = 0;
-    U_u64 maximum = 0;
+    const U_u64 prepurge = Up_LimitsInForce().mPrepurge;
     U_u64 used = 0;
-    if (U_Status failure = U_GetMemUsageLimits(&prepurge, &maximum))
-        return failure;
     if (U_Status failure = Up_GetMemoryStat(U_MemStat_InUse, &used, false))
         return failure;
     if (Up_Fits(used, needed, prepurge))

@@ -18,8 +18,9 @@ void LowerLimitIfMemoryIsLow(U_u64 used)
     U_u64 prepurge = 0;
     U_u64 maximum = 0;
     U_i64 free = 0;
-    if (MEM_GetMemUsageLimits(&prepurge, &maximum) || !Up_FreeAboveFudgeBuffer(&free))
+    if (!Up_FreeAboveFudgeBuffer(&free))
         return;
+    MEM_GetMemUsageLimits(&prepurge, &maximum);
     const U_u64 lowered = Up_LoweredPrepurge(prepurge, used, free);
     if (lowered != prepurge)
         MEM_SetMemUsageLimits(lowered, maximum);
@@ -36,14 +37,12 @@ U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)
     return failure;
 }
 
-U_Status InUseWithoutFrames(U_u64* out, bool countRecycled)
+U_Status InUseWithoutFrames(U_u64* out)
 {
     UseParts parts;
     parts.mWantsFrames = true;
     const U_Status failure = Up_MeasureUse(out, &parts);
     LowerLimitIfMemoryIsLow(*out);
-    if (!countRecycled)
-        *out -= parts.mPool;
     *out -= static_cast<U_u64>(parts.mFrames);
     return failure;
 }
@@ -53,11 +52,8 @@ U_Status RoomUnderLimit(U_u64* out, bool underMaximum, bool countRecycled)
     U_u64 used = 0;
     if (U_Status failure = InUse(&used, false, countRecycled))
         return failure;
-    U_u64 prepurge = 0;
-    U_u64 maximum = 0;
-    if (U_Status failure = U_GetMemUsageLimits(&prepurge, &maximum))
-        return failure;
-    const U_u64 limit = underMaximum ? maximum : prepurge;
+    const MemoryLimits limits = Up_LimitsInForce();
+    const U_u64 limit = underMaximum ? limits.mMaximum : limits.mPrepurge;
     *out = limit > used ? limit - used : 0;
     return 0;
 }
@@ -121,7 +117,7 @@ U_Status Up_GetMemoryStat(U_u32 which, U_u64* out, bool countRecycled)
     case U_MemStat_InUseByLibrary:
         return InUseByLibrary(out);
     case U_MemStat_InUseWithoutFrames:
-        return InUseWithoutFrames(out, countRecycled);
+        return InUseWithoutFrames(out);
     default:
         return 0;
     }

@@ -57,8 +57,6 @@ U_Context::U_Context(const U_Context& other)
 
 U_Context& U_Context::operator=(const U_Context& other)
 {
-    if (this == &other)
-        return *this;
     mStates = other.mStates;
     mActiveCount = other.mActiveCount.load();
     mContextID = other.mContextID;

@@ -29,8 +29,8 @@ const boost::weak_ptr<U_Context>* ThreadContext()
 // A context that has not ended has its address alone.
 bool IsThreadContext(const U_Context* context)
 {
-    const CurrentContext* const thread = ThreadCurrentContext::Find();
-    return thread && thread->mIsSet && thread->mAddress == context && !thread->mContext.expired();
+    const CurrentContext& thread = *ThreadCurrentContext::Find();
+    return thread.mAddress == context && !thread.mContext.expired();
 }
 
 void AttachContextTLS(const boost::shared_ptr<U_Context>& context)

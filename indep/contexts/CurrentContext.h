@@ -19,7 +19,9 @@ const U_i64 kAnyContext = -1;
 const boost::weak_ptr<U_Context>* ThreadContext();
 
 // Returns whether the object is the calling thread's current context. Changes no reference count,
-// since a nested setter calls this twice. REQUIRES: the object is alive.
+// since a nested setter calls this twice.
+//
+// REQUIRES: the object is alive, and ThreadContext() is not null.
 bool IsThreadContext(const U_Context* context);
 
 // Makes `context` current on the calling thread in place of the previous one.

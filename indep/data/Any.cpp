@@ -131,7 +131,7 @@ U_i64 U_Any::ConvertedToInt() const
     case kType_Bool:
     case kType_Int:
     case kType_Enum:
-        return HoldsInteger() ? mInteger : HeldInteger(mValue);
+        return mHeld == kAny ? HeldInteger(mValue) : mInteger;
     case kType_Double:
         return Truncated(GetAs_double());
     case kType_String:

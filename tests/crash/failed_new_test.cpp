@@ -157,6 +157,7 @@ TEST_F(OutOfMemory, IsPassedOnToTheFirstHandlerOnceNoneIsInstalled)
     EXPECT_EQ(Caught([] { return ::operator new(kTooMuch); }), "bad allocation");
     std::set_new_handler(sFound);
     EXPECT_EQ(win32::_set_new_handler(nullptr), tries);
+    EXPECT_EQ(win32::_set_new_handler(nullptr), nullptr);
     std::set_new_handler(before);
     EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
 }

@@ -41,6 +41,8 @@ TEST(Any, TextsAndTypesOutsideOfTheModelConvert)
     ExpectUnreadable<U_u64>();
     EXPECT_EQ(U_Any(boost::any(4L)).GetAs_int(), 4);
     EXPECT_EQ(U_Any(boost::any(true)).GetAs_Str(), Units(u"true"));
+    EXPECT_EQ(U_Any(boost::any(2.5)).GetType(), U_Any::kType_Double);
+    EXPECT_EQ(U_Any(boost::any(2.5)).GetAs_double(), 2.5);
     EXPECT_EQ(U_Any(boost::any(std::numeric_limits<U_i64>::min())).GetAs_Str(),
               Units(u"-9223372036854775808"));
     const std::string digits(10000, '7');

@@ -62,6 +62,7 @@ TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
     zelboxmp::SetProperty(mMetadata, kDublinCore, "title", title);
     zelboxmp::SetProperty(mMetadata, kDublinCore, "format", "");
     zelboxmp::SetProperty(mMetadata, "http://example.com/\"&\"/", "_a-1.b", "x");
+    zelboxmp::SetProperty(mMetadata, "http://example.com/\"&\"/", "Z", "y");
     std::string packet = "old";
     U_XMPMetaRef(mMetadata).Serialize(&packet);
     EXPECT_EQ(packet.find("<?xpacket begin=\"\xEF\xBB\xBF\"?>"), 0u);
@@ -79,6 +80,7 @@ TEST_F(XMP, PacketIsXMLWithThePropertiesInIt)
     EXPECT_EQ(description.get_child("ns2:title").data(), title);
     EXPECT_EQ(description.get_child("ns2:format").data(), "");
     EXPECT_EQ(description.find("ns1:_a-1.b")->second.data(), "x");
+    EXPECT_EQ(description.get_child("ns1:Z").data(), "y");
 }
 
 TEST_F(XMP, AnObjectLivesWhileItIsWritten)
@@ -115,10 +117,13 @@ TEST_F(XMP, AFailedSerializationThrowsAndReleasesItsReference)
         {kDublinCore, "", "x", kBadName},
         {kDublinCore, "1st", "x", kBadName},
         {kDublinCore, "a b", "x", kBadName},
+        {kDublinCore, "a:b", "x", kBadName},
+        {kDublinCore, "{", "x", kBadName},
         {kDublinCore, "title", "\x01", kBadText},
         {kDublinCore, "title", "cut \xC3", kBadText},
         {kDublinCore, "title", "half \xED\xA0\x80", kBadText},
         {kDublinCore, "title", "\xEF\xBF\xBE", kBadText},
+        {kDublinCore, "title", "\xEF\xBF\xBF", kBadText},
         {"caf\xE9", "title", "x", kBadText},
     };
     for (const auto& [space, name, value, message] : rows)

@@ -37,6 +37,10 @@ TEST(Dictionary, EmptyDictionaryReturnsDefaultTexts)
         for (const auto& [zstring, text] : lookups)
             EXPECT_EQ(Get(dictionary, zstring), text) << (zstring ? zstring : "null");
         EXPECT_EQ(TextOf(dictionary, "/a=b"), u"(none)");
+        const std::uint16_t* units = nullptr;
+        std::uint32_t length = 0;
+        EXPECT_EQ(dictionary.GetRawString("$$/a", &units, &length), 0);
+        EXPECT_FALSE(dictionary.HasString(nullptr));
     }
     EXPECT_EQ(ToText(Dictionary().GetString("/a=\xE9")), u"\u00E9") << "the active code page";
 }
@@ -73,6 +77,7 @@ TEST(Dictionary, OnlyAFlatDictionaryIsChanged)
     Dictionary flat(true);
     EXPECT_EQ(Set(flat, nullptr, u"1"), kNoId);
     EXPECT_EQ(flat.SetString("/a", nullptr, 2), kNoId);
+    EXPECT_EQ(flat.SetString("/a", nullptr, 0), 0u) << "an empty text";
 }
 
 TEST(Dictionary, AWalkStartsAnewAtItsEndAndAfterAnAssignment)
@@ -88,6 +93,7 @@ TEST(Dictionary, AWalkStartsAnewAtItsEndAndAfterAnAssignment)
         for (int walk = 0; walk < 2; ++walk)
         {
             EXPECT_EQ(ToText(dictionary->CurrentText()), u"");
+            EXPECT_EQ(dictionary->CurrentKey(nullptr, 0, false), 0u);
             EXPECT_TRUE(dictionary->NextId(&id) && dictionary->NextId(&id));
             EXPECT_FALSE(dictionary->NextId(&id));
         }
@@ -114,6 +120,8 @@ TEST(Dictionary, CurrentKeyIsCopied)
         EXPECT_EQ(CodeThrownBy([&] { flat.CurrentKey(buffer, size, true); }) == 0, size == 5);
     }
     EXPECT_EQ(flat.CurrentKey(nullptr, 0, false), 4u);
+    char byte = 0;
+    EXPECT_EQ(flat.CurrentKey(&byte, 0, false), 4u);
 }
 
 TEST(Dictionary, DefaultDictionaryIsReadNext)

@@ -64,8 +64,10 @@ TEST(ZString, IsMadeOfEachSource)
 TEST(ZString, CopiesIntoABuffer)
 {
     const std::tuple<std::u16string, std::u16string, std::uint32_t> copies[] = {
-        {u"text", u"text", 5}, {u"text", u"tex", 4},      {u"text", u"", 1},
-        {u"", u"", 1},         {u"a\U0001F600", u"a", 3}, {u"a\U0001F600", u"a\U0001F600", 4}};
+        {u"text", u"text", 5},     {u"text", u"tex", 4},
+        {u"text", u"", 1},         {u"", u"", 1},
+        {u"a\U0001F600", u"a", 3}, {u"a\U0001F600", u"a\U0001F600", 4},
+        {u"\xD83Dx", u"\xD83D", 2}};
     for (const auto& [whole, copied, size] : copies)
     {
         const ZString text = ToZString(whole);
@@ -79,6 +81,8 @@ TEST(ZString, CopiesIntoABuffer)
     }
     EXPECT_NO_THROW(ToZString(u"a").CopyTo(nullptr, 0, false));
     EXPECT_THROW(ToZString(u"a").CopyTo(nullptr, 0, true), VoErrException);
+    std::uint16_t unit = 0;
+    EXPECT_THROW(ToZString(u"a").CopyTo(&unit, 0, true), VoErrException);
 }
 
 TEST(ZString, IsOrderedByItsUnits)
@@ -109,6 +113,7 @@ TEST(ZString, FillsInCaretParameters)
         {u"^0^9^0", u"^0<x>^0", 9, 1},
         {u"^^1", u"^<x>", 1, 1},
         {u"^11", u"<x>1", 1, 1},
+        {u"^1^", u"<x>^", 1, 1},
         {u"^:", u"^:", 10, 0},
         {u"^/", u"^/", -1, 0}};
     for (const auto& [unfilled, filled, number, count] : fillings)
@@ -181,6 +186,7 @@ TEST(ZString, ReadsIntegersOfAnyScript)
         {u"2147483648", std::numeric_limits<std::int32_t>::min(), true},
         {u"4294967297", 1, true},
         {u"-", 0, true},
+        {u"", 0, true},
         {u"\u221212", 12, false},
         {u"\uFF0B\uFF11\uFF12", 12, false},
         {u"\u0BE6\u2071\u2072\u2073/:\u0F2A\u065F1", 1, false},
@@ -216,8 +222,10 @@ TEST(ZString, ChangesLeaveCopiesUnchanged)
 {
     ExpectChanges(&ZString::TrimSpaces,
                   {{u"  a b  ", u"a b"}, {u"   ", u""}, {u"", u""}, {u"\ta ", u"\ta"}});
-    ExpectChanges(&ZString::EllipsisToDots,
-                  {{u"Open\u2026", u"Open..."}, {u"", u""}, {u"\u2026\u2026", u"\u2026..."}});
+    ExpectChanges(&ZString::EllipsisToDots, {{u"Open\u2026", u"Open..."},
+                                             {u"Open", u"Open"},
+                                             {u"", u""},
+                                             {u"\u2026\u2026", u"\u2026..."}});
     ExpectChanges(&ZString::RemoveEllipsis, {{u"Open\u2026", u"Open"},
                                              {u"Open...", u"Open"},
                                              {u"....", u"."},
@@ -230,6 +238,7 @@ TEST(ZString, ChangesLeaveCopiesUnchanged)
                                              {u"Cut & Paste", u"Cut & Paste"},
                                              {u"&& a", u"& a"},
                                              {u"&&&a", u"&a"},
+                                             {u"Save &", u"Save "},
                                              {u"Open \bCtrl+O", u"Open"},
                                              {u"\bOpen", u"\bOpen"},
                                              {u"&Op \b&en \b", u"Op"},

@@ -67,6 +67,9 @@ TEST_F(Assert, AFailedAssertionIsAProblemCutToItsBuffer)
     EXPECT_EQ(Up_AssertFailed("a == b", "file.cpp", 12), 0);
     EXPECT_EQ(mAlerts.Texts(),
               Texts{"Test Host error: assertion failed\na == b\nline: 12 of file: file.cpp.\n\n"});
+    EXPECT_EQ(Up_AssertFailed(nullptr, nullptr, 0), 0);
+    EXPECT_EQ(mAlerts.Texts().back(),
+              "Test Host error: assertion failed\n\nline: 0 of file: .\n\n");
     EXPECT_EQ(Up_AssertFailed(std::string(600, 'x').c_str(), "file.cpp", 12), 0);
     EXPECT_EQ(std::string(Up_GetThreadLoggingBuffer()).size(), 511u);
 }
@@ -86,6 +89,7 @@ TEST_F(Assert, TheAnswerOfTheDialogIsReturned)
         };
         EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, &flag), 0);
         EXPECT_EQ(flag, always);
+        EXPECT_EQ(Up_AssertImpl("a == b", "file.cpp", 12, nullptr), 0);
     }
 }
 

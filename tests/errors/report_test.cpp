@@ -84,7 +84,11 @@ TEST_F(Report, EverySeverityHasItsTextAndNoLeakIsShownAfterAFatalReport)
     };
     Supplier supplier;
     Up_SetInteract(0xFFFFFFFF);
-    mCallback.mAction = [] { return Up_ReportErrString(0, U_Sev_FATAL, "inner"); };
+    mCallback.mAction = [] {
+        U_ReportError(0, U_Sev_FATAL, Units(u"inner"));
+        Up_ReportSyserrString(0, U_Sev_FATAL, -1, "inner");
+        return Up_ReportErrString(0, U_Sev_FATAL, "inner");
+    };
     U_ReportError(0, U_Sev_MESSAGE, Units(u"outer"));
     mCallback.mAction = nullptr;
     U_AsyncReport(0, U_Sev_FATAL, Units(u"posted"));
@@ -178,6 +182,8 @@ TEST_F(Report, ASystemCodeIsRememberedAndNoCodeReportsNothing)
               LastError("reading -- file not found (-43).", U_Sev_WARNING, kLocation, U_u32(-43)));
     EXPECT_EQ(Up_ReportSyserrString(kLocation, U_Sev_PROBLEM, 0, "nothing"), 0);
     EXPECT_EQ(mCallback.mTexts.size(), 1u);
+    EXPECT_EQ(Up_ReportErrString(kLocation, U_Sev_PROBLEM, nullptr), 0);
+    EXPECT_EQ(GetLast(), LastError("", U_Sev_PROBLEM, kLocation, 0));
 }
 
 TEST_F(Report, EachThreadRemembersItsOwnReportAndNoneAtFirst)

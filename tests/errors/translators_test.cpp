@@ -56,6 +56,7 @@ TEST_F(Translators, TheNewestTranslatorThatRecognisesTheExceptionWins)
     EXPECT_EQ(mCalled, (std::vector<int>{3, 2}));
     U_UnregisterExceptionTranslator(second);
     U_UnregisterExceptionTranslator(second);
+    EXPECT_EQ(U_RegisterExceptionTranslatorImpl(U_ExceptionTranslator()), 0u);
     EXPECT_EQ(Translate(), 101);
     EXPECT_TRUE(mLog.Texts().empty());
 }
@@ -149,6 +150,7 @@ TEST_F(Translators, TranslatorsEndWithDeathAndTheirIdsAreNotReused)
     const U_u32 first = Register(1, true, 101);
     ASSERT_EQ(U_Death(), 0);
     EXPECT_EQ(Register(2, true, 102), 0u);
+    U_UnregisterExceptionTranslator(first);
     EXPECT_EQ(Translate(), 14);
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     EXPECT_EQ(Translate(), 14);

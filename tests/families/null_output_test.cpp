@@ -27,6 +27,8 @@ TEST_F(Refusals, ANullOutParameterIsReportedAndReturnsThree)
     void** copy = nullptr;
     char text[256] = "";
     double number = 0;
+    U_u32 figure = 0;
+    U_u64 limit = 0;
     const std::pair<const char*, std::function<int()>> kCalls[] = {
         {"U_ResizeHandle: no handle", [&] { return U_ResizeHandle(0, 8, nullptr, nullptr); }},
         {"U_ResizePtr: no pointer", [&] { return U_ResizePtr(0, 8, nullptr, nullptr); }},
@@ -43,8 +45,13 @@ TEST_F(Refusals, ANullOutParameterIsReportedAndReturnsThree)
         {"U_NewHogHandleFromHandle: no",
          [&] { return U_NewHogHandleFromHandle(0, handle, nullptr); }},
         {"U_RegisterHog: no", [] { return U_RegisterHog("hog", nullptr); }},
+        {"U_RegisterHog: no", [&] { return U_RegisterHog(nullptr, &figure); }},
         {"U_GetHogStats: no", [] { return U_GetHogStats(0, nullptr, nullptr); }},
+        {"U_GetHogStats: no", [&] { return U_GetHogStats(0, &figure, nullptr); }},
+        {"getting size of handle", [&] { return U_GetHandleSize(handle, nullptr); }},
+        {"getting size of handle", [&] { return U_NewHogHandleFromHandle(0, nullptr, &copy); }},
         {"U_GetMemUsageLimits: no", [] { return U_GetMemUsageLimits(nullptr, nullptr); }},
+        {"U_GetMemUsageLimits: no", [&] { return U_GetMemUsageLimits(&limit, nullptr); }},
         {"U_GetSystemMemoryStats: no", [] { return U_GetSystemMemoryStats(nullptr); }},
         {"U_CheckRAMPurgeLimit: no", [&] { return U_CheckRAMPurgeLimit(nullptr, 0, nullptr); }},
         {"U_PurgeLoop: no", [] { return U_PurgeLoop(8, nullptr, nullptr, false); }},

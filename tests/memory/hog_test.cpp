@@ -237,6 +237,14 @@ TEST_F(Hogs, APurgeCallbackMayChangeTheHandleOfTheCall)
     EXPECT_EQ(Count(), (Stats{1, 5}));
     U_FreeHogHandle(handle);
 
+    const Stats before = Count();
+    void** endedCopy = nullptr;
+    void** ended = New(1 << 20);
+    onNextPurge([&] { U_FreeHogHandle(ended); });
+    EXPECT_EQ(U_NewHandleFromHogHandle(ended, &endedCopy), 2) << "the copy may have its address";
+    EXPECT_EQ(Count(), before);
+    U_FreeHandle(endedCopy);
+
     onNextPurge([&] { U_FreeHandle(copy); });
     EXPECT_EQ(U_NewHogHandleFromHandle(mId, copy, &handle), 0) << "from a freed handle";
     EXPECT_EQ(Count(), (Stats{1, 1 << 20}));

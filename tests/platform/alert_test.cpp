@@ -71,6 +71,8 @@ TEST_F(Alerts, AHostBoxNeedsASupplierAndTheKindOfAnAlert)
 {
     EXPECT_THROW(ShowHostBox(nullptr), std::invalid_argument);
     EXPECT_THROW(ShowHostBox(&mSupplier, messagebox::kKindAlert + 1), std::invalid_argument);
+    mNode.reset();
+    EXPECT_THROW(ShowHostBox(&mSupplier), std::invalid_argument);
 }
 
 TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
@@ -82,7 +84,8 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
     testing::internal::CaptureStderr();
     ShowPlainBox(
         u"Die Datei ist zu groß.\r\n\r\n"
-        u"日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えません。\x1B\n\n",
+        u"日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えません。\x1B\n"
+        u"e\u0301\uFF21\U0001F600\n\n",
         u"Größe");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "+--------------------------------------------------------------------------+\n"
@@ -92,6 +95,8 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
               "|                                                                          |\n"
               "| 日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えませ |\n"
               "| ん。                                                                     |\n"
+              "| e\u0301\uFF21\U0001F600                                                           "
+              "         |\n"
               "+--------------------------------------------------------------------------+\n");
 }
 
@@ -135,6 +140,7 @@ TEST(AlertLayout, TextIsBrokenWhereItsScriptAllows)
         {u"one two three four", {u"one two", u"three four"}},
         {u"  two in\n\n  a", {u"  two in", u"", u"  a"}},
         {u"a\rb\r\nc\n\rd", {u"a", u"b", u"c", u"", u"d"}},
+        {u"a\r", {u"a"}},
         {u"tab\there\x85\x7Fx", {u"tab here", u"x"}},
         {u"a\u2028b\u2029\u2028c", {u"a", u"b", u"", u"c"}},
         {u"0123456789abcdefghijklm no", {u"0123456789", u"abcdefghij", u"klm no"}},

@@ -118,6 +118,7 @@ TEST(StackTrace, NamesAreCutToTheBuffer)
     EXPECT_EQ(krobase::debug::StackFrameFunctionName(trace.frames[0], buffer, 1), nullptr);
     EXPECT_EQ(buffer[0], '\0');
     EXPECT_EQ(krobase::debug::StackFrameFunctionName(trace.frames[0], nullptr, 8), nullptr);
+    EXPECT_EQ(krobase::debug::StackFrameFunctionName(trace.frames[0], buffer, 0), nullptr);
 }
 
 class Debugging : public testing::Test
@@ -190,7 +191,10 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     const auto initial = std::make_tuple(std::string("default"), -1, false, 0u, 0u, "", false);
     EXPECT_EQ(settings(), initial);
     platform::SetDebugSetting("key", "text");
+    platform::SetDebugSetting(nullptr, "ignored");
+    EXPECT_EQ(DebugDatabase::Instance().GetEntry(nullptr, "default"), "default");
     platform::SetProfileInt("key", 3);
+    platform::SetProfileInt(nullptr, 4);
     platform::SetTrace("memory", 2);
     platform::SetModifierKeys(kModifierShift | kModifierOption);
     kroview::datatransfer::NewClipboardSendData(Units(u"first"));

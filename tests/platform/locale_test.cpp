@@ -129,6 +129,7 @@ TEST_F(Format, NumbersAreRead)
         {"9223372036854775808", kMost, 9223372036854775808.},
         {"-99999999999999999999", kLeast, -1e20},
         {"1e999", kMost, kInfinity},
+        {"1E+999", kMost, kInfinity},
         {"1e-99999999999999999999", 0, 0},
         {"0." + std::string(400, '0') + "1e10", 0, 0},
         {std::string(400, '9') + "e-10", kMost, kInfinity},
@@ -151,9 +152,14 @@ TEST_F(Format, NumbersAreRead)
 TEST_F(Format, NumbersAreReadWithTheUsersMarks)
 {
     const std::tuple<const char*, const char*, double> rows[] = {
-        {"en_US", "1,234,567.25", 1234567.25}, {"de_DE", "1.234.567,25", 1234567.25},
-        {"de_DE", "1,234.5", 1.234},           {"en_US", "1e1,5", 10},
-        {"en_US", "-1,5.5e1", -155},           {"de_DE", ".5", -1}};
+        {"en_US", "1,234,567.25", 1234567.25},
+        {"de_DE", "1.234.567,25", 1234567.25},
+        {"de_DE", "1,234.5", 1.234},
+        {"en_US", "1e1,5", 10},
+        {"en_US", "-1,5.5e1", -155},
+        {"de_DE", ".5", -1},
+        {"en_US", "1E1,5", 10},
+        {"en_US", "-,5", -1}};
     for (const auto& [locale, text, number] : rows)
     {
         platform::SetUserLocale(locale);
@@ -165,7 +171,7 @@ TEST_F(Format, NumbersAreReadWithTheUsersMarks)
 
 TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
-    const std::tuple<const char*, std::u16string, const char*> rows[] = {
+    const std::tuple<const char*, std::u16string, std::string> rows[] = {
         {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
         {"en_US", u"M MM MMM MMMM yy, yyyy g", "3 03 Mar March 05, 2005 AD"},
         {"en_US", u"'d''y' hEt 'd'd", "d'y hEt d1"},
@@ -174,6 +180,8 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
         {"en_US", u"d'a''", "1a'"},
         {"en_US", u"'a'''d", "a'1"},
         {"en_US", u"", ""},
+        {"en_US", u"yy", "05"},
+        {"en_US", u"'" + std::u16string(150, u'x') + u"'", std::string(150, 'x')},
         {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
         {"ru_RU", u"d MMMM", "1 марта"},
     };
@@ -182,9 +190,9 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
         if (IsWine() && picture == u"MMMM yyyy")
             continue; // Wine knows one form of a month
         platform::SetUserLocale(locale);
-        unsigned short text[64];
+        unsigned short text[200];
         const int size = win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,
-                                               Units(picture).c_str(), text, 64);
+                                               Units(picture).c_str(), text, 200);
         EXPECT_EQ(size, static_cast<int>(U_UTF16String(text).size()) + 1);
         EXPECT_EQ(Narrow(text), expected);
         EXPECT_EQ(win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime,

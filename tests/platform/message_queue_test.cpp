@@ -184,6 +184,7 @@ TEST(MessageQueues, AQuitOutsideTheFilterIsKept)
         Post(win32::kWmQuit, 5);
         EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, win32::kWmKeyFirst, win32::kWmKeyLast,
                                          win32::kPeekRemove));
+        EXPECT_FALSE(win32::PeekMessageW(&message, nullptr, 0, 1, win32::kPeekRemove));
         EXPECT_FALSE(win32::PeekMessageW(&message, MakeWindow(), 0, 0, win32::kPeekRemove));
         EXPECT_EQ(win32::GetMessageW(&message, nullptr, 0, 0), 0);
         EXPECT_EQ(message.wParam, 5u);
@@ -194,9 +195,13 @@ TEST(MessageQueues, ATimerPostsMessagesUntilItIsKilled)
 {
     OnFreshThread([] {
         void* const window = MakeWindow();
+        EXPECT_NE(win32::SetTimer(nullptr, 0, 1000000, nullptr), 0u);
         EXPECT_EQ(win32::SetTimer(window, 9, 1000000, nullptr), 9u);
+        EXPECT_EQ(win32::SetTimer(window, 8, 1000000, nullptr), 8u);
         EXPECT_EQ(win32::SetTimer(window, 9, 100, nullptr), 9u) << "a shorter interval";
         MSG message;
+        while (!win32::PeekMessageW(&message, window, 0, 0, win32::kPeekNoRemove))
+            std::this_thread::yield();
         for (int i = 0; i < 2; ++i)
         {
             ASSERT_GT(win32::GetMessageW(&message, nullptr, 0, 0), 0);
@@ -216,8 +221,11 @@ TEST(MessageQueues, FlushingDiscardsKeysUpToTheStop)
             Post(number);
         FlushEvents(kKeyDownEvent, kKeyUpEvent);
         EXPECT_THAT(TakeAll(), ElementsAre(1024u, 257u, 256u));
+        Post(261); // a key with Alt is released
+        FlushEvents(kKeyDownEvent, 0);
+        EXPECT_THAT(TakeAll(), ElementsAre(261u)) << "another kind ends the flush";
     });
-    EXPECT_EQ(platform::FlushEventsCount(), 1u);
+    EXPECT_EQ(platform::FlushEventsCount(), 2u);
     platform::ResetAll();
     EXPECT_EQ(platform::FlushEventsCount(), 0u);
 }

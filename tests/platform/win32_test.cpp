@@ -11,6 +11,7 @@
 #include <platform/control.h>
 #include <tolv/memory.h>
 #include <tolv/profile.h>
+#include <tolv/text.h>
 #include <tolv/toolbox.h>
 #include <win32/clocks.h>
 #include <win32/locale.h>
@@ -46,6 +47,7 @@ TEST(VirtualMemory, RangesAreAlignedAndReleasedWhole)
         std::memset(block, 0xA5, size);
         EXPECT_FALSE(win32::VirtualFree(block + 1, 0, win32::kMemRelease));
         EXPECT_FALSE(win32::VirtualFree(block, size, win32::kMemRelease));
+        EXPECT_FALSE(win32::VirtualFree(block, 0, 0));
         EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
         EXPECT_FALSE(win32::VirtualFree(block, 0, win32::kMemRelease));
         EXPECT_FALSE(IsReadable(block));
@@ -118,8 +120,11 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
     unsigned short name[] = {'x', 0};
     char* const over = reinterpret_cast<char*>(name);
     win32::SYSTEMTIME day = {2026, 11, 3, 25, 0, 0, 0, 0};
-    const win32::SYSTEMTIME noDay = {2026, 2, 1, 30, 0, 0, 0, 0};
-    const win32::SYSTEMTIME noHour = {2026, 2, 1, 28, 24, 0, 0, 0};
+    const win32::SYSTEMTIME noTimes[] = {
+        {2026, 2, 1, 30, 0, 0, 0, 0},  {2026, 2, 1, 0, 0, 0, 0, 0},   {2026, 0, 1, 28, 0, 0, 0, 0},
+        {2026, 13, 1, 28, 0, 0, 0, 0}, {1600, 2, 1, 28, 0, 0, 0, 0},  {2026, 2, 1, 28, 24, 0, 0, 0},
+        {2026, 2, 1, 28, 0, 60, 0, 0}, {2026, 2, 1, 28, 0, 0, 60, 0},
+    };
     const win32::FILETIME farTime = {0, 0x80000000};
     const Call kBadParameters[] = {
         {"computer's name", [] { return win32::GetComputerNameW(nullptr, nullptr); }},
@@ -128,10 +133,8 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
         {"another locale's mark",
          [] { return win32::GetLocaleInfoA(0x407, win32::kLocaleDecimalMark, nullptr, 0); }},
         {"no time", [] { return win32::GetDateFormatW(kUser, 0, nullptr, nullptr, nullptr, 0); }},
-        {"a 30 February",
-         [&] { return win32::GetDateFormatW(kUser, 0, &noDay, nullptr, nullptr, 0); }},
-        {"an hour 24",
-         [&] { return win32::GetTimeFormatW(kUser, 0, &noHour, nullptr, nullptr, 0); }},
+        {"a negative size",
+         [&] { return win32::GetLocaleInfoW(kUser, win32::kLocaleDecimalMark, name, -1); }},
         {"a picture of times",
          [&] { return win32::GetTimeFormatW(kUser, 0, &day, name, nullptr, 0); }},
         {"no room for a date",
@@ -146,6 +149,14 @@ TEST(SystemRefusals, AFailedCallStoresItsReasonAsTheLastError)
     };
     for (const Call& call : kBadParameters)
         ExpectError(call, win32::kErrorInvalidParameter);
+    for (const win32::SYSTEMTIME& time : noTimes)
+    {
+        const auto format = [&] {
+            return win32::GetDateFormatW(kUser, 0, &time, nullptr, nullptr, 0) &&
+                   win32::GetTimeFormatW(kUser, 0, &time, nullptr, nullptr, 0);
+        };
+        ExpectError({"no time", format}, win32::kErrorInvalidParameter);
+    }
 
     const Call kBadFlags[] = {
         {"an unknown item", [] { return win32::GetLocaleInfoW(kUser, 1, nullptr, 0); }},
@@ -163,21 +174,31 @@ TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
 {
     win32::PROCESS_MEMORY_COUNTERS counters = {};
     EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
+    EXPECT_FALSE(win32::IsProcessorFeaturePresent(1000));
     EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
     EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
     EXPECT_EQ(NewHandle(-1), nullptr);
+    EXPECT_EQ(GetHandleSize(nullptr), 0);
+    AddResource(nullptr);
+    EXPECT_EQ(ResError(), -194);
+    DetachResource(nullptr);
+    EXPECT_EQ(ResError(), -192);
+    EXPECT_EQ(GetScriptManagerVariable(0), 0);
 }
 
 TEST(SystemRefusals, ANullPointerIsABadParameter)
 {
+    static const unsigned short kKey[] = {'k', 0};
     unsigned long long limit = 0;
     int value = 0;
     const Call kCalls[] = {
         {"prepurge", [&] { return MEM_GetMemUsageLimits(nullptr, &limit); }},
         {"maximum", [&] { return MEM_GetMemUsageLimitsOverride(&limit, nullptr); }},
+        {"claim", [] { return MEM_ClaimUsage(1, 1, 1, nullptr, nullptr); }},
         {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
         {"slop", [] { return TOLV_GetSlop(nullptr); }},
         {"required key", [&] { return TOLV_GetRequiredProfileInt(nullptr, &value); }},
+        {"profile", [] { return TOLV_GetRequiredProfileInt(kKey, nullptr); }},
         {"new key", [] { return TOLV_SetProfileInt(nullptr, 1); }},
     };
     for (const auto& [what, call] : kCalls)

@@ -96,12 +96,16 @@ TEST_F(Dates, EachLocaleWritesDatesAndTimesItsOwnWay)
              "2025年12月3日水", "15:02:01", "15:02"},
             {"ar_EG", "٣\u200f/١٢\u200f/٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥", "الأربعاء، ٣ ديسمبر ٢٠٢٥",
              "٣:٠٢:٠١ م", "٣:٠٢ م"},
+            {"es_ES", "3/12/2025", "miércoles, 3 de diciembre de 2025", "mié, 3 de dic de 2025",
+             "15:02:01", "15:02"},
+            {"fi_FI", "3.12.2025", "keskiviikko 3. joulukuuta 2025", "ke 3. jouluk. 2025",
+             "15.02.01", "15.02"},
         };
     for (const auto& [locale, shortDate, longDate, abbreviated, time, shortTime] : rows)
     {
         SCOPED_TRACE(locale);
-        if (IsWine() && locale == std::string("ar_EG"))
-            continue; // Wine writes the digits of English
+        if (IsWine() && std::string("ar_EG es_ES fi_FI").find(locale) != std::string::npos)
+            continue; // Wine writes the digits of English, and other short names
         platform::SetUserLocale(locale);
         const std::string dates[] = {shortDate, longDate, abbreviated, shortDate};
         for (int type = 0; type < 4; ++type)

@@ -257,6 +257,13 @@ TEST_F(SubString, SpecificationsSetTheFormOfANumber)
         {Filled("^F1@1.1qxz@", 2.0), "2"}, // letters that mean nothing
         {Filled("^F1@1.\t\n\v\f\r3@", 2.5), "2.500"},
         {Filled("^F1@1.-3@", 2.4), "2"},
+        {Filled("^F1@1.+3@", 2.5), "+2.500"},
+        {Filled("^F1@1. 3@", 2.5), "2.500"},
+        {Filled("^F1@1.@", 2.5), "2.50"},
+        {Filled("^F1@1.z@", 2.5), "2.5"},
+        {Filled("^F1@3z@", 2.5), "002.5"},
+        {Filled("^F1@1.\1@", 2.5), "2.50"},
+        {Filled("^F1@@", 2.5), "2.50"},
         {Filled("^F1@bad", 0.5), "0.50bad"}, // no second "@"
         {Filled("^F1@1.0@@1.0@", 2.5), "2@1.0@"},
         {Filled("^F1@1.0^F2", 2.5, 3.5), "2.501.03.5"},

@@ -128,12 +128,12 @@ Unit Encode(UConverter* converter, Unit unit)
 {
     UErrorCode error = U_ZERO_ERROR;
     const UChar source = unit;
-    Byte bytes[8];
+    Byte bytes[8] = {};
     const int32_t length =
         ucnv_fromUChars(converter, reinterpret_cast<char*>(bytes), 8, &source, 1, &error);
-    if (U_FAILURE(error) || length < 1 || length > 2)
+    if (U_FAILURE(error))
         return 0;
-    return length == 1 ? Unit(bytes[0]) : static_cast<Unit>(bytes[0] << 8 | bytes[1]);
+    return length == 2 ? static_cast<Unit>(bytes[0] << 8 | bytes[1]) : Unit(bytes[0]);
 }
 
 class Builder
@@ -268,8 +268,6 @@ bool IsLeadByte(unsigned int codePage, Byte byte)
 const CodePage* FindCodePage(unsigned int codePage)
 {
     const PageSource* source = FindSource(codePage);
-    if (!source)
-        return nullptr;
     std::atomic<const CodePage*>& built = sBuilt[source - kPages];
     if (const CodePage* page = built.load(std::memory_order_acquire))
         return page;

@@ -39,7 +39,9 @@ struct CodePage
 bool IsKnownCodePage(unsigned int codePage);
 bool IsLeadByte(unsigned int codePage, Byte byte);
 
-// Returns the tables of a known code page; null without memory, or without ICU's data.
+// Returns the tables; null without memory, or without ICU's data.
+//
+// REQUIRES: IsKnownCodePage(codePage).
 const CodePage* FindCodePage(unsigned int codePage);
 
 // Convert UTF-8 to UTF-16, and UTF-16 to UTF-8. A capacity of 0 asks for the count alone.

@@ -108,11 +108,10 @@ int PostMessageW(void* handle, unsigned int message, unsigned long long wParam, 
     return queue && queue->Add({handle, message, wParam, lParam});
 }
 
-unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval,
-                            void* procedure)
+unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval, void*)
 {
     ThreadQueue* const queue = ThreadQueue::Current();
-    if (procedure || !queue || (window && !IsOwnWindow(window)))
+    if (!queue || (window && !IsOwnWindow(window)))
         return 0;
     return queue->SetTimer(window, id, interval);
 }

@@ -31,7 +31,7 @@ std::string UserName()
     while (getpwuid_r(geteuid(), &entry, room.data(), room.size(), &found) == ERANGE &&
            room.size() < kLongestUserEntry)
         room.resize(room.size() * 2);
-    return found && found->pw_name ? found->pw_name : "";
+    return found ? found->pw_name : "";
 }
 } // namespace
 

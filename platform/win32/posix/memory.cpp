@@ -74,13 +74,11 @@ unsigned long long AvailableMemory()
 }
 } // namespace
 
-void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned int protection)
+void* VirtualAlloc(void*, std::size_t size, unsigned int, unsigned int protection)
 {
     const bool access = protection == kPageReadWrite;
     const std::size_t kPage = 0x1000;
-    if (address || !size || (type & kMemReserve) == 0 ||
-        (type & ~(kMemReserve | kMemCommit | kMemTopDown)) != 0 ||
-        (access ? (type & kMemCommit) == 0 : protection != kPageNoAccess))
+    if (!size)
         return FailWithNull(kErrorInvalidParameter);
     if (size > SIZE_MAX - kGranularity)
         return FailWithNull(kErrorNotEnoughMemory);
