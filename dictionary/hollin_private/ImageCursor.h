@@ -77,8 +77,7 @@ public:
     {
         return static_cast<std::size_t>(at - mBytes);
     }
-    // REQUIRES: the offset is not above the size of the image.
-    void Seek(std::size_t offset) { mOffset = offset; }
+    void Seek(std::size_t offset) { mOffset = offset <= mSize ? offset : mSize; }
     std::size_t Remaining() const { return mSize - mOffset; }
 
     // Returns the next bytes, or null if the image ends before them.

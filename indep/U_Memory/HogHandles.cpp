@@ -232,7 +232,8 @@ U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)
         return refused;
     // The purge callback may have resized the hog handle.
     const U_u64 sizeNow = MEM_GetHandleSize(UHeap(), hogHandle) - sizeof(HogHeader);
-    std::memcpy(**out, data, std::min(size, sizeNow));
+    if (const U_u64 common = std::min(size, sizeNow))
+        std::memcpy(**out, data, common);
     return U_UnlockHogHandle(hogHandle);
 }
 

@@ -73,7 +73,7 @@ void* NewRecycled(U_u64 size, Claim* claim)
             platform::Rethrow();
         }
     });
-    if (failure)
+    if (failure || !memory || !memory->mBlock)
     {
         delete memory;
         return nullptr;

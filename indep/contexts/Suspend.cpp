@@ -49,6 +49,8 @@ U_SuspendContext::U_SuspendContext()
     if (!U_Context::HasCurrent())
         return;
     mContext = U_Context::GetCurrent();
+    if (!mContext)
+        throw BadArgument("suspended context is null");
     if (!mContext->IsActive())
         throw BadArgument("suspended context not active");
     mSavedThreadID = mContext->GetThreadID();

@@ -177,7 +177,8 @@ bool HaveSameCells(std::size_t bytes, std::size_t otherBytes)
 // A cell with pages of its own begins after a margin, too, and a margin follows.
 void* NewLargeCell(std::size_t bytes)
 {
-    char* const pages = static_cast<char*>(NewPages(bytes + 2 * kMargin));
+    char* const pages =
+        bytes + 2 * kMargin > bytes ? static_cast<char*>(NewPages(bytes + 2 * kMargin)) : nullptr;
     return pages ? pages + kMargin : nullptr;
 }
 } // namespace
@@ -206,7 +207,7 @@ void CellCache::Give(std::size_t sizeClass, void* cell)
 void* NewCell(CellCache* cache, std::size_t bytes)
 {
     if (bytes > kLargestCell)
-        return NewLargeCell(RoundLarge(bytes));
+        return RoundLarge(bytes) >= bytes ? NewLargeCell(RoundLarge(bytes)) : nullptr;
     const std::size_t sizeClass = ClassOf(&bytes);
     if (cache && bytes <= kLargestOfThread)
         return cache->Take(sizeClass, bytes);

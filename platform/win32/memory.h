@@ -31,10 +31,8 @@ const unsigned int kPageReadWrite = 0x04;
 // `protection` is kPageNoAccess, or with kMemCommit kPageReadWrite, which makes zeroed memory.
 //
 // Returns: the start of the range, or null. Then GetLastError returns
-//  - 87 for a size of 0;
+//  - 87 for other arguments that are refused. Windows allows more than these;
 //  - 8 if there is no such range.
-//
-// REQUIRES: `address`, `type` and `protection` are as above. Windows allows more than these.
 PLATFORM_EXPORT void* VirtualAlloc(void* address, std::size_t size, unsigned int type,
                                    unsigned int protection);
 

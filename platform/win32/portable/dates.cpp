@@ -280,13 +280,14 @@ int EnumDateFormatsExEx(DateFormatCallback callback, const unsigned short* local
 
 void* GetModuleHandleA(const char* name)
 {
-    return boost::iequals(name, "kernel32.dll", std::locale::classic()) ? &sKernel : nullptr;
+    return name && boost::iequals(name, "kernel32.dll", std::locale::classic()) ? &sKernel
+                                                                                : nullptr;
 }
 
 ModuleFunction GetProcAddress(void* module, const char* name)
 {
     const char kEnumDateFormats[] = "EnumDateFormatsExEx";
-    if (module != &sKernel || std::strcmp(name, kEnumDateFormats) != 0 || IsMissing(name))
+    if (module != &sKernel || !name || std::strcmp(name, kEnumDateFormats) != 0 || IsMissing(name))
         return nullptr;
     return reinterpret_cast<ModuleFunction>(&EnumDateFormatsExEx);
 }

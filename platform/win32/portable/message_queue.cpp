@@ -108,10 +108,11 @@ int PostMessageW(void* handle, unsigned int message, unsigned long long wParam, 
     return queue && queue->Add({handle, message, wParam, lParam});
 }
 
-unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval, void*)
+unsigned long long SetTimer(void* window, unsigned long long id, unsigned int interval,
+                            void* procedure)
 {
     ThreadQueue* const queue = ThreadQueue::Current();
-    if (!queue || (window && !IsOwnWindow(window)))
+    if (procedure || !queue || (window && !IsOwnWindow(window)))
         return 0;
     return queue->SetTimer(window, id, interval);
 }

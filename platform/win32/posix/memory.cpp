@@ -74,11 +74,13 @@ unsigned long long AvailableMemory()
 }
 } // namespace
 
-void* VirtualAlloc(void*, std::size_t size, unsigned int, unsigned int protection)
+void* VirtualAlloc(void* address, std::size_t size, unsigned int type, unsigned int protection)
 {
     const bool access = protection == kPageReadWrite;
     const std::size_t kPage = 0x1000;
-    if (!size)
+    if (address || !size || (type & kMemReserve) == 0 ||
+        (type & ~(kMemReserve | kMemCommit | kMemTopDown)) != 0 ||
+        (access ? (type & kMemCommit) == 0 : protection != kPageNoAccess))
         return FailWithNull(kErrorInvalidParameter);
     if (size > SIZE_MAX - kGranularity)
         return FailWithNull(kErrorNotEnoughMemory);

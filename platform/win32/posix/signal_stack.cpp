@@ -84,7 +84,7 @@ private:
 int SetThreadStackGuarantee(unsigned int* size)
 {
     stack_t current = {};
-    if (*size > kLargestStackGuarantee || sigaltstack(nullptr, &current) != 0)
+    if (!size || *size > kLargestStackGuarantee || sigaltstack(nullptr, &current) != 0)
         return 0;
     const std::size_t before = IsNone(current) ? 0 : current.ss_size;
     if (before < kLargestStackGuarantee)
