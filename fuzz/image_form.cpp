@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include <hollin/ImageView.h>
 #include <hollin_private/FlatImageView.h>
 #include <hollin_private/LegacyImage.h>
 
@@ -245,7 +244,10 @@ void WriteEntries(const ImageForm& form, Writer& out)
 void ImageForm::AddToBucket(std::uint32_t slot)
 {
     const std::string& key = mSlots[slot].mKey;
-    mBuckets[static_cast<std::uint16_t>(hollin::BucketOf(key))].push_back(slot);
+    std::size_t hash = 0; // of at most nine bytes
+    for (std::size_t i = 0; i < key.size(); i += std::max<std::size_t>(key.size() / 5, 1))
+        hash = (32 * hash + static_cast<unsigned char>(key[i])) % 1021;
+    mBuckets[static_cast<std::uint16_t>(hash)].push_back(slot);
 }
 
 void ImageForm::Erase(std::uint32_t slot)

@@ -1,7 +1,7 @@
 // The fields of a binary image of any version, as the mutator changes them.
 //
-// The offsets, sizes, tables and buckets are no fields here: Write makes them of the entries, so
-// that they fit each other whatever the mutator has changed.
+// The offsets, sizes and tables are no fields here: WriteForm makes them of the entries, so that
+// they fit each other whatever the mutator has changed.
 
 #ifndef FUZZ_IMAGE_FORM_H
 #define FUZZ_IMAGE_FORM_H
