@@ -9,11 +9,11 @@
 #include <platform/control.h>
 
 #include "U_ZString.h"
+#include "image_form.h"
 #include "library.h"
 #include "model.h"
 #include "page_model.h"
 #include "second_thread.h"
-#include "tests/support/DictionaryImage.h"
 
 namespace
 {
@@ -41,6 +41,17 @@ Text Units(const std::u16string& text)
     return Text(text.begin(), text.end());
 }
 
+std::string Bytes(const std::u16string& text, bool isBigEndian = false)
+{
+    std::string bytes;
+    for (const char16_t unit : text)
+    {
+        bytes += static_cast<char>(isBigEndian ? unit >> 8 : unit);
+        bytes += static_cast<char>(isBigEndian ? unit : unit >> 8);
+    }
+    return bytes;
+}
+
 class Language
 {
 public:
@@ -59,7 +70,12 @@ public:
         const std::size_t sort = choices.Below(6);
         const bool isText = sort >= 4;
         const bool isDamaged = choices.Below(8) == 7 && !isText;
-        std::vector<ImageEntry> entries = {{"/other", u""}};
+        ImageForm image;
+        image.mLayout = sort < 2    ? ImageForm::kFlat
+                        : sort == 2 ? ImageForm::kEntries
+                                    : ImageForm::kLengthTable;
+        image.mBigEndian = sort == 1;
+        image.mSlots.push_back({"/other", "", "", false});
         Text lines = Wide("$/damaged=b\r\n");
         mIsFlat = mIsFlat || (sort < 2 && !isDamaged);
         for (const char* const key : kKeys)
@@ -68,7 +84,7 @@ public:
             if (choice >= std::size(kForms) - (sort == 5))
                 continue;
             const Form& form = kForms[choice];
-            entries.push_back({key, form.mForm});
+            image.mSlots.push_back({key, Bytes(form.mForm, sort == 1), "", false});
             const Text line = Wide("\"$$$" + std::string(key) + "=") + Units(form.mForm);
             lines += line + Wide("\"\r\n");
             Text text = Units(isText ? form.mOfText : form.mOfBinary);
@@ -77,15 +93,17 @@ public:
             if (!isDamaged)
                 mStores[isText ? mIsFlat : sort < 2][key] = text;
         }
-        std::string image = sort < 2    ? BuildFlat(entries, {7, sort == 1}).Image()
-                            : sort == 2 ? BuildEntries(entries).Image()
-                            : sort == 3 ? BuildLengthTable(entries).Image()
-                            : sort == 4 ? TextBytes(std::u16string(lines.begin(), lines.end()))
-                                        : mPage.Encode(lines).mBytes;
+        for (std::uint32_t slot = 0; slot < image.mSlots.size(); ++slot)
+            image.AddToBucket(slot);
+        const std::u16string units(lines.begin(), lines.end());
+        mImages.push_back(sort < 4    ? WriteForm(image)
+                          : sort == 4 ? Bytes(u"\xFEFF" + units)
+                                      : mPage.Encode(lines).mBytes);
+        std::string& bytes = mImages.back(); // until the death of the locale
         if (isDamaged)
-            image.resize(30);        // no entry is left
-        mImages.emplace_back(image); // until the death of the locale
-        Require(U_ZStringSetCurrentDictionary(mImages.back().units.data(), image.size()) == 0);
+            bytes.resize(30); // no entry is left
+        Require(U_ZStringSetCurrentDictionary(reinterpret_cast<U_u16*>(&bytes[0]), bytes.size()) ==
+                0);
         mIsChosen = true;
     }
 
@@ -152,7 +170,7 @@ private:
     bool mIsChosen = false;
     bool mIsEnglish = false;
     const Form* mForm = kForms;
-    std::list<DictionaryImage> mImages;
+    std::list<std::string> mImages; // each too long for the place in the string
 };
 
 void (Language::*const kCalls[])(Choices&) = {&Language::Load, &Language::SetEnglish,
