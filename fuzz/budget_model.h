@@ -5,6 +5,7 @@
 #define FUZZ_BUDGET_MODEL_H
 
 #include <algorithm>
+#include <set>
 #include <vector>
 
 #include "U_Types.h"
@@ -122,11 +123,32 @@ public:
         return over;
     }
 
+    // Which blocks are left after a part was purged is not known.
     U_u64 PurgePool(U_u64 bytes)
     {
         const U_u64 purged = std::min(bytes, mPool);
         mPool -= purged;
+        if (purged)
+            mFreed.clear();
+        mKnowsPool = !mPool || (mKnowsPool && !purged);
         return purged;
+    }
+
+    void GiveToPool(U_u64 bytes)
+    {
+        mPool += bytes;
+        mFreed.insert(bytes);
+    }
+
+    // Returns whether the pool may have had a block of so many bytes.
+    bool TakeFromPool(U_u64 bytes)
+    {
+        const auto found = mFreed.find(bytes);
+        const bool isKnown = found != mFreed.end();
+        if (isKnown)
+            mFreed.erase(found);
+        mPool -= std::min(bytes, mPool);
+        return isKnown || !mKnowsPool;
     }
 
     static U_u64 RoomUnder(U_u64 limit, U_u64 use) { return limit > use ? limit - use : 0; }
@@ -134,6 +156,8 @@ public:
 
     U_u64 mTracked = 0;
     U_u64 mPool = 0;
+    std::multiset<U_u64> mFreed; // the blocks of the pool, all of them if mKnowsPool is set
+    bool mKnowsPool = true;
     U_u64 mExternal = 0;
     Limits mBase;
     Limits mOverride;
@@ -145,7 +169,7 @@ public:
     int mHeapFailures = 0;              // the next attempts that fail
     U_u32 mSmallBlocks = 0;             // in a row
     bool mIsReported = true;            // the failure of the latest block, if the block has a name
-    std::vector<std::uint8_t> mAnswers; // of the host to the next requests; then it frees nothing
+    std::vector<std::uint8_t> mAnswers; // of the host to the next requests; later ones free nothing
     std::size_t mAnswered = 0;
     std::vector<Request> mRequests;  // since the caller has cleared them
     U_u64 mCache[kCachePlaces] = {}; // the sizes of the host's blocks, 0 for none

@@ -4,16 +4,21 @@
 #define FUZZ_CONTEXT_THREADS_H
 
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <memory>
+#include <new>
 #include <thread>
 #include <tuple>
+#include <typeinfo>
 #include <vector>
 
 #include <boost/make_shared.hpp>
+#include <cxxabi.h>
 
 #include <krobase/executor.h>
 #include <krobase/gate.h>
+#include <krobase/threads.h>
 
 #include "U_Context.h"
 #include "U_Suspend.h"
@@ -114,6 +119,17 @@ inline void RunOn(int thread, const std::function<void()>& body)
     }
 }
 
+inline void StartThreads()
+{
+    for (int thread = 0; thread < kThreads; ++thread)
+    {
+        if (thread)
+            sExecutors[thread] = krobase::threads::CreateAsyncThreadedExecutor(
+                "fuzz", 1, krobase::threads::kThreadPriorityNormal, {}, {});
+        RunOn(thread, [=] { sThreadIds[thread] = krobase::threads::GetCurrentThreadID(); });
+    }
+}
+
 enum StateKind
 {
     kAbsent,
@@ -134,6 +150,36 @@ struct Task
     int mValues[kKeys] = {};
 };
 
+// What a function that a suspended call runs throws, the code that a posted call returns for the
+// exception, and its reports.
+struct Ending
+{
+    void (*mThrow)();
+    const std::type_info* mType;
+    int mCode;
+    U_u32 mReports;
+};
+const Ending kEndings[] = {{[] {}, nullptr, 0, 0},
+                           {[] { throw 6; }, &typeid(int), 6, 0},
+                           {[] { throw std::exception(); }, &typeid(std::exception), 14, 1},
+                           {[] { throw std::bad_cast(); }, &typeid(std::bad_cast), 3, 1},
+                           {[] { throw std::bad_alloc(); }, &typeid(std::bad_alloc), 4, 0},
+                           {[] { throw 1.5; }, &typeid(double), 14, 1}};
+
+// Returns the type of the exception that the body throws, or null.
+template <class Body> const std::type_info* TypeThrown(Body body)
+{
+    try
+    {
+        body();
+        return nullptr;
+    }
+    catch (...)
+    {
+        return abi::__cxa_current_exception_type();
+    }
+}
+
 // A scoped object of a thread.
 struct Scope
 {
@@ -143,6 +189,7 @@ struct Scope
     boost::shared_ptr<U_SuspendContext> mSuspended;
     int mSavedThread = kNone;
     bool mHasPosted = false;
+    int mResult = 0;      // of the first posted call
     bool mIsHere = false; // a call on the own thread has attached the context
 };
 
@@ -182,9 +229,9 @@ inline void RunBeside(Choices choices)
     Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks && state->mValue == values);
 }
 
-// Threads whose context was destroyed under them keep its place, so that inputs would begin
-// differently. A call on an executor's thread clears the place, and so does the end of an
-// active context on the thread.
+// Removes destroyed contexts from the threads, which would refuse other contexts in the next input.
+// A call on an executor's thread removes a destroyed context, and the end of an active context on
+// the thread does, too.
 inline void ClearThreads()
 {
     std::thread([] {

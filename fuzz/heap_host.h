@@ -42,6 +42,10 @@ struct Block
         return mKind == kHandle ? *static_cast<void**>(mAddress) : mAddress;
     }
 
+    // The bounds of a recycled block, without the charge for its header.
+    U_u64 LeastBytes() const { return mSize + kRecycledHeader; }
+    U_u64 MostBytes() const { return LeastBytes() + std::max<U_u64>(LeastBytes() * 41 / 100, 64); }
+
     U_u64 Charge() const { return mSize + (mKind == kHogHandle ? kHogHeader : 0) + mRounding; }
 
     void Fill(std::uint8_t byte)
@@ -241,7 +245,7 @@ inline U_u64 Stat(U_u32 which)
     return value;
 }
 
-// One of the threads. It has its own blocks, and may be refused.
+// One of the threads. It has its own blocks, and may be refused after a request to purge.
 class HostThread
 {
 public:
@@ -255,21 +259,32 @@ public:
             Block& block = mBlocks[mChoices.Below(kBlocks)];
             if (!block.mAddress)
                 New(block);
-            else if (mChoices.Flag())
+            else if (block.mKind == kRecycled || mChoices.Flag())
                 block.Free();
             else
                 ResizeOne(block);
         }
     }
 
-    void AddTo(Held* held) const
+    // Frees the recycled blocks. Returns the least charge that the blocks may have had.
+    U_u64 FreeRecycled()
     {
-        for (const Block& block : mBlocks)
-            held->Add(block, 0);
+        U_u64 least = 0;
+        for (Block& block : mBlocks)
+        {
+            if (block.mKind == kRecycled && block.mAddress)
+                least += block.LeastBytes() + kRecycledHeader;
+            if (block.mKind == kRecycled)
+                block.Free();
+        }
+        return least;
     }
 
-    // Each refusal comes after a request on the thread.
-    void CheckRequests() const { Require(mRequests >= mRefusals); }
+    void AddTo(Held* held, std::size_t hog) const
+    {
+        for (const Block& block : mBlocks)
+            held->Add(block, hog);
+    }
 
     // The purge callback, on the thread that allocates. Every second request frees a block of the
     // thread, but not the one that the thread resizes.
@@ -302,11 +317,12 @@ private:
 
     void New(Block& block)
     {
-        block.mKind = static_cast<Kind>(mChoices.Below(kRecycled));
+        const unsigned requests = mRequests;
+        block.mKind = static_cast<Kind>(mChoices.Below(kKinds));
         block.mSize = Size();
-        block.mHog = 0;
-        block.mAddress = NewBlock(block.mKind, block.mSize, nullptr, mChoices.Flag(), 0);
-        mRefusals += !block.mAddress;
+        block.mHog = mChoices.Below(kHogs);
+        block.mAddress = NewBlock(block.mKind, block.mSize, nullptr, mChoices.Flag(), block.mHog);
+        Require(block.mAddress || mRequests > requests);
         if (block.mAddress)
             block.Fill(mChoices.Byte());
     }
@@ -314,12 +330,12 @@ private:
     void ResizeOne(Block& block)
     {
         const U_u64 size = Size();
+        const unsigned requests = mRequests;
         mResized = &block;
         const U_Status status = Resize(block, size, nullptr);
         mResized = nullptr;
-        mRefusals += status != 0;
         if (status)
-            return Require(status == 4), block.RequireSound();
+            return Require(status == 4 && mRequests > requests), block.RequireSound();
         block.RequireBytes(std::min(block.mSize, size));
         block.mSize = size;
         block.Fill(mChoices.Byte());
@@ -330,7 +346,6 @@ private:
     Block mBlocks[kBlocks];
     const Block* mResized = nullptr; // now
     unsigned mRequests = 0;
-    unsigned mRefusals = 0;
     std::atomic<std::thread::id> mThread{};
 };
 
@@ -344,18 +359,24 @@ inline void RunTwoThreads(Choices& choices)
     HostThread hosts[] = {{choices.Half(), isTight}, {choices, isTight}};
     U_SetPurgeRequestCallback(&HostThread::Asked, hosts);
     second.RunBoth([&] { hosts[0].Run(); }, [&] { hosts[1].Run(); });
-    Held held;
-    for (const HostThread& host : hosts)
-    {
-        host.AddTo(&held);
-        host.CheckRequests();
-    }
-    Require(Stat(U_MemStat_InUse) == kBaseUse + held.mCharge);
-    Require(!isTight || kBaseUse + held.mCharge <= maximum);
-    held.RequireStats(0);
     U_SetPurgeRequestCallback(nullptr, nullptr);
+    const U_u64 all = Stat(U_MemStat_InUseByLibrary);
+    U_u64 least = 0; // of the recycled blocks
+    for (HostThread& host : hosts)
+        least += host.FreeRecycled();
+    const U_u64 others = Stat(U_MemStat_InUseByLibrary);
+    Require(all - others >= least && (least || all == others) && (!isTight || others <= maximum));
+    for (std::size_t hog = 0; hog < kHogs; ++hog)
+    {
+        Held held;
+        for (const HostThread& host : hosts)
+            host.AddTo(&held, hog);
+        Require(others == kBaseUse + held.mCharge);
+        held.RequireStats(hog);
+    }
     for (HostThread& host : hosts)
         host.FreeAll();
+    U_PurgeRecycledMemory(~U_u64(0));
 }
 
 #endif

@@ -1,5 +1,6 @@
-// Is what was loaded of an image sound, damaged images included? All entries are visited, looked
-// up, changed and removed.
+// Is what was loaded of an image sound, damaged images included, from memory and from a stream? A
+// store of version 2 is written and read again. All entries are visited, looked up, changed and
+// removed.
 
 #include <memory>
 
@@ -65,6 +66,20 @@ std::string Visit(hollin::Dictionary& dictionary)
     return found;
 }
 
+bool LoadStream(hollin::Dictionary& dictionary, const std::string& bytes)
+{
+    std::istringstream stream(bytes);
+    try
+    {
+        dictionary.LoadFromStream(stream);
+        return dictionary.IsGood();
+    }
+    catch (const hollin::VoErrException&)
+    {
+        return false;
+    }
+}
+
 void Change(hollin::Dictionary& dictionary, const char* key)
 {
     const std::uint32_t id = dictionary.GetId(key);
@@ -80,7 +95,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::unique_ptr<hollin::Dictionary> dictionary = MakeDictionary(size % 4);
     const bool isGood = Load(*dictionary, data, size);
     RequireResult(*dictionary, size % 4, isGood, hollin::CheckImage(data, size));
-    dictionary->GetLanguage();
+    const std::unique_ptr<hollin::Dictionary> ofStream = MakeDictionary(size % 4);
+    Require(isGood == LoadStream(*ofStream, std::string(data, data + size)));
+    RequireSameEntries(*dictionary, *ofStream);
+    if (size % 4 == 0 && dictionary->GetLanguage().Length()) // version 2 alone
+    {
+        hollin::Dictionary again;
+        Require(Load(again, Written(*dictionary, hollin::Dictionary::kBinary, size / 4 % 2)));
+        RequireSameEntries(*dictionary, again);
+    }
     const std::string key = Visit(*dictionary);
     if (!key.empty())
         Change(*dictionary, key.c_str());

@@ -3,8 +3,8 @@
 //     Choices choices(data, size);
 //     RunCalls(choices, model, kCalls);
 //
-// Without bytes every choice is 0, so that an input that is cut in the middle of a call is one,
-// too.
+// Without bytes every choice is 0, so that a call may begin before the end of the input and end
+// after it.
 
 #ifndef FUZZ_MODEL_H
 #define FUZZ_MODEL_H

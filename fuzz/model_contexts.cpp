@@ -1,15 +1,14 @@
-// Contexts: which context does each thread have, which hooks run in which order, and what comes
-// back from suspended calls?
+// Contexts: which context does each thread have, which hooks run in which order, and what do
+// suspended calls return and throw?
 //
-// Three threads take turns: the first one and those of two executors. So what follows a call is
-// known, also while a thread lends its context to another one.
+// Three threads take turns: the first one and those of two executors. So the model knows the
+// effects of each call, also while a thread lends its context to another one.
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <vector>
 
-#include <krobase/threads.h>
 #include <platform/control.h>
 
 #include "U_Context.h"
@@ -306,21 +305,46 @@ private:
             mScopes[thread].push_back(std::move(scope));
     }
 
+    // The function of a later posted call is queued, and the call returns the first result.
+    void CallAgain(const Scope& top, int there)
+    {
+        const U_Context* const lent = top.mTask == kNone ? nullptr : Of(top.mTask).mContext;
+        const bool hasContext = lent || IsAlive(mSlots[there]);
+        int calls = 0;
+        const auto function = [&] {
+            Require(U_Context::HasCurrent() == hasContext);
+            Require(!lent || U_Context::GetCurrent().get() == lent);
+            return ++calls - 2;
+        };
+        Require(top.mResult == top.mSuspended->CallOnThreadedExecutor(sExecutors[there], function));
+        RunOn(there, [&] { Require(calls == 1); });
+        mSlots[there] = lent ? kNone : mSlots[there];
+    }
+
     void CallSuspended(int thread, Choices& choices)
     {
         const int there = 1 + static_cast<int>(choices.Below(kThreads - 1));
-        const std::size_t inner = choices.Below(4);
+        const std::size_t inner = choices.Below(5);
         const int result = static_cast<int>(choices.Below(3)) * 5;
-        const bool throws = choices.Flag();
+        const Ending& ending = choices.Of(kEndings);
         const std::size_t place = mScopes[thread].size() - 1;
         const Scope& top = mScopes[thread][place];
         const bool isHere = there == thread;
-        if (!top.mSuspended || (!isHere && (mIsBusy[there] || top.mIsHere || top.mHasPosted)) ||
+        if (!top.mSuspended || (!isHere && (mIsBusy[there] || top.mIsHere)) ||
             (isHere && top.mHasPosted))
             return;
         const int task = top.mTask;
         if (task != kNone && Of(task).mActive <= 0)
             return; // its setters have ended on other threads
+        if (inner == 4)
+        {
+            ++mErrors;
+            return Require(kRefused == CodeThrown([&] {
+                               top.mSuspended->CallOnThreadedExecutor(nullptr, [] { return 0; });
+                           }));
+        }
+        if (top.mHasPosted && !mIsTerminated)
+            return CallAgain(top, there);
         const boost::shared_ptr<U_SuspendContext> suspended = top.mSuspended;
         const auto function = [&] {
             const std::size_t bottom = mScopes[there].size();
@@ -335,8 +359,7 @@ private:
                 Of(task).mThread = kNone;
                 mSlots[there] = kNone;
             }
-            if (throws)
-                throw result;
+            ending.mThrow();
             return result;
         };
         int returned = -1; // no result
@@ -348,9 +371,10 @@ private:
                 Of(task).mThread = top.mSavedThread;
             }
             mScopes[thread][place].mIsHere = true;
-            const int code = CodeThrown(
+            const std::type_info* const thrown = TypeThrown(
                 [&] { returned = suspended->CallOnThreadedExecutor(sExecutors[there], function); });
-            return Require(returned == (throws ? -1 : result) && code == (throws ? result : 0));
+            Require(returned == (ending.mType ? -1 : result));
+            return Require(ending.mType ? thrown && *thrown == *ending.mType : !thrown);
         }
         mScopes[thread][place].mHasPosted = true;
         if (mIsTerminated)
@@ -363,7 +387,9 @@ private:
             Require(Activate(there, task) == 0);
         }
         returned = suspended->CallOnThreadedExecutor(sExecutors[there], function);
-        Require(returned == result);
+        Require(returned == (ending.mType ? ending.mCode : result));
+        mErrors += ending.mReports;
+        mScopes[thread][place].mResult = returned;
         mIsBusy[there] = false;
     }
 
@@ -407,7 +433,7 @@ private:
             mRegistered[kKeys - 1] = kAbsent;
             return;
         case 1:
-            // The caller of a function that runs would give it up at a time that is not known.
+            // In a call, the model does not know when the caller gives the function up.
             if (!choices.Below(4) && !isInCall)
             {
                 mIsTerminated = true;
@@ -445,13 +471,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     std::sort(Keys().begin(), Keys().end());
     Register(0, false);
     Register(1, false);
-    for (int thread = 0; thread < kThreads; ++thread)
-    {
-        if (thread)
-            sExecutors[thread] = krobase::threads::CreateAsyncThreadedExecutor(
-                "fuzz", 1, krobase::threads::kThreadPriorityNormal, {}, {});
-        RunOn(thread, [=] { sThreadIds[thread] = krobase::threads::GetCurrentThreadID(); });
-    }
+    StartThreads();
     std::atexit([] {
         for (ExecutorPtr& executor : sExecutors)
             executor.reset();

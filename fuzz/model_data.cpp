@@ -1,6 +1,5 @@
 // Have variants and trees the values, children and JSON that a plain model has, after any calls?
 
-#include <cstdlib>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -13,224 +12,10 @@
 #include "library.h"
 #include "model.h"
 #include "second_thread.h"
-#include "value_model.h"
+#include "tree_model.h"
 
 namespace
 {
-const char* const kKeys[] = {"a", "b", "c", "", "a.b", "a\"\\"};
-
-struct Node
-{
-    Value mValue = Value::Of(false);
-    std::vector<std::pair<Text, Node>> mChildren;
-
-    Node* Find(const Text& key)
-    {
-        for (auto& [name, child] : mChildren)
-        {
-            if (name == key)
-                return &child;
-        }
-        return nullptr;
-    }
-
-    void Erase(const Text& key)
-    {
-        const auto isOfKey = [&](const auto& child) { return child.first == key; };
-        mChildren.erase(std::remove_if(mChildren.begin(), mChildren.end(), isOfKey),
-                        mChildren.end());
-    }
-
-    void PutTree(const Text& key, Node tree)
-    {
-        tree.mValue = Value::OfTree();
-        mChildren.emplace_back(key, std::move(tree));
-    }
-
-    void Put(const Text& key, const Value& value)
-    {
-        Node* const found = Find(key);
-        if (key.find('.') != key.npos)
-            Erase(key);
-        else if (key.empty() || found)
-        {
-            (found && !key.empty() ? found : this)->mValue = value;
-            return;
-        }
-        mChildren.push_back({key, {value, {}}});
-    }
-
-    // Returns the node at a path, which is made if it is absent and `makes` is set, or null.
-    Node* At(const Text& path, bool makes = false)
-    {
-        Node* node = this;
-        for (std::size_t from = 0; node && from < path.size();)
-        {
-            const std::size_t dot = std::min(path.find('.', from), path.size());
-            const Text key = path.substr(from, dot - from);
-            if (makes && !node->Find(key))
-                node->mChildren.emplace_back(key, Node());
-            node = node->Find(key);
-            from = dot + 1;
-        }
-        return node;
-    }
-
-    bool IsArray() const
-    {
-        for (const auto& [key, child] : mChildren)
-        {
-            if (!key.empty())
-                return false;
-        }
-        return true;
-    }
-
-    void WriteText(const std::string& tabs, Text& out) const
-    {
-        for (const auto& [key, child] : mChildren)
-        {
-            out += Wide(tabs) + key + Wide(": ") + *child.mValue.mText + Wide("\n");
-            child.WriteText(tabs + "\t", out);
-        }
-    }
-
-    // The children as JSON.
-    // REQUIRES: IsReadable.
-    Text JSON() const
-    {
-        Text out;
-        for (const auto& [key, child] : mChildren)
-        {
-            out += Wide(&child == &mChildren[0].second ? "" : ",");
-            out += key.empty() ? Text() : Literal(key) + Wide(":");
-            if (child.mValue.mKind != U_Any::kType_Tree)
-                out += child.mValue.JSON();
-            else if (child.mChildren.empty())
-                out += Wide("null");
-            else if (child.IsArray())
-                out += Wide("[") + child.JSON() + Wide("]");
-            else
-                out += Wide("{") + child.JSON() + Wide("}");
-        }
-        return out;
-    }
-
-    // Returns whether all values have a text.
-    bool IsReadable() const
-    {
-        for (const auto& [key, child] : mChildren)
-        {
-            if (!child.mValue.mText || !child.IsReadable())
-                return false;
-        }
-        return true;
-    }
-};
-
-void RequireSame(const U_AnyTree& real, const Node& node)
-{
-    RequireSame(real.data(), node.mValue);
-    Require(real.size() == node.mChildren.size());
-    auto child = real.begin();
-    for (const auto& [key, expected] : node.mChildren)
-    {
-        Require(child->first == key);
-        RequireSame(child->second, expected);
-        ++child;
-    }
-}
-
-// JSON text with white space, and what it adds to a tree.
-class JSONText
-{
-public:
-    explicit JSONText(Choices& choices) : mChoices(choices) {}
-
-    Text Object(Node& node, int depth)
-    {
-        Text text = Wide("{");
-        for (std::size_t count = mChoices.Below(4), i = 0; i < count; ++i)
-        {
-            Text key = Wide(mChoices.Of(kKeys));
-            if (key.empty())
-                key = Wide("long name");
-            text += Wide(i ? "," : "");
-            AddSpace(text);
-            text += Literal(key, true);
-            AddSpace(text);
-            text += ':';
-            AddMember(text, node, &key, depth);
-        }
-        return text + Wide("}");
-    }
-
-private:
-    Text Array(Node& node, int depth)
-    {
-        Text text = Wide("[");
-        for (std::size_t count = mChoices.Below(4), i = 0; i < count; ++i)
-        {
-            text += Wide(i ? "," : "");
-            AddMember(text, node, nullptr, depth);
-        }
-        return text + Wide("]");
-    }
-
-    // A value, of an array if there is no key.
-    Text Member(Node& node, const Text* key, int depth)
-    {
-        const std::size_t sort = mChoices.Below(depth ? 7 : 5);
-        if (sort >= 5)
-        {
-            Node nested;
-            const Text text = sort == 5 ? Object(nested, depth - 1) : Array(nested, depth - 1);
-            if (key)
-                node.Erase(*key);
-            node.PutTree(key ? *key : Text(), nested);
-            return text;
-        }
-        const U_i64 integer = TakeInteger(mChoices);
-        Value value = Value::Of(integer);
-        if (sort == 1)
-            value = Value::Of(std::strtod((std::to_string(integer) + ".25").c_str(), nullptr));
-        if (sort == 2)
-            value = Value::Of((integer & 1) != 0);
-        if (sort == 3)
-            return Wide("null");
-        Text written = *value.mText;
-        if (sort == 1)
-            written = Wide(std::to_string(integer) + ".25"); // all digits
-        if (sort == 4)
-        {
-            const Text text = TakeText(mChoices);
-            value = Value::OfText(U_Any::kType_String, Mended(text));
-            written = Literal(text, true);
-        }
-        if (key)
-            node.Put(*key, value);
-        else
-            node.mChildren.push_back({Text(), {value, {}}});
-        return written;
-    }
-
-    void AddMember(Text& text, Node& node, const Text* key, int depth)
-    {
-        AddSpace(text);
-        text += Member(node, key, depth);
-        if (!key || (text.back() != '}' && text.back() != ']')) // such a blank ends an object
-            AddSpace(text);
-    }
-
-    void AddSpace(Text& text)
-    {
-        static const char* const kSpaces[] = {"", "", "", " ", "\r\n\t"};
-        text += Wide(mChoices.Of(kSpaces));
-    }
-
-    Choices& mChoices;
-};
-
 class Data
 {
 public:
@@ -353,7 +138,17 @@ public:
     void ReadJSON(Choices& choices)
     {
         const Place place = TakePlace(choices);
-        U_AnyTreeWrapper(*place.mReal).SetFrom_JSON(JSONText(choices).Object(*place.mNode, 2));
+        JSONText json(choices);
+        const Text text = json.Outermost(*place.mNode);
+        try
+        {
+            U_AnyTreeWrapper(*place.mReal).SetFrom_JSON(text);
+            Require(!json.Throws());
+        }
+        catch (const boost::bad_any_cast&)
+        {
+            Require(json.Throws());
+        }
     }
 
     void Look(Choices& choices)

@@ -15,6 +15,7 @@ namespace
 using hollin::Dictionary;
 
 const std::uint32_t kDomain = 1; // of the default dictionary
+const std::size_t kCrowd = 100;  // keys of one bucket
 
 // The second and third key are in one bucket. The last two are long.
 const std::string kKeys[] = {"/a",
@@ -26,11 +27,22 @@ const std::string kKeys[] = {"/a",
                              std::string(kLongestMergedKey, 'm'),
                              std::string(kLongestMergedKey + 1, 'n')};
 
-// A text in a literal or in a line, and as a look-up returns the text.
+// A key of a crowded bucket: the files hash every second one of ten bytes.
+std::string CrowdedKey(std::size_t number)
+{
+    std::string key = "a0b0c0d0e0";
+    key[1] = static_cast<char>('0' + number % 10);
+    key[3] = static_cast<char>('0' + number / 10);
+    return key;
+}
+
+// A text in a literal or in a line, and as a look-up returns the text: in UTF-8, and in the active
+// code page if that differs.
 struct SourceText
 {
     const char* mForm;
     Text mText;
+    Text mActive = mText;
 };
 const SourceText kTexts[] = {{"b", u"b"},
                              {"#{eacute}", u"\xE9"},
@@ -39,7 +51,8 @@ const SourceText kTexts[] = {{"b", u"b"},
                              {"", u""},
                              {"two\\nlines", u"two\nlines"},
                              {"\\\"q\\\"", u"\"q\""},
-                             {"wide text", u"wide text"}};
+                             {"wide text", u"wide text"},
+                             {"\xC3\xA9", u"\xE9", u"\xC3\xA9"}};
 
 const std::uint16_t* Units(const Text& text)
 {
@@ -120,19 +133,22 @@ public:
                                   : kNoId));
     }
 
-    // Fills the first block of entries that are set at run time. That is slow, and so two bytes
-    // choose it.
+    // Fills the first block of entries that are set at run time, in one bucket. Slow, and so chosen
+    // by two bytes.
     void Fill(Choices& choices)
     {
         Pair& pair = Take(choices);
         if (choices.Byte() != 1 || !pair.mFlat)
             return;
-        for (std::size_t i = pair.mFlat->Size(); i < kRunTimeBlock - 1; ++i)
+        for (std::size_t i = 0; pair.mFlat->Size() < kRunTimeBlock - 1 && i < kCrowd; ++i)
         {
-            const std::string key = "/fill/" + std::to_string(mNextFill++);
-            Require(pair.mReal->AddString(key.c_str(), Units(u"m"), 2) ==
-                    pair.mFlat->Add(key, u"m"));
+            const std::string key = CrowdedKey(i);
+            if (pair.mFlat->Find(key) == kNoId)
+                Require(pair.mReal->AddString(key.c_str(), Units(u"m"), 2) ==
+                        pair.mFlat->Add(key, u"m"));
         }
+        for (std::size_t i = 0; i < kCrowd; ++i)
+            Require(pair.mReal->GetId(CrowdedKey(i).c_str()) == pair.mFlat->Find(CrowdedKey(i)));
     }
 
     void Refuse(Choices& choices)
@@ -224,37 +240,11 @@ public:
             }
             lines += "x\"$$$" + mKey + "=" + kTexts[choice].mForm + "\" y\r\n";
             if (pair.mFlat)
-                pair.mFlat->Set(mKey, kTexts[choice].mText, nullptr);
+                pair.mFlat->Set(mKey, kTexts[choice].mActive, nullptr);
             else
-                pair.mHash[mKey] = kTexts[choice].mText;
+                pair.mHash[mKey] = kTexts[choice].mActive;
         }
         Load(pair, lines, choices.Byte() % 4 == 3);
-    }
-
-    // Loads the text form of a dictionary into a new one, of either store.
-    void Rewrite(Choices& choices)
-    {
-        Pair& from = Take(choices);
-        const std::string text = Written(*from.mReal, Dictionary::kText);
-        Dictionary again(choices.Flag());
-        if (!IsPlain(from))
-            return;
-        Require(::Load(again, text));
-        std::map<std::string, Text> texts; // a key of two blocks has the later text
-        const Store file = ContentOf(from);
-        for (const Store::Slot& slot : file.Slots())
-        {
-            if (!slot.mKey.empty())
-                texts[slot.mKey] = slot.mText;
-        }
-        std::uint32_t id = 0;
-        while (again.NextId(&id))
-        {
-            const auto found = texts.find(CurrentKey(again));
-            Require(found != texts.end() && found->second == TextOf(again.CurrentText()));
-            texts.erase(found);
-        }
-        Require(texts.empty());
     }
 
     // The entry of the last key, and that of an identifier.
@@ -305,6 +295,8 @@ private:
     {
         const std::size_t key = choices.Below(64); // long keys are slow
         mKey = kKeys[key < 62 ? key % (std::size(kKeys) - 2) : key % std::size(kKeys)];
+        if (key >= 40 && key < 62)
+            mKey = CrowdedKey(key - 40);
         const std::size_t form = choices.Below(2 + std::size(kTexts));
         mDefault = form < 2 ? kTexts[4] : kTexts[form - 2];
         mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault.mForm;
@@ -352,23 +344,6 @@ private:
         return pair.mFlat ? *pair.mFlat : walked;
     }
 
-    // Returns whether the text form protects all texts.
-    static bool IsPlain(const Pair& pair)
-    {
-        for (const auto& [key, text] : pair.mHash)
-        {
-            if (!pair.mFlat && text.find('^') != text.npos)
-                return false;
-        }
-        for (std::size_t id = 0; pair.mFlat && id < pair.mFlat->Size(); ++id)
-        {
-            const Store::Slot* const slot = pair.mFlat->At(id);
-            if (slot && slot->mText.find('^') != slot->mText.npos)
-                return false;
-        }
-        return true;
-    }
-
     static const Text* FindIn(const Pair& pair, const std::string& key)
     {
         if (pair.mFlat)
@@ -385,8 +360,12 @@ private:
         const std::string literal = "$$$" + key + "=" + mDefault.mForm;
         const Dictionary& real = *pair.mReal;
         const Text* const own = FindIn(pair, key);
-        const Text& otherwise = key == "/c" ? kFallbackText : mDefault.mText;
-        RequireText(real.GetString(literal.c_str()), own ? *own : otherwise);
+        const auto textOf = [&](const Text& otherwise) {
+            return own ? *own : key == "/c" ? kFallbackText : otherwise;
+        };
+        RequireText(real.GetString(literal.c_str()), textOf(mDefault.mActive));
+        RequireText(real.GetString(literal.c_str(), &hollin::kEncodingUTF8),
+                    textOf(mDefault.mText));
         Require(real.HasString(literal.c_str()) == (own != nullptr));
         const std::uint32_t id = pair.mFlat ? pair.mFlat->Find(key) : kNoId;
         Require(real.GetId(literal.c_str()) == id);
@@ -424,13 +403,12 @@ private:
     SourceText mDefault = kTexts[0];
     std::string mLiteral;
     std::uint32_t mId = 0;
-    std::size_t mNextFill = 0;
 };
 
 void (Dictionaries::*const kCalls[])(Choices&) = {
     &Dictionaries::Set,      &Dictionaries::Set,  &Dictionaries::Remove, &Dictionaries::LoadImage,
     &Dictionaries::LoadText, &Dictionaries::Copy, &Dictionaries::Look,   &Dictionaries::SetLanguage,
-    &Dictionaries::Rewrite,  &Dictionaries::Make, &Dictionaries::Fill,   &Dictionaries::Refuse};
+    &Dictionaries::Make,     &Dictionaries::Fill, &Dictionaries::Refuse};
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -37,7 +37,7 @@ U_u32 Reports()
     return count;
 }
 
-// The host on one thread. It does what the model has done before.
+// The host on one thread. The model makes each call first.
 class Model
 {
 public:
@@ -396,6 +396,7 @@ private:
     bool Allocate(Block& made, const char* name, bool clear)
     {
         const U_u64 charge = made.Charge();
+        const bool staysAsIs = mModel.mUsageFails && mModel.mHeapFailures; // by the header
         const bool fits = made.mKind == kRecycled
                               ? mModel.Allocate(made.mSize, true, [] { return true; })
                               : mModel.AllocateInHeap(charge, charge);
@@ -404,28 +405,28 @@ private:
         Require(fits == (made.mAddress != nullptr));
         if (fits && made.mKind == kRecycled)
             TakeRounding(made);
-        else if (fits && clear && !mModel.mUsageFails)
+        else if (fits && clear && !staysAsIs)
             made.RequireBytes(made.mSize);
         return fits;
     }
 
-    // The charge is known when the block is there. New blocks of a size have one charge. A block of
-    // the pool may be larger.
+    // The charge is known when the block is there. New blocks of a size have one charge, and are
+    // allocated only while the pool has no block of their bytes. A block of the pool may be larger.
     void TakeRounding(Block& block)
     {
-        static std::map<U_u64, U_u64> sOfNew; // bytes by size
         const U_u64 charge = MEM_GetMemUsage() - mModel.mTracked;
         const U_u64 bytes = charge - kRecycledHeader;
-        const U_u64 wanted = block.mSize + kRecycledHeader;
-        Require(bytes >= wanted && bytes <= wanted + std::max<U_u64>(wanted * 41 / 100, 64));
+        Require(bytes >= block.LeastBytes() && bytes <= block.MostBytes());
         block.mRounding = charge - block.mSize;
         mModel.mTracked += charge;
-        const bool isNew = U_GetRecycledMemorySize() == mModel.mPool;
-        const auto known =
-            isNew ? sOfNew.emplace(block.mSize, bytes).first : sOfNew.find(block.mSize);
-        Require(known == sOfNew.end() || (isNew ? known->second == bytes : known->second <= bytes));
-        if (!isNew)
-            Require(mModel.PurgePool(bytes) == bytes);
+        const auto known = mOfNew.find(block.mSize);
+        if (U_GetRecycledMemorySize() != mModel.mPool)
+        {
+            Require(known == mOfNew.end() || known->second <= bytes);
+            return Require(mModel.TakeFromPool(bytes));
+        }
+        Require(!mModel.mFreed.count(bytes));
+        Require(mOfNew.emplace(block.mSize, bytes).first->second == bytes);
     }
 
     void Free(Block& block)
@@ -434,7 +435,7 @@ private:
             return;
         mModel.mTracked -= block.Charge();
         if (block.mKind == kRecycled)
-            mModel.mPool += block.Charge() - kRecycledHeader;
+            mModel.GiveToPool(block.Charge() - kRecycledHeader);
     }
 
     // The purge callback.
@@ -456,6 +457,7 @@ private:
     U_i32 mFrames = 0;
     std::size_t mAnswered = 0;
     std::size_t mRequested = 0;
+    std::map<U_u64, U_u64> mOfNew; // the bytes of new recycled blocks, by size
     U_u32 mReports = Reports();
 };
 
@@ -488,7 +490,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (choices.Below(8) == 7)
     {
         RunTwoThreads(choices);
-        const Model rest(choices); // what the threads have left behind would show
+        const Model rest(choices); // checks the figures that the threads have left
         return 0;
     }
     Model model(choices);

@@ -1,4 +1,5 @@
-// Reports: who receives which text, in which order, and what is left for later?
+// Reports: which texts do the log, the callbacks and the user receive, in which order, and which
+// messages are posted?
 //
 // The model writes down the lines of the log, the calls of callbacks and the alerts that a call is
 // to cause, as texts, and so do the receivers.
@@ -11,6 +12,7 @@
 #include <krobase/stack_trace.h>
 #include <platform/control.h>
 
+#include "U_Encoding.h"
 #include "U_Interact.h"
 #include "U_Posted.h"
 #include "U_Report.h"
@@ -31,13 +33,26 @@ namespace
 {
 const U_u16 kSeverities[] = {1, 2, 4, 32, 64, 128, 5, 2, 4, 1, 32, 8, 4, 2, 1, 16};
 const U_u32 kLocations[] = {0, 0x10002, 0x120034};
-const char* const kTexts[] = {"",
+
+std::string Long(const char* character)
+{
+    std::string text = "x";
+    while (text.size() < 520)
+        text += character;
+    return text;
+}
+const std::string kTexts[] = {"",
                               "a",
                               "b",
                               "Grouped_Message_{Many|||One###@0 files:}c",
                               "Grouped_Message_{Many|||One###@0 files:}d",
                               "Grouped_Message_{Both}e",
-                              "Grouped_Message_{M|||O###L}"};
+                              "Grouped_Message_{M|||O###L}",
+                              "caf\xC3\xA9",
+                              Long("x"),
+                              Long("\xC3\xA9"),
+                              Long("\xE3\x81\x82"),
+                              Long("\xF0\x9F\x98\x80")};
 const U_u32 kMasks[] = {kStartMask, 0xFFFFFFFF, 0, 0x0000FFFF, 0xFFFF0000, 0xFFFB0006, 0x0024FFFF};
 
 class Model : ReportModel
@@ -80,7 +95,7 @@ public:
         };
         reset(mOwn);
         if (mUsesOther)
-            Second().RunBoth([] {}, [&] { reset(mOther); });
+            Second().RunBoth([] {}, [&] { CheckLast(mOther), reset(mOther); });
         Require(sEvents.empty());
         Up_SetInteract(kStartMask);
     }
@@ -107,36 +122,39 @@ public:
     {
         const U_u32 location = choices.Of(kLocations);
         const U_u16 severity = choices.Of(kSeverities);
-        const std::string text = choices.Of(kTexts);
+        const std::string full = choices.Of(kTexts);
+        const U_UTF16String units = U_UTF8To16String(U_UTF8String(full.begin(), full.end()));
         const std::size_t kind = choices.Below(7);
         OnAThread(choices, [&](Reporter& thread) {
-            const bool isGrouped = kind == 6 || (kind != 5 && text.find(kTag) != std::string::npos);
+            const bool isGrouped = kind == 6 || (kind != 5 && full.find(kTag) != std::string::npos);
+            const std::string text = Cut(full);
             switch (kind)
             {
             case 0:
                 thread.mText = text;
                 thread.mError = 0;
                 return Require(Predict(thread, location, severity, text, isGrouped) ==
-                               Up_ReportErrString(location, severity, text.c_str()));
+                               Up_ReportErrString(location, severity, full.c_str()));
             case 1:
-                thread.mText = text + (text.empty() ? "" : " -- ") + "a bad parameter was passed.";
+                thread.mText =
+                    Cut(text + (text.empty() ? "" : " -- ") + "a bad parameter was passed.");
                 Predict(thread, location, severity, thread.mText, isGrouped);
                 thread.mError = 3;
-                return Require(Up_ReportNuloErrString(location, severity, 3, text.c_str()) == 3);
+                return Require(Up_ReportNuloErrString(location, severity, 3, full.c_str()) == 3);
             case 2:
                 thread.mError = 0;
-                return Require(Up_ReportNuloErrString(location, severity, 0, text.c_str()) == 0);
+                return Require(Up_ReportNuloErrString(location, severity, 0, full.c_str()) == 0);
             case 3:
-                PredictPost(thread, location, severity, text);
-                return U_AsyncReport(location, severity, Wide(text));
+                PredictPost(thread, location, severity, full);
+                return U_AsyncReport(location, severity, units);
             case 4:
                 thread.mText = text;
-                return Require(Predict(thread, location, severity, text, isGrouped) ==
-                               CodeThrown([&] { U_ReportError(location, severity, Wide(text)); }));
+                return Require(Predict(thread, location, severity, full, isGrouped) ==
+                               CodeThrown([&] { U_ReportError(location, severity, units); }));
             default: // the flag decides, not the text
                 return Require(
-                    Predict(thread, location, severity, text, isGrouped) ==
-                    CodeThrown([&] { Up_Report16(location, severity, Wide(text), isGrouped); }));
+                    Predict(thread, location, severity, full, isGrouped) ==
+                    CodeThrown([&] { Up_Report16(location, severity, units, isGrouped); }));
             }
         });
     }

@@ -7,47 +7,27 @@
 #include <vector>
 
 #include <platform/control.h>
-#include <unicode/ustring.h>
 
 #include "U_Encoding.h"
 #include "U_String.h"
+#include "code_thrown.h"
 #include "format_model.h"
 #include "library.h"
 #include "model.h"
+#include "page_model.h"
 #include "second_thread.h"
 
 namespace
 {
-const unsigned int kPages[] = {1252, 932, 65001};
+const Page kUTF8(65001);
 const std::size_t kRoom = 64; // bytes of a buffer
 
-// A character in a code page.
-struct Character
-{
-    std::string mBytes;
-    std::u16string mText;
-};
-const std::vector<Character> kCharacters[] = {{{"\xE9", u"\xE9"},
-                                               {"\x99", u"\u2122"},
-                                               {"\xA9", u"\xA9"},
-                                               {"\xB0", u"\xB0"},
-                                               {"\xB7", u"\xB7"},
-                                               {"\xBC", u"\u2206"},
-                                               {"\x80", u"\u20AC"}},
-                                              {{"\x82\xA0", u"\u3042"},
-                                               {"\x83\x5C", u"\u30BD"},
-                                               {"\x95\x5C", u"\u8868"},
-                                               {"\x82\x60", u"\uFF21"},
-                                               {"\xB1", u"\uFF71"},
-                                               {"\xB0", u"\uFF70"},
-                                               {"\x81\x61", u"\u2225"}},
-                                              {{"\xC3\xA9", u"\xE9"},
-                                               {"\xE3\x81\x82", u"\u3042"},
-                                               {"\xF0\x9F\x98\x80", u"\xD83D\xDE00"},
-                                               {"\xC2\xBC", u"\xBC"},
-                                               {"\xE2\x88\x86", u"\u2206"},
-                                               {"\xC2\xA9", u"\xA9"},
-                                               {"\xEF\xBF\xBD", u"\uFFFD"}}};
+// The bytes of some characters of each code page.
+const std::vector<std::string> kCharacters[] = {
+    {"\xE9", "\x99", "\xA9", "\xB0", "\xB7", "\xBC", "\x80"},
+    {"\x82\xA0", "\x83\x5C", "\x95\x5C", "\x82\x60", "\xB1", "\xB0", "\x81\x61"},
+    {"\xC3\xA9", "\xE3\x81\x82", "\xF0\x9F\x98\x80", "\xC2\xBC", "\xE2\x88\x86", "\xC2\xA9",
+     "\xEF\xBF\xBD"}};
 const char kASCII[] = {'a', 'b', 'A', 'Z', '1', '7', '\\', '.'};
 
 bool IsHigh(U_u16 unit)
@@ -68,25 +48,16 @@ public:
             if (choice >= std::size(kASCII))
                 mCharacters.push_back(kCharacters[page][choice - std::size(kASCII)]);
             else
-                mCharacters.push_back({std::string(1, kASCII[choice]),
-                                       std::u16string(1, static_cast<char16_t>(kASCII[choice]))});
+                mCharacters.push_back(std::string(1, kASCII[choice]));
         }
     }
 
     std::string Bytes() const
     {
         std::string bytes;
-        for (const Character& character : mCharacters)
-            bytes += character.mBytes;
+        for (const std::string& character : mCharacters)
+            bytes += character;
         return bytes;
-    }
-
-    Text Units() const
-    {
-        Text text;
-        for (const Character& character : mCharacters)
-            text.append(character.mText.begin(), character.mText.end());
-        return text;
     }
 
     // Drops the characters that do not fit.
@@ -107,9 +78,9 @@ public:
     std::vector<int> Types() const
     {
         std::vector<int> types;
-        for (const Character& character : mCharacters)
+        for (const std::string& character : mCharacters)
         {
-            const std::size_t size = character.mBytes.size();
+            const std::size_t size = character.size();
             types.push_back(size == 1 ? 0 : -1);
             for (std::size_t i = 1; i < size; ++i)
                 types.push_back(i + 1 == size ? 1 : 2);
@@ -120,17 +91,14 @@ public:
 
     template <typename Change> void ChangeCase(const Change& change)
     {
-        for (Character& character : mCharacters)
+        for (std::string& character : mCharacters)
         {
-            if (character.mBytes.size() == 1 && character.mText[0] < 0x80)
-            {
-                character.mBytes[0] = static_cast<char>(change(character.mBytes[0]));
-                character.mText[0] = static_cast<char16_t>(character.mBytes[0]);
-            }
+            if (static_cast<unsigned char>(character[0]) < 0x80)
+                character[0] = static_cast<char>(change(character[0]));
         }
     }
 
-    std::vector<Character> mCharacters;
+    std::vector<std::string> mCharacters;
 };
 
 int Sign(int value)
@@ -141,8 +109,8 @@ int Sign(int value)
 class Texts : public Formats
 {
 public:
-    Texts(std::size_t page, const Locale& locale, std::size_t thread)
-        : Formats(locale, thread), mPage(page)
+    Texts(std::size_t page, const Page& codePage, const Locale& locale, std::size_t thread)
+        : Formats(locale, codePage, thread), mPage(page)
     {
     }
 
@@ -218,7 +186,7 @@ public:
         const Sample other = TakeSample(choices);
         const std::string left = mSample.Bytes();
         const std::string right = other.Bytes();
-        int expected = Sign(mSample.Units().compare(other.Units()));
+        int expected = Sign(mCodePage.Decode(left).compare(mCodePage.Decode(right)));
         if (!left.empty() && !right.empty())
         {
             const auto areBoth = [&](char low, char high) {
@@ -256,12 +224,12 @@ public:
             return; // takes the text as single bytes
         std::string expected;
         bool isChanged = false;
-        for (const Character& character : mSample.mCharacters)
+        for (const std::string& character : mSample.mCharacters)
         {
             if (expected.size() + 1 >= size)
                 break;
             const std::string clean = CleanOf(character, replacement);
-            isChanged |= clean != character.mBytes;
+            isChanged |= clean != character;
             expected += clean;
         }
         expected.resize(std::min(expected.size(), size - 1));
@@ -287,10 +255,15 @@ public:
 
     void AddUnits(Choices& choices)
     {
-        static const U_u16 kUnits[] = {'a',    'B',    '1',    ',',    0xE9,   0xBC, 0x2206, 0x20AC,
-                                       0x3042, 0xD83D, 0xDE00, 0xDC00, 0xFFFD, 0xA5, 0x2260, 0x7F};
+        static const U_u16 kUnits[] = {'a',    'B',    '1',    ',',    0xE9,   0xBC,
+                                       0x2206, 0x20AC, 0x3042, 0xD83D, 0xDE00, 0xDC00,
+                                       0xFFFD, 0xA5,   0x2260, 0x7F,   0xFF21, 0x221E};
         for (std::size_t count = choices.Below(4) + 1; count && mText.size() < 32; --count)
-            mText += choices.Of(kUnits);
+        {
+            const std::size_t choice = choices.Below(2 * std::size(kUnits));
+            mText += choice < std::size(kUnits) ? kUnits[choice]
+                                                : static_cast<U_u16>(choices.Below(65535) + 1);
+        }
     }
 
     void CutUnits(Choices& choices)
@@ -331,42 +304,29 @@ public:
     {
         static const unsigned char kBytes[] = {'a',  0xC3, 0xA9, 0xE2, 0x82, 0xAC, 0xF0, 0x9F,
                                                0x98, 0x80, 0xFF, 0xC0, 0xED, 0xA0, 0xF4, 0x90};
-        U_UTF8String bytes;
+        std::string bytes;
         for (std::size_t count = choices.Below(12); count; --count)
-            bytes += choices.Of(kBytes);
-        UErrorCode error = U_ZERO_ERROR;
-        UChar buffer[kRoom];
-        int32_t length = 0;
-        u_strFromUTF8WithSub(buffer, kRoom, &length, reinterpret_cast<const char*>(bytes.data()),
-                             static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr, &error);
-        Require(U_SUCCESS(error));
-        mText = U_UTF8To16String(bytes);
-        Require(mText == Text(buffer, buffer + length));
+            bytes += static_cast<char>(choices.Of(kBytes));
+        mText = U_UTF8To16String(U_UTF8String(bytes.begin(), bytes.end()));
+        Require(mText == kUTF8.Decode(bytes));
     }
 
-    // Through the active code page and back.
-    void ToPage(Choices&)
+    // Any bytes of the active code page, and the text, to the code page.
+    void ToPage(Choices& choices)
     {
-        const std::string bytes = U_UTF16ToMBString(mText, false);
-        const Text again = U_MBToUTF16String(bytes);
-        Text expected = mText;
-        if (kPages[mPage] != 65001)
-            std::replace(expected.begin(), expected.end(), U_u16(0xBC), U_u16(0x2206));
-        else
-            expected = Mended(mText);
-        bool isExact = true;
-        try
-        {
-            Require(U_UTF16ToMBString(mText, true) == bytes);
-        }
-        catch (int code)
-        {
-            Require(code == 10 && kPages[mPage] != 65001);
-            isExact = false;
-        }
-        Require(isExact == (again == expected));
-        Require(U_MBToUTF16String(mBuffer) == mSample.Units());
-        Require(U_UTF16ToMBString(mSample.Units(), true) == mSample.Bytes());
+        std::string bytes;
+        for (std::size_t count = choices.Below(6); count; --count)
+            bytes += static_cast<char>(choices.Byte());
+        Require(U_MBToUTF16String(bytes) == mCodePage.Decode(bytes));
+        const Page::Encoded encoded = mCodePage.Encode(mText);
+        const auto encode = [&](bool exact) {
+            Require(U_UTF16ToMBString(encoded.mText, exact) == encoded.mBytes);
+        };
+        encode(false);
+        Require(CodeThrown([&] { encode(true); }) == (encoded.mIsExact ? 0 : 10));
+        const Text sample = mCodePage.Decode(mSample.Bytes());
+        Require(U_MBToUTF16String(mBuffer) == sample);
+        Require(U_UTF16ToMBString(sample, true) == mSample.Bytes());
     }
 
     void Split(Choices& choices)
@@ -375,15 +335,16 @@ public:
         if (separator.empty())
             return;
         std::vector<Text> parts(1, mText);
-        U_SplitUTF16String(choices.Flag() ? parts[0] : mText, separator, parts);
-        Text joined = parts[1];
-        for (std::size_t i = 1; i < parts.size(); ++i)
+        std::vector<Text> expected = parts;
+        std::size_t from = 0;
+        for (std::size_t at = 0; (at = mText.find(separator, from)) != Text::npos;)
         {
-            Require(parts[i].find(separator) == Text::npos);
-            if (i > 1)
-                joined += separator + parts[i];
+            expected.push_back(mText.substr(from, at - from));
+            from = at + separator.size();
         }
-        Require(joined == mText && parts[0] == mText);
+        expected.push_back(mText.substr(from));
+        U_SplitUTF16String(choices.Flag() ? parts[0] : mText, separator, parts);
+        Require(parts == expected);
     }
 
     void Check()
@@ -397,8 +358,7 @@ private:
 
     static int CompareCharacters(const Sample& left, const Sample& right)
     {
-        const auto order = [](const Character& character) {
-            std::string bytes = character.mBytes;
+        const auto order = [](std::string bytes) {
             if (bytes.size() == 1 && bytes[0] >= 'A' && bytes[0] <= 'Z')
                 bytes[0] = static_cast<char>(bytes[0] + 32);
             return std::make_pair(bytes.size() > 1, bytes); // compares unsigned bytes
@@ -416,7 +376,7 @@ private:
         }
     }
 
-    static std::string CleanOf(const Character& character, char replacement)
+    static std::string CleanOf(const std::string& character, char replacement)
     {
         static const struct
         {
@@ -426,11 +386,11 @@ private:
             {'\x99', "TM"}, {'\xA9', "(C)"}, {'\xB0', "dgr"}, {'\xB7', "*"}, {'\xBC', "d"}};
         for (const auto& [byte, spelling] : kSpellings)
         {
-            if (character.mBytes.size() == 1 && character.mBytes[0] == byte)
+            if (character.size() == 1 && character[0] == byte)
                 return spelling;
         }
-        const bool isPlain = static_cast<unsigned char>(character.mBytes[0]) < 0x80;
-        return isPlain || !replacement ? character.mBytes : std::string(1, replacement);
+        const bool isPlain = static_cast<unsigned char>(character[0]) < 0x80;
+        return isPlain || !replacement ? character : std::string(1, replacement);
     }
 
     const std::size_t mPage;
@@ -448,7 +408,9 @@ void (Texts::*const kCalls[])(Choices&) = {
 
 void Run(Choices choices, std::size_t page, const Locale& locale, std::size_t thread)
 {
-    Texts texts(page, locale, thread);
+    static const Page sOfPages[][std::size(kPages)] = {{Page(1252), Page(932), Page(65001)},
+                                                       {Page(1252), Page(932), Page(65001)}};
+    Texts texts(page, sOfPages[thread][page], locale, thread);
     RunCalls(choices, texts, kCalls);
 }
 } // namespace

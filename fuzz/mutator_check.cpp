@@ -1,5 +1,6 @@
 // Checks that the mutator of images makes images of all layouts, most of them sound, with several
-// entries, shared keys and comments.
+// entries, shared keys and comments; and that the library looks for keys in the buckets of the
+// form.
 
 #include <cstdio>
 #include <random>
@@ -7,12 +8,29 @@
 
 #include <hollin/ImageCheck.h>
 
+#include "image_form.h"
+
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned int seed);
 
 namespace
 {
 std::minstd_rand sRandom(1);
+
+// Of keys of all lengths up to 99.
+std::uint64_t CountUnreachable()
+{
+    ImageForm form;
+    std::string key;
+    for (std::uint32_t slot = 0; slot < 99; ++slot)
+    {
+        form.mSlots.push_back({key += static_cast<char>(slot + 150), "", "", false});
+        form.AddToBucket(slot);
+    }
+    const std::string image = WriteForm(form).Image();
+    return hollin::CheckImage(reinterpret_cast<const std::uint8_t*>(image.data()), image.size())
+        .mUnreachable;
+}
 } // namespace
 
 // Changes a byte, and adds or removes one.
@@ -51,6 +69,6 @@ int main()
                 kImages, layouts[0], layouts[1], layouts[2], merged);
     const bool isFine = sound > kImages / 2 && layouts[0] > kImages / 5 &&
                         layouts[1] > kImages / 50 && layouts[2] > kImages / 50 &&
-                        merged > kImages / 20;
+                        merged > kImages / 20 && CountUnreachable() == 0;
     return isFine ? 0 : 1;
 }

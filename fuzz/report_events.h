@@ -52,6 +52,16 @@ inline std::string Prefix(U_u16 severity)
     return found == sPrefixes.end() ? "fuzzinvalid severity code: " : found->second;
 }
 
+// As much of a text as a thread and the callbacks get: whole characters.
+inline std::string Cut(std::string text)
+{
+    std::size_t size = std::min(text.size(), U_ReportTextSize - 1);
+    while (size < text.size() && (text[size] & 0xC0) == 0x80)
+        --size;
+    text.resize(size);
+    return text;
+}
+
 struct Message
 {
     U_u32 mLocation = 0;
@@ -161,7 +171,7 @@ public:
         }
         while (quiet--)
             U_EndQuietErrorsOnCurrentThread();
-        U_ReportError(0, U_Sev_MESSAGE, U_UTF16String()); // leaves what an input starts with
+        U_ReportError(0, U_Sev_MESSAGE, U_UTF16String()); // each input starts with an empty text
     }
 
     // Counts the reports of the thread.

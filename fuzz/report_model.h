@@ -152,7 +152,8 @@ protected:
                 continue;
             const Script& script = mScripts[refcon];
             mEvents.push_back(
-                CallEvent(callback == mFirst ? "first " : "second ", refcon, message));
+                CallEvent(callback == mFirst ? "first " : "second ", refcon,
+                          {message.mLocation, message.mSeverity, Cut(message.mText)}));
             code = script.mAnswer;
             if (script.mAction == Script::kRemovesItself)
                 Remove(callback, refcon);

@@ -152,8 +152,6 @@ public:
         return false;
     }
 
-    const std::vector<Slot>& Slots() const { return mSlots; }
-
 private:
     std::vector<Slot> mSlots;
     std::vector<Block> mBlocks;

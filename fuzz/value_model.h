@@ -162,12 +162,20 @@ inline void RequireSame(const U_Any& real, const Value& value)
     RequireResult(value.mInteger, [&] { return real.GetAs_int(); });
     RequireResult(value.mDouble, [&] { return real.GetAs_double(); });
     RequireResult(value.mText, [&] { return real.GetAs_Str(); });
-    if (!value.mText)
-        return;
-    Require(real.GetAs_bool() == (*value.mInteger != 0) && real.GetAs_Enum() == *value.mInteger);
-    Require(real.GetAs_MBStr() == BytesOf(*value.mText));
-    const Text json = real.GetAs_JSON();
-    Require(Canonical(json) == value.JSON());
+    std::optional<bool> truth;
+    std::optional<std::string> bytes;
+    std::optional<Text> literal;
+    if (value.mText)
+    {
+        truth = *value.mInteger != 0;
+        bytes = BytesOf(*value.mText);
+        literal = value.JSON();
+    }
+    Text json;
+    RequireResult(value.mInteger, [&] { return real.GetAs_Enum(); });
+    RequireResult(truth, [&] { return real.GetAs_bool(); });
+    RequireResult(bytes, [&] { return real.GetAs_MBStr(); });
+    RequireResult(literal, [&] { return Canonical(json = real.GetAs_JSON()); });
     if (value.IsText())
     {
         U_Any again(true);
