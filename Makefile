@@ -4,6 +4,7 @@ DEMO_DIR ?= /usr/include
 DEMO_ARGS ?=
 FUZZ_SECONDS ?= 600
 SOAK_SECONDS ?= 600
+SOAK_ASAN_SECONDS ?= 180
 SOAK_TSAN_SECONDS ?= 180
 SOAK_NATIVE_SECONDS ?= 180
 MUTANTS ?= 600
@@ -124,9 +125,11 @@ fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	$(call build,fuzz,--target fuzz)
 	scripts/fuzz --seconds $(FUZZ_SECONDS)
 
-soak: deps ## Do everything at once for SOAK_SECONDS, then SOAK_TSAN_SECONDS under tsan
+soak: deps ## Do everything at once for SOAK_SECONDS, SOAK_ASAN_SECONDS under asan, SOAK_TSAN_SECONDS under tsan
 	$(call build,dev,--target soak)
 	build/dev/bin/soak $(SOAK_SECONDS)
+	$(call build,asan,--target soak)
+	build/asan/bin/soak $(SOAK_ASAN_SECONDS)
 	$(call build,tsan,--target soak)
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 build/tsan/bin/soak $(SOAK_TSAN_SECONDS)
 

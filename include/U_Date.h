@@ -82,8 +82,13 @@ U_EXPORT boost::posix_time::ptime U_SecondsToPtime(U_u32 seconds, U_SecondsType 
 //   abbreviated date has the form "Wed, Dec 3, 2025", with the locale's names.
 //
 // Throws: std::bad_alloc.
-// Failures: without a megabyte of memory for the locale's forms, which a thread reads once, the
-//   text is empty. Memory that runs out while the system reads the forms may end the process.
+// Failures:
+// - A thread reads a form of the locale at its first text in that form, which `type`, `display`
+//   and `showSeconds` choose. Without a megabyte of memory for that, the text is empty.
+// - On a system whose dates are those of ICU, memory that runs out while the thread reads a form
+//   may end the process: ICU crashes. A host that must continue without memory writes one text in
+//   each form that a thread uses, at the start of the thread. The thread reads no form again until
+//   the user's locale changes.
 U_EXPORT U_UTF16String U_SecondsToDateTimeString(U_u32 seconds, U_DateType type,
                                                  U_DateTimeDisplay display, bool showSeconds);
 

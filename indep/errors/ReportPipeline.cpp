@@ -68,9 +68,13 @@ Report::Report(U_u32 location, U_u16 severity, const U_UTF16String& text)
 {
 }
 
+// Without memory for a copy of the text, the message is lost.
 U_Status Report::Post()
 {
-    return Up_PostError(mLocation, mSeverity, mText.Take());
+    return Guarded([&] {
+        if (const U_Status failure = Up_PostError(mLocation, mSeverity, mText.Take()))
+            throw failure;
+    });
 }
 
 void Report::Log()

@@ -11,7 +11,6 @@
 #include <platform/control.h>
 
 #include "U_Alloc.h"
-#include "U_Group.h"
 #include "U_Interact.h"
 #include "U_Posted.h"
 #include "U_Report.h"
@@ -35,18 +34,10 @@ protected:
     void SetUp() override
     {
         BornLibrary::SetUp();
-        // Alerts are only counted, since the presenter has no memory either. The alerts that
-        // report the lack of memory itself are not counted.
-        platform::SetAlertPresenter([this](const platform::Alert& alert) {
-            mShown += alert.text.find(mOutOfMemory) == U_UTF16String::npos;
-        });
+        platform::SetAlertPresenter([](const platform::Alert&) {});
         platform::SetLogSink([](int, const char*, const char*, const char*) {});
         U_ReportError(0, U_Sev_PROBLEM, Units(u"makes the state that later reports reuse"));
-        mShown = 0;
     }
-
-    const U_UTF16String mOutOfMemory = Units(u"Out of memory. (");
-    int mShown = 0;
 };
 
 class AllocFailure : public BornLibrary
@@ -59,54 +50,6 @@ protected:
     }
 };
 } // namespace
-
-TEST_F(ReportFaults, AnErrorIsShownOnceOrDroppedWhicheverAllocationFails)
-{
-    const U_UTF16String grouped = U_GroupErrorMessage(
-        Units(u"a text that is too long for the buffer inside a string object"), Units(u"Files"));
-    const auto nothing = [] {};
-    const auto reportGrouped = [&] { U_ReportError(kLocation, U_Sev_PROBLEM, grouped); };
-    const auto reportTwo = [&] {
-        reportGrouped();
-        reportGrouped();
-    };
-    const auto allocate = [] {
-        EXPECT_EQ(U_AllocatePtr(kLocation, "disk cache", 0x80000000), nullptr);
-    };
-    const struct
-    {
-        const char* name;
-        std::function<void()> prepare;
-        std::function<void()> run; // with an allocation that fails
-        int most;                  // shown
-        int mostDropped;
-    } kRows[] = {
-        // Allocates the entry and its node in the list.
-        {"of a group", nothing, reportGrouped, 1, 3},
-        {"a group, while it is shown", reportTwo, &U_DisplayPostedErrors, 2, 0},
-        // Allocates the parts of the sentence.
-        {"of an allocation", nothing, allocate, 1, 20},
-    };
-    for (const auto& row : kRows)
-    {
-        SCOPED_TRACE(row.name);
-        int dropped = 0;
-        row.prepare();
-        const long points = FailEachNew(row.run, [&](long nth) {
-            U_DisplayPostedErrors();
-            EXPECT_LE(mShown, row.most) << nth;
-            dropped += mShown == 0;
-            mShown = 0;
-            row.prepare();
-        });
-        EXPECT_GT(points, 3);
-        EXPECT_LE(dropped, row.mostDropped);
-        row.run();
-        U_DisplayPostedErrors();
-        EXPECT_EQ(mShown, 1);
-        mShown = 0;
-    }
-}
 
 // A thread's first report also allocates the thread's state.
 TEST_F(ReportFaults, AThreadsTextIsReportedWholeAndKeptWhicheverAllocationFails)

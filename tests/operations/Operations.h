@@ -24,7 +24,8 @@ enum Outcome : unsigned int
     kThrown4 = 8, // the int
     kBadAlloc = 16,
     kLess = 32, // less than the right result, as the header of the operation allows
-    kWrong = 64
+    kLost = 64, // no alert of a report, for which there is no memory for good
+    kWrong = 128
 };
 
 inline Outcome RightIf(bool right, Outcome otherwise = kWrong)
@@ -100,6 +101,10 @@ Operations DataOperations();
 Operations ContextOperations(); // and threads, reports and the platform
 Operations AllOperations();
 Operations SystemOperations(); // in which the system allocates or opens something; not in the above
+Operations SoleOperations(); // for one thread at a time, in the user locale fr_FR; not in the above
+
+// Drops log lines, and alerts but for those that SoleOperations count.
+void DropAlertsAndLogLines();
 
 // Registers the state that the contexts of Own have, until the scope ends.
 class ScOperations

@@ -76,6 +76,14 @@ Outcome CallSuspended(Own& own)
     return RightIf(isBack() && result == before + 1 && state.mValue == before + 2);
 }
 
+Outcome CallOnOwnLoop(Own& own)
+{
+    const U_ContextSetter setter(own.context);
+    const auto loop = krobase::threads::CreateAsyncEventLoopAdaptor();
+    const auto suspended = U_SuspendContext::NewSuspendContext();
+    return RightIf(suspended->CallOnEventLoopAdaptorExecutor(loop, [] { return 7; }) == 7);
+}
+
 Outcome EnterRole(void (*enter)(), void (*leave)(), bool (*isOn)())
 {
     const bool before = isOn();
@@ -177,6 +185,7 @@ Operations ContextOperations()
         {"U_Context::CheckAbortAndFlushCompletionRoutines", kBadAlloc,
          [](Own&) { return RightIf(!U_Context::CheckAbortAndFlushCompletionRoutines()); }},
         {"U_SuspendContext", kBadAlloc, &CallSuspended},
+        {"CallOnEventLoopAdaptorExecutor", kBadAlloc, &CallOnOwnLoop},
         {"U_RegisterMainThread", kBadAlloc,
          [](Own&) {
              return EnterRole(&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread);

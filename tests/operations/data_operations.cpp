@@ -23,10 +23,17 @@ const U_UTF16String kLiteral = Units(u"\"a text of some length\"");
 const U_UTF8String kName = Bytes("a name of some length");
 const U_UTF8String kDigits = Bytes("00010203040506070809");
 const U_UTF8String kIllegal = Bytes("a text with \x01 and \x02 in it");
+const U_UTF8String kMarkup = Bytes("a <text> & its 'marks' of \"XML\"");
 
 const U_AnyTree& Tree()
 {
     static const U_AnyTree tree = TreeOf(kJSONText);
+    return tree;
+}
+
+const U_AnyTree& Flat()
+{
+    static const U_AnyTree tree = TreeOf(uR"({"a name of some length":"a text of some length"})");
     return tree;
 }
 
@@ -69,7 +76,9 @@ template <class Change> Outcome OfElement(Change change)
     U_XML_Element element(kDigits, 1);
     const auto isUnchanged = [&] {
         return element.GetName() == kDigits && element.GetType() == 1 &&
-               element.GetBodyText().empty() && element.GetAttrsBegin() == element.GetAttrsEnd();
+               element.GetBodyText().empty() && element.GetNamespace().empty() &&
+               element.GetCDataSection().empty() &&
+               element.GetAttrsBegin() == element.GetAttrsEnd();
     };
     RunOrLeaveIntact([&] { change(element); }, isUnchanged);
     return RightIf(!isUnchanged());
@@ -117,6 +126,20 @@ Operations DataOperations()
         OfTree("put under a narrow key", 4,
                [](To to) { to.put("a narrow key of its own", kOther); }),
         OfTree("put_self", 3, [](To to) { to.put_self(kOther); }),
+        {"U_AnyTreeWrapper::GetAs_Str", kBadAlloc,
+         [](Own&) {
+             return RightIf(U_AnyTreeWrapper(Flat()).GetAs_Str() ==
+                            Units(u"a name of some length: a text of some length\n"));
+         }},
+        {"U_AnyTreeWrapper::CreateReverseMapping", kBadAlloc,
+         [](Own&) {
+             const U_AnyTree mapping = U_AnyTreeWrapper(Flat()).CreateReverseMapping();
+             return RightIf(U_AnyTreeWrapper(mapping).exists(kText));
+         }},
+        {"U_XML_Element::SetNamespace", kBadAlloc,
+         [](Own&) { return OfElement([](U_XML_Element& to) { to.SetNamespace(kName); }); }},
+        {"U_XML_Element::SetCDataSection", kBadAlloc,
+         [](Own&) { return OfElement([](U_XML_Element& to) { to.SetCDataSection(kName); }); }},
         {"U_XML_Element::SetAttribute", kBadAlloc,
          [](Own&) {
              return OfElement([](U_XML_Element& element) { element.SetAttribute(kName, kName); });
@@ -139,6 +162,18 @@ Operations DataOperations()
          [](Own&) {
              return RightIf(U_EscapeBodyTextToSafeXML(kIllegal, true, false).size() ==
                             kIllegal.size() - 2);
+         }},
+        {"escapes and back", kBadAlloc,
+         [](Own&) {
+             const U_UTF8String body = U_EscapeBodyTextToSafeXML(kMarkup, false, false);
+             const U_UTF8String value = U_EscapeAttributeValueToSafeXML(kMarkup, false, false);
+             return RightIf(body != value && U_UnEscapeXMLBodyText(body) == kMarkup &&
+                            U_UnEscapeXMLAttributeValue(value) == kMarkup);
+         }},
+        {"U_BinaryDataToUTF8String", kBadAlloc,
+         [](Own&) {
+             const U_u8 kBytes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+             return RightIf(U_BinaryDataToUTF8String(10, kBytes) == kDigits);
          }},
         {"U_UTF8StringToBinaryData", kThrown4,
          [](Own&) {

@@ -72,6 +72,15 @@ Outcome ResizePointer(Own& own)
     return OfCode(code, isWhole && pointer, isWhole && !pointer);
 }
 
+Outcome ResizeNothing(Own& own)
+{
+    void* pointer = nullptr;
+    const U_Status code = U_ResizePtrQuiet(own.size, &pointer);
+    const Outcome outcome = OfCode(code, pointer, !pointer);
+    U_FreePtr(pointer);
+    return outcome;
+}
+
 Outcome Recycle(Own& own)
 {
     void* const pointer = U_AllocateRecycledPtr(1, "recycled", own.size);
@@ -209,6 +218,7 @@ Operations MemoryOperations()
          [](Own& own) { return OfPointer(own, U_AllocatePtrClearQuiet(own.size), true); }},
         {"U_ResizeHandle", kCode4 | kNull, &ResizeHandle},
         {"U_ResizePtr", kCode4 | kNull, &ResizePointer},
+        {"U_ResizePtrQuiet", kCode4, &ResizeNothing},
         {"U_AllocateRecycledPtr", kNull, &Recycle},
         {"U_DuplicateHandle", kCode4,
          [](Own& own) {

@@ -49,12 +49,5 @@ Operations SystemOperations()
              const U_Status code = U_DateTimeZoneNow(&now, zone);
              return OfCode(code, now.tm_year > 100, now.tm_year == 0 && zone.empty());
          }},
-        {"a temporary mask", kBadAlloc,
-         [](Own&) {
-             const U_u32 before = Up_GetInteract();
-             RunOrLeaveIntact([] { Up_SetInteractTempComplete(Up_SetInteractTemp(0)); },
-                              [&] { return Up_GetInteract() == before; });
-             return RightIf(Up_GetInteract() == before);
-         }},
     };
 }

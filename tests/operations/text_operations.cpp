@@ -21,6 +21,7 @@ const char kNarrow[] = "a text of some forty characters: caf\xE9, \xFC";
 const char kZString[] = "$$$/operations/text=a default that is too long#{endl}for a string object";
 const char kResolved[] = "a default that is too long\r\nfor a string object";
 const U_UTF16String kWide = Units(u"a text of some forty characters: caf\u00E9, \u00FC");
+const U_u32 kVersion = 0x87080600;
 const U_UTF16String kFormat = Units(u"^L1 messages of a length that matters, ^2");
 const U_UTF16String kMessage = Units(u"a file with a long name");
 const U_UTF16String kGroup =
@@ -49,6 +50,16 @@ Operations TextOperations()
          [](Own&) { return RightIf(U_MBToUTF16String(kNarrow) == kWide); }},
         {"U_UTF16ToMBString", kBadAlloc,
          [](Own&) { return RightIf(U_UTF16ToMBString(kWide, true) == kNarrow); }},
+        {"U_ConvertEnglishEncodedTextToCurrentEncoding", kBadAlloc,
+         [](Own&) {
+             return RightIf(U_ConvertEnglishEncodedTextToCurrentEncoding(kNarrow) == kNarrow);
+         }},
+        {"U_CopyToUTF8Buf", kBadAlloc,
+         [](Own&) {
+             unsigned char text[10];
+             U_CopyToUTF8Buf(kWide, sizeof(text), text);
+             return RightIf(std::memcmp(text, "a text of", sizeof(text)) == 0);
+         }},
         {"U_ConvertEncodedStringToUnicode", kBadAlloc,
          [](Own&) { return RightIf(U_ConvertEncodedStringToUnicode(1, 1252, kNarrow) == kWide); }},
         {"U_UTF16To8String and back", kBadAlloc,
@@ -65,6 +76,15 @@ Operations TextOperations()
                                                               U_DateTimeDisplay_DateAndTime, true),
                                     "Saturday, January 2, 1904, 12:00:00 AM"),
                             kLess);
+         }},
+        {"U_UTF16Version", kBadAlloc,
+         [](Own&) { return RightIf(IsAscii(U_UTF16Version(kVersion, true), "9.0 Windows 64")); }},
+        {"U_AsciiVersion", kCode4,
+         [](Own&) {
+             char text[256];
+             const U_Status code = U_AsciiVersion(kVersion, false, text);
+             return OfCode(code, text == std::string_view("9.0\xBC (Windows 64)"),
+                           std::string_view(text).substr(0, 3) == "9.0");
          }},
         {"U_LongFormatBytes", kBadAlloc | kThrown4,
          [](Own&) { return RightIf(IsAscii(U_LongFormatBytes(1536 << 10), "1.5 MB")); }},
@@ -93,6 +113,10 @@ Operations TextOperations()
          }},
         {"U_ZStringToUTF16String", kBadAlloc,
          [](Own&) { return RightIf(IsAscii(U_ZStringToUTF16String(kZString), kResolved)); }},
+        {"U_ZStringToMBString", kBadAlloc,
+         [](Own&) { return RightIf(U_ZStringToMBString(kZString) == kResolved); }},
+        {"U_ZStringToEnglishMBString", kBadAlloc,
+         [](Own&) { return RightIf(U_ZStringToEnglishMBString(kZString) == kResolved); }},
         {"U_SubString into a buffer", kCode4,
          [](Own&) {
              return InBuffer("before", "7 of 1.5 of a text of a length that matters",

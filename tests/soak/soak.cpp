@@ -32,8 +32,8 @@ typedef std::chrono::duration<double> Seconds;
 const int kExecutors = 3;
 const U_u32 kMostSize = 20000; // bytes of the blocks of operations
 const double kRowSeconds = 10;
-const double kWarmUpSeconds = 30; // at most a third of the run
-const unsigned int kTimer = 10;   // milliseconds between two looks at the posted reports
+const double kWarmUpSeconds = 600; // at most a third of the run
+const unsigned int kTimer = 10;    // milliseconds between two looks at the posted reports
 const int kPrintedViolations = 20;
 
 // The most growth of the resident size after the warm-up. The tables of the thread sanitizer

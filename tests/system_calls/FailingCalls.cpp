@@ -30,8 +30,8 @@ struct Call
 };
 
 // Not here: brk, whose error the C library takes for the new end of the heap; close, which would
-// have to close as well; fcntl, which can't fail for a good descriptor; and the clocks, which are
-// read without a call.
+// have to close as well; fcntl, which can't fail for a good descriptor; dup, after whose failure
+// gettext's library crashes; and the clocks, which are read without a call.
 const Call kCalls[] = {
     {SYS_openat, EMFILE, false},
     {SYS_read, EIO, true},
@@ -43,11 +43,17 @@ const Call kCalls[] = {
     {SYS_poll, ENOMEM, true},
     {SYS_fsync, EIO, false},
     {SYS_fchmod, EPERM, false},
+    {SYS_fchmodat, EPERM, false},
+    {SYS_rename, EIO, false},
     {SYS_renameat, EIO, false},
+    {SYS_unlink, EIO, false},
     {SYS_unlinkat, EIO, false},
+    {SYS_mkdir, ENOSPC, false},
+    {SYS_rmdir, EIO, false},
     {SYS_readlinkat, EIO, false},
     {SYS_fstatfs, EIO, false},
     {SYS_getdents64, EIO, false},
+    {SYS_process_vm_readv, EPERM, false}, // as in a sandbox
     {SYS_mmap, ENOMEM, false},
     {SYS_mremap, ENOMEM, false},
     {SYS_mprotect, ENOMEM, false},
@@ -83,7 +89,9 @@ bool Concerns(Failure failure, const seccomp_data& data)
     case Failure::kInterrupted:
         return CallOf(data.nr).waits;
     case Failure::kShort:
-        return (data.nr == SYS_read || data.nr == SYS_write) && data.args[2] > 1;
+        return data.nr == SYS_writev ||
+               ((data.nr == SYS_read || data.nr == SYS_pread64 || data.nr == SYS_write) &&
+                data.args[2] > 1);
     default:
         return true;
     }
@@ -129,6 +137,8 @@ private:
             AnswerWithHalf(asked.data, answer);
         else
             answer.error = failure == Failure::kInterrupted ? -EINTR : -CallOf(asked.data.nr).error;
+        if (answer.flags != SECCOMP_USER_NOTIF_FLAG_CONTINUE)
+            mCalls.hasFailed = true;
         ioctl(mIntercepted, SECCOMP_IOCTL_NOTIF_SEND, &answer);
     }
 
@@ -157,10 +167,7 @@ private:
         if (!begin)
             return false;
         const long number = ++mCalls.count;
-        if (number < begin || number > mCalls.last)
-            return false;
-        mCalls.hasFailed = true;
-        return true;
+        return number >= begin && number <= mCalls.last;
     }
 
     long Move(int call, void* own, std::uint64_t theirs, std::size_t size) const
@@ -170,30 +177,50 @@ private:
         return syscall(call, mCalls.process.load(), &here, 1, &there, 1, 0);
     }
 
+    // Returns the memory that the call writes or reads into: the first range of a list that is not
+    // empty.
+    iovec RangeOf(const seccomp_data& data) const
+    {
+        if (data.nr != SYS_writev)
+            return {reinterpret_cast<void*>(data.args[1]), data.args[2]};
+        iovec range = {};
+        for (std::uint64_t index = 0; index < data.args[2] && !range.iov_len; ++index)
+        {
+            const std::uint64_t start = data.args[1] + index * sizeof(range);
+            if (Move(SYS_process_vm_readv, &range, start, sizeof(range)) <= 0)
+                break;
+        }
+        return range;
+    }
+
     // Reads or writes half the bytes in the caller's place. Lets the caller make the whole call if
     // the system refuses the caller's file or memory.
     void AnswerWithHalf(const seccomp_data& data, seccomp_notif_resp& answer)
     {
-        const std::size_t size = std::min(kMostBytes, static_cast<std::size_t>(data.args[2]) / 2);
+        const iovec range = RangeOf(data);
+        const std::uint64_t start = reinterpret_cast<std::uint64_t>(range.iov_base);
+        const std::size_t size = std::min(kMostBytes, range.iov_len / 2);
         const int process = static_cast<int>(syscall(SYS_pidfd_open, mCalls.process.load(), 0));
         const int file =
             static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(data.args[0]), 0));
-        const bool writes = data.nr == SYS_write;
         // Also before a read: later its bytes could no longer be put back.
         const bool hasMemory =
-            Move(SYS_process_vm_readv, mBytes, data.args[1], size) == static_cast<long>(size);
+            size && Move(SYS_process_vm_readv, mBytes, start, size) == static_cast<long>(size);
         if (file < 0 || !hasMemory)
         {
-            mCalls.hasFailed = false;
             answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
         }
         else
         {
-            const ssize_t moved = writes ? write(file, mBytes, size) : read(file, mBytes, size);
+            const bool reads = data.nr == SYS_read || data.nr == SYS_pread64;
+            const off_t offset = static_cast<off_t>(data.args[3]);
+            const ssize_t moved = !reads                   ? write(file, mBytes, size)
+                                  : data.nr == SYS_pread64 ? pread(file, mBytes, size, offset)
+                                                           : read(file, mBytes, size);
             answer.error = moved < 0 ? -errno : 0;
             answer.val = std::max<ssize_t>(moved, 0);
-            if (!writes && moved > 0)
-                Move(SYS_process_vm_writev, mBytes, data.args[1], static_cast<std::size_t>(moved));
+            if (reads && moved > 0)
+                Move(SYS_process_vm_writev, mBytes, start, static_cast<std::size_t>(moved));
         }
         close(file);
         close(process);

@@ -1,5 +1,5 @@
-// Failures of calls to the system, whoever makes them: the library, the C library below it, or a
-// whole program. Linux only.
+// Failures of the calls to the system that the library, the C library below it, or a whole program
+// makes. Linux only.
 
 #ifndef TESTS_SYSTEM_CALLS_FAILINGCALLS_H
 #define TESTS_SYSTEM_CALLS_FAILINGCALLS_H
@@ -14,7 +14,7 @@ enum class Failure
 {
     kError,       // the call fails with an error that it may have: ENOSPC, EMFILE, ENOMEM
     kInterrupted, // EINTR, for a call that may wait
-    kShort        // a read or a write of half the bytes
+    kShort        // a read or a write moves half the bytes
 };
 
 // Which calls fail: shared with the children.

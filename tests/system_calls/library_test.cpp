@@ -10,8 +10,13 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <platform/control.h>
+#include <win32/memory.h>
+
+#include "U_Alloc.h"
 #include "U_Lifecycle.h"
 #include "indep/instrumentation/ScLogger.h"
 #include "tests/instrumentation/MemoryLogTest.h"
@@ -51,11 +56,14 @@ bool Intercept()
 
 Failing FailingWith(const char* name, Failure failure, bool forGood)
 {
+    const bool losesSome = failure == Failure::kError;
     return {name,
             [=](long point) { Calls().Begin(failure, point, forGood); },
             [] { Calls().End(); },
             []() -> bool { return Calls().hasFailed; },
-            failure != Failure::kError,
+            !losesSome ? 0
+            : forGood  ? ~0u
+                       : ~static_cast<unsigned int>(kLost),
             ""};
 }
 
@@ -115,6 +123,32 @@ Outcome WriteTwoLines()
     }
     return RightIf(lines == Texts{"the first line", "the second line"}, kLess);
 }
+
+// The system alone knows whether the block can be read: the checked heap has no record of it.
+Outcome FreeABlockFromBeforeTheChecks(Own& own)
+{
+    void* const block = U_AllocatePtrQuiet(own.size);
+    platform::SetHeapChecks("1");
+    U_FreePtr(block);
+    platform::SetHeapChecks("0");
+    return block ? kRight : kNull;
+}
+
+Outcome LookForBadMemory(Own& own)
+{
+    const std::size_t kPage = 0x1000;
+    static char* const end = [] {
+        char* const pages = static_cast<char*>(
+            mmap(nullptr, 2 * kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        mprotect(pages + kPage, kPage, PROT_NONE);
+        return pages + kPage;
+    }();
+    using win32::IsBadReadPtr;
+    return RightIf(!IsBadReadPtr(own.handle, sizeof(void*)) && !IsBadReadPtr(end - kPage, kPage) &&
+                   !IsBadReadPtr(end - 3, 3) && IsBadReadPtr(end - 3, 4) && IsBadReadPtr(end, 1) &&
+                   IsBadReadPtr(nullptr, 8));
+}
+
 bool IsTorn(const std::string& row)
 {
     const std::ptrdiff_t kColumns = 24;
@@ -124,14 +158,16 @@ bool IsTorn(const std::string& row)
 
 TEST_F(SystemCalls, EachOperationFailsAsPromisedAndThenSucceeds)
 {
-    WalkAll(AllOperations(), Failings());
+    WalkAll(AllOperations(), Failings(), false);
 }
 
 TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
 {
-    Operations operations = SystemOperations();
-    operations.push_back({"a logger", kLess, [](Own&) { return WriteTwoLines(); }});
-    WalkAll(operations, Failings());
+    WalkAll(SystemOperations(), Failings(), false);
+    WalkAll({{"a logger", kLess, [](Own&) { return WriteTwoLines(); }},
+             {"U_FreePtr", kNull, &FreeABlockFromBeforeTheChecks},
+             {"IsBadReadPtr", 0, &LookForBadMemory}},
+            Failings(), true);
     std::remove(LogPath().c_str());
 }
 
@@ -139,11 +175,11 @@ TEST(SystemCallsOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     if (!Intercept())
         GTEST_SKIP() << "the system does not allow to intercept calls";
-    WalkOverALife(Failings());
+    WalkOverALife(Failings(), false);
 }
 
-// An error may cost the row that it hits, and leave the head of a line. No row is written into
-// another.
+// An error may lose the row that the failing call writes, and leave the head of a line. No row is
+// written into another.
 TEST(SystemCallsOverALife, TheMemoryLogGoesOnAfterEachFailure)
 {
     const long kPoints = 40; // a row makes fewer calls
@@ -167,7 +203,7 @@ TEST(SystemCallsOverALife, TheMemoryLogGoesOnAfterEachFailure)
             const std::size_t failed = WaitForLines(0).size();
             const Texts lines = WaitForLines(failed + 3);
             ASSERT_GE(lines.size(), failed + 3);
-            const std::size_t whole = failing.losesNothing ? before : failed + 1;
+            const std::size_t whole = failing.outcomes ? failed + 1 : before;
             EXPECT_EQ(std::count_if(lines.begin() + static_cast<std::ptrdiff_t>(whole), lines.end(),
                                     &IsTorn),
                       0);

@@ -49,10 +49,12 @@ class Tools(FolderCase):
                           "export --format xliff1 --english en.txt -o de.xlf de.txt",
                           "export --format po --english en.txt -o de.po de.txt"):
             subprocess.run([ZDICT, *arguments.split()], cwd=self.folder, stderr=subprocess.PIPE)
+        os.mkdir(self.path("scratch"))
         self.inputs = set(os.listdir(self.folder))
         # Without buffers, Python itself loses the rest of a short write.
         self.environment = {name: value for name, value in os.environ.items()
                             if name != "PYTHONUNBUFFERED"}
+        self.environment["TMPDIR"] = self.path("scratch")  # where failures leave folders
 
     def run_once(self, command):
         """Returns the status, standard output, messages, and the content of the output file."""

@@ -16,7 +16,6 @@
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
 #include "tests/support/Text.h"
 #include "tests/support/TimeZone.h"
@@ -322,23 +321,6 @@ TEST_F(Versions, TranslationsOfAnyLengthFit)
     EXPECT_EQ(AsciiVersion(0x87080600, false), "9.0" + shortSuffix + shortName);
     EXPECT_EQ(U_UTF16Version(0x06880600, false), Units(u"9.0"));
     EXPECT_EQ(AsciiVersion(0x06880600, false), "9.0");
-
-    // A suffix or a name that cannot be resolved is omitted.
-    char text[256];
-    int code = 0;
-    bool suffixLost = false;
-    bool nameLost = false;
-    FailEachNew([&] { code = U_AsciiVersion(0x87080600, false, text); },
-                [&](long) {
-                    suffixLost |= code && text == "9.0" + shortName;
-                    nameLost |= code && text == "9.0" + shortSuffix;
-                    EXPECT_EQ(std::string(text).substr(0, 3), "9.0");
-                });
-    EXPECT_EQ(code, 0);
-    FailEachNew([&] { code = U_AsciiVersion(0x00C00600, false, text); },
-                [&](long) { EXPECT_STREQ(text, "0.0 (Windows)"); });
-    EXPECT_TRUE(suffixLost);
-    EXPECT_TRUE(nameLost);
 }
 
 TEST_F(PascalStrings, TextsThatAreTooLongAreReported)

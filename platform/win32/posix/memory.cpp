@@ -1,6 +1,8 @@
 #include <win32/memory.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -9,6 +11,7 @@
 
 #include <malloc.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/sysinfo.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -71,6 +74,24 @@ unsigned long long AvailableMemory()
             return kilobytes << 10;
     }
     return 0;
+}
+
+// Returns whether the kernel can read the memory as signal masks, which it reads before it refuses
+// the operation on them. No sandbox forbids this call, since threads of the C library need it. A
+// checker of the process takes the memory for masks, so this is the second choice.
+bool CanReadByMask(const char* start, std::size_t size)
+{
+    const std::size_t kMask = _NSIG / 8; // bytes, a power of 2, so that no mask is in two pages
+    const int kNoOperation = -1;
+    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(start);
+    for (std::uintptr_t mask = first / kMask * kMask; mask < first + size; mask += kMask)
+    {
+        // For the kernel, null is no mask.
+        if (!mask || (syscall(SYS_rt_sigprocmask, kNoOperation, mask, nullptr, kMask) != 0 &&
+                      errno == EFAULT))
+            return false;
+    }
+    return true;
 }
 } // namespace
 
@@ -155,7 +176,9 @@ int IsBadReadPtr(const void* address, std::size_t size)
         const std::size_t piece = std::min(size, sizeof(scratch));
         const iovec to = {scratch, piece};
         const iovec from = {const_cast<char*>(next), piece};
-        if (process_vm_readv(getpid(), &to, 1, &from, 1, 0) != static_cast<ssize_t>(piece))
+        const ssize_t count = process_vm_readv(getpid(), &to, 1, &from, 1, 0);
+        const bool isRefused = count < 0 && errno != EFAULT; // by a sandbox, or without memory
+        if (isRefused ? !CanReadByMask(next, piece) : count != static_cast<ssize_t>(piece))
             return 1;
         next += piece;
         size -= piece;
