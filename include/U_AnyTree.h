@@ -131,7 +131,8 @@ public:
     // - In an array, a name before a plain value is ignored, and a name before a nested value
     //   becomes its key.
     // - A value that begins with t, f or n is true, false or null. Any other word is read as a
-    //   number, up to the first character that does not belong to the number.
+    //   number, up to the first character that does not belong to the number; as by
+    //   U_Any::GetAs_int, "TRUE" is 1.
     // - Text that fits no rule ends its level, as the end of the text does.
     void SetFrom_JSON(const U_UTF16String& json);
 
