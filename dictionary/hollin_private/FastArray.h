@@ -34,7 +34,7 @@ struct FileBuckets // NOLINT(bugprone-exception-escape): the move of a Boost vec
 // The identifiers of the keys of a store, by bucket.
 //
 // The buckets are allocated in pages, a page with its first identifier, so that a small store is
-// cheap: all buckets take 56 KiB. The identifiers of a file stay in the file's one array until one
+// cheap: all buckets take 88 KiB. The identifiers of a file stay in the file's one array until one
 // is added to their bucket.
 class IdBuckets
 {
@@ -58,8 +58,8 @@ public:
     void Reserve(std::uint32_t bucket, std::size_t more);
     void Append(std::uint32_t bucket, std::uint32_t id, const KeyAndValue& runs);
 
-    // Returns the index of the keys of a bucket, or null without memory. runsOf(id) returns the
-    // KeyAndValue of an identifier.
+    // Returns the index of the keys of a bucket, or null without memory, and while another thread
+    // makes the index. runsOf(id) returns the KeyAndValue of an identifier.
     //
     // REQUIRES: the bucket is not empty.
     // Thread safety: thread-safe beside Get and IndexOf.

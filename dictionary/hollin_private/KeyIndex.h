@@ -7,10 +7,12 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <new>
+#include <string_view>
 
-#include "hollin/Limits.h"
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include "hollin_private/ByteRun.h"
 
 namespace hollin_private
@@ -22,91 +24,97 @@ struct KeyAndValue
     ByteRun mValue;
 };
 
-// A hash table with open addressing, from the hash of a whole key to identifiers, keys and values.
-// Of equal keys the one that was inserted first is found first. Empty keys are not found.
+// A hash table from keys to identifiers and values. Of equal keys the table has the one that was
+// inserted first. The table has no empty key.
 //
-// An entry has the addresses of its key and value: a look-up waits for the entry, and then for both
-// at once. With the four tables of the store between, 100,000 keys take 1.1 times as long, and
-// 500,000 keys 1.2 to 1.4 times.
+// The table refers to the keys, whose bytes the store keeps, also those of removed entries.
 //
-// boost::unordered_flat_map is not used, since its metadata lie in an array of their own: by this
-// layout each look-up would wait for one cache line more, which was not measured. When Find came to
-// wait for one line less, look-ups among 20,000 to 500,000 keys took 0.64 to 0.79 of the time.
+// An entry has the addresses of its key and value, so that a look-up waits for both at once. The
+// table lies in the bucket: behind a pointer, look-ups took up to 1.4 times the time of a table of
+// our own, and 0.9 to 1.2 times without (bench/NOTES.md, "The index of keys").
 //
 // Thread safety: IsMade, Find and Make may be called by many threads at once, but not beside
-// Insert, Change and Drop.
+// Insert and Change.
 class KeyIndex
 {
 public:
-    struct alignas(32) Entry // two in a cache line
+    struct Entry
     {
         ByteRun Value() const { return ByteRun{mValue, mValueLength}; }
 
-        std::uint32_t mHash = 0;
-        std::uint32_t mId = hollin::kNoId; // kNoId in an empty entry
-        const unsigned char* mKey = nullptr;
-        const unsigned char* mValue = nullptr;
-        std::uint16_t mKeyLength = 0; // in bytes, as mValueLength
-        std::uint16_t mValueLength = 0;
+        const unsigned char* mValue;
+        std::uint32_t mValueLength; // in bytes
+        std::uint32_t mId;
     };
 
     KeyIndex() = default;
     KeyIndex(const KeyIndex&) = delete;
     KeyIndex& operator=(const KeyIndex&) = delete;
-    ~KeyIndex() { Drop(); }
 
-    bool IsMade() const { return mEntries.load(std::memory_order_acquire) != nullptr; }
+    bool IsMade() const { return mState.load(std::memory_order_acquire) == State::kMade; }
 
-    // Makes the table of the identifiers, with room for a third more. runsOf(id) returns the
-    // KeyAndValue of an identifier. A table that another thread has made meanwhile is kept.
-    // Returns false without memory.
-    //
-    // REQUIRES: all calls before an Insert or Drop have the same identifiers.
+    // Makes the table of the identifiers. runsOf(id) returns the KeyAndValue of an identifier.
+    // Returns false without memory, and while another thread makes the table.
     template <class RunsOf>
     bool Make(const std::uint32_t* ids, std::size_t count, const RunsOf& runsOf);
 
-    // Returns the first entry with the key, or null.
+    // Returns the entry of the key, or null.
     //
     // REQUIRES: IsMade(), and the key is not empty.
     const Entry* Find(const ByteRun& key) const;
 
-    // Inserts an identifier if there is a table. A full table is dropped, and the next Make makes
-    // a larger one.
+    // Inserts an identifier if there is a table. Without memory the table is dropped.
     void Insert(std::uint32_t id, const KeyAndValue& runs);
 
-    // If there is a table, changes the runs in each entry of the identifier, which may have been
-    // inserted more than once. `key` is the key before the change.
+    // If there is a table, changes the value of the identifier, or removes the identifier if `runs`
+    // has no key. `key` is the key before the change.
     void Change(const ByteRun& key, std::uint32_t id, const KeyAndValue& runs);
 
-    void Drop() { delete[] mEntries.exchange(nullptr, std::memory_order_relaxed); }
-
 private:
-    // Returns the number of entries for the identifiers.
-    static std::size_t SizeFor(std::size_t count);
-    static void InsertIn(Entry* entries, std::size_t size, std::uint32_t id,
-                         const KeyAndValue& runs);
+    struct Hash
+    {
+        typedef void is_avalanching; // all bits of the hash depend on all bytes
 
-    std::atomic<Entry*> mEntries = {nullptr}; // owned
-    // Beside the pointer, and not in front of the entries: Find waits for one line less. Threads
-    // that make the table at once store the same values.
-    std::atomic<std::size_t> mSize = {0}; // the number of entries
-    std::atomic<std::size_t> mUsed = {0};
+        std::size_t operator()(const ByteRun& key) const
+        {
+            return std::hash<std::string_view>()(ViewOf(key));
+        }
+    };
+    typedef boost::unordered_flat_map<ByteRun, Entry, Hash> Entries;
+
+    enum class State : unsigned char
+    {
+        kNone,
+        kBeingMade, // by one thread, which alone uses the other fields
+        kMade
+    };
+
+    void InsertFirst(std::uint32_t id, const KeyAndValue& runs);
+    void Drop();
+
+    Entries mEntries;
+    bool mHasEqualKeys = false; // an identifier was not inserted, since its key was there
+    std::atomic<State> mState = {State::kNone};
 };
 
 template <class RunsOf>
 bool KeyIndex::Make(const std::uint32_t* ids, std::size_t count, const RunsOf& runsOf)
 {
-    const std::size_t size = SizeFor(count);
-    std::unique_ptr<Entry[]> made(new (std::nothrow) Entry[size]);
-    if (!made)
+    State state = State::kNone;
+    if (!mState.compare_exchange_strong(state, State::kBeingMade, std::memory_order_acquire))
+        return state == State::kMade;
+    try
+    {
+        mEntries.reserve(count);
+        for (std::size_t i = 0; i < count; ++i)
+            InsertFirst(ids[i], runsOf(ids[i]));
+    }
+    catch (const std::bad_alloc&)
+    {
+        Drop();
         return false;
-    for (std::size_t i = 0; i < count; ++i)
-        InsertIn(made.get(), size, ids[i], runsOf(ids[i]));
-    mSize.store(size, std::memory_order_relaxed);
-    mUsed.store(count, std::memory_order_relaxed);
-    Entry* stored = nullptr;
-    if (mEntries.compare_exchange_strong(stored, made.get(), std::memory_order_acq_rel))
-        made.release();
+    }
+    mState.store(State::kMade, std::memory_order_release);
     return true;
 }
 } // namespace hollin_private
