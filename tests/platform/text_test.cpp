@@ -448,7 +448,10 @@ TEST(Conversions, RefuseArgumentsWithAnErrorOfTheirOwn)
     EXPECT_EQ(win32::MultiByteToWideChar(1252, 0, nullptr, 1, units, 8), 0);
     EXPECT_EQ(win32::MultiByteToWideChar(1252, 0, "t", 1, units, -1), 0);
     EXPECT_EQ(win32::MultiByteToWideChar(1252, 0, "t", 1, nullptr, 8), 0);
-    EXPECT_EQ(win32::WideCharToMultiByte(65001, 0, Units(u"t"), 1, bytes, 8, "?", nullptr), 0);
+    if (!IsWine()) // which ignores the default character
+    {
+        EXPECT_EQ(win32::WideCharToMultiByte(65001, 0, Units(u"t"), 1, bytes, 8, "?", nullptr), 0);
+    }
     EXPECT_FALSE(win32::IsDBCSLeadByteEx(12345, 0x81));
 }
 } // namespace
