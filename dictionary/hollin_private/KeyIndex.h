@@ -30,8 +30,9 @@ struct KeyAndValue
 // The table refers to the keys, whose bytes the store keeps, also those of removed entries.
 //
 // An entry has the addresses of its key and value, so that a look-up waits for both at once. The
-// table lies in the bucket: behind a pointer, look-ups took up to 1.4 times the time of a table of
-// our own, and 0.9 to 1.2 times without (bench/NOTES.md, "The index of keys").
+// map is a member of the bucket: with a map on the heap, look-ups took up to 1.4 times as long as
+// with a table of our own, and with the member 0.9 to 1.2 times (bench/NOTES.md, "The index of
+// keys").
 //
 // Thread safety: IsMade, Find and Make may be called by many threads at once, but not beside
 // Insert and Change.
