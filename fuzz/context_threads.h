@@ -150,8 +150,8 @@ struct Task
     int mValues[kKeys] = {};
 };
 
-// What a function that a suspended call runs throws, the code that a posted call returns for the
-// exception, and its reports.
+// The exception of a function that a suspended call runs, the code that a posted call returns for
+// the exception, and the number of its reports.
 struct Ending
 {
     void (*mThrow)();

@@ -52,7 +52,7 @@ inline std::string Prefix(U_u16 severity)
     return found == sPrefixes.end() ? "fuzzinvalid severity code: " : found->second;
 }
 
-// As much of a text as a thread and the callbacks get: whole characters.
+// Cuts a text to the size of a thread's last error, between two characters. Callbacks get the same.
 inline std::string Cut(std::string text)
 {
     std::size_t size = std::min(text.size(), U_ReportTextSize - 1);
