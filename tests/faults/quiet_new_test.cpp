@@ -3,7 +3,6 @@
 #include <atomic>
 #include <future>
 #include <thread>
-#include <vector>
 
 #include <tolv/toolbox.h>
 #include <wril/wril.h>

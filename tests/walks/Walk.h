@@ -1,16 +1,19 @@
-// Walks over all points at which something below the library may fail: an allocation of the C
-// library, a call to the system.
+// Walks over all points at which something may fail: an allocation of the heap, of operator new or
+// of the C library, a call to the system.
 
 #ifndef TESTS_WALKS_WALK_H
 #define TESTS_WALKS_WALK_H
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "tests/operations/Operations.h"
 
-// A way to fail, on all threads.
+// A way to fail, on all threads or on the thread that calls begin.
 struct Failing
 {
     std::string name;
@@ -19,6 +22,50 @@ struct Failing
     bool (*hasFailed)();   // since the last begin
     unsigned int outcomes; // of an operation's failures, those that this way may have
     std::string leftOut;   // an operation that can't be the first of a thread
+};
+
+const long kMostPoints = 5000; // ends the walk of an operation that fails at every point
+
+class ScFailing
+{
+public:
+    ScFailing(const Failing& failing, long point) : mFailing(failing) { failing.begin(point); }
+    ~ScFailing() { mFailing.end(); }
+    ScFailing(const ScFailing&) = delete;
+    ScFailing& operator=(const ScFailing&) = delete;
+
+private:
+    const Failing& mFailing;
+};
+
+inline unsigned int AllowedBy(const Operation& operation, const Failing& failing)
+{
+    return kRight | (operation.failures & failing.outcomes);
+}
+
+// Counts the points that fail, of each way to fail and, with `inEach`, of each operation.
+class Points
+{
+public:
+    explicit Points(bool inEach) : mInEach(inEach) {}
+
+    void Add(const Failing& failing, const std::string& operation, long points)
+    {
+        mCounts[failing.name] += points;
+        if (mInEach)
+            mCounts[operation] += points;
+    }
+
+    void Check() const
+    {
+        EXPECT_FALSE(mCounts.empty());
+        for (const auto& [name, points] : mCounts)
+            EXPECT_GT(points, 0) << name;
+    }
+
+private:
+    const bool mInEach;
+    std::map<std::string, long> mCounts;
 };
 
 // Each walk requires that each way fails at some point, and with `inEach` also each operation.
