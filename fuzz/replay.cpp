@@ -1,6 +1,6 @@
 // Runs a target on the files of folders, so that the tests need no libFuzzer.
 //
-//     corpus_expansion fuzz/corpus/expansion
+//     corpus_text_check fuzz/corpus/text_check
 
 #include <algorithm>
 #include <cstdint>
