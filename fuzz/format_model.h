@@ -13,7 +13,6 @@
 #include <unicode/udat.h>
 
 #include "U_Date.h"
-#include "U_Encoding.h"
 #include "U_Format.h"
 #include "model.h"
 #include "page_model.h"

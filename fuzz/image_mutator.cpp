@@ -113,31 +113,14 @@ public:
 
     void Change(ImageForm& form)
     {
-        switch (form.mSlots.empty() ? 0 : Below(16))
-        {
-        case 0:
-        case 1:
-            return AddSlot(form, SampleKey());
-        case 2:
-            return AddSlot(form, form.mSlots[Below(form.mSlots.size())].mKey);
-        case 3:
-            return form.Erase(Below(form.mSlots.size()));
-        case 4:
-        case 5:
-            return ChangeKey(form);
-        case 6:
-        case 7:
-            return ChangeBytes(form.mSlots[Below(form.mSlots.size())].mValue, 64);
-        case 8:
-            return CopyValue(form);
-        case 9:
-        case 10:
-            return ChangeComment(form);
-        case 11:
-            return ChangeBuckets(form);
-        default:
-            return ChangeFields(form);
-        }
+        static void (Mutator::*const kChanges[])(ImageForm&) = {
+            &Mutator::AddNew,        &Mutator::AddNew,        &Mutator::AddTwin,
+            &Mutator::EraseSlot,     &Mutator::ChangeKey,     &Mutator::ChangeKey,
+            &Mutator::ChangeValue,   &Mutator::ChangeValue,   &Mutator::CopyValue,
+            &Mutator::ChangeComment, &Mutator::ChangeComment, &Mutator::ChangeBuckets,
+            &Mutator::ChangeFields,  &Mutator::ChangeFields,  &Mutator::ChangeFields,
+            &Mutator::ChangeFields};
+        (this->*kChanges[form.mSlots.empty() ? 0 : Below(std::size(kChanges))])(form);
     }
 
     // Overwrites two bytes or four with a number that is near a limit.
@@ -147,13 +130,8 @@ public:
         if (image.size() < width)
             return;
         const std::size_t at = Below(image.size() - width + 1);
-        const std::uint32_t numbers[] = {0,
-                                         1,
-                                         0xFF,
-                                         0x7FFFFFFF,
-                                         0xFFFFFFFF,
-                                         Below(1024),
-                                         static_cast<std::uint32_t>(image.size())};
+        const auto size = static_cast<std::uint32_t>(image.size());
+        const std::uint32_t numbers[] = {0, 1, 0xFF, 0x7FFFFFFF, 0xFFFFFFFF, Below(1024), size};
         std::uint32_t number = numbers[Below(std::size(numbers))];
         if (OneIn(2))
             number = static_cast<std::uint8_t>(image[at]) + Below(5) - 2;
@@ -177,6 +155,13 @@ private:
         return std::string(2 * units, static_cast<char>('a' + Below(3)));
     }
 
+    ImageSlot& AnySlot(ImageForm& form) { return form.mSlots[Below(form.mSlots.size())]; }
+
+    void AddNew(ImageForm& form) { AddSlot(form, SampleKey()); }
+    void AddTwin(ImageForm& form) { AddSlot(form, AnySlot(form).mKey); }
+    void EraseSlot(ImageForm& form) { form.Erase(Below(form.mSlots.size())); }
+    void ChangeValue(ImageForm& form) { ChangeBytes(AnySlot(form).mValue, 64); }
+
     void AddSlot(ImageForm& form, std::string key) // a copy: the key may be that of a slot
     {
         form.mSlots.push_back({key, SampleValue(), SampleValue(), OneIn(4)});
@@ -195,7 +180,7 @@ private:
     // The slot gets the bucket of its new key.
     void ChangeKey(ImageForm& form)
     {
-        ImageSlot slot = form.mSlots[Below(form.mSlots.size())];
+        ImageSlot slot = AnySlot(form);
         form.Erase(static_cast<std::uint32_t>(Below(form.mSlots.size())));
         if (OneIn(2))
             slot.mKey = SampleKey();
@@ -208,14 +193,14 @@ private:
 
     void CopyValue(ImageForm& form)
     {
-        const std::string value = form.mSlots[Below(form.mSlots.size())].mValue;
-        ImageSlot& to = form.mSlots[Below(form.mSlots.size())];
+        const std::string value = AnySlot(form).mValue;
+        ImageSlot& to = AnySlot(form);
         to.mValue = value.substr(std::min<std::size_t>(value.size(), 2 * Below(3)));
     }
 
     void ChangeComment(ImageForm& form)
     {
-        ImageSlot& slot = form.mSlots[Below(form.mSlots.size())];
+        ImageSlot& slot = AnySlot(form);
         slot.mHasComment = !slot.mHasComment || OneIn(2);
         ChangeBytes(slot.mComment, 16);
     }

@@ -6,14 +6,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <vector>
 
 #include <platform/control.h>
 
 #include "U_Context.h"
 #include "U_Interact.h"
-#include "U_Lifecycle.h"
 #include "U_Suspend.h"
 #include "code_thrown.h"
 #include "context_threads.h"
@@ -84,43 +82,13 @@ private:
     // One call on this thread. Scopes below `bottom` are another function's.
     void One(int thread, Choices& choices, std::size_t bottom)
     {
+        static void (Model::*const kCalls[])(int, Choices&, std::size_t) = {
+            &Model::Make,          &Model::Enter,    &Model::Enter,   &Model::EnterWeakly,
+            &Model::LeaveOne,      &Model::LeaveOne, &Model::Suspend, &Model::CallSuspended,
+            &Model::CallSuspended, &Model::DropOne,  &Model::Visit,   &Model::Change};
         mIsBusy[thread] = true;
         CheckCurrent(thread);
-        switch (choices.Below(12))
-        {
-        case 0:
-            Make();
-            break;
-        case 1:
-        case 2:
-            Enter(thread, choices);
-            break;
-        case 3:
-            EnterWeakly(thread, choices);
-            break;
-        case 4:
-        case 5:
-            if (mScopes[thread].size() > bottom)
-                Leave(thread);
-            break;
-        case 6:
-            Suspend(thread);
-            break;
-        case 7:
-        case 8:
-            if (mScopes[thread].size() > bottom)
-                CallSuspended(thread, choices);
-            break;
-        case 9:
-            if (Task* const task = Chosen(choices))
-                Drop(thread, *task);
-            break;
-        case 10:
-            Visit(thread, choices);
-            break;
-        default:
-            Change(choices, bottom != 0);
-        }
+        (this->*choices.Of(kCalls))(thread, choices, bottom);
         CheckCurrent(thread);
         mIsBusy[thread] = bottom != 0;
     }
@@ -200,7 +168,7 @@ private:
         }
     }
 
-    void Make()
+    void Make(int, Choices&, std::size_t)
     {
         if (mTasks.size() == kTasks)
             return;
@@ -222,7 +190,13 @@ private:
         task.mOwner.reset();
     }
 
-    void Enter(int thread, Choices& choices)
+    void DropOne(int thread, Choices& choices, std::size_t)
+    {
+        if (Task* const task = Chosen(choices))
+            Drop(thread, *task);
+    }
+
+    void Enter(int thread, Choices& choices, std::size_t)
     {
         const Task* const chosen = Chosen(choices);
         int task = chosen ? static_cast<int>(chosen - mTasks.data()) : mSlots[thread];
@@ -245,7 +219,7 @@ private:
         mScopes[thread].push_back(std::move(scope));
     }
 
-    void EnterWeakly(int thread, Choices& choices)
+    void EnterWeakly(int thread, Choices& choices, std::size_t)
     {
         const Task* const chosen = Chosen(choices);
         Scope scope;
@@ -278,7 +252,13 @@ private:
             Release(thread, scope.mTask);
     }
 
-    void Suspend(int thread)
+    void LeaveOne(int thread, Choices&, std::size_t bottom)
+    {
+        if (mScopes[thread].size() > bottom)
+            Leave(thread);
+    }
+
+    void Suspend(int thread, Choices&, std::size_t)
     {
         Scope scope;
         int code = 0;
@@ -321,8 +301,10 @@ private:
         mSlots[there] = lent ? kNone : mSlots[there];
     }
 
-    void CallSuspended(int thread, Choices& choices)
+    void CallSuspended(int thread, Choices& choices, std::size_t bottom)
     {
+        if (mScopes[thread].size() <= bottom)
+            return;
         const int there = 1 + static_cast<int>(choices.Below(kThreads - 1));
         const std::size_t inner = choices.Below(5);
         const int result = static_cast<int>(choices.Below(3)) * 5;
@@ -347,10 +329,10 @@ private:
             return CallAgain(top, there);
         const boost::shared_ptr<U_SuspendContext> suspended = top.mSuspended;
         const auto function = [&] {
-            const std::size_t bottom = mScopes[there].size();
+            const std::size_t before = mScopes[there].size();
             for (std::size_t i = 0; i < inner && !choices.Empty(); ++i)
-                One(there, choices, std::max<std::size_t>(bottom, 1));
-            while (mScopes[there].size() > bottom)
+                One(there, choices, std::max<std::size_t>(before, 1));
+            while (mScopes[there].size() > before)
                 Leave(there);
             if (task != kNone && !isHere)
             {
@@ -394,7 +376,7 @@ private:
     }
 
     // Looks at the states of the current context, and changes a value.
-    void Visit(int thread, Choices& choices)
+    void Visit(int thread, Choices& choices, std::size_t)
     {
         const int slot = mSlots[thread];
         ContextPtr current;
@@ -418,7 +400,7 @@ private:
         }
     }
 
-    void Change(Choices& choices, bool isInCall)
+    void Change(int, Choices& choices, std::size_t bottom)
     {
         const bool isOn = choices.Flag();
         switch (choices.Below(4))
@@ -433,8 +415,8 @@ private:
             mRegistered[kKeys - 1] = kAbsent;
             return;
         case 1:
-            // In a call, the model does not know when the caller gives the function up.
-            if (!choices.Below(4) && !isInCall)
+            // In a suspended call, the model does not know when the caller gives the function up.
+            if (!choices.Below(4) && !bottom)
             {
                 mIsTerminated = true;
                 U_SuspendContext::TerminateAndFailAllSuspendedContexts();

@@ -1,9 +1,7 @@
 // Have variants and trees the values, children and JSON that a plain model has, after any calls?
 
-#include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <platform/control.h>
 

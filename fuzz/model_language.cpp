@@ -4,7 +4,6 @@
 #include <list>
 #include <map>
 #include <string>
-#include <vector>
 
 #include <platform/control.h>
 

@@ -3,12 +3,6 @@
 #include "exchange.h"
 #include "exchange/po.h"
 
-// gettext's library keeps some strings of damaged files.
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libgettextpo";
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     RequireSame(data, size, ReadPO, [](const Catalogue& catalogue) {

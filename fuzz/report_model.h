@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "U_Posted.h"
-#include "U_Report.h"
 #include "report_events.h"
 
 // A thread as the library knows it.

@@ -185,46 +185,18 @@ inline void RequireSame(const U_Any& real, const Value& value)
     }
 }
 
-const char* const kTexts[] = {"",
-                              "true",
-                              "TRUE",
-                              "True",
-                              "false",
-                              "12",
-                              "-7",
-                              "1.5e2",
-                              " 42x",
-                              "1e99",
-                              "-.5",
-                              "1-2,3",
-                              "3.",
-                              "+8",
-                              "\"\\/\n",
-                              "null",
-                              "9223372036854775808",
-                              "-9223372036854775809",
-                              "0x10",
-                              "inf",
-                              "1e",
-                              "."};
+const char kAboveMost[] = "9223372036854775808";
+const char kBelowLeast[] = "-9223372036854775809";
+const char* const kTexts[] = {"",     "true",  "TRUE",    "True", "false",    "12",
+                              "-7",   "1.5e2", " 42x",    "1e99", "-.5",      "1-2,3",
+                              "3.",   "+8",    "\"\\/\n", "null", kAboveMost, kBelowLeast,
+                              "0x10", "inf",   "1e",      "."};
 const U_i64 kIntegers[] = {
     0, 1, -1, 12, 1ll << 40, std::numeric_limits<U_i64>::max(), std::numeric_limits<U_i64>::min()};
-const double kDoubles[] = {0.0,
-                           0.5,
-                           -2.7,
-                           2.0,
-                           1e9,
-                           1e21,
-                           1e22,
-                           1e35,
-                           1e300,
-                           -0.0,
-                           1e-12,
-                           -1e-12,
-                           123456789.123456789,
-                           HUGE_VAL,
-                           -HUGE_VAL,
-                           NAN};
+const double kDigits = 123456789.123456789;
+const double kDoubles[] = {0.0,   0.5,  -2.7,  2.0,    1e9,     1e21,     1e22,      1e35,
+                           1e300, -0.0, 1e-12, -1e-12, kDigits, HUGE_VAL, -HUGE_VAL, NAN};
+
 inline U_i64 TakeInteger(Choices& choices)
 {
     const std::size_t choice = choices.Below(16);
