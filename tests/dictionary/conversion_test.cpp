@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 #include <tuple>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 #include <platform/control.h>
 

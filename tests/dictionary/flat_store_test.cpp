@@ -1,16 +1,10 @@
 // Flat stores: changes of entries, comments, and loads of several files.
 
 #include <new>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <hollin/ImageView.h>
 
 #include "tests/dictionary/Loading.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
 
@@ -133,48 +127,6 @@ TEST(FlatStore, RunAboveTheLimitIsRefused)
     EXPECT_EQ(Set(flat, "/new", u""), 1u);
 }
 
-TEST(FlatStore, CrowdedBucketKeepsEachKeyThroughChanges)
-{
-    const unsigned kKeys = 300;
-    Dictionary flat(true);
-    LoadFlat(flat, CrowdedEntries(100));
-    std::vector<std::u16string> expected(kKeys, u"(none)");
-    std::fill_n(expected.begin(), 100, u"of the file");
-    std::mt19937 draw(1);
-    for (int step = 0; step < 2000; ++step)
-    {
-        const unsigned number = static_cast<unsigned>(draw() % kKeys);
-        const std::string key = CrowdedKey(number);
-        EXPECT_EQ(TextOf(flat, key), expected[number]) << key << " before step " << step;
-        if (draw() % 3)
-        {
-            const std::string text = std::to_string(step);
-            expected[number].assign(text.begin(), text.end());
-            Set(flat, key.c_str(), expected[number]);
-        }
-        else
-        {
-            const bool removed = flat.RemoveString(key.c_str()) != kNoId;
-            EXPECT_EQ(removed, expected[number] != u"(none)") << key;
-            expected[number] = u"(none)";
-        }
-    }
-    for (unsigned number = 0; number < kKeys; ++number)
-        EXPECT_EQ(TextOf(flat, CrowdedKey(number)), expected[number]);
-}
-
-TEST(FlatStore, FirstOfEqualKeysIsFoundInACrowdedBucket)
-{
-    std::vector<ImageEntry> entries = CrowdedEntries(20);
-    entries[5].value = u"first";
-    entries.push_back({CrowdedKey(5), u"second"});
-    Dictionary flat(true);
-    LoadFlat(flat, entries);
-    EXPECT_EQ(TextOf(flat, CrowdedKey(5)), u"first");
-    flat.RemoveString(CrowdedKey(5).c_str());
-    EXPECT_EQ(TextOf(flat, CrowdedKey(5)), u"second");
-}
-
 TEST(FlatStore, KeyThatItsBucketListsTwiceIsRemoved)
 {
     const ImageBuilder whole = BuildFlat(CrowdedEntries(20));
@@ -198,19 +150,6 @@ TEST(FlatStore, CrowdedBucketIsSearchedWithoutMemoryAndByManyThreads)
         for (unsigned number = 0; number < 200; ++number)
             EXPECT_TRUE(flat.HasString(CrowdedKey(number).c_str()));
     });
-}
-
-TEST(FlatLayers, LaterFileReplacesInABucketThatWasLookedUp)
-{
-    Dictionary flat(true);
-    LoadFlat(flat, CrowdedEntries(20));
-    for (const std::u16string text : {u"a text in memory of its own", u"short", u"", u"again"})
-    {
-        EXPECT_NE(TextOf(flat, CrowdedKey(5)), text);
-        LoadFlat(flat, {{CrowdedKey(5), text}, {CrowdedKey(40), text}});
-        EXPECT_EQ(TextOf(flat, CrowdedKey(5)), text);
-        EXPECT_EQ(TextOf(flat, CrowdedKey(40)), text);
-    }
 }
 
 TEST(FlatLayers, TextsThatShareBytesChangeIndependently)

@@ -6,10 +6,7 @@
 #include <streambuf>
 #include <tuple>
 
-#include <gtest/gtest.h>
-
 #include "tests/dictionary/Loading.h"
-#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
@@ -121,29 +118,18 @@ TEST(ImageCheck, CountsLiveEntries)
     }
 }
 
-TEST(ImageCheck, CountsLinesAsEditorsDo)
+TEST(ImageCheck, NamesTheCodingOfAText)
 {
-    const std::pair<std::u16string, std::uint64_t> rows[] = {
-        {u"$=x", 1},         {u"a=1\n$=x", 2},    {u"a=1\r\n\r\nb=2\r\n$=x\r\n", 4},
-        {u"\n\n\r\r$=x", 5}, {u"\r\n\n\r$=x", 4},
-    };
-    for (const auto& [text, line] : rows)
+    const hollin::ImageReport reports[] = {Check("a=1\n\nb=2\n"), Check(TextBytes(u"a=1\n\nb=2\n")),
+                                           Check(TextBytes(u"a=1\n\nb=2\n", true))};
+    EXPECT_EQ(reports[0].mCoding, hollin::ImageReport::kActiveCodePage);
+    EXPECT_NE(reports[1].mCoding, reports[2].mCoding);
+    for (const hollin::ImageReport& report : reports)
     {
-        const hollin::ImageReport reports[] = {Check(std::string(text.begin(), text.end())),
-                                               Check(TextBytes(text)),
-                                               Check(TextBytes(text, true))};
-        EXPECT_EQ(reports[0].mCoding, hollin::ImageReport::kActiveCodePage);
-        EXPECT_NE(reports[1].mCoding, reports[2].mCoding);
-        for (const hollin::ImageReport& report : reports)
-        {
-            EXPECT_EQ(report.mForm, hollin::ImageReport::kText);
-            EXPECT_EQ(report.mField, "prefix");
-            EXPECT_EQ(report.mLine, line);
-        }
+        EXPECT_EQ(report.mForm, hollin::ImageReport::kText);
+        EXPECT_FALSE(report.mDamaged);
+        EXPECT_EQ(report.mLive, 2u);
     }
-    EXPECT_EQ(Check(TextBytes(u"a=1\x2028\x2029$=x")).mLine, 3u);
-    EXPECT_FALSE(Check("a=1\nb=2\n").mDamaged);
-    EXPECT_EQ(Check("a=1\n\nb=2\n").mLive, 2u);
 }
 
 TEST(Damage, EveryTruncationIsRefusedAndItsFieldNamed)

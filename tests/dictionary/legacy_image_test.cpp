@@ -2,10 +2,7 @@
 
 #include <tuple>
 
-#include <gtest/gtest.h>
-
 #include "tests/dictionary/Loading.h"
-#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
@@ -77,16 +74,12 @@ TEST_P(LegacyImage, EntriesBeforeATruncationAreLoaded)
     EXPECT_EQ(lastOne, u"eins");
 }
 
-TEST_P(LegacyImage, EntriesAreNotFoundInAFlatDictionary)
+TEST_P(LegacyImage, OverAFlatDictionaryIsNoDamageAndAddsNoEntry)
 {
-    Loaded dictionary(Image({{"/a", u"old"}, {"/b", u"old"}}));
-    Load(dictionary, BuildFlat({{"/a", u"flat"}}).Image());
-    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"flat"}}));
+    Loaded dictionary(BuildFlat({{"/a", u"flat"}}).Image());
     Load(dictionary, Image({{"/a", u"later"}, {"/c", u"later"}}));
     EXPECT_TRUE(dictionary.IsGood());
     EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"flat"}}));
-    Load(dictionary, TextBytes(u"/a=text\n/c=text"));
-    EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{"/a", u"text"}, {"/c", u"text"}}));
 }
 
 TEST(LegacyDamage, FieldIsCheckedAndNamed)

@@ -4,10 +4,7 @@
 #include <sstream>
 #include <streambuf>
 
-#include <gtest/gtest.h>
-
 #include "tests/dictionary/Loading.h"
-#include "tests/support/DictionaryImage.h"
 
 using hollin::Dictionary;
 
@@ -62,19 +59,6 @@ TEST(Writer, WritesTheImageThatWasRead)
         }
         for (ImageEntry& entry : entries)
             entry.key.clear();
-    }
-}
-
-TEST(Writer, WritesAHashStoreWithItsKeysInTheOrderOfItsChains)
-{
-    Loaded dictionary(std::string(kOne) + "=1\n" + kTwo + "=2\n/c=\n");
-    std::vector<ImageEntry> entries;
-    for (const std::string& key : KeysOf(dictionary))
-        entries.push_back({key, TextOf(dictionary, key)});
-    for (const auto mode : {Dictionary::kBinary, Dictionary::kBinaryWithoutKeys})
-    {
-        EXPECT_EQ(Saved(dictionary, mode, true, 17),
-                  BuildFlat(entries, {7, true, "en_US", 0, 'Y'}).Image());
     }
 }
 

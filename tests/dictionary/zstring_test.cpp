@@ -1,12 +1,8 @@
 // Texts: properties, changes and parameters.
 
 #include <limits>
-#include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "tests/dictionary/Loading.h"
 
