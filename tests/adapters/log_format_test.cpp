@@ -1,13 +1,8 @@
 #include <string>
 #include <tuple>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include <platform/control.h>
 #include <u/cpp/log_format.h>
 
-#include "U_Encoding.h"
 #include "U_Group.h"
 #include "U_Interact.h"
 #include "U_Posted.h"

@@ -7,10 +7,6 @@
 #include <cstring>
 #include <list>
 #include <map>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <u/cpp/owners.h>
 

@@ -6,10 +6,6 @@
 #include <cstring>
 #include <functional>
 
-#include <gtest/gtest.h>
-
-#include <platform/control.h>
-
 #include <u/cpp/life.h>
 
 #include "U_Threads.h"
@@ -18,14 +14,12 @@
 
 namespace
 {
-class CppOwners : public Hogs
+typedef Hogs CppOwners;
+
+void FailAllBlocks()
 {
-protected:
-    static void FailAllBlocks()
-    {
-        platform::SetHeapFailure([](unsigned long long) { return true; });
-    }
-};
+    platform::SetHeapFailure([](unsigned long long) { return true; });
+}
 
 // The same steps for the owners whose address of the data is As.
 template <class OwnerType> void MoveAndReset(std::function<OwnerType()> make)

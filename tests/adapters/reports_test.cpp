@@ -12,7 +12,6 @@
 #include "U_Lifecycle.h"
 #include "tests/adapters/Thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/OnThreads.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

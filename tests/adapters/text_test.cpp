@@ -16,15 +16,7 @@ using testing::ElementsAre;
 
 namespace
 {
-class CppText : public BornLibrary
-{
-protected:
-    static std::string Fill(const char* message, const std::string& value1,
-                            const std::string& value2)
-    {
-        return U::cpp::ToUTF8(U::cpp::Fill(U::cpp::ToUTF16(message), value1, value2));
-    }
-};
+typedef BornLibrary CppText;
 
 // A file of the test, removed at its end.
 class TemporaryFile
@@ -86,7 +78,8 @@ TEST_F(CppText, EachValueIsFilledOnce)
         {"^1", std::string(2000, 'x') + '\0', "", std::string(2000, 'x') + '\0'},
     };
     for (const auto& [message, value1, value2, filled] : kRows)
-        EXPECT_EQ(Fill(message, value1, value2), filled) << message;
+        EXPECT_EQ(U::cpp::ToUTF8(U::cpp::Fill(U::cpp::ToUTF16(message), value1, value2)), filled)
+            << message;
 }
 
 TEST_F(CppText, MessagesTakeNumbersAndTextsOfEachType)

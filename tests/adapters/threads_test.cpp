@@ -16,27 +16,14 @@ using U::cpp::Role;
 
 namespace
 {
-class CppThreads : public Suspend
+typedef Suspend CppThreads;
+
+bool Has(Role role)
 {
-protected:
-    static bool Has(Role role)
-    {
-        switch (role)
-        {
-        case Role::None:
-            return true;
-        case Role::Main:
-            return U_IsOnMainThread();
-        case Role::Render:
-            return U_IsOnRenderThread();
-        case Role::PSL:
-            return U_IsOnPSLThread();
-        case Role::PR:
-            return U_IsOnPRThread();
-        }
-        return false;
-    }
-};
+    return role == Role::None || (role == Role::Main && U_IsOnMainThread()) ||
+           (role == Role::Render && U_IsOnRenderThread()) ||
+           (role == Role::PSL && U_IsOnPSLThread()) || (role == Role::PR && U_IsOnPRThread());
+}
 
 const Role kRoles[] = {Role::None, Role::Main, Role::Render, Role::PSL, Role::PR};
 } // namespace

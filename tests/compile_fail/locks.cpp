@@ -1,7 +1,6 @@
 // Lines with "error:" must not pass clang's analysis of locks, for the reason that they name.
 
 #include <map>
-#include <mutex>
 
 #include <platform/base/locks.h>
 #include <platform/base/shared_mutex.h>

@@ -7,7 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <win32/message_queue.h>
 
 #include "U_Abort.h"

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <krobase/gate.h>
-#include <platform/control.h>
 
 #include "U_Context.h"
 #include "U_Suspend.h"

@@ -5,12 +5,10 @@
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <win32/message_queue.h>
 
 #include "U_Threads.h"
 #include "tests/contexts/Suspensions.h"
-#include "tests/support/FailingNew.h"
 
 using testing::ElementsAre;
 

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
-
 #include "U_Threads.h"
 #include "tests/contexts/Suspensions.h"
 
@@ -11,18 +9,16 @@ using testing::ElementsAre;
 
 namespace
 {
-class Termination : public Suspend
+typedef Suspend Termination;
+
+// Gives up all calls once the function has begun.
+std::thread TerminateOnceBegun(LongFunction& function)
 {
-protected:
-    // Gives up all calls once the function has begun.
-    static std::thread TerminateOnceBegun(LongFunction& function)
-    {
-        return std::thread([&function] {
-            function.AwaitStart();
-            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
-        });
-    }
-};
+    return std::thread([&function] {
+        function.AwaitStart();
+        U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+    });
+}
 } // namespace
 
 TEST_F(Termination, AFunctionThatHasNotBegunNeverRuns)

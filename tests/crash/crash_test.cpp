@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
 #include <krobase/executor.h>
@@ -14,7 +15,8 @@
 #include <win32/runtime.h>
 
 #include "U_Fatal.h"
-#include "U_Lifecycle.h"
+#include "U_Report.h"
+#include "U_Suspend.h"
 #include "U_Telemetry.h"
 #include "U_Threads.h"
 #include "tests/crash/Child.h"
@@ -131,18 +133,35 @@ void WaitForAll(std::atomic<int>& count, int all)
     while (count < all)
         std::this_thread::yield();
 }
+
+struct NobodysException // passes through the library, and no function catches it
+{
+};
+
+class ThrowingExecutor final : public krobase::threads::AsyncThreadedExecutor
+{
+public:
+    bool IsExecutorThread() const override { return false; }
+    void Post(const boost::function<void()>&, int) override { throw NobodysException(); }
+};
+
+void ReportToAThrowingPresenter()
+{
+    platform::SetAlertPresenter([](const platform::Alert&) { throw NobodysException(); });
+    U_ReportError(0, U_Sev_PROBLEM, U_UTF16String(4, 'x'));
+}
+
+void CallOnAThrowingExecutor()
+{
+    U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(
+        boost::make_shared<ThrowingExecutor>(), [] { return 0; });
+}
 } // namespace
 
 // In this order: the event, the call on the thread that fails, and the lines of the log. The event
 // is for hardware exceptions, and the second line for invalid parameters.
 TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
 {
-    enum
-    {
-        kGlobal,
-        kLocal,
-        kNone
-    };
     const std::string event = "LogEvent Stage CrashHandler InvokingCrashHandler 0-0\n";
     const std::string parameter = "[0] U QX_invalid_parameter_handler: ";
     const std::string lastLines =
@@ -152,9 +171,10 @@ TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
     {
         if (IsLacking(row.crash))
             continue;
-        for (int registered : {kGlobal, kLocal, kNone})
+        for (const std::string registered : {"for all threads", "for the thread", "none"})
         {
-            SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(registered));
+            SCOPED_TRACE(std::string(row.what) + ", handler: " + registered);
+            const bool isNone = registered == "none";
             const Death death = RunToDeath([&] {
                 static RecordingProvider sProvider;
                 sProvider.mOnCall = [](const std::string& call) {
@@ -163,9 +183,9 @@ TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
                 };
                 Birth();
                 U::telemetry::RegisterTelemetryProvider(&sProvider);
-                if (registered != kNone)
+                if (!isNone)
                     SetGlobal(&PrintCall, "handler on");
-                if (registered != kLocal)
+                if (registered != "for the thread")
                     Fail(row.crash, row.where);
                 static const Crash sCrash = row.crash;
                 SetGlobal(&PrintCall, "wrong handler");
@@ -179,12 +199,11 @@ TEST(Crashes, MakeOneLastCallAndEndInTheSystemsWay)
             });
             const std::string call = "handler on" + death.Rest("failing on") + "\n";
             const bool isException = row.end != kAborted && row.end != kInvalidParameter;
-            const std::string order =
-                (isException ? event : "") + (registered == kNone ? "" : call) + kLastLine;
+            const std::string order = (isException ? event : "") + (isNone ? "" : call) + kLastLine;
             const bool isParameter = row.crash == &GiveInvalidParameter;
             death.Expect(row.end, {{order, 1},
                                    {event, isException},
-                                   {"handler on", registered != kNone},
+                                   {"handler on", !isNone},
                                    {"wrong", 0},
                                    {kLastLine, 1},
                                    {lastLines, isParameter},
@@ -274,4 +293,18 @@ TEST(Crashes, ALogSinkThatFailsAfterTheCallGetsNoSecondLine)
     });
     // The failure of the sink is the second.
     death.Expect(kAborted, {{"HANDLER", 1}, {"handler on", 2}});
+}
+
+TEST(Crashes, AnExceptionThatTheLibraryPassesOnMakesTheLastCall)
+{
+    for (void (*const call)() : {&ReportToAThrowingPresenter, &CallOnAThrowingExecutor})
+    {
+        const Death death = RunToDeath([call] {
+            Birth();
+            SetGlobal(&PrintCall);
+            call();
+        });
+        EXPECT_EQ(death.Count("handler on"), 1) << death.output;
+        EXPECT_EQ(death.Count(kLastLine), 1) << death.output;
+    }
 }

@@ -4,15 +4,10 @@
 #include <climits>
 #include <iterator>
 #include <new>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include <platform/control.h>
 #include <win32/runtime.h>
 
 #include "U_Lifecycle.h"

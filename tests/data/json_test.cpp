@@ -2,13 +2,11 @@
 
 #include "U_AnyTree.h"
 
-#include <string>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
 #include <boost/thread/thread.hpp>
-#include <gtest/gtest.h>
 
 #include "tests/data/Trees.h"
 #include "tests/support/NoMemory.h"
@@ -80,18 +78,13 @@ TEST(JSON, ReadsForgivingly)
         {u"", "", "{}"},
         {u"{\"a\":\"{[:,]}\",\"b\":[\"c:d\",\"e,f\"]}", "a:s{[:,]} b:t(:sc:d :se,f)", nullptr},
         {u"{\"a\\\\\":\"b\\\\\",\"c\\\"\":\"\\\\\\\"d\"}", "a\\:sb\\ c\":s\\\"d", nullptr},
-        {u"{\"a\":1,\"b\":[2,[3", "a:i1 b:t(:i2 :t(:i3))", "{\"a\":1,\"b\":[2,[3]]}"},
         {u"{\"b\":1e3,\"c\":1.5e3}", "b:i1000 c:d1500.0", "{\"b\":1000,\"c\":1500.0}"},
         // Any first character counts as the brace.
         {u"[{\"a\":1},{\"b\":2}]", ":t(a:i1) :t(b:i2)", "{{\"a\":1},{\"b\":2}}"},
         {u"[[1],[2]]", ":t(:i1) :t(:i2)", "{[1],[2]}"},
         {u"[1,2]", "", "{}"},
         {u" {\"a\":1}", ":t(a:i1)", "{{\"a\":1}}"},
-        {u"x\"a\":1", "a:i1", "{\"a\":1}"},
         // Words.
-        {u"{\"a\":12abc,\"b\":nonsense,\"c\":fish,\"d\":tuna,\"e\":word,\"f\":1.5.2}",
-         "a:i12 c:bfalse d:btrue e:i0 f:d1.5",
-         "{\"a\":12,\"c\":false,\"d\":true,\"e\":0,\"f\":1.5}"},
         {u"{\"a\":TRUE,\"b\":False,\"c\":+7,\"d\":.5}", "a:i1 b:i0 c:i7 d:d0.5",
          "{\"a\":1,\"b\":0,\"c\":7,\"d\":0.5}"},
         // Surplus commas, and brackets of the wrong kind.
@@ -99,11 +92,8 @@ TEST(JSON, ReadsForgivingly)
         {u"{\"a\":[1,,2,],\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
         {u"{\"a\":[1,2},\"b\":3}", "a:t(:i1 :i2) b:i3", "{\"a\":[1,2],\"b\":3}"},
         {u"{\"a\":{\"b\":1],\"c\":2}", "a:t(b:i1) c:i2", "{\"a\":{\"b\":1},\"c\":2}"},
-        // In an array, a nested value keeps its name, a plain value does not.
-        {u"{\"a\":[\"k\":1,\"k\":{\"b\":2}]}", "a:t(:i1 k:t(b:i2))", "{\"a\":{1,\"k\":{\"b\":2}}}"},
         // Text that fits no rule ends its level.
         {u"{\"a\":{\"b\":1} ,\"c\":2}", "a:t(b:i1)", "{\"a\":{\"b\":1}}"},
-        {u"{\"a\":1,\"\":2,\"c\":3}", "a:i1", "{\"a\":1}"},
         {u"{\"a\":1,:2,\"c\":3}", "a:i1", "{\"a\":1}"},
         {u"{\"a\":1}, \"b\":2", "a:i1", "{\"a\":1}"},
     });

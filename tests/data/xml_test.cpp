@@ -4,11 +4,9 @@
 #include <map>
 #include <new>
 #include <random>
-#include <string>
 #include <string_view>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "U_Interact.h"
 #include "U_Posted.h"
@@ -24,34 +22,29 @@ using namespace std::string_view_literals;
 
 namespace
 {
-class XMLEscapes : public BornLibrary
-{
-protected:
-    static U_UTF8String Body(const U_UTF8String& text)
-    {
-        return U_EscapeBodyTextToSafeXML(text, false, false);
-    }
-    static U_UTF8String Attribute(const U_UTF8String& text)
-    {
-        return U_EscapeAttributeValueToSafeXML(text, false, false);
-    }
-};
+typedef BornLibrary XMLEscapes;
+typedef BornLibrary BinaryText;
+typedef BornLibrary XMLElement;
 
-typedef XMLEscapes BinaryText;
-
-class XMLElement : public BornLibrary
+U_UTF8String Body(const U_UTF8String& text)
 {
-protected:
-    // Returns the attributes, each as "name=value;".
-    static std::string AttributesOf(const U_XML_Element& element)
-    {
-        std::string text;
-        for (auto at = element.GetAttrsBegin(); at != element.GetAttrsEnd(); ++at)
-            text += std::string(at->first.begin(), at->first.end()) + "=" +
-                    std::string(at->second.begin(), at->second.end()) + ";";
-        return text;
-    }
-};
+    return U_EscapeBodyTextToSafeXML(text, false, false);
+}
+
+U_UTF8String Attribute(const U_UTF8String& text)
+{
+    return U_EscapeAttributeValueToSafeXML(text, false, false);
+}
+
+// Returns the attributes, each as "name=value;".
+std::string AttributesOf(const U_XML_Element& element)
+{
+    std::string text;
+    for (auto at = element.GetAttrsBegin(); at != element.GetAttrsEnd(); ++at)
+        text += std::string(at->first.begin(), at->first.end()) + "=" +
+                std::string(at->second.begin(), at->second.end()) + ";";
+    return text;
+}
 } // namespace
 
 TEST_F(XMLEscapes, EachByteIsEscapedCopiedOrLeftOut)

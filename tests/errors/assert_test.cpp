@@ -2,20 +2,14 @@
 
 #include <tuple>
 
-#include <platform/control.h>
-
 #include "U_Assert.h"
-#include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DictionaryImage.h"
 
-namespace
-{
 typedef BornLibrary Assert;
-} // namespace
 
 TEST_F(Assert, AFailedVerificationReportsItsDetailAndMessage)
 {
@@ -57,8 +51,7 @@ TEST_F(Assert, ATranslationForOtherValuesIsReplacedByEnglish)
         EXPECT_EQ(mAlerts.Texts(),
                   (Texts{std::string("Test Host error: ") + text + "\n\n( 23 :: 1 )",
                          "Test Host error: Verification failure: index < count {68}\n\n"}));
-        ASSERT_EQ(U_Death(), 0);
-        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+        LiveAnew();
     }
 }
 

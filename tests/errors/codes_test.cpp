@@ -5,17 +5,12 @@
 #include <iterator>
 #include <limits>
 #include <map>
-#include <string>
 #include <tuple>
-#include <vector>
 
-#include "U_Encoding.h"
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/Text.h"
 
 namespace
@@ -79,13 +74,6 @@ protected:
         ASSERT_EQ(U_ZStringSetCurrentDictionary(mImage.units.data(), mImage.size), 0);
     }
 
-    // Drops the texts that have been looked up.
-    static void BeginAnotherLife()
-    {
-        ASSERT_EQ(U_Death(), 0);
-        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
-    }
-
 private:
     template <class Code>
     static std::string Appended(const std::string& text, void (*append)(Code), Code code)
@@ -126,10 +114,10 @@ TEST_F(Codes, TextsAreTranslatedByTheirNumbersUntilTheLifeEnds)
         for (U_u32 i = 0; i < kTextCount; ++i)
             EXPECT_EQ(Up_String(i), "Text " + std::to_string(i));
         EXPECT_EQ(Up_String(kOutOfMemory), text);
-        BeginAnotherLife();
+        LiveAnew();
         U_ZStringSetEnglish();
         EXPECT_STREQ(Up_String(kOutOfMemory), "Out of memory.");
-        BeginAnotherLife();
+        LiveAnew();
     }
 }
 
@@ -256,6 +244,6 @@ TEST_F(Codes, ATranslationWithOtherFieldsIsReplacedByEnglish)
         SCOPED_TRACE(format);
         Translate({{KeyOf(kTextAndReason), std::u16string(format.begin(), format.end())}});
         EXPECT_EQ(WithStatus("a", 0x1701), "a (1701).");
-        BeginAnotherLife();
+        LiveAnew();
     }
 }

@@ -9,7 +9,6 @@
 #include <boost/thread/barrier.hpp>
 
 #include <kroview/ui.h>
-#include <platform/control.h>
 
 #include "U_Group.h"
 #include "U_Interact.h"
@@ -22,7 +21,6 @@
 
 namespace
 {
-const U_u32 kLocation = 0x120034;
 const U_u32 kLogOnly = 0xFFFF0000;
 
 U_Status ThrowForeign(void*, U_u32, U_u16, const char*)
@@ -104,19 +102,12 @@ TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
     EXPECT_EQ(mAlerts.All().at(1).sizeHint, 600);
 }
 
-TEST_F(Posted, OnlyTheMessageThatWasShownLastIsFiltered)
+TEST_F(Posted, AMessageOfAnotherSeverityThanTheLastOneIsShown)
 {
-    const auto post = [](U_u32 location, U_u16 severity, const char16_t* text) {
-        OnFreshThread([=] { U_ReportError(location, severity, Units(text)); });
-    };
-    post(0, U_Sev_INFO, u"same");
+    OnFreshThread([] { U_ReportError(0, U_Sev_INFO, Units(u"same")); });
     EXPECT_EQ(Displayed().size(), 1u);
-    post(0, U_Sev_INFO, u"same");
-    EXPECT_EQ(Displayed().size(), 0u);
-    post(kLocation, U_Sev_INFO, u"same");
-    post(0, U_Sev_MESSAGE, u"Test Host: same");
-    post(0, U_Sev_INFO, u"other");
-    EXPECT_EQ(Displayed().size(), 3u);
+    FromWorker(u"Test Host: same");
+    EXPECT_EQ(Displayed().size(), 1u);
 }
 
 TEST_F(Posted, ATagWithoutBracesIsNoGroup)
@@ -178,16 +169,6 @@ TEST_F(Posted, AFirstQuietCallTakesNoLongerThanASearchOfTheTable)
         OnFreshThread(beQuiet);
     const auto report = quickest([] { U_ReportError(0, U_Sev_INFO, Units(u"unwanted")); });
     EXPECT_LT(quickest(beQuiet), 5 * report);
-}
-
-TEST_F(Posted, AForgottenStretchPutsTheTextOfItsThreadBack)
-{
-    U_ReportError(0, U_Sev_INFO, Units(u"before"));
-    U_DeferredState state;
-    ASSERT_EQ(U_DeferredReportingStart(0, &state), 0);
-    Warn();
-    EXPECT_EQ(U_DeferredReportingEnd(false, nullptr, &state), 0);
-    EXPECT_STREQ(Up_GetThreadLoggingBuffer(), "before");
 }
 
 TEST_F(Posted, AnExceptionOutOfARepeatEndsTheStretch)

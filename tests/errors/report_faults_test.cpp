@@ -5,29 +5,20 @@
 #include <cstring>
 #include <functional>
 #include <stdexcept>
-#include <string>
 #include <tuple>
-
-#include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "U_Interact.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace
 {
-typedef std::vector<std::string> Texts;
-
-const U_u32 kLocation = 0x120034;
-
 class ReportFaults : public BornLibrary
 {
 protected:

@@ -8,24 +8,19 @@
 #include <gmock/gmock.h>
 
 #include <kroview/ui.h>
-#include <platform/control.h>
 
 #include "U_Interact.h"
 #include "U_Lifecycle.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_String.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DamagedRecord.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 
 namespace
 {
-const U_u32 kLocation = 0x120034;
-
 // A logging callback that captures the texts.
 struct Callback
 {

@@ -5,11 +5,9 @@
 #include <memory>
 #include <new>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <typeinfo>
-#include <vector>
 
 #include <win32/errors.h>
 

@@ -15,10 +15,7 @@
 #include "U_MemServices.h"
 #include "tests/support/BornLibrary.h"
 
-namespace
-{
 typedef BornLibrary Refusals;
-}
 
 TEST_F(Refusals, ANullOutParameterIsReportedAndReturnsThree)
 {

@@ -2,12 +2,10 @@
 
 #include <cstdio>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include <boost/json.hpp>
 
-#include <gtest/gtest.h>
+#include "tests/support/Text.h"
 
 namespace telemetry = U::telemetry;
 using krobase::utility::Guid;
@@ -39,11 +37,6 @@ protected:
                               testing::UnitTest::GetInstance()->current_test_info()->name();
     TelemetryFile mFile;
 };
-
-U_UTF8String Bytes(const std::string& text)
-{
-    return U_UTF8String(text.begin(), text.end());
-}
 } // namespace
 
 TEST_F(Telemetry, StringsOfAnyKindComeThrough)

@@ -8,7 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 #include <win32/runtime.h>
 
@@ -18,7 +17,6 @@
 #include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "U_Threads.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/DamagedRecord.h"
 #include "tests/support/ExpectedLeaks.h"

@@ -3,7 +3,6 @@
 #include <thread>
 
 #include <boost/thread/thread.hpp>
-#include <gtest/gtest.h>
 
 #include <tolv/memory.h>
 #include <win32/exceptions.h>

@@ -10,14 +10,11 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <gmock/gmock.h>
 
 #include <krobase/threads.h>
-#include <platform/control.h>
 
 #include <u/cpp/life.h>
 

@@ -2,18 +2,12 @@
 
 #include <cstdlib>
 #include <iterator>
-#include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "U_Interact.h"
 #include "U_Report.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/DictionaryImage.h"
 #include "tests/support/RecordingProvider.h"
 #include "tests/support/Text.h"
 
@@ -22,8 +16,6 @@ using krobase::utility::Guid;
 
 namespace
 {
-typedef std::vector<std::string> Calls;
-
 // One call of each operation.
 boost::shared_ptr<RecordingProvider::Group> CallAll(bool* logging)
 {
@@ -55,7 +47,7 @@ protected:
 
 TEST_F(Telemetry, EveryCallReachesTheLatestProviderWithItsArguments)
 {
-    const Calls expected = {
+    const Texts expected = {
         "IsLogging",
         "LogEvent category event text 1-2",
         "LogEventWithCount a b c -3 1-2",
@@ -74,7 +66,7 @@ TEST_F(Telemetry, EveryCallReachesTheLatestProviderWithItsArguments)
     EXPECT_EQ(CallAll(&logging), provider.mGroup);
     EXPECT_TRUE(logging);
     EXPECT_EQ(provider.mCalls, expected);
-    EXPECT_EQ(first.mCalls, Calls());
+    EXPECT_EQ(first.mCalls, Texts());
 
     telemetry::RegisterTelemetryProvider(nullptr);
     EXPECT_EQ(CallAll(&logging), nullptr);
@@ -91,7 +83,7 @@ TEST_F(Telemetry, PluginErrorsGoThroughTheirGroup)
     Up_HDT_ReportPluginErrorTelemetry(Units(u""), 0xFFFFFFFF);
     provider.mGroup.reset(); // the provider returns no group
     Up_HDT_ReportPluginErrorTelemetry(Units(u"other"), 1);
-    EXPECT_EQ(provider.mCalls, (Calls{
+    EXPECT_EQ(provider.mCalls, (Texts{
                                    "NewDataGroup qx plugin_error plugin_error 0-0",
                                    "Add match_name Gl\xC3\xBChen",
                                    "Add version 00000042",
@@ -106,7 +98,7 @@ TEST_F(Telemetry, ShownProblemsMakeGroups)
 {
     const char16_t kTagged[] = u"Grouped_Message_{Many|||One###Files:}a.txt";
     // With the values of the group; without values no group is made.
-    const std::tuple<U_u16, const char16_t*, Calls> kShown[] = {
+    const std::tuple<U_u16, const char16_t*, Texts> kShown[] = {
         {U_Sev_MESSAGE, u"text", {}},
         {U_Sev_INFO, u"text", {}},
         {U_Sev_WARNING,
@@ -127,7 +119,7 @@ TEST_F(Telemetry, ShownProblemsMakeGroups)
     telemetry::RegisterTelemetryProvider(&provider);
     for (const auto& [severity, text, values] : kShown)
     {
-        Calls expected;
+        Texts expected;
         for (const std::string& value : values)
             expected.push_back("AddToGroup group " + value);
         if (!expected.empty())
@@ -140,7 +132,7 @@ TEST_F(Telemetry, ShownProblemsMakeGroups)
     Up_SetInteract(0xFFFF0000);
     provider.mCalls.clear();
     Up_Report16(0, U_Sev_WARNING, Units(u"not shown"), false);
-    EXPECT_EQ(provider.mCalls, Calls());
+    EXPECT_EQ(provider.mCalls, Texts());
 }
 
 TEST(StripQuotedContents, TextBetweenTheOutermostQuotesIsRemoved)

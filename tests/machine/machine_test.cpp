@@ -12,14 +12,12 @@
 #include <thread>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <boost/numeric/conversion/cast.hpp>
 #include <gmock/gmock.h>
 
 #include <unistd.h>
 
-#include <platform/control.h>
 #include <tolv/keyboard.h>
 #include <win32/errors.h>
 #include <win32/machine.h>
@@ -152,8 +150,7 @@ TEST_F(Machine, CoresAreCountedFromTheSystemsTopology)
         const fs::path folder = MakeProcessors(online, siblings);
         platform::SetProcessorFolder(folder.string().c_str());
         mLog.Clear();
-        ASSERT_EQ(U_Death(), 0);
-        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+        LiveAnew();
         fs::remove_all(folder);
         EXPECT_EQ(U_G_CPU_DataP->PhysicalCores, physical);
         EXPECT_EQ(U_G_CPU_DataP->LogicalCores, logical);

@@ -6,17 +6,13 @@
 #include <optional>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/profile.h>
 #include <win32/memory.h>
 #include <win32/runtime.h>
 
-#include "U_Alloc.h"
-#include "U_Budget.h"
 #include "U_Machine.h"
 #include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"

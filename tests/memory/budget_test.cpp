@@ -7,7 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

@@ -4,12 +4,8 @@
 #include <cstddef>
 #include <cstring>
 #include <set>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <platform/base/memory_tools.h>
-#include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "tests/operations/Operations.h"

@@ -4,13 +4,10 @@
 #include <atomic>
 #include <thread>
 #include <utility>
-#include <vector>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "tests/support/Hogs.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/PurgeHost.h"

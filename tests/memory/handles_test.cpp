@@ -6,12 +6,10 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 #include <tolv/toolbox.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "U_Hog.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
@@ -21,25 +19,18 @@ namespace
 {
 const char kText[] = "contents of a block";
 
-class Handles : public BornLibrary
-{
-protected:
-    static void** Fill(void** handle)
-    {
-        std::memcpy(*handle, kText, sizeof(kText));
-        return handle;
-    }
-    static void** Filled() { return Fill(U_AllocateHandleQuiet(sizeof(kText))); }
-    static void** FilledPlatform() { return Fill(NewHandle(sizeof(kText))); }
+typedef BornLibrary Handles;
 
-    // The location of the last report.
-    static U_u32 LastLocation()
-    {
-        U_u32 location = 0;
-        U_GetLastError(nullptr, nullptr, &location, nullptr);
-        return location;
-    }
-};
+void** Fill(void** handle)
+{
+    std::memcpy(*handle, kText, sizeof(kText));
+    return handle;
+}
+
+void** FilledPlatform()
+{
+    return Fill(NewHandle(sizeof(kText)));
+}
 } // namespace
 
 TEST_F(Handles, NullHandlesAreRefusedOrIgnored)
@@ -48,12 +39,12 @@ TEST_F(Handles, NullHandlesAreRefusedOrIgnored)
     U_u64 longSize = 77;
     void** none = nullptr;
     void** out = nullptr;
-    const std::string noSize =
-        "Test Host error: getting size of handle -- a bad parameter was passed.\n\n( 23 :: 23 )";
     EXPECT_EQ(U_GetHandleSize(nullptr, &size), 3);
     EXPECT_EQ(size, 77u);
     EXPECT_EQ(U_DuplicateHandleToPlatform(nullptr, "none", &out), 3);
-    EXPECT_EQ(mAlerts.Texts(), (Texts{noSize, noSize}));
+    EXPECT_EQ(mAlerts.Texts(),
+              Texts(2, "Test Host error: getting size of handle -- a bad parameter "
+                       "was passed.\n\n( 23 :: 23 )"));
     EXPECT_EQ(U_DuplicateHandle(nullptr, "none", &out), 3);
     EXPECT_EQ(U_ResizeHandle(1, 5, "none", &none), 3);
     EXPECT_EQ(U_GetPtrSize(nullptr, &longSize), 0);
@@ -152,16 +143,16 @@ TEST_F(Handles, FailedDuplicatesAreReportedWithTheirLocation)
     void** out = nullptr;
     platform::SetHeapFailure([](unsigned long long) { return true; });
     EXPECT_EQ(U_DuplicateHandle(handle, "copy", &out), 4);
-    EXPECT_EQ(LastLocation(), 0x17001Cu);
+    EXPECT_EQ(Up_GetThreadLastLocation(), 0x17001Cu);
     EXPECT_EQ(U_DuplicateHandleFromPlatform(ofToolbox, "in", &out), 0);
-    EXPECT_EQ(LastLocation(), 0x170000u);
+    EXPECT_EQ(Up_GetThreadLastLocation(), 0x170000u);
     EXPECT_EQ(U_DetachResource(ofToolbox, "resource", &out), 4);
-    EXPECT_EQ(LastLocation(), 0u);
+    EXPECT_EQ(Up_GetThreadLastLocation(), 0u);
     platform::SetHeapFailure({});
 
     SetLimitsAboveUse(0, 0);
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
-    EXPECT_EQ(LastLocation(), 0x170000u);
+    EXPECT_EQ(Up_GetThreadLastLocation(), 0x170000u);
     platform::SetUsageError(-108);
     EXPECT_EQ(U_DuplicateHandleToPlatform(handle, "out", &out), 4);
     U_FreeHandle(handle);
@@ -203,7 +194,7 @@ TEST_F(Handles, ADuplicateCopiesTheBytesThatAPurgeLeft)
 {
     for (const bool frees : {false, true})
     {
-        void** handle = Filled();
+        void** handle = Fill(U_AllocateHandleQuiet(sizeof(kText)));
         ASSERT_EQ(U_ResizeHandle(0, 5000, nullptr, &handle), 0);
         const ScPurgeHost host([&](bool*) {
             platform::SetHeapFailure({});

@@ -8,13 +8,10 @@
 #include <random>
 #include <set>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

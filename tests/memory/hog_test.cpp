@@ -8,7 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"
@@ -41,8 +40,7 @@ protected:
     {
         mAlerts.Clear();
         mLog.Clear();
-        U_Death();
-        U_Birth("Test Host", nullptr);
+        LiveAnew();
         return mLog.Texts("Up_TerminateHogs");
     }
 

@@ -4,9 +4,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tolv/memory.h>
 
@@ -18,8 +15,6 @@
 
 namespace
 {
-typedef std::vector<std::string> Lines;
-
 class Purge : public BornLibrary
 {
 protected:
@@ -72,7 +67,7 @@ TEST_F(Purge, ACheckThatHitsTheLimitIsLogged)
         mLog.Clear();
         EXPECT_EQ(U_CheckRAMPurgeLimit(&over, needed, &hit), 0);
         EXPECT_TRUE(over == isOver && hit == isOver) << needed;
-        Lines lines;
+        Texts lines;
         if (isOver)
             lines.push_back("hit limit with inUse=" + std::to_string(used) +
                             ", needed=" + std::to_string(static_cast<U_i64>(needed)) +
@@ -117,7 +112,7 @@ TEST_F(Purge, UseIsPurgedForARecycledBlockIfTheHostEmptiesThePool)
     EXPECT_TRUE(block);
     EXPECT_EQ(
         mLog.Texts("MAKE_ROOM_FOR_BLOCK"),
-        (Lines{"Issuing Purge Request\tblock_request:\t" + std::to_string(4000 + excess) +
+        (Texts{"Issuing Purge Request\tblock_request:\t" + std::to_string(4000 + excess) +
                    "\tamt_to_purge:\t" + std::to_string(4000 + excess - 100000),
                "DONE. Purge not freeing anything (but maybe recycled memory), recycled=1",
                "DONE. Under threshold with inUse=" + std::to_string(used) +

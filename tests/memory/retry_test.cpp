@@ -1,10 +1,6 @@
 // The loop of every allocation: attempts, purges and log lines.
 
 #include <cstring>
-#include <string>
-#include <vector>
-
-#include <platform/control.h>
 
 #include "U_Alloc.h"
 #include "U_Budget.h"
@@ -21,8 +17,6 @@ const char kRecovered[] = "ALLOC_OP_FAILED_RECOVERY_STAT: success:t, retries:1";
 const char kNotRecovered[] = "ALLOC_OP_FAILED_RECOVERY_STAT: success:f, retries:1";
 
 const U_u64 kSize = 3100; // 3 KiB in the log, and measured each time
-
-typedef std::vector<std::string> Lines;
 
 class Retry : public BornLibrary
 {
@@ -50,9 +44,9 @@ protected:
     }
 
     // The lines of the loop, without the line of the report.
-    Lines LoopLines() const
+    Texts LoopLines() const
     {
-        Lines lines = mLog.Texts();
+        Texts lines = mLog.Texts();
         if (!lines.empty() && lines.back().compare(0, 4, "POSS") == 0)
             lines.pop_back();
         return lines;
@@ -94,7 +88,7 @@ int Procedure(void*, bool* okay)
 TEST_F(Retry, EachFunctionRetriesOnceAlsoIfUseDidNotFall)
 {
     // Of each number of failures: the lines, without the line of the name after each failure.
-    const Lines rows[] = {
+    const Texts rows[] = {
         {},
         {kFailed, kRecovered},
         {kFailed, kFailed, kNotRecovered, "ALLOC_FAILED_UNABLE_TO_RECOVER: what:"},
@@ -107,7 +101,7 @@ TEST_F(Retry, EachFunctionRetriesOnceAlsoIfUseDidNotFall)
         FailNext(failures);
         EXPECT_EQ(Allocate(number / 6, name), failures < 2);
 
-        Lines expected;
+        Texts expected;
         for (const std::string& line : rows[failures])
         {
             expected.push_back(line);
@@ -156,7 +150,7 @@ TEST_F(Retry, AttemptsContinueWhileUseFallsAndAreCountedInTheLog)
     });
     FailNext(3);
     EXPECT_TRUE(CanAllocate(kSize));
-    EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Lines{"success:t, retries:3"});
+    EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED_RECOVERY_STAT"), Texts{"success:t, retries:3"});
 }
 
 TEST_F(Retry, AFailedAttemptReadsTheSystemsFiguresTwice)
@@ -177,14 +171,14 @@ TEST_F(Retry, UseThatCannotBeMeasuredEndsTheLoop)
     });
     mLog.Clear();
     EXPECT_EQ(U_AllocatePtrQuiet(kSize), nullptr);
-    EXPECT_EQ(mLog.Texts(), (Lines{kFailed, kFailed, kNotRecovered,
+    EXPECT_EQ(mLog.Texts(), (Texts{kFailed, kFailed, kNotRecovered,
                                    "ALLOC_FAILED_UNABLE_TO_RECOVER: what:Unidentified caller."}));
     mLog.Clear(); // the error comes before the first attempt now, and is not logged
     EXPECT_EQ(U_AllocatePtr(1, "block", kSize), nullptr);
     EXPECT_EQ(U_AllocateRecycledPtr(1, "block", kSize), nullptr);
     EXPECT_EQ(U_ResizeHandle(1, kSize, "block", &mHandle), 4);
     EXPECT_EQ(U_PurgeLoop(kSize, &Procedure, nullptr, false), 4);
-    EXPECT_EQ(mLog.Texts(), Lines());
+    EXPECT_EQ(mLog.Texts(), Texts());
 }
 
 TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
@@ -222,7 +216,7 @@ TEST_F(Retry, SizesAboveTheLargestAreRefusedAtOnce)
         EXPECT_EQ(U_ResizeHogHandle(1, "big", size, hogHandle), 4);
         EXPECT_EQ(U_PurgeLoop(size, &Procedure, nullptr, false), 4);
     }
-    EXPECT_EQ(mLog.Texts(), Lines());
+    EXPECT_EQ(mLog.Texts(), Texts());
     // With its header this size is above the limit.
     EXPECT_EQ(U_AllocateRecycledPtr(1, "big", 0x7FFFFFFF), nullptr);
     EXPECT_EQ(U_ResizeHogHandle(1, "big", 0x7FFFFFFF, hogHandle), 4);

@@ -1,11 +1,9 @@
 #include <cstring>
 #include <new>
-#include <string>
 #include <tuple>
 
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
 #include <tolv/memory.h>
 
 #include "U_Alloc.h"

@@ -1,7 +1,5 @@
 #include <cstring>
 
-#include <gtest/gtest.h>
-
 #include <sys/resource.h>
 
 #include <tolv/memory.h>

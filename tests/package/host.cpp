@@ -2,7 +2,6 @@
 // library.
 
 #include <cstdio>
-#include <cstring>
 #include <vector>
 
 #include <U_Alloc.h>

@@ -1,13 +1,10 @@
 #include <stdexcept>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <gmock/gmock.h>
 
 #include <kroview/messagebox.h>
 #include <platform/alert/layout.h>
-#include <platform/control.h>
 #include <win32/message_box.h>
 
 #include "tests/support/BornLibrary.h"

@@ -2,17 +2,12 @@
 
 #include <array>
 #include <cstring>
-#include <string>
 #include <tuple>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <krobase/debug.h>
 #include <krobase/stack_trace.h>
 #include <kroview/datatransfer.h>
 #include <kroview/ui.h>
-#include <platform/control.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
 #include <win32/message_box.h>

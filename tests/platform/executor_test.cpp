@@ -4,14 +4,12 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
-#include <vector>
 
 #include <gmock/gmock.h>
 
 #include <krobase/executor.h>
 #include <krobase/gate.h>
 #include <krobase/threads.h>
-#include <platform/control.h>
 #include <win32/message_queue.h>
 
 #include "fuzz/code_thrown.h"

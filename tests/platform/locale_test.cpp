@@ -5,16 +5,11 @@
 #include <functional>
 #include <limits>
 #include <random>
-#include <string>
 #include <tuple>
 #include <utility>
 
-#include <gtest/gtest.h>
-
 #include <krobase/format.h>
-#include <platform/control.h>
 #include <win32/locale.h>
-#include <win32/text.h>
 
 #include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
@@ -35,11 +30,6 @@ protected:
 typedef Format SystemDates;
 
 const win32::SYSTEMTIME kTime = {2005, 3, 0, 1, 15, 4, 5, 6}; // Tuesday, 1 March
-
-UTF16String Wide(const std::string& text)
-{
-    return UTF16String(text.begin(), text.end());
-}
 } // namespace
 
 TEST_F(Format, StringsReplaceTheirMarks)
@@ -138,8 +128,8 @@ TEST_F(Format, NumbersAreRead)
     const auto expectRead = [](const std::string& text, long long expected, double number) {
         long long whole = -1;
         double read = -1;
-        StringToNumber(whole, Wide(text), kReadNoLocaleMarks);
-        StringToNumber(read, Wide(text), kReadNoLocaleMarks);
+        StringToNumber(whole, U_AsciiToUTF16String(text.c_str()), kReadNoLocaleMarks);
+        StringToNumber(read, U_AsciiToUTF16String(text.c_str()), kReadNoLocaleMarks);
         EXPECT_EQ(read, number) << text;
         EXPECT_EQ(whole, expected) << text;
     };
@@ -164,7 +154,7 @@ TEST_F(Format, NumbersAreReadWithTheUsersMarks)
     {
         platform::SetUserLocale(locale);
         double read = -1;
-        StringToNumber(read, Wide(text), 0);
+        StringToNumber(read, U_AsciiToUTF16String(text), 0);
         EXPECT_EQ(read, number) << text;
     }
 }

@@ -35,11 +35,12 @@ long long Record(void* window, unsigned int message, unsigned long long wParam, 
     return 7;
 }
 
-void* MakeWindow(void* parent = win32::MessageOnlyParent())
+void* MakeWindow(void* parent = win32::MessageOnlyParent(),
+                 const unsigned short* className = kClassName)
 {
     const win32::WNDCLASSW windowClass = {&Record, kClassName};
     win32::RegisterClassW(&windowClass);
-    return win32::CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, parent, nullptr, nullptr,
+    return win32::CreateWindowExW(0, className, nullptr, 0, 0, 0, 0, 0, parent, nullptr, nullptr,
                                   nullptr);
 }
 
@@ -129,9 +130,7 @@ TEST(MessageQueues, AClassHasANameAndAProcedure)
     OnFreshThread([&] {
         for (const unsigned short* const name :
              {static_cast<const unsigned short*>(nullptr), kOtherName})
-            EXPECT_EQ(win32::CreateWindowExW(0, name, nullptr, 0, 0, 0, 0, 0,
-                                             win32::MessageOnlyParent(), nullptr, nullptr, nullptr),
-                      nullptr);
+            EXPECT_EQ(MakeWindow(win32::MessageOnlyParent(), name), nullptr);
     });
 }
 
@@ -148,9 +147,7 @@ TEST(MessageQueues, AnExceptionOfAProcedureReachesTheDispatcher)
         const win32::WNDCLASSW windowClass = {throwing, kThrowing};
         EXPECT_NE(win32::RegisterClassW(&windowClass), 0);
         EXPECT_EQ(win32::RegisterClassW(&windowClass), 0) << "the name is taken";
-        void* const window =
-            win32::CreateWindowExW(0, kThrowing, nullptr, 0, 0, 0, 0, 0, win32::MessageOnlyParent(),
-                                   nullptr, nullptr, nullptr);
+        void* const window = MakeWindow(win32::MessageOnlyParent(), kThrowing);
         for (const unsigned int code : {14u, 15u})
         {
             win32::PostMessageW(window, win32::kWmUser, code, 0);

@@ -123,6 +123,12 @@ void BornLibrary::TearDown()
     platform::ResetAll();
 }
 
+void BornLibrary::LiveAnew()
+{
+    ASSERT_EQ(U_Death(), 0);
+    ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+}
+
 U_u64 BornLibrary::Stat(U_u32 which)
 {
     U_u64 value = 1234567;

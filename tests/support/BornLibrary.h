@@ -1,5 +1,6 @@
 // The fixture of most tests: a born library on a machine of a known size, with captured log
-// lines and alerts.
+// lines and alerts. Includes GoogleTest, strings, vectors and the switches of the platform, which
+// such tests use.
 
 #ifndef TESTS_SUPPORT_BORN_LIBRARY_H
 #define TESTS_SUPPORT_BORN_LIBRARY_H
@@ -80,6 +81,7 @@ const bool kHugeBlocksAreSlow = true;
 const bool kHugeBlocksAreSlow = false;
 #endif
 
+const U_u32 kLocation = 0x120034; // in texts: ( 18 :: 52 )
 const U_u64 kMiB = 1 << 20;
 const U_u64 kPhysicalMemory = 8192 * kMiB;
 const U_u64 kAvailableMemory = 4096 * kMiB;
@@ -96,6 +98,9 @@ protected:
 
     // Fails the test if the heap is not empty after the library's death.
     void TearDown() override;
+
+    // Ends the life of the library, and begins another one.
+    static void LiveAnew();
 
     // Returns a statistic of U_GetMemoryStat.
     static U_u64 Stat(U_u32 which);

@@ -9,7 +9,6 @@
 #include "tests/support/BornLibrary.h"
 
 const U_u32 kFirstId = 0x31415926;
-const U_u32 kLocation = 0x120034;
 
 typedef std::pair<U_u32, U_u32> Stats; // the live handles and their bytes
 

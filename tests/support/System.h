@@ -24,15 +24,10 @@ int ExitWith(int code);
 int EndOf(int status);
 
 // The predicate of EXPECT_EXIT for an end.
-class EndsBy
+inline auto EndsBy(int end)
 {
-public:
-    explicit EndsBy(int end) : mEnd(end) {}
-    bool operator()(int status) const { return EndOf(status) == mEnd; }
-
-private:
-    int mEnd;
-};
+    return [end](int status) { return EndOf(status) == end; };
+}
 
 // Returns whether this is Windows, and whether that is Wine, which lacks some of the system.
 bool IsWindows();

@@ -5,15 +5,11 @@
 #include <atomic>
 #include <cstdio>
 #include <fstream>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <platform/control.h>
 #include <win32/memory.h>
 
 #include "U_Alloc.h"

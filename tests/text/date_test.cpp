@@ -2,18 +2,13 @@
 
 #include <cstring>
 #include <stdexcept>
-#include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <gmock/gmock.h>
 
-#include <platform/control.h>
-
 #include "U_Date.h"
-#include "U_Lifecycle.h"
 #include "U_Report.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/System.h"
@@ -152,8 +147,7 @@ TEST_F(Dates, PartsThatTheSystemCannotWriteAreOmitted)
             platform::SetMissingFunction(missing);
             if (bornWithout)
             {
-                ASSERT_EQ(U_Death(), 0);
-                ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
+                LiveAnew();
                 if (missing == rows[0].first)
                     platform::SetMissingFunction(nullptr); // too late
             }

@@ -7,12 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "U_Lifecycle.h"
-#include "U_ZString.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
@@ -65,12 +62,6 @@ protected:
     {
         mImages.push_back(BinaryImage({{"/hello", hello}}));
         ASSERT_EQ(LoadDictionary(mImages.back()), 0);
-    }
-
-    void LiveAnew()
-    {
-        ASSERT_EQ(U_Death(), 0);
-        ASSERT_EQ(U_Birth("Test Host", nullptr), 0);
     }
 
 private:

@@ -4,11 +4,8 @@
 
 #include <cstring>
 #include <iterator>
-#include <string>
 #include <tuple>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/Text.h"
 
