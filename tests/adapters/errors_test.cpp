@@ -2,7 +2,6 @@
 
 #include <u/cpp/errors.h>
 
-#include <functional>
 #include <stdexcept>
 #include <tuple>
 

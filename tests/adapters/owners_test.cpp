@@ -4,7 +4,6 @@
 #include <u/cpp/owners.h>
 
 #include <cstring>
-#include <functional>
 
 #include <u/cpp/life.h>
 

@@ -3,7 +3,6 @@
 #include <u/cpp/threads.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 

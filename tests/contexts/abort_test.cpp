@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <tuple>

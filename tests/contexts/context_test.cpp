@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <functional>
 
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <stdexcept>
 #include <tuple>
 

@@ -1,7 +1,5 @@
 // Null out-parameters, in every family.
 
-#include <functional>
-
 #include <gmock/gmock.h>
 
 #include "U_Alloc.h"

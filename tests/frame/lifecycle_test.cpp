@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 // Hogs: their handles, refusals, the report of leaks, and the hogs of the next life.
 
 #include <cstring>
-#include <functional>
 #include <optional>
 #include <tuple>
 #include <utility>

@@ -1,6 +1,6 @@
 // The fixture of most tests: a born library on a machine of a known size, with captured log
-// lines and alerts. Includes GoogleTest, strings, vectors and the switches of the platform, which
-// such tests use.
+// lines and alerts. Includes GoogleTest, strings, vectors, functions and the switches of the
+// platform, which such tests use.
 
 #ifndef TESTS_SUPPORT_BORN_LIBRARY_H
 #define TESTS_SUPPORT_BORN_LIBRARY_H
