@@ -1,6 +1,6 @@
 // Runs a target on the files of folders, so that the tests need no libFuzzer.
 //
-//     corpus_text_check fuzz/corpus/text_check
+//     corpus_expansion fuzz/corpus/expansion
 
 #include <algorithm>
 #include <cstdint>
