@@ -18,6 +18,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -144,9 +145,14 @@ public:
 
     explicit FlatMap(const Catalogue& catalogue) : mKeys(catalogue.mKeys)
     {
-        mTexts.reserve(mKeys.size());
+        // In the order of the other catalogues, so that the loop reads the memory of no way in
+        // turn.
+        std::map<std::string_view, const U_UTF16String*> sorted;
         for (std::size_t number = 0; number < mKeys.size(); ++number)
-            mTexts.emplace(mKeys[number], catalogue.mTexts[number]);
+            sorted.emplace(mKeys[number], &catalogue.mTexts[number]);
+        mTexts.reserve(mKeys.size());
+        for (const auto& [key, text] : sorted)
+            mTexts.emplace(key, *text);
     }
 
     U_UTF16String Text(std::size_t number) const { return mTexts.find(mKeys[number])->second; }
