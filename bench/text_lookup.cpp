@@ -280,7 +280,7 @@ template <class Way> bool LookUpAll(const Way& way, const Catalogue& catalogue)
 {
     typedef std::chrono::steady_clock Clock;
     const std::size_t count = catalogue.mTexts.size();
-    const auto end = Clock::now() + std::chrono::seconds(2) + count * std::chrono::microseconds(20);
+    const auto end = Clock::now() + std::chrono::seconds(1) + count * std::chrono::microseconds(8);
     for (std::size_t number = 0; number < count; ++number)
     {
         if (!IsSame(way.Text(number), catalogue.mTexts[number]))
