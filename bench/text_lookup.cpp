@@ -145,8 +145,8 @@ public:
 
     explicit FlatMap(const Catalogue& catalogue) : mKeys(catalogue.mKeys)
     {
-        // In the order of the other catalogues, so that the loop reads the memory of no way in
-        // turn.
+        // Sorted, as the files of the other ways: in the order of the look-ups, the loop would read
+        // the table's memory in sequence.
         std::map<std::string_view, const U_UTF16String*> sorted;
         for (std::size_t number = 0; number < mKeys.size(); ++number)
             sorted.emplace(mKeys[number], &catalogue.mTexts[number]);
