@@ -11,6 +11,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -104,7 +105,7 @@ void EscapeMarkedByPugi(benchmark::State& state)
         TextWriter writer;
         writer.mText.reserve(text.size());
         node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
-        return writer.mText;
+        return std::move(writer.mText); // a member is not moved otherwise
     };
     if (write() != U_EscapeBodyTextToSafeXML(text, false, false))
         state.SkipWithError("escaped otherwise");

@@ -40,7 +40,7 @@ template <class Time, U_Status (*read)(Time*)> void Clock(benchmark::State& stat
         benchmark::DoNotOptimize(last);
     }
     if (first <= 0 || last < first)
-        state.SkipWithError("the clock stands");
+        state.SkipWithError("the clock does not advance");
     U_Death();
 }
 void Seconds(benchmark::State& state)

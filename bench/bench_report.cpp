@@ -150,7 +150,11 @@ public:
             pattern, spdlog::pattern_time_type::local, ""));
     }
 
-    void Log(spdlog::level::level_enum level) { mLogger.log(kSource, level, mText); }
+    // The time is given, since the library reads no clock for a report.
+    void Log(spdlog::level::level_enum level)
+    {
+        mLogger.log(spdlog::log_clock::time_point(), kSource, level, mText);
+    }
 
     const std::shared_ptr<CopyingSink> mSink = std::make_shared<CopyingSink>();
     spdlog::logger mLogger{"bench_report", mSink};

@@ -149,7 +149,9 @@ U_u64 InUse()
     return used;
 }
 
-const U_u64 kPassedOn = 100000; // bytes of a block that a producer passes to a consumer
+// Bytes of a block that a producer passes to a consumer. Each thread can keep back the charges of
+// two such blocks, since a part of a thread has at most 16 KiB.
+const U_u64 kPassedOn = 6000;
 
 // Calls run(use) with readings of the use while a producer passes blocks to a consumer.
 template <class Run> void UnderProducerAndConsumer(benchmark::State& state, Run run)

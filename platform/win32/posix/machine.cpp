@@ -28,9 +28,13 @@ std::string UserName()
     std::vector<char> room(1024);
     passwd entry;
     passwd* found = nullptr;
-    while (getpwuid_r(geteuid(), &entry, room.data(), room.size(), &found) == ERANGE &&
-           room.size() < kLongestUserEntry)
-        room.resize(room.size() * 2);
+    int error = 0;
+    while ((error = getpwuid_r(geteuid(), &entry, room.data(), room.size(), &found)) == EINTR ||
+           (error == ERANGE && room.size() < kLongestUserEntry))
+    {
+        if (error == ERANGE)
+            room.resize(room.size() * 2);
+    }
     return found ? found->pw_name : "";
 }
 } // namespace
