@@ -1,6 +1,7 @@
 // The text form: lines, encodings, and notations: escapes, and named and numbered characters.
 
 #include <sstream>
+#include <tuple>
 
 #include <hollin_private/Expansion.h>
 #include <platform/control.h>
@@ -40,6 +41,46 @@ void ExpectKept(const std::vector<std::u16string>& texts)
         ExpectExpanded({{text, text}});
 }
 } // namespace
+
+TEST(TextForm, LineHoldsAKeyAndAValue)
+{
+    const std::tuple<std::u16string, std::string, std::u16string> rows[] = {
+        {uR"(key=value)", "key", u"value"},
+        {uR"($$$/a/b=value)", "/a/b", u"value"},
+        {uR"("$$$/U/Demo=first\nsecond ^1 #{mdash}")", "/U/Demo", u"first\nsecond ^1 \x2014"},
+        {uR"(key)", "key", u""},
+        {uR"(=value)", "", u"value"},
+        {uR"( key = value )", " key ", u" value "},
+        {uR"("key=value" trailing words)", "key", u"value"},
+        {uR"(words in front "key=value")", "key", u"value"},
+        {uR"("key=value)", "key", u"value"},
+        {uR"(key="value)", "value", u""}, // the text before the quote is ignored
+        {uR"("key=a \"quoted\" word" end)", "key", u"a \"quoted\" word"},
+        {uR"(key=say \"so\")", "key", u"say \"so\""},
+        {uR"("")", "", u""},
+        {uR"(\"key=value)", "\\\"key", u"value"},
+        {uR"(key=100^ ^^1 ^C)", "key", u"100^ ^1 \xA9"},
+        {uR"($$$$=x)", "$", u"x"},
+        {uR"(" $$=x")", " $$", u"x"}, // only a first dollar sign makes a prefix
+        {u"k\x141y=v", "kAy", u"v"},  // the low bytes
+    };
+    for (const auto& [line, key, value] : rows)
+    {
+        for (const Way way : kWays)
+            EXPECT_EQ(LoadedTexts(TextBytes(line), way), (KeyedTexts{{key, value}})) << key;
+    }
+}
+
+TEST(TextForm, EncodingsGiveTheSameTexts)
+{
+    for (const Way way : kWays)
+        EXPECT_EQ(LoadedTexts("\"/e=\xE9t\xE9\"\r\n", way), (KeyedTexts{{"/e", u"\xE9t\xE9"}}));
+    platform::SetActiveCodePage(932);
+    EXPECT_EQ(LoadedTexts("/j=\x83\x5C\x8E\x9F"), (KeyedTexts{{"/j", u"\x30BD\x6B21"}}));
+    platform::SetActiveCodePage(65001);
+    EXPECT_EQ(LoadedTexts("/u=\xE2\x80\xA8."), (KeyedTexts{{"/u", u"\x2028."}})); // no line end
+    platform::ResetAll();
+}
 
 TEST(TextForm, LineOfOnlyAMarkIsSkippedInAStream)
 {

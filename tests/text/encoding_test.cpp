@@ -62,10 +62,6 @@ TEST(Encoding, TextInTheActiveCodePageConvertsToUTF16AndBack)
         EXPECT_EQ(U_UTF16ToMBString(Units(units), true), bytes);
         EXPECT_EQ(U_UTF16ToMBString(Units(units).c_str(), true), bytes.c_str());
     }
-    const ScActiveCodePage cyrillic(1251);
-    const U_UTF16String quarter = Units(u"\u00BC"); // has the byte of another character
-    EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(quarter.c_str(), true); }), 10);
-    EXPECT_EQ(U_UTF16ToMBString(quarter, false), "?");
 }
 
 // Long texts are converted in pieces. Each row, after heads of all lengths around the length of a
@@ -122,6 +118,23 @@ TEST(Encoding, ShortTextsKeepEachCharacter)
             EXPECT_EQ(U_UTF16To8String(Units(wideX + u"\u0161" + wideA)), Bytes(x + "\u0161" + a));
             EXPECT_EQ(U_UTF16To8String(Units(wideX + u"\u0080" + wideA)), Bytes(x + "\u0080" + a));
         }
+    }
+}
+
+TEST(Encoding, ExactRefusesACharacterThatTheCodePageLacks)
+{
+    const std::tuple<unsigned int, std::u16string, int, std::string> rows[] = {
+        {1252, u"a\u4E00b", 10, "a?b"},       {1252, u"\u0101", 10, "a"}, {932, u"\u00A9", 10, "c"},
+        {1252, u"\u00E9", 0, "\xE9"},         {1251, u"\u00BC", 10, "?"}, {932, u"\u2206", 10, "?"},
+        {65001, u"\xD800", 0, "\xEF\xBF\xBD"}};
+    for (const auto& [codePage, wide, thrown, inexact] : rows)
+    {
+        SCOPED_TRACE(inexact);
+        const ScActiveCodePage active(codePage);
+        const U_UTF16String units = Units(wide);
+        EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(units, true); }), thrown);
+        EXPECT_EQ(CodeThrown([&] { U_UTF16ToMBString(units.c_str(), true); }), thrown);
+        EXPECT_EQ(U_UTF16ToMBString(units, false), inexact);
     }
 }
 

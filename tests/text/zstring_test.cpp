@@ -20,7 +20,11 @@ void ExpectResolved(std::initializer_list<std::pair<const char*, std::u16string>
 class ZString : public BornLibrary
 {
 protected:
-    DictionaryImage mGerman = BinaryImage({{"/hello", u"Guten Tag"}});
+    // German for "hello", and texts that the library changes when it resolves them.
+    DictionaryImage mGerman = BinaryImage({{"/hello", u"Guten Tag"},
+                                           {"/empty", u""},
+                                           {"/raw", u"^^1 #{e9}"},
+                                           {"/marked", u"mac{{*MSWindows*}}win{{*COMMENT*}}note"}});
 };
 } // namespace
 
@@ -43,15 +47,25 @@ TEST_F(ZString, MarkersDropTextAndInsertTheYear)
         EXPECT_TRUE('0' <= digit && digit <= '9');
 }
 
-TEST_F(ZString, ADefaultTextIsExpandedAndAKeyNeedsNoPrefix)
+TEST_F(ZString, TextsOfADictionaryComeBeforeDefaults)
 {
     ASSERT_EQ(LoadDictionary(mGerman), 0);
     ExpectResolved({
         {nullptr, u""},
         {"$$$/a=\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"},
         {"=100^ \\n ^C #{endl}#{e9}#{eacute}", u"100^ \n \u00A9 \r\n\u00E9\u00E9"},
+        {kHello, u"Guten Tag"},
         {"/hello", u"Guten Tag"},
+        {"$$$/empty=Nothing", u""},
+        {"$$$/raw=Raw", u"^^1 #{e9}"}, // stored texts are expanded already
+        {"$$$/marked=Marked", u"win"},
+        {"$$$/other=^^1", u"^1"},
     });
+    EXPECT_EQ(U_ZStringToEnglishUTF16String(kHello), Units(u"Hello"));
+
+    DictionaryImage more = BinaryImage({{"/hello", u"Moin"}, {"/other", u"Anderes"}});
+    ASSERT_EQ(LoadDictionary(more), 0);
+    ExpectResolved({{kHello, u"Moin"}, {"$$$/other=Other", u"Anderes"}, {"/marked", u"win"}});
 }
 
 TEST_F(ZString, ALoadThatFailsChoosesNoLanguage)
