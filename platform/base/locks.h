@@ -89,7 +89,7 @@ template <class Lockable> class PLATFORM_SCOPED_CAPABILITY ScLock
 {
 public:
     explicit ScLock(Lockable& mutex) PLATFORM_ACQUIRE(mutex) : mMutex(mutex) { mMutex.Lock(); }
-    ~ScLock() PLATFORM_RELEASE() { mMutex.Unlock(); } // NOLINT(bugprone-exception-escape)
+    ~ScLock() PLATFORM_RELEASE() { mMutex.Unlock(); } // NOLINT: throws nothing if locked
     ScLock(const ScLock&) = delete;
     ScLock& operator=(const ScLock&) = delete;
 

@@ -308,6 +308,7 @@ TEST_F(HogLeaks, BytesOfANegativeCountAreNegative)
 TEST_F(HogLeaks, ABirthAfterAFailedBirthHasNoHogs)
 {
     U_Death();
+    EXPECT_EQ(U_RegisterHog("of no life", &mId), 3);
     const U_u64 used = MEM_GetMemUsage();
     const ScExpectedLeaks expected; // of the steps before the one that fails
     U_Status failure = 0;

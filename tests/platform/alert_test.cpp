@@ -82,7 +82,7 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
     ShowPlainBox(
         u"Die Datei ist zu groß.\r\n\r\n"
         u"日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えません。\x1B\n"
-        u"e\u0301\uFF21\U0001F600\n\n",
+        u"e\u0301\uFF21\U0001F600\n\U00010300\n\n",
         u"Größe");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "+--------------------------------------------------------------------------+\n"
@@ -93,6 +93,8 @@ TEST_F(Alerts, AnAlertWithoutAPresenterIsFramedOnStderr)
               "| 日本語のテキストは空白がなくても折り返されます。長い文章でも枠を超えませ |\n"
               "| ん。                                                                     |\n"
               "| e\u0301\uFF21\U0001F600                                                           "
+              "         |\n"
+              "| \U00010300                                                               "
               "         |\n"
               "+--------------------------------------------------------------------------+\n");
 }
