@@ -32,6 +32,15 @@ TEST_P(LegacyImage, EntriesKeepTheirOrderBeforeOlderEntries)
     EXPECT_EQ(TextsOf(dictionary), (KeyedTexts{{kOne, u"eins"}, {kTwo, u"two"}}));
 }
 
+TEST_P(LegacyImage, CheckCountsEntriesBucketsAndBytes)
+{
+    const hollin::ImageReport report = Check(Image(kOneBucket));
+    EXPECT_EQ(std::tuple(report.mSlots, report.mLive, report.mBuckets, report.mLongestBucket),
+              std::tuple(2u, 2u, 1u, 2u));
+    EXPECT_EQ(report.mKeyBytes, std::string(kOne).size() + std::string(kTwo).size());
+    EXPECT_EQ(report.mValueBytes, 16u);
+}
+
 TEST_P(LegacyImage, KeysAreCopiedOnRequest)
 {
     const std::string image = Image(kOneBucket);

@@ -174,6 +174,10 @@ TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
 {
     win32::PROCESS_MEMORY_COUNTERS counters = {};
     EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
+    EXPECT_NE(win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &counters, sizeof(counters)),
+              0);
+    EXPECT_GE(counters.PeakWorkingSetSize, counters.WorkingSetSize);
+    EXPECT_GT(counters.WorkingSetSize, 0u);
     EXPECT_FALSE(win32::IsProcessorFeaturePresent(1000));
     EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
     EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
