@@ -13,6 +13,7 @@
 
 #include "U_Alloc.h"
 #include "U_Lifecycle.h"
+#include "U_MemServices.h"
 #include "tests/support/BlockKinds.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/System.h"
@@ -334,6 +335,21 @@ TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
     U_FreePtr(foreign + 32);
     EXPECT_THAT(Reports(), ElementsAre(HasSubstr("an address that is no live block was used")));
     EXPECT_THAT(mAlerts.Texts(), testing::Not(testing::Contains(HasSubstr("RAM"))));
+}
+
+TEST_F(HeapChecks, AResizeGivesTheOldMemoryBack)
+{
+    if (platform::MemoryIsWatched())
+        GTEST_SKIP() << "a checker of the process keeps freed memory";
+    U_MemoryStats before = {};
+    U_MemoryStats after = {};
+    void** handle = U_AllocateHandle(kBlockLocation, "op", kSize);
+    U_GetSystemMemoryStats(&before);
+    for (int step = 0; step < 4000; ++step)
+        ASSERT_EQ(U_ResizeHandle(kBlockLocation, step % 2 ? 20000 : 30000, "resize", &handle), 0);
+    U_GetSystemMemoryStats(&after);
+    EXPECT_LE(after.mResident, before.mResident + (16 << 20));
+    FreeHandle(handle);
 }
 
 TEST_F(HeapChecks, AUseThroughAFunctionForAnotherKindIsReported)
