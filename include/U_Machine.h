@@ -92,7 +92,8 @@ U_EXPORT U_u32 U_PointerToInt32(void* pointer);
 // The profile integer "UseControlFPKey64_2", as a byte, decides:
 // - 0: the thread is unchanged.
 // - 2, also if the profile has none: the defaults of all three integers are written to the
-//   profile, and the word is set with these. Without memory the profile is unchanged.
+//   profile, and the word is set with these. Without memory for an integer, that integer is not
+//   written, and its default counts.
 // - Any other: "ControlFPMaskKey64_2" (default 50856735) selects the fields of the word that
 //   change, "ControlFPValuesKey64_2" (default 0x8001F) has their values.
 // The values always include flushing and no exception for inexact results.

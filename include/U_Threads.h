@@ -95,11 +95,11 @@ U_EXPORT void U_UnregisterExceptionTranslator(U_u32 id);
 // recognises, which is logged and reported.
 U_EXPORT U_Status U_TranslateAndReportException(std::exception& exception);
 
-// Reports the system's text for the result code of the exception as a warning. Returns if there is
-// no text. `file` and `line` are not used.
+// Reports the system's text for the result code of the exception as a warning. Returns if the
+// system has no text, or no memory for it. `file` and `line` are not used.
 //
-// Throws: the int 1; if the report throws, its exception instead, such as the code of a logging
-// callback (U_Report.h).
+// Throws: the int 1; std::bad_alloc without memory for the text; if the report throws, its
+// exception instead, such as the code of a logging callback (U_Report.h).
 U_EXPORT void TranslateAndThrowATLException(ATL::CAtlException& exception, const char* file,
                                             int line);
 

@@ -2,6 +2,7 @@
 // ends is a failure: the library returns, or throws, also without any memory.
 
 #include <algorithm>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -35,6 +36,20 @@ std::vector<Failing> Failings()
             {"for good", [](long point) { BeginFailingMalloc(point, true); }, &EndFailingMalloc,
              &HasMallocFailed, ~0u, kFormsOfICU}};
 }
+
+// Returns the operations that can be the first of a process.
+Operations Fit(Operations operations)
+{
+    // The C library crashes without memory in its first look-up of a user. The others log a stack
+    // trace, of which the first one of a process has too many points.
+    const std::set<std::string_view> unfit = {
+        "U_GetUsername",      "a missing attribute",        "illegal characters",
+        "Up_ReportErrString", "U_ReportFailedVerification", "Up_AssertFailed"};
+    const auto isUnfit = [&](const Operation& each) { return unfit.count(each.name) != 0; };
+    operations.erase(std::remove_if(operations.begin(), operations.end(), isUnfit),
+                     operations.end());
+    return operations;
+}
 } // namespace
 
 TEST_F(Malloc, EachOperationFailsAsPromisedAndThenSucceeds)
@@ -59,17 +74,13 @@ TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
     WalkOverALife(Failings(), true);
 }
 
-// Without the families that report problems: the first stack trace of a process takes long.
 TEST(MallocOverALife, FirstUsesFailAsPromisedAndThenSucceed)
 {
-    // The C library crashes without memory in its first look-up of a user.
-    const auto looksUpUser = [](const Operation& each) {
-        return each.name == std::string_view("U_GetUsername");
-    };
-    Operations contexts = ContextOperations();
-    contexts.erase(std::remove_if(contexts.begin(), contexts.end(), looksUpUser), contexts.end());
-    WalkFirstUses(MemoryOperations(), Failings(), true);
-    WalkFirstUses(TextOperations(), Failings(), true);
-    WalkFirstUses(contexts, Failings(), false);
-    WalkFirstUses(SystemOperations(), Failings(), false);
+    WalkFirstUses(Fit(MemoryOperations()), Failings(), true);
+    WalkFirstUses(Fit(TextOperations()), Failings(), true);
+    WalkFirstUses(Fit(DataOperations()), Failings(), true);
+    WalkFirstUses(Fit(ContextOperations()), Failings(), false);
+    WalkFirstUses(Fit(SystemOperations()), Failings(), false);
+    platform::SetUserLocale("fr_FR");
+    WalkFirstUses(Fit(SoleOperations()), Failings(), false);
 }

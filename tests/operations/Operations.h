@@ -1,6 +1,6 @@
-// Operations of the library, each with the check of its result. The fault sweeps fail each
-// allocation of an operation in turn, a race runs each operation on two threads at the same time,
-// and the soak runs all operations on eight threads.
+// Operations of the library, each with the check of its result. Walks fail each allocation, and
+// each call to the system, of an operation in turn. Another thread runs an operation while the
+// alert of its failed allocation is up. The soak runs operations on eight threads.
 
 #ifndef TESTS_OPERATIONS_OPERATIONS_H
 #define TESTS_OPERATIONS_OPERATIONS_H
@@ -87,7 +87,7 @@ struct Operation
     const char* name;
     unsigned int failures; // the outcomes that a failed allocation may have, besides kRight
     std::function<Outcome(Own&)> run; // does not change the use of the heap
-    bool keeps = false;               // its result stays in the heap until death
+    bool keeps = false;               // its result stays in the heap until death; not in the soak
 };
 
 typedef std::vector<Operation> Operations;
@@ -101,7 +101,7 @@ Operations DataOperations();
 Operations ContextOperations(); // and threads, reports and the platform
 Operations AllOperations();
 Operations SystemOperations(); // in which the system allocates or opens something; not in the above
-Operations SoleOperations(); // for one thread at a time, in the user locale fr_FR; not in the above
+Operations SoleOperations();   // for one thread at a time, in the locale fr_FR; not in the above
 
 // Drops log lines, and alerts but for those that SoleOperations count.
 void DropAlertsAndLogLines();

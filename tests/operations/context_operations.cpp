@@ -12,6 +12,7 @@
 #include "U_Machine.h"
 #include "U_Posted.h"
 #include "U_Report.h"
+#include "U_String.h"
 #include "U_Suspend.h"
 #include "U_Threads.h"
 #include "tests/operations/Operations.h"
@@ -84,13 +85,15 @@ Outcome CallOnOwnLoop(Own& own)
     return RightIf(suspended->CallOnEventLoopAdaptorExecutor(loop, [] { return 7; }) == 7);
 }
 
-Outcome EnterRole(void (*enter)(), void (*leave)(), bool (*isOn)())
+Operation OfRole(const char* name, void (*enter)(), void (*leave)(), bool (*isOn)())
 {
-    const bool before = isOn();
-    RunOrLeaveIntact(enter, [&] { return isOn() == before; });
-    const bool right = isOn();
-    leave();
-    return RightIf(right && isOn() == before);
+    return {name, kBadAlloc, [=](Own&) {
+                const bool before = isOn();
+                RunOrLeaveIntact(enter, [&] { return isOn() == before; });
+                const bool right = isOn();
+                leave();
+                return RightIf(right && isOn() == before);
+            }};
 }
 
 Outcome SetLocalHandler(Own& own)
@@ -186,18 +189,21 @@ Operations ContextOperations()
          [](Own&) { return RightIf(!U_Context::CheckAbortAndFlushCompletionRoutines()); }},
         {"U_SuspendContext", kBadAlloc, &CallSuspended},
         {"CallOnEventLoopAdaptorExecutor", kBadAlloc, &CallOnOwnLoop},
-        {"U_RegisterMainThread", kBadAlloc,
-         [](Own&) {
-             return EnterRole(&U_RegisterMainThread, &U_DeregisterMainThread, &U_IsOnMainThread);
-         }},
-        {"U_RegisterRenderThread", kBadAlloc,
-         [](Own&) {
-             return EnterRole(&U_RegisterRenderThread, &U_DeregisterRenderThread,
-                              &U_IsOnRenderThread);
-         }},
+        OfRole("U_RegisterMainThread", &U_RegisterMainThread, &U_DeregisterMainThread,
+               &U_IsOnMainThread),
+        OfRole("U_RegisterRenderThread", &U_RegisterRenderThread, &U_DeregisterRenderThread,
+               &U_IsOnRenderThread),
         {"a local handler", kBadAlloc, &SetLocalHandler},
         {"U_RegisterExceptionTranslatorImpl", kNull, &Translate},
         {"U_StartQuietErrorsOnCurrentThread", kCode4 | kLess, &ReportQuietly},
+        {"Up_NuloEnglishError and Up_SysEnglishError", kLess, // of a buffer of all threads
+         [](Own&) {
+             U_CopyString("a text", U_ReportTextSize, Up_GetThreadLoggingBuffer());
+             Up_NuloEnglishError(0x270F);
+             Up_SysEnglishError(12345);
+             const std::string_view text = Up_GetThreadLoggingBuffer();
+             return RightIf(text == "a text (270f) (12345).", kLess);
+         }},
         {"U_GetUsername", kBadAlloc | kLess,
          [](Own&) { return RightIf(!U_GetUsername().empty(), kLess); }},
         {"DebugDatabase::GetEntry", kBadAlloc,

@@ -18,9 +18,11 @@ const U_UTF16String kJSON = Units(kJSONText);
 const U_UTF16String kKey = Units(u"a name of some length");
 const U_UTF16String kOther = Units(u"another name of some length");
 const U_UTF16String kText = Units(u"a text of some length");
+const U_Any kVariant(kText);
 const U_UTF16String kLiteral = Units(u"\"a text of some length\"");
 
-const U_UTF8String kName = Bytes("a name of some length");
+const char kLong[] = "a name of some length";
+const U_UTF8String kName = Bytes(kLong);
 const U_UTF8String kDigits = Bytes("00010203040506070809");
 const U_UTF8String kIllegal = Bytes("a text with \x01 and \x02 in it");
 const U_UTF8String kMarkup = Bytes("a <text> & its 'marks' of \"XML\"");
@@ -50,12 +52,15 @@ const U_XML_Element& Element()
 
 // Each runs a change, after whose failure the object must be unchanged.
 
-template <class Change> Outcome OfVariant(Change change)
+Operation OfVariant(const char* name, void (*change)(U_Any& value))
 {
-    U_Any value(7);
-    RunOrLeaveIntact([&] { change(value); },
-                     [&] { return value.GetType() == U_Any::kType_Int && value.GetAs_int() == 7; });
-    return RightIf(value.GetAs_Str() == kText);
+    return {name, kBadAlloc, [=](Own&) {
+                U_Any value(7);
+                RunOrLeaveIntact(
+                    [&] { change(value); },
+                    [&] { return value.GetType() == U_Any::kType_Int && value.GetAs_int() == 7; });
+                return RightIf(value.GetAs_Str() == kText);
+            }};
 }
 
 // Returns an operation that changes a copy of the tree to one of `size` children.
@@ -71,17 +76,19 @@ template <class Change> Operation OfTree(const char* name, std::size_t size, Cha
             }};
 }
 
-template <class Change> Outcome OfElement(Change change)
+Operation OfElement(const char* name, void (*change)(U_XML_Element& element))
 {
-    U_XML_Element element(kDigits, 1);
-    const auto isUnchanged = [&] {
-        return element.GetName() == kDigits && element.GetType() == 1 &&
-               element.GetBodyText().empty() && element.GetNamespace().empty() &&
-               element.GetCDataSection().empty() &&
-               element.GetAttrsBegin() == element.GetAttrsEnd();
-    };
-    RunOrLeaveIntact([&] { change(element); }, isUnchanged);
-    return RightIf(!isUnchanged());
+    return {name, kBadAlloc, [=](Own&) {
+                U_XML_Element element(kDigits, 1);
+                const auto isUnchanged = [&] {
+                    return element.GetName() == kDigits && element.GetType() == 1 &&
+                           element.GetBodyText().empty() && element.GetNamespace().empty() &&
+                           element.GetCDataSection().empty() &&
+                           element.GetAttrsBegin() == element.GetAttrsEnd();
+                };
+                RunOrLeaveIntact([&] { change(element); }, isUnchanged);
+                return RightIf(!isUnchanged());
+            }};
 }
 
 Outcome Serialize(Own& own)
@@ -105,14 +112,22 @@ Outcome Serialize(Own& own)
 Operations DataOperations()
 {
     typedef U_AnyTreeWrapper& To;
+    typedef U_XML_Element Node;
     return {
-        {"U_Any::operator=", kBadAlloc,
+        OfVariant("U_Any::operator=", [](U_Any& value) { value = kVariant; }),
+        OfVariant("U_Any::SetFrom_JSON", [](U_Any& value) { value.SetFrom_JSON(kLiteral); }),
+        {"U_Any::GetAs_MBStr", kBadAlloc,
+         [](Own&) { return RightIf(kVariant.GetAs_MBStr() == "a text of some length"); }},
+        {"U_AnyTranslator", kBadAlloc,
          [](Own&) {
-             static const U_Any kString(kText);
-             return OfVariant([](U_Any& value) { value = kString; });
+             U_AnyTranslator to;
+             const auto held = boost::any_cast<U_Any>(*to.get_value(kVariant));
+             return RightIf(to.put_value(kText)->GetAs_Str() == held.GetAs_Str());
          }},
-        {"U_Any::SetFrom_JSON", kBadAlloc,
-         [](Own&) { return OfVariant([](U_Any& value) { value.SetFrom_JSON(kLiteral); }); }},
+        {"get_child_any", kBadAlloc,
+         [](Own&) {
+             return RightIf(U_AnyTreeWrapper(Tree()).get_child_any(kKey).GetAs_Str() == kText);
+         }},
         {"U_AnyTreeWrapper::SetFrom_JSON", kBadAlloc,
          [](Own&) {
              U_AnyTree read;
@@ -136,16 +151,17 @@ Operations DataOperations()
              const U_AnyTree mapping = U_AnyTreeWrapper(Flat()).CreateReverseMapping();
              return RightIf(U_AnyTreeWrapper(mapping).exists(kText));
          }},
-        {"U_XML_Element::SetNamespace", kBadAlloc,
-         [](Own&) { return OfElement([](U_XML_Element& to) { to.SetNamespace(kName); }); }},
-        {"U_XML_Element::SetCDataSection", kBadAlloc,
-         [](Own&) { return OfElement([](U_XML_Element& to) { to.SetCDataSection(kName); }); }},
-        {"U_XML_Element::SetAttribute", kBadAlloc,
+        OfElement("U_XML_Element::SetNamespace", [](Node& to) { to.SetNamespace(kName); }),
+        OfElement("U_XML_Element::SetCDataSection", [](Node& to) { to.SetCDataSection(kName); }),
+        OfElement("U_XML_Element::SetAttribute", [](Node& to) { to.SetAttribute(kName, kName); }),
+        OfElement("U_XML_Element::SetAttributeBool", // calls SetAttributeLong
+                  [](Node& to) { to.SetAttributeBool(kLong, true); }),
+        {"U_XML_Element::GetAttributeValueBool", kBadAlloc,
          [](Own&) {
-             return OfElement([](U_XML_Element& element) { element.SetAttribute(kName, kName); });
+             bool flag = true; // not a number, so false
+             return RightIf(Element().GetAttributeValueBool(kLong, &flag, false) && !flag);
          }},
-        {"U_XML_Element::operator=", kBadAlloc,
-         [](Own&) { return OfElement([](U_XML_Element& element) { element = Element(); }); }},
+        OfElement("U_XML_Element::operator=", [](Node& element) { element = Element(); }),
         {"new U_XML_Element", kBadAlloc,
          [](Own&) {
              delete new U_XML_Element(kName, 7);

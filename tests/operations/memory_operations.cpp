@@ -44,6 +44,12 @@ template <class Make, class Release> Outcome OfMade(const Own& own, Make make, R
     return outcome;
 }
 
+template <class Copy, class Release> Outcome OfCopy(const Own& own, Copy copy, Release release)
+{
+    return OfMade(
+        own, [&](void*** out) { return copy(own.handle, "copy", out); }, release);
+}
+
 Outcome ResizeHandle(Own& own)
 {
     void** handle = U_AllocateHandleQuiet(own.size);
@@ -221,18 +227,9 @@ Operations MemoryOperations()
         {"U_ResizePtrQuiet", kCode4, &ResizeNothing},
         {"U_AllocateRecycledPtr", kNull, &Recycle},
         {"U_DuplicateHandle", kCode4,
-         [](Own& own) {
-             return OfMade(
-                 own, [&](void*** out) { return U_DuplicateHandle(own.handle, "copy", out); },
-                 &U_FreeHandle);
-         }},
+         [](Own& own) { return OfCopy(own, &U_DuplicateHandle, &U_FreeHandle); }},
         {"U_DuplicateHandleToPlatform", kCode4,
-         [](Own& own) {
-             return OfMade(
-                 own,
-                 [&](void*** out) { return U_DuplicateHandleToPlatform(own.handle, "copy", out); },
-                 &DisposeHandle);
-         }},
+         [](Own& own) { return OfCopy(own, &U_DuplicateHandleToPlatform, &DisposeHandle); }},
         {"U_DuplicateHandleFromPlatform", kNull, &CopyFromPlatform},
         {"U_DetachResource", kCode4 | kNull, &DetachResourceOf},
         {"U_RegisterHog", kCode4,
@@ -267,5 +264,10 @@ Operations MemoryOperations()
          }},
         {"U_ReserveContiguousAddressSpace", kCode4,
          [](Own&) { return OfCode(U_ReserveContiguousAddressSpace(1 << 20), true); }},
+        {"U_ScReserveContiguousAddressSpace", kThrown4,
+         [](Own&) {
+             U_ScReserveContiguousAddressSpace(1 << 20).Release();
+             return kRight;
+         }},
     };
 }

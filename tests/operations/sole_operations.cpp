@@ -6,12 +6,15 @@
 #include <utility>
 
 #include <platform/control.h>
+#include <tolv/profile.h>
+#include <win32/errors.h>
 
 #include "U_Alloc.h"
 #include "U_Assert.h"
 #include "U_Format.h"
 #include "U_Group.h"
 #include "U_Interact.h"
+#include "U_Machine.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Telemetry.h"
@@ -26,6 +29,7 @@ namespace
 const U_u32 kLocation = 0x120034;
 const char kText[] = "a report that is too long for a string object";
 const U_UTF16String kWideText = Units(u"a report that is too long for a string object");
+const U_UTF16String kUseControl = Units(u"UseControlFPKey64_2");
 const U_UTF16String kRefused = Units(u"Memory allocation of 2");
 const U_UTF16String kGrouped =
     Units(u"Grouped_Message_{Several|||One###@0 files:}a report that is too long for a string "
@@ -109,8 +113,23 @@ Outcome ReportToTelemetry(Own&)
     return isWhole ? Shown(&Report) : kWrong;
 }
 
+// Without memory for the system's text, nothing is reported.
+Outcome ReportResultCode(Own&)
+{
+    ATL::CAtlException exception(static_cast<int>(0x80004003));
+    try
+    {
+        TranslateAndThrowATLException(exception, __FILE__, __LINE__);
+    }
+    catch (int code)
+    {
+        return RightIf(code == 1);
+    }
+    return kLess;
+}
+
 // The error differs from the alert of a failed allocation, which is shown too.
-Outcome Defer(bool repeats)
+Outcome Defer(bool repeats, bool async)
 {
     const U_u32 mask = Up_GetInteract();
     U_u32 before = 0;
@@ -120,7 +139,7 @@ Outcome Defer(bool repeats)
     U_DeferredState state;
     const U_Status started = U_DeferredReportingStart(0xFFFF0000, &state);
     Report();
-    const U_Status ended = U_DeferredReportingEnd(repeats, nullptr, &state);
+    const U_Status ended = U_DeferredReportingEndAsync(repeats, async, nullptr, &state);
     U_GetHowManyErrors(&after);
     ShowPosted();
     const bool isBack = Up_GetInteract() == mask && !state.mSavedMessage;
@@ -166,6 +185,12 @@ Operations SoleOperations()
             return outcome == kLost ? kLess : outcome;
         };
     };
+    const auto ofCode = [=](auto report) {
+        return ifRoom([=] {
+            const U_Status code = report(kLocation, U_Sev_WARNING, 3, kText);
+            return RightIf(code == 3 && Up_GetThreadLastError() == 3);
+        });
+    };
     // Loads a dictionary and looks a text up.
     const auto load = [](DictionaryImage from, const char* zstring, const char* text) {
         return [image = std::move(from), zstring, text](Own&) mutable {
@@ -180,10 +205,30 @@ Operations SoleOperations()
          })},
         {"Up_ReportErrString", kLess | kLost | kCode4,
          shown([] { return OfCode(Up_ReportErrString(kLocation, U_Sev_PROBLEM, kText), true); })},
-        {"Up_ReportNuloErrString", kLess, ifRoom([] {
-             const U_Status code = Up_ReportNuloErrString(kLocation, U_Sev_WARNING, 3, kText);
-             return RightIf(code == 3 && Up_GetThreadLastError() == 3);
+        {"Up_ReportNuloErrString", kLess, ofCode(&Up_ReportNuloErrString)},
+        {"Up_ReportSyserrString", kLess, ofCode(&Up_ReportSyserrString)},
+        {"Up_Report16", kLess | kLost, shown([] {
+             Up_Report16(kLocation, U_Sev_WARNING, kWideText, false);
+             return kRight;
          })},
+        {"TranslateAndThrowATLException", kLess | kBadAlloc, &ReportResultCode},
+        {"U_RegisterPSLThread and U_RegisterPRThread", 0,
+         [](Own&) {
+             U_RegisterPSLThread();
+             U_RegisterPRThread();
+             const bool isRight = U_IsOnPSLThread() && U_IsOnPRThread();
+             U_DeregisterPSLThread();
+             U_DeregisterPRThread();
+             return RightIf(isRight && !U_IsOnPSLThread() && !U_IsOnPRThread());
+         }},
+        {"U_InitFPControl", kLess,
+         [](Own&) {
+             int use = 0;
+             platform::ClearProfile();
+             U_InitFPControl();
+             U_TerminateFPControl();
+             return RightIf(TOLV_GetRequiredProfileInt(kUseControl.c_str(), &use) == 0, kLess);
+         }},
         {"U_ReportFailedVerification", kLess | kLost | kCode4, shown([] {
              return OfCode(U_ReportFailedVerification(kLocation, 1, nullptr, kText), true);
          })},
@@ -192,8 +237,9 @@ Operations SoleOperations()
         {"a group of two", kLess | kLost, &ReportGroup},
         {"U_AddLoggingCallback", kLess | kLost, &ReportToCallback},
         {"a provider of telemetry", kBadAlloc | kLess | kLost, &ReportToTelemetry},
-        {"a deferred error that is dropped", kCode4 | kLess, [](Own&) { return Defer(false); }},
-        {"a deferred error that is repeated", kCode4 | kLess, [](Own&) { return Defer(true); }},
+        {"a deferred error, dropped", kCode4 | kLess, [](Own&) { return Defer(false, false); }},
+        {"a deferred error, repeated", kCode4 | kLess, [](Own&) { return Defer(true, false); }},
+        {"a deferred error, posted", kCode4 | kLess, [](Own&) { return Defer(true, true); }},
         {"Up_AssertFailed", 0,
          [](Own&) { return RightIf(Up_AssertFailed("a == b", "some/file.cpp", 12) == 0); }},
         {"Up_AssertImpl", 0,
@@ -205,12 +251,13 @@ Operations SoleOperations()
          [error = std::runtime_error("an exception with a text of some length")](Own&) mutable {
              return RightIf(U_TranslateAndReportException(error) == 14);
          }},
-        {"a temporary mask", kBadAlloc,
+        {"Up_SetInteractTemp and Up_SetInteract", kBadAlloc,
          [](Own&) {
              const U_u32 before = Up_GetInteract();
-             RunOrLeaveIntact([] { Up_SetInteractTempComplete(Up_SetInteractTemp(0)); },
-                              [&] { return Up_GetInteract() == before; });
-             return RightIf(Up_GetInteract() == before);
+             const auto isBack = [&] { return Up_GetInteract() == before; };
+             RunOrLeaveIntact([] { Up_SetInteractTempComplete(Up_SetInteractTemp(0)); }, isBack);
+             RunOrLeaveIntact([&] { Up_SetInteract(before); }, isBack);
+             return RightIf(isBack());
          }},
         {"U_FormatNum", kCode4,
          [](Own&) {

@@ -42,6 +42,7 @@ Operations SystemOperations()
              char name[256];
              return RightIf(U_GetComputerName(sizeof(name), name) == 0 && *name, kLess);
          }},
+        {"U_IsDebuggerPresent", 0, [](Own&) { return RightIf(!U_IsDebuggerPresent()); }},
         {"U_DateTimeZoneNow", kCode4 | kBadAlloc,
          [](Own&) {
              std::tm now = {};

@@ -50,6 +50,16 @@ Operations TextOperations()
          [](Own&) { return RightIf(U_MBToUTF16String(kNarrow) == kWide); }},
         {"U_UTF16ToMBString", kBadAlloc,
          [](Own&) { return RightIf(U_UTF16ToMBString(kWide, true) == kNarrow); }},
+        {"Up_HDT_ConvertToMB", kBadAlloc,
+         [](Own&) { return RightIf(Up_HDT_ConvertToMB(kWide) == kNarrow); }},
+        {"U_AsciiToUTF16String", kBadAlloc,
+         [](Own&) { return RightIf(IsAscii(U_AsciiToUTF16String(kResolved), kResolved)); }},
+        {"U_CopyStringW", kCode4,
+         [](Own&) {
+             U_u16 text[32] = {};
+             const U_Status code = U_CopyStringW(kWide.c_str(), 32, text);
+             return OfCode(code, std::equal(text, text + 31, kWide.begin()), !*text);
+         }},
         {"U_ConvertEnglishEncodedTextToCurrentEncoding", kBadAlloc,
          [](Own&) {
              return RightIf(U_ConvertEnglishEncodedTextToCurrentEncoding(kNarrow) == kNarrow);
@@ -99,11 +109,14 @@ Operations TextOperations()
              static const U_UTF16String kText = Units(u"cannot open \"/a/long/path/to/it\"");
              return RightIf(IsAscii(U::telemetry::StripQuotedContents(kText), "cannot open \"\""));
          }},
-        {"U_StringToUpper", kBadAlloc,
+        {"U_StringToUpper and U_StringToLower", kBadAlloc,
          [](Own&) {
-             char text[] = "a lower-case text of more than fifteen";
+             char text[] = "A lower-case text of more than fifteen";
              U_StringToUpper(text);
-             return RightIf(std::strcmp(text, "A LOWER-CASE TEXT OF MORE THAN FIFTEEN") == 0);
+             const bool isUpper = std::strcmp(text, "A LOWER-CASE TEXT OF MORE THAN FIFTEEN") == 0;
+             U_StringToLower(text);
+             return RightIf(isUpper &&
+                            std::strcmp(text, "a lower-case text of more than fifteen") == 0);
          }},
         {"U_strcmp", kBadAlloc, [](Own&) { return RightIf(U_strcmp(kNarrow, kResolved) > 0); }},
         {"U_ZStringToMBRaw", kCode4,
@@ -134,6 +147,12 @@ Operations TextOperations()
          }},
         {"U_SubString16", kThrown4,
          [](Own&) { return RightIf(U_SubString16(kFormat, 3, "text").size() == 41); }},
+        {"a group's identifier and its parts", kBadAlloc,
+         [](Own&) {
+             U_UTF16String text = U_FormUniqueGroupErrorMessageIdentifier(kWide, kFormat, kMessage);
+             U_ExtractSingularPluralFromUniqueGroupIdentifier(text, nullptr, nullptr, &text);
+             return RightIf(text == kMessage);
+         }},
         {"U_GroupErrorMessage", kBadAlloc,
          [](Own&) { return RightIf(U_GroupErrorMessage(kMessage, kGroup) == kGrouped); }},
         {"U_StripGroupedErrorMessage", kBadAlloc,

@@ -1,5 +1,5 @@
-// Eight threads that run all operations and jobs at once, and a main thread that shows their
-// posted reports.
+// Eight threads that run operations and jobs at once, and a main thread that shows their posted
+// reports. Operations that keep memory, or that are for one thread at a time, do not run.
 //
 //     soak [SECONDS [SEED]]
 //
@@ -61,7 +61,10 @@ std::atomic<long> sLeakLines{0};
 Jobs OperationJobs()
 {
     Jobs jobs;
-    for (const Operation& operation : AllOperations())
+    Operations operations = AllOperations();
+    for (const Operation& operation : SystemOperations())
+        operations.push_back(operation);
+    for (const Operation& operation : operations)
     {
         const auto run = [operation](Worker& worker) {
             worker.own.size = 1 + worker.Below(kMostSize);
