@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <thread>
 #include <tuple>
 #include <typeinfo>
 #include <vector>
@@ -25,6 +24,7 @@
 #include "code_thrown.h"
 #include "library.h"
 #include "model.h"
+#include "second_thread.h"
 
 using krobase::utility::ImmutableString;
 typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
@@ -229,29 +229,37 @@ inline void RunBeside(Choices choices)
     Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks && state->mValue == values);
 }
 
+inline SecondThread& Second()
+{
+    static SecondThread second;
+    return second;
+}
+
 // Removes destroyed contexts from the threads, which would refuse other contexts in the next input.
 // A call on an executor's thread removes a destroyed context, and the end of an active context on
-// the thread does, too.
-inline void ClearThreads()
+// the first thread does, too.
+inline void ClearThreads(bool isFirst)
 {
-    std::thread([] {
-        const U_ContextSetter setter(U_Context::MakeNewContext());
-        for (const ExecutorPtr& executor : sExecutors)
-        {
-            if (executor)
-                U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor,
-                                                                              [] { return 0; });
-        }
-    }).join();
-    ContextPtr active = U_Context::MakeNewContext();
-    std::unique_ptr<U_WeakContextSetter> setter;
-    std::thread([&] { setter.reset(new U_WeakContextSetter(active)); }).join();
-    active.reset();
+    const auto clear = [](int begin, int end) {
+        Second().RunBoth([] {},
+                         [=] {
+                             const U_ContextSetter setter(U_Context::MakeNewContext());
+                             for (int thread = begin; thread < end; ++thread)
+                                 U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(
+                                     sExecutors[thread], [] { return 0; });
+                         });
+    };
+    clear(1, kThreads);
+    if (isFirst)
+    {
+        ContextPtr active = U_Context::MakeNewContext();
+        std::unique_ptr<U_WeakContextSetter> setter;
+        RunOn(1, [&] { setter.reset(new U_WeakContextSetter(active)); });
+        active.reset();
+        clear(1, 2);
+    }
     sHookCalls.clear();
-    for (int thread = 0; thread < kThreads; ++thread)
-        RunOn(thread, [&] {
-            Require(CodeThrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
-        });
+    Require(CodeThrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
     sHookCalls.clear();
 }
 

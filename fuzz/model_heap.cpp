@@ -487,7 +487,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    if (choices.Below(8) == 7)
+    if (choices.Below(32) == 31)
     {
         RunTwoThreads(choices);
         const Model rest(choices); // checks the figures that the threads have left
