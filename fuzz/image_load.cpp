@@ -1,6 +1,6 @@
-// Is what was loaded of an image sound, damaged images included, from memory and from a stream? A
-// store of version 2 is written and read again. All entries are visited, looked up, changed and
-// removed.
+// Are the entries sound that a load stores, of damaged images too, from memory and from a stream?
+// A store of version 2 is written and read again. All entries are visited and looked up, and one
+// entry is changed and removed.
 
 #include <memory>
 

@@ -1,8 +1,9 @@
 // Reports: which texts do the log, the callbacks and the user receive, in which order, and which
 // messages are posted?
 //
-// The model writes down the lines of the log, the calls of callbacks and the alerts that a call is
-// to cause, as texts, and so do the receivers.
+// The model writes the lines of the log, the calls of callbacks and the alerts that a call is to
+// cause into a list of texts. The log sink, the callbacks and the alert presenter write those that
+// happen into a second list. The two lists are compared after each call.
 
 #include <cstring>
 #include <string>
