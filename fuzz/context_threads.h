@@ -194,10 +194,11 @@ struct Scope
 };
 
 // A thread with tasks of its own, which lends them to an executor that another thread uses, too.
+// Either thread may give all calls up, of which one may wait on the other thread.
 inline void RunBeside(Choices choices)
 {
     const ContextPtr task = U_Context::MakeNewContext();
-    int values = 0;
+    bool hasTerminated = false;
     int hooks = 0;
     State* const state = Neighbour::Find(*task, 0);
     state->mIsQuiet = true;
@@ -212,21 +213,32 @@ inline void RunBeside(Choices choices)
             const U_ContextSetter nested;
             Require(U_Context::GetCurrent() == task);
         }
-        if (choices.Flag())
+        const std::uint8_t sort = choices.Byte();
+        if (sort % 16 == 14)
         {
-            const boost::shared_ptr<U_SuspendContext> suspended =
-                U_SuspendContext::NewSuspendContext();
+            hasTerminated = true;
+            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+        }
+        if (sort % 2)
+        {
+            const int before = state->mValue;
+            boost::shared_ptr<U_SuspendContext> suspended = U_SuspendContext::NewSuspendContext();
             Require(!U_Context::HasCurrent());
-            const int result =
-                suspended->CallOnThreadedExecutor(sExecutors[1 + choices.Below(kThreads - 1)], [&] {
+            const int result = suspended->CallOnThreadedExecutor(
+                sExecutors[1 + choices.Below(kThreads - 1)], [task, state] {
                     Require(U_Context::GetCurrent() == task);
                     return ++state->mValue;
                 });
-            Require(result == ++values);
+            suspended.reset(); // waits for a function that has begun
+            const bool isGivenUp = result == U_Err_SuspendTerminated;
+            const int runs = state->mValue - before;
+            Require(isGivenUp || (!hasTerminated && result == before + 1 && runs == 1));
+            Require(runs == 1 || (isGivenUp && runs == 0));
+            Require(!hasTerminated || runs == 0);
         }
         Require(U_Context::GetCurrent() == task && state->mHooks == 2 * hooks - 1);
     }
-    Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks && state->mValue == values);
+    Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks);
 }
 
 inline SecondThread& Second()

@@ -415,6 +415,7 @@ private:
             return;
         case 1:
             // In a suspended call, the model does not know when the caller gives the function up.
+            // Two threads that run at once do this, in RunBeside.
             if (!choices.Below(4) && !bottom)
             {
                 mIsTerminated = true;
@@ -469,6 +470,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         const Choices own = choices.Half();
         Second().RunBoth([&] { RunBeside(own); }, [&] { RunBeside(choices); });
+        Reviver::Revive();
         Require(sStates == 0);
         return 0;
     }

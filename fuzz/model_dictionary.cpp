@@ -86,6 +86,15 @@ Text TakeText(Choices& choices)
 // A dictionary and its model.
 struct Pair
 {
+    // A line of a text.
+    void SetText(const std::string& key, const Text& text)
+    {
+        if (mFlat)
+            mFlat->Set(key, text, nullptr);
+        else
+            mHash[key] = text;
+    }
+
     std::unique_ptr<Dictionary> mReal;
     std::map<std::string, Text> mHash; // before the store is flat
     std::shared_ptr<Store> mFlat;      // shared by copies
@@ -198,23 +207,34 @@ public:
         to.mLanguage = from.mLanguage;
     }
 
-    // Loads the image of one dictionary into one.
+    // Loads the image or the text form of one dictionary into one.
     void LoadImage(Choices& choices)
     {
         Pair& from = Take(choices);
         Pair& to = Take(choices);
-        const bool isKeyed = choices.Byte() % 4;
+        const std::size_t sort = choices.Byte() % 8;
+        const bool isKeyed = sort % 4;
+        const bool isText = sort == 7;
         const bool isHash = !from.mFlat;
         if (to.mFlat && to.mFlat->Size() > kRunTimeBlock)
             return; // loads over itself double a store
         const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
         const std::size_t base = choices.Of(bases);
         std::ostringstream written;
-        Require(from.mReal->Serialize(
-            written, isKeyed ? Dictionary::kBinary : Dictionary::kBinaryWithoutKeys, nullptr,
-            choices.Flag(), static_cast<std::uint32_t>(base)));
+        Require(from.mReal->Serialize(written,
+                                      isText    ? Dictionary::kText
+                                      : isKeyed ? Dictionary::kBinary
+                                                : Dictionary::kBinaryWithoutKeys,
+                                      nullptr, choices.Flag(), static_cast<std::uint32_t>(base)));
         const Store file = *ContentOf(from);
         Load(to, written.str(), choices.Byte() % 4 == 3);
+        for (std::size_t id = 0; isText && id < file.Size(); ++id)
+        {
+            if (file.At(id) && !file.At(id)->mKey.empty())
+                to.SetText(file.At(id)->mKey, file.At(id)->mText);
+        }
+        if (isText)
+            return;
         if (!to.mFlat)
             to.mFlat = std::make_shared<Store>();
         const bool hasKeys = isHash || (isKeyed && file.HasKeyedBlock());
@@ -239,10 +259,7 @@ public:
                 continue;
             }
             lines += "x\"$$$" + mKey + "=" + kTexts[choice].mForm + "\" y\r\n";
-            if (pair.mFlat)
-                pair.mFlat->Set(mKey, kTexts[choice].mActive, nullptr);
-            else
-                pair.mHash[mKey] = kTexts[choice].mActive;
+            pair.SetText(mKey, kTexts[choice].mActive);
         }
         Load(pair, lines, choices.Byte() % 4 == 3);
     }
