@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <thread>
 #include <tuple>
 #include <typeinfo>
 #include <vector>
@@ -25,6 +24,7 @@
 #include "code_thrown.h"
 #include "library.h"
 #include "model.h"
+#include "second_thread.h"
 
 using krobase::utility::ImmutableString;
 typedef boost::shared_ptr<krobase::threads::AsyncThreadedExecutor> ExecutorPtr;
@@ -194,10 +194,11 @@ struct Scope
 };
 
 // A thread with tasks of its own, which lends them to an executor that another thread uses, too.
+// Either thread may give all calls up, of which one may wait on the other thread.
 inline void RunBeside(Choices choices)
 {
     const ContextPtr task = U_Context::MakeNewContext();
-    int values = 0;
+    bool hasTerminated = false;
     int hooks = 0;
     State* const state = Neighbour::Find(*task, 0);
     state->mIsQuiet = true;
@@ -212,46 +213,65 @@ inline void RunBeside(Choices choices)
             const U_ContextSetter nested;
             Require(U_Context::GetCurrent() == task);
         }
-        if (choices.Flag())
+        const std::uint8_t sort = choices.Byte();
+        if (sort % 16 == 14)
         {
-            const boost::shared_ptr<U_SuspendContext> suspended =
-                U_SuspendContext::NewSuspendContext();
+            hasTerminated = true;
+            U_SuspendContext::TerminateAndFailAllSuspendedContexts();
+        }
+        if (sort % 2)
+        {
+            const int before = state->mValue;
+            boost::shared_ptr<U_SuspendContext> suspended = U_SuspendContext::NewSuspendContext();
             Require(!U_Context::HasCurrent());
-            const int result =
-                suspended->CallOnThreadedExecutor(sExecutors[1 + choices.Below(kThreads - 1)], [&] {
+            const int result = suspended->CallOnThreadedExecutor(
+                sExecutors[1 + choices.Below(kThreads - 1)], [task, state] {
                     Require(U_Context::GetCurrent() == task);
                     return ++state->mValue;
                 });
-            Require(result == ++values);
+            suspended.reset(); // waits for a function that has begun
+            const bool isGivenUp = result == U_Err_SuspendTerminated;
+            const int runs = state->mValue - before;
+            Require(isGivenUp || (!hasTerminated && result == before + 1 && runs == 1));
+            Require(runs == 1 || (isGivenUp && runs == 0));
+            Require(!hasTerminated || runs == 0);
         }
         Require(U_Context::GetCurrent() == task && state->mHooks == 2 * hooks - 1);
     }
-    Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks && state->mValue == values);
+    Require(!U_Context::HasCurrent() && state->mHooks == 2 * hooks);
+}
+
+inline SecondThread& Second()
+{
+    static SecondThread second;
+    return second;
 }
 
 // Removes destroyed contexts from the threads, which would refuse other contexts in the next input.
 // A call on an executor's thread removes a destroyed context, and the end of an active context on
-// the thread does, too.
-inline void ClearThreads()
+// the first thread does, too.
+inline void ClearThreads(bool isFirst)
 {
-    std::thread([] {
-        const U_ContextSetter setter(U_Context::MakeNewContext());
-        for (const ExecutorPtr& executor : sExecutors)
-        {
-            if (executor)
-                U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(executor,
-                                                                              [] { return 0; });
-        }
-    }).join();
-    ContextPtr active = U_Context::MakeNewContext();
-    std::unique_ptr<U_WeakContextSetter> setter;
-    std::thread([&] { setter.reset(new U_WeakContextSetter(active)); }).join();
-    active.reset();
+    const auto clear = [](int begin, int end) {
+        Second().RunBoth([] {},
+                         [=] {
+                             const U_ContextSetter setter(U_Context::MakeNewContext());
+                             for (int thread = begin; thread < end; ++thread)
+                                 U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(
+                                     sExecutors[thread], [] { return 0; });
+                         });
+    };
+    clear(1, kThreads);
+    if (isFirst)
+    {
+        ContextPtr active = U_Context::MakeNewContext();
+        std::unique_ptr<U_WeakContextSetter> setter;
+        RunOn(1, [&] { setter.reset(new U_WeakContextSetter(active)); });
+        active.reset();
+        clear(1, 2);
+    }
     sHookCalls.clear();
-    for (int thread = 0; thread < kThreads; ++thread)
-        RunOn(thread, [&] {
-            Require(CodeThrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
-        });
+    Require(CodeThrown([] { U_ContextSetter none(U_Context::MakeNewContext()); }) == 0);
     sHookCalls.clear();
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <unicode/udat.h>
+#include <unicode/unum.h>
 
 #include "U_Date.h"
 #include "U_Format.h"
@@ -36,6 +37,21 @@ const Locale kLocales[] = {{"en_US", false, u"M/d/yyyy", u"ccc, MMM d, y"},
                            {"de_DE", true, u"dd.MM.yyyy", u"ccc, d. MMM y"},
                            {"ja_JP", false, u"yyyy/MM/dd", u"y年M月d日ccc"}};
 const std::size_t kDays = 48962; // of second counts that are shown as dates
+
+// The locales have the marks that ICU has for them.
+inline void RequireMarks()
+{
+    for (const Locale& locale : kLocales)
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        const icu::LocalUNumberFormatPointer format(
+            unum_open(UNUM_DECIMAL, nullptr, 0, locale.mName, nullptr, &error));
+        UChar marks[2] = {};
+        unum_getSymbol(format.getAlias(), UNUM_DECIMAL_SEPARATOR_SYMBOL, marks, 1, &error);
+        unum_getSymbol(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL, marks + 1, 1, &error);
+        Require(marks[locale.mSwapsMarks] == '.' && marks[!locale.mSwapsMarks] == ',');
+    }
+}
 
 // Numbers as text, with the marks "." and ",".
 inline std::string FormatPlain(double value, unsigned int flags, int integerDigits,

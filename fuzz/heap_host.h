@@ -245,7 +245,8 @@ inline U_u64 Stat(U_u32 which)
     return value;
 }
 
-// One of the threads. It has its own blocks, and may be refused after a request to purge.
+// A thread that allocates, resizes and frees blocks of its own. The library may refuse the thread a
+// block after a request to purge.
 class HostThread
 {
 public:
@@ -287,14 +288,14 @@ public:
     }
 
     // The purge callback, on the thread that allocates. Every second request frees a block of the
-    // thread, but not the one that the thread resizes.
+    // thread, but not the one that the thread resizes. The others are answered by choices.
     static int Asked(void* refcon, U_u64 request, U_u64 amount, bool* flag)
     {
         HostThread* const hosts = static_cast<HostThread*>(refcon);
         HostThread& self = hosts[hosts[1].mThread == std::this_thread::get_id()];
-        Require(request && amount && !*flag && self.mThread == std::this_thread::get_id());
+        Require(request && amount && self.mThread == std::this_thread::get_id());
         if (self.mRequests++ % 2)
-            return 0;
+            return self.mCache.Answer(self.mChoices.Byte(), flag);
         for (Block& block : self.mBlocks)
         {
             if (&block != self.mResized && block.Free())
@@ -302,6 +303,8 @@ public:
         }
         return 0;
     }
+
+    void FreeCache() { mCache.FreeAll(); }
 
     void FreeAll()
     {
@@ -343,6 +346,7 @@ private:
 
     Choices mChoices;
     const bool mIsTight;
+    HostCache mCache;
     Block mBlocks[kBlocks];
     const Block* mResized = nullptr; // now
     unsigned mRequests = 0;
@@ -360,6 +364,8 @@ inline void RunTwoThreads(Choices& choices)
     U_SetPurgeRequestCallback(&HostThread::Asked, hosts);
     second.RunBoth([&] { hosts[0].Run(); }, [&] { hosts[1].Run(); });
     U_SetPurgeRequestCallback(nullptr, nullptr);
+    for (HostThread& host : hosts)
+        host.FreeCache();
     const U_u64 all = Stat(U_MemStat_InUseByLibrary);
     U_u64 least = 0; // of the recycled blocks
     for (HostThread& host : hosts)

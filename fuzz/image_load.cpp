@@ -1,6 +1,6 @@
-// Is what was loaded of an image sound, damaged images included, from memory and from a stream? A
-// store of version 2 is written and read again. All entries are visited, looked up, changed and
-// removed.
+// Are the entries sound that a load stores, of damaged images too, from memory and from a stream?
+// A store of version 2 is written and read again. All entries are visited and looked up, and one
+// entry is changed and removed.
 
 #include <memory>
 
@@ -95,9 +95,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::unique_ptr<hollin::Dictionary> dictionary = MakeDictionary(size % 4);
     const bool isGood = Load(*dictionary, data, size);
     RequireResult(*dictionary, size % 4, isGood, hollin::CheckImage(data, size));
-    const std::unique_ptr<hollin::Dictionary> ofStream = MakeDictionary(size % 4);
-    Require(isGood == LoadStream(*ofStream, std::string(data, data + size)));
-    RequireSameEntries(*dictionary, *ofStream);
+    if (size / 8 % 4 == 0) // a stream only reads the bytes, but takes a third of the time
+    {
+        const std::unique_ptr<hollin::Dictionary> ofStream = MakeDictionary(size % 4);
+        Require(isGood == LoadStream(*ofStream, std::string(data, data + size)));
+        RequireSameEntries(*dictionary, *ofStream);
+    }
     if (size % 4 == 0 && dictionary->GetLanguage().Length()) // version 2 alone
     {
         hollin::Dictionary again;

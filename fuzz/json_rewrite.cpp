@@ -1,4 +1,4 @@
-// Is a tree that JSON can represent the same after it was written and read again?
+// Has a tree that JSON can represent the same JSON text after the tree was written and read again?
 
 #include <cmath>
 #include <cstdint>

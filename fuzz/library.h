@@ -31,6 +31,7 @@ inline U_UTF16String Wide(const std::string& ascii)
 inline std::u32string CodePoints(const U_UTF16String& text)
 {
     std::u32string points;
+    points.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i)
     {
         const bool isPair = i + 1 < text.size() && text[i] >> 10 == 0xD800 >> 10 &&
@@ -60,6 +61,7 @@ inline U_UTF16String Mended(const U_UTF16String& text)
 inline std::string BytesOf(const U_UTF16String& text)
 {
     std::string bytes;
+    bytes.reserve(text.size());
     for (const char32_t point : CodePoints(text))
     {
         int shift = point < 0x80 ? 0 : point < 0x800 ? 6 : point < 0x10000 ? 12 : 18;

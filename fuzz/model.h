@@ -3,8 +3,8 @@
 //     Choices choices(data, size);
 //     RunCalls(choices, model, kCalls);
 //
-// Without bytes every choice is 0, so that a call may begin before the end of the input and end
-// after it.
+// Without bytes every choice is 0. So the last bytes of an input may begin a call, whose other
+// arguments are then 0.
 
 #ifndef FUZZ_MODEL_H
 #define FUZZ_MODEL_H

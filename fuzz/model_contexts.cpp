@@ -17,7 +17,6 @@
 #include "context_threads.h"
 #include "library.h"
 #include "model.h"
-#include "second_thread.h"
 
 namespace
 {
@@ -46,7 +45,7 @@ public:
         Reviver::Revive();
         U_Context::UnregisterState(Keys()[kKeys - 1]);
         if (mSlots[0] != kNone || mSlots[1] != kNone || mSlots[2] != kNone)
-            ClearThreads();
+            ClearThreads(mSlots[0] != kNone);
     }
 
     void Check()
@@ -71,8 +70,8 @@ public:
     // Calls a function on one of the threads.
     void Call(Choices& choices)
     {
-        const int number = static_cast<int>(choices.Below(16));
-        const int thread = std::max(number - 13, 0); // a change of threads takes long
+        const int number = static_cast<int>(choices.Below(32));
+        const int thread = std::max(number - 29, 0); // a change of threads takes long
         RunOn(thread, [&] { One(thread, choices, 0); });
     }
 
@@ -416,6 +415,7 @@ private:
             return;
         case 1:
             // In a suspended call, the model does not know when the caller gives the function up.
+            // Two threads that run at once do this, in RunBeside.
             if (!choices.Below(4) && !bottom)
             {
                 mIsTerminated = true;
@@ -466,11 +466,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    if (choices.Below(16) == 15)
+    if (choices.Below(32) == 31)
     {
-        static SecondThread second;
         const Choices own = choices.Half();
-        second.RunBoth([&] { RunBeside(own); }, [&] { RunBeside(choices); });
+        Second().RunBoth([&] { RunBeside(own); }, [&] { RunBeside(choices); });
+        Reviver::Revive();
         Require(sStates == 0);
         return 0;
     }

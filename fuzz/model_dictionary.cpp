@@ -86,6 +86,15 @@ Text TakeText(Choices& choices)
 // A dictionary and its model.
 struct Pair
 {
+    // A line of a text.
+    void SetText(const std::string& key, const Text& text)
+    {
+        if (mFlat)
+            mFlat->Set(key, text, nullptr);
+        else
+            mHash[key] = text;
+    }
+
     std::unique_ptr<Dictionary> mReal;
     std::map<std::string, Text> mHash; // before the store is flat
     std::shared_ptr<Store> mFlat;      // shared by copies
@@ -147,7 +156,7 @@ public:
                 Require(pair.mReal->AddString(key.c_str(), Units(u"m"), 2) ==
                         pair.mFlat->Add(key, u"m"));
         }
-        for (std::size_t i = 0; i < kCrowd; ++i)
+        for (std::size_t i = 0; i < kCrowd; i += 9)
             Require(pair.mReal->GetId(CrowdedKey(i).c_str()) == pair.mFlat->Find(CrowdedKey(i)));
     }
 
@@ -198,23 +207,34 @@ public:
         to.mLanguage = from.mLanguage;
     }
 
-    // Loads the image of one dictionary into one.
+    // Loads the image or the text form of one dictionary into one.
     void LoadImage(Choices& choices)
     {
         Pair& from = Take(choices);
         Pair& to = Take(choices);
-        const bool isKeyed = choices.Byte() % 4;
+        const std::size_t sort = choices.Byte() % 8;
+        const bool isKeyed = sort % 4;
+        const bool isText = sort == 7;
         const bool isHash = !from.mFlat;
         if (to.mFlat && to.mFlat->Size() > kRunTimeBlock)
             return; // loads over itself double a store
         const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
         const std::size_t base = choices.Of(bases);
         std::ostringstream written;
-        Require(from.mReal->Serialize(
-            written, isKeyed ? Dictionary::kBinary : Dictionary::kBinaryWithoutKeys, nullptr,
-            choices.Flag(), static_cast<std::uint32_t>(base)));
-        const Store file = ContentOf(from);
+        Require(from.mReal->Serialize(written,
+                                      isText    ? Dictionary::kText
+                                      : isKeyed ? Dictionary::kBinary
+                                                : Dictionary::kBinaryWithoutKeys,
+                                      nullptr, choices.Flag(), static_cast<std::uint32_t>(base)));
+        const Store file = *ContentOf(from);
         Load(to, written.str(), choices.Byte() % 4 == 3);
+        for (std::size_t id = 0; isText && id < file.Size(); ++id)
+        {
+            if (file.At(id) && !file.At(id)->mKey.empty())
+                to.SetText(file.At(id)->mKey, file.At(id)->mText);
+        }
+        if (isText)
+            return;
         if (!to.mFlat)
             to.mFlat = std::make_shared<Store>();
         const bool hasKeys = isHash || (isKeyed && file.HasKeyedBlock());
@@ -239,10 +259,7 @@ public:
                 continue;
             }
             lines += "x\"$$$" + mKey + "=" + kTexts[choice].mForm + "\" y\r\n";
-            if (pair.mFlat)
-                pair.mFlat->Set(mKey, kTexts[choice].mActive, nullptr);
-            else
-                pair.mHash[mKey] = kTexts[choice].mActive;
+            pair.SetText(mKey, kTexts[choice].mActive);
         }
         Load(pair, lines, choices.Byte() % 4 == 3);
     }
@@ -257,7 +274,7 @@ public:
     // Of the dictionary that was last used.
     void Check()
     {
-        CheckKey(*mUsed, mKey);
+        CheckKey(*mUsed);
         CheckId(*mUsed, mId);
         Require(mUsed->mReal->IsGood() == mUsed->mIsGood);
     }
@@ -298,8 +315,9 @@ private:
         if (key >= 40 && key < 62)
             mKey = CrowdedKey(key - 40);
         const std::size_t form = choices.Below(2 + std::size(kTexts));
-        mDefault = form < 2 ? kTexts[4] : kTexts[form - 2];
-        mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault.mForm;
+        mDefault = &kTexts[form < 2 ? 4 : form - 2];
+        mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault->mForm;
+        mChecked = "$$$" + mKey + "=" + mDefault->mForm;
     }
 
     static void Load(Pair& pair, const std::string& bytes, bool fromStream)
@@ -315,9 +333,9 @@ private:
     }
 
     // Walks the dictionary. Returns the flat store that its image has.
-    static Store ContentOf(Pair& pair)
+    static std::shared_ptr<const Store> ContentOf(Pair& pair)
     {
-        Store walked;
+        const auto walked = std::make_shared<Store>();
         std::uint32_t id = 0;
         std::size_t next = 0;
         pair.mReal->ResetIterator();
@@ -329,7 +347,7 @@ private:
             {
                 const auto found = pair.mHash.find(key);
                 Require(found != pair.mHash.end() && found->second == text && id == next++);
-                walked.Set(key, text, nullptr);
+                walked->Set(key, text, nullptr);
                 continue;
             }
             for (; next != id; ++next) // the first slot is walked even if it was removed
@@ -338,10 +356,12 @@ private:
             Require(slot ? slot->mKey == key && slot->mText == text : key.empty() && text.empty());
         }
         if (!pair.mFlat)
-            Require(walked.Size() == pair.mHash.size());
+            Require(walked->Size() == pair.mHash.size());
         for (; pair.mFlat && next < pair.mFlat->Size(); ++next)
             Require(!pair.mFlat->At(next));
-        return pair.mFlat ? *pair.mFlat : walked;
+        if (pair.mFlat)
+            return pair.mFlat;
+        return walked;
     }
 
     static const Text* FindIn(const Pair& pair, const std::string& key)
@@ -355,24 +375,21 @@ private:
         return found == pair.mHash.end() ? nullptr : &found->second;
     }
 
-    void CheckKey(const Pair& pair, const std::string& key) const
+    void CheckKey(const Pair& pair) const
     {
-        const std::string literal = "$$$" + key + "=" + mDefault.mForm;
+        const char* const literal = mChecked.c_str();
         const Dictionary& real = *pair.mReal;
-        const Text* const own = FindIn(pair, key);
-        const auto textOf = [&](const Text& otherwise) {
-            return own ? *own : key == "/c" ? kFallbackText : otherwise;
-        };
-        RequireText(real.GetString(literal.c_str()), textOf(mDefault.mActive));
-        RequireText(real.GetString(literal.c_str(), &hollin::kEncodingUTF8),
-                    textOf(mDefault.mText));
-        Require(real.HasString(literal.c_str()) == (own != nullptr));
-        const std::uint32_t id = pair.mFlat ? pair.mFlat->Find(key) : kNoId;
-        Require(real.GetId(literal.c_str()) == id);
-        RequireText(real.GetComment(literal.c_str()),
-                    id == kNoId ? Text() : pair.mFlat->CommentOf(id));
+        const Text* const own = FindIn(pair, mKey);
+        const std::uint32_t id = own && pair.mFlat ? pair.mFlat->Find(mKey) : kNoId;
+        const Text* const known = own || mKey != "/c" ? own : &kFallbackText;
+        RequireText(real.GetString(literal), known ? *known : mDefault->mActive);
+        RequireText(real.GetString(literal, &hollin::kEncodingUTF8),
+                    known ? *known : mDefault->mText);
+        Require(real.HasString(literal) == (own != nullptr));
+        Require(real.GetId(literal) == id);
+        RequireText(real.GetComment(literal), id == kNoId ? Text() : pair.mFlat->CommentOf(id));
         RequireRaw(own, [&](const std::uint16_t** units, std::uint32_t* length) {
-            return real.GetRawString(literal.c_str(), units, length);
+            return real.GetRawString(literal, units, length);
         });
     }
 
@@ -394,14 +411,16 @@ private:
         std::uint32_t length = 0;
         Require(find(&units, &length) == (text != nullptr));
         Require((units != nullptr) == (text != nullptr));
-        Require(Text(units, units + length) == (text ? *text : Text()));
+        Require(length == (text ? text->size() : 0) &&
+                (!text || std::equal(text->begin(), text->end(), units)));
     }
 
     Pair mPairs[2];
     Pair* mUsed = mPairs;
     std::string mKey = kKeys[0];
-    SourceText mDefault = kTexts[0];
+    const SourceText* mDefault = &kTexts[0];
     std::string mLiteral;
+    std::string mChecked = "$$$/a=b"; // with a default text
     std::uint32_t mId = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <krobase/guid.h>
 #include <platform/control.h>
 #include <tolv/memory.h>
+#include <tolv/toolbox.h>
 #include <win32/process.h>
 
 #include "U_Budget.h"
@@ -178,7 +179,10 @@ public:
     {
         const Block& source = mBlocks[choices.Below(kBlocks)];
         Block* const block = FreeBlock();
-        const bool toHog = choices.Flag();
+        const std::uint8_t sort = choices.Byte();
+        if (sort % 8 >= 6)
+            return CopyByToolbox(choices, source, block);
+        const bool toHog = sort & 1;
         const char* const name = Name(choices);
         const bool isHog = source.mKind == kHogHandle;
         if (!block || !source.mAddress || (source.mKind != kHandle && !isHog) || (isHog && toHog) ||
@@ -199,6 +203,40 @@ public:
         if (!fits)
             return source.RequireSound();
         made.mAddress = out;
+        made.RequireSound();
+        *block = made;
+    }
+
+    // Copies a handle to the toolbox, and the copy back, as a handle or a resource.
+    void CopyByToolbox(Choices& choices, const Block& source, Block* block)
+    {
+        const char* const name = Name(choices);
+        const bool isResource = choices.Flag();
+        if (!block || !source.mAddress || source.mKind != kHandle || mModel.mHeapFailures)
+            return;
+        Block made = source;
+        void** outside = nullptr;
+        bool fits = mModel.Allocate(source.mSize, false, [] { return true; }); // is not tracked
+        mReports += !fits && name && mModel.mIsReported;
+        Require(U_DuplicateHandleToPlatform(static_cast<void**>(source.mAddress), name, &outside) ==
+                (fits ? 0 : 4));
+        Require(fits == (outside != nullptr));
+        if (!fits)
+            return source.RequireSound();
+        Require(GetHandleSize(outside) == static_cast<int>(source.mSize));
+        if (isResource)
+            AddResource(outside);
+        fits = mModel.AllocateInHeap(source.mSize, source.mSize);
+        mReports += !fits && name && mModel.mIsReported;
+        void** inside = nullptr;
+        const auto copy = isResource ? U_DetachResource : U_DuplicateHandleFromPlatform;
+        Require(copy(outside, name, &inside) == (fits || !isResource ? 0 : 4));
+        Require(fits == (inside != nullptr));
+        if (!fits || !isResource)
+            DisposeHandle(outside);
+        if (!fits)
+            return;
+        made.mAddress = inside;
         made.RequireSound();
         *block = made;
     }
@@ -323,6 +361,8 @@ public:
     {
         const U_u64 bytes = choices.Size();
         Require(U_PurgeRecycledMemory(bytes) == mModel.PurgePool(bytes));
+        if (choices.Below(4) == 3)
+            Require(U_CompactMem() == 0 && U_PurgeHandlesAndCompact() == 0);
     }
 
     void CheckLimit(Choices& choices)
@@ -487,7 +527,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    if (choices.Below(8) == 7)
+    if (choices.Below(32) == 31)
     {
         RunTwoThreads(choices);
         const Model rest(choices); // checks the figures that the threads have left

@@ -1,9 +1,11 @@
 // Have ZStrings the texts that a plain model has, after any images and choices of a language, in
 // three code pages?
 
+#include <array>
 #include <list>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include <platform/control.h>
 
@@ -34,6 +36,8 @@ const Form kForms[] = {{u"b", u"b", u"b"},
                        {u"x#{U+2206}", u"x#{U+2206}", u"x\u2206"},
                        {kMarked, u"two", u"two"},
                        {u"\u2206", u"\u2206", u"\u2206"}}; // not in text of a code page
+
+typedef std::array<std::size_t, std::size(kKeys)> Forms; // of each key, too high for none
 
 Text Units(const std::u16string& text)
 {
@@ -69,35 +73,21 @@ public:
         const std::size_t sort = choices.Below(6);
         const bool isText = sort >= 4;
         const bool isDamaged = choices.Below(8) == 7 && !isText;
-        ImageForm image;
-        image.mLayout = sort < 2    ? ImageForm::kFlat
-                        : sort == 2 ? ImageForm::kEntries
-                                    : ImageForm::kLengthTable;
-        image.mBigEndian = sort == 1;
-        image.mSlots.push_back({"/other", "", "", false});
-        Text lines = Wide("$/damaged=b\r\n");
         mIsFlat = mIsFlat || (sort < 2 && !isDamaged);
-        for (const char* const key : kKeys)
+        Forms forms;
+        for (std::size_t key = 0; key < std::size(kKeys); ++key)
         {
             const std::size_t choice = choices.Below(2 * std::size(kForms));
-            if (choice >= std::size(kForms) - (sort == 5))
+            forms[key] = std::min(choice, std::size(kForms) - (sort == 5));
+            if (isDamaged || choice >= std::size(kForms) - (sort == 5))
                 continue;
             const Form& form = kForms[choice];
-            image.mSlots.push_back({key, Bytes(form.mForm, sort == 1), "", false});
-            const Text line = Wide("\"$$$" + std::string(key) + "=") + Units(form.mForm);
-            lines += line + Wide("\"\r\n");
             Text text = Units(isText ? form.mOfText : form.mOfBinary);
             if (sort == 5 && choice == 3)
                 text[0] = mPage.Decode(mPage.Encode(text.substr(0, 1)).mBytes)[0];
-            if (!isDamaged)
-                mStores[isText ? mIsFlat : sort < 2][key] = text;
+            mStores[isText ? mIsFlat : sort < 2][key] = text;
         }
-        for (std::uint32_t slot = 0; slot < image.mSlots.size(); ++slot)
-            image.AddToBucket(slot);
-        const std::u16string units(lines.begin(), lines.end());
-        mImages.push_back(sort < 4    ? WriteForm(image).Image()
-                          : sort == 4 ? Bytes(u"\xFEFF" + units)
-                                      : mPage.Encode(lines).mBytes);
+        mImages.push_back(ImageOf(sort, forms));
         std::string& bytes = mImages.back(); // until the death of the locale
         if (isDamaged)
             bytes.resize(30); // no entry is left
@@ -118,40 +108,81 @@ public:
 
     void Check()
     {
-        CheckTexts();
-        for (const char* const key : kKeys)
-        {
-            const std::string zstring = ZString(key);
-            const std::string text = mPage.Encode(Resolved(key, false)).mBytes;
-            char out[64] = "old";
-            Require(U_ZStringToMBString(zstring.c_str()) == text);
-            Require(U_ZStringToMBRaw(zstring.c_str(), sizeof out, out) == 0 && out == text);
-            Require(U_ZStringToEnglishMBString(zstring.c_str()) ==
-                    mPage.Encode(Resolved(key, true)).mBytes);
-        }
+        const std::size_t key = mChecks++ % std::size(kKeys);
+        CheckText(key);
+        const std::string zstring = ZString(key);
+        const std::string& text = Encoded(Resolved(key, false));
+        char out[64] = "old";
+        Require(U_ZStringToMBString(zstring.c_str()) == text);
+        Require(U_ZStringToMBRaw(zstring.c_str(), sizeof out, out) == 0 && out == text);
+        Require(U_ZStringToEnglishMBString(zstring.c_str()) == Encoded(Resolved(key, true)));
         Require(U_ZLocaleAlive() == mIsChosen);
     }
 
     void CheckTexts() const
     {
-        for (const char* const key : kKeys)
-        {
-            const std::string zstring = ZString(key);
-            Require(U_ZStringToUTF16String(zstring.c_str()) == Resolved(key, false));
-            Require(U_ZStringToEnglishUTF16String(zstring.c_str()) == Resolved(key, true));
-        }
+        for (std::size_t key = 0; key < std::size(kKeys); ++key)
+            CheckText(key);
     }
 
 private:
     static void Renew() { Require(U_ZLocaleDeath() == 0 && U_ZLocaleBirth() == 0); }
 
-    std::string ZString(const std::string& key) const
+    // The bytes of an image with a form, or none, for each key. Each image is written once.
+    const std::string& ImageOf(std::size_t sort, const Forms& forms) const
     {
-        return "$$$" + key + "=" + BytesOf(Units(mForm->mForm));
+        static std::map<std::tuple<std::size_t, Forms, const Page*>, std::string> sKnown;
+        std::string& known = sKnown[{sort, forms, sort == 5 ? &mPage : nullptr}];
+        if (!known.empty())
+            return known;
+        ImageForm image;
+        image.mLayout = sort < 2    ? ImageForm::kFlat
+                        : sort == 2 ? ImageForm::kEntries
+                                    : ImageForm::kLengthTable;
+        image.mBigEndian = sort == 1;
+        image.mSlots.push_back({"/other", "", "", false});
+        Text lines = Wide("$/damaged=b\r\n");
+        for (std::size_t key = 0; key < std::size(kKeys); ++key)
+        {
+            if (forms[key] >= std::size(kForms) - (sort == 5))
+                continue;
+            const std::u16string& form = kForms[forms[key]].mForm;
+            image.mSlots.push_back({kKeys[key], Bytes(form, sort == 1), "", false});
+            const Text line = Wide("\"$$$" + std::string(kKeys[key]) + "=") + Units(form);
+            lines += line + Wide("\"\r\n");
+        }
+        for (std::uint32_t slot = 0; slot < image.mSlots.size(); ++slot)
+            image.AddToBucket(slot);
+        const std::u16string units(lines.begin(), lines.end());
+        return known = sort < 4    ? WriteForm(image).Image()
+                       : sort == 4 ? Bytes(u"\xFEFF" + units)
+                                   : mPage.Encode(lines).mBytes;
+    }
+
+    // The bytes of one of the few texts in the code page.
+    const std::string& Encoded(const Text& text) const
+    {
+        static std::map<std::pair<const Page*, Text>, std::string> sKnown;
+        const auto known = sKnown.try_emplace({&mPage, text});
+        if (known.second)
+            known.first->second = mPage.Encode(text).mBytes;
+        return known.first->second;
+    }
+
+    void CheckText(std::size_t key) const
+    {
+        const std::string zstring = ZString(key);
+        Require(U_ZStringToUTF16String(zstring.c_str()) == Resolved(key, false));
+        Require(U_ZStringToEnglishUTF16String(zstring.c_str()) == Resolved(key, true));
+    }
+
+    std::string ZString(std::size_t key) const
+    {
+        return "$$$" + std::string(kKeys[key]) + "=" + BytesOf(Units(mForm->mForm));
     }
 
     // Version 2 hides the texts of all other forms.
-    Text Resolved(const std::string& key, bool isEnglish) const
+    Text Resolved(std::size_t key, bool isEnglish) const
     {
         const auto found = mStores[mIsFlat].find(key);
         Text text = Units(mForm->mOfText);
@@ -164,11 +195,12 @@ private:
 
     const Page& mPage;
     const bool mIsDoubleByte;
-    std::map<std::string, Text> mStores[2]; // of version 2, and of the other forms before
+    std::map<std::size_t, Text> mStores[2]; // of version 2, and of the other forms before
     bool mIsFlat = false;
     bool mIsChosen = false;
     bool mIsEnglish = false;
     const Form* mForm = kForms;
+    std::size_t mChecks = 0;
     std::list<std::string> mImages; // each too long for the place in the string
 };
 
@@ -187,11 +219,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const Page sPages[] = {Page(1252), Page(932), Page(65001)};
     static SecondThread sSecond;
     Choices choices(data, size);
-    const std::size_t page = choices.Below(std::size(sPages));
+    const std::size_t first = choices.Below(8 * std::size(sPages));
+    const std::size_t page = first % std::size(sPages);
+    const bool isShared = first < std::size(sPages); // an eighth, since a change of threads is slow
     platform::SetActiveCodePage(kPages[page]);
     Language language(sPages[page], choices.Flag());
     RunCalls(choices, language, kCalls);
     const auto check = [&] { language.CheckTexts(); };
-    sSecond.RunBoth(check, check);
+    if (isShared)
+        sSecond.RunBoth(check, check);
+    else
+        check();
     return 0;
 }

@@ -418,6 +418,7 @@ void Run(Choices choices, std::size_t page, const Locale& locale, std::size_t th
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     BeBorn();
+    RequireMarks();
     return 0;
 }
 

@@ -135,8 +135,8 @@ inline void RequireSame(const U_AnyTree& real, const Node& node)
     }
 }
 
-// JSON text, well formed or not, and what it adds to a tree. Malformed text follows the list of
-// U_AnyTree.h.
+// JSON text, well formed or not, and the members and elements that its import adds to a tree.
+// Malformed text follows the list of U_AnyTree.h.
 class JSONText
 {
 public:
