@@ -16,7 +16,8 @@
 
 namespace win32
 {
-// Returns the milliseconds since the machine started, its sleep included. The count starts
+// Returns the milliseconds since the machine started, its sleep included unless the system lacks a
+// clock that counts its sleep. The count starts
 // again at 0 after 49.7 days.
 PLATFORM_EXPORT unsigned int GetTickCount();
 
