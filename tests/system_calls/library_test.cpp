@@ -5,12 +5,16 @@
 #include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <win32/memory.h>
+#include <win32/message_box.h>
+#include <wril/wril.h>
 
 #include "U_Alloc.h"
 #include "U_Lifecycle.h"
@@ -18,6 +22,7 @@
 #include "tests/instrumentation/MemoryLogTest.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
 #include "tests/system_calls/FailingCalls.h"
 #include "tests/walks/Walk.h"
 
@@ -145,6 +150,45 @@ Outcome LookForBadMemory(Own& own)
                    IsBadReadPtr(nullptr, 8));
 }
 
+// Runs a call that writes to stderr, which is a file without limits meanwhile. An error costs the
+// text or its end. Any other failure costs nothing.
+Outcome WriteToStderr(const std::function<void()>& write, const std::string& text)
+{
+    const std::size_t kRoom = 0x1000;
+    static const int console = dup(STDERR_FILENO);
+    static const int file = memfd_create("stderr", 0);
+    static const char* const written =
+        static_cast<const char*>(mmap(nullptr, kRoom, PROT_READ, MAP_SHARED, file, 0));
+    fcntl(file, F_SETFL, O_APPEND);
+    const bool isEmpty = ftruncate(file, 0) == 0;
+    dup2(file, STDERR_FILENO);
+    platform::SetLogSink({});
+    platform::SetAlertPresenter({});
+    write();
+    DropAlertsAndLogLines();
+    dup2(console, STDERR_FILENO);
+    return RightIf(isEmpty && ftruncate(file, kRoom) == 0 && written == text, kLess);
+}
+
+Outcome LogALine()
+{
+    static int count = 0; // so that no line is a repetition
+    const std::string text = "line " + std::to_string(++count);
+    return WriteToStderr([&] { WRIL_Log(0, "rows", "log", text.c_str()); },
+                         "[0] rows log: " + text + "\n");
+}
+
+Outcome ShowAnAlert()
+{
+    const std::string rule = "+" + std::string(74, '-') + "+\n";
+    const auto line = [](std::string text) {
+        return "| " + text.append(72 - text.size(), ' ') + " |\n";
+    };
+    const U_UTF16String text = Units(u"an alert"), title = Units(u"Test Host");
+    return WriteToStderr([&] { win32::MessageBoxW(nullptr, text.c_str(), title.c_str(), 0); },
+                         rule + line("Test Host") + rule + line("an alert") + rule);
+}
+
 bool IsTorn(const std::string& row)
 {
     const std::ptrdiff_t kColumns = 24;
@@ -162,7 +206,9 @@ TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
     WalkAll(SystemOperations(), Failings(), false);
     WalkAll({{"a logger", kLess, [](Own&) { return WriteTwoLines(); }},
              {"U_FreePtr", kNull, &FreeABlockFromBeforeTheChecks},
-             {"IsBadReadPtr", 0, &LookForBadMemory}},
+             {"IsBadReadPtr", 0, &LookForBadMemory},
+             {"WRIL_Log", kLess, [](Own&) { return LogALine(); }},
+             {"MessageBoxW", kLess, [](Own&) { return ShowAnAlert(); }}},
             Failings(), true);
     std::remove(LogPath().c_str());
 }
