@@ -3,17 +3,24 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <win32/exceptions.h>
 #include <win32/memory.h>
 #include <win32/message_box.h>
+#include <win32/threads.h>
 #include <wril/wril.h>
 
 #include "U_Alloc.h"
@@ -22,12 +29,15 @@
 #include "tests/instrumentation/MemoryLogTest.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/Text.h"
 #include "tests/system_calls/FailingCalls.h"
 #include "tests/walks/Walk.h"
 
 namespace
 {
+const char kNotAllowed[] = "the system does not allow to intercept calls";
+
 FailingCalls& Calls()
 {
     static FailingCalls& calls = NewShared<FailingCalls>();
@@ -76,13 +86,18 @@ std::vector<Failing> Failings()
             FailingWith("short for good", Failure::kShort, true)};
 }
 
+std::vector<Failing> Errors()
+{
+    return {Failings()[0], Failings()[1]};
+}
+
 class SystemCalls : public BornLibrary
 {
 protected:
     void SetUp() override
     {
         if (!Intercept())
-            GTEST_SKIP() << "the system does not allow to intercept calls";
+            GTEST_SKIP() << kNotAllowed;
         BornLibrary::SetUp();
         DropAlertsAndLogLines();
     }
@@ -93,6 +108,18 @@ protected:
             BornLibrary::TearDown();
     }
 };
+
+// At the end of the whole program each call must have failed once.
+class EachCallHasFailed : public testing::Environment
+{
+public:
+    void TearDown() override
+    {
+        const bool ranAll = testing::GTEST_FLAG(filter) == "*" && Intercept();
+        EXPECT_EQ(ranAll ? NeverFailed(Calls(), false) : std::vector<int>(), std::vector<int>());
+    }
+};
+const testing::Environment* const kAtEnd = testing::AddGlobalTestEnvironment(new EachCallHasFailed);
 
 std::string LogPath()
 {
@@ -189,6 +216,61 @@ Outcome ShowAnAlert()
                          rule + line("Test Host") + rule + line("an alert") + rule);
 }
 
+// The C library moves the pages of blocks of this size.
+Outcome ResizeALargeBlock()
+{
+    const U_u32 kLarge = 40 << 20;
+    const std::size_t kUsed = 4096;
+    void* block = U_AllocatePtrQuiet(kLarge);
+    if (!block)
+        return kNull;
+    std::memset(block, 7, kUsed);
+    const U_Status code = U_ResizePtrQuiet(2 * kLarge, &block);
+    const Outcome outcome = IsFilled(block, 7, kUsed) ? OfCode(code, true) : kWrong;
+    U_FreePtr(block);
+    return outcome;
+}
+
+// A thread whose priority can't be set keeps that of the process.
+Outcome LowerAPriority()
+{
+    Outcome outcome = kLess;
+    const auto lower = [&] {
+        const int lowered =
+            win32::SetThreadPriority(win32::GetCurrentThread(), win32::kThreadPriorityLowest);
+        errno = 0;
+        const int own = getpriority(PRIO_PROCESS, gettid());
+        const int process = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+        if (!errno)
+            outcome = own != std::min(process + (lowered ? 10 : 0), 19) ? kWrong
+                      : lowered                                         ? kRight
+                                                                        : kLess;
+    };
+    try
+    {
+        OnFreshThread(lower);
+    }
+    catch (const std::system_error&)
+    {
+    }
+    return outcome;
+}
+
+// The signal is sent again after the call.
+Outcome SendASignalDuringACall()
+{
+    static std::atomic<int> heard{0};
+    heard = 0;
+    struct sigaction counts = {}, before = {};
+    counts.sa_handler = [](int) { ++heard; };
+    sigaction(SIGILL, &counts, &before);
+    win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) { return 0; });
+    const bool completes = win32::CallUntilException([](void*) { raise(SIGILL); }, nullptr);
+    win32::SetUnhandledExceptionFilter(nullptr);
+    sigaction(SIGILL, &before, nullptr);
+    return RightIf(completes && heard == 1);
+}
+
 bool IsTorn(const std::string& row)
 {
     const std::ptrdiff_t kColumns = 24;
@@ -196,17 +278,67 @@ bool IsTorn(const std::string& row)
 }
 } // namespace
 
+// The first test, since another would be the first use.
+TEST(SystemCallsOfFirstUses, FailAsPromisedAndThenSucceed)
+{
+    if (!Intercept())
+        GTEST_SKIP() << kNotAllowed;
+    // The reader of debug information does not try again. The row of U_SuspendContext takes the
+    // code that the call may return for a wrong result.
+    const auto isLeftOut = [](const std::string& name) {
+        return name == "StackFrameFunctionName" || name == "U_SuspendContext";
+    };
+    Operations contexts;
+    for (const Operation& each : ContextOperations())
+    {
+        if (!isLeftOut(each.name))
+            contexts.push_back(each);
+    }
+    WalkFirstUses(contexts, Failings(), false);
+    WalkFirstUses(SystemOperations(), Failings(), true);
+    platform::SetHeapChecks("1");
+    WalkFirstUses(MemoryOperations(), Errors(), false);
+    platform::SetHeapChecks("0");
+}
+
 TEST_F(SystemCalls, EachOperationFailsAsPromisedAndThenSucceeds)
 {
     WalkAll(AllOperations(), Failings(), false);
 }
 
+// The reports write their log lines to stderr. No line is a repetition of an earlier one.
+TEST_F(SystemCalls, EachSoleOperationFailsAsPromisedAndThenSucceeds)
+{
+    const unsigned long long kHour = 3600000000000; // nanoseconds
+    const int console = dup(STDERR_FILENO);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    dup2(nowhere, STDERR_FILENO);
+    platform::SetUserLocale("fr_FR");
+    platform::SetLogSink({});
+    platform::SetTickClock([now = 0ull]() mutable { return now += kHour; });
+    WalkAll(SoleOperations(), Failings(), false);
+    DropAlertsAndLogLines();
+    dup2(console, STDERR_FILENO);
+    close(nowhere);
+    close(console);
+}
+
+TEST_F(SystemCalls, FailAsPromisedWhileTheHeapIsChecked)
+{
+    platform::SetHeapChecks("1");
+    WalkAll(MemoryOperations(), Errors(), false);
+    platform::SetHeapChecks("0");
+}
+
 TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
 {
-    WalkAll(SystemOperations(), Failings(), false);
+    WalkAll(SystemOperations(), Failings(), false); // some make calls in their first use only
     WalkAll({{"a logger", kLess, [](Own&) { return WriteTwoLines(); }},
              {"U_FreePtr", kNull, &FreeABlockFromBeforeTheChecks},
+             {"U_ResizePtrQuiet", kNull | kCode4, [](Own&) { return ResizeALargeBlock(); }},
              {"IsBadReadPtr", 0, &LookForBadMemory},
+             {"SetThreadPriority", kLess, [](Own&) { return LowerAPriority(); }},
+             {"CallUntilException", 0, [](Own&) { return SendASignalDuringACall(); }},
              {"WRIL_Log", kLess, [](Own&) { return LogALine(); }},
              {"MessageBoxW", kLess, [](Own&) { return ShowAnAlert(); }}},
             Failings(), true);
@@ -216,8 +348,11 @@ TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
 TEST(SystemCallsOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     if (!Intercept())
-        GTEST_SKIP() << "the system does not allow to intercept calls";
+        GTEST_SKIP() << kNotAllowed;
     WalkOverALife(Failings(), false);
+    platform::SetHeapChecks("1");
+    WalkOverALife(Errors(), false);
+    platform::SetHeapChecks("0");
 }
 
 // An error may lose the row that the failing call writes, and leave the head of a line. No row is
@@ -226,7 +361,7 @@ TEST(SystemCallsOverALife, TheMemoryLogGoesOnAfterEachFailure)
 {
     const long kPoints = 40; // a row makes fewer calls
     if (!Intercept())
-        GTEST_SKIP() << "the system does not allow to intercept calls";
+        GTEST_SKIP() << kNotAllowed;
     DropAlertsAndLogLines();
     SetMemoryLogFolder(testing::TempDir());
     AskForMemoryLog("true", "1");
