@@ -93,10 +93,10 @@ std::string Printable(std::string_view text, std::string_view unescaped)
 
 void WritePrintable(std::FILE* file, std::string_view text, std::string_view unescaped)
 {
+    if (file == stderr)
+        return WritePrintable(text, unescaped, WriteToStderr);
     WritePrintable(text, unescaped, [file](std::string_view piece) {
         std::fwrite(piece.data(), 1, piece.size(), file);
     });
-    if (file == stderr)
-        std::fflush(file);
 }
 } // namespace platform

@@ -56,13 +56,11 @@ private:
     char mEscape[4];
 };
 
-// Writes text to the standard error stream in one call, without escapes. Windows buffers a stream
-// that is no console, and a process that dies writes no buffer: the text is written at once.
-inline void WriteToStderr(std::string_view text)
-{
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(stderr);
-}
+// Writes text to stderr at once and in one call, without escapes. Allocates nothing. An
+// interruption or a write of a part loses no byte.
+//
+// Failures: the rest of the text is lost. A broken pipe sends no SIGPIPE.
+PLATFORM_EXPORT void WriteToStderr(std::string_view text);
 
 // Calls `write` with each piece of Printable(text, unescaped), for writers that must not allocate.
 template <class Write>
@@ -74,7 +72,7 @@ void WritePrintable(std::string_view text, std::string_view unescaped, const Wri
 }
 
 // Writes Printable(text, unescaped) to an open file. Allocates nothing. Text for stderr is written
-// at once. After a failure std::ferror returns non-zero.
+// by WriteToStderr. After a failure of another file std::ferror returns non-zero.
 PLATFORM_EXPORT void WritePrintable(std::FILE* file, std::string_view text,
                                     std::string_view unescaped = {});
 } // namespace platform

@@ -16,8 +16,8 @@
 
 namespace win32
 {
-// Returns the milliseconds since the machine started, its sleep included. The count starts
-// again at 0 after 49.7 days.
+// Returns the milliseconds since the machine started, its sleep included unless the system lacks a
+// clock that counts its sleep. The count starts again at 0 after 49.7 days.
 PLATFORM_EXPORT unsigned int GetTickCount();
 
 // Store the performance counter, which counts from the start of the machine, and its counts

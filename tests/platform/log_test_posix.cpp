@@ -27,3 +27,15 @@ TEST(LogOnPosix, ALongLineGoesToStderrInOneWrite)
     for (const int descriptor : {ends[0], ends[1], console})
         close(descriptor);
 }
+
+TEST(LogOnPosix, ALineForABrokenPipeDoesNotEndTheProcess)
+{
+    const auto log = [] {
+        int ends[2];
+        if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0 || close(ends[0]) != 0)
+            _exit(1);
+        WRIL_Log(0, "memory", nullptr, "lost");
+        _exit(7);
+    };
+    EXPECT_EXIT(log(), testing::ExitedWithCode(7), "");
+}

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstddef>
 #include <new>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -14,7 +15,8 @@ enum class Failure
 {
     kError,       // the call fails with an error that it may have: ENOSPC, EMFILE, ENOMEM
     kInterrupted, // EINTR, for a call that may wait
-    kShort        // a read or a write moves half the bytes
+    kShort,       // a read or a write moves half the bytes
+    kClose        // EDQUOT from a close, which leaves the file open; no other way fails these
 };
 
 // Which calls fail: shared with the children.
@@ -31,6 +33,7 @@ struct FailingCalls
     std::atomic<long> count{0};
     std::atomic<bool> hasFailed{false};
     std::atomic<pid_t> process{0}; // whose calls fail
+    std::atomic<bool> failed[512]; // by the number of the call, since the start
 };
 
 // Memory of zeros that a process shares with its children. Never null.
@@ -42,13 +45,16 @@ template <class Object> Object& NewShared()
     return *new (SharedMemory(sizeof(Object))) Object();
 }
 
+// Returns the numbers of the calls, those of the tools alone or all others, that have not failed.
+std::vector<int> NeverFailed(const FailingCalls& calls, bool ofTools);
+
 // From here on the calls of this thread, of the threads that it starts, and of its children wait
 // for Answer. Returns a descriptor for Answer, or -1 if the system does not allow this.
 int InterceptCalls();
 
 // Answers the calls until their threads have ended. The caller must not be one of these threads.
 // `begin`: unless it is empty, only the calls of the process's first thread fail, and are counted
-// from the first opening of a file of that name on.
+// from the first opening of a file on whose name starts so.
 void Answer(int intercepted, FailingCalls& calls, const char* begin);
 
 #endif

@@ -2,14 +2,18 @@
 //
 // Usage: fail_calls error|interrupted|short NTH once|for-good BEGIN PROGRAM [ARGUMENT...]
 //
-// Failures are counted from the first opening of a file named BEGIN on. Ends as the program does,
-// or with 121 if the system does not allow to intercept its calls. The last line of the standard
-// error is "failed: 1" if a call has failed, otherwise "failed: 0".
+//        fail_calls never [NUMBER...]
+//
+// Failures are counted from the first opening of a file on whose name starts with BEGIN. Ends as
+// the program does, or with 121 if the system does not allow to intercept its calls. The last line
+// of the standard error is "failed:" and the numbers of the calls that have failed. The second form
+// prints the numbers of those calls of the tools that are not among the arguments.
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <thread>
 
 #include <signal.h>
@@ -39,6 +43,7 @@ Failure FailureOf(const char* name)
 {
     return !std::strcmp(name, "error")   ? Failure::kError
            : !std::strcmp(name, "short") ? Failure::kShort
+           : !std::strcmp(name, "close") ? Failure::kClose
                                          : Failure::kInterrupted;
 }
 // Returns the child's descriptor, or -1 if the system does not allow to answer the child's calls or
@@ -57,9 +62,17 @@ int Take(pid_t child, HandOver& handOver)
 
 int main(int count, char** arguments)
 {
+    FailingCalls& calls = NewShared<FailingCalls>();
+    if (count > 1 && !std::strcmp(arguments[1], "never"))
+    {
+        for (int index = 2; index < count; ++index)
+            calls.failed[std::atoi(arguments[index])] = true;
+        for (const int number : NeverFailed(calls, true))
+            std::printf("%d\n", number);
+        return 0;
+    }
     if (count < 6)
         return kUsage;
-    FailingCalls& calls = NewShared<FailingCalls>();
     HandOver& handOver = NewShared<HandOver>();
     calls.Begin(FailureOf(arguments[1]), std::atol(arguments[2]),
                 !std::strcmp(arguments[3], "for-good"));
@@ -90,6 +103,12 @@ int main(int count, char** arguments)
     handOver.isTaken = true;
     Answer(intercepted, calls, arguments[4]);
     waitpid(child, &status, 0);
-    std::fprintf(stderr, "failed: %d\n", calls.hasFailed ? 1 : 0);
+    std::fputs("failed:", stderr);
+    for (std::size_t number = 0; number < std::size(calls.failed); ++number)
+    {
+        if (calls.failed[number])
+            std::fprintf(stderr, " %zu", number);
+    }
+    std::fputs("\n", stderr);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

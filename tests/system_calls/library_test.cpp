@@ -3,14 +3,28 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
+#include <functional>
+#include <future>
+#include <string_view>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <win32/clocks.h>
+#include <win32/exceptions.h>
 #include <win32/memory.h>
+#include <win32/message_box.h>
+#include <win32/threads.h>
+#include <wril/wril.h>
 
 #include "U_Alloc.h"
 #include "U_Lifecycle.h"
@@ -18,11 +32,14 @@
 #include "tests/instrumentation/MemoryLogTest.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/Text.h"
 #include "tests/system_calls/FailingCalls.h"
 #include "tests/walks/Walk.h"
 
 namespace
 {
+const char kNotAllowed[] = "the system does not allow to intercept calls";
+
 FailingCalls& Calls()
 {
     static FailingCalls& calls = NewShared<FailingCalls>();
@@ -71,13 +88,18 @@ std::vector<Failing> Failings()
             FailingWith("short for good", Failure::kShort, true)};
 }
 
+std::vector<Failing> Errors()
+{
+    return {Failings()[0], Failings()[1]};
+}
+
 class SystemCalls : public BornLibrary
 {
 protected:
     void SetUp() override
     {
         if (!Intercept())
-            GTEST_SKIP() << "the system does not allow to intercept calls";
+            GTEST_SKIP() << kNotAllowed;
         BornLibrary::SetUp();
         DropAlertsAndLogLines();
     }
@@ -145,6 +167,83 @@ Outcome LookForBadMemory(Own& own)
                    IsBadReadPtr(nullptr, 8));
 }
 
+// Runs a call that writes to stderr, which is a file without limits meanwhile. An error costs the
+// text or its end. Any other failure costs nothing.
+Outcome WriteToStderr(const std::function<void()>& write, const std::string& text)
+{
+    static const int console = dup(STDERR_FILENO);
+    static const int file = memfd_create("stderr", 0);
+    char written[0x1000] = "";
+    fcntl(file, F_SETFL, O_APPEND);
+    const bool isEmpty = ftruncate(file, 0) == 0;
+    dup2(file, STDERR_FILENO);
+    platform::SetLogSink({});
+    write();
+    DropAlertsAndLogLines();
+    dup2(console, STDERR_FILENO);
+    const bool isRead = pread(file, written, sizeof(written) - 1, 0) >= 0;
+    return RightIf(isEmpty && isRead && written == text, kLess);
+}
+
+Outcome LogALine()
+{
+    static int count = 0; // so that no line is a repetition
+    const std::string text = "line " + std::to_string(++count);
+    return WriteToStderr([&] { WRIL_Log(0, "rows", "log", text.c_str()); },
+                         "[0] rows log: " + text + "\n");
+}
+
+Outcome ShowAnAlert()
+{
+    const std::string rule = "+" + std::string(74, '-') + "+\n";
+    const auto show = [] {
+        platform::SetAlertPresenter({});
+        win32::MessageBoxW(nullptr, Units(u"an alert").c_str(), nullptr, 0);
+    };
+    return WriteToStderr(show, rule + "| an alert" + std::string(64, ' ') + " |\n" + rule);
+}
+
+// A thread whose priority can't be set keeps that of the process.
+Outcome LowerAPriority(Own& own)
+{
+    std::promise<Outcome> outcome;
+    const auto lower = [&] {
+        using namespace win32;
+        const bool lowered = SetThreadPriority(GetCurrentThread(), kThreadPriorityLowest) != 0;
+        errno = 0;
+        const int process = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+        const int here = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+        outcome.set_value(RightIf(lowered && !errno && here == std::min(process + 10, 19),
+                                  lowered && !errno ? kWrong : kLess));
+    };
+    own.executor->Post(lower, 0);
+    return outcome.get_future().get();
+}
+
+// The signal is sent again after the call.
+Outcome SendASignalDuringACall()
+{
+    static std::atomic<int> heard{0};
+    heard = 0;
+    struct sigaction counts = {}, before = {};
+    counts.sa_handler = [](int) { ++heard; };
+    sigaction(SIGILL, &counts, &before);
+    win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) { return 0; });
+    const bool completes = win32::CallUntilException([](void*) { raise(SIGILL); }, nullptr);
+    win32::SetUnhandledExceptionFilter(nullptr);
+    sigaction(SIGILL, &before, nullptr);
+    return RightIf(completes && heard == 1);
+}
+
+std::atomic<bool> sLacksBootTime{false};
+
+unsigned long long Milliseconds()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<unsigned long long>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+}
+
 bool IsTorn(const std::string& row)
 {
     const std::ptrdiff_t kColumns = 24;
@@ -152,17 +251,76 @@ bool IsTorn(const std::string& row)
 }
 } // namespace
 
+// In place of the C library's function, which makes no call to the system.
+#pragma GCC visibility push(default)
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept
+{
+    if (clock != CLOCK_BOOTTIME || !sLacksBootTime)
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    errno = EINVAL;
+    return -1;
+}
+#pragma GCC visibility pop
+
+// The first test, since another would be the first use.
+TEST(SystemCallsOfFirstUses, FailAsPromisedAndThenSucceed)
+{
+    if (!Intercept())
+        GTEST_SKIP() << kNotAllowed;
+    // The reader of debug information does not try again. The row of U_SuspendContext takes the
+    // code that the call may return for a wrong result.
+    const auto isLeftOut = [](const Operation& each) {
+        const std::string_view name = each.name;
+        return name == "StackFrameFunctionName" || name == "U_SuspendContext";
+    };
+    Operations contexts = ContextOperations();
+    contexts.erase(std::remove_if(contexts.begin(), contexts.end(), isLeftOut), contexts.end());
+    WalkFirstUses(contexts, Failings(), false);
+    WalkFirstUses(SystemOperations(), Failings(), true);
+    platform::SetHeapChecks("1");
+    WalkFirstUses(MemoryOperations(), Errors(), false);
+    platform::SetHeapChecks("0");
+}
+
+TEST(Clocks, CountWithoutSleepIfTheSystemDoesNotCountSleep)
+{
+    sLacksBootTime = true;
+    const unsigned long long before = Milliseconds();
+    long long counts = 0;
+    EXPECT_NE(win32::QueryPerformanceCounter(&counts), 0);
+    const unsigned int ticks = win32::GetTickCount();
+    const unsigned long long most = Milliseconds() - before + 1;
+    sLacksBootTime = false;
+    EXPECT_LE(static_cast<unsigned long long>(counts / 1000000) - before, most);
+    EXPECT_LE(ticks - static_cast<unsigned int>(before), most);
+}
+
 TEST_F(SystemCalls, EachOperationFailsAsPromisedAndThenSucceeds)
 {
     WalkAll(AllOperations(), Failings(), false);
+    platform::SetHeapChecks("1");
+    WalkAll(MemoryOperations(), Errors(), false);
+    platform::SetHeapChecks("0");
+}
+
+// The reports write their log lines to stderr. No line is a repetition of an earlier one.
+TEST_F(SystemCalls, EachSoleOperationFailsAsPromisedAndThenSucceeds)
+{
+    platform::SetUserLocale("fr_FR");
+    platform::SetTickClock([now = 0ull]() mutable { return now += 3600000000000; }); // an hour
+    WriteToStderr([] { WalkAll(SoleOperations(), Failings(), false); }, "");
 }
 
 TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
 {
-    WalkAll(SystemOperations(), Failings(), false);
+    WalkAll(SystemOperations(), Failings(), false); // some make calls in their first use only
     WalkAll({{"a logger", kLess, [](Own&) { return WriteTwoLines(); }},
              {"U_FreePtr", kNull, &FreeABlockFromBeforeTheChecks},
-             {"IsBadReadPtr", 0, &LookForBadMemory}},
+             {"IsBadReadPtr", 0, &LookForBadMemory},
+             {"SetThreadPriority", kLess | kBadAlloc, &LowerAPriority},
+             {"CallUntilException", 0, [](Own&) { return SendASignalDuringACall(); }},
+             {"WRIL_Log", kLess, [](Own&) { return LogALine(); }},
+             {"MessageBoxW", kLess, [](Own&) { return ShowAnAlert(); }}},
             Failings(), true);
     std::remove(LogPath().c_str());
 }
@@ -170,8 +328,11 @@ TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
 TEST(SystemCallsOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     if (!Intercept())
-        GTEST_SKIP() << "the system does not allow to intercept calls";
+        GTEST_SKIP() << kNotAllowed;
     WalkOverALife(Failings(), false);
+    platform::SetHeapChecks("1");
+    WalkOverALife(Errors(), false);
+    platform::SetHeapChecks("0");
 }
 
 // An error may lose the row that the failing call writes, and leave the head of a line. No row is
@@ -180,7 +341,7 @@ TEST(SystemCallsOverALife, TheMemoryLogGoesOnAfterEachFailure)
 {
     const long kPoints = 40; // a row makes fewer calls
     if (!Intercept())
-        GTEST_SKIP() << "the system does not allow to intercept calls";
+        GTEST_SKIP() << kNotAllowed;
     DropAlertsAndLogLines();
     SetMemoryLogFolder(testing::TempDir());
     AskForMemoryLog("true", "1");
@@ -207,4 +368,12 @@ TEST(SystemCallsOverALife, TheMemoryLogGoesOnAfterEachFailure)
     }
     EXPECT_EQ(U_Death(), 0);
     std::remove(MemoryLogPath().c_str());
+}
+
+// The last test: runs after all others.
+TEST(SystemCallsOverALife, EachCallHasFailed)
+{
+    if (testing::GTEST_FLAG(filter) != "*" || !Intercept())
+        GTEST_SKIP() << kNotAllowed << ", or a filter leaves tests out";
+    EXPECT_EQ(NeverFailed(Calls(), false), std::vector<int>());
 }

@@ -15,17 +15,23 @@ const long long kNanosecondsPerMillisecond = 1000000;
 
 PLATFORM_THREAD_LOCAL(std::tm, tRecord);
 
-long long NanosecondsSinceStart()
+// Without the clock that counts the machine's sleep, as in some sandboxes, reads the clock that
+// does not. Returns false without either.
+bool ReadNanosecondsSinceStart(long long* nanoseconds)
 {
-    timespec now;
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
+    timespec now = {};
+    if (clock_gettime(CLOCK_BOOTTIME, &now) != 0 && clock_gettime(CLOCK_MONOTONIC, &now) != 0)
+        return false;
+    *nanoseconds = now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
+    return true;
 }
 } // namespace
 
 unsigned int GetTickCount()
 {
-    return static_cast<unsigned int>(NanosecondsSinceStart() / kNanosecondsPerMillisecond);
+    long long nanoseconds = 0;
+    ReadNanosecondsSinceStart(&nanoseconds);
+    return static_cast<unsigned int>(nanoseconds / kNanosecondsPerMillisecond);
 }
 
 long long SystemFrequency()
@@ -35,8 +41,7 @@ long long SystemFrequency()
 
 bool ReadSystemCounter(long long* counts)
 {
-    *counts = NanosecondsSinceStart();
-    return true;
+    return ReadNanosecondsSinceStart(counts);
 }
 
 std::tm* _gmtime64(const long long* seconds)

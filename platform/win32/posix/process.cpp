@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <platform/base/printable.h>
+#include <platform/base/write_all_posix.h>
 
 #include "../private/system.h"
 
@@ -56,8 +57,7 @@ bool ReadStatusFigures(StatusFigure* figures, std::size_t count)
     return !std::ferror(status.get());
 }
 
-// A file of the C library that drops no text when a signal interrupts a write. The C library's own
-// files drop the text of their buffer.
+// A file of the C library whose writes are those of WriteAll.
 void* CookieOf(int descriptor)
 {
     return reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
@@ -68,19 +68,9 @@ int DescriptorOf(void* cookie)
     return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
 }
 
-// Returns a lower count than `size` after an error.
-ssize_t WriteAll(void* cookie, const char* text, std::size_t size)
+ssize_t WriteLog(void* cookie, const char* text, std::size_t size)
 {
-    std::size_t count = 0;
-    while (count < size)
-    {
-        const ssize_t written = write(DescriptorOf(cookie), text + count, size - count);
-        if (written > 0)
-            count += static_cast<std::size_t>(written);
-        else if (written == 0 || errno != EINTR)
-            break;
-    }
-    return static_cast<ssize_t>(count);
+    return static_cast<ssize_t>(platform::WriteAll(DescriptorOf(cookie), {text, size}));
 }
 
 int CloseLog(void* cookie)
@@ -148,7 +138,7 @@ void WriteDebugString(const char* text)
 int Beep(unsigned int)
 {
     if (isatty(STDERR_FILENO))
-        std::fputc('\a', stderr);
+        platform::WriteToStderr("\a");
     return 1;
 }
 
@@ -159,7 +149,7 @@ std::FILE* OpenPrivateLog(const char* path)
         open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, kForThisUser);
     if (descriptor < 0)
         return nullptr;
-    const cookie_io_functions_t functions = {nullptr, &WriteAll, nullptr, &CloseLog};
+    const cookie_io_functions_t functions = {nullptr, &WriteLog, nullptr, &CloseLog};
     std::FILE* const file = fopencookie(CookieOf(descriptor), "a", functions);
     if (!file)
         close(descriptor);

@@ -1,5 +1,6 @@
 #include <win32/threads.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -57,8 +58,11 @@ int SetThreadPriority(void* thread, int priority)
 {
     if (thread != GetCurrentThread())
         return 0;
-    const int niceness =
-        getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())) + NicenessOf(priority);
+    errno = 0; // -1 is a niceness, too
+    const int ofProcess = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+    if (ofProcess == -1 && errno != 0)
+        return 0;
+    const int niceness = ofProcess + NicenessOf(priority);
     return setpriority(PRIO_PROCESS, GetCurrentThreadId(), niceness) == 0;
 }
 

@@ -15,6 +15,10 @@ namespace
 std::atomic<unsigned long long> sTotalPhysical(0);
 std::atomic<unsigned long long> sAvailablePhysical(0);
 
+// The system's figure, which does not change while the process runs. The budget reads the figure
+// often. 0: the system has not returned the figure yet.
+std::atomic<unsigned long long> sInstalled(0);
+
 std::atomic<unsigned int> sCompactions(0);
 
 // Rounds bytes down to whole KiB.
@@ -26,10 +30,15 @@ unsigned long long WholeKilobytes(unsigned long long bytes)
 
 int GetPhysicallyInstalledSystemMemory(unsigned long long* kilobytes)
 {
-    // The system's figure does not change while the process runs, and the budget reads it often.
-    static const unsigned long long sInstalled = InstalledMemory();
-    const unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
-    *kilobytes = (total ? total : sInstalled) >> 10;
+    unsigned long long total = sTotalPhysical.load(std::memory_order_relaxed);
+    if (!total)
+        total = sInstalled.load(std::memory_order_relaxed);
+    if (!total)
+    {
+        total = InstalledMemory();
+        sInstalled.store(total, std::memory_order_relaxed);
+    }
+    *kilobytes = total >> 10;
     return *kilobytes != 0;
 }
 
