@@ -75,6 +75,15 @@ TEST_F(Format, NumbersAreWritten)
         EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1.234.567,2")) << id;
     }
     EXPECT_EQ(NumberToString(1234567.25, 1, 1, 9, 31), Units(u"1,234,567.2"));
+
+    if (IsWindows())
+        return; // the default is the system's own locale
+    const std::string tooLong = "de_DE_" + std::string(200, 'X');
+    platform::SetUserLocale(tooLong.c_str());
+    EXPECT_EQ(NumberToString(1234567.25, 1, 1, 8, 31), Units(u"1,234,567.2"));
+    unsigned short date[64];
+    ASSERT_NE(win32::GetDateFormatW(win32::kLocaleUserDefault, 0, &kTime, nullptr, date, 64), 0);
+    EXPECT_EQ(Narrow(date), "3/1/2005");
 }
 
 TEST_F(Format, DecimalsAreThoseOfTheCLibrary)
