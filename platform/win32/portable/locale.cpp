@@ -63,11 +63,9 @@ unsigned short Mark(const UNumberFormat* format, UNumberFormatSymbol symbol)
 // the locale of the environment.
 bool IsKnownLanguage(const char* localeId)
 {
-    char language[ULOC_LANG_CAPACITY];
+    char language[ULOC_LANG_CAPACITY + 1] = {}; // the head of a name that is too long
     UErrorCode error = U_ZERO_ERROR;
     uloc_getLanguage(localeId, language, ULOC_LANG_CAPACITY, &error);
-    if (U_FAILURE(error) || error == U_STRING_NOT_TERMINATED_WARNING)
-        return false;
     for (int i = 0; i < unum_countAvailable(); ++i)
     {
         if (std::strcmp(language, unum_getAvailable(i)) == 0)
