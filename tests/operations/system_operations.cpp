@@ -49,15 +49,10 @@ Operations SystemOperations()
              unsigned int length = 0;
              win32::SetLastError(0);
              win32::GetLogicalProcessorInformation(nullptr, &length);
-             switch (win32::GetLastError())
-             {
-             case win32::kErrorInsufficientBuffer:
-                 return RightIf(length > 0);
-             case win32::kErrorGeneralFailure: // a file can't be read
-             case win32::kErrorNotEnoughMemory:
+             const unsigned int error = win32::GetLastError();
+             if (error == win32::kErrorNotEnoughMemory || error == win32::kErrorGeneralFailure)
                  return kLess;
-             }
-             return kWrong;
+             return RightIf(error == win32::kErrorInsufficientBuffer);
          }},
         {"U_IsDebuggerPresent", 0, [](Own&) { return RightIf(!U_IsDebuggerPresent()); }},
         {"U_DateTimeZoneNow", kCode4 | kBadAlloc,

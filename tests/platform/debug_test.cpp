@@ -10,6 +10,7 @@
 #include <kroview/ui.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
+#include <win32/machine.h>
 #include <win32/message_box.h>
 #include <win32/process.h>
 
@@ -198,6 +199,12 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     std::string traced;
     platform::SetTraceSink([&](const char* text) { traced += text; });
     krobase::debug::Trace("one");
+    const auto hasVectors = [] {
+        return win32::IsProcessorFeaturePresent(win32::kAVX2InstructionsAvailable) != 0;
+    };
+    const bool hadVectors = hasVectors();
+    platform::SetVectors(false);
+    EXPECT_FALSE(hasVectors());
     win32::MessageBeep(~0u);
     EXPECT_EQ(settings(),
               std::make_tuple(std::string("text"), 3, true, 512u + 2048u, 1u, "größer", true));
@@ -207,8 +214,9 @@ TEST(Settings, ResetAllPutsEverySettingBack)
 
     const int changes = krobase::debug::TraceChangeCount();
     platform::ResetAll();
-    krobase::debug::Trace("");
+    krobase::debug::Trace("\n");
     EXPECT_EQ(settings(), initial);
+    EXPECT_EQ(hasVectors(), hadVectors);
     EXPECT_NE(krobase::debug::TraceChangeCount(), changes);
     EXPECT_EQ(traced, "one");
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,7 @@
 #include <win32/threads.h>
 #include <zelboxmp/xmp.h>
 
+#include "tests/support/NoMemory.h"
 #include "tests/support/System.h"
 
 namespace
@@ -66,6 +68,25 @@ TEST(VirtualMemory, AReservationIsNotReadableAndAnImpossibleSizeIsRefused)
     EXPECT_TRUE(win32::VirtualFree(block, 0, win32::kMemRelease));
     for (const std::size_t size : {std::size_t(0), SIZE_MAX, SIZE_MAX - 0x10000})
         EXPECT_EQ(reserve(size), nullptr);
+}
+
+// The blocks are smaller than those that the C library maps, and the last block keeps the end of
+// the heap in use.
+TEST(ProcessHeap, ACompactionReturnsFreeMemoryToTheSystem)
+{
+    SKIP_UNDER_SANITIZERS(); // they keep memory that is freed
+    if (IsWindows())
+        GTEST_SKIP() << "the system decides";
+    const std::size_t kBlock = 64 << 10;
+    std::vector<std::vector<char>> blocks;
+    for (int i = 0; i < 1000; ++i)
+        blocks.emplace_back(kBlock, 'x');
+    blocks.erase(blocks.begin(), blocks.end() - 1);
+    win32::PROCESS_MEMORY_COUNTERS before = {}, after = {};
+    win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &before, sizeof(before));
+    EXPECT_GT(win32::HeapCompact(win32::GetProcessHeap(), 0), 500 * kBlock);
+    win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &after, sizeof(after));
+    EXPECT_LT(after.WorkingSetSize + 500 * kBlock, before.WorkingSetSize);
 }
 
 TEST(PhysicalMemory, TheHostsFiguresReplaceTheRealFigures)
@@ -174,13 +195,19 @@ TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
 {
     win32::PROCESS_MEMORY_COUNTERS counters = {};
     EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
-    EXPECT_NE(win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &counters, sizeof(counters)),
-              0);
+    void* const process = win32::GetCurrentProcess();
+    EXPECT_EQ(win32::GetProcessMemoryInfo(process, &counters, sizeof(counters) - 1), 0);
+    EXPECT_NE(win32::GetProcessMemoryInfo(process, &counters, sizeof(counters)), 0);
     EXPECT_GE(counters.PeakWorkingSetSize, counters.WorkingSetSize);
     EXPECT_GT(counters.WorkingSetSize, 0u);
     EXPECT_FALSE(win32::IsProcessorFeaturePresent(1000));
     EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
+    const unsigned int compactions = platform::HeapCompactCount();
     EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
+    EXPECT_EQ(platform::HeapCompactCount(), compactions);
+    win32::HeapCompact(win32::GetProcessHeap(), 0);
+    EXPECT_EQ(platform::HeapCompactCount(), compactions + 1);
+    EXPECT_EQ(MEM_Report(nullptr, 1), 0);
     EXPECT_EQ(NewHandle(-1), nullptr);
     EXPECT_EQ(GetHandleSize(nullptr), 0);
     AddResource(nullptr);
@@ -201,6 +228,7 @@ TEST(SystemRefusals, ANullPointerIsABadParameter)
         {"claim", [] { return MEM_ClaimUsage(1, 1, 1, nullptr, nullptr); }},
         {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
         {"slop", [] { return TOLV_GetSlop(nullptr); }},
+        {"key", [&] { return TOLV_GetProfileInt(nullptr, 1, &value); }},
         {"required key", [&] { return TOLV_GetRequiredProfileInt(nullptr, &value); }},
         {"profile", [] { return TOLV_GetRequiredProfileInt(kKey, nullptr); }},
         {"new key", [] { return TOLV_SetProfileInt(nullptr, 1); }},
