@@ -359,9 +359,9 @@ TEST_F(HeapChecks, AResizeAndAFreeReturnTheMemory)
 
     // Of the blocks that have pages of their own, the queue and the heap keep 48 MiB.
     const U_u64 kLarge = 1000000;
-    std::vector<void*> blocks;
-    for (int count = 0; count < 120; ++count)
-        blocks.push_back(std::memset(U_AllocatePtrQuiet(kLarge), 1, kLarge));
+    std::vector<void*> blocks(120);
+    for (void*& block : blocks)
+        block = std::memset(U_AllocatePtrQuiet(kLarge), 1, kLarge);
     for (void* const block : blocks)
         U_FreePtr(block);
     U_GetSystemMemoryStats(&after);
@@ -481,10 +481,8 @@ TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
     for (std::size_t i = 0; i < leaks.size(); ++i)
     {
         const BlockKind& kind = kBlockKinds[i < 2 * kKinds ? i % kKinds : kPointer];
-        if (kind.mAllocate == &AllocateHog)
-            FreeHandle(leaks[i].mOwner);
-        else
-            kind.mFree(leaks[i].mOwner);
+        const auto release = kind.mAllocate == &AllocateHog ? &FreeHandle : kind.mFree;
+        release(leaks[i].mOwner);
     }
     EXPECT_THAT(Reports(), ElementsAre());
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0); // for TearDown
