@@ -165,13 +165,13 @@ std::size_t RoundLarge(std::size_t bytes)
     return (bytes + step - 1) / step * step;
 }
 
-// Returns whether both sizes have cells of the same size.
-bool HaveSameCells(std::size_t bytes, std::size_t otherBytes)
+// Returns the size of the cells for a size. Returns less than `bytes` if there is no such size.
+std::size_t CellBytes(std::size_t bytes)
 {
-    if (bytes > kLargestCell || otherBytes > kLargestCell)
-        return std::min(bytes, otherBytes) > kLargestCell &&
-               RoundLarge(bytes) == RoundLarge(otherBytes);
-    return ClassOf(&bytes) == ClassOf(&otherBytes);
+    if (bytes > kLargestCell)
+        return RoundLarge(bytes);
+    ClassOf(&bytes);
+    return bytes;
 }
 
 // A cell with pages of its own begins after a margin, too, and a margin follows.
@@ -242,7 +242,7 @@ void FreeCell(CellCache* cache, void* cell, std::size_t bytes)
 
 void* ResizeCell(CellCache* cache, void* cell, std::size_t oldBytes, std::size_t bytes)
 {
-    if (HaveSameCells(oldBytes, bytes))
+    if (CellBytes(oldBytes) == CellBytes(bytes))
         return cell;
     void* const fresh = NewCell(cache, bytes);
     if (!fresh)

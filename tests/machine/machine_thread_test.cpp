@@ -157,7 +157,9 @@ TEST_F(FPControl, TerminatingTwiceRestoresOnce)
     platform::SetProfileInt("UseControlFPKey64_2", 1);
     platform::SetProfileInt("ControlFPMaskKey64_2", 0);
     U_InitFPControl();
-    win32::_controlfp(win32::kRCUp | win32::kDNFlush, win32::kMcwRC | win32::kMcwDN);
+    const unsigned int fields = win32::kMcwRC | win32::kMcwDN | win32::kEMZeroDivide;
+    const unsigned int values = win32::kRCUp | win32::kDNFlush;
+    EXPECT_EQ(win32::_controlfp(values, fields), (mWord & ~fields) | values);
     U_TerminateFPControl();
     EXPECT_EQ(Word(), mWord);
 }

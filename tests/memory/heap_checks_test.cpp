@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <platform/base/memory_tools.h>
+#include <tolv/memory.h>
 #include <tolv/toolbox.h>
 
 #include "U_Alloc.h"
@@ -171,6 +172,7 @@ TEST_F(HeapChecks, FaultsInBlocksAreReportedWithTheirOriginAndRepaired)
             Block block = kind.mAllocate(size);
             Damage(block.mBytes + size);
             EXPECT_EQ(platform::CheckHeap(), 1u);
+            EXPECT_EQ(mLog.Lines().front().level, 0);
             EXPECT_EQ(platform::CheckHeap(), 0u) << "repaired";
             Damage(block.mBytes + size + 15);
             kind.mFree(block.mOwner);
@@ -326,9 +328,13 @@ TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
     U_GetPtrSize(pointer, &size);
     EXPECT_THAT(Reports(), ElementsAre(Fault("a freed block was used", kBlockKinds[kPointer])));
 
-    void** handle = U_AllocateHandle(kBlockLocation, "op", kSize);
+    void** const stale = U_AllocateHandle(kBlockLocation, "op", kSize);
+    void** handle = stale;
     U_FreeHandle(handle);
     EXPECT_EQ(U_ResizeHandle(kBlockLocation, 2 * kSize, "resize", &handle), 4);
+    EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kBlockKinds[kHandle])));
+
+    EXPECT_NE(MEM_SetHandleSize(nullptr, stale, kSize), 0);
     EXPECT_THAT(Reports(), ElementsAre(Fault("a freed handle was used", kBlockKinds[kHandle])));
 
     alignas(16) static char foreign[64];
@@ -337,7 +343,7 @@ TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
     EXPECT_THAT(mAlerts.Texts(), testing::Not(testing::Contains(HasSubstr("RAM"))));
 }
 
-TEST_F(HeapChecks, AResizeGivesTheOldMemoryBack)
+TEST_F(HeapChecks, AResizeAndAFreeReturnTheMemory)
 {
     if (platform::MemoryIsWatched())
         GTEST_SKIP() << "a checker of the process keeps freed memory";
@@ -350,6 +356,16 @@ TEST_F(HeapChecks, AResizeGivesTheOldMemoryBack)
     U_GetSystemMemoryStats(&after);
     EXPECT_LE(after.mResident, before.mResident + (16 << 20));
     FreeHandle(handle);
+
+    // Of the blocks that have pages of their own, the queue and the heap keep 48 MiB.
+    const U_u64 kLarge = 1000000;
+    std::vector<void*> blocks(120);
+    for (void*& block : blocks)
+        block = std::memset(U_AllocatePtrQuiet(kLarge), 1, kLarge);
+    for (void* const block : blocks)
+        U_FreePtr(block);
+    U_GetSystemMemoryStats(&after);
+    EXPECT_LE(after.mResident, before.mResident + (80 << 20));
 }
 
 TEST_F(HeapChecks, AUseThroughAFunctionForAnotherKindIsReported)
@@ -443,24 +459,32 @@ TEST_F(HeapChecks, AStaleHandleIsNoNewerHandle)
 
 TEST_F(HeapChecks, DeathLogsEachLeakWithItsOrigin)
 {
+    const std::size_t kKinds = std::size(kBlockKinds);
     std::vector<Block> leaks;
     std::vector<testing::Matcher<std::string>> expected;
+    for (std::size_t i = 0; i < 2 * kKinds; ++i)
+        leaks.push_back(kBlockKinds[i % kKinds].mAllocate(kSize));
     for (const BlockKind& kind : kBlockKinds)
     {
-        leaks.push_back(kind.mAllocate(kSize));
-        expected.push_back(AllOf(HasSubstr("40 bytes left: " + std::string(kind.mName) +
+        expected.push_back(AllOf(HasSubstr("2 blocks, 80 bytes left: " + std::string(kind.mName) +
                                            " \"op\", location 7 :: 9\n  allocated at\n"),
                                  HasSubstr(IsWindows() ? "" : "\n    main")));
     }
+    ASSERT_TRUE(platform::SetHeapChecks("stacks=4"));
+    for (int i = 0; i < 24; ++i)
+        leaks.push_back(AllocatePointer(1));
+    expected.push_back(AllOf(HasSubstr("6 blocks, 6 bytes left: "), HasSubstr("allocated at\n")));
+    expected.push_back(
+        AllOf(HasSubstr("18 blocks, 18 bytes left: "), HasSubstr("a stack that was not kept")));
     ASSERT_EQ(U_Death(), 0);
     EXPECT_THAT(Reports(), testing::UnorderedElementsAreArray(expected));
-    for (std::size_t kind = 0; kind < leaks.size(); ++kind)
+    for (std::size_t i = 0; i < leaks.size(); ++i)
     {
-        if (kBlockKinds[kind].mAllocate == &AllocateHog)
-            FreeHandle(leaks[kind].mOwner);
-        else
-            kBlockKinds[kind].mFree(leaks[kind].mOwner);
+        const BlockKind& kind = kBlockKinds[i < 2 * kKinds ? i % kKinds : kPointer];
+        const auto release = kind.mAllocate == &AllocateHog ? &FreeHandle : kind.mFree;
+        release(leaks[i].mOwner);
     }
+    EXPECT_THAT(Reports(), ElementsAre());
     ASSERT_EQ(U_Birth("Test Host", nullptr), 0); // for TearDown
     mLog.Clear();
 }

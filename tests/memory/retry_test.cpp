@@ -2,12 +2,17 @@
 
 #include <cstring>
 
+#include <win32/memory.h>
+
 #include "U_Alloc.h"
 #include "U_Budget.h"
 #include "U_Hog.h"
+#include "U_MemServices.h"
 #include "tests/support/BornLibrary.h"
+#include "tests/support/NoMemory.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/PurgeHost.h"
+#include "tests/support/System.h"
 
 namespace
 {
@@ -191,6 +196,21 @@ TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
     };
     EXPECT_GT(compactions(), 0u);
     OnFreshThread([&] { EXPECT_EQ(compactions(), 0u); });
+}
+
+// The last block keeps the end of the C library's heap in use.
+TEST_F(Retry, ACompactionReturnsFreeMemoryToTheSystem)
+{
+    SKIP_UNDER_SANITIZERS(); // they keep memory that is freed
+    if (IsWindows())
+        GTEST_SKIP() << "the system decides";
+    U_MemoryStats before = {}, after = {};
+    std::vector<std::vector<char>> blocks(1000, std::vector<char>(64 << 10));
+    blocks.erase(blocks.begin(), blocks.end() - 1);
+    U_GetSystemMemoryStats(&before);
+    win32::HeapCompact(win32::GetProcessHeap(), 0);
+    U_GetSystemMemoryStats(&after);
+    EXPECT_LT(after.mResident, before.mResident - (30 << 20));
 }
 
 TEST_F(Retry, SizesAboveTheLargestAreRefusedAtOnce)

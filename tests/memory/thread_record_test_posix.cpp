@@ -1,5 +1,6 @@
-// Threads for which the system has no memory to store the heap's record.
+// Threads without a stored record of the heap, and after the end of their record.
 
+#include <atomic>
 #include <cerrno>
 #include <thread>
 
@@ -43,3 +44,32 @@ TEST(ThreadRecord, AThreadWhoseRecordIsNotStoredLeavesNoChargeBehind)
     EXPECT_EQ(MEM_GetMemUsage(), before);
 }
 #endif
+
+// Destructors of a thread's keys run in the order in which the keys were made.
+TEST(ThreadRecord, IsNotUsedByADestructorAfterANewThreadHasTakenItOver)
+{
+    static std::atomic<int> sUsers(0);
+    const auto use = [](void* user) { // null: once
+        static const MEM_HeapRef kHeap = MEM_NewHeap();
+        for (sUsers += user != nullptr; user && sUsers < 2;)
+            std::this_thread::yield();
+        for (int i = 0; i < (user ? 300000 : 1); ++i)
+        {
+            void* const block = MEM_NewPtrDebug(kHeap, sizeof(user), nullptr, nullptr, 0);
+            EXPECT_EQ(*new (block) std::atomic<void*>(user), user);
+            MEM_DisposePtr(kHeap, block);
+        }
+    };
+    pthread_key_t key;
+    use(nullptr); // makes the heap's key
+    ASSERT_EQ(pthread_key_create(&key, use), 0);
+    std::thread ending([&] {
+        use(nullptr);
+        pthread_setspecific(key, &key);
+    });
+    while (!sUsers)
+        std::this_thread::yield();
+    std::thread(use, &sUsers).join();
+    ending.join();
+    pthread_key_delete(key);
+}

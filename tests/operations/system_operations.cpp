@@ -3,6 +3,8 @@
 #include <ctime>
 #include <string>
 
+#include <win32/machine.h>
+
 #include "U_Date.h"
 #include "U_Interact.h"
 #include "U_Machine.h"
@@ -41,6 +43,16 @@ Operations SystemOperations()
          [](Own&) {
              char name[256];
              return RightIf(U_GetComputerName(sizeof(name), name) == 0 && *name, kLess);
+         }},
+        {"GetLogicalProcessorInformation", kLess,
+         [](Own&) {
+             unsigned int length = 0;
+             win32::SetLastError(0);
+             win32::GetLogicalProcessorInformation(nullptr, &length);
+             const unsigned int error = win32::GetLastError();
+             if (error == win32::kErrorNotEnoughMemory || error == win32::kErrorGeneralFailure)
+                 return kLess;
+             return RightIf(error == win32::kErrorInsufficientBuffer);
          }},
         {"U_IsDebuggerPresent", 0, [](Own&) { return RightIf(!U_IsDebuggerPresent()); }},
         {"U_DateTimeZoneNow", kCode4 | kBadAlloc,

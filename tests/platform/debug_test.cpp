@@ -10,6 +10,7 @@
 #include <kroview/ui.h>
 #include <tolv/keyboard.h>
 #include <tolv/profile.h>
+#include <win32/machine.h>
 #include <win32/message_box.h>
 #include <win32/process.h>
 
@@ -181,9 +182,12 @@ TEST(Settings, ResetAllPutsEverySettingBack)
         return std::make_tuple(DebugDatabase::Instance().GetEntry("key", "default"),
                                hasProfile ? profile : -1, TraceEnabled("memory", 2, true),
                                GetCurrentKeyModifiers(), platform::BeepCount(),
-                               Narrow(platform::ClipboardText()), ui.HasInputCapture());
+                               Narrow(platform::ClipboardText()), ui.HasInputCapture(),
+                               win32::IsProcessorFeaturePresent(win32::kAVX2InstructionsAvailable));
     };
-    const auto initial = std::make_tuple(std::string("default"), -1, false, 0u, 0u, "", false);
+    const int vectors = std::get<7>(settings());
+    const auto initial =
+        std::make_tuple(std::string("default"), -1, false, 0u, 0u, "", false, vectors);
     EXPECT_EQ(settings(), initial);
     platform::SetDebugSetting("key", "text");
     platform::SetDebugSetting(nullptr, "ignored");
@@ -198,16 +202,17 @@ TEST(Settings, ResetAllPutsEverySettingBack)
     std::string traced;
     platform::SetTraceSink([&](const char* text) { traced += text; });
     krobase::debug::Trace("one");
+    platform::SetVectors(false);
     win32::MessageBeep(~0u);
     EXPECT_EQ(settings(),
-              std::make_tuple(std::string("text"), 3, true, 512u + 2048u, 1u, "größer", true));
+              std::make_tuple(std::string("text"), 3, true, 512u + 2048u, 1u, "größer", true, 0));
     EXPECT_FALSE(TraceEnabled("memory", 3, true));
     EXPECT_FALSE(TraceEnabled("text", 0, true));
     EXPECT_FALSE(TraceEnabled("memory", 0, false));
 
     const int changes = krobase::debug::TraceChangeCount();
     platform::ResetAll();
-    krobase::debug::Trace("");
+    krobase::debug::Trace("\n");
     EXPECT_EQ(settings(), initial);
     EXPECT_NE(krobase::debug::TraceChangeCount(), changes);
     EXPECT_EQ(traced, "one");

@@ -161,6 +161,7 @@ TEST_F(Format, NumbersAreReadWithTheUsersMarks)
 
 TEST_F(SystemDates, PicturesSelectThePartsOfADate)
 {
+    const std::string tooLong = "de_DE_" + std::string(200, 'X');
     const std::tuple<const char*, std::u16string, std::string> rows[] = {
         {"en_US", u"d dd ddd dddd ddddd", "1 01 Tue Tuesday Tuesday"},
         {"en_US", u"M MM MMM MMMM yy, yyyy g", "3 03 Mar March 05, 2005 AD"},
@@ -174,6 +175,7 @@ TEST_F(SystemDates, PicturesSelectThePartsOfADate)
         {"en_US", u"'" + std::u16string(150, u'x') + u"'", std::string(150, 'x')},
         {"ru_RU", u"MMMM yyyy", "март 2005"}, // without a day, a month has another form
         {"ru_RU", u"d MMMM", "1 марта"},
+        {IsWindows() ? "en_US" : tooLong.c_str(), u"ddd", "Tue"}, // the default
     };
     for (const auto& [locale, picture, expected] : rows)
     {

@@ -200,18 +200,18 @@ Piece RandomText(const std::vector<Piece>& pieces, std::mt19937& random)
     return text;
 }
 
-// Returns a text of mostly the same piece, with others and in every second text damage.
+// Returns a text of mostly or only the same piece, with others and in every second text damage.
 template <class String>
 String RandomPieces(const std::vector<String>& pieces, const std::vector<String>& damage,
                     std::mt19937& random)
 {
     String text;
     const String& favourite = pieces[random() % pieces.size()];
-    const unsigned int others = 1 + random() % 16;
+    const std::size_t others = random() % 17;
     const bool isDamaged = random() % 2 == 0;
     while (text.size() < 5000) // a count converts pieces of 4,096
     {
-        if (random() % others)
+        if (!others || random() % others)
             text += favourite;
         else if (isDamaged && random() % 8 == 0)
             text += damage[random() % damage.size()];

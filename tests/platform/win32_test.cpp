@@ -174,13 +174,18 @@ TEST(SystemRefusals, OtherProcessesThreadsAndHeapsAreRefused)
 {
     win32::PROCESS_MEMORY_COUNTERS counters = {};
     EXPECT_EQ(win32::GetProcessMemoryInfo(nullptr, &counters, sizeof(counters)), 0);
-    EXPECT_NE(win32::GetProcessMemoryInfo(win32::GetCurrentProcess(), &counters, sizeof(counters)),
-              0);
+    void* const process = win32::GetCurrentProcess();
+    EXPECT_EQ(win32::GetProcessMemoryInfo(process, &counters, sizeof(counters) - 1), 0);
+    EXPECT_NE(win32::GetProcessMemoryInfo(process, &counters, sizeof(counters)), 0);
     EXPECT_GE(counters.PeakWorkingSetSize, counters.WorkingSetSize);
     EXPECT_GT(counters.WorkingSetSize, 0u);
     EXPECT_FALSE(win32::IsProcessorFeaturePresent(1000));
     EXPECT_EQ(win32::SetThreadPriority(nullptr, 0), 0);
+    const unsigned int compactions = platform::HeapCompactCount();
     EXPECT_EQ(win32::HeapCompact(nullptr, 0), 0u);
+    win32::HeapCompact(win32::GetProcessHeap(), 0);
+    EXPECT_EQ(platform::HeapCompactCount(), compactions + 1);
+    EXPECT_EQ(MEM_Report(nullptr, 1), 0);
     EXPECT_EQ(NewHandle(-1), nullptr);
     EXPECT_EQ(GetHandleSize(nullptr), 0);
     AddResource(nullptr);
@@ -201,6 +206,7 @@ TEST(SystemRefusals, ANullPointerIsABadParameter)
         {"claim", [] { return MEM_ClaimUsage(1, 1, 1, nullptr, nullptr); }},
         {"use", [] { return TOLV_TotalMemoryUsed(nullptr); }},
         {"slop", [] { return TOLV_GetSlop(nullptr); }},
+        {"key", [&] { return TOLV_GetProfileInt(nullptr, 1, &value); }},
         {"required key", [&] { return TOLV_GetRequiredProfileInt(nullptr, &value); }},
         {"profile", [] { return TOLV_GetRequiredProfileInt(kKey, nullptr); }},
         {"new key", [] { return TOLV_SetProfileInt(nullptr, 1); }},

@@ -164,7 +164,16 @@ Outcome LookForBadMemory(Own& own)
     using win32::IsBadReadPtr;
     return RightIf(!IsBadReadPtr(own.handle, sizeof(void*)) && !IsBadReadPtr(end - kPage, kPage) &&
                    !IsBadReadPtr(end - 3, 3) && IsBadReadPtr(end - 3, 4) && IsBadReadPtr(end, 1) &&
-                   IsBadReadPtr(nullptr, 8));
+                   IsBadReadPtr(end - 1000, 1001) && IsBadReadPtr(nullptr, 8));
+}
+
+Outcome ReleaseMemory()
+{
+    win32::SetLastError(0);
+    void* const range = win32::VirtualAlloc(nullptr, 1, win32::kMemReserve, win32::kPageNoAccess);
+    if (range && win32::VirtualFree(range, 0, win32::kMemRelease))
+        return kRight;
+    return win32::GetLastError() == win32::kErrorNotEnoughMemory ? kLess : kWrong;
 }
 
 // Runs a call that writes to stderr, which is a file without limits meanwhile. An error costs the
@@ -317,6 +326,7 @@ TEST_F(SystemCalls, CallsOfTheSystemFailAsPromised)
     WalkAll({{"a logger", kLess, [](Own&) { return WriteTwoLines(); }},
              {"U_FreePtr", kNull, &FreeABlockFromBeforeTheChecks},
              {"IsBadReadPtr", 0, &LookForBadMemory},
+             {"VirtualFree", kLess, [](Own&) { return ReleaseMemory(); }},
              {"SetThreadPriority", kLess | kBadAlloc, &LowerAPriority},
              {"CallUntilException", 0, [](Own&) { return SendASignalDuringACall(); }},
              {"WRIL_Log", kLess, [](Own&) { return LogALine(); }},

@@ -50,21 +50,18 @@ std::size_t CompactProcessHeap(unsigned int flags)
 unsigned long long InstalledMemory()
 {
     ULONGLONG kilobytes = 0;
-    unsigned long long total = 0;
-    unsigned long long available = 0;
     if (::GetPhysicallyInstalledSystemMemory(&kilobytes) && kilobytes)
         return kilobytes << 10;
-    FindMemoryUse(&total, &available);
-    return total;
+    return FindMemoryUse().mTotal;
 }
 
-void FindMemoryUse(unsigned long long* total, unsigned long long* available)
+MemoryUse FindMemoryUse()
 {
     ::MEMORYSTATUSEX status = {};
     status.dwLength = sizeof(status);
-    const bool isKnown = ::GlobalMemoryStatusEx(&status) != 0;
-    *total = isKnown ? status.ullTotalPhys : 0;
-    *available = isKnown ? status.ullAvailPhys : 0;
+    if (!::GlobalMemoryStatusEx(&status))
+        return {};
+    return {status.ullTotalPhys, status.ullAvailPhys};
 }
 
 // The system's own function reads the memory, and so removes the guard of a page.

@@ -45,7 +45,7 @@ public:
     void AddText(char16_t unit)
     {
         if (mPieces.empty() || mPieces.back().mLetter)
-            mPieces.push_back({0, 0, {}});
+            mPieces.emplace_back();
         mPieces.back().mText += unit;
     }
 

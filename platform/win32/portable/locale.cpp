@@ -63,11 +63,9 @@ unsigned short Mark(const UNumberFormat* format, UNumberFormatSymbol symbol)
 // the locale of the environment.
 bool IsKnownLanguage(const char* localeId)
 {
-    char language[ULOC_LANG_CAPACITY];
+    char language[ULOC_LANG_CAPACITY + 1] = {}; // the head of a name that is too long
     UErrorCode error = U_ZERO_ERROR;
     uloc_getLanguage(localeId, language, ULOC_LANG_CAPACITY, &error);
-    if (U_FAILURE(error) || error == U_STRING_NOT_TERMINATED_WARNING)
-        return false;
     for (int i = 0; i < unum_countAvailable(); ++i)
     {
         if (std::strcmp(language, unum_getAvailable(i)) == 0)
@@ -76,8 +74,9 @@ bool IsKnownLanguage(const char* localeId)
     return false;
 }
 
-// Returns the marks for ASCII digits, since numbers are written with no other digits.
-NumberMarks MarksOf(const char* localeId)
+// Stores the marks for ASCII digits, since numbers are written with no other digits. Returns false
+// for an id that is too long for ICU, or without memory.
+bool FindMarks(const char* localeId, NumberMarks* marks)
 {
     char id[ULOC_FULLNAME_CAPACITY];
     UErrorCode error = U_ZERO_ERROR;
@@ -86,9 +85,10 @@ NumberMarks MarksOf(const char* localeId)
     const icu::LocalUNumberFormatPointer format(
         unum_open(UNUM_DECIMAL, nullptr, 0, id, nullptr, &error));
     if (U_FAILURE(error))
-        return kAmericanMarks;
-    return {Mark(format.getAlias(), UNUM_DECIMAL_SEPARATOR_SYMBOL),
-            Mark(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL)};
+        return false;
+    *marks = {Mark(format.getAlias(), UNUM_DECIMAL_SEPARATOR_SYMBOL),
+              Mark(format.getAlias(), UNUM_GROUPING_SEPARATOR_SYMBOL)};
+    return true;
 }
 
 // The text of an item: one unit or none.
@@ -114,8 +114,10 @@ unsigned int FindItem(unsigned int locale, unsigned int item, ItemText* text)
 
 void SetUserLocale(const char* localeId)
 {
-    const char* const id = localeId && IsKnownLanguage(localeId) ? localeId : "en_US";
-    sMarks.store(MarksOf(id), std::memory_order_relaxed);
+    NumberMarks marks = kAmericanMarks;
+    const bool isKnown = localeId && IsKnownLanguage(localeId) && FindMarks(localeId, &marks);
+    const char* const id = isKnown ? localeId : "en_US";
+    sMarks.store(marks, std::memory_order_relaxed);
     const platform::ScLock lock(TheUserLocale().mLock);
     TheUserLocale().mId = id;
 }

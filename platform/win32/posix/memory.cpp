@@ -160,10 +160,9 @@ unsigned long long InstalledMemory()
     return sysinfo(&info) == 0 ? static_cast<unsigned long long>(info.totalram) * info.mem_unit : 0;
 }
 
-void FindMemoryUse(unsigned long long* total, unsigned long long* available)
+MemoryUse FindMemoryUse()
 {
-    *total = InstalledMemory();
-    *available = AvailableMemory();
+    return {InstalledMemory(), AvailableMemory()};
 }
 
 int IsBadReadPtr(const void* address, std::size_t size)

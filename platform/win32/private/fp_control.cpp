@@ -52,7 +52,7 @@ const unsigned int kRoundingShift = 13 - 8;
 // the exceptions seven bits lower and the rounding three bits lower.
 void SetX87Unit(unsigned int machine)
 {
-    unsigned short word = 0;
+    unsigned short word;
     asm volatile("fnstcw %0" : "=m"(word));
     word = static_cast<unsigned short>((word & ~0xC3Fu) | (machine & kExceptionBits) >> 7 |
                                        (machine & 0x6000) >> 3);

@@ -46,19 +46,17 @@ int GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
 {
     if (!status || status->dwLength < sizeof(*status))
         return 0;
-    unsigned long long total = 0;
-    unsigned long long available = 0;
-    FindMemoryUse(&total, &available);
+    MemoryUse use = FindMemoryUse();
     if (const unsigned long long set = sTotalPhysical)
-        total = set;
+        use.mTotal = set;
     if (const unsigned long long set = sAvailablePhysical)
-        available = set;
-    total = WholeKilobytes(total);
-    if (!total || !available)
+        use.mAvailable = set;
+    use.mTotal = WholeKilobytes(use.mTotal);
+    if (!use.mTotal || !use.mAvailable)
         return 0;
-    status->ullTotalPhys = total;
-    status->ullAvailPhys = available;
-    const unsigned long long free = available * 100 / total;
+    status->ullTotalPhys = use.mTotal;
+    status->ullAvailPhys = use.mAvailable;
+    const unsigned long long free = use.mAvailable * 100 / use.mTotal;
     status->dwMemoryLoad = free < 100 ? static_cast<unsigned int>(100 - free) : 0;
     return 1;
 }

@@ -1,5 +1,6 @@
 // The cores of the processors, out of a folder of texts in the form of Linux.
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -36,9 +37,15 @@ std::string ReadText(const std::string& path)
     std::string text;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "r"),
                                                                &std::fclose);
-    char piece[256];
-    while (const std::size_t count = file ? std::fread(piece, 1, sizeof(piece), file.get()) : 0)
-        text.append(piece, count);
+    if (!file)
+        return text;
+    do
+    {
+        std::clearerr(file.get()); // a read that was interrupted continues
+        char piece[256];
+        while (const std::size_t count = std::fread(piece, 1, sizeof(piece), file.get()))
+            text.append(piece, count);
+    } while (std::ferror(file.get()) && errno == EINTR);
     return text;
 }
 

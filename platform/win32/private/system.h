@@ -20,9 +20,14 @@ bool ReadSystemCounter(long long* counts);
 // Returns the physical memory of the machine in bytes, 0 if the system does not know.
 unsigned long long InstalledMemory();
 
-// Stores the physical memory that the system manages, and its free part, in bytes; 0 for a figure
-// that the system does not know.
-void FindMemoryUse(unsigned long long* total, unsigned long long* available);
+// The physical memory that the system manages, and its free part, in bytes; 0 for a figure that the
+// system does not know.
+struct MemoryUse
+{
+    unsigned long long mTotal;
+    unsigned long long mAvailable;
+};
+MemoryUse FindMemoryUse();
 
 // Does the work of HeapCompact for the heap of the process.
 std::size_t CompactProcessHeap(unsigned int flags);
