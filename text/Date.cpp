@@ -2,8 +2,9 @@
 
 #include "U_Date.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <string_view>
+#include <iterator>
 
 #include <win32/locale.h>
 
@@ -50,9 +51,8 @@ void FindAbbreviated(Picture* picture)
     if (sEnumDateFormats && sEnumDateFormats(&TakePicture, nullptr, win32::kDateLongDate,
                                              reinterpret_cast<long long>(picture)))
         return;
-    const std::u16string_view kFallback = u"ddd, MMM d, YYYY";
-    char16_t* const units = reinterpret_cast<char16_t*>(picture->mUnits);
-    units[kFallback.copy(units, kTextSize - 1)] = 0;
+    static const char16_t kFallback[] = u"ddd, MMM d, YYYY";
+    std::copy(std::begin(kFallback), std::end(kFallback), picture->mUnits);
 }
 
 win32::SYSTEMTIME SystemTimeOf(U_u32 seconds)

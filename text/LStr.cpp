@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "U_ZString.h"
 #include "indep/errors/Report.h"
@@ -197,7 +198,6 @@ U_Status U_ZUnregisterLStrCache(U_LStrCache** table)
         return 0;
     if (!IsValidLStrCache(*table) || !((*table)->mFlags & U_LStrCache_HeapCopy))
         return BadArgument("U_ZUnregisterLStrCache: not a registered table");
-    FreeTable()(*table);
-    *table = nullptr;
+    const HeapCopy ended(std::exchange(*table, nullptr));
     return 0;
 }

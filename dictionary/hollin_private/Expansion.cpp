@@ -232,13 +232,15 @@ const NamedCharacter* FindNamedCharacter(const std::uint16_t* units, const std::
     return found;
 }
 
-// Returns 255 for a unit that is not a digit.
+const unsigned int kNoDigit = 255;
+
+// Returns kNoDigit for a unit that is not a digit.
 unsigned int HexDigit(std::uint16_t unit)
 {
     if (unit >= '0' && unit <= '9')
         return unit - '0';
     const unsigned int letter = unit | 0x20;
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : 255;
+    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : kNoDigit;
 }
 
 // Parses the text between the braces: U+, u or nothing, then one to four digits.
@@ -254,7 +256,7 @@ bool ParseNumber(const std::uint16_t* units, const std::uint16_t* end, std::uint
     for (; units != end; ++units)
     {
         const unsigned int digit = HexDigit(*units);
-        if (digit > 15)
+        if (digit == kNoDigit)
             return false;
         number = number * 16 + digit;
     }

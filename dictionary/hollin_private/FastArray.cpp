@@ -299,7 +299,6 @@ bool FastArray::MergeSlot(FastArrayBlock& block, std::uint32_t slot, const Known
         return false;
     SetValue(found->second, block.mValues.Get(slot));
     block.mKeys.mLengths[slot] = 0;
-    block.mValues.mLengths[slot] = 0;
     return true;
 }
 

@@ -93,7 +93,6 @@ void FastArrayBlock::SetComment(std::uint32_t slot, const ByteRun& comment)
 void FastArrayBlock::Remove(std::uint32_t slot)
 {
     mKeys.mLengths[slot] = 0;
-    mValues.mLengths[slot] = 0;
     const std::size_t index = CommentIndex(*this, slot);
     if (IsCommentOf(*this, index, slot))
         mComments.mLengths[index] = 0;

@@ -104,7 +104,8 @@ struct FastArrayBlock
     // Sets or replaces the slot's comment.
     void SetComment(std::uint32_t slot, const ByteRun& comment);
 
-    // Marks a slot of a block with keys as removed. Its comment becomes empty.
+    // Marks a slot of a block with keys as removed, so that its value does not count. Its comment
+    // becomes empty.
     void Remove(std::uint32_t slot);
 
     // A block with a single comment returns it for each of its slots.

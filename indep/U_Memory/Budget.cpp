@@ -98,7 +98,6 @@ U_Status DecideRecycled(Claim& claim, const MemoryLimits& limits, bool* okay)
 // comparison, since blocks move between the pool and the tracked use.
 U_Status Claim::Try(U_u64 limit, const MEM_Pool* pool, bool* fits)
 {
-    End();
     *fits = false;
     const U_u64 managers = U_GetSizeOfExternalMemoryManagers();
     if (U_Status failure =

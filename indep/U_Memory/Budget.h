@@ -31,6 +31,7 @@ public:
 
     // If use plus the size is at most the limit, makes the claim and sets *fits. Returns 0 or an
     // error of the measurement.
+    // REQUIRES: the claim is new or has ended, or the size did not fit.
     U_Status TryUnder(U_u64 limit, bool* fits);
 
     // Works like TryUnder, and counts the recycled pool as use also for a recycled block.

@@ -15,15 +15,14 @@ namespace
 // A lowered prepurge limit is kept until the host sets limits again.
 void LowerLimitIfMemoryIsLow(U_u64 used)
 {
-    U_u64 prepurge = 0;
-    U_u64 maximum = 0;
     U_i64 free = 0;
     if (!Up_FreeAboveFudgeBuffer(&free))
         return;
-    MEM_GetMemUsageLimits(&prepurge, &maximum);
-    const U_u64 lowered = Up_LoweredPrepurge(prepurge, used, free);
-    if (lowered != prepurge)
-        MEM_SetMemUsageLimits(lowered, maximum);
+    MemoryLimits limits;
+    MEM_GetMemUsageLimits(&limits.mPrepurge, &limits.mMaximum);
+    const U_u64 lowered = Up_LoweredPrepurge(limits.mPrepurge, used, free);
+    if (lowered != limits.mPrepurge)
+        MEM_SetMemUsageLimits(lowered, limits.mMaximum);
 }
 
 U_Status InUse(U_u64* out, bool lowerLimit, bool countRecycled)

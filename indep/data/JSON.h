@@ -25,8 +25,8 @@ inline double DoubleInText(const U_UTF16String& text)
     return DoubleInText(text.data(), text.data() + text.size());
 }
 
-// Reads a number that is all of a text and has digits, "-" and "." alone, as most have. Returns
-// false for any other text.
+// Reads the number at the head of a text that has digits, "-", "." and "/" alone, as most have.
+// Returns false for any other text, and without a number in the range of its type.
 bool ReadUsualNumber(const U_u16* first, const U_u16* last, U_Any* number);
 
 // Sets `text` to the text of the JSON string literal from `first` to `last`.

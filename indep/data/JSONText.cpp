@@ -90,12 +90,11 @@ bool Reads(const U_u16* first, const U_u16* last, std::string_view word)
     return std::equal(first, last, word.begin(), word.end());
 }
 
-// Reads a number that is all of a text and within the range of its type.
-template <class Number> bool ReadWhole(const char* first, const char* last, U_Any* number)
+// Reads a number at the head of a text and within the range of its type.
+template <class Number> bool ReadHead(const char* first, const char* last, U_Any* number)
 {
     Number value = 0;
-    const std::from_chars_result result = std::from_chars(first, last, value);
-    if (result.ec != std::errc() || result.ptr != last)
+    if (std::from_chars(first, last, value).ec != std::errc())
         return false;
     *number = value;
     return true;
@@ -245,13 +244,12 @@ bool ReadUsualNumber(const U_u16* first, const U_u16* last, U_Any* number)
     bool isDouble = false;
     for (; first != last; ++first)
     {
-        if (*first < '-' || *first > '9' || *first == '/') // the others are digits, "-" and "."
+        if (*first < '-' || *first > '9')
             return false;
         isDouble = isDouble || *first == '.';
         *end++ = static_cast<char>(*first);
     }
-    return isDouble ? ReadWhole<double>(digits, end, number)
-                    : ReadWhole<U_i64>(digits, end, number);
+    return isDouble ? ReadHead<double>(digits, end, number) : ReadHead<U_i64>(digits, end, number);
 }
 
 void ReadJSONString(const U_u16* first, const U_u16* last, U_UTF16String* text)

@@ -119,8 +119,6 @@ bool Up_HasLoggingCallbacks()
 
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity)
 {
-    if (!Up_HasLoggingCallbacks())
-        return 0;
     U_Globals* globals = Globals();
     CallbackLock lock(*globals->mLoggingLock);
     U_Status answer = 0;

@@ -1,6 +1,7 @@
 #include "indep/errors/QuietStack.h"
 
 #include <memory>
+#include <utility>
 
 #include <platform/base/quiet_new.h>
 #include <win32/threads.h>
@@ -76,13 +77,9 @@ template <class Accept> PerThreadQuietStack::Entry* PerThreadQuietStack::FirstOf
 // The result can be kept in tFound: only the thread itself can claim an entry for its id.
 PerThreadQuietStack::Entry* PerThreadQuietStack::Find(U_u32 threadId)
 {
-    Found found = tFound;
-    if (found.mTable != mSerial)
-    {
-        found = {mSerial, FirstOf([&](const Entry& entry) { return entry.mKey == threadId; })};
-        tFound = found;
-    }
-    return found.mEntry;
+    if (Found(tFound).mTable != mSerial)
+        tFound = {mSerial, FirstOf([&](const Entry& entry) { return entry.mKey == threadId; })};
+    return Found(tFound).mEntry;
 }
 
 PerThreadQuietStack::Entry& PerThreadQuietStack::Claim(U_u32 threadId)
@@ -139,8 +136,7 @@ void MakeQuietStack()
 
 void FreeQuietStack()
 {
-    delete sQuietStack;
-    sQuietStack = nullptr;
+    delete std::exchange(sQuietStack, nullptr);
 }
 
 bool Up_IsQuiet(bool forLogging)

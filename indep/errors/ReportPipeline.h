@@ -107,12 +107,14 @@ private:
     ComposedText mText;
 };
 
-// Returns true if there is a callback to call. Takes no lock.
+// Returns true if the record is valid and there is a callback to call. Takes no lock.
 bool Up_HasLoggingCallbacks();
 
 // Calls every logging callback, in the order of the slots. Returns the answer of the last
-// callback; 0 without callbacks, and without a valid record, whose pointers may be damaged. An
-// exception of a callback passes through.
+// callback; 0 if all callbacks have been removed meanwhile. An exception of a callback passes
+// through.
+//
+// REQUIRES: Up_HasLoggingCallbacks has returned true.
 U_Status Up_CallLoggingCallbacks(U_u32 location, const char* text, U_u16 severity);
 
 // The latest report of a thread.

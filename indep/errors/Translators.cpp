@@ -40,7 +40,7 @@ TranslatorTable::node_type EntryFor(U_ExceptionTranslator&& translator)
     try
     {
         TranslatorTable single;
-        single.emplace(0, std::make_shared<const U_ExceptionTranslator>(std::move(translator)));
+        single[{}] = std::make_shared<const U_ExceptionTranslator>(std::move(translator));
         return single.extract(single.begin());
     }
     catch (const std::bad_alloc&)

@@ -72,6 +72,7 @@ TEST(Any, SetFromJSONReadsAStringLiteralOnly)
     const U_UTF16String bad[] = {
         Units(u"\"two\" \"three\""),
         Units(u"\"a\"b\""),
+        Units(u"x\""),
         Units(u"\"cut \\"),
         Units(u"\"cut \\u12\""),
         Units(u"\"\\x\""),

@@ -84,6 +84,9 @@ TEST(JSON, ReadsForgivingly)
         {u"[[1],[2]]", ":t(:i1) :t(:i2)", "{[1],[2]}"},
         {u"[1,2]", "", "{}"},
         {u" {\"a\":1}", ":t(a:i1)", "{{\"a\":1}}"},
+        // The digits up to another character are the number.
+        {u"{\"a\":2\u0131,\"b\":1-2,\"c\":1.5.3,\"d\":1/2}", "a:i2 b:i1 c:d1.5 d:i1",
+         "{\"a\":2,\"b\":1,\"c\":1.5,\"d\":1}"},
         // Words.
         {u"{\"a\":TRUE,\"b\":False,\"c\":+7,\"d\":.5}", "a:i1 b:i0 c:i7 d:d0.5",
          "{\"a\":1,\"b\":0,\"c\":7,\"d\":0.5}"},

@@ -92,7 +92,7 @@ TEST(FlatStore, KeyIsAddedToABucketThatAFileLeavesEmptyAfterAnAdditionThatFailed
 TEST(ImageView, FindsEachKeyAmongTheSlotsOfItsBucket)
 {
     std::vector<ImageEntry> entries = CrowdedEntries(3);
-    entries.push_back({"/other", u"text"});
+    entries.insert(entries.begin(), {"/other", u"text"});
     for (const bool bigEndian : {false, true})
     {
         const std::string image = BuildFlat(entries, {7, bigEndian}).Image();
@@ -105,7 +105,12 @@ TEST(ImageView, FindsEachKeyAmongTheSlotsOfItsBucket)
         EXPECT_EQ(view.Find(CrowdedKey(9)), kNoId);
         EXPECT_EQ(view.Find("/none"), kNoId);
         EXPECT_EQ(view.SlotsIn(hollin::BucketOf(CrowdedKey(9))),
-                  (std::vector<std::uint32_t>{0, 1, 2}));
+                  (std::vector<std::uint32_t>{1, 2, 3}));
+        EXPECT_EQ(view.Report().mSlots, entries.size());
+        std::size_t found = 0;
+        for (std::uint32_t bucket = 0; bucket < hollin::kBucketCount; ++bucket)
+            found += view.SlotsIn(bucket).size();
+        EXPECT_EQ(found, entries.size());
     }
 }
 

@@ -3,6 +3,7 @@
 #include <sstream>
 #include <tuple>
 
+#include <hollin/TextFormReader.h>
 #include <hollin_private/Expansion.h>
 #include <platform/control.h>
 
@@ -68,6 +69,12 @@ TEST(TextForm, LineHoldsAKeyAndAValue)
     {
         for (const Way way : kWays)
             EXPECT_EQ(LoadedTexts(TextBytes(line), way), (KeyedTexts{{key, value}})) << key;
+        const std::string bytes = TextBytes(line);
+        hollin::TextFormReader reader(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                      bytes.size());
+        hollin::TextLine read;
+        ASSERT_TRUE(reader.Next(&read));
+        EXPECT_EQ(read.mHasEquals, !value.empty()) << key;
     }
 }
 
@@ -276,5 +283,6 @@ TEST(Expansion, NumbersStandForCharacters)
                     {u"#{u00A8}#{U+20ac}#{9}#{FFFF}", u"\u00A8\u20AC\t\uFFFF"},
                     {u"#{0}", std::u16string(1, 0)}});
     ExpectKept({u"#{U+12345}", u"#{00041}", u"#{U+}", u"#{u}", u"#{U41}", u"#{u+41}", u"#{g}",
-                u"#{4g}", u"#{uU+41}", u"#{U+u41}", u"#{+41}", u"#{-1}", u"#{\u0661}", u"#{}1"});
+                u"#{4g}", u"#{@}", u"#{`}", u"#{uU+41}", u"#{U+u41}", u"#{+41}", u"#{-1}",
+                u"#{\u0661}", u"#{}1"});
 }

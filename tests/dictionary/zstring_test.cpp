@@ -60,10 +60,10 @@ TEST(ZString, IsMadeOfEachSource)
 TEST(ZString, CopiesIntoABuffer)
 {
     const std::tuple<std::u16string, std::u16string, std::uint32_t> copies[] = {
-        {u"text", u"text", 5},     {u"text", u"tex", 4},
-        {u"text", u"", 1},         {u"", u"", 1},
-        {u"a\U0001F600", u"a", 3}, {u"a\U0001F600", u"a\U0001F600", 4},
-        {u"\xD83Dx", u"\xD83D", 2}};
+        {u"text", u"text", 5},      {u"text", u"tex", 4},
+        {u"text", u"", 1},          {u"", u"", 1},
+        {u"a\U0001F600", u"a", 3},  {u"a\U0001F600", u"a\U0001F600", 4},
+        {u"\xD83Dx", u"\xD83D", 2}, {u"a\xD83D", u"a\xD83D", 4}};
     for (const auto& [whole, copied, size] : copies)
     {
         const ZString text = ToZString(whole);

@@ -100,6 +100,9 @@ TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
     U_DisplayPostedErrors();
     EXPECT_EQ(mAlerts.All().at(0).sizeHint, 0);
     EXPECT_EQ(mAlerts.All().at(1).sizeHint, 600);
+    FromWorker(u"alone");
+    U_DisplayPostedErrors();
+    EXPECT_EQ(mAlerts.All().at(2).sizeHint, 0);
 }
 
 TEST_F(Posted, AMessageOfAnotherSeverityThanTheLastOneIsShown)

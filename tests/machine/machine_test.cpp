@@ -2,6 +2,8 @@
 // names.
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -108,6 +110,24 @@ bool ChoosesClock(const ClockRow& row)
     return readsTicksBeforeBirth && isRight && readsTicks == row.ticks &&
            ReadsTicks() == (row.ticks && row.works);
 }
+
+// Returns true if a delay ends although its clock goes back meanwhile. Runs in a fresh process.
+bool DelayEndsAfterARestart()
+{
+    const long long kFrequency = 500000000; // the counter is far ahead of the ticks
+    platform::SetPerformanceCounter(kFrequency, true);
+    U_Birth("Test Host", nullptr);
+    std::atomic<bool> hasEnded(false);
+    std::thread([&] {
+        U_Delay(200);
+        hasEnded = true;
+    }).detach();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    platform::SetPerformanceCounter(kFrequency, false);
+    for (int tries = 0; tries < 100 && !hasEnded; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    return hasEnded;
+}
 } // namespace
 
 TEST_F(Machine, ProcessorFlagsAreThoseThatTheSystemLists)
@@ -179,6 +199,7 @@ TEST(ClockDeathTest, TheFirstBirthChoosesTheClock)
         SCOPED_TRACE(row.what);
         EXPECT_EXIT(std::_Exit(ChoosesClock(row) ? 0 : 1), testing::ExitedWithCode(0), "");
     }
+    EXPECT_EXIT(std::_Exit(DelayEndsAfterARestart() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Machine, MillisecondsAreTheSameTimeAndDelaysPassOnIt)

@@ -316,6 +316,20 @@ TEST_F(HeapChecks, ASecondFreeIsReportedWithBothStacksAndChangesNothing)
     EXPECT_EQ(InUse() - U_GetRecycledMemorySize(), used);
 }
 
+TEST_F(HeapChecks, ABlockFromBeforeTheChecksIsFreed)
+{
+    for (const BlockKind& kind : kBlockKinds)
+    {
+        const U_u64 used = InUse();
+        platform::SetHeapChecks("0");
+        const Block block = kind.mAllocate(kSize);
+        platform::SetHeapChecks("1");
+        kind.mFree(block.mOwner);
+        EXPECT_THAT(Reports(), ElementsAre()) << kind.mName;
+        EXPECT_EQ(InUse() - U_GetRecycledMemorySize(), used) << kind.mName;
+    }
+}
+
 TEST_F(HeapChecks, AnotherUseOfAFreedBlockIsReportedOnceAndNotToTheUser)
 {
     void* const pointer = AllocatePointer(kSize).mOwner;

@@ -183,9 +183,19 @@ TEST_F(Hogs, RegistrationsGrowTheTableAndAFailedOneIsReportedAndTakesNoIndex)
         EXPECT_EQ(mId, index ^ kFirstId);
         EXPECT_EQ(Count(), (Stats{0, 0}));
     }
+    void** left[] = {New(1), New(2)}; // of the last hog
+    EXPECT_EQ(Count(), (Stats{2, 3}));
     mId = kFirstId;
     EXPECT_EQ(Count(), (Stats{1, 7}));
     U_FreeHogHandle(handle);
+    LiveAnew();
+    for (U_u32 index = 0; index < 32; ++index)
+    {
+        ASSERT_EQ(U_RegisterHog("test", &mId), 0);
+        EXPECT_EQ(Count(), (Stats{0, 0})) << "in the next life";
+    }
+    for (void** each : left)
+        U_FreeHandle(each);
 }
 
 // The growth of the table calls the purge callback with the table locked.

@@ -117,6 +117,8 @@ TEST_F(Purge, UseIsPurgedForARecycledBlockIfTheHostEmptiesThePool)
                "DONE. Purge not freeing anything (but maybe recycled memory), recycled=1",
                "DONE. Under threshold with inUse=" + std::to_string(used) +
                    ", prepurgelimit=" + std::to_string(prepurge) + ", request=1, recycled=0"}));
+    for (const LogLine& line : mLog.Lines())
+        EXPECT_EQ(line.level, 0) << line.text;
     EXPECT_EQ(U_GetRecycledPtrBaseAddress(block), block);
     U_FreeRecycledPtr(block);
 }
