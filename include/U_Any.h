@@ -7,10 +7,12 @@
 //     const U_UTF16String text = value.GetAs_Str(); // "2.5"
 //     const bool isEqual = value.GetAs_int() == number; // false: 2 is not 12
 //
-// A variant holds a value and its kind. An undecided kind is inferred from the held type by each
-// call that needs the kind. Narrow text is multibyte text in the active code page.
+// A variant holds a value and its kind. The kind may be undecided: the first call that needs the
+// kind infers it from the held type, also for a const object. Narrow text is multibyte text in
+// the active code page.
 //
-// Thread safety: as a plain value.
+// Thread safety: as a plain value, but threads may read one object at the same time only after
+// its kind is decided.
 //
 // Failures:
 // - A tree, a void*, a type that the library does not know, and no value convert to 0 and to an
@@ -204,7 +206,7 @@ private:
         U_i64 mInteger;    // kBool, kInt and kInt64
         double mDouble;    // kDouble
     };
-    TypeEnum mType;
+    mutable TypeEnum mType;
     Held mHeld; // in the padding: a U_Any is as large as with a boost::any alone
 };
 

@@ -1,6 +1,5 @@
 #include "U_Any.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -58,7 +57,7 @@ U_i64 Truncated(double value)
         return 0;
     if (value >= kBeyond)
         return Limits::max();
-    return static_cast<U_i64>(std::max(value, -kBeyond));
+    return value < -kBeyond ? Limits::min() : static_cast<U_i64>(value);
 }
 
 // Of a type that is not held in place. Throws boost::bad_any_cast for any other type than signed
@@ -117,7 +116,12 @@ U_Any::TypeEnum U_Any::InferredType() const
 
 U_Any::TypeEnum U_Any::GetType() const
 {
-    return mType == kType_Null ? InferredType() : mType;
+    if (mType != kType_Null)
+        return mType;
+    const TypeEnum inferred = InferredType();
+    if (inferred != kType_Null) // no write for a void*: threads may read its kind at the same time
+        mType = inferred;
+    return inferred;
 }
 
 U_i64 U_Any::ConvertedToInt() const
