@@ -271,7 +271,7 @@ private:
         if (next == mValuesEnd)
             return false;
         const View between = mText.substr(start, next->mStart - start);
-        return between.empty() || between[0] == '@';
+        return between.empty() || (between[0] == '@' && between.find('@', 1) == kNone);
     }
 
     void AddNumber(const Placeholder& placeholder, std::size_t specLength, const char* text,
