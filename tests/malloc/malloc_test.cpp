@@ -74,7 +74,7 @@ TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
     WalkOverALife(Failings(), true);
 }
 
-TEST(MallocOverALife, FirstUsesFailAsPromisedAndThenSucceed)
+TEST(MallocOfFirstUses, FailAsPromisedAndThenSucceed)
 {
     WalkFirstUses(Fit(MemoryOperations()), Failings(), true);
     WalkFirstUses(Fit(TextOperations()), Failings(), true);
