@@ -178,7 +178,9 @@ private:
     {
         const iovec here = {own, size};
         const iovec there = {reinterpret_cast<void*>(theirs), size};
-        return syscall(call, mCalls.process.load(), &here, 1, &there, 1, 0);
+        const unsigned long one = 1; // an int would leave half of a word on the stack undefined
+        const unsigned long noFlags = 0;
+        return syscall(call, mCalls.process.load(), &here, one, &there, one, noFlags);
     }
 
     // Returns the memory that the call writes or reads into: the first range of a list that is not
