@@ -51,7 +51,7 @@ Outcome Activate(Own& own)
 }
 
 // The functions run within the context on the executor's thread. The second result is not waited
-// for.
+// for. If the context cannot become current there, a function does not run.
 Outcome CallSuspended(Own& own)
 {
     const ContextPtr context = own.context;
@@ -74,7 +74,9 @@ Outcome CallSuspended(Own& own)
                 throw kWrong;
         },
         isBack);
-    return RightIf(isBack() && result == before + 1 && state.mValue == before + 2);
+    if (isBack() && result == before + 1 && state.mValue == before + 2)
+        return kRight;
+    return OfCode(result, false, isBack() && state.mValue <= before + 1);
 }
 
 Outcome CallOnOwnLoop(Own& own)
@@ -187,7 +189,7 @@ Operations ContextOperations()
          }},
         {"U_Context::CheckAbortAndFlushCompletionRoutines", kBadAlloc,
          [](Own&) { return RightIf(!U_Context::CheckAbortAndFlushCompletionRoutines()); }},
-        {"U_SuspendContext", kBadAlloc, &CallSuspended},
+        {"U_SuspendContext", kBadAlloc | kCode4, &CallSuspended},
         {"CallOnEventLoopAdaptorExecutor", kBadAlloc, &CallOnOwnLoop},
         OfRole("U_RegisterMainThread", &U_RegisterMainThread, &U_DeregisterMainThread,
                &U_IsOnMainThread),
