@@ -52,6 +52,19 @@ Operations Fit(Operations operations)
 }
 } // namespace
 
+// The first test, since another would be the first use.
+TEST(MallocOfFirstUses, FailAsPromisedAndThenSucceed)
+{
+    WalkFirstUses(Fit(MemoryOperations()), Failings(), true);
+    WalkFirstUses(Fit(TextOperations()), Failings(), true);
+    WalkFirstUses(Fit(DataOperations()), Failings(), true);
+    WalkFirstUses(Fit(ContextOperations()), Failings(), false);
+    WalkFirstUses(Fit(SystemOperations()), Failings(), false);
+    platform::SetUserLocale("fr_FR");
+    WalkFirstUses(Fit(SoleOperations()), Failings(), false);
+    platform::SetUserLocale(nullptr);
+}
+
 TEST_F(Malloc, EachOperationFailsAsPromisedAndThenSucceeds)
 {
     WalkAll(AllOperations(), Failings(), true);
@@ -72,15 +85,4 @@ TEST_F(Malloc, CallsOfTheSystemFailAsPromised)
 TEST(MallocOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     WalkOverALife(Failings(), true);
-}
-
-TEST(MallocOfFirstUses, FailAsPromisedAndThenSucceed)
-{
-    WalkFirstUses(Fit(MemoryOperations()), Failings(), true);
-    WalkFirstUses(Fit(TextOperations()), Failings(), true);
-    WalkFirstUses(Fit(DataOperations()), Failings(), true);
-    WalkFirstUses(Fit(ContextOperations()), Failings(), false);
-    WalkFirstUses(Fit(SystemOperations()), Failings(), false);
-    platform::SetUserLocale("fr_FR");
-    WalkFirstUses(Fit(SoleOperations()), Failings(), false);
 }
