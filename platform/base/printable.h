@@ -57,7 +57,8 @@ private:
 };
 
 // Writes text to stderr at once and in one call, without escapes. Allocates nothing. An
-// interruption or a write of a part loses no byte.
+// interruption or a write of a part loses no byte. Waits for a full pipe, also if stderr does not
+// block.
 //
 // Failures: the rest of the text is lost. A broken pipe sends no SIGPIPE.
 PLATFORM_EXPORT void WriteToStderr(std::string_view text);

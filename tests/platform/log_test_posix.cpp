@@ -1,8 +1,10 @@
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -26,6 +28,29 @@ TEST(LogOnPosix, ALongLineGoesToStderrInOneWrite)
               "[0] memory : " + text + "\n");
     for (const int descriptor : {ends[0], ends[1], console})
         close(descriptor);
+}
+
+TEST(LogOnPosix, ALineLongerThanAPipeThatDoesNotBlockIsWhole)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    const int console = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    close(ends[1]);
+    std::string read;
+    std::thread reader([&] {
+        char piece[100];
+        for (ssize_t count; (count = ::read(ends[0], piece, sizeof(piece))) > 0;)
+            read.append(piece, static_cast<std::size_t>(count));
+    });
+    const std::string text(200000, 'y');
+    WRIL_Log(0, "memory", nullptr, text.c_str());
+    dup2(console, STDERR_FILENO); // closes the pipe
+    reader.join();
+    EXPECT_EQ(read, "[0] memory : " + text + "\n");
+    close(ends[0]);
+    close(console);
 }
 
 TEST(LogOnPosix, ALineForABrokenPipeDoesNotEndTheProcess)
