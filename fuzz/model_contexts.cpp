@@ -284,6 +284,12 @@ private:
             mScopes[thread].push_back(std::move(scope));
     }
 
+    void EndLoan(int thread, int task)
+    {
+        Of(task).mThread = kNone;
+        mSlots[thread] = kNone;
+    }
+
     // The function of a later posted call is queued, and the call returns the first result.
     void CallAgain(const Scope& top, int there)
     {
@@ -297,7 +303,8 @@ private:
         };
         Require(top.mResult == top.mSuspended->CallOnThreadedExecutor(sExecutors[there], function));
         RunOn(there, [&] { Require(calls == 1); });
-        mSlots[there] = lent ? kNone : mSlots[there];
+        if (lent)
+            EndLoan(there, top.mTask);
     }
 
     void CallSuspended(int thread, Choices& choices, std::size_t bottom)
@@ -335,10 +342,8 @@ private:
                 Leave(there);
             if (task != kNone && !isHere)
             {
-                // The end of the loan.
                 Deactivate(there, task);
-                Of(task).mThread = kNone;
-                mSlots[there] = kNone;
+                EndLoan(there, task);
             }
             ending.mThrow();
             return result;
