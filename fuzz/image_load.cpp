@@ -103,17 +103,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::unique_ptr<hollin::Dictionary> ofStream = MakeDictionary(size % 4);
         Require(isGood == LoadStream(*ofStream, std::string(data, data + size)));
         RequireSameEntries(*dictionary, *ofStream);
-        return 0;
     }
-    if (size / 8 % 4 == 1 && size % 4 == 0 && dictionary->GetLanguage().Length()) // version 2
+    else if (size / 8 % 4 == 1 && size % 4 == 0 && dictionary->GetLanguage().Length()) // version 2
     {
         hollin::Dictionary again;
         Require(Load(again, Written(*dictionary, hollin::Dictionary::kBinary, size / 4 % 2)));
         RequireSameEntries(*dictionary, again);
-        return 0;
     }
-    const std::string key = Visit(*dictionary);
-    if (!key.empty())
+    else if (const std::string key = Visit(*dictionary); !key.empty())
         Change(*dictionary, key.c_str());
     return 0;
 }
