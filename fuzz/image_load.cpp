@@ -1,5 +1,5 @@
 // Are the entries sound that a load stores, of damaged images too, from memory and from a stream?
-// Some stores of version 2 are written and read again. All entries of the others are visited and
+// By size, some stores of version 2 are written and read again. All entries of others are visited,
 // looked up, and one entry is changed and removed.
 
 #include <memory>
@@ -92,7 +92,6 @@ void Change(hollin::Dictionary& dictionary, const char* key)
 }
 } // namespace
 
-// The size of an input also chooses the question after the load.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::unique_ptr<hollin::Dictionary> dictionary = MakeDictionary(size % 4);
