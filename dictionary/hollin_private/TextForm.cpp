@@ -108,6 +108,8 @@ private:
     void IndexIds()
     {
         const FastArray& store = *mDictionary.mFastArray;
+        if (!store.TotalIds())
+            return;
         for (std::uint32_t bucket = 0; bucket < kBucketCount; ++bucket)
         {
             for (const std::uint32_t id : store.Buckets().Get(bucket))
