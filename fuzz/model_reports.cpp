@@ -333,7 +333,7 @@ private:
         }
         if (script.mAction == Script::kReports)
             Up_Report16(1, U_Sev_WARNING, Wide("ignored"), false);
-        if (script.mAction == Script::kPosts)
+        if (script.mAction == Script::kPosts && sModel->mRealReactions++ < kReactions)
             U_AsyncReport(1, U_Sev_WARNING, Wide("posted by a callback"));
         if (script.mAction == Script::kThrows && script.mAnswer)
             throw script.mAnswer;
@@ -355,8 +355,10 @@ public:
     static void Present(const platform::Alert& alert)
     {
         sEvents.push_back(AlertEvent(alert.flags, BytesOf(alert.text)));
-        if (!sModel || std::exchange(sModel->mPresents, true))
+        if (!sModel || sModel->mPresents || !sModel->mDuringAlert ||
+            sModel->mRealReactions++ >= kReactions)
             return;
+        sModel->mPresents = true;
         if (sModel->mDuringAlert == 1)
             U_AsyncReport(0, U_Sev_INFO, Wide("during an alert"));
         if (sModel->mDuringAlert == 2)
@@ -371,6 +373,7 @@ private:
     bool mUsesOther = false;
     std::vector<U_u32> mIds;    // of temporary masks, also of removed ones
     std::size_t mRealSlots = 0; // while a prediction has already changed mCallbacks
+    unsigned mRealReactions = 0;
     bool mPresents = false;
     std::vector<std::pair<U_DeferredState, std::string>> mStretches; // with the text at the start
 };
@@ -396,7 +399,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     platform::SetActiveCodePage(65001);
     // A fatal report makes the process die, for good. Each input finds a dying process.
     U_ReportError(0, U_Sev_FATAL, U_UTF16String());
-    U_ReportError(0, U_Sev_MESSAGE, U_UTF16String());
+    // Each thread of an input finds a first report.
+    const auto report = [] { U_ReportError(0, U_Sev_MESSAGE, U_UTF16String()); };
+    Second().RunBoth(report, report);
     Up_SetInteract(kStartMask);
     return 0;
 }

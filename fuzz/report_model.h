@@ -57,6 +57,10 @@ protected:
     static const std::size_t kSlots = 10;
     static const std::size_t kScripts = 3;
 
+    // The posts of callbacks, and the posts and reports during alerts, of an input. Without a limit
+    // each report during an alert causes posts, each post an alert, and so on.
+    static const unsigned kReactions = 12;
+
     U_u32 Mask() const { return mMasks.front().second; }
 
     void Complete(U_u32 id)
@@ -158,7 +162,7 @@ protected:
                 Remove(callback, refcon);
             if (script.mAction == Script::kAdds && HasFreeSlot())
                 Add(mSecond, script.mRefcon);
-            if (script.mAction == Script::kPosts)
+            if (script.mAction == Script::kPosts && mReactions++ < kReactions)
                 PredictPost(thread, 1, U_Sev_WARNING, "posted by a callback");
             if (script.mAction == Script::kThrows && code)
                 break;
@@ -195,8 +199,9 @@ protected:
         mEvents.push_back(AlertEvent(
             0x42000 | icon,
             message.mText + (isMessage ? "" : "\n\n" + LocationText(message.mLocation))));
-        if (std::exchange(mPredictsAlert, true))
+        if (mPredictsAlert || !mDuringAlert || mReactions++ >= kReactions)
             return;
+        mPredictsAlert = true;
         if (mDuringAlert == 1)
             PredictPost(mOwn, 0, U_Sev_INFO, "during an alert");
         if (mDuringAlert == 2)
@@ -236,6 +241,7 @@ protected:
     Script mScripts[kScripts];
     unsigned mDuringAlert = 0; // 0 nothing, 1 posts, 2 reports
     bool mPredictsAlert = false;
+    unsigned mReactions = 0;
     int mPosts = 0;
     Message mLastShown;
     std::vector<Message> mPosted;
