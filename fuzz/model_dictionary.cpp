@@ -86,6 +86,8 @@ Text TakeText(Choices& choices)
 // A dictionary and its model.
 struct Pair
 {
+    std::size_t Size() const { return mFlat ? mFlat->Size() : mHash.size(); }
+
     // A line of a text.
     void SetText(const std::string& key, const Text& text)
     {
@@ -117,7 +119,7 @@ const Text kFallbackText = u"default"; // of "/c", with the identifier 0
 class Dictionaries
 {
 public:
-    Dictionaries()
+    explicit Dictionaries(bool mayTakeLong) : mEntriesLeft(mayTakeLong ? 3 * kCrowd : kCrowd / 2)
     {
         Fallback();
         for (Pair& pair : mPairs)
@@ -142,12 +144,11 @@ public:
                                   : kNoId));
     }
 
-    // Fills the first block of entries that are set at run time, in one bucket. Slow, and so chosen
-    // by two bytes.
+    // Fills the first block of entries that are set at run time, in one bucket.
     void Fill(Choices& choices)
     {
         Pair& pair = Take(choices);
-        if (choices.Byte() != 1 || !pair.mFlat)
+        if (choices.Byte() % 8 != 1 || !pair.mFlat || !MayCost(kCrowd))
             return;
         for (std::size_t i = 0; pair.mFlat->Size() < kRunTimeBlock - 1 && i < kCrowd; ++i)
         {
@@ -216,8 +217,8 @@ public:
         const bool isKeyed = sort % 4;
         const bool isText = sort == 7;
         const bool isHash = !from.mFlat;
-        if (to.mFlat && to.mFlat->Size() > kRunTimeBlock)
-            return; // loads over itself double a store
+        if (!MayCost(from.Size() + to.Size()))
+            return;
         const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
         const std::size_t base = choices.Of(bases);
         std::ostringstream written;
@@ -302,6 +303,14 @@ private:
             pair.mFlat = std::make_shared<Store>();
     }
 
+    // Limits the entries of an input, since loads over itself double a store.
+    bool MayCost(std::size_t entries)
+    {
+        const bool may = entries <= mEntriesLeft;
+        mEntriesLeft -= may ? entries : 0;
+        return may;
+    }
+
     Pair& Take(Choices& choices)
     {
         mUsed = &mPairs[choices.Below(std::size(mPairs))];
@@ -310,8 +319,9 @@ private:
 
     void TakeKey(Choices& choices)
     {
-        const std::size_t key = choices.Below(64); // long keys are slow
-        mKey = kKeys[key < 62 ? key % (std::size(kKeys) - 2) : key % std::size(kKeys)];
+        const std::size_t key = choices.Below(64);
+        const bool isLong = key >= 62 && choices.MayTakeLong();
+        mKey = kKeys[key % (isLong ? std::size(kKeys) : std::size(kKeys) - 2)];
         if (key >= 40 && key < 62)
             mKey = CrowdedKey(key - 40);
         const std::size_t form = choices.Below(2 + std::size(kTexts));
@@ -417,6 +427,7 @@ private:
 
     Pair mPairs[2];
     Pair* mUsed = mPairs;
+    std::size_t mEntriesLeft;
     std::string mKey = kKeys[0];
     const SourceText* mDefault = &kTexts[0];
     std::string mLiteral;
@@ -433,7 +444,7 @@ void (Dictionaries::*const kCalls[])(Choices&) = {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    Dictionaries dictionaries;
+    Dictionaries dictionaries(choices.MayTakeLong());
     RunCalls(choices, dictionaries, kCalls);
     dictionaries.CheckAll();
     return 0;
