@@ -320,10 +320,11 @@ private:
     void TakeKey(Choices& choices)
     {
         const std::size_t key = choices.Below(64);
-        const bool isLong = key >= 62 && choices.MayTakeLong();
-        mKey = kKeys[key % (isLong ? std::size(kKeys) : std::size(kKeys) - 2)];
-        if (key >= 40 && key < 62)
+        mKey = kKeys[key % (std::size(kKeys) - 2)];
+        if (key >= 40)
             mKey = CrowdedKey(key - 40);
+        if (key >= 56 && choices.MayTakeLong())
+            mKey = kKeys[std::size(kKeys) - 2 + key % 2];
         const std::size_t form = choices.Below(2 + std::size(kTexts));
         mDefault = &kTexts[form < 2 ? 4 : form - 2];
         mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault->mForm;
