@@ -148,8 +148,9 @@ public:
     void Fill(Choices& choices)
     {
         Pair& pair = Take(choices);
-        if (choices.Byte() % 8 != 1 || !pair.mFlat || !MayCost(kCrowd))
+        if (choices.Byte() % 8 != 1 || !pair.mFlat || mEntriesLeft < kCrowd)
             return;
+        mEntriesLeft -= kCrowd;
         for (std::size_t i = 0; pair.mFlat->Size() < kRunTimeBlock - 1 && i < kCrowd; ++i)
         {
             const std::string key = CrowdedKey(i);
@@ -217,8 +218,10 @@ public:
         const bool isKeyed = sort % 4;
         const bool isText = sort == 7;
         const bool isHash = !from.mFlat;
-        if (!MayCost(from.Size() + to.Size()))
+        const std::size_t entries = from.Size() + to.Size();
+        if (entries > mEntriesLeft)
             return;
+        mEntriesLeft -= entries;
         const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
         const std::size_t base = choices.Of(bases);
         std::ostringstream written;
@@ -303,14 +306,6 @@ private:
             pair.mFlat = std::make_shared<Store>();
     }
 
-    // Limits the entries of an input, since loads over itself double a store.
-    bool MayCost(std::size_t entries)
-    {
-        const bool may = entries <= mEntriesLeft;
-        mEntriesLeft -= may ? entries : 0;
-        return may;
-    }
-
     Pair& Take(Choices& choices)
     {
         mUsed = &mPairs[choices.Below(std::size(mPairs))];
@@ -366,13 +361,10 @@ private:
             const Store::Slot* const slot = pair.mFlat->At(next++);
             Require(slot ? slot->mKey == key && slot->mText == text : key.empty() && text.empty());
         }
-        if (!pair.mFlat)
-            Require(walked->Size() == pair.mHash.size());
+        Require(pair.mFlat || walked->Size() == pair.mHash.size());
         for (; pair.mFlat && next < pair.mFlat->Size(); ++next)
             Require(!pair.mFlat->At(next));
-        if (pair.mFlat)
-            return pair.mFlat;
-        return walked;
+        return pair.mFlat ? pair.mFlat : walked;
     }
 
     static const Text* FindIn(const Pair& pair, const std::string& key)
@@ -428,7 +420,7 @@ private:
 
     Pair mPairs[2];
     Pair* mUsed = mPairs;
-    std::size_t mEntriesLeft;
+    std::size_t mEntriesLeft; // of fills and loads, since loads over itself double a store
     std::string mKey = kKeys[0];
     const SourceText* mDefault = &kTexts[0];
     std::string mLiteral;

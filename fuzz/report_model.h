@@ -71,26 +71,14 @@ protected:
             mMasks.erase(place);
     }
 
-    bool HasFreeSlot() const
+    // Returns whether there is such a slot. An empty slot is free.
+    bool Replace(const std::pair<U_LoggingCallback, unsigned>& slot,
+                 const std::pair<U_LoggingCallback, unsigned>& with)
     {
-        return std::any_of(mCallbacks, mCallbacks + kSlots,
-                           [](const auto& slot) { return !slot.first; });
-    }
-
-    void Add(U_LoggingCallback callback, unsigned refcon)
-    {
-        *std::find_if(mCallbacks, mCallbacks + kSlots,
-                      [](const auto& slot) { return !slot.first; }) = {callback, refcon};
-    }
-
-    bool Remove(U_LoggingCallback callback, unsigned refcon)
-    {
-        const auto place =
-            std::find(mCallbacks, mCallbacks + kSlots, std::make_pair(callback, refcon));
-        if (place == mCallbacks + kSlots)
-            return false;
-        *place = {};
-        return true;
+        const auto place = std::find(mCallbacks, mCallbacks + kSlots, slot);
+        if (place != mCallbacks + kSlots)
+            *place = with;
+        return place != mCallbacks + kSlots;
     }
 
     void Refusal(Reporter& thread, U_u32 location, const std::string& message)
@@ -159,9 +147,9 @@ protected:
                           {message.mLocation, message.mSeverity, Cut(message.mText)}));
             code = script.mAnswer;
             if (script.mAction == Script::kRemovesItself)
-                Remove(callback, refcon);
-            if (script.mAction == Script::kAdds && HasFreeSlot())
-                Add(mSecond, script.mRefcon);
+                Replace(slot, {});
+            if (script.mAction == Script::kAdds)
+                Replace({}, {mSecond, script.mRefcon});
             if (script.mAction == Script::kPosts && mReactions++ < kReactions)
                 PredictPost(thread, 1, U_Sev_WARNING, "posted by a callback");
             if (script.mAction == Script::kThrows && code)
