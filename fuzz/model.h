@@ -17,9 +17,19 @@
 class Choices
 {
 public:
-    Choices(const std::uint8_t* data, std::size_t size) : mNext(data), mEnd(data + size) {}
+    Choices(const std::uint8_t* data, std::size_t size) : mNext(data), mEnd(data + size)
+    {
+        std::uint32_t hash = 1;
+        for (std::size_t i = 0; i < size; ++i)
+            hash = (hash ^ data[i]) * 16777619;
+        mMayTakeLong = hash >> 24 < 16;
+    }
 
     bool Empty() const { return mNext == mEnd; }
+
+    // Returns whether the input is one of the sixteenth for calls that take long. All bytes decide,
+    // so that the fuzzer cannot breed slow inputs.
+    bool MayTakeLong() const { return mMayTakeLong; }
 
     std::uint8_t Byte() { return Empty() ? 0 : *mNext++; }
 
@@ -57,6 +67,7 @@ public:
 private:
     const std::uint8_t* mNext;
     const std::uint8_t* mEnd;
+    bool mMayTakeLong = false;
 };
 
 // Makes one of the calls after the other, until the bytes are used up. After each call the model

@@ -86,6 +86,8 @@ Text TakeText(Choices& choices)
 // A dictionary and its model.
 struct Pair
 {
+    std::size_t Size() const { return mFlat ? mFlat->Size() : mHash.size(); }
+
     // A line of a text.
     void SetText(const std::string& key, const Text& text)
     {
@@ -117,7 +119,7 @@ const Text kFallbackText = u"default"; // of "/c", with the identifier 0
 class Dictionaries
 {
 public:
-    Dictionaries()
+    explicit Dictionaries(bool mayTakeLong) : mEntriesLeft(mayTakeLong ? 3 * kCrowd : kCrowd / 2)
     {
         Fallback();
         for (Pair& pair : mPairs)
@@ -142,13 +144,13 @@ public:
                                   : kNoId));
     }
 
-    // Fills the first block of entries that are set at run time, in one bucket. Slow, and so chosen
-    // by two bytes.
+    // Fills the first block of entries that are set at run time, in one bucket.
     void Fill(Choices& choices)
     {
         Pair& pair = Take(choices);
-        if (choices.Byte() != 1 || !pair.mFlat)
+        if (choices.Byte() % 8 != 1 || !pair.mFlat || mEntriesLeft < kCrowd)
             return;
+        mEntriesLeft -= kCrowd;
         for (std::size_t i = 0; pair.mFlat->Size() < kRunTimeBlock - 1 && i < kCrowd; ++i)
         {
             const std::string key = CrowdedKey(i);
@@ -216,8 +218,10 @@ public:
         const bool isKeyed = sort % 4;
         const bool isText = sort == 7;
         const bool isHash = !from.mFlat;
-        if (to.mFlat && to.mFlat->Size() > kRunTimeBlock)
-            return; // loads over itself double a store
+        const std::size_t entries = from.Size() + to.Size();
+        if (entries > mEntriesLeft)
+            return;
+        mEntriesLeft -= entries;
         const std::size_t bases[] = {0, 0, to.mFlat ? to.mFlat->Size() : 0, 1};
         const std::size_t base = choices.Of(bases);
         std::ostringstream written;
@@ -310,10 +314,12 @@ private:
 
     void TakeKey(Choices& choices)
     {
-        const std::size_t key = choices.Below(64); // long keys are slow
-        mKey = kKeys[key < 62 ? key % (std::size(kKeys) - 2) : key % std::size(kKeys)];
-        if (key >= 40 && key < 62)
+        const std::size_t key = choices.Below(64);
+        mKey = kKeys[key % (std::size(kKeys) - 2)];
+        if (key >= 40)
             mKey = CrowdedKey(key - 40);
+        if (key >= 56 && choices.MayTakeLong())
+            mKey = kKeys[std::size(kKeys) - 2 + key % 2];
         const std::size_t form = choices.Below(2 + std::size(kTexts));
         mDefault = &kTexts[form < 2 ? 4 : form - 2];
         mLiteral = (form % 2 ? "$$$" : "") + mKey + (form < 2 ? "" : "=") + mDefault->mForm;
@@ -355,13 +361,10 @@ private:
             const Store::Slot* const slot = pair.mFlat->At(next++);
             Require(slot ? slot->mKey == key && slot->mText == text : key.empty() && text.empty());
         }
-        if (!pair.mFlat)
-            Require(walked->Size() == pair.mHash.size());
+        Require(pair.mFlat || walked->Size() == pair.mHash.size());
         for (; pair.mFlat && next < pair.mFlat->Size(); ++next)
             Require(!pair.mFlat->At(next));
-        if (pair.mFlat)
-            return pair.mFlat;
-        return walked;
+        return pair.mFlat ? pair.mFlat : walked;
     }
 
     static const Text* FindIn(const Pair& pair, const std::string& key)
@@ -417,6 +420,7 @@ private:
 
     Pair mPairs[2];
     Pair* mUsed = mPairs;
+    std::size_t mEntriesLeft; // of fills and loads, since loads over itself double a store
     std::string mKey = kKeys[0];
     const SourceText* mDefault = &kTexts[0];
     std::string mLiteral;
@@ -433,7 +437,7 @@ void (Dictionaries::*const kCalls[])(Choices&) = {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices(data, size);
-    Dictionaries dictionaries;
+    Dictionaries dictionaries(choices.MayTakeLong());
     RunCalls(choices, dictionaries, kCalls);
     dictionaries.CheckAll();
     return 0;

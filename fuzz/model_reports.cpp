@@ -57,7 +57,7 @@ const U_u32 kMasks[] = {kStartMask, 0xFFFFFFFF, 0, 0x0000FFFF, 0xFFFF0000, 0xFFF
 class Model : ReportModel
 {
 public:
-    Model() : ReportModel(&FirstCallback, &SecondCallback)
+    Model() : ReportModel(&Callback<true>, &Callback<false>)
     {
         sModel = this;
         U_GetHowManyErrors(&mCount);
@@ -203,13 +203,11 @@ public:
 
     void AddCallback(Choices& choices)
     {
-        const U_LoggingCallback callback = choices.Flag() ? &SecondCallback : &FirstCallback;
+        const U_LoggingCallback callback = choices.Flag() ? &Callback<false> : &Callback<true>;
         const unsigned refcon = static_cast<unsigned>(choices.Below(kScripts));
-        const bool fails = !HasFreeSlot();
+        const bool fails = !Replace({}, {callback, refcon});
         if (fails)
             Refusal(mOwn, 0x170015, "can not add any more logging_funcs");
-        else
-            Add(callback, refcon);
         mRealSlots += !fails;
         Require(U_AddLoggingCallback(callback, &mScripts[refcon]) == (fails ? 3 : 0));
     }
@@ -220,8 +218,8 @@ public:
         auto [callback, refcon] = mCallbacks[choices.Below(kSlots)];
         if (!callback && choices.Below(8))
             return;
-        callback = callback ? callback : &FirstCallback;
-        const bool fails = !Remove(callback, refcon);
+        callback = callback ? callback : &Callback<true>;
+        const bool fails = !Replace({callback, refcon}, {});
         mRealSlots -= !fails;
         if (fails)
             Refusal(mOwn, 0x170016, "can not find logging_func/refcon pair to remove");
@@ -295,11 +293,7 @@ private:
         if (choices.Below(16) != 15) // a change of threads takes long
             return body(mOwn);
         mUsesOther = true;
-        Second().RunBoth([] {},
-                         [&] {
-                             body(mOther);
-                             CheckLast(mOther);
-                         });
+        Second().RunBoth([] {}, [&] { body(mOther), CheckLast(mOther); });
     }
 
     static void CheckLast(const Reporter& thread)
@@ -314,40 +308,30 @@ private:
     }
 
     // The receivers.
-    static U_Status Answer(const char* name, void* refcon, U_u32 location, U_u16 severity,
-                           const char* text)
+    template <bool kIsFirst>
+    static U_Status Callback(void* refcon, U_u32 location, U_u16 severity, const char* text)
     {
         const Script& script = *static_cast<Script*>(refcon);
         const unsigned number = static_cast<unsigned>(&script - sModel->mScripts);
-        sEvents.push_back(CallEvent(name, number, {location, severity, text}));
+        sEvents.push_back(
+            CallEvent(kIsFirst ? "first " : "second ", number, {location, severity, text}));
         if (script.mAction == Script::kRemovesItself)
         {
-            Require(U_RemoveLoggingCallback(*name == 'f' ? &FirstCallback : &SecondCallback,
-                                            refcon) == 0);
+            Require(U_RemoveLoggingCallback(&Callback<kIsFirst>, refcon) == 0);
             --sModel->mRealSlots;
         }
         if (script.mAction == Script::kAdds && sModel->mRealSlots < kSlots)
         {
             ++sModel->mRealSlots;
-            Require(U_AddLoggingCallback(&SecondCallback, &sModel->mScripts[script.mRefcon]) == 0);
+            Require(U_AddLoggingCallback(&Callback<false>, &sModel->mScripts[script.mRefcon]) == 0);
         }
         if (script.mAction == Script::kReports)
             Up_Report16(1, U_Sev_WARNING, Wide("ignored"), false);
-        if (script.mAction == Script::kPosts)
+        if (script.mAction == Script::kPosts && sModel->mRealReactions++ < kReactions)
             U_AsyncReport(1, U_Sev_WARNING, Wide("posted by a callback"));
         if (script.mAction == Script::kThrows && script.mAnswer)
             throw script.mAnswer;
         return script.mAnswer;
-    }
-
-    static U_Status FirstCallback(void* refcon, U_u32 location, U_u16 severity, const char* text)
-    {
-        return Answer("first ", refcon, location, severity, text);
-    }
-
-    static U_Status SecondCallback(void* refcon, U_u32 location, U_u16 severity, const char* text)
-    {
-        return Answer("second ", refcon, location, severity, text);
     }
 
 public:
@@ -355,8 +339,10 @@ public:
     static void Present(const platform::Alert& alert)
     {
         sEvents.push_back(AlertEvent(alert.flags, BytesOf(alert.text)));
-        if (!sModel || std::exchange(sModel->mPresents, true))
+        if (!sModel || sModel->mPresents || !sModel->mDuringAlert ||
+            sModel->mRealReactions++ >= kReactions)
             return;
+        sModel->mPresents = true;
         if (sModel->mDuringAlert == 1)
             U_AsyncReport(0, U_Sev_INFO, Wide("during an alert"));
         if (sModel->mDuringAlert == 2)
@@ -371,6 +357,7 @@ private:
     bool mUsesOther = false;
     std::vector<U_u32> mIds;    // of temporary masks, also of removed ones
     std::size_t mRealSlots = 0; // while a prediction has already changed mCallbacks
+    unsigned mRealReactions = 0;
     bool mPresents = false;
     std::vector<std::pair<U_DeferredState, std::string>> mStretches; // with the text at the start
 };
@@ -396,7 +383,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     platform::SetActiveCodePage(65001);
     // A fatal report makes the process die, for good. Each input finds a dying process.
     U_ReportError(0, U_Sev_FATAL, U_UTF16String());
-    U_ReportError(0, U_Sev_MESSAGE, U_UTF16String());
+    // Each thread of an input finds a first report.
+    const auto report = [] { U_ReportError(0, U_Sev_MESSAGE, U_UTF16String()); };
+    Second().RunBoth(report, report);
     Up_SetInteract(kStartMask);
     return 0;
 }

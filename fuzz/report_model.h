@@ -57,6 +57,10 @@ protected:
     static const std::size_t kSlots = 10;
     static const std::size_t kScripts = 3;
 
+    // The posts of callbacks, and the posts and reports during alerts, of an input. Without a limit
+    // each report during an alert causes posts, each post an alert, and so on.
+    static const unsigned kReactions = 12;
+
     U_u32 Mask() const { return mMasks.front().second; }
 
     void Complete(U_u32 id)
@@ -67,26 +71,14 @@ protected:
             mMasks.erase(place);
     }
 
-    bool HasFreeSlot() const
+    // Returns whether there is such a slot. An empty slot is free.
+    bool Replace(const std::pair<U_LoggingCallback, unsigned>& slot,
+                 const std::pair<U_LoggingCallback, unsigned>& with)
     {
-        return std::any_of(mCallbacks, mCallbacks + kSlots,
-                           [](const auto& slot) { return !slot.first; });
-    }
-
-    void Add(U_LoggingCallback callback, unsigned refcon)
-    {
-        *std::find_if(mCallbacks, mCallbacks + kSlots,
-                      [](const auto& slot) { return !slot.first; }) = {callback, refcon};
-    }
-
-    bool Remove(U_LoggingCallback callback, unsigned refcon)
-    {
-        const auto place =
-            std::find(mCallbacks, mCallbacks + kSlots, std::make_pair(callback, refcon));
-        if (place == mCallbacks + kSlots)
-            return false;
-        *place = {};
-        return true;
+        const auto place = std::find(mCallbacks, mCallbacks + kSlots, slot);
+        if (place != mCallbacks + kSlots)
+            *place = with;
+        return place != mCallbacks + kSlots;
     }
 
     void Refusal(Reporter& thread, U_u32 location, const std::string& message)
@@ -155,10 +147,10 @@ protected:
                           {message.mLocation, message.mSeverity, Cut(message.mText)}));
             code = script.mAnswer;
             if (script.mAction == Script::kRemovesItself)
-                Remove(callback, refcon);
-            if (script.mAction == Script::kAdds && HasFreeSlot())
-                Add(mSecond, script.mRefcon);
-            if (script.mAction == Script::kPosts)
+                Replace(slot, {});
+            if (script.mAction == Script::kAdds)
+                Replace({}, {mSecond, script.mRefcon});
+            if (script.mAction == Script::kPosts && mReactions++ < kReactions)
                 PredictPost(thread, 1, U_Sev_WARNING, "posted by a callback");
             if (script.mAction == Script::kThrows && code)
                 break;
@@ -195,8 +187,9 @@ protected:
         mEvents.push_back(AlertEvent(
             0x42000 | icon,
             message.mText + (isMessage ? "" : "\n\n" + LocationText(message.mLocation))));
-        if (std::exchange(mPredictsAlert, true))
+        if (mPredictsAlert || !mDuringAlert || mReactions++ >= kReactions)
             return;
+        mPredictsAlert = true;
         if (mDuringAlert == 1)
             PredictPost(mOwn, 0, U_Sev_INFO, "during an alert");
         if (mDuringAlert == 2)
@@ -236,6 +229,7 @@ protected:
     Script mScripts[kScripts];
     unsigned mDuringAlert = 0; // 0 nothing, 1 posts, 2 reports
     bool mPredictsAlert = false;
+    unsigned mReactions = 0;
     int mPosts = 0;
     Message mLastShown;
     std::vector<Message> mPosted;

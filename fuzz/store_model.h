@@ -42,15 +42,9 @@ public:
 
     std::uint32_t Find(const std::string& key) const
     {
-        // A loop, since memcmp reports its bytes to the fuzzer, which takes long.
-        const auto isSame = [](char left, char right) { return left == right; };
-        for (std::size_t id = 0; id < Size(); ++id)
-        {
-            const Slot& slot = mSlots[id];
-            if (slot.mIsLive && slot.mKey.size() == key.size() &&
-                std::equal(key.begin(), key.end(), slot.mKey.begin(), isSame))
-                return static_cast<std::uint32_t>(id);
-        }
+        for (std::uint32_t id = 0; id < Size(); ++id)
+            if (mSlots[id].mIsLive && mSlots[id].mKey == key)
+                return id;
         return kNoId;
     }
 
