@@ -54,12 +54,6 @@ void WaitForTheEnd()
         closed.PassThrough(INT_MAX);
 }
 
-void Birth()
-{
-    if (U_Birth("Test Host", nullptr) != 0)
-        std::_Exit(98);
-}
-
 void PrintCall(void* refcon)
 {
     Print(static_cast<const char*>(refcon), true);
@@ -68,4 +62,12 @@ void PrintCall(void* refcon)
 void SetGlobal(U_FatalHandler handler, const char* refcon)
 {
     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(handler, const_cast<char*>(refcon));
+}
+
+void Birth(U_FatalHandler handler)
+{
+    if (U_Birth("Test Host", nullptr) != 0)
+        std::_Exit(98);
+    if (handler)
+        SetGlobal(handler);
 }

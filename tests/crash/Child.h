@@ -65,13 +65,13 @@ bool WriteRaw(const char* text, std::size_t length);
 // The library's log line after the last call.
 const char kLastLine[] = "[0] U HANDLER: Returned from app registered handler\n";
 
-// Ends the process with 98 if birth fails.
-void Birth();
-
 // A handler that prints the text and the id of its thread.
 void PrintCall(void* refcon);
 
 // Sets the handler of the process.
 void SetGlobal(U_FatalHandler handler, const char* refcon = "handler on");
+
+// Begins a life, and sets a handler if one is given. Ends the process with 98 if birth fails.
+void Birth(U_FatalHandler handler = nullptr);
 
 #endif

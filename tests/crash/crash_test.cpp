@@ -235,8 +235,7 @@ TEST(Crashes, AHandlerThatNeverReturnsBlocksNoOtherThread)
     {
         const Death death = RunToDeath([&] {
             static std::atomic<bool> sIsInside(false);
-            Birth();
-            SetGlobal([](void* refcon) {
+            Birth([](void* refcon) {
                 PrintCall(refcon);
                 sIsInside = true;
                 WaitForTheEnd();
@@ -261,8 +260,7 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
         const Death death = RunToDeath([crash = crash] {
             static std::atomic<int> sReady(0);
             static std::atomic<int> sInside(0);
-            Birth();
-            SetGlobal([](void* refcon) {
+            Birth([](void* refcon) {
                 PrintCall(refcon);
                 WaitForAll(sInside, 2); // neither call waits for the other to return
             });
@@ -283,8 +281,7 @@ TEST(Crashes, TwoThreadsAtOnceMakeACallEach)
 TEST(Crashes, ALogSinkThatFailsAfterTheCallGetsNoSecondLine)
 {
     const Death death = RunToDeath([] {
-        Birth();
-        SetGlobal(&PrintCall);
+        Birth(&PrintCall);
         platform::SetLogSink([](int, const char*, const char* tag, const char*) {
             Print(tag);
             std::terminate();
@@ -300,8 +297,7 @@ TEST(Crashes, AnExceptionThatTheLibraryPassesOnMakesTheLastCall)
     for (void (*const call)() : {&ReportToAThrowingPresenter, &CallOnAThrowingExecutor})
     {
         const Death death = RunToDeath([call] {
-            Birth();
-            SetGlobal(&PrintCall);
+            Birth(&PrintCall);
             call();
         });
         EXPECT_EQ(death.Count("handler on"), 1) << death.output;

@@ -72,8 +72,7 @@ TEST(Jumps, AHandlerThatJumpsOutIsCalledForTheNextFailureAndNotForItsOwn)
         const Death death = RunToDeath([crash = crash, second = second] {
             static volatile int sRound = 0;
             sSecond = second;
-            Birth();
-            SetGlobal([](void* refcon) {
+            Birth([](void* refcon) {
                 PrintCall(refcon);
                 if (sRound == 4)
                     sSecond();
@@ -94,8 +93,7 @@ TEST(Jumps, ATerminateHandlerFromBeforeBirthMayJumpOutToo)
 {
     const Death death = RunToDeath([] {
         std::set_terminate([] { siglongjmp(sBack, 1); });
-        Birth();
-        SetGlobal(&PrintCall);
+        Birth(&PrintCall);
         for (volatile int round = 0; round < 3; ++round)
         {
             if (sigsetjmp(sBack, 1) == 0)
@@ -118,8 +116,7 @@ TEST(Jumps, AHandlerThatJumpsOutOfASignalStackAboveTheThreadsIsCalledAgain)
         pthread_attr_t attributes;
         pthread_attr_init(&attributes);
         pthread_attr_setstack(&attributes, sStacks, kStackSize);
-        Birth();
-        SetGlobal([](void* refcon) {
+        Birth([](void* refcon) {
             PrintCall(refcon);
             siglongjmp(sBack, 1);
         });

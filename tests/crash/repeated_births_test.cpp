@@ -75,8 +75,7 @@ TEST(Lives, PassAFailureOnToTheHandlersFromBeforeBirth)
                         Print("host's");
                         sFoundInvalidParameter(parameters...);
                     });
-                Birth();
-                SetGlobal([](void* refcon) {
+                Birth([](void* refcon) {
                     // Ends with the call, and is no reason for another call.
                     const U_ScSetAndRestoreUnhandledExceptionOrHardwareErrorHandler own(&PrintCall,
                                                                                         refcon);
@@ -102,8 +101,7 @@ TEST(Lives, MakeACallEachIfTheHandlerFromBeforeBirthThrows)
         });
         for (int life = 0; life < 2; ++life)
         {
-            Birth();
-            SetGlobal(&PrintCall);
+            Birth(&PrintCall);
             EXPECT_THROW(GiveInvalidParameter(), int);
             U_Death();
         }
@@ -118,8 +116,7 @@ TEST(Lives, MakeOneCallIfTheHostPutsTheTerminateHandlerOfAnEarlierLifeBack)
     {
         const Death death = RunToDeath([&] {
             std::set_terminate([] { std::_Exit(9); });
-            Birth();
-            SetGlobal(&PrintCall);
+            Birth(&PrintCall);
             const std::terminate_handler found = std::set_terminate([] {});
             U_Death();
             std::set_terminate(found); // the library's
@@ -152,8 +149,7 @@ TEST(Lives, MakeTheirCallWhateverTheHostInstallsBetweenAndDuringThem)
                     U_Death();
                 }
                 kHandlers[5].Install();
-                Birth();
-                SetGlobal(&PrintCall);
+                Birth(&PrintCall);
                 crash();
             });
             death.Expect(ExitWith(6), {{"handler on", 1}});

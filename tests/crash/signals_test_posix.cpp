@@ -103,8 +103,7 @@ const Row kRows[] = {
 {
     if (row.before)
         row.before();
-    Birth();
-    SetGlobal(&PrintCall);
+    Birth(&PrintCall);
     if (row.cover)
         Install(row.cover, SA_ONSTACK);
     for (int life = kBorn; life < row.life; ++life)

@@ -2,19 +2,15 @@
 
 #include <limits>
 #include <map>
-#include <new>
 #include <random>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
 #include "U_Interact.h"
-#include "U_Posted.h"
-#include "U_Report.h"
 #include "U_XML.h"
 #include "fuzz/code_thrown.h"
 #include "tests/support/BornLibrary.h"
-#include "tests/support/FailingNew.h"
 #include "tests/support/NoMemory.h"
 #include "tests/support/Text.h"
 
@@ -204,39 +200,6 @@ TEST_F(BinaryText, RefusedMemoryLeavesTheArrayAndIsntReported)
     ASSERT_EQ(data.Count(), 2);
     EXPECT_EQ(data.Get()[0], 0x0A);
     EXPECT_TRUE(mAlerts.Texts().empty());
-}
-
-TEST_F(BinaryText, FailedAttemptsLeaveNothingBehindAndAreQuiet)
-{
-    static int sReports = 0;
-    const auto report = [] {
-        ++sReports;
-        U_ReportError(0, U_Sev_PROBLEM, Units(u"making room"));
-    };
-    const U_UTF8String text(2000, '1');
-    U_ScAutoArray<unsigned char> data;
-    U_UTF8StringToBinaryData(text, &data); // the first quiet level of a thread allocates
-    const std::new_handler before = std::set_new_handler(report);
-    int code = 0;
-    const long points = FailEachNew(
-        [&] {
-            code = CodeThrown([&] {
-                U_UTF8StringToBinaryData(Bytes("0a0b"), &data);
-                U_UTF8StringToBinaryData(text, &data);
-            });
-        },
-        [&](long point) {
-            SCOPED_TRACE(point);
-            EXPECT_TRUE(code == 4 || (code == 0 && data.Count() == 1000)) << code;
-            EXPECT_EQ(mAlerts.Texts(), Texts());
-            EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3); // no level is left open
-            mAlerts.Clear();
-        });
-    EXPECT_GT(points, 0);
-    EXPECT_EQ(sReports, points);
-    report(); // shown outside of the decoder
-    std::set_new_handler(before);
-    EXPECT_EQ(mAlerts.Texts().size(), 1u);
 }
 
 TEST_F(XMLElement, AttributesComeInByteOrderOfTheirNamesWithTheLastValue)

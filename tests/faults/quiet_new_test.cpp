@@ -11,6 +11,8 @@
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
+#include "U_XML.h"
+#include "fuzz/code_thrown.h"
 #include "tests/operations/Operations.h"
 #include "tests/operations/Texts.h"
 #include "tests/support/BornLibrary.h"
@@ -129,5 +131,9 @@ TEST_F(QuietNew, NoAlertIsShownWhereSilenceIsPromised)
     U_DisplayPostedErrors(); // of the other threads
     const U_UTF16String posted = Units(u"a posted text, longer than the buffer of a string");
     FailEach([&] { U_AsyncReport(0, U_Sev_PROBLEM, posted); });
+    const U_UTF8String digits(2000, '1');
+    U_ScAutoArray<unsigned char> data;
+    FailEach([&] { CodeThrown([&] { U_UTF8StringToBinaryData(digits, &data); }); });
     EXPECT_EQ(mShown, 0);
+    EXPECT_EQ(U_EndQuietErrorsOnCurrentThread(), 3) << "a quiet level is left";
 }

@@ -66,15 +66,6 @@ TEST_F(CheckedHeap, ASecondFreeAfterTheSwitchOffReadsNoUnmappedMemory)
     EXPECT_TRUE(mLog.Texts("HEAP_CHECK").empty());
 }
 
-TEST_F(CheckedHeap, ARecycledBlockFromBeforeTheChecksIsNoFault)
-{
-    ASSERT_TRUE(platform::SetHeapChecks("0"));
-    void* const block = U_AllocateRecycledPtr(0, nullptr, 1000);
-    ASSERT_TRUE(platform::SetHeapChecks("1"));
-    U_FreeRecycledPtr(block);
-    EXPECT_TRUE(mLog.Texts("HEAP_CHECK").empty());
-}
-
 // Small, medium and large blocks, whose memory a thread, all threads, and the system keep.
 TEST_F(CheckedHeap, FreedBlocksAreUsedAgainAndOverlapNoOther)
 {

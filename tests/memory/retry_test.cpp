@@ -1,7 +1,5 @@
 // The loop of every allocation: attempts, purges and log lines.
 
-#include <cstring>
-
 #include <win32/memory.h>
 
 #include "U_Alloc.h"

@@ -17,12 +17,7 @@
 #include "tests/support/FailingNew.h"
 #include "tests/support/System.h"
 
-using krobase::threads::AsyncEventLoopAdaptor;
-using krobase::threads::AsyncThreadedExecutor;
-using krobase::threads::CreateAsyncEventLoopAdaptor;
-using krobase::threads::CreateAsyncThreadedExecutor;
-using krobase::threads::Gate;
-using krobase::threads::GetCurrentThreadID;
+using namespace krobase::threads;
 using testing::ElementsAre;
 
 namespace
@@ -32,8 +27,7 @@ const int kNotSoon = 10000000; // milliseconds
 
 boost::shared_ptr<AsyncThreadedExecutor> MakeExecutor(int threadCount)
 {
-    return CreateAsyncThreadedExecutor("test", threadCount, krobase::threads::kThreadPriorityNormal,
-                                       {}, {});
+    return CreateAsyncThreadedExecutor("test", threadCount, kThreadPriorityNormal, {}, {});
 }
 
 // Dispatches all messages in the queue.
@@ -89,7 +83,7 @@ TEST(ThreadedExecutors, TheLastOwnerMayBeAPostedFunction)
     Gate isLast(false);
     auto last =
         std::make_shared<boost::shared_ptr<AsyncThreadedExecutor>>(CreateAsyncThreadedExecutor(
-            "test", 1, krobase::threads::kThreadPriorityNormal, {}, [ended] { ended->Open(); }));
+            "test", 1, kThreadPriorityNormal, {}, [ended] { ended->Open(); }));
     (*last)->Post(
         [last, &isLast, &runs] {
             isLast.PassThrough(kGenerous);
@@ -138,9 +132,8 @@ TEST(ThreadedExecutors, ThreadsHaveTheirSetUpAndSurviveExceptions)
     };
     boost::thread::attributes attributes;
     attributes.set_stack_size(1 << 20);
-    auto executor =
-        CreateAsyncThreadedExecutor("a name that is rather long", 1,
-                                    krobase::threads::kThreadPriorityLowest, ask, ask, attributes);
+    auto executor = CreateAsyncThreadedExecutor("a name that is rather long", 1,
+                                                kThreadPriorityLowest, ask, ask, attributes);
     made = executor.get();
     isMade.Open();
     EXPECT_FALSE(executor->IsExecutorThread());
