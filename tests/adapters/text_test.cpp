@@ -18,7 +18,6 @@ namespace
 {
 typedef BornLibrary CppText;
 
-// A file of the test, removed at its end.
 class TemporaryFile
 {
 public:

@@ -11,7 +11,6 @@ namespace
 {
 typedef Suspend Termination;
 
-// Gives up all calls once the function has begun.
 std::thread TerminateOnceBegun(LongFunction& function)
 {
     return std::thread([&function] {

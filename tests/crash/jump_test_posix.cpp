@@ -20,7 +20,6 @@ Crash sSecond = nullptr;
 
 sigjmp_buf sBack;
 
-// Crashes that many calls deep in the stack.
 __attribute__((noinline)) int FailAtDepth(Crash crash, int depth)
 {
     volatile char frame[64] = {};

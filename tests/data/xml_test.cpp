@@ -130,11 +130,9 @@ TEST_F(XMLEscapes, IllegalCharactersAreReportedOneByOne)
     // The text in a report ends at a NUL.
     const char* const kCharacters[] = {"\x01", "\x1F", "\x0B"};
     for (std::size_t i = 0; i < 3; ++i)
-    {
         EXPECT_EQ(alerts[i], "Test Host error: Illegal XML character \"" +
                                  std::string(kCharacters[i]) +
                                  "\" in string \"caf\xC3\xA9\x01 <\x1F\n\n( 23 :: 0 )");
-    }
 }
 
 TEST_F(XMLEscapes, LongTextIsCutInTheReportAtACharacter)

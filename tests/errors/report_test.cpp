@@ -21,7 +21,6 @@
 
 namespace
 {
-// A logging callback that captures the texts.
 struct Callback
 {
     static U_Status Run(void* refcon, U_u32, U_u16, const char* text)

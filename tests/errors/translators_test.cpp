@@ -24,7 +24,6 @@ namespace
 class Translators : public BornLibrary
 {
 protected:
-    // Registers a translator that notes its call.
     U_u32 Register(int number, bool recognises, int code)
     {
         return U_RegisterExceptionTranslatorImpl([=](std::exception*, int* out) {

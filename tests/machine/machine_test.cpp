@@ -26,7 +26,6 @@
 
 #include "U_Lifecycle.h"
 #include "U_Machine.h"
-#include "U_Threads.h"
 #include "tests/support/BornLibrary.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/System.h"

@@ -38,7 +38,6 @@ protected:
         BornLibrary::TearDown();
     }
 
-    // Makes the next heap operations fail.
     void FailNext(int count)
     {
         mFailures = count;

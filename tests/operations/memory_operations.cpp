@@ -4,7 +4,6 @@
 #include <tolv/toolbox.h>
 
 #include "U_Alloc.h"
-#include "U_Budget.h"
 #include "U_Hog.h"
 #include "U_Machine.h"
 #include "U_MemServices.h"

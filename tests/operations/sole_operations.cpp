@@ -12,7 +12,6 @@
 #include "U_Alloc.h"
 #include "U_Assert.h"
 #include "U_Format.h"
-#include "U_Group.h"
 #include "U_Interact.h"
 #include "U_Machine.h"
 #include "U_Posted.h"

@@ -5,7 +5,6 @@
 #include "U_Format.h"
 #include "U_Group.h"
 #include "U_LStr.h"
-#include "U_Machine.h"
 #include "U_Report.h"
 #include "U_String.h"
 #include "U_Telemetry.h"

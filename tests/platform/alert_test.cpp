@@ -17,7 +17,6 @@ namespace
 namespace messagebox = kroview::dialogs::messagebox;
 using platform::Alert;
 
-// Sets a flag when it is deleted.
 class Node : public kroview::ui::UI_Node
 {
 public:

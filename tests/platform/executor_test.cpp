@@ -30,7 +30,6 @@ boost::shared_ptr<AsyncThreadedExecutor> MakeExecutor(int threadCount)
     return CreateAsyncThreadedExecutor("test", threadCount, kThreadPriorityNormal, {}, {});
 }
 
-// Dispatches all messages in the queue.
 void Pump()
 {
     win32::MSG message;

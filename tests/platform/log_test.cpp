@@ -172,15 +172,6 @@ TEST_F(Log, NoRepeatIsLost)
         testing::StrEq("[0] U MEM: at the end\n[0] U MEM: at the end ... repeated 2 times\n"));
 }
 
-TEST_F(Log, ASinkOfTheHostReceivesEachLine)
-{
-    int lines = 0;
-    platform::SetLogSink([&](int, const char*, const char*, const char*) { ++lines; });
-    for (int turn = 0; turn < 100; ++turn)
-        WRIL_Log(0, "U", "MEM", "DONE.");
-    EXPECT_EQ(lines, 100);
-}
-
 TEST_F(Log, ThreadsCountTheirRepeatsTogether)
 {
     platform::SetTickClock([] { return 0ull; });

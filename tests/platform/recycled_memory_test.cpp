@@ -28,7 +28,6 @@ protected:
     void SetUp() override { MemoryRecycler::PurgeBytes(kAll); }
     void TearDown() override { MemoryRecycler::PurgeBytes(kAll); }
 
-    // Fills the pool with a block of each size.
     static void Fill(const std::vector<int>& sizes)
     {
         std::list<RecycledMemory> blocks;

@@ -85,10 +85,7 @@ TEST(Encoding, LongTextsKeepTheirCharactersWhole)
             const U_UTF16String wide =
                 Units(std::u16string(head, u'x') + units + std::u16string(5000, u'y'));
             EXPECT_EQ(U_UTF8To16String(narrow), wide);
-            if (!isDamaged)
-            {
-                EXPECT_EQ(U_UTF16To8String(wide), narrow);
-            }
+            EXPECT_TRUE(isDamaged || U_UTF16To8String(wide) == narrow);
         }
     }
     const U_UTF16String halves = Units(std::u16string(4095, u'x') + u"\xD83D" + u"x\xDE00");
