@@ -251,7 +251,8 @@ U_Status U_NewHogHandleFromHandle(U_u32 id, void** handle, void*** out)
     // The purge callback may have resized the handle, or freed it, and the copy may have
     // its address. A handle that is not live has no size and is not read.
     const U_u64 sizeNow = size && *out != handle ? MEM_GetHandleSize(UHeap(), handle) : 0;
-    if (sizeNow)
+    if (sizeNow) // a refusal, which leaves a null handle, is not 0
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
         std::memcpy(static_cast<HogHeader*>(**out) + 1, *handle, std::min<U_u64>(size, sizeNow));
     return 0;
 }
