@@ -79,6 +79,7 @@ void** FindWatched(void* block);
 // Returns the slab of a live handle, or null for any other address.
 inline Slab* SlabOfHandle(void** handle)
 {
+    // No slab has the address null. NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker)
     return IsSlot(handle) && IsLive(LoadAcquire(*handle)) ? SlabOf(handle) : nullptr;
 }
 
