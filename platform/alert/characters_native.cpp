@@ -32,6 +32,14 @@ bool IsHangul(unsigned int character)
     return IsIn(character, 0x1100, 0x115F) || IsIn(character, 0xAC00, 0xD7A3);
 }
 
+// Scripts of East Asia, most emoji and rare ideographs.
+bool IsWideAbovePlaneZero(unsigned int character)
+{
+    return IsIn(character, 0x16FE0, 0x1B2FF) || IsIn(character, 0x1F200, 0x1F64F) ||
+           IsIn(character, 0x1F680, 0x1F6FF) || IsIn(character, 0x1F900, 0x1FAFF) ||
+           IsIn(character, 0x20000, 0x3FFFF);
+}
+
 bool IsZeroWidth(unsigned int character)
 {
     return IsIn(character, 0x200B, 0x200F) || IsIn(character, 0xFE00, kVariationSelector);
@@ -143,7 +151,7 @@ private:
 std::size_t ColumnsOf(unsigned int character)
 {
     if (character > 0xFFFF)
-        return 2; // rare ideographs and emoji
+        return IsWideAbovePlaneZero(character) ? 2 : 1;
     const Unit unit = static_cast<Unit>(character);
     const Types types = TypesOf(&unit, 1).front();
     if (types.IsAccent() || IsZeroWidth(unit))

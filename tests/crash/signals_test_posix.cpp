@@ -202,37 +202,33 @@ TEST(Signals, AnExceptionThatTheEarlierActionDealsWithIsFollowedByFurtherCalls)
 }
 
 // The filter alone, without the library.
-TEST(Signals, ThatAreSentDuringACallUntilExceptionRunTheFilterAfterIt)
+TEST(Signals, InterruptNeitherTheFilterNorACallUntilException)
 {
-    const Death death = RunToDeath([] {
-        win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) {
-            Print("filter");
-            return 0;
-        });
-        const bool completes = win32::CallUntilException(
-            [](void*) {
-                SendSegmentationFault();
-                Print("inside");
-            },
-            nullptr);
-        Print(completes ? "completes" : "interrupted");
+    const auto isSentToACall = [](win32::EXCEPTION_POINTERS*) {
+        Print("filter");
+        return 0;
+    };
+    const auto isSentToTheFilter = [](win32::EXCEPTION_POINTERS*) {
+        Print("filter");
+        SendSegmentationFault();
+        const bool completes = win32::CallUntilException([](void*) { Print("inside"); }, nullptr);
+        const bool escapes = !win32::CallUntilException([](void*) { WriteToNull(); }, nullptr);
+        Print(completes && escapes ? "ends" : "interrupted");
+        return 0;
+    };
+    Death death = RunToDeath([&] {
+        win32::SetUnhandledExceptionFilter(isSentToACall);
+        const auto send = [](void*) {
+            SendSegmentationFault();
+            Print("inside");
+        };
+        Print(win32::CallUntilException(send, nullptr) ? "completes" : "interrupted");
     });
     death.Expect(SIGSEGV);
     EXPECT_EQ(death.output, "inside\nfilter\n");
-}
 
-TEST(Signals, ThatAreSentToTheFilterDoNotRunTheFilterWithinItself)
-{
-    const Death death = RunToDeath([] {
-        win32::SetUnhandledExceptionFilter([](win32::EXCEPTION_POINTERS*) {
-            Print("filter");
-            SendSegmentationFault();
-            const bool completes =
-                win32::CallUntilException([](void*) { Print("inside"); }, nullptr);
-            const bool escapes = !win32::CallUntilException([](void*) { WriteToNull(); }, nullptr);
-            Print(completes && escapes ? "ends" : "interrupted");
-            return 0;
-        });
+    death = RunToDeath([&] {
+        win32::SetUnhandledExceptionFilter(isSentToTheFilter);
         WriteToNull();
     });
     death.Expect(SIGSEGV);

@@ -10,7 +10,6 @@
 #include "tests/support/NoMemory.h"
 #include "tests/support/OnThreads.h"
 #include "tests/support/PurgeHost.h"
-#include "tests/support/System.h"
 
 namespace
 {
@@ -199,8 +198,6 @@ TEST_F(Retry, TheHeapIsCompactedOnMainThreadsOnly)
 TEST_F(Retry, ACompactionReturnsFreeMemoryToTheSystem)
 {
     SKIP_UNDER_SANITIZERS(); // they keep memory that is freed
-    if (IsWindows())
-        GTEST_SKIP() << "the system decides";
     U_MemoryStats before = {}, after = {};
     std::vector<std::vector<char>> blocks(1000, std::vector<char>(64 << 10));
     blocks.erase(blocks.begin(), blocks.end() - 1);

@@ -115,7 +115,7 @@ Outcome ReportToTelemetry(Own&)
 // Without memory for the system's text, nothing is reported.
 Outcome ReportResultCode(Own&)
 {
-    ATL::CAtlException exception(static_cast<int>(0x80004003));
+    ATL::CAtlException exception(static_cast<int>(0x80070002));
     try
     {
         TranslateAndThrowATLException(exception, __FILE__, __LINE__);

@@ -10,47 +10,36 @@
 
 #include <wril/wril.h>
 
-TEST(LogOnPosix, ALongLineGoesToStderrInOneWrite)
+TEST(LogOnPosix, ALongLineIsWholeAndIsOneWriteIfThereIsRoom)
 {
-    // On this type of socket each write is one message.
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
-    const int console = dup(STDERR_FILENO);
-    dup2(ends[1], STDERR_FILENO);
-    const std::string text(20000, 'y');
-    WRIL_Log(0, "memory", nullptr, text.c_str());
-    dup2(console, STDERR_FILENO);
-
-    std::vector<char> message(30000);
-    const ssize_t length = recv(ends[0], message.data(), message.size(), MSG_DONTWAIT);
-    ASSERT_GT(length, 0);
-    EXPECT_EQ(std::string(message.data(), static_cast<std::size_t>(length)),
-              "[0] memory : " + text + "\n");
-    for (const int descriptor : {ends[0], ends[1], console})
-        close(descriptor);
-}
-
-TEST(LogOnPosix, ALineLongerThanAPipeThatDoesNotBlockIsWhole)
-{
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    fcntl(ends[1], F_SETFL, O_NONBLOCK);
-    const int console = dup(STDERR_FILENO);
-    dup2(ends[1], STDERR_FILENO);
-    close(ends[1]);
-    std::string read;
-    std::thread reader([&] {
-        char piece[100];
-        for (ssize_t count; (count = ::read(ends[0], piece, sizeof(piece))) > 0;)
-            read.append(piece, static_cast<std::size_t>(count));
-    });
-    const std::string text(200000, 'y');
-    WRIL_Log(0, "memory", nullptr, text.c_str());
-    dup2(console, STDERR_FILENO); // closes the pipe
-    reader.join();
-    EXPECT_EQ(read, "[0] memory : " + text + "\n");
-    close(ends[0]);
-    close(console);
+    for (const bool hasRoom : {true, false})
+    {
+        SCOPED_TRACE(hasRoom);
+        int ends[2];
+        if (hasRoom) // on this type of socket each write is one message
+            ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+        else
+            ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+        const int console = dup(STDERR_FILENO);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[1]);
+        fcntl(ends[0], F_SETFL, 0); // the reader waits
+        const std::string text(hasRoom ? 20000 : 200000, 'y');
+        std::string received;
+        int writes = 0;
+        std::thread reader([&] {
+            std::vector<char> piece(2 * text.size());
+            for (ssize_t count; (count = read(ends[0], piece.data(), piece.size())) > 0;)
+                received.append(piece.data(), static_cast<std::size_t>(count)), ++writes;
+        });
+        WRIL_Log(0, "memory", nullptr, text.c_str());
+        dup2(console, STDERR_FILENO); // closes the written end
+        reader.join();
+        EXPECT_EQ(received, "[0] memory : " + text + "\n");
+        EXPECT_EQ(writes == 1, hasRoom);
+        close(ends[0]);
+        close(console);
+    }
 }
 
 TEST(LogOnPosix, ALineForABrokenPipeDoesNotEndTheProcess)
