@@ -1,6 +1,7 @@
 // Operations in which the system allocates or opens something: threads, files, names.
 
 #include <ctime>
+#include <fstream>
 #include <string>
 
 #include <win32/machine.h>
@@ -14,6 +15,8 @@
 
 Operations SystemOperations()
 {
+    // A container may lack the description of the processors.
+    const bool isDescribed = std::ifstream("/sys/devices/system/cpu/online").good();
     return {
         {"an executor", kBadAlloc | kCode4 | kLess,
          [](Own&) {
@@ -45,13 +48,15 @@ Operations SystemOperations()
              return RightIf(U_GetComputerName(sizeof(name), name) == 0 && *name, kLess);
          }},
         {"GetLogicalProcessorInformation", kLess,
-         [](Own&) {
+         [isDescribed](Own&) {
              unsigned int length = 0;
              win32::SetLastError(0);
              win32::GetLogicalProcessorInformation(nullptr, &length);
              const unsigned int error = win32::GetLastError();
-             if (error == win32::kErrorNotEnoughMemory || error == win32::kErrorGeneralFailure)
+             if (error == win32::kErrorNotEnoughMemory)
                  return kLess;
+             if (error == win32::kErrorGeneralFailure)
+                 return isDescribed ? kLess : kRight;
              return RightIf(error == win32::kErrorInsufficientBuffer);
          }},
         {"U_IsDebuggerPresent", 0, [](Own&) { return RightIf(!U_IsDebuggerPresent()); }},
