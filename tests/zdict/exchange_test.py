@@ -200,6 +200,7 @@ class BadPO(Exchange):
              ':9:1: the key "/a" has a translation already, at standard input:5:1'),
             (header + 'msgid "a"\nmsgstr "b"\n', ":3:1: the key is missing (see --english)"),
             (header + ENTRY % "b" + 'domain "x"\n', ":7:1: domains are not carried"),
+            (HEADER % "ASCII" + "\n#, ä" + ENTRY % "b", "text of the entry is not in ASCII"),
             (header + '\nmsgctxt "/ä"\nmsgid "a"\nmsgstr "b"\n', ':5:1: the key "/ä" isn\'t ASCII'),
             (header + '\nmsgctxt "a=b"\nmsgid "a"\nmsgstr "b"\n', 'the key "a=b" holds a "="'),
             (header + ENTRY % "x{{*COMMENT*}}y", ":5:1: the translation holds {{*COMMENT*}}"),

@@ -260,7 +260,7 @@ private:
         }
         std::string comments = LinesOf(Text(po_message_comments(message)));
         const std::string more = TakeFlagsLines(&comments);
-        Note note = ParseNote(references + "\n#, " + flags + "," + more);
+        Note note = ParseNote(references + "\n#, " + Text(flags.c_str()) + "," + more);
         note.mExtracted = LinesOf(Text(po_message_extracted_comments(message)));
         note.mTranslator = comments;
         if (const char* const old = po_message_prev_msgid(message))
