@@ -125,7 +125,7 @@ fuzz: deps ## Run each fuzz target for FUZZ_SECONDS and write fuzz/README.md
 	$(call build,fuzz,--target fuzz)
 	scripts/fuzz --seconds $(FUZZ_SECONDS)
 
-fuzz-fast: deps ## Run each fuzz target likewise, some five times as fast, without the sanitizers
+fuzz-fast: deps ## Run each fuzz target likewise without the sanitizers, two to five times as fast
 	$(call build,fuzz-fast,--target fuzz)
 	scripts/fuzz --fast --seconds $(FUZZ_SECONDS)
 

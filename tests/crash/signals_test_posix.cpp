@@ -204,11 +204,11 @@ TEST(Signals, AnExceptionThatTheEarlierActionDealsWithIsFollowedByFurtherCalls)
 // The filter alone, without the library.
 TEST(Signals, InterruptNeitherTheFilterNorACallUntilException)
 {
-    const auto isSentToACall = [](win32::EXCEPTION_POINTERS*) {
+    const auto prints = [](win32::EXCEPTION_POINTERS*) {
         Print("filter");
         return 0;
     };
-    const auto isSentToTheFilter = [](win32::EXCEPTION_POINTERS*) {
+    const auto printsAndSends = [](win32::EXCEPTION_POINTERS*) {
         Print("filter");
         SendSegmentationFault();
         const bool completes = win32::CallUntilException([](void*) { Print("inside"); }, nullptr);
@@ -217,7 +217,7 @@ TEST(Signals, InterruptNeitherTheFilterNorACallUntilException)
         return 0;
     };
     Death death = RunToDeath([&] {
-        win32::SetUnhandledExceptionFilter(isSentToACall);
+        win32::SetUnhandledExceptionFilter(prints);
         const auto send = [](void*) {
             SendSegmentationFault();
             Print("inside");
@@ -228,7 +228,7 @@ TEST(Signals, InterruptNeitherTheFilterNorACallUntilException)
     EXPECT_EQ(death.output, "inside\nfilter\n");
 
     death = RunToDeath([&] {
-        win32::SetUnhandledExceptionFilter(isSentToTheFilter);
+        win32::SetUnhandledExceptionFilter(printsAndSends);
         WriteToNull();
     });
     death.Expect(SIGSEGV);
