@@ -475,6 +475,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         const Choices own = choices.Half();
         Second().RunBoth([&] { RunBeside(own); }, [&] { RunBeside(choices); });
+        // A function that was given up may own its context until its executor has destroyed it.
+        for (int thread = 1; thread < kThreads; ++thread)
+            RunOn(thread, [] {});
         Reviver::Revive();
         Require(sStates == 0);
         return 0;

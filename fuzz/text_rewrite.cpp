@@ -49,8 +49,9 @@ bool IsEachKept(hollin::Dictionary& dictionary)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    hollin::Dictionary read(size % 16 >= 8); // of either store
-    Load(read, TextOf(data, size));
+    const std::string text = TextOf(data, size); // outlives the dictionary: it may be an image
+    hollin::Dictionary read(size % 16 >= 8);     // of either store
+    Load(read, text);
     const bool isText = size % 8 >= 4;
     // An entry that the text form does not keep may read as another key.
     if (isText && !IsEachKept(read))

@@ -98,7 +98,8 @@ public:
     //   the result is the code of that failure, and the copy of the function may be destroyed a
     //   little after the call returns.
     // - All calls were given up: the result is U_Err_SuspendTerminated, within about 50
-    //   milliseconds. A function that has not begun by then never runs. A function that has begun
+    //   milliseconds. A function that has not begun by then never runs; its copy may be destroyed
+    //   on the executor's thread a little after the call returns. A function that has begun
     //   continues alone, so it must own all that it uses, and the context may be destroyed on the
     //   executor's thread.
     // - The thread of an event loop ends before the function has run: the caller waits until all
