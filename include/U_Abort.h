@@ -28,8 +28,8 @@ public:
 };
 
 // Has no limit: each call is one U_Context::CheckAbortAndFlushCompletionRoutines (U_Context.h).
-// A call that returns true has discarded the keys that were queued after the Escape key, up to
-// the next key-up.
+// A call that returns true has dispatched all queued keys, and then discarded the keys that arrived
+// meanwhile, up to the next key-up.
 class U_EXPORT U_NOUIThrottler : public U_UIThrottler
 {
 public:

@@ -54,7 +54,8 @@ U_EXPORT void* U_AllocatePtrQuiet(U_u64 size);
 U_EXPORT void* U_AllocatePtrClearQuiet(U_u64 size);
 
 // Resizes the block *pointer and stores the new address in *pointer. Added bytes are not
-// cleared. A null *pointer allocates.
+// cleared. A null *pointer allocates. The budget asks for room for the whole new size, so near the
+// maximum limit a smaller size can be refused, too.
 //
 // Returns: 0; 3 for a null `pointer`; or 4, and then *pointer is null and the old block is
 // still allocated. A caller that needs the old block keeps a copy of the address.

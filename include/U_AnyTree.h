@@ -121,13 +121,16 @@ public:
     //
     // Throws: boost::bad_any_cast for a key or a string that is no JSON literal or that escapes
     // half of a surrogate pair; boost::property_tree::ptree_error for text that is nested deeper
-    // than U_MostJSONDepth. The members before the failure stay in the tree.
+    // than U_MostJSONDepth. The members before the failure stay in the tree. A nested value with
+    // the failure is not added.
     //
     // Failures: an object ends at a member whose name is empty, and at white space between the
-    // closing bracket of a nested value and the next comma. The later members of that object are
-    // not read. Text that is not JSON is read leniently:
+    // closing bracket of a nested value and the next comma. The rest of that object is read as the
+    // rest of the level around it: an object there ends, too, and an array may take a later value
+    // as an element. Text that is not JSON is read leniently:
     // - The first character counts as the opening brace, whichever character it is. So the
-    //   elements of an outermost array are added if they are objects or arrays.
+    //   elements of an outermost array are added up to the first one that is neither an object nor
+    //   an array.
     // - In an array, a name before a plain value is ignored, and a name before a nested value
     //   becomes its key.
     // - A value that begins with t, f or n is true, false or null. Any other word is read as a

@@ -18,7 +18,7 @@
 // Reports a failed run-time check as a U_Sev_PROBLEM. `detail` is the checked condition and may
 // be null. If `message` is null, the line is the message. The caller then returns or throws a
 // code, usually 3. A translation without a place for the message is replaced by the English
-// text.
+// text. A "^2" in `detail` is replaced by the message, as by U_SubString (U_Format.h).
 //
 // Returns: the result of Up_ReportErrString (U_Report.h).
 U_EXPORT U_Status U_ReportFailedVerification(U_u32 location, int line, const char* detail,

@@ -64,8 +64,8 @@
 // - While use falls, the library calls the callback again for the bytes that are still
 //   missing. One allocation may run several such series of calls.
 // - *flag is false at the start of each series. If the callback sets *flag, the library
-//   shrinks the recycled pool after a call that did not lower use. For recycled blocks and
-//   for U_CheckRAMPurgeLimit *flag changes nothing.
+//   shrinks the recycled pool after a call that did not lower use. For U_CheckRAMPurgeLimit *flag
+//   changes nothing. For a recycled block only the series whose `blockRequest` is 1 reads *flag.
 //
 // Returns: 0, or another value to end the series.
 // REQUIRES: throws nothing.

@@ -76,8 +76,8 @@
 //
 // From birth to death the library's new handler replaces the host's. A failed operator new throws
 // std::bad_alloc. On a main thread the handler first reports "Out of memory." with the size, at
-// U_Sev_INFO, in the language of the time of birth. The failure is not reported, since an
-// alert would block other threads:
+// U_Sev_INFO, in English, since no language is in use at birth. The failure is not reported, since
+// an alert would block other threads:
 // - within a report, and while the text of a report is made;
 // - under one of the library's locks, as in translators (U_Threads.h) and state factories
 //   (U_Context.h);

@@ -180,8 +180,9 @@ U_EXPORT U_UTF16String U_ZStringToFormat(const char* zstring);
 // before the decimal mark, as far as they fit, and with `decimals` decimals. `flags` are the
 // options above.
 //
-// - If digits and decimals are 23 characters or more, or if marks of several bytes do not fit,
-//   the number is written as "%e" does, and the options z and s have no effect.
+// - If the digits, the decimal mark and the decimals are 23 characters or more, or if marks of
+//   several bytes do not fit, the number is written as "%e" does, and the options z and s have no
+//   effect.
 // - Infinities are "inf", and a NaN is "nan". Neither is padded.
 //
 // Returns: 0; 3 for a null `out`; or the code of a failed conversion, with `out` unchanged.
@@ -190,7 +191,8 @@ U_EXPORT int U_FormatNum(double value, unsigned int flags, int integerDigits, un
 
 // Reads a decimal number as atof does, independent of the C library's locale. If bit 0 of
 // `flags` is set, the decimal mark is ".". Otherwise the first 31 bytes are read with the user's
-// marks. A thousands mark ends the number. Without a number *out is 0.
+// marks. A thousands mark ends the number. Without a number *out is 0. A hexadecimal number such
+// as "0x10" is not read: *out is 0.
 //
 // Returns: 0, or the code of a failed conversion, with *out unchanged.
 U_EXPORT int U_ScanNum(char* text, char flags, double* out);

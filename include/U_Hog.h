@@ -42,8 +42,8 @@ enum : U_u32
 // Registers a hog and stores its identifier in *id. The name is copied. A second registration
 // of a name makes a second hog. An identifier is valid until death.
 //
-// Returns: 0; 4 without memory, or inside a purge request of another registration; or 3 for a null
-// name or address, or outside the library's life. After a failure *id is unchanged.
+// Returns: 0; 4 without memory, or inside a purge request that the table of hogs makes; or 3 for a
+// null name or address, or outside the library's life. After a failure *id is unchanged.
 // Failures: if the table of hogs cannot grow at once, the library reports and asks the host to
 // purge while it holds the lock of the table. The callbacks must not register a hog then, nor
 // wait for a thread that registers one.
@@ -69,8 +69,8 @@ U_EXPORT U_Status U_FreeHogHandle(void** handle);
 
 // Changes the size of the data. Added bytes are not cleared. The handle keeps its value.
 //
-// Returns: 0; 1 for a locked handle, with a report; 2; or 4 without memory. After a failure
-// the handle and its data are unchanged.
+// Returns: 0; 1 for a locked handle, with a report; 2; or 4 without memory, and for a handle of
+// another heap, which is reported. After a failure the handle and its data are unchanged.
 U_EXPORT U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize,
                                     void** handle);
 

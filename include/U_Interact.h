@@ -74,8 +74,6 @@ U_EXPORT U_Status U_GetHowManyErrors(U_u32* out);
 // Returns: 0; -1 if the system has no name, or if the name with its terminator does not fit:
 // `out` is then empty or has the start of the name. -1 also if `size` is 0 or `out` is null;
 // nothing is written then.
-//
-// REQUIRES: on a system whose sockets must be started, the host has started them.
 U_EXPORT U_i32 U_GetComputerName(U_u32 size, char* out);
 
 // For close neighbours.

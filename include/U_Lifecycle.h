@@ -64,9 +64,9 @@ U_EXPORT bool U_Die();
 // the function on the calling thread.
 U_EXPORT U_i32 U_GetRunMode();
 
-// Plays the system's default sound.
+// Plays the system's default sound. POSIX systems ring the bell of the terminal, if stderr is one.
 //
-// Returns: non-zero if the sound was played.
+// Returns: non-zero if the sound was played, or if there is no terminal.
 // Thread safety: may be called on any thread, also before birth and after death.
 U_EXPORT U_i32 U_Beep();
 

@@ -78,8 +78,8 @@ public:
 // A measurement calls the functions that are installed when the measurement begins. So a
 // function that is uninstalled meanwhile may be called once more. The function object is
 // destroyed by the uninstallation, or by the last measurement that still calls the function, on
-// the thread of that measurement. Managers
-// stay installed until they are uninstalled, also after the library's death.
+// the thread of that measurement. Managers stay installed until they are uninstalled, also after
+// the library's death.
 
 // Adds a manager with a copy of the function. A manager that is installed already under `id`
 // keeps its own function.
@@ -105,7 +105,7 @@ struct U_MemoryStats
     U_u64 mFaults;   // page faults of the process
     U_u64 mPageins;  // always 0
     U_u64 mResident; // bytes of the process in physical memory
-    U_u64 mVirtual;  // bytes of the address space in use
+    U_u64 mVirtual;  // private bytes of the process, in physical memory or in the page file
     U_u64 mCalcMem;  // the tracked use
     U_u64 mCalcU;    // use as the budget measures it, with the pool and the external managers
     U_u64 mCalc;     // set by the memory log

@@ -36,7 +36,8 @@ U_EXPORT void U_DecrementPostErrors();
 
 // Shows the messages posted so far, each once and in order. The messages of a group (U_Group.h)
 // are one alert, after the messages without a group. Returns when the user has dismissed the
-// last alert. Meanwhile other threads may post. Death shows the messages that are left.
+// last alert. Meanwhile other threads may post. Death shows the messages that are left, and logs
+// those that it cannot show.
 //
 // Thread safety: for the UI thread. A call on another thread is not refused, but must not run
 // at the same time as U_SetPencartValuesForUErrors.
@@ -93,8 +94,8 @@ U_EXPORT U_Status U_DeferredReportingStart(U_u32 mask, U_DeferredState* state);
 //   report had one, as far as its severity and the mask allow; the callbacks receive the text
 //   only if the stretch kept its severity from them.
 // - If the thread has made no report since it began, or each was quiet or ended by a callback,
-//   that text is reported as a fatal error, and the process is dying unless `async` is true: the
-//   errors were other threads' and must not be lost.
+//   the fallback text is reported as a fatal error, and the process is dying unless `async` is
+//   true: the errors were other threads' and must not be lost.
 // - If `async` is true, the repeat is only posted, without the log, the count and the callbacks.
 //
 // Returns: 0; 3, reported, if `state` is null. If `async` is true, also 4 without memory, or

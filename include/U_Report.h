@@ -34,9 +34,9 @@
 //
 // Failures:
 //
-// - A thread that reports inside a report of its own, for example in a logging callback or
-//   while its alert is up, is ignored. Exceptions: U_AsyncReport posts as usual, and
-//   Up_Report16 and Up_ReportError set the thread's last error to 0.
+// - A report inside a report of the same thread, for example in a logging callback or while the
+//   alert is up, is ignored. Exceptions: U_AsyncReport posts as usual, and Up_Report16 and
+//   Up_ReportError set the thread's last error to 0.
 // - A message that cannot be shown is posted. A message that cannot be posted, without memory
 //   or outside the library's life, is lost without a report.
 // - Without memory to convert its text, a report of multibyte text is dropped and returns 4.

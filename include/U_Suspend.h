@@ -102,8 +102,8 @@ public:
     //   on the executor's thread a little after the call returns. A function that has begun
     //   continues alone, so it must own all that it uses, and the context may be destroyed on the
     //   executor's thread.
-    // - The thread of an event loop ends before the function has run: the caller waits until all
-    //   calls are given up.
+    // - The thread of an event loop ends before the function has run, or an executor of the host
+    //   drops the function: the caller waits until all calls are given up.
     int CallOnThreadedExecutor(
         const boost::shared_ptr<krobase::threads::AsyncThreadedExecutor>& executor,
         const boost::function<int()>& function);

@@ -15,9 +15,9 @@
 //
 // - ^ and \ begin escapes. A parameter of U_SubString such as ^1 is written ^^1.
 // - #{eacute} and #{U+20AC} are characters by name and by number.
-// - {{*MSWindows*}} drops itself and the text before it; {{*COMMENT*}} drops itself and the text
-// after
-//   it; {{*CopyYear*}} becomes the year of the library's build.
+// - {{*MSWindows*}} drops itself and the text before it.
+// - {{*COMMENT*}} drops itself and the text after it.
+// - {{*CopyYear*}} becomes the year of the library's build.
 //
 // A dictionary stores texts that are expanded already, apart from the three markers. On a
 // system with a double-byte script U+2206 becomes U+0394, unless a language other than English
@@ -73,7 +73,8 @@ U_EXPORT bool U_IsZstr(const std::string& text);
 // Returns: 0, also if no locale exists, and for a damaged image.
 //
 // Forms do not mix freely:
-// - An image of version 2 permanently hides all texts of other forms that were loaded earlier.
+// - The first image of version 2 permanently hides the texts of other forms that were loaded
+//   before it. Later images of version 2 merge with all texts in use.
 // - An image of version 1 has no effect after an image of version 2.
 // - The text form may be loaded over any form.
 //

@@ -13,7 +13,7 @@
 using krobase::utility::NumberMarks;
 
 const std::size_t kLongestNum = 31;   // characters of a formatted number
-const std::size_t kMostPlainNum = 22; // digits and decimals that plain notation has at most
+const std::size_t kMostPlainNum = 22; // digits, mark and decimals of plain notation
 
 inline bool IsDigit(U_u16 unit)
 {

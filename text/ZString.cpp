@@ -26,7 +26,8 @@ const U_u16 kCapitalDelta = 0x0394;
 
 U_UTF16String LookUp(const hollin::Dictionary& dictionary, const char* zstring)
 {
-    // A text of the dictionary is copied once, directly from its storage.
+    // GetRawString copies the text once, directly from its storage. GetString would also change a
+    // reference count that is not atomic, while other threads look up the same text.
     const std::uint16_t* units = nullptr;
     std::uint32_t length = 0;
     if (dictionary.GetRawString(zstring, &units, &length))

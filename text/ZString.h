@@ -7,9 +7,9 @@
 
 #include "hollin/Dictionary.h"
 
-// Thread safety: any number of threads may look texts up at once, since a look-up changes
-// nothing that another look-up reads. The fields and the dictionary's texts change only while no
-// thread resolves.
+// Thread safety: any number of threads may look texts up at once, since a look-up at most adds an
+// index of keys to a bucket, in one atomic step. The fields and the dictionary's texts change only
+// while no thread resolves.
 struct U_ZLocale
 {
     hollin::Dictionary mCurrent;       // the current language

@@ -138,6 +138,11 @@ U_Status U_ResizePtr(U_u32 location, U_u64 newSize, const char* opName, void** p
     if (!pointer)
         return BadArgument("U_ResizePtr: no pointer to a pointer");
     void* const oldBlock = *pointer;
+    if (!oldBlock)
+    {
+        *pointer = AllocatePtr(location, opName, newSize, kAsIs);
+        return *pointer ? 0 : U_Err_OutOfMemory;
+    }
     const U_u64 oldSize = MEM_GetPtrSize(UHeap(), oldBlock);
     if (!oldSize && MEM_CheckPtr(oldBlock))
         return RefusePtr(pointer);

@@ -79,13 +79,17 @@ U_Status RefuseHandle(U_u32 location, void** handle)
     return RefuseHog(location);
 }
 
-// Returns the size of the data. Reports a handle of another heap.
+// Stores the size of the data. Reports a handle of another heap.
 //
+// Returns: as U_GetHandleSize.
 // REQUIRES: FindHeader(handle) is not null.
-U_u64 DataSize(void** handle)
+U_Status GetDataSize(void** handle, U_u64* size)
 {
-    U_CheckHandleFromHeap(handle);
-    return MEM_GetHandleSize(UHeap(), handle) - sizeof(HogHeader);
+    U_u32 blockSize = 0;
+    if (const U_Status failure = U_GetHandleSize(handle, &blockSize))
+        return failure;
+    *size = blockSize - sizeof(HogHeader);
+    return 0;
 }
 
 // Frees a handle that has a registered index but was not made by U_NewHogHandle in this life: a
@@ -93,10 +97,12 @@ U_u64 DataSize(void** handle)
 [[gnu::noinline]] U_Status FreeUnmarked(void** handle, const HogHeader& header)
 {
     MEM_ReportNoHog(handle, MarkedHandle(header.mMark, UHeap()));
-    const U_u32 index = header.mHogIndex;
-    CountHog(index, -1, -static_cast<U_i64>(DataSize(handle)));
+    U_u64 size = 0;
+    const U_Status failure = GetDataSize(handle, &size);
+    if (!failure)
+        CountHog(header.mHogIndex, -1, -static_cast<U_i64>(size));
     U_FreeHandle(handle);
-    return 0;
+    return failure;
 }
 
 U_Status RefuseLockedHog()
@@ -147,7 +153,8 @@ U_Status U_ResizeHogHandle(U_u32 location, const char* opName, U_u64 newSize, vo
     const U_u32 index = header->mHogIndex;
     if (header->mLockCount)
         return RefuseLockedHog();
-    U_CheckHandleFromHeap(handle); // reports
+    if (U_CheckHandleFromHeap(handle)) // reports
+        return U_Err_OutOfMemory;
     const U_u64 newBlock = BlockSize(newSize);
     // The purge callback may have resized, locked or freed the handle. A handle that is locked or
     // freed ends the loop.
@@ -204,8 +211,7 @@ U_Status U_GetHogHandleSize(void** handle, U_u64* size)
     *size = 0;
     if (!FindHeader(handle))
         return RefuseHandle(kSizeLocation, handle);
-    *size = DataSize(handle);
-    return 0;
+    return GetDataSize(handle, size);
 }
 
 U_Status U_NewHandleFromHogHandle(void** hogHandle, void*** out)

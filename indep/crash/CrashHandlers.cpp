@@ -34,7 +34,7 @@ const U_u32 kOutOfMemoryLocation = kModule | 0x28;
 
 win32::NewHandler sPreviousNew = nullptr; // null if there was none or ours is not installed
 bool sNewIsInstalled = false;
-char sOutOfMemoryText[U_ReportTextSize]; // a format, in the words in force at the installation
+char sOutOfMemoryText[U_ReportTextSize]; // a format
 
 // A failed operator new is not reported while the thread reports another one.
 typedef ReentrancyGuard<struct MemoryReport> MemoryReportGuard;

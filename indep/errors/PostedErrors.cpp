@@ -8,7 +8,9 @@
 
 #include <platform/base/immortal.h>
 #include <platform/base/locks.h>
+#include <wril/wril.h>
 
+#include "U_Encoding.h"
 #include "U_Posted.h"
 #include "U_Report.h"
 #include "U_Threads.h"
@@ -138,9 +140,20 @@ void MakePostedErrors()
 
 void FreePostedErrors()
 {
-    Posted& posted = ThePosted();
-    PostedLock lock(posted.mLock);
-    posted.mErrors.reset();
+    std::optional<PostedErrors> left;
+    {
+        Posted& posted = ThePosted();
+        PostedLock lock(posted.mLock);
+        left.swap(posted.mErrors);
+    }
+    if (!left)
+        return;
+    // Death has tried to show these messages. Messages of U_AsyncReport have no other trace.
+    for (const Up_PostedError& error : *left)
+        LogSafely([&] {
+            const U_UTF8String line = U_UTF16To8String(error.mText);
+            WRIL_Log(0, "U", "POSTED_NOT_SHOWN", reinterpret_cast<const char*>(line.c_str()));
+        });
 }
 
 U_Status Up_PostError(U_u32 location, U_u16 severity, U_UTF16String text)

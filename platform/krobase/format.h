@@ -120,8 +120,9 @@ PLATFORM_EXPORT NumberMarks UserNumberMarks();
 PLATFORM_EXPORT bool InternationalizeNum(char* text);
 PLATFORM_EXPORT bool DeInternationalizeNum(char* text);
 
-// The form of a number. A number is written with an exponent if its digits and decimals are
-// more than mMostPlain characters, or if the whole text is more than mMost characters.
+// The form of a number. A number is written with an exponent if its digits, its decimal mark and
+// its decimals are more than mMostPlain characters, or if the whole text is more than mMost
+// characters.
 struct NumberLayout
 {
     unsigned int mFlags;

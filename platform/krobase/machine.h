@@ -17,7 +17,7 @@ namespace utility
 // Returns the physical memory in bytes, or 0 if the system does not know.
 PLATFORM_EXPORT unsigned long long TotalPhysicalMemory();
 
-// Returns the number of logical processors that the process may use, at least 1.
+// Returns the number of logical processors, at least 1.
 PLATFORM_EXPORT int CPUCount();
 
 // Returns an address in the stack frame of the calling thread. The stack grows downward, so a

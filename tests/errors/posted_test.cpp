@@ -90,6 +90,17 @@ TEST_F(Posted, AMessageThatCannotBeShownStaysPostedAndBlocksNoOther)
     EXPECT_EQ(Displayed(), Texts());
 }
 
+TEST_F(Posted, AMessageThatDeathCannotShowIsLogged)
+{
+    U_AsyncReport(kLocation, U_Sev_WARNING, Units(u"unseen"));
+    mAlerts.mWhileUp = [](const platform::Alert&) { throw 5; };
+    mLog.Clear();
+    EXPECT_EQ(U_Death(), 0);
+    EXPECT_EQ(mLog.Texts("POSTED_NOT_SHOWN"), Texts{"Test Host warning: unseen"});
+    mAlerts.mWhileUp = nullptr;
+    EXPECT_EQ(U_Birth("Test Host", nullptr), 0);
+}
+
 TEST_F(Posted, AGroupHasAWiderBoxOfTheHost)
 {
     Supplier supplier;

@@ -277,11 +277,33 @@ TEST_F(Hogs, HandlesOfAnotherHeapAreReportedAndFreed)
     std::memset(*handle, 0, 100);
     void** own = New(84);
     mLog.Clear();
+    EXPECT_EQ(U_ResizeHogHandle(0, "resized", 5000, handle), 4);
+    EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 1u);
+    EXPECT_EQ(mLog.Texts("ALLOC_OP_FAILED"), Texts()) << "no lack of memory";
+    mLog.Clear();
     EXPECT_EQ(U_FreeHogHandle(handle), 0);
     EXPECT_EQ(mLog.Texts("U_Sev_PROBLEM").size(), 2u) << "for the size, and for the free";
     EXPECT_EQ(Count(), (Stats{0, 0}));
     EXPECT_EQ(MEM_GetHandleSize(otherHeap, handle), 0u);
     U_FreeHandle(own);
+    MEM_DumpLeaks(otherHeap);
+}
+
+TEST_F(Hogs, ACopyAboveTheSizeLimitIsFreedAndStaysCounted)
+{
+    if (kHugeBlocksAreSlow)
+        GTEST_SKIP();
+    void** own = New(84);
+    MEM_HeapRef otherHeap = MEM_NewHeap();
+    void** handle = MEM_NewHandle(otherHeap, 0x80000010);
+    ASSERT_TRUE(handle);
+    std::memcpy(*handle, *own, 16);
+    U_u64 size = 7;
+    EXPECT_LT(U_GetHogHandleSize(handle, &size), 0);
+    EXPECT_EQ(size, 0u);
+    EXPECT_LT(U_FreeHogHandle(handle), 0);
+    EXPECT_EQ(Count(), (Stats{1, 84}));
+    U_FreeHogHandle(own);
     MEM_DumpLeaks(otherHeap);
 }
 
