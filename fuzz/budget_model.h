@@ -169,7 +169,7 @@ public:
     int mHeapFailures = 0;              // the next attempts that fail
     U_u32 mSmallBlocks = 0;             // in a row
     bool mIsReported = true;            // the failure of the latest block, if the block has a name
-    std::vector<std::uint8_t> mAnswers; // of the host to the next requests; later ones free nothing
+    std::vector<std::uint8_t> mAnswers; // to the next requests; without an answer nothing is freed
     std::size_t mAnswered = 0;
     std::vector<Request> mRequests;  // since the caller has cleared them
     U_u64 mCache[kCachePlaces] = {}; // the sizes of the host's blocks, 0 for none

@@ -253,13 +253,12 @@ inline SecondThread& Second()
 inline void ClearThreads(bool isFirst)
 {
     const auto clear = [](int begin, int end) {
-        Second().RunBoth([] {},
-                         [=] {
-                             const U_ContextSetter setter(U_Context::MakeNewContext());
-                             for (int thread = begin; thread < end; ++thread)
-                                 U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(
-                                     sExecutors[thread], [] { return 0; });
-                         });
+        Second().RunBoth({}, [=] {
+            const U_ContextSetter setter(U_Context::MakeNewContext());
+            for (int thread = begin; thread < end; ++thread)
+                U_SuspendContext::NewSuspendContext()->CallOnThreadedExecutor(sExecutors[thread],
+                                                                              [] { return 0; });
+        });
     };
     clear(1, kThreads);
     if (isFirst)

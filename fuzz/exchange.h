@@ -89,7 +89,9 @@ void RequireSame(const std::uint8_t* data, std::size_t size, Read read, Write wr
     for (std::size_t i = 0; i < first.mTexts.size(); ++i)
     {
         Require(again.mTexts[i].first == first.mTexts[i].first);
-        Require(SplitNote(again.mTexts[i].second).mText == SplitNote(first.mTexts[i].second).mText);
+        const NotedText before = SplitNote(first.mTexts[i].second);
+        const NotedText after = SplitNote(again.mTexts[i].second);
+        Require(after.mText == before.mText && after.mNote == before.mNote);
     }
 }
 

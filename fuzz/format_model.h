@@ -36,6 +36,7 @@ struct Locale
 const Locale kLocales[] = {{"en_US", false, u"M/d/yyyy", u"ccc, MMM d, y"},
                            {"de_DE", true, u"dd.MM.yyyy", u"ccc, d. MMM y"},
                            {"ja_JP", false, u"yyyy/MM/dd", u"y年M月d日ccc"}};
+const int kZoneHours = 5;        // of local time, ahead of UTC
 const std::size_t kDays = 48962; // of second counts that are shown as dates
 
 // The locales have the marks that ICU has for them.
@@ -190,6 +191,11 @@ public:
                               static_cast<U_u32>(choices.Below(65536));
         const boost::posix_time::ptime time = U_SecondsToPtime(seconds, U_SecondsType_AsIs);
         Require(U_PtimeToSeconds(time, U_SecondsType_AsIs) == seconds);
+        const boost::posix_time::ptime utc = U_SecondsToPtime(seconds, U_SecondsType_Local);
+        Require((time - utc).total_seconds() == kZoneHours * 3600);
+        const bool isShifted = utc.date().year() >= 1970;
+        Require(U_PtimeToSeconds(utc, U_SecondsType_Local) ==
+                seconds - (isShifted ? 0 : kZoneHours * 3600u));
         const double since1970 = static_cast<double>(seconds) - 2082844800.0;
         Require(
             (time - boost::posix_time::ptime(boost::gregorian::date(1970, 1, 1))).total_seconds() ==

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -73,6 +75,9 @@ struct Block
             Require(U_GetHandleSize(static_cast<void**>(mAddress), &ofHandle) == 0 &&
                     ofHandle == Charge());
         Require(size == mSize);
+        const bool isAligned =
+            reinterpret_cast<std::uintptr_t>(Data()) % alignof(std::max_align_t) == 0;
+        Require(isAligned || mKind == kRecycled); // aligned for any type
         RequireBytes(mSize);
     }
 

@@ -27,8 +27,8 @@ std::unique_ptr<hollin::Dictionary> MakeDictionary(std::size_t kind)
     return dictionary;
 }
 
-// The load agrees with the check. A damaged image of version 2 changes nothing, and nor does an
-// image that is no image. Bases, and lines for a flat store, may be damage for a load only.
+// The load agrees with the check. An image that is damaged leaves the dictionary unchanged, except
+// a damaged image of version 1. Bases, and lines for a flat store, may be damage for a load only.
 void RequireResult(hollin::Dictionary& dictionary, std::size_t kind, bool isGood,
                    const hollin::ImageReport& report)
 {

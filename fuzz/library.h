@@ -1,4 +1,4 @@
-// The library as the inputs of a model find it, which lives as long as the process.
+// Starts the library for all inputs of a process, and converts texts.
 
 #ifndef FUZZ_LIBRARY_H
 #define FUZZ_LIBRARY_H

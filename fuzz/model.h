@@ -70,8 +70,8 @@ private:
     bool mMayTakeLong = false;
 };
 
-// Makes one of the calls after the other, until the bytes are used up. After each call the model
-// compares what a caller can see.
+// Makes calls that the bytes choose, until the bytes are used up. After each call the model
+// compares its state with the results of the library.
 template <typename Model, std::size_t N>
 void RunCalls(Choices& choices, Model& model, void (Model::*const (&calls)[N])(Choices&))
 {

@@ -123,7 +123,7 @@ private:
         return true;
     }
 
-    // Returns what an activation throws.
+    // Returns the code that the activation throws, or 0.
     int Activate(int thread, int number)
     {
         Task& task = Of(number);

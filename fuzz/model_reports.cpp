@@ -94,7 +94,7 @@ public:
         };
         reset(mOwn);
         if (mUsesOther)
-            Second().RunBoth([] {}, [&] { CheckLast(mOther), reset(mOther); });
+            Second().RunBoth({}, [&] { CheckLast(mOther), reset(mOther); });
         Require(sEvents.empty());
         Up_SetInteract(kStartMask);
     }
@@ -113,7 +113,7 @@ public:
         mEvents.clear();
         U_u32 count = 0;
         Require(U_GetHowManyErrors(&count) == 0 && count == mCount);
-        Require(Up_GetInteract() == Mask());
+        Require(Up_GetInteract() == Mask() && U_Die() == mIsDying);
         CheckLast(mOwn);
     }
 
@@ -293,7 +293,7 @@ private:
         if (choices.Below(16) != 15) // a change of threads takes long
             return body(mOwn);
         mUsesOther = true;
-        Second().RunBoth([] {}, [&] { body(mOther), CheckLast(mOther); });
+        Second().RunBoth({}, [&] { body(mOther), CheckLast(mOther); });
     }
 
     static void CheckLast(const Reporter& thread)
@@ -381,8 +381,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     });
     platform::SetAlertPresenter(&Model::Present);
     platform::SetActiveCodePage(65001);
-    // A fatal report makes the process die, for good. Each input finds a dying process.
-    U_ReportError(0, U_Sev_FATAL, U_UTF16String());
     // Each thread of an input finds a first report.
     const auto report = [] { U_ReportError(0, U_Sev_MESSAGE, U_UTF16String()); };
     Second().RunBoth(report, report);
@@ -397,6 +395,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         RunTwoThreads(choices);
         return 0;
+    }
+    if (U_Die())
+    {
+        // An input has reported a fatal error. Only a new life ends the dying.
+        Require(U_Death() == 0 && U_Birth("fuzz", nullptr) == 0);
+        Up_SetInteract(kStartMask);
     }
     Model model;
     RunCalls(choices, model, kCalls);

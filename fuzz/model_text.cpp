@@ -417,6 +417,8 @@ void Run(Choices choices, std::size_t page, const Locale& locale, std::size_t th
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
+    setenv("TZ", ("FUZ-" + std::to_string(kZoneHours)).c_str(), 1);
+    tzset();
     BeBorn();
     RequireMarks();
     return 0;

@@ -1,4 +1,5 @@
-// A model of reports: which events a report causes, in which order, and what is left for later.
+// A model of reports: the events that a report causes, in order, and the messages that the report
+// posts.
 
 #ifndef FUZZ_REPORT_MODEL_H
 #define FUZZ_REPORT_MODEL_H
@@ -96,6 +97,7 @@ protected:
         if (std::exchange(thread.mIsReporting, true))
             return 0;
         const bool isFatal = severity == U_Sev_FATAL;
+        mIsDying |= isFatal;
         const bool isShown = isFatal || thread.mQuiet.empty();
         const Message message = {location, severity, Prefix(severity) + text};
         int code = 0;
@@ -117,8 +119,8 @@ protected:
             thread.mSeverity = severity;
             thread.mLocation = location;
             mCount += severity != U_Sev_DETAIL;
-            // The process is dying from the beginning, so no leak is shown.
-            if ((Mask() & severity) && severity != U_Sev_LEAK)
+            // A dying process shows no leaks.
+            if ((Mask() & severity) && (severity != U_Sev_LEAK || !mIsDying))
             {
                 if (thread.mIsUI && mPosts <= 0 && !isGrouped)
                 {
@@ -224,6 +226,7 @@ protected:
     Events mEvents; // predicted since the last check
     Reporter mOwn;
     U_u32 mCount = 0;
+    bool mIsDying = false;                     // since a fatal report
     std::list<std::pair<U_u32, U_u32>> mMasks; // the ids and the masks, 0 for the base mask
     std::pair<U_LoggingCallback, unsigned> mCallbacks[kSlots] = {}; // with the number of a script
     Script mScripts[kScripts];

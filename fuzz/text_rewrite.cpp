@@ -2,6 +2,7 @@
 // texts?
 
 #include <algorithm>
+#include <cstddef>
 
 #include <hollin_private/ImageCursor.h>
 
@@ -22,10 +23,11 @@ bool IsKept(const std::string& key, const hollin::ZString& text)
            std::all_of(text.Data(), text.Data() + text.Length(), isPlain);
 }
 
-// The entries of `read`, which are in `again` too.
-void RequireTexts(hollin::Dictionary& read, const hollin::Dictionary& again, bool isText)
+// The entries of `read` are in `again` too, which has no others.
+void RequireTexts(hollin::Dictionary& read, hollin::Dictionary& again, bool isText)
 {
     std::uint32_t id = 0;
+    std::ptrdiff_t more = 0; // entries of `read`
     read.ResetIterator();
     while (read.NextId(&id))
     {
@@ -35,7 +37,12 @@ void RequireTexts(hollin::Dictionary& read, const hollin::Dictionary& again, boo
             continue;
         Require(again.HasString(key.c_str()));
         Require(again.GetString(key.c_str()) == text);
+        ++more;
     }
+    again.ResetIterator();
+    while (again.NextId(&id))
+        more -= IsNameable(CurrentKey(again));
+    Require(more == 0);
 }
 
 bool IsEachKept(hollin::Dictionary& dictionary)

@@ -147,7 +147,8 @@ void RequireResult(const std::optional<Result>& expected, const Call& call)
     try
     {
         const Result result = call();
-        Require(expected && (result == *expected || result != result));
+        const bool isNaN = result != result;
+        Require(expected && (isNaN ? *expected != *expected : result == *expected));
     }
     catch (const boost::bad_any_cast&)
     {
