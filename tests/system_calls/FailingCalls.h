@@ -16,7 +16,7 @@ enum class Failure
     kError,       // the call fails with an error that it may have: ENOSPC, EMFILE, ENOMEM
     kInterrupted, // EINTR, for a call that may wait
     kShort,       // a read or a write moves half the bytes
-    kClose        // EDQUOT from a close, which leaves the file open; no other way fails these
+    kClose // a close returns EDQUOT and leaves the file open; the other failures let close succeed
 };
 
 // Which calls fail: shared with the children.
