@@ -1,5 +1,5 @@
-// Failures of the C library's own allocations. Below the library, they are also those of the
-// language's runtime, of thread-local storage, of ICU and of files.
+// Makes the C library's malloc and its relatives fail. Operator new, thread-local storage, ICU and
+// the C library's files allocate with malloc, and fail with it.
 
 #ifndef TESTS_MALLOC_FAILINGMALLOC_H
 #define TESTS_MALLOC_FAILINGMALLOC_H

@@ -118,6 +118,12 @@ Operations DataOperations()
         OfVariant("U_Any::SetFrom_JSON", [](U_Any& value) { value.SetFrom_JSON(kLiteral); }),
         {"U_Any::GetAs_MBStr", kBadAlloc,
          [](Own&) { return RightIf(kVariant.GetAs_MBStr() == "a text of some length"); }},
+        {"the number in a text", kBadAlloc,
+         [](Own&) {
+             const U_Any text(Units(u"-1234567890123456.5"));
+             return RightIf(text.IsNumeric() && text.GetAs_double() == -1234567890123456.5 &&
+                            text.GetAs_Enum() == -1234567890123456 && text.GetAs_bool());
+         }},
         {"U_AnyTranslator", kBadAlloc,
          [](Own&) {
              U_AnyTranslator to;

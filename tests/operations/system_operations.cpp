@@ -6,6 +6,7 @@
 
 #include <win32/machine.h>
 
+#include "U_Budget.h"
 #include "U_Date.h"
 #include "U_Interact.h"
 #include "U_Machine.h"
@@ -15,6 +16,7 @@
 
 Operations SystemOperations()
 {
+    const bool kNotInTheSoak = true; // as operations that keep memory
     // A container may lack the description of the processors.
     const bool isDescribed = std::ifstream("/sys/devices/system/cpu/online").good();
     return {
@@ -40,6 +42,13 @@ Operations SystemOperations()
              const int code = U_GetSystemMemoryStats(&stats);
              return code == 0 ? RightIf(stats.mResident > 0) : code == 1 ? kLess : kWrong;
          }},
+        {"U_CheckRAMPurgeLimit", kLess,
+         [](Own&) {
+             bool over = false, hit = false;
+             const U_Status code = U_CheckRAMPurgeLimit(&over, ~U_u64(0), &hit);
+             return code || hit != over ? kWrong : RightIf(over, kLess);
+         },
+         kNotInTheSoak}, // the soak calls this function with bytes that its limits allow
         {"U_GetMachineName", kBadAlloc | kLess,
          [](Own&) { return RightIf(!U_GetMachineName().empty(), kLess); }},
         {"U_GetComputerName", kLess,
@@ -60,6 +69,12 @@ Operations SystemOperations()
              return RightIf(error == win32::kErrorInsufficientBuffer);
          }},
         {"U_IsDebuggerPresent", 0, [](Own&) { return RightIf(!U_IsDebuggerPresent()); }},
+        {"U_PtimeToSeconds and U_SecondsToPtime", 0,
+         [](Own&) {
+             const auto now = boost::posix_time::second_clock::universal_time();
+             const U_u32 seconds = U_PtimeToSeconds(now, U_SecondsType_Local);
+             return RightIf(U_SecondsToPtime(seconds, U_SecondsType_Local) == now);
+         }},
         {"U_DateTimeZoneNow", kCode4 | kBadAlloc,
          [](Own&) {
              std::tm now = {};

@@ -79,6 +79,17 @@ Operations TextOperations()
              U_SplitUTF16String(kWide, Units(u":"), parts);
              return RightIf(parts.size() == 2 && parts[0].size() == 31);
          }},
+        {"U_TruncateStringToNumChars and U_TruncateStringToByteSize", kBadAlloc,
+         [](Own&) {
+             U_UTF16String wide = kWide;
+             U_UTF8String narrow = U_UTF16To8String(kWide);
+             const U_UTF8String whole = narrow;
+             RunOrLeaveIntact([&] { U_TruncateStringToNumChars(&wide, 36); },
+                              [&] { return wide == kWide; });
+             RunOrLeaveIntact([&] { U_TruncateStringToByteSize(&narrow, 37); },
+                              [&] { return narrow == whole; });
+             return RightIf(wide == kWide.substr(0, 36) && narrow == whole.substr(0, 36));
+         }},
         {"U_SecondsToDateTimeString", kBadAlloc | kLess,
          [](Own&) {
              return RightIf(IsAscii(U_SecondsToDateTimeString(86400, U_DateType_Long,

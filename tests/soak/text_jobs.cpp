@@ -13,7 +13,7 @@ namespace
 const std::size_t kKeys = 200;
 const U_u32 kRarely = 5000; // runs of Reload for one load
 
-// Guards the three below.
+// Guards sResolving, sIsWanted and sIsChosen. Threads wait for their changes with sChanged.
 std::mutex sLock;
 std::condition_variable sChanged;
 int sResolving = 0; // threads inside ScResolving

@@ -16,7 +16,8 @@ enum class Failure
     kError,       // the call fails with an error that it may have: ENOSPC, EMFILE, ENOMEM
     kInterrupted, // EINTR, for a call that may wait
     kShort,       // a read or a write moves half the bytes
-    kClose        // EDQUOT from a close, which leaves the file open; no other way fails these
+    kClose,       // a close fails with EIO; all failures above let close succeed
+    kInterruptedClose
 };
 
 // Which calls fail: shared with the children.

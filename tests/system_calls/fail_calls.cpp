@@ -1,6 +1,6 @@
 // Runs a program while one of its calls to the system fails.
 //
-// Usage: fail_calls error|interrupted|short NTH once|for-good BEGIN PROGRAM [ARGUMENT...]
+// Usage: fail_calls error|interrupted|short|close NTH once|for-good BEGIN PROGRAM [ARGUMENT...]
 //
 //        fail_calls never [NUMBER...]
 //

@@ -65,12 +65,13 @@ int RunFirst(const Operation& operation, const Failing& failing, long point)
 // The child must exit with one of the codes, which `run` returns.
 template <class Run>
 long WalkInChildren(const Failing& failing, const std::string& name, const std::string& codes,
-                    Run run)
+                    Run run, long step = 1)
 {
-    for (long point = 1; point < kMostPoints; ++point)
+    for (long point = step; point < kMostPoints * step; point += step)
     {
         SCOPED_TRACE(testing::Message() << name << ", " << failing.name << ", point " << point);
         const pid_t child = fork();
+        EXPECT_GE(child, 0) << "no child";
         if (!child)
         {
             const int code = run(point);
@@ -82,7 +83,7 @@ long WalkInChildren(const Failing& failing, const std::string& name, const std::
         const int code = WEXITSTATUS(status) & ~kHasFailed;
         EXPECT_NE(codes.find(static_cast<char>('0' + code)), std::string::npos) << code;
         if (!WIFEXITED(status) || !(WEXITSTATUS(status) & kHasFailed))
-            return point - 1;
+            return point / step - 1;
     }
     ADD_FAILURE() << "a life fails at every point";
     return kMostPoints;
@@ -112,7 +113,8 @@ void WalkOverALife(const std::vector<Failing>& failings, bool inEach)
     std::filesystem::remove_all(logs);
 }
 
-void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings, bool inEach)
+void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings, bool inEach,
+                   long step)
 {
     Points points(inEach);
     DropAlertsAndLogLines();
@@ -122,9 +124,10 @@ void WalkFirstUses(const Operations& operations, const std::vector<Failing>& fai
         {
             if (operation.name != failing.leftOut)
                 points.Add(failing, operation.name,
-                           WalkInChildren(failing, operation.name, "0", [&](long point) {
-                               return RunFirst(operation, failing, point);
-                           }));
+                           WalkInChildren(
+                               failing, operation.name, "0",
+                               [&](long point) { return RunFirst(operation, failing, point); },
+                               step));
         }
     }
     points.Check();

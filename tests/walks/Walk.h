@@ -80,7 +80,8 @@ void WalkAll(const Operations& operations, const std::vector<Failing>& failings,
 void WalkOverALife(const std::vector<Failing>& failings, bool inEach);
 
 // Runs each operation once for each point, which fails, as the first operation of a process. The
-// next run must succeed.
-void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings, bool inEach);
+// next run must succeed. `step`: only every step-th point fails.
+void WalkFirstUses(const Operations& operations, const std::vector<Failing>& failings, bool inEach,
+                   long step = 1);
 
 #endif
