@@ -353,7 +353,7 @@ TEST(SystemCallsOverALife, BirthFailsWithACodeAndDeathNeverFails)
 {
     if (!Intercept())
         GTEST_SKIP() << kNotAllowed;
-    WalkOverALife(FailingsWithClose(), false);
+    WalkOverALife(Failings(), false); // in a minimal Debian nothing closes a file
     platform::SetHeapChecks("1");
     WalkOverALife(Errors(), false);
     platform::SetHeapChecks("0");
