@@ -50,7 +50,7 @@ int main(int count, char** arguments)
     for (int i = 1; i < count; ++i)
     {
         const std::string argument = arguments[i];
-        if (argument == "--random" || argument == "--seed")
+        if (i + 1 < count && (argument == "--random" || argument == "--seed"))
             (argument == "--seed" ? seed : randomCount) = std::stoul(arguments[++i]);
         else
             for (const auto& entry : std::filesystem::directory_iterator(argument))

@@ -33,11 +33,9 @@ struct Call
 // Each call fails somewhere: the tests check this. Some errors are those of a sandbox. Not here,
 // although the library makes these calls:
 // - brk: the C library takes the error for the new end of the heap;
-// - fcntl, rt_sigaction, rt_sigprocmask, sched_yield, getpid, gettid and geteuid: they can't fail
-// for
-//   good arguments;
-// - set_robust_list and rseq, at the start of a thread: the C library ignores an error of the first
-//   and ends the process after an error of the second;
+// - fcntl, rt_sigaction, rt_sigprocmask and sched_yield can't fail for good arguments;
+// - getpid, gettid and geteuid can't fail;
+// - set_robust_list and rseq: the C library makes them at the start of a thread, for itself;
 // - dup: gettext's library crashes after a failure;
 // - futex: the C library ends the process after a failure;
 // - poll: no test here has a full pipe that does not block;
